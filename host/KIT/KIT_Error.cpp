@@ -1,0 +1,36 @@
+#include <KIT/KIT_Error.h>
+
+void KITaddError(const char *category, int code, const char *text)
+{
+    KITgetErrorManager().add(category, code, text, KIT_ERROR_ABORT);
+}
+
+void KITaddWarning(const char *category, int code, const char *text)
+{
+    KITgetErrorManager().add(category, code, text, KIT_ERROR_WARNING);
+}
+
+void KITaddFatal(const char *category, int code, const char *text)
+{
+    KITgetErrorManager().add(category, code, text, KIT_ERROR_FATAL);
+}
+
+void KITaddMessage(const char *category, int code, const char *text)
+{
+    KITgetErrorManager().add(category, code, text, KIT_ERROR_MESSAGE);
+}
+
+void KITaddCommonError(int code, const char *text)
+{
+    KITgetErrorManager().commonError(code, text);
+}
+
+void KITaddCommonWarning(int code, const char *text)
+{
+    KITgetErrorManager().commonWarning(code, text);
+}
+
+void KITaddCommonMessage(int code, const char *text)
+{
+    KITgetErrorManager().commonMessage(code, text);
+}

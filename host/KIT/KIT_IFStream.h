@@ -1,0 +1,15 @@
+/// \file KIT_IFStream.h
+/// A KIT_IStream over the bytes of a file, which is read whole on opening.
+///
+/// Errors:     a file that cannot be read gives a stream with isReadable() false and no bytes; the
+///             caller words the message.
+
+#pragma once
+
+#include <KIT/KIT_IStream.h>
+
+class KIT_API KIT_IFStream : public KIT_IStream
+{
+public:
+    explicit KIT_IFStream(const char *path, Mode mode = TEXT);
+};

@@ -1,0 +1,176 @@
+/// \file KIT_IStream.h
+/// An input stream over bytes in memory, read as text words or as binary numbers.
+///
+/// Vocabulary: *white space* = blank and the bytes 9 to 13; *word* = a longest run of other bytes;
+///             *limit* = the position that reading cannot pass: the end of the data, or the end of
+///             the packet that is being read; *quoted form* = text between two equal quotes, `"` or
+///             `'`, with the escapes \" \' \\ \n \r \t and \ooo (one to three octal digits); any
+///             other escaped byte stands for itself.
+/// Units:      positions and lengths in bytes from the start of the data.
+/// Ownership:  borrows a memory range unless `copy` is set; files and std::istreams are read whole
+///             and owned.
+/// Threads:    one thread at a time.
+/// Errors:     every read answers whether it succeeded, and none can leave the limit. A failed
+///             binary read stores nothing and leaves the stream at the limit, so that the reads
+///             behind it fail too. No message is reported here.
+/// Cost:       a read is a bounds check and a copy; words are copied in one piece.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_WorkBuffer.h>
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+class KIT_API KIT_IStream
+{
+public:
+    enum Mode
+    {
+        TEXT,  ///< numbers are words
+        BINARY ///< numbers are little endian bytes
+    };
+
+    /// Reads `length` bytes at `data`, borrowed or copied. `name` is for messages.
+    KIT_IStream(const char *data, size_t length, Mode mode, bool copy = false,
+                const char *name = nullptr);
+    /// Reads the rest of a stream whole.
+    KIT_IStream(std::istream &stream, Mode mode);
+    virtual ~KIT_IStream();
+    KIT_IStream(const KIT_IStream &) = delete;
+    KIT_IStream &operator=(const KIT_IStream &) = delete;
+
+    bool isBinary() const { return myBinaryFlag; }
+    void setBinary(bool binary) { myBinaryFlag = binary; }
+    /// False when the file or stream could not be read; it then holds no bytes.
+    bool isReadable() const { return myReadableFlag; }
+    /// The name for messages; never null.
+    const char *getName() const { return myName.c_str(); }
+
+    // ---------------------------------------------------------------- //
+    /// \name Position
+    // ---------------------------------------------------------------- //
+    /// True when the position is at the limit.
+    bool eof() const { return myPosition >= myLimit; }
+    int64_t tellg() const { return myPosition; }
+    /// Moves to a position from 0 to the limit; any other is refused and moves nothing.
+    bool seekg(int64_t position);
+    /// Bytes from the position to the limit.
+    int64_t remaining() const { return myLimit - myPosition; }
+    /// Keeps reading from passing `end` until popLimit(). An `end` behind the present limit, or in
+    /// front of the position, is pulled to the nearer of the two.
+    void pushLimit(int64_t end);
+    /// Goes back to the limit before the last pushLimit(); the position stays.
+    void popLimit();
+    /// How many limits are pushed.
+    size_t getLimitDepth() const { return myOuterLimits.size(); }
+    /// The line number of a position, from 1. Counts from the start of the data.
+    int getLineNumber(int64_t position) const;
+    int getLineNumber() const { return getLineNumber(myPosition); }
+
+    // ---------------------------------------------------------------- //
+    /// \name Binary numbers
+    // ---------------------------------------------------------------- //
+    bool bread(int16_t &value) { return breadOne(value); }
+    bool bread(uint16_t &value) { return breadOne(value); }
+    bool bread(int32_t &value) { return breadOne(value); }
+    bool bread(uint32_t &value) { return breadOne(value); }
+    bool bread(int64_t &value) { return breadOne(value); }
+    bool bread(uint64_t &value) { return breadOne(value); }
+    bool bread(float &value) { return breadOne(value); }
+    bool bread(double &value) { return breadOne(value); }
+    /// Reads `count` numbers; false and nothing stored when not all are there.
+    template <class T>
+    bool bread(T *values, size_t count)
+    {
+        return breadBytes(values, sizeof(T), count);
+    }
+    /// Reads plain bytes.
+    bool breadRaw(void *bytes, size_t count) { return breadBytes(bytes, 1, count); }
+
+    // ---------------------------------------------------------------- //
+    /// \name Numbers as words
+    // ---------------------------------------------------------------- //
+    /// Reads one word and takes the longest number that it begins with ("2.0a" is 2.0). The whole
+    /// word is swallowed. A word that begins with no number fails and leaves `value` alone. Integers
+    /// are clamped to the range of the type.
+    bool aread(double &value);
+    bool aread(float &value);
+    bool aread(int32_t &value);
+    bool aread(uint32_t &value);
+    bool aread(int64_t &value);
+
+    /// Reads a number in the mode of the stream.
+    template <class T>
+    bool read(T &value)
+    {
+        return isBinary() ? bread(value) : aread(value);
+    }
+
+    // ---------------------------------------------------------------- //
+    /// \name Words and text
+    // ---------------------------------------------------------------- //
+    /// The next word as it stands, quotes and all. False at the limit. The buffer is replaced.
+    bool getWord(KIT_WorkBuffer &word);
+    /// The next word that is not part of a comment. A comment starts at a word that begins with
+    /// `comment` and runs to the end of the line; the byte inside a word is an ordinary one.
+    bool getNonCommentWord(KIT_WorkBuffer &word, char comment = '#');
+    /// The next word; one that begins with a quote is read in its quoted form, white space
+    /// included, and comes without the quotes. False at the limit, or when the closing quote is
+    /// missing (the buffer then holds what there is).
+    bool getString(KIT_WorkBuffer &text);
+    /// As getString(). In binary mode as readWorkBuffer(text, true).
+    bool readString(KIT_String &text);
+    /// Binary: a uint32 length and that many bytes; a length beyond the limit fails and allocates
+    /// nothing. Text: as getString().
+    bool readWorkBuffer(KIT_WorkBuffer &text, bool binary);
+    /// The rest of the line without its end ("\n" or "\r\n"). False at the limit.
+    bool getLine(KIT_WorkBuffer &line);
+    /// The next line whose first byte other than white space is not `comment`.
+    bool getNonCommentLine(KIT_WorkBuffer &line, char comment = '#');
+    /// True when `token` comes next, behind any white space; only then is it consumed. A token that
+    /// ends in a letter, digit or underscore must not be followed by another of them.
+    bool checkToken(const char *token);
+    void skipWhitespace();
+    /// The next byte, 0 to 255, or -1 at the limit; get() also consumes it.
+    int peek() const { return eof() ? -1 : static_cast<unsigned char>(myData[myPosition]); }
+    int get() { return eof() ? -1 : static_cast<unsigned char>(myData[myPosition++]); }
+
+    static bool isWhitespace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+protected:
+    /// A stream that cannot be read, for a derived class to fill.
+    explicit KIT_IStream(Mode mode);
+    /// Takes the bytes over and starts at the first.
+    void adoptData(std::string &&data, const char *name);
+    static bool readAll(std::istream &stream, std::string &data);
+
+private:
+    template <class T>
+    bool breadOne(T &value)
+    {
+        return breadBytes(&value, sizeof(T), 1);
+    }
+    bool breadBytes(void *values, size_t size, size_t count);
+    bool nextWord(const char *&begin, const char *&end);
+    template <class T>
+    bool areadInteger(T &value);
+    bool readQuoted(KIT_WorkBuffer &text);
+    void decodeEscape(KIT_WorkBuffer &text);
+    const char *findEnd(int64_t from, char stop) const;
+
+    const char *myData = nullptr;
+    int64_t myPosition = 0;
+    int64_t myLimit = 0;
+    int64_t myLength = 0;
+    std::vector<int64_t> myOuterLimits;
+    std::string myStorage; // the bytes, when owned
+    std::string myName;
+    bool myBinaryFlag = false;
+    bool myReadableFlag = false;
+};

@@ -1,0 +1,57 @@
+/// \file KIT_Packet.h
+/// The record layer of binary streams: packets with a class id, a packet id and a length.
+///
+/// Vocabulary: *class id* = which class wrote the packet; *packet id* = what it is to that class;
+///             *payload* = the bytes behind the header. Payloads may hold packets in their turn,
+///             written and read by other KIT_Packet objects.
+/// Units:      the header is int16 class id, int16 packet id, uint32 payload length in bytes, all
+///             little endian: 8 bytes.
+/// Ownership:  borrows the stream between begin and end. The destructor ends what is still open.
+/// Threads:    one thread at a time.
+/// Errors:     writing answers false and sets the stream's fail state: on a stream that cannot
+///             seek, an id outside 16 bits, or a payload of 4 GB. Reading answers false at the end
+///             of the data or of the enclosing packet; for a cut header or a length beyond the data
+///             it also adds a common error (severity 4) and leaves the stream at its limit.
+/// Cost:       one seek back for each packet written; none for reading.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <ios>
+#include <iosfwd>
+
+class KIT_IStream;
+
+class KIT_API KIT_Packet
+{
+public:
+    KIT_Packet() = default;
+    ~KIT_Packet();
+    KIT_Packet(const KIT_Packet &) = delete;
+    KIT_Packet &operator=(const KIT_Packet &) = delete;
+
+    /// Writes the header. The payload is what is written to the stream until endWrite().
+    bool beginWrite(std::ostream &stream, int classId, int packetId);
+    /// Puts the payload's length into the header. False without an open packet, or when the stream
+    /// has failed.
+    bool endWrite();
+
+    /// Reads a header; until endRead() the stream ends where the payload ends. The class id comes as
+    /// 0 to 65535, the packet id as -32768 to 32767.
+    bool beginRead(KIT_IStream &stream, int &classId, int &packetId);
+    /// Leaves the stream behind the packet, however much of it was read.
+    void endRead();
+
+private:
+    std::ostream *myOutput = nullptr;
+    std::streamoff myPayloadStart = 0;
+    KIT_IStream *myInput = nullptr;
+    int64_t myPayloadEnd = 0;
+    size_t myLimitDepth = 0;
+};
+
+/// The class id of a name: 1 to 65535, the same in every process.
+KIT_API int KITgetClassPacketID(const char *className);

@@ -1,0 +1,285 @@
+/// \file KIT_String.h
+/// A string that is changed in place.
+///
+/// Vocabulary: *unset* = no text at all (c_str is null); it compares as "". *borrowed* = points at
+///             a text that somebody else keeps; *hardened* = owns its text. *word* = a run of ASCII
+///             letters, digits and underscores. *quoted form* = the text between double quotes,
+///             with the escapes \" \\ \n \r \t and a three-digit octal \ooo for other bytes below
+///             32 and for 127.
+/// Units:      lengths and positions in bytes. Text is bytes without NUL: what is given by length
+///             ends at its first NUL. Only ASCII is ever interpreted.
+/// Ownership:  a borrowed text must outlive the string or the next change; every change hardens
+///             first. Copies own, moves hand over.
+/// Threads:    one thread at a time; const calls from any.
+/// Errors:     nothing throws. When memory is exhausted a change leaves the string as it was.
+/// Cost:       a hardened string knows its length; a borrowed one counts it at each call.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+class KIT_StringArray;
+class KIT_StringRef;
+class KIT_WorkBuffer;
+
+/// Bits for KIT_String::isInteger.
+enum KIT_IsIntegerFlag : int
+{
+    KIT_INTEGER_SKIP_BLANKS = 1, ///< blanks before and behind the number are allowed
+};
+
+/// What KIT_String::changeQuotedWord looks at.
+enum KIT_QuotedWhere : int
+{
+    KIT_OUTSIDE_QUOTES = 0, ///< words outside of quoted runs
+    KIT_INSIDE_QUOTES = 1,  ///< words inside of quoted runs
+};
+
+class KIT_API KIT_String
+{
+public:
+    // ---------------------------------------------------------------- //
+    /// \name Making, borrowing, owning
+    // ---------------------------------------------------------------- //
+    /// Unset.
+    KIT_String() noexcept = default;
+
+    /// Borrows the text, or owns a copy.
+    KIT_String(const char *text, bool copy = false);
+
+    /// Owns a copy.
+    explicit KIT_String(const KIT_StringRef &text);
+    explicit KIT_String(const std::string &text);
+    KIT_String(const KIT_String &other);
+    KIT_String(KIT_String &&other) noexcept;
+    ~KIT_String();
+
+    /// All of these own a copy. A text inside this very string is allowed. Null gives unset.
+    KIT_String &operator=(const char *text);
+    KIT_String &operator=(const KIT_StringRef &text);
+    KIT_String &operator=(const std::string &text);
+    KIT_String &operator=(const KIT_String &other);
+    KIT_String &operator=(KIT_String &&other) noexcept;
+
+    /// Owns a copy of what it borrows.
+    void harden();
+
+    /// Owns a copy of the text.
+    void harden(const char *text);
+
+    /// Owns a copy of that many bytes.
+    void harden(const char *text, size_t length);
+
+    /// Copies a borrowed text only when there is one to copy.
+    void hardenIfNeeded() { harden(); }
+    void hardenIfNeeded(const char *text) { harden(text); }
+
+    /// Drops its own text and borrows this one, which must not lie inside the own text.
+    void borrow(const char *text);
+
+    /// Takes the other's text over, which is left unset.
+    void adopt(KIT_String &other);
+
+    /// Unset again.
+    void clear();
+
+    void swap(KIT_String &other) noexcept;
+
+    // ---------------------------------------------------------------- //
+    /// \name Reading
+    // ---------------------------------------------------------------- //
+    /// The text, a null pointer when unset.
+    const char *c_str() const { return myText; }
+    const char *buffer() const { return myText; }
+
+    /// The text, "" when unset.
+    const char *nonNullStr() const { return myText ? myText : ""; }
+    operator const char *() const { return myText; }
+    std::string_view view() const { return std::string_view(nonNullStr(), length()); }
+    std::string toStdString() const { return std::string(view()); }
+
+    size_t length() const;
+
+    /// Whether it owns its text. An unset string doesn't.
+    bool isHard() const { return myCapacity != 0; }
+
+    /// Unset or without a byte.
+    bool isEmpty() const { return !myText || !*myText; }
+
+    /// The opposite of isEmpty.
+    bool isstring() const { return !isEmpty(); }
+
+    /// The byte at the index, 0 outside the text.
+    template <class Index, class = std::enable_if_t<std::is_integral_v<Index>>>
+    char operator[](Index index) const
+    {
+        return charAt(index < 0 ? SIZE_MAX : static_cast<size_t>(index));
+    }
+
+    /// Heap bytes of an owned text, and the own size when inclusive.
+    int64_t getMemoryUsage(bool inclusive) const;
+
+    // ---------------------------------------------------------------- //
+    /// \name Appending   (a text inside this very string is allowed)
+    // ---------------------------------------------------------------- //
+    KIT_String &operator+=(const char *text);
+    KIT_String &operator+=(char c);
+    KIT_String &operator+=(const KIT_String &text);
+    KIT_String &operator+=(const KIT_StringRef &text);
+    void append(const char *text, size_t length);
+
+    // ---------------------------------------------------------------- //
+    /// \name Comparing   (bytewise; unset and null compare as "")
+    // ---------------------------------------------------------------- //
+    /// Below, equal or above 0. Only ASCII letters lose their case.
+    int compare(const char *text, bool ignoreCase = false) const;
+    bool equal(const char *text) const { return compare(text) == 0; }
+    bool operator<(const KIT_String &other) const;
+
+    /// Whether the whole text matches a pattern: `*` any run, `?` any byte, `[a-z]` one of a set,
+    /// `[^a-z]` or `[!a-z]` none of it, `\x` the byte x. A set that isn't closed is plain text.
+    bool match(const char *pattern) const;
+    static bool matchPattern(const char *text, const char *pattern);
+
+    /// Whether the text holds this one anywhere; with `word` only between word ends; with `pattern`
+    /// the words (or the whole text, without `word`) are matched as `match` does.
+    bool findString(const char *text, bool word, bool pattern) const;
+
+    bool startsWith(const char *prefix) const;
+    bool endsWith(const char *suffix) const;
+
+    // ---------------------------------------------------------------- //
+    /// \name Looking at bytes
+    // ---------------------------------------------------------------- //
+    int countChar(char c) const;
+
+    /// The last byte, 0 when empty.
+    char lastChar() const;
+
+    /// Whether there is a blank anywhere.
+    bool hasWhiteSpace() const;
+
+    /// The first of this byte, null if there is none.
+    const char *findChar(char c) const;
+
+    // ---------------------------------------------------------------- //
+    /// \name Numbers   (the same in every locale)
+    // ---------------------------------------------------------------- //
+    /// Whether the text is a number and nothing else. `skipBlanks` allows blanks around it, `loose`
+    /// anything behind it, `allowUnderscore` single underscores between digits. False when empty.
+    bool isFloat(bool skipBlanks = false, bool loose = false, bool allowUnderscore = false) const;
+
+    /// Whether the text is an integer with an optional sign and nothing else (KIT_IsIntegerFlag).
+    bool isInteger(int flags = 0) const;
+
+    /// The numeric prefix, else 0.
+    double toFloat() const;
+
+    /// The integer prefix, clamped to 64 bits, else 0.
+    int64_t toInteger() const;
+
+    /// Becomes the number's decimal text.
+    void itoa(int64_t value);
+
+    // ---------------------------------------------------------------- //
+    /// \name Changing
+    // ---------------------------------------------------------------- //
+    void removeTrailingSpace();
+    void removeLeadingSpace();
+    void trim();
+
+    /// Keeps the first `length` bytes.
+    void truncate(size_t length);
+
+    /// Replaces the first or every occurrence, left to right, without looking at what was put in.
+    /// Answers how many. An empty `from` replaces nothing.
+    int substitute(const char *from, const char *to, bool all = true);
+
+    /// The same for every occurrence; with `word` only between word ends.
+    int changeString(const char *from, const char *to, bool word);
+
+    /// Replaces whole words inside (or outside, KIT_QuotedWhere) of runs between two `quote`
+    /// characters; a backslash takes the next character's meaning, an unclosed run ends with the
+    /// text. Answers how many.
+    int changeQuotedWord(const char *from, const char *to, char quote, int where);
+
+    /// Every byte that is no ASCII letter, digit or underscore becomes an underscore.
+    void forceAlphaNumeric();
+
+    /// Puts the text between quotes if it needs them to stay one word: when it is empty or holds a
+    /// blank, a control byte, a quote of either kind, a backslash, or one of `;#$&|<>()[]{}*?~!`.
+    /// Inside, the quote and the backslash get a backslash and control bytes their escapes.
+    void makeSmartQuotedString(char quote = '"');
+
+    /// Resolves the escapes of the quoted form and \a \b \f \v \' \`. Anything else behind a
+    /// backslash stays with it, as does \000. Answers how many were resolved. The argument is
+    /// reserved; give 0.
+    int expandControlSequences(int flags = 0);
+
+    /// Splits at any of the separator characters; runs of them count once. Appends the parts and
+    /// answers how many there were.
+    int tokenize(KIT_StringArray &parts, const char *separators = " \t\n\r") const;
+
+    // ---------------------------------------------------------------- //
+    /// \name Streams
+    // ---------------------------------------------------------------- //
+    /// Binary: a little-endian 32-bit length and the bytes. Text: the quoted form, which
+    /// KIT_IStream reads back to the same bytes.
+    void save(std::ostream &os, bool binary) const;
+
+private:
+    char charAt(size_t index) const;
+    char *writable() { return const_cast<char *>(myText); }
+    bool reserve(size_t length);
+    void assign(const char *text, size_t length);
+    void release() noexcept;
+    template <class Accept>
+    int replaceWhere(const char *from, const char *to, int limit, Accept accept);
+
+    const char *myText = nullptr;
+    size_t myLength = 0;   // of an owned text
+    size_t myCapacity = 0; // bytes owned; 0: unset or borrowed
+};
+
+inline bool operator==(const KIT_String &a, const KIT_String &b)
+{
+    return a.view() == b.view();
+}
+inline bool operator!=(const KIT_String &a, const KIT_String &b)
+{
+    return !(a == b);
+}
+inline bool operator==(const KIT_String &a, const char *b)
+{
+    return a.compare(b) == 0;
+}
+inline bool operator!=(const KIT_String &a, const char *b)
+{
+    return a.compare(b) != 0;
+}
+inline bool operator==(const char *a, const KIT_String &b)
+{
+    return b.compare(a) == 0;
+}
+inline bool operator!=(const char *a, const KIT_String &b)
+{
+    return b.compare(a) != 0;
+}
+KIT_API bool operator==(const KIT_String &a, const KIT_StringRef &b);
+KIT_API bool operator!=(const KIT_String &a, const KIT_StringRef &b);
+KIT_API bool operator==(const KIT_StringRef &a, const KIT_String &b);
+KIT_API bool operator!=(const KIT_StringRef &a, const KIT_String &b);
+
+/// Writes the quoted form. For the bare text stream c_str or view.
+KIT_API std::ostream &operator<<(std::ostream &os, const KIT_String &text);
+
+/// Appends the quoted form of that many bytes, in quotes of the given kind.
+KIT_API void KITappendQuoted(KIT_WorkBuffer &out, const char *text, size_t length,
+                             char quote = '"');

@@ -1,0 +1,149 @@
+// The quoted form of KIT_String and what resolves it.
+
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_WorkBuffer.h>
+#include <KIT/KIT_Write.h>
+
+#include <BAS/BAS_Number.h>
+
+#include <algorithm>
+#include <cstring>
+#include <ostream>
+
+namespace
+{
+bool isControl(char c)
+{
+    const unsigned byte = static_cast<unsigned char>(c);
+    return byte < 32 || byte == 127;
+}
+
+/// The letter that stands for a control byte behind a backslash; 0 if it is written in octal.
+char escapeLetter(char c)
+{
+    switch (c) {
+    case '\n': return 'n';
+    case '\r': return 'r';
+    case '\t': return 't';
+    default: return '\0';
+    }
+}
+
+/// The byte that this character behind a backslash stands for; 0 if for none.
+char escapedByte(char letter)
+{
+    static constexpr char theLetters[] = "nrtabfv\"\\'`";
+    static constexpr char theBytes[] = "\n\r\t\a\b\f\v\"\\'`";
+    static_assert(sizeof(theLetters) == sizeof(theBytes), "one byte for each letter");
+    const char *const found = letter ? std::strchr(theLetters, letter) : nullptr;
+    return found ? theBytes[found - theLetters] : '\0';
+}
+
+/// The byte of three octal digits, 0 if there are none or they stand for none.
+char octalByte(const char *at)
+{
+    int code = 0;
+    for (int i = 0; i < 3; i++) {
+        if (at[i] < '0' || at[i] > '7') {
+            return '\0';
+        }
+        code = code * 8 + (at[i] - '0');
+    }
+    return code < 256 ? static_cast<char>(static_cast<unsigned char>(code)) : '\0';
+}
+
+bool needsQuotes(std::string_view text)
+{
+    constexpr std::string_view theSpecials = "\"'`\\;#$&|<>()[]{}*?~!";
+    return text.empty() || std::any_of(text.begin(), text.end(), [=](char c) {
+               return BASisBlank(c) || isControl(c) || theSpecials.find(c) != theSpecials.npos;
+           });
+}
+} // namespace
+
+void KITappendQuoted(KIT_WorkBuffer &out, const char *text, size_t length, char quote)
+{
+    out.append(quote);
+    size_t plain = 0;
+    for (size_t i = 0; i < length; i++) {
+        const char c = text[i];
+        if (c != quote && c != '\\' && !isControl(c)) {
+            continue;
+        }
+        out.append(text + plain, i - plain);
+        plain = i + 1;
+        out.append('\\');
+        if (!isControl(c)) {
+            out.append(c);
+        } else if (const char letter = escapeLetter(c)) {
+            out.append(letter);
+        } else {
+            const int byte = static_cast<unsigned char>(c);
+            const char octal[] = {static_cast<char>('0' + (byte >> 6)),
+                                  static_cast<char>('0' + ((byte >> 3) & 7)),
+                                  static_cast<char>('0' + (byte & 7))};
+            out.append(octal, sizeof(octal));
+        }
+    }
+    out.append(text + plain, length - plain);
+    out.append(quote);
+}
+
+void KIT_String::makeSmartQuotedString(char quote)
+{
+    if (needsQuotes(view())) {
+        KIT_WorkBuffer quoted;
+        KITappendQuoted(quoted, nonNullStr(), length(), quote);
+        quoted.copyIntoString(*this);
+    }
+}
+
+int KIT_String::expandControlSequences(int /*flags*/)
+{
+    if (!findChar('\\')) {
+        return 0;
+    }
+    harden();
+    if (!isHard()) {
+        return 0;
+    }
+    const char *from = myText;
+    char *to = writable();
+    int count = 0;
+    while (*from) {
+        const char letter = *from == '\\' ? escapedByte(from[1]) : '\0';
+        const char octal = *from == '\\' && !letter ? octalByte(from + 1) : '\0';
+        if (letter || octal) {
+            *to++ = letter ? letter : octal;
+            from += letter ? 2 : 4;
+            count++;
+        } else {
+            // The byte behind a backslash that means nothing is never looked at as a start.
+            if (*from == '\\' && from[1]) {
+                *to++ = *from++;
+            }
+            *to++ = *from++;
+        }
+    }
+    *to = '\0';
+    myLength = static_cast<size_t>(to - myText);
+    return count;
+}
+
+void KIT_String::save(std::ostream &os, bool binary) const
+{
+    if (!binary) {
+        os << *this;
+        return;
+    }
+    const uint32_t size = static_cast<uint32_t>(std::min<size_t>(length(), UINT32_MAX));
+    KITwrite(os, size);
+    os.write(nonNullStr(), static_cast<std::streamsize>(size));
+}
+
+std::ostream &operator<<(std::ostream &os, const KIT_String &text)
+{
+    KIT_WorkBuffer quoted;
+    KITappendQuoted(quoted, text.nonNullStr(), text.length());
+    return os.write(quoted.buffer(), static_cast<std::streamsize>(quoted.length()));
+}

@@ -1,0 +1,24 @@
+/// \file KIT_ValArray.h
+/// A KIT_Array of plain values: numbers, pointers and records that can be copied byte by byte.
+///
+/// Everything else is told in KIT_Array.h. The type of its own says in an interface that the
+/// elements own nothing.
+
+#pragma once
+
+#include <KIT/KIT_Array.h>
+
+template <class T>
+class KIT_ValArray : public KIT_Array<T>
+{
+public:
+    static_assert(std::is_trivially_copyable<T>::value, "KIT_ValArray holds plain values only");
+
+    using KIT_Array<T>::KIT_Array;
+    KIT_ValArray() = default;
+
+    /// Sets every element to the zero value.
+    void zero() { std::fill(this->begin(), this->end(), T()); }
+    /// Sets every element.
+    void constant(const T &value) { std::fill(this->begin(), this->end(), value); }
+};
