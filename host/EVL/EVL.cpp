@@ -1,0 +1,47 @@
+#include <EVL/EVL.h>
+
+#include <KIT/KIT_MessageCatalogue.h>
+
+#include <array>
+#include <atomic>
+#include <string>
+
+namespace EVL
+{
+
+static constexpr int theErrorCount = EVL_NO_LANGUAGE + 1;
+
+EVL_ErrNo theErrNo;
+
+static std::atomic<ClearCycles> theClearCycles{nullptr};
+
+static std::array<std::string, theErrorCount> makeErrorTexts()
+{
+    std::array<std::string, theErrorCount> texts;
+    texts[EVL_OK] = "No error";
+    for (int error = EVL_OK + 1; error < theErrorCount; ++error) {
+        texts[static_cast<size_t>(error)] = KITformatMessage("TRK", error, nullptr);
+    }
+    return texts;
+}
+
+const char *getErrorText(int error)
+{
+    static const std::array<std::string, theErrorCount> theTexts = makeErrorTexts();
+    const bool known = error >= 0 && error < theErrorCount;
+    return known ? theTexts[static_cast<size_t>(error)].c_str() : "Unknown error";
+}
+
+void setClearCycles(ClearCycles function)
+{
+    theClearCycles.store(function, std::memory_order_release);
+}
+
+} // namespace EVL
+
+void ev_ClearCycles(int thread)
+{
+    if (const EVL::ClearCycles function = EVL::theClearCycles.load(std::memory_order_acquire)) {
+        function(thread);
+    }
+}

@@ -1,0 +1,56 @@
+/// \file EVL.h
+/// The expression error number of each thread.
+///
+/// Vocabulary: *error number* = why the thread's last evaluation gave no proper value; 0 is none;
+///             *cycle mark* = a note that a thread is evaluating something just now.
+/// Units:      thread ids as BASgetSTID() gives them; an id below 1 means the calling thread.
+/// Threads:    any thread may reach its own number; a thread does not touch another's.
+/// Errors:     an evaluation sets the number and goes on with the value 0; whoever wants to know
+///             clears it first and reads it afterwards.
+/// Cost:       an index for the first 32 threads, see BAS_PerThread.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+#include <BAS/BAS_PerThread.h>
+
+namespace EVL
+{
+
+/// The error numbers. Stored in messages: append only.
+enum
+{
+    EVL_OK = 0,           ///< no error
+    EVL_SYNTAX,           ///< the expression cannot be read
+    EVL_CYCLE,            ///< the value depends on itself
+    EVL_UNKNOWN_CHANNEL,  ///< a reference names no channel or parameter
+    EVL_UNKNOWN_VARIABLE, ///< a variable is not defined
+    EVL_UNKNOWN_FUNCTION, ///< a function is not known
+    EVL_BAD_ARGUMENT,     ///< an argument is of the wrong kind, or the wrong number of them
+    EVL_DEPTH,            ///< the nesting or the step limit is reached
+    EVL_NO_LANGUAGE       ///< the expression's language is not available
+};
+
+/// The numbers of all threads.
+class EVL_ErrNo
+{
+public:
+    int &operator[](int thread) { return myNumbers.get(thread); }
+
+private:
+    BAS_PerThread<int> myNumbers;
+};
+
+extern KIT_API EVL_ErrNo theErrNo;
+
+/// The sentence of an error number; never null.
+KIT_API const char *getErrorText(int error);
+
+/// What ev_ClearCycles() calls, or null. The channel service registers itself here.
+using ClearCycles = void (*)(int thread);
+KIT_API void setClearCycles(ClearCycles function);
+
+} // namespace EVL
+
+/// Clears the thread's cycle marks other than those of evaluations that are running.
+KIT_API void ev_ClearCycles(int thread);

@@ -1,0 +1,104 @@
+/// \file LNK_MicroNode.h
+/// A node of the dependency graph at the grain of one value.
+///
+/// Vocabulary: *input* = a node that this one depends on; *output* = a node that depends on this
+///             one; *dirty* = out of date since some input changed; *time dependent* = to be
+///             computed again when the time changes.
+/// Ownership:  nodes own no other node. Destroying a node unlinks it from both sides.
+/// Threads:    the two marks are single bytes that any thread reads and writes, a lost update costs
+///             one recomputation. Edges may be added and read from any thread. A node is destroyed
+///             by one thread, and not while another thread propagates dirtiness through it.
+/// Errors:     none.
+/// Cost:       a fresh node uses no heap. Adding an input looks through this node's inputs.
+///             propagateDirty() visits each reachable node once.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+#include <BAS/BAS_Relaxed.h>
+#include <KIT/KIT_Array.h>
+#include <KIT/KIT_SmallObject.h>
+
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+
+class KIT_API LNK_MicroNode : public KIT_SmallObject<>
+{
+public:
+    /// What propagateDirty() calls for each node that it made dirty.
+    using DirtyCallback = std::function<void(LNK_MicroNode &)>;
+
+    LNK_MicroNode() = default;
+    LNK_MicroNode(const LNK_MicroNode &) = delete;
+    LNK_MicroNode &operator=(const LNK_MicroNode &) = delete;
+
+    // ---------------------------------------------------------------- //
+    /// \name Slots   (in their order in the table)
+    // ---------------------------------------------------------------- //
+    virtual ~LNK_MicroNode();
+    /// The class's name. Base: "LNK_MicroNode".
+    virtual const char *className() const;
+    /// Takes all inputs off, on both sides. An override calls the base.
+    virtual void clearInputs();
+    /// Appends the inputs in the order of their adding.
+    virtual void getInputs(KIT_Array<LNK_MicroNode *> &inputs) const;
+    /// Appends the outputs in the order of their adding. Propagation asks this for where to go, so
+    /// an override must not start a propagation itself.
+    virtual void getOutputs(KIT_Array<LNK_MicroNode *> &outputs) const;
+    /// Bytes of the edges, and of the node when `inclusive`.
+    virtual int64_t getMemoryUsage(bool inclusive) const;
+    /// Writes the node as text, indented by twice the level: `label: className`, then the words
+    /// `dirty` and `timedep` where they hold, and one line for each input. A null label is left out.
+    virtual void dump(std::ostream &stream, const char *label, int level) const;
+    /// Brings the node up to date. Base: clears the dirty mark.
+    virtual void update();
+    /// Whether update() has something to do. Base: isDirty().
+    virtual bool requiresUpdate() const;
+    /// Called when propagation has made the node dirty. Base: nothing.
+    virtual void becameDirty();
+
+    // ---------------------------------------------------------------- //
+    /// \name Marks
+    // ---------------------------------------------------------------- //
+    bool isDirty() const { return BASload(myDirty) != 0; }
+    /// Sets the mark; with `propagate` a dirty one goes on to all outputs as by propagateDirty().
+    void setDirty(bool dirty, bool propagate);
+    bool isTimeDependent() const { return BASload(myTimeDependent) != 0; }
+    void setTimeDependent(bool timeDependent)
+    {
+        BASstoreIfDifferent<uint8_t>(myTimeDependent, timeDependent ? 1 : 0);
+    }
+
+    // ---------------------------------------------------------------- //
+    /// \name Edges
+    // ---------------------------------------------------------------- //
+    /// Adds an edge. False, and no change, for an edge that is there already or leads to itself.
+    bool addExplicitInput(LNK_MicroNode &input);
+    /// Takes one edge off; false if there is none.
+    bool removeInput(LNK_MicroNode &input);
+    int64_t getNumInputs() const;
+    int64_t getNumOutputs() const;
+
+    /// Makes this node dirty and every node that it reaches through outputs, and calls `callback`
+    /// (which may be empty) on each of them, this one first, each once, cycles or not. With
+    /// `cleanOnly` the way ends at outputs that are dirty already.
+    ///
+    /// The nodes are collected first. The callback may add and remove edges and destroy any node:
+    /// those destroyed before their turn are left out, and this node may be one of them.
+    void propagateDirty(DirtyCallback callback, bool cleanOnly);
+
+    /// Writes the nodes that are linked with this one, however far, as a graph in the DOT language.
+    /// Dirty nodes are drawn filled, time dependent ones with a double edge.
+    void dumpAsDOT(std::ostream &stream, const char *graphName = nullptr) const;
+
+private:
+    struct Walk;
+    friend struct Walk;
+
+    KIT_Array<LNK_MicroNode *> myInputs;
+    KIT_Array<LNK_MicroNode *> myOutputs;
+    uint32_t myWalkMark = 0; // the last walk that collected this node
+    uint8_t myDirty = 0;
+    uint8_t myTimeDependent = 0;
+};
