@@ -1,0 +1,222 @@
+#include <TRK/TRK_Collection.h>
+
+#include <BAS/BAS_Number.h>
+#include <TRK/TRK_Evaluation.h>
+
+#include <algorithm>
+#include <cstring>
+
+TRK_Collection::TRK_Collection() = default;
+
+TRK_Collection::~TRK_Collection()
+{
+    for (TRK_Channel *channel : myChannels) {
+        delete channel;
+    }
+}
+
+// ---------------------------------------------------------------- //
+// Channels
+// ---------------------------------------------------------------- //
+
+TRK_Channel *TRK_Collection::getChannel(const KIT_StringRef &name) const
+{
+    const auto found = myByName.find(name);
+    return found != myByName.end() ? found->second : nullptr;
+}
+
+TRK_Channel *TRK_Collection::getChannel(int index) const
+{
+    const bool goodFlag = index >= 0 && static_cast<size_t>(index) < myChannels.size();
+    return goodFlag ? myChannels[static_cast<size_t>(index)] : nullptr;
+}
+
+TRK_Channel *TRK_Collection::findChannelOrAlias(const KIT_StringRef &name) const
+{
+    TRK_Channel *channel = getChannel(name);
+    if (channel != nullptr || myByAlias.empty()) {
+        return channel;
+    }
+    const auto found = myByAlias.find(name);
+    return found != myByAlias.end() ? found->second : nullptr;
+}
+
+bool TRK_Collection::isValidChannelName(const char *name)
+{
+    const bool startFlag =
+        name != nullptr && BASisWordChar(*name) && !(*name >= '0' && *name <= '9');
+    if (!startFlag) {
+        return false;
+    }
+    size_t length = 0;
+    for (const char *c = name; *c != '\0'; ++c) {
+        const bool goodFlag = BASisWordChar(*c) || std::strchr(".:#", *c) != nullptr;
+        if (!goodFlag || ++length > TRK_Limits::theNameLength) {
+            return false;
+        }
+    }
+    return true;
+}
+
+TRK_Channel *TRK_Collection::addChannel(const KIT_StringRef &name)
+{
+    TRK_Channel *channel = getChannel(name);
+    if (channel != nullptr || !isValidChannelName(name.c_str())) {
+        return channel;
+    }
+    channel = new TRK_Channel(this, KIT_StringHolder(name));
+    myChannels.push_back(channel);
+    myByName.emplace(channel->getName(), channel);
+    return channel;
+}
+
+void TRK_Collection::deleteChannel(TRK_Channel *channel)
+{
+    const auto place = std::find(myChannels.rbegin(), myChannels.rend(), channel);
+    if (channel == nullptr || place == myChannels.rend()) {
+        return;
+    }
+    setChannelAlias(channel, KIT_StringRef());
+    myByName.erase(channel->getName());
+    myChannels.erase(place.base() - 1);
+    delete channel;
+}
+
+bool TRK_Collection::renameChannel(TRK_Channel *channel, const KIT_StringRef &newName)
+{
+    if (channel == nullptr || channel->getCollection() != this ||
+        !isValidChannelName(newName.c_str())) {
+        return false;
+    }
+    TRK_Channel *holder = getChannel(newName);
+    if (holder != nullptr) {
+        return holder == channel;
+    }
+    myByName.erase(channel->myName);
+    channel->myName = KIT_StringHolder(newName);
+    myByName.emplace(channel->getName(), channel);
+    return true;
+}
+
+void TRK_Collection::setChannelAlias(TRK_Channel *channel, const KIT_StringRef &alias)
+{
+    if (channel == nullptr || channel->getCollection() != this) {
+        return;
+    }
+    const auto held = myByAlias.find(channel->myAlias);
+    if (!channel->myAlias.isNull() && held != myByAlias.end() && held->second == channel) {
+        myByAlias.erase(held);
+    }
+    channel->myAlias = alias.isEmpty() ? KIT_StringHolder() : KIT_StringHolder(alias);
+    if (!channel->myAlias.isNull()) {
+        myByAlias[channel->myAlias] = channel;
+    }
+}
+
+// ---------------------------------------------------------------- //
+// Evaluation
+// ---------------------------------------------------------------- //
+
+double TRK_Collection::evaluate(const TRK_Channel *channel, double time, bool, int thread) const
+{
+    bool timeDependent = false;
+    return channel != nullptr ? channel->evaluate(this, time, thread, timeDependent) : 0.0;
+}
+
+bool TRK_Collection::evaluateString(KIT_String &out, const TRK_Channel *channel, double time,
+                                    int thread) const
+{
+    bool timeDependent = false;
+    if (channel == nullptr) {
+        out = "";
+        return false;
+    }
+    return channel->evaluateString(this, time, thread, out, timeDependent);
+}
+
+const TRK_Collection *TRK_Collection::resolvePath(const KIT_StringRef &path) const
+{
+    if (path.isNull() || (path.length() == 1 && *path.c_str() == '.')) {
+        return this;
+    }
+    return myPathResolver != nullptr ? myPathResolver->findCollection(path) : nullptr;
+}
+
+bool TRK_Collection::evaluateReference(const KIT_StringRef &path, const KIT_StringRef &name,
+                                       double time, int thread, double &value,
+                                       bool &timeDependent) const
+{
+    const TRK_Collection *collection = path.isNull() ? this : resolvePath(path);
+    if (collection == nullptr) {
+        return false;
+    }
+    bool dependentFlag = false;
+    if (collection->myValueSource != nullptr &&
+        collection->myValueSource->evaluateNumber(name, time, thread, value, dependentFlag)) {
+        timeDependent = timeDependent || dependentFlag;
+        return true;
+    }
+    const TRK_Channel *channel = collection->findChannelOrAlias(name);
+    if (channel == nullptr) {
+        return false;
+    }
+    value = channel->evaluate(collection, time, thread, timeDependent);
+    return true;
+}
+
+bool TRK_Collection::evaluateReferenceString(const KIT_StringRef &path, const KIT_StringRef &name,
+                                             double time, int thread, KIT_String &value,
+                                             bool &timeDependent) const
+{
+    const TRK_Collection *collection = path.isNull() ? this : resolvePath(path);
+    if (collection == nullptr) {
+        return false;
+    }
+    bool dependentFlag = false;
+    if (collection->myValueSource != nullptr &&
+        collection->myValueSource->evaluateString(name, time, thread, value, dependentFlag)) {
+        timeDependent = timeDependent || dependentFlag;
+        return true;
+    }
+    const TRK_Channel *channel = collection->findChannelOrAlias(name);
+    if (channel == nullptr) {
+        return false;
+    }
+    channel->evaluateString(collection, time, thread, value, timeDependent);
+    return true;
+}
+
+// ---------------------------------------------------------------- //
+// Texts in expressions
+// ---------------------------------------------------------------- //
+
+int TRK_Collection::changeString(const char *from, const char *to, bool wholeWord)
+{
+    int total = 0;
+    for (TRK_Channel *channel : myChannels) {
+        total += channel->changeString(from, to, wholeWord);
+    }
+    return total;
+}
+
+bool TRK_Collection::findString(const char *text, bool wholeWord, bool pattern) const
+{
+    return std::any_of(myChannels.begin(), myChannels.end(), [=](const TRK_Channel *channel) {
+        return channel->findString(text, wholeWord, pattern);
+    });
+}
+
+int64_t TRK_Collection::getMemoryUsage(bool inclusive) const
+{
+    // Nodes of the maps: the key, the value, a link and the cached hash.
+    constexpr size_t node = sizeof(Map::value_type) + 2 * sizeof(void *);
+    int64_t bytes = inclusive ? static_cast<int64_t>(sizeof(*this)) : 0;
+    bytes += static_cast<int64_t>(myChannels.capacity() * sizeof(TRK_Channel *));
+    for (const Map *map : {&myByName, &myByAlias}) {
+        bytes += static_cast<int64_t>(map->size() * node + map->bucket_count() * sizeof(void *));
+    }
+    for (const TRK_Channel *channel : myChannels) {
+        bytes += channel->getMemoryUsage(true);
+    }
+    return bytes;
+}

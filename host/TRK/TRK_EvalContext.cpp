@@ -1,0 +1,38 @@
+#include <TRK/TRK_EvalContext.h>
+
+#include <BAS/BAS_PerThread.h>
+#include <TRK/TRK_Manager.h>
+
+namespace
+{
+
+BAS_PerThread<TRK_EvalContext::Scope *> &innermostScopes()
+{
+    static BAS_PerThread<TRK_EvalContext::Scope *> theScopes;
+    return theScopes;
+}
+
+} // namespace
+
+TRK_EvalContext::Scope::Scope(int thread)
+    : Scope(thread, TRK_Manager::getContext().getEvaluateTime(thread))
+{}
+
+TRK_EvalContext::Scope::Scope(int thread, double time, TRK_Collection *collection,
+                              const char *channel)
+    : myTime(time), myCollection(collection), myChannel(channel), myThread(thread)
+{
+    Scope *&innermost = innermostScopes().get(thread);
+    myOuter = innermost;
+    innermost = this;
+}
+
+TRK_EvalContext::Scope::~Scope()
+{
+    innermostScopes().get(myThread) = myOuter;
+}
+
+const TRK_EvalContext::Scope *TRK_EvalContext::getCurrent(int thread)
+{
+    return innermostScopes().get(thread);
+}

@@ -1,0 +1,45 @@
+/// \file TRK_EvalContext.h
+/// What is being evaluated on a thread: the time, and optionally collection and channel name.
+///
+/// Ownership: a scope lives on the C++ stack; it borrows the collection and the name.
+/// Threads:   a scope belongs to the thread number it was opened with. Only that thread asks for
+///            its innermost scope.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+
+class TRK_Collection;
+
+class KIT_API TRK_EvalContext
+{
+public:
+    /// Opens a context for a thread; its end brings the outer one back.
+    class KIT_API Scope
+    {
+    public:
+        /// Keeps the thread's present evaluation time.
+        explicit Scope(int thread);
+        Scope(int thread, double time, TRK_Collection *collection = nullptr,
+              const char *channel = nullptr);
+        ~Scope();
+        Scope(const Scope &) = delete;
+        Scope &operator=(const Scope &) = delete;
+
+        double getTime() const { return myTime; }
+        TRK_Collection *getCollection() const { return myCollection; }
+        const char *getChannelName() const { return myChannel; }
+        void setCollection(TRK_Collection *collection) { myCollection = collection; }
+        void setChannelName(const char *channel) { myChannel = channel; }
+
+    private:
+        Scope *myOuter;
+        double myTime;
+        TRK_Collection *myCollection;
+        const char *myChannel;
+        int myThread;
+    };
+
+    /// The innermost scope of a thread; null if none is open.
+    static const Scope *getCurrent(int thread);
+};

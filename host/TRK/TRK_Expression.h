@@ -1,0 +1,173 @@
+/// \file TRK_Expression.h
+/// A compiled expression of language 0: parsed once, evaluated by any number of threads.
+///
+/// Vocabulary: *program* = the expression in postfix order, one *step* for each operation;
+///             *number stack*, *text stack* = where a run keeps what the next steps use.
+///             ch("../light/tx") is a *reference* with the path "../light" and the name "tx".
+/// Units:      times in seconds; angles of the trigonometric functions in degrees.
+/// Ownership:  owns its program and the names in it; borrows nothing.
+/// Threads:    immutable once compiled; evaluation from any thread.
+/// Errors:     a text that can't be compiled gives an object that remembers the EVL number and the
+///             place; evaluating it raises that number. An expression in which anything fails has
+///             the value 0, or the empty text. Numbers and limits: docs/channels.md.
+/// Cost:       linear in the program. Numbers need no heap; a reference by a literal name costs
+///             its look-up and the evaluation of what it names.
+///
+/// The language is told in docs/channels.md.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_StringHolder.h>
+#include <TRK/TRK_Evaluation.h>
+#include <TRK/TRK_Types.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class KIT_API TRK_Expression
+{
+public:
+    /// What a whole expression or a part of it gives.
+    enum class Type : uint8_t
+    {
+        NUMBER,
+        STRING,
+        ANY ///< known only at evaluation: a variable's text, which may read as a number
+    };
+
+    /// The operations of a program. The comment tells what they take from the stacks and leave:
+    /// n a number, s a text.
+    enum class Code : uint8_t
+    {
+        NUMBER,      ///< - : n   the number of the step
+        FRAME,       ///< - : n   $F
+        FLOAT_FRAME, ///< - : n   $FF
+        TIME,        ///< - : n   $T
+        FPS,         ///< - : n   $FPS
+        INTERPOLATE, ///< - : n   the segment's own curve
+        NEGATE,      ///< n : n
+        NOT,         ///< n : n
+        TRUTH,       ///< n : n   1 unless 0
+        ADD,         ///< n n : n and so on
+        SUBTRACT,
+        MULTIPLY,
+        DIVIDE,
+        MODULO,
+        POWER,
+        LESS,
+        LESS_EQUAL,
+        GREATER,
+        GREATER_EQUAL,
+        EQUAL,
+        NOT_EQUAL,
+        SWAP,               ///< n n : n n
+        JUMP,               ///< - : -
+        JUMP_IF_ZERO,       ///< n : -
+        NOTHING,            ///< - : -
+        FUNCTION,           ///< n.. : n a function of numbers
+        CHANNEL,            ///< - : n   ch("literal")
+        CHANNEL_AT,         ///< n : n   ch("literal", time)
+        CHANNEL_NAMED,      ///< s : n   ch(text)
+        CHANNEL_NAMED_AT,   ///< s n : n
+        TO_NUMBER,          ///< s : n
+        TO_TEXT,            ///< n : s
+        TEXT,               ///< - : s   a literal
+        VARIABLE,           ///< - : s   a variable; unknown is an error
+        VARIABLE_IN_TEXT,   ///< - : s a variable inside a literal; unknown stays as it was written
+        NODE_NAME,          ///< - : s   $OS
+        JOIN,               ///< s s : s
+        JOIN_NUMBER,        ///< n s : s the number goes in front
+        ADD_ANY,            ///< s s : s a sum if both read as numbers, else joined
+        COMPARE,            ///< s s : n -1, 0, 1 as texts
+        COMPARE_ANY,        ///< s s : n as numbers if both read so, else as texts
+        TEXT_CHANNEL,       ///< - : s   chs("literal")
+        TEXT_CHANNEL_AT,    ///< n : s
+        TEXT_CHANNEL_NAMED, ///< s : s
+        TEXT_CHANNEL_NAMED_AT, ///< s n : s
+        TEXT_FUNCTION          ///< mixed: a function with a text in its arguments or its result
+    };
+
+    using NumberFunction = double (*)(const double *args, int count, bool &failed);
+
+    struct Step
+    {
+        Code code;
+        uint8_t count;  ///< arguments of a function
+        uint32_t index; ///< of a reference, a literal, a function; target of a jump
+        union
+        {
+            double number;
+            NumberFunction function;
+        };
+    };
+
+    struct Reference
+    {
+        KIT_StringHolder path; ///< null: this collection
+        KIT_StringHolder name;
+        bool textFlag; ///< asked for its text
+    };
+
+    /// Compiles a text. Never null.
+    static TRK_Expression *compile(const char *text);
+
+    /// EVL::EVL_OK, or why the text could not be compiled.
+    int getError() const { return myError; }
+    /// What was wrong, in words; empty when nothing was.
+    const char *getErrorText() const { return myErrorText.c_str(); }
+    /// Offset of the fault in the text.
+    uint32_t getErrorPosition() const { return myErrorPosition; }
+
+    Type getType() const { return myType; }
+    /// True if $F, $FF or $T occur in it.
+    bool usesTime() const { return myTimeFlag; }
+    /// True if other channels or parameters are read.
+    bool hasReferences() const { return myReferenceFlag; }
+    /// True if the whole expression is one literal text.
+    bool isStringLiteral() const { return mySteps.size() == 1 && mySteps[0].code == Code::TEXT; }
+    /// The references by literal names, in the order of the text.
+    const std::vector<Reference> &getReferences() const { return myReferences; }
+
+    /// Treats the expression as one whose value is text, whatever it holds.
+    void forceStringType() { myType = Type::STRING; }
+
+    double evaluateNumber(TRK_EvalState &state) const;
+    /// False if anything failed; \p out is then empty.
+    bool evaluateString(TRK_EvalState &state, KIT_String &out) const;
+
+    /// Evaluates a text once, with no channel behind it: numbers.
+    static double evaluateTextNumber(const char *text, double time,
+                                     const TRK_Collection *collection, int thread,
+                                     bool *timeDependent = nullptr);
+    /// Evaluates a text once, with no channel behind it: text.
+    static bool evaluateTextString(const char *text, double time, const TRK_Collection *collection,
+                                   int thread, KIT_String &out, bool *timeDependent = nullptr);
+
+    /// Splits "path/name" at the last slash. Without one the path is null; of "/name" it is "/".
+    static Reference splitReference(const char *text, size_t length, bool textFlag);
+
+    int64_t getMemoryUsage(bool inclusive) const;
+
+private:
+    friend class TRK_ExpressionParser;
+    class Runner;
+
+    TRK_Expression() = default;
+    bool prepare(TRK_EvalState &state) const;
+
+    std::vector<Step> mySteps;
+    std::vector<Reference> myReferences;
+    std::vector<KIT_StringHolder> myTexts;
+    std::string myErrorText;
+    uint32_t myErrorPosition = 0;
+    int myError = 0;
+    int myNumberSlots = 0;
+    int myTextSlots = 0;
+    Type myResultType = Type::NUMBER; ///< which stack holds the result
+    Type myType = Type::NUMBER;
+    bool myTimeFlag = false;
+    bool myReferenceFlag = false;
+};

@@ -1,0 +1,55 @@
+/// \file TRK_ExpressionFunctions.h
+/// The functions and variables of expressions, as tables. Used by the channel library alone.
+///
+/// Vocabulary: *signature* = one letter for each argument, n a number and s a text; "*" behind the
+///             last means that it may repeat, "?" that it and those behind it may be left out.
+/// Threads:    immutable.
+
+#pragma once
+
+#include <TRK/TRK_Expression.h>
+
+/// Functions that touch texts.
+enum class TRK_TextFunction : uint8_t
+{
+    STRCMP,
+    STRLEN,
+    STRCAT,
+    SUBSTR,
+    TOUPPER,
+    TOLOWER,
+    ATOF,
+    ITOA
+};
+
+/// What a name in front of a parenthesis is.
+enum class TRK_FunctionKind : uint8_t
+{
+    NUMBERS,      ///< of numbers alone
+    TEXTS,        ///< TRK_TextFunction
+    CHANNEL,      ///< ch, chf
+    CHANNEL_INT,  ///< chi
+    CHANNEL_TEXT, ///< chs, chsop
+    INTERPOLATOR, ///< the segment's own curve
+    CONDITION     ///< if
+};
+
+struct TRK_FunctionEntry
+{
+    const char *name;
+    TRK_FunctionKind kind;
+    const char *signature;
+    TRK_Expression::Type result;
+    TRK_Expression::NumberFunction function; ///< for NUMBERS
+    int detail;                              ///< TRK_TextFunction or TRK_Interpolator
+};
+
+/// The entry of a function; null if there is none.
+const TRK_FunctionEntry *TRKfindFunction(const char *name, size_t length);
+/// Truncation toward zero, for chi.
+double TRKtruncate(const double *args, int count, bool &failed);
+
+/// Smallest and largest argument count of a signature, and the kind of one argument.
+int TRKleastArguments(const char *signature);
+int TRKmostArguments(const char *signature);
+bool TRKargumentIsText(const char *signature, int index);

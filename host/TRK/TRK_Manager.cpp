@@ -1,0 +1,125 @@
+#include <TRK/TRK_Manager.h>
+
+#include <EVL/EVL.h>
+#include <KIT/KIT_Digits.h>
+#include <KIT/KIT_Error.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_ChannelRef.h>
+#include <TRK/TRK_Collection.h>
+#include <TRK/TRK_EvalContext.h>
+
+#include <cmath>
+
+TRK_Manager &TRK_Manager::getContext()
+{
+    // Never destroyed: threads may still evaluate while the process ends.
+    static TRK_Manager *const theManager = new TRK_Manager;
+    return *theManager;
+}
+
+// ---------------------------------------------------------------- //
+// Time
+// ---------------------------------------------------------------- //
+
+double TRK_Manager::getEvaluateTime(int thread) const
+{
+    const TRK_EvalContext::Scope *scope = TRK_EvalContext::getCurrent(thread);
+    return scope != nullptr ? scope->getTime() : getCurrentTime();
+}
+
+void TRK_Manager::setTimeTolerance(double tolerance)
+{
+    if (tolerance >= 0.0) {
+        myTolerance.store(tolerance, std::memory_order_relaxed);
+    }
+}
+
+void TRK_Manager::setFPS(double fps)
+{
+    if (fps > 0.0 && std::isfinite(fps)) {
+        myFPS.store(fps, std::memory_order_relaxed);
+    }
+}
+
+// ---------------------------------------------------------------- //
+// Variables
+// ---------------------------------------------------------------- //
+
+bool TRK_Manager::getGlobalVariable(const KIT_StringRef &name, KIT_String &value) const
+{
+    tbb::spin_rw_mutex::scoped_lock lock(myVariableLock, false);
+    const auto found = myVariables.find(KIT_StringHolder(name));
+    if (found == myVariables.end()) {
+        return false;
+    }
+    value = found->second.nonNullStr();
+    return true;
+}
+
+void TRK_Manager::setGlobalVariable(const KIT_StringRef &name, const char *value)
+{
+    tbb::spin_rw_mutex::scoped_lock lock(myVariableLock, true);
+    if (value == nullptr) {
+        myVariables.erase(KIT_StringHolder(name));
+    } else {
+        myVariables[KIT_StringHolder(name)] = KIT_StringHolder(value);
+    }
+}
+
+bool TRK_Manager::getVariable(const KIT_StringRef &name, double time,
+                              const TRK_Collection *collection, KIT_String &value,
+                              bool &timeDependent) const
+{
+    TRK_PathResolver *resolver = collection != nullptr ? collection->getPathResolver() : nullptr;
+    if (name.equals("OS")) {
+        if (resolver == nullptr) {
+            return false;
+        }
+        KIT_WorkBuffer path;
+        resolver->getPath(path);
+        const std::string_view whole = path.view();
+        const size_t slash = whole.rfind('/');
+        const std::string_view last =
+            slash == std::string_view::npos ? whole : whole.substr(slash + 1);
+        value.harden(last.data(), last.size());
+        return true;
+    }
+    const bool frameFlag = name.equals("F");
+    if (frameFlag || name.equals("FF") || name.equals("T")) {
+        const double frame = timeToFrame(time);
+        const double number = frameFlag ? std::floor(frame + 0.5) : name.equals("T") ? time : frame;
+        value = KIT_Digits(number).buffer();
+        timeDependent = true;
+        return true;
+    }
+    if (name.equals("FPS")) {
+        value = KIT_Digits(getFPS()).buffer();
+        return true;
+    }
+    if (name.equals("PI") || name.equals("E")) {
+        value = KIT_Digits(name.equals("PI") ? std::acos(-1.0) : std::exp(1.0)).buffer();
+        return true;
+    }
+    return (resolver != nullptr && resolver->getVariable(name, value)) ||
+           getGlobalVariable(name, value);
+}
+
+// ---------------------------------------------------------------- //
+// Other services
+// ---------------------------------------------------------------- //
+
+bool TRK_Manager::fillChannelRef(TRK_ChannelRef &ref, TRK_Channel *channel) const
+{
+    if (channel == nullptr || channel->getCollection() == nullptr) {
+        return false;
+    }
+    ref = TRK_ChannelRef(channel->getCollection(), channel->getName());
+    return true;
+}
+
+void TRK_Manager::evaluationError(int error, int, const char *text) const
+{
+    if (error != EVL::EVL_OK) {
+        KITaddError("TRK", error, text);
+    }
+}

@@ -1,0 +1,142 @@
+/// \file TRK_Manager.h
+/// The process-wide side of channels: the current time, settings, variables, and the expansion of
+/// texts.
+///
+/// Units:      time in seconds; frame 1 is time 0; 24 frames a second unless set.
+/// Ownership:  one for the process. Borrows the interpreter set by setPythonEvaluator.
+/// Threads:    settings are single words, read by evaluation threads and set by the main one.
+///             Everything else as it says.
+/// Errors:     evaluationError reports to the calling thread's error manager; expandString sets
+///             EVL::theErrNo of the given thread.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_StringHolder.h>
+#include <TRK/TRK_ValueSource.h>
+
+#include <tbb/spin_rw_mutex.h>
+
+#include <atomic>
+#include <functional>
+#include <unordered_map>
+
+class TRK_Channel;
+class TRK_ChannelRef;
+class TRK_Collection;
+
+/// What expandString does; a mask.
+enum TRK_ExpandFlags : int
+{
+    TRK_EXPAND_VARIABLES = 1,   ///< $NAME and ${NAME}
+    TRK_EXPAND_EXPRESSIONS = 2, ///< expressions in backticks
+    TRK_EXPAND_COMMAND = 4,     ///< the text is a command or a path; changes nothing today
+    TRK_EXPAND_NO_ESCAPES = 8,  ///< a backslash protects nothing
+    TRK_EXPAND_BRACES_ONLY = 16 ///< of variables only ${NAME}
+};
+
+/// Set in the result of expandString if the text depends on time.
+inline constexpr int TRK_EXPAND_TIME_DEPENDENT = 1 << 15;
+/// Set in the result of expandString if anything was replaced.
+inline constexpr int TRK_EXPAND_CHANGED = 1;
+
+class KIT_API TRK_Manager
+{
+public:
+    static TRK_Manager &getContext();
+
+    // ---------------------------------------------------------------- //
+    /// \name Time   (any thread)
+    // ---------------------------------------------------------------- //
+    /// The time of the thread's innermost TRK_EvalContext::Scope, else the current time.
+    double getEvaluateTime(int thread) const;
+    double getCurrentTime() const { return myTime.load(std::memory_order_relaxed); }
+    void setCurrentTime(double time) { myTime.store(time, std::memory_order_relaxed); }
+    /// How far apart two times may be and still be the same key. 1e-5 unless set.
+    double getTimeTolerance() const { return myTolerance.load(std::memory_order_relaxed); }
+    void setTimeTolerance(double tolerance);
+    double getFPS() const { return myFPS.load(std::memory_order_relaxed); }
+    /// Frames a second; a value that is not above 0 is ignored.
+    void setFPS(double fps);
+    double timeToFrame(double time) const { return time * getFPS() + 1.0; }
+    double frameToTime(double frame) const { return (frame - 1.0) / getFPS(); }
+
+    // ---------------------------------------------------------------- //
+    /// \name Settings
+    // ---------------------------------------------------------------- //
+    /// True, the default: a value set on a channel becomes a key at once.
+    bool getCommitPreference() const { return myCommitFlag.load(std::memory_order_relaxed); }
+    void setCommitPreference(bool commit) { myCommitFlag.store(commit, std::memory_order_relaxed); }
+    /// True: a key on one component keys the whole tuple. False by default.
+    bool getTupleKeying() const { return myTupleFlag.load(std::memory_order_relaxed); }
+    void setTupleKeying(bool tuple) { myTupleFlag.store(tuple, std::memory_order_relaxed); }
+
+    // ---------------------------------------------------------------- //
+    /// \name Variables   (any thread; readers share a lock)
+    // ---------------------------------------------------------------- //
+    bool getGlobalVariable(const KIT_StringRef &name, KIT_String &value) const;
+    /// A null value takes the variable away.
+    void setGlobalVariable(const KIT_StringRef &name, const char *value);
+    /// $F $FF $T $FPS $PI $E $OS, then the collection's resolver, then the global variables. A mark
+    /// is set for those that depend on time.
+    bool getVariable(const KIT_StringRef &name, double time, const TRK_Collection *collection,
+                     KIT_String &value, bool &timeDependent) const;
+
+    // ---------------------------------------------------------------- //
+    /// \name Texts   (any thread)
+    // ---------------------------------------------------------------- //
+    /// Expands a literal text by TRK_ExpandFlags. Backslashes in front of a "$" or backtick protect
+    /// it, two stand for one; elsewhere a backslash is a character like any other. An unknown
+    /// variable stays as it is written. An expression that fails, or a backtick without its
+    /// partner, sets EVL::theErrNo. The result is a mask: TRK_EXPAND_CHANGED,
+    /// TRK_EXPAND_TIME_DEPENDENT.
+    int expandString(const char *text, KIT_String &out, double time, TRK_Collection *collection,
+                     int thread, int flags = TRK_EXPAND_VARIABLES | TRK_EXPAND_EXPRESSIONS) const;
+    /// True if the text uses $NAME or ${NAME}.
+    static bool scanForVariableInString(const char *text, const char *name);
+
+    using ReferenceCall = std::function<void(const KIT_StringRef &path, const KIT_StringRef &name)>;
+    /// Calls for each reference by a literal name in an expression.
+    static void forEachReference(const char *expression, const ReferenceCall &call);
+    /// Calls for each reference in the backticks of a literal text.
+    static void buildStringOpDependencies(const char *text, const ReferenceCall &call);
+    /// Rewrites the paths of references in an expression, or in the backticks of a literal text:
+    /// the path \p from and those below it become \p to. The number of changes.
+    static int changeStringOpRef(KIT_String &text, const char *from, const char *to);
+
+    // ---------------------------------------------------------------- //
+    /// \name Other services
+    // ---------------------------------------------------------------- //
+    /// Fills in a reference to a channel. False for null or a channel without a collection.
+    bool fillChannelRef(TRK_ChannelRef &ref, TRK_Channel *channel) const;
+    /// Reports an EVL number as KITaddError("TRK", error, text). 0 is not reported.
+    void evaluationError(int error, int thread, const char *text) const;
+    /// Who evaluates expressions of language 1. Null, the default: nobody, they give 0 and
+    /// EVL::EVL_NO_LANGUAGE. Set it while nobody evaluates.
+    void setPythonEvaluator(TRK_LanguageEvaluator *evaluator)
+    {
+        myPython.store(evaluator, std::memory_order_release);
+    }
+    TRK_LanguageEvaluator *getPythonEvaluator() const
+    {
+        return myPython.load(std::memory_order_acquire);
+    }
+
+private:
+    TRK_Manager() = default;
+
+    struct Hash
+    {
+        size_t operator()(const KIT_StringRef &name) const { return name.hash(); }
+    };
+
+    std::atomic<double> myTime{0.0};
+    std::atomic<double> myTolerance{1e-5};
+    std::atomic<double> myFPS{24.0};
+    std::atomic<bool> myCommitFlag{true};
+    std::atomic<bool> myTupleFlag{false};
+    std::atomic<TRK_LanguageEvaluator *> myPython{nullptr};
+    mutable tbb::spin_rw_mutex myVariableLock;
+    std::unordered_map<KIT_StringHolder, KIT_StringHolder, Hash> myVariables;
+};

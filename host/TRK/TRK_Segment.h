@@ -1,0 +1,125 @@
+/// \file TRK_Segment.h
+/// The stretch of a channel between two keys: values at both ends and what happens between them.
+///
+/// Vocabulary: *in* value, slope, acceleration = at the segment's start; *out* = at its end.
+///             *interpolator* = an expression that is exactly constant(), linear(), cubic(),
+///             bezier() or ease(): then the values make the curve. Any other expression drives the
+///             segment and the values rest.
+/// Units:      time in seconds; slope in value per second; acceleration is the length of the
+///             curve's handle in seconds, 0 for one third of the segment.
+/// Ownership:  owned by its channel, in an array: a pointer holds until keys come or go.
+/// Threads:    const calls from any thread. Changes one thread at a time, while nobody evaluates.
+///             The compiled expression is made by whoever needs it first, on any thread.
+/// Errors:     as TRK_Expression.
+/// Cost:       interpolators need no call and no look-up; an expression is compiled once.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Expression.h>
+#include <TRK/TRK_Interpolate.h>
+#include <TRK/TRK_Types.h>
+
+#include <atomic>
+
+class TRK_Channel;
+
+class KIT_API TRK_Segment
+{
+public:
+    TRK_Segment(TRK_Channel *channel, double start, double end);
+    TRK_Segment(const TRK_Segment &);
+    TRK_Segment(TRK_Segment &&) noexcept;
+    TRK_Segment &operator=(const TRK_Segment &);
+    TRK_Segment &operator=(TRK_Segment &&) noexcept;
+    ~TRK_Segment();
+
+    double getStart() const { return myStart; }
+    /// The next key's time; infinity for the last segment.
+    double getEnd() const { return myEnd; }
+
+    // ---------------------------------------------------------------- //
+    /// \name Expression
+    // ---------------------------------------------------------------- //
+    TRK_ExprLanguage getExprLanguage() const { return myLanguage; }
+    const char *getExpression() const { return myText.nonNullStr(); }
+    TRK_Interpolator getInterpolator() const { return myInterpolator; }
+    bool isInterpolated() const { return myInterpolator != TRK_INTERP_EXPRESSION; }
+    /// Sets text and language; a null or empty text is "bezier()". Trailing blanks go.
+    void changeExpression(const char *text, TRK_ExprLanguage language);
+    /// The compiled form, made now if need be; null for an interpolator or a foreign language.
+    const TRK_Expression *getCompiledExpression() const;
+    bool hasCompiledExpression() const
+    {
+        return myCompiled.load(std::memory_order_acquire) != nullptr;
+    }
+    /// Drops the compiled form.
+    void dirtyExprCache();
+    /// Has the compiled form count as text; see TRK_Expression::forceStringType.
+    void forceStringType();
+
+    // ---------------------------------------------------------------- //
+    /// \name Values; changes with notify raise a change event
+    // ---------------------------------------------------------------- //
+    double getInValue() const { return myInValue; }
+    double getOutValue() const { return myOutValue; }
+    /// The stored value: that at the start.
+    double getValue() const { return myInValue; }
+    double getInSlope() const { return myInSlope; }
+    double getOutSlope() const { return myOutSlope; }
+    double getInAcceleration() const { return myInAccel; }
+    double getOutAcceleration() const { return myOutAccel; }
+    void setInValue(double value, bool notify);
+    void setOutValue(double value, bool notify);
+    void setInSlope(double slope, bool notify);
+    void setOutSlope(double slope, bool notify);
+    void setInAcceleration(double acceleration, bool notify);
+    void setOutAcceleration(double acceleration, bool notify);
+
+    /// The value of one curve over this segment's keys at a time, which counts as the start when it
+    /// lies before.
+    double interpolate(TRK_Interpolator interpolator, double time) const
+    {
+        const double length = myEnd - myStart;
+        const double elapsed = time - myStart;
+        if (interpolator == TRK_INTERP_CONSTANT || !(elapsed > 0.0) || !(length < theForever)) {
+            return myInValue;
+        }
+        const double u = elapsed < length ? elapsed / length : 1.0;
+        switch (interpolator) {
+        case TRK_INTERP_LINEAR: return TRKinterpolateLinear(u, myInValue, myOutValue);
+        case TRK_INTERP_EASE: return TRKinterpolateEase(u, myInValue, myOutValue);
+        case TRK_INTERP_CUBIC:
+            return TRKinterpolateCubic(u, length, myInValue, myInSlope, myOutValue, myOutSlope);
+        case TRK_INTERP_BEZIER:
+            return TRKinterpolateBezier(u, length, myInValue, myInSlope, myInAccel, myOutValue,
+                                        myOutSlope, myOutAccel);
+        default: return myInValue;
+        }
+    }
+
+    int64_t getMemoryUsage(bool inclusive) const;
+
+private:
+    friend class TRK_Channel;
+    friend class TRK_CollectionReader;
+    static constexpr double theForever = __builtin_huge_val();
+
+    void copyNumbers(const TRK_Segment &other);
+    void set(double &slot, double value, bool notify);
+
+    double myStart;
+    double myEnd;
+    double myInValue = 0.0;
+    double myOutValue = 0.0;
+    double myInSlope = 0.0;
+    double myOutSlope = 0.0;
+    double myInAccel = 0.0;
+    double myOutAccel = 0.0;
+    mutable std::atomic<TRK_Expression *> myCompiled{nullptr};
+    TRK_Channel *myChannel;
+    KIT_String myText;
+    TRK_ExprLanguage myLanguage = TRK_LANGUAGE_NATIVE;
+    TRK_Interpolator myInterpolator = TRK_INTERP_BEZIER;
+};

@@ -1,0 +1,80 @@
+/// \file TRK_Types.h
+/// The small enumerations of the channel library and their words.
+///
+/// Vocabulary: *meaning* = how a text is read: as it stands, or as an expression in which language;
+///             "collection" leaves the language to the channel collection.
+/// Threads:    immutable.
+/// Errors:     a word that is not known gives the first value, or false in the forms that report.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+
+/// How the text of a value is read. Stored: append only.
+enum TRK_StringMeaning : int
+{
+    TRK_MEANING_LITERAL = 0,   ///< as it stands
+    TRK_MEANING_NATIVE = 1,    ///< expression of language 0
+    TRK_MEANING_PYTHON = 2,    ///< expression of language 1
+    TRK_MEANING_UNUSED = 3,    ///< no longer written; reads as a literal
+    TRK_MEANING_COLLECTION = 4 ///< expression in the collection's own language
+};
+
+/// Languages of expressions. Stored: append only.
+enum TRK_ExprLanguage : int
+{
+    TRK_LANGUAGE_NATIVE = 0, ///< the small language of TRK_Expression.h
+    TRK_LANGUAGE_PYTHON = 1  ///< Python
+};
+
+/// Languages of callback and menu scripts. Stored: append only.
+enum TRK_ScriptLanguage : int
+{
+    TRK_SCRIPT_COMMAND = 0, ///< the command language
+    TRK_SCRIPT_PYTHON = 1   ///< Python
+};
+
+/// What a change event tells.
+enum TRK_CHANGE_TYPE : int
+{
+    TRK_CHANGE_VALUE = 4,   ///< a value, key or expression
+    TRK_CHANGE_ENABLE = 6,  ///< the enabled state
+    TRK_CHANGE_VISIBLE = 7, ///< the visible state
+    TRK_CHANGE_LOCK = 8     ///< a lock
+};
+
+/// How a segment gets its value between its two keys.
+enum TRK_Interpolator : unsigned char
+{
+    TRK_INTERP_CONSTANT = 0, ///< constant(): the value at the segment's start
+    TRK_INTERP_LINEAR,       ///< linear(): straight line
+    TRK_INTERP_CUBIC,        ///< cubic(): values and slopes
+    TRK_INTERP_BEZIER,       ///< bezier(): values, slopes and handle lengths
+    TRK_INTERP_EASE,         ///< ease(): slow start, slow end
+    TRK_INTERP_EXPRESSION    ///< any other text: the expression drives the segment
+};
+
+/// The language that a meaning asks for; a meaning of 4 gives \p collectionLanguage.
+KIT_API TRK_ExprLanguage TRKstringMeaningToExprLanguage(
+    TRK_StringMeaning meaning, TRK_ExprLanguage collectionLanguage = TRK_LANGUAGE_NATIVE);
+
+/// The meaning of a word ("literal", "expression", "python", "unused", "collection"), or of its
+/// number as text. An unknown word is a literal.
+KIT_API TRK_StringMeaning TRKstringToMeaning(const char *word);
+/// The same, false for an unknown word, which leaves \p meaning alone.
+KIT_API bool TRKstringToMeaning(const char *word, TRK_StringMeaning &meaning);
+/// The word of a meaning; "literal" for a number out of range.
+KIT_API const char *TRKmeaningToString(TRK_StringMeaning meaning);
+
+/// The language of a word ("command", "python"), or of its number as text. Unknown: command.
+KIT_API TRK_ScriptLanguage TRKstringToScriptLanguage(const char *word);
+/// The same, false for an unknown word, which leaves \p language alone.
+KIT_API bool TRKstringToScriptLanguage(const char *word, TRK_ScriptLanguage &language);
+/// The word of a script language; "command" for a number out of range.
+KIT_API const char *TRKscriptLanguageAsString(TRK_ScriptLanguage language);
+
+/// The text of an interpolator ("linear()"); null for TRK_INTERP_EXPRESSION.
+KIT_API const char *TRKinterpolatorToString(TRK_Interpolator interpolator);
+/// Recognises a text that is exactly one interpolator call, blanks allowed; anything else is
+/// TRK_INTERP_EXPRESSION.
+KIT_API TRK_Interpolator TRKstringToInterpolator(const char *text);
