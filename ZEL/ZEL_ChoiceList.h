@@ -1,0 +1,108 @@
+#pragma once
+/// \file ZEL_ChoiceList.h
+/// The menu of a parameter: where its entries come from, and what a pick does to the value.
+///
+/// Vocabulary: *static* = a table of names or items; *generator* = a function that fills a table
+///             when the menu is asked for; *script* = a text whose output makes the entries.
+///             *Dynamic* = generator or script. *On items* = entries carry icons.
+/// Units:      sizes count entries without the sentinel; -1 for a list with no static table.
+/// Ownership:  borrows table and generator, owns a copy of the script.
+/// Threads:    const calls from any thread; changes and recounting at set-up, by one thread.
+/// Errors:     none here: a null table is an empty one.
+/// Cost:       the table is counted once, when the list is made.
+
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Types.h>
+#include <ZEL/ZEL_API.h>
+
+#include <cstdint>
+
+class ZEL_Item;
+class ZEL_Name;
+class ZEL_Parm;
+class ZEL_SpareData;
+
+/// What a pick does. Stored: append only.
+enum ZEL_ChoiceListType : int32_t
+{
+    ZEL_CHOICELIST_REPLACE = 1,       ///< a pick replaces the field's text
+    ZEL_CHOICELIST_TOGGLE = 2,        ///< a pick adds the word to the field, or takes it out
+    ZEL_CHOICELIST_USE_TOKEN = 16,    ///< a bit on top of the others: the value is the token
+    ZEL_CHOICELIST_EXCLUSIVE = 0x1001 ///< one of the listed choices and nothing else
+};
+
+class ZEL_API ZEL_ChoiceList
+{
+public:
+    /// Fills at most `max` entries of the caller's array, which has room for a sentinel behind
+    /// them, and closes it with a sentinel. `data` = the parameter's owner.
+    using NameGenerator = void (*)(void *data, ZEL_Name *out, int max, const ZEL_SpareData *spare,
+                                   const ZEL_Parm *parm);
+    using ItemGenerator = void (*)(void *data, ZEL_Item *out, int max, const ZEL_SpareData *spare,
+                                   const ZEL_Parm *parm);
+
+    // ---------------------------------------------------------------- //
+    /// \name Making a list: exactly one source
+    // ---------------------------------------------------------------- //
+    /// A static table that ends at its first null token. It is counted at once; null counts 0.
+    ZEL_ChoiceList(ZEL_ChoiceListType type, ZEL_Name *table);
+    ZEL_ChoiceList(ZEL_ChoiceListType type, ZEL_Item *table);
+    ZEL_ChoiceList(ZEL_ChoiceListType type, NameGenerator generator);
+    ZEL_ChoiceList(ZEL_ChoiceListType type, ItemGenerator generator);
+    /// A script, of which a copy is kept.
+    ZEL_ChoiceList(ZEL_ChoiceListType type, const char *script, TRK_ScriptLanguage language);
+    /// Table and generator are shared, the script is copied.
+    ZEL_ChoiceList(const ZEL_ChoiceList &);
+    ZEL_ChoiceList(ZEL_ChoiceList &&) noexcept;
+    ZEL_ChoiceList &operator=(const ZEL_ChoiceList &);
+    ZEL_ChoiceList &operator=(ZEL_ChoiceList &&) noexcept;
+    ~ZEL_ChoiceList();
+
+    // ---------------------------------------------------------------- //
+    /// \name Reading   (any thread)
+    // ---------------------------------------------------------------- //
+    ZEL_ChoiceListType getType() const { return myType; }
+    bool usesItems() const { return myUsesItemsFlag; }
+    /// Entries of the static table; -1 when there is none.
+    int getStaticSize() const { return mySize; }
+    /// The static table; null when there is none or it holds the other kind.
+    ZEL_Name *choiceNamesPtr() const { return myUsesItemsFlag ? nullptr : myChoices.names; }
+    ZEL_Item *choiceItemsPtr() const { return myUsesItemsFlag ? myChoices.items : nullptr; }
+    /// The generator; null when there is none or it makes the other kind.
+    NameGenerator getChoiceGenerator() const
+    {
+        return myUsesItemsFlag ? nullptr : myGenerator.names;
+    }
+    ItemGenerator getItemGenerator() const { return myUsesItemsFlag ? myGenerator.items : nullptr; }
+    const KIT_String &getScript() const { return myScript; }
+    TRK_ScriptLanguage getScriptLanguage() const { return myScriptLanguage; }
+    /// Entries are made when asked for: a generator, or a script that is not empty.
+    bool isDynamic() const;
+
+    // ---------------------------------------------------------------- //
+    /// \name Changing   (set-up, one thread)
+    // ---------------------------------------------------------------- //
+    void setType(ZEL_ChoiceListType type) { myType = type; }
+    /// Counts again after the table was changed in place.
+    void updateStaticChoiceSize();
+
+    /// Bytes of the script's copy, and the record itself when inclusive.
+    int64_t getMemoryUsage(bool inclusive) const;
+
+private:
+    ZEL_ChoiceListType myType;
+    bool myUsesItemsFlag;
+    int32_t mySize;
+    union
+    {
+        ZEL_Name *names;
+        ZEL_Item *items;
+    } myChoices;
+    union
+    {
+        NameGenerator names;
+        ItemGenerator items;
+    } myGenerator;
+    KIT_String myScript;
+    TRK_ScriptLanguage myScriptLanguage;
+};

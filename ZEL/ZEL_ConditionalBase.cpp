@@ -1,0 +1,3 @@
+#include <ZEL/ZEL_ConditionalBase.h>
+
+ZEL_ConditionalBase::~ZEL_ConditionalBase() = default;

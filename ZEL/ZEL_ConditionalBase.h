@@ -1,0 +1,45 @@
+#pragma once
+/// \file ZEL_ConditionalBase.h
+/// The root of what says when a parameter is disabled, hidden or must not cook.
+///
+/// Vocabulary: *type* = what the condition decides; *single*, *group*, *switcher* = one condition,
+///             one for each type, one for each folder.
+/// Ownership:  templates borrow conditionals; instance() hands a new one to the caller.
+/// Threads:    const calls from any thread.
+
+#include <KIT/KIT_ValArray.h>
+#include <ZEL/ZEL_API.h>
+
+#include <cstdint>
+
+class ZEL_Conditional;
+
+/// What a condition decides. Stored: append only.
+enum ZEL_ConditionalType : int32_t
+{
+    ZEL_CONDTYPE_DISABLE = 0, ///< the parameter is greyed out
+    ZEL_CONDTYPE_HIDE = 1,    ///< the parameter is not shown
+    ZEL_CONDTYPE_NOCOOK = 2   ///< a change does not recompute the owner
+};
+
+/// Which class a conditional is.
+enum ZEL_ConditionalGroupType : int32_t
+{
+    ZEL_CONDGROUP_SINGLE = 0,  ///< one condition of one type
+    ZEL_CONDGROUP_GROUP = 1,   ///< at most one for each type
+    ZEL_CONDGROUP_SWITCHER = 2 ///< a group, and one for each folder
+};
+
+class ZEL_API ZEL_ConditionalBase
+{
+public:
+    virtual ~ZEL_ConditionalBase();
+
+    virtual ZEL_ConditionalGroupType groupType() const = 0;
+    /// A copy with the instance numbers put into its texts; the caller owns it.
+    virtual ZEL_ConditionalBase *instance(const KIT_ValArray<int> &instances) const = 0;
+    /// The condition that decides this; null when there is none.
+    virtual ZEL_Conditional *getConditional(ZEL_ConditionalType type) = 0;
+    virtual const ZEL_Conditional *getConditional(ZEL_ConditionalType type) const = 0;
+    virtual int64_t getMemoryUsage(bool inclusive) const = 0;
+};

@@ -1,0 +1,134 @@
+#pragma once
+/// \file ZEL_Name.h
+/// The two names of a parameter or menu entry: the token for programs, the label for people.
+///
+/// Vocabulary: *token* = what programs and files call it; *label* = what people read, the token
+///             when there is none; *sentinel* = a name with no token, which ends an array of names;
+///             *instance* = a name whose `#` marks are replaced by numbers ("key#pos" with 3 gives
+///             "key3pos").
+/// Ownership:  the constructor from two texts borrows them, which is what a static table wants: no
+///             allocation. The setters and harden() take counted copies.
+/// Threads:    const calls from any thread; changes by one thread at a time.
+/// Errors:     none; a null text is the null state, told from the empty text.
+/// Cost:       a name made from literals measures and hashes them once and allocates nothing.
+
+#include <KIT/KIT_StringHolder.h>
+#include <KIT/KIT_ValArray.h>
+#include <ZEL/ZEL_API.h>
+
+#include <cstddef>
+#include <cstdint>
+
+class KIT_String;
+class KIT_WorkBuffer;
+
+class ZEL_API ZEL_Name
+{
+public:
+    /// Selects the constructor that shares two holders.
+    enum ZEL_NameCopy
+    {
+        ZEL_NAME_COPY ///< the name shares the holders' storage
+    };
+
+    /// A sentinel.
+    ZEL_Name() = default;
+
+    /// Borrows both texts, which must outlive the name unless harden() follows. A null pointer
+    /// leaves that one in the null state.
+    ZEL_Name(const char *token, const char *label = nullptr, int expressionFlag = 0)
+        : myToken(token), myLabel(label), myExpressionFlag(expressionFlag)
+    {}
+
+    /// Shares both holders, raising their counts.
+    ZEL_Name(ZEL_NameCopy, const KIT_StringHolder &token, const KIT_StringHolder &label,
+             int expressionFlag = 0)
+        : myToken(token), myLabel(label), myExpressionFlag(expressionFlag)
+    {}
+
+    // ---------------------------------------------------------------- //
+    /// \name Reading   (any thread)
+    // ---------------------------------------------------------------- //
+    /// The token; null for a sentinel.
+    const char *getToken() const { return myToken.c_str(); }
+    /// The label, or the token when there is no label; null when there is neither.
+    const char *getLabel() const { return getLabelRef().c_str(); }
+    const KIT_StringRef &getTokenRef() const { return myToken; }
+    /// The label, or the token when there is no label.
+    const KIT_StringRef &getLabelRef() const { return myLabel.isNull() ? myToken : myLabel; }
+    /// Fills the string with an own copy.
+    void getToken(KIT_String &token) const;
+    void getLabel(KIT_String &label) const;
+
+    /// Hash of the token, that of its KIT_StringRef; 0 for a sentinel.
+    uint32_t getHash() const { return myToken.hash(); }
+    uint32_t getTokenHash() const { return myToken.hash(); }
+
+    int getExpressionFlag() const { return myExpressionFlag; }
+    void setExpressionFlag(int flag) { myExpressionFlag = flag; }
+
+    /// No token: the end of an array.
+    bool isSentinel() const { return myToken.isNull(); }
+    /// Can be picked from a menu: a token, and storage for it or for a label.
+    bool isValidChoice() const { return !myToken.isNull() && (myToken.c_str() || myLabel.c_str()); }
+
+    // ---------------------------------------------------------------- //
+    /// \name Changing   (one thread at a time)
+    // ---------------------------------------------------------------- //
+    /// Take a counted copy; a null pointer gives the null state.
+    void setToken(const char *token) { myToken = KIT_StringHolder(token); }
+    void setLabel(const char *label) { myLabel = KIT_StringHolder(label); }
+    void setTokenAndLabel(const char *token, const char *label)
+    {
+        setToken(token);
+        setLabel(label);
+    }
+    /// Takes the references as they are: a borrowed one stays borrowed.
+    void setTokenAndLabelRef(const KIT_StringRef &token, const KIT_StringRef &label)
+    {
+        myToken = token;
+        myLabel = label;
+    }
+    /// Both texts become counted copies; the null state stays.
+    void harden()
+    {
+        myToken.harden();
+        myLabel.harden();
+    }
+    /// Both texts go to the null state.
+    void setAsSentinel()
+    {
+        myToken.clear();
+        myLabel.clear();
+    }
+    /// A menu's dividing line: token and label "_separator_", flag 0.
+    void setAsSeparator();
+
+    // ---------------------------------------------------------------- //
+    /// \name Instances   (see ZEL_InstanceString.h for the rules)
+    // ---------------------------------------------------------------- //
+    /// Puts the numbers into token and label; a null text stays null.
+    void instance(const int *indices, int count);
+    void instance(const KIT_ValArray<int> &indices);
+    /// The token case alone, for a text that is in no name. `out` may not share the token's
+    /// storage.
+    static void instanceToken(KIT_String &out, const KIT_StringRef &token, const int *indices,
+                              int count);
+    static void instanceToken(KIT_String &out, const KIT_StringRef &token,
+                              const KIT_ValArray<int> &indices);
+    static void instanceToken(KIT_WorkBuffer &out, const KIT_StringRef &token, const int *indices,
+                              int count);
+    static void instanceToken(KIT_WorkBuffer &out, const KIT_StringRef &token,
+                              const KIT_ValArray<int> &indices);
+
+    /// Bytes of counted storage, and the record itself when inclusive.
+    int64_t getMemoryUsage(bool inclusive) const;
+
+private:
+    KIT_StringRef myToken;
+    KIT_StringRef myLabel;
+    int32_t myExpressionFlag = 0;
+};
+
+/// Writes "[token, label, expression flag]", cut to `size`; the count is that of KITformat().
+ZEL_API size_t format(char *buffer, size_t size, const ZEL_Name &name);

@@ -1,0 +1,125 @@
+#include <ZEL/ZEL_Template.h>
+
+#include <climits>
+#include <cstring>
+#include <vector>
+
+namespace
+{
+
+/// Numbers past this are all the same, larger than any int.
+constexpr int64_t theHuge = int64_t(INT_MAX) + 1;
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+int64_t appendDigit(int64_t number, char digit)
+{
+    const int64_t grown = number * 10 + (digit - '0');
+    return grown < theHuge ? grown : theHuge;
+}
+
+/// One way in which the name may have been matched so far.
+struct State
+{
+    int64_t place;  ///< in the pattern; -1 before its first character
+    int64_t mark;   ///< how many `#` stand before the place
+    int64_t number; ///< on a `#` the digits of its run, else the number of the last `#`
+};
+
+/// Follows all ways at once. Each place of the pattern enters the next set once a step: the first
+/// way to get there wins.
+class Matcher
+{
+public:
+    Matcher(const char *pattern, int startOffset, const KIT_ValArray<int> *instances)
+        : myPattern(pattern), myLength(static_cast<int64_t>(std::strlen(pattern))),
+          myStartOffset(startOffset), myInstances(instances),
+          myStamps(static_cast<size_t>(myLength) + 1, -1)
+    {}
+
+    bool match(const char *name, int64_t &number)
+    {
+        std::vector<State> states{{-1, 0, number}};
+        const int64_t length = static_cast<int64_t>(std::strlen(name));
+        for (myStep = 0; myStep <= length && !states.empty(); myStep++) {
+            myNext.clear();
+            for (const State &state : states) {
+                if (state.place < myLength) {
+                    advance(state, name[myStep]);
+                }
+            }
+            states.swap(myNext);
+        }
+        for (const State &state : states) {
+            if (state.place == myLength) {
+                number = state.number;
+                return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    void advance(const State &state, char c)
+    {
+        const bool markFlag = state.place >= 0 && myPattern[state.place] == '#';
+        const bool entryFlag = markFlag && myInstances && state.mark < myInstances->entries();
+        const bool entryMatchFlag = entryFlag && (*myInstances)(state.mark) == state.number;
+        const bool doneFlag = entryFlag ? entryMatchFlag : state.number >= myStartOffset;
+
+        const char next = myPattern[state.place + 1];
+        const bool runFlag = next == '#' && isDigit(c);
+        if ((c == next || runFlag) && (!markFlag || doneFlag)) {
+            add({state.place + 1, state.mark + (markFlag ? 1 : 0),
+                 runFlag ? c - '0' : state.number});
+        }
+        if (markFlag && isDigit(c) && !entryMatchFlag) {
+            add({state.place, state.mark, appendDigit(state.number, c)});
+        }
+    }
+
+    void add(const State &state)
+    {
+        int64_t &stamp = myStamps[static_cast<size_t>(state.place)];
+        if (stamp != myStep) {
+            stamp = myStep;
+            myNext.push_back(state);
+        }
+    }
+
+    const char *myPattern;
+    int64_t myLength;
+    int64_t myStartOffset;
+    const KIT_ValArray<int> *myInstances;
+    std::vector<int64_t> myStamps;
+    std::vector<State> myNext;
+    int64_t myStep = 0;
+};
+
+} // namespace
+
+bool ZEL_Template::matchMultiInstance(const char *name, const char *pattern, int startOffset,
+                                      int &instance, const KIT_ValArray<int> *instances)
+{
+    instance = startOffset > INT_MIN ? startOffset - 1 : INT_MIN;
+    if (!name || !pattern || std::strchr(name, '#')) {
+        return false;
+    }
+    // Most names differ before the first mark: say so without setting anything up.
+    const size_t literal = std::strcspn(pattern, "#");
+    if (std::strncmp(name, pattern, literal) != 0) {
+        return false;
+    }
+    if (!pattern[literal]) {
+        return !name[literal];
+    }
+    int64_t number = instance;
+    if (!Matcher(pattern, startOffset, instances).match(name, number)) {
+        return false;
+    }
+    instance = number < theHuge ? static_cast<int>(number) : INT_MAX;
+    return true;
+}
