@@ -1,0 +1,151 @@
+/// \file ZEL_Float.h
+/// The instance of every parameter whose basic type is float, integers among them.
+///
+/// Vocabulary: *stored value* = the raw number of a component: never clamped or rounded when set;
+///             for an animated component a cache of the last evaluation.
+/// Units:      values as the parameter means them; angles aren't treated apart. Integers round by
+///             floor(x + 0.5) on reading. Component indices 0-based; reading one outside the
+///             vector gives 0.
+/// Ownership:  owns its values; channels belong to the list's collection.
+/// Threads:    reads from any thread at once: a racing reader gets one of the evaluated values.
+///             Setting, loading and hardening one thread at a time.
+/// Errors:     "ZEL" 0, 2, 3, 4, 9, 14 on load, 18 on evaluation, 21 on a bad index in a set;
+///             a load that fails keeps what it had stored and linked.
+/// Cost:       a plain read costs a virtual call and the limit tests; `getValues` reads template,
+///             range and flags once for the vector.
+#pragma once
+
+#include <ZEL/ZEL_Overridable.h>
+
+class ZEL_API ZEL_Float : public ZEL_Overridable
+{
+public:
+    ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm);
+    ~ZEL_Float() override;
+
+    void adopt(ZEL_Instance &source) override;
+    ZEL_Instance *duplicateSelf(ZEL_Parm *parm) const override;
+
+    void setValueToDefault(double time, int index, ZEL_AddKeyType addKey) override;
+    void revertToDefault(int index) override;
+    void revertToDefaults(bool deleteChannels) override;
+    void restoreFactoryDefault(int index) override;
+    void overwriteDefault(double time, int index) override;
+    void overwriteDefaults(double time) override;
+    bool isDefault(int index, ZEL_DefaultType type, bool checkLocks) const override;
+
+    bool save(std::ostream &os, int binary, bool compiled) const override;
+    bool load(KIT_IStream &is) override;
+    void saveCommand(std::ostream &os, int values, int index) const override;
+    int loadCommand(int argc, const char *const argv[], int index, bool asSet,
+                    ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+
+    /// A float has no map form: nothing is written.
+    void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index, bool flag,
+                  int thread) const override;
+    /// A float holds no data item: the pointer is emptied.
+    void getValue(ZEL_ParmList *list, double time, std::shared_ptr<const ZEL_DataItem> &value,
+                  int index, int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, KIT_String &value, int index, bool expand,
+                  int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, double &value, int index,
+                  int thread) const override;
+    /// Truncates toward zero what the double read gives.
+    void getValue(ZEL_ParmList *list, double time, std::int64_t &value, int index,
+                  int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, int &value, int index,
+                  int thread) const override;
+    void getValues(ZEL_ParmList *list, double time, std::int64_t *values,
+                   int thread) const override;
+    void getValues(ZEL_ParmList *list, double time, int *values, int thread) const override;
+    void getValues(ZEL_ParmList *list, double time, double *values, int thread) const override;
+    void getValues(ZEL_ParmList *list, double time, float *values, int thread) const override;
+
+    /// Nothing is written for an invalid index.
+    void getDefaultValue(KIT_String &value, int index) const override;
+    void getDefaultValue(std::int64_t &value, int index) const override;
+    void getDefaultValue(int &value, int index) const override;
+    void getDefaultValue(double &value, int index) const override;
+
+    void setExpression(double time, const char *text, TRK_ExprLanguage language, int index,
+                       bool evaluate, bool deleteChannel) override;
+    /// Sets the integer 0, whatever the item: what callers of the old data form rely on.
+    void setValue(double time, const std::shared_ptr<const ZEL_DataItem> &value,
+                  bool replaceExpression, int index, ZEL_AddKeyType addKey,
+                  ZEL_KeySetType keySet) override;
+    void setValue(double time, std::int64_t value, bool replaceExpression, int index,
+                  ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+    void setValue(double time, int value, bool replaceExpression, int index, ZEL_AddKeyType addKey,
+                  ZEL_KeySetType keySet) override;
+    /// With no channel the value is stored raw; with one, a key is set or the change stays
+    /// pending. A value equal to the current one changes nothing.
+    void setValue(double time, double value, bool replaceExpression, int index,
+                  ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+    /// A number is set, any other text becomes the component's expression.
+    void setValue(double time, const char *text, TRK_StringMeaning meaning, bool replaceExpression,
+                  int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+    void setValues(double time, const std::int64_t *values, bool replaceExpression,
+                   ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+    void setValues(double time, const double *values, bool replaceExpression, ZEL_AddKeyType addKey,
+                   ZEL_KeySetType keySet) override;
+    void setDefaultChannelValue(TRK_Channel *channel, int index) override;
+
+    bool getMagicString(KIT_TokenString &tokens, ZEL_ParmList *list, int size, double time,
+                        bool addIfDefault, int thread) const override;
+    void hardenChanges(double time, int index, bool force, const char *pattern,
+                       KIT_Array<TRK_ChannelRef> *collect) override;
+    std::int64_t getMemoryUsage(bool inclusive) const override;
+    /// A vector of 3 with the XYZW naming and the token "r".
+    bool isRotationParm() const override;
+
+    /// A non-null, non-empty text.
+    static bool isExpression(const char *text);
+    /// The stored, or given, value within the range's hard limits, rounded for integers.
+    double constrainedRawValue(int index) const;
+    double constrainedValue(double value) const;
+    double constrainedValue(double value, bool useMin, bool useMax, bool round) const;
+
+protected:
+    ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm);
+
+    double storedValue(int index) const { return BASload(myValues[index]); }
+
+private:
+    enum class OwnerStep
+    {
+        ASK,
+        SKIP
+    };
+
+    /// One component at a time, as every numeric read sees it.
+    double resolveComponent(ZEL_ParmList *list, double time, int index, int thread,
+                            OwnerStep ownerStep) const;
+    double evaluateChannel(ZEL_ParmList *list, TRK_Channel *channel, double time, int index,
+                           int thread, bool &timeDependent) const;
+    template <class T>
+    void fillValues(ZEL_ParmList *list, double time, T *values, int thread) const;
+
+    const ZEL_Default *defaultOf(int index) const;
+    double defaultFloat(int index) const;
+    void storeValue(int index, double value) const;
+    void applyDefault(int index, bool allowChannel);
+    void setChannelValue(TRK_Channel *channel, double time, double value, bool replaceExpression,
+                         int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    void keyWholeTuple(double time, int index);
+    bool isFactoryExpression(int index) const;
+
+    double valueToSave(int index) const;
+    double commandValue(int index) const;
+    void saveAscii(std::ostream &os) const;
+    void saveBinary(std::ostream &os) const;
+    bool loadAscii(KIT_IStream &is, TRK_Channel **oldChannels, unsigned &keyMask);
+    bool loadAsciiEntry(KIT_IStream &is, const char *word, int index, TRK_Channel **oldChannels);
+    bool loadBinary(KIT_IStream &is);
+    bool loadBinaryPacket(KIT_IStream &is, int packetId, int &numRead, bool &finished);
+    bool loadBinaryValue(KIT_IStream &is, int packetId, int index);
+    void revertMissing(int numRead);
+    int loadArguments(int argc, const char *const argv[], int first, int last, bool asSet,
+                      ZEL_AddKeyType addKey, ZEL_KeySetType keySet, TRK_Channel **held);
+
+    KIT_ComponentArray<double> myValues;
+};

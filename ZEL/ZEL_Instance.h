@@ -1,0 +1,585 @@
+/// \file ZEL_Instance.h
+/// What every live parameter holds per component apart from its values, and the fixed table of
+/// virtual operations that each kind of value fills.
+///
+/// Vocabulary: *component* = one element of the parameter's vector (a translate has 3);
+///             *slot* = a component's channel pointer, null while it isn't animated;
+///             *alias* = a second name of a component's channel;
+///             *send extra* = the mark that a component's dirtiness has yet to be propagated.
+/// Units:      component indices are 0-based; setters read a negative index as all components,
+///             queries as any. Masks are 32 bits wide and shift counts are taken modulo 32, so a
+///             vector has at most 32 components; nothing checks this. Time is in the channel
+///             library's seconds; `thread` is the id from `BASgetSTID`.
+/// Ownership:  owns its arrays, micro nodes and input-notify value. Borrows template and parm.
+///             Channels belong to the list's collection; what still stands in a slot when the
+///             instance dies is deleted from the collection.
+/// Threads:    the *values out* group from any thread at once. Everything else one thread at a
+///             time. Dirty and time-dependence marks are relaxed words whose lost updates are
+///             tolerated.
+/// Errors:     reports go to the thread's error manager under "ZEL"; a missing list or collection
+///             makes channel operations silent no-ops.
+/// Cost:       a value read is one virtual call, with no lock, allocation or shared write.
+#pragma once
+
+#include <BAS/BAS_Relaxed.h>
+#include <BAS/BAS_SpinLock.h>
+#include <KIT/KIT_Array.h>
+#include <KIT/KIT_ComponentArray.h>
+#include <KIT/KIT_SmallObject.h>
+#include <KIT/KIT_StringHolder.h>
+#include <TRK/TRK_Types.h>
+#include <ZEL/ZEL_API.h>
+#include <ZEL/ZEL_Callback.h>
+#include <ZEL/ZEL_ParmIOToken.h>
+#include <ZEL/ZEL_ParmTypes.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+
+class KIT_Color;
+class KIT_IStream;
+class KIT_JSONValueMap;
+class KIT_Packet;
+class KIT_String;
+class KIT_TokenString;
+class KIT_WorkBuffer;
+class LNK_MicroNode;
+class TRK_Channel;
+class TRK_ChannelRef;
+class TRK_Collection;
+struct TRK_FullKey;
+class ZEL_ConstMicroNode;
+class ZEL_DataItem;
+class ZEL_Multi;
+class ZEL_Parm;
+class ZEL_ParmList;
+class ZEL_ParmMicroNode;
+class ZEL_ParmOwner;
+class ZEL_RefId;
+class ZEL_UndoData;
+class ZEL_Value;
+
+/// Bits of the instance flags. Stored (bit 0x8): append only.
+enum ZEL_InstanceFlag : std::uint32_t
+{
+    ZEL_INST_EXPRESSION = 0x8,        ///< in expression state
+    ZEL_INST_UNDO_SAVED = 0x10,       ///< undo has saved this one
+    ZEL_INST_ACTIVE_TAKE = 0x20,      ///< active in the current take
+    ZEL_INST_ALWAYS_TAKE = 0x40,      ///< always in the take
+    ZEL_INST_SAVE_AUTOSCOPE = 0x80,   ///< autoscope field differs from the template's
+    ZEL_INST_SPARE = 0x100,           ///< a spare parameter
+    ZEL_INST_AUTO_TAKE_UNDO = 0x400,  ///< auto-take undo has saved this one
+    ZEL_INST_DEFAULTS_INIT = 0x800,   ///< defaults have been applied
+    ZEL_INST_VALUE = 0x1000,          ///< value state
+    ZEL_INST_BYPASS = 0x2000,         ///< bypassed; only on spare parameters
+    ZEL_INST_SAVE_LABEL = 0x4000,     ///< label was changed and is saved
+    ZEL_INST_SAVE_AUTOSELECT = 0x8000 ///< autoselect field differs from the template's
+};
+
+class ZEL_API ZEL_Instance : public KIT_SmallObject<1, 1024, 0, 128>
+{
+public:
+    ZEL_Instance(ZEL_Template *templatePtr, ZEL_Parm *parm);
+
+    ZEL_Instance(const ZEL_Instance &) = delete;
+    ZEL_Instance &operator=(const ZEL_Instance &) = delete;
+
+    // ------------------------------------------------------------------ //
+    /// \name Life and state   (one thread at a time)
+    // ------------------------------------------------------------------ //
+    ///@{
+    virtual ~ZEL_Instance();
+
+    /// Takes over locks, masks, channels and micro nodes of another instance of the same
+    /// parameter, as after a change of templates; the source is left without channels. Flag bits
+    /// are only added. Base: as told; overrides call it first.
+    virtual void adopt(ZEL_Instance &source);
+    /// Replaces the overrides by copies of the source's. Base: nothing.
+    virtual void adoptOverrides(ZEL_Instance &source);
+    /// A new instance for `parm` with this one's values. Base: abstract.
+    virtual ZEL_Instance *duplicateSelf(ZEL_Parm *parm) const = 0;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Defaults   (one thread at a time)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Sets the default as a value: a keyed component keeps its channel and gets a key.
+    virtual void setValueToDefault(double time, int index, ZEL_AddKeyType addKey) = 0;
+    /// Puts the default back, expression included; the channel goes. Bad index: nothing.
+    virtual void revertToDefault(int index) = 0;
+    /// The same for all components; channels go only if asked.
+    virtual void revertToDefaults(bool deleteChannels) = 0;
+    /// Makes the factory default the template's current default; no value changes.
+    virtual void restoreFactoryDefault(int index) = 0;
+    /// Makes the stored value the template's current default.
+    virtual void overwriteDefault(double time, int index) = 0;
+    virtual void overwriteDefaults(double time) = 0;
+    /// Whether the component is at its default as the mask asks. With `checkLocks` false the base
+    /// agrees at once; a bad index gives false. Base: the lock test only.
+    virtual bool isDefault(int index, ZEL_DefaultType type, bool checkLocks) const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Streams and commands   (one thread at a time)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Writes option block and values; binary packets if `binary` isn't 0 or `compiled` is set.
+    virtual bool save(std::ostream &os, int binary, bool compiled) const = 0;
+    /// Reads what `save` wrote, in the stream's own mode. False on failure; what was read stays.
+    virtual bool load(KIT_IStream &is) = 0;
+    /// Base: the text form in a `ZEL_InstanceUndoData`.
+    virtual bool saveUndoData(std::shared_ptr<ZEL_UndoData> &data) const;
+    /// Base: false for data of another kind.
+    virtual bool loadUndoData(const std::shared_ptr<ZEL_UndoData> &data);
+    /// Writes the values as command arguments, all or one. Base: nothing.
+    virtual void saveCommand(std::ostream &os, int values, int index) const;
+    /// Sets values from command arguments; the number of arguments used. Base: 0.
+    virtual int loadCommand(int argc, const char *const argv[], int index, bool asSet,
+                            ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Values out   (any thread; called on every evaluation)
+    /// `list` may be null: then no owner is asked and nothing is marked time dependent.
+    // ------------------------------------------------------------------ //
+    ///@{
+    virtual void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index,
+                          bool flag, int thread) const = 0;
+    virtual void getValue(ZEL_ParmList *list, double time,
+                          std::shared_ptr<const ZEL_DataItem> &value, int index,
+                          int thread) const = 0;
+    virtual void getValue(ZEL_ParmList *list, double time, KIT_String &value, int index,
+                          bool expand, int thread) const = 0;
+    virtual void getValue(ZEL_ParmList *list, double time, double &value, int index,
+                          int thread) const = 0;
+    virtual void getValue(ZEL_ParmList *list, double time, std::int64_t &value, int index,
+                          int thread) const = 0;
+    virtual void getValue(ZEL_ParmList *list, double time, int &value, int index,
+                          int thread) const = 0;
+    /// All components into an array of vector size. Base: from the last to the first through the
+    /// virtual `getValue`; floats go through double.
+    virtual void getValues(ZEL_ParmList *list, double time, std::int64_t *values, int thread) const;
+    virtual void getValues(ZEL_ParmList *list, double time, int *values, int thread) const;
+    virtual void getValues(ZEL_ParmList *list, double time, double *values, int thread) const;
+    virtual void getValues(ZEL_ParmList *list, double time, float *values, int thread) const;
+    /// The current default, else the factory's. Base: 0 or "".
+    virtual void getDefaultValue(KIT_String &value, int index) const;
+    virtual void getDefaultValue(std::int64_t &value, int index) const;
+    virtual void getDefaultValue(int &value, int index) const;
+    virtual void getDefaultValue(double &value, int index) const;
+    /// What an interface shows for an expression or override. Base: abstract.
+    virtual void getExpressionStringForUI(double time, KIT_String &text, int index,
+                                          int thread) const = 0;
+    /// The channel's expression, else with `expand` the value as text, else "". Base: abstract.
+    virtual void getExpression(double time, KIT_String &text, int index, bool expand,
+                               int thread) const = 0;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Values in   (one thread at a time; locks and access are the facade's business)
+    /// Base forms only mark the component (or all) dirty.
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// `evaluate` stores the result at `time`; `deleteChannel` starts from a fresh channel.
+    /// Base: nothing.
+    virtual void setExpression(double time, const char *text, TRK_ExprLanguage language, int index,
+                               bool evaluate, bool deleteChannel);
+    virtual void setValue(double time, const std::shared_ptr<const ZEL_DataItem> &value,
+                          bool replaceExpression, int index, ZEL_AddKeyType addKey,
+                          ZEL_KeySetType keySet);
+    virtual void setValue(double time, std::int64_t value, bool replaceExpression, int index,
+                          ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    virtual void setValue(double time, int value, bool replaceExpression, int index,
+                          ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    virtual void setValue(double time, double value, bool replaceExpression, int index,
+                          ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    virtual void setValue(double time, const char *text, TRK_StringMeaning meaning,
+                          bool replaceExpression, int index, ZEL_AddKeyType addKey,
+                          ZEL_KeySetType keySet);
+    virtual void setValues(double time, const std::int64_t *values, bool replaceExpression,
+                           ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    virtual void setValues(double time, const double *values, bool replaceExpression,
+                           ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    /// Puts the stored value into a new channel's default slot. Base: abstract.
+    virtual void setDefaultChannelValue(TRK_Channel *channel, int index) = 0;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Multi-parameters   (base: not one)
+    // ------------------------------------------------------------------ //
+    ///@{
+    virtual bool isMultiParm() const;
+    virtual int getMultiParmNumItems() const;
+    virtual int getMultiParmInstancesPerItem() const;
+    /// Token of a child of an item; null outside. Base: null.
+    virtual const char *getMultiParmToken(int child, int item) const;
+    virtual void insertMultiParmItem(int item);
+    virtual void removeMultiParmItem(int item);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name References and text search   (base: nothing found, nothing changed)
+    // ------------------------------------------------------------------ //
+    ///@{
+    virtual void buildOpDependencies(const ZEL_RefId &id, int thread);
+    virtual int changeOpRef(const char *oldFullPath, const char *newFullPath,
+                            const char *oldRelativePath, const char *newRelativePath,
+                            const char *name, void (*callback)(void *, ZEL_Parm *, int), void *data,
+                            int thread);
+    virtual bool findString(const char *text, bool fullWord, bool usePattern) const;
+    virtual int changeString(const char *from, const char *to, bool fullWord);
+    virtual bool notifyVarChange(int thread, const char *name);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name State queries   (any thread unless told)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Appends this parameter's part of a cache key; true if any component isn't plain.
+    /// Base: abstract.
+    virtual bool getMagicString(KIT_TokenString &tokens, ZEL_ParmList *list, int size, double time,
+                                bool addIfDefault, int thread) const = 0;
+    /// Base: true.
+    virtual bool isEditable(ZEL_ParmList *list, double time, int index) const;
+    virtual bool isEditableByUI(ZEL_ParmList *list, double time, int index) const;
+    /// The micro node's mark if there are micro nodes, else the channel's answer.
+    virtual bool isTimeDependent(int index) const;
+    virtual bool isDataDependent(double time, int index) const;
+    /// Notes what an evaluation found; writes only the micro node's mark and the list's flags.
+    virtual void setTimeDependent(int index, bool timeDependent) const;
+    /// OR of the components' states.
+    virtual int getChanState(double time) const;
+    virtual ZEL_ChanState getChanState(double time, int index) const;
+    /// Makes a key of a pending change (of any value with `force`), or with `collect` only
+    /// gathers the channel's reference. One thread at a time. Base: abstract.
+    virtual void hardenChanges(double time, int index, bool force, const char *pattern,
+                               KIT_Array<TRK_ChannelRef> *collect) = 0;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Overrides   (base: none)
+    // ------------------------------------------------------------------ //
+    ///@{
+    virtual int setOverride(int index, int dataIndex, const char *name, ZEL_OverrideType type);
+    virtual bool setOverrideDisable(int index, int disable);
+    virtual const char *getOverride(int index) const;
+    virtual bool getOverrideType(int index, ZEL_OverrideType &type) const;
+    virtual int getOverrideDataIndex(int index) const;
+    virtual int getIsOverrideActive(int index) const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Last operations
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Removes the parameters of a multi-parameter's items from the list. Base: nothing.
+    virtual void destroyChildParms();
+    /// Bytes held, the object itself when `inclusive`.
+    virtual std::int64_t getMemoryUsage(bool inclusive) const;
+    /// The rotation of a transform. Base: false.
+    virtual bool isRotationParm() const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Template and surroundings
+    // ------------------------------------------------------------------ //
+    ///@{
+    ZEL_Template *getTemplatePtr() const { return myTemplate; }
+    const ZEL_Type &getType() const { return myTemplate->getType(); }
+    int getVectorSize() const { return myTemplate->getVectorSize(); }
+    bool validIndex(int index) const { return unsigned(index) < unsigned(getVectorSize()); }
+    const char *getToken() const { return myTemplate->getToken(); }
+    const KIT_StringRef &getTokenRef() const { return myTemplate->getTokenRef(); }
+    const char *getLabel() const { return myTemplate->getLabel(); }
+    const KIT_StringHolder &getChannelToken(int index) const
+    {
+        return myTemplate->getChannelToken(index);
+    }
+    ZEL_Range *getRangePtr() const { return myTemplate->getRangePtr(); }
+    ZEL_ChoiceList *getChoiceListPtr() const { return myTemplate->getChoiceListPtr(); }
+    const ZEL_Callback &getCallback() const { return myTemplate->getCallback(); }
+    ZEL_TypeExtended getTypeExtended() const { return myTemplate->getTypeExtended(); }
+    ZEL_MultiType getMultiType() const { return myTemplate->getMultiType(); }
+    double getMultiSize() const { return myTemplate->getMultiSize(); }
+    ZEL_Template *getMultiParmTemplate() const { return myTemplate->getMultiParmTemplate(); }
+    int getMultiStartOffset() const { return myTemplate->getMultiStartOffset(); }
+    ZEL_Parm *getParm() const { return myParm; }
+    /// The list of the parm; null without one.
+    ZEL_ParmList *getParmList() const;
+    ZEL_ParmOwner *getParmOwner() const;
+    /// The list's channel collection; null without list or collection.
+    TRK_Collection *getChannelGroupPtr() const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Masks
+    // ------------------------------------------------------------------ //
+    ///@{
+    bool getLockedFlag(int index) const { return testMask(myLockField, index); }
+    std::uint32_t getLockedField() const { return myLockField; }
+    /// Changes the field only: channels learn their lock in `reloadChannelPtrs`.
+    void setLockedFlag(int index, bool locked);
+    bool areAllComponentsLocked() const;
+
+    /// The bit; for a negative index the whole mask.
+    std::uint32_t getEnableState(int index) const;
+    /// A negative index sets all 32 bits or none. The position of a ramp's keys can't be
+    /// enabled. True if the mask changed.
+    bool setEnableState(bool enabled, int index);
+
+    bool getVisibleState(int index) const;
+    /// True if the mask changed.
+    bool setVisibleState(bool visible, int index);
+
+    bool getAutoScopedFlag(int index) const { return testMask(myAutoScopeField, index); }
+    std::uint32_t getAutoScopeField() const { return myAutoScopeField; }
+    void setAutoScopedFlag(int index, bool flag);
+    bool getAutoSelectFlag(int index) const { return testMask(myAutoSelectField, index); }
+    std::uint32_t getAutoSelectField() const { return myAutoSelectField; }
+    void setAutoSelectFlag(int index, bool flag);
+
+    /// False for any index outside the vector.
+    bool isActive(int index) const;
+    void setActive(int index, bool active);
+
+    bool isDirty(int index) const { return testMask(BASload(myDirtyFlags), index); }
+    bool isSendExtra(int index) const { return testMask(BASload(mySendExtraFlags), index); }
+    bool areAllFlagsClean() const { return BASload(myDirtyFlags) == 0; }
+    bool hasAnySendExtraFlags() const { return BASload(mySendExtraFlags) != 0; }
+    void clearAllDirtyFlags() { BASstore(myDirtyFlags, std::uint32_t(0)); }
+    /// Marks one component, or all, and does what `setSendExtra` does.
+    void setDirtyFlags(int index);
+    /// If no send-extra bit of the range is set yet, sets them and raises the list's count.
+    void setSendExtra(int index);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Flags
+    // ------------------------------------------------------------------ //
+    ///@{
+    std::uint32_t getSaveFlags() const { return myFlags & ZEL_INST_EXPRESSION; }
+    /// Only ever adds the expression bit.
+    void setSaveFlags(std::uint32_t flags) { myFlags |= flags & ZEL_INST_EXPRESSION; }
+    bool getExpressionState() const { return testFlag(ZEL_INST_EXPRESSION); }
+    void setExpressionState(bool flag) { setFlag(ZEL_INST_EXPRESSION, flag); }
+    bool getUndoSavedFlag() const { return testFlag(ZEL_INST_UNDO_SAVED); }
+    void setUndoSavedFlag(bool flag) { setFlag(ZEL_INST_UNDO_SAVED, flag); }
+    bool getActiveTakeFlag() const { return testFlag(ZEL_INST_ACTIVE_TAKE); }
+    /// Clearing changes nothing while the always-take flag is set.
+    void setActiveTakeFlag(bool flag);
+    bool getAlwaysTakeFlag() const { return testFlag(ZEL_INST_ALWAYS_TAKE); }
+    bool getSaveAutoScopeFlag() const { return testFlag(ZEL_INST_SAVE_AUTOSCOPE); }
+    bool getSaveAutoSelectFlag() const { return testFlag(ZEL_INST_SAVE_AUTOSELECT); }
+    bool isSpareParm() const { return testFlag(ZEL_INST_SPARE); }
+    void setSpareParm(bool flag) { setFlag(ZEL_INST_SPARE, flag); }
+    bool getAutoTakeUndoSavedFlag() const { return testFlag(ZEL_INST_AUTO_TAKE_UNDO); }
+    void setAutoTakeUndoSavedFlag(bool flag) { setFlag(ZEL_INST_AUTO_TAKE_UNDO, flag); }
+    bool getDefaultsInitFlag() const { return testFlag(ZEL_INST_DEFAULTS_INIT); }
+    void setDefaultsInitFlag(bool flag) { setFlag(ZEL_INST_DEFAULTS_INIT, flag); }
+    bool getValueState() const { return testFlag(ZEL_INST_VALUE); }
+    void setValueState(bool flag) { setFlag(ZEL_INST_VALUE, flag); }
+    bool getBypassFlag() const { return testFlag(ZEL_INST_BYPASS); }
+    /// On a parameter that isn't spare the flag is always cleared.
+    void setBypassFlag(bool flag) { setFlag(ZEL_INST_BYPASS, flag && isSpareParm()); }
+    bool getSaveLabelFlag() const { return testFlag(ZEL_INST_SAVE_LABEL); }
+    void setSaveLabelFlag(bool flag) { setFlag(ZEL_INST_SAVE_LABEL, flag); }
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Channels
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// No check of the index.
+    TRK_Channel *getChannel(int index) const { return myChannels[index]; }
+    void setChannel(int index, TRK_Channel *channel) { myChannels[index] = channel; }
+    /// Components that have a channel.
+    int getChannelCount() const;
+    /// Takes the collection's channel of the component's token, or makes one.
+    void addChannel(int index);
+    void addChannel(int index, const char *expression, TRK_ExprLanguage language);
+    /// By name (alias or token): the channel is fetched anew. 1, or 0 if nothing has that name.
+    int addChannel(const KIT_StringRef &name);
+    int addChannel(const KIT_StringRef &name, const char *expression, TRK_ExprLanguage language);
+    /// Deletes the channel from the collection; true if there was one.
+    bool removeChannel(int index);
+    void clearAndDestroyChannels();
+    /// Refreshes the slot of the component with that exact token; 1, or 0.
+    int channelPtrModified(const KIT_StringRef &token);
+    bool changePending(int index) const;
+    /// Times of the nearest keys; the time itself if there is none. Negative: all components.
+    double findNextKey(double time, int index) const;
+    double findPrevKey(double time, int index) const;
+    void setKey(double time, int index);
+    void setFullKey(const TRK_FullKey &key, int index);
+    TRK_StringMeaning getStringMeaning(double time, int index) const;
+    TRK_ExprLanguage getExprLanguageIfMadeAnExpression(double time, int index) const;
+    TRK_ExprLanguage stringMeaningToExprLanguage(TRK_StringMeaning meaning) const;
+    bool isLanguageOldExprOrLiteral(double time, int index) const;
+    /// Fetches all channels by token, or by alias with a rename; see ARCHITECTURE.
+    void reloadChannelPtrs();
+    /// Renames channels to their tokens; a slot whose channel can't be renamed, or whose token
+    /// another parameter's channel holds, is emptied.
+    void validateChannelNames(ZEL_ParmList &list);
+    void validateChannelName(ZEL_ParmList &list, int index);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Aliases and colours
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// False for a text that is no channel name, or an index outside the vector; "" clears.
+    bool setChannelAlias(const KIT_StringHolder &alias, int index);
+    /// The alias if set, else the channel token; "" outside the vector.
+    const KIT_StringHolder &getChannelAlias(int index) const;
+    void getChannelAlias(KIT_String &alias, int index) const;
+    bool hasChannelAlias(const KIT_StringRef &alias, int index) const;
+    /// Alias or token.
+    bool hasChannelName(const KIT_StringRef &name, int index) const;
+    /// -1 if none.
+    int findSubIndex(const KIT_StringRef &token, bool allowAlias) const;
+
+    void setChannelCustomColor(int index, const KIT_Color &color);
+    void resetChannelCustomColor(int index);
+    bool hasChannelCustomColor(int index) const;
+    const KIT_Color &getChannelCustomColor(int index) const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Errors and access
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Codes 0, 1, 2, 3, 14 and 18 carry the parameter's full path.
+    void addParmWarning(ZEL_ErrorCode code) const;
+    void indexError(int index) const;
+    /// Owner's path and the label, or "/" and the token for the extended type 4 or no label.
+    void getFullParmPath(KIT_WorkBuffer &path) const;
+    /// Reports the thread's expression error number, if set, for this component.
+    void checkForExpressionErrors(ZEL_ParmList *list, int index, int thread) const;
+    void evaluationError(ZEL_ParmList *list, int index, int error, int thread) const;
+    bool validateAccess() const;
+    bool shouldSaveData() const;
+    /// Replaces `indices` by the item numbers of the multi-parameters above, innermost first; their
+    /// count. `useStartOffset` counts from each one's start offset, as its tokens do, else from 0.
+    int getMultiInstanceIndex(KIT_Array<int> &indices, bool useStartOffset) const;
+    /// All components by `isDefault`, and no lock if bit 1 asks.
+    bool isAllDefault(ZEL_DefaultType type) const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Multi owner, input notification, micro nodes
+    // ------------------------------------------------------------------ //
+    ///@{
+    const ZEL_Multi *getMultiParmOwner() const { return myMultiOwner; }
+    void setMultiParmOwner(const ZEL_Multi *owner) { myMultiOwner = owner; }
+
+    /// Made once.
+    ZEL_Value *createInputNotifyValue();
+    ZEL_Value *inputNotifyValue() const { return myValue; }
+
+    bool hasMicroNodes() const { return threadSafeMicroNodes() != nullptr; }
+    /// The component's node; the array is made on first use, by any thread: through the owner if
+    /// there is one. Null outside the vector.
+    ZEL_ParmMicroNode *microNode(int index);
+    /// Writes the mark only, without the list's flags, and only if it differs. A negative index
+    /// marks all.
+    void setTimeDependentMicroNode(int index, bool timeDependent) const;
+    ///@}
+
+    /// Whether a text is a plain reference to a channel, `ch("tx")` with `bare` true, the same in
+    /// backticks with false; the referenced name goes to `channel` if given.
+    static bool isChanRefString(const char *text, bool bare, KIT_String *channel);
+    /// The old unquoted form that starts with `!!ch(`.
+    static bool isObsoleteDirectChanRefString(const char *text, KIT_String *channel);
+
+protected:
+    /// The copy form behind `duplicateSelf`: shares the template, starts with enable state 0, no
+    /// locks, no aliases and no colours; channels are looked up by token.
+    ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm);
+
+    static std::uint32_t bit(int index) { return 1u << (unsigned(index) & 31u); }
+    static bool testMask(std::uint32_t mask, int index)
+    {
+        return index < 0 ? mask != 0 : (mask & bit(index)) != 0;
+    }
+    /// (1 << size) - 1 with the shift modulo 32, so 0 for a size of 32.
+    std::uint32_t sizeBits() const { return bit(getVectorSize()) - 1u; }
+    void setMaskBits(std::uint32_t &mask, int index, bool on) const;
+    bool testFlag(std::uint32_t flag) const { return (myFlags & flag) != 0; }
+    void setFlag(std::uint32_t flag, bool on) { myFlags = on ? myFlags | flag : myFlags & ~flag; }
+
+    void internalAddChannel(int index, const char *expression, TRK_ExprLanguage language,
+                            bool initialise);
+    TRK_ExprLanguage getCollectionLanguage() const;
+    /// A token of a stream or command: the component's own channel name links that channel,
+    /// anything else becomes the component's expression.
+    void loadTokenAsChannelNameOrExpression(const char *token, int index);
+    /// Finds a channel by name, then by the component's token. Null with a warning if neither
+    /// exists or there is no collection.
+    TRK_Channel *linkChannel(const char *name, int index);
+
+    void saveAsciiOptions(std::ostream &os) const;
+    /// After the caller has read "[". A second positional number of old files goes to `mask`.
+    bool loadAsciiOptions(KIT_IStream &is, unsigned int &mask);
+    /// True if any option was written.
+    bool saveBinaryOptions(int classId, KIT_Packet &packet, std::ostream &os) const;
+    /// False for an unknown id or a failed read.
+    bool loadBinaryOption(KIT_IStream &is, short id);
+
+    void setLockedField(std::uint32_t field) { myLockField = field; }
+    void setAutoScopeField(std::uint32_t field);
+    void setAutoSelectField(std::uint32_t field);
+    void setLabel(const char *label);
+
+    ZEL_ParmMicroNode *threadSafeMicroNodes() const
+    {
+        return __atomic_load_n(&myMicroNodes, __ATOMIC_ACQUIRE);
+    }
+
+private:
+    struct ColorRecord;
+
+    void initMasks();
+    void initTakeFlags();
+    void destroyArrays();
+    void destroyMicroNodes();
+    void adoptChannels(ZEL_Instance &source);
+    void adoptMicroNodes(ZEL_Instance &source);
+    ZEL_ParmMicroNode *createMicroNodes() const;
+    void markMicroNode(ZEL_ParmMicroNode *nodes, int index, bool timeDependent) const;
+    /// The slot; null outside the vector.
+    TRK_Channel *channelAt(int index) const
+    {
+        return validIndex(index) ? myChannels[index] : nullptr;
+    }
+    int findChannelName(const KIT_StringRef &name) const;
+    bool reloadChannelPtr(TRK_Collection &collection, int index);
+    bool isFirstRampPosition() const;
+    void loadAsciiOption(KIT_IStream &is, const char *word, const char *equals);
+    bool loadAsciiLabel(KIT_IStream &is, std::int64_t textStart);
+    void loadAsciiColor(const char *text);
+    bool loadBinaryLabel(KIT_IStream &is);
+    bool loadBinaryColor(KIT_IStream &is);
+
+    std::uint32_t myFlags;
+    std::uint32_t myEnableState;
+    std::uint32_t myLockField;
+    std::uint32_t myAutoScopeField;
+    std::uint32_t myVisibleField;
+    std::uint32_t myAutoSelectField;
+    std::uint32_t myActiveField;
+    ZEL_Template *myTemplate;
+    ZEL_Value *myValue;
+    std::uint32_t myDirtyFlags;
+    std::uint32_t mySendExtraFlags;
+    KIT_ComponentArray<TRK_Channel *> myChannels;
+    KIT_StringHolder *myChannelAliases;
+    ColorRecord *myChannelColors;
+    ZEL_Parm *myParm;
+    const ZEL_Multi *myMultiOwner;
+    ZEL_ParmMicroNode *myMicroNodes;
+    ZEL_ConstMicroNode *myConstMicroNodes;
+    BAS_ByteLock myMicroNodeLock;
+};

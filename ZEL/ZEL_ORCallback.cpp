@@ -1,0 +1,3 @@
+#include <ZEL/ZEL_ORCallback.h>
+
+ZEL_ORCallback::~ZEL_ORCallback() = default;

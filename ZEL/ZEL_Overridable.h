@@ -1,0 +1,138 @@
+/// \file ZEL_Overridable.h
+/// Lets something outside the library take over the value of single components, without touching
+/// the stored value or the channel.
+///
+/// Vocabulary: *override* = a component's record: a data index, and the text that an interface
+///             shows; *counting* = data index 0 or more, a callback installed, and not disabled
+///             for this component on the calling thread.
+/// Ownership:  owns the records and their names; the callback belongs to whoever installed it
+///             (`ZEL_ParmList::setORCallback`).
+/// Threads:    evaluation reads records from any thread and writes their two state marks with
+///             relaxed stores. Everything else one thread at a time. The disable state is per
+///             thread.
+/// Errors:     code 21 for an invalid index in `setOverrideFloat` and `setOverrideInt`.
+/// Cost:       an instance without overrides pays one null test for each access.
+#pragma once
+
+#include <ZEL/ZEL_Instance.h>
+
+class ZEL_ORCallback;
+
+/// The override record of one component.
+struct zelOverrideInfoData
+{
+    int dataIndex = -1;            ///< -1: no override
+    std::uint8_t timeDepState = 2; ///< 0 no, 1 yes, 2 not yet known
+    std::uint8_t activeState = 1;  ///< 0 off, 1 on, 2 stands for the callback's -1
+    std::uint8_t layered = 0;      ///< the `ZEL_OverrideType`
+    char *name = nullptr;          ///< owned; the text of the override
+};
+
+class ZEL_API ZEL_Overridable : public ZEL_Instance
+{
+public:
+    ZEL_Overridable(ZEL_Template *templatePtr, ZEL_Parm *parm) : ZEL_Instance(templatePtr, parm) {}
+    ~ZEL_Overridable() override;
+
+    /// The base, then copies of the source's overrides if this instance has none.
+    void adopt(ZEL_Instance &source) override;
+    /// Drops this instance's overrides, then copies the source's.
+    void adoptOverrides(ZEL_Instance &source) override;
+    void getExpressionStringForUI(double time, KIT_String &text, int index,
+                                  int thread) const override;
+    void getExpression(double time, KIT_String &text, int index, bool expand,
+                       int thread) const override;
+    bool isTimeDependent(int index) const override;
+    bool isDataDependent(double time, int index) const override;
+    /// 1 if data index or name differ from what was there, and then the component goes dirty.
+    /// There is no removal: a data index of -1 makes the override not count.
+    int setOverride(int index, int dataIndex, const char *name, ZEL_OverrideType type) override;
+    /// For the calling thread. Bits meant for another instance stay. Whether this instance and
+    /// component were disabled before.
+    bool setOverrideDisable(int index, int disable) override;
+    const char *getOverride(int index) const override;
+    bool getOverrideType(int index, ZEL_OverrideType &type) const override;
+    int getOverrideDataIndex(int index) const override;
+    /// 0 without a name or while disabled on this thread, else 1, or -1 for "unsure".
+    int getIsOverrideActive(int index) const override;
+    std::int64_t getMemoryUsage(bool inclusive) const override;
+
+protected:
+    /// The copy form: overrides aren't copied.
+    ZEL_Overridable(const ZEL_Overridable &source, ZEL_Parm *parm) : ZEL_Instance(source, parm) {}
+
+    bool hasOverrideData() const { return myOverrides != nullptr; }
+
+    /// The owner step, then the override: -1 the owner failed and `value` is 0, 1 `value` comes
+    /// from the override, 0 it doesn't.
+    int evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
+                          double &value) const;
+    int evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
+                          std::int64_t &value) const;
+    int evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
+                          KIT_String &value) const;
+    /// The override alone; an inactive one may still have written `value`. Call only with
+    /// override data.
+    int evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int thread,
+                              double &value) const;
+    int evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int thread,
+                              std::int64_t &value) const;
+    int evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int thread,
+                              KIT_String &value) const;
+
+    /// The first step of every set: marks dirty and offers the value to the callback. False when
+    /// the value class must stop (bad index, or the callback took it).
+    bool setOverrideFloat(double time, double value, bool replaceExpression, int index,
+                          ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    bool setOverrideInt(double time, std::int64_t value, bool replaceExpression, int index,
+                        ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    /// The text forms convert to a number first and don't check the index.
+    bool setOverrideFloat(double time, const char *text, bool replaceExpression, int index,
+                          ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    bool setOverrideInt(double time, const char *text, bool replaceExpression, int index,
+                        ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    bool setOverrideString(double time, const char *text, bool replaceExpression, int index,
+                           ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+
+    /// -1 the owner failed, 0 no active override, 1 `text` holds what to show.
+    int getExpressionOverride(double time, KIT_String &text, int index, int thread,
+                              bool forUI) const;
+
+    /// The override's value for a saved command; `flag` becomes non-zero if it is active.
+    void saveCommandOverride(int index, double time, double &value, int &flag) const;
+    void saveCommandOverride(int index, double time, std::int64_t &value, int &flag) const;
+    void saveCommandOverride(int index, double time, KIT_StringHolder &value, int &flag) const;
+
+private:
+    friend class ZEL_AutoDisableOverride;
+
+    struct OverrideArray;
+    /// What a thread reads past: components of one instance.
+    struct DisableState
+    {
+        std::uint32_t mask = 0;
+        ZEL_Instance *instance = nullptr;
+    };
+
+    static DisableState &localDisableState();
+    bool isDisabledHere(int index) const;
+    /// The record, null without overrides or outside the vector.
+    zelOverrideInfoData *recordAt(int index) const;
+    /// The record of a counting override, else null.
+    zelOverrideInfoData *countingRecord(int index) const;
+    /// The record if its data source takes writes: disabled or not.
+    const zelOverrideInfoData *writableRecord(int index) const;
+    bool ownerFails(ZEL_ParmList *list, double time, int index, int thread) const;
+    bool isPendingInOwner(int index) const;
+    void noteState(zelOverrideInfoData &record, ZEL_ParmList *list, int index, int timeDep,
+                   int active) const;
+    template <class T, class Eval>
+    int evaluateRecord(ZEL_ParmList *list, int index, T &value, const Eval &eval) const;
+    bool offerFloat(double time, double value, int index) const;
+    bool offerInt(double time, std::int64_t value, int index) const;
+    void makeOverrides();
+    void copyOverrides(const ZEL_Overridable &source);
+    void dropOverrides();
+
+    OverrideArray *myOverrides = nullptr;
+};
