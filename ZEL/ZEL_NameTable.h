@@ -1,0 +1,77 @@
+/// \file ZEL_NameTable.h
+/// The hash table from a name to a parameter index that every list and node type keeps.
+///
+/// Vocabulary: *home* = `hash % capacity` of a name; entries stand in ascending order of home, a
+///             displaced entry next to its home.
+/// Units:      values are parm indices, 0-based; -1 means not found.
+/// Ownership:  shares the names' counted text.
+/// Threads:    look-ups from any thread while nobody changes the table; no lock.
+/// Cost:       a look-up is one multiplication for the home and a short probe.
+#pragma once
+
+#include <KIT/KIT_StringHolder.h>
+#include <ZEL/ZEL_API.h>
+
+#include <cstdint>
+
+class ZEL_API ZEL_NameTable
+{
+public:
+    ZEL_NameTable() = default;
+    /// Sized at once for at least `capacity` slots; 0 allocates nothing.
+    explicit ZEL_NameTable(std::size_t capacity);
+    ~ZEL_NameTable();
+
+    ZEL_NameTable(const ZEL_NameTable &) = delete;
+    ZEL_NameTable &operator=(const ZEL_NameTable &) = delete;
+
+    /// -1 if the name is null or unknown.
+    int find(const KIT_StringRef &name) const
+    {
+        return myCapacity == 0 || name.isNull() ? -1 : probe(name);
+    }
+
+    /// Adds the name, or gives an existing one the new value. A null name is ignored.
+    void insert(const KIT_StringHolder &name, int value);
+    /// Removes the name if it has that value; true if it did.
+    bool removeIfValue(const KIT_StringRef &name, int value);
+    /// Takes one off every value greater than `value`.
+    void closeGap(int value);
+
+    std::uint32_t entries() const { return mySlots ? usedCount() : 0; }
+    std::uint32_t capacity() const { return myCapacity; }
+    std::int64_t getMemoryUsage(bool inclusive) const;
+
+private:
+    struct Slot
+    {
+        KIT_StringHolder name;
+        std::int32_t value;
+    };
+
+    std::uint32_t home(std::uint32_t hash) const
+    {
+        // Exact remainder by multiplication (Lemire, Kaser, Kurz: "Faster Remainder by Direct
+        // Computation", 2019).
+        const std::uint64_t low = myMagic * hash;
+        return std::uint32_t((static_cast<unsigned __int128>(low) * myCapacity) >> 64);
+    }
+
+    int probe(const KIT_StringRef &name) const
+    {
+        const Slot *slot = findSlot(name);
+        return slot ? slot->value : -1;
+    }
+    const Slot *findSlot(const KIT_StringRef &name) const;
+
+    std::uint32_t &usedCount() const;
+    void allocate(std::size_t capacity);
+    void release();
+    void growFor(std::uint32_t entries);
+    void place(KIT_StringHolder &&name, std::int32_t value);
+    void reinsertAround(std::uint32_t gap);
+
+    Slot *mySlots = nullptr;
+    std::uint64_t myMagic = 0;
+    std::uint32_t myCapacity = 0;
+};

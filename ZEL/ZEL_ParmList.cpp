@@ -1,0 +1,355 @@
+#include <ZEL/ZEL_ParmList.h>
+
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_WorkBuffer.h>
+#include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_Instance.h>
+#include <ZEL/ZEL_Name.h>
+#include <ZEL/ZEL_OpSharedInfo.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_Template.h>
+
+int ZEL_ParmList::theLoadCount = 0;
+ZEL_ORCallback *ZEL_ParmList::theORCallback = nullptr;
+
+// -------------------------------------------------------------------------- //
+// Life
+// -------------------------------------------------------------------------- //
+
+ZEL_ParmList::ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection,
+                           ZEL_ParmOwner *owner, ZEL_PresetInfo *presetInfo,
+                           const KIT_StringRef &sharedName, bool deleteChannels, bool buildDefaults)
+    : myCollection(collection), myOwner(owner), myPresetInfo(presetInfo), myChannelSource(*this)
+{
+    const int count = ZEL_Template::countTemplates(templates, false, false, false);
+    myParms.setCapacity(count);
+    mySharedInfo = ZEL_OpSharedInfo::get(sharedName, templates, count);
+    becomeValueSource();
+
+    beginLoading();
+    for (int i = 0; i < count; ++i) {
+        // Channel tokens are a lazily written cache: made here, so that evaluation only reads.
+        templates[i].getChannelTokens();
+        myParms.append(new ZEL_Parm(&templates[i], this));
+    }
+    if (buildDefaults) {
+        buildDelayedDefaults(deleteChannels);
+    }
+    endLoading();
+}
+
+ZEL_ParmList::ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection,
+                           ZEL_ParmOwner *owner, ZEL_PresetInfo *presetInfo,
+                           const KIT_StringRef &sharedName, bool deleteChannels)
+    : ZEL_ParmList(templates, collection, owner, presetInfo, sharedName, deleteChannels, true)
+{}
+
+ZEL_ParmList::~ZEL_ParmList()
+{
+    resignValueSource();
+    // Each leaves the array before it dies, so that looking up a dead one gives null.
+    while (myParms.size() > 0) {
+        ZEL_Parm *last = myParms.last();
+        myParms.removeIndex(myParms.size() - 1);
+        delete last;
+    }
+    delete myContextOptionDeps;
+    delete myCookContextOptionDeps;
+}
+
+void ZEL_ParmList::buildDelayedDefaults(bool deleteChannels)
+{
+    for (ZEL_Parm *parm : myParms) {
+        ZEL_Instance *instance = parm ? parm->getInstance() : nullptr;
+        if (instance && !instance->getDefaultsInitFlag()) {
+            instance->revertToDefaults(deleteChannels);
+        }
+    }
+}
+
+int ZEL_ParmList::appendParm(ZEL_Parm *parm)
+{
+    const int index = getEntries();
+    myParms.append(parm);
+    if (parm && parm->getInstance()) {
+        registerParm(*parm, index);
+    }
+    ++myAddRemoveCount;
+    return index;
+}
+
+void ZEL_ParmList::registerParm(const ZEL_Parm &parm, int index)
+{
+    const ZEL_Template &description = *parm.getInstance()->getTemplatePtr();
+    myInstanceTokens.insert(KIT_StringHolder(description.getTokenRef()), index);
+    const KIT_StringHolder *channels = description.getChannelTokens();
+    for (int i = 0; i < description.getVectorSize(); ++i) {
+        myInstanceChannels.insert(channels[i], index);
+    }
+}
+
+void ZEL_ParmList::setChannelGroupPtr(TRK_Collection *collection)
+{
+    if (collection == myCollection) {
+        return;
+    }
+    resignValueSource();
+    myCollection = collection;
+    becomeValueSource();
+}
+
+void ZEL_ParmList::removeOpSharedInfo(const KIT_StringRef &sharedName)
+{
+    ZEL_OpSharedInfo::remove(sharedName);
+}
+
+void ZEL_ParmList::renameOpSharedInfo(const KIT_StringRef &oldName, const KIT_StringHolder &newName)
+{
+    ZEL_OpSharedInfo::rename(oldName, newName);
+}
+
+// -------------------------------------------------------------------------- //
+// Look-up
+// -------------------------------------------------------------------------- //
+
+int ZEL_ParmList::getParmIndex(const KIT_StringRef &token) const
+{
+    const int index = mySharedInfo->parmTokens().find(token);
+    return index >= 0 ? index : myInstanceTokens.find(token);
+}
+
+int ZEL_ParmList::getParmIndex(const ZEL_Name &name) const
+{
+    return getParmIndex(name.getTokenRef());
+}
+
+int ZEL_ParmList::getParmIndex(const ZEL_Parm *parm) const
+{
+    return parm && parm->getInstance() ? getParmIndex(parm->getInstance()->getTokenRef()) : -1;
+}
+
+ZEL_Parm *ZEL_ParmList::getParmPtr(const ZEL_Name &name)
+{
+    return getParmPtr(getParmIndex(name));
+}
+
+const ZEL_Parm *ZEL_ParmList::getParmPtr(const ZEL_Name &name) const
+{
+    return getParmPtr(getParmIndex(name));
+}
+
+ZEL_Parm *ZEL_ParmList::getParmPtr(const KIT_StringRef &token, int &index)
+{
+    index = getParmIndex(token);
+    return getParmPtr(index);
+}
+
+const ZEL_Parm *ZEL_ParmList::getParmPtr(const KIT_StringRef &token, int &index) const
+{
+    index = getParmIndex(token);
+    return getParmPtr(index);
+}
+
+ZEL_Parm *ZEL_ParmList::getParmPtr(const KIT_StringRef &token)
+{
+    return getParmPtr(getParmIndex(token));
+}
+
+const ZEL_Parm *ZEL_ParmList::getParmPtr(const KIT_StringRef &token) const
+{
+    return getParmPtr(getParmIndex(token));
+}
+
+int ZEL_ParmList::getParmIndexFromChannel(const KIT_StringRef &token, int *subIndex,
+                                          bool allowAlias) const
+{
+    if (token.isNull()) {
+        return -1;
+    }
+    int index = allowAlias ? myChannelAliases.find(token) : -1;
+    if (index < 0) {
+        index = mySharedInfo->channelTokens().find(token);
+    }
+    if (index < 0) {
+        index = myInstanceChannels.find(token);
+    }
+    const ZEL_Parm *parm = getParmPtr(index);
+    if (!parm) {
+        return -1;
+    }
+    if (!subIndex) {
+        return index;
+    }
+    // Shared tables may come from other templates than this list's own: the parm decides.
+    *subIndex = parm->findSubIndex(token, allowAlias);
+    return *subIndex >= 0 && *subIndex < parm->getVectorSize() ? index : -1;
+}
+
+int ZEL_ParmList::getParmIndex(const KIT_StringRef &token, int &subIndex, bool allowAlias) const
+{
+    return getParmIndexFromChannel(token, &subIndex, allowAlias);
+}
+
+ZEL_Parm *ZEL_ParmList::getParmPtrFromChannel(const KIT_StringRef &token, int *subIndex)
+{
+    return getParmPtr(getParmIndexFromChannel(token, subIndex, true));
+}
+
+const ZEL_Parm *ZEL_ParmList::getParmPtrFromChannel(const KIT_StringRef &token, int *subIndex) const
+{
+    return getParmPtr(getParmIndexFromChannel(token, subIndex, true));
+}
+
+ZEL_Parm *ZEL_ParmList::getParmPtrInst(const KIT_StringRef &token, const int *instances, int count,
+                                       int &index)
+{
+    const ZEL_ParmList *constThis = this;
+    return const_cast<ZEL_Parm *>(constThis->getParmPtrInst(token, instances, count, index));
+}
+
+const ZEL_Parm *ZEL_ParmList::getParmPtrInst(const KIT_StringRef &token, const int *instances,
+                                             int count, int &index) const
+{
+    index = -1;
+    if (token.isNull()) {
+        return nullptr;
+    }
+    KIT_WorkBuffer name;
+    ZEL_Name::instanceToken(name, token, instances, count);
+    index = getParmIndex(KIT_StringRef(name.buffer()));
+    return getParmPtr(index);
+}
+
+ZEL_Parm *ZEL_ParmList::getParmPtrInst(const KIT_StringRef &token, const int *instances, int count)
+{
+    int index = -1;
+    return getParmPtrInst(token, instances, count, index);
+}
+
+// -------------------------------------------------------------------------- //
+// Evaluation and change by name
+// -------------------------------------------------------------------------- //
+
+double ZEL_ParmList::evalFloat(const KIT_StringRef &token, int index, double time) const
+{
+    const int thread = BASgetSTID();
+    double value = 0.0;
+    if (const ZEL_Parm *parm = getParmPtr(getParmIndex(token))) {
+        parm->getValue(time, value, index, thread);
+    }
+    return value;
+}
+
+int ZEL_ParmList::evalInt(const KIT_StringRef &token, int index, double time) const
+{
+    const int thread = BASgetSTID();
+    int value = 0;
+    if (const ZEL_Parm *parm = getParmPtr(getParmIndex(token))) {
+        parm->getValue(time, value, index, thread);
+    }
+    return value;
+}
+
+void ZEL_ParmList::evalString(KIT_String &value, const KIT_StringRef &token, int index,
+                              double time) const
+{
+    const int thread = BASgetSTID();
+    if (const ZEL_Parm *parm = getParmPtr(getParmIndex(token))) {
+        parm->getValue(time, value, index, true, thread);
+    }
+}
+
+void ZEL_ParmList::evalString(KIT_StringHolder &value, const KIT_StringRef &token, int index,
+                              double time) const
+{
+    KIT_String text;
+    evalString(text, token, index, time);
+    value = KIT_StringHolder(text);
+}
+
+void ZEL_ParmList::evalStringRaw(KIT_String &value, const KIT_StringRef &token, int index,
+                                 double time) const
+{
+    const int thread = BASgetSTID();
+    if (const ZEL_Parm *parm = getParmPtr(getParmIndex(token))) {
+        parm->getValue(time, value, index, false, thread);
+    }
+}
+
+void ZEL_ParmList::evalStringRaw(KIT_StringHolder &value, const KIT_StringRef &token, int index,
+                                 double time) const
+{
+    KIT_String text;
+    evalStringRaw(text, token, index, time);
+    value = KIT_StringHolder(text);
+}
+
+void ZEL_ParmList::setFloat(double value, const KIT_StringRef &token, int index, double time,
+                            bool propagate)
+{
+    if (ZEL_Parm *parm = getParmPtr(token)) {
+        parm->setValue(time, value, false, index, ZEL_ADDKEY_PENDING, propagate);
+    }
+}
+
+void ZEL_ParmList::setInt(int value, const KIT_StringRef &token, int index, double time,
+                          bool propagate)
+{
+    if (ZEL_Parm *parm = getParmPtr(token)) {
+        parm->setValue(time, value, false, index, ZEL_ADDKEY_PENDING, propagate);
+    }
+}
+
+void ZEL_ParmList::setString(const KIT_String &value, TRK_StringMeaning meaning,
+                             const KIT_StringRef &token, int index, double time, bool propagate)
+{
+    if (ZEL_Parm *parm = getParmPtr(token)) {
+        parm->setValue(time, value.c_str(), meaning, false, index, ZEL_ADDKEY_PENDING, propagate);
+    }
+}
+
+// -------------------------------------------------------------------------- //
+// What expressions see of the list
+// -------------------------------------------------------------------------- //
+
+void ZEL_ParmList::becomeValueSource()
+{
+    // The first list on a collection answers for it: copies and fallback lists stay silent.
+    if (myCollection && !myCollection->getValueSource()) {
+        myCollection->setValueSource(&myChannelSource);
+    }
+}
+
+void ZEL_ParmList::resignValueSource()
+{
+    if (myCollection && myCollection->getValueSource() == &myChannelSource) {
+        myCollection->setValueSource(nullptr);
+    }
+}
+
+bool ZEL_ParmList::ChannelSource::evaluateNumber(const KIT_StringRef &name, double time, int thread,
+                                                 double &value, bool &timeDependent)
+{
+    int subIndex = -1;
+    const ZEL_Parm *parm = myList.getParmPtrFromChannel(name, &subIndex);
+    if (!parm) {
+        return false;
+    }
+    parm->getValue(time, value, subIndex, thread);
+    timeDependent = parm->isTimeDependent(subIndex);
+    return true;
+}
+
+bool ZEL_ParmList::ChannelSource::evaluateString(const KIT_StringRef &name, double time, int thread,
+                                                 KIT_String &value, bool &timeDependent)
+{
+    int subIndex = -1;
+    const ZEL_Parm *parm = myList.getParmPtrFromChannel(name, &subIndex);
+    if (!parm) {
+        return false;
+    }
+    parm->getValue(time, value, subIndex, true, thread);
+    timeDependent = parm->isTimeDependent(subIndex);
+    return true;
+}

@@ -1,0 +1,316 @@
+/// \file ZEL_ParmList.h
+/// The parameters of one node: found by name, evaluated at a time, changed, watched.
+///
+/// Vocabulary: *token* = a parameter's program name ("t"); *channel token* = a component's name
+///             ("tx"); *alias* = a second name of a component's channel; *instance table* = the
+///             names of parameters added after construction; *shared tables* = those of the
+///             node type's templates, shared by all its lists.
+/// Units:      parm indices are 0-based and stable until a parameter is removed; component
+///             indices 0-based; time in the channel library's seconds.
+/// Ownership:  owns its `ZEL_Parm`s. Borrows templates, collection, owner, preset info and event
+///             data: each must outlive the list, or be nulled (`clearParmOwner`,
+///             `setChannelGroupPtr`). The collection owns the channels.
+/// Threads:    look-up and evaluation from any thread at once, with no lock. `getMagicString`,
+///             `checkTimeDependence`, `getChanState` and the other walks on any thread but one at
+///             a time for one list. Building, setting, events and structure changes belong to one
+///             thread, which must not run beside evaluation when parameters come or go. Lists are
+///             built on one thread at a time.
+/// Errors:     look-ups report nothing; evaluation by an unknown name gives 0 or "".
+/// Cost:       `evalFloat` by name is one hash (cached in the reference), one short probe and one
+///             virtual call.
+#pragma once
+
+#include <BAS/BAS_Relaxed.h>
+#include <BAS/BAS_SpinLock.h>
+#include <KIT/KIT_StringHolder.h>
+#include <KIT/KIT_ValArray.h>
+#include <TRK/TRK_Types.h>
+#include <TRK/TRK_ValueSource.h>
+#include <ZEL/ZEL_API.h>
+#include <ZEL/ZEL_NameTable.h>
+#include <ZEL/ZEL_ParmTypes.h>
+
+#include <cstdint>
+#include <memory>
+#include <tbb/concurrent_unordered_set.h>
+
+class KIT_String;
+class KIT_TokenString;
+class TRK_ChannelRef;
+class TRK_Collection;
+class ZEL_Name;
+class ZEL_ORCallback;
+class ZEL_OpSharedInfo;
+class ZEL_Parm;
+class ZEL_ParmOwner;
+class ZEL_PresetInfo;
+class ZEL_Template;
+class ZEL_Type;
+
+/// The names of context options that evaluation has met; grown from any thread.
+using ZEL_ContextOptionSet = tbb::concurrent_unordered_set<KIT_StringHolder, KIT_StringRefHash>;
+
+class ZEL_API ZEL_ParmList
+{
+public:
+    using EventHandler = void (*)(void *data, TRK_CHANGE_TYPE type, int parmIndex);
+
+    // ------------------------------------------------------------------ //
+    /// \name Life
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// One parm for each template up to the terminator. Lists with one non-empty `sharedName`
+    /// share the tables of the first. `deleteChannels` is handed to `buildDelayedDefaults`, which
+    /// runs unless `buildDefaults` is false. A collection without a value source gets this list
+    /// as the one that answers `ch()` references by name.
+    ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection, ZEL_ParmOwner *owner,
+                 ZEL_PresetInfo *presetInfo, const KIT_StringRef &sharedName, bool deleteChannels,
+                 bool buildDefaults);
+    ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection, ZEL_ParmOwner *owner,
+                 ZEL_PresetInfo *presetInfo, const KIT_StringRef &sharedName, bool deleteChannels);
+    /// From the last parameter to the first.
+    ~ZEL_ParmList();
+
+    ZEL_ParmList(const ZEL_ParmList &) = delete;
+    ZEL_ParmList &operator=(const ZEL_ParmList &) = delete;
+
+    /// Reverts every instance whose defaults haven't been applied yet.
+    void buildDelayedDefaults(bool deleteChannels);
+    /// Adds a parameter under its token and channel tokens; takes ownership. Its index.
+    int appendParm(ZEL_Parm *parm);
+    /// The one way out of a list. Nothing for a parameter that is neither spare nor an instance
+    /// of a multi-parameter. Later indices move down by one.
+    void removeAndDestroyParm(int index);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Look-up   (any thread, no lock)
+    // ------------------------------------------------------------------ //
+    ///@{
+    int getEntries() const { return int(myParms.size()); }
+    /// -1 for a null or unknown token. A template's token can't be hidden by an added one.
+    int getParmIndex(const KIT_StringRef &token) const;
+    int getParmIndex(const char *token) const { return getParmIndex(KIT_StringRef(token)); }
+    int getParmIndex(const ZEL_Name &name) const;
+    int getParmIndex(const ZEL_Parm *parm) const;
+    /// Null outside 0 .. entries - 1.
+    ZEL_Parm *getParmPtr(int index)
+    {
+        return std::uint64_t(index) < std::uint64_t(myParms.size()) ? myParms[index] : nullptr;
+    }
+    const ZEL_Parm *getParmPtr(int index) const
+    {
+        return std::uint64_t(index) < std::uint64_t(myParms.size()) ? myParms[index] : nullptr;
+    }
+    ZEL_Parm *getParmPtr(const ZEL_Name &name);
+    const ZEL_Parm *getParmPtr(const ZEL_Name &name) const;
+    ZEL_Parm *getParmPtr(const KIT_StringRef &token, int &index);
+    const ZEL_Parm *getParmPtr(const KIT_StringRef &token, int &index) const;
+    ZEL_Parm *getParmPtr(const KIT_StringRef &token);
+    const ZEL_Parm *getParmPtr(const KIT_StringRef &token) const;
+    ZEL_Parm *getParmPtr(const char *token) { return getParmPtr(KIT_StringRef(token)); }
+    const ZEL_Parm *getParmPtr(const char *token) const { return getParmPtr(KIT_StringRef(token)); }
+    /// By channel token, or alias if allowed. If the component found isn't one of the vector the
+    /// answer is -1, with `*subIndex` as found.
+    int getParmIndexFromChannel(const KIT_StringRef &token, int *subIndex,
+                                bool allowAlias = true) const;
+    int getParmIndex(const KIT_StringRef &token, int &subIndex, bool allowAlias = true) const;
+    ZEL_Parm *getParmPtrFromChannel(const KIT_StringRef &token, int *subIndex);
+    const ZEL_Parm *getParmPtrFromChannel(const KIT_StringRef &token, int *subIndex) const;
+    /// The parm of one instance of a multi-parameter's child token; null and -1 if none.
+    ZEL_Parm *getParmPtrInst(const KIT_StringRef &token, const int *instances, int count,
+                             int &index);
+    const ZEL_Parm *getParmPtrInst(const KIT_StringRef &token, const int *instances, int count,
+                                   int &index) const;
+    ZEL_Parm *getParmPtrInst(const KIT_StringRef &token, const int *instances, int count);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Evaluation by name   (any thread; 0 or "" for an unknown token)
+    // ------------------------------------------------------------------ //
+    ///@{
+    double evalFloat(const KIT_StringRef &token, int index, double time) const;
+    int evalInt(const KIT_StringRef &token, int index, double time) const;
+    void evalString(KIT_String &value, const KIT_StringRef &token, int index, double time) const;
+    void evalString(KIT_StringHolder &value, const KIT_StringRef &token, int index,
+                    double time) const;
+    void evalStringRaw(KIT_String &value, const KIT_StringRef &token, int index, double time) const;
+    void evalStringRaw(KIT_StringHolder &value, const KIT_StringRef &token, int index,
+                       double time) const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Change by name   (nothing for an unknown token; locks and editability hold)
+    // ------------------------------------------------------------------ //
+    ///@{
+    void setFloat(double value, const KIT_StringRef &token, int index, double time, bool propagate);
+    void setInt(int value, const KIT_StringRef &token, int index, double time, bool propagate);
+    void setString(const KIT_String &value, TRK_StringMeaning meaning, const KIT_StringRef &token,
+                   int index, double time, bool propagate);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Change events
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// One handler; null stops events. `clearParmOwner` leaves it.
+    void setEventHandler(void *data, EventHandler handler);
+    /// Calls the handler with the parameter's index, -1 for null or one that has left the list.
+    /// Errors raised inside are dropped and the thread's expression error number is put back.
+    void sendChangeEvent(TRK_CHANGE_TYPE type, const ZEL_Parm *parm) const;
+    int getNumSendExtra() const { return BASload(myNumSendExtra); }
+    void bumpNumSendExtra(int by) { BASstore(myNumSendExtra, BASload(myNumSendExtra) + by); }
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Access   (octal permission masks; 0777 in a fresh list)
+    /// A folder switcher that isn't exclusive passes every test, whatever the masks.
+    // ------------------------------------------------------------------ //
+    ///@{
+    std::uint32_t getPermissions() const { return myPermissions; }
+    void setPermissions(std::uint32_t mask) { myPermissions = mask; }
+    std::uint32_t getUserMask() const { return myUserMask; }
+    void setUserMask(std::uint32_t mask) { myUserMask = mask; }
+    std::uint32_t getAssetPermissionMask() const { return myAssetPermissionMask; }
+    void setAssetPermissionMask(std::uint32_t mask) { myAssetPermissionMask = mask; }
+    bool canAccess(unsigned mask, const ZEL_Type &type) const;
+    bool canAccessIgnoringAssetMask(unsigned mask, const ZEL_Type &type) const;
+    bool canAccessCheckingOnlyAssetMask(unsigned mask, const ZEL_Type &type) const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Walks over all parameters
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Every parameter at its factory default; true for an empty list.
+    bool allDefaults() const;
+    bool areAllFlagsClean() const;
+    void clearAllDirtyFlags();
+    void clearAllUndoSavedFlags();
+    bool hasAnyChannels() const;
+    bool hasSpareOrMultiInstanceParms() const { return myInstanceTokens.entries() != 0; }
+    bool notifyVarChange(const char *name);
+    void reloadChannelPtrs();
+    void validateChannelNames();
+    void clearAndDestroyChannels();
+    /// Forward to the parameter of that channel token; 0 if there is none.
+    int channelPtrModified(const KIT_StringRef &token);
+    int addChannel(const KIT_StringRef &token);
+    bool findString(const char *text, bool fullWord, bool usePattern) const;
+    int changeString(const char *from, const char *to, bool fullWord);
+    /// OR of all parameters' states.
+    int getChanState(double time) const;
+    /// The nearest key after (before) `time`; `time` itself without keys or collection.
+    double findNextKey(double time) const;
+    double findPrevKey(double time) const;
+    void hardenChanges(double time, bool force, const char *pattern,
+                       KIT_Array<TRK_ChannelRef> *collect);
+    void revertToDefaults(double time);
+    /// Values, channels included, back to the factory's. With an owner the children of
+    /// multi-parameters aren't reverted but announced to it as new.
+    void revertValuesToFactoryDefaults();
+    /// Whether any parameter depends on time; with `evaluate` each is evaluated first. Once true
+    /// the answer sticks until `clearTimeDependent`.
+    bool checkTimeDependence(bool evaluate);
+    /// The channel manager's evaluate time; 0 without a collection.
+    double getEvalTime(int thread) const;
+    /// Appends the cache key of all cookable parameters whose export level meets `exportMask`:
+    /// values, each parameter's followed by its index (8 bits below 255 parameters, else 16).
+    void getMagicString(KIT_TokenString &tokens, double time, unsigned exportMask) const;
+    /// Empty bodies, for callers that pair them.
+    void pushVariables() {}
+    void popVariables() {}
+    std::int64_t getMemoryUsage(bool inclusive) const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Surroundings and flags
+    // ------------------------------------------------------------------ //
+    ///@{
+    ZEL_ParmOwner *getParmOwner() const { return myOwner; }
+    /// The node calls it when it goes away first.
+    void clearParmOwner() { myOwner = nullptr; }
+    ZEL_PresetInfo *getPresetInfo() const { return myPresetInfo; }
+    TRK_Collection *getChannelGroupPtr() const { return myCollection; }
+    void setChannelGroupPtr(TRK_Collection *collection);
+    std::uint32_t getAddRemoveCount() const { return myAddRemoveCount; }
+    void setAddRemoveCount(std::uint32_t count) { myAddRemoveCount = count; }
+
+    /// Gives a component's channel a second name, under which the list finds it too; "" clears.
+    /// Refused for a spare or unregistered parameter and for an alias that is in use.
+    bool setChannelAlias(ZEL_Parm *parm, int index, const KIT_StringHolder &alias);
+
+    bool isTimeDependent() const { return BASload(myTimeDependent); }
+    bool isCookTimeDependent() const { return BASload(myCookTimeDependent); }
+    /// Called by evaluation from any thread: written only when it changes.
+    void setTimeDependent() { BASstoreIfDifferent(myTimeDependent, true); }
+    void setCookTimeDependent() { BASstoreIfDifferent(myCookTimeDependent, true); }
+    void clearTimeDependent() { BASstore(myTimeDependent, false); }
+    void clearCookTimeDependent() { BASstore(myCookTimeDependent, false); }
+    bool getUndoSavedFlag() const { return myUndoSaved; }
+    void setUndoSavedFlag(bool flag) { myUndoSaved = flag; }
+    bool getAutoTakeUndoSavedFlag() const { return myAutoTakeUndoSaved; }
+    void setAutoTakeUndoSavedFlag(bool flag) { myAutoTakeUndoSaved = flag; }
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Statics
+    // ------------------------------------------------------------------ //
+    ///@{
+    static void beginLoading() { ++theLoadCount; }
+    static void endLoading() { --theLoadCount; }
+    static bool isLoading() { return theLoadCount != 0; }
+    static ZEL_ORCallback *getORCallback() { return theORCallback; }
+    static void setORCallback(ZEL_ORCallback *callback) { theORCallback = callback; }
+    static void removeOpSharedInfo(const KIT_StringRef &sharedName);
+    static void renameOpSharedInfo(const KIT_StringRef &oldName, const KIT_StringHolder &newName);
+    ///@}
+
+private:
+    /// What the collection asks when an expression names a parameter.
+    class ChannelSource : public TRK_ValueSource
+    {
+    public:
+        explicit ChannelSource(ZEL_ParmList &list) : myList(list) {}
+        bool evaluateNumber(const KIT_StringRef &name, double time, int thread, double &value,
+                            bool &timeDependent) override;
+        bool evaluateString(const KIT_StringRef &name, double time, int thread, KIT_String &value,
+                            bool &timeDependent) override;
+
+    private:
+        ZEL_ParmList &myList;
+    };
+
+    void registerParm(const ZEL_Parm &parm, int index);
+    void forgetNames(const ZEL_Parm &parm, int index);
+    void becomeValueSource();
+    void resignValueSource();
+    bool isTimeDependentNow(double time, bool evaluate, int index, int thread);
+
+    KIT_ValArray<ZEL_Parm *> myParms;
+    std::uint32_t myAddRemoveCount = 0;
+    std::shared_ptr<ZEL_OpSharedInfo> mySharedInfo;
+    ZEL_NameTable myInstanceTokens;
+    ZEL_NameTable myInstanceChannels;
+    ZEL_NameTable myChannelAliases;
+    BAS_ByteLock myDependencyLock;
+    ZEL_ContextOptionSet *myContextOptionDeps = nullptr;
+    ZEL_ContextOptionSet *myCookContextOptionDeps = nullptr;
+    std::uint32_t myPermissions = 511;
+    std::uint32_t myUserMask = 511;
+    std::uint32_t myAssetPermissionMask = 511;
+    TRK_Collection *myCollection;
+    ZEL_ParmOwner *myOwner;
+    ZEL_PresetInfo *myPresetInfo;
+    EventHandler myEventHandler = nullptr;
+    void *myEventData = nullptr;
+    int myNumSendExtra = 0;
+    bool myTimeDependent = false;
+    bool myCookTimeDependent = false;
+    bool myUndoSaved = false;
+    bool myAutoTakeUndoSaved = false;
+    ChannelSource myChannelSource;
+
+    static int theLoadCount;
+    static ZEL_ORCallback *theORCallback;
+};

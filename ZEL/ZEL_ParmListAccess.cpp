@@ -1,0 +1,57 @@
+#include <ZEL/ZEL_ParmList.h>
+
+#include <ZEL/ZEL_AutoBlockErrors.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_Type.h>
+
+// ---------------------------------------------------------------------- //
+// Change events
+// ---------------------------------------------------------------------- //
+
+void ZEL_ParmList::setEventHandler(void *data, EventHandler handler)
+{
+    myEventData = data;
+    myEventHandler = handler;
+}
+
+void ZEL_ParmList::sendChangeEvent(TRK_CHANGE_TYPE type, const ZEL_Parm *parm) const
+{
+    if (!myEventHandler) {
+        return;
+    }
+    ZEL_AutoBlockErrors block;
+    myEventHandler(myEventData, type, parm ? getParmIndex(parm) : -1);
+}
+
+// ---------------------------------------------------------------------- //
+// Access
+// ---------------------------------------------------------------------- //
+
+namespace
+{
+
+/// Folders stay reachable on a locked node.
+bool isFolderSwitcher(const ZEL_Type &type)
+{
+    return type.getBasicType() == ZEL_Type::ZEL_BASIC_ORDINAL &&
+           (type.getOrdinalType() & ZEL_Type::ZEL_ORD_SWITCHERLIST) != 0 &&
+           (type.getInterfaceType() & ZEL_Type::ZEL_INTERFACE_EXCLUSIVE) == 0;
+}
+
+} // namespace
+
+bool ZEL_ParmList::canAccess(unsigned mask, const ZEL_Type &type) const
+{
+    return isFolderSwitcher(type) ||
+           (mask & myPermissions & myUserMask & myAssetPermissionMask) != 0;
+}
+
+bool ZEL_ParmList::canAccessIgnoringAssetMask(unsigned mask, const ZEL_Type &type) const
+{
+    return isFolderSwitcher(type) || (mask & myPermissions & myUserMask) != 0;
+}
+
+bool ZEL_ParmList::canAccessCheckingOnlyAssetMask(unsigned mask, const ZEL_Type &type) const
+{
+    return isFolderSwitcher(type) || (mask & myAssetPermissionMask) != 0;
+}
