@@ -1,0 +1,152 @@
+/// \file ZELX_Node.h
+/// The reference node: a named place in a tree with parameters, channels and change events. What
+/// an application would start from when it puts the library under its own nodes.
+///
+/// Vocabulary: *path* = names from the root, as "/obj/light"; *relative path* = "..", "../light",
+///             "." from a node on; *node type* = the name under which lists of equal templates
+///             share their name tables; *structure* = which parameters the node has.
+/// Units:      parm indices as in ZEL_ParmList; time in seconds.
+/// Ownership:  owns its children, its channels and its parameters. Borrows its templates, which
+///             must outlive it, and its parent.
+/// Threads:    evaluation of all nodes of a tree from any thread at once, references included.
+///             Everything that changes a node, a variable or the tree belongs to one thread, while
+///             nobody evaluates.
+/// Errors:     look-ups answer null or false. Loading channels reports through the thread's error
+///             manager and answers false.
+///
+/// The slots of ZEL_ParmOwner below are filled as far as a plain tree of nodes needs: a fuller
+/// application adds spare parameters, presets, menu scripts and data references where these say
+/// that there are none.
+#pragma once
+
+#include <KIT/KIT_StringHolder.h>
+#include <TRK/TRK_Collection.h>
+#include <TRK/TRK_ValueSource.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmOwner.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+class KIT_IStream;
+class ZEL_Template;
+
+class ZELX_Node : public ZEL_ParmOwner, public TRK_PathResolver
+{
+public:
+    /// Told of each change: the list's change types, and the parameter's index, -1 for none.
+    using ChangeCallback = std::function<void(ZELX_Node &, TRK_CHANGE_TYPE, int parmIndex)>;
+    /// Told of a button, and of a parameter whose dependencies may have changed.
+    using DependencyCallback = std::function<void(ZELX_Node &, int parmIndex)>;
+
+    /// A root, whose path is "/". Null templates make a node without parameters.
+    explicit ZELX_Node(ZEL_Template *templates = nullptr, const char *nodeType = nullptr);
+    ~ZELX_Node() override;
+
+    ZELX_Node(const ZELX_Node &) = delete;
+    ZELX_Node &operator=(const ZELX_Node &) = delete;
+
+    // ------------------------------------------------------------------ //
+    /// \name The tree
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Null if the name is taken, empty, "." or "..", or holds a "/".
+    ZELX_Node *addChild(const char *name, ZEL_Template *templates = nullptr,
+                        const char *nodeType = nullptr);
+    const std::string &getName() const { return myName; }
+    ZELX_Node *getParent() const { return myParent; }
+    ZELX_Node *getChild(const std::string &name) const;
+    /// Absolute, or relative to this node; null if there is none.
+    ZELX_Node *findNode(const KIT_StringRef &path);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Parameters and channels
+    // ------------------------------------------------------------------ //
+    ///@{
+    ZEL_ParmList &getParms() { return *myParms; }
+    const ZEL_ParmList &getParms() const { return *myParms; }
+    TRK_Collection &getChannels() { return myChannels; }
+    /// Reads a channel file and links the parameters to what it brought; false if it is at fault.
+    bool loadChannels(KIT_IStream &is);
+    /// Links each parameter to the channels of its names, as after channels came or went.
+    void linkChannels() { myParms->reloadChannelPtrs(); }
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Surroundings
+    // ------------------------------------------------------------------ //
+    ///@{
+    void setChangeCallback(ChangeCallback callback) { myChangeCallback = std::move(callback); }
+    void setDependencyCallback(DependencyCallback callback)
+    {
+        myDependencyCallback = std::move(callback);
+    }
+    /// A variable of this node and of all below it, for expressions and texts as `$NAME`.
+    void setVariable(const std::string &name, const std::string &value);
+    /// Goes up whenever parameters come or go: caches by parm index are then out of date.
+    std::uint32_t getStructureVersion() const { return myStructureVersion; }
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Slots of ZEL_ParmOwner
+    // ------------------------------------------------------------------ //
+    ///@{
+    using ZEL_ParmOwner::getFullPath;
+
+    const char *getFullPath(KIT_WorkBuffer &path) const override;
+    void rebuildParmDependency(int parmIndex) override;
+    void parmRemoved(int parmIndex) override;
+    void spareParmRemoved(const char *token) override;
+    /// New items start from their templates' defaults.
+    void multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms) override;
+    void multiInstancesChanged() override;
+
+    /// There is none: a load skips what the list doesn't have.
+    ZEL_ParmList *supplyFallbackList() override { return nullptr; }
+    void settleFallbackList(ZEL_ParmList **) override {}
+    /// Says on `err` that there is no command language; false.
+    bool runMenuScript(const char *script, std::ostream &out, std::ostream &err) override;
+    void pushScriptContext(std::unique_ptr<ZEL_ParmOwnerContext> &scope) override;
+    void *ownerHook() override { return nullptr; }
+    void adjustExpandedPath(KIT_String &) override {}
+    /// The node adds nothing of its own to a preset.
+    bool savePresetContents(std::ostream &) override { return true; }
+    bool loadPresetSection(const char *, KIT_IStream &) override { return false; }
+    int getParmEditState() override { return 0; }
+    ZEL_Parm *followChannelReference(int, double, int, int &) override { return nullptr; }
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Slots of TRK_PathResolver   (any thread)
+    // ------------------------------------------------------------------ //
+    ///@{
+    TRK_Collection *findCollection(const KIT_StringRef &path) override;
+    bool getVariable(const KIT_StringRef &name, KIT_String &value) override;
+    void getPath(KIT_WorkBuffer &path) override;
+    ///@}
+
+private:
+    ZELX_Node(ZELX_Node *parent, const char *name, ZEL_Template *templates, const char *nodeType);
+
+    static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
+    ZELX_Node *getRoot();
+    ZELX_Node *step(const std::string &name);
+    void appendPath(KIT_WorkBuffer &path) const;
+
+    ZELX_Node *myParent = nullptr;
+    std::string myName;
+    std::map<std::string, std::string> myVariables;
+    ChangeCallback myChangeCallback;
+    DependencyCallback myDependencyCallback;
+    std::uint32_t myStructureVersion = 0;
+    // The order matters: parameters give their channels back, so they must go first, and the
+    // children before either.
+    TRK_Collection myChannels;
+    std::unique_ptr<ZEL_ParmList> myParms;
+    std::vector<std::unique_ptr<ZELX_Node>> myChildren;
+};
