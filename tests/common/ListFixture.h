@@ -1,0 +1,105 @@
+/// \file ListFixture.h
+/// A list over a few templates with its own channels, for tests of values and streams.
+#pragma once
+
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_Default.h>
+#include <ZEL/ZEL_Float.h>
+#include <ZEL/ZEL_Instance.h>
+#include <ZEL/ZEL_Name.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_Range.h>
+#include <ZEL/ZEL_Template.h>
+#include <ZEL/ZEL_TypeConstants.h>
+
+#include <memory>
+#include <sstream>
+#include <string>
+
+/// A template with its own name, defaults and range, so that tests don't share changed ones.
+struct OwnedTemplate
+{
+    OwnedTemplate(const ZEL_Type &type, int size, const char *token)
+        : entry(type, size, &name, defaults, nullptr, nullptr)
+    {
+        name.setTokenAndLabel(token, token);
+    }
+
+    ZEL_Name name;
+    ZEL_Default defaults[8];
+    ZEL_Range range;
+    ZEL_Template entry;
+};
+
+/// The messages that the thread's error manager holds, "ZEL 2; Common 7", and forgets them.
+inline std::string takeMessages()
+{
+    KIT_ErrorManager &manager = KITgetErrorManager();
+    std::string text;
+    for (std::int64_t i = 0; i < manager.entries(); ++i) {
+        const KIT_ErrorManager::Error &error = manager.getError(i);
+        text += (text.empty() ? "" : "; ") + error.category + " " + std::to_string(error.code);
+    }
+    manager.clearAndDestroyErrors();
+    return text;
+}
+
+/// One parameter "p" in a list with a collection.
+struct OneParm
+{
+    OneParm(const ZEL_Type &type, int size, const char *token = "p")
+        : description(type, size, token)
+    {
+        takeMessages();
+    }
+
+    /// Call after the description is as the test wants it.
+    void build()
+    {
+        templates[0] = description.entry;
+        list.reset(new ZEL_ParmList(templates, &channels, nullptr, nullptr, "", false));
+        parm = list->getParmPtr(0);
+        instance = parm->getInstance();
+    }
+
+    double eval(int index = 0, double time = 0.0) const
+    {
+        double value = -999.0;
+        instance->getValue(list.get(), time, value, index, 1);
+        return value;
+    }
+    void set(double value, int index = 0, double time = 0.0,
+             ZEL_AddKeyType addKey = ZEL_ADDKEY_PENDING)
+    {
+        instance->setValue(time, value, false, index, addKey, ZEL_KEYSET_PREFERENCE);
+    }
+    TRK_Channel *animate(const char *expression, int index = 0)
+    {
+        instance->setExpression(0.0, expression, TRK_LANGUAGE_NATIVE, index, true, false);
+        return instance->getChannel(index);
+    }
+    std::string saved(bool binary = false) const
+    {
+        std::stringstream os;
+        instance->save(os, binary ? 1 : 0, false);
+        return os.str();
+    }
+    bool load(const std::string &data, bool binary = false)
+    {
+        KIT_IStream is(data.data(), data.size(), binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+        return instance->load(is);
+    }
+
+    OwnedTemplate description;
+    ZEL_Template templates[2];
+    TRK_Collection channels;
+    std::unique_ptr<ZEL_ParmList> list;
+    ZEL_Parm *parm = nullptr;
+    ZEL_Instance *instance = nullptr;
+};

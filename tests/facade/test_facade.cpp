@@ -1,0 +1,699 @@
+// What ZEL_Parm decides itself: which changes are refused, what a change tells, how values are
+// copied, and the texts it makes for people and expressions.
+
+#include "FacadeList.h"
+
+#include <EVL/EVL.h>
+#include <KIT/KIT_HelpManager.h>
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_WorkBuffer.h>
+#include <LYR/LYR_Manager.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace
+{
+
+class Facade : public ::testing::Test, public FacadeList
+{
+protected:
+    ~Facade() override
+    {
+        ZEL_Parm::setAlwaysHardenFlag(false);
+        ZEL_Parm::setDestructiveRevertToDefaultFlag(false);
+        ZEL_Parm::setRevertInvisibleToDefaultsFlag(true);
+    }
+
+    bool set(FacadeParm index, int component, double value, bool propagate = true)
+    {
+        return parm(index).setValue(0.0, value, false, component, ZEL_ADDKEY_PENDING, propagate);
+    }
+};
+
+/// Unlike one of the four kinds: a mix of ordinal and float.
+const ZEL_Type theMixedType = ZEL_TYPE_ORDINAL | ZEL_TYPE_FLOAT;
+
+std::string labelForUI(const ZEL_Parm &parm, int index)
+{
+    KIT_String label;
+    parm.getChannelLabelForUI(label, index);
+    return label.toStdString();
+}
+
+std::string reference(const ZEL_Parm &parm, TRK_ExprLanguage language, const char *name)
+{
+    KIT_String text;
+    parm.constructChannelReference(text, language, "../box", name);
+    return text.toStdString();
+}
+
+std::string help(const ZEL_Parm &parm)
+{
+    KIT_WorkBuffer text;
+    parm.getHelpText(text);
+    return text.buffer();
+}
+
+// ---------------------------------------------------------------------- //
+// Setting
+// ---------------------------------------------------------------------- //
+
+TEST_F(Facade, SettingTellsTheChangeOnlyWhenAsked)
+{
+    EXPECT_TRUE(set(PARM_S, 1, 4.5));
+    EXPECT_EQ("0 4.5 0", values(parm(PARM_S)));
+    EXPECT_EQ(".D.", dirty(parm(PARM_S)));
+    EXPECT_EQ("4:1", events.take());
+
+    EXPECT_TRUE(set(PARM_S, 2, 6, false));
+    EXPECT_EQ("0 4.5 6", values(parm(PARM_S)));
+    EXPECT_EQ("", events.take());
+}
+
+TEST_F(Facade, IntegersAndTextsReachTheValue)
+{
+    ZEL_Parm &f = parm(PARM_F);
+    EXPECT_TRUE(f.setValue(0.0, 3, false, 0, ZEL_ADDKEY_PENDING, true));
+    EXPECT_EQ("3", values(f));
+    EXPECT_TRUE(f.setValue(0.0, std::int64_t(4), false, 0, ZEL_ADDKEY_PENDING, true));
+    EXPECT_EQ("4", values(f));
+    EXPECT_TRUE(f.setValue(0.0, "2.5", TRK_MEANING_LITERAL, false, 0, ZEL_ADDKEY_PENDING, true));
+    EXPECT_EQ("2.5", values(f));
+    EXPECT_EQ("4:2 4:2 4:2", events.take());
+
+    std::int64_t whole = 0;
+    int small = 0;
+    KIT_StringHolder text;
+    f.getValue(0.0, whole, 0, BASgetSTID());
+    f.getValue(0.0, small, 0, BASgetSTID());
+    f.getValue(0.0, text, 0, true, BASgetSTID());
+    EXPECT_EQ(2, whole);
+    EXPECT_EQ(2, small);
+    EXPECT_STREQ("2.5", text.c_str());
+}
+
+TEST_F(Facade, LockedComponentsRefuseEverySetter)
+{
+    ZEL_Parm &t = parm(PARM_T);
+    t.setLockedFlag(1, true);
+    EXPECT_EQ("4:0 8:0", events.take());
+
+    EXPECT_FALSE(set(PARM_T, 1, 9));
+    EXPECT_FALSE(t.setValue(0.0, "9", TRK_MEANING_LITERAL, false, 1, ZEL_ADDKEY_PENDING, true));
+    EXPECT_FALSE(t.setExpression(0.0, "9", TRK_LANGUAGE_NATIVE, 1, false, false, true));
+    EXPECT_FALSE(set(PARM_T, -1, 9)) << "a negative index asks for any lock";
+    t.revertToDefault(0.0, 1, true);
+    EXPECT_EQ("1 2 3", values(t));
+    EXPECT_EQ(0, t.getChannelCount());
+    EXPECT_EQ("", events.take());
+    EXPECT_TRUE(set(PARM_T, 0, 9));
+}
+
+TEST_F(Facade, SetValuesLeavesLockedComponentsAndAlwaysTellsTheChange)
+{
+    ZEL_Parm &t = parm(PARM_T);
+    const double wanted[] = {10, 20, 30};
+    EXPECT_TRUE(t.setValues(0.0, wanted, false, ZEL_ADDKEY_PENDING, true));
+    EXPECT_EQ("10 20 30", values(t));
+
+    const std::int64_t whole[] = {7, 8, 9};
+    t.setLockedFlag(1, true);
+    events.take();
+    EXPECT_TRUE(t.setValues(0.0, whole, false, ZEL_ADDKEY_PENDING, true));
+    EXPECT_EQ("7 20 9", values(t));
+    EXPECT_EQ("4:0", events.take());
+
+    t.setLockedFlag(-1, true);
+    events.take();
+    t.clearAllDirtyFlags();
+    EXPECT_FALSE(t.setValues(0.0, wanted, false, ZEL_ADDKEY_PENDING, true));
+    EXPECT_EQ("7 20 9", values(t));
+    EXPECT_EQ("DDD", dirty(t));
+    EXPECT_EQ("4:0", events.take());
+}
+
+TEST_F(Facade, AlwaysHardenMakesKeys)
+{
+    EXPECT_EQ(ZEL_ADDKEY_FORCE, ZEL_Parm::getAddKeyValue(ZEL_ADDKEY_FORCE));
+    ZEL_Parm::setAlwaysHardenFlag(true);
+    EXPECT_EQ(ZEL_ADDKEY_HARDEN, ZEL_Parm::getAddKeyValue(ZEL_ADDKEY_PENDING));
+
+    ZEL_Parm &f = parm(PARM_F);
+    ASSERT_TRUE(f.setExpression(0.0, "1 + 1", TRK_LANGUAGE_NATIVE, 0, false, false, true));
+    EXPECT_EQ("2", values(f));
+    EXPECT_TRUE(f.getHaveCompiledExpressions());
+    EXPECT_TRUE(f.setValue(1.0, 3.0, false, 0, ZEL_ADDKEY_PENDING, true));
+    EXPECT_EQ(ZEL_CHAN_KEY, f.getChanState(1.0, 0));
+
+    ZEL_Parm::setAlwaysHardenFlag(false);
+    EXPECT_TRUE(f.setValue(2.0, 4.0, false, 0, ZEL_ADDKEY_PENDING, true));
+    EXPECT_EQ(ZEL_CHAN_PENDING, f.getChanState(2.0, 0));
+}
+
+// ---------------------------------------------------------------------- //
+// Notification
+// ---------------------------------------------------------------------- //
+
+TEST_F(Facade, AButtonRebuildsItsDependencyInsteadOfGoingDirty)
+{
+    for (FacadeParm index : {PARM_PRESS, PARM_QUIET}) {
+        parm(index).privateValueChanged(-1, true, true);
+        EXPECT_EQ(".", dirty(parm(index)));
+        EXPECT_EQ("rebuildParmDependency " + std::to_string(index), owner.takeCalls());
+
+        EXPECT_TRUE(parm(index).setValue(0.0, 1, false, 0, ZEL_ADDKEY_PENDING, true));
+        EXPECT_EQ("rebuildParmDependency " + std::to_string(index), owner.takeCalls());
+    }
+    EXPECT_EQ("", events.take());
+    set(PARM_F, 0, 1);
+    EXPECT_EQ("", owner.takeCalls());
+}
+
+TEST_F(Facade, OnlyTheWordsBasicToChannelMakeAButton)
+{
+    ZEL_Name name("x");
+    const struct
+    {
+        ZEL_Type type;
+        bool button;
+    } cases[] = {
+        {ZEL_CALLBACK, true},
+        {ZEL_CALLBACK_NOREFRESH, true},
+        {ZEL_CALLBACK | ZEL_TYPE_INVISIBLE | ZEL_TYPE_NOCOOK, true},
+        {ZEL_CALLBACK | ZEL_TYPE_TOGGLE, false},
+        {ZEL_CALLBACK | ZEL_TYPE_NAMEXYZW, false},
+        {ZEL_TYPE_ORDINAL, false},
+        {ZEL_FLT, false},
+    };
+    for (const auto &row : cases) {
+        ZEL_Template description(row.type, 1, &name);
+        std::ostringstream dump;
+        row.type.saveASCII(dump);
+        EXPECT_EQ(row.button, ZEL_Parm(&description, nullptr).isCallbackType()) << dump.str();
+    }
+}
+
+TEST_F(Facade, AnIndirectChangeMarksChannelsAndSendsNoEvent)
+{
+    ZEL_Parm &t = parm(PARM_T);
+    t.addChannel(2);
+    t.clearAllDirtyFlags();
+    t.getChannel(2)->setChanged(false, 0);
+    t.indirectChange(0, true, true);
+    EXPECT_EQ("D..", dirty(t));
+    EXPECT_TRUE(t.getChannel(2)->getChanged()) << "every channel, whatever the index";
+    EXPECT_EQ("", events.take());
+}
+
+TEST_F(Facade, ErrorsOfAMultiCountAreDropped)
+{
+    ZEL_Parm &count = parm(PARM_COUNT);
+    ASSERT_TRUE(count.isMultiParm());
+    ASSERT_TRUE(count.setExpression(0.0, "ch(\"nowhere\") + $T", TRK_LANGUAGE_NATIVE, 0, false,
+                                    false, false));
+    const int thread = BASgetSTID();
+    EVL::theErrNo[thread] = EVL::EVL_OK;
+    KIT_ErrorManager::Scope scope(thread);
+    count.privateValueChanged(0, true, true);
+    EXPECT_EQ(0, scope.getManager().entries());
+    EXPECT_EQ(EVL::EVL_OK, EVL::theErrNo[thread]);
+    EXPECT_EQ("4:6", events.take());
+
+    int value = 0;
+    count.getValue(0.0, value, 0, thread);
+    EXPECT_EQ(1, scope.getManager().entries()) << "a plain read does report";
+    EXPECT_NE(EVL::EVL_OK, EVL::theErrNo[thread]);
+    EVL::theErrNo[thread] = EVL::EVL_OK;
+}
+
+// ---------------------------------------------------------------------- //
+// Masks and flags
+// ---------------------------------------------------------------------- //
+
+TEST_F(Facade, ButtonsTakeNoLocksAndScopes)
+{
+    for (FacadeParm index : {PARM_PRESS, PARM_QUIET}) {
+        const bool select = parm(index).getAutoSelectFlag(0);
+        parm(index).setLockedFlag(0, true);
+        parm(index).setAutoScopedFlag(0, true);
+        parm(index).setAutoSelectFlag(0, !select);
+        EXPECT_FALSE(parm(index).getLockedFlag(0));
+        EXPECT_FALSE(parm(index).getAutoScopedFlag(0));
+        EXPECT_EQ(select, parm(index).getAutoSelectFlag(0));
+    }
+    parm(PARM_T).setAutoScopedFlag(1, true);
+    EXPECT_EQ(2u, parm(PARM_T).getAutoScopedField());
+    EXPECT_EQ("", events.take());
+}
+
+TEST_F(Facade, VisibleAndEnableStatesTellOnlyRealChanges)
+{
+    ZEL_Parm &t = parm(PARM_T);
+    EXPECT_FALSE(t.setVisibleState(true, 0));
+    EXPECT_TRUE(t.setVisibleState(false, 0));
+    EXPECT_FALSE(t.setVisibleState(false, 0));
+    EXPECT_FALSE(t.getVisibleState(0));
+    EXPECT_TRUE(t.getVisibleState(1));
+    EXPECT_EQ("7:0", events.take());
+
+    EXPECT_TRUE(t.setEnableState(0, 1));
+    EXPECT_FALSE(t.setEnableState(0, 1));
+    EXPECT_EQ(0u, t.getEnableState(1));
+    EXPECT_TRUE(t.setEnableState(4, 1)) << "any number but 0 enables";
+    EXPECT_EQ("6:0 6:0", events.take());
+}
+
+TEST_F(Facade, OnlySpareParametersBypass)
+{
+    ZEL_Parm &f = parm(PARM_F);
+    f.setBypassFlag(true);
+    EXPECT_FALSE(f.getBypassFlag());
+    f.setSpareParm(true);
+    f.setBypassFlag(false);
+    EXPECT_EQ("", events.take());
+    f.setBypassFlag(true);
+    EXPECT_TRUE(f.getBypassFlag());
+    EXPECT_EQ("4:2", events.take());
+}
+
+// ---------------------------------------------------------------------- //
+// Defaults
+// ---------------------------------------------------------------------- //
+
+TEST_F(Facade, RevertingKeepsChannelsUnlessDestructive)
+{
+    ZEL_Parm &t = parm(PARM_T);
+    for (int i = 0; i < 3; ++i) {
+        set(PARM_T, i, 50);
+    }
+    t.addChannel(1);
+    EXPECT_FALSE(t.isTrueFactoryDefault());
+    events.take();
+
+    t.revertToDefault(0.0, 1, false);
+    EXPECT_EQ("50 2 50", values(t));
+    EXPECT_NE(nullptr, t.getChannel(1));
+    EXPECT_EQ("", events.take());
+
+    ZEL_Parm::setDestructiveRevertToDefaultFlag(true);
+    t.revertToDefaults(0.0);
+    EXPECT_EQ("1 2 3", values(t));
+    EXPECT_EQ(0, t.getChannelCount());
+    EXPECT_EQ("4:0 4:0 4:0", events.take());
+    EXPECT_TRUE(t.isTrueFactoryDefault());
+}
+
+TEST_F(Facade, InvisibleParametersRevertByTheFlag)
+{
+    EXPECT_TRUE(ZEL_Parm::getRevertInvisibleToDefaultsFlag()) << "on at first";
+    ZEL_Parm &hidden = parm(PARM_HIDDEN);
+    set(PARM_HIDDEN, 0, 1);
+    ZEL_Parm::setRevertInvisibleToDefaultsFlag(false);
+    hidden.revertToDefault(0.0, 0, true);
+    EXPECT_EQ("1", values(hidden));
+    ZEL_Parm::setRevertInvisibleToDefaultsFlag(true);
+    hidden.revertToDefault(0.0, 0, true);
+    EXPECT_EQ("7", values(hidden));
+}
+
+// ---------------------------------------------------------------------- //
+// Copying and comparing
+// ---------------------------------------------------------------------- //
+
+TEST_F(Facade, CopyParmTakesWhatBothHave)
+{
+    parm(PARM_S).copyParm(parm(PARM_T));
+    EXPECT_EQ("1 2 3", values(parm(PARM_S)));
+    parm(PARM_S).copyParm(parm(PARM_F));
+    EXPECT_EQ("5 2 3", values(parm(PARM_S)));
+    EXPECT_EQ("", events.take());
+}
+
+TEST_F(Facade, CopyValueTakesTheChannelOrItsValue)
+{
+    ZEL_Parm &f = parm(PARM_F);
+    ZEL_Parm &s = parm(PARM_S);
+    f.setExpression(0.0, "$T * 10", TRK_LANGUAGE_NATIVE, 0, false, false, false);
+    ASSERT_EQ("20", values(f, 2.0));
+
+    s.copyValue(2.0, 1, f, 0, false, false, false, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+    EXPECT_EQ("0 20 0", values(s, 3.0));
+    EXPECT_EQ(0, s.getChannelCount());
+    EXPECT_EQ("", events.take());
+
+    s.copyValue(2.0, 2, f, 0, false, true, true, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+    EXPECT_EQ("0 20 30", values(s, 3.0));
+    EXPECT_EQ("4:1", events.take());
+    ASSERT_NE(nullptr, s.getChannel(2));
+    EXPECT_STREQ("sz", s.getChannel(2)->getName().c_str());
+}
+
+TEST_F(Facade, CopyValueBringsTheAliasAndRevertsWithoutASource)
+{
+    ZEL_Parm &t = parm(PARM_T);
+    ZEL_Parm &s = parm(PARM_S);
+    ASSERT_TRUE(t.setChannelAlias("width", 0));
+    s.copyValue(0.0, 1, t, 0, false, false, false, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+    EXPECT_EQ("0 1 0", values(s));
+    EXPECT_STREQ("width", s.getChannelAlias(1).c_str());
+    EXPECT_STREQ("sx", s.getChannelAlias(0).c_str());
+
+    set(PARM_T, 2, 40);
+    t.copyValue(0.0, 0, s, 3, false, false, false, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+    EXPECT_EQ("1 2 3", values(t));
+}
+
+TEST_F(Facade, EqualityIsOfValuesCompatibilityOfDescriptions)
+{
+    const int thread = BASgetSTID();
+    ZEL_Parm &t = parm(PARM_T);
+    ZEL_Parm &s = parm(PARM_S);
+    EXPECT_FALSE(t.isParmValueEqual(s, 1, 0.0, thread));
+    s.copyValue(0.0, 2, t, 1, false, false, false, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+    EXPECT_TRUE(t.isParmValueEqual(1, s, 2, 0.0, thread));
+
+    EXPECT_FALSE(t.isCompatible(s)) << "other token";
+    const ZEL_Parm twin(&templates[PARM_T], &list);
+    EXPECT_TRUE(t.isCompatible(twin));
+    ZEL_Template longer(ZEL_XYZ, 4, &nameT);
+    EXPECT_FALSE(t.isCompatible(ZEL_Parm(&longer, &list)));
+    ZEL_Template tagged(ZEL_XYZ | ZEL_TYPE_NOCOOK, 3, &nameT);
+    EXPECT_FALSE(t.isCompatible(ZEL_Parm(&tagged, &list)));
+}
+
+// ---------------------------------------------------------------------- //
+// Channels
+// ---------------------------------------------------------------------- //
+
+TEST_F(Facade, ChannelIndicesOutsideTheVectorAreHarmless)
+{
+    ZEL_Parm &t = parm(PARM_T);
+    for (int index : {-1, 3, 1000}) {
+        t.addChannel(index);
+        EXPECT_EQ(nullptr, t.getChannel(index));
+        EXPECT_FALSE(t.removeChannel(index));
+        t.setChannelReference(0.0, index, ".", "f", true, true);
+    }
+    EXPECT_EQ(0, t.getChannelCount());
+    EXPECT_EQ("", events.take());
+}
+
+TEST_F(Facade, DestroyingChannelsTellsOneChange)
+{
+    ZEL_Parm &t = parm(PARM_T);
+    t.addChannel(0);
+    t.addChannel(2);
+    t.clearAndDestroyChannels(false);
+    EXPECT_EQ("", events.take());
+    EXPECT_EQ(0, collection.entries());
+    t.addChannel(0);
+    t.clearAllDirtyFlags();
+    t.clearAndDestroyChannels(true);
+    EXPECT_EQ("4:0", events.take());
+    EXPECT_EQ("DDD", dirty(t));
+}
+
+TEST_F(Facade, UnreferencedChannelsGoSharedOnesPassOver)
+{
+    ZEL_Parm &t = parm(PARM_T);
+    t.addChannel(0);
+    t.addChannel(1);
+    const ZEL_Parm &s = parm(PARM_S);
+    parm(PARM_S).getInstance()->setChannel(2, t.getChannel(1));
+    t.clearAndDestroyUnrefChannels(s);
+    EXPECT_EQ(0, t.getChannelCount());
+    EXPECT_EQ(nullptr, collection.getChannel("tx"));
+    EXPECT_EQ(collection.getChannel("ty"), s.getChannel(2));
+    EXPECT_NE(nullptr, s.getChannel(2));
+}
+
+TEST_F(Facade, ReferencesOpenByKindAndLanguage)
+{
+    ZEL_Name name("n");
+    const struct
+    {
+        ZEL_Type type;
+        ZEL_TypeExtended extended;
+        TRK_ExprLanguage language;
+        const char *channel;
+        const char *expected;
+    } cases[] = {
+        {ZEL_FLT, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "tx", "ch(\"../box/tx\")"},
+        {ZEL_FLT, ZEL_TYPEX_NONE, TRK_LANGUAGE_PYTHON, "tx", "ch(\"../box/tx\")"},
+        {ZEL_FLT, ZEL_TYPEX_NODE_PATH, TRK_LANGUAGE_NATIVE, "tx", "ch(\"../box/tx\")"},
+        {ZEL_STRING, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "tx", "chs(\"../box/tx\")"},
+        {ZEL_STRING, ZEL_TYPEX_NONE, TRK_LANGUAGE_PYTHON, "tx", "ch(\"../box/tx\")"},
+        {ZEL_STRING, ZEL_TYPEX_NODE_PATH, TRK_LANGUAGE_NATIVE, "tx", "chsop(\"../box/tx\")"},
+        {ZEL_STRING, ZEL_TYPEX_NODE_PATHS, TRK_LANGUAGE_PYTHON, "tx", "chsop(\"../box/tx\")"},
+        {ZEL_STRING | ZEL_TYPE_OP_REF_LIST, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "tx",
+         "chsop(\"../box/tx\")"},
+        {ZEL_STRING, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "", "chs(\"../box\")"},
+        {ZEL_FLT, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, nullptr, "ch(\"../box\")"},
+    };
+    for (const auto &row : cases) {
+        ZEL_Template description(row.type, row.extended, 1, &name);
+        EXPECT_EQ(row.expected,
+                  reference(ZEL_Parm(&description, nullptr), row.language, row.channel));
+    }
+}
+
+TEST_F(Facade, AChannelReferenceReadsTheOtherParameter)
+{
+    ZEL_Parm &f = parm(PARM_F);
+    f.setChannelReference(0.0, 0, ".", "ty", true, false);
+    ASSERT_NE(nullptr, f.getChannel(0));
+    EXPECT_EQ("2", values(f));
+    EXPECT_EQ("4:2", events.take());
+    set(PARM_T, 1, 12);
+    EXPECT_EQ("12", values(f));
+
+    KIT_String text;
+    f.getExpressionOnly(0.0, text, 0, BASgetSTID());
+    EXPECT_STREQ("ch(\"./ty\")", text.c_str());
+    parm(PARM_T).getExpressionOnly(0.0, text, 1, BASgetSTID());
+    EXPECT_STREQ("", text.nonNullStr());
+    parm(PARM_T).getExpressionOrValue(0.0, text, 1, BASgetSTID());
+    EXPECT_STREQ("12", text.nonNullStr());
+
+    f.getChannel(0)->insertKeyFrame(1.0, false);
+    f.setChannelReference(0.0, 0, ".", "tz", false, true);
+    ASSERT_NE(nullptr, f.getChannel(0));
+    EXPECT_FALSE(f.getChannel(0)->isAtKey(1.0)) << "a fresh channel";
+    EXPECT_EQ("3", values(f));
+}
+
+// ---------------------------------------------------------------------- //
+// Texts for people
+// ---------------------------------------------------------------------- //
+
+TEST_F(Facade, LabelsNameTheComponent)
+{
+    ZEL_Name name("v", "Vector");
+    ZEL_Name marked("v", "Size of %s");
+    const struct
+    {
+        ZEL_Type naming;
+        int size;
+        ZEL_Name *name;
+        int index;
+        const char *expected;
+    } cases[] = {
+        {ZEL_TYPE_NAMEXYZW, 1, &name, 0, "Vector"},
+        {ZEL_TYPE_NAMEXYZW, 3, &name, 1, "Vector [Y]"},
+        {ZEL_TYPE_NAMEXYZW, 5, &name, 3, "Vector [W]"},
+        {ZEL_TYPE_NAMEXYZW, 5, &name, 4, "Vector [4]"},
+        {ZEL_TYPE_NAMEXYWH, 4, &name, 2, "Vector [Z]"},
+        {ZEL_TYPE_NAMEXYWH, 4, &name, 3, "Vector [H]"},
+        {ZEL_TYPE_NAMERGB, 4, &name, 3, "Vector [A]"},
+        {ZEL_TYPE_NAMEUVW, 4, &name, 2, "Vector [W]"},
+        {ZEL_TYPE_NAMEUVW, 4, &name, 3, "Vector [3]"},
+        {ZEL_TYPE_NAMEMINMAX, 2, &name, 1, "Vector [1]"},
+        {ZEL_Type(), 2, &name, 0, "Vector [0]"},
+        {ZEL_TYPE_NAMEXYZW, 3, &name, -1, "vx vy vz"},
+        {ZEL_TYPE_NAMEXYZW, 3, &marked, 1, "Size of vy"},
+        {ZEL_TYPE_NAMEXYZW, 3, &marked, -1, "Size of vx vy vz"},
+    };
+    for (const auto &row : cases) {
+        ZEL_Template description(ZEL_TYPE_FLOAT | row.naming, row.size, row.name);
+        EXPECT_EQ(row.expected, labelForUI(ZEL_Parm(&description, nullptr), row.index));
+    }
+    // The two ways to name a width and a height differ on purpose.
+    ZEL_Template box(ZEL_TYPE_FLOAT | ZEL_TYPE_NAMEXYWH, 4, &name);
+    KIT_String channelLabel;
+    ZEL_Parm(&box, nullptr).getChannelLabel(channelLabel, 2);
+    EXPECT_STREQ("W", channelLabel.nonNullStr());
+}
+
+class StaticHelp : public KIT_HelpManager
+{
+public:
+    StaticHelp() { set(this); }
+    ~StaticHelp() override { set(nullptr); }
+    bool getText(const char *path, const char *token, KIT_String &out) override
+    {
+        asked = std::string(path) + " " + token;
+        out = answer;
+        return answer != nullptr;
+    }
+
+    const char *answer = nullptr;
+    std::string asked;
+};
+
+TEST_F(Facade, HelpNamesChannelsAliasesHelpAndTake)
+{
+    ZEL_Name name("v", "Vector");
+    ZEL_Template withHelp(ZEL_FLT, 1, &name, nullptr, nullptr, nullptr, ZEL_Callback(), nullptr, 1,
+                          "What it does.");
+    const ZEL_Parm v(&withHelp, &list);
+    ZEL_Parm &t = parm(PARM_T);
+    EXPECT_EQ("Parameter: f", help(parm(PARM_F)));
+    EXPECT_EQ("Parameters: tx ty tz", help(t));
+    EXPECT_EQ("Parameter: v\nWhat it does.", help(v));
+
+    ASSERT_TRUE(t.setChannelAlias("left", 1));
+    EXPECT_EQ("Parameters: tx ty tz\nAliases:     tx left tz", help(t));
+    ASSERT_TRUE(parm(PARM_F).setChannelAlias("part", 0));
+    EXPECT_EQ("Parameter: f\nAlias:        part", help(parm(PARM_F)));
+
+    StaticHelp manager;
+    EXPECT_EQ("Parameter: v\nWhat it does.", help(v));
+    EXPECT_EQ("/obj/test v", manager.asked);
+    manager.answer = "None";
+    EXPECT_EQ("Parameter: v\nWhat it does.", help(v)) << "None is no answer";
+    manager.answer = "From the manager.";
+    EXPECT_EQ("Parameter: v\nFrom the manager.", help(v));
+
+    KIT_String title("old");
+    EXPECT_FALSE(v.getHelpTitle(title));
+    EXPECT_STREQ("", title.nonNullStr());
+
+    LYR_Manager::getCurrentManager()->addDefinition(&v);
+    EXPECT_EQ("Parameter: v\nFrom the manager.\nTake: Main", help(v));
+    LYR_Manager::getCurrentManager()->removeDefinitions(&v);
+}
+
+// ---------------------------------------------------------------------- //
+// Streams
+// ---------------------------------------------------------------------- //
+
+TEST_F(Facade, LoadingTellsTheChangeInBothForms)
+{
+    for (int binary : {0, 1}) {
+        std::ostringstream saved;
+        ASSERT_TRUE(parm(PARM_T).save(saved, binary, false));
+        const std::string bytes = saved.str();
+        KIT_IStream is(bytes.data(), bytes.size(),
+                       binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+        parm(PARM_S).revertToDefaults(0.0);
+        parm(PARM_S).clearAllDirtyFlags();
+        events.take();
+        EXPECT_TRUE(parm(PARM_S).load(is)) << binary;
+        EXPECT_EQ("1 2 3", values(parm(PARM_S))) << binary;
+        EXPECT_EQ("DDD", dirty(parm(PARM_S))) << binary;
+        EXPECT_EQ("4:1", events.take()) << binary;
+    }
+}
+
+TEST_F(Facade, AFailedLoadTellsTheChangeToo)
+{
+    KIT_ErrorManager::Scope scope(BASgetSTID());
+    const char text[] = "no values here";
+    KIT_IStream is(text, sizeof text - 1, KIT_IStream::TEXT);
+    EXPECT_FALSE(parm(PARM_S).load(is));
+    EXPECT_EQ("4:1", events.take());
+    EXPECT_EQ("DDD", dirty(parm(PARM_S)));
+}
+
+TEST_F(Facade, ALoadedButtonRebuildsItsDependency)
+{
+    std::ostringstream saved;
+    ASSERT_TRUE(parm(PARM_PRESS).save(saved, 0, false));
+    const std::string text = saved.str();
+    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+    EXPECT_TRUE(parm(PARM_PRESS).load(is));
+    EXPECT_EQ("rebuildParmDependency 3", owner.takeCalls());
+    EXPECT_EQ("", events.take());
+}
+
+TEST_F(Facade, UndoDataRestoresAndTells)
+{
+    std::shared_ptr<ZEL_UndoData> data;
+    ASSERT_TRUE(parm(PARM_T).saveUndoData(data));
+    set(PARM_T, 0, 99);
+    events.take();
+    EXPECT_TRUE(parm(PARM_T).loadUndoData(data));
+    EXPECT_EQ("1 2 3", values(parm(PARM_T)));
+    EXPECT_EQ("4:0", events.take());
+}
+
+// ---------------------------------------------------------------------- //
+// Life
+// ---------------------------------------------------------------------- //
+
+TEST_F(Facade, WithoutAnInstanceEverythingIsEmpty)
+{
+    ZEL_Name name("mixed");
+    ZEL_Template mixed(theMixedType, 1, &name);
+    ZEL_Template *const none = nullptr;
+    ZEL_Parm parms[] = {ZEL_Parm(none, &list), ZEL_Parm(&mixed, &list)};
+    for (ZEL_Parm &parm : parms) {
+        ASSERT_EQ(nullptr, parm.getInstance());
+        double value = 9.0;
+        KIT_String text("old");
+        parm.getValue(0.0, value, 0, BASgetSTID());
+        parm.getValue(0.0, text, 0, true, BASgetSTID());
+        EXPECT_EQ(0.0, value);
+        EXPECT_STREQ("", text.nonNullStr());
+        EXPECT_FALSE(parm.setValue(0.0, 1.0, false, 0, ZEL_ADDKEY_PENDING, true));
+        EXPECT_FALSE(parm.setVisibleState(false, 0));
+        EXPECT_FALSE(parm.setEnableState(0, 0));
+        EXPECT_FALSE(parm.setChannelAlias("a", 0));
+        EXPECT_FALSE(parm.canAccess(ZEL_Parm::theWriteMask));
+        EXPECT_EQ(4.0, parm.findNextKey(4.0, 0));
+        EXPECT_EQ(nullptr, parm.getChannel(0));
+        EXPECT_EQ(0, parm.getVectorSize());
+        EXPECT_STREQ("", parm.getToken());
+        EXPECT_EQ("", labelForUI(parm, 0));
+        EXPECT_EQ("", help(parm));
+        EXPECT_FALSE(parm.isCallbackType());
+        parm.setLockedFlag(0, true);
+        parm.privateValueChanged(0, true, true);
+        parm.indirectChange(0, true, true);
+        parm.revertToDefaults(0.0);
+        parm.copyParm(this->parm(PARM_T));
+        parm.clearAndDestroyChannels(true);
+        parm.rebuildParmDependency();
+    }
+    EXPECT_EQ("", events.take());
+    EXPECT_EQ("", owner.takeCalls());
+}
+
+TEST_F(Facade, ACopyHasTheSourcesValues)
+{
+    set(PARM_T, 1, 8);
+    const ZEL_Parm copy(&parm(PARM_T), &list);
+    EXPECT_EQ("1 8 3", values(copy));
+    EXPECT_EQ(&copy, copy.getInstance()->getParm());
+
+    KIT_ErrorManager::Scope scope(BASgetSTID());
+    const ZEL_Parm *none = nullptr;
+    const ZEL_Parm orphan(none, &list);
+    EXPECT_EQ(nullptr, orphan.getInstance());
+    ASSERT_EQ(1, scope.getManager().entries());
+    EXPECT_EQ("ZEL", scope.getManager().getError(0).category);
+    EXPECT_EQ(12, scope.getManager().getError(0).code);
+    EXPECT_EQ(KIT_ERROR_FATAL, scope.getManager().getSeverity());
+}
+
+TEST_F(Facade, FormatPrintsTheToken)
+{
+    char buffer[32];
+    EXPECT_EQ(12u, format(buffer, sizeof buffer, parm(PARM_S)) + 1);
+    EXPECT_STREQ("ZEL_Parm: s", buffer);
+    EXPECT_EQ(11u, format(buffer, 5, parm(PARM_S)));
+    EXPECT_STREQ("ZEL_", buffer);
+}
+
+} // namespace

@@ -1,0 +1,31 @@
+# Runs a program and compares its standard output with a golden file, byte for byte.
+#
+#   cmake -DPROGRAM=... -DARGS="a;b" -DFOLDER=... -DGOLDEN=... [-DUPDATE=ON] -P check_golden.cmake
+#
+# UPDATE rewrites the golden file instead: configure with -DZEL_UPDATE_GOLDEN=ON, run the tests with
+# the label golden, look at the difference, and configure with OFF again. What differs is left beside
+# the program as NAME.actual.
+execute_process(COMMAND "${PROGRAM}" ${ARGS} WORKING_DIRECTORY "${FOLDER}"
+    OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+    message(FATAL_ERROR "${PROGRAM} ended with ${result}:\n${errors}")
+endif()
+
+if(UPDATE)
+    file(WRITE "${GOLDEN}" "${output}")
+    message(STATUS "rewrote ${GOLDEN}")
+    return()
+endif()
+
+if(NOT EXISTS "${GOLDEN}")
+    message(FATAL_ERROR "There is no ${GOLDEN}; see the head of check_golden.cmake")
+endif()
+file(READ "${GOLDEN}" expected)
+if(NOT output STREQUAL expected)
+    cmake_path(GET GOLDEN FILENAME name)
+    cmake_path(GET PROGRAM PARENT_PATH beside)
+    set(actual "${beside}/${name}.actual")
+    file(WRITE "${actual}" "${output}")
+    execute_process(COMMAND diff -u "${GOLDEN}" "${actual}" OUTPUT_VARIABLE difference)
+    message(FATAL_ERROR "The output differs from ${GOLDEN}:\n${difference}")
+endif()

@@ -1,0 +1,390 @@
+// Numbers out of text, thread ids, per-thread records, the byte lock, relaxed words, accounts.
+
+#include <BAS/BAS_Allocate.h>
+#include <BAS/BAS_Memory.h>
+#include <BAS/BAS_Number.h>
+#include <BAS/BAS_PerThread.h>
+#include <BAS/BAS_Relaxed.h>
+#include <BAS/BAS_SpinLock.h>
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_Digits.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <condition_variable>
+#include <cstring>
+#include <limits>
+#include <mutex>
+#include <random>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace
+{
+const double theInf = std::numeric_limits<double>::infinity();
+
+uint64_t bitsOf(double value)
+{
+    uint64_t bits;
+    std::memcpy(&bits, &value, sizeof(bits));
+    return bits;
+}
+
+/// Runs that many threads, holds them all at one place, and hands each its id.
+std::vector<int> idsOfThreads(int count)
+{
+    std::mutex mutex;
+    std::condition_variable all;
+    std::vector<int> ids;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; i++) {
+        threads.emplace_back([&] {
+            const int id = BASgetSTID();
+            std::unique_lock<std::mutex> lock(mutex);
+            ids.push_back(id);
+            all.notify_all();
+            all.wait(lock, [&] { return ids.size() == static_cast<size_t>(count); });
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    return ids;
+}
+} // namespace
+
+TEST(Number, FloatPrefixes)
+{
+    const struct
+    {
+        const char *text;
+        double value;
+        size_t used;
+    } cases[] = {
+        {"", 0, 0},
+        {"abc", 0, 0},
+        {"1", 1, 1},
+        {"  -2.5e2cm", -250, 8},
+        {"\t\n+.5", 0.5, 5},
+        {"1e", 1, 1},
+        {"1e+", 1, 1},
+        {"1.", 1, 2},
+        {".", 0, 0},
+        {"-", 0, 0},
+        {"+-1", 0, 0},
+        {"--1", 0, 0},
+        {"- 1", 0, 0},
+        {"0x10", 0, 1},
+        {"1,5", 1, 1},
+        {"1e400", theInf, 5},
+        {"-1e400", -theInf, 6},
+        {"1e-400", 0, 6},
+        {"0e999999999999999999999", 0, 23},
+        {"1e99999999999999999999", theInf, 22},
+        {"1e-99999999999999999999", 0, 23},
+        {"0.000001e310", 1e304, 12},
+        {"4.9e-324", 5e-324, 8},
+        {"1.7976931348623157e308", 1.7976931348623157e308, 22},
+        {"Inf", theInf, 3},
+        {"-infinity)", -theInf, 9},
+        {"info", 0, 0},
+        {"nano", 0, 0},
+        {"inf_1", 0, 0},
+    };
+    for (const auto &c : cases) {
+        double value = 7;
+        EXPECT_EQ(BASparseFloat(c.text, std::strlen(c.text), value), c.used) << c.text;
+        EXPECT_EQ(value, c.value) << c.text;
+        EXPECT_EQ(BASparseFloat(c.text), c.value) << c.text;
+    }
+    EXPECT_TRUE(std::isnan(BASparseFloat("NaN")));
+    EXPECT_TRUE(std::signbit(BASparseFloat("-0")));
+    EXPECT_TRUE(std::signbit(BASparseFloat("-1e-400")));
+    EXPECT_EQ(BASparseFloat(nullptr), 0.0);
+}
+
+TEST(Number, LongFloatsKeepTheirMagnitude)
+{
+    EXPECT_EQ(BASparseFloat(("1" + std::string(500, '0')).c_str()), theInf);
+    EXPECT_EQ(BASparseFloat(("1" + std::string(500, '0') + "e-500").c_str()), 1.0);
+    EXPECT_EQ(BASparseFloat(("0." + std::string(500, '0') + "1").c_str()), 0.0);
+    EXPECT_EQ(BASparseFloat(("0." + std::string(499, '0') + "1e500").c_str()), 1.0);
+    EXPECT_EQ(BASparseFloat((std::string(100000, '0') + "7").c_str()), 7.0);
+}
+
+TEST(Number, LengthEndsTheFloat)
+{
+    const char digits[] = {'1', '2', '3'}; // no NUL behind
+    double value;
+    EXPECT_EQ(BASparseFloat(digits, 3, value), 3u);
+    EXPECT_EQ(value, 123);
+    EXPECT_EQ(BASparseFloat(digits, 2, value), 2u);
+    EXPECT_EQ(value, 12);
+    EXPECT_EQ(BASparseFloat(digits, 0, value), 0u);
+}
+
+TEST(Number, WholeTexts)
+{
+    const struct
+    {
+        const char *text;
+        bool floatFlag;
+        bool intFlag;
+    } cases[] = {
+        {nullptr, true, false}, {"", false, false},     {" ", false, false},
+        {"1", true, true},      {" 1.5 ", true, false}, {"+7", true, true},
+        {"-0", true, true},     {"1 2", false, false},  {"1x", false, false},
+        {" 1", true, false},    {"-", false, false},    {"inf", true, false},
+        {"info", false, false}, {"1e5", true, false},   {"99999999999999999999", true, true},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(BASisFloat(c.text), c.floatFlag) << (c.text ? c.text : "null");
+        EXPECT_EQ(BASisInt(c.text), c.intFlag) << (c.text ? c.text : "null");
+    }
+}
+
+TEST(Number, Integers)
+{
+    const struct
+    {
+        const char *text;
+        int base;
+        int64_t value;
+        int used; // -1: no integer
+    } cases[] = {
+        {"42abc", 10, 42, 2},
+        {" -7", 10, -7, 3},
+        {"ff", 16, 255, 2},
+        {"0xFf", 16, 255, 4},
+        {"0x", 16, 0, 1},
+        {"0xg", 0, 0, 1},
+        {"0x1f", 0, 31, 4},
+        {"017", 0, 15, 3},
+        {"017", 10, 17, 3},
+        {"zZ", 36, 35 * 36 + 35, 2},
+        {"9223372036854775807", 10, INT64_MAX, 19},
+        {"9223372036854775808", 10, INT64_MAX, 19},
+        {"-9223372036854775808", 10, INT64_MIN, 20},
+        {"-99999999999999999999999", 10, INT64_MIN, 24},
+        {"12", 2, 1, 1},
+        {"x", 10, 0, -1},
+        {"", 10, 0, -1},
+        {"-", 10, 0, -1},
+        {"1", 1, 0, -1},
+        {"1", 37, 0, -1},
+        {"1", -5, 0, -1},
+    };
+    for (const auto &c : cases) {
+        const char *end = nullptr;
+        int64_t value = 99;
+        EXPECT_EQ(BASparseInteger(c.text, &end, value, c.base, 0), c.used >= 0) << c.text;
+        EXPECT_EQ(value, c.value) << c.text;
+        EXPECT_EQ(end - c.text, c.used >= 0 ? c.used : 0) << c.text;
+    }
+    int64_t value;
+    EXPECT_FALSE(BASparseInteger("9223372036854775808", nullptr, value, 10, BAS_PARSE_NO_CLAMP));
+    EXPECT_FALSE(BASparseInteger(" 1", nullptr, value, 10, BAS_PARSE_NO_BLANKS));
+    EXPECT_FALSE(BASparseInteger(nullptr, nullptr, value, 10, 0));
+    EXPECT_EQ(BASparseInteger("12", 8), 10);
+}
+
+TEST(Number, DigitsReadBackToTheSameBits)
+{
+    std::mt19937_64 random(20);
+    for (int i = 0; i < 100000; i++) {
+        const uint64_t bits = i % 3 == 0 ? random() & 0x800fffffffffffffULL : random();
+        double value;
+        std::memcpy(&value, &bits, sizeof(value));
+        const KIT_Digits digits(value);
+        const double again = BASparseFloat(digits.buffer());
+        if (std::isnan(value)) {
+            EXPECT_STREQ(digits.buffer(), "nan");
+            EXPECT_TRUE(std::isnan(again));
+        } else {
+            ASSERT_EQ(bitsOf(again), bits) << digits.buffer();
+        }
+        EXPECT_TRUE(BASisFloat(digits.buffer())) << digits.buffer();
+    }
+}
+
+TEST(Number, DigitsTexts)
+{
+    const struct
+    {
+        double value;
+        int flags;
+        int width;
+        const char *text;
+    } cases[] = {
+        {0.1, 0, -1, "0.1"},
+        {1, 0, -1, "1"},
+        {-0.0, 0, -1, "-0"},
+        {1234567, 0, -1, "1234567"},
+        {1e20, 0, -1, "1e+20"},
+        {5e-324, 0, -1, "5e-324"},
+        {1.7976931348623157e308, 0, -1, "1.7976931348623157e+308"},
+        {theInf, KIT_DIGITS_FORCE_POINT, -1, "inf"},
+        {-theInf, 0, 3, "-inf"},
+        {-std::numeric_limits<double>::quiet_NaN(), 0, -1, "nan"},
+        {1.0 / 3, 0, 4, "0.3333"},
+        {2, 0, 0, "2"},
+        {3, KIT_DIGITS_FORCE_POINT, -1, "3.0"},
+        {3e30, KIT_DIGITS_FORCE_POINT, -1, "3e+30"},
+    };
+    for (const auto &c : cases) {
+        KIT_Digits digits;
+        digits.reset(c.value, c.flags, c.width);
+        EXPECT_STREQ(digits.buffer(), c.text);
+        EXPECT_EQ(static_cast<size_t>(digits.length()), std::strlen(c.text));
+    }
+    // The longest text that a width can ask for stays inside the object.
+    EXPECT_LT(KIT_Digits(-2.2250738585072014e-308, KIT_DIGITS_FORCE_POINT, 1000).length(), 60);
+}
+
+TEST(Thread, IdsAreDistinctDenseAndReused)
+{
+    const int mine = BASgetSTID();
+    EXPECT_EQ(mine, 1);
+    EXPECT_EQ(BASgetSTID(), mine);
+    for (int round = 0; round < 3; round++) {
+        const std::vector<int> ids = idsOfThreads(40);
+        const std::set<int> distinct(ids.begin(), ids.end());
+        EXPECT_EQ(distinct.size(), 40u);
+        EXPECT_EQ(*distinct.begin(), 2);
+        EXPECT_EQ(*distinct.rbegin(), 41);
+    }
+    EXPECT_EQ(idsOfThreads(1), std::vector<int>{2});
+}
+
+TEST(Thread, IdLastsUntilThreadLocalsAreGone)
+{
+    struct Witness
+    {
+        int *seen;
+        ~Witness() { *seen = BASgetSTID(); }
+    };
+    int during = 0;
+    int after = -1;
+    std::thread([&] {
+        during = 0;
+        static thread_local Witness witness{nullptr};
+        witness.seen = &after;
+        during = BASgetSTID();
+    }).join();
+    EXPECT_EQ(after, during);
+    EXPECT_EQ(idsOfThreads(1), std::vector<int>{during});
+}
+
+TEST(PerThread, RecordsArePrivateAndStay)
+{
+    static BAS_PerThread<int> records;
+    std::mutex mutex;
+    std::condition_variable all;
+    std::set<int *> places;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 50; i++) {
+        threads.emplace_back([&] {
+            int &mine = records.local();
+            mine = BASgetSTID();
+            {
+                std::unique_lock<std::mutex> lock(mutex);
+                places.insert(&mine);
+                all.notify_all();
+                all.wait(lock, [&] { return places.size() == 50; });
+            }
+            EXPECT_EQ(records.get(BASgetSTID()), BASgetSTID());
+            EXPECT_EQ(&records.get(0), &mine);
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    // Threads 2 to 51 wrote: the records 33 to 51 were made on the way.
+    int sum = 0;
+    int count = 0;
+    records.forEach([&](int &record) {
+        sum += record;
+        count++;
+    });
+    EXPECT_EQ(count, 51);
+    EXPECT_EQ(sum, 51 * 52 / 2 - 1);
+    EXPECT_EQ(records.get(40), 40);
+    EXPECT_EQ(places.count(&records.get(40)), 1u);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(&records.get(2)) % 64, 0u);
+    EXPECT_EQ(records.get(500), 0);
+}
+
+TEST(ByteLock, KeepsThreadsApart)
+{
+    BAS_ByteLock lock;
+    int64_t counter = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; i++) {
+        threads.emplace_back([&] {
+            for (int step = 0; step < 20000; step++) {
+                const std::lock_guard<BAS_ByteLock> guard(lock);
+                counter++;
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(counter, 80000);
+    lock.lock();
+    EXPECT_FALSE(lock.try_lock());
+    lock.unlock();
+    EXPECT_TRUE(lock.try_lock());
+}
+
+TEST(Relaxed, BitsAndValues)
+{
+    uint32_t bits = 1;
+    BASorBits(bits, 6);
+    EXPECT_EQ(BASload(bits), 7u);
+    BASclearBits(bits, 5);
+    EXPECT_EQ(BASload(bits), 2u);
+    double value = 0.0;
+    BASstoreIfDifferent(value, -0.0);
+    EXPECT_TRUE(std::signbit(BASload(value)));
+}
+
+TEST(Memory, CategoriesAreCounted)
+{
+    BAS_MemoryUser users[] = {BAS_MemoryUser("Scratch"), BAS_MemoryUser("Values")};
+    BAS_MemoryTable table(users, 2);
+
+    void *a = BAS_Memory::Malloc(table, 0, 100);
+    char *b = static_cast<char *>(BAS_Memory::Calloc(table, 1, 10));
+    for (int i = 0; i < 10; i++) {
+        EXPECT_EQ(b[i], 0);
+    }
+    b[9] = 5;
+    b = static_cast<char *>(BAS_Memory::Realloc(table, 1, b, 10, 1000));
+    EXPECT_EQ(b[9], 5);
+    EXPECT_EQ(users[0].getBytes(), 100);
+    EXPECT_EQ(users[1].getBytes(), 1000);
+    EXPECT_EQ(users[1].getBlocks(), 1);
+    EXPECT_EQ(table.getTotalBytes(), 1100);
+
+    BAS_Memory::acquire(table, 1, 24);
+    BAS_Memory::release(table, 1, 24);
+    EXPECT_EQ(users[1].getPeakBytes(), 1024);
+    EXPECT_EQ(BAS_Memory::Realloc(table, 1, b, 1000, 0), nullptr);
+    BAS_Memory::Free(table, 0, a, 100);
+    BAS_Memory::Free(table, 0, nullptr, 100);
+    EXPECT_EQ(table.getTotalBytes(), 0);
+    EXPECT_EQ(users[0].getBlocks() + users[1].getBlocks(), 0);
+
+    void *outside = BAS_Memory::Malloc(table, 7, 16);
+    EXPECT_NE(outside, nullptr);
+    EXPECT_EQ(table.getTotalBytes(), 0);
+    BAS_Memory::Free(table, 7, outside, 16);
+    EXPECT_EQ(table.getUser(-1), nullptr);
+#ifndef BAS_PLAIN_MALLOC // a sanitizer takes a request this large for a fault
+    EXPECT_EQ(BAS_Memory::Malloc(table, 0, SIZE_MAX / 2), nullptr);
+    EXPECT_EQ(table.getTotalBytes(), 0);
+#endif
+}

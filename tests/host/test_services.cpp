@@ -1,0 +1,168 @@
+// The small services: takes, file history, settings, help, memory reports.
+
+#include <BAS/BAS_Memory.h>
+#include <KIT/KIT_EnvControl.h>
+#include <KIT/KIT_HelpManager.h>
+#include <KIT/KIT_Memory.h>
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_WorkBuffer.h>
+#include <LYR/LYR_Manager.h>
+#include <STO/STO_FileHistory.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace
+{
+
+/// The names of a type, most recent first, as "b a ".
+std::string names(const STO_FileHistoryManager &history, STO_FileHistoryType type)
+{
+    std::string text;
+    for (int64_t i = 0; i < history.entries(type); ++i) {
+        text += std::string(history.getFileName(type, i).nonNullStr()) + " ";
+    }
+    return text;
+}
+
+} // namespace
+
+TEST(Services, TakesStartAtTheMasterTake)
+{
+    LYR_Manager manager;
+    EXPECT_STREQ(manager.getMasterTake()->getName().c_str(), "Main");
+    EXPECT_EQ(manager.getCurrentTake(), manager.getMasterTake());
+    EXPECT_FALSE(manager.getOverrideFlag() || manager.getAutoIncludeFlag() ||
+                 manager.getAutoIncludeLockedAssetsFlag());
+
+    LYR_Take *light = manager.getMasterTake()->addChild("light");
+    LYR_Take *night = light->addChild("night");
+    LYR_Take *wide = manager.getMasterTake()->addChild("wide");
+    EXPECT_EQ(manager.getMasterTake()->find("night"), night);
+    EXPECT_EQ(manager.getMasterTake()->find("day"), nullptr);
+
+    const int parm = 0;
+    manager.addDefinition(&parm, night);
+    EXPECT_EQ(manager.findDefinition(&parm), nullptr) << "the current take holds none";
+    EXPECT_TRUE(manager.setCurrentTake(night));
+    EXPECT_EQ(manager.findDefinition(&parm), night);
+    manager.removeDefinitions(&parm);
+    EXPECT_EQ(manager.findDefinition(&parm), nullptr);
+
+    LYR_Take stranger("stranger");
+    EXPECT_FALSE(manager.setCurrentTake(&stranger));
+    EXPECT_FALSE(manager.removeTake(manager.getMasterTake()));
+    EXPECT_FALSE(manager.removeTake(&stranger));
+    EXPECT_TRUE(manager.removeTake(light)); // takes the current take with it
+    EXPECT_EQ(manager.getCurrentTake(), manager.getMasterTake());
+    ASSERT_EQ(manager.getMasterTake()->getChildren().entries(), 1);
+    EXPECT_EQ(manager.getMasterTake()->getChildren()[0], wide);
+}
+
+TEST(Services, FileHistoryPutsTheMostRecentFirst)
+{
+    STO_FileHistoryManager history;
+    for (const char *name : {"a", "b", "c", "a", "b"}) {
+        EXPECT_TRUE(history.addFile(STO_HISTORY_PICTURE, name));
+    }
+    EXPECT_EQ(names(history, STO_HISTORY_PICTURE), "b a c ");
+    EXPECT_EQ(history.entries(STO_HISTORY_RAMP), 0);
+    EXPECT_FALSE(history.addFile(STO_HISTORY_PICTURE, ""));
+    EXPECT_FALSE(history.addFile(STO_HISTORY_PICTURE, nullptr));
+    for (const int type : {0, 13, 14, 18, 28, 30, -1}) {
+        EXPECT_FALSE(history.addFile(static_cast<STO_FileHistoryType>(type), "a")) << type;
+    }
+    EXPECT_TRUE(history.getFileName(STO_HISTORY_PICTURE, 3).isEmpty());
+
+    for (int i = 0; i < 200; ++i) {
+        history.addFile(STO_HISTORY_PICTURE, std::to_string(i).c_str());
+    }
+    EXPECT_EQ(history.entries(STO_HISTORY_PICTURE), STO_FileHistoryManager::theMaxEntries);
+    EXPECT_STREQ(history.getFileName(STO_HISTORY_PICTURE, 0).c_str(), "199");
+}
+
+TEST(Services, FileHistoryShortensTheHomeFolder)
+{
+    const char *old = std::getenv("HOME");
+    const std::string saved = old ? old : "";
+    STO_FileHistoryManager history;
+    const struct
+    {
+        const char *home, *name, *formatted;
+    } cases[] = {
+        {"/home/ann", "/home/ann/a.pic", "~/a.pic"},
+        {"/home/ann/", "/home/ann/a.pic", "~/a.pic"},
+        {"/home/ann", "/home/ann", "~"},
+        {"/home/ann", "/home/anna/a.pic", "/home/anna/a.pic"},
+        {"/home/ann", "x/home/ann/a.pic", "x/home/ann/a.pic"},
+        {"", "/a.pic", "/a.pic"},
+        {"/", "/a.pic", "/a.pic"},
+    };
+    for (const auto &c : cases) {
+        setenv("HOME", c.home, 1);
+        history.addFile(STO_HISTORY_ANY, c.name);
+        EXPECT_STREQ(history.getFormattedName(STO_HISTORY_ANY, 0).c_str(), c.formatted);
+    }
+    old ? setenv("HOME", saved.c_str(), 1) : unsetenv("HOME");
+}
+
+TEST(Services, SettingsAreKeptByNumber)
+{
+    const int old = KIT_EnvControl::getInt(KIT_ENV_SORTED_SAVE);
+    EXPECT_TRUE(KIT_EnvControl::setInt(KIT_ENV_SORTED_SAVE, 5));
+    EXPECT_EQ(KIT_EnvControl::getInt(307), 5);
+    EXPECT_TRUE(KIT_EnvControl::setInt(KIT_ENV_SORTED_SAVE, old));
+    EXPECT_FALSE(KIT_EnvControl::setInt(-1, 5));
+    EXPECT_FALSE(KIT_EnvControl::setInt(512, 5));
+    EXPECT_EQ(KIT_EnvControl::getInt(-1), 0);
+    EXPECT_EQ(KIT_EnvControl::getInt(512), 0);
+    EXPECT_STREQ(KIT_EnvControl::getVariable(307), "VELMORA_SORTED_SAVE");
+    EXPECT_EQ(KIT_EnvControl::getVariable(1), nullptr);
+}
+
+TEST(Services, AHelpManagerThatGoesIsForgotten)
+{
+    class Help : public KIT_HelpManager
+    {
+    public:
+        bool getText(const char *path, const char *token, KIT_String &out) override
+        {
+            out = (std::string(path) + ":" + token).c_str();
+            return true;
+        }
+    };
+    ASSERT_EQ(KIT_HelpManager::get(), nullptr);
+    {
+        Help help;
+        KIT_HelpManager::set(&help);
+        KIT_String text;
+        EXPECT_TRUE(KIT_HelpManager::get()->getText("/obj/a", "tx", text));
+        EXPECT_STREQ(text.nonNullStr(), "/obj/a:tx");
+        EXPECT_FALSE(KIT_HelpManager::get()->getTitle("/obj/a", "tx", text));
+    }
+    EXPECT_EQ(KIT_HelpManager::get(), nullptr);
+}
+
+TEST(Services, MemoryReportsListTheCategories)
+{
+    BAS_MemoryUser users[] = {BAS_MemoryUser("Names"), BAS_MemoryUser("Values")};
+    BAS_MemoryTable table(users, 2);
+    void *block = BAS_Memory::Malloc(table, 1, 100);
+    BAS_Memory::acquire(table, 1, 20);
+    BAS_Memory::release(table, 1, 20);
+
+    KIT_WorkBuffer text;
+    KIT_Memory::printMemory(table, text, 3, false);
+    EXPECT_STREQ(text.buffer(), "Names: 0 bytes, 0 at most, 0 blocks\n"
+                                "Values: 100 bytes, 120 at most, 1 blocks\n"
+                                "Total: 100 bytes, 120 at most, 1 blocks\n");
+    text.clear();
+    KIT_Memory::printMemory(table, text, 1, true);
+    EXPECT_STREQ(text.buffer(), "Values: 100 bytes\nTotal: 100 bytes\n");
+    text.clear();
+    KIT_Memory::printMemory(table, text, 0, false);
+    EXPECT_STREQ(text.buffer(), "Total: 100 bytes\n");
+    BAS_Memory::Free(table, 1, block, 100);
+}

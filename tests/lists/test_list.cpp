@@ -1,0 +1,247 @@
+#include <common/ListFixture.h>
+
+#include <BAS/BAS_Thread.h>
+#include <EVL/EVL.h>
+#include <ZEL/ZEL_NameTable.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+
+namespace
+{
+
+ZEL_Name theTranslate("t", "Translate");
+ZEL_Name theScale("scale", "Scale");
+ZEL_Name theCopies("copies", "Copies");
+ZEL_Name theExtra("extra", "Extra");
+
+ZEL_Template theTemplates[] = {ZEL_Template(ZEL_XYZ, 3, &theTranslate),
+                               ZEL_Template(ZEL_FLT, 1, &theScale),
+                               ZEL_Template(ZEL_INT, 1, &theCopies), ZEL_Template()};
+ZEL_Template theOthers[] = {
+    ZEL_Template(ZEL_INT, 1, &theCopies), ZEL_Template(ZEL_FLT, 1, &theScale),
+    ZEL_Template(ZEL_XYZ, 3, &theTranslate), ZEL_Template(ZEL_FLT, 1, &theExtra), ZEL_Template()};
+ZEL_Template theTerminator[] = {ZEL_Template()};
+
+} // namespace
+
+TEST(NameTable, AgreesWithAnOrderedMapThroughAnyHistory)
+{
+    std::mt19937 random(7);
+    for (int keys : {1, 2, 3, 5, 40, 700}) {
+        ZEL_NameTable table;
+        std::map<std::string, int> model;
+        for (int step = 0; step < 4000; ++step) {
+            const std::string key = "name" + std::to_string(random() % unsigned(keys));
+            const KIT_StringHolder holder(key.c_str());
+            const int value = int(random() % 50);
+            switch (random() % 5) {
+            case 0:
+            case 1:
+                table.insert(holder, value);
+                model[key] = value;
+                break;
+            case 2: {
+                const auto found = model.find(key);
+                const int expected = found == model.end() ? value : found->second;
+                EXPECT_EQ(table.removeIfValue(holder, expected), found != model.end());
+                if (found != model.end()) {
+                    EXPECT_FALSE(table.removeIfValue(holder, expected));
+                    model.erase(found);
+                }
+                break;
+            }
+            case 3: EXPECT_FALSE(table.removeIfValue(holder, -7)); break;
+            default:
+                if (step % 50 == 0) {
+                    table.closeGap(value);
+                    for (auto &entry : model) {
+                        entry.second -= entry.second > value;
+                    }
+                }
+            }
+            ASSERT_EQ(table.entries(), model.size());
+        }
+        for (int i = 0; i < keys; ++i) {
+            const std::string key = "name" + std::to_string(i);
+            const auto found = model.find(key);
+            EXPECT_EQ(table.find(KIT_StringRef(key.c_str())),
+                      found == model.end() ? -1 : found->second);
+        }
+    }
+    ZEL_NameTable empty;
+    EXPECT_EQ(empty.find(KIT_StringRef("x")), -1);
+    EXPECT_EQ(empty.find(KIT_StringRef()), -1);
+}
+
+TEST(Lists, FindByEveryName)
+{
+    TRK_Collection channels;
+    ZEL_ParmList list(theTemplates, &channels, nullptr, nullptr, "", false);
+    EXPECT_EQ(list.getEntries(), 3);
+    EXPECT_EQ(list.getParmIndex("scale"), 1);
+    EXPECT_EQ(list.getParmIndex("tx"), -1) << "a channel token is no token";
+    EXPECT_EQ(list.getParmIndex(KIT_StringRef()), -1);
+    EXPECT_EQ(list.getParmIndex(theCopies), 2);
+    EXPECT_EQ(list.getParmIndex(list.getParmPtr(2)), 2);
+    EXPECT_EQ(list.getParmPtr(3), nullptr);
+    EXPECT_EQ(list.getParmPtr(-1), nullptr);
+    int sub = -5;
+    EXPECT_EQ(list.getParmIndexFromChannel("tz", &sub), 0);
+    EXPECT_EQ(sub, 2);
+    EXPECT_EQ(list.getParmIndexFromChannel("tw", &sub), -1);
+    EXPECT_EQ(sub, 2) << "left as it was";
+    EXPECT_EQ(list.getParmIndexFromChannel("scale", nullptr), 1);
+    EXPECT_EQ(list.getParmPtrFromChannel("ty", &sub), list.getParmPtr(0));
+
+    ZEL_ParmList empty(theTerminator, nullptr, nullptr, nullptr, "void", false);
+    EXPECT_EQ(empty.getEntries(), 0);
+    EXPECT_EQ(empty.evalFloat("t", 0, 0.0), 0.0);
+}
+
+TEST(Lists, TheFirstListOfANameDecides)
+{
+    ZEL_ParmList first(theTemplates, nullptr, nullptr, nullptr, "shared", false);
+    ZEL_ParmList second(theOthers, nullptr, nullptr, nullptr, "shared", false);
+    EXPECT_EQ(second.getEntries(), 4);
+    EXPECT_EQ(second.getParmIndex("t"), 0) << "the tables are the first list's";
+    EXPECT_EQ(second.getParmIndex("extra"), -1);
+    int sub = 9;
+    EXPECT_EQ(second.getParmIndexFromChannel("ty", &sub), -1)
+        << "the parameter there doesn't have that component";
+
+    ZEL_ParmList::renameOpSharedInfo("shared", "renamed");
+    ZEL_ParmList third(theOthers, nullptr, nullptr, nullptr, "renamed", false);
+    EXPECT_EQ(third.getParmIndex("t"), 0);
+    ZEL_ParmList fourth(theOthers, nullptr, nullptr, nullptr, "shared", false);
+    EXPECT_EQ(fourth.getParmIndex("t"), 2) << "the old name is free";
+    ZEL_ParmList::removeOpSharedInfo("renamed");
+    ZEL_ParmList::removeOpSharedInfo("shared");
+    EXPECT_EQ(first.getParmIndex("t"), 0) << "lists keep their tables";
+    ZEL_ParmList::renameOpSharedInfo("unknown", "x");
+    ZEL_ParmList::renameOpSharedInfo("", "x");
+}
+
+TEST(Lists, AppendedParametersStandInTheInstanceTables)
+{
+    TRK_Collection channels;
+    ZEL_ParmList list(theTemplates, &channels, nullptr, nullptr, "", false);
+    OwnedTemplate extra(ZEL_XYZ, 2, "more");
+    OwnedTemplate twin(ZEL_FLT, 1, "scale");
+    const std::uint32_t count = list.getAddRemoveCount();
+    EXPECT_EQ(list.appendParm(new ZEL_Parm(&extra.entry, &list)), 3);
+    EXPECT_EQ(list.appendParm(new ZEL_Parm(&twin.entry, &list)), 4);
+    EXPECT_EQ(list.getAddRemoveCount(), count + 2);
+    EXPECT_EQ(list.getParmIndex("more"), 3);
+    EXPECT_EQ(list.getParmIndex("scale"), 1) << "a template's token can't be hidden";
+    int sub = -1;
+    EXPECT_EQ(list.getParmIndexFromChannel("morey", &sub), 3);
+    EXPECT_EQ(sub, 1);
+
+    OwnedTemplate instance(ZEL_FLT, 1, "pt2");
+    list.appendParm(new ZEL_Parm(&instance.entry, &list));
+    const int number = 2;
+    int index = 0;
+    EXPECT_EQ(list.getParmPtrInst("pt#", &number, 1, index), list.getParmPtr(5));
+    EXPECT_EQ(index, 5);
+    EXPECT_EQ(list.getParmPtrInst("qt#", &number, 1, index), nullptr);
+    EXPECT_EQ(index, -1);
+    EXPECT_EQ(list.getParmPtrInst(KIT_StringRef(), &number, 1, index), nullptr);
+}
+
+TEST(Lists, EvaluationAndChangeByName)
+{
+    TRK_Collection channels;
+    ZEL_ParmList list(theTemplates, &channels, nullptr, nullptr, "", false);
+    list.setFloat(2.6, "copies", 0, 0.0, false);
+    EXPECT_EQ(list.evalFloat("copies", 0, 0.0), 3.0);
+    EXPECT_EQ(list.evalInt("copies", 0, 0.0), 3);
+    list.setInt(4, "t", 1, 0.0, true);
+    KIT_String text;
+    list.evalString(text, "t", 1, 0.0);
+    EXPECT_STREQ(text.c_str(), "4");
+    KIT_StringHolder holder;
+    list.evalStringRaw(holder, "t", 1, 0.0);
+    EXPECT_STREQ(holder.c_str(), "4");
+    list.setString(KIT_String("1.5"), TRK_MEANING_LITERAL, "scale", 0, 0.0, true);
+    EXPECT_EQ(list.evalFloat("scale", 0, 0.0), 1.5);
+
+    list.getParmPtr("scale")->getInstance()->setLockedFlag(0, true);
+    list.setFloat(9.0, "scale", 0, 0.0, true);
+    EXPECT_EQ(list.evalFloat("scale", 0, 0.0), 1.5);
+    list.setFloat(9.0, "unknown", 0, 0.0, true);
+    EXPECT_EQ(list.evalFloat("unknown", 0, 0.0), 0.0);
+    EXPECT_EQ(list.evalFloat(KIT_StringRef(), 0, 0.0), 0.0);
+}
+
+TEST(Lists, ExpressionsReachParametersWithAndWithoutChannels)
+{
+    TRK_Collection channels;
+    ZEL_ParmList list(theTemplates, &channels, nullptr, nullptr, "", false);
+    list.setFloat(3.0, "t", 1, 0.0, false);
+    ZEL_Instance *scale = list.getParmPtr("scale")->getInstance();
+    scale->setExpression(0.0, "ch(\"ty\") * 2", TRK_LANGUAGE_NATIVE, 0, true, false);
+    EXPECT_EQ(list.evalFloat("scale", 0, 0.0), 6.0);
+    EXPECT_FALSE(scale->isTimeDependent(0));
+
+    list.getParmPtr("t")->getInstance()->setExpression(0.0, "$F", TRK_LANGUAGE_NATIVE, 1, true,
+                                                       false);
+    EXPECT_EQ(list.evalFloat("scale", 0, 1.0), 50.0);
+    EXPECT_TRUE(scale->isTimeDependent(0)) << "what it reads depends on time";
+
+    // A cycle ends with an error instead of recursion.
+    list.getParmPtr("t")->getInstance()->setExpression(0.0, "ch(\"scale\")", TRK_LANGUAGE_NATIVE, 1,
+                                                       true, false);
+    list.evalFloat("scale", 0, 0.0);
+    const int thread = BASgetSTID();
+    EXPECT_EQ(EVL::theErrNo[thread], int(EVL::EVL_CYCLE));
+    EVL::theErrNo[thread] = 0;
+
+    // A second list on the collection doesn't take over, and the first gives way when it dies.
+    ZEL_ParmList copy(theOthers, &channels, nullptr, nullptr, "", false);
+    EXPECT_NE(channels.getValueSource(), nullptr);
+    list.setChannelGroupPtr(nullptr);
+    EXPECT_EQ(channels.getValueSource(), nullptr);
+}
+
+TEST(Lists, UnknownKindsHaveNoInstance)
+{
+    OwnedTemplate base(ZEL_TYPE_BASEPARM, 1, "base");
+    ZEL_Template templates[] = {base.entry, theTemplates[1], ZEL_Template()};
+    ZEL_ParmList list(templates, nullptr, nullptr, nullptr, "", false);
+    ASSERT_EQ(list.getEntries(), 2);
+    EXPECT_EQ(list.getParmPtr(0)->getInstance(), nullptr);
+    EXPECT_EQ(list.evalFloat("base", 0, 0.0), 0.0);
+    list.setFloat(1.0, "base", 0, 0.0, true);
+    EXPECT_TRUE(list.allDefaults());
+    list.clearAllDirtyFlags();
+    EXPECT_TRUE(list.areAllFlagsClean());
+}
+
+TEST(Lists, EveryKindOfTemplateMakesItsInstance)
+{
+    OwnedTemplate ordinal(ZEL_TOGGLE, 1, "o"), text(ZEL_STRING, 1, "s"), data(ZEL_DATA, 1, "d");
+    ZEL_Name multiName("m", "Multi");
+    ZEL_Template multi(ZEL_MULTITYPE_LIST, theTerminator, 1.0, &multiName);
+    ZEL_Template templates[] = {ordinal.entry, text.entry, data.entry, multi, ZEL_Template()};
+    TRK_Collection channels;
+    ZEL_ParmList list(templates, &channels, nullptr, nullptr, "", false);
+    ASSERT_EQ(list.getEntries(), 4);
+    for (int i = 0; i < 4; ++i) {
+        ZEL_Instance *instance = list.getParmPtr(i)->getInstance();
+        ASSERT_NE(instance, nullptr) << i;
+        EXPECT_EQ(instance->isMultiParm(), i == 3);
+        for (bool binary : {false, true}) {
+            std::stringstream os;
+            EXPECT_TRUE(instance->save(os, binary, false));
+            const std::string data1 = os.str();
+            KIT_IStream is(data1.data(), data1.size(),
+                           binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+            EXPECT_TRUE(instance->load(is)) << i << binary;
+        }
+    }
+    list.setInt(4, "m", 0, 0.0, true);
+    EXPECT_EQ(list.evalInt("m", 0, 0.0), 4);
+}

@@ -1,0 +1,459 @@
+#include <common/EventLog.h>
+#include <common/ListFixture.h>
+#include <common/TestOwner.h>
+
+#include <ZEL/ZEL_AutoDisableOverride.h>
+#include <ZEL/ZEL_ORCallback.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace
+{
+/// A party that answers what a test tells it to, and notes what it is told.
+class Party : public ZEL_ORCallback
+{
+public:
+    Party() { ZEL_ParmList::setORCallback(this); }
+    ~Party() override { ZEL_ParmList::setORCallback(nullptr); }
+
+    double value = 5.0;
+    int timeDepAnswer = 0; // -1: leaves what it finds
+    int activeAnswer = 1;
+    bool takes = true;
+    std::atomic<int> evals{0};
+    std::atomic<int> timeDepAsked{0};
+    std::string sets; // "FLOAT 3 12 @1", joined by "; "
+
+    double evalFloat(int dataIndex, double time, int *timeDep, int *active) override
+    {
+        answer(timeDep, active);
+        return value + dataIndex * 100 + time;
+    }
+    std::int64_t evalInt(int dataIndex, double, int *timeDep, int *active) override
+    {
+        answer(timeDep, active);
+        return std::int64_t(value) + dataIndex * 100;
+    }
+    KIT_StringHolder evalString(int, double, int *timeDep, int *active) override
+    {
+        answer(timeDep, active);
+        return KIT_StringHolder("from outside");
+    }
+    bool setFloat(int dataIndex, double time, int first, int second, double given) override
+    {
+        std::ostringstream os;
+        os << "float " << dataIndex << " " << given << " @" << time << (first || second ? "?" : "");
+        return note(os.str());
+    }
+    bool setInt(int dataIndex, double time, int first, int second, std::int64_t given) override
+    {
+        std::ostringstream os;
+        os << "int " << dataIndex << " " << given << " @" << time << (first || second ? "?" : "");
+        return note(os.str());
+    }
+    bool setString(int, double, int, int, const KIT_StringHolder &) override
+    {
+        return note("string");
+    }
+
+private:
+    void answer(int *timeDep, int *active)
+    {
+        ++evals;
+        timeDepAsked += timeDep ? 1 : 0;
+        if (timeDep && timeDepAnswer >= 0) {
+            *timeDep = timeDepAnswer;
+        }
+        *active = activeAnswer;
+    }
+    bool note(const std::string &text)
+    {
+        sets += (sets.empty() ? "" : "; ") + text;
+        return takes;
+    }
+};
+
+/// A value class reduced to what it does first on each set and each saved command.
+class Probe : public ZEL_Float
+{
+public:
+    Probe(ZEL_Template *templatePtr, ZEL_Parm *parm) : ZEL_Float(templatePtr, parm) {}
+    using ZEL_Overridable::evalOverrideValue;
+    using ZEL_Overridable::getExpressionOverride;
+    using ZEL_Overridable::saveCommandOverride;
+    using ZEL_Overridable::setOverrideFloat;
+    using ZEL_Overridable::setOverrideInt;
+    using ZEL_Overridable::setOverrideString;
+};
+
+struct OverriddenParm : OneParm
+{
+    explicit OverriddenParm(int size, ZEL_ParmOwner *owner = nullptr) : OneParm(ZEL_FLT, size)
+    {
+        templates[0] = description.entry;
+        list.reset(new ZEL_ParmList(templates, &channels, owner, nullptr, "", false));
+        parm = list->getParmPtr(0);
+        instance = parm->getInstance();
+        probe.reset(new Probe(&templates[0], parm));
+    }
+    ~OverriddenParm() { probe.reset(); }
+
+    int override(int index, int dataIndex, const char *name = "layer")
+    {
+        return instance->setOverride(index, dataIndex, name, ZEL_OVERRIDE_OVERRIDDEN);
+    }
+
+    std::unique_ptr<Probe> probe;
+};
+
+std::string describe(const ZEL_Instance &instance, int index)
+{
+    ZEL_OverrideType type = ZEL_OVERRIDE_OVERRIDDEN;
+    const bool known = instance.getOverrideType(index, type);
+    const char *name = instance.getOverride(index);
+    return std::to_string(instance.getOverrideDataIndex(index)) + " " + (name ? name : "null") +
+           (known ? type == ZEL_OVERRIDE_LAYERED ? " layered" : " overridden" : " none");
+}
+} // namespace
+
+TEST(Overrides, AreSetOncePerChange)
+{
+    OverriddenParm p(5);
+    EXPECT_EQ(describe(*p.instance, 1), "-1 null none");
+    p.instance->clearAllDirtyFlags();
+    EXPECT_EQ(p.override(1, 3), 1);
+    EXPECT_TRUE(p.instance->isDirty(1));
+    EXPECT_FALSE(p.instance->isDirty(0));
+    p.instance->clearAllDirtyFlags();
+    EXPECT_EQ(p.override(1, 3), 0);
+    EXPECT_EQ(p.instance->setOverride(1, 3, "layer", ZEL_OVERRIDE_LAYERED), 0);
+    EXPECT_TRUE(p.instance->areAllFlagsClean());
+    EXPECT_EQ(describe(*p.instance, 1), "3 layer layered");
+    EXPECT_EQ(describe(*p.instance, 4), "-1 null overridden");
+
+    // A name out of the record itself, then none.
+    EXPECT_EQ(p.override(1, 3, p.instance->getOverride(1) + 2), 1);
+    EXPECT_EQ(describe(*p.instance, 1), "3 yer overridden");
+    EXPECT_EQ(p.override(1, 3, nullptr), 1);
+    EXPECT_EQ(describe(*p.instance, 1), "3 null overridden");
+    EXPECT_EQ(p.override(5, 3), 0);
+    EXPECT_EQ(p.override(-1, 3), 0);
+    EXPECT_EQ(describe(*p.instance, 5), "-1 null none");
+}
+
+TEST(Overrides, ReplaceTheValueWhileTheyCount)
+{
+    OverriddenParm p(2);
+    p.set(1.0, 0);
+    p.override(0, 2);
+    EXPECT_EQ(p.eval(0), 1.0); // no callback installed
+    EXPECT_EQ(p.instance->isDataDependent(0.0, -1), false);
+    {
+        Party party;
+        EXPECT_EQ(p.eval(0, 3.0), 208.0);
+        EXPECT_EQ(p.eval(1), 0.0);
+        EXPECT_TRUE(p.instance->isDataDependent(0.0, 0));
+        EXPECT_FALSE(p.instance->isDataDependent(0.0, 1));
+        EXPECT_TRUE(p.instance->isDataDependent(0.0, -1));
+
+        // Inactive: its own value, and the interface is told so.
+        party.activeAnswer = 0;
+        EXPECT_EQ(p.eval(0), 1.0);
+        EXPECT_EQ(p.instance->getIsOverrideActive(0), 0);
+        party.activeAnswer = -1;
+        EXPECT_EQ(p.eval(0), 205.0);
+        EXPECT_EQ(p.instance->getIsOverrideActive(0), -1);
+        party.activeAnswer = 7;
+        EXPECT_EQ(p.eval(0), 205.0);
+        EXPECT_EQ(p.instance->getIsOverrideActive(0), 1);
+
+        p.override(0, -1);
+        const int before = party.evals;
+        EXPECT_EQ(p.eval(0), 1.0);
+        EXPECT_EQ(party.evals, before);
+    }
+}
+
+TEST(Overrides, AskForTimeDependenceUntilItIsKnown)
+{
+    struct Case
+    {
+        int answer;
+        int asked; // in two evaluations
+        bool before, after;
+    };
+    const Case cases[] = {{0, 1, true, false}, {1, 1, true, true}, {-1, 2, true, true}};
+    for (const Case &c : cases) {
+        Party party;
+        party.timeDepAnswer = c.answer;
+        OverriddenParm p(1);
+        p.override(0, 0);
+        EXPECT_EQ(p.instance->isTimeDependent(0), c.before) << c.answer;
+        p.eval();
+        p.eval();
+        EXPECT_EQ(party.timeDepAsked, c.asked) << c.answer;
+        EXPECT_EQ(p.instance->isTimeDependent(-1), c.after) << c.answer;
+        EXPECT_EQ(p.list->isTimeDependent(), c.after) << c.answer;
+        // Any new override asks again.
+        p.override(0, 0);
+        p.eval();
+        EXPECT_EQ(party.timeDepAsked, c.asked + 1) << c.answer;
+    }
+}
+
+TEST(Overrides, TakeWritesAsNumbers)
+{
+    Party party;
+    OverriddenParm p(2);
+    Probe &probe = *p.probe;
+    const ZEL_AddKeyType key = ZEL_ADDKEY_PENDING;
+    const ZEL_KeySetType set = ZEL_KEYSET_PREFERENCE;
+    EXPECT_TRUE(probe.setOverrideFloat(0.0, 1.5, false, 0, key, set)); // none there
+    probe.setOverride(0, 3, "layer", ZEL_OVERRIDE_OVERRIDDEN);
+    EXPECT_FALSE(probe.setOverrideFloat(1.0, 1.5, false, 0, key, set));
+    EXPECT_FALSE(probe.setOverrideInt(1.0, std::int64_t(7), false, 0, key, set));
+    EXPECT_FALSE(probe.setOverrideFloat(1.0, "2.5mm", false, 0, key, set));
+    EXPECT_FALSE(
+        probe.setOverrideFloat(1.0, static_cast<const char *>(nullptr), false, 0, key, set));
+    EXPECT_FALSE(probe.setOverrideInt(1.0, "12abc", false, 0, key, set));
+    EXPECT_FALSE(probe.setOverrideString(1.0, "12.9abc", false, 0, key, set));
+    EXPECT_FALSE(probe.setOverrideString(1.0, "99999999999", false, 0, key, set));
+    EXPECT_EQ(party.sets, "float 3 1.5 @1; int 3 7 @1; float 3 2.5 @1; float 3 0 @1; int 3 12 @1; "
+                          "float 3 12 @1; float 3 2.14748e+09 @1");
+
+    party.takes = false;
+    probe.clearAllDirtyFlags();
+    EXPECT_TRUE(probe.setOverrideFloat(1.0, 1.5, false, 0, key, set));
+    EXPECT_TRUE(probe.isDirty(0));
+
+    takeMessages();
+    party.sets.clear();
+    EXPECT_FALSE(probe.setOverrideFloat(1.0, 1.5, false, 2, key, set));
+    EXPECT_FALSE(probe.setOverrideInt(1.0, std::int64_t(1), false, -1, key, set));
+    EXPECT_EQ(takeMessages(), "ZEL 21; ZEL 21");
+    EXPECT_TRUE(probe.setOverrideString(1.0, "1", false, 2, key, set));
+    EXPECT_EQ(takeMessages(), "");
+    EXPECT_EQ(party.sets, "");
+}
+
+TEST(Overrides, SavedCommandsHoldTheOutsideValue)
+{
+    Party party;
+    OverriddenParm p(1);
+    double number = -1.0;
+    std::int64_t integer = -1;
+    KIT_StringHolder text("kept");
+    int flag = 0;
+    p.probe->saveCommandOverride(0, 0.0, number, flag);
+    EXPECT_EQ(number, -1.0);
+    EXPECT_EQ(flag, 0);
+    p.probe->setOverride(0, 1, "layer", ZEL_OVERRIDE_OVERRIDDEN);
+    p.probe->saveCommandOverride(0, 2.0, number, flag);
+    EXPECT_EQ(number, 107.0);
+    EXPECT_EQ(flag, 1);
+    p.probe->saveCommandOverride(0, 2.0, integer, flag);
+    EXPECT_EQ(integer, 105);
+    p.probe->saveCommandOverride(0, 2.0, text, flag);
+    EXPECT_STREQ(text.c_str(), "from outside");
+    EXPECT_EQ(party.timeDepAsked, 0);
+}
+
+TEST(Overrides, ShowInTheInterfaceInPlaceOfTheExpression)
+{
+    Party party;
+    OverriddenParm p(2);
+    p.set(4.0, 1);
+    KIT_String text;
+    p.instance->getExpressionStringForUI(0.0, text, 1, 1);
+    EXPECT_STREQ(text.c_str(), "4");
+    p.animate("1 + 2", 0);
+    p.instance->getExpressionStringForUI(0.0, text, 0, 1);
+    EXPECT_STREQ(text.c_str(), "1 + 2");
+    p.override(0, 0, "the rig");
+    p.instance->getExpressionStringForUI(0.0, text, 0, 1);
+    EXPECT_STREQ(text.c_str(), "Overridden by the rig");
+    p.instance->setOverride(0, 0, "the rig", ZEL_OVERRIDE_LAYERED);
+    p.instance->getExpressionStringForUI(0.0, text, 0, 1);
+    EXPECT_STREQ(text.c_str(), "Layered by the rig");
+
+    // As an expression it is the value, or nothing.
+    p.instance->getExpression(0.0, text, 0, true, 1);
+    EXPECT_STREQ(text.c_str(), "5");
+    p.instance->getExpression(0.0, text, 0, false, 1);
+    EXPECT_STREQ(text.c_str(), "");
+    party.activeAnswer = 0;
+    p.eval(0);
+    p.instance->getExpression(0.0, text, 0, false, 1);
+    EXPECT_STREQ(text.c_str(), "1 + 2");
+}
+
+TEST(Overrides, AFailingOwnerEndsTheEvaluation)
+{
+    Party party;
+    TestOwner owner;
+    OverriddenParm p(1, &owner);
+    p.probe->setOverride(0, 0, "layer", ZEL_OVERRIDE_OVERRIDDEN);
+    double number = -1.0;
+    KIT_String text("kept");
+    EXPECT_EQ(p.probe->evalOverrideValue(p.list.get(), 0.0, 0, 1, number), 1);
+    EXPECT_EQ(number, 5.0);
+    EXPECT_EQ(owner.cookCount, 0);
+
+    owner.setPendingOverrideString("p = 1");
+    p.probe->setOverride(0, -1, "layer", ZEL_OVERRIDE_OVERRIDDEN);
+    EXPECT_TRUE(p.probe->isTimeDependent(0));
+    EXPECT_TRUE(p.probe->isDataDependent(0.0, 0));
+    EXPECT_EQ(p.probe->evalOverrideValue(p.list.get(), 0.0, 0, 1, number), 0);
+    EXPECT_EQ(owner.cookCount, 1);
+    EXPECT_EQ(p.probe->evalOverrideValue(nullptr, 0.0, 0, 1, number), 0);
+    EXPECT_EQ(owner.cookCount, 1);
+
+    owner.cookResult = KIT_ERROR_WARNING;
+    EXPECT_EQ(p.probe->evalOverrideValue(p.list.get(), 0.0, 0, 1, number), -1);
+    EXPECT_EQ(number, 0.0);
+    EXPECT_EQ(p.probe->getExpressionOverride(0.0, text, 0, 1, true), -1);
+    p.probe->getExpression(0.0, text, 0, true, 1);
+    p.probe->getExpressionStringForUI(0.0, text, 0, 1);
+    EXPECT_STREQ(text.c_str(), "kept");
+}
+
+TEST(Overrides, AdoptKeepsItsOwnAndAdoptOverridesDoesNot)
+{
+    OverriddenParm from(6), to(2), keeps(2);
+    from.instance->setOverride(0, 1, "one", ZEL_OVERRIDE_LAYERED);
+    from.override(5, 2, "two");
+    keeps.override(1, 9, "own");
+
+    to.instance->adopt(*from.instance);
+    EXPECT_EQ(describe(*to.instance, 0), "1 one layered");
+    EXPECT_EQ(describe(*to.instance, 2), "-1 null none");
+    keeps.instance->adopt(*from.instance);
+    EXPECT_EQ(describe(*keeps.instance, 1), "9 own overridden");
+    EXPECT_EQ(describe(*keeps.instance, 0), "-1 null overridden");
+
+    keeps.instance->adoptOverrides(*from.instance);
+    EXPECT_EQ(describe(*keeps.instance, 0), "1 one layered");
+    EXPECT_EQ(describe(*keeps.instance, 1), "-1 null overridden");
+    from.instance->setOverride(0, 1, "changed", ZEL_OVERRIDE_LAYERED);
+    EXPECT_EQ(describe(*keeps.instance, 0), "1 one layered");
+    OverriddenParm empty(2);
+    keeps.instance->adoptOverrides(*empty.instance);
+    EXPECT_EQ(describe(*keeps.instance, 0), "-1 null none");
+}
+
+TEST(Overrides, AreDisabledForOneThreadInAScope)
+{
+    Party party;
+    OverriddenParm p(2);
+    p.set(1.0, 0);
+    p.override(0, 0);
+    p.override(1, 0);
+    EventLog events(*p.list);
+    p.instance->clearAllDirtyFlags();
+    {
+        ZEL_AutoDisableOverride outer(p.parm, 0);
+        EXPECT_EQ(p.eval(0), 1.0);
+        EXPECT_EQ(p.eval(1), 5.0);
+        EXPECT_EQ(p.instance->getIsOverrideActive(0), 0);
+        double elsewhere = 0.0;
+        std::thread([&] { elsewhere = p.eval(0); }).join();
+        EXPECT_EQ(elsewhere, 5.0);
+
+        p.set(8.0, 0); // still goes to the party
+        EXPECT_EQ(party.sets, "float 0 8 @0");
+        EXPECT_EQ(p.eval(0), 1.0);
+        {
+            ZEL_AutoDisableOverride inner(p.parm, 1);
+            EXPECT_EQ(p.eval(1), 0.0);
+            p.instance->clearAllDirtyFlags();
+        }
+        // The inner scope marks its component, and what is disabled still.
+        EXPECT_TRUE(p.instance->isDirty(0) && p.instance->isDirty(1));
+        EXPECT_EQ(p.eval(0), 1.0);
+        EXPECT_EQ(p.eval(1), 5.0);
+        p.instance->clearAllDirtyFlags();
+    }
+    EXPECT_TRUE(p.instance->isDirty(0));
+    EXPECT_FALSE(p.instance->isDirty(1));
+    EXPECT_EQ(p.eval(0), 5.0);
+    EXPECT_EQ(events.take(), "");
+    ZEL_AutoDisableOverride none(nullptr, 0);
+
+    // A scope for another parameter hides the outer one, and gives it back.
+    OverriddenParm other(1);
+    other.override(0, 0);
+    ZEL_AutoDisableOverride outer(p.parm, 0);
+    {
+        ZEL_AutoDisableOverride inner(other.parm, 0);
+        EXPECT_EQ(p.eval(0), 5.0);
+        EXPECT_EQ(other.eval(0), 0.0);
+    }
+    EXPECT_EQ(p.eval(0), 1.0);
+    EXPECT_EQ(other.eval(0), 5.0);
+}
+
+TEST(Overrides, AreEvaluatedOnManyThreadsAtOnce)
+{
+    Party party;
+    party.timeDepAnswer = 1;
+    OverriddenParm p(2);
+    p.override(0, 0);
+    p.override(1, 1);
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    // More than have a disable state inline.
+    for (int t = 0; t < 40; ++t) {
+        threads.emplace_back([&, t] {
+            const int index = t % 2;
+            const double outside = 5.0 + 100.0 * index;
+            for (int i = 0; i < 50; ++i) {
+                wrong += p.eval(index) != outside;
+            }
+            p.instance->isTimeDependent(-1);
+            wrong += p.instance->getIsOverrideActive(index) != 1;
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(party.evals, 40 * 50);
+    EXPECT_TRUE(p.list->isTimeDependent());
+}
+
+TEST(Overrides, DisablingTellsWhatWasBefore)
+{
+    Party party;
+    OverriddenParm p(2), other(2);
+    EXPECT_FALSE(p.instance->setOverrideDisable(0, 1)); // nothing to disable
+    p.override(0, 0);
+    other.override(1, 0);
+    EXPECT_FALSE(p.instance->setOverrideDisable(0, 1));
+    EXPECT_TRUE(p.instance->setOverrideDisable(0, 1));
+    // One instance for each thread: the other takes the place, and the bits with it.
+    EXPECT_FALSE(other.instance->setOverrideDisable(1, 1));
+    EXPECT_EQ(p.eval(0), 5.0);
+    EXPECT_EQ(other.eval(1), 0.0);
+    EXPECT_TRUE(p.instance->setOverrideDisable(0, 0) == false);
+    EXPECT_TRUE(p.instance->setOverrideDisable(1, 0));
+    EXPECT_FALSE(other.instance->setOverrideDisable(1, 0));
+    EXPECT_EQ(other.eval(1), 5.0);
+}
+
+TEST(Overrides, CountTheirMemory)
+{
+    for (const int size : {1, 4, 5, 8}) {
+        OverriddenParm p(size);
+        const std::int64_t before = p.instance->getMemoryUsage(true);
+        p.override(0, 0, "12345");
+        const std::int64_t short5 = p.instance->getMemoryUsage(true);
+        EXPECT_GE(short5 - before,
+                  std::int64_t(sizeof(zelOverrideInfoData)) * std::max(size, 4) + 6);
+        p.override(0, 0, "1234567890");
+        EXPECT_EQ(p.instance->getMemoryUsage(true), short5 + 5) << size;
+    }
+}
