@@ -1,0 +1,39 @@
+# Headers, libraries, the CMake package and the pkg-config file.
+#
+#   include/ZEL/              the library's headers
+#   include/zelhost/BAS ...   the host's, under an include root of their own: an application that
+#                             brings the real sibling libraries leaves this root out
+include(CMakePackageConfigHelpers)
+
+zel_public_headers(zel_headers)
+foreach(header IN LISTS zel_headers)
+    cmake_path(GET header PARENT_PATH folder)
+    if(folder STREQUAL "ZEL")
+        install(FILES "${PROJECT_SOURCE_DIR}/${header}"
+            DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${folder}")
+    else()
+        install(FILES "${PROJECT_SOURCE_DIR}/host/${header}"
+            DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/zelhost/${folder}")
+    endif()
+endforeach()
+
+set(zel_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/ZEL")
+
+install(TARGETS zelhost ZEL EXPORT ZELTargets
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+install(EXPORT ZELTargets NAMESPACE ZEL:: DESTINATION "${zel_package_dir}")
+
+configure_package_config_file(cmake/ZELConfig.cmake.in "${PROJECT_BINARY_DIR}/ZELConfig.cmake"
+    INSTALL_DESTINATION "${zel_package_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/ZELConfigVersion.cmake"
+    COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/ZELConfig.cmake" "${PROJECT_BINARY_DIR}/ZELConfigVersion.cmake"
+    DESTINATION "${zel_package_dir}")
+
+# The pkg-config file finds its own prefix, so that an installed tree can be moved.
+file(RELATIVE_PATH zel_pc_to_prefix
+    "${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+configure_file(cmake/zel.pc.in "${PROJECT_BINARY_DIR}/zel.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/zel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

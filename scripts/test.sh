@@ -1,0 +1,117 @@
+#!/usr/bin/env bash
+# Everything the project checks of itself. The last line is "N passed, N failed"; the exit code is 0
+# only if nothing failed. What is counted: each CTest entry of each run, each build, each fuzz target,
+# the format check.
+set -euo pipefail
+# shellcheck source=scripts/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+# Groups whose tests start threads; they run under the thread sanitizer too.
+thread_groups=(threads)
+fuzz_runs=20000
+
+passed=0
+failed=0
+failures=()
+
+pass() { passed=$((passed + $1)); }
+fail() {
+    failed=$((failed + $1))
+    failures+=("$2")
+}
+
+# check NAME COMMAND...: one check, told in one line when it fails.
+check() {
+    local name=$1
+    shift
+    if "$@"; then
+        pass 1
+    else
+        fail 1 "$name"
+        say "FAILED: $name"
+        return 1
+    fi
+}
+
+# build PRESET [TARGET...]: configures and builds; a broken file doesn't keep the others from being built.
+build() {
+    local preset=$1 target arguments=()
+    shift
+    for target in "$@"; do arguments+=(--target "$target"); done
+    cmake --preset "$preset" >"build/$preset.log" 2>&1 || { cat "build/$preset.log"; return 1; }
+    cmake --build --preset "$preset" --parallel "$jobs" "${arguments[@]}" -- -k 0
+}
+
+# run_tests PRESET [CTEST ARGUMENT...]: runs the suite and adds up what ctest itself reports.
+run_tests() {
+    local preset=$1 log="build/$1-tests.log" code=0 total bad skipped
+    shift
+    "${fixed_addresses[@]}" ctest --preset "$preset" --parallel "$jobs" --no-tests=error "$@" \
+        >"$log" 2>&1 || code=$?
+    grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test +#[0-9]+: .* Passed )' "$log" || true
+    read -r bad total < <(sed -nE \
+        's/^[0-9]+% tests passed, ([0-9]+) tests? failed out of ([0-9]+).*/\1 \2/p' "$log") || true
+    if [ -z "${total:-}" ]; then
+        fail 1 "$preset: ctest ran no tests"
+        return 0
+    fi
+    # A skipped test is part of ctest's total, a disabled one is not.
+    skipped=$(grep -cE '^ *[0-9]+/[0-9]+ Test +#[0-9]+: .*\*\*\*Skipped' "$log" || true)
+    pass $((total - bad - skipped))
+    [ "$skipped" -eq 0 ] || say "$preset: $skipped skipped (counted neither way)"
+    if [ "$bad" -gt 0 ]; then
+        fail "$bad" "$preset: $bad of $total tests"
+    elif [ "$code" -ne 0 ]; then
+        fail 1 "$preset: ctest ended with code $code"
+    fi
+}
+
+# fuzz NAME: a fixed number of runs from the seeds; what it finds stays in the build folder.
+fuzz() {
+    local name=$1 found="build/fuzz/found/$1" options=()
+    mkdir -p "$found/corpus"
+    [ ! -f "fuzz/$name.dict" ] || options+=("-dict=fuzz/$name.dict")
+    [ ! -d "fuzz/corpus/$name" ] || options+=("fuzz/corpus/$name")
+    "${fixed_addresses[@]}" "build/fuzz/fuzz/fuzz_$name" -runs="$fuzz_runs" -seed=1 -timeout=20 \
+        -rss_limit_mb=2048 -artifact_prefix="$found/" "$found/corpus" "${options[@]}" \
+        >"$found/log" 2>&1 || { tail -n 60 "$found/log"; return 1; }
+    tail -n 1 "$found/log"
+}
+
+# Sanitizers of these compilers can't place their shadow where the kernel scatters addresses widely.
+fixed_addresses=()
+if setarch -R true 2>/dev/null; then fixed_addresses=(setarch -R); fi
+export UBSAN_OPTIONS=print_stacktrace=1
+
+install_missing "${build_packages[@]}" "${test_packages[@]}"
+mkdir -p build
+
+headline "Build and tests (build/dev)"
+check "dev: build" build dev || true
+run_tests dev
+
+headline "Tests under the address and undefined behaviour sanitizers (build/asan)"
+check "asan: build" build asan || true
+run_tests asan
+
+headline "Tests of threads under the thread sanitizer (build/tsan)"
+check "tsan: build" build tsan "${thread_groups[@]/#/zel_test_}" || true
+run_tests tsan --label-regex "^($(IFS='|'; echo "${thread_groups[*]}"))\$"
+
+headline "Fuzz targets, $fuzz_runs runs each (build/fuzz)"
+check "fuzz: build" build fuzz || true
+for source in fuzz/fuzz_*.cpp; do
+    [ -e "$source" ] || continue
+    name=${source#fuzz/fuzz_}
+    name=${name%.cpp}
+    say "$name"
+    check "fuzz: $name" fuzz "$name" || true
+done
+
+headline "Format"
+check "format" cmake --build --preset dev --target check-format || true
+
+headline "Summary"
+for failure in ${failures[@]+"${failures[@]}"}; do say "failed: $failure"; done
+say "$passed passed, $failed failed"
+[ "$failed" -eq 0 ]
