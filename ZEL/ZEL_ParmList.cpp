@@ -255,6 +255,7 @@ void ZEL_ParmList::evalString(KIT_String &value, const KIT_StringRef &token, int
                               double time) const
 {
     const int thread = BASgetSTID();
+    value = "";
     if (const ZEL_Parm *parm = getParmPtr(getParmIndex(token))) {
         parm->getValue(time, value, index, true, thread);
     }
@@ -272,6 +273,7 @@ void ZEL_ParmList::evalStringRaw(KIT_String &value, const KIT_StringRef &token, 
                                  double time) const
 {
     const int thread = BASgetSTID();
+    value = "";
     if (const ZEL_Parm *parm = getParmPtr(getParmIndex(token))) {
         parm->getValue(time, value, index, false, thread);
     }
@@ -315,6 +317,9 @@ void ZEL_ParmList::setString(const KIT_String &value, TRK_StringMeaning meaning,
 
 void ZEL_ParmList::becomeValueSource()
 {
+    if (myCollection) {
+        myCollection->addListener(&myChannelSource);
+    }
     // The first list on a collection answers for it: copies and fallback lists stay silent.
     if (myCollection && !myCollection->getValueSource()) {
         myCollection->setValueSource(&myChannelSource);
@@ -323,6 +328,9 @@ void ZEL_ParmList::becomeValueSource()
 
 void ZEL_ParmList::resignValueSource()
 {
+    if (myCollection) {
+        myCollection->removeListener(&myChannelSource);
+    }
     if (myCollection && myCollection->getValueSource() == &myChannelSource) {
         myCollection->setValueSource(nullptr);
     }
@@ -352,4 +360,17 @@ bool ZEL_ParmList::ChannelSource::evaluateString(const KIT_StringRef &name, doub
     parm->getValue(time, value, subIndex, true, thread);
     timeDependent = parm->isTimeDependent(subIndex);
     return true;
+}
+
+void ZEL_ParmList::ChannelSource::channelDeleted(const TRK_Channel *channel)
+{
+    // A stream can link one channel to several components: none of them may keep the pointer.
+    for (ZEL_Parm *parm : myList.myParms) {
+        ZEL_Instance *instance = parm ? parm->getInstance() : nullptr;
+        for (int i = 0; instance && i < instance->getVectorSize(); ++i) {
+            if (instance->getChannel(i) == channel) {
+                instance->setChannel(i, nullptr);
+            }
+        }
+    }
 }

@@ -276,6 +276,7 @@ private:
                             bool &timeDependent) override;
         bool evaluateString(const KIT_StringRef &name, double time, int thread, KIT_String &value,
                             bool &timeDependent) override;
+        void channelDeleted(const TRK_Channel *channel) override;
 
     private:
         ZEL_ParmList &myList;

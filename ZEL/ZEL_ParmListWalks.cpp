@@ -18,6 +18,8 @@
 
 #include <limits>
 
+#include <algorithm>
+
 namespace
 {
 
@@ -32,11 +34,13 @@ bool isLive(const ZEL_Parm *parm)
     return parm && parm->getInstance();
 }
 
-/// Calls the visitor from the last live parameter to the first.
+/// Calls the visitor from the last live parameter to the first. A visitor's event handler may
+/// remove parameters, so the size is asked anew at each step.
 template <class Parms, class Visitor>
 void forEachBackward(const Parms &parms, Visitor &&visit)
 {
-    for (auto i = parms.size(); i-- > 0;) {
+    for (auto i = parms.size(); (i = std::min(i, parms.size())) > 0;) {
+        --i;
         if (isLive(parms[i])) {
             visit(*parms[i]);
         }
@@ -296,7 +300,8 @@ bool ZEL_ParmList::checkTimeDependence(bool evaluate)
             return true;
         }
     }
-    return false;
+    // An evaluation may have noted what no parameter's own answer shows.
+    return isTimeDependent();
 }
 
 bool ZEL_ParmList::isTimeDependentNow(double time, bool evaluate, int index, int thread)

@@ -283,7 +283,6 @@ bool ZEL_Parm::copyChannel(int index, const TRK_Channel &channel)
         return false;
     }
     target->copyContents(channel);
-    myInstance->setDirtyFlags(index);
     return true;
 }
 

@@ -19,6 +19,10 @@ endforeach()
 
 set(zel_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/ZEL")
 
+# A table of rows that a public header includes.
+install(FILES "${PROJECT_SOURCE_DIR}/ZEL/ZEL_TypeConstants.def"
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/ZEL")
+
 install(TARGETS zelhost ZEL EXPORT ZELTargets
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"

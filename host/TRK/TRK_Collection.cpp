@@ -79,7 +79,16 @@ void TRK_Collection::deleteChannel(TRK_Channel *channel)
     setChannelAlias(channel, KIT_StringRef());
     myByName.erase(channel->getName());
     myChannels.erase(place.base() - 1);
+    for (TRK_ValueSource *listener : myListeners) {
+        listener->channelDeleted(channel);
+    }
     delete channel;
+}
+
+void TRK_Collection::removeListener(TRK_ValueSource *listener)
+{
+    myListeners.erase(std::remove(myListeners.begin(), myListeners.end(), listener),
+                      myListeners.end());
 }
 
 bool TRK_Collection::renameChannel(TRK_Channel *channel, const KIT_StringRef &newName)

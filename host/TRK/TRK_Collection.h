@@ -83,6 +83,11 @@ public:
 
     void setValueSource(TRK_ValueSource *source) { myValueSource = source; }
     TRK_ValueSource *getValueSource() const { return myValueSource; }
+    /// Everyone who keeps pointers to channels hears of each that is deleted, the value source only
+    /// if it listens too. Borrowed; each leaves before it ends. A collection that is destroyed as a
+    /// whole tells nobody.
+    void addListener(TRK_ValueSource *listener) { myListeners.push_back(listener); }
+    void removeListener(TRK_ValueSource *listener);
     void setPathResolver(TRK_PathResolver *resolver) { myPathResolver = resolver; }
     TRK_PathResolver *getPathResolver() const { return myPathResolver; }
 
@@ -124,6 +129,7 @@ private:
     Map myByName;
     Map myByAlias;
     std::vector<TRK_Channel *> myChannels;
+    std::vector<TRK_ValueSource *> myListeners;
     TRK_ValueSource *myValueSource = nullptr;
     TRK_PathResolver *myPathResolver = nullptr;
     TRK_ExprLanguage myLanguage = TRK_LANGUAGE_NATIVE;

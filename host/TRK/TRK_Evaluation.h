@@ -22,7 +22,7 @@ class TRK_Segment;
 struct TRK_Limits
 {
     static constexpr int theChannelDepth = 64;             ///< channels that wait for each other
-    static constexpr int64_t theSteps = 10000000;          ///< steps below one outermost call
+    static constexpr int64_t theSteps = 2000000;           ///< steps below one outermost call
     static constexpr int theParserDepth = 200;             ///< nesting of an expression
     static constexpr int theStackSlots = 256;              ///< numbers, or texts, held at once
     static constexpr uint32_t theExpressionLength = 65536; ///< bytes of an expression

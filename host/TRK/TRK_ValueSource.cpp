@@ -2,6 +2,8 @@
 
 TRK_ValueSource::~TRK_ValueSource() = default;
 
+void TRK_ValueSource::channelDeleted(const TRK_Channel *) {}
+
 TRK_PathResolver::~TRK_PathResolver() = default;
 
 TRK_LanguageEvaluator::~TRK_LanguageEvaluator() = default;

@@ -13,6 +13,7 @@
 #include <KIT/KIT_StringRef.h>
 #include <KIT/KIT_WorkBuffer.h>
 
+class TRK_Channel;
 class TRK_Collection;
 
 /// What a parameter list offers to expressions: the value of a parameter component by its channel
@@ -28,6 +29,9 @@ public:
     /// The component as text. False: no such name.
     virtual bool evaluateString(const KIT_StringRef &name, double time, int thread,
                                 KIT_String &value, bool &timeDependent) = 0;
+    /// The collection is about to destroy a channel: whoever holds a pointer to it drops it.
+    /// On the thread that changes the collection. Base: nothing.
+    virtual void channelDeleted(const TRK_Channel *channel);
 };
 
 /// What a node offers to expressions: other nodes' collections, its variables and its path.

@@ -174,6 +174,27 @@ TEST(FloatStreams, ChannelsLinkByNameThenByToken)
     EXPECT_EQ(lonely.eval(), 4.0);
 }
 
+TEST(FloatStreams, AChannelLinkedTwiceIsDeletedOnce)
+{
+    Animated p;
+    // The first component takes the second one's channel over, then the second gets a number.
+    EXPECT_TRUE(p.load("( [ py 1 ] 2 3 )"));
+    EXPECT_EQ(p.channels.entries(), 0);
+    EXPECT_EQ(p.instance->getChannel(0), nullptr);
+    EXPECT_EQ(p.eval(0), 1.0);
+
+    p.animate("$F", 1);
+    EXPECT_TRUE(p.load("( py py py )"));
+    EXPECT_EQ(p.instance->getChannel(0), p.instance->getChannel(2));
+    ZEL_ParmList second(p.templates, &p.channels, nullptr, nullptr, "", false);
+    second.reloadChannelPtrs();
+    EXPECT_NE(second.getParmPtr(0)->getInstance()->getChannel(1), nullptr);
+    p.instance->removeChannel(0);
+    EXPECT_EQ(p.instance->getChannel(1), nullptr);
+    EXPECT_EQ(second.getParmPtr(0)->getInstance()->getChannel(1), nullptr)
+        << "other lists on the collection hear of it";
+}
+
 TEST(FloatStreams, MissingComponentsGetTheirDefaultExpression)
 {
     OneParm p(ZEL_XYZ, 3);
