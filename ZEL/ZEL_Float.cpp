@@ -112,9 +112,9 @@ void ZEL_Float::storeValue(int index, double value) const
 double ZEL_Float::constrainedValue(double value, bool useMin, bool useMax, bool round) const
 {
     const ZEL_Range *range = getRangePtr();
-    if (useMin && range->getParmMin() > value) {
+    if (useMin && range && range->getParmMin() > value) {
         value = range->getParmMin();
-    } else if (useMax && range->getParmMax() < value) {
+    } else if (useMax && range && range->getParmMax() < value) {
         value = range->getParmMax();
     }
     return round ? halvesUp(value) : value;

@@ -39,6 +39,9 @@ double ZEL_Float::commandValue(int index) const
         return value;
     }
     const TRK_Channel *channel = getChannel(index);
+    if (channel && !collection) {
+        collection = channel->getCollection();
+    }
     return channel && collection ? collection->evaluate(channel, time, false, BASgetSTID())
                                  : storedValue(index);
 }

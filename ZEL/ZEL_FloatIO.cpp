@@ -265,6 +265,7 @@ bool ZEL_Float::loadBinary(KIT_IStream &is)
         packet.endRead();
         if (!read) {
             KITaddCommonError(KIT_COMMON_CUT_PACKET, theLoadLabel);
+            return false;
         }
         if (KITgetErrorSeverity() >= KIT_ERROR_ABORT) {
             return false;

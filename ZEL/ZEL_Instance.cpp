@@ -99,6 +99,9 @@ void ZEL_Instance::destroyArrays()
 
 void ZEL_Instance::adopt(ZEL_Instance &source)
 {
+    if (&source == this) {
+        return;
+    }
     const std::uint32_t added = ZEL_INST_SAVE_AUTOSCOPE | ZEL_INST_SAVE_AUTOSELECT |
                                 ZEL_INST_EXPRESSION | ZEL_INST_VALUE | ZEL_INST_SAVE_LABEL;
     myLockField = source.myLockField;
@@ -158,13 +161,6 @@ bool ZEL_Instance::loadUndoData(const std::shared_ptr<ZEL_UndoData> &data)
     }
     KIT_IStream stream(bytes->data(), bytes->length(), KIT_IStream::TEXT);
     return load(stream);
-}
-
-void ZEL_Instance::saveCommand(std::ostream &, int, int) const {}
-
-int ZEL_Instance::loadCommand(int, const char *const *, int, bool, ZEL_AddKeyType, ZEL_KeySetType)
-{
-    return 0;
 }
 
 void ZEL_Instance::getValues(ZEL_ParmList *list, double time, std::int64_t *values,

@@ -134,11 +134,11 @@ public:
     virtual bool saveUndoData(std::shared_ptr<ZEL_UndoData> &data) const;
     /// Base: false for data of another kind.
     virtual bool loadUndoData(const std::shared_ptr<ZEL_UndoData> &data);
-    /// Writes the values as command arguments, all or one. Base: nothing.
-    virtual void saveCommand(std::ostream &os, int values, int index) const;
-    /// Sets values from command arguments; the number of arguments used. Base: 0.
+    /// Writes the values as command arguments, all or one. Base: abstract.
+    virtual void saveCommand(std::ostream &os, int values, int index) const = 0;
+    /// Sets values from command arguments; the number of arguments used. Base: abstract.
     virtual int loadCommand(int argc, const char *const argv[], int index, bool asSet,
-                            ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+                            ZEL_AddKeyType addKey, ZEL_KeySetType keySet) = 0;
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -250,6 +250,11 @@ public:
     virtual bool isDataDependent(double time, int index) const;
     /// Notes what an evaluation found; writes only the micro node's mark and the list's flags.
     virtual void setTimeDependent(int index, bool timeDependent) const;
+    /// The same, for callers that hold a const parameter.
+    void setTimeDependentForEval(int index, bool timeDependent) const
+    {
+        setTimeDependent(index, timeDependent);
+    }
     /// OR of the components' states.
     virtual int getChanState(double time) const;
     virtual ZEL_ChanState getChanState(double time, int index) const;

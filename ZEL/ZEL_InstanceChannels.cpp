@@ -408,9 +408,8 @@ bool ZEL_Instance::setChannelAlias(const KIT_StringHolder &alias, int index)
     }
     myChannelAliases[index] = alias;
     TRK_Channel *channel = myChannels[index];
-    TRK_Collection *collection = channel ? getChannelGroupPtr() : nullptr;
-    if (collection) {
-        collection->setChannelAlias(channel, alias);
+    if (channel && channel->getCollection()) {
+        channel->getCollection()->setChannelAlias(channel, alias);
     }
     return true;
 }

@@ -87,6 +87,15 @@ int parseInt(const char *text)
 
 ZEL_Overridable::~ZEL_Overridable()
 {
+    if (!myOverrides) {
+        return;
+    }
+    // Whoever comes to stand at this address later must not start out disabled, on any thread.
+    disableStates().forEach([this](DisableState &state) {
+        if (BASload(state.instance) == this) {
+            BASstore(state.instance, nullptr);
+        }
+    });
     dropOverrides();
 }
 
@@ -140,11 +149,6 @@ void ZEL_Overridable::dropOverrides()
     if (!myOverrides) {
         return;
     }
-    // An instance that comes to stand at this address later must not start out disabled here.
-    DisableState &state = localDisableState();
-    if (state.instance == this) {
-        state = DisableState();
-    }
     delete myOverrides;
     myOverrides = nullptr;
 }
@@ -160,16 +164,21 @@ zelOverrideInfoData *ZEL_Overridable::recordAt(int index) const
 // Per-thread disabling, and what counts
 // ---------------------------------------------------------------------- //
 
-ZEL_Overridable::DisableState &ZEL_Overridable::localDisableState()
+BAS_PerThread<ZEL_Overridable::DisableState> &ZEL_Overridable::disableStates()
 {
     static BAS_PerThread<DisableState> theStates;
-    return theStates.local();
+    return theStates;
+}
+
+ZEL_Overridable::DisableState &ZEL_Overridable::localDisableState()
+{
+    return disableStates().local();
 }
 
 bool ZEL_Overridable::isDisabledHere(int index) const
 {
     const DisableState &state = localDisableState();
-    return state.instance == this && (state.mask & bit(index)) != 0;
+    return BASload(state.instance) == this && (state.mask & bit(index)) != 0;
 }
 
 const zelOverrideInfoData *ZEL_Overridable::writableRecord(int index) const
@@ -224,7 +233,7 @@ bool ZEL_Overridable::setOverrideDisable(int index, int disable)
     }
     const bool before = isDisabledHere(index);
     DisableState &state = localDisableState();
-    state.instance = this;
+    BASstore(state.instance, this);
     state.mask = disable ? state.mask | bit(index) : state.mask & ~bit(index);
     setDirtyFlags(index);
     return before;
@@ -284,12 +293,13 @@ void ZEL_Overridable::noteState(zelOverrideInfoData &record, ZEL_ParmList *list,
 {
     // Evaluation threads note the same answers at the same time; whoever comes last wins.
     if (timeDep >= 0) {
-        BASstoreIfDifferent<std::uint8_t>(record.timeDepState, timeDep == 0 ? 0 : 1);
+        BASstoreIfDifferent(record.timeDepState, std::uint8_t(timeDep & 3));
     }
     if (list && BASload(record.timeDepState) != 0) {
         setTimeDependent(index, true);
     }
-    const std::uint8_t state = active == 0 ? 0 : active < 0 ? theUnsureActive : 1;
+    // -1 is told apart; any other answer than 0 is a plain yes.
+    const std::uint8_t state = active == 0 ? 0 : active == -1 ? theUnsureActive : 1;
     BASstoreIfDifferent(record.activeState, state);
 }
 

@@ -14,6 +14,7 @@
 /// Cost:       an instance without overrides pays one null test for each access.
 #pragma once
 
+#include <BAS/BAS_PerThread.h>
 #include <ZEL/ZEL_Instance.h>
 
 class ZEL_ORCallback;
@@ -114,6 +115,7 @@ private:
         ZEL_Instance *instance = nullptr;
     };
 
+    static BAS_PerThread<DisableState> &disableStates();
     static DisableState &localDisableState();
     bool isDisabledHere(int index) const;
     /// The record, null without overrides or outside the vector.

@@ -159,7 +159,7 @@ public:
     /// Errors raised inside are dropped and the thread's expression error number is put back.
     void sendChangeEvent(TRK_CHANGE_TYPE type, const ZEL_Parm *parm) const;
     int getNumSendExtra() const { return BASload(myNumSendExtra); }
-    void bumpNumSendExtra(int by) { BASstore(myNumSendExtra, BASload(myNumSendExtra) + by); }
+    void bumpNumSendExtra(int by) { __atomic_fetch_add(&myNumSendExtra, by, __ATOMIC_RELAXED); }
     ///@}
 
     // ------------------------------------------------------------------ //

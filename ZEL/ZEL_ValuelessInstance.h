@@ -52,6 +52,11 @@ public:
         }
         return KITcheckOutStream(os, saveLabel(), nullptr);
     }
+    void saveCommand(std::ostream &, int, int) const override {}
+    int loadCommand(int, const char *const *, int, bool, ZEL_AddKeyType, ZEL_KeySetType) override
+    {
+        return 0;
+    }
     bool load(KIT_IStream &is) override { return is.isBinary() ? loadBinary(is) : loadAscii(is); }
 
     void getValue(ZEL_ParmList *, double, KIT_JSONValueMap &, int, bool, int) const override {}
