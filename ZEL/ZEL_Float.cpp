@@ -3,6 +3,7 @@
 #include <BAS/BAS_Number.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Digits.h>
+#include <KIT/KIT_SmallObjectAllocator.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_TokenString.h>
 #include <TRK/TRK_Channel.h>
@@ -16,6 +17,7 @@
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -37,6 +39,11 @@ T truncated(double value)
         return T(value);
     }
     return value < -limit ? std::numeric_limits<T>::min() : T(0);
+}
+
+std::size_t valueBytes(int size)
+{
+    return sizeof(double) * std::size_t(std::max(size, 1));
 }
 
 double halvesUp(double value)
@@ -64,13 +71,13 @@ bool isNumberText(const KIT_String &text)
 
 ZEL_Float::ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm) : ZEL_Overridable(templatePtr, parm)
 {
-    myValues.init(getVectorSize());
+    allocateValues();
 }
 
 ZEL_Float::ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm) : ZEL_Overridable(source, parm)
 {
     const int size = getVectorSize();
-    myValues.init(size);
+    allocateValues();
     for (int i = 0; i < size; ++i) {
         myValues[i] = source.storedValue(i);
     }
@@ -78,7 +85,14 @@ ZEL_Float::ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm) : ZEL_Overridable(
 
 ZEL_Float::~ZEL_Float()
 {
-    myValues.free(getVectorSize());
+    KIT_SmallObjectAllocator::deallocate(myValues, valueBytes(getVectorSize()));
+}
+
+void ZEL_Float::allocateValues()
+{
+    const int size = getVectorSize();
+    myValues = static_cast<double *>(KIT_SmallObjectAllocator::allocate(valueBytes(size)));
+    std::fill(myValues, myValues + size, 0.0);
 }
 
 ZEL_Instance *ZEL_Float::duplicateSelf(ZEL_Parm *parm) const
@@ -104,9 +118,9 @@ void ZEL_Float::adopt(ZEL_Instance &source)
 
 void ZEL_Float::storeValue(int index, double value) const
 {
-    // A cache to evaluation threads: written only when it changes, so that threads that evaluate
-    // one list at one time don't fight for the cache line.
-    BASstoreIfDifferent(const_cast<double &>(myValues[index]), value);
+    // Written without a look at what is there: a store doesn't wait for the cache line, a load of a
+    // line that another evaluation thread has just written would.
+    BASstore(myValues[index], value);
 }
 
 double ZEL_Float::constrainedValue(double value, bool useMin, bool useMax, bool round) const

@@ -125,6 +125,7 @@ private:
     template <class T>
     void fillValues(ZEL_ParmList *list, double time, T *values, int thread) const;
 
+    void allocateValues();
     const ZEL_Default *defaultOf(int index) const;
     double defaultFloat(int index) const;
     void storeValue(int index, double value) const;
@@ -147,5 +148,6 @@ private:
     int loadArguments(int argc, const char *const argv[], int first, int last, bool asSet,
                       ZEL_AddKeyType addKey, ZEL_KeySetType keySet, TRK_Channel **held);
 
-    KIT_ComponentArray<double> myValues;
+    // Apart from the object: evaluation threads write here and read the rest of it.
+    double *myValues;
 };
