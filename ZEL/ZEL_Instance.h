@@ -423,7 +423,8 @@ public:
     TRK_ExprLanguage getExprLanguageIfMadeAnExpression(double time, int index) const;
     TRK_ExprLanguage stringMeaningToExprLanguage(TRK_StringMeaning meaning) const;
     bool isLanguageOldExprOrLiteral(double time, int index) const;
-    /// Fetches all channels by token, or by alias with a rename; see ARCHITECTURE.
+    /// Fetches all channels by token, or by alias with a rename to the token. If that gave the
+    /// parameter its first channels, the components left without one revert to their defaults.
     void reloadChannelPtrs();
     /// Renames channels to their tokens; a slot whose channel can't be renamed, or whose token
     /// another parameter's channel holds, is emptied.

@@ -205,6 +205,9 @@ void ZEL_Template::initMulti(ZEL_MultiType multiType, ZEL_Template *items, ZEL_E
     const bool rampFlag = (multiType & rampBits) != 0;
     if (rampFlag) {
         items = ZELcreateRampTemplate(getToken(), multiType, spare, callback, items);
+    } else if (isRampType() && items == myMultiParmTemplate) {
+        // They go with the ramp, and no other kind owns items.
+        items = nullptr;
     }
     dropRampTemplates();
 

@@ -673,6 +673,23 @@ TEST(Ramps, InterpolationsAreNamedByTheMenu)
     EXPECT_EQ(ZELgetRampInterpType("nonsense"), ZEL_RAMPINTERP_UNKNOWN);
 }
 
+TEST(RampTemplates, ItemsOfARampGoWithIt)
+{
+    ZEL_Name name("ramp", "Ramp");
+    ZEL_Template ramp(ZEL_MULTITYPE_RAMP_FLT, nullptr, 1.0, &name);
+    ZEL_Template *items = ramp.getMultiParmTemplate();
+    ASSERT_NE(items, nullptr);
+    const auto become = [&](ZEL_MultiType type) {
+        ramp.initMulti(type, items, ZEL_Template::ZEL_Export(0), 1.0, &name, nullptr, nullptr,
+                       nullptr, nullptr, nullptr, ZEL_Callback());
+    };
+    become(ZEL_MULTITYPE_RAMP_FLT);
+    items = ramp.getMultiParmTemplate();
+    EXPECT_EQ(ZEL_Template::countTemplates(items, false, false, false), 3) << "built from its own";
+    become(ZEL_MULTITYPE_LIST);
+    EXPECT_EQ(ramp.getMultiParmTemplate(), nullptr);
+}
+
 TEST(Menus, KnowTheirSource)
 {
     ZEL_Item items[] = {{"a", "A", "icon"}, {"b", nullptr, nullptr}, {}};
