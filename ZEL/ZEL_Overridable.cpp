@@ -462,39 +462,34 @@ bool ZEL_Overridable::isPendingInOwner(int index) const
     return owner && owner->isPendingOverride() && owner->isParmPendingOverride(getToken(), index);
 }
 
-bool ZEL_Overridable::isTimeDependent(int index) const
+template <class Test>
+bool ZEL_Overridable::anyCounting(int index, Test &&test) const
 {
-    if (isPendingInOwner(index)) {
-        return true;
-    }
-    if (myOverrides) {
-        const int first = index < 0 ? 0 : index;
-        const int end = index < 0 ? myOverrides->count : validIndex(index) ? index + 1 : index;
-        for (int i = first; i < end; ++i) {
-            const zelOverrideInfoData *record = countingRecord(i);
-            if (record && BASload(record->timeDepState) != 0) {
-                return true;
-            }
+    const int first = index < 0 ? 0 : index;
+    const int end = !myOverrides ? first : index < 0 ? myOverrides->count : index + 1;
+    for (int i = first; i < end; ++i) {
+        const zelOverrideInfoData *record = countingRecord(i);
+        if (record && test(*record)) {
+            return true;
         }
     }
-    return ZEL_Instance::isTimeDependent(index);
+    return false;
+}
+
+bool ZEL_Overridable::isTimeDependent(int index) const
+{
+    const auto dependsOrUnknown = [](const zelOverrideInfoData &record) {
+        return BASload(record.timeDepState) != 0;
+    };
+    return isPendingInOwner(index) || anyCounting(index, dependsOrUnknown) ||
+           ZEL_Instance::isTimeDependent(index);
 }
 
 bool ZEL_Overridable::isDataDependent(double time, int index) const
 {
-    if (isPendingInOwner(index)) {
-        return true;
-    }
-    if (myOverrides) {
-        const int first = index < 0 ? 0 : index;
-        const int end = index < 0 ? myOverrides->count : validIndex(index) ? index + 1 : index;
-        for (int i = first; i < end; ++i) {
-            if (countingRecord(i)) {
-                return true;
-            }
-        }
-    }
-    return ZEL_Instance::isDataDependent(time, index);
+    const auto always = [](const zelOverrideInfoData &) { return true; };
+    return isPendingInOwner(index) || anyCounting(index, always) ||
+           ZEL_Instance::isDataDependent(time, index);
 }
 
 // ---------------------------------------------------------------------- //

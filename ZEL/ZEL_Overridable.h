@@ -120,6 +120,9 @@ private:
     bool isDisabledHere(int index) const;
     /// The record, null without overrides or outside the vector.
     zelOverrideInfoData *recordAt(int index) const;
+    /// Whether the test holds for a counting override; a negative index asks all components.
+    template <class Test>
+    bool anyCounting(int index, Test &&test) const;
     /// The record of a counting override, else null.
     zelOverrideInfoData *countingRecord(int index) const;
     /// The record if its data source takes writes: disabled or not.

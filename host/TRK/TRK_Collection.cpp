@@ -151,9 +151,10 @@ const TRK_Collection *TRK_Collection::resolvePath(const KIT_StringRef &path) con
     return myPathResolver != nullptr ? myPathResolver->findCollection(path) : nullptr;
 }
 
-bool TRK_Collection::evaluateReference(const KIT_StringRef &path, const KIT_StringRef &name,
-                                       double time, int thread, double &value,
-                                       bool &timeDependent) const
+template <class FromSource, class FromChannel>
+bool TRK_Collection::readReference(const KIT_StringRef &path, const KIT_StringRef &name,
+                                   bool &timeDependent, FromSource &&fromSource,
+                                   FromChannel &&fromChannel) const
 {
     const TRK_Collection *collection = path.isNull() ? this : resolvePath(path);
     if (collection == nullptr) {
@@ -161,7 +162,7 @@ bool TRK_Collection::evaluateReference(const KIT_StringRef &path, const KIT_Stri
     }
     bool dependentFlag = false;
     if (collection->myValueSource != nullptr &&
-        collection->myValueSource->evaluateNumber(name, time, thread, value, dependentFlag)) {
+        fromSource(*collection->myValueSource, dependentFlag)) {
         timeDependent = timeDependent || dependentFlag;
         return true;
     }
@@ -169,30 +170,36 @@ bool TRK_Collection::evaluateReference(const KIT_StringRef &path, const KIT_Stri
     if (channel == nullptr) {
         return false;
     }
-    value = channel->evaluate(collection, time, thread, timeDependent);
+    fromChannel(*channel, collection);
     return true;
+}
+
+bool TRK_Collection::evaluateReference(const KIT_StringRef &path, const KIT_StringRef &name,
+                                       double time, int thread, double &value,
+                                       bool &timeDependent) const
+{
+    return readReference(
+        path, name, timeDependent,
+        [&](TRK_ValueSource &source, bool &dependentFlag) {
+            return source.evaluateNumber(name, time, thread, value, dependentFlag);
+        },
+        [&](const TRK_Channel &channel, const TRK_Collection *collection) {
+            value = channel.evaluate(collection, time, thread, timeDependent);
+        });
 }
 
 bool TRK_Collection::evaluateReferenceString(const KIT_StringRef &path, const KIT_StringRef &name,
                                              double time, int thread, KIT_String &value,
                                              bool &timeDependent) const
 {
-    const TRK_Collection *collection = path.isNull() ? this : resolvePath(path);
-    if (collection == nullptr) {
-        return false;
-    }
-    bool dependentFlag = false;
-    if (collection->myValueSource != nullptr &&
-        collection->myValueSource->evaluateString(name, time, thread, value, dependentFlag)) {
-        timeDependent = timeDependent || dependentFlag;
-        return true;
-    }
-    const TRK_Channel *channel = collection->findChannelOrAlias(name);
-    if (channel == nullptr) {
-        return false;
-    }
-    channel->evaluateString(collection, time, thread, value, timeDependent);
-    return true;
+    return readReference(
+        path, name, timeDependent,
+        [&](TRK_ValueSource &source, bool &dependentFlag) {
+            return source.evaluateString(name, time, thread, value, dependentFlag);
+        },
+        [&](const TRK_Channel &channel, const TRK_Collection *collection) {
+            channel.evaluateString(collection, time, thread, value, timeDependent);
+        });
 }
 
 // ---------------------------------------------------------------- //

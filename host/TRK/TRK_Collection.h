@@ -118,6 +118,10 @@ public:
     int64_t getMemoryUsage(bool inclusive) const;
 
 private:
+    /// What number and text references share: whose name it is, then its list, then its channel.
+    template <class FromSource, class FromChannel>
+    bool readReference(const KIT_StringRef &path, const KIT_StringRef &name, bool &timeDependent,
+                       FromSource &&fromSource, FromChannel &&fromChannel) const;
     struct Hash
     {
         size_t operator()(const KIT_StringRef &name) const { return name.hash(); }
