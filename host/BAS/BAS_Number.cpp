@@ -49,6 +49,35 @@ const char *parseWord(const char *at, const char *end, double &value)
     return nullptr;
 }
 
+/// A decimal of up to 15 digits that fills the text, as most numbers in files are: both its digits
+/// and the power of ten are exact doubles, so that one division rounds correctly. Else false.
+bool parseShort(const char *at, const char *end, double &value)
+{
+    static constexpr double thePowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                           1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    constexpr std::ptrdiff_t theMostBytes = 16;
+    if (end - at > theMostBytes) {
+        return false;
+    }
+    int64_t digits = 0;
+    const char *point = nullptr;
+    for (; at != end; ++at) {
+        if (isDigit(*at)) {
+            digits = digits * 10 + (*at - '0');
+        } else if (*at == '.' && !point) {
+            point = at;
+        } else {
+            return false;
+        }
+    }
+    constexpr int64_t theLimit = 1000000000000000;
+    if (digits >= theLimit) {
+        return false;
+    }
+    value = static_cast<double>(digits) / thePowers[point ? end - point - 1 : 0];
+    return true;
+}
+
 /// Whether a well-formed number without sign that fits no double is too large, not too small.
 bool isHuge(const char *at, const char *end)
 {
@@ -117,7 +146,9 @@ size_t BASparseFloat(const char *text, size_t length, double &value)
 
     double parsed = 0.0;
     const char *numberEnd = nullptr;
-    if (at != end && (isDigit(*at) || *at == '.')) {
+    if (at != end && isDigit(*at) && parseShort(at, end, parsed)) {
+        numberEnd = end;
+    } else if (at != end && (isDigit(*at) || *at == '.')) {
         const std::from_chars_result result = std::from_chars(at, end, parsed);
         if (result.ec == std::errc::result_out_of_range) {
             parsed = isHuge(at, result.ptr) ? std::numeric_limits<double>::infinity() : 0.0;

@@ -5,6 +5,65 @@
 #include <cmath>
 #include <cstring>
 
+namespace
+{
+
+/// Numbers as people type them: up to 15 digits, of which at most 6 stand behind the point. Such a
+/// decimal is the only one of its length that reads back as the number, so what is exact is the
+/// shortest too. Null for all others, and where the form with an exponent would be shorter.
+char *writeTyped(char *to, double value)
+{
+    constexpr double theMost = 1e9;
+    constexpr double theScale = 1e6;
+    constexpr int theDecimals = 6;
+    const double magnitude = std::fabs(value);
+    if (!(magnitude < theMost)) {
+        return nullptr;
+    }
+    const int64_t scaled = static_cast<int64_t>(magnitude * theScale + 0.5);
+    if (static_cast<double>(scaled) / theScale != magnitude) {
+        return nullptr;
+    }
+    const int64_t whole = scaled / 1000000;
+    int64_t fraction = scaled % 1000000;
+    // Long runs of zeros at the end of the whole, or behind the point, are shorter as exponents.
+    if (fraction == 0 ? whole >= 100000 && whole % 100000 == 0 : whole == 0 && fraction < 1000) {
+        return nullptr;
+    }
+    if (std::signbit(value)) {
+        *to++ = '-';
+    }
+    to = std::to_chars(to, to + theDecimals + theDecimals, whole).ptr;
+    if (fraction == 0) {
+        return to;
+    }
+    *to = '.';
+    int digits = theDecimals;
+    while (fraction % 10 == 0) {
+        fraction /= 10;
+        --digits;
+    }
+    char *const end = to + 1 + digits;
+    for (char *at = end; at != to + 1; fraction /= 10) {
+        *--at = static_cast<char>('0' + fraction % 10);
+    }
+    return end;
+}
+
+} // namespace
+
+char *KIT_Digits::write(char *to, double value)
+{
+    if (std::isnan(value)) {
+        std::memcpy(to, "nan", 3);
+        return to + 3;
+    }
+    if (char *const end = writeTyped(to, value)) {
+        return end;
+    }
+    return std::to_chars(to, to + theMostBytes, value).ptr;
+}
+
 void KIT_Digits::reset(double value, int flags, int width)
 {
     if (std::isnan(value)) {
@@ -14,7 +73,7 @@ void KIT_Digits::reset(double value, int flags, int width)
     }
     // Two places stay free for ".0" and one for the NUL.
     char *const end = myBuffer + sizeof(myBuffer) - 3;
-    char *at = width < 0 ? std::to_chars(myBuffer, end, value).ptr
+    char *at = width < 0 ? write(myBuffer, value)
                          : std::to_chars(myBuffer, end, value, std::chars_format::general,
                                          std::clamp(width, 1, 40))
                                .ptr;

@@ -32,6 +32,11 @@ public:
     /// significant digits (1 to 40; 0 counts as 1).
     void reset(double value, int flags = 0, int width = -1);
 
+    /// Writes the shortest text, without a NUL, to where theMostBytes have room; answers its end.
+    static char *write(char *to, double value);
+    /// As long as the shortest text of a number can be.
+    static constexpr int theMostBytes = 32;
+
     const char *buffer() const { return myBuffer; }
     int length() const { return myLength; }
     std::string_view view() const

@@ -66,29 +66,6 @@ bool KIT_IStream::readAll(std::istream &stream, std::string &data)
 // ------------------------------------------------------------------ //
 // Position
 
-bool KIT_IStream::seekg(int64_t position)
-{
-    if (position < 0 || position > myLimit) {
-        return false;
-    }
-    myPosition = position;
-    return true;
-}
-
-void KIT_IStream::pushLimit(int64_t end)
-{
-    myOuterLimits.push_back(myLimit);
-    myLimit = std::min(myLimit, std::max(end, myPosition));
-}
-
-void KIT_IStream::popLimit()
-{
-    if (!myOuterLimits.empty()) {
-        myLimit = myOuterLimits.back();
-        myOuterLimits.pop_back();
-    }
-}
-
 int KIT_IStream::getLineNumber(int64_t position) const
 {
     if (!myData) {
@@ -136,40 +113,25 @@ void KIT_IStream::skipWhitespace()
     }
 }
 
-bool KIT_IStream::nextWord(const char *&begin, const char *&end)
-{
-    skipWhitespace();
-    begin = myData + myPosition;
-    while (myPosition < myLimit && !isWhitespace(myData[myPosition])) {
-        ++myPosition;
-    }
-    end = myData + myPosition;
-    return begin != end;
-}
-
 bool KIT_IStream::getWord(KIT_WorkBuffer &word)
 {
-    const char *begin;
-    const char *end;
+    std::string_view view;
+    const bool found = getWord(view);
     word.clear();
-    if (!nextWord(begin, end)) {
-        return false;
-    }
-    word.append(begin, static_cast<size_t>(end - begin));
-    return true;
+    word.append(view);
+    return found;
 }
 
 bool KIT_IStream::getNonCommentWord(KIT_WorkBuffer &word, char comment)
 {
-    const char *begin;
-    const char *end;
+    std::string_view view;
     word.clear();
-    while (nextWord(begin, end)) {
-        if (*begin != comment) {
-            word.append(begin, static_cast<size_t>(end - begin));
+    while (getWord(view)) {
+        if (view.front() != comment) {
+            word.append(view);
             return true;
         }
-        myPosition = findEnd(begin - myData, '\n') - myData;
+        myPosition = findEnd(view.data() - myData, '\n') - myData;
     }
     return false;
 }
@@ -317,11 +279,9 @@ bool KIT_IStream::readWorkBuffer(KIT_WorkBuffer &text, bool binary)
 
 bool KIT_IStream::aread(double &value)
 {
-    const char *begin;
-    const char *end;
+    std::string_view word;
     double number = 0.0;
-    if (!nextWord(begin, end) ||
-        BASparseFloat(begin, static_cast<size_t>(end - begin), number) == 0) {
+    if (!getWord(word) || BASparseFloat(word.data(), word.size(), number) == 0) {
         return false;
     }
     value = number;
@@ -341,11 +301,12 @@ bool KIT_IStream::aread(float &value)
 template <class T>
 bool KIT_IStream::areadInteger(T &value)
 {
-    const char *begin;
-    const char *end;
-    if (!nextWord(begin, end)) {
+    std::string_view word;
+    if (!getWord(word)) {
         return false;
     }
+    const char *begin = word.data();
+    const char *const end = begin + word.size();
     if (*begin == '+' && end - begin > 1 && begin[1] != '-') {
         ++begin;
     }

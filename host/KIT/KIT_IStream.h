@@ -22,9 +22,11 @@
 #include <KIT/KIT_WorkBuffer.h>
 
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class KIT_API KIT_IStream
@@ -59,14 +61,37 @@ public:
     bool eof() const { return myPosition >= myLimit; }
     int64_t tellg() const { return myPosition; }
     /// Moves to a position from 0 to the limit; any other is refused and moves nothing.
-    bool seekg(int64_t position);
+    bool seekg(int64_t position)
+    {
+        if (position < 0 || position > myLimit) {
+            return false;
+        }
+        myPosition = position;
+        return true;
+    }
     /// Bytes from the position to the limit.
     int64_t remaining() const { return myLimit - myPosition; }
+    /// The same bytes, in place: for readers that know a form that they expect.
+    std::string_view rest() const
+    {
+        return std::string_view(myData + myPosition, static_cast<size_t>(remaining()));
+    }
     /// Keeps reading from passing `end` until popLimit(). An `end` behind the present limit, or in
     /// front of the position, is pulled to the nearer of the two.
-    void pushLimit(int64_t end);
+    void pushLimit(int64_t end)
+    {
+        myOuterLimits.push_back(myLimit);
+        end = end > myPosition ? end : myPosition;
+        myLimit = myLimit < end ? myLimit : end;
+    }
     /// Goes back to the limit before the last pushLimit(); the position stays.
-    void popLimit();
+    void popLimit()
+    {
+        if (!myOuterLimits.empty()) {
+            myLimit = myOuterLimits.back();
+            myOuterLimits.pop_back();
+        }
+    }
     /// How many limits are pushed.
     size_t getLimitDepth() const { return myOuterLimits.size(); }
     /// The line number of a position, from 1. Counts from the start of the data.
@@ -117,6 +142,22 @@ public:
     // ---------------------------------------------------------------- //
     /// The next word as it stands, quotes and all. False at the limit. The buffer is replaced.
     bool getWord(KIT_WorkBuffer &word);
+    /// The same in place, with no NUL behind it. The view lasts as long as the data.
+    bool getWord(std::string_view &word)
+    {
+        const char *at = myData + myPosition;
+        const char *const end = myData + myLimit;
+        while (at != end && isWhitespace(*at)) {
+            ++at;
+        }
+        const char *const begin = at;
+        while (at != end && !isWhitespace(*at)) {
+            ++at;
+        }
+        myPosition = at - myData;
+        word = std::string_view(begin, static_cast<size_t>(at - begin));
+        return at != begin;
+    }
     /// The next word that is not part of a comment. A comment starts at a word that begins with
     /// `comment` and runs to the end of the line; the byte inside a word is an ordinary one.
     bool getNonCommentWord(KIT_WorkBuffer &word, char comment = '#');
@@ -154,10 +195,16 @@ private:
     template <class T>
     bool breadOne(T &value)
     {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+        if (remaining() >= static_cast<int64_t>(sizeof(T))) {
+            std::memcpy(&value, myData + myPosition, sizeof(T));
+            myPosition += static_cast<int64_t>(sizeof(T));
+            return true;
+        }
+#endif
         return breadBytes(&value, sizeof(T), 1);
     }
     bool breadBytes(void *values, size_t size, size_t count);
-    bool nextWord(const char *&begin, const char *&end);
     template <class T>
     bool areadInteger(T &value);
     bool readQuoted(KIT_WorkBuffer &text);

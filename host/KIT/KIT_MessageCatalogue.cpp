@@ -38,6 +38,7 @@ constexpr Message theMessages[] = {
     {theZEL, 19, "The token exists already: {}"},
     {theZEL, 20, "A base parameter stands inside a multi-parameter: {}"},
     {theZEL, 21, "The component index is not valid: {}"},
+    {theZEL, 22, "A multi-parameter would get more items than a stream may ask for: {}"},
 
     // Every class
     {theCommon, KIT_COMMON_WRONG_CLASS, "Data of another kind than expected: {}"},

@@ -1,18 +1,10 @@
 #include <KIT/KIT_Packet.h>
 
 #include <KIT/KIT_Error.h>
-#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_OByteStream.h>
 #include <KIT/KIT_Write.h>
 
 #include <ostream>
-
-static constexpr int64_t theHeaderSize = 8;
-
-KIT_Packet::~KIT_Packet()
-{
-    endWrite();
-    endRead();
-}
 
 // ------------------------------------------------------------------ //
 // Writing
@@ -22,8 +14,18 @@ bool KIT_Packet::beginWrite(std::ostream &stream, int classId, int packetId)
     endWrite();
     const bool idsFit =
         classId >= 0 && classId <= UINT16_MAX && packetId >= INT16_MIN && packetId <= INT16_MAX;
+    if (!idsFit) {
+        stream.setstate(std::ios::failbit);
+        return false;
+    }
+    myBytes = KIT_OByteStream::findBytes(stream);
+    if (myBytes) {
+        myOutput = &stream;
+        myPayloadStart = static_cast<std::streamoff>(myBytes->beginPacket(classId, packetId));
+        return true;
+    }
     const std::streamoff start = stream.tellp();
-    if (!idsFit || start < 0) {
+    if (start < 0) {
         stream.setstate(std::ios::failbit);
         return false;
     }
@@ -38,14 +40,17 @@ bool KIT_Packet::beginWrite(std::ostream &stream, int classId, int packetId)
     return true;
 }
 
-bool KIT_Packet::endWrite()
+bool KIT_Packet::completeHeader()
 {
-    if (!myOutput) {
-        return false;
-    }
     std::ostream &stream = *myOutput;
     myOutput = nullptr;
-
+    if (myBytes) {
+        myBytes->endPacket(static_cast<size_t>(myPayloadStart));
+        if (!myBytes->isGood()) {
+            stream.setstate(std::ios::failbit);
+        }
+        return stream.good();
+    }
     const std::streamoff end = stream.tellp();
     const std::streamoff length = end - myPayloadStart;
     if (end < 0 || length < 0 || length > static_cast<std::streamoff>(UINT32_MAX)) {
@@ -61,51 +66,11 @@ bool KIT_Packet::endWrite()
 // ------------------------------------------------------------------ //
 // Reading
 
-static bool refuse(KIT_IStream &stream, const char *reason)
+bool KIT_Packet::refuse(KIT_IStream &stream, const char *reason)
 {
     stream.seekg(stream.tellg() + stream.remaining());
     KITaddCommonError(KIT_COMMON_CUT_PACKET, reason);
     return false;
-}
-
-bool KIT_Packet::beginRead(KIT_IStream &stream, int &classId, int &packetId)
-{
-    endRead();
-    if (stream.eof()) {
-        return false;
-    }
-    if (stream.remaining() < theHeaderSize) {
-        return refuse(stream, "header cut short");
-    }
-    uint16_t classWord = 0;
-    int16_t packetWord = 0;
-    uint32_t length = 0;
-    stream.bread(classWord);
-    stream.bread(packetWord);
-    stream.bread(length);
-    if (length > static_cast<uint64_t>(stream.remaining())) {
-        return refuse(stream, "length beyond the data");
-    }
-    classId = classWord;
-    packetId = packetWord;
-    myInput = &stream;
-    myPayloadEnd = stream.tellg() + length;
-    myLimitDepth = stream.getLimitDepth();
-    stream.pushLimit(myPayloadEnd);
-    return true;
-}
-
-void KIT_Packet::endRead()
-{
-    if (!myInput) {
-        return;
-    }
-    // Packets inside this one that were left open go with it.
-    while (myInput->getLimitDepth() > myLimitDepth) {
-        myInput->popLimit();
-    }
-    myInput->seekg(myPayloadEnd);
-    myInput = nullptr;
 }
 
 // ------------------------------------------------------------------ //

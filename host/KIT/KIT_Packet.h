@@ -12,24 +12,32 @@
 ///             seek, an id outside 16 bits, or a payload of 4 GB. Reading answers false at the end
 ///             of the data or of the enclosing packet; for a cut header or a length beyond the data
 ///             it also adds a common error (severity 4) and leaves the stream at its limit.
-/// Cost:       one seek back for each packet written; none for reading.
+/// Cost:       one seek back for each packet written, none to a KIT_OByteStream; none for reading.
 
 #pragma once
 
 #include <BAS/BAS_API.h>
+#include <KIT/KIT_IStream.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <ios>
 #include <iosfwd>
 
-class KIT_IStream;
+class KIT_ByteBuffer;
 
 class KIT_API KIT_Packet
 {
 public:
+    /// Bytes of a header.
+    static constexpr int64_t theHeaderSize = 8;
+
     KIT_Packet() = default;
-    ~KIT_Packet();
+    ~KIT_Packet()
+    {
+        endWrite();
+        endRead();
+    }
     KIT_Packet(const KIT_Packet &) = delete;
     KIT_Packet &operator=(const KIT_Packet &) = delete;
 
@@ -37,16 +45,56 @@ public:
     bool beginWrite(std::ostream &stream, int classId, int packetId);
     /// Puts the payload's length into the header. False without an open packet, or when the stream
     /// has failed.
-    bool endWrite();
+    bool endWrite() { return myOutput && completeHeader(); }
 
     /// Reads a header; until endRead() the stream ends where the payload ends. The class id comes as
     /// 0 to 65535, the packet id as -32768 to 32767.
-    bool beginRead(KIT_IStream &stream, int &classId, int &packetId);
+    bool beginRead(KIT_IStream &stream, int &classId, int &packetId)
+    {
+        endRead();
+        if (stream.eof()) {
+            return false;
+        }
+        if (stream.remaining() < theHeaderSize) {
+            return refuse(stream, "header cut short");
+        }
+        uint16_t classWord = 0;
+        int16_t packetWord = 0;
+        uint32_t length = 0;
+        stream.bread(classWord);
+        stream.bread(packetWord);
+        stream.bread(length);
+        if (length > static_cast<uint64_t>(stream.remaining())) {
+            return refuse(stream, "length beyond the data");
+        }
+        classId = classWord;
+        packetId = packetWord;
+        myInput = &stream;
+        myPayloadEnd = stream.tellg() + length;
+        myLimitDepth = stream.getLimitDepth();
+        stream.pushLimit(myPayloadEnd);
+        return true;
+    }
     /// Leaves the stream behind the packet, however much of it was read.
-    void endRead();
+    void endRead()
+    {
+        if (!myInput) {
+            return;
+        }
+        // Packets inside this one that were left open go with it.
+        while (myInput->getLimitDepth() > myLimitDepth) {
+            myInput->popLimit();
+        }
+        myInput->seekg(myPayloadEnd);
+        myInput = nullptr;
+    }
 
 private:
+    bool completeHeader();
+    static bool refuse(KIT_IStream &stream, const char *reason);
+
     std::ostream *myOutput = nullptr;
+    KIT_ByteBuffer *myBytes = nullptr; // the output's own, when it is composed in memory
     std::streamoff myPayloadStart = 0;
     KIT_IStream *myInput = nullptr;
     int64_t myPayloadEnd = 0;

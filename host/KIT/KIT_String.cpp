@@ -147,6 +147,18 @@ void KIT_String::adopt(KIT_String &other)
     }
 }
 
+char *KIT_String::steal()
+{
+    harden();
+    char *const text = isHard() ? writable() : nullptr;
+    if (text) {
+        myText = nullptr;
+        myLength = 0;
+        myCapacity = 0;
+    }
+    return text;
+}
+
 void KIT_String::clear()
 {
     release();

@@ -27,6 +27,7 @@
 
 class KIT_StringArray;
 class KIT_StringRef;
+class KIT_WorkArgs;
 class KIT_WorkBuffer;
 
 /// Bits for KIT_String::isInteger.
@@ -87,6 +88,10 @@ public:
     /// Takes the other's text over, which is left unset.
     void adopt(KIT_String &other);
 
+    /// Hands its text over, a copy of a borrowed one, and is unset. Null if it was unset or memory
+    /// is exhausted. Give it back with BASfastFree.
+    char *steal();
+
     /// Unset again.
     void clear();
 
@@ -142,6 +147,11 @@ public:
     int compare(const char *text, bool ignoreCase = false) const;
     bool equal(const char *text) const { return compare(text) == 0; }
     bool operator<(const KIT_String &other) const;
+
+    /// The order of people: runs of digits compare by their number, however long, all other bytes as
+    /// `compare` does. Texts that differ in leading zeros only are ordered bytewise, so that 0 is
+    /// equal texts alone.
+    static int compareNumberedString(const char *a, const char *b, bool ignoreCase = false);
 
     /// Whether the whole text matches a pattern: `*` any run, `?` any byte, `[a-z]` one of a set,
     /// `[^a-z]` or `[!a-z]` none of it, `\x` the byte x. A set that isn't closed is plain text.
@@ -213,9 +223,9 @@ public:
     /// Every byte that is no ASCII letter, digit or underscore becomes an underscore.
     void forceAlphaNumeric();
 
-    /// Puts the text between quotes if it needs them to stay one word: when it is empty or holds a
-    /// blank, a control byte, a quote of either kind, a backslash, or one of `;#$&|<>()[]{}*?~!`.
-    /// Inside, the quote and the backslash get a backslash and control bytes their escapes.
+    /// Becomes a literal in quotes of the given kind, as Python and the expression language read it:
+    /// the quote and the backslash get a backslash, control bytes their escapes. Every text is
+    /// quoted, one that is in quotes already too.
     void makeSmartQuotedString(char quote = '"');
 
     /// Resolves the escapes of the quoted form and \a \b \f \v \' \`. Anything else behind a
@@ -226,6 +236,14 @@ public:
     /// Splits at any of the separator characters; runs of them count once. Appends the parts and
     /// answers how many there were.
     int tokenize(KIT_StringArray &parts, const char *separators = " \t\n\r") const;
+
+    /// Splits at blanks into words, which replace those in `words`, and answers how many there are.
+    /// A run between two equal characters out of `quotes` belongs to its word with the blanks in it;
+    /// inside, a backslash takes that quote's or another backslash's meaning. An unclosed run ends
+    /// with the text. The quotes go, unless `keepQuotes` leaves the word as it is written. A word
+    /// that starts with `comment` ends the text; 0 for none.
+    int parse(KIT_WorkArgs &words, char comment = 0, const char *quotes = "\"\'",
+              bool keepQuotes = false) const;
 
     // ---------------------------------------------------------------- //
     /// \name Streams

@@ -1,6 +1,10 @@
-// Pattern matching of KIT_String.
+// Patterns, natural order and words of KIT_String.
 
 #include <KIT/KIT_String.h>
+
+#include <BAS/BAS_Number.h>
+#include <KIT/KIT_WorkArgs.h>
+#include <KIT/KIT_WorkBuffer.h>
 
 #include <cstring>
 
@@ -52,7 +56,60 @@ bool matchOne(const char *&pattern, char c)
     }
     return *pattern++ == c;
 }
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+size_t countDigits(const char *at)
+{
+    size_t count = 0;
+    while (isDigit(at[count])) {
+        count++;
+    }
+    return count;
+}
+
+/// Compares two runs of digits by their numbers and moves behind both.
+int compareDigits(const char *&a, const char *&b)
+{
+    while (*a == '0') {
+        ++a;
+    }
+    while (*b == '0') {
+        ++b;
+    }
+    const size_t lengthA = countDigits(a);
+    const size_t lengthB = countDigits(b);
+    const int order =
+        lengthA != lengthB ? (lengthA < lengthB ? -1 : 1) : std::memcmp(a, b, lengthA);
+    a += lengthA;
+    b += lengthB;
+    return order;
+}
+
+/// The byte without case, as compare sees it.
+int foldByte(char c, bool ignoreCase)
+{
+    return static_cast<unsigned char>(ignoreCase && c >= 'A' && c <= 'Z' ? c + 32 : c);
+}
+
+/// Appends what stands in the quoted run that begins here; the place behind it.
+const char *unquote(const char *at, KIT_WorkBuffer &out)
+{
+    const char quote = *at++;
+    while (*at && *at != quote) {
+        at += *at == '\\' && (at[1] == quote || at[1] == '\\');
+        out.append(*at++);
+    }
+    return *at ? at + 1 : at;
+}
 } // namespace
+
+// -------------------------------------------------------------------- //
+// Patterns
+// -------------------------------------------------------------------- //
 
 bool KIT_String::matchPattern(const char *text, const char *pattern)
 {
@@ -83,4 +140,58 @@ bool KIT_String::matchPattern(const char *text, const char *pattern)
 bool KIT_String::match(const char *pattern) const
 {
     return matchPattern(myText, pattern);
+}
+
+// -------------------------------------------------------------------- //
+// Natural order, words
+// -------------------------------------------------------------------- //
+
+int KIT_String::compareNumberedString(const char *a, const char *b, bool ignoreCase)
+{
+    const char *const wholeA = a = a ? a : "";
+    const char *const wholeB = b = b ? b : "";
+    while (*a && *b) {
+        int order = 0;
+        if (isDigit(*a) && isDigit(*b)) {
+            order = compareDigits(a, b);
+        } else {
+            order = foldByte(*a++, ignoreCase) - foldByte(*b++, ignoreCase);
+        }
+        if (order != 0) {
+            return order;
+        }
+    }
+    if (*a || *b) {
+        return *a ? 1 : -1;
+    }
+    return std::strcmp(wholeA, wholeB);
+}
+
+int KIT_String::parse(KIT_WorkArgs &words, char comment, const char *quotes, bool keepQuotes) const
+{
+    const std::string_view marks(quotes ? quotes : "");
+    words.clear();
+    KIT_WorkBuffer word;
+    KIT_WorkBuffer unquoted;
+    for (const char *at = nonNullStr();;) {
+        while (BASisBlank(*at)) {
+            ++at;
+        }
+        if (!*at || *at == comment) {
+            return static_cast<int>(words.entries());
+        }
+        word.clear();
+        while (*at && !BASisBlank(*at)) {
+            if (marks.find(*at) == marks.npos) {
+                word.append(*at++);
+                continue;
+            }
+            const char *const start = at;
+            unquoted.clear();
+            at = unquote(at, unquoted);
+            word.append(keepQuotes ? std::string_view(start, static_cast<size_t>(at - start))
+                                   : unquoted.view());
+        }
+        words.append(word.view());
+    }
 }

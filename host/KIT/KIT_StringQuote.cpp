@@ -4,8 +4,6 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
 
-#include <BAS/BAS_Number.h>
-
 #include <algorithm>
 #include <cstring>
 #include <ostream>
@@ -51,14 +49,6 @@ char octalByte(const char *at)
     }
     return code < 256 ? static_cast<char>(static_cast<unsigned char>(code)) : '\0';
 }
-
-bool needsQuotes(std::string_view text)
-{
-    constexpr std::string_view theSpecials = "\"'`\\;#$&|<>()[]{}*?~!";
-    return text.empty() || std::any_of(text.begin(), text.end(), [=](char c) {
-               return BASisBlank(c) || isControl(c) || theSpecials.find(c) != theSpecials.npos;
-           });
-}
 } // namespace
 
 void KITappendQuoted(KIT_WorkBuffer &out, const char *text, size_t length, char quote)
@@ -91,11 +81,9 @@ void KITappendQuoted(KIT_WorkBuffer &out, const char *text, size_t length, char 
 
 void KIT_String::makeSmartQuotedString(char quote)
 {
-    if (needsQuotes(view())) {
-        KIT_WorkBuffer quoted;
-        KITappendQuoted(quoted, nonNullStr(), length(), quote);
-        quoted.copyIntoString(*this);
-    }
+    KIT_WorkBuffer quoted;
+    KITappendQuoted(quoted, nonNullStr(), length(), quote);
+    quoted.copyIntoString(*this);
 }
 
 int KIT_String::expandControlSequences(int /*flags*/)

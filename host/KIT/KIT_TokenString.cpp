@@ -114,6 +114,15 @@ void KIT_TokenString::append(int value)
     add('i', &value, sizeof(value));
 }
 
+void KIT_TokenString::append(int value, bool wide)
+{
+    if (wide) {
+        append(static_cast<int64_t>(value));
+    } else {
+        append(value);
+    }
+}
+
 void KIT_TokenString::append(int64_t value)
 {
     add('l', &value, sizeof(value));

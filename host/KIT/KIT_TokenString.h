@@ -30,6 +30,8 @@ public:
 
     void append(double value);
     void append(int value);
+    /// With `wide` the key that the 64-bit form makes of the number.
+    void append(int value, bool wide);
     void append(int64_t value);
     void append(char value);
     void append(uint8_t value);

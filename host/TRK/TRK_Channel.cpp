@@ -28,6 +28,24 @@ bool sameTime(double a, double b)
     return std::fabs(a - b) <= tolerance();
 }
 
+/// One text in quotes of either kind and nothing else.
+bool isQuotedLiteral(const char *text)
+{
+    const char quote = *text;
+    if (quote != '"' && quote != '\'') {
+        return false;
+    }
+    for (++text; *text != '\0' && *text != quote; ++text) {
+        text += *text == '\\' && text[1] != '\0' ? 1 : 0;
+    }
+    return text[0] == quote && text[1] == '\0';
+}
+
+bool isSameExpression(const TRK_Segment &segment, const char *text, TRK_ExprLanguage language)
+{
+    return segment.getExprLanguage() == language && KIT_String(text) == segment.getExpression();
+}
+
 } // namespace
 
 // ---------------------------------------------------------------- //
@@ -230,20 +248,38 @@ bool TRK_Channel::takesString(double time) const
     if (segment == nullptr || segment->isInterpolated()) {
         return segment != nullptr;
     }
+    if (segment->getExprLanguage() == TRK_LANGUAGE_PYTHON) {
+        return isQuotedLiteral(segment->getExpression());
+    }
     const TRK_Expression *compiled = segment->getCompiledExpression();
     return compiled != nullptr && compiled->isStringLiteral();
 }
 
 int TRK_Channel::setKeyString(const char *text, double time, bool notify, bool commit, bool keyOnly)
 {
-    if (commit && takesString(time)) {
-        return setKeyString(text, time, getExprLanguageAtTime(time), notify, commit, keyOnly);
-    }
-    return setKeyString(text, time, TRK_LANGUAGE_NATIVE, notify, false, keyOnly);
+    const bool commitFlag = commit && takesString(time);
+    const TRK_ExprLanguage language =
+        commitFlag ? getExprLanguageAtTime(time) : TRK_LANGUAGE_NATIVE;
+    return putString(text, time, language, notify, commitFlag, keyOnly);
 }
 
 int TRK_Channel::setKeyString(const char *text, double time, TRK_ExprLanguage language, bool notify,
                               bool commit, bool keyOnly)
+{
+    TRK_Segment *segment = getExpressionSegment(time);
+    if (commit && !keyOnly && segment != nullptr && !segment->isInterpolated() &&
+        (!takesString(time) || isSameExpression(*segment, text, language))) {
+        // An expression that replaces an expression holds for the segment: no key comes of it.
+        segment->changeExpression(text, language);
+        clearPending();
+        notifyIf(notify);
+        return 0;
+    }
+    return putString(text, time, language, notify, commit, keyOnly);
+}
+
+int TRK_Channel::putString(const char *text, double time, TRK_ExprLanguage language, bool notify,
+                           bool commit, bool keyOnly)
 {
     if (commit && !mySegments.empty() && std::isfinite(time)) {
         int key = findKey(time);

@@ -69,7 +69,8 @@ public:
     /// holds one literal text.
     int setKeyString(const char *text, double time, bool notify, bool commit, bool keyOnly);
     /// The same with a language: the text is an expression that was asked for, and with \p commit
-    /// the segment takes it whatever it holds.
+    /// the segment takes it whatever it holds. A segment that an expression drives takes it as a
+    /// whole, with no key made at the time.
     int setKeyString(const char *text, double time, TRK_ExprLanguage language, bool notify,
                      bool commit, bool keyOnly);
     /// Makes a key with the present value; its segment takes the split one's expression. A value
@@ -169,6 +170,8 @@ private:
     size_t findSegment(double time) const;
     size_t splitSegment(double time, double value);
     void setKeySides(size_t index, double value);
+    int putString(const char *text, double time, TRK_ExprLanguage language, bool notify,
+                  bool commit, bool keyOnly);
     void setPending(double time);
     void notifyIf(bool notify);
     void updateTimeFlag();

@@ -1,5 +1,6 @@
 #include <TRK/TRK_Manager.h>
 
+#include <CON/CON_Manager.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_Error.h>
@@ -47,23 +48,12 @@ void TRK_Manager::setFPS(double fps)
 
 bool TRK_Manager::getGlobalVariable(const KIT_StringRef &name, KIT_String &value) const
 {
-    tbb::spin_rw_mutex::scoped_lock lock(myVariableLock, false);
-    const auto found = myVariables.find(KIT_StringHolder(name));
-    if (found == myVariables.end()) {
-        return false;
-    }
-    value = found->second.nonNullStr();
-    return true;
+    return CON_Manager::getContext().getVariable(name, value);
 }
 
 void TRK_Manager::setGlobalVariable(const KIT_StringRef &name, const char *value)
 {
-    tbb::spin_rw_mutex::scoped_lock lock(myVariableLock, true);
-    if (value == nullptr) {
-        myVariables.erase(KIT_StringHolder(name));
-    } else {
-        myVariables[KIT_StringHolder(name)] = KIT_StringHolder(value);
-    }
+    CON_Manager::getContext().setVariable(name, value);
 }
 
 bool TRK_Manager::getVariable(const KIT_StringRef &name, double time,
@@ -101,7 +91,7 @@ bool TRK_Manager::getVariable(const KIT_StringRef &name, double time,
         return true;
     }
     return (resolver != nullptr && resolver->getVariable(name, value)) ||
-           getGlobalVariable(name, value);
+           CON_Manager::getContext().getEnv(name, value);
 }
 
 // ---------------------------------------------------------------- //

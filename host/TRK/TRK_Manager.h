@@ -16,11 +16,8 @@
 #include <KIT/KIT_StringHolder.h>
 #include <TRK/TRK_ValueSource.h>
 
-#include <tbb/spin_rw_mutex.h>
-
 #include <atomic>
 #include <functional>
-#include <unordered_map>
 
 class TRK_Channel;
 class TRK_ChannelRef;
@@ -31,7 +28,7 @@ enum TRK_ExpandFlags : int
 {
     TRK_EXPAND_VARIABLES = 1,   ///< $NAME and ${NAME}
     TRK_EXPAND_EXPRESSIONS = 2, ///< expressions in backticks
-    TRK_EXPAND_COMMAND = 4,     ///< the text is a command or a path; changes nothing today
+    TRK_EXPAND_HOME = 4,        ///< "~" alone or in front of a "/" at the start
     TRK_EXPAND_NO_ESCAPES = 8,  ///< a backslash protects nothing
     TRK_EXPAND_BRACES_ONLY = 16 ///< of variables only ${NAME}
 };
@@ -73,13 +70,14 @@ public:
     void setTupleKeying(bool tuple) { myTupleFlag.store(tuple, std::memory_order_relaxed); }
 
     // ---------------------------------------------------------------- //
-    /// \name Variables   (any thread; readers share a lock)
+    /// \name Variables   (any thread)
     // ---------------------------------------------------------------- //
+    /// The variables of CON_Manager, without the environment of the process.
     bool getGlobalVariable(const KIT_StringRef &name, KIT_String &value) const;
     /// A null value takes the variable away.
     void setGlobalVariable(const KIT_StringRef &name, const char *value);
-    /// $F $FF $T $FPS $PI $E $OS, then the collection's resolver, then the global variables. A mark
-    /// is set for those that depend on time.
+    /// $F $FF $T $FPS $PI $E $OS, then the collection's resolver, then the global variables, then
+    /// the environment of the process. A mark is set for those that depend on time.
     bool getVariable(const KIT_StringRef &name, double time, const TRK_Collection *collection,
                      KIT_String &value, bool &timeDependent) const;
 
@@ -101,9 +99,20 @@ public:
     static void forEachReference(const char *expression, const ReferenceCall &call);
     /// Calls for each reference in the backticks of a literal text.
     static void buildStringOpDependencies(const char *text, const ReferenceCall &call);
+    /// Tells the collection's path resolver what a literal text refers to: what its backticks
+    /// refer to, or without any, each of its words that holds a "/" and is the path of a node.
+    static void buildStringOpDependencies(const char *text, const TRK_Referrer &from,
+                                          const TRK_Collection *collection, int thread);
     /// Rewrites the paths of references in an expression, or in the backticks of a literal text:
     /// the path \p from and those below it become \p to. The number of changes.
     static int changeStringOpRef(KIT_String &text, const char *from, const char *to);
+    /// The same in a literal text for a node that is called otherwise from now on, by its full path
+    /// and by the one that leads there from \p collection's node: in its backticks or, without
+    /// any, in its words that hold a "/". With a \p name only references that end in it. Null
+    /// paths change nothing. \p collection and \p thread are for resolvers to come.
+    static int changeStringOpRef(KIT_String &text, const char *oldFullPath, const char *newFullPath,
+                                 const char *oldRelativePath, const char *newRelativePath,
+                                 const char *name, const TRK_Collection *collection, int thread);
 
     // ---------------------------------------------------------------- //
     /// \name Other services
@@ -112,7 +121,8 @@ public:
     bool fillChannelRef(TRK_ChannelRef &ref, TRK_Channel *channel) const;
     /// Reports an EVL number as KITaddError("TRK", error, text). 0 is not reported.
     void evaluationError(int error, int thread, const char *text) const;
-    /// Who evaluates expressions of language 1. Null, the default: nobody, they give 0 and
+    /// Who evaluates expressions of language 1: the host's Python, which registers when the library
+    /// is loaded, unless set. Null, as in a build without Python: nobody, they give 0 and
     /// EVL::EVL_NO_LANGUAGE. Set it while nobody evaluates.
     void setPythonEvaluator(TRK_LanguageEvaluator *evaluator)
     {
@@ -126,17 +136,10 @@ public:
 private:
     TRK_Manager() = default;
 
-    struct Hash
-    {
-        size_t operator()(const KIT_StringRef &name) const { return name.hash(); }
-    };
-
     std::atomic<double> myTime{0.0};
     std::atomic<double> myTolerance{1e-5};
     std::atomic<double> myFPS{24.0};
     std::atomic<bool> myCommitFlag{true};
     std::atomic<bool> myTupleFlag{false};
     std::atomic<TRK_LanguageEvaluator *> myPython{nullptr};
-    mutable tbb::spin_rw_mutex myVariableLock;
-    std::unordered_map<KIT_StringHolder, KIT_StringHolder, Hash> myVariables;
 };

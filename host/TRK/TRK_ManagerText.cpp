@@ -1,7 +1,9 @@
 #include <TRK/TRK_Manager.h>
 
 #include <BAS/BAS_Number.h>
+#include <CON/CON_Manager.h>
 #include <EVL/EVL.h>
+#include <TRK/TRK_Collection.h>
 #include <TRK/TRK_Evaluation.h>
 #include <TRK/TRK_Expression.h>
 
@@ -13,9 +15,17 @@
 namespace
 {
 
+constexpr const char *theBlanks = " \t\r\n";
+
 bool isNameStart(char c)
 {
     return BASisWordChar(c) && !(c >= '0' && c <= '9');
+}
+
+/// Two searches that use the machine's wide registers beat one for a set.
+bool isExpandable(const char *text)
+{
+    return std::strchr(text, '$') != nullptr || std::strchr(text, '`') != nullptr;
 }
 
 /// A variable's name at a "$"; the length of the whole, 0 if none is there.
@@ -65,6 +75,9 @@ public:
 
     void expand(const char *text)
     {
+        if (*text == '~' && has(TRK_EXPAND_HOME)) {
+            text += takeHome(text);
+        }
         while (*text != '\0') {
             const size_t plain = std::strcspn(text, "\\$`");
             myOut.append(text, plain);
@@ -79,11 +92,23 @@ public:
         }
     }
 
-    const std::string &result() const { return myOut; }
+    const KIT_WorkBuffer &result() const { return myOut; }
     int mask() const { return myMask; }
 
 private:
     bool has(int flag) const { return (myFlags & flag) != 0; }
+
+    size_t takeHome(const char *text)
+    {
+        KIT_String home;
+        const bool wholeFlag = text[1] == '\0' || text[1] == '/';
+        if (!wholeFlag || !CON_Manager::getContext().getEnv("HOME", home)) {
+            return 0;
+        }
+        myOut.append(home.nonNullStr());
+        myMask |= TRK_EXPAND_CHANGED;
+        return 1;
+    }
 
     size_t takeBackslashes(const char *text)
     {
@@ -92,15 +117,15 @@ private:
         const bool protectFlag = (next == '$' && has(TRK_EXPAND_VARIABLES)) ||
                                  (next == '`' && has(TRK_EXPAND_EXPRESSIONS));
         if (!protectFlag || has(TRK_EXPAND_NO_ESCAPES)) {
-            myOut.append(count, '\\');
+            myOut.appendRepeated('\\', int64_t(count));
             return count;
         }
         myMask |= TRK_EXPAND_CHANGED;
-        myOut.append(count / 2, '\\');
+        myOut.appendRepeated('\\', int64_t(count / 2));
         if (count % 2 == 0) {
             return count;
         }
-        myOut += next;
+        myOut.append(next);
         return count + 1;
     }
 
@@ -110,13 +135,15 @@ private:
         const size_t length =
             has(TRK_EXPAND_VARIABLES) ? scanVariable(text, has(TRK_EXPAND_BRACES_ONLY), name) : 0;
         if (length == 0) {
-            myOut += '$';
+            myOut.append('$');
             return 1;
         }
+        KIT_WorkBuffer word;
+        word.append(name);
         KIT_String value;
         bool timeDependent = false;
-        if (TRK_Manager::getContext().getVariable(KIT_StringHolder(std::string(name)), myTime,
-                                                  myCollection, value, timeDependent)) {
+        if (TRK_Manager::getContext().getVariable(KIT_StringRef(word.buffer(), word.length()),
+                                                  myTime, myCollection, value, timeDependent)) {
             myOut.append(value.nonNullStr());
             myMask |= TRK_EXPAND_CHANGED | (timeDependent ? TRK_EXPAND_TIME_DEPENDENT : 0);
         } else {
@@ -128,19 +155,20 @@ private:
     size_t takeExpression(const char *text)
     {
         if (!has(TRK_EXPAND_EXPRESSIONS)) {
-            myOut += '`';
+            myOut.append('`');
             return 1;
         }
         const char *end = findClosingBacktick(text + 1);
         if (end == nullptr) {
             TRK_EvalState::raise(EVL::EVL_SYNTAX, myThread);
-            myOut += '`';
+            myOut.append('`');
             return 1;
         }
-        const std::string expression(text + 1, end);
+        KIT_WorkBuffer expression;
+        expression.append(text + 1, static_cast<size_t>(end - text) - 1);
         KIT_String value;
         bool timeDependent = false;
-        TRK_Expression::evaluateTextString(expression.c_str(), myTime, myCollection, myThread,
+        TRK_Expression::evaluateTextString(expression.buffer(), myTime, myCollection, myThread,
                                            value, &timeDependent);
         myOut.append(value.nonNullStr());
         myMask |= TRK_EXPAND_CHANGED | (timeDependent ? TRK_EXPAND_TIME_DEPENDENT : 0);
@@ -152,7 +180,7 @@ private:
     int myThread;
     int myFlags;
     int myMask = 0;
-    std::string myOut;
+    KIT_WorkBuffer myOut;
 };
 
 /// Calls for each expression in the backticks of a literal text.
@@ -174,14 +202,45 @@ void forEachBacktick(const char *text, F call)
     }
 }
 
-bool startsWithPath(const std::string &path, const std::string &prefix)
+/// Calls for each word between blanks that holds a "/".
+template <class F>
+void forEachPathWord(const char *text, F call)
 {
-    return path.compare(0, prefix.size(), prefix) == 0 &&
-           (path.size() == prefix.size() || path[prefix.size()] == '/' || prefix.back() == '/');
+    while (*text != '\0') {
+        const char *begin = text + std::strspn(text, theBlanks);
+        text = begin + std::strcspn(begin, theBlanks);
+        if (std::memchr(begin, '/', static_cast<size_t>(text - begin)) != nullptr) {
+            call(begin, text);
+        }
+    }
 }
 
+/// Which references get a new path.
+struct PathChange
+{
+    const char *from;
+    const char *to;
+    const char *name; ///< only those that end in it; null: all
+
+    bool isUsable() const { return from != nullptr && *from != '\0' && to != nullptr; }
+    bool concerns(std::string_view path) const
+    {
+        const std::string_view prefix(from);
+        const bool startFlag =
+            path.substr(0, prefix.size()) == prefix &&
+            (path.size() == prefix.size() || path[prefix.size()] == '/' || prefix.back() == '/');
+        return startFlag &&
+               (name == nullptr || path.substr(path.rfind('/') + 1) == std::string_view(name));
+    }
+    /// The path as it is from now on.
+    std::string changed(std::string_view path) const
+    {
+        return std::string(to).append(path.substr(std::strlen(from)));
+    }
+};
+
 /// Rewrites the literal arguments of ch, chs and their like in one expression.
-int changePaths(std::string &expression, const std::string &from, const std::string &to)
+int changePaths(std::string &expression, const PathChange &change)
 {
     int count = 0;
     size_t at = 0;
@@ -192,11 +251,11 @@ int changePaths(std::string &expression, const std::string &from, const std::str
             ++open;
         }
         at = open;
-        open = expression.find_first_not_of(" \t\r\n", open);
+        open = expression.find_first_not_of(theBlanks, open);
         if (!wordFlag || open == std::string::npos || expression[open] != '(') {
             continue;
         }
-        const size_t quote = expression.find_first_not_of(" \t\r\n", open + 1);
+        const size_t quote = expression.find_first_not_of(theBlanks, open + 1);
         if (quote == std::string::npos || (expression[quote] != '"' && expression[quote] != '\'')) {
             continue;
         }
@@ -205,13 +264,57 @@ int changePaths(std::string &expression, const std::string &from, const std::str
             continue;
         }
         const std::string path = expression.substr(quote + 1, end - quote - 1);
-        if (startsWithPath(path, from)) {
-            expression.replace(quote + 1, from.size(), to);
+        if (change.concerns(path)) {
+            const std::string changed = change.changed(path);
+            expression.replace(quote + 1, path.size(), changed);
             ++count;
-            at = quote + 1 + to.size();
+            at = quote + 1 + changed.size();
         }
     }
     return count;
+}
+
+/// Rewrites the expressions in the backticks of a literal text.
+int changeBackticks(std::string &text, const PathChange &change)
+{
+    std::string result;
+    int count = 0;
+    const char *copied = text.c_str();
+    forEachBacktick(text.c_str(), [&](const char *begin, const char *end) {
+        std::string expression(begin, end);
+        count += changePaths(expression, change);
+        result.append(copied, begin);
+        result += expression;
+        copied = end;
+    });
+    result += copied;
+    text = result;
+    return count;
+}
+
+/// Rewrites the words of a literal text that are paths.
+int changeWords(std::string &text, const PathChange &change)
+{
+    std::string result;
+    int count = 0;
+    const char *copied = text.c_str();
+    forEachPathWord(text.c_str(), [&](const char *begin, const char *end) {
+        const std::string_view word(begin, static_cast<size_t>(end - begin));
+        if (change.concerns(word)) {
+            result.append(copied, begin);
+            result += change.changed(word);
+            copied = end;
+            ++count;
+        }
+    });
+    result += copied;
+    text = result;
+    return count;
+}
+
+bool hasBacktick(const char *text)
+{
+    return std::strchr(text, '`') != nullptr;
 }
 
 } // namespace
@@ -219,13 +322,14 @@ int changePaths(std::string &expression, const std::string &from, const std::str
 int TRK_Manager::expandString(const char *text, KIT_String &out, double time,
                               TRK_Collection *collection, int thread, int flags) const
 {
-    if (text == nullptr || std::strpbrk(text, "$`") == nullptr) {
+    const bool homeFlag = text != nullptr && *text == '~' && (flags & TRK_EXPAND_HOME) != 0;
+    if (text == nullptr || (!homeFlag && !isExpandable(text))) {
         out = text != nullptr ? text : "";
         return 0;
     }
     Expander expander(time, collection, thread, flags);
     expander.expand(text);
-    out = expander.result();
+    expander.result().copyIntoString(out);
     return expander.mask();
 }
 
@@ -258,27 +362,59 @@ void TRK_Manager::buildStringOpDependencies(const char *text, const ReferenceCal
     });
 }
 
+void TRK_Manager::buildStringOpDependencies(const char *text, const TRK_Referrer &from,
+                                            const TRK_Collection *collection, int thread)
+{
+    TRK_PathResolver *resolver = collection != nullptr ? collection->getPathResolver() : nullptr;
+    if (text == nullptr || resolver == nullptr) {
+        return;
+    }
+    if (hasBacktick(text)) {
+        buildStringOpDependencies(text, [&](const KIT_StringRef &path, const KIT_StringRef &name) {
+            resolver->referenceFound(from, path, name, thread);
+        });
+        return;
+    }
+    forEachPathWord(text, [&](const char *begin, const char *end) {
+        const KIT_StringHolder path(begin, static_cast<size_t>(end - begin));
+        if (resolver->findCollection(path) != nullptr) {
+            resolver->referenceFound(from, path, KIT_StringRef(), thread);
+        }
+    });
+}
+
 int TRK_Manager::changeStringOpRef(KIT_String &text, const char *from, const char *to)
 {
-    if (from == nullptr || *from == '\0' || to == nullptr || text.isEmpty()) {
+    const PathChange change{from, to, nullptr};
+    if (!change.isUsable() || text.isEmpty()) {
         return 0;
     }
-    const std::string whole = text.toStdString();
-    std::string changed;
+    std::string changed = text.toStdString();
+    const int count =
+        hasBacktick(text.c_str()) ? changeBackticks(changed, change) : changePaths(changed, change);
+    if (count > 0) {
+        text = changed;
+    }
+    return count;
+}
+
+int TRK_Manager::changeStringOpRef(KIT_String &text, const char *oldFullPath,
+                                   const char *newFullPath, const char *oldRelativePath,
+                                   const char *newRelativePath, const char *name,
+                                   const TRK_Collection *, int)
+{
+    if (text.isEmpty()) {
+        return 0;
+    }
+    const PathChange changes[] = {{oldFullPath, newFullPath, name},
+                                  {oldRelativePath, newRelativePath, name}};
+    const bool backtickFlag = hasBacktick(text.c_str());
+    std::string changed = text.toStdString();
     int count = 0;
-    if (whole.find('`') == std::string::npos) {
-        changed = whole;
-        count = changePaths(changed, from, to);
-    } else {
-        const char *copied = whole.c_str();
-        forEachBacktick(whole.c_str(), [&](const char *begin, const char *end) {
-            std::string expression(begin, end);
-            count += changePaths(expression, from, to);
-            changed.append(copied, begin);
-            changed += expression;
-            copied = end;
-        });
-        changed += copied;
+    for (const PathChange &change : changes) {
+        if (change.isUsable()) {
+            count += backtickFlag ? changeBackticks(changed, change) : changeWords(changed, change);
+        }
     }
     if (count > 0) {
         text = changed;

@@ -6,4 +6,8 @@ void TRK_ValueSource::channelDeleted(const TRK_Channel *) {}
 
 TRK_PathResolver::~TRK_PathResolver() = default;
 
+void TRK_PathResolver::referenceFound(const TRK_Referrer &, const KIT_StringRef &,
+                                      const KIT_StringRef &, int)
+{}
+
 TRK_LanguageEvaluator::~TRK_LanguageEvaluator() = default;

@@ -16,6 +16,13 @@
 class TRK_Channel;
 class TRK_Collection;
 
+/// The parameter component that refers to something: indices into the list of parameters.
+struct TRK_Referrer
+{
+    int parm = -1;      ///< -1: none
+    int component = -1; ///< -1: the parameter as a whole
+};
+
 /// What a parameter list offers to expressions: the value of a parameter component by its channel
 /// name or alias, whether the component has a channel or not.
 class KIT_API TRK_ValueSource
@@ -45,6 +52,10 @@ public:
     virtual bool getVariable(const KIT_StringRef &name, KIT_String &value) = 0;
     /// Appends this node's own path.
     virtual void getPath(KIT_WorkBuffer &path) = 0;
+    /// A text of this node refers to the parameter \p name of the node at \p path (null: of this
+    /// one), or with a null name to that node. Base: nothing.
+    virtual void referenceFound(const TRK_Referrer &from, const KIT_StringRef &path,
+                                const KIT_StringRef &name, int thread);
 };
 
 /// An interpreter for expressions of language 1; see TRK_Manager::setPythonEvaluator.

@@ -157,8 +157,11 @@ TEST_F(Channels, ExpressionsDriveTheirSegment)
     EXPECT_EQ(channel->getStringMeaning(2), TRK_MEANING_LITERAL);
     channel->changeExpression(2, "1 + 1", TRK_LANGUAGE_PYTHON, false);
     EXPECT_EQ(channel->getStringMeaning(3), TRK_MEANING_PYTHON);
+    TRK_LanguageEvaluator *const python = TRK_Manager::getContext().getPythonEvaluator();
+    TRK_Manager::getContext().setPythonEvaluator(nullptr);
     EXPECT_EQ(at(channel, 3), 0.0);
     EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_NO_LANGUAGE);
+    TRK_Manager::getContext().setPythonEvaluator(python);
 }
 
 TEST_F(Channels, ValuesBecomePendingOrKeys)

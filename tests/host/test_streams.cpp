@@ -1,6 +1,8 @@
 // Input streams over memory, binary output, and packets.
 
+#include <BAS/BAS_Number.h>
 #include <BAS/BAS_Thread.h>
+#include <KIT/KIT_Digits.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_IStream.h>
@@ -12,10 +14,13 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <limits>
+#include <random>
 #include <set>
 #include <sstream>
 #include <string>
@@ -292,6 +297,25 @@ TEST(Streams, NumbersAreLittleEndian)
     KITwrite(out, uint32_t(0x01020304));
     KITwrite(out, 1.0f);
     EXPECT_EQ(out.str(), std::string("\xfe\xff\x04\x03\x02\x01\0\0\x80\x3f", 10));
+}
+
+TEST(Streams, NumbersAsPeopleTypeThemAgreeWithTheStandard)
+{
+    std::mt19937_64 random(3);
+    const double edges[] = {0.0,   -0.0,   0.001, 0.0001, 1e-6,  1e5, 1e6,
+                            120e5, 999999, 1e9,   1e15,   1e-15, 0.3, 999999999.999999};
+    for (int i = 0; i < 40000; ++i) {
+        const double steps[] = {1.0, 10.0, 1000.0, 1e6, 1e7};
+        const double drawn = double(int64_t(random() >> (14 + i % 50))) / steps[random() % 5];
+        const double value = i < 14 ? edges[i] : i % 2 ? drawn : -drawn;
+        char expected[64];
+        const char *const end = std::to_chars(expected, expected + sizeof(expected), value).ptr;
+        const std::string text(expected, size_t(end - expected));
+        ASSERT_EQ(KIT_Digits(value).view(), text);
+        double read = 0.0;
+        ASSERT_EQ(BASparseFloat(text.data(), text.size(), read), text.size());
+        ASSERT_EQ(std::memcmp(&read, &value, sizeof(value)), 0) << text;
+    }
 }
 
 TEST(Streams, FailedBinaryReadsStoreNothing)

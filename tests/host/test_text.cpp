@@ -403,11 +403,21 @@ TEST(String, SpaceAndSplitting)
 
 TEST(String, QuotedForms)
 {
-    EXPECT_EQ(changed("plain", [](KIT_String &s) { s.makeSmartQuotedString('"'); }), "plain");
-    EXPECT_EQ(changed("", [](KIT_String &s) { s.makeSmartQuotedString('"'); }), "\"\"");
-    EXPECT_EQ(changed("a \"b\"", [](KIT_String &s) { s.makeSmartQuotedString('"'); }),
-              "\"a \\\"b\\\"\"");
-    EXPECT_EQ(changed("it's", [](KIT_String &s) { s.makeSmartQuotedString('\''); }), "'it\\'s'");
+    const struct
+    {
+        const char *text;
+        char quote;
+        const char *literal;
+    } cases[] = {
+        {"plain", '\'', "'plain'"},     {"", '"', "\"\""},
+        {nullptr, '\'', "''"},          {"a \"b\"", '"', "\"a \\\"b\\\"\""},
+        {"a \"b\"", '\'', "'a \"b\"'"}, {"it's", '\'', "'it\\'s'"},
+        {"'it'", '\'', "'\\'it\\''"},   {"c:\\new\n", '\'', "'c:\\\\new\\n'"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(changed(c.text, [&](KIT_String &s) { s.makeSmartQuotedString(c.quote); }),
+                  c.literal);
+    }
     std::ostringstream os;
     os << KIT_String("q\" b\\ \n\r\t\x01\x7f\xc3\xa9");
     EXPECT_EQ(os.str(), "\"q\\\" b\\\\ \\n\\r\\t\\001\\177\xc3\xa9\"");
@@ -575,6 +585,12 @@ TEST(TokenString, DifferentSequencesDiffer)
         }
     }
     EXPECT_EQ(key("x", 1, 2.5), key("x", 1, 2.5));
+    KIT_TokenString narrow;
+    narrow.append(97, false);
+    KIT_TokenString wide;
+    wide.append(97, true);
+    EXPECT_EQ(narrow, key(97));
+    EXPECT_EQ(wide, key(int64_t{97}));
     EXPECT_EQ(key("x", 1, 2.5).hash(), key("x", 1, 2.5).hash());
 }
 

@@ -1,0 +1,51 @@
+/// \file CON_Manager.h
+/// The command language of the application, as far as parameters meet it: its variables, and the
+/// protection of its words.
+///
+/// Vocabulary: *variable* = a name with a text, set by the application or, failing that, taken from
+///             the environment of the process. *protected word* = a text as it stands in a command:
+///             in double quotes when it needs them to stay one word, the quote, the backslash and
+///             control bytes behind backslashes (KIT_String.h, quoted form).
+/// Ownership:  one for the process. Copies what it is given.
+/// Threads:    variables: any; readers don't wait for each other. The protection of words: any.
+/// Errors:     a variable that isn't set answers false. A stream that fails keeps its state.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+#include <BAS/BAS_StripedLock.h>
+#include <KIT/KIT_StringHolder.h>
+
+#include <iosfwd>
+#include <unordered_map>
+
+class KIT_API CON_Manager
+{
+public:
+    static CON_Manager &getContext();
+
+    // ---------------------------------------------------------------- //
+    /// \name Variables
+    // ---------------------------------------------------------------- //
+    /// The text of a variable, else of the process's environment. False leaves `value` alone.
+    bool getEnv(const KIT_StringRef &name, KIT_String &value) const;
+    /// The same without the environment of the process.
+    bool getVariable(const KIT_StringRef &name, KIT_String &value) const;
+    /// Sets a variable; a null value takes it away. A null or empty name is ignored.
+    void setVariable(const KIT_StringRef &name, const char *value);
+
+    // ---------------------------------------------------------------- //
+    /// \name Words of commands
+    // ---------------------------------------------------------------- //
+    /// Writes the text as one protected word. A null text is the empty one.
+    static void saveProtectedString(std::ostream &os, const char *text);
+    /// Gives a protected word its text back: drops the double quotes around it, if they are still
+    /// there, and resolves the backslashes.
+    static void expandControlSequences(KIT_String &word);
+
+private:
+    CON_Manager() = default;
+
+    mutable BAS_StripedLock myLock;
+    std::unordered_map<KIT_StringRef, KIT_StringHolder> myVariables; // keys are counted
+};

@@ -1,0 +1,27 @@
+/// \file SNK_EvaluationContext.h
+/// The global names that a piece of Python code sees.
+///
+/// Ownership:  owns the names. Each context starts with the module that it is made for, under the
+///             module's name, and Python's built-in functions.
+/// Threads:    one thread at a time.
+/// Errors:     without an interpreter the context is empty; running code in it says why.
+/// Cost:       the first one of the process starts the interpreter.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+
+class KIT_API SNK_EvaluationContext
+{
+public:
+    explicit SNK_EvaluationContext(const char *module);
+    ~SNK_EvaluationContext();
+    SNK_EvaluationContext(const SNK_EvaluationContext &) = delete;
+    SNK_EvaluationContext &operator=(const SNK_EvaluationContext &) = delete;
+
+    /// The interpreter's object; null without an interpreter.
+    void *getNames() const { return myNames; }
+
+private:
+    void *myNames;
+};

@@ -1,0 +1,123 @@
+#include <SNK/SNK_PythonPrivate.h>
+
+#include <SNK/SNK_InterpreterPrivate.h>
+#include <SNK/SNK_Python.h>
+
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace
+{
+
+enum class ModuleState
+{
+    ABSENT,
+    IN_WORK,
+    THERE
+};
+
+std::once_flag theStartFlag;
+std::atomic<bool> theStartedFlag{false};
+std::atomic<ModuleState> theModuleState{ModuleState::ABSENT};
+
+const std::string &startError(const char *error = nullptr)
+{
+    // Never destroyed: other threads may ask while the process ends.
+    static const std::string *const theError =
+        new std::string(error ? std::string("Python could not be started: ") + error + "\n" : "");
+    return *theError;
+}
+
+/// Starts the interpreter that the build found, and leaves it free for any thread.
+void startInterpreter()
+{
+    PyConfig config;
+    PyConfig_InitPythonConfig(&config);
+    // The standard streams are the application's: what stdin has read already would be lost.
+    config.configure_c_stdio = 0;
+    config.install_signal_handlers = 0;
+    config.parse_argv = 0;
+    PyStatus status = PyConfig_SetBytesString(&config, &config.program_name, ZEL_PYTHON_EXECUTABLE);
+    if (!PyStatus_Exception(status)) {
+        status = Py_InitializeFromConfig(&config);
+    }
+    PyConfig_Clear(&config);
+    if (PyStatus_Exception(status)) {
+        startError(status.err_msg ? status.err_msg : "no reason given");
+        return;
+    }
+    theStartedFlag.store(true, std::memory_order_release);
+    PyEval_SaveThread();
+}
+
+void start()
+{
+    // An application that brings its own interpreter has started it before: nothing is done then,
+    // since the calling thread may hold it.
+    std::call_once(theStartFlag, [] {
+        if (Py_IsInitialized()) {
+            theStartedFlag.store(true, std::memory_order_release);
+        } else {
+            startInterpreter();
+        }
+    });
+}
+
+/// Puts `vmr` among the modules. The interpreter is held, but making a module may pass it on, so
+/// one thread makes it and the others leave the interpreter while they wait.
+bool makeModuleOnce()
+{
+    while (theModuleState.load(std::memory_order_acquire) != ModuleState::THERE) {
+        ModuleState expected = ModuleState::ABSENT;
+        if (!theModuleState.compare_exchange_strong(expected, ModuleState::IN_WORK)) {
+            const SNK_PythonRest rest;
+            std::this_thread::yield();
+            continue;
+        }
+        PyObject *module = SNKmakeModule();
+        PyObject *modules = PyImport_GetModuleDict();
+        const bool goodFlag = module && PyDict_SetItemString(modules, "vmr", module) == 0;
+        Py_XDECREF(module);
+        PyErr_Clear();
+        theModuleState.store(goodFlag ? ModuleState::THERE : ModuleState::ABSENT,
+                             std::memory_order_release);
+        if (!goodFlag) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+SNK_PythonHold::SNK_PythonHold() : myError(nullptr)
+{
+    if (!SNKisPythonEnabled()) {
+        myError = "Python is switched off.\n";
+        return;
+    }
+    start();
+    if (!theStartedFlag.load(std::memory_order_acquire)) {
+        myError = startError().c_str();
+        return;
+    }
+    myState = PyGILState_Ensure();
+    if (!makeModuleOnce()) {
+        PyGILState_Release(myState);
+        myError = "The module vmr could not be made.\n";
+    }
+}
+
+SNK_PythonHold::~SNK_PythonHold()
+{
+    if (!myError) {
+        PyGILState_Release(myState);
+    }
+}
+
+bool SNK_Interpreter::isStarted()
+{
+    return theStartedFlag.load(std::memory_order_acquire);
+}

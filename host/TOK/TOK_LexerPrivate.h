@@ -1,0 +1,63 @@
+/// \file TOK_LexerPrivate.h
+/// Splits one text into tokens and directive lines; TOK_TokenStream.h tells the rules.
+///
+/// Vocabulary: *directive line* = a directive without its `#`, comments and joined line ends.
+/// Units:      lines from the first line's number.
+/// Ownership:  borrows the text. A token lies in it, or in the lexer until the next call.
+/// Threads:    one thread at a time.
+/// Errors:     what is never closed reads to the end of the text; takeFault() then tells.
+
+#pragma once
+
+#include <string>
+#include <string_view>
+
+class TOK_Lexer
+{
+public:
+    enum Kind
+    {
+        END,
+        WORD,   ///< a word or a bracket
+        QUOTED, ///< without its quotes, backslashes and all
+        DIRECTIVE
+    };
+    enum Fault
+    {
+        NO_FAULT,
+        OPEN_QUOTE,
+        OPEN_COMMENT
+    };
+
+    /// With `directives` false every `#` is ordinary.
+    TOK_Lexer(std::string_view text, bool directives);
+
+    Kind next(std::string_view &token);
+    /// The line that the token of the last next() begins on.
+    int getLine() const { return myTokenLine; }
+    /// Whether that token is the first of its line.
+    bool isFirstOnLine() const { return myFirstFlag; }
+    /// What the last next() ran into, once.
+    Fault takeFault(int &line);
+
+private:
+    bool skipBlanks();
+    void skipBlockComment();
+    size_t jointLength(const char *at) const;
+    bool readDirective(std::string_view &line);
+    void readDirectiveLine();
+    std::string_view readWord();
+    std::string_view readQuoted();
+    std::string_view copyQuoted(const char *begin);
+
+    const char *myAt;
+    const char *myEnd;
+    std::string myScratch;
+    int myLine = 1;
+    int myTokenLine = 1;
+    int myFaultLine = 0;
+    Fault myFault = NO_FAULT;
+    bool myDirectivesFlag;
+    bool myLineStartFlag = true;
+    bool myFirstFlag = false;
+};

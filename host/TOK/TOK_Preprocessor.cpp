@@ -1,0 +1,491 @@
+#include <TOK/TOK_PreprocessorPrivate.h>
+
+#include <KIT/KIT_IFStream.h>
+#include <TOK/TOK_TokenStream.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace
+{
+
+/// The same text for each path to a file; empty if there is no such file.
+std::string identityOf(const std::string &path)
+{
+    std::error_code fault;
+    const std::filesystem::path whole = std::filesystem::canonical(path, fault);
+    return fault ? std::string() : whole.string();
+}
+
+bool isPlainFile(const std::string &path)
+{
+    std::error_code fault;
+    return std::filesystem::is_regular_file(path, fault);
+}
+
+bool readFile(const std::string &path, std::string &text)
+{
+    KIT_IFStream stream(path.c_str());
+    text.resize(static_cast<size_t>(stream.remaining()));
+    return stream.breadRaw(text.data(), text.size()) && stream.isReadable();
+}
+
+std::string joined(const std::string &folder, const std::string &path)
+{
+    return folder.empty() || folder.back() == '/' ? folder + path : folder + '/' + path;
+}
+
+bool isNameEnd(std::string_view rest)
+{
+    const std::string_view before = rest;
+    TOK_Condition::skipBlanks(rest);
+    return rest.empty() || rest.size() != before.size();
+}
+
+} // namespace
+
+TOK_Preprocessor::TOK_Preprocessor(TOK_TokenStream &owner)
+    : myOwner(owner), myIncludeDepth(TOK_Limits::theIncludeDepth)
+{}
+
+TOK_Preprocessor::~TOK_Preprocessor() = default;
+
+// -------------------------------------------------------------------- //
+// Sources
+// -------------------------------------------------------------------- //
+
+void TOK_Preprocessor::openText(std::string &&text, const char *name, bool readable)
+{
+    pushFile(std::move(text), name);
+    myReadableFlag = readable;
+    if (!readable) {
+        error("can't read the text", 0);
+    }
+}
+
+void TOK_Preprocessor::openFile(const char *fileName)
+{
+    std::string text;
+    myReadableFlag = readFile(fileName, text);
+    pushFile(std::move(text), fileName);
+    if (!myReadableFlag) {
+        error("can't read the file", 0);
+    }
+}
+
+void TOK_Preprocessor::pushFile(std::string &&text, const std::string &name)
+{
+    static constexpr std::string_view theByteOrderMark = "\xEF\xBB\xBF";
+    std::unique_ptr<Source> source = std::make_unique<Source>();
+    source->text = std::move(text);
+    std::string_view view = source->text;
+    if (view.substr(0, theByteOrderMark.size()) == theByteOrderMark) {
+        view.remove_prefix(theByteOrderMark.size());
+    }
+    source->lexer = TOK_Lexer(view, true);
+    source->fileName = myNames.emplace_back(name).c_str();
+    source->identity = identityOf(name);
+    source->outerGroups = myGroups.size();
+    myFile = source.get();
+    myFileDepth++;
+    mySources.push_back(std::move(source));
+
+    const size_t nul = view.find('\0');
+    if (nul != std::string_view::npos) {
+        const auto lines = std::count(view.begin(), view.begin() + static_cast<long>(nul), '\n');
+        warning("NUL bytes are read as blanks", 1 + static_cast<int>(lines));
+    }
+}
+
+/// False if it was the last one, which stays for the sake of its name.
+bool TOK_Preprocessor::popSource()
+{
+    Source &source = *mySources.back();
+    if (source.macro) {
+        source.macro->activeFlag = false;
+        myMacroDepth--;
+        mySources.pop_back();
+        return true;
+    }
+    while (myGroups.size() > source.outerGroups) {
+        error("#if without #endif", myGroups.back().line);
+        myGroups.pop_back();
+    }
+    if (mySources.size() == 1) {
+        return false;
+    }
+    mySources.pop_back();
+    myFileDepth--;
+    myFile = mySources.back().get(); // only files include files
+    return true;
+}
+
+bool TOK_Preprocessor::next(std::string_view &token, bool &quoted)
+{
+    while (!myStoppedFlag) {
+        Source &source = *mySources.back();
+        const TOK_Lexer::Kind kind = source.lexer.next(token);
+        if (!source.macro) {
+            myLine = source.lexer.getLine();
+        }
+        checkFault();
+        if (kind == TOK_Lexer::END) {
+            myStoppedFlag = !popSource();
+        } else if (kind == TOK_Lexer::DIRECTIVE) {
+            runDirective(token);
+        } else if (!isSkipping()) {
+            quoted = kind == TOK_Lexer::QUOTED;
+            if (quoted || !expandMacro(token)) {
+                if (!myPlainHashFlag && !quoted && token[0] == '#' && !source.macro &&
+                    source.lexer.isFirstOnLine()) {
+                    warning("no directive: '" + std::string(token) + "'", myLine);
+                }
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// -------------------------------------------------------------------- //
+// Directives
+// -------------------------------------------------------------------- //
+
+const TOK_Preprocessor::Directive TOK_Preprocessor::theDirectives[] = {
+    {"include", false, &TOK_Preprocessor::runInclude},
+    {"define", false, &TOK_Preprocessor::runDefine},
+    {"undef", false, &TOK_Preprocessor::runUndef},
+    {"if", true, &TOK_Preprocessor::runIf},
+    {"ifdef", true, &TOK_Preprocessor::runIfdef},
+    {"ifndef", true, &TOK_Preprocessor::runIfndef},
+    {"elif", true, &TOK_Preprocessor::runElif},
+    {"else", true, &TOK_Preprocessor::runElse},
+    {"endif", true, &TOK_Preprocessor::runEndif},
+};
+
+void TOK_Preprocessor::runDirective(std::string_view line)
+{
+    const std::string_view word = TOK_Condition::takeName(line);
+    for (const Directive &directive : theDirectives) {
+        if (word == directive.word) {
+            if (directive.groupFlag || !isSkipping()) {
+                TOK_Condition::skipBlanks(line);
+                (this->*directive.run)(line);
+            }
+            return;
+        }
+    }
+}
+
+void TOK_Preprocessor::runDefine(std::string_view rest)
+{
+    const std::string name(TOK_Condition::takeName(rest));
+    if (name.empty() || name == "defined") {
+        error("#define lacks a name");
+        return;
+    }
+    if (!isNameEnd(rest)) {
+        error(rest.front() == '(' ? "macros have no arguments: '" + name + "'"
+                                  : "the name of a macro goes on after '" + name + "'");
+        return;
+    }
+    TOK_Condition::skipBlanks(rest);
+    const auto [at, newFlag] = myMacros.try_emplace(name);
+    if (!newFlag && at->second.text != rest) {
+        warning("defined with another text before: '" + name + "'", myLine);
+    }
+    at->second.text = rest;
+}
+
+void TOK_Preprocessor::runUndef(std::string_view rest)
+{
+    const std::string name(TOK_Condition::takeName(rest));
+    if (name.empty()) {
+        error("#undef lacks a name");
+    }
+    myMacros.erase(name);
+}
+
+bool TOK_Preprocessor::expandMacro(std::string_view word)
+{
+    if (myMacros.empty()) {
+        return false;
+    }
+    const TOK_MacroMap::iterator found = myMacros.find(word);
+    if (found == myMacros.end() || found->second.activeFlag) {
+        return false;
+    }
+    TOK_Macro &macro = found->second;
+    myMacroBytes += macro.text.size() + 1;
+    if (myMacroDepth >= TOK_Limits::theMacroDepth) {
+        stop("macros nest deeper than the limit of " + std::to_string(TOK_Limits::theMacroDepth));
+    } else if (myMacroBytes > TOK_Limits::theMacroBytes) {
+        stop("macros give more text than the limit of " +
+             std::to_string(TOK_Limits::theMacroBytes) + " bytes");
+    } else {
+        std::unique_ptr<Source> source = std::make_unique<Source>();
+        source->lexer = TOK_Lexer(macro.text, false);
+        source->macro = &macro;
+        macro.activeFlag = true;
+        myMacroDepth++;
+        mySources.push_back(std::move(source));
+    }
+    return true;
+}
+
+// -------------------------------------------------------------------- //
+// Groups
+// -------------------------------------------------------------------- //
+
+void TOK_Preprocessor::openGroup(bool value)
+{
+    if (myGroups.size() >= TOK_Limits::theConditionDepth) {
+        stop("#if nests deeper than the limit of " + std::to_string(TOK_Limits::theConditionDepth));
+        return;
+    }
+    const bool deadFlag = isSkipping();
+    myGroups.push_back({myLine, value && !deadFlag, !value && !deadFlag, false});
+}
+
+/// The group that a directive goes on with; null, and an error, if there is none in this file.
+TOK_Preprocessor::Group *TOK_Preprocessor::currentGroup(const char *word)
+{
+    if (myGroups.size() > myFile->outerGroups) {
+        return &myGroups.back();
+    }
+    error("#" + std::string(word) + " without #if");
+    return nullptr;
+}
+
+bool TOK_Preprocessor::evaluate(std::string_view text)
+{
+    TOK_Condition condition(myMacros);
+    int64_t value;
+    if (const char *const fault = condition.evaluate(text, value)) {
+        error("#if: " + std::string(fault));
+        return false;
+    }
+    return value != 0;
+}
+
+void TOK_Preprocessor::testDefined(std::string_view rest, bool wanted)
+{
+    const std::string_view name = TOK_Condition::takeName(rest);
+    if (name.empty() && !isSkipping()) {
+        error("#if lacks a name");
+    }
+    openGroup((myMacros.count(name) != 0) == wanted);
+}
+
+void TOK_Preprocessor::runIf(std::string_view rest)
+{
+    openGroup(!isSkipping() && evaluate(rest));
+}
+
+void TOK_Preprocessor::runIfdef(std::string_view rest)
+{
+    testDefined(rest, true);
+}
+
+void TOK_Preprocessor::runIfndef(std::string_view rest)
+{
+    testDefined(rest, false);
+}
+
+void TOK_Preprocessor::runElif(std::string_view rest)
+{
+    if (Group *const group = currentGroup("elif")) {
+        if (group->elseFlag) {
+            error("#elif behind #else");
+        }
+        group->activeFlag = group->pendingFlag && evaluate(rest);
+        group->pendingFlag = group->pendingFlag && !group->activeFlag;
+    }
+}
+
+void TOK_Preprocessor::runElse(std::string_view)
+{
+    if (Group *const group = currentGroup("else")) {
+        if (group->elseFlag) {
+            error("a second #else");
+        }
+        group->elseFlag = true;
+        group->activeFlag = group->pendingFlag;
+        group->pendingFlag = false;
+    }
+}
+
+void TOK_Preprocessor::runEndif(std::string_view)
+{
+    if (currentGroup("endif")) {
+        myGroups.pop_back();
+    }
+}
+
+// -------------------------------------------------------------------- //
+// Included files
+// -------------------------------------------------------------------- //
+
+void TOK_Preprocessor::runInclude(std::string_view rest)
+{
+    const char close = rest.empty() ? '\0' : rest[0] == '<' ? '>' : rest[0];
+    const size_t end = rest.find(close, 1);
+    if ((close != '"' && close != '>') || end == std::string_view::npos || end == 1) {
+        error("#include lacks a file name in \"\" or <>");
+        return;
+    }
+    const std::string path(rest.substr(1, end - 1));
+    if (!myBesideFlag && !mySearchFlag) {
+        error("this text can't include files: '" + path + "'");
+        return;
+    }
+    const std::string found = findInclude(path, close == '"');
+    if (found.empty()) {
+        error("can't find the file to include: '" + path + "'");
+    } else if (isBeingRead(found)) {
+        error("a file includes itself: '" + found + "'");
+    } else if (myFileDepth > myIncludeDepth) {
+        error("#include nests deeper than the limit of " + std::to_string(myIncludeDepth) +
+              " files: '" + found + "'");
+    } else {
+        includeFile(found);
+    }
+}
+
+std::string TOK_Preprocessor::findInclude(const std::string &path, bool beside) const
+{
+    std::vector<std::string> candidates;
+    const std::string includer = myFile->fileName;
+    if (path[0] == '/') {
+        candidates.push_back(path);
+    } else if (beside && myBesideFlag && !includer.empty()) {
+        candidates.push_back(includer.substr(0, includer.rfind('/') + 1) + path);
+    }
+    if (path[0] != '/' && mySearchFlag) {
+        for (const std::vector<std::string> *folders : {&myFolders, &myPath}) {
+            for (const std::string &folder : *folders) {
+                candidates.push_back(joined(folder, path));
+            }
+        }
+    }
+    const auto found = std::find_if(candidates.begin(), candidates.end(), isPlainFile);
+    return found == candidates.end() ? std::string() : *found;
+}
+
+bool TOK_Preprocessor::isBeingRead(const std::string &path) const
+{
+    const std::string identity = identityOf(path);
+    return std::any_of(mySources.begin(), mySources.end(), [&](const auto &source) {
+        return !source->macro && source->identity == identity;
+    });
+}
+
+void TOK_Preprocessor::includeFile(const std::string &path)
+{
+    std::error_code fault;
+    const std::uintmax_t size = std::filesystem::file_size(path, fault);
+    if (++myIncludes > TOK_Limits::theIncludes) {
+        stop("more files are included than the limit of " +
+             std::to_string(TOK_Limits::theIncludes));
+        return;
+    }
+    if (!fault && size > TOK_Limits::theIncludeBytes - myIncludeBytes) {
+        stop("included files are larger than the limit of " +
+             std::to_string(TOK_Limits::theIncludeBytes) + " bytes");
+        return;
+    }
+    std::string text;
+    if (fault || !readFile(path, text)) {
+        error("can't read the file to include: '" + path + "'");
+        return;
+    }
+    myIncludeBytes += std::min(text.size(), TOK_Limits::theIncludeBytes - myIncludeBytes);
+    pushFile(std::move(text), path);
+}
+
+// -------------------------------------------------------------------- //
+// Settings
+// -------------------------------------------------------------------- //
+
+void TOK_Preprocessor::setOptions(const char *const *options)
+{
+    myBesideFlag = mySearchFlag = myPlainHashFlag = false;
+    myFolders.clear();
+    for (; options && *options; options++) {
+        const std::string word = *options;
+        const std::string start = word.substr(0, 2);
+        const std::string rest = word.size() > 2 ? word.substr(2) : std::string();
+        if (word == "-h") {
+            myBesideFlag = true;
+        } else if (word == "-H") {
+            mySearchFlag = true;
+        } else if (word == "-x") {
+            myPlainHashFlag = true;
+        } else if (start == "-I" && !rest.empty()) {
+            myFolders.push_back(rest);
+            mySearchFlag = true;
+        } else if (start == "-D" && !rest.empty()) {
+            const size_t equals = rest.find('=');
+            const bool textFlag = equals != std::string::npos;
+            myMacros[rest.substr(0, equals)].text = textFlag ? rest.substr(equals + 1) : "1";
+        } else if (start == "-U") {
+            myMacros.erase(rest);
+        }
+    }
+}
+
+void TOK_Preprocessor::setPath(const char *folders)
+{
+    myPath.clear();
+    std::string_view rest = folders ? folders : "";
+    while (!rest.empty()) {
+        const size_t length = std::min(rest.find(':'), rest.size());
+        if (length) {
+            myPath.emplace_back(rest.substr(0, length));
+        }
+        rest.remove_prefix(std::min(length + 1, rest.size()));
+    }
+}
+
+// -------------------------------------------------------------------- //
+// Messages
+// -------------------------------------------------------------------- //
+
+void TOK_Preprocessor::checkFault()
+{
+    const Source &source = *mySources.back();
+    int line;
+    const TOK_Lexer::Fault fault = mySources.back()->lexer.takeFault(line);
+    if (fault != TOK_Lexer::NO_FAULT) {
+        error(fault == TOK_Lexer::OPEN_QUOTE ? "a quote is never closed"
+                                             : "a comment is never closed",
+              source.macro ? myLine : line);
+    }
+}
+
+std::string TOK_Preprocessor::placed(const std::string &text, int line) const
+{
+    const std::string name = myFile->fileName;
+    if (name.empty()) {
+        return line ? "line " + std::to_string(line) + ": " + text : text;
+    }
+    return line ? name + "(" + std::to_string(line) + "): " + text : name + ": " + text;
+}
+
+void TOK_Preprocessor::error(const std::string &text, int line)
+{
+    myOwner.cppError(placed(text, line).c_str());
+}
+
+void TOK_Preprocessor::warning(const std::string &text, int line)
+{
+    myOwner.cppWarning(placed(text, line).c_str());
+}
+
+void TOK_Preprocessor::stop(const std::string &text)
+{
+    error(text);
+    myStoppedFlag = true;
+}

@@ -1,0 +1,121 @@
+/// \file TOK_PreprocessorPrivate.h
+/// Runs directives, included files and macros, and gives the tokens that are left.
+///
+/// Vocabulary: *source* = a text that is being read: a file, or the text of a macro. *group* = what
+///             stands between #if and #endif; it belongs to one file.
+/// Ownership:  owns the texts and the file names.
+/// Threads:    one thread at a time.
+/// Errors:     reports with the place through the token stream. A limit of the whole text ends it.
+
+#pragma once
+
+#include <TOK/TOK_ConditionPrivate.h>
+#include <TOK/TOK_LexerPrivate.h>
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class TOK_TokenStream;
+
+class TOK_Preprocessor
+{
+public:
+    explicit TOK_Preprocessor(TOK_TokenStream &owner);
+    ~TOK_Preprocessor();
+
+    /// Begins with a text, whose name may be empty, or with a file.
+    void openText(std::string &&text, const char *name, bool readable);
+    void openFile(const char *fileName);
+    bool isReadable() const { return myReadableFlag; }
+    void setIncludeDepth(int depth) { myIncludeDepth = depth; }
+
+    /// False at the end. `quoted` tells a quoted token.
+    bool next(std::string_view &token, bool &quoted);
+    /// The file and line of the last token, or of the use of the macro that it comes from.
+    const char *getFileName() const { return myFile->fileName; }
+    int getLine() const { return myLine; }
+
+    void setOptions(const char *const *options);
+    void setPath(const char *folders);
+
+private:
+    struct Source
+    {
+        std::string text; // of a file
+        TOK_Lexer lexer{std::string_view(), true};
+        const char *fileName = "";
+        std::string identity;       // of a file: the same for each path to it
+        TOK_Macro *macro = nullptr; // null: a file
+        size_t outerGroups = 0;     // open groups of the files around it
+    };
+    struct Group
+    {
+        int line;
+        bool activeFlag;  // its tokens count
+        bool pendingFlag; // no branch was taken yet, and one may be
+        bool elseFlag;    // #else was met
+    };
+    struct Directive
+    {
+        const char *word;
+        bool groupFlag; // also runs inside a group that is skipped
+        void (TOK_Preprocessor::*run)(std::string_view rest);
+    };
+    static const Directive theDirectives[];
+
+    void pushFile(std::string &&text, const std::string &name);
+    bool popSource();
+    bool isSkipping() const { return !myGroups.empty() && !myGroups.back().activeFlag; }
+
+    void runDirective(std::string_view line);
+    void runInclude(std::string_view rest);
+    void runDefine(std::string_view rest);
+    void runUndef(std::string_view rest);
+    void runIf(std::string_view rest);
+    void runIfdef(std::string_view rest);
+    void runIfndef(std::string_view rest);
+    void runElif(std::string_view rest);
+    void runElse(std::string_view rest);
+    void runEndif(std::string_view rest);
+
+    void testDefined(std::string_view rest, bool wanted);
+    bool evaluate(std::string_view text);
+    void openGroup(bool value);
+    Group *currentGroup(const char *word);
+
+    std::string findInclude(const std::string &path, bool beside) const;
+    void includeFile(const std::string &path);
+    bool isBeingRead(const std::string &path) const;
+    bool expandMacro(std::string_view word);
+
+    void checkFault();
+    void error(const std::string &text, int line);
+    void error(const std::string &text) { error(text, myLine); }
+    void warning(const std::string &text, int line);
+    std::string placed(const std::string &text, int line) const;
+    void stop(const std::string &text);
+
+    TOK_TokenStream &myOwner;
+    std::deque<std::string> myNames; // of files, for as long as positions may be asked for
+    std::vector<std::unique_ptr<Source>> mySources;
+    std::vector<Group> myGroups;
+    TOK_MacroMap myMacros;
+    std::vector<std::string> myFolders; // of -I
+    std::vector<std::string> myPath;
+    Source *myFile = nullptr; // the innermost file
+    int myLine = 0;
+    int myIncludeDepth;
+    int myFileDepth = 0;
+    int myMacroDepth = 0;
+    int myIncludes = 0;
+    size_t myIncludeBytes = 0;
+    size_t myMacroBytes = 0;
+    bool myBesideFlag = true;
+    bool mySearchFlag = true;
+    bool myPlainHashFlag = true;
+    bool myStoppedFlag = false;
+    bool myReadableFlag = true;
+};
