@@ -1,13 +1,13 @@
 #include <ZEL/ZEL_SpareData.h>
 
-#include <BAS/BAS_Number.h>
+#include <KIT/KIT_StringArray.h>
+#include <ZEL/ZEL_SpareValuesPrivate.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
-#include <strings.h>
+#include <iterator>
+#include <utility>
 
-/// A token in the null state marks an empty slot.
+/// A token in the null state marks an empty slot. The value is one use in the table of values.
 struct ZEL_SpareData::Slot
 {
     KIT_StringHolder token;
@@ -19,11 +19,45 @@ namespace
 
 constexpr uint32_t theSmallestCapacity = 4;
 
-int parseInt(const char *text)
+constexpr const char *theBuiltInTokens[] = {
+#define ZEL_SPARE_TOKEN(stem, text) text,
+#include <ZEL/ZEL_SpareDataTokens.def>
+};
+constexpr size_t theBuiltInCount = 65;
+static_assert(std::size(theBuiltInTokens) == theBuiltInCount, "a built-in token was added or lost");
+
+/// The built-in tokens by their hashes.
+class TokenSet
 {
-    const int64_t value = BASparseInteger(text, 10);
-    return static_cast<int>(std::clamp<int64_t>(value, INT32_MIN, INT32_MAX));
-}
+public:
+    TokenSet()
+    {
+        for (const char *text : theBuiltInTokens) {
+            const KIT_StringRef token(text);
+            mySlots[slotOf(token)] = token;
+        }
+    }
+    bool contains(const KIT_StringRef &token) const
+    {
+        return !token.isNull() && !mySlots[slotOf(token)].isNull();
+    }
+
+private:
+    static constexpr size_t theSlots = 131;
+    static_assert(theSlots > theBuiltInCount, "a probe ends at an empty slot");
+
+    /// The token's slot, or the empty one where it would go.
+    size_t slotOf(const KIT_StringRef &token) const
+    {
+        size_t i = token.hash() % theSlots;
+        while (!mySlots[i].isNull() && mySlots[i] != token) {
+            i = (i + 1) % theSlots;
+        }
+        return i;
+    }
+
+    KIT_StringRef mySlots[theSlots];
+};
 
 } // namespace
 
@@ -45,6 +79,9 @@ ZEL_SpareData::~ZEL_SpareData()
 
 void ZEL_SpareData::freeTable()
 {
+    for (uint32_t i = 0; i < myCapacity; i++) {
+        ZEL_SpareValues::release(mySlots[i].value);
+    }
     delete[] mySlots;
     mySlots = nullptr;
     myCapacity = 0;
@@ -68,16 +105,16 @@ ZEL_SpareData::Slot *ZEL_SpareData::find(const KIT_StringRef &token) const
     }
 }
 
-/// Room and the token's absence are given.
-void ZEL_SpareData::insertUnique(const KIT_StringHolder &token, const KIT_StringHolder &value)
+/// Room and the token's absence are given. The value's use goes over to the slot.
+void ZEL_SpareData::insertUnique(KIT_StringHolder &&token, KIT_StringHolder &&value)
 {
     const uint32_t mask = myCapacity - 1;
     uint32_t i = token.hash() & mask;
     while (!mySlots[i].token.isNull()) {
         i = (i + 1) & mask;
     }
-    mySlots[i].token = token;
-    mySlots[i].value = value;
+    mySlots[i].token = std::move(token);
+    mySlots[i].value = std::move(value);
     myCount++;
 }
 
@@ -90,30 +127,38 @@ void ZEL_SpareData::resize(uint32_t capacity)
     myCount = 0;
     for (uint32_t i = 0; i < oldCapacity; i++) {
         if (!oldSlots[i].token.isNull()) {
-            insertUnique(oldSlots[i].token, oldSlots[i].value);
+            insertUnique(std::move(oldSlots[i].token), std::move(oldSlots[i].value));
         }
     }
     delete[] oldSlots;
+}
+
+/// Sets or replaces; neither is null.
+void ZEL_SpareData::store(const KIT_StringHolder &token, const KIT_StringRef &value)
+{
+    KIT_StringHolder shared = ZEL_SpareValues::acquire(value);
+    if (shared.isNull()) {
+        return;
+    }
+    if (Slot *slot = find(token)) {
+        // Only now is the old value let go: the new one may be its text.
+        ZEL_SpareValues::release(slot->value);
+        slot->value = std::move(shared);
+        return;
+    }
+    if ((myCount + 1) * 4 > myCapacity * 3) {
+        resize(std::max(theSmallestCapacity, myCapacity * 2));
+    }
+    insertUnique(KIT_StringHolder(token), std::move(shared));
 }
 
 void ZEL_SpareData::addTokenValue(const KIT_StringHolder &token, const char *value)
 {
     if (!value) {
         deleteTokenValue(token);
-        return;
+    } else if (!token.isNull()) {
+        store(token, KIT_StringRef(value));
     }
-    if (token.isNull()) {
-        return;
-    }
-    const KIT_StringHolder held(value); // the value may be one of ours
-    if (Slot *slot = find(token)) {
-        slot->value = held;
-        return;
-    }
-    if ((myCount + 1) * 4 > myCapacity * 3) {
-        resize(std::max(theSmallestCapacity, myCapacity * 2));
-    }
-    insertUnique(token, held);
 }
 
 const char *ZEL_SpareData::getValue(const KIT_StringRef &token) const
@@ -128,13 +173,14 @@ void ZEL_SpareData::deleteTokenValue(const KIT_StringRef &token)
     if (!slot) {
         return;
     }
+    ZEL_SpareValues::release(slot->value);
     // Close the gap: a later entry of the run moves up when its home is not behind the gap.
     const uint32_t mask = myCapacity - 1;
     uint32_t gap = static_cast<uint32_t>(slot - mySlots);
     for (uint32_t i = (gap + 1) & mask; !mySlots[i].token.isNull(); i = (i + 1) & mask) {
         const uint32_t home = mySlots[i].token.hash() & mask;
         if (((i - home) & mask) >= ((i - gap) & mask)) {
-            mySlots[gap] = mySlots[i];
+            mySlots[gap] = std::move(mySlots[i]);
             gap = i;
         }
     }
@@ -159,7 +205,10 @@ void ZEL_SpareData::copyFrom(const ZEL_SpareData &other)
     mySlots = new Slot[other.myCapacity];
     myCapacity = other.myCapacity;
     myCount = other.myCount;
-    std::copy(other.mySlots, other.mySlots + other.myCapacity, mySlots);
+    for (uint32_t i = 0; i < myCapacity; i++) {
+        mySlots[i].token = other.mySlots[i].token;
+        mySlots[i].value = ZEL_SpareValues::acquire(other.mySlots[i].value);
+    }
 }
 
 void ZEL_SpareData::mergeFrom(const ZEL_SpareData &other)
@@ -170,7 +219,7 @@ void ZEL_SpareData::mergeFrom(const ZEL_SpareData &other)
     for (uint32_t i = 0; i < other.myCapacity; i++) {
         const Slot &slot = other.mySlots[i];
         if (!slot.token.isNull() && !find(slot.token)) {
-            addTokenValue(slot.token, slot.value.c_str());
+            store(slot.token, slot.value);
         }
     }
 }
@@ -229,81 +278,28 @@ int64_t ZEL_SpareData::getMemoryUsage(bool inclusive) const
     int64_t bytes = inclusive ? static_cast<int64_t>(sizeof(*this)) : 0;
     bytes += static_cast<int64_t>(myCapacity * sizeof(Slot));
     for (uint32_t i = 0; i < myCapacity; i++) {
-        bytes += mySlots[i].token.getMemoryUsage(false) + mySlots[i].value.getMemoryUsage(false);
+        bytes += mySlots[i].token.getMemoryUsage(false);
     }
     return bytes;
 }
 
 // -------------------------------------------------------------------- //
-// Known tokens
+// Built-in tokens
 // -------------------------------------------------------------------- //
 
-const char *ZEL_SpareData::getAutoScope() const
+void ZEL_SpareData::builtInTokens(KIT_StringArray &tokens)
 {
-    return getValue(getAutoScopeToken());
+    const int64_t room = tokens.entries() + static_cast<int64_t>(theBuiltInCount);
+    if (tokens.capacity() < room) {
+        tokens.setCapacity(room);
+    }
+    for (const char *token : theBuiltInTokens) {
+        tokens.append(token);
+    }
 }
 
-const char *ZEL_SpareData::getAutoSelect() const
+bool ZEL_SpareData::isBuiltInToken(const KIT_StringRef &token)
 {
-    return getValue(getAutoSelectToken());
-}
-
-const char *ZEL_SpareData::getCallbackData() const
-{
-    return getValue(getCallbackToken());
-}
-
-void ZEL_SpareData::setCallbackData(const char *script)
-{
-    addTokenValue(getCallbackToken(), script);
-}
-
-TRK_ScriptLanguage ZEL_SpareData::getCallbackLanguage() const
-{
-    const char *word = getValue(getCallbackLanguageToken());
-    return word ? TRKstringToScriptLanguage(word) : TRK_SCRIPT_COMMAND;
-}
-
-void ZEL_SpareData::setCallbackLanguage(TRK_ScriptLanguage language)
-{
-    addTokenValue(getCallbackLanguageToken(), TRKscriptLanguageAsString(language));
-}
-
-bool ZEL_SpareData::getCookDependent() const
-{
-    const char *value = getValue(getCookDependentToken());
-    return value && (!strcasecmp(value, "true") || parseInt(value) > 0);
-}
-
-void ZEL_SpareData::setCookDependent(bool flag)
-{
-    addTokenValue(getCookDependentToken(), flag ? "1" : nullptr);
-}
-
-int ZEL_SpareData::getMultiStartOffset() const
-{
-    const char *value = getValue(getMultiStartOffsetToken());
-    return value && *value ? parseInt(value) : 1;
-}
-
-void ZEL_SpareData::setMultiStartOffset(int offset)
-{
-    char text[16];
-    std::snprintf(text, sizeof(text), "%d", offset);
-    addTokenValue(getMultiStartOffsetToken(), text);
-}
-
-const char *ZEL_SpareData::getSaveValue() const
-{
-    return getValue(getSaveValueToken());
-}
-
-void ZEL_SpareData::setSaveValue(bool always)
-{
-    addTokenValue(getSaveValueToken(), always ? "1" : "0");
-}
-
-const char *ZEL_SpareData::getTakeControl() const
-{
-    return getValue(getTakeControlToken());
+    static const TokenSet theSet;
+    return theSet.contains(token);
 }

@@ -1,5 +1,5 @@
-// Templates and the records they point to: names, defaults, ranges, menus, spare data, channel
-// tokens, masks, copies, ramps, memory accounts.
+// Templates and the records they point to: names, defaults, ranges, menus, channel tokens, masks,
+// copies, ramps, memory accounts.
 #include <BAS/BAS_Memory.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -15,8 +15,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <map>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -140,84 +138,6 @@ TEST(Ranges, OnlyHardLimitsConstrain)
     EXPECT_EQ(crossed.constrain(12), 5);
     EXPECT_FALSE(crossed.hasUIMin());
     EXPECT_TRUE(crossed.hasUIMax());
-}
-
-TEST(SpareData, BehavesAsAMapUnderRandomEdits)
-{
-    std::mt19937 random(7);
-    ZEL_SpareData spare;
-    std::map<std::string, std::string> expected;
-    for (int step = 0; step < 20000; step++) {
-        const std::string token = "k" + std::to_string(random() % 60);
-        const std::string value = std::to_string(step);
-        if (random() % 2) {
-            spare.addTokenValue(token, value.c_str());
-            expected[token] = value;
-        } else {
-            spare.addTokenValue(token, nullptr);
-            expected.erase(token);
-        }
-        const std::string probe = "k" + std::to_string(random() % 60);
-        const char *found = spare.getValue(KIT_StringRef(probe.c_str()));
-        const auto wanted = expected.find(probe);
-        ASSERT_EQ(found ? found : "absent", wanted == expected.end() ? "absent" : wanted->second);
-        ASSERT_EQ(spare.entries(), expected.size());
-    }
-    std::map<std::string, std::string> visited;
-    spare.traverseConst(
-        [](const char *token, const char *value, void *data) {
-            (*static_cast<std::map<std::string, std::string> *>(data))[token] = value;
-            return 1;
-        },
-        &visited);
-    EXPECT_EQ(visited, expected);
-}
-
-TEST(SpareData, CopiesMergesAndCompares)
-{
-    const ZEL_SpareData base({"a", "1"}, ZEL_SpareData::Pair("b", ""),
-                             ZEL_SpareData::Pair("a", "2"));
-    EXPECT_EQ(base.entries(), 2u);
-    EXPECT_STREQ(base.getValue("a"), "2") << "the later pair wins";
-    EXPECT_STREQ(base.getValue("b"), "") << "an empty value is an entry";
-
-    ZEL_SpareData merged({"a", "mine"});
-    merged.mergeFrom(base);
-    EXPECT_STREQ(merged.getValue("a"), "mine");
-    EXPECT_STREQ(merged.getValue("b"), "");
-    EXPECT_FALSE(merged.containsAll(base));
-    EXPECT_TRUE(merged.containsAny(base));
-    EXPECT_TRUE(merged.containsAll(ZEL_SpareData()));
-    EXPECT_FALSE(merged.containsAny(ZEL_SpareData()));
-
-    ZEL_SpareData copy(base);
-    copy.addTokenValue("a", copy.getValue("a")); // its own text as the new value
-    copy = *&copy;
-    EXPECT_TRUE(copy.containsAll(base) && base.containsAll(copy));
-}
-
-TEST(SpareData, KnownTokensReadTheirTexts)
-{
-    const struct
-    {
-        const char *text;
-        bool cooks;
-        int offset;
-    } rows[] = {{nullptr, false, 1}, {"", false, 1},    {"TRUE", true, 0}, {"0", false, 0},
-                {"7", true, 7},      {"-3", false, -3}, {"x", false, 0}};
-    for (const auto &row : rows) {
-        ZEL_SpareData spare;
-        spare.addTokenValue("cook_dependent", row.text);
-        spare.addTokenValue("multistartoffset", row.text);
-        EXPECT_EQ(spare.getCookDependent(), row.cooks) << (row.text ? row.text : "absent");
-        EXPECT_EQ(spare.getMultiStartOffset(), row.offset) << (row.text ? row.text : "absent");
-    }
-    ZEL_SpareData spare;
-    EXPECT_EQ(spare.getCallbackLanguage(), TRK_SCRIPT_COMMAND);
-    spare.setCallbackLanguage(TRK_SCRIPT_PYTHON);
-    EXPECT_EQ(spare.getCallbackLanguage(), TRK_SCRIPT_PYTHON);
-    spare.setMultiStartOffset(-12);
-    EXPECT_EQ(spare.getMultiStartOffset(), -12);
 }
 
 TEST(Memory, CountsByCategory)
