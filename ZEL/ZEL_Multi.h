@@ -2,15 +2,38 @@
 /// A float parameter whose value is the count of its items, each a copy of a block of parameters.
 ///
 /// Vocabulary: *item* = one copy of the block, 0-based; *child* = a parameter of the block;
-///             *flat index* = item x children + child.
+///             *flat index* = item x children + child; *instance numbers* = the numbers of the
+///             items of all levels above and of this one, outermost first.
 /// Units:      item numbers in names are the 0-based item plus the template's start offset.
-/// Ownership:  as `ZEL_Float`. The children stand in the list like every other parameter.
-/// Threads:    as `ZEL_Float`.
+/// Ownership:  owns the templates, names, conditionals and default texts of its items. The
+///             children's parameters stand in the list like every other parameter and are the
+///             list's; the destructor removes them before what they are described by.
+/// Threads:    as `ZEL_Float`, but reading the value may make or remove items: evaluate a
+///             multi-parameter on the thread that owns the list.
+/// Errors:     an item whose token is taken is refused with warning 19 (the token), one with a
+///             child that may not stand in a block with warning 20 (the child's token); the value
+///             goes back to the count that exists. A value, from a stream or set, that asks for more
+///             new items at once than the setting ZEL_MAX_STREAM_ITEMS is refused the same way,
+///             with error 22; `setNumInstances` isn't limited.
+/// Cost:       an item costs the same whatever their number; names are looked up by hash.
 ///
-/// At present the count is held, animated and saved, and no items are made for it.
+/// Items are never renumbered: on insertion and removal the values move from one item's parameters
+/// to the next one's. The count that exists trails the value until the next read or load.
 #pragma once
 
+#include <BAS/BAS_Relaxed.h>
+#include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_Float.h>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+class KIT_String;
+class KIT_StringHolder;
+class ZEL_ConditionalBase;
+class ZEL_Default;
+class ZEL_Name;
 
 class ZEL_API ZEL_Multi : public ZEL_Float
 {
@@ -18,31 +41,169 @@ public:
     ZEL_Multi(ZEL_Template *templatePtr, ZEL_Parm *parm);
     ~ZEL_Multi() override;
 
+    // ------------------------------------------------------------------ //
+    /// \name What a float does, and the items with it
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// From a multi-parameter only: takes count and instance numbers over and makes the items.
+    void adopt(ZEL_Instance &source) override;
+    /// The copy has the count as its value and makes its own items when it is read.
     ZEL_Instance *duplicateSelf(ZEL_Parm *parm) const override;
+    void revertToDefault(int index) override;
+    void revertToDefaults(bool deleteChannels) override;
+    bool load(KIT_IStream &is) override;
+    int loadCommand(int argc, const char *const argv[], int index, bool asSet,
+                    ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+
+    using ZEL_Float::getValue;
+    void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index, bool flag,
+                  int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, std::shared_ptr<const ZEL_DataItem> &value,
+                  int index, int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, KIT_String &value, int index, bool expand,
+                  int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, double &value, int index,
+                  int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, std::int64_t &value, int index,
+                  int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, int &value, int index,
+                  int thread) const override;
+    std::int64_t getMemoryUsage(bool inclusive) const override;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Items
+    // ------------------------------------------------------------------ //
+    ///@{
     bool isMultiParm() const override;
+    /// The items that exist.
     int getMultiParmNumItems() const override;
     int getMultiParmInstancesPerItem() const override;
+    /// All templates of the block, nested blocks included.
+    int getTemplateCount() const { return myTemplateCount; }
+    void insertMultiParmItem(int item) override { insertInstanceBefore(item); }
+    void removeMultiParmItem(int item) override { deleteInstance(item); }
+    void destroyChildParms() override;
 
-    /// Takes the other's count over.
+    /// Makes or removes items at the end until `count` exist (0 for a negative count). Nothing
+    /// while it runs already. `evaluateChildren` is passed on and has no effect at present.
+    void setNumInstances(int count, bool evaluateChildren);
+    /// The new item has the defaults, the values from there on move up. Nothing at the range's
+    /// hard maximum.
+    void insertInstanceBefore(int item);
+    /// The values behind move down and the last item goes. At the range's hard minimum the item
+    /// is reverted in place.
+    void deleteInstance(int item);
+    /// Puts an item's parameters back to their defaults, locks and nested items included.
+    void revertInstance(int item);
+    /// Removes all items and reverts the count.
+    void revertAllInstances();
+    /// Copies the values, channels and flags of one item's parameters to another's.
+    void assignInstance(int from, int to);
+    /// Exchanges two items by way of a third one, which goes again; the value stays as it is.
+    void swapInstances(int first, int second);
+    /// Takes the other's count and the values of its items over, nested ones too. Children whose
+    /// kind differs are left alone, and so is everything if this one's items hold the other.
     void copy(const ZEL_Multi *other);
+    /// Whether as many items exist as the range's hard limit says.
+    bool isAtHardMinimum() const;
+    bool isAtHardMaximum() const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Look-up
+    // ------------------------------------------------------------------ //
+    ///@{
+    using ZEL_Float::getParm;
     /// Null outside 0 .. children x items - 1.
     ZEL_Parm *getParm(int flatIndex) const;
-    ZEL_Template *getTemplate(int flatIndex) const;
-    /// The flat index of a child by its token, -1 if it is none of this multi-parameter's.
+    ZEL_Template *getTemplate(int flatIndex);
+    const ZEL_Template *getTemplate(int flatIndex) const;
+    /// Null outside the items.
+    const char *getMultiParmToken(int child, int item) const override;
+    /// The flat index of a child by its token, -1 if it is none of this multi-parameter's. The
+    /// flag changes nothing. Linear in the items.
     int findMultiParmIndex(const char *token, bool useStartOffset) const;
+    /// Whether the name is one that an item of this multi-parameter has or would have; `index`
+    /// is the item's number as it stands in the name, start offset included; -1 for a name
+    /// without a digit, start offset - 1 for other names that don't match.
+    bool matchInstancePattern(const char *name, int &index) const;
+    /// The numbers of the levels above, outermost first; for a nested multi-parameter.
+    void setInstanceIndex(const KIT_ValArray<int> &instances);
+    /// Null at the top level.
+    const KIT_ValArray<int> *getInstanceIndex() const { return myInstanceIndex.get(); }
+    ///@}
 
     /// True while any multi-parameter grows or shrinks.
-    static bool getIsAddingOrRemovingParms() { return theIsAddingOrRemovingParms; }
+    static bool getIsAddingOrRemovingParms() { return BASload(theIsAddingOrRemovingParms); }
 
-    /// Puts instance numbers into a name; see `ZELinstanceString`.
+    // ------------------------------------------------------------------ //
+    /// \name Instance numbers into a name; see `ZELinstanceString`
+    // ------------------------------------------------------------------ //
+    ///@{
     static void instanceString(KIT_WorkBuffer &out, const KIT_StringRef &name, const int *instances,
                                int count, bool fillToken, bool repeat);
+    static void instanceString(KIT_WorkBuffer &out, const KIT_StringRef &name,
+                               const KIT_ValArray<int> &instances, bool fillToken, bool repeat);
+    static void instanceString(KIT_String &out, const KIT_StringRef &name, const int *instances,
+                               int count, bool fillToken, bool repeat);
+    static void instanceString(KIT_String &out, const KIT_StringRef &name,
+                               const KIT_ValArray<int> &instances, bool fillToken, bool repeat);
+    static void instanceString(KIT_StringHolder &out, const KIT_StringRef &name,
+                               const int *instances, int count, bool fillToken, bool repeat);
+    static void instanceString(KIT_StringHolder &out, const KIT_StringRef &name,
+                               const KIT_ValArray<int> &instances, bool fillToken, bool repeat);
+    ///@}
 
 protected:
     ZEL_Multi(const ZEL_Multi &source, ZEL_Parm *parm);
 
 private:
+    class Changing;
+
+    template <class T, class Read>
+    void evaluate(T &value, int thread, const Read &read) const;
+    int wantedCount() const;
+    void followValue() const;
+    bool followLoadedValue();
+    void evaluateCount();
+    void setCount(int count);
+
+    bool isValidItem(int item) const { return item >= 0 && item < myNumItems; }
+    bool isInside(const ZEL_Multi &outer) const;
+    std::size_t flatIndex(int item, int child) const;
+    void instanceNumbers(int item, KIT_ValArray<int> &numbers) const;
+    bool grow(int count, bool evaluateChildren);
+    void shrink(int count);
+    void tellChanged() const;
+    bool addInstance(int item, bool evaluateChildren);
+    bool makeNames(const KIT_ValArray<int> &numbers);
+    bool acceptNames() const;
+    void describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL_Name *name,
+                       const KIT_ValArray<int> &numbers);
+    std::unique_ptr<ZEL_Default[]> instanceDefaults(const ZEL_Template &child,
+                                                    const KIT_ValArray<int> &numbers);
+    void setRampInstanceToDefaultValue(int item, const KIT_ValArray<ZEL_Parm *> &parms);
+    bool removeParms(int item);
+    void removeStrayParms(int firstItem, int lastItem);
+    void forgetItem();
+    void announceItem(int item);
+
+    int myNumItems = 0;
     int myInstancesPerItem;
+    int myTemplateCount;
+    // One entry for each item: its templates, with a terminator.
+    std::vector<std::unique_ptr<ZEL_Template[]>> myItemTemplates;
+    // By flat index from here on.
+    std::vector<std::unique_ptr<ZEL_Name>> myChildNames;
+    std::vector<std::unique_ptr<ZEL_ConditionalBase>> myChildConditionals;
+    std::vector<std::unique_ptr<ZEL_Default[]>> myChildDefaults;
+    // The default texts of all children, and each child's range of them.
+    std::vector<std::unique_ptr<KIT_String>> myDefaultStrings;
+    std::vector<std::uint32_t> myDefaultStringFirst;
+    std::vector<std::uint32_t> myDefaultStringEnd;
+    std::unique_ptr<KIT_ValArray<int>> myInstanceIndex;
+    bool myBusy = false;
 
     static bool theIsAddingOrRemovingParms;
 };

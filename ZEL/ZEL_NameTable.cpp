@@ -2,6 +2,7 @@
 
 #include <KIT/KIT_Prime.h>
 
+#include <algorithm>
 #include <new>
 #include <utility>
 #include <vector>
@@ -135,7 +136,8 @@ void ZEL_NameTable::growFor(std::uint32_t entries)
     Slot *oldSlots = mySlots;
     const std::uint32_t oldCapacity = myCapacity;
     const std::uint32_t used = this->entries();
-    allocate(KITbumpAllocToPrime(wanted));
+    // More than is wanted, or a table that is filled one by one would move at each step.
+    allocate(KITbumpAllocToPrime(std::max(wanted, oldCapacity + std::size_t(oldCapacity) / 2)));
     for (std::uint32_t i = 0; i < oldCapacity; ++i) {
         if (!oldSlots[i].name.isNull()) {
             place(std::move(oldSlots[i].name), oldSlots[i].value);

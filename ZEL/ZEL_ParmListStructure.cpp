@@ -40,6 +40,10 @@ void ZEL_ParmList::forgetNames(const ZEL_Parm &parm, int index)
             myChannelAliases.removeIfValue(alias, index);
         }
     }
+    // Nothing stands behind the last one, and items leave from the end.
+    if (index == getEntries() - 1) {
+        return;
+    }
     myInstanceTokens.closeGap(index);
     myInstanceChannels.closeGap(index);
     myChannelAliases.closeGap(index);

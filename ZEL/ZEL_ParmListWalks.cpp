@@ -140,7 +140,8 @@ void ZEL_ParmList::revertValuesToFactoryDefaults()
     }
     KIT_ValArray<ZEL_Parm *> children;
     for (const ZEL_Parm *parm : multis) {
-        if (myParms.find(const_cast<ZEL_Parm *>(parm)) < 0) {
+        // Another parameter may have come to stand at the address of one that is gone.
+        if (myParms.find(const_cast<ZEL_Parm *>(parm)) < 0 || !parm->isMultiParm()) {
             continue;
         }
         const ZEL_Multi *multi = static_cast<const ZEL_Multi *>(parm->getInstance());
@@ -249,11 +250,10 @@ void ZEL_ParmList::hardenChanges(double time, bool force, const char *pattern,
 
 bool ZEL_ParmList::notifyVarChange(const char *name)
 {
-    const int thread = BASgetSTID();
     bool anyChanged = false;
     for (int i = 0; i < getEntries(); ++i) {
         if (isLive(myParms[i])) {
-            anyChanged |= myParms[i]->getInstance()->notifyVarChange(thread, name);
+            anyChanged |= myParms[i]->getInstance()->notifyVarChange(-1, name);
         }
     }
     return anyChanged;
@@ -306,7 +306,8 @@ bool ZEL_ParmList::checkTimeDependence(bool evaluate)
 
 bool ZEL_ParmList::isTimeDependentNow(double time, bool evaluate, int index, int thread)
 {
-    const ZEL_Parm *parm = myParms[index];
+    // Evaluating the one behind may have removed items of a multi-parameter.
+    const ZEL_Parm *parm = getParmPtr(index);
     if (!isLive(parm)) {
         return false;
     }

@@ -1,0 +1,578 @@
+// The items of a multi-parameter: made, removed, and filled from each other.
+
+#include <ZEL/ZEL_Multi.h>
+
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Channel.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmOwner.h>
+#include <ZEL/ZEL_SpareData.h>
+
+#include <algorithm>
+#include <limits>
+#include <unordered_set>
+
+/// While it lives, nothing else makes or removes items of this multi-parameter.
+class ZEL_Multi::Changing
+{
+public:
+    explicit Changing(ZEL_Multi &multi)
+        : myMulti(multi), myOuterFlag(BASload(theIsAddingOrRemovingParms))
+    {
+        myMulti.myBusy = true;
+        BASstore(theIsAddingOrRemovingParms, true);
+    }
+    ~Changing()
+    {
+        myMulti.myBusy = false;
+        BASstore(theIsAddingOrRemovingParms, myOuterFlag);
+    }
+    Changing(const Changing &) = delete;
+    Changing &operator=(const Changing &) = delete;
+
+private:
+    ZEL_Multi &myMulti;
+    bool myOuterFlag;
+};
+
+namespace
+{
+
+constexpr double theTime = 0.0;
+constexpr bool theKeepExpression = false;
+
+/// While it lives, reverting drops channels.
+class DestructiveRevert
+{
+public:
+    DestructiveRevert() : myBefore(ZEL_Parm::getDestructiveRevertToDefaultFlag())
+    {
+        ZEL_Parm::setDestructiveRevertToDefaultFlag(true);
+    }
+    ~DestructiveRevert() { ZEL_Parm::setDestructiveRevertToDefaultFlag(myBefore); }
+    DestructiveRevert(const DestructiveRevert &) = delete;
+    DestructiveRevert &operator=(const DestructiveRevert &) = delete;
+
+private:
+    bool myBefore;
+};
+
+void assignValue(const ZEL_Parm &from, ZEL_Instance &to, int index)
+{
+    const int thread = BASgetSTID();
+    if (from.getType().isDataType()) {
+        std::shared_ptr<const ZEL_DataItem> item;
+        from.getValue(theTime, item, index, thread);
+        to.setValue(theTime, item, theKeepExpression, index, ZEL_ADDKEY_PENDING,
+                    ZEL_KEYSET_PREFERENCE);
+        return;
+    }
+    constexpr bool expand = false;
+    KIT_String text;
+    from.getValue(theTime, text, index, expand, thread);
+    to.setValue(theTime, text.nonNullStr(), from.getStringMeaning(theTime, index),
+                theKeepExpression, index, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+}
+
+void assignComponent(const ZEL_Parm &from, ZEL_Instance &to, int index)
+{
+    const TRK_Channel *source = from.getChannel(index);
+    if (source && !to.getChannel(index)) {
+        to.addChannel(to.getChannelToken(index));
+    } else if (!source) {
+        to.removeChannel(index);
+    }
+    TRK_Channel *target = to.getChannel(index);
+    if (source && target) {
+        target->copyContents(*source);
+        to.setDirtyFlags(index);
+    } else {
+        assignValue(from, to, index);
+    }
+}
+
+void assignParm(const ZEL_Parm &from, ZEL_Instance &to)
+{
+    const int size = std::min(from.getVectorSize(), to.getVectorSize());
+    for (int i = 0; i < size; ++i) {
+        // Setting a flag also marks it as one to save.
+        if (to.getAutoScopedFlag(i) != from.getAutoScopedFlag(i)) {
+            to.setAutoScopedFlag(i, from.getAutoScopedFlag(i));
+        }
+        if (to.getAutoSelectFlag(i) != from.getAutoSelectFlag(i)) {
+            to.setAutoSelectFlag(i, from.getAutoSelectFlag(i));
+        }
+        assignComponent(from, to, i);
+        to.setLockedFlag(i, from.getLockedFlag(i));
+    }
+}
+
+void assignChild(const ZEL_Parm *from, ZEL_Parm *to)
+{
+    if (!from || !to || from == to || !from->getInstance() || !to->getInstance() ||
+        from->isMultiParm() != to->isMultiParm() ||
+        from->getType().getBasicType() != to->getType().getBasicType()) {
+        return;
+    }
+    if (to->isMultiParm()) {
+        static_cast<ZEL_Multi *>(to->getInstance())
+            ->copy(static_cast<const ZEL_Multi *>(from->getInstance()));
+    } else {
+        assignParm(*from, *to->getInstance());
+    }
+}
+
+bool hasText(const ZEL_Template &child)
+{
+    const ZEL_Default *defaults = child.getFactoryDefaults();
+    for (int i = 0; defaults && i < child.getVectorSize(); ++i) {
+        if (*defaults[i].getString()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+// -------------------------------------------------------------------------- //
+// The number of items
+// -------------------------------------------------------------------------- //
+
+void ZEL_Multi::setNumInstances(int count, bool evaluateChildren)
+{
+    count = std::max(count, 0);
+    if (count == myNumItems || myBusy || !getParmList()) {
+        return;
+    }
+    {
+        const Changing changing(*this);
+        if (!grow(count, evaluateChildren)) {
+            setCount(myNumItems);
+        }
+        shrink(count);
+    }
+    tellChanged();
+}
+
+bool ZEL_Multi::grow(int count, bool evaluateChildren)
+{
+    if (myInstancesPerItem == 0) {
+        // Items without children are a number and nothing else.
+        myNumItems = std::max(myNumItems, count);
+        return true;
+    }
+    // Flat indices are ints.
+    const int most = std::numeric_limits<int>::max() / myInstancesPerItem;
+    while (myNumItems < count) {
+        if (myNumItems >= most || !addInstance(myNumItems, evaluateChildren)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void ZEL_Multi::shrink(int count)
+{
+    if (myInstancesPerItem == 0) {
+        myNumItems = std::min(myNumItems, count);
+        return;
+    }
+    bool searched = false;
+    while (myNumItems > count) {
+        --myNumItems;
+        if (!removeParms(myNumItems) && !searched) {
+            removeStrayParms(count, myNumItems);
+            searched = true;
+        }
+        forgetItem();
+    }
+}
+
+void ZEL_Multi::tellChanged() const
+{
+    if (ZEL_ParmOwner *owner = getParmOwner()) {
+        owner->multiInstancesChanged();
+    }
+}
+
+void ZEL_Multi::destroyChildParms()
+{
+    if (myNumItems == 0) {
+        return;
+    }
+    {
+        const Changing changing(*this);
+        shrink(0);
+    }
+    tellChanged();
+}
+
+// -------------------------------------------------------------------------- //
+// Making an item
+// -------------------------------------------------------------------------- //
+
+void ZEL_Multi::instanceNumbers(int item, KIT_ValArray<int> &numbers) const
+{
+    if (myInstanceIndex) {
+        numbers = *myInstanceIndex;
+    }
+    const std::int64_t number = std::int64_t(getMultiStartOffset()) + item;
+    numbers.append(int(std::min<std::int64_t>(number, std::numeric_limits<int>::max())));
+}
+
+bool ZEL_Multi::addInstance(int item, bool)
+{
+    KIT_ValArray<int> numbers;
+    instanceNumbers(item, numbers);
+    if (!makeNames(numbers)) {
+        return false;
+    }
+    myItemTemplates.emplace_back(new ZEL_Template[std::size_t(myInstancesPerItem) + 1]);
+    ZEL_Template *made = myItemTemplates.back().get();
+    const ZEL_Template *block = getMultiParmTemplate();
+    const std::size_t first = flatIndex(item, 0);
+    for (int child = 0; child < myInstancesPerItem; ++child) {
+        describeChild(made[child], block[child], myChildNames[first + std::size_t(child)].get(),
+                      numbers);
+    }
+    KIT_ValArray<ZEL_Parm *> created;
+    getParmList()->appendMultiParms(*this, made, myInstancesPerItem, isSpareParm(), numbers,
+                                    created);
+    // From here on the item exists, for the owner that hears of it too.
+    ++myNumItems;
+    ZEL_ParmOwner *owner = getParmOwner();
+    if (owner && !created.isEmpty()) {
+        owner->multiItemCreated(created);
+    }
+    if (getTemplatePtr()->isRampType() && !getDefaultsInitFlag()) {
+        setRampInstanceToDefaultValue(item, created);
+    }
+    return true;
+}
+
+bool ZEL_Multi::makeNames(const KIT_ValArray<int> &numbers)
+{
+    const std::size_t first = myChildNames.size();
+    const ZEL_Template *block = getMultiParmTemplate();
+    for (int child = 0; child < myInstancesPerItem; ++child) {
+        myChildNames.emplace_back(new ZEL_Name(*block[child].getNamePtr()));
+        myChildNames.back()->instance(numbers);
+    }
+    // A load doesn't pay for the check: who appends the parameters settles clashes.
+    if (ZEL_ParmList::isLoading() || acceptNames()) {
+        return true;
+    }
+    myChildNames.resize(first);
+    return false;
+}
+
+/// Whether the last names can all become parameters.
+bool ZEL_Multi::acceptNames() const
+{
+    const ZEL_ParmList *list = getParmList();
+    const ZEL_Template *block = getMultiParmTemplate();
+    const std::size_t first = myChildNames.size() - std::size_t(myInstancesPerItem);
+    std::unordered_set<KIT_StringHolder, KIT_StringRefHash> tokens;
+    for (int child = 0; child < myInstancesPerItem; ++child) {
+        const KIT_StringRef &token = myChildNames[first + std::size_t(child)]->getTokenRef();
+        if (list->getParmPtr(token) || !tokens.insert(KIT_StringHolder(token)).second) {
+            KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_EXISTS, token.c_str());
+            return false;
+        }
+        if (block[child].getType().hasAnyOf(ZEL_TYPE_BASEPARM)) {
+            KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_BASE_PARM, block[child].getToken());
+            return false;
+        }
+    }
+    return true;
+}
+
+void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL_Name *name,
+                              const KIT_ValArray<int> &numbers)
+{
+    const ZEL_ConditionalBase *conditional = child.getConditionalBasePtr();
+    myChildConditionals.emplace_back(conditional ? conditional->instance(numbers) : nullptr);
+    myDefaultStringFirst.push_back(std::uint32_t(myDefaultStrings.size()));
+    if (child.isMultiType()) {
+        // The block inside stays as it is until that multi-parameter makes items of its own.
+        myChildDefaults.emplace_back();
+        made.initMulti(child.getMultiType(), child.getMultiParmTemplate(), child.exportLevel(),
+                       child.getMultiSize(), name, child.getFactoryDefaults(), child.getRangePtr(),
+                       child.getSparePtr(), child.getHelpText(), myChildConditionals.back().get(),
+                       child.getCallback());
+    } else {
+        myChildDefaults.push_back(instanceDefaults(child, numbers));
+        ZEL_Default *own = myChildDefaults.back().get();
+        // A toggle's answer is the menu that all toggles share if it has none of its own.
+        made.initialize(child.getType(), child.getTypeExtended(), child.exportLevel(),
+                        child.getVectorSize(), name, own ? own : child.getFactoryDefaults(),
+                        child.getChoiceListPtr(), child.getRangePtr(), child.getCallback(),
+                        child.getSparePtr(), child.getParmGroup(), child.getHelpText(),
+                        myChildConditionals.back().get());
+    }
+    myDefaultStringEnd.push_back(std::uint32_t(myDefaultStrings.size()));
+}
+
+/// The child's defaults with the numbers in their texts; null if they can be shared.
+std::unique_ptr<ZEL_Default[]> ZEL_Multi::instanceDefaults(const ZEL_Template &child,
+                                                           const KIT_ValArray<int> &numbers)
+{
+    if (!hasText(child)) {
+        return nullptr;
+    }
+    constexpr bool fillToken = false, repeat = true;
+    const int size = child.getVectorSize();
+    const ZEL_Default *defaults = child.getFactoryDefaults();
+    std::unique_ptr<ZEL_Default[]> copies(new ZEL_Default[std::size_t(size)]);
+    for (int i = 0; i < size; ++i) {
+        copies[std::size_t(i)] = defaults[i];
+        if (*defaults[i].getString()) {
+            myDefaultStrings.emplace_back(new KIT_String);
+            KIT_String &text = *myDefaultStrings.back();
+            instanceString(text, KIT_StringRef(defaults[i].getString()), numbers, fillToken,
+                           repeat);
+            copies[std::size_t(i)].set(defaults[i].getFloat(), text.c_str(),
+                                       defaults[i].getStringMeaning());
+        }
+    }
+    return copies;
+}
+
+void ZEL_Multi::setRampInstanceToDefaultValue(int item, const KIT_ValArray<ZEL_Parm *> &parms)
+{
+    constexpr int thePartsOfAKey = 3;
+    if (parms.size() != thePartsOfAKey) {
+        return;
+    }
+    int count = 0;
+    getDefaultValue(count, 0);
+    const ZEL_SpareData *spare = getTemplatePtr()->getSparePtr();
+    const char *text = nullptr;
+    if (spare) {
+        text = getTemplatePtr()->isRampTypeColor() ? spare->getColorRampDefaultValue()
+                                                   : spare->getFloatRampDefaultValue();
+    }
+    if (text && *text) {
+        if (item == count - 1) {
+            spare->getRampDefaultToParm(*getParm());
+        }
+        return;
+    }
+    if (count <= 1) {
+        return;
+    }
+    const double position = double(item) / double(count - 1);
+    const auto set = [&](ZEL_Parm *parm, int index) {
+        parm->getInstance()->setValue(theTime, position, theKeepExpression, index,
+                                      ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+    };
+    set(parms[0], 0);
+    for (int i = 0; i < parms[1]->getVectorSize(); ++i) {
+        if (!parms[1]->getChannel(i)) {
+            set(parms[1], i);
+        }
+    }
+}
+
+// -------------------------------------------------------------------------- //
+// Removing an item
+// -------------------------------------------------------------------------- //
+
+/// Takes what the list holds for an item out of it. False if something wasn't found: it is gone,
+/// or its name means another parameter by now.
+bool ZEL_Multi::removeParms(int item)
+{
+    ZEL_ParmList *list = getParmList();
+    bool complete = true;
+    for (int child = myInstancesPerItem; child-- > 0;) {
+        const ZEL_Template &description = myItemTemplates[std::size_t(item)][std::size_t(child)];
+        int index = -1;
+        const ZEL_Parm *parm = list->getParmPtr(description.getTokenRef(), index);
+        if (parm && parm->getMultiParmOwner() == this && parm->getTemplatePtr() == &description) {
+            list->removeAndDestroyParm(index);
+        } else {
+            complete = false;
+        }
+    }
+    return complete;
+}
+
+/// No parameter may outlive what describes it, whatever its name finds.
+void ZEL_Multi::removeStrayParms(int firstItem, int lastItem)
+{
+    std::unordered_set<const ZEL_Template *> leaving;
+    for (int item = firstItem; item <= lastItem; ++item) {
+        for (int child = 0; child < myInstancesPerItem; ++child) {
+            leaving.insert(&myItemTemplates[std::size_t(item)][std::size_t(child)]);
+        }
+    }
+    ZEL_ParmList *list = getParmList();
+    for (int i = list->getEntries(); i-- > 0;) {
+        const ZEL_Parm *parm = list->getParmPtr(i);
+        if (parm && parm->getMultiParmOwner() == this && leaving.count(parm->getTemplatePtr())) {
+            list->removeAndDestroyParm(i);
+        }
+    }
+}
+
+/// Frees the descriptions of the last item.
+void ZEL_Multi::forgetItem()
+{
+    const std::size_t first = flatIndex(myNumItems, 0);
+    // Templates go first: they refer to the rest.
+    myItemTemplates.pop_back();
+    myDefaultStrings.resize(myDefaultStringFirst[first]);
+    myDefaultStringFirst.resize(first);
+    myDefaultStringEnd.resize(first);
+    myChildDefaults.resize(first);
+    myChildConditionals.resize(first);
+    myChildNames.resize(first);
+}
+
+// -------------------------------------------------------------------------- //
+// Items that move
+// -------------------------------------------------------------------------- //
+
+void ZEL_Multi::announceItem(int item)
+{
+    ZEL_ParmOwner *owner = getParmOwner();
+    KIT_ValArray<ZEL_Parm *> parms;
+    for (int child = 0; owner && child < myInstancesPerItem; ++child) {
+        if (ZEL_Parm *parm = getParm(int(flatIndex(item, child)))) {
+            parms.append(parm);
+        }
+    }
+    if (!parms.isEmpty()) {
+        owner->multiItemCreated(parms);
+    }
+}
+
+void ZEL_Multi::insertInstanceBefore(int item)
+{
+    const int before = myNumItems;
+    if (isAtHardMaximum() || before == std::numeric_limits<int>::max()) {
+        return;
+    }
+    item = std::clamp(item, 0, before);
+    setCount(before + 1);
+    evaluateCount();
+    if (myNumItems != before + 1) {
+        return;
+    }
+    for (int i = before - 1; i >= item; --i) {
+        assignInstance(i, i + 1);
+    }
+    revertInstance(item);
+    if (isValidItem(item)) {
+        announceItem(item);
+    }
+}
+
+void ZEL_Multi::deleteInstance(int item)
+{
+    if (!isValidItem(item)) {
+        return;
+    }
+    if (isAtHardMinimum()) {
+        revertInstance(item);
+        return;
+    }
+    for (int i = item + 1; i < myNumItems; ++i) {
+        assignInstance(i, i - 1);
+    }
+    revertInstance(myNumItems - 1);
+    setCount(myNumItems - 1);
+    evaluateCount();
+}
+
+void ZEL_Multi::swapInstances(int first, int second)
+{
+    if (first == second || !isValidItem(first) || !isValidItem(second) || myBusy ||
+        myNumItems == std::numeric_limits<int>::max()) {
+        return;
+    }
+    {
+        // The range and the value have no say in an item that goes again.
+        const Changing changing(*this);
+        const int spare = myNumItems;
+        if (grow(spare + 1, true)) {
+            assignInstance(second, spare);
+            assignInstance(first, second);
+            assignInstance(spare, first);
+        }
+        shrink(spare);
+    }
+    tellChanged();
+}
+
+void ZEL_Multi::assignInstance(int from, int to)
+{
+    if (from == to || !isValidItem(from) || !isValidItem(to)) {
+        return;
+    }
+    for (int child = 0; child < myInstancesPerItem; ++child) {
+        assignChild(getParm(int(flatIndex(from, child))), getParm(int(flatIndex(to, child))));
+    }
+}
+
+bool ZEL_Multi::isInside(const ZEL_Multi &outer) const
+{
+    const ZEL_Multi *owner = getMultiParmOwner();
+    while (owner && owner != &outer) {
+        owner = owner->getMultiParmOwner();
+    }
+    return owner != nullptr;
+}
+
+void ZEL_Multi::copy(const ZEL_Multi *other)
+{
+    if (!other || other == this || other->isInside(*this)) {
+        return;
+    }
+    setCount(other->myNumItems);
+    evaluateCount();
+    const int items = std::min(myNumItems, other->myNumItems);
+    const int children = std::min(myInstancesPerItem, other->myInstancesPerItem);
+    for (int item = 0; children > 0 && item < items; ++item) {
+        for (int child = 0; child < children; ++child) {
+            assignChild(other->getParm(int(other->flatIndex(item, child))),
+                        getParm(int(flatIndex(item, child))));
+        }
+    }
+}
+
+void ZEL_Multi::revertInstance(int item)
+{
+    if (!isValidItem(item)) {
+        return;
+    }
+    const DestructiveRevert destructive;
+    constexpr int allComponents = -1;
+    for (int child = 0; child < myInstancesPerItem; ++child) {
+        // Found anew each time: whoever hears of a change may act on the list.
+        if (ZEL_Parm *parm = getParm(int(flatIndex(item, child)))) {
+            if (parm->getLockedFlag(allComponents)) {
+                parm->setLockedFlag(allComponents, false);
+            }
+            parm->revertToDefaults(theTime);
+        }
+    }
+    for (int child = 0; child < myInstancesPerItem; ++child) {
+        ZEL_Parm *parm = getParm(int(flatIndex(item, child)));
+        if (parm && parm->isMultiParm()) {
+            static_cast<ZEL_Multi *>(parm->getInstance())->revertAllInstances();
+        }
+    }
+}
+
+void ZEL_Multi::revertAllInstances()
+{
+    setCount(0);
+    setNumInstances(0, false);
+    setDefaultsInitFlag(false);
+    revertToDefaults(true);
+}

@@ -1,0 +1,653 @@
+// The count of a multi-parameter: what drives it, what it is held to, and what finds its items.
+
+#include "MultiList.h"
+
+#include <ZEL/ZEL_Conditional.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+
+// ---------------------------------------------------------------------- //
+// The value makes items
+// ---------------------------------------------------------------------- //
+
+TEST(MultiCount, ItemsFollowTheValueThatIsRead)
+{
+    struct Case
+    {
+        double value;
+        const char *contents;
+    };
+    const Case cases[] = {
+        {2.0, "points=2 pt1=0 pt2=0"},
+        {3.0, "points=3 pt1=0 pt2=0 pt3=0"},
+        {1.6, "points=2 pt1=0 pt2=0"},
+        {1.4, "points=1 pt1=0"},
+        {0.5, "points=1 pt1=0"},
+        {-7.0, "points=0"},
+        {std::numeric_limits<double>::quiet_NaN(), "points=0"},
+    };
+    MultiList p;
+    p.build();
+    for (const Case &c : cases) {
+        const std::string before = p.text();
+        p.set("points", c.value);
+        EXPECT_EQ(before, p.text()) << "nothing comes before the value is read";
+        p.eval("points");
+        EXPECT_EQ(c.contents, p.text()) << c.value;
+    }
+    EXPECT_EQ("", takeMessages());
+}
+
+TEST(MultiCount, EveryFormOfReadingCounts)
+{
+    MultiList p;
+    p.build();
+    const ZEL_Multi &multi = p.multi();
+    const int thread = BASgetSTID();
+    ZEL_ParmList *list = p.list.get();
+    const auto readsAfter = [&](int count, auto &value) {
+        p.set("points", count);
+        if constexpr (std::is_same_v<std::decay_t<decltype(value)>, KIT_String>) {
+            multi.getValue(list, 0.0, value, 0, true, thread);
+        } else {
+            multi.getValue(list, 0.0, value, 0, thread);
+        }
+        return multi.getMultiParmNumItems();
+    };
+    double number = 0.0;
+    std::int64_t wide = 0;
+    int narrow = 0;
+    KIT_String text;
+    std::shared_ptr<const ZEL_DataItem> item;
+    EXPECT_EQ(1, readsAfter(1, number));
+    EXPECT_EQ(2, readsAfter(2, wide));
+    EXPECT_EQ(3, readsAfter(3, narrow));
+    EXPECT_EQ(4, readsAfter(4, text));
+    EXPECT_EQ(5, readsAfter(5, item));
+    EXPECT_EQ("1 2 3 4", ::number(number) + " " + std::to_string(wide) + " " +
+                             std::to_string(narrow) + " " + text.c_str());
+}
+
+TEST(MultiCount, DefaultItemsComeWithTheList)
+{
+    MultiList p;
+    p.items.add(ZEL_XYZ, 3, "pos#");
+    p.top.add(ZEL_FLT, 1, "first");
+    p.build(2.0);
+    EXPECT_EQ("first=0 points=2 pt1=0 pos1=0,0,0 pt2=0 pos2=0,0,0", p.text());
+    EXPECT_EQ(2, p.multi().getMultiParmInstancesPerItem());
+    EXPECT_TRUE(p.parm("pos2").getInstance()->getDefaultsInitFlag());
+    int component = -1;
+    EXPECT_EQ(5, p.list->getParmIndexFromChannel("pos2z", &component));
+    EXPECT_EQ(2, component);
+    p.setCount(3.0);
+    p.parm("points").revertToDefaults(0.0);
+    EXPECT_EQ(2, p.multi().getMultiParmNumItems());
+}
+
+TEST(MultiCount, NumbersStartAtTheOffset)
+{
+    for (const auto &[offset, expected] :
+         {std::pair<const char *, const char *>{"0", "points=2 pt0=0 pt1=0"},
+          {"7", "points=2 pt7=0 pt8=0"},
+          {"-1", "points=2 pt-1=0 pt0=0"}}) {
+        MultiList p;
+        ZEL_SpareData spare({"multistartoffset", offset});
+        p.build(2.0, nullptr, &spare);
+        EXPECT_EQ(expected, p.text());
+    }
+    // Past the largest number the name is taken by the item before.
+    MultiList p;
+    ZEL_SpareData spare({"multistartoffset", "2147483647"});
+    p.build(0.0, nullptr, &spare);
+    p.setCount(3.0);
+    EXPECT_EQ("points=1 pt2147483647=0", p.text());
+    EXPECT_EQ("ZEL 19", takeMessages());
+    EXPECT_EQ(1.0, p.eval("points"));
+}
+
+TEST(MultiCount, AnExpressionGrowsAndShrinks)
+{
+    MultiList p;
+    p.top.add(ZEL_FLT, 1, "n");
+    p.build();
+    p.animate("points", "ch(\"n\") + 1");
+    for (const auto &[n, expected] :
+         {std::pair<double, const char *>{2.0, "n=2 points=3 pt1=0 pt2=0 pt3=0"},
+          {0.0, "n=0 points=1 pt1=0"},
+          {1.0, "n=1 points=2 pt1=0 pt2=0"},
+          {-1.0, "n=-1 points=0"}}) {
+        p.set("n", n);
+        EXPECT_EQ(n + 1.0, p.eval("points"));
+        EXPECT_EQ(expected, p.text());
+    }
+}
+
+TEST(MultiCount, AChildMayReadTheCountWhileItGrows)
+{
+    MultiList p;
+    ZEL_Default defaults(0.0, "ch(\"points\") * 10 + #", TRK_MEANING_COLLECTION);
+    p.items.add(ZEL_FLT, 1, "reads#", "Reads", &defaults);
+    p.build();
+    p.setCount(2.0);
+    EXPECT_EQ("points=2 pt1=0 reads1=21 pt2=0 reads2=22", p.text());
+    p.setCount(1.0);
+    EXPECT_EQ(11.0, p.eval("reads1"));
+}
+
+// ---------------------------------------------------------------------- //
+// Limits and refusals
+// ---------------------------------------------------------------------- //
+
+TEST(MultiCount, TheRangeLimitsTheItems)
+{
+    MultiList p;
+    ZEL_Range range(ZEL_RANGE_HARD, 1.0, ZEL_RANGE_HARD, 3.0);
+    p.build(0.0, &range);
+    EXPECT_EQ("points=1 pt1=0", p.text());
+    p.setCount(9.0);
+    EXPECT_EQ("points=3 pt1=0 pt2=0 pt3=0", p.text());
+}
+
+TEST(MultiCount, OneStepIsHeldToTheSetting)
+{
+    MultiList p;
+    p.build();
+    for (const double count : {1e9, 2147483647.0, 1e300, 100001.0}) {
+        p.setCount(count);
+        EXPECT_EQ("points=0", p.text()) << count;
+        EXPECT_EQ("ZEL 22", takeMessages()) << count;
+        EXPECT_EQ(0.0, p.eval("points")) << "the value goes back";
+    }
+    const ScopedSetting limit(KIT_ENV_MAX_STREAM_ITEMS, 3);
+    p.animate("points", "2 + 2");
+    EXPECT_EQ(4.0, p.eval("points"));
+    EXPECT_EQ(0, p.multi().getMultiParmNumItems());
+    EXPECT_EQ("ZEL 22", takeMessages());
+    EXPECT_EQ("2 + 2", p.expression("points")) << "an expression stays";
+    p.animate("points", "2 + 1");
+    p.eval("points");
+    EXPECT_EQ(3, p.multi().getMultiParmNumItems());
+    p.animate("points", "2 + 4");
+    p.eval("points");
+    EXPECT_EQ(6, p.multi().getMultiParmNumItems());
+    EXPECT_EQ("", takeMessages());
+}
+
+TEST(MultiCount, LoadedCountsAreHeldToTheSetting)
+{
+    const auto load = [](MultiList &p, const char *text) {
+        KIT_IStream is(text, std::strlen(text), KIT_IStream::TEXT);
+        return p.multi().load(is);
+    };
+    MultiList p;
+    p.build(1.0);
+    EXPECT_TRUE(load(p, "( 3 )"));
+    EXPECT_EQ(3, p.multi().getMultiParmNumItems());
+    for (const char *text : {"( 2147483647 )", "( 1e300 )", "( 100004 )"}) {
+        EXPECT_FALSE(load(p, text)) << text;
+        EXPECT_EQ("points=3 pt1=0 pt2=0 pt3=0", p.text());
+        EXPECT_EQ("ZEL 22", takeMessages());
+        EXPECT_EQ(3.0, p.eval("points")) << "the value goes back too";
+    }
+    const char *const arguments[] = {"2147483647"};
+    EXPECT_EQ(1, p.multi().loadCommand(1, arguments, -1, false, ZEL_ADDKEY_PENDING,
+                                       ZEL_KEYSET_PREFERENCE));
+    EXPECT_EQ(3.0, p.eval("points"));
+    EXPECT_EQ("ZEL 22", takeMessages());
+    EXPECT_TRUE(load(p, "( -4 )"));
+    EXPECT_EQ("points=0", p.text());
+}
+
+TEST(MultiCount, RefusedItemsSetTheValueBack)
+{
+    struct Case
+    {
+        const char *name;
+        std::vector<const char *> children;
+        const char *taken;
+        const char *contents;
+        const char *messages;
+    };
+    const Case cases[] = {
+        {"a parameter has the name", {"q#"}, "q3", "q3=0 points=2 pt1=0 q1=0 pt2=0 q2=0", "ZEL 19"},
+        {"the first child is free all the same", {"q#"}, "q1", "q1=0 points=0", "ZEL 19"},
+        {"two children have one name", {"q#", "q#"}, "n", "n=0 points=0", "ZEL 19"},
+        {"the number ends the other name", {"pt"}, "n", "n=0 points=0", "ZEL 19"},
+        {"a name without a mark", {"q"}, "n", "n=0 points=3 pt1=0 q1=0 pt2=0 q2=0 pt3=0 q3=0", ""},
+    };
+    for (const Case &c : cases) {
+        MultiList p;
+        for (const char *child : c.children) {
+            p.items.add(ZEL_FLT, 1, child);
+        }
+        p.top.add(ZEL_FLT, 1, c.taken);
+        p.build();
+        p.setCount(3.0);
+        EXPECT_EQ(c.contents, p.text()) << c.name;
+        EXPECT_EQ(c.messages, takeMessages()) << c.name;
+        EXPECT_EQ(p.multi().getMultiParmNumItems(), p.eval("points")) << c.name;
+    }
+    MultiList p;
+    p.items.add(ZEL_FLT | ZEL_TYPE_BASEPARM, 1, "base#");
+    p.build();
+    p.setCount(1.0);
+    EXPECT_EQ("points=0", p.text());
+    EXPECT_EQ("ZEL 20", takeMessages());
+}
+
+TEST(MultiCount, AFatalErrorOfTheReadGivesTheItemsThatExist)
+{
+    struct FailingOwner : TestOwner
+    {
+        KIT_ErrorSeverity zelCookOverrides(double, int, const char *, int) override
+        {
+            if (severity != KIT_ERROR_NONE) {
+                KITgetErrorManager().add("ZEL", 1, "cook", severity);
+            }
+            return severity;
+        }
+        KIT_ErrorSeverity severity = KIT_ERROR_NONE;
+    };
+    FailingOwner owner;
+    MultiList p;
+    p.top.addMulti(ZEL_MULTITYPE_LIST, "points", p.items.templates(), 2.0);
+    p.buildTop(&owner);
+    owner.setPendingOverrideString("anything");
+    for (const auto &[severity, expected] :
+         {std::pair<KIT_ErrorSeverity, double>{KIT_ERROR_ABORT, 0.0}, {KIT_ERROR_FATAL, 2.0}}) {
+        owner.severity = severity;
+        takeMessages();
+        EXPECT_EQ(expected, p.eval("points"));
+        EXPECT_EQ(severity, KITgetErrorSeverity()) << "the error moves on to the thread's manager";
+        EXPECT_EQ("ZEL 1", takeMessages());
+        KIT_String text;
+        p.parm("points").getValue(0.0, text, 0, true, BASgetSTID());
+        EXPECT_EQ(number(expected), text.c_str());
+    }
+    takeMessages();
+}
+
+TEST(MultiCount, ABlockWithoutChildrenOnlyCounts)
+{
+    MultiList p;
+    Block none;
+    p.top.addMulti(ZEL_MULTITYPE_LIST, "points", none.templates());
+    p.buildTop();
+    p.multi().setNumInstances(2147483647, false);
+    EXPECT_EQ("points=2147483647", p.text());
+    EXPECT_EQ(nullptr, p.multi().getParm(0));
+    EXPECT_EQ(nullptr, p.multi().getTemplate(0));
+    EXPECT_EQ(nullptr, p.multi().getMultiParmToken(0, 0));
+    p.parm("points").swapMultiParmItem(0, 1);
+    p.setCount(1.0);
+    p.multi().deleteInstance(0);
+    EXPECT_EQ("points=0", p.text());
+}
+
+// ---------------------------------------------------------------------- //
+// Who hears of items
+// ---------------------------------------------------------------------- //
+
+TEST(MultiCount, TheOwnerHearsOfItemsAndOfTheSet)
+{
+    MultiList p;
+    p.items.add(ZEL_FLT, 1, "w#");
+    p.build();
+    p.owner.takeCalls();
+    const std::uint32_t count = p.list->getAddRemoveCount();
+    p.setCount(2.0);
+    EXPECT_EQ("multiItemCreated pt1 w1; multiItemCreated pt2 w2; multiInstancesChanged",
+              p.owner.takeCalls());
+    EXPECT_GE(p.list->getAddRemoveCount(), count + 6) << "once a parameter and once an item";
+    p.eval("points");
+    EXPECT_EQ("", p.owner.takeCalls());
+    p.setCount(1.0);
+    EXPECT_EQ("parmRemoved 4; parmRemoved 3; multiInstancesChanged", p.owner.takeCalls());
+    p.parm("points").destroyChildParms();
+    EXPECT_EQ("parmRemoved 2; parmRemoved 1; multiInstancesChanged", p.owner.takeCalls());
+    p.parm("points").destroyChildParms();
+    EXPECT_EQ("", p.owner.takeCalls());
+}
+
+TEST(MultiCount, TheOwnerMayReadTheListWhenItHears)
+{
+    struct CuriousOwner : TestOwner
+    {
+        void multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms) override
+        {
+            seen += contents(*list) + " [";
+            KIT_Array<int> numbers;
+            for (const ZEL_Parm *parm : parms) {
+                parm->getMultiInstanceIndex(numbers, true);
+                seen += std::to_string(numbers[0]);
+            }
+            read("]");
+        }
+        void multiInstancesChanged() override { read("!"); }
+        void read(const char *mark)
+        {
+            double value = 0.0;
+            list->getParmPtr(0)->getValue(0.0, value, 0, BASgetSTID());
+            seen += mark + number(value) + " ";
+        }
+        ZEL_ParmList *list = nullptr;
+        std::string seen;
+    };
+    CuriousOwner owner;
+    MultiList p;
+    p.top.addMulti(ZEL_MULTITYPE_LIST, "points", p.items.templates());
+    p.buildTop(&owner);
+    owner.list = p.list.get();
+    p.setCount(2.0);
+    EXPECT_EQ("points=1 pt1=0 [1]2 points=2 pt1=0 pt2=0 [2]2 !2 ", owner.seen);
+    owner.seen.clear();
+    p.set("pt1", 5.0);
+    p.parm("points").swapMultiParmItem(0, 1);
+    EXPECT_EQ("points=2 pt1=0 pt2=5", p.text()) << owner.seen;
+    // At the end the list is going: what is asked for isn't there.
+    owner.list = p.list.get();
+    p.list->clearParmOwner();
+}
+
+// ---------------------------------------------------------------------- //
+// What an item is made of
+// ---------------------------------------------------------------------- //
+
+TEST(MultiItem, TextsTakeTheNumbers)
+{
+    MultiList p;
+    ZEL_Default texts[] = {ZEL_Default(1.0, "ch(\"a#\") + #", TRK_MEANING_COLLECTION),
+                           ZEL_Default(7.0)};
+    ZEL_Template *child = p.items.add(ZEL_FLT, 2, "v#", "Value # of #", texts);
+    ZEL_Conditional condition("{ pt# == 1 }", ZEL_CONDTYPE_DISABLE);
+    child->setConditionalBasePtr(&condition);
+    p.items.add(ZEL_TOGGLE, 1, "on#");
+    ZEL_Default shared(3.0);
+    p.items.add(ZEL_FLT, 1, "plain#", "Plain", &shared);
+    p.build(2.0);
+    const ZEL_Template &made = *p.parm("points").findMultiParmTemplate("v2");
+    EXPECT_STREQ("Value 2 of #", made.getLabel());
+    ASSERT_NE(texts, made.getFactoryDefaults());
+    EXPECT_STREQ("ch(\"a2\") + 2", made.getFactoryDefaults()[0].getString());
+    EXPECT_EQ(TRK_MEANING_COLLECTION, made.getFactoryDefaults()[0].getStringMeaning());
+    EXPECT_EQ(7.0, made.getFactoryDefaults()[1].getFloat());
+    EXPECT_FALSE(made.getFactoryDefaults()[1].gotString());
+    EXPECT_EQ("ch(\"a2\") + 2", p.expression("v2", 0));
+    EXPECT_EQ("-", p.expression("v2", 1));
+    ASSERT_NE(nullptr, made.getConditionalBasePtr());
+    KIT_String text;
+    made.getDisablePtr()->getStringFromList(text);
+    EXPECT_STREQ("{ pt2 == 1 }", text.c_str());
+    EXPECT_EQ(&shared, p.parm("points").findMultiParmTemplate("plain1")->getFactoryDefaults());
+    EXPECT_EQ(child[1].getChoiceListPtr(), p.parm("on1").getChoiceListPtr());
+    // Nothing of it is left behind by items that go.
+    const std::int64_t before = p.multi().getMemoryUsage(true);
+    p.setCount(9.0);
+    EXPECT_GT(p.multi().getMemoryUsage(true), before + 7 * std::int64_t(sizeof(ZEL_Template)));
+    p.setCount(2.0);
+    EXPECT_EQ("ch(\"a2\") + 2", p.expression("v2", 0));
+}
+
+TEST(MultiItem, ChildrenOfAnUnknownTypeAreLeftOut)
+{
+    MultiList p;
+    p.items.add(ZEL_TYPE_INVISIBLE, 1, "none#");
+    p.items.add(ZEL_FLT, 1, "w#");
+    p.build();
+    p.setCount(2.0);
+    EXPECT_EQ("points=2 pt1=0 w1=0 pt2=0 w2=0", p.text());
+    EXPECT_EQ(nullptr, p.multi().getParm(1));
+    EXPECT_STREQ("none2", p.multi().getMultiParmToken(1, 1));
+    p.multi().insertInstanceBefore(0);
+    p.setCount(0.0);
+    EXPECT_EQ("points=0", p.text());
+}
+
+// ---------------------------------------------------------------------- //
+// Look-up
+// ---------------------------------------------------------------------- //
+
+TEST(MultiLookUp, FlatIndicesTokensAndTemplates)
+{
+    MultiList p;
+    p.items.add(ZEL_FLT, 1, "w#");
+    p.build();
+    p.setCount(3.0);
+    const ZEL_Multi &multi = p.multi();
+    for (int flat = -1; flat <= 6; ++flat) {
+        const bool inside = flat >= 0 && flat < 6;
+        const ZEL_Parm *parm = multi.getParm(flat);
+        ASSERT_EQ(inside, parm != nullptr) << flat;
+        ASSERT_EQ(inside, multi.getTemplate(flat) != nullptr) << flat;
+        if (inside) {
+            EXPECT_EQ(parm->getTemplatePtr(), multi.getTemplate(flat));
+            EXPECT_STREQ(parm->getToken(), multi.getMultiParmToken(flat % 2, flat / 2));
+            EXPECT_EQ(flat, multi.findMultiParmIndex(parm->getToken(), false));
+            EXPECT_EQ(&multi, parm->getMultiParmOwner());
+        }
+    }
+    for (const auto &[child, item] : {std::pair<int, int>{-1, 0}, {2, 0}, {0, -1}, {0, 3}}) {
+        EXPECT_EQ(nullptr, multi.getMultiParmToken(child, item));
+    }
+    for (const char *token : {"pt4", "pt#", "", static_cast<const char *>(nullptr)}) {
+        EXPECT_EQ(-1, multi.findMultiParmIndex(token, false));
+        EXPECT_EQ(nullptr, p.parm("points").findMultiParmTemplate(token));
+    }
+    EXPECT_EQ(nullptr, p.parm("pt1").findMultiParmTemplate("pt1"));
+    const int numbers[] = {2};
+    EXPECT_EQ(&p.parm("w2"), p.list->getParmPtrInst("w#", numbers, 1));
+}
+
+TEST(MultiLookUp, NamesThatAnItemHasOrWouldHave)
+{
+    struct Case
+    {
+        const char *name;
+        bool matches;
+        int number;
+    };
+    const Case cases[] = {
+        {"pt1", true, 1},     {"pt12", true, 12},   {"pt012", true, 12},
+        {"a7b", true, 7},     {"pt0", false, 0},    {"pt", false, -1},
+        {"pt#1", false, 0},   {"other3", false, 0}, {nullptr, false, -1},
+        {"", false, -1},      {"a7bc", false, 0},   {"pt99999999999999999999", true, 2147483647},
+        {"plain", false, -1}, {"plain1", false, 0},
+    };
+    MultiList p;
+    p.items.add(ZEL_FLT, 1, "a#b");
+    p.items.add(ZEL_FLT, 1, "plain");
+    p.build();
+    for (const Case &c : cases) {
+        int number = -99;
+        EXPECT_EQ(c.matches, p.multi().matchInstancePattern(c.name, number))
+            << (c.name ? c.name : "null");
+        EXPECT_EQ(c.number, number) << (c.name ? c.name : "null");
+    }
+}
+
+TEST(MultiLookUp, ANameBringsItsItem)
+{
+    struct Case
+    {
+        const char *name;
+        bool claimed;
+        int items;
+        const char *messages;
+    };
+    const Case cases[] = {
+        {"pt1", true, 2, ""},
+        {"w4", true, 4, ""},
+        {"pt0", false, 2, ""},
+        {"v2", true, 2, ""},
+        {"spare3", false, 2, ""},
+        {"points", false, 2, ""},
+        {"pt100001", true, 100001, ""},
+        {"pt100003", true, 2, "ZEL 22"},
+        {"pt2147483647", true, 2, "ZEL 22"},
+        {"pt99999999999999999999", true, 2, "ZEL 22"},
+        {"", false, 2, ""},
+    };
+    for (const Case &c : cases) {
+        MultiList p;
+        p.items.add(ZEL_FLT, 1, "w#");
+        // A token with a number of its own means no item: claimed, and nothing changes.
+        p.items.add(ZEL_FLT, 1, "v2");
+        p.build(2.0);
+        EXPECT_EQ(c.claimed, p.list->checkMultiParmInstance(c.name, false)) << c.name;
+        EXPECT_EQ(c.items, p.multi().getMultiParmNumItems()) << c.name;
+        EXPECT_EQ(c.messages, takeMessages()) << c.name;
+        EXPECT_EQ(c.items, p.eval("points")) << c.name;
+    }
+    MultiList p;
+    p.build();
+    EXPECT_FALSE(p.list->checkMultiParmInstance(KIT_StringRef(), false));
+}
+
+TEST(MultiLookUp, OneBudgetServesAWholeLoad)
+{
+    const ScopedSetting setting(KIT_ENV_MAX_STREAM_ITEMS, 4);
+    MultiList p;
+    p.build();
+    EXPECT_TRUE(p.list->checkMultiParmInstance("pt4", false));
+    EXPECT_TRUE(p.list->checkMultiParmInstance("pt8", false));
+    EXPECT_EQ(8, p.multi().getMultiParmNumItems()) << "each call by itself outside a load";
+    // 4 items and one for each byte: 12 and 14 take 6 of them.
+    const std::string stream = "{ version 0.8 points ( 12 ) pt14 ( 1 ) pt66 ( 1 ) }";
+    const int budget = 4 + int(stream.size());
+    ASSERT_TRUE(66 - 14 > budget - 6 && 66 - 14 <= budget);
+    KIT_IStream is(stream.data(), stream.size(), KIT_IStream::TEXT);
+    p.list->load(is, nullptr, nullptr);
+    EXPECT_EQ("ZEL 22", takeMessages().substr(0, 6));
+    EXPECT_EQ(14, p.multi().getMultiParmNumItems());
+}
+
+// ---------------------------------------------------------------------- //
+// Names that clash in a load, and what goes early
+// ---------------------------------------------------------------------- //
+
+TEST(MultiClash, ALoadSettlesIt)
+{
+    // Both blocks make "q1": the later one takes name and state.
+    MultiList p;
+    Block other;
+    other.add(ZEL_FLT, 1, "q#");
+    p.items.add(ZEL_FLT, 1, "q#");
+    p.top.addMulti(ZEL_MULTITYPE_LIST, "others", other.templates());
+    p.build();
+    p.setCount(1.0);
+    p.set("q1", 5.0);
+    p.list->setChannelAlias(&p.parm("q1"), 0, KIT_StringHolder("second"));
+    p.animate("q1", "5 + 1");
+    p.owner.takeCalls();
+    {
+        const Loading loading;
+        p.setCount(2.0, "others");
+    }
+    EXPECT_EQ("others=2 points=1 pt1=0 q1=6 q2=0", p.text());
+    EXPECT_EQ(&p.multi("others"), p.parm("q1").getMultiParmOwner());
+    EXPECT_EQ(&p.parm("q1"), p.list->getParmPtrFromChannel("second", nullptr));
+    EXPECT_EQ("parmRemoved 3; multiItemCreated q2; multiInstancesChanged", p.owner.takeCalls());
+    EXPECT_EQ("", takeMessages());
+    p.setCount(0.0);
+    EXPECT_EQ("others=2 points=0 q1=6 q2=0", p.text()) << "another one's is left alone";
+    p.setCount(0.0, "others");
+    EXPECT_EQ("others=0 points=0", p.text());
+}
+
+TEST(MultiClash, FixedParametersAndTheMultiItselfStay)
+{
+    MultiList p;
+    p.items.add(ZEL_FLT, 1, "fixed#");
+    p.items.add(ZEL_FLT, 1, "points");
+    p.items.add(ZEL_FLT, 1, "twice#");
+    p.items.add(ZEL_FLT, 1, "twice#");
+    ZEL_SpareData spare({"multistartoffset", "0"});
+    p.top.add(ZEL_FLT, 1, "fixed0");
+    p.top.addMulti(ZEL_MULTITYPE_LIST, "points0", p.items.templates(), 0.0, nullptr, &spare);
+    p.buildTop();
+    p.set("fixed0", 4.0);
+    p.owner.takeCalls();
+    {
+        const Loading loading;
+        p.setCount(1.0, "points0");
+    }
+    EXPECT_EQ("fixed0=4 points0=1 pt0=0 twice0=0", p.text());
+    EXPECT_EQ("parmRemoved 3; multiItemCreated pt0; multiInstancesChanged", p.owner.takeCalls());
+    p.setCount(0.0, "points0");
+    EXPECT_EQ("fixed0=4 points0=0", p.text());
+}
+
+TEST(MultiClash, AnItemCannotReplaceTheMultiThatMakesIt)
+{
+    MultiList p;
+    p.items.add(ZEL_FLT, 1, "late#");
+    p.top.add(ZEL_FLT, 1, "n");
+    p.buildTop();
+    ZEL_Name name("late1", "Late");
+    ZEL_Template description(ZEL_MULTITYPE_LIST, p.items.templates(), 1.0, &name);
+    ZEL_Parm *late = new ZEL_Parm(&description, p.list.get());
+    late->setSpareParm(true);
+    p.list->appendParm(late);
+    {
+        const Loading loading;
+        p.setCount(2.0, "late1");
+    }
+    EXPECT_EQ("n=0 late1=2 pt1=0 pt2=0 late2=0", p.text());
+    EXPECT_EQ(late, p.list->getParmPtr("late1"));
+    p.list.reset();
+}
+
+TEST(MultiClash, NoParameterOutlivesItsDescription)
+{
+    MultiList p;
+    p.build();
+    p.setCount(3.0);
+    // A later parameter takes the name, and one item's goes by other hands.
+    ZEL_Name name("pt2", "Other");
+    ZEL_Template description(ZEL_FLT, 1, &name);
+    ZEL_Parm *other = new ZEL_Parm(&description, p.list.get());
+    other->setSpareParm(true);
+    other->getInstance()->revertToDefaults(false);
+    p.list->appendParm(other);
+    p.list->removeAndDestroyParm(p.list->getParmIndex("pt3"));
+    EXPECT_EQ("points=3 pt1=0 pt2=0 pt2=0", p.text());
+    p.setCount(0.0);
+    EXPECT_EQ("points=0 pt2=0", p.text());
+    EXPECT_EQ(other, p.list->getParmPtr("pt2"));
+    p.list.reset();
+}
+
+TEST(MultiClash, AMultiThatLeavesTakesItsItemsAlong)
+{
+    MultiList p;
+    p.top.add(ZEL_FLT, 1, "n");
+    p.buildTop();
+    ZEL_Name name("late", "Late");
+    ZEL_Template description(ZEL_MULTITYPE_LIST, p.items.templates(), 1.0, &name);
+    ZEL_Parm *late = new ZEL_Parm(&description, p.list.get());
+    late->setSpareParm(true);
+    p.list->appendParm(late);
+    p.setCount(2.0, "late");
+    EXPECT_EQ("n=0 late=2 pt1=0 pt2=0", p.text());
+    EXPECT_TRUE(p.parm("pt2").isSpareParm());
+    p.owner.takeCalls();
+    p.list->removeAndDestroyParm(1);
+    EXPECT_EQ("n=0", p.text());
+    EXPECT_EQ("parmRemoved 1; parmRemoved 2; parmRemoved 1; multiInstancesChanged",
+              p.owner.takeCalls());
+
+    // Not in any list, it makes and removes them all the same.
+    {
+        ZEL_Parm loose(&description, p.list.get());
+        double value = 0.0;
+        loose.setValue(0.0, 2.0, false, 0, ZEL_ADDKEY_PENDING, false);
+        loose.getValue(0.0, value, 0, BASgetSTID());
+        EXPECT_EQ("n=0 pt1=0 pt2=0", p.text());
+    }
+    EXPECT_EQ("n=0", p.text());
+    ZEL_Parm alone(&description, nullptr);
+    alone.getInstance()->revertToDefaults(true);
+    EXPECT_EQ(0, alone.getMultiParmNumItems());
+}

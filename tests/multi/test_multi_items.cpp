@@ -1,0 +1,431 @@
+// Items that are inserted, deleted, copied and reverted; ramps and their first fill.
+
+#include "MultiList.h"
+
+#include <TRK/TRK_Segment.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace
+{
+
+/// "points" with the children "pt#" and "v#", a float of 2; pt1 = 1, pt2 = 2 ... and v1 = 10,0 ...
+class Items : public ::testing::Test
+{
+protected:
+    void build(int count, ZEL_Range *range = nullptr)
+    {
+        p = std::make_unique<MultiList>();
+        p->items.add(ZEL_FLT, 2, "v#");
+        p->build(0.0, range);
+        p->setCount(count);
+        for (int i = 1; i <= count; ++i) {
+            p->set(("pt" + std::to_string(i)).c_str(), i);
+            p->set(("v" + std::to_string(i)).c_str(), 10.0 * i);
+        }
+        p->owner.takeCalls();
+    }
+    /// The values of the first child, item by item: "1 2 3".
+    std::string firsts()
+    {
+        std::string text;
+        for (int i = 0; i < p->multi().getMultiParmNumItems(); ++i) {
+            text += (i > 0 ? " " : "") + valueText(*p->multi().getParm(2 * i));
+        }
+        return text;
+    }
+    ZEL_Parm &multiParm() { return p->parm("points"); }
+
+    std::unique_ptr<MultiList> p;
+};
+
+} // namespace
+
+// ---------------------------------------------------------------------- //
+// Insert and delete
+// ---------------------------------------------------------------------- //
+
+TEST_F(Items, ValuesMoveAndNamesStay)
+{
+    struct Case
+    {
+        const char *name;
+        std::function<void(ZEL_Parm &)> change;
+        const char *contents;
+    };
+    const auto insert = [](int item) {
+        return [item](ZEL_Parm &parm) { parm.insertMultiParmItem(item, false); };
+    };
+    const auto remove = [](int item) {
+        return [item](ZEL_Parm &parm) { parm.removeMultiParmItem(item, false); };
+    };
+    const Case cases[] = {
+        {"insert 0", insert(0), "points=3 pt1=0 v1=0,0 pt2=1 v2=10,0 pt3=2 v3=20,0"},
+        {"insert 1", insert(1), "points=3 pt1=1 v1=10,0 pt2=0 v2=0,0 pt3=2 v3=20,0"},
+        {"insert 2", insert(2), "points=3 pt1=1 v1=10,0 pt2=2 v2=20,0 pt3=0 v3=0,0"},
+        {"insert -5", insert(-5), "points=3 pt1=0 v1=0,0 pt2=1 v2=10,0 pt3=2 v3=20,0"},
+        {"insert 99", insert(99), "points=3 pt1=1 v1=10,0 pt2=2 v2=20,0 pt3=0 v3=0,0"},
+        {"remove 0", remove(0), "points=1 pt1=2 v1=20,0"},
+        {"remove 1", remove(1), "points=1 pt1=1 v1=10,0"},
+        {"remove -1", remove(-1), "points=2 pt1=1 v1=10,0 pt2=2 v2=20,0"},
+        {"remove 2", remove(2), "points=2 pt1=1 v1=10,0 pt2=2 v2=20,0"},
+    };
+    for (const Case &c : cases) {
+        build(2);
+        c.change(multiParm());
+        EXPECT_EQ(c.contents, p->text()) << c.name;
+        EXPECT_EQ(p->multi().getMultiParmNumItems(), p->eval("points")) << c.name;
+    }
+}
+
+TEST_F(Items, TheOwnerHearsOfTheItemThatIsNew)
+{
+    build(2);
+    multiParm().insertMultiParmItem(0, true);
+    EXPECT_EQ("multiItemCreated pt3 v3; multiInstancesChanged; multiItemCreated pt1 v1",
+              p->owner.takeCalls());
+    multiParm().removeMultiParmItem(0, true);
+    EXPECT_EQ("parmRemoved 6; parmRemoved 5; multiInstancesChanged", p->owner.takeCalls());
+}
+
+TEST_F(Items, HardLimitsHold)
+{
+    ZEL_Range range(ZEL_RANGE_HARD, 1.0, ZEL_RANGE_HARD, 3.0);
+    build(3, &range);
+    multiParm().insertMultiParmItem(0, false);
+    EXPECT_EQ("1 2 3", firsts());
+    multiParm().swapMultiParmItem(0, 2);
+    EXPECT_EQ("3 2 1", firsts()) << "an exchange needs no room";
+    ZEL_Range atLeastTwo(ZEL_RANGE_HARD, 2.0, ZEL_RANGE_UI, 3.0);
+    build(2, &atLeastTwo);
+    p->list->setChannelAlias(&p->parm("pt2"), 0, KIT_StringHolder("second"));
+    p->list->removeMultiParmItem(0, 0);
+    EXPECT_EQ("points=2 pt1=0 v1=0,0 pt2=2 v2=20,0", p->text()) << "cleared in place";
+    EXPECT_EQ(&p->parm("pt2"), p->list->getParmPtrFromChannel("second", nullptr));
+}
+
+TEST_F(Items, ARefusedItemMovesNothing)
+{
+    build(2);
+    ZEL_Name name("v3", "Other");
+    ZEL_Template description(ZEL_FLT, 1, &name);
+    ZEL_Parm *other = new ZEL_Parm(&description, p->list.get());
+    other->setSpareParm(true);
+    other->getInstance()->revertToDefaults(false);
+    p->list->appendParm(other);
+    p->list->insertMultiParmItem(0, 0);
+    EXPECT_EQ("1 2", firsts());
+    EXPECT_EQ("ZEL 19", takeMessages());
+    multiParm().swapMultiParmItem(0, 1);
+    EXPECT_EQ("1 2", firsts());
+    EXPECT_EQ("ZEL 19", takeMessages());
+    p.reset();
+}
+
+TEST_F(Items, ALockedMultiKeepsItsItems)
+{
+    build(2);
+    multiParm().setLockedFlag(0, true);
+    multiParm().insertMultiParmItem(0, true);
+    multiParm().removeMultiParmItem(0, true);
+    multiParm().swapMultiParmItem(0, 1);
+    p->list->insertMultiParmItem(0, 0);
+    p->list->removeMultiParmItem(0, 0);
+    EXPECT_EQ("1 2", firsts());
+}
+
+TEST_F(Items, AnExchangeIsNotTold)
+{
+    build(3);
+    p->parm("pt1").setLockedFlag(0, true);
+    p->animate("v3", "3 + 4", 1);
+    EventLog events(*p->list);
+    multiParm().swapMultiParmItem(0, 2);
+    EXPECT_EQ("", events.take());
+    EXPECT_EQ("points=3 pt1=3 v1=30,7 pt2=2 v2=20,0 pt3=1 v3=10,0", p->text());
+    EXPECT_FALSE(p->parm("pt1").getLockedFlag(0));
+    EXPECT_TRUE(p->parm("pt3").getLockedFlag(0));
+    EXPECT_EQ("3 + 4 -", p->expression("v1", 1) + " " + p->expression("v3", 1));
+    EXPECT_EQ(nullptr, p->channels.getChannel("v42"));
+    for (const auto &[a, b] : {std::pair<int, int>{0, 0}, {-1, 1}, {0, 3}}) {
+        multiParm().swapMultiParmItem(a, b);
+        EXPECT_EQ("3 2 1", firsts());
+    }
+    p->parm("pt1").swapMultiParmItem(0, 1);
+    EXPECT_EQ("3 2 1", firsts());
+}
+
+TEST_F(Items, ListOperationsTakeOtherParametersQuietly)
+{
+    build(1);
+    for (const int index : {-1, 1, 99}) {
+        p->list->insertMultiParmItem(index, 0);
+        p->list->removeMultiParmItem(index, 0);
+    }
+    EXPECT_EQ("points=1 pt1=1 v1=10,0", p->text());
+}
+
+// ---------------------------------------------------------------------- //
+// Channels, flags, aliases
+// ---------------------------------------------------------------------- //
+
+TEST_F(Items, ChannelsMoveWithTheirItem)
+{
+    struct Case
+    {
+        const char *from;
+        const char *to;
+        const char *expected;
+    };
+    // Expressions of the two components' channels, "" for none.
+    const Case cases[] = {
+        {"", "", "-"}, {"3 + 4", "", "3 + 4"}, {"", "1 + 1", "-"}, {"3 + 4", "1 + 1", "3 + 4"}};
+    for (const Case &c : cases) {
+        build(2);
+        p->set("v1", 6.0, 1);
+        for (const auto &[token, expression] :
+             {std::pair<const char *, const char *>{"v1", c.from}, {"v2", c.to}}) {
+            if (*expression) {
+                p->animate(token, expression, 1);
+            }
+        }
+        p->multi().assignInstance(0, 1);
+        EXPECT_EQ(c.expected, p->expression("v2", 1));
+        EXPECT_EQ(valueText(p->parm("v1")), valueText(p->parm("v2")));
+        EXPECT_EQ(*c.from ? "10,7" : "10,6", valueText(p->parm("v2")));
+        EXPECT_EQ("-", p->expression("v2", 0));
+        EXPECT_EQ(*c.expected == '-', p->channels.getChannel("v22") == nullptr);
+        EXPECT_TRUE(p->parm("v2").isDirty(1));
+    }
+}
+
+TEST_F(Items, FlagsMoveWithTheirItem)
+{
+    build(2);
+    p->parm("v1").setLockedFlag(1, true);
+    p->parm("v1").setAutoScopedFlag(0, true);
+    p->parm("v1").setAutoSelectFlag(1, false);
+    p->multi().assignInstance(0, 1);
+    const ZEL_Parm &to = p->parm("v2");
+    EXPECT_EQ(2u, to.getInstance()->getLockedField());
+    EXPECT_TRUE(to.getAutoScopedFlag(0));
+    EXPECT_FALSE(to.getAutoScopedFlag(1));
+    EXPECT_FALSE(to.getAutoSelectFlag(1));
+    EXPECT_FALSE(p->parm("pt2").getInstance()->getSaveAutoScopeFlag()) << "equal flags aren't set";
+    for (const auto &[from, target] : {std::pair<int, int>{0, 0}, {-1, 0}, {0, 2}, {2, 0}}) {
+        p->multi().assignInstance(from, target);
+    }
+    EXPECT_EQ("1 1", firsts());
+}
+
+TEST_F(Items, AliasesMoveWithTheirItem)
+{
+    const auto aliases = [&] {
+        std::string text;
+        for (const char *alias : {"one", "two", "deep"}) {
+            int component = -1;
+            const ZEL_Parm *parm = p->list->getParmPtrFromChannel(alias, &component);
+            text += std::string(text.empty() ? "" : " ") +
+                    (parm ? parm->getToken() + std::to_string(component) : "-");
+        }
+        return text;
+    };
+    build(3);
+    p->list->setChannelAlias(&p->parm("pt1"), 0, KIT_StringHolder("one"));
+    p->list->setChannelAlias(&p->parm("pt2"), 0, KIT_StringHolder("two"));
+    p->list->setChannelAlias(&p->parm("v2"), 1, KIT_StringHolder("deep"));
+    ASSERT_EQ("pt10 pt20 v21", aliases());
+    p->list->insertMultiParmItem(0, 1);
+    EXPECT_EQ("pt10 pt30 v31", aliases());
+    EXPECT_EQ("1 0 2 3", firsts());
+    p->list->insertMultiParmItem(0, -3);
+    EXPECT_EQ("pt20 pt40 v41", aliases());
+    p->list->removeMultiParmItem(0, 9);
+    EXPECT_EQ("pt20 pt40 v41", aliases());
+    p->list->removeMultiParmItem(0, 0);
+    EXPECT_EQ("pt10 pt30 v31", aliases());
+    p->list->removeMultiParmItem(0, 0);
+    EXPECT_EQ("- pt20 v21", aliases()) << "an alias goes with its item";
+    p->list->removeMultiParmItem(0, 2);
+    EXPECT_EQ("- pt20 v21", aliases());
+    EXPECT_EQ("0 2", firsts());
+}
+
+// ---------------------------------------------------------------------- //
+// Revert and copy
+// ---------------------------------------------------------------------- //
+
+TEST_F(Items, RevertingUnlocksAndDropsChannels)
+{
+    build(2);
+    p->parm("pt1").setLockedFlag(0, true);
+    p->animate("v1", "2 + 3", 1);
+    p->multi().revertInstance(0);
+    EXPECT_EQ("points=2 pt1=0 v1=0,0 pt2=2 v2=20,0", p->text());
+    EXPECT_FALSE(p->parm("pt1").getLockedFlag(0));
+    EXPECT_EQ("-", p->expression("v1", 1));
+    EXPECT_FALSE(ZEL_Parm::getDestructiveRevertToDefaultFlag());
+    for (const int item : {-1, 2}) {
+        p->multi().revertInstance(item);
+    }
+    EXPECT_EQ("0 2", firsts());
+    p->multi().revertAllInstances();
+    EXPECT_EQ("points=0", p->text());
+    EXPECT_TRUE(p->multi().getDefaultsInitFlag());
+}
+
+TEST_F(Items, CopyTakesCountAndValues)
+{
+    build(3);
+    const std::unique_ptr<MultiList> source = std::move(p);
+    build(1);
+    source->animate("v2", "3 + 2", 1);
+    p->parm("points").copyParm(source->parm("points"));
+    EXPECT_EQ(source->text(), p->text());
+    EXPECT_EQ("3 + 2", p->expression("v2", 1));
+    p->multi().copy(&p->multi());
+    p->multi().copy(nullptr);
+    EXPECT_EQ(source->text(), p->text());
+    build(0);
+    source->multi().copy(&p->multi());
+    EXPECT_EQ("points=0", source->text());
+}
+
+TEST(MultiCopy, OtherChildrenGetWhatFits)
+{
+    MultiList from, to;
+    from.items.add(ZEL_XYZ, 3, "v#");
+    from.items.add(ZEL_FLT, 1, "more#");
+    to.items.add(ZEL_FLT, 2, "w#");
+    to.items.add(ZEL_STRING, 1, "name#");
+    from.build(2.0);
+    to.build();
+    from.set("pt2", 4.0);
+    from.set("v2", 5.0, 1);
+    from.set("more2", 6.0);
+    to.multi().copy(&from.multi());
+    EXPECT_EQ("4 0,5", valueText(to.parm("pt2")) + " " + valueText(to.parm("w2")));
+    EXPECT_EQ("-", to.expression("name2"));
+    EXPECT_EQ(2, to.multi().getMultiParmNumItems());
+}
+
+TEST(MultiCopy, ADuplicateMakesItsOwnItems)
+{
+    MultiList p;
+    p.build(2.0);
+    const ZEL_Parm copy(&p.parm("points"), nullptr);
+    EXPECT_EQ(0, copy.getMultiParmNumItems());
+    double value = 0.0;
+    copy.getValue(0.0, value, 0, BASgetSTID());
+    EXPECT_EQ(2.0, value);
+    EXPECT_EQ("points=2 pt1=0 pt2=0", p.text());
+}
+
+TEST(MultiAdopt, LeftoverParametersGiveTheirState)
+{
+    // As after a load that brought the parameters before the count.
+    MultiList p;
+    p.items.add(ZEL_XYZ, 3, "v#");
+    p.build();
+    ZEL_Name names[] = {ZEL_Name("pt2", "Point"), ZEL_Name("v1", "V")};
+    ZEL_Template leftovers[] = {ZEL_Template(ZEL_FLT, 1, &names[0]),
+                                ZEL_Template(ZEL_FLT, 2, &names[1])};
+    for (ZEL_Template &description : leftovers) {
+        ZEL_Parm *parm = new ZEL_Parm(&description, p.list.get());
+        parm->setSpareParm(true);
+        parm->getInstance()->revertToDefaults(false);
+        p.list->appendParm(parm);
+    }
+    p.set("pt2", 7.0);
+    p.animate("v1", "1 + 2", 1);
+    p.parm("pt2").setLockedFlag(0, true);
+    p.owner.takeCalls();
+    {
+        const Loading loading;
+        p.setCount(2.0);
+    }
+    EXPECT_EQ("points=2 pt1=0 v1=0,3,0 pt2=7 v2=0,0,0", p.text());
+    EXPECT_TRUE(p.parm("pt2").getLockedFlag(0));
+    EXPECT_EQ("multiItemCreated pt1", p.owner.takeCalls().substr(15, 20));
+    EXPECT_FALSE(p.parm("pt2").isSpareParm());
+    EXPECT_EQ(&p.multi(), p.parm("pt2").getMultiParmOwner());
+}
+
+TEST(MultiRevert, TheListLeavesItemsToTheOwner)
+{
+    MultiList p;
+    p.build(2.0);
+    p.setCount(3.0);
+    p.set("pt1", 5.0);
+    p.owner.takeCalls();
+    p.list->revertValuesToFactoryDefaults();
+    EXPECT_EQ("points=2 pt1=5 pt2=0", p.text());
+    EXPECT_EQ("parmRemoved 3; multiInstancesChanged; multiItemCreated pt1 pt2",
+              p.owner.takeCalls());
+    p.list->clearParmOwner();
+    p.list->revertValuesToFactoryDefaults();
+    EXPECT_EQ("points=2 pt1=0 pt2=0", p.text());
+    EXPECT_TRUE(p.list->allDefaults());
+    p.setCount(1.0);
+    EXPECT_FALSE(p.list->allDefaults());
+}
+
+// ---------------------------------------------------------------------- //
+// Ramps
+// ---------------------------------------------------------------------- //
+
+TEST(MultiRamp, TheFirstFillIsAnEvenGradient)
+{
+    struct Case
+    {
+        ZEL_MultiType type;
+        double count;
+        const char *spareToken;
+        const char *contents;
+    };
+    const Case cases[] = {
+        {ZEL_MULTITYPE_RAMP_FLT, 3.0, "none",
+         "r=3 r1pos=0 r1value=0 r2pos=0.5 r2value=0.5 r3pos=1 r3value=1"},
+        {ZEL_MULTITYPE_RAMP_RGB, 2.0, "none", "r=2 r1pos=0 r1c=0,0,0 r2pos=1 r2c=1,1,1"},
+        {ZEL_MULTITYPE_RAMP_FLT, 1.0, "none", "r=1 r1pos=0 r1value=0"},
+        {ZEL_MULTITYPE_RAMP_RGB, 2.0, "rampfloatdefault",
+         "r=2 r1pos=0 r1c=0,0,0 r2pos=1 r2c=1,1,1"},
+    };
+    for (const Case &c : cases) {
+        MultiList p;
+        ZEL_SpareData spare({c.spareToken, "1pos ( 0 )"});
+        p.top.addMulti(c.type, "r", nullptr, c.count, nullptr, &spare);
+        p.buildTop();
+        std::string text = p.text();
+        // The third part of a key is a menu.
+        for (int i = 1; i <= 3; ++i) {
+            const std::string interp = " r" + std::to_string(i) + "interp=";
+            const std::size_t at = text.find(interp);
+            if (at != std::string::npos) {
+                text.erase(at, interp.size() + 1);
+            }
+        }
+        EXPECT_EQ(c.contents, text);
+    }
+}
+
+TEST(MultiRamp, LaterKeysStartAtTheirDefaults)
+{
+    MultiList p;
+    p.top.addMulti(ZEL_MULTITYPE_RAMP_FLT, "r", nullptr, 2.0);
+    p.buildTop();
+    p.setCount(3.0, "r");
+    EXPECT_EQ("0 1 0", valueText(p.parm("r1pos")) + " " + valueText(p.parm("r2pos")) + " " +
+                           valueText(p.parm("r3pos")));
+    p.set("r2pos", 0.25);
+    p.multi("r").revertAllInstances();
+    EXPECT_EQ(2, p.multi("r").getMultiParmNumItems());
+    EXPECT_EQ(1.0, p.eval("r2pos")) << "filled as on the first day";
+    p.multi("r").setNumInstances(0, false);
+    p.multi("r").setDefaultsInitFlag(false);
+    p.multi("r").revertToDefault(0);
+    EXPECT_EQ(1.0, p.eval("r2pos")) << "the value by itself does it too";
+    // The first key's position can't be enabled.
+    EXPECT_FALSE(p.parm("r1pos").setEnableState(1, 0) && p.parm("r1pos").getEnableState(0));
+}

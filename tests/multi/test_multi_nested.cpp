@@ -1,0 +1,189 @@
+// Multi-parameters inside the items of others.
+
+#include "MultiList.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+/// "outer" with the children "a#" and the multi-parameter "in#", whose child is "x#_#".
+class Nested : public ::testing::Test
+{
+protected:
+    Nested() { takeMessages(); }
+    void build(double innerCount = 0.0)
+    {
+        p.top.add(ZEL_FLT, 1, "n");
+        inner.add(ZEL_FLT, 1, "x#_#", "X # of #", &texts);
+        outer.add(ZEL_FLT, 1, "a#");
+        outer.addMulti(ZEL_MULTITYPE_LIST, "in#", inner.templates(), innerCount);
+        p.top.addMulti(ZEL_MULTITYPE_LIST, "outer", outer.templates());
+        p.buildTop();
+    }
+    void count(const char *token, double items) { p.setCount(items, token); }
+    /// Without "n=0 ".
+    std::string text() const { return p.text().substr(4); }
+
+    ZEL_Default texts{0.0, "", TRK_MEANING_COLLECTION};
+    Block inner;
+    Block outer;
+    MultiList p;
+};
+
+} // namespace
+
+TEST_F(Nested, NamesCarryTheNumbersOfAllLevels)
+{
+    texts.set(0.0, "# * 100 + # * 10 + #", TRK_MEANING_COLLECTION);
+    build();
+    count("outer", 2.0);
+    count("in2", 2.0);
+    count("in1", 1.0);
+    EXPECT_EQ("outer=2 a1=0 in1=1 a2=0 in2=2 x2_1=212 x2_2=222 x1_1=111", text());
+    EXPECT_STREQ("X 2 of 1", p.parm("x2_1").getLabel());
+    EXPECT_STREQ("in#", outer.templates()[1].getToken());
+    KIT_Array<int> numbers;
+    ASSERT_EQ(2, p.parm("x2_1").getMultiInstanceIndex(numbers, true));
+    EXPECT_EQ("1 2", std::to_string(numbers[0]) + " " + std::to_string(numbers[1]));
+    const int levels[] = {2, 1};
+    EXPECT_EQ(&p.parm("x2_1"), p.list->getParmPtrInst("x#_#", levels, 2));
+    ASSERT_NE(nullptr, p.multi("in2").getInstanceIndex());
+    EXPECT_EQ(2, (*p.multi("in2").getInstanceIndex())[0]);
+    EXPECT_EQ(nullptr, p.multi("outer").getInstanceIndex());
+}
+
+TEST_F(Nested, MarksMayBeMissing)
+{
+    inner.add(ZEL_FLT, 1, "bare");
+    build(1.0);
+    count("outer", 1.0);
+    EXPECT_EQ("outer=1 a1=0 in1=1 bare1_1=0 x1_1=0", text());
+}
+
+TEST_F(Nested, InnerItemsComeAndGoWithTheOuterOne)
+{
+    build(2.0);
+    count("outer", 2.0);
+    EXPECT_EQ("outer=2 a1=0 in1=2 x1_1=0 x1_2=0 a2=0 in2=2 x2_1=0 x2_2=0", text());
+    p.owner.takeCalls();
+    count("outer", 1.0);
+    EXPECT_EQ("outer=1 a1=0 in1=2 x1_1=0 x1_2=0", text());
+    EXPECT_EQ("parmRemoved 7; parmRemoved 8; parmRemoved 7; multiInstancesChanged; parmRemoved 6; "
+              "multiInstancesChanged",
+              p.owner.takeCalls());
+    EXPECT_EQ(nullptr, p.list->getParmPtr("x2_1"));
+    p.list.reset();
+}
+
+TEST_F(Nested, NamesBringItemsOnTheLevelThatExists)
+{
+    struct Case
+    {
+        const char *name;
+        bool claimed;
+        const char *contents;
+    };
+    const Case cases[] = {
+        {"x2_3", true, "outer=2 a1=0 in1=0 a2=0 in2=3 x2_1=0 x2_2=0 x2_3=0"},
+        {"x1_1", true, "outer=2 a1=0 in1=1 a2=0 in2=0 x1_1=0"},
+        {"x3_1", false, "outer=2 a1=0 in1=0 a2=0 in2=0"},
+        {"x2_0", false, "outer=2 a1=0 in1=0 a2=0 in2=0"},
+        {"x99999999999999999999_1", false, "outer=2 a1=0 in1=0 a2=0 in2=0"},
+        {"x1_99999999999999999999", true, "outer=2 a1=0 in1=0 a2=0 in2=0"},
+        {"in3", true, "outer=3 a1=0 in1=0 a2=0 in2=0 a3=0 in3=0"},
+    };
+    build();
+    for (const Case &c : cases) {
+        count("outer", 0.0);
+        count("outer", 2.0);
+        EXPECT_EQ(c.claimed, p.list->checkMultiParmInstance(c.name, false)) << c.name;
+        EXPECT_EQ(c.contents, text()) << c.name;
+    }
+    EXPECT_EQ("ZEL 22", takeMessages());
+}
+
+TEST_F(Nested, ValuesMoveWithTheOuterItem)
+{
+    build();
+    count("outer", 2.0);
+    count("in1", 2.0);
+    p.set("a1", 1.0);
+    p.set("x1_1", 11.0);
+    p.set("x1_2", 12.0);
+    p.parm("outer").insertMultiParmItem(0, true);
+    EXPECT_EQ("outer=3 a1=0 in1=0 a2=1 in2=2 a3=0 in3=0 x2_1=11 x2_2=12", text());
+    p.parm("outer").swapMultiParmItem(1, 2);
+    EXPECT_EQ("outer=3 a1=0 in1=0 a2=0 in2=0 a3=1 in3=2 x3_1=11 x3_2=12", text());
+    p.parm("outer").removeMultiParmItem(0, true);
+    EXPECT_EQ("outer=2 a1=0 in1=0 a2=1 in2=2 x2_1=11 x2_2=12", text());
+    p.multi("outer").revertInstance(1);
+    EXPECT_EQ("outer=2 a1=0 in1=0 a2=0 in2=0", text());
+}
+
+TEST_F(Nested, CopiesReachAllLevels)
+{
+    build();
+    count("outer", 2.0);
+    count("in2", 1.0);
+    p.set("x2_1", 21.0);
+    Block otherInner, otherOuter;
+    otherInner.add(ZEL_FLT, 1, "y#_#");
+    otherOuter.add(ZEL_FLT, 1, "b#");
+    otherOuter.addMulti(ZEL_MULTITYPE_LIST, "deep#", otherInner.templates());
+    MultiList q;
+    q.top.addMulti(ZEL_MULTITYPE_LIST, "copy", otherOuter.templates());
+    q.buildTop();
+    q.multi("copy").copy(&p.multi("outer"));
+    EXPECT_EQ("copy=2 b1=0 deep1=0 b2=0 deep2=1 y2_1=21", q.text());
+    // Neither end of the copy may take the other away.
+    const std::string before = text();
+    p.multi("outer").copy(&p.multi("in2"));
+    EXPECT_EQ(before, text());
+    p.multi("in1").copy(&p.multi("outer"));
+    EXPECT_EQ("outer=2 a1=0 in1=2 a2=0 in2=1 x2_1=21 x1_1=0 x1_2=0", text());
+}
+
+TEST_F(Nested, LeftoverInnerItemsSurviveTheirMulti)
+{
+    // A load settles a clash of nested multi-parameters: the items inside go over too.
+    build();
+    Block second;
+    second.addMulti(ZEL_MULTITYPE_LIST, "in#", inner.templates());
+    ZEL_Name name("again", "Again");
+    ZEL_Template description(ZEL_MULTITYPE_LIST, second.templates(), 1.0, &name);
+    count("outer", 1.0);
+    count("in1", 2.0);
+    p.set("x1_2", 12.0);
+    ZEL_Parm *again = new ZEL_Parm(&description, p.list.get());
+    again->setSpareParm(true);
+    p.list->appendParm(again);
+    {
+        const Loading loading;
+        count("again", 1.0);
+    }
+    EXPECT_EQ("outer=1 a1=0 again=1 in1=2 x1_1=0 x1_2=12", text());
+    EXPECT_EQ(&p.multi("again"), p.parm("in1").getMultiParmOwner());
+    EXPECT_EQ(&p.multi("in1"), p.parm("x1_2").getMultiParmOwner());
+    EXPECT_TRUE(p.list->checkMultiParmInstance("x1_3", false));
+    EXPECT_EQ(3, p.multi("in1").getMultiParmNumItems());
+    count("outer", 0.0);
+    EXPECT_EQ("outer=0 again=1 in1=3 x1_1=0 x1_2=12 x1_3=0", text());
+    p.list->removeAndDestroyParm(p.list->getParmIndex("again"));
+    EXPECT_EQ("outer=0", text());
+    p.list.reset();
+}
+
+TEST_F(Nested, RampsInItemsHaveKeysOfTheirOwn)
+{
+    outer.addMulti(ZEL_MULTITYPE_RAMP_FLT, "r#", nullptr, 2.0);
+    build();
+    count("outer", 2.0);
+    EXPECT_EQ(2, p.multi("r2").getMultiParmNumItems());
+    EXPECT_STREQ("r2_1pos", p.multi("r2").getMultiParmToken(0, 0));
+    EXPECT_EQ(1.0, p.eval("r2_2pos"));
+    p.set("r1_2value", 0.5);
+    p.parm("outer").insertMultiParmItem(0, true);
+    EXPECT_EQ("1 0.5 0", number(p.eval("r1_2value")) + " " + number(p.eval("r2_2value")) + " " +
+                             number(p.eval("r3_1pos")));
+}
