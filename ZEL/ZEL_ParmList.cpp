@@ -10,7 +10,7 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
 
-int ZEL_ParmList::theLoadCount = 0;
+int ZEL_ParmList::theZELLoadCount = 0;
 ZEL_ORCallback *ZEL_ParmList::theORCallback = nullptr;
 
 // -------------------------------------------------------------------------- //
@@ -60,8 +60,9 @@ ZEL_ParmList::~ZEL_ParmList()
 
 void ZEL_ParmList::buildDelayedDefaults(bool deleteChannels)
 {
-    for (ZEL_Parm *parm : myParms) {
-        ZEL_Instance *instance = parm ? parm->getInstance() : nullptr;
+    // Reverting a multi-parameter adds its items behind.
+    for (int i = 0; i < getEntries(); ++i) {
+        ZEL_Instance *instance = myParms[i] ? myParms[i]->getInstance() : nullptr;
         if (instance && !instance->getDefaultsInitFlag()) {
             instance->revertToDefaults(deleteChannels);
         }

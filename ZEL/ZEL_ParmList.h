@@ -31,17 +31,23 @@
 #include <ZEL/ZEL_ParmTypes.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <memory>
 #include <tbb/concurrent_unordered_set.h>
 
+class KIT_IStream;
 class KIT_String;
+class KIT_StringArray;
 class KIT_TokenString;
+class KIT_WorkBuffer;
 class TRK_ChannelRef;
 class TRK_Collection;
+class ZEL_Multi;
 class ZEL_Name;
 class ZEL_ORCallback;
 class ZEL_OpSharedInfo;
 class ZEL_Parm;
+class ZEL_ParmNameMap;
 class ZEL_ParmOwner;
 class ZEL_PresetInfo;
 class ZEL_Template;
@@ -123,6 +129,43 @@ public:
     const ZEL_Parm *getParmPtrInst(const KIT_StringRef &token, const int *instances, int count,
                                    int &index) const;
     ZEL_Parm *getParmPtrInst(const KIT_StringRef &token, const int *instances, int count);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Multi-parameters
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Makes the parameters of a new item of `multi` from its templates. A parameter that has the
+    /// token already gives its state to the new one and goes; only the others are appended to
+    /// `created`. Called by the multi-parameter.
+    void appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templates, int count, bool spare,
+                          const KIT_ValArray<int> &instances, KIT_ValArray<ZEL_Parm *> &created);
+    /// Inserts or removes an item of the multi-parameter at an index, with the channel aliases of
+    /// the items that move. Nothing if there is no multi-parameter.
+    void insertMultiParmItem(int parmIndex, int item);
+    void removeMultiParmItem(int parmIndex, int item);
+    /// Whether a multi-parameter of this list claims the name as one of its instances; it then
+    /// grows until the item exists. False if none does.
+    bool checkMultiParmInstance(const KIT_StringRef &name, bool evaluateChildren);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Streams   (the list's own thread; see docs/stream.md for the form)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// All parameters. `compact` means binary too, and leaves separators and labels out.
+    void save(std::ostream &os, bool binary, bool compact) const;
+    /// A stream of one entry; nothing at all for null.
+    void saveSingle(ZEL_Parm *parm, std::ostream &os, bool binary) const;
+    /// Reads what `save` wrote, in the form the stream is in; `name` names it in messages and may
+    /// be null. A parameter that isn't in the stream keeps its value. Entries that this list
+    /// doesn't know go to the owner's hook first, then to `fallbackList`, which may be null. What
+    /// was set before a failure stays. True if every entry was taken without an error.
+    bool load(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList);
+    /// The second names of channels, text only; the flag and the name are ignored.
+    void saveChannelAliases(std::ostream &os, bool binary);
+    /// False if the stream ends before the closing brace.
+    bool loadChannelAliases(KIT_IStream &is, const char *name);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -257,9 +300,9 @@ public:
     /// \name Statics
     // ------------------------------------------------------------------ //
     ///@{
-    static void beginLoading() { ++theLoadCount; }
-    static void endLoading() { --theLoadCount; }
-    static bool isLoading() { return theLoadCount != 0; }
+    static void beginLoading() { ++theZELLoadCount; }
+    static void endLoading() { --theZELLoadCount; }
+    static bool isLoading() { return theZELLoadCount != 0; }
     static ZEL_ORCallback *getORCallback() { return theORCallback; }
     static void setORCallback(ZEL_ORCallback *callback) { theORCallback = callback; }
     static void removeOpSharedInfo(const KIT_StringRef &sharedName);
@@ -284,6 +327,43 @@ private:
 
     void registerParm(const ZEL_Parm &parm, int index);
     void forgetNames(const ZEL_Parm &parm, int index);
+    ZEL_Parm *createMultiInstanceParm(ZEL_Template &templateRef, bool spare,
+                                      const ZEL_Multi &multi);
+    void moveMultiParmAlias(int parmIndex, int item, bool up);
+
+    void adoptParm(ZEL_Parm &to, ZEL_Parm &from, bool forceCopy);
+    void adoptChannelAlias(ZEL_Parm &to, const ZEL_Parm &from);
+    static bool shouldCopyOnAdopt(ZEL_Template &to, ZEL_Parm &from, bool forceCopy);
+
+    ZEL_Parm *findLoadParm(const KIT_StringRef &name, ZEL_ParmList *fallbackList,
+                           ZEL_ParmNameMap *map, bool useMap);
+    /// The names of a stream that nothing here knows, in stream order; the stream ends up where it
+    /// was. A multi-parameter that claims a name grows.
+    void loadUnknownParmNames(KIT_IStream &is, KIT_StringArray &names, ZEL_ParmList *fallbackList);
+    bool isKnownForLoad(const KIT_StringRef &name, const ZEL_ParmList *fallbackList);
+    void offerUnknownNames(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList,
+                           ZEL_ParmNameMap &map);
+    enum class LoadResult
+    {
+        LOADED,
+        FAILED,
+        ABANDONED ///< the form itself is broken
+    };
+    LoadResult loadText(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList,
+                        ZEL_ParmNameMap &map);
+    LoadResult loadBinary(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList,
+                          ZEL_ParmNameMap &map);
+    bool loadBinaryPacket(KIT_IStream &is, int packetId, const char *name,
+                          ZEL_ParmList *fallbackList, ZEL_ParmNameMap &map);
+    class Composer;
+    void saveParms(std::ostream &os, const ZEL_Parm *const *parms, std::int64_t count, bool binary,
+                   bool compact) const;
+    static void saveText(Composer &out, const ZEL_Parm *const *parms, std::int64_t count);
+    static void saveBinary(Composer &out, const ZEL_Parm *const *parms, std::int64_t count,
+                           bool compact);
+    static int classPacketId();
+    void loadChannelAlias(const KIT_WorkBuffer &token, const KIT_WorkBuffer &alias);
+
     void becomeValueSource();
     void resignValueSource();
     bool isTimeDependentNow(double time, bool evaluate, int index, int thread);
@@ -312,6 +392,7 @@ private:
     bool myAutoTakeUndoSaved = false;
     ChannelSource myChannelSource;
 
-    static int theLoadCount;
+    static const float theFileVersion;
+    static int theZELLoadCount;
     static ZEL_ORCallback *theORCallback;
 };

@@ -1,24 +1,33 @@
 /// \file ZEL_ParmNameMap.h
 /// Saved parameter names and the names to load them as.
 ///
-/// Ownership:  shares the texts.
+/// Ownership:  copies the texts.
 /// Threads:    one thread at a time.
+/// Errors:     null texts are ignored.
+/// Cost:       an empty map is one null pointer.
 #pragma once
 
 #include <KIT/KIT_StringHolder.h>
 #include <ZEL/ZEL_API.h>
 
+#include <memory>
 #include <unordered_map>
 
 class ZEL_API ZEL_ParmNameMap
 {
 public:
-    /// A later entry for the same saved name replaces the earlier one.
-    void add(const KIT_StringHolder &savedName, const KIT_StringHolder &loadAs);
-    /// The name to load as, or null if the saved name has no entry.
-    const KIT_StringHolder *find(const KIT_StringRef &savedName) const;
-    bool isEmpty() const { return myNames.empty(); }
+    ZEL_ParmNameMap();
+    ZEL_ParmNameMap(const ZEL_ParmNameMap &other);
+    ZEL_ParmNameMap &operator=(const ZEL_ParmNameMap &other);
+    ~ZEL_ParmNameMap();
+
+    /// A later call with the same `from` replaces the name.
+    void addMap(const char *from, const char *to);
+    /// The name to load as; null without an entry. It lasts until the map changes.
+    const char *findName(const char *from) const;
 
 private:
-    std::unordered_map<KIT_StringHolder, KIT_StringHolder> myNames;
+    using Names = std::unordered_map<KIT_StringHolder, KIT_StringHolder>;
+
+    std::unique_ptr<Names> myNames;
 };

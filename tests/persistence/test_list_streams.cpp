@@ -1,0 +1,217 @@
+// What a list writes: the text to the byte, the packets, and what happens when writing fails.
+
+#include <persistence/StreamList.h>
+
+#include <KIT/KIT_ByteBuffer.h>
+#include <KIT/KIT_EnvControl.h>
+#include <KIT/KIT_OByteStream.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace
+{
+
+const std::string theEmptyText = "{\nversion 0.8\n}\n";
+
+std::string readFile(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+/// The packets of a list's stream: "1 t f 0", an entry as its token.
+std::string packetsOf(const std::string &data)
+{
+    KIT_IStream is(data.data(), data.size(), KIT_IStream::BINARY);
+    KIT_Packet packet;
+    int classId = 0;
+    int packetId = 0;
+    std::string all;
+    while (packet.beginRead(is, classId, packetId)) {
+        KIT_WorkBuffer token;
+        all += all.empty() ? "" : " ";
+        all += classId != KITgetClassPacketID("ZEL_ParmList")    ? "?"
+               : packetId == 2 && is.readWorkBuffer(token, true) ? token.buffer()
+                                                                 : std::to_string(packetId);
+        packet.endRead();
+    }
+    return all;
+}
+
+/// Takes a number of writes, then fails; never seeks.
+class FailingBuffer : public std::streambuf
+{
+public:
+    explicit FailingBuffer(int writes) : myLeft(writes) {}
+    std::string taken;
+
+protected:
+    std::streamsize xsputn(const char *bytes, std::streamsize count) override
+    {
+        if (myLeft-- <= 0) {
+            return 0;
+        }
+        taken.append(bytes, std::size_t(count));
+        return count;
+    }
+    int_type overflow(int_type c) override
+    {
+        const char byte = char(c);
+        return xsputn(&byte, 1) == 1 ? c : traits_type::eof();
+    }
+
+private:
+    int myLeft;
+};
+
+} // namespace
+
+TEST(ListStreams, AnEmptyListIsItsFrame)
+{
+    ZEL_Template none[1];
+    ZEL_ParmList list(none, nullptr, nullptr, nullptr, "", false);
+    std::ostringstream text;
+    std::ostringstream binary;
+    list.save(text, false, false);
+    list.save(binary, true, false);
+    EXPECT_EQ(text.str(), theEmptyText);
+    EXPECT_EQ(binary.str(), listPacket(1, bytesOf(0.8f)) + listPacket(0, ""));
+}
+
+TEST(ListStreams, GoldenTextOfAllKinds)
+{
+    StreamList p;
+    p.fill();
+    p.instance("t").setExpression(0.0, "$F", TRK_LANGUAGE_NATIVE, 1, true, false);
+    p.instance("f").setLockedFlag(0, true);
+    p.instance("f").setAutoScopedFlag(0, true);
+    const std::string path = ZEL_TESTS_DIR "/golden/all_kinds.stream";
+    if (ZEL_UPDATE_GOLDEN) {
+        std::ofstream(path, std::ios::binary) << p.save();
+    }
+    EXPECT_EQ(p.save(), readFile(path));
+
+    // What was read says the same again, directly and by way of the other form.
+    for (const bool binary : {false, true}) {
+        StreamList q;
+        q.channels.addChannel("ty");
+        EXPECT_TRUE(q.load(p.save(binary), binary));
+        EXPECT_EQ(q.save(), p.save());
+        EXPECT_EQ(q.save(true), p.save(true));
+    }
+    EXPECT_EQ(takeTexts(), "");
+}
+
+TEST(ListStreams, BinaryIsAFlatRowOfPackets)
+{
+    StreamList p;
+    EXPECT_EQ(packetsOf(p.save(true)), "1 t f n rule on text note press dict points 0");
+    EXPECT_EQ(packetsOf(p.save(false, true)), "1 t f n on text press dict points 0")
+        << "compact means binary, without separators and labels";
+    EXPECT_EQ(p.save(false, true), p.save(true, true));
+}
+
+TEST(ListStreams, SortedOnDemand)
+{
+    StreamList p;
+    const std::string unsorted = p.save();
+    KIT_EnvControl::setInt(KIT_ENV_SORTED_SAVE, 1);
+    const std::string sorted = packetsOf(p.save(true));
+    const std::string sortedText = p.save();
+    KIT_EnvControl::setInt(KIT_ENV_SORTED_SAVE, 0);
+    EXPECT_EQ(sorted, "1 dict f n note on points press rule t text 0");
+    EXPECT_EQ(sortedText.substr(0, 20), "{\nversion 0.8\ndict\t[");
+    EXPECT_EQ(p.save(), unsorted) << "the list keeps its order";
+}
+
+TEST(ListStreams, OneParameterAlone)
+{
+    StreamList p;
+    p.set("f", 0.125);
+    std::ostringstream text;
+    std::ostringstream binary;
+    p.list.saveSingle(p.list.getParmPtr("f"), text, false);
+    p.list.saveSingle(p.list.getParmPtr("f"), binary, true);
+    EXPECT_EQ(text.str(), "{\nversion 0.8\nf\t[ 0\tlocks=0 ]\t(\t0.125\t)\n}\n");
+    EXPECT_EQ(packetsOf(binary.str()), "1 f 0");
+
+    std::ostringstream failed;
+    failed.setstate(std::ios::failbit);
+    p.list.saveSingle(nullptr, failed, false);
+    EXPECT_EQ(takeTexts(), "") << "nothing is written for null, not even a look at the stream";
+    p.list.saveSingle(p.list.getParmPtr("f"), failed, false);
+    EXPECT_EQ(takeTexts(), "Common 10 Parameter List Save");
+}
+
+TEST(ListStreams, AnErrorEndsTheEntriesButNotTheFrame)
+{
+    StreamList p;
+    KITaddError("ZEL", 9, "before");
+    EXPECT_EQ(p.save(), "{\nversion 0.8\nt\t[ 0\tlocks=0 ]\t(\t0\t0\t0\t)\n}\n");
+    EXPECT_EQ(packetsOf(p.save(true)), "1 t 0");
+    EXPECT_EQ(takeTexts(), "ZEL 9 before");
+}
+
+TEST(ListStreams, WhereverWritingFailsItIsTold)
+{
+    // Large enough for several pieces.
+    StreamList p;
+    p.set("points", 3000);
+    p.evaluate("points");
+    for (const bool binary : {false, true}) {
+        const std::string whole = p.save(binary);
+        for (int writes = 0;; ++writes) {
+            FailingBuffer buffer(writes);
+            std::ostream os(&buffer);
+            p.list.save(os, binary, false);
+            ASSERT_EQ(buffer.taken, whole.substr(0, buffer.taken.size()));
+            if (buffer.taken == whole) {
+                EXPECT_GE(writes, 3);
+                EXPECT_EQ(takeTexts(), "");
+                break;
+            }
+            ASSERT_EQ(takeTexts(), "Common 10 Parameter List Save") << writes;
+        }
+    }
+}
+
+TEST(ListStreams, BytesComposedInMemory)
+{
+    KIT_ByteBuffer bytes;
+    KIT_OByteStream os(bytes);
+    KIT_Packet outer;
+    KIT_Packet inner;
+    const std::string filler(3000, 'x');
+    EXPECT_TRUE(outer.beginWrite(os, 7, 1));
+    KITwrite(os, filler.c_str());
+    EXPECT_TRUE(inner.beginWrite(os, 8, -2));
+    os << 'c';
+    EXPECT_TRUE(inner.endWrite());
+    EXPECT_TRUE(outer.endWrite());
+
+    KIT_ByteBuffer direct;
+    const std::size_t start = direct.beginPacket(7, 1);
+    direct.appendText(filler);
+    direct.appendPacket(8, -2, char('c'));
+    direct.endPacket(start);
+    EXPECT_EQ(bytes.view(), direct.view()) << "seeking and composing agree";
+    EXPECT_TRUE(direct.isGood());
+
+    os.seekp(2);
+    os << "ab";
+    EXPECT_EQ(bytes.view().substr(2, 2), "ab");
+    os.seekp(-1, std::ios::end);
+    os << "yz";
+    EXPECT_EQ(bytes.size(), direct.size() + 1) << "writing over the end appends the rest";
+    EXPECT_FALSE(os.seekp(std::streamoff(bytes.size()) + 1));
+
+    direct.appendPacket(70000, 0);
+    EXPECT_FALSE(direct.isGood());
+    std::ostringstream target;
+    direct.writeTo(target);
+    EXPECT_FALSE(target.good()) << "an id of more than 16 bits can't be written";
+    direct.clear();
+    EXPECT_TRUE(direct.isGood());
+}
