@@ -7,48 +7,23 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_TokenString.h>
 #include <TRK/TRK_Channel.h>
-#include <TRK/TRK_ChannelRef.h>
 #include <TRK/TRK_Collection.h>
-#include <TRK/TRK_EventManager.h>
 #include <TRK/TRK_Manager.h>
-#include <TRK/TRK_Segment.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
-#include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
-#include <memory>
+#include <type_traits>
 
 namespace
 {
 
-/// Toward zero; what no integer can hold becomes the nearest one, a NaN 0.
-template <class T>
-T truncated(double value)
-{
-    // 2^31 and 2^63 are doubles; the largest int64 isn't.
-    const double limit = -double(std::numeric_limits<T>::min());
-    if (value >= limit) {
-        return std::numeric_limits<T>::max();
-    }
-    if (value >= -limit) {
-        return T(value);
-    }
-    return value < -limit ? std::numeric_limits<T>::min() : T(0);
-}
-
 std::size_t valueBytes(int size)
 {
     return sizeof(double) * std::size_t(std::max(size, 1));
-}
-
-double halvesUp(double value)
-{
-    return std::floor(value + 0.5);
 }
 
 void digitsOf(double value, KIT_String &text)
@@ -69,12 +44,13 @@ bool isNumberText(const KIT_String &text)
 // Life
 // -------------------------------------------------------------------------- //
 
-ZEL_Float::ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm) : ZEL_Overridable(templatePtr, parm)
+ZEL_Float::ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm)
+    : ZEL_ValueInstance(templatePtr, parm)
 {
     allocateValues();
 }
 
-ZEL_Float::ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm) : ZEL_Overridable(source, parm)
+ZEL_Float::ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm) : ZEL_ValueInstance(source, parm)
 {
     const int size = getVectorSize();
     allocateValues();
@@ -102,7 +78,7 @@ ZEL_Instance *ZEL_Float::duplicateSelf(ZEL_Parm *parm) const
 
 void ZEL_Float::adopt(ZEL_Instance &source)
 {
-    ZEL_Overridable::adopt(source);
+    ZEL_ValueInstance::adopt(source);
     if (const auto *other = dynamic_cast<const ZEL_Float *>(&source)) {
         const int size = std::min(getVectorSize(), other->getVectorSize());
         for (int i = 0; i < size; ++i) {
@@ -195,14 +171,6 @@ double ZEL_Float::resolveComponent(ZEL_ParmList *list, double time, int index, i
     return constrainedValue(value);
 }
 
-void ZEL_Float::getValue(ZEL_ParmList *, double, KIT_JSONValueMap &, int, bool, int) const {}
-
-void ZEL_Float::getValue(ZEL_ParmList *, double, std::shared_ptr<const ZEL_DataItem> &value, int,
-                         int) const
-{
-    value.reset();
-}
-
 void ZEL_Float::getValue(ZEL_ParmList *list, double time, KIT_String &value, int index, bool,
                          int thread) const
 {
@@ -231,27 +199,16 @@ void ZEL_Float::getValue(ZEL_ParmList *list, double time, int &value, int index,
     value = truncated<int>(resolveComponent(list, time, index, thread, OwnerStep::ASK));
 }
 
-namespace
+/// A number as the element type of an array: integers truncate, float narrows.
+template <class T>
+T ZEL_Float::narrowed(double number)
 {
-
-void assignNumber(double &to, double number)
-{
-    to = number;
+    if constexpr (std::is_integral_v<T>) {
+        return truncated<T>(number);
+    } else {
+        return T(number);
+    }
 }
-void assignNumber(float &to, double number)
-{
-    to = float(number);
-}
-void assignNumber(std::int64_t &to, double number)
-{
-    to = truncated<std::int64_t>(number);
-}
-void assignNumber(int &to, double number)
-{
-    to = truncated<int>(number);
-}
-
-} // namespace
 
 template <class T>
 void ZEL_Float::fillValues(ZEL_ParmList *list, double time, T *values, int thread) const
@@ -271,7 +228,7 @@ void ZEL_Float::fillValues(ZEL_ParmList *list, double time, T *values, int threa
     for (int i = 0; i < size; ++i) {
         if (owner && owner->isPendingOverride() &&
             owner->zelCookOverrides(at, thread, getToken(), i) != KIT_ERROR_NONE) {
-            assignNumber(values[i], 0.0);
+            values[i] = narrowed<T>(0.0);
             continue;
         }
         double value = 0.0;
@@ -290,7 +247,7 @@ void ZEL_Float::fillValues(ZEL_ParmList *list, double time, T *values, int threa
                 anyTimeDependent |= timeDependent;
             }
         }
-        assignNumber(values[i], constrainedValue(value, useMin, useMax, round));
+        values[i] = narrowed<T>(constrainedValue(value, useMin, useMax, round));
     }
     if (anyTimeDependent && list) {
         list->setTimeDependent();
@@ -324,20 +281,7 @@ void ZEL_Float::getValues(ZEL_ParmList *list, double time, float *values, int th
 // Setting
 // -------------------------------------------------------------------------- //
 
-void ZEL_Float::setValue(double time, const std::shared_ptr<const ZEL_DataItem> &,
-                         bool replaceExpression, int index, ZEL_AddKeyType addKey,
-                         ZEL_KeySetType keySet)
-{
-    setValue(time, 0, replaceExpression, index, addKey, keySet);
-}
-
 void ZEL_Float::setValue(double time, std::int64_t value, bool replaceExpression, int index,
-                         ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
-{
-    setValue(time, double(value), replaceExpression, index, addKey, keySet);
-}
-
-void ZEL_Float::setValue(double time, int value, bool replaceExpression, int index,
                          ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
 {
     setValue(time, double(value), replaceExpression, index, addKey, keySet);
@@ -361,11 +305,10 @@ void ZEL_Float::setChannelValue(TRK_Channel *channel, double time, double value,
                                 ZEL_KeySetType keySet)
 {
     if (replaceExpression) {
-        if (TRK_Segment *segment = channel->getExpressionSegment(time)) {
-            segment->changeExpression("constant()", segment->getExprLanguage());
-            storeValue(index, segment->getValue());
+        double stored = 0.0;
+        if (makeConstant(channel, time, stored)) {
+            storeValue(index, stored);
         }
-        channel->clearPending();
     }
     const int thread = BASgetSTID();
     ZEL_AutoBlockErrors blockErrors(thread);
@@ -373,17 +316,15 @@ void ZEL_Float::setChannelValue(TRK_Channel *channel, double time, double value,
     if (resolveComponent(nullptr, time, index, thread, OwnerStep::SKIP) == value) {
         return;
     }
-    const bool preference = TRK_Manager::getContext().getCommitPreference();
-    const bool commit = keySet == ZEL_KEYSET_PREFERENCE
-                            ? ZEL_Parm::getAlwaysHardenFlag() || preference
-                            : keySet == ZEL_KEYSET_COMMIT;
-    channel->setKeyValue(value, time, true, commit, false);
+    const TRK_Manager &manager = TRK_Manager::getContext();
+    const bool keysTuples = manager.getCommitPreference() && manager.getTupleKeying();
+    channel->setKeyValue(value, time, true, commitFlag(keySet), false);
     if (const TRK_Collection *collection = getChannelGroupPtr()) {
         storeValue(index, collection->evaluate(channel, time, false, thread));
     }
     if (addKey != ZEL_ADDKEY_PENDING) {
         hardenChanges(time, index, addKey == ZEL_ADDKEY_FORCE, nullptr, nullptr);
-        if (preference && TRK_Manager::getContext().getTupleKeying()) {
+        if (keysTuples) {
             keyWholeTuple(time, index);
         }
     }
@@ -409,27 +350,7 @@ void ZEL_Float::setValue(double time, const char *text, TRK_StringMeaning meanin
         setValue(time, BASparseFloat(text), replaceExpression, index, addKey, keySet);
         return;
     }
-    const TRK_StringMeaning asExpression =
-        meaning == TRK_MEANING_LITERAL ? TRK_MEANING_COLLECTION : meaning;
-    setExpression(time, text, stringMeaningToExprLanguage(asExpression), index, true, false);
-}
-
-void ZEL_Float::setValues(double time, const std::int64_t *values, bool replaceExpression,
-                          ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
-{
-    ZEL_Overridable::setValues(time, values, replaceExpression, addKey, keySet);
-    for (int i = 0; i < getVectorSize(); ++i) {
-        setValue(time, values[i], replaceExpression, i, addKey, keySet);
-    }
-}
-
-void ZEL_Float::setValues(double time, const double *values, bool replaceExpression,
-                          ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
-{
-    ZEL_Overridable::setValues(time, values, replaceExpression, addKey, keySet);
-    for (int i = 0; i < getVectorSize(); ++i) {
-        setValue(time, values[i], replaceExpression, i, addKey, keySet);
-    }
+    setExpression(time, text, expressionLanguage(meaning), index, true, false);
 }
 
 void ZEL_Float::setExpression(double time, const char *text, TRK_ExprLanguage language, int index,
@@ -447,20 +368,10 @@ void ZEL_Float::setExpression(double time, const char *text, TRK_ExprLanguage la
                  ZEL_KEYSET_PREFERENCE);
         return;
     }
-    if (deleteChannel) {
-        removeChannel(index);
-    }
-    if (!getChannel(index)) {
-        addChannel(index);
-    }
-    TRK_Channel *channel = getChannel(index);
-    if (!channel) {
-        return;
-    }
-    channel->changeExpression(time, expression.nonNullStr(), language, true);
-    channel->clearPending();
+    const TRK_Channel *channel =
+        putExpression(time, expression.nonNullStr(), language, index, deleteChannel);
     const TRK_Collection *collection = getChannelGroupPtr();
-    if (evaluate && collection) {
+    if (channel && evaluate && collection) {
         storeValue(index, collection->evaluate(channel, time, false, BASgetSTID()));
     }
 }
@@ -475,55 +386,20 @@ void ZEL_Float::setDefaultChannelValue(TRK_Channel *channel, int index)
 void ZEL_Float::hardenChanges(double time, int index, bool force, const char *pattern,
                               KIT_Array<TRK_ChannelRef> *collect)
 {
-    TRK_Channel *channel = validIndex(index) ? getChannel(index) : nullptr;
+    TRK_Channel *channel = channelToHarden(time, index, force, pattern, collect);
     if (!channel) {
-        return;
-    }
-    if (!force) {
-        if (channel->getPendingFlag() && !channel->isPending(time)) {
-            channel->clearPending();
-            return;
-        }
-        if (getChanState(time, index) != ZEL_CHAN_PENDING) {
-            return;
-        }
-    }
-    if (collect) {
-        if (getChannelGroupPtr()) {
-            collect->append(TRK_ChannelRef());
-            TRK_Manager::getContext().fillChannelRef(collect->last(), channel);
-        }
-        return;
-    }
-    if (pattern && !channel->match(pattern)) {
         return;
     }
     const double value = channel->isPending(time) ? channel->getDefault()
                                                   : resolveComponent(nullptr, time, index,
                                                                      BASgetSTID(), OwnerStep::SKIP);
     storeValue(index, value);
-    if (channel->isAtHardKey(time) && channel->setKeyValue(value, time, true, true, true) == 0) {
-        return;
-    }
-    TRK_AutoEventHandler batch;
-    channel->insertKeyFrame(time, true);
-    if (TRK_Segment *segment = channel->getExpressionSegment(time)) {
-        segment->setInValue(value, true);
-    }
+    hardenNumber(channel, time, value);
 }
 
 // -------------------------------------------------------------------------- //
 // Defaults
 // -------------------------------------------------------------------------- //
-
-const ZEL_Default *ZEL_Float::defaultOf(int index) const
-{
-    if (const ZEL_Default *current = getTemplatePtr()->getDefault(index)) {
-        return current;
-    }
-    const ZEL_Default *factory = getTemplatePtr()->getFactoryDefaults();
-    return factory ? factory + index : nullptr;
-}
 
 double ZEL_Float::defaultFloat(int index) const
 {
@@ -570,7 +446,7 @@ void ZEL_Float::applyDefault(int index, bool allowChannel)
     BASstore(myValues[index], found ? found->getFloat() : 0.0);
     const char *expression = found ? found->getString() : "";
     if (allowChannel && isExpression(expression)) {
-        addChannel(index, expression, TRKstringMeaningToExprLanguage(found->getStringMeaning()));
+        addChannel(index, expression, defaultLanguage(*found));
     }
 }
 
@@ -586,14 +462,8 @@ void ZEL_Float::revertToDefault(int index)
 
 void ZEL_Float::revertToDefaults(bool deleteChannels)
 {
-    if (deleteChannels) {
-        clearAndDestroyChannels();
-    }
     const bool allowChannels = getChannelGroupPtr() != nullptr;
-    for (int i = 0; i < getVectorSize(); ++i) {
-        applyDefault(i, allowChannels);
-    }
-    setDefaultsInitFlag(true);
+    revertComponents(deleteChannels, [&](int i) { applyDefault(i, allowChannels); });
 }
 
 void ZEL_Float::setValueToDefault(double time, int index, ZEL_AddKeyType addKey)
@@ -611,15 +481,7 @@ void ZEL_Float::setValueToDefault(double time, int index, ZEL_AddKeyType addKey)
 
 void ZEL_Float::restoreFactoryDefault(int index)
 {
-    ZEL_Template *description = getTemplatePtr();
-    if (!description->getDefault(index)) {
-        return;
-    }
-    if (const ZEL_Default *factory = description->getFactoryDefaults()) {
-        description->setDefault(index, factory[index]);
-    } else {
-        description->setFloatDefault(index, 0.0);
-    }
+    restoreFactory(index, [&] { getTemplatePtr()->setFloatDefault(index, 0.0); });
 }
 
 void ZEL_Float::overwriteDefault(double, int index)
@@ -629,49 +491,14 @@ void ZEL_Float::overwriteDefault(double, int index)
     }
 }
 
-void ZEL_Float::overwriteDefaults(double time)
-{
-    for (int i = 0; i < getVectorSize(); ++i) {
-        overwriteDefault(time, i);
-    }
-}
-
-bool ZEL_Float::isFactoryExpression(int index) const
-{
-    const ZEL_Default &factory = getTemplatePtr()->getFactoryDefaults()[index];
-    TRK_Channel *channel = getChannel(index);
-    if (!factory.gotString() || channel->getNSegments() != 1) {
-        return false;
-    }
-    const TRK_Segment *segment = channel->getFirstSegment();
-    return segment->getExprLanguage() ==
-               TRKstringMeaningToExprLanguage(factory.getStringMeaning()) &&
-           std::strcmp(segment->getExpression(), factory.getString()) == 0;
-}
-
 bool ZEL_Float::isDefault(int index, ZEL_DefaultType type, bool checkLocks) const
 {
-    // The base agrees with anything while locks aren't checked, so the index is ours to test.
-    if (!validIndex(index) || !ZEL_Overridable::isDefault(index, type, checkLocks)) {
-        return false;
-    }
-    const ZEL_Default *current = getTemplatePtr()->getDefault(index);
-    if ((type & ZEL_DEFAULT_CURRENT) && current) {
-        return storedValue(index) == current->getFloat();
-    }
-    const ZEL_Default *factory = getTemplatePtr()->getFactoryDefaults();
-    if (type & ZEL_DEFAULT_FACTORY_EXPRESSION) {
-        if (getChannel(index)) {
-            return factory && isFactoryExpression(index);
-        }
-        if (factory && isExpression(factory[index].getString())) {
-            return false;
-        }
-    }
-    if ((type & ZEL_DEFAULT_FACTORY_VALUE) && factory) {
-        return storedValue(index) == factory[index].getFloat();
-    }
-    return storedValue(index) == 0.0;
+    return isNumberDefault(
+        index, type, checkLocks, factoryDefault(index),
+        [&](const ZEL_Default *record) {
+            return storedValue(index) == (record ? record->getFloat() : 0.0);
+        },
+        [](const ZEL_Default &record) { return isExpression(record.getString()); });
 }
 
 // -------------------------------------------------------------------------- //
@@ -681,34 +508,16 @@ bool ZEL_Float::isDefault(int index, ZEL_DefaultType type, bool checkLocks) cons
 bool ZEL_Float::getMagicString(KIT_TokenString &tokens, ZEL_ParmList *list, int size, double time,
                                bool addIfDefault, int thread) const
 {
-    constexpr int theInlineSize = 4;
-    double inlineValues[theInlineSize];
-    std::unique_ptr<double[]> heapValues;
-    double *values = inlineValues;
-    if (size > theInlineSize) {
-        heapValues.reset(new double[std::size_t(size)]);
-        values = heapValues.get();
-    }
-    for (int i = size - 1; i >= 0; --i) {
-        getValue(list, time, values[i], i, thread);
-        checkForExpressionErrors(list, i, thread);
-    }
-    const bool plain = isAllDefault(ZEL_DEFAULT_MAGIC) && !isTimeDependent(-1);
-    if (addIfDefault || !plain) {
-        for (int i = size - 1; i >= 0; --i) {
-            if (isDefault(i, ZEL_DEFAULT_MAGIC, true) && !isTimeDependent(i)) {
-                tokens.append('d');
-            } else {
-                tokens.append(values[i]);
-            }
-        }
-    }
-    return !plain;
+    return buildMagicString<double>(
+        tokens, list, size, addIfDefault, thread,
+        [&](int i, double &value) { getValue(list, time, value, i, thread); },
+        [&](int, double value) { tokens.append(value); });
 }
 
 std::int64_t ZEL_Float::getMemoryUsage(bool inclusive) const
 {
-    return ZEL_Overridable::getMemoryUsage(false) + std::int64_t(sizeof(double)) * getVectorSize() +
+    return ZEL_ValueInstance::getMemoryUsage(false) +
+           std::int64_t(sizeof(double)) * getVectorSize() +
            (inclusive ? std::int64_t(sizeof(*this)) : 0);
 }
 

@@ -15,9 +15,9 @@
 ///             range and flags once for the vector.
 #pragma once
 
-#include <ZEL/ZEL_Overridable.h>
+#include <ZEL/ZEL_ValueInstance.h>
 
-class ZEL_API ZEL_Float : public ZEL_Overridable
+class ZEL_API ZEL_Float : public ZEL_ValueInstance
 {
 public:
     ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm);
@@ -31,7 +31,6 @@ public:
     void revertToDefaults(bool deleteChannels) override;
     void restoreFactoryDefault(int index) override;
     void overwriteDefault(double time, int index) override;
-    void overwriteDefaults(double time) override;
     bool isDefault(int index, ZEL_DefaultType type, bool checkLocks) const override;
 
     bool save(std::ostream &os, int binary, bool compiled) const override;
@@ -40,12 +39,7 @@ public:
     int loadCommand(int argc, const char *const argv[], int index, bool asSet,
                     ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
 
-    /// A float has no map form: nothing is written.
-    void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index, bool flag,
-                  int thread) const override;
-    /// A float holds no data item: the pointer is emptied.
-    void getValue(ZEL_ParmList *list, double time, std::shared_ptr<const ZEL_DataItem> &value,
-                  int index, int thread) const override;
+    using ZEL_ValueInstance::getValue;
     void getValue(ZEL_ParmList *list, double time, KIT_String &value, int index, bool expand,
                   int thread) const override;
     void getValue(ZEL_ParmList *list, double time, double &value, int index,
@@ -69,14 +63,9 @@ public:
 
     void setExpression(double time, const char *text, TRK_ExprLanguage language, int index,
                        bool evaluate, bool deleteChannel) override;
-    /// Sets the integer 0, whatever the item: what callers of the old data form rely on.
-    void setValue(double time, const std::shared_ptr<const ZEL_DataItem> &value,
-                  bool replaceExpression, int index, ZEL_AddKeyType addKey,
-                  ZEL_KeySetType keySet) override;
+    using ZEL_ValueInstance::setValue;
     void setValue(double time, std::int64_t value, bool replaceExpression, int index,
                   ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
-    void setValue(double time, int value, bool replaceExpression, int index, ZEL_AddKeyType addKey,
-                  ZEL_KeySetType keySet) override;
     /// With no channel the value is stored raw; with one, a key is set or the change stays
     /// pending. A value equal to the current one changes nothing.
     void setValue(double time, double value, bool replaceExpression, int index,
@@ -84,10 +73,6 @@ public:
     /// A number is set, any other text becomes the component's expression.
     void setValue(double time, const char *text, TRK_StringMeaning meaning, bool replaceExpression,
                   int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
-    void setValues(double time, const std::int64_t *values, bool replaceExpression,
-                   ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
-    void setValues(double time, const double *values, bool replaceExpression, ZEL_AddKeyType addKey,
-                   ZEL_KeySetType keySet) override;
     void setDefaultChannelValue(TRK_Channel *channel, int index) override;
 
     bool getMagicString(KIT_TokenString &tokens, ZEL_ParmList *list, int size, double time,
@@ -125,28 +110,33 @@ private:
     template <class T>
     void fillValues(ZEL_ParmList *list, double time, T *values, int thread) const;
 
+    template <class T>
+    static T narrowed(double number);
     void allocateValues();
-    const ZEL_Default *defaultOf(int index) const;
     double defaultFloat(int index) const;
     void storeValue(int index, double value) const;
     void applyDefault(int index, bool allowChannel);
     void setChannelValue(TRK_Channel *channel, double time, double value, bool replaceExpression,
                          int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
     void keyWholeTuple(double time, int index);
-    bool isFactoryExpression(int index) const;
 
     double valueToSave(int index) const;
     double commandValue(int index) const;
-    void saveAscii(std::ostream &os) const;
-    void saveBinary(std::ostream &os) const;
-    bool loadAscii(KIT_IStream &is, TRK_Channel **oldChannels, unsigned &keyMask);
-    bool loadAsciiEntry(KIT_IStream &is, const char *word, int index, TRK_Channel **oldChannels);
+    void saveAscii(KIT_ByteBuffer &out) const;
+    void saveBinary(KIT_ByteBuffer &out) const;
+    /// The packets of a float without channels, label and masks, in one piece. False, with nothing
+    /// written, for all others.
+    bool savePlainBinary(KIT_ByteBuffer &out) const;
+    bool loadAscii(KIT_IStream &is, HeldChannels &held, unsigned &keyMask);
+    Entry loadAsciiEntry(KIT_IStream &is, std::string_view word, int index, HeldChannels &held);
+    /// Reads what that writes. False, with nothing read, for all else.
+    bool loadPlainBinary(KIT_IStream &is);
     bool loadBinary(KIT_IStream &is);
-    bool loadBinaryPacket(KIT_IStream &is, int packetId, int &numRead, bool &finished);
-    bool loadBinaryValue(KIT_IStream &is, int packetId, int index);
-    void revertMissing(int numRead);
-    int loadArguments(int argc, const char *const argv[], int first, int last, bool asSet,
-                      ZEL_AddKeyType addKey, ZEL_KeySetType keySet, TRK_Channel **held);
+    bool loadBinaryValue(KIT_IStream &is, int index);
+    /// A packet of flags, masks or the label.
+    bool loadBinaryExtra(KIT_IStream &is, int packetId);
+    void loadArgument(const char *argument, int index, HeldChannels &held, bool asSet,
+                      ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
 
     // Apart from the object: evaluation threads write here and read the rest of it.
     double *myValues;

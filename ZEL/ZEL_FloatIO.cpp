@@ -4,19 +4,16 @@
 
 #include <BAS/BAS_Number.h>
 #include <BAS/BAS_Thread.h>
-#include <KIT/KIT_Digits.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_OByteStream.h>
 #include <KIT/KIT_Packet.h>
-#include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
 #include <TRK/TRK_Channel.h>
-#include <TRK/TRK_Collection.h>
 #include <TRK/TRK_Manager.h>
 
-#include <ostream>
-#include <vector>
+#include <cstring>
 
 namespace
 {
@@ -43,24 +40,19 @@ int floatClassId()
     return theClassId;
 }
 
-void writeDigits(std::ostream &os, double value)
-{
-    KIT_Digits digits;
-    digits.reset(value, 0, -1);
-    os << digits.buffer();
-}
+/// Where the parts of a plain float's packets lie: flags, locks, an empty label, the values, the end.
+constexpr std::size_t theHeader = KIT_Packet::theHeaderSize;
+constexpr std::size_t theFlagsSize = 3 * sizeof(std::uint32_t);
+constexpr std::size_t theLocksAt = theHeader + theFlagsSize;
+constexpr std::size_t theLabelAt = theLocksAt + theHeader + sizeof(std::uint32_t);
+constexpr std::size_t theValuesAt = theLabelAt + theHeader + sizeof(std::uint32_t);
+constexpr std::size_t theValueSize = theHeader + sizeof(double);
 
-void writeWordPacket(std::ostream &os, int packetId, std::uint32_t word)
+bool hasHeader(const char *at, FloatPacket packetId, std::uint32_t length)
 {
-    KIT_Packet packet;
-    packet.beginWrite(os, floatClassId(), packetId);
-    KITwrite(os, word);
-    packet.endWrite();
-}
-
-bool isWord(const KIT_WorkBuffer &word, const char *text)
-{
-    return word.view() == text;
+    char header[theHeader];
+    KIT_ByteBuffer::putHeader(header, floatClassId(), packetId, length);
+    return std::memcmp(at, header, theHeader) == 0;
 }
 
 } // namespace
@@ -71,8 +63,8 @@ bool isWord(const KIT_WorkBuffer &word, const char *text)
 
 double ZEL_Float::valueToSave(int index) const
 {
-    const TRK_Channel *channel = getChannel(index);
-    if (shouldSaveData() && (isMultiParm() || !channel || channel->getPendingFlag())) {
+    // The count of a multi-parameter tells what follows in the stream, a channel or not.
+    if (savesStoredValue(index) || (isMultiParm() && shouldSaveData())) {
         return storedValue(index);
     }
     double value = 0.0;
@@ -82,61 +74,78 @@ double ZEL_Float::valueToSave(int index) const
 
 bool ZEL_Float::save(std::ostream &os, int binary, bool compiled) const
 {
-    if (binary != 0 || compiled) {
-        saveBinary(os);
-    } else {
-        saveAscii(os);
-    }
+    KITcompose(os, [&](KIT_ByteBuffer &out) {
+        if (binary != 0 || compiled) {
+            saveBinary(out);
+        } else {
+            saveAscii(out);
+        }
+    });
     return KITcheckOutStream(os, theSaveLabel, nullptr);
 }
 
-void ZEL_Float::saveAscii(std::ostream &os) const
+void ZEL_Float::saveAscii(KIT_ByteBuffer &out) const
 {
-    os << '\t';
-    saveAsciiOptions(os);
-    os << "\t(";
-    for (int i = 0; i < getVectorSize(); ++i) {
-        os << '\t';
-        if (const TRK_Channel *channel = getChannel(i)) {
-            os << "[ " << channel->getName().nonNullStr() << '\t';
-            writeDigits(os, valueToSave(i));
-            os << " ] ";
-        } else {
-            writeDigits(os, valueToSave(i));
-        }
-    }
-    os << "\t)\n";
+    const auto writeValue = [&](int i) { out.appendDecimal(valueToSave(i)); };
+    saveAsciiValues(out, writeValue, writeValue);
 }
 
-void ZEL_Float::saveBinary(std::ostream &os) const
+bool ZEL_Float::savePlainBinary(KIT_ByteBuffer &out) const
 {
-    KIT_Packet packet;
-    packet.beginWrite(os, floatClassId(), FLOAT_FLAGS);
-    KITwrite(os, getSaveFlags());
-    KITwrite(os, std::int32_t(0));
-    KITwrite(os, std::int32_t(0));
-    packet.endWrite();
-    writeWordPacket(os, FLOAT_LOCKS, getLockedField());
-    if (getSaveAutoScopeFlag()) {
-        writeWordPacket(os, FLOAT_AUTOSCOPE, getAutoScopeField());
+    const int size = getVectorSize();
+    const std::size_t length = theValuesAt + std::size_t(size) * theValueSize + theHeader;
+    char *at = out.room(length);
+    if (!at || getSaveAutoScopeFlag() || getSaveLabelFlag() || getSaveAutoSelectFlag()) {
+        return false;
     }
-    packet.beginWrite(os, floatClassId(), FLOAT_LABEL);
-    KIT_String(getSaveLabelFlag() ? getLabel() : "").save(os, true);
-    packet.endWrite();
-    if (getSaveAutoSelectFlag()) {
-        writeWordPacket(os, FLOAT_AUTOSELECT, getAutoSelectField());
-    }
-    for (int i = 0; i < getVectorSize(); ++i) {
-        const TRK_Channel *channel = getChannel(i);
-        packet.beginWrite(os, floatClassId(), channel ? FLOAT_CHANNEL : FLOAT_VALUE);
-        if (channel) {
-            channel->getName().saveBinary(os);
+    const int classId = floatClassId();
+    at = KIT_ByteBuffer::putHeader(at, classId, FLOAT_FLAGS, std::uint32_t(theFlagsSize));
+    at = KIT_ByteBuffer::putNumber(at, getSaveFlags());
+    at = KIT_ByteBuffer::putNumber(at, std::uint64_t(0));
+    at = KIT_ByteBuffer::putPacket(at, classId, FLOAT_LOCKS, getLockedField());
+    at = KIT_ByteBuffer::putPacket(at, classId, FLOAT_LABEL, std::uint32_t(0));
+    for (int i = 0; i < size; ++i) {
+        if (getChannel(i)) {
+            return false;
         }
-        KITwrite(os, valueToSave(i));
-        packet.endWrite();
+        at = KIT_ByteBuffer::putPacket(at, classId, FLOAT_VALUE, valueToSave(i));
     }
-    packet.beginWrite(os, floatClassId(), FLOAT_END);
-    packet.endWrite();
+    out.setEnd(KIT_ByteBuffer::putHeader(at, classId, FLOAT_END, 0));
+    return true;
+}
+
+void ZEL_Float::saveBinary(KIT_ByteBuffer &out) const
+{
+    if (savePlainBinary(out)) {
+        return;
+    }
+    const int classId = floatClassId();
+    const std::size_t flags = out.beginPacket(classId, FLOAT_FLAGS);
+    out.appendNumber(getSaveFlags());
+    out.appendNumber(std::int32_t(0));
+    out.appendNumber(std::int32_t(0));
+    out.endPacket(flags);
+    out.appendPacket(classId, FLOAT_LOCKS, getLockedField());
+    if (getSaveAutoScopeFlag()) {
+        out.appendPacket(classId, FLOAT_AUTOSCOPE, getAutoScopeField());
+    }
+    const std::size_t label = out.beginPacket(classId, FLOAT_LABEL);
+    out.appendText(getSaveLabelFlag() ? getLabel() : "");
+    out.endPacket(label);
+    if (getSaveAutoSelectFlag()) {
+        out.appendPacket(classId, FLOAT_AUTOSELECT, getAutoSelectField());
+    }
+    for (int i = 0, size = getVectorSize(); i < size; ++i) {
+        if (const TRK_Channel *channel = getChannel(i)) {
+            const std::size_t link = out.beginPacket(classId, FLOAT_CHANNEL);
+            out.appendText(channel->getName().view());
+            out.appendNumber(valueToSave(i));
+            out.endPacket(link);
+        } else {
+            out.appendPacket(classId, FLOAT_VALUE, valueToSave(i));
+        }
+    }
+    out.appendPacket(classId, FLOAT_END);
 }
 
 // -------------------------------------------------------------------------- //
@@ -145,24 +154,13 @@ void ZEL_Float::saveBinary(std::ostream &os) const
 
 bool ZEL_Float::load(KIT_IStream &is)
 {
-    constexpr int theInlineSize = 8;
-    TRK_Channel *inlineChannels[theInlineSize] = {};
-    std::vector<TRK_Channel *> heapChannels;
-    TRK_Channel **oldChannels = inlineChannels;
-    const int size = getVectorSize();
-    if (size > theInlineSize) {
-        heapChannels.resize(std::size_t(size));
-        oldChannels = heapChannels.data();
-    }
-    for (int i = 0; i < size; ++i) {
-        oldChannels[i] = getChannel(i);
-        setChannel(i, nullptr);
-    }
-
+    HeldChannels held(getVectorSize());
+    holdAllChannels(held);
     unsigned keyMask = 0;
-    const bool loaded = is.isBinary() ? loadBinary(is) : loadAscii(is, oldChannels, keyMask);
+    const bool loaded =
+        is.isBinary() ? loadPlainBinary(is) || loadBinary(is) : loadAscii(is, held, keyMask);
     // Only files of an old version carry the mask of components to key.
-    for (int i = 0; keyMask != 0 && i < size; ++i) {
+    for (int i = 0; keyMask != 0 && i < getVectorSize(); ++i) {
         if ((keyMask & bit(i)) && getChannel(i)) {
             const double time = TRK_Manager::getContext().getEvaluateTime(BASgetSTID());
             getChannel(i)->setKeyValue(storedValue(i), time, true, true, true);
@@ -171,175 +169,133 @@ bool ZEL_Float::load(KIT_IStream &is)
     return loaded && KITgetErrorSeverity() < KIT_ERROR_ABORT;
 }
 
-void ZEL_Float::revertMissing(int numRead)
+bool ZEL_Float::loadAscii(KIT_IStream &is, HeldChannels &held, unsigned &keyMask)
 {
-    if (numRead >= getVectorSize()) {
-        return;
-    }
-    addParmWarning(ZEL_ERR_TOO_FEW_VALUES);
-    for (int i = numRead; i < getVectorSize(); ++i) {
-        revertToDefault(i);
-    }
-}
-
-bool ZEL_Float::loadAscii(KIT_IStream &is, TRK_Channel **oldChannels, unsigned &keyMask)
-{
-    KIT_WorkBuffer word;
-    is.getWord(word);
-    if (isWord(word, "[")) {
-        if (!loadAsciiOptions(is, keyMask)) {
-            KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING, "]");
-            return false;
-        }
-        is.getWord(word);
-    }
-    if (!isWord(word, "(")) {
-        KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING, "(");
+    if (!openAsciiValues(is, keyMask)) {
         return false;
     }
-    int numRead = 0;
-    while (is.getWord(word)) {
-        if (isWord(word, ")")) {
-            revertMissing(numRead);
-            return true;
+    std::string_view word;
+    return loadAsciiValues(LoadRules(), [&](int index) {
+        if (!is.getWord(word)) {
+            return Entry::CUT;
         }
-        if (numRead < getVectorSize()) {
-            if (!loadAsciiEntry(is, word.buffer(), numRead, oldChannels)) {
-                return false;
-            }
-        } else if (numRead == getVectorSize()) {
-            addParmWarning(ZEL_ERR_TOO_MANY_VALUES);
+        if (word == ")") {
+            return Entry::END;
         }
-        ++numRead;
-    }
-    KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING, ")");
-    return false;
+        return validIndex(index) ? loadAsciiEntry(is, word, index, held) : Entry::VALUE;
+    });
 }
 
-bool ZEL_Float::loadAsciiEntry(KIT_IStream &is, const char *word, int index,
-                               TRK_Channel **oldChannels)
+ZEL_ValueInstance::Entry ZEL_Float::loadAsciiEntry(KIT_IStream &is, std::string_view word,
+                                                   int index, HeldChannels &held)
 {
-    if (BASisFloat(word)) {
-        TRK_Collection *collection = getChannelGroupPtr();
-        if (oldChannels[index] && collection) {
-            collection->deleteChannel(oldChannels[index]);
-            oldChannels[index] = nullptr;
-        }
-        BASstore(myValues[index], BASparseFloat(word));
-        return true;
-    }
-    if (KIT_StringRef(word) != KIT_StringRef("[")) {
-        setChannel(index, linkChannel(word, index));
-        return true;
+    double value = 0.0;
+    if (BASparseFloat(word.data(), word.size(), value) == word.size()) {
+        deleteHeldChannel(held, index);
+        BASstore(myValues[index], value);
+        return Entry::VALUE;
     }
     KIT_WorkBuffer text;
+    text.append(word);
+    if (word != "[") {
+        setChannel(index, linkChannel(text.buffer(), index));
+        return Entry::VALUE;
+    }
     bool complete = is.getWord(text);
     if (complete) {
         setChannel(index, linkChannel(text.buffer(), index));
         complete = is.getWord(text);
     }
-    if (complete && !isWord(text, "]")) {
+    if (complete && text.view() != "]") {
         BASstore(myValues[index], BASparseFloat(text.buffer()));
         complete = is.checkToken("]");
     }
     if (!complete) {
         addParmWarning(ZEL_ERR_MISSING_BRACKET);
     }
-    return complete;
+    return complete ? Entry::VALUE : Entry::FAILED;
+}
+
+bool ZEL_Float::loadPlainBinary(KIT_IStream &is)
+{
+    const std::size_t size = std::size_t(getVectorSize());
+    const std::size_t end = theValuesAt + size * theValueSize;
+    const std::string_view rest = is.rest();
+    const char *const bytes = rest.data();
+    if (rest.size() < end + theHeader || size == 0 || KITgetErrorSeverity() >= KIT_ERROR_ABORT ||
+        !hasHeader(bytes, FLOAT_FLAGS, theFlagsSize) ||
+        !hasHeader(bytes + theLocksAt, FLOAT_LOCKS, sizeof(std::uint32_t)) ||
+        !hasHeader(bytes + theLabelAt, FLOAT_LABEL, sizeof(std::uint32_t)) ||
+        KIT_ByteBuffer::numberAt<std::uint32_t>(bytes + theLabelAt + theHeader) != 0 ||
+        !hasHeader(bytes + end, FLOAT_END, 0)) {
+        return false;
+    }
+    for (std::size_t at = theValuesAt; at != end; at += theValueSize) {
+        if (!hasHeader(bytes + at, FLOAT_VALUE, sizeof(double))) {
+            return false;
+        }
+    }
+    setSaveFlags(KIT_ByteBuffer::numberAt<std::uint32_t>(bytes + theHeader));
+    setLockedField(KIT_ByteBuffer::numberAt<std::uint32_t>(bytes + theLocksAt + theHeader));
+    for (std::size_t i = 0; i < size; ++i) {
+        BASstore(myValues[i], KIT_ByteBuffer::numberAt<double>(bytes + theValuesAt +
+                                                               i * theValueSize + theHeader));
+    }
+    return is.seekg(is.tellg() + std::int64_t(end + theHeader));
 }
 
 bool ZEL_Float::loadBinary(KIT_IStream &is)
 {
-    KIT_Packet packet;
-    int classId = 0;
-    int packetId = 0;
-    int numRead = 0;
-    bool finished = false;
-    while (!finished && packet.beginRead(is, classId, packetId)) {
-        if (classId != floatClassId()) {
-            KITaddCommonWarning(KIT_COMMON_WRONG_CLASS, theLoadLabel);
-            packet.endRead();
-            return false;
+    LoadRules rules;
+    rules.classId = floatClassId();
+    rules.label = theLoadLabel;
+    rules.wrongClassFails = true;
+    rules.stopOnError = true;
+    return loadBinaryValues(is, rules, [&](int packetId, int &numRead) {
+        switch (packetId) {
+        case FLOAT_CHANNEL: return loadBinaryLink(is, numRead) && loadBinaryValue(is, numRead++);
+        case FLOAT_VALUE: return loadBinaryValue(is, numRead++);
+        default: return loadBinaryExtra(is, packetId);
         }
-        const bool read = loadBinaryPacket(is, packetId, numRead, finished);
-        packet.endRead();
-        if (!read) {
-            KITaddCommonError(KIT_COMMON_CUT_PACKET, theLoadLabel);
-            return false;
-        }
-        if (KITgetErrorSeverity() >= KIT_ERROR_ABORT) {
-            return false;
-        }
-    }
-    return true;
+    });
 }
 
-bool ZEL_Float::loadBinaryPacket(KIT_IStream &is, int packetId, int &numRead, bool &finished)
+bool ZEL_Float::loadBinaryValue(KIT_IStream &is, int index)
 {
-    if (packetId == FLOAT_END) {
-        revertMissing(numRead);
-        finished = true;
-        return true;
-    }
-    if (numRead >= getVectorSize()) {
-        addParmWarning(ZEL_ERR_TOO_MANY_VALUES);
-        return true;
-    }
-    std::uint32_t words[3] = {};
-    KIT_WorkBuffer label;
-    switch (packetId) {
-    case FLOAT_CHANNEL:
-    case FLOAT_VALUE: return loadBinaryValue(is, packetId, numRead++);
-    case FLOAT_FLAGS:
-        if (!is.bread(words, 3)) {
-            return false;
-        }
-        setSaveFlags(words[0]);
-        return true;
-    case FLOAT_LOCKS:
-        if (!is.bread(words[0])) {
-            return false;
-        }
-        setLockedField(words[0]);
-        return true;
-    case FLOAT_AUTOSCOPE:
-        if (!is.bread(words[0])) {
-            return false;
-        }
-        setAutoScopeField(words[0]);
-        return true;
-    case FLOAT_AUTOSELECT:
-        if (!is.bread(words[0])) {
-            return false;
-        }
-        setAutoSelectField(words[0]);
-        return true;
-    case FLOAT_LABEL:
-        if (!is.readWorkBuffer(label, true)) {
-            return false;
-        }
-        if (label.length() > 0) {
-            setLabel(label.buffer());
-            setSaveLabelFlag(true);
-        }
-        return true;
-    default: KITaddCommonWarning(KIT_COMMON_UNKNOWN_PACKET, theLoadLabel); return true;
-    }
-}
-
-bool ZEL_Float::loadBinaryValue(KIT_IStream &is, int packetId, int index)
-{
-    if (packetId == FLOAT_CHANNEL) {
-        KIT_WorkBuffer name;
-        if (!is.readWorkBuffer(name, true)) {
-            return false;
-        }
-        setChannel(index, linkChannel(name.buffer(), index));
-    }
     double value = 0.0;
     if (!is.bread(value)) {
         return false;
     }
     BASstore(myValues[index], value);
+    return true;
+}
+
+bool ZEL_Float::loadBinaryExtra(KIT_IStream &is, int packetId)
+{
+    if (packetId == FLOAT_LABEL) {
+        KIT_WorkBuffer label;
+        if (!is.readWorkBuffer(label, true)) {
+            return false;
+        }
+        if (*label.buffer()) {
+            setLabel(label.buffer());
+        }
+        return true;
+    }
+    if (packetId != FLOAT_FLAGS && packetId != FLOAT_LOCKS && packetId != FLOAT_AUTOSCOPE &&
+        packetId != FLOAT_AUTOSELECT) {
+        KITaddCommonWarning(KIT_COMMON_UNKNOWN_PACKET, theLoadLabel);
+        return true;
+    }
+    std::uint32_t words[3] = {};
+    if (!is.bread(words, packetId == FLOAT_FLAGS ? 3 : 1)) {
+        return false;
+    }
+    switch (packetId) {
+    case FLOAT_FLAGS: setSaveFlags(words[0]); break;
+    case FLOAT_LOCKS: setLockedField(words[0]); break;
+    case FLOAT_AUTOSCOPE: setAutoScopeField(words[0]); break;
+    default: setAutoSelectField(words[0]); break;
+    }
     return true;
 }

@@ -39,6 +39,7 @@
 #include <memory>
 
 class KIT_Color;
+class KIT_ByteBuffer;
 class KIT_IStream;
 class KIT_JSONValueMap;
 class KIT_Packet;
@@ -231,7 +232,8 @@ public:
                             int thread);
     virtual bool findString(const char *text, bool fullWord, bool usePattern) const;
     virtual int changeString(const char *from, const char *to, bool fullWord);
-    virtual bool notifyVarChange(int thread, const char *name);
+    /// Whether a component's text uses the variable; a negative index asks all.
+    virtual bool notifyVarChange(int index, const char *name);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -522,11 +524,15 @@ protected:
     /// A token of a stream or command: the component's own channel name links that channel,
     /// anything else becomes the component's expression.
     void loadTokenAsChannelNameOrExpression(const char *token, int index);
+    /// Whether a token is the component's channel token and such a channel exists. One in double
+    /// quotes never is.
+    bool isChannelToken(const KIT_String &token, int index) const;
     /// Finds a channel by name, then by the component's token. Null with a warning if neither
     /// exists or there is no collection.
     TRK_Channel *linkChannel(const char *name, int index);
 
     void saveAsciiOptions(std::ostream &os) const;
+    void saveAsciiOptions(KIT_ByteBuffer &out) const;
     /// After the caller has read "[". A second positional number of old files goes to `mask`.
     bool loadAsciiOptions(KIT_IStream &is, unsigned int &mask);
     /// True if any option was written.

@@ -199,7 +199,9 @@ void ZEL_Instance::validateChannelNames(ZEL_ParmList &list)
 {
     const int size = getVectorSize();
     for (int i = 0; i < size; ++i) {
-        validateChannelName(list, i);
+        if (myChannels[i]) {
+            validateChannelName(list, i);
+        }
     }
 }
 
@@ -371,6 +373,17 @@ void ZEL_Instance::loadTokenAsChannelNameOrExpression(const char *token, int ind
     }
     const double time = collection ? TRK_Manager::getContext().getEvaluateTime(BASgetSTID()) : 0.0;
     setExpression(time, token, getCollectionLanguage(), index, true, false);
+}
+
+bool ZEL_Instance::isChannelToken(const KIT_String &token, int index) const
+{
+    const std::string_view text = token.view();
+    if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
+        return false;
+    }
+    const TRK_Collection *collection = getChannelGroupPtr();
+    return collection && validIndex(index) && getChannelToken(index) == KIT_StringRef(token) &&
+           collection->getChannel(getChannelToken(index));
 }
 
 TRK_Channel *ZEL_Instance::linkChannel(const char *name, int index)

@@ -3,6 +3,7 @@
 #include <BAS/BAS_Number.h>
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_OByteStream.h>
 #include <KIT/KIT_Packet.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -15,41 +16,37 @@
 #include <cstring>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 namespace
 {
+/// The block that nearly every parameter has: written and read in one piece.
+constexpr std::string_view theUsualOptions = "[ 0\tlocks=0 ]";
+
 bool isLabelLoadDisabled()
 {
     static const bool theDisabledFlag = KITgetEnv("VELMORA_DISABLE_ZEL_LABEL_LOAD") != nullptr;
     return theDisabledFlag;
 }
 
-/// Numbers go through here: a stream's own locale and precision must not show in a file.
-template <class T>
-void writeNumber(std::ostream &os, T value)
+/// A tab, the option's word and "=".
+void writeOption(KIT_ByteBuffer &out, ZEL_ParmIOToken token)
+{
+    out << getPacketIOToken(ZEL_IO_TAB) << getPacketIOToken(token) << '=';
+}
+
+void writeFieldOption(KIT_ByteBuffer &out, ZEL_ParmIOToken token, std::uint32_t field)
+{
+    writeOption(out, token);
+    out.appendDecimal(field);
+}
+
+/// The shortest text that reads back as the same number.
+void writeColorPart(KIT_ByteBuffer &out, float part)
 {
     char text[64];
-    const std::to_chars_result end = std::to_chars(text, text + sizeof(text), value);
-    os.write(text, end.ptr - text);
-}
-
-void writeToken(std::ostream &os, ZEL_ParmIOToken token)
-{
-    os << getPacketIOToken(token);
-}
-
-/// A tab, the option's word and "=".
-void writeOption(std::ostream &os, ZEL_ParmIOToken token)
-{
-    writeToken(os, ZEL_IO_TAB);
-    writeToken(os, token);
-    os << '=';
-}
-
-void writeFieldOption(std::ostream &os, ZEL_ParmIOToken token, std::uint32_t field)
-{
-    writeOption(os, token);
-    writeNumber(os, field);
+    const std::to_chars_result end = std::to_chars(text, text + sizeof(text), part);
+    out << ';' << std::string_view(text, std::size_t(end.ptr - text));
 }
 
 void writeFieldPacket(int classId, KIT_Packet &packet, std::ostream &os, ZEL_ParmIOToken token,
@@ -79,41 +76,58 @@ void ZEL_Instance::setLabel(const char *label)
 
 void ZEL_Instance::saveAsciiOptions(std::ostream &os) const
 {
-    writeToken(os, ZEL_IO_OPEN);
-    writeToken(os, ZEL_IO_BLANK);
-    writeNumber(os, getSaveFlags());
-    writeFieldOption(os, ZEL_IO_LOCKS, myLockField);
+    KITcompose(os, [&](KIT_ByteBuffer &out) { saveAsciiOptions(out); });
+}
+
+void ZEL_Instance::saveAsciiOptions(KIT_ByteBuffer &out) const
+{
+    if (getSaveFlags() == 0 && myLockField == 0 && !getSaveAutoScopeFlag() && !getBypassFlag() &&
+        !getSaveLabelFlag() && !myChannelColors && !getSaveAutoSelectFlag()) {
+        out << theUsualOptions;
+        return;
+    }
+    out << getPacketIOToken(ZEL_IO_OPEN) << getPacketIOToken(ZEL_IO_BLANK);
+    out.appendDecimal(getSaveFlags());
+    writeFieldOption(out, ZEL_IO_LOCKS, myLockField);
     if (getSaveAutoScopeFlag()) {
-        writeFieldOption(os, ZEL_IO_AUTOSCOPE, myAutoScopeField);
+        writeFieldOption(out, ZEL_IO_AUTOSCOPE, myAutoScopeField);
     }
     if (getBypassFlag()) {
-        writeFieldOption(os, ZEL_IO_BYPASS, 1);
+        writeFieldOption(out, ZEL_IO_BYPASS, 1);
     }
     if (getSaveLabelFlag()) {
-        writeOption(os, ZEL_IO_LABEL);
-        os << KIT_String(getLabel());
+        KIT_WorkBuffer label;
+        label.appendQuoted(KIT_String(getLabel()).view());
+        writeOption(out, ZEL_IO_LABEL);
+        out << label.view();
     }
     for (int i = 0, size = getVectorSize(); i < size; ++i) {
         if (hasChannelCustomColor(i)) {
             const KIT_Color &color = getChannelCustomColor(i);
-            writeOption(os, ZEL_IO_COLOR);
-            writeNumber(os, i);
-            for (const float part : {color.red(), color.green(), color.blue()}) {
-                os << ';';
-                writeNumber(os, part);
-            }
-            os << ';';
+            writeOption(out, ZEL_IO_COLOR);
+            out.appendDecimal(std::uint32_t(i));
+            writeColorPart(out, color.red());
+            writeColorPart(out, color.green());
+            writeColorPart(out, color.blue());
+            out << ';';
         }
     }
     if (getSaveAutoSelectFlag()) {
-        writeFieldOption(os, ZEL_IO_AUTOSELECT, myAutoSelectField);
+        writeFieldOption(out, ZEL_IO_AUTOSELECT, myAutoSelectField);
     }
-    writeToken(os, ZEL_IO_BLANK);
-    writeToken(os, ZEL_IO_CLOSE);
+    out << getPacketIOToken(ZEL_IO_BLANK) << getPacketIOToken(ZEL_IO_CLOSE);
 }
 
 bool ZEL_Instance::loadAsciiOptions(KIT_IStream &is, unsigned int &mask)
 {
+    // Behind the bracket, which is read by now.
+    const std::string_view usual = theUsualOptions.substr(1);
+    const std::string_view rest = is.rest();
+    if (rest.size() > usual.size() && rest.substr(0, usual.size()) == usual &&
+        KIT_IStream::isWhitespace(rest[usual.size()])) {
+        setLockedField(0);
+        return is.seekg(is.tellg() + std::int64_t(usual.size()));
+    }
     int numPositional = 0;
     KIT_WorkBuffer word;
     while (is.getString(word)) {
@@ -274,7 +288,7 @@ bool ZEL_Instance::loadBinaryLabel(KIT_IStream &is)
     if (!is.readWorkBuffer(label, true)) {
         return false;
     }
-    if (!label.isEmpty()) {
+    if (*label.buffer()) {
         setLabel(label.buffer());
     }
     return true;

@@ -1,24 +1,178 @@
 /// \file ZEL_Ordinal.h
-/// The instance of every parameter whose basic type is ordinal: toggles, menus, buttons, folders.
+/// The instance of every parameter whose basic type is ordinal: toggles, menus, button and icon
+/// strips, callback buttons, switchers of folders.
 ///
-/// At present it makes the right kind of instance and holds no values: see
-/// ZEL_ValuelessInstance.h for how it behaves.
+/// Vocabulary: *stored value* = the integer of a component, not clamped when set. *menu* = the
+///             template's choice list, or "off" and "on" for a toggle without one; the value is an
+///             index into it. *token-valued* = a menu whose tokens are numbers: the value is the
+///             number itself. *held token* = a word of a stream that waits for its first read,
+///             because only a script can tell its index; the stored value is stale until then.
+///             *bare word* = letters, digits and "_" only.
+/// Units:      values are indices from 0 or numbers, 64 bits; the int forms clamp to 32. Component
+///             indices 0-based; reading one outside the vector gives 0.
+/// Ownership:  owns its values and held tokens; channels belong to the list's collection.
+/// Threads:    reads from any thread at once; the first read of a held token runs the menu's
+///             script on the thread that reads. Setting, loading, hardening one thread at a time.
+/// Errors:     those of `ZEL_Float`, and "ZEL" 6 for a token that a stream names and no menu has:
+///             the load goes on with 0. What a menu's script reports reaches nobody.
+/// Cost:       a read costs a virtual call, the limit tests, and for an exclusive menu its size;
+///             text reads and saves walk the menu. `save` asks for the menu once.
 #pragma once
 
-#include <ZEL/ZEL_Overridable.h>
-#include <ZEL/ZEL_ValuelessInstance.h>
+#include <BAS/BAS_SpinLock.h>
+#include <KIT/KIT_StringHolder.h>
+#include <ZEL/ZEL_ValueInstance.h>
 
-class ZEL_API ZEL_Ordinal : public ZEL_ValuelessInstance<ZEL_Overridable>
+class ZEL_Item;
+class ZEL_Name;
+
+class ZEL_API ZEL_Ordinal : public ZEL_ValueInstance
 {
 public:
     ZEL_Ordinal(ZEL_Template *templatePtr, ZEL_Parm *parm);
     ~ZEL_Ordinal() override;
 
+    void adopt(ZEL_Instance &source) override;
     ZEL_Instance *duplicateSelf(ZEL_Parm *parm) const override;
+
+    // ------------------------------------------------------------------ //
+    /// \name Defaults
+    /// The defaults of a switcher describe its folders: its factory defaults count as absent and
+    /// nothing overwrites them. The spare value "group_default" tells the folder to open with.
+    // ------------------------------------------------------------------ //
+    ///@{
+    void setValueToDefault(double time, int index, ZEL_AddKeyType addKey) override;
+    void revertToDefault(int index) override;
+    /// A switcher with "group_default" reverts its first component only: that is its folder.
+    void revertToDefaults(bool deleteChannels) override;
+    void restoreFactoryDefault(int index) override;
+    void overwriteDefault(double time, int index) override;
+    bool isDefault(int index, ZEL_DefaultType type, bool checkLocks) const override;
+    /// Nothing is written for an invalid index. A default's text is a token or a number, else its
+    /// own number counts, cut toward zero.
+    void getDefaultValue(KIT_String &value, int index) const override;
+    void getDefaultValue(std::int64_t &value, int index) const override;
+    void getDefaultValue(int &value, int index) const override;
+    void getDefaultValue(double &value, int index) const override;
+    ///@}
+
+    bool save(std::ostream &os, int binary, bool compiled) const override;
+    bool load(KIT_IStream &is) override;
+    void saveCommand(std::ostream &os, int values, int index) const override;
+    int loadCommand(int argc, const char *const argv[], int index, bool asSet,
+                    ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+
+    using ZEL_ValueInstance::getValue;
+    /// The token, or the number for a strip, a token-valued menu, or a value outside the menu.
+    void getValue(ZEL_ParmList *list, double time, KIT_String &value, int index, bool expand,
+                  int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, double &value, int index,
+                  int thread) const override;
+    /// Within the range's hard limits; without a range, within an exclusive menu. What an override
+    /// gives is limited too.
+    void getValue(ZEL_ParmList *list, double time, std::int64_t &value, int index,
+                  int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, int &value, int index,
+                  int thread) const override;
+
+    /// A number becomes an expression like any other text.
+    void setExpression(double time, const char *text, TRK_ExprLanguage language, int index,
+                       bool evaluate, bool deleteChannel) override;
+    using ZEL_ValueInstance::setValue;
+    /// With no channel the value is stored as it is; with one, a key is set or the change stays
+    /// pending. A value equal to the current one changes nothing.
+    void setValue(double time, std::int64_t value, bool replaceExpression, int index,
+                  ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+    /// Rounds half up, to 32 bits.
+    void setValue(double time, double value, bool replaceExpression, int index,
+                  ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+    /// A token, a number, 0 for an empty text; any other text becomes the expression.
+    void setValue(double time, const char *text, TRK_StringMeaning meaning, bool replaceExpression,
+                  int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+    void setDefaultChannelValue(TRK_Channel *channel, int index) override;
+
+    bool getMagicString(KIT_TokenString &tokens, ZEL_ParmList *list, int size, double time,
+                        bool addIfDefault, int thread) const override;
+    void hardenChanges(double time, int index, bool force, const char *pattern,
+                       KIT_Array<TRK_ChannelRef> *collect) override;
+    std::int64_t getMemoryUsage(bool inclusive) const override;
+
+    /// Whether the text is a token of the template's menu, a script's excepted.
+    static bool isToken(const char *text, const ZEL_Template *templatePtr);
+    /// A non-empty text that is no token.
+    static bool isExpression(const char *text, const ZEL_Template *templatePtr);
+    /// The same; a literal bare word is a token that was not found and no expression.
+    static bool isExpression(const ZEL_Default &record, const ZEL_Template *templatePtr);
 
 protected:
     ZEL_Ordinal(const ZEL_Ordinal &source, ZEL_Parm *parm);
 
-    int classId() const override;
-    const char *saveLabel() const override;
+private:
+    class Choices;
+    friend class Choices;
+
+    static std::size_t blockBytes(int size);
+    void allocateValues();
+
+    // Menu
+    bool usesTokenValue() const;
+    /// A menu that only a script can tell.
+    bool hasMenuScript() const;
+    /// A word may be looked up in a menu during a load.
+    bool resolvesInLoad() const { return usesTokenValue() || !hasMenuScript(); }
+    std::int64_t tokenToInt(const char *text, bool &ok) const;
+    /// The same with nothing reported.
+    std::int64_t quietTokenToInt(const char *text, bool &ok) const;
+    void intToToken(std::int64_t value, KIT_String &text) const;
+
+    // Stored values
+    std::int64_t getInternalValue(int index) const;
+    /// The same for who has asked for the menu already.
+    std::int64_t getInternalValue(int index, Choices &choices) const;
+    void setInternalValue(int index, std::int64_t value) const;
+    bool hasHeldTokens() const { return __atomic_load_n(&myNumHeld, __ATOMIC_ACQUIRE) != 0; }
+    void holdToken(int index, const char *token);
+    void resolveLoadedStrValue(int index, Choices &choices) const;
+
+    // Evaluation
+    std::int64_t constrained(std::int64_t value) const;
+    std::int64_t resolveComponent(ZEL_ParmList *list, double time, int index, int thread) const;
+    /// False without a collection.
+    bool channelValue(const TRK_Channel *channel, double time, int thread,
+                      std::int64_t &value) const;
+    /// The same, stored; without a collection the stored value.
+    std::int64_t evaluateChannel(const TRK_Channel *channel, double time, int index,
+                                 int thread) const;
+    void setChannelValue(TRK_Channel *channel, double time, std::int64_t value,
+                         bool replaceExpression, int index, ZEL_AddKeyType addKey,
+                         ZEL_KeySetType keySet);
+
+    // Defaults
+    bool isSwitcherList() const { return getType().isSwitcher(); }
+    bool groupDefault(std::int64_t &value) const;
+    const ZEL_Default *valueDefault(int index) const;
+    std::int64_t defaultInteger(const ZEL_Default &record) const;
+    std::int64_t defaultInteger(const ZEL_Default &record, Choices &choices) const;
+    void applyDefault(int index, bool allowChannel);
+
+    // Streams and commands
+    std::int64_t valueToSave(int index, Choices &choices) const;
+    std::int64_t commandValue(int index) const;
+    void saveAscii(std::ostream &os) const;
+    void saveBinary(std::ostream &os) const;
+    bool loadAscii(KIT_IStream &is, HeldChannels &held);
+    Entry loadAsciiEntry(KIT_IStream &is, int index, HeldChannels &held);
+    Entry loadAsciiLink(KIT_IStream &is, int index);
+    void loadAsciiWord(const char *word, int index);
+    bool loadBinary(KIT_IStream &is);
+    bool loadBinaryToken(KIT_IStream &is, int index);
+    bool loadBinaryInteger(KIT_IStream &is, int index);
+    void loadArgument(const char *argument, int index, HeldChannels &held, bool asSet,
+                      ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+
+    // Apart from the object: evaluation threads write here and read the rest of it. One block.
+    std::int64_t *myValues;
+    KIT_StringHolder *myLoadedStrings;
+    mutable std::int32_t myNumHeld = 0;
+    mutable BAS_ByteLock myHeldLock;
 };

@@ -303,6 +303,21 @@ void ZEL_Parm::removeMultiParmItem(int item, bool notify)
     }
 }
 
+void ZEL_Parm::swapMultiParmItem(int first, int second)
+{
+    ZEL_Multi *multi = asMulti();
+    if (multi && !areAllComponentsLocked()) {
+        multi->swapInstances(first, second);
+    }
+}
+
+ZEL_Template *ZEL_Parm::findMultiParmTemplate(const char *token) const
+{
+    constexpr bool useStartOffset = true;
+    ZEL_Multi *multi = asMulti();
+    return multi ? multi->getTemplate(multi->findMultiParmIndex(token, useStartOffset)) : nullptr;
+}
+
 bool ZEL_Parm::getIsAddingOrRemovingMultiParms()
 {
     return ZEL_Multi::getIsAddingOrRemovingParms();
@@ -397,6 +412,32 @@ void ZEL_Parm::getContextOptionDeps(KIT_StringArray &names) const
 bool ZEL_Parm::isStringThatCanExpand(const char *text)
 {
     return ZEL_String::isStringThatCanExpand(text);
+}
+
+void ZEL_Parm::convertStringToExprLanguage(const char *text, KIT_WorkBuffer &out)
+{
+    ZEL_String::convertToExprLanguage(text, out);
+}
+
+void ZEL_Parm::convertStringFromExprLanguage(const char *text, KIT_String &out)
+{
+    ZEL_String::convertFromExprLanguage(text, out);
+}
+
+bool ZEL_Parm::isStringExpression(const char *text, TRK_StringMeaning meaning,
+                                  const ZEL_Template *templatePtr)
+{
+    return ZEL_String::isExpression(text, meaning, templatePtr);
+}
+
+bool ZEL_Parm::isOrdinalExpression(const char *text, const ZEL_Template *templatePtr)
+{
+    return ZEL_Ordinal::isExpression(text, templatePtr);
+}
+
+bool ZEL_Parm::isOrdinalExpression(const ZEL_Default &record, const ZEL_Template *templatePtr)
+{
+    return ZEL_Ordinal::isExpression(record, templatePtr);
 }
 
 std::size_t format(char *buffer, std::size_t size, const ZEL_Parm &parm)

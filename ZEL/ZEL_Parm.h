@@ -684,6 +684,10 @@ public:
     /// the items that move are the list's business (`ZEL_ParmList::insertMultiParmItem`).
     void insertMultiParmItem(int item, bool notify);
     void removeMultiParmItem(int item, bool notify);
+    /// Exchanges two items. Nothing when locked as a whole; the change isn't told.
+    void swapMultiParmItem(int first, int second);
+    /// The template of an item's child by the child's token; null if there is none.
+    ZEL_Template *findMultiParmTemplate(const char *token) const;
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -718,9 +722,9 @@ public:
     {
         return myInstance ? myInstance->changeString(from, to, fullWord) : 0;
     }
-    bool notifyVarChange(int thread, const char *name)
+    bool notifyVarChange(int index, const char *name)
     {
-        return myInstance && myInstance->notifyVarChange(thread, name);
+        return myInstance && myInstance->notifyVarChange(index, name);
     }
     bool isTimeDependent(int index) const
     {
@@ -830,6 +834,15 @@ public:
                                     const int *instances, int count, bool fillToken, bool repeat);
     /// Whether expansion could change a text; see `ZEL_String`.
     static bool isStringThatCanExpand(const char *text);
+    /// A literal with backticks as one expression, and the way back; see `ZEL_String`.
+    static void convertStringToExprLanguage(const char *text, KIT_WorkBuffer &out);
+    static void convertStringFromExprLanguage(const char *text, KIT_String &out);
+    /// Whether a string's text with that meaning is an expression.
+    static bool isStringExpression(const char *text, TRK_StringMeaning meaning,
+                                   const ZEL_Template *templatePtr);
+    /// Whether an ordinal's text, or default, is an expression; see `ZEL_Ordinal::isExpression`.
+    static bool isOrdinalExpression(const char *text, const ZEL_Template *templatePtr);
+    static bool isOrdinalExpression(const ZEL_Default &record, const ZEL_Template *templatePtr);
     static bool isChanRefString(const char *text, bool bare, KIT_String *channel)
     {
         return ZEL_Instance::isChanRefString(text, bare, channel);

@@ -71,7 +71,8 @@ enum ZEL_ErrorCode : int
     ZEL_ERR_TIME_DEPENDENT = 18, ///< non-animatable parameter's channel is time dependent
     ZEL_ERR_TOKEN_EXISTS = 19,   ///< a multi-parameter item's token is taken
     ZEL_ERR_BASE_PARM = 20,      ///< base parameter inside a multi-parameter
-    ZEL_ERR_BAD_INDEX = 21       ///< component index invalid
+    ZEL_ERR_BAD_INDEX = 21,      ///< component index invalid
+    ZEL_ERR_TOO_MANY_ITEMS = 22  ///< more items than a stream or a channel may ask for
 };
 
 /// The category under which this library reports.

@@ -1,0 +1,41 @@
+/// \file ZEL_OrdinalPrivate.h
+/// What the sources of the ordinal share. Not installed.
+///
+/// Ownership:  borrows the ordinal, and from a dynamic menu what the thread's record holds.
+/// Threads:    one thread, until it asks for another menu.
+#pragma once
+
+#include <KIT/KIT_WorkBuffer.h>
+#include <ZEL/ZEL_Ordinal.h>
+
+/// The menu of an ordinal, asked for when the first question needs it and not again.
+class ZEL_Ordinal::Choices
+{
+public:
+    explicit Choices(const ZEL_Ordinal &ordinal) : myOrdinal(ordinal) {}
+
+    int count();
+    /// Null for a value that is no index.
+    const char *token(std::int64_t value);
+    /// The index of the token, case sensitive; -1 if there is none.
+    int find(const char *text);
+    /// The token rule: a token's index, else a decimal integer, else not ok and 0.
+    std::int64_t parse(const char *text, bool &ok);
+    /// What a value is as a word of a stream or command: null for a plain number. A token-valued
+    /// menu's number is put into the buffer.
+    const char *word(std::int64_t value, KIT_WorkBuffer &buffer);
+
+private:
+    void ask();
+
+    const ZEL_Ordinal &myOrdinal;
+    const ZEL_Name *myNames = nullptr;
+    const ZEL_Item *myItems = nullptr;
+    int myCount = -1;
+};
+
+/// A decimal integer and nothing else, else not ok and 0.
+std::int64_t ZELparseOrdinal(const char *text, bool &ok);
+
+/// Only letters, digits and "_": in a stream that's a token and no expression.
+bool ZELisBareWord(const char *text);

@@ -1,0 +1,56 @@
+// A string's values as arguments of a command line.
+
+#include <ZEL/ZEL_String.h>
+
+#include <BAS/BAS_Thread.h>
+#include <CON/CON_Manager.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Collection.h>
+
+void ZEL_String::commandText(int index, KIT_String &text) const
+{
+    const double time = commandTime();
+    KIT_StringHolder overriding;
+    int overridden = 0;
+    saveCommandOverride(index, time, overriding, overridden);
+    if (overridden) {
+        text = overriding;
+        return;
+    }
+    const TRK_Channel *channel = getChannel(index);
+    const TRK_Collection *collection = evaluationCollection(channel);
+    if (!shouldSaveData()) {
+        getDefaultValue(text, index);
+    } else if (channel && collection) {
+        collection->evaluateString(text, channel, time, BASgetSTID());
+    } else {
+        text = myValues[index].unsafeGet();
+    }
+}
+
+void ZEL_String::saveCommand(std::ostream &os, int values, int index) const
+{
+    saveCommandValues(os, values, index, "String Parameter Save", [&](int i) {
+        KIT_String text;
+        commandText(i, text);
+        CON_Manager::saveProtectedString(os, text.nonNullStr());
+    });
+}
+
+int ZEL_String::loadCommand(int argc, const char *const argv[], int index, bool asSet,
+                            ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
+{
+    const auto read = [&](const char *argument, int i, HeldChannels &held) {
+        KIT_String token(argument, true);
+        if (isChannelToken(token, i)) {
+            loadTokenAsChannelNameOrExpression(argument, i);
+        } else if (asSet) {
+            setValue(commandTime(), argument, TRK_MEANING_LITERAL, false, i, addKey, keySet);
+        } else {
+            deleteHeldChannel(held, i);
+            CON_Manager::expandControlSequences(token);
+            myValues[i].hardenIfNeeded(myLock, token.c_str());
+        }
+    };
+    return loadCommandValues(argc, argv, index, asSet, read);
+}

@@ -1,0 +1,92 @@
+// What a string refers to, and the search in its text.
+
+#include <ZEL/ZEL_String.h>
+
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_RefId.h>
+#include <ZEL/ZEL_TypeConstants.h>
+
+void ZEL_String::forceStringExpressions(TRK_Channel *channel)
+{
+    for (int i = 0; i < channel->getNSegments(); ++i) {
+        channel->getSegment(i)->forceStringType();
+    }
+}
+
+void ZEL_String::buildOpDependencies(const ZEL_RefId &id, int thread)
+{
+    const TRK_Collection *collection = getChannelGroupPtr();
+    for (int i = getVectorSize() - 1; collection && i >= 0; --i) {
+        if (TRK_Channel *channel = getChannel(i)) {
+            forceStringExpressions(channel);
+        } else if (!myValues[i].isEmpty()) {
+            TRK_Manager::buildStringOpDependencies(myValues[i].unsafeGet(),
+                                                   TRK_Referrer{id.index(), i}, collection, thread);
+        }
+    }
+    ZEL_ValueInstance::buildOpDependencies(id, thread);
+}
+
+int ZEL_String::changeOpRef(const char *oldFullPath, const char *newFullPath,
+                            const char *oldRelativePath, const char *newRelativePath,
+                            const char *name, void (*callback)(void *, ZEL_Parm *, int), void *data,
+                            int thread)
+{
+    const TRK_Collection *collection = getChannelGroupPtr();
+    int changed = 0;
+    for (int i = getVectorSize() - 1; collection && i >= 0; --i) {
+        if (TRK_Channel *channel = getChannel(i)) {
+            forceStringExpressions(channel);
+            continue;
+        }
+        KIT_String text(myValues[i].unsafeGet(), true);
+        if (TRK_Manager::changeStringOpRef(text, oldFullPath, newFullPath, oldRelativePath,
+                                           newRelativePath, name, collection, thread) == 0) {
+            continue;
+        }
+        if (callback) {
+            callback(data, getParm(), i);
+        }
+        storeText(i, text.c_str());
+        setDirtyFlags(i);
+        ++changed;
+    }
+    return changed + ZEL_ValueInstance::changeOpRef(oldFullPath, newFullPath, oldRelativePath,
+                                                    newRelativePath, name, callback, data, thread);
+}
+
+bool ZEL_String::findString(const char *text, bool fullWord, bool usePattern) const
+{
+    for (int i = getVectorSize() - 1; i >= 0; --i) {
+        if (myValues[i].findString(text, fullWord, usePattern)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+int ZEL_String::changeString(const char *from, const char *to, bool fullWord)
+{
+    const bool inBackticks = fullWord && getType() == ZEL_COMMAND;
+    int total = 0;
+    for (int i = getVectorSize() - 1; i >= 0; --i) {
+        KIT_String text(myValues[i].unsafeGet(), true);
+        const int count = inBackticks ? text.changeQuotedWord(from, to, '`', KIT_INSIDE_QUOTES)
+                                      : text.changeString(from, to, fullWord);
+        if (count > 0) {
+            storeText(i, text.c_str());
+            total += count;
+        }
+    }
+    return total;
+}
+
+bool ZEL_String::notifyVarChange(int index, const char *name)
+{
+    bool used = ZEL_ValueInstance::notifyVarChange(index, name);
+    for (int i = 0; i < getVectorSize(); ++i) {
+        used |= (index < 0 || index == i) && myValues[i].findVariable(name);
+    }
+    return used;
+}

@@ -1,0 +1,76 @@
+/// \file ZEL_StringRep.h
+/// One text value: an owned copy, or nothing for the empty text.
+///
+/// Vocabulary: *reader* = a thread that copies or compares a text; it announces which one on a
+///             cache line of its own, and whoever replaced that text waits before freeing it.
+/// Ownership:  owns its text. The lock is its instance's, handed to each operation that needs it.
+/// Threads:    operations that take a lock from any thread; all others while nobody else is at the
+///             value: loading, construction, and queries between evaluations.
+/// Errors:     none; when memory is exhausted the value becomes empty.
+/// Cost:       one pointer. The first 32 threads read without the lock and write to nothing that
+///             others read; the rest share the read lock. An evaluation that finds the text that
+///             it is about to store leaves the value alone. A change takes the write lock, and
+///             waits for the copies of the old text that are under way.
+#pragma once
+
+#include <ZEL/ZEL_API.h>
+
+#include <tbb/spin_rw_mutex.h>
+
+#include <atomic>
+#include <cstdint>
+
+class KIT_String;
+class KIT_WorkBuffer;
+
+class ZEL_API ZEL_StringRep
+{
+public:
+    using Lock = tbb::spin_rw_mutex;
+
+    ZEL_StringRep() = default;
+    ~ZEL_StringRep();
+    ZEL_StringRep(const ZEL_StringRep &) = delete;
+    ZEL_StringRep &operator=(const ZEL_StringRep &) = delete;
+
+    // ------------------------------------------------------------------ //
+    /// \name Under the instance's lock   (any thread)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// A copy of the text; "" for the empty one.
+    void get(Lock &lock, KIT_String &out) const;
+    /// Replaces the buffer's contents.
+    void get(Lock &lock, KIT_WorkBuffer &out) const;
+    /// Replaces the text; null is the empty one.
+    void harden(Lock &lock, const char *text);
+    /// The same, with the write lock taken only if the text differs.
+    void hardenIfNeeded(Lock &lock, const char *text);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Without a lock
+    // ------------------------------------------------------------------ //
+    ///@{
+    void unsafeHarden(const char *text);
+    void unsafeHarden(const ZEL_StringRep &other) { unsafeHarden(other.unsafeText()); }
+    /// Takes the string's text over and leaves it unset.
+    void unsafeAdopt(KIT_String &text);
+    /// The text, never null.
+    const char *unsafeGet() const { return unsafeText() ? unsafeText() : ""; }
+    bool isEmpty() const { return !unsafeText(); }
+    bool findString(const char *text, bool fullWord, bool usePattern) const;
+    /// Whether the text uses $NAME or ${NAME}.
+    bool findVariable(const char *name) const;
+    /// The pointer, the text and its end.
+    std::int64_t getMemoryUsage() const;
+    ///@}
+
+private:
+    static char *safeDup(const char *text);
+    const char *unsafeText() const { return myText.load(std::memory_order_relaxed); }
+    /// Calls with the text while it can't go away.
+    template <class Use>
+    void read(Lock &lock, const Use &use) const;
+
+    std::atomic<char *> myText{nullptr}; // never an empty text
+};

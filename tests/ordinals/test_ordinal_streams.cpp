@@ -1,0 +1,480 @@
+#include <ordinals/OrdinalParm.h>
+
+#include <KIT/KIT_Packet.h>
+#include <KIT/KIT_Write.h>
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+constexpr std::int64_t theHuge = std::int64_t(1) << 40;
+
+struct OrdinalStreams : testing::Test, Menus
+{
+    ~OrdinalStreams() override { takeMessages(); }
+
+    ZEL_ChoiceList scripted{ZEL_CHOICELIST_EXCLUSIVE, "menu", TRK_SCRIPT_COMMAND};
+};
+
+std::string packet(int id, const std::string &payload, const char *className = "ZEL_Ordinal")
+{
+    std::stringstream os;
+    KIT_Packet writer;
+    writer.beginWrite(os, KITgetClassPacketID(className), id);
+    os << payload;
+    writer.endWrite();
+    return os.str();
+}
+
+std::string integer(std::int32_t value)
+{
+    std::stringstream os;
+    KITwrite(os, value);
+    return os.str();
+}
+
+std::string counted(const std::string &text)
+{
+    return integer(std::int32_t(text.size())) + text;
+}
+
+const std::string theEnd = packet(0, "");
+
+/// The messages with their texts, for those that carry one of ours.
+std::string takeTexts()
+{
+    KIT_ErrorManager &manager = KITgetErrorManager();
+    std::string texts;
+    for (std::int64_t i = 0; i < manager.entries(); ++i) {
+        texts += manager.getError(i).text + ";";
+    }
+    manager.clearAndDestroyErrors();
+    return texts;
+}
+
+} // namespace
+
+TEST_F(OrdinalStreams, BothFormsAreExactToTheByte)
+{
+    struct Case
+    {
+        ZEL_Type type;
+        ZEL_ChoiceList *menu;
+        std::int64_t value;
+        const char *text;
+        std::string binary;
+    };
+    const std::string huge = packet(2, integer(INT32_MAX));
+    const Case cases[] = {
+        {ZEL_TOGGLE, nullptr, 1, "\"on\"", packet(1, counted("on"))},
+        {ZEL_ORD, &exclusive, 1, "\"b\"", packet(1, counted("b"))},
+        {ZEL_ORD, &exclusive, 5, "5", packet(2, integer(5))}, // raw, not limited
+        {ZEL_ORD, &exclusive, -1, "-1", packet(2, integer(-1))},
+        {ZEL_ORD, &tokenValued, 7, "\"7\"", packet(1, counted("7"))},
+        {ZEL_ORD, nullptr, 7, "7", packet(2, integer(7))},
+        {ZEL_ORD, nullptr, theHuge, "1099511627776", huge}, // 32 bits in packets
+        {ZEL_BUTTONSTRIP, &exclusive, 1, "\"b\"", packet(1, counted("b"))},
+        {ZEL_CALLBACK, &exclusive, 1, "0", packet(2, integer(0))},
+    };
+    for (const Case &c : cases) {
+        OrdinalParm p(c.type, 1, c.menu);
+        p.build().setInteger(c.value);
+        EXPECT_EQ(p.saved(), "\t[ 0\tlocks=0 ]\t(\t" + std::string(c.text) + "\t)\n");
+        EXPECT_EQ(p.saved(true), c.binary + theEnd) << c.text;
+        for (bool binary : {false, true}) {
+            OrdinalParm q(c.type, 1, c.menu);
+            ASSERT_TRUE(q.build().load(p.saved(binary), binary)) << c.text;
+            EXPECT_EQ(q.saved(binary), p.saved(binary)) << c.text;
+        }
+    }
+}
+
+TEST_F(OrdinalStreams, ChannelsAreSavedByName)
+{
+    OrdinalParm p(ZEL_ORD, 2, &exclusive);
+    p.description.defaults[0] = ZEL_Default(0.0, "b");
+    p.build().animate("$F * 0");
+    p.setInteger(1, 1);
+    const std::string name = p.instance->getChannel(0)->getName().c_str();
+    EXPECT_EQ(p.saved(), "\t[ 0\tlocks=0 ]\t(\t[ " + name + "\t1 ] \t\"b\"\t)\n")
+        << "the default as a number, for the channel tells the value";
+    EXPECT_EQ(p.saved(true),
+              packet(3, counted(name) + integer(1)) + packet(1, counted("b")) + theEnd);
+    for (bool binary : {false, true}) {
+        TRK_Channel *channel = p.instance->getChannel(0);
+        ASSERT_TRUE(p.load(p.saved(binary), binary));
+        EXPECT_EQ(p.instance->getChannel(0), channel);
+        EXPECT_EQ(takeMessages(), "");
+    }
+    p.instance->setValue(1.0, std::int64_t(0), false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_NOCOMMIT);
+    p.instance->setValue(1.0, std::int64_t(5), false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_NOCOMMIT);
+    EXPECT_EQ(p.saved(), "\t[ 0\tlocks=0 ]\t(\t[ " + name + "\t5 ] \t\"b\"\t)\n")
+        << "a pending value is saved";
+
+    std::stringstream broken;
+    broken.setstate(std::ios::badbit);
+    EXPECT_FALSE(p.instance->save(broken, 0, false));
+    EXPECT_EQ(takeMessages(), "") << "nothing was tried";
+}
+
+TEST_F(OrdinalStreams, TextLoads)
+{
+    struct Case
+    {
+        ZEL_ChoiceList *menu;
+        const char *text;
+        bool loaded;
+        const char *messages;
+        const char *first, *second; // the states of both components
+    };
+    const Case cases[] = {
+        {&exclusive, "( \"b\" a )", true, "", "1", "0"},
+        {&exclusive, "( 1 0 )", true, "", "1", "0"},
+        {&exclusive, "[ 0 ] ( b b )", true, "", "1", "1"},
+        {&exclusive, "( b )", true, "ZEL 2", "1", "1"},
+        {&exclusive, "( b a a a )", true, "ZEL 3", "1", "0"},
+        {&exclusive, "( nope b )", true, "ZEL 6", "0", "1"},
+        {&exclusive, "( \"\" b )", true, "ZEL 6", "0", "1"},
+        {&exclusive, "( 3*(2-2) b )", true, "", "0 = 3*(2-2)", "1"},
+        {&exclusive, "( !!ch(p2) b )", true, "", "0 = ch(p2)", "1"},
+        {&numeric, "( \"20\" 1 )", true, "", "1", "1"},
+        {&tokenValued, "( \"20\" nope )", true, "ZEL 6", "20", "0"},
+        {nullptr, "( 1099511627776 -1 )", true, "", "1099511627776", "-1"},
+        {&exclusive, "b a )", false, "ZEL 9", "1", "1"},
+        {&exclusive, "( a", false, "ZEL 9", "0", "1"},
+        {&exclusive, "( a \"b", false, "ZEL 9", "0", "1"},
+        {&exclusive, "( [ gone a ] b )", true, "ZEL 4", "0", "1"},
+        {&exclusive, "( [ gone ] a )", true, "ZEL 4", "1", "0"}, // the value stays
+        {&exclusive, "( [ gone nope ] b )", true, "ZEL 4", "0", "1"},
+        // The bracket is missing: told, and unlike for a float reading goes on.
+        {&exclusive, "( [ gone a b )", true, "ZEL 4; ZEL 0", "0", "1"},
+    };
+    for (const Case &c : cases) {
+        OrdinalParm p(ZEL_ORD, 2, c.menu);
+        p.description.defaults[0] = p.description.defaults[1] = ZEL_Default(1.0);
+        p.build();
+        EXPECT_EQ(p.load(c.text), c.loaded) << c.text;
+        EXPECT_EQ(takeMessages(), c.messages) << c.text;
+        EXPECT_EQ(p.state(0), c.first) << c.text;
+        EXPECT_EQ(p.state(1), c.second) << c.text;
+        takeMessages();
+    }
+    OrdinalParm p(ZEL_ORD, 1, &exclusive);
+    p.build().load("( nope )");
+    EXPECT_NE(takeTexts().find("nope in p;"), std::string::npos);
+}
+
+TEST_F(OrdinalStreams, AValueInTheChannelsPlace)
+{
+    // Text deletes the channel, whatever word it is; binary only unlinks it.
+    for (const char *text : {"( 1 )", "( b )", "( nope )"}) {
+        OrdinalParm p(ZEL_ORD, 1, &exclusive);
+        p.build().animate("$F");
+        EXPECT_TRUE(p.load(text));
+        EXPECT_EQ(p.channels.entries(), 0) << text;
+    }
+    OrdinalParm p(ZEL_ORD, 1, &exclusive);
+    p.build().animate("$F");
+    EXPECT_TRUE(p.load(packet(2, integer(1)) + theEnd, true));
+    EXPECT_EQ(p.instance->getChannel(0), nullptr);
+    EXPECT_EQ(p.channels.entries(), 1);
+    EXPECT_EQ(p.value(), 1);
+
+    // Two components hold one channel: it goes once, and what takes its place stays.
+    OrdinalParm q(ZEL_ORD, 2);
+    q.build().animate("$F");
+    const std::string name = q.instance->getChannelToken(0).c_str();
+    ASSERT_TRUE(q.load("( [ " + name + " 0 ] [ " + name + " 0 ] )"));
+    ASSERT_EQ(q.instance->getChannel(0), q.instance->getChannel(1));
+    ASSERT_TRUE(q.load("( 3*3 1 )"));
+    EXPECT_EQ(q.state(0), "9 = 3*3");
+    EXPECT_EQ(q.state(1), "1");
+}
+
+TEST_F(OrdinalStreams, WhatFloatsDoOtherwise)
+{
+    OrdinalParm p(ZEL_ORD);
+    OneParm number(ZEL_FLT, 1);
+    p.build();
+    number.build();
+    for (OneParm *one : {static_cast<OneParm *>(&p), &number}) {
+        one->instance->setLockedFlag(0, true);
+        ASSERT_TRUE(one->load("( 1 )"));
+    }
+    EXPECT_FALSE(p.instance->getLockedFlag(0)) << "an ordinal's load ends all locks";
+    EXPECT_TRUE(number.instance->getLockedFlag(0));
+
+    for (OneParm *one : {static_cast<OneParm *>(&p), &number}) {
+        one->instance->setLockedFlag(0, false);
+        one->animate("bezier()");
+        ASSERT_TRUE(one->load("[ 0 1 ] ( [ p 4 ] )"));
+    }
+    EXPECT_EQ(p.value(), 1) << "an old file's mask keys floats only";
+    EXPECT_EQ(number.eval(), 4.0);
+
+    const std::string foreign = packet(2, integer(0), "ZEL_String");
+    EXPECT_TRUE(p.load(packet(2, integer(3)) + foreign + packet(2, integer(9)), true));
+    EXPECT_FALSE(number.load(foreign, true));
+    EXPECT_EQ(takeMessages(), "Common 7; Common 7");
+    EXPECT_EQ(p.value(), 3) << "reading stops";
+}
+
+TEST_F(OrdinalStreams, BinaryPackets)
+{
+    OrdinalParm p(ZEL_ORD, 2, &exclusive);
+    p.description.defaults[1] = ZEL_Default(1.0);
+    p.build();
+    const std::string one = packet(2, integer(1));
+    EXPECT_TRUE(p.load(packet(77, "xx") + one + one + one + theEnd, true));
+    EXPECT_EQ(takeMessages(), "Common 8; ZEL 3");
+    EXPECT_TRUE(p.load(packet(1, counted("nope")) + theEnd, true));
+    EXPECT_EQ(takeMessages(), "ZEL 2") << "an unknown token is a silent 0 here";
+    EXPECT_EQ(p.value(0), 0);
+    EXPECT_EQ(p.value(1), 1) << "the default";
+    EXPECT_FALSE(p.load(packet(2, "xx") + theEnd, true));
+    EXPECT_NE(takeMessages(), "");
+    EXPECT_FALSE(p.load(packet(1, "\x7f") + theEnd, true));
+    EXPECT_NE(takeMessages(), "");
+
+    // After an error tokens aren't looked up any more, but the packets are read to the end.
+    KITaddCommonError(KIT_COMMON_CUT_PACKET, "before");
+    p.setInteger(1, 0);
+    p.setInteger(0, 1);
+    EXPECT_FALSE(p.load(packet(1, counted("a")) + one + theEnd, true));
+    EXPECT_EQ(p.state(0) + p.state(1), "11");
+    takeMessages();
+
+    // Options travel in the packets that all but floats share.
+    OrdinalParm q(ZEL_ORD), r(ZEL_ORD);
+    q.build().instance->setLockedFlag(0, true);
+    q.instance->setAutoSelectFlag(0, false);
+    ASSERT_TRUE(r.build().load(q.saved(true), true));
+    EXPECT_TRUE(r.instance->getLockedFlag(0));
+    EXPECT_FALSE(r.instance->getAutoSelectFlag(0));
+    EXPECT_EQ(r.saved(true), q.saved(true));
+    EXPECT_EQ(takeMessages(), "");
+}
+
+TEST_F(OrdinalStreams, ASwitcherMayChangeItsFolders)
+{
+    const std::string one = packet(2, integer(1));
+    for (const std::string &text : {std::string("( 1 1 1 )"), std::string("( 1 )")}) {
+        OrdinalParm p(ZEL_SWITCHER, 2);
+        EXPECT_TRUE(p.build().load(text));
+        EXPECT_EQ(p.value(), 1);
+        EXPECT_TRUE(p.load(text.size() > 5 ? one + one + one + theEnd : one + theEnd, true));
+        EXPECT_EQ(takeMessages(), "") << text;
+    }
+}
+
+TEST_F(OrdinalStreams, AScriptIsAskedWhenTheValueIsWanted)
+{
+    MenuOwner owner;
+    OrdinalParm p(ZEL_ORD, 4, &scripted);
+    p.build(&owner);
+    owner.runs = 0;
+    ASSERT_TRUE(p.load("( b \"7\" gone 1 )"));
+    EXPECT_EQ(owner.runs, 0);
+    EXPECT_EQ(takeMessages(), "");
+    const std::string saved = p.saved();
+    EXPECT_EQ(saved, "\t[ 0\tlocks=0 ]\t(\t\"b\"\t\"7\"\t\"a\"\t\"b\"\t)\n");
+    EXPECT_EQ(owner.runs, 1) << "once for all components of a save";
+    // A token that reads like a number is found as a token.
+    std::int64_t folder = 0;
+    ASSERT_TRUE(p.load(saved));
+    owner.runs = 0;
+    p.instance->getDefaultValue(folder, 0);
+    EXPECT_EQ(p.text(1), "7");
+    EXPECT_EQ(p.value(1), 2);
+
+    // Reading a held token costs one run, and exclusive limits one for each read.
+    ZEL_ChoiceList loose(ZEL_CHOICELIST_REPLACE, "menu", TRK_SCRIPT_COMMAND);
+    MenuOwner second;
+    OrdinalParm q(ZEL_ORD, 1, &loose);
+    q.build(&second);
+    ASSERT_TRUE(q.load("( b )"));
+    second.runs = 0;
+    EXPECT_EQ(q.value(), 1);
+    EXPECT_EQ(q.value(), 1);
+    EXPECT_EQ(second.runs, 1);
+    EXPECT_EQ(takeMessages(), "");
+    ASSERT_TRUE(q.load("( 7 )"));
+    EXPECT_EQ(q.value(), 2) << "the next token waits like the first";
+    ASSERT_TRUE(q.load("( b )"));
+    q.setInteger(0);
+    EXPECT_EQ(q.value(), 0) << "a write ends the wait";
+    q.setInteger(1);
+
+    // Until the parameter has its defaults no script runs for it.
+    q.instance->setDefaultsInitFlag(false);
+    second.runs = 0;
+    EXPECT_EQ(q.text(), "1");
+    EXPECT_EQ(second.runs, 0);
+    q.instance->setDefaultsInitFlag(true);
+    EXPECT_EQ(q.text(), "b");
+
+    // What only an old file writes goes to the channels at once.
+    ASSERT_TRUE(q.load("( !!ch(p) )"));
+    EXPECT_EQ(q.expression(), "ch(p)");
+    // The binary form asks at once.
+    second.runs = 0;
+    ASSERT_TRUE(q.load(packet(1, counted("b")) + theEnd, true));
+    EXPECT_EQ(second.runs, 1);
+    EXPECT_EQ(q.value(), 1);
+}
+
+TEST_F(OrdinalStreams, ThreadsMeetAtAHeldToken)
+{
+    ZEL_ChoiceList loose(ZEL_CHOICELIST_REPLACE, "menu", TRK_SCRIPT_COMMAND);
+    MenuOwner owner;
+    OrdinalParm p(ZEL_ORD, 2, &loose);
+    p.build(&owner);
+    for (int round = 0; round < 200; ++round) {
+        ASSERT_TRUE(p.load("( b 7 )"));
+        std::atomic<int> wrong{0};
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([&] { wrong += p.value(0) != 1 || p.value(1) != 2 ? 1 : 0; });
+        }
+        for (std::thread &thread : threads) {
+            thread.join();
+        }
+        ASSERT_EQ(wrong, 0);
+    }
+}
+
+TEST_F(OrdinalStreams, CommandsSetAndLoad)
+{
+    struct Case
+    {
+        ZEL_ChoiceList *menu;
+        std::vector<const char *> arguments;
+        int used;
+        const char *state; // of both components, from 1 and 1
+    };
+    const Case cases[] = {
+        {&exclusive, {"a", "b"}, 2, "0 1"},
+        {&exclusive, {"(", "0", "a", ")", "more"}, 4, "0 0"},
+        {&exclusive, {"(", "a", ")"}, 3, "0 1"},
+        {&exclusive, {"\"a\"", "0"}, 2, "0 0"}, // a protected word
+        {&exclusive, {"2 - 1"}, 1, "1 = 2 - 1 1"},
+        {&numeric, {"20"}, 1, "1 1"}, // a number is a number here: 20, limited
+        {&tokenValued, {"20"}, 1, "20 1"},
+        {&exclusive, {}, 0, "1 1"},
+    };
+    for (const Case &c : cases) {
+        for (bool asSet : {false, true}) {
+            OrdinalParm p(ZEL_ORD, 2, c.menu);
+            p.build().setInteger(1, 0);
+            p.setInteger(1, 1);
+            const int used =
+                p.instance->loadCommand(int(c.arguments.size()), c.arguments.data(), -1, asSet,
+                                        ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+            EXPECT_EQ(used, c.used) << c.state;
+            EXPECT_EQ(p.state(0) + " " + p.state(1), c.state) << asSet;
+        }
+    }
+    OrdinalParm locked(ZEL_ORD);
+    locked.build().setInteger(4);
+    locked.instance->setLockedFlag(0, true);
+    const char *const zero[] = {"0"};
+    EXPECT_EQ(
+        locked.instance->loadCommand(1, zero, -1, true, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE),
+        1);
+    EXPECT_EQ(locked.value(), 4);
+
+    // The value is 0 before the argument is looked at, and no channel can take this one.
+    locked.instance->setLockedFlag(0, false);
+    locked.list->setChannelGroupPtr(nullptr);
+    const char *const expression[] = {"2 - 1"};
+    locked.instance->loadCommand(1, expression, -1, true, ZEL_ADDKEY_PENDING,
+                                 ZEL_KEYSET_PREFERENCE);
+    EXPECT_EQ(locked.value(), 0);
+}
+
+TEST_F(OrdinalStreams, AChannelUnderACommand)
+{
+    const char *const number[] = {"1"};
+    const char *const token[] = {"b"};
+    struct Case
+    {
+        const char *const *arguments;
+        bool asSet;
+        bool linked;
+        int channels;
+    };
+    const Case cases[] = {
+        {number, false, false, 0}, // deleted
+        {token, false, false, 1},  // only unlinked
+        {number, true, true, 1},
+        {token, true, true, 1}, // left alone
+    };
+    for (const Case &c : cases) {
+        OrdinalParm p(ZEL_ORD, 1, &exclusive);
+        p.build().animate("$F");
+        p.instance->loadCommand(1, c.arguments, -1, c.asSet, ZEL_ADDKEY_PENDING,
+                                ZEL_KEYSET_PREFERENCE);
+        EXPECT_EQ(p.instance->getChannel(0) != nullptr, c.linked) << c.arguments[0] << c.asSet;
+        EXPECT_EQ(p.channels.entries(), c.channels) << c.arguments[0] << c.asSet;
+    }
+}
+
+TEST_F(OrdinalStreams, CommandsAreWritten)
+{
+    ZEL_Name odd[] = {{"two words", "T"}, {}};
+    ZEL_ChoiceList oddMenu(ZEL_CHOICELIST_REPLACE, odd);
+    struct Case
+    {
+        ZEL_ChoiceList *menu;
+        std::int64_t value;
+        const char *text;
+    };
+    const Case cases[] = {
+        {&exclusive, 1, " ( b )"},
+        {&exclusive, 5, " ( 5 )"},
+        {nullptr, -2, " ( -2 )"},
+        {&tokenValued, 20, " ( \"20\" )"},
+        {&oddMenu, 0, " ( \"two words\" )"},
+    };
+    for (const Case &c : cases) {
+        OrdinalParm p(ZEL_ORD, 1, c.menu);
+        p.build().setInteger(c.value);
+        std::stringstream os;
+        p.instance->saveCommand(os, 0, -1);
+        EXPECT_EQ(os.str(), c.text);
+    }
+    OrdinalParm p(ZEL_ORD, 2, &exclusive);
+    p.build().animate("0.7", 1);
+    std::stringstream asNames, asValues;
+    p.instance->saveCommand(asNames, 0, -1);
+    p.instance->saveCommand(asValues, 1, 1);
+    EXPECT_EQ(asNames.str(), " ( a " + std::string(p.instance->getChannelToken(1).c_str()) + " )");
+    EXPECT_EQ(asValues.str(), " ( b )");
+}
+
+TEST_F(OrdinalStreams, DamagedStreamsLoadOrFailWithAMessage)
+{
+    for (bool binary : {false, true}) {
+        OrdinalParm source(ZEL_ORD, 3, &exclusive);
+        source.build().animate("$F", 1);
+        source.setInteger(1, 2);
+        source.instance->setLockedFlag(0, true);
+        const std::string data = source.saved(binary);
+        for (std::size_t at = 0; at < data.size(); ++at) {
+            for (int value = 0; value < 256; value += 5) {
+                std::string damaged = data;
+                damaged[at] = char(value);
+                OrdinalParm p(ZEL_ORD, 3, &exclusive);
+                if (!p.build().load(value == 0 ? data.substr(0, at) : damaged, binary)) {
+                    EXPECT_NE(takeMessages(), "") << "byte " << at << " is " << value;
+                }
+                p.value(1);
+                takeMessages();
+            }
+        }
+    }
+}

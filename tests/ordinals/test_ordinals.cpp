@@ -1,0 +1,370 @@
+#include <ordinals/OrdinalParm.h>
+
+#include <KIT/KIT_TokenString.h>
+#include <TRK/TRK_ChannelRef.h>
+#include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_ORCallback.h>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+constexpr std::int64_t theHuge = std::int64_t(1) << 40;
+
+struct Ordinals : testing::Test, Menus
+{
+    ~Ordinals() override
+    {
+        TRK_Manager::getContext().setTupleKeying(false);
+        takeMessages();
+    }
+};
+
+/// Gives each overridden component the same number.
+struct Party : ZEL_ORCallback
+{
+    explicit Party(std::int64_t answer) : number(answer) { ZEL_ParmList::setORCallback(this); }
+    ~Party() override { ZEL_ParmList::setORCallback(nullptr); }
+
+    double evalFloat(int, double, int *, int *active) override
+    {
+        *active = 1;
+        return double(number);
+    }
+    std::int64_t evalInt(int, double, int *, int *active) override
+    {
+        *active = 1;
+        return number;
+    }
+    KIT_StringHolder evalString(int, double, int *, int *) override { return KIT_StringHolder(); }
+    bool setFloat(int, double, int, int, double) override { return false; }
+    bool setInt(int, double, int, int, std::int64_t) override { return false; }
+    bool setString(int, double, int, int, const KIT_StringHolder &) override { return false; }
+
+    std::int64_t number;
+};
+
+} // namespace
+
+TEST_F(Ordinals, ReadingKeepsToTheRangeElseToAnExclusiveMenu)
+{
+    ZEL_Range hard(ZEL_RANGE_PARM, 0.5, ZEL_RANGE_PARM, 9.7);
+    ZEL_Range crossed(ZEL_RANGE_PARM, 5.0, ZEL_RANGE_PARM, 1.0);
+    ZEL_Range interfaceOnly;
+    struct Case
+    {
+        ZEL_ChoiceList *menu;
+        ZEL_Range *range;
+        std::int64_t stored, read;
+    };
+    const Case cases[] = {
+        {&exclusive, nullptr, 5, 1},
+        {&exclusive, nullptr, -1, 0},
+        {&replace, nullptr, 5, 5},
+        {&tokenValued, nullptr, 7, 7},
+        {&empty, nullptr, 5, 5}, // nothing to offer instead
+        {nullptr, nullptr, theHuge, theHuge},
+        {nullptr, &hard, 0, 1}, // the nearest integers inside
+        {nullptr, &hard, 12, 9},
+        {&exclusive, &interfaceOnly, 5, 5}, // a range decides, even one without hard limits
+        {nullptr, &crossed, 0, 5},
+        {nullptr, &crossed, 3, 1}, // both limits look at 3: a float gives the minimum
+    };
+    for (const Case &c : cases) {
+        OrdinalParm p(ZEL_ORD, 1, c.menu, c.range);
+        p.build().setInteger(c.stored);
+        EXPECT_EQ(p.value(), c.read) << c.stored;
+        EXPECT_EQ(p.eval(), double(c.read)) << c.stored;
+        std::int64_t all[1];
+        p.instance->getValues(p.list.get(), 0.0, all, 1);
+        EXPECT_EQ(all[0], c.read);
+    }
+    OrdinalParm toggle(ZEL_TOGGLE);
+    toggle.build().setInteger(3);
+    EXPECT_EQ(toggle.text(), "on") << "a toggle has a menu of its own";
+    OrdinalParm huge(ZEL_ORD);
+    huge.build().setInteger(theHuge);
+    int narrow = 0;
+    huge.instance->getValue(huge.list.get(), 0.0, narrow, 0, 1);
+    EXPECT_EQ(narrow, INT32_MAX);
+    EXPECT_EQ(huge.value(1), 0) << "outside the vector";
+}
+
+TEST_F(Ordinals, LimitsHoldForOverridesAndFailingOwners)
+{
+    ZEL_Range hard(ZEL_RANGE_PARM, 2.0, ZEL_RANGE_PARM, 9.0);
+    OrdinalParm p(ZEL_ORD, 1, nullptr, &hard);
+    TestOwner owner;
+    p.build(&owner).setInteger(4);
+    {
+        Party party(50);
+        p.instance->setOverride(0, 0, "party", ZEL_OVERRIDE_OVERRIDDEN);
+        EXPECT_EQ(p.value(), 9);
+    }
+    EXPECT_EQ(p.value(), 4);
+    owner.setPendingOverrideString("pending");
+    owner.cookResult = KIT_ERROR_ABORT;
+    EXPECT_EQ(p.value(), 2) << "the 0 of a failure is limited, a float's isn't";
+}
+
+TEST_F(Ordinals, ReadAsText)
+{
+    struct Case
+    {
+        ZEL_Type type;
+        ZEL_ChoiceList *menu;
+        std::int64_t value;
+        const char *text;
+    };
+    const Case cases[] = {
+        {ZEL_ORD, &exclusive, 1, "b"},       {ZEL_ORD, &replace, 5, "5"},
+        {ZEL_ORD, &replace, -1, "-1"},       {ZEL_ORD, &tokenValued, 1, "1"},
+        {ZEL_ORD, &numeric, 1, "20"},        {ZEL_ORD, nullptr, theHuge, "1099511627776"},
+        {ZEL_BUTTONSTRIP, &replace, 1, "1"}, {ZEL_ICONSTRIP, &replace, 1, "1"},
+        {ZEL_TOGGLE, nullptr, 1, "on"},
+    };
+    for (const Case &c : cases) {
+        OrdinalParm p(c.type, 1, c.menu);
+        p.description.defaults[0] = ZEL_Default(1.0);
+        p.build().setInteger(c.value);
+        EXPECT_EQ(p.text(), c.text);
+        KIT_String text;
+        p.instance->getDefaultValue(text, 0);
+        p.setInteger(1);
+        EXPECT_EQ(text, p.text().c_str()) << "the default reads like the value";
+    }
+}
+
+TEST_F(Ordinals, TextIsATokenANumberOrAnExpression)
+{
+    struct Case
+    {
+        ZEL_ChoiceList *menu;
+        const char *text, *state;
+    };
+    const Case cases[] = {
+        {&exclusive, "b", "1"},         {&exclusive, "B", "0 = B"}, // another case is another word
+        {&exclusive, "1", "1"},         {&exclusive, "", "0"},
+        {&exclusive, nullptr, "0"},     {&exclusive, "$F", "1 = $F"},
+        {&exclusive, "1.2", "1 = 1.2"}, // no integer
+        {&numeric, "20", "1"},          // a token comes before a number
+        {&numeric, "1", "1"},           {&tokenValued, "20", "20"},
+        {nullptr, "-3", "-3"},          {nullptr, "5000000000", "2147483647"},
+    };
+    for (const Case &c : cases) {
+        OrdinalParm p(ZEL_ORD, 1, c.menu);
+        p.build().setInteger(1);
+        p.setText(c.text);
+        EXPECT_EQ(p.state(), c.state) << (c.text ? c.text : "null");
+    }
+    OrdinalParm p(ZEL_ORD);
+    p.build().set(2.5);
+    EXPECT_EQ(p.value(), 3);
+    p.set(-0.5);
+    EXPECT_EQ(p.value(), 0);
+    p.setText("1", 1);
+    EXPECT_EQ(takeMessages(), "ZEL 21");
+}
+
+TEST_F(Ordinals, ExpressionsRoundAndANumberIsOneToo)
+{
+    OrdinalParm p(ZEL_ORD, 2);
+    p.build();
+    p.animate("7");
+    EXPECT_EQ(p.state(), "7 = 7") << "a float would make no channel";
+    p.animate("1.5");
+    EXPECT_EQ(p.value(), 2);
+    p.animate("-1.5");
+    EXPECT_EQ(p.value(), -1);
+    p.animate("!!ch(py)");
+    EXPECT_EQ(p.expression(), "ch(py)") << "the form of old files";
+}
+
+TEST_F(Ordinals, SettingComparesRawValues)
+{
+    OrdinalParm p(ZEL_TOGGLE);
+    p.build();
+    TRK_Channel *channel = p.animate("bezier()");
+    p.setInteger(5);
+    ASSERT_EQ(p.value(), 1);
+    // Reads as 1 but is 5, so 1 is a change; for a float the limited value would be compared.
+    p.setInteger(1, 0, 1.0, ZEL_ADDKEY_FORCE);
+    EXPECT_EQ(channel->getNKeys(), 2);
+    p.setInteger(1, 0, 2.0, ZEL_ADDKEY_FORCE);
+    EXPECT_EQ(channel->getNKeys(), 2) << "the same value makes no key";
+
+    p.animate("$F * 0");
+    p.setInteger(0, 0, 0.0, ZEL_ADDKEY_PENDING, true);
+    EXPECT_EQ(p.expression(), "constant()") << "replaced although the value is the same";
+}
+
+TEST_F(Ordinals, ComponentsAreKeyedAlone)
+{
+    TRK_Manager::getContext().setTupleKeying(true);
+    OrdinalParm p(ZEL_ORD, 2);
+    p.build();
+    p.animate("bezier()", 0);
+    p.animate("bezier()", 1);
+    const int before = p.instance->getChannel(1)->getNKeys();
+    p.setInteger(4, 0, 1.0, ZEL_ADDKEY_FORCE);
+    EXPECT_TRUE(p.instance->getChannel(0)->isAtKey(1.0));
+    EXPECT_EQ(p.instance->getChannel(1)->getNKeys(), before) << "a float keys the tuple";
+}
+
+TEST_F(Ordinals, HardeningKeysTheLimitedInteger)
+{
+    OrdinalParm p(ZEL_ORD, 1, &exclusive);
+    p.build();
+    TRK_Channel *channel = p.animate("$F + 0.6");
+    p.instance->hardenChanges(1.0, 0, false, nullptr, nullptr);
+    EXPECT_FALSE(channel->isAtKey(1.0)) << "nothing is pending";
+    KIT_Array<TRK_ChannelRef> references;
+    p.instance->hardenChanges(1.0, 0, true, nullptr, &references);
+    EXPECT_EQ(references.entries(), 1);
+    p.instance->hardenChanges(1.0, 0, true, "other", nullptr);
+    EXPECT_FALSE(channel->isAtKey(1.0)) << "only collected, or excluded by the pattern";
+
+    OrdinalParm q(ZEL_ORD, 1, &exclusive);
+    q.build();
+    q.animate("bezier()");
+    q.instance->setValue(1.0, std::int64_t(1), false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_NOCOMMIT);
+    EXPECT_EQ(q.instance->getChanState(1.0, 0), ZEL_CHAN_PENDING);
+    q.instance->hardenChanges(1.0, 0, false, nullptr, nullptr);
+    EXPECT_TRUE(q.instance->getChannel(0)->isAtKey(1.0));
+    EXPECT_EQ(q.value(0, 1.0), 1);
+
+    q.setInteger(5, 0, 1.0);
+    EXPECT_EQ(q.channels.evaluate(q.instance->getChannel(0), 1.0, false, 1), 5.0);
+    q.instance->hardenChanges(1.0, 0, true, nullptr, nullptr);
+    EXPECT_EQ(q.channels.evaluate(q.instance->getChannel(0), 1.0, false, 1), 1.0);
+}
+
+TEST_F(Ordinals, DefaultsAreTokensNumbersOrExpressions)
+{
+    struct Case
+    {
+        ZEL_ChoiceList *menu;
+        ZEL_Default record;
+        std::int64_t value;
+        const char *expression; // null for none
+        bool isExpression;
+    };
+    const Case cases[] = {
+        {&exclusive, {1.9}, 1, nullptr, false},
+        {&exclusive, {0.0, "b"}, 1, nullptr, false},
+        {&exclusive, {0.0, "b", TRK_MEANING_NATIVE}, 1, nullptr, false},
+        {&exclusive, {1.0, "0"}, 0, nullptr, true},
+        {&exclusive, {1.0, "nope"}, 1, nullptr, false}, // a bare word is a token not found
+        {&exclusive, {1.0, "PI", TRK_MEANING_NATIVE}, 1, "PI", true},
+        {&exclusive, {1.0, "3 - 2"}, 1, "3 - 2", true},
+        {&exclusive, {1.0, ""}, 1, nullptr, false},
+        {&tokenValued, {0.0, "20"}, 20, nullptr, false},
+        {&numeric, {0.0, "20"}, 1, nullptr, false},
+        {nullptr, {0.0, "-4"}, -4, nullptr, true},
+    };
+    for (const Case &c : cases) {
+        OrdinalParm p(ZEL_ORD, 1, c.menu);
+        p.description.defaults[0] = c.record;
+        p.build();
+        const std::string label = c.record.getString();
+        const bool hasChannel = p.instance->getChannel(0) != nullptr;
+        EXPECT_EQ(hasChannel, c.expression != nullptr) << label;
+        EXPECT_EQ(hasChannel ? p.expression() : "", c.expression ? c.expression : "") << label;
+        std::int64_t value = -9;
+        p.instance->getDefaultValue(value, 0);
+        EXPECT_EQ(value, c.value) << label;
+        // "0" and "-4" are numbers and yet no tokens: as texts they count as expressions.
+        const bool bare = c.record.getStringMeaning() == TRK_MEANING_LITERAL && label == "0";
+        EXPECT_EQ(ZEL_Parm::isOrdinalExpression(c.record, p.parm->getTemplatePtr()),
+                  c.isExpression && !bare)
+            << label;
+        p.setInteger(1 - c.value);
+        p.instance->revertToDefault(0);
+        EXPECT_EQ(p.instance->getChannel(0) != nullptr, hasChannel) << label;
+        if (!hasChannel) {
+            EXPECT_TRUE(p.instance->isDefault(0, ZEL_DEFAULT_FACTORY_VALUE, true)) << label;
+            p.setInteger(c.value + 1);
+            EXPECT_FALSE(p.instance->isDefault(0, ZEL_DEFAULT_FACTORY_VALUE, true)) << label;
+        }
+    }
+    std::int64_t untouched = 7;
+    OrdinalParm p(ZEL_ORD);
+    p.build().instance->getDefaultValue(untouched, 1);
+    EXPECT_EQ(untouched, 7);
+}
+
+TEST_F(Ordinals, CurrentDefaultsComeAndGo)
+{
+    OrdinalParm p(ZEL_ORD);
+    p.description.defaults[0] = ZEL_Default(2.0);
+    p.build().setInteger(6);
+    p.instance->overwriteDefaults(0.0);
+    p.setInteger(9);
+    EXPECT_FALSE(p.instance->isDefault(0, ZEL_DEFAULT_CURRENT, true));
+    p.instance->revertToDefaults(false);
+    EXPECT_EQ(p.value(), 6);
+    EXPECT_TRUE(p.instance->isDefault(0, ZEL_DEFAULT_CURRENT, true));
+    p.instance->restoreFactoryDefault(0);
+    p.instance->revertToDefault(0);
+    EXPECT_EQ(p.value(), 2);
+
+    // A keyed component keeps its channel.
+    p.animate("bezier()");
+    p.setInteger(8, 0, 1.0, ZEL_ADDKEY_FORCE);
+    p.instance->setValueToDefault(2.0, 0, ZEL_ADDKEY_FORCE);
+    ASSERT_NE(p.instance->getChannel(0), nullptr);
+    EXPECT_EQ(p.value(0, 2.0), 2);
+    EXPECT_TRUE(p.instance->getChannel(0)->isAtKey(2.0));
+}
+
+TEST_F(Ordinals, ASwitcherOpensWithItsGroup)
+{
+    // The defaults of a switcher describe folders: label and member count.
+    const ZEL_Default folders[2] = {{3.0, "First"}, {2.0, "Second"}};
+    for (const char *group : {static_cast<const char *>(nullptr), "1"}) {
+        ZEL_SpareData spare;
+        if (group) {
+            spare.addTokenValue("group_default", group);
+        }
+        OrdinalParm p(ZEL_SWITCHER, 2, nullptr, nullptr, &spare);
+        std::copy(folders, folders + 2, p.description.defaults);
+        p.build();
+        EXPECT_EQ(p.value(0), group ? 1 : 0);
+        p.setInteger(4, 0);
+        p.setInteger(5, 1);
+        p.instance->overwriteDefaults(0.0);
+        EXPECT_EQ(p.parm->getTemplatePtr()->getDefault(0), nullptr);
+        p.instance->revertToDefaults(false);
+        EXPECT_EQ(p.value(0), group ? 1 : 0);
+        EXPECT_EQ(p.value(1), group ? 5 : 0) << "only the first component is the folder";
+        p.setInteger(0, 0);
+        EXPECT_TRUE(p.instance->isDefault(0, ZEL_DEFAULT_MAGIC, true)) << "no member count";
+    }
+}
+
+TEST_F(Ordinals, MagicStringHoldsIntegersAndTheDefaultMark)
+{
+    OrdinalParm p(ZEL_ORD, 2);
+    p.build();
+    KIT_TokenString tokens, expected;
+    EXPECT_FALSE(p.instance->getMagicString(tokens, p.list.get(), 2, 0.0, false, 1));
+    EXPECT_TRUE(tokens == expected) << "nothing for defaults";
+    p.setInteger(3, 1);
+    EXPECT_TRUE(p.instance->getMagicString(tokens, p.list.get(), 2, 0.0, false, 1));
+    expected.append(3);
+    expected.append('d');
+    EXPECT_TRUE(tokens == expected);
+}
+
+TEST_F(Ordinals, CopiesTakeValuesAlong)
+{
+    OrdinalParm p(ZEL_ORD, 2), q(ZEL_ORD, 2);
+    p.build().setInteger(theHuge, 1);
+    q.build().instance->adopt(*p.instance);
+    EXPECT_EQ(q.value(1), theHuge);
+    std::unique_ptr<ZEL_Instance> twin(p.instance->duplicateSelf(q.parm));
+    std::int64_t value = 0;
+    twin->getValue(nullptr, 0.0, value, 1, 1);
+    EXPECT_EQ(value, theHuge);
+}

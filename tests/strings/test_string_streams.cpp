@@ -1,0 +1,282 @@
+#include <strings/StringFixture.h>
+
+#include <KIT/KIT_Packet.h>
+#include <KIT/KIT_Write.h>
+#include <ZEL/ZEL_SharedMenus.h>
+#include <ZEL/ZEL_SpareData.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace
+{
+
+/// The components' stored texts, a channel's name in front of those that have one.
+std::string contents(const OneString &p)
+{
+    std::string text;
+    for (int i = 0; i < p.instance->getVectorSize(); ++i) {
+        const TRK_Channel *channel = p.instance->getChannel(i);
+        p.instance->setChannel(i, nullptr);
+        text += (i > 0 ? "|" : "") + std::string(channel ? channel->getName().c_str() : "") +
+                (channel ? "=" : "") + p.raw(i);
+        p.instance->setChannel(i, const_cast<TRK_Channel *>(channel));
+    }
+    return text;
+}
+
+std::string packet(int id, const std::function<void(std::ostream &)> &write = nullptr,
+                   const char *className = "ZEL_String")
+{
+    std::stringstream os;
+    KIT_Packet packet;
+    packet.beginWrite(os, KITgetClassPacketID(className), id);
+    if (write) {
+        write(os);
+    }
+    packet.endWrite();
+    return os.str();
+}
+
+std::string textPacket(const char *text)
+{
+    return packet(1, [text](std::ostream &os) { KIT_String(text).save(os, true); });
+}
+
+std::string linkPacket(const char *name, const char *text)
+{
+    return packet(2, [=](std::ostream &os) {
+        KIT_StringRef(name).saveBinary(os);
+        KIT_String(text).save(os, true);
+    });
+}
+
+std::string saveWith(OneString &p, int binary)
+{
+    std::stringstream os;
+    p.instance->save(os, binary, false);
+    return os.str();
+}
+
+} // namespace
+
+TEST(StringStreams, TextFormToTheByte)
+{
+    OneString p(ZEL_STRING, 3);
+    p.build();
+    p.setText("a \"b\"\\\t", 0);
+    p.setText("\"x y\"", 1, TRK_MEANING_NATIVE);
+    const std::string options = "\t[ 0\tlocks=0 ]\t(\t\"a \\\"b\\\"\\\\\\t\"\t";
+    const std::string saved = saveWith(p, 0);
+    EXPECT_EQ(saved, options + "[ " + p.instance->getChannelToken(1).c_str() + "\t ] \t\"\"\t)\n")
+        << "beside a channel stands the default, without quotes";
+
+    p.channel(1)->setKeyString("\"y\"", 1.0, true, false, false);
+    EXPECT_EQ(saveWith(p, 0),
+              options + "[ " + p.instance->getChannelToken(1).c_str() + "\tx y ] \t\"\"\t)\n")
+        << "while a change is pending the stored text is saved";
+
+    OneString other(ZEL_STRING, 3);
+    other.build();
+    other.channels.addChannel(p.instance->getChannelToken(1));
+    ASSERT_TRUE(other.load(saved));
+    EXPECT_EQ(contents(other),
+              "a \"b\"\\\t|" + std::string(p.instance->getChannelToken(1).c_str()) + "=|");
+    EXPECT_EQ(takeMessages(), "");
+}
+
+TEST(StringStreams, BinaryFormToTheByte)
+{
+    OneString p(ZEL_STRING, 2);
+    p.build();
+    p.setText("a\nb", 0);
+    p.setText("\"x\"", 1, TRK_MEANING_NATIVE);
+    const char *name = p.instance->getChannelToken(1).c_str();
+    const std::string values = textPacket("a\nb") + linkPacket(name, "") + packet(0);
+    const std::string saved = saveWith(p, 1);
+    ASSERT_GE(saved.size(), values.size());
+    EXPECT_EQ(saved.substr(saved.size() - values.size()), values);
+    std::stringstream compiled;
+    p.instance->save(compiled, 0, true);
+    EXPECT_EQ(compiled.str(), saved) << "the compiled flag asks for the same form";
+
+    OneString other(ZEL_STRING, 2);
+    other.build();
+    TRK_Channel *channel = other.channels.addChannel(name);
+    ASSERT_TRUE(other.load(saved, true));
+    EXPECT_EQ(contents(other), "a\nb|" + std::string(name) + "=");
+    EXPECT_EQ(other.channel(1), channel);
+}
+
+TEST(StringStreams, TextLoad)
+{
+    struct Case
+    {
+        const char *text, *contents, *messages;
+        bool loads;
+    };
+    const Case cases[] = {
+        {"( a b )", "a|b", "", true},
+        {"( \"(\" \")\" )", "(|)", "", true},
+        {"( [abc \"[ x ]\" )", "[abc|[ x ]", "", true}, // a text that begins with a bracket
+        {"( [ p1 old ] b )", "p1=old|b", "", true},
+        {"( [ p1 ] b )", "p1=|b", "", true},
+        {"( [ p1 \"two words\" ] b )", "p1=two words|b", "", true},
+        {"( [ p1 two words ] b )", "p1=two|words", "ZEL 0; ZEL 3", true}, // reading goes on
+        {"( [ nowhere x ] b )", "p1=x|b", "", true}, // the component's own channel
+        {"( a [ nowhere x ] )", "a|x", "ZEL 4", true},
+        {"( a )", "a|", "ZEL 2", true},
+        {"( a b c d )", "a|b", "ZEL 3", true},
+        {"a )", "|", "ZEL 9", false},
+        {"( a b", "a|b", "ZEL 9", false},
+        {"( a \"b", "a|", "ZEL 9", false},
+        {"[ 0 locks=2 ] ( a b )", "a|b", "", true},
+        {"[ 0 7 ] ( a b )", "a|b", "", true}, // a mask of old files keys nothing here
+    };
+    for (const Case &c : cases) {
+        OneString p(ZEL_STRING, 2);
+        p.build();
+        p.channels.addChannel("p1");
+        EXPECT_EQ(p.load(c.text), c.loads) << c.text;
+        EXPECT_EQ(contents(p), c.contents) << c.text;
+        EXPECT_EQ(takeMessages(), c.messages) << c.text;
+    }
+}
+
+TEST(StringStreams, ATextTakesTheLocksOfItsStream)
+{
+    OneString p("x");
+    p.instance->setLockedFlag(0, true);
+    ASSERT_TRUE(p.load("( y )"));
+    EXPECT_EQ(p.instance->getLockedField(), 0u);
+    OneParm number(ZEL_FLT, 1);
+    number.build();
+    number.instance->setLockedFlag(0, true);
+    ASSERT_TRUE(number.load("( 1 )"));
+    EXPECT_NE(number.instance->getLockedField(), 0u) << "unlike a number";
+}
+
+TEST(StringStreams, AValueDeletesTheChannelOnlyInTheTextForm)
+{
+    for (const bool binary : {false, true}) {
+        OneString p;
+        p.build();
+        p.setText("\"x\"", 0, TRK_MEANING_NATIVE);
+        ASSERT_EQ(p.channels.entries(), 1);
+        ASSERT_TRUE(binary ? p.load(textPacket("v") + packet(0), true) : p.load("( v )"));
+        EXPECT_EQ(p.channel(), nullptr);
+        EXPECT_EQ(p.channels.entries(), binary ? 1 : 0);
+        EXPECT_EQ(p.raw(), "v");
+    }
+}
+
+TEST(StringStreams, OldReferencesAndMenusAreRewritten)
+{
+    OneString p;
+    p.build();
+    ASSERT_TRUE(p.load("( !!ch(q) )"));
+    ASSERT_NE(p.channel(), nullptr);
+    EXPECT_EQ(p.expression(), "chs(q)");
+
+    OneString menu;
+    menu.build();
+    menu.parm->getTemplatePtr()->setChoiceListPtr(&ZELtoggleMenu);
+    ASSERT_TRUE(menu.load("( \"`ch('q')`\" )"));
+    EXPECT_EQ(menu.raw(), "`chs('q')`");
+    ASSERT_TRUE(menu.load(textPacket("`ch('q')`") + packet(0), true));
+    EXPECT_EQ(menu.raw(), "`ch('q')`") << "the binary form takes texts as they are";
+}
+
+TEST(StringStreams, MissingValuesOfTheOldShaderParameterAreSilent)
+{
+    OneString p(ZEL_STRING, 2, "coshaderadef");
+    p.build();
+    ASSERT_TRUE(p.load("( a )"));
+    EXPECT_EQ(takeMessages(), "");
+    ASSERT_TRUE(p.load(textPacket("a") + packet(0), true));
+    EXPECT_EQ(takeMessages(), "ZEL 2") << "no exception in the binary form";
+}
+
+TEST(StringStreams, BinaryLoadTellsForeignAndMissingPackets)
+{
+    struct Case
+    {
+        std::string data;
+        const char *contents, *messages;
+        bool loads;
+    };
+    const std::string a = textPacket("a"), b = textPacket("b"), end = packet(0);
+    const Case cases[] = {
+        {a + end, "a|", "ZEL 2", true},
+        {a + b + a + a + end, "a|b", "ZEL 3; ZEL 3", true}, // one for each
+        {packet(99) + a + b + end, "a|b", "Common 8", true},
+        {a + packet(1, nullptr, "ZEL_Float") + end, "a|", "Common 7", true},
+        {linkPacket("p1", "t") + linkPacket("no", "u") + end, "p1=t|u", "ZEL 4", true},
+        {a.substr(0, a.size() - 1), "|", "", false},
+    };
+    for (const Case &c : cases) {
+        OneString p(ZEL_STRING, 2);
+        p.build();
+        p.channels.addChannel("p1");
+        EXPECT_EQ(p.load(c.data, true), c.loads) << c.messages;
+        EXPECT_EQ(contents(p), c.contents);
+        const std::string messages = takeMessages();
+        if (c.loads) {
+            EXPECT_EQ(messages, c.messages);
+        } else {
+            EXPECT_NE(messages, "");
+        }
+    }
+}
+
+TEST(StringStreams, WithoutSavedDataTheDefaultIsWritten)
+{
+    OneString p;
+    p.description.defaults[0] = ZEL_Default(0.0, "std");
+    ZEL_SpareData spare;
+    spare.setSaveValue(false);
+    p.description.entry.setSparePtr(&spare);
+    p.build();
+    p.setText("mine");
+    EXPECT_NE(saveWith(p, 0).find("\"std\""), std::string::npos);
+    std::stringstream os;
+    p.instance->saveCommand(os, 0, -1);
+    EXPECT_EQ(os.str(), " ( std )");
+}
+
+TEST(StringStreams, CommandArguments)
+{
+    OneString p(ZEL_STRING, 2);
+    p.build();
+    p.setText("a b", 0);
+    p.setText("\"x\"+$F", 1, TRK_MEANING_NATIVE);
+    const auto command = [&p](int values, int index) {
+        std::stringstream os;
+        p.instance->saveCommand(os, values, index);
+        return os.str();
+    };
+    const std::string name = p.instance->getChannelToken(1).c_str();
+    EXPECT_EQ(command(0, -1), " ( \"a b\" " + name + " )");
+    EXPECT_EQ(command(1, -1), " ( \"a b\" x1 )");
+    EXPECT_EQ(command(1, 1), " ( x1 )");
+
+    const auto load = [&p](std::vector<const char *> arguments, bool asSet, int index = -1) {
+        return p.instance->loadCommand(int(arguments.size()), arguments.data(), index, asSet,
+                                       ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+    };
+    EXPECT_EQ(load({"(", "\"c \\\"d\"", name.c_str(), ")", "more"}, false), 4);
+    EXPECT_EQ(contents(p), "c \"d|" + name + "=x1");
+    const std::string quoted = "\"" + name + "\"";
+    EXPECT_EQ(load({"e", quoted.c_str()}, false), 2);
+    EXPECT_EQ(contents(p), "e|" + name) << "in quotes it is a text, and the channel goes";
+    EXPECT_EQ(p.channels.entries(), 0);
+    EXPECT_EQ(load({"(", name.c_str(), ")"}, true, 1), 3);
+    EXPECT_EQ(contents(p), "e|" + name) << "no such channel: a text";
+    EXPECT_EQ(load({"\"q\\n\""}, true), 1);
+    EXPECT_EQ(p.raw(0), "\"q\\n\"") << "a set takes the word as it stands";
+    p.instance->setLockedFlag(0, true);
+    EXPECT_EQ(load({"no", "yes"}, false), 2);
+    EXPECT_EQ(contents(p), "\"q\\n\"|yes");
+    EXPECT_EQ(load({}, false), 0);
+}

@@ -1,0 +1,448 @@
+#include <strings/StringFixture.h>
+
+#include <common/TestOwner.h>
+
+#include <EVL/EVL.h>
+#include <KIT/KIT_EnvControl.h>
+#include <KIT/KIT_TokenString.h>
+#include <TRK/TRK_ChannelRef.h>
+#include <TRK/TRK_EvalContext.h>
+#include <TRK/TRK_Segment.h>
+#include <ZEL/ZEL_ORCallback.h>
+#include <ZEL/ZEL_SharedMenus.h>
+#include <ZEL/ZEL_SpareData.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace
+{
+
+/// A path owner that rewrites expanded paths.
+class RewritingOwner : public TestOwner
+{
+public:
+    void adjustExpandedPath(KIT_String &path) override { path += "!"; }
+};
+
+/// A party that has the text "party" for every source.
+class Party : public ZEL_ORCallback
+{
+public:
+    double evalFloat(int, double, int *, int *active) override { return *active = 1, 0.0; }
+    bool setFloat(int, double, int, int, double) override { return takes; }
+    std::int64_t evalInt(int, double, int *, int *active) override { return *active = 1, 0; }
+    bool setInt(int, double, int, int, std::int64_t) override { return takes; }
+    KIT_StringHolder evalString(int, double, int *, int *active) override
+    {
+        *active = 1;
+        return KIT_StringHolder("party$F");
+    }
+    bool setString(int, double, int, int, const KIT_StringHolder &) override { return false; }
+
+    bool takes = false;
+};
+
+struct PartyScope
+{
+    PartyScope() { ZEL_ParmList::setORCallback(&party); }
+    ~PartyScope() { ZEL_ParmList::setORCallback(nullptr); }
+    Party party;
+};
+
+} // namespace
+
+TEST(Strings, ExpandedReadsReplaceVariablesAndBackticks)
+{
+    ::setenv("HOME", "/home/me", 1);
+    struct Case
+    {
+        const ZEL_Type &type;
+        const char *language;
+        const char *raw, *expanded;
+    };
+    const Case cases[] = {
+        {ZEL_STRING, nullptr, "", ""},
+        {ZEL_STRING, nullptr, "abc", "abc"},
+        {ZEL_STRING, nullptr, "$HIP/x`1+1`", "/show/x2"},
+        {ZEL_STRING, nullptr, "\\$HIP \\`", "$HIP `"},
+        {ZEL_STRING, nullptr, "~/x", "~/x"},
+        {ZEL_FILE, nullptr, "~/$HIP", "/home/me//show"},
+        {ZEL_COMMAND, nullptr, "~", "/home/me"},
+        {ZEL_FILE, nullptr, "~other a~", "~other a~"},
+        {ZEL_STRING, "KSL", "\\$HIP $HIP ${HIP}", "\\$HIP $HIP /show"},
+        {ZEL_FILE, "ksl", "$HIP", "/show"}, // the language counts for plain texts only
+        {ZEL_ALPHASTRING, nullptr, "$HIP-1", "_show_1"},
+    };
+    for (const Case &c : cases) {
+        OneString p(c.type);
+        ZEL_SpareData spare;
+        if (c.language) {
+            spare.addTokenValue(KIT_StringHolder("editorlang"), c.language);
+        }
+        p.description.entry.setSparePtr(&spare);
+        p.build();
+        p.setText(c.raw);
+        EXPECT_EQ(p.read(), c.expanded) << c.raw;
+        const bool alpha = c.type == ZEL_ALPHASTRING;
+        EXPECT_EQ(p.raw(), alpha ? "_HIP_1" : c.raw);
+        EXPECT_EQ(p.channel(), nullptr);
+    }
+}
+
+TEST(Strings, NumbersAreReadFromTheExpandedText)
+{
+    struct Case
+    {
+        const char *text;
+        double number;
+        std::int64_t wide;
+        int narrow;
+    };
+    const Case cases[] = {{"", 0.0, 0, 0},
+                          {"`3*4`.5x", 12.5, 12, 12},
+                          {"-7", -7.0, -7, -7},
+                          {"99999999999", 99999999999.0, 99999999999, 2147483647},
+                          {"x1", 0.0, 0, 0}};
+    for (const Case &c : cases) {
+        OneString p(c.text);
+        std::int64_t wide = 5;
+        int narrow = 5;
+        p.instance->getValue(p.list.get(), 0.0, wide, 0, 1);
+        p.instance->getValue(p.list.get(), 0.0, narrow, 0, 1);
+        EXPECT_EQ(p.eval(), c.number) << c.text;
+        EXPECT_EQ(wide, c.wide) << c.text;
+        EXPECT_EQ(narrow, c.narrow) << c.text;
+    }
+    OneString p;
+    p.build();
+    p.instance->setValue(0.0, 3, false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+    EXPECT_EQ(p.raw(), "3");
+    p.set(3.5);
+    EXPECT_EQ(p.raw(), "3.5");
+    p.instance->setValue(0.0, std::int64_t(1) << 40, false, 0, ZEL_ADDKEY_PENDING,
+                         ZEL_KEYSET_PREFERENCE);
+    EXPECT_EQ(p.raw(), "1099511627776");
+    p.instance->setValue(0.0, std::shared_ptr<const ZEL_DataItem>(), false, 0, ZEL_ADDKEY_PENDING,
+                         ZEL_KEYSET_PREFERENCE);
+    EXPECT_EQ(p.raw(), "");
+}
+
+TEST(Strings, AnIndexOutsideTheVectorLeavesTheTextAlone)
+{
+    OneString p("x");
+    EXPECT_EQ(p.read(true, 0.0, 1), "untouched");
+    EXPECT_EQ(p.read(false, 0.0, -1), "untouched");
+    p.setText("y", 1);
+    EXPECT_EQ(takeMessages(), "ZEL 21");
+    p.instance->setExpression(0.0, "1", TRK_LANGUAGE_NATIVE, -1, true, false);
+    EXPECT_EQ(takeMessages(), "ZEL 21");
+    OneString none(ZEL_LABEL, 0);
+    none.build();
+    EXPECT_EQ(none.read(), "") << "no values at all";
+}
+
+TEST(Strings, AFailedExpansionIsReportedForTheComponent)
+{
+    OneString p("a`nofunction()`b");
+    EVL::theErrNo[1] = EVL::EVL_CYCLE;
+    EXPECT_EQ(p.read(), "ab");
+    EXPECT_EQ(EVL::theErrNo[1], EVL::EVL_CYCLE) << "the number from before is put back";
+    EVL::theErrNo[1] = EVL::EVL_OK;
+    EXPECT_EQ(takeMessages(), "TRK " + std::to_string(EVL::EVL_UNKNOWN_FUNCTION));
+    p.setText("nofunction()", 0, TRK_MEANING_NATIVE);
+    EXPECT_EQ(takeMessages(), "") << "a set tests its expression in silence";
+    EXPECT_NE(p.channel(), nullptr);
+}
+
+TEST(Strings, TimeDependenceIsOneBitForAllComponents)
+{
+    OneString p(ZEL_STRING, 2);
+    p.build();
+    p.setText("$F", 1);
+    p.list->clearTimeDependent();
+    EXPECT_EQ(p.read(true, 1.0, 1), "25");
+    EXPECT_TRUE(p.instance->isTimeDependent(1));
+    EXPECT_TRUE(p.instance->isTimeDependent(0)) << "the other component's";
+    EXPECT_TRUE(p.list->isTimeDependent());
+    EXPECT_EQ(p.read(true, 1.0, 0), "");
+    EXPECT_FALSE(p.instance->isTimeDependent(1)) << "an empty text clears it";
+    p.read(false, 1.0, 1);
+    EXPECT_FALSE(p.instance->isTimeDependent(1)) << "a raw read says nothing";
+}
+
+TEST(Strings, AnUnanimatibleParameterReadsItsChannelAtTimeZero)
+{
+    OneString p(ZEL_STRING_E);
+    p.build();
+    p.setText("$F", 0, TRK_MEANING_NATIVE);
+    takeMessages();
+    EXPECT_EQ(p.read(true, 2.0), "1");
+    EXPECT_EQ(takeMessages(), "ZEL 18");
+}
+
+TEST(Strings, ChannelsAnswerWhateverExpandSays)
+{
+    OneString p;
+    p.build();
+    p.setText("\"a`1+1`\"+$F", 0, TRK_MEANING_NATIVE);
+    ASSERT_NE(p.channel(), nullptr);
+    EXPECT_EQ(p.raw(), "a`1+1`1");
+    EXPECT_EQ(p.read(), "a`1+1`1");
+    EXPECT_EQ(p.expression(), "\"a`1+1`\"+$F");
+    EXPECT_EQ(p.channel()->getNSegments(), 1);
+}
+
+TEST(Strings, AnExpressionSetLaterThanTimeZeroMakesNoKey)
+{
+    OneString p;
+    p.build();
+    p.setText("strcat(\"x\", 1)", 0, TRK_MEANING_NATIVE, 2.0);
+    p.setText("strcat(\"y\", 1)", 0, TRK_MEANING_NATIVE, 3.0);
+    EXPECT_EQ(p.channel()->getNSegments(), 1);
+    EXPECT_EQ(p.raw(), "y1");
+}
+
+TEST(Strings, LiteralsReadBackAsExpressions)
+{
+    OneString p("");
+    EXPECT_EQ(p.expression(), "\"\"");
+    p.setText("a`$F`");
+    EXPECT_EQ(p.expression(), "\"a\"+$F");
+    KIT_String ui;
+    p.instance->getExpressionStringForUI(0.0, ui, 0, 1);
+    EXPECT_EQ(ui.toStdString(), "a1");
+    OneString label("a`$F`", ZEL_LABEL);
+    EXPECT_EQ(label.expression(), "a`$F`");
+}
+
+TEST(Strings, SettingALiteralKeysTheChannelInItsLanguage)
+{
+    OneString p;
+    p.build();
+    p.setText("\"x\"", 0, TRK_MEANING_NATIVE);
+    p.setText("a`$F`", 0, TRK_MEANING_LITERAL, 1.0);
+    EXPECT_EQ(p.channel()->getNSegments(), 2);
+    EXPECT_EQ(p.expression(0, 1.0), "\"a\"+$F");
+    EXPECT_EQ(p.read(true, 1.0), "a25");
+    EXPECT_EQ(p.read(true, 0.5), "x");
+
+    OneString same;
+    same.build();
+    same.setText("\"x\"", 0, TRK_MEANING_NATIVE);
+    same.setText("x", 0, TRK_MEANING_LITERAL, 1.0);
+    EXPECT_EQ(same.channel()->getNSegments(), 1) << "an equal text makes no key";
+    same.setText("X", 0, TRK_MEANING_LITERAL, 1.0);
+    EXPECT_EQ(same.channel()->getNSegments(), 2) << "case counts";
+
+    OneString python;
+    python.build();
+    python.setText("'old'", 0, TRK_MEANING_PYTHON);
+    python.setText("it's", 0, TRK_MEANING_LITERAL);
+    EXPECT_EQ(python.expression(), "'it\\'s'");
+    EXPECT_EQ(python.channel()->getExprLanguageAtTime(0.0), TRK_LANGUAGE_PYTHON);
+    python.setText("word", 0, TRK_MEANING_LITERAL);
+    EXPECT_EQ(python.expression(), "'word'") << "a bare word would be a name";
+}
+
+TEST(Strings, HardeningStoresTheExpressionForm)
+{
+    const ManagerSettings settings;
+    TRK_Manager::getContext().setCommitPreference(false);
+    OneString p;
+    p.build();
+    p.setText("\"x\"", 0, TRK_MEANING_NATIVE);
+    p.instance->hardenChanges(0.0, 0, true, nullptr, nullptr);
+    p.setText("y", 0, TRK_MEANING_LITERAL, 1.0);
+    EXPECT_EQ(p.channel()->getNSegments(), 1) << "pending";
+    EXPECT_EQ(p.expression(0, 1.0), "\"y\"") << "the default slot";
+    KIT_Array<TRK_ChannelRef> refs;
+    p.instance->hardenChanges(1.0, 0, false, nullptr, &refs);
+    EXPECT_EQ(refs.entries(), 1);
+    p.instance->hardenChanges(1.0, 0, false, "other*", nullptr);
+    EXPECT_EQ(p.channel()->getNSegments(), 1);
+    p.instance->hardenChanges(1.0, 0, false, "p*", nullptr);
+    EXPECT_EQ(p.channel()->getNSegments(), 2);
+    EXPECT_FALSE(p.channel()->getPendingFlag());
+    p.instance->setChannel(0, nullptr);
+    EXPECT_EQ(p.raw(), "\"y\"") << "what was stored";
+}
+
+TEST(Strings, MenusReadTheTextOfAChannel)
+{
+    struct Case
+    {
+        bool menu;
+        const char *text, *stored;
+    };
+    const Case cases[] = {{true, "`ch(\"q\")`", "`chs(\"q\")`"},
+                          {true, "x`ch(\"q\")`", "x`ch(\"q\")`"}, // not a plain reference
+                          {true, "`chs(\"q\")`", "`chs(\"q\")`"},
+                          {false, "`ch(\"q\")`", "`ch(\"q\")`"},
+                          {true, "!!ch(q)", "`chs(q)"},
+                          {false, "!!ch(q)", "`chs(q)"},
+                          {false, "!!ch", "!!ch"}};
+    for (const Case &c : cases) {
+        OneString p;
+        p.build();
+        if (c.menu) {
+            p.parm->getTemplatePtr()->setChoiceListPtr(&ZELtoggleMenu);
+        }
+        p.setText(c.text);
+        EXPECT_EQ(p.raw(), c.stored);
+    }
+    OneString p;
+    p.build();
+    p.parm->getTemplatePtr()->setChoiceListPtr(&ZELtoggleMenu);
+    p.setText("\"x\"", 0, TRK_MEANING_NATIVE);
+    p.instance->setExpression(0.0, "ch(\"q\")", TRK_LANGUAGE_NATIVE, 0, false, false);
+    EXPECT_EQ(p.expression(), "chs(\"q\")");
+    p.instance->setExpression(0.0, "!!ch(q)", TRK_LANGUAGE_NATIVE, 0, false, false);
+    EXPECT_EQ(p.expression(), "chs(q)");
+    p.instance->setExpression(0.0, "ch(\"q\")", TRK_LANGUAGE_PYTHON, 0, false, false);
+    EXPECT_EQ(p.expression(), "ch(\"q\")") << "Python is kept as it stands";
+}
+
+TEST(Strings, OverridesAnswerUnexpandedAndOwnersMayFail)
+{
+    const PartyScope scope;
+    OneString p("own");
+    p.instance->setOverride(0, 3, "source", ZEL_OVERRIDE_OVERRIDDEN);
+    EXPECT_EQ(p.read(), "party$F");
+    TestOwner owner;
+    owner.setPendingOverrideString("pending");
+    owner.cookResult = KIT_ERROR_ABORT;
+    OneString failing;
+    failing.templates[0] = failing.description.entry;
+    ZEL_ParmList list(failing.templates, &failing.channels, &owner, nullptr, "", false);
+    KIT_String text("x", true);
+    list.getParmPtr(0)->getInstance()->getValue(&list, 0.0, text, 0, true, 1);
+    EXPECT_EQ(text.c_str(), nullptr);
+}
+
+TEST(Strings, OwnersAdjustExpandedPathsAndTheStateOfEditing)
+{
+    for (const ZEL_Type *type : {&ZEL_FILE, &ZEL_STRING, &ZEL_COMMAND}) {
+        RewritingOwner owner;
+        OneString p(*type);
+        p.templates[0] = p.description.entry;
+        ZEL_ParmList list(p.templates, &p.channels, &owner, nullptr, "", false);
+        ZEL_Instance *instance = list.getParmPtr(0)->getInstance();
+        instance->setValue(0.0, "a", TRK_MEANING_LITERAL, false, 0, ZEL_ADDKEY_PENDING,
+                           ZEL_KEYSET_PREFERENCE);
+        KIT_String text;
+        instance->getValue(&list, 0.0, text, 0, true, 1);
+        EXPECT_EQ(text.toStdString(), type == &ZEL_FILE ? "a!" : "a");
+        instance->getValue(&list, 0.0, text, 0, false, 1);
+        EXPECT_EQ(text.toStdString(), "a");
+
+        owner.editState = 1;
+        EXPECT_TRUE(instance->isEditable(&list, 0.0, 0));
+        EXPECT_TRUE(instance->isEditableByUI(&list, 0.0, 0));
+        instance->setValueState(true);
+        EXPECT_FALSE(instance->isEditable(&list, 0.0, 0));
+        EXPECT_EQ(instance->isEditableByUI(&list, 0.0, 0), type != &ZEL_FILE);
+        owner.editState = 2;
+        EXPECT_TRUE(instance->isEditable(&list, 0.0, 0));
+    }
+}
+
+TEST(Strings, PathsBelowTheSceneAreShortenedIfAsked)
+{
+    ::setenv("SCN", "/show/shot/", 1);
+    KIT_EnvControl::setInt(KIT_ENV_CONDENSE_PATHS, 1);
+    OneString p("/show/shot/tex.pic");
+    EXPECT_EQ(p.raw(), "$SCN/tex.pic");
+    p.setText("/show/shots/tex.pic");
+    EXPECT_EQ(p.raw(), "/show/shots/tex.pic");
+    p.setText("/show/shot");
+    EXPECT_EQ(p.raw(), "$SCN");
+    KIT_EnvControl::setInt(KIT_ENV_CONDENSE_PATHS, 0);
+    p.setText("/show/shot/tex.pic");
+    EXPECT_EQ(p.raw(), "/show/shot/tex.pic");
+    ::unsetenv("SCN");
+}
+
+TEST(Strings, DefaultsComeWithTheirMeaning)
+{
+    OneString p(ZEL_STRING, 3);
+    p.description.defaults[0] = ZEL_Default(0.0, "plain");
+    p.description.defaults[1] = ZEL_Default(0.0, "\"e\"+$F", TRK_MEANING_NATIVE);
+    p.build();
+    p.list->getParmPtr(0)->getInstance()->revertToDefaults(false);
+    EXPECT_EQ(p.raw(0), "plain");
+    EXPECT_EQ(p.raw(1), "e1");
+    EXPECT_EQ(p.raw(2), "");
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(p.channel(i) != nullptr, i == 1);
+        const int factory = ZEL_DEFAULT_FACTORY_EXPRESSION | ZEL_DEFAULT_FACTORY_VALUE;
+        EXPECT_TRUE(p.instance->isDefault(i, ZEL_DefaultType(factory), true)) << i;
+    }
+    p.setText("changed");
+    EXPECT_FALSE(p.instance->isDefault(0, ZEL_DEFAULT_FACTORY_VALUE, true));
+    p.setText("plain", 0);
+    EXPECT_TRUE(p.instance->isDefault(0, ZEL_DEFAULT_FACTORY_VALUE, true));
+    p.setText("\"plain\"", 0, TRK_MEANING_NATIVE);
+    EXPECT_FALSE(p.instance->isDefault(0, ZEL_DEFAULT_FACTORY_EXPRESSION, true))
+        << "an expression where the default is a literal";
+    EXPECT_FALSE(p.instance->isDefault(3, ZEL_DEFAULT_FACTORY_VALUE, true));
+
+    p.instance->setValueToDefault(1.0, 0, ZEL_ADDKEY_PENDING);
+    EXPECT_NE(p.channel(0), nullptr) << "a keyed component keeps its channel";
+    p.instance->revertToDefault(0);
+    EXPECT_EQ(p.channel(0), nullptr);
+    p.setText("mine", 2);
+    p.instance->overwriteDefault(0.0, 2);
+    EXPECT_STREQ(p.parm->getTemplatePtr()->getDefault(2)->getString(), "mine");
+    EXPECT_TRUE(p.instance->isDefault(2, ZEL_DEFAULT_CURRENT, true));
+    p.instance->restoreFactoryDefault(2);
+    EXPECT_STREQ(p.parm->getTemplatePtr()->getDefault(2)->getString(), "");
+    KIT_String value("kept", true);
+    p.instance->getDefaultValue(value, 3);
+    EXPECT_EQ(value.toStdString(), "kept");
+    p.instance->getDefaultValue(value, 0);
+    EXPECT_EQ(value.toStdString(), "plain");
+}
+
+TEST(Strings, MagicStringsHoldExpandedAndRawTexts)
+{
+    OneString p(ZEL_STRING, 2);
+    p.build();
+    KIT_TokenString tokens;
+    EXPECT_FALSE(p.instance->getMagicString(tokens, p.list.get(), 2, 0.0, false, 1));
+    EXPECT_TRUE(tokens.isEmpty());
+    p.setText("$HIP", 1);
+    p.setText("", 0);
+    EXPECT_TRUE(p.instance->getMagicString(tokens, p.list.get(), 2, 0.0, false, 1));
+    KIT_TokenString expected;
+    expected.append("/show");
+    expected.append("$HIP");
+    expected.append('d');
+    EXPECT_EQ(tokens, expected);
+    EXPECT_FALSE(p.instance->getMagicString(tokens, p.list.get(), 0, 0.0, true, 1));
+    p.setText("same", 1);
+    tokens.clear();
+    p.instance->getMagicString(tokens, p.list.get(), 2, 0.0, false, 1);
+    expected.clear();
+    expected.append("same");
+    expected.append('d');
+    EXPECT_EQ(tokens, expected) << "an equal raw text isn't repeated";
+}
+
+TEST(Strings, CopiesOwnTheirTexts)
+{
+    OneString p("text");
+    std::unique_ptr<ZEL_Instance> copy(p.instance->duplicateSelf(nullptr));
+    p.setText("other");
+    KIT_String value;
+    copy->getValue(nullptr, 0.0, value, 0, false, 1);
+    EXPECT_EQ(value.toStdString(), "text");
+    OneString wide(ZEL_STRING, 2);
+    wide.build();
+    wide.instance->adopt(*p.instance);
+    EXPECT_EQ(wide.raw(0) + "|" + wide.raw(1), "other|");
+    const std::int64_t before = p.instance->getMemoryUsage(true);
+    p.setText("othermore");
+    EXPECT_EQ(p.instance->getMemoryUsage(true), before + 4);
+}
