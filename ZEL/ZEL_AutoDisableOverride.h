@@ -1,12 +1,13 @@
 /// \file ZEL_AutoDisableOverride.h
 /// A scope in which the calling thread reads a component's own value beneath its override.
 ///
-/// Ownership:  lives on the stack; borrows the parm, which must outlive it, as must the instance
-///             of the scope around it.
+/// Ownership:  lives on the stack. It borrows the parm's instance and that of the scope around it,
+///             and forgets either when it is destroyed first.
 /// Threads:    opened and closed on one thread; other threads keep seeing the override. Scopes of
 ///             one thread nest.
 /// Errors:     a null parm gives an empty scope.
-/// Cost:       two words of per-thread state.
+/// Cost:       two words of per-thread state, and a place in the list of open scopes, which a lock
+///             guards. While none is open, the end of an instance costs one test for it.
 #pragma once
 
 #include <ZEL/ZEL_API.h>
@@ -29,8 +30,18 @@ public:
     ZEL_AutoDisableOverride &operator=(const ZEL_AutoDisableOverride &) = delete;
 
 private:
-    std::uint32_t mySavedMask = 0;
+    friend class ZEL_Overridable;
+
+    /// Has the open scopes let go of an instance that goes away.
+    static void forget(const ZEL_Instance *instance);
+
+    void link();
+    void unlink();
+
+    ZEL_Instance *myInstance; // null: nothing to mark at the end
     ZEL_Instance *mySavedInstance = nullptr;
-    ZEL_Parm *myParm;
+    ZEL_AutoDisableOverride *myOlder = nullptr; // neighbours in the list of open scopes
+    ZEL_AutoDisableOverride *myNewer = nullptr;
+    std::uint32_t mySavedMask = 0;
     int myIndex;
 };

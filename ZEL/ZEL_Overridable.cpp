@@ -5,6 +5,7 @@
 #include <BAS/BAS_Relaxed.h>
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
+#include <ZEL/ZEL_AutoDisableOverride.h>
 #include <ZEL/ZEL_ORCallback.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
@@ -87,15 +88,11 @@ int parseInt(const char *text)
 
 ZEL_Overridable::~ZEL_Overridable()
 {
+    ZEL_AutoDisableOverride::forget(this);
     if (!myOverrides) {
         return;
     }
-    // Whoever comes to stand at this address later must not start out disabled, on any thread.
-    disableStates().forEach([this](DisableState &state) {
-        if (BASload(state.instance) == this) {
-            BASstore(state.instance, nullptr);
-        }
-    });
+    forgetDisabling();
     dropOverrides();
 }
 
@@ -116,6 +113,9 @@ void ZEL_Overridable::adoptOverrides(ZEL_Instance &source)
     dropOverrides();
     if (const auto *other = dynamic_cast<const ZEL_Overridable *>(&source)) {
         copyOverrides(*other);
+    }
+    if (!myOverrides) {
+        forgetDisabling();
     }
 }
 
@@ -173,6 +173,16 @@ BAS_PerThread<ZEL_Overridable::DisableState> &ZEL_Overridable::disableStates()
 ZEL_Overridable::DisableState &ZEL_Overridable::localDisableState()
 {
     return disableStates().local();
+}
+
+void ZEL_Overridable::forgetDisabling()
+{
+    // Whoever comes to stand at this address later must not start out disabled, on any thread.
+    disableStates().forEach([this](DisableState &state) {
+        if (BASload(state.instance) == this) {
+            BASstore(state.instance, nullptr);
+        }
+    });
 }
 
 bool ZEL_Overridable::isDisabledHere(int index) const

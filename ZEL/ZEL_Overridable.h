@@ -64,6 +64,10 @@ protected:
 
     bool hasOverrideData() const { return myOverrides != nullptr; }
 
+    /// Lets the list's owner cook overrides that are pending. True when that went wrong; false
+    /// without list or owner.
+    bool ownerFails(ZEL_ParmList *list, double time, int index, int thread) const;
+
     /// The owner step, then the override: -1 the owner failed and `value` is 0, 1 `value` comes
     /// from the override, 0 it doesn't.
     int evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
@@ -117,6 +121,8 @@ private:
 
     static BAS_PerThread<DisableState> &disableStates();
     static DisableState &localDisableState();
+    /// Ends the disabling of this instance on all threads.
+    void forgetDisabling();
     bool isDisabledHere(int index) const;
     /// The record, null without overrides or outside the vector.
     zelOverrideInfoData *recordAt(int index) const;
@@ -127,7 +133,6 @@ private:
     zelOverrideInfoData *countingRecord(int index) const;
     /// The record if its data source takes writes: disabled or not.
     const zelOverrideInfoData *writableRecord(int index) const;
-    bool ownerFails(ZEL_ParmList *list, double time, int index, int thread) const;
     bool isPendingInOwner(int index) const;
     void noteState(zelOverrideInfoData &record, ZEL_ParmList *list, int index, int timeDep,
                    int active) const;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -394,6 +395,42 @@ TEST(Overrides, AreDisabledForOneThreadInAScope)
     }
     EXPECT_EQ(p.eval(0), 1.0);
     EXPECT_EQ(other.eval(0), 5.0);
+}
+
+TEST(Overrides, AScopeForgetsWhatIsDestroyedBeforeIt)
+{
+    Party party;
+    OverriddenParm kept(1);
+    kept.override(0, 0);
+    auto gone = std::make_unique<OverriddenParm>(2);
+    gone->override(0, 0);
+    {
+        ZEL_AutoDisableOverride outer(gone->parm, 0);
+        {
+            ZEL_AutoDisableOverride inner(kept.parm, 0);
+            gone.reset();
+            EXPECT_EQ(kept.eval(0), 0.0);
+        }
+        EXPECT_EQ(kept.eval(0), 5.0);
+        // What comes to stand in the place of the one that is gone is not disabled.
+        OverriddenParm next(2);
+        next.override(0, 0);
+        EXPECT_EQ(next.eval(0), 5.0);
+    }
+
+    // Nor does a disabling outlive the overrides it was for.
+    auto emptied = std::make_unique<OverriddenParm>(2);
+    emptied->override(0, 0);
+    emptied->instance->setOverrideDisable(0, 1);
+    OverriddenParm plain(2);
+    emptied->instance->adoptOverrides(*plain.instance);
+    emptied.reset();
+    {
+        ZEL_AutoDisableOverride scope(kept.parm, 0);
+    }
+    OverriddenParm next(2);
+    next.override(0, 0);
+    EXPECT_EQ(next.eval(0), 5.0);
 }
 
 TEST(Overrides, AreEvaluatedOnManyThreadsAtOnce)
