@@ -1,15 +1,22 @@
-#pragma once
 /// \file ZEL_ChoiceList.h
 /// The menu of a parameter: where its entries come from, and what a pick does to the value.
 ///
 /// Vocabulary: *static* = a table of names or items; *generator* = a function that fills a table
 ///             when the menu is asked for; *script* = a text whose output makes the entries.
-///             *Dynamic* = generator or script. *On items* = entries carry icons.
+///             *Dynamic* = generator or script. *On items* = entries carry icons. *Index* = an
+///             entry's place, the value of an ordinal parameter.
 /// Units:      sizes count entries without the sentinel; -1 for a list with no static table.
-/// Ownership:  borrows table and generator, owns a copy of the script.
-/// Threads:    const calls from any thread; changes and recounting at set-up, by one thread.
-/// Errors:     none here: a null table is an empty one.
-/// Cost:       the table is counted once, when the list is made.
+///             Indices from 0.
+/// Ownership:  borrows table and generator, owns a copy of the script. Entries that were made when
+///             asked for live until the thread asks for its next menu.
+/// Threads:    const calls from any thread, and no lock is held while a generator or script runs;
+///             changes and recounting at set-up, by one thread.
+/// Errors:     a null table is an empty one. A script that fails leaves an empty menu; Python shows
+///             its traceback (SNK_Python.h), the command language stays silent.
+/// Cost:       the size of a static table is read from a field; that of a dynamic list is counted
+///             each time, and so are the entries in front of a token. The memory of entries is kept
+///             for the thread's next menu.
+#pragma once
 
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Types.h>
@@ -17,9 +24,11 @@
 
 #include <cstdint>
 
+class ZEL_ChoiceThread;
 class ZEL_Item;
 class ZEL_Name;
 class ZEL_Parm;
+class ZEL_ParmOwner;
 class ZEL_SpareData;
 
 /// What a pick does. Stored: append only.
@@ -35,7 +44,8 @@ class ZEL_API ZEL_ChoiceList
 {
 public:
     /// Fills at most `max` entries of the caller's array, which has room for a sentinel behind
-    /// them, and closes it with a sentinel. `data` = the parameter's owner.
+    /// them, and closes it with a sentinel. All elements are sentinels at first, unless it asks for
+    /// another menu. `data` = the parameter's owner.
     using NameGenerator = void (*)(void *data, ZEL_Name *out, int max, const ZEL_SpareData *spare,
                                    const ZEL_Parm *parm);
     using ItemGenerator = void (*)(void *data, ZEL_Item *out, int max, const ZEL_SpareData *spare,
@@ -80,6 +90,24 @@ public:
     bool isDynamic() const;
 
     // ---------------------------------------------------------------- //
+    /// \name Asking for entries   (any thread; runs generators and scripts)
+    // ---------------------------------------------------------------- //
+    /// The entries as an array with a sentinel behind them; null when there are none. Of a list on
+    /// items, names of the same tokens and labels. `data`, `spare` and `parm` go to the generator
+    /// and may be null; a script needs a `parm` with an owner. `quiet` keeps what a script reports
+    /// from the thread's errors.
+    void getChoiceNames(const ZEL_Name *&out, void *data, const ZEL_SpareData *spare,
+                        const ZEL_Parm *parm, bool quiet) const;
+    /// The same with icons; null for every list that isn't on items.
+    void getChoiceItems(const ZEL_Item *&out, void *data, const ZEL_SpareData *spare,
+                        const ZEL_Parm *parm, bool quiet) const;
+    /// How many entries there are.
+    int getSize(const ZEL_Parm *parm) const { return mySize >= 0 ? mySize : getSizeSlow(parm); }
+    /// The token of an entry. False: there is no such index, and `out` is the number as text.
+    bool tokenFromIndex(KIT_String &out, int64_t index, void *data, const ZEL_SpareData *spare,
+                        const ZEL_Parm *parm) const;
+
+    // ---------------------------------------------------------------- //
     /// \name Changing   (set-up, one thread)
     // ---------------------------------------------------------------- //
     void setType(ZEL_ChoiceListType type) { myType = type; }
@@ -90,6 +118,19 @@ public:
     int64_t getMemoryUsage(bool inclusive) const;
 
 private:
+    int getSizeSlow(const ZEL_Parm *parm) const;
+    const ZEL_Name *generateNames(void *data, const ZEL_SpareData *spare,
+                                  const ZEL_Parm *parm) const;
+    const ZEL_Item *findItems(void *data, const ZEL_SpareData *spare, const ZEL_Parm *parm) const;
+    const ZEL_Name *namesFromItems(const ZEL_Item *items) const;
+
+    // The scripts replace the thread's names by theirs; false: the names are as they were.
+    const ZEL_Name *runScript(const ZEL_Parm *parm, bool quiet) const;
+    bool getChoiceNamesFromScript(ZEL_ChoiceThread &names, const ZEL_Parm *parm, bool quiet) const;
+    bool getChoiceNamesFromCmdlangScript(ZEL_ChoiceThread &names, ZEL_ParmOwner &owner) const;
+    bool getChoiceNamesFromPythonScript(ZEL_ChoiceThread &names, const ZEL_Parm &parm,
+                                        ZEL_ParmOwner &owner) const;
+
     ZEL_ChoiceListType myType;
     bool myUsesItemsFlag;
     int32_t mySize;

@@ -1,0 +1,392 @@
+// Menus and expressions in Python.
+
+#include "MenuScene.h"
+
+#include <EVL/EVL.h>
+#include <SNK/SNK_CompiledCode.h>
+#include <SNK/SNK_EvaluationContext.h>
+#include <TRK/TRK_EvalContext.h>
+#include <TRK/TRK_Manager.h>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+class PythonMenus : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!SNKisPythonBuiltIn()) {
+            GTEST_SKIP() << "this build has no Python";
+        }
+        node.buildNode();
+        other.buildNode();
+        nodes.add("/obj/test", node);
+        nodes.add("/obj/other", other);
+    }
+    const ZEL_Parm *menuParm() const { return node.list->getParmPtr("menu"); }
+    std::string run(const char *script, bool quiet = false)
+    {
+        return namesOf(ZEL_ChoiceList(ZEL_CHOICELIST_REPLACE, script, TRK_SCRIPT_PYTHON),
+                       menuParm(), quiet);
+    }
+    /// What an expression of Python's is as a token.
+    std::string value(const std::string &expression)
+    {
+        const std::string text = run(("return (str(" + expression + "), '')").c_str());
+        return text.empty() || text.back() != '=' ? text : text.substr(0, text.size() - 1);
+    }
+
+    MenuNode node;
+    MenuNode other{"/obj/other"};
+    MenuNodes nodes;
+    Tracebacks tracebacks;
+};
+
+bool endsWith(const std::string &text, const std::string &end)
+{
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+} // namespace
+
+TEST_F(PythonMenus, OtherMenusStartNoInterpreter)
+{
+    if (SNKisPythonStarted()) {
+        GTEST_SKIP() << "another test of this process has started it";
+    }
+    const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, "a A", TRK_SCRIPT_COMMAND);
+    EXPECT_EQ("a=A", namesOf(menu, menuParm()));
+    const ZEL_ChoiceList script(ZEL_CHOICELIST_REPLACE, "['a', 'A']", TRK_SCRIPT_PYTHON);
+    EXPECT_EQ("(null)", namesOf(script, nullptr));
+    SNKsetPythonEnabled(false);
+    EXPECT_EQ("(null)", namesOf(script, menuParm()));
+    SNKsetPythonEnabled(true);
+    EXPECT_EQ("Error running Python menu script in parameter,\n    The Menu (/obj/test/menu):|"
+              "Python is switched off.\n",
+              tracebacks.take());
+    EXPECT_FALSE(SNKisPythonStarted());
+    EXPECT_EQ("a=A", namesOf(script, menuParm()));
+    EXPECT_TRUE(SNKisPythonStarted());
+}
+
+TEST_F(PythonMenus, AreThePairsThatScriptsReturn)
+{
+    struct
+    {
+        const char *script, *contents;
+    } const cases[] = {
+        {"return ('a', 'A', 'b', 'B')", "a=A b=B"},
+        {"['a', 'A']", "a=A"}, // an expression at the end is returned
+        {"names = []\nfor i in range(3):\n    names += ['t%d' % i, 'L']\nreturn names",
+         "t0=L t1=L t2=L"},
+        {"import math\ndef pair(n):\n    return [n, n.upper()]\npair('x') + pair('y')", "x=X y=Y"},
+        {"if True:\n    return ['a', 'A']\nreturn ['b', 'B']", "a=A"},
+        {"return ['\\u00e9', 'a\\0b', '\\ud800', 'x']", "\xc3\xa9=a \\ud800=x"},
+        {"return []", "(null)"},
+        {"# nothing but a comment", "(null)"},
+        {"return ['', '']", "="},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(c.contents, run(c.script)) << c.script;
+    }
+    EXPECT_NE(std::string::npos, tracebacks.take().find("must return a sequence of strings."))
+        << "of the comment, which returns None";
+    const ZEL_ChoiceList menu(ZEL_CHOICELIST_EXCLUSIVE, cases[0].script, TRK_SCRIPT_PYTHON);
+    EXPECT_EQ(2, menu.getSize(menuParm()));
+    EXPECT_EQ("b", tokenOf(menu, 1, menuParm()));
+    EXPECT_EQ("!2", tokenOf(menu, 2, menuParm()));
+}
+
+TEST_F(PythonMenus, TellWhatTheyShouldReturn)
+{
+    const std::string header =
+        "Error running Python menu script in parameter,\n    The Menu (/obj/test/menu):|";
+    struct
+    {
+        const char *script, *sentence;
+    } const cases[] = {
+        {"return ('a', 'A', 'b')", "Python menu scripts must return an even number of strings."},
+        {"return 5", "Python menu scripts must return a sequence of strings."},
+        {"return None", "Python menu scripts must return a sequence of strings."},
+        {"return 'text'", "Python menu scripts must return a sequence of strings."},
+        {"return b'ab'", "Python menu scripts must return a sequence of strings."},
+        {"return ['a', 1]", "Python menu scripts must return a sequence of strings."},
+        {"yield 'a'", "Python menu scripts must return a sequence of strings."},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ("(null)", run(c.script)) << c.script;
+        EXPECT_EQ(header + c.sentence, tracebacks.take()) << c.script;
+        EXPECT_EQ("(null)", run(c.script, true)) << c.script;
+        EXPECT_EQ("", tracebacks.take()) << "quiet: " << c.script;
+    }
+}
+
+TEST_F(PythonMenus, TellTheExceptionAndItsPlace)
+{
+    struct
+    {
+        const char *script, *place, *end;
+    } const cases[] = {
+        {"\nraise ValueError('boom')", "File \"/obj/test/menu\", line 2,", "ValueError: boom\n"},
+        {"return (", "File \"/obj/test/menu\", line 1\n", "SyntaxError: '(' was never closed\n"},
+        {"raise SystemExit(3)", "line 1,", "SystemExit: 3\n"},
+        {"def f(): f()\nf()", "line 1, in f", "maximum recursion depth exceeded\n"},
+        {"class L(list):\n def __iter__(self): 1/0\nreturn L('ab')", "line 2,", ""},
+        {"x = vmr.parm('/obj/test/none')\nx.eval()", "line 2,",
+         "AttributeError: 'NoneType' object has no attribute 'eval'\n"},
+        {"vmr.ch('/obj/test/none')", "line 1,",
+         "ValueError: /obj/test/none: there is no such parameter\n"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ("a=A", run("return ['a', 'A']"));
+        EXPECT_EQ("(null)", run(c.script)) << c.script;
+        const std::string text = tracebacks.take();
+        EXPECT_NE(std::string::npos, text.find(c.place)) << text;
+        EXPECT_TRUE(endsWith(text, c.end)) << text;
+    }
+}
+
+TEST_F(PythonMenus, KnowTheirParameter)
+{
+    EXPECT_EQ("/obj/test", value("kwargs['node'].path()"));
+    EXPECT_EQ("/obj/test/menu", value("kwargs['parm'].path()"));
+    EXPECT_EQ("picked", value("kwargs['parm'].eval()"));
+    EXPECT_EQ("node parm script_multiparm_nesting script_multiparm_index",
+              value("' '.join(kwargs)"));
+    EXPECT_EQ("0 -1", value("'%(script_multiparm_nesting)d %(script_multiparm_index)d' % kwargs"));
+    EXPECT_EQ("", tracebacks.take());
+}
+
+TEST_F(PythonMenus, KnowTheItemsTheyStandIn)
+{
+    Block inner;
+    Block outer;
+    inner.add(ZEL_FLT, 1, "x#_#");
+    outer.addMulti(ZEL_MULTITYPE_LIST, "in#", inner.templates());
+    MenuNode nested("/obj/nested");
+    nested.top.addMulti(ZEL_MULTITYPE_LIST, "outer", outer.templates());
+    nested.buildNode();
+    nested.setCount(3, "outer");
+    nested.setCount(2, "in3");
+    nodes.add("/obj/nested", nested);
+    const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE,
+                              "x = list(kwargs.items())[2:]\n"
+                              "return [k[17:] + ':' + str(v) for k, v in x] + ['', '']",
+                              TRK_SCRIPT_PYTHON);
+    EXPECT_EQ("nesting:1=index:3 =", namesOf(menu, &nested.parm("in3")));
+    const ZEL_ChoiceList odd(ZEL_CHOICELIST_REPLACE,
+                             "x = list(kwargs.items())[2:]\n"
+                             "return [k[17:] + ':' + str(v) for k, v in x] + ['']",
+                             TRK_SCRIPT_PYTHON);
+    EXPECT_EQ("nesting:2=index2:3 index:2=", namesOf(odd, &nested.parm("x3_2")));
+    EXPECT_EQ("", tracebacks.take());
+}
+
+TEST_F(PythonMenus, SurviveAnyNodePath)
+{
+    const std::string path = "/obj/it's \\ \"here\"\n'); x = ('";
+    MenuNode strange(path.c_str());
+    strange.buildNode();
+    nodes.add(path, strange);
+    const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE,
+                              "return [kwargs['parm'].path(), str('x' in globals())]",
+                              TRK_SCRIPT_PYTHON);
+    EXPECT_EQ(path + "/menu=False", namesOf(menu, &strange.parm("menu")));
+    EXPECT_EQ("", tracebacks.take());
+}
+
+TEST_F(PythonMenus, LeaveNothingBehind)
+{
+    EXPECT_EQ("a=A", run("global left\nleft = 1\nreturn ['a', 'A']"));
+    EXPECT_EQ("False", value("'left' in globals()"));
+}
+
+TEST_F(PythonMenus, ReachNodes)
+{
+    TRK_EvalContext::Scope scope(BASgetSTID(), 2.0);
+    node.animate("n", "$T * 10");
+    EXPECT_EQ("2.0 49.0", value("'%s %s' % (vmr.time(), vmr.frame())"));
+    EXPECT_EQ("None None", value("'%s %s' % (vmr.node('/obj/no'), vmr.parm('/obj/test/no'))"));
+    EXPECT_EQ("/obj/test", value("vmr.node('.').path()"))
+        << "the node that asks is the current one";
+    EXPECT_EQ("other", value("vmr.node('../other').name()"));
+    EXPECT_EQ("['menu', 'n', 'count']", value("[p.name() for p in vmr.node('.').parms()]"));
+    EXPECT_EQ("True", value("vmr.parm('n').node() == vmr.node('.')"));
+    EXPECT_EQ("<vmr.Parm /obj/other/n>", value("vmr.node('/obj/other').parm('n')"));
+    EXPECT_EQ("20.0", value("vmr.parm('n').eval()"));
+    EXPECT_EQ("5.0", value("vmr.parm('n').eval(0.5)"));
+    EXPECT_EQ("20.0 0.5", value("'%s %s' % (vmr.ch('n'), vmr.ch('../other/n'))"));
+    EXPECT_EQ("3", value("vmr.parm('count').eval()"));
+    EXPECT_EQ("picked", value("vmr.chs('menu')"));
+    EXPECT_EQ("0.5", value("vmr.parm('../other/n').evalAsString()"));
+    EXPECT_EQ("a=A", run("p = vmr.node('/obj/other')\np.parm('n').set(7)\n"
+                         "p.parm('menu').set('mine')\nreturn ['a', 'A']"));
+    EXPECT_EQ(7.0, other.eval("n"));
+    EXPECT_EQ("mine", value("vmr.chs('/obj/other/menu')"));
+    EXPECT_EQ("", tracebacks.take());
+    EXPECT_EQ("(null)", value("vmr.parm('n').set([])"));
+    tracebacks.take();
+
+    SNKsetNodeSource(nullptr);
+    EXPECT_EQ("None", value("kwargs['node']"));
+}
+
+TEST_F(PythonMenus, EndCirclesWithAnEmptyMenu)
+{
+    // The script reads "n", and reading it asks for the menu again.
+    const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, "return [str(vmr.ch('n')), 'N']",
+                              TRK_SCRIPT_PYTHON);
+    const ZEL_ChoiceList words(ZEL_CHOICELIST_REPLACE, "a A", TRK_SCRIPT_COMMAND);
+    const ZEL_ChoiceList failing(ZEL_CHOICELIST_REPLACE, "vmr.ch('n')\nraise KeyError",
+                                 TRK_SCRIPT_PYTHON);
+    std::string inner;
+    nodes.evaluated = [&](const std::string &) { inner += namesOf(menu, menuParm()) + ";"; };
+    EXPECT_EQ("0.5=N", namesOf(menu, menuParm()));
+    EXPECT_EQ("(null);", inner);
+    EXPECT_EQ("0.5=N", namesOf(menu, menuParm()));
+    EXPECT_EQ("(null);(null);", inner);
+    nodes.evaluated = [&](const std::string &) { inner = namesOf(words, menuParm()); };
+    EXPECT_EQ("(null)", namesOf(failing, menuParm())) << "not the menu that was asked for inside";
+    EXPECT_EQ("a=A", inner);
+    EXPECT_EQ("0.5=N", namesOf(menu, menuParm()));
+}
+
+namespace
+{
+
+class PythonExpressions : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!SNKisPythonBuiltIn()) {
+            GTEST_SKIP() << "this build has no Python";
+        }
+        tx = collection.addChannel("tx");
+        ty = collection.addChannel("ty");
+        tx->changeExpression(0, "2", TRK_LANGUAGE_NATIVE, false);
+        EVL::theErrNo[thread] = EVL::EVL_OK;
+    }
+    double number(const char *text, double time = 0.0)
+    {
+        ty->changeExpression(0, text, TRK_LANGUAGE_PYTHON, false);
+        return collection.evaluate(ty, time, false, thread);
+    }
+    std::string string(const char *text)
+    {
+        ty->changeExpression(0, text, TRK_LANGUAGE_PYTHON, false);
+        KIT_String out;
+        collection.evaluateString(out, ty, 0, thread);
+        return out.toStdString();
+    }
+
+    const int thread = BASgetSTID();
+    TRK_Collection collection;
+    TRK_Channel *tx = nullptr;
+    TRK_Channel *ty = nullptr;
+};
+
+} // namespace
+
+TEST_F(PythonExpressions, GiveNumbersAndTexts)
+{
+    struct
+    {
+        const char *text;
+        double value;
+        const char *asText;
+    } const cases[] = {
+        {"1 + 2", 3, "3"},
+        {"  math.pi > 3", 1, "1"},
+        {"vmr.ch('tx') * 1.25", 2.5, "2.5"},
+        {"'4' + '.5'", 4.5, "4.5"},
+        {"vmr.frame()", 1, "1"},
+        {"__import__('fractions').Fraction(1, 4)", 0.25, nullptr},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(c.value, number(c.text)) << c.text << SNKgetExpressionError();
+        if (c.asText) {
+            EXPECT_EQ(c.asText, string(c.text)) << c.text;
+        }
+        EXPECT_EQ(EVL::EVL_OK, EVL::theErrNo[thread]) << c.text;
+    }
+    EXPECT_EQ("text of 2", string("'text of ' + vmr.chs('tx')"));
+}
+
+TEST_F(PythonExpressions, FailWithTheNumberOfTheReason)
+{
+    struct
+    {
+        const char *text;
+        int error;
+        const char *reason;
+    } const cases[] = {
+        {"1 +", EVL::EVL_SYNTAX, "SyntaxError: invalid syntax\n"},
+        {"1 / 0", EVL::EVL_SYNTAX, "ZeroDivisionError: division by zero\n"},
+        {"import os", EVL::EVL_SYNTAX, "SyntaxError: invalid syntax\n"},
+        {"[]", EVL::EVL_SYNTAX, "The expression doesn't give a number."},
+        {"'word'", EVL::EVL_SYNTAX, "The expression gives a text that is not a number."},
+        {"float('inf')", EVL::EVL_SYNTAX, "The number is not finite."},
+        {"10 ** 400", EVL::EVL_SYNTAX, "OverflowError: int too large to convert to float\n"},
+        {"vmr.ch('tz')", EVL::EVL_UNKNOWN_CHANNEL,
+         "ValueError: tz: there is no such channel or parameter\n"},
+        {"vmr.ch('ty') + 1", EVL::EVL_CYCLE, nullptr},
+    };
+    for (const auto &c : cases) {
+        EVL::theErrNo[thread] = EVL::EVL_OK;
+        EXPECT_EQ(0.0, number(c.text)) << c.text;
+        EXPECT_EQ(c.error, EVL::theErrNo[thread]) << c.text;
+        if (c.reason) {
+            EXPECT_TRUE(endsWith(SNKgetExpressionError(), c.reason)) << SNKgetExpressionError();
+        }
+    }
+    EVL::theErrNo[thread] = EVL::EVL_OK;
+    EXPECT_EQ(3.0, number("1 + 2"));
+    EXPECT_EQ(EVL::EVL_OK, EVL::theErrNo[thread]);
+}
+
+TEST_F(PythonExpressions, DependOnTimeIfTheyReadIt)
+{
+    EXPECT_EQ(2.0, number("vmr.ch('tx')", 1));
+    EXPECT_FALSE(ty->isTimeDependentSlow(thread));
+    EXPECT_EQ(1.5, number("vmr.time() + 0.5", 1));
+    EXPECT_TRUE(ty->isTimeDependentSlow(thread));
+    tx->changeExpression(0, "$F", TRK_LANGUAGE_NATIVE, false);
+    EXPECT_EQ(25.0, number("vmr.ch('tx')", 1));
+    EXPECT_TRUE(ty->isTimeDependentSlow(thread));
+}
+
+TEST_F(PythonExpressions, AreKeptInABoundedCache)
+{
+    for (int i = 0; i < 10000; ++i) {
+        const std::string text = "1 + " + std::to_string(i);
+        ASSERT_EQ(1 + i, number(text.c_str()));
+    }
+    EXPECT_EQ(1.0, number("1 + 0"));
+}
+
+TEST(Python, WithoutAnInterpreterSaysSoInOneMessage)
+{
+    if (SNKisPythonBuiltIn()) {
+        SNKsetPythonEnabled(false);
+    }
+    MenuNode node;
+    node.buildNode();
+    Tracebacks tracebacks;
+    const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, "return ['a', 'A']", TRK_SCRIPT_PYTHON);
+    EXPECT_EQ("(null)", namesOf(menu, node.list->getParmPtr("menu")));
+    EXPECT_EQ(
+        std::string("Error running Python menu script in parameter,\n"
+                    "    The Menu (/obj/test/menu):|") +
+            (SNKisPythonBuiltIn() ? "Python is switched off.\n" : "This build has no Python.\n"),
+        tracebacks.take());
+    SNK_EvaluationContext context("vmr");
+    KIT_String error;
+    EXPECT_FALSE(SNKrunPythonStatements("x = 1", context, &error));
+    EXPECT_TRUE(error.isstring());
+    SNKsetPythonEnabled(true);
+}

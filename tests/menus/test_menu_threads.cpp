@@ -1,0 +1,128 @@
+// Menus asked for by many threads at once.
+
+#include "MenuScene.h"
+
+#include <EVL/EVL.h>
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+/// Runs `work(i)` on that many threads at once.
+void onThreads(int count, const std::function<void(int)> &work)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back([&work, i] { work(i); });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+}
+
+/// Holds each thread until all have come.
+class Barrier
+{
+public:
+    explicit Barrier(int count) : myMissing(count) {}
+    void wait()
+    {
+        std::unique_lock<std::mutex> lock(myLock);
+        --myMissing;
+        myArrived.notify_all();
+        myArrived.wait(lock, [this] { return myMissing <= 0; });
+    }
+
+private:
+    std::mutex myLock;
+    std::condition_variable myArrived;
+    int myMissing;
+};
+
+void generateByThread(void *data, ZEL_Item *out, int, const ZEL_SpareData *, const ZEL_Parm *)
+{
+    out[0].getName().setTokenAndLabel(static_cast<const char *>(data), "L");
+    out[1] = ZEL_Item();
+}
+
+} // namespace
+
+TEST(MenuThreads, EachKeepsItsOwnEntries)
+{
+    constexpr int theThreads = 40; // more than there are inline records
+    MenuNode node;
+    node.buildNode();
+    const ZEL_Parm *parm = node.list->getParmPtr("menu");
+    std::deque<ZEL_ChoiceList> scripts;
+    for (int i = 0; i < theThreads; ++i) {
+        const std::string script = "s" + std::to_string(i) + " S";
+        scripts.emplace_back(ZEL_CHOICELIST_REPLACE, script.c_str(), TRK_SCRIPT_COMMAND);
+    }
+    const ZEL_ChoiceList items(ZEL_CHOICELIST_REPLACE, generateByThread);
+    std::vector<std::string> texts(theThreads);
+    Barrier scriptsAsked(theThreads);
+    Barrier itemsAsked(theThreads);
+    onThreads(theThreads, [&](int i) {
+        const ZEL_Name *names = nullptr;
+        scripts[i].getChoiceNames(names, nullptr, nullptr, parm, i % 2 == 0);
+        scriptsAsked.wait();
+        std::string text = entriesText(names);
+        std::string token = "i" + std::to_string(i);
+        const ZEL_Item *icons = nullptr;
+        items.getChoiceItems(icons, token.data(), nullptr, nullptr, false);
+        itemsAsked.wait();
+        texts[i] = text + " " + entriesText(icons);
+    });
+    for (int i = 0; i < theThreads; ++i) {
+        const std::string n = std::to_string(i);
+        EXPECT_EQ("s" + n + "=S i" + n + "=L", texts[i]);
+    }
+}
+
+TEST(MenuThreads, PythonNeverWaitsWhileSomebodyWaitsForIt)
+{
+    if (!SNKisPythonBuiltIn()) {
+        GTEST_SKIP() << "this build has no Python";
+    }
+    MenuNode node;
+    node.buildNode();
+    const ZEL_Parm *parm = node.list->getParmPtr("menu");
+    MenuNodes nodes;
+    nodes.add("/obj/test", node);
+    Tracebacks tracebacks;
+    TRK_Collection channels;
+    TRK_Channel *channel = channels.addChannel("tx");
+    channel->changeExpression(0, "sum(range(100)) + vmr.time()", TRK_LANGUAGE_PYTHON, false);
+
+    // The application locks its nodes: code that holds the interpreter comes here, and whoever has
+    // the lock asks for the interpreter.
+    std::mutex lock;
+    nodes.evaluated = [&](const std::string &) { const std::lock_guard<std::mutex> guard(lock); };
+    const ZEL_ChoiceList reading(ZEL_CHOICELIST_REPLACE,
+                                 "return [str(vmr.ch('n')), vmr.parm('menu').eval()]",
+                                 TRK_SCRIPT_PYTHON);
+    const ZEL_ChoiceList plain(ZEL_CHOICELIST_REPLACE,
+                               "return [str(sum(range(50))), kwargs['node'].name()]",
+                               TRK_SCRIPT_PYTHON);
+    std::atomic<int> wrong{0};
+    Barrier start(8);
+    onThreads(8, [&](int i) {
+        start.wait(); // the first to come starts the interpreter
+        for (int round = 0; round < 50; ++round) {
+            if (i % 2 == 0) {
+                wrong += namesOf(reading, parm) != "0.5=picked";
+            } else {
+                const std::lock_guard<std::mutex> guard(lock);
+                wrong += namesOf(plain, parm) != "1225=test";
+                wrong += channels.evaluate(channel, round, false, BASgetSTID()) != 4950.0 + round;
+            }
+        }
+    });
+    EXPECT_EQ(0, wrong);
+    EXPECT_EQ("", tracebacks.take());
+}
