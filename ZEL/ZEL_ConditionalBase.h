@@ -5,7 +5,7 @@
 /// Vocabulary: *type* = what the condition decides; *single*, *group*, *switcher* = one condition,
 ///             one for each type, one for each folder.
 /// Ownership:  templates borrow conditionals; instance() hands a new one to the caller.
-/// Threads:    const calls from any thread.
+/// Threads:    const calls from any thread; filled by one thread, before the templates are used.
 
 #include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_API.h>
@@ -25,9 +25,9 @@ enum ZEL_ConditionalType : int32_t
 /// Which class a conditional is.
 enum ZEL_ConditionalGroupType : int32_t
 {
-    ZEL_CONDGROUP_SINGLE = 0,  ///< one condition of one type
-    ZEL_CONDGROUP_GROUP = 1,   ///< at most one for each type
-    ZEL_CONDGROUP_SWITCHER = 2 ///< a group, and one for each folder
+    ZEL_CONDGROUP_SINGLE = 0,  ///< `ZEL_Conditional`: one condition of one type
+    ZEL_CONDGROUP_GROUP = 1,   ///< `ZEL_ConditionalGroup`: at most one for each type
+    ZEL_CONDGROUP_SWITCHER = 2 ///< `ZEL_ConditionalSwitcher`: a group, and one for each folder
 };
 
 class ZEL_API ZEL_ConditionalBase
@@ -41,5 +41,6 @@ public:
     /// The condition that decides this; null when there is none.
     virtual ZEL_Conditional *getConditional(ZEL_ConditionalType type) = 0;
     virtual const ZEL_Conditional *getConditional(ZEL_ConditionalType type) const = 0;
+    /// Heap bytes, and the object itself when inclusive.
     virtual int64_t getMemoryUsage(bool inclusive) const = 0;
 };

@@ -1,0 +1,58 @@
+#pragma once
+/// \file ZEL_ConditionalInfo.h
+/// One brace group of a condition: comparisons that must all hold.
+///
+/// Vocabulary: *comparison* = left word, operator, right word. The left word is the token, channel
+///             token or alias of the *control parameter*, or an expression when it ends in ")".
+///             `{ a == 1 b != 2 }` is one group of two comparisons.
+/// Ownership:  owns copies of the words.
+/// Threads:    const calls from any thread; changes by one thread at a time.
+
+#include <KIT/KIT_StringArray.h>
+#include <KIT/KIT_ValArray.h>
+#include <ZEL/ZEL_API.h>
+
+#include <cstdint>
+
+class KIT_StringHolder;
+
+/// How a comparison compares.
+enum ZEL_ConditionalOperator : int32_t
+{
+    ZEL_CONDOP_EQ = 0,     ///< "==": near-equal numbers, else the same text
+    ZEL_CONDOP_NE = 1,     ///< "!=": not so
+    ZEL_CONDOP_GE = 2,     ///< ">=": of two numbers; false for texts
+    ZEL_CONDOP_LE = 3,     ///< "<=": the same
+    ZEL_CONDOP_GT = 4,     ///< ">": the same
+    ZEL_CONDOP_LT = 5,     ///< "<": the same
+    ZEL_CONDOP_MATCH = 6,  ///< "=~": near-equal numbers, else the right word as regular expression
+    ZEL_CONDOP_NOMATCH = 7 ///< "!~": not so; false for a bad regular expression
+};
+
+class ZEL_API ZEL_ConditionalInfo
+{
+public:
+    void addCondition(const KIT_StringHolder &parm, const KIT_StringHolder &value,
+                      ZEL_ConditionalOperator op);
+    void clear();
+
+    // ---------------------------------------------------------------- //
+    /// \name Three lists of one length, in the order of the comparisons
+    // ---------------------------------------------------------------- //
+    const KIT_StringArray &getControlParms() const { return myControlParms; }
+    const KIT_StringArray &getControlValues() const { return myControlValues; }
+    const KIT_ValArray<ZEL_ConditionalOperator> &getOperators() const { return myOperators; }
+    int entries() const { return int(myOperators.entries()); }
+
+    /// A copy in which words with a `#` have their numbers (`ZELinstanceString`, as in a label); the
+    /// caller owns it.
+    ZEL_ConditionalInfo *instance(const KIT_ValArray<int> &instances) const;
+
+    /// Heap bytes, and the object itself when inclusive.
+    int64_t getMemoryUsage(bool inclusive) const;
+
+private:
+    KIT_StringArray myControlParms;
+    KIT_StringArray myControlValues;
+    KIT_ValArray<ZEL_ConditionalOperator> myOperators;
+};

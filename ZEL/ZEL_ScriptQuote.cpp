@@ -1,0 +1,45 @@
+#include <ZEL/ZEL_ScriptQuote.h>
+
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_WorkBuffer.h>
+
+namespace
+{
+
+/// What stands behind the backslash for this character; 0 for one that is written as it is.
+char escapeLetter(char c)
+{
+    switch (c) {
+    case '\n': return 'n';
+    case '\r': return 'r';
+    case '"': return '"';
+    case '\\': return '\\';
+    default: return '\0';
+    }
+}
+
+} // namespace
+
+void ZELprotectString(KIT_WorkBuffer &out, const char *text, bool quoteEmpty, bool smartQuotes)
+{
+    const KIT_String borrowed(text);
+    if (borrowed.isEmpty()) {
+        out.append(quoteEmpty ? "\"\"" : "");
+        return;
+    }
+    const bool quotesFlag = smartQuotes && (borrowed.hasWhiteSpace() || borrowed.findChar('"'));
+    if (quotesFlag) {
+        out.append('"');
+    }
+    for (; *text; text++) {
+        if (const char letter = escapeLetter(*text)) {
+            out.append('\\');
+            out.append(letter);
+        } else {
+            out.append(*text);
+        }
+    }
+    if (quotesFlag) {
+        out.append('"');
+    }
+}
