@@ -1,0 +1,81 @@
+/// \file DS_ParmInfo.h
+/// One parameter of a dialog as the script writer sees it.
+///
+/// Vocabulary: *logarithmic* = a bit of the flags that counts for a single number only. *embed* = the
+///             sign bit of the flags, which tells "embed" from "toggle".
+/// Units:      `size` in components; `exportLevel` 0 none, 1 dialog, 2 all.
+/// Ownership:  owns its texts and the records in its lists, which are made by new.
+/// Threads:    one thread at a time; const calls from any.
+/// Errors:     none.
+
+#pragma once
+
+#include <DS/DS_AttributeValue.h>
+#include <DS/DS_HandleBinding.h>
+#include <DS/DS_MenuChoice.h>
+#include <DS/DS_SelectorBinding.h>
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_ValArray.h>
+#include <ZEL/ZEL_API.h>
+#include <ZEL/ZEL_Range.h>
+#include <ZEL/ZEL_Template.h>
+#include <ZEL/ZEL_Type.h>
+
+#include <memory>
+
+class ZEL_API DS_ParmInfo
+{
+public:
+    static constexpr unsigned theLogarithmicFlag = 0x100;
+    static constexpr unsigned theEmbedFlag = 0x80000000;
+
+    /// The text is the name and the label. A single float, no multi-parameter.
+    explicit DS_ParmInfo(const char *name);
+    ~DS_ParmInfo();
+    DS_ParmInfo(const DS_ParmInfo &) = delete;
+    DS_ParmInfo &operator=(const DS_ParmInfo &) = delete;
+
+    void setFlag(unsigned mask) { myFlags |= mask; }
+    void clearFlag(unsigned mask) { myFlags &= ~mask; }
+    /// The bits of the mask that are set.
+    unsigned getFlag(unsigned mask) const { return myFlags & mask; }
+
+    /// Whether it is a single number with the bit set.
+    bool isLogarithmic() const;
+    /// Does nothing unless it is a single number.
+    void setLogarithmic(bool logarithmic);
+    bool isInvisible() const;
+    void setInvisible();
+    void addHelpText(const char *text) { help += text; }
+    /// Arrays aren't written.
+    bool getIsArray() const { return myArrayFlag; }
+    void setIsArray(bool array) { myArrayFlag = array; }
+
+    KIT_String name;
+    KIT_String label;
+    KIT_String callback;
+    KIT_String help;
+    KIT_String rmanType;
+    KIT_String opFilter;
+    ZEL_Type type;
+    ZEL_MultiType multiType = ZEL_MULTITYPE_NONE;
+    int exportLevel = 0;
+    KIT_String group; // folder path with slashes
+    KIT_String menuScript;
+    int menuLanguage = 0;
+    KIT_ValArray<DS_MenuChoice *> menuChoices;
+    int menuType = 0;
+    KIT_ValArray<DS_AttributeValue *> attributes;
+    KIT_ValArray<DS_HandleBinding *> handles;
+    std::unique_ptr<DS_SelectorBinding> selector;
+    int size = 1;
+    std::unique_ptr<ZEL_Range> range;
+    KIT_String disableWhen;
+    KIT_String hideWhen;
+
+private:
+    bool isSingleNumber() const;
+
+    unsigned myFlags = 0;
+    bool myArrayFlag = false;
+};

@@ -1,0 +1,71 @@
+#include <ZEL/ZEL_ScriptGroup.h>
+
+#include <ZEL/ZEL_Conditional.h>
+#include <ZEL/ZEL_ConditionalSwitcher.h>
+#include <ZEL/ZEL_ScriptPage.h>
+#include <ZEL/ZEL_ScriptParm.h>
+
+ZEL_ScriptGroup::ZEL_ScriptGroup(ZEL_ScriptParm *owner, bool multi)
+    : myOwner(owner), myIsMultiFlag(multi)
+{}
+
+ZEL_ScriptGroup::~ZEL_ScriptGroup()
+{
+    for (ZEL_ScriptPage *page : myPages) {
+        delete page;
+    }
+}
+
+int ZEL_ScriptGroup::computeTemplateSize() const
+{
+    int size = 0;
+    for (ZEL_ScriptPage *page : myPages) {
+        size += page->computeTemplateSize();
+    }
+    return size;
+}
+
+void ZEL_ScriptGroup::buildSizes()
+{
+    mySizes.clear();
+    mySizes.setSize(myPages.entries() + 1);
+    for (int i = 0; i < getPageCount(); i++) {
+        mySizes[i].set(myPages[i]->countParameters(), myPages[i]->getLabel().nonNullStr());
+    }
+}
+
+void ZEL_ScriptGroup::buildConditionals()
+{
+    myConditional.reset();
+    const ZEL_ConditionalGroup *const whole =
+        myPages.isEmpty() ? nullptr : myPages[0]->getGroupConditional();
+    bool tabsFlag = false;
+    for (const ZEL_ScriptPage *page : myPages) {
+        tabsFlag = tabsFlag || page->getPageConditional();
+    }
+    if (!whole && !tabsFlag) {
+        return;
+    }
+
+    myConditional = std::make_unique<ZEL_ConditionalSwitcher>();
+    for (const ZEL_ConditionalType type :
+         {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE, ZEL_CONDTYPE_NOCOOK}) {
+        const ZEL_Conditional *const one = whole ? whole->getConditional(type) : nullptr;
+        if (one) {
+            myConditional->addConditional(*one);
+        }
+    }
+    for (int i = 0; i < getPageCount(); i++) {
+        if (const ZEL_ConditionalGroup *const tab = myPages[i]->getPageConditional()) {
+            myConditional->setTabConditional(i, *tab);
+        }
+    }
+}
+
+void ZEL_ScriptGroup::fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptImports *&imports,
+                                   int depth)
+{
+    for (int i = 0; i < getPageCount(); i++) {
+        myPages[i]->fillTemplate(target, index, imports, depth + 1, index - 1, i);
+    }
+}

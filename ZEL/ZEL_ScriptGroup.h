@@ -1,0 +1,77 @@
+#pragma once
+/// \file ZEL_ScriptGroup.h
+/// The pages of one set of folders, or the one page of a multi-parameter.
+///
+/// Vocabulary: *owner* = the record that stands for the set in its page (ZEL_ScriptParm). *Sizes* =
+///             one default a folder: how many parameters stand directly in it, and its label.
+/// Ownership:  owns its pages, sizes and conditions; templates borrow the last two.
+/// Threads:    one thread at a time.
+/// Errors:     a page that isn't there is null.
+
+#include <KIT/KIT_ValArray.h>
+#include <ZEL/ZEL_API.h>
+#include <ZEL/ZEL_Default.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <memory>
+
+class ZEL_ConditionalSwitcher;
+class ZEL_ScriptImports;
+class ZEL_ScriptPage;
+class ZEL_ScriptParm;
+
+class ZEL_API ZEL_ScriptGroup
+{
+public:
+    ZEL_ScriptGroup(ZEL_ScriptParm *owner, bool multi);
+    virtual ~ZEL_ScriptGroup();
+    ZEL_ScriptGroup(const ZEL_ScriptGroup &) = delete;
+    ZEL_ScriptGroup &operator=(const ZEL_ScriptGroup &) = delete;
+
+    // ---------------------------------------------------------------- //
+    /// \name Pages
+    // ---------------------------------------------------------------- //
+    int getPageCount() const { return int(myPages.entries()); }
+    /// Null outside 0 .. count - 1.
+    ZEL_ScriptPage *getPage(int index) const
+    {
+        return myPages.isValidIndex(index) ? myPages[index] : nullptr;
+    }
+    /// Takes the page over.
+    void addPage(ZEL_ScriptPage *page) { myPages.append(page); }
+    ZEL_ScriptParm *getOwner() const { return myOwner; }
+    void setOwner(ZEL_ScriptParm *owner) { myOwner = owner; }
+
+    // ---------------------------------------------------------------- //
+    /// \name Multi-parameters
+    // ---------------------------------------------------------------- //
+    bool isMultiParm() const { return myIsMultiFlag; }
+    ZEL_MultiType getMultiType() const { return myMultiType; }
+    void setMultiType(ZEL_MultiType type) { myMultiType = type; }
+
+    // ---------------------------------------------------------------- //
+    /// \name Templates
+    // ---------------------------------------------------------------- //
+    /// Templates of all pages.
+    int computeTemplateSize() const;
+    /// Makes the sizes anew, with a zero record behind them.
+    void buildSizes();
+    /// Makes the conditions anew: those of the first page for the set, those of each page's tab for
+    /// its folder. Null when there are none.
+    void buildConditionals();
+    /// Null until buildSizes(). What was handed out before a rebuild is gone.
+    ZEL_Default *getDefaults() { return mySizes.isEmpty() ? nullptr : mySizes.data(); }
+    ZEL_ConditionalSwitcher *getGroupConditional() const { return myConditional.get(); }
+    /// Writes each page's templates from `index` on. Imports lie one level deeper; those of the
+    /// first folder name the template before `index` as their switcher, and those of a later one
+    /// the last template so far.
+    void fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptImports *&imports, int depth);
+
+private:
+    KIT_ValArray<ZEL_ScriptPage *> myPages;
+    ZEL_ScriptParm *myOwner;
+    KIT_ValArray<ZEL_Default> mySizes;
+    std::unique_ptr<ZEL_ConditionalSwitcher> myConditional;
+    ZEL_MultiType myMultiType = ZEL_MULTITYPE_LIST;
+    bool myIsMultiFlag;
+};

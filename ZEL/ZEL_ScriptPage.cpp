@@ -1,0 +1,192 @@
+#include <ZEL/ZEL_ScriptPage.h>
+
+#include <ZEL/ZEL_ScriptGroup.h>
+#include <ZEL/ZEL_ScriptParm.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <new>
+
+// Words of the application's own readers.
+const ZEL_ScriptPage::TokenParmCount ZEL_ScriptPage::theTokens[] = {
+    {"mininput", 1},
+    {"min_input", 1},
+    {"maxinput", 1},
+    {"max_input", 1},
+    {"script", 1},
+    {"rendermask", 1},
+    {"renderers", 1},
+    {"info", 1},
+    {"icon", 1},
+    {"generator", 0},
+    {"bindselector", 7},
+    {"bindselectorreserved", 10},
+    {"bindhandle", 5},
+    {"bindhandlereserved", 5},
+    {"code", -1},
+    {"outercode", -1},
+    {"forcecode", 0},
+    {"input", 3},
+    {"output", 3},
+    {"inputflags", 2},
+    {"outputflags", 2},
+    {"signature", -3},
+    {"inputname", 2},
+    {"inputlabel", 2},
+    {"inputlegacymap", -1},
+    {"unitlength", 1},
+    {"unitmass", 1},
+    {"descriptiveparm", 1},
+    {"outputlabel", 2},
+    {"cppname", 1},
+    {nullptr, 0},
+};
+
+// -------------------------------------------------------------------- //
+// Life
+// -------------------------------------------------------------------- //
+
+ZEL_ScriptPage::ZEL_ScriptPage() = default;
+
+ZEL_ScriptPage::~ZEL_ScriptPage()
+{
+    for (ZEL_ScriptParm *parm : myParms) {
+        delete parm;
+    }
+    for (ZEL_ScriptParm *parm : myObsoleteParms) {
+        delete parm;
+    }
+}
+
+int ZEL_ScriptPage::countParameters() const
+{
+    return getParmEntries();
+}
+
+ZEL_ScriptParm *ZEL_ScriptPage::newParm()
+{
+    return new ZEL_ScriptParm;
+}
+
+ZEL_ScriptPage *ZEL_ScriptPage::newImportPage()
+{
+    return new ZEL_ScriptPage;
+}
+
+// -------------------------------------------------------------------- //
+// Contents
+// -------------------------------------------------------------------- //
+
+void ZEL_ScriptPage::setEmptyDefault(const char *text)
+{
+    if (myDefaultText.isEmpty()) {
+        myDefaultText.harden(text);
+    }
+}
+
+ZEL_SpareData *ZEL_ScriptPage::getSpareData(bool create)
+{
+    if (!mySpareData && create) {
+        mySpareData.reset(new (std::nothrow) ZEL_SpareData);
+    }
+    return mySpareData.get();
+}
+
+void ZEL_ScriptPage::enforceOptions()
+{
+    for (int i = getParmEntries(); i-- > 0;) {
+        myParms[i]->enforceOptions();
+    }
+}
+
+bool ZEL_ScriptPage::containsReservedName() const
+{
+    for (const ZEL_ScriptParm *parm : myParms) {
+        if (parm->getBaseParm()) {
+            return true;
+        }
+        const ZEL_ScriptGroup *const folders = parm->getGroup();
+        for (int i = 0; folders && !folders->isMultiParm() && i < folders->getPageCount(); i++) {
+            if (folders->getPage(i)->containsReservedName()) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+void ZEL_ScriptPage::appendScriptParms(KIT_ValArray<ZEL_ScriptParm *> &parms) const
+{
+    for (ZEL_ScriptParm *parm : myParms) {
+        if (!parm->getBaseParm()) {
+            parms.append(parm);
+        } else if (parm->getType().isSwitcher()) {
+            parm->appendScriptParms(parms);
+        }
+    }
+}
+
+// -------------------------------------------------------------------- //
+// Templates
+// -------------------------------------------------------------------- //
+
+int ZEL_ScriptPage::computeTemplateSize() const
+{
+    int size = 0;
+    for (const ZEL_ScriptParm *parm : myParms) {
+        size += parm->computeTemplateSize();
+    }
+    return size;
+}
+
+int ZEL_ScriptPage::computeObsoleteTemplateSize() const
+{
+    int size = 0;
+    for (const ZEL_ScriptParm *parm : myObsoleteParms) {
+        size += parm->computeTemplateSize();
+    }
+    return size;
+}
+
+void ZEL_ScriptPage::fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptImports *&imports)
+{
+    const int base = index;
+    fillTemplate(target, index, imports, 0, -1, -1);
+    if (imports) {
+        imports->setNestBaseIndex(base);
+    }
+}
+
+void ZEL_ScriptPage::fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptImports *&imports,
+                                  int depth, int switcherIndex, int folder)
+{
+    if (myImports && !imports) {
+        imports = new ZEL_ScriptImports;
+    }
+    int block = 0;
+    const auto copyBlocks = [&](int parm) {
+        for (; myImports && block < myImports->entries() &&
+               myImports->getBlock(block)->offset <= parm;
+             block++) {
+            ZEL_ScriptImportBlock &copy = imports->appendBlock(*myImports->getBlock(block));
+            copy.offset = index;
+            copy.nestLevel += depth;
+            copy.switcherIndex = switcherIndex;
+            copy.folder = folder;
+        }
+    };
+    for (int i = 0; i < getParmEntries(); i++) {
+        copyBlocks(i);
+        myParms[i]->fillTemplate(target, index, imports, depth);
+    }
+    copyBlocks(getParmEntries());
+}
+
+void ZEL_ScriptPage::fillObsoleteTemplate(ZEL_Template *target)
+{
+    int index = 0;
+    ZEL_ScriptImports *imports = nullptr;
+    for (ZEL_ScriptParm *parm : myObsoleteParms) {
+        parm->fillTemplate(target, index, imports, 0);
+    }
+    delete imports;
+}

@@ -1,0 +1,153 @@
+#include <ZEL/ZEL_ScriptParm.h>
+
+#include <DS/DS_Stream.h>
+#include <KIT/KIT_WorkBuffer.h>
+#include <ZEL/ZEL_Conditional.h>
+#include <ZEL/ZEL_ScriptGroup.h>
+#include <ZEL/ZEL_ScriptPage.h>
+#include <ZEL/ZEL_ScriptQuote.h>
+
+#include <new>
+
+namespace
+{
+
+/// Written once, before any script is read.
+ZEL_Callback &defaultCallback()
+{
+    static ZEL_Callback theCallback;
+    return theCallback;
+}
+
+} // namespace
+
+// Words of the page that parameters may hold too.
+const char *const ZEL_ScriptParm::theTokens[] = {
+    "bindhandle", "bindselector", "cppname", "proto_includeraw", nullptr,
+};
+const int ZEL_ScriptParm::theNumParms[] = {5, 9, 1, 0, -1};
+
+// -------------------------------------------------------------------- //
+// Life
+// -------------------------------------------------------------------- //
+
+ZEL_ScriptParm::ZEL_ScriptParm() : myType(ZEL_FLT_E) {}
+
+ZEL_ScriptParm::~ZEL_ScriptParm() = default;
+
+ZEL_ScriptGroup *ZEL_ScriptParm::newGroup(bool multi)
+{
+    return new ZEL_ScriptGroup(this, multi);
+}
+
+ZEL_ScriptPage *ZEL_ScriptParm::newPage()
+{
+    return new ZEL_ScriptPage;
+}
+
+int ZEL_ScriptParm::handleUnknown(DS_Stream &stream, KIT_String &token)
+{
+    for (int i = 0; theTokens[i]; i++) {
+        if (token == theTokens[i]) {
+            KIT_String skipped;
+            for (int n = 0; n < theNumParms[i] && stream.getToken(skipped); n++) {
+            }
+            return 1;
+        }
+    }
+    return 0;
+}
+
+ZEL_Callback ZEL_ScriptParm::getScriptParmCallback() const
+{
+    return defaultCallback();
+}
+
+bool ZEL_ScriptParm::wantsParametersAnimatable() const
+{
+    return true;
+}
+
+// -------------------------------------------------------------------- //
+// Statics
+// -------------------------------------------------------------------- //
+
+void ZEL_ScriptParm::registerDefaultScriptCallback(ZEL_Callback callback)
+{
+    defaultCallback() = callback;
+}
+
+void ZEL_ScriptParm::protectStrcat(KIT_WorkBuffer &out, const char *text, int quoteEmpty,
+                                   bool smartQuotes)
+{
+    ZELprotectString(out, text, quoteEmpty != 0, smartQuotes);
+}
+
+const char *ZEL_ScriptParm::protectString(const char *text, int quoteEmpty, bool smartQuotes)
+{
+    static thread_local KIT_WorkBuffer theResult;
+    if (!text || !*text) {
+        return quoteEmpty ? "\"\"" : "";
+    }
+    theResult.clear();
+    protectStrcat(theResult, text, quoteEmpty, smartQuotes);
+    return theResult.buffer();
+}
+
+// -------------------------------------------------------------------- //
+// Contents
+// -------------------------------------------------------------------- //
+
+ZEL_SpareData *ZEL_ScriptParm::getSpareData(bool create)
+{
+    if (!mySpareData && create) {
+        mySpareData.reset(new (std::nothrow) ZEL_SpareData);
+    }
+    return mySpareData.get();
+}
+
+bool ZEL_ScriptParm::clearJoinNext()
+{
+    if (myType.hasAnyOf(ZEL_TYPE_JOIN_NEXT)) {
+        myType.clear(ZEL_TYPE_JOIN_NEXT);
+        if (myTypeExtended == ZEL_TYPEX_JOINED) {
+            myTypeExtended = ZEL_TYPEX_NONE;
+        }
+        return true;
+    }
+    if (myTypeExtended == ZEL_TYPEX_JOINED_NODE) {
+        myTypeExtended = ZEL_TYPEX_NONE;
+    }
+    return false;
+}
+
+void ZEL_ScriptParm::enforceOptions()
+{
+    if (myGroup) {
+        for (int i = myGroup->getPageCount(); i-- > 0;) {
+            myGroup->getPage(i)->enforceOptions();
+        }
+    } else if (myOption.isEmpty()) {
+        myOption.harden(myName.getToken());
+    }
+}
+
+ZEL_ScriptParm *ZEL_ScriptParm::createObsoleteGroupParm()
+{
+    if (!myObsoleteGroup) {
+        return nullptr;
+    }
+    auto *parm = new ZEL_ScriptParm;
+    parm->myType = myType;
+    parm->myName = myName;
+    parm->myGroup = std::move(myObsoleteGroup);
+    parm->myGroup->setOwner(parm);
+    return parm;
+}
+
+void ZEL_ScriptParm::appendScriptParms(KIT_ValArray<ZEL_ScriptParm *> &parms) const
+{
+    for (int i = 0; myGroup && i < myGroup->getPageCount(); i++) {
+        myGroup->getPage(i)->appendScriptParms(parms);
+    }
+}

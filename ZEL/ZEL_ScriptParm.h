@@ -1,0 +1,252 @@
+#pragma once
+/// \file ZEL_ScriptParm.h
+/// One `parm { ... }` block of a dialog script as it was read, or the record that stands for a set of
+/// folders or a multi-parameter.
+///
+/// Vocabulary: *depth* = how many multi-parameters are around the block. *Filling* = writing the
+///             templates of the record and of what is nested in it into an array.
+/// Units:      `size` counts components, at most the setting KIT_ENV_MAX_VECTOR_SIZE. Export levels
+///             are 0, 1 and 2; the templates have 0, 2 and 3.
+/// Ownership:  owns everything that it read. Templates borrow name, defaults, menu, range, spare
+///             data, conditions and a multi-parameter's child templates: a record outlives the
+///             arrays that it filled. Filling anew replaces the child templates.
+/// Threads:    one thread at a time. registerDefaultScriptCallback() before any script is read.
+/// Errors:     an error ends the block: the stream reports it, parse() answers 0, and what was read
+///             so far stays in the record. Warnings let it go on. A missing opening brace of the
+///             block, of `defaults` and of `range` has no message of its own.
+///
+///     menus        menu { token label ... } or menu { [ script ] [ more ] language word }; the word
+///                  usetokenvalue may stand before the brace
+///     defaults     default { value [ text meaning ] ... }, one for each component
+///     range        range { 0! 10 }: "!" makes that end a hard one
+///     conditions   hidewhen "{ a == 1 }" or hidewhen { { a == 1 } { b c } }
+///     tags         parmtag { name value }, one pair to a block
+
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_StringArray.h>
+#include <KIT/KIT_ValArray.h>
+#include <ZEL/ZEL_API.h>
+#include <ZEL/ZEL_Callback.h>
+#include <ZEL/ZEL_ChoiceList.h>
+#include <ZEL/ZEL_ConditionalGroup.h>
+#include <ZEL/ZEL_Default.h>
+#include <ZEL/ZEL_Name.h>
+#include <ZEL/ZEL_Range.h>
+#include <ZEL/ZEL_SpareData.h>
+#include <ZEL/ZEL_Template.h>
+#include <ZEL/ZEL_Type.h>
+
+#include <memory>
+
+class DS_Stream;
+class KIT_WorkBuffer;
+class ZEL_ScriptGroup;
+class ZEL_ScriptImports;
+class ZEL_ScriptPage;
+struct ZEL_ScriptType;
+
+class ZEL_API ZEL_ScriptParm
+{
+public:
+    enum ParmFlag : unsigned
+    {
+        PLAIN = 0,
+        REQUIRED = 0x1,      ///< "required"; never of a toggle, button or ordinal
+        DIRECTION = 0x2,     ///< type "dir", "direction"
+        COLOR = 0x4,         ///< type "color", "rgb", "color4", "rgba"
+        KEEP_TEXT = 0x20,    ///< a default that is a number keeps its text too
+        OBSOLETE = 0x200,    ///< "obsolete": goes to the page's obsolete records
+        EXPERIMENTAL = 0x400 ///< "experimental": dropped unless the application wants such
+    };
+
+    /// The words of a page that a parameter skips as well, ended by a null word, and how many tokens
+    /// stand behind each.
+    static const char *const theTokens[];
+    static const int theNumParms[];
+
+    ZEL_ScriptParm();
+    ZEL_ScriptParm(const ZEL_ScriptParm &) = delete;
+    ZEL_ScriptParm &operator=(const ZEL_ScriptParm &) = delete;
+
+    // ---------------------------------------------------------------- //
+    /// \name For subclasses
+    // ---------------------------------------------------------------- //
+    virtual ~ZEL_ScriptParm();
+    /// The group and the pages of nested blocks; the caller owns them.
+    virtual ZEL_ScriptGroup *newGroup(bool multi);
+    virtual ZEL_ScriptPage *newPage();
+    /// Reads what belongs to a word that is no keyword; 0 if it is unknown. Base: theTokens.
+    virtual int handleUnknown(DS_Stream &stream, KIT_String &token);
+    /// What a parameter with a script callback calls. Base: the registered one.
+    virtual ZEL_Callback getScriptParmCallback() const;
+    /// Whether filled templates get the channel bit. Base: yes.
+    virtual bool wantsParametersAnimatable() const;
+
+    // ---------------------------------------------------------------- //
+    /// \name Statics
+    // ---------------------------------------------------------------- //
+    static void registerDefaultScriptCallback(ZEL_Callback callback);
+    /// Appends a text as scripts write it (ZEL_ScriptQuote.h).
+    static void protectStrcat(KIT_WorkBuffer &out, const char *text, int quoteEmpty,
+                              bool smartQuotes = false);
+    /// The same as a text that lasts until the thread's next call.
+    static const char *protectString(const char *text, int quoteEmpty, bool smartQuotes = false);
+    /// Reads a condition: a text, or a block of groups. False with an error if it can't be read.
+    /// Errors inside a block are reported, end it, and leave the answer true.
+    static bool parseConditional(DS_Stream &stream, ZEL_Conditional &conditional);
+
+    // ---------------------------------------------------------------- //
+    /// \name Reading
+    // ---------------------------------------------------------------- //
+    /// Reads one block; 1 on success. A second call starts with no menu and no defaults and keeps
+    /// the rest.
+    int parse(DS_Stream &stream, int depth);
+    /// Reads the pages of a set of folders, one for each block with the same keyword in a row.
+    int parseGroup(DS_Stream &stream, ZEL_ScriptPage *page, const char *keyword, int depth);
+    /// Reads the page of a multi-parameter.
+    bool parseMultiParm(DS_Stream &stream, ZEL_MultiType type, ZEL_ScriptPage *page, int depth);
+    /// Reads a `grouptag` of the folder that is being read.
+    int parseGroupAttribute(DS_Stream &stream);
+    int parseRange(DS_Stream &stream);
+
+    // ---------------------------------------------------------------- //
+    /// \name Templates
+    // ---------------------------------------------------------------- //
+    /// How many templates filling takes. The children of a multi-parameter are in an array of their
+    /// own and don't count.
+    int computeTemplateSize() const;
+    /// Writes the templates from `index` on and moves it behind them.
+    void fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptImports *&imports, int depth);
+    /// The child templates of a multi-parameter, made if need be; null for anything else.
+    ZEL_Template *getMultiTemplate();
+
+    // ---------------------------------------------------------------- //
+    /// \name Contents
+    // ---------------------------------------------------------------- //
+    const ZEL_Name &getName() const { return myName; }
+    const ZEL_Type &getType() const { return myType; }
+    ZEL_TypeExtended getTypeExtended() const { return myTypeExtended; }
+    /// The kind of a ramp; ZEL_MULTITYPE_NONE for anything else. That of a multi-parameter is its
+    /// group's.
+    ZEL_MultiType getMultiType() const { return myMultiType; }
+    int getSize() const { return mySize; }
+    /// One record for each component, or none.
+    const KIT_ValArray<ZEL_Default> &getDefaults() const { return myDefaults; }
+    /// The texts of the defaults as they were read.
+    const KIT_StringArray &getDefaultStrings() const { return myDefaultStrings; }
+    ZEL_Range *getRange() const { return myRange.get(); }
+    ZEL_ChoiceList *getMenu() const { return myMenu.get(); }
+    const KIT_String &getHelpText() const { return myHelpText; }
+    const KIT_String &getOption() const { return myOption; }
+    /// Null for an ordinary parameter.
+    ZEL_ScriptGroup *getGroup() const { return myGroup.get(); }
+    bool hasObsoleteGroup() const { return myObsoleteGroup != nullptr; }
+    bool getBaseParm() const { return myBaseParmFlag; }
+    int getExportLevel() const { return myExportLevel; }
+    const ZEL_ConditionalGroup &getConditionalGroup() const { return myConditionals; }
+    /// Null if there is none and none is made.
+    ZEL_SpareData *getSpareData(bool create);
+    void setFlag(unsigned flags) { myFlags |= flags; }
+    void clearFlag(unsigned flags) { myFlags &= ~flags; }
+    /// Those of the bits that are set.
+    unsigned getFlag(unsigned flags) const { return myFlags & flags; }
+
+    /// Keeps the parameter from joining the next. True if its type joined; if only its extended type
+    /// did, that goes and the answer is false.
+    bool clearJoinNext();
+    /// A parameter without an option gets its token as option; those in a group likewise.
+    void enforceOptions();
+    /// Moves the obsolete pages to a new record of the same type and name, which the caller owns;
+    /// null when there are none.
+    ZEL_ScriptParm *createObsoleteGroupParm();
+    /// Appends those of every page of the group.
+    void appendScriptParms(KIT_ValArray<ZEL_ScriptParm *> &parms) const;
+
+private:
+    enum MenuKind : int
+    {
+        MENU_PLAIN,
+        MENU_JOIN,
+        MENU_MINI,
+        MENU_REPLACE,
+        MENU_TOGGLE
+    };
+    using Parser = bool (ZEL_ScriptParm::*)(DS_Stream &stream, int argument);
+    struct Keyword
+    {
+        const char *word;
+        Parser parser;
+        int argument; ///< an interface bit, a flag, or a kind of menu or condition
+    };
+    static const Keyword theKeywords[];
+
+    bool parseWord(DS_Stream &stream, KIT_String &token, int depth);
+    int finishParse(DS_Stream &stream);
+
+    bool parseName(DS_Stream &stream, int depth);
+    bool parseLabel(DS_Stream &stream, int);
+    bool parseOpFilter(DS_Stream &stream, int);
+    bool parseType(DS_Stream &stream, int);
+    bool parseBaseParm(DS_Stream &stream, int);
+    bool parseInterfaceBit(DS_Stream &stream, int bit);
+    bool parseFlag(DS_Stream &stream, int flag);
+    bool parseLogarithmic(DS_Stream &stream, int);
+    bool parseTag(DS_Stream &stream, int);
+    bool parseMenuWord(DS_Stream &stream, int kind);
+    bool parseSize(DS_Stream &stream, int);
+    bool parseDefaults(DS_Stream &stream, int);
+    bool parseRangeWord(DS_Stream &stream, int);
+    bool parseOption(DS_Stream &stream, int);
+    bool parseHelp(DS_Stream &stream, int);
+    bool parseCallback(DS_Stream &stream, int);
+    bool parseRenderManType(DS_Stream &stream, int);
+    bool parseUnquoted(DS_Stream &stream, int);
+    bool parseCondition(DS_Stream &stream, int type);
+    bool parseExport(DS_Stream &stream, int);
+    bool parseObsolete(DS_Stream &stream, int);
+
+    void setType(const ZEL_ScriptType &row);
+    bool readDefaults(DS_Stream &stream, int &count);
+    void setDefault(int index, bool isString);
+    void clearDefaults();
+
+    bool parseMenu(DS_Stream &stream);
+    bool parseMenuItems(DS_Stream &stream, KIT_String &token);
+    bool parseMenuScript(DS_Stream &stream);
+    void setMenu(const KIT_Array<ZEL_Name> &items);
+    void clearMenu();
+
+    void adoptFirstPage(ZEL_ScriptPage &page, bool singleFlag);
+    void addGroupPage(std::unique_ptr<ZEL_ScriptPage> page);
+
+    void fillGroup(ZEL_Template *target, int &index, ZEL_ScriptImports *&imports, int depth);
+    void fillMulti(ZEL_Template &target, ZEL_ScriptImports *&imports, int depth);
+    void fillBaseParm(ZEL_Template &target);
+    void fillParm(ZEL_Template &target);
+    int buildMultiParmTemplate(ZEL_ScriptImports *&imports, int depth);
+    ZEL_Callback getCallback() const;
+    ZEL_Template::ZEL_Export getExport() const;
+    const ZEL_SpareData &getSpareDataOrEmpty() const;
+
+    std::unique_ptr<ZEL_ScriptGroup> myGroup;
+    std::unique_ptr<ZEL_ScriptGroup> myObsoleteGroup;
+    std::unique_ptr<ZEL_ChoiceList> myMenu;
+    std::unique_ptr<ZEL_Name[]> myMenuNames;
+    std::unique_ptr<ZEL_Template[]> myMultiTemplate;
+    ZEL_ChoiceListType myMenuType = ZEL_CHOICELIST_EXCLUSIVE;
+    ZEL_Name myName;
+    ZEL_Type myType;
+    ZEL_TypeExtended myTypeExtended = ZEL_TYPEX_NONE;
+    ZEL_MultiType myMultiType = ZEL_MULTITYPE_NONE;
+    int mySize = 1;
+    KIT_ValArray<ZEL_Default> myDefaults;
+    KIT_StringArray myDefaultStrings;
+    std::unique_ptr<ZEL_Range> myRange;
+    std::unique_ptr<ZEL_SpareData> mySpareData;
+    ZEL_ConditionalGroup myConditionals;
+    unsigned myFlags = 0;
+    KIT_String myHelpText;
+    int myExportLevel = 0;
+    bool myBaseParmFlag = false;
+    KIT_String myOption;
+};
