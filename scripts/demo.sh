@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the library and runs the example program. Installs what is missing first.
+# Builds the library and runs the example programs. Installs what is missing first.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -12,3 +12,6 @@ cmake --build --preset release --parallel "$jobs"
 
 headline "examples/turntable"
 build/release/examples/turntable
+
+headline "examples/scatter"
+build/release/examples/scatter

@@ -2,10 +2,15 @@
 
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_String.h>
+#include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <SNK/SNK_NodeSource.h>
 #include <ZEL/ZEL_Instance.h>
+#include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmNameMap.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/ZEL_Type.h>
 
 #include <algorithm>
 #include <ostream>
@@ -16,12 +21,43 @@ namespace
 
 ZEL_Template theNoTemplates[] = {ZEL_Template()};
 
+/// What fits a parameter's token: a stream's names can be anything.
+bool isValidToken(std::string_view name)
+{
+    constexpr std::size_t theLongest = 255;
+    const auto fits = [](char c) {
+        return c == '_' || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+               (c >= '0' && c <= '9');
+    };
+    return !name.empty() && name.size() <= theLongest && !(name[0] >= '0' && name[0] <= '9') &&
+           std::all_of(name.begin(), name.end(), fits);
+}
+
+/// The node that a script's relative paths start from.
+struct ScriptContext : ZEL_ParmOwnerContext
+{
+    explicit ScriptContext(const char *path) : node(path) {}
+
+    SNK_CurrentNode node;
+};
+
 bool isValidName(std::string_view name)
 {
     return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos;
 }
 
 } // namespace
+
+struct ZELX_Node::SpareFloat
+{
+    explicit SpareFloat(const char *token) : name(token, token), description(ZEL_FLT, 1, &name)
+    {
+        name.harden();
+    }
+
+    ZEL_Name name;
+    ZEL_Template description;
+};
 
 // ---------------------------------------------------------------------- //
 // Life and tree
@@ -111,6 +147,57 @@ bool ZELX_Node::loadChannels(KIT_IStream &is)
     return loaded;
 }
 
+// ---------------------------------------------------------------------- //
+// Names that a load doesn't know
+// ---------------------------------------------------------------------- //
+
+void ZELX_Node::addRename(const std::string &savedName, const std::string &name)
+{
+    myRenames[savedName] = name;
+}
+
+ZEL_Parm *ZELX_Node::addSpareParm(ZEL_Template &description)
+{
+    if (myParms->getParmIndex(description.getTokenRef()) >= 0) {
+        return nullptr;
+    }
+    ZEL_Parm *parm = new ZEL_Parm(&description, myParms.get());
+    parm->setSpareParm(true);
+    myParms->appendParm(parm);
+    parm->getInstance()->revertToDefaults(false);
+    parm->reloadChannelPtrs();
+    ++myStructureVersion;
+    return parm;
+}
+
+bool ZELX_Node::makeSpare(const char *name)
+{
+    for (ZEL_Template *known = mySpareTemplates; known && !known->isTerminator(); ++known) {
+        if (known->getTokenRef() == KIT_StringRef(name)) {
+            return addSpareParm(*known) != nullptr;
+        }
+    }
+    if (!myKeepUnknownNames || !isValidToken(name)) {
+        return false;
+    }
+    mySpareFloats.push_back(std::make_unique<SpareFloat>(name));
+    return addSpareParm(mySpareFloats.back()->description) != nullptr;
+}
+
+bool ZELX_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,
+                                             KIT_String &)
+{
+    for (const KIT_String &name : names) {
+        const auto renamed = myRenames.find(name.nonNullStr());
+        if (renamed != myRenames.end()) {
+            map.addMap(name.nonNullStr(), renamed->second.c_str());
+        } else if (myParms->getParmIndex(name.nonNullStr()) < 0) {
+            makeSpare(name.nonNullStr());
+        }
+    }
+    return true;
+}
+
 void ZELX_Node::setVariable(const std::string &name, const std::string &value)
 {
     myVariables[name] = value;
@@ -189,7 +276,8 @@ bool ZELX_Node::runMenuScript(const char *, std::ostream &, std::ostream &err)
 
 void ZELX_Node::pushScriptContext(std::unique_ptr<ZEL_ParmOwnerContext> &scope)
 {
-    scope = std::make_unique<ZEL_ParmOwnerContext>();
+    KIT_WorkBuffer path;
+    scope = std::make_unique<ScriptContext>(getFullPath(path));
 }
 
 // ---------------------------------------------------------------------- //

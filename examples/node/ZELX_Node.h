@@ -15,8 +15,7 @@
 ///             manager and answers false.
 ///
 /// The slots of ZEL_ParmOwner below are filled as far as a plain tree of nodes needs: a fuller
-/// application adds spare parameters, presets, menu scripts and data references where these say
-/// that there are none.
+/// application adds presets, menu scripts and data references where these say that there are none.
 #pragma once
 
 #include <KIT/KIT_StringHolder.h>
@@ -33,6 +32,8 @@
 #include <vector>
 
 class KIT_IStream;
+class KIT_StringArray;
+class ZEL_Parm;
 class ZEL_Template;
 
 class ZELX_Node : public ZEL_ParmOwner, public TRK_PathResolver
@@ -78,6 +79,22 @@ public:
     ///@}
 
     // ------------------------------------------------------------------ //
+    /// \name Names that a load doesn't know
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Streams of older versions say `savedName` for what is called `name` now.
+    void addRename(const std::string &savedName, const std::string &name);
+    /// Templates, up to a terminator, for names that the node type doesn't have: a load that meets
+    /// such a name makes it a spare parameter. Borrowed; null for none.
+    void setSpareTemplates(ZEL_Template *templates) { mySpareTemplates = templates; }
+    /// With the flag any other name that can be a parameter's becomes a spare float; without, which
+    /// is how a node starts, it is reported and skipped.
+    void setKeepUnknownNames(bool keep) { myKeepUnknownNames = keep; }
+    /// A spare parameter; null if the name is taken.
+    ZEL_Parm *addSpareParm(ZEL_Template &description);
+    ///@}
+
+    // ------------------------------------------------------------------ //
     /// \name Surroundings
     // ------------------------------------------------------------------ //
     ///@{
@@ -99,6 +116,8 @@ public:
     using ZEL_ParmOwner::getFullPath;
 
     const char *getFullPath(KIT_WorkBuffer &path) const override;
+    bool createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,
+                                      KIT_String &errors) override;
     void rebuildParmDependency(int parmIndex) override;
     void parmRemoved(int parmIndex) override;
     void spareParmRemoved(const char *token) override;
@@ -133,6 +152,10 @@ public:
 private:
     ZELX_Node(ZELX_Node *parent, const char *name, ZEL_Template *templates, const char *nodeType);
 
+    /// A spare float's name and template, which its parameter borrows.
+    struct SpareFloat;
+
+    bool makeSpare(const char *name);
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
     ZELX_Node *getRoot();
     ZELX_Node *step(const std::string &name);
@@ -144,6 +167,12 @@ private:
     ChangeCallback myChangeCallback;
     DependencyCallback myDependencyCallback;
     std::uint32_t myStructureVersion = 0;
+    std::map<std::string, std::string> myRenames;
+    ZEL_Template *mySpareTemplates = nullptr;
+    bool myKeepUnknownNames = false;
+    // Kept to the end, though a spare parameter may go sooner: parameters look at their templates
+    // until they are gone.
+    std::vector<std::unique_ptr<SpareFloat>> mySpareFloats;
     // The order matters: parameters give their channels back, so they must go first, and the
     // children before either.
     TRK_Collection myChannels;

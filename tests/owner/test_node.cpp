@@ -4,7 +4,9 @@
 
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
+#include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_String.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
@@ -12,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -117,6 +120,55 @@ TEST(Node, TellsChangesAndButtons)
     tree.b->getParms().setFloat(1.0, "t", 0, 0.0, true);
     tree.a->getParms().setInt(1, "go", 0, 0.0, true);
     EXPECT_EQ(told, "a 4 0; a pressed 1; ");
+}
+
+// ---------------------------------------------------------------------- //
+// Names that a load doesn't know
+// ---------------------------------------------------------------------- //
+
+bool loadText(ZELX_Node &node, const std::string &entries)
+{
+    const std::string text = "{\nversion 0.8\n" + entries + "}\n";
+    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+    return node.getParms().load(is, "old.parms", nullptr);
+}
+
+TEST(Node, OldNamesAreLoadedAsTheNewOnes)
+{
+    Tree tree;
+    tree.a->addRename("move", "t");
+    tree.a->addRename("gone", "nowhere");
+    EXPECT_TRUE(loadText(*tree.a, "move ( 1 2 3 )\ngone ( 4 )\n"));
+    EXPECT_EQ(tree.a->getParms().evalFloat("t", 2, 0.0), 3.0);
+    KIT_String messages;
+    KITgetErrorManager().getErrorMessages(messages);
+    KITgetErrorManager().clearAndDestroyErrors();
+    EXPECT_STREQ(messages.nonNullStr(), "Warning (ZEL 5): Unknown parameter: gone\n");
+}
+
+TEST(Node, UnknownNamesBecomeSpareParametersWhenAsked)
+{
+    static ZEL_Name jitterName("jitter", "Jitter");
+    static ZEL_Template spares[] = {ZEL_Template(ZEL_XYZ, 3, &jitterName), ZEL_Template()};
+    const std::string entries = "jitter ( 1 2 3 )\nfalloff ( 4 )\nfalloff ( 5 )\n1st ( 6 )\n";
+    Tree tree;
+    EXPECT_TRUE(loadText(*tree.a, entries));
+    EXPECT_EQ(tree.a->getParms().getEntries(), 2);
+
+    tree.b->setSpareTemplates(spares);
+    tree.b->setKeepUnknownNames(true);
+    const std::uint32_t version = tree.b->getStructureVersion();
+    EXPECT_TRUE(loadText(*tree.b, entries));
+    ZEL_ParmList &parms = tree.b->getParms();
+    ASSERT_EQ(parms.getEntries(), 4);
+    EXPECT_NE(tree.b->getStructureVersion(), version);
+    EXPECT_TRUE(parms.getParmPtr("jitter")->isSpareParm());
+    EXPECT_EQ(parms.evalFloat("jitter", 2, 0.0), 3.0);
+    EXPECT_EQ(parms.evalFloat("falloff", 0, 0.0), 5.0); // the later entry counts
+    EXPECT_EQ(tree.b->addSpareParm(spares[0]), nullptr);
+    // A reference finds a spare parameter like any other.
+    EXPECT_EQ(Tree::value(*tree.a, "ch(\"../b/falloff\") + ch(\"../b/jittery\")"), 7.0);
+    KITgetErrorManager().clearAndDestroyErrors();
 }
 
 } // namespace

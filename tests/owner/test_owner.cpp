@@ -184,13 +184,17 @@ TEST(Owner, BaseMakesOneMicroNodeForEachComponent)
 TEST(Owner, NameMapAnswersTheLastEntry)
 {
     ZEL_ParmNameMap map;
-    EXPECT_TRUE(map.isEmpty());
-    map.add(KIT_StringHolder("old"), KIT_StringHolder("first"));
-    map.add(KIT_StringHolder("old"), KIT_StringHolder("second"));
-    EXPECT_FALSE(map.isEmpty());
-    EXPECT_EQ(map.find("other"), nullptr);
-    ASSERT_NE(map.find("old"), nullptr);
-    EXPECT_STREQ(map.find("old")->c_str(), "second");
+    EXPECT_EQ(map.findName("old"), nullptr);
+    map.addMap("old", "first");
+    map.addMap("old", "second");
+    map.addMap(nullptr, "third");
+    EXPECT_EQ(map.findName("other"), nullptr);
+    EXPECT_EQ(map.findName(nullptr), nullptr);
+    EXPECT_STREQ(map.findName("old"), "second");
+    ZEL_ParmNameMap copy;
+    copy = map;
+    map.addMap("old", "fourth");
+    EXPECT_STREQ(copy.findName("old"), "second");
 }
 
 // ---------------------------------------------------------------------- //
