@@ -1,0 +1,398 @@
+#include "ZELT_Commands.h"
+#include "ZELT_Format.h"
+#include "ZELT_Json.h"
+#include "ZELT_Messages.h"
+#include "ZELT_Progress.h"
+#include "ZELT_Script.h"
+
+#include <BAS/BAS_Thread.h>
+#include <EVL/EVL.h>
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_EvalContext.h>
+#include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <iostream>
+#include <thread>
+#include <variant>
+
+namespace
+{
+
+constexpr std::int64_t theMostRows = 10000000;
+
+// -------------------------------------------------------------------- //
+// Rows: times
+// -------------------------------------------------------------------- //
+
+struct Rows
+{
+    bool framesFlag = false; ///< asked for by frame
+    double first = 0.0;      ///< a frame, or the time
+    double step = 1.0;
+    std::int64_t count = 1;
+
+    double frame(std::int64_t row) const { return first + double(row) * step; }
+    double time(std::int64_t row) const
+    {
+        return framesFlag ? TRK_Manager::getContext().frameToTime(frame(row)) : first;
+    }
+};
+
+/// "A:B" or "A:B:STEP"; why it isn't one, or "".
+std::string parseFrames(const std::string &text, Rows &rows)
+{
+    double numbers[3] = {0.0, 0.0, 1.0};
+    std::size_t start = 0;
+    std::size_t parts = 0;
+    while (parts < 3 && start <= text.size()) {
+        const std::size_t end = std::min(text.find(':', start), text.size());
+        if (!ZELTparseNumber(text.substr(start, end - start), numbers[parts++])) {
+            return "--frames " + text + " isn't of the form A:B or A:B:STEP";
+        }
+        start = end + 1;
+    }
+    const double count = std::floor((numbers[1] - numbers[0]) / numbers[2] + 1e-9) + 1.0;
+    if (parts < 2 || start <= text.size() || !(count >= 1.0)) {
+        return "--frames " + text + " has no frames";
+    }
+    if (count > double(theMostRows)) {
+        return "--frames " + text + " has more than " + std::to_string(theMostRows) + " frames";
+    }
+    rows = {true, numbers[0], numbers[2], std::int64_t(count)};
+    return "";
+}
+
+// -------------------------------------------------------------------- //
+// Columns: components
+// -------------------------------------------------------------------- //
+
+/// A component by the name of its parameter: items of blocks come and go with time.
+struct Column
+{
+    std::string token;
+    KIT_StringHolder key;
+    int index;
+    std::string heading;
+};
+
+using Columns = std::vector<Column>;
+
+void addColumns(const ZELT_Address &address, Columns &columns)
+{
+    const ZEL_Parm &parm = *address.parm;
+    for (int i = address.first; i < address.end; ++i) {
+        columns.push_back(
+            {parm.getToken(), KIT_StringHolder(parm.getToken()), i,
+             parm.getVectorSize() > 1 ? parm.getChannelToken(i).nonNullStr() : parm.getToken()});
+    }
+}
+
+bool hasValue(const ZEL_Parm &parm)
+{
+    return parm.getVectorSize() > 0 && !parm.getTemplatePtr()->isSwitcher() &&
+           !parm.isCallbackType();
+}
+
+bool findColumns(ZELT_Session &session, const std::vector<std::string> &tokens, Columns &columns,
+                 ZELT_Messages &messages)
+{
+    bool good = true;
+    for (const std::string &token : tokens) {
+        ZELT_Address address;
+        const std::string fault = session.resolve(token, address);
+        if (fault.empty()) {
+            addColumns(address, columns);
+        } else {
+            messages.error("", fault);
+            good = false;
+        }
+    }
+    ZEL_ParmList &parms = session.getParms();
+    for (int i = 0; tokens.empty() && i < parms.getEntries(); ++i) {
+        ZEL_Parm *const parm = parms.getParmPtr(i);
+        if (hasValue(*parm)) {
+            addColumns({parm, 0, parm->getVectorSize()}, columns);
+        }
+    }
+    return good;
+}
+
+// -------------------------------------------------------------------- //
+// Cells
+// -------------------------------------------------------------------- //
+
+/// Nothing for an item that isn't there at that time.
+using Cell = std::variant<std::monostate, double, std::int64_t, std::string>;
+
+std::string cellText(const Cell &cell)
+{
+    return cell.index() == 1   ? ZELTnumber(std::get<1>(cell))
+           : cell.index() == 2 ? std::to_string(std::get<2>(cell))
+           : cell.index() == 3 ? ZELTquote(std::get<3>(cell))
+                               : "-";
+}
+
+ZELT_Json cellJson(const Cell &cell)
+{
+    return cell.index() == 1   ? ZELT_Json(std::get<1>(cell))
+           : cell.index() == 2 ? ZELT_Json(std::get<2>(cell))
+           : cell.index() == 3 ? ZELT_Json(std::get<3>(cell))
+                               : ZELT_Json();
+}
+
+Cell evaluateCell(const ZEL_Parm &parm, int index, double time, int thread)
+{
+    const ZEL_Type &type = parm.getType();
+    if (type.isFloatType()) {
+        double value = 0.0;
+        parm.getValue(time, value, index, thread);
+        return value;
+    }
+    if (type.isOrdinalType()) {
+        std::int64_t value = 0;
+        parm.getValue(time, value, index, thread);
+        return value;
+    }
+    constexpr bool expand = true;
+    KIT_String text;
+    parm.getValue(time, text, index, expand, thread);
+    return text.toStdString();
+}
+
+struct Fault
+{
+    std::int64_t row = -1;
+    int error = EVL::EVL_OK;
+};
+
+struct Table
+{
+    std::vector<Cell> cells;   ///< row by row
+    std::vector<Fault> faults; ///< the first one of each column
+};
+
+/// Evaluates runs of rows; every thread takes the next run.
+class Evaluation
+{
+public:
+    Evaluation(ZELT_Session &session, const Columns &columns, const Rows &rows, Table &table)
+        : mySession(session), myColumns(columns), myRows(rows), myTable(table),
+          myProgress("evaluating", rows.count)
+    {
+        table.cells.resize(std::size_t(rows.count) * columns.size());
+        table.faults.resize(columns.size());
+    }
+
+    /// On one thread, where the items of blocks may come and go.
+    void runHere()
+    {
+        for (std::int64_t row = 0; row < myRows.count; ++row) {
+            mySession.growBlocks(myRows.time(row));
+            evaluateRow(row);
+        }
+    }
+
+    void runOn(int threads)
+    {
+        std::vector<std::thread> pool;
+        for (int i = 0; i < threads; ++i) {
+            pool.emplace_back([this] { takeRuns(); });
+        }
+        for (std::thread &thread : pool) {
+            thread.join();
+        }
+    }
+
+private:
+    void takeRuns()
+    {
+        // What evaluation reports is told by column and row, not by thread.
+        const KIT_ErrorManager::Scope quiet(BASgetSTID());
+        constexpr std::int64_t run = 16;
+        for (std::int64_t row = myNext.fetch_add(run); row < myRows.count;
+             row = myNext.fetch_add(run)) {
+            const std::int64_t end = std::min(row + run, myRows.count);
+            for (std::int64_t i = row; i < end; ++i) {
+                evaluateRow(i);
+            }
+        }
+    }
+
+    void evaluateRow(std::int64_t row)
+    {
+        const int thread = BASgetSTID();
+        const double time = myRows.time(row);
+        const TRK_EvalContext::Scope context(thread, time);
+        const ZEL_ParmList &parms = mySession.getParms();
+        Cell *cell = &myTable.cells[std::size_t(row) * myColumns.size()];
+        for (std::size_t i = 0; i < myColumns.size(); ++i, ++cell) {
+            const ZEL_Parm *const parm = parms.getParmPtr(myColumns[i].key);
+            if (parm) {
+                EVL::theErrNo[thread] = EVL::EVL_OK;
+                *cell = evaluateCell(*parm, myColumns[i].index, time, thread);
+                noteFault(i, row, EVL::theErrNo[thread]);
+            }
+        }
+        EVL::theErrNo[thread] = EVL::EVL_OK;
+        myProgress.advance();
+    }
+
+    void noteFault(std::size_t column, std::int64_t row, int error)
+    {
+        if (error != EVL::EVL_OK) {
+            const std::lock_guard<std::mutex> lock(myLock);
+            Fault &fault = myTable.faults[column];
+            if (fault.row < 0 || row < fault.row) {
+                fault = {row, error};
+            }
+        }
+    }
+
+    ZELT_Session &mySession;
+    const Columns &myColumns;
+    const Rows &myRows;
+    Table &myTable;
+    ZELT_Progress myProgress;
+    std::atomic<std::int64_t> myNext{0};
+    std::mutex myLock;
+};
+
+/// Whether the items of any block may differ from time to time.
+bool hasAnimatedBlock(ZEL_ParmList &parms)
+{
+    for (int i = 0; i < parms.getEntries(); ++i) {
+        const ZEL_Parm *const parm = parms.getParmPtr(i);
+        if (parm->isMultiParm() && parm->isTimeDependent(0)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void evaluate(ZELT_Session &session, const Columns &columns, const Rows &rows, int threads,
+              Table &table)
+{
+    Evaluation evaluation(session, columns, rows, table);
+    if (threads == 1 || hasAnimatedBlock(session.getParms())) {
+        const KIT_ErrorManager::Scope quiet(BASgetSTID());
+        evaluation.runHere();
+    } else {
+        session.growBlocks(rows.time(0));
+        evaluation.runOn(threads);
+    }
+}
+
+// -------------------------------------------------------------------- //
+// Output
+// -------------------------------------------------------------------- //
+
+void printTable(const Table &table, const Columns &columns, const Rows &rows)
+{
+    std::vector<std::vector<std::string>> text(1);
+    if (rows.framesFlag) {
+        text[0].push_back("frame");
+    }
+    text[0].push_back("time");
+    for (const Column &column : columns) {
+        text[0].push_back(column.heading);
+    }
+    for (std::int64_t row = 0; row < rows.count; ++row) {
+        std::vector<std::string> line;
+        if (rows.framesFlag) {
+            line.push_back(ZELTnumber(rows.frame(row)));
+        }
+        line.push_back(ZELTnumber(rows.time(row)));
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            line.push_back(cellText(table.cells[std::size_t(row) * columns.size() + i]));
+        }
+        text.push_back(std::move(line));
+    }
+    std::cout << ZELTtable(text);
+}
+
+void printJson(const Table &table, const Columns &columns, const Rows &rows)
+{
+    ZELT_Json out;
+    out["columns"] = ZELT_Json::array();
+    for (const Column &column : columns) {
+        ZELT_Json json;
+        json["token"] = column.token;
+        json["index"] = column.index;
+        json["channel"] = column.heading;
+        out["columns"].push_back(json);
+    }
+    out["rows"] = ZELT_Json::array();
+    for (std::int64_t row = 0; row < rows.count; ++row) {
+        ZELT_Json json;
+        if (rows.framesFlag) {
+            json["frame"] = rows.frame(row);
+        }
+        json["time"] = rows.time(row);
+        json["values"] = ZELT_Json::array();
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            json["values"].push_back(cellJson(table.cells[std::size_t(row) * columns.size() + i]));
+        }
+        out["rows"].push_back(std::move(json));
+    }
+    ZELTprintJson(out);
+}
+
+bool tellFaults(const Table &table, const Columns &columns, const Rows &rows,
+                ZELT_Messages &messages)
+{
+    bool good = true;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const Fault &fault = table.faults[i];
+        if (fault.row >= 0) {
+            messages.add(KIT_ERROR_ABORT, "TRK", fault.error, "", 0,
+                         columns[i].heading + " at time " + ZELTnumber(rows.time(fault.row)) +
+                             ": " + EVL::getErrorText(fault.error));
+            good = false;
+        }
+    }
+    return good;
+}
+
+int threadCount(int asked)
+{
+    constexpr int most = 256;
+    const int cores = std::max(1, int(std::thread::hardware_concurrency()));
+    return asked == 0 ? cores : std::min(asked, most);
+}
+
+} // namespace
+
+int ZELTeval(const ZELT_EvalCall &call, const ZELT_Options &options, ZELT_Messages &messages)
+{
+    Rows rows;
+    rows.first = call.time;
+    const std::string fault = call.frames.empty() ? "" : parseFrames(call.frames, rows);
+    if (!fault.empty()) {
+        messages.error("", fault);
+        return 1;
+    }
+    const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
+    if (!script) {
+        return 1;
+    }
+    ZELT_Session session(*script);
+    Columns columns;
+    if (!ZELTapplyInputs(session, call.inputs, rows.time(0), messages) ||
+        !findColumns(session, call.tokens, columns, messages)) {
+        return 1;
+    }
+    Table table;
+    evaluate(session, columns, rows, threadCount(call.threads), table);
+    if (options.json) {
+        printJson(table, columns, rows);
+    } else {
+        printTable(table, columns, rows);
+    }
+    return tellFaults(table, columns, rows, messages) ? 0 : 1;
+}

@@ -1,0 +1,127 @@
+#include "ZELT_Messages.h"
+
+#include "ZELT_Json.h"
+
+#include <DS/DS_Stream.h>
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_MessageCatalogue.h>
+#include <SNK/SNK_Python.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+
+namespace
+{
+
+constexpr const char *theToolCategory = "zel";
+
+/// Splits `file(line): text`; false for any other text.
+bool splitPlace(const std::string &whole, std::string &file, int &line, std::string &text)
+{
+    const std::size_t close = whole.find("): ");
+    const std::size_t open = close == std::string::npos ? close : whole.rfind('(', close);
+    if (open == std::string::npos || open == 0 || open + 1 == close ||
+        whole.find_first_not_of("0123456789", open + 1) != close || close - open > 10) {
+        return false;
+    }
+    file = whole.substr(0, open);
+    line = std::atoi(whole.c_str() + open + 1);
+    text = whole.substr(close + 3);
+    return true;
+}
+
+const char *severityWord(KIT_ErrorSeverity severity)
+{
+    return severity >= KIT_ERROR_ABORT     ? "error"
+           : severity == KIT_ERROR_WARNING ? "warning"
+                                           : "message";
+}
+
+std::string asText(const std::string &severity, const std::string &file, int line,
+                   const std::string &text)
+{
+    std::string out = file.empty() ? "zel" : file;
+    if (line > 0) {
+        out += "(" + std::to_string(line) + ")";
+    }
+    return out + ": " + (severity == "warning" ? "warning: " : "") + text;
+}
+
+} // namespace
+
+ZELT_Messages::ZELT_Messages()
+{
+    DS_Stream::setMessageSink(takeScriptMessage, this);
+    SNKsetTracebackHandler(takeTraceback, this);
+}
+
+ZELT_Messages::~ZELT_Messages()
+{
+    SNKsetTracebackHandler(nullptr, nullptr);
+    DS_Stream::setMessageSink(nullptr, nullptr);
+}
+
+void ZELT_Messages::takeScriptMessage(void *data, KIT_ErrorSeverity severity, const char *file,
+                                      int line, const char *text)
+{
+    static_cast<ZELT_Messages *>(data)->add(severity, theKITCommonCategory, KIT_COMMON_BAD_SCRIPT,
+                                            file ? file : "", line, text);
+}
+
+void ZELT_Messages::takeTraceback(void *data, const char *header, const char *detail)
+{
+    static_cast<ZELT_Messages *>(data)->error("", std::string(header) + "\n" + detail);
+}
+
+void ZELT_Messages::error(const std::string &file, const std::string &text)
+{
+    add(KIT_ERROR_ABORT, theToolCategory, 0, file, 0, text);
+}
+
+void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category, int code,
+                        const std::string &file, int line, const std::string &text)
+{
+    std::string place = file;
+    std::string rest = text;
+    int number = line;
+    if (line == 0) {
+        splitPlace(text, place, number, rest);
+    }
+    while (!rest.empty() && rest.back() == '\n') {
+        rest.pop_back();
+    }
+    const std::lock_guard<std::mutex> lock(myLock);
+    myErrors += severity >= KIT_ERROR_ABORT;
+    const std::string word = severityWord(severity);
+    if (!myJsonFlag) {
+        std::cerr << asText(word, place, number, rest) << '\n';
+        return;
+    }
+    ZELT_Json json;
+    json["severity"] = word;
+    json["category"] = category;
+    json["code"] = code;
+    json["file"] = place.empty() ? ZELT_Json() : ZELT_Json(place);
+    json["line"] = number > 0 ? ZELT_Json(number) : ZELT_Json();
+    json["text"] = rest;
+    std::cerr << ZELTjsonText(json) << '\n';
+}
+
+void ZELT_Messages::takeErrors(const std::string &file)
+{
+    KIT_ErrorManager &manager = KITgetErrorManager();
+    for (std::int64_t i = 0; i < manager.entries(); ++i) {
+        const KIT_ErrorManager::Error &entry = manager.getError(i);
+        const std::string text =
+            KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str());
+        add(entry.severity, entry.category, entry.code, file, 0, text);
+    }
+    manager.clearAndDestroyErrors();
+}
+
+std::string ZELTsystemError()
+{
+    return errno ? std::strerror(errno) : "the reason is not known";
+}

@@ -1,0 +1,52 @@
+/// \file ZELT_Messages.h
+/// What the tool says on standard error, each message once.
+///
+/// Vocabulary: *place* = file and line; a message without one says what it is about in its text.
+/// Units:      lines from 1; 0 is none.
+/// Threads:    messages from any thread at once; making and ending one belong to the main thread.
+/// Errors:     hasErrors() is what decides between the exit codes 0 and 1.
+///
+/// Text: `file(line): text`, with `warning: ` in front of the text of what is no error. JSON: one
+/// line `{"severity", "category", "code", "file", "line", "text"}` each, null for what there isn't.
+#pragma once
+
+#include <KIT/KIT_ErrorManager.h>
+
+#include <mutex>
+#include <string>
+
+class ZELT_Messages
+{
+public:
+    /// While it lives it takes what scripts are told (DS_Stream) and Python tracebacks.
+    ZELT_Messages();
+    ~ZELT_Messages();
+    ZELT_Messages(const ZELT_Messages &) = delete;
+    ZELT_Messages &operator=(const ZELT_Messages &) = delete;
+
+    void setJson(bool on) { myJsonFlag = on; }
+    bool hasErrors() const { return myErrors != 0; }
+    int getErrorCount() const { return myErrors; }
+
+    /// An error of the tool's own. An empty file is none.
+    void error(const std::string &file, const std::string &text);
+    /// A message with all it has; a place at the start of the text (`file(line): text`) counts when
+    /// no file is given.
+    void add(KIT_ErrorSeverity severity, const std::string &category, int code,
+             const std::string &file, int line, const std::string &text);
+    /// Moves what the calling thread's error manager holds here. `file` stands in front of messages
+    /// that tell no place of their own.
+    void takeErrors(const std::string &file);
+
+private:
+    static void takeScriptMessage(void *data, KIT_ErrorSeverity severity, const char *file,
+                                  int line, const char *text);
+    static void takeTraceback(void *data, const char *header, const char *detail);
+
+    std::mutex myLock;
+    bool myJsonFlag = false;
+    int myErrors = 0;
+};
+
+/// Why the last system call failed, as a sentence: "No such file or directory".
+std::string ZELTsystemError();

@@ -1,0 +1,44 @@
+/// \file ZELT_Script.h
+/// A dialog script read from a file, as the templates that it describes.
+///
+/// Ownership:  owns templates and what they point at: it must outlive every list made from them.
+/// Threads:    reading belongs to one thread; afterwards as ZEL_Template.
+/// Errors:     load() answers null at the first error; everything the script is told is a message
+///             with its file and line.
+#pragma once
+
+#include <memory>
+#include <string>
+
+class ZELT_Messages;
+class ZEL_ScriptImports;
+class ZEL_ScriptPage;
+class ZEL_Template;
+
+class ZELT_Script
+{
+public:
+    static std::unique_ptr<ZELT_Script> load(const std::string &file, ZELT_Messages &messages);
+    ~ZELT_Script();
+    ZELT_Script(const ZELT_Script &) = delete;
+    ZELT_Script &operator=(const ZELT_Script &) = delete;
+
+    const std::string &getFile() const { return myFile; }
+    /// What a node of the script is called: the page's name, else the file's without its ending.
+    const std::string &getName() const { return myName; }
+    /// Up to a terminator.
+    ZEL_Template *getTemplates() const { return myTemplates.get(); }
+    /// Parameters, those of blocks once; folders don't count.
+    int getParmCount() const;
+
+private:
+    ZELT_Script();
+
+    void describe();
+
+    std::string myFile;
+    std::string myName;
+    std::unique_ptr<ZEL_ScriptPage> myPage;
+    std::unique_ptr<ZEL_ScriptImports> myImports;
+    std::unique_ptr<ZEL_Template[]> myTemplates;
+};

@@ -1,0 +1,364 @@
+#include "ZELT_Session.h"
+
+#include "ZELT_Format.h"
+#include "ZELT_Messages.h"
+#include "ZELT_Script.h"
+
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_FullKey.h>
+#include <ZEL/ZEL_ChoiceList.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+
+namespace
+{
+
+constexpr bool thePropagate = true;
+constexpr bool theReplaceExpression = true;
+
+/// Why a component can't be changed at that time, "" if it can.
+std::string refusal(const ZEL_Parm &parm, int index, double time)
+{
+    const std::string token = parm.getToken();
+    return parm.getLockedFlag(index)                 ? token + " is locked"
+           : !parm.canAccess(ZEL_Parm::theWriteMask) ? token + " isn't allowed to change"
+           : !parm.isEditable(time, index)           ? token + " can't be changed"
+                                                     : "";
+}
+
+/// A key from which the value goes on in a straight line.
+std::string makeKey(ZEL_Parm &parm, int index, double time, double value)
+{
+    const std::string refused = refusal(parm, index, time);
+    if (!refused.empty()) {
+        return refused;
+    }
+    const bool freshFlag = !parm.getChannel(index);
+    parm.addChannel(index);
+    TRK_Channel *const channel = parm.getChannel(index);
+    if (!channel) {
+        return std::string(parm.getToken()) + " can't be animated";
+    }
+    TRK_FullKey key;
+    key.time = time;
+    key.in.value = value;
+    key.out.value = value;
+    key.expression = KIT_StringHolder(TRKinterpolatorToString(TRK_INTERP_LINEAR));
+    channel->putFullKey(key);
+    // A channel begins with a key that nobody asked for.
+    while (freshFlag && channel->getNKeys() > 1) {
+        const bool firstFlag = channel->findKey(time) != 0;
+        channel->removeKey(channel->getKeyTime(firstFlag ? 0 : 1));
+    }
+    constexpr bool sendEvent = true;
+    constexpr bool updateMulti = true;
+    parm.privateValueChanged(index, sendEvent, updateMulti);
+    return "";
+}
+
+/// The place of a menu's token; -1 if it has none.
+int findMenuToken(const ZEL_Parm &parm, const std::string &token)
+{
+    const ZEL_ChoiceList *const menu = parm.getChoiceListPtr();
+    const ZEL_Name *names = nullptr;
+    if (menu) {
+        menu->getChoiceNames(names, parm.getParmOwner(), parm.getSparePtr(), &parm, false);
+    }
+    for (int i = 0; names && !names[i].isSentinel(); ++i) {
+        if (names[i].getTokenRef() == KIT_StringRef(token.c_str())) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+/// Splits at the first of a character; false without one.
+bool splitAt(const std::string &text, char c, std::string &left, std::string &right)
+{
+    const std::size_t place = text.find(c);
+    if (place == std::string::npos) {
+        return false;
+    }
+    left = text.substr(0, place);
+    right = text.substr(place + 1);
+    return true;
+}
+
+std::string unreadable()
+{
+    return "can't be read: " + ZELTsystemError();
+}
+
+constexpr const char *theNotWhole = "isn't loaded as a whole";
+
+} // namespace
+
+ZELT_Session::ZELT_Session(const ZELT_Script &script)
+    : mySource(myRoot), myNode(myRoot.addChild(script.getName().c_str(), script.getTemplates()))
+{
+    growBlocks(0.0);
+}
+
+// -------------------------------------------------------------------- //
+// Files
+// -------------------------------------------------------------------- //
+
+KIT_IStream::Mode ZELT_Session::streamMode(const KIT_IStream &is)
+{
+    // The numbers in front of a binary stream have bytes of zero, which no text has.
+    constexpr std::size_t lookedAt = 64;
+    return is.rest().substr(0, lookedAt).find('\0') == std::string_view::npos ? KIT_IStream::TEXT
+                                                                              : KIT_IStream::BINARY;
+}
+
+std::string ZELT_Session::loadValues(const std::string &file)
+{
+    errno = 0;
+    KIT_IFStream is(file.c_str());
+    if (!is.isReadable()) {
+        return unreadable();
+    }
+    is.setBinary(streamMode(is) == KIT_IStream::BINARY);
+    const bool loaded = getParms().load(is, file.c_str(), nullptr);
+    growBlocks(0.0);
+    return loaded ? "" : theNotWhole;
+}
+
+std::string ZELT_Session::loadChannels(const std::string &file)
+{
+    errno = 0;
+    KIT_IFStream is(file.c_str());
+    if (!is.isReadable()) {
+        return unreadable();
+    }
+    return myNode->loadChannels(is) ? "" : theNotWhole;
+}
+
+void ZELT_Session::growBlocks(double time)
+{
+    // The items of a block may hold blocks of their own: these stand behind it in the list.
+    for (int i = 0; i < getParms().getEntries(); ++i) {
+        const ZEL_Parm *const parm = getParms().getParmPtr(i);
+        if (parm->isMultiParm()) {
+            int count = 0;
+            parm->getValue(time, count, 0, BASgetSTID());
+        }
+    }
+}
+
+// -------------------------------------------------------------------- //
+// Components
+// -------------------------------------------------------------------- //
+
+std::string ZELT_Session::resolve(const std::string &text, ZELT_Address &address)
+{
+    const std::size_t colon = text.rfind(':');
+    int index = -1;
+    std::string token = text;
+    if (colon != std::string::npos) {
+        token = text.substr(0, colon);
+        if (!ZELTparseInteger(text.substr(colon + 1), index) || index < 0) {
+            return "the index of " + text + " isn't a number from 0 on";
+        }
+    }
+    address.parm = getParms().getParmPtr(token.c_str());
+    if (!address.parm && colon == std::string::npos) {
+        address.parm = getParms().getParmPtrFromChannel(token.c_str(), &index);
+    }
+    if (!address.parm) {
+        return "there is no parameter " + token;
+    }
+    const int size = address.parm->getVectorSize();
+    if (index >= size) {
+        return token + " has no component " + std::to_string(index);
+    }
+    address.first = index < 0 ? 0 : index;
+    address.end = index < 0 ? size : index + 1;
+    return "";
+}
+
+std::string ZELT_Session::setComponent(ZEL_Parm &parm, int index, const std::string &value,
+                                       double time)
+{
+    const ZEL_Type &type = parm.getType();
+    const std::string refused = refusal(parm, index, time);
+    if (!refused.empty()) {
+        return refused;
+    }
+    if (type.isStringType()) {
+        parm.setValue(time, value.c_str(), TRK_MEANING_LITERAL, theReplaceExpression, index,
+                      ZEL_ADDKEY_PENDING, thePropagate);
+        return "";
+    }
+    if (type.isDataType()) {
+        return std::string(parm.getToken()) + " holds data, which has no text";
+    }
+    double number = 0.0;
+    if (!ZELTparseNumber(value, number)) {
+        const int place = type.isOrdinalType() ? findMenuToken(parm, value) : -1;
+        if (place < 0) {
+            return ZELTquote(value) +
+                   (type.isOrdinalType() ? " is no number, and not in the menu of "
+                                         : " is no number for ") +
+                   parm.getToken();
+        }
+        number = place;
+    }
+    parm.setValue(time, number, theReplaceExpression, index, ZEL_ADDKEY_PENDING, thePropagate);
+    return "";
+}
+
+std::string ZELT_Session::set(const std::string &text, const std::string &value, double time)
+{
+    ZELT_Address address;
+    std::string fault = resolve(text, address);
+    for (int i = address.first; fault.empty() && i < address.end; ++i) {
+        fault = setComponent(*address.parm, i, value, time);
+    }
+    if (address.parm && address.parm->isMultiParm()) {
+        growBlocks(time);
+    }
+    return fault;
+}
+
+std::string ZELT_Session::setExpression(const std::string &text, const std::string &expression,
+                                        TRK_ExprLanguage language, double time)
+{
+    constexpr bool evaluate = false;
+    constexpr bool deleteChannel = true;
+    ZELT_Address address;
+    const std::string fault = resolve(text, address);
+    for (int i = address.first; fault.empty() && i < address.end; ++i) {
+        const std::string refused = refusal(*address.parm, i, time);
+        if (!refused.empty()) {
+            return refused;
+        }
+        address.parm->setExpression(time, expression.c_str(), language, i, evaluate, deleteChannel,
+                                    thePropagate);
+    }
+    if (address.parm && address.parm->isMultiParm()) {
+        growBlocks(time);
+    }
+    return fault;
+}
+
+std::string ZELT_Session::setKey(const std::string &text, double time, const std::string &value)
+{
+    ZELT_Address address;
+    const std::string fault = resolve(text, address);
+    double number = 0.0;
+    if (!fault.empty()) {
+        return fault;
+    }
+    if (!address.parm->getType().isFloatType() && !address.parm->getType().isOrdinalType()) {
+        return std::string(address.parm->getToken()) + " holds no numbers to key";
+    }
+    if (!ZELTparseNumber(value, number)) {
+        return ZELTquote(value) + " is no number";
+    }
+    for (int i = address.first; i < address.end; ++i) {
+        const std::string refused = makeKey(*address.parm, i, time, number);
+        if (!refused.empty()) {
+            return refused;
+        }
+    }
+    return "";
+}
+
+// -------------------------------------------------------------------- //
+// The command line
+// -------------------------------------------------------------------- //
+
+std::string ZELT_Session::applySet(const std::string &option, double time)
+{
+    std::string address;
+    std::string value;
+    return splitAt(option, '=', address, value) ? set(address, value, time) : option + " has no =";
+}
+
+std::string ZELT_Session::applyExpression(const std::string &option, double time)
+{
+    std::string address;
+    std::string text;
+    return splitAt(option, '=', address, text)
+               ? setExpression(address, text, TRK_LANGUAGE_NATIVE, time)
+               : option + " has no =";
+}
+
+std::string ZELT_Session::applyKey(const std::string &option)
+{
+    std::string left;
+    std::string value;
+    std::string address;
+    std::string time;
+    double seconds = 0.0;
+    if (!splitAt(option, '=', left, value) || !splitAt(left, '@', address, time) ||
+        !ZELTparseNumber(time, seconds)) {
+        return option + " isn't of the form TOKEN[:INDEX]@TIME=VALUE";
+    }
+    return setKey(address, seconds, value);
+}
+
+bool ZELTtakeFault(const std::string &file, const std::string &fault, ZELT_Messages &messages)
+{
+    const int before = messages.getErrorCount();
+    messages.takeErrors(file);
+    // What the library has said needs no second word.
+    if (!fault.empty() && messages.getErrorCount() == before) {
+        messages.error(file, fault);
+    }
+    return messages.getErrorCount() == before;
+}
+
+bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double time,
+                     ZELT_Messages &messages)
+{
+    bool good = true;
+    const auto tell = [&](const std::string &fault) {
+        good = ZELTtakeFault("", fault, messages) && good;
+    };
+    if (!inputs.values.empty()) {
+        good = ZELTtakeFault(inputs.values, session.loadValues(inputs.values), messages);
+    }
+    if (!inputs.channels.empty()) {
+        good =
+            ZELTtakeFault(inputs.channels, session.loadChannels(inputs.channels), messages) && good;
+    }
+    for (const std::string &option : inputs.sets) {
+        tell(session.applySet(option, time));
+    }
+    for (const std::string &option : inputs.expressions) {
+        tell(session.applyExpression(option, time));
+    }
+    for (const std::string &option : inputs.keys) {
+        tell(session.applyKey(option));
+    }
+    session.growBlocks(time);
+    return good;
+}
+
+std::string ZELTcomponentText(const ZEL_Parm &parm, int index, double time, int thread)
+{
+    const ZEL_Type &type = parm.getType();
+    if (type.isFloatType()) {
+        double value = 0.0;
+        parm.getValue(time, value, index, thread);
+        return ZELTnumber(value);
+    }
+    if (type.isOrdinalType()) {
+        std::int64_t value = 0;
+        parm.getValue(time, value, index, thread);
+        return std::to_string(value);
+    }
+    constexpr bool expand = true;
+    KIT_String text;
+    parm.getValue(time, text, index, expand, thread);
+    return ZELTquote(text.view());
+}

@@ -1,0 +1,95 @@
+/// \file ZELT_Session.h
+/// A node with the parameters of a script, its values, channels, and the addresses of components.
+///
+/// Vocabulary: *address* = `TOKEN`, `TOKEN:INDEX`, or a channel token such as `tx`; without an index
+///             it means all components.
+/// Units:      component indices from 0; times in seconds.
+/// Ownership:  owns the node, borrows the script, which must outlive it.
+/// Threads:    as ZELX_Node: evaluation from any thread, the rest from the one that made it.
+/// Errors:     operations on addresses answer why they failed, "" for success. Files that are at
+///             fault leave messages with the thread's error manager.
+#pragma once
+
+#include <KIT/KIT_IStream.h>
+#include <TRK/TRK_Types.h>
+#include <node/ZELX_Node.h>
+#include <node/ZELX_NodeSource.h>
+
+#include <string>
+#include <vector>
+
+class ZELT_Messages;
+class ZELT_Script;
+
+/// Some components of a parameter; null for no such parameter.
+struct ZELT_Address
+{
+    ZEL_Parm *parm = nullptr;
+    int first = 0; ///< the first component
+    int end = 0;   ///< behind the last
+};
+
+class ZELT_Session
+{
+public:
+    explicit ZELT_Session(const ZELT_Script &script);
+
+    ZELX_Node &getNode() { return *myNode; }
+    ZEL_ParmList &getParms() { return myNode->getParms(); }
+
+    // ------------------------------------------------------------------ //
+    /// \name Files   (why it failed, "" for success; more with the thread's error manager)
+    // ------------------------------------------------------------------ //
+    /// A parameter stream in either form.
+    std::string loadValues(const std::string &file);
+    std::string loadChannels(const std::string &file);
+    /// The form of a stream, by its first bytes.
+    static KIT_IStream::Mode streamMode(const KIT_IStream &is);
+
+    // ------------------------------------------------------------------ //
+    /// \name Components   (why it failed, "" for success)
+    // ------------------------------------------------------------------ //
+    std::string resolve(const std::string &text, ZELT_Address &address);
+    /// A number, a menu token, or a text, by the kind of the parameter.
+    std::string set(const std::string &address, const std::string &value, double time);
+    std::string setExpression(const std::string &address, const std::string &text,
+                              TRK_ExprLanguage language, double time);
+    std::string setKey(const std::string &address, double time, const std::string &value);
+
+    // ------------------------------------------------------------------ //
+    /// \name The forms of the command line: `A=VALUE`, `A=TEXT`, `A@TIME=VALUE`
+    // ------------------------------------------------------------------ //
+    std::string applySet(const std::string &option, double time);
+    std::string applyExpression(const std::string &option, double time);
+    std::string applyKey(const std::string &option);
+
+    /// Brings the items of all blocks up to their counts.
+    void growBlocks(double time);
+
+private:
+    std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, double time);
+
+    ZELX_Node myRoot;
+    ZELX_NodeSource mySource;
+    ZELX_Node *myNode;
+};
+
+/// The values and changes that `eval` and `state` take from the command line.
+struct ZELT_Inputs
+{
+    std::string values;
+    std::string channels;
+    std::vector<std::string> sets;
+    std::vector<std::string> expressions;
+    std::vector<std::string> keys;
+};
+
+/// Tells what the library reported or, without that, the fault; false if there was an error. `file`
+/// is what it is about, "" for nothing.
+bool ZELTtakeFault(const std::string &file, const std::string &fault, ZELT_Messages &messages);
+/// Reads and sets all of them at a time, in this order; false if any is at fault.
+bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double time,
+                     ZELT_Messages &messages);
+
+/// One component as text: a number, or a text in quotes.
+std::string ZELTcomponentText(const ZEL_Parm &parm, int index, double time, int thread);

@@ -1,0 +1,58 @@
+#include "ZELT_Commands.h"
+#include "ZELT_Messages.h"
+#include "ZELT_Script.h"
+#include "ZELT_ShellCommands.h"
+
+#ifdef ZELT_WITH_EDIT
+#include <editline/readline.h>
+#endif
+
+#include <cstdlib>
+#include <iostream>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr const char *thePrompt = "zel> ";
+
+/// One line from a terminal, which may be edited and comes back with the arrow keys; false at the
+/// end.
+bool readFromTerminal(std::string &line)
+{
+#ifdef ZELT_WITH_EDIT
+    std::cout.flush();
+    char *const text = readline(thePrompt);
+    if (!text) {
+        return false;
+    }
+    line = text;
+    if (!line.empty()) {
+        add_history(text);
+    }
+    std::free(text);
+    return true;
+#else
+    std::cout << thePrompt << std::flush;
+    return bool(std::getline(std::cin, line));
+#endif
+}
+
+} // namespace
+
+int ZELTshell(const ZELT_ShellCall &call, const ZELT_Options &, ZELT_Messages &messages)
+{
+    const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
+    if (!script) {
+        return 1;
+    }
+    ZELT_ShellCommands commands(*script, messages);
+    const bool terminalFlag = isatty(STDIN_FILENO) == 1;
+    std::string line;
+    while (terminalFlag ? readFromTerminal(line) : bool(std::getline(std::cin, line))) {
+        if (!commands.run(line)) {
+            break;
+        }
+    }
+    return 0;
+}

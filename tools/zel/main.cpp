@@ -1,0 +1,193 @@
+// zel: reads, shows, evaluates, converts and compares the parameters of dialog scripts.
+
+#include "ZELT_Commands.h"
+#include "ZELT_Messages.h"
+
+#include <SNK/SNK_Python.h>
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <functional>
+#include <iostream>
+
+namespace
+{
+
+constexpr int theWrongCall = 2;
+
+/// The calls of all commands, and the one that was made.
+struct Calls
+{
+    ZELT_Options options;
+    ZELT_CheckCall check;
+    ZELT_ShowCall show;
+    ZELT_EvalCall eval;
+    ZELT_StateCall state;
+    ZELT_ConvertCall convert;
+    ZELT_DiffCall diff;
+    ZELT_ShellCall shell;
+    std::function<int(ZELT_Messages &)> run;
+};
+
+CLI::App *addCommand(CLI::App &app, Calls &calls, const char *name, const char *what,
+                     const char *example, std::function<int(ZELT_Messages &)> run)
+{
+    CLI::App *const command = app.add_subcommand(name, what);
+    command->footer(std::string("Example:\n  ") + example);
+    command->add_flag("--json", calls.options.json,
+                      "One JSON document, and messages as JSON lines");
+    command->add_flag("--no-scripts", calls.options.noScripts,
+                      "Run no menu script and no Python expression");
+    command->callback([&calls, run] { calls.run = run; });
+    return command;
+}
+
+/// `extra_args` would swallow the words behind: each option takes exactly one.
+void addList(CLI::App &command, const char *name, std::vector<std::string> &list, const char *what)
+{
+    command.add_option(name, list, what)->expected(1)->allow_extra_args(false)->take_all();
+}
+
+void addInputs(CLI::App &command, ZELT_Inputs &inputs, double &time)
+{
+    command.add_option("--values", inputs.values, "A parameter stream, in either form");
+    command.add_option("--channels", inputs.channels, "A channel file");
+    addList(command, "--set", inputs.sets, "TOKEN[:INDEX]=VALUE");
+    addList(command, "--expr", inputs.expressions, "TOKEN[:INDEX]=TEXT, an expression");
+    addList(command, "--key", inputs.keys, "TOKEN[:INDEX]@TIME=VALUE");
+    command.add_option("--time", time, "Seconds; frame 1 is 0");
+}
+
+void addCheckAndShow(CLI::App &app, Calls &calls)
+{
+    CLI::App *const check =
+        addCommand(app, calls, "check", "Parse dialog scripts and tell every message",
+                   "zel check examples/*.ds", [&calls](ZELT_Messages &messages) {
+                       return ZELTcheck(calls.check, calls.options, messages);
+                   });
+    check->add_option("FILE", calls.check.files, "Dialog scripts")->required();
+
+    CLI::App *const show =
+        addCommand(app, calls, "show", "Show the interface that a script describes",
+                   "zel show --json examples/light.ds", [&calls](ZELT_Messages &messages) {
+                       return ZELTshow(calls.show, calls.options, messages);
+                   });
+    show->add_option("FILE", calls.show.file, "A dialog script")->required();
+}
+
+void addEvalAndState(CLI::App &app, Calls &calls)
+{
+    CLI::App *const eval = addCommand(
+        app, calls, "eval", "Evaluate parameters",
+        "zel eval examples/transform.ds t --channels examples/transform.chan --frames 1:48:12",
+        [&calls](ZELT_Messages &messages) {
+            return ZELTeval(calls.eval, calls.options, messages);
+        });
+    eval->add_option("FILE", calls.eval.file, "A dialog script")->required();
+    eval->add_option("TOKEN", calls.eval.tokens, "TOKEN[:INDEX] or a channel; all without one");
+    addInputs(*eval, calls.eval.inputs, calls.eval.time);
+    eval->add_option("--frames", calls.eval.frames, "A:B or A:B:STEP, a row for each frame");
+    eval->add_option("--threads", calls.eval.threads, "Threads; 0 for one a core")
+        ->check(CLI::Range(0, 256));
+
+    CLI::App *const state = addCommand(
+        app, calls, "state", "Tell what conditions say of parameters and folders",
+        "zel state examples/scatter.ds --set usedensity=1", [&calls](ZELT_Messages &messages) {
+            return ZELTstate(calls.state, calls.options, messages);
+        });
+    state->add_option("FILE", calls.state.file, "A dialog script")->required();
+    addInputs(*state, calls.state.inputs, calls.state.time);
+}
+
+void addStreams(CLI::App &app, Calls &calls)
+{
+    CLI::App *const convert =
+        addCommand(app, calls, "convert", "Write a parameter stream in the other form",
+                   "zel convert examples/light.ds examples/light.parms light.bparms --to binary",
+                   [&calls](ZELT_Messages &messages) {
+                       return ZELTconvert(calls.convert, calls.options, messages);
+                   });
+    convert->add_option("FILE", calls.convert.file, "A dialog script")->required();
+    convert->add_option("IN", calls.convert.from, "A stream in either form")->required();
+    convert->add_option("OUT", calls.convert.to, "The stream to write")->required();
+    convert->add_option("--to", calls.convert.form, "text or binary")
+        ->required()
+        ->check(CLI::IsMember({"text", "binary"}));
+    convert->add_flag("--compact", calls.convert.compact,
+                      "Binary, without what has no value to keep");
+
+    CLI::App *const diff =
+        addCommand(app, calls, "diff", "Tell the parameters whose saved values differ",
+                   "zel diff examples/light.ds examples/light.parms examples/light_night.parms",
+                   [&calls](ZELT_Messages &messages) {
+                       return ZELTdiff(calls.diff, calls.options, messages);
+                   });
+    diff->add_option("FILE", calls.diff.file, "A dialog script")->required();
+    diff->add_option("A", calls.diff.left, "A stream in either form")->required();
+    diff->add_option("B", calls.diff.right, "Another one")->required();
+}
+
+void addShell(CLI::App &app, Calls &calls)
+{
+    CLI::App *const shell = addCommand(
+        app, calls, "shell", "A session on a terminal, or commands on standard input",
+        "echo 'eval t' | zel shell examples/transform.ds", [&calls](ZELT_Messages &messages) {
+            return ZELTshell(calls.shell, calls.options, messages);
+        });
+    shell->add_option("FILE", calls.shell.file, "A dialog script")->required();
+}
+
+/// The exit code of a call that never ran, or -1.
+int parse(CLI::App &app, int argc, char **argv, ZELT_Messages &messages)
+{
+    try {
+        app.parse(argc, argv);
+        return -1;
+    } catch (const CLI::Success &asked) {
+        app.exit(asked);
+        return 0;
+    } catch (const CLI::ParseError &fault) {
+        messages.error("", std::string(fault.what()) + " (see --help)");
+        return theWrongCall;
+    }
+}
+
+int run(int argc, char **argv)
+{
+    ZELT_Messages messages;
+    Calls calls;
+    CLI::App app("Reads, shows, evaluates, converts and compares parameters of dialog scripts.",
+                 "zel");
+    app.set_version_flag("--version", ZELT_VERSION);
+    app.require_subcommand(1);
+    addCheckAndShow(app, calls);
+    addEvalAndState(app, calls);
+    addStreams(app, calls);
+    addShell(app, calls);
+    const int ended = parse(app, argc, argv, messages);
+    if (ended >= 0) {
+        return ended;
+    }
+    messages.setJson(calls.options.json);
+    SNKsetPythonEnabled(!calls.options.noScripts);
+    const int result = calls.run(messages);
+    std::cout.flush();
+    if (!std::cout) {
+        messages.error("", "the output can't be written: " + ZELTsystemError());
+        return 1;
+    }
+    return result;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const std::exception &fault) {
+        std::cerr << "zel: " << fault.what() << '\n';
+        return 1;
+    }
+}
