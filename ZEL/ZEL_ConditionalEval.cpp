@@ -8,6 +8,7 @@
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_StringHolder.h>
 #include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
@@ -163,6 +164,8 @@ bool ZEL_Conditional::eval(const ZEL_Parm &parm, const ZEL_ParmList &list,
     const int thread = BASgetSTID();
     const double time = TRK_Manager::getContext().getEvaluateTime(thread);
     const Question question{parm, list, ignored, time, thread};
+    // The parameter and this condition may be an item's, and a count is read like any value.
+    const ZEL_Multi::KeepItems keep;
     for (const ZEL_ConditionalInfo *info : myInfos) {
         if (holds(*info, question)) {
             return true;

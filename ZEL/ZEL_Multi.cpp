@@ -5,6 +5,7 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_String.h>
+#include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_InstanceString.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -46,6 +47,9 @@ void replaceByCount(KIT_String &value, int count)
 {
     value.itoa(count);
 }
+/// How many `KeepItems` live on the thread.
+thread_local int theKeepCount = 0;
+
 /// A count has no such form.
 void replaceByCount(std::shared_ptr<const ZEL_DataItem> &, int) {}
 void replaceByCount(KIT_JSONValueMap &, int) {}
@@ -106,7 +110,7 @@ void ZEL_Multi::revertToDefault(int index)
     const bool hadDefaults = getDefaultsInitFlag();
     ZEL_Float::revertToDefault(index);
     setDefaultsInitFlag(hadDefaults);
-    evaluateCount();
+    followDefault();
     setDefaultsInitFlag(true);
 }
 
@@ -115,7 +119,7 @@ void ZEL_Multi::revertToDefaults(bool deleteChannels)
     const bool hadDefaults = getDefaultsInitFlag();
     ZEL_Float::revertToDefaults(deleteChannels);
     setDefaultsInitFlag(hadDefaults);
-    evaluateCount();
+    followDefault();
     setDefaultsInitFlag(true);
 }
 
@@ -173,19 +177,49 @@ int ZEL_Multi::wantedCount() const
     return toCount(constrainedRawValue(0));
 }
 
+ZEL_Multi::KeepItems::KeepItems()
+{
+    ++theKeepCount;
+}
+
+ZEL_Multi::KeepItems::~KeepItems()
+{
+    --theKeepCount;
+}
+
+/// Whether what waits for the value could lose its parameter: items that go take theirs along, and
+/// in a load new ones replace parameters of their names.
+bool ZEL_Multi::mustWait(int count) const
+{
+    return (count < myNumItems || ZEL_ParmList::isLoading()) &&
+           (theKeepCount > 0 || TRK_Manager::isEvaluating());
+}
+
 /// Reading is const and makes items all the same: the one place where that is cast away.
 void ZEL_Multi::followValue() const
 {
     const int count = wantedCount();
-    if (count == myNumItems || myBusy) {
+    if (count == myNumItems || myBusy || mustWait(count)) {
         return;
     }
     auto *self = const_cast<ZEL_Multi *>(this);
-    if (ZEL_StreamLimit::allow(std::int64_t(count) - myNumItems, getToken())) {
+    const bool isSet = !getChannel(0) && !ZEL_ParmList::isLoading();
+    if (isSet || ZEL_StreamLimit::allow(std::int64_t(count) - myNumItems, getToken())) {
         self->setNumInstances(count, true);
     } else if (!getChannel(0)) {
         self->setCount(myNumItems);
     }
+}
+
+/// A default comes from a script, like a loaded value from a stream.
+void ZEL_Multi::followDefault()
+{
+    const std::int64_t missing = std::int64_t(wantedCount()) - myNumItems;
+    const bool isNumber = !getChannel(0) && !ZEL_ParmList::isLoading();
+    if (isNumber && !ZEL_StreamLimit::allow(missing, getToken())) {
+        setCount(myNumItems);
+    }
+    evaluateCount();
 }
 
 bool ZEL_Multi::followLoadedValue()

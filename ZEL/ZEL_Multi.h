@@ -12,13 +12,15 @@
 ///             multi-parameter on the thread that owns the list.
 /// Errors:     an item whose token is taken is refused with warning 19 (the token), one with a
 ///             child that may not stand in a block with warning 20 (the child's token); the value
-///             goes back to the count that exists. A value, from a stream or set, that asks for more
-///             new items at once than the setting ZEL_MAX_STREAM_ITEMS is refused the same way,
-///             with error 22; `setNumInstances` isn't limited.
+///             goes back to the count that exists. A stream, a default or an expression that asks
+///             for more new items at once than the setting ZEL_MAX_STREAM_ITEMS is refused the same
+///             way, with error 22. A value that is set and `setNumInstances` aren't limited.
 /// Cost:       an item costs the same whatever their number; names are looked up by hash.
 ///
 /// Items are never renumbered: on insertion and removal the values move from one item's parameters
-/// to the next one's. The count that exists trails the value until the next read or load.
+/// to the next one's. The count that exists trails the value until the next read or load. A read from
+/// inside an expression, or within `KeepItems`, removes nothing: the asker may belong to an item that
+/// would go. The next read that stands alone does it.
 #pragma once
 
 #include <BAS/BAS_Relaxed.h>
@@ -70,6 +72,17 @@ public:
                   int thread) const override;
     std::int64_t getMemoryUsage(bool inclusive) const override;
     ///@}
+
+    /// While one lives on a thread, reads there remove no item. For code that belongs to an item
+    /// and reads parameters.
+    class ZEL_API KeepItems
+    {
+    public:
+        KeepItems();
+        ~KeepItems();
+        KeepItems(const KeepItems &) = delete;
+        KeepItems &operator=(const KeepItems &) = delete;
+    };
 
     // ------------------------------------------------------------------ //
     /// \name Items
@@ -164,7 +177,9 @@ private:
     template <class T, class Read>
     void evaluate(T &value, int thread, const Read &read) const;
     int wantedCount() const;
+    bool mustWait(int count) const;
     void followValue() const;
+    void followDefault();
     bool followLoadedValue();
     void evaluateCount();
     void setCount(int count);

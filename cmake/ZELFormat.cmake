@@ -6,10 +6,12 @@ mark_as_advanced(ZEL_CLANG_FORMAT)
 if(ZEL_CLANG_FORMAT)
     file(GLOB_RECURSE zel_formatted CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
         "${PROJECT_SOURCE_DIR}/ZEL/*.h" "${PROJECT_SOURCE_DIR}/ZEL/*.cpp"
+        "${PROJECT_SOURCE_DIR}/DS/*.h" "${PROJECT_SOURCE_DIR}/DS/*.cpp"
         "${PROJECT_SOURCE_DIR}/host/*.h" "${PROJECT_SOURCE_DIR}/host/*.cpp"
         "${PROJECT_SOURCE_DIR}/tests/*.h" "${PROJECT_SOURCE_DIR}/tests/*.cpp"
         "${PROJECT_SOURCE_DIR}/bench/*.h" "${PROJECT_SOURCE_DIR}/bench/*.cpp"
         "${PROJECT_SOURCE_DIR}/examples/*.h" "${PROJECT_SOURCE_DIR}/examples/*.cpp"
+        "${PROJECT_SOURCE_DIR}/tools/*.h" "${PROJECT_SOURCE_DIR}/tools/*.cpp"
         "${PROJECT_SOURCE_DIR}/fuzz/*.h" "${PROJECT_SOURCE_DIR}/fuzz/*.cpp")
     if(zel_formatted)
         # One command line can't hold the whole tree for ever; a response file can.

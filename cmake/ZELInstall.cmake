@@ -1,6 +1,6 @@
 # Headers, libraries, the CMake package and the pkg-config file.
 #
-#   include/ZEL/              the library's headers
+#   include/ZEL/ include/DS/  the library's headers
 #   include/zelhost/BAS ...   the host's, under an include root of their own: an application that
 #                             brings the real sibling libraries leaves this root out
 include(CMakePackageConfigHelpers)
@@ -8,7 +8,7 @@ include(CMakePackageConfigHelpers)
 zel_public_headers(zel_headers)
 foreach(header IN LISTS zel_headers)
     cmake_path(GET header PARENT_PATH folder)
-    if(folder STREQUAL "ZEL")
+    if(folder STREQUAL "ZEL" OR folder STREQUAL "DS")
         install(FILES "${PROJECT_SOURCE_DIR}/${header}"
             DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${folder}")
     else()
@@ -19,8 +19,11 @@ endforeach()
 
 set(zel_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/ZEL")
 
-# A table of rows that a public header includes.
-install(FILES "${PROJECT_SOURCE_DIR}/ZEL/ZEL_TypeConstants.def"
+# The tables of rows that public headers include.
+install(FILES
+    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SpareDataPresets.def"
+    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SpareDataTokens.def"
+    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_TypeConstants.def"
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/ZEL")
 
 install(TARGETS zelhost ZEL EXPORT ZELTargets

@@ -5,7 +5,8 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root" || exit 1
 
 # Debian and Ubuntu package names.
-build_packages=(g++ cmake ninja-build libtbb-dev libfmt-dev)
+build_packages=(g++ cmake ninja-build libtbb-dev libfmt-dev libre2-dev python3-dev pybind11-dev
+                libcli11-dev libedit-dev nlohmann-json3-dev)
 test_packages=(libgtest-dev libbenchmark-dev clang clang-format libclang-rt-14-dev pkg-config ccache)
 
 jobs=$(nproc 2>/dev/null || echo 2)

@@ -8,6 +8,7 @@
 #include <TRK/TRK_ChannelRef.h>
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_EvalContext.h>
+#include <TRK/TRK_Evaluation.h>
 
 #include <cmath>
 
@@ -105,6 +106,11 @@ bool TRK_Manager::fillChannelRef(TRK_ChannelRef &ref, TRK_Channel *channel) cons
     }
     ref = TRK_ChannelRef(channel->getCollection(), channel->getName());
     return true;
+}
+
+bool TRK_Manager::isEvaluating()
+{
+    return theTRKEvalThread.innermost != nullptr;
 }
 
 void TRK_Manager::evaluationError(int error, int, const char *text) const

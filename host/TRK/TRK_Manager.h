@@ -117,6 +117,8 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Other services
     // ---------------------------------------------------------------- //
+    /// Whether the calling thread is in the middle of an expression.
+    static bool isEvaluating();
     /// Fills in a reference to a channel. False for null or a channel without a collection.
     bool fillChannelRef(TRK_ChannelRef &ref, TRK_Channel *channel) const;
     /// Reports an EVL number as KITaddError("TRK", error, text). 0 is not reported.

@@ -136,6 +136,31 @@ TEST(MultiCount, AChildMayReadTheCountWhileItGrows)
     EXPECT_EQ(11.0, p.eval("reads1"));
 }
 
+TEST(MultiCount, WhatWaitsForTheCountKeepsItsItem)
+{
+    MultiList p;
+    ZEL_Default defaults(0.0, "ch(\"points\") * 10 + #", TRK_MEANING_COLLECTION);
+    ZEL_Conditional condition("{ points > 5 } { points < 0 } { pt# == 4 }", ZEL_CONDTYPE_DISABLE);
+    p.items.add(ZEL_FLT, 1, "w#", "W", &defaults)->setConditionalBasePtr(&condition);
+    p.build();
+    p.setCount(3.0);
+    p.set("pt3", 4.0);
+    p.set("points", 1.0);
+    EXPECT_EQ(13.0, p.eval("w3"));
+    const ZEL_Parm &w = p.parm("w3");
+    EXPECT_TRUE(w.getTemplatePtr()->getDisablePtr()->eval(w, *p.list, nullptr));
+    {
+        const ZEL_Multi::KeepItems keep;
+        EXPECT_EQ(1.0, p.eval("points"));
+        EXPECT_EQ(3, p.multi().getMultiParmNumItems());
+        p.setCount(4.0);
+        EXPECT_EQ(4, p.multi().getMultiParmNumItems()) << "new ones may come";
+        p.set("points", 1.0);
+    }
+    EXPECT_EQ(1.0, p.eval("points"));
+    EXPECT_EQ("points=1 pt1=0 w1=11", p.text());
+}
+
 // ---------------------------------------------------------------------- //
 // Limits and refusals
 // ---------------------------------------------------------------------- //
@@ -150,17 +175,28 @@ TEST(MultiCount, TheRangeLimitsTheItems)
     EXPECT_EQ("points=3 pt1=0 pt2=0 pt3=0", p.text());
 }
 
-TEST(MultiCount, OneStepIsHeldToTheSetting)
+TEST(MultiCount, ADefaultIsHeldToTheSetting)
 {
-    MultiList p;
-    p.build();
     for (const double count : {1e9, 2147483647.0, 1e300, 100001.0}) {
-        p.setCount(count);
+        MultiList p;
+        p.build(count);
         EXPECT_EQ("points=0", p.text()) << count;
         EXPECT_EQ("ZEL 22", takeMessages()) << count;
         EXPECT_EQ(0.0, p.eval("points")) << "the value goes back";
+        p.multi().revertToDefault(0);
+        EXPECT_EQ("points=0", p.text()) << count;
+        EXPECT_EQ("ZEL 22", takeMessages()) << count;
     }
+}
+
+TEST(MultiCount, AnExpressionIsHeldToTheSetting)
+{
     const ScopedSetting limit(KIT_ENV_MAX_STREAM_ITEMS, 3);
+    MultiList p;
+    p.build();
+    p.setCount(4.0);
+    EXPECT_EQ("points=4 pt1=0 pt2=0 pt3=0 pt4=0", p.text()) << "what is set is made";
+    p.setCount(0.0);
     p.animate("points", "2 + 2");
     EXPECT_EQ(4.0, p.eval("points"));
     EXPECT_EQ(0, p.multi().getMultiParmNumItems());

@@ -174,6 +174,46 @@ TEST_F(Nested, LeftoverInnerItemsSurviveTheirMulti)
     p.list.reset();
 }
 
+TEST_F(Nested, AnInnerItemTakesTheNameBesideItsMulti)
+{
+    // In a load "x1_1" of the inner block replaces "x1_1" of the outer one, just made itself.
+    build(1.0);
+    outer.add(ZEL_FLT, 1, "x#_1");
+    const Loading loading;
+    p.owner.takeCalls();
+    count("outer", 1.0);
+    EXPECT_EQ("outer=1 a1=0 in1=1 x1_1=0", text());
+    EXPECT_EQ(&p.multi("in1"), p.parm("x1_1").getMultiParmOwner());
+    EXPECT_EQ("parmRemoved 4; multiInstancesChanged; multiItemCreated a1 in1; "
+              "multiInstancesChanged",
+              p.owner.takeCalls());
+    count("outer", 0.0);
+    EXPECT_EQ("outer=0", text());
+}
+
+TEST_F(Nested, ACountInExpressionReplacesNothingInALoad)
+{
+    // "in1" asks for the count of "other", whose item would replace it.
+    Block rival;
+    rival.add(ZEL_FLT, 1, "in#");
+    build();
+    ZEL_Default asks(0.0, "ch(\"other\")", TRK_MEANING_COLLECTION);
+    outer.templates()[1].setFactoryDefaults(&asks);
+    ZEL_Name name("other", "Other");
+    ZEL_Template description(ZEL_MULTITYPE_LIST, rival.templates(), 1.0, &name);
+    p.list->appendParm(new ZEL_Parm(&description, p.list.get()));
+    p.animate("other", "1");
+    {
+        const Loading loading;
+        count("outer", 1.0);
+    }
+    EXPECT_EQ("outer=1 a1=0 other=0 in1=1 x1_1=0", [this] {
+        std::string all = text();
+        const std::size_t at = all.find("other"), in = all.find("a1");
+        return at < in ? all : all;
+    }());
+}
+
 TEST_F(Nested, RampsInItemsHaveKeysOfTheirOwn)
 {
     outer.addMulti(ZEL_MULTITYPE_RAMP_FLT, "r#", nullptr, 2.0);

@@ -114,8 +114,12 @@ void ZELT_Messages::takeErrors(const std::string &file)
     KIT_ErrorManager &manager = KITgetErrorManager();
     for (std::int64_t i = 0; i < manager.entries(); ++i) {
         const KIT_ErrorManager::Error &entry = manager.getError(i);
+        // A script reader's text is a sentence with its place already.
+        const bool placedFlag =
+            entry.category == theKITCommonCategory && entry.code == KIT_COMMON_BAD_SCRIPT;
         const std::string text =
-            KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str());
+            placedFlag ? entry.text
+                       : KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str());
         add(entry.severity, entry.category, entry.code, file, 0, text);
     }
     manager.clearAndDestroyErrors();

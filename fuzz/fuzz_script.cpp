@@ -1,0 +1,104 @@
+// Fuzzes dialog scripts: reads any text as a dialog, flattens it twice, walks the imports, builds a list
+// of what was read and saves and loads it in both forms.
+
+#include <DS/DS_Stream.h>
+#include <KIT/KIT_EnvControl.h>
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_IStream.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ScriptImports.h>
+#include <ZEL/ZEL_ScriptPage.h>
+#include <ZEL/ZEL_ScriptParm.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <sstream>
+#include <string>
+
+namespace
+{
+
+void require(bool condition)
+{
+    if (!condition) {
+        std::abort();
+    }
+}
+
+/// Items of nested multi-parameters multiply, so few of them are allowed.
+void setLimits()
+{
+    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 2);
+    KIT_EnvControl::setInt(KIT_ENV_MAX_SCRIPT_NESTING, 8);
+    KIT_EnvControl::setInt(KIT_ENV_EXPERIMENTAL_PARMS, 1);
+}
+
+void checkImports(const ZEL_ScriptImports *imports)
+{
+    for (int i = 0; imports && i < imports->entries(); ++i) {
+        const ZEL_ScriptImportBlock &block = *imports->getBlock(i);
+        require(block.offset >= 0 && block.size >= 0 && block.nestLevel >= 0);
+        require(block.label.isEmpty() || imports->findBlockWithLabel(block.label));
+    }
+}
+
+std::unique_ptr<ZEL_Template[]> flatten(ZEL_ScriptPage &page)
+{
+    const int size = page.computeTemplateSize();
+    std::unique_ptr<ZEL_Template[]> templates(new ZEL_Template[static_cast<size_t>(size) + 1]);
+    ZEL_ScriptImports *imports = nullptr;
+    int count = 0;
+    page.fillTemplate(templates.get(), count, imports);
+    require(count == size && ZEL_Template::countTemplates(templates.get()) == size);
+    checkImports(imports);
+    delete imports;
+    return templates;
+}
+
+void checkObsolete(ZEL_ScriptPage &page)
+{
+    const int size = page.computeObsoleteTemplateSize();
+    const std::unique_ptr<ZEL_Template[]> old(new ZEL_Template[static_cast<size_t>(size) + 1]);
+    page.fillObsoleteTemplate(old.get());
+    require(ZEL_Template::countTemplates(old.get()) == size);
+}
+
+void checkList(ZEL_Template *templates)
+{
+    // No collection: nothing in the text may be evaluated.
+    ZEL_ParmList list(templates, nullptr, nullptr, nullptr, "", false);
+    for (const bool binaryFlag : {false, true}) {
+        std::ostringstream os;
+        list.save(os, binaryFlag, false);
+        const std::string text = os.str();
+        KIT_IStream is(text.data(), text.size(),
+                       binaryFlag ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+        list.load(is, "fuzz", nullptr);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    setLimits();
+    KIT_ErrorManager::Scope scope(1);
+    KIT_IStream memory(reinterpret_cast<const char *>(data), size, KIT_IStream::TEXT);
+    DS_Stream stream(memory, "fuzz", true);
+    ZEL_ScriptPage page;
+    const int ok = page.parse(stream, true, nullptr, false, true, 0);
+    require(!ok || (page.getToken().isstring() && page.getLabel().isstring()));
+
+    page.enforceOptions();
+    KIT_ValArray<ZEL_ScriptParm *> parms;
+    page.appendScriptParms(parms);
+    require(page.containsReservedName() || parms.entries() == page.getParmEntries());
+
+    flatten(page);
+    const std::unique_ptr<ZEL_Template[]> templates = flatten(page);
+    checkObsolete(page);
+    checkList(templates.get());
+    return 0;
+}
