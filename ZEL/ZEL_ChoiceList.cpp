@@ -2,6 +2,7 @@
 
 #include <ZEL/ZEL_ChoiceThreadPrivate.h>
 #include <ZEL/ZEL_Item.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
 
@@ -88,6 +89,7 @@ int64_t ZEL_ChoiceList::getMemoryUsage(bool inclusive) const
 // Asking for entries
 // ---------------------------------------------------------------------- //
 
+// The asker may belong to an item of a multi-parameter that the generator reads.
 const ZEL_Name *ZEL_ChoiceList::generateNames(void *data, const ZEL_SpareData *spare,
                                               const ZEL_Parm *parm) const
 {
@@ -95,6 +97,7 @@ const ZEL_Name *ZEL_ChoiceList::generateNames(void *data, const ZEL_SpareData *s
     if (thread.namesBusy) {
         return nullptr;
     }
+    const ZEL_Multi::KeepItems keep;
     ZEL_ChoiceThread::Generation generation(thread);
     myGenerator.names(data, generation.names(), int(ZEL_ChoiceThread::theArraySize - 1), spare,
                       parm);
@@ -113,6 +116,7 @@ const ZEL_Item *ZEL_ChoiceList::findItems(void *data, const ZEL_SpareData *spare
     if (thread.itemsBusy) {
         return nullptr;
     }
+    const ZEL_Multi::KeepItems keep;
     ZEL_ChoiceThread::Generation generation(thread);
     thread.itemsBusy = true;
     myGenerator.items(data, generation.items(), int(ZEL_ChoiceThread::theArraySize - 1), spare,

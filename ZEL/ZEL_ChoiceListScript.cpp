@@ -9,6 +9,7 @@
 #include <SNK/SNK_Result.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_ChoiceThreadPrivate.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmOwner.h>
 
@@ -84,6 +85,7 @@ const ZEL_Name *ZEL_ChoiceList::runScript(const ZEL_Parm *parm, bool quiet) cons
         return nullptr;
     }
     thread.clear();
+    const ZEL_Multi::KeepItems keep;
     const bool filledFlag = getChoiceNamesFromScript(thread, parm, quiet);
     return filledFlag && thread.getNameCount() > 0 ? thread.getNames() : nullptr;
 }

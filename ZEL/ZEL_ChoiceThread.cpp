@@ -3,11 +3,20 @@
 #include <BAS/BAS_PerThread.h>
 
 #include <algorithm>
+#include <atomic>
 
 ZEL_ChoiceThread &ZEL_ChoiceThread::get()
 {
-    static BAS_PerThread<ZEL_ChoiceThread> theRecords;
-    return theRecords.local();
+    // Never destroyed: other threads may ask while the process ends. Linked, so that leak checkers
+    // find the records of high ids, too.
+    static auto *const theRecords = new BAS_PerThread<ZEL_ChoiceThread *>;
+    static std::atomic<ZEL_ChoiceThread *> theNewest{nullptr};
+    ZEL_ChoiceThread *&record = theRecords->local();
+    if (!record) {
+        record = new ZEL_ChoiceThread;
+        record->myOlder = theNewest.exchange(record);
+    }
+    return *record;
 }
 
 // ---------------------------------------------------------------------- //
@@ -103,7 +112,8 @@ ZEL_ChoiceThread::ScriptRun::~ScriptRun()
     myThread.myRememberedList = myRememberedList;
     myThread.myDepth = myDepth;
     myThread.mySavedDepth = mySavedDepth;
-    if (--myThread.myScriptsInWork == 0) {
+    // The outermost script may ask for any number of menus.
+    if (--myThread.myScriptsInWork <= 1) {
         myThread.myScriptRuns = 0;
     }
 }

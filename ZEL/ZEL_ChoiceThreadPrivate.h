@@ -5,7 +5,7 @@
 /// Vocabulary: *entries* = those up to the array's first sentinel.
 /// Ownership:  owns the arrays. They never shrink and their elements are never destroyed, only made
 ///             sentinels: a generator that asks for another menu goes on writing into them.
-/// Threads:    each thread has its own record.
+/// Threads:    each thread has its own record, which stays until the process has ended.
 /// Cost:       the first 32 threads reach theirs by an index. Both arrays take their full size when
 ///             a generator is first called, and keep it.
 #pragma once
@@ -56,7 +56,8 @@ public:
     ///
     /// The circle is found with one remembered list, which is taken anew at each power of two of the
     /// depth: the list that comes round again while it is remembered closes the circle. The count of
-    /// scripts is limited, too, for a script that asks for its own menu again and again.
+    /// scripts below each menu that the outermost script asks for is limited, too: a script that asks
+    /// for its own menu again and again closes circle after circle and never ends.
     class ScriptRun
     {
     public:
@@ -79,12 +80,13 @@ public:
     bool itemsBusy = false; ///< an item generator is running
 
 private:
-    /// Scripts that wait for each other, and scripts below one outermost request.
+    /// Scripts that wait for each other, and scripts below one request of the outermost script.
     static constexpr int theScriptDepth = 64;
     static constexpr int theScriptRuns = 10000;
 
     bool isCycle(const ZEL_ChoiceList *list);
 
+    ZEL_ChoiceThread *myOlder = nullptr; // the record that was made before
     const ZEL_ChoiceList *myRememberedList = nullptr;
     uint64_t myDepth = 2;
     int64_t mySavedDepth = 0;

@@ -231,7 +231,7 @@ bool ZEL_Multi::addInstance(int item, bool)
     if (!makeNames(numbers)) {
         return false;
     }
-    myItemTemplates.emplace_back(new ZEL_Template[std::size_t(myInstancesPerItem) + 1]);
+    myItemTemplates.emplace_back(new ZEL_Template[std::uint32_t(myInstancesPerItem) + 1]);
     ZEL_Template *made = myItemTemplates.back().get();
     const ZEL_Template *block = getMultiParmTemplate();
     const std::size_t first = flatIndex(item, 0);

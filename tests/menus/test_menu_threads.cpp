@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -82,6 +83,33 @@ TEST(MenuThreads, EachKeepsItsOwnEntries)
         const std::string n = std::to_string(i);
         EXPECT_EQ("s" + n + "=S i" + n + "=L", texts[i]);
     }
+}
+
+namespace
+{
+
+ZEL_Item theLastItems[] = {{"x", "X", "icon"}, {nullptr, nullptr, nullptr}};
+
+/// Leaves with 3 if the menu is still answered.
+void askAtExit()
+{
+    const ZEL_ChoiceList items(ZEL_CHOICELIST_REPLACE, theLastItems);
+    std::_Exit(namesOf(items) == "x=X" ? 3 : 1);
+}
+
+} // namespace
+
+TEST(MenuThreadsDeathTest, AnswerWhileTheProcessEnds)
+{
+    // A process of its own, so that nothing has asked for a menu before the exit is arranged.
+    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            std::atexit(askAtExit);
+            const ZEL_ChoiceList items(ZEL_CHOICELIST_REPLACE, theLastItems);
+            std::exit(namesOf(items) == "x=X" ? 0 : 2);
+        },
+        ::testing::ExitedWithCode(3), "");
 }
 
 TEST(MenuThreads, PythonNeverWaitsWhileSomebodyWaitsForIt)
