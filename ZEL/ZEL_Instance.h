@@ -499,7 +499,7 @@ public:
     /// Whether a text is a plain reference to a channel, `ch("tx")` with `bare` true, the same in
     /// backticks with false; the referenced name goes to `channel` if given.
     static bool isChanRefString(const char *text, bool bare, KIT_String *channel);
-    /// The old unquoted form that starts with `!!ch(`.
+    /// The old form, `!!ch(tx)` or `!!ch("tx")!!`, the latter also between backticks.
     static bool isObsoleteDirectChanRefString(const char *text, KIT_String *channel);
 
 protected:

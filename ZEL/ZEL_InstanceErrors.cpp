@@ -10,6 +10,7 @@
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
 
+#include <algorithm>
 #include <string_view>
 
 #include <strings.h>
@@ -209,13 +210,28 @@ bool ZEL_Instance::isChanRefString(const char *text, bool bare, KIT_String *chan
 bool ZEL_Instance::isObsoleteDirectChanRefString(const char *text, KIT_String *channel)
 {
     static constexpr std::string_view theOpening = "!!ch(";
+    static constexpr std::string_view theClosing = "!!";
     std::string_view rest(text ? text : "");
     strip(rest);
+    const bool backticks = rest.size() >= 2 && rest.front() == '`' && rest.back() == '`';
+    if (backticks) {
+        rest = rest.substr(1, rest.size() - 2);
+    }
+    const std::size_t bare = rest.size() - std::min(rest.size(), theClosing.size());
+    if (rest.substr(bare) == theClosing) {
+        rest.remove_suffix(theClosing.size());
+    } else if (backticks) {
+        return false;
+    }
     if (rest.size() <= theOpening.size() + 1 || rest.back() != ')' ||
         rest.substr(0, theOpening.size()) != theOpening) {
         return false;
     }
     rest = rest.substr(theOpening.size(), rest.size() - theOpening.size() - 1);
+    const char quote = rest.front();
+    if (rest.size() > 2 && (quote == '"' || quote == '\'') && rest.back() == quote) {
+        rest = rest.substr(1, rest.size() - 2);
+    }
     if (!isReferenceText(rest)) {
         return false;
     }

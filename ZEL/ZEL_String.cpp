@@ -153,7 +153,7 @@ int ZEL_String::getExpandFlags() const
     const ZEL_SpareData *spare = getTemplatePtr()->getSparePtr();
     const char *language = spare ? spare->getValue(theEditorLanguage) : nullptr;
     const bool shaderCode = language && ::strcasecmp(language, "ksl") == 0;
-    return shaderCode ? theBoth | TRK_EXPAND_NO_ESCAPES | TRK_EXPAND_BRACES_ONLY : theBoth;
+    return shaderCode ? theBoth | TRK_EXPAND_CODE : theBoth;
 }
 
 void ZEL_String::expandStored(ZEL_ParmList *list, double time, KIT_String &out, int index,

@@ -76,6 +76,7 @@ bool ZEL_String::load(KIT_IStream &is)
 
     LoadRules rules;
     rules.classId = stringClassId();
+    rules.lastValueId = STRING_CHANNEL;
     rules.label = theLoadLabel;
     bool loaded = false;
     if (is.isBinary()) {

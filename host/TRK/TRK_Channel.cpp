@@ -299,9 +299,23 @@ int TRK_Channel::putString(const char *text, double time, TRK_ExprLanguage langu
     return 1;
 }
 
+/// Gives a text that is pending at the key to the key's segment, as an expression of its language.
+bool TRK_Channel::takePendingString(size_t key)
+{
+    if (!isPending(myTimes[key]) || myDefaultString.isEmpty()) {
+        return false;
+    }
+    TRK_Segment &segment = mySegments[key];
+    segment.changeExpression(myDefaultString.c_str(), segment.getExprLanguage());
+    clearPending();
+    return true;
+}
+
 bool TRK_Channel::insertKeyFrame(double time, bool notify)
 {
-    if (findKey(time) >= 0 || !std::isfinite(time)) {
+    const int key = findKey(time);
+    if (key >= 0 || !std::isfinite(time)) {
+        notifyIf(key >= 0 && takePendingString(static_cast<size_t>(key)) && notify);
         return false;
     }
     bool timeDependent = false;
@@ -311,7 +325,7 @@ bool TRK_Channel::insertKeyFrame(double time, bool notify)
     const double value = evaluate(myCollection, time, thread, timeDependent);
     error = saved;
     const bool pendingFlag = isPending(time);
-    splitSegment(time, value);
+    takePendingString(splitSegment(time, value));
     if (pendingFlag) {
         clearPending();
     }
@@ -594,6 +608,9 @@ bool TRK_Channel::evaluateString(const TRK_Collection *collection, double time, 
     }
     if (mySegments.empty() || (myPendingFlag && isPending(time))) {
         const bool goodFlag = evaluateDefaultString(state, out);
+        if (mySegments.empty()) {
+            BASstoreIfDifferent(myTimeMark, uint8_t(state.timeDependent ? 1 : 0));
+        }
         timeDependent = timeDependent || myPendingFlag || state.timeDependent;
         return goodFlag;
     }

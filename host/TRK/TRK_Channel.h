@@ -74,7 +74,8 @@ public:
     int setKeyString(const char *text, double time, TRK_ExprLanguage language, bool notify,
                      bool commit, bool keyOnly);
     /// Makes a key with the present value; its segment takes the split one's expression. A value
-    /// pending there is taken and no longer pending. False if a key is there already.
+    /// pending there is taken and no longer pending. False if a key is there already; it takes a
+    /// pending text, too.
     bool insertKeyFrame(double time, bool notify);
     bool isAtKey(double time) const { return findKey(time) >= 0; }
     /// True at a key that was set; every key of this library is one.
@@ -170,6 +171,7 @@ private:
     size_t findSegment(double time) const;
     size_t splitSegment(double time, double value);
     void setKeySides(size_t index, double value);
+    bool takePendingString(size_t key);
     int putString(const char *text, double time, TRK_ExprLanguage language, bool notify,
                   bool commit, bool keyOnly);
     void setPending(double time);

@@ -29,8 +29,7 @@ enum TRK_ExpandFlags : int
     TRK_EXPAND_VARIABLES = 1,   ///< $NAME and ${NAME}
     TRK_EXPAND_EXPRESSIONS = 2, ///< expressions in backticks
     TRK_EXPAND_HOME = 4,        ///< "~" alone or in front of a "/" at the start
-    TRK_EXPAND_NO_ESCAPES = 8,  ///< a backslash protects nothing
-    TRK_EXPAND_BRACES_ONLY = 16 ///< of variables only ${NAME}
+    TRK_EXPAND_CODE = 8 | 16    ///< the text is program code; makes no difference
 };
 
 /// Set in the result of expandString if the text depends on time.
@@ -84,10 +83,10 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Texts   (any thread)
     // ---------------------------------------------------------------- //
-    /// Expands a literal text by TRK_ExpandFlags. Backslashes in front of a "$" or backtick protect
-    /// it, two stand for one; elsewhere a backslash is a character like any other. An unknown
-    /// variable stays as it is written. An expression that fails, or a backtick without its
-    /// partner, sets EVL::theErrNo. The result is a mask: TRK_EXPAND_CHANGED,
+    /// Expands a literal text by TRK_ExpandFlags; other bits are ignored. Backslashes in front of a
+    /// "$" or backtick protect it, two stand for one; elsewhere a backslash is a character like any
+    /// other. An unknown variable stays as it is written. An expression that fails, or a backtick
+    /// without its partner, sets EVL::theErrNo. The result is a mask: TRK_EXPAND_CHANGED,
     /// TRK_EXPAND_TIME_DEPENDENT.
     int expandString(const char *text, KIT_String &out, double time, TRK_Collection *collection,
                      int thread, int flags = TRK_EXPAND_VARIABLES | TRK_EXPAND_EXPRESSIONS) const;

@@ -29,11 +29,11 @@ bool isExpandable(const char *text)
 }
 
 /// A variable's name at a "$"; the length of the whole, 0 if none is there.
-size_t scanVariable(const char *text, bool bracesOnly, std::string_view &name)
+size_t scanVariable(const char *text, std::string_view &name)
 {
     const bool braceFlag = text[1] == '{';
     const char *start = text + (braceFlag ? 2 : 1);
-    if (!isNameStart(*start) || (bracesOnly && !braceFlag)) {
+    if (!isNameStart(*start)) {
         return 0;
     }
     const char *end = start;
@@ -116,7 +116,7 @@ private:
         const char next = text[count];
         const bool protectFlag = (next == '$' && has(TRK_EXPAND_VARIABLES)) ||
                                  (next == '`' && has(TRK_EXPAND_EXPRESSIONS));
-        if (!protectFlag || has(TRK_EXPAND_NO_ESCAPES)) {
+        if (!protectFlag) {
             myOut.appendRepeated('\\', int64_t(count));
             return count;
         }
@@ -132,8 +132,7 @@ private:
     size_t takeVariable(const char *text)
     {
         std::string_view name;
-        const size_t length =
-            has(TRK_EXPAND_VARIABLES) ? scanVariable(text, has(TRK_EXPAND_BRACES_ONLY), name) : 0;
+        const size_t length = has(TRK_EXPAND_VARIABLES) ? scanVariable(text, name) : 0;
         if (length == 0) {
             myOut.append('$');
             return 1;
@@ -340,7 +339,7 @@ bool TRK_Manager::scanForVariableInString(const char *text, const char *name)
     }
     for (const char *c = std::strchr(text, '$'); c != nullptr; c = std::strchr(c + 1, '$')) {
         std::string_view found;
-        if (scanVariable(c, false, found) != 0 && found == name) {
+        if (scanVariable(c, found) != 0 && found == name) {
             return true;
         }
     }

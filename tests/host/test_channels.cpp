@@ -252,6 +252,10 @@ TEST_F(Channels, StringsAreExpressions)
     EXPECT_EQ(textAt(fresh, 0), "0");
     fresh->setDefaultString("\"lit\"");
     EXPECT_EQ(textAt(fresh, 0), "lit");
+    ASSERT_TRUE(fresh->removeKey(0));
+    fresh->setDefaultString("\"f$F\"");
+    EXPECT_EQ(textAt(fresh, 1), "f25");
+    EXPECT_TRUE(fresh->isTimeDependent()) << "without keys the default slot counts";
     TRK_Channel *number = make("number", "1 / 4");
     EXPECT_EQ(textAt(number, 0), "0.25");
     TRK_Channel *digits = make("digits", "'12' + '.5'");

@@ -339,8 +339,8 @@ TEST(Expressions, TextsExpand)
         {"a`$T`b", 7, "a0.5b", true},
         {"`strcat('`', \"x\")`", 3, "`x", false},
         {"\\$HIP \\\\$HIP \\`", 3, "$HIP \\/show/shot `", false},
-        {"\\$HIP", 1 | 8, "\\/show/shot", false},
-        {"$HIP ${HIP}", 1 | 16, "$HIP /show/shot", false},
+        {"\\$HIP $HIP ${HIP} `1`", 3 | 8 | 16, "$HIP /show/shot /show/shot 1", false},
+        {"$HIP `1`", 8 | 16, "$HIP `1`", false},
         {"$NOPE ${NOPE} $ ${", 3, "$NOPE ${NOPE} $ ${", false},
         {"`1+1` $HIP", 1, "`1+1` /show/shot", false},
     };

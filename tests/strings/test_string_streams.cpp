@@ -178,6 +178,8 @@ TEST(StringStreams, OldReferencesAndMenusAreRewritten)
     ASSERT_TRUE(p.load("( !!ch(q) )"));
     ASSERT_NE(p.channel(), nullptr);
     EXPECT_EQ(p.expression(), "chs(q)");
+    ASSERT_TRUE(p.load("( \"!!ch('r')!!\" )"));
+    EXPECT_EQ(p.expression(), "chs('r')");
 
     OneString menu;
     menu.build();

@@ -71,8 +71,7 @@ TEST(Strings, ExpandedReadsReplaceVariablesAndBackticks)
         {ZEL_FILE, nullptr, "~/$HIP", "/home/me//show"},
         {ZEL_COMMAND, nullptr, "~", "/home/me"},
         {ZEL_FILE, nullptr, "~other a~", "~other a~"},
-        {ZEL_STRING, "KSL", "\\$HIP $HIP ${HIP}", "\\$HIP $HIP /show"},
-        {ZEL_FILE, "ksl", "$HIP", "/show"}, // the language counts for plain texts only
+        {ZEL_STRING, "KSL", "\\$HIP $HIP ${HIP} ~", "$HIP /show /show ~"}, // code is no exception
         {ZEL_ALPHASTRING, nullptr, "$HIP-1", "_show_1"},
     };
     for (const Case &c : cases) {
@@ -269,6 +268,29 @@ TEST(Strings, HardeningStoresTheExpressionForm)
     EXPECT_EQ(p.raw(), "\"y\"") << "what was stored";
 }
 
+TEST(Strings, HardeningLeavesNothingPending)
+{
+    const ManagerSettings settings;
+    OneString p;
+    p.build();
+    p.setText("strcat(\"x\", 1)", 0, TRK_MEANING_NATIVE);
+    p.instance->hardenChanges(0.0, 0, true, nullptr, nullptr);
+    EXPECT_EQ(p.instance->getChanState(0.0, 0), ZEL_CHAN_KEY) << "an expression drives the key";
+    EXPECT_EQ(p.expression(), "\"x1\"");
+
+    p.setText("strcat(\"x\", 1)", 0, TRK_MEANING_NATIVE);
+    p.setText("y", 0, TRK_MEANING_LITERAL, 0.0, ZEL_ADDKEY_HARDEN);
+    EXPECT_EQ(p.instance->getChanState(0.0, 0), ZEL_CHAN_KEY);
+    EXPECT_EQ(p.expression(), "\"y\"");
+
+    TRK_Manager::getContext().setCommitPreference(false);
+    p.setText("z", 0, TRK_MEANING_LITERAL, 1.0);
+    ASSERT_EQ(p.instance->getChanState(1.0, 0), ZEL_CHAN_PENDING);
+    p.instance->setKey(1.0, 0);
+    EXPECT_EQ(p.instance->getChanState(1.0, 0), ZEL_CHAN_KEY);
+    EXPECT_EQ(p.read(true, 0.5) + p.read(true, 1.0), "yz") << "the key takes the pending text";
+}
+
 TEST(Strings, MenusReadTheTextOfAChannel)
 {
     struct Case
@@ -282,6 +304,10 @@ TEST(Strings, MenusReadTheTextOfAChannel)
                           {false, "`ch(\"q\")`", "`ch(\"q\")`"},
                           {true, "!!ch(q)", "`chs(q)"},
                           {false, "!!ch(q)", "`chs(q)"},
+                          {false, " !!ch(\"../q\")!!", " `chs(\"../q\")`"},
+                          {false, "`!!ch(\"q\")!!`", "chs(\"q\")"},
+                          {false, "`!!ch(\"q\")`", "`!!ch(\"q\")`"},
+                          {false, "!!ch(\"q\")!!x", "!!ch(\"q\")!!x"},
                           {false, "!!ch", "!!ch"}};
     for (const Case &c : cases) {
         OneString p;
@@ -300,6 +326,11 @@ TEST(Strings, MenusReadTheTextOfAChannel)
     EXPECT_EQ(p.expression(), "chs(\"q\")");
     p.instance->setExpression(0.0, "!!ch(q)", TRK_LANGUAGE_NATIVE, 0, false, false);
     EXPECT_EQ(p.expression(), "chs(q)");
+    for (const char *old : {"!!ch(\"r\")!!", "`!!ch(\"r\")!!`"}) {
+        p.instance->setExpression(0.0, "1", TRK_LANGUAGE_NATIVE, 0, false, false);
+        p.instance->setExpression(0.0, old, TRK_LANGUAGE_NATIVE, 0, false, false);
+        EXPECT_EQ(p.expression(), "chs(\"r\")") << old;
+    }
     p.instance->setExpression(0.0, "ch(\"q\")", TRK_LANGUAGE_PYTHON, 0, false, false);
     EXPECT_EQ(p.expression(), "ch(\"q\")") << "Python is kept as it stands";
 }
