@@ -73,11 +73,15 @@ ZELX_Node::ZELX_Node(ZELX_Node *parent, const char *name, ZEL_Template *template
 {
     constexpr bool deleteChannels = false;
     myChannels.setPathResolver(this);
+    if (nodeType && *nodeType) {
+        myPresets = std::make_unique<ZEL_PresetInfo>(thePresetTable, nodeType);
+    }
     myParms =
         std::make_unique<ZEL_ParmList>(templates ? templates : theNoTemplates, &myChannels, this,
-                                       nullptr, KIT_StringRef(nodeType), deleteChannels);
+                                       myPresets.get(), KIT_StringRef(nodeType), deleteChannels);
     setParmList(myParms.get());
     myParms->setEventHandler(this, handleChange);
+    applyDefaultPreset();
 }
 
 ZELX_Node::~ZELX_Node()
@@ -85,6 +89,14 @@ ZELX_Node::~ZELX_Node()
     myParms->setEventHandler(nullptr, nullptr);
     myParms->clearParmOwner();
     setParmList(nullptr);
+}
+
+void ZELX_Node::applyDefaultPreset()
+{
+    const int preset = myPresets ? myPresets->getDefaultPreset() : -1;
+    if (preset >= 0) {
+        myPresets->loadPresetFile(myParms.get(), myPresets->getPresetPath(preset));
+    }
 }
 
 ZELX_Node *ZELX_Node::addChild(const char *name, ZEL_Template *templates, const char *nodeType)
@@ -272,6 +284,17 @@ bool ZELX_Node::runMenuScript(const char *, std::ostream &, std::ostream &err)
 {
     err << "this application has no command language\n";
     return false;
+}
+
+bool ZELX_Node::savePresetContents(std::ostream &os)
+{
+    constexpr bool binary = false;
+    constexpr bool compact = false;
+    os << "channels\n";
+    myChannels.save(os, binary);
+    os << "values\n";
+    myParms->save(os, binary, compact);
+    return os.good();
 }
 
 void ZELX_Node::pushScriptContext(std::unique_ptr<ZEL_ParmOwnerContext> &scope)

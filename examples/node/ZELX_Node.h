@@ -6,8 +6,8 @@
 ///             "." from a node on; *node type* = the name under which lists of equal templates
 ///             share their name tables; *structure* = which parameters the node has.
 /// Units:      parm indices as in ZEL_ParmList; time in seconds.
-/// Ownership:  owns its children, its channels and its parameters. Borrows its templates, which
-///             must outlive it, and its parent.
+/// Ownership:  owns its children, its channels, its parameters and their presets. Borrows its
+///             templates, which must outlive it, and its parent.
 /// Threads:    evaluation of all nodes of a tree from any thread at once, references included.
 ///             Everything that changes a node, a variable or the tree belongs to one thread, while
 ///             nobody evaluates.
@@ -15,7 +15,7 @@
 ///             manager and answers false.
 ///
 /// The slots of ZEL_ParmOwner below are filled as far as a plain tree of nodes needs: a fuller
-/// application adds presets, menu scripts and data references where these say that there are none.
+/// application adds menu scripts and data references where these say that there are none.
 #pragma once
 
 #include <KIT/KIT_StringHolder.h>
@@ -23,6 +23,7 @@
 #include <TRK/TRK_ValueSource.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
+#include <ZEL/ZEL_PresetInfo.h>
 
 #include <cstdint>
 #include <functional>
@@ -44,7 +45,12 @@ public:
     /// Told of a button, and of a parameter whose dependencies may have changed.
     using DependencyCallback = std::function<void(ZELX_Node &, int parmIndex)>;
 
-    /// A root, whose path is "/". Null templates make a node without parameters.
+    /// The table under which presets of these nodes are kept.
+    static constexpr const char *thePresetTable = "Node";
+
+    /// A root, whose path is "/". Null templates make a node without parameters. A node with a type
+    /// starts with the type's preset "Permanent Defaults", if there is one; what is at fault with it
+    /// is told to the thread's error manager.
     explicit ZELX_Node(ZEL_Template *templates = nullptr, const char *nodeType = nullptr);
     ~ZELX_Node() override;
 
@@ -74,6 +80,8 @@ public:
     TRK_Collection &getChannels() { return myChannels; }
     /// Reads a channel file and links the parameters to what it brought; false if it is at fault.
     bool loadChannels(KIT_IStream &is);
+    /// The presets of the node's type; null for a node without one.
+    ZEL_PresetInfo *getPresets() { return myPresets.get(); }
     /// Links each parameter to the channels of its names, as after channels came or went.
     void linkChannels() { myParms->reloadChannelPtrs(); }
     ///@}
@@ -133,8 +141,9 @@ public:
     void pushScriptContext(std::unique_ptr<ZEL_ParmOwnerContext> &scope) override;
     void *ownerHook() override { return nullptr; }
     void adjustExpandedPath(KIT_String &) override {}
-    /// The node adds nothing of its own to a preset.
-    bool savePresetContents(std::ostream &) override { return true; }
+    /// Its channels and values, the sections that every preset may have.
+    bool savePresetContents(std::ostream &os) override;
+    /// The node has no sections of its own.
     bool loadPresetSection(const char *, KIT_IStream &) override { return false; }
     int getParmEditState() override { return 0; }
     ZEL_Parm *followChannelReference(int, double, int, int &) override { return nullptr; }
@@ -156,6 +165,7 @@ private:
     struct SpareFloat;
 
     bool makeSpare(const char *name);
+    void applyDefaultPreset();
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
     ZELX_Node *getRoot();
     ZELX_Node *step(const std::string &name);
@@ -173,6 +183,7 @@ private:
     // Kept to the end, though a spare parameter may go sooner: parameters look at their templates
     // until they are gone.
     std::vector<std::unique_ptr<SpareFloat>> mySpareFloats;
+    std::unique_ptr<ZEL_PresetInfo> myPresets;
     // The order matters: parameters give their channels back, so they must go first, and the
     // children before either.
     TRK_Collection myChannels;

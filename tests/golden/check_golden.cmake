@@ -1,13 +1,20 @@
 # Runs a program and compares its standard output with a golden file, byte for byte.
 #
-#   cmake -DPROGRAM=... -DARGS="a;b" -DFOLDER=... -DGOLDEN=... [-DUPDATE=ON] -P check_golden.cmake
+#   cmake -DPROGRAM=... -DARGS="a;b" -DFOLDER=... -DGOLDEN=... [-DINPUT=FILE] [-DEXIT=1] [-DUPDATE=ON]
+#         -P check_golden.cmake
 #
 # UPDATE rewrites the golden file instead: configure with -DZEL_UPDATE_GOLDEN=ON, run the tests with
 # the label golden, look at the difference, and configure with OFF again. What differs is left beside
 # the program as NAME.actual.
-execute_process(COMMAND "${PROGRAM}" ${ARGS} WORKING_DIRECTORY "${FOLDER}"
+if(NOT INPUT)
+    set(INPUT /dev/null)
+endif()
+if(NOT EXIT)
+    set(EXIT 0)
+endif()
+execute_process(COMMAND "${PROGRAM}" ${ARGS} WORKING_DIRECTORY "${FOLDER}" INPUT_FILE "${INPUT}"
     OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
-if(NOT result EQUAL 0)
+if(NOT result EQUAL EXIT)
     message(FATAL_ERROR "${PROGRAM} ended with ${result}:\n${errors}")
 endif()
 

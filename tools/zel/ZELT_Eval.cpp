@@ -72,7 +72,7 @@ std::string parseFrames(const std::string &text, Rows &rows)
 // Columns: components
 // -------------------------------------------------------------------- //
 
-/// A component by the name of its parameter: items of blocks come and go with time.
+/// A component by the name of its parameter, which the item of a block may lose while it evaluates.
 struct Column
 {
     std::string token;
@@ -127,7 +127,7 @@ bool findColumns(ZELT_Session &session, const std::vector<std::string> &tokens, 
 // Cells
 // -------------------------------------------------------------------- //
 
-/// Nothing for an item that isn't there at that time.
+/// Nothing for an item that is gone.
 using Cell = std::variant<std::monostate, double, std::int64_t, std::string>;
 
 std::string cellText(const Cell &cell)
@@ -189,7 +189,7 @@ public:
         table.faults.resize(columns.size());
     }
 
-    /// On one thread, where the items of blocks may come and go.
+    /// On the thread that owns the list, where reading a block's count may make or remove items.
     void runHere()
     {
         for (std::int64_t row = 0; row < myRows.count; ++row) {
@@ -263,7 +263,7 @@ private:
     std::mutex myLock;
 };
 
-/// Whether the items of any block may differ from time to time.
+/// Whether reading a block's count may change its items while others evaluate.
 bool hasAnimatedBlock(ZEL_ParmList &parms)
 {
     for (int i = 0; i < parms.getEntries(); ++i) {

@@ -126,7 +126,7 @@ void ZELT_Script::describe()
     if (myName.find('/') != std::string::npos) {
         myName = stemOf(myFile);
     }
-    const std::size_t count = static_cast<std::size_t>(myPage->computeTemplateSize());
+    const auto count = static_cast<std::uint32_t>(myPage->computeTemplateSize());
     myTemplates.reset(new ZEL_Template[count + 1]);
     int index = 0;
     ZEL_ScriptImports *imports = nullptr;

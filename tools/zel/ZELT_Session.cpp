@@ -5,6 +5,7 @@
 #include "ZELT_Script.h"
 
 #include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
@@ -21,7 +22,6 @@ namespace
 {
 
 constexpr bool thePropagate = true;
-constexpr bool theReplaceExpression = true;
 
 /// Why a component can't be changed at that time, "" if it can.
 std::string refusal(const ZEL_Parm &parm, int index, double time)
@@ -31,6 +31,15 @@ std::string refusal(const ZEL_Parm &parm, int index, double time)
            : !parm.canAccess(ZEL_Parm::theWriteMask) ? token + " isn't allowed to change"
            : !parm.isEditable(time, index)           ? token + " can't be changed"
                                                      : "";
+}
+
+/// Whether an expression drives the component at that time, which a value then replaces. A curve
+/// between keys stays one.
+bool hasExpression(const ZEL_Parm &parm, int index, double time)
+{
+    const TRK_Channel *const channel = parm.getChannel(index);
+    const TRK_Segment *const segment = channel ? channel->getExpressionSegment(time) : nullptr;
+    return segment && !segment->isInterpolated();
 }
 
 /// A key from which the value goes on in a straight line.
@@ -193,8 +202,8 @@ std::string ZELT_Session::setComponent(ZEL_Parm &parm, int index, const std::str
         return refused;
     }
     if (type.isStringType()) {
-        parm.setValue(time, value.c_str(), TRK_MEANING_LITERAL, theReplaceExpression, index,
-                      ZEL_ADDKEY_PENDING, thePropagate);
+        parm.setValue(time, value.c_str(), TRK_MEANING_LITERAL, hasExpression(parm, index, time),
+                      index, ZEL_ADDKEY_PENDING, thePropagate);
         return "";
     }
     if (type.isDataType()) {
@@ -211,7 +220,8 @@ std::string ZELT_Session::setComponent(ZEL_Parm &parm, int index, const std::str
         }
         number = place;
     }
-    parm.setValue(time, number, theReplaceExpression, index, ZEL_ADDKEY_PENDING, thePropagate);
+    parm.setValue(time, number, hasExpression(parm, index, time), index, ZEL_ADDKEY_PENDING,
+                  thePropagate);
     return "";
 }
 
@@ -324,12 +334,17 @@ bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double ti
     const auto tell = [&](const std::string &fault) {
         good = ZELTtakeFault("", fault, messages) && good;
     };
-    if (!inputs.values.empty()) {
-        good = ZELTtakeFault(inputs.values, session.loadValues(inputs.values), messages);
-    }
+    // Values may refer to channels, so these come first; a plain value takes its channel away, so they
+    // come again: what the channel file animates is animated.
     if (!inputs.channels.empty()) {
-        good =
-            ZELTtakeFault(inputs.channels, session.loadChannels(inputs.channels), messages) && good;
+        good = ZELTtakeFault(inputs.channels, session.loadChannels(inputs.channels), messages);
+    }
+    if (!inputs.values.empty()) {
+        good = ZELTtakeFault(inputs.values, session.loadValues(inputs.values), messages) && good;
+        if (!inputs.channels.empty()) {
+            const KIT_ErrorManager::Scope toldAlready(BASgetSTID());
+            session.loadChannels(inputs.channels);
+        }
     }
     for (const std::string &option : inputs.sets) {
         tell(session.applySet(option, time));

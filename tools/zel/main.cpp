@@ -2,6 +2,7 @@
 
 #include "ZELT_Commands.h"
 #include "ZELT_Messages.h"
+#include "ZELT_Preset.h"
 
 #include <SNK/SNK_Python.h>
 
@@ -27,6 +28,7 @@ struct Calls
     ZELT_ConvertCall convert;
     ZELT_DiffCall diff;
     ZELT_ShellCall shell;
+    ZELT_PresetCall preset;
     std::function<int(ZELT_Messages &)> run;
 };
 
@@ -138,6 +140,53 @@ void addShell(CLI::App &app, Calls &calls)
     shell->add_option("FILE", calls.shell.file, "A dialog script")->required();
 }
 
+using PresetCommand = int (*)(const ZELT_PresetCall &, const ZELT_Options &, ZELT_Messages &);
+
+/// A command on the presets of a node type.
+CLI::App &addPresetCommand(CLI::App &presets, Calls &calls, const char *name, const char *what,
+                           const char *example, PresetCommand function)
+{
+    CLI::App *const command = addCommand(presets, calls, name, what, example,
+                                         [&calls, function](ZELT_Messages &messages) {
+                                             return function(calls.preset, calls.options, messages);
+                                         });
+    command->add_option("TABLE", calls.preset.table, "The family of node types")->required();
+    command->add_option("OPNAME", calls.preset.opName, "The node type")->required();
+    return *command;
+}
+
+void addPresets(CLI::App &app, Calls &calls)
+{
+    ZELT_PresetCall &call = calls.preset;
+    CLI::App &presets = *app.add_subcommand("preset", "Presets on the search path (ZEL_PATH)");
+    presets.footer("Example:\n  zel preset list Node light");
+    presets.require_subcommand(1);
+    addPresetCommand(presets, calls, "list", "List them by name", "zel preset list Node light",
+                     ZELTpresetList);
+    CLI::App &show = addPresetCommand(presets, calls, "show", "Print the text of one",
+                                      "zel preset show Node light Night", ZELTpresetShow);
+    CLI::App &apply =
+        addPresetCommand(presets, calls, "apply", "Load one and print the values",
+                         "zel preset apply Node light Night examples/light.ds", ZELTpresetApply);
+    CLI::App &save = addPresetCommand(
+        presets, calls, "save", "Save values as one",
+        "zel preset save Node light Night examples/light.ds --values examples/light_night.parms",
+        ZELTpresetSave);
+    CLI::App &remove = addPresetCommand(presets, calls, "delete", "Delete one",
+                                        "zel preset delete Node light Night", ZELTpresetDelete);
+    for (CLI::App *const command : {&show, &apply, &save, &remove}) {
+        command->add_option("NAME", call.name, "The preset")->required();
+    }
+    for (CLI::App *const command : {&apply, &save}) {
+        command->add_option("FILE", call.file, "A dialog script")->required();
+        addInputs(*command, call.inputs, call.time);
+    }
+    for (CLI::App *const command : {&save, &remove}) {
+        command->add_option("--dir", call.folder, "A folder of the search path");
+    }
+    apply.add_option("--out", call.out, "A file for the values, as text");
+}
+
 /// The exit code of a call that never ran, or -1.
 int parse(CLI::App &app, int argc, char **argv, ZELT_Messages &messages)
 {
@@ -165,6 +214,7 @@ int run(int argc, char **argv)
     addEvalAndState(app, calls);
     addStreams(app, calls);
     addShell(app, calls);
+    addPresets(app, calls);
     const int ended = parse(app, argc, argv, messages);
     if (ended >= 0) {
         return ended;
