@@ -343,6 +343,11 @@ void ZEL_Float::setValue(double time, const char *text, TRK_StringMeaning meanin
                          bool replaceExpression, int index, ZEL_AddKeyType addKey,
                          ZEL_KeySetType keySet)
 {
+    // The text form of the override marks and offers without a look at the index.
+    if (!validIndex(index)) {
+        indexError(index);
+        return;
+    }
     if (!setOverrideFloat(time, text, replaceExpression, index, addKey, keySet)) {
         return;
     }

@@ -248,6 +248,7 @@ bool ZEL_Float::loadBinary(KIT_IStream &is)
 {
     LoadRules rules;
     rules.classId = floatClassId();
+    rules.lastValueId = FLOAT_VALUE;
     rules.label = theLoadLabel;
     rules.wrongClassFails = true;
     rules.stopOnError = true;

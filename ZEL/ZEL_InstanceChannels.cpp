@@ -417,7 +417,7 @@ bool ZEL_Instance::setChannelAlias(const KIT_StringHolder &alias, int index)
         return false;
     }
     if (!myChannelAliases) {
-        myChannelAliases = new KIT_StringHolder[std::size_t(getVectorSize())];
+        myChannelAliases = new KIT_StringHolder[std::uint32_t(getVectorSize())];
     }
     myChannelAliases[index] = alias;
     TRK_Channel *channel = myChannels[index];

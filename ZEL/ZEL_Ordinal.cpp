@@ -41,10 +41,8 @@ ZEL_Ordinal::ZEL_Ordinal(const ZEL_Ordinal &source, ZEL_Parm *parm)
     const int size = getVectorSize();
     allocateValues();
     for (int i = 0; i < size; ++i) {
-        myValues[i] = BASload(source.myValues[i]);
-        myLoadedStrings[i] = source.myLoadedStrings[i];
+        copyComponent(source, i);
     }
-    myNumHeld = source.myNumHeld;
 }
 
 ZEL_Ordinal::~ZEL_Ordinal()
@@ -83,10 +81,7 @@ void ZEL_Ordinal::adopt(ZEL_Instance &source)
     if (const auto *other = dynamic_cast<const ZEL_Ordinal *>(&source)) {
         const int size = std::min(getVectorSize(), other->getVectorSize());
         for (int i = 0; i < size; ++i) {
-            setInternalValue(i, BASload(other->myValues[i]));
-            if (!other->myLoadedStrings[i].isNull()) {
-                holdToken(i, other->myLoadedStrings[i].c_str());
-            }
+            copyComponent(*other, i);
         }
     }
     setDefaultsInitFlag(true);
@@ -255,6 +250,11 @@ void ZEL_Ordinal::setValue(double time, const char *text, TRK_StringMeaning mean
                            bool replaceExpression, int index, ZEL_AddKeyType addKey,
                            ZEL_KeySetType keySet)
 {
+    // The text form of the override marks and offers without a look at the index.
+    if (!validIndex(index)) {
+        indexError(index);
+        return;
+    }
     if (!setOverrideInt(time, text, replaceExpression, index, addKey, keySet)) {
         return;
     }

@@ -131,7 +131,11 @@ private:
     std::int64_t getInternalValue(int index, Choices &choices) const;
     void setInternalValue(int index, std::int64_t value) const;
     bool hasHeldTokens() const { return __atomic_load_n(&myNumHeld, __ATOMIC_ACQUIRE) != 0; }
+    /// Null when none is held.
+    KIT_StringHolder heldToken(int index) const;
     void holdToken(int index, const char *token);
+    /// Value and held token. The source may be read, and its tokens resolved, by others meanwhile.
+    void copyComponent(const ZEL_Ordinal &source, int index);
     void resolveLoadedStrValue(int index, Choices &choices) const;
 
     // Evaluation

@@ -216,6 +216,7 @@ bool ZEL_Ordinal::loadBinary(KIT_IStream &is)
 {
     LoadRules rules;
     rules.classId = ordinalClassId();
+    rules.lastValueId = ORDINAL_CHANNEL;
     rules.label = theLoadLabel;
     rules.warnTooFew = rules.warnTooMany = !isSwitcherList();
     // Unlike a float's, a foreign packet ends the values and fails nothing, and errors of one

@@ -241,6 +241,22 @@ void ZEL_Ordinal::setInternalValue(int index, std::int64_t value) const
     }
 }
 
+KIT_StringHolder ZEL_Ordinal::heldToken(int index) const
+{
+    const std::lock_guard<BAS_ByteLock> guard(myHeldLock);
+    return myLoadedStrings[index];
+}
+
+void ZEL_Ordinal::copyComponent(const ZEL_Ordinal &source, int index)
+{
+    // The token first: once it is gone the value is there.
+    const KIT_StringHolder token = source.heldToken(index);
+    setInternalValue(index, BASload(source.myValues[index]));
+    if (!token.isNull()) {
+        holdToken(index, token.c_str());
+    }
+}
+
 void ZEL_Ordinal::holdToken(int index, const char *token)
 {
     const std::lock_guard<BAS_ByteLock> guard(myHeldLock);
@@ -252,11 +268,7 @@ void ZEL_Ordinal::holdToken(int index, const char *token)
 
 void ZEL_Ordinal::resolveLoadedStrValue(int index, Choices &choices) const
 {
-    KIT_StringHolder token;
-    {
-        const std::lock_guard<BAS_ByteLock> guard(myHeldLock);
-        token = myLoadedStrings[index];
-    }
+    const KIT_StringHolder token = heldToken(index);
     if (token.isNull()) {
         return;
     }

@@ -159,8 +159,9 @@ public:
     void saveSingle(ZEL_Parm *parm, std::ostream &os, bool binary) const;
     /// Reads what `save` wrote, in the form the stream is in; `name` names it in messages and may
     /// be null. A parameter that isn't in the stream keeps its value. Entries that this list
-    /// doesn't know go to the owner's hook first, then to `fallbackList`, which may be null. What
-    /// was set before a failure stays. True if every entry was taken without an error.
+    /// doesn't know go to `fallbackList`, which may be null; names that neither knows are offered
+    /// to the owner's hook beforehand. What was set before a failure stays. True if every entry was
+    /// taken without an error.
     bool load(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList);
     /// The second names of channels, text only; the flag and the name are ignored.
     void saveChannelAliases(std::ostream &os, bool binary);

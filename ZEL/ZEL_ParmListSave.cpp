@@ -85,21 +85,21 @@ int ZEL_ParmList::classPacketId()
 
 void ZEL_ParmList::save(std::ostream &os, bool binary, bool compact) const
 {
-    std::vector<const ZEL_Parm *> sorted;
+    // Not the list's own array, which moves when a menu reads a multi-parameter that then grows.
+    std::vector<const ZEL_Parm *> parms;
+    parms.reserve(std::size_t(getEntries()));
+    std::copy_if(myParms.begin(), myParms.end(), std::back_inserter(parms), isSaved);
     if (KIT_EnvControl::getInt(KIT_ENV_SORTED_SAVE) != 0) {
-        std::copy_if(myParms.begin(), myParms.end(), std::back_inserter(sorted), isSaved);
-        sortByToken(sorted);
-        saveParms(os, sorted.data(), std::int64_t(sorted.size()), binary, compact);
-    } else {
-        saveParms(os, myParms.begin(), getEntries(), binary, compact);
+        sortByToken(parms);
     }
+    saveParms(os, parms.data(), std::int64_t(parms.size()), binary, compact);
 }
 
 void ZEL_ParmList::saveSingle(ZEL_Parm *parm, std::ostream &os, bool binary) const
 {
     if (parm) {
         const ZEL_Parm *const single = parm;
-        saveParms(os, &single, 1, binary, false);
+        saveParms(os, &single, isSaved(parm) ? 1 : 0, binary, false);
     }
 }
 
@@ -125,11 +125,9 @@ void ZEL_ParmList::saveText(Composer &out, const ZEL_Parm *const *parms, std::in
               << '\n';
     bool goesOn = true;
     for (std::int64_t i = 0; i < count && goesOn; ++i) {
-        if (isSaved(parms[i])) {
-            out.bytes << tokenOf(*parms[i]);
-            parms[i]->save(out.stream, 0, false);
-            goesOn = out.endEntry();
-        }
+        out.bytes << tokenOf(*parms[i]);
+        parms[i]->save(out.stream, 0, false);
+        goesOn = out.endEntry();
     }
     out.bytes << "}\n";
 }
@@ -141,7 +139,7 @@ void ZEL_ParmList::saveBinary(Composer &out, const ZEL_Parm *const *parms, std::
     out.bytes.appendPacket(classId, LIST_VERSION, theFileVersion);
     bool goesOn = true;
     for (std::int64_t i = 0; i < count && goesOn; ++i) {
-        if (isSaved(parms[i]) && !(compact && isLeftOutOfCompact(*parms[i]))) {
+        if (!(compact && isLeftOutOfCompact(*parms[i]))) {
             const std::size_t payload = out.bytes.beginPacket(classId, LIST_PARM);
             out.bytes.appendText(tokenOf(*parms[i]));
             parms[i]->save(out.stream, 1, compact);

@@ -112,7 +112,7 @@ ZEL_Template *ZELcreateRampTemplate(const char *token, ZEL_MultiType type,
     }
 
     const int count = ZEL_Template::countTemplates(source);
-    auto *templates = new ZEL_Template[static_cast<size_t>(count) + 1];
+    auto *templates = new ZEL_Template[static_cast<uint32_t>(count) + 1];
     for (int i = 0; i < count; i++) {
         templates[i] = source[i];
         templates[i].setNamePtr(makeName(source[i], prefixFlag ? &prefix : nullptr));

@@ -32,6 +32,7 @@
 #include <ZEL/ZEL_SpareData.h>
 
 #include <memory>
+#include <string_view>
 
 class DS_Stream;
 class ZEL_ScriptParm;
@@ -162,7 +163,7 @@ private:
     using Parser = bool (ZEL_ScriptPage::*)(DS_Stream &, const Context &, const Keyword &);
     struct Keyword
     {
-        const char *word;
+        std::string_view word;
         Parser parser;
         int argument; ///< a flag, a multi type or a kind of condition
         bool importOnlyFlag;

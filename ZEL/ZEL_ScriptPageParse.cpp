@@ -328,7 +328,7 @@ bool ZEL_ScriptPage::parseGroup(DS_Stream &stream, const Context &context, const
 {
     const bool collectionFlag = keyword.argument == GROUP_COLLECTION;
     std::unique_ptr<ZEL_ScriptParm> parm(newParm());
-    if (!parm->parseGroup(stream, this, collectionFlag ? theNoChain : keyword.word,
+    if (!parm->parseGroup(stream, this, collectionFlag ? theNoChain : keyword.word.data(),
                           context.depth)) {
         return false;
     }

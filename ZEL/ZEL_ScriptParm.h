@@ -37,6 +37,7 @@
 #include <ZEL/ZEL_Type.h>
 
 #include <memory>
+#include <string_view>
 
 class DS_Stream;
 class KIT_WorkBuffer;
@@ -174,7 +175,7 @@ private:
     using Parser = bool (ZEL_ScriptParm::*)(DS_Stream &stream, int argument);
     struct Keyword
     {
-        const char *word;
+        std::string_view word;
         Parser parser;
         int argument; ///< an interface bit, a flag, or a kind of menu or condition
     };

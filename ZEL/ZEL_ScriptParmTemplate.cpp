@@ -123,7 +123,7 @@ void ZEL_ScriptParm::fillParm(ZEL_Template &target)
 int ZEL_ScriptParm::buildMultiParmTemplate(ZEL_ScriptImports *&imports, int depth)
 {
     const int size = myGroup->computeTemplateSize();
-    myMultiTemplate.reset(new ZEL_Template[static_cast<size_t>(size) + 1]);
+    myMultiTemplate.reset(new ZEL_Template[static_cast<uint32_t>(size) + 1]);
     int index = 0;
     for (int i = 0; i < myGroup->getPageCount(); i++) {
         myGroup->getPage(i)->fillTemplate(myMultiTemplate.get(), index, imports, depth + 1, -1,

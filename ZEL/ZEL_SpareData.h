@@ -198,9 +198,11 @@ public:
     /// The default of a colour or a float ramp, as one text.
     const char *getColorRampDefaultValue() const { return getValue(getColorRampDefaultToken()); }
     const char *getFloatRampDefaultValue() const { return getValue(getFloatRampDefaultToken()); }
-    /// Fills a ramp from its default; says whether it did. Default texts of ramps aren't read yet:
-    /// answers false and changes nothing.
+    /// Sets a ramp's keys from the text of its kind (ZEL_RampUtils.h); the count of keys stays.
+    /// False, and no change, without a text or for another parameter.
     bool getRampDefaultToParm(ZEL_Parm &parm) const;
+    /// Makes a ramp's present keys the text of its kind. Nothing for another parameter.
+    void setRampDefaultFromParm(const ZEL_Parm &parm);
     /// The interpolation of a new key.
     const char *getRampBasisDefault() const { return getValue(getRampBasisDefaultToken()); }
     void setRampBasisDefault(const char *basis)

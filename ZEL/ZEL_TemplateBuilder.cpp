@@ -70,8 +70,8 @@ void ZEL_TemplateBuilder::load(KIT_IStream &script, const char **cppOptions, int
     myPage = new ZEL_ScriptPage;
     myPage->parse(stream, true, nullptr, false, true, 0);
 
-    const auto size = static_cast<size_t>(myPage->computeTemplateSize());
-    myTemplates = new ZEL_Template[size + static_cast<size_t>(extra) + 1];
+    const auto size = static_cast<uint32_t>(myPage->computeTemplateSize());
+    myTemplates = new ZEL_Template[size + static_cast<uint32_t>(extra) + 1];
     myLength = extra;
     ZEL_ScriptImports *imports = nullptr;
     myPage->fillTemplate(myTemplates, myLength, imports);

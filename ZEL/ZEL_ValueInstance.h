@@ -219,6 +219,7 @@ protected:
     struct LoadRules
     {
         int classId = 0;              ///< binary: of every packet
+        int lastValueId = 0;          ///< binary: higher packet ids are options
         const char *label = "";       ///< binary: names the load in common messages
         bool warnTooFew = true;       ///< code 2 when components are missing
         bool warnTooMany = true;      ///< code 3 for what is past the last component
@@ -244,7 +245,8 @@ protected:
     template <class ReadEntry>
     bool loadAsciiValues(const LoadRules &rules, const ReadEntry &readEntry);
     /// The packets up to the closing one. `readPacket(id, numRead)` answers false for a failed read
-    /// and counts the components; it isn't called once all are read.
+    /// and counts the components; it isn't called once all are read, but for the options of a
+    /// parameter that has none.
     template <class ReadPacket>
     bool loadBinaryValues(KIT_IStream &is, const LoadRules &rules, const ReadPacket &readPacket);
     /// An option's packet; common warning 8 for one that isn't.
@@ -450,6 +452,7 @@ template <class ReadPacket>
 bool ZEL_ValueInstance::loadBinaryValues(KIT_IStream &is, const LoadRules &rules,
                                          const ReadPacket &readPacket)
 {
+    const int size = getVectorSize();
     KIT_Packet packet;
     int readClass = 0;
     int packetId = 0;
@@ -465,7 +468,7 @@ bool ZEL_ValueInstance::loadBinaryValues(KIT_IStream &is, const LoadRules &rules
         if (packetId == 0) {
             revertMissing(numRead, rules);
             finished = true;
-        } else if (numRead < getVectorSize()) {
+        } else if (numRead < size || (size == 0 && packetId > rules.lastValueId)) {
             read = readPacket(packetId, numRead);
         } else if (rules.warnTooMany) {
             addParmWarning(ZEL_ERR_TOO_MANY_VALUES);

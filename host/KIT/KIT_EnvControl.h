@@ -16,6 +16,7 @@ enum KIT_EnvSetting
     KIT_ENV_CONDENSE_PATHS = 189,     ///< shorten paths below the scene's folder when they are set
     KIT_ENV_EXPERIMENTAL_PARMS = 222, ///< show parameters that scripts mark as experimental
     KIT_ENV_SORTED_SAVE = 307,        ///< write the parameters of a list sorted by token
+    KIT_ENV_FOLD_PATH_CASE = 330,     ///< folder names that differ in case only are the same
     KIT_ENV_MAX_STREAM_ITEMS = 340,   ///< multi-parameter items that a stream may make; 0: 100,000
     KIT_ENV_MAX_SCRIPT_NESTING = 341, ///< pages inside of each other in a dialog script; 0: 200
     KIT_ENV_MAX_VECTOR_SIZE = 342     ///< components that a dialog script may ask for; 0: 256

@@ -15,6 +15,7 @@ struct Message
 };
 
 constexpr char theZEL[] = "ZEL";
+constexpr char theSTO[] = "STO";
 constexpr char theTRK[] = "TRK";
 constexpr const char *theCommon = theKITCommonCategory;
 
@@ -39,6 +40,13 @@ constexpr Message theMessages[] = {
     {theZEL, 20, "A base parameter stands inside a multi-parameter: {}"},
     {theZEL, 21, "The component index is not valid: {}"},
     {theZEL, 22, "A multi-parameter would get more items than a stream may ask for: {}"},
+
+    // Index files (the codes are those of STO_IndexFile.h)
+    {theSTO, 1, "The file is no index file: {}"},
+    {theSTO, 2, "The index file has a version that cannot be read: {}"},
+    {theSTO, 3, "The index file is damaged: {}"},
+    {theSTO, 4, "A damaged index file is not written over: {}"},
+    {theSTO, 5, "The index file cannot be read: {}"},
 
     // Every class
     {theCommon, KIT_COMMON_WRONG_CLASS, "Data of another kind than expected: {}"},

@@ -233,6 +233,11 @@ public:
     /// reserved; give 0.
     int expandControlSequences(int flags = 0);
 
+    /// Replaces $NAME and ${NAME} by the environment's variables, and a "~" at the start, alone or in
+    /// front of a "/", by $HOME. What isn't set stays as it is written, as does the character behind
+    /// a backslash. Whether anything was replaced.
+    bool expandVariables();
+
     /// Splits at any of the separator characters; runs of them count once. Appends the parts and
     /// answers how many there were.
     int tokenize(KIT_StringArray &parts, const char *separators = " \t\n\r") const;

@@ -101,6 +101,13 @@ TEST(Floats, IndexOutsideTheVectorReadsZeroAndSetsAnError)
     EXPECT_EQ(takeMessages(), "ZEL 21");
     p.set(9.0, -1);
     EXPECT_EQ(takeMessages(), "ZEL 21");
+    p.instance->clearAllDirtyFlags();
+    for (const int outside : {3, -1}) {
+        p.instance->setValue(0.0, "9", TRK_MEANING_LITERAL, false, outside, ZEL_ADDKEY_PENDING,
+                             ZEL_KEYSET_PREFERENCE);
+        EXPECT_EQ(takeMessages(), "ZEL 21");
+        EXPECT_TRUE(p.instance->areAllFlagsClean());
+    }
     double value = 5.0;
     p.instance->getDefaultValue(value, 3);
     EXPECT_EQ(value, 5.0) << "nothing is written";

@@ -333,6 +333,9 @@ TEST_F(OrdinalStreams, ThreadsMeetAtAHeldToken)
     MenuOwner owner;
     OrdinalParm p(ZEL_ORD, 2, &loose);
     p.build(&owner);
+    ASSERT_TRUE(p.load("( b 7 )"));
+    p.instance->adopt(*p.instance);
+    EXPECT_EQ(p.value(), 1) << "adopting itself keeps the token";
     for (int round = 0; round < 200; ++round) {
         ASSERT_TRUE(p.load("( b 7 )"));
         std::atomic<int> wrong{0};
@@ -340,10 +343,16 @@ TEST_F(OrdinalStreams, ThreadsMeetAtAHeldToken)
         for (int t = 0; t < 4; ++t) {
             threads.emplace_back([&] { wrong += p.value(0) != 1 || p.value(1) != 2 ? 1 : 0; });
         }
+        // A copy made meanwhile has the token or the value.
+        const std::unique_ptr<ZEL_Instance> copy(p.instance->duplicateSelf(p.parm));
         for (std::thread &thread : threads) {
             thread.join();
         }
         ASSERT_EQ(wrong, 0);
+        copy->setDefaultsInitFlag(true);
+        std::int64_t copied = 0;
+        copy->getValue(p.list.get(), 0.0, copied, 1, 1);
+        ASSERT_EQ(copied, 2);
     }
 }
 

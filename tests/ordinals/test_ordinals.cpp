@@ -163,8 +163,12 @@ TEST_F(Ordinals, TextIsATokenANumberOrAnExpression)
     EXPECT_EQ(p.value(), 3);
     p.set(-0.5);
     EXPECT_EQ(p.value(), 0);
-    p.setText("1", 1);
-    EXPECT_EQ(takeMessages(), "ZEL 21");
+    p.instance->clearAllDirtyFlags();
+    for (const int outside : {1, -1}) {
+        p.setText("1", outside);
+        EXPECT_EQ(takeMessages(), "ZEL 21");
+        EXPECT_TRUE(p.instance->areAllFlagsClean());
+    }
 }
 
 TEST_F(Ordinals, ExpressionsRoundAndANumberIsOneToo)

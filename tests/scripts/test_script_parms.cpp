@@ -85,6 +85,7 @@ TEST(ScriptParms, TypeWords)
         {"type vector type nonsense", "p XYZ[3]", "W: Unknown parameter type - assuming float"},
         {"type oppath type nonsense", "p STRING oprelative=.",
          "W: Unknown parameter type - assuming float"},
+        {"type ramp_flt type nonsense", "p INT", "W: Unknown parameter type - assuming float"},
         {"type Float", "p FLT", "W: Unknown parameter type - assuming float"},
     });
     EXPECT_EQ(ZELlookupScriptType("int"), 0);
@@ -302,7 +303,7 @@ TEST(ScriptParms, FlagsKeepTextAndRequirements)
     };
     ZEL_ScriptParm kept;
     kept.setFlag(ZEL_ScriptParm::KEEP_TEXT);
-    ASSERT_EQ(parse(kept, "{ name p required size 2 default { 1.50 } }"), 1);
+    ASSERT_EQ(parse(kept, "{ name p required size 2 default { 1.50 } menu { a A } }"), 1);
     EXPECT_EQ(defaultsText(kept.getDefaults().data(), 2), " def(1.5:1.50,0:0)");
     EXPECT_TRUE(kept.getFlag(ZEL_ScriptParm::REQUIRED));
     ZEL_ScriptParm button;
@@ -311,6 +312,7 @@ TEST(ScriptParms, FlagsKeepTextAndRequirements)
     // A second block drops menu and defaults and keeps the rest.
     ASSERT_EQ(parse(kept, "{ label again }"), 1);
     EXPECT_TRUE(kept.getDefaults().isEmpty());
+    EXPECT_EQ(kept.getMenu(), nullptr);
     EXPECT_STREQ(kept.getName().getToken(), "p");
     EXPECT_EQ(kept.getSize(), 2);
 }

@@ -44,6 +44,7 @@ TEST(TemplateBuilder, FillsBehindTheExtraPlaces)
     EXPECT_EQ(builder.templateLength(), 12);
     EXPECT_EQ(tokens(builder), "parm parm a g b m h e f j l z");
     EXPECT_TRUE(builder.templates()[0].isTerminator() && builder.templates()[12].isTerminator());
+    EXPECT_EQ(builder.findTemplate("parm"), nullptr);
     EXPECT_EQ(build("{ name top }", -3).templateLength(), 0);
 }
 

@@ -1,0 +1,298 @@
+#include <ZEL/ZEL_PresetInfo.h>
+
+#include <KIT/KIT_Directory.h>
+#include <KIT/KIT_EnvControl.h>
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_OpUtils.h>
+#include <KIT/KIT_PathSearch.h>
+#include <KIT/KIT_Write.h>
+#include <STO/STO_FileLock.h>
+#include <STO/STO_IndexFile.h>
+#include <STO/STO_Info.h>
+#include <STO/STO_Reader.h>
+#include <STO/STO_Writer.h>
+
+#include <algorithm>
+#include <sstream>
+
+namespace
+{
+
+const KIT_String theEmptyString("");
+constexpr int theDataFiles = 0;
+constexpr const char *theSaveLabel = "Preset Save";
+
+KIT_String expanded(const char *text)
+{
+    KIT_String out(text ? text : "", true);
+    out.expandVariables();
+    return out;
+}
+
+KIT_String withoutSlashes(KIT_String text)
+{
+    while (text.lastChar() == '/') {
+        text.truncate(text.length() - 1);
+    }
+    return text;
+}
+
+bool isSaveDir(const std::string &dir)
+{
+    return ZEL_PresetInfo::getValidSaveDirs().find(dir.c_str()) >= 0;
+}
+
+/// A folder as its caller means it, in the form of the search path's components.
+std::string folderOf(const char *dir)
+{
+    const KIT_String folder = expanded(dir);
+    return folder == "/" ? "/" : withoutSlashes(folder).toStdString();
+}
+
+KIT_StringArray findSaveDirs()
+{
+    const KIT_PathSearch &search = KIT_PathSearch::getInstance(theDataFiles);
+    const KIT_String installed = KIT_PathSearch::getInstallFolder();
+    const bool ignoreCase = KIT_EnvControl::getInt(KIT_ENV_FOLD_PATH_CASE) != 0;
+    KIT_StringArray dirs;
+    for (std::int64_t i = 0; i < search.getNumComponents(); ++i) {
+        const KIT_String &dir = search.getComponent(i);
+        if (STO_Info::canWriteDirectory(dir) &&
+            !KIT_PathSearch::isBelow(dir, installed.nonNullStr(), ignoreCase)) {
+            dirs.append(dir.c_str());
+        }
+    }
+    return dirs;
+}
+
+/// Puts the sections of an index file in place of the file; the caller holds the lock.
+bool writeIndex(STO_IndexFile &index, const std::string &file, const STO_FileLock &lock)
+{
+    KIT_ByteBuffer bytes;
+    bytes.room(static_cast<std::size_t>(index.guessStreamSize()));
+    KIT_OByteStream memory(bytes);
+    index.write(memory);
+    index.release();
+    STO_Writer writer(file.c_str(), &lock);
+    std::ostream *const os = writer.getStream();
+    if (!os) {
+        return false;
+    }
+    bytes.writeTo(*os);
+    return writer.close() || KITcheckOutStream(*os, theSaveLabel, nullptr);
+}
+
+} // namespace
+
+ZEL_PresetInfo::ZEL_PresetInfo(const char *table, const char *opName)
+    : myTable(withoutSlashes(KIT_String(table ? table : "", true))),
+      myOpName(opName ? opName : "", true)
+{}
+
+ZEL_PresetInfo::~ZEL_PresetInfo()
+{
+    clear();
+}
+
+void ZEL_PresetInfo::clear()
+{
+    for (Preset *preset : myPresets) {
+        delete preset;
+    }
+    myPresets.clear();
+}
+
+// ---------------------------------------------------------------------- //
+// What there is
+// ---------------------------------------------------------------------- //
+
+void ZEL_PresetInfo::refresh()
+{
+    if (!myNeedsRefresh) {
+        return;
+    }
+    KIT_String opFile(myOpName);
+    KIT_OpUtils::ensureValidOpBasedFileName(opFile);
+    myPresetFile = "presets/" + myTable.toStdString() + "/" + opFile.toStdString() + ".idx";
+    if (myIndexFile.isstring()) {
+        myPresetFile = myIndexFile;
+    }
+    const KIT_String op = KIT_OpUtils::combineTableAndOpName(myTable, myOpName);
+    myPresetSection =
+        KIT_OpUtils::combineOpIndexFileSectionPath(KIT_OpUtils::theDefinitionPrefix, op, "Presets");
+    clear();
+    findAllPresets();
+    myNeedsRefresh = false;
+}
+
+void ZEL_PresetInfo::findAllPresets()
+{
+    KIT_StringArray files;
+    KIT_PathSearch::getInstance(theDataFiles).findAllFiles(myPresetFile, files);
+    files.append(myPresetSection.c_str());
+    std::unordered_set<std::string> names;
+    for (const KIT_String &file : files) {
+        addPresetsOf(file, names);
+    }
+    std::sort(myPresets.begin(), myPresets.end(),
+              [](const Preset *a, const Preset *b) { return a->name.view() < b->name.view(); });
+}
+
+void ZEL_PresetInfo::addPresetsOf(const char *file, std::unordered_set<std::string> &names)
+{
+    STO_IndexFile index;
+    index.open(file);
+    for (std::int64_t i = 0; i < index.getNumSections(); ++i) {
+        const KIT_String &name = index.getSectionName(i);
+        if (names.insert(name.toStdString()).second) {
+            myPresets.append(new Preset{name, STO_Reader::combineIndexFileSectionPath(file, name)});
+        }
+    }
+}
+
+const ZEL_PresetInfo::Preset *ZEL_PresetInfo::getPreset(int index)
+{
+    refresh();
+    return myPresets.isValidIndex(index) ? myPresets[index] : nullptr;
+}
+
+int ZEL_PresetInfo::getNumPresets()
+{
+    refresh();
+    return static_cast<int>(myPresets.entries());
+}
+
+const KIT_String &ZEL_PresetInfo::getPresetName(int index)
+{
+    const Preset *const preset = getPreset(index);
+    return preset ? preset->name : theEmptyString;
+}
+
+const KIT_String &ZEL_PresetInfo::getPresetPath(int index)
+{
+    const Preset *const preset = getPreset(index);
+    return preset ? preset->path : theEmptyString;
+}
+
+const KIT_String &ZEL_PresetInfo::getPresetFile()
+{
+    refresh();
+    return myPresetFile;
+}
+
+const KIT_String &ZEL_PresetInfo::getPresetSection()
+{
+    refresh();
+    return myPresetSection;
+}
+
+int ZEL_PresetInfo::getPresetIndex(const char *name)
+{
+    refresh();
+    const std::string_view wanted(name ? name : "");
+    const auto found = std::lower_bound(
+        myPresets.begin(), myPresets.end(), wanted,
+        [](const Preset *preset, std::string_view text) { return preset->name.view() < text; });
+    if (found == myPresets.end() || (*found)->name.view() != wanted) {
+        return -1;
+    }
+    return static_cast<int>(found - myPresets.begin());
+}
+
+void ZEL_PresetInfo::setIndexFile(const char *file)
+{
+    myIndexFile = KIT_String(file, true);
+    myNeedsRefresh = true;
+}
+
+// ---------------------------------------------------------------------- //
+// Saving into folders and deleting
+// ---------------------------------------------------------------------- //
+
+/// The preset file below a save folder; "" for any other folder, and when links or the name of the
+/// file lead out of it.
+std::string ZEL_PresetInfo::findSaveFile(const char *dir) const
+{
+    const std::string folder = folderOf(dir);
+    if (!isSaveDir(folder) || !KIT_PathSearch::isPlainName(myPresetFile) ||
+        myPresetFile.findChar('?')) {
+        return "";
+    }
+    const std::string file = folder + "/" + myPresetFile.toStdString();
+    return STO_Info::leadsBelow(file.c_str(), folder.c_str()) ? file : "";
+}
+
+bool ZEL_PresetInfo::savePresetToDir(ZEL_ParmList *list, const char *name, const char *dir)
+{
+    refresh();
+    const std::string file = findSaveFile(dir);
+    if (file.empty() || !name || !*name || !KITcreateDirectoryForFile(file.c_str())) {
+        return false;
+    }
+    const STO_FileLock lock(file.c_str());
+    if (!lock.isHeld()) {
+        return false;
+    }
+    STO_IndexFile index;
+    index.open(file.c_str());
+    std::ostringstream os;
+    if (!index.canWrite() || !savePreset(list, os) || !index.addSection(name, os.str()) ||
+        !writeIndex(index, file, lock)) {
+        return false;
+    }
+    myNeedsRefresh = true;
+    return true;
+}
+
+/// The file to take a preset out of; "" when there is none that may be changed.
+std::string ZEL_PresetInfo::findDeleteFile(const char *name, const char *dir)
+{
+    if (dir) {
+        return findSaveFile(dir);
+    }
+    KIT_String file;
+    KIT_String section;
+    STO_Reader::splitIndexFileSectionPath(getPresetPath(getPresetIndex(name)), file, section);
+    const std::string found = file.toStdString();
+    const std::size_t tail = myPresetFile.length() + 1;
+    if (KIT_OpUtils::isDefinitionPath(file) || found.size() < tail) {
+        return "";
+    }
+    // A preset that was found in no save folder stays, as one that is asked for there does.
+    return findSaveFile(found.substr(0, found.size() - tail).c_str());
+}
+
+bool ZEL_PresetInfo::deletePresetFromDir(const char *name, const char *dir)
+{
+    refresh();
+    const std::string file = findDeleteFile(name, dir);
+    if (file.empty()) {
+        return false;
+    }
+    const STO_FileLock lock(file.c_str());
+    if (!lock.isHeld()) {
+        return false;
+    }
+    STO_IndexFile index;
+    index.open(file.c_str());
+    if (!index.removeSection(name) || !index.canWrite() || !writeIndex(index, file, lock)) {
+        return false;
+    }
+    myNeedsRefresh = true;
+    return true;
+}
+
+void ZEL_PresetInfo::makeValidPresetFileName(KIT_String &name)
+{
+    name.expandVariables();
+    if (name.isEmpty() || name.endsWith(".preset")) {
+        return;
+    }
+    name += name.lastChar() == '.' ? "preset" : ".preset";
+}
+
+const KIT_StringArray &ZEL_PresetInfo::getValidSaveDirs()
+{
+    static const KIT_StringArray theDirs = findSaveDirs();
+    return theDirs;
+}

@@ -1,0 +1,61 @@
+#include <STO/STO_FileLock.h>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+bool isSameFile(int file, const std::string &path)
+{
+    struct stat open;
+    struct stat named;
+    return fstat(file, &open) == 0 && lstat(path.c_str(), &named) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}
+
+bool waitFor(int file)
+{
+    int result;
+    do {
+        result = flock(file, LOCK_EX);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
+} // namespace
+
+STO_FileLock::STO_FileLock(const char *path) : myPath(std::string(path ? path : "") + ".lock")
+{
+    constexpr mode_t everybody = 0666;
+    while (path && *path) {
+        const int file =
+            ::open(myPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, everybody);
+        if (file < 0) {
+            return;
+        }
+        if (!waitFor(file)) {
+            const int why = errno;
+            ::close(file);
+            errno = why;
+            return;
+        }
+        // Whoever held it before has removed the file that was waited for: then it locks nobody out.
+        if (isSameFile(file, myPath)) {
+            myFile = file;
+            return;
+        }
+        ::close(file);
+    }
+}
+
+STO_FileLock::~STO_FileLock()
+{
+    if (isHeld()) {
+        ::unlink(myPath.c_str());
+        ::close(myFile);
+    }
+}

@@ -1,0 +1,269 @@
+#include <STO/STO_IndexFile.h>
+
+#include <BAS/BAS_Number.h>
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_WorkBuffer.h>
+#include <STO/STO_Reader.h>
+
+#include <algorithm>
+#include <ostream>
+#include <sys/stat.h>
+
+namespace
+{
+
+constexpr std::string_view theHeader = "#STO_INDEX ";
+constexpr double theVersion = 1.0;
+constexpr std::string_view theVersionText = "1.0";
+constexpr std::string_view theSection = "section ";
+constexpr std::string_view theEnd = "end";
+constexpr std::string_view theOpenEnd = "end open";
+constexpr std::string_view theLastLine = "#END";
+
+bool startsWith(std::string_view text, std::string_view prefix)
+{
+    return text.substr(0, prefix.size()) == prefix;
+}
+
+/// The name on a section's line; false unless it is a whole quoted text and nothing else.
+bool readName(std::string_view quoted, KIT_WorkBuffer &name)
+{
+    KIT_IStream is(quoted.data(), quoted.size(), KIT_IStream::TEXT);
+    return startsWith(quoted, "\"") && is.getString(name) && is.eof() && name.length() > 0;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------- //
+// Reading
+// ---------------------------------------------------------------------- //
+
+class STO_IndexFile::Parser
+{
+public:
+    Parser(STO_IndexFile &index, std::string_view bytes, const char *name)
+        : myIndex(index), myRest(bytes), myName(name ? name : "")
+    {}
+
+    void parse()
+    {
+        if (!checkHeader()) {
+            return;
+        }
+        bool ended = false;
+        while (nextLine()) {
+            if (startsWith(myLine, theSection)) {
+                // The line that ends a section short may be the next one's first.
+                while (!readSection() && startsWith(myLine, theSection)) {
+                }
+                ended = false;
+            } else if (!myLine.empty() && myLine[0] != '#') {
+                fault(STO_INDEX_DAMAGED, "a line of no section");
+            } else {
+                ended = ended || myLine == theLastLine;
+            }
+        }
+        if (!ended) {
+            fault(STO_INDEX_DAMAGED, "the end is missing");
+        }
+    }
+
+private:
+    bool nextLine()
+    {
+        if (myRest.empty()) {
+            myLine = {};
+            return false;
+        }
+        const size_t feed = myRest.find('\n');
+        myLine = myRest.substr(0, feed);
+        myRest.remove_prefix(feed == std::string_view::npos ? myRest.size() : feed + 1);
+        ++myLineNumber;
+        // Editors of another kind of line end; a section's text keeps its own.
+        if (!startsWith(myLine, "\t") && !myLine.empty() && myLine.back() == '\r') {
+            myLine.remove_suffix(1);
+        }
+        return true;
+    }
+
+    bool checkHeader()
+    {
+        nextLine();
+        if (!startsWith(myLine, theHeader)) {
+            fault(STO_INDEX_HEADER, "");
+            return false;
+        }
+        const std::string version(myLine.substr(theHeader.size()));
+        if (BASparseFloat(version.c_str()) != theVersion) {
+            fault(STO_INDEX_VERSION, version);
+            return false;
+        }
+        return true;
+    }
+
+    /// At a section's line. False if the section is at fault; the line is then the one that is.
+    bool readSection()
+    {
+        KIT_WorkBuffer name;
+        const bool named = readName(myLine.substr(theSection.size()), name);
+        if (!named) {
+            fault(STO_INDEX_DAMAGED, "the section's name");
+        }
+        const int first = myLineNumber;
+        std::string text;
+        while (nextLine() && startsWith(myLine, "\t")) {
+            text += myLine.substr(1);
+            text += '\n';
+        }
+        const bool open = myLine == theOpenEnd && !text.empty();
+        if (!open && myLine != theEnd) {
+            fault(STO_INDEX_DAMAGED, "section from line " + std::to_string(first) + " has no end");
+            return false;
+        }
+        if (open) {
+            text.pop_back();
+        }
+        if (named && myIndex.findSection(name.view()) < 0) {
+            myIndex.addSection(name.buffer(), text);
+        }
+        return true;
+    }
+
+    void fault(STO_ErrorCode code, const std::string &what)
+    {
+        myIndex.myDamagedFlag = true;
+        std::string text = myName + "(" + std::to_string(std::max(myLineNumber, 1)) + ")";
+        if (!what.empty()) {
+            text += ": " + what;
+        }
+        KITaddWarning(theSTOCategory, code, text.c_str());
+    }
+
+    STO_IndexFile &myIndex;
+    std::string_view myRest;
+    std::string_view myLine;
+    std::string myName;
+    int myLineNumber = 0;
+};
+
+bool STO_IndexFile::open(const char *path)
+{
+    std::string bytes;
+    if (STO_Reader::readBytes(path, bytes)) {
+        return read(bytes, path);
+    }
+    release();
+    struct stat info;
+    if (path && lstat(path, &info) == 0) {
+        // Something is there, which a file written in its place would destroy.
+        myFile = path;
+        myDamagedFlag = true;
+        KITaddWarning(theSTOCategory, STO_INDEX_UNREADABLE, path);
+    }
+    return false;
+}
+
+bool STO_IndexFile::read(std::string_view bytes, const char *name)
+{
+    release();
+    myFile = name ? name : "";
+    if (!bytes.empty()) {
+        Parser(*this, bytes, name).parse();
+    }
+    return !myDamagedFlag;
+}
+
+void STO_IndexFile::release()
+{
+    mySections.clear();
+    myByName.clear();
+    myFile.clear();
+    myDamagedFlag = false;
+}
+
+// ---------------------------------------------------------------------- //
+// Sections
+// ---------------------------------------------------------------------- //
+
+int64_t STO_IndexFile::findSection(std::string_view name) const
+{
+    const auto entry = myByName.find(std::string(name));
+    return entry == myByName.end() ? -1 : static_cast<int64_t>(entry->second);
+}
+
+bool STO_IndexFile::addSection(const char *name, std::string_view text)
+{
+    if (!name || !*name) {
+        return false;
+    }
+    const auto [entry, added] = myByName.emplace(name, mySections.size());
+    if (added) {
+        mySections.push_back({KIT_String(std::string(name)), std::string(text)});
+    } else {
+        mySections[entry->second].text = text;
+    }
+    return true;
+}
+
+bool STO_IndexFile::removeSection(const char *name)
+{
+    const int64_t found = findSection(name ? name : "");
+    if (found < 0) {
+        return false;
+    }
+    mySections.erase(mySections.begin() + found);
+    index();
+    return true;
+}
+
+void STO_IndexFile::index()
+{
+    myByName.clear();
+    for (size_t i = 0; i < mySections.size(); ++i) {
+        myByName.emplace(mySections[i].name.view(), i);
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Writing
+// ---------------------------------------------------------------------- //
+
+int64_t STO_IndexFile::guessStreamSize() const
+{
+    constexpr size_t frame = 64; // the words around a section, and a few escapes
+    size_t size = frame;
+    for (const Section &section : mySections) {
+        const auto lines = std::count(section.text.begin(), section.text.end(), '\n');
+        size += frame + section.name.length() + section.text.size() + static_cast<size_t>(lines);
+    }
+    return static_cast<int64_t>(size);
+}
+
+void STO_IndexFile::write(std::ostream &stream) const
+{
+    stream << theHeader << theVersionText << '\n';
+    KIT_WorkBuffer name;
+    for (const Section &section : mySections) {
+        name.clear();
+        KITappendQuoted(name, section.name.nonNullStr(), section.name.length());
+        stream << theSection << name.view() << '\n';
+        std::string_view rest = section.text;
+        while (!rest.empty()) {
+            const size_t feed = rest.find('\n');
+            stream << '\t' << rest.substr(0, feed) << '\n';
+            rest.remove_prefix(feed == std::string_view::npos ? rest.size() : feed + 1);
+        }
+        const bool open = !section.text.empty() && section.text.back() != '\n';
+        stream << (open ? theOpenEnd : theEnd) << '\n';
+    }
+    stream << theLastLine << '\n';
+}
+
+bool STO_IndexFile::canWrite() const
+{
+    if (myDamagedFlag) {
+        KITaddError(theSTOCategory, STO_INDEX_KEPT, myFile.c_str());
+    }
+    return !myDamagedFlag;
+}

@@ -1,0 +1,104 @@
+/// \file STO_IndexFile.h
+/// One file of named sections, each with any bytes in it.
+///
+/// Vocabulary: *section* = a name, not empty, and a text. *damaged* = what was read has a fault: a
+///             section that is cut or holds a line that isn't its own, a line that belongs to none, a
+///             missing last line. A damaged file gives the sections that are whole, and must not be
+///             written back.
+/// Units:      sections from 0, in the order of the file.
+/// Ownership:  owns names and texts; the file is closed as soon as it is read.
+/// Threads:    one thread at a time. Who changes a file that others may change too holds its
+///             STO_FileLock from reading to writing.
+/// Errors:     faults of a file are warnings of the category "STO" (STO_ErrorCode) with name and line.
+/// Cost:       reading is one pass; finding, adding and removing by name one hash look-up, removing
+///             moves the sections behind.
+///
+/// The form: a first line `#STO_INDEX 1.0`; for each section a line `section` and the name in double
+/// quotes (KIT_String.h, quoted form), the lines of the text behind a tab, and a line `end`, or
+/// `end open` when the text's last line has no line feed; a last line `#END`. Between sections, empty
+/// lines and lines that start with "#" are left out, so that files joined one behind the other read
+/// as one. Of two sections of one name the first one counts.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+#include <KIT/KIT_String.h>
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+/// Codes of the category "STO".
+enum STO_ErrorCode : int
+{
+    STO_INDEX_HEADER = 1,    ///< the first line isn't that of an index file
+    STO_INDEX_VERSION = 2,   ///< a version that can't be read
+    STO_INDEX_DAMAGED = 3,   ///< a fault in a file; its other sections are read
+    STO_INDEX_KEPT = 4,      ///< a damaged file isn't written over
+    STO_INDEX_UNREADABLE = 5 ///< something is there that can't be read as a file
+};
+
+/// The name of the category of STO_ErrorCode.
+constexpr const char *theSTOCategory = "STO";
+
+class KIT_API STO_IndexFile
+{
+public:
+    STO_IndexFile() = default;
+    /// As open().
+    explicit STO_IndexFile(const char *path) { open(path); }
+
+    // ---------------------------------------------------------------- //
+    /// \name Reading
+    // ---------------------------------------------------------------- //
+    /// Reads a path as STO_Reader does. False if there is nothing to read, or if it is damaged.
+    /// What is there but can't be read counts as damaged.
+    bool open(const char *path);
+    /// Reads bytes; `name` is for messages. No bytes are an index file without sections.
+    bool read(std::string_view bytes, const char *name);
+    /// Forgets everything.
+    void release();
+    bool isDamaged() const { return myDamagedFlag; }
+
+    // ---------------------------------------------------------------- //
+    /// \name Sections
+    // ---------------------------------------------------------------- //
+    int64_t getNumSections() const { return static_cast<int64_t>(mySections.size()); }
+    /// The index must be valid.
+    const KIT_String &getSectionName(int64_t index) const { return at(index).name; }
+    const std::string &getSectionText(int64_t index) const { return at(index).text; }
+    /// -1 if there is none.
+    int64_t findSection(std::string_view name) const;
+    /// Replaces the text of a section of that name, else adds one at the end. False for no name.
+    bool addSection(const char *name, std::string_view text);
+    /// False if there is none.
+    bool removeSection(const char *name);
+
+    // ---------------------------------------------------------------- //
+    /// \name Writing
+    // ---------------------------------------------------------------- //
+    /// About how many bytes write() makes, seldom too few.
+    int64_t guessStreamSize() const;
+    void write(std::ostream &stream) const;
+    /// False, with a message, for a damaged file.
+    bool canWrite() const;
+
+private:
+    struct Section
+    {
+        KIT_String name;
+        std::string text;
+    };
+    class Parser;
+
+    const Section &at(int64_t index) const { return mySections[static_cast<size_t>(index)]; }
+    void index();
+
+    std::vector<Section> mySections;
+    std::unordered_map<std::string, size_t> myByName;
+    std::string myFile;
+    bool myDamagedFlag = false;
+};

@@ -1,0 +1,184 @@
+#include <STO/STO_Writer.h>
+
+#include <KIT/KIT_OpUtils.h>
+#include <STO/STO_FileLock.h>
+#include <STO/STO_IndexFile.h>
+#include <STO/STO_Reader.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr size_t theWriteSize = 65536;
+
+STO_Writer::StepHook theHook = nullptr;
+void *theHookData = nullptr;
+
+bool mayStep(const char *step)
+{
+    return !theHook || theHook(theHookData, step);
+}
+
+/// Where a link leads to; the path itself when there is none, or nothing behind it.
+std::string followLinks(const char *path)
+{
+    std::string target(path);
+    if (char *real = ::realpath(path, nullptr)) {
+        target = real;
+        std::free(real);
+    }
+    return target;
+}
+
+/// A rename lasts only when the folder that holds the name has reached the disk.
+bool syncFolderOf(const std::string &path)
+{
+    const size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const int file = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (file < 0) {
+        return false;
+    }
+    const bool synced = ::fsync(file) == 0;
+    ::close(file);
+    return synced;
+}
+
+} // namespace
+
+STO_Writer::STO_Writer(const char *path, const STO_FileLock *held)
+{
+    if (!path || !*path || KIT_OpUtils::isDefinitionPath(path)) {
+        return;
+    }
+    KIT_String file;
+    if (STO_Reader::splitIndexFileSectionPath(path, file, mySection)) {
+        myPath = file.toStdString();
+        myStream = mySection.isEmpty() ? nullptr : std::make_unique<KIT_OByteStream>(myBytes);
+        return;
+    }
+    myPath = followLinks(path);
+    const bool isOwn = held && held->isHeld();
+    if (mayStep("open") && openPart(isOwn)) {
+        myStream = std::make_unique<KIT_OByteStream>(myBytes);
+    }
+}
+
+STO_Writer::~STO_Writer()
+{
+    if (myFile >= 0) {
+        ::close(myFile);
+        ::unlink(myPart.c_str());
+    }
+}
+
+bool STO_Writer::openPart(bool isOwn)
+{
+    static std::atomic<unsigned> theCount{0};
+    constexpr mode_t everybody = 0666;
+    const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC;
+    struct stat old;
+    const bool exists = ::stat(myPath.c_str(), &old) == 0;
+    if (exists && !S_ISREG(old.st_mode)) {
+        errno = S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
+        return false;
+    }
+    // The holder of the lock takes over what a killed one left behind.
+    myPart = myPath + ".part";
+    if (!isOwn) {
+        myPart =
+            myPath + "." + std::to_string(::getpid()) + "." + std::to_string(++theCount) + ".part";
+    }
+    myFile = ::open(myPart.c_str(), flags | (isOwn ? O_TRUNC : O_EXCL), everybody);
+    if (myFile >= 0 && exists) {
+        // A file of somebody else keeps working without its permissions.
+        [[maybe_unused]] const int ignored = ::fchmod(myFile, old.st_mode & 07777);
+    }
+    return myFile >= 0;
+}
+
+bool STO_Writer::writeBytes()
+{
+    const char *at = myBytes.data();
+    size_t left = myBytes.size();
+    while (left > 0) {
+        if (!mayStep("write")) {
+            return false;
+        }
+        const ssize_t written = ::write(myFile, at, std::min(left, theWriteSize));
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        const size_t count = written > 0 ? static_cast<size_t>(written) : 0;
+        at += count;
+        left -= count;
+    }
+    return true;
+}
+
+bool STO_Writer::closeFile()
+{
+    const bool whole = writeBytes() && mayStep("sync") && ::fsync(myFile) == 0;
+    const int why = errno;
+    const bool closed = ::close(myFile) == 0;
+    myFile = -1;
+    if (whole && closed && mayStep("rename") && std::rename(myPart.c_str(), myPath.c_str()) == 0) {
+        // The new file is there for all who look; without this it may not outlive a power cut.
+        if (mayStep("folder")) {
+            syncFolderOf(myPath);
+        }
+        return true;
+    }
+    const int last = whole ? errno : why;
+    ::unlink(myPart.c_str());
+    errno = last;
+    return false;
+}
+
+bool STO_Writer::closeSection()
+{
+    const STO_FileLock lock(myPath.c_str());
+    if (!lock.isHeld()) {
+        return false;
+    }
+    STO_IndexFile index;
+    index.open(myPath.c_str());
+    if (!index.canWrite() || !index.addSection(mySection.c_str(), myBytes.view())) {
+        errno = EINVAL;
+        return false;
+    }
+    STO_Writer file(myPath.c_str(), &lock);
+    if (!file.getStream()) {
+        return false;
+    }
+    index.write(*file.getStream());
+    return file.close();
+}
+
+bool STO_Writer::close()
+{
+    if (!myStream) {
+        return false;
+    }
+    const bool whole = myStream->good() && myBytes.isGood();
+    if (!whole || !(mySection.isEmpty() ? closeFile() : closeSection())) {
+        myStream->setstate(std::ios::failbit);
+        return false;
+    }
+    myStream.reset();
+    return true;
+}
+
+void STO_Writer::setStepHook(StepHook hook, void *data)
+{
+    theHook = hook;
+    theHookData = data;
+}
