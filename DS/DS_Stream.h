@@ -7,8 +7,9 @@
 /// Ownership:  owns its messages and the text; a KIT_IStream is read whole on opening.
 /// Threads:    one thread for its whole life.
 /// Errors:     error(), warning() and message() print to the standard error stream, unless a sink
-///             takes them (setMessageSink), and keep the text under common code 14. None of them stops the reading: the caller decides.
-///             Preprocessor messages go to the thread's current error manager instead.
+///             takes them (setMessageSink), and keep the text under common code 14. None of them
+///             stops the reading: the caller decides. Preprocessor messages go to the thread's
+///             current error manager instead.
 /// Cost:       a block or message below 2,000 bytes uses no heap besides the result.
 
 #pragma once

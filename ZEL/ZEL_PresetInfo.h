@@ -76,8 +76,8 @@ public:
     bool loadPreset(ZEL_ParmList *list, KIT_IStream &is);
     /// The body of one section; true for a word that isn't one of the list's.
     static bool loadPresetContents(ZEL_ParmList *list, const char *word, KIT_IStream &is);
-    /// A file with one preset, or a path that getPresetPath() gives. Variables are expanded, but not
-    /// behind a "?".
+    /// A file with one preset, or a path that getPresetPath() gives. Variables are expanded, but
+    /// not behind a "?".
     bool loadPresetFile(ZEL_ParmList *list, const char *path);
     ///@}
 
@@ -89,8 +89,8 @@ public:
     bool savePreset(ZEL_ParmList *list, std::ostream &os);
     /// Anywhere; the path is as for loadPresetFile().
     bool savePresetFile(ZEL_ParmList *list, const char *path);
-    /// Into the preset file below a save folder, where it replaces the preset of that name and keeps
-    /// the others. If that fails the file stays as it was.
+    /// Into the preset file below a save folder, where it replaces the preset of that name and
+    /// keeps the others. If that fails the file stays as it was.
     bool savePresetToDir(ZEL_ParmList *list, const char *name, const char *dir);
     /// From the preset file below a save folder; with a null `dir` from where the preset was found.
     /// False, and nothing changed, if there is no preset of that name.

@@ -27,7 +27,8 @@ struct Walk
 
 int folderEntries(const ZEL_Parm &switcher, int folder)
 {
-    const ZEL_Default *const defaults = switcher.getTemplatePtr()->getFactoryDefaults();
+    const ZEL_Template *const description = switcher.getTemplatePtr();
+    const ZEL_Default *const defaults = description ? description->getFactoryDefaults() : nullptr;
     if (!defaults) {
         return 1;
     }
@@ -61,7 +62,9 @@ int64_t Walk::traverse(const ZEL_Parm &switcher, int folder, int64_t first) cons
         if (visitor) {
             visitor(list, parm, static_cast<int>(i), data);
         }
-        if (parm->getTemplatePtr()->isSwitcher()) {
+        // The place of a base parameter has no description until the base interface is there.
+        const ZEL_Template *const description = parm->getTemplatePtr();
+        if (description && description->isSwitcher()) {
             int64_t nested = 0;
             for (int f = 0; f < parm->getVectorSize(); f++) {
                 nested += traverse(*parm, f, i + 1 + nested);

@@ -59,8 +59,8 @@ bool KIT_IStream::readAll(std::istream &stream, std::string &data)
     do {
         stream.read(chunk, sizeof(chunk));
         data.append(chunk, static_cast<size_t>(stream.gcount()));
-    } while (stream.good());
-    return !stream.bad();
+    } while (stream.good() && data.size() <= theMaxBytes);
+    return !stream.bad() && data.size() <= theMaxBytes;
 }
 
 // ------------------------------------------------------------------ //

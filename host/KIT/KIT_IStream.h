@@ -41,6 +41,9 @@ public:
     /// Reads `length` bytes at `data`, borrowed or copied. `name` is for messages.
     KIT_IStream(const char *data, size_t length, Mode mode, bool copy = false,
                 const char *name = nullptr);
+    /// A longer stream or file isn't readable: some, like /dev/zero, have no end.
+    static constexpr size_t theMaxBytes = size_t{1} << 31;
+
     /// Reads the rest of a stream whole.
     KIT_IStream(std::istream &stream, Mode mode);
     virtual ~KIT_IStream();

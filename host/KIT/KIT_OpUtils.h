@@ -1,8 +1,8 @@
 /// \file KIT_OpUtils.h
 /// Names of node types, as files and as paths of what their definitions hold.
 ///
-/// Vocabulary: *table* = the family of node types ("Obj"); *definition* = what the application keeps
-///             of a node type, as named sections; its paths start with "opdef:".
+/// Vocabulary: *table* = the family of node types ("Obj"); *definition* = what the application
+///             keeps of a node type, as named sections; its paths start with "opdef:".
 /// Threads:    any.
 /// Errors:     none.
 

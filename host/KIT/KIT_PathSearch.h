@@ -3,8 +3,8 @@
 ///
 /// Vocabulary: *scene folder* = where the scene's file lies; the variable $SCN. *component* = one
 ///             folder of the search path. *install folder* = where the application itself lies; the
-///             variable $VELMORA_ROOT. *plain name* = a relative path with "/" between names, none of
-///             which is empty, "." or "..": it can't leave the folder that it is put behind.
+///             variable $VELMORA_ROOT. *plain name* = a relative path with "/" between names, none
+///             of which is empty, "." or "..": it can't leave the folder that it is put behind.
 /// Units:      components from 0, the first searched first.
 /// Ownership:  one search path for the process; owns its components.
 /// Threads:    any. The environment and the components may not change at the same time.
@@ -29,7 +29,8 @@ public:
     int64_t getNumComponents() const { return myComponents.entries(); }
     /// The index must be valid. Variables are expanded, slashes at the end are off.
     const KIT_String &getComponent(int64_t index) const { return myComponents[index]; }
-    /// Replaces all components by those of a text with colons between them; empty ones are left out.
+    /// Replaces all components by those of a text with colons between them; empty ones are left
+    /// out.
     void setComponents(const char *path);
 
     /// Appends every file of that plain name, in the order of the components. How many there are.

@@ -43,7 +43,8 @@ STO_FileLock::STO_FileLock(const char *path) : myPath(std::string(path ? path : 
             errno = why;
             return;
         }
-        // Whoever held it before has removed the file that was waited for: then it locks nobody out.
+        // Whoever held it before has removed the file that was waited for: then it locks nobody
+        // out.
         if (isSameFile(file, myPath)) {
             myFile = file;
             return;

@@ -3,8 +3,8 @@
 ///
 /// Vocabulary: *lock file* = the path with ".lock" behind it. It goes away with the lock; that of a
 ///             process that was killed is free, and stays until the next lock ends.
-/// Threads:    one lock belongs to one thread; another lock on the same file, of whichever thread or
-///             process, waits.
+/// Threads:    one lock belongs to one thread; another lock on the same file, of whichever thread
+///             or process, waits.
 /// Errors:     isHeld() is false when the lock file can't be made, with errno.
 
 #pragma once

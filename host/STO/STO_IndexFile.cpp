@@ -18,7 +18,7 @@ constexpr double theVersion = 1.0;
 constexpr std::string_view theVersionText = "1.0";
 constexpr std::string_view theSection = "section ";
 constexpr std::string_view theEnd = "end";
-constexpr std::string_view theOpenEnd = "end open";
+constexpr std::string_view theOpenEnd = "open";
 constexpr std::string_view theLastLine = "#END";
 
 bool startsWith(std::string_view text, std::string_view prefix)
@@ -133,7 +133,7 @@ private:
     void fault(STO_ErrorCode code, const std::string &what)
     {
         myIndex.myDamagedFlag = true;
-        std::string text = myName + "(" + std::to_string(std::max(myLineNumber, 1)) + ")";
+        std::string text = myName + ", line " + std::to_string(std::max(myLineNumber, 1));
         if (!what.empty()) {
             text += ": " + what;
         }

@@ -2,22 +2,23 @@
 /// One file of named sections, each with any bytes in it.
 ///
 /// Vocabulary: *section* = a name, not empty, and a text. *damaged* = what was read has a fault: a
-///             section that is cut or holds a line that isn't its own, a line that belongs to none, a
-///             missing last line. A damaged file gives the sections that are whole, and must not be
-///             written back.
+///             section that is cut or holds a line that isn't its own, a line that belongs to
+///             none, a missing last line. A damaged file gives the sections that are whole, and
+///             must not be written back.
 /// Units:      sections from 0, in the order of the file.
 /// Ownership:  owns names and texts; the file is closed as soon as it is read.
 /// Threads:    one thread at a time. Who changes a file that others may change too holds its
 ///             STO_FileLock from reading to writing.
-/// Errors:     faults of a file are warnings of the category "STO" (STO_ErrorCode) with name and line.
+/// Errors:     faults of a file are warnings of the category "STO" (STO_ErrorCode) with name and
+///             line.
 /// Cost:       reading is one pass; finding, adding and removing by name one hash look-up, removing
 ///             moves the sections behind.
 ///
-/// The form: a first line `#STO_INDEX 1.0`; for each section a line `section` and the name in double
-/// quotes (KIT_String.h, quoted form), the lines of the text behind a tab, and a line `end`, or
-/// `end open` when the text's last line has no line feed; a last line `#END`. Between sections, empty
-/// lines and lines that start with "#" are left out, so that files joined one behind the other read
-/// as one. Of two sections of one name the first one counts.
+/// The form: a first line `#STO_INDEX 1.0`; for each section a line `section` and the name in
+/// double quotes (KIT_String.h, quoted form), the lines of the text behind a tab, and a line
+/// `end`, or `open` when the text's last line has no line feed; a last line `#END`. Between
+/// sections, empty lines and lines that start with "#" are left out, so that files joined one
+/// behind the other read as one. Of two sections of one name the first one counts.
 
 #pragma once
 

@@ -1,11 +1,11 @@
 /// \file STO_Reader.h
-/// The bytes behind a path, as a stream: of a file, of a section of an index file, or of what a node
-/// type's definition holds.
+/// The bytes behind a path, as a stream: of a file, of a section of an index file, or of what a
+/// node type's definition holds.
 ///
-/// Vocabulary: *section path* = the path of an index file, "?" and the section's name, in which "?",
-///             "/" and "%" are written as "%" and two hexadecimal digits; it is one when no "/"
-///             stands behind the last "?". The index file may itself be a section. *definition* = as
-///             in KIT_OpUtils.h; its bytes come from the application.
+/// Vocabulary: *section path* = the path of an index file, "?" and the section's name, in which
+///             "?", "/" and "%" are written as "%" and two hexadecimal digits; it is one when no
+///             "/" stands behind the last "?". The index file may itself be a section.
+///             *definition* = as in KIT_OpUtils.h; its bytes come from the application.
 /// Ownership:  owns the bytes and the stream; borrows the data of the definition source.
 /// Threads:    reading: any. The definition source is set by the main thread before that.
 /// Errors:     a path behind which there is nothing gives no stream; no message.
@@ -40,8 +40,8 @@ public:
     /// False for what is no section path; `file` is then the path and `section` unset.
     static bool splitIndexFileSectionPath(const char *path, KIT_String &file, KIT_String &section);
 
-    /// Answers the bytes of a definition's path without its "?" part or with it, as it is asked for;
-    /// false if there are none.
+    /// Answers the bytes of a definition's path without its "?" part or with it, as it is asked
+    /// for; false if there are none.
     using DefinitionSource = bool (*)(void *data, const char *path, std::string &bytes);
     /// Null takes it away.
     static void setDefinitionSource(DefinitionSource source, void *data);

@@ -1,10 +1,10 @@
 /// \file STO_Writer.h
 /// A stream whose bytes become a file, or a section of an index file, all at once or not at all.
 ///
-/// Vocabulary: *part file* = where the bytes go first: the path with ".part" behind it for the holder
-///             of the file's lock, else with a number that is this process's own. *section path* = as
-///             in STO_Reader.h. *step* = one of "open", "write" (at most 64 KiB), "sync", "rename"
-///             and "folder" (the folder is synced).
+/// Vocabulary: *part file* = where the bytes go first: the path with ".part" behind it for the
+///             holder of the file's lock, else with a number that is this process's own. *section
+///             path* = as in STO_Reader.h. *step* = one of "open", "write" (at most 64 KiB),
+///             "sync", "rename" and "folder" (the folder is synced).
 /// Ownership:  owns stream and part file; borrows the lock.
 /// Threads:    one thread at a time.
 /// Errors:     no stream when the part file can't be made, with errno; a failed close() leaves the

@@ -132,6 +132,13 @@ TEST(RampBasis, NumbersBetweenKeys)
         {KIT_BASIS_BEZIER, even, 1.5f, 2.0},
         // Key 2 is a peak: level there; the harmonic mean of 1 and 4 at key 1 is 1.6.
         {KIT_BASIS_MONOTONE_CUBIC, {{0, 0}, {1, 1}, {2, 5}, {3, 1}}, 1.5f, 3.0 + 1.6 / 8.0},
+        // Uneven: 9 / (5 / 1 + 4 / 2) at key 1, and 2 / 3 by the parabola at key 0.
+        {KIT_BASIS_MONOTONE_CUBIC,
+         {{0, 0}, {1, 1}, {3, 5}},
+         0.5f,
+         0.5 + (2.0 / 3.0 - 9.0 / 7.0) / 8.0},
+        // The parabola asks for 6.5 at key 0, three times the segment's own slope is the limit.
+        {KIT_BASIS_MONOTONE_CUBIC, {{0, 0}, {1, 1}, {2, -9}}, 0.5f, 0.5 + 3.0 / 8.0},
         {KIT_BASIS_BSPLINE, even, 1.0f, (1.0 + 0.0 + 4.0) / 6.0},
         {KIT_BASIS_BSPLINE, even, 1.5f, (1.0 + 23.0 * 4.0 + 2.0) / 48.0},
         // One segment by itself is the line between its keys.
@@ -345,6 +352,32 @@ TEST(RampColors, BlendedInTheSpace)
     }
 }
 
+TEST(RampColors, HuesGoOnInOneDirection)
+{
+    // Three tenths of a turn from key to key: an even way round, past the seam of the circle.
+    for (const KIT_SPLINE_BASIS basis :
+         {KIT_BASIS_CATMULL_ROM, KIT_BASIS_MONOTONE_CUBIC, KIT_BASIS_BSPLINE, KIT_BASIS_HERMITE}) {
+        KIT_Ramp ramp;
+        ramp.setColorType(KIT_COLORTYPE_HSV);
+        for (int i = 0; i < 6; i++) {
+            const double hsv[3] = {0.3 * i, 1.0, 1.0};
+            double rgb[3];
+            KITcolorToRGB(KIT_COLORTYPE_HSV, hsv, rgb);
+            const float rgba[4] = {float(rgb[0]), float(rgb[1]), float(rgb[2]), 1.0f};
+            ramp.insertNode(i, float(i), rgba, basis, false);
+        }
+        for (float x = 0.0f; x < 5.0f; x += 0.25f) {
+            float rgba[4];
+            ramp.evaluate(x, rgba);
+            const double rgb[3] = {double(rgba[0]), double(rgba[1]), double(rgba[2])};
+            double hsv[3];
+            KITcolorFromRGB(KIT_COLORTYPE_HSV, rgb, hsv);
+            EXPECT_NEAR(0.0, std::remainder(hsv[0] - 0.3 * double(x), 1.0), 1e-5)
+                << "basis " << basis << " at " << x;
+        }
+    }
+}
+
 // -------------------------------------------------------------------- //
 // Nodes
 // -------------------------------------------------------------------- //
@@ -384,4 +417,13 @@ TEST(RampNodes, OrderAndSelection)
     EXPECT_EQ(-1, ramp.getSelectedNode());
     EXPECT_EQ(0, ramp.getNodeCount());
     EXPECT_TRUE(ramp.getStrictOrder());
+
+    // More of them than a sort that forgets the order would keep by chance.
+    for (int i = 0; i < 100; i++) {
+        append(ramp, float(i % 2), float(i), KIT_BASIS_LINEAR);
+    }
+    ramp.reorderNodes();
+    for (int i = 0; i < 100; i++) {
+        EXPECT_EQ(float(i < 50 ? 2 * i : 2 * (i - 50) + 1), ramp.getNode(i)->alpha) << i;
+    }
 }

@@ -284,7 +284,9 @@ TEST(RampWriting, ChangesAreTold)
 {
     RampList p(ZEL_MULTITYPE_RAMP_FLT, 2.0);
     p.list->clearAllDirtyFlags();
+    EventLog log(*p.list);
     p.write(makeRamp({theFirst, theSecond, theSecond}));
+    EXPECT_EQ("4:0 4:2 4:3 4:4 4:5 4:6 4:7 4:8 4:9 4:10", log.take());
     EXPECT_TRUE(p.parm("r").isDirty(0));
     EXPECT_TRUE(p.parm("r1value").isDirty(0));
     EXPECT_EQ("r=3 rest=0 r1pos=0.25 r1value=0.75 r1interp=6 r2pos=0.5 r2value=-6 r2interp=4 "
@@ -400,6 +402,10 @@ TEST(RampDefaults, ThereAndBack)
         spare.setRampDefaultFromParm(p.parm("rest"));
         EXPECT_EQ(1u, spare.entries());
         EXPECT_EQ("", p.defaultText("rest"));
+        std::ostringstream broken;
+        broken.setstate(std::ios::badbit);
+        ZEL_RampUtils::setRampDefaultFromParm(broken, p.parm("r"));
+        EXPECT_EQ("", takeMessages()) << "not told";
         EXPECT_FALSE(ZEL_SpareData().getRampDefaultToParm(p.parm("r")));
         EXPECT_FALSE(spare.getRampDefaultToParm(p.parm("rest")));
     }

@@ -161,3 +161,20 @@ TEST(TemplateBuilder, WalksOfAListSeeFoldersAndItems)
     }
     EXPECT_EQ(flagged, "00000000001111");
 }
+
+TEST(TemplateBuilder, WalksPassThePlacesOfBaseParameters)
+{
+    // Without a base interface, the place of a base parameter has no description.
+    ZEL_ParmList list(build("{ name top group { name g parm { name b baseparm } "
+                            "group { name h parm { name c } } parm { name a } } }")
+                          .templates(),
+                      nullptr, nullptr, nullptr, "", false);
+    const auto visit = [](const ZEL_ParmList &, ZEL_Parm *parm, int index, void *data) {
+        *static_cast<std::string *>(data) +=
+            std::string(parm->getToken()) + std::to_string(index) + " ";
+    };
+    std::string seen;
+    EXPECT_EQ(ZEL_Utils::traverseFolder(list, list.getParmPtr("g"), 0, 1, true, visit, &seen), 4);
+    EXPECT_EQ(seen, "1 h2 c3 a4 ");
+    EXPECT_EQ(ZEL_Utils::traverseFolder(list, list.getParmPtr(1), 0, 1, true, nullptr, nullptr), 1);
+}

@@ -71,6 +71,16 @@ struct ZELT_DiffCall
 };
 int ZELTdiff(const ZELT_DiffCall &call, const ZELT_Options &options, ZELT_Messages &messages);
 
+struct ZELT_RampCall
+{
+    std::string file;
+    std::string token;
+    ZELT_Inputs inputs;
+    double time = 0.0;
+    std::string svg; ///< the picture to write
+};
+int ZELTramp(const ZELT_RampCall &call, const ZELT_Options &options, ZELT_Messages &messages);
+
 struct ZELT_ShellCall
 {
     std::string file;

@@ -27,6 +27,7 @@ struct Calls
     ZELT_StateCall state;
     ZELT_ConvertCall convert;
     ZELT_DiffCall diff;
+    ZELT_RampCall ramp;
     ZELT_ShellCall shell;
     ZELT_PresetCall preset;
     std::function<int(ZELT_Messages &)> run;
@@ -130,6 +131,20 @@ void addStreams(CLI::App &app, Calls &calls)
     diff->add_option("B", calls.diff.right, "Another one")->required();
 }
 
+void addRamp(CLI::App &app, Calls &calls)
+{
+    CLI::App *const ramp = addCommand(
+        app, calls, "ramp", "Draw a ramp: its curve or its band of colours, with its keys",
+        "zel ramp examples/shader.ds palette --values examples/shader.parms --svg out.svg",
+        [&calls](ZELT_Messages &messages) {
+            return ZELTramp(calls.ramp, calls.options, messages);
+        });
+    ramp->add_option("FILE", calls.ramp.file, "A dialog script")->required();
+    ramp->add_option("TOKEN", calls.ramp.token, "The ramp")->required();
+    addInputs(*ramp, calls.ramp.inputs, calls.ramp.time);
+    ramp->add_option("--svg", calls.ramp.svg, "The picture to write")->required();
+}
+
 void addShell(CLI::App &app, Calls &calls)
 {
     CLI::App *const shell = addCommand(
@@ -213,6 +228,7 @@ int run(int argc, char **argv)
     addCheckAndShow(app, calls);
     addEvalAndState(app, calls);
     addStreams(app, calls);
+    addRamp(app, calls);
     addShell(app, calls);
     addPresets(app, calls);
     const int ended = parse(app, argc, argv, messages);

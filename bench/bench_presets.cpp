@@ -1,0 +1,209 @@
+// Presets of one node type: 1,000 in one file, 20 values each.
+//
+//   list          every name and path, the file read first       beside reading the file's bytes
+//   find          an index by its name, in random order           beside std::unordered_map
+//   load          one preset by its path                          beside reading the file's bytes
+//   save          one preset into the file                        beside writing the file's bytes
+//
+// Each row has `ns`, `base_ns` and the `ratio` of both, of the best block.
+
+#include <KIT/KIT_PathSearch.h>
+#include <STO/STO_IndexFile.h>
+#include <ZEL/ZEL_Name.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_PresetInfo.h>
+#include <ZEL/ZEL_Template.h>
+#include <ZEL/ZEL_TypeConstants.h>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t thePresets = 1000;
+constexpr std::size_t theParms = 20;
+constexpr std::size_t theSteps = 65536;
+
+/// A list, its presets in a temporary folder, and the same names in a map.
+class Rig
+{
+public:
+    Rig()
+    {
+        std::string name = (std::filesystem::temp_directory_path() / "zel_bench_XXXXXX").string();
+        if (!::mkdtemp(name.data())) {
+            std::abort();
+        }
+        myFolder = name;
+        KIT_PathSearch::getInstance(0).setComponents(myFolder.c_str());
+        for (std::size_t i = 0; i < theParms; ++i) {
+            myTokens.push_back("parm" + std::to_string(i));
+        }
+        for (const std::string &token : myTokens) {
+            myNames.push_back(std::make_unique<ZEL_Name>(token.c_str(), token.c_str()));
+            myTemplates.emplace_back(ZEL_FLT, 1, myNames.back().get());
+        }
+        myTemplates.emplace_back();
+        list = std::make_unique<ZEL_ParmList>(myTemplates.data(), nullptr, nullptr, nullptr, "",
+                                              false);
+        writePresets();
+    }
+    ~Rig() { std::filesystem::remove_all(myFolder); }
+
+    const std::string &folder() const { return myFolder; }
+    std::string readBytes() const
+    {
+        std::ifstream is(file, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(is), std::istreambuf_iterator<char>());
+    }
+    void writeBytes() const { std::ofstream(myFolder + "/plain", std::ios::binary) << bytes; }
+
+    ZEL_PresetInfo presets{"Node", "light"};
+    std::unique_ptr<ZEL_ParmList> list;
+    std::string file;
+    std::string bytes;
+    std::vector<std::string> order; // names, theSteps of them
+    std::unordered_map<std::string, int> byName;
+
+private:
+    void writePresets()
+    {
+        std::mt19937 random(1);
+        STO_IndexFile index;
+        for (std::size_t i = 0; i < thePresets; ++i) {
+            const std::string name = "preset " + std::to_string(random());
+            list->setFloat(double(random()) / 1000.0, "parm3", 0, 0.0, false);
+            std::ostringstream os;
+            presets.savePreset(list.get(), os);
+            index.addSection(name.c_str(), os.str());
+            byName[name] = int(i);
+        }
+        std::ostringstream os;
+        index.write(os);
+        bytes = os.str();
+        file = myFolder + "/" + presets.getPresetFile().toStdString();
+        std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+        std::ofstream(file, std::ios::binary) << bytes;
+        presets.setNeedsRefresh();
+        std::uniform_int_distribution<std::int64_t> any(0, index.getNumSections() - 1);
+        for (std::size_t i = 0; i < theSteps; ++i) {
+            order.push_back(index.getSectionName(any(random)).toStdString());
+        }
+    }
+
+    std::string myFolder;
+    std::vector<std::string> myTokens;
+    std::vector<std::unique_ptr<ZEL_Name>> myNames;
+    std::vector<ZEL_Template> myTemplates;
+};
+
+Rig &rig()
+{
+    static Rig theRig;
+    return theRig;
+}
+
+using Block = void (*)(Rig &);
+
+void list(Rig &r)
+{
+    r.presets.setNeedsRefresh();
+    for (int i = 0; i < r.presets.getNumPresets(); ++i) {
+        benchmark::DoNotOptimize(r.presets.getPresetName(i).c_str());
+        benchmark::DoNotOptimize(r.presets.getPresetPath(i).c_str());
+    }
+}
+
+void readFile(Rig &r)
+{
+    benchmark::DoNotOptimize(r.readBytes().data());
+}
+
+void find(Rig &r)
+{
+    for (const std::string &name : r.order) {
+        benchmark::DoNotOptimize(r.presets.getPresetIndex(name.c_str()));
+    }
+}
+
+void findInMap(Rig &r)
+{
+    for (const std::string &name : r.order) {
+        benchmark::DoNotOptimize(r.byName.find(name)->second);
+    }
+}
+
+void load(Rig &r)
+{
+    const int index = r.presets.getPresetIndex(r.order.front().c_str());
+    if (!r.presets.loadPresetFile(r.list.get(), r.presets.getPresetPath(index))) {
+        std::abort();
+    }
+}
+
+void save(Rig &r)
+{
+    if (!r.presets.savePresetToDir(r.list.get(), r.order.front().c_str(), r.folder().c_str())) {
+        std::abort();
+    }
+}
+
+void writeFile(Rig &r)
+{
+    r.writeBytes();
+}
+
+void beside(benchmark::State &state, std::size_t steps, Block operation, Block baseline)
+{
+    Rig &r = rig();
+    using Seconds = std::chrono::duration<double>;
+    double best = 1e9, bestBase = 1e9;
+    for (auto _ : state) {
+        const auto start = Clock::now();
+        baseline(r);
+        const auto middle = Clock::now();
+        operation(r);
+        const auto end = Clock::now();
+        bestBase = std::min(bestBase, Seconds(middle - start).count());
+        best = std::min(best, Seconds(end - middle).count());
+        state.SetIterationTime(Seconds(end - middle).count());
+    }
+    state.counters["ns"] = best * 1e9 / double(steps);
+    state.counters["base_ns"] = bestBase * 1e9 / double(steps);
+    state.counters["ratio"] = best / bestBase;
+}
+
+void add(const char *name, std::size_t steps, Block operation, Block baseline)
+{
+    benchmark::RegisterBenchmark(name, beside, steps, operation, baseline)
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    add("list", 1, list, readFile);
+    add("find", theSteps, find, findInMap);
+    add("load", 1, load, readFile);
+    add("save", 1, save, writeFile);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
