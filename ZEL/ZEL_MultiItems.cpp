@@ -167,6 +167,15 @@ bool ZEL_Multi::grow(int count, bool evaluateChildren)
     }
     // Flat indices are ints.
     const int most = std::numeric_limits<int>::max() / myInstancesPerItem;
+    if (myNumItems < count) {
+        const ZEL_Template *block = getMultiParmTemplate();
+        std::int64_t components = 0;
+        for (int child = 0; child < myInstancesPerItem; ++child) {
+            components += block[child].getVectorSize();
+        }
+        const std::int64_t items = std::int64_t(count) - myNumItems;
+        getParmList()->reserveParms(items * myInstancesPerItem, items * components);
+    }
     while (myNumItems < count) {
         if (myNumItems >= most || !addInstance(myNumItems, evaluateChildren)) {
             return false;
@@ -261,6 +270,7 @@ bool ZEL_Multi::makeNames(const KIT_ValArray<int> &numbers)
     for (int child = 0; child < myInstancesPerItem; ++child) {
         myChildNames.emplace_back(new ZEL_Name(*block[child].getNamePtr()));
         myChildNames.back()->instance(numbers);
+        getParmList()->prefetchToken(myChildNames.back()->getTokenRef());
     }
     // A load doesn't pay for the check: who appends the parameters settles clashes.
     if (ZEL_ParmList::isLoading() || acceptNames()) {
@@ -276,10 +286,25 @@ bool ZEL_Multi::acceptNames() const
     const ZEL_ParmList *list = getParmList();
     const ZEL_Template *block = getMultiParmTemplate();
     const std::size_t first = myChildNames.size() - std::size_t(myInstancesPerItem);
+    const auto tokenOf = [&](int child) -> const KIT_StringRef & {
+        return myChildNames[first + std::size_t(child)]->getTokenRef();
+    };
+    // The few names of most blocks are compared sooner than hashed into a set.
+    constexpr int theFew = 16;
     std::unordered_set<KIT_StringHolder, KIT_StringRefHash> tokens;
+    const auto isRepeated = [&](int child) {
+        if (myInstancesPerItem > theFew) {
+            return !tokens.insert(KIT_StringHolder(tokenOf(child))).second;
+        }
+        int i = 0;
+        while (i < child && !(tokenOf(i) == tokenOf(child))) {
+            ++i;
+        }
+        return i < child;
+    };
     for (int child = 0; child < myInstancesPerItem; ++child) {
-        const KIT_StringRef &token = myChildNames[first + std::size_t(child)]->getTokenRef();
-        if (list->getParmPtr(token) || !tokens.insert(KIT_StringHolder(token)).second) {
+        const KIT_StringRef &token = tokenOf(child);
+        if (list->getParmPtr(token) || isRepeated(child)) {
             KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_EXISTS, token.c_str());
             return false;
         }

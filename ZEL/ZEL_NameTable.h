@@ -31,8 +31,18 @@ public:
         return myCapacity == 0 || name.isNull() ? -1 : probe(name);
     }
 
+    /// Starts to fetch what a look-up of the name will read: in a large table that is far away.
+    void prefetch(const KIT_StringRef &name) const
+    {
+        if (myCapacity != 0) {
+            __builtin_prefetch(&mySlots[home(name.hash())]);
+        }
+    }
+
     /// Adds the name, or gives an existing one the new value. A null name is ignored.
     void insert(const KIT_StringHolder &name, int value);
+    /// Room for that many entries in all, so that a run of insertions moves nothing.
+    void reserve(std::uint32_t entries) { growFor(entries); }
     /// Removes the name if it has that value; true if it did.
     bool removeIfValue(const KIT_StringRef &name, int value);
     /// Takes one off every value greater than `value`.

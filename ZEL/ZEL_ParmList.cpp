@@ -83,8 +83,11 @@ int ZEL_ParmList::appendParm(ZEL_Parm *parm)
 void ZEL_ParmList::registerParm(const ZEL_Parm &parm, int index)
 {
     const ZEL_Template &description = *parm.getInstance()->getTemplatePtr();
-    myInstanceTokens.insert(KIT_StringHolder(description.getTokenRef()), index);
     const KIT_StringHolder *channels = description.getChannelTokens();
+    for (int i = 0; i < description.getVectorSize(); ++i) {
+        myInstanceChannels.prefetch(channels[i]);
+    }
+    myInstanceTokens.insert(KIT_StringHolder(description.getTokenRef()), index);
     for (int i = 0; i < description.getVectorSize(); ++i) {
         myInstanceChannels.insert(channels[i], index);
     }

@@ -140,6 +140,10 @@ public:
     /// `created`. Called by the multi-parameter.
     void appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templates, int count, bool spare,
                           const KIT_ValArray<int> &instances, KIT_ValArray<ZEL_Parm *> &created);
+    /// Room for that many more parameters and components, so that a run of items moves no table.
+    void reserveParms(std::int64_t parms, std::int64_t components);
+    /// Starts to fetch what a look-up of an added parameter's token will read.
+    void prefetchToken(const KIT_StringRef &token) const { myInstanceTokens.prefetch(token); }
     /// Inserts or removes an item of the multi-parameter at an index, with the channel aliases of
     /// the items that move. Nothing if there is no multi-parameter.
     void insertMultiParmItem(int parmIndex, int item);

@@ -77,6 +77,17 @@ ZEL_Parm *ZEL_ParmList::createMultiInstanceParm(ZEL_Template &templateRef, bool 
     return parm;
 }
 
+void ZEL_ParmList::reserveParms(std::int64_t parms, std::int64_t components)
+{
+    // Room for what is certain to come: a hostile count is met by the parameters themselves.
+    constexpr std::int64_t theMost = std::int64_t(1) << 20;
+    const auto entries = [&](const ZEL_NameTable &table, std::int64_t more) {
+        return std::uint32_t(table.entries() + std::min(more, theMost));
+    };
+    myInstanceTokens.reserve(entries(myInstanceTokens, parms));
+    myInstanceChannels.reserve(entries(myInstanceChannels, components));
+}
+
 void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templates, int count,
                                     bool spare, const KIT_ValArray<int> &instances,
                                     KIT_ValArray<ZEL_Parm *> &created)
@@ -84,7 +95,10 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
     if (myParms.size() + count > myParms.capacity()) {
         myParms.setCapacity(std::max(myParms.size() + count, KITbumpAlloc(myParms.capacity())));
     }
-    std::vector<bool> isNew(std::size_t(std::max(count, 0)), false);
+    // Each description's parameter, null for a child that was left out.
+    std::vector<ZEL_Parm *> parms(std::size_t(std::max(count, 0)), nullptr);
+    std::vector<bool> isNew(parms.size(), false);
+    std::uint32_t expectedChanges = myAddRemoveCount;
     for (int i = 0; i < count; ++i) {
         int oldIndex = -1;
         ZEL_Parm *old = getParmPtr(templates[i].getTokenRef(), oldIndex);
@@ -95,6 +109,8 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
         if (!parm) {
             continue;
         }
+        ++expectedChanges;
+        parms[std::size_t(i)] = parm;
         isNew[std::size_t(i)] = !old;
         if (old) {
             constexpr bool forceCopy = true;
@@ -106,9 +122,14 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
         }
     }
     // A later child, or an item that one of them makes of its own, may have replaced a parameter by
-    // now: each is found anew.
+    // now: once anything else came or went, each is found anew.
+    const auto present = [&](int i) {
+        ZEL_Parm *parm = parms[std::size_t(i)];
+        return parm && myAddRemoveCount != expectedChanges ? findDescribed(*this, templates[i])
+                                                           : parm;
+    };
     for (int i = 0; i < count; ++i) {
-        ZEL_Parm *parm = findDescribed(*this, templates[i]);
+        ZEL_Parm *parm = present(i);
         if (!parm) {
             continue;
         }
@@ -121,7 +142,7 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
         }
     }
     for (int i = 0; i < count; ++i) {
-        ZEL_Parm *parm = isNew[std::size_t(i)] ? findDescribed(*this, templates[i]) : nullptr;
+        ZEL_Parm *parm = isNew[std::size_t(i)] ? present(i) : nullptr;
         if (parm) {
             created.append(parm);
         }
