@@ -153,7 +153,8 @@ bool ZEL_PresetInfo::savePreset(ZEL_ParmList *list, std::ostream &os)
         return false;
     }
     if (ZEL_ParmOwner *const owner = list->getParmOwner()) {
-        return owner->savePresetContents(os) && KITcheckOutStream(os, theSaveLabel, nullptr);
+        return owner->savePresetContents(os) && KITcheckOutStream(os, theSaveLabel, nullptr) &&
+               isWithoutError();
     }
     constexpr bool binary = false;
     constexpr bool compact = false;

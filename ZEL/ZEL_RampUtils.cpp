@@ -253,7 +253,7 @@ void ZEL_RampUtils::updateMultiParmFromRamp(double time, const KIT_Ramp &ramp, Z
     // 0.99999 itself is near enough, and no 32-bit float is exactly that.
     constexpr double theWrapTolerance = 1e-05 + double(std::numeric_limits<float>::epsilon());
     const int nodes = ramp.getNodeCount();
-    if (!parm.isMultiParm()) {
+    if (!parm.isMultiParm() || !setter) {
         return;
     }
     if (nodes == 0 || std::fabs(double(ramp.getNode(nodes - 1)->position) -
@@ -359,6 +359,8 @@ void ZEL_RampUtils::getRampParmFromDefault(ZEL_Parm &parm, const char *text)
         if (ZEL_Parm *child = childOf(parm, prefix, words[i])) {
             i += child->loadCommand(count - i - 1, words.begin() + i + 1, allComponents, asSet,
                                     ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+            // Ordinals store what they load without a mark.
+            child->setDirtyFlags(-1);
         }
     }
 }

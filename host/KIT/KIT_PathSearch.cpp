@@ -54,6 +54,9 @@ void KIT_PathSearch::setComponents(const char *path)
     KIT_String(path ? path : "").tokenize(folders, ":");
     for (KIT_String &folder : folders) {
         folder.expandVariables();
+        if (folder.view().empty()) {
+            continue; // an unset variable is no folder, least of all the root
+        }
         const std::string_view name = withoutSlashes(folder.view());
         myComponents.append(name.data(), name.size());
     }

@@ -32,8 +32,9 @@ STO_FileLock::STO_FileLock(const char *path) : myPath(std::string(path ? path : 
 {
     constexpr mode_t everybody = 0666;
     while (path && *path) {
+        // For reading: the lock of another user need not be writable to be waited for.
         const int file =
-            ::open(myPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, everybody);
+            ::open(myPath.c_str(), O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, everybody);
         if (file < 0) {
             return;
         }

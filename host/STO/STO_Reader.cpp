@@ -4,7 +4,6 @@
 #include <STO/STO_IndexFile.h>
 
 #include <fstream>
-#include <iterator>
 #include <sys/stat.h>
 
 namespace
@@ -24,8 +23,13 @@ bool readFile(const char *path, std::string &bytes)
     if (!file) {
         return false;
     }
-    bytes.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    return !file.bad();
+    // A read through the stream, which notes an error of the file; one through its buffer throws it.
+    char chunk[16384];
+    do {
+        file.read(chunk, sizeof(chunk));
+        bytes.append(chunk, static_cast<size_t>(file.gcount()));
+    } while (file.good() && bytes.size() <= KIT_IStream::theMaxBytes);
+    return !file.bad() && bytes.size() <= KIT_IStream::theMaxBytes;
 }
 
 bool readPath(const char *path, std::string &bytes, int depth)

@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <functional>
 #include <sstream>
 #include <sys/stat.h>
@@ -418,6 +419,23 @@ TEST_F(IndexFiles, PlainNamesStayInTheirFolder)
     EXPECT_EQ(files[0], in("b/f").c_str());
     EXPECT_EQ(files[1], in("install/data/f").c_str());
     EXPECT_EQ(KIT_PathSearch::getInstance(0).findAllFiles("../outside/f", files), 0);
+}
+
+TEST_F(IndexFiles, AFileThatFailsOnReadingIsUnreadable)
+{
+    // A regular file whose first byte can't be read.
+    STO_Reader reader("/proc/self/mem");
+    EXPECT_EQ(reader.getStream(), nullptr);
+}
+
+TEST_F(IndexFiles, AnEmptyVariableIsNoFolderOfThePath)
+{
+    setenv("ZEL_TEST_EMPTY", "", 1);
+    KIT_PathSearch &search = KIT_PathSearch::getInstance(0);
+    search.setComponents("$ZEL_TEST_EMPTY:/opt/app");
+    ASSERT_EQ(search.getNumComponents(), 1);
+    EXPECT_STREQ(search.getComponent(0).nonNullStr(), "/opt/app");
+    unsetenv("ZEL_TEST_EMPTY");
 }
 
 TEST_F(IndexFiles, VariablesInTexts)
