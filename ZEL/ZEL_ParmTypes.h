@@ -66,8 +66,8 @@ enum ZEL_ErrorCode : int
     ZEL_ERR_NEWER_STREAM = 13,   ///< stream of a newer library
     ZEL_ERR_NO_COLLECTION = 14,  ///< channel reference without a collection
     ZEL_ERR_PRESET_HEADER = 15,  ///< preset header missing
-    ZEL_ERR_PRESET_VERSION = 16, ///< preset version unknown
-    ZEL_ERR_PRESET_READ = 17,    ///< preset unreadable
+    ZEL_ERR_PRESET_WORD = 16,    ///< a word of the preset's header is missing
+    ZEL_ERR_PRESET_VERSION = 17, ///< a preset of another version
     ZEL_ERR_TIME_DEPENDENT = 18, ///< non-animatable parameter's channel is time dependent
     ZEL_ERR_TOKEN_EXISTS = 19,   ///< a multi-parameter item's token is taken
     ZEL_ERR_BASE_PARM = 20,      ///< base parameter inside a multi-parameter

@@ -61,12 +61,12 @@ bool loadHeader(KIT_IStream &is)
         return fail(ZEL_ERR_PRESET_HEADER, nullptr);
     }
     if (!is.checkToken(theVersionWord)) {
-        return fail(ZEL_ERR_PRESET_VERSION, theVersionWord);
+        return fail(ZEL_ERR_PRESET_WORD, theVersionWord);
     }
     // Exact, not a minimum: what another version means isn't known.
     float version = 0.0f;
     if (!is.aread(version) || version != static_cast<float>(BASparseFloat(theVersion))) {
-        return fail(ZEL_ERR_PRESET_READ, nullptr);
+        return fail(ZEL_ERR_PRESET_VERSION, nullptr);
     }
     return true;
 }
