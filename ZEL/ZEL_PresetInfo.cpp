@@ -229,15 +229,18 @@ bool ZEL_PresetInfo::savePresetToDir(ZEL_ParmList *list, const char *name, const
     if (file.empty() || !name || !*name || !KITcreateDirectoryForFile(file.c_str())) {
         return false;
     }
+    // Before the lock: what an owner does to save may save presets of its own.
+    std::ostringstream os;
+    if (!savePreset(list, os)) {
+        return false;
+    }
     const STO_FileLock lock(file.c_str());
     if (!lock.isHeld()) {
         return false;
     }
     STO_IndexFile index;
     index.open(file.c_str());
-    std::ostringstream os;
-    if (!index.canWrite() || !savePreset(list, os) || !index.addSection(name, os.str()) ||
-        !writeIndex(index, file, lock)) {
+    if (!index.canWrite() || !index.addSection(name, os.str()) || !writeIndex(index, file, lock)) {
         return false;
     }
     myNeedsRefresh = true;

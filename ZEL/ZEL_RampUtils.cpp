@@ -108,18 +108,28 @@ public:
     {
         mySetter({&parm, double(value), value, 0, myTime, myData});
     }
-    void key(const Key &key, const KIT_RampNode &node, float position, bool color) const
+    /// False if the key's parameters aren't all there, before or after a write. Each is looked up
+    /// where it is written: whoever hears of the one before may have taken the next away.
+    bool key(const ZEL_Parm &ramp, int item, const KIT_RampNode &node, float position,
+             bool color) const
     {
-        number(*key.position, position, 0);
-        if (color) {
-            const float rgb[theColorSize] = {node.red, node.green, node.blue};
-            for (int i = 0; i < theColorSize; i++) {
-                number(*key.value, rgb[i], i);
-            }
-        } else {
-            number(*key.value, node.alpha, 0);
+        if (!keyOf(ramp, item).isComplete()) {
+            return false;
         }
-        integer(*key.interp, ZELgetRampInterp(node.basis));
+        number(*keyOf(ramp, item).position, position, 0);
+        const float rgb[theColorSize] = {node.red, node.green, node.blue};
+        for (int i = 0; i < (color ? theColorSize : 1); i++) {
+            ZEL_Parm *const value = keyOf(ramp, item).value;
+            if (!value) {
+                return false;
+            }
+            number(*value, color ? rgb[i] : node.alpha, i);
+        }
+        ZEL_Parm *const interp = keyOf(ramp, item).interp;
+        if (interp) {
+            integer(*interp, ZELgetRampInterp(node.basis));
+        }
+        return interp != nullptr;
     }
 
 private:
@@ -266,12 +276,10 @@ void ZEL_RampUtils::updateMultiParmFromRamp(double time, const KIT_Ramp &ramp, Z
 
     const bool color = parm.isRampTypeColor();
     for (int i = 0; i < count; i++) {
-        const Key key = keyOf(parm, i);
-        if (!key.isComplete()) {
+        const KIT_RampNode &node = *ramp.getNode(i < nodes ? i : 0);
+        if (!writer.key(parm, i, node, i < nodes ? node.position : theWrapPosition, color)) {
             return;
         }
-        const KIT_RampNode &node = *ramp.getNode(i < nodes ? i : 0);
-        writer.key(key, node, i < nodes ? node.position : theWrapPosition, color);
     }
 }
 

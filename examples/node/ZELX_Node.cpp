@@ -1,5 +1,7 @@
 #include "ZELX_Node.h"
 
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>
@@ -95,7 +97,10 @@ void ZELX_Node::applyDefaultPreset()
 {
     const int preset = myPresets ? myPresets->getDefaultPreset() : -1;
     if (preset >= 0) {
+        // An error of before, not read yet, is none of this load's.
+        KIT_ErrorManager::Scope scope(BASgetSTID());
         myPresets->loadPresetFile(myParms.get(), myPresets->getPresetPath(preset));
+        scope.getOuterManager().stealErrors(scope.getManager());
     }
 }
 

@@ -36,7 +36,9 @@ double hueOf(const double rgb[3], double most, double chroma)
     } else {
         sixths = (rgb[0] - rgb[1]) / chroma + 4.0;
     }
-    return sixths < 0.0 ? sixths / 6.0 + 1.0 : sixths / 6.0;
+    // A hue just below 0 may round to a whole turn.
+    const double turns = sixths < 0.0 ? sixths / 6.0 + 1.0 : sixths / 6.0;
+    return turns < 1.0 ? turns : 0.0;
 }
 
 /// The share of the chroma that a primary gets, its hue being `offset` sixths of a turn.

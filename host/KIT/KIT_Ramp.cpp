@@ -202,7 +202,8 @@ bool KIT_Ramp::isPlainAt(int index, float position) const
 {
     const KIT_RampNode &node = myNodes[index];
     if (index + 1 >= getNodeCount() || node.basis == KIT_BASIS_CONSTANT ||
-        !(myNodes[index + 1].position > node.position)) {
+        !(myNodes[index + 1].position > node.position) || !std::isfinite(node.position) ||
+        !std::isfinite(myNodes[index + 1].position)) {
         return true;
     }
     const bool insideSpline = index > 0 && node.basis == KIT_BASIS_BSPLINE &&
@@ -217,8 +218,10 @@ KIT_RampSegment KIT_Ramp::segmentAt(int index, int nodes[4]) const
     const bool spline = basis == KIT_BASIS_BSPLINE;
     KIT_RampSegment segment;
     segment.basis = basis;
-    segment.beforeFlag = index > 0 && (!spline || myNodes[index - 1].basis == basis);
-    segment.behindFlag = index + 2 <= last && (!spline || myNodes[index + 1].basis == basis);
+    segment.beforeFlag = index > 0 && std::isfinite(myNodes[index - 1].position) &&
+                         (!spline || myNodes[index - 1].basis == basis);
+    segment.behindFlag = index + 2 <= last && std::isfinite(myNodes[index + 2].position) &&
+                         (!spline || myNodes[index + 1].basis == basis);
     nodes[0] = segment.beforeFlag ? index - 1 : index;
     nodes[1] = index;
     nodes[2] = index + 1;

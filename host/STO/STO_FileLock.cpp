@@ -1,5 +1,7 @@
 #include <STO/STO_FileLock.h>
 
+#include <STO/STO_Info.h>
+
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -28,7 +30,8 @@ bool waitFor(int file)
 
 } // namespace
 
-STO_FileLock::STO_FileLock(const char *path) : myPath(std::string(path ? path : "") + ".lock")
+STO_FileLock::STO_FileLock(const char *path)
+    : myPath(STO_Info::followLinks(path ? path : "") + ".lock")
 {
     constexpr mode_t everybody = 0666;
     while (path && *path) {

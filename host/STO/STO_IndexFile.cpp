@@ -26,11 +26,13 @@ bool startsWith(std::string_view text, std::string_view prefix)
     return text.substr(0, prefix.size()) == prefix;
 }
 
-/// The name on a section's line; false unless it is a whole quoted text and nothing else.
+/// The name on a section's line; false unless it is a whole quoted text and nothing else, without
+/// the zero byte that would end it short.
 bool readName(std::string_view quoted, KIT_WorkBuffer &name)
 {
     KIT_IStream is(quoted.data(), quoted.size(), KIT_IStream::TEXT);
-    return startsWith(quoted, "\"") && is.getString(name) && is.eof() && name.length() > 0;
+    return startsWith(quoted, "\"") && is.getString(name) && is.eof() && name.length() > 0 &&
+           name.view().find('\0') == std::string_view::npos;
 }
 
 } // namespace

@@ -28,3 +28,16 @@ bool STO_Info::leadsBelow(const char *path, const char *folder)
     const fs::path target = fs::weakly_canonical(fs::absolute(path, failure), failure);
     return !failure && KIT_PathSearch::isBelow(target.c_str(), place.c_str());
 }
+
+std::string STO_Info::followLinks(const char *path)
+{
+    namespace fs = std::filesystem;
+    std::error_code failure;
+    fs::path target = fs::canonical(path, failure);
+    if (failure) {
+        const fs::path file(path);
+        const fs::path folder = file.has_parent_path() ? file.parent_path() : fs::path(".");
+        target = fs::canonical(folder, failure) / file.filename();
+    }
+    return failure ? path : target.string();
+}

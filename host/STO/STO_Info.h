@@ -8,6 +8,8 @@
 
 #include <BAS/BAS_API.h>
 
+#include <string>
+
 class KIT_API STO_Info
 {
 public:
@@ -16,4 +18,7 @@ public:
     /// Whether a path leads to the folder or below it once every link on the way is followed; what
     /// of the path isn't there yet counts as it is written.
     static bool leadsBelow(const char *path, const char *folder);
+    /// The one path of a file, whichever links lead to it. What isn't there is named in its folder;
+    /// a path whose folder isn't there either comes back as it is.
+    static std::string followLinks(const char *path);
 };

@@ -3,13 +3,13 @@
 #include <KIT/KIT_OpUtils.h>
 #include <STO/STO_FileLock.h>
 #include <STO/STO_IndexFile.h>
+#include <STO/STO_Info.h>
 #include <STO/STO_Reader.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -25,17 +25,6 @@ void *theHookData = nullptr;
 bool mayStep(const char *step)
 {
     return !theHook || theHook(theHookData, step);
-}
-
-/// Where a link leads to; the path itself when there is none, or nothing behind it.
-std::string followLinks(const char *path)
-{
-    std::string target(path);
-    if (char *real = ::realpath(path, nullptr)) {
-        target = real;
-        std::free(real);
-    }
-    return target;
 }
 
 /// A rename lasts only when the folder that holds the name has reached the disk.
@@ -65,7 +54,7 @@ STO_Writer::STO_Writer(const char *path, const STO_FileLock *held)
         myStream = mySection.isEmpty() ? nullptr : std::make_unique<KIT_OByteStream>(myBytes);
         return;
     }
-    myPath = followLinks(path);
+    myPath = STO_Info::followLinks(path);
     const bool isOwn = held && held->isHeld();
     if (mayStep("open") && openPart(isOwn)) {
         myStream = std::make_unique<KIT_OByteStream>(myBytes);
@@ -84,20 +73,23 @@ bool STO_Writer::openPart(bool isOwn)
 {
     static std::atomic<unsigned> theCount{0};
     constexpr mode_t everybody = 0666;
-    const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC;
     struct stat old;
     const bool exists = ::stat(myPath.c_str(), &old) == 0;
     if (exists && !S_ISREG(old.st_mode)) {
         errno = S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
         return false;
     }
-    // The holder of the lock takes over what a killed one left behind.
     myPart = myPath + ".part";
-    if (!isOwn) {
+    if (isOwn) {
+        // What a killed holder of the lock left behind. It may be another user's, so it isn't
+        // written into.
+        ::unlink(myPart.c_str());
+    } else {
         myPart =
             myPath + "." + std::to_string(::getpid()) + "." + std::to_string(++theCount) + ".part";
     }
-    myFile = ::open(myPart.c_str(), flags | (isOwn ? O_TRUNC : O_EXCL), everybody);
+    myFile =
+        ::open(myPart.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, everybody);
     if (myFile >= 0 && exists) {
         // A file of somebody else keeps working without its permissions.
         [[maybe_unused]] const int ignored = ::fchmod(myFile, old.st_mode & 07777);

@@ -177,6 +177,8 @@ TEST_F(IndexFiles, FaultsAreToldAndWholeSectionsKept)
         {"open without text", head + "section \"a\"\nopen\n" + two + last, "b=2", "STO 3"},
         {"name not quoted", head + "section a\n\t1\nend\n" + two + last, "b=2", "STO 3"},
         {"name not closed", head + "section \"a\n\t1\nend\n" + two + last, "b=2", "STO 3"},
+        {"zero byte in the name", head + "section \"a\\0b\"\n\t1\nend\n" + two + last, "b=2",
+         "STO 3"},
         {"no name", head + "section \"\"\n\t1\nend\n" + two + last, "b=2", "STO 3"},
         {"no last line", head + one, "a=1", "STO 3"},
     };
@@ -312,6 +314,24 @@ TEST_F(IndexFiles, ALockLeftByAKilledProcessIsFree)
     }
     EXPECT_EQ(contents("a"), "file: whole\n");
     EXPECT_FALSE(STO_FileLock(in("nowhere/file").c_str()).isHeld());
+}
+
+TEST_F(IndexFiles, ALinkIsLockedWhereItLeads)
+{
+    writeFile(in("b/real"), "old");
+    fs::create_symlink(in("b/real"), in("a/link"));
+    // A part file that can't be written into gives way, and what it leads to stays as it is.
+    writeFile(in("outside/theirs"), "theirs");
+    fs::create_symlink(in("outside/theirs"), in("b/real.part"));
+    const STO_FileLock lock(in("a/link").c_str());
+    ASSERT_TRUE(lock.isHeld());
+    EXPECT_TRUE(fs::exists(in("b/real.lock")));
+    STO_Writer writer(in("a/link").c_str(), &lock);
+    ASSERT_NE(writer.getStream(), nullptr);
+    *writer.getStream() << "new";
+    EXPECT_TRUE(writer.close());
+    EXPECT_EQ(readFile(in("b/real")), "new");
+    EXPECT_EQ(readFile(in("outside/theirs")), "theirs");
 }
 
 TEST_F(IndexFiles, WritersKeepPermissionsAndFollowLinks)

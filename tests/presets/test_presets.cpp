@@ -8,6 +8,7 @@
 #include <node/ZELX_Node.h>
 #include <presets/PresetFolders.h>
 
+#include <functional>
 #include <sstream>
 #include <streambuf>
 
@@ -90,7 +91,7 @@ struct PresetOwner : TestOwner
     bool savePresetContents(std::ostream &os) override
     {
         os << "mine\n7\n";
-        return saves;
+        return saves && (!inside || inside());
     }
     bool loadPresetSection(const char *word, KIT_IStream &is) override
     {
@@ -99,6 +100,7 @@ struct PresetOwner : TestOwner
     }
 
     bool saves = true;
+    std::function<bool()> inside; // runs within a save
     int mine = 0;
     std::string words;
 };
@@ -206,6 +208,13 @@ TEST_F(Presets, TheOwnerHasSectionsOfItsOwn)
     EXPECT_EQ(os.str(), theHead + "mine\n7\n");
     owner.saves = false;
     EXPECT_FALSE(presets.savePreset(&list, os));
+    owner.saves = true;
+    owner.inside = [&] {
+        return presets.savePresetToDir(number.list.get(), "inner", in("a").c_str());
+    };
+    EXPECT_TRUE(presets.savePresetToDir(&list, "outer", in("a").c_str()));
+    EXPECT_EQ(names(), "inner outer");
+    owner.inside = nullptr;
 
     owner.takeCalls();
     EXPECT_TRUE(load(&list, theHead + "mine 5 " + valuesOf(2.0).substr(theHead.size()) + "mine 6"));
@@ -483,7 +492,10 @@ TEST_F(Presets, ANodeStartsWithItsPermanentDefaults)
     first->getParms().setFloat(8.0, "p", 0, 0.0, false);
     EXPECT_TRUE(first->getPresets()->savePresetToDir(
         &first->getParms(), ZEL_PresetInfo::theDefaultName, in("a").c_str()));
+    // An error that nobody has read yet isn't this node's.
+    KITaddError("ZEL", 15);
     ZELX_Node *second = root.addChild("second", number.templates, "light");
+    EXPECT_EQ(takeMessages(), "ZEL 15");
     EXPECT_EQ(second->getParms().evalFloat("p", 0, 0.0), 8.0);
     EXPECT_EQ(second->getParms().getPresetInfo(), second->getPresets());
     ZELX_Node *other = root.addChild("other", number.templates, "dark");

@@ -253,6 +253,13 @@ TEST(RampBasis, OutsideCoincidentAndMissingKeys)
         odd.evaluate(x, rgba);
     }
     EXPECT_EQ(3.0f, odd.evaluateFloat(0.5f)) << "nothing behind a key is no curve";
+    for (const KIT_SPLINE_BASIS basis : theBases) {
+        const KIT_Ramp endless = makeRamp(
+            basis, {{-theInfinity, 1.0f}, {0.0f, 2.0f}, {1.0f, 3.0f}, {theInfinity, 4.0f}});
+        for (const float x : {-1.0f, 0.0f, 0.5f, 2.0f}) {
+            EXPECT_TRUE(std::isfinite(endless.evaluateFloat(x))) << basis << " at " << x;
+        }
+    }
 }
 
 // -------------------------------------------------------------------- //
@@ -271,6 +278,7 @@ TEST(RampColors, KnownColorsInEachSpace)
         {KIT_COLORTYPE_HSV, {1.0, 0.5, 0.0}, {1.0 / 12.0, 1.0, 1.0}},
         {KIT_COLORTYPE_HSV, {0.1, 0.1, 0.4}, {4.0 / 6.0, 0.75, 0.4}},
         {KIT_COLORTYPE_HSV, {0.5, 0.0, 0.25}, {11.0 / 12.0, 1.0, 0.5}},
+        {KIT_COLORTYPE_HSV, {1.0, 0.0, 1e-17}, {0.0, 1.0, 1.0}},
         {KIT_COLORTYPE_HSL, {1.0, 0.5, 0.0}, {1.0 / 12.0, 1.0, 0.5}},
         {KIT_COLORTYPE_HSL, {0.5, 1.0, 0.5}, {2.0 / 6.0, 1.0, 0.75}},
         {KIT_COLORTYPE_HSL, {0.3, 0.3, 0.3}, {0.0, 0.0, 0.3}},

@@ -298,6 +298,28 @@ TEST(RampWriting, ChangesAreTold)
     EXPECT_EQ(0.25, p.eval("r3pos")) << "as many keys as there are";
 }
 
+TEST(RampWriting, AListenerMayTakeKeysAway)
+{
+    for (int at = 1; at <= 8; ++at) {
+        RampList p(ZEL_MULTITYPE_RAMP_RGB, 3.0);
+        struct Taker
+        {
+            RampList &list;
+            int left;
+        } taker{p, at};
+        p.list->setEventHandler(&taker, [](void *data, TRK_CHANGE_TYPE, int) {
+            Taker &self = *static_cast<Taker *>(data);
+            if (--self.left == 0) {
+                self.list.list->setInt(0, "r", 0, 0.0, false);
+                self.list.eval("r");
+            }
+        });
+        p.write(makeRamp({theFirst, theSecond, theFirst}));
+        p.list->setEventHandler(nullptr, nullptr);
+        EXPECT_EQ(0, p.multi("r").getMultiParmNumItems()) << at;
+    }
+}
+
 // -------------------------------------------------------------------- //
 // Default text
 // -------------------------------------------------------------------- //
