@@ -3,7 +3,11 @@
 ///
 /// Vocabulary: *logarithmic* = a bit of the flags that counts for a single number only. *embed* = the
 ///             sign bit of the flags, which tells "embed" from "toggle".
-/// Units:      `size` in components; `exportLevel` 0 none, 1 dialog, 2 all.
+///             *script form* = a text as it stands in a script; names, labels, conditions and the
+///             lines of a menu script are written as they are, so who wants them read back puts
+///             quotes and escapes there.
+/// Units:      `size` in components; `exportLevel` 0 none, 1 dialog, 2 all, above: not written;
+///             `menuType` 0 one of the choices, 1 a choice replaces the text, 2 it toggles a word.
 /// Ownership:  owns its texts and the records in its lists, which are made by new.
 /// Threads:    one thread at a time; const calls from any.
 /// Errors:     none.
@@ -11,6 +15,8 @@
 #pragma once
 
 #include <DS/DS_AttributeValue.h>
+#include <DS/DS_DefaultValue.h>
+#include <DS/DS_DisableInfo.h>
 #include <DS/DS_HandleBinding.h>
 #include <DS/DS_MenuChoice.h>
 #include <DS/DS_SelectorBinding.h>
@@ -46,6 +52,13 @@ public:
     void setLogarithmic(bool logarithmic);
     bool isInvisible() const;
     void setInvisible();
+    /// Sets type, size and kind of ramp by a type word. False, and no change, for an unknown word and
+    /// for those behind "buttonstrip", which records don't know by word; "ordinal" is true and no
+    /// change. Words for nodes are plain texts here.
+    bool setTypeByToken(const char *word);
+    /// The first word that fits the type. Other ordinals are "string" with a menu and "integer"
+    /// without, and the rest is "float".
+    const char *getTypeToken() const;
     void addHelpText(const char *text) { help += text; }
     /// Arrays aren't written.
     bool getIsArray() const { return myArrayFlag; }
@@ -60,18 +73,20 @@ public:
     ZEL_Type type;
     ZEL_MultiType multiType = ZEL_MULTITYPE_NONE;
     int exportLevel = 0;
-    KIT_String group; // folder path with slashes
-    KIT_String menuScript;
-    int menuLanguage = 0;
+    KIT_String group;      // folder path with slashes
+    KIT_String menuScript; // lines in script form
+    TRK_ScriptLanguage menuLanguage = TRK_SCRIPT_COMMAND;
     KIT_ValArray<DS_MenuChoice *> menuChoices;
     int menuType = 0;
     KIT_ValArray<DS_AttributeValue *> attributes;
     KIT_ValArray<DS_HandleBinding *> handles;
     std::unique_ptr<DS_SelectorBinding> selector;
     int size = 1;
+    std::unique_ptr<DS_DefaultValue> defaults;
     std::unique_ptr<ZEL_Range> range;
-    KIT_String disableWhen;
-    KIT_String hideWhen;
+    KIT_ValArray<DS_DisableInfo *> disableInfo; // counts without `disableWhen` only
+    KIT_String disableWhen;                     // in script form
+    KIT_String hideWhen;                        // in script form
 
 private:
     bool isSingleNumber() const;

@@ -1,24 +1,165 @@
 /// \file ZEL_Data.h
-/// The instance of every parameter whose basic type is data.
+/// The instance of every parameter whose basic type is data: a component holds an immutable, shared
+/// object, or nothing.
 ///
-/// At present it makes the right kind of instance and holds no values: see
-/// ZEL_ValuelessInstance.h for how it behaves.
+/// Vocabulary: *item* = such an object (ZEL_DataItem.h); *typed text* = an item in text
+///             (ZEL_DataFactory.h); *reference* = what a channel stands for here: another data
+///             parameter, which the list's owner finds. The channel's expression isn't evaluated.
+/// Units:      component indices 0-based; reading one outside the vector gives nothing.
+/// Ownership:  shares its items; channels belong to the list's collection.
+/// Threads:    reads from any thread at once. Replacing an item, loading and restoring one thread at
+///             a time, and not while the parameter evaluates: a reader that races gets the item
+///             from before or after.
+/// Errors:     "ZEL" 2, 3, 9 on load, with the common messages under "String Parameter Load", and 21
+///             on a bad index in `setExpression`. What can't be read as an item makes an empty
+///             dictionary, and an unknown kind nothing, both without a message.
+/// Cost:       reading copies one pointer. Text is made only by saving and by reading as a string.
+///
+/// There is no default but nothing, there are no overrides, and numbers read as 0.
+
 #pragma once
 
+#include <KIT/KIT_Array.h>
 #include <ZEL/ZEL_Instance.h>
-#include <ZEL/ZEL_ValuelessInstance.h>
+#include <ZEL/ZEL_UndoData.h>
 
-class ZEL_API ZEL_Data : public ZEL_ValuelessInstance<ZEL_Instance>
+#include <tbb/spin_rw_mutex.h>
+
+#include <memory>
+#include <string_view>
+
+class ZEL_API ZEL_Data : public ZEL_Instance
 {
 public:
+    using Item = std::shared_ptr<const ZEL_DataItem>;
+
     ZEL_Data(ZEL_Template *templatePtr, ZEL_Parm *parm);
     ~ZEL_Data() override;
 
+    /// The component's item, by no channel; empty outside the vector.
+    Item getData(double time, int index) const;
+    /// Marks the component dirty and replaces the item. False outside the vector.
+    bool setData(const Item &item, double time, int index);
+
+    void adopt(ZEL_Instance &source) override;
     ZEL_Instance *duplicateSelf(ZEL_Parm *parm) const override;
+
+    void setValueToDefault(double time, int index, ZEL_AddKeyType addKey) override;
+    void revertToDefault(int index) override;
+    void revertToDefaults(bool deleteChannels) override;
+    void restoreFactoryDefault(int) override {}
+    void overwriteDefault(double, int) override {}
+    void overwriteDefaults(double) override {}
+    /// Of all components together: the index only has to be valid where the base asks.
+    bool isDefault(int index, ZEL_DefaultType type, bool checkLocks) const override;
+
+    /// A component with a channel saves no item, and not the channel's name either.
+    bool save(std::ostream &os, int binary, bool compiled) const override;
+    bool load(KIT_IStream &is) override;
+    /// The items themselves.
+    bool saveUndoData(std::shared_ptr<ZEL_UndoData> &data) const override;
+    /// Deletes all channels, too.
+    bool loadUndoData(const std::shared_ptr<ZEL_UndoData> &data) override;
+    void saveCommand(std::ostream &os, int values, int index) const override;
+    /// An argument without ":" empties its component.
+    int loadCommand(int argc, const char *const argv[], int index, bool asSet,
+                    ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+
+    /// The item's dictionary. `expand` replaces variables and backticks in keys and values, which all
+    /// become texts; the first fault is reported and ends it.
+    void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index, bool expand,
+                  int thread) const override;
+    /// With a channel, what the reference gives.
+    void getValue(ZEL_ParmList *list, double time, Item &value, int index,
+                  int thread) const override;
+    /// The dictionary as one line of JSON; "" for items of another kind.
+    void getValue(ZEL_ParmList *list, double time, KIT_String &value, int index, bool expand,
+                  int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, double &value, int index,
+                  int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, std::int64_t &value, int index,
+                  int thread) const override;
+    void getValue(ZEL_ParmList *list, double time, int &value, int index,
+                  int thread) const override;
+    void getExpressionStringForUI(double time, KIT_String &text, int index,
+                                  int thread) const override;
+    void getExpression(double time, KIT_String &text, int index, bool expand,
+                       int thread) const override;
+
+    /// Nothing is evaluated: `evaluate` makes no difference.
+    void setExpression(double time, const char *text, TRK_ExprLanguage language, int index,
+                       bool evaluate, bool deleteChannel) override;
+    /// With `replaceExpression` the channel goes.
+    void setValue(double time, const Item &value, bool replaceExpression, int index,
+                  ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+    /// Numbers and texts empty the component, whatever they are.
+    void setValue(double time, std::int64_t value, bool replaceExpression, int index,
+                  ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+    void setValue(double time, int value, bool replaceExpression, int index, ZEL_AddKeyType addKey,
+                  ZEL_KeySetType keySet) override;
+    void setValue(double time, double value, bool replaceExpression, int index,
+                  ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+    void setValue(double time, const char *text, TRK_StringMeaning meaning, bool replaceExpression,
+                  int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
+    void setDefaultChannelValue(TRK_Channel *, int) override {}
+
+    /// Appends nothing.
+    bool getMagicString(KIT_TokenString &, ZEL_ParmList *, int, double, bool, int) const override
+    {
+        return false;
+    }
+    void hardenChanges(double, int, bool, const char *, KIT_Array<TRK_ChannelRef> *) override {}
+    std::int64_t getMemoryUsage(bool inclusive) const override;
+
+    // ------------------------------------------------------------------ //
+    /// \name Dictionaries   (any thread)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Every key and value of `source`, expanded, into `destination`. Marks the component time
+    /// dependent, or not, by what was expanded.
+    void expandJSONMap(ZEL_ParmList *list, double time, int index, int thread,
+                       const KIT_JSONValueMap &source, KIT_JSONValueMap &destination) const;
+    /// One text. False, after a report, when it can't be expanded; else `timeDependent` is set if
+    /// the text depends on time, and left alone if not.
+    bool expandJSONString(ZEL_ParmList *list, double time, int index, int thread, const char *text,
+                          KIT_String &out, bool &timeDependent) const;
+    /// Every key and value as it is.
+    static void copyJSONMap(const KIT_JSONValueMap &source, KIT_JSONValueMap &destination);
+    ///@}
 
 protected:
     ZEL_Data(const ZEL_Data &source, ZEL_Parm *parm);
 
-    int classId() const override;
-    const char *saveLabel() const override;
+private:
+    /// One pointer; the index must be valid.
+    Item fetch(int index) const { return std::atomic_load(&myData[index]); }
+    void store(int index, Item item);
+    void copyItems(const KIT_Array<Item> &items);
+    void followReference(ZEL_ParmList *list, double time, int index, int thread, Item &out) const;
+
+    double commandTime() const;
+    /// The item that a stream gets: none for default data or beside a channel.
+    Item itemToSave(int index) const;
+    bool saveAscii(std::ostream &os) const;
+    bool saveBinary(std::ostream &os) const;
+    bool loadAscii(KIT_IStream &is);
+    bool openAscii(KIT_IStream &is);
+    bool loadBinary(KIT_IStream &is);
+    void loadArgument(const char *argument, int index, TRK_Channel *held, bool asSet);
+
+    mutable tbb::spin_rw_mutex myLock;
+    KIT_Array<Item> myData; // vector size
+};
+
+/// The items of all components.
+class ZEL_API ZEL_DataUndoData : public ZEL_UndoData
+{
+public:
+    explicit ZEL_DataUndoData(KIT_Array<ZEL_Data::Item> items) : myItems(std::move(items)) {}
+    ~ZEL_DataUndoData() override;
+
+    const KIT_Array<ZEL_Data::Item> &getItems() const { return myItems; }
+
+private:
+    KIT_Array<ZEL_Data::Item> myItems;
 };

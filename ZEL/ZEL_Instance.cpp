@@ -17,7 +17,6 @@
 #include <ZEL/ZEL_Value.h>
 
 #include <cstring>
-#include <mutex>
 #include <sstream>
 
 // ---------------------------------------------------------------------- //
@@ -59,6 +58,7 @@ ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
 
 ZEL_Instance::~ZEL_Instance()
 {
+    leavePropagations();
     destroyMicroNodes();
     delete myValue;
     clearAndDestroyChannels();
@@ -358,12 +358,7 @@ std::int64_t ZEL_Instance::getMemoryUsage(bool inclusive) const
     if (myValue) {
         bytes += std::int64_t(sizeof(*myValue));
     }
-    const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
-    for (int i = 0; i < size; ++i) {
-        bytes += nodes ? nodes[i].getMemoryUsage(true) : 0;
-        bytes += myConstMicroNodes ? myConstMicroNodes[i].getMemoryUsage(true) : 0;
-    }
-    return bytes;
+    return bytes + getMicroNodesMemoryUsage();
 }
 
 bool ZEL_Instance::isRotationParm() const
@@ -543,7 +538,7 @@ void ZEL_Instance::setSendExtra(int index)
 }
 
 // ---------------------------------------------------------------------- //
-// Time dependence and micro nodes
+// Time dependence
 // ---------------------------------------------------------------------- //
 
 bool ZEL_Instance::isTimeDependent(int index) const
@@ -589,78 +584,6 @@ void ZEL_Instance::setTimeDependent(int index, bool timeDependent) const
         list->setTimeDependent();
         if (type.isCookable()) {
             list->setCookTimeDependent();
-        }
-    }
-}
-
-void ZEL_Instance::setTimeDependentMicroNode(int index, bool timeDependent) const
-{
-    if (ZEL_ParmMicroNode *nodes = threadSafeMicroNodes()) {
-        markMicroNode(nodes, index, timeDependent);
-    }
-}
-
-void ZEL_Instance::markMicroNode(ZEL_ParmMicroNode *nodes, int index, bool timeDependent) const
-{
-    if (validIndex(index)) {
-        nodes[index].setTimeDependent(timeDependent);
-    } else if (index < 0) {
-        const int size = getVectorSize();
-        for (int i = 0; i < size; ++i) {
-            nodes[i].setTimeDependent(timeDependent);
-        }
-    }
-}
-
-ZEL_ParmMicroNode *ZEL_Instance::microNode(int index)
-{
-    if (!validIndex(index) || !myParm) {
-        return nullptr;
-    }
-    ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
-    if (!nodes) {
-        std::lock_guard<BAS_ByteLock> guard(myMicroNodeLock);
-        nodes = threadSafeMicroNodes();
-        if (!nodes) {
-            nodes = createMicroNodes();
-            __atomic_store_n(&myMicroNodes, nodes, __ATOMIC_RELEASE);
-        }
-    }
-    return nodes ? nodes + index : nullptr;
-}
-
-ZEL_ParmMicroNode *ZEL_Instance::createMicroNodes() const
-{
-    if (const ZEL_ParmOwner *owner = getParmOwner()) {
-        return owner->createParmMicroNodes(*myParm);
-    }
-    const int size = getVectorSize();
-    ZEL_ParmMicroNode *nodes = new ZEL_ParmMicroNode[std::size_t(size)];
-    for (int i = 0; i < size; ++i) {
-        nodes[i].init(*myParm, i);
-    }
-    return nodes;
-}
-
-void ZEL_Instance::destroyMicroNodes()
-{
-    delete[] myConstMicroNodes;
-    delete[] myMicroNodes;
-    myConstMicroNodes = nullptr;
-    myMicroNodes = nullptr;
-}
-
-void ZEL_Instance::adoptMicroNodes(ZEL_Instance &source)
-{
-    destroyMicroNodes();
-    myMicroNodes = source.myMicroNodes;
-    myConstMicroNodes = source.myConstMicroNodes;
-    source.myMicroNodes = nullptr;
-    source.myConstMicroNodes = nullptr;
-    if (myMicroNodes && myParm) {
-        const int size = getVectorSize();
-        for (int i = 0; i < size; ++i) {
-            myMicroNodes[i].init(*myParm, i);
         }
     }
 }

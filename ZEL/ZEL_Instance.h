@@ -35,6 +35,7 @@
 #include <ZEL/ZEL_Template.h>
 
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 
@@ -44,6 +45,7 @@ class KIT_IStream;
 class KIT_JSONValueMap;
 class KIT_Packet;
 class KIT_String;
+class KIT_StringArray;
 class KIT_TokenString;
 class KIT_WorkBuffer;
 class LNK_MicroNode;
@@ -491,9 +493,36 @@ public:
     /// The component's node; the array is made on first use, by any thread: through the owner if
     /// there is one. Null outside the vector.
     ZEL_ParmMicroNode *microNode(int index);
+    /// The companion of the component's node, made likewise, after the nodes themselves.
+    ZEL_ConstMicroNode *constMicroNode(int index);
     /// Writes the mark only, without the list's flags, and only if it differs. A negative index
     /// marks all.
     void setTimeDependentMicroNode(int index, bool timeDependent) const;
+    /// Whether evaluation met a context option; of any component for a negative index. False without
+    /// nodes.
+    bool hasContextOptionDeps(int index) const;
+    /// Replaces `names` by those options, sorted.
+    void getContextOptionDeps(int index, KIT_StringArray &names) const;
+
+    /// The nodes, their inputs, their outputs: appended in component order, nothing without nodes.
+    void getMicroNodes(KIT_Array<LNK_MicroNode *> &nodes) const;
+    void getMicroNodeInputList(KIT_Array<LNK_MicroNode *> &inputs) const;
+    void getMicroNodeOutputList(KIT_Array<LNK_MicroNode *> &outputs) const;
+    std::int64_t getMicroNodeNumInputs() const;
+    /// Takes the inputs of all nodes off; see `ZEL_ParmMicroNode::clearInputs`.
+    void clearMicroNodeInputs();
+    /// Bytes of both arrays.
+    std::int64_t getMicroNodesMemoryUsage() const;
+    /// The dumps of the nodes, then of their companions.
+    void dumpMicroNodes(std::ostream &os, int level) const;
+
+    /// Pushes what has changed into the graph: from the node of each component whose send-extra flag
+    /// is set, or of every one with `all`. Without nodes, `node` is pushed once if the parm is
+    /// cookable and any flag is set; it stands for the parameters of the whole list, and `*used`
+    /// tells if it was. In the end no flag is set. The callback gets each node that is made dirty,
+    /// and may remove this very parameter.
+    void propagateDirty(const std::function<void(LNK_MicroNode &)> &callback, LNK_MicroNode *node,
+                        bool all, bool *used);
     ///@}
 
     /// Whether a text is a plain reference to a channel, `ch("tx")` with `bare` true, the same in
@@ -549,6 +578,10 @@ protected:
     {
         return __atomic_load_n(&myMicroNodes, __ATOMIC_ACQUIRE);
     }
+    ZEL_ConstMicroNode *threadSafeConstMicroNodes() const
+    {
+        return __atomic_load_n(&myConstMicroNodes, __ATOMIC_ACQUIRE);
+    }
 
 private:
     struct ColorRecord;
@@ -557,9 +590,12 @@ private:
     void initTakeFlags();
     void destroyArrays();
     void destroyMicroNodes();
+    void leavePropagations();
+    void clearSendExtra();
     void adoptChannels(ZEL_Instance &source);
     void adoptMicroNodes(ZEL_Instance &source);
     ZEL_ParmMicroNode *createMicroNodes() const;
+    ZEL_ConstMicroNode *createConstMicroNodes() const;
     void markMicroNode(ZEL_ParmMicroNode *nodes, int index, bool timeDependent) const;
     /// The slot; null outside the vector.
     TRK_Channel *channelAt(int index) const

@@ -404,9 +404,12 @@ int ZEL_Parm::changeOpRef(const char *oldFullPath, const char *newFullPath,
                       : 0;
 }
 
-void ZEL_Parm::getContextOptionDeps(KIT_StringArray &names) const
+void ZEL_Parm::getContextOptionDeps(int index, KIT_StringArray &names) const
 {
     names.clear();
+    if (myInstance) {
+        myInstance->getContextOptionDeps(index, names);
+    }
 }
 
 bool ZEL_Parm::isStringThatCanExpand(const char *text)

@@ -744,7 +744,7 @@ public:
                myInstance->getMagicString(tokens, myParmList, getVectorSize(), time, false, thread);
     }
     bool hasMicroNodes() const { return myInstance && myInstance->hasMicroNodes(); }
-    /// Null without an owner or outside the vector.
+    /// Null outside the vector.
     ZEL_ParmMicroNode *microNode(int index)
     {
         return myInstance ? myInstance->microNode(index) : nullptr;
@@ -755,9 +755,12 @@ public:
             myInstance->setTimeDependentMicroNode(index, timeDependent);
         }
     }
-    /// Context options are kept for the list as a whole; a single parameter holds none.
-    bool hasContextOptionDeps() const { return false; }
-    void getContextOptionDeps(KIT_StringArray &names) const;
+    /// The context options that the component's node holds, of all components for a negative index.
+    bool hasContextOptionDeps(int index) const
+    {
+        return myInstance && myInstance->hasContextOptionDeps(index);
+    }
+    void getContextOptionDeps(int index, KIT_StringArray &names) const;
     ZEL_Value *createInputNotifyValue()
     {
         return myInstance ? myInstance->createInputNotifyValue() : nullptr;

@@ -54,8 +54,8 @@ ZEL_ParmList::~ZEL_ParmList()
         myParms.removeIndex(myParms.size() - 1);
         delete last;
     }
-    delete myContextOptionDeps;
-    delete myCookContextOptionDeps;
+    clearContextOptionDeps();
+    clearCookContextOptionDeps();
 }
 
 void ZEL_ParmList::buildDelayedDefaults(bool deleteChannels)

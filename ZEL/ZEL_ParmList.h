@@ -24,37 +24,39 @@
 #include <BAS/BAS_SpinLock.h>
 #include <KIT/KIT_StringHolder.h>
 #include <KIT/KIT_ValArray.h>
+#include <LNK/LNK_ContextOptionDeps.h>
 #include <TRK/TRK_Types.h>
 #include <TRK/TRK_ValueSource.h>
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_NameTable.h>
 #include <ZEL/ZEL_ParmTypes.h>
+#include <ZEL/ZEL_UndoData.h>
 
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <memory>
-#include <tbb/concurrent_unordered_set.h>
 
 class KIT_IStream;
 class KIT_String;
 class KIT_StringArray;
 class KIT_TokenString;
 class KIT_WorkBuffer;
+class LNK_MicroNode;
 class TRK_ChannelRef;
 class TRK_Collection;
+class ZEL_ConstMicroNode;
 class ZEL_Multi;
 class ZEL_Name;
 class ZEL_ORCallback;
 class ZEL_OpSharedInfo;
 class ZEL_Parm;
+class ZEL_ParmMicroNode;
 class ZEL_ParmNameMap;
 class ZEL_ParmOwner;
 class ZEL_PresetInfo;
 class ZEL_Template;
 class ZEL_Type;
-
-/// The names of context options that evaluation has met; grown from any thread.
-using ZEL_ContextOptionSet = tbb::concurrent_unordered_set<KIT_StringHolder, KIT_StringRefHash>;
 
 class ZEL_API ZEL_ParmList
 {
@@ -74,6 +76,12 @@ public:
                  bool buildDefaults);
     ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection, ZEL_ParmOwner *owner,
                  ZEL_PresetInfo *presetInfo, const KIT_StringRef &sharedName, bool deleteChannels);
+    /// Takes the place of an older list of the same node: copies of its parameters, spare ones and
+    /// items included, on the same templates; its masks; and its collection, which `source` loses
+    /// together with its channels. `templates` are those that `source` was made of, for the name
+    /// tables. What stands at its factory default starts from its default, unless `forceCopy`.
+    ZEL_ParmList(ZEL_ParmList &source, ZEL_Template *templates, ZEL_ParmOwner *owner,
+                 ZEL_PresetInfo *presetInfo, const KIT_StringRef &sharedName, bool forceCopy);
     /// From the last parameter to the first.
     ~ZEL_ParmList();
 
@@ -154,6 +162,28 @@ public:
     ///@}
 
     // ------------------------------------------------------------------ //
+    /// \name Spare parameters and migration   (the list's own thread, between cooks)
+    /// A parameter takes another one's state over if both are of one basic type, and of two
+    /// multi-parameters the items too. One that stands at its factory default takes the new
+    /// default instead, unless `forceCopy`; the text of a label always does.
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Rebuilds the spare part: `templates`, up to a terminator, are the complete new set, null for
+    /// none. What keeps its token keeps its state and goes to the end of the list, in the order of
+    /// the templates; the owner is told of each that goes (`spareParmRemoved`). A token of the fixed
+    /// part is passed over. Outside a load the parameters that change or go send event 4 beforehand.
+    /// The old templates must live until it returns. Callbacks may look into the list.
+    void updateSpareParmTemplates(ZEL_Template *templates, bool forceCopy);
+    /// Takes over from an older list of the same node what has the same token here, the collection
+    /// included: `from` loses it, and channels that nothing here took over are deleted. For a list
+    /// made with `buildDefaults` false; `buildDelayedDefaults` does the rest.
+    void adoptParmList(ZEL_ParmList &from, bool forceCopy);
+    /// Sets the active take flag of each parameter whose namesake in `oldList` has it; nothing else
+    /// carries over. Null is allowed.
+    void updateFromOldTemplate(const ZEL_ParmList *oldList);
+    ///@}
+
+    // ------------------------------------------------------------------ //
     /// \name Streams   (the list's own thread; see docs/stream.md for the form)
     // ------------------------------------------------------------------ //
     ///@{
@@ -167,6 +197,15 @@ public:
     /// to the owner's hook beforehand. What was set before a failure stays. True if every entry was
     /// taken without an error.
     bool load(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList);
+    /// The undo data of all parameters, or of one, appended in list order under their tokens.
+    /// Nothing for null.
+    void saveUndoData(ZEL_UndoDataArray &out) const;
+    void saveSingleUndoData(const ZEL_Parm *parm, ZEL_UndoDataArray &out) const;
+    /// Gives each parameter its data back; whose it is is found as `load` finds it, with growing
+    /// multi-parameters, the owner's hook and `fallbackList`. What nobody knows is passed over in
+    /// silence, and so is what a parameter refuses. A snapshot taken of a list may make as many
+    /// items as that list had: no limit holds.
+    void loadUndoData(const ZEL_UndoDataArray &in, const char *name, ZEL_ParmList *fallbackList);
     /// The second names of channels, text only; the flag and the name are ignored.
     void saveChannelAliases(std::ostream &os, bool binary);
     /// False if the stream ends before the closing brace.
@@ -272,6 +311,42 @@ public:
     ///@}
 
     // ------------------------------------------------------------------ //
+    /// \name Dependency graph   (nodes are made and asked for on any thread; propagation, clearing
+    /// and the walks belong to the list's own, and clearing waits until nobody evaluates)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// The node of a component, made with the first wish; null if there is no such component.
+    ZEL_ParmMicroNode *parmMicroNode(int parmIndex, int subIndex);
+    /// Its companion, made likewise.
+    ZEL_ConstMicroNode *constParmMicroNode(int parmIndex, int subIndex);
+    bool hasParmMicroNode(int parmIndex) const;
+    /// Append the nodes that there are, what they depend on, and what depends on them, in the order
+    /// of parameters and components. With `cookOnly` only those of cookable parameters.
+    void getParmMicroNodes(KIT_Array<LNK_MicroNode *> &nodes) const;
+    void getParmInputList(KIT_Array<LNK_MicroNode *> &inputs, bool cookOnly) const;
+    void getParmOutputList(KIT_Array<LNK_MicroNode *> &outputs, bool cookOnly) const;
+    std::int64_t getNumParmInputs() const;
+    void clearMicroNodeInputs();
+    std::int64_t getMicroNodesMemoryUsage() const;
+    void dumpMicroNodes(std::ostream &os, bool cookOnly, int level) const;
+    /// `ZEL_Instance::propagateDirty` for one parameter or, with a negative index, for each in turn:
+    /// there only what has changed, whatever `all` says, and `node` once at most. The callback may
+    /// remove parameters.
+    void propagateDirtyParmMicroNodes(int parmIndex,
+                                      const std::function<void(LNK_MicroNode &)> &callback,
+                                      LNK_MicroNode *node, bool all);
+
+    /// The context options that evaluation has met, and those that a cook depends on. Added from any
+    /// thread; listed sorted.
+    void addContextOptionDep(const KIT_StringRef &name);
+    void addCookContextOptionDep(const KIT_StringRef &name);
+    void clearContextOptionDeps();
+    void clearCookContextOptionDeps();
+    void getContextOptionDeps(KIT_StringArray &names) const;
+    void getCookContextOptionDeps(KIT_StringArray &names) const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
     /// \name Surroundings and flags
     // ------------------------------------------------------------------ //
     ///@{
@@ -336,6 +411,18 @@ private:
                                       const ZEL_Multi &multi);
     void moveMultiParmAlias(int parmIndex, int item, bool up);
 
+    ZEL_Parm *createSpareParm(ZEL_Template &description);
+    void announceSpareChanges(ZEL_Template *templates, bool forceCopy);
+    ZEL_Parm *remakeSpareParm(ZEL_Template &description, bool forceCopy, double time, bool notify);
+    void removeSpareParm(ZEL_Parm &parm, int index, double time, bool notify);
+    void removeReplacedParm(const ZEL_Parm *parm, int index);
+
+    struct Adoption;
+    bool adoptFromOldList(ZEL_Parm &parm);
+    void copyParms(const ZEL_ParmList &source);
+    void settleCopies(const ZEL_ParmList &source);
+    void takeCollection(ZEL_ParmList &from);
+    void leaveCollection(const ZEL_ParmList &heir);
     void adoptParm(ZEL_Parm &to, ZEL_Parm &from, bool forceCopy);
     void adoptChannelAlias(ZEL_Parm &to, const ZEL_Parm &from);
     static bool shouldCopyOnAdopt(ZEL_Template &to, ZEL_Parm &from, bool forceCopy);
@@ -346,8 +433,8 @@ private:
     /// was. A multi-parameter that claims a name grows.
     void loadUnknownParmNames(KIT_IStream &is, KIT_StringArray &names, ZEL_ParmList *fallbackList);
     bool isKnownForLoad(const KIT_StringRef &name, const ZEL_ParmList *fallbackList);
-    void offerUnknownNames(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList,
-                           ZEL_ParmNameMap &map);
+    /// Lets the owner make parameters for the names, or say what they are called now.
+    void offerUnknownNames(KIT_StringArray &names, const char *name, ZEL_ParmNameMap &map);
     enum class LoadResult
     {
         LOADED,
@@ -380,8 +467,8 @@ private:
     ZEL_NameTable myInstanceChannels;
     ZEL_NameTable myChannelAliases;
     BAS_ByteLock myDependencyLock;
-    ZEL_ContextOptionSet *myContextOptionDeps = nullptr;
-    ZEL_ContextOptionSet *myCookContextOptionDeps = nullptr;
+    LNK_ContextOptionDepsPtr myContextOptionDeps{nullptr};
+    LNK_ContextOptionDepsPtr myCookContextOptionDeps{nullptr};
     std::uint32_t myPermissions = 511;
     std::uint32_t myUserMask = 511;
     std::uint32_t myAssetPermissionMask = 511;
@@ -396,6 +483,7 @@ private:
     bool myUndoSaved = false;
     bool myAutoTakeUndoSaved = false;
     ChannelSource myChannelSource;
+    Adoption *myAdoption = nullptr; // while an older list is taken over
 
     static const float theFileVersion;
     static int theZELLoadCount;

@@ -1,11 +1,20 @@
-// One parameter takes over what another one was.
+// One parameter takes over what another one was, and one list what another one held.
 
 #include <ZEL/ZEL_ParmList.h>
 
+#include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
+#include <ZEL/ZEL_OpSharedInfo.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
+
+#include <algorithm>
+#include <unordered_set>
+
+// ---------------------------------------------------------------------- //
+// One parameter
+// ---------------------------------------------------------------------- //
 
 void ZEL_ParmList::adoptParm(ZEL_Parm &to, ZEL_Parm &from, bool forceCopy)
 {
@@ -55,4 +64,158 @@ bool ZEL_ParmList::shouldCopyOnAdopt(ZEL_Template &to, ZEL_Parm &from, bool forc
     }
     const ZEL_Multi *owner = from.getMultiParmOwner();
     return to.isMultiType() || (owner && owner->getTemplatePtr()->isRampType());
+}
+
+// ---------------------------------------------------------------------- //
+// A whole list
+// ---------------------------------------------------------------------- //
+
+ZEL_ParmList::ZEL_ParmList(ZEL_ParmList &source, ZEL_Template *templates, ZEL_ParmOwner *owner,
+                           ZEL_PresetInfo *presetInfo, const KIT_StringRef &sharedName,
+                           bool forceCopy)
+    : myPermissions(source.myPermissions), myUserMask(source.myUserMask),
+      myAssetPermissionMask(source.myAssetPermissionMask), myCollection(source.myCollection),
+      myOwner(owner), myPresetInfo(presetInfo), myChannelSource(*this)
+{
+    const int count = ZEL_Template::countTemplates(templates, false, false, false);
+    mySharedInfo = ZEL_OpSharedInfo::get(sharedName, templates, count);
+    becomeValueSource();
+
+    beginLoading();
+    copyParms(source);
+    adoptParmList(source, forceCopy);
+    settleCopies(source);
+    constexpr bool deleteChannels = false;
+    buildDelayedDefaults(deleteChannels);
+    endLoading();
+}
+
+void ZEL_ParmList::copyParms(const ZEL_ParmList &source)
+{
+    myParms.setCapacity(source.myParms.size());
+    for (const ZEL_Parm *original : source.myParms) {
+        if (!original) {
+            continue;
+        }
+        ZEL_Parm *parm = new ZEL_Parm(original, this);
+        parm->setMultiParmOwner(original->getMultiParmOwner());
+        const int index = getEntries();
+        if (mySharedInfo->parmTokens().find(parm->getTokenRef()) == index) {
+            myParms.append(parm);
+        } else {
+            appendParm(parm);
+        }
+    }
+}
+
+/// Brings the states along that no adoption knows of, and drops the copies of items that the
+/// multi-parameters here didn't replace by items of their own: the source's describe those.
+void ZEL_ParmList::settleCopies(const ZEL_ParmList &source)
+{
+    for (int i = getEntries(); i-- > 0;) {
+        ZEL_Parm *parm = getParmPtr(i);
+        const ZEL_Multi *multi = parm ? parm->getMultiParmOwner() : nullptr;
+        if (multi && multi->getParmList() != this) {
+            removeAndDestroyParm(i);
+        }
+    }
+    for (ZEL_Parm *parm : myParms) {
+        const ZEL_Parm *original = source.getParmPtr(parm->getTokenRef());
+        ZEL_Instance *instance = parm->getInstance();
+        if (!original || !instance) {
+            continue;
+        }
+        constexpr int allComponents = -1;
+        const std::uint32_t enabled = original->getEnableState(allComponents);
+        instance->setEnableState(enabled == ~0u, allComponents);
+        for (int k = 0; k < parm->getVectorSize(); ++k) {
+            instance->setEnableState((enabled >> (unsigned(k) & 31)) & 1u, k);
+            instance->setVisibleState(original->getVisibleState(k), k);
+        }
+    }
+}
+
+/// The list that is being taken over, and what has had its turn: an item has it as it is made, before
+/// defaults could touch its channels.
+struct ZEL_ParmList::Adoption
+{
+    ZEL_ParmList &from;
+    bool forceCopy;
+    std::unordered_set<KIT_StringHolder, KIT_StringRefHash> done;
+};
+
+/// False if no list is being taken over, or the parameter isn't in it.
+bool ZEL_ParmList::adoptFromOldList(ZEL_Parm &parm)
+{
+    ZEL_Parm *old = myAdoption ? myAdoption->from.getParmPtr(parm.getTokenRef()) : nullptr;
+    if (old && myAdoption->done.insert(KIT_StringHolder(parm.getTokenRef())).second) {
+        adoptParm(parm, *old, myAdoption->forceCopy);
+    }
+    return old != nullptr;
+}
+
+void ZEL_ParmList::adoptParmList(ZEL_ParmList &from, bool forceCopy)
+{
+    if (&from == this) {
+        return;
+    }
+    takeCollection(from);
+    Adoption adoption{from, forceCopy, {}};
+    myAdoption = &adoption;
+    for (int i = 0; i < getEntries(); ++i) {
+        ZEL_Parm *parm = myParms[i];
+        if (parm) {
+            adoptFromOldList(*parm);
+        }
+        // Copies that a multi-parameter's own items replaced may have stood before it.
+        i = std::min(i, getEntries() - 1);
+        while (i >= 0 && myParms[i] != parm) {
+            --i;
+        }
+    }
+    myAdoption = nullptr;
+    from.leaveCollection(*this);
+    if (myCollection && !myCollection->getValueSource()) {
+        myCollection->setValueSource(&myChannelSource);
+    }
+}
+
+void ZEL_ParmList::takeCollection(ZEL_ParmList &from)
+{
+    if (from.myCollection && from.myCollection != myCollection) {
+        clearAndDestroyChannels();
+        setChannelGroupPtr(from.myCollection);
+    }
+}
+
+/// Channels that the heir didn't take go: nothing would ever name them again.
+void ZEL_ParmList::leaveCollection(const ZEL_ParmList &heir)
+{
+    std::unordered_set<const TRK_Channel *> taken;
+    for (const ZEL_Parm *parm : heir.myParms) {
+        for (int i = 0; parm && i < parm->getVectorSize(); ++i) {
+            taken.insert(parm->getChannel(i));
+        }
+    }
+    for (ZEL_Parm *parm : myParms) {
+        for (int i = 0; parm && i < parm->getVectorSize(); ++i) {
+            if (taken.count(parm->getChannel(i)) != 0) {
+                parm->getInstance()->setChannel(i, nullptr);
+            } else {
+                parm->removeChannel(i);
+            }
+        }
+    }
+    setChannelGroupPtr(nullptr);
+}
+
+void ZEL_ParmList::updateFromOldTemplate(const ZEL_ParmList *oldList)
+{
+    for (int i = getEntries(); oldList && i-- > 0;) {
+        ZEL_Parm *parm = myParms[i];
+        const ZEL_Parm *old = parm ? oldList->getParmPtr(parm->getTokenRef()) : nullptr;
+        if (old && old->getActiveTakeFlag()) {
+            parm->setActiveTakeFlag(true);
+        }
+    }
 }

@@ -149,11 +149,8 @@ void ZEL_ParmList::loadUnknownParmNames(KIT_IStream &is, KIT_StringArray &names,
     is.seekg(start);
 }
 
-void ZEL_ParmList::offerUnknownNames(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList,
-                                     ZEL_ParmNameMap &map)
+void ZEL_ParmList::offerUnknownNames(KIT_StringArray &names, const char *name, ZEL_ParmNameMap &map)
 {
-    KIT_StringArray names;
-    loadUnknownParmNames(is, names, fallbackList);
     KIT_String errors;
     if (names.size() == 0 || myOwner->createSpareParametersForLoad(names, map, errors)) {
         return;
@@ -176,7 +173,9 @@ bool ZEL_ParmList::load(KIT_IStream &is, const char *name, ZEL_ParmList *fallbac
     const TRK_AutoEventHandler events;
     ZEL_ParmNameMap map;
     if (myOwner) {
-        offerUnknownNames(is, name, fallbackList, map);
+        KIT_StringArray names;
+        loadUnknownParmNames(is, names, fallbackList);
+        offerUnknownNames(names, name, map);
     }
     const LoadResult result = is.isBinary() ? loadBinary(is, name, fallbackList, map)
                                             : loadText(is, name, fallbackList, map);

@@ -33,17 +33,6 @@ bool canGiveWay(const ZEL_Parm &parm, const ZEL_Multi &multi)
     return parm.isSpareParm() || parm.getMultiParmOwner();
 }
 
-/// Takes out a parameter whose name another one has taken; its index may have moved down since it
-/// was asked for.
-void removeReplaced(ZEL_ParmList &list, const ZEL_Parm *parm, int index)
-{
-    index = std::min(index, list.getEntries() - 1);
-    while (index >= 0 && list.getParmPtr(index) != parm) {
-        --index;
-    }
-    list.removeAndDestroyParm(index);
-}
-
 /// The parameter made of a description; null if another one has its name.
 ZEL_Parm *findDescribed(ZEL_ParmList &list, const ZEL_Template &description)
 {
@@ -111,11 +100,12 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
         }
         ++expectedChanges;
         parms[std::size_t(i)] = parm;
-        isNew[std::size_t(i)] = !old;
         if (old) {
             constexpr bool forceCopy = true;
             adoptParm(*parm, *old, forceCopy);
-            removeReplaced(*this, old, oldIndex);
+            removeReplacedParm(old, oldIndex);
+        } else {
+            isNew[std::size_t(i)] = !adoptFromOldList(*parm);
         }
         if (ZEL_Multi *nested = asMulti(parm)) {
             nested->setInstanceIndex(instances);

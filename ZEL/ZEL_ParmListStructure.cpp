@@ -4,6 +4,8 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmOwner.h>
 
+#include <algorithm>
+
 // ---------------------------------------------------------------------- //
 // A parameter leaves the list
 // ---------------------------------------------------------------------- //
@@ -25,6 +27,17 @@ void ZEL_ParmList::removeAndDestroyParm(int index)
     // Children leave through this list too, so the parameter itself must be out of it by now.
     parm->destroyChildParms();
     delete parm;
+}
+
+/// Takes out a parameter whose name another one may have taken; its index may have moved down since
+/// it was asked for.
+void ZEL_ParmList::removeReplacedParm(const ZEL_Parm *parm, int index)
+{
+    index = std::min(index, getEntries() - 1);
+    while (index >= 0 && getParmPtr(index) != parm) {
+        --index;
+    }
+    removeAndDestroyParm(index);
 }
 
 /// Each entry goes only while it still means this parameter: a later one may have taken the name.

@@ -356,10 +356,7 @@ std::int64_t ZEL_ParmList::getMemoryUsage(bool inclusive) const
     forEachBackward(myParms, [&](const ZEL_Parm &parm) {
         bytes += std::int64_t(sizeof(parm)) + parm.getMemoryUsage(true);
     });
-    for (const ZEL_ContextOptionSet *options : {myContextOptionDeps, myCookContextOptionDeps}) {
-        if (options) {
-            bytes += std::int64_t(sizeof(*options) + options->size() * sizeof(KIT_StringHolder));
-        }
-    }
+    bytes += LNKgetContextOptionDepsMemory(myContextOptionDeps);
+    bytes += LNKgetContextOptionDepsMemory(myCookContextOptionDeps);
     return bytes;
 }

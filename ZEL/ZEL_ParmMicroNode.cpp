@@ -1,13 +1,10 @@
 #include <ZEL/ZEL_ParmMicroNode.h>
 
+#include <ZEL/ZEL_ConstMicroNode.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
 #include <ostream>
-
-// ---------------------------------------------------------------------- //
-// ZEL_ParmMicroNode
-// ---------------------------------------------------------------------- //
 
 ZEL_ParmMicroNode::ZEL_ParmMicroNode() = default;
 
@@ -25,6 +22,19 @@ void ZEL_ParmMicroNode::init(ZEL_Parm &parm, int subIndex)
     setDirty(parm.isDirty(subIndex), false);
 }
 
+ZEL_ParmMicroNode *ZEL_ParmMicroNode::createArray(ZEL_Parm &parm)
+{
+    const int size = parm.getVectorSize();
+    if (size <= 0) {
+        return nullptr;
+    }
+    ZEL_ParmMicroNode *nodes = new ZEL_ParmMicroNode[std::size_t(size)];
+    for (int i = 0; i < size; ++i) {
+        nodes[i].init(parm, i);
+    }
+    return nodes;
+}
+
 int ZEL_ParmMicroNode::parmIndex() const
 {
     const ZEL_ParmList *list = myParm ? myParm->getParmList() : nullptr;
@@ -40,9 +50,11 @@ void ZEL_ParmMicroNode::clearInputs()
 {
     if (ZEL_ParmList *list = myParm ? myParm->getParmList() : nullptr) {
         list->clearTimeDependent();
+        list->clearContextOptionDeps();
         const ZEL_Template *templatePtr = myParm->getTemplatePtr();
         if (templatePtr && templatePtr->getType().isCookable()) {
             list->clearCookTimeDependent();
+            list->clearCookContextOptionDeps();
         }
     }
     LNK_MicroNode::clearInputs();
@@ -50,8 +62,8 @@ void ZEL_ParmMicroNode::clearInputs()
 
 void ZEL_ParmMicroNode::getOutputs(KIT_Array<LNK_MicroNode *> &outputs) const
 {
-    if (myConstNode) {
-        outputs.append(myConstNode);
+    if (ZEL_ConstMicroNode *node = constNode()) {
+        outputs.append(node);
     }
     LNK_MicroNode::getOutputs(outputs);
 }
@@ -69,42 +81,4 @@ void ZEL_ParmMicroNode::dump(std::ostream &stream, const char *label, int level)
     }
     const char *token = myParm ? myParm->getToken() : nullptr;
     stream << "  myParm(" << (token ? token : "") << ':' << mySubIndex << ")\n";
-}
-
-// ---------------------------------------------------------------------- //
-// ZEL_ConstMicroNode
-// ---------------------------------------------------------------------- //
-
-ZEL_ConstMicroNode::ZEL_ConstMicroNode() = default;
-
-ZEL_ConstMicroNode::ZEL_ConstMicroNode(ZEL_ParmMicroNode *source)
-{
-    init(source);
-}
-
-ZEL_ConstMicroNode::~ZEL_ConstMicroNode() = default;
-
-void ZEL_ConstMicroNode::init(ZEL_ParmMicroNode *source)
-{
-    mySource = source;
-    if (mySource) {
-        mySource->setConstNode(this);
-    }
-}
-
-const char *ZEL_ConstMicroNode::className() const
-{
-    return "ZEL_ConstMicroNode";
-}
-
-void ZEL_ConstMicroNode::getInputs(KIT_Array<LNK_MicroNode *> &inputs) const
-{
-    if (mySource) {
-        inputs.append(mySource);
-    }
-}
-
-std::int64_t ZEL_ConstMicroNode::getMemoryUsage(bool inclusive) const
-{
-    return LNK_MicroNode::getMemoryUsage(false) + (inclusive ? std::int64_t(sizeof(*this)) : 0);
 }

@@ -2,22 +2,22 @@
 /// A parameter component's place in the dependency graph.
 ///
 /// Vocabulary: *parm node* = the node of one component; what the component's value is computed
-///             from are its inputs. *const node* = a companion whose only input is the parm node:
-///             callers hang on it what must not make the component's own inputs part of their
-///             dependency.
+///             from are its inputs. *const node* = the companion of a parm node, see
+///             ZEL_ConstMicroNode.h.
 /// Units:      sub indices are 0-based component indices, -1 in a node that isn't initialised;
 ///             parm indices are places in the list, 0-based, -1 for none.
 /// Ownership:  an instance owns its nodes as two arrays of vector size, each one allocation with
-///             its count in front; `delete[]` ends them. A node borrows its parm, a const node
-///             borrows its source: both arrays die with the instance.
+///             its count in front; `delete[]` ends them. A node borrows its parm.
 /// Threads:    made under the instance's lock, from any thread (`ZEL_Instance::microNode`). The
-///             marks are relaxed bytes; edges are the base class's.
+///             marks are relaxed bytes; edges are the base class's. `clearInputs` belongs to the
+///             list's own thread, while nobody evaluates.
 /// Cost:       a parameter that nothing depends on has no nodes.
 #pragma once
 
 #include <LNK/LNK_MicroNode.h>
 #include <ZEL/ZEL_API.h>
 
+#include <atomic>
 #include <cstdint>
 
 class ZEL_ConstMicroNode;
@@ -35,22 +35,28 @@ public:
     /// right. Propagates nothing.
     void init(ZEL_Parm &parm, int subIndex);
 
+    /// A new array with an initialised node for each component; null without components.
+    static ZEL_ParmMicroNode *createArray(ZEL_Parm &parm);
+
     /// Null before `init`.
     ZEL_Parm *parm() const { return myParm; }
     /// The list's index of the parm; -1 without a parm or list.
     int parmIndex() const;
     int subIndex() const { return mySubIndex; }
     /// The companion, or null. It sets itself.
-    ZEL_ConstMicroNode *constNode() const { return myConstNode; }
-    void setConstNode(ZEL_ConstMicroNode *node) { myConstNode = node; }
+    ZEL_ConstMicroNode *constNode() const { return myConstNode.load(std::memory_order_acquire); }
+    void setConstNode(ZEL_ConstMicroNode *node)
+    {
+        myConstNode.store(node, std::memory_order_release);
+    }
 
     // ------------------------------------------------------------------ //
     /// \name Slots of the base, in their order
     // ------------------------------------------------------------------ //
     ///@{
     const char *className() const override;
-    /// Also clears the whole list's time dependence, and its cook time dependence if the parm is
-    /// cookable: the next evaluation sets both again.
+    /// Also clears the whole list's time dependence and context options, and those of its cook if
+    /// the parm is cookable: the next evaluation sets them again.
     void clearInputs() override;
     /// The const node first, then the base's.
     void getOutputs(KIT_Array<LNK_MicroNode *> &outputs) const override;
@@ -62,32 +68,5 @@ public:
 private:
     ZEL_Parm *myParm = nullptr;
     int mySubIndex = -1;
-    ZEL_ConstMicroNode *myConstNode = nullptr;
-};
-
-class ZEL_API ZEL_ConstMicroNode : public LNK_MicroNode
-{
-public:
-    /// No source.
-    ZEL_ConstMicroNode();
-    explicit ZEL_ConstMicroNode(ZEL_ParmMicroNode *source);
-    ~ZEL_ConstMicroNode() override;
-
-    /// Sets the source and makes this the source's const node.
-    void init(ZEL_ParmMicroNode *source);
-
-    ZEL_ParmMicroNode *source() const { return mySource; }
-
-    // ------------------------------------------------------------------ //
-    /// \name Slots of the base, in their order
-    // ------------------------------------------------------------------ //
-    ///@{
-    const char *className() const override;
-    /// The source alone.
-    void getInputs(KIT_Array<LNK_MicroNode *> &inputs) const override;
-    std::int64_t getMemoryUsage(bool inclusive) const override;
-    ///@}
-
-private:
-    ZEL_ParmMicroNode *mySource = nullptr;
+    std::atomic<ZEL_ConstMicroNode *> myConstNode{nullptr};
 };

@@ -1,9 +1,7 @@
 #include <ZEL/ZEL_ParmOwner.h>
 
 #include <KIT/KIT_WorkBuffer.h>
-#include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmMicroNode.h>
-#include <ZEL/ZEL_Template.h>
 
 ZEL_ParmOwnerContext::~ZEL_ParmOwnerContext() = default;
 
@@ -40,16 +38,7 @@ KIT_ErrorSeverity ZEL_ParmOwner::zelCookOverrides(double, int, const char *, int
 
 ZEL_ParmMicroNode *ZEL_ParmOwner::createParmMicroNodes(ZEL_Parm &parm) const
 {
-    const ZEL_Template *templatePtr = parm.getTemplatePtr();
-    const int size = templatePtr ? templatePtr->getVectorSize() : 0;
-    if (size <= 0) {
-        return nullptr;
-    }
-    ZEL_ParmMicroNode *nodes = new ZEL_ParmMicroNode[std::size_t(size)];
-    for (int i = 0; i < size; ++i) {
-        nodes[i].init(parm, i);
-    }
-    return nodes;
+    return ZEL_ParmMicroNode::createArray(parm);
 }
 
 KIT_StringHolder ZEL_ParmOwner::evaluateDisableExpression(const ZEL_Parm &, const KIT_StringRef &)

@@ -92,7 +92,8 @@ public:
     /// 1 forbids editing of the parameters.
     virtual int getParmEditState() = 0;
     /// *Evaluation.* A new array of vector-size dependency nodes for the parameter; the library
-    /// owns and deletes it as one array. Base: an array of `ZEL_ParmMicroNode`, each initialised.
+    /// owns and deletes it as one array, so the elements may be of a subclass that adds slots but no
+    /// fields. Called once for a parameter, under its lock. Base: `ZEL_ParmMicroNode::createArray`.
     virtual ZEL_ParmMicroNode *createParmMicroNodes(ZEL_Parm &parm) const;
     /// Base: a null holder.
     virtual KIT_StringHolder evaluateDisableExpression(const ZEL_Parm &parm,

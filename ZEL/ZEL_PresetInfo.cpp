@@ -13,7 +13,9 @@
 #include <STO/STO_Writer.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <sstream>
+#include <system_error>
 
 namespace
 {
@@ -65,6 +67,14 @@ KIT_StringArray findSaveDirs()
     return dirs;
 }
 
+/// False, with the system's reason.
+bool failWriting(const std::string &file)
+{
+    const std::string text = file + ": " + std::generic_category().message(errno);
+    KITaddError(theSTOCategory, STO_FILE_UNWRITABLE, text.c_str());
+    return false;
+}
+
 /// Puts the sections of an index file in place of the file; the caller holds the lock.
 bool writeIndex(STO_IndexFile &index, const std::string &file, const STO_FileLock &lock)
 {
@@ -76,7 +86,7 @@ bool writeIndex(STO_IndexFile &index, const std::string &file, const STO_FileLoc
     STO_Writer writer(file.c_str(), &lock);
     std::ostream *const os = writer.getStream();
     if (!os) {
-        return false;
+        return failWriting(file);
     }
     bytes.writeTo(*os);
     return writer.close() || KITcheckOutStream(*os, theSaveLabel, nullptr);
@@ -236,7 +246,7 @@ bool ZEL_PresetInfo::savePresetToDir(ZEL_ParmList *list, const char *name, const
     }
     const STO_FileLock lock(file.c_str());
     if (!lock.isHeld()) {
-        return false;
+        return failWriting(file);
     }
     STO_IndexFile index;
     index.open(file.c_str());
@@ -274,7 +284,7 @@ bool ZEL_PresetInfo::deletePresetFromDir(const char *name, const char *dir)
     }
     const STO_FileLock lock(file.c_str());
     if (!lock.isHeld()) {
-        return false;
+        return failWriting(file);
     }
     STO_IndexFile index;
     index.open(file.c_str());

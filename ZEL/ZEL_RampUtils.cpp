@@ -190,6 +190,16 @@ ZEL_Parm *childOf(const ZEL_Parm &ramp, const KIT_WorkBuffer &prefix, const char
     return parm && parm->getMultiParmOwner() == ramp.getInstance() ? parm : nullptr;
 }
 
+/// An ordinal that takes a word lets go of its channel, which then stays in the collection and comes
+/// back the next time that channels are looked up.
+void clearOrdinalChannels(ZEL_Parm &parm)
+{
+    constexpr bool sendEvent = false;
+    if (parm.getType().isOrdinalType() && !parm.getLockedFlag(0)) {
+        parm.clearAndDestroyChannels(sendEvent);
+    }
+}
+
 double positionOf(int64_t item, int64_t count, const KIT_ValArray<double> *keys)
 {
     if (keys && keys->entries() > 0) {
@@ -365,6 +375,7 @@ void ZEL_RampUtils::getRampParmFromDefault(ZEL_Parm &parm, const char *text)
     const auto count = static_cast<int>(words.entries());
     for (int i = 0; i < count; i++) {
         if (ZEL_Parm *child = childOf(parm, prefix, words[i])) {
+            clearOrdinalChannels(*child);
             i += child->loadCommand(count - i - 1, words.begin() + i + 1, allComponents, asSet,
                                     ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
             // Ordinals store what they load without a mark.

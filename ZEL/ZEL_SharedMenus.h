@@ -1,15 +1,23 @@
 #pragma once
 /// \file ZEL_SharedMenus.h
-/// Menus that many parameters share, as static choice lists.
+/// Menus that parameters of many nodes share: 47 static choice lists, ZELaxisMenu to ZELxyzMenu.
+///
+/// ZEL_SharedMenus.def has them by topic, each with its rows. Menus of what the application finds out
+/// as it runs are made by the functions of ZEL_MenuBuilders.h.
+///
+/// ZELtoggleMenu ("off", "on", tokens only) is the menu of every toggle that brings none of its own.
+/// zelRampInterpMenu is in the order of ZEL_RampInterpType.
 ///
 /// Ownership:  statics; templates borrow them.
-/// Threads:    read only once the library is loaded.
+/// Threads:    made when the library is loaded, read only from then on.
 
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_ChoiceList.h>
 
-/// "off", "on"; tokens only. The menu of every toggle that brings none of its own.
-extern ZEL_API ZEL_ChoiceList ZELtoggleMenu;
+#define ZEL_SHARED_MENU(symbol, type, ...) extern ZEL_API ZEL_ChoiceList symbol;
+#include <ZEL/ZEL_SharedMenus.def>
+#undef ZEL_SHARED_MENU
 
-/// The seven ways between two keys of a ramp, in the order of ZEL_RampInterpType.
-extern ZEL_API ZEL_ChoiceList zelRampInterpMenu;
+/// The keys of what a node path may point at, objects first, as far as 30 of them go: for the
+/// parameter that chooses another one's filter.
+extern ZEL_API ZEL_ChoiceList ZELopFilterTypeMenu;

@@ -14,6 +14,7 @@
 #include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
+#include <ZEL/ZEL_ErrorNumberScopePrivate.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
 
@@ -31,25 +32,6 @@ int parseInt(const char *text)
     return int(std::clamp<std::int64_t>(value, std::numeric_limits<int>::min(),
                                         std::numeric_limits<int>::max()));
 }
-
-/// Puts the thread's expression error number back.
-class ErrorNumberScope
-{
-public:
-    explicit ErrorNumberScope(int thread) : myNumber(EVL::theErrNo[thread]), mySaved(myNumber)
-    {
-        myNumber = EVL::EVL_OK;
-    }
-    ~ErrorNumberScope() { myNumber = mySaved; }
-    ErrorNumberScope(const ErrorNumberScope &) = delete;
-    ErrorNumberScope &operator=(const ErrorNumberScope &) = delete;
-
-    int number() const { return myNumber; }
-
-private:
-    int &myNumber;
-    int mySaved;
-};
 
 } // namespace
 
@@ -169,7 +151,7 @@ void ZEL_String::expandStored(ZEL_ParmList *list, double time, KIT_String &out, 
     TRK_EvalContext::Scope context(thread);
     context.setCollection(collection);
     context.setChannelName(getChannelToken(index).nonNullStr());
-    const ErrorNumberScope error(thread);
+    const ZEL_ErrorNumberScope error(thread);
     const int result = TRK_Manager::getContext().expandString(text.buffer(), out, time, collection,
                                                               thread, getExpandFlags());
     if (error.number() != EVL::EVL_OK) {

@@ -259,6 +259,10 @@ public:
         return field & unknownBit() ? computeAutoSelectField() : field;
     }
 
+    /// Replaces the mask until the template is made anew.
+    void setAutoScopeField(uint32_t field) { BASstore(myAutoScopeField, field); }
+    void setAutoSelectField(uint32_t field) { BASstore(myAutoSelectField, field); }
+
     // ---------------------------------------------------------------- //
     /// \name Defaults
     // ---------------------------------------------------------------- //

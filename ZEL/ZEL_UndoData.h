@@ -1,13 +1,25 @@
 /// \file ZEL_UndoData.h
 /// What a parameter remembers of itself for undo, opaque to whoever keeps it.
 ///
-/// Ownership:  held by `std::shared_ptr`; copying and assigning the base do nothing.
-/// Threads:    one thread at a time.
+/// Vocabulary: *snapshot* = the undo data of some parameters under their tokens, in list order.
+/// Ownership:  held by `std::shared_ptr`; copying and assigning the base do nothing. The data owns
+///             all that it holds and may outlive the list that it was taken from.
+/// Threads:    taken and restored on the thread that owns the list; immutable in between.
+///
+/// What a snapshot holds of a parameter is what its saved text says, and restoring is what loading
+/// that text does. So it has locks, values and the names of channels, but not the channels
+/// themselves, nor aliases, overrides, or whether a parameter is enabled and visible. A flag, label
+/// or colour that was given to a parameter later stays, as the text doesn't speak of it.
 #pragma once
 
+#include <KIT/KIT_Array.h>
+#include <KIT/KIT_StringHolder.h>
 #include <ZEL/ZEL_API.h>
 
+#include <cstddef>
+#include <memory>
 #include <string>
+#include <utility>
 
 class ZEL_API ZEL_UndoData
 {
@@ -17,6 +29,9 @@ public:
     ZEL_UndoData &operator=(const ZEL_UndoData &) { return *this; }
     virtual ~ZEL_UndoData();
 };
+
+/// A list's snapshot: see `ZEL_ParmList::saveUndoData`.
+using ZEL_UndoDataArray = KIT_Array<std::pair<KIT_StringHolder, std::shared_ptr<ZEL_UndoData>>>;
 
 /// The text form of one instance, as `ZEL_Instance::save` writes it.
 class ZEL_API ZEL_InstanceUndoData : public ZEL_UndoData

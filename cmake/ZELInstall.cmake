@@ -21,6 +21,11 @@ set(zel_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/ZEL")
 
 # The tables of rows that public headers include.
 install(FILES
+    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_DialogScript.def"
+    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SharedDefaults.def"
+    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SharedMenus.def"
+    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SharedNames.def"
+    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SharedRanges.def"
     "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SpareDataPresets.def"
     "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SpareDataTokens.def"
     "${PROJECT_SOURCE_DIR}/ZEL/ZEL_TypeConstants.def"

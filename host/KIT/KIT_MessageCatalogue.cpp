@@ -47,6 +47,7 @@ constexpr Message theMessages[] = {
     {theSTO, 3, "The index file is damaged: {}"},
     {theSTO, 4, "A damaged index file is not written over: {}"},
     {theSTO, 5, "The index file cannot be read: {}"},
+    {theSTO, 6, "The file cannot be written: {}"},
 
     // Every class
     {theCommon, KIT_COMMON_WRONG_CLASS, "Data of another kind than expected: {}"},

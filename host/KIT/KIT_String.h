@@ -250,6 +250,14 @@ public:
     int parse(KIT_WorkArgs &words, char comment = 0, const char *quotes = "\"\'",
               bool keepQuotes = false) const;
 
+    /// Splits a command line into words as `parse` does, by the rules of a command shell: '...' stands
+    /// as it is written; in "..." a backslash takes the meaning of `"`, `\`, `$` and a backtick, and
+    /// \ooo is the byte of three octal digits, other than 0; `...` keeps its backticks, and in it a
+    /// backslash keeps the next byte from closing it; elsewhere a backslash takes the next byte's
+    /// meaning. A run that isn't closed ends with the text. Runs and other bytes side by side are one
+    /// word, and an empty run is an empty one. `keepQuotes` leaves the words as they are written.
+    int cshParse(KIT_WorkArgs &words, bool keepQuotes = false) const;
+
     // ---------------------------------------------------------------- //
     /// \name Streams
     // ---------------------------------------------------------------- //

@@ -11,6 +11,8 @@ static std::mutex theEdgeLock;
 /// Guards the walk marks; taken before the edge lock.
 static std::mutex theWalkLock;
 static uint32_t theLastWalk = 0;
+/// Held while a node's set of context options is made or taken away.
+static BAS_ByteLock theContextOptionLock;
 
 // ------------------------------------------------------------------ //
 // Walks
@@ -94,6 +96,7 @@ void LNK_MicroNode::setDirty(bool dirty, bool propagate)
 LNK_MicroNode::~LNK_MicroNode()
 {
     Walk::forget(this);
+    clearContextOptionDeps();
     std::lock_guard<std::mutex> lock(theEdgeLock);
     for (LNK_MicroNode *input : myInputs) {
         input->myOutputs.findAndRemove(this);
@@ -126,6 +129,7 @@ bool LNK_MicroNode::removeInput(LNK_MicroNode &input)
 
 void LNK_MicroNode::clearInputs()
 {
+    clearContextOptionDeps();
     std::lock_guard<std::mutex> lock(theEdgeLock);
     for (LNK_MicroNode *input : myInputs) {
         input->myOutputs.findAndRemove(this);
@@ -157,6 +161,16 @@ int64_t LNK_MicroNode::getNumOutputs() const
     return myOutputs.entries();
 }
 
+void LNK_MicroNode::addContextOptionDep(const KIT_StringRef &name)
+{
+    LNKaddContextOptionDep(myContextOptionDeps, theContextOptionLock, name);
+}
+
+void LNK_MicroNode::clearContextOptionDeps()
+{
+    LNKclearContextOptionDeps(myContextOptionDeps, theContextOptionLock);
+}
+
 // ------------------------------------------------------------------ //
 // Other base slots
 
@@ -181,6 +195,7 @@ int64_t LNK_MicroNode::getMemoryUsage(bool inclusive) const
 {
     std::lock_guard<std::mutex> lock(theEdgeLock);
     return myInputs.getMemoryUsage(false) + myOutputs.getMemoryUsage(false) +
+           LNKgetContextOptionDepsMemory(myContextOptionDeps) +
            (inclusive ? static_cast<int64_t>(sizeof(*this)) : 0);
 }
 
@@ -247,13 +262,22 @@ void LNK_MicroNode::dumpAsDOT(std::ostream &stream, const char *graphName) const
     NodeNumbers numbers;
     nodes.append(this);
     findLinked(nodes, numbers);
+    dumpAsDOT(stream, graphName, nodes, [](const LNK_MicroNode &node) {
+        std::ostringstream text;
+        node.dump(text, nullptr, 0);
+        return text.str();
+    });
+}
 
+void LNK_MicroNode::dumpAsDOT(std::ostream &stream, const char *graphName,
+                              const KIT_Array<const LNK_MicroNode *> &nodes, const Label &label)
+{
+    NodeNumbers numbers;
     stream << "digraph " << quoteForDOT(graphName && *graphName ? graphName : "micronodes")
            << " {\n    node [shape=box];\n";
     for (int64_t i = 0; i < nodes.entries(); ++i) {
-        std::ostringstream text;
-        nodes[i]->dump(text, nullptr, 0);
-        stream << "    n" << i << " [label=" << quoteForDOT(text.str())
+        numbers.emplace(nodes[i], i);
+        stream << "    n" << i << " [label=" << quoteForDOT(label(*nodes[i]))
                << (nodes[i]->isDirty() ? ", style=filled" : "")
                << (nodes[i]->isTimeDependent() ? ", peripheries=2" : "") << "];\n";
     }
@@ -262,7 +286,10 @@ void LNK_MicroNode::dumpAsDOT(std::ostream &stream, const char *graphName) const
         outputs.clear();
         nodes[i]->getOutputs(outputs);
         for (const LNK_MicroNode *output : outputs) {
-            stream << "    n" << i << " -> n" << numbers[output] << ";\n";
+            const auto number = numbers.find(output);
+            if (number != numbers.end()) {
+                stream << "    n" << i << " -> n" << number->second << ";\n";
+            }
         }
     }
     stream << "}\n";

@@ -3,11 +3,13 @@
 ///
 /// Vocabulary: *input* = a node that this one depends on; *output* = a node that depends on this
 ///             one; *dirty* = out of date since some input changed; *time dependent* = to be
-///             computed again when the time changes.
+///             computed again when the time changes; *context option* = a named setting of one
+///             evaluation (see LNK_ContextOptionDeps.h).
 /// Ownership:  nodes own no other node. Destroying a node unlinks it from both sides.
 /// Threads:    the two marks are single bytes that any thread reads and writes, a lost update costs
-///             one recomputation. Edges may be added and read from any thread. A node is destroyed
-///             by one thread, and not while another thread propagates dirtiness through it.
+///             one recomputation. Edges and the names of context options may be added and read from
+///             any thread. Clearing a node's inputs and destroying it belong to one thread, not while
+///             another propagates dirtiness through it or evaluates what it stands for.
 /// Errors:     none.
 /// Cost:       a fresh node uses no heap. Adding an input looks through this node's inputs.
 ///             propagateDirty() visits each reachable node once.
@@ -18,10 +20,12 @@
 #include <BAS/BAS_Relaxed.h>
 #include <KIT/KIT_Array.h>
 #include <KIT/KIT_SmallObject.h>
+#include <LNK/LNK_ContextOptionDeps.h>
 
 #include <cstdint>
 #include <functional>
 #include <iosfwd>
+#include <string>
 
 class KIT_API LNK_MicroNode : public KIT_SmallObject<>
 {
@@ -39,14 +43,15 @@ public:
     virtual ~LNK_MicroNode();
     /// The class's name. Base: "LNK_MicroNode".
     virtual const char *className() const;
-    /// Takes all inputs off, on both sides. An override calls the base.
+    /// Takes all inputs off, on both sides, and the names of context options. An override calls the
+    /// base.
     virtual void clearInputs();
     /// Appends the inputs in the order of their adding.
     virtual void getInputs(KIT_Array<LNK_MicroNode *> &inputs) const;
     /// Appends the outputs in the order of their adding. Propagation asks this for where to go, so
     /// an override must not start a propagation itself.
     virtual void getOutputs(KIT_Array<LNK_MicroNode *> &outputs) const;
-    /// Bytes of the edges, and of the node when `inclusive`.
+    /// Bytes of the edges and names, and of the node when `inclusive`.
     virtual int64_t getMemoryUsage(bool inclusive) const;
     /// Writes the node as text, indented by twice the level: `label: className`, then the words
     /// `dirty` and `timedep` where they hold, and one line for each input. A null label is left out.
@@ -80,6 +85,24 @@ public:
     int64_t getNumInputs() const;
     int64_t getNumOutputs() const;
 
+    // ---------------------------------------------------------------- //
+    /// \name Context options
+    // ---------------------------------------------------------------- //
+    void addContextOptionDep(const KIT_StringRef &name);
+    bool hasContextOptionDeps() const
+    {
+        return LNKgetContextOptionDepsFromPtr(myContextOptionDeps) != nullptr;
+    }
+    /// Replaces `names` by those added, sorted.
+    void getContextOptionDeps(KIT_StringArray &names) const
+    {
+        LNKlistContextOptionDeps(myContextOptionDeps, names);
+    }
+    void clearContextOptionDeps();
+
+    // ---------------------------------------------------------------- //
+    /// \name Propagation, and the graph as text
+    // ---------------------------------------------------------------- //
     /// Makes this node dirty and every node that it reaches through outputs, and calls `callback`
     /// (which may be empty) on each of them, this one first, each once, cycles or not. With
     /// `cleanOnly` the way ends at outputs that are dirty already.
@@ -91,6 +114,10 @@ public:
     /// Writes the nodes that are linked with this one, however far, as a graph in the DOT language.
     /// Dirty nodes are drawn filled, time dependent ones with a double edge.
     void dumpAsDOT(std::ostream &stream, const char *graphName = nullptr) const;
+    /// The same for these nodes, in their order, and the edges between them.
+    using Label = std::function<std::string(const LNK_MicroNode &)>;
+    static void dumpAsDOT(std::ostream &stream, const char *graphName,
+                          const KIT_Array<const LNK_MicroNode *> &nodes, const Label &label);
 
 private:
     struct Walk;
@@ -98,6 +125,7 @@ private:
 
     KIT_Array<LNK_MicroNode *> myInputs;
     KIT_Array<LNK_MicroNode *> myOutputs;
+    LNK_ContextOptionDepsPtr myContextOptionDeps{nullptr};
     uint32_t myWalkMark = 0; // the last walk that collected this node
     uint8_t myDirty = 0;
     uint8_t myTimeDependent = 0;

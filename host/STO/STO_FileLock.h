@@ -1,8 +1,9 @@
 /// \file STO_FileLock.h
 /// Keeps other processes and threads that ask for the same lock from changing a file.
 ///
-/// Vocabulary: *lock file* = the path with ".lock" behind it, beside the file that links lead to. It goes away with the lock; that of a
-///             process that was killed is free, and stays until the next lock ends.
+/// Vocabulary: *lock file* = the path that links lead to with ".lock" behind it. It goes away with
+///             the lock; that of a process that was killed is free, and stays until the next lock
+///             ends.
 /// Threads:    one lock belongs to one thread; another lock on the same file, of whichever thread
 ///             or process, waits.
 /// Errors:     isHeld() is false when the lock file can't be made, with errno.

@@ -160,6 +160,7 @@ bool TRK_Collection::readReference(const KIT_StringRef &path, const KIT_StringRe
     if (collection == nullptr) {
         return false;
     }
+    const TRK_ReferenceTold told(*collection, name);
     bool dependentFlag = false;
     if (collection->myValueSource != nullptr &&
         fromSource(*collection->myValueSource, dependentFlag)) {

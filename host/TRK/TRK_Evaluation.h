@@ -11,11 +11,13 @@
 #pragma once
 
 #include <BAS/BAS_API.h>
+#include <KIT/KIT_StringRef.h>
 
 #include <cstdint>
 
 class TRK_Channel;
 class TRK_Collection;
+class TRK_ReferenceListener;
 class TRK_Segment;
 
 /// Limits of one evaluation. A limit that is met sets EVL::EVL_DEPTH and gives 0.
@@ -43,6 +45,7 @@ struct TRK_EvalThread
     TRK_EvalFrame *innermost;
     int64_t steps;
     uint32_t errors;
+    TRK_ReferenceListener *listener; ///< hears of references; null as a rule
 };
 
 extern __thread TRK_EvalThread theTRKEvalThread __attribute__((tls_model("initial-exec")));
@@ -59,6 +62,33 @@ struct TRK_EvalState
     /// Sets the thread's error number unless one is set already.
     void raise(int error) const { raise(error, thread); }
     static void raise(int error, int thread);
+};
+
+/// Tells the thread's listener of a reference, and keeps it from those of what is read, for the
+/// length of a scope.
+class TRK_ReferenceTold
+{
+public:
+    TRK_ReferenceTold(const TRK_Collection &collection, const KIT_StringRef &name)
+        : myListener(theTRKEvalThread.listener)
+    {
+        if (myListener != nullptr) {
+            tell(collection, name);
+        }
+    }
+    ~TRK_ReferenceTold()
+    {
+        if (myListener != nullptr) {
+            theTRKEvalThread.listener = myListener;
+        }
+    }
+    TRK_ReferenceTold(const TRK_ReferenceTold &) = delete;
+    TRK_ReferenceTold &operator=(const TRK_ReferenceTold &) = delete;
+
+private:
+    void tell(const TRK_Collection &collection, const KIT_StringRef &name);
+
+    TRK_ReferenceListener *myListener;
 };
 
 /// Marks a channel as in evaluation for the length of a scope.

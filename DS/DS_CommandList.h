@@ -1,0 +1,60 @@
+/// \file DS_CommandList.h
+/// The commands of dialog-command files.
+///
+/// Units:      indices from 0, in the order in which the files have them.
+/// Ownership:  owns its commands.
+/// Threads:    one thread at a time.
+/// Errors:     a command that can't be read is left out, and its message is the stream's. There is
+///             always a command: with none read, one that says so.
+///
+/// A file has a block for each command, the word `command` in front of it or not, and any words
+/// between them.
+
+#pragma once
+
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_ValArray.h>
+#include <ZEL/ZEL_API.h>
+
+#include <cstdint>
+
+class DS_Command;
+class DS_Stream;
+
+class ZEL_API DS_CommandList
+{
+public:
+    explicit DS_CommandList(const char *file);
+    /// Reads several; a null name ends the array.
+    explicit DS_CommandList(const char *const *files);
+    ~DS_CommandList();
+    DS_CommandList(const DS_CommandList &) = delete;
+    DS_CommandList &operator=(const DS_CommandList &) = delete;
+
+    int getEntries() const { return int(myCommands.entries()); }
+    /// Null outside 0 .. entries - 1.
+    DS_Command *getCommand(int index) const
+    {
+        return myCommands.isValidIndex(index) ? myCommands[index] : nullptr;
+    }
+    /// The first of that name, null if there is none.
+    DS_Command *getCommand(const char *name) const;
+    /// Its index. 0 if there is none: whoever asks for a dialog gets one.
+    int findCommand(const char *name) const;
+    /// The file read last.
+    const KIT_String &getFileName() const { return myFileName; }
+
+    /// On each command.
+    void enforceOptions();
+    /// The syntax of all commands: 1 RenderMan, 2 shading language, any other plain; 0 leaves them.
+    void setSyntax(int syntax);
+
+private:
+    void load(const char *file);
+    void readCommand(DS_Stream &stream, const char *file);
+    void defaultEntry();
+    std::int64_t find(const char *name) const;
+
+    KIT_ValArray<DS_Command *> myCommands;
+    KIT_String myFileName;
+};

@@ -1,0 +1,121 @@
+/// \file DS_Creator.h
+/// Writes a dialog script from what a DS_ParmReader hands out.
+///
+/// Vocabulary: *group* = a folder, named by a path with slashes. *record* = a DS_ParmInfo. *script
+///             form* = a text as it stands in a script, quotes and escapes included.
+/// Units:      an indent of level n is n + 1 steps of four columns, two steps to a tab.
+/// Ownership:  borrows the reader and the stream; both outlive their use. A copy has the reader and
+///             the texts and no open output, so that a trailer is written once.
+/// Threads:    one writer at a time in the whole process: the open groups, the indent and the buffer
+///             of escapes are shared.
+/// Errors:     none of its own; what the stream can't take shows in its state. Without an open output
+///             nothing is written.
+///
+/// What is written is less than what is read, and is kept so, as scripts are compared as text and
+/// their readers know the form:
+///
+///     name, label          of a parameter, the label of a group, conditions, lines of a menu script
+///                          and input labels stand as they are: who wants them read back gives them
+///                          in script form
+///     group                is the one word for folders; their names are made up: g0, g1 ...
+///     type                 of a parameter with a menu is integer, buttonstrip or string
+///     size                 isn't written beside a menu
+///     default              a text with a meaning has no closing quote
+///     disablewhen          as records has no operators
+///     never                nocookwhen, required, obsolete, experimental, logarithmic, baseparm,
+///                          menumini, menujoin, usetokenvalue, blocks of items
+
+#pragma once
+
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_StringArray.h>
+#include <ZEL/ZEL_API.h>
+
+#include <iosfwd>
+
+class DS_HandleBinding;
+class DS_ParmInfo;
+class DS_ParmReader;
+class DS_SelectorBinding;
+
+class ZEL_API DS_Creator
+{
+public:
+    /// A null `creator` is "DScreator".
+    DS_Creator(DS_ParmReader &reader, const char *creator);
+    DS_Creator(const DS_Creator &other);
+    DS_Creator &operator=(const DS_Creator &) = delete;
+
+    // ---------------------------------------------------------------- //
+    /// \name For derived classes   (called while a script is written; they write to myOutput)
+    // ---------------------------------------------------------------- //
+    /// Writes the trailer of this class if an output is open.
+    virtual ~DS_Creator();
+    /// Lines of the application's own behind name, script and label. Base: none.
+    virtual void writeContextSpecific();
+    /// Whether the reader's info text is written. Base: 1.
+    virtual int writeInfo();
+    /// What stands in front of the dialog. Base: a comment with the creator, the source and the time.
+    virtual void writeHeader(const char *creator, const char *source);
+    /// What stands behind the last dialog. Base: nothing.
+    virtual void writeTrailer(const char *creator, const char *source);
+
+    // ---------------------------------------------------------------- //
+    /// \name Writing   (all answer 1)
+    // ---------------------------------------------------------------- //
+    /// Ends the output that is open with its trailer and takes this one.
+    int openOutput(std::ostream &os);
+    /// Ends the output that is open.
+    int closeOutput();
+    /// Lets the reader fill its records.
+    int prepareToWriteOutput();
+    /// Writes the dialog; any number of times.
+    int writeOutput();
+    /// A text in the place of all parameters; null or "" for none.
+    void setParmDSOverride(const char *text) { myParmOverride.harden(text); }
+
+    // ---------------------------------------------------------------- //
+    /// \name Pieces
+    // ---------------------------------------------------------------- //
+    /// Writes one parameter's block, as deep as the groups that are open; nothing for an array.
+    static void printParm(std::ostream &os, const DS_ParmInfo &info);
+    /// The same to the standard error stream.
+    static void dumpParm(const DS_ParmInfo *info);
+    /// The white space in front of a line of that level, until the next call.
+    static const char *getIndent(int level);
+    /// Old grouping goes through the group names, the new one through the parameters in their order.
+    static bool getUseOldGrouping() { return theUseOldGroupingFlag; }
+    static void setUseOldGrouping(bool on) { theUseOldGroupingFlag = on; }
+    /// The words of the export levels 0, 1 and 2.
+    static const char *const theToolboxLabels[3];
+
+protected:
+    DS_ParmReader &myReader;
+    KIT_String myCreatorName;
+    std::ostream *myOutput = nullptr;
+    KIT_String myParmOverride;
+
+private:
+    void endOutput();
+    void writeMetaInfo(std::ostream &os);
+    void printHelp(std::ostream &os);
+    void printInfo(std::ostream &os);
+    void writeUnboundSelectors(std::ostream &os);
+    void writeReservedSelectors(std::ostream &os);
+    void writeHandles(std::ostream &os, const char *keyword, bool reserved);
+    void writeInputLabels(std::ostream &os);
+    void writeParms(std::ostream &os);
+    int writeGrouped(std::ostream &os, int &groupCount);
+    void writePages(std::ostream &os, int &groupCount);
+
+    static void startGroup(std::ostream &os, int &groupCount, const char *path);
+    static void printMenu(std::ostream &os, const DS_ParmInfo &info, const char *keyword);
+    static void printTexts(std::ostream &os, const DS_ParmInfo &info);
+    static void printDefaults(std::ostream &os, const DS_ParmInfo &info);
+    static void printRange(std::ostream &os, const DS_ParmInfo &info);
+    static void printConditions(std::ostream &os, const DS_ParmInfo &info);
+    static void printBindings(std::ostream &os, const DS_ParmInfo &info);
+
+    static KIT_StringArray theGroupStack;
+    static bool theUseOldGroupingFlag;
+};

@@ -1,0 +1,77 @@
+/// \file DS_ScriptReader.h
+/// Hands a dialog script that was read to the script writer.
+///
+/// Vocabulary: *page* = the script as it was parsed. *script form* = a text as it stands in a script;
+///             what the writer writes as it stands (names, labels of parameters and folders,
+///             conditions, lines of menu scripts) is in the records in this form, so that a script
+///             that is written again can be read again. *loss* = a part of the script that the writer
+///             has no words for.
+/// Units:      inputs from 0; labels of inputs from theMostInputs on are dropped.
+/// Ownership:  owns the page and the texts. Records as told at DS_ParmReader.
+/// Threads:    one thread at a time.
+/// Errors:     parse() answers as ZEL_ScriptPage does. Losses are told by getLosses().
+
+#pragma once
+
+#include <DS/DS_ParmReader.h>
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_StringArray.h>
+
+#include <memory>
+#include <string>
+
+class DS_Stream;
+class ZEL_ScriptPage;
+class ZEL_ScriptParm;
+
+class ZEL_API DS_ScriptReader : public DS_ParmReader
+{
+public:
+    static constexpr int theMostInputs = 10000;
+
+    /// `source` is told as the script's source if it has no `script` word; null is none.
+    explicit DS_ScriptReader(const char *source);
+    ~DS_ScriptReader() override;
+    DS_ScriptReader(const DS_ScriptReader &) = delete;
+    DS_ScriptReader &operator=(const DS_ScriptReader &) = delete;
+
+    /// Reads one script, once. False at its first error, which the stream reports.
+    bool parse(DS_Stream &stream);
+    /// For who parses it himself: a page that keeps what ZEL_ScriptPage drops.
+    ZEL_ScriptPage &getPage();
+    /// What prepareParms() found no words for, a sentence each.
+    const KIT_StringArray &getLosses() const { return myLosses; }
+
+    const char *getClassName() const override;
+    void subclassHook1() override;
+    void subclassHook2() override;
+    /// Makes the records of the page anew.
+    void prepareParms() override;
+    const char *getDialogName() override;
+    const char *getDialogScript() override;
+    const char *getDialogLabel() override;
+    const char *getHelpText() override;
+    const char *getInfoText() override;
+    const char *getInputLabel(int input) override;
+    int getNumInputLabels() const override;
+    const char *getRenderMask() override;
+
+private:
+    struct Dialog;
+    class Page;
+    class Parm;
+
+    void clearRecords();
+    void addPage(const ZEL_ScriptPage &page, const std::string &path);
+    void addRecord(ZEL_ScriptParm &parm, const std::string &path);
+    void addBlock(const ZEL_ScriptParm &parm);
+    void addLoss(const char *name, const char *what);
+    void takeTexts(DS_ParmInfo &info, ZEL_ScriptParm &parm);
+    void takeMenu(DS_ParmInfo &info, const ZEL_ScriptParm &parm);
+    void takeDefaults(DS_ParmInfo &info, const ZEL_ScriptParm &parm);
+    bool takeChoices(DS_ParmInfo &info, const ZEL_ScriptParm &parm);
+    void takeConditions(DS_ParmInfo &info, const ZEL_ScriptParm &parm);
+
+    std::unique_ptr<Dialog> myDialog;
+    KIT_StringArray myLosses;
+};

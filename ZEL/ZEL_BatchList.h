@@ -1,0 +1,85 @@
+/// \file ZEL_BatchList.h
+/// A table of batch parameters, filled in one go, with a record of who evaluated how many.
+///
+/// Vocabulary: *evaluator* = an op of the application, known by a number; *hole* = an index without
+///             a parameter, as adding by index leaves behind.
+/// Units:      parameter indices are 0-based.
+/// Ownership:  owns its parameters; a copy of a list has copies of them. What those borrow, it
+///             borrows too: names, user data, and templates for their tokens.
+/// Threads:    one thread at a time.
+/// Errors:     look-ups answer null outside the list and for holes; nothing is reported.
+/// Cost:       everything but adding at the end and one evaluation is linear in the list.
+#pragma once
+
+#include <KIT/KIT_ValArray.h>
+#include <ZEL/ZEL_API.h>
+#include <ZEL/ZEL_BatchParm.h>
+
+class ZEL_Template;
+
+class ZEL_API ZEL_BatchList
+{
+public:
+    ZEL_BatchList() = default;
+    ZEL_BatchList(const ZEL_BatchList &other);
+    ZEL_BatchList &operator=(const ZEL_BatchList &other);
+    ~ZEL_BatchList();
+
+    // ------------------------------------------------------------------ //
+    /// \name Parameters   (null, and no change, if `ZEL_BatchParm::init` refuses)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Replaces what stands at the index; beyond the end, holes come before it. Null for a negative
+    /// index.
+    ZEL_BatchParm *addParm(int index, const char *name, ZEL_BatchType type, int size,
+                           void *userData);
+    /// At the end.
+    ZEL_BatchParm *addParm(const char *name, ZEL_BatchType type, int size, void *userData);
+    /// At the end, with name, size and type of the template: ordinals are integers, floats reals,
+    /// strings texts. Null for every other kind, and for null.
+    ZEL_BatchParm *addParm(const ZEL_Template *description, void *userData);
+
+    ZEL_BatchParm *operator()(int index)
+    {
+        return myParms.isValidIndex(index) ? myParms[index] : nullptr;
+    }
+    const ZEL_BatchParm *operator()(int index) const
+    {
+        return myParms.isValidIndex(index) ? myParms[index] : nullptr;
+    }
+    int entries() const { return int(myParms.size()); }
+    /// Whether there are no holes.
+    bool validate() const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Evaluation
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// From now on `op` evaluates. The one before leaves no trace if it evaluated nothing.
+    void setEvaluator(int op);
+    /// The evaluator has filled a parameter, as its own parameter `index`. False, and nothing is
+    /// noted, before there is an evaluator, outside the list and for a hole.
+    bool setEvaluated(int parm, int index);
+    /// Appends the evaluators that evaluated something, in order; the number added.
+    int getEvaluatingOps(KIT_ValArray<int> &ops) const;
+    /// No parameter is evaluated, and there is no evaluator.
+    void clearEvaluated();
+    void clearValueSet();
+    ///@}
+
+    /// A line for each parameter to the standard error stream; none for a hole.
+    void dump() const;
+
+private:
+    struct Evaluator
+    {
+        int op;
+        int count; ///< the parameters it evaluated
+    };
+
+    void destroyParms();
+
+    KIT_ValArray<ZEL_BatchParm *> myParms;
+    KIT_ValArray<Evaluator> myOps;
+};

@@ -1,0 +1,122 @@
+/// \file ZEL_BatchParm.h
+/// A named row of value slots that a caller fills, or evaluation does, outside any parameter list.
+///
+/// Vocabulary: *slot* = one component; *value set* = somebody has filled the slots; *evaluated* =
+///             an evaluator has noted that the slots hold its result. One doesn't imply the other.
+/// Units:      slot indices are 0-based.
+/// Ownership:  owns the slots, texts included. Borrows the name and the user data, which must live
+///             as long as this and its copies.
+/// Threads:    one thread at a time.
+/// Errors:     refusals answer false. A read of the wrong type or outside the slots gives 0 or "".
+/// Cost:       up to four numbers stand in the object itself; all else is one heap array.
+#pragma once
+
+#include <ZEL/ZEL_API.h>
+#include <ZEL/ZEL_BatchType.h>
+
+#include <cstdint>
+
+class KIT_String;
+
+class ZEL_API ZEL_BatchParm
+{
+public:
+    ZEL_BatchParm() = default;
+    /// Slots are copied, name and user data shared.
+    ZEL_BatchParm(const ZEL_BatchParm &other);
+    ZEL_BatchParm &operator=(const ZEL_BatchParm &other);
+    ~ZEL_BatchParm();
+
+    /// Starts afresh with `size` slots of 0 or "", neither set nor evaluated. False, and no change,
+    /// for a size below 1 or without memory. A type that isn't known has no slots, and is true.
+    bool init(const char *name, ZEL_BatchType type, int size, void *userData);
+
+    // ------------------------------------------------------------------ //
+    /// \name Slots in   (an array of vector size)
+    /// False, and no change, for null and for a form that isn't the type's: integers fill integers,
+    /// floats and doubles reals, texts either string type. Conversion is the caller's choice.
+    // ------------------------------------------------------------------ //
+    ///@{
+    bool setValue(const int *values);
+    /// Keeps the low 32 bits of each.
+    bool setValue(const std::int64_t *values);
+    bool setValue(const float *values);
+    bool setValue(const double *values);
+    /// Copies the texts; a null one counts as "".
+    bool setValue(const char *const *values);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Slots out
+    // ------------------------------------------------------------------ //
+    ///@{
+    int getInt(int index = 0) const;
+    double getReal(int index = 0) const;
+    /// Never null; good until the slots change.
+    const char *getString(int index = 0) const;
+    /// The fallback unless the slots are evaluated, whether or not a value is set.
+    int getDefaultedInt(int fallback, int index = 0) const
+    {
+        return myEvaluated ? getInt(index) : fallback;
+    }
+    double getDefaultedReal(double fallback, int index = 0) const
+    {
+        return myEvaluated ? getReal(index) : fallback;
+    }
+    const char *getDefaultedString(const char *fallback, int index = 0) const
+    {
+        return myEvaluated ? getString(index) : fallback;
+    }
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name State
+    // ------------------------------------------------------------------ //
+    ///@{
+    bool isEvaluated() const { return myEvaluated; }
+    bool isValueSet() const { return myValueSet; }
+    void clearEvaluated() { myEvaluated = false; }
+    void clearValueSet() { myValueSet = false; }
+    /// Who evaluated it last, and as which of its parameters; -1 if nobody did. Both stay when the
+    /// mark is cleared.
+    int getEvaluatingOp() const { return myEvaluatingOp; }
+    int getEvaluatingParmIndex() const { return myEvaluatingParmIndex; }
+    const char *getName() const { return myName; }
+    ZEL_BatchType getType() const { return myType; }
+    int getVectorSize() const { return myVectorSize; }
+    void *getUserData() const { return myUserData; }
+    /// One line to the standard error stream.
+    void dump() const;
+    ///@}
+
+private:
+    friend class ZEL_BatchList; // notes evaluations
+
+    /// As many numbers stand in the object.
+    static constexpr int theInlineSize = 4;
+    union InlineValues
+    {
+        int ints[theInlineSize];
+        double reals[theInlineSize];
+    };
+
+    bool isTextType() const { return myType == ZEL_BATCH_STRING || myType == ZEL_BATCH_RAWSTRING; }
+    bool validIndex(int index) const { return myValue && index >= 0 && index < myVectorSize; }
+    int *ints() const { return static_cast<int *>(myValue); }
+    double *reals() const { return static_cast<double *>(myValue); }
+    KIT_String *texts() const { return static_cast<KIT_String *>(myValue); }
+    void freeValues();
+    template <class T, class From>
+    bool fill(T *slots, const From *values);
+
+    InlineValues myInline = {{0, 0, 0, 0}};
+    void *myValue = nullptr; ///< the inline numbers, or a heap array; null without slots
+    const char *myName = nullptr;
+    void *myUserData = nullptr;
+    ZEL_BatchType myType = ZEL_BATCH_INT;
+    int myVectorSize = 0;
+    int myEvaluatingOp = -1;
+    int myEvaluatingParmIndex = -1;
+    bool myEvaluated = false;
+    bool myValueSet = false;
+};

@@ -1,0 +1,63 @@
+#pragma once
+/// \file ZEL_FileMenu.h
+/// A menu whose rows come from data files, so that a site can put its own resolutions, devices and
+/// filters into it; docs/menus.md tells how.
+///
+/// Vocabulary: *data file* = a file of the menu's name in a folder of the search path
+///             (KIT_PathSearch). *fields* = the words of a line: token and label, or for pixel formats
+///             type, black point, white point (which together are the token) and label.
+///             *built-in rows* = what the menu shows when no data file gives a row.
+/// Ownership:  owns its rows; they stay where they are, and the same, until the menu is destroyed. The
+///             menus of get() live until the library is unloaded.
+/// Threads:    the interface's thread only; no lock is taken.
+/// Errors:     none. A file that can't be read has no rows; a line with the wrong number of fields
+///             makes none.
+/// Cost:       the files are read once, when the menu is asked for first.
+
+#include <ZEL/ZEL_API.h>
+#include <ZEL/ZEL_Name.h>
+
+#include <memory>
+#include <vector>
+
+class KIT_IStream;
+
+class ZEL_API ZEL_FileMenu
+{
+public:
+    /// Which menu.
+    enum Kind
+    {
+        IMAGE,        ///< names of images, file "FBrender"
+        RESOLUTION,   ///< width, height and pixel aspect, file "FBres"
+        PIXEL_FORMAT, ///< storage of a component, file "FBpixel", with four fields
+        RI_DEVICE,    ///< the renderer's output, file "FBridevice"
+        RI_FILTER,    ///< its pixel filter, file "FBrifilter"
+        RI_HIDER      ///< its hider, file "FBrihider"
+    };
+    static constexpr int theKindCount = 6;
+
+    explicit ZEL_FileMenu(Kind kind) : myKind(kind) {}
+
+    /// The menu that all parameters of the process share.
+    static ZEL_FileMenu &get(Kind kind);
+
+    /// Finds the rows, unless there are some: those of all data files, one file behind the other as the
+    /// search path has them; the built-in rows when that gives none.
+    void fill();
+    /// Appends the rows of a data file. A line with one field less than a row makes a separator.
+    void readRows(KIT_IStream &is);
+
+    int getNumRows() const { return static_cast<int>(myRows.size()); }
+    /// A row; null when there is none, as long as nothing was filled in for every index.
+    const ZEL_Name *getRow(int index) const;
+    /// Fills the menu, and copies as many rows as an array of `size` names holds in front of a
+    /// sentinel, which closes it.
+    void copyRows(ZEL_Name *names, int size);
+
+private:
+    void addRow(const char *token, const char *label);
+
+    Kind myKind;
+    std::vector<std::unique_ptr<ZEL_Name>> myRows;
+};

@@ -1,0 +1,299 @@
+// An instance's nodes in the dependency graph: made late, listed, marked, pushed.
+
+#include <ZEL/ZEL_Instance.h>
+
+#include <KIT/KIT_StringArray.h>
+#include <ZEL/ZEL_ConstMicroNode.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmMicroNode.h>
+#include <ZEL/ZEL_ParmOwner.h>
+
+#include <mutex>
+
+// ---------------------------------------------------------------------- //
+// Life of the arrays
+// ---------------------------------------------------------------------- //
+
+namespace
+{
+
+/// An array that is made under a lock with the first wish for it. What `create` throws leaves the
+/// lock free and the array null.
+template <class T, class Create>
+T *makeOnce(T *&array, BAS_ByteLock &lock, Create &&create)
+{
+    T *made = __atomic_load_n(&array, __ATOMIC_ACQUIRE);
+    if (!made) {
+        const std::lock_guard<BAS_ByteLock> guard(lock);
+        made = __atomic_load_n(&array, __ATOMIC_ACQUIRE);
+        if (!made) {
+            made = create();
+            __atomic_store_n(&array, made, __ATOMIC_RELEASE);
+        }
+    }
+    return made;
+}
+
+} // namespace
+
+ZEL_ParmMicroNode *ZEL_Instance::microNode(int index)
+{
+    if (!validIndex(index) || !myParm) {
+        return nullptr;
+    }
+    ZEL_ParmMicroNode *nodes =
+        makeOnce(myMicroNodes, myMicroNodeLock, [this] { return createMicroNodes(); });
+    return nodes ? nodes + index : nullptr;
+}
+
+ZEL_ConstMicroNode *ZEL_Instance::constMicroNode(int index)
+{
+    if (!microNode(index)) {
+        return nullptr;
+    }
+    return index +
+           makeOnce(myConstMicroNodes, myMicroNodeLock, [this] { return createConstMicroNodes(); });
+}
+
+ZEL_ParmMicroNode *ZEL_Instance::createMicroNodes() const
+{
+    const ZEL_ParmOwner *owner = getParmOwner();
+    return owner ? owner->createParmMicroNodes(*myParm) : ZEL_ParmMicroNode::createArray(*myParm);
+}
+
+ZEL_ConstMicroNode *ZEL_Instance::createConstMicroNodes() const
+{
+    const int size = getVectorSize();
+    ZEL_ConstMicroNode *nodes = new ZEL_ConstMicroNode[std::size_t(size)];
+    for (int i = 0; i < size; ++i) {
+        nodes[i].init(myMicroNodes + i);
+    }
+    return nodes;
+}
+
+void ZEL_Instance::destroyMicroNodes()
+{
+    delete[] myConstMicroNodes;
+    delete[] myMicroNodes;
+    myConstMicroNodes = nullptr;
+    myMicroNodes = nullptr;
+}
+
+void ZEL_Instance::adoptMicroNodes(ZEL_Instance &source)
+{
+    destroyMicroNodes();
+    myMicroNodes = source.myMicroNodes;
+    myConstMicroNodes = source.myConstMicroNodes;
+    source.myMicroNodes = nullptr;
+    source.myConstMicroNodes = nullptr;
+    if (myMicroNodes && myParm) {
+        const int size = getVectorSize();
+        for (int i = 0; i < size; ++i) {
+            myMicroNodes[i].init(*myParm, i);
+        }
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Marks and context options
+// ---------------------------------------------------------------------- //
+
+void ZEL_Instance::setTimeDependentMicroNode(int index, bool timeDependent) const
+{
+    if (ZEL_ParmMicroNode *nodes = threadSafeMicroNodes()) {
+        markMicroNode(nodes, index, timeDependent);
+    }
+}
+
+void ZEL_Instance::markMicroNode(ZEL_ParmMicroNode *nodes, int index, bool timeDependent) const
+{
+    if (validIndex(index)) {
+        nodes[index].setTimeDependent(timeDependent);
+    } else if (index < 0) {
+        const int size = getVectorSize();
+        for (int i = 0; i < size; ++i) {
+            nodes[i].setTimeDependent(timeDependent);
+        }
+    }
+}
+
+bool ZEL_Instance::hasContextOptionDeps(int index) const
+{
+    const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
+    for (int i = 0; nodes && i < getVectorSize(); ++i) {
+        if ((index < 0 || index == i) && nodes[i].hasContextOptionDeps()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void ZEL_Instance::getContextOptionDeps(int index, KIT_StringArray &names) const
+{
+    names.clear();
+    KIT_StringArray found;
+    const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
+    for (int i = 0; nodes && i < getVectorSize(); ++i) {
+        if (index >= 0 && index != i) {
+            continue;
+        }
+        nodes[i].getContextOptionDeps(found);
+        for (const KIT_String &name : found) {
+            if (names.find(name.c_str()) < 0) {
+                names.append(name);
+            }
+        }
+    }
+    names.sort();
+}
+
+// ---------------------------------------------------------------------- //
+// All nodes of the parameter
+// ---------------------------------------------------------------------- //
+
+void ZEL_Instance::getMicroNodes(KIT_Array<LNK_MicroNode *> &nodes) const
+{
+    ZEL_ParmMicroNode *own = threadSafeMicroNodes();
+    for (int i = 0; own && i < getVectorSize(); ++i) {
+        nodes.append(own + i);
+    }
+}
+
+void ZEL_Instance::getMicroNodeInputList(KIT_Array<LNK_MicroNode *> &inputs) const
+{
+    const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
+    for (int i = 0; nodes && i < getVectorSize(); ++i) {
+        nodes[i].getInputs(inputs);
+    }
+}
+
+void ZEL_Instance::getMicroNodeOutputList(KIT_Array<LNK_MicroNode *> &outputs) const
+{
+    const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
+    for (int i = 0; nodes && i < getVectorSize(); ++i) {
+        nodes[i].getOutputs(outputs);
+    }
+}
+
+std::int64_t ZEL_Instance::getMicroNodeNumInputs() const
+{
+    std::int64_t count = 0;
+    const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
+    for (int i = 0; nodes && i < getVectorSize(); ++i) {
+        count += nodes[i].getNumInputs();
+    }
+    return count;
+}
+
+void ZEL_Instance::clearMicroNodeInputs()
+{
+    ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
+    for (int i = 0; nodes && i < getVectorSize(); ++i) {
+        nodes[i].clearInputs();
+    }
+}
+
+std::int64_t ZEL_Instance::getMicroNodesMemoryUsage() const
+{
+    std::int64_t bytes = 0;
+    const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
+    const ZEL_ConstMicroNode *constNodes = threadSafeConstMicroNodes();
+    for (int i = 0; i < getVectorSize(); ++i) {
+        bytes += nodes ? nodes[i].getMemoryUsage(true) : 0;
+        bytes += constNodes ? constNodes[i].getMemoryUsage(true) : 0;
+    }
+    return bytes;
+}
+
+void ZEL_Instance::dumpMicroNodes(std::ostream &os, int level) const
+{
+    const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
+    for (int i = 0; nodes && i < getVectorSize(); ++i) {
+        nodes[i].dump(os, nullptr, level);
+    }
+    const ZEL_ConstMicroNode *constNodes = threadSafeConstMicroNodes();
+    for (int i = 0; constNodes && i < getVectorSize(); ++i) {
+        constNodes[i].dump(os, nullptr, level);
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Propagation
+// ---------------------------------------------------------------------- //
+
+namespace
+{
+
+/// Tells a propagation that a callback has removed the parameter under it. Those of a thread are
+/// chained: a callback may start another.
+class Survival
+{
+public:
+    explicit Survival(const ZEL_Instance *instance) : myInstance(instance), myOuter(theInnermost)
+    {
+        theInnermost = this;
+    }
+    ~Survival() { theInnermost = myOuter; }
+    Survival(const Survival &) = delete;
+    Survival &operator=(const Survival &) = delete;
+
+    bool lives() const { return myInstance != nullptr; }
+
+    static void end(const ZEL_Instance *instance)
+    {
+        for (Survival *each = theInnermost; each; each = each->myOuter) {
+            if (each->myInstance == instance) {
+                each->myInstance = nullptr;
+            }
+        }
+    }
+
+private:
+    const ZEL_Instance *myInstance;
+    Survival *myOuter;
+    static __thread Survival *theInnermost;
+};
+
+__thread Survival *Survival::theInnermost = nullptr;
+
+} // namespace
+
+void ZEL_Instance::leavePropagations()
+{
+    Survival::end(this);
+}
+
+void ZEL_Instance::clearSendExtra()
+{
+    const std::uint32_t present = BASload(mySendExtraFlags);
+    if (ZEL_ParmList *list = present != 0 ? getParmList() : nullptr) {
+        list->bumpNumSendExtra(-__builtin_popcount(present));
+    }
+    BASstore(mySendExtraFlags, 0u);
+}
+
+void ZEL_Instance::propagateDirty(const std::function<void(LNK_MicroNode &)> &callback,
+                                  LNK_MicroNode *node, bool all, bool *used)
+{
+    if (used) {
+        *used = false;
+    }
+    const Survival survival(this);
+    if (hasMicroNodes()) {
+        // The callback may also take the nodes to another parameter, so they are fetched each time.
+        for (int i = 0; survival.lives() && i < getVectorSize() && hasMicroNodes(); ++i) {
+            if (all || (BASload(mySendExtraFlags) & bit(i)) != 0) {
+                threadSafeMicroNodes()[i].propagateDirty(callback, false);
+            }
+        }
+    } else if (node && getType().isCookable() && BASload(mySendExtraFlags) != 0) {
+        node->propagateDirty(callback, false);
+        if (used) {
+            *used = true;
+        }
+    }
+    if (survival.lives()) {
+        clearSendExtra();
+    }
+}

@@ -1,0 +1,37 @@
+/// \file ZEL_KeyValueDictDataItem.h
+/// A dictionary of keys and JSON values, as a data item of the kind "key_value_dict".
+///
+/// Vocabulary: see KIT_JSONValueMap.h.
+/// Ownership:  shares its map by count, with its copies and with whoever made the map.
+/// Threads:    as the base: once the item is shared, nobody changes the map.
+/// Errors:     saving fails for a dictionary that is nested too deep to be read again.
+/// Cost:       making one from a map, or a copy, raises one count.
+
+#pragma once
+
+#include <ZEL/ZEL_DataItem.h>
+
+class ZEL_API ZEL_KeyValueDictDataItem : public ZEL_DataItem
+{
+public:
+    /// An empty map of its own.
+    ZEL_KeyValueDictDataItem();
+    /// Shares the map, which may be null: that saves as an empty one.
+    explicit ZEL_KeyValueDictDataItem(KIT_JSONValueMap *map);
+    ZEL_KeyValueDictDataItem(const ZEL_KeyValueDictDataItem &other);
+    ZEL_KeyValueDictDataItem &operator=(const ZEL_KeyValueDictDataItem &) = delete;
+    ~ZEL_KeyValueDictDataItem() override;
+
+    ZEL_Type::ZEL_DataType getDataType() const override;
+    const char *getDataTypeToken() const override;
+    /// One line of JSON.
+    bool saveAscii(std::ostream &os) const override;
+    /// CBOR.
+    bool saveBinary(std::ostream &os) const override;
+    /// 16: the item without its map, which several may share.
+    std::int64_t getMemoryUsage() const override;
+    KIT_JSONValueMap *getKeyValueDict() const override;
+
+private:
+    KIT_JSONValueMap *myMap;
+};

@@ -1,0 +1,15 @@
+#pragma once
+/// \file ZEL_SharedRanges.h
+/// The ranges that parameters of many nodes share: 34 objects, ZELangleRange to ZELfullunituiRange.
+///
+/// ZEL_SharedRanges.def has them by topic, each with its limits.
+///
+/// Ownership:  constant data, there before any code runs; templates borrow it.
+/// Threads:    read only.
+
+#include <ZEL/ZEL_API.h>
+#include <ZEL/ZEL_Range.h>
+
+#define ZEL_SHARED_RANGE(symbol, minFlag, min, maxFlag, max) extern ZEL_API ZEL_Range symbol;
+#include <ZEL/ZEL_SharedRanges.def>
+#undef ZEL_SHARED_RANGE

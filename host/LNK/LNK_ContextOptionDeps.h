@@ -1,0 +1,55 @@
+/// \file LNK_ContextOptionDeps.h
+/// The names of the context options that a value was computed from; made with the first name.
+///
+/// Vocabulary: *context option* = a named setting of one evaluation, handed down from whoever asks
+///             for a value.
+/// Ownership:  the pointer's owner deletes the set, or calls LNKclearContextOptionDeps().
+/// Threads:    names are added and read by any number of threads at once. Clearing belongs to one
+///             thread, while nobody adds or reads.
+/// Errors:     none; a null or empty name is left out.
+/// Cost:       one pointer for whoever depends on nothing.
+
+#pragma once
+
+#include <BAS/BAS_API.h>
+#include <BAS/BAS_SpinLock.h>
+#include <KIT/KIT_StringArray.h>
+#include <KIT/KIT_StringHolder.h>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <tbb/concurrent_unordered_set.h>
+
+/// Grown from any thread. Its memory is the heap's, which the sanitizers know.
+using LNK_ContextOptionDeps = tbb::concurrent_unordered_set<KIT_StringHolder, KIT_StringRefHash,
+                                                            std::equal_to<KIT_StringHolder>,
+                                                            std::allocator<KIT_StringHolder>>;
+using LNK_ContextOptionDepsPtr = std::atomic<LNK_ContextOptionDeps *>;
+
+/// The set; null as long as it has no name.
+inline const LNK_ContextOptionDeps *
+LNKgetContextOptionDepsFromPtr(const LNK_ContextOptionDepsPtr &pointer)
+{
+    return pointer.load(std::memory_order_acquire);
+}
+
+/// The set, made if it isn't there: whoever asks at the same moment gets the same one. The lock is
+/// held only while it is made.
+KIT_API LNK_ContextOptionDeps &LNKcreateContextOptionDepsFromPtr(LNK_ContextOptionDepsPtr &pointer,
+                                                                 BAS_ByteLock &lock);
+
+/// Adds a name to the set, making it if it isn't there.
+KIT_API void LNKaddContextOptionDep(LNK_ContextOptionDepsPtr &pointer, BAS_ByteLock &lock,
+                                    const KIT_StringRef &name);
+
+/// Deletes the set and nulls the pointer.
+KIT_API void LNKclearContextOptionDeps(LNK_ContextOptionDepsPtr &pointer, BAS_ByteLock &lock);
+
+/// Replaces `names` by those of the set, sorted.
+KIT_API void LNKlistContextOptionDeps(const LNK_ContextOptionDepsPtr &pointer,
+                                      KIT_StringArray &names);
+
+/// Bytes of the set and its entries, 0 without one.
+KIT_API int64_t LNKgetContextOptionDepsMemory(const LNK_ContextOptionDepsPtr &pointer);
