@@ -7,7 +7,7 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 # Groups whose tests start threads; they run under the thread sanitizer too.
-thread_groups=(host types instances overrides ordinals strings conditions menus threads)
+thread_groups=(host types instances micronodes overrides ordinals strings data conditions menus threads)
 fuzz_runs=20000
 
 passed=0

@@ -1,5 +1,7 @@
 #include "ZELX_Node.h"
 
+#include "ZELX_NodeGraph.h"
+
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
@@ -8,11 +10,8 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <SNK/SNK_NodeSource.h>
 #include <ZEL/ZEL_Instance.h>
-#include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
-#include <ZEL/ZEL_ParmNameMap.h>
 #include <ZEL/ZEL_Template.h>
-#include <ZEL/ZEL_Type.h>
 
 #include <algorithm>
 #include <ostream>
@@ -22,18 +21,6 @@ namespace
 {
 
 ZEL_Template theNoTemplates[] = {ZEL_Template()};
-
-/// What fits a parameter's token: a stream's names can be anything.
-bool isValidToken(std::string_view name)
-{
-    constexpr std::size_t theLongest = 255;
-    const auto fits = [](char c) {
-        return c == '_' || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-               (c >= '0' && c <= '9');
-    };
-    return !name.empty() && name.size() <= theLongest && !(name[0] >= '0' && name[0] <= '9') &&
-           std::all_of(name.begin(), name.end(), fits);
-}
 
 /// The node that a script's relative paths start from.
 struct ScriptContext : ZEL_ParmOwnerContext
@@ -49,17 +36,6 @@ bool isValidName(std::string_view name)
 }
 
 } // namespace
-
-struct ZELX_Node::SpareFloat
-{
-    explicit SpareFloat(const char *token) : name(token, token), description(ZEL_FLT, 1, &name)
-    {
-        name.harden();
-    }
-
-    ZEL_Name name;
-    ZEL_Template description;
-};
 
 // ---------------------------------------------------------------------- //
 // Life and tree
@@ -88,6 +64,10 @@ ZELX_Node::ZELX_Node(ZELX_Node *parent, const char *name, ZEL_Template *template
 
 ZELX_Node::~ZELX_Node()
 {
+    if (myGraph) {
+        myGraph->treeRemoved();
+        myGraph = nullptr;
+    }
     myParms->setEventHandler(nullptr, nullptr);
     myParms->clearParmOwner();
     setParmList(nullptr);
@@ -165,54 +145,55 @@ bool ZELX_Node::loadChannels(KIT_IStream &is)
 }
 
 // ---------------------------------------------------------------------- //
-// Names that a load doesn't know
+// Spare parameters, and a new interface
 // ---------------------------------------------------------------------- //
 
-void ZELX_Node::addRename(const std::string &savedName, const std::string &name)
+ZEL_Parm *ZELX_Node::addSpareParm(const ZEL_Template &description)
 {
-    myRenames[savedName] = name;
-}
-
-ZEL_Parm *ZELX_Node::addSpareParm(ZEL_Template &description)
-{
-    if (myParms->getParmIndex(description.getTokenRef()) >= 0) {
-        return nullptr;
-    }
-    ZEL_Parm *parm = new ZEL_Parm(&description, myParms.get());
-    parm->setSpareParm(true);
-    myParms->appendParm(parm);
-    parm->getInstance()->revertToDefaults(false);
-    parm->reloadChannelPtrs();
-    ++myStructureVersion;
+    ZEL_Parm *parm = mySpares.add(*myParms, description);
+    myStructureVersion += parm ? 1 : 0;
     return parm;
 }
 
-bool ZELX_Node::makeSpare(const char *name)
+bool ZELX_Node::removeSpareParm(const char *token)
 {
-    for (ZEL_Template *known = mySpareTemplates; known && !known->isTerminator(); ++known) {
-        if (known->getTokenRef() == KIT_StringRef(name)) {
-            return addSpareParm(*known) != nullptr;
-        }
-    }
-    if (!myKeepUnknownNames || !isValidToken(name)) {
-        return false;
-    }
-    mySpareFloats.push_back(std::make_unique<SpareFloat>(name));
-    return addSpareParm(mySpareFloats.back()->description) != nullptr;
+    return mySpares.remove(*myParms, KIT_StringRef(token));
+}
+
+void ZELX_Node::setSpareParms(const ZEL_Template *templates)
+{
+    mySpares.set(*myParms, templates);
+    ++myStructureVersion;
 }
 
 bool ZELX_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,
                                              KIT_String &)
 {
-    for (const KIT_String &name : names) {
-        const auto renamed = myRenames.find(name.nonNullStr());
-        if (renamed != myRenames.end()) {
-            map.addMap(name.nonNullStr(), renamed->second.c_str());
-        } else if (myParms->getParmIndex(name.nonNullStr()) < 0) {
-            makeSpare(name.nonNullStr());
-        }
-    }
+    mySpares.createForLoad(*myParms, names, map);
+    ++myStructureVersion;
     return true;
+}
+
+void ZELX_Node::renewParms(ZEL_Template *templates, const char *nodeType)
+{
+    // Defaults wait: what is taken over needs none, and they mustn't touch its channels.
+    constexpr bool buildDefaults = false;
+    constexpr bool deleteChannels = false;
+    constexpr bool forceCopy = false;
+    auto fresh = std::make_unique<ZEL_ParmList>(templates ? templates : theNoTemplates, &myChannels,
+                                                this, myPresets.get(), KIT_StringRef(nodeType),
+                                                deleteChannels, buildDefaults);
+    const std::unique_ptr<ZEL_Template[]> formerSpares = mySpares.moveTo(*fresh);
+    fresh->adoptParmList(*myParms, forceCopy);
+    fresh->updateFromOldTemplate(myParms.get());
+    myParms->setEventHandler(nullptr, nullptr);
+    myParms->clearParmOwner();
+    setParmList(fresh.get());
+    myParms.swap(fresh);
+    myParms->setEventHandler(this, handleChange);
+    myParms->buildDelayedDefaults(deleteChannels);
+    fresh.reset();
+    ++myStructureVersion;
 }
 
 void ZELX_Node::setVariable(const std::string &name, const std::string &value)
@@ -225,6 +206,9 @@ void ZELX_Node::handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex)
     ZELX_Node &node = *static_cast<ZELX_Node *>(data);
     if (node.myChangeCallback) {
         node.myChangeCallback(node, type, parmIndex);
+    }
+    if (ZELX_NodeGraph *graph = node.getGraph()) {
+        graph->parmChanged(node, type, parmIndex);
     }
 }
 
@@ -256,6 +240,9 @@ void ZELX_Node::rebuildParmDependency(int parmIndex)
 {
     if (myDependencyCallback) {
         myDependencyCallback(*this, parmIndex);
+    }
+    if (ZELX_NodeGraph *graph = getGraph()) {
+        graph->parmChanged(*this, TRK_CHANGE_VALUE, parmIndex);
     }
 }
 
@@ -329,6 +316,14 @@ bool ZELX_Node::getVariable(const KIT_StringRef &name, KIT_String &value)
         }
     }
     return false;
+}
+
+void ZELX_Node::referenceFound(const TRK_Referrer &from, const KIT_StringRef &path,
+                               const KIT_StringRef &name, int)
+{
+    if (ZELX_NodeGraph *graph = getGraph()) {
+        graph->referenceFound(*this, from, path, name);
+    }
 }
 
 void ZELX_Node::getPath(KIT_WorkBuffer &path)

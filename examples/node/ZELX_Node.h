@@ -18,6 +18,8 @@
 /// application adds menu scripts and data references where these say that there are none.
 #pragma once
 
+#include "ZELX_SpareParms.h"
+
 #include <KIT/KIT_StringHolder.h>
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_ValueSource.h>
@@ -34,6 +36,7 @@
 
 class KIT_IStream;
 class KIT_StringArray;
+class ZELX_NodeGraph;
 class ZEL_Parm;
 class ZEL_Template;
 
@@ -67,6 +70,7 @@ public:
     const std::string &getName() const { return myName; }
     ZELX_Node *getParent() const { return myParent; }
     ZELX_Node *getChild(const std::string &name) const;
+    const std::vector<std::unique_ptr<ZELX_Node>> &getChildren() const { return myChildren; }
     /// Absolute, or relative to this node; null if there is none.
     ZELX_Node *findNode(const KIT_StringRef &path);
     ///@}
@@ -91,15 +95,33 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// Streams of older versions say `savedName` for what is called `name` now.
-    void addRename(const std::string &savedName, const std::string &name);
+    void addRename(const std::string &savedName, const std::string &name)
+    {
+        mySpares.addRename(savedName, name);
+    }
     /// Templates, up to a terminator, for names that the node type doesn't have: a load that meets
     /// such a name makes it a spare parameter. Borrowed; null for none.
-    void setSpareTemplates(ZEL_Template *templates) { mySpareTemplates = templates; }
+    void setSpareTemplates(ZEL_Template *templates) { mySpares.setKnown(templates); }
     /// With the flag any other name that can be a parameter's becomes a spare float; without, which
     /// is how a node starts, it is reported and skipped.
-    void setKeepUnknownNames(bool keep) { myKeepUnknownNames = keep; }
-    /// A spare parameter; null if the name is taken.
-    ZEL_Parm *addSpareParm(ZEL_Template &description);
+    void setKeepUnknownNames(bool keep) { mySpares.setKeepUnknownNames(keep); }
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Spare parameters, and a new interface   (see ZELX_SpareParms.h)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// One more spare parameter; null if the name is taken. Pointers to the others end with it.
+    ZEL_Parm *addSpareParm(const ZEL_Template &description);
+    /// False if there is none of that name.
+    bool removeSpareParm(const char *token);
+    /// The whole new set, null for none.
+    void setSpareParms(const ZEL_Template *templates);
+    const ZELX_SpareParms &getSpareParms() const { return mySpares; }
+    /// Makes the list anew from other templates, borrowed from now on, and takes over what has the
+    /// same token and kind: values, locks, channels, items, and the spare parameters. What stands
+    /// at its default takes the new one. The old list, and all pointers into it, are gone then.
+    void renewParms(ZEL_Template *templates, const char *nodeType = nullptr);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -113,6 +135,9 @@ public:
     }
     /// A variable of this node and of all below it, for expressions and texts as `$NAME`.
     void setVariable(const std::string &name, const std::string &value);
+    /// What keeps the dependencies of the whole tree, null for none. Set by itself.
+    void setGraph(ZELX_NodeGraph *graph) { getRoot()->myGraph = graph; }
+    ZELX_NodeGraph *getGraph() { return getRoot()->myGraph; }
     /// Goes up whenever parameters come or go: caches by parm index are then out of date.
     std::uint32_t getStructureVersion() const { return myStructureVersion; }
     ///@}
@@ -156,15 +181,13 @@ public:
     TRK_Collection *findCollection(const KIT_StringRef &path) override;
     bool getVariable(const KIT_StringRef &name, KIT_String &value) override;
     void getPath(KIT_WorkBuffer &path) override;
+    void referenceFound(const TRK_Referrer &from, const KIT_StringRef &path,
+                        const KIT_StringRef &name, int thread) override;
     ///@}
 
 private:
     ZELX_Node(ZELX_Node *parent, const char *name, ZEL_Template *templates, const char *nodeType);
 
-    /// A spare float's name and template, which its parameter borrows.
-    struct SpareFloat;
-
-    bool makeSpare(const char *name);
     void applyDefaultPreset();
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
     ZELX_Node *getRoot();
@@ -172,17 +195,14 @@ private:
     void appendPath(KIT_WorkBuffer &path) const;
 
     ZELX_Node *myParent = nullptr;
+    ZELX_NodeGraph *myGraph = nullptr; ///< of the root only
     std::string myName;
     std::map<std::string, std::string> myVariables;
     ChangeCallback myChangeCallback;
     DependencyCallback myDependencyCallback;
     std::uint32_t myStructureVersion = 0;
-    std::map<std::string, std::string> myRenames;
-    ZEL_Template *mySpareTemplates = nullptr;
-    bool myKeepUnknownNames = false;
-    // Kept to the end, though a spare parameter may go sooner: parameters look at their templates
-    // until they are gone.
-    std::vector<std::unique_ptr<SpareFloat>> mySpareFloats;
+    // Parameters look at their templates until they are gone.
+    ZELX_SpareParms mySpares;
     std::unique_ptr<ZEL_PresetInfo> myPresets;
     // The order matters: parameters give their channels back, so they must go first, and the
     // children before either.

@@ -71,6 +71,12 @@ struct ZELT_DiffCall
 };
 int ZELTdiff(const ZELT_DiffCall &call, const ZELT_Options &options, ZELT_Messages &messages);
 
+struct ZELT_RewriteCall
+{
+    std::string file;
+};
+int ZELTrewrite(const ZELT_RewriteCall &call, const ZELT_Options &options, ZELT_Messages &messages);
+
 struct ZELT_RampCall
 {
     std::string file;

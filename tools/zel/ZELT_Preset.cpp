@@ -5,6 +5,7 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Script.h"
 
+#include <KIT/KIT_String.h>
 #include <STO/STO_Reader.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_PresetInfo.h>
@@ -49,14 +50,18 @@ std::string folderNames()
     return names.empty() ? "none of the search path" : names;
 }
 
-/// Empty when there is no folder to write to.
-std::string folderOf(const ZELT_PresetCall &call)
+/// What was done to which preset, for people in one line.
+void printDone(const char *done, const std::string &name, const std::string &path,
+               const ZELT_Options &options)
 {
-    const KIT_StringArray &folders = ZEL_PresetInfo::getValidSaveDirs();
-    if (!call.folder.empty() || folders.isEmpty()) {
-        return call.folder;
+    if (options.json) {
+        ZELT_Json json;
+        json["name"] = name;
+        json["path"] = path;
+        ZELTprintJson(json);
+    } else {
+        std::cout << done << ' ' << path << '\n';
     }
-    return folders[0].toStdString();
 }
 
 std::string savedValues(ZELT_Session &session)
@@ -69,6 +74,28 @@ std::string savedValues(ZELT_Session &session)
 }
 
 } // namespace
+
+std::string ZELTpresetFolder(const std::string &folder)
+{
+    const KIT_StringArray &folders = ZEL_PresetInfo::getValidSaveDirs();
+    return folder.empty() && !folders.isEmpty() ? folders[0].toStdString() : folder;
+}
+
+std::string ZELTpresetPath(ZEL_PresetInfo &presets, const std::string &name,
+                           const std::string &folder)
+{
+    if (folder.empty()) {
+        return presets.getPresetPath(presets.getPresetIndex(name.c_str())).toStdString();
+    }
+    KIT_String expanded(folder);
+    expanded.expandVariables();
+    std::string file = expanded.toStdString();
+    while (!file.empty() && file.back() == '/') {
+        file.pop_back();
+    }
+    file += '/' + presets.getPresetFile().toStdString();
+    return STO_Reader::combineIndexFileSectionPath(file.c_str(), name.c_str()).toStdString();
+}
 
 int ZELTpresetList(const ZELT_PresetCall &call, const ZELT_Options &options,
                    ZELT_Messages &messages)
@@ -153,7 +180,8 @@ int ZELTpresetApply(const ZELT_PresetCall &call, const ZELT_Options &options,
     return 0;
 }
 
-int ZELTpresetSave(const ZELT_PresetCall &call, const ZELT_Options &, ZELT_Messages &messages)
+int ZELTpresetSave(const ZELT_PresetCall &call, const ZELT_Options &options,
+                   ZELT_Messages &messages)
 {
     const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
     if (!script) {
@@ -164,25 +192,29 @@ int ZELTpresetSave(const ZELT_PresetCall &call, const ZELT_Options &, ZELT_Messa
         return 1;
     }
     ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
-    const std::string folder = folderOf(call);
+    const std::string folder = ZELTpresetFolder(call.folder);
     if (!presets.savePresetToDir(&session.getParms(), call.name.c_str(), folder.c_str())) {
         return fail("the preset " + placeOf(call) + " isn't saved in " + ZELTquote(folder) +
                         "; presets are saved in: " + folderNames(),
                     messages);
     }
     messages.takeErrors("");
+    printDone("saved", call.name, ZELTpresetPath(presets, call.name, folder), options);
     return 0;
 }
 
-int ZELTpresetDelete(const ZELT_PresetCall &call, const ZELT_Options &, ZELT_Messages &messages)
+int ZELTpresetDelete(const ZELT_PresetCall &call, const ZELT_Options &options,
+                     ZELT_Messages &messages)
 {
     ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
     const char *const folder = call.folder.empty() ? nullptr : call.folder.c_str();
+    const std::string path = ZELTpresetPath(presets, call.name, call.folder);
     if (!presets.deletePresetFromDir(call.name.c_str(), folder)) {
         return fail("the preset " + placeOf(call) +
                         " isn't deleted; presets are deleted in: " + folderNames(),
                     messages);
     }
     messages.takeErrors("");
+    printDone("deleted", call.name, path, options);
     return 0;
 }

@@ -21,6 +21,14 @@ struct ZELT_PresetCall
     std::string out;    ///< where the values go; "": standard output
 };
 
+class ZEL_PresetInfo;
+
+/// The folder to save in: the one that is asked for, else the first that may be written, else "".
+std::string ZELTpresetFolder(const std::string &folder);
+/// The path of a preset in a folder; without one, where it is found, "" if it isn't.
+std::string ZELTpresetPath(ZEL_PresetInfo &presets, const std::string &name,
+                           const std::string &folder);
+
 int ZELTpresetList(const ZELT_PresetCall &call, const ZELT_Options &options,
                    ZELT_Messages &messages);
 int ZELTpresetShow(const ZELT_PresetCall &call, const ZELT_Options &options,

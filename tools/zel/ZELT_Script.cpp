@@ -93,26 +93,57 @@ std::string stemOf(const std::string &file)
 ZELT_Script::ZELT_Script() = default;
 ZELT_Script::~ZELT_Script() = default;
 
-std::unique_ptr<ZELT_Script> ZELT_Script::load(const std::string &file, ZELT_Messages &messages)
+bool ZELT_Script::parse(const std::string &file, ZEL_ScriptPage &page, ZELT_Messages &messages)
 {
     errno = 0;
     KIT_IFStream is(file.c_str());
     if (!is.isReadable()) {
         messages.error(file, "can't be read: " + ZELTsystemError());
-        return nullptr;
+        return false;
     }
+    return parseStream(is, file, page, messages);
+}
+
+bool ZELT_Script::parseStream(KIT_IStream &is, const std::string &file, ZEL_ScriptPage &page,
+                              ZELT_Messages &messages)
+{
     const int errorsBefore = messages.getErrorCount();
     ScriptStream stream(is, file, messages);
-    std::unique_ptr<ZELT_Script> script(new ZELT_Script);
-    script->myFile = file;
-    script->myPage = std::make_unique<ZEL_ScriptPage>();
-    const bool parsed = parsePage(*script->myPage, stream);
+    const bool parsed = parsePage(page, stream);
     messages.takeErrors(file);
     if (!parsed || messages.getErrorCount() != errorsBefore) {
         // Some openers fail without a word of their own.
         if (messages.getErrorCount() == errorsBefore) {
             messages.error(file, "isn't a dialog script");
         }
+        return false;
+    }
+    return true;
+}
+
+std::unique_ptr<ZELT_Script> ZELT_Script::load(const std::string &file, ZELT_Messages &messages)
+{
+    std::unique_ptr<ZELT_Script> script(new ZELT_Script);
+    script->myFile = file;
+    script->myPage = std::make_unique<ZEL_ScriptPage>();
+    if (!parse(file, *script->myPage, messages)) {
+        return nullptr;
+    }
+    script->describe();
+    return script;
+}
+
+std::unique_ptr<ZELT_Script> ZELT_Script::loadText(const std::string &text, const std::string &name,
+                                                   ZELT_Messages &messages)
+{
+    const std::size_t start = text.find_first_not_of(" \t\n");
+    const bool wholeFlag = start != std::string::npos && text[start] == '{';
+    const std::string whole = wholeFlag ? text : "{ name \"" + name + "\"\n" + text + "\n}";
+    KIT_IStream is(whole.data(), whole.size(), KIT_IStream::TEXT);
+    std::unique_ptr<ZELT_Script> script(new ZELT_Script);
+    script->myFile = name;
+    script->myPage = std::make_unique<ZEL_ScriptPage>();
+    if (!parseStream(is, name, *script->myPage, messages)) {
         return nullptr;
     }
     script->describe();

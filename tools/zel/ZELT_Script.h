@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+class KIT_IStream;
 class ZELT_Messages;
 class ZEL_ScriptImports;
 class ZEL_ScriptPage;
@@ -19,6 +20,11 @@ class ZELT_Script
 {
 public:
     static std::unique_ptr<ZELT_Script> load(const std::string &file, ZELT_Messages &messages);
+    /// The same of a text: a script, or what may stand between a script's braces.
+    static std::unique_ptr<ZELT_Script> loadText(const std::string &text, const std::string &name,
+                                                 ZELT_Messages &messages);
+    /// Reads a script into a page of the caller's; false at the first error.
+    static bool parse(const std::string &file, ZEL_ScriptPage &page, ZELT_Messages &messages);
     ~ZELT_Script();
     ZELT_Script(const ZELT_Script &) = delete;
     ZELT_Script &operator=(const ZELT_Script &) = delete;
@@ -34,6 +40,8 @@ public:
 private:
     ZELT_Script();
 
+    static bool parseStream(KIT_IStream &is, const std::string &file, ZEL_ScriptPage &page,
+                            ZELT_Messages &messages);
     void describe();
 
     std::string myFile;

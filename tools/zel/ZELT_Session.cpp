@@ -5,12 +5,15 @@
 #include "ZELT_Script.h"
 
 #include <BAS/BAS_Thread.h>
+#include <KIT/KIT_AutoJSONParser.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_JSONValue.h>
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_ChoiceList.h>
+#include <ZEL/ZEL_KeyValueDictDataItem.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
 
@@ -22,6 +25,17 @@ namespace
 {
 
 constexpr bool thePropagate = true;
+
+/// Null for a text that is no JSON object.
+std::shared_ptr<const ZEL_DataItem> parseDictionary(const std::string &text)
+{
+    KIT_IStream stream(text.data(), text.size(), KIT_IStream::TEXT);
+    KIT_AutoJSONParser parser(stream);
+    KIT_JSONValue value;
+    value.parseValue(parser);
+    KIT_JSONValueMap *const map = value.getMap();
+    return map ? std::make_shared<ZEL_KeyValueDictDataItem>(map) : nullptr;
+}
 
 /// Why a component can't be changed at that time, "" if it can.
 std::string refusal(const ZEL_Parm &parm, int index, double time)
@@ -207,7 +221,16 @@ std::string ZELT_Session::setComponent(ZEL_Parm &parm, int index, const std::str
         return "";
     }
     if (type.isDataType()) {
-        return std::string(parm.getToken()) + " holds data, which has no text";
+        if (!type.hasDataType(ZEL_Type::ZEL_DATA_KEY_VALUE_DICT)) {
+            return std::string(parm.getToken()) + " holds data, which has no text";
+        }
+        const std::shared_ptr<const ZEL_DataItem> item = parseDictionary(value);
+        if (!item) {
+            return ZELTquote(value) + " is no JSON object for " + parm.getToken();
+        }
+        parm.setValue(time, item, hasExpression(parm, index, time), index, ZEL_ADDKEY_PENDING,
+                      thePropagate);
+        return "";
     }
     double number = 0.0;
     if (!ZELTparseNumber(value, number)) {

@@ -33,21 +33,21 @@ const ZELT_ShellCommands::Command ZELT_ShellCommands::theCommands[] = {
     {"show", "TOKEN", 1, 1, &ZELT_ShellCommands::show},
     {"type", "TOKEN", 1, 1, &ZELT_ShellCommands::type},
     {"time", "T", 1, 1, &ZELT_ShellCommands::time},
-    {"set", "TOKEN[:I] VALUE", 2, 2, &ZELT_ShellCommands::set},
+    {"set", "TOKEN[:I] VALUE", 2, 2, &ZELT_ShellCommands::set, true},
     {"raw", "TOKEN[:I]", 1, 1, &ZELT_ShellCommands::raw},
     {"eval", "TOKEN[:I] [T]", 1, 2, &ZELT_ShellCommands::eval},
     {"string", "TOKEN[:I] [T]", 1, 2, &ZELT_ShellCommands::text},
-    {"expr", "TOKEN[:I] TEXT [expression|python]", 2, 3, &ZELT_ShellCommands::expression},
-    {"key", "TOKEN[:I] T VALUE", 3, 3, &ZELT_ShellCommands::key},
-    {"unkey", "TOKEN[:I]", 1, 1, &ZELT_ShellCommands::unkey},
-    {"default", "TOKEN[:I]", 1, 1, &ZELT_ShellCommands::revert},
-    {"lock", "TOKEN[:I]", 1, 1, &ZELT_ShellCommands::lock},
-    {"unlock", "TOKEN[:I]", 1, 1, &ZELT_ShellCommands::unlock},
-    {"alias", "TOKEN:I NAME", 2, 2, &ZELT_ShellCommands::alias},
+    {"expr", "TOKEN[:I] TEXT [expression|python]", 2, 3, &ZELT_ShellCommands::expression, true},
+    {"key", "TOKEN[:I] T VALUE", 3, 3, &ZELT_ShellCommands::key, true},
+    {"unkey", "TOKEN[:I]", 1, 1, &ZELT_ShellCommands::unkey, true},
+    {"default", "TOKEN[:I]", 1, 1, &ZELT_ShellCommands::revert, true},
+    {"lock", "TOKEN[:I]", 1, 1, &ZELT_ShellCommands::lock, true},
+    {"unlock", "TOKEN[:I]", 1, 1, &ZELT_ShellCommands::unlock, true},
+    {"alias", "TOKEN:I NAME", 2, 2, &ZELT_ShellCommands::alias, true},
     {"menu", "TOKEN", 1, 1, &ZELT_ShellCommands::menu},
-    {"insert", "TOKEN ITEM", 2, 2, &ZELT_ShellCommands::insert},
-    {"remove", "TOKEN ITEM", 2, 2, &ZELT_ShellCommands::removeItem},
-    {"swap", "TOKEN A B", 3, 3, &ZELT_ShellCommands::swapItems},
+    {"insert", "TOKEN ITEM", 2, 2, &ZELT_ShellCommands::insert, true},
+    {"remove", "TOKEN ITEM", 2, 2, &ZELT_ShellCommands::removeItem, true},
+    {"swap", "TOKEN A B", 3, 3, &ZELT_ShellCommands::swapItems, true},
     {"count", "TOKEN", 1, 1, &ZELT_ShellCommands::count},
     {"enabled", "TOKEN", 1, 1, &ZELT_ShellCommands::enabled},
     {"hidden", "TOKEN", 1, 1, &ZELT_ShellCommands::hidden},
@@ -58,8 +58,16 @@ const ZELT_ShellCommands::Command ZELT_ShellCommands::theCommands[] = {
     {"magic", "", 0, 0, &ZELT_ShellCommands::magic},
     {"permissions", "N", 1, 1, &ZELT_ShellCommands::permissions},
     {"save", "text|binary|compact FILE", 2, 2, &ZELT_ShellCommands::save},
-    {"load", "FILE", 1, 1, &ZELT_ShellCommands::load},
-    {"channels", "FILE", 1, 1, &ZELT_ShellCommands::channels},
+    {"load", "FILE", 1, 1, &ZELT_ShellCommands::load, true},
+    {"channels", "FILE", 1, 1, &ZELT_ShellCommands::channels, true},
+    {"snapshot", "[NAME]", 0, 1, &ZELT_ShellCommands::snapshot},
+    {"restore", "NAME", 1, 1, &ZELT_ShellCommands::restore, true},
+    {"undo", "", 0, 0, &ZELT_ShellCommands::undo},
+    {"redo", "", 0, 0, &ZELT_ShellCommands::redo},
+    {"graph", "[clean]", 0, 1, &ZELT_ShellCommands::graph},
+    {"spare", "list | add FILE|TEXT | remove TOKEN", 1, 2, &ZELT_ShellCommands::spare},
+    {"adopt", "FILE", 1, 1, &ZELT_ShellCommands::adopt},
+    {"preset", "list|load|save|delete [NAME] [FOLDER]", 1, 3, &ZELT_ShellCommands::preset, true},
     {"events", "on|off", 1, 1, &ZELT_ShellCommands::events},
     {"messages", "", 0, 0, &ZELT_ShellCommands::printMessages},
 };
@@ -80,7 +88,7 @@ void printEvent(ZELX_Node &, TRK_CHANGE_TYPE type, int parmIndex)
 } // namespace
 
 ZELT_ShellCommands::ZELT_ShellCommands(const ZELT_Script &script, ZELT_Messages &messages)
-    : myScript(script), myMessages(messages), mySession(script)
+    : myScript(&script), myMessages(messages), mySession(script), myUndo(mySession.getNode())
 {}
 
 bool ZELT_ShellCommands::run(std::string_view line)
@@ -91,12 +99,12 @@ bool ZELT_ShellCommands::run(std::string_view line)
     } else if (!words.empty() && (words[0] == "quit" || words[0] == "exit")) {
         return false;
     } else if (!words.empty()) {
-        dispatch(words);
+        dispatch(words, line);
     }
     return true;
 }
 
-void ZELT_ShellCommands::dispatch(const Words &words)
+void ZELT_ShellCommands::dispatch(const Words &words, std::string_view line)
 {
     for (const Command &command : theCommands) {
         if (words[0] == command.name) {
@@ -104,13 +112,30 @@ void ZELT_ShellCommands::dispatch(const Words &words)
             if (given < command.least || given > command.most) {
                 fail(std::string("usage: ") + command.name + ' ' + command.usage);
             } else {
-                const TRK_EvalContext::Scope context(BASgetSTID(), myTime);
-                (this->*command.call)(words);
+                call(command, words, line);
             }
             return;
         }
     }
     fail("there is no command " + words[0]);
+}
+
+void ZELT_ShellCommands::call(const Command &command, const Words &words, std::string_view line)
+{
+    const TRK_EvalContext::Scope context(BASgetSTID(), myTime);
+    if (command.call == &ZELT_ShellCommands::printMessages) {
+        printMessages(words);
+        return;
+    }
+    // Saves and loads stop at an error, so one of before that isn't printed yet waits aside.
+    KIT_ErrorManager::Scope scope(BASgetSTID());
+    if (command.editFlag) {
+        const ZELX_UndoStack::Step step(myUndo, std::string(line));
+        (this->*command.call)(words);
+    } else {
+        (this->*command.call)(words);
+    }
+    scope.getOuterManager().stealErrors(scope.getManager());
 }
 
 void ZELT_ShellCommands::fail(const std::string &reason)
@@ -188,7 +213,7 @@ void ZELT_ShellCommands::list(const Words &)
 
 void ZELT_ShellCommands::tree(const Words &)
 {
-    cout << ZELTdescribeTree(myScript.getTemplates());
+    cout << ZELTdescribeTree(myScript->getTemplates());
 }
 
 void ZELT_ShellCommands::show(const Words &words)

@@ -2,7 +2,7 @@
 /// The commands of `zel shell`: one line in, plain text out.
 ///
 /// Vocabulary: *current time* = what commands without a time work at; 0 at first.
-/// Ownership:  borrows script and messages, which must outlive it.
+/// Ownership:  borrows script and messages, which must outlive it; owns the scripts that commands read.
 /// Threads:    one thread.
 /// Errors:     a command that fails prints `! reason` and changes nothing, or as much as it says.
 ///             What the library reports stays with the thread's error manager until the command
@@ -11,12 +11,18 @@
 
 #include "ZELT_Session.h"
 
+#include <map>
+#include <memory>
+#include <node/ZELX_NodeGraph.h>
+#include <node/ZELX_NodeState.h>
+#include <node/ZELX_UndoStack.h>
 #include <string>
 #include <string_view>
 #include <vector>
 
 class ZELT_Messages;
 class ZELT_Script;
+class ZEL_PresetInfo;
 
 class ZELT_ShellCommands
 {
@@ -37,10 +43,12 @@ private:
         std::size_t least;
         std::size_t most;
         Call call;
+        bool editFlag = false; ///< a step that can be undone
     };
     static const Command theCommands[];
 
-    void dispatch(const Words &words);
+    void dispatch(const Words &words, std::string_view line);
+    void call(const Command &command, const Words &words, std::string_view line);
     void fail(const std::string &reason);
     /// Null, with the reason printed, if there is no such parameter.
     ZEL_Parm *findParm(const std::string &token);
@@ -84,11 +92,30 @@ private:
     void save(const Words &words);
     void load(const Words &words);
     void channels(const Words &words);
+    void snapshot(const Words &words);
+    void restore(const Words &words);
+    void undo(const Words &words);
+    void redo(const Words &words);
+    void graph(const Words &words);
+    void spare(const Words &words);
+    void addSpares(const std::string &source);
+    void removeSpare(const std::string &token);
+    void listSpares();
+    void adopt(const Words &words);
+    void preset(const Words &words);
+    void listPresets(ZEL_PresetInfo &presets, const Words &words);
+    void loadPreset(ZEL_PresetInfo &presets, const Words &words);
+    void savePreset(ZEL_PresetInfo &presets, const Words &words);
+    void deletePreset(ZEL_PresetInfo &presets, const Words &words);
     void events(const Words &words);
     void printMessages(const Words &words);
 
-    const ZELT_Script &myScript;
+    const ZELT_Script *myScript;
     ZELT_Messages &myMessages;
+    std::vector<std::unique_ptr<ZELT_Script>> myScripts; ///< those that came later
     ZELT_Session mySession;
+    ZELX_UndoStack myUndo;
+    std::map<std::string, ZELX_NodeState> mySnapshots;
+    std::unique_ptr<ZELX_NodeGraph> myGraph; // from its first use on
     double myTime = 0.0;
 };

@@ -97,7 +97,8 @@ std::string defaultText(const ZEL_Template &description, int index)
 {
     const ZEL_Default *const record = description.getFactoryDefaults();
     if (!record) {
-        return description.getType().isStringType() ? "\"\"" : "0";
+        const ZEL_Type &type = description.getType();
+        return type.isStringType() || type.isDataType() ? "\"\"" : "0";
     }
     if (!record[index].gotString()) {
         return ZELTnumber(record[index].getFloat());

@@ -1,5 +1,6 @@
 // zel: reads, shows, evaluates, converts and compares the parameters of dialog scripts.
 
+#include "ZELT_Command.h"
 #include "ZELT_Commands.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Preset.h"
@@ -27,9 +28,11 @@ struct Calls
     ZELT_StateCall state;
     ZELT_ConvertCall convert;
     ZELT_DiffCall diff;
+    ZELT_RewriteCall rewrite;
     ZELT_RampCall ramp;
     ZELT_ShellCall shell;
     ZELT_PresetCall preset;
+    ZELT_CommandCall command;
     std::function<int(ZELT_Messages &)> run;
 };
 
@@ -131,6 +134,16 @@ void addStreams(CLI::App &app, Calls &calls)
     diff->add_option("B", calls.diff.right, "Another one")->required();
 }
 
+void addRewrite(CLI::App &app, Calls &calls)
+{
+    CLI::App *const rewrite =
+        addCommand(app, calls, "rewrite", "Write a script anew, as the library writes scripts",
+                   "zel rewrite examples/light.ds", [&calls](ZELT_Messages &messages) {
+                       return ZELTrewrite(calls.rewrite, calls.options, messages);
+                   });
+    rewrite->add_option("FILE", calls.rewrite.file, "A dialog script")->required();
+}
+
 void addRamp(CLI::App &app, Calls &calls)
 {
     CLI::App *const ramp = addCommand(
@@ -153,6 +166,19 @@ void addShell(CLI::App &app, Calls &calls)
             return ZELTshell(calls.shell, calls.options, messages);
         });
     shell->add_option("FILE", calls.shell.file, "A dialog script")->required();
+}
+
+void addDialogCommand(CLI::App &app, Calls &calls)
+{
+    CLI::App *const command = addCommand(
+        app, calls, "command", "List dialog commands, show one, or read and write its line",
+        "zel command examples/commands/image.cmd \"resize -v -q 80 in.pic out.pic\"",
+        [&calls](ZELT_Messages &messages) {
+            return ZELTcommand(calls.command, calls.options, messages);
+        });
+    command->add_option("FILE", calls.command.file, "A file of dialog commands")->required();
+    command->add_option("LINE", calls.command.line,
+                        "A command's name for its form, or its line; the list without one");
 }
 
 using PresetCommand = int (*)(const ZELT_PresetCall &, const ZELT_Options &, ZELT_Messages &);
@@ -228,9 +254,11 @@ int run(int argc, char **argv)
     addCheckAndShow(app, calls);
     addEvalAndState(app, calls);
     addStreams(app, calls);
+    addRewrite(app, calls);
     addRamp(app, calls);
     addShell(app, calls);
     addPresets(app, calls);
+    addDialogCommand(app, calls);
     const int ended = parse(app, argc, argv, messages);
     if (ended >= 0) {
         return ended;

@@ -1,0 +1,101 @@
+/// \file ZELX_NodeGraph.h
+/// What the parameters of a tree of nodes depend on: finds their references, keeps the edges while
+/// parameters change, and pushes each change to whatever reads it.
+///
+/// Vocabulary: *reference* = ch("../light/tx") in an expression or in the backticks of a text, to a
+///             component; or the path of a node in a text, to that node as a whole. *whole node* =
+///             the graph node that stands for all cookable parameters of a node.
+/// Units:      parm indices as in ZEL_ParmList; times in seconds.
+/// Ownership:  owns the whole nodes; the nodes of components belong to the parameters. Borrows the
+///             tree. Either of the two may go first.
+/// Threads:    the thread that changes the tree, while nobody evaluates.
+/// Errors:     none: a reference that leads nowhere makes no edge, and what goes wrong when an
+///             expression is evaluated for its references is not told.
+/// Cost:       a tree without one pays a look at a pointer for each change. Only components that
+///             refer to something, or are referred to, get a graph node.
+///
+/// Literal names are taken from all of an expression. Names that it computes are those that it read
+/// when it was evaluated last: by `rebuild`, with a change of its own, or by `update`.
+#pragma once
+
+#include <LNK/LNK_MicroNode.h>
+#include <TRK/TRK_ReferenceScope.h>
+#include <TRK/TRK_Types.h>
+#include <TRK/TRK_ValueSource.h>
+
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <unordered_map>
+
+class KIT_StringRef;
+class ZELX_Node;
+class ZEL_Parm;
+class ZEL_ParmMicroNode;
+
+class ZELX_NodeGraph : private TRK_ReferenceListener
+{
+public:
+    /// Called for each graph node that a change makes dirty.
+    using DirtyCallback = std::function<void(LNK_MicroNode &)>;
+
+    /// For the whole tree of the node, which may have one graph at a time. No edges yet.
+    explicit ZELX_NodeGraph(ZELX_Node &node);
+    ~ZELX_NodeGraph() override;
+
+    ZELX_NodeGraph(const ZELX_NodeGraph &) = delete;
+    ZELX_NodeGraph &operator=(const ZELX_NodeGraph &) = delete;
+
+    void setDirtyCallback(DirtyCallback callback) { myDirtyCallback = std::move(callback); }
+    /// Finds the references of all parameters anew, as after nodes or channels came or went.
+    void rebuild(double time);
+    /// The same for one parameter; nothing is pushed.
+    void rebuild(ZELX_Node &node, int parmIndex, double time);
+    /// Evaluates each component that is dirty, which also tells what it reads at that time, and makes
+    /// it clean. How many those were.
+    int update(double time);
+    /// Made with the first wish.
+    LNK_MicroNode &getWholeNode(ZELX_Node &node);
+
+    /// The graph in the DOT language: components and whole nodes by their paths, in the order of the
+    /// tree, as far as an edge leads to or from them. Dirty ones are filled, time dependent ones have
+    /// a double edge.
+    void writeDOT(std::ostream &os);
+
+    // ------------------------------------------------------------------ //
+    /// \name What the tree tells
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Finds a parameter's references anew and pushes the change, both for all with -1.
+    void parmChanged(ZELX_Node &node, TRK_CHANGE_TYPE type, int parmIndex);
+    /// A text of the node refers to something.
+    void referenceFound(ZELX_Node &node, const TRK_Referrer &from, const KIT_StringRef &path,
+                        const KIT_StringRef &name);
+    /// The tree is about to go.
+    void treeRemoved();
+    ///@}
+
+private:
+    /// The component whose references are being found.
+    struct Reader
+    {
+        ZELX_Node *node = nullptr;
+        ZEL_Parm *parm = nullptr;
+        int component = 0;
+    };
+
+    void referenceRead(const TRK_Collection &collection, const KIT_StringRef &name) override;
+
+    void rebuildParm(ZELX_Node &node, int parmIndex, ZEL_Parm &parm, double time);
+    void findChannelReferences(const Reader &reader);
+    void evaluate(const Reader &reader, double time);
+    void addReference(const Reader &reader, ZELX_Node &target, const KIT_StringRef &name);
+    ZEL_ParmMicroNode *makeMicroNode(ZELX_Node &node, ZEL_Parm &parm, int component);
+    LNK_MicroNode *findWholeNode(const ZELX_Node &node) const;
+
+    ZELX_Node *myRoot;
+    DirtyCallback myDirtyCallback;
+    Reader myReader;
+    std::unordered_map<const ZELX_Node *, std::unique_ptr<LNK_MicroNode>> myWholeNodes;
+};

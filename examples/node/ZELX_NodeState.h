@@ -1,0 +1,43 @@
+/// \file ZELX_NodeState.h
+/// All that a user has made of a node at one moment: values, channels and aliases, to be put back.
+///
+/// Vocabulary: *partial* = a state that was cut down to the parameters that an edit changed.
+/// Ownership:  owns everything; may outlive the node it was taken of.
+/// Threads:    taken and restored on the thread that owns the node.
+/// Errors:     what a restore can't do is reported to the thread's error manager as a load would.
+/// Cost:       linear in the node, a partial one in the parameters it has.
+///
+/// Spare parameters that came later stay, overrides are left alone, and so is what a stream doesn't
+/// take back either: flags, labels and colours that were given to a parameter.
+#pragma once
+
+#include <ZEL/ZEL_UndoData.h>
+
+#include <string>
+
+class ZELX_Node;
+
+class ZELX_NodeState
+{
+public:
+    ZELX_NodeState() = default;
+    /// Takes the state.
+    explicit ZELX_NodeState(ZELX_Node &node);
+
+    /// Puts the node into the state, with change events for each parameter.
+    void restore(ZELX_Node &node) const;
+    /// Whether two whole states are the same. False for partial ones.
+    bool isSame(const ZELX_NodeState &other) const;
+    /// Cuts two whole states of one node down to what differs, where both have the same parameters
+    /// and channels.
+    static void keepDifference(ZELX_NodeState &before, ZELX_NodeState &after);
+
+private:
+    void cutDown(ZEL_UndoDataArray values);
+
+    bool myWholeFlag = false;
+    ZEL_UndoDataArray myValues;
+    std::string myText; ///< the values once more, to be compared
+    std::string myChannels;
+    std::string myAliases;
+};

@@ -1,0 +1,175 @@
+#include "ZELX_SpareParms.h"
+
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_StringArray.h>
+#include <ZEL/ZEL_Instance.h>
+#include <ZEL/ZEL_Name.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmNameMap.h>
+#include <ZEL/ZEL_Template.h>
+#include <ZEL/ZEL_Type.h>
+
+#include <algorithm>
+#include <string_view>
+
+namespace
+{
+
+/// What fits a parameter's token: a stream's names can be anything.
+bool isValidToken(std::string_view name)
+{
+    constexpr std::size_t theLongest = 255;
+    const auto fits = [](char c) {
+        return c == '_' || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+               (c >= '0' && c <= '9');
+    };
+    return !name.empty() && name.size() <= theLongest && !(name[0] >= '0' && name[0] <= '9') &&
+           std::all_of(name.begin(), name.end(), fits);
+}
+
+std::unique_ptr<ZEL_Template[]> copies(const std::vector<const ZEL_Template *> &descriptions)
+{
+    std::unique_ptr<ZEL_Template[]> templates(new ZEL_Template[descriptions.size() + 1]);
+    for (std::size_t i = 0; i < descriptions.size(); ++i) {
+        templates[i] = *descriptions[i];
+    }
+    return templates;
+}
+
+} // namespace
+
+struct ZELX_SpareParms::SpareFloat
+{
+    explicit SpareFloat(const char *token) : name(token, token), description(ZEL_FLT, 1, &name)
+    {
+        name.harden();
+    }
+
+    ZEL_Name name;
+    ZEL_Template description;
+};
+
+ZELX_SpareParms::ZELX_SpareParms() : myTemplates(copies({})) {}
+ZELX_SpareParms::~ZELX_SpareParms() = default;
+
+// ---------------------------------------------------------------------- //
+// The set
+// ---------------------------------------------------------------------- //
+
+ZELX_SpareParms::Descriptions ZELX_SpareParms::present() const
+{
+    Descriptions descriptions;
+    for (const ZEL_Template *at = myTemplates.get(); !at->isTerminator(); ++at) {
+        descriptions.push_back(at);
+    }
+    return descriptions;
+}
+
+void ZELX_SpareParms::rebuild(ZEL_ParmList &list, const Descriptions &descriptions)
+{
+    constexpr bool forceCopy = false;
+    std::unique_ptr<ZEL_Template[]> fresh = copies(descriptions);
+    list.updateSpareParmTemplates(fresh.get(), forceCopy);
+    // Only now is nothing made on the old ones any more.
+    myTemplates = std::move(fresh);
+}
+
+void ZELX_SpareParms::set(ZEL_ParmList &list, const ZEL_Template *templates)
+{
+    Descriptions descriptions;
+    for (const ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
+        descriptions.push_back(at);
+    }
+    rebuild(list, descriptions);
+}
+
+ZEL_Parm *ZELX_SpareParms::add(ZEL_ParmList &list, const ZEL_Template &description)
+{
+    const KIT_StringHolder token(description.getTokenRef());
+    if (description.isTerminator() || list.getParmIndex(token) >= 0) {
+        return nullptr;
+    }
+    Descriptions descriptions = present();
+    descriptions.push_back(&description);
+    rebuild(list, descriptions);
+    return list.getParmPtr(token);
+}
+
+bool ZELX_SpareParms::remove(ZEL_ParmList &list, const KIT_StringRef &token)
+{
+    Descriptions descriptions = present();
+    const auto end =
+        std::remove_if(descriptions.begin(), descriptions.end(),
+                       [&](const ZEL_Template *one) { return one->getTokenRef() == token; });
+    if (end == descriptions.end()) {
+        return false;
+    }
+    descriptions.erase(end, descriptions.end());
+    rebuild(list, descriptions);
+    return true;
+}
+
+std::unique_ptr<ZEL_Template[]> ZELX_SpareParms::moveTo(ZEL_ParmList &list)
+{
+    Descriptions descriptions;
+    for (const ZEL_Template *one : present()) {
+        if (list.getParmIndex(one->getTokenRef()) < 0) {
+            descriptions.push_back(one);
+        }
+    }
+    std::unique_ptr<ZEL_Template[]> former = copies(descriptions);
+    former.swap(myTemplates);
+    for (ZEL_Template *at = myTemplates.get(); !at->isTerminator(); ++at) {
+        std::unique_ptr<ZEL_Parm> parm(new ZEL_Parm(at, &list));
+        if (parm->getInstance()) {
+            parm->setSpareParm(true);
+            list.appendParm(parm.release());
+        }
+    }
+    return former;
+}
+
+// ---------------------------------------------------------------------- //
+// Names that a load doesn't know
+// ---------------------------------------------------------------------- //
+
+void ZELX_SpareParms::addRename(const std::string &savedName, const std::string &name)
+{
+    myRenames[savedName] = name;
+}
+
+void ZELX_SpareParms::addForLoad(const char *name, Descriptions &descriptions)
+{
+    for (ZEL_Template *known = myKnown; known && !known->isTerminator(); ++known) {
+        if (known->getTokenRef() == KIT_StringRef(name)) {
+            descriptions.push_back(known);
+            return;
+        }
+    }
+    if (myKeepUnknownNames && isValidToken(name)) {
+        std::unique_ptr<SpareFloat> &made = myFloats[name];
+        if (!made) {
+            made = std::make_unique<SpareFloat>(name);
+        }
+        descriptions.push_back(&made->description);
+    }
+}
+
+void ZELX_SpareParms::createForLoad(ZEL_ParmList &list, const KIT_StringArray &names,
+                                    ZEL_ParmNameMap &map)
+{
+    Descriptions descriptions = present();
+    const std::size_t before = descriptions.size();
+    for (const KIT_String &name : names) {
+        const auto renamed = myRenames.find(name.nonNullStr());
+        if (renamed != myRenames.end()) {
+            map.addMap(name.nonNullStr(), renamed->second.c_str());
+        } else if (list.getParmIndex(name.nonNullStr()) < 0) {
+            addForLoad(name.nonNullStr(), descriptions);
+        }
+    }
+    if (descriptions.size() != before) {
+        rebuild(list, descriptions);
+    }
+}

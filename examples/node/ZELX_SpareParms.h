@@ -1,0 +1,83 @@
+/// \file ZELX_SpareParms.h
+/// The spare parameters of one reference node: their descriptions, which the list borrows, and what
+/// a load makes of names that the node type doesn't have.
+///
+/// Vocabulary: *set* = all spare parameters of the node, in order; *known* = a description at hand
+///             for a name that a load may meet; *rename* = a name of older versions and the present
+///             one.
+/// Ownership:  owns the templates that spare parameters are made on, copies of what it is given; what
+///             those point to is borrowed and must outlive the node's list, and so must this.
+/// Threads:    the one that owns the list, between cooks.
+/// Errors:     operations that may find nothing to do answer false or null.
+/// Cost:       each change of the set rebuilds it: pointers to spare parameters don't outlive one.
+#pragma once
+
+#include <KIT/KIT_StringHolder.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+class KIT_StringArray;
+class ZEL_Name;
+class ZEL_Parm;
+class ZEL_ParmList;
+class ZEL_ParmNameMap;
+class ZEL_Template;
+
+class ZELX_SpareParms
+{
+public:
+    ZELX_SpareParms();
+    ~ZELX_SpareParms();
+    ZELX_SpareParms(const ZELX_SpareParms &) = delete;
+    ZELX_SpareParms &operator=(const ZELX_SpareParms &) = delete;
+
+    // ------------------------------------------------------------------ //
+    /// \name The set
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// The templates, up to a terminator, are the whole set from now on; null for none. What keeps
+    /// its token keeps its value.
+    void set(ZEL_ParmList &list, const ZEL_Template *templates);
+    /// One more; null if the list has the token, or if the description makes no parameter.
+    ZEL_Parm *add(ZEL_ParmList &list, const ZEL_Template &description);
+    /// False if no spare parameter of the set has the token.
+    bool remove(ZEL_ParmList &list, const KIT_StringRef &token);
+    /// Up to a terminator.
+    const ZEL_Template *getTemplates() const { return myTemplates.get(); }
+    /// Gives a list that is to replace the node's the same spare parameters, but for those whose
+    /// tokens it has; no defaults are applied. The templates that they had so far are the answer:
+    /// the old list needs them to its end.
+    std::unique_ptr<ZEL_Template[]> moveTo(ZEL_ParmList &list);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Names that a load doesn't know
+    // ------------------------------------------------------------------ //
+    ///@{
+    void addRename(const std::string &savedName, const std::string &name);
+    /// Borrowed, up to a terminator; null for none.
+    void setKnown(ZEL_Template *templates) { myKnown = templates; }
+    /// Whether a name that isn't known becomes a spare float, if it can be a parameter's at all.
+    void setKeepUnknownNames(bool keep) { myKeepUnknownNames = keep; }
+    /// Maps what is renamed and adds the rest, all at once.
+    void createForLoad(ZEL_ParmList &list, const KIT_StringArray &names, ZEL_ParmNameMap &map);
+    ///@}
+
+private:
+    using Descriptions = std::vector<const ZEL_Template *>;
+
+    Descriptions present() const;
+    void rebuild(ZEL_ParmList &list, const Descriptions &descriptions);
+    void addForLoad(const char *name, Descriptions &descriptions);
+
+    std::unique_ptr<ZEL_Template[]> myTemplates;
+    std::map<std::string, std::string> myRenames;
+    ZEL_Template *myKnown = nullptr;
+    bool myKeepUnknownNames = false;
+    /// The spare floats that loads made. Kept to the end, so that they may come back.
+    struct SpareFloat;
+    std::map<std::string, std::unique_ptr<SpareFloat>> myFloats;
+};

@@ -1,0 +1,84 @@
+/// \file ZELX_UndoStack.h
+/// Undo and redo for one node, on snapshots: a step remembers the node before and after an edit.
+///
+/// Vocabulary: *step* = what one undo takes back, however many changes an edit consists of; steps
+///             nest, and only the outermost counts.
+/// Units:      as many steps as the stack was made for; the oldest goes first.
+/// Ownership:  owns what its steps remember, borrows the node, which must outlive it.
+/// Threads:    the thread that owns the node.
+/// Errors:     false where there is nothing to do. What is left alone is told in ZELX_NodeState.h.
+/// Cost:       a step takes two states of the node, and keeps of them what differs.
+///
+///     ZELX_UndoStack undo(node);
+///     {
+///         const ZELX_UndoStack::Step step(undo, "move");
+///         node.getParms().setFloat(2.0, "t", 0, 0.0, true);
+///     }
+///     undo.undo();
+#pragma once
+
+#include "ZELX_NodeState.h"
+
+#include <cstddef>
+#include <deque>
+#include <string>
+#include <vector>
+
+class ZELX_Node;
+
+class ZELX_UndoStack
+{
+public:
+    static constexpr std::size_t theUsualMost = 200;
+
+    explicit ZELX_UndoStack(ZELX_Node &node, std::size_t most = theUsualMost)
+        : myNode(node), myMost(most)
+    {}
+    ZELX_UndoStack(const ZELX_UndoStack &) = delete;
+    ZELX_UndoStack &operator=(const ZELX_UndoStack &) = delete;
+
+    void begin(const std::string &label);
+    /// False if nothing has changed since: then there is no step, and what could be redone still
+    /// can. Also for an inner step, and without a begin.
+    bool end();
+
+    /// A step for the length of a scope.
+    class Step
+    {
+    public:
+        Step(ZELX_UndoStack &stack, const std::string &label) : myStack(stack)
+        {
+            myStack.begin(label);
+        }
+        ~Step() { myStack.end(); }
+        Step(const Step &) = delete;
+        Step &operator=(const Step &) = delete;
+
+    private:
+        ZELX_UndoStack &myStack;
+    };
+
+    /// False without a step to take back or to do again, and within a step.
+    bool undo();
+    bool redo();
+    std::size_t getUndoCount() const { return myDone.size(); }
+    std::size_t getRedoCount() const { return myUndone.size(); }
+    /// The label of the step that comes next; "" without one.
+    std::string getUndoLabel() const { return myDone.empty() ? "" : myDone.back().label; }
+    std::string getRedoLabel() const { return myUndone.empty() ? "" : myUndone.back().label; }
+
+private:
+    struct Entry
+    {
+        std::string label;
+        ZELX_NodeState before;
+        ZELX_NodeState after;
+    };
+
+    ZELX_Node &myNode;
+    std::size_t myMost;
+    std::deque<Entry> myDone;    ///< what undo takes back, the next one last
+    std::vector<Entry> myUndone; ///< what redo does again, the next one last
+    Entry myOpen;
+    int myDepth = 0;
+};

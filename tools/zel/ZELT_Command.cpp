@@ -1,0 +1,294 @@
+#include "ZELT_Command.h"
+
+#include "ZELT_Format.h"
+#include "ZELT_Json.h"
+#include "ZELT_Messages.h"
+
+#include <BAS/BAS_Thread.h>
+#include <DS/DS_Command.h>
+#include <DS/DS_CommandList.h>
+#include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_WorkArgs.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <iostream>
+
+namespace
+{
+
+constexpr double theTime = 0.0;
+
+/// A line of a form: a folder, or a parameter with its companion.
+struct Row
+{
+    int depth = 0;
+    bool folderFlag = false;
+    std::string token;
+    std::string label;
+    std::string state; ///< what the companion says; empty without one
+    std::vector<std::string> values;
+    bool textFlag = false; ///< values are texts
+};
+
+std::string valueOf(const ZEL_Parm &parm, int component)
+{
+    const ZEL_Type &type = parm.getTemplatePtr()->getType();
+    if (type.isFloatType()) {
+        double value = 0.0;
+        parm.getValue(theTime, value, component, BASgetSTID());
+        return ZELTnumber(value);
+    }
+    constexpr bool expand = false;
+    KIT_String text;
+    parm.getValue(theTime, text, component, expand, BASgetSTID());
+    return text.toStdString();
+}
+
+int numberOf(const ZEL_Parm &parm)
+{
+    int value = 0;
+    parm.getValue(theTime, value, 0, BASgetSTID());
+    return value;
+}
+
+/// Reads a command's parameters in the order of its form.
+class Form
+{
+public:
+    explicit Form(const DS_Command &command) : myList(command.getParmList())
+    {
+        const int count = myList ? ZEL_Template::countTemplates(command.getTemplateList()) : 0;
+        while (myNext < count) {
+            addMember(0);
+        }
+    }
+
+    std::vector<Row> getRows() const { return myRows; }
+
+private:
+    /// How many of its folder's members it is: a companion is one of its own.
+    int addMember(int depth)
+    {
+        const ZEL_Parm &parm = *myList->getParmPtr(myNext++);
+        const ZEL_Template &about = *parm.getTemplatePtr();
+        const bool companionFlag = KIT_String(about.getToken()).startsWith("tog.");
+        if (about.isSwitcher() && companionFlag) {
+            addVector(parm, depth);
+        } else if (about.isSwitcher()) {
+            addFolders(parm, depth);
+        } else if (companionFlag) {
+            const ZEL_Parm &value = *myList->getParmPtr(myNext++);
+            addParm(value, about.getLabel(), numberOf(parm) ? "on" : "off", depth);
+            return 2;
+        } else {
+            addParm(parm, about.getLabel(), "", depth);
+        }
+        return 1;
+    }
+
+    void addFolders(const ZEL_Parm &parm, int depth)
+    {
+        const ZEL_Default *const folders = parm.getTemplatePtr()->getFactoryDefaults();
+        for (int i = 0; i < parm.getVectorSize(); ++i) {
+            Row row;
+            row.depth = depth;
+            row.folderFlag = true;
+            row.label = folders[i].getString();
+            myRows.push_back(row);
+            for (int member = 0; member < folders[i].getOrdinal();) {
+                member += addMember(depth + 1);
+            }
+        }
+    }
+
+    void addVector(const ZEL_Parm &companion, int depth)
+    {
+        constexpr int expressions = 2;
+        static constexpr const char *theStates[] = {"off", "sliders", "expressions"};
+        const int folder = std::min(std::max(numberOf(companion), 0), expressions);
+        myNext++; // the first folder's only member has no meaning
+        const ZEL_Parm &sliders = *myList->getParmPtr(myNext++);
+        const int first = myNext;
+        myNext += sliders.getVectorSize();
+        addParm(sliders, companion.getTemplatePtr()->getLabel(), theStates[folder], depth);
+        Row &row = myRows.back();
+        row.textFlag = folder == expressions;
+        for (int i = first; row.textFlag && i < myNext; ++i) {
+            row.values[std::size_t(i - first)] = valueOf(*myList->getParmPtr(i), 0);
+        }
+    }
+
+    void addParm(const ZEL_Parm &parm, const char *label, const char *state, int depth)
+    {
+        Row row;
+        row.depth = depth;
+        row.token = parm.getToken();
+        row.label = label;
+        row.state = state;
+        row.textFlag = parm.getTemplatePtr()->getType().isStringType();
+        for (int i = 0; i < parm.getVectorSize(); ++i) {
+            row.values.push_back(valueOf(parm, i));
+        }
+        myRows.push_back(row);
+    }
+
+    ZEL_ParmList *myList;
+    int myNext = 0;
+    std::vector<Row> myRows;
+};
+
+std::string joinedValues(const Row &row)
+{
+    std::string all;
+    for (const std::string &value : row.values) {
+        all += (all.empty() ? "" : " ") + (row.textFlag ? ZELTquote(value) : value);
+    }
+    return all;
+}
+
+std::string lineOf(DS_Command &command)
+{
+    KIT_String line;
+    command.getCommand(line);
+    return line.toStdString();
+}
+
+ZELT_Json describe(DS_Command &command)
+{
+    ZELT_Json json;
+    json["name"] = command.getCommandName().toStdString();
+    json["label"] = command.getLabel().toStdString();
+    json["icon"] = command.getIcon().toStdString();
+    json["help"] = command.getHelp();
+    json["rman"] = command.getRManSyntax() != 0;
+    json["line"] = lineOf(command);
+    return json;
+}
+
+ZELT_Json describeSettings(DS_Command &command)
+{
+    ZELT_Json json = describe(command);
+    json["parameters"] = ZELT_Json::array();
+    for (const Row &row : Form(command).getRows()) {
+        if (!row.folderFlag) {
+            ZELT_Json one;
+            one["token"] = row.token;
+            one["label"] = row.label;
+            one["state"] = row.state.empty() ? ZELT_Json() : ZELT_Json(row.state);
+            one["values"] = row.values;
+            json["parameters"].push_back(one);
+        }
+    }
+    return json;
+}
+
+void printForm(DS_Command &command)
+{
+    std::cout << command.getLabel().view() << '\n';
+    if (*command.getHelp()) {
+        std::cout << '\n' << command.getHelp();
+    }
+    std::cout << '\n';
+    std::vector<std::vector<std::string>> rows;
+    for (const Row &row : Form(command).getRows()) {
+        const std::string indent(std::size_t(2 * row.depth), ' ');
+        const char *const box = row.folderFlag       ? ""
+                                : row.state.empty()  ? "    "
+                                : row.state == "off" ? "[ ] "
+                                                     : "[x] ";
+        rows.push_back({indent + box + row.label, joinedValues(row)});
+    }
+    std::cout << ZELTtable(rows) << '\n' << lineOf(command) << '\n';
+}
+
+void printSettings(DS_Command &command)
+{
+    std::vector<std::vector<std::string>> rows = {{"parameter", "state", "value"}};
+    for (const Row &row : Form(command).getRows()) {
+        if (!row.folderFlag) {
+            rows.push_back({row.token, row.state, joinedValues(row)});
+        }
+    }
+    std::cout << ZELTtable(rows) << '\n' << lineOf(command) << '\n';
+}
+
+void printList(const DS_CommandList &commands, bool json)
+{
+    ZELT_Json all = ZELT_Json::array();
+    std::vector<std::vector<std::string>> rows = {{"command", "label", "default"}};
+    for (int i = 0; i < commands.getEntries(); ++i) {
+        DS_Command &command = *commands.getCommand(i);
+        command.setDefaultCommand();
+        all.push_back(describe(command));
+        rows.push_back({command.getCommandName().toStdString(), command.getLabel().toStdString(),
+                        lineOf(command)});
+    }
+    if (json) {
+        ZELTprintJson(all);
+    } else {
+        std::cout << ZELTtable(rows);
+    }
+}
+
+bool isReadable(const std::string &file, ZELT_Messages &messages)
+{
+    errno = 0;
+    if (KIT_IFStream(file.c_str()).isReadable()) {
+        return true;
+    }
+    messages.error(file, "can't be read: " + ZELTsystemError());
+    return false;
+}
+
+/// Whether it stands in for the commands that the file hasn't got.
+bool isStandIn(const DS_CommandList &commands)
+{
+    return commands.getEntries() == 1 && !commands.getCommand(0)->getParmList() &&
+           commands.getCommand(0)->getCommandName() == "null";
+}
+
+void showOne(DS_Command &command, const std::string &line, bool formFlag, bool json)
+{
+    if (formFlag) {
+        command.setDefaultCommand();
+    } else {
+        command.setCommand(line.c_str());
+    }
+    command.disableParms();
+    if (json) {
+        ZELTprintJson(describeSettings(command));
+    } else if (formFlag) {
+        printForm(command);
+    } else {
+        printSettings(command);
+    }
+}
+
+} // namespace
+
+int ZELTcommand(const ZELT_CommandCall &call, const ZELT_Options &options, ZELT_Messages &messages)
+{
+    if (!isReadable(call.file, messages)) {
+        return 1;
+    }
+    const DS_CommandList commands(call.file.c_str());
+    messages.takeErrors(call.file);
+    if (isStandIn(commands)) {
+        messages.error(call.file, "has no commands");
+        return 1;
+    }
+    KIT_WorkArgs words;
+    const int count = KIT_String(call.line.c_str()).cshParse(words);
+    if (count == 0) {
+        printList(commands, options.json);
+    } else if (DS_Command *const command = commands.getCommand(words[0])) {
+        showOne(*command, call.line, count == 1, options.json);
+    } else {
+        messages.error(call.file, "there is no command " + std::string(words[0]));
+    }
+    messages.takeErrors(call.file);
+    return messages.hasErrors() ? 1 : 0;
+}
