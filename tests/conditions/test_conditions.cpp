@@ -4,6 +4,7 @@
 
 #include <common/ListFixture.h>
 #include <common/TestOwner.h>
+#include <data/DataParm.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_StringArray.h>
@@ -291,6 +292,30 @@ TEST(Conditions, ReadStringsExpanded)
         EXPECT_TRUE(ZEL_Conditional(test.text, ZEL_CONDTYPE_HIDE)
                         .eval(*fixture.parm, *fixture.list, nullptr))
             << test.value;
+    }
+}
+
+TEST(Conditions, TellWhetherADataParameterHoldsAnything)
+{
+    // Only a dictionary has a text of its own.
+    const struct
+    {
+        const char *item;
+        const char *text;
+    } theCases[] = {
+        {"", "{ p == \"\" p != __not_empty__ }"},
+        {"test_note:x", "{ p == __not_empty__ p != \"\" }"},
+        {"key_value_dict:{\"a\":1}", "{ p == \"{\\\"a\\\":1}\" p != __not_empty__ p != \"\" }"},
+    };
+    for (const auto &test : theCases) {
+        OneData fixture;
+        DataItem item;
+        ZEL_DataFactory::parseTyped(test.item, item);
+        fixture.data().setData(item, 0.0, 0);
+        KIT_StringHolder message;
+        ZEL_Conditional conditional(ZEL_CONDTYPE_HIDE);
+        EXPECT_TRUE(conditional.setListFromString(test.text, message)) << message;
+        EXPECT_TRUE(conditional.eval(*fixture.parm, *fixture.list, nullptr)) << test.text;
     }
 }
 

@@ -1,8 +1,9 @@
 # Runs a program and compares its standard output with a golden file, byte for byte.
 #
 #   cmake -DPROGRAM=... -DARGS="a;b" -DFOLDER=... -DGOLDEN=... [-DINPUT=FILE] [-DEXIT=1] [-DUPDATE=ON]
-#         -P check_golden.cmake
+#         [-DMASK="line prefix"] -P check_golden.cmake
 #
+# MASK is for a line that differs from run to run: what stands behind the prefix is dropped on both sides.
 # UPDATE rewrites the golden file instead: configure with -DZEL_UPDATE_GOLDEN=ON, run the tests with
 # the label golden, look at the difference, and configure with OFF again. What differs is left beside
 # the program as NAME.actual.
@@ -16,6 +17,10 @@ execute_process(COMMAND "${PROGRAM}" ${ARGS} WORKING_DIRECTORY "${FOLDER}" INPUT
     OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
 if(NOT result EQUAL EXIT)
     message(FATAL_ERROR "${PROGRAM} ended with ${result}:\n${errors}")
+endif()
+
+if(MASK)
+    string(REGEX REPLACE "(\n${MASK})[^\n]*" "\\1" output "${output}")
 endif()
 
 if(UPDATE)

@@ -10,11 +10,13 @@ function(run)
     endif()
 endfunction()
 
-# check_output(PROGRAM): the program must print what consumer/expected.txt holds, and nothing else.
-function(check_output program)
-    execute_process(COMMAND "${CMAKE_COMMAND}" -E env "LD_LIBRARY_PATH=${TREE}/${LIBDIR}" "${program}"
+# check_output(PROGRAM FILE): the program must print what consumer/FILE holds, and nothing else. It runs
+# where there are no data files.
+function(check_output program file)
+    execute_process(COMMAND "${CMAKE_COMMAND}" -E env "LD_LIBRARY_PATH=${TREE}/${LIBDIR}"
+            "ZEL_PATH=${WORK}/nowhere" "${program}"
         RESULT_VARIABLE code OUTPUT_VARIABLE out ERROR_VARIABLE err)
-    file(READ "${consumer}/expected.txt" expected)
+    file(READ "${consumer}/${file}" expected)
     if(NOT code EQUAL 0 OR NOT out STREQUAL expected OR NOT err STREQUAL "")
         message(FATAL_ERROR "ended with ${code}\nexpected:\n${expected}\ngot:\n${out}${err}")
     endif()
@@ -36,7 +38,8 @@ elseif(MODE STREQUAL "cmake_package")
     run("${CMAKE_COMMAND}" -S "${consumer}" -B "${WORK}" -G "${GENERATOR}"
         "-DCMAKE_PREFIX_PATH=${TREE}" "-DCMAKE_CXX_COMPILER=${CXX}")
     run("${CMAKE_COMMAND}" --build "${WORK}")
-    check_output("${WORK}/xform")
+    check_output("${WORK}/xform" expected.txt)
+    check_output("${WORK}/tables" expected_tables.txt)
 elseif(MODE STREQUAL "pkg_config")
     find_program(pkg_config pkg-config REQUIRED)
     execute_process(
@@ -48,7 +51,7 @@ elseif(MODE STREQUAL "pkg_config")
     endif()
     separate_arguments(flags UNIX_COMMAND "${flags}")
     run("${CXX}" -std=c++17 "${consumer}/xform.cpp" -o "${WORK}/xform" ${flags})
-    check_output("${WORK}/xform")
+    check_output("${WORK}/xform" expected.txt)
 elseif(MODE STREQUAL "front_page")
     # As lists would eat semicolons, the texts are compared as they are read.
     file(READ "${ROOT}/README.md" page)

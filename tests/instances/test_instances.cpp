@@ -4,6 +4,7 @@
 #include <instances/InstanceRig.h>
 
 #include <KIT/KIT_Color.h>
+#include <ZEL/ZEL_ConstMicroNode.h>
 #include <ZEL/ZEL_ParmMicroNode.h>
 #include <ZEL/ZEL_Value.h>
 

@@ -11,6 +11,7 @@
 #include <KIT/KIT_Packet.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_Write.h>
+#include <ZEL/ZEL_DataFactory.h>
 #include <ZEL/ZEL_ParmNameMap.h>
 #include <common/TestOwner.h>
 
@@ -76,6 +77,10 @@ struct StreamList
             set(token, value += 0.25);
         }
         set("n", 7);
+        const std::string json = "{\"a\":[1,\"two\"]}";
+        KIT_IStream is(json.data(), json.size(), KIT_IStream::TEXT);
+        instance("dict").setValue(0.0, ZEL_DataFactory::parseAscii("key_value_dict", is), false, 0,
+                                  ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
     }
     double evaluate(const char *token, int index = 0) { return list.evalFloat(token, index, 0.0); }
 

@@ -10,14 +10,13 @@
 #include <STO/STO_Writer.h>
 #include <common/ListFixture.h>
 #include <presets/PresetFolders.h>
+#include <presets/WriteSteps.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
 #include <sstream>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -49,38 +48,6 @@ bool writeAll(const std::string &path, const std::string &bytes)
     }
     *writer.getStream() << bytes;
     return writer.close();
-}
-
-/// Counts the steps of writers, and does something at one of them.
-struct Steps
-{
-    /// Without `action` nothing happens.
-    explicit Steps(
-        int step = -1, std::function<bool()> action = [] { return true; })
-        : at(step), what(std::move(action))
-    {
-        STO_Writer::setStepHook(passStep, this);
-    }
-    ~Steps() { STO_Writer::setStepHook(nullptr, nullptr); }
-
-    static bool passStep(void *data, const char *name)
-    {
-        Steps &steps = *static_cast<Steps *>(data);
-        steps.names += std::string(steps.count ? " " : "") + name;
-        return steps.count++ != steps.at || steps.what();
-    }
-
-    int at;
-    std::function<bool()> what;
-    int count = 0;
-    std::string names;
-};
-
-int waitFor(pid_t child)
-{
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return status;
 }
 
 class IndexFiles : public PresetFolders

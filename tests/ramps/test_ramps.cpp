@@ -446,6 +446,33 @@ TEST(RampDefaults, ThereAndBack)
     EXPECT_EQ(filled, p.text().substr(0, filled.size()));
 }
 
+TEST(RampDefaults, WhatDrivesAnInterpolationGivesWay)
+{
+    struct Case
+    {
+        const char *text;
+        bool locked;
+        const char *left; ///< the value and what drives it
+    };
+    const Case cases[] = {
+        {"2interp ( bezier )", false, "4 -"},    {"2interp 5", false, "5 -"},
+        {"2interp ( bezier )", true, "2 1 + 1"}, {"1interp ( bezier )", false, "2 1 + 1"},
+        {"wibble ( bezier )", false, "2 1 + 1"},
+    };
+    for (const Case &c : cases) {
+        RampList p(ZEL_MULTITYPE_RAMP_FLT, 2.0);
+        p.animate("r2interp", "1 + 1");
+        p.parm("r2interp").setLockedFlag(-1, c.locked);
+        p.take(c.text);
+        // A channel that stayed behind would come back here.
+        p.parm("r2interp").reloadChannelPtrs();
+        EXPECT_EQ(c.left, number(p.eval("r2interp")) + " " + p.expression("r2interp")) << c.text;
+        EXPECT_EQ(std::string(c.left).find('-') == std::string::npos,
+                  p.channels.getChannel("r2interp") != nullptr)
+            << c.text;
+    }
+}
+
 TEST(RampDefaults, WordsThatFit)
 {
     // Two keys of a float ramp, at first 0, 0, constant and 1, 1, constant.

@@ -48,8 +48,8 @@ void operator delete(void *memory, std::size_t) noexcept
     std::free(memory);
 }
 
-// The pool's entry point, called by the library through the dynamic linker.
-extern "C" void *scalable_malloc(std::size_t size)
+// The pool's entry point, called by the library through the dynamic linker, which must see this one.
+extern "C" __attribute__((visibility("default"))) void *scalable_malloc(std::size_t size)
 {
     using Function = void *(*)(std::size_t);
     static const auto theReal = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "scalable_malloc"));
@@ -100,6 +100,26 @@ TEST(Allocations, NoneOnAnyRead)
         readEverything(frame / 24.0);
     }
     EXPECT_EQ(theAllocations, before);
+}
+
+TEST(Allocations, OneForEachArrayOfGraphNodes)
+{
+    if (!ZEL_COUNTS_ALLOCATIONS) {
+        GTEST_SKIP() << "allocations aren't counted under a sanitizer";
+    }
+    OneParm p(ZEL_XYZ, 3, "t");
+    p.build();
+    const long before = theAllocations;
+    EXPECT_FALSE(p.parm->hasMicroNodes());
+    EXPECT_EQ(theAllocations, before);
+    for (int i = 0; i < 3; ++i) {
+        p.list->parmMicroNode(0, i);
+        EXPECT_EQ(theAllocations, before + 1);
+    }
+    for (int i = 0; i < 3; ++i) {
+        p.list->constParmMicroNode(0, i);
+        EXPECT_EQ(theAllocations, before + 2);
+    }
 }
 
 TEST(Allocations, StaticNamesCopyNothing)

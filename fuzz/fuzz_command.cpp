@@ -1,0 +1,109 @@
+// Fuzzes dialog commands: the text up to a NUL byte is a command, the rest a line for it. What the line
+// gives is written, read and written again, which must be the same line, in both syntaxes.
+
+#include <DS/DS_Command.h>
+#include <DS/DS_Stream.h>
+#include <KIT/KIT_EnvControl.h>
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_WorkArgs.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <set>
+#include <string>
+
+namespace
+{
+
+void require(bool condition)
+{
+    if (!condition) {
+        std::abort();
+    }
+}
+
+void checkWords(const KIT_String &line)
+{
+    KIT_WorkArgs words;
+    KIT_WorkArgs written;
+    const int count = line.cshParse(words);
+    require(line.cshParse(written, true) == count);
+    for (int i = 0; i < count; ++i) {
+        KIT_WorkArgs one;
+        require(KIT_String(written[i]).cshParse(one) == 1 && !std::strcmp(one[0], words[i]));
+    }
+}
+
+/// Parameters that share a name, or a companion's, share settings, and of equal options only the last
+/// one is read: such a command's lines needn't come back.
+bool isDistinct(KIT_IStream &text, const DS_Command &command)
+{
+    std::set<std::string> options;
+    DS_Stream stream(text, "fuzz", true);
+    KIT_String token;
+    while (stream.getToken(token)) {
+        if (token == "option" && stream.getToken(token) &&
+            !options.insert(token.toStdString()).second) {
+            return false;
+        }
+    }
+    std::set<std::string> tokens;
+    const ZEL_ParmList *const list = command.getParmList();
+    for (int i = 0; list && i < list->getEntries(); ++i) {
+        const std::string name = list->getParmPtr(i)->getToken();
+        if (options.count(name) || !tokens.insert(name).second) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void checkLines(DS_Command &command, const char *line, bool distinctFlag)
+{
+    KIT_String first;
+    KIT_String second;
+    command.setCommand(line);
+    command.disableParms();
+    command.getCommand(first);
+    checkWords(first);
+    command.setCommand(first);
+    command.getCommand(second);
+    require(!distinctFlag || second == first);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 2);
+    KIT_EnvControl::setInt(KIT_ENV_MAX_SCRIPT_NESTING, 8);
+    KIT_ErrorManager::Scope scope(1);
+    const uint8_t *const end = data + size;
+    const uint8_t *const middle = std::find(data, end, 0);
+    const std::string line(middle == end ? end : middle + 1, end);
+    KIT_IStream memory(reinterpret_cast<const char *>(data), static_cast<size_t>(middle - data),
+                       KIT_IStream::TEXT);
+    DS_Stream stream(memory, "fuzz", true);
+    DS_Command command("fuzz");
+    if (!command.parse(stream)) {
+        require(!command.isValid());
+        return 0;
+    }
+    checkWords(KIT_String(line.c_str()));
+    KIT_IStream again(reinterpret_cast<const char *>(data), static_cast<size_t>(middle - data),
+                      KIT_IStream::TEXT);
+    const bool distinctFlag = isDistinct(again, command);
+    command.setDefaultCommand();
+    for (const int rman : {0, 1}) {
+        command.setRManSyntax(rman);
+        checkLines(command, line.c_str(), distinctFlag);
+    }
+    command.enforceOptions();
+    checkLines(command, line.c_str(), distinctFlag);
+    return 0;
+}

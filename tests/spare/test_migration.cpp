@@ -1,0 +1,356 @@
+// A list made anew from an older one: copies, other templates, and random pairs of either.
+
+#include "SpareRig.h"
+
+#include <ZEL/ZEL_TypeConstants.h>
+#include <node/ZELX_Node.h>
+
+#include <map>
+#include <random>
+
+namespace
+{
+
+TEST(Migration, ACopyTakesThePlaceOfItsSource)
+{
+    Block inner, set;
+    inner.add(ZEL_FLT, 1, "in#");
+    set.add(ZEL_FLT, 1, "a");
+    set.addMulti(ZEL_MULTITYPE_LIST, "m", inner.templates(), 1);
+    SpareRig rig;
+    rig.update(set);
+    rig.setCount(2, "points");
+    rig.setCount(2, "m");
+    rig.set("fix", 3);
+    rig.animate("pt2", "$T+1");
+    rig.animate("in2", "ch(\"fix\")");
+    rig.list->setChannelAlias(&rig.parm("pt2"), 0, "height");
+    rig.parm("fix").setLockedFlag(0, true);
+    rig.parm("a").setEnableState(0, 0);
+    rig.list->setPermissions(0755);
+    rig.looking.takeCalls();
+    const std::string text = rig.text();
+    TestOwner owner;
+
+    ZEL_ParmList copy(*rig.list, rig.top.templates(), &owner, nullptr, "", false);
+    EXPECT_EQ(rig.list->getChannelGroupPtr(), nullptr);
+    rig.looking.list = nullptr;
+    rig.list.reset();
+    // What goes with the source tells its own owner.
+    EXPECT_EQ(owner.takeCalls().find("multiItemCreated"), std::string::npos);
+
+    std::set<std::string> expected, present;
+    std::istringstream before(text), after(contents(copy));
+    for (std::string word; before >> word;) {
+        expected.insert(word);
+    }
+    for (std::string word; after >> word;) {
+        present.insert(word);
+    }
+    EXPECT_EQ(present, expected);
+    EXPECT_EQ(copy.evalFloat("pt2", 0, 2.0), 3.0);
+    EXPECT_EQ(copy.evalFloat("in2", 0, 0.0), 3.0);
+    EXPECT_EQ(copy.getParmPtrFromChannel("height", nullptr), copy.getParmPtr("pt2"));
+    EXPECT_TRUE(copy.getParmPtr("fix")->getLockedFlag(0));
+    EXPECT_TRUE(copy.getParmPtr("in1")->isSpareParm());
+    EXPECT_FALSE(copy.getParmPtr("a")->getEnableState(0));
+    EXPECT_TRUE(copy.getParmPtr("pt1")->getEnableState(0));
+    EXPECT_EQ(copy.getPermissions(), 0755u);
+    expectSound(copy, rig.channels);
+    // It lives on like any other list.
+    Block none;
+    copy.updateSpareParmTemplates(none.templates(), false);
+    copy.insertMultiParmItem(copy.getParmIndex("points"), 0);
+    EXPECT_EQ(contents(copy), "fix=3 points=3 pt1=0 pt2=0 pt3=1");
+}
+
+TEST(Migration, ACopyStartsFromChangedDefaultsUnlessForced)
+{
+    ZEL_Default defaults[] = {ZEL_Default(2.0)};
+    Block top;
+    top.add(ZEL_FLT, 1, "a", "A", defaults);
+    top.add(ZEL_FLT, 1, "b", "B", defaults);
+    for (const bool forceCopy : {false, true}) {
+        defaults[0].setFloat(2.0);
+        TRK_Collection channels;
+        ZEL_ParmList source(top.templates(), &channels, nullptr, nullptr, "", false);
+        source.setFloat(5.0, "b", 0, 0.0, false);
+        ZEL_ParmList copy(source, top.templates(), nullptr, nullptr, "", forceCopy);
+        EXPECT_EQ(contents(copy), "a=2 b=5");
+    }
+}
+
+TEST(Migration, OnlyTheTakeFlagCarriesOver)
+{
+    SpareRig older, fresh;
+    older.set("fix", 3);
+    older.parm("fix").setLockedFlag(0, true);
+    older.parm("fix").setActiveTakeFlag(true);
+    fresh.parm("points").setActiveTakeFlag(true);
+    fresh.list->updateFromOldTemplate(older.list.get());
+    EXPECT_TRUE(fresh.parm("fix").getActiveTakeFlag());
+    EXPECT_TRUE(fresh.parm("points").getActiveTakeFlag());
+    EXPECT_FALSE(fresh.parm("pt1").getActiveTakeFlag());
+    EXPECT_EQ(fresh.text(), "fix=0 points=1 pt1=0");
+    EXPECT_FALSE(fresh.parm("fix").getLockedFlag(0));
+}
+
+TEST(Migration, MasksThatAreSetAnewCount)
+{
+    Block top;
+    ZEL_Template *description = top.add(ZEL_XYZ, 3, "t");
+    EXPECT_EQ(description->getAutoScopeField(), 0u);
+    description->setAutoScopeField(5);
+    description->setAutoSelectField(2);
+    const ZEL_Parm parm(description, nullptr);
+    EXPECT_EQ(parm.getAutoScopedField(), 5u);
+    EXPECT_EQ(parm.getAutoSelectField(), 2u);
+}
+
+// ---------------------------------------------------------------------- //
+// Random pairs
+// ---------------------------------------------------------------------- //
+
+enum Kind
+{
+    FLOAT,
+    VECTOR,
+    INTEGER,
+    TOGGLE,
+    TEXT,
+    BLOCK,
+    NESTED,
+    RAMP,
+    SWITCHER,
+    KINDS
+};
+
+/// Random templates, with a note of what each token is.
+class RandomSet
+{
+public:
+    RandomSet(std::mt19937 &random, int most, bool withTwins = false)
+    {
+        for (const char *token : {"a", "b", "c", "d", "e", "f"}) {
+            if (int(kinds.size()) < most && random() % 2 == 0) {
+                add(token, Kind(random() % KINDS), int(random() % 3));
+            }
+        }
+        if (withTwins && random() % 4 == 0) {
+            // A stranger's set may say a token twice.
+            myTop.add(ZEL_FLT, 1, "twin");
+            myTop.add(ZEL_XYZ, 3, "twin");
+        }
+    }
+    ZEL_Template *templates() { return myTop.templates(); }
+
+    std::map<std::string, Kind> kinds;
+
+private:
+    void add(const char *token, Kind kind, int count)
+    {
+        myDefaults.emplace_back(double(count));
+        const std::string child = std::string(token) + "_in#";
+        switch (kind) {
+        case FLOAT: myTop.add(ZEL_FLT, 1, token, token, &myDefaults.back()); break;
+        case VECTOR: myTop.add(ZEL_XYZ, 3, token); break;
+        case INTEGER: myTop.add(ZEL_INT, 1, token); break;
+        case TOGGLE: myTop.add(ZEL_TOGGLE, 1, token); break;
+        case TEXT: myTop.add(ZEL_STRING, 1, token); break;
+        case RAMP: myTop.addMulti(ZEL_MULTITYPE_RAMP_FLT, token, nullptr, 2); break;
+        case SWITCHER: myTop.add(ZEL_SWITCHER_EXCLUSIVE, 1, token); break;
+        default: {
+            myBlocks.emplace_back();
+            Block &block = myBlocks.back();
+            block.add(ZEL_FLT, 1, keep(child));
+            if (kind == NESTED) {
+                myBlocks.emplace_back();
+                Block &inner = myBlocks.back();
+                inner.add(ZEL_STRING, 1, keep(std::string(token) + "_deep#_#"));
+                block.addMulti(ZEL_MULTITYPE_LIST, keep(std::string(token) + "_more#"),
+                               inner.templates(), 1);
+            }
+            myTop.addMulti(ZEL_MULTITYPE_LIST, token, block.templates(), count);
+        }
+        }
+        kinds[token] = kind;
+    }
+    const char *keep(const std::string &text)
+    {
+        myTexts.push_back(text);
+        return myTexts.back().c_str();
+    }
+
+    std::deque<std::string> myTexts;
+    std::deque<ZEL_Default> myDefaults;
+    std::deque<Block> myBlocks;
+    Block myTop;
+};
+
+/// Values, expressions, counts and locks that no default has.
+void scramble(ZEL_ParmList &list, std::mt19937 &random)
+{
+    for (int i = 0; i < list.getEntries(); ++i) {
+        ZEL_Parm &parm = *list.getParmPtr(i);
+        const int number = 3 + int(random() % 4);
+        if (parm.isMultiParm()) {
+            parm.setValue(0.0, number, false, 0, ZEL_ADDKEY_PENDING, true);
+            continue;
+        }
+        for (int k = 0; k < parm.getVectorSize(); ++k) {
+            if (parm.getType().isStringType()) {
+                parm.setValue(0.0, std::to_string(number).c_str(), TRK_MEANING_LITERAL, false, k,
+                              ZEL_ADDKEY_PENDING, true);
+            } else if (parm.getType().isFloatType() && random() % 3 == 0) {
+                parm.setExpression(0.0, ("$T+" + std::to_string(number)).c_str(),
+                                   TRK_LANGUAGE_NATIVE, k, true, true, true);
+            } else {
+                parm.setValue(0.0, number, false, k, ZEL_ADDKEY_PENDING, true);
+            }
+        }
+        parm.setLockedFlag(0, random() % 4 == 0);
+    }
+}
+
+/// All that a parameter is to its user, by name: what each component gives at two times, and locks.
+std::map<std::string, std::string> states(const ZEL_ParmList &list)
+{
+    std::map<std::string, std::string> all;
+    for (int i = 0; i < list.getEntries(); ++i) {
+        const ZEL_Parm &parm = *list.getParmPtr(i);
+        std::string &state = all[parm.getToken()];
+        state = std::to_string(parm.getLockedField()) + ":";
+        for (int k = 0; k < parm.getVectorSize(); ++k) {
+            for (const double time : {0.0, 2.0}) {
+                KIT_String text;
+                parm.getValue(time, text, k, true, BASgetSTID());
+                state += std::string(" ") + text.nonNullStr();
+            }
+        }
+    }
+    return all;
+}
+
+/// Whether a name belongs to one of these tokens: "a_in2" to "a", "e1pos" to "e".
+bool belongs(const std::string &name, const std::string &token)
+{
+    return name.compare(0, token.size(), token) == 0;
+}
+
+/// What keeps name and kind keeps its state, items included, and nothing of it is left out.
+void expectCarried(const std::map<std::string, std::string> &before,
+                   const std::map<std::string, std::string> &after,
+                   const std::map<std::string, Kind> &was, const std::map<std::string, Kind> &is)
+{
+    for (const auto &[token, kind] : was) {
+        const auto now = is.find(token);
+        if (now == is.end() || now->second != kind) {
+            continue;
+        }
+        for (const auto &[name, state] : before) {
+            if (belongs(name, token)) {
+                const auto found = after.find(name);
+                ASSERT_NE(found, after.end()) << name;
+                EXPECT_EQ(found->second, state) << name;
+            }
+        }
+        for (const auto &[name, state] : after) {
+            EXPECT_TRUE(!belongs(name, token) || before.count(name)) << name << " came up";
+        }
+    }
+}
+
+TEST(Migration, RandomSetsOfSpareParameters)
+{
+    for (unsigned seed = 1; seed <= 150; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::mt19937 random(seed);
+        std::vector<std::unique_ptr<RandomSet>> sets;
+        SpareRig rig;
+        std::map<std::string, Kind> was;
+        std::map<std::string, std::string> before;
+        for (int round = 0; round < 4; ++round) {
+            sets.push_back(std::make_unique<RandomSet>(random, 6, true));
+            rig.list->updateSpareParmTemplates(sets.back()->templates(), random() % 2 == 0);
+            expectSound(*rig.list, rig.channels);
+            expectCarried(before, states(*rig.list), was, sets.back()->kinds);
+            scramble(*rig.list, random);
+            was = sets.back()->kinds;
+            before = states(*rig.list);
+            if (::testing::Test::HasFailure()) {
+                return;
+            }
+        }
+        rig.list->updateSpareParmTemplates(nullptr, false);
+        EXPECT_EQ(rig.list->hasSpareOrMultiInstanceParms(), true);
+        for (int i = 0; i < rig.list->getEntries(); ++i) {
+            EXPECT_FALSE(rig.list->getParmPtr(i)->isSpareParm());
+        }
+        EXPECT_EQ(takeMessages(), "");
+    }
+}
+
+TEST(Migration, RandomInterfacesOfANode)
+{
+    for (unsigned seed = 1; seed <= 150; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::mt19937 random(seed);
+        std::vector<std::unique_ptr<RandomSet>> sets;
+        sets.push_back(std::make_unique<RandomSet>(random, 4));
+        sets.push_back(std::make_unique<RandomSet>(random, 4));
+        ZELX_Node root;
+        ZELX_Node &node = *root.addChild("node", sets[0]->templates());
+        node.setSpareParms(sets[1]->templates());
+        std::map<std::string, Kind> spare = sets[1]->kinds;
+        std::map<std::string, Kind> was = sets[0]->kinds;
+        was.insert(spare.begin(), spare.end());
+        for (int round = 0; round < 3; ++round) {
+            scramble(node.getParms(), random);
+            const auto before = states(node.getParms());
+            sets.push_back(std::make_unique<RandomSet>(random, 4));
+            node.renewParms(sets.back()->templates());
+            // What is fixed now is spare no longer.
+            std::map<std::string, Kind> is = sets.back()->kinds;
+            is.insert(spare.begin(), spare.end());
+            expectSound(node.getParms(), node.getChannels());
+            expectCarried(before, states(node.getParms()), was, is);
+            for (const auto &fixed : sets.back()->kinds) {
+                spare.erase(fixed.first);
+                EXPECT_FALSE(node.getParms().getParmPtr(fixed.first.c_str())->isSpareParm());
+            }
+            for (const auto &one : spare) {
+                EXPECT_TRUE(node.getParms().getParmPtr(one.first.c_str())->isSpareParm());
+            }
+            was = is;
+            if (::testing::Test::HasFailure()) {
+                return;
+            }
+        }
+    }
+}
+
+TEST(Migration, RandomListsAreCopied)
+{
+    for (unsigned seed = 1; seed <= 100; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::mt19937 random(seed);
+        RandomSet fixed(random, 5), spare(random, 6);
+        TRK_Collection channels;
+        auto list = std::make_unique<ZEL_ParmList>(fixed.templates(), &channels, nullptr, nullptr,
+                                                   "", false);
+        list->updateSpareParmTemplates(spare.templates(), false);
+        scramble(*list, random);
+        const auto before = states(*list);
+        for (int round = 0; round < 2; ++round) {
+            auto copy = std::make_unique<ZEL_ParmList>(*list, fixed.templates(), nullptr, nullptr,
+                                                       "", random() % 2 == 0);
+            list = std::move(copy);
+            EXPECT_EQ(states(*list), before);
+        }
+        if (::testing::Test::HasFailure()) {
+            return;
+        }
+    }
+}
+
+} // namespace

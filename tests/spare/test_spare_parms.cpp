@@ -1,0 +1,381 @@
+// The spare part of a list: what a new set of templates keeps, replaces and removes.
+
+#include "SpareRig.h"
+
+namespace
+{
+
+struct LoadCount
+{
+    LoadCount() { ZEL_ParmList::beginLoading(); }
+    ~LoadCount() { ZEL_ParmList::endLoading(); }
+};
+
+TEST(SpareParms, ANewSetReplacesTheOld)
+{
+    Block first, second;
+    first.add(ZEL_FLT, 1, "a");
+    first.add(ZEL_XYZ, 3, "b");
+    first.add(ZEL_FLT, 1, "c");
+    second.add(ZEL_FLT, 1, "c");
+    second.add(ZEL_FLT, 1, "d");
+    second.add(ZEL_FLT, 1, "a");
+    SpareRig rig;
+    rig.update(first);
+    EXPECT_EQ(rig.text(), "fix=0 points=1 pt1=0 a=0 b=0,0,0 c=0");
+    rig.set("a", 1);
+    rig.set("c", 3);
+    rig.animate("b", "2+3", 1);
+    rig.set("points", 2);
+    rig.eval("points");
+    rig.looking.takeCalls();
+
+    rig.update(second);
+    EXPECT_EQ(rig.text(), "fix=0 points=2 pt1=0 pt2=0 c=3 d=0 a=1");
+    EXPECT_TRUE(rig.parm("d").isSpareParm());
+    EXPECT_EQ(rig.looking.takeCalls(),
+              "parmRemoved 5; parmRemoved 3; spareParmRemoved b; parmRemoved 3");
+    expectSound(*rig.list, rig.channels);
+
+    rig.list->updateSpareParmTemplates(nullptr, false);
+    EXPECT_EQ(rig.text(), "fix=0 points=2 pt1=0 pt2=0");
+    EXPECT_EQ(rig.looking.takeCalls(),
+              "spareParmRemoved a; parmRemoved 6; spareParmRemoved d; parmRemoved 5; "
+              "spareParmRemoved c; parmRemoved 4");
+    EXPECT_FALSE(ZEL_ParmList::isLoading());
+}
+
+TEST(SpareParms, ADefaultOrAValueTakenOver)
+{
+    ZEL_Default two[] = {ZEL_Default(2.0)}, five[] = {ZEL_Default(5.0)};
+    struct
+    {
+        const char *what;
+        bool touch, forceCopy;
+        const char *after;
+    } cases[] = {{"untouched: the new default", false, false, "5"},
+                 {"touched: the user's value", true, false, "7"},
+                 {"forced: the old default", false, true, "2"}};
+    for (const auto &one : cases) {
+        Block before, after;
+        before.add(ZEL_FLT, 1, "a", "A", two);
+        after.add(ZEL_FLT, 1, "a", "A", five);
+        SpareRig rig;
+        rig.update(before);
+        if (one.touch) {
+            rig.set("a", 7);
+        }
+        rig.update(after, one.forceCopy);
+        EXPECT_EQ(valueText(rig.parm("a")), one.after) << one.what;
+    }
+}
+
+TEST(SpareParms, LocksMasksAndChannelsComeAlong)
+{
+    Block before, after;
+    before.add(ZEL_XYZ, 3, "a");
+    before.add(ZEL_XYZ, 3, "b");
+    before.add(ZEL_FLT, 1, "scoped");
+    after.add(ZEL_FLT, 1, "scoped");
+    after.add(ZEL_XYZ, 3, "a");
+    after.add(ZEL_FLT, 1, "b");
+    SpareRig rig;
+    rig.update(before);
+    rig.animate("a", "$T+1", 2);
+    rig.parm("a").setLockedFlag(1, true);
+    rig.animate("b", "1+2", 0);
+    rig.animate("b", "2+2", 2);
+    rig.parm("scoped").setAutoScopedFlag(0, true);
+    const TRK_Channel *channel = rig.parm("a").getChannel(2);
+
+    rig.update(after);
+    EXPECT_EQ(rig.parm("a").getChannel(2), channel);
+    EXPECT_EQ(rig.list->evalFloat("a", 2, 4.0), 5.0);
+    EXPECT_TRUE(rig.parm("a").getLockedFlag(1));
+    EXPECT_FALSE(rig.parm("a").getLockedFlag(0));
+    // Fewer components: the first goes on under the new channel name, the rest are gone.
+    EXPECT_EQ(rig.expression("b"), "1+2");
+    EXPECT_EQ(rig.channels.getChannel("b"), rig.parm("b").getChannel(0));
+    EXPECT_TRUE(rig.parm("scoped").getAutoScopedFlag(0));
+    expectSound(*rig.list, rig.channels);
+}
+
+TEST(SpareParms, AnotherKindTakesNothingOver)
+{
+    Block items, before, after;
+    items.add(ZEL_FLT, 1, "in#");
+    before.add(ZEL_FLT, 1, "a");
+    before.add(ZEL_FLT, 1, "m");
+    after.add(ZEL_STRING, 1, "a");
+    after.addMulti(ZEL_MULTITYPE_LIST, "m", items.templates());
+    SpareRig rig;
+    rig.update(before);
+    rig.animate("a", "2+3");
+    rig.set("m", 3);
+    constexpr bool forceCopy = true;
+    rig.update(after, forceCopy);
+    KIT_String text;
+    rig.list->evalString(text, "a", 0, 0.0);
+    EXPECT_STREQ(text.nonNullStr(), "");
+    EXPECT_EQ(rig.channels.entries(), 0);
+    EXPECT_EQ(rig.parm("m").getMultiParmNumItems(), 0);
+}
+
+TEST(SpareParms, ALabelFollowsItsTemplate)
+{
+    ZEL_Default old[] = {ZEL_Default(0.0, "before")}, fresh[] = {ZEL_Default(0.0, "after")};
+    Block before, after;
+    before.add(ZEL_LABEL, 1, "note", "Note", old);
+    before.add(ZEL_STRING, 1, "text", "Text", old);
+    after.add(ZEL_LABEL, 1, "note", "Note", fresh);
+    after.add(ZEL_STRING, 1, "text", "Text", fresh);
+    SpareRig rig;
+    rig.update(before);
+    constexpr bool forceCopy = true;
+    rig.update(after, forceCopy);
+    KIT_String note, text;
+    rig.list->evalString(note, "note", 0, 0.0);
+    rig.list->evalString(text, "text", 0, 0.0);
+    EXPECT_STREQ(note.nonNullStr(), "after");
+    EXPECT_STREQ(text.nonNullStr(), "before");
+}
+
+TEST(SpareParms, ItemsOfASpareBlockStay)
+{
+    Block inner, outer, before, after;
+    inner.add(ZEL_FLT, 1, "size#_#");
+    outer.add(ZEL_FLT, 1, "weight#");
+    outer.addMulti(ZEL_MULTITYPE_LIST, "sizes#", inner.templates(), 1);
+    before.addMulti(ZEL_MULTITYPE_LIST, "groups", outer.templates());
+    before.add(ZEL_FLT, 1, "gone");
+    after.add(ZEL_FLT, 1, "fresh");
+    after.addMulti(ZEL_MULTITYPE_LIST, "groups", outer.templates());
+    SpareRig rig;
+    rig.update(before);
+    rig.setCount(3, "groups");
+    rig.setCount(2, "sizes2");
+    rig.set("weight3", 0.5);
+    rig.animate("size2_2", "$T");
+    rig.looking.takeCalls();
+
+    rig.update(after);
+    EXPECT_EQ(rig.text(), "fix=0 points=1 pt1=0 fresh=0 groups=3 weight1=0 sizes1=1 size1_1=0 "
+                          "weight2=0 sizes2=2 size2_1=0 size2_2=0 weight3=0.5 sizes3=1 size3_1=0");
+    EXPECT_EQ(rig.list->evalFloat("size2_2", 0, 2.5), 2.5);
+    EXPECT_EQ(rig.looking.takeCalls().find("multiItemCreated"), std::string::npos);
+    EXPECT_EQ(rig.parm("weight2").getMultiParmOwner(), &rig.multi("groups"));
+    expectSound(*rig.list, rig.channels);
+
+    rig.list->updateSpareParmTemplates(nullptr, false);
+    EXPECT_EQ(rig.text(), "fix=0 points=1 pt1=0");
+    EXPECT_EQ(rig.channels.entries(), 0);
+}
+
+TEST(SpareParms, ACountByExpressionIsReadAtTheListsTime)
+{
+    Block items, before, after;
+    items.add(ZEL_FLT, 1, "in#");
+    before.addMulti(ZEL_MULTITYPE_LIST, "m", items.templates());
+    after.addMulti(ZEL_MULTITYPE_LIST, "m", items.templates());
+    SpareRig rig;
+    rig.update(before);
+    rig.animate("m", "ch(\"fix\")+1");
+    rig.set("fix", 2);
+    rig.update(after);
+    EXPECT_EQ(rig.text(), "fix=2 points=1 pt1=0 m=3 in1=0 in2=0 in3=0");
+}
+
+TEST(SpareParms, FixedTokensArePassedOver)
+{
+    Block set;
+    set.add(ZEL_STRING, 1, "fix");
+    set.add(ZEL_XYZ, 3, "pt1");
+    set.add(ZEL_FLT, 1, "a");
+    SpareRig rig;
+    rig.set("fix", 4);
+    const ZEL_Parm *fix = &rig.parm("fix");
+    rig.update(set, true);
+    EXPECT_EQ(rig.text(), "fix=4 points=1 pt1=0 a=0");
+    EXPECT_EQ(&rig.parm("fix"), fix);
+    EXPECT_FALSE(fix->isSpareParm());
+}
+
+TEST(SpareParms, StrangersSetsDoNoHarm)
+{
+    Block items, twice;
+    items.add(ZEL_FLT, 1, "a#");
+    twice.add(ZEL_FLT, 1, "a");
+    twice.addMulti(ZEL_MULTITYPE_LIST, "m", items.templates(), 2);
+    twice.add(ZEL_FLT, 1, "a1");
+    twice.add(ZEL_STRING, 1, "a");
+    twice.addMulti(ZEL_MULTITYPE_LIST, "m", items.templates(), 3);
+    twice.add(ZEL_Type(ZEL_Type::ZEL_BASIC_DATA), 1, "data");
+    Block same;
+    same.add(ZEL_FLT, 1, "a2");
+    SpareRig rig;
+    for (int round = 0; round < 4; ++round) {
+        rig.update(twice);
+        {
+            // Outside a load an item whose name is taken is refused.
+            const LoadCount loading;
+            rig.setCount(3, "m");
+        }
+        ASSERT_TRUE(rig.list->getParmPtr("a2"));
+        rig.animate("a1", "0+1");
+        rig.set("a2", 5);
+        rig.update(round == 1 ? same : twice);
+        ASSERT_TRUE(rig.list->getParmPtr("a2"));
+        EXPECT_EQ(rig.eval("a2"), 5.0);
+        EXPECT_EQ(rig.list->getParmPtr("a1") != nullptr, round != 1);
+        expectSound(*rig.list, rig.channels);
+    }
+    Block none;
+    rig.update(none);
+    EXPECT_EQ(rig.text(), "fix=0 points=1 pt1=0");
+}
+
+TEST(SpareParms, EventsGoOutBeforehandAndNotInALoad)
+{
+    Block before, after;
+    before.add(ZEL_FLT, 1, "kept");
+    before.add(ZEL_FLT, 1, "untouched");
+    before.add(ZEL_FLT, 1, "resized");
+    before.add(ZEL_FLT, 1, "gone");
+    after.add(ZEL_FLT, 1, "kept");
+    after.add(ZEL_FLT, 1, "untouched");
+    after.add(ZEL_XYZ, 3, "resized");
+    after.add(ZEL_FLT, 1, "fresh");
+    for (const bool loading : {false, true}) {
+        SpareRig rig;
+        rig.update(before);
+        for (const char *token : {"kept", "resized", "gone"}) {
+            rig.set(token, 1);
+        }
+        EventLog log(*rig.list);
+        if (loading) {
+            const LoadCount count;
+            rig.update(after);
+        } else {
+            rig.update(after);
+        }
+        EXPECT_EQ(log.take(), loading ? "" : "4:4 4:5 4:6");
+        // An empty set tells nobody either: its spare parameters are told to the owner.
+        rig.list->updateSpareParmTemplates(nullptr, false);
+        EXPECT_EQ(log.take(), "");
+        rig.list->setEventHandler(nullptr, nullptr);
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Mirrors
+// ---------------------------------------------------------------------- //
+
+constexpr const char *theMark = "1+strcmp(\"\", \"AUTO-GENERATED\")+";
+
+/// "folder" of the fixed part, and a set with "mirror" that stands for what `target` names.
+struct MirrorRig
+{
+    explicit MirrorRig(const char *target = "folder")
+    {
+        spare.addTokenValue(KIT_StringHolder("orvane::switcher"), target);
+        fixed.add(ZEL_SWITCHER_EXCLUSIVE, 1, "folder");
+        fixed.add(ZEL_FLT, 1, "fix");
+        description = set.add(ZEL_SWITCHER_EXCLUSIVE, 1, "mirror");
+        description->setSparePtr(&spare);
+        list = std::make_unique<ZEL_ParmList>(fixed.templates(), &channels, nullptr, nullptr, "",
+                                              false);
+    }
+    void update(Block *templates)
+    {
+        list->updateSpareParmTemplates(templates ? templates->templates() : nullptr, false);
+    }
+    void set_(const char *token, int value)
+    {
+        list->getParmPtr(token)->setValue(0.0, value, false, 0, ZEL_ADDKEY_PENDING, false);
+    }
+    void animate(const char *token, const char *text)
+    {
+        list->getParmPtr(token)->setExpression(0.0, text, TRK_LANGUAGE_NATIVE, 0, true, true,
+                                               false);
+    }
+    std::string expression(const char *token = "folder")
+    {
+        KIT_String text;
+        list->getParmPtr(token)->getExpressionOnly(0.0, text, 0, BASgetSTID());
+        return text.nonNullStr();
+    }
+    int eval(const char *token = "folder") { return list->evalInt(token, 0, 0.0); }
+
+    ZEL_SpareData spare;
+    Block fixed, set;
+    ZEL_Template *description;
+    TRK_Collection channels;
+    std::unique_ptr<ZEL_ParmList> list;
+};
+
+TEST(SwitcherMirror, TheTargetFollowsAndKeepsWhatItShowed)
+{
+    MirrorRig rig;
+    rig.set_("folder", 1);
+    rig.update(&rig.set);
+    EXPECT_EQ(rig.expression(), std::string(theMark) + "ch(\"mirror\")");
+    EXPECT_EQ(rig.list->getParmPtr("folder")->getStringMeaning(0.0, 0), TRK_MEANING_NATIVE);
+    for (const int value : {2, 0, 3}) {
+        rig.set_("mirror", value);
+        EXPECT_EQ(rig.eval(), value);
+    }
+    // A set that is made anew leaves it following.
+    Block again;
+    again.add(ZEL_SWITCHER_EXCLUSIVE, 1, "mirror")->setSparePtr(&rig.spare);
+    rig.update(&again);
+    EXPECT_EQ(rig.eval("mirror"), 3);
+    rig.set_("mirror", 2);
+    EXPECT_EQ(rig.eval(), 2);
+
+    rig.update(nullptr);
+    EXPECT_EQ(rig.expression(), "");
+    EXPECT_EQ(rig.channels.entries(), 0);
+    EXPECT_EQ(rig.eval(), 2);
+}
+
+TEST(SwitcherMirror, AUsersExpressionGivesItsValue)
+{
+    MirrorRig rig;
+    rig.animate("folder", "1+2");
+    rig.update(&rig.set);
+    EXPECT_EQ(rig.eval("mirror"), 3);
+    EXPECT_EQ(rig.expression("mirror"), "");
+    EXPECT_EQ(rig.expression(), std::string(theMark) + "ch(\"mirror\")");
+    EXPECT_EQ(rig.eval(), 3);
+    // One that the user sets later stays when the mirror goes.
+    rig.animate("folder", "0+1");
+    rig.update(nullptr);
+    EXPECT_EQ(rig.expression(), "0+1");
+}
+
+TEST(SwitcherMirror, OnlyExclusiveSwitchersWithATargetAreMirrors)
+{
+    struct
+    {
+        const char *what;
+        const char *target;
+        const ZEL_Type &type;
+    } cases[] = {{"no such parameter", "nowhere", ZEL_SWITCHER_EXCLUSIVE},
+                 {"itself", "mirror", ZEL_SWITCHER_EXCLUSIVE},
+                 {"no value", nullptr, ZEL_SWITCHER_EXCLUSIVE},
+                 {"not exclusive", "folder", ZEL_SWITCHER},
+                 {"no switcher", "folder", ZEL_TOGGLE}};
+    for (const auto &one : cases) {
+        MirrorRig rig(one.target);
+        ZEL_Name name("mirror", "Mirror");
+        ZEL_Template templates[] = {ZEL_Template(one.type, 1, &name), ZEL_Template()};
+        templates[0].setSparePtr(&rig.spare);
+        rig.list->updateSpareParmTemplates(templates, false);
+        ASSERT_TRUE(rig.list->getParmPtr("mirror")) << one.what;
+        EXPECT_EQ(rig.channels.entries(), 0) << one.what;
+        rig.update(nullptr);
+        EXPECT_FALSE(rig.list->getParmPtr("mirror"));
+    }
+}
+
+} // namespace

@@ -1,0 +1,247 @@
+#include "scripts/DialogText.h"
+#include "writer/Rewrite.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+constexpr const char *theExamples[] = {"big",   "camera", "file_reader", "keywords", "light",
+                                       "ramps", "render", "scatter",     "shader",   "transform"};
+
+std::string examplePath(const std::string &name)
+{
+    return std::string(ZEL_TESTS_DIR) + "/../examples/" + name + ".ds";
+}
+
+/// The parameters of a page, one a line, sets of folders left out, and the folders of each.
+struct Contents
+{
+    explicit Contents(ZEL_ScriptPage &page)
+    {
+        const int size = page.computeTemplateSize();
+        std::vector<ZEL_Template> templates(static_cast<size_t>(size) + 1);
+        ZEL_ScriptImports *imports = nullptr;
+        int count = 0;
+        page.fillTemplate(templates.data(), count, imports);
+        delete imports;
+        for (int i = 0; i < count; i++) {
+            if (!templates[size_t(i)].isSwitcher()) {
+                lines.push_back(templateText(templates[size_t(i)]));
+            }
+        }
+        walk(page, "");
+    }
+
+    void walk(const ZEL_ScriptPage &page, const std::string &path)
+    {
+        for (int i = 0; i < page.getParmEntries(); i++) {
+            const ZEL_ScriptParm &parm = *page.getParm(i);
+            const ZEL_ScriptGroup *const group = parm.getGroup();
+            if (!group || group->isMultiParm()) {
+                folders[parm.getName().getToken()] = path;
+                continue;
+            }
+            for (int folder = 0; folder < group->getPageCount(); folder++) {
+                const ZEL_ScriptPage &inner = *group->getPage(folder);
+                walk(inner, path + "/" + inner.getLabel().toStdString());
+            }
+        }
+    }
+
+    std::vector<std::string> lines;
+    std::map<std::string, std::string> folders;
+};
+
+/// The text between quotes, with the escapes that a script has.
+std::string quotedText(const std::string &text)
+{
+    return std::string("\"") + ZEL_ScriptParm::protectString(text.c_str(), 0) + "\"";
+}
+
+/// How a template comes back: what matches is replaced; "" for the whole line drops it.
+struct Difference
+{
+    const char *pattern;
+    const char *replacement;
+};
+
+const Difference theDifferences[] = {
+    // The text of a number is an expression with or without the word.
+    {R"((FLT def\(.*)@1\))", "$1)"},
+    // Small and joined menus, and those whose tokens are the values.
+    {R"((ORD.*) x(5|24))", "$1"},
+    {R"( menu4113)", " menu4097"},
+    // A choice becomes a text, and its default a token.
+    {R"( ORD((\+\w+)*) def\(0:)", " STRING$1 def(0:"},
+    {R"( ORD def\(1\) (menu\d+\([^,]*,(\w+)/))", " STRING def(0:$2) $1"},
+    {R"( (ORD|ICONSTRIP\+channel) (menu\d+\((\w+)/))", " STRING def(0:$3) $2"},
+    {R"( ORD menu4097\(\))", " INT"},
+    // Base parameters, blocks of items, nocookwhen.
+    {R"(^tx_base .*$)", ""},
+    {R"(^.* multi[0-9]+ [^]*<[^]*>$)", ""},
+    {R"( nocookwhen:\{[^}]*\})", ""},
+    // Whole numbers have no names of components, folders are files.
+    {R"( INT_XYZ)", " INT"},
+    {R"( DIRECTORY)", " FILE"},
+};
+
+/// Adds the places of the differences that were met to `met`.
+std::vector<std::string> expectedLines(const std::vector<std::string> &before,
+                                       std::set<size_t> &met)
+{
+    std::vector<std::string> expected;
+    for (std::string line : before) {
+        for (size_t i = 0; i < std::size(theDifferences); i++) {
+            const Difference &difference = theDifferences[i];
+            const std::string other =
+                std::regex_replace(line, std::regex(difference.pattern), difference.replacement);
+            if (other != line) {
+                met.insert(i);
+            }
+            line = other;
+        }
+        if (!line.empty()) {
+            expected.push_back(line);
+        }
+    }
+    return expected;
+}
+
+} // namespace
+
+TEST(Rewrite, ExamplesComeBackButForWhatIsNeverWritten)
+{
+    std::set<size_t> met;
+    for (const char *name : theExamples) {
+        SCOPED_TRACE(name);
+        DS_Stream original(examplePath(name).c_str(), -1);
+        ZEL_ScriptPage page;
+        ASSERT_TRUE(page.parse(original, true, nullptr, false, true, 0));
+        DS_Stream again(examplePath(name).c_str(), -1);
+        const Rewritten rewritten(again);
+        ASSERT_TRUE(rewritten.okFlag);
+        Dialog dialog(rewritten.text);
+        ASSERT_EQ(dialog.dump().substr(0, 6) == "failed", false) << dialog.messages;
+        EXPECT_EQ(dialog.messages, "");
+
+        const Contents before(page);
+        const Contents after(dialog.page);
+        const std::vector<std::string> expected = expectedLines(before.lines, met);
+        ASSERT_EQ(after.lines.size(), expected.size());
+        for (size_t i = 0; i < expected.size(); i++) {
+            EXPECT_EQ(after.lines[i], expected[i]);
+        }
+        for (const auto &[token, path] : after.folders) {
+            EXPECT_EQ(path, before.folders.at(token)) << token;
+        }
+        EXPECT_EQ(rewriteText(rewritten.text).text, rewritten.text) << "a second time";
+    }
+    EXPECT_EQ(met.size(), std::size(theDifferences)) << "a difference that no example has";
+}
+
+TEST(Rewrite, WhatTheApplicationReadsComesBack)
+{
+    const std::string script =
+        "{ name n label \"A \\\"label\\\"\" script \"other.ds\"\n"
+        "help { \"first\" \"second \\\\ line\" } info one info \"two\\nthree\"\n"
+        "inputlabel 2 \"The \\\"second\\\"\" inputlabel 99999999 far rendermask r\n"
+        "bindhandle \"a b\" t l d s bindhandlereserved c t \"\" d s\n"
+        "bindselector t d p mask 3 m 1 bindselector t d p \"\" 0 \"\" 0\n"
+        "bindselectorreserved parm t d p 1 0 mask 2 m 1\n"
+        "parm { name p bindhandle c t l \"d d\" s\n"
+        "       bindselector t d p 1 0 mask 2 \"m m\" 1 } }";
+    const Rewritten once = rewriteText(script);
+    ASSERT_TRUE(once.okFlag);
+    const char *const lines[] = {
+        "    label\t\"A \\\"label\\\"\"\n",
+        "    script\t\"other.ds\"\n",
+        "\t\"first\"\n\t\"second \\\\ line\"\n",
+        "    info\t\"one\"\n    info\t\"two\"\n    info\t\"three\"\n",
+        "\n    inputlabel\t2\t\"The \\\"second\\\"\"\n\n",
+        "    bindhandle\t\"a b\" t \"l\" d \"s\"\n",
+        "    bindhandlereserved\tc t \"\" d \"s\"\n",
+        "    bindselector\tt \"d\"\n\t\"p\"\n\t\"mask\" 3 \"m\" 1\n",
+        "    bindselector\tt \"d\"\n\t\"p\"\n\t\" \" 0 \"\" 0\n",
+        "    bindselectorreserved\tparm t \"d\"\n\t\"p\"\n\t1 0 \"mask\" 2 \"m\" 1\n",
+        "\tbindhandle c t \"l\" \"d d\" \"s\"\n",
+        "\tbindselector\tt \"d\" \"p\" 1 0 \"mask\" 2 \"m m\" 1\n",
+    };
+    for (const char *line : lines) {
+        EXPECT_NE(once.text.find(line), std::string::npos) << line << once.text;
+    }
+    EXPECT_EQ(rewriteText(once.text).text, once.text);
+}
+
+// Names, labels and folders of any bytes come back as they were.
+TEST(Rewrite, AnyTextComesBack)
+{
+    const std::string texts[] = {"plain",
+                                 "two words",
+                                 "a\"b",
+                                 "back\\slash",
+                                 "end\\",
+                                 "line\nfeed",
+                                 "a/b",
+                                 "//no",
+                                 "/* no */",
+                                 "{",
+                                 "} ]",
+                                 "#if",
+                                 "\x01\x7f\xff\xc3\xa9",
+                                 "\t\r",
+                                 "'",
+                                 "\\057\\n",
+                                 std::string(70000, 'y')};
+    for (const std::string &text : texts) {
+        const std::string quoted = quotedText(text);
+        const Rewritten rewritten =
+            rewriteText("{ name n label " + quoted + " group { name f label " + quoted +
+                        " parm { name p label " + quoted + " type string default { " + quoted +
+                        " } help " + quoted + " menureplace { " + quoted + " " + quoted +
+                        " } parmtag { " + quoted + " " + quoted + " } } } }");
+        ASSERT_TRUE(rewritten.okFlag) << text;
+        Dialog dialog(rewritten.text);
+        ASSERT_TRUE(dialog.okFlag) << rewritten.text << dialog.messages;
+        EXPECT_EQ(dialog.messages, "");
+        EXPECT_EQ(dialog.page.getLabel().toStdString(), text);
+        ASSERT_EQ(dialog.count, 2);
+        const ZEL_Template &parm = dialog.templates[1];
+        EXPECT_EQ(dialog.templates[0].getFactoryDefaults()[0].getString(), text);
+        EXPECT_EQ(parm.getLabel(), text);
+        EXPECT_EQ(parm.getHelpText(), text);
+        EXPECT_EQ(parm.getFactoryDefaults()[0].getString(), text);
+        EXPECT_EQ(parm.getChoiceListPtr()->choiceNamesPtr()[0].getToken(), text);
+        EXPECT_EQ(parm.getSparePtr()->getValue(text.c_str()), text);
+    }
+}
+
+TEST(Rewrite, TheCommentAtTheStartCanNotBeLeft)
+{
+    const Rewritten rewritten = rewriteText("{ name n }", "*/ { name other } /*/ */");
+    Dialog dialog(rewritten.text);
+    EXPECT_TRUE(dialog.okFlag) << rewritten.text;
+    EXPECT_EQ(dialog.page.getToken().toStdString(), "n");
+    EXPECT_FALSE(dialog.restFlag);
+}
+
+TEST(Rewrite, LossesAreTold)
+{
+    const std::string parms = "parm { name b baseparm } multiparm { name m parm { name x# } }\n"
+                              "parm { name n nocookwhen \"{ n == 1 }\" }\n"
+                              "parm { name d type string default { [ t expression ] } }\n"
+                              "group { name g label G hidewhentab \"{ n == 1 }\" }\n";
+    EXPECT_EQ(rewriteText("{ name n " + parms + "}").losses,
+              "b: a parameter of the base interface isn't written; m: a block of items isn't "
+              "written; n: nocookwhen isn't written; d: the meaning of a default isn't written; "
+              "G: conditions of a folder aren't written");
+    EXPECT_EQ(rewriteText("{ name n parm { name f default { [ \"1 + 1\" expression ] } } }").losses,
+              "");
+    EXPECT_FALSE(rewriteText("{ name n parm { name").okFlag);
+}
