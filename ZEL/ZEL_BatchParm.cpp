@@ -71,17 +71,20 @@ ZEL_BatchParm &ZEL_BatchParm::operator=(const ZEL_BatchParm &other)
     if (this == &other) {
         return *this;
     }
+    // One without slots can't be made by init.
     if (!init(other.myName, other.myType, other.myVectorSize, other.myUserData)) {
         freeValues();
-        return *this;
+        myName = other.myName;
+        myUserData = other.myUserData;
+        myType = other.myType;
     }
-    if (other.myValue && isTextType()) {
+    if (myValue && isTextType()) {
         for (int i = 0; i < myVectorSize; ++i) {
             assign(texts()[i], other.getString(i));
         }
-    } else if (other.myValue && myType == ZEL_BATCH_INT) {
+    } else if (myValue && myType == ZEL_BATCH_INT) {
         std::copy_n(other.ints(), myVectorSize, ints());
-    } else if (other.myValue) {
+    } else if (myValue) {
         std::copy_n(other.reals(), myVectorSize, reals());
     }
     myEvaluatingOp = other.myEvaluatingOp;

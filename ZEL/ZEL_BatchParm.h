@@ -28,7 +28,8 @@ public:
     ~ZEL_BatchParm();
 
     /// Starts afresh with `size` slots of 0 or "", neither set nor evaluated. False, and no change,
-    /// for a size below 1 or without memory. A type that isn't known has no slots, and is true.
+    /// for a size below 1; false, and no slots, without memory. A type that isn't known has no slots,
+    /// and is true.
     bool init(const char *name, ZEL_BatchType type, int size, void *userData);
 
     // ------------------------------------------------------------------ //

@@ -97,9 +97,10 @@ ZEL_Data::Item ZEL_Data::getData(double, int index) const
 void ZEL_Data::store(int index, Item item)
 {
     {
-        // Shared, like a reader: saving holds the lock for long, and callers don't replace items
-        // during evaluation. A reader that is there all the same must not see half a pointer, so
-        // each exchange is atomic by itself.
+        // Shared, as a reader has it: whoever replaces an item keeps evaluation away, and nobody
+        // here waits for a reader. So the lock doesn't guard the pointer; a reader that is there
+        // all the same must not see half of one, which is why each slot is read and exchanged
+        // atomically.
         ZEL_SpinLockReadScope lock(myLock);
         item = std::atomic_exchange(&myData[index], std::move(item));
     }

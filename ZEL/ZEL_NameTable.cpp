@@ -35,6 +35,7 @@ void ZEL_NameTable::insert(const KIT_StringHolder &name, int value)
     if (name.isNull()) {
         return;
     }
+    applyGap();
     if (const Slot *found = myCapacity ? findSlot(name) : nullptr) {
         const_cast<Slot *>(found)->value = value;
         return;
@@ -47,7 +48,7 @@ void ZEL_NameTable::insert(const KIT_StringHolder &name, int value)
 bool ZEL_NameTable::removeIfValue(const KIT_StringRef &name, int value)
 {
     const Slot *found = myCapacity && !name.isNull() ? findSlot(name) : nullptr;
-    if (!found || found->value != value) {
+    if (!found || present(found->value) != value) {
         return false;
     }
     const auto gap = std::uint32_t(found - mySlots);
@@ -59,11 +60,23 @@ bool ZEL_NameTable::removeIfValue(const KIT_StringRef &name, int value)
 
 void ZEL_NameTable::closeGap(int value)
 {
-    for (std::uint32_t i = 0; i < myCapacity; ++i) {
-        if (!mySlots[i].name.isNull() && mySlots[i].value > value) {
-            --mySlots[i].value;
-        }
+    if (myGapSize > 0 && value == myGapFirst - 1) {
+        --myGapFirst;
+        ++myGapSize;
+        return;
     }
+    applyGap();
+    myGapFirst = value;
+    myGapSize = 1;
+}
+
+void ZEL_NameTable::applyGap()
+{
+    for (std::uint32_t i = 0; myGapSize > 0 && i < myCapacity; ++i) {
+        mySlots[i].value = present(mySlots[i].value);
+    }
+    myGapFirst = 0;
+    myGapSize = 0;
 }
 
 std::int64_t ZEL_NameTable::getMemoryUsage(bool inclusive) const

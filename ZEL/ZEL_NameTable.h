@@ -2,16 +2,20 @@
 /// The hash table from a name to a parameter index that every list and node type keeps.
 ///
 /// Vocabulary: *home* = `hash % capacity` of a name; entries stand in ascending order of home, a
-///             displaced entry next to its home.
+///             displaced entry next to its home. *gap* = a run of values that were closed over and
+///             not yet taken off the values behind them in the slots.
 /// Units:      values are parm indices, 0-based; -1 means not found.
 /// Ownership:  shares the names' counted text.
 /// Threads:    look-ups from any thread while nobody changes the table; no lock.
-/// Cost:       a look-up is one multiplication for the home and a short probe.
+/// Cost:       a look-up is one multiplication for the home and a short probe. Closing over values
+///             from the last to the first of a run costs nothing until the next insertion, or until
+///             the next run, passes over the table once.
 #pragma once
 
 #include <KIT/KIT_StringHolder.h>
 #include <ZEL/ZEL_API.h>
 
+#include <algorithm>
 #include <cstdint>
 
 class ZEL_API ZEL_NameTable
@@ -70,7 +74,12 @@ private:
     int probe(const KIT_StringRef &name) const
     {
         const Slot *slot = findSlot(name);
-        return slot ? slot->value : -1;
+        return slot ? present(slot->value) : -1;
+    }
+    /// A slot's value behind the gap.
+    std::int32_t present(std::int32_t value) const
+    {
+        return value < myGapFirst ? value : std::max(myGapFirst, value - myGapSize);
     }
     const Slot *findSlot(const KIT_StringRef &name) const;
 
@@ -78,10 +87,13 @@ private:
     void allocate(std::size_t capacity);
     void release();
     void growFor(std::uint32_t entries);
+    void applyGap();
     void place(KIT_StringHolder &&name, std::int32_t value);
     void reinsertAround(std::uint32_t gap);
 
     Slot *mySlots = nullptr;
     std::uint64_t myMagic = 0;
     std::uint32_t myCapacity = 0;
+    std::int32_t myGapFirst = 0;
+    std::int32_t myGapSize = 0;
 };

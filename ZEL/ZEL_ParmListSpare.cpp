@@ -4,6 +4,7 @@
 
 #include <BAS/BAS_Thread.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
+#include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmOwner.h>
@@ -111,6 +112,12 @@ ZEL_Parm *ZEL_ParmList::remakeSpareParm(ZEL_Template &description, bool forceCop
 {
     int oldIndex = -1;
     ZEL_Parm *old = getParmPtr(description.getTokenRef(), oldIndex);
+    if (old && !old->getInstance()->getDefaultsInitFlag()) {
+        // Said twice in one set: without its defaults the first one's zeros would pass for values.
+        constexpr bool deleteChannels = false;
+        old->getInstance()->revertToDefaults(deleteChannels);
+        old = getParmPtr(description.getTokenRef(), oldIndex);
+    }
     ZEL_Parm *parm = createSpareParm(description);
     if (!parm) {
         return nullptr;

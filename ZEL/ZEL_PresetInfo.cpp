@@ -70,7 +70,8 @@ KIT_StringArray findSaveDirs()
 /// False, with the system's reason.
 bool failWriting(const std::string &file)
 {
-    const std::string text = file + ": " + std::generic_category().message(errno);
+    const int why = errno;
+    const std::string text = file + ": " + std::generic_category().message(why);
     KITaddError(theSTOCategory, STO_FILE_UNWRITABLE, text.c_str());
     return false;
 }

@@ -11,6 +11,8 @@
 #include <ZEL/ZEL_Type.h>
 
 #include <algorithm>
+#include <set>
+#include <string>
 #include <string_view>
 
 namespace
@@ -35,6 +37,20 @@ std::unique_ptr<ZEL_Template[]> copies(const std::vector<const ZEL_Template *> &
         templates[i] = *descriptions[i];
     }
     return templates;
+}
+
+/// A token that is said twice means its last description.
+std::vector<const ZEL_Template *> lastOfEach(const std::vector<const ZEL_Template *> &descriptions)
+{
+    std::set<std::string> tokens;
+    std::vector<const ZEL_Template *> last;
+    for (std::size_t i = descriptions.size(); i-- > 0;) {
+        if (tokens.insert(descriptions[i]->getTokenRef().nonNullStr()).second) {
+            last.push_back(descriptions[i]);
+        }
+    }
+    std::reverse(last.begin(), last.end());
+    return last;
 }
 
 } // namespace
@@ -69,7 +85,7 @@ ZELX_SpareParms::Descriptions ZELX_SpareParms::present() const
 void ZELX_SpareParms::rebuild(ZEL_ParmList &list, const Descriptions &descriptions)
 {
     constexpr bool forceCopy = false;
-    std::unique_ptr<ZEL_Template[]> fresh = copies(descriptions);
+    std::unique_ptr<ZEL_Template[]> fresh = copies(lastOfEach(descriptions));
     list.updateSpareParmTemplates(fresh.get(), forceCopy);
     // Only now is nothing made on the old ones any more.
     myTemplates = std::move(fresh);

@@ -39,7 +39,7 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// The templates, up to a terminator, are the whole set from now on; null for none. What keeps
-    /// its token keeps its value.
+    /// its token keeps its value. Of a token that is said twice the last description counts.
     void set(ZEL_ParmList &list, const ZEL_Template *templates);
     /// One more; null if the list has the token, or if the description makes no parameter.
     ZEL_Parm *add(ZEL_ParmList &list, const ZEL_Template &description);

@@ -61,6 +61,12 @@ public:
     /// False without a step to take back or to do again, and within a step.
     bool undo();
     bool redo();
+    /// Forgets all steps but one that is open: after a change that they don't know how to take back.
+    void clear()
+    {
+        myDone.clear();
+        myUndone.clear();
+    }
     std::size_t getUndoCount() const { return myDone.size(); }
     std::size_t getRedoCount() const { return myUndone.size(); }
     /// The label of the step that comes next; "" without one.

@@ -22,7 +22,6 @@ constexpr const char *thePrettyPrint = "json:prettyprint";
 class TextWriter final : public KIT_JSONWriter
 {
 public:
-    using KIT_JSONWriter::KIT_JSONWriter;
     TextWriter(std::ostream *stream, KIT_WorkBuffer *buffer) : KIT_JSONWriter(stream, buffer) {}
 
 protected:

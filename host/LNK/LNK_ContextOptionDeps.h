@@ -12,6 +12,7 @@
 #pragma once
 
 #include <BAS/BAS_API.h>
+#include <BAS/BAS_Allocate.h>
 #include <BAS/BAS_SpinLock.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_StringHolder.h>
@@ -21,11 +22,17 @@
 #include <functional>
 #include <memory>
 #include <tbb/concurrent_unordered_set.h>
+#include <tbb/tbb_allocator.h>
 
-/// Grown from any thread. Its memory is the heap's, which the sanitizers know.
-using LNK_ContextOptionDeps = tbb::concurrent_unordered_set<KIT_StringHolder, KIT_StringRefHash,
-                                                            std::equal_to<KIT_StringHolder>,
-                                                            std::allocator<KIT_StringHolder>>;
+/// Grown from any thread. Its memory comes from where BASfastAllocate() takes it.
+#ifdef BAS_PLAIN_MALLOC
+using LNK_ContextOptionAllocator = std::allocator<KIT_StringHolder>;
+#else
+using LNK_ContextOptionAllocator = tbb::tbb_allocator<KIT_StringHolder>;
+#endif
+using LNK_ContextOptionDeps =
+    tbb::concurrent_unordered_set<KIT_StringHolder, KIT_StringRefHash,
+                                  std::equal_to<KIT_StringHolder>, LNK_ContextOptionAllocator>;
 using LNK_ContextOptionDepsPtr = std::atomic<LNK_ContextOptionDeps *>;
 
 /// The set; null as long as it has no name.

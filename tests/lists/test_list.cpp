@@ -55,20 +55,21 @@ TEST(NameTable, AgreesWithAnOrderedMapThroughAnyHistory)
             }
             case 3: EXPECT_FALSE(table.removeIfValue(holder, -7)); break;
             default:
-                if (step % 50 == 0) {
-                    table.closeGap(value);
+                // Now and then a run of values from the last to the first, and one more elsewhere.
+                for (int i = step % 50 == 0 ? value % 5 : 0; i >= 0 && step % 10 == 0; --i) {
+                    const int closed = i == 0 ? int(random() % 50) : value / 2 + i;
+                    table.closeGap(closed);
                     for (auto &entry : model) {
-                        entry.second -= entry.second > value;
+                        entry.second -= entry.second > closed;
                     }
                 }
             }
+            const auto found = model.find(key);
+            ASSERT_EQ(table.find(holder), found == model.end() ? -1 : found->second);
             ASSERT_EQ(table.entries(), model.size());
         }
-        for (int i = 0; i < keys; ++i) {
-            const std::string key = "name" + std::to_string(i);
-            const auto found = model.find(key);
-            EXPECT_EQ(table.find(KIT_StringRef(key.c_str())),
-                      found == model.end() ? -1 : found->second);
+        for (const auto &[key, value] : model) {
+            EXPECT_EQ(table.find(KIT_StringRef(key.c_str())), value);
         }
     }
     ZEL_NameTable empty;

@@ -7,7 +7,9 @@
 #include <common/TestOwner.h>
 #include <node/ZELX_Node.h>
 #include <presets/PresetFolders.h>
+#include <presets/WriteSteps.h>
 
+#include <csignal>
 #include <functional>
 #include <sstream>
 #include <streambuf>
@@ -366,6 +368,87 @@ TEST_F(Presets, SaveKeepsTheOthersAndDeleteTakesOne)
     EXPECT_EQ(takeMessages(), "");
 }
 
+TEST_F(Presets, ASaveThatIsKilledLeavesTheOldFileOrTheNewOne)
+{
+    const std::string old = indexOf({{"one", valuesOf(1)}, {"two", valuesOf(2)}});
+    const std::string both = indexOf({{"one", valuesOf(1)}, {"two", valuesOf(3)}});
+    int steps = 0;
+    {
+        writeFile(fileIn("a"), old);
+        const Steps counted;
+        ASSERT_TRUE(presets.deletePresetFromDir("one", in("a").c_str()));
+        steps = counted.count;
+    }
+    int replaced = 0;
+    for (int at = 0; at < steps; ++at) {
+        SCOPED_TRACE(at);
+        writeFile(fileIn("a"), old);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const Steps killing(at, [] { return ::raise(SIGKILL) != 0; });
+            ZEL_ParmList list(number.templates, nullptr, nullptr, nullptr, "", false);
+            list.setFloat(3.0, "p", 0, 0.0, false);
+            presets.savePresetToDir(&list, "two", in("a").c_str());
+            ::_exit(0);
+        }
+        EXPECT_TRUE(WIFSIGNALED(waitFor(child)));
+        const std::string now = readFile(fileIn("a"));
+        EXPECT_TRUE(now == old || now == both) << now;
+        replaced += now == both ? 1 : 0;
+        // What it left behind is in nobody's way, and goes.
+        EXPECT_TRUE(presets.deletePresetFromDir("one", in("a").c_str()));
+        EXPECT_EQ(
+            std::distance(fs::directory_iterator(in("a/presets/Obj")), fs::directory_iterator()),
+            1);
+    }
+    EXPECT_GE(steps, 5);
+    EXPECT_EQ(replaced, 1) << "all at once, with the last step";
+}
+
+TEST_F(Presets, ProcessesThatSaveAndDeleteAtOnceLoseNothing)
+{
+    constexpr int processes = 4;
+    constexpr int each = 20;
+    std::vector<pid_t> children;
+    for (int p = 0; p < processes; ++p) {
+        children.push_back(::fork());
+        if (children.back() == 0) {
+            bool all = true;
+            for (int i = 0; i < each; ++i) {
+                const std::string name = std::to_string(p) + "_" + std::to_string(i);
+                for (const std::string &one : {name, name + "_gone"}) {
+                    all =
+                        presets.savePresetToDir(number.list.get(), one.c_str(), in("a").c_str()) &&
+                        all;
+                }
+                all = presets.deletePresetFromDir((name + "_gone").c_str(), in("a").c_str()) && all;
+            }
+            ::_exit(all ? 0 : 1);
+        }
+    }
+    for (const pid_t child : children) {
+        EXPECT_EQ(waitFor(child), 0);
+    }
+    EXPECT_EQ(presets.getNumPresets(), processes * each);
+    EXPECT_EQ(takeMessages(), "");
+}
+
+TEST_F(Presets, WhatStandsInTheWayOfASaveIsTold)
+{
+    for (const char *ending : {".part", ".lock"}) {
+        writeFile(fileIn("a"), indexOf({{"one", valuesOf(1)}}));
+        // A folder isn't taken away as a file of another user isn't.
+        writeFile(fileIn("a") + ending + "/theirs", "x");
+        const std::string before = contents("a");
+        EXPECT_FALSE(presets.savePresetToDir(number.list.get(), "two", in("a").c_str()));
+        EXPECT_EQ(takeMessages(), "STO 6") << ending;
+        EXPECT_FALSE(presets.deletePresetFromDir("one", in("a").c_str()));
+        EXPECT_EQ(takeMessages(), "STO 6") << ending;
+        EXPECT_EQ(contents("a"), before);
+        fs::remove_all(fileIn("a") + ending);
+    }
+}
+
 TEST_F(Presets, OnlySaveFoldersAreWritten)
 {
     const auto dirs = [] {
@@ -420,6 +503,7 @@ TEST_F(Presets, LinksLeadNowhereElse)
         EXPECT_FALSE(presets.savePresetToDir(number.list.get(), "x", in("a").c_str()));
         EXPECT_FALSE(presets.deletePresetFromDir("theirs", in("a").c_str()));
         EXPECT_EQ(contents("outside"), before);
+        takeMessages();
         fs::remove_all(in("a/presets"));
     };
     fs::create_directory_symlink(in("outside"), in("a/presets"));
@@ -501,4 +585,8 @@ TEST_F(Presets, ANodeStartsWithItsPermanentDefaults)
     ZELX_Node *other = root.addChild("other", number.templates, "dark");
     EXPECT_EQ(other->getParms().evalFloat("p", 0, 0.0), 0.0);
     EXPECT_EQ(takeMessages(), "");
+    // What is at fault with them is told.
+    writeFile(in("a/presets/Node/torn.idx"), indexOf({{ZEL_PresetInfo::theDefaultName, "torn"}}));
+    EXPECT_NE(root.addChild("torn", number.templates, "torn"), nullptr);
+    EXPECT_EQ(takeMessages(), "ZEL 15");
 }

@@ -329,6 +329,22 @@ TEST(Migration, RandomInterfacesOfANode)
     }
 }
 
+TEST(Migration, ANodesSpareThatIsSaidTwiceGoesOver)
+{
+    Block fixed, twice;
+    fixed.add(ZEL_FLT, 1, "fix");
+    twice.add(ZEL_FLT, 1, "a");
+    twice.add(ZEL_FLT, 1, "b");
+    twice.add(ZEL_XYZ, 3, "a");
+    ZELX_Node root;
+    ZELX_Node &node = *root.addChild("node", fixed.templates());
+    node.setSpareParms(twice.templates());
+    node.getParms().setFloat(4.0, "a", 2, 0.0, false);
+    node.renewParms(fixed.templates());
+    EXPECT_EQ(contents(node.getParms()), "fix=0 b=0 a=0,0,4");
+    expectSound(node.getParms(), node.getChannels());
+}
+
 TEST(Migration, RandomListsAreCopied)
 {
     for (unsigned seed = 1; seed <= 100; ++seed) {

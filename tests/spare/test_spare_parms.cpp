@@ -234,6 +234,25 @@ TEST(SpareParms, StrangersSetsDoNoHarm)
     EXPECT_EQ(rig.text(), "fix=0 points=1 pt1=0");
 }
 
+TEST(SpareParms, ATokenSaidTwiceStartsFromItsDefaults)
+{
+    ZEL_Default two[] = {ZEL_Default(2.0)}, five[] = {ZEL_Default(5.0)};
+    Block items, twice;
+    items.add(ZEL_FLT, 1, "in#");
+    for (ZEL_Default *defaults : {two, five}) {
+        twice.add(ZEL_FLT, 1, "a", "A", defaults);
+        twice.addMulti(ZEL_MULTITYPE_LIST, "m", items.templates(), 2);
+    }
+    for (const bool forceCopy : {false, true}) {
+        SpareRig rig;
+        rig.update(twice, forceCopy);
+        EXPECT_EQ(valueText(rig.parm("a")), forceCopy ? "2" : "5");
+        EXPECT_EQ(rig.parm("m").getMultiParmNumItems(), 2);
+        EXPECT_TRUE(rig.list->getParmPtr("in2"));
+        expectSound(*rig.list, rig.channels);
+    }
+}
+
 TEST(SpareParms, EventsGoOutBeforehandAndNotInALoad)
 {
     Block before, after;

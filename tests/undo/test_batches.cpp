@@ -72,6 +72,12 @@ TEST(Batches, UpToFourNumbersStandInTheObject)
         EXPECT_EQ(b.getReal(size - 1), 2.0);
         EXPECT_EQ(b.getUserData(), &a);
         EXPECT_TRUE(b.isValueSet());
+        b = ZEL_BatchParm();
+        EXPECT_EQ(b.getName(), nullptr) << "one without slots is copied too";
+        EXPECT_EQ(b.getUserData(), nullptr);
+        EXPECT_FALSE(b.isValueSet());
+        EXPECT_EQ(b.getVectorSize(), 0);
+        EXPECT_EQ(b.getType(), ZEL_BATCH_INT);
     }
 }
 

@@ -126,6 +126,8 @@ void ZELT_ShellCommands::adopt(const Words &words)
     }
     const std::vector<Former> former = formerParms(mySession.getParms());
     mySession.getNode().renewParms(script->getTemplates());
+    // Steps of before would bring back channels that no parameter has now.
+    myUndo.clear();
     mySession.growBlocks(myTime);
     myScript = script.get();
     myScripts.push_back(std::move(script));
