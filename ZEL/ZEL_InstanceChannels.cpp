@@ -118,6 +118,10 @@ void ZEL_Instance::adoptChannels(ZEL_Instance &source)
     const int sourceSize = source.getVectorSize();
     for (int i = 0; i < size; ++i) {
         TRK_Channel *channel = i < sourceSize ? source.myChannels[i] : nullptr;
+        if (channel != myChannels[i]) {
+            // Left behind it would be linked again by its name, and keep that name from the heir.
+            removeChannel(i);
+        }
         myChannels[i] = channel;
         if (channel) {
             channel->dirtyExprCache();

@@ -35,6 +35,9 @@ install(TARGETS zelhost ZEL EXPORT ZELTargets
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+if(ZEL_BUILD_TOOLS)
+    install(FILES "${PROJECT_SOURCE_DIR}/docs/zel.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+endif()
 install(EXPORT ZELTargets NAMESPACE ZEL:: DESTINATION "${zel_package_dir}")
 
 configure_package_config_file(cmake/ZELConfig.cmake.in "${PROJECT_BINARY_DIR}/ZELConfig.cmake"

@@ -40,3 +40,12 @@ shown convert examples/light.ds examples/light.parms "$streams/light.bparms" --t
 shown convert examples/light.ds "$streams/light.bparms" "$streams/light.parms" --to text
 shown diff examples/light.ds examples/light.parms "$streams/light.parms" && say "(no difference)"
 shown diff examples/light.ds examples/light.parms examples/light_night.parms || true
+
+headline "zel rewrite: a script as the library writes it"
+shown rewrite examples/ramps.ds | sed -n 1,20p
+
+headline "zel command: a command line as values, and back"
+shown command examples/commands/image.cmd 'resize -v -q 80 in.pic out.pic'
+
+headline "examples/migration: a stream of an older version of a node"
+build/release/examples/migration

@@ -381,3 +381,19 @@ TEST(UndoStack, StepsNestAreBoundedAndEmptyOnesLeaveNoEntry)
     EXPECT_EQ(p.parms().evalFloat("t", 0, 0.0), 2.0);
     EXPECT_FALSE(undo.undo()) << "older steps are gone";
 }
+
+TEST(UndoStack, AnErrorThatNobodyHasReadIsNoneOfItsSteps)
+{
+    UndoNode p;
+    ZELX_UndoStack undo(p.node, 3);
+    KITaddError("ZEL", 15);
+    {
+        const ZELX_UndoStack::Step step(undo, "n");
+        p.set("n", 9);
+    }
+    ASSERT_TRUE(undo.undo());
+    EXPECT_EQ(p.parms().evalInt("n", 0, 0.0), 0);
+    ASSERT_TRUE(undo.redo());
+    EXPECT_EQ(p.parms().evalInt("n", 0, 0.0), 9);
+    EXPECT_EQ(takeMessages(), "ZEL 15");
+}

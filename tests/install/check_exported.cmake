@@ -1,0 +1,40 @@
+# What LIBRARY exports, by class, function or table, is GOLDEN, one name a line. Instances of the
+# standard library's templates don't count. With UPDATE the list is written instead.
+execute_process(COMMAND "${NM}" -DC --defined-only "${LIBRARY}"
+    OUTPUT_VARIABLE symbols RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+    message(FATAL_ERROR "${NM} can't read ${LIBRARY}")
+endif()
+string(REGEX REPLACE "[][;]" "" symbols "${symbols}")
+string(REPLACE "\n" ";" symbols "${symbols}")
+set(names "")
+foreach(line IN LISTS symbols)
+    string(REGEX REPLACE "^[0-9a-f]+ . " "" name "${line}")
+    string(REGEX REPLACE "@.*" "" name "${name}")
+    string(REGEX REPLACE
+        "^(vtable for |VTT for |typeinfo for |typeinfo name for |guard variable for |(non-)?virtual thunk to )+"
+        "" name "${name}")
+    # What a template function returns stands in front of its name.
+    string(REGEX REPLACE "^(void|bool|int|long|double|auto|float|char const\\*) " "" name "${name}")
+    string(REGEX REPLACE "[(<:].*" "" name "${name}")
+    if(NOT name MATCHES "^(std|__gnu_cxx|operator.*|fmt|tbb|)$| ")
+        list(APPEND names "${name}")
+    endif()
+endforeach()
+list(REMOVE_DUPLICATES names)
+list(SORT names)
+list(JOIN names "\n" text)
+string(APPEND text "\n")
+if(UPDATE)
+    file(WRITE "${GOLDEN}" "${text}")
+    return()
+endif()
+file(STRINGS "${GOLDEN}" expected)
+set(added ${names})
+set(gone ${expected})
+list(REMOVE_ITEM added ${expected})
+list(REMOVE_ITEM gone ${names})
+if(added OR gone)
+    message(FATAL_ERROR "${LIBRARY} exports what ${GOLDEN} doesn't have: [${added}]; "
+        "it no longer exports: [${gone}]")
+endif()
