@@ -25,9 +25,10 @@
 ///     behind it is a value. A line that ends sooner leaves the other components as they are.
 ///   - A toggle takes none: its option is there or not. A positional one takes a word, 0 or 1.
 ///   - A word that is no option goes to the first positional record that hasn't got any. One that
-///     begins with an empty pair of quotes ('' or "") is never an option: a positional value that
-///     reads like one is written so. A positional record that is off is written all the same when a
-///     later one is on, for the later one would be read in its place otherwise.
+///     begins with an empty pair of quotes ('') is never an option: a positional value that reads
+///     like one is written so. Each further pair in front of it leaves one positional record out: a
+///     record that is off has no words, and those behind it keep their places so. The tool sees
+///     nothing of such pairs.
 ///   - Words fall apart by KIT_String::cshParse. A text is in double quotes if it needs them, the
 ///     empty one always; an expression in backticks. In the backticks of a number field, a backslash
 ///     stands before a backslash and a backtick.
@@ -78,7 +79,8 @@ public:
     /// command that was read already.
     int parse(DS_Stream &stream);
     /// Adds the templates of one record, and of its companion if there is to be one. Null adds the
-    /// terminator. Nothing once there is a list, which borrows the templates.
+    /// terminator. Nothing once there is a list, which borrows the templates. They borrow from the
+    /// record, which must outlive the command or belong to it.
     void addTemplate(DS_Parm *parm, bool withToggle);
     /// What fills the menu of a record with flag 0x8, and of one with flag 0x10; null for none.
     static void setObjectMenuBuilder(ZEL_ChoiceList::NameGenerator builder);
@@ -88,7 +90,8 @@ public:
     /// \name Lines
     // ---------------------------------------------------------------- //
     /// Takes the settings from a line. Nothing for a line of another command. Optional records that
-    /// aren't on the line are off, required ones stay as they are.
+    /// aren't on the line are off, required ones stay as they are; a toggle without its option is
+    /// off, required or not.
     void setCommand(const char *line);
     /// The same with the line of the script's `default`, or the name alone.
     void setDefaultCommand();
@@ -151,9 +154,9 @@ private:
     std::unique_ptr<DS_Page> myPage;
     KIT_ValArray<ZEL_Name *> myNames;                // owned
     KIT_ValArray<ZEL_Default *> myAllocatedDefaults; // owned arrays
+    std::unique_ptr<ZEL_ParmList> myParmList;
     std::unique_ptr<ZEL_Template[]> myTemplates;
     std::unique_ptr<ZEL_PresetInfo> myPresetInfo;
-    std::unique_ptr<ZEL_ParmList> myParmList;
     int myTemplateCount = 0;
     int myTemplateCapacity = 0;
     int myRManSyntax = 0;

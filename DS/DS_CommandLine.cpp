@@ -27,11 +27,16 @@ struct Line
         text.cshParse(written, keepQuotes);
     }
 
-    bool mayBeOption(int index) const
+    /// Empty pairs of quotes in front of the word proper.
+    int countPairs(int index) const
     {
-        const std::string_view word(written[index]);
-        const std::string_view start = word.substr(0, 2);
-        return word.size() <= 2 || (start != "''" && start != "\"\"");
+        constexpr std::string_view pair("''");
+        std::string_view word(written[index]);
+        int pairs = 0;
+        for (; word.size() > pair.size() && word.substr(0, pair.size()) == pair; ++pairs) {
+            word.remove_prefix(pair.size());
+        }
+        return pairs;
     }
 
     KIT_WorkArgs words;
@@ -47,14 +52,15 @@ public:
         KIT_ValArray<ZEL_ScriptParm *> records;
         DS_CommandParm::collect(page, records);
         for (ZEL_ScriptParm *const record : records) {
-            const int index = static_cast<int>(myParms.size());
+            const size_t index = myParms.size();
             myParms.emplace_back(*record, list);
             if (!myParms.back().isPositional()) {
                 // Of equal options the last one counts.
                 myOptions[record->getOption().view()] = index;
+            } else if (myParms.back().takesPlace()) {
+                myPlaces.push_back(index);
             }
         }
-        myFed.resize(myParms.size());
     }
 
     void resetAll()
@@ -66,7 +72,7 @@ public:
     {
         for (int at = 1; at < line.count;) {
             const auto found = myOptions.find(line.words[at]);
-            if (found != myOptions.end() && line.mayBeOption(at)) {
+            if (found != myOptions.end() && line.countPairs(at) == 0) {
                 DS_CommandParm &parm = myParms[found->second];
                 const bool wordlessFlag = parm.getKind() == DS_CommandParm::Kind::TOGGLE;
                 at += 1 + feed(found->second, line, at + 1, wordlessFlag ? 0 : parm.getSize());
@@ -79,7 +85,6 @@ public:
 private:
     int feed(size_t index, const Line &line, int at, int size)
     {
-        myFed[index] = true;
         const int count = std::min(size, line.count - at);
         std::vector<const char *> words;
         for (int i = 0; i < count; ++i) {
@@ -92,19 +97,20 @@ private:
     /// Words used; one that nothing takes is skipped.
     int feedPositional(const Line &line, int at)
     {
-        for (; myNext < myParms.size(); ++myNext) {
-            DS_CommandParm &parm = myParms[myNext];
-            if (!myFed[myNext] && parm.isPositional() && parm.getSize() > 0) {
-                return feed(myNext, line, at, parm.getSize());
-            }
+        const int leftOut = std::max(line.countPairs(at) - 1, 0);
+        const size_t place = myNextPlace + static_cast<size_t>(leftOut);
+        if (place >= myPlaces.size()) {
+            return 1;
         }
-        return 1;
+        myNextPlace = place + 1;
+        const size_t index = myPlaces[place];
+        return feed(index, line, at, myParms[index].getSize());
     }
 
     std::vector<DS_CommandParm> myParms;
     std::unordered_map<std::string_view, size_t> myOptions;
-    std::vector<bool> myFed;
-    size_t myNext = 0;
+    std::vector<size_t> myPlaces;
+    size_t myNextPlace = 0;
 };
 
 } // namespace

@@ -172,7 +172,9 @@ bool DS_CommandParm::isOn() const
 
 void DS_CommandParm::reset()
 {
-    if (myKind == Kind::TOGGLE && !myCompanion) {
+    // What has no option leaves that to its word.
+    const bool optionFlag = myKind == Kind::TOGGLE && !myCompanion && !isPositional();
+    if (myRecord.getType() == ZEL_TOGGLE_E || optionFlag) {
         setInt(myParm, theAllComponents, 0);
     }
     setInt(myCompanion, 0, OFF);

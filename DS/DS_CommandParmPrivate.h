@@ -61,6 +61,8 @@ public:
     bool isRequired() const;
     /// Components; 0 for what has no words.
     int getSize() const;
+    /// Whether words without an option are for it.
+    bool takesPlace() const { return isPositional() && getSize() > 0; }
 
     /// Whether the record is to be on a line.
     bool isOn() const;

@@ -69,8 +69,9 @@ void DS_Command::setRenderMenuBuilder(ZEL_ChoiceList::NameGenerator builder)
 
 ZEL_Template &DS_Command::nextTemplate()
 {
-    // Templates hold texts and may own a menu, so they move by assignment.
-    if (myTemplateCount == myTemplateCapacity) {
+    // Templates hold texts and may own a menu, so they move by assignment. One behind the last is a
+    // terminator at any time.
+    if (myTemplateCount + 1 >= myTemplateCapacity) {
         const int capacity = std::max(16, 2 * myTemplateCapacity);
         std::unique_ptr<ZEL_Template[]> grown(new ZEL_Template[static_cast<size_t>(capacity)]);
         std::copy_n(myTemplates.get(), myTemplateCount, grown.get());

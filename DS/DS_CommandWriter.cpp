@@ -93,21 +93,21 @@ public:
 
     void write(std::ostream &os) const
     {
-        const auto last =
-            std::find_if(myParms.rbegin(), myParms.rend(), [](const DS_CommandParm &parm) {
-                return parm.isPositional() && parm.isOn();
-            });
-        const auto endOfPlaces = last.base();
-        for (auto at = myParms.begin(); at != myParms.end(); ++at) {
-            // What stands in front of a positional record that is on keeps its place.
-            if (at->isOn() || (at->isPositional() && at < endOfPlaces)) {
-                writeParm(os, *at);
+        int gap = 0;
+        for (const DS_CommandParm &parm : myParms) {
+            const bool onFlag = parm.isOn();
+            if (onFlag) {
+                writeParm(os, parm, gap);
+            }
+            if (parm.takesPlace()) {
+                gap = onFlag ? 0 : gap + 1;
             }
         }
     }
 
 private:
-    void writeParm(std::ostream &os, const DS_CommandParm &parm) const
+    /// `gap` is how many places in front of it are left out.
+    void writeParm(std::ostream &os, const DS_CommandParm &parm, int gap) const
     {
         const bool placeFlag = parm.isPositional();
         if (!placeFlag) {
@@ -127,26 +127,36 @@ private:
             if (!firstFlag || (!placeFlag && (word.expressionFlag || isRunInLine(word)))) {
                 os << ' ';
             }
-            writeWord(os, word, placeFlag && i == 0);
+            const std::string written = writtenWord(word);
+            if (placeFlag && i == 0) {
+                writePairs(os, word, written, gap);
+            }
+            os << written;
         }
         if (bracketFlag) {
             os << (placeFlag ? " ]" : "]");
         }
     }
 
-    void writeWord(std::ostream &os, const DS_CommandParm::Word &word, bool mayBeOption) const
+    std::string writtenWord(const DS_CommandParm::Word &word) const
     {
-        std::string written = word.text;
-        std::string read = word.text;
         if (word.expressionFlag) {
-            read = written = '`' + escapeBackticks(word.text) + '`';
-            if (myRManFlag) {
-                read = written = hideBrackets(written);
-            }
-        } else if (word.textFlag && !isRunInLine(word)) {
-            written = quoteText(word.text, myRManFlag);
+            const std::string run = '`' + escapeBackticks(word.text) + '`';
+            return myRManFlag ? hideBrackets(run) : run;
         }
-        os << (mayBeOption && myOptions.count(read) ? "''" : "") << written;
+        const bool quoteFlag = word.textFlag && !isRunInLine(word);
+        return quoteFlag ? quoteText(word.text, myRManFlag) : word.text;
+    }
+
+    /// One pair keeps a word from being an option, each further one leaves a place out.
+    void writePairs(std::ostream &os, const DS_CommandParm::Word &word, const std::string &written,
+                    int gap) const
+    {
+        const std::string_view read = word.expressionFlag ? written : word.text;
+        const bool anyFlag = gap > 0 || myOptions.count(read);
+        for (int pairs = anyFlag ? gap + 1 : 0; pairs > 0; --pairs) {
+            os << "''";
+        }
     }
 
     /// Whether the text can stand as it is, being one run in backticks.

@@ -264,8 +264,8 @@ void DS_Creator::writeParms(std::ostream &os)
         left = writeGrouped(os, groupCount);
     }
     if (left != 0) {
-        // What stands in no group doesn't stand in the last one either.
-        startGroup(os, groupCount, nullptr);
+        // After the old grouping the last group is still open, and what is in none goes there: kept,
+        // as the texts of scripts are compared.
         const int pageSize = static_cast<int>(myReader.getGroupSize());
         if (pageSize > 0 && left > pageSize) {
             writePages(os, groupCount);

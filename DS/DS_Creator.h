@@ -83,7 +83,8 @@ public:
     static void dumpParm(const DS_ParmInfo *info);
     /// The white space in front of a line of that level, until the next call.
     static const char *getIndent(int level);
-    /// Old grouping goes through the group names, the new one through the parameters in their order.
+    /// Old grouping goes through the group names, the new one, which is the default, through the
+    /// parameters in their order. What is in no group, the old one writes into the last group.
     static bool getUseOldGrouping() { return theUseOldGroupingFlag; }
     static void setUseOldGrouping(bool on) { theUseOldGroupingFlag = on; }
     /// The words of the export levels 0, 1 and 2.

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <set>
@@ -21,10 +22,16 @@
 namespace
 {
 
-/// A slash within a label starts no further folder.
-std::string folderWord(const char *label)
+/// A slash within a label starts no further folder. Neighbours of one label differ in their form, for
+/// the writer goes on with a folder that is called as the last one.
+std::string folderWord(const char *label, bool otherForm)
 {
     std::string word = DSscriptWord(label);
+    if (otherForm && *label) {
+        char first[8];
+        std::snprintf(first, sizeof(first), "\"\\%03o", static_cast<unsigned char>(*label));
+        word = first + DSscriptQuoted(label + 1).substr(1);
+    }
     for (size_t at = 0; (at = word.find('/', at)) != std::string::npos; at += 4) {
         word.replace(at, 1, "\\057");
     }
@@ -35,6 +42,13 @@ std::string folderWord(const char *label)
 KIT_String escaped(const char *text)
 {
     return KIT_String(ZEL_ScriptParm::protectString(text, 0), true);
+}
+
+/// A quoted bracket that stands alone in a block reads as a bare one; a blank behind it keeps it a text.
+KIT_String blockText(const char *text, const char *brackets)
+{
+    const bool bracketFlag = text[0] && !text[1] && std::strchr(brackets, text[0]);
+    return KIT_String(bracketFlag ? std::string(text) + " " : std::string(text));
 }
 
 /// The names of folders as a string of `group` words has them.
@@ -199,22 +213,56 @@ void DS_ScriptReader::prepareParms()
 /// The recursion is as deep as pages are, for which the parser has a limit.
 void DS_ScriptReader::addPage(const ZEL_ScriptPage &page, const std::string &path)
 {
+    std::string lastFolder;
     for (int i = 0; i < page.getParmEntries(); i++) {
         ZEL_ScriptParm &parm = *page.getParm(i);
         const ZEL_ScriptGroup *const group = parm.getGroup();
-        if (!group) {
-            addRecord(parm, path);
-        } else if (group->isMultiParm()) {
-            addBlock(parm);
-        } else {
+        if (group && !group->isMultiParm()) {
             for (int folder = 0; folder < group->getPageCount(); folder++) {
-                const ZEL_ScriptPage &inner = *group->getPage(folder);
-                if (inner.getPageConditional() || inner.getGroupConditional()) {
-                    addLoss(labelOf(inner), "conditions of a folder aren't written");
-                }
-                addPage(inner, (path.empty() ? "" : path + "/") + folderWord(labelOf(inner)));
+                addFolder(*group->getPage(folder), path, lastFolder);
             }
+            continue;
         }
+        const int before = numParms();
+        if (group) {
+            addBlock(parm, path);
+        } else {
+            addRecord(parm, path);
+        }
+        if (numParms() != before) {
+            lastFolder.clear();
+        }
+    }
+    for (int i = 0; i < page.getObsoleteParmEntries(); i++) {
+        const ZEL_ScriptParm &parm = *page.getObsoleteParm(i);
+        if (!parm.getGroup() || parm.getGroup()->isMultiParm()) {
+            addLoss(parm.getName().getToken(), "an obsolete parameter isn't written");
+            continue;
+        }
+        for (int folder = 0; folder < parm.getGroup()->getPageCount(); folder++) {
+            addLoss(labelOf(*parm.getGroup()->getPage(folder)), "an obsolete folder isn't written");
+        }
+    }
+}
+
+/// `last` is the folder that stands before it on its page, "" for none.
+void DS_ScriptReader::addFolder(const ZEL_ScriptPage &folder, const std::string &path,
+                                std::string &last)
+{
+    const char *const label = labelOf(folder);
+    if (folder.getPageConditional() || folder.getGroupConditional()) {
+        addLoss(label, "conditions of a folder aren't written");
+    }
+    if (folder.getFlag(ZEL_ScriptPage::INVISIBLE | ZEL_ScriptPage::INVISIBLE_TAB)) {
+        addLoss(label, "an invisible folder is written as a visible one");
+    }
+    const std::string plain = folderWord(label, false);
+    last = plain == last ? folderWord(label, true) : plain;
+    const std::string inner = (path.empty() ? "" : path + "/") + last;
+    const int before = numParms();
+    addPage(folder, inner);
+    if (numParms() == before) {
+        addUnwritten("", inner);
     }
 }
 
@@ -227,13 +275,21 @@ void DS_ScriptReader::addLoss(const char *name, const char *what)
     myLosses.append(text.buffer());
 }
 
-void DS_ScriptReader::addBlock(const ZEL_ScriptParm &parm)
+/// A record of which the writer writes the folder alone.
+DS_ParmInfo &DS_ScriptReader::addUnwritten(const char *name, const std::string &path)
 {
-    auto *const info = new DS_ParmInfo(parm.getName().getToken());
+    auto *const info = new DS_ParmInfo(name);
     myParms.append(info);
-    info->label = parm.getName().getLabel();
-    info->multiType = parm.getGroup()->getMultiType();
+    info->group = path;
     info->setIsArray(true);
+    return *info;
+}
+
+void DS_ScriptReader::addBlock(const ZEL_ScriptParm &parm, const std::string &path)
+{
+    DS_ParmInfo &info = addUnwritten(parm.getName().getToken(), path);
+    info.label = parm.getName().getLabel();
+    info.multiType = parm.getGroup()->getMultiType();
     addLoss(parm.getName().getToken(), "a block of items isn't written");
 }
 
@@ -320,10 +376,14 @@ void DS_ScriptReader::takeMenu(DS_ParmInfo &info, const ZEL_ScriptParm &parm)
     }
     std::istringstream script(menu->getScript().toStdString());
     for (std::string line; std::getline(script, line);) {
-        info.menuScript += DSscriptQuoted(line.c_str()).c_str();
+        info.menuScript += DSscriptQuoted(blockText(line.c_str(), "]}")).c_str();
         info.menuScript += '\n';
     }
     info.menuLanguage = menu->getScriptLanguage();
+    if (info.size > 1 && (!info.menuChoices.isEmpty() || info.menuScript.isstring())) {
+        addLoss(parm.getName().getToken(), "of a parameter with a menu one component is written");
+        info.size = 1;
+    }
 }
 
 void DS_ScriptReader::takeDefaults(DS_ParmInfo &info, const ZEL_ScriptParm &parm)
@@ -337,11 +397,14 @@ void DS_ScriptReader::takeDefaults(DS_ParmInfo &info, const ZEL_ScriptParm &parm
     KIT_StringArray texts;
     KIT_ValArray<double> numbers;
     KIT_ValArray<int> integers;
-    for (const ZEL_Default &value : defaults) {
+    const int count = std::min(static_cast<int>(defaults.entries()), std::max(info.size, 0));
+    for (int i = 0; i < count; i++) {
+        const ZEL_Default &value = defaults[i];
         const double number = value.getFloat();
         textFlag = textFlag || value.gotString();
         wholeFlag = wholeFlag && isWholeNumber(number);
-        texts.append(value.gotString() ? value.getString() : KIT_Digits(number).buffer());
+        texts.append(value.gotString() ? blockText(value.getString(), "[}")
+                                       : KIT_String(KIT_Digits(number).buffer(), true));
         numbers.append(number);
         integers.append(value.getOrdinal());
         // The text of a number is an expression of the native language anyway.
@@ -352,7 +415,7 @@ void DS_ScriptReader::takeDefaults(DS_ParmInfo &info, const ZEL_ScriptParm &parm
             addLoss(parm.getName().getToken(), "the meaning of a default isn't written");
         }
     }
-    if (defaults.isEmpty()) {
+    if (count == 0) {
         return;
     }
     if (textFlag) {
@@ -376,7 +439,8 @@ bool DS_ScriptReader::takeChoices(DS_ParmInfo &info, const ZEL_ScriptParm &parm)
         const KIT_ValArray<ZEL_Default> &defaults = parm.getDefaults();
         const ZEL_Default value = i < defaults.entries() ? defaults[i] : ZEL_Default();
         const int choice = std::clamp(value.getOrdinal(), 0, count - 1);
-        texts.append(value.gotString() ? value.getString() : info.menuChoices[choice]->getValue());
+        texts.append(value.gotString() ? blockText(value.getString(), "[}")
+                                       : KIT_String(info.menuChoices[choice]->getValue(), true));
     }
     info.defaults = std::make_unique<DS_DefaultValue>(texts, DS_DefaultValue::Meanings());
     return true;

@@ -5,7 +5,8 @@
 ///             what the writer writes as it stands (names, labels of parameters and folders,
 ///             conditions, lines of menu scripts) is in the records in this form, so that a script
 ///             that is written again can be read again. *loss* = a part of the script that the writer
-///             has no words for.
+///             has no words for. An array record stands for a block of items, or, without a name, for
+///             an empty folder: the writer writes its folder alone.
 /// Units:      inputs from 0; labels of inputs from theMostInputs on are dropped.
 /// Ownership:  owns the page and the texts. Records as told at DS_ParmReader.
 /// Threads:    one thread at a time.
@@ -63,8 +64,10 @@ private:
 
     void clearRecords();
     void addPage(const ZEL_ScriptPage &page, const std::string &path);
+    void addFolder(const ZEL_ScriptPage &folder, const std::string &path, std::string &last);
+    DS_ParmInfo &addUnwritten(const char *name, const std::string &path);
     void addRecord(ZEL_ScriptParm &parm, const std::string &path);
-    void addBlock(const ZEL_ScriptParm &parm);
+    void addBlock(const ZEL_ScriptParm &parm, const std::string &path);
     void addLoss(const char *name, const char *what);
     void takeTexts(DS_ParmInfo &info, ZEL_ScriptParm &parm);
     void takeMenu(DS_ParmInfo &info, const ZEL_ScriptParm &parm);

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_Callback.h
 /// What an application hangs on a template to be told of a change: a function and its data.
 ///
@@ -7,6 +6,7 @@
 ///             application's and must live as long as any template that carries the callback.
 /// Threads:    a value. The function runs on the thread that makes the change.
 /// Errors:     the function answers 1 when it has done something, 0 otherwise; an empty one 0.
+#pragma once
 
 #include <cstdint>
 

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_Conditional.h
 /// One condition on other parameters' values: `{ a == 1 b != 2 } { c > 3 }`.
 ///
@@ -25,6 +24,7 @@
 /// Blanks are the space and the bytes 9 to 13. A word with "}" directly behind it as the start of a
 /// comparison is dropped: `{ a}` is a group without comparisons, which always holds, and `{ a }`
 /// compares `a` with the empty text.
+#pragma once
 
 #include <KIT/KIT_Array.h>
 #include <ZEL/ZEL_ConditionalBase.h>

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_ConditionalBase.h
 /// The root of what says when a parameter is disabled, hidden or must not cook.
 ///
@@ -6,6 +5,7 @@
 ///             one for each type, one for each folder.
 /// Ownership:  templates borrow conditionals; instance() hands a new one to the caller.
 /// Threads:    const calls from any thread; filled by one thread, before the templates are used.
+#pragma once
 
 #include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_API.h>

@@ -1,10 +1,10 @@
-#pragma once
 /// \file ZEL_ConditionalGroup.h
 /// The conditions of one parameter: at most one of each type.
 ///
 /// Ownership:  owns its conditions; what is added is copied, and copies are deep.
 /// Threads:    const calls from any thread; changes by one thread at a time.
 /// Errors:     as ZEL_Conditional: a text that can't be read adds an empty condition.
+#pragma once
 
 #include <ZEL/ZEL_ConditionalBase.h>
 

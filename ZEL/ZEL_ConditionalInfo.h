@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_ConditionalInfo.h
 /// One brace group of a condition: comparisons that must all hold.
 ///
@@ -7,6 +6,7 @@
 ///             `{ a == 1 b != 2 }` is one group of two comparisons.
 /// Ownership:  owns copies of the words.
 /// Threads:    const calls from any thread; changes by one thread at a time.
+#pragma once
 
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_ValArray.h>

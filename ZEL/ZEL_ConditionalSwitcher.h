@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_ConditionalSwitcher.h
 /// The conditions of a set of folders: those of the whole set, and those of each tab.
 ///
@@ -7,6 +6,7 @@
 /// Ownership:  owns its conditions; what is added is copied, and copies are deep.
 /// Threads:    const calls from any thread; changes by one thread at a time.
 /// Errors:     as ZEL_Conditional: a text that can't be read adds an empty condition.
+#pragma once
 
 #include <ZEL/ZEL_ConditionalGroup.h>
 

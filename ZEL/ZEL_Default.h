@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_Default.h
 /// The default of one component: a number, and a text where the type wants one.
 ///
@@ -10,6 +9,7 @@
 ///             with setString(text, true). Copies share the pointer.
 /// Threads:    const calls from any thread.
 /// Errors:     none.
+#pragma once
 
 #include <TRK/TRK_Types.h>
 #include <ZEL/ZEL_API.h>

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_DialogScript.h
 /// The kinds of dialog scripts, and their names; ZEL_DialogScript.def tells what each describes.
 ///
@@ -6,6 +5,7 @@
 /// Threads:    the interface's thread only: the table of names is made, without a lock, by the first
 ///             look-up.
 /// Errors:     ZEL_DIALOG_NONE for an unknown name, null for a number that is no kind.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 

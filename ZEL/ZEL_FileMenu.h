@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_FileMenu.h
 /// A menu whose rows come from data files, so that a site can put its own resolutions, devices and
 /// filters into it; docs/menus.md tells how.
@@ -13,6 +12,7 @@
 /// Errors:     none. A file that can't be read has no rows; a line with the wrong number of fields
 ///             makes none.
 /// Cost:       the files are read once, when the menu is asked for first.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_Name.h>

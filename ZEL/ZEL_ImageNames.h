@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_ImageNames.h
 /// What keeps an image's file name, its format and its options in step when the user changes one.
 ///
@@ -6,6 +5,7 @@
 ///             is written, as PIX_TileOptions reads and packs them.
 /// Threads:    any.
 /// Errors:     what tells no format changes nothing.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 

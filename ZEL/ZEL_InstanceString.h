@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_InstanceString.h
 /// Puts instance numbers into a name: how one description becomes the parameters of many items.
 ///
@@ -17,6 +16,7 @@
 ///                 protected, becomes "_" ("t#_#" with 1 gives "t1__")
 ///     repeat      for a text that is no token: the numbers start over until every mark is filled
 ///     neither     a label: marks left over stay, numbers left over are not used
+#pragma once
 
 #include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_API.h>

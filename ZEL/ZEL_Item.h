@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_Item.h
 /// A menu entry with an icon.
 ///
@@ -6,6 +5,7 @@
 /// Ownership:  token, label and icon are borrowed from the constructor's texts; setIcon() copies.
 ///             Copies of an item own their icon.
 /// Threads:    const calls from any thread; changes by one thread at a time.
+#pragma once
 
 #include <KIT/KIT_String.h>
 #include <ZEL/ZEL_API.h>

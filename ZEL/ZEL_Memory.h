@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_Memory.h
 /// The library's memory accounts, for applications that want their parameter data counted.
 ///
@@ -9,6 +8,7 @@
 /// Errors:     null when memory is exhausted, nothing counted.
 ///
 /// The library itself keeps nothing in these accounts.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 

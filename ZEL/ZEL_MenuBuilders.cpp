@@ -75,7 +75,9 @@ namespace
 class Rows
 {
 public:
-    Rows(ZEL_Name *names, int size) : myNext(names), myFree(size - 1), myEmptyFlag(size < 1) {}
+    Rows(ZEL_Name *names, int size)
+        : myNext(names), myFree(size < 1 ? 0 : size - 1), myEmptyFlag(size < 1)
+    {}
     ~Rows()
     {
         if (!myEmptyFlag) {

@@ -99,7 +99,7 @@ public:
     void destroyChildParms() override;
 
     /// Makes or removes items at the end until `count` exist (0 for a negative count). Nothing
-    /// while it runs already. `evaluateChildren` is passed on and has no effect at present.
+    /// while it runs already. `evaluateChildren` changes nothing.
     void setNumInstances(int count, bool evaluateChildren);
     /// The new item has the defaults, the values from there on move up. Nothing at the range's
     /// hard maximum.

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_Name.h
 /// The two names of a parameter or menu entry: the token for programs, the label for people.
 ///
@@ -11,6 +10,7 @@
 /// Threads:    const calls from any thread; changes by one thread at a time.
 /// Errors:     none; a null text is the null state, told from the empty text.
 /// Cost:       a name made from literals measures and hashes them once and allocates nothing.
+#pragma once
 
 #include <KIT/KIT_StringHolder.h>
 #include <KIT/KIT_ValArray.h>

@@ -10,24 +10,25 @@
 
 #include <cstddef>
 
-/// Stored: append only.
+/// The words in the order of the table. Stored: append only.
 enum ZEL_ParmIOToken : int
 {
-    ZEL_IO_TAB = 0,
-    ZEL_IO_BLANK = 1,
-    ZEL_IO_OPEN = 2,
-    ZEL_IO_CLOSE = 3,
-    ZEL_IO_LOCKS = 4,
-    ZEL_IO_AUTOSCOPE = 5,
-    ZEL_IO_BYPASS = 6,
-    ZEL_IO_LABEL = 7,
-    ZEL_IO_COLOR = 8,
-    ZEL_IO_AUTOSELECT = 9,
-    ZEL_IO_TOKEN_COUNT
+    ZEL_IO_TAB = 0,        ///< a tab, between the words
+    ZEL_IO_BLANK = 1,      ///< a blank
+    ZEL_IO_OPEN = 2,       ///< "["
+    ZEL_IO_CLOSE = 3,      ///< "]"
+    ZEL_IO_LOCKS = 4,      ///< "locks": the locked components
+    ZEL_IO_AUTOSCOPE = 5,  ///< "autoscope": the components that are scoped by themselves
+    ZEL_IO_BYPASS = 6,     ///< "bypass"
+    ZEL_IO_LABEL = 7,      ///< "zellabel": a label that was changed
+    ZEL_IO_COLOR = 8,      ///< "zelcolor": a component's channel colour
+    ZEL_IO_AUTOSELECT = 9, ///< "autosel": the components that are selected by themselves
+    ZEL_IO_TOKEN_COUNT     ///< how many there are
 };
 
 /// The word, never null; "" outside the table.
 ZEL_API const char *getPacketIOToken(ZEL_ParmIOToken token);
+/// The length of the word.
 ZEL_API std::size_t getPacketIOTokenLen(ZEL_ParmIOToken token);
 /// The packet id of the option's binary form, -1 for what is punctuation only.
 ZEL_API int getPacketIOBinaryId(ZEL_ParmIOToken token);

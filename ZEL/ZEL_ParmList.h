@@ -245,6 +245,7 @@ public:
     /// Calls the handler with the parameter's index, -1 for null or one that has left the list.
     /// Errors raised inside are dropped and the thread's expression error number is put back.
     void sendChangeEvent(TRK_CHANGE_TYPE type, const ZEL_Parm *parm) const;
+    /// How many components are marked *send extra* (see ZEL_Instance.h).
     int getNumSendExtra() const { return BASload(myNumSendExtra); }
     void bumpNumSendExtra(int by) { __atomic_fetch_add(&myNumSendExtra, by, __ATOMIC_RELAXED); }
     ///@}
@@ -260,6 +261,8 @@ public:
     void setUserMask(std::uint32_t mask) { myUserMask = mask; }
     std::uint32_t getAssetPermissionMask() const { return myAssetPermissionMask; }
     void setAssetPermissionMask(std::uint32_t mask) { myAssetPermissionMask = mask; }
+    /// Whether any bit of the mask is in all three masks; the other forms leave the asset's out, or ask
+    /// it alone.
     bool canAccess(unsigned mask, const ZEL_Type &type) const;
     bool canAccessIgnoringAssetMask(unsigned mask, const ZEL_Type &type) const;
     bool canAccessCheckingOnlyAssetMask(unsigned mask, const ZEL_Type &type) const;
@@ -267,22 +270,28 @@ public:
 
     // ------------------------------------------------------------------ //
     /// \name Walks over all parameters
+    /// Where nothing else is told, a walk does for each what ZEL_Parm's operation of that name does.
     // ------------------------------------------------------------------ //
     ///@{
     /// Every parameter at its factory default; true for an empty list.
     bool allDefaults() const;
+    /// No component is dirty.
     bool areAllFlagsClean() const;
     void clearAllDirtyFlags();
     void clearAllUndoSavedFlags();
     bool hasAnyChannels() const;
     bool hasSpareOrMultiInstanceParms() const { return myInstanceTokens.entries() != 0; }
+    /// Whether any text uses the variable.
     bool notifyVarChange(const char *name);
     void reloadChannelPtrs();
     void validateChannelNames();
+    /// No change is told.
     void clearAndDestroyChannels();
     /// Forward to the parameter of that channel token; 0 if there is none.
     int channelPtrModified(const KIT_StringRef &token);
     int addChannel(const KIT_StringRef &token);
+    /// In the parameters' texts and in the channels' expressions; `changeString` answers how many it
+    /// changed.
     bool findString(const char *text, bool fullWord, bool usePattern) const;
     int changeString(const char *from, const char *to, bool fullWord);
     /// OR of all parameters' states.
@@ -331,7 +340,7 @@ public:
     void dumpMicroNodes(std::ostream &os, bool cookOnly, int level) const;
     /// `ZEL_Instance::propagateDirty` for one parameter or, with a negative index, for each in turn:
     /// there only what has changed, whatever `all` says, and `node` once at most. The callback may
-    /// remove parameters.
+    /// remove parameters, but neither the list nor `node`.
     void propagateDirtyParmMicroNodes(int parmIndex,
                                       const std::function<void(LNK_MicroNode &)> &callback,
                                       LNK_MicroNode *node, bool all);
@@ -356,6 +365,7 @@ public:
     ZEL_PresetInfo *getPresetInfo() const { return myPresetInfo; }
     TRK_Collection *getChannelGroupPtr() const { return myCollection; }
     void setChannelGroupPtr(TRK_Collection *collection);
+    /// Rises with each parameter that comes or goes: an index kept from before may be another's.
     std::uint32_t getAddRemoveCount() const { return myAddRemoveCount; }
     void setAddRemoveCount(std::uint32_t count) { myAddRemoveCount = count; }
 
@@ -380,11 +390,13 @@ public:
     /// \name Statics
     // ------------------------------------------------------------------ //
     ///@{
+    /// While a pair is open, lists are being made or loaded in this process. Pairs nest.
     static void beginLoading() { ++theZELLoadCount; }
     static void endLoading() { --theZELLoadCount; }
     static bool isLoading() { return theZELLoadCount != 0; }
     static ZEL_ORCallback *getORCallback() { return theORCallback; }
     static void setORCallback(ZEL_ORCallback *callback) { theORCallback = callback; }
+    /// Drop, or rename, the tables kept under a shared name; lists that have them keep them.
     static void removeOpSharedInfo(const KIT_StringRef &sharedName);
     static void renameOpSharedInfo(const KIT_StringRef &oldName, const KIT_StringHolder &newName);
     ///@}

@@ -93,7 +93,8 @@ public:
     virtual int getParmEditState() = 0;
     /// *Evaluation.* A new array of vector-size dependency nodes for the parameter; the library
     /// owns and deletes it as one array, so the elements may be of a subclass that adds slots but no
-    /// fields. Called once for a parameter, under its lock. Base: `ZEL_ParmMicroNode::createArray`.
+    /// fields. Called once for a parameter, under its lock: it must not ask for that parameter's
+    /// nodes. Base: `ZEL_ParmMicroNode::createArray`.
     virtual ZEL_ParmMicroNode *createParmMicroNodes(ZEL_Parm &parm) const;
     /// Base: a null holder.
     virtual KIT_StringHolder evaluateDisableExpression(const ZEL_Parm &parm,

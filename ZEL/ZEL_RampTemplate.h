@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_RampTemplate.h
 /// The small template arrays that describe one key of a ramp.
 ///
@@ -11,6 +10,7 @@
 ///             its own; ZELfreeRampTemplate() frees all of it. The rest is borrowed.
 /// Threads:    any; the built-in arrays are made once, by whoever asks first.
 /// Errors:     a type that is no ramp gives null, 0 or the empty text.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_Callback.h>

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_Range.h
 /// The limits of a number, each for the user interface, for the value, or for both.
 ///
@@ -6,6 +5,7 @@
 /// Units:      those of the value.
 /// Threads:    const calls from any thread.
 /// Cost:       everything is inline.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_ScriptGroup.h
 /// The pages of one set of folders, or the one page of a multi-parameter.
 ///
@@ -7,6 +6,7 @@
 /// Ownership:  owns its pages, sizes and conditions; templates borrow the last two.
 /// Threads:    one thread at a time.
 /// Errors:     a page that isn't there is null.
+#pragma once
 
 #include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_API.h>

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_ScriptImports.h
 /// Where in an interface the stretches stand that are to be taken from other nodes.
 ///
@@ -10,6 +9,7 @@
 /// Threads:    const calls from any thread; changes by one thread at a time.
 /// Errors:     a block that isn't there is null.
 /// Cost:       a look-up scans the blocks.
+#pragma once
 
 #include <KIT/KIT_Array.h>
 #include <KIT/KIT_String.h>

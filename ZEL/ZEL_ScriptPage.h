@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_ScriptPage.h
 /// A brace block of a dialog script: a whole dialog, a folder, the items of a multi-parameter or an
 /// import.
@@ -22,6 +21,7 @@
 ///                  block each, collection too, and tabbreak in a block ends its set.
 ///     items        multiparm, multiscroll, multiswitcher, dynamic { ... }
 ///     import       import { source, token, mask, enable and what a page has }
+#pragma once
 
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_ValArray.h>
@@ -74,7 +74,8 @@ public:
     virtual ZEL_ScriptPage *newImportPage();
     /// Reads the block behind "help". Base: reads it and drops it. 0 ends the page.
     virtual int parseHelp(DS_Stream &stream, KIT_String &help);
-    /// Reads what belongs to a word that is no keyword; 0 if it is unknown. Base: theTokens.
+    /// Reads what belongs to a word that is no keyword; 0, with its message, ends the page. Base:
+    /// theTokens, any other word is an error.
     virtual int handleUnknown(DS_Stream &stream, KIT_String &token);
 
     // ---------------------------------------------------------------- //

@@ -145,11 +145,7 @@ bool ZEL_ScriptPage::parseWord(DS_Stream &stream, const Context &context, KIT_St
             return (this->*keyword.parser)(stream, context, keyword);
         }
     }
-    if (handleUnknown(stream, token)) {
-        return true;
-    }
-    ZELscriptError(stream, "script unknown identifier %s", token.nonNullStr());
-    return false;
+    return handleUnknown(stream, token) != 0;
 }
 
 int ZEL_ScriptPage::finishParse(DS_Stream &stream, const Context &context)
@@ -180,9 +176,13 @@ int ZEL_ScriptPage::handleUnknown(DS_Stream &stream, KIT_String &token)
             const int count = known->count < 0 ? -known->count - 1 : known->count;
             for (int i = 0; i < count && stream.getToken(skipped); i++) {
             }
-            return known->count >= 0 || stream.parseBlock(skipped, '\n', false);
+            if (known->count >= 0 || stream.parseBlock(skipped, '\n', false)) {
+                return 1;
+            }
+            break;
         }
     }
+    ZELscriptError(stream, "script unknown identifier %s", token.nonNullStr());
     return 0;
 }
 

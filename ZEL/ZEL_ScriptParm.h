@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_ScriptParm.h
 /// One `parm { ... }` block of a dialog script as it was read, or the record that stands for a set of
 /// folders or a multi-parameter.
@@ -21,6 +20,7 @@
 ///     range        range { 0! 10 }: "!" makes that end a hard one
 ///     conditions   hidewhen "{ a == 1 }" or hidewhen { { a == 1 } { b c } }
 ///     tags         parmtag { name value }, one pair to a block
+#pragma once
 
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>

@@ -1,6 +1,6 @@
-#pragma once
 /// \file ZEL_ScriptPrivate.h
 /// What the parsers of dialog scripts share.
+#pragma once
 
 class DS_Stream;
 class KIT_String;

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_ScriptQuote.h
 /// How dialog scripts write a text as one token.
 ///
@@ -11,6 +10,7 @@
 /// `quoteEmpty` writes an empty text as two double quotes rather than as nothing. `smartQuotes` puts
 /// double quotes around a text that has a blank or a double quote in it; without it no text gets
 /// them, for callers that write their own.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_ScriptTypes.h
 /// The type words of dialog scripts ("float", "vector", "toggle") and what each of them sets.
 ///
@@ -7,6 +6,7 @@
 /// Threads:    any thread; the look-up table is made once.
 /// Errors:     an unknown word gives a negative index, an index outside the rows null.
 /// Cost:       a look-up is a binary search among 49 words.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_Template.h>

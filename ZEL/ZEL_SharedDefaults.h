@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_SharedDefaults.h
 /// The defaults that parameters of many nodes share: 49 objects and arrays, ZELzeroDefaults to
 /// ZELinputLabelDefaults.
@@ -9,6 +8,7 @@
 ///
 /// Ownership:  constant data, there before any code runs; templates borrow it.
 /// Threads:    read only.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_Default.h>

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_SharedMenus.h
 /// Menus that parameters of many nodes share: 47 static choice lists, ZELaxisMenu to ZELxyzMenu.
 ///
@@ -10,6 +9,7 @@
 ///
 /// Ownership:  statics; templates borrow them.
 /// Threads:    made when the library is loaded, read only from then on.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_ChoiceList.h>

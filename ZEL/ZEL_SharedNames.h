@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_SharedNames.h
 /// The names that parameters of many nodes share: 277 objects, ZELangleName to ZELzExpName.
 ///
@@ -7,6 +6,7 @@
 ///
 /// Ownership:  statics that borrow literals; templates borrow them.
 /// Threads:    made when the library is loaded, read only from then on.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_Name.h>

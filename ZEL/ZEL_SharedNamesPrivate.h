@@ -1,7 +1,7 @@
-#pragma once
 /// \file ZEL_SharedNamesPrivate.h
 /// Token and label of each shared name as constants, for tables that are made while the library is
 /// loaded and can't count on the names being there yet.
+#pragma once
 
 namespace ZEL_NameRows
 {

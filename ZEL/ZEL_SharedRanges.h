@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_SharedRanges.h
 /// The ranges that parameters of many nodes share: 34 objects, ZELangleRange to ZELfullunituiRange.
 ///
@@ -6,6 +5,7 @@
 ///
 /// Ownership:  constant data, there before any code runs; templates borrow it.
 /// Threads:    read only.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_Range.h>

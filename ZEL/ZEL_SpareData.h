@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_SpareData.h
 /// The open end of a parameter's description: a map from token to value, both texts.
 ///
@@ -17,6 +16,7 @@
 /// Cost:       a look-up is one probe of an open-addressed table with the token's hash; from a
 ///             literal that is a length and a hash more. A value that is read is not copied, and
 ///             nothing is allocated. A change takes a process-wide spin lock for a moment.
+#pragma once
 
 #include <KIT/KIT_ColorType.h>
 #include <KIT/KIT_StringHolder.h>

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_SpareValuesPrivate.h
 /// The process-wide table of the values that spare data hold: equal values are one text.
 ///
@@ -10,6 +9,7 @@
 /// Errors:     none; when memory is exhausted a value comes back in the null state and isn't counted.
 /// Cost:       one probe under the lock. A value that is there already is neither copied nor hashed
 ///             again.
+#pragma once
 
 #include <KIT/KIT_StringHolder.h>
 #include <ZEL/ZEL_API.h>

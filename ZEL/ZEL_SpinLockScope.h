@@ -25,7 +25,7 @@ public:
         myLock.acquire(mutex, writer);
         myWriterFlag = false;
     }
-    /// Has the lock alone from here on. False when another thread had it in between, so that what was
+    /// The guard, which must hold the lock, has it alone from here on. False when another thread had it in between, so that what was
     /// read before must be read again.
     bool upgradeToWriter()
     {

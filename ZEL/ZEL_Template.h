@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_Template.h
 /// The description of one parameter; an array of them is a node's parameter interface.
 ///
@@ -20,6 +19,7 @@
 ///             first reads of several threads agree. Changes belong to set-up, by one thread.
 /// Errors:     none. A bad index is ignored, or gives null, "" or -1.
 /// Cost:       field reads are inline. Channel tokens are made on the first question for one.
+#pragma once
 
 #include <BAS/BAS_Relaxed.h>
 #include <KIT/KIT_StringHolder.h>

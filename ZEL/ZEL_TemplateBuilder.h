@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_TemplateBuilder.h
 /// A template array out of a dialog script, to which the application then adds what a script can't
 /// hold: callbacks and menus.
@@ -13,6 +12,7 @@
 /// Errors:     a script's messages go where DS_Stream puts them, and the array holds what was read
 ///             before an error. A token that isn't there is told on the standard error stream.
 /// Cost:       a look-up scans the templates.
+#pragma once
 
 #include <KIT/KIT_StringHolder.h>
 #include <ZEL/ZEL_API.h>

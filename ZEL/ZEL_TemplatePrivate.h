@@ -1,6 +1,6 @@
-#pragma once
 /// \file ZEL_TemplatePrivate.h
 /// What the sources of the templates share.
+#pragma once
 
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Type.h>

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_Type.h
 /// What a parameter is: which of the four value kinds it holds, and how the value is read, shown,
 /// named and treated.
@@ -13,6 +12,7 @@
 ///             data and complete before any code runs.
 /// Errors:     loadBinary() answers false; nothing else can fail.
 /// Cost:       every query is inline and reads one or two words.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_TypeConstants.h
 /// The published types: the vocabulary in which every parameter table is written.
 ///
@@ -7,6 +6,7 @@
 ///             copy of the plain name. The rows stand in ZEL_TypeConstants.def.
 /// Threads:    constant data, complete before any code runs; any thread.
 /// Cost:       a look-up by name or by type scans the table (some 200 rows).
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_Type.h>

@@ -1,6 +1,6 @@
-#pragma once
 /// \file ZEL_TypePrivate.h
 /// The two elementary types that no parameter table may name: they appear in published types only.
+#pragma once
 
 #include <ZEL/ZEL_Type.h>
 

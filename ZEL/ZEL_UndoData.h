@@ -10,6 +10,9 @@
 /// that text does. So it has locks, values and the names of channels, but not the channels
 /// themselves, nor aliases, overrides, or whether a parameter is enabled and visible. A flag, label
 /// or colour that was given to a parameter later stays, as the text doesn't speak of it.
+///
+/// Of a data parameter it holds the items themselves and nothing else. Restoring it deletes the
+/// parameter's channels; locks stay as they are.
 #pragma once
 
 #include <KIT/KIT_Array.h>

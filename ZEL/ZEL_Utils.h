@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_Utils.h
 /// Walks over the parameters of folders and of multi-parameters' items.
 ///
@@ -8,6 +7,7 @@
 /// Units:      indices of the list, from 0.
 /// Threads:    those of ZEL_ParmList's const calls.
 /// Errors:     counts that reach past the list end at it.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 

@@ -108,7 +108,7 @@ public:
     /// The same in a literal text for a node that is called otherwise from now on, by its full path
     /// and by the one that leads there from \p collection's node: in its backticks or, without
     /// any, in its words that hold a "/". With a \p name only references that end in it. Null
-    /// paths change nothing. \p collection and \p thread are for resolvers to come.
+    /// paths change nothing. \p collection and \p thread change nothing.
     static int changeStringOpRef(KIT_String &text, const char *oldFullPath, const char *newFullPath,
                                  const char *oldRelativePath, const char *newRelativePath,
                                  const char *name, const TRK_Collection *collection, int thread);

@@ -136,7 +136,7 @@ TEST(CommandFiles, Faults)
         {"", "E: Expecting open brace for script"},
         {"{ name c", "E: Expecting close brace for script"},
         {"{ label x }", "E: parameter page without a name"},
-        {"{ name c icon", "E: Expected icon name; E: script unknown identifier icon"},
+        {"{ name c icon", "E: Expected icon name"},
         {"{ name c wibble }", "E: script unknown identifier wibble"},
         {"{ name c parm { type color } }", "E: parameter without a name"},
         {"{ name c group { name g parm { name x } }", "E: missing closing brace on group"},
@@ -278,6 +278,13 @@ TEST(CommandFiles, MadeMenus)
     EXPECT_EQ(menuOf(0x10, "{ name p }"), "renderers");
     EXPECT_EQ(menuOf(0, "{ name p }"), "none");
     EXPECT_EQ(menuOf(0x8, "{ name p menureplace { a A } }"), " menu1(a/A)");
+    // The templates end at any time.
+    DS_Command many("");
+    DS_Parm plain;
+    for (int i = 1; i <= 40; ++i) {
+        many.addTemplate(&plain, false);
+        ASSERT_EQ(ZEL_Template::countTemplates(many.getTemplateList()), i);
+    }
     DS_Command::setObjectMenuBuilder(nullptr);
     DS_Command::setRenderMenuBuilder(nullptr);
     EXPECT_EQ(menuOf(0x8, "{ name p }"), "none");

@@ -106,6 +106,13 @@ TEST(CommandLines, ThereAndBack)
         {theKinds, "tool -c 0.50 1.0 +1", "tool -c 0.5 1 1"},
         {theKinds, "tool -c 7 0 0", nullptr}, // beyond the sliders
         {theKinds, "tool -c `7.0` x \"\"", "tool -c 7 `x` \"\""},
+        // Numbers that no parameter holds.
+        {theKinds, "tool -c 1e400 0 0", "tool -c inf 0 0"},
+        {theKinds, "tool -c nan -inf 0", nullptr},
+        {theKinds, "tool -n 1e400 -a 1e400", "tool -n 1e400 -a inf"},
+        {theKinds, "tool -a nan -v 99999999999999999999 -2147483649 x",
+         "tool -a nan -v 9223372036854775807 -2147483649 0"},
+        {theKinds, "tool -m 99999999999 -a 0x10", "tool -m two -a 0"},
         // A line that ends too early, words nobody takes, another tool.
         {theKinds, "tool -n", "tool -n 0"},
         {theKinds, "tool x y -t z", "tool -t"},
@@ -173,18 +180,40 @@ TEST(CommandLines, Settings)
     EXPECT_EQ(tool.line(), "tool -c 0.5 0.25 1");
 }
 
-TEST(CommandLines, PlacesInFrontAreKept)
+TEST(CommandLines, PlacesAreLeftOut)
 {
+    // What is off isn't on the line, and the places behind it stay theirs.
     Command tool(thePlaces);
     tool.setNumber("tog.s", 1);
     tool.setText("s", "x");
-    EXPECT_EQ(tool.line(), "tool 0 0 0 0 x");
-    EXPECT_EQ(tool.after(tool.line()), "tool 0 0 0 0 x");
-    EXPECT_EQ(tool.text("s"), "x");
+    EXPECT_EQ(tool.line(), "tool ''''''x");
+    tool.setNumber("tog.p", 1);
+    EXPECT_EQ(tool.line(), "tool 0 ''''x");
+    tool.setText("s", "");
+    EXPECT_EQ(tool.line(), "tool 0 ''''\"\"");
 
+    Command other(thePlaces);
+    EXPECT_EQ(other.after("tool ''''''x ''1"), "tool ''''''x 1");
+    EXPECT_EQ(other.number("tog.p"), 0);
+    EXPECT_EQ(other.number("tog.v"), 0);
+    EXPECT_EQ(other.text("s"), "x");
+    EXPECT_EQ(other.after("tool ''''''''''x 5"), "tool 5") << "beyond the last place";
+    Command last("{ name tool parm { name a } parm { name b required } }");
+    EXPECT_EQ(last.line(), "tool ''''0");
+    EXPECT_EQ(last.after("tool ''''7"), "tool ''''7");
+    EXPECT_EQ(last.after("tool 7"), "tool 7 7");
+}
+
+TEST(CommandLines, EqualOptionsAndRequiredToggles)
+{
     // Equal options: the last one counts. A required record keeps its value.
     Command twice("{ name tool parm { name a option -x required } parm { name b option -x } }");
     EXPECT_EQ(twice.after("tool -x 3"), "tool -x 0 -x 3");
+    // A required toggle is off without its option; one that has a place keeps its value.
+    Command toggles("{ name tool parm { name a option -a type toggle required }"
+                    " parm { name b type toggle required } }");
+    EXPECT_EQ(toggles.after("tool -a 1"), "tool -a 1");
+    EXPECT_EQ(toggles.after("tool"), "tool 1");
 }
 
 TEST(CommandLines, DefaultLine)
@@ -250,8 +279,13 @@ TEST(CommandLines, AnyTextComesBack)
             }
             const std::string line = tool.line();
             ASSERT_EQ(other.after(line), line);
-            const bool onFlag = !list.getParmPtr("tog.s") || tool.number("tog.s");
-            if (onFlag) {
+            const auto isOn = [&list](Command &one, const char *companion) {
+                return !list.getParmPtr(companion) || one.number(companion) != 0;
+            };
+            for (const char *const companion : {"tog.p", "tog.v", "tog.s", "tog.n", "tog.c"}) {
+                ASSERT_EQ(isOn(other, companion), isOn(tool, companion)) << line;
+            }
+            if (isOn(tool, "tog.s")) {
                 ASSERT_EQ(other.text("s"), tool.text("s")) << line;
             }
         }

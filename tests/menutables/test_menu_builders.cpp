@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -71,6 +72,7 @@ TEST_F(Takes, BuildersKeepToTheArray)
             const std::string whole = build(builder, 100);
             const int rows = int(std::count(whole.begin(), whole.end(), '\n'));
             std::string out = rows < 3 ? whole : "";
+            out += build(builder, INT_MIN);
             for (int size = -1; size <= rows + 2; ++size) {
                 const std::string got = build(builder, size);
                 out += got == head(whole, size - 1) ? "" : std::to_string(size) + ":\n" + got;

@@ -80,6 +80,45 @@ TEST(Migration, ACopyStartsFromChangedDefaultsUnlessForced)
     }
 }
 
+TEST(Migration, AnHeirsOwnChannelsGiveWay)
+{
+    ZEL_Default expression[] = {ZEL_Default(0.0, "1+1")};
+    Block before, after;
+    before.add(ZEL_FLT, 1, "a");
+    after.add(ZEL_FLT, 1, "a", "A", expression);
+    TRK_Collection channels;
+    ZEL_ParmList source(before.templates(), &channels, nullptr, nullptr, "", false);
+    source.setFloat(7.0, "a", 0, 0.0, false);
+    ZEL_ParmList heir(after.templates(), &channels, nullptr, nullptr, "", false);
+    ASSERT_EQ(heir.evalFloat("a", 0, 0.0), 2.0);
+    constexpr bool forceCopy = false;
+    heir.adoptParmList(source, forceCopy);
+    heir.reloadChannelPtrs();
+    EXPECT_EQ(heir.evalFloat("a", 0, 0.0), 7.0);
+    expectSound(heir, channels);
+}
+
+TEST(Migration, KeysOfARampAreTakenOverEvenAtTheirDefaults)
+{
+    Block items, top;
+    items.add(ZEL_FLT, 1, "in#");
+    top.addMulti(ZEL_MULTITYPE_RAMP_FLT, "r", nullptr, 2);
+    top.addMulti(ZEL_MULTITYPE_LIST, "m", items.templates(), 1);
+    TRK_Collection channels;
+    ZEL_ParmList source(top.templates(), &channels, nullptr, nullptr, "", false);
+    for (const char *token : {"r1value", "in1"}) {
+        ASSERT_TRUE(source.getParmPtr(token)->isTrueFactoryDefault());
+        source.getParmPtr(token)->setLockedFlag(0, true);
+    }
+    constexpr bool deleteChannels = false, buildDefaults = false, forceCopy = false;
+    ZEL_ParmList heir(top.templates(), &channels, nullptr, nullptr, "", deleteChannels,
+                      buildDefaults);
+    heir.adoptParmList(source, forceCopy);
+    heir.buildDelayedDefaults(deleteChannels);
+    EXPECT_TRUE(heir.getParmPtr("r1value")->getLockedFlag(0));
+    EXPECT_FALSE(heir.getParmPtr("in1")->getLockedFlag(0));
+}
+
 TEST(Migration, OnlyTheTakeFlagCarriesOver)
 {
     SpareRig older, fresh;

@@ -75,8 +75,10 @@ TEST(SpareParms, LocksMasksAndChannelsComeAlong)
     Block before, after;
     before.add(ZEL_XYZ, 3, "a");
     before.add(ZEL_XYZ, 3, "b");
-    before.add(ZEL_FLT, 1, "scoped");
-    after.add(ZEL_FLT, 1, "scoped");
+    for (const char *token : {"scoped", "selected", "overridden"}) {
+        before.add(ZEL_FLT, 1, token);
+        after.add(ZEL_FLT, 1, token);
+    }
     after.add(ZEL_XYZ, 3, "a");
     after.add(ZEL_FLT, 1, "b");
     SpareRig rig;
@@ -86,6 +88,8 @@ TEST(SpareParms, LocksMasksAndChannelsComeAlong)
     rig.animate("b", "1+2", 0);
     rig.animate("b", "2+2", 2);
     rig.parm("scoped").setAutoScopedFlag(0, true);
+    rig.parm("selected").setAutoSelectFlag(0, false);
+    rig.parm("overridden").setOverride(0, 3, "over", ZEL_OVERRIDE_OVERRIDDEN);
     const TRK_Channel *channel = rig.parm("a").getChannel(2);
 
     rig.update(after);
@@ -97,6 +101,19 @@ TEST(SpareParms, LocksMasksAndChannelsComeAlong)
     EXPECT_EQ(rig.expression("b"), "1+2");
     EXPECT_EQ(rig.channels.getChannel("b"), rig.parm("b").getChannel(0));
     EXPECT_TRUE(rig.parm("scoped").getAutoScopedFlag(0));
+    EXPECT_FALSE(rig.parm("selected").getAutoSelectFlag(0));
+    EXPECT_STREQ(rig.parm("overridden").getOverride(0), "over");
+    expectSound(*rig.list, rig.channels);
+}
+
+TEST(SpareParms, AChannelThatWaitsIsLinked)
+{
+    Block set;
+    set.add(ZEL_XYZ, 3, "late");
+    SpareRig rig;
+    rig.channels.addChannel("latey")->initializeFirstSegment("1+6", TRK_LANGUAGE_NATIVE);
+    rig.update(set);
+    EXPECT_EQ(valueText(rig.parm("late")), "0,7,0");
     expectSound(*rig.list, rig.channels);
 }
 
@@ -355,6 +372,22 @@ TEST(SwitcherMirror, TheTargetFollowsAndKeepsWhatItShowed)
     EXPECT_EQ(rig.expression(), "");
     EXPECT_EQ(rig.channels.entries(), 0);
     EXPECT_EQ(rig.eval(), 2);
+}
+
+TEST(SwitcherMirror, OneThatIsAMirrorNoLongerLetsGo)
+{
+    Block plain;
+    plain.add(ZEL_SWITCHER_EXCLUSIVE, 1, "mirror");
+    MirrorRig rig;
+    rig.update(&rig.set);
+    rig.animate("mirror", "1+2");
+    ASSERT_EQ(rig.eval(), 3);
+    rig.update(&plain);
+    EXPECT_EQ(rig.expression(), "");
+    EXPECT_EQ(rig.eval(), 3);
+    EXPECT_EQ(rig.eval("mirror"), 3);
+    rig.animate("mirror", "0+1");
+    EXPECT_EQ(rig.eval(), 3);
 }
 
 TEST(SwitcherMirror, AUsersExpressionGivesItsValue)

@@ -458,8 +458,8 @@ TEST(Creator, GroupingAndPages)
     const Case cases[] = {
         {true, false, 0, "A( a ) b B( c ) A( d ) e "},
         {true, false, 1, "A( a ) b B( c ) A( d ) e "},
-        {true, true, 0, "A( a d ) B( c ) b e "},
-        {true, true, 2, "A( a d ) B( c ) b e "},
+        {true, true, 0, "A( a d ) B( c b e ) "},
+        {true, true, 2, "A( a d ) B( c b e ) "},
         {true, true, 1, "A( a d ) B( c ) Page 2( b ) Page 3( e ) "},
         {false, false, 0, "b e "},
         {false, true, 5, "b e "},

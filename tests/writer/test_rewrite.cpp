@@ -59,6 +59,24 @@ struct Contents
     std::map<std::string, std::string> folders;
 };
 
+/// Folders by their labels, and parameters, as they stand: "A( a ) b ".
+std::string outlineOf(const ZEL_ScriptPage &page)
+{
+    std::string all;
+    for (int i = 0; i < page.getParmEntries(); i++) {
+        const ZEL_ScriptParm &parm = *page.getParm(i);
+        if (!parm.getGroup()) {
+            all += std::string(parm.getName().getToken()) + " ";
+        }
+        for (int folder = 0; parm.getGroup() && folder < parm.getGroup()->getPageCount();
+             folder++) {
+            const ZEL_ScriptPage &inner = *parm.getGroup()->getPage(folder);
+            all += inner.getLabel().toStdString() + "( " + outlineOf(inner) + ") ";
+        }
+    }
+    return all;
+}
+
 /// The text between quotes, with the escapes that a script has.
 std::string quotedText(const std::string &text)
 {
@@ -222,6 +240,68 @@ TEST(Rewrite, AnyTextComesBack)
     }
 }
 
+// A block of items goes without its folder falling in two, neighbours of one label stay two, and a
+// folder stays without parameters.
+TEST(Rewrite, FoldersComeBackOneByOne)
+{
+    const char *const labels[] = {"A", "\"A/7 \\\"q\\\"\"", "\"\xc3\xa9\"", "\"\\n\""};
+    for (const std::string label : labels) {
+        const std::string start = "group { name g label " + label + " ";
+        const Rewritten rewritten = rewriteText(
+            "{ name n " + start + "parm { name a } multiparm { name m parm { name x# } }\n" +
+            start + "parm { name b } } parm { name c } } " + start + start +
+            "parm { name d } } } " + start + start + "parm { name e } } " + start +
+            "parm { name f } } } parm { name g } " + start + "parm { name h } } " + start +
+            "} parm { name tx baseparm } " + start + "multiparm { name k parm { name y# } } } }");
+        Dialog dialog(rewritten.text);
+        ASSERT_TRUE(dialog.okFlag) << rewritten.text << dialog.messages;
+        const std::string name = dialog.page.getParm(0)->getGroup()->getPage(0)->getLabel().c_str();
+        EXPECT_EQ(quotedText(name), label == "A" ? "\"A\"" : label);
+        const std::string in = name + "( ";
+        EXPECT_EQ(outlineOf(dialog.page), in + "a " + in + "b ) c ) " + in + in + "d ) ) " + in +
+                                              in + "e ) " + in + "f ) ) g " + in + "h ) " + in +
+                                              ") " + in + ") ");
+        EXPECT_EQ(rewriteText(rewritten.text).text, rewritten.text);
+        // The second of two alone has another form than its label has elsewhere.
+        const std::regex otherForm("label\t\"\\\\[0-7]{3}");
+        const std::sregex_iterator first(rewritten.text.begin(), rewritten.text.end(), otherForm);
+        EXPECT_EQ(std::distance(first, std::sregex_iterator()), 3) << rewritten.text;
+    }
+}
+
+TEST(Rewrite, MenusHaveOneComponent)
+{
+    const Rewritten rewritten = rewriteText("{ name n parm { name p type float size 2 menu { a A } "
+                                            "default { 1 2 } } }");
+    EXPECT_EQ(rewritten.losses, "p: of a parameter with a menu one component is written");
+    Dialog dialog(rewritten.text);
+    EXPECT_TRUE(dialog.okFlag);
+    EXPECT_EQ(dialog.messages, "");
+    EXPECT_EQ(dialog.templates[0].getFactoryDefaults()[0].getFloat(), 1.0);
+    // A component that goes doesn't make a text of the one that stays.
+    EXPECT_NE(rewriteText("{ name n parm { name p size 2 menu { a A } default { 1 x } } }")
+                  .text.find("default\t{ 1 }"),
+              std::string::npos);
+}
+
+// A bracket that stands alone would end the block that it is written into.
+TEST(Rewrite, BracketsAsTexts)
+{
+    const Rewritten rewritten = rewriteText(
+        "{ name n parm { name p type string size 4 default { [ } expression ] ] { "
+        "[ [ expression ] } } parm { name m type string menu { [ \"a\\n]\\n}\" ] } } }");
+    Dialog dialog(rewritten.text);
+    ASSERT_TRUE(dialog.okFlag) << rewritten.text << dialog.messages;
+    EXPECT_EQ(dialog.messages, "");
+    std::string defaults;
+    for (int i = 0; i < 4; i++) {
+        defaults += std::string(dialog.templates[0].getFactoryDefaults()[i].getString()) + "|";
+    }
+    EXPECT_EQ(defaults, "} |]|{|[ |");
+    EXPECT_EQ(dialog.templates[1].getChoiceListPtr()->getScript().toStdString(), "a\n] \n} ");
+    EXPECT_EQ(rewriteText(rewritten.text).text, rewritten.text);
+}
+
 TEST(Rewrite, TheCommentAtTheStartCanNotBeLeft)
 {
     const Rewritten rewritten = rewriteText("{ name n }", "*/ { name other } /*/ */");
@@ -233,14 +313,20 @@ TEST(Rewrite, TheCommentAtTheStartCanNotBeLeft)
 
 TEST(Rewrite, LossesAreTold)
 {
-    const std::string parms = "parm { name b baseparm } multiparm { name m parm { name x# } }\n"
-                              "parm { name n nocookwhen \"{ n == 1 }\" }\n"
-                              "parm { name d type string default { [ t expression ] } }\n"
-                              "group { name g label G hidewhentab \"{ n == 1 }\" }\n";
-    EXPECT_EQ(rewriteText("{ name n " + parms + "}").losses,
-              "b: a parameter of the base interface isn't written; m: a block of items isn't "
-              "written; n: nocookwhen isn't written; d: the meaning of a default isn't written; "
-              "G: conditions of a folder aren't written");
+    const std::string parms =
+        "parm { name b baseparm } multiparm { name m parm { name x# } }\n"
+        "parm { name n nocookwhen \"{ n == 1 }\" }\n"
+        "parm { name d type string default { [ t expression ] } }\n"
+        "group { name g label G hidewhentab \"{ n == 1 }\" parm { name i } }\n"
+        "group { name o obsolete parm { name j } }\n"
+        "group { name h invisibletab parm { name k } parm { name l obsolete } }\n";
+    EXPECT_EQ(
+        rewriteText("{ name n " + parms + "}").losses,
+        "b: a parameter of the base interface isn't written; m: a block of items isn't "
+        "written; n: nocookwhen isn't written; d: the meaning of a default isn't written; "
+        "G: conditions of a folder aren't written; "
+        "h: an invisible folder is written as a visible one; l: an obsolete parameter isn't written; "
+        "o: an obsolete folder isn't written");
     EXPECT_EQ(rewriteText("{ name n parm { name f default { [ \"1 + 1\" expression ] } } }").losses,
               "");
     EXPECT_FALSE(rewriteText("{ name n parm { name").okFlag);

@@ -60,8 +60,8 @@ class Form
 public:
     explicit Form(const DS_Command &command) : myList(command.getParmList())
     {
-        const int count = myList ? ZEL_Template::countTemplates(command.getTemplateList()) : 0;
-        while (myNext < count) {
+        myCount = myList ? ZEL_Template::countTemplates(command.getTemplateList()) : 0;
+        while (myNext < myCount) {
             addMember(0);
         }
     }
@@ -74,12 +74,13 @@ private:
     {
         const ZEL_Parm &parm = *myList->getParmPtr(myNext++);
         const ZEL_Template &about = *parm.getTemplatePtr();
-        const bool companionFlag = KIT_String(about.getToken()).startsWith("tog.");
-        if (about.isSwitcher() && companionFlag) {
-            addVector(parm, depth);
-        } else if (about.isSwitcher()) {
-            addFolders(parm, depth);
-        } else if (companionFlag) {
+        if (about.isSwitcher()) {
+            if (isCompanionOf(".InV", about)) {
+                addVector(parm, depth);
+            } else {
+                addFolders(parm, depth);
+            }
+        } else if (isCompanionOf("", about)) {
             const ZEL_Parm &value = *myList->getParmPtr(myNext++);
             addParm(value, about.getLabel(), numberOf(parm) ? "on" : "off", depth);
             return 2;
@@ -87,6 +88,14 @@ private:
             addParm(parm, about.getLabel(), "", depth);
         }
         return 1;
+    }
+
+    /// A record may have such a name too, so what stands behind it decides.
+    bool isCompanionOf(const char *suffix, const ZEL_Template &about) const
+    {
+        const ZEL_Parm *const next = myNext < myCount ? myList->getParmPtr(myNext) : nullptr;
+        return next &&
+               std::string("tog.") + next->getToken() == std::string(about.getToken()) + suffix;
     }
 
     void addFolders(const ZEL_Parm &parm, int depth)
@@ -136,6 +145,7 @@ private:
     }
 
     ZEL_ParmList *myList;
+    int myCount = 0;
     int myNext = 0;
     std::vector<Row> myRows;
 };
