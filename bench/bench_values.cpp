@@ -2,6 +2,7 @@
 //
 //   F  one look-up of the same names in a std::unordered_map<std::string, double>
 //   K  a binary search over ten keys with a linear blend, in plain arrays
+//   A  a load from a plain array
 //
 // Every benchmark runs a block of its operation and a block of its baseline in turn, over one
 // random order of 65,536 steps: a short repeating order would be learned by the branch predictor.
@@ -55,7 +56,8 @@ enum class Kind
     PLAIN,
     KEYED,
     EXPRESSION,
-    VECTOR
+    VECTOR,
+    INTEGER
 };
 
 struct Rig
@@ -71,8 +73,8 @@ struct Rig
         }
         const bool vector = kind == Kind::VECTOR;
         for (ZEL_Name &name : names) {
-            templates.emplace_back(vector ? ZEL_XYZ : ZEL_FLT, vector ? 3 : 1, &name, nullptr,
-                                   nullptr, &range);
+            const ZEL_Type &type = vector ? ZEL_XYZ : kind == Kind::INTEGER ? ZEL_INT : ZEL_FLT;
+            templates.emplace_back(type, vector ? 3 : 1, &name, nullptr, nullptr, &range);
         }
         templates.emplace_back();
         list = makeList(&channels);
@@ -135,7 +137,7 @@ struct Rig
 Rig &rig(Kind kind)
 {
     static Rig theRigs[] = {Rig(Kind::PLAIN), Rig(Kind::KEYED), Rig(Kind::EXPRESSION),
-                            Rig(Kind::VECTOR)};
+                            Rig(Kind::VECTOR), Rig(Kind::INTEGER)};
     return theRigs[int(kind)];
 }
 
@@ -144,6 +146,16 @@ double baselineF(const Rig &r)
     double sum = 0.0;
     for (int step : r.order) {
         sum += r.map.find(r.tokens[std::size_t(step)])->second;
+    }
+    return sum;
+}
+
+double baselineA(const Rig &r)
+{
+    static const std::vector<double> theArray(theParms, 1.0);
+    double sum = 0.0;
+    for (int step : r.order) {
+        sum += theArray[std::size_t(step)];
     }
     return sum;
 }
@@ -186,14 +198,16 @@ double byKeptReference(const Rig &r)
     return sum;
 }
 
+/// VALUE is what is read: a number of either kind.
+template <class VALUE>
 double byHandle(const Rig &r)
 {
     const int thread = BASgetSTID();
     double sum = 0.0;
     for (int step : r.order) {
-        double value;
+        VALUE value;
         r.parms[std::size_t(step)]->getValue(0.0, value, 0, thread);
-        sum += value;
+        sum += double(value);
     }
     return sum;
 }
@@ -247,14 +261,15 @@ double byVector(const Rig &r)
     return sum;
 }
 
-double setPropagated(const Rig &r)
+template <bool PROPAGATE>
+double set(const Rig &r)
 {
     double count = 0.0;
     r.list->setEventHandler(
         &count, [](void *data, TRK_CHANGE_TYPE, int) { ++*static_cast<double *>(data); });
     double value = 0.0;
     for (int step : r.order) {
-        r.list->setFloat(value, r.refs[std::size_t(step)], 0, 0.0, true);
+        r.list->setFloat(value, r.refs[std::size_t(step)], 0, 0.0, PROPAGATE);
         value += 1.0;
     }
     r.list->setEventHandler(nullptr, nullptr);
@@ -391,17 +406,20 @@ int main(int argc, char **argv)
         ->Iterations(1);
     add("get/by_text/F", Kind::PLAIN, byText, baselineF);
     add("get/by_reference/F", Kind::PLAIN, byKeptReference, baselineF);
-    add("get/by_handle/F", Kind::PLAIN, byHandle, baselineF);
+    add("get/by_handle/F", Kind::PLAIN, byHandle<double>, baselineF);
+    add("get/by_handle/A", Kind::PLAIN, byHandle<double>, baselineA);
+    add("get/integer/F", Kind::INTEGER, byHandle<int>, baselineF);
     add("get/vector_of_three/F", Kind::VECTOR, byVector, baselineF);
     add("get/ten_keys/K", Kind::KEYED, byHandleAtTimes, baselineK);
     add("get/expression_of_two/F", Kind::EXPRESSION, byExpression, baselineF);
-    add("set/propagated/F", Kind::PLAIN, setPropagated, baselineF);
+    add("set/alone/F", Kind::PLAIN, set<false>, baselineF);
+    add("set/propagated/F", Kind::PLAIN, set<true>, baselineF);
     benchmark::RegisterBenchmark("build/per_parameter/F", buildLists)
         ->UseManualTime()
         ->Unit(benchmark::kMillisecond);
     addThreaded("threads/by_text", Kind::PLAIN, byText);
     addThreaded("threads/by_reference", Kind::PLAIN, byKeptReference);
-    addThreaded("threads/by_handle", Kind::PLAIN, byHandle);
+    addThreaded("threads/by_handle", Kind::PLAIN, byHandle<double>);
     addThreaded("threads/vector_of_three", Kind::VECTOR, byVector);
     addThreaded("threads/ten_keys_frame_by_frame", Kind::KEYED, byHandleFrameByFrame);
     addThreaded("threads/ten_keys_any_time", Kind::KEYED, byHandleAtTimes);

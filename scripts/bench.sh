@@ -8,7 +8,8 @@ set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-install_missing "${build_packages[@]}" libbenchmark-dev
+install_missing "${build_packages[@]}" libbenchmark-dev pkg-config \
+    libglib2.0-dev qtbase5-dev
 
 headline "Build (build/bench)"
 cmake --preset bench
