@@ -11,6 +11,8 @@
 // a block of its operation and a block of its baseline in turn. Counters: `ns` and `base_ns` for one
 // parameter, `speedup` of the two, `MB_s` and `base_MB_s` of each one's own bytes.
 
+#include "BenchBeside.h"
+
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
 #include <ZEL/ZEL_Name.h>
@@ -22,8 +24,6 @@
 #include <benchmark/benchmark.h>
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -38,15 +38,8 @@ namespace
 {
 
 using Json = nlohmann::json;
-using Clock = std::chrono::steady_clock;
-
 constexpr std::size_t theLists = 1000;
 constexpr std::size_t theParms = 100;
-
-double seconds(Clock::duration time)
-{
-    return std::chrono::duration<double>(time).count();
-}
 
 enum class Values
 {
@@ -255,23 +248,14 @@ std::size_t loadPlain(Rig &r, Form form)
 void beside(benchmark::State &state, Values kind, Form form, Block operation, Block baseline)
 {
     Rig &r = rig(kind);
-    double best = 1e9, bestBase = 1e9;
+    constexpr double theSteps = double(theLists) * theParms;
     double bytes = 0.0, baseBytes = 0.0;
-    for (auto _ : state) {
-        const auto start = Clock::now();
-        baseBytes = double(baseline(r, form));
-        const auto middle = Clock::now();
-        bytes = double(operation(r, form));
-        const auto end = Clock::now();
-        bestBase = std::min(bestBase, seconds(middle - start));
-        best = std::min(best, seconds(end - middle));
-        state.SetIterationTime(seconds(end - middle));
-    }
-    state.counters["ns"] = best * 1e9 / double(theLists * theParms);
-    state.counters["base_ns"] = bestBase * 1e9 / double(theLists * theParms);
-    state.counters["speedup"] = bestBase / best;
-    state.counters["MB_s"] = bytes / best * 1e-6;
-    state.counters["base_MB_s"] = baseBytes / bestBase * 1e-6;
+    const BenchTimes best = benchBeside(
+        state, theSteps, theSteps, [&] { bytes = double(operation(r, form)); },
+        [&] { baseBytes = double(baseline(r, form)); });
+    state.counters["speedup"] = best.baseline / best.operation;
+    state.counters["MB_s"] = bytes / best.operation * 1e-6;
+    state.counters["base_MB_s"] = baseBytes / best.baseline * 1e-6;
 }
 
 void add(const char *name, Values kind, Form form, Block operation, Block baseline)

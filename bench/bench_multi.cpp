@@ -4,6 +4,8 @@
 // The two sizes run in turn within each benchmark. Counters: `small_us` and `large_us` for one whole
 // operation, `growth` their ratio (10 is linear), `ns_item` for an item of the larger.
 
+#include "BenchBeside.h"
+
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -13,13 +15,10 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
 #include <limits>
 
 namespace
 {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr int theSmall = 1000;
 constexpr int theLarge = 10000;
@@ -65,9 +64,7 @@ double measure(Operation operation, int items)
     if (operation != Operation::GROW) {
         points.resize(items);
     }
-    const Clock::time_point start = Clock::now();
-    run(points, operation, items);
-    return std::chrono::duration<double>(Clock::now() - start).count();
+    return benchSeconds([&] { run(points, operation, items); });
 }
 
 /// The best time of each size counts.

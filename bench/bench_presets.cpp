@@ -7,6 +7,8 @@
 //
 // Each row has `ns`, `base_ns` and the `ratio` of both, of the best block.
 
+#include "BenchBeside.h"
+
 #include <KIT/KIT_PathSearch.h>
 #include <STO/STO_IndexFile.h>
 #include <ZEL/ZEL_Name.h>
@@ -17,8 +19,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -32,8 +32,6 @@
 
 namespace
 {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t thePresets = 1000;
 constexpr std::size_t theParms = 20;
@@ -171,21 +169,8 @@ void writeFile(Rig &r)
 void beside(benchmark::State &state, std::size_t steps, Block operation, Block baseline)
 {
     Rig &r = rig();
-    using Seconds = std::chrono::duration<double>;
-    double best = 1e9, bestBase = 1e9;
-    for (auto _ : state) {
-        const auto start = Clock::now();
-        baseline(r);
-        const auto middle = Clock::now();
-        operation(r);
-        const auto end = Clock::now();
-        bestBase = std::min(bestBase, Seconds(middle - start).count());
-        best = std::min(best, Seconds(end - middle).count());
-        state.SetIterationTime(Seconds(end - middle).count());
-    }
-    state.counters["ns"] = best * 1e9 / double(steps);
-    state.counters["base_ns"] = bestBase * 1e9 / double(steps);
-    state.counters["ratio"] = best / bestBase;
+    benchBeside(
+        state, double(steps), double(steps), [&] { operation(r); }, [&] { baseline(r); });
 }
 
 void add(const char *name, std::size_t steps, Block operation, Block baseline)

@@ -3,10 +3,10 @@
 // ratios stand beside those of get/ and set/ of the program `values`. Which of the frameworks the
 // machine has decides what is here.
 
+#include "BenchBeside.h"
+
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <chrono>
 #include <random>
 #include <string>
 #include <unordered_map>
@@ -69,22 +69,9 @@ using Block = double (*)();
 
 void beside(benchmark::State &state, Block operation)
 {
-    using Clock = std::chrono::steady_clock;
-    using Seconds = std::chrono::duration<double>;
-    double best = 1e9, bestBase = 1e9;
-    for (auto _ : state) {
-        const auto start = Clock::now();
-        benchmark::DoNotOptimize(baselineF());
-        const auto middle = Clock::now();
-        benchmark::DoNotOptimize(operation());
-        const auto end = Clock::now();
-        bestBase = std::min(bestBase, Seconds(middle - start).count());
-        best = std::min(best, Seconds(end - middle).count());
-        state.SetIterationTime(Seconds(end - middle).count());
-    }
-    state.counters["ns"] = best * 1e9 / theSteps;
-    state.counters["base_ns"] = bestBase * 1e9 / theSteps;
-    state.counters["ratio"] = best / bestBase;
+    benchBeside(
+        state, theSteps, theSteps, [&] { benchmark::DoNotOptimize(operation()); },
+        [] { benchmark::DoNotOptimize(baselineF()); });
 }
 
 [[maybe_unused]] void add(const char *name, Block operation)

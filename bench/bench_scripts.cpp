@@ -11,6 +11,8 @@
 // Each row has `ns` and `base_ns` for one parameter, and the `ratio` of both, of the best block; the
 // parse rows also `MB_s` and `base_MB_s`.
 
+#include "BenchBeside.h"
+
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_TokenString.h>
@@ -25,8 +27,6 @@
 #include <benchmark/benchmark.h>
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <memory>
@@ -38,28 +38,12 @@
 namespace
 {
 
-using Clock = std::chrono::steady_clock;
 using Block = std::function<void()>;
 
-/// The best of each, in turns.
 void beside(benchmark::State &state, std::size_t steps, const Block &operation,
             const Block &baseline)
 {
-    using Seconds = std::chrono::duration<double>;
-    double best = 1e9, bestBase = 1e9;
-    for (auto _ : state) {
-        const auto start = Clock::now();
-        baseline();
-        const auto middle = Clock::now();
-        operation();
-        const auto end = Clock::now();
-        bestBase = std::min(bestBase, Seconds(middle - start).count());
-        best = std::min(best, Seconds(end - middle).count());
-        state.SetIterationTime(Seconds(end - middle).count());
-    }
-    state.counters["ns"] = best * 1e9 / double(steps);
-    state.counters["base_ns"] = bestBase * 1e9 / double(steps);
-    state.counters["ratio"] = best / bestBase;
+    benchBeside(state, double(steps), double(steps), operation, baseline);
 }
 
 // ---------------------------------------------------------------------- //

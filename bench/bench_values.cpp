@@ -9,6 +9,8 @@
 // Counters: `ns` and `base_ns` for one step, `ratio` of the two. `scaling` is the throughput of two
 // threads on one list over that of one.
 
+#include "BenchBeside.h"
+
 #include <BAS/BAS_Thread.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Collection.h>
@@ -23,7 +25,6 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <random>
@@ -39,13 +40,6 @@ namespace
 constexpr int theParms = 100;
 constexpr int theSteps = 65536;
 constexpr int theKeys = 10;
-
-using Clock = std::chrono::steady_clock;
-
-double seconds(Clock::duration time)
-{
-    return std::chrono::duration<double>(time).count();
-}
 
 // -------------------------------------------------------------------------- //
 // The parameters and their baselines
@@ -285,20 +279,9 @@ using Block = double (*)(const Rig &);
 void beside(benchmark::State &state, Kind kind, Block operation, Block baseline)
 {
     const Rig &r = rig(kind);
-    double best = 1e9, bestBase = 1e9;
-    for (auto _ : state) {
-        const auto start = Clock::now();
-        benchmark::DoNotOptimize(baseline(r));
-        const auto middle = Clock::now();
-        benchmark::DoNotOptimize(operation(r));
-        const auto end = Clock::now();
-        bestBase = std::min(bestBase, seconds(middle - start));
-        best = std::min(best, seconds(end - middle));
-        state.SetIterationTime(seconds(end - middle));
-    }
-    state.counters["ns"] = best * 1e9 / theSteps;
-    state.counters["base_ns"] = bestBase * 1e9 / theSteps;
-    state.counters["ratio"] = best / bestBase;
+    benchBeside(
+        state, theSteps, theSteps, [&] { benchmark::DoNotOptimize(operation(r)); },
+        [&] { benchmark::DoNotOptimize(baseline(r)); });
 }
 
 void onTwoThreads(benchmark::State &state, Kind kind, Block operation)
@@ -312,16 +295,14 @@ void onTwoThreads(benchmark::State &state, Kind kind, Block operation)
     };
     double bestOne = 1e9, bestTwo = 1e9;
     for (auto _ : state) {
-        const auto start = Clock::now();
-        work();
-        const auto middle = Clock::now();
-        std::thread other(work);
-        work();
-        other.join();
-        const auto end = Clock::now();
-        bestOne = std::min(bestOne, seconds(middle - start));
-        bestTwo = std::min(bestTwo, seconds(end - middle));
-        state.SetIterationTime(seconds(end - middle));
+        bestOne = std::min(bestOne, benchSeconds(work));
+        const double both = benchSeconds([&] {
+            std::thread other(work);
+            work();
+            other.join();
+        });
+        bestTwo = std::min(bestTwo, both);
+        state.SetIterationTime(both);
     }
     state.counters["scaling"] = 2.0 * bestOne / bestTwo;
 }
@@ -332,25 +313,19 @@ void buildLists(benchmark::State &state)
     Rig &r = rig(Kind::PLAIN);
     TRK_Collection channels;
     std::vector<std::unique_ptr<ZEL_ParmList>> lists(theLists);
-    double best = 1e9, bestBase = 1e9;
-    for (auto _ : state) {
-        const auto start = Clock::now();
-        benchmark::DoNotOptimize(baselineF(r));
-        const auto middle = Clock::now();
-        for (auto &list : lists) {
-            list = r.makeList(&channels);
-        }
-        const auto end = Clock::now();
-        for (auto &list : lists) {
-            list.reset();
-        }
-        bestBase = std::min(bestBase, seconds(middle - start) / theSteps);
-        best = std::min(best, seconds(end - middle) / (theLists * theParms));
-        state.SetIterationTime(seconds(end - middle));
-    }
-    state.counters["ns"] = best * 1e9;
-    state.counters["base_ns"] = bestBase * 1e9;
-    state.counters["ratio"] = best / bestBase;
+    benchBeside(
+        state, theLists * theParms, theSteps,
+        [&] {
+            for (auto &list : lists) {
+                list = r.makeList(&channels);
+            }
+        },
+        [&] { benchmark::DoNotOptimize(baselineF(r)); },
+        [&] {
+            for (auto &list : lists) {
+                list.reset();
+            }
+        });
 }
 
 long residentBytes()

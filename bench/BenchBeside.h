@@ -1,0 +1,48 @@
+#pragma once
+/// \file
+/// One operation beside its baseline: both run in turn, and the best time of each counts, so that what
+/// else the machine does falls on both.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+
+struct BenchTimes
+{
+    double operation = std::numeric_limits<double>::max(); ///< seconds
+    double baseline = std::numeric_limits<double>::max();
+};
+
+template <class WORK>
+double benchSeconds(const WORK &work)
+{
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
+    work();
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+/// Sets the counters `ns` and `base_ns`, the times of one step of each, and `ratio` of the two. After
+/// each run `tidy` puts away what the operation left, untimed.
+template <class OPERATION, class BASELINE, class TIDY = void (*)()>
+BenchTimes benchBeside(
+    benchmark::State &state, double steps, double baseSteps, const OPERATION &operation,
+    const BASELINE &baseline, const TIDY &tidy = [] {})
+{
+    BenchTimes best;
+    for (auto _ : state) {
+        best.baseline = std::min(best.baseline, benchSeconds(baseline));
+        const double time = benchSeconds(operation);
+        best.operation = std::min(best.operation, time);
+        state.SetIterationTime(time);
+        tidy();
+    }
+    const double ns = best.operation * 1e9 / steps;
+    const double baseNs = best.baseline * 1e9 / baseSteps;
+    state.counters["ns"] = ns;
+    state.counters["base_ns"] = baseNs;
+    state.counters["ratio"] = ns / baseNs;
+    return best;
+}
