@@ -9,13 +9,28 @@ ZEL_ConstMicroNode::ZEL_ConstMicroNode(ZEL_ParmMicroNode *source)
     init(source);
 }
 
-ZEL_ConstMicroNode::~ZEL_ConstMicroNode() = default;
+ZEL_ConstMicroNode::~ZEL_ConstMicroNode()
+{
+    leaveSource();
+}
 
 void ZEL_ConstMicroNode::init(ZEL_ParmMicroNode *source)
 {
-    mySource = source;
+    leaveSource();
+    if (source) {
+        if (ZEL_ConstMicroNode *former = source->constNode()) {
+            former->leaveSource();
+        }
+        mySource = source;
+        source->setConstNode(this);
+    }
+}
+
+void ZEL_ConstMicroNode::leaveSource()
+{
     if (mySource) {
-        mySource->setConstNode(this);
+        mySource->setConstNode(nullptr);
+        mySource = nullptr;
     }
 }
 

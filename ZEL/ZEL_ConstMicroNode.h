@@ -3,8 +3,8 @@
 /// on it what must not make the component's own inputs part of their dependency.
 ///
 /// Vocabulary: *source* = the component's node.
-/// Ownership:  an instance owns its companions as one array; a companion borrows its source. Both
-///             arrays die with the instance.
+/// Ownership:  an instance owns its companions as one array, which dies with the instance. A
+///             companion and its source borrow each other: whichever goes first, the other is without.
 /// Threads:    made under the instance's lock, from any thread (`ZEL_Instance::constMicroNode`). The
 ///             source publishes it: propagation goes on beside the making.
 /// Cost:       a parameter whose companions nobody asked for has none.
@@ -25,10 +25,14 @@ public:
     explicit ZEL_ConstMicroNode(ZEL_ParmMicroNode *source);
     ~ZEL_ConstMicroNode() override;
 
-    /// Sets the source and makes this the source's const node.
+    /// Sets the source and makes this the source's const node, in place of another, which then has
+    /// no source. A source of before is without.
     void init(ZEL_ParmMicroNode *source);
 
+    /// Null before `init`, and after the source has gone.
     ZEL_ParmMicroNode *source() const { return mySource; }
+    /// Parts the two.
+    void leaveSource();
 
     // ------------------------------------------------------------------ //
     /// \name Slots of the base, in their order

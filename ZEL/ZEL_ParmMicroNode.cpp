@@ -13,7 +13,12 @@ ZEL_ParmMicroNode::ZEL_ParmMicroNode(ZEL_Parm &parm, int subIndex)
     init(parm, subIndex);
 }
 
-ZEL_ParmMicroNode::~ZEL_ParmMicroNode() = default;
+ZEL_ParmMicroNode::~ZEL_ParmMicroNode()
+{
+    if (ZEL_ConstMicroNode *node = constNode()) {
+        node->leaveSource();
+    }
+}
 
 void ZEL_ParmMicroNode::init(ZEL_Parm &parm, int subIndex)
 {

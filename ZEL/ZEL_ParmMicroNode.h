@@ -43,12 +43,8 @@ public:
     /// The list's index of the parm; -1 without a parm or list.
     int parmIndex() const;
     int subIndex() const { return mySubIndex; }
-    /// The companion, or null. It sets itself.
+    /// The companion, or null. It comes and goes by itself.
     ZEL_ConstMicroNode *constNode() const { return myConstNode.load(std::memory_order_acquire); }
-    void setConstNode(ZEL_ConstMicroNode *node)
-    {
-        myConstNode.store(node, std::memory_order_release);
-    }
 
     // ------------------------------------------------------------------ //
     /// \name Slots of the base, in their order
@@ -66,6 +62,13 @@ public:
     ///@}
 
 private:
+    friend class ZEL_ConstMicroNode;
+
+    void setConstNode(ZEL_ConstMicroNode *node)
+    {
+        myConstNode.store(node, std::memory_order_release);
+    }
+
     ZEL_Parm *myParm = nullptr;
     int mySubIndex = -1;
     std::atomic<ZEL_ConstMicroNode *> myConstNode{nullptr};

@@ -139,11 +139,11 @@ void ZELX_NodeGraph::rebuild(ZELX_Node &node, int parmIndex, double time)
 
 void ZELX_NodeGraph::rebuildParm(ZELX_Node &node, int parmIndex, ZEL_Parm &parm, double time)
 {
+    if (parm.hasMicroNodes() && findWholeNode(node)) {
+        makeMicroNode(node, parm, 0);
+    }
     for (int i = 0; i < parm.getVectorSize(); ++i) {
-        // Taking inputs off clears marks of the whole list: not where there are none.
-        if (parm.hasMicroNodes() && parm.microNode(i)->getNumInputs() > 0) {
-            parm.microNode(i)->clearInputs();
-        }
+        clearReferences(parm, i);
     }
     parm.buildOpDependencies(ZEL_RefId(parmIndex, -1), BASgetSTID());
     for (int i = 0; i < parm.getVectorSize(); ++i) {
@@ -152,6 +152,14 @@ void ZELX_NodeGraph::rebuildParm(ZELX_Node &node, int parmIndex, ZEL_Parm &parm,
         if (parm.getChannel(i) || parm.getType().isStringType()) {
             evaluate(reader, time);
         }
+    }
+}
+
+void ZELX_NodeGraph::clearReferences(ZEL_Parm &parm, int component)
+{
+    // Taking inputs off clears marks of the whole list: not where there are none.
+    if (parm.hasMicroNodes() && parm.microNode(component)->getNumInputs() > 0) {
+        parm.microNode(component)->clearInputs();
     }
 }
 
@@ -254,10 +262,15 @@ int ZELX_NodeGraph::update(double time)
     }
     ZEL_AutoBlockErrors block(BASgetSTID());
     forEachNode(*myRoot, [&](ZELX_Node &node) {
-        forEachParm(node, [&](int, ZEL_Parm &parm) {
+        forEachParm(node, [&](int parmIndex, ZEL_Parm &parm) {
             for (int i = 0; parm.hasMicroNodes() && i < parm.getVectorSize(); ++i) {
                 if (parm.microNode(i)->requiresUpdate()) {
-                    evaluate(Reader{&node, &parm, i}, time);
+                    // What it has read before may be something else than what it reads now.
+                    const Reader reader{&node, &parm, i};
+                    clearReferences(parm, i);
+                    parm.buildOpDependencies(ZEL_RefId(parmIndex, i), BASgetSTID());
+                    findChannelReferences(reader);
+                    evaluate(reader, time);
                     parm.microNode(i)->update();
                     ++count;
                 }

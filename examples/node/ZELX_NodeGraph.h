@@ -52,7 +52,7 @@ public:
     void rebuild(double time);
     /// The same for one parameter; nothing is pushed.
     void rebuild(ZELX_Node &node, int parmIndex, double time);
-    /// Evaluates each component that is dirty, which also tells what it reads at that time, and makes
+    /// Evaluates each component that is dirty, whose references are then those of that time, and makes
     /// it clean. How many those were.
     int update(double time);
     /// Made with the first wish.
@@ -88,6 +88,7 @@ private:
     void referenceRead(const TRK_Collection &collection, const KIT_StringRef &name) override;
 
     void rebuildParm(ZELX_Node &node, int parmIndex, ZEL_Parm &parm, double time);
+    static void clearReferences(ZEL_Parm &parm, int component);
     void findChannelReferences(const Reader &reader);
     void evaluate(const Reader &reader, double time);
     void addReference(const Reader &reader, ZELX_Node &target, const KIT_StringRef &name);

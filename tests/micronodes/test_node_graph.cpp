@@ -129,6 +129,7 @@ TEST(NodeGraph, ComputedNamesAreThoseLastRead)
     EXPECT_EQ(pair.change(*pair.b, "w"), "/b/tx /b/w");
     // Bringing it up to date finds the new name.
     EXPECT_EQ(pair.change(*pair.a, "t", 0), "/a/tx /b/tx");
+    EXPECT_EQ(pair.change(*pair.a, "t", 1), "/a/ty");
     // What the referred one reads in turn is its own.
     setExpression(*pair.a, "t", 0, "ch('w')");
     KIT_Array<LNK_MicroNode *> inputs;
@@ -147,6 +148,55 @@ TEST(NodeGraph, CirclesAndLostReferencesAreHarmless)
     pair.told.clear();
     pair.a->getParms().getParmPtr("t")->sendValueChanged(0, true);
     EXPECT_EQ(pair.takeTold(), "/a/tx /b/tx");
+}
+
+TEST(NodeGraph, GraphNodesThatOthersMadeCountForTheWhole)
+{
+    Pair pair;
+    pair.setText(*pair.b, "name", "../a");
+    pair.a->getParms().getParmPtr("w")->microNode(0);
+    EXPECT_EQ(pair.change(*pair.a, "w"), "/a/w /b/name whole");
+}
+
+TEST(NodeGraph, ParametersComeAndGoUnderTheirEdges)
+{
+    ZEL_Name names[] = {ZEL_Name("s", "S"), ZEL_Name("r", "R")};
+    const ZEL_Template spares[] = {ZEL_Template(ZEL_FLT, 1, &names[0]),
+                                   ZEL_Template(ZEL_FLT, 1, &names[1])};
+    Pair pair;
+    ASSERT_TRUE(pair.a->addSpareParm(spares[0]));
+    setExpression(*pair.b, "t", 0, "ch('../a/s') + ch('../a/w')");
+    EXPECT_EQ(pair.change(*pair.a, "s"), "/a/s /b/tx");
+
+    // New parameters in the place of the old ones take over the nodes, with those who read them.
+    ASSERT_TRUE(pair.a->addSpareParm(spares[1]));
+    EXPECT_EQ(pair.change(*pair.a, "s"), "/a/s /b/tx");
+    pair.a->renewParms(theTemplates, "plain");
+    pair.b->renewParms(theTemplates, "plain");
+    EXPECT_EQ(pair.change(*pair.a, "s"), "/a/s /b/tx");
+    EXPECT_EQ(pair.change(*pair.a, "w"), "/a/w /b/tx");
+
+    // Removed while it is pushed, and its reader not told yet. Going is a change of its own, which
+    // tells both once more.
+    std::string told;
+    bool isRemoved = false;
+    pair.graph->setDirtyCallback([&](LNK_MicroNode &node) {
+        const auto &own = dynamic_cast<const ZEL_ParmMicroNode &>(node);
+        told += own.parm()->getChannelToken(own.subIndex()).c_str();
+        if (!isRemoved) {
+            isRemoved = true;
+            pair.a->removeSpareParm("s");
+        }
+    });
+    pair.graph->parmChanged(*pair.a, TRK_CHANGE_VALUE, pair.a->getParms().getParmIndex("s"));
+    EXPECT_EQ(told, "");
+    ZEL_ParmList &list = pair.a->getParms();
+    const int index = list.getParmIndex("s");
+    list.getParmPtr(index)->setSendExtra(0);
+    pair.graph->parmChanged(*pair.a, TRK_CHANGE_VALUE, index);
+    EXPECT_EQ(told, "sstxtx");
+    EXPECT_EQ(list.getParmIndex("s"), -1);
+    EXPECT_EQ(pair.b->getParms().getNumParmInputs(), 1);
 }
 
 TEST(NodeGraph, EitherMayGoFirst)

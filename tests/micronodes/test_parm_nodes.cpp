@@ -308,6 +308,73 @@ TEST(MicroNodes, CompanionsMoveWithTheirNodes)
     EXPECT_EQ(push(*to.list, 0, nullptr, theAll), "p0:0 const p0:0 p0:1 const p0:1 other");
 }
 
+TEST(MicroNodes, CompanionsAndSourcesPartWhicheverGoesFirst)
+{
+    const auto inputs = [](const LNK_MicroNode &node) {
+        KIT_Array<LNK_MicroNode *> nodes;
+        node.getInputs(nodes);
+        return nodeNames(nodes);
+    };
+    MicroNodeList rig({{ZEL_FLT, 2}});
+    ZEL_Parm &parm = *rig.list->getParmPtr(0);
+    ZEL_ParmMicroNode other(parm, 1);
+    auto source = std::make_unique<ZEL_ParmMicroNode>(parm, 0);
+    auto first = std::make_unique<ZEL_ConstMicroNode>(source.get());
+    EXPECT_EQ(inputs(*first), "p0:0");
+
+    // One source, one companion, and the other way round.
+    auto second = std::make_unique<ZEL_ConstMicroNode>(source.get());
+    EXPECT_EQ(inputs(*first), "");
+    first.reset();
+    EXPECT_EQ(source->constNode(), second.get());
+    second->init(&other);
+    EXPECT_EQ(source->constNode(), nullptr);
+    EXPECT_EQ(inputs(*second), "p0:1");
+
+    second->init(source.get());
+    source.reset();
+    EXPECT_EQ(inputs(*second), "");
+    second->init(&other);
+    second.reset();
+    EXPECT_EQ(other.constNode(), nullptr);
+}
+
+TEST(MicroNodes, TheCallbackMayMoveThem)
+{
+    struct Case
+    {
+        bool away;
+        const char *told;
+    };
+    // Away: the rest is not this parameter's any more. Others in their place: the way goes on there,
+    // and what has read the former ones was collected before.
+    const Case cases[] = {{true, "p0:0 other"}, {false, "p0:0 other p0:1 p0:2"}};
+    for (const Case &one : cases) {
+        MicroNodeList rig({{ZEL_FLT, 3}}), second({{ZEL_FLT, 3}});
+        LNK_MicroNode reader;
+        reader.addExplicitInput(*rig.list->parmMicroNode(0, 0));
+        second.list->parmMicroNode(0, 0);
+        rig.instance(0).setSendExtra(-1);
+        std::string told;
+        rig.list->propagateDirtyParmMicroNodes(
+            0,
+            [&](LNK_MicroNode &node) {
+                told += (told.empty() ? "" : " ") + nodeName(node);
+                if (told == "p0:0") {
+                    (one.away ? second : rig)
+                        .instance(0)
+                        .adopt((one.away ? rig : second).instance(0));
+                }
+            },
+            nullptr, theChanged);
+        EXPECT_EQ(told, one.told);
+        EXPECT_EQ(rig.list->hasParmMicroNode(0), !one.away);
+        EXPECT_EQ(reader.getNumInputs(), one.away ? 1 : 0);
+        EXPECT_EQ(rig.list->getNumSendExtra(), 0);
+        EXPECT_FALSE(rig.list->getParmPtr(0)->hasAnySendExtraFlags());
+    }
+}
+
 TEST(MicroNodes, AnOwnerThatFailsIsAskedAgain)
 {
     struct Tagged : ZEL_ParmMicroNode
