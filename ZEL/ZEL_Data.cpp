@@ -46,14 +46,13 @@ thread_local int ReferenceDepth::theDepth = 0;
 // Life
 // -------------------------------------------------------------------------- //
 
-ZEL_Data::ZEL_Data(ZEL_Template *templatePtr, ZEL_Parm *parm) : ZEL_Instance(templatePtr, parm)
-{
-    myData.setSize(getVectorSize());
-}
+ZEL_Data::ZEL_Data(ZEL_Template *templatePtr, ZEL_Parm *parm)
+    : ZEL_Instance(templatePtr, parm), myData(getVectorSize())
+{}
 
-ZEL_Data::ZEL_Data(const ZEL_Data &source, ZEL_Parm *parm) : ZEL_Instance(source, parm)
+ZEL_Data::ZEL_Data(const ZEL_Data &source, ZEL_Parm *parm)
+    : ZEL_Instance(source, parm), myData(getVectorSize())
 {
-    myData.setSize(getVectorSize());
     ZEL_SpinLockReadScope lock(source.myLock);
     copyItems(source.myData);
 }
@@ -76,10 +75,10 @@ void ZEL_Data::adopt(ZEL_Instance &source)
     setDefaultsInitFlag(true);
 }
 
-void ZEL_Data::copyItems(const KIT_Array<Item> &items)
+void ZEL_Data::copyItems(const Items &items)
 {
-    const std::int64_t count = std::min(items.size(), myData.size());
-    for (std::int64_t i = 0; i < count; ++i) {
+    const int count = std::min(items.size(), myData.size());
+    for (int i = 0; i < count; ++i) {
         std::atomic_store(&myData[i], std::atomic_load(&items[i]));
     }
 }
@@ -287,12 +286,14 @@ void ZEL_Data::expandJSONMap(ZEL_ParmList *list, double time, int index, int thr
             const KIT_StringHolder text = source.get(key)->getS();
             KIT_String newKey;
             KIT_String newText;
+            bool entryTimeDependent = false;
             if (!expandJSONString(list, time, index, thread, key.nonNullStr(), newKey,
-                                  timeDependent) ||
+                                  entryTimeDependent) ||
                 !expandJSONString(list, time, index, thread, text.nonNullStr(), newText,
-                                  timeDependent)) {
+                                  entryTimeDependent)) {
                 break;
             }
+            timeDependent = timeDependent || entryTimeDependent;
             destination.insert(KIT_StringHolder(newKey.nonNullStr()),
                                KIT_JSONValue(newText.nonNullStr()));
         }

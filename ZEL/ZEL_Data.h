@@ -25,8 +25,8 @@
 
 #include <tbb/spin_rw_mutex.h>
 
+#include <cstddef>
 #include <memory>
-#include <string_view>
 
 class ZEL_API ZEL_Data : public ZEL_Instance
 {
@@ -116,7 +116,7 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// Every key and value of `source`, expanded, into `destination`. Marks the component time
-    /// dependent, or not, by what was expanded.
+    /// dependent, or not, by the entries that were inserted.
     void expandJSONMap(ZEL_ParmList *list, double time, int index, int thread,
                        const KIT_JSONValueMap &source, KIT_JSONValueMap &destination) const;
     /// One text. False, after a report, when it can't be expanded; else `timeDependent` is set if
@@ -131,10 +131,32 @@ protected:
     ZEL_Data(const ZEL_Data &source, ZEL_Parm *parm);
 
 private:
+    /// As many values as it is made with, on the heap only when there are more than N.
+    template <class T, int N>
+    class InlineArray
+    {
+    public:
+        explicit InlineArray(int size)
+            : mySize(size), myHeap(size > N ? new T[std::size_t(size)]() : nullptr)
+        {}
+
+        int size() const { return mySize; }
+        T &operator[](int index) { return begin()[index]; }
+        const T &operator[](int index) const { return myHeap ? myHeap[index] : myInline[index]; }
+        T *begin() { return myHeap ? myHeap.get() : myInline; }
+        T *end() { return begin() + mySize; }
+
+    private:
+        int mySize;
+        std::unique_ptr<T[]> myHeap;
+        T myInline[N] = {};
+    };
+    using Items = InlineArray<Item, 4>;
+
     /// One pointer; the index must be valid.
     Item fetch(int index) const { return std::atomic_load(&myData[index]); }
     void store(int index, Item item);
-    void copyItems(const KIT_Array<Item> &items);
+    void copyItems(const Items &items);
     void followReference(ZEL_ParmList *list, double time, int index, int thread, Item &out) const;
 
     double commandTime() const;
@@ -148,7 +170,7 @@ private:
     void loadArgument(const char *argument, int index, TRK_Channel *held, bool asSet);
 
     mutable tbb::spin_rw_mutex myLock;
-    KIT_Array<Item> myData; // vector size
+    Items myData; // vector size
 };
 
 /// The items of all components.

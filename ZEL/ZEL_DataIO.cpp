@@ -17,6 +17,7 @@
 #include <ZEL/ZEL_DataItem.h>
 #include <ZEL/ZEL_SpinLockScope.h>
 
+#include <algorithm>
 #include <cstring>
 #include <sstream>
 #include <string_view>
@@ -320,12 +321,12 @@ int ZEL_Data::loadCommand(int argc, const char *const argv[], int index, bool as
 {
     const int first = validIndex(index) ? index : 0;
     const int end = validIndex(index) ? index + 1 : getVectorSize();
-    KIT_Array<TRK_Channel *> held(getVectorSize(), getVectorSize());
+    InlineArray<TRK_Channel *, 8> held(getVectorSize());
     for (int i = first; !asSet && i < end; ++i) {
         // Two components may share one: the first of them holds it.
         TRK_Channel *channel = getLockedFlag(i) ? nullptr : getChannel(i);
         if (channel) {
-            held[i] = held.find(channel) < 0 ? channel : nullptr;
+            held[i] = std::count(held.begin(), held.end(), channel) == 0 ? channel : nullptr;
             setChannel(i, nullptr);
         }
     }
