@@ -1,10 +1,10 @@
-#pragma once
 /// \file DS_ScriptReaderPrivate.h
 /// The parser behind DS_ScriptReader: it keeps the words that pages and parameters otherwise skip.
 ///
 /// Ownership:  DS_ScriptReader owns the dialog, the dialog its page; pages and parameters borrow it.
 /// Threads:    one thread at a time.
 /// Errors:     as ZEL_ScriptPage. A word that ends with the text keeps nothing.
+#pragma once
 
 #include <DS/DS_HandleBinding.h>
 #include <DS/DS_ScriptReader.h>

@@ -1,4 +1,3 @@
-#pragma once
 /// \file ZEL_MenuBuilders.h
 /// Menus of what the application finds out as it runs, as generators of a ZEL_ChoiceList:
 /// `ZEL_ChoiceList images(ZEL_CHOICELIST_REPLACE, ZELbuildImageMenu);`
@@ -11,6 +10,7 @@
 /// Errors:     null for a row that isn't there.
 /// Cost:       data files are read once for the process, at the first call of their builder; what
 ///             changes in them later isn't seen.
+#pragma once
 
 #include <ZEL/ZEL_API.h>
 

@@ -1,7 +1,7 @@
-#pragma once
-/// \file
+/// \file BenchBeside.h
 /// One operation beside its baseline: both run in turn, and the best time of each counts, so that what
 /// else the machine does falls on both.
+#pragma once
 
 #include <benchmark/benchmark.h>
 

@@ -2,23 +2,47 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Script.h"
 
+#include <STO/STO_Info.h>
 #include <ZEL/ZEL_ParmList.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
+#include <sys/stat.h>
 #include <unistd.h>
+
+namespace
+{
+
+bool fail(const std::string &file, ZELT_Messages &messages)
+{
+    messages.error(file, "can't be written: " + ZELTsystemError());
+    return false;
+}
+
+bool writeBytes(const std::string &file, const std::string &bytes)
+{
+    std::ofstream os(file, std::ios::binary);
+    os << bytes;
+    os.close();
+    return bool(os);
+}
+
+} // namespace
 
 bool ZELTwriteFile(const std::string &file, const std::string &bytes, ZELT_Messages &messages)
 {
     errno = 0;
-    const std::string beside = file + "." + std::to_string(getpid()) + ".part";
-    std::ofstream os(beside, std::ios::binary);
-    os << bytes;
-    os.close();
-    if (!os || std::rename(beside.c_str(), file.c_str()) != 0) {
-        messages.error(file, "can't be written: " + ZELTsystemError());
+    struct stat old;
+    if (stat(file.c_str(), &old) == 0 && !S_ISREG(old.st_mode) && !S_ISDIR(old.st_mode)) {
+        // A pipe or device stays what it is.
+        return writeBytes(file, bytes) || fail(file, messages);
+    }
+    const std::string target = STO_Info::followLinks(file.c_str());
+    const std::string beside = target + "." + std::to_string(getpid()) + ".part";
+    if (!writeBytes(beside, bytes) || std::rename(beside.c_str(), target.c_str()) != 0) {
+        fail(file, messages);
         std::remove(beside.c_str());
         return false;
     }

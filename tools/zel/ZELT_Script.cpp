@@ -112,9 +112,9 @@ bool ZELT_Script::parseStream(KIT_IStream &is, const std::string &file, ZEL_Scri
     const bool parsed = parsePage(page, stream);
     messages.takeErrors(file);
     if (!parsed || messages.getErrorCount() != errorsBefore) {
-        // Some openers fail without a word of their own.
+        // The openers of some blocks fail without a word of their own.
         if (messages.getErrorCount() == errorsBefore) {
-            messages.error(file, "isn't a dialog script");
+            stream.error("Expecting open brace");
         }
         return false;
     }
