@@ -11,6 +11,11 @@ test_packages=(libgtest-dev libbenchmark-dev clang clang-format libclang-rt-14-d
 
 jobs=$(nproc 2>/dev/null || echo 2)
 
+# Sanitizers of these compilers can't place their shadow where the kernel scatters addresses widely.
+fixed_addresses=()
+if setarch -R true 2>/dev/null; then fixed_addresses=(setarch -R); fi
+export UBSAN_OPTIONS=print_stacktrace=1
+
 say() { printf '%s\n' "$*"; }
 headline() { printf '\n== %s\n' "$*"; }
 

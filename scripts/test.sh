@@ -7,7 +7,8 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 # Groups whose tests start threads; they run under the thread sanitizer too.
-thread_groups=(host types instances micronodes overrides ordinals strings data conditions menus threads)
+thread_groups=(host types instances micronodes overrides ordinals strings data conditions menus threads
+               soak)
 fuzz_runs=20000
 
 passed=0
@@ -77,11 +78,6 @@ fuzz() {
         >"$found/log" 2>&1 || { tail -n 60 "$found/log"; return 1; }
     tail -n 1 "$found/log"
 }
-
-# Sanitizers of these compilers can't place their shadow where the kernel scatters addresses widely.
-fixed_addresses=()
-if setarch -R true 2>/dev/null; then fixed_addresses=(setarch -R); fi
-export UBSAN_OPTIONS=print_stacktrace=1
 
 install_missing "${build_packages[@]}" "${test_packages[@]}"
 mkdir -p build
