@@ -22,6 +22,7 @@
 ///     size                 isn't written beside a menu
 ///     default              a text with a meaning has no closing quote
 ///     disablewhen          as records has no operators
+///     help                 braces in a line count when the block is read again
 ///     never                nocookwhen, required, obsolete, experimental, logarithmic, baseparm,
 ///                          menumini, menujoin, usetokenvalue, blocks of items
 

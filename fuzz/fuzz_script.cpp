@@ -1,6 +1,9 @@
 // Fuzzes dialog scripts: reads any text as a dialog, flattens it twice, walks the imports, builds a list
-// of what was read and saves and loads it in both forms.
+// of what was read and saves and loads it in both forms. What could be read is written as a script and
+// read again.
 
+#include <DS/DS_Creator.h>
+#include <DS/DS_ScriptReader.h>
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
@@ -13,6 +16,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -79,6 +83,43 @@ void checkList(ZEL_Template *templates)
     }
 }
 
+/// Reads a script and writes it anew, without the header, which tells the time. False if it can't be
+/// read, or if its help has braces: those of a quoted text count when the block is read again.
+bool rewrite(const std::string &text, std::string &written)
+{
+    struct BareCreator : DS_Creator
+    {
+        using DS_Creator::DS_Creator;
+        void writeHeader(const char *, const char *) override {}
+    };
+    KIT_IStream memory(text.data(), text.size(), KIT_IStream::TEXT);
+    DS_Stream stream(memory, "fuzz", false);
+    DS_ScriptReader reader("fuzz");
+    if (!reader.getPage().parse(stream, true, nullptr, false, true, 0) ||
+        std::strpbrk(reader.getHelpText(), "{}")) {
+        return false;
+    }
+    std::ostringstream os;
+    BareCreator creator(reader, "fuzz");
+    creator.prepareToWriteOutput();
+    creator.openOutput(os);
+    creator.writeOutput();
+    creator.closeOutput();
+    written = os.str();
+    return true;
+}
+
+/// What is lost is lost the first time; a type that the writer narrows shows in its defaults the next.
+void checkRewriting(const std::string &text)
+{
+    std::string first, second, third;
+    if (rewrite(text, first)) {
+        require(rewrite(first, second));
+        require(rewrite(second, third));
+        require(second == third);
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -100,5 +141,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::unique_ptr<ZEL_Template[]> templates = flatten(page);
     checkObsolete(page);
     checkList(templates.get());
+    checkRewriting(std::string(reinterpret_cast<const char *>(data), size));
     return 0;
 }
