@@ -818,7 +818,8 @@ public:
     /// Reverting reaches invisible parameters. On at first.
     static bool getRevertInvisibleToDefaultsFlag() { return theSettings.revertInvisible; }
     static void setRevertInvisibleToDefaultsFlag(bool on) { theSettings.revertInvisible = on; }
-    /// Loading may add spare parameters for channels that no parameter has. On at first.
+    /// What a load finds no parameter for may become a spare parameter, if the list's owner makes
+    /// such: its `createSpareParametersForLoad` looks here. On at first.
     static bool getMakeSpareParmsForUnknownChannelsFlag() { return theSettings.makeSpareParms; }
     static void setMakeSpareParmsForUnknownChannelsFlag(bool on)
     {

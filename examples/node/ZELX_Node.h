@@ -102,8 +102,9 @@ public:
     /// Templates, up to a terminator, for names that the node type doesn't have: a load that meets
     /// such a name makes it a spare parameter. Borrowed; null for none.
     void setSpareTemplates(ZEL_Template *templates) { mySpares.setKnown(templates); }
-    /// With the flag any other name that can be a parameter's becomes a spare float; without, which
-    /// is how a node starts, it is reported and skipped.
+    /// With the flag any other name that can be a parameter's becomes a spare float, unless the
+    /// process wants none (ZEL_Parm::setMakeSpareParmsForUnknownChannelsFlag). Without, which is how
+    /// a node starts, it is reported and skipped.
     void setKeepUnknownNames(bool keep) { mySpares.setKeepUnknownNames(keep); }
     ///@}
 

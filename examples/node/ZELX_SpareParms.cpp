@@ -163,7 +163,8 @@ void ZELX_SpareParms::addForLoad(const char *name, Descriptions &descriptions)
             return;
         }
     }
-    if (myKeepUnknownNames && isValidToken(name)) {
+    if (myKeepUnknownNames && ZEL_Parm::getMakeSpareParmsForUnknownChannelsFlag() &&
+        isValidToken(name)) {
         std::unique_ptr<SpareFloat> &made = myFloats[name];
         if (!made) {
             made = std::make_unique<SpareFloat>(name);

@@ -157,6 +157,11 @@ TEST(Node, UnknownNamesBecomeSpareParametersWhenAsked)
 
     tree.b->setSpareTemplates(spares);
     tree.b->setKeepUnknownNames(true);
+    ZEL_Parm::setMakeSpareParmsForUnknownChannelsFlag(false);
+    EXPECT_TRUE(loadText(*tree.b, "falloff ( 4 )\n"));
+    EXPECT_EQ(tree.b->getParms().getEntries(), 2);
+    ZEL_Parm::setMakeSpareParmsForUnknownChannelsFlag(true);
+
     const std::uint32_t version = tree.b->getStructureVersion();
     EXPECT_TRUE(loadText(*tree.b, entries));
     ZEL_ParmList &parms = tree.b->getParms();
