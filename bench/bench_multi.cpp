@@ -16,12 +16,12 @@
 
 #include <algorithm>
 #include <limits>
+#include <string>
 
 namespace
 {
 
-constexpr int theSmall = 1000;
-constexpr int theLarge = 10000;
+constexpr int theSizes[] = {100, 1000, 10000};
 constexpr bool thePropagate = true;
 
 ZEL_Name theChildNames[] = {ZEL_Name("pos#", "Position #"), ZEL_Name("size#", "Size #"),
@@ -70,18 +70,20 @@ double measure(Operation operation, int items)
 /// The best time of each size counts.
 void sizes(benchmark::State &state, Operation operation)
 {
-    double small = std::numeric_limits<double>::max();
-    double large = small;
+    constexpr double theMost = std::numeric_limits<double>::max();
+    double best[] = {theMost, theMost, theMost};
     for (auto _ : state) {
-        for (int i = 0; i < theLarge / theSmall; ++i) {
-            small = std::min(small, measure(operation, theSmall));
+        for (int size = 0; size < 3; ++size) {
+            for (int items = 0; items < theSizes[2]; items += theSizes[size]) {
+                best[size] = std::min(best[size], measure(operation, theSizes[size]));
+            }
         }
-        large = std::min(large, measure(operation, theLarge));
     }
-    state.counters["small_us"] = small * 1e6;
-    state.counters["large_us"] = large * 1e6;
-    state.counters["growth"] = large / small;
-    state.counters["ns_item"] = large * 1e9 / theLarge;
+    for (int size = 0; size < 3; ++size) {
+        state.counters["us_" + std::to_string(theSizes[size])] = best[size] * 1e6;
+    }
+    state.counters["growth"] = best[2] / best[1];
+    state.counters["ns_item"] = best[2] * 1e9 / theSizes[2];
 }
 
 BENCHMARK_CAPTURE(sizes, grow, Operation::GROW);

@@ -23,6 +23,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <random>
 #include <sstream>
@@ -33,22 +34,40 @@
 namespace
 {
 
-constexpr std::size_t thePresets = 1000;
 constexpr std::size_t theParms = 20;
 constexpr std::size_t theSteps = 65536;
 
-/// A list, its presets in a temporary folder, and the same names in a map.
+/// One for the process, which looks once where presets may be saved.
+class Folder
+{
+public:
+    Folder() : myPath((std::filesystem::temp_directory_path() / "zel_bench_XXXXXX").string())
+    {
+        if (!::mkdtemp(myPath.data())) {
+            std::abort();
+        }
+        KIT_PathSearch::getInstance(0).setComponents(myPath.c_str());
+    }
+    ~Folder() { std::filesystem::remove_all(myPath); }
+
+    const std::string &path() const { return myPath; }
+
+private:
+    std::string myPath;
+};
+
+const Folder &folder()
+{
+    static const Folder theFolder;
+    return theFolder;
+}
+
+/// A list, so many presets of it, and the same names in a map.
 class Rig
 {
 public:
-    Rig()
+    explicit Rig(std::size_t size) : presets("Node", ("light" + std::to_string(size)).c_str())
     {
-        std::string name = (std::filesystem::temp_directory_path() / "zel_bench_XXXXXX").string();
-        if (!::mkdtemp(name.data())) {
-            std::abort();
-        }
-        myFolder = name;
-        KIT_PathSearch::getInstance(0).setComponents(myFolder.c_str());
         for (std::size_t i = 0; i < theParms; ++i) {
             myTokens.push_back("parm" + std::to_string(i));
         }
@@ -59,19 +78,20 @@ public:
         myTemplates.emplace_back();
         list = std::make_unique<ZEL_ParmList>(myTemplates.data(), nullptr, nullptr, nullptr, "",
                                               false);
-        writePresets();
+        writePresets(size);
     }
-    ~Rig() { std::filesystem::remove_all(myFolder); }
 
-    const std::string &folder() const { return myFolder; }
     std::string readBytes() const
     {
         std::ifstream is(file, std::ios::binary);
         return std::string(std::istreambuf_iterator<char>(is), std::istreambuf_iterator<char>());
     }
-    void writeBytes() const { std::ofstream(myFolder + "/plain", std::ios::binary) << bytes; }
+    void writeBytes() const
+    {
+        std::ofstream(folder().path() + "/plain", std::ios::binary) << bytes;
+    }
 
-    ZEL_PresetInfo presets{"Node", "light"};
+    ZEL_PresetInfo presets;
     std::unique_ptr<ZEL_ParmList> list;
     std::string file;
     std::string bytes;
@@ -79,11 +99,11 @@ public:
     std::unordered_map<std::string, int> byName;
 
 private:
-    void writePresets()
+    void writePresets(std::size_t size)
     {
         std::mt19937 random(1);
         STO_IndexFile index;
-        for (std::size_t i = 0; i < thePresets; ++i) {
+        for (std::size_t i = 0; i < size; ++i) {
             const std::string name = "preset " + std::to_string(random());
             list->setFloat(double(random()) / 1000.0, "parm3", 0, 0.0, false);
             std::ostringstream os;
@@ -94,7 +114,7 @@ private:
         std::ostringstream os;
         index.write(os);
         bytes = os.str();
-        file = myFolder + "/" + presets.getPresetFile().toStdString();
+        file = folder().path() + "/" + presets.getPresetFile().toStdString();
         std::filesystem::create_directories(std::filesystem::path(file).parent_path());
         std::ofstream(file, std::ios::binary) << bytes;
         presets.setNeedsRefresh();
@@ -104,16 +124,16 @@ private:
         }
     }
 
-    std::string myFolder;
     std::vector<std::string> myTokens;
     std::vector<std::unique_ptr<ZEL_Name>> myNames;
     std::vector<ZEL_Template> myTemplates;
 };
 
-Rig &rig()
+Rig &rig(std::size_t size)
 {
-    static Rig theRig;
-    return theRig;
+    folder();
+    static std::map<std::size_t, Rig> theRigs;
+    return theRigs.try_emplace(size, size).first->second;
 }
 
 using Block = void (*)(Rig &);
@@ -156,7 +176,8 @@ void load(Rig &r)
 
 void save(Rig &r)
 {
-    if (!r.presets.savePresetToDir(r.list.get(), r.order.front().c_str(), r.folder().c_str())) {
+    if (!r.presets.savePresetToDir(r.list.get(), r.order.front().c_str(),
+                                   folder().path().c_str())) {
         std::abort();
     }
 }
@@ -168,7 +189,7 @@ void writeFile(Rig &r)
 
 void beside(benchmark::State &state, std::size_t steps, Block operation, Block baseline)
 {
-    Rig &r = rig();
+    Rig &r = rig(std::size_t(state.range(0)));
     benchBeside(
         state, double(steps), double(steps), [&] { operation(r); }, [&] { baseline(r); });
 }
@@ -176,6 +197,9 @@ void beside(benchmark::State &state, std::size_t steps, Block operation, Block b
 void add(const char *name, std::size_t steps, Block operation, Block baseline)
 {
     benchmark::RegisterBenchmark(name, beside, steps, operation, baseline)
+        ->Arg(100)
+        ->Arg(1000)
+        ->Arg(10000)
         ->UseManualTime()
         ->Unit(benchmark::kMicrosecond);
 }

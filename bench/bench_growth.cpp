@@ -1,0 +1,207 @@
+// How cost grows: three sizes of a list and of a set of channels, ten times as many each time. The counter
+// `ns` is the time of one parameter or channel: where it stays the same, cost is linear. Items, presets,
+// scripts and graphs have their sizes in the programs named after them.
+
+#include "BenchBeside.h"
+
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_IStream.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_Instance.h>
+#include <ZEL/ZEL_Name.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+/// A list of floats; with `channels` each has one of three keys.
+struct Rig
+{
+    Rig(int size, bool channels)
+    {
+        std::mt19937 random(1);
+        for (int i = 0; i < size; ++i) {
+            tokens.push_back("parm" + std::to_string(i) + "x");
+        }
+        // Names borrow their texts.
+        for (const std::string &token : tokens) {
+            names.push_back(std::make_unique<ZEL_Name>(token.c_str(), token.c_str()));
+            templates.emplace_back(ZEL_FLT, 1, names.back().get());
+        }
+        templates.emplace_back();
+        list = makeList(collection);
+        for (int i = 0; i < size; ++i) {
+            ZEL_Instance &instance = *list->getParmPtr(i)->getInstance();
+            for (double time = 0.0; channels && time < 3.0; time += 1.0) {
+                instance.addChannel(0);
+                instance.setValue(time, double(random() % 1000), false, 0, ZEL_ADDKEY_FORCE,
+                                  ZEL_KEYSET_COMMIT);
+            }
+            if (!channels) {
+                instance.setValue(0.0, double(random() % 1000), false, 0, ZEL_ADDKEY_PENDING,
+                                  ZEL_KEYSET_PREFERENCE);
+            }
+            order.push_back(i);
+        }
+        std::shuffle(order.begin(), order.end(), random);
+        text = save(false);
+        binary = save(true);
+        std::ostringstream os;
+        collection.save(os);
+        channelText = os.str();
+    }
+
+    std::unique_ptr<ZEL_ParmList> makeList(TRK_Collection &channels)
+    {
+        return std::make_unique<ZEL_ParmList>(templates.data(), &channels, nullptr, nullptr, "",
+                                              false);
+    }
+    std::string save(bool asBinary)
+    {
+        std::ostringstream os;
+        list->save(os, asBinary, false);
+        return os.str();
+    }
+    void load(const std::string &bytes, bool asBinary)
+    {
+        KIT_IStream is(bytes.data(), bytes.size(),
+                       asBinary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+        if (!list->load(is, "bench", nullptr)) {
+            std::abort();
+        }
+    }
+
+    std::vector<std::string> tokens;
+    std::vector<std::unique_ptr<ZEL_Name>> names;
+    std::vector<ZEL_Template> templates;
+    TRK_Collection collection;
+    std::unique_ptr<ZEL_ParmList> list;
+    std::vector<int> order;
+    std::string text, binary, channelText;
+};
+
+Rig &rig(int size, bool channels)
+{
+    static std::map<std::pair<int, bool>, std::unique_ptr<Rig>> theRigs;
+    std::unique_ptr<Rig> &found = theRigs[{size, channels}];
+    if (!found) {
+        found = std::make_unique<Rig>(size, channels);
+    }
+    return *found;
+}
+
+// -------------------------------------------------------------------------- //
+// The operations, each over the whole list
+// -------------------------------------------------------------------------- //
+
+void build(Rig &r)
+{
+    TRK_Collection none;
+    r.makeList(none);
+}
+
+void readByName(Rig &r)
+{
+    for (const int i : r.order) {
+        benchmark::DoNotOptimize(r.list->evalFloat(r.tokens[std::size_t(i)].c_str(), 0, 1.5));
+    }
+}
+
+void set(Rig &r)
+{
+    for (const int i : r.order) {
+        r.list->setFloat(i, r.tokens[std::size_t(i)].c_str(), 0, 0.0, true);
+    }
+}
+
+void saveText(Rig &r)
+{
+    r.save(false);
+}
+
+void saveBinary(Rig &r)
+{
+    r.save(true);
+}
+
+void loadText(Rig &r)
+{
+    r.load(r.text, false);
+}
+
+void loadBinary(Rig &r)
+{
+    r.load(r.binary, true);
+}
+
+void saveChannels(Rig &r)
+{
+    std::ostringstream os;
+    r.collection.save(os);
+}
+
+void loadChannels(Rig &r)
+{
+    TRK_Collection fresh;
+    KIT_IStream is(r.channelText.data(), r.channelText.size(), KIT_IStream::TEXT);
+    if (!fresh.load(is)) {
+        std::abort();
+    }
+}
+
+using Operation = void (*)(Rig &);
+
+void run(benchmark::State &state, bool channels, Operation operation)
+{
+    Rig &r = rig(int(state.range(0)), channels);
+    double best = 1e9;
+    for (auto _ : state) {
+        const double time = benchSeconds([&] { operation(r); });
+        best = std::min(best, time);
+        state.SetIterationTime(time);
+    }
+    state.counters["ns"] = best * 1e9 / double(state.range(0));
+}
+
+void add(const char *name, bool channels, Operation operation)
+{
+    benchmark::RegisterBenchmark(name, run, channels, operation)
+        ->Arg(100)
+        ->Arg(1000)
+        ->Arg(10000)
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    add("parms/build", false, build);
+    add("parms/read_by_name", false, readByName);
+    add("parms/set", false, set);
+    add("parms/save_text", false, saveText);
+    add("parms/load_text", false, loadText);
+    add("parms/save_binary", false, saveBinary);
+    add("parms/load_binary", false, loadBinary);
+    add("channels/read_by_name", true, readByName);
+    add("channels/save", true, saveChannels);
+    add("channels/load", true, loadChannels);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
