@@ -46,3 +46,10 @@ BenchTimes benchBeside(
     state.counters["ratio"] = ns / baseNs;
     return best;
 }
+
+/// A row for each of three sizes, ten times as large each time.
+template <class ROW>
+ROW *benchSizes(ROW *row)
+{
+    return row->Arg(100)->Arg(1000)->Arg(10000)->UseManualTime()->Unit(benchmark::kMicrosecond);
+}

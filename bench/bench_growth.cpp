@@ -179,12 +179,7 @@ void run(benchmark::State &state, bool channels, Operation operation)
 
 void add(const char *name, bool channels, Operation operation)
 {
-    benchmark::RegisterBenchmark(name, run, channels, operation)
-        ->Arg(100)
-        ->Arg(1000)
-        ->Arg(10000)
-        ->UseManualTime()
-        ->Unit(benchmark::kMicrosecond);
+    benchSizes(benchmark::RegisterBenchmark(name, run, channels, operation));
 }
 
 } // namespace

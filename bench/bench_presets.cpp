@@ -196,12 +196,7 @@ void beside(benchmark::State &state, std::size_t steps, Block operation, Block b
 
 void add(const char *name, std::size_t steps, Block operation, Block baseline)
 {
-    benchmark::RegisterBenchmark(name, beside, steps, operation, baseline)
-        ->Arg(100)
-        ->Arg(1000)
-        ->Arg(10000)
-        ->UseManualTime()
-        ->Unit(benchmark::kMicrosecond);
+    benchSizes(benchmark::RegisterBenchmark(name, beside, steps, operation, baseline));
 }
 
 } // namespace
