@@ -35,7 +35,7 @@ void ZEL_NameTable::insert(const KIT_StringHolder &name, int value)
     if (name.isNull()) {
         return;
     }
-    applyGap();
+    applyGaps();
     if (const Slot *found = myCapacity ? findSlot(name) : nullptr) {
         const_cast<Slot *>(found)->value = value;
         return;
@@ -60,23 +60,50 @@ bool ZEL_NameTable::removeIfValue(const KIT_StringRef &name, int value)
 
 void ZEL_NameTable::closeGap(int value)
 {
-    if (myGapSize > 0 && value == myGapFirst - 1) {
-        --myGapFirst;
-        ++myGapSize;
+    int next = 0; // the first gap behind the value
+    std::int32_t inSlots = value;
+    for (; next < myNumGaps && inSlots >= myGaps[next].first; ++next) {
+        inSlots += myGaps[next].size;
+    }
+    if (joinGaps(next, inSlots)) {
         return;
     }
-    applyGap();
-    myGapFirst = value;
-    myGapSize = 1;
+    if (myNumGaps == theMostGaps) {
+        applyGaps();
+        next = 0;
+        inSlots = value;
+    }
+    std::copy_backward(myGaps + next, myGaps + myNumGaps, myGaps + myNumGaps + 1);
+    myGaps[next] = {inSlots, 1};
+    ++myNumGaps;
 }
 
-void ZEL_NameTable::applyGap()
+/// Adds a value to the gaps that it touches; false if it touches none.
+bool ZEL_NameTable::joinGaps(int next, std::int32_t value)
 {
-    for (std::uint32_t i = 0; myGapSize > 0 && i < myCapacity; ++i) {
+    Gap *const below = next > 0 ? &myGaps[next - 1] : nullptr;
+    Gap *const above = next < myNumGaps ? &myGaps[next] : nullptr;
+    const bool touchesBelow = below && below->first + below->size == value;
+    const bool touchesAbove = above && above->first == value + 1;
+    if (touchesBelow) {
+        below->size += 1 + (touchesAbove ? above->size : 0);
+    } else if (touchesAbove) {
+        --above->first;
+        ++above->size;
+    }
+    if (touchesBelow && touchesAbove) {
+        std::copy(above + 1, myGaps + myNumGaps, above);
+        --myNumGaps;
+    }
+    return touchesBelow || touchesAbove;
+}
+
+void ZEL_NameTable::applyGaps()
+{
+    for (std::uint32_t i = 0; myNumGaps > 0 && i < myCapacity; ++i) {
         mySlots[i].value = present(mySlots[i].value);
     }
-    myGapFirst = 0;
-    myGapSize = 0;
+    myNumGaps = 0;
 }
 
 std::int64_t ZEL_NameTable::getMemoryUsage(bool inclusive) const

@@ -3,13 +3,13 @@
 ///
 /// Vocabulary: *home* = `hash % capacity` of a name; entries stand in ascending order of home, a
 ///             displaced entry next to its home. *gap* = a run of values that were closed over and
-///             not yet taken off the values behind them in the slots.
+///             not yet taken off the values behind them in the slots; a few are kept.
 /// Units:      values are parm indices, 0-based; -1 means not found.
 /// Ownership:  shares the names' counted text.
 /// Threads:    look-ups from any thread while nobody changes the table; no lock.
-/// Cost:       a look-up is one multiplication for the home and a short probe. Closing over values
-///             from the last to the first of a run costs nothing until the next insertion, or until
-///             the next run, passes over the table once.
+/// Cost:       a look-up is one multiplication for the home and a short probe. Closing over runs of
+///             values that lie side by side, each from its last to its first, costs nothing until the
+///             next insertion, or too many runs apart, pass over the table once.
 #pragma once
 
 #include <KIT/KIT_StringHolder.h>
@@ -63,6 +63,15 @@ private:
         std::int32_t value;
     };
 
+    /// Values of the slots, as they stand there.
+    struct Gap
+    {
+        std::int32_t first;
+        std::int32_t size;
+    };
+    /// One that is being made beside one that is whole, and as many for other patterns.
+    static constexpr int theMostGaps = 4;
+
     std::uint32_t home(std::uint32_t hash) const
     {
         // Exact remainder by multiplication (Lemire, Kaser, Kurz: "Faster Remainder by Direct
@@ -76,10 +85,14 @@ private:
         const Slot *slot = findSlot(name);
         return slot ? present(slot->value) : -1;
     }
-    /// A slot's value behind the gap.
+    /// A slot's value without the gaps below it.
     std::int32_t present(std::int32_t value) const
     {
-        return value < myGapFirst ? value : std::max(myGapFirst, value - myGapSize);
+        std::int32_t closed = 0;
+        for (int i = 0; i < myNumGaps && value >= myGaps[i].first; ++i) {
+            closed += std::min(myGaps[i].size, value - myGaps[i].first);
+        }
+        return value - closed;
     }
     const Slot *findSlot(const KIT_StringRef &name) const;
 
@@ -87,13 +100,14 @@ private:
     void allocate(std::size_t capacity);
     void release();
     void growFor(std::uint32_t entries);
-    void applyGap();
+    void applyGaps();
+    bool joinGaps(int next, std::int32_t value);
     void place(KIT_StringHolder &&name, std::int32_t value);
     void reinsertAround(std::uint32_t gap);
 
     Slot *mySlots = nullptr;
     std::uint64_t myMagic = 0;
     std::uint32_t myCapacity = 0;
-    std::int32_t myGapFirst = 0;
-    std::int32_t myGapSize = 0;
+    int myNumGaps = 0;
+    Gap myGaps[theMostGaps];
 };

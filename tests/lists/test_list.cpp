@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 
@@ -55,9 +56,11 @@ TEST(NameTable, AgreesWithAnOrderedMapThroughAnyHistory)
             }
             case 3: EXPECT_FALSE(table.removeIfValue(holder, -7)); break;
             default:
-                // Now and then a run of values from the last to the first, and one more elsewhere.
-                for (int i = step % 50 == 0 ? value % 5 : 0; i >= 0 && step % 10 == 0; --i) {
-                    const int closed = i == 0 ? int(random() % 50) : value / 2 + i;
+                // Now and then runs of values, side by side and apart.
+                for (int i = step % 50 == 0 ? 12 : 0, closed = value; i >= 0 && step % 10 == 0;
+                     --i) {
+                    closed = i % 5 == 0 ? int(random() % 50)
+                                        : std::max(0, closed + int(random() % 4) - 2);
                     table.closeGap(closed);
                     for (auto &entry : model) {
                         entry.second -= entry.second > closed;
