@@ -9,7 +9,7 @@
 namespace EVL
 {
 
-static constexpr int theErrorCount = EVL_NO_LANGUAGE + 1;
+static constexpr int theErrorCount = EVL_PYTHON + 1;
 
 EVL_ErrNo theErrNo;
 

@@ -28,7 +28,8 @@ enum
     EVL_UNKNOWN_FUNCTION, ///< a function is not known
     EVL_BAD_ARGUMENT,     ///< an argument is of the wrong kind, or the wrong number of them
     EVL_DEPTH,            ///< the nesting or the step limit is reached
-    EVL_NO_LANGUAGE       ///< the expression's language is not available
+    EVL_NO_LANGUAGE,      ///< the expression's language is not available
+    EVL_PYTHON            ///< Python raised an exception; SNKgetExpressionError() has the reason
 };
 
 /// The numbers of all threads.

@@ -66,6 +66,7 @@ constexpr Message theMessages[] = {
     {theTRK, 6, "A function has a wrong argument: {}"},
     {theTRK, 7, "An expression is nested too deep or takes too many steps: {}"},
     {theTRK, 8, "The language of an expression is not available: {}"},
+    {theTRK, 9, "A Python expression failed: {}"},
 
     // Channel files
     {theTRK, 20, "The text does not start with \"channels\": {}"},

@@ -589,7 +589,7 @@ double TRK_Channel::evaluateExpression(const TRK_Segment &segment, const TRK_Col
         } else if (!python->evaluateNumber(segment.getExpression(), time, collection, thread, value,
                                            state.timeDependent)) {
             value = 0.0;
-            state.raise(EVL::EVL_SYNTAX);
+            state.raise(EVL::EVL_PYTHON);
         }
     }
     BASstoreIfDifferent(myTimeMark, uint8_t(state.timeDependent ? 1 : 0));
@@ -643,7 +643,7 @@ bool TRK_Channel::evaluateSegmentString(const TRK_Segment &segment, TRK_EvalStat
         return true;
     }
     out = "";
-    state.raise(python == nullptr ? EVL::EVL_NO_LANGUAGE : EVL::EVL_SYNTAX);
+    state.raise(python == nullptr ? EVL::EVL_NO_LANGUAGE : EVL::EVL_PYTHON);
     return false;
 }
 

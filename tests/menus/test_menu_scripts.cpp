@@ -325,13 +325,13 @@ TEST_F(PythonExpressions, FailWithTheNumberOfTheReason)
         int error;
         const char *reason;
     } const cases[] = {
-        {"1 +", EVL::EVL_SYNTAX, "SyntaxError: invalid syntax\n"},
-        {"1 / 0", EVL::EVL_SYNTAX, "ZeroDivisionError: division by zero\n"},
-        {"import os", EVL::EVL_SYNTAX, "SyntaxError: invalid syntax\n"},
-        {"[]", EVL::EVL_SYNTAX, "The expression doesn't give a number."},
-        {"'word'", EVL::EVL_SYNTAX, "The expression gives a text that is not a number."},
-        {"float('inf')", EVL::EVL_SYNTAX, "The number is not finite."},
-        {"10 ** 400", EVL::EVL_SYNTAX, "OverflowError: int too large to convert to float\n"},
+        {"1 +", EVL::EVL_PYTHON, "SyntaxError: invalid syntax\n"},
+        {"1 / 0", EVL::EVL_PYTHON, "ZeroDivisionError: division by zero\n"},
+        {"import os", EVL::EVL_PYTHON, "SyntaxError: invalid syntax\n"},
+        {"[]", EVL::EVL_PYTHON, "The expression doesn't give a number."},
+        {"'word'", EVL::EVL_PYTHON, "The expression gives a text that is not a number."},
+        {"float('inf')", EVL::EVL_PYTHON, "The number is not finite."},
+        {"10 ** 400", EVL::EVL_PYTHON, "OverflowError: int too large to convert to float\n"},
         {"vmr.ch('tz')", EVL::EVL_UNKNOWN_CHANNEL,
          "ValueError: tz: there is no such channel or parameter\n"},
         {"vmr.ch('ty') + 1", EVL::EVL_CYCLE, nullptr},

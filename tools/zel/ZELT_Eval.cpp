@@ -169,6 +169,7 @@ struct Fault
 {
     std::int64_t row = -1;
     int error = EVL::EVL_OK;
+    std::string text;
 };
 
 struct Table
@@ -249,7 +250,7 @@ private:
             const std::lock_guard<std::mutex> lock(myLock);
             Fault &fault = myTable.faults[column];
             if (fault.row < 0 || row < fault.row) {
-                fault = {row, error};
+                fault = {row, error, ZELTevaluationError(error)};
             }
         }
     }
@@ -352,7 +353,7 @@ bool tellFaults(const Table &table, const Columns &columns, const Rows &rows,
         if (fault.row >= 0) {
             messages.add(KIT_ERROR_ABORT, "TRK", fault.error, "", 0,
                          columns[i].heading + " at time " + ZELTnumber(rows.time(fault.row)) +
-                             ": " + EVL::getErrorText(fault.error));
+                             ": " + fault.text);
             good = false;
         }
     }

@@ -5,11 +5,13 @@
 #include "ZELT_Script.h"
 
 #include <BAS/BAS_Thread.h>
+#include <EVL/EVL.h>
 #include <KIT/KIT_AutoJSONParser.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_JSONValue.h>
 #include <KIT/KIT_String.h>
+#include <SNK/SNK_Python.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_ChoiceList.h>
@@ -380,6 +382,19 @@ bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double ti
     }
     session.growBlocks(time);
     return good;
+}
+
+std::string ZELTevaluationError(int error)
+{
+    std::string text = EVL::getErrorText(error);
+    std::string reason = error == EVL::EVL_PYTHON ? SNKgetExpressionError() : "";
+    while (!reason.empty() && reason.back() == '\n') {
+        reason.pop_back();
+    }
+    if (!reason.empty()) {
+        text += ": " + reason.substr(reason.rfind('\n') + 1);
+    }
+    return text;
 }
 
 std::string ZELTcomponentText(const ZEL_Parm &parm, int index, double time, int thread)

@@ -91,5 +91,9 @@ bool ZELTtakeFault(const std::string &file, const std::string &fault, ZELT_Messa
 bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double time,
                      ZELT_Messages &messages);
 
+/// What an evaluation's error number says, on the thread that evaluated: of a Python expression with the
+/// reason, which is the last line of its traceback.
+std::string ZELTevaluationError(int error);
+
 /// One component as text: a number, or a text in quotes.
 std::string ZELTcomponentText(const ZEL_Parm &parm, int index, double time, int thread);

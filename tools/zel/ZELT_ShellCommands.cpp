@@ -291,7 +291,7 @@ void ZELT_ShellCommands::eval(const Words &words)
         EVL::theErrNo[thread] = EVL::EVL_OK;
         const std::string value = ZELTcomponentText(*address.parm, i, when, thread);
         if (EVL::theErrNo[thread] != EVL::EVL_OK) {
-            fail(EVL::getErrorText(EVL::theErrNo[thread]));
+            fail(ZELTevaluationError(EVL::theErrNo[thread]));
         } else {
             cout << value << '\n';
         }
