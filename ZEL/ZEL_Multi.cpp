@@ -211,9 +211,11 @@ void ZEL_Multi::followValue() const
     }
 }
 
-/// A default comes from a script, like a loaded value from a stream.
+/// A default comes from a script, like a loaded value from a stream. Those of blocks in blocks multiply,
+/// so that they share what one may make.
 void ZEL_Multi::followDefault()
 {
+    const ZEL_StreamLimit limit(0);
     const std::int64_t missing = std::int64_t(wantedCount()) - myNumItems;
     const bool isNumber = !getChannel(0) && !ZEL_ParmList::isLoading();
     if (isNumber && !ZEL_StreamLimit::allow(missing, getToken())) {

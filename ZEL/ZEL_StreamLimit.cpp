@@ -16,6 +16,8 @@ constexpr std::int64_t theDefaultItems = 100000;
 struct Budget
 {
     bool open = false;
+    bool isDefault = false;
+    bool told = false;
     std::int64_t items = 0;
 };
 
@@ -48,6 +50,8 @@ ZEL_StreamLimit::ZEL_StreamLimit(std::int64_t streamBytes) : myOuterFlag(!theBud
         const std::int64_t items = settingItems();
         const std::int64_t most = std::numeric_limits<std::int64_t>::max() - items;
         theBudget.open = true;
+        theBudget.isDefault = streamBytes == 0;
+        theBudget.told = false;
         theBudget.items = items + std::clamp<std::int64_t>(streamBytes, 0, most);
     }
 }
@@ -66,7 +70,10 @@ bool ZEL_StreamLimit::allow(std::int64_t items, const char *token)
     }
     const std::int64_t allowed = theBudget.open ? theBudget.items : settingItems();
     if (items > allowed) {
-        reportExcess(items, allowed, token);
+        if (!theBudget.open || !theBudget.isDefault || !theBudget.told) {
+            reportExcess(items, allowed, token);
+        }
+        theBudget.told = true;
         return false;
     }
     if (theBudget.open) {

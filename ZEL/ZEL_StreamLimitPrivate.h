@@ -1,11 +1,13 @@
 /// \file ZEL_StreamLimitPrivate.h
 /// How many items of multi-parameters a stream may ask for: a few bytes must not fill the memory.
 ///
-/// Vocabulary: *budget* = the items that one load may make beyond those that exist.
+/// Vocabulary: *budget* = the items that one load, or one default with those of the blocks in its items,
+///             may make beyond those that exist.
 /// Units:      items. The budget is the setting "ZEL_MAX_STREAM_ITEMS" (100,000 unless set) plus
 ///             one for each byte of the stream, so that a stream that names its items always fits.
 /// Threads:    loading is one thread's business.
-/// Errors:     what exceeds the budget is refused with an error that names the setting.
+/// Errors:     what exceeds the budget is refused with an error that names the setting; once for a
+///             default, whose blocks are all alike.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +15,7 @@
 class ZEL_StreamLimit
 {
 public:
-    /// Opens the budget of one load; an inner load shares the outer one's.
+    /// Opens the budget of one load, or of a default with 0; an inner one shares the outer one's.
     explicit ZEL_StreamLimit(std::int64_t streamBytes);
     ~ZEL_StreamLimit();
     ZEL_StreamLimit(const ZEL_StreamLimit &) = delete;

@@ -18,7 +18,7 @@ protected:
         inner.add(ZEL_FLT, 1, "x#_#", "X # of #", &texts);
         outer.add(ZEL_FLT, 1, "a#");
         outer.addMulti(ZEL_MULTITYPE_LIST, "in#", inner.templates(), innerCount);
-        p.top.addMulti(ZEL_MULTITYPE_LIST, "outer", outer.templates());
+        p.top.addMulti(ZEL_MULTITYPE_LIST, "outer", outer.templates(), outerCount);
         p.buildTop();
     }
     void count(const char *token, double items) { p.setCount(items, token); }
@@ -26,12 +26,27 @@ protected:
     std::string text() const { return p.text().substr(4); }
 
     ZEL_Default texts{0.0, "", TRK_MEANING_COLLECTION};
+    double outerCount = 0.0;
     Block inner;
     Block outer;
     MultiList p;
 };
 
 } // namespace
+
+TEST_F(Nested, DefaultsOfBlocksInBlocksShareWhatOneMayMake)
+{
+    const ScopedSetting limit(KIT_ENV_MAX_STREAM_ITEMS, 10);
+    outerCount = 3.0;
+    build(4.0);
+    // Three outside leave room for one of the three inside.
+    EXPECT_EQ("ZEL 22", takeMessages()) << "told once";
+    EXPECT_EQ(1 + 1 + 3 * 2 + 4, p.list->getEntries());
+    count("outer", 0.0);
+    count("outer", 2.0);
+    EXPECT_EQ("", takeMessages()) << "what is set is made";
+    EXPECT_EQ(1 + 1 + 2 * 2 + 2 * 4, p.list->getEntries());
+}
 
 TEST_F(Nested, NamesCarryTheNumbersOfAllLevels)
 {

@@ -359,6 +359,7 @@ bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double ti
     const auto tell = [&](const std::string &fault) {
         good = ZELTtakeFault("", fault, messages) && good;
     };
+    tell(""); // what the making of the parameters reported
     // Values may refer to channels, so these come first; a plain value takes its channel away, so they
     // come again: what the channel file animates is animated.
     if (!inputs.channels.empty()) {
@@ -381,6 +382,7 @@ bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double ti
         tell(session.applyKey(option));
     }
     session.growBlocks(time);
+    tell("");
     return good;
 }
 
