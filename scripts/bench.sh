@@ -16,12 +16,7 @@ cmake --preset bench
 cmake --build --preset bench --parallel "$jobs"
 
 names=("$@")
-if [ "${#names[@]}" -eq 0 ]; then
-    for source in bench/bench_*.cpp; do
-        name=${source#bench/bench_}
-        names+=("${name%.cpp}")
-    done
-fi
+[ "${#names[@]}" -gt 0 ] || mapfile -t names < <(names_of bench/bench_)
 for name in "${names[@]}"; do
     headline "bench/$name"
     "build/bench/bench/$name" --benchmark_min_time="${BENCH_TIME:-0.5}"

@@ -1,4 +1,4 @@
-# What demo.sh and test.sh share: the source root, the packages, the build. Sourced, not run.
+# What the scripts share: the source root, the packages, the build. Sourced, not run.
 # shellcheck shell=bash disable=SC2034
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -18,6 +18,15 @@ export UBSAN_OPTIONS=print_stacktrace=1
 
 say() { printf '%s\n' "$*"; }
 headline() { printf '\n== %s\n' "$*"; }
+
+# names_of PREFIX: what stands behind PREFIX in the names of the sources PREFIX*.cpp, one a line.
+names_of() {
+    local source
+    for source in "$1"*.cpp; do
+        source=${source#"$1"}
+        say "${source%.cpp}"
+    done
+}
 
 package_installed() {
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]

@@ -15,12 +15,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 seconds=${1:-1200}
 [ "$#" -eq 0 ] || shift
 names=("$@")
-if [ "${#names[@]}" -eq 0 ]; then
-    for source in fuzz/fuzz_*.cpp; do
-        name=${source#fuzz/fuzz_}
-        names+=("${name%.cpp}")
-    done
-fi
+[ "${#names[@]}" -gt 0 ] || mapfile -t names < <(names_of fuzz/fuzz_)
 
 install_missing "${build_packages[@]}" "${test_packages[@]}"
 

@@ -96,10 +96,7 @@ run_tests tsan --label-regex "^($(IFS='|'; echo "${thread_groups[*]}"))\$"
 
 headline "Fuzz targets, $fuzz_runs runs each (build/fuzz)"
 check "fuzz: build" build fuzz || true
-for source in fuzz/fuzz_*.cpp; do
-    [ -e "$source" ] || continue
-    name=${source#fuzz/fuzz_}
-    name=${name%.cpp}
+for name in $(names_of fuzz/fuzz_); do
     say "$name"
     check "fuzz: $name" fuzz "$name" || true
 done
