@@ -247,6 +247,7 @@ bool ZEL_Multi::addInstance(int item, bool)
     for (int child = 0; child < myInstancesPerItem; ++child) {
         describeChild(made[child], block[child], myChildNames[first + std::size_t(child)].get(),
                       numbers);
+        getParmList()->prefetchChannels(made[child]);
     }
     KIT_ValArray<ZEL_Parm *> created;
     getParmList()->appendMultiParms(*this, made, myInstancesPerItem, isSpareParm(), numbers,

@@ -80,13 +80,18 @@ int ZEL_ParmList::appendParm(ZEL_Parm *parm)
     return index;
 }
 
-void ZEL_ParmList::registerParm(const ZEL_Parm &parm, int index)
+void ZEL_ParmList::prefetchChannels(const ZEL_Template &description) const
 {
-    const ZEL_Template &description = *parm.getInstance()->getTemplatePtr();
     const KIT_StringHolder *channels = description.getChannelTokens();
     for (int i = 0; i < description.getVectorSize(); ++i) {
         myInstanceChannels.prefetch(channels[i]);
     }
+}
+
+void ZEL_ParmList::registerParm(const ZEL_Parm &parm, int index)
+{
+    const ZEL_Template &description = *parm.getInstance()->getTemplatePtr();
+    const KIT_StringHolder *channels = description.getChannelTokens();
     myInstanceTokens.insert(KIT_StringHolder(description.getTokenRef()), index);
     for (int i = 0; i < description.getVectorSize(); ++i) {
         myInstanceChannels.insert(channels[i], index);

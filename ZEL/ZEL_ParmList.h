@@ -152,6 +152,8 @@ public:
     void reserveParms(std::int64_t parms, std::int64_t components);
     /// Starts to fetch what a look-up of an added parameter's token will read.
     void prefetchToken(const KIT_StringRef &token) const { myInstanceTokens.prefetch(token); }
+    /// The same for the channels of a parameter that will be added with this description.
+    void prefetchChannels(const ZEL_Template &description) const;
     /// Inserts or removes an item of the multi-parameter at an index, with the channel aliases of
     /// the items that move. Nothing if there is no multi-parameter.
     void insertMultiParmItem(int parmIndex, int item);
