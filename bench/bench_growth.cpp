@@ -92,6 +92,7 @@ struct Rig
     std::unique_ptr<ZEL_ParmList> list;
     std::vector<int> order;
     std::string text, binary, channelText;
+    std::ostringstream out;
 };
 
 Rig &rig(int size, bool channels)
@@ -148,10 +149,11 @@ void loadBinary(Rig &r)
     r.load(r.binary, true);
 }
 
+/// Over what it wrote before: a stream that grows costs more than what is measured.
 void saveChannels(Rig &r)
 {
-    std::ostringstream os;
-    r.collection.save(os);
+    r.out.seekp(0);
+    r.collection.save(r.out);
 }
 
 void loadChannels(Rig &r)

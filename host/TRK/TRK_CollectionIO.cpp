@@ -138,12 +138,18 @@ void writeChannel(std::string &out, const TRK_Channel &channel)
 
 bool TRK_Collection::save(std::ostream &stream, bool binary) const
 {
+    // Text goes out in pieces; the binary form starts with the length of the whole.
+    constexpr std::size_t thePiece = 65536;
     std::string out = "channels 1.0\n{\n";
     if (myLanguage == TRK_LANGUAGE_PYTHON) {
         out += "    language python\n";
     }
     for (const TRK_Channel *channel : myChannels) {
         writeChannel(out, *channel);
+        if (!binary && out.size() >= thePiece) {
+            stream.write(out.data(), static_cast<std::streamsize>(out.size()));
+            out.clear();
+        }
     }
     out += "}\n";
     if (binary) {
