@@ -64,21 +64,25 @@ bool CON_Manager::getVariable(const KIT_StringRef &name, KIT_String &value) cons
     if (found == myVariables.end()) {
         return false;
     }
-    value = found->second;
+    const Text &text = found->second->value;
+    value.harden(text.data(), text.size());
     return true;
 }
 
 void CON_Manager::setVariable(const KIT_StringRef &name, const char *value)
 {
-    const KIT_StringHolder key(name);
-    if (key.isEmpty()) {
+    if (name.isEmpty()) {
         return;
     }
     const BAS_StripedLock::Writer lock(myLock);
-    if (value) {
-        myVariables[key] = KIT_StringHolder(value);
+    if (!value) {
+        myVariables.erase(name);
+    } else if (const auto found = myVariables.find(name); found != myVariables.end()) {
+        found->second->value = value;
     } else {
-        myVariables.erase(key);
+        const auto variable = std::allocate_shared<Variable>(
+            Aligned<Variable>(), Variable{Text(name.c_str(), name.length()), value});
+        myVariables.emplace(KIT_StringRef(variable->name.data(), variable->name.size()), variable);
     }
 }
 

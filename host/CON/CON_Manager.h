@@ -14,10 +14,16 @@
 
 #include <BAS/BAS_API.h>
 #include <BAS/BAS_StripedLock.h>
-#include <KIT/KIT_StringHolder.h>
+#include <KIT/KIT_StringRef.h>
 
+#include <tbb/cache_aligned_allocator.h>
+
+#include <functional>
 #include <iosfwd>
+#include <memory>
+#include <string>
 #include <unordered_map>
+#include <utility>
 
 class KIT_API CON_Manager
 {
@@ -46,6 +52,21 @@ public:
 private:
     CON_Manager() = default;
 
+    // All that threads read stands on cache lines of its own: next to it in the heap may stand what
+    // one of them writes all the time.
+    template <class T>
+    using Aligned = tbb::cache_aligned_allocator<T>;
+    using Text = std::basic_string<char, std::char_traits<char>, Aligned<char>>;
+    struct Variable
+    {
+        Text name;
+        Text value;
+    };
+    using VariablePtr = std::shared_ptr<Variable>;
+    using Entry = std::pair<const KIT_StringRef, VariablePtr>;
+
     mutable BAS_StripedLock myLock;
-    std::unordered_map<KIT_StringRef, KIT_StringHolder> myVariables; // keys are counted
+    std::unordered_map<KIT_StringRef, VariablePtr, std::hash<KIT_StringRef>,
+                       std::equal_to<KIT_StringRef>, Aligned<Entry>>
+        myVariables; // keys borrow the names
 };
