@@ -129,7 +129,7 @@ struct Rig
             tokens.push_back("parm" + std::to_string(i));
             names.push_back(std::make_unique<ZEL_Name>(tokens[i].c_str(), tokens[i].c_str()));
             names.back()->harden();
-            templates.emplace_back(ZEL_FLT, 1, names.back().get());
+            templates.emplace_back(ZEL_FLT, ZEL_Template::ZEL_EXPORT_3, 1, names.back().get());
         }
         templates.emplace_back();
         list =
