@@ -12,6 +12,7 @@
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <new>
 
 namespace
 {
@@ -280,6 +281,9 @@ int main(int argc, char **argv)
 {
     try {
         return run(argc, argv);
+    } catch (const std::bad_alloc &) {
+        std::cerr << "zel: there is not enough memory\n";
+        return 1;
     } catch (const std::exception &fault) {
         std::cerr << "zel: " << fault.what() << '\n';
         return 1;
