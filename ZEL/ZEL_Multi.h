@@ -192,7 +192,7 @@ private:
     void shrink(int count);
     void tellChanged() const;
     bool addInstance(int item, bool evaluateChildren);
-    bool makeNames(const KIT_ValArray<int> &numbers);
+    void makeNames(const KIT_ValArray<int> &numbers);
     bool acceptNames() const;
     void describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL_Name *name,
                        const KIT_ValArray<int> &numbers);

@@ -237,9 +237,7 @@ bool ZEL_Multi::addInstance(int item, bool)
 {
     KIT_ValArray<int> numbers;
     instanceNumbers(item, numbers);
-    if (!makeNames(numbers)) {
-        return false;
-    }
+    makeNames(numbers);
     myItemTemplates.emplace_back(new ZEL_Template[std::uint32_t(myInstancesPerItem) + 1]);
     ZEL_Template *made = myItemTemplates.back().get();
     const ZEL_Template *block = getMultiParmTemplate();
@@ -248,6 +246,11 @@ bool ZEL_Multi::addInstance(int item, bool)
         describeChild(made[child], block[child], myChildNames[first + std::size_t(child)].get(),
                       numbers);
         getParmList()->prefetchChannels(made[child]);
+    }
+    // A load doesn't pay for the check: who appends the parameters settles clashes.
+    if (!ZEL_ParmList::isLoading() && !acceptNames()) {
+        forgetItem();
+        return false;
     }
     KIT_ValArray<ZEL_Parm *> created;
     getParmList()->appendMultiParms(*this, made, myInstancesPerItem, isSpareParm(), numbers,
@@ -264,21 +267,14 @@ bool ZEL_Multi::addInstance(int item, bool)
     return true;
 }
 
-bool ZEL_Multi::makeNames(const KIT_ValArray<int> &numbers)
+void ZEL_Multi::makeNames(const KIT_ValArray<int> &numbers)
 {
-    const std::size_t first = myChildNames.size();
     const ZEL_Template *block = getMultiParmTemplate();
     for (int child = 0; child < myInstancesPerItem; ++child) {
         myChildNames.emplace_back(new ZEL_Name(*block[child].getNamePtr()));
         myChildNames.back()->instance(numbers);
         getParmList()->prefetchToken(myChildNames.back()->getTokenRef());
     }
-    // A load doesn't pay for the check: who appends the parameters settles clashes.
-    if (ZEL_ParmList::isLoading() || acceptNames()) {
-        return true;
-    }
-    myChildNames.resize(first);
-    return false;
 }
 
 /// Whether the last names can all become parameters.

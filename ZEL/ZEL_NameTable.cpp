@@ -30,7 +30,7 @@ ZEL_NameTable::~ZEL_NameTable()
     release();
 }
 
-void ZEL_NameTable::insert(const KIT_StringHolder &name, int value)
+void ZEL_NameTable::insert(const KIT_StringRef &name, int value)
 {
     if (name.isNull()) {
         return;

@@ -44,7 +44,7 @@ public:
     }
 
     /// Adds the name, or gives an existing one the new value. A null name is ignored.
-    void insert(const KIT_StringHolder &name, int value);
+    void insert(const KIT_StringRef &name, int value);
     /// Room for that many entries in all, so that a run of insertions moves nothing.
     void reserve(std::uint32_t entries) { growFor(entries); }
     /// Removes the name if it has that value; true if it did.

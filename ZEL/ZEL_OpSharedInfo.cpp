@@ -45,7 +45,7 @@ ZEL_OpSharedInfo::ZEL_OpSharedInfo(const ZEL_Template *templates, int count)
 {
     for (int i = 0; i < count; ++i) {
         const ZEL_Template &entry = templates[i];
-        myParmTokens.insert(KIT_StringHolder(entry.getTokenRef()), i);
+        myParmTokens.insert(entry.getTokenRef(), i);
         const KIT_StringHolder *channels = entry.getChannelTokens();
         for (int c = 0; c < entry.getVectorSize(); ++c) {
             myChannelTokens.insert(channels[c], i);

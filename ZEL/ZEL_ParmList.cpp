@@ -92,7 +92,7 @@ void ZEL_ParmList::registerParm(const ZEL_Parm &parm, int index)
 {
     const ZEL_Template &description = *parm.getInstance()->getTemplatePtr();
     const KIT_StringHolder *channels = description.getChannelTokens();
-    myInstanceTokens.insert(KIT_StringHolder(description.getTokenRef()), index);
+    myInstanceTokens.insert(description.getTokenRef(), index);
     for (int i = 0; i < description.getVectorSize(); ++i) {
         myInstanceChannels.insert(channels[i], index);
     }

@@ -62,7 +62,6 @@ ZEL_Parm *ZEL_ParmList::createMultiInstanceParm(ZEL_Template &templateRef, bool 
     }
     parm->setSpareParm(spare);
     parm->setMultiParmOwner(&multi);
-    appendParm(parm);
     return parm;
 }
 
@@ -87,19 +86,25 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
     // Each description's parameter, null for a child that was left out.
     std::vector<ZEL_Parm *> parms(std::size_t(std::max(count, 0)), nullptr);
     std::vector<bool> isNew(parms.size(), false);
+    // All are made before the first is appended: counting a use of a name waits for every store to
+    // new memory, here once an item and not once a child.
+    for (int i = 0; i < count; ++i) {
+        parms[std::size_t(i)] = createMultiInstanceParm(templates[i], spare, multi);
+    }
     std::uint32_t expectedChanges = myAddRemoveCount;
     for (int i = 0; i < count; ++i) {
         int oldIndex = -1;
         ZEL_Parm *old = getParmPtr(templates[i].getTokenRef(), oldIndex);
+        ZEL_Parm *&parm = parms[std::size_t(i)];
         if (old && (!old->getInstance() || !canGiveWay(*old, multi))) {
-            continue;
+            delete parm;
+            parm = nullptr;
         }
-        ZEL_Parm *parm = createMultiInstanceParm(templates[i], spare, multi);
         if (!parm) {
             continue;
         }
+        appendParm(parm);
         ++expectedChanges;
-        parms[std::size_t(i)] = parm;
         if (old) {
             constexpr bool forceCopy = true;
             adoptParm(*parm, *old, forceCopy);

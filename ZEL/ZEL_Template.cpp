@@ -275,7 +275,8 @@ void ZEL_Template::assign(const ZEL_Template &source, int vectorSize, ZEL_Defaul
 
 void ZEL_Template::dropChannelTokens()
 {
-    delete[] myChannelTokens.exchange(nullptr, std::memory_order_relaxed);
+    delete[] myChannelTokens.load(std::memory_order_relaxed);
+    myChannelTokens.store(nullptr, std::memory_order_relaxed);
 }
 
 void ZEL_Template::dropOverrides()
