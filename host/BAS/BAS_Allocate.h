@@ -5,7 +5,8 @@
 ///             C library's, which the sanitizers can see into.
 /// Ownership:  the caller's; give it back with BASfastFree only.
 /// Threads:    any; a block may be freed by another thread than the one that asked for it.
-/// Errors:     null when memory is exhausted.
+/// Errors:     null when memory is exhausted. Texts are then left empty or as they were, as their
+///             classes tell; the count of refusals says whether that may have happened.
 
 #pragma once
 
@@ -18,21 +19,34 @@
 #endif
 #endif
 
+#include <BAS/BAS_API.h>
+
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 #ifndef BAS_PLAIN_MALLOC
 #include <tbb/scalable_allocator.h>
 #endif
 
+/// How often memory for a text or a stream was refused in this process. Whoever must not lose
+/// anything in silence asks before and after.
+KIT_API uint64_t BASfailedAllocations();
+/// Counts one. For code that gets memory elsewhere and goes on without it.
+KIT_API void BASnoteFailedAllocation();
+
 /// At least `size` bytes aligned for any ordinary type.
 inline void *BASfastAllocate(size_t size)
 {
 #ifdef BAS_PLAIN_MALLOC
-    return std::malloc(size ? size : 1);
+    void *const memory = std::malloc(size ? size : 1);
 #else
-    return scalable_malloc(size);
+    void *const memory = scalable_malloc(size);
 #endif
+    if (!memory) {
+        BASnoteFailedAllocation();
+    }
+    return memory;
 }
 
 /// Gives a block of BASfastAllocate back; null is allowed.

@@ -1,5 +1,6 @@
 #include <KIT/KIT_ByteBuffer.h>
 
+#include <BAS/BAS_Allocate.h>
 #include <KIT/KIT_Digits.h>
 
 #include <algorithm>
@@ -28,6 +29,7 @@ bool KIT_ByteBuffer::grow(size_t length)
         }
     }
     if (!grown) {
+        BASnoteFailedAllocation();
         myGoodFlag = false;
         return false;
     }

@@ -1,5 +1,6 @@
 #include <KIT/KIT_TokenString.h>
 
+#include <BAS/BAS_Allocate.h>
 #include <KIT/KIT_StringRef.h>
 
 #include <algorithm>
@@ -73,6 +74,7 @@ bool KIT_TokenString::reserve(size_t size)
     const size_t wanted = std::max(size, myCapacity * 2);
     char *const grown = static_cast<char *>(std::malloc(wanted));
     if (!grown) {
+        BASnoteFailedAllocation();
         return false;
     }
     std::memcpy(grown, myData, mySize);

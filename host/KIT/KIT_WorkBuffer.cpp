@@ -1,5 +1,6 @@
 #include <KIT/KIT_WorkBuffer.h>
 
+#include <BAS/BAS_Allocate.h>
 #include <BAS/BAS_Number.h>
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_String.h>
@@ -29,12 +30,14 @@ KIT_WorkBuffer::~KIT_WorkBuffer()
 bool KIT_WorkBuffer::grow(size_t length)
 {
     if (length >= SIZE_MAX / 2) {
+        BASnoteFailedAllocation();
         return false;
     }
     const size_t wanted = std::max(length + 1, myCapacity * 2);
     const bool inlineFlag = myData == myInline;
     char *const grown = static_cast<char *>(std::realloc(inlineFlag ? nullptr : myData, wanted));
     if (!grown) {
+        BASnoteFailedAllocation();
         return false;
     }
     if (inlineFlag) {
@@ -140,6 +143,8 @@ int KIT_WorkBuffer::appendVsprintf(const char *format, va_list args)
         std::vsnprintf(many, size + 1, format, again);
         append(many, size);
         std::free(many);
+    } else {
+        BASnoteFailedAllocation();
     }
     va_end(again);
     return static_cast<int>(size);

@@ -1,5 +1,6 @@
 #include <STO/STO_Writer.h>
 
+#include <BAS/BAS_Allocate.h>
 #include <KIT/KIT_OpUtils.h>
 #include <STO/STO_FileLock.h>
 #include <STO/STO_IndexFile.h>
@@ -44,6 +45,7 @@ bool syncFolderOf(const std::string &path)
 } // namespace
 
 STO_Writer::STO_Writer(const char *path, const STO_FileLock *held)
+    : myFailedBefore(BASfailedAllocations())
 {
     if (!path || !*path || KIT_OpUtils::isDefinitionPath(path)) {
         return;
@@ -160,7 +162,11 @@ bool STO_Writer::close()
     if (!myStream) {
         return false;
     }
-    const bool whole = myStream->good() && myBytes.isGood();
+    const bool hadMemory = BASfailedAllocations() == myFailedBefore;
+    const bool whole = myStream->good() && myBytes.isGood() && hadMemory;
+    if (!hadMemory) {
+        errno = ENOMEM;
+    }
     if (!whole || !(mySection.isEmpty() ? closeFile() : closeSection())) {
         myStream->setstate(std::ios::failbit);
         return false;

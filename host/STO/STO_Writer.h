@@ -8,7 +8,8 @@
 /// Ownership:  owns stream and part file; borrows the lock.
 /// Threads:    one thread at a time.
 /// Errors:     no stream when the part file can't be made, with errno; a failed close() leaves the
-///             file as it was and the stream in its fail state, with errno.
+///             file as it was and the stream in its fail state, with errno; so does one whose
+///             writing met a refusal of memory, as texts may be missing then.
 ///
 /// A process that ends at any moment leaves the old file or the new one, whole, and at worst a part
 /// file. A path that is a link is followed: the file that it leads to is replaced, with its
@@ -58,6 +59,7 @@ private:
     std::string myPart;
     KIT_String mySection; // unset: the file as a whole
     int myFile = -1;
+    uint64_t myFailedBefore; // allocations
     KIT_ByteBuffer myBytes;
     std::unique_ptr<KIT_OByteStream> myStream;
 };

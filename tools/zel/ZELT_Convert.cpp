@@ -2,6 +2,7 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Script.h"
 
+#include <BAS/BAS_Allocate.h>
 #include <STO/STO_Info.h>
 #include <ZEL/ZEL_ParmList.h>
 
@@ -33,6 +34,11 @@ bool writeBytes(const std::string &file, const std::string &bytes)
 
 bool ZELTwriteFile(const std::string &file, const std::string &bytes, ZELT_Messages &messages)
 {
+    if (BASfailedAllocations() > 0) {
+        // Texts may be missing: a file that is whole isn't replaced by one that may not be.
+        errno = ENOMEM;
+        return fail(file, messages);
+    }
     errno = 0;
     struct stat old;
     if (stat(file.c_str(), &old) == 0 && !S_ISREG(old.st_mode) && !S_ISDIR(old.st_mode)) {

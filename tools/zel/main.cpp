@@ -5,6 +5,7 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Preset.h"
 
+#include <BAS/BAS_Allocate.h>
 #include <SNK/SNK_Python.h>
 
 #include <CLI/CLI.hpp>
@@ -270,6 +271,10 @@ int run(int argc, char **argv)
     std::cout.flush();
     if (!std::cout) {
         messages.error("", "the output can't be written: " + ZELTsystemError());
+        return 1;
+    }
+    if (BASfailedAllocations() > 0) {
+        messages.error("", "there was not enough memory: texts may be missing");
         return 1;
     }
     return result;
