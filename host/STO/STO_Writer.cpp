@@ -44,14 +44,14 @@ bool syncFolderOf(const std::string &path)
 
 } // namespace
 
-STO_Writer::STO_Writer(const char *path, const STO_FileLock *held)
+STO_Writer::STO_Writer(const char *path, const STO_FileLock *held, PathForm form)
     : myFailedBefore(BASfailedAllocations())
 {
-    if (!path || !*path || KIT_OpUtils::isDefinitionPath(path)) {
+    if (!path || !*path || (form == ANY_PATH && KIT_OpUtils::isDefinitionPath(path))) {
         return;
     }
     KIT_String file;
-    if (STO_Reader::splitIndexFileSectionPath(path, file, mySection)) {
+    if (form == ANY_PATH && STO_Reader::splitIndexFileSectionPath(path, file, mySection)) {
         myPath = file.toStdString();
         myStream = mySection.isEmpty() ? nullptr : std::make_unique<KIT_OByteStream>(myBytes);
         return;

@@ -31,8 +31,15 @@ class STO_FileLock;
 class KIT_API STO_Writer
 {
 public:
+    enum PathForm
+    {
+        ANY_PATH,  ///< a file's or a section's
+        FILE_PATH, ///< a file's, whatever its name looks like
+    };
+
     /// `held` is the lock on the same path, if the caller has it.
-    explicit STO_Writer(const char *path, const STO_FileLock *held = nullptr);
+    explicit STO_Writer(const char *path, const STO_FileLock *held = nullptr,
+                        PathForm form = ANY_PATH);
     /// Without close() nothing is written.
     ~STO_Writer();
     STO_Writer(const STO_Writer &) = delete;

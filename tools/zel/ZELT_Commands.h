@@ -60,8 +60,8 @@ struct ZELT_ConvertCall
     bool compact = false;
 };
 int ZELTconvert(const ZELT_ConvertCall &call, const ZELT_Options &options, ZELT_Messages &messages);
-/// Writes a file beside its place and then into it, so that no half of it is ever there. A link is
-/// followed; a pipe or device is written to as it is.
+/// Writes a file as STO_Writer does, so that no half of it is ever there. A link is followed;
+/// a pipe or device is written to as it is.
 bool ZELTwriteFile(const std::string &file, const std::string &bytes, ZELT_Messages &messages);
 
 struct ZELT_DiffCall

@@ -3,15 +3,13 @@
 #include "ZELT_Script.h"
 
 #include <BAS/BAS_Allocate.h>
-#include <STO/STO_Info.h>
+#include <STO/STO_Writer.h>
 #include <ZEL/ZEL_ParmList.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace
 {
@@ -34,25 +32,22 @@ bool writeBytes(const std::string &file, const std::string &bytes)
 
 bool ZELTwriteFile(const std::string &file, const std::string &bytes, ZELT_Messages &messages)
 {
+    errno = 0;
     if (BASfailedAllocations() > 0) {
         // Texts may be missing: a file that is whole isn't replaced by one that may not be.
         errno = ENOMEM;
         return fail(file, messages);
     }
-    errno = 0;
     struct stat old;
     if (stat(file.c_str(), &old) == 0 && !S_ISREG(old.st_mode) && !S_ISDIR(old.st_mode)) {
         // A pipe or device stays what it is.
         return writeBytes(file, bytes) || fail(file, messages);
     }
-    const std::string target = STO_Info::followLinks(file.c_str());
-    const std::string beside = target + "." + std::to_string(getpid()) + ".part";
-    if (!writeBytes(beside, bytes) || std::rename(beside.c_str(), target.c_str()) != 0) {
-        fail(file, messages);
-        std::remove(beside.c_str());
-        return false;
+    STO_Writer writer(file.c_str(), nullptr, STO_Writer::FILE_PATH);
+    if (std::ostream *os = writer.getStream()) {
+        *os << bytes;
     }
-    return true;
+    return writer.close() || fail(file, messages);
 }
 
 int ZELTconvert(const ZELT_ConvertCall &call, const ZELT_Options &, ZELT_Messages &messages)
