@@ -189,7 +189,8 @@ public:
     /// \name Streams   (the list's own thread; see docs/stream.md for the form)
     // ------------------------------------------------------------------ //
     ///@{
-    /// All parameters. `compact` means binary too, and leaves separators and labels out.
+    /// All parameters. `compact` means binary too, and leaves separators and labels out. The stream is
+    /// set to its fail state, and an error told, when memory was refused on the way.
     void save(std::ostream &os, bool binary, bool compact) const;
     /// A stream of one entry; nothing at all for null.
     void saveSingle(ZEL_Parm *parm, std::ostream &os, bool binary) const;
@@ -423,6 +424,7 @@ private:
     void forgetNames(const ZEL_Parm &parm, int index);
     ZEL_Parm *createMultiInstanceParm(ZEL_Template &templateRef, bool spare,
                                       const ZEL_Multi &multi);
+    bool placeMultiParm(ZEL_Parm &parm, const ZEL_Multi &multi, bool &isNew);
     void moveMultiParmAlias(int parmIndex, int item, bool up);
 
     ZEL_Parm *createSpareParm(ZEL_Template &description);

@@ -65,6 +65,26 @@ ZEL_Parm *ZEL_ParmList::createMultiInstanceParm(ZEL_Template &templateRef, bool 
     return parm;
 }
 
+/// Appends a parameter that was made, in place of one that has its token already; false if that one
+/// has to stay. `isNew` says whether no older one gave its state.
+bool ZEL_ParmList::placeMultiParm(ZEL_Parm &parm, const ZEL_Multi &multi, bool &isNew)
+{
+    int oldIndex = -1;
+    ZEL_Parm *old = getParmPtr(parm.getTemplatePtr()->getTokenRef(), oldIndex);
+    if (old && (!old->getInstance() || !canGiveWay(*old, multi))) {
+        return false;
+    }
+    appendParm(&parm);
+    if (old) {
+        constexpr bool forceCopy = true;
+        adoptParm(parm, *old, forceCopy);
+        removeReplacedParm(old, oldIndex);
+    } else {
+        isNew = !adoptFromOldList(parm);
+    }
+    return true;
+}
+
 void ZEL_ParmList::reserveParms(std::int64_t parms, std::int64_t components)
 {
     // Room for what is certain to come: a hostile count is met by the parameters themselves.
@@ -93,25 +113,15 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
     }
     std::uint32_t expectedChanges = myAddRemoveCount;
     for (int i = 0; i < count; ++i) {
-        int oldIndex = -1;
-        ZEL_Parm *old = getParmPtr(templates[i].getTokenRef(), oldIndex);
         ZEL_Parm *&parm = parms[std::size_t(i)];
-        if (old && (!old->getInstance() || !canGiveWay(*old, multi))) {
+        bool added = false;
+        if (!parm || !placeMultiParm(*parm, multi, added)) {
             delete parm;
             parm = nullptr;
-        }
-        if (!parm) {
             continue;
         }
-        appendParm(parm);
+        isNew[std::size_t(i)] = added;
         ++expectedChanges;
-        if (old) {
-            constexpr bool forceCopy = true;
-            adoptParm(*parm, *old, forceCopy);
-            removeReplacedParm(old, oldIndex);
-        } else {
-            isNew[std::size_t(i)] = !adoptFromOldList(*parm);
-        }
         if (ZEL_Multi *nested = asMulti(parm)) {
             nested->setInstanceIndex(instances);
         }

@@ -3,6 +3,7 @@
 
 #include <ZEL/ZEL_ParmList.h>
 
+#include <BAS/BAS_Allocate.h>
 #include <KIT/KIT_ByteBuffer.h>
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
@@ -106,6 +107,7 @@ void ZEL_ParmList::saveSingle(ZEL_Parm *parm, std::ostream &os, bool binary) con
 void ZEL_ParmList::saveParms(std::ostream &os, const ZEL_Parm *const *parms, std::int64_t count,
                              bool binary, bool compact) const
 {
+    const std::uint64_t refusedBefore = BASfailedAllocations();
     Composer out(os, count);
     if (binary || compact) {
         saveBinary(out, parms, count, compact);
@@ -113,6 +115,10 @@ void ZEL_ParmList::saveParms(std::ostream &os, const ZEL_Parm *const *parms, std
         saveText(out, parms, count);
     }
     out.flush();
+    if (BASfailedAllocations() != refusedBefore) {
+        // Texts may be missing from what was composed.
+        os.setstate(std::ios::failbit);
+    }
     KITcheckOutStream(os, theListSaveLabel, nullptr);
 }
 

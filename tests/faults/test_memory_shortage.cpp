@@ -7,12 +7,16 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <STO/STO_Writer.h>
 #include <ZEL/ZEL_BatchParm.h>
+#include <ZEL/ZEL_KeyValueDictDataItem.h>
+#include <common/ListFixture.h>
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <sstream>
 #include <string>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -90,6 +94,40 @@ bool appendUntilRefused(const Append &append)
     *writer.getStream() << "new";
     REQUIRE_OR_EXIT(!writer.close() && errno == ENOMEM);
     _exit(0);
+}
+
+/// An item that some text of it gets no memory for.
+class CutItem : public ZEL_KeyValueDictDataItem
+{
+public:
+    bool saveAscii(std::ostream &os) const override
+    {
+        BASnoteFailedAllocation();
+        return ZEL_KeyValueDictDataItem::saveAscii(os);
+    }
+    bool saveBinary(std::ostream &os) const override
+    {
+        BASnoteFailedAllocation();
+        return ZEL_KeyValueDictDataItem::saveBinary(os);
+    }
+};
+
+TEST(MemoryShortage, FailsTheStreamOfASavedList)
+{
+    OneParm one(ZEL_KEY_VALUE_DICT, 1);
+    one.build();
+    for (const bool binary : {false, true}) {
+        std::ostringstream whole, cut;
+        one.list->save(whole, binary, false);
+        EXPECT_TRUE(whole.good());
+        one.instance->setValue(0.0, std::make_shared<CutItem>(), false, 0, ZEL_ADDKEY_PENDING,
+                               ZEL_KEYSET_PREFERENCE);
+        EXPECT_EQ(takeMessages(), "");
+        one.list->save(cut, binary, false);
+        EXPECT_TRUE(cut.fail());
+        EXPECT_NE(takeMessages(), "");
+        one.list->revertToDefaults(0.0);
+    }
 }
 
 TEST(MemoryShortage, IsToldAndReplacesNoFile)
