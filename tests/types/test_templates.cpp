@@ -380,7 +380,10 @@ TEST(Templates, FileParametersOfferTheFilesUsedLast)
         EXPECT_TRUE(names[2].isSentinel()) << "one place is the sentinel's";
         EXPECT_FALSE(names[3].isSentinel()) << "nothing behind the capacity is touched";
     }
-    // Made anew: a menu of its own is replaced, or kept when it is the one that is given.
+}
+
+TEST(Templates, AMenuOfItsOwnIsReplacedUnlessItIsTheOneGiven)
+{
     ZEL_Template again(ZEL_PICFILE, 1, &theName);
     const auto remake = [&again](ZEL_ChoiceList *menu) {
         again.initialize(ZEL_GEOFILE, ZEL_TYPEX_NONE, ZEL_Template::ZEL_EXPORT_0, 1, &theName,

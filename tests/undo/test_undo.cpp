@@ -199,10 +199,10 @@ TEST(Undo, ComponentsThatAreStillToBeSentAreCountedOnce)
     }
 }
 
-TEST(Undo, WhatASnapshotDoesNotBringBack)
+TEST(Undo, ASnapshotKeepsTheNameOfAChannelAlone)
 {
+    // While the channel lives, it is linked again.
     UndoNode p;
-    // The channel itself: its name alone is kept. While the channel lives, it is linked again.
     p.parm("t").addChannel(0);
     const ZEL_UndoDataArray linked = p.snapshot();
     p.parm("t").getInstance()->setChannel(0, nullptr);
@@ -212,8 +212,11 @@ TEST(Undo, WhatASnapshotDoesNotBringBack)
     p.parms().loadUndoData(linked, nullptr, nullptr);
     EXPECT_EQ(p.parm("t").getChannel(0), nullptr);
     EXPECT_NE(takeTexts(), "");
+}
 
-    // Of a pending text beside a channel only the first word, and not that there was none.
+TEST(Undo, ASnapshotKeepsTheFirstWordOfATextBesideAChannel)
+{
+    // Nor does it keep that there was none.
     struct Case
     {
         const char *then, *now, *restored;
@@ -241,7 +244,10 @@ TEST(Undo, WhatASnapshotDoesNotBringBack)
         EXPECT_STREQ(found.nonNullStr(), c.restored);
         UndoNode::forgetMessages();
     }
+}
 
+TEST(Undo, WhatASnapshotDoesNotBringBack)
+{
     // What its text doesn't speak of.
     UndoNode q;
     const ZEL_UndoDataArray plain = q.snapshot();
