@@ -48,7 +48,6 @@
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_ChoiceList.h>
 
-#include <cstdint>
 #include <memory>
 
 class DS_Page;

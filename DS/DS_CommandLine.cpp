@@ -6,7 +6,6 @@
 #include <DS/DS_PagePrivate.h>
 #include <KIT/KIT_WorkArgs.h>
 #include <ZEL/ZEL_ParmList.h>
-#include <ZEL/ZEL_PresetInfo.h>
 #include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_Template.h>
 

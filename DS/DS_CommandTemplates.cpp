@@ -6,8 +6,6 @@
 #include <DS/DS_PagePrivate.h>
 #include <DS/DS_ParmPrivate.h>
 #include <KIT/KIT_WorkBuffer.h>
-#include <ZEL/ZEL_ParmList.h>
-#include <ZEL/ZEL_PresetInfo.h>
 #include <ZEL/ZEL_ScriptGroup.h>
 #include <ZEL/ZEL_Template.h>
 

@@ -5,9 +5,7 @@
 #include <DS/DS_CommandParmPrivate.h>
 #include <DS/DS_PagePrivate.h>
 #include <ZEL/ZEL_ParmList.h>
-#include <ZEL/ZEL_PresetInfo.h>
 #include <ZEL/ZEL_ScriptParm.h>
-#include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
 #include <sstream>

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <limits>
 #include <sstream>
 #include <string>
 #include <string_view>

@@ -3,7 +3,6 @@
 #include <DS/DS_ParmPrivate.h>
 #include <DS/DS_Stream.h>
 
-#include <algorithm>
 #include <memory>
 
 int DS_Page::countParameters() const

@@ -4,7 +4,8 @@
 ///
 /// Vocabulary: *binding* = what ties a viewport selector or handle to parameters. *bound* handles and
 ///             *unbound* selectors are written for every dialog, *reserved* ones by their own words.
-/// Units:      `groupSize` in parameters for each page that is made up, 0 for no limit.
+/// Units:      `groupSize` in parameters for each page that is made up, 0 for no limit. Numbers of
+///             readers are kept in 16 bits.
 /// Ownership:  owns the records in its lists (made by new) and the group names (made by malloc). A
 ///             copy borrows what it was copied from, which must outlive it, and owns what was
 ///             appended to it later. Group names aren't copied.

@@ -15,7 +15,6 @@
 #pragma once
 
 #include <DS/DS_ParmReader.h>
-#include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>
 
 #include <memory>

@@ -2,6 +2,7 @@
 
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <ZEL/ZEL_NumberPrivate.h>
 #include <ZEL/ZEL_ScriptQuote.h>
 
 #include <algorithm>
@@ -26,8 +27,7 @@ bool readWords(DS_Stream &stream, size_t count, Words &words)
 
 int numberOf(const KIT_String &word)
 {
-    const int64_t number = word.toInteger();
-    return static_cast<int>(std::clamp<int64_t>(number, INT32_MIN, INT32_MAX));
+    return ZELclampToInt(word.toInteger());
 }
 
 /// From the word at `at`: mask, input, menu, whether it is required.

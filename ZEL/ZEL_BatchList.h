@@ -8,7 +8,7 @@
 ///             borrows too: names, user data, and templates for their tokens.
 /// Threads:    one thread at a time.
 /// Errors:     look-ups answer null outside the list and for holes; nothing is reported.
-/// Cost:       everything but adding at the end and one evaluation is linear in the list.
+/// Cost:       copies, `validate`, the clears and `dump` are linear in the list.
 #pragma once
 
 #include <KIT/KIT_ValArray.h>

@@ -159,7 +159,6 @@ private:
     void copyItems(const Items &items);
     void followReference(ZEL_ParmList *list, double time, int index, int thread, Item &out) const;
 
-    double commandTime() const;
     /// The item that a stream gets: none for default data or beside a channel.
     Item itemToSave(int index) const;
     bool saveAscii(std::ostream &os) const;

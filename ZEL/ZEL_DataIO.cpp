@@ -12,7 +12,6 @@
 #include <KIT/KIT_Write.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Collection.h>
-#include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_DataFactory.h>
 #include <ZEL/ZEL_DataItem.h>
 #include <ZEL/ZEL_SpinLockScope.h>
@@ -265,11 +264,6 @@ bool ZEL_Data::loadUndoData(const std::shared_ptr<ZEL_UndoData> &data)
 // -------------------------------------------------------------------------- //
 // Commands
 // -------------------------------------------------------------------------- //
-
-double ZEL_Data::commandTime() const
-{
-    return getChannelGroupPtr() ? TRK_Manager::getContext().getEvaluateTime(BASgetSTID()) : 0.0;
-}
 
 void ZEL_Data::saveCommand(std::ostream &os, int values, int index) const
 {

@@ -125,10 +125,7 @@ double ZEL_Float::constrainedRawValue(int index) const
 double ZEL_Float::evaluateChannel(ZEL_ParmList *list, TRK_Channel *channel, double time, int index,
                                   int thread, bool &timeDependent) const
 {
-    const TRK_Collection *collection = getChannelGroupPtr();
-    if (!collection) {
-        collection = channel->getCollection();
-    }
+    const TRK_Collection *collection = evaluationCollection(channel);
     const double value =
         collection ? collection->evaluate(channel, time, false, thread) : storedValue(index);
     timeDependent = list && (channel->getPendingFlag() || channel->isTimeDependent());

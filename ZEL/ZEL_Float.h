@@ -88,6 +88,7 @@ public:
     /// The stored, or given, value within the range's hard limits, rounded for integers.
     double constrainedRawValue(int index) const;
     double constrainedValue(double value) const;
+    /// The same with the three switches in place of hard bits and type.
     double constrainedValue(double value, bool useMin, bool useMax, bool round) const;
 
 protected:

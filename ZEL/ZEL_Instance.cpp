@@ -1,9 +1,7 @@
 #include <ZEL/ZEL_Instance.h>
 
-#include <KIT/KIT_Color.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_String.h>
-#include <KIT/KIT_WorkBuffer.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_InstancePrivate.h>

@@ -6,10 +6,11 @@
 ///             *slot* = a component's channel pointer, null while it isn't animated;
 ///             *alias* = a second name of a component's channel;
 ///             *send extra* = the mark that a component's dirtiness has yet to be propagated.
-/// Units:      component indices are 0-based; setters read a negative index as all components,
-///             queries as any. Masks are 32 bits wide and shift counts are taken modulo 32, so a
-///             vector has at most 32 components; nothing checks this. Time is in the channel
-///             library's seconds; `thread` is the id from `BASgetSTID`.
+/// Units:      component indices are 0-based; what sets marks, masks and keys reads a negative index
+///             as all components, queries as any, and what sets values has none. Masks are 32 bits
+///             wide and shift counts are taken modulo 32: components 32 apart share a bit, and all
+///             components of a vector of 32 are no bits. Nothing checks this. Time is in the
+///             channel library's seconds; `thread` is the id from `BASgetSTID`.
 /// Ownership:  owns its arrays, micro nodes and input-notify value. Borrows template and parm.
 ///             Channels belong to the list's collection; what still stands in a slot when the
 ///             instance dies is deleted from the collection.
@@ -30,7 +31,6 @@
 #include <TRK/TRK_Types.h>
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_Callback.h>
-#include <ZEL/ZEL_ParmIOToken.h>
 #include <ZEL/ZEL_ParmTypes.h>
 #include <ZEL/ZEL_Template.h>
 
@@ -150,7 +150,7 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     virtual void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index,
-                          bool flag, int thread) const = 0;
+                          bool expand, int thread) const = 0;
     virtual void getValue(ZEL_ParmList *list, double time,
                           std::shared_ptr<const ZEL_DataItem> &value, int index,
                           int thread) const = 0;
@@ -350,7 +350,8 @@ public:
     std::uint32_t getAutoSelectField() const { return myAutoSelectField; }
     void setAutoSelectFlag(int index, bool flag);
 
-    /// False for any index outside the vector.
+    /// A mark of the interface's for what is selected, not saved. False for any index outside the
+    /// vector.
     bool isActive(int index) const;
     void setActive(int index, bool active);
 
@@ -464,7 +465,7 @@ public:
     /// Codes 0, 1, 2, 3, 14 and 18 carry the parameter's full path.
     void addParmWarning(ZEL_ErrorCode code) const;
     void indexError(int index) const;
-    /// Owner's path and the label, or "/" and the token for the extended type 4 or no label.
+    /// Owner's path, a blank and the label; "/" and the token for the extended type 4 or no label.
     void getFullParmPath(KIT_WorkBuffer &path) const;
     /// Reports the thread's expression error number, if set, for this component.
     void checkForExpressionErrors(ZEL_ParmList *list, int index, int thread) const;
@@ -474,7 +475,7 @@ public:
     /// Replaces `indices` by the item numbers of the multi-parameters above, innermost first; their
     /// count. `useStartOffset` counts from each one's start offset, as its tokens do, else from 0.
     int getMultiInstanceIndex(KIT_Array<int> &indices, bool useStartOffset) const;
-    /// All components by `isDefault`, and no lock if bit 1 asks.
+    /// All components by `isDefault`, and no lock if ZEL_DEFAULT_UNLOCKED asks.
     bool isAllDefault(ZEL_DefaultType type) const;
     ///@}
 
@@ -541,7 +542,7 @@ protected:
     {
         return index < 0 ? mask != 0 : (mask & bit(index)) != 0;
     }
-    /// (1 << size) - 1 with the shift modulo 32, so 0 for a size of 32.
+    /// All components: (1 << size) - 1 with the shift modulo 32, so 0 for a size of 32.
     std::uint32_t sizeBits() const { return bit(getVectorSize()) - 1u; }
     void setMaskBits(std::uint32_t &mask, int index, bool on) const;
     bool testFlag(std::uint32_t flag) const { return (myFlags & flag) != 0; }
@@ -550,6 +551,8 @@ protected:
     void internalAddChannel(int index, const char *expression, TRK_ExprLanguage language,
                             bool initialise);
     TRK_ExprLanguage getCollectionLanguage() const;
+    /// The thread's evaluation time; 0 without a collection.
+    double commandTime() const;
     /// A token of a stream or command: the component's own channel name links that channel,
     /// anything else becomes the component's expression.
     void loadTokenAsChannelNameOrExpression(const char *token, int index);

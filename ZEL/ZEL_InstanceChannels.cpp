@@ -357,6 +357,11 @@ bool ZEL_Instance::isLanguageOldExprOrLiteral(double time, int index) const
 // Channels named in streams and commands
 // ---------------------------------------------------------------------- //
 
+double ZEL_Instance::commandTime() const
+{
+    return getChannelGroupPtr() ? TRK_Manager::getContext().getEvaluateTime(BASgetSTID()) : 0.0;
+}
+
 void ZEL_Instance::loadTokenAsChannelNameOrExpression(const char *token, int index)
 {
     if (!validIndex(index)) {
@@ -375,8 +380,7 @@ void ZEL_Instance::loadTokenAsChannelNameOrExpression(const char *token, int ind
             return;
         }
     }
-    const double time = collection ? TRK_Manager::getContext().getEvaluateTime(BASgetSTID()) : 0.0;
-    setExpression(time, token, getCollectionLanguage(), index, true, false);
+    setExpression(commandTime(), token, getCollectionLanguage(), index, true, false);
 }
 
 bool ZEL_Instance::isChannelToken(const KIT_String &token, int index) const

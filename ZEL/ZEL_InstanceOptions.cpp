@@ -10,6 +10,7 @@
 #include <KIT/KIT_Write.h>
 #include <ZEL/ZEL_InstancePrivate.h>
 #include <ZEL/ZEL_Name.h>
+#include <ZEL/ZEL_ParmIOToken.h>
 
 #include <charconv>
 #include <cstdlib>

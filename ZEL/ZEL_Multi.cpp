@@ -20,6 +20,9 @@ bool ZEL_Multi::theIsAddingOrRemovingParms = false;
 namespace
 {
 
+/// How many `KeepItems` live on the thread.
+thread_local int theKeepCount = 0;
+
 /// The nearest count; 0 for what is no number.
 int toCount(double value)
 {
@@ -47,9 +50,6 @@ void replaceByCount(KIT_String &value, int count)
 {
     value.itoa(count);
 }
-/// How many `KeepItems` live on the thread.
-thread_local int theKeepCount = 0;
-
 /// A count has no such form.
 void replaceByCount(std::shared_ptr<const ZEL_DataItem> &, int) {}
 void replaceByCount(KIT_JSONValueMap &, int) {}
@@ -261,9 +261,9 @@ int ZEL_Multi::loadCommand(int argc, const char *const argv[], int index, bool a
 }
 
 void ZEL_Multi::getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index,
-                         bool flag, int thread) const
+                         bool expand, int thread) const
 {
-    evaluate(value, thread, [&] { ZEL_Float::getValue(list, time, value, index, flag, thread); });
+    evaluate(value, thread, [&] { ZEL_Float::getValue(list, time, value, index, expand, thread); });
 }
 
 void ZEL_Multi::getValue(ZEL_ParmList *list, double time,

@@ -8,22 +8,13 @@
 #include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_ChoiceList.h>
+#include <ZEL/ZEL_NumberPrivate.h>
 #include <ZEL/ZEL_OrdinalPrivate.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_SpareData.h>
 
 #include <algorithm>
 #include <new>
-
-namespace
-{
-
-int clampedToInt(std::int64_t value)
-{
-    return int(std::clamp<std::int64_t>(value, INT32_MIN, INT32_MAX));
-}
-
-} // namespace
 
 // -------------------------------------------------------------------------- //
 // Life
@@ -179,7 +170,7 @@ void ZEL_Ordinal::getValue(ZEL_ParmList *list, double time, int &value, int inde
 {
     std::int64_t wide = 0;
     getValue(list, time, wide, index, thread);
-    value = clampedToInt(wide);
+    value = ZELclampToInt(wide);
 }
 
 void ZEL_Ordinal::getValue(ZEL_ParmList *list, double time, double &value, int index,
@@ -261,7 +252,7 @@ void ZEL_Ordinal::setValue(double time, const char *text, TRK_StringMeaning mean
     bool isNumber = false;
     const std::int64_t value = tokenToInt(text, isNumber);
     if (isNumber || !text || !*text) {
-        setValue(time, clampedToInt(value), replaceExpression, index, addKey, keySet);
+        setValue(time, ZELclampToInt(value), replaceExpression, index, addKey, keySet);
     } else {
         setExpression(time, text, expressionLanguage(meaning), index, true, false);
     }
@@ -349,7 +340,7 @@ void ZEL_Ordinal::getDefaultValue(int &value, int index) const
 {
     std::int64_t wide = value;
     getDefaultValue(wide, index);
-    value = clampedToInt(wide);
+    value = ZELclampToInt(wide);
 }
 
 void ZEL_Ordinal::getDefaultValue(double &value, int index) const
@@ -422,7 +413,7 @@ void ZEL_Ordinal::setValueToDefault(double time, int index, ZEL_AddKeyType addKe
     if (!getChannel(index) || (found && isExpression(*found, getTemplatePtr()))) {
         revertToDefault(index);
     } else {
-        const int value = found ? clampedToInt(defaultInteger(*found)) : 0;
+        const int value = found ? ZELclampToInt(defaultInteger(*found)) : 0;
         setValue(time, value, false, index, addKey, ZEL_KEYSET_PREFERENCE);
     }
 }
@@ -435,7 +426,7 @@ void ZEL_Ordinal::restoreFactoryDefault(int index)
 void ZEL_Ordinal::overwriteDefault(double, int index)
 {
     if (validIndex(index) && !isSwitcherList()) {
-        getTemplatePtr()->setOrdinalDefault(index, clampedToInt(getInternalValue(index)));
+        getTemplatePtr()->setOrdinalDefault(index, ZELclampToInt(getInternalValue(index)));
     }
 }
 

@@ -8,8 +8,8 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_Write.h>
 #include <TRK/TRK_Channel.h>
+#include <ZEL/ZEL_NumberPrivate.h>
 
-#include <algorithm>
 #include <cstring>
 #include <ostream>
 
@@ -43,7 +43,7 @@ void writeInteger(std::ostream &os, std::int64_t value)
 
 void writeInteger32(std::ostream &os, std::int64_t value)
 {
-    KITwrite(os, std::int32_t(std::clamp<std::int64_t>(value, INT32_MIN, INT32_MAX)));
+    KITwrite(os, std::int32_t(ZELclampToInt(value)));
 }
 
 } // namespace

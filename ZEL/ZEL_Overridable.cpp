@@ -6,6 +6,7 @@
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_AutoDisableOverride.h>
+#include <ZEL/ZEL_NumberPrivate.h>
 #include <ZEL/ZEL_ORCallback.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
@@ -13,7 +14,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <limits>
 
 // ---------------------------------------------------------------------- //
 // The records
@@ -75,14 +75,6 @@ char *copyText(const char *text)
 bool sameText(const char *left, const char *right)
 {
     return left == right || (left && right && std::strcmp(left, right) == 0);
-}
-
-/// The 32-bit integer that a text starts with, the nearest one if it is out of range.
-int parseInt(const char *text)
-{
-    const std::int64_t value = BASparseInteger(text, 10);
-    return int(std::clamp<std::int64_t>(value, std::numeric_limits<int>::min(),
-                                        std::numeric_limits<int>::max()));
 }
 } // namespace
 
@@ -554,7 +546,7 @@ bool ZEL_Overridable::setOverrideInt(double time, const char *text, bool replace
 {
     ZEL_Instance::setValue(time, text, TRK_MEANING_LITERAL, replaceExpression, index, addKey,
                            keySet);
-    return offerInt(time, parseInt(text), index);
+    return offerInt(time, ZELparseInt(text), index);
 }
 
 bool ZEL_Overridable::setOverrideString(double time, const char *text, bool replaceExpression,
@@ -563,5 +555,5 @@ bool ZEL_Overridable::setOverrideString(double time, const char *text, bool repl
     ZEL_Instance::setValue(time, text, TRK_MEANING_LITERAL, replaceExpression, index, addKey,
                            keySet);
     // The party takes numbers only: what isn't one at the start of the text is lost.
-    return offerFloat(time, parseInt(text), index);
+    return offerFloat(time, ZELparseInt(text), index);
 }

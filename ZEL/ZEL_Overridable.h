@@ -54,7 +54,8 @@ public:
     const char *getOverride(int index) const override;
     bool getOverrideType(int index, ZEL_OverrideType &type) const override;
     int getOverrideDataIndex(int index) const override;
-    /// 0 without a name or while disabled on this thread, else 1, or -1 for "unsure".
+    /// 0 without a name, while disabled on this thread, or when the last evaluation found the data
+    /// source off; else 1, or -1 for "unsure".
     int getIsOverrideActive(int index) const override;
     std::int64_t getMemoryUsage(bool inclusive) const override;
 

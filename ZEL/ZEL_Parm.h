@@ -5,16 +5,19 @@
 ///             *locked* = refused to setters, component by component;
 ///             *callback type* = a type whose words basic to channel are those of `ZEL_CALLBACK`: a
 ///             button, which has no value that could be out of date;
-///             *change* = marks dirty, then tells the list's event handler.
-/// Units:      component indices are 0-based; a negative index means all components in setters
-///             and any in queries. Time is in the channel library's seconds; `thread` is the id
+///             *change* = marks dirty, then tells the list's event handler; *event 4* = the
+///             TRK_CHANGE_TYPE of that number.
+/// Units:      component indices are 0-based; a negative index means all components where marks,
+///             masks and keys are set and any in queries; values, expressions and defaults are set
+///             one component at a time. Time is in the channel library's seconds; `thread` is the id
 ///             from `BASgetSTID`. Access masks are octal permission bits: 0222 asks to write.
 /// Ownership:  owns its instance, borrows template and list. A parameter whose template is null, or
 ///             of no known basic type, has no instance: it answers null, 0, false, "" or the
-///             caller's time, and its setters do nothing.
+///             caller's time, is clean, leaves arrays and maps alone, and its setters do nothing.
 /// Threads:    the *values out* groups from any thread at once; the rest from the thread that owns
 ///             the list: change events reach the owner directly.
-/// Errors:     a refused change returns false, with no report. "ZEL" 12 for a null source.
+/// Errors:     a refused change returns false, with no report. "ZEL" 12 for a null source, 21 for a
+///             value or expression outside the vector.
 /// Cost:       a value read is one null test and one virtual call. Two pointers a parameter.
 #pragma once
 
@@ -131,7 +134,8 @@ public:
     void getValue(double time, KIT_StringHolder &value, int index, bool expand, int thread) const;
     void getValue(double time, std::shared_ptr<const ZEL_DataItem> &value, int index,
                   int thread) const;
-    void getValue(double time, KIT_JSONValueMap &value, int index, bool flag, int thread) const;
+    /// A data parameter's dictionary; nothing is written for other kinds.
+    void getValue(double time, KIT_JSONValueMap &value, int index, bool expand, int thread) const;
 
     /// All components into an array of vector size: double, float, int or 64-bit int.
     template <class T>
@@ -164,8 +168,10 @@ public:
     // ------------------------------------------------------------------ //
     /// \name Values in
     /// False, and no change, for a locked component or one that isn't editable; a negative index
-    /// counts as locked when any component is. `replaceExpression` puts a constant in the place of
-    /// an expression at that time. `propagate` ends in `privateValueChanged`.
+    /// counts as locked when any component is. An index outside the vector, negative ones included,
+    /// sets nothing: it is reported, unless of data, and the rest goes as if it had. `replaceExpression`
+    /// puts a constant in the place of an expression at that time. `propagate` ends in
+    /// `privateValueChanged`.
     // ------------------------------------------------------------------ //
     ///@{
     bool setValue(double time, double value, bool replaceExpression, int index,
@@ -285,7 +291,7 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// Whether the list's permissions, the lock of an asset and the open take allow what the mask
-    /// asks. Always true while a multi-parameter adds or removes parameters.
+    /// asks. Always true without a list, and while a multi-parameter adds or removes parameters.
     bool canAccess(unsigned mask) const;
     /// The mask that asks to write.
     static constexpr unsigned theWriteMask = 0222;
@@ -351,6 +357,7 @@ public:
     {
         return myInstance ? myInstance->getAutoSelectField() : 0;
     }
+    /// A mark of the interface's for what is selected; false for any index outside the vector.
     bool isActive(int index) const { return myInstance && myInstance->isActive(index); }
     bool getActiveTakeFlag() const { return myInstance && myInstance->getActiveTakeFlag(); }
     bool getAlwaysTakeFlag() const { return myInstance && myInstance->getAlwaysTakeFlag(); }
@@ -776,7 +783,7 @@ public:
     ///@}
 
     // ------------------------------------------------------------------ //
-    /// \name Overrides
+    /// \name Overrides   (an outside party's values for single components: see ZEL_Overridable.h)
     // ------------------------------------------------------------------ //
     ///@{
     int setOverride(int index, int dataIndex, const char *name, ZEL_OverrideType type)

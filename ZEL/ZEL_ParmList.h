@@ -106,6 +106,7 @@ public:
     int getParmIndex(const KIT_StringRef &token) const;
     int getParmIndex(const char *token) const { return getParmIndex(KIT_StringRef(token)); }
     int getParmIndex(const ZEL_Name &name) const;
+    /// Of the parameter that has this one's token here.
     int getParmIndex(const ZEL_Parm *parm) const;
     /// Null outside 0 .. entries - 1.
     ZEL_Parm *getParmPtr(int index)
@@ -125,7 +126,8 @@ public:
     ZEL_Parm *getParmPtr(const char *token) { return getParmPtr(KIT_StringRef(token)); }
     const ZEL_Parm *getParmPtr(const char *token) const { return getParmPtr(KIT_StringRef(token)); }
     /// By channel token, or alias if allowed. If the component found isn't one of the vector the
-    /// answer is -1, with `*subIndex` as found.
+    /// answer is -1, with `*subIndex` as found. `subIndex` may be null, and an unknown name leaves
+    /// what it points to alone.
     int getParmIndexFromChannel(const KIT_StringRef &token, int *subIndex,
                                 bool allowAlias = true) const;
     int getParmIndex(const KIT_StringRef &token, int &subIndex, bool allowAlias = true) const;
@@ -485,9 +487,9 @@ private:
     BAS_ByteLock myDependencyLock;
     LNK_ContextOptionDepsPtr myContextOptionDeps{nullptr};
     LNK_ContextOptionDepsPtr myCookContextOptionDeps{nullptr};
-    std::uint32_t myPermissions = 511;
-    std::uint32_t myUserMask = 511;
-    std::uint32_t myAssetPermissionMask = 511;
+    std::uint32_t myPermissions = 0777;
+    std::uint32_t myUserMask = 0777;
+    std::uint32_t myAssetPermissionMask = 0777;
     TRK_Collection *myCollection;
     ZEL_ParmOwner *myOwner;
     ZEL_PresetInfo *myPresetInfo;

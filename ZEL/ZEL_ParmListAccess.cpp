@@ -33,9 +33,7 @@ namespace
 /// Folders stay reachable on a locked node.
 bool isFolderSwitcher(const ZEL_Type &type)
 {
-    return type.getBasicType() == ZEL_Type::ZEL_BASIC_ORDINAL &&
-           (type.getOrdinalType() & ZEL_Type::ZEL_ORD_SWITCHERLIST) != 0 &&
-           (type.getInterfaceType() & ZEL_Type::ZEL_INTERFACE_EXCLUSIVE) == 0;
+    return type.isSwitcher() && !type.hasInterfaceType(ZEL_Type::ZEL_INTERFACE_EXCLUSIVE);
 }
 
 } // namespace

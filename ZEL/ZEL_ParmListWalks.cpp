@@ -1,7 +1,6 @@
 #include <ZEL/ZEL_ParmList.h>
 
 #include <BAS/BAS_Thread.h>
-#include <EVL/EVL.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_TokenString.h>
 #include <TRK/TRK_ChannelRef.h>
@@ -16,9 +15,8 @@
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/ZEL_Type.h>
 
-#include <limits>
-
 #include <algorithm>
+#include <limits>
 
 namespace
 {

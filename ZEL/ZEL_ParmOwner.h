@@ -54,7 +54,7 @@ public:
     virtual GRF_Node *castToGRFNode();
     virtual const GRF_Node *castToGRFNode() const;
     /// Offered the names that a load doesn't know: may add spare parameters, or say what to load
-    /// them as. False fails the load. Base: true.
+    /// them as. False: the load warns, with `errors` if any, and goes on. Base: true.
     virtual bool createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,
                                               KIT_String &errors);
     /// A list that receives entries which the live list doesn't have; may be null.

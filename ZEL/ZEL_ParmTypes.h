@@ -6,8 +6,6 @@
 /// Threads:    constants only.
 #pragma once
 
-#include <cstdint>
-
 /// What a setter does with a channel once the new value is on it.
 enum ZEL_AddKeyType : int
 {

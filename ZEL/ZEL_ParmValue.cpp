@@ -38,11 +38,11 @@ void ZEL_Parm::getValue(double time, std::shared_ptr<const ZEL_DataItem> &value,
     }
 }
 
-void ZEL_Parm::getValue(double time, KIT_JSONValueMap &value, int index, bool flag,
+void ZEL_Parm::getValue(double time, KIT_JSONValueMap &value, int index, bool expand,
                         int thread) const
 {
     if (myInstance) {
-        myInstance->getValue(myParmList, time, value, index, flag, thread);
+        myInstance->getValue(myParmList, time, value, index, expand, thread);
     }
 }
 

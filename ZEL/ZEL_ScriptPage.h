@@ -26,7 +26,6 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_API.h>
-#include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_ConditionalGroup.h>
 #include <ZEL/ZEL_ScriptImports.h>
 #include <ZEL/ZEL_SpareData.h>

@@ -2,6 +2,7 @@
 
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_EnvControl.h>
+#include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_ScriptGroup.h>
 #include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_ScriptPrivate.h>

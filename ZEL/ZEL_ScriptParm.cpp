@@ -2,7 +2,6 @@
 
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_WorkBuffer.h>
-#include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_ScriptGroup.h>
 #include <ZEL/ZEL_ScriptPage.h>
 #include <ZEL/ZEL_ScriptQuote.h>

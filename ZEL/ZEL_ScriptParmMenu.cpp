@@ -4,11 +4,9 @@
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ParmList.h>
-#include <ZEL/ZEL_ScriptGroup.h>
 #include <ZEL/ZEL_ScriptPrivate.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <string_view>
 
 namespace

@@ -5,13 +5,11 @@
 #include <KIT/KIT_EnvControl.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_ConditionalInfo.h>
-#include <ZEL/ZEL_ScriptGroup.h>
 #include <ZEL/ZEL_ScriptPrivate.h>
 #include <ZEL/ZEL_ScriptTypes.h>
 
 #include <algorithm>
 #include <climits>
-#include <cstring>
 
 namespace
 {

@@ -3,11 +3,11 @@
 #include <BAS/BAS_Number.h>
 #include <KIT/KIT_BitArray.h>
 #include <KIT/KIT_StringArray.h>
+#include <ZEL/ZEL_NumberPrivate.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <string>
 #include <strings.h>
 
@@ -16,12 +16,6 @@ namespace
 
 constexpr const char *theColorTypes[] = {"val", "rgb", "hsv", "tmi", "hide"};
 constexpr const char *theRampColorTypes[] = {"hsl", "hsv", "rgb", "xyz", "lab"};
-
-int parseInt(const char *text)
-{
-    const int64_t value = BASparseInteger(text, 10);
-    return static_cast<int>(std::clamp<int64_t>(value, INT32_MIN, INT32_MAX));
-}
 
 bool isPositive(const char *value)
 {
@@ -210,8 +204,8 @@ void ZEL_SpareData::getEditorLinesRange(int &min, int &max) const
         }
     }
     if (words.entries() == 1 || words.entries() == 2) {
-        const int first = std::max(1, parseInt(words[0].c_str()));
-        const int second = std::max(1, parseInt(words.last().c_str()));
+        const int first = std::max(1, ZELparseInt(words[0].c_str()));
+        const int second = std::max(1, ZELparseInt(words.last().c_str()));
         min = std::min(first, second);
         max = std::max(first, second);
     }
@@ -224,7 +218,7 @@ void ZEL_SpareData::getEditorLinesRange(int &min, int &max) const
 int ZEL_SpareData::getMultiStartOffset() const
 {
     const char *value = getValue(getMultiStartOffsetToken());
-    return value && *value ? parseInt(value) : 1;
+    return value && *value ? ZELparseInt(value) : 1;
 }
 
 void ZEL_SpareData::setMultiStartOffset(int offset)

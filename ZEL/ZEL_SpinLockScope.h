@@ -4,7 +4,6 @@
 /// Vocabulary: *reader*, *writer* = a guard that shares the lock, or has it alone.
 /// Ownership:  borrows the lock until its end.
 /// Threads:    a guard belongs to the thread that made it.
-
 #pragma once
 
 #include <tbb/spin_rw_mutex.h>
@@ -25,8 +24,8 @@ public:
         myLock.acquire(mutex, writer);
         myWriterFlag = false;
     }
-    /// The guard, which must hold the lock, has it alone from here on. False when another thread had it in between, so that what was
-    /// read before must be read again.
+    /// The guard, which must hold the lock, has it alone from here on. False when another thread had it
+    /// in between, so that what was read before must be read again.
     bool upgradeToWriter()
     {
         if (myWriterFlag) {

@@ -15,25 +15,13 @@
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_ErrorNumberScopePrivate.h>
+#include <ZEL/ZEL_NumberPrivate.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
 
 #include <algorithm>
 #include <cstring>
 #include <strings.h>
-
-namespace
-{
-
-/// The 32-bit integer that a text starts with, the nearest one if it is out of range.
-int parseInt(const char *text)
-{
-    const std::int64_t value = BASparseInteger(text, 10);
-    return int(std::clamp<std::int64_t>(value, std::numeric_limits<int>::min(),
-                                        std::numeric_limits<int>::max()));
-}
-
-} // namespace
 
 // -------------------------------------------------------------------------- //
 // Life
@@ -219,7 +207,7 @@ void ZEL_String::getValue(ZEL_ParmList *list, double time, int &value, int index
 {
     KIT_String text;
     getValue(list, time, text, index, true, thread);
-    value = parseInt(text.c_str());
+    value = ZELparseInt(text.c_str());
 }
 
 // -------------------------------------------------------------------------- //

@@ -6,10 +6,9 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_NumberPrivate.h>
 
-#include <algorithm>
 #include <cstring>
-#include <limits>
 
 void ZEL_String::getDefaultValue(KIT_String &value, int index) const
 {
@@ -41,8 +40,7 @@ void ZEL_String::getDefaultValue(int &value, int index) const
 {
     std::int64_t wide = value;
     getDefaultValue(wide, index);
-    value = int(std::clamp<std::int64_t>(wide, std::numeric_limits<int>::min(),
-                                         std::numeric_limits<int>::max()));
+    value = ZELclampToInt(wide);
 }
 
 void ZEL_String::revertToDefaultWithoutRemovingChannel(double time, int index,

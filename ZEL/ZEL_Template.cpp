@@ -8,7 +8,6 @@
 #include <ZEL/ZEL_TemplatePrivate.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <unordered_set>

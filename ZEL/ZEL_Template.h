@@ -131,8 +131,8 @@ public:
                  ZEL_Callback callback = ZEL_Callback());
 
     ZEL_Template(const ZEL_Template &other);
-    /// The other must not be one of this ramp's own items.
-    /// assign() with the other's vector size and factory defaults; nothing for itself.
+    /// assign() with the other's vector size and factory defaults; nothing for itself. The other must
+    /// not be one of this ramp's own items.
     ZEL_Template &operator=(const ZEL_Template &other);
     ~ZEL_Template();
 

@@ -4,7 +4,6 @@
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_Write.h>
 
-#include <iterator>
 #include <ostream>
 #include <sstream>
 

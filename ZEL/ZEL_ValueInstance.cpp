@@ -71,11 +71,6 @@ TRK_Collection *ZEL_ValueInstance::evaluationCollection(const TRK_Channel *chann
     return collection || !channel ? collection : channel->getCollection();
 }
 
-double ZEL_ValueInstance::commandTime() const
-{
-    return getChannelGroupPtr() ? TRK_Manager::getContext().getEvaluateTime(BASgetSTID()) : 0.0;
-}
-
 bool ZEL_ValueInstance::commitFlag(ZEL_KeySetType keySet)
 {
     return keySet == ZEL_KEYSET_PREFERENCE

@@ -18,7 +18,6 @@
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_Packet.h>
-#include <KIT/KIT_StringHolder.h>
 #include <KIT/KIT_TokenString.h>
 #include <KIT/KIT_Write.h>
 #include <TRK/TRK_Channel.h>
@@ -45,7 +44,7 @@ public:
 
     using ZEL_Overridable::getValue;
     /// There is no map form: nothing is written.
-    void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index, bool flag,
+    void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index, bool expand,
                   int thread) const override;
     /// There is no data item: the pointer is emptied.
     void getValue(ZEL_ParmList *list, double time, std::shared_ptr<const ZEL_DataItem> &value,
@@ -87,8 +86,6 @@ protected:
     ///@{
     /// The list's collection, else the channel's own.
     TRK_Collection *evaluationCollection(const TRK_Channel *channel) const;
-    /// The thread's evaluation time; 0 without a collection.
-    double commandTime() const;
     /// What `setKeyValue` and `setKeyString` get as commit.
     static bool commitFlag(ZEL_KeySetType keySet);
     /// The language of a text that is no value: a literal meaning stands for the collection's.
