@@ -424,10 +424,12 @@ bool ZEL_Instance::setChannelAlias(const KIT_StringHolder &alias, int index)
     if (!alias.isEmpty() && !TRK_Collection::isValidChannelName(alias.c_str())) {
         return false;
     }
-    if (!myChannelAliases) {
+    if (!myChannelAliases && !alias.isEmpty()) {
         myChannelAliases = new KIT_StringHolder[std::uint32_t(getVectorSize())];
     }
-    myChannelAliases[index] = alias;
+    if (myChannelAliases) {
+        myChannelAliases[index] = alias;
+    }
     TRK_Channel *channel = myChannels[index];
     if (channel && channel->getCollection()) {
         channel->getCollection()->setChannelAlias(channel, alias);

@@ -58,7 +58,7 @@ public:
                     ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
 
     using ZEL_Float::getValue;
-    void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index, bool flag,
+    void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index, bool expand,
                   int thread) const override;
     void getValue(ZEL_ParmList *list, double time, std::shared_ptr<const ZEL_DataItem> &value,
                   int index, int thread) const override;
@@ -173,6 +173,7 @@ protected:
 
 private:
     class Changing;
+    class ItemSteps;
 
     template <class T, class Read>
     void evaluate(T &value, int thread, const Read &read) const;
@@ -187,6 +188,7 @@ private:
     bool isValidItem(int item) const { return item >= 0 && item < myNumItems; }
     bool isInside(const ZEL_Multi &outer) const;
     std::size_t flatIndex(int item, int child) const;
+    ZEL_Parm *findChild(int item, int child) const { return getParm(int(flatIndex(item, child))); }
     void instanceNumbers(int item, KIT_ValArray<int> &numbers) const;
     bool grow(int count, bool evaluateChildren);
     void shrink(int count);

@@ -464,7 +464,7 @@ void ZEL_Multi::announceItem(int item)
     ZEL_ParmOwner *owner = getParmOwner();
     KIT_ValArray<ZEL_Parm *> parms;
     for (int child = 0; owner && child < myInstancesPerItem; ++child) {
-        if (ZEL_Parm *parm = getParm(int(flatIndex(item, child)))) {
+        if (ZEL_Parm *parm = findChild(item, child)) {
             parms.append(parm);
         }
     }
@@ -472,6 +472,39 @@ void ZEL_Multi::announceItem(int item)
         owner->multiItemCreated(parms);
     }
 }
+
+/// Copies items one to the next in turn: each is the source of one step and the target of the next,
+/// so that its parameters are found by name once.
+class ZEL_Multi::ItemSteps
+{
+public:
+    explicit ItemSteps(const ZEL_Multi &multi) : myMulti(multi)
+    {
+        myParms.setSize(multi.myInstancesPerItem);
+    }
+
+    void assign(int from, int to)
+    {
+        const ZEL_ParmList &list = *myMulti.getParmList();
+        // What comes or goes on the way makes the pointers that are kept worthless.
+        const std::uint32_t changesBefore = list.getAddRemoveCount();
+        for (int child = 0; child < myMulti.myInstancesPerItem; ++child) {
+            const bool isKept = to == myItem && list.getAddRemoveCount() == myChanges;
+            ZEL_Parm *target = isKept ? myParms[child] : myMulti.findChild(to, child);
+            ZEL_Parm *source = myMulti.findChild(from, child);
+            myParms[child] = source;
+            assignChild(source, target);
+        }
+        myItem = from;
+        myChanges = changesBefore;
+    }
+
+private:
+    const ZEL_Multi &myMulti;
+    KIT_ValArray<ZEL_Parm *> myParms; // of the item
+    int myItem = -1;
+    std::uint32_t myChanges = 0;
+};
 
 void ZEL_Multi::insertInstanceBefore(int item)
 {
@@ -485,8 +518,9 @@ void ZEL_Multi::insertInstanceBefore(int item)
     if (myNumItems != before + 1) {
         return;
     }
+    ItemSteps steps(*this);
     for (int i = before - 1; i >= item; --i) {
-        assignInstance(i, i + 1);
+        steps.assign(i, i + 1);
     }
     revertInstance(item);
     if (isValidItem(item)) {
@@ -503,8 +537,9 @@ void ZEL_Multi::deleteInstance(int item)
         revertInstance(item);
         return;
     }
+    ItemSteps steps(*this);
     for (int i = item + 1; i < myNumItems; ++i) {
-        assignInstance(i, i - 1);
+        steps.assign(i, i - 1);
     }
     revertInstance(myNumItems - 1);
     setCount(myNumItems - 1);
@@ -537,7 +572,7 @@ void ZEL_Multi::assignInstance(int from, int to)
         return;
     }
     for (int child = 0; child < myInstancesPerItem; ++child) {
-        assignChild(getParm(int(flatIndex(from, child))), getParm(int(flatIndex(to, child))));
+        assignChild(findChild(from, child), findChild(to, child));
     }
 }
 
@@ -561,8 +596,7 @@ void ZEL_Multi::copy(const ZEL_Multi *other)
     const int children = std::min(myInstancesPerItem, other->myInstancesPerItem);
     for (int item = 0; children > 0 && item < items; ++item) {
         for (int child = 0; child < children; ++child) {
-            assignChild(other->getParm(int(other->flatIndex(item, child))),
-                        getParm(int(flatIndex(item, child))));
+            assignChild(other->findChild(item, child), findChild(item, child));
         }
     }
 }
@@ -576,7 +610,7 @@ void ZEL_Multi::revertInstance(int item)
     constexpr int allComponents = -1;
     for (int child = 0; child < myInstancesPerItem; ++child) {
         // Found anew each time: whoever hears of a change may act on the list.
-        if (ZEL_Parm *parm = getParm(int(flatIndex(item, child)))) {
+        if (ZEL_Parm *parm = findChild(item, child)) {
             if (parm->getLockedFlag(allComponents)) {
                 parm->setLockedFlag(allComponents, false);
             }
@@ -584,7 +618,7 @@ void ZEL_Multi::revertInstance(int item)
         }
     }
     for (int child = 0; child < myInstancesPerItem; ++child) {
-        ZEL_Parm *parm = getParm(int(flatIndex(item, child)));
+        ZEL_Parm *parm = findChild(item, child);
         if (parm && parm->isMultiParm()) {
             static_cast<ZEL_Multi *>(parm->getInstance())->revertAllInstances();
         }

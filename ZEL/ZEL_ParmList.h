@@ -245,7 +245,8 @@ public:
     /// \name Change events
     // ------------------------------------------------------------------ //
     ///@{
-    /// One handler; null stops events. `clearParmOwner` leaves it.
+    /// One handler; null stops events. `clearParmOwner` leaves it. It may change the list, but not
+    /// remove the parameter that it is told of.
     void setEventHandler(void *data, EventHandler handler);
     /// Calls the handler with the parameter's index, -1 for null or one that has left the list.
     /// Errors raised inside are dropped and the thread's expression error number is put back.

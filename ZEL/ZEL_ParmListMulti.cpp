@@ -201,14 +201,16 @@ void ZEL_ParmList::moveMultiParmAlias(int parmIndex, int item, bool up)
     const ZEL_Multi *multi = asMulti(getParmPtr(parmIndex));
     const int children = multi ? multi->getMultiParmInstancesPerItem() : 0;
     for (int child = children; child-- > 0;) {
-        ZEL_Parm *source = getParmPtr(multi->getMultiParmToken(child, item));
-        ZEL_Parm *target = getParmPtr(multi->getMultiParmToken(child, up ? item + 1 : item - 1));
+        ZEL_Parm *source = multi->getParm(item * children + child);
+        ZEL_Parm *target = multi->getParm((up ? item + 1 : item - 1) * children + child);
         if (!source || !target) {
             continue;
         }
         for (int i = std::min(source->getVectorSize(), target->getVectorSize()); i-- > 0;) {
             if (!hasAlias(*source, i)) {
-                setChannelAlias(target, i, KIT_StringHolder::theEmptyString);
+                if (hasAlias(*target, i) || target->getChannel(i)) {
+                    setChannelAlias(target, i, KIT_StringHolder::theEmptyString);
+                }
                 continue;
             }
             const KIT_StringHolder alias = source->getChannelAlias(i);
