@@ -17,7 +17,10 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <future>
 #include <iostream>
+#include <mutex>
+#include <system_error>
 #include <thread>
 #include <variant>
 
@@ -201,12 +204,17 @@ public:
 
     void runOn(int threads)
     {
-        std::vector<std::thread> pool;
-        for (int i = 0; i < threads; ++i) {
-            pool.emplace_back([this] { takeRuns(); });
+        std::vector<std::future<void>> others;
+        try {
+            for (int i = 1; i < threads; ++i) {
+                others.push_back(std::async(std::launch::async, [this] { takeRuns(); }));
+            }
+        } catch (const std::system_error &) {
+            // No room for another thread: those that there are do it all.
         }
-        for (std::thread &thread : pool) {
-            thread.join();
+        takeRuns();
+        for (std::future<void> &other : others) {
+            other.get();
         }
     }
 
