@@ -3,7 +3,7 @@
 #include "CommandText.h"
 
 #include <DS/DS_CommandList.h>
-#include <DS/DS_ParmPrivate.h>
+#include <DS/commands/DS_ParmPrivate.h>
 #include <scripts/ScriptText.h>
 
 #include <cstring>

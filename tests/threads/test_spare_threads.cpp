@@ -2,7 +2,7 @@
 // their values meet in one table.
 
 #include <ZEL/ZEL_SpareData.h>
-#include <ZEL/ZEL_SpareValuesPrivate.h>
+#include <ZEL/sparedata/ZEL_SpareValuesPrivate.h>
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include <KIT/KIT_BitArray.h>
 #include <KIT/KIT_StringArray.h>
 #include <ZEL/ZEL_SpareData.h>
-#include <ZEL/ZEL_SpareValuesPrivate.h>
+#include <ZEL/sparedata/ZEL_SpareValuesPrivate.h>
 #include <ZEL/ZEL_Template.h>
 
 #include <gtest/gtest.h>

@@ -37,7 +37,7 @@ struct TypeWord
 const TypeWord theTypeWords[] = {
 #define ZEL_SCRIPT_TYPE(word, otherWord, type, size, flag, extended, multi, opFilter, opRelative)  \
     {&type, word, size, ZEL_TYPEX_##extended, ZEL_MULTITYPE_##multi, opFilter},
-#include <ZEL/ZEL_ScriptTypes.def>
+#include <ZEL/scripts/ZEL_ScriptTypes.def>
 };
 
 ZEL_Type withoutFlags(ZEL_Type type)

@@ -1,0 +1,183 @@
+// A dialog command's settings written as a line.
+
+#include <DS/DS_Command.h>
+
+#include <DS/commands/DS_CommandParmPrivate.h>
+#include <DS/commands/DS_PagePrivate.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ScriptParm.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+namespace
+{
+
+/// Bytes that no shell gives a meaning.
+bool isPlainByte(char c)
+{
+    const bool letterFlag = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c < 0;
+    return letterFlag || (c >= '0' && c <= '9') ||
+           (c && std::string_view("_./:+,=@%^-").find(c) != std::string_view::npos);
+}
+
+std::string quote(std::string_view text, bool always)
+{
+    if (!always && !text.empty() && std::all_of(text.begin(), text.end(), isPlainByte)) {
+        return std::string(text);
+    }
+    std::string quoted = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\') {
+            quoted += '\\';
+        }
+        quoted += c;
+    }
+    return quoted + '"';
+}
+
+/// Brackets are dropped from a line before it is read.
+std::string hideBrackets(const std::string &text)
+{
+    std::string hidden;
+    for (const char c : text) {
+        hidden += c == '[' ? "\\133" : c == ']' ? "\\135" : std::string(1, c);
+    }
+    return hidden;
+}
+
+bool hasBracket(std::string_view text)
+{
+    return text.find_first_of("[]") != std::string_view::npos;
+}
+
+/// A text as a line has it.
+std::string quoteText(std::string_view text, bool rman)
+{
+    const std::string quoted = quote(text, rman);
+    return rman ? hideBrackets(quoted) : quoted;
+}
+
+std::string escapeBackticks(const std::string &text)
+{
+    std::string escaped;
+    for (const char c : text) {
+        if (c == '`' || c == '\\') {
+            escaped += '\\';
+        }
+        escaped += c;
+    }
+    return escaped;
+}
+
+class Writer
+{
+public:
+    Writer(const ZEL_ScriptPage &page, ZEL_ParmList &list, bool rman) : myRManFlag(rman)
+    {
+        KIT_ValArray<ZEL_ScriptParm *> records;
+        DS_CommandParm::collect(page, records);
+        for (ZEL_ScriptParm *const record : records) {
+            myParms.emplace_back(*record, list);
+            if (record->getOption().isstring()) {
+                myOptions.insert(record->getOption().view());
+            }
+        }
+    }
+
+    void write(std::ostream &os) const
+    {
+        int gap = 0;
+        for (const DS_CommandParm &parm : myParms) {
+            const bool onFlag = parm.isOn();
+            if (onFlag) {
+                writeParm(os, parm, gap);
+            }
+            if (parm.takesPlace()) {
+                gap = onFlag ? 0 : gap + 1;
+            }
+        }
+    }
+
+private:
+    /// `gap` is how many places in front of it are left out.
+    void writeParm(std::ostream &os, const DS_CommandParm &parm, int gap) const
+    {
+        const bool placeFlag = parm.isPositional();
+        if (!placeFlag) {
+            os << ' ' << quoteText(parm.getOption().view(), myRManFlag);
+            if (parm.getKind() == DS_CommandParm::Kind::TOGGLE) {
+                return;
+            }
+        }
+        const int size = parm.getSize();
+        const bool bracketFlag = myRManFlag && !parm.isRequired() && size > 0;
+        if (bracketFlag) {
+            os << (placeFlag ? " [ " : " [");
+        }
+        for (int i = 0; i < size; ++i) {
+            const DS_CommandParm::Word word = parm.getWord(i);
+            const bool firstFlag = bracketFlag && i == 0;
+            if (!firstFlag || (!placeFlag && (word.expressionFlag || isRunInLine(word)))) {
+                os << ' ';
+            }
+            const std::string written = writtenWord(word);
+            if (placeFlag && i == 0) {
+                writePairs(os, word, written, gap);
+            }
+            os << written;
+        }
+        if (bracketFlag) {
+            os << (placeFlag ? " ]" : "]");
+        }
+    }
+
+    std::string writtenWord(const DS_CommandParm::Word &word) const
+    {
+        if (word.expressionFlag) {
+            const std::string run = '`' + escapeBackticks(word.text) + '`';
+            return myRManFlag ? hideBrackets(run) : run;
+        }
+        const bool quoteFlag = word.textFlag && !isRunInLine(word);
+        return quoteFlag ? quoteText(word.text, myRManFlag) : word.text;
+    }
+
+    /// One pair keeps a word from being an option, each further one leaves a place out.
+    void writePairs(std::ostream &os, const DS_CommandParm::Word &word, const std::string &written,
+                    int gap) const
+    {
+        const std::string_view read = word.expressionFlag ? written : word.text;
+        const bool anyFlag = gap > 0 || myOptions.count(read);
+        for (int pairs = anyFlag ? gap + 1 : 0; pairs > 0; --pairs) {
+            os << "''";
+        }
+    }
+
+    /// Whether the text can stand as it is, being one run in backticks.
+    bool isRunInLine(const DS_CommandParm::Word &word) const
+    {
+        return word.textFlag && DSisBacktickRun(word.text.c_str()) &&
+               !(myRManFlag && hasBracket(word.text));
+    }
+
+    std::vector<DS_CommandParm> myParms;
+    std::unordered_set<std::string_view> myOptions;
+    bool myRManFlag;
+};
+
+} // namespace
+
+void DS_Command::getCommand(KIT_String &result)
+{
+    const bool rman = myRManSyntax != 0;
+    std::ostringstream os;
+    os << quoteText(myCommandName.view(), rman);
+    if (myParmList) {
+        Writer(*myPage, *myParmList, rman).write(os);
+    }
+    result.harden(os.str().c_str());
+}

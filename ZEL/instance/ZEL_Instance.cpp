@@ -1,0 +1,587 @@
+#include <ZEL/ZEL_Instance.h>
+
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Collection.h>
+#include <ZEL/instance/ZEL_InstancePrivate.h>
+#include <ZEL/ZEL_Multi.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmMicroNode.h>
+#include <ZEL/ZEL_ParmOwner.h>
+#include <ZEL/ZEL_SpareData.h>
+#include <ZEL/ZEL_UndoData.h>
+#include <ZEL/ZEL_Value.h>
+
+#include <cstring>
+#include <sstream>
+
+// ---------------------------------------------------------------------- //
+// Life
+// ---------------------------------------------------------------------- //
+
+ZEL_Instance::ZEL_Instance(ZEL_Template *templatePtr, ZEL_Parm *parm)
+    : myFlags(0), myTemplate(templatePtr), myValue(nullptr), myChannelAliases(nullptr),
+      myChannelColors(nullptr), myParm(parm), myMultiOwner(nullptr), myMicroNodes(nullptr),
+      myConstMicroNodes(nullptr)
+{
+    initMasks();
+    myEnableState = ~0u;
+    if (myTemplate->getExpressionFlag() != 0) {
+        myFlags |= ZEL_INST_EXPRESSION;
+    }
+    myChannels.init(getVectorSize());
+    initTakeFlags();
+}
+
+ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
+    : myFlags(source.myFlags & ~(ZEL_INST_UNDO_SAVED | ZEL_INST_DEFAULTS_INIT)),
+      myTemplate(source.myTemplate),
+      myValue(source.myValue ? new ZEL_Value(*source.myValue) : nullptr), myChannelAliases(nullptr),
+      myChannelColors(nullptr), myParm(parm), myMultiOwner(nullptr), myMicroNodes(nullptr),
+      myConstMicroNodes(nullptr)
+{
+    initMasks();
+    // Not the source's: whoever copies sets the state it wants.
+    myEnableState = 0;
+    const int size = getVectorSize();
+    myChannels.init(size);
+    if (const TRK_Collection *collection = getChannelGroupPtr()) {
+        for (int i = 0; i < size; ++i) {
+            myChannels[i] = collection->getChannel(getChannelToken(i));
+        }
+    }
+}
+
+ZEL_Instance::~ZEL_Instance()
+{
+    leavePropagations();
+    destroyMicroNodes();
+    delete myValue;
+    clearAndDestroyChannels();
+    destroyArrays();
+}
+
+void ZEL_Instance::initMasks()
+{
+    myLockField = 0;
+    myAutoScopeField = myTemplate->getAutoScopeField();
+    myAutoSelectField = myTemplate->getAutoSelectField();
+    myActiveField = 0;
+    myVisibleField = getVectorSize() == 0 ? ~0u : sizeBits();
+    myDirtyFlags = sizeBits();
+    mySendExtraFlags = 0;
+}
+
+void ZEL_Instance::initTakeFlags()
+{
+    const ZEL_Type &type = getType();
+    bool always = type.isSwitcher() && !type.hasInterfaceType(ZEL_Type::ZEL_INTERFACE_EXCLUSIVE);
+    if (!always) {
+        const ZEL_SpareData *spare = myTemplate->getSparePtr();
+        const char *control = spare ? spare->getTakeControl() : nullptr;
+        always = control && std::strcmp(control, "always") == 0;
+    }
+    if (always) {
+        myFlags |= ZEL_INST_ACTIVE_TAKE | ZEL_INST_ALWAYS_TAKE;
+    }
+}
+
+void ZEL_Instance::destroyArrays()
+{
+    delete[] myChannelAliases;
+    delete[] myChannelColors;
+    myChannels.free(getVectorSize());
+}
+
+void ZEL_Instance::adopt(ZEL_Instance &source)
+{
+    if (&source == this) {
+        return;
+    }
+    const std::uint32_t added = ZEL_INST_SAVE_AUTOSCOPE | ZEL_INST_SAVE_AUTOSELECT |
+                                ZEL_INST_EXPRESSION | ZEL_INST_VALUE | ZEL_INST_SAVE_LABEL;
+    myLockField = source.myLockField;
+    myAutoScopeField = source.myAutoScopeField;
+    myAutoSelectField = source.myAutoSelectField;
+    myFlags |= source.myFlags & added;
+    adoptChannels(source);
+    if (getVectorSize() == source.getVectorSize()) {
+        adoptMicroNodes(source);
+    }
+}
+
+void ZEL_Instance::adoptOverrides(ZEL_Instance &) {}
+
+// ---------------------------------------------------------------------- //
+// Base forms of the virtual operations
+// ---------------------------------------------------------------------- //
+
+bool ZEL_Instance::isDefault(int index, ZEL_DefaultType type, bool checkLocks) const
+{
+    if (!checkLocks) {
+        return true;
+    }
+    if (!validIndex(index)) {
+        return false;
+    }
+    return (type & ZEL_DEFAULT_UNLOCKED) == 0 || !getLockedFlag(index);
+}
+
+bool ZEL_Instance::isAllDefault(ZEL_DefaultType type) const
+{
+    if ((type & ZEL_DEFAULT_UNLOCKED) != 0 && getLockedFlag(-1)) {
+        return false;
+    }
+    const int size = getVectorSize();
+    for (int i = 0; i < size; ++i) {
+        if (!isDefault(i, type, false)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ZEL_Instance::saveUndoData(std::shared_ptr<ZEL_UndoData> &data) const
+{
+    std::ostringstream stream;
+    const bool ok = save(stream, 0, false);
+    data = std::make_shared<ZEL_InstanceUndoData>(stream.str());
+    return ok;
+}
+
+bool ZEL_Instance::loadUndoData(const std::shared_ptr<ZEL_UndoData> &data)
+{
+    const auto *bytes = dynamic_cast<const ZEL_InstanceUndoData *>(data.get());
+    if (!bytes) {
+        return false;
+    }
+    KIT_IStream stream(bytes->data(), bytes->length(), KIT_IStream::TEXT);
+    return load(stream);
+}
+
+void ZEL_Instance::getValues(ZEL_ParmList *list, double time, std::int64_t *values,
+                             int thread) const
+{
+    for (int i = getVectorSize(); i-- > 0;) {
+        getValue(list, time, values[i], i, thread);
+    }
+}
+
+void ZEL_Instance::getValues(ZEL_ParmList *list, double time, int *values, int thread) const
+{
+    for (int i = getVectorSize(); i-- > 0;) {
+        getValue(list, time, values[i], i, thread);
+    }
+}
+
+void ZEL_Instance::getValues(ZEL_ParmList *list, double time, double *values, int thread) const
+{
+    for (int i = getVectorSize(); i-- > 0;) {
+        getValue(list, time, values[i], i, thread);
+    }
+}
+
+void ZEL_Instance::getValues(ZEL_ParmList *list, double time, float *values, int thread) const
+{
+    for (int i = getVectorSize(); i-- > 0;) {
+        double value = 0.0;
+        getValue(list, time, value, i, thread);
+        values[i] = float(value);
+    }
+}
+
+void ZEL_Instance::getDefaultValue(KIT_String &value, int) const
+{
+    value = "";
+}
+
+void ZEL_Instance::getDefaultValue(std::int64_t &value, int) const
+{
+    value = 0;
+}
+
+void ZEL_Instance::getDefaultValue(int &value, int) const
+{
+    value = 0;
+}
+
+void ZEL_Instance::getDefaultValue(double &value, int) const
+{
+    value = 0.0;
+}
+
+void ZEL_Instance::setExpression(double, const char *, TRK_ExprLanguage, int, bool, bool) {}
+
+void ZEL_Instance::setValue(double, const std::shared_ptr<const ZEL_DataItem> &, bool, int index,
+                            ZEL_AddKeyType, ZEL_KeySetType)
+{
+    setDirtyFlags(index);
+}
+
+void ZEL_Instance::setValue(double, std::int64_t, bool, int index, ZEL_AddKeyType, ZEL_KeySetType)
+{
+    setDirtyFlags(index);
+}
+
+void ZEL_Instance::setValue(double, int, bool, int index, ZEL_AddKeyType, ZEL_KeySetType)
+{
+    setDirtyFlags(index);
+}
+
+void ZEL_Instance::setValue(double, double, bool, int index, ZEL_AddKeyType, ZEL_KeySetType)
+{
+    setDirtyFlags(index);
+}
+
+void ZEL_Instance::setValue(double, const char *, TRK_StringMeaning, bool, int index,
+                            ZEL_AddKeyType, ZEL_KeySetType)
+{
+    setDirtyFlags(index);
+}
+
+void ZEL_Instance::setValues(double, const std::int64_t *, bool, ZEL_AddKeyType, ZEL_KeySetType)
+{
+    setDirtyFlags(-1);
+}
+
+void ZEL_Instance::setValues(double, const double *, bool, ZEL_AddKeyType, ZEL_KeySetType)
+{
+    setDirtyFlags(-1);
+}
+
+bool ZEL_Instance::isMultiParm() const
+{
+    return false;
+}
+
+int ZEL_Instance::getMultiParmNumItems() const
+{
+    return 0;
+}
+
+int ZEL_Instance::getMultiParmInstancesPerItem() const
+{
+    return 0;
+}
+
+const char *ZEL_Instance::getMultiParmToken(int, int) const
+{
+    return nullptr;
+}
+
+void ZEL_Instance::insertMultiParmItem(int) {}
+
+void ZEL_Instance::removeMultiParmItem(int) {}
+
+void ZEL_Instance::buildOpDependencies(const ZEL_RefId &, int) {}
+
+int ZEL_Instance::changeOpRef(const char *, const char *, const char *, const char *, const char *,
+                              void (*)(void *, ZEL_Parm *, int), void *, int)
+{
+    return 0;
+}
+
+bool ZEL_Instance::findString(const char *, bool, bool) const
+{
+    return false;
+}
+
+int ZEL_Instance::changeString(const char *, const char *, bool)
+{
+    return 0;
+}
+
+bool ZEL_Instance::notifyVarChange(int, const char *)
+{
+    return false;
+}
+
+bool ZEL_Instance::isEditable(ZEL_ParmList *, double, int) const
+{
+    return true;
+}
+
+bool ZEL_Instance::isEditableByUI(ZEL_ParmList *, double, int) const
+{
+    return true;
+}
+
+int ZEL_Instance::setOverride(int, int, const char *, ZEL_OverrideType)
+{
+    return 0;
+}
+
+bool ZEL_Instance::setOverrideDisable(int, int)
+{
+    return false;
+}
+
+const char *ZEL_Instance::getOverride(int) const
+{
+    return nullptr;
+}
+
+bool ZEL_Instance::getOverrideType(int, ZEL_OverrideType &) const
+{
+    return false;
+}
+
+int ZEL_Instance::getOverrideDataIndex(int) const
+{
+    return -1;
+}
+
+int ZEL_Instance::getIsOverrideActive(int) const
+{
+    return 0;
+}
+
+void ZEL_Instance::destroyChildParms() {}
+
+std::int64_t ZEL_Instance::getMemoryUsage(bool inclusive) const
+{
+    const int size = getVectorSize();
+    std::int64_t bytes = inclusive ? std::int64_t(sizeof(*this)) : 0;
+    bytes += std::int64_t(KIT_ComponentArray<TRK_Channel *>::bytes(size));
+    if (myChannelAliases) {
+        for (int i = 0; i < size; ++i) {
+            bytes += myChannelAliases[i].getMemoryUsage(true);
+        }
+    }
+    if (myChannelColors) {
+        bytes += std::int64_t(sizeof(ColorRecord)) * size;
+    }
+    if (myValue) {
+        bytes += std::int64_t(sizeof(*myValue));
+    }
+    return bytes + getMicroNodesMemoryUsage();
+}
+
+bool ZEL_Instance::isRotationParm() const
+{
+    return false;
+}
+
+// ---------------------------------------------------------------------- //
+// Surroundings
+// ---------------------------------------------------------------------- //
+
+ZEL_ParmList *ZEL_Instance::getParmList() const
+{
+    return myParm ? myParm->getParmList() : nullptr;
+}
+
+ZEL_ParmOwner *ZEL_Instance::getParmOwner() const
+{
+    const ZEL_ParmList *list = getParmList();
+    return list ? list->getParmOwner() : nullptr;
+}
+
+TRK_Collection *ZEL_Instance::getChannelGroupPtr() const
+{
+    const ZEL_ParmList *list = getParmList();
+    return list ? list->getChannelGroupPtr() : nullptr;
+}
+
+ZEL_Value *ZEL_Instance::createInputNotifyValue()
+{
+    if (!myValue) {
+        myValue = new ZEL_Value;
+    }
+    return myValue;
+}
+
+int ZEL_Instance::getMultiInstanceIndex(KIT_Array<int> &indices, bool useStartOffset) const
+{
+    indices.clear();
+    const ZEL_Instance *instance = this;
+    while (const ZEL_Multi *owner = instance->getMultiParmOwner()) {
+        const int perItem = owner->getMultiParmInstancesPerItem();
+        const int flatIndex = owner->findMultiParmIndex(instance->getToken(), useStartOffset);
+        const int item = flatIndex >= 0 && perItem > 0 ? flatIndex / perItem : flatIndex;
+        indices.append(item >= 0 && useStartOffset ? item + owner->getMultiStartOffset() : item);
+        instance = owner;
+    }
+    return int(indices.size());
+}
+
+// ---------------------------------------------------------------------- //
+// Masks
+// ---------------------------------------------------------------------- //
+
+void ZEL_Instance::setMaskBits(std::uint32_t &mask, int index, bool on) const
+{
+    if (index < 0) {
+        mask = on ? sizeBits() : 0;
+    } else {
+        mask = on ? mask | bit(index) : mask & ~bit(index);
+    }
+}
+
+void ZEL_Instance::setLockedFlag(int index, bool locked)
+{
+    setMaskBits(myLockField, index, locked);
+}
+
+bool ZEL_Instance::areAllComponentsLocked() const
+{
+    const std::uint32_t all = sizeBits();
+    return (myLockField & all) == all;
+}
+
+std::uint32_t ZEL_Instance::getEnableState(int index) const
+{
+    return index < 0 ? myEnableState : (myEnableState & bit(index)) != 0;
+}
+
+bool ZEL_Instance::isFirstRampPosition() const
+{
+    return myMultiOwner && myMultiOwner->getTemplatePtr()->isRampType() &&
+           myMultiOwner->getTemplate(0) == myTemplate;
+}
+
+bool ZEL_Instance::setEnableState(bool enabled, int index)
+{
+    const std::uint32_t before = myEnableState;
+    // The first key of a ramp stays where it is.
+    if (enabled && isFirstRampPosition()) {
+        enabled = false;
+    }
+    if (index < 0) {
+        myEnableState = enabled ? ~0u : 0u;
+    } else {
+        setMaskBits(myEnableState, index, enabled);
+    }
+    return myEnableState != before;
+}
+
+bool ZEL_Instance::getVisibleState(int index) const
+{
+    return testMask(myVisibleField, getVectorSize() == 0 ? -1 : index);
+}
+
+bool ZEL_Instance::setVisibleState(bool visible, int index)
+{
+    const std::uint32_t before = myVisibleField;
+    if (getVectorSize() == 0) {
+        myVisibleField = visible ? ~0u : 0u;
+    } else {
+        setMaskBits(myVisibleField, index, visible);
+    }
+    return myVisibleField != before;
+}
+
+void ZEL_Instance::setAutoScopedFlag(int index, bool flag)
+{
+    setMaskBits(myAutoScopeField, index, flag);
+    myFlags |= ZEL_INST_SAVE_AUTOSCOPE;
+}
+
+void ZEL_Instance::setAutoSelectFlag(int index, bool flag)
+{
+    setMaskBits(myAutoSelectField, index, flag);
+    myFlags |= ZEL_INST_SAVE_AUTOSELECT;
+}
+
+void ZEL_Instance::setAutoScopeField(std::uint32_t field)
+{
+    myAutoScopeField = field;
+    myFlags |= ZEL_INST_SAVE_AUTOSCOPE;
+}
+
+void ZEL_Instance::setAutoSelectField(std::uint32_t field)
+{
+    myAutoSelectField = field;
+    myFlags |= ZEL_INST_SAVE_AUTOSELECT;
+}
+
+bool ZEL_Instance::isActive(int index) const
+{
+    return validIndex(index) && (myActiveField & bit(index)) != 0;
+}
+
+void ZEL_Instance::setActive(int index, bool active)
+{
+    setMaskBits(myActiveField, index, active);
+}
+
+void ZEL_Instance::setActiveTakeFlag(bool flag)
+{
+    if (!getAlwaysTakeFlag() || flag) {
+        setFlag(ZEL_INST_ACTIVE_TAKE, flag);
+    }
+}
+
+void ZEL_Instance::setDirtyFlags(int index)
+{
+    BASorBits(myDirtyFlags, index < 0 ? sizeBits() : bit(index));
+    setSendExtra(index);
+}
+
+void ZEL_Instance::setSendExtra(int index)
+{
+    const std::uint32_t present = BASload(mySendExtraFlags);
+    const std::uint32_t wanted = index < 0 ? sizeBits() : bit(index);
+    // For all components any bit that is set keeps the others as they are. The list counts bits, so
+    // that taking them off later brings it back to 0 for every size.
+    if (wanted == 0 || (present & wanted) != 0) {
+        return;
+    }
+    BASstore(mySendExtraFlags, present | wanted);
+    if (ZEL_ParmList *list = getParmList()) {
+        list->bumpNumSendExtra(__builtin_popcount(wanted));
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Time dependence
+// ---------------------------------------------------------------------- //
+
+bool ZEL_Instance::isTimeDependent(int index) const
+{
+    const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
+    const int first = index < 0 ? 0 : index;
+    const int end = index < 0 ? getVectorSize() : validIndex(index) ? index + 1 : index;
+    for (int i = first; i < end; ++i) {
+        const TRK_Channel *channel = myChannels[i];
+        if (nodes ? nodes[i].isTimeDependent()
+                  : channel && (channel->getPendingFlag() || channel->isTimeDependent())) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool ZEL_Instance::isDataDependent(double, int index) const
+{
+    const int first = index < 0 ? 0 : index;
+    const int end = index < 0 ? getVectorSize() : validIndex(index) ? index + 1 : index;
+    for (int i = first; i < end; ++i) {
+        if (myChannels[i] && myChannels[i]->isDataDependent()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void ZEL_Instance::setTimeDependent(int index, bool timeDependent) const
+{
+    const ZEL_Type &type = getType();
+    if (type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOREFRESH)) {
+        return;
+    }
+    if (ZEL_ParmMicroNode *nodes = threadSafeMicroNodes()) {
+        markMicroNode(nodes, index, timeDependent);
+    }
+    if (!timeDependent) {
+        return;
+    }
+    if (ZEL_ParmList *list = getParmList()) {
+        list->setTimeDependent();
+        if (type.isCookable()) {
+            list->setCookTimeDependent();
+        }
+    }
+}

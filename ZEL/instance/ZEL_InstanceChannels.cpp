@@ -1,0 +1,516 @@
+#include <ZEL/ZEL_Instance.h>
+
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_BitArray.h>
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Collection.h>
+#include <TRK/TRK_FullKey.h>
+#include <TRK/TRK_Manager.h>
+#include <ZEL/instance/ZEL_InstancePrivate.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+
+// ---------------------------------------------------------------------- //
+// Making and removing channels
+// ---------------------------------------------------------------------- //
+
+int ZEL_Instance::getChannelCount() const
+{
+    int count = 0;
+    for (int i = getVectorSize(); i-- > 0;) {
+        count += myChannels[i] ? 1 : 0;
+    }
+    return count;
+}
+
+TRK_ExprLanguage ZEL_Instance::getCollectionLanguage() const
+{
+    const TRK_Collection *collection = getChannelGroupPtr();
+    return collection ? collection->getExprLanguage() : TRK_LANGUAGE_NATIVE;
+}
+
+void ZEL_Instance::addChannel(int index)
+{
+    internalAddChannel(index, nullptr, getCollectionLanguage(), true);
+}
+
+void ZEL_Instance::addChannel(int index, const char *expression, TRK_ExprLanguage language)
+{
+    internalAddChannel(index, expression, language, true);
+}
+
+int ZEL_Instance::addChannel(const KIT_StringRef &name)
+{
+    return addChannel(name, nullptr, getCollectionLanguage());
+}
+
+int ZEL_Instance::addChannel(const KIT_StringRef &name, const char *expression,
+                             TRK_ExprLanguage language)
+{
+    const int index = getChannelGroupPtr() ? findChannelName(name) : -1;
+    if (index < 0) {
+        return 0;
+    }
+    myChannels[index] = nullptr;
+    internalAddChannel(index, expression, language, true);
+    return 1;
+}
+
+void ZEL_Instance::internalAddChannel(int index, const char *expression, TRK_ExprLanguage language,
+                                      bool initialise)
+{
+    TRK_Collection *collection = getChannelGroupPtr();
+    if (!collection || !validIndex(index) || myChannels[index]) {
+        return;
+    }
+    const KIT_StringHolder &token = getChannelToken(index);
+    TRK_Channel *channel = collection->getChannel(token);
+    if (channel) {
+        myChannels[index] = channel;
+    } else {
+        channel = collection->addChannel(token);
+        if (!channel) {
+            return;
+        }
+        myChannels[index] = channel;
+        setDefaultChannelValue(channel, index);
+        const KIT_StringHolder &alias = getChannelAlias(index);
+        if (alias != token) {
+            collection->setChannelAlias(channel, alias);
+        }
+        if (initialise) {
+            channel->initializeFirstSegment(expression, language);
+        }
+    }
+    channel->clearPending();
+}
+
+bool ZEL_Instance::removeChannel(int index)
+{
+    TRK_Channel *channel = channelAt(index);
+    if (!channel) {
+        return false;
+    }
+    myChannels[index] = nullptr;
+    if (TRK_Collection *collection = getChannelGroupPtr()) {
+        collection->deleteChannel(channel);
+    }
+    return true;
+}
+
+void ZEL_Instance::clearAndDestroyChannels()
+{
+    const int size = getVectorSize();
+    for (int i = 0; i < size; ++i) {
+        removeChannel(i);
+    }
+}
+
+void ZEL_Instance::adoptChannels(ZEL_Instance &source)
+{
+    TRK_Collection *collection = getChannelGroupPtr();
+    if (collection != source.getChannelGroupPtr()) {
+        return;
+    }
+    const int size = getVectorSize();
+    const int sourceSize = source.getVectorSize();
+    for (int i = 0; i < size; ++i) {
+        TRK_Channel *channel = i < sourceSize ? source.myChannels[i] : nullptr;
+        if (channel != myChannels[i]) {
+            // Left behind it would be linked again by its name, and keep that name from the heir.
+            removeChannel(i);
+        }
+        myChannels[i] = channel;
+        if (channel) {
+            channel->dirtyExprCache();
+            if (collection) {
+                collection->renameChannel(channel, getChannelToken(i));
+            }
+        }
+    }
+    for (int i = 0; i < sourceSize; ++i) {
+        TRK_Channel *channel = source.myChannels[i];
+        source.myChannels[i] = nullptr;
+        if (i >= size && channel && collection) {
+            collection->deleteChannel(channel);
+        }
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Keeping slots and collection in step
+// ---------------------------------------------------------------------- //
+
+int ZEL_Instance::channelPtrModified(const KIT_StringRef &token)
+{
+    const TRK_Collection *collection = getChannelGroupPtr();
+    const int index = collection ? myTemplate->findSubIndex(token) : -1;
+    if (!validIndex(index)) {
+        return 0;
+    }
+    myChannels[index] = collection->getChannel(token);
+    return 1;
+}
+
+bool ZEL_Instance::reloadChannelPtr(TRK_Collection &collection, int index)
+{
+    const KIT_StringHolder &token = getChannelToken(index);
+    TRK_Channel *channel = collection.getChannel(token);
+    if (channel) {
+        channel->setLocked((myLockField & bit(index)) != 0);
+        channel->dirtyExprCache();
+    } else {
+        const KIT_StringHolder &alias = getChannelAlias(index);
+        channel = alias != token ? collection.getChannel(alias) : nullptr;
+        if (channel) {
+            channel->dirtyExprCache();
+            collection.renameChannel(channel, token);
+        }
+    }
+    myChannels[index] = channel;
+    return channel != nullptr;
+}
+
+void ZEL_Instance::reloadChannelPtrs()
+{
+    TRK_Collection *collection = getChannelGroupPtr();
+    if (!collection) {
+        return;
+    }
+    const bool hadDefaults = getDefaultsInitFlag();
+    const int size = getVectorSize();
+    KIT_BitArray found(size);
+    for (int i = 0; i < size; ++i) {
+        if (reloadChannelPtr(*collection, i)) {
+            found.setBit(i, true);
+            setDefaultsInitFlag(true);
+        }
+    }
+    // Channels count as applied defaults, so that nobody reverts this parameter later: its other
+    // components get theirs now.
+    if (!hadDefaults && getDefaultsInitFlag()) {
+        for (int i = 0; i < size; ++i) {
+            if (!found.getBit(i)) {
+                revertToDefault(i);
+            }
+        }
+    }
+}
+
+void ZEL_Instance::validateChannelNames(ZEL_ParmList &list)
+{
+    const int size = getVectorSize();
+    for (int i = 0; i < size; ++i) {
+        if (myChannels[i]) {
+            validateChannelName(list, i);
+        }
+    }
+}
+
+void ZEL_Instance::validateChannelName(ZEL_ParmList &list, int index)
+{
+    TRK_Channel *channel = channelAt(index);
+    const KIT_StringHolder &token = getChannelToken(index);
+    if (!channel || channel->getName() == token) {
+        return;
+    }
+    int subIndex = -1;
+    const ZEL_Parm *other = list.getParmPtrFromChannel(token, &subIndex);
+    if (other && other != myParm && other->getChannel(subIndex)) {
+        myChannels[index] = nullptr;
+        return;
+    }
+    TRK_Collection *collection = list.getChannelGroupPtr();
+    if (collection && !collection->renameChannel(channel, token)) {
+        myChannels[index] = nullptr;
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Keys and states
+// ---------------------------------------------------------------------- //
+
+bool ZEL_Instance::changePending(int index) const
+{
+    const TRK_Channel *channel = channelAt(index);
+    return channel && channel->getPendingFlag();
+}
+
+int ZEL_Instance::getChanState(double time) const
+{
+    int state = ZEL_CHAN_NONE;
+    for (int i = getVectorSize(); i-- > 0;) {
+        state |= getChanState(time, i);
+    }
+    return state;
+}
+
+ZEL_ChanState ZEL_Instance::getChanState(double time, int index) const
+{
+    const TRK_Channel *channel = channelAt(index);
+    if (!channel) {
+        return ZEL_CHAN_NONE;
+    }
+    if (channel->isPending(time)) {
+        return ZEL_CHAN_PENDING;
+    }
+    return channel->isAtKey(time) ? ZEL_CHAN_KEY : ZEL_CHAN_NOKEY;
+}
+
+double ZEL_Instance::findNextKey(double time, int index) const
+{
+    if (index >= 0) {
+        const TRK_Channel *channel = channelAt(index);
+        return channel ? channel->findNextKey(time) : time;
+    }
+    double nearest = time;
+    for (int i = getVectorSize(); i-- > 0;) {
+        const double next = myChannels[i] ? myChannels[i]->findNextKey(time) : time;
+        if (next > time && (nearest == time || next < nearest)) {
+            nearest = next;
+        }
+    }
+    return nearest;
+}
+
+double ZEL_Instance::findPrevKey(double time, int index) const
+{
+    if (index >= 0) {
+        const TRK_Channel *channel = channelAt(index);
+        return channel ? channel->findPrevKey(time) : time;
+    }
+    double nearest = time;
+    for (int i = getVectorSize(); i-- > 0;) {
+        const double previous = myChannels[i] ? myChannels[i]->findPrevKey(time) : time;
+        if (previous < time && (nearest == time || previous > nearest)) {
+            nearest = previous;
+        }
+    }
+    return nearest;
+}
+
+void ZEL_Instance::setKey(double time, int index)
+{
+    if (index < 0) {
+        for (int i = 0, size = getVectorSize(); i < size; ++i) {
+            setKey(time, i);
+        }
+    } else if (TRK_Channel *channel = channelAt(index)) {
+        channel->insertKeyFrame(time, true);
+    }
+}
+
+void ZEL_Instance::setFullKey(const TRK_FullKey &key, int index)
+{
+    if (index < 0) {
+        for (int i = 0, size = getVectorSize(); i < size; ++i) {
+            setFullKey(key, i);
+        }
+    } else if (TRK_Channel *channel = channelAt(index)) {
+        channel->putFullKey(key);
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Expression languages
+// ---------------------------------------------------------------------- //
+
+TRK_StringMeaning ZEL_Instance::getStringMeaning(double time, int index) const
+{
+    const TRK_Channel *channel = channelAt(index);
+    return channel ? channel->getStringMeaning(time) : TRK_MEANING_LITERAL;
+}
+
+TRK_ExprLanguage ZEL_Instance::getExprLanguageIfMadeAnExpression(double time, int index) const
+{
+    const TRK_Collection *collection = getChannelGroupPtr();
+    if (!collection) {
+        return TRK_LANGUAGE_NATIVE;
+    }
+    const TRK_StringMeaning meaning = getStringMeaning(time, index);
+    if (meaning == TRK_MEANING_LITERAL || meaning == TRK_MEANING_COLLECTION) {
+        return collection->getExprLanguage();
+    }
+    return TRKstringMeaningToExprLanguage(meaning, collection->getExprLanguage());
+}
+
+TRK_ExprLanguage ZEL_Instance::stringMeaningToExprLanguage(TRK_StringMeaning meaning) const
+{
+    const TRK_Collection *collection = getChannelGroupPtr();
+    return collection ? TRKstringMeaningToExprLanguage(meaning, collection->getExprLanguage())
+                      : TRK_LANGUAGE_NATIVE;
+}
+
+bool ZEL_Instance::isLanguageOldExprOrLiteral(double time, int index) const
+{
+    if (!getChannelGroupPtr() || !channelAt(index)) {
+        return true;
+    }
+    const TRK_StringMeaning meaning = getStringMeaning(time, index);
+    return meaning == TRK_MEANING_LITERAL ||
+           stringMeaningToExprLanguage(meaning) == TRK_LANGUAGE_NATIVE;
+}
+
+// ---------------------------------------------------------------------- //
+// Channels named in streams and commands
+// ---------------------------------------------------------------------- //
+
+double ZEL_Instance::commandTime() const
+{
+    return getChannelGroupPtr() ? TRK_Manager::getContext().getEvaluateTime(BASgetSTID()) : 0.0;
+}
+
+void ZEL_Instance::loadTokenAsChannelNameOrExpression(const char *token, int index)
+{
+    if (!validIndex(index)) {
+        return;
+    }
+    TRK_Collection *collection = getChannelGroupPtr();
+    const KIT_StringRef name(token);
+    if (collection && hasChannelName(name, index)) {
+        TRK_Channel *channel = collection->getChannel(name);
+        if (!channel && name != getChannelToken(index)) {
+            // An alias names the channel by the component's token.
+            channel = collection->getChannel(getChannelToken(index));
+        }
+        if (channel) {
+            myChannels[index] = channel;
+            return;
+        }
+    }
+    setExpression(commandTime(), token, getCollectionLanguage(), index, true, false);
+}
+
+bool ZEL_Instance::isChannelToken(const KIT_String &token, int index) const
+{
+    const std::string_view text = token.view();
+    if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
+        return false;
+    }
+    const TRK_Collection *collection = getChannelGroupPtr();
+    return collection && validIndex(index) && getChannelToken(index) == KIT_StringRef(token) &&
+           collection->getChannel(getChannelToken(index));
+}
+
+TRK_Channel *ZEL_Instance::linkChannel(const char *name, int index)
+{
+    const TRK_Collection *collection = getChannelGroupPtr();
+    if (!collection) {
+        addParmWarning(ZEL_ERR_NO_COLLECTION);
+        return nullptr;
+    }
+    if (TRK_Channel *channel = collection->getChannel(KIT_StringRef(name))) {
+        return channel;
+    }
+    const KIT_StringHolder &token = getChannelToken(index);
+    TRK_Channel *channel = collection->getChannel(token);
+    if (!channel) {
+        KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_NO_CHANNEL, token.c_str());
+    }
+    return channel;
+}
+
+// ---------------------------------------------------------------------- //
+// Aliases and colours
+// ---------------------------------------------------------------------- //
+
+bool ZEL_Instance::setChannelAlias(const KIT_StringHolder &alias, int index)
+{
+    if (!validIndex(index)) {
+        return false;
+    }
+    if (!alias.isEmpty() && !TRK_Collection::isValidChannelName(alias.c_str())) {
+        return false;
+    }
+    if (!myChannelAliases && !alias.isEmpty()) {
+        myChannelAliases = new KIT_StringHolder[std::uint32_t(getVectorSize())];
+    }
+    if (myChannelAliases) {
+        myChannelAliases[index] = alias;
+    }
+    TRK_Channel *channel = myChannels[index];
+    if (channel && channel->getCollection()) {
+        channel->getCollection()->setChannelAlias(channel, alias);
+    }
+    return true;
+}
+
+const KIT_StringHolder &ZEL_Instance::getChannelAlias(int index) const
+{
+    if (!validIndex(index)) {
+        return KIT_StringHolder::theEmptyString;
+    }
+    if (myChannelAliases && !myChannelAliases[index].isEmpty()) {
+        return myChannelAliases[index];
+    }
+    return getChannelToken(index);
+}
+
+void ZEL_Instance::getChannelAlias(KIT_String &alias, int index) const
+{
+    alias = getChannelAlias(index);
+}
+
+bool ZEL_Instance::hasChannelAlias(const KIT_StringRef &alias, int index) const
+{
+    return validIndex(index) && getChannelAlias(index) == alias;
+}
+
+bool ZEL_Instance::hasChannelName(const KIT_StringRef &name, int index) const
+{
+    return validIndex(index) && (getChannelAlias(index) == name || getChannelToken(index) == name);
+}
+
+int ZEL_Instance::findChannelName(const KIT_StringRef &name) const
+{
+    const int size = getVectorSize();
+    for (int i = 0; i < size; ++i) {
+        if (hasChannelName(name, i)) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+int ZEL_Instance::findSubIndex(const KIT_StringRef &token, bool allowAlias) const
+{
+    if (allowAlias && myChannelAliases) {
+        const int size = getVectorSize();
+        for (int i = 0; i < size; ++i) {
+            if (!myChannelAliases[i].isEmpty() && myChannelAliases[i] == token) {
+                return i;
+            }
+        }
+    }
+    return myTemplate->findSubIndex(token);
+}
+
+void ZEL_Instance::setChannelCustomColor(int index, const KIT_Color &color)
+{
+    if (!myChannelColors) {
+        myChannelColors = new ColorRecord[std::size_t(getVectorSize())];
+    }
+    if (validIndex(index)) {
+        myChannelColors[index].color = color;
+        myChannelColors[index].set = true;
+    }
+}
+
+void ZEL_Instance::resetChannelCustomColor(int index)
+{
+    if (myChannelColors && validIndex(index)) {
+        myChannelColors[index] = ColorRecord();
+    }
+}
+
+bool ZEL_Instance::hasChannelCustomColor(int index) const
+{
+    return myChannelColors && validIndex(index) && myChannelColors[index].set;
+}
+
+const KIT_Color &ZEL_Instance::getChannelCustomColor(int index) const
+{
+    return hasChannelCustomColor(index) ? myChannelColors[index].color : KIT_Color::theNoColor;
+}

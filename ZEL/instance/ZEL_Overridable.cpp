@@ -1,0 +1,559 @@
+#include <ZEL/ZEL_Overridable.h>
+
+#include <BAS/BAS_Number.h>
+#include <BAS/BAS_PerThread.h>
+#include <BAS/BAS_Relaxed.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Channel.h>
+#include <ZEL/ZEL_AutoDisableOverride.h>
+#include <ZEL/support/ZEL_NumberPrivate.h>
+#include <ZEL/ZEL_ORCallback.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmOwner.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+// ---------------------------------------------------------------------- //
+// The records
+// ---------------------------------------------------------------------- //
+
+/// One record for each component, the usual vector sizes inline.
+struct ZEL_Overridable::OverrideArray
+{
+    static constexpr int theInlineCount = 4;
+
+    explicit OverrideArray(int size)
+        : count(size), records(size <= theInlineCount ? inlineRecords
+                                                      : new zelOverrideInfoData[std::size_t(size)])
+    {}
+    ~OverrideArray()
+    {
+        for (int i = 0; i < count; ++i) {
+            delete[] records[i].name;
+        }
+        if (records != inlineRecords) {
+            delete[] records;
+        }
+    }
+    OverrideArray(const OverrideArray &) = delete;
+    OverrideArray &operator=(const OverrideArray &) = delete;
+
+    std::int64_t getMemoryUsage() const
+    {
+        const int space = std::max(count, theInlineCount);
+        std::int64_t bytes = std::int64_t(sizeof(*this) - sizeof(inlineRecords)) +
+                             std::int64_t(sizeof(zelOverrideInfoData)) * space;
+        for (int i = 0; i < count; ++i) {
+            bytes += records[i].name ? std::int64_t(std::strlen(records[i].name)) + 1 : 0;
+        }
+        return bytes;
+    }
+
+    int count;
+    zelOverrideInfoData *records;
+    zelOverrideInfoData inlineRecords[theInlineCount];
+};
+
+namespace
+{
+constexpr std::uint8_t theUnknownTimeDep = 2;
+constexpr std::uint8_t theUnsureActive = 2;
+
+char *copyText(const char *text)
+{
+    if (!text) {
+        return nullptr;
+    }
+    const std::size_t bytes = std::strlen(text) + 1;
+    char *copy = new char[bytes];
+    std::memcpy(copy, text, bytes);
+    return copy;
+}
+
+bool sameText(const char *left, const char *right)
+{
+    return left == right || (left && right && std::strcmp(left, right) == 0);
+}
+} // namespace
+
+ZEL_Overridable::~ZEL_Overridable()
+{
+    ZEL_AutoDisableOverride::forget(this);
+    if (!myOverrides) {
+        return;
+    }
+    forgetDisabling();
+    dropOverrides();
+}
+
+void ZEL_Overridable::adopt(ZEL_Instance &source)
+{
+    ZEL_Instance::adopt(source);
+    const auto *other = dynamic_cast<const ZEL_Overridable *>(&source);
+    if (other && !myOverrides) {
+        copyOverrides(*other);
+    }
+}
+
+void ZEL_Overridable::adoptOverrides(ZEL_Instance &source)
+{
+    if (&source == this) {
+        return;
+    }
+    dropOverrides();
+    if (const auto *other = dynamic_cast<const ZEL_Overridable *>(&source)) {
+        copyOverrides(*other);
+    }
+    if (!myOverrides) {
+        forgetDisabling();
+    }
+}
+
+void ZEL_Overridable::makeOverrides()
+{
+    if (!myOverrides) {
+        myOverrides = new OverrideArray(getVectorSize());
+    }
+}
+
+void ZEL_Overridable::copyOverrides(const ZEL_Overridable &source)
+{
+    if (!source.myOverrides) {
+        return;
+    }
+    makeOverrides();
+    const int count = std::min(myOverrides->count, source.myOverrides->count);
+    for (int i = 0; i < count; ++i) {
+        const zelOverrideInfoData &from = source.myOverrides->records[i];
+        zelOverrideInfoData &to = myOverrides->records[i];
+        to.dataIndex = from.dataIndex;
+        to.timeDepState = BASload(from.timeDepState);
+        to.activeState = BASload(from.activeState);
+        to.layered = from.layered;
+        to.name = copyText(from.name);
+    }
+}
+
+void ZEL_Overridable::dropOverrides()
+{
+    if (!myOverrides) {
+        return;
+    }
+    delete myOverrides;
+    myOverrides = nullptr;
+}
+
+zelOverrideInfoData *ZEL_Overridable::recordAt(int index) const
+{
+    return myOverrides && unsigned(index) < unsigned(myOverrides->count)
+               ? &myOverrides->records[index]
+               : nullptr;
+}
+
+// ---------------------------------------------------------------------- //
+// Per-thread disabling, and what counts
+// ---------------------------------------------------------------------- //
+
+BAS_PerThread<ZEL_Overridable::DisableState> &ZEL_Overridable::disableStates()
+{
+    static BAS_PerThread<DisableState> theStates;
+    return theStates;
+}
+
+ZEL_Overridable::DisableState &ZEL_Overridable::localDisableState()
+{
+    return disableStates().local();
+}
+
+void ZEL_Overridable::forgetDisabling()
+{
+    // Whoever comes to stand at this address later must not start out disabled, on any thread.
+    disableStates().forEach([this](DisableState &state) {
+        if (BASload(state.instance) == this) {
+            BASstore(state.instance, nullptr);
+        }
+    });
+}
+
+bool ZEL_Overridable::isDisabledHere(int index) const
+{
+    const DisableState &state = localDisableState();
+    return BASload(state.instance) == this && (state.mask & bit(index)) != 0;
+}
+
+const zelOverrideInfoData *ZEL_Overridable::writableRecord(int index) const
+{
+    const zelOverrideInfoData *record = recordAt(index);
+    return record && record->dataIndex >= 0 && ZEL_ParmList::getORCallback() ? record : nullptr;
+}
+
+zelOverrideInfoData *ZEL_Overridable::countingRecord(int index) const
+{
+    zelOverrideInfoData *record = recordAt(index);
+    const bool counting =
+        record && record->dataIndex >= 0 && ZEL_ParmList::getORCallback() && !isDisabledHere(index);
+    return counting ? record : nullptr;
+}
+
+// ---------------------------------------------------------------------- //
+// The override of a component
+// ---------------------------------------------------------------------- //
+
+int ZEL_Overridable::setOverride(int index, int dataIndex, const char *name, ZEL_OverrideType type)
+{
+    if (!validIndex(index)) {
+        return 0;
+    }
+    makeOverrides();
+    zelOverrideInfoData &record = myOverrides->records[index];
+    const bool nameChanged = !sameText(record.name, name);
+    const bool changed = nameChanged || record.dataIndex != dataIndex;
+    record.dataIndex = dataIndex;
+    record.layered = type == ZEL_OVERRIDE_LAYERED ? 1 : 0;
+    BASstore(record.timeDepState, theUnknownTimeDep);
+    if (nameChanged) {
+        // `name` may point into the old copy.
+        char *const copy = copyText(name);
+        delete[] record.name;
+        record.name = copy;
+        if (TRK_Channel *channel = getChannel(index)) {
+            channel->dirtyExprCache();
+        }
+    }
+    if (changed) {
+        setDirtyFlags(index);
+    }
+    return changed ? 1 : 0;
+}
+
+bool ZEL_Overridable::setOverrideDisable(int index, int disable)
+{
+    if (!myOverrides) {
+        return false;
+    }
+    const bool before = isDisabledHere(index);
+    DisableState &state = localDisableState();
+    BASstore(state.instance, this);
+    state.mask = disable ? state.mask | bit(index) : state.mask & ~bit(index);
+    setDirtyFlags(index);
+    return before;
+}
+
+const char *ZEL_Overridable::getOverride(int index) const
+{
+    const zelOverrideInfoData *record = recordAt(index);
+    return record ? record->name : nullptr;
+}
+
+bool ZEL_Overridable::getOverrideType(int index, ZEL_OverrideType &type) const
+{
+    const zelOverrideInfoData *record = recordAt(index);
+    if (!record) {
+        return false;
+    }
+    type = ZEL_OverrideType(record->layered);
+    return true;
+}
+
+int ZEL_Overridable::getOverrideDataIndex(int index) const
+{
+    const zelOverrideInfoData *record = recordAt(index);
+    return record ? record->dataIndex : -1;
+}
+
+int ZEL_Overridable::getIsOverrideActive(int index) const
+{
+    const zelOverrideInfoData *record = recordAt(index);
+    if (!record || !getOverride(index) || isDisabledHere(index)) {
+        return 0;
+    }
+    const int state = BASload(record->activeState);
+    return state == theUnsureActive ? -1 : state;
+}
+
+std::int64_t ZEL_Overridable::getMemoryUsage(bool inclusive) const
+{
+    return ZEL_Instance::getMemoryUsage(false) + (inclusive ? std::int64_t(sizeof(*this)) : 0) +
+           (myOverrides ? myOverrides->getMemoryUsage() : 0);
+}
+
+// ---------------------------------------------------------------------- //
+// Values out
+// ---------------------------------------------------------------------- //
+
+bool ZEL_Overridable::ownerFails(ZEL_ParmList *list, double time, int index, int thread) const
+{
+    ZEL_ParmOwner *owner = list ? list->getParmOwner() : nullptr;
+    return owner && owner->isPendingOverride() &&
+           owner->zelCookOverrides(time, thread, getToken(), index) != KIT_ERROR_NONE;
+}
+
+void ZEL_Overridable::noteState(zelOverrideInfoData &record, ZEL_ParmList *list, int index,
+                                int timeDep, int active) const
+{
+    // Evaluation threads note the same answers at the same time; whoever comes last wins.
+    if (timeDep >= 0) {
+        BASstoreIfDifferent(record.timeDepState, std::uint8_t(timeDep & 3));
+    }
+    if (list && BASload(record.timeDepState) != 0) {
+        setTimeDependent(index, true);
+    }
+    // -1 is told apart; any other answer than 0 is a plain yes.
+    const std::uint8_t state = active == 0 ? 0 : active == -1 ? theUnsureActive : 1;
+    BASstoreIfDifferent(record.activeState, state);
+}
+
+template <class T, class Eval>
+int ZEL_Overridable::evaluateRecord(ZEL_ParmList *list, int index, T &value, const Eval &eval) const
+{
+    zelOverrideInfoData *record = countingRecord(index);
+    if (!record) {
+        return 0;
+    }
+    int timeDep = -1;
+    int active = 0;
+    const bool unknown = BASload(record->timeDepState) == theUnknownTimeDep;
+    value = eval(*ZEL_ParmList::getORCallback(), record->dataIndex, unknown ? &timeDep : nullptr,
+                 &active);
+    noteState(*record, list, index, timeDep, active);
+    return active != 0 ? 1 : 0;
+}
+
+int ZEL_Overridable::evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int,
+                                           double &value) const
+{
+    return evaluateRecord(list, index, value,
+                          [time](ZEL_ORCallback &party, int data, int *timeDep, int *active) {
+                              return party.evalFloat(data, time, timeDep, active);
+                          });
+}
+
+int ZEL_Overridable::evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int,
+                                           std::int64_t &value) const
+{
+    return evaluateRecord(list, index, value,
+                          [time](ZEL_ORCallback &party, int data, int *timeDep, int *active) {
+                              return party.evalInt(data, time, timeDep, active);
+                          });
+}
+
+int ZEL_Overridable::evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int,
+                                           KIT_String &value) const
+{
+    return evaluateRecord(list, index, value,
+                          [time](ZEL_ORCallback &party, int data, int *timeDep, int *active) {
+                              return party.evalString(data, time, timeDep, active);
+                          });
+}
+
+int ZEL_Overridable::evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
+                                       double &value) const
+{
+    if (ownerFails(list, time, index, thread)) {
+        value = 0.0;
+        return -1;
+    }
+    return myOverrides ? evalOverrideValueImpl(list, time, index, thread, value) : 0;
+}
+
+int ZEL_Overridable::evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
+                                       std::int64_t &value) const
+{
+    if (ownerFails(list, time, index, thread)) {
+        value = 0;
+        return -1;
+    }
+    return myOverrides ? evalOverrideValueImpl(list, time, index, thread, value) : 0;
+}
+
+int ZEL_Overridable::evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
+                                       KIT_String &value) const
+{
+    if (ownerFails(list, time, index, thread)) {
+        value.clear();
+        return -1;
+    }
+    return myOverrides ? evalOverrideValueImpl(list, time, index, thread, value) : 0;
+}
+
+void ZEL_Overridable::saveCommandOverride(int index, double time, double &value, int &flag) const
+{
+    if (const zelOverrideInfoData *record = countingRecord(index)) {
+        value = ZEL_ParmList::getORCallback()->evalFloat(record->dataIndex, time, nullptr, &flag);
+    }
+}
+
+void ZEL_Overridable::saveCommandOverride(int index, double time, std::int64_t &value,
+                                          int &flag) const
+{
+    if (const zelOverrideInfoData *record = countingRecord(index)) {
+        value = ZEL_ParmList::getORCallback()->evalInt(record->dataIndex, time, nullptr, &flag);
+    }
+}
+
+void ZEL_Overridable::saveCommandOverride(int index, double time, KIT_StringHolder &value,
+                                          int &flag) const
+{
+    if (const zelOverrideInfoData *record = countingRecord(index)) {
+        value = ZEL_ParmList::getORCallback()->evalString(record->dataIndex, time, nullptr, &flag);
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Expressions
+// ---------------------------------------------------------------------- //
+
+int ZEL_Overridable::getExpressionOverride(double time, KIT_String &text, int index, int thread,
+                                           bool forUI) const
+{
+    if (ownerFails(getParmList(), time, index, thread)) {
+        return -1;
+    }
+    if (getIsOverrideActive(index) == 0) {
+        return 0;
+    }
+    if (forUI) {
+        ZEL_OverrideType type = ZEL_OVERRIDE_OVERRIDDEN;
+        getOverrideType(index, type);
+        text = type == ZEL_OVERRIDE_LAYERED ? "Layered by " : "Overridden by ";
+        text += getOverride(index);
+    }
+    return 1;
+}
+
+void ZEL_Overridable::getExpressionStringForUI(double time, KIT_String &text, int index,
+                                               int thread) const
+{
+    if (getExpressionOverride(time, text, index, thread, true) != 0) {
+        return;
+    }
+    const TRK_Channel *channel = validIndex(index) ? getChannel(index) : nullptr;
+    if (channel) {
+        channel->getExpression(time, text);
+    } else {
+        getValue(getParmList(), time, text, index, true, thread);
+    }
+}
+
+void ZEL_Overridable::getExpression(double time, KIT_String &text, int index, bool expand,
+                                    int thread) const
+{
+    ZEL_ParmList *list = getParmList();
+    if (ownerFails(list, time, index, thread)) {
+        return;
+    }
+    const TRK_Channel *channel = validIndex(index) ? getChannel(index) : nullptr;
+    if (channel && getIsOverrideActive(index) == 0) {
+        channel->getExpression(time, text);
+    } else if (expand) {
+        getValue(list, time, text, index, true, thread);
+    } else {
+        text = "";
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Dependence
+// ---------------------------------------------------------------------- //
+
+bool ZEL_Overridable::isPendingInOwner(int index) const
+{
+    const ZEL_ParmOwner *owner = getParmOwner();
+    return owner && owner->isPendingOverride() && owner->isParmPendingOverride(getToken(), index);
+}
+
+template <class Test>
+bool ZEL_Overridable::anyCounting(int index, Test &&test) const
+{
+    const int first = index < 0 ? 0 : index;
+    const int end = !myOverrides ? first : index < 0 ? myOverrides->count : index + 1;
+    for (int i = first; i < end; ++i) {
+        const zelOverrideInfoData *record = countingRecord(i);
+        if (record && test(*record)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool ZEL_Overridable::isTimeDependent(int index) const
+{
+    const auto dependsOrUnknown = [](const zelOverrideInfoData &record) {
+        return BASload(record.timeDepState) != 0;
+    };
+    return isPendingInOwner(index) || anyCounting(index, dependsOrUnknown) ||
+           ZEL_Instance::isTimeDependent(index);
+}
+
+bool ZEL_Overridable::isDataDependent(double time, int index) const
+{
+    const auto always = [](const zelOverrideInfoData &) { return true; };
+    return isPendingInOwner(index) || anyCounting(index, always) ||
+           ZEL_Instance::isDataDependent(time, index);
+}
+
+// ---------------------------------------------------------------------- //
+// Values in
+// ---------------------------------------------------------------------- //
+
+bool ZEL_Overridable::offerFloat(double time, double value, int index) const
+{
+    const zelOverrideInfoData *record = writableRecord(index);
+    return !record ||
+           !ZEL_ParmList::getORCallback()->setFloat(record->dataIndex, time, 0, 0, value);
+}
+
+bool ZEL_Overridable::offerInt(double time, std::int64_t value, int index) const
+{
+    const zelOverrideInfoData *record = writableRecord(index);
+    return !record || !ZEL_ParmList::getORCallback()->setInt(record->dataIndex, time, 0, 0, value);
+}
+
+bool ZEL_Overridable::setOverrideFloat(double time, double value, bool replaceExpression, int index,
+                                       ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
+{
+    if (!validIndex(index)) {
+        indexError(index);
+        return false;
+    }
+    ZEL_Instance::setValue(time, value, replaceExpression, index, addKey, keySet);
+    return offerFloat(time, value, index);
+}
+
+bool ZEL_Overridable::setOverrideInt(double time, std::int64_t value, bool replaceExpression,
+                                     int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
+{
+    if (!validIndex(index)) {
+        indexError(index);
+        return false;
+    }
+    ZEL_Instance::setValue(time, value, replaceExpression, index, addKey, keySet);
+    return offerInt(time, value, index);
+}
+
+bool ZEL_Overridable::setOverrideFloat(double time, const char *text, bool replaceExpression,
+                                       int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
+{
+    ZEL_Instance::setValue(time, text, TRK_MEANING_LITERAL, replaceExpression, index, addKey,
+                           keySet);
+    return offerFloat(time, BASparseFloat(text), index);
+}
+
+bool ZEL_Overridable::setOverrideInt(double time, const char *text, bool replaceExpression,
+                                     int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
+{
+    ZEL_Instance::setValue(time, text, TRK_MEANING_LITERAL, replaceExpression, index, addKey,
+                           keySet);
+    return offerInt(time, ZELparseInt(text), index);
+}
+
+bool ZEL_Overridable::setOverrideString(double time, const char *text, bool replaceExpression,
+                                        int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
+{
+    ZEL_Instance::setValue(time, text, TRK_MEANING_LITERAL, replaceExpression, index, addKey,
+                           keySet);
+    // The party takes numbers only: what isn't one at the start of the text is lost.
+    return offerFloat(time, ZELparseInt(text), index);
+}

@@ -1,0 +1,177 @@
+// The spare part of a list, rebuilt in place when its set of templates changes.
+
+#include <ZEL/ZEL_ParmList.h>
+
+#include <BAS/BAS_Thread.h>
+#include <ZEL/ZEL_AutoBlockErrors.h>
+#include <ZEL/ZEL_Instance.h>
+#include <ZEL/ZEL_Multi.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmOwner.h>
+#include <ZEL/migration/ZEL_SwitcherMirrorPrivate.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <unordered_set>
+#include <vector>
+
+namespace
+{
+
+using TokenSet = std::unordered_set<KIT_StringHolder, KIT_StringRefHash>;
+
+/// While it lives, lists count as loading.
+class LoadingScope
+{
+public:
+    LoadingScope() { ZEL_ParmList::beginLoading(); }
+    ~LoadingScope() { ZEL_ParmList::endLoading(); }
+    LoadingScope(const LoadingScope &) = delete;
+    LoadingScope &operator=(const LoadingScope &) = delete;
+};
+
+KIT_StringHolder tokenOf(const ZEL_Parm &parm)
+{
+    return KIT_StringHolder(parm.getTokenRef());
+}
+
+/// Brings a multi-parameter's items up to its count at that time; messages about it are dropped.
+void updateItems(const ZEL_Parm &parm, double time)
+{
+    const int thread = BASgetSTID();
+    const ZEL_AutoBlockErrors block(thread);
+    int count = 0;
+    parm.getValue(time, count, 0, thread);
+}
+
+/// The tokens of all items of a multi-parameter, nested ones too.
+void addItemTokens(const ZEL_ParmList &list, const ZEL_Parm &parm, double time, TokenSet &tokens)
+{
+    updateItems(parm, time);
+    const auto *multi = static_cast<const ZEL_Multi *>(parm.getInstance());
+    const int children = multi->getMultiParmInstancesPerItem();
+    for (int item = 0; children > 0 && item < multi->getMultiParmNumItems(); ++item) {
+        for (int child = 0; child < children; ++child) {
+            const KIT_StringHolder token(multi->getMultiParmToken(child, item));
+            tokens.insert(token);
+            const ZEL_Parm *nested = list.getParmPtr(token);
+            if (nested && nested->isMultiParm() && nested->getMultiParmOwner() == multi) {
+                addItemTokens(list, *nested, time, tokens);
+            }
+        }
+    }
+}
+
+} // namespace
+
+/// Null for a template whose basic type is unknown: nothing could ever find or remove it.
+ZEL_Parm *ZEL_ParmList::createSpareParm(ZEL_Template &description)
+{
+    ZEL_Parm *parm = new ZEL_Parm(&description, this);
+    if (!parm->getInstance()) {
+        delete parm;
+        return nullptr;
+    }
+    parm->setSpareParm(true);
+    appendParm(parm);
+    return parm;
+}
+
+/// What reads a parameter that will change or go hears of it while the parameter is still there.
+void ZEL_ParmList::announceSpareChanges(ZEL_Template *templates, bool forceCopy)
+{
+    TokenSet kept;
+    for (ZEL_Template *at = templates; !at->isTerminator(); ++at) {
+        ZEL_Parm *parm = getParmPtr(at->getTokenRef());
+        if (parm && parm->getInstance() &&
+            parm->getType().getBasicType() == at->getType().getBasicType() &&
+            parm->getVectorSize() == at->getVectorSize() &&
+            shouldCopyOnAdopt(*at, *parm, forceCopy)) {
+            kept.insert(tokenOf(*parm));
+        }
+    }
+    // Reading a count may remove items, and who hears of a change may act: found anew each time.
+    std::vector<KIT_StringHolder> changing;
+    for (const ZEL_Parm *parm : myParms) {
+        if (parm && parm->isSpareParm() && kept.count(tokenOf(*parm)) == 0) {
+            changing.push_back(tokenOf(*parm));
+        }
+    }
+    for (const KIT_StringHolder &token : changing) {
+        constexpr bool sendEvent = true;
+        constexpr bool updateMulti = true;
+        ZEL_Parm *parm = getParmPtr(token);
+        if (parm && parm->isSpareParm()) {
+            parm->privateValueChanged(-1, sendEvent, updateMulti);
+        }
+    }
+}
+
+/// The new parameter; null if the description makes none.
+ZEL_Parm *ZEL_ParmList::remakeSpareParm(ZEL_Template &description, bool forceCopy, double time,
+                                        bool notify)
+{
+    int oldIndex = -1;
+    ZEL_Parm *old = getParmPtr(description.getTokenRef(), oldIndex);
+    if (old && !old->getInstance()->getDefaultsInitFlag()) {
+        // Said twice in one set: without its defaults the first one's zeros would pass for values.
+        constexpr bool deleteChannels = false;
+        old->getInstance()->revertToDefaults(deleteChannels);
+        old = getParmPtr(description.getTokenRef(), oldIndex);
+    }
+    ZEL_Parm *parm = createSpareParm(description);
+    if (!parm) {
+        return nullptr;
+    }
+    if (old) {
+        // While it still has its channels: the target keeps what it shows at that time.
+        ZEL_SwitcherMirror(*this, *old).undo(time, notify);
+        adoptParm(*parm, *old, forceCopy);
+        removeReplacedParm(old, oldIndex);
+    }
+    ZEL_SwitcherMirror(*this, *parm).setUp(time, notify);
+    return parm;
+}
+
+void ZEL_ParmList::removeSpareParm(ZEL_Parm &parm, int index, double time, bool notify)
+{
+    const KIT_StringHolder token = tokenOf(parm);
+    if (myOwner) {
+        myOwner->spareParmRemoved(token.c_str());
+    }
+    ZEL_SwitcherMirror(*this, parm).undo(time, notify);
+    removeReplacedParm(&parm, index);
+}
+
+void ZEL_ParmList::updateSpareParmTemplates(ZEL_Template *templates, bool forceCopy)
+{
+    const bool notify = !isLoading();
+    const LoadingScope loading;
+    const double time = getEvalTime(BASgetSTID());
+    if (notify && templates) {
+        announceSpareChanges(templates, forceCopy);
+    }
+
+    TokenSet wanted;
+    for (ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
+        const ZEL_Parm *present = getParmPtr(at->getTokenRef());
+        if (present && !present->isSpareParm()) {
+            continue;
+        }
+        if (const ZEL_Parm *parm = remakeSpareParm(*at, forceCopy, time, notify)) {
+            wanted.insert(tokenOf(*parm));
+            if (parm->isMultiParm()) {
+                addItemTokens(*this, *parm, time, wanted);
+            }
+        }
+    }
+    // Items go one by one before their multi-parameter: they stand behind it.
+    for (int i = getEntries(); i-- > 0;) {
+        ZEL_Parm *parm = getParmPtr(i);
+        if (parm && parm->isSpareParm() && wanted.count(tokenOf(*parm)) == 0) {
+            removeSpareParm(*parm, i, time, notify);
+        }
+    }
+    constexpr bool deleteChannels = false;
+    reloadChannelPtrs();
+    buildDelayedDefaults(deleteChannels);
+}

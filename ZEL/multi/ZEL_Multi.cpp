@@ -1,0 +1,441 @@
+// The count of a multi-parameter, what drives it, and what is asked about its items.
+
+#include <ZEL/ZEL_Multi.h>
+
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_InstanceString.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/support/ZEL_StreamLimitPrivate.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+bool ZEL_Multi::theIsAddingOrRemovingParms = false;
+
+namespace
+{
+
+/// How many `KeepItems` live on the thread.
+thread_local int theKeepCount = 0;
+
+/// The nearest count; 0 for what is no number.
+int toCount(double value)
+{
+    const double rounded = std::floor(value + 0.5);
+    if (!(rounded > 0.0)) {
+        return 0;
+    }
+    constexpr int theMost = std::numeric_limits<int>::max();
+    return rounded < double(theMost) ? int(rounded) : theMost;
+}
+
+void replaceByCount(double &value, int count)
+{
+    value = count;
+}
+void replaceByCount(std::int64_t &value, int count)
+{
+    value = count;
+}
+void replaceByCount(int &value, int count)
+{
+    value = count;
+}
+void replaceByCount(KIT_String &value, int count)
+{
+    value.itoa(count);
+}
+/// A count has no such form.
+void replaceByCount(std::shared_ptr<const ZEL_DataItem> &, int) {}
+void replaceByCount(KIT_JSONValueMap &, int) {}
+
+} // namespace
+
+// -------------------------------------------------------------------------- //
+// Life
+// -------------------------------------------------------------------------- //
+
+ZEL_Multi::ZEL_Multi(ZEL_Template *templatePtr, ZEL_Parm *parm)
+    : ZEL_Float(templatePtr, parm), myInstancesPerItem(ZEL_Template::countTemplates(
+                                        templatePtr->getMultiParmTemplate(), false, false, false)),
+      myTemplateCount(
+          ZEL_Template::countTemplates(templatePtr->getMultiParmTemplate(), true, true, true))
+{}
+
+ZEL_Multi::ZEL_Multi(const ZEL_Multi &source, ZEL_Parm *parm)
+    : ZEL_Float(source, parm), myInstancesPerItem(source.myInstancesPerItem),
+      myTemplateCount(source.myTemplateCount)
+{
+    if (source.myInstanceIndex) {
+        setInstanceIndex(*source.myInstanceIndex);
+    }
+}
+
+ZEL_Multi::~ZEL_Multi()
+{
+    ZEL_Multi::destroyChildParms();
+}
+
+ZEL_Instance *ZEL_Multi::duplicateSelf(ZEL_Parm *parm) const
+{
+    return new ZEL_Multi(*this, parm);
+}
+
+void ZEL_Multi::adopt(ZEL_Instance &source)
+{
+    const auto *other = dynamic_cast<const ZEL_Multi *>(&source);
+    if (!other || other == this) {
+        return;
+    }
+    const bool hadDefaults = getDefaultsInitFlag();
+    ZEL_Float::adopt(source);
+    setDefaultsInitFlag(hadDefaults);
+    if (other->myInstanceIndex) {
+        setInstanceIndex(*other->myInstanceIndex);
+    } else {
+        myInstanceIndex.reset();
+    }
+    setNumInstances(other->myNumItems, false);
+    setDefaultsInitFlag(true);
+}
+
+void ZEL_Multi::revertToDefault(int index)
+{
+    // The flag is up only once the items are there: until then a ramp fills them.
+    const bool hadDefaults = getDefaultsInitFlag();
+    ZEL_Float::revertToDefault(index);
+    setDefaultsInitFlag(hadDefaults);
+    followDefault();
+    setDefaultsInitFlag(true);
+}
+
+void ZEL_Multi::revertToDefaults(bool deleteChannels)
+{
+    const bool hadDefaults = getDefaultsInitFlag();
+    ZEL_Float::revertToDefaults(deleteChannels);
+    setDefaultsInitFlag(hadDefaults);
+    followDefault();
+    setDefaultsInitFlag(true);
+}
+
+std::int64_t ZEL_Multi::getMemoryUsage(bool inclusive) const
+{
+    std::int64_t bytes = ZEL_Float::getMemoryUsage(false);
+    bytes += inclusive ? std::int64_t(sizeof(*this)) : 0;
+    for (std::size_t item = 0; item < myItemTemplates.size(); ++item) {
+        for (int child = 0; child <= myInstancesPerItem; ++child) {
+            bytes += myItemTemplates[item][std::size_t(child)].getMemoryUsage(true);
+        }
+    }
+    for (std::size_t flat = 0; flat < myChildNames.size(); ++flat) {
+        bytes += myChildNames[flat]->getMemoryUsage(true);
+        bytes += myChildConditionals[flat] ? myChildConditionals[flat]->getMemoryUsage(true) : 0;
+        if (myChildDefaults[flat]) {
+            const int perItem = myInstancesPerItem;
+            const ZEL_Template &made =
+                myItemTemplates[flat / std::size_t(perItem)][flat % std::size_t(perItem)];
+            bytes += std::int64_t(sizeof(ZEL_Default)) * made.getVectorSize();
+        }
+    }
+    for (const std::unique_ptr<KIT_String> &text : myDefaultStrings) {
+        bytes += text->getMemoryUsage(true);
+    }
+    bytes += std::int64_t(myItemTemplates.capacity() * sizeof(void *));
+    bytes += std::int64_t(myChildNames.capacity() * 3 * sizeof(void *));
+    bytes += std::int64_t(myDefaultStrings.capacity() * sizeof(void *));
+    bytes += std::int64_t(myDefaultStringFirst.capacity() * 2 * sizeof(std::uint32_t));
+    return bytes + (myInstanceIndex ? myInstanceIndex->getMemoryUsage(true) : 0);
+}
+
+// -------------------------------------------------------------------------- //
+// The value drives the count
+// -------------------------------------------------------------------------- //
+
+template <class T, class Read>
+void ZEL_Multi::evaluate(T &value, int thread, const Read &read) const
+{
+    {
+        KIT_ErrorManager::Scope scope(thread);
+        read();
+        if (scope.getManager().getSeverity() > KIT_ERROR_ABORT) {
+            replaceByCount(value, myNumItems);
+        }
+        if (scope.getManager().entries() > 0) {
+            scope.getOuterManager().stealErrors(scope.getManager());
+        }
+    }
+    followValue();
+}
+
+int ZEL_Multi::wantedCount() const
+{
+    return toCount(constrainedRawValue(0));
+}
+
+ZEL_Multi::KeepItems::KeepItems()
+{
+    ++theKeepCount;
+}
+
+ZEL_Multi::KeepItems::~KeepItems()
+{
+    --theKeepCount;
+}
+
+/// Whether what waits for the value could lose its parameter: items that go take theirs along, and
+/// in a load new ones replace parameters of their names.
+bool ZEL_Multi::mustWait(int count) const
+{
+    return (count < myNumItems || ZEL_ParmList::isLoading()) &&
+           (theKeepCount > 0 || TRK_Manager::isEvaluating());
+}
+
+/// Reading is const and makes items all the same: the one place where that is cast away.
+void ZEL_Multi::followValue() const
+{
+    const int count = wantedCount();
+    if (count == myNumItems || myBusy || mustWait(count)) {
+        return;
+    }
+    auto *self = const_cast<ZEL_Multi *>(this);
+    const bool isSet = !getChannel(0) && !ZEL_ParmList::isLoading();
+    if (isSet || ZEL_StreamLimit::allow(std::int64_t(count) - myNumItems, getToken())) {
+        self->setNumInstances(count, true);
+    } else if (!getChannel(0)) {
+        self->setCount(myNumItems);
+    }
+}
+
+/// A default comes from a script, like a loaded value from a stream. Those of blocks in blocks multiply,
+/// so that they share what one may make.
+void ZEL_Multi::followDefault()
+{
+    const ZEL_StreamLimit limit(0);
+    const std::int64_t missing = std::int64_t(wantedCount()) - myNumItems;
+    const bool isNumber = !getChannel(0) && !ZEL_ParmList::isLoading();
+    if (isNumber && !ZEL_StreamLimit::allow(missing, getToken())) {
+        setCount(myNumItems);
+    }
+    evaluateCount();
+}
+
+bool ZEL_Multi::followLoadedValue()
+{
+    const int count = wantedCount();
+    if (!ZEL_StreamLimit::allow(std::int64_t(count) - myNumItems, getToken())) {
+        setCount(myNumItems);
+        return false;
+    }
+    setNumInstances(count, true);
+    return true;
+}
+
+void ZEL_Multi::evaluateCount()
+{
+    double value = 0.0;
+    getValue(getParmList(), 0.0, value, 0, BASgetSTID());
+}
+
+void ZEL_Multi::setCount(int count)
+{
+    setValue(0.0, double(count), false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+}
+
+bool ZEL_Multi::load(KIT_IStream &is)
+{
+    const bool loaded = ZEL_Float::load(is);
+    return followLoadedValue() && loaded;
+}
+
+int ZEL_Multi::loadCommand(int argc, const char *const argv[], int index, bool asSet,
+                           ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
+{
+    const int used = ZEL_Float::loadCommand(argc, argv, index, asSet, addKey, keySet);
+    followLoadedValue();
+    return used;
+}
+
+void ZEL_Multi::getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index,
+                         bool expand, int thread) const
+{
+    evaluate(value, thread, [&] { ZEL_Float::getValue(list, time, value, index, expand, thread); });
+}
+
+void ZEL_Multi::getValue(ZEL_ParmList *list, double time,
+                         std::shared_ptr<const ZEL_DataItem> &value, int index, int thread) const
+{
+    evaluate(value, thread, [&] { ZEL_Float::getValue(list, time, value, index, thread); });
+}
+
+void ZEL_Multi::getValue(ZEL_ParmList *list, double time, KIT_String &value, int index, bool expand,
+                         int thread) const
+{
+    evaluate(value, thread, [&] { ZEL_Float::getValue(list, time, value, index, expand, thread); });
+}
+
+void ZEL_Multi::getValue(ZEL_ParmList *list, double time, double &value, int index,
+                         int thread) const
+{
+    evaluate(value, thread, [&] { ZEL_Float::getValue(list, time, value, index, thread); });
+}
+
+void ZEL_Multi::getValue(ZEL_ParmList *list, double time, std::int64_t &value, int index,
+                         int thread) const
+{
+    evaluate(value, thread, [&] { ZEL_Float::getValue(list, time, value, index, thread); });
+}
+
+void ZEL_Multi::getValue(ZEL_ParmList *list, double time, int &value, int index, int thread) const
+{
+    evaluate(value, thread, [&] { ZEL_Float::getValue(list, time, value, index, thread); });
+}
+
+// -------------------------------------------------------------------------- //
+// Look-up
+// -------------------------------------------------------------------------- //
+
+bool ZEL_Multi::isMultiParm() const
+{
+    return true;
+}
+
+int ZEL_Multi::getMultiParmNumItems() const
+{
+    return myNumItems;
+}
+
+int ZEL_Multi::getMultiParmInstancesPerItem() const
+{
+    return myInstancesPerItem;
+}
+
+std::size_t ZEL_Multi::flatIndex(int item, int child) const
+{
+    return std::size_t(item) * std::size_t(myInstancesPerItem) + std::size_t(child);
+}
+
+const ZEL_Template *ZEL_Multi::getTemplate(int flat) const
+{
+    if (flat < 0 || std::size_t(flat) >= flatIndex(myNumItems, 0)) {
+        return nullptr;
+    }
+    return &myItemTemplates[std::size_t(flat / myInstancesPerItem)]
+                           [std::size_t(flat % myInstancesPerItem)];
+}
+
+ZEL_Template *ZEL_Multi::getTemplate(int flat)
+{
+    const ZEL_Multi *constThis = this;
+    return const_cast<ZEL_Template *>(constThis->getTemplate(flat));
+}
+
+ZEL_Parm *ZEL_Multi::getParm(int flat) const
+{
+    const ZEL_Template *description = getTemplate(flat);
+    ZEL_ParmList *list = getParmList();
+    return description && list ? list->getParmPtr(description->getTokenRef()) : nullptr;
+}
+
+const char *ZEL_Multi::getMultiParmToken(int child, int item) const
+{
+    if (!isValidItem(item) || child < 0 || child >= myInstancesPerItem) {
+        return nullptr;
+    }
+    return myChildNames[flatIndex(item, child)]->getToken();
+}
+
+int ZEL_Multi::findMultiParmIndex(const char *token, bool) const
+{
+    const KIT_StringRef wanted(token);
+    // An item that is being made is found too: its parameters may ask already.
+    const std::size_t end = wanted.isNull() ? 0 : myChildNames.size();
+    for (std::size_t flat = 0; flat < end; ++flat) {
+        if (myChildNames[flat]->getTokenRef() == wanted) {
+            return int(flat);
+        }
+    }
+    return -1;
+}
+
+bool ZEL_Multi::matchInstancePattern(const char *name, int &index) const
+{
+    index = -1;
+    if (!name || !name[std::strcspn(name, "0123456789")]) {
+        return false;
+    }
+    const ZEL_Template *child = getMultiParmTemplate();
+    const int startOffset = getMultiStartOffset();
+    for (int i = 0; i < myInstancesPerItem; ++i) {
+        if (ZEL_Template::matchMultiInstance(name, child[i].getToken(), startOffset, index,
+                                             myInstanceIndex.get())) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void ZEL_Multi::setInstanceIndex(const KIT_ValArray<int> &instances)
+{
+    if (instances.isEmpty()) {
+        myInstanceIndex.reset();
+    } else if (&instances != myInstanceIndex.get()) {
+        myInstanceIndex = std::make_unique<KIT_ValArray<int>>(instances);
+    }
+}
+
+bool ZEL_Multi::isAtHardMinimum() const
+{
+    const ZEL_Range *range = getRangePtr();
+    return range && range->hasParmMin() && toCount(range->getParmMin()) == myNumItems;
+}
+
+bool ZEL_Multi::isAtHardMaximum() const
+{
+    const ZEL_Range *range = getRangePtr();
+    return range && range->hasParmMax() && toCount(range->getParmMax()) == myNumItems;
+}
+
+// -------------------------------------------------------------------------- //
+// Instance numbers into a name
+// -------------------------------------------------------------------------- //
+
+void ZEL_Multi::instanceString(KIT_WorkBuffer &out, const KIT_StringRef &name, const int *instances,
+                               int count, bool fillToken, bool repeat)
+{
+    ZELinstanceString(out, name, instances, count, fillToken, repeat);
+}
+
+void ZEL_Multi::instanceString(KIT_WorkBuffer &out, const KIT_StringRef &name,
+                               const KIT_ValArray<int> &instances, bool fillToken, bool repeat)
+{
+    ZELinstanceString(out, name, instances, fillToken, repeat);
+}
+
+void ZEL_Multi::instanceString(KIT_String &out, const KIT_StringRef &name, const int *instances,
+                               int count, bool fillToken, bool repeat)
+{
+    ZELinstanceString(out, name, instances, count, fillToken, repeat);
+}
+
+void ZEL_Multi::instanceString(KIT_String &out, const KIT_StringRef &name,
+                               const KIT_ValArray<int> &instances, bool fillToken, bool repeat)
+{
+    ZELinstanceString(out, name, instances, fillToken, repeat);
+}
+
+void ZEL_Multi::instanceString(KIT_StringHolder &out, const KIT_StringRef &name,
+                               const int *instances, int count, bool fillToken, bool repeat)
+{
+    ZELinstanceString(out, name, instances, count, fillToken, repeat);
+}
+
+void ZEL_Multi::instanceString(KIT_StringHolder &out, const KIT_StringRef &name,
+                               const KIT_ValArray<int> &instances, bool fillToken, bool repeat)
+{
+    ZELinstanceString(out, name, instances, fillToken, repeat);
+}

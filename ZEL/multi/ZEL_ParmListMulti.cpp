@@ -1,0 +1,247 @@
+// The list's part in multi-parameters: it holds what items are made of, and moves aliases.
+
+#include <ZEL/ZEL_ParmList.h>
+
+#include <ZEL/ZEL_Instance.h>
+#include <ZEL/ZEL_Multi.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/support/ZEL_StreamLimitPrivate.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+namespace
+{
+
+ZEL_Multi *asMulti(ZEL_Parm *parm)
+{
+    return parm && parm->isMultiParm() ? static_cast<ZEL_Multi *>(parm->getInstance()) : nullptr;
+}
+
+/// Whether a parameter may give way to a new one of its token: those of the node type's own
+/// templates stay, and the multi-parameter that is at work can't be replaced under its feet.
+bool canGiveWay(const ZEL_Parm &parm, const ZEL_Multi &multi)
+{
+    for (const ZEL_Multi *level = &multi; level; level = level->getMultiParmOwner()) {
+        if (level->getParm() == &parm) {
+            return false;
+        }
+    }
+    return parm.isSpareParm() || parm.getMultiParmOwner();
+}
+
+/// The parameter made of a description; null if another one has its name.
+ZEL_Parm *findDescribed(ZEL_ParmList &list, const ZEL_Template &description)
+{
+    ZEL_Parm *parm = list.getParmPtr(description.getTokenRef());
+    return parm && parm->getTemplatePtr() == &description ? parm : nullptr;
+}
+
+bool hasAlias(const ZEL_Parm &parm, int index)
+{
+    return parm.getChannelAlias(index) != parm.getChannelToken(index);
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------- //
+// The parameters of an item
+// ---------------------------------------------------------------------- //
+
+/// Null for a template whose basic type is unknown: nothing could ever find or remove it.
+ZEL_Parm *ZEL_ParmList::createMultiInstanceParm(ZEL_Template &templateRef, bool spare,
+                                                const ZEL_Multi &multi)
+{
+    ZEL_Parm *parm = new ZEL_Parm(&templateRef, this);
+    if (!parm->getInstance()) {
+        delete parm;
+        return nullptr;
+    }
+    parm->setSpareParm(spare);
+    parm->setMultiParmOwner(&multi);
+    return parm;
+}
+
+/// Appends a parameter that was made, in place of one that has its token already; false if that one
+/// has to stay. `isNew` says whether no older one gave its state.
+bool ZEL_ParmList::placeMultiParm(ZEL_Parm &parm, const ZEL_Multi &multi, bool &isNew)
+{
+    int oldIndex = -1;
+    ZEL_Parm *old = getParmPtr(parm.getTemplatePtr()->getTokenRef(), oldIndex);
+    if (old && (!old->getInstance() || !canGiveWay(*old, multi))) {
+        return false;
+    }
+    appendParm(&parm);
+    if (old) {
+        constexpr bool forceCopy = true;
+        adoptParm(parm, *old, forceCopy);
+        removeReplacedParm(old, oldIndex);
+    } else {
+        isNew = !adoptFromOldList(parm);
+    }
+    return true;
+}
+
+void ZEL_ParmList::reserveParms(std::int64_t parms, std::int64_t components)
+{
+    // Room for what is certain to come: a hostile count is met by the parameters themselves.
+    constexpr std::int64_t theMost = std::int64_t(1) << 20;
+    const auto entries = [&](const ZEL_NameTable &table, std::int64_t more) {
+        return std::uint32_t(table.entries() + std::min(more, theMost));
+    };
+    myInstanceTokens.reserve(entries(myInstanceTokens, parms));
+    myInstanceChannels.reserve(entries(myInstanceChannels, components));
+}
+
+void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templates, int count,
+                                    bool spare, const KIT_ValArray<int> &instances,
+                                    KIT_ValArray<ZEL_Parm *> &created)
+{
+    if (myParms.size() + count > myParms.capacity()) {
+        myParms.setCapacity(std::max(myParms.size() + count, KITbumpAlloc(myParms.capacity())));
+    }
+    // Each description's parameter, null for a child that was left out.
+    std::vector<ZEL_Parm *> parms(std::size_t(std::max(count, 0)), nullptr);
+    std::vector<bool> isNew(parms.size(), false);
+    // All are made before the first is appended: counting a use of a name waits for every store to
+    // new memory, here once an item and not once a child.
+    for (int i = 0; i < count; ++i) {
+        parms[std::size_t(i)] = createMultiInstanceParm(templates[i], spare, multi);
+    }
+    std::uint32_t expectedChanges = myAddRemoveCount;
+    for (int i = 0; i < count; ++i) {
+        ZEL_Parm *&parm = parms[std::size_t(i)];
+        bool added = false;
+        if (!parm || !placeMultiParm(*parm, multi, added)) {
+            delete parm;
+            parm = nullptr;
+            continue;
+        }
+        isNew[std::size_t(i)] = added;
+        ++expectedChanges;
+        if (ZEL_Multi *nested = asMulti(parm)) {
+            nested->setInstanceIndex(instances);
+        }
+    }
+    // A later child, or an item that one of them makes of its own, may have replaced a parameter by
+    // now: once anything else came or went, each is found anew.
+    const auto present = [&](int i) {
+        ZEL_Parm *parm = parms[std::size_t(i)];
+        return parm && myAddRemoveCount != expectedChanges ? findDescribed(*this, templates[i])
+                                                           : parm;
+    };
+    for (int i = 0; i < count; ++i) {
+        ZEL_Parm *parm = present(i);
+        if (!parm) {
+            continue;
+        }
+        if (!parm->getInstance()->getDefaultsInitFlag()) {
+            constexpr bool deleteChannels = false;
+            parm->getInstance()->revertToDefaults(deleteChannels);
+        }
+        if (spare) {
+            parm->reloadChannelPtrs();
+        }
+    }
+    for (int i = 0; i < count; ++i) {
+        ZEL_Parm *parm = isNew[std::size_t(i)] ? present(i) : nullptr;
+        if (parm) {
+            created.append(parm);
+        }
+    }
+    ++myAddRemoveCount;
+}
+
+// ---------------------------------------------------------------------- //
+// Items that come and go, with the aliases of those that move
+// ---------------------------------------------------------------------- //
+
+void ZEL_ParmList::insertMultiParmItem(int parmIndex, int item)
+{
+    ZEL_Parm *parm = getParmPtr(parmIndex);
+    const ZEL_Multi *multi = asMulti(parm);
+    if (!multi) {
+        return;
+    }
+    const int before = multi->getMultiParmNumItems();
+    item = std::clamp(item, 0, before);
+    constexpr bool notify = true;
+    parm->insertMultiParmItem(item, notify);
+    // Locked, or full: nothing has moved.
+    if (multi->getMultiParmNumItems() <= before) {
+        return;
+    }
+    for (int i = before - 1; i >= item; --i) {
+        moveMultiParmAlias(parmIndex, i, true);
+    }
+}
+
+void ZEL_ParmList::removeMultiParmItem(int parmIndex, int item)
+{
+    ZEL_Parm *parm = getParmPtr(parmIndex);
+    const ZEL_Multi *multi = asMulti(parm);
+    if (!multi) {
+        return;
+    }
+    const int items = multi->getMultiParmNumItems();
+    const bool moves =
+        item >= 0 && item < items && !multi->isAtHardMinimum() && !multi->areAllComponentsLocked();
+    for (int i = item + 1; moves && i < items; ++i) {
+        moveMultiParmAlias(parmIndex, i, false);
+    }
+    constexpr bool notify = true;
+    parm->removeMultiParmItem(item, notify);
+}
+
+void ZEL_ParmList::moveMultiParmAlias(int parmIndex, int item, bool up)
+{
+    const ZEL_Multi *multi = asMulti(getParmPtr(parmIndex));
+    const int children = multi ? multi->getMultiParmInstancesPerItem() : 0;
+    for (int child = children; child-- > 0;) {
+        ZEL_Parm *source = multi->getParm(item * children + child);
+        ZEL_Parm *target = multi->getParm((up ? item + 1 : item - 1) * children + child);
+        if (!source || !target) {
+            continue;
+        }
+        for (int i = std::min(source->getVectorSize(), target->getVectorSize()); i-- > 0;) {
+            if (!hasAlias(*source, i)) {
+                if (hasAlias(*target, i) || target->getChannel(i)) {
+                    setChannelAlias(target, i, KIT_StringHolder::theEmptyString);
+                }
+                continue;
+            }
+            const KIT_StringHolder alias = source->getChannelAlias(i);
+            setChannelAlias(source, i, KIT_StringHolder::theEmptyString);
+            setChannelAlias(target, i, alias);
+        }
+    }
+}
+
+bool ZEL_ParmList::checkMultiParmInstance(const KIT_StringRef &name, bool evaluateChildren)
+{
+    // Most unknown names have no number, and a list may hold many parameters.
+    const char *text = name.c_str();
+    if (!text || !text[std::strcspn(text, "0123456789")]) {
+        return false;
+    }
+    for (int i = 0; i < getEntries(); ++i) {
+        ZEL_Multi *multi = asMulti(myParms[i]);
+        int number = -1;
+        if (!multi || !multi->matchInstancePattern(text, number)) {
+            continue;
+        }
+        const std::int64_t item = std::int64_t(number) - multi->getMultiStartOffset();
+        const std::int64_t wanted = item + 1;
+        const std::int64_t missing = wanted - multi->getMultiParmNumItems();
+        if (item >= 0 && missing > 0 && ZEL_StreamLimit::allow(missing, multi->getToken()) &&
+            wanted <= std::numeric_limits<int>::max()) {
+            multi->setValue(0.0, int(wanted), false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+            multi->setNumInstances(int(wanted), evaluateChildren);
+        }
+        return true;
+    }
+    return false;
+}

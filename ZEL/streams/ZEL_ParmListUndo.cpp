@@ -1,0 +1,55 @@
+// Snapshots of a list's parameters, taken and given back.
+
+#include <ZEL/ZEL_ParmList.h>
+
+#include <KIT/KIT_StringArray.h>
+#include <TRK/TRK_EventManager.h>
+#include <ZEL/ZEL_Instance.h>
+#include <ZEL/streams/ZEL_ParmListPrivate.h>
+#include <ZEL/ZEL_ParmNameMap.h>
+#include <ZEL/support/ZEL_StreamLimitPrivate.h>
+
+#include <cstdint>
+#include <limits>
+
+void ZEL_ParmList::saveUndoData(ZEL_UndoDataArray &out) const
+{
+    // By index: a menu that reads a multi-parameter may make items meanwhile.
+    for (int i = 0; i < getEntries(); ++i) {
+        saveSingleUndoData(getParmPtr(i), out);
+    }
+}
+
+void ZEL_ParmList::saveSingleUndoData(const ZEL_Parm *parm, ZEL_UndoDataArray &out) const
+{
+    if (isSaved(parm)) {
+        std::shared_ptr<ZEL_UndoData> data;
+        parm->saveUndoData(data);
+        out.emplace(KIT_StringHolder(parm->getTokenRef()), std::move(data));
+    }
+}
+
+void ZEL_ParmList::loadUndoData(const ZEL_UndoDataArray &in, const char *name,
+                                ZEL_ParmList *fallbackList)
+{
+    // What the snapshot asks for has existed: there is nothing to guard against as in a file.
+    const ZEL_StreamLimit noLimit(std::numeric_limits<std::int64_t>::max());
+    const TRK_AutoEventHandler events;
+    ZEL_ParmNameMap map;
+    if (myOwner) {
+        constexpr bool useMap = false;
+        KIT_StringArray names;
+        for (const auto &[token, data] : in) {
+            if (!findLoadParm(token, fallbackList, &map, useMap)) {
+                names.append(token.nonNullStr());
+            }
+        }
+        offerUnknownNames(names, name, map);
+    }
+    for (const auto &[token, data] : in) {
+        constexpr bool useMap = true;
+        if (ZEL_Parm *parm = findLoadParm(token, fallbackList, &map, useMap)) {
+            parm->loadUndoData(data);
+        }
+    }
+}

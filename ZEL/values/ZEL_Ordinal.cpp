@@ -1,0 +1,464 @@
+#include <ZEL/ZEL_Ordinal.h>
+
+#include <BAS/BAS_Number.h>
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_SmallObjectAllocator.h>
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_TokenString.h>
+#include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_AutoBlockErrors.h>
+#include <ZEL/ZEL_ChoiceList.h>
+#include <ZEL/support/ZEL_NumberPrivate.h>
+#include <ZEL/values/ZEL_OrdinalPrivate.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_SpareData.h>
+
+#include <algorithm>
+#include <new>
+
+// -------------------------------------------------------------------------- //
+// Life
+// -------------------------------------------------------------------------- //
+
+ZEL_Ordinal::ZEL_Ordinal(ZEL_Template *templatePtr, ZEL_Parm *parm)
+    : ZEL_ValueInstance(templatePtr, parm)
+{
+    allocateValues();
+}
+
+ZEL_Ordinal::ZEL_Ordinal(const ZEL_Ordinal &source, ZEL_Parm *parm)
+    : ZEL_ValueInstance(source, parm)
+{
+    const int size = getVectorSize();
+    allocateValues();
+    for (int i = 0; i < size; ++i) {
+        copyComponent(source, i);
+    }
+}
+
+ZEL_Ordinal::~ZEL_Ordinal()
+{
+    const int size = getVectorSize();
+    for (int i = 0; i < size; ++i) {
+        myLoadedStrings[i].~KIT_StringHolder();
+    }
+    KIT_SmallObjectAllocator::deallocate(myValues, blockBytes(size));
+}
+
+std::size_t ZEL_Ordinal::blockBytes(int size)
+{
+    return (sizeof(std::int64_t) + sizeof(KIT_StringHolder)) * std::size_t(std::max(size, 1));
+}
+
+void ZEL_Ordinal::allocateValues()
+{
+    const int size = getVectorSize();
+    myValues = static_cast<std::int64_t *>(KIT_SmallObjectAllocator::allocate(blockBytes(size)));
+    myLoadedStrings = reinterpret_cast<KIT_StringHolder *>(myValues + std::max(size, 1));
+    for (int i = 0; i < size; ++i) {
+        myValues[i] = 0;
+        new (myLoadedStrings + i) KIT_StringHolder();
+    }
+}
+
+ZEL_Instance *ZEL_Ordinal::duplicateSelf(ZEL_Parm *parm) const
+{
+    return new ZEL_Ordinal(*this, parm);
+}
+
+void ZEL_Ordinal::adopt(ZEL_Instance &source)
+{
+    ZEL_ValueInstance::adopt(source);
+    if (const auto *other = dynamic_cast<const ZEL_Ordinal *>(&source)) {
+        const int size = std::min(getVectorSize(), other->getVectorSize());
+        for (int i = 0; i < size; ++i) {
+            copyComponent(*other, i);
+        }
+    }
+    setDefaultsInitFlag(true);
+}
+
+// -------------------------------------------------------------------------- //
+// Evaluation
+// -------------------------------------------------------------------------- //
+
+std::int64_t ZEL_Ordinal::constrained(std::int64_t value) const
+{
+    if (const ZEL_Range *range = getRangePtr()) {
+        // Both limits look at the value as it came, so of two that cross the maximum wins; for
+        // floats it is the minimum.
+        std::int64_t result = value;
+        if (range->hasParmMin() && range->getParmMin() > double(value)) {
+            result = truncated<std::int64_t>(std::ceil(range->getParmMin()));
+        }
+        if (range->hasParmMax() && range->getParmMax() < double(value)) {
+            result = truncated<std::int64_t>(std::floor(range->getParmMax()));
+        }
+        return result;
+    }
+    constexpr int exclusiveBit = 0x1000;
+    const ZEL_ChoiceList *list = getChoiceListPtr();
+    if (!list || (list->getType() & exclusiveBit) == 0 || usesTokenValue()) {
+        return value;
+    }
+    // A menu without an entry has nothing to offer in the place of the value.
+    const int size = list->getSize(getParm());
+    return size > 0 ? std::clamp<std::int64_t>(value, 0, size - 1) : value;
+}
+
+bool ZEL_Ordinal::channelValue(const TRK_Channel *channel, double time, int thread,
+                               std::int64_t &value) const
+{
+    const TRK_Collection *collection = evaluationCollection(channel);
+    if (collection) {
+        value =
+            truncated<std::int64_t>(halvesUp(collection->evaluate(channel, time, false, thread)));
+    }
+    return collection != nullptr;
+}
+
+std::int64_t ZEL_Ordinal::evaluateChannel(const TRK_Channel *channel, double time, int index,
+                                          int thread) const
+{
+    std::int64_t value = 0;
+    if (!channelValue(channel, time, thread, value)) {
+        return getInternalValue(index);
+    }
+    setInternalValue(index, value);
+    return value;
+}
+
+std::int64_t ZEL_Ordinal::resolveComponent(ZEL_ParmList *list, double time, int index,
+                                           int thread) const
+{
+    const bool animatible = getType().isAnimatible();
+    if (!animatible) {
+        time = 0.0;
+    }
+    std::int64_t value = 0;
+    if (hasOverrideData() && evalOverrideValueImpl(list, time, index, thread, value) != 0) {
+        return value;
+    }
+    TRK_Channel *channel = getChannel(index);
+    if (!channel) {
+        setTimeDependent(index, false);
+        return getInternalValue(index);
+    }
+    value = evaluateChannel(channel, time, index, thread);
+    const bool timeDependent = list && (channel->getPendingFlag() || channel->isTimeDependent());
+    setTimeDependent(index, timeDependent);
+    if (timeDependent && !animatible && channel->isTimeDependentSlow(thread)) {
+        addParmWarning(ZEL_ERR_TIME_DEPENDENT);
+    }
+    return value;
+}
+
+void ZEL_Ordinal::getValue(ZEL_ParmList *list, double time, std::int64_t &value, int index,
+                           int thread) const
+{
+    if (!validIndex(index)) {
+        value = 0;
+        return;
+    }
+    // The limits hold for the 0 of a failing owner as well: a float's stays a 0.
+    const double at = getType().isAnimatible() ? time : 0.0;
+    const bool failed = ownerFails(list, at, index, thread);
+    value = constrained(failed ? 0 : resolveComponent(list, time, index, thread));
+}
+
+void ZEL_Ordinal::getValue(ZEL_ParmList *list, double time, int &value, int index, int thread) const
+{
+    std::int64_t wide = 0;
+    getValue(list, time, wide, index, thread);
+    value = ZELclampToInt(wide);
+}
+
+void ZEL_Ordinal::getValue(ZEL_ParmList *list, double time, double &value, int index,
+                           int thread) const
+{
+    std::int64_t wide = 0;
+    getValue(list, time, wide, index, thread);
+    value = double(wide);
+}
+
+void ZEL_Ordinal::getValue(ZEL_ParmList *list, double time, KIT_String &value, int index, bool,
+                           int thread) const
+{
+    std::int64_t wide = 0;
+    getValue(list, time, wide, index, thread);
+    intToToken(wide, value);
+}
+
+// -------------------------------------------------------------------------- //
+// Setting
+// -------------------------------------------------------------------------- //
+
+void ZEL_Ordinal::setValue(double time, double value, bool replaceExpression, int index,
+                           ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
+{
+    setValue(time, truncated<int>(halvesUp(value)), replaceExpression, index, addKey, keySet);
+}
+
+void ZEL_Ordinal::setValue(double time, std::int64_t value, bool replaceExpression, int index,
+                           ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
+{
+    if (!setOverrideInt(time, value, replaceExpression, index, addKey, keySet)) {
+        return;
+    }
+    if (TRK_Channel *channel = getChannel(index)) {
+        setChannelValue(channel, time, value, replaceExpression, index, addKey, keySet);
+    } else {
+        setInternalValue(index, value);
+    }
+}
+
+void ZEL_Ordinal::setChannelValue(TRK_Channel *channel, double time, std::int64_t value,
+                                  bool replaceExpression, int index, ZEL_AddKeyType addKey,
+                                  ZEL_KeySetType keySet)
+{
+    if (replaceExpression) {
+        double stored = 0.0;
+        if (makeConstant(channel, time, stored)) {
+            setInternalValue(index, truncated<std::int64_t>(halvesUp(stored)));
+        }
+    }
+    const int thread = BASgetSTID();
+    ZEL_AutoBlockErrors blockErrors(thread);
+    // Raw against raw: unlike for floats, a value past the limits that is there already is no
+    // change.
+    if (resolveComponent(nullptr, time, index, thread) == value) {
+        return;
+    }
+    channel->setKeyValue(double(value), time, true, commitFlag(keySet), false);
+    evaluateChannel(channel, time, index, thread);
+    // A button or a toggle of a tuple is keyed alone, whatever the manager's setting for tuples.
+    if (addKey != ZEL_ADDKEY_PENDING) {
+        hardenChanges(time, index, addKey == ZEL_ADDKEY_FORCE, nullptr, nullptr);
+    }
+}
+
+void ZEL_Ordinal::setValue(double time, const char *text, TRK_StringMeaning meaning,
+                           bool replaceExpression, int index, ZEL_AddKeyType addKey,
+                           ZEL_KeySetType keySet)
+{
+    // The text form of the override marks and offers without a look at the index.
+    if (!validIndex(index)) {
+        indexError(index);
+        return;
+    }
+    if (!setOverrideInt(time, text, replaceExpression, index, addKey, keySet)) {
+        return;
+    }
+    bool isNumber = false;
+    const std::int64_t value = tokenToInt(text, isNumber);
+    if (isNumber || !text || !*text) {
+        setValue(time, ZELclampToInt(value), replaceExpression, index, addKey, keySet);
+    } else {
+        setExpression(time, text, expressionLanguage(meaning), index, true, false);
+    }
+}
+
+void ZEL_Ordinal::setExpression(double time, const char *text, TRK_ExprLanguage language, int index,
+                                bool evaluate, bool deleteChannel)
+{
+    if (!validIndex(index)) {
+        indexError(index);
+        return;
+    }
+    KIT_String expression(text ? text : "", true);
+    rewriteObsoleteReference(expression, "ch");
+    const TRK_Channel *channel =
+        putExpression(time, expression.nonNullStr(), language, index, deleteChannel);
+    if (channel && evaluate && getChannelGroupPtr()) {
+        evaluateChannel(channel, time, index, BASgetSTID());
+    }
+}
+
+void ZEL_Ordinal::setDefaultChannelValue(TRK_Channel *channel, int index)
+{
+    if (validIndex(index)) {
+        channel->setDefault(double(getInternalValue(index)));
+    }
+}
+
+void ZEL_Ordinal::hardenChanges(double time, int index, bool force, const char *pattern,
+                                KIT_Array<TRK_ChannelRef> *collect)
+{
+    TRK_Channel *channel = channelToHarden(time, index, force, pattern, collect);
+    if (!channel) {
+        return;
+    }
+    const std::int64_t value =
+        channel->isPending(time)
+            ? truncated<std::int64_t>(halvesUp(channel->getDefault()))
+            : constrained(resolveComponent(nullptr, time, index, BASgetSTID()));
+    setInternalValue(index, value);
+    hardenNumber(channel, time, double(value));
+}
+
+// -------------------------------------------------------------------------- //
+// Defaults
+// -------------------------------------------------------------------------- //
+
+bool ZEL_Ordinal::groupDefault(std::int64_t &value) const
+{
+    const ZEL_SpareData *spare = getTemplatePtr()->getSparePtr();
+    const char *text = isSwitcherList() && spare ? spare->getValue("group_default") : nullptr;
+    if (text) {
+        value = BASparseInteger(text);
+    }
+    return text != nullptr;
+}
+
+const ZEL_Default *ZEL_Ordinal::valueDefault(int index) const
+{
+    return isSwitcherList() ? currentDefault(index) : defaultOf(index);
+}
+
+std::int64_t ZEL_Ordinal::defaultInteger(const ZEL_Default &record) const
+{
+    Choices choices(*this);
+    return defaultInteger(record, choices);
+}
+
+std::int64_t ZEL_Ordinal::defaultInteger(const ZEL_Default &record, Choices &choices) const
+{
+    bool ok = false;
+    const std::int64_t value = record.gotString() ? choices.parse(record.getString(), ok) : 0;
+    return ok ? value : record.getOrdinal();
+}
+
+void ZEL_Ordinal::getDefaultValue(std::int64_t &value, int index) const
+{
+    if (validIndex(index)) {
+        const ZEL_Default *found = defaultOf(index);
+        value = found ? defaultInteger(*found) : 0;
+    }
+}
+
+void ZEL_Ordinal::getDefaultValue(int &value, int index) const
+{
+    std::int64_t wide = value;
+    getDefaultValue(wide, index);
+    value = ZELclampToInt(wide);
+}
+
+void ZEL_Ordinal::getDefaultValue(double &value, int index) const
+{
+    if (validIndex(index)) {
+        std::int64_t wide = 0;
+        getDefaultValue(wide, index);
+        value = double(wide);
+    }
+}
+
+void ZEL_Ordinal::getDefaultValue(KIT_String &value, int index) const
+{
+    if (validIndex(index)) {
+        std::int64_t wide = 0;
+        getDefaultValue(wide, index);
+        intToToken(wide, value);
+    }
+}
+
+void ZEL_Ordinal::applyDefault(int index, bool allowChannel)
+{
+    std::int64_t value = 0;
+    if (groupDefault(value)) {
+        setInternalValue(index, value);
+        return;
+    }
+    const ZEL_Default *found = valueDefault(index);
+    if (!found) {
+        setInternalValue(index, 0);
+        return;
+    }
+    bool ok = false;
+    const char *text = found->getString();
+    value = found->gotString() ? tokenToInt(text, ok) : 0;
+    setInternalValue(index, ok ? value : found->getOrdinal());
+    const bool bareWord = found->getStringMeaning() == TRK_MEANING_LITERAL && ZELisBareWord(text);
+    if (!ok && allowChannel && *text && !bareWord) {
+        addChannel(index, text, defaultLanguage(*found));
+    }
+}
+
+void ZEL_Ordinal::revertToDefault(int index)
+{
+    if (validIndex(index)) {
+        removeChannel(index);
+        applyDefault(index, getChannelGroupPtr() != nullptr);
+        setDefaultsInitFlag(true);
+    }
+}
+
+void ZEL_Ordinal::revertToDefaults(bool deleteChannels)
+{
+    std::int64_t folder = 0;
+    const bool firstOnly = groupDefault(folder);
+    const bool allowChannels = getChannelGroupPtr() != nullptr;
+    revertComponents(deleteChannels, [&](int i) {
+        if (i == 0 || !firstOnly) {
+            applyDefault(i, allowChannels);
+        }
+    });
+}
+
+void ZEL_Ordinal::setValueToDefault(double time, int index, ZEL_AddKeyType addKey)
+{
+    if (!validIndex(index)) {
+        return;
+    }
+    const ZEL_Default *found = valueDefault(index);
+    if (!getChannel(index) || (found && isExpression(*found, getTemplatePtr()))) {
+        revertToDefault(index);
+    } else {
+        const int value = found ? ZELclampToInt(defaultInteger(*found)) : 0;
+        setValue(time, value, false, index, addKey, ZEL_KEYSET_PREFERENCE);
+    }
+}
+
+void ZEL_Ordinal::restoreFactoryDefault(int index)
+{
+    restoreFactory(index, [&] { getTemplatePtr()->setOrdinalDefault(index, 0); });
+}
+
+void ZEL_Ordinal::overwriteDefault(double, int index)
+{
+    if (validIndex(index) && !isSwitcherList()) {
+        getTemplatePtr()->setOrdinalDefault(index, ZELclampToInt(getInternalValue(index)));
+    }
+}
+
+bool ZEL_Ordinal::isDefault(int index, ZEL_DefaultType type, bool checkLocks) const
+{
+    return isNumberDefault(
+        index, type, checkLocks, isSwitcherList() ? nullptr : factoryDefault(index),
+        [&](const ZEL_Default *record) {
+            return getInternalValue(index) == (record ? defaultInteger(*record) : 0);
+        },
+        [&](const ZEL_Default &record) { return isExpression(record, getTemplatePtr()); });
+}
+
+// -------------------------------------------------------------------------- //
+// Queries
+// -------------------------------------------------------------------------- //
+
+bool ZEL_Ordinal::getMagicString(KIT_TokenString &tokens, ZEL_ParmList *list, int size, double time,
+                                 bool addIfDefault, int thread) const
+{
+    return buildMagicString<int>(
+        tokens, list, size, addIfDefault, thread,
+        [&](int i, int &value) { getValue(list, time, value, i, thread); },
+        [&](int, int value) { tokens.append(value); });
+}
+
+std::int64_t ZEL_Ordinal::getMemoryUsage(bool inclusive) const
+{
+    std::int64_t bytes = ZEL_ValueInstance::getMemoryUsage(false);
+    bytes += inclusive ? std::int64_t(sizeof(*this)) : 0;
+    for (int i = 0; i < getVectorSize(); ++i) {
+        bytes += std::int64_t(sizeof(std::int64_t)) + myLoadedStrings[i].getMemoryUsage(true);
+    }
+    return bytes;
+}

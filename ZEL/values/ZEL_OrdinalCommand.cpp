@@ -1,0 +1,86 @@
+// An ordinal's values as arguments of a command line.
+
+#include <ZEL/values/ZEL_OrdinalPrivate.h>
+
+#include <BAS/BAS_Thread.h>
+#include <CON/CON_Manager.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Channel.h>
+
+#include <ostream>
+
+std::int64_t ZEL_Ordinal::commandValue(int index) const
+{
+    const double time = commandTime();
+    std::int64_t value = 0;
+    int overridden = 0;
+    saveCommandOverride(index, time, value, overridden);
+    if (overridden) {
+        return value;
+    }
+    if (!shouldSaveData()) {
+        getDefaultValue(value, index);
+        return value;
+    }
+    const TRK_Channel *channel = getChannel(index);
+    if (!channel || !channelValue(channel, time, BASgetSTID(), value)) {
+        value = getInternalValue(index);
+    }
+    return value;
+}
+
+void ZEL_Ordinal::saveCommand(std::ostream &os, int values, int index) const
+{
+    if (os.fail()) {
+        return;
+    }
+    saveCommandValues(os, values, index, "Ordinal Parameter Save", [&](int i) {
+        const std::int64_t value = commandValue(i);
+        // Asked after the evaluation, which may ask for menus itself.
+        Choices choices(*this);
+        KIT_WorkBuffer number;
+        const char *word = choices.word(value, number);
+        if (usesTokenValue()) {
+            KIT_String(word).save(os, false);
+        } else if (word) {
+            CON_Manager::saveProtectedString(os, word);
+        } else {
+            number.appendNumber(value);
+            os << number.buffer();
+        }
+    });
+}
+
+int ZEL_Ordinal::loadCommand(int argc, const char *const argv[], int index, bool asSet,
+                             ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
+{
+    return loadCommandValues(argc, argv, index, asSet,
+                             [&](const char *argument, int i, HeldChannels &held) {
+                                 loadArgument(argument, i, held, asSet, addKey, keySet);
+                             });
+}
+
+void ZEL_Ordinal::loadArgument(const char *argument, int index, HeldChannels &held, bool asSet,
+                               ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
+{
+    setInternalValue(index, 0);
+    KIT_String word(argument, true);
+    if (word.isInteger(0)) {
+        if (asSet) {
+            setValue(commandTime(), word.toInteger(), false, index, addKey, keySet);
+        } else {
+            deleteHeldChannel(held, index);
+            setInternalValue(index, word.toInteger());
+        }
+        return;
+    }
+    CON_Manager::expandControlSequences(word);
+    bool ok = false;
+    const std::int64_t value = quietTokenToInt(word.nonNullStr(), ok);
+    if (ok) {
+        // Stored as it is, whether the command sets or loads; a channel keeps driving the component.
+        setInternalValue(index, value);
+    } else {
+        loadTokenAsChannelNameOrExpression(word.nonNullStr(), index);
+    }
+}

@@ -1,0 +1,259 @@
+// The saved form of an ordinal, text and binary.
+
+#include <ZEL/values/ZEL_OrdinalPrivate.h>
+
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_Packet.h>
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_Write.h>
+#include <TRK/TRK_Channel.h>
+#include <ZEL/support/ZEL_NumberPrivate.h>
+
+#include <cstring>
+#include <ostream>
+
+namespace
+{
+
+/// Packet ids of an ordinal's values; options have the shared ids. Stored: append only.
+enum OrdinalPacket
+{
+    ORDINAL_TOKEN = 1,
+    ORDINAL_INTEGER = 2,
+    ORDINAL_CHANNEL = 3
+};
+
+constexpr const char *theLoadLabel = "Ordinal Parameter Load";
+constexpr const char *theSaveLabel = "Ordinal Parameter Save";
+
+int ordinalClassId()
+{
+    static const int theClassId = KITgetClassPacketID("ZEL_Ordinal");
+    return theClassId;
+}
+
+/// Not through the stream's own formatting: a locale must not show in a file.
+void writeInteger(std::ostream &os, std::int64_t value)
+{
+    KIT_WorkBuffer text;
+    text.appendNumber(value);
+    os << text.buffer();
+}
+
+void writeInteger32(std::ostream &os, std::int64_t value)
+{
+    KITwrite(os, std::int32_t(ZELclampToInt(value)));
+}
+
+} // namespace
+
+// -------------------------------------------------------------------------- //
+// Saving
+// -------------------------------------------------------------------------- //
+
+std::int64_t ZEL_Ordinal::valueToSave(int index, Choices &choices) const
+{
+    if (savesStoredValue(index)) {
+        return getInternalValue(index, choices);
+    }
+    const ZEL_Default *found = defaultOf(index);
+    return found ? defaultInteger(*found, choices) : 0;
+}
+
+bool ZEL_Ordinal::save(std::ostream &os, int binary, bool compiled) const
+{
+    if (os.fail()) {
+        return false;
+    }
+    if (binary != 0 || compiled) {
+        saveBinary(os);
+    } else {
+        saveAscii(os);
+    }
+    return KITcheckOutStream(os, theSaveLabel, nullptr);
+}
+
+void ZEL_Ordinal::saveAscii(std::ostream &os) const
+{
+    Choices choices(*this);
+    KIT_WorkBuffer number;
+    const bool isButton = getType().hasOrdinalType(ZEL_Type::ZEL_ORD_CALLBACK);
+    const auto writePlain = [&](int i) {
+        const std::int64_t value = isButton ? 0 : valueToSave(i, choices);
+        const char *word = isButton ? nullptr : choices.word(value, number);
+        if (word) {
+            os << '"' << word << '"';
+        } else {
+            writeInteger(os, value);
+        }
+    };
+    const auto writeLinked = [&](int i) { writeInteger(os, valueToSave(i, choices)); };
+    saveAsciiValues(os, writePlain, writeLinked);
+}
+
+void ZEL_Ordinal::saveBinary(std::ostream &os) const
+{
+    KIT_Packet options;
+    saveBinaryOptions(ordinalClassId(), options, os);
+    Choices choices(*this);
+    KIT_WorkBuffer number;
+    const bool isButton = getType().hasOrdinalType(ZEL_Type::ZEL_ORD_CALLBACK);
+    saveBinaryValues(os, ordinalClassId(), [&](KIT_Packet &packet, int i) {
+        const TRK_Channel *channel = getChannel(i);
+        const std::int64_t value = channel || !isButton ? valueToSave(i, choices) : 0;
+        const char *word = channel || isButton ? nullptr : choices.word(value, number);
+        if (channel) {
+            packet.beginWrite(os, ordinalClassId(), ORDINAL_CHANNEL);
+            channel->getName().saveBinary(os);
+            writeInteger32(os, value);
+        } else if (word) {
+            packet.beginWrite(os, ordinalClassId(), ORDINAL_TOKEN);
+            KIT_String(word).save(os, true);
+        } else {
+            packet.beginWrite(os, ordinalClassId(), ORDINAL_INTEGER);
+            writeInteger32(os, value);
+        }
+        packet.endWrite();
+    });
+}
+
+// -------------------------------------------------------------------------- //
+// Loading
+// -------------------------------------------------------------------------- //
+
+bool ZEL_Ordinal::load(KIT_IStream &is)
+{
+    // Unlike a float, which keeps the locks that a stream doesn't tell of.
+    setLockedField(0);
+    HeldChannels held(getVectorSize());
+    holdAllChannels(held);
+    const bool loaded = is.isBinary() ? loadBinary(is) : loadAscii(is, held);
+    return loaded && KITgetErrorSeverity() < KIT_ERROR_ABORT;
+}
+
+bool ZEL_Ordinal::loadAscii(KIT_IStream &is, HeldChannels &held)
+{
+    // Old files' mask of components to key means floats only.
+    unsigned ignoredMask = 0;
+    if (!openAsciiValues(is, ignoredMask)) {
+        return false;
+    }
+    LoadRules rules;
+    // A switcher's number of folders changes from one version to the next.
+    rules.warnTooFew = rules.warnTooMany = !isSwitcherList();
+    return loadAsciiValues(rules, [&](int index) { return loadAsciiEntry(is, index, held); });
+}
+
+ZEL_ValueInstance::Entry ZEL_Ordinal::loadAsciiEntry(KIT_IStream &is, int index, HeldChannels &held)
+{
+    KIT_WorkBuffer word;
+    if (!is.getString(word)) {
+        return Entry::CUT;
+    }
+    if (word.view() == ")") {
+        return Entry::END;
+    }
+    if (!validIndex(index)) {
+        return Entry::VALUE;
+    }
+    bool isValue = false;
+    const std::int64_t value =
+        resolvesInLoad() ? quietTokenToInt(word.buffer(), isValue) : std::int64_t(0);
+    if (!isValue && word.view() == "[") {
+        return loadAsciiLink(is, index);
+    }
+    deleteHeldChannel(held, index);
+    if (isValue) {
+        setInternalValue(index, value);
+    } else {
+        loadAsciiWord(word.buffer(), index);
+    }
+    return Entry::VALUE;
+}
+
+void ZEL_Ordinal::loadAsciiWord(const char *word, int index)
+{
+    if (hasMenuScript() && !std::strstr(word, "!!ch(")) {
+        holdToken(index, word);
+    } else if (!ZELisBareWord(word)) {
+        // What old files have for an animated component.
+        setExpression(0.0, word, TRK_LANGUAGE_NATIVE, index, false, true);
+    } else {
+        setInternalValue(index, 0);
+        KIT_WorkBuffer text;
+        text.append(word);
+        text.append(" in ");
+        text.append(getToken());
+        KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_UNKNOWN_TOKEN, text.buffer());
+    }
+}
+
+ZEL_ValueInstance::Entry ZEL_Ordinal::loadAsciiLink(KIT_IStream &is, int index)
+{
+    KIT_WorkBuffer word;
+    if (!is.getString(word)) {
+        return Entry::CUT;
+    }
+    setChannel(index, linkChannel(word.buffer(), index));
+    if (!is.getString(word)) {
+        return Entry::CUT;
+    }
+    if (word.view() == "]") {
+        return Entry::VALUE;
+    }
+    // Beside a channel stands a number, so a script needn't be asked.
+    bool ok = false;
+    setInternalValue(index, resolvesInLoad() ? quietTokenToInt(word.buffer(), ok)
+                                             : ZELparseOrdinal(word.buffer(), ok));
+    if (!is.checkToken("]")) {
+        addParmWarning(ZEL_ERR_MISSING_BRACKET);
+    }
+    return Entry::VALUE;
+}
+
+bool ZEL_Ordinal::loadBinary(KIT_IStream &is)
+{
+    LoadRules rules;
+    rules.classId = ordinalClassId();
+    rules.lastValueId = ORDINAL_CHANNEL;
+    rules.label = theLoadLabel;
+    rules.warnTooFew = rules.warnTooMany = !isSwitcherList();
+    // Unlike a float's, a foreign packet ends the values and fails nothing, and errors of one
+    // packet don't keep the rest from being read.
+    rules.wrongClassFails = false;
+    rules.stopOnError = false;
+    return loadBinaryValues(is, rules, [&](int packetId, int &numRead) {
+        switch (packetId) {
+        case ORDINAL_TOKEN: return loadBinaryToken(is, numRead++);
+        case ORDINAL_INTEGER: return loadBinaryInteger(is, numRead++);
+        case ORDINAL_CHANNEL:
+            return loadBinaryLink(is, numRead) && loadBinaryInteger(is, numRead++);
+        default: loadOptionPacket(is, packetId, rules); return true;
+        }
+    });
+}
+
+bool ZEL_Ordinal::loadBinaryToken(KIT_IStream &is, int index)
+{
+    KIT_WorkBuffer text;
+    if (!is.readWorkBuffer(text, true)) {
+        return false;
+    }
+    if (KITgetErrorSeverity() < KIT_ERROR_ABORT) {
+        // Asked at once, unlike in the text form.
+        bool ok = false;
+        setInternalValue(index, quietTokenToInt(text.buffer(), ok));
+    }
+    return true;
+}
+
+bool ZEL_Ordinal::loadBinaryInteger(KIT_IStream &is, int index)
+{
+    std::int32_t value = 0;
+    if (!is.bread(value)) {
+        return false;
+    }
+    setInternalValue(index, value);
+    return true;
+}
