@@ -396,10 +396,11 @@ public:
     /// \name Statics
     // ------------------------------------------------------------------ //
     ///@{
-    /// While a pair is open, lists are being made or loaded in this process. Pairs nest.
-    static void beginLoading() { ++theZELLoadCount; }
-    static void endLoading() { --theZELLoadCount; }
-    static bool isLoading() { return theZELLoadCount != 0; }
+    /// While a pair is open, lists are being made or loaded in this process. Pairs nest; any thread.
+    static void beginLoading();
+    static void endLoading();
+    static bool isLoading();
+    /// What answers for override providers; none at first. Set before threads start.
     static ZEL_ORCallback *getORCallback() { return theORCallback; }
     static void setORCallback(ZEL_ORCallback *callback) { theORCallback = callback; }
     /// Drop, or rename, the tables kept under a shared name; lists that have them keep them.
@@ -505,6 +506,5 @@ private:
     Adoption *myAdoption = nullptr; // while an older list is taken over
 
     static const float theFileVersion;
-    static int theZELLoadCount;
     static ZEL_ORCallback *theORCallback;
 };

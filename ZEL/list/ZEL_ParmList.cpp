@@ -9,8 +9,8 @@
 #include <ZEL/ZEL_OpSharedInfo.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/support/ZEL_LoadScopePrivate.h>
 
-int ZEL_ParmList::theZELLoadCount = 0;
 ZEL_ORCallback *ZEL_ParmList::theORCallback = nullptr;
 
 // -------------------------------------------------------------------------- //
@@ -27,7 +27,7 @@ ZEL_ParmList::ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection,
     mySharedInfo = ZEL_OpSharedInfo::get(sharedName, templates, count);
     becomeValueSource();
 
-    beginLoading();
+    const ZEL_LoadScope loading;
     for (int i = 0; i < count; ++i) {
         // Channel tokens are a lazily written cache: made here, so that evaluation only reads.
         templates[i].getChannelTokens();
@@ -36,7 +36,6 @@ ZEL_ParmList::ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection,
     if (buildDefaults) {
         buildDelayedDefaults(deleteChannels);
     }
-    endLoading();
 }
 
 ZEL_ParmList::ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection,
@@ -106,6 +105,21 @@ void ZEL_ParmList::setChannelGroupPtr(TRK_Collection *collection)
     resignValueSource();
     myCollection = collection;
     becomeValueSource();
+}
+
+void ZEL_ParmList::beginLoading()
+{
+    ZEL_LoadScope::begin();
+}
+
+void ZEL_ParmList::endLoading()
+{
+    ZEL_LoadScope::end();
+}
+
+bool ZEL_ParmList::isLoading()
+{
+    return ZEL_LoadScope::isLoading();
 }
 
 void ZEL_ParmList::removeOpSharedInfo(const KIT_StringRef &sharedName)

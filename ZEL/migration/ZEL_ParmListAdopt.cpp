@@ -8,6 +8,7 @@
 #include <ZEL/ZEL_OpSharedInfo.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/support/ZEL_LoadScopePrivate.h>
 
 #include <algorithm>
 #include <unordered_set>
@@ -81,13 +82,12 @@ ZEL_ParmList::ZEL_ParmList(ZEL_ParmList &source, ZEL_Template *templates, ZEL_Pa
     mySharedInfo = ZEL_OpSharedInfo::get(sharedName, templates, count);
     becomeValueSource();
 
-    beginLoading();
+    const ZEL_LoadScope loading;
     copyParms(source);
     adoptParmList(source, forceCopy);
     settleCopies(source);
     constexpr bool deleteChannels = false;
     buildDelayedDefaults(deleteChannels);
-    endLoading();
 }
 
 void ZEL_ParmList::copyParms(const ZEL_ParmList &source)

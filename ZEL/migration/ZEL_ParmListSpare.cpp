@@ -8,8 +8,9 @@
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmOwner.h>
-#include <ZEL/migration/ZEL_SwitcherMirrorPrivate.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/migration/ZEL_SwitcherMirrorPrivate.h>
+#include <ZEL/support/ZEL_LoadScopePrivate.h>
 
 #include <unordered_set>
 #include <vector>
@@ -18,16 +19,6 @@ namespace
 {
 
 using TokenSet = std::unordered_set<KIT_StringHolder, KIT_StringRefHash>;
-
-/// While it lives, lists count as loading.
-class LoadingScope
-{
-public:
-    LoadingScope() { ZEL_ParmList::beginLoading(); }
-    ~LoadingScope() { ZEL_ParmList::endLoading(); }
-    LoadingScope(const LoadingScope &) = delete;
-    LoadingScope &operator=(const LoadingScope &) = delete;
-};
 
 KIT_StringHolder tokenOf(const ZEL_Parm &parm)
 {
@@ -145,7 +136,7 @@ void ZEL_ParmList::removeSpareParm(ZEL_Parm &parm, int index, double time, bool 
 void ZEL_ParmList::updateSpareParmTemplates(ZEL_Template *templates, bool forceCopy)
 {
     const bool notify = !isLoading();
-    const LoadingScope loading;
+    const ZEL_LoadScope loading;
     const double time = getEvalTime(BASgetSTID());
     if (notify && templates) {
         announceSpareChanges(templates, forceCopy);

@@ -3,8 +3,8 @@
 #include <CON/CON_Manager.h>
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_WorkBuffer.h>
-#include <ZEL/ZEL_ParmList.h>
 #include <ZEL/scripts/ZEL_ScriptPrivate.h>
+#include <ZEL/support/ZEL_LoadScopePrivate.h>
 
 #include <algorithm>
 #include <string_view>
@@ -21,7 +21,7 @@ constexpr const char *theMenuEndError = "Expecing close brace for menu";
 /// saved scene only if one of those versions wrote it.
 bool mayHoldSurplusBackslashes()
 {
-    if (!ZEL_ParmList::isLoading()) {
+    if (!ZEL_LoadScope::isLoading()) {
         return true;
     }
     KIT_String version;

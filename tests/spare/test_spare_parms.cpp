@@ -5,12 +5,6 @@
 namespace
 {
 
-struct LoadCount
-{
-    LoadCount() { ZEL_ParmList::beginLoading(); }
-    ~LoadCount() { ZEL_ParmList::endLoading(); }
-};
-
 TEST(SpareParms, ANewSetReplacesTheOld)
 {
     Block first, second;
@@ -234,7 +228,7 @@ TEST(SpareParms, StrangersSetsDoNoHarm)
         rig.update(twice);
         {
             // Outside a load an item whose name is taken is refused.
-            const LoadCount loading;
+            const Loading loading;
             rig.setCount(3, "m");
         }
         ASSERT_TRUE(rig.list->getParmPtr("a2"));
@@ -289,7 +283,7 @@ TEST(SpareParms, EventsGoOutBeforehandAndNotInALoad)
         }
         EventLog log(*rig.list);
         if (loading) {
-            const LoadCount count;
+            const Loading count;
             rig.update(after);
         } else {
             rig.update(after);
