@@ -1,8 +1,8 @@
 #include <DS/DS_Command.h>
 
+#include <DS/DS_Stream.h>
 #include <DS/commands/DS_PagePrivate.h>
 #include <DS/commands/DS_ParmPrivate.h>
-#include <DS/DS_Stream.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_PresetInfo.h>
 #include <ZEL/ZEL_ScriptGroup.h>

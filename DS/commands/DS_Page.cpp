@@ -1,7 +1,7 @@
 #include <DS/commands/DS_PagePrivate.h>
 
-#include <DS/commands/DS_ParmPrivate.h>
 #include <DS/DS_Stream.h>
+#include <DS/commands/DS_ParmPrivate.h>
 
 #include <memory>
 

@@ -1,8 +1,8 @@
 #include <DS/DS_ScriptReader.h>
 
 #include <DS/DS_ParmInfo.h>
-#include <DS/writer/DS_ScriptReaderPrivate.h>
 #include <DS/DS_Stream.h>
+#include <DS/writer/DS_ScriptReaderPrivate.h>
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ChoiceList.h>

@@ -2,8 +2,8 @@
 
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_WorkBuffer.h>
-#include <ZEL/support/ZEL_NumberPrivate.h>
 #include <ZEL/ZEL_ScriptQuote.h>
+#include <ZEL/support/ZEL_NumberPrivate.h>
 
 #include <algorithm>
 #include <string_view>

@@ -9,11 +9,11 @@
 #include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_DataItem.h>
-#include <ZEL/support/ZEL_ErrorNumberScopePrivate.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpinLockScope.h>
+#include <ZEL/support/ZEL_ErrorNumberScopePrivate.h>
 
 #include <algorithm>
 

@@ -8,10 +8,10 @@
 #include <SNK/SNK_Python.h>
 #include <SNK/SNK_Result.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
-#include <ZEL/menus/ZEL_ChoiceThreadPrivate.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmOwner.h>
+#include <ZEL/menus/ZEL_ChoiceThreadPrivate.h>
 
 #include <memory>
 #include <optional>

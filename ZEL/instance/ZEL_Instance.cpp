@@ -4,7 +4,6 @@
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Collection.h>
-#include <ZEL/instance/ZEL_InstancePrivate.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -13,6 +12,7 @@
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/ZEL_UndoData.h>
 #include <ZEL/ZEL_Value.h>
+#include <ZEL/instance/ZEL_InstancePrivate.h>
 
 #include <cstring>
 #include <sstream>

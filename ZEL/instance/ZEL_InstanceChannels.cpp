@@ -8,9 +8,9 @@
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_FullKey.h>
 #include <TRK/TRK_Manager.h>
-#include <ZEL/instance/ZEL_InstancePrivate.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/instance/ZEL_InstancePrivate.h>
 
 // ---------------------------------------------------------------------- //
 // Making and removing channels

@@ -8,9 +8,9 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
-#include <ZEL/instance/ZEL_InstancePrivate.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_ParmIOToken.h>
+#include <ZEL/instance/ZEL_InstancePrivate.h>
 
 #include <charconv>
 #include <cstdlib>

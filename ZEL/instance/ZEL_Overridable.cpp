@@ -6,10 +6,10 @@
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_AutoDisableOverride.h>
-#include <ZEL/support/ZEL_NumberPrivate.h>
 #include <ZEL/ZEL_ORCallback.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
+#include <ZEL/support/ZEL_NumberPrivate.h>
 
 #include <algorithm>
 #include <cstddef>

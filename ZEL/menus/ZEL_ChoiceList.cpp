@@ -1,10 +1,10 @@
 #include <ZEL/ZEL_ChoiceList.h>
 
-#include <ZEL/menus/ZEL_ChoiceThreadPrivate.h>
 #include <ZEL/ZEL_Item.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
+#include <ZEL/menus/ZEL_ChoiceThreadPrivate.h>
 
 namespace
 {

@@ -5,8 +5,8 @@
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
-#include <ZEL/support/ZEL_StreamLimitPrivate.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/support/ZEL_StreamLimitPrivate.h>
 
 #include <algorithm>
 #include <cstring>

@@ -5,8 +5,8 @@
 #include <KIT/KIT_EnvControl.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_ConditionalInfo.h>
-#include <ZEL/scripts/ZEL_ScriptPrivate.h>
 #include <ZEL/ZEL_ScriptTypes.h>
+#include <ZEL/scripts/ZEL_ScriptPrivate.h>
 
 #include <algorithm>
 #include <climits>

@@ -11,9 +11,9 @@
 #include <TRK/TRK_EventManager.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Parm.h>
-#include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/ZEL_ParmNameMap.h>
 #include <ZEL/ZEL_ParmOwner.h>
+#include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/support/ZEL_StreamLimitPrivate.h>
 
 #include <string>

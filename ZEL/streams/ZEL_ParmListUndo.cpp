@@ -5,8 +5,8 @@
 #include <KIT/KIT_StringArray.h>
 #include <TRK/TRK_EventManager.h>
 #include <ZEL/ZEL_Instance.h>
-#include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/ZEL_ParmNameMap.h>
+#include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/support/ZEL_StreamLimitPrivate.h>
 
 #include <cstdint>

@@ -8,10 +8,10 @@
 #include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_ChoiceList.h>
-#include <ZEL/support/ZEL_NumberPrivate.h>
-#include <ZEL/values/ZEL_OrdinalPrivate.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_SpareData.h>
+#include <ZEL/support/ZEL_NumberPrivate.h>
+#include <ZEL/values/ZEL_OrdinalPrivate.h>
 
 #include <algorithm>
 #include <new>

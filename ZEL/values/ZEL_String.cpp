@@ -14,10 +14,10 @@
 #include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
-#include <ZEL/support/ZEL_ErrorNumberScopePrivate.h>
-#include <ZEL/support/ZEL_NumberPrivate.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
+#include <ZEL/support/ZEL_ErrorNumberScopePrivate.h>
+#include <ZEL/support/ZEL_NumberPrivate.h>
 
 #include <algorithm>
 #include <cstring>

@@ -2,8 +2,8 @@
 #include <KIT/KIT_BitArray.h>
 #include <KIT/KIT_StringArray.h>
 #include <ZEL/ZEL_SpareData.h>
-#include <ZEL/sparedata/ZEL_SpareValuesPrivate.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/sparedata/ZEL_SpareValuesPrivate.h>
 
 #include <gtest/gtest.h>
 
