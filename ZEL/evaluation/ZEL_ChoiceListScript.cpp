@@ -11,7 +11,7 @@
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmOwner.h>
-#include <ZEL/menus/ZEL_ChoiceThreadPrivate.h>
+#include <ZEL/evaluation/ZEL_ChoiceThreadPrivate.h>
 
 #include <memory>
 #include <optional>

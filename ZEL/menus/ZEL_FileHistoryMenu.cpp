@@ -1,4 +1,4 @@
-#include <ZEL/templates/ZEL_TemplatePrivate.h>
+#include <ZEL/menus/ZEL_FileHistoryMenuPrivate.h>
 
 #include <STO/STO_FileHistory.h>
 #include <ZEL/ZEL_Name.h>

@@ -5,6 +5,7 @@
 #include <ZEL/ZEL_RampTemplate.h>
 #include <ZEL/ZEL_SharedMenus.h>
 #include <ZEL/ZEL_SpareData.h>
+#include <ZEL/menus/ZEL_FileHistoryMenuPrivate.h>
 #include <ZEL/templates/ZEL_TemplatePrivate.h>
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include <ZEL/menus/ZEL_ChoiceThreadPrivate.h>
+#include <ZEL/evaluation/ZEL_ChoiceThreadPrivate.h>
 
 #include <BAS/BAS_PerThread.h>
 
