@@ -14,10 +14,11 @@
 /// Cost:       an instance without overrides pays one null test for each access.
 #pragma once
 
-#include <BAS/BAS_PerThread.h>
 #include <ZEL/ZEL_Instance.h>
 
 class ZEL_ORCallback;
+template <class T>
+class BAS_PerThread;
 
 /// The override record of one component.
 struct zelOverrideInfoData

@@ -9,8 +9,8 @@
 
 #include <ZEL/ZEL_API.h>
 
+#include <cfloat>
 #include <cstdint>
-#include <limits>
 
 /// What a limit is for, a bit set.
 enum ZEL_RangeFlag : int32_t
@@ -40,9 +40,9 @@ public:
     bool hasParmMax() const { return (myMaxFlag & ZEL_RANGE_PARM) != 0; }
 
     /// The stored minimum whichever bit is set; the lowest double when none is.
-    double getUIMin() const { return myMinFlag ? myMin : std::numeric_limits<double>::lowest(); }
+    double getUIMin() const { return myMinFlag ? myMin : -DBL_MAX; }
     /// The stored maximum whichever bit is set; the highest double when none is.
-    double getUIMax() const { return myMaxFlag ? myMax : std::numeric_limits<double>::max(); }
+    double getUIMax() const { return myMaxFlag ? myMax : DBL_MAX; }
     /// The same as getUIMin() and getUIMax().
     double getParmMin() const { return getUIMin(); }
     double getParmMax() const { return getUIMax(); }

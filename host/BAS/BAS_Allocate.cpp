@@ -1,6 +1,7 @@
 #include <BAS/BAS_Allocate.h>
 
 #include <atomic>
+#include <tbb/scalable_allocator.h>
 
 namespace
 {

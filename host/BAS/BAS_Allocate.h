@@ -26,7 +26,10 @@
 #include <cstdlib>
 
 #ifndef BAS_PLAIN_MALLOC
-#include <tbb/scalable_allocator.h>
+// The allocator's own header is larger than all of ours; its declarations are compared with these in
+// BAS_Allocate.cpp.
+extern "C" void *scalable_malloc(std::size_t size);
+extern "C" void scalable_free(void *memory);
 #endif
 
 /// How often memory for a text or a stream was refused in this process. Whoever must not lose

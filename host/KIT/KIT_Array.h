@@ -13,7 +13,6 @@
 
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
@@ -48,7 +47,7 @@ public:
     /// `capacity` empty slots, or with `size` that many value-initialised elements.
     explicit KIT_Array(int64_t capacity, int64_t size = 0)
     {
-        setCapacity(std::max(capacity, size));
+        setCapacity(larger(capacity, size));
         setSize(size);
     }
     KIT_Array(std::initializer_list<T> values)
@@ -111,7 +110,7 @@ public:
     void append(const T *values, int64_t count)
     {
         if (mySize + count > myCapacity) {
-            setCapacity(std::max(mySize + count, KITbumpAlloc(myCapacity)));
+            setCapacity(larger(mySize + count, KITbumpAlloc(myCapacity)));
         }
         for (int64_t i = 0; i < count; ++i) {
             new (static_cast<void *>(myData + mySize)) T(values[i]);
@@ -133,7 +132,17 @@ public:
     int64_t insert(T value, int64_t index)
     {
         append(std::move(value));
-        std::rotate(begin() + index, end() - 1, end());
+        const int64_t last = mySize - 1;
+        T inserted(std::move(myData[last]));
+        if constexpr (std::is_trivially_copyable<T>::value) {
+            std::memmove(static_cast<void *>(myData + index + 1), myData + index,
+                         static_cast<size_t>(last - index) * sizeof(T));
+        } else {
+            for (int64_t i = last; i > index; --i) {
+                myData[i] = std::move(myData[i - 1]);
+            }
+        }
+        myData[index] = std::move(inserted);
         return index;
     }
     /// Takes an element out and closes the gap; false for an index outside the array.
@@ -142,7 +151,14 @@ public:
         if (!isValidIndex(index)) {
             return false;
         }
-        std::move(begin() + index + 1, end(), begin() + index);
+        if constexpr (std::is_trivially_copyable<T>::value) {
+            std::memmove(static_cast<void *>(myData + index), myData + index + 1,
+                         static_cast<size_t>(mySize - 1 - index) * sizeof(T));
+        } else {
+            for (int64_t i = index + 1; i < mySize; ++i) {
+                myData[i - 1] = std::move(myData[i]);
+            }
+        }
         removeLast();
         return true;
     }
@@ -162,7 +178,7 @@ public:
     /// The index of the first element from `start` on that equals `value`, or -1.
     int64_t find(const T &value, int64_t start = 0) const
     {
-        for (int64_t i = std::max<int64_t>(start, 0); i < mySize; ++i) {
+        for (int64_t i = larger(start, 0); i < mySize; ++i) {
             if (myData[i] == value) {
                 return i;
             }
@@ -173,7 +189,7 @@ public:
     /// Cuts the array, or adds value-initialised elements. A growth makes exactly `size` slots.
     void setSize(int64_t size)
     {
-        size = std::max<int64_t>(size, 0);
+        size = larger(size, 0);
         if (size > myCapacity) {
             setCapacity(size);
         }
@@ -186,7 +202,7 @@ public:
     /// Makes exactly `capacity` slots; elements that no longer fit are destroyed.
     void setCapacity(int64_t capacity)
     {
-        capacity = std::max<int64_t>(capacity, 0);
+        capacity = larger(capacity, 0);
         if (capacity == myCapacity) {
             return;
         }
@@ -210,7 +226,15 @@ public:
     }
     bool operator==(const KIT_Array &other) const
     {
-        return mySize == other.mySize && std::equal(begin(), end(), other.begin());
+        if (mySize != other.mySize) {
+            return false;
+        }
+        for (int64_t i = 0; i < mySize; ++i) {
+            if (!(myData[i] == other.myData[i])) {
+                return false;
+            }
+        }
+        return true;
     }
     bool operator!=(const KIT_Array &other) const { return !(*this == other); }
 
@@ -222,6 +246,9 @@ public:
     }
 
 private:
+    // <algorithm> alone would double what this header costs.
+    static int64_t larger(int64_t a, int64_t b) { return a < b ? b : a; }
+
     static constexpr bool theOverAlignedFlag = alignof(T) > __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
     static T *allocate(int64_t capacity)

@@ -18,7 +18,12 @@ public:
     KIT_ValArray() = default;
 
     /// Sets every element to the zero value.
-    void zero() { std::fill(this->begin(), this->end(), T()); }
+    void zero() { constant(T()); }
     /// Sets every element.
-    void constant(const T &value) { std::fill(this->begin(), this->end(), value); }
+    void constant(const T value)
+    {
+        for (T &element : *this) {
+            element = value;
+        }
+    }
 };

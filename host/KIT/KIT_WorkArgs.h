@@ -14,6 +14,8 @@
 #include <KIT/KIT_ValArray.h>
 #include <KIT/KIT_WorkBuffer.h>
 
+#include <algorithm>
+
 class KIT_API KIT_WorkArgs
 {
 public:

@@ -1,5 +1,8 @@
 #include <LNK/LNK_ContextOptionDeps.h>
 
+#include <KIT/KIT_StringArray.h>
+#include <LNK/LNK_ContextOptionSet.h>
+
 #include <mutex>
 
 LNK_ContextOptionDeps &LNKcreateContextOptionDepsFromPtr(LNK_ContextOptionDepsPtr &pointer,

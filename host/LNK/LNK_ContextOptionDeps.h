@@ -12,27 +12,16 @@
 #pragma once
 
 #include <BAS/BAS_API.h>
-#include <BAS/BAS_Allocate.h>
 #include <BAS/BAS_SpinLock.h>
-#include <KIT/KIT_StringArray.h>
-#include <KIT/KIT_StringHolder.h>
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
-#include <memory>
-#include <tbb/concurrent_unordered_set.h>
-#include <tbb/tbb_allocator.h>
 
-/// Grown from any thread. Its memory comes from where BASfastAllocate() takes it.
-#ifdef BAS_PLAIN_MALLOC
-using LNK_ContextOptionAllocator = std::allocator<KIT_StringHolder>;
-#else
-using LNK_ContextOptionAllocator = tbb::tbb_allocator<KIT_StringHolder>;
-#endif
-using LNK_ContextOptionDeps =
-    tbb::concurrent_unordered_set<KIT_StringHolder, KIT_StringRefHash,
-                                  std::equal_to<KIT_StringHolder>, LNK_ContextOptionAllocator>;
+class KIT_StringArray;
+class KIT_StringRef;
+
+/// The set itself: LNK_ContextOptionSet.h, for those that walk it.
+class LNK_ContextOptionDeps;
 using LNK_ContextOptionDepsPtr = std::atomic<LNK_ContextOptionDeps *>;
 
 /// The set; null as long as it has no name.

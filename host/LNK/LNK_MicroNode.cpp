@@ -1,5 +1,6 @@
 #include <LNK/LNK_MicroNode.h>
 
+#include <algorithm>
 #include <mutex>
 #include <ostream>
 #include <sstream>

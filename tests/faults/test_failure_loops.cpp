@@ -8,6 +8,7 @@
 #include <ZEL/ZEL_FileMenu.h>
 #include <scripts/DialogText.h>
 
+#include <algorithm>
 #include <functional>
 #include <set>
 

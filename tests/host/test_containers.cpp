@@ -14,6 +14,10 @@
 #include <string>
 #include <vector>
 
+#ifndef BAS_PLAIN_MALLOC
+#include <tbb/scalable_allocator.h>
+#endif
+
 namespace
 {
 
