@@ -1,5 +1,7 @@
 #include <KIT/KIT_BitArray.h>
 
+#include <algorithm>
+
 KIT_BitArray::KIT_BitArray(int64_t size)
 {
     setSize(size);
