@@ -49,28 +49,11 @@ enum ZEL_OverrideType : int
     ZEL_OVERRIDE_LAYERED = 1     ///< is layered over the value
 };
 
-/// Codes of the message category "ZEL"; their sentences stand in the host's catalogue.
+/// Codes of the message category "ZEL"; KIT_Messages.def has the row of each, with its sentence.
 enum ZEL_ErrorCode : int
 {
-    ZEL_ERR_MISSING_BRACKET = 0, ///< closing "]" of a channel entry missing
-    ZEL_ERR_PARM = 1,            ///< about a parameter as a whole
-    ZEL_ERR_TOO_FEW_VALUES = 2,  ///< the missing components revert to their defaults
-    ZEL_ERR_TOO_MANY_VALUES = 3, ///< surplus values are skipped
-    ZEL_ERR_NO_CHANNEL = 4,      ///< channel not found in the collection
-    ZEL_ERR_UNKNOWN_PARM = 5,    ///< parameter not found
-    ZEL_ERR_UNKNOWN_TOKEN = 6,   ///< menu token not found
-    ZEL_ERR_TOKEN_MISSING = 9,   ///< expected token missing
-    ZEL_ERR_NULL_SOURCE = 12,    ///< copy of a null parameter (fatal)
-    ZEL_ERR_NEWER_STREAM = 13,   ///< stream of a newer library
-    ZEL_ERR_NO_COLLECTION = 14,  ///< channel reference without a collection
-    ZEL_ERR_PRESET_HEADER = 15,  ///< preset header missing
-    ZEL_ERR_PRESET_WORD = 16,    ///< a word of the preset's header is missing
-    ZEL_ERR_PRESET_VERSION = 17, ///< a preset of another version
-    ZEL_ERR_TIME_DEPENDENT = 18, ///< non-animatable parameter's channel is time dependent
-    ZEL_ERR_TOKEN_EXISTS = 19,   ///< a multi-parameter item's token is taken
-    ZEL_ERR_BASE_PARM = 20,      ///< base parameter inside a multi-parameter
-    ZEL_ERR_BAD_INDEX = 21,      ///< component index invalid
-    ZEL_ERR_TOO_MANY_ITEMS = 22  ///< more items than a stream or a channel may ask for
+#define ZEL_MESSAGE(enumerator, number, severity, path, sentence) enumerator = number,
+#include <KIT/KIT_Messages.def>
 };
 
 /// The category under which this library reports.

@@ -1,35 +1,24 @@
-# Headers, libraries, the CMake package and the pkg-config file.
+# Headers, the tables of rows that they include, libraries, the CMake package and the pkg-config file.
 #
 #   include/ZEL/ include/DS/  the library's headers
 #   include/zelhost/BAS ...   the host's, under an include root of their own: an application that
 #                             brings the real sibling libraries leaves this root out
 include(CMakePackageConfigHelpers)
 
-zel_public_headers(zel_headers)
-foreach(header IN LISTS zel_headers)
-    cmake_path(GET header PARENT_PATH folder)
+zel_public_files(zel_headers h)
+zel_public_files(zel_tables def)
+foreach(file IN LISTS zel_headers zel_tables)
+    cmake_path(GET file PARENT_PATH folder)
     if(folder STREQUAL "ZEL" OR folder STREQUAL "DS")
-        install(FILES "${PROJECT_SOURCE_DIR}/${header}"
+        install(FILES "${PROJECT_SOURCE_DIR}/${file}"
             DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${folder}")
     else()
-        install(FILES "${PROJECT_SOURCE_DIR}/host/${header}"
+        install(FILES "${PROJECT_SOURCE_DIR}/host/${file}"
             DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/zelhost/${folder}")
     endif()
 endforeach()
 
 set(zel_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/ZEL")
-
-# The tables of rows that public headers include.
-install(FILES
-    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_DialogScript.def"
-    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SharedDefaults.def"
-    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SharedMenus.def"
-    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SharedNames.def"
-    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SharedRanges.def"
-    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SpareDataPresets.def"
-    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_SpareDataTokens.def"
-    "${PROJECT_SOURCE_DIR}/ZEL/ZEL_TypeConstants.def"
-    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/ZEL")
 
 install(TARGETS zelhost ZEL EXPORT ZELTargets
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"

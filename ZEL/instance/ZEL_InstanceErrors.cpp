@@ -11,6 +11,7 @@
 #include <ZEL/ZEL_SpareData.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 
 #include <strings.h>
@@ -23,17 +24,21 @@ namespace
 {
 constexpr ZEL_TypeExtended thePathByToken = ZEL_TypeExtended(4);
 
+struct ReportRule
+{
+    ZEL_ErrorCode code;
+    bool carriesPath;
+};
+
+#define ZEL_MESSAGE(enumerator, number, severity, path, sentence) {enumerator, path},
+constexpr ReportRule theReportRules[] = {
+#include <KIT/KIT_Messages.def>
+};
+
 bool carriesPath(ZEL_ErrorCode code)
 {
-    switch (code) {
-    case ZEL_ERR_MISSING_BRACKET:
-    case ZEL_ERR_PARM:
-    case ZEL_ERR_TOO_FEW_VALUES:
-    case ZEL_ERR_TOO_MANY_VALUES:
-    case ZEL_ERR_NO_COLLECTION:
-    case ZEL_ERR_TIME_DEPENDENT: return true;
-    default: return false;
-    }
+    return std::any_of(std::begin(theReportRules), std::end(theReportRules),
+                       [&](const ReportRule &r) { return r.code == code && r.carriesPath; });
 }
 } // namespace
 

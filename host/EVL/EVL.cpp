@@ -4,12 +4,19 @@
 
 #include <array>
 #include <atomic>
+#include <iterator>
 #include <string>
 
 namespace EVL
 {
 
-static constexpr int theErrorCount = EVL_PYTHON + 1;
+static constexpr int theErrors[] = {
+    EVL_OK,
+#define EVL_MESSAGE(enumerator, number, severity, sentence) enumerator,
+#include <KIT/KIT_Messages.def>
+};
+static constexpr int theErrorCount = int(std::size(theErrors));
+static_assert(theErrors[theErrorCount - 1] == theErrorCount - 1, "the numbers go up by one");
 
 EVL_ErrNo theErrNo;
 

@@ -17,19 +17,12 @@
 namespace EVL
 {
 
-/// The error numbers. Stored in messages: append only.
+/// The error numbers. KIT_Messages.def has the row of each under the category "TRK", with its sentence.
 enum
 {
-    EVL_OK = 0,           ///< no error
-    EVL_SYNTAX,           ///< the expression cannot be read
-    EVL_CYCLE,            ///< the value depends on itself
-    EVL_UNKNOWN_CHANNEL,  ///< a reference names no channel or parameter
-    EVL_UNKNOWN_VARIABLE, ///< a variable is not defined
-    EVL_UNKNOWN_FUNCTION, ///< a function is not known
-    EVL_BAD_ARGUMENT,     ///< an argument is of the wrong kind, or the wrong number of them
-    EVL_DEPTH,            ///< the nesting or the step limit is reached
-    EVL_NO_LANGUAGE,      ///< the expression's language is not available
-    EVL_PYTHON            ///< Python raised an exception; SNKgetExpressionError() has the reason
+    EVL_OK = 0, ///< no error
+#define EVL_MESSAGE(enumerator, number, severity, sentence) enumerator = number,
+#include <KIT/KIT_Messages.def>
 };
 
 /// The numbers of all threads.

@@ -32,15 +32,11 @@ enum KIT_ErrorSeverity
     KIT_ERROR_FATAL = 5    ///< not done, and what called it is at fault
 };
 
-/// The codes of the category "Common", which serve every class.
+/// The codes of the category "Common", which serve every class; KIT_Messages.def has the row of each.
 enum KIT_CommonErrorCode
 {
-    KIT_COMMON_WRONG_CLASS = 7,    ///< data of another kind than the reader expects
-    KIT_COMMON_UNKNOWN_PACKET = 8, ///< a packet id that the reader does not know
-    KIT_COMMON_CUT_PACKET = 9,     ///< a packet is cut, or its length is wrong
-    KIT_COMMON_OUTPUT_FAILED = 10, ///< an output stream failed
-    KIT_COMMON_BAD_SCRIPT = 14,    ///< a message of a script reader, with its place
-    KIT_COMMON_DROPPED = 15        ///< more messages than are kept
+#define KIT_COMMON_MESSAGE(enumerator, number, severity, sentence) enumerator = number,
+#include <KIT/KIT_Messages.def>
 };
 
 /// The name of the category of KIT_CommonErrorCode.

@@ -1,5 +1,5 @@
 /// \file KIT_MessageCatalogue.h
-/// The sentence of every code that a person can meet.
+/// The sentence of every code that a person can meet, from the rows of KIT_Messages.def.
 ///
 /// Vocabulary: *sentence* = a line of text that may end in ": {}", where the error's own text goes.
 /// Threads:    immutable.

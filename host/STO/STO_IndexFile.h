@@ -32,15 +32,11 @@
 #include <unordered_map>
 #include <vector>
 
-/// Codes of the category "STO".
+/// Codes of the category "STO"; KIT_Messages.def has the row of each, with its sentence.
 enum STO_ErrorCode : int
 {
-    STO_INDEX_HEADER = 1,     ///< the first line isn't that of an index file
-    STO_INDEX_VERSION = 2,    ///< a version that can't be read
-    STO_INDEX_DAMAGED = 3,    ///< a fault in a file; its other sections are read
-    STO_INDEX_KEPT = 4,       ///< a damaged file isn't written over
-    STO_INDEX_UNREADABLE = 5, ///< something is there that can't be read as a file
-    STO_FILE_UNWRITABLE = 6   ///< a file that can't be written, with the system's reason
+#define STO_MESSAGE(enumerator, number, severity, sentence) enumerator = number,
+#include <KIT/KIT_Messages.def>
 };
 
 /// The name of the category of STO_ErrorCode.

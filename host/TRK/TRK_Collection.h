@@ -27,18 +27,11 @@
 
 class KIT_IStream;
 
-/// Codes of load's messages, under the category "TRK".
+/// Codes of load's messages, under the category "TRK"; KIT_Messages.def has the row of each.
 enum TRK_FileError : int
 {
-    TRK_FILE_HEADER = 20,  ///< the text does not start with "channels"
-    TRK_FILE_VERSION = 21, ///< a version that can't be read
-    TRK_FILE_TOKEN = 22,   ///< another token was expected
-    TRK_FILE_NUMBER = 23,  ///< a number was expected
-    TRK_FILE_NAME = 24,    ///< a channel name that is not valid, or stands twice
-    TRK_FILE_WORD = 25,    ///< a word that is not known here
-    TRK_FILE_END = 26,     ///< the text ends too early
-    TRK_FILE_LIMIT = 27,   ///< a word or text that is too long
-    TRK_FILE_KEYS = 28     ///< two keys of a channel at the same time
+#define TRK_FILE_MESSAGE(enumerator, number, severity, sentence) enumerator = number,
+#include <KIT/KIT_Messages.def>
 };
 
 class KIT_API TRK_Collection
