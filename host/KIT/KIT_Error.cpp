@@ -29,8 +29,3 @@ void KITaddCommonWarning(int code, const char *text)
 {
     KITgetErrorManager().commonWarning(code, text);
 }
-
-void KITaddCommonMessage(int code, const char *text)
-{
-    KITgetErrorManager().commonMessage(code, text);
-}

@@ -15,10 +15,9 @@ KIT_API void KITaddWarning(const char *category, int code, const char *text = nu
 KIT_API void KITaddFatal(const char *category, int code, const char *text = nullptr);
 /// Add with the severity 1.
 KIT_API void KITaddMessage(const char *category, int code, const char *text = nullptr);
-/// The same under the category "Common", with a KIT_CommonErrorCode.
+/// Add with the severity 4 or 3 under the category "Common", with a KIT_CommonErrorCode.
 KIT_API void KITaddCommonError(int code, const char *text = nullptr);
 KIT_API void KITaddCommonWarning(int code, const char *text = nullptr);
-KIT_API void KITaddCommonMessage(int code, const char *text = nullptr);
 
 /// The highest severity in the current manager; 4 or more stops a stream operation.
 KIT_API KIT_ErrorSeverity KITgetErrorSeverity();
