@@ -26,7 +26,7 @@ constexpr std::string_view theUsualOptions = "[ 0\tlocks=0 ]";
 
 bool isLabelLoadDisabled()
 {
-    static const bool theDisabledFlag = KITgetEnv("VELMORA_DISABLE_ZEL_LABEL_LOAD") != nullptr;
+    static const bool theDisabledFlag = KITgetEnv(KIT_VAR_NO_LABEL_LOAD) != nullptr;
     return theDisabledFlag;
 }
 

@@ -10,8 +10,6 @@
 namespace
 {
 
-constexpr int theMaxNesting = 200;
-
 /// What parseGroup() is told for a "collection", so that no word continues it.
 constexpr const char *theNoChain = "don't match";
 
@@ -89,7 +87,7 @@ int ZEL_ScriptPage::parse(DS_Stream &stream, bool wantBrace, ZEL_ScriptParm *own
                           bool clearJoin, int depth)
 {
     constexpr const char *theEndError = "Expecting close brace for script";
-    const int limit = ZELgetScriptLimit(KIT_ENV_MAX_SCRIPT_NESTING, theMaxNesting);
+    const int limit = KIT_EnvControl::getLimit(KIT_ENV_MAX_SCRIPT_NESTING);
     if (myNesting > limit) {
         ZELscriptError(stream, "blocks nested deeper than the limit of %d (%s)", limit,
                        KIT_EnvControl::getVariable(KIT_ENV_MAX_SCRIPT_NESTING));

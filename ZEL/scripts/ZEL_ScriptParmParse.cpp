@@ -14,8 +14,6 @@
 namespace
 {
 
-constexpr int theMaxSize = 256;
-
 /// Reads one `{ name operator value ... }`. False without one, which is how a list of them ends, and
 /// after an error.
 bool parseConditionalInfo(DS_Stream &stream, ZEL_Conditional &conditional)
@@ -272,7 +270,7 @@ bool ZEL_ScriptParm::parseSize(DS_Stream &stream, int)
         return false;
     }
     const int64_t size = token.toInteger();
-    const int limit = ZELgetScriptLimit(KIT_ENV_MAX_VECTOR_SIZE, theMaxSize);
+    const int limit = KIT_EnvControl::getLimit(KIT_ENV_MAX_VECTOR_SIZE);
     if (size > limit) {
         ZELscriptError(stream, "vector size above the limit of %d (%s)", limit,
                        KIT_EnvControl::getVariable(KIT_ENV_MAX_VECTOR_SIZE));

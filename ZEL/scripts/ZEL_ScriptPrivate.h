@@ -29,6 +29,3 @@ void ZELskipScriptNumber(DS_Stream &stream);
 
 /// Warns of a name that hasn't as many `#` as it should; an empty one reads "<null>".
 void ZELcheckScriptName(DS_Stream &stream, const KIT_String &name, int marks);
-
-/// A limit that the application sets: the setting's value, or `byDefault` if it is not above 0.
-int ZELgetScriptLimit(int setting, int byDefault);

@@ -1,7 +1,6 @@
 #include <ZEL/scripts/ZEL_ScriptPrivate.h>
 
 #include <DS/DS_Stream.h>
-#include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_SpareData.h>
 
@@ -87,10 +86,4 @@ void ZELcheckScriptName(DS_Stream &stream, const KIT_String &name, int marks)
         ZELscriptWarning(stream, "incorrect number of #s in '%s' for multiparm depth of %d",
                          name.isEmpty() ? "<null>" : name.c_str(), marks);
     }
-}
-
-int ZELgetScriptLimit(int setting, int byDefault)
-{
-    const int value = KIT_EnvControl::getInt(setting);
-    return value > 0 ? value : byDefault;
 }

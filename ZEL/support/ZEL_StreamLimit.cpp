@@ -11,8 +11,6 @@
 namespace
 {
 
-constexpr std::int64_t theDefaultItems = 100000;
-
 struct Budget
 {
     bool open = false;
@@ -25,8 +23,7 @@ thread_local Budget theBudget;
 
 std::int64_t settingItems()
 {
-    const int setting = KIT_EnvControl::getInt(KIT_ENV_MAX_STREAM_ITEMS);
-    return setting > 0 ? setting : theDefaultItems;
+    return KIT_EnvControl::getLimit(KIT_ENV_MAX_STREAM_ITEMS);
 }
 
 void reportExcess(std::int64_t items, std::int64_t allowed, const char *token)

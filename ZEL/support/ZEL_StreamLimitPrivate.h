@@ -3,8 +3,8 @@
 ///
 /// Vocabulary: *budget* = the items that one load, or one default with those of the blocks in its items,
 ///             may make beyond those that exist.
-/// Units:      items. The budget is the setting "ZEL_MAX_STREAM_ITEMS" (100,000 unless set) plus
-///             one for each byte of the stream, so that a stream that names its items always fits.
+/// Units:      items. The budget is the limit KIT_ENV_MAX_STREAM_ITEMS plus one for each byte of the
+///             stream, so that a stream that names its items always fits.
 /// Threads:    loading is one thread's business.
 /// Errors:     what exceeds the budget is refused with an error that names the setting; once for a
 ///             default, whose blocks are all alike.

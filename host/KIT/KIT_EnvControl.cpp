@@ -7,25 +7,29 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 
 namespace
 {
 
-struct Variable
+struct Row
 {
     int setting;
-    const char *name;
+    const char *variable;
+    int byDefault;
 };
 
-constexpr Variable theVariables[] = {
-    {KIT_ENV_CONDENSE_PATHS, "VELMORA_CONDENSE_PATHS"},
-    {KIT_ENV_EXPERIMENTAL_PARMS, "VELMORA_EXPERIMENTAL_PARMS"},
-    {KIT_ENV_SORTED_SAVE, "VELMORA_SORTED_SAVE"},
-    {KIT_ENV_FOLD_PATH_CASE, "VELMORA_FOLD_PATH_CASE"},
-    {KIT_ENV_MAX_STREAM_ITEMS, "ZEL_MAX_STREAM_ITEMS"},
-    {KIT_ENV_MAX_SCRIPT_NESTING, "ZEL_MAX_SCRIPT_NESTING"},
-    {KIT_ENV_MAX_VECTOR_SIZE, "ZEL_MAX_VECTOR_SIZE"},
+#define KIT_SETTING(enumerator, number, variable, byDefault) {enumerator, variable, byDefault},
+constexpr Row theRows[] = {
+#include <KIT/KIT_Settings.def>
 };
+
+const Row *findRow(int setting)
+{
+    const Row *const row = std::find_if(std::begin(theRows), std::end(theRows),
+                                        [&](const Row &r) { return r.setting == setting; });
+    return row == std::end(theRows) ? nullptr : row;
+}
 
 constexpr int theSettingCount = 512;
 
@@ -34,10 +38,9 @@ class Settings
 public:
     Settings()
     {
-        for (const Variable &variable : theVariables) {
-            const int64_t value = BASparseInteger(KITgetEnv(variable.name));
-            myValues[variable.setting] =
-                static_cast<int>(std::clamp<int64_t>(value, INT_MIN, INT_MAX));
+        for (const Row &row : theRows) {
+            const int64_t value = BASparseInteger(KITgetEnv(row.variable));
+            myValues[row.setting] = static_cast<int>(std::clamp<int64_t>(value, INT_MIN, INT_MAX));
         }
     }
     std::atomic<int> &operator[](int setting) { return myValues[setting]; }
@@ -64,6 +67,16 @@ int KIT_EnvControl::getInt(int setting)
     return isValid(setting) ? getSettings()[setting].load(std::memory_order_relaxed) : 0;
 }
 
+int KIT_EnvControl::getLimit(int setting)
+{
+    const int value = getInt(setting);
+    if (value > 0) {
+        return value;
+    }
+    const Row *const row = findRow(setting);
+    return row ? row->byDefault : 0;
+}
+
 bool KIT_EnvControl::setInt(int setting, int value)
 {
     if (!isValid(setting)) {
@@ -75,12 +88,8 @@ bool KIT_EnvControl::setInt(int setting, int value)
 
 const char *KIT_EnvControl::getVariable(int setting)
 {
-    for (const Variable &variable : theVariables) {
-        if (variable.setting == setting) {
-            return variable.name;
-        }
-    }
-    return nullptr;
+    const Row *const row = findRow(setting);
+    return row ? row->variable : nullptr;
 }
 
 const char *KITgetEnv(const char *name)

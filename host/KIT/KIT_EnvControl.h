@@ -1,11 +1,14 @@
 /// \file KIT_EnvControl.h
-/// The numbered integer settings of the application.
+/// The numbered integer settings of the application, and the environment.
 ///
 /// Vocabulary: *setting* = an integer with a number from 0 to 511; those of KIT_EnvSetting also have
-///             an environment variable, which gives the start value.
+///             an environment variable, which gives the start value; *limit* = a setting that has
+///             a default, which holds while the setting is not above 0.
 /// Threads:    any thread.
 /// Errors:     a number outside the range reads as 0 and cannot be set.
 /// Cost:       getInt() is one load after the first call.
+///
+/// KIT_Settings.def has a row for each setting and each variable that is a text.
 
 #pragma once
 
@@ -13,20 +16,21 @@
 
 enum KIT_EnvSetting
 {
-    KIT_ENV_CONDENSE_PATHS = 189,     ///< shorten paths below the scene's folder when they are set
-    KIT_ENV_EXPERIMENTAL_PARMS = 222, ///< show parameters that scripts mark as experimental
-    KIT_ENV_SORTED_SAVE = 307,        ///< write the parameters of a list sorted by token
-    KIT_ENV_FOLD_PATH_CASE = 330,     ///< folder names that differ in case only are the same
-    KIT_ENV_MAX_STREAM_ITEMS = 340,   ///< multi-parameter items that a stream may make; 0: 100,000
-    KIT_ENV_MAX_SCRIPT_NESTING = 341, ///< pages inside of each other in a dialog script; 0: 200
-    KIT_ENV_MAX_VECTOR_SIZE = 342     ///< components that a dialog script may ask for; 0: 256
+#define KIT_SETTING(enumerator, number, variable, byDefault) enumerator = number,
+#include <KIT/KIT_Settings.def>
 };
+
+/// The names of the variables that are texts, for KITgetEnv().
+#define KIT_VARIABLE(constant, variable) inline constexpr const char *constant = variable;
+#include <KIT/KIT_Settings.def>
 
 class KIT_API KIT_EnvControl
 {
 public:
     /// The setting's value; 0 unless it was set or its variable holds another number.
     static int getInt(int setting);
+    /// The setting's value if it is above 0, else its default.
+    static int getLimit(int setting);
     /// False for a number outside the range.
     static bool setInt(int setting, int value);
     /// The environment variable of a setting, or null.

@@ -26,7 +26,7 @@ bool isFile(const std::string &path)
 
 std::string getDefaultPath()
 {
-    const char *data = KITgetEnv("XDG_DATA_HOME");
+    const char *data = KITgetEnv(KIT_VAR_DATA_HOME);
     if (data && *data) {
         return ".:" + std::string(data) + "/zel";
     }
@@ -37,7 +37,7 @@ std::string getDefaultPath()
 
 KIT_PathSearch::KIT_PathSearch()
 {
-    const char *path = KITgetEnv("ZEL_PATH");
+    const char *path = KITgetEnv(KIT_VAR_PATH);
     setComponents(path && *path ? path : getDefaultPath().c_str());
 }
 
@@ -96,7 +96,7 @@ int64_t KIT_PathSearch::findAllFiles(const char *name, KIT_StringArray &files) c
 
 KIT_String KIT_PathSearch::getInstallFolder()
 {
-    const char *folder = KITgetEnv("VELMORA_ROOT");
+    const char *folder = KITgetEnv(KIT_VAR_ROOT);
     return KIT_String(std::string(withoutSlashes(folder ? folder : "")));
 }
 
@@ -113,7 +113,7 @@ bool KIT_PathSearch::isBelow(const char *path, const char *folder, bool ignoreCa
 
 bool KIT_PathSearch::condenseScn(KIT_WorkBuffer &path)
 {
-    const char *text = KITgetEnv("SCN");
+    const char *text = KITgetEnv(KIT_VAR_SCENE);
     std::string_view folder(text ? text : "");
     while (!folder.empty() && folder.back() == '/') {
         folder.remove_suffix(1);

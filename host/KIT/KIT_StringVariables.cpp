@@ -39,7 +39,7 @@ bool KIT_String::expandVariables()
     std::string out;
     bool replaced = false;
     size_t at = 0;
-    const char *home = KITgetEnv("HOME");
+    const char *home = KITgetEnv(KIT_VAR_HOME);
     if (home && !text.empty() && text[0] == '~' && (text.size() == 1 || text[1] == '/')) {
         out = home;
         replaced = true;

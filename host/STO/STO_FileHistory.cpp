@@ -49,7 +49,7 @@ KIT_StringHolder STO_FileHistoryManager::getFormattedName(STO_FileHistoryType ty
                                                           int64_t index) const
 {
     const KIT_StringHolder &name = getFileName(type, index);
-    const char *home = KITgetEnv("HOME");
+    const char *home = KITgetEnv(KIT_VAR_HOME);
     const char *file = name.nonNullStr();
     size_t length = home ? std::strlen(home) : 0;
     while (length > 0 && home[length - 1] == '/') {

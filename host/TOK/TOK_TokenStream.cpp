@@ -19,7 +19,7 @@ TOK_TokenStream::TOK_TokenStream(KIT_IStream &stream, const char *name)
     if (*known) {
         myManager = std::make_unique<TOK_Manager>();
     }
-    myPreprocessor->setPath(KITgetEnv("ZEL_PATH"));
+    myPreprocessor->setPath(KITgetEnv(KIT_VAR_PATH));
     myPreprocessor->openText(std::move(text), known, stream.isReadable());
     if (myManager) {
         myManager->setPosition(myPreprocessor->getFileName(), 0);
@@ -30,7 +30,7 @@ TOK_TokenStream::TOK_TokenStream(const char *fileName, int mode)
     : myManager(std::make_unique<TOK_Manager>()),
       myPreprocessor(std::make_unique<TOK_Preprocessor>(*this))
 {
-    myPreprocessor->setPath(KITgetEnv("ZEL_PATH"));
+    myPreprocessor->setPath(KITgetEnv(KIT_VAR_PATH));
     if (mode >= 0) {
         myPreprocessor->setIncludeDepth(std::min(mode, TOK_Limits::theIncludeDepth));
     }

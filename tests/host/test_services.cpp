@@ -1,5 +1,7 @@
 // The small services: takes, file history, settings, help, memory reports.
 
+#include "DocTables.h"
+
 #include <BAS/BAS_Memory.h>
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_HelpManager.h>
@@ -11,8 +13,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -25,6 +29,20 @@ std::string names(const STO_FileHistoryManager &history, STO_FileHistoryType typ
         text += std::string(history.getFileName(type, i).nonNullStr()) + " ";
     }
     return text;
+}
+
+/// The digits with which a cell of a table begins: "100000" of "100,000, and one more".
+std::string leadingNumber(const std::string &cell)
+{
+    std::string digits;
+    for (size_t i = 0; i < cell.size(); ++i) {
+        if (std::isdigit(static_cast<unsigned char>(cell[i]))) {
+            digits += cell[i];
+        } else if (cell[i] != ',' || cell[i + 1] == ' ') {
+            break;
+        }
+    }
+    return digits;
 }
 
 } // namespace
@@ -120,6 +138,41 @@ TEST(Services, SettingsAreKeptByNumber)
     EXPECT_EQ(KIT_EnvControl::getInt(512), 0);
     EXPECT_STREQ(KIT_EnvControl::getVariable(307), "VELMORA_SORTED_SAVE");
     EXPECT_EQ(KIT_EnvControl::getVariable(1), nullptr);
+
+    EXPECT_EQ(KIT_EnvControl::getLimit(KIT_ENV_MAX_VECTOR_SIZE), 256);
+    EXPECT_TRUE(KIT_EnvControl::setInt(KIT_ENV_MAX_VECTOR_SIZE, 7));
+    EXPECT_EQ(KIT_EnvControl::getLimit(KIT_ENV_MAX_VECTOR_SIZE), 7);
+    EXPECT_TRUE(KIT_EnvControl::setInt(KIT_ENV_MAX_VECTOR_SIZE, -1));
+    EXPECT_EQ(KIT_EnvControl::getLimit(KIT_ENV_MAX_VECTOR_SIZE), 256);
+    EXPECT_TRUE(KIT_EnvControl::setInt(KIT_ENV_MAX_VECTOR_SIZE, 0));
+    EXPECT_EQ(KIT_EnvControl::getLimit(512), 0);
+}
+
+TEST(Services, ThePagesOfSettingsHaveEachOfThem)
+{
+    std::string rows;
+    std::string limits;
+#define KIT_SETTING(enumerator, number, variable, byDefault)                                       \
+    rows += "`" variable "` " #byDefault "\n";                                                     \
+    limits += byDefault > 0 ? "the setting `" variable "` " #byDefault "\n" : "";
+#define KIT_VARIABLE(constant, variable) rows += "`" variable "`\n";
+#include <KIT/KIT_Settings.def>
+
+    std::string page;
+    for (const std::vector<std::string> &cells : readDocTables("settings.md")) {
+        if (cells[0][0] == '`') { // the table of settings has one cell more, the default
+            page += cells[0] + (cells.size() == 4 ? " " + leadingNumber(cells[1]) : "") + "\n";
+        }
+    }
+    EXPECT_EQ(page, rows);
+
+    std::string security;
+    for (const std::vector<std::string> &cells : readDocTables("security.md")) {
+        if (cells.size() == 4 && cells[2].compare(0, 11, "the setting") == 0) {
+            security += cells[2] + " " + leadingNumber(cells[1]) + "\n";
+        }
+    }
+    EXPECT_EQ(security, limits);
 }
 
 TEST(Services, AHelpManagerThatGoesIsForgotten)
