@@ -131,6 +131,28 @@ ZELT_Session::ZELT_Session(const ZELT_Script &script)
     growBlocks(0.0);
 }
 
+ZELT_Session::ZELT_Session(std::unique_ptr<const ZELT_Script> script) : ZELT_Session(*script)
+{
+    myScript = std::move(script);
+}
+
+ZELT_Session::~ZELT_Session() = default;
+
+std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_Messages &messages)
+{
+    std::unique_ptr<ZELT_Script> script = ZELT_Script::load(file, messages);
+    return std::unique_ptr<ZELT_Session>(script ? new ZELT_Session(std::move(script)) : nullptr);
+}
+
+std::unique_ptr<ZELT_Session> ZELT_Session::open(const ZELT_NodeCall &call, ZELT_Messages &messages)
+{
+    std::unique_ptr<ZELT_Session> session = open(call.file, messages);
+    if (session && !ZELTapplyInputs(*session, call.inputs, call.time, messages)) {
+        return nullptr;
+    }
+    return session;
+}
+
 // -------------------------------------------------------------------- //
 // Files
 // -------------------------------------------------------------------- //

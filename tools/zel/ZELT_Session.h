@@ -4,7 +4,7 @@
 /// Vocabulary: *address* = `TOKEN`, `TOKEN:INDEX`, or a channel token such as `tx`; without an index
 ///             it means all components.
 /// Units:      component indices from 0; times in seconds.
-/// Ownership:  owns the node, borrows the script, which must outlive it.
+/// Ownership:  owns the node; the script if it read it, else borrows it, and it must outlive it.
 /// Threads:    as ZELX_Node: evaluation from any thread, the rest from the one that made it.
 /// Errors:     operations on addresses answer why they failed, "" for success. Files that are at
 ///             fault leave messages with the thread's error manager.
@@ -15,6 +15,7 @@
 #include <node/ZELX_Node.h>
 #include <node/ZELX_NodeSource.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -29,10 +30,36 @@ struct ZELT_Address
     int end = 0;   ///< behind the last
 };
 
+/// The values and changes of a node, as a command line gives them.
+struct ZELT_Inputs
+{
+    std::string values;
+    std::string channels;
+    std::vector<std::string> sets;
+    std::vector<std::string> expressions;
+    std::vector<std::string> keys;
+};
+
+/// A node as a command line describes it.
+struct ZELT_NodeCall
+{
+    std::string file; ///< a dialog script
+    ZELT_Inputs inputs;
+    double time = 0.0; ///< when values are set and read
+};
+
 class ZELT_Session
 {
 public:
     explicit ZELT_Session(const ZELT_Script &script);
+    ~ZELT_Session();
+    ZELT_Session(const ZELT_Session &) = delete;
+    ZELT_Session &operator=(const ZELT_Session &) = delete;
+
+    /// Reads a script and makes a node of it; null after a message.
+    static std::unique_ptr<ZELT_Session> open(const std::string &file, ZELT_Messages &messages);
+    /// The same with its values and changes; null after a message if any of them is wrong.
+    static std::unique_ptr<ZELT_Session> open(const ZELT_NodeCall &call, ZELT_Messages &messages);
 
     ZELX_Node &getNode() { return *myNode; }
     ZEL_ParmList &getParms() { return myNode->getParms(); }
@@ -67,21 +94,14 @@ public:
     void growBlocks(double time);
 
 private:
+    explicit ZELT_Session(std::unique_ptr<const ZELT_Script> script);
+
     std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, double time);
 
+    std::unique_ptr<const ZELT_Script> myScript; // null if it is borrowed
     ZELX_Node myRoot;
     ZELX_NodeSource mySource;
     ZELX_Node *myNode;
-};
-
-/// The values and changes that `eval` and `state` take from the command line.
-struct ZELT_Inputs
-{
-    std::string values;
-    std::string channels;
-    std::vector<std::string> sets;
-    std::vector<std::string> expressions;
-    std::vector<std::string> keys;
 };
 
 /// Tells what the library reported or, without that, the fault; false if there was an error. `file`

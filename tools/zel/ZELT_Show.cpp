@@ -1,8 +1,6 @@
 #include "ZELT_Show.h"
 
-#include "ZELT_Commands.h"
 #include "ZELT_Format.h"
-#include "ZELT_Script.h"
 
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Types.h>
@@ -13,7 +11,6 @@
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/ZEL_TypeConstants.h>
 
-#include <iostream>
 #include <map>
 #include <sstream>
 
@@ -450,18 +447,4 @@ ZELT_Json ZELTdescribeJson(const ZEL_Template *templates)
         out.push_back(templateJson(*at));
     }
     return out;
-}
-
-int ZELTshow(const ZELT_ShowCall &call, const ZELT_Options &options, ZELT_Messages &messages)
-{
-    const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
-    if (!script) {
-        return 1;
-    }
-    if (options.json) {
-        ZELTprintJson(ZELTdescribeJson(script->getTemplates()));
-    } else {
-        std::cout << ZELTdescribeTree(script->getTemplates());
-    }
-    return 0;
 }

@@ -1,8 +1,9 @@
-#include "ZELT_Commands.h"
+#include "ZELT_CommandLine.h"
+#include "ZELT_File.h"
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
-#include "ZELT_Script.h"
+#include "ZELT_Session.h"
 
 #include <BAS/BAS_Number.h>
 #include <BAS/BAS_Thread.h>
@@ -257,28 +258,30 @@ ZELT_Json asJson(const ZEL_Parm &parm, const KIT_Ramp &ramp)
     return out;
 }
 
-} // namespace
-
-int ZELTramp(const ZELT_RampCall &call, const ZELT_Options &options, ZELT_Messages &messages)
+struct Call
 {
-    const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
-    if (!script) {
+    ZELT_NodeCall node;
+    std::string token;
+    std::string svg; ///< the picture to write
+};
+
+int drawRamp(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
+{
+    const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(call.node, messages);
+    if (!session) {
         return 1;
     }
-    ZELT_Session session(*script);
-    if (!ZELTapplyInputs(session, call.inputs, call.time, messages)) {
-        return 1;
-    }
-    const TRK_EvalContext::Scope context(BASgetSTID(), call.time);
-    session.growBlocks(call.time);
-    const ZEL_Parm *const parm = session.getParms().getParmPtr(call.token.c_str());
+    const double time = call.node.time;
+    const TRK_EvalContext::Scope context(BASgetSTID(), time);
+    session->growBlocks(time);
+    const ZEL_Parm *const parm = session->getParms().getParmPtr(call.token.c_str());
     if (!parm || !parm->isRampType()) {
         messages.error("",
                        parm ? call.token + " is no ramp" : "there is no parameter " + call.token);
         return 1;
     }
     KIT_Ramp ramp;
-    ZEL_RampUtils::updateRampFromMultiParm(call.time, *parm, &ramp, nullptr, nullptr);
+    ZEL_RampUtils::updateRampFromMultiParm(time, *parm, &ramp, nullptr, nullptr);
     const std::string picture =
         parm->isRampTypeColor() ? drawBand(call.token, ramp) : drawCurve(call.token, ramp);
     messages.takeErrors("");
@@ -289,4 +292,17 @@ int ZELTramp(const ZELT_RampCall &call, const ZELT_Options &options, ZELT_Messag
         ZELTprintJson(asJson(*parm, ramp));
     }
     return 0;
+}
+
+} // namespace
+
+void ZELTaddRamp(ZELT_CommandLine &line)
+{
+    const auto [command, call] =
+        line.add("ramp", "Draw a ramp: its curve or its band of colours, with its keys",
+                 "zel ramp examples/shader.ds palette --values examples/shader.parms --svg out.svg",
+                 drawRamp);
+    ZELTaddNode(command, call.node);
+    command.add_option("TOKEN", call.token, "The ramp")->required();
+    command.add_option("--svg", call.svg, "The picture to write")->required();
 }

@@ -1,7 +1,8 @@
-#include "ZELT_Commands.h"
+#include "ZELT_CommandLine.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Script.h"
+#include "ZELT_Session.h"
 
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -77,9 +78,14 @@ ZELT_Json asJson(const std::string &token, const Saved &left, const Saved &right
     return out;
 }
 
-} // namespace
+struct Call
+{
+    std::string file;
+    std::string left;
+    std::string right;
+};
 
-int ZELTdiff(const ZELT_DiffCall &call, const ZELT_Options &options, ZELT_Messages &messages)
+int diff(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
     if (!script) {
@@ -111,4 +117,16 @@ int ZELTdiff(const ZELT_DiffCall &call, const ZELT_Options &options, ZELT_Messag
         ZELTprintJson(differences);
     }
     return sameFlag ? 0 : 1;
+}
+
+} // namespace
+
+void ZELTaddDiff(ZELT_CommandLine &line)
+{
+    const auto [command, call] = line.add(
+        "diff", "Tell the parameters whose saved values differ",
+        "zel diff examples/light.ds examples/light.parms examples/light_night.parms", diff);
+    command.add_option("FILE", call.file, "A dialog script")->required();
+    command.add_option("A", call.left, "A stream in either form")->required();
+    command.add_option("B", call.right, "Another one")->required();
 }

@@ -1,7 +1,6 @@
-#include "ZELT_Commands.h"
-#include "ZELT_Messages.h"
+#include "ZELT_CommandLine.h"
 #include "ZELT_Script.h"
-#include "ZELT_ShellCommands.h"
+#include "shell/ZELT_Shell.h"
 
 #ifdef ZELT_WITH_EDIT
 #include <editline/readline.h>
@@ -38,21 +37,34 @@ bool readFromTerminal(std::string &line)
 #endif
 }
 
-} // namespace
-
-int ZELTshell(const ZELT_ShellCall &call, const ZELT_Options &, ZELT_Messages &messages)
+struct Call
 {
-    const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
+    std::string file;
+};
+
+int runShell(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
+{
+    std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
     if (!script) {
         return 1;
     }
-    ZELT_ShellCommands commands(*script, messages);
+    ZELT_Shell shell(std::move(script), messages);
     const bool terminalFlag = isatty(STDIN_FILENO) == 1;
     std::string line;
     while (terminalFlag ? readFromTerminal(line) : bool(std::getline(std::cin, line))) {
-        if (!commands.run(line)) {
+        if (!shell.run(line)) {
             break;
         }
     }
     return 0;
+}
+
+} // namespace
+
+void ZELTaddShell(ZELT_CommandLine &line)
+{
+    const auto [command, call] =
+        line.add("shell", "A session on a terminal, or commands on standard input",
+                 "echo 'eval t' | zel shell examples/transform.ds", runShell);
+    command.add_option("FILE", call.file, "A dialog script")->required();
 }

@@ -1,9 +1,9 @@
-#include "ZELT_Commands.h"
+#include "ZELT_CommandLine.h"
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Progress.h"
-#include "ZELT_Script.h"
+#include "ZELT_Session.h"
 
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
@@ -375,33 +375,51 @@ int threadCount(int asked)
     return asked == 0 ? cores : std::min(asked, most);
 }
 
-} // namespace
+struct Call
+{
+    ZELT_NodeCall node;
+    std::vector<std::string> tokens; ///< addresses; none: all parameters
+    std::string frames;              ///< "A:B" or "A:B:STEP"; empty: the node's time
+    int threads = 1;                 ///< 0: as many as there are cores
+};
 
-int ZELTeval(const ZELT_EvalCall &call, const ZELT_Options &options, ZELT_Messages &messages)
+int evaluateNode(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     Rows rows;
-    rows.first = call.time;
+    rows.first = call.node.time;
     const std::string fault = call.frames.empty() ? "" : parseFrames(call.frames, rows);
     if (!fault.empty()) {
         messages.error("", fault);
         return 1;
     }
-    const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
-    if (!script) {
-        return 1;
-    }
-    ZELT_Session session(*script);
+    ZELT_NodeCall node = call.node;
+    node.time = rows.time(0);
+    const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(node, messages);
     Columns columns;
-    if (!ZELTapplyInputs(session, call.inputs, rows.time(0), messages) ||
-        !findColumns(session, call.tokens, columns, messages)) {
+    if (!session || !findColumns(*session, call.tokens, columns, messages)) {
         return 1;
     }
     Table table;
-    evaluate(session, columns, rows, threadCount(call.threads), table);
+    evaluate(*session, columns, rows, threadCount(call.threads), table);
     if (options.json) {
         printJson(table, columns, rows);
     } else {
         printTable(table, columns, rows);
     }
     return tellFaults(table, columns, rows, messages) ? 0 : 1;
+}
+
+} // namespace
+
+void ZELTaddEval(ZELT_CommandLine &line)
+{
+    const auto [command, call] = line.add(
+        "eval", "Evaluate parameters",
+        "zel eval examples/transform.ds t --channels examples/transform.chan --frames 1:48:12",
+        evaluateNode);
+    ZELTaddNode(command, call.node);
+    command.add_option("TOKEN", call.tokens, "TOKEN[:INDEX] or a channel; all without one");
+    command.add_option("--frames", call.frames, "A:B or A:B:STEP, a row for each frame");
+    command.add_option("--threads", call.threads, "Threads; 0 for one a core")
+        ->check(CLI::Range(0, 256));
 }

@@ -1,5 +1,4 @@
-#include "ZELT_Command.h"
-
+#include "ZELT_CommandLine.h"
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
@@ -277,9 +276,13 @@ void showOne(DS_Command &command, const std::string &line, bool formFlag, bool j
     }
 }
 
-} // namespace
+struct Call
+{
+    std::string file;
+    std::string line; ///< empty: the list; one word: that command's form; more: a command line
+};
 
-int ZELTcommand(const ZELT_CommandCall &call, const ZELT_Options &options, ZELT_Messages &messages)
+int runDialog(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     if (!isReadable(call.file, messages)) {
         return 1;
@@ -301,4 +304,16 @@ int ZELTcommand(const ZELT_CommandCall &call, const ZELT_Options &options, ZELT_
     }
     messages.takeErrors(call.file);
     return messages.hasErrors() ? 1 : 0;
+}
+
+} // namespace
+
+void ZELTaddDialog(ZELT_CommandLine &line)
+{
+    const auto [command, call] = line.add(
+        "command", "List dialog commands, show one, or read and write its line",
+        "zel command examples/commands/image.cmd \"resize -v -q 80 in.pic out.pic\"", runDialog);
+    command.add_option("FILE", call.file, "A file of dialog commands")->required();
+    command.add_option("LINE", call.line,
+                       "A command's name for its form, or its line; the list without one");
 }

@@ -1,14 +1,12 @@
-#include "ZELT_Commands.h"
+#include "ZELT_File.h"
+
 #include "ZELT_Messages.h"
-#include "ZELT_Script.h"
 
 #include <BAS/BAS_Allocate.h>
 #include <STO/STO_Writer.h>
-#include <ZEL/ZEL_ParmList.h>
 
 #include <cerrno>
 #include <fstream>
-#include <sstream>
 #include <sys/stat.h>
 
 namespace
@@ -48,19 +46,4 @@ bool ZELTwriteFile(const std::string &file, const std::string &bytes, ZELT_Messa
         *os << bytes;
     }
     return writer.close() || fail(file, messages);
-}
-
-int ZELTconvert(const ZELT_ConvertCall &call, const ZELT_Options &, ZELT_Messages &messages)
-{
-    const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
-    if (!script) {
-        return 1;
-    }
-    ZELT_Session session(*script);
-    if (!ZELTtakeFault(call.from, session.loadValues(call.from), messages)) {
-        return 1;
-    }
-    std::ostringstream os;
-    session.getParms().save(os, call.form == "binary", call.compact);
-    return ZELTwriteFile(call.to, os.str(), messages) ? 0 : 1;
 }

@@ -1,4 +1,4 @@
-#include "ZELT_Commands.h"
+#include "ZELT_CommandLine.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Progress.h"
@@ -6,7 +6,15 @@
 
 #include <iostream>
 
-int ZELTcheck(const ZELT_CheckCall &call, const ZELT_Options &options, ZELT_Messages &messages)
+namespace
+{
+
+struct Call
+{
+    std::vector<std::string> files;
+};
+
+int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     ZELT_Json results = ZELT_Json::array();
     ZELT_Progress progress("checking", std::int64_t(call.files.size()));
@@ -31,4 +39,13 @@ int ZELTcheck(const ZELT_CheckCall &call, const ZELT_Options &options, ZELT_Mess
         ZELTprintJson(results);
     }
     return good ? 0 : 1;
+}
+
+} // namespace
+
+void ZELTaddCheck(ZELT_CommandLine &line)
+{
+    const auto [command, call] = line.add("check", "Parse dialog scripts and tell every message",
+                                          "zel check examples/*.ds", check);
+    command.add_option("FILE", call.files, "Dialog scripts")->required();
 }

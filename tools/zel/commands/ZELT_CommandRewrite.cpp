@@ -1,4 +1,4 @@
-#include "ZELT_Commands.h"
+#include "ZELT_CommandLine.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Script.h"
@@ -9,7 +9,15 @@
 #include <iostream>
 #include <sstream>
 
-int ZELTrewrite(const ZELT_RewriteCall &call, const ZELT_Options &options, ZELT_Messages &messages)
+namespace
+{
+
+struct Call
+{
+    std::string file;
+};
+
+int rewrite(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     DS_ScriptReader reader(call.file.c_str());
     if (!ZELT_Script::parse(call.file, reader.getPage(), messages)) {
@@ -34,4 +42,14 @@ int ZELTrewrite(const ZELT_RewriteCall &call, const ZELT_Options &options, ZELT_
         std::cout << script.str();
     }
     return 0;
+}
+
+} // namespace
+
+void ZELTaddRewrite(ZELT_CommandLine &line)
+{
+    const auto [command, call] =
+        line.add("rewrite", "Write a script anew, as the library writes scripts",
+                 "zel rewrite examples/light.ds", rewrite);
+    command.add_option("FILE", call.file, "A dialog script")->required();
 }

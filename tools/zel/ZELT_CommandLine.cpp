@@ -1,0 +1,82 @@
+#include "ZELT_CommandLine.h"
+
+#include "ZELT_Messages.h"
+#include "ZELT_Session.h"
+
+namespace
+{
+
+constexpr int theWrongCall = 2;
+
+constexpr void (*theCommands[])(ZELT_CommandLine &line) = {
+#define ZELT_COMMAND(NAME) ZELTadd##NAME,
+#include "ZELT_Commands.def"
+};
+
+std::string exampleText(const char *example)
+{
+    return std::string("Example:\n  ") + example;
+}
+
+/// Without the limit an option would take the words after its value too: each takes exactly one.
+void addList(CLI::App &command, const char *name, std::vector<std::string> &list, const char *what)
+{
+    command.add_option(name, list, what)->expected(1)->allow_extra_args(false)->take_all();
+}
+
+} // namespace
+
+ZELT_CommandLine::ZELT_CommandLine()
+    : myApp("Reads, shows, evaluates, converts and compares parameters of dialog scripts.", "zel")
+{
+    myApp.set_version_flag("--version", ZELT_VERSION);
+    myApp.require_subcommand(1);
+    for (const auto add : theCommands) {
+        add(*this);
+    }
+}
+
+CLI::App &ZELT_CommandLine::addGroup(const char *name, const char *what, const char *example)
+{
+    CLI::App &group = *myApp.add_subcommand(name, what);
+    group.footer(exampleText(example));
+    group.require_subcommand(1);
+    return group;
+}
+
+CLI::App &ZELT_CommandLine::addCommand(CLI::App &parent, const char *name, const char *what,
+                                       const char *example, Run run)
+{
+    CLI::App &command = *parent.add_subcommand(name, what);
+    command.footer(exampleText(example));
+    command.add_flag("--json", myOptions.json, "One JSON document, and messages as JSON lines");
+    command.add_flag("--no-scripts", myOptions.noScripts,
+                     "Run no menu script and no Python expression");
+    command.callback([this, run = std::move(run)] { myCalled = run; });
+    return command;
+}
+
+std::optional<int> ZELT_CommandLine::parse(int argc, char **argv, ZELT_Messages &messages)
+{
+    try {
+        myApp.parse(argc, argv);
+        return std::nullopt;
+    } catch (const CLI::Success &asked) {
+        myApp.exit(asked);
+        return 0;
+    } catch (const CLI::ParseError &fault) {
+        messages.error("", std::string(fault.what()) + " (see --help)");
+        return theWrongCall;
+    }
+}
+
+void ZELTaddNode(CLI::App &command, ZELT_NodeCall &node)
+{
+    command.add_option("FILE", node.file, "A dialog script")->required();
+    command.add_option("--values", node.inputs.values, "A parameter stream, in either form");
+    command.add_option("--channels", node.inputs.channels, "A channel file");
+    addList(command, "--set", node.inputs.sets, "TOKEN[:INDEX]=VALUE");
+    addList(command, "--expr", node.inputs.expressions, "TOKEN[:INDEX]=TEXT, an expression");
+    addList(command, "--key", node.inputs.keys, "TOKEN[:INDEX]@TIME=VALUE");
+    command.add_option("--time", node.time, "Seconds; frame 1 is 0");
+}

@@ -1,0 +1,113 @@
+/// \file ZELT_CommandLine.h
+/// The commands of the tool: how one adds itself, and which one was called.
+///
+/// Vocabulary: *call* = a struct of a command's own, which its arguments and options fill.
+/// Ownership:  owns the calls; texts that are passed are copied.
+/// Threads:    one thread.
+/// Errors:     a command returns the exit code: 0, or 1 for wrong input. Wrong calls never reach it.
+///             Results go to standard output, messages through ZELT_Messages.
+///
+/// A new command is a file commands/ZELT_CommandNAME.cpp and the row ZELT_COMMAND(NAME) in
+/// ZELT_Commands.def; docs/tool.md and docs/zel.1 name it, tests/tool calls it. The file:
+///
+///     namespace
+///     {
+///     struct Call
+///     {
+///         std::string file;
+///     };
+///     int count(const Call &call, const ZELT_Options &options, ZELT_Messages &messages);
+///     } // namespace
+///
+///     void ZELTaddCount(ZELT_CommandLine &line)
+///     {
+///         const auto [command, call] =
+///             line.add("count", "Count the parameters", "zel count examples/light.ds", count);
+///         command.add_option("FILE", call.file, "A dialog script")->required();
+///     }
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class ZELT_CommandLine;
+class ZELT_Messages;
+struct ZELT_NodeCall;
+
+/// What every command takes.
+struct ZELT_Options
+{
+    bool json = false;      ///< one JSON document, messages as JSON lines
+    bool noScripts = false; ///< no menu script and no Python expression runs
+};
+
+#define ZELT_COMMAND(NAME) void ZELTadd##NAME(ZELT_CommandLine &line);
+#include "ZELT_Commands.def"
+
+class ZELT_CommandLine
+{
+public:
+    template <class CALL>
+    using Function = int (*)(const CALL &call, const ZELT_Options &options,
+                             ZELT_Messages &messages);
+    template <class CALL>
+    struct Added
+    {
+        CLI::App &command;
+        CALL &call;
+    };
+
+    /// With all commands.
+    ZELT_CommandLine();
+
+    // ------------------------------------------------------------------ //
+    /// \name For the commands' files
+    // ------------------------------------------------------------------ //
+    /// A command with its line in the help and an example.
+    template <class CALL>
+    Added<CALL> add(const char *name, const char *what, const char *example,
+                    Function<CALL> function)
+    {
+        return addTo(myApp, name, what, example, function);
+    }
+    /// A word in front of commands that belong together; they follow with addTo().
+    CLI::App &addGroup(const char *name, const char *what, const char *example);
+    template <class CALL>
+    Added<CALL> addTo(CLI::App &group, const char *name, const char *what, const char *example,
+                      Function<CALL> function)
+    {
+        const auto call = std::make_shared<CALL>();
+        CLI::App &command =
+            addCommand(group, name, what, example,
+                       [call, function](const ZELT_Options &options, ZELT_Messages &messages) {
+                           return function(*call, options, messages);
+                       });
+        return {command, *call};
+    }
+
+    // ------------------------------------------------------------------ //
+    /// \name For the program
+    // ------------------------------------------------------------------ //
+    /// The exit code if no command is to run: help was asked for, or the call is wrong.
+    std::optional<int> parse(int argc, char **argv, ZELT_Messages &messages);
+    /// What parse() read.
+    const ZELT_Options &getOptions() const { return myOptions; }
+    /// Runs the command that was called and returns its exit code.
+    int run(ZELT_Messages &messages) const { return myCalled(myOptions, messages); }
+
+private:
+    using Run = std::function<int(const ZELT_Options &options, ZELT_Messages &messages)>;
+
+    CLI::App &addCommand(CLI::App &parent, const char *name, const char *what, const char *example,
+                         Run run);
+
+    CLI::App myApp;
+    ZELT_Options myOptions;
+    Run myCalled;
+};
+
+/// The arguments and options of a command that works on a node: FILE, and its values and changes.
+void ZELTaddNode(CLI::App &command, ZELT_NodeCall &node);

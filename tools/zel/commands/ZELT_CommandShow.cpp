@@ -1,0 +1,36 @@
+#include "ZELT_CommandLine.h"
+#include "ZELT_Script.h"
+#include "ZELT_Show.h"
+
+#include <iostream>
+
+namespace
+{
+
+struct Call
+{
+    std::string file;
+};
+
+int show(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
+{
+    const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
+    if (!script) {
+        return 1;
+    }
+    if (options.json) {
+        ZELTprintJson(ZELTdescribeJson(script->getTemplates()));
+    } else {
+        std::cout << ZELTdescribeTree(script->getTemplates());
+    }
+    return 0;
+}
+
+} // namespace
+
+void ZELTaddShow(ZELT_CommandLine &line)
+{
+    const auto [command, call] = line.add("show", "Show the interface that a script describes",
+                                          "zel show --json examples/light.ds", show);
+    command.add_option("FILE", call.file, "A dialog script")->required();
+}

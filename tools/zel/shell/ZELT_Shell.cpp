@@ -1,0 +1,174 @@
+#include "ZELT_Shell.h"
+
+#include "ZELT_Format.h"
+#include "ZELT_Script.h"
+
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ErrorManager.h>
+#include <TRK/TRK_EvalContext.h>
+#include <ZEL/ZEL_ParmList.h>
+
+#include <iostream>
+#include <optional>
+
+namespace
+{
+
+const ZELT_ShellCommand *findCommand(const std::string &name)
+{
+    for (const ZELT_ShellTable *const table : theZELTShellTables) {
+        for (const ZELT_ShellCommand &command : *table) {
+            if (name == command.name) {
+                return &command;
+            }
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+ZELT_Shell::ZELT_Shell(std::unique_ptr<ZELT_Script> script, ZELT_Messages &messages)
+    : myMessages(messages), myScript(script.get()), mySession(*script), myUndo(mySession.getNode())
+{
+    keepScript(std::move(script));
+}
+
+ZELT_Shell::~ZELT_Shell() = default;
+
+// -------------------------------------------------------------------- //
+// Lines
+// -------------------------------------------------------------------- //
+
+bool ZELT_Shell::run(std::string_view line)
+{
+    ZELT_ShellWords words;
+    if (!ZELTsplitWords(line, words)) {
+        fail("a quote isn't closed");
+    } else if (!words.empty() && (words[0] == "quit" || words[0] == "exit")) {
+        return false;
+    } else if (!words.empty()) {
+        dispatch(words, line);
+    }
+    return true;
+}
+
+void ZELT_Shell::dispatch(const ZELT_ShellWords &words, std::string_view line)
+{
+    const ZELT_ShellCommand *const command = findCommand(words[0]);
+    const std::size_t given = words.size() - 1;
+    if (!command) {
+        fail("there is no command " + words[0]);
+    } else if (given < command->least || given > command->most) {
+        fail(std::string("usage: ") + command->name + ' ' + command->usage);
+    } else {
+        call(*command, words, line);
+    }
+}
+
+void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &words,
+                      std::string_view line)
+{
+    const TRK_EvalContext::Scope context(BASgetSTID(), myTime);
+    if ((command.flags & ZELT_SHELL_SEES_MESSAGES) != 0) {
+        command.call(*this, words);
+        return;
+    }
+    // Saves and loads stop at an error, so earlier ones that aren't printed yet are set aside.
+    KIT_ErrorManager::Scope scope(BASgetSTID());
+    {
+        std::optional<ZELX_UndoStack::Step> step;
+        if ((command.flags & ZELT_SHELL_EDITS) != 0) {
+            step.emplace(myUndo, std::string(line));
+        }
+        command.call(*this, words);
+    }
+    scope.getOuterManager().stealErrors(scope.getManager());
+}
+
+bool ZELT_Shell::runAction(const ZELT_ShellAction *begin, const ZELT_ShellAction *end,
+                           const ZELT_ShellWords &words)
+{
+    const std::size_t given = words.size() - 2;
+    for (const ZELT_ShellAction *action = begin; action != end; ++action) {
+        if (words[1] == action->name && given >= action->least && given <= action->most) {
+            action->call(*this, words);
+            return true;
+        }
+    }
+    return false;
+}
+
+// -------------------------------------------------------------------- //
+// What commands work on
+// -------------------------------------------------------------------- //
+
+ZELX_NodeGraph &ZELT_Shell::getGraph()
+{
+    if (!myGraph) {
+        myGraph = std::make_unique<ZELX_NodeGraph>(mySession.getNode());
+    }
+    return *myGraph;
+}
+
+void ZELT_Shell::setScript(std::unique_ptr<ZELT_Script> script)
+{
+    myScript = script.get();
+    keepScript(std::move(script));
+}
+
+void ZELT_Shell::keepScript(std::unique_ptr<ZELT_Script> script)
+{
+    myScripts.push_back(std::move(script));
+}
+
+// -------------------------------------------------------------------- //
+// Output and words
+// -------------------------------------------------------------------- //
+
+void ZELT_Shell::fail(const std::string &reason)
+{
+    std::cout << "! " << reason << '\n';
+}
+
+void ZELT_Shell::settle(const std::string &fault, const std::string &file)
+{
+    if (!fault.empty()) {
+        fail(file + (file.empty() ? "" : " ") + fault);
+    }
+}
+
+ZEL_Parm *ZELT_Shell::findParm(const std::string &token)
+{
+    ZEL_Parm *const parm = getParms().getParmPtr(token.c_str());
+    if (!parm) {
+        fail("there is no parameter " + token);
+    }
+    return parm;
+}
+
+bool ZELT_Shell::findComponents(const std::string &text, ZELT_Address &address)
+{
+    const std::string fault = mySession.resolve(text, address);
+    settle(fault);
+    return fault.empty();
+}
+
+bool ZELT_Shell::readTime(const ZELT_ShellWords &words, std::size_t place, double &value)
+{
+    value = myTime;
+    if (place < words.size() && !ZELTparseNumber(words[place], value)) {
+        fail(words[place] + " is no time");
+        return false;
+    }
+    return true;
+}
+
+bool ZELT_Shell::readNumber(const std::string &word, int &number)
+{
+    if (!ZELTparseInteger(word, number) || number < 0) {
+        fail(word + " is no number from 0 on");
+        return false;
+    }
+    return true;
+}

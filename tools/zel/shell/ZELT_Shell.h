@@ -1,0 +1,156 @@
+/// \file ZELT_Shell.h
+/// A session of `zel shell`: one line in, plain text out, and the table of its commands.
+///
+/// Vocabulary: *current time* = what commands without a time work at; 0 at first.
+///             *subject* = a file of commands with their table: values, blocks, presets ...
+/// Ownership:  owns its scripts; borrows the messages, which must outlive it.
+/// Threads:    one thread.
+/// Errors:     a command that fails prints `! reason` and changes nothing, or as much as it says.
+///             What the library reports stays with the thread's error manager until the command
+///             `messages` prints it.
+///
+/// A new command is a function and a row in the table of its subject's file; the help comes from
+/// the row. docs/tool.md has its usage, a session of tests/tool calls it. A new subject is a file
+/// and a row in ZELT_ShellTables.def.
+#pragma once
+
+#include "ZELT_Session.h"
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <node/ZELX_NodeGraph.h>
+#include <node/ZELX_NodeState.h>
+#include <node/ZELX_UndoStack.h>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class ZELT_Messages;
+class ZELT_Script;
+class ZELT_Shell;
+
+/// The words of a line, the command's own first.
+using ZELT_ShellWords = std::vector<std::string>;
+
+/// How a command is run; bits.
+enum ZELT_ShellFlag : unsigned
+{
+    ZELT_SHELL_PLAIN = 0,
+    ZELT_SHELL_EDITS = 1,        ///< a step that can be undone
+    ZELT_SHELL_SEES_MESSAGES = 2 ///< the messages of earlier commands are in the error manager
+};
+
+/// A command, as a row of its subject's table.
+struct ZELT_ShellCommand
+{
+    const char *name;
+    const char *usage; ///< the words after the name, for the help
+    std::size_t least; ///< how many of these are needed
+    std::size_t most;  ///< and allowed
+    unsigned flags;
+    void (*call)(ZELT_Shell &shell, const ZELT_ShellWords &words);
+};
+
+/// What a command does for one word after its name, such as `add` of `spare add`.
+struct ZELT_ShellAction
+{
+    const char *name;
+    std::size_t least; ///< how many words after that one are needed
+    std::size_t most;  ///< and allowed
+    void (*call)(ZELT_Shell &shell, const ZELT_ShellWords &words);
+};
+
+/// The commands of a subject; borrows the rows.
+class ZELT_ShellTable
+{
+public:
+    template <std::size_t N>
+    constexpr explicit ZELT_ShellTable(const ZELT_ShellCommand (&rows)[N])
+        : myBegin(rows), myEnd(rows + N)
+    {}
+
+    const ZELT_ShellCommand *begin() const { return myBegin; }
+    const ZELT_ShellCommand *end() const { return myEnd; }
+
+private:
+    const ZELT_ShellCommand *myBegin;
+    const ZELT_ShellCommand *myEnd;
+};
+
+#define ZELT_SHELL_TABLE(NAME) extern const ZELT_ShellTable ZELTshell##NAME;
+#include "ZELT_ShellTables.def"
+
+/// All subjects, in the order of the help.
+inline constexpr const ZELT_ShellTable *theZELTShellTables[] = {
+#define ZELT_SHELL_TABLE(NAME) &ZELTshell##NAME,
+#include "ZELT_ShellTables.def"
+};
+
+class ZELT_Shell
+{
+public:
+    using Snapshots = std::map<std::string, ZELX_NodeState>;
+
+    ZELT_Shell(std::unique_ptr<ZELT_Script> script, ZELT_Messages &messages);
+    ~ZELT_Shell();
+
+    /// Runs one line; false if it ends the session.
+    bool run(std::string_view line);
+
+    // ------------------------------------------------------------------ //
+    /// \name What commands work on
+    // ------------------------------------------------------------------ //
+    ZELT_Session &getSession() { return mySession; }
+    ZELX_Node &getNode() { return mySession.getNode(); }
+    ZEL_ParmList &getParms() { return mySession.getParms(); }
+    ZELT_Messages &getMessages() { return myMessages; }
+    ZELX_UndoStack &getUndo() { return myUndo; }
+    Snapshots &getSnapshots() { return mySnapshots; }
+    /// Made by the first call.
+    ZELX_NodeGraph &getGraph();
+    double getTime() const { return myTime; }
+    void setTime(double time) { myTime = time; }
+    /// The script that the node's interface was made of last.
+    const ZELT_Script &getScript() const { return *myScript; }
+    void setScript(std::unique_ptr<ZELT_Script> script);
+    /// Keeps a script whose templates the node uses too.
+    void keepScript(std::unique_ptr<ZELT_Script> script);
+
+    // ------------------------------------------------------------------ //
+    /// \name Output and words   (what is wrong is printed)
+    // ------------------------------------------------------------------ //
+    void fail(const std::string &reason);
+    /// Fails with `fault`, after the name of the file that it is about; nothing for "".
+    void settle(const std::string &fault, const std::string &file = "");
+    /// Null if there is no such parameter.
+    ZEL_Parm *findParm(const std::string &token);
+    bool findComponents(const std::string &text, ZELT_Address &address);
+    /// The word at that place as a time; the current one if the line is shorter.
+    bool readTime(const ZELT_ShellWords &words, std::size_t place, double &time);
+    /// A number from 0 on.
+    bool readNumber(const std::string &word, int &number);
+    /// Runs the action that the word after the command's own names; false if there is none that
+    /// takes so many words.
+    template <std::size_t N>
+    bool runAction(const ZELT_ShellAction (&actions)[N], const ZELT_ShellWords &words)
+    {
+        return runAction(actions, actions + N, words);
+    }
+
+private:
+    bool runAction(const ZELT_ShellAction *begin, const ZELT_ShellAction *end,
+                   const ZELT_ShellWords &words);
+    void dispatch(const ZELT_ShellWords &words, std::string_view line);
+    void call(const ZELT_ShellCommand &command, const ZELT_ShellWords &words,
+              std::string_view line);
+
+    ZELT_Messages &myMessages;
+    const ZELT_Script *myScript;
+    std::vector<std::unique_ptr<ZELT_Script>> myScripts; ///< all of them, oldest first
+    ZELT_Session mySession;
+    ZELX_UndoStack myUndo;
+    Snapshots mySnapshots;
+    std::unique_ptr<ZELX_NodeGraph> myGraph;
+    double myTime = 0.0;
+};

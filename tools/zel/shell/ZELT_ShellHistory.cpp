@@ -1,0 +1,60 @@
+// Shell commands on snapshots and undo.
+
+#include "ZELT_Shell.h"
+
+#include <iostream>
+
+namespace
+{
+
+void snapshot(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    if (words.size() > 1) {
+        shell.getSnapshots()[words[1]] = ZELX_NodeState(shell.getNode());
+        return;
+    }
+    for (const auto &[name, state] : shell.getSnapshots()) {
+        std::cout << name << '\n';
+    }
+}
+
+void restore(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    const auto found = shell.getSnapshots().find(words[1]);
+    if (found == shell.getSnapshots().end()) {
+        shell.fail("there is no snapshot " + words[1]);
+    } else {
+        found->second.restore(shell.getNode());
+    }
+}
+
+void undo(ZELT_Shell &shell, const ZELT_ShellWords &)
+{
+    const std::string label = shell.getUndo().getUndoLabel();
+    if (shell.getUndo().undo()) {
+        std::cout << label << '\n';
+    } else {
+        shell.fail("there is nothing to undo");
+    }
+}
+
+void redo(ZELT_Shell &shell, const ZELT_ShellWords &)
+{
+    const std::string label = shell.getUndo().getRedoLabel();
+    if (shell.getUndo().redo()) {
+        std::cout << label << '\n';
+    } else {
+        shell.fail("there is nothing to redo");
+    }
+}
+
+constexpr ZELT_ShellCommand theCommands[] = {
+    {"snapshot", "[NAME]", 0, 1, ZELT_SHELL_PLAIN, snapshot},
+    {"restore", "NAME", 1, 1, ZELT_SHELL_EDITS, restore},
+    {"undo", "", 0, 0, ZELT_SHELL_PLAIN, undo},
+    {"redo", "", 0, 0, ZELT_SHELL_PLAIN, redo},
+};
+
+} // namespace
+
+const ZELT_ShellTable ZELTshellHistory(theCommands);

@@ -1,0 +1,80 @@
+// Shell commands that show what there is, and the current time.
+
+#include "ZELT_Shell.h"
+
+#include "ZELT_Script.h"
+#include "ZELT_Show.h"
+
+#include <BAS/BAS_Thread.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <iostream>
+
+namespace
+{
+
+void help(ZELT_Shell &, const ZELT_ShellWords &)
+{
+    for (const ZELT_ShellTable *const table : theZELTShellTables) {
+        for (const ZELT_ShellCommand &command : *table) {
+            std::cout << command.name << (*command.usage ? " " : "") << command.usage << '\n';
+        }
+    }
+    std::cout << "quit\n";
+}
+
+void list(ZELT_Shell &shell, const ZELT_ShellWords &)
+{
+    const ZEL_ParmList &parms = shell.getParms();
+    for (int i = 0; i < parms.getEntries(); ++i) {
+        const ZEL_Parm &parm = *parms.getParmPtr(i);
+        std::cout << parm.getToken();
+        const int size = parm.getTemplatePtr()->isSwitcher() ? 0 : parm.getVectorSize();
+        for (int k = 0; k < size; ++k) {
+            std::cout << ' ' << ZELTcomponentText(parm, k, shell.getTime(), BASgetSTID());
+        }
+        std::cout << '\n';
+    }
+}
+
+void tree(ZELT_Shell &shell, const ZELT_ShellWords &)
+{
+    std::cout << ZELTdescribeTree(shell.getScript().getTemplates());
+}
+
+void show(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    if (const ZEL_Parm *const parm = shell.findParm(words[1])) {
+        std::cout << ZELTdescribeLine(*parm->getTemplatePtr()) << '\n';
+    }
+}
+
+void type(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    if (const ZEL_Parm *const parm = shell.findParm(words[1])) {
+        std::cout << ZELTtypeDump(*parm->getTemplatePtr()) << '\n';
+    }
+}
+
+void setTime(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    double value = 0.0;
+    if (shell.readTime(words, 1, value)) {
+        shell.setTime(value);
+    }
+}
+
+constexpr ZELT_ShellCommand theCommands[] = {
+    {"help", "", 0, 0, ZELT_SHELL_PLAIN, help},
+    {"list", "", 0, 0, ZELT_SHELL_PLAIN, list},
+    {"tree", "", 0, 0, ZELT_SHELL_PLAIN, tree},
+    {"show", "TOKEN", 1, 1, ZELT_SHELL_PLAIN, show},
+    {"type", "TOKEN", 1, 1, ZELT_SHELL_PLAIN, type},
+    {"time", "T", 1, 1, ZELT_SHELL_PLAIN, setTime},
+};
+
+} // namespace
+
+const ZELT_ShellTable ZELTshellInterface(theCommands);

@@ -1,0 +1,117 @@
+// Shell commands on the state of parameters and of the list: conditions, marks, overrides, permissions.
+
+#include "ZELT_Shell.h"
+
+#include "ZELT_State.h"
+
+#include <KIT/KIT_TokenString.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+namespace
+{
+
+void printYesNo(bool yes)
+{
+    std::cout << (yes ? "yes\n" : "no\n");
+}
+
+void printCondition(ZELT_Shell &shell, const std::string &token, ZEL_ConditionalType type)
+{
+    if (const ZEL_Parm *const parm = shell.findParm(token)) {
+        printYesNo(ZELTholds(*parm, type));
+    }
+}
+
+void enabled(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    if (const ZEL_Parm *const parm = shell.findParm(words[1])) {
+        printYesNo(!ZELTholds(*parm, ZEL_CONDTYPE_DISABLE));
+    }
+}
+
+void hidden(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    printCondition(shell, words[1], ZEL_CONDTYPE_HIDE);
+}
+
+void noCook(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    printCondition(shell, words[1], ZEL_CONDTYPE_NOCOOK);
+}
+
+void dirty(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    constexpr int anyComponent = -1;
+    if (const ZEL_Parm *const parm = shell.findParm(words[1])) {
+        printYesNo(parm->isDirty(anyComponent));
+    }
+}
+
+void timeDependent(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    ZEL_ParmList &parms = shell.getParms();
+    if (words.size() < 2) {
+        constexpr bool evaluate = true;
+        parms.clearTimeDependent();
+        printYesNo(parms.checkTimeDependence(evaluate));
+    } else if (const ZEL_Parm *const parm = shell.findParm(words[1])) {
+        bool anyFlag = false;
+        for (int i = 0; i < parm->getVectorSize(); ++i) {
+            anyFlag = parm->isTimeDependent(i) || anyFlag;
+        }
+        printYesNo(anyFlag);
+    }
+}
+
+void overrideValue(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    ZELT_Address address;
+    int dataIndex = 0;
+    if (shell.findComponents(words[1], address) && shell.readNumber(words[2], dataIndex)) {
+        if (!address.parm->setOverride(address.first, dataIndex, words[3].c_str(),
+                                       ZEL_OVERRIDE_OVERRIDDEN)) {
+            shell.fail(words[1] + " takes no override");
+        }
+    }
+}
+
+void magic(ZELT_Shell &shell, const ZELT_ShellWords &)
+{
+    constexpr unsigned allExports = 0xff;
+    KIT_TokenString tokens;
+    shell.getParms().getMagicString(tokens, shell.getTime(), allExports);
+    char text[32];
+    std::snprintf(text, sizeof(text), "%08x", unsigned(tokens.hash()));
+    std::cout << text << ' ' << tokens.size() << " bytes\n";
+}
+
+void permissions(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    char *end = nullptr;
+    const unsigned long mask = std::strtoul(words[1].c_str(), &end, 8);
+    if (words[1].empty() || *end || mask > 0777) {
+        shell.fail(words[1] + " is no octal mask up to 777");
+    } else {
+        shell.getParms().setPermissions(std::uint32_t(mask));
+    }
+}
+
+constexpr ZELT_ShellCommand theCommands[] = {
+    {"enabled", "TOKEN", 1, 1, ZELT_SHELL_PLAIN, enabled},
+    {"hidden", "TOKEN", 1, 1, ZELT_SHELL_PLAIN, hidden},
+    {"nocook", "TOKEN", 1, 1, ZELT_SHELL_PLAIN, noCook},
+    {"dirty", "TOKEN", 1, 1, ZELT_SHELL_PLAIN, dirty},
+    {"timedep", "[TOKEN]", 0, 1, ZELT_SHELL_PLAIN, timeDependent},
+    {"override", "TOKEN:I DATAINDEX NAME", 3, 3, ZELT_SHELL_PLAIN, overrideValue},
+    {"magic", "", 0, 0, ZELT_SHELL_PLAIN, magic},
+    {"permissions", "N", 1, 1, ZELT_SHELL_PLAIN, permissions},
+};
+
+} // namespace
+
+const ZELT_ShellTable ZELTshellState(theCommands);

@@ -1,0 +1,143 @@
+// Shell commands that change which parameters there are: spare ones, and a new script.
+
+#include "ZELT_Shell.h"
+
+#include "ZELT_Script.h"
+
+#include <KIT/KIT_StringHolder.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <iostream>
+#include <set>
+
+namespace
+{
+
+/// What decides whether a parameter of the old list continues in the new one.
+struct Former
+{
+    std::string token;
+    unsigned kind;
+    bool multiFlag;
+    bool defaultFlag;
+};
+
+std::vector<Former> formerParms(const ZEL_ParmList &parms)
+{
+    std::vector<Former> former;
+    for (int i = 0; i < parms.getEntries(); ++i) {
+        const ZEL_Parm &parm = *parms.getParmPtr(i);
+        // Items continue with the parameter that they belong to.
+        if (!parm.getMultiParmOwner()) {
+            former.push_back({parm.getToken(), unsigned(parm.getType().getBasicType()),
+                              parm.isMultiParm(), parm.isTrueFactoryDefault()});
+        }
+    }
+    return former;
+}
+
+std::string fateOf(const Former &former, const ZEL_ParmList &parms)
+{
+    const ZEL_Parm *const parm = parms.getParmPtr(former.token.c_str());
+    if (!parm) {
+        return "lost " + former.token + ": there is none now";
+    }
+    if (unsigned(parm->getType().getBasicType()) != former.kind ||
+        (parm->isMultiParm() && !former.multiFlag)) {
+        return "lost " + former.token + ": it is of another kind now";
+    }
+    const bool startsAnew = former.defaultFlag && !parm->isMultiParm();
+    return (startsAnew ? "default " : "carried ") + former.token;
+}
+
+void listSpares(ZELT_Shell &shell, const ZELT_ShellWords &)
+{
+    const ZEL_ParmList &parms = shell.getParms();
+    for (int i = 0; i < parms.getEntries(); ++i) {
+        const ZEL_Parm &parm = *parms.getParmPtr(i);
+        if (parm.isSpareParm() && !parm.getMultiParmOwner()) {
+            std::cout << parm.getToken() << '\n';
+        }
+    }
+}
+
+void addSpares(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    const std::string &source = words[2];
+    const bool textFlag = source.find('{') != std::string::npos;
+    std::unique_ptr<ZELT_Script> script =
+        textFlag ? ZELT_Script::loadText(source, "spare", shell.getMessages())
+                 : ZELT_Script::load(source, shell.getMessages());
+    if (!script) {
+        shell.fail((textFlag ? "the text" : source) + " adds nothing");
+        return;
+    }
+    for (const ZEL_Template *at = script->getTemplates(); !at->isTerminator(); ++at) {
+        if (shell.getNode().addSpareParm(*at)) {
+            std::cout << "added " << at->getToken() << '\n';
+        } else {
+            shell.fail(std::string("there is a parameter ") + at->getToken());
+        }
+    }
+    shell.keepScript(std::move(script));
+    shell.getSession().growBlocks(shell.getTime());
+}
+
+void removeSpare(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    if (!shell.getNode().removeSpareParm(words[2].c_str())) {
+        shell.fail("there is no spare parameter " + words[2]);
+    }
+}
+
+constexpr const char *theSpareUsage = "list | add FILE|TEXT | remove TOKEN";
+
+constexpr ZELT_ShellAction theSpareActions[] = {
+    {"list", 0, 0, listSpares},
+    {"add", 1, 1, addSpares},
+    {"remove", 1, 1, removeSpare},
+};
+
+void spare(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    if (!shell.runAction(theSpareActions, words)) {
+        shell.fail(std::string("usage: spare ") + theSpareUsage);
+    }
+}
+
+void adopt(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    std::unique_ptr<ZELT_Script> script = ZELT_Script::load(words[1], shell.getMessages());
+    if (!script) {
+        shell.fail(words[1] + " isn't adopted");
+        return;
+    }
+    const std::vector<Former> former = formerParms(shell.getParms());
+    shell.getNode().renewParms(script->getTemplates());
+    // Earlier steps would bring back channels that no parameter has now.
+    shell.getUndo().clear();
+    shell.getSession().growBlocks(shell.getTime());
+    shell.setScript(std::move(script));
+
+    std::set<std::string> known;
+    for (const Former &one : former) {
+        std::cout << fateOf(one, shell.getParms()) << '\n';
+        known.insert(one.token);
+    }
+    for (const Former &one : formerParms(shell.getParms())) {
+        if (known.insert(one.token).second) {
+            std::cout << "new " << one.token << '\n';
+        }
+    }
+}
+
+constexpr ZELT_ShellCommand theCommands[] = {
+    {"spare", theSpareUsage, 1, 2, ZELT_SHELL_PLAIN, spare},
+    {"adopt", "FILE", 1, 1, ZELT_SHELL_PLAIN, adopt},
+};
+
+} // namespace
+
+const ZELT_ShellTable ZELTshellStructure(theCommands);

@@ -1,0 +1,78 @@
+// Shell commands that set and print values.
+
+#include "ZELT_Shell.h"
+
+#include "ZELT_Format.h"
+
+#include <BAS/BAS_Thread.h>
+#include <EVL/EVL.h>
+#include <KIT/KIT_String.h>
+#include <ZEL/ZEL_Parm.h>
+
+#include <iostream>
+
+namespace
+{
+
+void set(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    shell.settle(shell.getSession().set(words[1], words[2], shell.getTime()));
+}
+
+void raw(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    constexpr bool asWritten = false;
+    ZELT_Address address;
+    if (shell.findComponents(words[1], address)) {
+        for (int i = address.first; i < address.end; ++i) {
+            KIT_String value;
+            address.parm->getValue(shell.getTime(), value, i, asWritten, BASgetSTID());
+            std::cout << ZELTquote(value.view()) << '\n';
+        }
+    }
+}
+
+void eval(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    const int thread = BASgetSTID();
+    ZELT_Address address;
+    double when = 0.0;
+    if (!shell.findComponents(words[1], address) || !shell.readTime(words, 2, when)) {
+        return;
+    }
+    for (int i = address.first; i < address.end; ++i) {
+        EVL::theErrNo[thread] = EVL::EVL_OK;
+        const std::string value = ZELTcomponentText(*address.parm, i, when, thread);
+        if (EVL::theErrNo[thread] != EVL::EVL_OK) {
+            shell.fail(ZELTevaluationError(EVL::theErrNo[thread]));
+        } else {
+            std::cout << value << '\n';
+        }
+    }
+    EVL::theErrNo[thread] = EVL::EVL_OK;
+}
+
+void string(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    constexpr bool expanded = true;
+    ZELT_Address address;
+    double when = 0.0;
+    if (shell.findComponents(words[1], address) && shell.readTime(words, 2, when)) {
+        for (int i = address.first; i < address.end; ++i) {
+            KIT_String value;
+            address.parm->getValue(when, value, i, expanded, BASgetSTID());
+            std::cout << ZELTquote(value.view()) << '\n';
+        }
+    }
+}
+
+constexpr ZELT_ShellCommand theCommands[] = {
+    {"set", "TOKEN[:I] VALUE", 2, 2, ZELT_SHELL_EDITS, set},
+    {"raw", "TOKEN[:I]", 1, 1, ZELT_SHELL_PLAIN, raw},
+    {"eval", "TOKEN[:I] [T]", 1, 2, ZELT_SHELL_PLAIN, eval},
+    {"string", "TOKEN[:I] [T]", 1, 2, ZELT_SHELL_PLAIN, string},
+};
+
+} // namespace
+
+const ZELT_ShellTable ZELTshellValues(theCommands);
