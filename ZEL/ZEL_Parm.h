@@ -659,6 +659,8 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     bool isMultiParm() const { return myInstance && myInstance->isMultiParm(); }
+    /// The multi-parameter that this is; null for any other.
+    ZEL_Multi *asMulti() const;
     int getMultiParmNumItems() const { return myInstance ? myInstance->getMultiParmNumItems() : 0; }
     int getMultiParmInstancesPerItem() const
     {
@@ -875,18 +877,11 @@ private:
     template <class T>
     bool applyValues(double time, const T *values, bool replaceExpression, ZEL_AddKeyType addKey,
                      bool propagate);
-    template <class T>
-    void copyPlain(double time, int index, const ZEL_Parm &source, int sourceIndex,
-                   bool replaceExpression, ZEL_AddKeyType addKey, ZEL_KeySetType keySet,
-                   int thread);
-    void copyText(double time, int index, const ZEL_Parm &source, int sourceIndex,
-                  bool replaceExpression, ZEL_AddKeyType addKey, ZEL_KeySetType keySet, int thread);
     bool copyChannel(int index, const TRK_Channel &channel);
     bool acceptsChange(double time, int index) const;
     void notify(TRK_CHANGE_TYPE type) const;
     void loadedFromStream();
     void joinAliases(KIT_WorkBuffer &out) const;
-    ZEL_Multi *asMulti() const;
 
     static Settings theSettings;
 

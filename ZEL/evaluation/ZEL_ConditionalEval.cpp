@@ -13,10 +13,10 @@
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_TypeConstants.h>
+#include <ZEL/list/ZEL_KindPrivate.h>
 
 #include <cmath>
 #include <cstring>
-#include <memory>
 
 namespace
 {
@@ -113,10 +113,9 @@ void readControl(KIT_String &value, const ZEL_Parm &control, int component, cons
         } else if (value == "on") {
             value.borrow("1");
         }
-    } else if (type.isDataType() && value.isEmpty()) {
-        std::shared_ptr<const ZEL_DataItem> item;
-        control.getValue(question.time, item, component, question.thread);
-        if (item) {
+    } else if (value.isEmpty()) {
+        const auto hasValue = ZEL_Kind::find(type).hasTextlessValue;
+        if (hasValue && hasValue(control, question.time, component, question.thread)) {
             value.borrow("__not_empty__");
         }
     }

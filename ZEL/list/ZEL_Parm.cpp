@@ -7,13 +7,10 @@
 #include <KIT/KIT_StringArray.h>
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
-#include <ZEL/ZEL_Data.h>
-#include <ZEL/ZEL_Float.h>
 #include <ZEL/ZEL_Multi.h>
-#include <ZEL/ZEL_Ordinal.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
-#include <ZEL/ZEL_String.h>
+#include <ZEL/list/ZEL_KindPrivate.h>
 
 ZEL_Parm::Settings ZEL_Parm::theSettings;
 
@@ -28,13 +25,7 @@ ZEL_Instance *makeInstance(ZEL_Template *templatePtr, ZEL_Parm *parm)
     if (templatePtr->isMultiType()) {
         return new ZEL_Multi(templatePtr, parm);
     }
-    switch (templatePtr->getType().getBasicType()) {
-    case ZEL_Type::ZEL_BASIC_ORDINAL: return new ZEL_Ordinal(templatePtr, parm);
-    case ZEL_Type::ZEL_BASIC_FLOAT: return new ZEL_Float(templatePtr, parm);
-    case ZEL_Type::ZEL_BASIC_STRING: return new ZEL_String(templatePtr, parm);
-    case ZEL_Type::ZEL_BASIC_DATA: return new ZEL_Data(templatePtr, parm);
-    default: return nullptr;
-    }
+    return ZEL_Kind::find(templatePtr->getType()).make(templatePtr, parm);
 }
 
 } // namespace
@@ -410,37 +401,6 @@ void ZEL_Parm::getContextOptionDeps(int index, KIT_StringArray &names) const
     if (myInstance) {
         myInstance->getContextOptionDeps(index, names);
     }
-}
-
-bool ZEL_Parm::isStringThatCanExpand(const char *text)
-{
-    return ZEL_String::isStringThatCanExpand(text);
-}
-
-void ZEL_Parm::convertStringToExprLanguage(const char *text, KIT_WorkBuffer &out)
-{
-    ZEL_String::convertToExprLanguage(text, out);
-}
-
-void ZEL_Parm::convertStringFromExprLanguage(const char *text, KIT_String &out)
-{
-    ZEL_String::convertFromExprLanguage(text, out);
-}
-
-bool ZEL_Parm::isStringExpression(const char *text, TRK_StringMeaning meaning,
-                                  const ZEL_Template *templatePtr)
-{
-    return ZEL_String::isExpression(text, meaning, templatePtr);
-}
-
-bool ZEL_Parm::isOrdinalExpression(const char *text, const ZEL_Template *templatePtr)
-{
-    return ZEL_Ordinal::isExpression(text, templatePtr);
-}
-
-bool ZEL_Parm::isOrdinalExpression(const ZEL_Default &record, const ZEL_Template *templatePtr)
-{
-    return ZEL_Ordinal::isExpression(record, templatePtr);
 }
 
 std::size_t format(char *buffer, std::size_t size, const ZEL_Parm &parm)

@@ -14,6 +14,7 @@
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/ZEL_Type.h>
+#include <ZEL/list/ZEL_KindPrivate.h>
 
 #include <algorithm>
 #include <limits>
@@ -55,34 +56,6 @@ bool anyBackward(const Parms &parms, Test &&test)
         }
     }
     return false;
-}
-
-/// Evaluates a component for what evaluation leaves behind: its marks.
-void evaluateForMarks(const ZEL_Parm &parm, double time, int index, int thread)
-{
-    switch (parm.getType().getBasicType()) {
-    case ZEL_Type::ZEL_BASIC_ORDINAL: {
-        std::int64_t value = 0;
-        parm.getValue(time, value, index, thread);
-        break;
-    }
-    case ZEL_Type::ZEL_BASIC_FLOAT: {
-        double value = 0.0;
-        parm.getValue(time, value, index, thread);
-        break;
-    }
-    case ZEL_Type::ZEL_BASIC_STRING: {
-        KIT_String value;
-        parm.getValue(time, value, index, true, thread);
-        break;
-    }
-    case ZEL_Type::ZEL_BASIC_DATA: {
-        std::shared_ptr<const ZEL_DataItem> value;
-        parm.getValue(time, value, index, thread);
-        break;
-    }
-    default: break;
-    }
 }
 
 } // namespace
@@ -139,10 +112,11 @@ void ZEL_ParmList::revertValuesToFactoryDefaults()
     KIT_ValArray<ZEL_Parm *> children;
     for (const ZEL_Parm *parm : multis) {
         // Another parameter may have come to stand at the address of one that is gone.
-        if (myParms.find(const_cast<ZEL_Parm *>(parm)) < 0 || !parm->isMultiParm()) {
+        const bool present = myParms.find(const_cast<ZEL_Parm *>(parm)) >= 0;
+        const ZEL_Multi *multi = present ? parm->asMulti() : nullptr;
+        if (!multi) {
             continue;
         }
-        const ZEL_Multi *multi = static_cast<const ZEL_Multi *>(parm->getInstance());
         const int count = multi->getMultiParmNumItems() * multi->getMultiParmInstancesPerItem();
         for (int flatIndex = 0; flatIndex < count; ++flatIndex) {
             if (ZEL_Parm *child = multi->getParm(flatIndex)) {
@@ -311,8 +285,9 @@ bool ZEL_ParmList::isTimeDependentNow(double time, bool evaluate, int index, int
     }
     if (evaluate) {
         ZEL_AutoBlockErrors block(thread);
+        const ZEL_Kind &kind = ZEL_Kind::find(parm->getType());
         for (int i = parm->getVectorSize(); i-- > 0;) {
-            evaluateForMarks(*parm, time, i, thread);
+            kind.evaluateForMarks(*parm, time, i, thread);
         }
     }
     return parm->isTimeDependent(theAllComponents);

@@ -5,6 +5,7 @@
 #include <LYR/LYR_Manager.h>
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_ParmOwner.h>
+#include <ZEL/list/ZEL_KindPrivate.h>
 
 #include <cstring>
 
@@ -78,21 +79,7 @@ void ZEL_Parm::getChannelLabel(KIT_String &label, int index) const
 void ZEL_Parm::constructChannelReference(KIT_String &reference, TRK_ExprLanguage language,
                                          const char *path, const char *channelName) const
 {
-    const ZEL_Type &type = getType();
-    const ZEL_TypeExtended extended = getTypeExtended();
-    const char *opening = "ch(\"";
-    if (type.isStringType()) {
-        const bool namesNodes = extended == ZEL_TYPEX_NODE_PATH ||
-                                extended == ZEL_TYPEX_NODE_PATHS ||
-                                type.hasStringType(ZEL_Type::ZEL_STR_OP_REF_LIST);
-        if (namesNodes) {
-            opening = "chsop(\"";
-        } else if (language == TRK_LANGUAGE_NATIVE) {
-            opening = "chs(\"";
-        }
-    }
-
-    KIT_WorkBuffer text(opening);
+    KIT_WorkBuffer text(ZEL_Kind::find(getType()).referenceOpening(*this, language));
     text.append(path);
     if (isWord(channelName)) {
         text.append('/');

@@ -4,6 +4,7 @@
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/list/ZEL_KindPrivate.h>
 
 #include <algorithm>
 
@@ -286,31 +287,6 @@ bool ZEL_Parm::copyChannel(int index, const TRK_Channel &channel)
     return true;
 }
 
-template <class T>
-void ZEL_Parm::copyPlain(double time, int index, const ZEL_Parm &source, int sourceIndex,
-                         bool replaceExpression, ZEL_AddKeyType addKey, ZEL_KeySetType keySet,
-                         int thread)
-{
-    T value = T();
-    source.getValue(time, value, sourceIndex, thread);
-    myInstance->setValue(time, value, replaceExpression, index, addKey, keySet);
-}
-
-void ZEL_Parm::copyText(double time, int index, const ZEL_Parm &source, int sourceIndex,
-                        bool replaceExpression, ZEL_AddKeyType addKey, ZEL_KeySetType keySet,
-                        int thread)
-{
-    const TRK_StringMeaning meaning = source.getStringMeaning(time, sourceIndex);
-    KIT_String text;
-    if (meaning == TRK_MEANING_LITERAL) {
-        // As an expression a literal would come with quotes around it, and be stored with them.
-        source.getValue(time, text, sourceIndex, false, thread);
-    } else {
-        source.getExpressionOrValue(time, text, sourceIndex, thread);
-    }
-    myInstance->setValue(time, text, meaning, replaceExpression, index, addKey, keySet);
-}
-
 void ZEL_Parm::copyValue(double time, int index, const ZEL_Parm &source, int sourceIndex,
                          bool replaceExpression, bool propagate, bool copyChannels,
                          ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
@@ -319,24 +295,16 @@ void ZEL_Parm::copyValue(double time, int index, const ZEL_Parm &source, int sou
     if (!myInstance || !myInstance->validIndex(index)) {
         return;
     }
-    const ZEL_Type &kind = source.getType();
     const bool hasSource = source.myInstance && source.myInstance->validIndex(sourceIndex);
     const TRK_Channel *channel = copyChannels ? source.getChannel(sourceIndex) : nullptr;
     if (channel && copyChannel(index, *channel)) {
         // The channel holds all there is to copy.
     } else if (!hasSource) {
         revertToDefaults(time);
-    } else if (kind.isStringType()) {
-        copyText(time, index, source, sourceIndex, replaceExpression, addKey, keySet, thread);
-    } else if (kind.isOrdinalType()) {
-        copyPlain<std::int64_t>(time, index, source, sourceIndex, replaceExpression, addKey, keySet,
-                                thread);
-    } else if (kind.isDataType()) {
-        copyPlain<std::shared_ptr<const ZEL_DataItem>>(time, index, source, sourceIndex,
-                                                       replaceExpression, addKey, keySet, thread);
     } else {
-        copyPlain<double>(time, index, source, sourceIndex, replaceExpression, addKey, keySet,
-                          thread);
+        ZEL_Kind::find(source.getType())
+            .copyComponent({time, source, sourceIndex, *myInstance, index, replaceExpression,
+                            addKey, keySet, thread});
     }
 
     const KIT_StringHolder &alias = source.getChannelAlias(sourceIndex);
@@ -351,32 +319,8 @@ void ZEL_Parm::copyValue(double time, int index, const ZEL_Parm &source, int sou
 bool ZEL_Parm::isParmValueEqual(int index, const ZEL_Parm &other, int otherIndex, double time,
                                 int thread) const
 {
-    const ZEL_Type &type = getType();
-    const ZEL_Type &otherType = other.getType();
-    if (type.isDataType() || otherType.isDataType()) {
-        std::shared_ptr<const ZEL_DataItem> item;
-        std::shared_ptr<const ZEL_DataItem> otherItem;
-        getValue(time, item, index, thread);
-        other.getValue(time, otherItem, otherIndex, thread);
-        return type.isDataType() == otherType.isDataType() && item == otherItem;
-    }
-    if (type.isStringType() || otherType.isStringType()) {
-        KIT_String text;
-        KIT_String otherText;
-        getValue(time, text, index, true, thread);
-        other.getValue(time, otherText, otherIndex, true, thread);
-        return text == otherText;
-    }
-    if (type.isOrdinalType() && otherType.isOrdinalType()) {
-        std::int64_t value = 0;
-        std::int64_t otherValue = 0;
-        getValue(time, value, index, thread);
-        other.getValue(time, otherValue, otherIndex, thread);
-        return value == otherValue;
-    }
-    double value = 0.0;
-    double otherValue = 0.0;
-    getValue(time, value, index, thread);
-    other.getValue(time, otherValue, otherIndex, thread);
-    return value == otherValue;
+    const ZEL_Kind &kind = ZEL_Kind::find(getType());
+    const ZEL_Kind &otherKind = ZEL_Kind::find(other.getType());
+    const ZEL_Kind &broader = kind.breadth > otherKind.breadth ? kind : otherKind;
+    return broader.equal({*this, index, other, otherIndex, time, thread});
 }

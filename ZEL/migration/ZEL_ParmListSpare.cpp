@@ -38,7 +38,7 @@ void updateItems(const ZEL_Parm &parm, double time)
 void addItemTokens(const ZEL_ParmList &list, const ZEL_Parm &parm, double time, TokenSet &tokens)
 {
     updateItems(parm, time);
-    const auto *multi = static_cast<const ZEL_Multi *>(parm.getInstance());
+    const ZEL_Multi *multi = parm.asMulti();
     const int children = multi->getMultiParmInstancesPerItem();
     for (int item = 0; children > 0 && item < multi->getMultiParmNumItems(); ++item) {
         for (int child = 0; child < children; ++child) {

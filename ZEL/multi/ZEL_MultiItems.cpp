@@ -10,6 +10,7 @@
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
+#include <ZEL/list/ZEL_KindPrivate.h>
 
 #include <algorithm>
 #include <limits>
@@ -60,23 +61,6 @@ private:
     bool myBefore;
 };
 
-void assignValue(const ZEL_Parm &from, ZEL_Instance &to, int index)
-{
-    const int thread = BASgetSTID();
-    if (from.getType().isDataType()) {
-        std::shared_ptr<const ZEL_DataItem> item;
-        from.getValue(theTime, item, index, thread);
-        to.setValue(theTime, item, theKeepExpression, index, ZEL_ADDKEY_PENDING,
-                    ZEL_KEYSET_PREFERENCE);
-        return;
-    }
-    constexpr bool expand = false;
-    KIT_String text;
-    from.getValue(theTime, text, index, expand, thread);
-    to.setValue(theTime, text.nonNullStr(), from.getStringMeaning(theTime, index),
-                theKeepExpression, index, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
-}
-
 void assignComponent(const ZEL_Parm &from, ZEL_Instance &to, int index)
 {
     const TRK_Channel *source = from.getChannel(index);
@@ -90,7 +74,9 @@ void assignComponent(const ZEL_Parm &from, ZEL_Instance &to, int index)
         target->copyContents(*source);
         to.setDirtyFlags(index);
     } else {
-        assignValue(from, to, index);
+        ZEL_Kind::find(from.getType())
+            .assignComponent({theTime, from, index, to, index, theKeepExpression,
+                              ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE, BASgetSTID()});
     }
 }
 
@@ -117,9 +103,8 @@ void assignChild(const ZEL_Parm *from, ZEL_Parm *to)
         from->getType().getBasicType() != to->getType().getBasicType()) {
         return;
     }
-    if (to->isMultiParm()) {
-        static_cast<ZEL_Multi *>(to->getInstance())
-            ->copy(static_cast<const ZEL_Multi *>(from->getInstance()));
+    if (ZEL_Multi *multi = to->asMulti()) {
+        multi->copy(from->asMulti());
     } else {
         assignParm(*from, *to->getInstance());
     }
@@ -618,9 +603,9 @@ void ZEL_Multi::revertInstance(int item)
         }
     }
     for (int child = 0; child < myInstancesPerItem; ++child) {
-        ZEL_Parm *parm = findChild(item, child);
-        if (parm && parm->isMultiParm()) {
-            static_cast<ZEL_Multi *>(parm->getInstance())->revertAllInstances();
+        const ZEL_Parm *parm = findChild(item, child);
+        if (ZEL_Multi *multi = parm ? parm->asMulti() : nullptr) {
+            multi->revertAllInstances();
         }
     }
 }

@@ -18,7 +18,7 @@ namespace
 
 ZEL_Multi *asMulti(ZEL_Parm *parm)
 {
-    return parm && parm->isMultiParm() ? static_cast<ZEL_Multi *>(parm->getInstance()) : nullptr;
+    return parm ? parm->asMulti() : nullptr;
 }
 
 /// Whether a parameter may give way to a new one of its token: those of the node type's own

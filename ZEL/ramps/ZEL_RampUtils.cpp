@@ -14,6 +14,7 @@
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmMicroNode.h>
 #include <ZEL/ZEL_SpareData.h>
+#include <ZEL/list/ZEL_KindPrivate.h>
 
 #include <algorithm>
 #include <cmath>
@@ -195,7 +196,7 @@ ZEL_Parm *childOf(const ZEL_Parm &ramp, const KIT_WorkBuffer &prefix, const char
 void clearOrdinalChannels(ZEL_Parm &parm)
 {
     constexpr bool sendEvent = false;
-    if (parm.getType().isOrdinalType() && !parm.getLockedFlag(0)) {
+    if (ZEL_Kind::find(parm.getType()).wholeNumbers && !parm.getLockedFlag(0)) {
         parm.clearAndDestroyChannels(sendEvent);
     }
 }
@@ -299,7 +300,7 @@ void ZEL_RampUtils::setParmValue(ValueData value)
     constexpr bool propagate = true;
     const auto addKey = *static_cast<const ZEL_AddKeyType *>(value.data);
     ZEL_Parm &parm = *value.parm;
-    if (parm.isMultiParm() || parm.getType().isOrdinalType()) {
+    if (parm.isMultiParm() || ZEL_Kind::find(parm.getType()).wholeNumbers) {
         parm.setValue(value.time, value.integer, keepExpression, value.index, addKey, propagate);
         return;
     }
