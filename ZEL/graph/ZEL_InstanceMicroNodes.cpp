@@ -3,6 +3,7 @@
 #include <ZEL/ZEL_Instance.h>
 
 #include <KIT/KIT_StringArray.h>
+#include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_ConstMicroNode.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -62,6 +63,11 @@ ZEL_ParmMicroNode *ZEL_Instance::createMicroNodes() const
     return owner ? owner->createParmMicroNodes(*myParm) : ZEL_ParmMicroNode::createArray(*myParm);
 }
 
+ZEL_ParmMicroNode *ZEL_ParmOwner::createParmMicroNodes(ZEL_Parm &parm) const
+{
+    return ZEL_ParmMicroNode::createArray(parm);
+}
+
 ZEL_ConstMicroNode *ZEL_Instance::createConstMicroNodes() const
 {
     const int size = getVectorSize();
@@ -98,6 +104,21 @@ void ZEL_Instance::adoptMicroNodes(ZEL_Instance &source)
 // ---------------------------------------------------------------------- //
 // Marks and context options
 // ---------------------------------------------------------------------- //
+
+bool ZEL_Instance::isTimeDependent(int index) const
+{
+    const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
+    const int first = index < 0 ? 0 : index;
+    const int end = index < 0 ? getVectorSize() : validIndex(index) ? index + 1 : index;
+    for (int i = first; i < end; ++i) {
+        const TRK_Channel *channel = myChannels[i];
+        if (nodes ? nodes[i].isTimeDependent()
+                  : channel && (channel->getPendingFlag() || channel->isTimeDependent())) {
+            return true;
+        }
+    }
+    return false;
+}
 
 void ZEL_Instance::setTimeDependentMicroNode(int index, bool timeDependent) const
 {

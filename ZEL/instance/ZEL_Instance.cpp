@@ -4,10 +4,8 @@
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Collection.h>
-#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
-#include <ZEL/ZEL_ParmMicroNode.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/ZEL_UndoData.h>
@@ -393,20 +391,6 @@ ZEL_Value *ZEL_Instance::createInputNotifyValue()
     return myValue;
 }
 
-int ZEL_Instance::getMultiInstanceIndex(KIT_Array<int> &indices, bool useStartOffset) const
-{
-    indices.clear();
-    const ZEL_Instance *instance = this;
-    while (const ZEL_Multi *owner = instance->getMultiParmOwner()) {
-        const int perItem = owner->getMultiParmInstancesPerItem();
-        const int flatIndex = owner->findMultiParmIndex(instance->getToken(), useStartOffset);
-        const int item = flatIndex >= 0 && perItem > 0 ? flatIndex / perItem : flatIndex;
-        indices.append(item >= 0 && useStartOffset ? item + owner->getMultiStartOffset() : item);
-        instance = owner;
-    }
-    return int(indices.size());
-}
-
 // ---------------------------------------------------------------------- //
 // Masks
 // ---------------------------------------------------------------------- //
@@ -434,12 +418,6 @@ bool ZEL_Instance::areAllComponentsLocked() const
 std::uint32_t ZEL_Instance::getEnableState(int index) const
 {
     return index < 0 ? myEnableState : (myEnableState & bit(index)) != 0;
-}
-
-bool ZEL_Instance::isFirstRampPosition() const
-{
-    return myMultiOwner && myMultiOwner->getTemplatePtr()->isRampType() &&
-           myMultiOwner->getTemplate(0) == myTemplate;
 }
 
 bool ZEL_Instance::setEnableState(bool enabled, int index)
@@ -538,21 +516,6 @@ void ZEL_Instance::setSendExtra(int index)
 // ---------------------------------------------------------------------- //
 // Time dependence
 // ---------------------------------------------------------------------- //
-
-bool ZEL_Instance::isTimeDependent(int index) const
-{
-    const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
-    const int first = index < 0 ? 0 : index;
-    const int end = index < 0 ? getVectorSize() : validIndex(index) ? index + 1 : index;
-    for (int i = first; i < end; ++i) {
-        const TRK_Channel *channel = myChannels[i];
-        if (nodes ? nodes[i].isTimeDependent()
-                  : channel && (channel->getPendingFlag() || channel->isTimeDependent())) {
-            return true;
-        }
-    }
-    return false;
-}
 
 bool ZEL_Instance::isDataDependent(double, int index) const
 {

@@ -1,7 +1,6 @@
 #include <ZEL/ZEL_ParmOwner.h>
 
 #include <KIT/KIT_WorkBuffer.h>
-#include <ZEL/ZEL_ParmMicroNode.h>
 
 ZEL_ParmOwnerContext::~ZEL_ParmOwnerContext() = default;
 
@@ -34,11 +33,6 @@ bool ZEL_ParmOwner::isParmPendingOverride(const char *, int) const
 KIT_ErrorSeverity ZEL_ParmOwner::zelCookOverrides(double, int, const char *, int)
 {
     return KIT_ERROR_NONE;
-}
-
-ZEL_ParmMicroNode *ZEL_ParmOwner::createParmMicroNodes(ZEL_Parm &parm) const
-{
-    return ZEL_ParmMicroNode::createArray(parm);
 }
 
 KIT_StringHolder ZEL_ParmOwner::evaluateDisableExpression(const ZEL_Parm &, const KIT_StringRef &)
