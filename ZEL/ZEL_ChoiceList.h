@@ -34,10 +34,11 @@ class ZEL_SpareData;
 /// What a pick does. Stored: append only.
 enum ZEL_ChoiceListType : int32_t
 {
-    ZEL_CHOICELIST_REPLACE = 1,       ///< a pick replaces the field's text
-    ZEL_CHOICELIST_TOGGLE = 2,        ///< a pick adds the word to the field, or takes it out
-    ZEL_CHOICELIST_USE_TOKEN = 16,    ///< a bit on top of the others: the value is the token
-    ZEL_CHOICELIST_EXCLUSIVE = 0x1001 ///< one of the listed choices and nothing else
+    ZEL_CHOICELIST_REPLACE = 1,            ///< a pick replaces the field's text
+    ZEL_CHOICELIST_TOGGLE = 2,             ///< a pick adds the word to the field, or takes it out
+    ZEL_CHOICELIST_USE_TOKEN = 16,         ///< a bit on top of the others: the value is the token
+    ZEL_CHOICELIST_EXCLUSIVE_BIT = 0x1000, ///< what tells a menu to be exclusive
+    ZEL_CHOICELIST_EXCLUSIVE = 0x1001      ///< one of the listed choices and nothing else
 };
 
 class ZEL_API ZEL_ChoiceList

@@ -69,6 +69,8 @@ enum ZEL_TypeExtended : int32_t
     ZEL_TYPEX_NONE = 0,
     ZEL_TYPEX_JOINED = 1,      ///< joined to the next; what ZEL_JOINED_TOGGLE forces
     ZEL_TYPEX_JOIN_NEXT = 2,   ///< joined to the next until setJoinNext(false)
+    ZEL_TYPEX_TOKEN_PATH = 4,  ///< in messages its path ends in the token, not the label
+    ZEL_TYPEX_MINI_MENU = 5,   ///< its menu is small; "menumini" in scripts
     ZEL_TYPEX_NODE_PATH = 17,  ///< a text that is a node path
     ZEL_TYPEX_NODE_PATHS = 18, ///< a text that is a list of node paths
     ZEL_TYPEX_JOINED_NODE = 24 ///< joined to the next

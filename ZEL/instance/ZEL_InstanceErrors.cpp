@@ -22,8 +22,6 @@
 
 namespace
 {
-constexpr ZEL_TypeExtended thePathByToken = ZEL_TypeExtended(4);
-
 struct ReportRule
 {
     ZEL_ErrorCode code;
@@ -48,7 +46,7 @@ void ZEL_Instance::getFullParmPath(KIT_WorkBuffer &path) const
     if (const ZEL_ParmOwner *owner = getParmOwner()) {
         owner->getFullPath(path);
     }
-    const char *label = getTypeExtended() != thePathByToken ? getLabel() : nullptr;
+    const char *label = getTypeExtended() != ZEL_TYPEX_TOKEN_PATH ? getLabel() : nullptr;
     path.append(label ? ' ' : '/');
     path.append(label ? label : getToken());
 }

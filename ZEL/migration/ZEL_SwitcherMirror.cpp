@@ -22,7 +22,7 @@ const char *targetToken(const ZEL_Parm &parm)
         return nullptr;
     }
     const ZEL_SpareData *spare = parm.getSparePtr();
-    return spare ? spare->getValue(KIT_StringRef("orvane::switcher")) : nullptr;
+    return spare ? spare->getValue(ZEL_SpareData::getSwitcherBaseToken()) : nullptr;
 }
 
 std::string expressionOf(const ZEL_Parm &parm, double time)

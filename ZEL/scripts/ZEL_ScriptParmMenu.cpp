@@ -12,8 +12,6 @@
 namespace
 {
 
-constexpr ZEL_TypeExtended theMiniMenu = ZEL_TypeExtended(5);
-
 // "Expecing" is kept: tools that read the messages look for the text.
 constexpr const char *theMenuEndError = "Expecing close brace for menu";
 
@@ -86,7 +84,7 @@ bool ZEL_ScriptParm::parseMenuWord(DS_Stream &stream, int kind)
 {
     myMenuType = ZEL_CHOICELIST_EXCLUSIVE;
     if (kind == MENU_MINI) {
-        myTypeExtended = theMiniMenu;
+        myTypeExtended = ZEL_TYPEX_MINI_MENU;
     } else if (kind == MENU_JOIN) {
         myTypeExtended = ZEL_TYPEX_JOINED_NODE;
     }

@@ -96,9 +96,8 @@ std::int64_t ZEL_Ordinal::constrained(std::int64_t value) const
         }
         return result;
     }
-    constexpr int exclusiveBit = 0x1000;
     const ZEL_ChoiceList *list = getChoiceListPtr();
-    if (!list || (list->getType() & exclusiveBit) == 0 || usesTokenValue()) {
+    if (!list || (list->getType() & ZEL_CHOICELIST_EXCLUSIVE_BIT) == 0 || usesTokenValue()) {
         return value;
     }
     // A menu without an entry has nothing to offer in the place of the value.
@@ -303,7 +302,9 @@ void ZEL_Ordinal::hardenChanges(double time, int index, bool force, const char *
 bool ZEL_Ordinal::groupDefault(std::int64_t &value) const
 {
     const ZEL_SpareData *spare = getTemplatePtr()->getSparePtr();
-    const char *text = isSwitcherList() && spare ? spare->getValue("group_default") : nullptr;
+    const char *text = isSwitcherList() && spare
+                           ? spare->getValue(ZEL_SpareData::getGroupDefaultToken())
+                           : nullptr;
     if (text) {
         value = BASparseInteger(text);
     }

@@ -119,9 +119,9 @@ int ZEL_String::getExpandFlags() const
             ZEL_Type::ZEL_StringType(ZEL_Type::ZEL_STR_CMD | ZEL_Type::ZEL_STR_PATH))) {
         return theBoth | TRK_EXPAND_HOME;
     }
-    static const KIT_StringHolder theEditorLanguage("editorlang");
+    static const KIT_StringHolder theToken(ZEL_SpareData::getEditorLanguageToken());
     const ZEL_SpareData *spare = getTemplatePtr()->getSparePtr();
-    const char *language = spare ? spare->getValue(theEditorLanguage) : nullptr;
+    const char *language = spare ? spare->getValue(theToken) : nullptr;
     const bool shaderCode = language && ::strcasecmp(language, "ksl") == 0;
     return shaderCode ? theBoth | TRK_EXPAND_CODE : theBoth;
 }

@@ -174,7 +174,7 @@ TEST(Instances, ReportsCarryThePath)
     EXPECT_EQ(pathOf(p), "/obj/box size");
     rig.description.name.setLabel("Size of it");
     EXPECT_EQ(pathOf(p), "/obj/box Size of it");
-    rig.templates[0].setTypeExtended(ZEL_TypeExtended(4));
+    rig.templates[0].setTypeExtended(ZEL_TYPEX_TOKEN_PATH);
     EXPECT_EQ(pathOf(p), "/obj/box/size");
 
     struct Case

@@ -149,9 +149,9 @@ ZELT_Json rangeJson(const ZEL_Range *range)
 
 const char *menuMode(const ZEL_ChoiceList &menu)
 {
-    return (menu.getType() & ZEL_CHOICELIST_TOGGLE) != 0 ? "toggle"
-           : (menu.getType() & 0x1000) != 0              ? "exclusive"
-                                                         : "replace";
+    return (menu.getType() & ZEL_CHOICELIST_TOGGLE) != 0          ? "toggle"
+           : (menu.getType() & ZEL_CHOICELIST_EXCLUSIVE_BIT) != 0 ? "exclusive"
+                                                                  : "replace";
 }
 
 const ZEL_ChoiceList *shownMenu(const ZEL_Template &description)
