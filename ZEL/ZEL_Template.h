@@ -38,6 +38,7 @@
 class KIT_String;
 class ZEL_ChoiceList;
 class ZEL_SpareData;
+struct ZEL_TemplateSpec;
 
 /// What kind of multi-parameter a template is. Stored: append only.
 enum ZEL_MultiType : uint32_t
@@ -397,6 +398,9 @@ private:
     uint32_t computeAutoSelectField() const;
     uint32_t readMask(const char *bits, uint32_t without) const;
 
+    friend struct ZEL_TemplateSpec;
+    void become(const ZEL_TemplateSpec &spec);
+    void becomeMulti(const ZEL_TemplateSpec &spec);
     const KIT_StringHolder *buildChannelNames(bool decoded) const;
     ZEL_Default *makeOverride(int index);
     void setFlag(const ZEL_Type &flag, bool on);

@@ -11,6 +11,7 @@
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
+#include <ZEL/templates/ZEL_TemplateSpecPrivate.h>
 
 #include <algorithm>
 #include <limits>
@@ -304,22 +305,35 @@ void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL
     const ZEL_ConditionalBase *conditional = child.getConditionalBasePtr();
     myChildConditionals.emplace_back(conditional ? conditional->instance(numbers) : nullptr);
     myDefaultStringFirst.push_back(std::uint32_t(myDefaultStrings.size()));
+    ZEL_TemplateSpec spec;
+    spec.exportLevel = child.exportLevel();
+    spec.name = name;
+    spec.defaults = child.getFactoryDefaults();
+    spec.range = child.getRangePtr();
+    spec.callback = child.getCallback();
+    spec.spare = child.getSparePtr();
+    spec.help = child.getHelpText();
+    spec.conditional = myChildConditionals.back().get();
     if (child.isMultiType()) {
         // The block inside stays as it is until that multi-parameter makes items of its own.
         myChildDefaults.emplace_back();
-        made.initMulti(child.getMultiType(), child.getMultiParmTemplate(), child.exportLevel(),
-                       child.getMultiSize(), name, child.getFactoryDefaults(), child.getRangePtr(),
-                       child.getSparePtr(), child.getHelpText(), myChildConditionals.back().get(),
-                       child.getCallback());
+        spec.multiType = child.getMultiType();
+        spec.items = child.getMultiParmTemplate();
+        spec.multiSize = child.getMultiSize();
+        spec.makeMulti(made);
     } else {
         myChildDefaults.push_back(instanceDefaults(child, numbers));
         ZEL_Default *own = myChildDefaults.back().get();
+        if (own) {
+            spec.defaults = own;
+        }
+        spec.type = child.getType();
+        spec.extended = child.getTypeExtended();
+        spec.vectorSize = child.getVectorSize();
         // A toggle's answer is the menu that all toggles share if it has none of its own.
-        made.initialize(child.getType(), child.getTypeExtended(), child.exportLevel(),
-                        child.getVectorSize(), name, own ? own : child.getFactoryDefaults(),
-                        child.getChoiceListPtr(), child.getRangePtr(), child.getCallback(),
-                        child.getSparePtr(), child.getParmGroup(), child.getHelpText(),
-                        myChildConditionals.back().get());
+        spec.choices = child.getChoiceListPtr();
+        spec.parmGroup = child.getParmGroup();
+        spec.makeParm(made);
     }
     myDefaultStringEnd.push_back(std::uint32_t(myDefaultStrings.size()));
 }

@@ -4,6 +4,7 @@
 #include <ZEL/ZEL_ScriptGroup.h>
 #include <ZEL/ZEL_ScriptImports.h>
 #include <ZEL/ZEL_ScriptPage.h>
+#include <ZEL/templates/ZEL_TemplateSpecPrivate.h>
 
 namespace
 {
@@ -65,9 +66,15 @@ void ZEL_ScriptParm::fillGroup(ZEL_Template *target, int &index, ZEL_ScriptImpor
         myGroup->buildSizes();
     }
     ZEL_Template &whole = target[index];
-    whole.initialize(myType, ZEL_TYPEX_NONE, ZEL_Template::ZEL_EXPORT_0, myGroup->getPageCount(),
-                     &myName, myGroup->getDefaults(), nullptr, nullptr, getCallback(),
-                     mySpareData.get(), 1, nullptr, myGroup->getGroupConditional());
+    ZEL_TemplateSpec spec;
+    spec.type = myType;
+    spec.vectorSize = myGroup->getPageCount();
+    spec.name = &myName;
+    spec.defaults = myGroup->getDefaults();
+    spec.callback = getCallback();
+    spec.spare = mySpareData.get();
+    spec.conditional = myGroup->getGroupConditional();
+    spec.makeParm(whole);
     whole.setNoCook(getSpareDataOrEmpty(), true);
     if (myBaseParmFlag) {
         whole.setBaseParm(true);
@@ -82,9 +89,16 @@ void ZEL_ScriptParm::fillMulti(ZEL_Template &target, ZEL_ScriptImports *&imports
         myGroup->buildConditionals();
     }
     buildMultiParmTemplate(imports, depth);
-    target.initMulti(myGroup->getMultiType(), myMultiTemplate.get(), ZEL_Template::ZEL_EXPORT_0,
-                     1.0, &myName, defaultsOrNull(myDefaults), myRange.get(), mySpareData.get(),
-                     nullptr, myGroup->getGroupConditional(), getCallback());
+    ZEL_TemplateSpec spec;
+    spec.multiType = myGroup->getMultiType();
+    spec.items = myMultiTemplate.get();
+    spec.name = &myName;
+    spec.defaults = defaultsOrNull(myDefaults);
+    spec.range = myRange.get();
+    spec.callback = getCallback();
+    spec.spare = mySpareData.get();
+    spec.conditional = myGroup->getGroupConditional();
+    spec.makeMulti(target);
     target.setNoCook(getSpareDataOrEmpty(), true);
     if (myBaseParmFlag) {
         target.setBaseParm(true);
@@ -94,8 +108,11 @@ void ZEL_ScriptParm::fillMulti(ZEL_Template &target, ZEL_ScriptImports *&imports
 void ZEL_ScriptParm::fillBaseParm(ZEL_Template &target)
 {
     const ZEL_Type kept = myType & (ZEL_TYPE_INVISIBLE | ZEL_TYPE_JOIN_NEXT | ZEL_TYPE_LABEL_NONE);
-    target.initialize(ZEL_TYPE_BASEPARM | kept, ZEL_TYPEX_NONE, getExport(), 1, &myName, nullptr,
-                      nullptr, nullptr, ZEL_Callback(), nullptr, 1, nullptr, nullptr);
+    ZEL_TemplateSpec spec;
+    spec.type = ZEL_TYPE_BASEPARM | kept;
+    spec.exportLevel = getExport();
+    spec.name = &myName;
+    spec.makeParm(target);
 }
 
 void ZEL_ScriptParm::fillParm(ZEL_Template &target)
@@ -108,14 +125,24 @@ void ZEL_ScriptParm::fillParm(ZEL_Template &target)
         myType |= ZEL_TYPE_CHANNEL;
     }
     const bool rampFlag = (myMultiType & (ZEL_MULTITYPE_RAMP_FLT | ZEL_MULTITYPE_RAMP_RGB)) != 0;
+    ZEL_TemplateSpec spec;
+    spec.exportLevel = getExport();
+    spec.name = &myName;
+    spec.defaults = defaultsOrNull(myDefaults);
+    spec.range = myRange.get();
+    spec.callback = getCallback();
+    spec.spare = mySpareData.get();
+    spec.help = myHelpText;
+    spec.conditional = &myConditionals;
     if (rampFlag) {
-        target.initMulti(myMultiType, nullptr, getExport(), 1.0, &myName,
-                         defaultsOrNull(myDefaults), myRange.get(), mySpareData.get(), myHelpText,
-                         &myConditionals, getCallback());
+        spec.multiType = myMultiType;
+        spec.makeMulti(target);
     } else {
-        target.initialize(myType, myTypeExtended, getExport(), mySize, &myName,
-                          defaultsOrNull(myDefaults), myMenu.get(), myRange.get(), getCallback(),
-                          mySpareData.get(), 1, myHelpText, &myConditionals);
+        spec.type = myType;
+        spec.extended = myTypeExtended;
+        spec.vectorSize = mySize;
+        spec.choices = myMenu.get();
+        spec.makeParm(target);
     }
     target.setNoCook(spare, true);
 }

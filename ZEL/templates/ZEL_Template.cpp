@@ -7,6 +7,7 @@
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/menus/ZEL_FileHistoryMenuPrivate.h>
 #include <ZEL/templates/ZEL_TemplatePrivate.h>
+#include <ZEL/templates/ZEL_TemplateSpecPrivate.h>
 
 #include <algorithm>
 #include <cstring>
@@ -73,28 +74,25 @@ ZEL_Template::ZEL_Template(const ZEL_Type &type, int vectorSize, ZEL_Name *name,
                            ZEL_Default *defaults, ZEL_ChoiceList *choices, ZEL_Range *range,
                            ZEL_Callback callback, ZEL_SpareData *spare, int parmGroup,
                            const char *help, ZEL_ConditionalBase *conditional)
-{
-    initialize(type, ZEL_TYPEX_NONE, ZEL_EXPORT_0, vectorSize, name, defaults, choices, range,
-               callback, spare, parmGroup, help, conditional);
-}
+    : ZEL_Template(type, ZEL_TYPEX_NONE, ZEL_EXPORT_0, vectorSize, name, defaults, choices, range,
+                   callback, spare, parmGroup, help, conditional)
+{}
 
 ZEL_Template::ZEL_Template(const ZEL_Type &type, ZEL_Export exportLevel, int vectorSize,
                            ZEL_Name *name, ZEL_Default *defaults, ZEL_ChoiceList *choices,
                            ZEL_Range *range, ZEL_Callback callback, ZEL_SpareData *spare,
                            int parmGroup, const char *help, ZEL_ConditionalBase *conditional)
-{
-    initialize(type, ZEL_TYPEX_NONE, exportLevel, vectorSize, name, defaults, choices, range,
-               callback, spare, parmGroup, help, conditional);
-}
+    : ZEL_Template(type, ZEL_TYPEX_NONE, exportLevel, vectorSize, name, defaults, choices, range,
+                   callback, spare, parmGroup, help, conditional)
+{}
 
 ZEL_Template::ZEL_Template(const ZEL_Type &type, ZEL_TypeExtended extended, int vectorSize,
                            ZEL_Name *name, ZEL_Default *defaults, ZEL_ChoiceList *choices,
                            ZEL_Range *range, ZEL_Callback callback, ZEL_SpareData *spare,
                            int parmGroup, const char *help, ZEL_ConditionalBase *conditional)
-{
-    initialize(type, extended, ZEL_EXPORT_0, vectorSize, name, defaults, choices, range, callback,
-               spare, parmGroup, help, conditional);
-}
+    : ZEL_Template(type, extended, ZEL_EXPORT_0, vectorSize, name, defaults, choices, range,
+                   callback, spare, parmGroup, help, conditional)
+{}
 
 ZEL_Template::ZEL_Template(const ZEL_Type &type, ZEL_TypeExtended extended, ZEL_Export exportLevel,
                            int vectorSize, ZEL_Name *name, ZEL_Default *defaults,
@@ -110,10 +108,9 @@ ZEL_Template::ZEL_Template(ZEL_MultiType multiType, ZEL_Template *items, double 
                            ZEL_Name *name, ZEL_Default *defaults, ZEL_Range *range,
                            ZEL_SpareData *spare, const char *help, ZEL_ConditionalBase *conditional,
                            ZEL_Callback callback)
-{
-    initMulti(multiType, items, ZEL_EXPORT_0, multiSize, name, defaults, range, spare, help,
-              conditional, callback);
-}
+    : ZEL_Template(multiType, items, ZEL_EXPORT_0, multiSize, name, defaults, range, spare, help,
+                   conditional, callback)
+{}
 
 ZEL_Template::ZEL_Template(ZEL_MultiType multiType, ZEL_Template *items, ZEL_Export exportLevel,
                            double multiSize, ZEL_Name *name, ZEL_Default *defaults,
@@ -149,45 +146,21 @@ void ZEL_Template::initialize(const ZEL_Type &type, ZEL_TypeExtended extended,
                               ZEL_Callback callback, ZEL_SpareData *spare, int parmGroup,
                               const char *help, ZEL_ConditionalBase *conditional)
 {
-    dropChannelTokens();
-    dropOverrides();
-    dropRampTemplates();
-    if (choices != myChoiceList) {
-        dropOwnedChoiceList();
-    }
-
-    myType = type;
-    myMultiType = ZEL_MULTITYPE_NONE;
-    if (type.hasAnyOf(ZEL_TYPE_INVISIBLE)) {
-        myMultiType = myMultiType | ZEL_MULTITYPE_INVISIBLE;
-    }
-    const bool joinedFlag = type.hasInterfaceType(ZEL_Type::ZEL_INTERFACE_JOIN_EXT);
-    myTypeExtended = joinedFlag ? ZEL_TYPEX_JOINED : extended;
-    myExportLevel = exportLevel;
-    myVectorSize = type.hasAllOf(ZEL_SEPARATOR) ? 0 : std::max(vectorSize, 0);
-    setNamePtr(name);
-    myFactoryDefaults = defaults;
-    myChoiceList = choices;
-    myRange = range;
-    myCallback = callback;
-    mySpare = spare;
-    myConditional = conditional;
-    myHelpText = KIT_StringHolder(help);
-
-    const bool idleFlag = type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOREFRESH) ||
-                          type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOCOOK);
-    myParmGroup = type.isSwitcher() && idleFlag ? uint8_t(0) : static_cast<uint8_t>(parmGroup);
-
-    myMultiParmTemplate = nullptr;
-    myMultiSize = 0.0;
-    BASstore(myAutoScopeField, unknownBit());
-    BASstore(myAutoSelectField, ~0u);
-
-    if (!choices && type.hasAllOf(ZEL_FILE)) {
-        myChoiceList = new ZEL_ChoiceList(ZEL_CHOICELIST_REPLACE,
-                                          ZELgetFileHistoryGenerator(type.getPathType()));
-        myOwnsChoiceListFlag = true;
-    }
+    ZEL_TemplateSpec spec;
+    spec.type = type;
+    spec.extended = extended;
+    spec.exportLevel = exportLevel;
+    spec.vectorSize = vectorSize;
+    spec.name = name;
+    spec.defaults = defaults;
+    spec.choices = choices;
+    spec.range = range;
+    spec.callback = callback;
+    spec.spare = spare;
+    spec.parmGroup = parmGroup;
+    spec.help = help;
+    spec.conditional = conditional;
+    become(spec);
 }
 
 void ZEL_Template::initMulti(ZEL_MultiType multiType, ZEL_Template *items, ZEL_Export exportLevel,
@@ -195,41 +168,103 @@ void ZEL_Template::initMulti(ZEL_MultiType multiType, ZEL_Template *items, ZEL_E
                              ZEL_Range *range, ZEL_SpareData *spare, const char *help,
                              ZEL_ConditionalBase *conditional, ZEL_Callback callback)
 {
+    ZEL_TemplateSpec spec;
+    spec.multiType = multiType;
+    spec.items = items;
+    spec.exportLevel = exportLevel;
+    spec.multiSize = multiSize;
+    spec.name = name;
+    spec.defaults = defaults;
+    spec.range = range;
+    spec.spare = spare;
+    spec.help = help;
+    spec.conditional = conditional;
+    spec.callback = callback;
+    becomeMulti(spec);
+}
+
+void ZEL_Template::become(const ZEL_TemplateSpec &spec)
+{
+    dropChannelTokens();
+    dropOverrides();
+    dropRampTemplates();
+    if (spec.choices != myChoiceList) {
+        dropOwnedChoiceList();
+    }
+
+    myType = spec.type;
+    myMultiType = ZEL_MULTITYPE_NONE;
+    if (spec.type.hasAnyOf(ZEL_TYPE_INVISIBLE)) {
+        myMultiType = myMultiType | ZEL_MULTITYPE_INVISIBLE;
+    }
+    const bool joinedFlag = spec.type.hasInterfaceType(ZEL_Type::ZEL_INTERFACE_JOIN_EXT);
+    myTypeExtended = joinedFlag ? ZEL_TYPEX_JOINED : spec.extended;
+    myExportLevel = spec.exportLevel;
+    myVectorSize = spec.type.hasAllOf(ZEL_SEPARATOR) ? 0 : std::max(spec.vectorSize, 0);
+    setNamePtr(spec.name);
+    myFactoryDefaults = spec.defaults;
+    myChoiceList = spec.choices;
+    myRange = spec.range;
+    myCallback = spec.callback;
+    mySpare = spec.spare;
+    myConditional = spec.conditional;
+    myHelpText = KIT_StringHolder(spec.help);
+
+    const bool idleFlag = spec.type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOREFRESH) ||
+                          spec.type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOCOOK);
+    myParmGroup =
+        spec.type.isSwitcher() && idleFlag ? uint8_t(0) : static_cast<uint8_t>(spec.parmGroup);
+
+    myMultiParmTemplate = nullptr;
+    myMultiSize = 0.0;
+    BASstore(myAutoScopeField, unknownBit());
+    BASstore(myAutoSelectField, ~0u);
+
+    if (!spec.choices && spec.type.hasAllOf(ZEL_FILE)) {
+        myChoiceList = new ZEL_ChoiceList(ZEL_CHOICELIST_REPLACE,
+                                          ZELgetFileHistoryGenerator(spec.type.getPathType()));
+        myOwnsChoiceListFlag = true;
+    }
+}
+
+void ZEL_Template::becomeMulti(const ZEL_TemplateSpec &spec)
+{
     dropChannelTokens();
     dropOverrides();
     dropOwnedChoiceList();
-    setNamePtr(name);
+    setNamePtr(spec.name);
 
+    ZEL_Template *items = spec.items;
     // The items may be those that this template held as a ramp: build before dropping.
     const ZEL_MultiType rampBits = ZEL_MULTITYPE_RAMP_FLT | ZEL_MULTITYPE_RAMP_RGB;
-    const bool rampFlag = (multiType & rampBits) != 0;
+    const bool rampFlag = (spec.multiType & rampBits) != 0;
     if (rampFlag) {
-        items = ZELcreateRampTemplate(getToken(), multiType, spare, callback, items);
+        items = ZELcreateRampTemplate(getToken(), spec.multiType, spec.spare, spec.callback, items);
     } else if (isRampType() && items == myMultiParmTemplate) {
         // They go with the ramp, and no other kind owns items.
         items = nullptr;
     }
     dropRampTemplates();
 
-    myMultiType = multiType;
+    myMultiType = spec.multiType;
     myTypeExtended = ZEL_TYPEX_NONE;
-    myExportLevel = exportLevel;
+    myExportLevel = spec.exportLevel;
     myType = ZEL_INT_E;
-    if (multiType & ZEL_MULTITYPE_INVISIBLE) {
+    if (spec.multiType & ZEL_MULTITYPE_INVISIBLE) {
         myType |= ZEL_TYPE_INVISIBLE;
     }
-    myFactoryDefaults = defaults;
-    myRange = rampFlag && !range ? rampRange() : range;
-    mySpare = spare;
-    myCallback = callback;
+    myFactoryDefaults = spec.defaults;
+    myRange = rampFlag && !spec.range ? rampRange() : spec.range;
+    mySpare = spec.spare;
+    myCallback = spec.callback;
     myMultiParmTemplate = items;
-    myMultiSize = multiSize > 1.0 ? multiSize : 1.0;
+    myMultiSize = spec.multiSize > 1.0 ? spec.multiSize : 1.0;
     myParmGroup = 0;
     myVectorSize = 1;
     BASstore(myAutoScopeField, 0u);
     BASstore(myAutoSelectField, ~0u);
-    myHelpText = KIT_StringHolder(help);
-    myConditional = conditional;
+    myHelpText = KIT_StringHolder(spec.help);
+    myConditional = spec.conditional;
 }
 
 void ZEL_Template::assign(const ZEL_Template &source, int vectorSize, ZEL_Default *defaults)
