@@ -438,6 +438,7 @@ private:
     void removeReplacedParm(const ZEL_Parm *parm, int index);
 
     struct Adoption;
+    class ItemParms;
     bool adoptFromOldList(ZEL_Parm &parm);
     void copyParms(const ZEL_ParmList &source);
     void settleCopies(const ZEL_ParmList &source);

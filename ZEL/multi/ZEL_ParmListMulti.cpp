@@ -96,45 +96,77 @@ void ZEL_ParmList::reserveParms(std::int64_t parms, std::int64_t components)
     myInstanceChannels.reserve(entries(myInstanceChannels, components));
 }
 
-void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templates, int count,
-                                    bool spare, const KIT_ValArray<int> &instances,
-                                    KIT_ValArray<ZEL_Parm *> &created)
+/// The parameters of one item on their way into the list, a description each.
+class ZEL_ParmList::ItemParms
 {
-    if (myParms.size() + count > myParms.capacity()) {
-        myParms.setCapacity(std::max(myParms.size() + count, KITbumpAlloc(myParms.capacity())));
+public:
+    ItemParms(ZEL_ParmList &list, const ZEL_Multi &multi, ZEL_Template *templates, int count,
+              bool spare)
+        : myList(list), myMulti(multi), myTemplates(templates),
+          myEntries(std::size_t(std::max(count, 0))), mySpareFlag(spare)
+    {}
+
+    void makeAll();
+    void placeAll(const KIT_ValArray<int> &instances);
+    void giveDefaults();
+    void appendNew(KIT_ValArray<ZEL_Parm *> &created) const;
+
+private:
+    struct Entry
+    {
+        ZEL_Parm *parm = nullptr; // null for a child that was left out
+        bool isNew = false;
+    };
+
+    ZEL_Parm *findPresent(std::size_t i) const;
+
+    ZEL_ParmList &myList;
+    const ZEL_Multi &myMulti;
+    ZEL_Template *myTemplates;
+    std::vector<Entry> myEntries;
+    std::uint32_t myExpectedChanges = 0;
+    bool mySpareFlag;
+};
+
+void ZEL_ParmList::ItemParms::makeAll()
+{
+    for (std::size_t i = 0; i < myEntries.size(); ++i) {
+        myEntries[i].parm = myList.createMultiInstanceParm(myTemplates[i], mySpareFlag, myMulti);
     }
-    // Each description's parameter, null for a child that was left out.
-    std::vector<ZEL_Parm *> parms(std::size_t(std::max(count, 0)), nullptr);
-    std::vector<bool> isNew(parms.size(), false);
-    // All are made before the first is appended: counting a use of a name waits for every store to
-    // new memory, here once an item and not once a child.
-    for (int i = 0; i < count; ++i) {
-        parms[std::size_t(i)] = createMultiInstanceParm(templates[i], spare, multi);
-    }
-    std::uint32_t expectedChanges = myAddRemoveCount;
-    for (int i = 0; i < count; ++i) {
-        ZEL_Parm *&parm = parms[std::size_t(i)];
-        bool added = false;
-        if (!parm || !placeMultiParm(*parm, multi, added)) {
-            delete parm;
-            parm = nullptr;
+}
+
+void ZEL_ParmList::ItemParms::placeAll(const KIT_ValArray<int> &instances)
+{
+    myExpectedChanges = myList.myAddRemoveCount;
+    for (Entry &entry : myEntries) {
+        bool isNew = false;
+        if (!entry.parm || !myList.placeMultiParm(*entry.parm, myMulti, isNew)) {
+            delete entry.parm;
+            entry.parm = nullptr;
             continue;
         }
-        isNew[std::size_t(i)] = added;
-        ++expectedChanges;
-        if (ZEL_Multi *nested = asMulti(parm)) {
+        entry.isNew = isNew;
+        ++myExpectedChanges;
+        if (ZEL_Multi *nested = entry.parm->asMulti()) {
             nested->setInstanceIndex(instances);
         }
     }
-    // A later child, or an item that one of them makes of its own, may have replaced a parameter by
-    // now: once anything else came or went, each is found anew.
-    const auto present = [&](int i) {
-        ZEL_Parm *parm = parms[std::size_t(i)];
-        return parm && myAddRemoveCount != expectedChanges ? findDescribed(*this, templates[i])
-                                                           : parm;
-    };
-    for (int i = 0; i < count; ++i) {
-        ZEL_Parm *parm = present(i);
+}
+
+/// A later child, or an item that one of them makes of its own, may have replaced a parameter by
+/// now: once anything else came or went, each is found anew.
+ZEL_Parm *ZEL_ParmList::ItemParms::findPresent(std::size_t i) const
+{
+    ZEL_Parm *parm = myEntries[i].parm;
+    return parm && myList.myAddRemoveCount != myExpectedChanges
+               ? findDescribed(myList, myTemplates[i])
+               : parm;
+}
+
+void ZEL_ParmList::ItemParms::giveDefaults()
+{
+    for (std::size_t i = 0; i < myEntries.size(); ++i) {
+        ZEL_Parm *parm = findPresent(i);
         if (!parm) {
             continue;
         }
@@ -142,16 +174,36 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
             constexpr bool deleteChannels = false;
             parm->getInstance()->revertToDefaults(deleteChannels);
         }
-        if (spare) {
+        if (mySpareFlag) {
             parm->reloadChannelPtrs();
         }
     }
-    for (int i = 0; i < count; ++i) {
-        ZEL_Parm *parm = isNew[std::size_t(i)] ? present(i) : nullptr;
+}
+
+void ZEL_ParmList::ItemParms::appendNew(KIT_ValArray<ZEL_Parm *> &created) const
+{
+    for (std::size_t i = 0; i < myEntries.size(); ++i) {
+        ZEL_Parm *parm = myEntries[i].isNew ? findPresent(i) : nullptr;
         if (parm) {
             created.append(parm);
         }
     }
+}
+
+void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templates, int count,
+                                    bool spare, const KIT_ValArray<int> &instances,
+                                    KIT_ValArray<ZEL_Parm *> &created)
+{
+    if (myParms.size() + count > myParms.capacity()) {
+        myParms.setCapacity(std::max(myParms.size() + count, KITbumpAlloc(myParms.capacity())));
+    }
+    ItemParms parms(*this, multi, templates, count, spare);
+    // All are made before the first is appended: counting a use of a name waits for every store to
+    // new memory, here once an item and not once a child.
+    parms.makeAll();
+    parms.placeAll(instances);
+    parms.giveDefaults();
+    parms.appendNew(created);
     ++myAddRemoveCount;
 }
 
