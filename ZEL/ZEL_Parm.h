@@ -880,6 +880,7 @@ private:
     bool copyChannel(int index, const TRK_Channel &channel);
     bool acceptsChange(double time, int index) const;
     void notify(TRK_CHANGE_TYPE type) const;
+    void announceValue(int index);
     void loadedFromStream();
     void joinAliases(KIT_WorkBuffer &out) const;
 

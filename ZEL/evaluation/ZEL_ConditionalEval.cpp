@@ -86,9 +86,8 @@ bool compareTexts(const KIT_String &value, const KIT_String &right, ZEL_Conditio
 
 bool compare(const KIT_String &value, const KIT_String &right, ZEL_ConditionalOperator op)
 {
-    return value.isFloat(false, false) && right.isFloat(false, false)
-               ? compareNumbers(value.toFloat(), right.toFloat(), op)
-               : compareTexts(value, right, op);
+    return value.isFloat() && right.isFloat() ? compareNumbers(value.toFloat(), right.toFloat(), op)
+                                              : compareTexts(value, right, op);
 }
 
 const ZEL_Parm *findControl(const ZEL_ParmList &list, const KIT_StringRef &name, int &component)

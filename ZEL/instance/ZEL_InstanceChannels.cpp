@@ -380,7 +380,9 @@ void ZEL_Instance::loadTokenAsChannelNameOrExpression(const char *token, int ind
             return;
         }
     }
-    setExpression(commandTime(), token, getCollectionLanguage(), index, true, false);
+    constexpr bool evaluate = true;
+    constexpr bool deleteChannel = false;
+    setExpression(commandTime(), token, getCollectionLanguage(), index, evaluate, deleteChannel);
 }
 
 bool ZEL_Instance::isChannelToken(const KIT_String &token, int index) const

@@ -17,6 +17,11 @@ ZEL_Parm::Settings ZEL_Parm::theSettings;
 namespace
 {
 
+constexpr int theAllComponents = -1;
+// For privateValueChanged.
+constexpr bool theSendEvent = true;
+constexpr bool theKeepMulti = false;
+
 ZEL_Instance *makeInstance(ZEL_Template *templatePtr, ZEL_Parm *parm)
 {
     if (!templatePtr) {
@@ -113,6 +118,13 @@ void ZEL_Parm::privateValueChanged(int index, bool sendEvent, bool updateMulti)
     } else {
         sendValueChanged(index, sendEvent);
     }
+}
+
+/// What every set ends in.
+void ZEL_Parm::announceValue(int index)
+{
+    constexpr bool updateMulti = true;
+    privateValueChanged(index, theSendEvent, updateMulti);
 }
 
 void ZEL_Parm::sendValueChanged(int index, bool sendEvent)
@@ -227,7 +239,7 @@ void ZEL_Parm::clearAndDestroyChannels(bool sendEvent)
     }
     myInstance->clearAndDestroyChannels();
     if (sendEvent) {
-        privateValueChanged(-1, true, false);
+        privateValueChanged(theAllComponents, theSendEvent, theKeepMulti);
     }
 }
 
@@ -280,7 +292,7 @@ void ZEL_Parm::insertMultiParmItem(int item, bool notify)
         myInstance->insertMultiParmItem(item);
     }
     if (notify) {
-        privateValueChanged(-1, true, true);
+        announceValue(theAllComponents);
     }
 }
 
@@ -290,7 +302,7 @@ void ZEL_Parm::removeMultiParmItem(int item, bool notify)
         myInstance->removeMultiParmItem(item);
     }
     if (notify) {
-        privateValueChanged(-1, true, true);
+        announceValue(theAllComponents);
     }
 }
 
@@ -342,8 +354,8 @@ bool ZEL_Parm::load(KIT_IStream &is)
 void ZEL_Parm::loadedFromStream()
 {
     // Unlike with other changes, a button's components do go dirty here.
-    myInstance->setDirtyFlags(-1);
-    privateValueChanged(-1, true, false);
+    myInstance->setDirtyFlags(theAllComponents);
+    privateValueChanged(theAllComponents, theSendEvent, theKeepMulti);
 }
 
 void ZEL_Parm::saveCommand(std::ostream &os, int values, int index) const

@@ -22,7 +22,7 @@ ZEL_ParmList::ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection,
                            const KIT_StringRef &sharedName, bool deleteChannels, bool buildDefaults)
     : myCollection(collection), myOwner(owner), myPresetInfo(presetInfo), myChannelSource(*this)
 {
-    const int count = ZEL_Template::countTemplates(templates, false, false, false);
+    const int count = ZEL_Template::countTemplates(templates);
     myParms.setCapacity(count);
     mySharedInfo = ZEL_OpSharedInfo::get(sharedName, templates, count);
     becomeValueSource();

@@ -107,7 +107,7 @@ void ZEL_Parm::setChannelReference(double time, int index, const char *path,
         channel->changeExpression(time, reference, language, true);
     }
     if (propagate) {
-        privateValueChanged(index, true, true);
+        announceValue(index);
     }
 }
 

@@ -8,6 +8,13 @@
 
 #include <algorithm>
 
+namespace
+{
+
+constexpr int theAllComponents = -1;
+
+} // namespace
+
 // ---------------------------------------------------------------------- //
 // Values out
 // ---------------------------------------------------------------------- //
@@ -94,7 +101,7 @@ bool ZEL_Parm::applyValue(double time, const T &value, bool replaceExpression, i
     myInstance->setValue(time, value, replaceExpression, index, getAddKeyValue(addKey),
                          ZEL_KEYSET_PREFERENCE);
     if (propagate) {
-        privateValueChanged(index, true, true);
+        announceValue(index);
     }
     return true;
 }
@@ -132,7 +139,7 @@ bool ZEL_Parm::setValue(double time, const char *text, TRK_StringMeaning meaning
     myInstance->setValue(time, text, meaning, replaceExpression, index, getAddKeyValue(addKey),
                          ZEL_KEYSET_PREFERENCE);
     if (propagate) {
-        privateValueChanged(index, true, true);
+        announceValue(index);
     }
     return true;
 }
@@ -159,7 +166,7 @@ bool ZEL_Parm::applyValues(double time, const T *values, bool replaceExpression,
         }
     }
     if (propagate) {
-        privateValueChanged(-1, true, true);
+        announceValue(theAllComponents);
     }
     return changed;
 }
@@ -184,7 +191,7 @@ bool ZEL_Parm::setExpression(double time, const char *text, TRK_ExprLanguage lan
     }
     myInstance->setExpression(time, text, language, index, evaluate, deleteChannel);
     if (propagate) {
-        privateValueChanged(index, true, true);
+        announceValue(index);
     }
     return true;
 }
@@ -207,7 +214,7 @@ void ZEL_Parm::revertToDefault(double time, int index, bool propagate)
         myInstance->setValueToDefault(time, index, getAddKeyValue(ZEL_ADDKEY_PENDING));
     }
     if (propagate) {
-        privateValueChanged(index, true, true);
+        announceValue(index);
     }
 }
 
@@ -271,7 +278,10 @@ void ZEL_Parm::copyParm(const ZEL_Parm &source)
     }
     const int size = std::min(getVectorSize(), source.getVectorSize());
     for (int i = 0; i < size; ++i) {
-        copyValue(0.0, i, source, i, false, false, false, ZEL_ADDKEY_PENDING,
+        constexpr bool replaceExpression = false;
+        constexpr bool propagate = false;
+        constexpr bool copyChannels = false;
+        copyValue(0.0, i, source, i, replaceExpression, propagate, copyChannels, ZEL_ADDKEY_PENDING,
                   ZEL_KEYSET_PREFERENCE);
     }
 }
@@ -312,7 +322,7 @@ void ZEL_Parm::copyValue(double time, int index, const ZEL_Parm &source, int sou
         myParmList->setChannelAlias(this, index, alias);
     }
     if (propagate) {
-        privateValueChanged(index, true, true);
+        announceValue(index);
     }
 }
 

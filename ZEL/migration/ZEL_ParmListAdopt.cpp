@@ -78,7 +78,7 @@ ZEL_ParmList::ZEL_ParmList(ZEL_ParmList &source, ZEL_Template *templates, ZEL_Pa
       myAssetPermissionMask(source.myAssetPermissionMask), myCollection(source.myCollection),
       myOwner(owner), myPresetInfo(presetInfo), myChannelSource(*this)
 {
-    const int count = ZEL_Template::countTemplates(templates, false, false, false);
+    const int count = ZEL_Template::countTemplates(templates);
     mySharedInfo = ZEL_OpSharedInfo::get(sharedName, templates, count);
     becomeValueSource();
 

@@ -54,6 +54,15 @@ void replaceByCount(KIT_String &value, int count)
 void replaceByCount(std::shared_ptr<const ZEL_DataItem> &, int) {}
 void replaceByCount(KIT_JSONValueMap &, int) {}
 
+/// The block's rows as an interface shows them: folders as one, joined ones with their neighbour.
+int countShown(const ZEL_Template *block)
+{
+    constexpr bool skipSwitcherMembers = true;
+    constexpr bool skipJoined = true;
+    constexpr bool skipJoinNext = true;
+    return ZEL_Template::countTemplates(block, skipSwitcherMembers, skipJoined, skipJoinNext);
+}
+
 } // namespace
 
 // -------------------------------------------------------------------------- //
@@ -61,10 +70,9 @@ void replaceByCount(KIT_JSONValueMap &, int) {}
 // -------------------------------------------------------------------------- //
 
 ZEL_Multi::ZEL_Multi(ZEL_Template *templatePtr, ZEL_Parm *parm)
-    : ZEL_Float(templatePtr, parm), myInstancesPerItem(ZEL_Template::countTemplates(
-                                        templatePtr->getMultiParmTemplate(), false, false, false)),
-      myTemplateCount(
-          ZEL_Template::countTemplates(templatePtr->getMultiParmTemplate(), true, true, true))
+    : ZEL_Float(templatePtr, parm),
+      myInstancesPerItem(ZEL_Template::countTemplates(templatePtr->getMultiParmTemplate())),
+      myTemplateCount(countShown(templatePtr->getMultiParmTemplate()))
 {}
 
 ZEL_Multi::ZEL_Multi(const ZEL_Multi &source, ZEL_Parm *parm)

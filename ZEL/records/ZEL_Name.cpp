@@ -5,6 +5,15 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_InstanceString.h>
 
+namespace
+{
+
+constexpr bool theFillToken = true;
+constexpr bool theKeepToken = false;
+constexpr bool theNoRepeat = false;
+
+} // namespace
+
 void ZEL_Name::getToken(KIT_String &token) const
 {
     token = myToken;
@@ -30,11 +39,11 @@ void ZEL_Name::instance(const int *indices, int count)
 {
     KIT_WorkBuffer text;
     if (!myToken.isNull()) {
-        ZELinstanceString(text, myToken, indices, count, true, false);
+        ZELinstanceString(text, myToken, indices, count, theFillToken, theNoRepeat);
         myToken = KIT_StringHolder(text.buffer(), text.length());
     }
     if (!myLabel.isNull()) {
-        ZELinstanceString(text, myLabel, indices, count, false, false);
+        ZELinstanceString(text, myLabel, indices, count, theKeepToken, theNoRepeat);
         myLabel = KIT_StringHolder(text.buffer(), text.length());
     }
 }
@@ -47,25 +56,25 @@ void ZEL_Name::instance(const KIT_ValArray<int> &indices)
 void ZEL_Name::instanceToken(KIT_String &out, const KIT_StringRef &token, const int *indices,
                              int count)
 {
-    ZELinstanceString(out, token, indices, count, true, false);
+    ZELinstanceString(out, token, indices, count, theFillToken, theNoRepeat);
 }
 
 void ZEL_Name::instanceToken(KIT_String &out, const KIT_StringRef &token,
                              const KIT_ValArray<int> &indices)
 {
-    ZELinstanceString(out, token, indices, true, false);
+    ZELinstanceString(out, token, indices, theFillToken, theNoRepeat);
 }
 
 void ZEL_Name::instanceToken(KIT_WorkBuffer &out, const KIT_StringRef &token, const int *indices,
                              int count)
 {
-    ZELinstanceString(out, token, indices, count, true, false);
+    ZELinstanceString(out, token, indices, count, theFillToken, theNoRepeat);
 }
 
 void ZEL_Name::instanceToken(KIT_WorkBuffer &out, const KIT_StringRef &token,
                              const KIT_ValArray<int> &indices)
 {
-    ZELinstanceString(out, token, indices, true, false);
+    ZELinstanceString(out, token, indices, theFillToken, theNoRepeat);
 }
 
 int64_t ZEL_Name::getMemoryUsage(bool inclusive) const

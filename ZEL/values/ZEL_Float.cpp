@@ -35,7 +35,7 @@ void digitsOf(double value, KIT_String &text)
 
 bool isNumberText(const KIT_String &text)
 {
-    return text.isFloat(false, false, false);
+    return text.isFloat();
 }
 
 } // namespace
@@ -315,7 +315,9 @@ void ZEL_Float::setChannelValue(TRK_Channel *channel, double time, double value,
     }
     const TRK_Manager &manager = TRK_Manager::getContext();
     const bool keysTuples = manager.getCommitPreference() && manager.getTupleKeying();
-    channel->setKeyValue(value, time, true, commitFlag(keySet), false);
+    constexpr bool notify = true;
+    constexpr bool keyOnly = false;
+    channel->setKeyValue(value, time, notify, commitFlag(keySet), keyOnly);
     if (const TRK_Collection *collection = getChannelGroupPtr()) {
         storeValue(index, collection->evaluate(channel, time, false, thread));
     }
@@ -352,7 +354,9 @@ void ZEL_Float::setValue(double time, const char *text, TRK_StringMeaning meanin
         setValue(time, BASparseFloat(text), replaceExpression, index, addKey, keySet);
         return;
     }
-    setExpression(time, text, expressionLanguage(meaning), index, true, false);
+    constexpr bool evaluate = true;
+    constexpr bool deleteChannel = false;
+    setExpression(time, text, expressionLanguage(meaning), index, evaluate, deleteChannel);
 }
 
 void ZEL_Float::setExpression(double time, const char *text, TRK_ExprLanguage language, int index,

@@ -51,7 +51,7 @@ void ZEL_Float::loadArgument(const char *argument, int index, HeldChannels &held
                              ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
 {
     const KIT_String text(argument);
-    if (!text.isFloat(false, false, false)) {
+    if (!text.isFloat()) {
         loadTokenAsChannelNameOrExpression(argument, index);
     } else if (asSet) {
         setValue(commandTime(), text.toFloat(), false, index, addKey, keySet);

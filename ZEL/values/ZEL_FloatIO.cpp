@@ -163,7 +163,10 @@ bool ZEL_Float::load(KIT_IStream &is)
     for (int i = 0; keyMask != 0 && i < getVectorSize(); ++i) {
         if ((keyMask & bit(i)) && getChannel(i)) {
             const double time = TRK_Manager::getContext().getEvaluateTime(BASgetSTID());
-            getChannel(i)->setKeyValue(storedValue(i), time, true, true, true);
+            constexpr bool notify = true;
+            constexpr bool commit = true;
+            constexpr bool keyOnly = true;
+            getChannel(i)->setKeyValue(storedValue(i), time, notify, commit, keyOnly);
         }
     }
     return loaded && KITgetErrorSeverity() < KIT_ERROR_ABORT;

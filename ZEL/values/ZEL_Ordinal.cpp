@@ -228,7 +228,9 @@ void ZEL_Ordinal::setChannelValue(TRK_Channel *channel, double time, std::int64_
     if (resolveComponent(nullptr, time, index, thread) == value) {
         return;
     }
-    channel->setKeyValue(double(value), time, true, commitFlag(keySet), false);
+    constexpr bool notify = true;
+    constexpr bool keyOnly = false;
+    channel->setKeyValue(double(value), time, notify, commitFlag(keySet), keyOnly);
     evaluateChannel(channel, time, index, thread);
     // A button or a toggle of a tuple is keyed alone, whatever the manager's setting for tuples.
     if (addKey != ZEL_ADDKEY_PENDING) {
@@ -253,7 +255,9 @@ void ZEL_Ordinal::setValue(double time, const char *text, TRK_StringMeaning mean
     if (isNumber || !text || !*text) {
         setValue(time, ZELclampToInt(value), replaceExpression, index, addKey, keySet);
     } else {
-        setExpression(time, text, expressionLanguage(meaning), index, true, false);
+        constexpr bool evaluate = true;
+        constexpr bool deleteChannel = false;
+        setExpression(time, text, expressionLanguage(meaning), index, evaluate, deleteChannel);
     }
 }
 

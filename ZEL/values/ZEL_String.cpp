@@ -447,8 +447,11 @@ void ZEL_String::hardenChanges(double time, int index, bool force, const char *p
         convertToExprLanguage(value.c_str(), expression);
     }
     storeText(index, expression.buffer());
+    constexpr bool notify = true;
+    constexpr bool commit = true;
+    constexpr bool keyOnly = true;
     if (channel->isAtHardKey(time) &&
-        channel->setKeyString(expression.buffer(), time, true, true, true) == 0) {
+        channel->setKeyString(expression.buffer(), time, notify, commit, keyOnly) == 0) {
         return;
     }
     insertHardKey(channel, time, [&] {

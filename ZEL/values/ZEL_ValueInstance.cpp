@@ -158,7 +158,11 @@ TRK_Channel *ZEL_ValueInstance::channelToHarden(double time, int index, bool for
 
 void ZEL_ValueInstance::hardenNumber(TRK_Channel *channel, double time, double value)
 {
-    if (channel->isAtHardKey(time) && channel->setKeyValue(value, time, true, true, true) == 0) {
+    constexpr bool notify = true;
+    constexpr bool commit = true;
+    constexpr bool keyOnly = true;
+    if (channel->isAtHardKey(time) &&
+        channel->setKeyValue(value, time, notify, commit, keyOnly) == 0) {
         return;
     }
     insertHardKey(channel, time, [&] {
