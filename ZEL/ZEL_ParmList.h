@@ -448,33 +448,6 @@ private:
     void adoptChannelAlias(ZEL_Parm &to, const ZEL_Parm &from);
     static bool shouldCopyOnAdopt(ZEL_Template &to, ZEL_Parm &from, bool forceCopy);
 
-    ZEL_Parm *findLoadParm(const KIT_StringRef &name, ZEL_ParmList *fallbackList,
-                           ZEL_ParmNameMap *map, bool useMap);
-    /// The names of a stream that nothing here knows, in stream order; the stream ends up where it
-    /// was. A multi-parameter that claims a name grows.
-    void loadUnknownParmNames(KIT_IStream &is, KIT_StringArray &names, ZEL_ParmList *fallbackList);
-    bool isKnownForLoad(const KIT_StringRef &name, const ZEL_ParmList *fallbackList);
-    /// Lets the owner make parameters for the names, or say what they are called now.
-    void offerUnknownNames(KIT_StringArray &names, const char *name, ZEL_ParmNameMap &map);
-    enum class LoadResult
-    {
-        LOADED,
-        FAILED,
-        ABANDONED ///< the form itself is broken
-    };
-    LoadResult loadText(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList,
-                        ZEL_ParmNameMap &map);
-    LoadResult loadBinary(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList,
-                          ZEL_ParmNameMap &map);
-    bool loadBinaryPacket(KIT_IStream &is, int packetId, const char *name,
-                          ZEL_ParmList *fallbackList, ZEL_ParmNameMap &map);
-    class Composer;
-    void saveParms(std::ostream &os, const ZEL_Parm *const *parms, std::int64_t count, bool binary,
-                   bool compact) const;
-    static void saveText(Composer &out, const ZEL_Parm *const *parms, std::int64_t count);
-    static void saveBinary(Composer &out, const ZEL_Parm *const *parms, std::int64_t count,
-                           bool compact);
-    static int classPacketId();
     void loadChannelAlias(const KIT_WorkBuffer &token, const KIT_WorkBuffer &alias);
 
     void becomeValueSource();
@@ -506,6 +479,5 @@ private:
     ChannelSource myChannelSource;
     Adoption *myAdoption = nullptr; // while an older list is taken over
 
-    static const float theFileVersion;
     static ZEL_ORCallback *theORCallback;
 };

@@ -14,6 +14,11 @@ enum ZEL_ListPacket
     LIST_PARM = 2
 };
 
+/// The class number of those packets.
+int ZELlistPacketClass();
+
+constexpr float theListFileVersion = 0.8f;
+
 constexpr const char *theListSaveLabel = "Parameter List Save";
 constexpr const char *theListLoadLabel = "Parameter List Load";
 

@@ -5,8 +5,8 @@
 #include <KIT/KIT_StringArray.h>
 #include <TRK/TRK_EventManager.h>
 #include <ZEL/ZEL_Instance.h>
-#include <ZEL/ZEL_ParmNameMap.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
+#include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
 #include <ZEL/support/ZEL_StreamLimitPrivate.h>
 
 #include <cstdint>
@@ -35,20 +35,20 @@ void ZEL_ParmList::loadUndoData(const ZEL_UndoDataArray &in, const char *name,
     // What the snapshot asks for has existed: there is nothing to guard against as in a file.
     const ZEL_StreamLimit noLimit(std::numeric_limits<std::int64_t>::max());
     const TRK_AutoEventHandler events;
-    ZEL_ParmNameMap map;
+    ZEL_ParmListReader reader(*this, name, fallbackList);
     if (myOwner) {
         constexpr bool useMap = false;
         KIT_StringArray names;
         for (const auto &[token, data] : in) {
-            if (!findLoadParm(token, fallbackList, &map, useMap)) {
+            if (!reader.findParm(token, useMap)) {
                 names.append(token.nonNullStr());
             }
         }
-        offerUnknownNames(names, name, map);
+        reader.offerUnknownNames(names);
     }
     for (const auto &[token, data] : in) {
         constexpr bool useMap = true;
-        if (ZEL_Parm *parm = findLoadParm(token, fallbackList, &map, useMap)) {
+        if (ZEL_Parm *parm = reader.findParm(token, useMap)) {
             parm->loadUndoData(data);
         }
     }

@@ -1,6 +1,4 @@
-// The parameter stream, read.
-
-#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Error.h>
@@ -8,13 +6,9 @@
 #include <KIT/KIT_Packet.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkBuffer.h>
-#include <TRK/TRK_EventManager.h>
-#include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Parm.h>
-#include <ZEL/ZEL_ParmNameMap.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
-#include <ZEL/support/ZEL_StreamLimitPrivate.h>
 
 #include <string>
 
@@ -22,6 +16,8 @@ namespace
 {
 
 constexpr char theComment = '#';
+constexpr bool theEvaluateChildren = false;
+constexpr bool theUseMap = true;
 
 KIT_StringRef refTo(const KIT_WorkBuffer &word)
 {
@@ -84,41 +80,42 @@ bool peekPacket(KIT_Packet &packet, KIT_IStream &is, int &classId, int &packetId
 // Whose entry is it
 // ---------------------------------------------------------------------- //
 
-ZEL_Parm *ZEL_ParmList::findLoadParm(const KIT_StringRef &name, ZEL_ParmList *fallbackList,
-                                     ZEL_ParmNameMap *map, bool useMap)
+ZEL_Parm *ZEL_ParmListReader::findParm(const KIT_StringRef &name, bool useMap)
 {
     if (!name.isEmpty()) {
-        ZEL_Parm *parm = getParmPtr(getParmIndex(name));
-        if (!isSaved(parm) && checkMultiParmInstance(name, false)) {
-            parm = getParmPtr(getParmIndex(name));
+        ZEL_Parm *parm = myList.getParmPtr(myList.getParmIndex(name));
+        if (!isSaved(parm) && myList.checkMultiParmInstance(name, theEvaluateChildren)) {
+            parm = myList.getParmPtr(myList.getParmIndex(name));
         }
         if (isSaved(parm)) {
             return parm;
         }
     }
-    if (fallbackList) {
-        ZEL_Parm *parm = fallbackList->getParmPtr(name);
+    if (myFallbackList) {
+        ZEL_Parm *parm = myFallbackList->getParmPtr(name);
         if (isSaved(parm)) {
             return parm;
         }
     }
-    const char *loadAs = useMap && map ? map->findName(name.c_str()) : nullptr;
-    return loadAs ? findLoadParm(KIT_StringRef(loadAs), fallbackList, map, false) : nullptr;
+    const char *loadAs = useMap ? myMap.findName(name.c_str()) : nullptr;
+    // What a name is called now isn't looked up in its turn.
+    constexpr bool useMapAgain = false;
+    return loadAs ? findParm(KIT_StringRef(loadAs), useMapAgain) : nullptr;
 }
 
-bool ZEL_ParmList::isKnownForLoad(const KIT_StringRef &name, const ZEL_ParmList *fallbackList)
+bool ZEL_ParmListReader::isKnown(const KIT_StringRef &name)
 {
-    return getParmIndex(name) >= 0 || checkMultiParmInstance(name, false) ||
-           (fallbackList && fallbackList->getParmIndex(name) >= 0);
+    return myList.getParmIndex(name) >= 0 ||
+           myList.checkMultiParmInstance(name, theEvaluateChildren) ||
+           (myFallbackList && myFallbackList->getParmIndex(name) >= 0);
 }
 
-void ZEL_ParmList::loadUnknownParmNames(KIT_IStream &is, KIT_StringArray &names,
-                                        ZEL_ParmList *fallbackList)
+void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &names)
 {
     const std::int64_t start = is.tellg();
     KIT_WorkBuffer word;
     const auto test = [&] {
-        if (!isKnownForLoad(refTo(word), fallbackList)) {
+        if (!isKnown(refTo(word))) {
             names.append(word.buffer());
         }
     };
@@ -126,7 +123,7 @@ void ZEL_ParmList::loadUnknownParmNames(KIT_IStream &is, KIT_StringArray &names,
         KIT_Packet packet;
         int classId = 0;
         int packetId = 0;
-        while (peekPacket(packet, is, classId, packetId) && classId == classPacketId() &&
+        while (peekPacket(packet, is, classId, packetId) && classId == ZELlistPacketClass() &&
                packetId != LIST_END) {
             if (packetId == LIST_PARM && is.readWorkBuffer(word, true)) {
                 test();
@@ -136,7 +133,7 @@ void ZEL_ParmList::loadUnknownParmNames(KIT_IStream &is, KIT_StringArray &names,
     } else {
         float version = 0.0f;
         bool skipsBodies = is.checkToken("{") && is.checkToken("version") && is.aread(version) &&
-                           !(version > theFileVersion);
+                           !(version > theListFileVersion);
         while (is.getNonCommentWord(word, theComment) && word.view() != "}") {
             test();
             if (!is.getWord(word) || !opensGroup(word)) {
@@ -149,13 +146,14 @@ void ZEL_ParmList::loadUnknownParmNames(KIT_IStream &is, KIT_StringArray &names,
     is.seekg(start);
 }
 
-void ZEL_ParmList::offerUnknownNames(KIT_StringArray &names, const char *name, ZEL_ParmNameMap &map)
+void ZEL_ParmListReader::offerUnknownNames(KIT_StringArray &names)
 {
     KIT_String errors;
-    if (names.size() == 0 || myOwner->createSpareParametersForLoad(names, map, errors)) {
+    if (names.size() == 0 ||
+        myList.getParmOwner()->createSpareParametersForLoad(names, myMap, errors)) {
         return;
     }
-    std::string text = withName("Parameter List Load Conversion Error", " ", name);
+    std::string text = withName("Parameter List Load Conversion Error", " ", myName);
     if (errors.length() > 0) {
         text += " - ";
         text += errors.c_str();
@@ -164,54 +162,38 @@ void ZEL_ParmList::offerUnknownNames(KIT_StringArray &names, const char *name, Z
 }
 
 // ---------------------------------------------------------------------- //
-// Load
+// The stream
 // ---------------------------------------------------------------------- //
 
-bool ZEL_ParmList::load(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList)
+ZEL_ParmListReader::Result ZEL_ParmListReader::read(KIT_IStream &is)
 {
-    const ZEL_StreamLimit limit(is.remaining());
-    const TRK_AutoEventHandler events;
-    ZEL_ParmNameMap map;
-    if (myOwner) {
+    if (myList.getParmOwner()) {
         KIT_StringArray names;
-        loadUnknownParmNames(is, names, fallbackList);
-        offerUnknownNames(names, name, map);
+        readUnknownNames(is, names);
+        offerUnknownNames(names);
     }
-    const LoadResult result = is.isBinary() ? loadBinary(is, name, fallbackList, map)
-                                            : loadText(is, name, fallbackList, map);
-    if (result == LoadResult::ABANDONED) {
-        return false;
-    }
-    validateChannelNames();
-    for (int i = getEntries(); i-- > 0 && !isTimeDependent();) {
-        const ZEL_Parm *parm = getParmPtr(i);
-        if (isSaved(parm) && parm->isTimeDependent(-1)) {
-            setTimeDependent();
-        }
-    }
-    return result == LoadResult::LOADED && KITgetErrorSeverity() < KIT_ERROR_ABORT;
+    return is.isBinary() ? readBinary(is) : readText(is);
 }
 
-ZEL_ParmList::LoadResult ZEL_ParmList::loadText(KIT_IStream &is, const char *name,
-                                                ZEL_ParmList *fallbackList, ZEL_ParmNameMap &map)
+ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
 {
     for (const char *token : {"{", "version"}) {
         if (!is.checkToken(token)) {
-            missingToken(token, name);
-            return LoadResult::ABANDONED;
+            missingToken(token, myName);
+            return Result::ABANDONED;
         }
     }
     float version = 0.0f;
     if (!is.aread(version)) {
-        return LoadResult::ABANDONED;
+        return Result::ABANDONED;
     }
-    if (version > theFileVersion) {
+    if (version > theListFileVersion) {
         KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_NEWER_STREAM, nullptr);
     }
     bool failed = false;
     KIT_WorkBuffer word;
     while (is.getNonCommentWord(word, theComment) && word.view() != "}") {
-        if (ZEL_Parm *parm = findLoadParm(refTo(word), fallbackList, &map, true)) {
+        if (ZEL_Parm *parm = findParm(refTo(word), theUseMap)) {
             failed = !parm->load(is) || failed;
             continue;
         }
@@ -221,44 +203,42 @@ ZEL_ParmList::LoadResult ZEL_ParmList::loadText(KIT_IStream &is, const char *nam
             break;
         }
         if (!opensGroup(word)) {
-            missingToken("(", name);
-            return LoadResult::ABANDONED;
+            missingToken("(", myName);
+            return Result::ABANDONED;
         }
         // Behind a failure it is no longer sure where bodies end: nothing is skipped, and the words
         // are tried as names.
         failed = failed || !skipBody(is, word);
     }
-    return failed ? LoadResult::FAILED : LoadResult::LOADED;
+    return failed ? Result::FAILED : Result::LOADED;
 }
 
-ZEL_ParmList::LoadResult ZEL_ParmList::loadBinary(KIT_IStream &is, const char *name,
-                                                  ZEL_ParmList *fallbackList, ZEL_ParmNameMap &map)
+ZEL_ParmListReader::Result ZEL_ParmListReader::readBinary(KIT_IStream &is)
 {
     KIT_Packet packet;
     int classId = 0;
     int packetId = 0;
     while (packet.beginRead(is, classId, packetId)) {
-        if (classId != classPacketId()) {
+        if (classId != ZELlistPacketClass()) {
             const std::string text =
-                std::string(theListLoadLabel) + ": " + (name ? name : "wrong ID");
+                std::string(theListLoadLabel) + ": " + (myName ? myName : "wrong ID");
             KITaddCommonWarning(KIT_COMMON_WRONG_CLASS, text.c_str());
             packet.endRead();
             continue;
         }
-        const bool loaded = loadBinaryPacket(is, packetId, name, fallbackList, map);
+        const bool loaded = readPacket(is, packetId);
         packet.endRead();
         if (!loaded) {
-            return LoadResult::FAILED;
+            return Result::FAILED;
         }
         if (packetId == LIST_END || KITgetErrorSeverity() >= KIT_ERROR_ABORT) {
             break;
         }
     }
-    return LoadResult::LOADED;
+    return Result::LOADED;
 }
 
-bool ZEL_ParmList::loadBinaryPacket(KIT_IStream &is, int packetId, const char *name,
-                                    ZEL_ParmList *fallbackList, ZEL_ParmNameMap &map)
+bool ZEL_ParmListReader::readPacket(KIT_IStream &is, int packetId)
 {
     if (packetId == LIST_END) {
         return true;
@@ -268,22 +248,22 @@ bool ZEL_ParmList::loadBinaryPacket(KIT_IStream &is, int packetId, const char *n
         if (!is.bread(version)) {
             return false;
         }
-        if (version > theFileVersion) {
-            KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_NEWER_STREAM, name ? name : "");
+        if (version > theListFileVersion) {
+            KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_NEWER_STREAM, myName ? myName : "");
         }
         return true;
     }
     if (packetId != LIST_PARM) {
-        KITaddCommonWarning(KIT_COMMON_UNKNOWN_PACKET, name ? name : theListLoadLabel);
+        KITaddCommonWarning(KIT_COMMON_UNKNOWN_PACKET, myName ? myName : theListLoadLabel);
         return true;
     }
     KIT_WorkBuffer token;
     if (!is.readWorkBuffer(token, true)) {
         return false;
     }
-    if (ZEL_Parm *parm = findLoadParm(refTo(token), fallbackList, &map, true)) {
+    if (ZEL_Parm *parm = findParm(refTo(token), theUseMap)) {
         return parm->load(is);
     }
-    unknownParm(token, withName(token.buffer(), ": ", name));
+    unknownParm(token, withName(token.buffer(), ": ", myName));
     return true;
 }

@@ -1,0 +1,48 @@
+/// \file ZEL_ParmListReaderPrivate.h
+/// Reads the parameter stream into a list, and finds whose each entry is. Not installed.
+///
+/// Ownership:  borrows the lists and the stream's name, which must outlive it.
+/// Threads:    the list's own.
+/// Errors:     faults of the stream go to the error manager, with the stream's name if it has one.
+#pragma once
+
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmNameMap.h>
+
+class ZEL_ParmListReader
+{
+public:
+    enum class Result
+    {
+        LOADED,
+        FAILED,
+        ABANDONED ///< the form itself is broken
+    };
+
+    /// `name` and `fallbackList` may be null.
+    ZEL_ParmListReader(ZEL_ParmList &list, const char *name, ZEL_ParmList *fallbackList)
+        : myList(list), myName(name), myFallbackList(fallbackList)
+    {}
+
+    /// Offers unknown names to the owner beforehand, then takes all entries.
+    Result read(KIT_IStream &is);
+    /// The parameter of that name, here or in the fallback list; a multi-parameter that claims the
+    /// name grows. With `useMap` the owner's answer to the offered names counts too.
+    ZEL_Parm *findParm(const KIT_StringRef &name, bool useMap);
+    /// Lets the owner, which must exist, make parameters for the names or say what they are called.
+    void offerUnknownNames(KIT_StringArray &names);
+
+private:
+    bool isKnown(const KIT_StringRef &name);
+    /// The names of a stream that nothing here knows, in stream order; the stream ends up where it
+    /// was. A multi-parameter that claims a name grows.
+    void readUnknownNames(KIT_IStream &is, KIT_StringArray &names);
+    Result readText(KIT_IStream &is);
+    Result readBinary(KIT_IStream &is);
+    bool readPacket(KIT_IStream &is, int packetId);
+
+    ZEL_ParmList &myList;
+    const char *myName;
+    ZEL_ParmList *myFallbackList;
+    ZEL_ParmNameMap myMap;
+};

@@ -1,0 +1,68 @@
+// A list saved as a stream and loaded.
+
+#include <ZEL/ZEL_ParmList.h>
+
+#include <KIT/KIT_EnvControl.h>
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_EventManager.h>
+#include <ZEL/streams/ZEL_ParmListPrivate.h>
+#include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
+#include <ZEL/streams/ZEL_ParmListWriterPrivate.h>
+#include <ZEL/support/ZEL_StreamLimitPrivate.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace
+{
+
+void sortByToken(ZEL_ParmListWriter::Parms &parms)
+{
+    std::stable_sort(parms.begin(), parms.end(), [](const ZEL_Parm *a, const ZEL_Parm *b) {
+        return KIT_String(a->getToken()) < KIT_String(b->getToken());
+    });
+}
+
+} // namespace
+
+void ZEL_ParmList::save(std::ostream &os, bool binary, bool compact) const
+{
+    // Not the list's own array, which moves when a menu reads a multi-parameter that then grows.
+    ZEL_ParmListWriter::Parms parms;
+    parms.reserve(std::size_t(getEntries()));
+    std::copy_if(myParms.begin(), myParms.end(), std::back_inserter(parms), isSaved);
+    if (KIT_EnvControl::getInt(KIT_ENV_SORTED_SAVE) != 0) {
+        sortByToken(parms);
+    }
+    ZEL_ParmListWriter(os).write(parms, binary, compact);
+}
+
+void ZEL_ParmList::saveSingle(ZEL_Parm *parm, std::ostream &os, bool binary) const
+{
+    if (parm) {
+        constexpr bool compact = false;
+        const ZEL_ParmListWriter::Parms parms(isSaved(parm) ? 1 : 0, parm);
+        ZEL_ParmListWriter(os).write(parms, binary, compact);
+    }
+}
+
+bool ZEL_ParmList::load(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList)
+{
+    const ZEL_StreamLimit limit(is.remaining());
+    const TRK_AutoEventHandler events;
+    const ZEL_ParmListReader::Result result =
+        ZEL_ParmListReader(*this, name, fallbackList).read(is);
+    if (result == ZEL_ParmListReader::Result::ABANDONED) {
+        return false;
+    }
+    validateChannelNames();
+    for (int i = getEntries(); i-- > 0 && !isTimeDependent();) {
+        const ZEL_Parm *parm = getParmPtr(i);
+        if (isSaved(parm) && parm->isTimeDependent(-1)) {
+            setTimeDependent();
+        }
+    }
+    return result == ZEL_ParmListReader::Result::LOADED && KITgetErrorSeverity() < KIT_ERROR_ABORT;
+}
