@@ -52,7 +52,6 @@ class ZEL_ORCallback;
 class ZEL_OpSharedInfo;
 class ZEL_Parm;
 class ZEL_ParmMicroNode;
-class ZEL_ParmNameMap;
 class ZEL_ParmOwner;
 class ZEL_PresetInfo;
 class ZEL_Template;

@@ -10,6 +10,7 @@
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/instance/ZEL_ChannelReferenceTextPrivate.h>
 #include <ZEL/instance/ZEL_InstancePrivate.h>
 
 // ---------------------------------------------------------------------- //
@@ -515,4 +516,18 @@ bool ZEL_Instance::hasChannelCustomColor(int index) const
 const KIT_Color &ZEL_Instance::getChannelCustomColor(int index) const
 {
     return hasChannelCustomColor(index) ? myChannelColors[index].color : KIT_Color::theNoColor;
+}
+
+// ---------------------------------------------------------------------- //
+// References to channels in texts
+// ---------------------------------------------------------------------- //
+
+bool ZEL_Instance::isChanRefString(const char *text, bool bare, KIT_String *channel)
+{
+    return ZELisChannelReference(text, bare, channel);
+}
+
+bool ZEL_Instance::isObsoleteDirectChanRefString(const char *text, KIT_String *channel)
+{
+    return ZELisObsoleteChannelReference(text, channel);
 }

@@ -9,6 +9,7 @@
 #include <ZEL/ZEL_InstanceString.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/support/ZEL_InstanceMatchPrivate.h>
 #include <ZEL/support/ZEL_StreamLimitPrivate.h>
 
 #include <cmath>
@@ -379,8 +380,8 @@ bool ZEL_Multi::matchInstancePattern(const char *name, int &index) const
     const ZEL_Template *child = getMultiParmTemplate();
     const int startOffset = getMultiStartOffset();
     for (int i = 0; i < myInstancesPerItem; ++i) {
-        if (ZEL_Template::matchMultiInstance(name, child[i].getToken(), startOffset, index,
-                                             myInstanceIndex.get())) {
+        if (ZELmatchInstance(name, child[i].getToken(), startOffset, index,
+                             myInstanceIndex.get())) {
             return true;
         }
     }

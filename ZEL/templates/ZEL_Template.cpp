@@ -6,6 +6,7 @@
 #include <ZEL/ZEL_SharedMenus.h>
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/menus/ZEL_FileHistoryMenuPrivate.h>
+#include <ZEL/support/ZEL_InstanceMatchPrivate.h>
 #include <ZEL/templates/ZEL_TemplatePrivate.h>
 #include <ZEL/templates/ZEL_TemplateSpecPrivate.h>
 
@@ -475,6 +476,12 @@ ZEL_SpareData *ZEL_Template::getOrCreateSparePtr()
 int ZEL_Template::getMultiStartOffset() const
 {
     return mySpare ? mySpare->getMultiStartOffset() : 1;
+}
+
+bool ZEL_Template::matchMultiInstance(const char *name, const char *pattern, int startOffset,
+                                      int &instance, const KIT_ValArray<int> *instances)
+{
+    return ZELmatchInstance(name, pattern, startOffset, instance, instances);
 }
 
 // -------------------------------------------------------------------- //

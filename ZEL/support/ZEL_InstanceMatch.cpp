@@ -1,6 +1,7 @@
-#include <ZEL/ZEL_Template.h>
+#include <ZEL/support/ZEL_InstanceMatchPrivate.h>
 
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -101,8 +102,8 @@ private:
 
 } // namespace
 
-bool ZEL_Template::matchMultiInstance(const char *name, const char *pattern, int startOffset,
-                                      int &instance, const KIT_ValArray<int> *instances)
+bool ZELmatchInstance(const char *name, const char *pattern, int startOffset, int &instance,
+                      const KIT_ValArray<int> *instances)
 {
     instance = startOffset > INT_MIN ? startOffset - 1 : INT_MIN;
     if (!name || !pattern || std::strchr(name, '#')) {

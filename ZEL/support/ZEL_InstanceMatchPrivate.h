@@ -1,0 +1,13 @@
+/// \file ZEL_InstanceMatchPrivate.h
+/// Whether a name is one that a pattern with `#` stands for, and of which item: the way back of
+/// ZEL_InstanceString.h. Not installed.
+///
+/// Threads:    any.
+/// Cost:       none for a name that differs before the first mark; else as told at
+///             `ZEL_Template::matchMultiInstance`, which forwards to it.
+#pragma once
+
+#include <KIT/KIT_ValArray.h>
+
+bool ZELmatchInstance(const char *name, const char *pattern, int startOffset, int &instance,
+                      const KIT_ValArray<int> *instances);
