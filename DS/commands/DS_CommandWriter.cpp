@@ -2,6 +2,7 @@
 
 #include <DS/DS_Command.h>
 
+#include <BAS/BAS_Character.h>
 #include <DS/commands/DS_CommandParmPrivate.h>
 #include <DS/commands/DS_PagePrivate.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -20,9 +21,8 @@ namespace
 /// Bytes that no shell gives a meaning.
 bool isPlainByte(char c)
 {
-    const bool letterFlag = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c < 0;
-    return letterFlag || (c >= '0' && c <= '9') ||
-           (c && std::string_view("_./:+,=@%^-").find(c) != std::string_view::npos);
+    return BASisWordChar(c) || c < 0 ||
+           (c && std::string_view("./:+,=@%^-").find(c) != std::string_view::npos);
 }
 
 std::string quote(std::string_view text, bool always)

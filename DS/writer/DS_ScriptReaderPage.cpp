@@ -1,5 +1,6 @@
 #include <DS/writer/DS_ScriptReaderPrivate.h>
 
+#include <BAS/BAS_Character.h>
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ScriptQuote.h>
@@ -92,8 +93,7 @@ std::string DSscriptWord(const char *text)
 {
     const std::string_view word(text ? text : "");
     const bool plainFlag = !word.empty() && std::all_of(word.begin(), word.end(), [](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-               c == '_' || c == '.' || c == ':' || c == '-';
+        return BASisWordChar(c) || c == '.' || c == ':' || c == '-';
     });
     return plainFlag ? std::string(word) : DSscriptQuoted(text);
 }

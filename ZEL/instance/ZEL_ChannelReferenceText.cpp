@@ -1,5 +1,6 @@
 #include <ZEL/instance/ZEL_ChannelReferenceTextPrivate.h>
 
+#include <BAS/BAS_Character.h>
 #include <KIT/KIT_String.h>
 
 #include <algorithm>
@@ -8,30 +9,20 @@
 
 namespace
 {
-bool isBlank(char c)
-{
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
 void strip(std::string_view &text)
 {
-    while (!text.empty() && isBlank(text.front())) {
+    while (!text.empty() && BASisBlank(text.front())) {
         text.remove_prefix(1);
     }
-    while (!text.empty() && isBlank(text.back())) {
+    while (!text.empty() && BASisBlank(text.back())) {
         text.remove_suffix(1);
     }
-}
-
-bool isAlphaNumeric(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
 bool isReferenceText(std::string_view text)
 {
     for (const char c : text) {
-        if (!isAlphaNumeric(c) && c != '.' && c != '/' && c != '_') {
+        if (!BASisWordChar(c) && c != '.' && c != '/') {
             return false;
         }
     }

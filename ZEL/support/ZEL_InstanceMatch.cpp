@@ -1,5 +1,7 @@
 #include <ZEL/support/ZEL_InstanceMatchPrivate.h>
 
+#include <BAS/BAS_Character.h>
+
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -10,11 +12,6 @@ namespace
 
 /// Numbers past this are all the same, larger than any int.
 constexpr int64_t theHuge = int64_t(INT_MAX) + 1;
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
 
 int64_t appendDigit(int64_t number, char digit)
 {
@@ -72,12 +69,12 @@ private:
         const bool doneFlag = entryFlag ? entryMatchFlag : state.number >= myStartOffset;
 
         const char next = myPattern[state.place + 1];
-        const bool runFlag = next == '#' && isDigit(c);
+        const bool runFlag = next == '#' && BASisDigit(c);
         if ((c == next || runFlag) && (!markFlag || doneFlag)) {
             add({state.place + 1, state.mark + (markFlag ? 1 : 0),
                  runFlag ? c - '0' : state.number});
         }
-        if (markFlag && isDigit(c) && !entryMatchFlag) {
+        if (markFlag && BASisDigit(c) && !entryMatchFlag) {
             add({state.place, state.mark, appendDigit(state.number, c)});
         }
     }

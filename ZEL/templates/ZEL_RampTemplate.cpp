@@ -1,5 +1,6 @@
 #include <ZEL/ZEL_RampTemplate.h>
 
+#include <BAS/BAS_Character.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_VarEncode.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -187,7 +188,7 @@ void ZELgetRampDecodedParmPrefix(const char *token, KIT_WorkBuffer &out)
     out.clear();
     KIT_VarEncode::decodeParm(token, out);
     const char last = out.lastChar();
-    if (last == '#' || (last >= '0' && last <= '9')) {
+    if (last == '#' || BASisDigit(last)) {
         out.append('_');
     }
 }

@@ -8,11 +8,6 @@
 
 namespace
 {
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 const char *skipBlanks(const char *at, const char *end)
 {
     return std::find_if_not(at, end, BASisBlank);
@@ -62,7 +57,7 @@ bool parseShort(const char *at, const char *end, double &value)
     int64_t digits = 0;
     const char *point = nullptr;
     for (; at != end; ++at) {
-        if (isDigit(*at)) {
+        if (BASisDigit(*at)) {
             digits = digits * 10 + (*at - '0');
         } else if (*at == '.' && !point) {
             point = at;
@@ -85,7 +80,7 @@ bool isHuge(const char *at, const char *end)
     int64_t magnitude = 0;
     bool pointFlag = false;
     bool leadFlag = false;
-    for (; at != end && (isDigit(*at) || *at == '.'); ++at) {
+    for (; at != end && (BASisDigit(*at) || *at == '.'); ++at) {
         pointFlag |= *at == '.';
         if (*at == '.') {
             continue;
@@ -97,7 +92,7 @@ bool isHuge(const char *at, const char *end)
         ++at;
         const bool minusFlag = at != end && *at == '-';
         int64_t exponent = 0;
-        for (at += at != end && !isDigit(*at); at != end && isDigit(*at); ++at) {
+        for (at += at != end && !BASisDigit(*at); at != end && BASisDigit(*at); ++at) {
             exponent = std::min(exponent * 10 + (*at - '0'), theLimit);
         }
         magnitude += minusFlag ? -exponent : exponent;
@@ -107,7 +102,7 @@ bool isHuge(const char *at, const char *end)
 
 int digitValue(char c)
 {
-    if (isDigit(c)) {
+    if (BASisDigit(c)) {
         return c - '0';
     }
     const char lower = static_cast<char>(c | 0x20);
@@ -146,9 +141,9 @@ size_t BASparseFloat(const char *text, size_t length, double &value)
 
     double parsed = 0.0;
     const char *numberEnd = nullptr;
-    if (at != end && isDigit(*at) && parseShort(at, end, parsed)) {
+    if (at != end && BASisDigit(*at) && parseShort(at, end, parsed)) {
         numberEnd = end;
-    } else if (at != end && (isDigit(*at) || *at == '.')) {
+    } else if (at != end && (BASisDigit(*at) || *at == '.')) {
         const std::from_chars_result result = std::from_chars(at, end, parsed);
         if (result.ec == std::errc::result_out_of_range) {
             parsed = isHuge(at, result.ptr) ? std::numeric_limits<double>::infinity() : 0.0;

@@ -16,6 +16,7 @@
 #pragma once
 
 #include <BAS/BAS_API.h>
+#include <BAS/BAS_Character.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -49,15 +50,3 @@ KIT_API int64_t BASparseInteger(const char *text, int base = 10);
 /// `end` may be null. `flags` are BAS_ParseFlag bits.
 KIT_API bool BASparseInteger(const char *text, const char **end, int64_t &value, int base,
                              int flags);
-
-/// Whether the character is one of the six blanks, in any locale.
-inline bool BASisBlank(char c)
-{
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-/// Whether the character is an ASCII letter or digit or an underscore.
-inline bool BASisWordChar(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-}

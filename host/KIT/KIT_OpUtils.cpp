@@ -1,5 +1,7 @@
 #include <KIT/KIT_OpUtils.h>
 
+#include <BAS/BAS_Character.h>
+
 namespace
 {
 
@@ -7,7 +9,7 @@ constexpr char theDigits[] = "0123456789ABCDEF";
 
 int digitValue(char c)
 {
-    if (c >= '0' && c <= '9') {
+    if (BASisDigit(c)) {
         return c - '0';
     }
     if (c >= 'A' && c <= 'F') {
@@ -18,8 +20,7 @@ int digitValue(char c)
 
 bool fitsFileName(char c)
 {
-    return c == '_' || c == '-' || c == '.' || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-           (c >= '0' && c <= '9');
+    return BASisWordChar(c) || c == '-' || c == '.';
 }
 
 bool fitsSection(char c)

@@ -1,6 +1,7 @@
 #include <KIT/KIT_String.h>
 
 #include <BAS/BAS_Allocate.h>
+#include <BAS/BAS_Character.h>
 #include <BAS/BAS_Number.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_StringRef.h>
@@ -15,11 +16,6 @@
 
 namespace
 {
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 char toLower(char c)
 {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
@@ -406,8 +402,8 @@ bool KIT_String::isFloat(bool skipBlanks, bool loose, bool allowUnderscore) cons
     KIT_WorkBuffer joined;
     if (allowUnderscore) {
         for (size_t i = 0; i < text.size(); i++) {
-            if (text[i] != '_' || i == 0 || i + 1 == text.size() || !isDigit(text[i - 1]) ||
-                !isDigit(text[i + 1])) {
+            if (text[i] != '_' || i == 0 || i + 1 == text.size() || !BASisDigit(text[i - 1]) ||
+                !BASisDigit(text[i + 1])) {
                 joined.append(text[i]);
             }
         }

@@ -2,7 +2,8 @@
 
 #include <KIT/KIT_String.h>
 
-#include <BAS/BAS_Number.h>
+#include <BAS/BAS_Character.h>
+#include <KIT/KIT_EscapePrivate.h>
 #include <KIT/KIT_WorkArgs.h>
 #include <KIT/KIT_WorkBuffer.h>
 
@@ -10,19 +11,6 @@
 
 namespace
 {
-
-/// The byte of three octal digits; 0 if they aren't there or stand for none.
-char octalByte(const char *at)
-{
-    int code = 0;
-    for (int i = 0; i < 3; i++) {
-        if (at[i] < '0' || at[i] > '7') {
-            return '\0';
-        }
-        code = code * 8 + (at[i] - '0');
-    }
-    return code < 256 ? static_cast<char>(static_cast<unsigned char>(code)) : '\0';
-}
 
 /// These append what the run at `at` stands for and answer where it ends.
 const char *takePlainRun(const char *at, KIT_WorkBuffer &out)
@@ -40,7 +28,7 @@ const char *takeQuotedRun(const char *at, KIT_WorkBuffer &out)
         if (*at == '\\' && at[1] && std::strchr("\"\\$`", at[1])) {
             out.append(at[1]);
             at += 2;
-        } else if (const char byte = *at == '\\' ? octalByte(at + 1) : '\0') {
+        } else if (const char byte = *at == '\\' ? KIToctalByte(at + 1) : '\0') {
             out.append(byte);
             at += 4;
         } else {

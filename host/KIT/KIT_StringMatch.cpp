@@ -2,7 +2,7 @@
 
 #include <KIT/KIT_String.h>
 
-#include <BAS/BAS_Number.h>
+#include <BAS/BAS_Character.h>
 #include <KIT/KIT_WorkArgs.h>
 #include <KIT/KIT_WorkBuffer.h>
 
@@ -57,15 +57,10 @@ bool matchOne(const char *&pattern, char c)
     return *pattern++ == c;
 }
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 size_t countDigits(const char *at)
 {
     size_t count = 0;
-    while (isDigit(at[count])) {
+    while (BASisDigit(at[count])) {
         count++;
     }
     return count;
@@ -152,7 +147,7 @@ int KIT_String::compareNumberedString(const char *a, const char *b, bool ignoreC
     const char *const wholeB = b = b ? b : "";
     while (*a && *b) {
         int order = 0;
-        if (isDigit(*a) && isDigit(*b)) {
+        if (BASisDigit(*a) && BASisDigit(*b)) {
             order = compareDigits(a, b);
         } else {
             order = foldByte(*a++, ignoreCase) - foldByte(*b++, ignoreCase);

@@ -1,5 +1,6 @@
 // The quoted form of KIT_String and what resolves it.
 
+#include <KIT/KIT_EscapePrivate.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
@@ -35,19 +36,6 @@ char escapedByte(char letter)
     static_assert(sizeof(theLetters) == sizeof(theBytes), "one byte for each letter");
     const char *const found = letter ? std::strchr(theLetters, letter) : nullptr;
     return found ? theBytes[found - theLetters] : '\0';
-}
-
-/// The byte of three octal digits, 0 if there are none or they stand for none.
-char octalByte(const char *at)
-{
-    int code = 0;
-    for (int i = 0; i < 3; i++) {
-        if (at[i] < '0' || at[i] > '7') {
-            return '\0';
-        }
-        code = code * 8 + (at[i] - '0');
-    }
-    return code < 256 ? static_cast<char>(static_cast<unsigned char>(code)) : '\0';
 }
 } // namespace
 
@@ -100,7 +88,7 @@ int KIT_String::expandControlSequences(int /*flags*/)
     int count = 0;
     while (*from) {
         const char letter = *from == '\\' ? escapedByte(from[1]) : '\0';
-        const char octal = *from == '\\' && !letter ? octalByte(from + 1) : '\0';
+        const char octal = *from == '\\' && !letter ? KIToctalByte(from + 1) : '\0';
         if (letter || octal) {
             *to++ = letter ? letter : octal;
             from += letter ? 2 : 4;

@@ -2,6 +2,7 @@
 
 #include <KIT/KIT_String.h>
 
+#include <BAS/BAS_Character.h>
 #include <KIT/KIT_EnvControl.h>
 
 #include <string>
@@ -10,18 +11,13 @@
 namespace
 {
 
-bool isNameByte(char c)
-{
-    return c == '_' || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
-
 /// The name of the variable at a "$", and how long both are; an empty name for none.
 std::string_view nameAt(std::string_view text, size_t &length)
 {
     const bool braces = text.size() > 1 && text[1] == '{';
     const size_t begin = braces ? 2 : 1;
     size_t end = begin;
-    while (end < text.size() && isNameByte(text[end])) {
+    while (end < text.size() && BASisWordChar(text[end])) {
         ++end;
     }
     if (braces && (end == text.size() || text[end] != '}')) {

@@ -2,7 +2,7 @@
 
 #include <TOK/TOK_TokenStream.h>
 
-#include <BAS/BAS_Number.h>
+#include <BAS/BAS_Character.h>
 
 #include <charconv>
 
@@ -108,7 +108,7 @@ std::string_view TOK_Condition::takeName(std::string_view &text)
     while (length < text.size() && BASisWordChar(text[length])) {
         length++;
     }
-    if (length && text[0] >= '0' && text[0] <= '9') {
+    if (length && BASisDigit(text[0])) {
         length = 0;
     }
     const std::string_view name = text.substr(0, length);

@@ -1,6 +1,6 @@
 #include <TRK/TRK_Collection.h>
 
-#include <BAS/BAS_Number.h>
+#include <BAS/BAS_Character.h>
 #include <TRK/TRK_Evaluation.h>
 
 #include <algorithm>
@@ -43,9 +43,7 @@ TRK_Channel *TRK_Collection::findChannelOrAlias(const KIT_StringRef &name) const
 
 bool TRK_Collection::isValidChannelName(const char *name)
 {
-    const bool startFlag =
-        name != nullptr && BASisWordChar(*name) && !(*name >= '0' && *name <= '9');
-    if (!startFlag) {
+    if (name == nullptr || !BASisNameStart(*name)) {
         return false;
     }
     size_t length = 0;

@@ -1,6 +1,6 @@
 #include <TRK/TRK_Manager.h>
 
-#include <BAS/BAS_Number.h>
+#include <BAS/BAS_Character.h>
 #include <CON/CON_Manager.h>
 #include <EVL/EVL.h>
 #include <TRK/TRK_Collection.h>
@@ -17,11 +17,6 @@ namespace
 
 constexpr const char *theBlanks = " \t\r\n";
 
-bool isNameStart(char c)
-{
-    return BASisWordChar(c) && !(c >= '0' && c <= '9');
-}
-
 /// Two searches that use the machine's wide registers beat one for a set.
 bool isExpandable(const char *text)
 {
@@ -33,7 +28,7 @@ size_t scanVariable(const char *text, std::string_view &name)
 {
     const bool braceFlag = text[1] == '{';
     const char *start = text + (braceFlag ? 2 : 1);
-    if (!isNameStart(*start)) {
+    if (!BASisNameStart(*start)) {
         return 0;
     }
     const char *end = start;
