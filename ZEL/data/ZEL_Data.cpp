@@ -1,5 +1,6 @@
 #include <ZEL/ZEL_Data.h>
 
+#include <EVL/EVL.h>
 #include <KIT/KIT_JSONValue.h>
 #include <KIT/KIT_JSONValueMap.h>
 #include <KIT/KIT_JSONWriter.h>
@@ -13,7 +14,6 @@
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpinLockScope.h>
-#include <ZEL/support/ZEL_ErrorNumberScopePrivate.h>
 
 #include <algorithm>
 
@@ -279,7 +279,7 @@ void ZEL_Data::expandJSONMap(ZEL_ParmList *list, double time, int index, int thr
         TRK_EvalContext::Scope context(thread);
         context.setCollection(getChannelGroupPtr());
         context.setChannelName(getChannelToken(index).nonNullStr());
-        const ZEL_ErrorNumberScope error(thread);
+        const EVL::ErrorScope error(thread, EVL::ErrorScope::CLEARED);
         KIT_Array<KIT_StringHolder> keys;
         source.getKeys(keys);
         for (const KIT_StringHolder &key : keys) {

@@ -16,7 +16,6 @@
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
-#include <ZEL/support/ZEL_ErrorNumberScopePrivate.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
 
 #include <algorithm>
@@ -139,7 +138,7 @@ void ZEL_String::expandStored(ZEL_ParmList *list, double time, KIT_String &out, 
     TRK_EvalContext::Scope context(thread);
     context.setCollection(collection);
     context.setChannelName(getChannelToken(index).nonNullStr());
-    const ZEL_ErrorNumberScope error(thread);
+    const EVL::ErrorScope error(thread, EVL::ErrorScope::CLEARED);
     const int result = TRK_Manager::getContext().expandString(text.buffer(), out, time, collection,
                                                               thread, getExpandFlags());
     if (error.number() != EVL::EVL_OK) {

@@ -37,6 +37,34 @@ private:
 
 extern KIT_API EVL_ErrNo theErrNo;
 
+/// Puts a thread's number back at the end of a scope: what is evaluated in it leaves none.
+class ErrorScope
+{
+public:
+    enum Start
+    {
+        AS_IT_IS, ///< the scope begins with the number from before
+        CLEARED   ///< the scope begins with none, so that number() is that of the scope
+    };
+
+    explicit ErrorScope(int thread, Start start = AS_IT_IS)
+        : myNumber(theErrNo[thread]), mySaved(myNumber)
+    {
+        if (start == CLEARED) {
+            myNumber = EVL_OK;
+        }
+    }
+    ~ErrorScope() { myNumber = mySaved; }
+    ErrorScope(const ErrorScope &) = delete;
+    ErrorScope &operator=(const ErrorScope &) = delete;
+
+    int number() const { return myNumber; }
+
+private:
+    int &myNumber;
+    int mySaved;
+};
+
 /// The sentence of an error number; never null.
 KIT_API const char *getErrorText(int error);
 

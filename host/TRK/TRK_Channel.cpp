@@ -318,12 +318,13 @@ bool TRK_Channel::insertKeyFrame(double time, bool notify)
         notifyIf(key >= 0 && takePendingString(static_cast<size_t>(key)) && notify);
         return false;
     }
-    bool timeDependent = false;
-    const int thread = BASgetSTID();
-    int &error = EVL::theErrNo[thread];
-    const int saved = error;
-    const double value = evaluate(myCollection, time, thread, timeDependent);
-    error = saved;
+    double value = 0.0;
+    {
+        const int thread = BASgetSTID();
+        const EVL::ErrorScope errors(thread);
+        bool timeDependent = false;
+        value = evaluate(myCollection, time, thread, timeDependent);
+    }
     const bool pendingFlag = isPending(time);
     takePendingString(splitSegment(time, value));
     if (pendingFlag) {
@@ -659,28 +660,9 @@ bool TRK_Channel::evaluateDefaultString(TRK_EvalState &state, KIT_String &out) c
     return true;
 }
 
-namespace
-{
-
-/// Puts the thread's error number back at the end of a question.
-class KeepErrors
-{
-public:
-    explicit KeepErrors(int thread) : myNumber(EVL::theErrNo[thread]), mySaved(myNumber) {}
-    ~KeepErrors() { myNumber = mySaved; }
-    KeepErrors(const KeepErrors &) = delete;
-    KeepErrors &operator=(const KeepErrors &) = delete;
-
-private:
-    int &myNumber;
-    int mySaved;
-};
-
-} // namespace
-
 bool TRK_Channel::isTimeDependentSlow(int thread) const
 {
-    const KeepErrors keep(thread);
+    const EVL::ErrorScope errors(thread);
     bool timeDependent = myTimeFlag;
     if (!timeDependent) {
         evaluate(myCollection, TRK_Manager::getContext().getEvaluateTime(thread), thread,
@@ -691,7 +673,7 @@ bool TRK_Channel::isTimeDependentSlow(int thread) const
 
 bool TRK_Channel::isStringTimeDependentSlow(int thread) const
 {
-    const KeepErrors keep(thread);
+    const EVL::ErrorScope errors(thread);
     bool timeDependent = myTimeFlag;
     if (!timeDependent) {
         KIT_String text;
