@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 
 namespace
 {
@@ -43,13 +44,11 @@ bool isLetter(char c)
 
 bool isDirectiveWord(std::string_view word)
 {
-    for (const char *known :
-         {"include", "define", "undef", "if", "ifdef", "ifndef", "elif", "else", "endif"}) {
-        if (word == known) {
-            return true;
-        }
-    }
-    return false;
+    static constexpr std::string_view theWords[] = {
+#define TOK_DIRECTIVE(WORD, GROUP, RUN) WORD,
+#include <TOK/TOK_DirectivesPrivate.def>
+    };
+    return std::find(std::begin(theWords), std::end(theWords), word) != std::end(theWords);
 }
 
 /// The word without the brackets at its end that nothing in it pairs with.

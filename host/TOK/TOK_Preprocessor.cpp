@@ -154,15 +154,8 @@ bool TOK_Preprocessor::next(std::string_view &token, bool &quoted)
 // -------------------------------------------------------------------- //
 
 const TOK_Preprocessor::Directive TOK_Preprocessor::theDirectives[] = {
-    {"include", false, &TOK_Preprocessor::runInclude},
-    {"define", false, &TOK_Preprocessor::runDefine},
-    {"undef", false, &TOK_Preprocessor::runUndef},
-    {"if", true, &TOK_Preprocessor::runIf},
-    {"ifdef", true, &TOK_Preprocessor::runIfdef},
-    {"ifndef", true, &TOK_Preprocessor::runIfndef},
-    {"elif", true, &TOK_Preprocessor::runElif},
-    {"else", true, &TOK_Preprocessor::runElse},
-    {"endif", true, &TOK_Preprocessor::runEndif},
+#define TOK_DIRECTIVE(WORD, GROUP, RUN) {WORD, GROUP, &TOK_Preprocessor::RUN},
+#include <TOK/TOK_DirectivesPrivate.def>
 };
 
 void TOK_Preprocessor::runDirective(std::string_view line)
