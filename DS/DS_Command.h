@@ -81,7 +81,8 @@ public:
     /// terminator. Nothing once there is a list, which borrows the templates. They borrow from the
     /// record, which must outlive the command or belong to it.
     void addTemplate(DS_Parm *parm, bool withToggle);
-    /// What fills the menu of a record with flag 0x8, and of one with flag 0x10; null for none.
+    /// What fills the menu of a record with flag 0x8, and of one with flag 0x10; null for none. Set
+    /// for the process before threads start that make commands.
     static void setObjectMenuBuilder(ZEL_ChoiceList::NameGenerator builder);
     static void setRenderMenuBuilder(ZEL_ChoiceList::NameGenerator builder);
 

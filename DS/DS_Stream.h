@@ -63,7 +63,7 @@ public:
     /// without severity word and place.
     using MessageSink = void (*)(void *data, KIT_ErrorSeverity severity, const char *file, int line,
                                  const char *text);
-    /// Null, the default: the standard error stream. Set it while no script is read.
+    /// Null, the default: the standard error stream. Set before threads start that read scripts.
     static void setMessageSink(MessageSink sink, void *data);
 
 private:

@@ -49,7 +49,6 @@ public:
     void setAll(bool value);
     /// How many bits are set.
     int64_t numBitsSet() const;
-    bool anyBitsSet() const { return numBitsSet() != 0; }
 
 private:
     bool isValidIndex(int64_t index) const { return index >= 0 && index < mySize; }

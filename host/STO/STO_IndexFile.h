@@ -59,7 +59,6 @@ public:
     bool read(std::string_view bytes, const char *name);
     /// Forgets everything.
     void release();
-    bool isDamaged() const { return myDamagedFlag; }
 
     // ---------------------------------------------------------------- //
     /// \name Sections

@@ -7,7 +7,7 @@
 ///             "/" stands behind the last "?". The index file may itself be a section.
 ///             *definition* = as in KIT_OpUtils.h; its bytes come from the application.
 /// Ownership:  owns the bytes and the stream; borrows the data of the definition source.
-/// Threads:    reading: any. The definition source is set by the main thread before that.
+/// Threads:    reading: any. The definition source is set before threads start that read.
 /// Errors:     a path behind which there is nothing gives no stream; no message.
 /// Cost:       the file is read whole; of a section path the whole index file.
 
@@ -43,7 +43,7 @@ public:
     /// Answers the bytes of a definition's path without its "?" part or with it, as it is asked
     /// for; false if there are none.
     using DefinitionSource = bool (*)(void *data, const char *path, std::string &bytes);
-    /// Null takes it away.
+    /// One for the process, set before threads start; null takes it away.
     static void setDefinitionSource(DefinitionSource source, void *data);
 
 private:

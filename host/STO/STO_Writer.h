@@ -52,7 +52,8 @@ public:
     bool close();
 
     /// Called at each step of every writer of the process; a false answer makes the step fail with
-    /// the errno that the call leaves. For tests of failures; null takes it away.
+    /// the errno that the call leaves. For tests of failures, set before threads start that write;
+    /// null takes it away.
     using StepHook = bool (*)(void *data, const char *step);
     static void setStepHook(StepHook hook, void *data);
 

@@ -29,13 +29,6 @@ double TRK_Manager::getEvaluateTime(int thread) const
     return scope != nullptr ? scope->getTime() : getCurrentTime();
 }
 
-void TRK_Manager::setTimeTolerance(double tolerance)
-{
-    if (tolerance >= 0.0) {
-        myTolerance.store(tolerance, std::memory_order_relaxed);
-    }
-}
-
 void TRK_Manager::setFPS(double fps)
 {
     if (fps > 0.0 && std::isfinite(fps)) {

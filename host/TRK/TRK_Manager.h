@@ -49,9 +49,8 @@ public:
     double getEvaluateTime(int thread) const;
     double getCurrentTime() const { return myTime.load(std::memory_order_relaxed); }
     void setCurrentTime(double time) { myTime.store(time, std::memory_order_relaxed); }
-    /// How far apart two times may be and still be the same key. 1e-5 unless set.
-    double getTimeTolerance() const { return myTolerance.load(std::memory_order_relaxed); }
-    void setTimeTolerance(double tolerance);
+    /// How far apart two times may be and still be the same key.
+    double getTimeTolerance() const { return 1e-5; }
     double getFPS() const { return myFPS.load(std::memory_order_relaxed); }
     /// Frames a second; a value that is not above 0 is ignored.
     void setFPS(double fps);
@@ -138,7 +137,6 @@ private:
     TRK_Manager() = default;
 
     std::atomic<double> myTime{0.0};
-    std::atomic<double> myTolerance{1e-5};
     std::atomic<double> myFPS{24.0};
     std::atomic<bool> myCommitFlag{true};
     std::atomic<bool> myTupleFlag{false};
