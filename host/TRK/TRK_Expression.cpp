@@ -316,7 +316,8 @@ bool TRK_Expression::Runner::runText(const Step &step)
         myText -= 2;
         *++myNumber = compareAny(myText[1], myText[2]);
         return true;
-    case Code::TEXT_FUNCTION: return runTextFunction(step);
+    case Code::TEXT_FUNCTION:
+    case Code::TEXT_MEASURE: return runTextFunction(step);
     default: return runTextChannel(step);
     }
 }
@@ -349,37 +350,26 @@ bool TRK_Expression::Runner::runTextChannel(const Step &step)
 
 bool TRK_Expression::Runner::runTextFunction(const Step &step)
 {
-    KIT_String &text = *myText;
-    if (!charge(text.length())) {
+    const int textCount = static_cast<int>(step.index);
+    myText -= textCount;
+    myNumber -= step.count - textCount;
+    size_t bytes = 0;
+    for (int i = 1; i <= textCount; ++i) {
+        bytes += myText[i].length();
+    }
+    if (!charge(bytes)) {
         return false;
     }
-    switch (static_cast<TRK_TextFunction>(step.index)) {
-    case TRK_TextFunction::STRLEN:
-        *++myNumber = static_cast<double>(text.length());
-        --myText;
-        return true;
-    case TRK_TextFunction::SUBSTR: {
-        const double length = static_cast<double>(text.length());
-        const double count = step.count > 2 ? *myNumber-- : length;
-        const double start = std::fmin(std::fmax(*myNumber--, 0.0), length);
-        const double size = std::fmin(std::fmax(count, 0.0), length - start);
-        KIT_String part;
-        part.harden(text.nonNullStr() + static_cast<size_t>(start), static_cast<size_t>(size));
-        text.adopt(part);
-        return true;
+    TextCall call{myText + 1, myNumber + 1, step.count, 0.0};
+    if (!step.textFunction(call)) {
+        return fail(EVL::EVL_BAD_ARGUMENT);
     }
-    default: {
-        const bool upperFlag = step.index == static_cast<uint32_t>(TRK_TextFunction::TOUPPER);
-        std::string changed = text.toStdString();
-        for (char &c : changed) {
-            if (upperFlag ? (c >= 'a' && c <= 'z') : (c >= 'A' && c <= 'Z')) {
-                c = static_cast<char>(c ^ 0x20);
-            }
-        }
-        text = changed;
-        return true;
+    if (step.code == Code::TEXT_MEASURE) {
+        *++myNumber = call.number;
+    } else {
+        ++myText;
     }
-    }
+    return true;
 }
 
 bool TRK_Expression::Runner::pushVariable(const Step &step)

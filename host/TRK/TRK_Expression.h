@@ -87,20 +87,34 @@ public:
         TEXT_CHANNEL_AT,    ///< n : s
         TEXT_CHANNEL_NAMED, ///< s : s
         TEXT_CHANNEL_NAMED_AT, ///< s n : s
-        TEXT_FUNCTION          ///< mixed: a function with a text in its arguments or its result
+        TEXT_FUNCTION,         ///< s.. n.. : s a function with a text among its arguments
+        TEXT_MEASURE           ///< s.. n.. : n the same with a number as its result
     };
 
     using NumberFunction = double (*)(const double *args, int count, bool &failed);
+
+    /// What a function with a text among its arguments works on.
+    struct TextCall
+    {
+        KIT_String *texts;     ///< the texts in order; a result that is text replaces the first
+        const double *numbers; ///< the numbers in order
+        int count;             ///< of all arguments
+        double number;         ///< a result that is a number
+    };
+    /// False: the arguments make no sense. A text must not become longer than the texts given.
+    using TextFunction = bool (*)(TextCall &call);
 
     struct Step
     {
         Code code;
         uint8_t count;  ///< arguments of a function
-        uint32_t index; ///< of a reference, a literal, a function; target of a jump
+        uint32_t index; ///< of a reference or a literal; target of a jump; how many arguments of
+                        ///< a function are texts
         union
         {
             double number;
             NumberFunction function;
+            TextFunction textFunction;
         };
     };
 
@@ -118,7 +132,7 @@ public:
     int getError() const { return myError; }
     /// What was wrong, in words; empty when nothing was.
     const char *getErrorText() const { return myErrorText.c_str(); }
-    /// Offset of the fault in the text.
+    /// Offset of the fault in the text, for an editor that marks it.
     uint32_t getErrorPosition() const { return myErrorPosition; }
 
     Type getType() const { return myType; }

@@ -2,12 +2,15 @@
 
 #include <cmath>
 #include <cstring>
+#include <string>
 
 namespace
 {
 
 using Kind = TRK_FunctionKind;
 using Type = TRK_Expression::Type;
+using Code = TRK_Expression::Code;
+using TextCall = TRK_Expression::TextCall;
 
 constexpr double thePi = 3.14159265358979323846;
 constexpr double theRadians = thePi / 180.0;
@@ -101,56 +104,97 @@ double greatest(const double *a, int n)
     return result;
 }
 
+bool textLength(TextCall &call)
+{
+    call.number = static_cast<double>(call.texts[0].length());
+    return true;
+}
+
+bool partOfText(TextCall &call)
+{
+    KIT_String &text = call.texts[0];
+    const double length = static_cast<double>(text.length());
+    const double start = std::fmin(std::fmax(call.numbers[0], 0.0), length);
+    const double count = call.count > 2 ? call.numbers[1] : length;
+    const double size = std::fmin(std::fmax(count, 0.0), length - start);
+    KIT_String part;
+    part.harden(text.nonNullStr() + static_cast<size_t>(start), static_cast<size_t>(size));
+    text.adopt(part);
+    return true;
+}
+
+/// Changes the case of the letters from \p first to \p last.
+void changeCase(KIT_String &text, char first, char last)
+{
+    std::string changed = text.toStdString();
+    for (char &c : changed) {
+        if (c >= first && c <= last) {
+            c = static_cast<char>(c ^ 0x20);
+        }
+    }
+    text = changed;
+}
+
+bool toUpper(TextCall &call)
+{
+    changeCase(call.texts[0], 'a', 'z');
+    return true;
+}
+
+bool toLower(TextCall &call)
+{
+    changeCase(call.texts[0], 'A', 'Z');
+    return true;
+}
+
 // clang-format off
 const TRK_FunctionEntry theFunctions[] = {
-    {"abs",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::fabs(a[0])), 0},
-    {"sign",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(a[0] > 0.0 ? 1.0 : a[0] < 0.0 ? -1.0 : 0.0), 0},
-    {"sin",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(sineOfDegrees(a[0])), 0},
-    {"cos",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(cosineOfDegrees(a[0])), 0},
-    {"tan",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(tangentOfDegrees(a[0], failed)), 0},
-    {"asin",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::asin(a[0]) / theRadians), 0},
-    {"acos",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::acos(a[0]) / theRadians), 0},
-    {"atan",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::atan(a[0]) / theRadians), 0},
-    {"atan2",    Kind::NUMBERS, "nn",     Type::NUMBER, NUMERIC(std::atan2(a[0], a[1]) / theRadians), 0},
-    {"sqrt",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::sqrt(a[0])), 0},
-    {"exp",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::exp(a[0])), 0},
-    {"log",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::log(a[0])), 0},
-    {"log10",    Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::log10(a[0])), 0},
-    {"pow",      Kind::NUMBERS, "nn",     Type::NUMBER, NUMERIC(std::pow(a[0], a[1])), 0},
-    {"floor",    Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::floor(a[0])), 0},
-    {"ceil",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::ceil(a[0])), 0},
-    {"round",    Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::floor(a[0] + 0.5)), 0},
-    {"int",      Kind::NUMBERS, "n",      Type::NUMBER, TRKtruncate, 0},
-    {"frac",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(a[0] - std::floor(a[0])), 0},
-    {"min",      Kind::NUMBERS, "n*",     Type::NUMBER, NUMERIC(least(a, n)), 0},
-    {"max",      Kind::NUMBERS, "n*",     Type::NUMBER, NUMERIC(greatest(a, n)), 0},
-    {"clamp",    Kind::NUMBERS, "nnn",    Type::NUMBER, NUMERIC(a[0] < a[1] ? a[1] : a[0] > a[2] ? a[2] : a[0]), 0},
-    {"fit",      Kind::NUMBERS, "nnnnn",  Type::NUMBER, NUMERIC(fit(a[0], a[1], a[2], a[3], a[4])), 0},
-    {"lerp",     Kind::NUMBERS, "nnn",    Type::NUMBER, NUMERIC(a[0] + (a[1] - a[0]) * a[2]), 0},
-    {"smooth",   Kind::NUMBERS, "nnn",    Type::NUMBER, NUMERIC(smooth(a[0], a[1], a[2])), 0},
-    {"rand",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(randomOf(a[0])), 0},
-    {"length",   Kind::NUMBERS, "n*",     Type::NUMBER, NUMERIC(norm(a, n)), 0},
+    {"abs",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::fabs(a[0]))},
+    {"sign",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(a[0] > 0.0 ? 1.0 : a[0] < 0.0 ? -1.0 : 0.0)},
+    {"sin",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(sineOfDegrees(a[0]))},
+    {"cos",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(cosineOfDegrees(a[0]))},
+    {"tan",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(tangentOfDegrees(a[0], failed))},
+    {"asin",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::asin(a[0]) / theRadians)},
+    {"acos",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::acos(a[0]) / theRadians)},
+    {"atan",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::atan(a[0]) / theRadians)},
+    {"atan2",    Kind::NUMBERS, "nn",     Type::NUMBER, NUMERIC(std::atan2(a[0], a[1]) / theRadians)},
+    {"sqrt",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::sqrt(a[0]))},
+    {"exp",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::exp(a[0]))},
+    {"log",      Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::log(a[0]))},
+    {"log10",    Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::log10(a[0]))},
+    {"pow",      Kind::NUMBERS, "nn",     Type::NUMBER, NUMERIC(std::pow(a[0], a[1]))},
+    {"floor",    Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::floor(a[0]))},
+    {"ceil",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::ceil(a[0]))},
+    {"round",    Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(std::floor(a[0] + 0.5))},
+    {"int",      Kind::NUMBERS, "n",      Type::NUMBER, TRKtruncate},
+    {"frac",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(a[0] - std::floor(a[0]))},
+    {"min",      Kind::NUMBERS, "n*",     Type::NUMBER, NUMERIC(least(a, n))},
+    {"max",      Kind::NUMBERS, "n*",     Type::NUMBER, NUMERIC(greatest(a, n))},
+    {"clamp",    Kind::NUMBERS, "nnn",    Type::NUMBER, NUMERIC(a[0] < a[1] ? a[1] : a[0] > a[2] ? a[2] : a[0])},
+    {"fit",      Kind::NUMBERS, "nnnnn",  Type::NUMBER, NUMERIC(fit(a[0], a[1], a[2], a[3], a[4]))},
+    {"lerp",     Kind::NUMBERS, "nnn",    Type::NUMBER, NUMERIC(a[0] + (a[1] - a[0]) * a[2])},
+    {"smooth",   Kind::NUMBERS, "nnn",    Type::NUMBER, NUMERIC(smooth(a[0], a[1], a[2]))},
+    {"rand",     Kind::NUMBERS, "n",      Type::NUMBER, NUMERIC(randomOf(a[0]))},
+    {"length",   Kind::NUMBERS, "n*",     Type::NUMBER, NUMERIC(norm(a, n))},
     {"distance", Kind::NUMBERS, "nnnnnn", Type::NUMBER,
-        NUMERIC(std::hypot(std::hypot(a[3] - a[0], a[4] - a[1]), a[5] - a[2])), 0},
-    {"strcmp",   Kind::TEXTS, "ss",   Type::NUMBER, nullptr, int(TRK_TextFunction::STRCMP)},
-    {"strlen",   Kind::TEXTS, "s",    Type::NUMBER, nullptr, int(TRK_TextFunction::STRLEN)},
-    {"strcat",   Kind::TEXTS, "s*",   Type::STRING, nullptr, int(TRK_TextFunction::STRCAT)},
-    {"substr",   Kind::TEXTS, "sn?n", Type::STRING, nullptr, int(TRK_TextFunction::SUBSTR)},
-    {"toupper",  Kind::TEXTS, "s",    Type::STRING, nullptr, int(TRK_TextFunction::TOUPPER)},
-    {"tolower",  Kind::TEXTS, "s",    Type::STRING, nullptr, int(TRK_TextFunction::TOLOWER)},
-    {"atof",     Kind::TEXTS, "s",    Type::NUMBER, nullptr, int(TRK_TextFunction::ATOF)},
-    {"itoa",     Kind::TEXTS, "n",    Type::STRING, nullptr, int(TRK_TextFunction::ITOA)},
-    {"ch",       Kind::CHANNEL,      "s?n", Type::NUMBER, nullptr, 0},
-    {"chf",      Kind::CHANNEL,      "s?n", Type::NUMBER, nullptr, 0},
-    {"chi",      Kind::CHANNEL_INT,  "s?n", Type::NUMBER, nullptr, 0},
-    {"chs",      Kind::CHANNEL_TEXT, "s?n", Type::STRING, nullptr, 0},
-    {"chsop",    Kind::CHANNEL_TEXT, "s?n", Type::STRING, nullptr, 0},
-    {"constant", Kind::INTERPOLATOR, "", Type::NUMBER, nullptr, TRK_INTERP_CONSTANT},
-    {"linear",   Kind::INTERPOLATOR, "", Type::NUMBER, nullptr, TRK_INTERP_LINEAR},
-    {"cubic",    Kind::INTERPOLATOR, "", Type::NUMBER, nullptr, TRK_INTERP_CUBIC},
-    {"bezier",   Kind::INTERPOLATOR, "", Type::NUMBER, nullptr, TRK_INTERP_BEZIER},
-    {"ease",     Kind::INTERPOLATOR, "", Type::NUMBER, nullptr, TRK_INTERP_EASE},
-    {"if",       Kind::CONDITION, "", Type::ANY, nullptr, 0},
+        NUMERIC(std::hypot(std::hypot(a[3] - a[0], a[4] - a[1]), a[5] - a[2]))},
+    {"strcmp",   Kind::OPERATION, "ss",   Type::NUMBER, nullptr, nullptr, int(Code::COMPARE)},
+    {"strlen",   Kind::TEXTS,     "s",    Type::NUMBER, nullptr, textLength},
+    {"strcat",   Kind::OPERATION, "s*",   Type::STRING, nullptr, nullptr, int(Code::JOIN)},
+    {"substr",   Kind::TEXTS,     "sn?n", Type::STRING, nullptr, partOfText},
+    {"toupper",  Kind::TEXTS,     "s",    Type::STRING, nullptr, toUpper},
+    {"tolower",  Kind::TEXTS,     "s",    Type::STRING, nullptr, toLower},
+    {"atof",     Kind::OPERATION, "s",    Type::NUMBER, nullptr, nullptr, int(Code::TO_NUMBER)},
+    {"itoa",     Kind::NUMBERS,   "n",    Type::STRING, TRKtruncate},
+    {"ch",       Kind::CHANNEL,      "s?n", Type::NUMBER},
+    {"chf",      Kind::CHANNEL,      "s?n", Type::NUMBER},
+    {"chi",      Kind::CHANNEL_INT,  "s?n", Type::NUMBER},
+    {"chs",      Kind::CHANNEL_TEXT, "s?n", Type::STRING},
+    {"chsop",    Kind::CHANNEL_TEXT, "s?n", Type::STRING},
+#define TRK_INTERPOLATOR(ENUMERATOR, WORD, FUNCTION) \
+    {WORD, Kind::INTERPOLATOR, "", Type::NUMBER, nullptr, nullptr, TRK_INTERP_##ENUMERATOR},
+#include <TRK/TRK_Interpolators.def>
+    {"if",       Kind::CONDITION, "", Type::ANY},
 };
 // clang-format on
 #undef NUMERIC

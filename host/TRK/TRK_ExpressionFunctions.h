@@ -9,24 +9,12 @@
 
 #include <TRK/TRK_Expression.h>
 
-/// Functions that touch texts.
-enum class TRK_TextFunction : uint8_t
-{
-    STRCMP,
-    STRLEN,
-    STRCAT,
-    SUBSTR,
-    TOUPPER,
-    TOLOWER,
-    ATOF,
-    ITOA
-};
-
 /// What a name in front of a parenthesis is.
 enum class TRK_FunctionKind : uint8_t
 {
-    NUMBERS,      ///< of numbers alone
-    TEXTS,        ///< TRK_TextFunction
+    NUMBERS,      ///< of numbers alone; the result is written as text where a text is wanted
+    TEXTS,        ///< with a text among its arguments
+    OPERATION,    ///< the step that an operator makes; one that joins stands between each two texts
     CHANNEL,      ///< ch, chf
     CHANNEL_INT,  ///< chi
     CHANNEL_TEXT, ///< chs, chsop
@@ -40,8 +28,9 @@ struct TRK_FunctionEntry
     TRK_FunctionKind kind;
     const char *signature;
     TRK_Expression::Type result;
-    TRK_Expression::NumberFunction function; ///< for NUMBERS
-    int detail;                              ///< TRK_TextFunction or TRK_Interpolator
+    TRK_Expression::NumberFunction function = nullptr;   ///< for NUMBERS
+    TRK_Expression::TextFunction textFunction = nullptr; ///< for TEXTS
+    int detail = 0; ///< the TRK_Expression::Code of an OPERATION, the TRK_Interpolator
 };
 
 /// The entry of a function; null if there is none.

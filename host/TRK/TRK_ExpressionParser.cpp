@@ -1,5 +1,6 @@
 #include <TRK/TRK_ExpressionParser.h>
 
+#include <BAS/BAS_Character.h>
 #include <BAS/BAS_Number.h>
 #include <EVL/EVL.h>
 
@@ -38,16 +39,6 @@ constexpr VariableEntry theVariables[] = {
     {"E", Code::NUMBER, 2.71828182845904523536},
     {"OS", Code::NODE_NAME, 0.0},
 };
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-bool isNameStart(char c)
-{
-    return BASisWordChar(c) && !isDigit(c);
-}
 
 /// One level of nesting for the length of a scope.
 class Level
@@ -317,7 +308,7 @@ TRK_Expression::Type TRK_ExpressionParser::parsePrimary()
 {
     skipBlanks();
     const char c = peek();
-    if (isDigit(c) || c == '.') {
+    if (BASisDigit(c) || c == '.') {
         return parseNumber();
     }
     if (c == '"' || c == '\'') {
@@ -326,7 +317,7 @@ TRK_Expression::Type TRK_ExpressionParser::parsePrimary()
     if (c == '$') {
         return parseVariable();
     }
-    if (isNameStart(c)) {
+    if (BASisNameStart(c)) {
         return parseCall();
     }
     if (c == '(') {
@@ -414,7 +405,8 @@ void TRK_ExpressionParser::readEscape(char quote, std::string &text)
 
 bool TRK_ExpressionParser::startsVariable() const
 {
-    return peek() == '$' && (isNameStart(peek(1)) || (peek(1) == '{' && isNameStart(peek(2))));
+    return peek() == '$' &&
+           (BASisNameStart(peek(1)) || (peek(1) == '{' && BASisNameStart(peek(2))));
 }
 
 /// Reads $NAME or ${NAME}.
@@ -504,6 +496,7 @@ TRK_Expression::Type TRK_ExpressionParser::parseCall()
     switch (entry->kind) {
     case TRK_FunctionKind::NUMBERS: return parseNumbersCall(*entry);
     case TRK_FunctionKind::TEXTS: return parseTextsCall(*entry);
+    case TRK_FunctionKind::OPERATION: return parseOperationCall(*entry);
     case TRK_FunctionKind::CONDITION: return parseCondition();
     case TRK_FunctionKind::INTERPOLATOR:
         parseArguments(*entry, 0);
@@ -553,38 +546,40 @@ TRK_Expression::Type TRK_ExpressionParser::parseNumbersCall(const TRK_FunctionEn
         myExpression.mySteps[at].count = static_cast<uint8_t>(count);
         myExpression.mySteps[at].function = entry.function;
     }
-    return Type::NUMBER;
+    if (entry.result == Type::STRING) {
+        emit(Code::TO_TEXT, -1, 1);
+    }
+    return entry.result;
 }
 
 TRK_Expression::Type TRK_ExpressionParser::parseTextsCall(const TRK_FunctionEntry &entry)
 {
     const int count = parseArguments(entry, 0);
-    const uint32_t detail = static_cast<uint32_t>(entry.detail);
-    switch (static_cast<TRK_TextFunction>(entry.detail)) {
-    case TRK_TextFunction::STRCMP: emit(Code::COMPARE, 1, -2); break;
-    case TRK_TextFunction::ATOF: toNumber(Type::STRING); break;
-    case TRK_TextFunction::STRCAT:
+    int texts = 0;
+    for (int i = 0; i < count; ++i) {
+        texts += TRKargumentIsText(entry.signature, i) ? 1 : 0;
+    }
+    const bool numberFlag = entry.result == Type::NUMBER;
+    const size_t at = emit(numberFlag ? Code::TEXT_MEASURE : Code::TEXT_FUNCTION,
+                           (numberFlag ? 1 : 0) - (count - texts), (numberFlag ? 0 : 1) - texts,
+                           static_cast<uint32_t>(texts));
+    if (!failed()) {
+        myExpression.mySteps[at].count = static_cast<uint8_t>(count);
+        myExpression.mySteps[at].textFunction = entry.textFunction;
+    }
+    return entry.result;
+}
+
+TRK_Expression::Type TRK_ExpressionParser::parseOperationCall(const TRK_FunctionEntry &entry)
+{
+    const int count = parseArguments(entry, 0);
+    const Code code = static_cast<Code>(entry.detail);
+    if (entry.result == Type::NUMBER) {
+        emit(code, 1, -count);
+    } else {
         for (int i = 1; i < count; ++i) {
-            emit(Code::JOIN, 0, -1);
+            emit(code, 0, -1);
         }
-        break;
-    case TRK_TextFunction::ITOA: {
-        const size_t at = emit(Code::FUNCTION, 0, 0);
-        if (!failed()) {
-            myExpression.mySteps[at].count = 1;
-            myExpression.mySteps[at].function = TRKtruncate;
-        }
-        emit(Code::TO_TEXT, -1, 1);
-        break;
-    }
-    case TRK_TextFunction::STRLEN: emit(Code::TEXT_FUNCTION, 1, -1, detail); break;
-    default: {
-        const size_t at = emit(Code::TEXT_FUNCTION, 1 - count, 0, detail);
-        if (!failed()) {
-            myExpression.mySteps[at].count = static_cast<uint8_t>(count);
-        }
-        break;
-    }
     }
     return entry.result;
 }

@@ -38,6 +38,7 @@ private:
     Type parseCondition();
     Type parseNumbersCall(const TRK_FunctionEntry &entry);
     Type parseTextsCall(const TRK_FunctionEntry &entry);
+    Type parseOperationCall(const TRK_FunctionEntry &entry);
     Type parseChannelCall(const TRK_FunctionEntry &entry);
     int parseArguments(const TRK_FunctionEntry &entry, int first);
     bool parseLiteralName(std::string &name);

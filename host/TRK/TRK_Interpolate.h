@@ -3,6 +3,8 @@
 ///
 /// Vocabulary: *u* = the time within the segment as a fraction of its length, 0 to 1.
 /// Units:      times in seconds, slopes in value per second, handle lengths in seconds.
+///             Every curve takes the same arguments, whether it uses them or not: u, the segment's
+///             length, then value, slope and handle length at the start and at the end.
 /// Threads:    pure functions.
 /// Cost:       constant for all but the Bezier curve with handles, which solves for its parameter.
 ///
@@ -18,21 +20,30 @@
 
 #include <cmath>
 
+/// The value at the start.
+inline double TRKinterpolateConstant(double, double, double v0, double, double, double, double,
+                                     double)
+{
+    return v0;
+}
+
 /// The straight line from \p v0 to \p v1.
-inline double TRKinterpolateLinear(double u, double v0, double v1)
+inline double TRKinterpolateLinear(double u, double, double v0, double, double, double v1, double,
+                                   double)
 {
     return v0 + (v1 - v0) * u;
 }
 
 /// Slow start, slow end.
-inline double TRKinterpolateEase(double u, double v0, double v1)
+inline double TRKinterpolateEase(double u, double, double v0, double, double, double v1, double,
+                                 double)
 {
     return v0 + (v1 - v0) * (u * u * (3.0 - 2.0 * u));
 }
 
 /// Hermite cubic through two values with two slopes over \p length seconds.
-inline double TRKinterpolateCubic(double u, double length, double v0, double s0, double v1,
-                                  double s1)
+inline double TRKinterpolateCubic(double u, double length, double v0, double s0, double, double v1,
+                                  double s1, double)
 {
     const double w = 1.0 - u;
     const double h01 = u * u * (3.0 - 2.0 * u);
@@ -76,7 +87,7 @@ inline double TRKinterpolateBezier(double u, double length, double v0, double s0
                                    double v1, double s1, double a1)
 {
     if (a0 == 0.0 && a1 == 0.0) {
-        return TRKinterpolateCubic(u, length, v0, s0, v1, s1);
+        return TRKinterpolateCubic(u, length, v0, s0, a0, v1, s1, a1);
     }
     const double third = length / 3.0;
     a0 = a0 == 0.0 ? third : std::fmin(std::fmax(a0, 0.0), length);

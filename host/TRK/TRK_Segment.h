@@ -2,8 +2,8 @@
 /// The stretch of a channel between two keys: values at both ends and what happens between them.
 ///
 /// Vocabulary: *in* value, slope, acceleration = at the segment's start; *out* = at its end.
-///             *interpolator* = an expression that is exactly constant(), linear(), cubic(),
-///             bezier() or ease(): then the values make the curve. Any other expression drives the
+///             *interpolator* = an expression that is exactly one call of TRK_Interpolators.def,
+///             such as linear(): then the values make the curve. Any other expression drives the
 ///             segment and the values rest.
 /// Units:      time in seconds; slope in value per second; acceleration is the length of the
 ///             curve's handle in seconds, 0 for one third of the segment.
@@ -36,8 +36,6 @@ public:
     ~TRK_Segment();
 
     double getStart() const { return myStart; }
-    /// The next key's time; infinity for the last segment.
-    double getEnd() const { return myEnd; }
 
     // ---------------------------------------------------------------- //
     /// \name Expression
@@ -88,13 +86,11 @@ public:
         }
         const double u = elapsed < length ? elapsed / length : 1.0;
         switch (interpolator) {
-        case TRK_INTERP_LINEAR: return TRKinterpolateLinear(u, myInValue, myOutValue);
-        case TRK_INTERP_EASE: return TRKinterpolateEase(u, myInValue, myOutValue);
-        case TRK_INTERP_CUBIC:
-            return TRKinterpolateCubic(u, length, myInValue, myInSlope, myOutValue, myOutSlope);
-        case TRK_INTERP_BEZIER:
-            return TRKinterpolateBezier(u, length, myInValue, myInSlope, myInAccel, myOutValue,
-                                        myOutSlope, myOutAccel);
+#define TRK_INTERPOLATOR(ENUMERATOR, WORD, FUNCTION)                                               \
+    case TRK_INTERP_##ENUMERATOR:                                                                  \
+        return FUNCTION(u, length, myInValue, myInSlope, myInAccel, myOutValue, myOutSlope,        \
+                        myOutAccel);
+#include <TRK/TRK_Interpolators.def>
         default: return myInValue;
         }
     }

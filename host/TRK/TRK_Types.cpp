@@ -1,5 +1,6 @@
 #include <TRK/TRK_Types.h>
 
+#include <BAS/BAS_Character.h>
 #include <BAS/BAS_Number.h>
 
 #include <cstring>
@@ -25,9 +26,8 @@ constexpr Word theScriptLanguages[] = {
 };
 
 constexpr Word theInterpolators[] = {
-    {"constant()", TRK_INTERP_CONSTANT}, {"linear()", TRK_INTERP_LINEAR},
-    {"cubic()", TRK_INTERP_CUBIC},       {"bezier()", TRK_INTERP_BEZIER},
-    {"ease()", TRK_INTERP_EASE},
+#define TRK_INTERPOLATOR(ENUMERATOR, WORD, FUNCTION) {WORD "()", TRK_INTERP_##ENUMERATOR},
+#include <TRK/TRK_Interpolators.def>
 };
 
 template <size_t N>
@@ -57,9 +57,26 @@ const char *findText(const Word (&words)[N], int value)
     return nullptr;
 }
 
-bool isBlank(char c)
+const char *skipBlanks(const char *at)
 {
-    return c == ' ' || (c >= '\t' && c <= '\r');
+    while (BASisBlank(*at)) {
+        ++at;
+    }
+    return at;
+}
+
+/// Whether a text is this call, "word()". Blanks may stand anywhere but inside the word.
+bool isCall(const char *text, const char *call)
+{
+    for (text = skipBlanks(text); *call != '\0'; ++call, ++text) {
+        if (*call == '(' || *call == ')') {
+            text = skipBlanks(text);
+        }
+        if (*text != *call) {
+            return false;
+        }
+    }
+    return *skipBlanks(text) == '\0';
 }
 
 } // namespace
@@ -127,25 +144,8 @@ const char *TRKinterpolatorToString(TRK_Interpolator interpolator)
 
 TRK_Interpolator TRKstringToInterpolator(const char *text)
 {
-    // Blanks may stand anywhere but inside the word, so compare without them.
-    char squeezed[16];
-    size_t length = 0;
-    bool gapFlag = false;
-    for (; text != nullptr && *text != '\0'; ++text) {
-        if (isBlank(*text)) {
-            gapFlag = true;
-            continue;
-        }
-        const bool letterFlag = *text != '(' && *text != ')';
-        if (length + 1 >= sizeof(squeezed) || (gapFlag && letterFlag && length > 0)) {
-            return TRK_INTERP_EXPRESSION;
-        }
-        gapFlag = false;
-        squeezed[length++] = *text;
-    }
-    squeezed[length] = '\0';
     for (const Word &word : theInterpolators) {
-        if (std::strcmp(word.text, squeezed) == 0) {
+        if (text != nullptr && isCall(text, word.text)) {
             return static_cast<TRK_Interpolator>(word.value);
         }
     }

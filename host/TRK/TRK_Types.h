@@ -43,15 +43,13 @@ enum TRK_CHANGE_TYPE : int
     TRK_CHANGE_LOCK = 8     ///< a lock
 };
 
-/// How a segment gets its value between its two keys.
+/// How a segment gets its value between its two keys: TRK_INTERP_CONSTANT and so on, a curve for each
+/// row of TRK_Interpolators.def.
 enum TRK_Interpolator : unsigned char
 {
-    TRK_INTERP_CONSTANT = 0, ///< constant(): the value at the segment's start
-    TRK_INTERP_LINEAR,       ///< linear(): straight line
-    TRK_INTERP_CUBIC,        ///< cubic(): values and slopes
-    TRK_INTERP_BEZIER,       ///< bezier(): values, slopes and handle lengths
-    TRK_INTERP_EASE,         ///< ease(): slow start, slow end
-    TRK_INTERP_EXPRESSION    ///< any other text: the expression drives the segment
+#define TRK_INTERPOLATOR(ENUMERATOR, WORD, FUNCTION) TRK_INTERP_##ENUMERATOR,
+#include <TRK/TRK_Interpolators.def>
+    TRK_INTERP_EXPRESSION ///< any other text: the expression drives the segment
 };
 
 /// The language that a meaning asks for; a meaning of 4 gives \p collectionLanguage.

@@ -414,7 +414,16 @@ TEST(ChannelTypes, WordsAndLanguages)
               TRK_LANGUAGE_PYTHON);
     EXPECT_EQ(TRKstringMeaningToExprLanguage(TRK_MEANING_NATIVE, TRK_LANGUAGE_PYTHON),
               TRK_LANGUAGE_NATIVE);
-    for (const char *text : {"bez ier()", "linear(1)", "linear", "linear()()", "", "linear()*2"}) {
+    for (int i = 0; i < TRK_INTERP_EXPRESSION; ++i) {
+        const TRK_Interpolator interpolator = static_cast<TRK_Interpolator>(i);
+        std::string text = TRKinterpolatorToString(interpolator);
+        EXPECT_EQ(TRKstringToInterpolator(text.c_str()), interpolator);
+        text.insert(text.size() - 2, "\t ");
+        text.insert(text.size() - 1, "  ");
+        EXPECT_EQ(TRKstringToInterpolator((" " + text + "\n").c_str()), interpolator) << text;
+    }
+    for (const char *text : {"bez ier()", "linear(", "linear) (", "()", "linear(1)", "linear",
+                             "linear()()", "", "linear()*2"}) {
         EXPECT_EQ(TRKstringToInterpolator(text), TRK_INTERP_EXPRESSION) << text;
     }
 }
