@@ -16,17 +16,11 @@
 
 class KIT_StringHolder;
 
-/// How a comparison compares.
+/// How a comparison compares; the rows of ZEL_ConditionOperators.def tell it of each.
 enum ZEL_ConditionalOperator : int32_t
 {
-    ZEL_CONDOP_EQ = 0,     ///< "==": near-equal numbers, else the same text
-    ZEL_CONDOP_NE = 1,     ///< "!=": not so
-    ZEL_CONDOP_GE = 2,     ///< ">=": of two numbers; false for texts
-    ZEL_CONDOP_LE = 3,     ///< "<=": the same
-    ZEL_CONDOP_GT = 4,     ///< ">": the same
-    ZEL_CONDOP_LT = 5,     ///< "<": the same
-    ZEL_CONDOP_MATCH = 6,  ///< "=~": near-equal numbers, else the right word as regular expression
-    ZEL_CONDOP_NOMATCH = 7 ///< "!~": not so; false for a bad regular expression
+#define ZEL_CONDITION_OPERATOR(name, number, text, numbers, texts, missing) name = number,
+#include <ZEL/ZEL_ConditionOperators.def>
 };
 
 class ZEL_API ZEL_ConditionalInfo

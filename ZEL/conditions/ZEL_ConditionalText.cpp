@@ -9,15 +9,27 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ScriptQuote.h>
 
+#include <iterator>
 #include <string_view>
 
 namespace
 {
 
-/// By operator; the reader tries them in this order, so that ">=" comes before ">".
-constexpr std::string_view theOperators[] = {"==", "!=", ">=", "<=", ">", "<", "=~", "!~"};
-constexpr int theOperatorCount = int(sizeof(theOperators) / sizeof(theOperators[0]));
-static_assert(theOperatorCount == ZEL_CONDOP_NOMATCH + 1, "one text for each operator");
+constexpr std::string_view theOperators[] = {
+#define ZEL_CONDITION_OPERATOR(name, number, text, numbers, texts, missing) text,
+#include <ZEL/ZEL_ConditionOperators.def>
+};
+constexpr int theOperatorCount = int(std::size(theOperators));
+
+constexpr bool isInOrder()
+{
+    int place = 0;
+    bool orderFlag = true;
+#define ZEL_CONDITION_OPERATOR(name, number, ...) orderFlag = orderFlag && place++ == number;
+#include <ZEL/ZEL_ConditionOperators.def>
+    return orderFlag;
+}
+static_assert(isInOrder(), "texts are found by the operator's number");
 
 constexpr char theNoOpeningBrace[] = "Conditional doesn't start with an opening curly brace.";
 constexpr char theEmptyGroup[] = "Expected a parameter or an expression.";
@@ -109,15 +121,17 @@ std::string_view ConditionReader::readWord()
 
 bool ConditionReader::readOperator(ZEL_ConditionalOperator &op)
 {
+    op = ZEL_CONDOP_EQ;
+    size_t length = 0;
     for (int i = 0; i < theOperatorCount; i++) {
-        if (myRest.substr(0, theOperators[i].size()) == theOperators[i]) {
-            myRest.remove_prefix(theOperators[i].size());
+        const std::string_view text = theOperators[i];
+        if (text.size() > length && myRest.substr(0, text.size()) == text) {
             op = ZEL_ConditionalOperator(i);
-            return true;
+            length = text.size();
         }
     }
-    op = ZEL_CONDOP_EQ;
-    return false;
+    myRest.remove_prefix(length);
+    return length > 0;
 }
 
 const char *ConditionReader::readComparison(ZEL_ConditionalInfo *info, bool &closedFlag)

@@ -17,6 +17,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <iterator>
 
 namespace
 {
@@ -57,37 +58,62 @@ bool isNear(double a, double b)
     return (bitsA > bitsB ? bitsA - bitsB : bitsB - bitsA) <= theNearUnits;
 }
 
-bool compareNumbers(double value, double right, ZEL_ConditionalOperator op)
+/// False for a regular expression that isn't one.
+bool matches(const KIT_String &value, const KIT_String &right, bool wanted)
 {
-    switch (op) {
-    case ZEL_CONDOP_EQ:
-    case ZEL_CONDOP_MATCH: return isNear(value, right);
-    case ZEL_CONDOP_NE:
-    case ZEL_CONDOP_NOMATCH: return !isNear(value, right);
-    case ZEL_CONDOP_GE: return value >= right;
-    case ZEL_CONDOP_LE: return value <= right;
-    case ZEL_CONDOP_GT: return value > right;
-    case ZEL_CONDOP_LT: return value < right;
-    }
-    return false;
-}
-
-bool compareTexts(const KIT_String &value, const KIT_String &right, ZEL_ConditionalOperator op)
-{
-    if (op == ZEL_CONDOP_EQ || op == ZEL_CONDOP_NE) {
-        return (value == right) == (op == ZEL_CONDOP_EQ);
-    }
-    if (op != ZEL_CONDOP_MATCH && op != ZEL_CONDOP_NOMATCH) {
-        return false;
-    }
     const KIT_Regex regex(right.nonNullStr());
-    return regex.isValid() && regex.match(value.nonNullStr()) == (op == ZEL_CONDOP_MATCH);
+    return regex.isValid() && regex.match(value.nonNullStr()) == wanted;
 }
 
-bool compare(const KIT_String &value, const KIT_String &right, ZEL_ConditionalOperator op)
+/// An operator's comparisons. The functions have the names that the rows call them by.
+struct Comparison
 {
-    return value.isFloat() && right.isFloat() ? compareNumbers(value.toFloat(), right.toFloat(), op)
-                                              : compareTexts(value, right, op);
+    using Numbers = bool (*)(double value, double right);
+    using Texts = bool (*)(const KIT_String &value, const KIT_String &right);
+
+    static bool NEAR(double value, double right) { return isNear(value, right); }
+    static bool FAR(double value, double right) { return !isNear(value, right); }
+    static bool GREATER_EQUAL(double value, double right) { return value >= right; }
+    static bool LESS_EQUAL(double value, double right) { return value <= right; }
+    static bool GREATER(double value, double right) { return value > right; }
+    static bool LESS(double value, double right) { return value < right; }
+
+    static bool SAME(const KIT_String &value, const KIT_String &right) { return value == right; }
+    static bool OTHER(const KIT_String &value, const KIT_String &right) { return value != right; }
+    static bool LIKE(const KIT_String &value, const KIT_String &right)
+    {
+        return matches(value, right, true);
+    }
+    static bool UNLIKE(const KIT_String &value, const KIT_String &right)
+    {
+        return matches(value, right, false);
+    }
+    static bool NEVER(const KIT_String &, const KIT_String &) { return false; }
+
+    Numbers numbers;
+    Texts texts;
+    bool missingFlag; ///< without a parameter it holds
+};
+
+/// By operator.
+constexpr Comparison theComparisons[] = {
+#define ZEL_CONDITION_OPERATOR(name, number, text, numbers, texts, missing)                        \
+    {Comparison::numbers, Comparison::texts, missing},
+#include <ZEL/ZEL_ConditionOperators.def>
+};
+
+/// Numbers are stored, and may come from elsewhere.
+const Comparison &comparisonOf(ZEL_ConditionalOperator op)
+{
+    static constexpr Comparison theUnknown = {[](double, double) { return false; },
+                                              Comparison::NEVER, true};
+    return op >= 0 && op < int(std::size(theComparisons)) ? theComparisons[op] : theUnknown;
+}
+
+bool compare(const KIT_String &value, const KIT_String &right, const Comparison &comparison)
+{
+    return value.isFloat() && right.isFloat() ? comparison.numbers(value.toFloat(), right.toFloat())
+                                              : comparison.texts(value, right);
 }
 
 const ZEL_Parm *findControl(const ZEL_ParmList &list, const KIT_StringRef &name, int &component)
@@ -123,21 +149,21 @@ void readControl(KIT_String &value, const ZEL_Parm &control, int component, cons
 bool holds(const KIT_String &left, const KIT_String &right, ZEL_ConditionalOperator op,
            const Question &question)
 {
+    const Comparison &comparison = comparisonOf(op);
     KIT_String value;
     if (left.lastChar() == ')') {
         if (ZEL_ParmOwner *owner = question.list.getParmOwner()) {
             value = owner->evaluateDisableExpression(question.parm, KIT_StringRef(left));
         }
-        return compare(value, right, op);
+        return compare(value, right, comparison);
     }
     int component = 0;
     const ZEL_Parm *control = findControl(question.list, KIT_StringRef(left), component);
     if (!control || (question.ignored && question.ignored->find(control->getToken()) >= 0)) {
-        // Only "==" needs a parameter to hold.
-        return op != ZEL_CONDOP_EQ;
+        return comparison.missingFlag;
     }
     readControl(value, *control, component, right, question);
-    return compare(value, right, op);
+    return compare(value, right, comparison);
 }
 
 bool holds(const ZEL_ConditionalInfo &info, const Question &question)
@@ -164,7 +190,7 @@ bool ZEL_Conditional::eval(const ZEL_Parm &parm, const ZEL_ParmList &list,
     const Question question{parm, list, ignored, time, thread};
     // The parameter and this condition may be an item's, and a count is read like any value.
     const ZEL_Multi::KeepItems keep;
-    for (const ZEL_ConditionalInfo *info : myInfos) {
+    for (const auto &info : myInfos) {
         if (holds(*info, question)) {
             return true;
         }
