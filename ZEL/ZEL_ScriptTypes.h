@@ -5,7 +5,7 @@
 ///             ("int", "integer") have one index.
 /// Threads:    any thread; the look-up table is made once.
 /// Errors:     an unknown word gives a negative index, an index outside the rows null.
-/// Cost:       a look-up is a binary search among 49 words.
+/// Cost:       a look-up is a binary search among the words.
 #pragma once
 
 #include <ZEL/ZEL_API.h>
@@ -29,3 +29,6 @@ ZEL_API int ZELlookupScriptType(const char *token);
 
 /// What the words of that index set; null outside the rows.
 ZEL_API const ZEL_ScriptType *ZELgetScriptType(int index);
+
+/// The word of that index, the first one of its row; null outside the rows.
+ZEL_API const char *ZELgetScriptTypeWord(int index);

@@ -22,16 +22,6 @@ constexpr const char *theWords[] = {
 #include <ZEL/scripts/ZEL_ScriptTypes.def>
 };
 
-constexpr int countWords()
-{
-    int count = 0;
-    for (const char *word : theWords) {
-        count += word != nullptr;
-    }
-    return count;
-}
-static_assert(countWords() == 49, "a word came or went");
-
 KIT_FSA makeTable()
 {
     KIT_FSA::Row rows[std::size(theWords)];
@@ -52,4 +42,9 @@ int ZELlookupScriptType(const char *token)
 const ZEL_ScriptType *ZELgetScriptType(int index)
 {
     return index >= 0 && index < theTypeCount ? &theTypes[index] : nullptr;
+}
+
+const char *ZELgetScriptTypeWord(int index)
+{
+    return index >= 0 && index < theTypeCount ? theWords[2 * index] : nullptr;
 }

@@ -7,6 +7,7 @@
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_ConditionalSwitcher.h>
+#include <ZEL/ZEL_ScriptTypes.h>
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/ZEL_TypeConstants.h>
@@ -20,22 +21,6 @@ namespace
 // -------------------------------------------------------------------- //
 // Types
 // -------------------------------------------------------------------- //
-
-struct TypeWord
-{
-    const ZEL_Type *type;
-    const char *word;
-    int size; ///< 0: any
-    ZEL_TypeExtended extended;
-    ZEL_MultiType multi;
-    const char *opFilter;
-};
-
-const TypeWord theTypeWords[] = {
-#define ZEL_SCRIPT_TYPE(word, otherWord, type, size, flag, extended, multi, opFilter, opRelative)  \
-    {&type, word, size, ZEL_TYPEX_##extended, ZEL_MULTITYPE_##multi, opFilter},
-#include <ZEL/scripts/ZEL_ScriptTypes.def>
-};
 
 ZEL_Type withoutFlags(ZEL_Type type)
 {
@@ -56,11 +41,11 @@ bool isNodePath(const ZEL_Template &description)
 }
 
 /// The flags that other keywords set don't count.
-bool matches(const ZEL_Template &description, const TypeWord &row, bool withSize)
+bool matches(const ZEL_Template &description, const ZEL_ScriptType &row, bool withSize)
 {
     const ZEL_SpareData *const spare = description.getSparePtr();
     const char *const filter = spare ? spare->getOpFilter() : nullptr;
-    return row.multi == ZEL_MULTITYPE_NONE &&
+    return row.multiType == ZEL_MULTITYPE_NONE &&
            withoutFlags(description.getType()) == withoutFlags(*row.type) &&
            (row.extended == description.getTypeExtended() ||
             (row.extended == ZEL_TYPEX_NONE && !isNodePath(description))) &&
@@ -378,9 +363,9 @@ std::string ZELTtypeWord(const ZEL_Template &description)
                    : "group";
     }
     for (const bool withSize : {true, false}) {
-        for (const TypeWord &row : theTypeWords) {
-            if (matches(description, row, withSize)) {
-                return row.word;
+        for (int i = 0; const ZEL_ScriptType *const row = ZELgetScriptType(i); ++i) {
+            if (matches(description, *row, withSize)) {
+                return ZELgetScriptTypeWord(i);
             }
         }
     }
