@@ -159,6 +159,11 @@ private:
         bool clearJoinFlag;
         int depth;
     };
+    enum class Place
+    {
+        ANYWHERE,
+        IMPORT
+    };
     struct Keyword;
     using Parser = bool (ZEL_ScriptPage::*)(DS_Stream &, const Context &, const Keyword &);
     struct Keyword
@@ -166,7 +171,7 @@ private:
         std::string_view word;
         Parser parser;
         int argument; ///< a flag, a multi type or a kind of condition
-        bool importOnlyFlag;
+        Place place;
     };
     static const Keyword theKeywords[];
 

@@ -172,39 +172,45 @@ private:
         MENU_REPLACE,
         MENU_TOGGLE
     };
-    using Parser = bool (ZEL_ScriptParm::*)(DS_Stream &stream, int argument);
+    /// What parse() was called with.
+    struct Context
+    {
+        int depth;
+    };
+    struct Keyword;
+    using Parser = bool (ZEL_ScriptParm::*)(DS_Stream &, const Context &, const Keyword &);
     struct Keyword
     {
         std::string_view word;
         Parser parser;
-        int argument; ///< an interface bit, a flag, or a kind of menu or condition
+        int argument; ///< a bit of the look, a flag, or a kind of menu or condition
     };
     static const Keyword theKeywords[];
 
-    bool parseWord(DS_Stream &stream, KIT_String &token, int depth);
+    bool parseWord(DS_Stream &stream, const Context &context, KIT_String &token);
     int finishParse(DS_Stream &stream);
 
-    bool parseName(DS_Stream &stream, int depth);
-    bool parseLabel(DS_Stream &stream, int);
-    bool parseOpFilter(DS_Stream &stream, int);
-    bool parseType(DS_Stream &stream, int);
-    bool parseBaseParm(DS_Stream &stream, int);
-    bool parseInterfaceBit(DS_Stream &stream, int bit);
-    bool parseFlag(DS_Stream &stream, int flag);
-    bool parseLogarithmic(DS_Stream &stream, int);
-    bool parseTag(DS_Stream &stream, int);
-    bool parseMenuWord(DS_Stream &stream, int kind);
-    bool parseSize(DS_Stream &stream, int);
-    bool parseDefaults(DS_Stream &stream, int);
-    bool parseRangeWord(DS_Stream &stream, int);
-    bool parseOption(DS_Stream &stream, int);
-    bool parseHelp(DS_Stream &stream, int);
-    bool parseCallback(DS_Stream &stream, int);
-    bool parseRenderManType(DS_Stream &stream, int);
-    bool parseUnquoted(DS_Stream &stream, int);
-    bool parseCondition(DS_Stream &stream, int type);
-    bool parseExport(DS_Stream &stream, int);
-    bool parseObsolete(DS_Stream &stream, int);
+    bool parseName(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseLabel(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseOpFilter(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseType(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseBaseParm(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseLook(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseFlag(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseLogarithmic(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseTag(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseMenuWord(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseSize(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseDefaults(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseRangeWord(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseOption(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseHelp(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseCallback(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseRenderManType(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseUnquoted(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseCondition(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseExport(DS_Stream &stream, const Context &context, const Keyword &keyword);
+    bool parseObsolete(DS_Stream &stream, const Context &context, const Keyword &keyword);
 
     void setType(const ZEL_ScriptType &row);
     bool readDefaults(DS_Stream &stream, int &count);

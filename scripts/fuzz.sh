@@ -27,7 +27,7 @@ cmake --build --preset fuzz --parallel "$jobs" --target "${names[@]/#/fuzz_}"
 long() {
     local name=$1 found="build/fuzz/long/$1" options=()
     mkdir -p "$found/corpus"
-    [ ! -f "fuzz/$name.dict" ] || options+=("-dict=fuzz/$name.dict")
+    [ ! -f "build/fuzz/fuzz/$name.dict" ] || options+=("-dict=build/fuzz/fuzz/$name.dict")
     # What the readers say of broken input goes nowhere: it would be gigabytes.
     if "${fixed_addresses[@]}" "build/fuzz/fuzz/fuzz_$name" -max_total_time="$seconds" -timeout=20 \
         -rss_limit_mb=2048 -close_fd_mask=2 -artifact_prefix="$found/" "${options[@]}" \

@@ -71,7 +71,7 @@ run_tests() {
 fuzz() {
     local name=$1 found="build/fuzz/found/$1" options=()
     mkdir -p "$found/corpus"
-    [ ! -f "fuzz/$name.dict" ] || options+=("-dict=fuzz/$name.dict")
+    [ ! -f "build/fuzz/fuzz/$name.dict" ] || options+=("-dict=build/fuzz/fuzz/$name.dict")
     [ ! -d "fuzz/corpus/$name" ] || options+=("fuzz/corpus/$name")
     "${fixed_addresses[@]}" "build/fuzz/fuzz/fuzz_$name" -runs="$fuzz_runs" -seed=1 -timeout=20 \
         -rss_limit_mb=2048 -artifact_prefix="$found/" "$found/corpus" "${options[@]}" \

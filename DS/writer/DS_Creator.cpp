@@ -4,7 +4,7 @@
 #include <DS/DS_ParmInfo.h>
 #include <DS/DS_ParmReader.h>
 #include <DS/DS_SelectorBinding.h>
-#include <ZEL/ZEL_ScriptParm.h>
+#include <DS/writer/DS_CreatorPrivate.h>
 
 #include <ctime>
 #include <ostream>
@@ -13,12 +13,6 @@
 
 namespace
 {
-
-/// One at a time: the result lies in a buffer.
-const char *protect(const char *text, int quoteEmpty = 0)
-{
-    return ZEL_ScriptParm::protectString(text, quoteEmpty);
-}
 
 /// A text that can't end the comment that it stands in.
 std::string commentText(const char *text)
@@ -158,9 +152,9 @@ int DS_Creator::writeOutput()
 
 void DS_Creator::writeMetaInfo(std::ostream &os)
 {
-    os << "    name\t\"" << protect(myReader.getDialogName()) << "\"\n";
-    os << "    script\t\"" << protect(myReader.getDialogScript()) << "\"\n";
-    os << "    label\t\"" << protect(myReader.getDialogLabel()) << "\"\n";
+    os << "    name\t\"" << DSprotect(myReader.getDialogName()) << "\"\n";
+    os << "    script\t\"" << DSprotect(myReader.getDialogScript()) << "\"\n";
+    os << "    label\t\"" << DSprotect(myReader.getDialogLabel()) << "\"\n";
     writeContextSpecific();
     os << "\n";
     printHelp(os);
@@ -182,14 +176,14 @@ void DS_Creator::printHelp(std::ostream &os)
     if (!help || !*help) {
         os << "\t  \"\"\n";
     }
-    forEachLine(help, [&os](const char *line) { os << "\t\"" << protect(line) << "\"\n"; });
+    forEachLine(help, [&os](const char *line) { os << "\t\"" << DSprotect(line) << "\"\n"; });
     os << "    }\n";
 }
 
 void DS_Creator::printInfo(std::ostream &os)
 {
     forEachLine(myReader.getInfoText(),
-                [&os](const char *line) { os << "    info\t\"" << protect(line) << "\"\n"; });
+                [&os](const char *line) { os << "    info\t\"" << DSprotect(line) << "\"\n"; });
 }
 
 void DS_Creator::writeUnboundSelectors(std::ostream &os)
@@ -199,10 +193,10 @@ void DS_Creator::writeUnboundSelectors(std::ostream &os)
     }
     for (const DS_SelectorBinding *selector : myReader.getUnboundSelectors()) {
         os << "    bindselector\t" << selector->getType();
-        os << " \"" << protect(selector->getDesc()) << "\"\n";
-        os << "\t\"" << protect(selector->getPrompt()) << "\"\n";
-        os << "\t\"" << protect(selector->getPrimMask(), 1) << "\" " << selector->getInputIndex();
-        os << " \"" << protect(selector->getMenu()) << "\" " << selector->getInputRequired();
+        os << " \"" << DSprotect(selector->getDesc()) << "\"\n";
+        os << "\t\"" << DSprotect(selector->getPrompt()) << "\"\n";
+        os << "\t\"" << DSprotect(selector->getPrimMask(), 1) << "\" " << selector->getInputIndex();
+        os << " \"" << DSprotect(selector->getMenu()) << "\" " << selector->getInputRequired();
         os << "\n";
     }
 }
@@ -214,11 +208,11 @@ void DS_Creator::writeReservedSelectors(std::ostream &os)
     }
     for (const DS_SelectorBinding *selector : myReader.getReservedSelectors()) {
         os << "    bindselectorreserved\t" << selector->getParmName() << " " << selector->getType();
-        os << " \"" << protect(selector->getDesc()) << "\"\n";
-        os << "\t\"" << protect(selector->getPrompt()) << "\"\n";
+        os << " \"" << DSprotect(selector->getDesc()) << "\"\n";
+        os << "\t\"" << DSprotect(selector->getPrompt()) << "\"\n";
         os << "\t" << selector->getAsterisk() << " " << selector->getDragging();
-        os << " \"" << protect(selector->getPrimMask(), 1) << "\" " << selector->getInputIndex();
-        os << " \"" << protect(selector->getMenu()) << "\" " << selector->getInputRequired();
+        os << " \"" << DSprotect(selector->getPrimMask(), 1) << "\" " << selector->getInputIndex();
+        os << " \"" << DSprotect(selector->getMenu()) << "\" " << selector->getInputRequired();
         os << "\n";
     }
 }
@@ -231,8 +225,8 @@ void DS_Creator::writeHandles(std::ostream &os, const char *keyword, bool reserv
     }
     for (const DS_HandleBinding *handle : handles) {
         os << "    " << keyword << "\t" << handle->getChannelName() << " " << handle->getType();
-        os << " \"" << protect(handle->getLabel()) << "\" " << handle->getDesc();
-        os << " \"" << protect(handle->getDefaultSettings()) << "\"\n";
+        os << " \"" << DSprotect(handle->getLabel()) << "\" " << handle->getDesc();
+        os << " \"" << DSprotect(handle->getDefaultSettings()) << "\"\n";
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <BAS/BAS_Number.h>
 #include <DS/DS_ParmInfo.h>
+#include <DS/writer/DS_CreatorPrivate.h>
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ScriptParm.h>
@@ -16,11 +17,15 @@
 namespace
 {
 
-/// One at a time: the result lies in a buffer.
-const char *protect(const char *text, int quoteEmpty = 0)
+struct Look
 {
-    return ZEL_ScriptParm::protectString(text, quoteEmpty);
-}
+    const char *keyword;
+    ZEL_Type::ZEL_InterfaceType bit;
+};
+constexpr Look theLooks[] = {
+#define ZEL_PARM_LOOK(word, bit) {word, ZEL_Type::bit},
+#include <ZEL/scripts/ZEL_ScriptKeywords.def>
+};
 
 const char *indentOf(const KIT_StringArray &groups, int more)
 {
@@ -63,7 +68,7 @@ std::string numberText(const std::ostream &os, double value)
 void printText(std::ostream &os, const char *indent, const char *keyword, const KIT_String &text)
 {
     if (text.isstring()) {
-        os << indent << keyword << "\t\"" << protect(text) << "\"\n";
+        os << indent << keyword << "\t\"" << DSprotect(text) << "\"\n";
     }
 }
 
@@ -90,14 +95,10 @@ void DS_Creator::printParm(std::ostream &os, const DS_ParmInfo &info)
     os << indent << "name\t" << info.name.nonNullStr() << "\n";
     os << indent << "label\t\"" << info.label.nonNullStr() << "\"\n";
     os << indent << "type\t" << word << "\n";
-    if (info.isInvisible()) {
-        os << indent << "invisible\n";
-    }
-    if (info.type.hasAnyOf(ZEL_TYPE_LABEL_NONE)) {
-        os << indent << "nolabel\n";
-    }
-    if (info.type.hasAnyOf(ZEL_TYPE_JOIN_NEXT)) {
-        os << indent << "joinnext\n";
+    for (const Look &look : theLooks) {
+        if (info.type.hasInterfaceType(look.bit)) {
+            os << indent << look.keyword << "\n";
+        }
     }
     if (hasMenu(info)) {
         printMenu(os, info, menuKeyword(info, word));
@@ -113,8 +114,8 @@ void DS_Creator::printParm(std::ostream &os, const DS_ParmInfo &info)
     }
     printConditions(os, info);
     for (const DS_AttributeValue *attribute : info.attributes) {
-        os << indent << "parmtag { \"" << protect(attribute->getToken()) << "\"";
-        os << " \"" << protect(attribute->getValue()) << "\" }\n";
+        os << indent << "parmtag { \"" << DSprotect(attribute->getToken()) << "\"";
+        os << " \"" << DSprotect(attribute->getValue()) << "\" }\n";
     }
     printBindings(os, info);
     os << indentOf(theGroupStack, 0) << "}\n";
@@ -126,8 +127,8 @@ void DS_Creator::printMenu(std::ostream &os, const DS_ParmInfo &info, const char
     const std::string deeper = indentOf(theGroupStack, 2);
     os << indent << keyword << "\t{\n";
     for (const DS_MenuChoice *choice : info.menuChoices) {
-        os << deeper << "\"" << protect(choice->getValue()) << "\"";
-        os << "\t\"" << protect(choice->getLabel()) << "\"\n";
+        os << deeper << "\"" << DSprotect(choice->getValue()) << "\"";
+        os << "\t\"" << DSprotect(choice->getLabel()) << "\"\n";
     }
     if (info.menuChoices.isEmpty()) {
         std::istringstream script(info.menuScript.toStdString());
@@ -147,7 +148,7 @@ void DS_Creator::printTexts(std::ostream &os, const DS_ParmInfo &info)
     printText(os, indent.c_str(), "callback", info.callback);
     printText(os, indent.c_str(), "help", info.help);
     if (info.rmanType.isstring()) {
-        os << indent << "parmtag\t{ script_ritype\t\"" << protect(info.rmanType) << "\" }\n";
+        os << indent << "parmtag\t{ script_ritype\t\"" << DSprotect(info.rmanType) << "\" }\n";
     }
     printText(os, indent.c_str(), "opfilter", info.opFilter);
 }
@@ -221,16 +222,16 @@ void DS_Creator::printBindings(std::ostream &os, const DS_ParmInfo &info)
     const std::string indent = indentOf(theGroupStack, 1);
     for (const DS_HandleBinding *handle : info.handles) {
         os << indent << "bindhandle " << handle->getChannelName() << " " << handle->getType();
-        os << " \"" << protect(handle->getLabel()) << "\"";
-        os << " \"" << protect(handle->getDesc()) << "\"";
-        os << " \"" << protect(handle->getDefaultSettings()) << "\"\n";
+        os << " \"" << DSprotect(handle->getLabel()) << "\"";
+        os << " \"" << DSprotect(handle->getDesc()) << "\"";
+        os << " \"" << DSprotect(handle->getDefaultSettings()) << "\"\n";
     }
     if (const DS_SelectorBinding *const selector = info.selector.get()) {
         os << indent << "bindselector\t" << selector->getType();
-        os << " \"" << protect(selector->getDesc()) << "\"";
-        os << " \"" << protect(selector->getPrompt()) << "\" " << selector->getAsterisk();
+        os << " \"" << DSprotect(selector->getDesc()) << "\"";
+        os << " \"" << DSprotect(selector->getPrompt()) << "\" " << selector->getAsterisk();
         os << " " << selector->getDragging();
-        os << " \"" << protect(selector->getPrimMask(), 1) << "\" " << selector->getInputIndex();
+        os << " \"" << DSprotect(selector->getPrimMask(), 1) << "\" " << selector->getInputIndex();
         os << " " << selector->getMenu() << " " << selector->getInputRequired() << "\n";
     }
 }

@@ -6,38 +6,9 @@
 
 #include <new>
 
-// Words of the application's own readers.
 const ZEL_ScriptPage::TokenParmCount ZEL_ScriptPage::theTokens[] = {
-    {"mininput", 1},
-    {"min_input", 1},
-    {"maxinput", 1},
-    {"max_input", 1},
-    {"script", 1},
-    {"rendermask", 1},
-    {"renderers", 1},
-    {"info", 1},
-    {"icon", 1},
-    {"generator", 0},
-    {"bindselector", 7},
-    {"bindselectorreserved", 10},
-    {"bindhandle", 5},
-    {"bindhandlereserved", 5},
-    {"code", -1},
-    {"outercode", -1},
-    {"forcecode", 0},
-    {"input", 3},
-    {"output", 3},
-    {"inputflags", 2},
-    {"outputflags", 2},
-    {"signature", -3},
-    {"inputname", 2},
-    {"inputlabel", 2},
-    {"inputlegacymap", -1},
-    {"unitlength", 1},
-    {"unitmass", 1},
-    {"descriptiveparm", 1},
-    {"outputlabel", 2},
-    {"cppname", 1},
+#define ZEL_PAGE_SKIPPED(word, count) {word, count},
+#include <ZEL/scripts/ZEL_ScriptKeywords.def>
     {nullptr, 0},
 };
 

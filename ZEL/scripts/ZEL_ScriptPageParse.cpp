@@ -39,44 +39,10 @@ bool isMultiOwner(const ZEL_ScriptParm *owner)
 
 } // namespace
 
-// In the order of comparison.
 const ZEL_ScriptPage::Keyword ZEL_ScriptPage::theKeywords[] = {
-    {"name", &ZEL_ScriptPage::parseName, 0, false},
-    {"help", &ZEL_ScriptPage::parseHelpWord, 0, false},
-    {"label", &ZEL_ScriptPage::parseLabel, 0, false},
-    {"default", &ZEL_ScriptPage::parseDefault, 0, false},
-    {"range", &ZEL_ScriptPage::parseRange, 0, false},
-    {"group", &ZEL_ScriptPage::parseGroup, GROUP_CHAIN, false},
-    {"groupmenu", &ZEL_ScriptPage::parseGroup, GROUP_CHAIN, false},
-    {"groupcollapsible", &ZEL_ScriptPage::parseGroup, GROUP_CHAIN, false},
-    {"groupsimple", &ZEL_ScriptPage::parseGroup, GROUP_CHAIN, false},
-    {"groupradio", &ZEL_ScriptPage::parseGroup, GROUP_CHAIN, false},
-    {"collection", &ZEL_ScriptPage::parseGroup, GROUP_COLLECTION, false},
-    {"multiparm", &ZEL_ScriptPage::parseMulti, ZEL_MULTITYPE_LIST, false},
-    {"multiscroll", &ZEL_ScriptPage::parseMulti, ZEL_MULTITYPE_SCROLL, false},
-    {"multiswitcher", &ZEL_ScriptPage::parseMulti, ZEL_MULTITYPE_SWITCHER, false},
-    {"dynamic", &ZEL_ScriptPage::parseMulti, ZEL_MULTITYPE_SWITCHER, false},
-    {"grouptag", &ZEL_ScriptPage::parseGroupTag, 0, false},
-    {"import", &ZEL_ScriptPage::parseImportWord, 0, false},
-    {"source", &ZEL_ScriptPage::parseSource, 0, true},
-    {"token", &ZEL_ScriptPage::parseImportToken, 0, true},
-    {"mask", &ZEL_ScriptPage::parseMask, 0, true},
-    {"enable", &ZEL_ScriptPage::parseEnable, 0, true},
-    {"invisible", &ZEL_ScriptPage::parseFlag, INVISIBLE, false},
-    {"invisibletab", &ZEL_ScriptPage::parseFlag, INVISIBLE_TAB, false},
-    {"rman", &ZEL_ScriptPage::parseFlag, RENDERMAN, false},
-    {"ksl", &ZEL_ScriptPage::parseFlag, SHADING, false},
-    {"obsolete", &ZEL_ScriptPage::parseObsolete, 0, false},
-    {"hidewhen", &ZEL_ScriptPage::parseGroupCondition, ZEL_CONDTYPE_HIDE, false},
-    {"disablewhen", &ZEL_ScriptPage::parseGroupCondition, ZEL_CONDTYPE_DISABLE, false},
-    {"nocookwhen", &ZEL_ScriptPage::parseGroupCondition, ZEL_CONDTYPE_NOCOOK, false},
-    {"hidewhentab", &ZEL_ScriptPage::parseTabCondition, ZEL_CONDTYPE_HIDE, false},
-    {"disablewhentab", &ZEL_ScriptPage::parseTabCondition, ZEL_CONDTYPE_DISABLE, false},
-    {"nocookwhentab", &ZEL_ScriptPage::parseTabCondition, ZEL_CONDTYPE_NOCOOK, false},
-    {"parmtag", &ZEL_ScriptPage::parseTag, 0, false},
-    {"tabbreak", &ZEL_ScriptPage::parseTabBreak, 0, false},
-    {"baseparm", &ZEL_ScriptPage::parseBaseParm, 0, false},
-    {"parm", &ZEL_ScriptPage::parseParm, 0, false},
+#define ZEL_PAGE_KEYWORD(word, form, parser, argument, place)                                      \
+    {word, &ZEL_ScriptPage::parser, argument, Place::place},
+#include <ZEL/scripts/ZEL_ScriptKeywords.def>
 };
 
 // -------------------------------------------------------------------- //
@@ -140,7 +106,7 @@ bool ZEL_ScriptPage::parseWord(DS_Stream &stream, const Context &context, KIT_St
 {
     const std::string_view word = token.view();
     for (const Keyword &keyword : theKeywords) {
-        if (word == keyword.word && (context.isImportFlag || !keyword.importOnlyFlag)) {
+        if (word == keyword.word && (context.isImportFlag || keyword.place == Place::ANYWHERE)) {
             return (this->*keyword.parser)(stream, context, keyword);
         }
     }

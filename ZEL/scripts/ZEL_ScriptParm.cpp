@@ -20,11 +20,16 @@ ZEL_Callback &defaultCallback()
 
 } // namespace
 
-// Words of the page that parameters may hold too.
 const char *const ZEL_ScriptParm::theTokens[] = {
-    "bindhandle", "bindselector", "cppname", "proto_includeraw", nullptr,
+#define ZEL_PARM_SKIPPED(word, count) word,
+#include <ZEL/scripts/ZEL_ScriptKeywords.def>
+    nullptr,
 };
-const int ZEL_ScriptParm::theNumParms[] = {5, 9, 1, 0, -1};
+const int ZEL_ScriptParm::theNumParms[] = {
+#define ZEL_PARM_SKIPPED(word, count) count,
+#include <ZEL/scripts/ZEL_ScriptKeywords.def>
+    -1,
+};
 
 // -------------------------------------------------------------------- //
 // Life

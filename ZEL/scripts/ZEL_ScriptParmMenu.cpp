@@ -80,8 +80,9 @@ bool readScriptPart(DS_Stream &stream, KIT_WorkBuffer &script)
 
 } // namespace
 
-bool ZEL_ScriptParm::parseMenuWord(DS_Stream &stream, int kind)
+bool ZEL_ScriptParm::parseMenuWord(DS_Stream &stream, const Context &, const Keyword &keyword)
 {
+    const int kind = keyword.argument;
     myMenuType = ZEL_CHOICELIST_EXCLUSIVE;
     if (kind == MENU_MINI) {
         myTypeExtended = ZEL_TYPEX_MINI_MENU;

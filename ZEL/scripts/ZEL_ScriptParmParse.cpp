@@ -88,40 +88,9 @@ bool ZEL_ScriptParm::parseConditional(DS_Stream &stream, ZEL_Conditional &condit
 // The block
 // -------------------------------------------------------------------- //
 
-// In the order of comparison.
 const ZEL_ScriptParm::Keyword ZEL_ScriptParm::theKeywords[] = {
-    {"name", &ZEL_ScriptParm::parseName, 0},
-    {"label", &ZEL_ScriptParm::parseLabel, 0},
-    {"opfilter", &ZEL_ScriptParm::parseOpFilter, 0},
-    {"type", &ZEL_ScriptParm::parseType, 0},
-    {"baseparm", &ZEL_ScriptParm::parseBaseParm, 0},
-    {"invisible", &ZEL_ScriptParm::parseInterfaceBit, ZEL_Type::ZEL_INTERFACE_INVISIBLE},
-    {"nolabel", &ZEL_ScriptParm::parseInterfaceBit, ZEL_Type::ZEL_INTERFACE_LABEL_NONE},
-    {"joinnext", &ZEL_ScriptParm::parseInterfaceBit, ZEL_Type::ZEL_INTERFACE_JOIN_NEXT},
-    {"experimental", &ZEL_ScriptParm::parseFlag, EXPERIMENTAL},
-    {"logarithmic", &ZEL_ScriptParm::parseLogarithmic, 0},
-    {"parmtag", &ZEL_ScriptParm::parseTag, 0},
-    {"attribute", &ZEL_ScriptParm::parseTag, 0},
-    {"menu", &ZEL_ScriptParm::parseMenuWord, MENU_PLAIN},
-    {"menujoin", &ZEL_ScriptParm::parseMenuWord, MENU_JOIN},
-    {"menumini", &ZEL_ScriptParm::parseMenuWord, MENU_MINI},
-    {"menureplace", &ZEL_ScriptParm::parseMenuWord, MENU_REPLACE},
-    {"menutoggle", &ZEL_ScriptParm::parseMenuWord, MENU_TOGGLE},
-    {"size", &ZEL_ScriptParm::parseSize, 0},
-    {"defaults", &ZEL_ScriptParm::parseDefaults, 0},
-    {"default", &ZEL_ScriptParm::parseDefaults, 0},
-    {"range", &ZEL_ScriptParm::parseRangeWord, 0},
-    {"option", &ZEL_ScriptParm::parseOption, 0},
-    {"help", &ZEL_ScriptParm::parseHelp, 0},
-    {"required", &ZEL_ScriptParm::parseFlag, REQUIRED},
-    {"callback", &ZEL_ScriptParm::parseCallback, 0},
-    {"rmantype", &ZEL_ScriptParm::parseRenderManType, 0},
-    {"unquoted", &ZEL_ScriptParm::parseUnquoted, 0},
-    {"disablewhen", &ZEL_ScriptParm::parseCondition, ZEL_CONDTYPE_DISABLE},
-    {"hidewhen", &ZEL_ScriptParm::parseCondition, ZEL_CONDTYPE_HIDE},
-    {"nocookwhen", &ZEL_ScriptParm::parseCondition, ZEL_CONDTYPE_NOCOOK},
-    {"export", &ZEL_ScriptParm::parseExport, 0},
-    {"obsolete", &ZEL_ScriptParm::parseObsolete, 0},
+#define ZEL_PARM_KEYWORD(word, form, parser, argument) {word, &ZEL_ScriptParm::parser, argument},
+#include <ZEL/scripts/ZEL_ScriptKeywords.def>
 };
 
 int ZEL_ScriptParm::parse(DS_Stream &stream, int depth)
@@ -132,27 +101,25 @@ int ZEL_ScriptParm::parse(DS_Stream &stream, int depth)
     }
     clearMenu();
     clearDefaults();
+    const Context context = {depth};
     KIT_String token;
     if (!ZELreadScriptToken(stream, token, theEndError)) {
         return 0;
     }
     while (token != "}") {
-        if (!parseWord(stream, token, depth) || !ZELreadScriptToken(stream, token, theEndError)) {
+        if (!parseWord(stream, context, token) || !ZELreadScriptToken(stream, token, theEndError)) {
             return 0;
         }
     }
     return finishParse(stream);
 }
 
-bool ZEL_ScriptParm::parseWord(DS_Stream &stream, KIT_String &token, int depth)
+bool ZEL_ScriptParm::parseWord(DS_Stream &stream, const Context &context, KIT_String &token)
 {
     const std::string_view word = token.view();
     for (const Keyword &keyword : theKeywords) {
         if (word == keyword.word) {
-            // A name alone needs the depth.
-            const int argument =
-                keyword.parser == &ZEL_ScriptParm::parseName ? depth : keyword.argument;
-            return (this->*keyword.parser)(stream, argument);
+            return (this->*keyword.parser)(stream, context, keyword);
         }
     }
     if (handleUnknown(stream, token)) {
@@ -186,20 +153,20 @@ int ZEL_ScriptParm::finishParse(DS_Stream &stream)
 // Words with a value
 // -------------------------------------------------------------------- //
 
-bool ZEL_ScriptParm::parseName(DS_Stream &stream, int depth)
+bool ZEL_ScriptParm::parseName(DS_Stream &stream, const Context &context, const Keyword &)
 {
     KIT_String token;
     if (!ZELreadScriptToken(stream, token, "parm missing name")) {
         return false;
     }
     myName.setToken(token);
-    if (depth >= 1) {
-        ZELcheckScriptName(stream, token, depth);
+    if (context.depth >= 1) {
+        ZELcheckScriptName(stream, token, context.depth);
     }
     return true;
 }
 
-bool ZEL_ScriptParm::parseLabel(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseLabel(DS_Stream &stream, const Context &, const Keyword &)
 {
     KIT_String token;
     if (!ZELreadScriptToken(stream, token, "parm missing label")) {
@@ -209,7 +176,7 @@ bool ZEL_ScriptParm::parseLabel(DS_Stream &stream, int)
     return true;
 }
 
-bool ZEL_ScriptParm::parseOpFilter(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseOpFilter(DS_Stream &stream, const Context &, const Keyword &)
 {
     KIT_String token;
     if (!ZELreadScriptToken(stream, token, "opfilter missing filter")) {
@@ -221,7 +188,7 @@ bool ZEL_ScriptParm::parseOpFilter(DS_Stream &stream, int)
     return true;
 }
 
-bool ZEL_ScriptParm::parseType(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseType(DS_Stream &stream, const Context &, const Keyword &)
 {
     myTypeExtended = ZEL_TYPEX_NONE;
     myMultiType = ZEL_MULTITYPE_NONE;
@@ -263,7 +230,7 @@ void ZEL_ScriptParm::setType(const ZEL_ScriptType &row)
     }
 }
 
-bool ZEL_ScriptParm::parseSize(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseSize(DS_Stream &stream, const Context &, const Keyword &)
 {
     KIT_String token;
     if (!ZELreadScriptToken(stream, token, "parm missing vector size")) {
@@ -288,17 +255,17 @@ bool ZEL_ScriptParm::parseSize(DS_Stream &stream, int)
     return true;
 }
 
-bool ZEL_ScriptParm::parseOption(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseOption(DS_Stream &stream, const Context &, const Keyword &)
 {
     return ZELreadScriptToken(stream, myOption, "parm missing option name");
 }
 
-bool ZEL_ScriptParm::parseHelp(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseHelp(DS_Stream &stream, const Context &, const Keyword &)
 {
     return ZELreadScriptToken(stream, myHelpText, "parm missing help text");
 }
 
-bool ZEL_ScriptParm::parseCallback(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseCallback(DS_Stream &stream, const Context &, const Keyword &)
 {
     KIT_String token;
     if (!ZELreadScriptToken(stream, token, "parm missing callback string")) {
@@ -308,7 +275,7 @@ bool ZEL_ScriptParm::parseCallback(DS_Stream &stream, int)
     return true;
 }
 
-bool ZEL_ScriptParm::parseRenderManType(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseRenderManType(DS_Stream &stream, const Context &, const Keyword &)
 {
     // The text is that of a callback: what reads the messages knows it so.
     KIT_String token;
@@ -319,7 +286,7 @@ bool ZEL_ScriptParm::parseRenderManType(DS_Stream &stream, int)
     return true;
 }
 
-bool ZEL_ScriptParm::parseExport(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseExport(DS_Stream &stream, const Context &, const Keyword &)
 {
     constexpr const char *theLevels[][2] = {{"0", "none"}, {"1", "dialog"}, {"2", "all"}};
     KIT_String token;
@@ -340,25 +307,25 @@ bool ZEL_ScriptParm::parseExport(DS_Stream &stream, int)
 // Words that stand alone
 // -------------------------------------------------------------------- //
 
-bool ZEL_ScriptParm::parseBaseParm(DS_Stream &, int)
+bool ZEL_ScriptParm::parseBaseParm(DS_Stream &, const Context &, const Keyword &)
 {
     myBaseParmFlag = true;
     return true;
 }
 
-bool ZEL_ScriptParm::parseInterfaceBit(DS_Stream &, int bit)
+bool ZEL_ScriptParm::parseLook(DS_Stream &, const Context &, const Keyword &keyword)
 {
-    myType |= ZEL_Type(ZEL_Type::ZEL_InterfaceType(bit));
+    myType |= ZEL_Type(ZEL_Type::ZEL_InterfaceType(keyword.argument));
     return true;
 }
 
-bool ZEL_ScriptParm::parseFlag(DS_Stream &, int flag)
+bool ZEL_ScriptParm::parseFlag(DS_Stream &, const Context &, const Keyword &keyword)
 {
-    setFlag(static_cast<unsigned>(flag));
+    setFlag(static_cast<unsigned>(keyword.argument));
     return true;
 }
 
-bool ZEL_ScriptParm::parseLogarithmic(DS_Stream &, int)
+bool ZEL_ScriptParm::parseLogarithmic(DS_Stream &, const Context &, const Keyword &)
 {
     if (myType.isFloatType() && !myType.hasAnyOf(ZEL_TYPE_INTEGER)) {
         myType |= ZEL_TYPE_LOGARITHMIC;
@@ -366,13 +333,13 @@ bool ZEL_ScriptParm::parseLogarithmic(DS_Stream &, int)
     return true;
 }
 
-bool ZEL_ScriptParm::parseUnquoted(DS_Stream &, int)
+bool ZEL_ScriptParm::parseUnquoted(DS_Stream &, const Context &, const Keyword &)
 {
     getSpareData(true)->setUnquotedState(true);
     return true;
 }
 
-bool ZEL_ScriptParm::parseObsolete(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseObsolete(DS_Stream &stream, const Context &, const Keyword &)
 {
     ZELskipScriptNumber(stream);
     setFlag(OBSOLETE);
@@ -383,7 +350,7 @@ bool ZEL_ScriptParm::parseObsolete(DS_Stream &stream, int)
 // Words with a block
 // -------------------------------------------------------------------- //
 
-bool ZEL_ScriptParm::parseTag(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseTag(DS_Stream &stream, const Context &, const Keyword &)
 {
     KIT_String name;
     KIT_String value;
@@ -391,15 +358,15 @@ bool ZEL_ScriptParm::parseTag(DS_Stream &stream, int)
            (!name.c_str() || ZELaddScriptTag(stream, getSpareData(true), name, value));
 }
 
-bool ZEL_ScriptParm::parseCondition(DS_Stream &stream, int type)
+bool ZEL_ScriptParm::parseCondition(DS_Stream &stream, const Context &, const Keyword &keyword)
 {
-    ZEL_Conditional conditional{ZEL_ConditionalType(type)};
+    ZEL_Conditional conditional{ZEL_ConditionalType(keyword.argument)};
     parseConditional(stream, conditional);
     myConditionals.addConditional(conditional);
     return true;
 }
 
-bool ZEL_ScriptParm::parseDefaults(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseDefaults(DS_Stream &stream, const Context &, const Keyword &)
 {
     const bool stringFlag = (myType & ZEL_TYPE_BASIC_TYPE) == ZEL_TYPE_STRING;
     if (!stream.getOpenBrace()) {
@@ -476,7 +443,7 @@ void ZEL_ScriptParm::clearDefaults()
     myDefaultStrings.clear();
 }
 
-bool ZEL_ScriptParm::parseRangeWord(DS_Stream &stream, int)
+bool ZEL_ScriptParm::parseRangeWord(DS_Stream &stream, const Context &, const Keyword &)
 {
     return parseRange(stream) != 0;
 }
