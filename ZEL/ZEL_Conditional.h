@@ -30,6 +30,8 @@
 #include <ZEL/ZEL_ConditionalBase.h>
 #include <ZEL/ZEL_ConditionalInfo.h>
 
+#include <memory>
+
 class KIT_String;
 class KIT_StringHolder;
 class ZEL_Parm;
@@ -107,6 +109,6 @@ public:
 private:
     void copyInfos(const ZEL_Conditional &other);
 
-    KIT_Array<ZEL_ConditionalInfo *> myInfos;
+    KIT_Array<std::unique_ptr<ZEL_ConditionalInfo>> myInfos;
     ZEL_ConditionalType myType;
 };

@@ -14,6 +14,7 @@
 #include <ZEL/ZEL_Template.h>
 
 #include <memory>
+#include <vector>
 
 class ZEL_ConditionalSwitcher;
 class ZEL_ScriptImports;
@@ -31,14 +32,14 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Pages
     // ---------------------------------------------------------------- //
-    int getPageCount() const { return int(myPages.entries()); }
+    int getPageCount() const { return int(myPages.size()); }
     /// Null outside 0 .. count - 1.
     ZEL_ScriptPage *getPage(int index) const
     {
-        return myPages.isValidIndex(index) ? myPages[index] : nullptr;
+        return index >= 0 && index < getPageCount() ? myPages[size_t(index)].get() : nullptr;
     }
     /// Takes the page over.
-    void addPage(ZEL_ScriptPage *page) { myPages.append(page); }
+    void addPage(ZEL_ScriptPage *page);
     ZEL_ScriptParm *getOwner() const { return myOwner; }
     void setOwner(ZEL_ScriptParm *owner) { myOwner = owner; }
 
@@ -68,7 +69,7 @@ public:
     void fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptImports *&imports, int depth);
 
 private:
-    KIT_ValArray<ZEL_ScriptPage *> myPages;
+    std::vector<std::unique_ptr<ZEL_ScriptPage>> myPages;
     ZEL_ScriptParm *myOwner;
     KIT_ValArray<ZEL_Default> mySizes;
     std::unique_ptr<ZEL_ConditionalSwitcher> myConditional;

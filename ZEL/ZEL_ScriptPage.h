@@ -32,6 +32,7 @@
 
 #include <memory>
 #include <string_view>
+#include <vector>
 
 class DS_Stream;
 class ZEL_ScriptParm;
@@ -112,16 +113,17 @@ public:
     void setEmptyDefault(const char *text);
     bool getBaseParm() const { return myBaseParmFlag; }
     bool getTabBreak() const { return myTabBreakFlag; }
-    int getParmEntries() const { return int(myParms.entries()); }
+    int getParmEntries() const { return int(myParms.size()); }
     /// Null outside 0 .. entries - 1.
     ZEL_ScriptParm *getParm(int index) const
     {
-        return myParms.isValidIndex(index) ? myParms[index] : nullptr;
+        return index >= 0 && index < getParmEntries() ? myParms[size_t(index)].get() : nullptr;
     }
-    int getObsoleteParmEntries() const { return int(myObsoleteParms.entries()); }
+    int getObsoleteParmEntries() const { return int(myObsoleteParms.size()); }
     ZEL_ScriptParm *getObsoleteParm(int index) const
     {
-        return myObsoleteParms.isValidIndex(index) ? myObsoleteParms[index] : nullptr;
+        return index >= 0 && index < getObsoleteParmEntries() ? myObsoleteParms[size_t(index)].get()
+                                                              : nullptr;
     }
     /// The imports of this page alone, null when there are none.
     const ZEL_ScriptImports *getImports() const { return myImports.get(); }
@@ -212,8 +214,8 @@ private:
     KIT_String myImportToken;
     KIT_String myMask;
     bool myEnableFlag = true;
-    KIT_ValArray<ZEL_ScriptParm *> myParms;
-    KIT_ValArray<ZEL_ScriptParm *> myObsoleteParms;
+    std::vector<std::unique_ptr<ZEL_ScriptParm>> myParms;
+    std::vector<std::unique_ptr<ZEL_ScriptParm>> myObsoleteParms;
     std::unique_ptr<ZEL_ScriptImports> myImports;
     std::unique_ptr<ZEL_ConditionalGroup> myPageConditional;
     std::unique_ptr<ZEL_ConditionalGroup> myGroupConditional;

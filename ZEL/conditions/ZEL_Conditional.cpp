@@ -50,16 +50,13 @@ ZEL_Conditional &ZEL_Conditional::operator=(const ZEL_Conditional &other)
     return *this;
 }
 
-ZEL_Conditional::~ZEL_Conditional()
-{
-    clear();
-}
+ZEL_Conditional::~ZEL_Conditional() = default;
 
 void ZEL_Conditional::copyInfos(const ZEL_Conditional &other)
 {
     myInfos.setCapacity(other.myInfos.entries());
-    for (const ZEL_ConditionalInfo *info : other.myInfos) {
-        myInfos.append(new ZEL_ConditionalInfo(*info));
+    for (const auto &info : other.myInfos) {
+        myInfos.append(std::make_unique<ZEL_ConditionalInfo>(*info));
     }
 }
 
@@ -70,12 +67,12 @@ ZEL_ConditionalGroupType ZEL_Conditional::groupType() const
 
 ZEL_Conditional *ZEL_Conditional::instance(const KIT_ValArray<int> &instances) const
 {
-    ZEL_Conditional *copy = new ZEL_Conditional(myType);
+    auto copy = std::make_unique<ZEL_Conditional>(myType);
     copy->myInfos.setCapacity(myInfos.entries());
-    for (const ZEL_ConditionalInfo *info : myInfos) {
-        copy->myInfos.append(info->instance(instances));
+    for (const auto &info : myInfos) {
+        copy->myInfos.emplace(info->instance(instances));
     }
-    return copy;
+    return copy.release();
 }
 
 ZEL_Conditional *ZEL_Conditional::getConditional(ZEL_ConditionalType type)
@@ -91,7 +88,7 @@ const ZEL_Conditional *ZEL_Conditional::getConditional(ZEL_ConditionalType type)
 int64_t ZEL_Conditional::getMemoryUsage(bool inclusive) const
 {
     int64_t bytes = (inclusive ? int64_t(sizeof(*this)) : 0) + myInfos.getMemoryUsage(false);
-    for (const ZEL_ConditionalInfo *info : myInfos) {
+    for (const auto &info : myInfos) {
         bytes += info->getMemoryUsage(true);
     }
     return bytes;
@@ -103,26 +100,22 @@ int64_t ZEL_Conditional::getMemoryUsage(bool inclusive) const
 
 ZEL_ConditionalInfo *ZEL_Conditional::operator()(int index)
 {
-    return myInfos.isValidIndex(index) ? myInfos(index) : nullptr;
+    return myInfos.isValidIndex(index) ? myInfos(index).get() : nullptr;
 }
 
 const ZEL_ConditionalInfo *ZEL_Conditional::operator()(int index) const
 {
-    return myInfos.isValidIndex(index) ? myInfos(index) : nullptr;
+    return myInfos.isValidIndex(index) ? myInfos(index).get() : nullptr;
 }
 
 ZEL_ConditionalInfo *ZEL_Conditional::createInfo()
 {
-    ZEL_ConditionalInfo *info = new ZEL_ConditionalInfo;
-    myInfos.append(info);
-    return info;
+    myInfos.append(std::make_unique<ZEL_ConditionalInfo>());
+    return myInfos.last().get();
 }
 
 void ZEL_Conditional::clear()
 {
-    for (ZEL_ConditionalInfo *info : myInfos) {
-        delete info;
-    }
     myInfos.clear();
 }
 

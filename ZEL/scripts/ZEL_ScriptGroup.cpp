@@ -9,17 +9,17 @@ ZEL_ScriptGroup::ZEL_ScriptGroup(ZEL_ScriptParm *owner, bool multi)
     : myOwner(owner), myIsMultiFlag(multi)
 {}
 
-ZEL_ScriptGroup::~ZEL_ScriptGroup()
+ZEL_ScriptGroup::~ZEL_ScriptGroup() = default;
+
+void ZEL_ScriptGroup::addPage(ZEL_ScriptPage *page)
 {
-    for (ZEL_ScriptPage *page : myPages) {
-        delete page;
-    }
+    myPages.push_back(std::unique_ptr<ZEL_ScriptPage>(page));
 }
 
 int ZEL_ScriptGroup::computeTemplateSize() const
 {
     int size = 0;
-    for (ZEL_ScriptPage *page : myPages) {
+    for (const auto &page : myPages) {
         size += page->computeTemplateSize();
     }
     return size;
@@ -28,9 +28,9 @@ int ZEL_ScriptGroup::computeTemplateSize() const
 void ZEL_ScriptGroup::buildSizes()
 {
     mySizes.clear();
-    mySizes.setSize(myPages.entries() + 1);
+    mySizes.setSize(getPageCount() + 1);
     for (int i = 0; i < getPageCount(); i++) {
-        mySizes[i].set(myPages[i]->countParameters(), myPages[i]->getLabel().nonNullStr());
+        mySizes[i].set(getPage(i)->countParameters(), getPage(i)->getLabel().nonNullStr());
     }
 }
 
@@ -38,9 +38,9 @@ void ZEL_ScriptGroup::buildConditionals()
 {
     myConditional.reset();
     const ZEL_ConditionalGroup *const whole =
-        myPages.isEmpty() ? nullptr : myPages[0]->getGroupConditional();
+        myPages.empty() ? nullptr : myPages.front()->getGroupConditional();
     bool tabsFlag = false;
-    for (const ZEL_ScriptPage *page : myPages) {
+    for (const auto &page : myPages) {
         tabsFlag = tabsFlag || page->getPageConditional();
     }
     if (!whole && !tabsFlag) {
@@ -56,7 +56,7 @@ void ZEL_ScriptGroup::buildConditionals()
         }
     }
     for (int i = 0; i < getPageCount(); i++) {
-        if (const ZEL_ConditionalGroup *const tab = myPages[i]->getPageConditional()) {
+        if (const ZEL_ConditionalGroup *const tab = getPage(i)->getPageConditional()) {
             myConditional->setTabConditional(i, *tab);
         }
     }
@@ -66,6 +66,6 @@ void ZEL_ScriptGroup::fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptI
                                    int depth)
 {
     for (int i = 0; i < getPageCount(); i++) {
-        myPages[i]->fillTemplate(target, index, imports, depth + 1, index - 1, i);
+        getPage(i)->fillTemplate(target, index, imports, depth + 1, index - 1, i);
     }
 }

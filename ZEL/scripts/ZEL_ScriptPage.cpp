@@ -18,15 +18,7 @@ const ZEL_ScriptPage::TokenParmCount ZEL_ScriptPage::theTokens[] = {
 
 ZEL_ScriptPage::ZEL_ScriptPage() = default;
 
-ZEL_ScriptPage::~ZEL_ScriptPage()
-{
-    for (ZEL_ScriptParm *parm : myParms) {
-        delete parm;
-    }
-    for (ZEL_ScriptParm *parm : myObsoleteParms) {
-        delete parm;
-    }
-}
+ZEL_ScriptPage::~ZEL_ScriptPage() = default;
 
 int ZEL_ScriptPage::countParameters() const
 {
@@ -65,13 +57,13 @@ ZEL_SpareData *ZEL_ScriptPage::getSpareData(bool create)
 void ZEL_ScriptPage::enforceOptions()
 {
     for (int i = getParmEntries(); i-- > 0;) {
-        myParms[i]->enforceOptions();
+        getParm(i)->enforceOptions();
     }
 }
 
 bool ZEL_ScriptPage::containsReservedName() const
 {
-    for (const ZEL_ScriptParm *parm : myParms) {
+    for (const auto &parm : myParms) {
         if (parm->getBaseParm()) {
             return true;
         }
@@ -87,9 +79,9 @@ bool ZEL_ScriptPage::containsReservedName() const
 
 void ZEL_ScriptPage::appendScriptParms(KIT_ValArray<ZEL_ScriptParm *> &parms) const
 {
-    for (ZEL_ScriptParm *parm : myParms) {
+    for (const auto &parm : myParms) {
         if (!parm->getBaseParm()) {
-            parms.append(parm);
+            parms.append(parm.get());
         } else if (parm->getType().isSwitcher()) {
             parm->appendScriptParms(parms);
         }
@@ -103,7 +95,7 @@ void ZEL_ScriptPage::appendScriptParms(KIT_ValArray<ZEL_ScriptParm *> &parms) co
 int ZEL_ScriptPage::computeTemplateSize() const
 {
     int size = 0;
-    for (const ZEL_ScriptParm *parm : myParms) {
+    for (const auto &parm : myParms) {
         size += parm->computeTemplateSize();
     }
     return size;
@@ -112,7 +104,7 @@ int ZEL_ScriptPage::computeTemplateSize() const
 int ZEL_ScriptPage::computeObsoleteTemplateSize() const
 {
     int size = 0;
-    for (const ZEL_ScriptParm *parm : myObsoleteParms) {
+    for (const auto &parm : myObsoleteParms) {
         size += parm->computeTemplateSize();
     }
     return size;
@@ -147,7 +139,7 @@ void ZEL_ScriptPage::fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptIm
     };
     for (int i = 0; i < getParmEntries(); i++) {
         copyBlocks(i);
-        myParms[i]->fillTemplate(target, index, imports, depth);
+        getParm(i)->fillTemplate(target, index, imports, depth);
     }
     copyBlocks(getParmEntries());
 }
@@ -156,7 +148,7 @@ void ZEL_ScriptPage::fillObsoleteTemplate(ZEL_Template *target)
 {
     int index = 0;
     ZEL_ScriptImports *imports = nullptr;
-    for (ZEL_ScriptParm *parm : myObsoleteParms) {
+    for (const auto &parm : myObsoleteParms) {
         parm->fillTemplate(target, index, imports, 0);
     }
     delete imports;

@@ -93,9 +93,6 @@ void ZEL_ScriptPage::startParse()
     myDefaultText.clear();
     myBaseParmFlag = false;
     myTabBreakFlag = false;
-    for (ZEL_ScriptParm *parm : myParms) {
-        delete parm;
-    }
     myParms.clear();
     if (myImports) {
         myImports->clear();
@@ -122,8 +119,8 @@ int ZEL_ScriptPage::finishParse(DS_Stream &stream, const Context &context)
     if (myLabel.isEmpty()) {
         myLabel = myToken;
     }
-    if (context.clearJoinFlag && !context.isImportFlag && !myParms.isEmpty()) {
-        myParms.last()->clearJoinNext();
+    if (context.clearJoinFlag && !context.isImportFlag && !myParms.empty()) {
+        myParms.back()->clearJoinNext();
     }
     return 1;
 }
@@ -271,10 +268,10 @@ bool ZEL_ScriptPage::parseParm(DS_Stream &stream, const Context &context, const 
         return false;
     }
     if (parm->getFlag(ZEL_ScriptParm::OBSOLETE)) {
-        myObsoleteParms.append(parm.release());
+        myObsoleteParms.push_back(std::move(parm));
     } else if (!parm->getFlag(ZEL_ScriptParm::EXPERIMENTAL) ||
                KIT_EnvControl::getInt(KIT_ENV_EXPERIMENTAL_PARMS)) {
-        myParms.append(parm.release());
+        myParms.push_back(std::move(parm));
     }
     return true;
 }
@@ -285,7 +282,7 @@ bool ZEL_ScriptPage::parseMulti(DS_Stream &stream, const Context &context, const
     if (!parm->parseMultiParm(stream, ZEL_MultiType(keyword.argument), this, context.depth)) {
         return false;
     }
-    myParms.append(parm.release());
+    myParms.push_back(std::move(parm));
     return true;
 }
 
@@ -303,17 +300,17 @@ bool ZEL_ScriptPage::parseGroup(DS_Stream &stream, const Context &context, const
 
 void ZEL_ScriptPage::addGroup(std::unique_ptr<ZEL_ScriptParm> parm, bool clearJoin)
 {
-    if (ZEL_ScriptParm *const obsolete = parm->createObsoleteGroupParm()) {
-        myObsoleteParms.append(obsolete);
+    if (std::unique_ptr<ZEL_ScriptParm> obsolete{parm->createObsoleteGroupParm()}) {
+        myObsoleteParms.push_back(std::move(obsolete));
     }
     // A record whose pages are all obsolete would be a set without folders.
     if (!parm->getGroup()) {
         return;
     }
-    if (clearJoin && !myParms.isEmpty()) {
-        myParms.last()->clearJoinNext();
+    if (clearJoin && !myParms.empty()) {
+        myParms.back()->clearJoinNext();
     }
-    myParms.append(parm.release());
+    myParms.push_back(std::move(parm));
 }
 
 // -------------------------------------------------------------------- //
@@ -386,8 +383,8 @@ void ZEL_ScriptPage::processImportPage(ZEL_ScriptPage &page)
         ->appendBlock(first, page.getParmEntries(), page.mySource, page.myImportToken, page.myMask,
                       page.myLabel, page.myEnableFlag)
         .nestLevel = 0;
-    for (ZEL_ScriptParm *parm : page.myParms) {
-        myParms.append(parm);
+    for (auto &parm : page.myParms) {
+        myParms.push_back(std::move(parm));
     }
     page.myParms.clear();
     for (int i = 0; page.myImports && i < page.myImports->entries(); i++) {
