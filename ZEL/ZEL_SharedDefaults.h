@@ -1,5 +1,5 @@
 /// \file ZEL_SharedDefaults.h
-/// The defaults that parameters of many nodes share: 49 objects and arrays, ZELzeroDefaults to
+/// The defaults that parameters of many nodes share: objects and arrays, ZELzeroDefaults to
 /// ZELinputLabelDefaults.
 ///
 /// ZEL_SharedDefaults.def has them by kind, each with its numbers and texts. A name in the plural is an

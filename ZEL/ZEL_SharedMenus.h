@@ -1,5 +1,5 @@
 /// \file ZEL_SharedMenus.h
-/// Menus that parameters of many nodes share: 47 static choice lists, ZELaxisMenu to ZELxyzMenu.
+/// Menus that parameters of many nodes share: static choice lists, ZELaxisMenu to ZELxyzMenu.
 ///
 /// ZEL_SharedMenus.def has them by topic, each with its rows. Menus of what the application finds out
 /// as it runs are made by the functions of ZEL_MenuBuilders.h.

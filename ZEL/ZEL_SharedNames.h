@@ -1,5 +1,5 @@
 /// \file ZEL_SharedNames.h
-/// The names that parameters of many nodes share: 277 objects, ZELangleName to ZELzExpName.
+/// The names that parameters of many nodes share, ZELangleName to ZELzExpName.
 ///
 /// ZEL_SharedNames.def has them by topic, each with its token and label. A template array takes their
 /// addresses: `ZEL_Template(ZEL_FLT, 1, &ZELangleName, ZELzeroDefaults, nullptr, &ZELangleRange)`.

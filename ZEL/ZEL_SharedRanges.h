@@ -1,5 +1,5 @@
 /// \file ZEL_SharedRanges.h
-/// The ranges that parameters of many nodes share: 34 objects, ZELangleRange to ZELfullunituiRange.
+/// The ranges that parameters of many nodes share, ZELangleRange to ZELfullunituiRange.
 ///
 /// ZEL_SharedRanges.def has them by topic, each with its limits.
 ///

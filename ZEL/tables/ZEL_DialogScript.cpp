@@ -12,7 +12,7 @@ constexpr KIT_FSA::Row theScripts[] = {
 #include <ZEL/ZEL_DialogScript.def>
 #undef ZEL_DIALOG_SCRIPT
 };
-static_assert(std::size(theScripts) == 36 && ZEL_DIALOG_COUNT == 36, "a kind was added or lost");
+static_assert(std::size(theScripts) == ZEL_DIALOG_COUNT, "a row for each kind");
 
 } // namespace
 

@@ -20,11 +20,3 @@
     ZEL_CONSTANT_DATA ZEL_Default symbol[count] = {__VA_ARGS__};
 #define ZEL_DEFAULT(symbol, value, text) ZEL_CONSTANT_DATA ZEL_Default symbol(value, text);
 #include <ZEL/ZEL_SharedDefaults.def>
-
-#define ZEL_DEFAULT_FILL(symbol, count, value) +1
-#define ZEL_DEFAULT_ARRAY(symbol, count, ...) +1
-#define ZEL_DEFAULT(symbol, value, text) +1
-static_assert((0
-#include <ZEL/ZEL_SharedDefaults.def>
-               ) == 49,
-              "a default was added or lost");

@@ -108,10 +108,3 @@ using namespace ZEL_NameRows;
     ZEL_ChoiceList symbol(ZEL_CHOICELIST_##type, theNamesOf_##symbol.names);
 #include <ZEL/ZEL_SharedMenus.def>
 #undef ZEL_SHARED_MENU
-
-#define ZEL_SHARED_MENU(symbol, type, ...) +1
-static_assert((0
-#include <ZEL/ZEL_SharedMenus.def>
-               ) == 46,
-              "a menu was added or lost");
-#undef ZEL_SHARED_MENU

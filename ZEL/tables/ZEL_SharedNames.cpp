@@ -8,10 +8,3 @@ ZEL_Name ZELinputLabelNames[6] = {
     {"label1", "Input #1 Label"}, {"label2", "Input #2 Label"}, {"label3", "Input #3 Label"},
     {"label4", "Input #4 Label"}, {"label5", "Input #5 Label"}, {"label6", "Input #6 Label"},
 };
-
-#define ZEL_SHARED_NAME(symbol, token, label) +1
-static_assert((0
-#include <ZEL/ZEL_SharedNames.def>
-               ) == 276,
-              "a name was added or lost");
-#undef ZEL_SHARED_NAME

@@ -6,10 +6,3 @@
     ZEL_CONSTANT_DATA ZEL_Range symbol(ZEL_RANGE_##minFlag, min, ZEL_RANGE_##maxFlag, max);
 #include <ZEL/ZEL_SharedRanges.def>
 #undef ZEL_SHARED_RANGE
-
-#define ZEL_SHARED_RANGE(symbol, minFlag, min, maxFlag, max) +1
-static_assert((0
-#include <ZEL/ZEL_SharedRanges.def>
-               ) == 34,
-              "a range was added or lost");
-#undef ZEL_SHARED_RANGE
