@@ -15,6 +15,10 @@
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_BatchParm.h>
 
+#include <cstddef>
+#include <memory>
+#include <vector>
+
 class ZEL_Template;
 
 class ZEL_API ZEL_BatchList
@@ -41,11 +45,11 @@ public:
 
     ZEL_BatchParm *operator()(int index)
     {
-        return myParms.isValidIndex(index) ? myParms[index] : nullptr;
+        return index >= 0 && index < entries() ? myParms[size_t(index)].get() : nullptr;
     }
     const ZEL_BatchParm *operator()(int index) const
     {
-        return myParms.isValidIndex(index) ? myParms[index] : nullptr;
+        return index >= 0 && index < entries() ? myParms[size_t(index)].get() : nullptr;
     }
     int entries() const { return int(myParms.size()); }
     /// Whether there are no holes.
@@ -78,8 +82,6 @@ private:
         int count; ///< the parameters it evaluated
     };
 
-    void destroyParms();
-
-    KIT_ValArray<ZEL_BatchParm *> myParms;
+    std::vector<std::unique_ptr<ZEL_BatchParm>> myParms;
     KIT_ValArray<Evaluator> myOps;
 };

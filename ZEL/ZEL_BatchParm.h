@@ -14,14 +14,17 @@
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_BatchType.h>
 
+#include <array>
 #include <cstdint>
+#include <memory>
+#include <variant>
 
 class KIT_String;
 
 class ZEL_API ZEL_BatchParm
 {
 public:
-    ZEL_BatchParm() = default;
+    ZEL_BatchParm();
     /// Slots are copied, name and user data shared.
     ZEL_BatchParm(const ZEL_BatchParm &other);
     ZEL_BatchParm &operator=(const ZEL_BatchParm &other);
@@ -95,23 +98,25 @@ private:
 
     /// As many numbers stand in the object.
     static constexpr int theInlineSize = 4;
-    union InlineValues
-    {
-        int ints[theInlineSize];
-        double reals[theInlineSize];
-    };
+    /// Without slots the first.
+    using Values = std::variant<std::monostate, std::array<int, theInlineSize>,
+                                std::array<double, theInlineSize>, std::unique_ptr<int[]>,
+                                std::unique_ptr<double[]>, std::unique_ptr<KIT_String[]>>;
 
-    bool isTextType() const { return myType == ZEL_BATCH_STRING || myType == ZEL_BATCH_RAWSTRING; }
-    bool validIndex(int index) const { return myValue && index >= 0 && index < myVectorSize; }
-    int *ints() const { return static_cast<int *>(myValue); }
-    double *reals() const { return static_cast<double *>(myValue); }
-    KIT_String *texts() const { return static_cast<KIT_String *>(myValue); }
-    void freeValues();
+    /// The slots if they hold this type, else null.
+    template <class T>
+    const T *slots() const;
+    template <class T>
+    T *slots();
+    template <class T>
+    const T *slotAt(int index) const;
+    template <class T>
+    bool makeNumbers(int size);
     template <class T, class From>
-    bool fill(T *slots, const From *values);
+    bool fill(const From *values);
+    void freeValues();
 
-    InlineValues myInline = {{0, 0, 0, 0}};
-    void *myValue = nullptr; ///< the inline numbers, or a heap array; null without slots
+    Values myValues;
     const char *myName = nullptr;
     void *myUserData = nullptr;
     ZEL_BatchType myType = ZEL_BATCH_INT;

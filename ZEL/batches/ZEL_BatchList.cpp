@@ -13,27 +13,16 @@ ZEL_BatchList::ZEL_BatchList(const ZEL_BatchList &other)
 ZEL_BatchList &ZEL_BatchList::operator=(const ZEL_BatchList &other)
 {
     if (this != &other) {
-        destroyParms();
-        for (const ZEL_BatchParm *parm : other.myParms) {
-            myParms.append(parm ? new ZEL_BatchParm(*parm) : nullptr);
+        myParms.clear();
+        for (const auto &parm : other.myParms) {
+            myParms.push_back(parm ? std::make_unique<ZEL_BatchParm>(*parm) : nullptr);
         }
         myOps = other.myOps;
     }
     return *this;
 }
 
-ZEL_BatchList::~ZEL_BatchList()
-{
-    destroyParms();
-}
-
-void ZEL_BatchList::destroyParms()
-{
-    for (ZEL_BatchParm *parm : myParms) {
-        delete parm;
-    }
-    myParms.clear();
-}
+ZEL_BatchList::~ZEL_BatchList() = default;
 
 ZEL_BatchParm *ZEL_BatchList::addParm(int index, const char *name, ZEL_BatchType type, int size,
                                       void *userData)
@@ -42,12 +31,12 @@ ZEL_BatchParm *ZEL_BatchList::addParm(int index, const char *name, ZEL_BatchType
     if (index < 0 || !parm->init(name, type, size, userData)) {
         return nullptr;
     }
-    while (myParms.size() <= index) {
-        myParms.append(nullptr);
+    const auto place = static_cast<size_t>(index);
+    if (place >= myParms.size()) {
+        myParms.resize(place + 1);
     }
-    delete myParms[index];
-    myParms[index] = parm.release();
-    return myParms[index];
+    myParms[place] = std::move(parm);
+    return myParms[place].get();
 }
 
 ZEL_BatchParm *ZEL_BatchList::addParm(const char *name, ZEL_BatchType type, int size,
@@ -116,7 +105,7 @@ int ZEL_BatchList::getEvaluatingOps(KIT_ValArray<int> &ops) const
 
 void ZEL_BatchList::clearEvaluated()
 {
-    for (ZEL_BatchParm *parm : myParms) {
+    for (const auto &parm : myParms) {
         if (parm) {
             parm->clearEvaluated();
         }
@@ -126,7 +115,7 @@ void ZEL_BatchList::clearEvaluated()
 
 void ZEL_BatchList::clearValueSet()
 {
-    for (ZEL_BatchParm *parm : myParms) {
+    for (const auto &parm : myParms) {
         if (parm) {
             parm->clearValueSet();
         }
@@ -135,7 +124,7 @@ void ZEL_BatchList::clearValueSet()
 
 void ZEL_BatchList::dump() const
 {
-    for (const ZEL_BatchParm *parm : myParms) {
+    for (const auto &parm : myParms) {
         if (parm) {
             parm->dump();
         }

@@ -8,6 +8,8 @@
 #include <iterator>
 #include <new>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 
 namespace
 {
@@ -48,18 +50,56 @@ void assign(KIT_String &slot, const char *value)
     slot.harden(value ? value : "");
 }
 
-/// Zeros in the object while they fit, else on the heap; null without memory.
-template <class T, int N>
-void *makeNumbers(T (&inlineValues)[N], int size)
+} // namespace
+
+// ---------------------------------------------------------------------- //
+// The array
+// ---------------------------------------------------------------------- //
+
+template <class T>
+const T *ZEL_BatchParm::slots() const
 {
-    if (size > N) {
-        return new (std::nothrow) T[std::size_t(size)]();
+    if constexpr (!std::is_same_v<T, KIT_String>) {
+        if (const auto *const few = std::get_if<std::array<T, theInlineSize>>(&myValues)) {
+            return few->data();
+        }
     }
-    std::fill_n(inlineValues, N, T());
-    return inlineValues;
+    const auto *const many = std::get_if<std::unique_ptr<T[]>>(&myValues);
+    return many ? many->get() : nullptr;
 }
 
-} // namespace
+template <class T>
+T *ZEL_BatchParm::slots()
+{
+    return const_cast<T *>(std::as_const(*this).template slots<T>());
+}
+
+template <class T>
+const T *ZEL_BatchParm::slotAt(int index) const
+{
+    const T *const all = slots<T>();
+    return all && index >= 0 && index < myVectorSize ? all + index : nullptr;
+}
+
+/// Zeros in the object while they fit, else on the heap; false without memory.
+template <class T>
+bool ZEL_BatchParm::makeNumbers(int size)
+{
+    if (size <= theInlineSize) {
+        myValues = std::array<T, theInlineSize>{};
+    } else {
+        myValues = std::unique_ptr<T[]>(new (std::nothrow) T[std::size_t(size)]());
+    }
+    return slots<T>() != nullptr;
+}
+
+void ZEL_BatchParm::freeValues()
+{
+    myValues = std::monostate();
+    myVectorSize = 0;
+}
+
+ZEL_BatchParm::ZEL_BatchParm() = default;
 
 ZEL_BatchParm::ZEL_BatchParm(const ZEL_BatchParm &other)
 {
@@ -78,14 +118,14 @@ ZEL_BatchParm &ZEL_BatchParm::operator=(const ZEL_BatchParm &other)
         myUserData = other.myUserData;
         myType = other.myType;
     }
-    if (myValue && isTextType()) {
+    if (const int *const from = other.slots<int>()) {
+        std::copy_n(from, myVectorSize, slots<int>());
+    } else if (const double *const reals = other.slots<double>()) {
+        std::copy_n(reals, myVectorSize, slots<double>());
+    } else if (KIT_String *const texts = slots<KIT_String>()) {
         for (int i = 0; i < myVectorSize; ++i) {
-            assign(texts()[i], other.getString(i));
+            assign(texts[i], other.getString(i));
         }
-    } else if (myValue && myType == ZEL_BATCH_INT) {
-        std::copy_n(other.ints(), myVectorSize, ints());
-    } else if (myValue) {
-        std::copy_n(other.reals(), myVectorSize, reals());
     }
     myEvaluatingOp = other.myEvaluatingOp;
     myEvaluatingParmIndex = other.myEvaluatingParmIndex;
@@ -94,23 +134,7 @@ ZEL_BatchParm &ZEL_BatchParm::operator=(const ZEL_BatchParm &other)
     return *this;
 }
 
-ZEL_BatchParm::~ZEL_BatchParm()
-{
-    freeValues();
-}
-
-void ZEL_BatchParm::freeValues()
-{
-    if (isTextType()) {
-        delete[] texts();
-    } else if (myValue != &myInline && myType == ZEL_BATCH_INT) {
-        delete[] ints();
-    } else if (myValue != &myInline) {
-        delete[] reals();
-    }
-    myValue = nullptr;
-    myVectorSize = 0;
-}
+ZEL_BatchParm::~ZEL_BatchParm() = default;
 
 bool ZEL_BatchParm::init(const char *name, ZEL_BatchType type, int size, void *userData)
 {
@@ -125,15 +149,18 @@ bool ZEL_BatchParm::init(const char *name, ZEL_BatchType type, int size, void *u
     myEvaluatingParmIndex = -1;
     myEvaluated = false;
     myValueSet = false;
+    bool madeFlag = true;
     switch (type) {
-    case ZEL_BATCH_INT: myValue = makeNumbers(myInline.ints, size); break;
-    case ZEL_BATCH_REAL: myValue = makeNumbers(myInline.reals, size); break;
+    case ZEL_BATCH_INT: madeFlag = makeNumbers<int>(size); break;
+    case ZEL_BATCH_REAL: madeFlag = makeNumbers<double>(size); break;
     case ZEL_BATCH_STRING:
-    case ZEL_BATCH_RAWSTRING: myValue = new (std::nothrow) KIT_String[std::size_t(size)]; break;
-    default: myVectorSize = size; return true;
+    case ZEL_BATCH_RAWSTRING:
+        myValues = std::unique_ptr<KIT_String[]>(new (std::nothrow) KIT_String[std::size_t(size)]);
+        madeFlag = slots<KIT_String>() != nullptr;
+        break;
     }
-    myVectorSize = myValue ? size : 0;
-    return myValue != nullptr;
+    myVectorSize = madeFlag ? size : 0;
+    return madeFlag;
 }
 
 // ---------------------------------------------------------------------- //
@@ -141,13 +168,14 @@ bool ZEL_BatchParm::init(const char *name, ZEL_BatchType type, int size, void *u
 // ---------------------------------------------------------------------- //
 
 template <class T, class From>
-bool ZEL_BatchParm::fill(T *slots, const From *values)
+bool ZEL_BatchParm::fill(const From *values)
 {
-    if (!slots || !values) {
+    T *const to = slots<T>();
+    if (!to || !values) {
         return false;
     }
     for (int i = 0; i < myVectorSize; ++i) {
-        assign(slots[i], values[i]);
+        assign(to[i], values[i]);
     }
     myValueSet = true;
     return true;
@@ -155,42 +183,45 @@ bool ZEL_BatchParm::fill(T *slots, const From *values)
 
 bool ZEL_BatchParm::setValue(const int *values)
 {
-    return myType == ZEL_BATCH_INT && fill(ints(), values);
+    return fill<int>(values);
 }
 
 bool ZEL_BatchParm::setValue(const std::int64_t *values)
 {
-    return myType == ZEL_BATCH_INT && fill(ints(), values);
+    return fill<int>(values);
 }
 
 bool ZEL_BatchParm::setValue(const float *values)
 {
-    return myType == ZEL_BATCH_REAL && fill(reals(), values);
+    return fill<double>(values);
 }
 
 bool ZEL_BatchParm::setValue(const double *values)
 {
-    return myType == ZEL_BATCH_REAL && fill(reals(), values);
+    return fill<double>(values);
 }
 
 bool ZEL_BatchParm::setValue(const char *const *values)
 {
-    return isTextType() && fill(texts(), values);
+    return fill<KIT_String>(values);
 }
 
 int ZEL_BatchParm::getInt(int index) const
 {
-    return myType == ZEL_BATCH_INT && validIndex(index) ? ints()[index] : 0;
+    const int *const slot = slotAt<int>(index);
+    return slot ? *slot : 0;
 }
 
 double ZEL_BatchParm::getReal(int index) const
 {
-    return myType == ZEL_BATCH_REAL && validIndex(index) ? reals()[index] : 0.0;
+    const double *const slot = slotAt<double>(index);
+    return slot ? *slot : 0.0;
 }
 
 const char *ZEL_BatchParm::getString(int index) const
 {
-    return isTextType() && validIndex(index) ? texts()[index].nonNullStr() : "";
+    const KIT_String *const slot = slotAt<KIT_String>(index);
+    return slot ? slot->nonNullStr() : "";
 }
 
 void ZEL_BatchParm::dump() const
@@ -199,15 +230,16 @@ void ZEL_BatchParm::dump() const
     auto out = std::back_inserter(line);
     fmt::format_to(out, "{} \"{}\"[{}]{}\t= [", typeWord(myType), myName ? myName : "",
                    myVectorSize, myValueSet ? "+" : " ");
-    for (int i = 0; myEvaluated && validIndex(i); ++i) {
-        const char *const separator = i > 0 ? ", " : "";
-        if (isTextType()) {
+    const char *separator = "";
+    for (int i = 0; myEvaluated && i < myVectorSize; ++i) {
+        if (slotAt<KIT_String>(i)) {
             fmt::format_to(out, "{}\"{}\"", separator, getString(i));
-        } else if (myType == ZEL_BATCH_INT) {
+        } else if (slotAt<int>(i)) {
             fmt::format_to(out, "{}{}", separator, getInt(i));
-        } else {
+        } else if (slotAt<double>(i)) {
             fmt::format_to(out, "{}{:.17g}", separator, getReal(i));
         }
+        separator = ", ";
     }
     constexpr std::string_view theEnd = "]\n";
     constexpr std::string_view theNotEvaluated = "not evaluated]\n";
