@@ -44,11 +44,11 @@
 #pragma once
 
 #include <KIT/KIT_String.h>
-#include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_ChoiceList.h>
 
 #include <memory>
+#include <vector>
 
 class DS_Page;
 class DS_Parm;
@@ -152,11 +152,12 @@ private:
     KIT_String myIcon;
     KIT_String myHelp;
     std::unique_ptr<DS_Page> myPage;
-    KIT_ValArray<ZEL_Name *> myNames;                // owned
-    KIT_ValArray<ZEL_Default *> myAllocatedDefaults; // owned arrays
-    std::unique_ptr<ZEL_ParmList> myParmList;
+    // Each borrows from those before it.
+    std::vector<std::unique_ptr<ZEL_Name>> myNames;
+    std::vector<std::unique_ptr<ZEL_Default[]>> myAllocatedDefaults;
     std::unique_ptr<ZEL_Template[]> myTemplates;
     std::unique_ptr<ZEL_PresetInfo> myPresetInfo;
+    std::unique_ptr<ZEL_ParmList> myParmList;
     int myTemplateCount = 0;
     int myTemplateCapacity = 0;
     int myRManSyntax = 0;

@@ -10,18 +10,7 @@
 
 DS_Command::DS_Command(const char *file) : myFile(file, true) {}
 
-DS_Command::~DS_Command()
-{
-    // The templates borrow the names and defaults.
-    myParmList.reset();
-    myTemplates.reset();
-    for (ZEL_Name *const name : myNames) {
-        delete name;
-    }
-    for (ZEL_Default *const defaults : myAllocatedDefaults) {
-        delete[] defaults;
-    }
-}
+DS_Command::~DS_Command() = default;
 
 int DS_Command::parse(DS_Stream &stream)
 {

@@ -186,10 +186,9 @@ void DS_Command::addComponents(ZEL_ScriptParm &parm, ZEL_Default *defaults)
 
 ZEL_Name *DS_Command::makeName(const char *token, const char *label)
 {
-    auto name = std::make_unique<ZEL_Name>();
-    name->setTokenAndLabel(token, label);
-    myNames.append(name.get());
-    return name.release();
+    myNames.push_back(std::make_unique<ZEL_Name>());
+    myNames.back()->setTokenAndLabel(token, label);
+    return myNames.back().get();
 }
 
 const char *DS_Command::makeText(const char *text)
@@ -199,10 +198,9 @@ const char *DS_Command::makeText(const char *text)
 
 ZEL_Default *DS_Command::makeDefaults(int count)
 {
-    std::unique_ptr<ZEL_Default[]> defaults(
-        new ZEL_Default[static_cast<size_t>(std::max(count, 0)) + 1]);
-    myAllocatedDefaults.append(defaults.get());
-    return defaults.release();
+    const size_t size = static_cast<size_t>(std::max(count, 0)) + 1;
+    myAllocatedDefaults.push_back(std::make_unique<ZEL_Default[]>(size));
+    return myAllocatedDefaults.back().get();
 }
 
 ZEL_Default *DS_Command::numberDefaults(ZEL_ScriptParm &parm)
