@@ -1,5 +1,6 @@
 /// \file DS_SelectorBinding.h
 /// What ties a viewport selector to a parameter of the dialog; a record of the script writer.
+/// The setters are for applications whose DS_ParmReader fills its records piece by piece.
 ///
 /// Ownership:  owns copies of its texts.
 /// Threads:    const calls from any thread.

@@ -133,8 +133,6 @@ public:
     int getSize() const { return mySize; }
     /// One record for each component, or none.
     const KIT_ValArray<ZEL_Default> &getDefaults() const { return myDefaults; }
-    /// The texts of the defaults as they were read.
-    const KIT_StringArray &getDefaultStrings() const { return myDefaultStrings; }
     ZEL_Range *getRange() const { return myRange.get(); }
     ZEL_ChoiceList *getMenu() const { return myMenu.get(); }
     const KIT_String &getHelpText() const { return myHelpText; }
