@@ -382,6 +382,44 @@ TEST_F(Facade, EqualityIsOfValuesCompatibilityOfDescriptions)
     EXPECT_FALSE(t.isCompatible(ZEL_Parm(&tagged, &list)));
 }
 
+TEST(FacadeKinds, TheBroaderKindComparesAndALiteralIsCopiedAsItIs)
+{
+    ZEL_Name names[] = {ZEL_Name("f"), ZEL_Name("i"), ZEL_Name("s"), ZEL_Name("d"), ZEL_Name("c")};
+    ZEL_Template templates[] = {
+        ZEL_Template(ZEL_FLT, 1, &names[0]),    ZEL_Template(ZEL_ORD, 1, &names[1]),
+        ZEL_Template(ZEL_STRING, 1, &names[2]), ZEL_Template(ZEL_KEY_VALUE_DICT, 1, &names[3]),
+        ZEL_Template(ZEL_STRING, 1, &names[4]), ZEL_Template()};
+    ZEL_ParmList list(templates, nullptr, nullptr, nullptr, KIT_StringRef(), false);
+    const struct
+    {
+        double number;
+        int ordinal;
+        const char *text;
+        const char *first;
+        const char *second;
+        bool equal;
+    } cases[] = {
+        {2.5, 2, "", "f", "i", false},    {2.0, 2, "", "i", "f", true},
+        {2.0, 2, "2.0", "f", "s", false}, {2.0, 2, "2", "s", "f", true},
+        {2.0, 2, "02", "i", "s", false},  {0.0, 0, "", "s", "d", false},
+        {0.0, 0, "", "d", "f", false},    {0.0, 0, "", "d", "d", true},
+    };
+    for (const auto &c : cases) {
+        list.setFloat(c.number, KIT_StringRef("f"), 0, 0.0, false);
+        list.setInt(c.ordinal, KIT_StringRef("i"), 0, 0.0, false);
+        list.setString(KIT_String(c.text), TRK_MEANING_LITERAL, KIT_StringRef("s"), 0, 0.0, false);
+        const bool equal = list.getParmPtr(c.first)->isParmValueEqual(0, *list.getParmPtr(c.second),
+                                                                      0, 0.0, BASgetSTID());
+        EXPECT_EQ(equal, c.equal) << c.first << " " << c.second << " " << c.number << c.text;
+    }
+
+    list.setString(KIT_String("a \"b\""), TRK_MEANING_LITERAL, KIT_StringRef("s"), 0, 0.0, false);
+    list.getParmPtr("c")->copyParm(*list.getParmPtr("s"));
+    KIT_String copied;
+    list.evalString(copied, KIT_StringRef("c"), 0, 0.0);
+    EXPECT_STREQ(copied.nonNullStr(), "a \"b\"");
+}
+
 // ---------------------------------------------------------------------- //
 // Channels
 // ---------------------------------------------------------------------- //
