@@ -45,19 +45,19 @@ public:
 
     KIT_Array() = default;
     /// `capacity` empty slots, or with `size` that many value-initialised elements.
-    explicit KIT_Array(int64_t capacity, int64_t size = 0)
+    explicit KIT_Array(int64_t capacity, int64_t size = 0) : KIT_Array()
     {
         setCapacity(larger(capacity, size));
         setSize(size);
     }
-    KIT_Array(std::initializer_list<T> values)
+    KIT_Array(std::initializer_list<T> values) : KIT_Array()
     {
         setCapacity(static_cast<int64_t>(values.size()));
         for (const T &value : values) {
             append(value);
         }
     }
-    KIT_Array(const KIT_Array &other) { append(other.myData, other.mySize); }
+    KIT_Array(const KIT_Array &other) : KIT_Array() { append(other.myData, other.mySize); }
     KIT_Array(KIT_Array &&other) noexcept { swap(other); }
     ~KIT_Array()
     {
@@ -301,9 +301,13 @@ private:
     void growAndEmplace(Args &&...args)
     {
         const int64_t capacity = KITbumpAlloc(myCapacity);
-        T *data = allocate(capacity);
-        new (static_cast<void *>(data + mySize)) T(std::forward<Args>(args)...);
-        relocate(data, capacity);
+        struct Slots
+        {
+            ~Slots() { release(data); }
+            T *data;
+        } slots{allocate(capacity)};
+        new (static_cast<void *>(slots.data + mySize)) T(std::forward<Args>(args)...);
+        relocate(std::exchange(slots.data, nullptr), capacity);
     }
 
     T *myData = nullptr;

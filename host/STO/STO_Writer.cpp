@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -58,8 +59,10 @@ STO_Writer::STO_Writer(const char *path, const STO_FileLock *held, PathForm form
     }
     myPath = STO_Info::followLinks(path);
     const bool isOwn = held && held->isHeld();
+    // Made first: nothing would close and remove the file if there were no memory for it.
+    auto stream = std::make_unique<KIT_OByteStream>(myBytes);
     if (mayStep("open") && openPart(isOwn)) {
-        myStream = std::make_unique<KIT_OByteStream>(myBytes);
+        myStream = std::move(stream);
     }
 }
 
@@ -147,6 +150,11 @@ bool STO_Writer::closeSection()
     index.open(myPath.c_str());
     if (!index.canWrite() || !index.addSection(mySection.c_str(), myBytes.view())) {
         errno = EINVAL;
+        return false;
+    }
+    // A section whose name was lost would be missing from the file that is written.
+    if (BASfailedAllocations() != myFailedBefore) {
+        errno = ENOMEM;
         return false;
     }
     STO_Writer file(myPath.c_str(), &lock);
