@@ -34,6 +34,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 class KIT_String;
 class ZEL_ChoiceList;
@@ -229,7 +230,7 @@ public:
     /// The whole array, vector-size long.
     const KIT_StringHolder *getChannelTokens() const
     {
-        const KIT_StringHolder *tokens = myChannelTokens.load(std::memory_order_acquire);
+        const KIT_StringHolder *tokens = myChannelTokens.get();
         return tokens ? tokens : buildChannelNames(false);
     }
     /// As getChannelToken(), made from the decoded token.
@@ -272,7 +273,8 @@ public:
     /// The override; null without one and outside the vector. It never answers a factory default.
     ZEL_Default *getDefault(int index) const
     {
-        return myDefaults && index >= 0 && index < myVectorSize ? myDefaults[index] : nullptr;
+        return myDefaults && index >= 0 && index < myVectorSize ? myDefaults[size_t(index)].get()
+                                                                : nullptr;
     }
     /// At least vector-size records, or null; borrowed.
     ZEL_Default *getFactoryDefaults() const { return myFactoryDefaults; }
@@ -391,6 +393,32 @@ public:
                                    int &instance, const KIT_ValArray<int> *instances = nullptr);
 
 private:
+    /// An array of tokens that is made on the first question, on any thread.
+    class TokenArray
+    {
+    public:
+        TokenArray() = default;
+        ~TokenArray() { drop(); }
+        TokenArray(const TokenArray &) = delete;
+        TokenArray &operator=(const TokenArray &) = delete;
+
+        const KIT_StringHolder *get() const { return myTokens.load(std::memory_order_acquire); }
+        /// When another thread is first, its array is the one that counts and is given back.
+        const KIT_StringHolder *publish(std::unique_ptr<KIT_StringHolder[]> made);
+        /// While nobody else asks.
+        void drop();
+
+    private:
+        std::atomic<KIT_StringHolder *> myTokens{nullptr};
+    };
+
+    /// Frees a default with its text.
+    struct OverrideDeleter
+    {
+        void operator()(ZEL_Default *record) const;
+    };
+    using Override = std::unique_ptr<ZEL_Default, OverrideDeleter>;
+
     /// The bit that marks a mask as not made yet; a mask of all ones carries it too and is made
     /// again at each question.
     uint32_t unknownBit() const { return 1u << (uint32_t(myVectorSize) & 31u); }
@@ -415,7 +443,7 @@ private:
     ZEL_TypeExtended myTypeExtended = ZEL_TYPEX_NONE;
     int32_t myVectorSize = 0;
     ZEL_Name *myName = nullptr;
-    ZEL_Default **myDefaults = nullptr; // vector-size slots
+    std::unique_ptr<Override[]> myDefaults; // vector-size slots
     ZEL_Default *myFactoryDefaults = nullptr;
     ZEL_ChoiceList *myChoiceList = nullptr;
     ZEL_Range *myRange = nullptr;
@@ -430,7 +458,7 @@ private:
     ZEL_Template *myMultiParmTemplate = nullptr;
     double myMultiSize = 0.0;
     KIT_StringHolder myHelpText;
-    mutable std::atomic<KIT_StringHolder *> myChannelTokens{nullptr}; // vector-size
-    mutable std::atomic<KIT_StringHolder *> myDecodedTokens{nullptr}; // myDecodedSize
+    mutable TokenArray myChannelTokens; // vector-size
+    mutable TokenArray myDecodedTokens; // myDecodedSize
     mutable int32_t myDecodedSize = 0;
 };

@@ -9,8 +9,10 @@
 #include <ZEL/ZEL_Range.h>
 #include <ZEL/ZEL_SharedMenus.h>
 #include <ZEL/ZEL_SpareData.h>
+#include <ZEL/support/ZEL_LostTextPrivate.h>
 #include <ZEL/templates/ZEL_TemplatePrivate.h>
 
+#include <memory>
 #include <string_view>
 
 namespace
@@ -61,9 +63,10 @@ const ZEL_Template *builtInPart(ZEL_MultiType type, ZEL_RampParmIndex index)
 }
 
 /// A name of the copy's own. Without a prefix the token stays what it was.
-ZEL_Name *makeName(const ZEL_Template &source, const KIT_WorkBuffer *prefix)
+std::unique_ptr<ZEL_Name> makeName(const ZEL_Template &source, const KIT_WorkBuffer *prefix)
 {
-    auto *name = new ZEL_Name;
+    const ZEL_LostText lost;
+    auto name = std::make_unique<ZEL_Name>();
     name->setTokenAndLabelRef(source.getTokenRef(), source.getLabelRef());
     if (prefix) {
         KIT_WorkBuffer token(*prefix);
@@ -73,13 +76,27 @@ ZEL_Name *makeName(const ZEL_Template &source, const KIT_WorkBuffer *prefix)
         name->setToken(encoded.buffer());
     }
     name->harden();
+    lost.check();
     return name;
+}
+
+struct KeyDeleter
+{
+    void operator()(ZEL_Template *templates) const { ZELfreeRampTemplate(templates); }
+};
+
+/// A copy of a part of a key, with a name and spare data of its own.
+void copyPart(ZEL_Template &copy, const ZEL_Template &source, const KIT_WorkBuffer *prefix)
+{
+    auto name = makeName(source, prefix);
+    copy = source;
+    copy.setNamePtr(name.release());
+    copy.setSparePtr(nullptr);
 }
 
 /// Spare data of the copy's own: the source's, and the ramp's script callback.
 void giveSpareData(ZEL_Template &copy, const ZEL_Template &source, const ZEL_SpareData *spare)
 {
-    copy.setSparePtr(nullptr);
     if (source.getSparePtr()) {
         copy.getOrCreateSparePtr()->mergeFrom(*source.getSparePtr());
     }
@@ -113,14 +130,15 @@ ZEL_Template *ZELcreateRampTemplate(const char *token, ZEL_MultiType type,
     }
 
     const int count = ZEL_Template::countTemplates(source);
-    auto *templates = new ZEL_Template[static_cast<uint32_t>(count) + 1];
+    std::unique_ptr<ZEL_Template, KeyDeleter> templates(
+        new ZEL_Template[static_cast<uint32_t>(count) + 1]);
     for (int i = 0; i < count; i++) {
-        templates[i] = source[i];
-        templates[i].setNamePtr(makeName(source[i], prefixFlag ? &prefix : nullptr));
-        templates[i].setCallback(callback);
-        giveSpareData(templates[i], source[i], spare);
+        ZEL_Template &copy = templates.get()[i];
+        copyPart(copy, source[i], prefixFlag ? &prefix : nullptr);
+        copy.setCallback(callback);
+        giveSpareData(copy, source[i], spare);
     }
-    return templates;
+    return templates.release();
 }
 
 void ZELfreeRampTemplate(ZEL_Template *templates)

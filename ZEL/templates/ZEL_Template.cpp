@@ -12,7 +12,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <mutex>
+#include <new>
 #include <unordered_set>
 
 namespace
@@ -48,11 +50,11 @@ KeptSpareData &keptSpareData()
 
 ZEL_SpareData *ZELcreateKeptSpareData()
 {
-    auto *spare = new ZEL_SpareData;
+    auto spare = std::make_unique<ZEL_SpareData>();
     KeptSpareData &kept = keptSpareData();
     const std::lock_guard<std::mutex> scope(kept.lock);
-    kept.records.insert(spare);
-    return spare;
+    kept.records.insert(spare.get());
+    return spare.release();
 }
 
 void ZELfreeSpareData(ZEL_SpareData *spare)
@@ -138,7 +140,6 @@ ZEL_Template &ZEL_Template::operator=(const ZEL_Template &other)
 ZEL_Template::~ZEL_Template()
 {
     clearOurData();
-    delete[] myDecodedTokens.load(std::memory_order_relaxed);
 }
 
 void ZEL_Template::initialize(const ZEL_Type &type, ZEL_TypeExtended extended,
@@ -275,18 +276,24 @@ void ZEL_Template::assign(const ZEL_Template &source, int vectorSize, ZEL_Defaul
         assign(copy, vectorSize, defaults);
         return;
     }
+    // What takes memory comes first: without it nothing changes.
+    std::unique_ptr<ZEL_ChoiceList> ownChoices;
+    if (source.myOwnsChoiceListFlag) {
+        ownChoices = std::make_unique<ZEL_ChoiceList>(*source.myChoiceList);
+    }
+    ZEL_Template *const items =
+        source.isRampType()
+            ? ZELcreateRampTemplate(source.getToken(), source.myMultiType, source.mySpare,
+                                    source.myCallback, source.myMultiParmTemplate)
+            : source.myMultiParmTemplate;
     clearOurData();
     myType = source.myType;
     myMultiType = source.myMultiType;
     myTypeExtended = source.myTypeExtended;
     myVectorSize = std::max(vectorSize, 0);
     myFactoryDefaults = defaults;
-    if (source.myOwnsChoiceListFlag) {
-        myChoiceList = new ZEL_ChoiceList(*source.myChoiceList);
-        myOwnsChoiceListFlag = true;
-    } else {
-        myChoiceList = source.myChoiceList;
-    }
+    myOwnsChoiceListFlag = source.myOwnsChoiceListFlag;
+    myChoiceList = myOwnsChoiceListFlag ? ownChoices.release() : source.myChoiceList;
     myName = source.myName;
     myRange = source.myRange;
     myCallback = source.myCallback;
@@ -298,11 +305,7 @@ void ZEL_Template::assign(const ZEL_Template &source, int vectorSize, ZEL_Defaul
     BASstore(myAutoSelectField, BASload(source.myAutoSelectField));
     myMultiSize = source.myMultiSize;
     myHelpText = source.myHelpText;
-    myMultiParmTemplate = source.myMultiParmTemplate;
-    if (isRampType()) {
-        myMultiParmTemplate = ZELcreateRampTemplate(getToken(), myMultiType, mySpare, myCallback,
-                                                    source.myMultiParmTemplate);
-    }
+    myMultiParmTemplate = items;
 }
 
 // -------------------------------------------------------------------- //
@@ -311,20 +314,18 @@ void ZEL_Template::assign(const ZEL_Template &source, int vectorSize, ZEL_Defaul
 
 void ZEL_Template::dropChannelTokens()
 {
-    delete[] myChannelTokens.load(std::memory_order_relaxed);
-    myChannelTokens.store(nullptr, std::memory_order_relaxed);
+    myChannelTokens.drop();
+}
+
+void ZEL_Template::OverrideDeleter::operator()(ZEL_Default *record) const
+{
+    record->setString(nullptr, true);
+    delete record;
 }
 
 void ZEL_Template::dropOverrides()
 {
-    for (int i = 0; myDefaults && i < myVectorSize; i++) {
-        if (myDefaults[i]) {
-            myDefaults[i]->setString(nullptr, true);
-            delete myDefaults[i];
-        }
-    }
-    delete[] myDefaults;
-    myDefaults = nullptr;
+    myDefaults.reset();
 }
 
 void ZEL_Template::dropOwnedChoiceList()
@@ -356,7 +357,7 @@ void ZEL_Template::clearOurData()
 int64_t ZEL_Template::getMemoryUsage(bool inclusive) const
 {
     int64_t bytes = inclusive ? static_cast<int64_t>(sizeof(*this)) : 0;
-    if (const KIT_StringHolder *tokens = myChannelTokens.load(std::memory_order_acquire)) {
+    if (const KIT_StringHolder *tokens = myChannelTokens.get()) {
         for (int i = 0; i < myVectorSize; i++) {
             bytes += tokens[i].getMemoryUsage(true);
         }
@@ -384,12 +385,13 @@ ZEL_Default *ZEL_Template::makeOverride(int index)
         return nullptr;
     }
     if (!myDefaults) {
-        myDefaults = new ZEL_Default *[static_cast<size_t>(myVectorSize)]();
+        myDefaults.reset(new Override[static_cast<size_t>(myVectorSize)]);
     }
-    if (!myDefaults[index]) {
-        myDefaults[index] = new ZEL_Default;
+    Override &place = myDefaults[static_cast<size_t>(index)];
+    if (!place) {
+        place.reset(new ZEL_Default);
     }
-    return myDefaults[index];
+    return place.get();
 }
 
 void ZEL_Template::setDefault(int index, const ZEL_Default &value)
@@ -420,6 +422,9 @@ void ZEL_Template::setStringDefault(int index, const char *text)
     if (ZEL_Default *record = makeOverride(index)) {
         // Copied first: the text may be the one that is replaced.
         const char *const copy = text && *text ? ::strdup(text) : nullptr;
+        if (text && *text && !copy) {
+            throw std::bad_alloc();
+        }
         record->setString(copy, true);
     }
 }

@@ -4,9 +4,12 @@
 #include <KIT/KIT_VarEncode.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_SpareData.h>
+#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <utility>
 
 namespace
 {
@@ -87,9 +90,10 @@ KIT_StringHolder makeChannelToken(const char *base, const ChannelStyle *style, i
 // Channel tokens
 // -------------------------------------------------------------------- //
 
-/// Makes one of the two arrays. When another thread is first, its array is the one that counts.
+/// Makes one of the two arrays.
 const KIT_StringHolder *ZEL_Template::buildChannelNames(bool decoded) const
 {
+    const ZEL_LostText lost;
     KIT_WorkBuffer base;
     if (decoded) {
         KIT_VarEncode::decodeParm(getToken(), base);
@@ -97,21 +101,32 @@ const KIT_StringHolder *ZEL_Template::buildChannelNames(bool decoded) const
         base.append(getTokenRef());
     }
     const ChannelStyle *style = findStyle(myType.getChannelType(), myVectorSize);
-    auto *made = new KIT_StringHolder[static_cast<size_t>(myVectorSize)];
+    std::unique_ptr<KIT_StringHolder[]> made(
+        new KIT_StringHolder[static_cast<size_t>(myVectorSize)]);
     for (int i = 0; i < myVectorSize; i++) {
-        made[i] = makeChannelToken(base.buffer(), style, myVectorSize, i);
+        made[size_t(i)] = makeChannelToken(base.buffer(), style, myVectorSize, i);
     }
+    lost.check();
     if (decoded) {
         BASstore(myDecodedSize, myVectorSize);
     }
-    std::atomic<KIT_StringHolder *> &place = decoded ? myDecodedTokens : myChannelTokens;
+    return (decoded ? myDecodedTokens : myChannelTokens).publish(std::move(made));
+}
+
+const KIT_StringHolder *ZEL_Template::TokenArray::publish(std::unique_ptr<KIT_StringHolder[]> made)
+{
     KIT_StringHolder *present = nullptr;
-    if (place.compare_exchange_strong(present, made, std::memory_order_acq_rel,
-                                      std::memory_order_acquire)) {
-        return made;
+    if (myTokens.compare_exchange_strong(present, made.get(), std::memory_order_acq_rel,
+                                         std::memory_order_acquire)) {
+        return made.release();
     }
-    delete[] made;
     return present;
+}
+
+void ZEL_Template::TokenArray::drop()
+{
+    delete[] myTokens.load(std::memory_order_relaxed);
+    myTokens.store(nullptr, std::memory_order_relaxed);
 }
 
 const KIT_StringHolder &ZEL_Template::getChannelToken(int index) const
@@ -132,7 +147,7 @@ const KIT_StringHolder &ZEL_Template::getDecodedChannelToken(int index) const
     if (index < 0 || index >= myVectorSize) {
         return KIT_StringHolder::theEmptyString;
     }
-    const KIT_StringHolder *tokens = myDecodedTokens.load(std::memory_order_acquire);
+    const KIT_StringHolder *tokens = myDecodedTokens.get();
     if (!tokens) {
         tokens = buildChannelNames(true);
     }
