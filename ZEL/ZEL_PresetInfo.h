@@ -20,12 +20,12 @@
 
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>
-#include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_API.h>
 
 #include <iosfwd>
 #include <string>
 #include <unordered_set>
+#include <vector>
 
 class KIT_IStream;
 class ZEL_ParmList;
@@ -112,7 +112,6 @@ private:
     void refresh();
     void findAllPresets();
     void addPresetsOf(const char *file, std::unordered_set<std::string> &names);
-    void clear();
     const Preset *getPreset(int index);
     std::string findSaveFile(const char *dir) const;
     std::string findDeleteFile(const char *name, const char *dir);
@@ -121,7 +120,7 @@ private:
     KIT_String myOpName;
     KIT_String myPresetFile;
     KIT_String myPresetSection;
-    KIT_ValArray<Preset *> myPresets; // sorted by name
+    std::vector<Preset> myPresets; // sorted by name
     bool myNeedsRefresh = true;
     KIT_String myIndexFile; // given by setIndexFile(), else unset
 };

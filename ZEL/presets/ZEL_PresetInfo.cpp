@@ -11,6 +11,7 @@
 #include <STO/STO_Info.h>
 #include <STO/STO_Reader.h>
 #include <STO/STO_Writer.h>
+#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -76,9 +77,12 @@ bool failWriting(const std::string &file)
     return false;
 }
 
-/// Puts the sections of an index file in place of the file; the caller holds the lock.
-bool writeIndex(STO_IndexFile &index, const std::string &file, const STO_FileLock &lock)
+/// Puts the sections of an index file in place of the file; the caller holds the lock. `lost` knows of
+/// a section that was read or changed without memory for its name: it would be missing from the file.
+bool writeIndex(STO_IndexFile &index, const std::string &file, const STO_FileLock &lock,
+                const ZEL_LostText &lost)
 {
+    lost.check();
     KIT_ByteBuffer bytes;
     bytes.room(static_cast<std::size_t>(index.guessStreamSize()));
     KIT_OByteStream memory(bytes);
@@ -100,18 +104,7 @@ ZEL_PresetInfo::ZEL_PresetInfo(const char *table, const char *opName)
       myOpName(opName ? opName : "", true)
 {}
 
-ZEL_PresetInfo::~ZEL_PresetInfo()
-{
-    clear();
-}
-
-void ZEL_PresetInfo::clear()
-{
-    for (Preset *preset : myPresets) {
-        delete preset;
-    }
-    myPresets.clear();
-}
+ZEL_PresetInfo::~ZEL_PresetInfo() = default;
 
 // ---------------------------------------------------------------------- //
 // What there is
@@ -122,6 +115,7 @@ void ZEL_PresetInfo::refresh()
     if (!myNeedsRefresh) {
         return;
     }
+    const ZEL_LostText lost;
     KIT_String opFile(myOpName);
     KIT_OpUtils::ensureValidOpBasedFileName(opFile);
     myPresetFile = "presets/" + myTable.toStdString() + "/" + opFile.toStdString() + ".idx";
@@ -131,8 +125,9 @@ void ZEL_PresetInfo::refresh()
     const KIT_String op = KIT_OpUtils::combineTableAndOpName(myTable, myOpName);
     myPresetSection =
         KIT_OpUtils::combineOpIndexFileSectionPath(KIT_OpUtils::theDefinitionPrefix, op, "Presets");
-    clear();
+    myPresets.clear();
     findAllPresets();
+    lost.check();
     myNeedsRefresh = false;
 }
 
@@ -146,7 +141,7 @@ void ZEL_PresetInfo::findAllPresets()
         addPresetsOf(file, names);
     }
     std::sort(myPresets.begin(), myPresets.end(),
-              [](const Preset *a, const Preset *b) { return a->name.view() < b->name.view(); });
+              [](const Preset &a, const Preset &b) { return a.name.view() < b.name.view(); });
 }
 
 void ZEL_PresetInfo::addPresetsOf(const char *file, std::unordered_set<std::string> &names)
@@ -156,7 +151,7 @@ void ZEL_PresetInfo::addPresetsOf(const char *file, std::unordered_set<std::stri
     for (std::int64_t i = 0; i < index.getNumSections(); ++i) {
         const KIT_String &name = index.getSectionName(i);
         if (names.insert(name.toStdString()).second) {
-            myPresets.append(new Preset{name, STO_Reader::combineIndexFileSectionPath(file, name)});
+            myPresets.push_back({name, STO_Reader::combineIndexFileSectionPath(file, name)});
         }
     }
 }
@@ -164,13 +159,14 @@ void ZEL_PresetInfo::addPresetsOf(const char *file, std::unordered_set<std::stri
 const ZEL_PresetInfo::Preset *ZEL_PresetInfo::getPreset(int index)
 {
     refresh();
-    return myPresets.isValidIndex(index) ? myPresets[index] : nullptr;
+    const auto place = static_cast<std::size_t>(index);
+    return index >= 0 && place < myPresets.size() ? &myPresets[place] : nullptr;
 }
 
 int ZEL_PresetInfo::getNumPresets()
 {
     refresh();
-    return static_cast<int>(myPresets.entries());
+    return static_cast<int>(myPresets.size());
 }
 
 const KIT_String &ZEL_PresetInfo::getPresetName(int index)
@@ -203,8 +199,8 @@ int ZEL_PresetInfo::getPresetIndex(const char *name)
     const std::string_view wanted(name ? name : "");
     const auto found = std::lower_bound(
         myPresets.begin(), myPresets.end(), wanted,
-        [](const Preset *preset, std::string_view text) { return preset->name.view() < text; });
-    if (found == myPresets.end() || (*found)->name.view() != wanted) {
+        [](const Preset &preset, std::string_view text) { return preset.name.view() < text; });
+    if (found == myPresets.end() || found->name.view() != wanted) {
         return -1;
     }
     return static_cast<int>(found - myPresets.begin());
@@ -249,9 +245,11 @@ bool ZEL_PresetInfo::savePresetToDir(ZEL_ParmList *list, const char *name, const
     if (!lock.isHeld()) {
         return failWriting(file);
     }
+    const ZEL_LostText lost;
     STO_IndexFile index;
     index.open(file.c_str());
-    if (!index.canWrite() || !index.addSection(name, os.str()) || !writeIndex(index, file, lock)) {
+    if (!index.canWrite() || !index.addSection(name, os.str()) ||
+        !writeIndex(index, file, lock, lost)) {
         return false;
     }
     myNeedsRefresh = true;
@@ -287,9 +285,10 @@ bool ZEL_PresetInfo::deletePresetFromDir(const char *name, const char *dir)
     if (!lock.isHeld()) {
         return failWriting(file);
     }
+    const ZEL_LostText lost;
     STO_IndexFile index;
     index.open(file.c_str());
-    if (!index.removeSection(name) || !index.canWrite() || !writeIndex(index, file, lock)) {
+    if (!index.removeSection(name) || !index.canWrite() || !writeIndex(index, file, lock, lost)) {
         return false;
     }
     myNeedsRefresh = true;
