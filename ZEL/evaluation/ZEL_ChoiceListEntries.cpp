@@ -6,6 +6,24 @@
 #include <ZEL/evaluation/ZEL_ChoiceThreadPrivate.h>
 #include <ZEL/menus/ZEL_ChoiceTablePrivate.h>
 
+namespace
+{
+
+/// Raises a mark while it lives: a generator may throw.
+class Busy
+{
+public:
+    explicit Busy(bool &mark) : myMark(mark) { myMark = true; }
+    ~Busy() { myMark = false; }
+    Busy(const Busy &) = delete;
+    Busy &operator=(const Busy &) = delete;
+
+private:
+    bool &myMark;
+};
+
+} // namespace
+
 // The asker may belong to an item of a multi-parameter that the generator reads.
 const ZEL_Name *ZEL_ChoiceList::generateNames(void *data, const ZEL_SpareData *spare,
                                               const ZEL_Parm *parm) const
@@ -35,10 +53,9 @@ const ZEL_Item *ZEL_ChoiceList::findItems(void *data, const ZEL_SpareData *spare
     }
     const ZEL_Multi::KeepItems keep;
     ZEL_ChoiceThread::Generation generation(thread);
-    thread.itemsBusy = true;
+    const Busy busy(thread.itemsBusy);
     myGenerator.items(data, generation.items(), int(ZEL_ChoiceThread::theArraySize - 1), spare,
                       parm);
-    thread.itemsBusy = false;
     const ZEL_Item *items = generation.items();
     return items->isSentinel() ? nullptr : items;
 }

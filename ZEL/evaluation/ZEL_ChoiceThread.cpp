@@ -59,10 +59,11 @@ void ZEL_ChoiceThread::appendName(const KIT_StringRef &token, const KIT_StringRe
 ZEL_ChoiceThread::Generation::Generation(ZEL_ChoiceThread &thread) : myThread(thread)
 {
     thread.clear();
-    if (thread.myGenerators++ == 0) {
+    if (thread.myGenerators == 0) {
         thread.myNames.setSize(std::max(thread.myNames.size(), theArraySize));
         thread.myItems.setSize(std::max(thread.myItems.size(), theArraySize));
     }
+    ++thread.myGenerators;
 }
 
 ZEL_ChoiceThread::Generation::~Generation()
