@@ -85,7 +85,8 @@ public:
     /// The white space in front of a line of that level, until the next call.
     static const char *getIndent(int level);
     /// Old grouping goes through the group names, the new one, which is the default, through the
-    /// parameters in their order. What is in no group, the old one writes into the last group.
+    /// parameters in their order. What is in no group, the old one writes into the last group. One
+    /// for the process: set before threads start.
     static bool getUseOldGrouping() { return theUseOldGroupingFlag; }
     static void setUseOldGrouping(bool on) { theUseOldGroupingFlag = on; }
     /// The words of the export levels 0, 1 and 2.

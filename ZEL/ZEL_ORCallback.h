@@ -2,7 +2,8 @@
 /// The outside party that may take over the values of single components.
 ///
 /// Vocabulary: *data index* = the party's own name for a data source; 0 or more.
-/// Ownership:  one per process, installed by `ZEL_ParmList::setORCallback`, not owned.
+/// Ownership:  one per process, installed by `ZEL_ParmList::setORCallback` before threads start; not
+///             owned.
 /// Threads:    the eval operations are called from any evaluation thread at once, the set
 ///             operations from the thread that sets values.
 #pragma once
