@@ -14,7 +14,8 @@
 ///             child that may not stand in a block with warning 20 (the child's token); the value
 ///             goes back to the count that exists. A stream, a default or an expression that asks
 ///             for more new items at once than the setting ZEL_MAX_STREAM_ITEMS is refused the same
-///             way, with error 22. A value that is set and `setNumInstances` aren't limited.
+///             way, with error 22. A value that is set and `setNumInstances` aren't limited. An item
+///             that gets no memory is taken back; the next read makes it.
 /// Cost:       an item costs the same whatever their number; names are looked up by hash.
 ///
 /// Items are never renumbered: on insertion and removal the values move from one item's parameters
@@ -174,6 +175,8 @@ protected:
 private:
     class Changing;
     class ItemSteps;
+    class LeavingItem;
+    class NewItem;
 
     template <class T, class Read>
     void evaluate(T &value, int thread, const Read &read) const;
@@ -204,6 +207,7 @@ private:
     bool removeParms(int item);
     void removeStrayParms(int firstItem, int lastItem);
     void forgetItem();
+    void abandonItem();
     void announceItem(int item);
 
     int myNumItems = 0;

@@ -88,8 +88,8 @@ public:
     /// \name Surroundings
     // ------------------------------------------------------------------ //
     ///@{
-    ZEL_Instance *getInstance() { return myInstance; }
-    const ZEL_Instance *getInstance() const { return myInstance; }
+    ZEL_Instance *getInstance() { return myInstance.get(); }
+    const ZEL_Instance *getInstance() const { return myInstance.get(); }
     ZEL_ParmList *getParmList() const { return myParmList; }
     ZEL_ParmOwner *getParmOwner() const
     {
@@ -816,6 +816,8 @@ public:
 
     // ------------------------------------------------------------------ //
     /// \name Statics: settings of the process and helpers
+    /// Plain words: set them before threads start. A multi-parameter that reverts an item for good
+    /// sets the second one for as long as that takes.
     // ------------------------------------------------------------------ //
     ///@{
     /// Every set makes a key instead of a pending change. Off at first.
@@ -886,7 +888,7 @@ private:
 
     static Settings theSettings;
 
-    ZEL_Instance *myInstance = nullptr;
+    std::unique_ptr<ZEL_Instance> myInstance;
     ZEL_ParmList *myParmList;
 };
 

@@ -15,7 +15,9 @@
 ///             a time for one list. Building, setting, events and structure changes belong to one
 ///             thread, which must not run beside evaluation when parameters come or go. Lists are
 ///             built on one thread at a time.
-/// Errors:     look-ups report nothing; evaluation by an unknown name gives 0 or "".
+/// Errors:     look-ups report nothing; evaluation by an unknown name gives 0 or "". Out of memory
+///             throws std::bad_alloc: a constructor then leaves nothing behind, and the list that
+///             another one was to replace keeps its values and channels.
 /// Cost:       `evalFloat` by name is one hash (cached in the reference), one short probe and one
 ///             virtual call.
 #pragma once
@@ -90,6 +92,7 @@ public:
     /// Reverts every instance whose defaults haven't been applied yet.
     void buildDelayedDefaults(bool deleteChannels);
     /// Adds a parameter under its token and channel tokens; takes ownership. Its index.
+    /// An exception frees the parameter and leaves the list as it was.
     int appendParm(ZEL_Parm *parm);
     /// The one way out of a list. Nothing for a parameter that is neither spare nor an instance
     /// of a multi-parameter. Later indices move down by one.
@@ -175,7 +178,9 @@ public:
     /// none. What keeps its token keeps its state and goes to the end of the list, in the order of
     /// the templates; the owner is told of each that goes (`spareParmRemoved`). A token of the fixed
     /// part is passed over. Outside a load the parameters that change or go send event 4 beforehand.
-    /// The old templates must live until it returns. Callbacks may look into the list.
+    /// The old templates must live until it returns, and if it throws until it was called again with
+    /// success: some parameters are made of the new ones then, the others are as they were. Callbacks
+    /// may look into the list.
     void updateSpareParmTemplates(ZEL_Template *templates, bool forceCopy);
     /// Takes over from an older list of the same node what has the same token here, the collection
     /// included: `from` loses it, and channels that nothing here took over are deleted. For a list
@@ -399,7 +404,7 @@ public:
     static void beginLoading();
     static void endLoading();
     static bool isLoading();
-    /// What answers for override providers; none at first. Set before threads start.
+    /// The party that may take over values; null, none, at first. Set before threads start.
     static ZEL_ORCallback *getORCallback() { return theORCallback; }
     static void setORCallback(ZEL_ORCallback *callback) { theORCallback = callback; }
     /// Drop, or rename, the tables kept under a shared name; lists that have them keep them.
@@ -412,7 +417,13 @@ private:
     class ChannelSource : public TRK_ValueSource
     {
     public:
-        explicit ChannelSource(ZEL_ParmList &list) : myList(list) {}
+        /// On the list's collection from the start.
+        explicit ChannelSource(ZEL_ParmList &list);
+        /// Makes it the list's collection; null for none. An exception changes nothing.
+        void moveTo(TRK_Collection *collection);
+        void leave();
+        /// The first list on a collection answers for it: copies and fallback lists stay silent.
+        void answerIfNobodyDoes();
         bool evaluateNumber(const KIT_StringRef &name, double time, int thread, double &value,
                             bool &timeDependent) override;
         bool evaluateString(const KIT_StringRef &name, double time, int thread, KIT_String &value,
@@ -423,23 +434,36 @@ private:
         ZEL_ParmList &myList;
     };
 
+    /// The empty list that the others start from: from its end on the destructor runs, whatever throws.
+    ZEL_ParmList(TRK_Collection *collection, ZEL_ParmOwner *owner, ZEL_PresetInfo *presetInfo);
+
     void registerParm(const ZEL_Parm &parm, int index);
+    void unregisterLastParm();
+    template <class HasName>
+    void giveNameBack(ZEL_NameTable &table, const KIT_StringRef &name, int index,
+                      const HasName &hasName) const;
     void forgetNames(const ZEL_Parm &parm, int index);
-    ZEL_Parm *createMultiInstanceParm(ZEL_Template &templateRef, bool spare,
-                                      const ZEL_Multi &multi);
-    bool placeMultiParm(ZEL_Parm &parm, const ZEL_Multi &multi, bool &isNew);
+    std::unique_ptr<ZEL_Parm> createMultiInstanceParm(ZEL_Template &templateRef, bool spare,
+                                                      const ZEL_Multi &multi);
+    ZEL_Parm *placeMultiParm(std::unique_ptr<ZEL_Parm> made, const ZEL_Multi &multi, bool &isNew);
     void moveMultiParmAlias(int parmIndex, int item, bool up);
 
     ZEL_Parm *createSpareParm(ZEL_Template &description);
     void announceSpareChanges(ZEL_Template *templates, bool forceCopy);
     ZEL_Parm *remakeSpareParm(ZEL_Template &description, bool forceCopy, double time, bool notify);
+    void keepOneOf(ZEL_Parm &old, int oldIndex, ZEL_Parm &made);
     void removeSpareParm(ZEL_Parm &parm, int index, double time, bool notify);
     void removeReplacedParm(const ZEL_Parm *parm, int index);
 
     struct Adoption;
     class ItemParms;
+    class AdoptionScope;
+    void adoptAll(ZEL_ParmList &from, bool forceCopy);
     bool adoptFromOldList(ZEL_Parm &parm);
+    class ChannelLoan;
+    void linkChannels();
     void copyParms(const ZEL_ParmList &source);
+    void copyUnlinkedParms(const ZEL_ParmList &source);
     void settleCopies(const ZEL_ParmList &source);
     void takeCollection(ZEL_ParmList &from);
     void leaveCollection(const ZEL_ParmList &heir);
@@ -449,8 +473,6 @@ private:
 
     void loadChannelAlias(const KIT_WorkBuffer &token, const KIT_WorkBuffer &alias);
 
-    void becomeValueSource();
-    void resignValueSource();
     bool isTimeDependentNow(double time, bool evaluate, int index, int thread);
 
     KIT_ValArray<ZEL_Parm *> myParms;

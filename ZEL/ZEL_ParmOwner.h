@@ -9,7 +9,7 @@
 /// Threads:    entries marked *evaluation* are called from any thread at once; the rest from the
 ///             thread that changes the list.
 /// Errors:     an owner may be absent everywhere (lists of presets, fallback lists): callers skip
-///             the call.
+///             the call. What is told about parameters and items that go must not throw.
 #pragma once
 
 #include <KIT/KIT_Error.h>

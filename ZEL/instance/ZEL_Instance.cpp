@@ -11,8 +11,10 @@
 #include <ZEL/ZEL_UndoData.h>
 #include <ZEL/ZEL_Value.h>
 #include <ZEL/instance/ZEL_InstancePrivate.h>
+#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <cstring>
+#include <new>
 #include <sstream>
 
 // ---------------------------------------------------------------------- //
@@ -143,8 +145,14 @@ bool ZEL_Instance::isAllDefault(ZEL_DefaultType type) const
 
 bool ZEL_Instance::saveUndoData(std::shared_ptr<ZEL_UndoData> &data) const
 {
+    const ZEL_LostText lost;
     std::ostringstream stream;
     const bool ok = save(stream, 0, false);
+    // Half a text would be taken for the whole one when it is given back.
+    lost.check();
+    if (!stream) {
+        throw std::bad_alloc();
+    }
     data = std::make_shared<ZEL_InstanceUndoData>(stream.str());
     return ok;
 }

@@ -1,6 +1,7 @@
 #include <ZEL/ZEL_OpSharedInfo.h>
 
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <unordered_map>
 
@@ -43,6 +44,7 @@ ZEL_OpSharedInfo::ZEL_OpSharedInfo(const ZEL_Template *templates, int count)
     : myParmTokens(tableSize(std::size_t(count))),
       myChannelTokens(tableSize(channelCount(templates, count)))
 {
+    const ZEL_LostText lost;
     for (int i = 0; i < count; ++i) {
         const ZEL_Template &entry = templates[i];
         myParmTokens.insert(entry.getTokenRef(), i);
@@ -51,6 +53,7 @@ ZEL_OpSharedInfo::ZEL_OpSharedInfo(const ZEL_Template *templates, int count)
             myChannelTokens.insert(channels[c], i);
         }
     }
+    lost.check();
 }
 
 std::int64_t ZEL_OpSharedInfo::getMemoryUsage(bool inclusive) const
@@ -73,7 +76,10 @@ std::shared_ptr<ZEL_OpSharedInfo> ZEL_OpSharedInfo::get(const KIT_StringRef &sha
     }
     auto info = std::make_shared<ZEL_OpSharedInfo>(templates, count);
     if (!sharedName.isEmpty()) {
-        theRegister().emplace(KIT_StringHolder(sharedName), info);
+        const ZEL_LostText lost;
+        KIT_StringHolder key(sharedName);
+        lost.check();
+        theRegister().emplace(std::move(key), info);
     }
     return info;
 }
@@ -94,7 +100,9 @@ void ZEL_OpSharedInfo::rename(const KIT_StringRef &oldName, const KIT_StringHold
     if (found == theRegister().end()) {
         return;
     }
-    std::shared_ptr<ZEL_OpSharedInfo> info = std::move(found->second);
-    theRegister().erase(found);
-    theRegister()[newName] = std::move(info);
+    // The entry itself moves, which takes no memory.
+    auto entry = theRegister().extract(found);
+    theRegister().erase(newName);
+    entry.key() = newName;
+    theRegister().insert(std::move(entry));
 }

@@ -41,7 +41,7 @@ ZEL_Instance *makeInstance(ZEL_Template *templatePtr, ZEL_Parm *parm)
 
 ZEL_Parm::ZEL_Parm(ZEL_Template *templatePtr, ZEL_ParmList *list) : myParmList(list)
 {
-    myInstance = makeInstance(templatePtr, this);
+    myInstance.reset(makeInstance(templatePtr, this));
 }
 
 ZEL_Parm::ZEL_Parm(const ZEL_Parm *source, ZEL_ParmList *list) : myParmList(list)
@@ -49,14 +49,11 @@ ZEL_Parm::ZEL_Parm(const ZEL_Parm *source, ZEL_ParmList *list) : myParmList(list
     if (!source) {
         KITaddFatal(ZEL_ERROR_CATEGORY, ZEL_ERR_NULL_SOURCE);
     } else if (source->myInstance) {
-        myInstance = source->myInstance->duplicateSelf(this);
+        myInstance.reset(source->myInstance->duplicateSelf(this));
     }
 }
 
-ZEL_Parm::~ZEL_Parm()
-{
-    delete myInstance;
-}
+ZEL_Parm::~ZEL_Parm() = default;
 
 void ZEL_Parm::adopt(ZEL_Parm &source)
 {
@@ -277,7 +274,7 @@ bool ZEL_Parm::getHaveCompiledExpressions() const
 
 ZEL_Multi *ZEL_Parm::asMulti() const
 {
-    return isMultiParm() ? static_cast<ZEL_Multi *>(myInstance) : nullptr;
+    return isMultiParm() ? static_cast<ZEL_Multi *>(myInstance.get()) : nullptr;
 }
 
 ZEL_Parm *ZEL_Parm::getMultiParm(int flatIndex) const

@@ -10,6 +10,7 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
+#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 ZEL_ORCallback *ZEL_ParmList::theORCallback = nullptr;
 
@@ -20,12 +21,11 @@ ZEL_ORCallback *ZEL_ParmList::theORCallback = nullptr;
 ZEL_ParmList::ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection,
                            ZEL_ParmOwner *owner, ZEL_PresetInfo *presetInfo,
                            const KIT_StringRef &sharedName, bool deleteChannels, bool buildDefaults)
-    : myCollection(collection), myOwner(owner), myPresetInfo(presetInfo), myChannelSource(*this)
+    : ZEL_ParmList(collection, owner, presetInfo)
 {
     const int count = ZEL_Template::countTemplates(templates);
     myParms.setCapacity(count);
     mySharedInfo = ZEL_OpSharedInfo::get(sharedName, templates, count);
-    becomeValueSource();
 
     const ZEL_LoadScope loading;
     for (int i = 0; i < count; ++i) {
@@ -44,9 +44,14 @@ ZEL_ParmList::ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection,
     : ZEL_ParmList(templates, collection, owner, presetInfo, sharedName, deleteChannels, true)
 {}
 
+ZEL_ParmList::ZEL_ParmList(TRK_Collection *collection, ZEL_ParmOwner *owner,
+                           ZEL_PresetInfo *presetInfo)
+    : myCollection(collection), myOwner(owner), myPresetInfo(presetInfo), myChannelSource(*this)
+{}
+
 ZEL_ParmList::~ZEL_ParmList()
 {
-    resignValueSource();
+    myChannelSource.leave();
     // Each leaves the array before it dies, so that looking up a dead one gives null.
     while (myParms.size() > 0) {
         ZEL_Parm *last = myParms.last();
@@ -70,13 +75,60 @@ void ZEL_ParmList::buildDelayedDefaults(bool deleteChannels)
 
 int ZEL_ParmList::appendParm(ZEL_Parm *parm)
 {
+    std::unique_ptr<ZEL_Parm> owned(parm);
     const int index = getEntries();
+    if (parm && parm->getInstance()) {
+        parm->getTemplatePtr()->getChannelTokens();
+    }
     myParms.append(parm);
     if (parm && parm->getInstance()) {
-        registerParm(*parm, index);
+        try {
+            const ZEL_LostText lost;
+            registerParm(*parm, index);
+            lost.check();
+        } catch (...) {
+            unregisterLastParm();
+            throw;
+        }
     }
+    owned.release();
     ++myAddRemoveCount;
     return index;
+}
+
+/// Takes a name away from an index that is no longer there, for the parameter that had it before.
+template <class HasName>
+void ZEL_ParmList::giveNameBack(ZEL_NameTable &table, const KIT_StringRef &name, int index,
+                                const HasName &hasName) const
+{
+    if (table.find(name) != index) {
+        return;
+    }
+    for (int i = index; i-- > 0;) {
+        const ZEL_Template *description = myParms[i] ? myParms[i]->getTemplatePtr() : nullptr;
+        if (description && hasName(*description)) {
+            table.insert(name, i);
+            return;
+        }
+    }
+    table.removeIfValue(name, index);
+}
+
+/// Takes the last parameter out, of whose names only some may have been registered.
+void ZEL_ParmList::unregisterLastParm()
+{
+    const int index = getEntries() - 1;
+    const ZEL_Template &last = *myParms[index]->getInstance()->getTemplatePtr();
+    const KIT_StringHolder *channels = last.getChannelTokens();
+    myParms.removeLast();
+    giveNameBack(myInstanceTokens, last.getTokenRef(), index, [&](const ZEL_Template &other) {
+        return other.getTokenRef() == last.getTokenRef();
+    });
+    for (int i = 0; i < last.getVectorSize(); ++i) {
+        giveNameBack(myInstanceChannels, channels[i], index, [&](const ZEL_Template &other) {
+            return other.findSubIndex(channels[i]) >= 0;
+        });
+    }
 }
 
 void ZEL_ParmList::prefetchChannels(const ZEL_Template &description) const
@@ -102,9 +154,7 @@ void ZEL_ParmList::setChannelGroupPtr(TRK_Collection *collection)
     if (collection == myCollection) {
         return;
     }
-    resignValueSource();
-    myCollection = collection;
-    becomeValueSource();
+    myChannelSource.moveTo(collection);
 }
 
 void ZEL_ParmList::beginLoading()
@@ -338,24 +388,38 @@ void ZEL_ParmList::setString(const KIT_String &value, TRK_StringMeaning meaning,
 // What expressions see of the list
 // -------------------------------------------------------------------------- //
 
-void ZEL_ParmList::becomeValueSource()
+ZEL_ParmList::ChannelSource::ChannelSource(ZEL_ParmList &list) : myList(list)
 {
-    if (myCollection) {
-        myCollection->addListener(&myChannelSource);
-    }
-    // The first list on a collection answers for it: copies and fallback lists stay silent.
-    if (myCollection && !myCollection->getValueSource()) {
-        myCollection->setValueSource(&myChannelSource);
+    if (TRK_Collection *collection = list.myCollection) {
+        collection->addListener(this);
+        answerIfNobodyDoes();
     }
 }
 
-void ZEL_ParmList::resignValueSource()
+void ZEL_ParmList::ChannelSource::moveTo(TRK_Collection *collection)
 {
-    if (myCollection) {
-        myCollection->removeListener(&myChannelSource);
+    if (collection) {
+        collection->addListener(this);
     }
-    if (myCollection && myCollection->getValueSource() == &myChannelSource) {
-        myCollection->setValueSource(nullptr);
+    leave();
+    myList.myCollection = collection;
+    answerIfNobodyDoes();
+}
+
+void ZEL_ParmList::ChannelSource::leave()
+{
+    if (TRK_Collection *collection = myList.myCollection) {
+        collection->removeListener(this);
+        if (collection->getValueSource() == this) {
+            collection->setValueSource(nullptr);
+        }
+    }
+}
+
+void ZEL_ParmList::ChannelSource::answerIfNobodyDoes()
+{
+    if (myList.myCollection && !myList.myCollection->getValueSource()) {
+        myList.myCollection->setValueSource(this);
     }
 }
 

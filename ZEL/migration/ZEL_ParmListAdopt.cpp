@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <unordered_set>
+#include <utility>
+#include <vector>
 
 // ---------------------------------------------------------------------- //
 // One parameter
@@ -71,39 +73,128 @@ bool ZEL_ParmList::shouldCopyOnAdopt(ZEL_Template &to, ZEL_Parm &from, bool forc
 // A whole list
 // ---------------------------------------------------------------------- //
 
+/// The channels that a list holds before another one takes its place, for the case that it can't.
+class ZEL_ParmList::ChannelLoan
+{
+public:
+    explicit ChannelLoan(ZEL_ParmList &lender) : myLender(lender)
+    {
+        for (ZEL_Parm *parm : lender.myParms) {
+            for (int i = 0; parm && i < parm->getVectorSize(); ++i) {
+                if (TRK_Channel *channel = parm->getChannel(i)) {
+                    myHeld.push_back({parm, i, channel});
+                }
+            }
+        }
+    }
+
+    /// Takes no memory: the lender was on the collection before.
+    void giveBack(ZEL_ParmList &borrower) const
+    {
+        TRK_Collection *collection = borrower.myCollection;
+        if (!collection) {
+            return;
+        }
+        for (const Held &held : myHeld) {
+            forget(borrower, held.channel);
+        }
+        if (!myLender.myCollection) {
+            myLender.myChannelSource.moveTo(collection);
+        }
+        for (const Held &held : myHeld) {
+            // Unless it was deleted, by which its slot is empty.
+            if (collection->getChannel(held.parm->getChannelToken(held.index)) == held.channel) {
+                held.parm->getInstance()->setChannel(held.index, held.channel);
+            }
+        }
+    }
+
+private:
+    struct Held
+    {
+        ZEL_Parm *parm;
+        int index;
+        TRK_Channel *channel;
+    };
+
+    static void forget(ZEL_ParmList &list, const TRK_Channel *channel)
+    {
+        for (ZEL_Parm *parm : list.myParms) {
+            for (int i = 0; parm && i < parm->getVectorSize(); ++i) {
+                if (parm->getChannel(i) == channel) {
+                    parm->getInstance()->setChannel(i, nullptr);
+                }
+            }
+        }
+    }
+
+    ZEL_ParmList &myLender;
+    std::vector<Held> myHeld;
+};
+
 ZEL_ParmList::ZEL_ParmList(ZEL_ParmList &source, ZEL_Template *templates, ZEL_ParmOwner *owner,
                            ZEL_PresetInfo *presetInfo, const KIT_StringRef &sharedName,
                            bool forceCopy)
-    : myPermissions(source.myPermissions), myUserMask(source.myUserMask),
-      myAssetPermissionMask(source.myAssetPermissionMask), myCollection(source.myCollection),
-      myOwner(owner), myPresetInfo(presetInfo), myChannelSource(*this)
+    : ZEL_ParmList(source.myCollection, owner, presetInfo)
 {
+    myPermissions = source.myPermissions;
+    myUserMask = source.myUserMask;
+    myAssetPermissionMask = source.myAssetPermissionMask;
     const int count = ZEL_Template::countTemplates(templates);
     mySharedInfo = ZEL_OpSharedInfo::get(sharedName, templates, count);
-    becomeValueSource();
 
     const ZEL_LoadScope loading;
-    copyParms(source);
-    adoptParmList(source, forceCopy);
-    settleCopies(source);
-    constexpr bool deleteChannels = false;
-    buildDelayedDefaults(deleteChannels);
+    const ChannelLoan loan(source);
+    try {
+        copyParms(source);
+        adoptParmList(source, forceCopy);
+        settleCopies(source);
+        constexpr bool deleteChannels = false;
+        buildDelayedDefaults(deleteChannels);
+    } catch (...) {
+        loan.giveBack(*this);
+        throw;
+    }
+}
+
+void ZEL_ParmList::linkChannels()
+{
+    for (ZEL_Parm *parm : myParms) {
+        for (int i = 0; myCollection && parm && i < parm->getVectorSize(); ++i) {
+            parm->getInstance()->setChannel(i, myCollection->getChannel(parm->getChannelToken(i)));
+        }
+    }
 }
 
 void ZEL_ParmList::copyParms(const ZEL_ParmList &source)
+{
+    // Without a collection until all are there: a copy that fails halfway would delete the channels
+    // that it shares.
+    TRK_Collection *const collection = std::exchange(myCollection, nullptr);
+    try {
+        copyUnlinkedParms(source);
+    } catch (...) {
+        myCollection = collection;
+        throw;
+    }
+    myCollection = collection;
+    linkChannels();
+}
+
+void ZEL_ParmList::copyUnlinkedParms(const ZEL_ParmList &source)
 {
     myParms.setCapacity(source.myParms.size());
     for (const ZEL_Parm *original : source.myParms) {
         if (!original) {
             continue;
         }
-        ZEL_Parm *parm = new ZEL_Parm(original, this);
+        auto parm = std::make_unique<ZEL_Parm>(original, this);
         parm->setMultiParmOwner(original->getMultiParmOwner());
         const int index = getEntries();
         if (mySharedInfo->parmTokens().find(parm->getTokenRef()) == index) {
-            myParms.append(parm);
+            myParms.append(parm.release());
         } else {
-            appendParm(parm);
+            appendParm(parm.release());
         }
     }
 }
@@ -144,6 +235,22 @@ struct ZEL_ParmList::Adoption
     std::unordered_set<KIT_StringHolder, KIT_StringRefHash> done;
 };
 
+/// While it lives, the list takes over another one.
+class ZEL_ParmList::AdoptionScope
+{
+public:
+    AdoptionScope(ZEL_ParmList &list, Adoption &adoption) : myList(list)
+    {
+        myList.myAdoption = &adoption;
+    }
+    ~AdoptionScope() { myList.myAdoption = nullptr; }
+    AdoptionScope(const AdoptionScope &) = delete;
+    AdoptionScope &operator=(const AdoptionScope &) = delete;
+
+private:
+    ZEL_ParmList &myList;
+};
+
 /// False if no list is being taken over, or the parameter isn't in it.
 bool ZEL_ParmList::adoptFromOldList(ZEL_Parm &parm)
 {
@@ -160,8 +267,15 @@ void ZEL_ParmList::adoptParmList(ZEL_ParmList &from, bool forceCopy)
         return;
     }
     takeCollection(from);
+    adoptAll(from, forceCopy);
+    from.leaveCollection(*this);
+    myChannelSource.answerIfNobodyDoes();
+}
+
+void ZEL_ParmList::adoptAll(ZEL_ParmList &from, bool forceCopy)
+{
     Adoption adoption{from, forceCopy, {}};
-    myAdoption = &adoption;
+    const AdoptionScope scope(*this, adoption);
     for (int i = 0; i < getEntries(); ++i) {
         ZEL_Parm *parm = myParms[i];
         if (parm) {
@@ -172,11 +286,6 @@ void ZEL_ParmList::adoptParmList(ZEL_ParmList &from, bool forceCopy)
         while (i >= 0 && myParms[i] != parm) {
             --i;
         }
-    }
-    myAdoption = nullptr;
-    from.leaveCollection(*this);
-    if (myCollection && !myCollection->getValueSource()) {
-        myCollection->setValueSource(&myChannelSource);
     }
 }
 

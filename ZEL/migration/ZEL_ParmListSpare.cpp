@@ -3,6 +3,7 @@
 #include <ZEL/ZEL_ParmList.h>
 
 #include <BAS/BAS_Thread.h>
+#include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
@@ -57,13 +58,13 @@ void addItemTokens(const ZEL_ParmList &list, const ZEL_Parm &parm, double time, 
 /// Null for a template whose basic type is unknown: nothing could ever find or remove it.
 ZEL_Parm *ZEL_ParmList::createSpareParm(ZEL_Template &description)
 {
-    ZEL_Parm *parm = new ZEL_Parm(&description, this);
-    if (!parm->getInstance()) {
-        delete parm;
+    auto made = std::make_unique<ZEL_Parm>(&description, this);
+    if (!made->getInstance()) {
         return nullptr;
     }
-    parm->setSpareParm(true);
-    appendParm(parm);
+    made->setSpareParm(true);
+    ZEL_Parm *parm = made.get();
+    appendParm(made.release());
     return parm;
 }
 
@@ -97,6 +98,27 @@ void ZEL_ParmList::announceSpareChanges(ZEL_Template *templates, bool forceCopy)
     }
 }
 
+/// Of a parameter and the one that couldn't take its state over: the old one, but the new one if that
+/// is a multi-parameter that has items of the other already.
+void ZEL_ParmList::keepOneOf(ZEL_Parm &old, int oldIndex, ZEL_Parm &made)
+{
+    if (myParms.last() != &made) {
+        removeReplacedParm(&old, oldIndex);
+        return;
+    }
+    for (int i = 0; i < made.getVectorSize(); ++i) {
+        TRK_Channel *channel = made.getChannel(i);
+        if (channel && i < old.getVectorSize() && !old.getChannel(i) &&
+            channel->getName() == old.getChannelToken(i)) {
+            old.getInstance()->setChannel(i, channel);
+            made.getInstance()->setChannel(i, nullptr);
+        }
+    }
+    const std::unique_ptr<ZEL_Parm> dropped(&made);
+    unregisterLastParm();
+    ++myAddRemoveCount;
+}
+
 /// The new parameter; null if the description makes none.
 ZEL_Parm *ZEL_ParmList::remakeSpareParm(ZEL_Template &description, bool forceCopy, double time,
                                         bool notify)
@@ -114,9 +136,14 @@ ZEL_Parm *ZEL_ParmList::remakeSpareParm(ZEL_Template &description, bool forceCop
         return nullptr;
     }
     if (old) {
-        // While it still has its channels: the target keeps what it shows at that time.
-        ZEL_SwitcherMirror(*this, *old).undo(time, notify);
-        adoptParm(*parm, *old, forceCopy);
+        try {
+            // While it still has its channels: the target keeps what it shows at that time.
+            ZEL_SwitcherMirror(*this, *old).undo(time, notify);
+            adoptParm(*parm, *old, forceCopy);
+        } catch (...) {
+            keepOneOf(*old, oldIndex, *parm);
+            throw;
+        }
         removeReplacedParm(old, oldIndex);
     }
     ZEL_SwitcherMirror(*this, *parm).setUp(time, notify);

@@ -11,6 +11,7 @@
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
+#include <ZEL/support/ZEL_LostTextPrivate.h>
 #include <ZEL/templates/ZEL_TemplateSpecPrivate.h>
 
 #include <algorithm>
@@ -38,6 +39,27 @@ public:
 private:
     ZEL_Multi &myMulti;
     bool myOuterFlag;
+};
+
+/// An item that no longer counts. It counts again unless it is forgotten: as long as there are
+/// parameters of it, what describes them stays.
+class ZEL_Multi::LeavingItem
+{
+public:
+    explicit LeavingItem(ZEL_Multi &multi) : myMulti(multi) {}
+    ~LeavingItem() { myMulti.myNumItems += myForgottenFlag ? 0 : 1; }
+    LeavingItem(const LeavingItem &) = delete;
+    LeavingItem &operator=(const LeavingItem &) = delete;
+
+    void forget()
+    {
+        myMulti.forgetItem();
+        myForgottenFlag = true;
+    }
+
+private:
+    ZEL_Multi &myMulti;
+    bool myForgottenFlag = false;
 };
 
 namespace
@@ -179,11 +201,12 @@ void ZEL_Multi::shrink(int count)
     bool searched = false;
     while (myNumItems > count) {
         --myNumItems;
+        LeavingItem leaving(*this);
         if (!removeParms(myNumItems) && !searched) {
             removeStrayParms(count, myNumItems);
             searched = true;
         }
-        forgetItem();
+        leaving.forget();
     }
 }
 
@@ -219,8 +242,31 @@ void ZEL_Multi::instanceNumbers(int item, KIT_ValArray<int> &numbers) const
     numbers.append(int(std::min<std::int64_t>(number, std::numeric_limits<int>::max())));
 }
 
+/// An item that is being made; what there is of it goes again unless it is kept.
+class ZEL_Multi::NewItem
+{
+public:
+    explicit NewItem(ZEL_Multi &multi) : myMulti(multi) {}
+    ~NewItem()
+    {
+        if (!myKeptFlag) {
+            myMulti.abandonItem();
+        }
+    }
+    NewItem(const NewItem &) = delete;
+    NewItem &operator=(const NewItem &) = delete;
+
+    void keep() { myKeptFlag = true; }
+
+private:
+    ZEL_Multi &myMulti;
+    bool myKeptFlag = false;
+};
+
 bool ZEL_Multi::addInstance(int item, bool)
 {
+    NewItem newItem(*this);
+    const ZEL_LostText lost;
     KIT_ValArray<int> numbers;
     instanceNumbers(item, numbers);
     makeNames(numbers);
@@ -233,15 +279,16 @@ bool ZEL_Multi::addInstance(int item, bool)
                       numbers);
         getParmList()->prefetchChannels(made[child]);
     }
+    lost.check();
     // A load doesn't pay for the check: who appends the parameters settles clashes.
     if (!ZEL_ParmList::isLoading() && !acceptNames()) {
-        forgetItem();
         return false;
     }
     KIT_ValArray<ZEL_Parm *> created;
     getParmList()->appendMultiParms(*this, made, myInstancesPerItem, isSpareParm(), numbers,
                                     created);
     // From here on the item exists, for the owner that hears of it too.
+    newItem.keep();
     ++myNumItems;
     ZEL_ParmOwner *owner = getParmOwner();
     if (owner && !created.isEmpty()) {
@@ -422,11 +469,13 @@ bool ZEL_Multi::removeParms(int item)
     return complete;
 }
 
-/// No parameter may outlive what describes it, whatever its name finds.
+/// No parameter may outlive what describes it, whatever its name finds. When all items go, it takes no
+/// memory.
 void ZEL_Multi::removeStrayParms(int firstItem, int lastItem)
 {
+    const bool isAll = firstItem == 0;
     std::unordered_set<const ZEL_Template *> leaving;
-    for (int item = firstItem; item <= lastItem; ++item) {
+    for (int item = firstItem; !isAll && item <= lastItem; ++item) {
         for (int child = 0; child < myInstancesPerItem; ++child) {
             leaving.insert(&myItemTemplates[std::size_t(item)][std::size_t(child)]);
         }
@@ -434,7 +483,8 @@ void ZEL_Multi::removeStrayParms(int firstItem, int lastItem)
     ZEL_ParmList *list = getParmList();
     for (int i = list->getEntries(); i-- > 0;) {
         const ZEL_Parm *parm = list->getParmPtr(i);
-        if (parm && parm->getMultiParmOwner() == this && leaving.count(parm->getTemplatePtr())) {
+        if (parm && parm->getMultiParmOwner() == this &&
+            (isAll || leaving.count(parm->getTemplatePtr()) != 0)) {
             list->removeAndDestroyParm(i);
         }
     }
@@ -443,15 +493,32 @@ void ZEL_Multi::removeStrayParms(int firstItem, int lastItem)
 /// Frees the descriptions of the last item.
 void ZEL_Multi::forgetItem()
 {
+    // An item that was never complete has fewer of some.
+    const auto cut = [](auto &things, std::size_t size) {
+        if (things.size() > size) {
+            things.resize(size);
+        }
+    };
     const std::size_t first = flatIndex(myNumItems, 0);
     // Templates go first: they refer to the rest.
-    myItemTemplates.pop_back();
-    myDefaultStrings.resize(myDefaultStringFirst[first]);
-    myDefaultStringFirst.resize(first);
-    myDefaultStringEnd.resize(first);
-    myChildDefaults.resize(first);
-    myChildConditionals.resize(first);
-    myChildNames.resize(first);
+    cut(myItemTemplates, std::size_t(myNumItems));
+    if (first < myDefaultStringFirst.size()) {
+        cut(myDefaultStrings, myDefaultStringFirst[first]);
+    }
+    cut(myDefaultStringFirst, first);
+    cut(myDefaultStringEnd, first);
+    cut(myChildDefaults, first);
+    cut(myChildConditionals, first);
+    cut(myChildNames, first);
+}
+
+/// Drops what there is of an item behind the last one, parameters included.
+void ZEL_Multi::abandonItem()
+{
+    if (myItemTemplates.size() > std::size_t(myNumItems)) {
+        removeParms(myNumItems);
+    }
+    forgetItem();
 }
 
 // -------------------------------------------------------------------------- //

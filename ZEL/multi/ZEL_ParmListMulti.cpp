@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <memory>
+#include <utility>
 #include <vector>
 
 namespace
@@ -52,12 +54,11 @@ bool hasAlias(const ZEL_Parm &parm, int index)
 // ---------------------------------------------------------------------- //
 
 /// Null for a template whose basic type is unknown: nothing could ever find or remove it.
-ZEL_Parm *ZEL_ParmList::createMultiInstanceParm(ZEL_Template &templateRef, bool spare,
-                                                const ZEL_Multi &multi)
+std::unique_ptr<ZEL_Parm> ZEL_ParmList::createMultiInstanceParm(ZEL_Template &templateRef,
+                                                                bool spare, const ZEL_Multi &multi)
 {
-    ZEL_Parm *parm = new ZEL_Parm(&templateRef, this);
+    auto parm = std::make_unique<ZEL_Parm>(&templateRef, this);
     if (!parm->getInstance()) {
-        delete parm;
         return nullptr;
     }
     parm->setSpareParm(spare);
@@ -65,24 +66,26 @@ ZEL_Parm *ZEL_ParmList::createMultiInstanceParm(ZEL_Template &templateRef, bool 
     return parm;
 }
 
-/// Appends a parameter that was made, in place of one that has its token already; false if that one
+/// Appends a parameter that was made, in place of one that has its token already; null if that one
 /// has to stay. `isNew` says whether no older one gave its state.
-bool ZEL_ParmList::placeMultiParm(ZEL_Parm &parm, const ZEL_Multi &multi, bool &isNew)
+ZEL_Parm *ZEL_ParmList::placeMultiParm(std::unique_ptr<ZEL_Parm> made, const ZEL_Multi &multi,
+                                       bool &isNew)
 {
     int oldIndex = -1;
-    ZEL_Parm *old = getParmPtr(parm.getTemplatePtr()->getTokenRef(), oldIndex);
+    ZEL_Parm *parm = made.get();
+    ZEL_Parm *old = getParmPtr(parm->getTemplatePtr()->getTokenRef(), oldIndex);
     if (old && (!old->getInstance() || !canGiveWay(*old, multi))) {
-        return false;
+        return nullptr;
     }
-    appendParm(&parm);
+    appendParm(made.release());
     if (old) {
         constexpr bool forceCopy = true;
-        adoptParm(parm, *old, forceCopy);
+        adoptParm(*parm, *old, forceCopy);
         removeReplacedParm(old, oldIndex);
     } else {
-        isNew = !adoptFromOldList(parm);
+        isNew = !adoptFromOldList(*parm);
     }
-    return true;
+    return parm;
 }
 
 void ZEL_ParmList::reserveParms(std::int64_t parms, std::int64_t components)
@@ -114,7 +117,8 @@ public:
 private:
     struct Entry
     {
-        ZEL_Parm *parm = nullptr; // null for a child that was left out
+        std::unique_ptr<ZEL_Parm> made; // until it is placed
+        ZEL_Parm *parm = nullptr;       // null for a child that was left out
         bool isNew = false;
     };
 
@@ -131,7 +135,7 @@ private:
 void ZEL_ParmList::ItemParms::makeAll()
 {
     for (std::size_t i = 0; i < myEntries.size(); ++i) {
-        myEntries[i].parm = myList.createMultiInstanceParm(myTemplates[i], mySpareFlag, myMulti);
+        myEntries[i].made = myList.createMultiInstanceParm(myTemplates[i], mySpareFlag, myMulti);
     }
 }
 
@@ -139,13 +143,12 @@ void ZEL_ParmList::ItemParms::placeAll(const KIT_ValArray<int> &instances)
 {
     myExpectedChanges = myList.myAddRemoveCount;
     for (Entry &entry : myEntries) {
-        bool isNew = false;
-        if (!entry.parm || !myList.placeMultiParm(*entry.parm, myMulti, isNew)) {
-            delete entry.parm;
-            entry.parm = nullptr;
+        if (entry.made) {
+            entry.parm = myList.placeMultiParm(std::move(entry.made), myMulti, entry.isNew);
+        }
+        if (!entry.parm) {
             continue;
         }
-        entry.isNew = isNew;
         ++myExpectedChanges;
         if (ZEL_Multi *nested = entry.parm->asMulti()) {
             nested->setInstanceIndex(instances);
