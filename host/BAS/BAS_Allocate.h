@@ -5,8 +5,9 @@
 ///             C library's, which the sanitizers can see into.
 /// Ownership:  the caller's; give it back with BASfastFree only.
 /// Threads:    any; a block may be freed by another thread than the one that asked for it.
-/// Errors:     null when memory is exhausted. Texts are then left empty or as they were, as their
-///             classes tell; the count of refusals says whether that may have happened.
+/// Errors:     null when memory is exhausted. Texts are then left empty or unchanged, as their
+///             class documents; the count of refused allocations shows whether that may have
+///             happened.
 
 #pragma once
 
@@ -26,16 +27,16 @@
 #include <cstdlib>
 
 #ifndef BAS_PLAIN_MALLOC
-// The allocator's own header is larger than all of ours; its declarations are compared with these in
-// BAS_Allocate.cpp.
+// Declared here because the allocator's own header is larger than all of ours; BAS_Allocate.cpp
+// includes both, so that the compiler compares them.
 extern "C" void *scalable_malloc(std::size_t size);
 extern "C" void scalable_free(void *memory);
 #endif
 
-/// How often memory for a text or a stream was refused in this process. Whoever must not lose
-/// anything in silence asks before and after.
+/// How often memory for a text or a stream was refused in this process. Callers that must not lose
+/// anything silently compare the count before and after.
 KIT_API uint64_t BASfailedAllocations();
-/// Counts one. For code that gets memory elsewhere and goes on without it.
+/// Counts one refusal; for code that allocates elsewhere and continues without the memory.
 KIT_API void BASnoteFailedAllocation();
 
 /// At least `size` bytes aligned for any ordinary type.
@@ -52,7 +53,7 @@ inline void *BASfastAllocate(size_t size)
     return memory;
 }
 
-/// Gives a block of BASfastAllocate back; null is allowed.
+/// Frees a block of BASfastAllocate; null is allowed.
 inline void BASfastFree(void *memory)
 {
 #ifdef BAS_PLAIN_MALLOC

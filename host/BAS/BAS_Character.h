@@ -1,5 +1,5 @@
 /// \file BAS_Character.h
-/// The kinds of characters, as ASCII has them in any locale: a byte above 127 is of no kind.
+/// Character classes of ASCII, the same in every locale: a byte above 127 is in no class.
 ///
 /// Threads:    pure functions.
 /// Cost:       one to four comparisons.

@@ -5,10 +5,10 @@
 ///             program part, numbered from 0; *acquire/release* = count without allocating.
 /// Units:      bytes; categories are 0-based indices into the table.
 /// Ownership:  a table borrows its users, users borrow their names; both are statics as a rule.
-///             Memory belongs to the caller and goes back with the size it was asked with.
+///             Memory belongs to the caller and is freed with the size it was allocated with.
 /// Threads:    any; counts are atomic.
 /// Errors:     null when memory is exhausted, with nothing counted. A category outside the table
-///             allocates as usual and is counted nowhere.
+///             allocates as usual and is not counted.
 /// Cost:       two relaxed atomic additions beside the allocation.
 
 #pragma once
@@ -29,16 +29,16 @@ public:
 
     const char *getName() const { return myName ? myName : ""; }
 
-    /// Bytes held now. Below zero only if more was given back than taken.
+    /// Bytes held now. Below zero only if more was released than acquired.
     int64_t getBytes() const { return myBytes.load(std::memory_order_relaxed); }
 
-    /// The most bytes that were held at a time.
+    /// The most bytes held at any time.
     int64_t getPeakBytes() const { return myPeak.load(std::memory_order_relaxed); }
 
     /// Blocks held now (allocations and acquires less frees and releases).
     int64_t getBlocks() const { return myBlocks.load(std::memory_order_relaxed); }
 
-    /// Adds to the account; negative values take away.
+    /// Adds to the account; negative values subtract.
     void count(int64_t bytes, int64_t blocks) noexcept
     {
         const int64_t now = myBytes.fetch_add(bytes, std::memory_order_relaxed) + bytes;
@@ -97,16 +97,17 @@ public:
     static void *Calloc(BAS_MemoryTable &table, int category, size_t size);
 
     /// Grows or shrinks a block of `oldSize` bytes (null and 0 for a new one). A new size of 0
-    /// frees it and answers null. On exhaustion null, and the old block is untouched.
+    /// frees it and returns null. When memory is exhausted it returns null and the old block is
+    /// unchanged.
     static void *Realloc(BAS_MemoryTable &table, int category, void *memory, size_t oldSize,
                          size_t newSize);
 
-    /// Gives a block of that size back; null is allowed and counts nothing.
+    /// Frees a block of that size; null is allowed and counts nothing.
     static void Free(BAS_MemoryTable &table, int category, void *memory, size_t size);
 
-    /// Counts bytes that come from elsewhere.
+    /// Counts bytes that are allocated elsewhere.
     static void acquire(BAS_MemoryTable &table, int category, size_t size);
 
-    /// Takes them off the account again.
+    /// Subtracts them from the account again.
     static void release(BAS_MemoryTable &table, int category, size_t size);
 };

@@ -13,7 +13,7 @@ const char *skipBlanks(const char *at, const char *end)
     return std::find_if_not(at, end, BASisBlank);
 }
 
-/// The end of the word if it stands here in any case and ends here, else null.
+/// The end of `word` if it is next in the text, in any case, and ends there; else null.
 const char *matchWord(const char *at, const char *end, const char *word)
 {
     for (; *word; ++word, ++at) {
@@ -44,8 +44,8 @@ const char *parseWord(const char *at, const char *end, double &value)
     return nullptr;
 }
 
-/// A decimal of up to 15 digits that fills the text, as most numbers in files are: both its digits
-/// and the power of ten are exact doubles, so that one division rounds correctly. Else false.
+/// Parses a decimal of up to 15 digits that fills the text, as most numbers in files do: both its
+/// digits and the power of ten are exact doubles, so one division rounds correctly. Else false.
 bool parseShort(const char *at, const char *end, double &value)
 {
     static constexpr double thePowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
@@ -73,7 +73,7 @@ bool parseShort(const char *at, const char *end, double &value)
     return true;
 }
 
-/// Whether a well-formed number without sign that fits no double is too large, not too small.
+/// Whether an unsigned well-formed number that fits no double is too large rather than too small.
 bool isHuge(const char *at, const char *end)
 {
     constexpr int64_t theLimit = 1000000000000;
@@ -109,7 +109,7 @@ int digitValue(char c)
     return lower >= 'a' && lower <= 'z' ? lower - 'a' + 10 : 99;
 }
 
-/// Reads "0x" or a leading "0" where the base allows it.
+/// Skips "0x" or detects a leading "0" where the base allows it.
 const char *parseBase(const char *at, int &base)
 {
     const bool hexFlag = at[0] == '0' && (at[1] | 0x20) == 'x' && digitValue(at[2]) < 16;

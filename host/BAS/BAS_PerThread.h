@@ -1,17 +1,17 @@
 /// \file BAS_PerThread.h
-/// One record of a kind for each thread, reached by the thread's id.
+/// One record for each thread, looked up by the thread's id.
 ///
 /// Vocabulary: *inline record* = one of the first 32, inside the object, each on cache lines of its
-///             own; the records of higher ids are made on first use in a concurrent map.
+///             own; the records of higher ids are created on first use in a concurrent map.
 /// Units:      thread ids are 1-based (BASgetSTID); an id below 1 means the calling thread.
 /// Ownership:  the object owns all records. A reference stays valid as long as the object. A record
-///             outlives its thread: the next thread with that id finds it as it was left.
-/// Threads:    get and local from any thread; a record itself belongs to one thread, so forEach may
-///             touch only what that thread writes atomically, or must wait until the threads rest.
+///             outlives its thread: the next thread with that id finds it unchanged.
+/// Threads:    get and local from any thread; a record belongs to one thread, so forEach may only
+///             access what that thread writes atomically, or must run while the threads are idle.
 /// Errors:     none.
-/// Cost:       an index for the first 32 threads; a hash look-up without lock beyond.
+/// Cost:       an index for the first 32 threads; above, a hash look-up without a lock.
 ///
-/// The object is aligned to a cache line; memory for it must be, too (plain `new` and statics are).
+/// The object is aligned to a cache line, and so must its memory be (plain `new` and statics are).
 
 #pragma once
 
@@ -45,7 +45,7 @@ public:
     /// The calling thread's record.
     T &local() { return get(BASgetSTID()); }
 
-    /// Calls `f(T &)` for the 32 inline records and for every other one that was made.
+    /// Calls `f(T &)` for the 32 inline records and for every other record that was created.
     template <class F>
     void forEach(F f)
     {
@@ -67,14 +67,14 @@ private:
         T myValue{};
     };
 
-    // Kept out of line, so that the common case stays small at every call.
+    // Out of line, so that the common case stays small at every call.
     __attribute__((noinline)) T &getOther(int thread)
     {
         const auto found = myOthers.find(thread);
         if (found != myOthers.end()) {
             return found->second.myValue;
         }
-        // If two make the record at once, one of them stays and both get that one.
+        // If two threads create the record at once, one is kept and both get it.
         return myOthers
             .emplace(std::piecewise_construct, std::forward_as_tuple(thread), std::tuple<>())
             .first->second.myValue;

@@ -1,10 +1,10 @@
 /// \file BAS_Relaxed.h
-/// Reads and writes of plain words that several threads touch without an order between them.
+/// Unordered reads and writes of plain machine words that several threads access.
 ///
-/// Vocabulary: *relaxed* = the word itself is never torn, nothing is promised about others.
+/// Vocabulary: *relaxed* = the word itself is never torn; its order to other memory is not defined.
 /// Ownership:  none; the word stays a plain member of its class.
-/// Threads:    any. Bits set or cleared at the same moment by two threads may be lost: these calls
-///             are for marks and caches, where the next round repairs it.
+/// Threads:    any. Bits that two threads set or clear at the same moment may be lost: these calls
+///             are for flags and caches that the next pass repairs.
 /// Cost:       a plain load or store; the IfDifferent forms leave a shared cache line clean.
 
 #pragma once
@@ -31,8 +31,8 @@ inline void BASstore(T &v, std::common_type_t<T> value)
     __atomic_store(&v, &value, __ATOMIC_RELAXED);
 }
 
-/// Writes the word unless it already holds exactly these bits (so -0.0 replaces 0.0, and a NaN is
-/// not written over itself).
+/// Writes the word unless it already holds exactly these bits (-0.0 replaces 0.0; the same NaN is
+/// not written again).
 template <class T>
 inline void BASstoreIfDifferent(T &v, std::common_type_t<T> value)
 {

@@ -5,8 +5,8 @@
 /// Ownership:  none.
 /// Threads:    any. Not recursive, not fair.
 /// Errors:     none.
-/// Cost:       one exchange when free. While held, waits of 1, 2, 4, 8 and 16 pauses, then the
-///             processor is given up before each further try.
+/// Cost:       one exchange when free. While the lock is held, a waiting thread spins for 1, 2, 4,
+///             8 and 16 pauses, then yields the processor before each further try.
 
 #pragma once
 
@@ -41,7 +41,7 @@ public:
     /// Takes the lock if it is free; says whether it did.
     bool try_lock() noexcept { return myState.exchange(1, std::memory_order_acquire) == 0; }
 
-    /// Gives the lock back.
+    /// Releases the lock.
     void unlock() noexcept { myState.store(0, std::memory_order_release); }
 
 private:

@@ -1,11 +1,11 @@
 /// \file BAS_StripedLock.h
-/// A lock for what is read all the time by all threads and hardly ever changed.
+/// A lock for data that all threads read all the time and that hardly ever changes.
 ///
 /// Vocabulary: *stripe* = one of 32 small locks, each on cache lines of its own; a reader takes
-///             that of its thread, a writer takes all of them in order.
-/// Ownership:  guards live on the stack. About 4 KB: one for a table, not one for an entry.
-/// Threads:    any. Readers of up to 32 threads share no cache line. A reader may not write, and no
-///             thread may take the lock twice.
+///             the one of its thread, a writer takes all of them in order.
+/// Ownership:  guards live on the stack. About 4 KB: use one for a table, not one for each entry.
+/// Threads:    any. Readers of up to 32 threads share no cache line. A reader must not write, and
+///             no thread may take the lock twice.
 /// Cost:       reading: one exchange on the thread's own line. Writing: 32 of them.
 
 #pragma once

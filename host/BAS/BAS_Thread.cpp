@@ -13,8 +13,9 @@ __thread int theBASThreadId __attribute__((tls_model("initial-exec"))) = 0;
 
 namespace
 {
-/// The ids that are free, and the hook that gives a thread's id back. A thread-specific key is used
-/// and not a thread_local object: its destructor runs after those, so that they may still ask.
+/// The free ids, and the hook that frees the id of a thread that ends. It uses a thread-specific
+/// key instead of a thread_local object: the key's destructor runs after those of thread_local
+/// objects, so that they can still ask for the id.
 class Registry
 {
 public:
@@ -33,7 +34,7 @@ public:
         return id;
     }
 
-    /// Threads that end later keep their ids: the code of the hook may be gone by then.
+    /// Threads that end later keep their ids: the code of the hook may be unloaded by then.
     void dropKey()
     {
         if (myKeyFlag) {
@@ -50,7 +51,7 @@ private:
             myFree.pop_back();
             return id;
         }
-        // Room for every id is made here, so that giving one back can't fail.
+        // Reserve for every id here, so that freeing one can't fail.
         const int id = ++myHighest;
         try {
             if (myFree.capacity() < static_cast<size_t>(id)) {

@@ -20,7 +20,7 @@ bool needsQuotes(std::string_view text)
            });
 }
 
-/// Whether the quote that begins the text ends where the text ends, and not before.
+/// Whether the text is one quoted word: the closing quote is its last character.
 bool isQuotedWord(std::string_view text)
 {
     if (text.size() < 2 || text[0] != '"') {

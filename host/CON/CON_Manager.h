@@ -1,14 +1,15 @@
 /// \file CON_Manager.h
-/// The command language of the application, as far as parameters meet it: its variables, and the
-/// protection of its words.
+/// The part of the application's command language that parameters use: its variables, and the
+/// quoting of its words.
 ///
 /// Vocabulary: *variable* = a name with a text, set by the application or, failing that, taken from
-///             the environment of the process. *protected word* = a text as it stands in a command:
-///             in double quotes when it needs them to stay one word, the quote, the backslash and
-///             control bytes behind backslashes (KIT_String.h, quoted form).
+///             the environment of the process. *protected word* = a text as written in a command:
+///             in double quotes when it needs them to stay one word, with the quote, the backslash
+///             and control bytes escaped by backslashes (KIT_String.h, quoted form).
 /// Ownership:  one for the process. Copies what it is given.
-/// Threads:    variables: any; readers don't wait for each other. The protection of words: any.
-/// Errors:     a variable that isn't set answers false. A stream that fails keeps its state.
+/// Threads:    variables: any; readers don't wait for each other. The quoting of words: any.
+/// Errors:     getEnv() and getVariable() return false for a variable that isn't set. A stream that
+///             fails keeps its state.
 
 #pragma once
 
@@ -33,27 +34,28 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Variables
     // ---------------------------------------------------------------- //
-    /// The text of a variable, else of the process's environment. False leaves `value` alone.
+    /// The text of a variable, or else of the process's environment. False leaves `value`
+    /// unchanged.
     bool getEnv(const KIT_StringRef &name, KIT_String &value) const;
-    /// The same without the environment of the process.
+    /// The same without the process's environment.
     bool getVariable(const KIT_StringRef &name, KIT_String &value) const;
-    /// Sets a variable; a null value takes it away. A null or empty name is ignored.
+    /// Sets a variable; a null value removes it. A null or empty name is ignored.
     void setVariable(const KIT_StringRef &name, const char *value);
 
     // ---------------------------------------------------------------- //
     /// \name Words of commands
     // ---------------------------------------------------------------- //
-    /// Writes the text as one protected word. A null text is the empty one.
+    /// Writes the text as one protected word. A null text is written as the empty one.
     static void saveProtectedString(std::ostream &os, const char *text);
-    /// Gives a protected word its text back: drops the double quotes around it, if they are still
-    /// there, and resolves the backslashes.
+    /// Restores the text of a protected word: removes the double quotes around it, if they are
+    /// still there, and resolves the escapes.
     static void expandControlSequences(KIT_String &word);
 
 private:
     CON_Manager() = default;
 
-    // All that threads read stands on cache lines of its own: next to it in the heap may stand what
-    // one of them writes all the time.
+    // All that threads read is on cache lines of its own: a neighbour in the heap might be data
+    // that one of them writes all the time.
     template <class T>
     using Aligned = tbb::cache_aligned_allocator<T>;
     using Text = std::basic_string<char, std::char_traits<char>, Aligned<char>>;

@@ -1,12 +1,12 @@
 /// \file EVL.h
 /// The expression error number of each thread.
 ///
-/// Vocabulary: *error number* = why the thread's last evaluation gave no proper value; 0 is none;
-///             *cycle mark* = a note that a thread is evaluating something just now.
+/// Vocabulary: *error number* = why the thread's last evaluation gave no valid value; 0 is none;
+///             *cycle mark* = a note that a thread is evaluating something.
 /// Units:      thread ids as BASgetSTID() gives them; an id below 1 means the calling thread.
-/// Threads:    any thread may reach its own number; a thread does not touch another's.
-/// Errors:     an evaluation sets the number and goes on with the value 0; whoever wants to know
-///             clears it first and reads it afterwards.
+/// Threads:    any thread may access its own number; a thread does not access another's.
+/// Errors:     an evaluation sets the number and continues with the value 0; a caller that needs it
+///             clears it before and reads it afterwards.
 /// Cost:       an index for the first 32 threads, see BAS_PerThread.
 
 #pragma once
@@ -37,13 +37,13 @@ private:
 
 extern KIT_API EVL_ErrNo theErrNo;
 
-/// Puts a thread's number back at the end of a scope: what is evaluated in it leaves none.
+/// Restores a thread's number at the end of a scope, so that evaluations in it leave no trace.
 class ErrorScope
 {
 public:
     enum Start
     {
-        AS_IT_IS, ///< the scope begins with the number from before
+        AS_IT_IS, ///< the scope begins with the present number
         CLEARED   ///< the scope begins with none, so that number() is that of the scope
     };
 
@@ -68,7 +68,8 @@ private:
 /// The sentence of an error number; never null.
 KIT_API const char *getErrorText(int error);
 
-/// What ev_ClearCycles() calls, or null. The channel service registers itself here.
+/// What ev_ClearCycles() calls, or null. Nothing in the library registers a function; the
+/// application may.
 using ClearCycles = void (*)(int thread);
 KIT_API void setClearCycles(ClearCycles function);
 

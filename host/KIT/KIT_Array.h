@@ -3,7 +3,7 @@
 ///
 /// Vocabulary: *size* = the elements in use; *capacity* = the slots that exist.
 /// Units:      sizes, capacities and indices are 64-bit counts of elements, from 0.
-/// Ownership:  owns its elements. References to elements are good until the next growth.
+/// Ownership:  owns its elements. References to elements are valid until the next growth.
 /// Threads:    one thread at a time; const calls from any thread.
 /// Errors:     indices are not checked, except where an operation says so.
 /// Cost:       reading is one load. append() is amortised constant; an empty array uses no heap.
@@ -20,7 +20,7 @@
 #include <type_traits>
 #include <utility>
 
-/// The capacity that follows on `capacity` when one more slot is needed.
+/// The capacity after `capacity` when one more slot is needed.
 constexpr int64_t KITbumpAlloc(int64_t capacity)
 {
     if (capacity < 8) {
@@ -101,10 +101,10 @@ public:
     const T *begin() const { return myData; }
     const T *end() const { return myData + mySize; }
 
-    /// Adds at the end and answers the index. The value may be an element of this array.
+    /// Adds at the end and returns the index. The value may be an element of this array.
     int64_t append(const T &value) { return emplace(value); }
     int64_t append(T &&value) { return emplace(std::move(value)); }
-    /// Adds one value-initialised element and answers its index.
+    /// Adds one value-initialised element and returns its index.
     int64_t append() { return emplace(); }
     /// Adds copies of `count` values, which must not lie in this array.
     void append(const T *values, int64_t count)
@@ -117,7 +117,7 @@ public:
             ++mySize;
         }
     }
-    /// Builds an element in place at the end and answers its index.
+    /// Builds an element in place at the end and returns its index.
     template <class... Args>
     int64_t emplace(Args &&...args)
     {
@@ -128,7 +128,7 @@ public:
         }
         return mySize++;
     }
-    /// Puts a value before the element at `index`, 0 to size(), and answers `index`.
+    /// Inserts a value before the element at `index`, 0 to size(), and returns `index`.
     int64_t insert(T value, int64_t index)
     {
         append(std::move(value));
@@ -145,7 +145,7 @@ public:
         myData[index] = std::move(inserted);
         return index;
     }
-    /// Takes an element out and closes the gap; false for an index outside the array.
+    /// Removes an element and closes the gap; false for an index outside the array.
     bool removeIndex(int64_t index)
     {
         if (!isValidIndex(index)) {
@@ -162,13 +162,13 @@ public:
         removeLast();
         return true;
     }
-    /// Takes the last element out; there must be one.
+    /// Removes the last element; there must be one.
     void removeLast()
     {
         --mySize;
         destroy(mySize, mySize + 1);
     }
-    /// Takes the first element that equals `value` out, and answers where it stood, or -1.
+    /// Removes the first element that equals `value`, and returns where it was, or -1.
     int64_t findAndRemove(const T &value)
     {
         const int64_t index = find(value);
@@ -186,7 +186,7 @@ public:
         return -1;
     }
 
-    /// Cuts the array, or adds value-initialised elements. A growth makes exactly `size` slots.
+    /// Truncates the array, or adds value-initialised elements. Growing makes exactly `size` slots.
     void setSize(int64_t size)
     {
         size = larger(size, 0);
@@ -199,7 +199,7 @@ public:
         }
         mySize = size;
     }
-    /// Makes exactly `capacity` slots; elements that no longer fit are destroyed.
+    /// Allocates exactly `capacity` slots; elements that no longer fit are destroyed.
     void setCapacity(int64_t capacity)
     {
         capacity = larger(capacity, 0);
@@ -296,7 +296,7 @@ private:
         myData = data;
         myCapacity = capacity;
     }
-    /// The new element is built before the old slots go, as it may refer to one of them.
+    /// Builds the new element before the old slots are freed, as it may refer to one of them.
     template <class... Args>
     void growAndEmplace(Args &&...args)
     {

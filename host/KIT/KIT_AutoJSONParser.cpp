@@ -25,8 +25,8 @@ KIT_JSONValue makeUnsigned(uint64_t number)
 // Text
 // -------------------------------------------------------------------------- //
 
-/// Builds a value of what the lexer tells. The containers that are open stand in a list, so that
-/// nesting costs no stack.
+/// Builds a value from the lexer's events. Open containers are kept in a list, so that nesting uses
+/// no stack.
 class TextBuilder final : public nlohmann::json_sax<nlohmann::json>
 {
 public:
@@ -116,8 +116,8 @@ bool parseText(std::string_view text, KIT_JSONValue &value)
 // Binary
 // -------------------------------------------------------------------------- //
 
-/// Reads what the library's own writer and any other writer of maps and arrays give. Recursion ends
-/// at the limit of nesting.
+/// Reads what the library's own writer and any other writer of maps and arrays produce. Recursion
+/// ends at the nesting limit.
 class BinaryReader
 {
 public:
@@ -224,7 +224,7 @@ private:
         if (!head.openFlag && !appendText(head, text)) {
             return false;
         }
-        // Pieces have a length each; one without would be an unbounded nesting.
+        // Chunks must have a length; an open one would allow unbounded nesting.
         while (head.openFlag && !atStop()) {
             Head piece;
             if (!readHead(piece) || piece.kind != TEXT || piece.openFlag ||
@@ -327,7 +327,7 @@ bool KIT_AutoJSONParser::parse(KIT_JSONValue &value)
     try {
         good = isBinary() ? parseBinary(bytes, value) : parseText(bytes, value);
     } catch (const std::exception &) {
-        // Memory is exhausted: the document is refused like one at fault.
+        // Memory is exhausted: the document is refused like a malformed one.
         good = false;
     }
     if (!good) {

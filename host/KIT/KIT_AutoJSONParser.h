@@ -1,18 +1,18 @@
 /// \file KIT_AutoJSONParser.h
-/// Reads one JSON document in its text form or its binary one (CBOR, RFC 8949), whichever is there.
+/// Reads one JSON document in its text form or its binary form (CBOR, RFC 8949), detecting which.
 ///
 /// Vocabulary: *document* = one value with all that is in it.
 /// Units:      the document is all that the stream has up to its limit.
 /// Ownership:  borrows the stream.
 /// Threads:    one thread at a time.
-/// Errors:     a document at fault, nested deeper than `theMaxNesting`, or with anything but white
-///             space behind it, gives false and a null value; there is no message. The stream stands
-///             at its limit in any case.
-/// Cost:       memory in proportion to the bytes that are there; a length that a binary document only
-///             claims is never allocated.
+/// Errors:     a document that is malformed, nested deeper than `theMaxNesting`, or followed by
+///             anything but white space, gives false and a null value; there is no message. The
+///             stream is at its limit afterwards in any case.
+/// Cost:       memory in proportion to the bytes that are there; a length that a binary document
+///             only claims is never allocated.
 ///
-/// A first byte of 0x80 to 0xBF makes it binary: an array or a map. Binary byte strings are refused,
-/// tags are skipped. Of a key that comes twice, the last value counts.
+/// A first byte of 0x80 to 0xBF means binary: an array or a map. Binary byte strings are refused,
+/// tags are skipped. If a key is repeated, the last value counts.
 
 #pragma once
 
@@ -24,7 +24,7 @@ class KIT_JSONValue;
 class KIT_API KIT_AutoJSONParser
 {
 public:
-    /// Arrays and maps inside of each other.
+    /// The most arrays and maps inside each other.
     static constexpr int theMaxNesting = 200;
 
     explicit KIT_AutoJSONParser(KIT_IStream &stream) : myStream(stream) {}

@@ -21,7 +21,7 @@ public:
     explicit KIT_BitArray(int64_t size);
 
     int64_t size() const { return mySize; }
-    /// Cuts the row, or adds clear bits.
+    /// Truncates the row, or adds clear bits.
     void setSize(int64_t size);
 
     bool getBit(int64_t index) const { return isValidIndex(index) && getBitFast(index); }
@@ -43,7 +43,7 @@ public:
         uint64_t &word = myWords[index >> 6];
         word = value ? (word | mask) : (word & ~mask);
     }
-    /// Sets `count` bits from `first` on; the part outside the row is left out.
+    /// Sets `count` bits from `first` on; the part outside the row is ignored.
     void setBits(int64_t first, int64_t count, bool value);
     /// Sets every bit.
     void setAll(bool value);
@@ -54,6 +54,6 @@ private:
     bool isValidIndex(int64_t index) const { return index >= 0 && index < mySize; }
     void clearTail();
 
-    KIT_ValArray<uint64_t> myWords; // bits behind the last index are always clear
+    KIT_ValArray<uint64_t> myWords; // bits after the last index are always clear
     int64_t mySize = 0;
 };

@@ -1,18 +1,18 @@
 /// \file KIT_ByteBuffer.h
-/// Growing bytes in which text entries and packets are composed before they go to a stream in one
-/// piece.
+/// A growing byte buffer in which text entries and packets are composed before they are written to
+/// a stream in one piece.
 ///
 /// Vocabulary: *packet*, *payload*, *class id*, *packet id* = as in KIT_Packet.h: the bytes are the
-///             same, and a KIT_Packet reads them. *room* = bytes behind the end that may be written
+///             same, and a KIT_Packet reads them. *room* = bytes after the end that may be written
 ///             directly.
 /// Units:      bytes; numbers are little endian.
 /// Ownership:  owns its bytes. Pointers into them last until the next change.
 /// Threads:    one thread at a time; meant for the stack.
 /// Errors:     nothing throws. When memory is exhausted, an id does not fit 16 bits or a payload
-///             reaches 4 GB, the buffer is no longer good until the next clear(), and writeTo() sets
-///             the stream's fail state.
-/// Cost:       no heap for the first 1,000 bytes, doubling from there; a packet's length is put in
-///             place without seeking.
+///             reaches 4 GB, the buffer is no longer good until the next clear(), and writeTo()
+///             sets the stream's fail state.
+/// Cost:       no heap for the first 1,000 bytes, doubling from there; a packet's length is filled
+///             in without seeking.
 
 #pragma once
 
@@ -56,12 +56,12 @@ public:
         myEnd = myData;
         myGoodFlag = true;
     }
-    /// The end of the bytes, with that much room behind it; null when memory is exhausted.
+    /// The end of the bytes, with that much room after it; null when memory is exhausted.
     char *room(size_t length)
     {
         return length <= static_cast<size_t>(myLimit - myEnd) || grow(length) ? myEnd : nullptr;
     }
-    /// The end after bytes were written into the room.
+    /// Sets the end after bytes were written into the room.
     void setEnd(char *end) { myEnd = end; }
 
     void append(char c)
@@ -88,7 +88,7 @@ public:
             myEnd = putNumber(at, value);
         }
     }
-    /// As append(), for code that writes to streams as well.
+    /// As append(), in the syntax of streams, for code that writes to either.
     KIT_ByteBuffer &operator<<(char c)
     {
         append(c);
@@ -99,7 +99,7 @@ public:
         append(text);
         return *this;
     }
-    /// The text of a number, in every locale.
+    /// The decimal text of a number, the same in every locale.
     void appendDecimal(double value);
     void appendDecimal(uint32_t value);
     /// A uint32 length and the bytes, as KIT_IStream::readWorkBuffer(text, true) reads them.
@@ -111,11 +111,11 @@ public:
             myEnd = static_cast<char *>(std::memcpy(at, text.data(), length)) + length;
         }
     }
-    /// Replaces bytes in the middle; nothing when they don't lie inside.
+    /// Replaces bytes in the middle; does nothing unless they lie inside.
     void overwrite(size_t at, std::string_view bytes);
 
     // ---------------------------------------------------------------- //
-    /// \name Into the room   (answers the end of what was written; nothing is checked)
+    /// \name Into the room   (returns the end of what was written; nothing is checked)
     // ---------------------------------------------------------------- //
     template <class T>
     static char *putNumber(char *at, T value)
@@ -124,7 +124,7 @@ public:
         swapForFile(at, sizeof(T));
         return at + sizeof(T);
     }
-    /// What putNumber() wrote.
+    /// The bytes that putNumber() wrote.
     template <class T>
     static T numberAt(const char *at)
     {
@@ -151,7 +151,7 @@ public:
     /// \name Packets
     // ---------------------------------------------------------------- //
     /// Appends a header. The packet holds what is appended until endPacket() is called with the
-    /// answer. Packets nest.
+    /// returned position. Packets nest.
     size_t beginPacket(int classId, int packetId)
     {
         appendHeader(classId, packetId, 0);
@@ -160,7 +160,7 @@ public:
     void endPacket(size_t payloadStart)
     {
         constexpr size_t theLengthSize = sizeof(uint32_t);
-        // A header that found no memory has nothing to complete.
+        // A header for which there was no memory has nothing to complete.
         if (myGoodFlag && payloadStart >= theLengthSize && payloadStart <= size()) {
             const size_t length = size() - payloadStart;
             myGoodFlag = length <= UINT32_MAX;

@@ -21,7 +21,7 @@ public:
     }
     constexpr bool operator!=(const KIT_Color &other) const { return !(*this == other); }
 
-    /// Stands for "none chosen": white.
+    /// Means "none chosen": white.
     static const KIT_Color theNoColor;
 
 private:

@@ -41,7 +41,7 @@ double hueOf(const double rgb[3], double most, double chroma)
     return turns < 1.0 ? turns : 0.0;
 }
 
-/// The share of the chroma that a primary gets, its hue being `offset` sixths of a turn.
+/// The share of the chroma that a primary gets, whose hue is `offset` sixths of a turn.
 double shareOf(double hue, double offset)
 {
     const double sixths = 6.0 * (hue - std::floor(hue));
@@ -108,7 +108,7 @@ Triple toXYZ(const double rgb[3])
     return {row(0), row(1), row(2)};
 }
 
-/// The matrix's own inverse, by Cramer's rule: the rounded one that is printed with it isn't.
+/// The matrix's exact inverse, by Cramer's rule: the rounded inverse published with it isn't exact.
 Triple fromXYZ(const double xyz[3])
 {
     const auto with = [&](int column) {

@@ -18,12 +18,12 @@
 #include <BAS/BAS_API.h>
 #include <KIT/KIT_ColorType.h>
 
-/// Whether the space has a place for the colour, so that converting there and back keeps it: HSL
-/// from 0 to 1, HSV for nothing negative, the others for all finite colours.
+/// Whether the space can represent the colour, so that converting there and back keeps it: HSL from
+/// 0 to 1, HSV nothing negative, the others all finite colours.
 KIT_API bool KITisColorInSpace(KIT_ColorType type, const double rgb[3]);
 
-/// `rgb` in the space. The arrays may be the same one.
+/// `rgb` converted to the space. The arrays may be the same one.
 KIT_API void KITcolorFromRGB(KIT_ColorType type, const double rgb[3], double out[3]);
 
-/// And back. A hue may be any number of turns.
+/// The inverse. A hue may be any number of turns.
 KIT_API void KITcolorToRGB(KIT_ColorType type, const double in[3], double rgb[3]);

@@ -1,10 +1,10 @@
 /// \file KIT_ComponentArray.h
 /// One plain value for each component of a parameter, the first of them inside the object.
 ///
-/// Vocabulary: *count* = the number of components, which the owner knows and hands in; it is not
-///             kept here. An array of doubles is thus 16 bytes.
-/// Ownership:  owns the values of a count above 1 until free(). There is no destructor that could
-///             do it: the owner calls free() with the count it gave to init().
+/// Vocabulary: *count* = the number of components, which the owner knows and passes in; it is not
+///             stored here. An array of doubles is thus 16 bytes.
+/// Ownership:  owns the values of a count above 1 until free(). It has no destructor, as the count
+///             isn't stored: the owner calls free() with the count it gave to init().
 /// Threads:    one thread at a time.
 /// Errors:     indices are not checked.
 /// Cost:       reading is two loads and no branch; counts up to 1 use no heap.
@@ -26,7 +26,7 @@ public:
     KIT_ComponentArray(const KIT_ComponentArray &) = delete;
     KIT_ComponentArray &operator=(const KIT_ComponentArray &) = delete;
 
-    /// Makes `count` zero values. The array must be fresh or freed.
+    /// Allocates `count` zero values. The array must be fresh or freed.
     void init(int count)
     {
         myFirst = T();
@@ -38,7 +38,7 @@ public:
             }
         }
     }
-    /// Gives the memory back; the array is then fresh, with one zero value.
+    /// Frees the memory; the array is then fresh, with one zero value.
     void free(int count)
     {
         if (myData != &myFirst) {
@@ -47,7 +47,7 @@ public:
         myData = &myFirst;
         myFirst = T();
     }
-    /// Takes the values of another array over, which is left fresh. This one must be fresh.
+    /// Takes over the values of another array, which is left fresh. This one must be fresh.
     void adopt(KIT_ComponentArray &from)
     {
         myFirst = from.myFirst;

@@ -8,9 +8,9 @@
 namespace
 {
 
-/// Numbers as people type them: up to 15 digits, of which at most 6 stand behind the point. Such a
-/// decimal is the only one of its length that reads back as the number, so what is exact is the
-/// shortest too. Null for all others, and where the form with an exponent would be shorter.
+/// Numbers as people type them: up to 15 digits, of which at most 6 are after the point. Such a
+/// decimal is the only one of its length that reads back as the number, so an exact one is also the
+/// shortest. Null for all others, and where the form with an exponent would be shorter.
 char *writeTyped(char *to, double value)
 {
     constexpr double theMost = 1e9;
@@ -26,7 +26,8 @@ char *writeTyped(char *to, double value)
     }
     const int64_t whole = scaled / 1000000;
     int64_t fraction = scaled % 1000000;
-    // Long runs of zeros at the end of the whole, or behind the point, are shorter as exponents.
+    // Long runs of zeros at the end of the integer part, or after the point, are shorter as
+    // exponents.
     if (fraction == 0 ? whole >= 100000 && whole % 100000 == 0 : whole == 0 && fraction < 1000) {
         return nullptr;
     }

@@ -28,13 +28,13 @@ public:
     KIT_Digits() { myBuffer[0] = '\0'; }
     explicit KIT_Digits(double value, int flags = 0, int width = -1) { reset(value, flags, width); }
 
-    /// Makes the number's text: the shortest when `width` is negative, else rounded to that many
+    /// Formats the number: the shortest text when `width` is negative, else rounded to that many
     /// significant digits (1 to 40; 0 counts as 1).
     void reset(double value, int flags = 0, int width = -1);
 
-    /// Writes the shortest text, without a NUL, to where theMostBytes have room; answers its end.
+    /// Writes the shortest text, without a NUL, where theMostBytes have room; returns its end.
     static char *write(char *to, double value);
-    /// As long as the shortest text of a number can be.
+    /// The longest that the shortest text of a number can be.
     static constexpr int theMostBytes = 32;
 
     const char *buffer() const { return myBuffer; }

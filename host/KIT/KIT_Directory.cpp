@@ -19,7 +19,7 @@ bool isFolder(const std::string &path)
 
 bool makeFolder(const std::string &path)
 {
-    constexpr mode_t everybody = 0777; // less what the process's mask takes away
+    constexpr mode_t everybody = 0777; // minus the process's umask
     return mkdir(path.c_str(), everybody) == 0 || (errno == EEXIST && isFolder(path));
 }
 

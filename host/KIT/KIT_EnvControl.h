@@ -1,9 +1,9 @@
 /// \file KIT_EnvControl.h
 /// The numbered integer settings of the application, and the environment.
 ///
-/// Vocabulary: *setting* = an integer with a number from 0 to 511; those of KIT_EnvSetting also have
-///             an environment variable, which gives the start value; *limit* = a setting that has
-///             a default, which holds while the setting is not above 0.
+/// Vocabulary: *setting* = an integer with a number from 0 to 511; those of KIT_EnvSetting also
+///             have an environment variable, which gives the start value; *limit* = a setting with
+///             a default, which applies while the setting is not above 0.
 /// Threads:    any thread.
 /// Errors:     a number outside the range reads as 0 and cannot be set.
 /// Cost:       getInt() is one load after the first call.

@@ -9,7 +9,7 @@
 
 #include <KIT/KIT_ErrorManager.h>
 
-/// Add with the severity 4, 3 or 5. `text` goes into the catalogue's sentence; null is none.
+/// Add with the severity 4, 3 or 5. `text` is put into the catalogue's sentence; null means none.
 KIT_API void KITaddError(const char *category, int code, const char *text = nullptr);
 KIT_API void KITaddWarning(const char *category, int code, const char *text = nullptr);
 KIT_API void KITaddFatal(const char *category, int code, const char *text = nullptr);

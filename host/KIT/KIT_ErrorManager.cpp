@@ -26,7 +26,7 @@ struct BottomGuard
 };
 } // namespace
 
-/// Reports of the last destructors of a thread find a new manager here, which nobody deletes.
+/// Reports of a thread's last destructors get a new manager here, which is never deleted.
 static KIT_ErrorManager &getBottomManager()
 {
     if (!theBottomManager) {
@@ -42,7 +42,7 @@ KIT_ErrorManager &KITgetErrorManager()
     return theScopeManager ? *theScopeManager : getBottomManager();
 }
 
-/// Stands here, as asking for the severity must not make a manager.
+/// Doesn't use KITgetErrorManager(), as asking for the severity must not create a manager.
 KIT_ErrorSeverity KITgetErrorSeverity()
 {
     const KIT_ErrorManager *manager = theScopeManager ? theScopeManager : theBottomManager;

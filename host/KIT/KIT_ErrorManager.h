@@ -1,15 +1,15 @@
 /// \file KIT_ErrorManager.h
-/// Where messages for people go: a list of errors, one current list for each thread.
+/// Collects messages for people: a list of errors, one current list for each thread.
 ///
-/// Vocabulary: *category* = whose code it is ("ZEL", "TRK", "Common"); *code* = the number of the
-///             sentence in the catalogue (KIT_MessageCatalogue.h); *text* = what is put into the
-///             sentence; *current manager* = the one that reports of a thread reach; *scope* = a
-///             manager that is current while it lives.
+/// Vocabulary: *category* = which part the code belongs to ("ZEL", "TRK", "Common"); *code* = the
+///             number of the sentence in the catalogue (KIT_MessageCatalogue.h); *text* = what is
+///             put into the sentence; *current manager* = the one that receives a thread's reports;
+///             *scope* = a manager that is current while it exists.
 /// Units:      indices from 0, in the order of reporting. Severities are ordered.
 /// Ownership:  owns its errors. A scope holds its manager by value.
 /// Threads:    one manager belongs to one thread.
-/// Errors:     none of its own. At most theMaxErrors messages are kept; those that follow are
-///             counted in one last entry (common code 15), which keeps their severity.
+/// Errors:     none of its own. At most theMaxErrors messages are kept; later ones are counted in
+///             one last entry (common code 15), which keeps their highest severity.
 /// Cost:       opening and closing a scope, and reading the severity, take no lock and no heap.
 
 #pragma once
@@ -25,11 +25,11 @@ class KIT_String;
 enum KIT_ErrorSeverity
 {
     KIT_ERROR_NONE = 0,    ///< nothing happened
-    KIT_ERROR_MESSAGE = 1, ///< something worth telling
-    KIT_ERROR_PROMPT = 2,  ///< something to ask
+    KIT_ERROR_MESSAGE = 1, ///< information
+    KIT_ERROR_PROMPT = 2,  ///< a question
     KIT_ERROR_WARNING = 3, ///< done, but not as wanted
-    KIT_ERROR_ABORT = 4,   ///< not done; stream operations stop from here on
-    KIT_ERROR_FATAL = 5    ///< not done, and what called it is at fault
+    KIT_ERROR_ABORT = 4,   ///< not done; stream operations stop here
+    KIT_ERROR_FATAL = 5    ///< not done, and the caller's code is wrong
 };
 
 /// The codes of the category "Common", which serve every class; KIT_Messages.def has the row of each.
@@ -53,7 +53,7 @@ public:
         KIT_ErrorSeverity severity = KIT_ERROR_NONE;
     };
 
-    /// A flag: what is reported to the manager is discarded, severity and all.
+    /// A flag: what is reported to the manager is discarded, its severity included.
     static constexpr unsigned theDiscardFlag = 0x4;
     /// How many messages are kept besides the entry that counts the rest.
     static constexpr int64_t theMaxErrors = 1000;
@@ -80,17 +80,18 @@ public:
     void commonMessage(int code, const char *text = nullptr);
 
     void clearAndDestroyErrors();
-    /// Replaces `out` by one line for each error of at least that severity, and answers their number:
-    /// `Warning (ZEL 2): the sentence with its text`, each with a line feed; without the category
-    /// `Warning: ...`. The words are Message, Prompt, Warning, Error and Fatal error.
+    /// Replaces `out` by one line for each error of at least that severity, and returns their
+    /// number: `Warning (ZEL 2): the sentence with its text`, each with a line feed; without a
+    ///         category
+    /// `Warning: ...`. The severities are named Message, Prompt, Warning, Error and Fatal error.
     int getErrorMessages(KIT_String &out, KIT_ErrorSeverity minimum = KIT_ERROR_MESSAGE,
                          bool withCategory = true) const;
-    /// Moves the errors `first` to `last` (inclusive; -1 is the last there is) of at least that
-    /// severity to the end of this list, in order. With `copy` they stay where they are too.
+    /// Moves the errors `first` to `last` (inclusive; -1 means the last one) of at least that
+    /// severity to the end of this list, in order. With `copy` they also stay in `from`.
     void stealErrors(KIT_ErrorManager &from, int first = 0, int last = -1,
                      KIT_ErrorSeverity minimum = KIT_ERROR_NONE, bool copy = false);
 
-    /// The word that a severity is printed as.
+    /// The name that a severity is printed as.
     static const char *getSeverityName(KIT_ErrorSeverity severity);
 
 private:
@@ -101,11 +102,11 @@ private:
     std::vector<Error> myErrors;
     KIT_ErrorSeverity mySeverity = KIT_ERROR_NONE;
     unsigned myFlags = 0;
-    int64_t myDropped = 0; // above 0: the last entry counts them
+    int64_t myDropped = 0; // above 0: counted by the last entry
 };
 
-/// Makes a manager the thread's current one while it lives. Scopes nest and end in reverse order;
-/// what was not stolen from the manager by then is dropped.
+/// Makes a manager the thread's current one while it exists. Scopes nest and end in reverse order;
+/// errors that were not stolen from the manager by then are discarded.
 class KIT_API KIT_ErrorManager::Scope
 {
 public:

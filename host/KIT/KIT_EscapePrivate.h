@@ -7,7 +7,7 @@
 
 #include <BAS/BAS_Character.h>
 
-/// The byte of three octal digits; 0 if they aren't there or stand for none.
+/// The byte of three octal digits; 0 if there aren't three, or for a code above 255.
 inline char KIToctalByte(const char *at)
 {
     int code = 0;

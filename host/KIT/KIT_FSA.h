@@ -1,5 +1,5 @@
 /// \file KIT_FSA.h
-/// A fixed table from words to numbers.
+/// A fixed table from keywords to numbers.
 ///
 /// Vocabulary: *row* = a word with its number; of rows with the same word the first one counts.
 /// Ownership:  borrows the words, which are literals of a static table as a rule.
@@ -21,21 +21,21 @@ public:
         int symbol;
     };
 
-    /// What a word that isn't there gives.
+    /// Returned for a word that isn't in the table.
     static constexpr int theNoSymbol = -1;
 
     KIT_FSA() = default;
     KIT_FSA(int count, const Row *table) { build(count, table); }
 
-    /// Takes the rows in place of those it had. Rows with a null word are left out.
+    /// Replaces all rows. Rows with a null word are ignored.
     void build(int count, const Row *table);
 
-    /// The word's number. The whole word counts, and the case of its letters.
+    /// The word's number. The whole word is compared, case included.
     int findSymbol(const char *word) const;
 
     /// How many different words there are.
     int64_t entries() const { return myRows.entries(); }
 
 private:
-    KIT_ValArray<Row> myRows; // by word
+    KIT_ValArray<Row> myRows; // sorted by word
 };

@@ -1,11 +1,11 @@
 /// \file KIT_Filter.h
 /// The reconstruction filters that images are resampled with, by number.
 ///
-/// Vocabulary: *name* = what files and parameters say; *label* = what people read.
+/// Vocabulary: *name* = as files and parameters store it; *label* = as people read it.
 /// Units:      filters from 0, the cheapest first. Stored: append only.
 /// Ownership:  the texts are constants.
 /// Threads:    any.
-/// Errors:     null, or -1, for what isn't there.
+/// Errors:     null, or -1, for a filter that doesn't exist.
 
 #pragma once
 
@@ -17,6 +17,6 @@ public:
     static int getNFilters();
     static const char *getFilterName(int filter);
     static const char *getFilterLabel(int filter);
-    /// The number of a name, in the case of its letters.
+    /// The number of a name; case matters.
     static int findFilter(const char *name);
 };

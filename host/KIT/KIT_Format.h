@@ -4,8 +4,8 @@
 /// Vocabulary: *placeholder* = {}, {0}, {1:>8}, {2:.3f} ...; "{{" and "}}" are plain braces.
 /// Ownership:  borrows everything for the call.
 /// Threads:    any.
-/// Errors:     nothing throws. A format that is malformed, names an argument that isn't there or
-///             does not fit an argument's kind writes the empty text and answers 0.
+/// Errors:     nothing throws. A format that is malformed, names an argument that doesn't exist or
+///             does not fit an argument's kind writes the empty text and returns 0.
 /// Cost:       a small array on the heap for the arguments; meant for messages, not for loops.
 
 #pragma once
@@ -15,7 +15,7 @@
 
 #include <type_traits>
 
-/// One argument, reduced to the few kinds that can be printed.
+/// One argument, reduced to one of the few kinds that can be printed.
 class KIT_FormatArg
 {
 public:
@@ -96,8 +96,8 @@ private:
 KIT_API size_t KITvformat(char *buffer, size_t size, const char *format, const KIT_FormatArg *args,
                           size_t count);
 
-/// Writes the formatted text, cut to `size` - 1 bytes and NUL terminated whenever `size` isn't 0.
-/// Answers the length of the whole text, 0 for a bad format.
+/// Writes the formatted text, cut to `size` - 1 bytes and NUL terminated unless `size` is 0.
+/// Returns the length of the whole text, 0 for a bad format.
 template <class... Args>
 size_t KITformat(char *buffer, size_t size, const char *format, const Args &...args)
 {

@@ -1,10 +1,10 @@
 /// \file KIT_HelpManager.h
-/// The application's help, as parameters ask for it. There is none until one is set.
+/// The application's help, which parameters query. There is none until one is set.
 ///
 /// Vocabulary: *path* = the owner's path, *token* = the parameter's token.
 /// Ownership:  set() borrows; a manager that is destroyed stops being the current one.
 /// Threads:    main thread.
-/// Errors:     each question answers false when there is nothing to tell; `out` is then left alone.
+/// Errors:     each query returns false when there is no help; `out` is then unchanged.
 
 #pragma once
 

@@ -1,8 +1,8 @@
 /// \file KIT_IFStream.h
-/// A KIT_IStream over the bytes of a file, which is read whole on opening.
+/// A KIT_IStream over the bytes of a file, which is read completely on opening.
 ///
 /// Errors:     a file that cannot be read gives a stream with isReadable() false and no bytes; the
-///             caller words the message.
+///             caller reports it.
 
 #pragma once
 

@@ -2,17 +2,17 @@
 /// An input stream over bytes in memory, read as text words or as binary numbers.
 ///
 /// Vocabulary: *white space* = blank and the bytes 9 to 13; *word* = a longest run of other bytes;
-///             *limit* = the position that reading cannot pass: the end of the data, or the end of
+///             *limit* = the position that reading cannot pass: the end of the data, or of
 ///             the packet that is being read; *quoted form* = text between two equal quotes, `"` or
 ///             `'`, with the escapes \" \' \\ \n \r \t and \ooo (one to three octal digits); any
 ///             other escaped byte stands for itself.
 /// Units:      positions and lengths in bytes from the start of the data.
-/// Ownership:  borrows a memory range unless `copy` is set; files and std::istreams are read whole
-///             and owned.
+/// Ownership:  borrows a memory range unless `copy` is set; files and std::istreams are read
+///             completely and owned.
 /// Threads:    one thread at a time.
-/// Errors:     every read answers whether it succeeded, and none can leave the limit. A failed
+/// Errors:     every read returns whether it succeeded, and none can pass the limit. A failed
 ///             binary read stores nothing and leaves the stream at the limit, so that the reads
-///             behind it fail too. No message is reported here.
+///             after it fail too. No message is reported here.
 /// Cost:       a read is a bounds check and a copy; words are copied in one piece.
 
 #pragma once
@@ -41,10 +41,10 @@ public:
     /// Reads `length` bytes at `data`, borrowed or copied. `name` is for messages.
     KIT_IStream(const char *data, size_t length, Mode mode, bool copy = false,
                 const char *name = nullptr);
-    /// A longer stream or file isn't readable: some, like /dev/zero, have no end.
+    /// A longer stream or file is treated as unreadable: some, like /dev/zero, have no end.
     static constexpr size_t theMaxBytes = size_t{1} << 31;
 
-    /// Reads the rest of a stream whole.
+    /// Reads the rest of a stream completely.
     KIT_IStream(std::istream &stream, Mode mode);
     virtual ~KIT_IStream();
     KIT_IStream(const KIT_IStream &) = delete;
@@ -63,7 +63,7 @@ public:
     /// True when the position is at the limit.
     bool eof() const { return myPosition >= myLimit; }
     int64_t tellg() const { return myPosition; }
-    /// Moves to a position from 0 to the limit; any other is refused and moves nothing.
+    /// Moves to a position from 0 to the limit; any other is refused.
     bool seekg(int64_t position)
     {
         if (position < 0 || position > myLimit) {
@@ -74,20 +74,20 @@ public:
     }
     /// Bytes from the position to the limit.
     int64_t remaining() const { return myLimit - myPosition; }
-    /// The same bytes, in place: for readers that know a form that they expect.
+    /// The same bytes, in place: for readers that expect a known form.
     std::string_view rest() const
     {
         return std::string_view(myData + myPosition, static_cast<size_t>(remaining()));
     }
-    /// Keeps reading from passing `end` until popLimit(). An `end` behind the present limit, or in
-    /// front of the position, is pulled to the nearer of the two.
+    /// Keeps reading from passing `end` until popLimit(). `end` is clamped to the range from the
+    /// position to the present limit.
     void pushLimit(int64_t end)
     {
         myOuterLimits.push_back(myLimit);
         end = end > myPosition ? end : myPosition;
         myLimit = myLimit < end ? myLimit : end;
     }
-    /// Goes back to the limit before the last pushLimit(); the position stays.
+    /// Restores the limit before the last pushLimit(); the position stays.
     void popLimit()
     {
         if (!myOuterLimits.empty()) {
@@ -112,7 +112,7 @@ public:
     bool bread(uint64_t &value) { return breadOne(value); }
     bool bread(float &value) { return breadOne(value); }
     bool bread(double &value) { return breadOne(value); }
-    /// Reads `count` numbers; false and nothing stored when not all are there.
+    /// Reads `count` numbers; false, with nothing stored, when there are fewer.
     template <class T>
     bool bread(T *values, size_t count)
     {
@@ -124,9 +124,9 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Numbers as words
     // ---------------------------------------------------------------- //
-    /// Reads one word and takes the longest number that it begins with ("2.0a" is 2.0). The whole
-    /// word is swallowed. A word that begins with no number fails and leaves `value` alone. Integers
-    /// are clamped to the range of the type.
+    /// Reads one word and converts the longest number that it begins with ("2.0a" is 2.0). The
+    /// whole word is consumed. A word that doesn't begin with a number fails and leaves `value`
+    /// unchanged. Integers are clamped to the range of the type.
     bool aread(double &value);
     bool aread(float &value);
     bool aread(int32_t &value);
@@ -143,9 +143,9 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Words and text
     // ---------------------------------------------------------------- //
-    /// The next word as it stands, quotes and all. False at the limit. The buffer is replaced.
+    /// The next word as written, quotes included. False at the limit. The buffer is replaced.
     bool getWord(KIT_WorkBuffer &word);
-    /// The same in place, with no NUL behind it. The view lasts as long as the data.
+    /// The same in place, without a NUL after it. The view is valid as long as the data.
     bool getWord(std::string_view &word)
     {
         const char *at = myData + myPosition;
@@ -162,11 +162,11 @@ public:
         return at != begin;
     }
     /// The next word that is not part of a comment. A comment starts at a word that begins with
-    /// `comment` and runs to the end of the line; the byte inside a word is an ordinary one.
+    /// `comment` and extends to the end of the line; inside a word that byte is an ordinary one.
     bool getNonCommentWord(KIT_WorkBuffer &word, char comment = '#');
     /// The next word; one that begins with a quote is read in its quoted form, white space
-    /// included, and comes without the quotes. False at the limit, or when the closing quote is
-    /// missing (the buffer then holds what there is).
+    /// included, and returned without the quotes. False at the limit, or when the closing quote is
+    /// missing (the buffer then holds the text up to the limit).
     bool getString(KIT_WorkBuffer &text);
     /// As getString(). In binary mode as readWorkBuffer(text, true).
     bool readString(KIT_String &text);
@@ -177,8 +177,8 @@ public:
     bool getLine(KIT_WorkBuffer &line);
     /// The next line whose first byte other than white space is not `comment`.
     bool getNonCommentLine(KIT_WorkBuffer &line, char comment = '#');
-    /// True when `token` comes next, behind any white space; only then is it consumed. A token that
-    /// ends in a letter, digit or underscore must not be followed by another of them.
+    /// True when `token` comes next, after any white space; only then is it consumed. A token that
+    /// ends in a letter, digit or underscore must not be followed by another one.
     bool checkToken(const char *token);
     void skipWhitespace();
     /// The next byte, 0 to 255, or -1 at the limit; get() also consumes it.
@@ -188,9 +188,9 @@ public:
     static bool isWhitespace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 protected:
-    /// A stream that cannot be read, for a derived class to fill.
+    /// A stream that isn't readable, for a derived class to fill.
     explicit KIT_IStream(Mode mode);
-    /// Takes the bytes over and starts at the first.
+    /// Takes over the bytes and starts at the first.
     void adoptData(std::string &&data, const char *name);
     static bool readAll(std::istream &stream, std::string &data);
 

@@ -20,7 +20,7 @@ bool isBetween(char c, int first, int last)
     return byte >= first && byte <= last;
 }
 
-/// The bytes of the character that the text starts with; 0 for a byte that is no UTF-8, or a NUL.
+/// The bytes of the character that the text starts with; 0 for a byte that isn't UTF-8, or a NUL.
 std::size_t characterLength(std::string_view text)
 {
     const int first = static_cast<unsigned char>(text[0]);
@@ -31,7 +31,7 @@ std::size_t characterLength(std::string_view text)
         return 0;
     }
     const std::size_t length = first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
-    // Longer forms than needed, surrogates, and what lies beyond the last character.
+    // Rejects overlong forms, surrogates, and code points above the last.
     const int low = first == 0xe0 ? 0xa0 : first == 0xf0 ? 0x90 : 0x80;
     const int high = first == 0xed ? 0x9f : first == 0xf4 ? 0x8f : 0xbf;
     bool good = text.size() >= length && isBetween(text[1], low, high);

@@ -1,15 +1,15 @@
 /// \file KIT_JSONValue.h
-/// One JSON value: null, a truth value, a number, a text, an array or a map.
+/// One JSON value: null, a boolean, a number, a text, an array or a map.
 ///
 /// Vocabulary: *container* = an array or a map.
-/// Units:      integers have 64 bits; a larger one read from a file becomes a real number. Texts are
-///             UTF-8 without NUL: they end at their first one, and a byte that is no UTF-8 becomes the
-///             replacement character.
-/// Ownership:  owns its text and shares its container with its copies. A container that is shared is
-///             not to be changed any more.
+/// Units:      integers have 64 bits; a larger one read from a file becomes a real number. Texts
+///             are UTF-8 without NUL: they end at their first one, and a byte that isn't UTF-8
+///             becomes the replacement character.
+/// Ownership:  owns its text and shares its container with its copies. A shared container must not
+///             be changed any more.
 /// Threads:    const calls from any thread; the counts of containers are atomic.
 /// Errors:     asking for a form that the value doesn't have gives null, 0 or false.
-/// Cost:       a copy raises at most one count.
+/// Cost:       a copy increments at most one count.
 
 #pragma once
 
@@ -26,7 +26,7 @@ class KIT_AutoJSONParser;
 class KIT_JSONValueMap;
 class KIT_JSONWriter;
 
-/// The text as JSON can hold it: see *Units* above. A text that is good already is shared.
+/// The text as JSON can hold it: see *Units* above. A text that is valid already is shared.
 KIT_API KIT_StringHolder KITjsonText(const KIT_StringRef &text);
 KIT_API KIT_StringHolder KITjsonText(std::string_view text);
 
@@ -54,11 +54,11 @@ public:
     explicit KIT_JSONValue(int value) : myValue(int64_t{value}) {}
     explicit KIT_JSONValue(int64_t value) : myValue(value) {}
     explicit KIT_JSONValue(double value) : myValue(value) {}
-    /// Null where the pointer is.
+    /// Null for a null pointer.
     explicit KIT_JSONValue(const char *text);
     explicit KIT_JSONValue(std::string_view text);
     explicit KIT_JSONValue(Array items);
-    /// Shares the map; null where the pointer is.
+    /// Shares the map; null for a null pointer.
     explicit KIT_JSONValue(KIT_JSONValueMap *map);
 
     // ---------------------------------------------------------------- //
@@ -67,10 +67,10 @@ public:
     Type getType() const { return Type(myValue.index()); }
     bool getB() const;
     int64_t getI() const;
-    /// Of an integer, too.
+    /// Also of an integer.
     double getF() const;
-    /// The value as text: a text as it is, a number, true or false by its word, null as "", a container
-    /// as its JSON on one line.
+    /// The value as text: a text unchanged, a number, "true" or "false", null as "", a container as
+    /// its JSON on one line.
     KIT_StringHolder getS() const;
     const Array *getArray() const;
     KIT_JSONValueMap *getMap();
@@ -79,7 +79,7 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Streams
     // ---------------------------------------------------------------- //
-    /// Becomes what the parser reads; null, and false, when that is at fault.
+    /// Becomes the document that the parser reads; null, and false, when that is malformed.
     bool parseValue(KIT_AutoJSONParser &parser);
     bool save(KIT_JSONWriter &writer) const;
 

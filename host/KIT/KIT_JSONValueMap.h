@@ -1,12 +1,12 @@
 /// \file KIT_JSONValueMap.h
-/// A map of JSON values by key, counted by those who share it.
+/// A map of JSON values by key, reference-counted by those that share it.
 ///
-/// Vocabulary: *count* = how many share the map; a map that nobody ever counted is on the stack or
-///             its maker's.
-/// Units:      keys are texts as values are (KIT_JSONValue.h). They are kept in bytewise order, so that
-///             equal maps have equal texts.
-/// Ownership:  owns keys and values; the last to give its count back deletes the map.
-/// Threads:    changing one thread at a time; const calls and the count from any.
+/// Vocabulary: *count* = how many share the map; a map that was never counted is on the stack or
+///             owned by its creator.
+/// Units:      keys are texts as values are (KIT_JSONValue.h). They are kept in bytewise order, so
+///             that equal maps have equal texts.
+/// Ownership:  owns keys and values; removing the last count deletes the map.
+/// Threads:    changed by one thread at a time; const calls and the count from any.
 /// Errors:     a key that isn't there gives null.
 /// Cost:       look-up and insertion take logarithmic time on any keys.
 
@@ -29,17 +29,17 @@ public:
     KIT_JSONValueMap &operator=(const KIT_JSONValueMap &) = delete;
 
     int64_t entries() const { return int64_t(myValues.size()); }
-    /// Replaces `keys` by those of the map, in their order.
+    /// Replaces `keys` by those of the map, in order.
     void getKeys(KIT_Array<KIT_StringHolder> &keys) const;
     const KIT_JSONValue *get(const KIT_StringRef &key) const;
-    /// Replaces the value of a key that is there.
+    /// Adds the value, or replaces the one of an existing key.
     void insert(const KIT_StringRef &key, KIT_JSONValue value);
     void clear();
 
-    /// False when the writer has failed, or the map is nested too deep to be read again.
+    /// False when the writer has failed, or the map is nested too deeply to be read again.
     bool save(KIT_JSONWriter &writer) const;
 
-    /// Adds to the count; a negative `count` that leaves none deletes the map.
+    /// Adds to the count; if a negative `count` brings it to zero, the map is deleted.
     void bumpRef(int count);
 
 private:

@@ -52,7 +52,7 @@ protected:
         KIT_WorkBuffer digits;
         digits.appendNumber(value);
         out << digits.view();
-        // Keeps it a real number for whoever reads it.
+        // Without a point or exponent readers would take it for an integer.
         if (digits.view().find_first_of(".e") == std::string_view::npos) {
             out << ".0";
         }
@@ -85,7 +85,7 @@ protected:
     }
 
 private:
-    /// What stands between an entry and what is in front of it.
+    /// Writes the separator between an entry and the one before it.
     void separate(KIT_ByteBuffer &out)
     {
         if (!myAfterKeyFlag && getDepth() > 0) {
@@ -163,7 +163,7 @@ private:
             out << char(uint8_t(value >> shift));
         }
     }
-    /// The kind of an item in the upper three bits, and its number in the fewest bytes.
+    /// Writes the kind of an item in the upper three bits, and its number in the fewest bytes.
     static void putHead(KIT_ByteBuffer &out, int kind, uint64_t number)
     {
         const int top = kind << 5;

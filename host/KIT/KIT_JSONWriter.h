@@ -1,17 +1,17 @@
 /// \file KIT_JSONWriter.h
-/// Writes JSON in its text form or in its binary one (CBOR, RFC 8949).
+/// Writes JSON in its text form or its binary form (CBOR, RFC 8949).
 ///
 /// Vocabulary: *document* = one value with all that is in it.
-/// Units:      numbers of entries tell the binary form how many follow, so they must be right.
+/// Units:      the binary form stores the numbers of entries first, so they must be right.
 /// Ownership:  borrows what it writes to.
 /// Threads:    one thread at a time.
-/// Errors:     writing answers false, and nothing of the document is written, once the nesting passes
-///             `KIT_AutoJSONParser::theMaxNesting` or memory is exhausted. Texts must be UTF-8. The
-///             text form writes numbers that JSON has no word for as null.
-/// Cost:       a document is composed in memory and written in one piece when it is whole.
+/// Errors:     writing returns false, and nothing of the document is written, once the nesting
+///             passes `KIT_AutoJSONParser::theMaxNesting` or memory is exhausted. Texts must be
+///             UTF-8. The text form writes numbers that JSON cannot represent as null.
+/// Cost:       a document is composed in memory and written in one piece when it is complete.
 ///
-/// The text form stands on one line, or with "json:prettyprint" on a line for each entry. A writer
-/// to a stream starts with that option on, one to a buffer with it off.
+/// The text form is on one line, or with "json:prettyprint" one line for each entry. A writer to a
+/// stream starts with that option on, one to a buffer with it off.
 
 #pragma once
 
@@ -69,7 +69,7 @@ protected:
 private:
     bool begin(bool map, int64_t numEntries);
     bool end(bool map);
-    /// Writes the document out when it is whole.
+    /// Writes the document out when it is complete.
     bool finish();
 
     std::ostream *myStream;

@@ -1,7 +1,7 @@
 /// \file KIT_Memory.h
-/// Prints what a memory table counts.
+/// Prints the counts of a memory table.
 ///
-/// Threads:    any thread; the numbers are those of the moment.
+/// Threads:    any thread; the numbers are a snapshot.
 
 #pragma once
 
@@ -14,8 +14,8 @@ class KIT_API KIT_Memory
 {
 public:
     /// Appends one line for each category, then a total. `level`: 0 prints the total alone, 1 the
-    /// bytes in use, 2 also the highest use, 3 also the number of blocks. `skipUnused` leaves out
-    /// the categories with nothing in use. The total of the highest uses is their sum.
+    /// bytes in use, 2 also the peak, 3 also the number of blocks. `skipUnused` omits the
+    /// categories with nothing in use. The total peak is the sum of the peaks.
     static void printMemory(const BAS_MemoryTable &table, KIT_WorkBuffer &buffer, int level,
                             bool skipUnused);
 };

@@ -1,13 +1,12 @@
 /// \file KIT_OByteStream.h
-/// An output stream into a KIT_ByteBuffer: what is composed in memory can be handed to operations
-/// that know streams only.
+/// An output stream into a KIT_ByteBuffer, for operations that only write to streams.
 ///
 /// Units:      positions in bytes from the start of the buffer; seeking works, so that a KIT_Packet
 ///             can be written to it.
-/// Ownership:  borrows the buffer, which must outlive the stream. The buffer may be appended to, and
-///             cleared, between writes.
+/// Ownership:  borrows the buffer, which must outlive the stream. The buffer may be appended to,
+///             and cleared, between writes.
 /// Threads:    one thread at a time.
-/// Errors:     a write for which there is no memory sets the stream's fail state.
+/// Errors:     a write without enough memory sets the stream's fail state.
 /// Cost:       a write is one virtual call and a copy.
 
 #pragma once
@@ -24,8 +23,8 @@ public:
     explicit KIT_OByteStream(KIT_ByteBuffer &bytes);
     ~KIT_OByteStream() override;
 
-    /// The buffer behind any stream, when it is one of this class that stands at its end: what is
-    /// composed for such a stream can go there directly. Else null.
+    /// The buffer behind a stream of this class that is positioned at its end, so that text for the
+    /// stream can be composed directly in it. Null for any other stream.
     static KIT_ByteBuffer *findBytes(std::ostream &stream);
 
 private:
@@ -49,8 +48,8 @@ private:
     Sink mySink;
 };
 
-/// Composes into the stream's own buffer, or into one of its own that is then written: `compose` is
-/// called once with a KIT_ByteBuffer.
+/// Composes into the stream's own buffer if it has one, else into a temporary one that is then
+/// written: `compose` is called once with a KIT_ByteBuffer.
 template <class Compose>
 void KITcompose(std::ostream &stream, const Compose &compose)
 {

@@ -1,5 +1,5 @@
 /// \file KIT_ONullStream.h
-/// An output stream that swallows what is written to it.
+/// An output stream that discards what is written to it.
 ///
 /// Ownership:  owns nothing but itself.
 /// Threads:    one thread at a time, as any stream.

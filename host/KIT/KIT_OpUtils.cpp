@@ -68,11 +68,11 @@ std::string KIT_OpUtils::encodeSectionName(std::string_view name)
 void KIT_OpUtils::ensureValidOpBasedFileName(KIT_String &name)
 {
     std::string file = encodeBytes(name.view(), fitsFileName);
-    // A dot in front hides a file, and "." and ".." are folders.
+    // A leading dot hides a file, and "." and ".." are folders.
     if (!file.empty() && file[0] == '.') {
         file.replace(0, 1, "%2E");
     }
-    // A "%" alone is what no other name becomes.
+    // No other name is encoded as a "%" alone.
     name = file.empty() ? std::string("%") : file;
 }
 

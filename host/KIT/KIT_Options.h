@@ -1,10 +1,10 @@
 /// \file KIT_Options.h
-/// Named switches that an operation is given along.
+/// Named switches that are passed to an operation.
 ///
 /// Vocabulary: *switch* = a name like "json:prettyprint" that is on, off, or not set.
 /// Ownership:  copies the names.
 /// Threads:    one thread at a time; const calls from any.
-/// Errors:     a null or empty name is ignored; nobody checks that a name means anything.
+/// Errors:     a null or empty name is ignored; names are not checked for a meaning.
 
 #pragma once
 

@@ -1,18 +1,19 @@
 /// \file KIT_Packet.h
 /// The record layer of binary streams: packets with a class id, a packet id and a length.
 ///
-/// Vocabulary: *class id* = which class wrote the packet; *packet id* = what it is to that class;
-///             *payload* = the bytes behind the header. Payloads may hold packets in their turn,
+/// Vocabulary: *class id* = which class wrote the packet; *packet id* = its meaning to that class;
+///             *payload* = the bytes after the header. Payloads may themselves hold packets,
 ///             written and read by other KIT_Packet objects.
 /// Units:      the header is int16 class id, int16 packet id, uint32 payload length in bytes, all
 ///             little endian: 8 bytes.
-/// Ownership:  borrows the stream between begin and end. The destructor ends what is still open.
+/// Ownership:  borrows the stream between begin and end. The destructor ends an open packet.
 /// Threads:    one thread at a time.
-/// Errors:     writing answers false and sets the stream's fail state: on a stream that cannot
-///             seek, an id outside 16 bits, or a payload of 4 GB. Reading answers false at the end
-///             of the data or of the enclosing packet; for a cut header or a length beyond the data
-///             it also adds a common error (severity 4) and leaves the stream at its limit.
-/// Cost:       one seek back for each packet written, none to a KIT_OByteStream; none for reading.
+/// Errors:     writing returns false and sets the stream's fail state on a stream that cannot seek,
+///             for an id outside 16 bits, or for a payload of 4 GB. Reading returns false at the
+///             end of the data or of the enclosing packet; for a truncated header or a length
+///             beyond the data it also adds a common error (severity 4) and leaves the stream at
+///             its limit.
+/// Cost:       one seek back for each packet written (none to a KIT_OByteStream); none for reading.
 
 #pragma once
 
@@ -41,14 +42,14 @@ public:
     KIT_Packet(const KIT_Packet &) = delete;
     KIT_Packet &operator=(const KIT_Packet &) = delete;
 
-    /// Writes the header. The payload is what is written to the stream until endWrite().
+    /// Writes the header. The payload is whatever is written to the stream until endWrite().
     bool beginWrite(std::ostream &stream, int classId, int packetId);
     /// Puts the payload's length into the header. False without an open packet, or when the stream
     /// has failed.
     bool endWrite() { return myOutput && completeHeader(); }
 
-    /// Reads a header; until endRead() the stream ends where the payload ends. The class id comes as
-    /// 0 to 65535, the packet id as -32768 to 32767.
+    /// Reads a header; until endRead() the stream ends where the payload ends. The class id is
+    /// returned as 0 to 65535, the packet id as -32768 to 32767.
     bool beginRead(KIT_IStream &stream, int &classId, int &packetId)
     {
         endRead();
@@ -75,13 +76,13 @@ public:
         stream.pushLimit(myPayloadEnd);
         return true;
     }
-    /// Leaves the stream behind the packet, however much of it was read.
+    /// Moves the stream past the packet, however much of it was read.
     void endRead()
     {
         if (!myInput) {
             return;
         }
-        // Packets inside this one that were left open go with it.
+        // Also drops the limits of nested packets that were left open.
         while (myInput->getLimitDepth() > myLimitDepth) {
             myInput->popLimit();
         }
@@ -94,7 +95,7 @@ private:
     static bool refuse(KIT_IStream &stream, const char *reason);
 
     std::ostream *myOutput = nullptr;
-    KIT_ByteBuffer *myBytes = nullptr; // the output's own, when it is composed in memory
+    KIT_ByteBuffer *myBytes = nullptr; // the output's buffer, when it is a KIT_OByteStream
     std::streamoff myPayloadStart = 0;
     KIT_IStream *myInput = nullptr;
     int64_t myPayloadEnd = 0;

@@ -55,7 +55,7 @@ void KIT_PathSearch::setComponents(const char *path)
     for (KIT_String &folder : folders) {
         folder.expandVariables();
         if (folder.view().empty()) {
-            continue; // an unset variable is no folder, least of all the root
+            continue; // an unset variable must not become a folder, least of all the root
         }
         const std::string_view name = withoutSlashes(folder.view());
         myComponents.append(name.data(), name.size());

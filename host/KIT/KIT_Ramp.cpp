@@ -8,7 +8,7 @@
 namespace
 {
 
-/// Positions that are no numbers come last: sorting needs an order.
+/// NaN positions come last: sorting needs an order.
 bool isBefore(float left, float right)
 {
     return left < right || (std::isnan(right) && !std::isnan(left));
@@ -43,8 +43,8 @@ void readColors(const KIT_RampNode *const keys[4], Colors colors)
     }
 }
 
-/// Greys take the hue of the key beside them, the segment's own keys first; then each hue is moved by
-/// whole turns next to the one before it.
+/// Greys take the hue of the key next to them, the segment's own keys first; then each hue is moved
+/// by whole turns to be nearest to the one before it.
 void alignHues(Colors colors)
 {
     double *const hues = colors[0];
@@ -66,7 +66,7 @@ void alignHues(Colors colors)
     hues[3] = hues[2] + std::remainder(taken[3] - hues[2], 1.0);
 }
 
-/// Into the space; answers the space that it is.
+/// Converts into the space if it can represent all colours; returns the space used.
 KIT_ColorType convertColors(KIT_ColorType type, Colors colors)
 {
     Colors converted;
@@ -162,7 +162,8 @@ int KIT_Ramp::moveNode(int index, float position)
 void KIT_Ramp::reorderNodes()
 {
     const KIT_RampNode *const first = myNodes.begin();
-    // Counted before the sort: those in front of it, and equal ones that were.
+    // Counted before the sort: the nodes with smaller positions, and equal ones with smaller
+    // indices.
     if (mySelected >= 0) {
         const float position = myNodes[mySelected].position;
         int rank = 0;
@@ -188,7 +189,7 @@ void KIT_Ramp::clearAndDestroy()
 // Evaluation
 // -------------------------------------------------------------------- //
 
-/// The last node that isn't behind the position; -1 before the first.
+/// The last node that isn't after the position; -1 before the first.
 int KIT_Ramp::findSegment(float position) const
 {
     const KIT_RampNode *const found = std::upper_bound(
@@ -197,7 +198,7 @@ int KIT_Ramp::findSegment(float position) const
     return static_cast<int>(found - myNodes.begin()) - 1;
 }
 
-/// Whether the node's own value holds at the position, without any curve.
+/// Whether the value at the position is the node's own, without any curve.
 bool KIT_Ramp::isPlainAt(int index, float position) const
 {
     const KIT_RampNode &node = myNodes[index];

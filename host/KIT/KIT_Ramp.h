@@ -1,14 +1,14 @@
 /// \file KIT_Ramp.h
-/// A curve or a band of colour over positions, given by keys.
+/// A curve or a colour gradient over positions, defined by keys.
 ///
 /// Vocabulary: *node* = a key: position, colour, and the basis of the curve to the next one;
-///             *float ramp* = one whose values stand in the alpha places; *strict order* = nodes
+///             *float ramp* = one whose values are in the alpha channel; *strict order* = nodes
 ///             that are moved stop at their neighbours instead of passing them.
 /// Units:      positions are usually 0 to 1, any float is allowed; colours are red, green, blue,
 ///             alpha. Indices from 0, -1 for none.
-/// Ownership:  owns its nodes. A pointer to a node holds until the next change.
-/// Threads:    one thread at a time; evaluation from any number beside each other.
-/// Errors:     an index outside changes nothing and answers null, -1 or false.
+/// Ownership:  owns its nodes. A pointer to a node is valid until the next change.
+/// Threads:    one thread at a time; evaluation from any number of threads at once.
+/// Errors:     an index outside the nodes changes nothing and returns null, -1 or false.
 /// Cost:       evaluate() is a binary search and at most four conversions of colour; no heap.
 #pragma once
 
@@ -38,14 +38,14 @@ public:
     {
         return myNodes.isValidIndex(index) ? &myNodes[index] : nullptr;
     }
-    /// Puts a node before the one at the index, or behind the last. It may make it the selected
-    /// one. Positions aren't looked at: see reorderNodes().
+    /// Inserts a node before the one at the index, or after the last. It can become the selected
+    /// one. Positions aren't checked: see reorderNodes().
     bool insertNode(int index, float position, const float rgba[4], KIT_SPLINE_BASIS basis,
                     bool select);
     bool removeNode(int index);
-    /// Changes a node's position and keeps the order. Answers where the node is now.
+    /// Changes a node's position and keeps the order. Returns the node's new index.
     int moveNode(int index, float position);
-    /// Sorts by position; nodes at one position stay in their order, nodes at none (NaN) come last.
+    /// Sorts by position; nodes at equal positions keep their order, NaN positions come last.
     void reorderNodes();
     /// Removes all nodes; order and colour type stay.
     void clearAndDestroy();
@@ -56,22 +56,22 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Settings
     // ---------------------------------------------------------------- //
-    /// The space that colours are blended in; at first KIT_COLORTYPE_RGB.
+    /// The space that colours are blended in; initially KIT_COLORTYPE_RGB.
     KIT_ColorType getColorType() const { return myColorType; }
     void setColorType(KIT_ColorType type) { myColorType = type; }
     bool getStrictOrder() const { return myStrictOrderFlag; }
     void setStrictOrder(bool on) { myStrictOrderFlag = on; }
 
     // ---------------------------------------------------------------- //
-    /// \name Evaluation   (the nodes being in order)
+    /// \name Evaluation   (nodes must be in order)
     // ---------------------------------------------------------------- //
-    /// The colour at a position. Before the first node and behind the last it is theirs; where
+    /// The colour at a position. Before the first node and after the last it is theirs; where
     /// nodes share a position, that of the last of them; zero everywhere without nodes. At a node
-    /// it is the node's to the bit, unless it is one inside a B-spline.
+    /// it is exactly the node's, unless the node is inside a B-spline run.
     ///
-    /// Hues go the shorter way round, and a grey has the hue of its neighbour. Where a colour next
-    /// to a segment has no place in the space (KITisColorInSpace), the segment blends in RGB.
-    /// Alpha is blended as it is.
+    /// Hues take the shorter way round, and a grey takes the hue of its neighbour. Where a colour
+    /// next to a segment can't be represented in the space (KITisColorInSpace), the segment blends
+    /// in RGB. Alpha is blended directly.
     void evaluate(float position, float rgba[4]) const;
     /// The value of a float ramp at a position, by the same rules.
     float evaluateFloat(float position) const;

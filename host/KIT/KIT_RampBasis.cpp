@@ -5,8 +5,8 @@
 namespace
 {
 
-/// Widths and slopes of the three stretches between the four keys. A stretch that isn't there, or
-/// has no width, has width 0: it is a jump, and no slope comes from it.
+/// Widths and slopes of the three stretches between the four keys. A stretch that doesn't exist, or
+/// is a jump, has width 0 and contributes no slope.
 struct Stretches
 {
     double widths[3];
@@ -26,7 +26,7 @@ Stretches stretchesOf(const KIT_RampSegment &segment, const double values[4])
     return out;
 }
 
-/// The cubic with these values at both ends and these slopes, `t` from 0 to 1.
+/// The cubic with these values and slopes at its ends, `t` from 0 to 1.
 double cubic(double from, double to, double slopeFrom, double slopeTo, double width, double t)
 {
     const double t2 = t * t;
@@ -36,9 +36,9 @@ double cubic(double from, double to, double slopeFrom, double slopeTo, double wi
            width * ((t3 - 2.0 * t2 + t) * slopeFrom + (t3 - t2) * slopeTo);
 }
 
-// The slope functions take a key with the stretch that is evaluated (`own`), the one on the key's
-// other side (`next`, of width 0 at the end of the ramp), and the one beyond the segment's far key
-// (`far`).
+// The slope functions take, for a key, the stretch that is evaluated (`own`), the one on the key's
+// other side (`next`, of width 0 at the end of the ramp), and the one beyond the segment's other
+// key (`far`).
 
 struct Stretch
 {
@@ -52,7 +52,7 @@ double catmullRomSlope(const Stretch &own, const Stretch &next)
     return (own.slope * own.width + next.slope * next.width) / width;
 }
 
-/// The parabola through three keys, at the end of `own` that is away from `other`.
+/// The slope of the parabola through three keys, at the end of `own` that is away from `other`.
 double endSlope(const Stretch &own, const Stretch &other)
 {
     if (other.width == 0.0) {
@@ -74,7 +74,7 @@ double monotoneSlope(const Stretch &own, const Stretch &next, const Stretch &far
 {
     if (next.width == 0.0) {
         const double slope = endSlope(own, far);
-        // Beyond three times the segment's own slope a cubic leaves the values of its keys.
+        // Above three times the segment's own slope a cubic overshoots the values of its keys.
         const double least = std::fmin(0.0, 3.0 * own.slope);
         const double most = std::fmax(0.0, 3.0 * own.slope);
         return std::fmin(std::fmax(slope, least), most);

@@ -1,5 +1,5 @@
 /// \file KIT_RampBasis.h
-/// The curves that run from one key of a ramp to the next.
+/// The curves between the keys of a ramp.
 ///
 /// Vocabulary: *segment* = the stretch between two keys, shaped by the basis of the first;
 ///             *slope* = value per position; *run* = neighbouring segments of one basis.
@@ -11,15 +11,17 @@
 /// |---|---|---|
 /// | constant | none: the first key's value all along | yes, and jumps at the second |
 /// | linear | none | yes |
-/// | Catmull-Rom | that of the chord from the key before to the key behind | yes |
-/// | monotone cubic | weighted harmonic mean of the slopes on both sides, 0 at a peak (F. N. Fritsch, J. Butland, 1984) | yes, never beyond their values |
+/// | Catmull-Rom | that of the chord from the key before to the key after | yes |
+/// | monotone cubic | weighted harmonic mean of the slopes on both sides, 0 at a peak (F. N.
+/// Fritsch, J. Butland, 1984) | yes, never beyond their values |
 /// | Bezier | level handles, a third of the segment long | yes, never beyond their values |
-/// | B-spline | uniform cubic over the keys' values, doubled by reflection at the ends of a run | only at the ends of a run |
+/// | B-spline | uniform cubic over the keys' values, doubled by reflection at the ends of a run |
+/// only at the ends of a run |
 /// | Hermite | that of the parabola through the key and its neighbours (Bessel) | yes |
 ///
 /// At a first or last key, Catmull-Rom takes the slope of the segment itself, Hermite that of the
-/// parabola through the three keys next to it, the monotone one the same as far as no value is
-/// passed.
+/// parabola through the three keys next to it, the monotone one the same, limited so that no value
+/// is overshot.
 #pragma once
 
 #include <BAS/BAS_API.h>
@@ -38,13 +40,13 @@ enum KIT_SPLINE_BASIS : int32_t
     KIT_BASIS_HERMITE = 7
 };
 
-/// A segment from key 1 to key 2, with the keys before and behind it. The positions don't decrease,
+/// A segment from key 1 to key 2, with the keys before and after it. The positions don't decrease,
 /// and those of 1 and 2 differ.
 struct KIT_RampSegment
 {
     KIT_SPLINE_BASIS basis = KIT_BASIS_CONSTANT;
-    bool beforeFlag = false; ///< key 0 is there (for a B-spline: and starts one)
-    bool behindFlag = false; ///< key 3 is there (for a B-spline: key 2 starts one)
+    bool beforeFlag = false; ///< key 0 exists (for a B-spline: and starts one)
+    bool behindFlag = false; ///< key 3 exists (for a B-spline: key 2 starts one)
     double positions[4] = {};
 };
 

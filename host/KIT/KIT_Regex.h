@@ -1,18 +1,18 @@
 /// \file KIT_Regex.h
-/// A regular expression, tried on whole texts.
+/// A regular expression that is matched against whole texts.
 ///
 /// Vocabulary: *pattern* = the syntax of RE2: that of Perl without back references and look-around.
-///             *whole text* = the pattern must account for every byte: "b" does not match "abc",
+///             *whole text* = the pattern must match every byte: "b" does not match "abc",
 ///             ".*b.*" does.
-/// Units:      patterns and texts are UTF-8. A byte that is no UTF-8 makes a pattern invalid; in a
-///             text nothing but the pattern's \C matches it.
+/// Units:      patterns and texts are UTF-8. A byte that isn't UTF-8 makes a pattern invalid; in a
+///             text only the pattern's \C matches it.
 /// Ownership:  owns its compiled pattern.
 /// Threads:    immutable; matching from any thread.
-/// Errors:     a pattern that can't be compiled, or is too large to be, is not valid and matches
-///             nothing. Nothing is reported.
-/// Cost:       linear in the text, whatever the pattern, so that patterns may come from files.
-///             Compiling costs far more than a match: keep the object where it is used again. A
-///             pattern takes 8 MB at most, in memory that it gives back when it goes.
+/// Errors:     a pattern that can't be compiled, or is too large, is not valid and matches nothing.
+///             Nothing is reported.
+/// Cost:       linear in the text for every pattern, so that patterns may come from files.
+///             Compiling costs far more than a match: keep the object for repeated use. A
+///             pattern takes at most 8 MB, which are freed with it.
 
 #pragma once
 

@@ -2,21 +2,21 @@
 /// The mixin that sends `new` and `delete` of a class to the small-object allocator.
 ///
 /// Vocabulary: the four numbers are the least and the greatest object size that the class is meant
-///             for, a reserved number, and the alignment of the pages; they name the pool, and the
-///             allocator behind serves every size.
+///             for, a reserved number, and the alignment of the pages; they name the pool. The
+///             allocator itself serves every size.
 /// Ownership:  as with plain `new` and `delete`.
 /// Threads:    any thread, see KIT_SmallObjectAllocator.
 /// Errors:     out of memory throws std::bad_alloc.
 ///
 /// Adds no data to the class. A class that is deleted through a base needs a virtual destructor, as
-/// always; the size that reaches the allocator is then that of the whole object. Types with an
-/// alignment above 16 must not use the mixin.
+/// always; the allocator then gets the size of the whole object. Types with an alignment above 16
+/// must not use the mixin.
 
 #pragma once
 
 #include <KIT/KIT_SmallObjectAllocator.h>
 
-/// What a class without other base derives from.
+/// The base of a class that has no other.
 class KIT_SmallObjectBase
 {};
 

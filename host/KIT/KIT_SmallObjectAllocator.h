@@ -2,8 +2,8 @@
 /// The allocator of the many small objects: parameters, their values, channels, graph nodes.
 ///
 /// Units:      sizes in bytes.
-/// Ownership:  whoever allocates gives back, with the same size.
-/// Threads:    any thread; memory may be given back by another thread than the one that took it.
+/// Ownership:  the allocating code frees the memory, with the same size.
+/// Threads:    any thread; memory may be freed by another thread than the one that allocated it.
 /// Errors:     out of memory throws std::bad_alloc, as operator new does.
 /// Cost:       a per-thread free list; no lock in the common case.
 
@@ -25,6 +25,6 @@ public:
         }
         return memory;
     }
-    /// Null is allowed. The size is the one that was asked for.
+    /// Null is allowed. The size is the one that was allocated.
     static void deallocate(void *memory, size_t /*size*/) noexcept { BASfastFree(memory); }
 };

@@ -21,7 +21,7 @@ char toLower(char c)
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
 }
 
-/// Whether a word ends at this place: not both neighbours are part of one.
+/// Whether a word starts or ends here: not both neighbours are word characters.
 bool isWordEdge(std::string_view text, size_t at)
 {
     return at == 0 || at >= text.size() || !BASisWordChar(text[at - 1]) || !BASisWordChar(text[at]);
@@ -518,7 +518,7 @@ int KIT_String::replaceWhere(const char *from, const char *to, int limit, Accept
         return 0;
     }
     made.append(text.substr(done));
-    // Shorter than it must be means that memory ran out on the way.
+    // A shorter result means that memory ran out on the way.
     const size_t replaced = static_cast<size_t>(count);
     if (made.length() != text.size() - replaced * old.size() + replaced * replacement.size()) {
         return 0;

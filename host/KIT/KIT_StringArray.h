@@ -1,8 +1,8 @@
 /// \file KIT_StringArray.h
 /// A growing list of strings.
 ///
-/// Units:      indices are 0-based and 64 bits wide; -1 stands for "none".
-/// Ownership:  it owns the strings. Appending copies the text.
+/// Units:      indices are 0-based and 64 bits wide; -1 means "none".
+/// Ownership:  owns the strings. Appending copies the text.
 /// Threads:    one thread at a time; const calls from any.
 /// Errors:     as KIT_Array.
 
@@ -14,16 +14,16 @@
 class KIT_API KIT_StringArray : public KIT_Array<KIT_String>
 {
 public:
-    /// Appends a copy of the text, answers its index. A null pointer appends an unset string.
+    /// Appends a copy of the text, returns its index. A null pointer appends an unset string.
     int64_t append(const char *text);
 
     /// Appends a copy of that many bytes.
     int64_t append(const char *text, size_t length);
 
-    /// Appends the string, which keeps its text if it is an owned one.
+    /// Appends the string; an owned text is moved, not copied.
     int64_t append(KIT_String text);
 
-    /// The index of the first string with this text at or behind `start`, -1 if there is none. An
+    /// The index of the first string with this text at or after `start`, -1 if there is none. An
     /// unset string is found as "".
     int64_t find(const char *text, int64_t start = 0) const;
 
@@ -33,6 +33,6 @@ public:
     /// The strings with the separator between them.
     void join(const char *separator, KIT_String &out) const;
 
-    /// Heap bytes of the array and its strings, and the own size when inclusive.
+    /// Heap bytes of the array and its strings, and the object's own size when inclusive.
     int64_t getMemoryUsage(bool inclusive) const;
 };

@@ -12,7 +12,7 @@
 namespace
 {
 
-/// These append what the run at `at` stands for and answer where it ends.
+/// These append the text of the run at `at` and return where it ends.
 const char *takePlainRun(const char *at, KIT_WorkBuffer &out)
 {
     const char *const end = std::strchr(at + 1, '\'');

@@ -1,13 +1,13 @@
 /// \file KIT_StringHolder.h
-/// A text reference that keeps its text alive: what classes store.
+/// A text reference that keeps its text alive; use it for members.
 ///
 /// Vocabulary: as in KIT_StringRef.h.
 /// Ownership:  the text is a counted copy, shared with every reference and holder copied from it.
 ///             Only the shared empty value (and what is copied from it) points at a literal.
 /// Threads:    as KIT_StringRef.
 /// Errors:     the null state when memory is exhausted.
-/// Cost:       passing a holder where a `const KIT_StringRef &` is asked for costs nothing; taking
-///             a counted reference over raises one count; anything else copies the text.
+/// Cost:       passing a holder as `const KIT_StringRef &` costs nothing; copying a counted
+///             reference increments one count; anything else copies the text.
 
 #pragma once
 
@@ -25,7 +25,7 @@ public:
     /// Copies the text; a null pointer gives the null state.
     KIT_StringHolder(const char *text);
 
-    /// Copies that many bytes, which need no NUL behind them.
+    /// Copies that many bytes, which need no NUL after them.
     KIT_StringHolder(const char *text, size_t length);
 
     /// Shares counted storage, copies a borrowed text.

@@ -10,7 +10,7 @@
 
 namespace
 {
-/// The end of the set that begins at `[`, null if it isn't closed. A `]` in front is a member.
+/// The end of the set that begins at `[`, null if it isn't closed. A leading `]` is a member.
 const char *findSetEnd(const char *set)
 {
     const char *at = set + 1;
@@ -37,7 +37,7 @@ bool isInSet(const char *set, const char *end, char c)
     return foundFlag != noneFlag;
 }
 
-/// Matches one byte against one element of the pattern, and moves behind the element.
+/// Matches one byte against one element of the pattern, and moves past the element.
 bool matchOne(const char *&pattern, char c)
 {
     if (*pattern == '?') {
@@ -66,7 +66,7 @@ size_t countDigits(const char *at)
     return count;
 }
 
-/// Compares two runs of digits by their numbers and moves behind both.
+/// Compares two runs of digits by their numbers and moves past both.
 int compareDigits(const char *&a, const char *&b)
 {
     while (*a == '0') {
@@ -84,13 +84,13 @@ int compareDigits(const char *&a, const char *&b)
     return order;
 }
 
-/// The byte without case, as compare sees it.
+/// The byte as compare sees it, case folded.
 int foldByte(char c, bool ignoreCase)
 {
     return static_cast<unsigned char>(ignoreCase && c >= 'A' && c <= 'Z' ? c + 32 : c);
 }
 
-/// Appends what stands in the quoted run that begins here; the place behind it.
+/// Appends the content of the quoted run that begins here; returns the position after it.
 const char *unquote(const char *at, KIT_WorkBuffer &out)
 {
     const char quote = *at++;
@@ -110,7 +110,7 @@ bool KIT_String::matchPattern(const char *text, const char *pattern)
 {
     text = text ? text : "";
     pattern = pattern ? pattern : "";
-    // Only the last star is ever tried again, which keeps the time below text times pattern.
+    // Only the last star is retried, which bounds the time by text length times pattern length.
     const char *star = nullptr;
     const char *resume = nullptr;
     while (*text) {

@@ -1,4 +1,4 @@
-// The quoted form of KIT_String and what resolves it.
+// The quoted form of KIT_String and the resolving of escapes.
 
 #include <KIT/KIT_EscapePrivate.h>
 #include <KIT/KIT_String.h>
@@ -17,7 +17,7 @@ bool isControl(char c)
     return byte < 32 || byte == 127;
 }
 
-/// The letter that stands for a control byte behind a backslash; 0 if it is written in octal.
+/// The letter that escapes a control byte after a backslash; 0 if it is written in octal.
 char escapeLetter(char c)
 {
     switch (c) {
@@ -28,7 +28,7 @@ char escapeLetter(char c)
     }
 }
 
-/// The byte that this character behind a backslash stands for; 0 if for none.
+/// The byte that this letter after a backslash means; 0 if none.
 char escapedByte(char letter)
 {
     static constexpr char theLetters[] = "nrtabfv\"\\'`";
@@ -94,7 +94,7 @@ int KIT_String::expandControlSequences(int /*flags*/)
             from += letter ? 2 : 4;
             count++;
         } else {
-            // The byte behind a backslash that means nothing is never looked at as a start.
+            // The byte after a backslash without meaning must not start an escape itself.
             if (*from == '\\' && from[1]) {
                 *to++ = *from++;
             }

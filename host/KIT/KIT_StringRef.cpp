@@ -11,7 +11,7 @@
 
 namespace
 {
-/// Stands in front of every counted text.
+/// Precedes every counted text in memory.
 struct Block
 {
     std::atomic<uint64_t> uses{1};
@@ -60,7 +60,7 @@ void KIT_StringRef::makeCounted(const char *text, size_t length) noexcept
 
 void KIT_StringRef::borrowCut(const char *text) noexcept
 {
-    // The NUL would stand in the wrong place, so a text this long can't be borrowed.
+    // The NUL would be in the wrong place, so a text this long can't be borrowed.
     makeCounted(text, theMaxLength);
 }
 

@@ -1,17 +1,17 @@
 /// \file KIT_StringRef.h
-/// A reference to a text with its length and hash at hand: what every look-up by name is given.
+/// A reference to a text with its length and hash at hand: the argument of every look-up by name.
 ///
-/// Vocabulary: *borrowed* = points at a text that somebody else keeps (a literal, a static table).
+/// Vocabulary: *borrowed* = points at a text that the caller keeps (a literal, a static table).
 ///             *counted* = points at a shared copy with a use count. *null state* = no text at all,
 ///             which is not the same as the empty text. *harden* = make borrowed counted.
-/// Units:      lengths in bytes, at most 2^31 - 1; a longer text is cut to that.
+/// Units:      lengths in bytes, at most 2^31 - 1; a longer text is truncated to that.
 /// Ownership:  borrowed texts must outlive the reference and not change; counted ones are shared
-///             among all copies and freed with the last.
+///             by all copies and freed with the last.
 /// Threads:    copies in different threads are independent, the use count is atomic. One object is
 ///             changed by one thread at a time.
-/// Errors:     when memory is exhausted, what should have become counted becomes the null state.
+/// Errors:     when memory is exhausted, a text that should become counted becomes the null state.
 /// Cost:       from a `const char *`: one strlen and one pass of hashing, inline, no allocation.
-///             Comparing looks at hash and length first. Copying a borrowed one copies 16 bytes.
+///             Comparing checks hash and length first. Copying a borrowed one copies 16 bytes.
 
 #pragma once
 
@@ -26,7 +26,7 @@
 
 class KIT_String;
 
-/// The 32-bit hash of a text, the same on every run; never 0, which stands for no text.
+/// The 32-bit hash of a text, the same on every run; never 0, which means no text.
 inline uint32_t KIThashText(const char *text, size_t length);
 
 class KIT_API KIT_StringRef
@@ -48,7 +48,7 @@ public:
         }
     }
 
-    /// Borrows the first `length` bytes; the byte behind them must be the text's NUL.
+    /// Borrows the first `length` bytes; the byte after them must be the text's NUL.
     KIT_StringRef(const char *text, size_t length) noexcept
     {
         if (text) {
@@ -159,17 +159,17 @@ public:
     bool operator==(const char *text) const { return equals(text); }
     bool operator!=(const char *text) const { return !equals(text); }
 
-    /// Bytewise order, a shorter text before what it starts, the null state before all.
+    /// Bytewise order, a prefix before the longer text, the null state before all.
     bool operator<(const KIT_StringRef &other) const;
 
     // ---------------------------------------------------------------- //
     /// \name Changing   (one thread at a time)
     // ---------------------------------------------------------------- //
-    /// Makes a borrowed text a counted copy; leaves a counted one and the null state as they are.
-    /// An empty text needs no storage: it goes over to a literal that lives for ever.
+    /// Makes a borrowed text a counted copy; leaves a counted one and the null state unchanged.
+    /// An empty text needs no storage: it becomes a literal that is never freed.
     void harden();
 
-    /// Goes to the null state.
+    /// Becomes the null state.
     void clear()
     {
         if (isCounted()) {
@@ -189,21 +189,22 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Streams and accounts
     // ---------------------------------------------------------------- //
-    /// Writes the length as a little-endian 32-bit word, then the bytes. The null state writes as
-    /// the empty text.
+    /// Writes the length as a little-endian 32-bit integer, then the bytes. The null state is
+    /// written as the empty text.
     void saveBinary(std::ostream &os) const;
 
-    /// Bytes of counted storage (in full, however many share it), and the own size when inclusive.
+    /// Bytes of counted storage (in full, however many share it), and the object's own size when
+    /// inclusive.
     int64_t getMemoryUsage(bool inclusive) const;
 
 protected:
-    /// For statics that must stand before any code runs: borrows a literal with its known hash.
+    /// For statics that must exist before any code runs: borrows a literal with its known hash.
     constexpr KIT_StringRef(const char *text, uint32_t length, uint32_t hash) noexcept
         : myText(text), myLength(length), myHash(hash)
     {}
 
-    /// Takes a counted copy of the text, which is cut if too long. Writes over what was held
-    /// before, so that must not be counted.
+    /// Takes a counted copy of the text, truncated if too long. Overwrites the members without
+    /// releasing them, so the old text must not be counted.
     void makeCounted(const char *text, size_t length) noexcept;
 
 private:
@@ -282,7 +283,7 @@ constexpr uint64_t theKey0 = 0xa0761d6478bd642fULL;
 constexpr uint64_t theKey1 = 0xe7037ed1a0b428dbULL;
 constexpr uint64_t theKey2 = 0x8ebc6af09c88c6e3ULL;
 
-/// What the empty text hashes to, known before any code runs.
+/// The hash of the empty text, known before any code runs.
 constexpr uint32_t theEmptyHash = 0x9e3779b9u;
 } // namespace KIT_HashDetail
 
@@ -298,7 +299,7 @@ inline uint32_t KIThashText(const char *text, size_t length)
             state = mix(state ^ read8(text), theKey2);
             text += 8;
         }
-        // The last 16 bytes overlap what was read: no byte behind the text is touched.
+        // The last 16 bytes overlap what was read: no byte after the text is touched.
         a = read8(last);
         b = read8(last + 8);
     } else if (length >= 8) {

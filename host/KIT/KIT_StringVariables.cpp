@@ -1,4 +1,4 @@
-// Variables of the environment inside of texts.
+// Environment variables inside texts.
 
 #include <KIT/KIT_String.h>
 
@@ -11,7 +11,7 @@
 namespace
 {
 
-/// The name of the variable at a "$", and how long both are; an empty name for none.
+/// The name of the variable at a "$", and the length of both; an empty name if there is none.
 std::string_view nameAt(std::string_view text, size_t &length)
 {
     const bool braces = text.size() > 1 && text[1] == '{';

@@ -85,7 +85,7 @@ bool KIT_TokenString::reserve(size_t size)
 }
 
 // -------------------------------------------------------------------- //
-// Appending: a tag, then a size that the tag fixes or that stands in front of the text
+// Appending: a tag, then a size that is implied by the tag or precedes the text
 // -------------------------------------------------------------------- //
 
 void KIT_TokenString::add(char tag, const void *value, size_t size, const void *more,

@@ -2,10 +2,10 @@
 /// A key built by appending values: two keys are equal exactly when the same values of the same
 /// kinds were appended in the same order.
 ///
-/// Vocabulary: *kind* = the argument type of the append; a tag byte in front of each value and a
-///             length in front of each text keep different sequences apart.
+/// Vocabulary: *kind* = the argument type of the append; a tag byte before each value and a
+///             length before each text keep different sequences apart.
 /// Units:      bytes. Doubles are keyed by their bits: 0.0 and -0.0 differ, a NaN equals itself.
-/// Ownership:  it owns its bytes; texts are copied in.
+/// Ownership:  owns its bytes; texts are copied in.
 /// Threads:    one thread at a time; const calls from any.
 /// Errors:     when memory is exhausted an append adds nothing.
 /// Cost:       no heap below 112 bytes.
@@ -30,14 +30,14 @@ public:
 
     void append(double value);
     void append(int value);
-    /// With `wide` the key that the 64-bit form makes of the number.
+    /// With `wide` the key is the one that the 64-bit form makes of the number.
     void append(int value, bool wide);
     void append(int64_t value);
     void append(char value);
     void append(uint8_t value);
     void append(uint16_t value);
 
-    /// A null pointer is a value of its own, not the empty text.
+    /// A null pointer is distinct from the empty text.
     void append(const char *text);
     void append(const char *text, size_t length);
 
@@ -53,13 +53,13 @@ public:
     bool operator==(const KIT_TokenString &other) const { return view() == other.view(); }
     bool operator!=(const KIT_TokenString &other) const { return view() != other.view(); }
 
-    /// Any fixed order.
+    /// Some fixed order.
     bool operator<(const KIT_TokenString &other) const { return view() < other.view(); }
 
     /// Starts again; the memory is kept.
     void clear() { mySize = 0; }
 
-    /// Heap bytes, and the own size when inclusive.
+    /// Heap bytes, and the object's own size when inclusive.
     int64_t getMemoryUsage(bool inclusive) const;
 
 private:

@@ -1,7 +1,7 @@
 /// \file KIT_ValArray.h
 /// A KIT_Array of plain values: numbers, pointers and records that can be copied byte by byte.
 ///
-/// Everything else is told in KIT_Array.h. The type of its own says in an interface that the
+/// Everything else is described in KIT_Array.h. The separate type shows in an interface that the
 /// elements own nothing.
 
 #pragma once

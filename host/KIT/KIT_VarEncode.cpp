@@ -42,7 +42,7 @@ void encode(std::string_view text, KIT_WorkBuffer &out)
     }
 }
 
-/// The value of a lower-case hexadecimal digit, -1 for another character or the end.
+/// The value of a lower-case hexadecimal digit; -1 for another character or the end.
 int hexValue(std::string_view text, size_t at)
 {
     const char *const end = theHexDigits + 16;
@@ -50,7 +50,7 @@ int hexValue(std::string_view text, size_t at)
     return found == end ? -1 : static_cast<int>(found - theHexDigits);
 }
 
-/// False when the text is no code at all.
+/// False when the text is not a code.
 bool decodeBody(std::string_view body, KIT_WorkBuffer &out)
 {
     for (size_t i = 0; i < body.size(); i++) {
@@ -76,7 +76,7 @@ void decode(std::string_view text, KIT_WorkBuffer &out)
 {
     KIT_WorkBuffer decoded;
     KIT_WorkBuffer again;
-    // Only what encoding would have made is a code: anything else is a name of its own.
+    // Only what encoding would have produced is a code: anything else is an ordinary name.
     if (isCoded(text) && decodeBody(text.substr(thePrefix.size()), decoded)) {
         encode(decoded.view(), again);
         if (again.view() == text) {

@@ -2,10 +2,10 @@
 /// The words that a text was split into.
 ///
 /// Units:      indices from 0.
-/// Ownership:  owns the words, one behind the other in one buffer. A pointer to a word holds until
-///             the next change.
+/// Ownership:  owns the words, one after the other in one buffer. A pointer to a word is valid
+///             until the next change.
 /// Threads:    one thread at a time; meant for the stack.
-/// Errors:     an index outside gives null.
+/// Errors:     an index outside the words gives null.
 /// Cost:       no heap for the words of a short text.
 
 #pragma once
@@ -38,7 +38,7 @@ public:
             myText.truncate(start);
         }
     }
-    /// Forgets the words; the memory is kept.
+    /// Removes all words; the memory is kept.
     void clear()
     {
         myText.clear();

@@ -111,7 +111,7 @@ void KIT_WorkBuffer::appendQuoted(std::string_view text)
 
 int KIT_WorkBuffer::sprintf(const char *format, ...)
 {
-    // Composed apart, as the arguments may lie in what is about to be replaced.
+    // Formatted into a second buffer, as the arguments may lie in the text that is replaced.
     KIT_WorkBuffer made;
     va_list args;
     va_start(args, format);
@@ -168,7 +168,7 @@ void KIT_WorkBuffer::strcpy(const char *text)
 {
     const size_t length = text ? std::strlen(text) : 0;
     if (length < myCapacity) {
-        // A text in this very buffer always comes here.
+        // Also reached for every text inside this buffer.
         std::memmove(myData, text ? text : "", length);
         myLength = length;
         myData[length] = '\0';

@@ -1,12 +1,12 @@
 /// \file KIT_WorkBuffer.h
-/// A growing text buffer: the scratch in which texts are composed.
+/// A growing text buffer in which texts are composed.
 ///
 /// Vocabulary: *inline* = the first 2,000 bytes, inside the object; beyond that the heap, doubling.
-/// Units:      bytes. The text always has a NUL behind it that isn't counted; it may hold NULs.
-/// Ownership:  it owns its bytes. Pointers into it last until the next change.
+/// Units:      bytes. The text always has a NUL after it that isn't counted; it may contain NULs.
+/// Ownership:  owns its bytes. Pointers into it are valid until the next change.
 /// Threads:    one thread at a time; meant for the stack.
 /// Errors:     nothing throws. When memory is exhausted an append adds nothing.
-/// Cost:       no heap below 2,000 bytes. The object is that large: don't store many.
+/// Cost:       no heap below 2,000 bytes. The object itself is that large: don't store many.
 
 #pragma once
 
@@ -30,7 +30,7 @@ public:
     ~KIT_WorkBuffer();
 
     // ---------------------------------------------------------------- //
-    /// \name Appending   (a text inside this very buffer is allowed)
+    /// \name Appending   (a text inside this buffer is allowed)
     // ---------------------------------------------------------------- //
     /// Null appends nothing.
     void append(const char *text)
@@ -52,18 +52,18 @@ public:
         }
     }
 
-    /// That many of the same character; none when negative.
+    /// That many of the same character; none for a negative count.
     void appendRepeated(char c, int64_t count);
 
-    /// The shortest text that reads back as the same number, in every locale.
+    /// The shortest text that reads back as the same number, the same in every locale.
     void appendNumber(double value);
     void appendNumber(int64_t value);
 
-    /// The text in double quotes, with escapes (KIT_String.h tells which).
+    /// The text in double quotes, with the escapes of KIT_String.h.
     void appendQuoted(std::string_view text);
 
-    /// printf. `sprintf` replaces what is there. Floats follow the C locale of the program: use
-    /// appendNumber for what is read again. The arguments may lie inside this buffer.
+    /// printf. `sprintf` replaces the present text. Floats follow the C locale of the program: use
+    /// appendNumber for text that is read again. The arguments may lie inside this buffer.
     int sprintf(const char *format, ...) __attribute__((format(printf, 2, 3)));
     int appendSprintf(const char *format, ...) __attribute__((format(printf, 2, 3)));
     int appendVsprintf(const char *format, va_list args) __attribute__((format(printf, 2, 0)));
@@ -101,10 +101,10 @@ public:
     /// Replaces the text.
     void strcpy(const char *text);
 
-    /// Keeps the first `length` bytes; a larger number changes nothing.
+    /// Keeps the first `length` bytes; does nothing for a larger number.
     void truncate(size_t length);
 
-    /// Takes the last byte away, if there is one.
+    /// Removes the last byte, if there is one.
     void backUp()
     {
         if (myLength) {
@@ -112,11 +112,11 @@ public:
         }
     }
 
-    /// Takes blanks off the end, or off the start.
+    /// Removes blanks from the end, or from the start.
     void removeTrailingSpace();
     void removeLeadingSpace();
 
-    /// Room for that many bytes at once. False when memory is exhausted.
+    /// Allocates room for that many bytes at once. False when memory is exhausted.
     bool reserve(size_t length) { return length < myCapacity || grow(length); }
 
 private:

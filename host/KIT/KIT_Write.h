@@ -1,5 +1,5 @@
 /// \file KIT_Write.h
-/// Binary output: numbers as little endian bytes, strings with their length in front.
+/// Binary output: numbers as little endian bytes, strings preceded by their length.
 ///
 /// Threads:    one thread at a time for each stream.
 /// Errors:     a failed write leaves the stream's own fail state set; KITcheckOutStream() turns
@@ -23,9 +23,9 @@ KIT_API void KITwrite(std::ostream &stream, double value);
 /// A uint32 length and the bytes, as KIT_IStream::readWorkBuffer(text, true) reads them. Null is
 /// written as "".
 KIT_API void KITwrite(std::ostream &stream, const char *text);
-/// A truth value has no binary form of its own: write the number that is meant.
+/// A boolean has no binary form of its own: write the number that is meant.
 void KITwrite(std::ostream &stream, bool value) = delete;
 
-/// True for a stream in good state. For a failed one a common error (severity 4) with the label,
-/// and with the detail unless that is null, is added to the thread's error manager.
+/// True for a stream in good state. For a failed one it adds a common error (severity 4) with the
+/// label, and with the detail unless that is null, to the thread's error manager.
 KIT_API bool KITcheckOutStream(std::ostream &stream, const char *label, const char *detail);
