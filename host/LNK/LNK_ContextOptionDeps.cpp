@@ -24,8 +24,8 @@ void LNKaddContextOptionDep(LNK_ContextOptionDepsPtr &pointer, BAS_ByteLock &loc
                             const KIT_StringRef &name)
 {
     if (name.length() > 0) {
-        // A copy goes in: when two threads add one name at the same moment, the set compares with
-        // what it was given once more, and would find a moved one empty.
+        // Insert a copy: when two threads add one name at the same moment, the set compares its
+        // argument a second time and would find a moved-from one empty.
         const KIT_StringHolder holder(name);
         LNKcreateContextOptionDepsFromPtr(pointer, lock).insert(holder);
     }

@@ -1,13 +1,13 @@
 /// \file LNK_ContextOptionDeps.h
-/// The names of the context options that a value was computed from; made with the first name.
+/// The names of the context options that a value depends on; created with the first name.
 ///
-/// Vocabulary: *context option* = a named setting of one evaluation, handed down from whoever asks
-///             for a value.
+/// Vocabulary: *context option* = a named setting of one evaluation, passed down by the caller that
+///             requests a value.
 /// Ownership:  the pointer's owner deletes the set, or calls LNKclearContextOptionDeps().
-/// Threads:    names are added and read by any number of threads at once. Clearing belongs to one
-///             thread, while nobody adds or reads.
-/// Errors:     none; a null or empty name is left out.
-/// Cost:       one pointer for whoever depends on nothing.
+/// Threads:    names are added and read by any number of threads at once. One thread may clear,
+///             while no other adds or reads.
+/// Errors:     none; a null or empty name is ignored.
+/// Cost:       one pointer for a value without dependencies.
 
 #pragma once
 
@@ -20,7 +20,7 @@
 class KIT_StringArray;
 class KIT_StringRef;
 
-/// The set itself: LNK_ContextOptionSet.h, for those that walk it.
+/// The set itself: LNK_ContextOptionSet.h, for code that iterates over it.
 class LNK_ContextOptionDeps;
 using LNK_ContextOptionDepsPtr = std::atomic<LNK_ContextOptionDeps *>;
 
@@ -31,12 +31,12 @@ LNKgetContextOptionDepsFromPtr(const LNK_ContextOptionDepsPtr &pointer)
     return pointer.load(std::memory_order_acquire);
 }
 
-/// The set, made if it isn't there: whoever asks at the same moment gets the same one. The lock is
-/// held only while it is made.
+/// The set, created if it doesn't exist; callers at the same moment get the same one. The lock is
+/// held only for the creation.
 KIT_API LNK_ContextOptionDeps &LNKcreateContextOptionDepsFromPtr(LNK_ContextOptionDepsPtr &pointer,
                                                                  BAS_ByteLock &lock);
 
-/// Adds a name to the set, making it if it isn't there.
+/// Adds a name to the set, creating it if it doesn't exist.
 KIT_API void LNKaddContextOptionDep(LNK_ContextOptionDepsPtr &pointer, BAS_ByteLock &lock,
                                     const KIT_StringRef &name);
 
@@ -47,5 +47,5 @@ KIT_API void LNKclearContextOptionDeps(LNK_ContextOptionDepsPtr &pointer, BAS_By
 KIT_API void LNKlistContextOptionDeps(const LNK_ContextOptionDepsPtr &pointer,
                                       KIT_StringArray &names);
 
-/// Bytes of the set and its entries, 0 without one.
+/// Bytes of the set and its entries, 0 if there is none.
 KIT_API int64_t LNKgetContextOptionDepsMemory(const LNK_ContextOptionDepsPtr &pointer);

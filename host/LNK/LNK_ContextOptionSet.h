@@ -1,8 +1,8 @@
 /// \file LNK_ContextOptionSet.h
-/// The set of names behind LNK_ContextOptionDeps.h.
+/// The set type behind LNK_ContextOptionDeps.h.
 ///
-/// Ownership:  as there. Its memory comes from where BASfastAllocate() takes it.
-/// Threads:    grown and walked from any thread at once.
+/// Ownership:  as there. Its memory comes from the allocator of BASfastAllocate().
+/// Threads:    added to and iterated over from any thread at once.
 
 #pragma once
 

@@ -9,17 +9,17 @@
 
 /// Guards the edges of all nodes: an edge has two ends, and edges change rarely.
 static std::mutex theEdgeLock;
-/// Guards the walk marks; taken before the edge lock.
+/// Guards the walk marks; locked before the edge lock.
 static std::mutex theWalkLock;
 static uint32_t theLastWalk = 0;
-/// Held while a node's set of context options is made or taken away.
+/// Held while a node's set of context options is created or deleted.
 static BAS_ByteLock theContextOptionLock;
 
 // ------------------------------------------------------------------ //
 // Walks
 
 /// The nodes that a propagation still has to visit. The walks of a thread are chained, so that a
-/// node that is destroyed from inside a callback can take itself out of all of them.
+/// node destroyed from inside a callback can remove itself from all of them.
 struct LNK_MicroNode::Walk
 {
     Walk() : myOuter(theInnermost) { theInnermost = this; }
@@ -221,7 +221,7 @@ void LNK_MicroNode::dump(std::ostream &stream, const char *label, int level) con
     }
 }
 
-/// A text between double quotes, as DOT reads it; each line is set to the left.
+/// A text in double quotes, as DOT reads it; each line is left-aligned.
 static std::string quoteForDOT(const std::string &text)
 {
     std::string quoted = "\"";
@@ -240,7 +240,7 @@ static std::string quoteForDOT(const std::string &text)
 
 using NodeNumbers = std::unordered_map<const LNK_MicroNode *, int64_t>;
 
-/// Numbers all nodes that are linked with the first of `nodes`, in the order of finding them.
+/// Numbers all nodes that are connected with the first of `nodes`, in the order found.
 static void findLinked(KIT_Array<const LNK_MicroNode *> &nodes, NodeNumbers &numbers)
 {
     numbers.emplace(nodes[0], 0);

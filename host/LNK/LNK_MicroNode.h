@@ -1,17 +1,17 @@
 /// \file LNK_MicroNode.h
-/// A node of the dependency graph at the grain of one value.
+/// A node of the dependency graph that represents one value.
 ///
 /// Vocabulary: *input* = a node that this one depends on; *output* = a node that depends on this
-///             one; *dirty* = out of date since some input changed; *time dependent* = to be
-///             computed again when the time changes; *context option* = a named setting of one
+///             one; *dirty* = out of date since some input changed; *time dependent* = must be
+///             recomputed when the time changes; *context option* = a named setting of one
 ///             evaluation (see LNK_ContextOptionDeps.h).
 /// Ownership:  nodes own no other node. Destroying a node unlinks it from both sides.
-/// Threads:    the two marks are single bytes that any thread reads and writes, a lost update costs
+/// Threads:    the two flags are single bytes that any thread reads and writes, a lost update costs
 ///             one recomputation. Edges and the names of context options may be added and read from
-///             any thread. Clearing a node's inputs and destroying it belong to one thread, not while
-///             another propagates dirtiness through it or evaluates what it stands for.
+///             any thread. Clear a node's inputs or destroy it from one thread only, not while
+///             another propagates dirtiness through it or evaluates its value.
 /// Errors:     none.
-/// Cost:       a fresh node uses no heap. Adding an input looks through this node's inputs.
+/// Cost:       a fresh node uses no heap. Adding an input searches this node's inputs.
 ///             propagateDirty() visits each reachable node once.
 
 #pragma once
@@ -30,7 +30,7 @@
 class KIT_API LNK_MicroNode : public KIT_SmallObject<>
 {
 public:
-    /// What propagateDirty() calls for each node that it made dirty.
+    /// Called by propagateDirty() for each node that it made dirty.
     using DirtyCallback = std::function<void(LNK_MicroNode &)>;
 
     LNK_MicroNode() = default;
@@ -43,31 +43,32 @@ public:
     virtual ~LNK_MicroNode();
     /// The class's name. Base: "LNK_MicroNode".
     virtual const char *className() const;
-    /// Takes all inputs off, on both sides, and the names of context options. An override calls the
+    /// Removes all inputs, on both sides, and the names of context options. An override calls the
     /// base.
     virtual void clearInputs();
-    /// Appends the inputs in the order of their adding.
+    /// Appends the inputs in the order they were added.
     virtual void getInputs(KIT_Array<LNK_MicroNode *> &inputs) const;
-    /// Appends the outputs in the order of their adding. Propagation asks this for where to go, so
-    /// an override must not start a propagation itself.
+    /// Appends the outputs in the order they were added. Propagation calls it, so an override must
+    /// not start a propagation itself.
     virtual void getOutputs(KIT_Array<LNK_MicroNode *> &outputs) const;
     /// Bytes of the edges and names, and of the node when `inclusive`.
     virtual int64_t getMemoryUsage(bool inclusive) const;
     /// Writes the node as text, indented by twice the level: `label: className`, then the words
-    /// `dirty` and `timedep` where they hold, and one line for each input. A null label is left out.
+    /// `dirty` and `timedep` if they apply, and one line for each input. A null label is omitted.
     virtual void dump(std::ostream &stream, const char *label, int level) const;
-    /// Brings the node up to date. Base: clears the dirty mark.
+    /// Brings the node up to date. Base: clears the dirty flag.
     virtual void update();
-    /// Whether update() has something to do. Base: isDirty().
+    /// Whether update() has work to do. Base: isDirty().
     virtual bool requiresUpdate() const;
-    /// Called when propagation has made the node dirty. Base: nothing.
+    /// Called when propagation has made the node dirty. Base: does nothing.
     virtual void becameDirty();
 
     // ---------------------------------------------------------------- //
     /// \name Marks
     // ---------------------------------------------------------------- //
     bool isDirty() const { return BASload(myDirty) != 0; }
-    /// Sets the mark; with `propagate` a dirty one goes on to all outputs as by propagateDirty().
+    /// Sets the flag; with `propagate`, setting it also propagates to all outputs as
+    /// propagateDirty().
     void setDirty(bool dirty, bool propagate);
     bool isTimeDependent() const { return BASload(myTimeDependent) != 0; }
     void setTimeDependent(bool timeDependent)
@@ -78,9 +79,10 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Edges
     // ---------------------------------------------------------------- //
-    /// Adds an edge. False, and no change, for an edge that is there already or leads to itself.
+    /// Adds an edge. False, with no change, for an edge that exists or would lead to the node
+    /// itself.
     bool addExplicitInput(LNK_MicroNode &input);
-    /// Takes one edge off; false if there is none.
+    /// Removes one edge; false if there is none.
     bool removeInput(LNK_MicroNode &input);
     int64_t getNumInputs() const;
     int64_t getNumOutputs() const;
@@ -93,7 +95,7 @@ public:
     {
         return LNKgetContextOptionDepsFromPtr(myContextOptionDeps) != nullptr;
     }
-    /// Replaces `names` by those added, sorted.
+    /// Replaces `names` by the added ones, sorted.
     void getContextOptionDeps(KIT_StringArray &names) const
     {
         LNKlistContextOptionDeps(myContextOptionDeps, names);
@@ -103,15 +105,15 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Propagation, and the graph as text
     // ---------------------------------------------------------------- //
-    /// Makes this node dirty and every node that it reaches through outputs, and calls `callback`
-    /// (which may be empty) on each of them, this one first, each once, cycles or not. With
-    /// `cleanOnly` the way ends at outputs that are dirty already.
+    /// Makes this node and every node reachable through outputs dirty, and calls `callback` (which
+    /// may be empty) on each of them once, this one first, even in cycles. With `cleanOnly` it
+    /// doesn't continue past outputs that are dirty already.
     ///
-    /// The nodes are collected first. The callback may add and remove edges and destroy any node:
-    /// those destroyed before their turn are left out, and this node may be one of them.
+    /// The nodes are collected first. The callback may add and remove edges and destroy any node,
+    /// this one included: nodes destroyed before their turn are skipped.
     void propagateDirty(DirtyCallback callback, bool cleanOnly);
 
-    /// Writes the nodes that are linked with this one, however far, as a graph in the DOT language.
+    /// Writes all nodes connected with this one, directly or not, as a graph in the DOT language.
     /// Dirty nodes are drawn filled, time dependent ones with a double edge.
     void dumpAsDOT(std::ostream &stream, const char *graphName = nullptr) const;
     /// The same for these nodes, in their order, and the edges between them.

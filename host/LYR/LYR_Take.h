@@ -1,7 +1,7 @@
 /// \file LYR_Take.h
 /// A take: a named layer of parameter values, in a tree under the master take.
 ///
-/// Vocabulary: *definition* = the take's own value for a parameter, known by the parameter's data id.
+/// Vocabulary: *definition* = the take's own value for a parameter, stored by its data id.
 /// Ownership:  owns its children.
 /// Threads:    main thread.
 /// Errors:     names are not checked for duplicates.
@@ -29,13 +29,13 @@ public:
     /// Null for the master take.
     LYR_Take *getParent() const { return myParent; }
 
-    /// The children in the order of their making.
+    /// The children in the order of their creation.
     const KIT_Array<LYR_Take *> &getChildren() const { return myChildren; }
-    /// Makes a child at the end.
+    /// Creates a child at the end.
     LYR_Take *addChild(const char *name);
-    /// Destroys a child and all below it; false if it is none of this take's.
+    /// Destroys a child and all below it; false if it is not a child of this take.
     bool removeChild(LYR_Take *child);
-    /// Whether `take` is this take or stands below it.
+    /// Whether `take` is this take or is below it.
     bool contains(const LYR_Take *take) const;
     /// The take of that name here or below, in depth-first order, or null.
     LYR_Take *find(const char *name);

@@ -48,8 +48,8 @@ bool hasWord(std::string_view words, std::string_view sought)
     return false;
 }
 
-/// What stands behind the last dot of a path's last name; empty without a dot, and for a name whose
-/// only dot comes first.
+/// The text after the last dot of a path's last name; empty without a dot, and for a name whose
+/// only dot is its first character.
 std::string_view findExtension(std::string_view path)
 {
     const std::string_view name = path.substr(path.rfind('/') + 1);

@@ -1,14 +1,14 @@
 /// \file PIX_TileOptions.h
 /// How an image's planes are written to a file of one format.
 ///
-/// Vocabulary: *options string* = pairs of a key and a value with blanks between them, such as
-///             "depth int16 compression zip quality 90". *plane options* = those three keys; what
-///             their values may be is the format's. Other keys mean something to whoever wrote them.
+/// Vocabulary: *options string* = pairs of a key and a value separated by blanks, such as
+///             "depth int16 compression zip quality 90". *plane options* = those three keys; the
+///             format defines their values. Other keys mean something to their author only.
 /// Units:      quality from 0 to 100.
 /// Ownership:  owns its texts.
 /// Threads:    one thread at a time.
-/// Errors:     what a format can't do is left out of what is packed; the format then writes as it does
-///             by itself.
+/// Errors:     options that the format doesn't support are not packed; the format then uses its
+///             defaults.
 
 #pragma once
 
@@ -20,16 +20,16 @@ class PIX_Format;
 class KIT_API PIX_TileOptions
 {
 public:
-    /// For the format that a file's name tells.
+    /// For the format of a file name.
     explicit PIX_TileOptions(const char *fileName);
-    /// For a format; null for none.
+    /// For a format; null means none.
     explicit PIX_TileOptions(const PIX_Format *format) : myFormat(format) {}
 
-    /// Null when the name tells none.
+    /// Null when the file name has no known extension.
     const PIX_Format *getFormat() const { return myFormat; }
 
-    /// Takes over an options string: of the plane options what the format can do, and all other
-    /// pairs as they are written.
+    /// Takes over an options string: the plane options that the format supports, and all other
+    /// pairs unchanged.
     void setPlaneInfo(const char *options);
     /// The options as a string.
     void packOptionsString(KIT_String &options) const { options = myOptions; }

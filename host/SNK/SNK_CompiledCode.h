@@ -1,14 +1,15 @@
 /// \file SNK_CompiledCode.h
 /// A piece of Python code, compiled once.
 ///
-/// Vocabulary: *source name* = what tracebacks call the text; *body* = statements as in a function:
+/// Vocabulary: *source name* = the name of the text in tracebacks; *body* = statements as in a
+///             function:
 ///             `return` gives the result, and so does an expression that ends the text.
 /// Ownership:  shares the compiled code with the cache of the process, which keeps a bounded number
 ///             of texts.
 /// Threads:    immutable once made; evaluation from any thread.
 /// Errors:     code that can't be compiled evaluates to an exception that says why.
-/// Cost:       compiling is slow, looking up what was compiled before is not. Only one thread of a
-///             process runs Python code at a time.
+/// Cost:       compiling is slow, finding code compiled before is not. Only one thread of a process
+///             runs Python code at a time.
 
 #pragma once
 
@@ -18,7 +19,7 @@
 
 class SNK_EvaluationContext;
 
-/// How a text is read.
+/// How a text is parsed.
 enum SNK_CodeType : int
 {
     SNK_CODE_EXPRESSION = 0, ///< one expression
@@ -28,7 +29,7 @@ enum SNK_CodeType : int
 class KIT_API SNK_CompiledCode
 {
 public:
-    /// With `cached` the code is taken from the cache, or left there.
+    /// With `cached` the code is taken from the cache, or added to it.
     SNK_CompiledCode(const char *text, SNK_CodeType type, const char *sourceName, bool cached);
     ~SNK_CompiledCode();
     SNK_CompiledCode(const SNK_CompiledCode &) = delete;
@@ -41,6 +42,6 @@ public:
                            SNK_Result &result) const;
 
 private:
-    KIT_String myError; // stands first: compiling fills it
+    KIT_String myError; // declared first: compiling sets it
     void *myCode;
 };

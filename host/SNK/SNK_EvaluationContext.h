@@ -1,10 +1,10 @@
 /// \file SNK_EvaluationContext.h
-/// The global names that a piece of Python code sees.
+/// The global names of a piece of Python code.
 ///
-/// Ownership:  owns the names. Each context starts with the module that it is made for, under the
-///             module's name, and Python's built-in functions.
+/// Ownership:  owns the names. Each context starts with the module that it is created for, under
+///             the module's name, and Python's built-in functions.
 /// Threads:    one thread at a time.
-/// Errors:     without an interpreter the context is empty; running code in it says why.
+/// Errors:     without an interpreter the context is empty; running code in it reports why.
 /// Cost:       the first one of the process starts the interpreter.
 
 #pragma once

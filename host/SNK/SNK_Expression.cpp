@@ -19,7 +19,7 @@ bool fail(const char *error)
     return false;
 }
 
-/// Gives the channels' expressions of language 1 to the interpreter.
+/// Passes the channels' expressions of language 1 to the interpreter.
 class Evaluator : public TRK_LanguageEvaluator
 {
 public:
@@ -67,7 +67,7 @@ private:
     }
 };
 
-/// Registers with the channels when the library is loaded, which starts nothing.
+/// Registers with the channels when the library is loaded, without starting the interpreter.
 const struct Registration
 {
     Registration()

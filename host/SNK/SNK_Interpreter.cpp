@@ -11,7 +11,7 @@
 namespace
 {
 
-/// What is easier said in Python: the code of a body, and the text of an exception.
+/// Parts that are simpler in Python: the code of a body, and the text of an exception.
 constexpr char thePreludeSource[] = R"(
 import ast, traceback, types
 
@@ -60,15 +60,15 @@ Object share(PyObject *object)
     return Object(object);
 }
 
-/// Everything here is reached while the interpreter is held, and never destroyed with the process.
-/// A call into Python may let another thread in, so nothing is left half done across one.
+/// Accessed only while the interpreter is held, and never destroyed with the process. A call into
+/// Python may let another thread in, so the state must be consistent at each such call.
 struct State
 {
     using Cache = std::unordered_map<std::string, PyObject *>;
     static constexpr size_t theCacheSize = 4096;
 
     Cache cache;
-    PyObject *prelude = nullptr;         // the names of thePreludeSource
+    PyObject *prelude = nullptr;         // the namespace of thePreludeSource
     PyObject *expressionNames = nullptr; // copied for each expression
 };
 
@@ -105,14 +105,14 @@ PyObject *getPrelude(const char *name)
         if (!done) {
             return nullptr;
         }
-        if (!s.prelude) { // another thread may have been in the interpreter meanwhile
+        if (!s.prelude) { // another thread may have set it meanwhile
             s.prelude = names.release();
         }
     }
     return PyDict_GetItemString(s.prelude, name);
 }
 
-/// Takes the exception away and tells it: with the calls that led there, or by its message alone.
+/// Clears the exception and formats it: with its traceback, or its message alone.
 void takeException(const char *teller, KIT_String &out)
 {
     PyObject *type = nullptr;
@@ -156,7 +156,7 @@ std::string cacheKey(const char *text, SNK_CodeType type, const char *sourceName
 void keepCode(std::string &&key, PyObject *code)
 {
     State &s = state();
-    State::Cache dropped; // let go when the cache is whole again
+    State::Cache dropped; // freed when the cache is consistent again
     if (s.cache.size() >= State::theCacheSize) {
         dropped.swap(s.cache);
     }
@@ -171,7 +171,7 @@ void keepCode(std::string &&key, PyObject *code)
 Object compileText(const char *text, SNK_CodeType type, const char *sourceName)
 {
     if (type != SNK_CODE_BODY) {
-        text += std::strspn(text, " \t\r\n"); // blanks in front would count as indentation
+        text += std::strspn(text, " \t\r\n"); // leading blanks would count as indentation
         return Object(Py_CompileString(text, sourceName, Py_eval_input));
     }
     PyObject *function = getPrelude("compile_body");
@@ -200,7 +200,7 @@ Object findOrCompile(const char *text, SNK_CodeType type, const char *sourceName
 // Results
 // ---------------------------------------------------------------- //
 
-/// False with an exception set when a number of its own kind doesn't convert.
+/// False with an exception set when a number of a Python type doesn't convert.
 bool toOwnType(PyObject *value, SNK_Result &result)
 {
     if (value == Py_None) {
@@ -221,7 +221,7 @@ bool toOwnType(PyObject *value, SNK_Result &result)
     return true;
 }
 
-/// Whether the value is a sequence of texts and nothing else. An exception may be set.
+/// Whether the value is a sequence of texts only. An exception may be set.
 bool toStrings(PyObject *value, SNK_Result &result)
 {
     if (PyUnicode_Check(value) || PyBytes_Check(value) || !PySequence_Check(value)) {
@@ -245,7 +245,7 @@ bool toStrings(PyObject *value, SNK_Result &result)
     return true;
 }
 
-/// Whether the value is an object of another kind that counts as a number.
+/// Whether the value is an object of another type that converts to a number.
 bool toNumber(PyObject *value, SNK_Result &result)
 {
     if (PyUnicode_Check(value) || !PyNumber_Check(value)) {
@@ -304,7 +304,7 @@ Object makeDict(std::initializer_list<const char *> modules)
     return names;
 }
 
-/// A copy of the names that every expression sees.
+/// A copy of the global names of every expression.
 Object makeExpressionNames()
 {
     State &s = state();

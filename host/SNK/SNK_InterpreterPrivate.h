@@ -2,7 +2,7 @@
 /// The interpreter behind the classes of this folder: CPython, or nothing in a build without it.
 ///
 /// Vocabulary: *object* = a counted reference to one of the interpreter's objects.
-/// Ownership:  what is answered is released by release().
+/// Ownership:  objects that are returned are released by release().
 /// Threads:    any; each call waits for the interpreter itself.
 /// Errors:     null or false, and a text. Nothing throws.
 #pragma once
@@ -26,20 +26,20 @@ void *makeNames(const char *module);
 void release(void *object);
 
 bool run(const char *statements, void *names, KIT_String &error);
-/// Null code or names give an exception.
+/// Null code or names result in an exception.
 void evaluate(void *code, void *names, SNK_ResultType wanted, SNK_Result &result);
-/// Compiles and runs the code of an expression, with names of its own.
+/// Compiles and runs the code of an expression, with its own names.
 void evaluateExpression(const char *text, SNK_ResultType wanted, SNK_Result &result);
 
 } // namespace SNK_Interpreter
 
-/// For whom the thread runs code: where names are looked up, and when. Scopes nest.
+/// What the thread runs code for: where names are looked up, and at which time. Scopes nest.
 class SNK_EvaluationScope
 {
 public:
     /// Code of a script.
     SNK_EvaluationScope();
-    /// An expression of a channel of the collection, which may be null.
+    /// An expression of a channel in the collection, which may be null.
     SNK_EvaluationScope(const TRK_Collection *collection, double time, int thread,
                         bool &timeDependent);
     ~SNK_EvaluationScope();

@@ -23,7 +23,7 @@ namespace py = pybind11;
 namespace
 {
 
-/// A node or a parameter is known by its path alone: the application's may come and go.
+/// A node or a parameter is stored as its path only: the application may destroy and recreate it.
 struct Node
 {
     std::string path;
@@ -37,8 +37,8 @@ struct Parm
     std::string path() const { return node == "/" ? node + name : node + "/" + name; }
 };
 
-/// Calls the application's nodes while other threads may have the interpreter. Without nodes the
-/// result is `otherwise`.
+/// Calls the application's nodes with the interpreter released to other threads. Returns
+/// `otherwise` without nodes.
 template <class Result, class Call>
 Result askNodes(Result otherwise, Call call)
 {
@@ -183,7 +183,7 @@ std::string evaluateString(const Parm &parm, double time)
     return value.toStdString();
 }
 
-/// Text of any bytes as Python keeps it.
+/// Any bytes as a Python text.
 py::object toPython(const std::string &text)
 {
     return py::reinterpret_steal<py::object>(
@@ -227,7 +227,7 @@ void setValue(const Parm &parm, const py::object &value)
     }
 }
 
-/// A reference as the expression language reads it: seen from the collection, errors and all.
+/// A reference as the expression language resolves it: relative to the collection, with its errors.
 template <class Call>
 void readReference(const SNK_EvaluationScope &scope, const std::string &path, Call call)
 {
@@ -253,7 +253,7 @@ void readReference(const SNK_EvaluationScope &scope, const std::string &path, Ca
     }
 }
 
-/// The scope of an expression that is looked up in a collection; null for all other code.
+/// The scope of an expression that is resolved in a collection; null for all other code.
 const SNK_EvaluationScope *getExpressionScope()
 {
     const SNK_EvaluationScope *scope = SNK_EvaluationScope::getCurrent();

@@ -24,18 +24,18 @@ std::atomic<ModuleState> theModuleState{ModuleState::ABSENT};
 
 const std::string &startError(const char *error = nullptr)
 {
-    // Never destroyed: other threads may ask while the process ends.
+    // Never destroyed: other threads may read it while the process ends.
     static const std::string *const theError =
         new std::string(error ? std::string("Python could not be started: ") + error + "\n" : "");
     return *theError;
 }
 
-/// Starts the interpreter that the build found, and leaves it free for any thread.
+/// Starts the interpreter that the build found, and releases it for any thread.
 void startInterpreter()
 {
     PyConfig config;
     PyConfig_InitPythonConfig(&config);
-    // The standard streams are the application's: what stdin has read already would be lost.
+    // The standard streams belong to the application: input buffered in stdin would be lost.
     config.configure_c_stdio = 0;
     config.install_signal_handlers = 0;
     config.parse_argv = 0;
@@ -54,8 +54,8 @@ void startInterpreter()
 
 void start()
 {
-    // An application that brings its own interpreter has started it before: nothing is done then,
-    // since the calling thread may hold it.
+    // An application with its own interpreter has started it before. Then do nothing, since the
+    // calling thread may hold it.
     std::call_once(theStartFlag, [] {
         if (Py_IsInitialized()) {
             theStartedFlag.store(true, std::memory_order_release);
@@ -65,8 +65,8 @@ void start()
     });
 }
 
-/// Puts `vmr` among the modules. The interpreter is held, but making a module may pass it on, so
-/// one thread makes it and the others leave the interpreter while they wait.
+/// Adds `vmr` to the modules. Called with the interpreter held, but creating a module may release
+/// it; so one thread creates it and the others release the interpreter while they wait.
 bool makeModuleOnce()
 {
     while (theModuleState.load(std::memory_order_acquire) != ModuleState::THERE) {

@@ -1,12 +1,12 @@
 /// \file SNK_PythonPrivate.h
-/// Holding and leaving the interpreter, for the sources that are built with Python.
+/// Holding and releasing the interpreter, for the sources that are built with Python.
 ///
-/// Threads:    any. Waiting for the interpreter happens with no lock held.
+/// Threads:    any. No lock may be held while waiting for the interpreter.
 #pragma once
 
 #include <Python.h>
 
-/// Holds the interpreter while it lives; starts it if need be. Holders nest.
+/// Holds the interpreter while the object exists; starts it if needed. Holders nest.
 class SNK_PythonHold
 {
 public:
@@ -15,7 +15,7 @@ public:
     SNK_PythonHold(const SNK_PythonHold &) = delete;
     SNK_PythonHold &operator=(const SNK_PythonHold &) = delete;
 
-    /// False: there is no interpreter, and getError() says why.
+    /// False if there is no interpreter; getError() says why.
     bool isHeld() const { return myError == nullptr; }
     const char *getError() const { return myError; }
 
@@ -24,7 +24,7 @@ private:
     PyGILState_STATE myState{};
 };
 
-/// Lets other threads have the interpreter while it lives, for calls out of it.
+/// Releases the interpreter to other threads while the object exists, for calls out of it.
 class SNK_PythonRest
 {
 public:
@@ -37,5 +37,5 @@ private:
     PyThreadState *myState;
 };
 
-/// Makes the module `vmr`, a new reference; null with an exception set.
+/// Creates the module `vmr`, a new reference; null with an exception set.
 PyObject *SNKmakeModule();

@@ -1,11 +1,11 @@
 /// \file SNK_Result.h
-/// What Python code gave.
+/// The result of Python code.
 ///
-/// Vocabulary: *type* = what the value is; if it can be had as the type that was asked for, that
-///             type, otherwise its own.
+/// Vocabulary: *type* = the type of the value: the requested type if the value converts to it,
+///             otherwise its own.
 /// Ownership:  owns its texts.
 /// Threads:    one thread at a time; const calls from any.
-/// Errors:     code that failed gives the exception type, with the traceback as text.
+/// Errors:     code that failed results in the exception type, with the traceback as text.
 
 #pragma once
 
@@ -17,7 +17,7 @@
 enum SNK_ResultType : int
 {
     SNK_RESULT_NONE = 0,      ///< None, or nothing was returned
-    SNK_RESULT_INTEGER = 1,   ///< a whole number, a truth value
+    SNK_RESULT_INTEGER = 1,   ///< a whole number, a boolean
     SNK_RESULT_FLOAT = 2,     ///< another number
     SNK_RESULT_STRING = 3,    ///< one text
     SNK_RESULT_OTHER = 4,     ///< any other object
@@ -29,11 +29,11 @@ class KIT_API SNK_Result
 {
 public:
     SNK_ResultType getType() const { return myType; }
-    /// The text of a string or an exception; else unset.
+    /// The text of a string or an exception; otherwise unset.
     const KIT_String &getText() const { return myText; }
-    /// The value of a number; else 0.
+    /// The value of a number; otherwise 0.
     double getNumber() const { return myNumber; }
-    /// The texts of a sequence; else empty.
+    /// The texts of a sequence; otherwise empty.
     const KIT_StringArray &getStrings() const { return myStrings; }
 
     void setType(SNK_ResultType type);

@@ -1,12 +1,12 @@
 /// \file STO_FileHistory.h
-/// The files that were used last, by kind of file.
+/// The files used last, by kind of file.
 ///
 /// Vocabulary: *type* = a kind of file, with its number; *formatted name* = the file name with the
 ///             user's home folder written as "~".
 /// Units:      indices from 0, the most recent first.
 /// Ownership:  owns the names.
 /// Threads:    main thread.
-/// Errors:     an unknown type has no entries and takes none; an index outside gives "".
+/// Errors:     an unknown type has no entries and accepts none; an index outside gives "".
 /// Cost:       at most theMaxEntries names a type; adding moves them.
 
 #pragma once
@@ -39,7 +39,7 @@ enum STO_FileHistoryType
 class KIT_API STO_FileHistoryManager
 {
 public:
-    /// How many names a type keeps; the oldest go first.
+    /// How many names a type keeps; the oldest are removed.
     static constexpr int64_t theMaxEntries = 64;
 
     STO_FileHistoryManager() = default;
@@ -48,7 +48,7 @@ public:
     static STO_FileHistoryManager &getInstance();
     static bool isValidType(int type);
 
-    /// Puts a name in front; one that is there already moves. Empty names are refused with false.
+    /// Puts a name first; an existing one moves. Empty names are refused with false.
     bool addFile(STO_FileHistoryType type, const char *name);
     int64_t entries(STO_FileHistoryType type) const;
     const KIT_StringHolder &getFileName(STO_FileHistoryType type, int64_t index) const;

@@ -35,7 +35,7 @@ STO_FileLock::STO_FileLock(const char *path)
 {
     constexpr mode_t everybody = 0666;
     while (path && *path) {
-        // For reading: the lock of another user need not be writable to be waited for.
+        // Open for reading: another user's lock file need not be writable to wait for it.
         const int file =
             ::open(myPath.c_str(), O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, everybody);
         if (file < 0) {
@@ -47,8 +47,8 @@ STO_FileLock::STO_FileLock(const char *path)
             errno = why;
             return;
         }
-        // Whoever held it before has removed the file that was waited for: then it locks nobody
-        // out.
+        // The previous holder has removed the file that was waited for: a lock on it excludes no
+        // one.
         if (isSameFile(file, myPath)) {
             myFile = file;
             return;

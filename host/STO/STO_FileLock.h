@@ -1,12 +1,12 @@
 /// \file STO_FileLock.h
-/// Keeps other processes and threads that ask for the same lock from changing a file.
+/// Keeps other processes and threads that use the same lock from changing a file.
 ///
-/// Vocabulary: *lock file* = the path that links lead to with ".lock" behind it. It goes away with
-///             the lock; that of a process that was killed is free, and stays until the next lock
-///             ends.
-/// Threads:    one lock belongs to one thread; another lock on the same file, of whichever thread
-///             or process, waits.
-/// Errors:     isHeld() is false when the lock file can't be made, with errno.
+/// Vocabulary: *lock file* = the path with its links resolved and ".lock" appended. It is removed
+///             with the lock; that of a process that was killed is free, and stays until the next
+///             lock ends.
+/// Threads:    one lock belongs to one thread; another lock on the same file, of any thread or
+///             process, waits.
+/// Errors:     isHeld() is false, with errno, when the lock file can't be created.
 
 #pragma once
 
@@ -17,7 +17,7 @@
 class KIT_API STO_FileLock
 {
 public:
-    /// Waits for the lock on a file, which need not be there; its folder must.
+    /// Waits for the lock on a file, which need not exist; its folder must.
     explicit STO_FileLock(const char *path);
     ~STO_FileLock();
     STO_FileLock(const STO_FileLock &) = delete;

@@ -26,8 +26,8 @@ bool startsWith(std::string_view text, std::string_view prefix)
     return text.substr(0, prefix.size()) == prefix;
 }
 
-/// The name on a section's line; false unless it is a whole quoted text and nothing else, without
-/// the zero byte that would end it short.
+/// The name on a section's line; false unless the line is exactly one quoted text, without a zero
+/// byte, which would truncate it.
 bool readName(std::string_view quoted, KIT_WorkBuffer &name)
 {
     KIT_IStream is(quoted.data(), quoted.size(), KIT_IStream::TEXT);
@@ -56,7 +56,7 @@ public:
         bool ended = false;
         while (nextLine()) {
             if (startsWith(myLine, theSection)) {
-                // The line that ends a section short may be the next one's first.
+                // A line that breaks off a section may be the first of the next one.
                 while (!readSection() && startsWith(myLine, theSection)) {
                 }
                 ended = false;
@@ -82,7 +82,7 @@ private:
         myLine = myRest.substr(0, feed);
         myRest.remove_prefix(feed == std::string_view::npos ? myRest.size() : feed + 1);
         ++myLineNumber;
-        // Editors of another kind of line end; a section's text keeps its own.
+        // Accept the line ends of other editors; a section's text keeps its own.
         if (!startsWith(myLine, "\t") && !myLine.empty() && myLine.back() == '\r') {
             myLine.remove_suffix(1);
         }
@@ -104,7 +104,8 @@ private:
         return true;
     }
 
-    /// At a section's line. False if the section is at fault; the line is then the one that is.
+    /// At a section's line. False if the section is malformed; the current line is then the wrong
+    /// one.
     bool readSection()
     {
         KIT_WorkBuffer name;
@@ -158,7 +159,7 @@ bool STO_IndexFile::open(const char *path)
     release();
     struct stat info;
     if (path && lstat(path, &info) == 0) {
-        // Something is there, which a file written in its place would destroy.
+        // The path exists; a file written in its place would destroy it.
         myFile = path;
         myDamagedFlag = true;
         KITaddWarning(theSTOCategory, STO_INDEX_UNREADABLE, path);
@@ -233,7 +234,7 @@ void STO_IndexFile::index()
 
 int64_t STO_IndexFile::guessStreamSize() const
 {
-    constexpr size_t frame = 64; // the words around a section, and a few escapes
+    constexpr size_t frame = 64; // the lines around a section, and a few escapes
     size_t size = frame;
     for (const Section &section : mySections) {
         const auto lines = std::count(section.text.begin(), section.text.end(), '\n');

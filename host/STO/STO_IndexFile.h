@@ -1,24 +1,24 @@
 /// \file STO_IndexFile.h
-/// One file of named sections, each with any bytes in it.
+/// A file of named sections, each with arbitrary bytes.
 ///
-/// Vocabulary: *section* = a name, not empty, and a text. *damaged* = what was read has a fault: a
-///             section that is cut or holds a line that isn't its own, a line that belongs to
-///             none, a missing last line. A damaged file gives the sections that are whole, and
-///             must not be written back.
+/// Vocabulary: *section* = a name, not empty, and a text. *damaged* = the file is malformed: a
+///             section that is truncated or contains a line that isn't its own, a line that belongs
+///             to none, or a missing last line. A damaged file gives the sections that are whole,
+///             and must not be written back.
 /// Units:      sections from 0, in the order of the file.
 /// Ownership:  owns names and texts; the file is closed as soon as it is read.
-/// Threads:    one thread at a time. Who changes a file that others may change too holds its
+/// Threads:    one thread at a time. Code that changes a file that others may change too holds its
 ///             STO_FileLock from reading to writing.
-/// Errors:     faults of a file are warnings of the category "STO" (STO_ErrorCode) with name and
-///             line.
-/// Cost:       reading is one pass; finding, adding and removing by name one hash look-up, removing
-///             moves the sections behind.
+/// Errors:     malformed files are reported as warnings of the category "STO" (STO_ErrorCode) with
+///             name and line.
+/// Cost:       reading is one pass; finding, adding and removing by name one hash look-up; removing
+///             also moves the later sections.
 ///
 /// The form: a first line `#STO_INDEX 1.0`; for each section a line `section` and the name in
-/// double quotes (KIT_String.h, quoted form), the lines of the text behind a tab, and a line
+/// double quotes (KIT_String.h, quoted form), the lines of the text after a tab, and a line
 /// `end`, or `open` when the text's last line has no line feed; a last line `#END`. Between
-/// sections, empty lines and lines that start with "#" are left out, so that files joined one
-/// behind the other read as one. Of two sections of one name the first one counts.
+/// sections, empty lines and lines that start with "#" are ignored, so that concatenated files read
+/// as one. Of two sections with one name the first one counts.
 
 #pragma once
 
@@ -52,12 +52,12 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Reading
     // ---------------------------------------------------------------- //
-    /// Reads a path as STO_Reader does. False if there is nothing to read, or if it is damaged.
-    /// What is there but can't be read counts as damaged.
+    /// Reads a path as STO_Reader does. False if there is nothing to read, or if it is damaged. A
+    /// path that exists but can't be read counts as damaged.
     bool open(const char *path);
-    /// Reads bytes; `name` is for messages. No bytes are an index file without sections.
+    /// Reads bytes; `name` is for messages. Empty input is an index file without sections.
     bool read(std::string_view bytes, const char *name);
-    /// Forgets everything.
+    /// Removes all content.
     void release();
 
     // ---------------------------------------------------------------- //
@@ -69,7 +69,8 @@ public:
     const std::string &getSectionText(int64_t index) const { return at(index).text; }
     /// -1 if there is none.
     int64_t findSection(std::string_view name) const;
-    /// Replaces the text of a section of that name, else adds one at the end. False for no name.
+    /// Replaces the text of a section of that name, or adds one at the end. False for an empty
+    /// name.
     bool addSection(const char *name, std::string_view text);
     /// False if there is none.
     bool removeSection(const char *name);
@@ -77,7 +78,7 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Writing
     // ---------------------------------------------------------------- //
-    /// About how many bytes write() makes, seldom too few.
+    /// An estimate of how many bytes write() produces, seldom too low.
     int64_t guessStreamSize() const;
     void write(std::ostream &stream) const;
     /// False, with a message, for a damaged file.

@@ -1,8 +1,8 @@
 /// \file STO_Info.h
-/// Questions about folders.
+/// Queries about folders.
 ///
-/// Threads:    any. An answer is old as soon as it is given.
-/// Errors:     what can't be looked at is answered with false.
+/// Threads:    any. A result may be outdated as soon as it is returned.
+/// Errors:     false for a path that can't be examined.
 
 #pragma once
 
@@ -13,12 +13,12 @@
 class KIT_API STO_Info
 {
 public:
-    /// Whether the path is a folder in which this process may make files.
+    /// Whether the path is a folder in which this process may create files.
     static bool canWriteDirectory(const char *path);
-    /// Whether a path leads to the folder or below it once every link on the way is followed; what
-    /// of the path isn't there yet counts as it is written.
+    /// Whether a path is the folder or is below it once all links are resolved; the part of the
+    /// path that doesn't exist is taken literally.
     static bool leadsBelow(const char *path, const char *folder);
-    /// The one path of a file, whichever links lead to it. What isn't there is named in its folder;
-    /// a path whose folder isn't there either comes back as it is.
+    /// The canonical path of a file, with all links resolved. A missing file is named in its
+    /// folder; a path whose folder is missing too is returned unchanged.
     static std::string followLinks(const char *path);
 };

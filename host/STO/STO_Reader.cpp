@@ -14,7 +14,7 @@ void *theSourceData = nullptr;
 
 bool readFile(const char *path, std::string &bytes)
 {
-    // Pipes and devices would keep the caller waiting.
+    // Pipes and devices would block the caller.
     struct stat info;
     if (stat(path, &info) != 0 || !S_ISREG(info.st_mode)) {
         return false;
@@ -23,7 +23,7 @@ bool readFile(const char *path, std::string &bytes)
     if (!file) {
         return false;
     }
-    // A read through the stream, which notes an error of the file; one through its buffer throws it.
+    // Read through the stream, which records an error of the file; its buffer would throw.
     char chunk[16384];
     do {
         file.read(chunk, sizeof(chunk));

@@ -29,7 +29,7 @@ bool mayStep(const char *step)
     return !theHook || theHook(theHookData, step);
 }
 
-/// A rename lasts only when the folder that holds the name has reached the disk.
+/// A rename is durable only after the folder that holds the name is synced.
 bool syncFolderOf(const std::string &path)
 {
     const size_t slash = path.rfind('/');
@@ -86,8 +86,8 @@ bool STO_Writer::openPart(bool isOwn)
     }
     myPart = myPath + ".part";
     if (isOwn) {
-        // What a killed holder of the lock left behind. It may be another user's, so it isn't
-        // written into.
+        // Left by a killed holder of the lock. It may be another user's, so remove it instead of
+        // writing into it.
         ::unlink(myPart.c_str());
     } else {
         myPart =
@@ -96,7 +96,7 @@ bool STO_Writer::openPart(bool isOwn)
     myFile =
         ::open(myPart.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, everybody);
     if (myFile >= 0 && exists) {
-        // A file of somebody else keeps working without its permissions.
+        // A file of another user is usable without its permissions.
         [[maybe_unused]] const int ignored = ::fchmod(myFile, old.st_mode & 07777);
     }
     return myFile >= 0;
@@ -128,7 +128,7 @@ bool STO_Writer::closeFile()
     const bool closed = ::close(myFile) == 0;
     myFile = -1;
     if (whole && closed && mayStep("rename") && std::rename(myPart.c_str(), myPath.c_str()) == 0) {
-        // The new file is there for all who look; without this it may not outlive a power cut.
+        // The new file is visible already; without this step it may not survive a power failure.
         if (mayStep("folder")) {
             syncFolderOf(myPath);
         }

@@ -1,19 +1,19 @@
 /// \file STO_Writer.h
 /// A stream whose bytes become a file, or a section of an index file, all at once or not at all.
 ///
-/// Vocabulary: *part file* = where the bytes go first: the path with ".part" behind it for the
-///             holder of the file's lock, else with a number that is this process's own. *section
+/// Vocabulary: *part file* = where the bytes are written first: the path with ".part" appended for
+///             the holder of the file's lock, else with a number unique to this process. *section
 ///             path* = as in STO_Reader.h. *step* = one of "open", "write" (at most 64 KiB),
 ///             "sync", "rename" and "folder" (the folder is synced).
 /// Ownership:  owns stream and part file; borrows the lock.
 /// Threads:    one thread at a time.
-/// Errors:     no stream when the part file can't be made, with errno; a failed close() leaves the
-///             file as it was and the stream in its fail state, with errno; so does one whose
-///             writing met a refusal of memory, as texts may be missing then.
+/// Errors:     no stream, with errno, when the part file can't be created; a failed close() leaves
+///             the file unchanged and the stream in its fail state, with errno. Writing during
+///             which an allocation was refused makes close() fail too, as texts may be missing.
 ///
-/// A process that ends at any moment leaves the old file or the new one, whole, and at worst a part
-/// file. A path that is a link is followed: the file that it leads to is replaced, with its
-/// permissions kept.
+/// A process that ends at any moment leaves either the old or the new file, complete, and at worst
+/// a part file. A path that is a link is resolved: its target is replaced, with its permissions
+/// kept.
 
 #pragma once
 
@@ -33,8 +33,8 @@ class KIT_API STO_Writer
 public:
     enum PathForm
     {
-        ANY_PATH,  ///< a file's or a section's
-        FILE_PATH, ///< a file's, whatever its name looks like
+        ANY_PATH,  ///< of a file or a section
+        FILE_PATH, ///< of a file, even if it looks like a section path
     };
 
     /// `held` is the lock on the same path, if the caller has it.
@@ -45,15 +45,15 @@ public:
     STO_Writer(const STO_Writer &) = delete;
     STO_Writer &operator=(const STO_Writer &) = delete;
 
-    /// Null when the file can't be written, or after close() was a success.
+    /// Null when the file can't be written, or after a successful close().
     std::ostream *getStream() { return myStream.get(); }
-    /// Puts what was written in place. False, and nothing changed, if that fails or the stream had
-    /// failed before.
+    /// Moves the written bytes into place. False, with nothing changed, if that fails or the stream
+    /// had failed before.
     bool close();
 
-    /// Called at each step of every writer of the process; a false answer makes the step fail with
-    /// the errno that the call leaves. For tests of failures, set before threads start that write;
-    /// null takes it away.
+    /// Called at each step of every writer of the process; false makes the step fail with the errno
+    /// set by the call. For tests of failures, set before threads start that write; null removes
+    /// it.
     using StepHook = bool (*)(void *data, const char *step);
     static void setStepHook(StepHook hook, void *data);
 
@@ -65,9 +65,9 @@ private:
 
     std::string myPath;
     std::string myPart;
-    KIT_String mySection; // unset: the file as a whole
+    KIT_String mySection; // unset: the whole file
     int myFile = -1;
-    uint64_t myFailedBefore; // allocations
+    uint64_t myFailedBefore; // refused allocations
     KIT_ByteBuffer myBytes;
     std::unique_ptr<KIT_OByteStream> myStream;
 };

@@ -33,7 +33,7 @@ struct BinaryOperator
     Operator what;
 };
 
-/// A longer one stands before those that it begins with.
+/// A longer operator precedes those that it begins with.
 constexpr BinaryOperator theOperators[] = {
     {"||", 1, OR},        {"&&", 2, AND},       {"==", 3, EQUAL}, {"!=", 3, UNEQUAL},
     {"<=", 4, NOT_ABOVE}, {">=", 4, NOT_BELOW}, {"<", 4, BELOW},  {">", 4, ABOVE},

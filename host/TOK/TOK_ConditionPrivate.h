@@ -1,11 +1,12 @@
 /// \file TOK_ConditionPrivate.h
 /// The value of an `#if` expression.
 ///
-/// Vocabulary: *name* = a run of letters, digits and underscores that begins with no digit; the value
-///             of a macro is that of its text read as an expression of its own.
+/// Vocabulary: *name* = a run of letters, digits and underscores that doesn't begin with a digit;
+///             the value
+///             of a macro is that of its text, evaluated as a separate expression.
 /// Units:      64-bit integers that wrap around.
 /// Threads:    one thread at a time.
-/// Errors:     evaluate() answers the fault as a text, null if there is none.
+/// Errors:     evaluate() returns the error as a text, null if there is none.
 
 #pragma once
 
@@ -30,7 +31,7 @@ public:
 
     const char *evaluate(std::string_view text, int64_t &value);
 
-    /// Takes the name at the start of a text off it; empty if there is none.
+    /// Removes and returns the name at the start of a text; empty if there is none.
     static std::string_view takeName(std::string_view &text);
     static void skipBlanks(std::string_view &text);
 

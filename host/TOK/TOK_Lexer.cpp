@@ -12,7 +12,7 @@ enum ByteBit : unsigned char
 {
     BLANK = 1, // ends a word
     BRACKET = 2,
-    SPECIAL = 4, // means something inside quotes
+    SPECIAL = 4, // has a meaning inside quotes
 };
 
 constexpr std::array<unsigned char, 256> makeBytes()
@@ -51,7 +51,7 @@ bool isDirectiveWord(std::string_view word)
     return std::find(std::begin(theWords), std::end(theWords), word) != std::end(theWords);
 }
 
-/// The word without the brackets at its end that nothing in it pairs with.
+/// The word without the brackets at its end that have no counterpart in it.
 std::string_view withoutLooseBrackets(std::string_view word)
 {
     if (!isByte(word.back(), BRACKET) || word.find('"') != std::string_view::npos) {
@@ -111,7 +111,7 @@ TOK_Lexer::Kind TOK_Lexer::next(std::string_view &token)
 // Between tokens
 // -------------------------------------------------------------------- //
 
-/// The bytes of a backslash and the line end behind it; 0 if there is none.
+/// The bytes of a backslash and the line end after it; 0 if there is none.
 size_t TOK_Lexer::jointLength(const char *at) const
 {
     if (*at != '\\' || myEnd - at < 2) {
@@ -233,7 +233,7 @@ std::string_view TOK_Lexer::readWord()
     return word;
 }
 
-/// Most quoted tokens stand in the text as they are meant; only others are copied.
+/// Most quoted tokens can be returned in place; only others are copied.
 std::string_view TOK_Lexer::readQuoted()
 {
     const char *const begin = ++myAt;
@@ -254,7 +254,7 @@ std::string_view TOK_Lexer::readQuoted()
     return copyQuoted(begin);
 }
 
-/// Goes on from where a byte can't stay as it is: joins lines, and writes NUL bytes as blanks.
+/// Continues where the text can't be used in place: joins lines, and replaces NUL bytes by blanks.
 std::string_view TOK_Lexer::copyQuoted(const char *begin)
 {
     myScratch.assign(begin, myAt);

@@ -1,11 +1,11 @@
 /// \file TOK_LexerPrivate.h
-/// Splits one text into tokens and directive lines; TOK_TokenStream.h tells the rules.
+/// Splits one text into tokens and directive lines, by the rules of TOK_TokenStream.h.
 ///
 /// Vocabulary: *directive line* = a directive without its `#`, comments and joined line ends.
 /// Units:      lines from the first line's number.
-/// Ownership:  borrows the text. A token lies in it, or in the lexer until the next call.
+/// Ownership:  borrows the text. A token is part of it, or kept in the lexer until the next call.
 /// Threads:    one thread at a time.
-/// Errors:     what is never closed reads to the end of the text; takeFault() then tells.
+/// Errors:     what is never closed extends to the end of the text; takeFault() then reports it.
 
 #pragma once
 
@@ -19,7 +19,7 @@ public:
     {
         END,
         WORD,   ///< a word or a bracket
-        QUOTED, ///< without its quotes, backslashes and all
+        QUOTED, ///< without its quotes, backslashes unresolved
         DIRECTIVE
     };
     enum Fault
@@ -37,7 +37,7 @@ public:
     int getLine() const { return myTokenLine; }
     /// Whether that token is the first of its line.
     bool isFirstOnLine() const { return myFirstFlag; }
-    /// What the last next() ran into, once.
+    /// The error of the last next(), returned once.
     Fault takeFault(int &line);
 
 private:

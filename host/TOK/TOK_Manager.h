@@ -1,5 +1,5 @@
 /// \file TOK_Manager.h
-/// Where a token source reads: the file and the line of the token that was read last.
+/// The position of a token source: the file and the line of the token that was read last.
 ///
 /// Units:      lines from 1; 0 before the first token.
 /// Ownership:  part of a TOK_TokenStream, which also keeps the file names.
@@ -12,8 +12,8 @@
 class KIT_API TOK_Manager
 {
 public:
-    /// The file, or the name that the source was given; never null. Inside an included file it is
-    /// that file, and for a token out of a macro the file that uses the macro.
+    /// The file, or the name given to the source; never null. Inside an included file it is that
+    /// file, and for a token from a macro the file that uses the macro.
     const char *getFileName() const { return myFileName; }
     int getLineNumber() const { return myLineNumber; }
 

@@ -11,7 +11,7 @@
 namespace
 {
 
-/// The same text for each path to a file; empty if there is no such file.
+/// The same text for every path to one file; empty if the file doesn't exist.
 std::string identityOf(const std::string &path)
 {
     std::error_code fault;
@@ -99,7 +99,7 @@ void TOK_Preprocessor::pushFile(std::string &&text, const std::string &name)
     }
 }
 
-/// False if it was the last one, which stays for the sake of its name.
+/// False if it was the last one, which is kept for its name.
 bool TOK_Preprocessor::popSource()
 {
     Source &source = *mySources.back();
@@ -242,7 +242,7 @@ void TOK_Preprocessor::openGroup(bool value)
     myGroups.push_back({myLine, value && !deadFlag, !value && !deadFlag, false});
 }
 
-/// The group that a directive goes on with; null, and an error, if there is none in this file.
+/// The group that a directive continues; null, with an error, if there is none in this file.
 TOK_Preprocessor::Group *TOK_Preprocessor::currentGroup(const char *word)
 {
     if (myGroups.size() > myFile->outerGroups) {

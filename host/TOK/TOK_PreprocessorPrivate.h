@@ -1,11 +1,11 @@
 /// \file TOK_PreprocessorPrivate.h
-/// Runs directives, included files and macros, and gives the tokens that are left.
+/// Runs directives, included files and macros, and returns the remaining tokens.
 ///
-/// Vocabulary: *source* = a text that is being read: a file, or the text of a macro. *group* = what
-///             stands between #if and #endif; it belongs to one file.
+/// Vocabulary: *source* = a text that is being read: a file, or the text of a macro. *group* = the
+///             text between #if and #endif; it belongs to one file.
 /// Ownership:  owns the texts and the file names.
 /// Threads:    one thread at a time.
-/// Errors:     reports with the place through the token stream. A limit of the whole text ends it.
+/// Errors:     reported with the position through the token stream. Some limits end the text.
 
 #pragma once
 
@@ -26,13 +26,13 @@ public:
     explicit TOK_Preprocessor(TOK_TokenStream &owner);
     ~TOK_Preprocessor();
 
-    /// Begins with a text, whose name may be empty, or with a file.
+    /// Starts with a text, whose name may be empty, or with a file.
     void openText(std::string &&text, const char *name, bool readable);
     void openFile(const char *fileName);
     bool isReadable() const { return myReadableFlag; }
     void setIncludeDepth(int depth) { myIncludeDepth = depth; }
 
-    /// False at the end. `quoted` tells a quoted token.
+    /// False at the end. `quoted` returns whether the token was quoted.
     bool next(std::string_view &token, bool &quoted);
     /// The file and line of the last token, or of the use of the macro that it comes from.
     const char *getFileName() const { return myFile->fileName; }
@@ -54,14 +54,14 @@ private:
     struct Group
     {
         int line;
-        bool activeFlag;  // its tokens count
-        bool pendingFlag; // no branch was taken yet, and one may be
-        bool elseFlag;    // #else was met
+        bool activeFlag;  // its tokens are returned
+        bool pendingFlag; // no branch was taken yet, and one still can be
+        bool elseFlag;    // #else was read
     };
     struct Directive
     {
         const char *word;
-        bool groupFlag; // also runs inside a group that is skipped
+        bool groupFlag; // also run inside a skipped group
         void (TOK_Preprocessor::*run)(std::string_view rest);
     };
     static const Directive theDirectives[];
@@ -99,7 +99,7 @@ private:
     void stop(const std::string &text);
 
     TOK_TokenStream &myOwner;
-    std::deque<std::string> myNames; // of files, for as long as positions may be asked for
+    std::deque<std::string> myNames; // of files, kept as long as positions may be queried
     std::vector<std::unique_ptr<Source>> mySources;
     std::vector<Group> myGroups;
     TOK_MacroMap myMacros;
