@@ -2,8 +2,7 @@
 /// A piece of Python code, compiled once.
 ///
 /// Vocabulary: *source name* = the name of the text in tracebacks; *body* = statements as in a
-///             function:
-///             `return` gives the result, and so does an expression that ends the text.
+///             function: `return` gives the result, and so does an expression that ends the text.
 /// Ownership:  shares the compiled code with the cache of the process, which keeps a bounded number
 ///             of texts.
 /// Threads:    immutable once made; evaluation from any thread.

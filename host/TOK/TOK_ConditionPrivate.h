@@ -2,8 +2,7 @@
 /// The value of an `#if` expression.
 ///
 /// Vocabulary: *name* = a run of letters, digits and underscores that doesn't begin with a digit;
-///             the value
-///             of a macro is that of its text, evaluated as a separate expression.
+///             the value of a macro is that of its text, evaluated separately.
 /// Units:      64-bit integers that wrap around.
 /// Threads:    one thread at a time.
 /// Errors:     evaluate() returns the error as a text, null if there is none.

@@ -18,8 +18,8 @@
 /// Cost:       a token is one scan of its bytes and one copy into the caller's string.
 ///
 /// For example, `{min 0}` is `{`, `min`, `0`, `}`; `help{` is `help`, `{`; `a}b` and `x[0]` are one
-/// word each;
-/// `x[0]]` is `x[0]`, `]`. A word with a double quote in it is never split: `a"}` is one word.
+/// word each; `x[0]]` is `x[0]`, `]`. A word with a double quote in it is never split: `a"}` is
+/// one word.
 ///
 /// Comments are `//` to the end of the line and `/*` to `*/`. They begin where a token could, so
 /// that `/obj/*` and `a//b` are words.

@@ -28,7 +28,7 @@ bool sameTime(double a, double b)
     return std::fabs(a - b) <= tolerance();
 }
 
-/// One text in quotes of either kind and nothing else.
+/// Whether the text is one quoted text, in quotes of either kind, and nothing else.
 bool isQuotedLiteral(const char *text)
 {
     const char quote = *text;
@@ -134,10 +134,10 @@ void TRK_Channel::setDefaultString(const char *text)
 // Keys
 // ---------------------------------------------------------------- //
 
-/// The segment a time falls into; the first one for a time before it. Needs at least one.
+/// The segment that contains a time; the first one for a time before it. Needs at least one.
 size_t TRK_Channel::findSegment(double time) const
 {
-    // No branch depends on the times, so a search costs the same for any of them.
+    // No branch depends on the times, so a search costs the same for all of them.
     const double *base = myTimes.data();
     size_t left = myTimes.size();
     while (left > 1) {
@@ -184,7 +184,8 @@ void TRK_Channel::setKeySides(size_t index, double value)
     }
 }
 
-/// Makes a key where none is. Its segment takes the split one's expression. The index.
+/// Makes a key where there is none. Its segment copies the split one's expression. Returns the
+/// index.
 size_t TRK_Channel::splitSegment(double time, double value)
 {
     const auto place = std::upper_bound(myTimes.begin(), myTimes.end(), time);
@@ -199,7 +200,7 @@ size_t TRK_Channel::splitSegment(double time, double value)
     made.myInSlope = 0.0;
     made.myInAccel = 0.0;
     if (index == 0 && !mySegments.empty()) {
-        // In front of all keys: the far end is the former first key.
+        // Before all keys: the far end is the former first key.
         made.myOutValue = mySegments[0].myInValue;
         made.myOutSlope = mySegments[0].myInSlope;
         made.myOutAccel = mySegments[0].myInAccel;
@@ -241,7 +242,7 @@ int TRK_Channel::setKeyValue(double value, double time, bool notify, bool commit
     return 1;
 }
 
-/// True if the segment there gives way to a new text: it is a curve, or one literal text.
+/// True if a new text may replace the segment there: it is a curve, or one literal text.
 bool TRK_Channel::takesString(double time) const
 {
     const TRK_Segment *segment = getExpressionSegment(time);
@@ -269,7 +270,7 @@ int TRK_Channel::setKeyString(const char *text, double time, TRK_ExprLanguage la
     TRK_Segment *segment = getExpressionSegment(time);
     if (commit && !keyOnly && segment != nullptr && !segment->isInterpolated() &&
         (!takesString(time) || isSameExpression(*segment, text, language))) {
-        // An expression that replaces an expression holds for the segment: no key comes of it.
+        // An expression that replaces an expression applies to the whole segment: it makes no key.
         segment->changeExpression(text, language);
         clearPending();
         notifyIf(notify);
@@ -299,7 +300,8 @@ int TRK_Channel::putString(const char *text, double time, TRK_ExprLanguage langu
     return 1;
 }
 
-/// Gives a text that is pending at the key to the key's segment, as an expression of its language.
+/// Moves a text that is pending at the key into the key's segment, as an expression of its
+/// language.
 bool TRK_Channel::takePendingString(size_t key)
 {
     if (!isPending(myTimes[key]) || myDefaultString.isEmpty()) {
@@ -430,7 +432,7 @@ const TRK_Segment *TRK_Channel::getExpressionSegment(double time) const
     if (mySegments.empty()) {
         return nullptr;
     }
-    // Within the tolerance in front of a key, the key's own segment is meant.
+    // Within the tolerance before a key, the key's own segment is meant.
     const int key = findKey(time);
     return &mySegments[key >= 0 ? static_cast<size_t>(key) : findSegment(time)];
 }
@@ -648,7 +650,7 @@ bool TRK_Channel::evaluateSegmentString(const TRK_Segment &segment, TRK_EvalStat
     return false;
 }
 
-/// The text default slot as an expression; without one the number slot's text.
+/// The default slot of texts as an expression; if it is empty, the text of the number slot.
 bool TRK_Channel::evaluateDefaultString(TRK_EvalState &state, KIT_String &out) const
 {
     const TRK_Expression *compiled =

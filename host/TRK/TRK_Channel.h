@@ -3,17 +3,18 @@
 /// expression.
 ///
 /// Vocabulary: *key* = a time at which a segment starts. Three keys at 0, 1 and 3 seconds make
-///             three segments: 0 to 1, 1 to 3, and 3 for ever. Before the first, its start holds.
-///             *pending* = a value set for one time and not made a key yet; it lies in the *default
-///             slot* and stands for the channel at that time.
+///             three segments: 0 to 1, 1 to 3, and 3 onward. Before the first key its start value
+///             applies. *pending* = a value set for one time and not made a key yet; it is kept in
+///             the *default slot* and is the channel's value at that time.
 /// Units:      time in seconds. Two times closer than the manager's tolerance are the same key.
-/// Ownership:  owned by its collection, which alone makes and destroys channels. Segment pointers
-///             hold until keys come or go.
+/// Ownership:  owned by its collection, which alone creates and destroys channels. Segment pointers
+///             are valid until keys are added or removed.
 /// Threads:    evaluation and const calls from any number of threads at once. Changes from one
-///             thread, while nobody evaluates.
-/// Errors:     operations that find nothing to do answer false, or 1 for the setKey forms.
-///             Evaluation errors go to EVL::theErrNo of the given thread; the first one stays.
+///             thread, while no thread evaluates.
+/// Errors:     operations without effect return false, or 1 for the setKey forms. Evaluation errors
+///             are stored in EVL::theErrNo of the given thread; the first one is kept.
 /// Cost:       a number between keys: a binary search over one array of times and the curve. No
+///             lock, no heap, no shared write. For an expression see TRK_Expression.
 ///             lock, no heap, no shared write. An expression costs what TRK_Expression says.
 
 #pragma once
@@ -40,7 +41,7 @@ public:
     /// The second name; null if none.
     const KIT_StringHolder &getAlias() const { return myAlias; }
     TRK_Collection *getCollection() const { return myCollection; }
-    /// True if the name fits one of the blank-separated patterns.
+    /// True if the name matches one of the blank-separated patterns.
     bool match(const char *globPatterns) const;
 
     // ---------------------------------------------------------------- //
@@ -51,7 +52,7 @@ public:
     double getPendingTime() const { return myPendingTime; }
     void clearPending();
     double getDefault() const { return myDefault; }
-    /// The default slot. It carries the pending value, and answers for a channel without keys.
+    /// The default slot. It holds the pending value, and is the value of a channel without keys.
     void setDefault(double value) { myDefault = value; }
     /// The default slot of texts: an expression of language 0, such as "abc" with its quotes.
     const KIT_String &getDefaultString() const { return myDefaultString; }
@@ -60,36 +61,37 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Keys
     // ---------------------------------------------------------------- //
-    /// Sets the value at a time. Without \p commit it becomes pending: 1. With it, a key whose
-    /// segment is interpolated takes the value on both sides: 0. Without such a key, and unless
-    /// \p keyOnly, an interpolated segment is given one: 0. Otherwise (an expression drives that
-    /// time) the value becomes pending: 1.
+    /// Sets the value at a time. Without \p commit it becomes pending: returns 1. With \p commit, a
+    /// key whose segment is interpolated takes the value on both sides: 0. Without such a key, and
+    /// unless
+    /// \p keyOnly, a key is inserted into an interpolated segment: 0. Otherwise (an expression
+    /// drives that time) the value becomes pending: 1.
     int setKeyValue(double value, double time, bool notify, bool commit, bool keyOnly);
-    /// The same for texts: \p text is an expression. A segment takes it if it is interpolated or
+    /// The same for texts: \p text is an expression. A segment accepts it if it is interpolated or
     /// holds one literal text.
     int setKeyString(const char *text, double time, bool notify, bool commit, bool keyOnly);
-    /// The same with a language: the text is an expression that was asked for, and with \p commit
-    /// the segment takes it whatever it holds. A segment that an expression drives takes it as a
-    /// whole, with no key made at the time.
+    /// The same with a language: the text is meant as an expression, and with \p commit the segment
+    /// accepts it whatever it holds. A segment driven by an expression takes it as a whole, without
+    /// a key at the time.
     int setKeyString(const char *text, double time, TRK_ExprLanguage language, bool notify,
                      bool commit, bool keyOnly);
-    /// Makes a key with the present value; its segment takes the split one's expression. A value
-    /// pending there is taken and no longer pending. False if a key is there already; it takes a
-    /// pending text, too.
+    /// Makes a key with the present value; its segment copies the split one's expression. A value
+    /// pending there is used and no longer pending. False if there is a key already; it, too, takes
+    /// over a pending text.
     bool insertKeyFrame(double time, bool notify);
     bool isAtKey(double time) const { return findKey(time) >= 0; }
-    /// True at a key that was set; every key of this library is one.
+    /// True at a key that was set explicitly; every key of this library is.
     bool isAtHardKey(double time) const { return findKey(time) >= 0; }
-    /// Index of the key at a time, -1 if none.
+    /// Index of the key at a time, -1 if there is none.
     int findKey(double time) const;
     int getNKeys() const { return static_cast<int>(myTimes.size()); }
     double getKeyTime(int index) const { return myTimes[static_cast<size_t>(index)]; }
-    /// The nearest key after or before; the time itself if none.
+    /// The nearest key after or before; the time itself if there is none.
     double findNextKey(double time) const;
     double findPrevKey(double time) const;
-    /// Removes a key; its segment falls to the one before. False if none is there.
+    /// Removes a key; the segment before extends over its segment. False if there is none.
     bool removeKey(double time);
-    /// Fills in the key there. False without a key: then with the present value on both sides.
+    /// Fills in the key there. False without a key: filled in with the present value on both sides.
     bool getFullKey(double time, TRK_FullKey &key) const;
     /// Makes or replaces a key.
     void putFullKey(const TRK_FullKey &key);
@@ -106,40 +108,41 @@ public:
     /// Null if there is no such segment.
     TRK_Segment *getSegment(int index);
     const TRK_Segment *getSegment(int index) const;
-    /// The segment that a time falls into; null only for a channel without keys.
+    /// The segment that contains a time; null only for a channel without keys.
     TRK_Segment *getExpressionSegment(double time);
     const TRK_Segment *getExpressionSegment(double time) const;
-    /// Changes the expression of that segment. A channel without keys gets its first one, at 0.
+    /// Changes the expression of that segment. In a channel without keys it makes the first key, at
+    /// 0.
     bool changeExpression(double time, const char *text, TRK_ExprLanguage language, bool notify);
     void getExpression(double time, KIT_String &text) const;
     TRK_ExprLanguage getExprLanguageAtTime(double time) const;
-    /// Literal for an interpolated segment, else by its language.
+    /// Literal for an interpolated segment, otherwise by the segment's language.
     TRK_StringMeaning getStringMeaning(double time) const;
     /// True if any segment's expression has been compiled.
     bool hasCompiledExpression() const;
     void dirtyExprCache();
-    /// Leaves one segment, at time 0, that holds the default slot. No text: "bezier()".
+    /// Resets to one segment, at time 0, that holds the default slot. A null text means "bezier()".
     void initializeFirstSegment(const char *text, TRK_ExprLanguage language);
-    /// Takes keys, default slots and pending state of another channel, not its names or marks.
+    /// Copies keys, default slots and pending state of another channel, but no names or flags.
     void copyContents(const TRK_Channel &source);
-    /// Replaces a text in all expressions; the number of replacements.
+    /// Replaces a text in all expressions; returns the number of replacements.
     int changeString(const char *from, const char *to, bool wholeWord);
     /// As KIT_String::findString, in any expression.
     bool findString(const char *text, bool wholeWord, bool pattern) const;
 
     // ---------------------------------------------------------------- //
-    /// \name Evaluation   (any thread; \p collection is where references are looked up)
+    /// \name Evaluation   (any thread; references are resolved in \p collection)
     // ---------------------------------------------------------------- //
-    /// The value at a time. \p timeDependent is set, never cleared, if what was read depends on
+    /// The value at a time. \p timeDependent is set, never cleared, if anything read depends on
     /// time.
     double evaluate(const TRK_Collection *collection, double time, int thread,
                     bool &timeDependent) const;
     bool evaluateString(const TRK_Collection *collection, double time, int thread, KIT_String &out,
                         bool &timeDependent) const;
-    /// Cheap: more than one key, a time variable in an expression, or a mark left by the last
-    /// evaluation because a reference was time dependent.
+    /// Cheap: more than one key, a time variable in an expression, or a flag that the last
+    /// evaluation left because a reference was time dependent.
     bool isTimeDependent() const { return myTimeFlag || BASload(myTimeMark) != 0; }
-    /// Evaluates at the thread's evaluation time and follows references. No error stays behind.
+    /// Evaluates at the thread's evaluation time and follows references. Leaves no error number.
     bool isTimeDependentSlow(int thread) const;
     bool isStringTimeDependentSlow(int thread) const;
     /// True if an expression reads other channels or parameters.
@@ -153,7 +156,7 @@ public:
     bool getScope() const { return myScopeFlag; }
     void setScope(bool scope) { myScopeFlag = scope; }
     bool getChanged() const { return myChangedFlag; }
-    /// True marks the channel changed and raises a change event; false clears the mark.
+    /// True flags the channel as changed and raises a change event; false clears the flag.
     void setChanged(bool changed, int reserved);
 
     int64_t getMemoryUsage(bool inclusive) const;
@@ -184,7 +187,8 @@ private:
                                KIT_String &out) const;
     bool evaluateDefaultString(TRK_EvalState &state, KIT_String &out) const;
 
-    /// Start times of the segments, apart from them so that a search stays within few cache lines.
+    /// Start times of the segments, in an array of their own so that a search touches few cache
+    /// lines.
     std::vector<double> myTimes;
     std::vector<TRK_Segment> mySegments;
     double myDefault = 0.0;

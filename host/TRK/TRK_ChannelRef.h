@@ -1,9 +1,9 @@
 /// \file TRK_ChannelRef.h
-/// A reference to a channel that survives the channel: collection and name.
+/// A reference to a channel that stays valid without the channel: collection and name.
 ///
 /// Ownership: borrows the collection, which must outlive the reference; holds the name.
 /// Threads:   one thread at a time.
-/// Errors:    a channel that is gone gives a null pointer.
+/// Errors:    a channel that no longer exists gives a null pointer.
 
 #pragma once
 
@@ -23,7 +23,7 @@ public:
     bool isValid() const { return myCollection != nullptr; }
     TRK_Collection *getCollection() const { return myCollection; }
     const KIT_StringHolder &getName() const { return myName; }
-    /// The channel of that name as the collection has it now; null if none.
+    /// The channel that has that name in the collection now; null if there is none.
     TRK_Channel *getChannel() const;
     bool operator==(const TRK_ChannelRef &other) const
     {

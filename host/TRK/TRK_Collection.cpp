@@ -223,7 +223,7 @@ bool TRK_Collection::findString(const char *text, bool wholeWord, bool pattern) 
 
 int64_t TRK_Collection::getMemoryUsage(bool inclusive) const
 {
-    // Nodes of the maps: the key, the value, a link and the cached hash.
+    // A node of a map: the key, the value, a link and the cached hash.
     constexpr size_t node = sizeof(Map::value_type) + 2 * sizeof(void *);
     int64_t bytes = inclusive ? static_cast<int64_t>(sizeof(*this)) : 0;
     bytes += static_cast<int64_t>(myChannels.capacity() * sizeof(TRK_Channel *));

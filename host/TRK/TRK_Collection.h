@@ -1,16 +1,17 @@
 /// \file TRK_Collection.h
 /// The channels of one node, by name and in creation order, with their evaluation and text form.
 ///
-/// Vocabulary: *value source* = the node's parameter list, asked first for names in expressions;
-///             *path resolver* = the node, asked for other nodes and for variables.
+/// Vocabulary: *value source* = the node's parameter list, searched first for names in expressions;
+///             *path resolver* = the node, which resolves paths to other nodes and variables.
 /// Ownership:  owns its channels. Borrows value source and path resolver, which must outlive their
-///             use here or be set back to null.
+///             use here or be reset to null.
 /// Threads:    evaluate, evaluateString and const look-ups from any number of threads at once;
-///             everything that makes, renames or removes channels from one, while nobody evaluates.
-/// Errors:     null or false where nothing was found or done. Evaluation errors go to EVL::theErrNo
-///             of the given thread, the first one stays. load reports through KITaddError("TRK").
-/// Cost:       getChannel is one hash probe; evaluate is that of TRK_Channel. deleteChannel and
-///             entries by index are linear and constant in the number of channels.
+///             creating, renaming and removing channels from one thread, while no thread evaluates.
+/// Errors:     null or false if nothing was found or done. Evaluation errors are stored in
+///             EVL::theErrNo of the given thread, the first one is kept. load reports through
+///             KITaddError("TRK").
+/// Cost:       getChannel is one hash probe; evaluate costs what TRK_Channel says. deleteChannel is
+///             linear in the number of channels, access by index constant.
 
 #pragma once
 
@@ -47,18 +48,18 @@ public:
     // ---------------------------------------------------------------- //
     /// The channel of that name; aliases do not count. Null if none.
     TRK_Channel *getChannel(const KIT_StringRef &name) const;
-    /// In creation order; null out of range.
+    /// In creation order; null for an index out of range.
     TRK_Channel *getChannel(int index) const;
     int entries() const { return static_cast<int>(myChannels.size()); }
-    /// The channel of that name or, without one, of that alias.
+    /// The channel of that name or, if there is none, of that alias.
     TRK_Channel *findChannelOrAlias(const KIT_StringRef &name) const;
-    /// Makes a channel with no keys, or answers the one of that name. Null: the name is not valid.
+    /// Creates a channel without keys, or returns the existing one. Null for an invalid name.
     TRK_Channel *addChannel(const KIT_StringRef &name);
-    /// Destroys a channel of this collection; others and null are left alone.
+    /// Destroys a channel of this collection; ignores others and null.
     void deleteChannel(TRK_Channel *channel);
-    /// False if the name is not valid or another channel has it. The creation order stays.
+    /// False if the name is invalid or used by another channel. The creation order stays.
     bool renameChannel(TRK_Channel *channel, const KIT_StringRef &newName);
-    /// A second name for references; null or empty takes it away.
+    /// A second name for references; null or empty removes it.
     void setChannelAlias(TRK_Channel *channel, const KIT_StringRef &alias);
     /// Letters, digits, "_", ".", ":" and "#", at most 255, starting with a letter or "_".
     static bool isValidChannelName(const char *name);
@@ -69,41 +70,41 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Evaluation   (any thread)
     // ---------------------------------------------------------------- //
-    /// The channel's value, with references looked up here; 0 for a null channel.
+    /// The channel's value, with references resolved here; 0 for a null channel.
     double evaluate(const TRK_Channel *channel, double time, bool reserved, int thread) const;
     /// The channel's text. False if anything failed; \p out is then empty.
     bool evaluateString(KIT_String &out, const TRK_Channel *channel, double time, int thread) const;
 
     void setValueSource(TRK_ValueSource *source) { myValueSource = source; }
     TRK_ValueSource *getValueSource() const { return myValueSource; }
-    /// Everyone who keeps pointers to channels hears of each that is deleted, the value source only
-    /// if it listens too. Borrowed; each leaves before it ends. A collection that is destroyed as a
-    /// whole tells nobody.
+    /// Listeners are notified of each channel that is deleted, so that they can drop their
+    /// pointers; the value source only if it is also a listener. Borrowed; a listener must be
+    /// removed before it is destroyed. Destroying the whole collection notifies no one.
     void addListener(TRK_ValueSource *listener) { myListeners.push_back(listener); }
     void removeListener(TRK_ValueSource *listener);
     void setPathResolver(TRK_PathResolver *resolver) { myPathResolver = resolver; }
     TRK_PathResolver *getPathResolver() const { return myPathResolver; }
 
-    /// The value of a reference as an expression here sees it: the value source, else the channel
-    /// of that name or alias. False: not known; no error is raised.
+    /// The value of a reference as an expression here resolves it: from the value source, else from
+    /// the channel of that name or alias. False: unknown; no error is raised.
     bool evaluateReference(const KIT_StringRef &path, const KIT_StringRef &name, double time,
                            int thread, double &value, bool &timeDependent) const;
     bool evaluateReferenceString(const KIT_StringRef &path, const KIT_StringRef &name, double time,
                                  int thread, KIT_String &value, bool &timeDependent) const;
-    /// The collection that a path names; a null path and "." are this one.
+    /// The collection at a path; null and "." mean this one.
     const TRK_Collection *resolvePath(const KIT_StringRef &path) const;
 
     // ---------------------------------------------------------------- //
     /// \name Text form; see docs/channels.md
     // ---------------------------------------------------------------- //
-    /// Writes all channels. The binary form is the text with its length in front.
+    /// Writes all channels. The binary form is the text preceded by its length.
     bool save(std::ostream &stream, bool binary = false) const;
     /// Reads what save wrote, exactly to its closing brace. A channel of the same name takes the
-    /// contents read, others stay. At fault: a message with the line, false, and what was read up
-    /// to there is kept.
+    /// contents read, others stay. For a malformed text it reports a message with the line, returns
+    /// false and keeps what was read up to there.
     bool load(KIT_IStream &stream);
 
-    /// Replaces a text in all expressions; the number of replacements.
+    /// Replaces a text in all expressions; returns the number of replacements.
     int changeString(const char *from, const char *to, bool wholeWord);
     /// As KIT_String::findString, in any expression.
     bool findString(const char *text, bool wholeWord, bool pattern) const;
@@ -111,7 +112,8 @@ public:
     int64_t getMemoryUsage(bool inclusive) const;
 
 private:
-    /// What number and text references share: whose name it is, then its list, then its channel.
+    /// Shared by number and text references: finds the collection, then tries its list, then its
+    /// channel.
     template <class FromSource, class FromChannel>
     bool readReference(const KIT_StringRef &path, const KIT_StringRef &name, bool &timeDependent,
                        FromSource &&fromSource, FromChannel &&fromChannel) const;

@@ -39,7 +39,7 @@ void writeNumber(std::string &out, double value)
         out += KIT_Digits(value).buffer();
         return;
     }
-    // Digits would lose what a NaN carries.
+    // Digits would lose the payload of a NaN.
     char digits[16];
     const std::to_chars_result end =
         std::to_chars(digits, digits + sizeof(digits), bitsOf(value), 16);
@@ -87,7 +87,7 @@ void writeKey(std::string &out, const TRK_Segment &after, const TRK_Segment *bef
         out += " in ";
         writeNumber(out, before->getOutValue());
     }
-    // The first key has no side before it; what leaves it stands for both.
+    // The first key has no side before it; the slope after it is written for both.
     writePair(out, " slope ", before != nullptr ? before->getOutSlope() : after.getInSlope(),
               after.getInSlope());
     writePair(out, " accel ",
@@ -138,7 +138,7 @@ void writeChannel(std::string &out, const TRK_Channel &channel)
 
 bool TRK_Collection::save(std::ostream &stream, bool binary) const
 {
-    // Text goes out in pieces; the binary form starts with the length of the whole.
+    // Text is written in pieces; the binary form starts with the total length.
     constexpr std::size_t thePiece = 65536;
     std::string out = "channels 1.0\n{\n";
     if (myLanguage == TRK_LANGUAGE_PYTHON) {
@@ -163,7 +163,7 @@ bool TRK_Collection::save(std::ostream &stream, bool binary) const
 // Reading
 // ---------------------------------------------------------------- //
 
-/// Reads the text form. Nothing of a channel is stored before its closing brace.
+/// Reads the text form. A channel is changed only at its closing brace.
 class TRK_CollectionReader
 {
 public:
@@ -218,7 +218,7 @@ private:
     std::unordered_set<std::string> myNames;
     std::string myToken;
     Kind myKind = Kind::END;
-    bool myHeldFlag = false; ///< the token is read but not taken
+    bool myHeldFlag = false; ///< the token is read but not consumed
 };
 
 bool TRK_CollectionReader::fail(int code, const std::string &what)
@@ -308,7 +308,7 @@ bool TRK_CollectionReader::readQuoted()
     }
 }
 
-/// Lets go of the held token.
+/// Consumes the held token.
 bool TRK_CollectionReader::take()
 {
     myHeldFlag = false;
@@ -501,7 +501,7 @@ bool TRK_CollectionReader::parseKey(Data &data)
     return true;
 }
 
-/// What may stand behind time and value, in any order; the first word of another line ends it.
+/// What may follow time and value, in any order; the first keyword of another line ends it.
 bool TRK_CollectionReader::parseKeyDetails(TRK_FullKey &key)
 {
     while (next()) {
@@ -535,7 +535,7 @@ bool TRK_CollectionReader::parseKeyDetails(TRK_FullKey &key)
     return false;
 }
 
-/// Brings the keys into order.
+/// Sorts the keys.
 bool TRK_CollectionReader::finish(Data &data)
 {
     const auto earlier = [](const TRK_FullKey &a, const TRK_FullKey &b) { return a.time < b.time; };
@@ -560,7 +560,7 @@ void TRK_CollectionReader::store(const Data &data)
         const TRK_KeySide &far = i + 1 < data.keys.size() ? data.keys[i + 1].in : key.out;
         const double end = i + 1 < data.keys.size() ? data.keys[i + 1].time
                                                     : std::numeric_limits<double>::infinity();
-        // Not the channel's yet, or each expression would have it look through all of them.
+        // Not owned by the channel yet, or each expression would make it search all of them.
         TRK_Segment segment(nullptr, key.time, end);
         segment.setInValue(key.out.value, false);
         segment.setInSlope(key.out.slope, false);

@@ -1,8 +1,8 @@
 /// \file TRK_EvalContext.h
-/// What is being evaluated on a thread: the time, and optionally collection and channel name.
+/// What a thread is evaluating: the time, and optionally collection and channel name.
 ///
 /// Ownership: a scope lives on the C++ stack; it borrows the collection and the name.
-/// Threads:   a scope belongs to the thread number it was opened with. Only that thread asks for
+/// Threads:   a scope belongs to the thread number it was opened with. Only that thread may query
 ///            its innermost scope.
 
 #pragma once
@@ -14,7 +14,7 @@ class TRK_Collection;
 class KIT_API TRK_EvalContext
 {
 public:
-    /// Opens a context for a thread; its end brings the outer one back.
+    /// Opens a context for a thread; its destructor restores the outer one.
     class KIT_API Scope
     {
     public:

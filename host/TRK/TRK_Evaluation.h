@@ -1,9 +1,9 @@
 /// \file TRK_Evaluation.h
-/// The bookkeeping of evaluations in progress on a thread: who is being evaluated, how deep, how
-/// much work it has cost. Used by the channel library alone; not for applications.
+/// The bookkeeping of evaluations in progress on a thread: what is being evaluated, how deep, and
+/// how much work it has cost. Used by the channel library alone; not for applications.
 ///
-/// Vocabulary: *frame* = one channel in evaluation, on the C++ stack, linked to the one that asked
-///             for it; *step* = one operation of a compiled expression, or 64 bytes of text moved.
+/// Vocabulary: *frame* = one channel in evaluation, on the C++ stack, linked to the one that
+///             requested it; *step* = one operation of a compiled expression, or 64 bytes of text.
 /// Ownership:  frames unlink themselves; nothing is allocated.
 /// Threads:    the chain belongs to the calling thread.
 /// Errors:     raise() keeps the first error number of the thread and counts all of them.
@@ -20,10 +20,10 @@ class TRK_Collection;
 class TRK_ReferenceListener;
 class TRK_Segment;
 
-/// Limits of one evaluation. A limit that is met sets EVL::EVL_DEPTH and gives 0.
+/// Limits of one evaluation. Reaching one sets EVL::EVL_DEPTH and gives 0.
 struct TRK_Limits
 {
-    static constexpr int theChannelDepth = 64;             ///< channels that wait for each other
+    static constexpr int theChannelDepth = 64;             ///< channels that depend on each other
     static constexpr int64_t theSteps = 2000000;           ///< steps below one outermost call
     static constexpr int theParserDepth = 200;             ///< nesting of an expression
     static constexpr int theStackSlots = 256;              ///< numbers, or texts, held at once
@@ -45,27 +45,27 @@ struct TRK_EvalThread
     TRK_EvalFrame *innermost;
     int64_t steps;
     uint32_t errors;
-    TRK_ReferenceListener *listener; ///< hears of references; null as a rule
+    TRK_ReferenceListener *listener; ///< notified of references; usually null
 };
 
 extern __thread TRK_EvalThread theTRKEvalThread __attribute__((tls_model("initial-exec")));
 
-/// What the operations of an expression see.
+/// The state that the operations of an expression use.
 struct TRK_EvalState
 {
-    const TRK_Collection *collection; ///< where names are looked up; may be null
-    const TRK_Segment *segment;       ///< whose keys linear() and its like use; may be null
+    const TRK_Collection *collection; ///< where names are resolved; may be null
+    const TRK_Segment *segment;       ///< with the keys for linear() and the like; may be null
     double time;
     int thread;
-    bool timeDependent; ///< set by what is read on the way
+    bool timeDependent; ///< set by anything time dependent that is read
 
     /// Sets the thread's error number unless one is set already.
     void raise(int error) const { raise(error, thread); }
     static void raise(int error, int thread);
 };
 
-/// Tells the thread's listener of a reference, and keeps it from those of what is read, for the
-/// length of a scope.
+/// Notifies the thread's listener of a reference, and for the length of a scope hides the listener
+/// from the references that its evaluation reads.
 class TRK_ReferenceTold
 {
 public:
@@ -91,7 +91,7 @@ private:
     TRK_ReferenceListener *myListener;
 };
 
-/// Marks a channel as in evaluation for the length of a scope.
+/// Marks a channel as being evaluated for the length of a scope.
 class TRK_EvalGuard
 {
 public:
@@ -110,8 +110,8 @@ public:
     TRK_EvalGuard(const TRK_EvalGuard &) = delete;
     TRK_EvalGuard &operator=(const TRK_EvalGuard &) = delete;
 
-    /// False when the channel is in evaluation already, or too many wait for each other; the error
-    /// is raised.
+    /// False when the channel is being evaluated already, or too many are nested; the error has
+    /// then been raised.
     bool mayRun() const { return myRunFlag; }
 
 private:

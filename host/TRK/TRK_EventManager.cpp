@@ -108,7 +108,7 @@ void TRK_EventManager::deliver(const std::vector<TRK_Channel *> &channels, Liste
         myWatchers.fetch_add(1, std::memory_order_relaxed);
     }
     // Handlers run without the lock, so that they may change channels; a channel that one of them
-    // destroys is crossed out for the others.
+    // destroys is nulled for the others.
     for (size_t i = 0; i < delivery.channels.size(); ++i) {
         for (const Listener &listener : listeners) {
             TRK_Channel *channel = nullptr;

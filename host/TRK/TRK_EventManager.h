@@ -1,11 +1,11 @@
 /// \file TRK_EventManager.h
 /// Channel change events: collected while a batch is open, delivered when the outermost one ends.
 ///
-/// Vocabulary: *batch* = the stretch between beginHandlingEvents and endHandlingEvents; batches
-///             nest, and depth counts those that are open.
-/// Ownership:  one manager for the process. It borrows the listeners; each leaves before it ends.
-///             A channel that is destroyed in an open batch takes its event with it.
-/// Threads:    events may be raised on any thread; batches and listeners belong to the main one.
+/// Vocabulary: *batch* = the time between beginHandlingEvents and endHandlingEvents; batches nest,
+///             and depth counts the open ones.
+/// Ownership:  one manager for the process. It borrows the listeners; each is removed before it is
+///             destroyed. Destroying a channel in an open batch drops its event.
+/// Threads:    events may be raised on any thread; batches and listeners belong to the main thread.
 /// Errors:     an end without a begin is ignored.
 /// Cost:       with no listener an event costs one relaxed load.
 
@@ -24,8 +24,8 @@ class KIT_API TRK_EventManager
 public:
     using Handler = void (*)(void *data, TRK_Channel *channel);
 
-    /// Opens a batch. A handler given here is asked, in place of the listeners, for the events of
-    /// this batch if it is the outermost one.
+    /// Opens a batch. If it is the outermost one, a handler given here receives its events instead
+    /// of the listeners.
     void beginHandlingEvents(Handler handler = nullptr, void *data = nullptr);
     /// Ends a batch; the outermost one delivers each changed channel once, in order of change.
     void endHandlingEvents();
@@ -34,9 +34,9 @@ public:
     void addListener(void *data, Handler handler);
     void removeListener(void *data, Handler handler);
 
-    /// Raises a change of a channel: delivered now, or at the end of the open batch.
+    /// Raises a change event of a channel: delivered now, or at the end of the open batch.
     void channelChanged(TRK_Channel *channel);
-    /// Forgets a channel that goes away.
+    /// Drops the events of a channel that is being destroyed.
     void channelDestroyed(TRK_Channel *channel);
 
 private:
@@ -45,14 +45,14 @@ private:
         Handler handler;
         void *data;
     };
-    /// One round of calls in progress, on the C++ stack of whoever makes it.
+    /// One round of calls in progress, on the C++ stack of deliver().
     struct Delivery
     {
         std::vector<TRK_Channel *> channels;
         Delivery *outer;
     };
     bool isWatched() const;
-    /// Calls \p only, or without one all listeners.
+    /// Calls \p only, or if it is null all listeners.
     void deliver(const std::vector<TRK_Channel *> &channels, Listener only);
 
     std::atomic<int> myDepth{0};

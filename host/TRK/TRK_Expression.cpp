@@ -38,7 +38,7 @@ bool TRK_EvalGuard::check(int thread)
     if (myFrame.channel == nullptr) {
         return true;
     }
-    // A search through many frames is work, too.
+    // Searching many frames counts as work, too.
     theTRKEvalThread.steps += myFrame.depth / 4;
     for (const TRK_EvalFrame *frame = myFrame.outer; frame != nullptr; frame = frame->outer) {
         if (frame->channel == myFrame.channel) {
@@ -110,7 +110,7 @@ double compareAny(const KIT_String &a, const KIT_String &b)
 
 } // namespace
 
-/// The stacks are given as the slot below their first one.
+/// Stack pointers address one slot before the bottom; push pre-increments.
 class TRK_Expression::Runner
 {
 public:
@@ -120,7 +120,7 @@ public:
           myErrors(theTRKEvalThread.errors)
     {}
 
-    /// Runs the program. The result lies on top of one of the stacks. False: an error was raised.
+    /// Runs the program. The result is on top of one of the stacks. False: an error was raised.
     bool run();
     double number() const { return *myNumber; }
     KIT_String &text() const { return *myText; }
@@ -150,7 +150,7 @@ private:
 
 bool TRK_Expression::Runner::fail(int error)
 {
-    // What a reference raised on its way is the error already.
+    // Keeps an error that the reference itself has raised.
     if (theTRKEvalThread.errors == myErrors) {
         myState.raise(error);
     }
@@ -239,7 +239,7 @@ bool TRK_Expression::Runner::runFunction(const Step &step)
 bool TRK_Expression::Runner::runChannel(const Step &step)
 {
     if (step.code == Code::CHANNEL || step.code == Code::CHANNEL_NAMED) {
-        *++myNumber = myState.time; // the slot for the result holds the time until then
+        *++myNumber = myState.time; // the slot of the result holds the time until then
     }
     if (step.code <= Code::CHANNEL_AT) {
         return readChannel(myExpression.myReferences[step.index], *myNumber);
@@ -248,7 +248,7 @@ bool TRK_Expression::Runner::runChannel(const Step &step)
     return readChannel(splitReference(name.nonNullStr(), name.length(), false), *myNumber);
 }
 
-/// Leaves the value in the slot on top.
+/// Stores the value in the top slot.
 bool TRK_Expression::Runner::readChannel(const Reference &reference, double time)
 {
     const TRK_Collection *collection = myState.collection;
@@ -259,7 +259,7 @@ bool TRK_Expression::Runner::readChannel(const Reference &reference, double time
     return (knownFlag && theTRKEvalThread.errors == myErrors) || fail(EVL::EVL_UNKNOWN_CHANNEL);
 }
 
-/// Counts the moving of a text as work, so that long texts end like long programs.
+/// Counts the copying of text as work, so that long texts end like long programs.
 bool TRK_Expression::Runner::charge(size_t bytes)
 {
     TRK_EvalThread &self = theTRKEvalThread;
@@ -381,7 +381,7 @@ bool TRK_Expression::Runner::pushVariable(const Step &step)
         if (step.code == Code::VARIABLE) {
             return fail(EVL::EVL_UNKNOWN_VARIABLE);
         }
-        // Behind the name of such a variable lies the text it was written as.
+        // The entry after the variable's name is the text as written.
         pushText().borrow(myExpression.myTexts[step.index + 1].c_str());
         return true;
     }
@@ -407,7 +407,7 @@ bool TRK_Expression::Runner::pushNodeName()
 namespace
 {
 
-/// The text stack of a run: a few on the C++ stack, more on the heap.
+/// The text stack of a run: a few slots on the C++ stack, more on the heap.
 class TextStack
 {
 public:
@@ -435,7 +435,7 @@ bool TRK_Expression::prepare(TRK_EvalState &state) const
     }
     TRK_EvalThread &self = theTRKEvalThread;
     if (self.innermost == nullptr) {
-        self.steps = 0; // run by itself, outside of any channel
+        self.steps = 0; // an outermost evaluation, outside any channel
     }
     self.steps += static_cast<int64_t>(mySteps.size());
     if (self.steps > TRK_Limits::theSteps) {
@@ -489,8 +489,8 @@ bool TRK_Expression::evaluateString(TRK_EvalState &state, KIT_String &out) const
 namespace
 {
 
-/// The compiled forms of the texts that a thread evaluated last: a literal text with an expression
-/// in backticks comes here each time it is read.
+/// Caches the compiled forms of the texts that a thread evaluated last: a literal text with an
+/// expression in backticks is evaluated here each time it is read.
 std::shared_ptr<const TRK_Expression> recentExpression(const char *text)
 {
     struct Entry

@@ -2,18 +2,18 @@
 /// A compiled expression of language 0: parsed once, evaluated by any number of threads.
 ///
 /// Vocabulary: *program* = the expression in postfix order, one *step* for each operation;
-///             *number stack*, *text stack* = where a run keeps what the next steps use.
+///             *number stack*, *text stack* = where a run keeps the operands of later steps.
 ///             ch("../light/tx") is a *reference* with the path "../light" and the name "tx".
 /// Units:      times in seconds; angles of the trigonometric functions in degrees.
 /// Ownership:  owns its program and the names in it; borrows nothing.
 /// Threads:    immutable once compiled; evaluation from any thread.
-/// Errors:     a text that can't be compiled gives an object that remembers the EVL number and the
-///             place; evaluating it raises that number. An expression in which anything fails has
-///             the value 0, or the empty text. Numbers and limits: docs/channels.md.
+/// Errors:     a text that can't be compiled gives an object that stores the EVL number and the
+///             position; evaluating it raises that number. An expression in which anything fails
+///             has the value 0, or the empty text. Numbers and limits: docs/channels.md.
 /// Cost:       linear in the program. Numbers need no heap; a reference by a literal name costs
-///             its look-up and the evaluation of what it names.
+///             its look-up and the evaluation of its target.
 ///
-/// The language is told in docs/channels.md.
+/// The language is described in docs/channels.md.
 
 #pragma once
 
@@ -30,15 +30,15 @@
 class KIT_API TRK_Expression
 {
 public:
-    /// What a whole expression or a part of it gives.
+    /// The type of the value of a whole expression or a part of it.
     enum class Type : uint8_t
     {
         NUMBER,
         STRING,
-        ANY ///< known only at evaluation: a variable's text, which may read as a number
+        ANY ///< known only at evaluation: a variable's text, which may be a number
     };
 
-    /// The operations of a program. The comment tells what they take from the stacks and leave:
+    /// The operations of a program. The comment says what they pop from the stacks and push:
     /// n a number, s a text.
     enum class Code : uint8_t
     {
@@ -76,13 +76,13 @@ public:
         TO_TEXT,            ///< n : s
         TEXT,               ///< - : s   a literal
         VARIABLE,           ///< - : s   a variable; unknown is an error
-        VARIABLE_IN_TEXT,   ///< - : s a variable inside a literal; unknown stays as it was written
+        VARIABLE_IN_TEXT,   ///< - : s a variable inside a literal; an unknown one stays as written
         NODE_NAME,          ///< - : s   $OS
         JOIN,               ///< s s : s
-        JOIN_NUMBER,        ///< n s : s the number goes in front
-        ADD_ANY,            ///< s s : s a sum if both read as numbers, else joined
+        JOIN_NUMBER,        ///< n s : s the number comes first
+        ADD_ANY,            ///< s s : s a sum if both are numbers, else joined
         COMPARE,            ///< s s : n -1, 0, 1 as texts
-        COMPARE_ANY,        ///< s s : n as numbers if both read so, else as texts
+        COMPARE_ANY,        ///< s s : n as numbers if both are, else as texts
         TEXT_CHANNEL,       ///< - : s   chs("literal")
         TEXT_CHANNEL_AT,    ///< n : s
         TEXT_CHANNEL_NAMED, ///< s : s
@@ -93,15 +93,15 @@ public:
 
     using NumberFunction = double (*)(const double *args, int count, bool &failed);
 
-    /// What a function with a text among its arguments works on.
+    /// The operands of a function with a text among its arguments.
     struct TextCall
     {
-        KIT_String *texts;     ///< the texts in order; a result that is text replaces the first
+        KIT_String *texts;     ///< the texts in order; a text result replaces the first
         const double *numbers; ///< the numbers in order
         int count;             ///< of all arguments
-        double number;         ///< a result that is a number
+        double number;         ///< a number result
     };
-    /// False: the arguments make no sense. A text must not become longer than the texts given.
+    /// False: invalid arguments. The result must not be longer than the texts given.
     using TextFunction = bool (*)(TextCall &call);
 
     struct Step
@@ -128,39 +128,40 @@ public:
     /// Compiles a text. Never null.
     static TRK_Expression *compile(const char *text);
 
-    /// EVL::EVL_OK, or why the text could not be compiled.
+    /// EVL::EVL_OK, or the reason why the text could not be compiled.
     int getError() const { return myError; }
-    /// What was wrong, in words; empty when nothing was.
+    /// The error in words; empty if there is none.
     const char *getErrorText() const { return myErrorText.c_str(); }
-    /// Offset of the fault in the text, for an editor that marks it.
+    /// Offset of the error in the text, for an editor that highlights it.
     uint32_t getErrorPosition() const { return myErrorPosition; }
 
     Type getType() const { return myType; }
-    /// True if $F, $FF or $T occur in it.
+    /// True if it contains $F, $FF or $T.
     bool usesTime() const { return myTimeFlag; }
-    /// True if other channels or parameters are read.
+    /// True if it reads other channels or parameters.
     bool hasReferences() const { return myReferenceFlag; }
     /// True if the whole expression is one literal text.
     bool isStringLiteral() const { return mySteps.size() == 1 && mySteps[0].code == Code::TEXT; }
     /// The references by literal names, in the order of the text.
     const std::vector<Reference> &getReferences() const { return myReferences; }
 
-    /// Treats the expression as one whose value is text, whatever it holds.
+    /// Treats the expression's value as text, whatever it contains.
     void forceStringType() { myType = Type::STRING; }
 
     double evaluateNumber(TRK_EvalState &state) const;
     /// False if anything failed; \p out is then empty.
     bool evaluateString(TRK_EvalState &state, KIT_String &out) const;
 
-    /// Evaluates a text once, with no channel behind it: numbers.
+    /// Evaluates a text once, without a channel: as a number.
     static double evaluateTextNumber(const char *text, double time,
                                      const TRK_Collection *collection, int thread,
                                      bool *timeDependent = nullptr);
-    /// Evaluates a text once, with no channel behind it: text.
+    /// Evaluates a text once, without a channel: as text.
     static bool evaluateTextString(const char *text, double time, const TRK_Collection *collection,
                                    int thread, KIT_String &out, bool *timeDependent = nullptr);
 
-    /// Splits "path/name" at the last slash. Without one the path is null; of "/name" it is "/".
+    /// Splits "path/name" at the last slash. Without a slash the path is null; for "/name" it is
+    /// "/".
     static Reference splitReference(const char *text, size_t length, bool textFlag);
 
     int64_t getMemoryUsage(bool inclusive) const;

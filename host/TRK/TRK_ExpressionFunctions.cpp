@@ -19,7 +19,7 @@ constexpr double theRadians = thePi / 180.0;
 double randomOf(double seed)
 {
     if (seed == 0.0) {
-        seed = 0.0; // one zero
+        seed = 0.0; // -0.0 counts as 0.0
     }
     uint64_t bits;
     std::memcpy(&bits, &seed, sizeof(bits));
@@ -54,7 +54,7 @@ double norm(const double *args, int count)
     return length;
 }
 
-// Exact at the quarter turns, where the rounded radians would miss.
+// Exact at the quarter turns, where converting to radians would round.
 double sineOfDegrees(double degrees)
 {
     const double turn = std::fmod(degrees, 360.0);
@@ -78,8 +78,8 @@ double tangentOfDegrees(double degrees, bool &failed)
     return turn == 0.0 || failed ? 0.0 : std::tan(turn * theRadians);
 }
 
-// One function of numbers: the expression sees its arguments as a[0], a[1], ..., their count as n,
-// and sets failed where the arguments make no sense.
+// One function of numbers: the expression uses its arguments as a[0], a[1], ..., their count as n,
+// and sets failed if the arguments are invalid.
 #define NUMERIC(EXPRESSION)                                                                        \
     [](const double *a, int n, bool &failed) -> double {                                           \
         (void)a, (void)n, (void)failed;                                                            \

@@ -1,20 +1,20 @@
 /// \file TRK_ExpressionFunctions.h
 /// The functions and variables of expressions, as tables. Used by the channel library alone.
 ///
-/// Vocabulary: *signature* = one letter for each argument, n a number and s a text; "*" behind the
-///             last means that it may repeat, "?" that it and those behind it may be left out.
+/// Vocabulary: *signature* = one letter for each argument, n a number and s a text; "*" after the
+///             last means that it may repeat, "?" that it and those after it may be omitted.
 /// Threads:    immutable.
 
 #pragma once
 
 #include <TRK/TRK_Expression.h>
 
-/// What a name in front of a parenthesis is.
+/// The kind of a name before a parenthesis.
 enum class TRK_FunctionKind : uint8_t
 {
-    NUMBERS,      ///< of numbers alone; the result is written as text where a text is wanted
+    NUMBERS,      ///< of numbers only; the result is written as text where a text is needed
     TEXTS,        ///< with a text among its arguments
-    OPERATION,    ///< the step that an operator makes; one that joins stands between each two texts
+    OPERATION,    ///< the step of an operator; one that joins is emitted between each two texts
     CHANNEL,      ///< ch, chf
     CHANNEL_INT,  ///< chi
     CHANNEL_TEXT, ///< chs, chsop

@@ -57,7 +57,7 @@ private:
 
 const TRK_ExpressionParser::Operator *TRK_ExpressionParser::peekOperator() const
 {
-    // The longer of two that begin alike stands first.
+    // An operator precedes those that are its prefix.
     static constexpr Operator theOperators[] = {
         {"||", 1, Code::JUMP_IF_ZERO}, {"&&", 2, Code::JUMP_IF_ZERO},
         {"==", 3, Code::EQUAL},        {"!=", 3, Code::NOT_EQUAL},
@@ -145,7 +145,7 @@ TRK_Expression::Type TRK_ExpressionParser::parseTernary()
     return parseBranches(emit(Code::JUMP_IF_ZERO, -1, 0), ':');
 }
 
-/// Both branches of a condition, with the separator between them; \p jump leads to the second.
+/// Both branches of a condition, with the separator between them; \p jump targets the second.
 TRK_Expression::Type TRK_ExpressionParser::parseBranches(size_t jump, char separator)
 {
     const int numbers = myNumbers;
@@ -191,7 +191,7 @@ TRK_Expression::Type TRK_ExpressionParser::parseBinary(int least)
     }
 }
 
-/// && and || leave their second operand alone if the first decides.
+/// && and || don't evaluate their second operand if the first decides.
 void TRK_ExpressionParser::shortCut(const Operator &op, Type left)
 {
     const bool orFlag = op.text[0] == '|';
@@ -390,7 +390,7 @@ TRK_Expression::Type TRK_ExpressionParser::parseText()
     return Type::STRING;
 }
 
-/// At a backslash: a protected character, or the backslash itself.
+/// At a backslash: reads an escaped character, or the backslash itself.
 void TRK_ExpressionParser::readEscape(char quote, std::string &text)
 {
     const char next = peek(1);
@@ -506,14 +506,14 @@ TRK_Expression::Type TRK_ExpressionParser::parseCall()
     }
 }
 
-/// Arguments from number \p first on to the closing parenthesis, each turned into what the
-/// signature wants. Their count with those before; a wrong one is an error.
+/// Parses the arguments from number \p first on to the closing parenthesis and converts each to
+/// what the signature needs. Returns their count including those before; a wrong count is an error.
 int TRK_ExpressionParser::parseArguments(const TRK_FunctionEntry &entry, int first)
 {
     int count = first;
     const int most = TRKmostArguments(entry.signature);
     if (accept(')')) {
-        // none, or none but those before
+        // no arguments, or only those before
     } else {
         if (first > 0) {
             expect(',');
@@ -593,7 +593,8 @@ TRK_Expression::Type TRK_ExpressionParser::parseCondition()
     return type;
 }
 
-/// If the first argument is a literal without variables, up to the comma or parenthesis: takes it.
+/// Consumes the first argument, up to the comma or parenthesis, if it is a literal without
+/// variables.
 bool TRK_ExpressionParser::parseLiteralName(std::string &name)
 {
     skipBlanks();
@@ -638,7 +639,7 @@ TRK_Expression::Type TRK_ExpressionParser::parseChannelCall(const TRK_FunctionEn
         myExpression.myReferences.push_back(
             TRK_Expression::splitReference(name.c_str(), name.size(), textFlag));
     }
-    // The four codes of either kind follow each other: plain, at a time, named, named at a time.
+    // The four codes of each kind are consecutive: plain, at a time, named, named at a time.
     const Code base = textFlag ? Code::TEXT_CHANNEL : Code::CHANNEL;
     const int offset = (literalFlag ? 0 : 2) + (timeFlag ? 1 : 0);
     const Code code = static_cast<Code>(static_cast<int>(base) + offset);
@@ -657,7 +658,7 @@ TRK_Expression::Type TRK_ExpressionParser::parseChannelCall(const TRK_FunctionEn
 // Steps
 // ---------------------------------------------------------------- //
 
-/// Appends a step that changes the stacks' heights by these counts. Its index.
+/// Appends a step that changes the stacks' heights by these counts. Returns its index.
 size_t TRK_ExpressionParser::emit(Code code, int numbers, int texts, uint32_t index)
 {
     myNumbers += numbers;
@@ -698,7 +699,7 @@ void TRK_ExpressionParser::toNumber(Type type)
     }
 }
 
-/// Turns the two values on top, \p right above \p left, into numbers in that order.
+/// Converts the two values on top, \p right above \p left, to numbers in that order.
 void TRK_ExpressionParser::toNumbers(Type left, Type right)
 {
     toNumber(right);
@@ -708,7 +709,7 @@ void TRK_ExpressionParser::toNumbers(Type left, Type right)
     }
 }
 
-/// Lets a jump lead to the next step.
+/// Sets a jump's target to the next step.
 void TRK_ExpressionParser::land(size_t jump)
 {
     myExpression.mySteps[jump].index = static_cast<uint32_t>(myExpression.mySteps.size());

@@ -3,7 +3,7 @@
 ///
 /// Vocabulary: see TRK_Expression.h. *Emit* = append a step and account for the stacks.
 /// Ownership:  lives for one parse; borrows text and expression.
-/// Errors:     the first fault is remembered in the expression with its place; its program is then
+/// Errors:     the first error is stored in the expression with its position; its program is then
 ///             empty.
 /// Cost:       linear in the text.
 
@@ -52,7 +52,7 @@ private:
     void readEscape(char quote, std::string &text);
     bool startsVariable() const;
     bool readVariableName(std::string &name, std::string &written);
-    /// With \p written the variable stands inside a text, and its value becomes one.
+    /// With \p written the variable is inside a text, and its value becomes text.
     Type emitVariable(const std::string &name, const std::string *written);
 
     size_t emit(Code code, int numbers, int texts, uint32_t index = 0);

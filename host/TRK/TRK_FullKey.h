@@ -1,9 +1,9 @@
 /// \file TRK_FullKey.h
-/// Everything one key carries: values, slopes and accelerations on both sides, and the expression
+/// All data of one key: values, slopes and accelerations on both sides, and the expression
 /// of the segment that starts there.
 ///
-/// Vocabulary: *in* = the side seen when time comes up to the key (the end of the segment before);
-///             *out* = the side seen when time leaves it (the start of the segment after).
+/// Vocabulary: *in* = the side before the key (the end of the segment before); *out* = the side
+///             after it (the start of the segment after).
 /// Units:      time in seconds; slope in value per second; acceleration is the length in seconds
 ///             of the curve's handle on that side, 0 for one third of the segment.
 /// Ownership:  a plain value.
@@ -25,6 +25,6 @@ struct TRK_FullKey
     double time = 0.0;
     TRK_KeySide in;
     TRK_KeySide out;
-    KIT_StringHolder expression; ///< null: as the segment that is split, else "bezier()"
+    KIT_StringHolder expression; ///< null: that of the segment that is split, else "bezier()"
     TRK_ExprLanguage language = TRK_LANGUAGE_NATIVE;
 };

@@ -51,7 +51,7 @@ inline double TRKinterpolateCubic(double u, double length, double v0, double s0,
 }
 
 /// The parameter of the Bezier curve with the times 0, \p x1, \p x2, 1 at the time \p u.
-/// \p x1 and \p x2 must lie in 0 to 1, which makes the curve's time run one way.
+/// \p x1 and \p x2 must be in 0 to 1, which makes the curve's time monotonic.
 inline double TRKsolveBezierTime(double u, double x1, double x2)
 {
     const double c = 3.0 * x1;
@@ -79,10 +79,10 @@ inline double TRKsolveBezierTime(double u, double x1, double x2)
     return t;
 }
 
-/// Bezier curve in time and value. The first handle ends \p a0 seconds behind the start, on the
+/// Bezier curve in time and value. The first handle ends \p a0 seconds after the start, on the
 /// line of slope \p s0; the second \p a1 seconds before the end, on the line of slope \p s1.
-/// A length of 0 is one third of the segment; lengths beyond the segment are cut to it. With both
-/// at one third the curve is the Hermite cubic.
+/// A length of 0 means one third of the segment; lengths beyond the segment are clamped to it. With
+/// both at one third the curve is the Hermite cubic.
 inline double TRKinterpolateBezier(double u, double length, double v0, double s0, double a0,
                                    double v1, double s1, double a1)
 {

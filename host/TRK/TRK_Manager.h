@@ -1,11 +1,11 @@
 /// \file TRK_Manager.h
-/// The process-wide side of channels: the current time, settings, variables, and the expansion of
+/// The process-wide state of channels: the current time, settings, variables, and the expansion of
 /// texts.
 ///
 /// Units:      time in seconds; frame 1 is time 0; 24 frames a second unless set.
 /// Ownership:  one for the process. Borrows the interpreter set by setPythonEvaluator.
-/// Threads:    settings are single words, read by evaluation threads and set by the main one.
-///             Everything else as it says.
+/// Threads:    settings are atomic values, read by evaluation threads and set by the main thread.
+///             Everything else as documented.
 /// Errors:     evaluationError reports to the calling thread's error manager; expandString sets
 ///             EVL::theErrNo of the given thread.
 
@@ -28,7 +28,7 @@ enum TRK_ExpandFlags : int
 {
     TRK_EXPAND_VARIABLES = 1,   ///< $NAME and ${NAME}
     TRK_EXPAND_EXPRESSIONS = 2, ///< expressions in backticks
-    TRK_EXPAND_HOME = 4,        ///< "~" alone or in front of a "/" at the start
+    TRK_EXPAND_HOME = 4,        ///< "~" alone or before a "/" at the start
     TRK_EXPAND_CODE = 8 | 16    ///< the text is program code; makes no difference
 };
 
@@ -49,7 +49,7 @@ public:
     double getEvaluateTime(int thread) const;
     double getCurrentTime() const { return myTime.load(std::memory_order_relaxed); }
     void setCurrentTime(double time) { myTime.store(time, std::memory_order_relaxed); }
-    /// How far apart two times may be and still be the same key.
+    /// The distance below which two times are the same key.
     double getTimeTolerance() const { return 1e-5; }
     double getFPS() const { return myFPS.load(std::memory_order_relaxed); }
     /// Frames a second; a value that is not above 0 is ignored.
@@ -63,29 +63,29 @@ public:
     /// True, the default: a value set on a channel becomes a key at once.
     bool getCommitPreference() const { return myCommitFlag.load(std::memory_order_relaxed); }
     void setCommitPreference(bool commit) { myCommitFlag.store(commit, std::memory_order_relaxed); }
-    /// True: a key on one component keys the whole tuple. False by default.
+    /// True: a key on one component keys the whole tuple. Initially false.
     bool getTupleKeying() const { return myTupleFlag.load(std::memory_order_relaxed); }
     void setTupleKeying(bool tuple) { myTupleFlag.store(tuple, std::memory_order_relaxed); }
 
     // ---------------------------------------------------------------- //
     /// \name Variables   (any thread)
     // ---------------------------------------------------------------- //
-    /// The variables of CON_Manager, without the environment of the process.
+    /// The variables of CON_Manager, without the process's environment.
     bool getGlobalVariable(const KIT_StringRef &name, KIT_String &value) const;
-    /// A null value takes the variable away.
+    /// A null value removes the variable.
     void setGlobalVariable(const KIT_StringRef &name, const char *value);
     /// $F $FF $T $FPS $PI $E $OS, then the collection's resolver, then the global variables, then
-    /// the environment of the process. A mark is set for those that depend on time.
+    /// the process's environment. A flag is set for those that depend on time.
     bool getVariable(const KIT_StringRef &name, double time, const TRK_Collection *collection,
                      KIT_String &value, bool &timeDependent) const;
 
     // ---------------------------------------------------------------- //
     /// \name Texts   (any thread)
     // ---------------------------------------------------------------- //
-    /// Expands a literal text by TRK_ExpandFlags; other bits are ignored. Backslashes in front of a
-    /// "$" or backtick protect it, two stand for one; elsewhere a backslash is a character like any
-    /// other. An unknown variable stays as it is written. An expression that fails, or a backtick
-    /// without its partner, sets EVL::theErrNo. The result is a mask: TRK_EXPAND_CHANGED,
+    /// Expands a literal text by TRK_ExpandFlags; other bits are ignored. A backslash before a "$"
+    /// or a backtick escapes it, two backslashes there mean one; elsewhere a backslash is an
+    /// ordinary character. An unknown variable stays as written. An expression that fails, or an
+    /// unmatched backtick, sets EVL::theErrNo. The result is a mask: TRK_EXPAND_CHANGED,
     /// TRK_EXPAND_TIME_DEPENDENT.
     int expandString(const char *text, KIT_String &out, double time, TRK_Collection *collection,
                      int thread, int flags = TRK_EXPAND_VARIABLES | TRK_EXPAND_EXPRESSIONS) const;
@@ -93,21 +93,22 @@ public:
     static bool scanForVariableInString(const char *text, const char *name);
 
     using ReferenceCall = std::function<void(const KIT_StringRef &path, const KIT_StringRef &name)>;
-    /// Calls for each reference by a literal name in an expression.
+    /// Calls \p call for each reference by a literal name in an expression.
     static void forEachReference(const char *expression, const ReferenceCall &call);
-    /// Calls for each reference in the backticks of a literal text.
+    /// Calls \p call for each reference in the backticks of a literal text.
     static void buildStringOpDependencies(const char *text, const ReferenceCall &call);
-    /// Tells the collection's path resolver what a literal text refers to: what its backticks
-    /// refer to, or without any, each of its words that holds a "/" and is the path of a node.
+    /// Reports to the collection's path resolver what a literal text refers to: the references in
+    /// its backticks, or if there are none, each of its words that contains a "/" and is a node's
+    /// path.
     static void buildStringOpDependencies(const char *text, const TRK_Referrer &from,
                                           const TRK_Collection *collection, int thread);
     /// Rewrites the paths of references in an expression, or in the backticks of a literal text:
-    /// the path \p from and those below it become \p to. The number of changes.
+    /// the path \p from and those below it become \p to. Returns the number of changes.
     static int changeStringOpRef(KIT_String &text, const char *from, const char *to);
-    /// The same in a literal text for a node that is called otherwise from now on, by its full path
-    /// and by the one that leads there from \p collection's node: in its backticks or, without
-    /// any, in its words that hold a "/". With a \p name only references that end in it. Null
-    /// paths change nothing. \p collection and \p thread change nothing.
+    /// The same in a literal text for a node that was renamed, both by its full path and by the
+    /// path relative to \p collection's node: in its backticks or, if there are none, in its words
+    /// that contain a "/". With a \p name only references that end in it. Null paths change
+    /// nothing. \p collection and \p thread have no effect.
     static int changeStringOpRef(KIT_String &text, const char *oldFullPath, const char *newFullPath,
                                  const char *oldRelativePath, const char *newRelativePath,
                                  const char *name, const TRK_Collection *collection, int thread);
@@ -115,15 +116,15 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Other services
     // ---------------------------------------------------------------- //
-    /// Whether the calling thread is in the middle of an expression.
+    /// Whether the calling thread is evaluating an expression.
     static bool isEvaluating();
     /// Fills in a reference to a channel. False for null or a channel without a collection.
     bool fillChannelRef(TRK_ChannelRef &ref, TRK_Channel *channel) const;
     /// Reports an EVL number as KITaddError("TRK", error, text). 0 is not reported.
     void evaluationError(int error, int thread, const char *text) const;
-    /// Who evaluates expressions of language 1: the host's Python, which registers when the library
-    /// is loaded, unless set. Null, as in a build without Python: nobody, they give 0 and
-    /// EVL::EVL_NO_LANGUAGE. Set it while nobody evaluates.
+    /// Sets the evaluator of expressions of language 1; by default the host's Python, which
+    /// registers when the library is loaded. Null, as in a build without Python: they give 0 and
+    /// EVL::EVL_NO_LANGUAGE. Call it while no thread evaluates.
     void setPythonEvaluator(TRK_LanguageEvaluator *evaluator)
     {
         myPython.store(evaluator, std::memory_order_release);

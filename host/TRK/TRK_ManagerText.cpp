@@ -17,13 +17,13 @@ namespace
 
 constexpr const char *theBlanks = " \t\r\n";
 
-/// Two searches that use the machine's wide registers beat one for a set.
+/// Two searches that use wide registers are faster than one for a set.
 bool isExpandable(const char *text)
 {
     return std::strchr(text, '$') != nullptr || std::strchr(text, '`') != nullptr;
 }
 
-/// A variable's name at a "$"; the length of the whole, 0 if none is there.
+/// A variable's name at a "$"; returns the length of the whole, 0 if there is none.
 size_t scanVariable(const char *text, std::string_view &name)
 {
     const bool braceFlag = text[1] == '{';
@@ -42,7 +42,7 @@ size_t scanVariable(const char *text, std::string_view &name)
     return static_cast<size_t>(end - text) + (braceFlag ? 1 : 0);
 }
 
-/// The backtick that ends an expression; quoted ones do not count. Null if there is none.
+/// The backtick that ends an expression, ignoring quoted ones. Null if there is none.
 const char *findClosingBacktick(const char *text)
 {
     char quote = '\0';
@@ -177,7 +177,7 @@ private:
     KIT_WorkBuffer myOut;
 };
 
-/// Calls for each expression in the backticks of a literal text.
+/// Calls \p call for each expression in the backticks of a literal text.
 template <class F>
 void forEachBacktick(const char *text, F call)
 {
@@ -196,7 +196,7 @@ void forEachBacktick(const char *text, F call)
     }
 }
 
-/// Calls for each word between blanks that holds a "/".
+/// Calls \p call for each word between blanks that contains a "/".
 template <class F>
 void forEachPathWord(const char *text, F call)
 {
@@ -214,7 +214,7 @@ struct PathChange
 {
     const char *from;
     const char *to;
-    const char *name; ///< only those that end in it; null: all
+    const char *name; ///< only references that end in it; null: all
 
     bool isUsable() const { return from != nullptr && *from != '\0' && to != nullptr; }
     bool concerns(std::string_view path) const
@@ -226,14 +226,14 @@ struct PathChange
         return startFlag &&
                (name == nullptr || path.substr(path.rfind('/') + 1) == std::string_view(name));
     }
-    /// The path as it is from now on.
+    /// The new path.
     std::string changed(std::string_view path) const
     {
         return std::string(to).append(path.substr(std::strlen(from)));
     }
 };
 
-/// Rewrites the literal arguments of ch, chs and their like in one expression.
+/// Rewrites the literal arguments of ch, chs and the like in one expression.
 int changePaths(std::string &expression, const PathChange &change)
 {
     int count = 0;

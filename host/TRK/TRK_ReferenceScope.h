@@ -1,13 +1,13 @@
 /// \file TRK_ReferenceScope.h
-/// Tells what an evaluation reads by reference: open one around it, and hear of each.
+/// Reports what an evaluation reads by reference: open a scope around it to be notified of each.
 ///
-/// Vocabulary: *direct* = read by what is evaluated itself, not by what that reads in turn.
+/// Vocabulary: *direct* = read by the evaluated text itself, not by what it reads in turn.
 /// Ownership:  a scope lives on the C++ stack and borrows its listener.
-/// Threads:    a scope hears of the evaluations of the thread that opened it, and of no other.
-/// Errors:     none. A path that leads nowhere is not told, a name that leads nowhere is.
-/// Cost:       without a scope a reference costs one look at a word of the thread.
+/// Threads:    a scope is notified of evaluations of the thread that opened it only.
+/// Errors:     none. A path that doesn't exist is not reported, a name that doesn't exist is.
+/// Cost:       without a scope a reference costs one check of a thread-local pointer.
 ///
-/// Names that are computed come out only here: the literal ones a text tells by itself, see
+/// Only this finds names that are computed; for the literal ones in a text see
 /// TRK_Manager::forEachReference.
 
 #pragma once
@@ -17,7 +17,7 @@
 
 class TRK_Collection;
 
-/// Hears of references.
+/// Notified of references.
 class KIT_API TRK_ReferenceListener
 {
 public:
@@ -29,7 +29,7 @@ public:
 class KIT_API TRK_ReferenceScope
 {
 public:
-    /// Hides the scope that is open on the thread until its own end.
+    /// Hides the thread's present scope until this one ends.
     explicit TRK_ReferenceScope(TRK_ReferenceListener &listener);
     ~TRK_ReferenceScope();
     TRK_ReferenceScope(const TRK_ReferenceScope &) = delete;

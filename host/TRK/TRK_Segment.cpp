@@ -81,7 +81,7 @@ const TRK_Expression *TRK_Segment::getCompiledExpression() const
     if (compiled != nullptr || isInterpolated() || myLanguage != TRK_LANGUAGE_NATIVE) {
         return compiled;
     }
-    // Several threads may compile at once; the first one's work is kept.
+    // Several threads may compile at once; the first result is kept.
     std::unique_ptr<TRK_Expression> mine(TRK_Expression::compile(myText.c_str()));
     if (myCompiled.compare_exchange_strong(compiled, mine.get(), std::memory_order_acq_rel,
                                            std::memory_order_acquire)) {

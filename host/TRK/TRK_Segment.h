@@ -1,15 +1,15 @@
 /// \file TRK_Segment.h
-/// The stretch of a channel between two keys: values at both ends and what happens between them.
+/// The part of a channel between two keys: values at both ends and the curve between them.
 ///
 /// Vocabulary: *in* value, slope, acceleration = at the segment's start; *out* = at its end.
 ///             *interpolator* = an expression that is exactly one call of TRK_Interpolators.def,
-///             such as linear(): then the values make the curve. Any other expression drives the
-///             segment and the values rest.
+///             such as linear(): the values then define the curve. Any other expression drives the
+///             segment and the values are unused.
 /// Units:      time in seconds; slope in value per second; acceleration is the length of the
 ///             curve's handle in seconds, 0 for one third of the segment.
-/// Ownership:  owned by its channel, in an array: a pointer holds until keys come or go.
-/// Threads:    const calls from any thread. Changes one thread at a time, while nobody evaluates.
-///             The compiled expression is made by whoever needs it first, on any thread.
+/// Ownership:  owned by its channel's array: a pointer is valid until keys are added or removed.
+/// Threads:    const calls from any thread. Changes one thread at a time, while no thread
+///             evaluates. The expression is compiled on first use, on any thread.
 /// Errors:     as TRK_Expression.
 /// Cost:       interpolators need no call and no look-up; an expression is compiled once.
 
@@ -44,9 +44,9 @@ public:
     const char *getExpression() const { return myText.nonNullStr(); }
     TRK_Interpolator getInterpolator() const { return myInterpolator; }
     bool isInterpolated() const { return myInterpolator != TRK_INTERP_EXPRESSION; }
-    /// Sets text and language; a null or empty text is "bezier()". Trailing blanks go.
+    /// Sets text and language; a null or empty text means "bezier()". Trailing blanks are removed.
     void changeExpression(const char *text, TRK_ExprLanguage language);
-    /// The compiled form, made now if need be; null for an interpolator or a foreign language.
+    /// The compiled form, compiled now if needed; null for an interpolator or a foreign language.
     const TRK_Expression *getCompiledExpression() const;
     bool hasCompiledExpression() const
     {
@@ -54,7 +54,7 @@ public:
     }
     /// Drops the compiled form.
     void dirtyExprCache();
-    /// Has the compiled form count as text; see TRK_Expression::forceStringType.
+    /// Treats the value of the compiled form as text; see TRK_Expression::forceStringType.
     void forceStringType();
 
     // ---------------------------------------------------------------- //
@@ -62,7 +62,7 @@ public:
     // ---------------------------------------------------------------- //
     double getInValue() const { return myInValue; }
     double getOutValue() const { return myOutValue; }
-    /// The stored value: that at the start.
+    /// The stored value at the start.
     double getValue() const { return myInValue; }
     double getInSlope() const { return myInSlope; }
     double getOutSlope() const { return myOutSlope; }
@@ -75,8 +75,8 @@ public:
     void setInAcceleration(double acceleration, bool notify);
     void setOutAcceleration(double acceleration, bool notify);
 
-    /// The value of one curve over this segment's keys at a time, which counts as the start when it
-    /// lies before.
+    /// The value of one curve over this segment's keys at a time; a time before the segment counts
+    /// as its start.
     double interpolate(TRK_Interpolator interpolator, double time) const
     {
         const double length = myEnd - myStart;

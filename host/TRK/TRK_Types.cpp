@@ -65,7 +65,7 @@ const char *skipBlanks(const char *at)
     return at;
 }
 
-/// Whether a text is this call, "word()". Blanks may stand anywhere but inside the word.
+/// Whether a text is this call, "word()". Blanks are allowed anywhere except inside the word.
 bool isCall(const char *text, const char *call)
 {
     for (text = skipBlanks(text); *call != '\0'; ++call, ++text) {
