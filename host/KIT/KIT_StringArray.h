@@ -20,7 +20,7 @@ public:
     /// Appends a copy of that many bytes.
     int64_t append(const char *text, size_t length);
 
-    /// Appends the string; an owned text is moved, not copied.
+    /// Appends the string, hardened first if it is borrowed.
     int64_t append(KIT_String text);
 
     /// The index of the first string with this text at or after `start`, -1 if there is none. An
