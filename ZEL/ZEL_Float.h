@@ -134,7 +134,7 @@ private:
     bool loadPlainBinary(KIT_IStream &is);
     bool loadBinary(KIT_IStream &is);
     bool loadBinaryValue(KIT_IStream &is, int index);
-    /// A packet of flags, masks or the label.
+    /// A packet of flags or of an option.
     bool loadBinaryExtra(KIT_IStream &is, int packetId);
     void loadArgument(const char *argument, int index, HeldChannels &held, bool asSet,
                       ZEL_AddKeyType addKey, ZEL_KeySetType keySet);

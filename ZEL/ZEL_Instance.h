@@ -572,6 +572,20 @@ protected:
     /// False for an unknown id or a failed read.
     bool loadBinaryOption(KIT_IStream &is, short id);
 
+    /// What reading an option's packet came to.
+    enum class OptionRead
+    {
+        DONE,
+        UNKNOWN, ///< the id is no option's
+        FAILED   ///< the packet is cut
+    };
+    /// The packets of a float's own binary form. There, locks and label are always written, and the
+    /// setting that leaves labels alone isn't asked.
+    void saveFloatOptions(int classId, KIT_ByteBuffer &out) const;
+    OptionRead loadFloatOption(KIT_IStream &is, int id);
+    /// Whether any option of that form is set, the locks aside.
+    bool hasFloatOptions() const;
+
     void setLockedField(std::uint32_t field) { myLockField = field; }
     void setAutoScopeField(std::uint32_t field);
     void setAutoSelectField(std::uint32_t field);
@@ -588,6 +602,7 @@ protected:
 
 private:
     struct ColorRecord;
+    struct Options;
 
     void initMasks();
     void initTakeFlags();
@@ -595,6 +610,7 @@ private:
     void destroyMicroNodes();
     void leavePropagations();
     void clearSendExtra();
+    void adoptOptions(const ZEL_Instance &source);
     void adoptChannels(ZEL_Instance &source);
     void adoptMicroNodes(ZEL_Instance &source);
     ZEL_ParmMicroNode *createMicroNodes() const;
@@ -608,11 +624,6 @@ private:
     int findChannelName(const KIT_StringRef &name) const;
     bool reloadChannelPtr(TRK_Collection &collection, int index);
     bool isFirstRampPosition() const;
-    void loadAsciiOption(KIT_IStream &is, const char *word, const char *equals);
-    bool loadAsciiLabel(KIT_IStream &is, std::int64_t textStart);
-    void loadAsciiColor(const char *text);
-    bool loadBinaryLabel(KIT_IStream &is);
-    bool loadBinaryColor(KIT_IStream &is);
 
     std::uint32_t myFlags;
     std::uint32_t myEnableState;

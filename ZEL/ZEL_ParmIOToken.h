@@ -13,17 +13,15 @@
 /// The words in the order of the table. Stored: append only.
 enum ZEL_ParmIOToken : int
 {
-    ZEL_IO_TAB = 0,        ///< a tab, between the words
-    ZEL_IO_BLANK = 1,      ///< a blank
-    ZEL_IO_OPEN = 2,       ///< "["
-    ZEL_IO_CLOSE = 3,      ///< "]"
-    ZEL_IO_LOCKS = 4,      ///< "locks": the locked components
-    ZEL_IO_AUTOSCOPE = 5,  ///< "autoscope": the components that are scoped by themselves
-    ZEL_IO_BYPASS = 6,     ///< "bypass"
-    ZEL_IO_LABEL = 7,      ///< "zellabel": a label that was changed
-    ZEL_IO_COLOR = 8,      ///< "zelcolor": a component's channel colour
-    ZEL_IO_AUTOSELECT = 9, ///< "autosel": the components that are selected by themselves
-    ZEL_IO_TOKEN_COUNT     ///< how many there are
+    ZEL_IO_TAB = 0,   ///< a tab, between the words
+    ZEL_IO_BLANK = 1, ///< a blank
+    ZEL_IO_OPEN = 2,  ///< "["
+    ZEL_IO_CLOSE = 3, ///< "]"
+// The options, from ZEL_IO_LOCKS = 4.
+#define ZEL_INSTANCE_OPTION(name, word, packet, floatPacket, row) ZEL_IO_##name,
+#include <ZEL/ZEL_InstanceOptions.def>
+#undef ZEL_INSTANCE_OPTION
+    ZEL_IO_TOKEN_COUNT ///< how many there are
 };
 
 /// The word, never null; "" outside the table.

@@ -100,12 +100,8 @@ void ZEL_Instance::adopt(ZEL_Instance &source)
     if (&source == this) {
         return;
     }
-    const std::uint32_t added = ZEL_INST_SAVE_AUTOSCOPE | ZEL_INST_SAVE_AUTOSELECT |
-                                ZEL_INST_EXPRESSION | ZEL_INST_VALUE | ZEL_INST_SAVE_LABEL;
-    myLockField = source.myLockField;
-    myAutoScopeField = source.myAutoScopeField;
-    myAutoSelectField = source.myAutoSelectField;
-    myFlags |= source.myFlags & added;
+    myFlags |= source.myFlags & (ZEL_INST_EXPRESSION | ZEL_INST_VALUE);
+    adoptOptions(source);
     adoptChannels(source);
     if (getVectorSize() == source.getVectorSize()) {
         adoptMicroNodes(source);

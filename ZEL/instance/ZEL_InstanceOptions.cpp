@@ -1,3 +1,6 @@
+// The options of the saved form: one table, which the text form, the binary form and that of a float
+// walk.
+
 #include <ZEL/ZEL_Instance.h>
 
 #include <BAS/BAS_Number.h>
@@ -7,7 +10,6 @@
 #include <KIT/KIT_Packet.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
-#include <KIT/KIT_Write.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_ParmIOToken.h>
 #include <ZEL/instance/ZEL_InstancePrivate.h>
@@ -30,18 +32,6 @@ bool isLabelLoadDisabled()
     return theDisabledFlag;
 }
 
-/// A tab, the option's word and "=".
-void writeOption(KIT_ByteBuffer &out, ZEL_ParmIOToken token)
-{
-    out << getPacketIOToken(ZEL_IO_TAB) << getPacketIOToken(token) << '=';
-}
-
-void writeFieldOption(KIT_ByteBuffer &out, ZEL_ParmIOToken token, std::uint32_t field)
-{
-    writeOption(out, token);
-    out.appendDecimal(field);
-}
-
 /// The shortest text that reads back as the same number.
 void writeColorPart(KIT_ByteBuffer &out, float part)
 {
@@ -50,19 +40,300 @@ void writeColorPart(KIT_ByteBuffer &out, float part)
     out << ';' << std::string_view(text, std::size_t(end.ptr - text));
 }
 
-void writeFieldPacket(int classId, KIT_Packet &packet, std::ostream &os, ZEL_ParmIOToken token,
-                      std::uint32_t field)
-{
-    packet.beginWrite(os, classId, getPacketIOBinaryId(token));
-    KITwrite(os, field);
-    packet.endWrite();
-}
-
 std::uint32_t parseField(const char *text)
 {
     return std::uint32_t(std::strtoul(text, nullptr, 0));
 }
 } // namespace
+
+// ---------------------------------------------------------------------- //
+// The options
+// ---------------------------------------------------------------------- //
+
+/// One struct for each row of ZEL_InstanceOptions.def. Writers call `emit` once for each time the
+/// option is to be written, with a function that writes what stands behind "WORD=", or in the packet.
+struct ZEL_Instance::Options
+{
+    enum class Form
+    {
+        TEXT,
+        BINARY,
+        FLOAT
+    };
+
+    struct Locks;
+    struct AutoScope;
+    struct Bypass;
+    struct Label;
+    struct Color;
+    struct AutoSelect;
+
+    template <class Row_, ZEL_ParmIOToken token_, int packet_, int floatPacket_>
+    struct Entry
+    {
+        using Row = Row_;
+        static constexpr ZEL_ParmIOToken token = token_;
+        /// The id of the option's packet, below 0 where that form doesn't have it.
+        static constexpr int packetIn(Form form)
+        {
+            return form == Form::FLOAT ? floatPacket_ : packet_;
+        }
+    };
+
+    /// The rows in their order; `visit` and `test` get an Entry.
+    template <class, class... Entries>
+    struct Table
+    {
+        template <class Visit>
+        static void forEach(const Visit &visit)
+        {
+            (visit(Entries()), ...);
+        }
+        template <class Test>
+        static bool any(const Test &test)
+        {
+            return (test(Entries()) || ...);
+        }
+    };
+#define ZEL_INSTANCE_OPTION(name, word, packet, floatPacket, row)                                  \
+    , Entry<row, ZEL_IO_##name, packet, floatPacket>
+    using All = Table<void
+#include <ZEL/ZEL_InstanceOptions.def>
+                      >;
+#undef ZEL_INSTANCE_OPTION
+
+    template <class Emit>
+    static void writePackets(const ZEL_Instance &from, Form form, const Emit &emit);
+    static OptionRead readPacket(ZEL_Instance &to, KIT_IStream &is, Form form, int id);
+};
+
+namespace
+{
+/// Saved where it is set, and lost to an instance that takes over.
+struct OptionRow
+{
+    template <class Form>
+    static constexpr bool isAlwaysIn(Form)
+    {
+        return false;
+    }
+    static void adopt(ZEL_Instance &, const ZEL_Instance &) {}
+};
+
+/// An option that is a number of 32 bits: `Row::get` and `Row::set`.
+template <class Row>
+struct FieldRow : OptionRow
+{
+    template <class Emit>
+    static void writeText(const ZEL_Instance &from, const Emit &emit)
+    {
+        emit([&](KIT_ByteBuffer &out) { out.appendDecimal(Row::get(from)); });
+    }
+    static void readText(ZEL_Instance &to, KIT_IStream &, const char *text)
+    {
+        Row::set(to, parseField(text));
+    }
+    template <class Emit>
+    static void writeBinary(const ZEL_Instance &from, const Emit &emit)
+    {
+        emit([&](KIT_ByteBuffer &out) { out.appendNumber(Row::get(from)); });
+    }
+    template <class Form>
+    static bool readBinary(ZEL_Instance &to, KIT_IStream &is, Form)
+    {
+        std::uint32_t field = 0;
+        if (!is.bread(field)) {
+            return false;
+        }
+        Row::set(to, field);
+        return true;
+    }
+};
+} // namespace
+
+struct ZEL_Instance::Options::Locks : FieldRow<Locks>
+{
+    static constexpr bool isAlwaysIn(Form form) { return form != Form::BINARY; }
+    static bool isSet(const ZEL_Instance &from) { return from.myLockField != 0; }
+    static std::uint32_t get(const ZEL_Instance &from) { return from.myLockField; }
+    static void set(ZEL_Instance &to, std::uint32_t field) { to.setLockedField(field); }
+    static void adopt(ZEL_Instance &to, const ZEL_Instance &from)
+    {
+        to.myLockField = from.myLockField;
+    }
+};
+
+struct ZEL_Instance::Options::AutoScope : FieldRow<AutoScope>
+{
+    static bool isSet(const ZEL_Instance &from) { return from.getSaveAutoScopeFlag(); }
+    static std::uint32_t get(const ZEL_Instance &from) { return from.myAutoScopeField; }
+    static void set(ZEL_Instance &to, std::uint32_t field) { to.setAutoScopeField(field); }
+    static void adopt(ZEL_Instance &to, const ZEL_Instance &from)
+    {
+        to.myAutoScopeField = from.myAutoScopeField;
+        to.myFlags |= from.myFlags & ZEL_INST_SAVE_AUTOSCOPE;
+    }
+};
+
+struct ZEL_Instance::Options::AutoSelect : FieldRow<AutoSelect>
+{
+    static bool isSet(const ZEL_Instance &from) { return from.getSaveAutoSelectFlag(); }
+    static std::uint32_t get(const ZEL_Instance &from) { return from.myAutoSelectField; }
+    static void set(ZEL_Instance &to, std::uint32_t field) { to.setAutoSelectField(field); }
+    static void adopt(ZEL_Instance &to, const ZEL_Instance &from)
+    {
+        to.myAutoSelectField = from.myAutoSelectField;
+        to.myFlags |= from.myFlags & ZEL_INST_SAVE_AUTOSELECT;
+    }
+};
+
+struct ZEL_Instance::Options::Bypass : FieldRow<Bypass>
+{
+    static bool isSet(const ZEL_Instance &from) { return from.getBypassFlag(); }
+    static std::uint32_t get(const ZEL_Instance &) { return 1; }
+    static void set(ZEL_Instance &to, std::uint32_t field) { to.setBypassFlag(field != 0); }
+};
+
+struct ZEL_Instance::Options::Label : OptionRow
+{
+    static constexpr bool isAlwaysIn(Form form) { return form == Form::FLOAT; }
+    static bool isSet(const ZEL_Instance &from) { return from.getSaveLabelFlag(); }
+    static void adopt(ZEL_Instance &to, const ZEL_Instance &from)
+    {
+        to.myFlags |= from.myFlags & ZEL_INST_SAVE_LABEL;
+    }
+
+    template <class Emit>
+    static void writeText(const ZEL_Instance &from, const Emit &emit)
+    {
+        KIT_WorkBuffer label;
+        label.appendQuoted(KIT_String(from.getLabel()).view());
+        emit([&](KIT_ByteBuffer &out) { out << label.view(); });
+    }
+    static void readText(ZEL_Instance &to, KIT_IStream &is, const char *text)
+    {
+        if (!*text) {
+            return;
+        }
+        // The label may hold blanks and quotes, so it is read again as the quoted text that it is.
+        const std::int64_t wordEnd = is.tellg();
+        KIT_String label;
+        if (!is.seekg(wordEnd - std::int64_t(std::strlen(text))) || !is.readString(label)) {
+            is.seekg(wordEnd);
+            return;
+        }
+        // A label that isn't wanted is still read to its end, so that none of it counts as an option.
+        if (!isLabelLoadDisabled()) {
+            to.setLabel(label.isstring() ? label.c_str() : nullptr);
+        }
+    }
+    template <class Emit>
+    static void writeBinary(const ZEL_Instance &from, const Emit &emit)
+    {
+        emit([&](KIT_ByteBuffer &out) {
+            out.appendText(isSet(from) ? KIT_String(from.getLabel()).view() : std::string_view());
+        });
+    }
+    static bool readBinary(ZEL_Instance &to, KIT_IStream &is, Form form)
+    {
+        if (form != Form::FLOAT && isLabelLoadDisabled()) {
+            return true;
+        }
+        KIT_WorkBuffer label;
+        if (!is.readWorkBuffer(label, true)) {
+            return false;
+        }
+        if (*label.buffer()) {
+            to.setLabel(label.buffer());
+        }
+        return true;
+    }
+};
+
+struct ZEL_Instance::Options::Color : OptionRow
+{
+    static bool isSet(const ZEL_Instance &from)
+    {
+        bool any = false;
+        forEachColor(from, [&](int, const KIT_Color &) { any = true; });
+        return any;
+    }
+    template <class Visit>
+    static void forEachColor(const ZEL_Instance &from, const Visit &visit)
+    {
+        const int size = from.myChannelColors ? from.getVectorSize() : 0;
+        for (int i = 0; i < size; ++i) {
+            if (from.hasChannelCustomColor(i)) {
+                visit(i, from.getChannelCustomColor(i));
+            }
+        }
+    }
+
+    template <class Emit>
+    static void writeText(const ZEL_Instance &from, const Emit &emit)
+    {
+        forEachColor(from, [&](int index, const KIT_Color &color) {
+            emit([&](KIT_ByteBuffer &out) {
+                out.appendDecimal(std::uint32_t(index));
+                writeColorPart(out, color.red());
+                writeColorPart(out, color.green());
+                writeColorPart(out, color.blue());
+                out << ';';
+            });
+        });
+    }
+    static void readText(ZEL_Instance &to, KIT_IStream &, const char *text)
+    {
+        static constexpr int thePieceCount = 4; // index, red, green, blue
+        std::string pieces[thePieceCount];
+        int count = 0;
+        while (*text) {
+            const std::size_t length = std::strcspn(text, ";");
+            if (count == thePieceCount) {
+                return;
+            }
+            pieces[count++].assign(text, length);
+            text += text[length] ? length + 1 : length;
+        }
+        if (count == thePieceCount) {
+            const std::int64_t index = BASparseInteger(pieces[0].c_str());
+            if (index >= 0 && index < to.getVectorSize()) {
+                to.setChannelCustomColor(int(index),
+                                         KIT_Color(float(BASparseFloat(pieces[1].c_str())),
+                                                   float(BASparseFloat(pieces[2].c_str())),
+                                                   float(BASparseFloat(pieces[3].c_str()))));
+            }
+        }
+    }
+    template <class Emit>
+    static void writeBinary(const ZEL_Instance &from, const Emit &emit)
+    {
+        forEachColor(from, [&](int index, const KIT_Color &color) {
+            emit([&](KIT_ByteBuffer &out) {
+                out.appendNumber(std::int32_t(index));
+                out.appendNumber(color.red());
+                out.appendNumber(color.green());
+                out.appendNumber(color.blue());
+            });
+        });
+    }
+    static bool readBinary(ZEL_Instance &to, KIT_IStream &is, Form)
+    {
+        std::int32_t index = -1;
+        float parts[3] = {0.0f, 0.0f, 0.0f};
+        // A cut packet colours with what is there: a colour isn't worth failing a load.
+        (void)(is.bread(index) && is.bread(parts[0]) && is.bread(parts[1]) && is.bread(parts[2]));
+        if (to.validIndex(index)) {
+            to.setChannelCustomColor(index, KIT_Color(parts[0], parts[1], parts[2]));
+        }
+        return true;
+    }
+};
+
+void ZEL_Instance::adoptOptions(const ZEL_Instance &source)
+{
+    Options::All::forEach([&](auto entry) { decltype(entry)::Row::adopt(*this, source); });
+}
 
 void ZEL_Instance::setLabel(const char *label)
 {
@@ -82,40 +353,22 @@ void ZEL_Instance::saveAsciiOptions(std::ostream &os) const
 
 void ZEL_Instance::saveAsciiOptions(KIT_ByteBuffer &out) const
 {
-    if (getSaveFlags() == 0 && myLockField == 0 && !getSaveAutoScopeFlag() && !getBypassFlag() &&
-        !getSaveLabelFlag() && !myChannelColors && !getSaveAutoSelectFlag()) {
+    const auto isSet = [&](auto entry) { return decltype(entry)::Row::isSet(*this); };
+    if (getSaveFlags() == 0 && !Options::All::any(isSet)) {
         out << theUsualOptions;
         return;
     }
     out << getPacketIOToken(ZEL_IO_OPEN) << getPacketIOToken(ZEL_IO_BLANK);
     out.appendDecimal(getSaveFlags());
-    writeFieldOption(out, ZEL_IO_LOCKS, myLockField);
-    if (getSaveAutoScopeFlag()) {
-        writeFieldOption(out, ZEL_IO_AUTOSCOPE, myAutoScopeField);
-    }
-    if (getBypassFlag()) {
-        writeFieldOption(out, ZEL_IO_BYPASS, 1);
-    }
-    if (getSaveLabelFlag()) {
-        KIT_WorkBuffer label;
-        label.appendQuoted(KIT_String(getLabel()).view());
-        writeOption(out, ZEL_IO_LABEL);
-        out << label.view();
-    }
-    for (int i = 0, size = getVectorSize(); i < size; ++i) {
-        if (hasChannelCustomColor(i)) {
-            const KIT_Color &color = getChannelCustomColor(i);
-            writeOption(out, ZEL_IO_COLOR);
-            out.appendDecimal(std::uint32_t(i));
-            writeColorPart(out, color.red());
-            writeColorPart(out, color.green());
-            writeColorPart(out, color.blue());
-            out << ';';
+    Options::All::forEach([&](auto entry) {
+        using Entry = decltype(entry);
+        if (Entry::Row::isAlwaysIn(Options::Form::TEXT) || isSet(entry)) {
+            Entry::Row::writeText(*this, [&](const auto &write) {
+                out << getPacketIOToken(ZEL_IO_TAB) << getPacketIOToken(Entry::token) << '=';
+                write(out);
+            });
         }
-    }
-    if (getSaveAutoSelectFlag()) {
-        writeFieldOption(out, ZEL_IO_AUTOSELECT, myAutoSelectField);
-    }
+    });
     out << getPacketIOToken(ZEL_IO_BLANK) << getPacketIOToken(ZEL_IO_CLOSE);
 }
 
@@ -137,7 +390,15 @@ bool ZEL_Instance::loadAsciiOptions(KIT_IStream &is, unsigned int &mask)
             return true;
         }
         if (const char *equals = std::strchr(text, '=')) {
-            loadAsciiOption(is, text, equals);
+            const std::size_t length = std::size_t(equals - text);
+            Options::All::any([&](auto entry) {
+                using Entry = decltype(entry);
+                const bool found = comparePacketIOToken(Entry::token, text, length);
+                if (found) {
+                    Entry::Row::readText(*this, is, equals + 1);
+                }
+                return found;
+            });
             continue;
         }
         ++numPositional;
@@ -150,159 +411,74 @@ bool ZEL_Instance::loadAsciiOptions(KIT_IStream &is, unsigned int &mask)
     return false;
 }
 
-void ZEL_Instance::loadAsciiOption(KIT_IStream &is, const char *word, const char *equals)
-{
-    const std::size_t length = std::size_t(equals - word);
-    const char *text = equals + 1;
-    if (comparePacketIOToken(ZEL_IO_LOCKS, word, length)) {
-        setLockedField(parseField(text));
-    } else if (comparePacketIOToken(ZEL_IO_AUTOSCOPE, word, length)) {
-        setAutoScopeField(parseField(text));
-    } else if (comparePacketIOToken(ZEL_IO_AUTOSELECT, word, length)) {
-        setAutoSelectField(parseField(text));
-    } else if (comparePacketIOToken(ZEL_IO_BYPASS, word, length)) {
-        setBypassFlag(parseField(text) != 0);
-    } else if (comparePacketIOToken(ZEL_IO_COLOR, word, length)) {
-        loadAsciiColor(text);
-    } else if (comparePacketIOToken(ZEL_IO_LABEL, word, length) && *text) {
-        // The label may hold blanks and quotes, so it is read again as the quoted text that it is.
-        loadAsciiLabel(is, is.tellg() - std::int64_t(std::strlen(text)));
-    }
-}
-
-bool ZEL_Instance::loadAsciiLabel(KIT_IStream &is, std::int64_t textStart)
-{
-    const std::int64_t wordEnd = is.tellg();
-    KIT_String label;
-    if (!is.seekg(textStart) || !is.readString(label)) {
-        is.seekg(wordEnd);
-        return false;
-    }
-    // A label that isn't wanted is still read to its end, so that none of it counts as an option.
-    if (!isLabelLoadDisabled()) {
-        setLabel(label.isstring() ? label.c_str() : nullptr);
-    }
-    return true;
-}
-
-void ZEL_Instance::loadAsciiColor(const char *text)
-{
-    static constexpr int thePieceCount = 4; // index, red, green, blue
-    std::string pieces[thePieceCount];
-    int count = 0;
-    while (*text) {
-        const std::size_t length = std::strcspn(text, ";");
-        if (count == thePieceCount) {
-            return;
-        }
-        pieces[count++].assign(text, length);
-        text += text[length] ? length + 1 : length;
-    }
-    if (count == thePieceCount) {
-        const std::int64_t index = BASparseInteger(pieces[0].c_str());
-        if (index >= 0 && index < getVectorSize()) {
-            setChannelCustomColor(int(index), KIT_Color(float(BASparseFloat(pieces[1].c_str())),
-                                                        float(BASparseFloat(pieces[2].c_str())),
-                                                        float(BASparseFloat(pieces[3].c_str()))));
-        }
-    }
-}
-
 // ---------------------------------------------------------------------- //
-// Binary form
+// Binary form, and that of a float
 // ---------------------------------------------------------------------- //
+
+/// `emit` gets the packet's id and what writes the payload.
+template <class Emit>
+void ZEL_Instance::Options::writePackets(const ZEL_Instance &from, Form form, const Emit &emit)
+{
+    All::forEach([&](auto entry) {
+        using Entry = decltype(entry);
+        const int id = Entry::packetIn(form);
+        if (id >= 0 && (Entry::Row::isAlwaysIn(form) || Entry::Row::isSet(from))) {
+            Entry::Row::writeBinary(from, [&](const auto &write) { emit(id, write); });
+        }
+    });
+}
+
+ZEL_Instance::OptionRead ZEL_Instance::Options::readPacket(ZEL_Instance &to, KIT_IStream &is,
+                                                           Form form, int id)
+{
+    OptionRead result = OptionRead::UNKNOWN;
+    All::any([&](auto entry) {
+        using Entry = decltype(entry);
+        const bool found = id >= 0 && id == Entry::packetIn(form);
+        if (found) {
+            result = Entry::Row::readBinary(to, is, form) ? OptionRead::DONE : OptionRead::FAILED;
+        }
+        return found;
+    });
+    return result;
+}
 
 bool ZEL_Instance::saveBinaryOptions(int classId, KIT_Packet &packet, std::ostream &os) const
 {
     bool any = false;
-    if (myLockField != 0) {
-        writeFieldPacket(classId, packet, os, ZEL_IO_LOCKS, myLockField);
-        any = true;
-    }
-    if (getSaveAutoScopeFlag()) {
-        writeFieldPacket(classId, packet, os, ZEL_IO_AUTOSCOPE, myAutoScopeField);
-        any = true;
-    }
-    if (getBypassFlag()) {
-        writeFieldPacket(classId, packet, os, ZEL_IO_BYPASS, 1);
-        any = true;
-    }
-    if (getSaveLabelFlag()) {
-        packet.beginWrite(os, classId, getPacketIOBinaryId(ZEL_IO_LABEL));
-        KIT_String(getLabel()).save(os, true);
+    Options::writePackets(*this, Options::Form::BINARY, [&](int id, const auto &write) {
+        packet.beginWrite(os, classId, id);
+        KITcompose(os, write);
         packet.endWrite();
         any = true;
-    }
-    for (int i = 0, size = getVectorSize(); i < size; ++i) {
-        if (hasChannelCustomColor(i)) {
-            const KIT_Color &color = getChannelCustomColor(i);
-            packet.beginWrite(os, classId, getPacketIOBinaryId(ZEL_IO_COLOR));
-            KITwrite(os, std::int32_t(i));
-            KITwrite(os, color.red());
-            KITwrite(os, color.green());
-            KITwrite(os, color.blue());
-            packet.endWrite();
-            any = true;
-        }
-    }
-    if (getSaveAutoSelectFlag()) {
-        writeFieldPacket(classId, packet, os, ZEL_IO_AUTOSELECT, myAutoSelectField);
-        any = true;
-    }
+    });
     return any;
 }
 
 bool ZEL_Instance::loadBinaryOption(KIT_IStream &is, short id)
 {
-    if (id == getPacketIOBinaryId(ZEL_IO_LABEL)) {
-        return loadBinaryLabel(is);
-    }
-    if (id == getPacketIOBinaryId(ZEL_IO_COLOR)) {
-        return loadBinaryColor(is);
-    }
-    const bool locks = id == getPacketIOBinaryId(ZEL_IO_LOCKS);
-    const bool autoScope = id == getPacketIOBinaryId(ZEL_IO_AUTOSCOPE);
-    const bool bypass = id == getPacketIOBinaryId(ZEL_IO_BYPASS);
-    const bool autoSelect = id == getPacketIOBinaryId(ZEL_IO_AUTOSELECT);
-    std::uint32_t field = 0;
-    if (!(locks || autoScope || bypass || autoSelect) || !is.bread(field)) {
-        return false;
-    }
-    if (locks) {
-        setLockedField(field);
-    } else if (autoScope) {
-        setAutoScopeField(field);
-    } else if (bypass) {
-        setBypassFlag(field != 0);
-    } else {
-        setAutoSelectField(field);
-    }
-    return true;
+    return Options::readPacket(*this, is, Options::Form::BINARY, id) == OptionRead::DONE;
 }
 
-bool ZEL_Instance::loadBinaryLabel(KIT_IStream &is)
+void ZEL_Instance::saveFloatOptions(int classId, KIT_ByteBuffer &out) const
 {
-    if (isLabelLoadDisabled()) {
-        return true;
-    }
-    KIT_WorkBuffer label;
-    if (!is.readWorkBuffer(label, true)) {
-        return false;
-    }
-    if (*label.buffer()) {
-        setLabel(label.buffer());
-    }
-    return true;
+    Options::writePackets(*this, Options::Form::FLOAT, [&](int id, const auto &write) {
+        const std::size_t start = out.beginPacket(classId, id);
+        write(out);
+        out.endPacket(start);
+    });
 }
 
-bool ZEL_Instance::loadBinaryColor(KIT_IStream &is)
+ZEL_Instance::OptionRead ZEL_Instance::loadFloatOption(KIT_IStream &is, int id)
 {
-    std::int32_t index = -1;
-    float parts[3] = {0.0f, 0.0f, 0.0f};
-    // A cut packet colours with what is there: a colour isn't worth failing a load.
-    (void)(is.bread(index) && is.bread(parts[0]) && is.bread(parts[1]) && is.bread(parts[2]));
-    if (validIndex(index)) {
-        setChannelCustomColor(index, KIT_Color(parts[0], parts[1], parts[2]));
-    }
-    return true;
+    return Options::readPacket(*this, is, Options::Form::FLOAT, id);
+}
+
+bool ZEL_Instance::hasFloatOptions() const
+{
+    return Options::All::any([&](auto entry) {
+        using Entry = decltype(entry);
+        return Entry::token != ZEL_IO_LOCKS && Entry::packetIn(Options::Form::FLOAT) >= 0 &&
+               Entry::Row::isSet(*this);
+    });
 }

@@ -12,16 +12,13 @@ struct TokenRecord
 };
 
 constexpr TokenRecord theTokens[] = {
-    {"\t", 1, -1},       // ZEL_IO_TAB
-    {" ", 1, -1},        // ZEL_IO_BLANK
-    {"[", 1, -1},        // ZEL_IO_OPEN
-    {"]", 1, -1},        // ZEL_IO_CLOSE
-    {"locks", 5, 4},     // ZEL_IO_LOCKS
-    {"autoscope", 9, 5}, // ZEL_IO_AUTOSCOPE
-    {"bypass", 6, 6},    // ZEL_IO_BYPASS
-    {"zellabel", 8, 7},  // ZEL_IO_LABEL
-    {"zelcolor", 8, 8},  // ZEL_IO_COLOR
-    {"autosel", 7, 9},   // ZEL_IO_AUTOSELECT
+    {"\t", 1, -1}, // ZEL_IO_TAB
+    {" ", 1, -1},  // ZEL_IO_BLANK
+    {"[", 1, -1},  // ZEL_IO_OPEN
+    {"]", 1, -1},  // ZEL_IO_CLOSE
+#define ZEL_INSTANCE_OPTION(name, word, packet, floatPacket, row) {word, sizeof(word) - 1, packet},
+#include <ZEL/ZEL_InstanceOptions.def>
+#undef ZEL_INSTANCE_OPTION
 };
 static_assert(sizeof(theTokens) / sizeof(theTokens[0]) == ZEL_IO_TOKEN_COUNT,
               "one record for each token");

@@ -18,17 +18,16 @@
 namespace
 {
 
-/// Packet ids of a float. Stored: append only.
+/// Packet ids of a float, those of its options among them. Stored: append only.
 enum FloatPacket
 {
     FLOAT_END = 0,
     FLOAT_CHANNEL = 1,
     FLOAT_VALUE = 2,
     FLOAT_FLAGS = 3,
-    FLOAT_LOCKS = 4,
-    FLOAT_AUTOSCOPE = 5,
-    FLOAT_LABEL = 6,
-    FLOAT_AUTOSELECT = 8
+#define ZEL_INSTANCE_OPTION(name, word, packet, floatPacket, row) FLOAT_##name = floatPacket,
+#include <ZEL/ZEL_InstanceOptions.def>
+#undef ZEL_INSTANCE_OPTION
 };
 
 constexpr const char *theLoadLabel = "Float Parameter Load";
@@ -95,7 +94,7 @@ bool ZEL_Float::savePlainBinary(KIT_ByteBuffer &out) const
     const int size = getVectorSize();
     const std::size_t length = theValuesAt + std::size_t(size) * theValueSize + theHeader;
     char *at = out.room(length);
-    if (!at || getSaveAutoScopeFlag() || getSaveLabelFlag() || getSaveAutoSelectFlag()) {
+    if (!at || hasFloatOptions()) {
         return false;
     }
     const int classId = floatClassId();
@@ -125,16 +124,7 @@ void ZEL_Float::saveBinary(KIT_ByteBuffer &out) const
     out.appendNumber(std::int32_t(0));
     out.appendNumber(std::int32_t(0));
     out.endPacket(flags);
-    out.appendPacket(classId, FLOAT_LOCKS, getLockedField());
-    if (getSaveAutoScopeFlag()) {
-        out.appendPacket(classId, FLOAT_AUTOSCOPE, getAutoScopeField());
-    }
-    const std::size_t label = out.beginPacket(classId, FLOAT_LABEL);
-    out.appendText(getSaveLabelFlag() ? getLabel() : "");
-    out.endPacket(label);
-    if (getSaveAutoSelectFlag()) {
-        out.appendPacket(classId, FLOAT_AUTOSELECT, getAutoSelectField());
-    }
+    saveFloatOptions(classId, out);
     for (int i = 0, size = getVectorSize(); i < size; ++i) {
         if (const TRK_Channel *channel = getChannel(i)) {
             const std::size_t link = out.beginPacket(classId, FLOAT_CHANNEL);
@@ -276,30 +266,17 @@ bool ZEL_Float::loadBinaryValue(KIT_IStream &is, int index)
 
 bool ZEL_Float::loadBinaryExtra(KIT_IStream &is, int packetId)
 {
-    if (packetId == FLOAT_LABEL) {
-        KIT_WorkBuffer label;
-        if (!is.readWorkBuffer(label, true)) {
+    if (packetId == FLOAT_FLAGS) {
+        std::uint32_t words[3] = {};
+        if (!is.bread(words, 3)) {
             return false;
         }
-        if (*label.buffer()) {
-            setLabel(label.buffer());
-        }
+        setSaveFlags(words[0]);
         return true;
     }
-    if (packetId != FLOAT_FLAGS && packetId != FLOAT_LOCKS && packetId != FLOAT_AUTOSCOPE &&
-        packetId != FLOAT_AUTOSELECT) {
+    const OptionRead read = loadFloatOption(is, packetId);
+    if (read == OptionRead::UNKNOWN) {
         KITaddCommonWarning(KIT_COMMON_UNKNOWN_PACKET, theLoadLabel);
-        return true;
     }
-    std::uint32_t words[3] = {};
-    if (!is.bread(words, packetId == FLOAT_FLAGS ? 3 : 1)) {
-        return false;
-    }
-    switch (packetId) {
-    case FLOAT_FLAGS: setSaveFlags(words[0]); break;
-    case FLOAT_LOCKS: setLockedField(words[0]); break;
-    case FLOAT_AUTOSCOPE: setAutoScopeField(words[0]); break;
-    default: setAutoSelectField(words[0]); break;
-    }
-    return true;
+    return read != OptionRead::FAILED;
 }

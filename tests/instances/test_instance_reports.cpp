@@ -8,11 +8,14 @@
 #include <KIT/KIT_Packet.h>
 #include <LYR/LYR_Manager.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
+#include <ZEL/ZEL_ParmIOToken.h>
 #include <ZEL/ZEL_RefId.h>
 #include <ZEL/ZEL_UndoData.h>
 #include <ZEL/ZEL_Value.h>
 
 #include <gtest/gtest.h>
+
+#include <fstream>
 
 // ---------------------------------------------------------------------- //
 // Option blocks
@@ -72,6 +75,20 @@ TEST(Instances, TextOptionsForgiveWhatTheyDoNotKnow)
         EXPECT_EQ(p.loadOptions(c.text, mask), c.ok) << c.text;
         EXPECT_EQ(mask, c.mask) << c.text;
         EXPECT_EQ(p.options(), c.options) << c.text;
+    }
+}
+
+TEST(Instances, EveryOptionIsInItsDocumentAndDictionary)
+{
+    for (const char *name : {"docs/stream.md", "fuzz/float_stream.dict"}) {
+        std::ifstream is(std::string(ZEL_TESTS_DIR "/../") + name);
+        std::stringstream text;
+        text << is.rdbuf();
+        for (int i = ZEL_IO_LOCKS; i < ZEL_IO_TOKEN_COUNT; ++i) {
+            const std::string word = getPacketIOToken(ZEL_ParmIOToken(i));
+            const std::string opening = name[0] == 'd' ? "`" : "\n\"";
+            EXPECT_NE(text.str().find(opening + word + "="), std::string::npos) << name << word;
+        }
     }
 }
 
