@@ -138,10 +138,18 @@ private:
     bool isPendingInOwner(int index) const;
     void noteState(zelOverrideInfoData &record, ZEL_ParmList *list, int index, int timeDep,
                    int active) const;
-    template <class T, class Eval>
-    int evaluateRecord(ZEL_ParmList *list, int index, T &value, const Eval &eval) const;
-    bool offerFloat(double time, double value, int index) const;
-    bool offerInt(double time, std::int64_t value, int index) const;
+    template <class T>
+    int evaluateRecord(ZEL_ParmList *list, double time, int index, T &value) const;
+    template <class T>
+    int evaluateOverride(ZEL_ParmList *list, double time, int index, int thread, T &value) const;
+    template <class T>
+    void evaluateForCommand(int index, double time, T &value, int &flag) const;
+    template <class Number>
+    bool setOverrideNumber(double time, Number value, bool replaceExpression, int index,
+                           ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    /// False when the provider took the value.
+    template <class Number>
+    bool offer(double time, Number value, int index) const;
     void makeOverrides();
     void copyOverrides(const ZEL_Overridable &source);
     void dropOverrides();

@@ -72,6 +72,45 @@ char *copyText(const char *text)
     return copy;
 }
 
+// The provider's operations by the type of the value. There is one while an override counts.
+
+void askProvider(int data, double time, int *timeDep, int *active, double &value)
+{
+    value = ZEL_ParmList::getORCallback()->evalFloat(data, time, timeDep, active);
+}
+
+void askProvider(int data, double time, int *timeDep, int *active, std::int64_t &value)
+{
+    value = ZEL_ParmList::getORCallback()->evalInt(data, time, timeDep, active);
+}
+
+template <class Text>
+void askProvider(int data, double time, int *timeDep, int *active, Text &value)
+{
+    value = ZEL_ParmList::getORCallback()->evalString(data, time, timeDep, active);
+}
+
+bool giveProvider(int data, double time, double value)
+{
+    return ZEL_ParmList::getORCallback()->setFloat(data, time, 0, 0, value);
+}
+
+bool giveProvider(int data, double time, std::int64_t value)
+{
+    return ZEL_ParmList::getORCallback()->setInt(data, time, 0, 0, value);
+}
+
+template <class Number>
+void clearValue(Number &value)
+{
+    value = Number(0);
+}
+
+void clearValue(KIT_String &value)
+{
+    value.clear();
+}
+
 bool sameText(const char *left, const char *right)
 {
     return left == right || (left && right && std::strcmp(left, right) == 0);
@@ -305,8 +344,8 @@ void ZEL_Overridable::noteState(zelOverrideInfoData &record, ZEL_ParmList *list,
     BASstoreIfDifferent(record.activeState, state);
 }
 
-template <class T, class Eval>
-int ZEL_Overridable::evaluateRecord(ZEL_ParmList *list, int index, T &value, const Eval &eval) const
+template <class T>
+int ZEL_Overridable::evaluateRecord(ZEL_ParmList *list, double time, int index, T &value) const
 {
     zelOverrideInfoData *record = countingRecord(index);
     if (!record) {
@@ -315,8 +354,7 @@ int ZEL_Overridable::evaluateRecord(ZEL_ParmList *list, int index, T &value, con
     int timeDep = -1;
     int active = 0;
     const bool unknown = BASload(record->timeDepState) == theUnknownTimeDep;
-    value = eval(*ZEL_ParmList::getORCallback(), record->dataIndex, unknown ? &timeDep : nullptr,
-                 &active);
+    askProvider(record->dataIndex, time, unknown ? &timeDep : nullptr, &active, value);
     noteState(*record, list, index, timeDep, active);
     return active != 0 ? 1 : 0;
 }
@@ -324,81 +362,73 @@ int ZEL_Overridable::evaluateRecord(ZEL_ParmList *list, int index, T &value, con
 int ZEL_Overridable::evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int,
                                            double &value) const
 {
-    return evaluateRecord(list, index, value,
-                          [time](ZEL_ORCallback &party, int data, int *timeDep, int *active) {
-                              return party.evalFloat(data, time, timeDep, active);
-                          });
+    return evaluateRecord(list, time, index, value);
 }
 
 int ZEL_Overridable::evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int,
                                            std::int64_t &value) const
 {
-    return evaluateRecord(list, index, value,
-                          [time](ZEL_ORCallback &party, int data, int *timeDep, int *active) {
-                              return party.evalInt(data, time, timeDep, active);
-                          });
+    return evaluateRecord(list, time, index, value);
 }
 
 int ZEL_Overridable::evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int,
                                            KIT_String &value) const
 {
-    return evaluateRecord(list, index, value,
-                          [time](ZEL_ORCallback &party, int data, int *timeDep, int *active) {
-                              return party.evalString(data, time, timeDep, active);
-                          });
+    return evaluateRecord(list, time, index, value);
+}
+
+template <class T>
+int ZEL_Overridable::evaluateOverride(ZEL_ParmList *list, double time, int index, int thread,
+                                      T &value) const
+{
+    if (ownerFails(list, time, index, thread)) {
+        clearValue(value);
+        return -1;
+    }
+    return myOverrides ? evaluateRecord(list, time, index, value) : 0;
 }
 
 int ZEL_Overridable::evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
                                        double &value) const
 {
-    if (ownerFails(list, time, index, thread)) {
-        value = 0.0;
-        return -1;
-    }
-    return myOverrides ? evalOverrideValueImpl(list, time, index, thread, value) : 0;
+    return evaluateOverride(list, time, index, thread, value);
 }
 
 int ZEL_Overridable::evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
                                        std::int64_t &value) const
 {
-    if (ownerFails(list, time, index, thread)) {
-        value = 0;
-        return -1;
-    }
-    return myOverrides ? evalOverrideValueImpl(list, time, index, thread, value) : 0;
+    return evaluateOverride(list, time, index, thread, value);
 }
 
 int ZEL_Overridable::evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
                                        KIT_String &value) const
 {
-    if (ownerFails(list, time, index, thread)) {
-        value.clear();
-        return -1;
+    return evaluateOverride(list, time, index, thread, value);
+}
+
+template <class T>
+void ZEL_Overridable::evaluateForCommand(int index, double time, T &value, int &flag) const
+{
+    if (const zelOverrideInfoData *record = countingRecord(index)) {
+        askProvider(record->dataIndex, time, nullptr, &flag, value);
     }
-    return myOverrides ? evalOverrideValueImpl(list, time, index, thread, value) : 0;
 }
 
 void ZEL_Overridable::saveCommandOverride(int index, double time, double &value, int &flag) const
 {
-    if (const zelOverrideInfoData *record = countingRecord(index)) {
-        value = ZEL_ParmList::getORCallback()->evalFloat(record->dataIndex, time, nullptr, &flag);
-    }
+    evaluateForCommand(index, time, value, flag);
 }
 
 void ZEL_Overridable::saveCommandOverride(int index, double time, std::int64_t &value,
                                           int &flag) const
 {
-    if (const zelOverrideInfoData *record = countingRecord(index)) {
-        value = ZEL_ParmList::getORCallback()->evalInt(record->dataIndex, time, nullptr, &flag);
-    }
+    evaluateForCommand(index, time, value, flag);
 }
 
 void ZEL_Overridable::saveCommandOverride(int index, double time, KIT_StringHolder &value,
                                           int &flag) const
 {
-    if (const zelOverrideInfoData *record = countingRecord(index)) {
-        value = ZEL_ParmList::getORCallback()->evalString(record->dataIndex, time, nullptr, &flag);
-    }
+    evaluateForCommand(index, time, value, flag);
 }
 
 // ---------------------------------------------------------------------- //
@@ -498,39 +528,35 @@ bool ZEL_Overridable::isDataDependent(double time, int index) const
 // Values in
 // ---------------------------------------------------------------------- //
 
-bool ZEL_Overridable::offerFloat(double time, double value, int index) const
+template <class Number>
+bool ZEL_Overridable::offer(double time, Number value, int index) const
 {
     const zelOverrideInfoData *record = writableRecord(index);
-    return !record ||
-           !ZEL_ParmList::getORCallback()->setFloat(record->dataIndex, time, 0, 0, value);
+    return !record || !giveProvider(record->dataIndex, time, value);
 }
 
-bool ZEL_Overridable::offerInt(double time, std::int64_t value, int index) const
+template <class Number>
+bool ZEL_Overridable::setOverrideNumber(double time, Number value, bool replaceExpression,
+                                        int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
 {
-    const zelOverrideInfoData *record = writableRecord(index);
-    return !record || !ZEL_ParmList::getORCallback()->setInt(record->dataIndex, time, 0, 0, value);
+    if (!validIndex(index)) {
+        indexError(index);
+        return false;
+    }
+    ZEL_Instance::setValue(time, value, replaceExpression, index, addKey, keySet);
+    return offer(time, value, index);
 }
 
 bool ZEL_Overridable::setOverrideFloat(double time, double value, bool replaceExpression, int index,
                                        ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
 {
-    if (!validIndex(index)) {
-        indexError(index);
-        return false;
-    }
-    ZEL_Instance::setValue(time, value, replaceExpression, index, addKey, keySet);
-    return offerFloat(time, value, index);
+    return setOverrideNumber(time, value, replaceExpression, index, addKey, keySet);
 }
 
 bool ZEL_Overridable::setOverrideInt(double time, std::int64_t value, bool replaceExpression,
                                      int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
 {
-    if (!validIndex(index)) {
-        indexError(index);
-        return false;
-    }
-    ZEL_Instance::setValue(time, value, replaceExpression, index, addKey, keySet);
-    return offerInt(time, value, index);
+    return setOverrideNumber(time, value, replaceExpression, index, addKey, keySet);
 }
 
 bool ZEL_Overridable::setOverrideFloat(double time, const char *text, bool replaceExpression,
@@ -538,7 +564,7 @@ bool ZEL_Overridable::setOverrideFloat(double time, const char *text, bool repla
 {
     ZEL_Instance::setValue(time, text, TRK_MEANING_LITERAL, replaceExpression, index, addKey,
                            keySet);
-    return offerFloat(time, BASparseFloat(text), index);
+    return offer(time, BASparseFloat(text), index);
 }
 
 bool ZEL_Overridable::setOverrideInt(double time, const char *text, bool replaceExpression,
@@ -546,7 +572,7 @@ bool ZEL_Overridable::setOverrideInt(double time, const char *text, bool replace
 {
     ZEL_Instance::setValue(time, text, TRK_MEANING_LITERAL, replaceExpression, index, addKey,
                            keySet);
-    return offerInt(time, ZELparseInt(text), index);
+    return offer(time, std::int64_t(ZELparseInt(text)), index);
 }
 
 bool ZEL_Overridable::setOverrideString(double time, const char *text, bool replaceExpression,
@@ -554,6 +580,6 @@ bool ZEL_Overridable::setOverrideString(double time, const char *text, bool repl
 {
     ZEL_Instance::setValue(time, text, TRK_MEANING_LITERAL, replaceExpression, index, addKey,
                            keySet);
-    // The party takes numbers only: what isn't one at the start of the text is lost.
-    return offerFloat(time, ZELparseInt(text), index);
+    // The provider takes numbers only: the text is parsed as an integer at its start.
+    return offer(time, double(ZELparseInt(text)), index);
 }
