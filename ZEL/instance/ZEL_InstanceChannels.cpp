@@ -13,6 +13,39 @@
 #include <ZEL/instance/ZEL_ChannelReferenceTextPrivate.h>
 #include <ZEL/instance/ZEL_InstancePrivate.h>
 
+namespace
+{
+
+double findNeighbourKey(const TRK_Channel *channel, double time, ZEL_KeyDirection direction)
+{
+    if (!channel) {
+        return time;
+    }
+    return direction == ZEL_KeyDirection::NEXT ? channel->findNextKey(time)
+                                               : channel->findPrevKey(time);
+}
+
+double findNeighbourKey(const ZEL_Instance &instance, double time, int index,
+                        ZEL_KeyDirection direction)
+{
+    if (index >= 0) {
+        return instance.validIndex(index)
+                   ? findNeighbourKey(instance.getChannel(index), time, direction)
+                   : time;
+    }
+    double nearest = time;
+    for (int i = instance.getVectorSize(); i-- > 0;) {
+        const double key = findNeighbourKey(instance.getChannel(i), time, direction);
+        if (ZELisFurther(direction, key, time) &&
+            (nearest == time || ZELisFurther(direction, nearest, key))) {
+            nearest = key;
+        }
+    }
+    return nearest;
+}
+
+} // namespace
+
 // ---------------------------------------------------------------------- //
 // Making and removing channels
 // ---------------------------------------------------------------------- //
@@ -262,34 +295,12 @@ ZEL_ChanState ZEL_Instance::getChanState(double time, int index) const
 
 double ZEL_Instance::findNextKey(double time, int index) const
 {
-    if (index >= 0) {
-        const TRK_Channel *channel = channelAt(index);
-        return channel ? channel->findNextKey(time) : time;
-    }
-    double nearest = time;
-    for (int i = getVectorSize(); i-- > 0;) {
-        const double next = myChannels[i] ? myChannels[i]->findNextKey(time) : time;
-        if (next > time && (nearest == time || next < nearest)) {
-            nearest = next;
-        }
-    }
-    return nearest;
+    return findNeighbourKey(*this, time, index, ZEL_KeyDirection::NEXT);
 }
 
 double ZEL_Instance::findPrevKey(double time, int index) const
 {
-    if (index >= 0) {
-        const TRK_Channel *channel = channelAt(index);
-        return channel ? channel->findPrevKey(time) : time;
-    }
-    double nearest = time;
-    for (int i = getVectorSize(); i-- > 0;) {
-        const double previous = myChannels[i] ? myChannels[i]->findPrevKey(time) : time;
-        if (previous < time && (nearest == time || previous > nearest)) {
-            nearest = previous;
-        }
-    }
-    return nearest;
+    return findNeighbourKey(*this, time, index, ZEL_KeyDirection::PREVIOUS);
 }
 
 void ZEL_Instance::setKey(double time, int index)

@@ -14,6 +14,7 @@
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/ZEL_Type.h>
+#include <ZEL/instance/ZEL_InstancePrivate.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
 
 #include <algorithm>
@@ -56,6 +57,24 @@ bool anyBackward(const Parms &parms, Test &&test)
         }
     }
     return false;
+}
+
+/// Keys that are closer to each other than the tolerance count as one.
+template <class Parms>
+double findNeighbourKey(const Parms &parms, double time, ZEL_KeyDirection direction)
+{
+    const bool next = direction == ZEL_KeyDirection::NEXT;
+    const double tolerance = TRK_Manager::getContext().getTimeTolerance();
+    double nearest = time;
+    forEachBackward(parms, [&](const ZEL_Parm &parm) {
+        const double key = next ? parm.findNextKey(time, theAllComponents)
+                                : parm.findPrevKey(time, theAllComponents);
+        const double limit = next ? nearest - tolerance : nearest + tolerance;
+        if (key != time && (nearest == time || ZELisFurther(direction, limit, key))) {
+            nearest = key;
+        }
+    });
+    return nearest;
 }
 
 } // namespace
@@ -176,34 +195,12 @@ int ZEL_ParmList::getChanState(double time) const
 
 double ZEL_ParmList::findNextKey(double time) const
 {
-    double nearest = time;
-    if (!myCollection) {
-        return nearest;
-    }
-    const double tolerance = TRK_Manager::getContext().getTimeTolerance();
-    forEachBackward(myParms, [&](const ZEL_Parm &parm) {
-        const double next = parm.findNextKey(time, theAllComponents);
-        if (next != time && (nearest == time || next < nearest - tolerance)) {
-            nearest = next;
-        }
-    });
-    return nearest;
+    return myCollection ? findNeighbourKey(myParms, time, ZEL_KeyDirection::NEXT) : time;
 }
 
 double ZEL_ParmList::findPrevKey(double time) const
 {
-    double nearest = time;
-    if (!myCollection) {
-        return nearest;
-    }
-    const double tolerance = TRK_Manager::getContext().getTimeTolerance();
-    forEachBackward(myParms, [&](const ZEL_Parm &parm) {
-        const double previous = parm.findPrevKey(time, theAllComponents);
-        if (previous != time && (nearest == time || previous > nearest + tolerance)) {
-            nearest = previous;
-        }
-    });
-    return nearest;
+    return myCollection ? findNeighbourKey(myParms, time, ZEL_KeyDirection::PREVIOUS) : time;
 }
 
 void ZEL_ParmList::hardenChanges(double time, bool force, const char *pattern,
