@@ -20,6 +20,7 @@
 #pragma once
 
 #include <KIT/KIT_Array.h>
+#include <KIT/KIT_SmallArray.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_UndoData.h>
 
@@ -27,6 +28,8 @@
 
 #include <cstddef>
 #include <memory>
+
+enum class ZEL_LoadEntry : int;
 
 class ZEL_API ZEL_Data : public ZEL_Instance
 {
@@ -152,6 +155,7 @@ private:
         T myInline[N] = {};
     };
     using Items = InlineArray<Item, 4>;
+    using HeldChannels = KIT_SmallArray<TRK_Channel *, 8>;
 
     /// One pointer; the index must be valid.
     Item fetch(int index) const { return std::atomic_load(&myData[index]); }
@@ -164,9 +168,9 @@ private:
     bool saveAscii(std::ostream &os) const;
     bool saveBinary(std::ostream &os) const;
     bool loadAscii(KIT_IStream &is);
-    bool openAscii(KIT_IStream &is);
+    ZEL_LoadEntry readAsciiEntry(KIT_IStream &is, int index);
     bool loadBinary(KIT_IStream &is);
-    void loadArgument(const char *argument, int index, TRK_Channel *held, bool asSet);
+    void loadArgument(const char *argument, int index, HeldChannels &held, bool asSet);
 
     mutable tbb::spin_rw_mutex myLock;
     Items myData; // vector size

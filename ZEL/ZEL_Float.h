@@ -117,8 +117,7 @@ private:
     double defaultFloat(int index) const;
     void storeValue(int index, double value) const;
     void applyDefault(int index, bool allowChannel);
-    void setChannelValue(TRK_Channel *channel, double time, double value, bool replaceExpression,
-                         int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
+    void setChannelValue(const ChannelSet &set, double value);
     void keyWholeTuple(double time, int index);
 
     double valueToSave(int index) const;

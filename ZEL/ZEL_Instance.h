@@ -601,6 +601,8 @@ protected:
     }
 
 private:
+    friend struct ZEL_ValueFrames; // the option block and the links of channels
+
     struct ColorRecord;
     struct Options;
 

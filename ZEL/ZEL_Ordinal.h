@@ -147,9 +147,7 @@ private:
     /// The same, stored; without a collection the stored value.
     std::int64_t evaluateChannel(const TRK_Channel *channel, double time, int index,
                                  int thread) const;
-    void setChannelValue(TRK_Channel *channel, double time, std::int64_t value,
-                         bool replaceExpression, int index, ZEL_AddKeyType addKey,
-                         ZEL_KeySetType keySet);
+    void setChannelValue(const ChannelSet &set, std::int64_t value);
 
     // Defaults
     bool isSwitcherList() const { return getType().isSwitcher(); }

@@ -151,9 +151,7 @@ private:
     /// A menu reads the text of a channel: "ch(" becomes "chs(" in a plain reference.
     bool rewriteMenuReference(KIT_String &text, bool bare) const;
     void storeLiteral(int index, const char *text);
-    void setChannelText(TRK_Channel *channel, double time, const char *text,
-                        TRK_StringMeaning meaning, int index, ZEL_AddKeyType addKey,
-                        ZEL_KeySetType keySet);
+    void setChannelText(const ChannelSet &set, const char *text, TRK_StringMeaning meaning);
     void buildKeyText(const TRK_Channel *channel, double time, const char *text,
                       KIT_WorkBuffer &out) const;
     void condenseStored(int index);

@@ -4,22 +4,16 @@
 
 #include <BAS/BAS_Thread.h>
 #include <CON/CON_Manager.h>
-#include <KIT/KIT_Error.h>
-#include <KIT/KIT_IStream.h>
-#include <KIT/KIT_Packet.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
-#include <TRK/TRK_Channel.h>
-#include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_DataFactory.h>
 #include <ZEL/ZEL_DataItem.h>
 #include <ZEL/ZEL_SpinLockScope.h>
+#include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 
 #include <algorithm>
-#include <cstring>
 #include <sstream>
-#include <string_view>
 
 namespace
 {
@@ -40,12 +34,6 @@ int dataClassId()
 {
     static const int theClassId = KITgetClassPacketID("ZEL_Data");
     return theClassId;
-}
-
-bool reportMissing(const char *token)
-{
-    KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING, token);
-    return false;
 }
 
 /// The typed text; "" for no item, and for one that can't be saved.
@@ -85,41 +73,32 @@ bool ZEL_Data::save(std::ostream &os, int binary, bool compiled) const
 bool ZEL_Data::saveAscii(std::ostream &os) const
 {
     bool good = true;
-    os << '\t';
-    saveAsciiOptions(os);
-    os << "\t(";
     ZEL_SpinLockReadScope lock(myLock);
-    for (int i = 0; i < getVectorSize(); ++i) {
-        os << '\t';
+    ZEL_ValueFrames::saveAscii(*this, os, [&](int index) {
         constexpr bool binary = false;
-        KIT_String(typedText(itemToSave(i), good)).save(os, binary);
-    }
-    os << "\t)\n";
+        KIT_String(typedText(itemToSave(index), good)).save(os, binary);
+    });
     return good;
 }
 
 bool ZEL_Data::saveBinary(std::ostream &os) const
 {
     bool good = true;
-    KIT_Packet packet;
-    saveBinaryOptions(dataClassId(), packet, os);
     ZEL_SpinLockReadScope lock(myLock);
-    for (int i = 0; i < getVectorSize(); ++i) {
-        const Item typed = itemToSave(i);
+    ZEL_ValueFrames::saveBinary(*this, os, dataClassId(), [&](KIT_Packet &packet, int index) {
+        const Item typed = itemToSave(index);
         constexpr bool binary = true;
         packet.beginWrite(os, dataClassId(), DATA_TYPE);
         KIT_String(typed ? typed->getDataTypeToken() : "").save(os, binary);
         packet.endWrite();
         // Also behind an empty type, where nobody reads it: readers count on what is there.
-        const Item item = getChannel(i) ? Item() : fetch(i);
+        const Item item = getChannel(index) ? Item() : fetch(index);
         if (item) {
             packet.beginWrite(os, dataClassId(), DATA_PAYLOAD);
             good = item->saveBinary(os) && good;
             packet.endWrite();
         }
-    }
-    packet.beginWrite(os, dataClassId(), DATA_END);
-    packet.endWrite();
+    });
     return good;
 }
 
@@ -134,98 +113,59 @@ bool ZEL_Data::load(KIT_IStream &is)
     return loaded && KITgetErrorSeverity() < KIT_ERROR_ABORT;
 }
 
-bool ZEL_Data::openAscii(KIT_IStream &is)
-{
-    std::string_view word;
-    is.getWord(word);
-    if (word == "[") {
-        unsigned unusedMask = 0;
-        if (!loadAsciiOptions(is, unusedMask)) {
-            return reportMissing("]");
-        }
-        is.getWord(word);
-    }
-    return word == "(" || reportMissing("(");
-}
-
 bool ZEL_Data::loadAscii(KIT_IStream &is)
 {
-    if (!openAscii(is)) {
-        return false;
-    }
-    const int size = getVectorSize();
-    int numRead = 0;
-    for (;; ++numRead) {
-        is.skipWhitespace();
-        if (is.peek() == ')') {
-            is.get();
-            break;
-        }
-        KIT_WorkBuffer text;
-        constexpr bool binary = false;
-        if (!is.readWorkBuffer(text, binary)) {
-            return reportMissing(")");
-        }
-        Item item;
-        if (numRead == size) {
-            // Once, however many there are.
-            addParmWarning(ZEL_ERR_TOO_MANY_VALUES);
-        } else if (numRead < size && ZEL_DataFactory::parseTyped(text.view(), item)) {
-            setData(item, 0.0, numRead);
-        }
-    }
+    ZEL_LoadRules rules;
     // No message: old files have no entry for a component without an item.
-    for (int i = numRead; i < size; ++i) {
-        revertToDefault(i);
+    rules.warnTooFew = false;
+    unsigned unusedMask = 0;
+    return ZEL_ValueFrames::openAscii(*this, is, unusedMask) &&
+           ZEL_ValueFrames::loadAscii(*this, rules,
+                                      [&](int index) { return readAsciiEntry(is, index); });
+}
+
+ZEL_LoadEntry ZEL_Data::readAsciiEntry(KIT_IStream &is, int index)
+{
+    is.skipWhitespace();
+    if (is.peek() == ')') {
+        is.get();
+        return ZEL_LoadEntry::END;
     }
-    return true;
+    KIT_WorkBuffer text;
+    constexpr bool binary = false;
+    if (!is.readWorkBuffer(text, binary)) {
+        return ZEL_LoadEntry::CUT;
+    }
+    Item item;
+    if (validIndex(index) && ZEL_DataFactory::parseTyped(text.view(), item)) {
+        setData(item, 0.0, index);
+    }
+    return ZEL_LoadEntry::VALUE;
 }
 
 bool ZEL_Data::loadBinary(KIT_IStream &is)
 {
-    const int size = getVectorSize();
-    KIT_Packet packet;
+    ZEL_LoadRules rules;
+    rules.classId = dataClassId();
+    rules.firstValueId = DATA_TYPE;
+    rules.lastValueId = rules.payloadId = DATA_PAYLOAD;
+    rules.label = theLoadLabel;
     KIT_WorkBuffer type;
-    int readClass = 0;
-    int packetId = 0;
-    int numRead = 0;
-    bool payloadDueFlag = false; // a payload may follow on the type that was read last
-    while (packet.beginRead(is, readClass, packetId)) {
-        if (readClass != dataClassId()) {
-            KITaddCommonWarning(KIT_COMMON_WRONG_CLASS, theLoadLabel);
-            return true;
-        }
-        if (packetId == DATA_END) {
-            if (numRead < size) {
-                addParmWarning(ZEL_ERR_TOO_FEW_VALUES);
-            }
-            for (int i = numRead; i < size; ++i) {
-                revertToDefault(i);
-            }
-            return true;
-        }
-        const bool valueFlag = packetId == DATA_TYPE || packetId == DATA_PAYLOAD;
-        const bool lastPayloadFlag = packetId == DATA_PAYLOAD && payloadDueFlag;
-        if (numRead >= size && !lastPayloadFlag && (valueFlag || size > 0)) {
-            payloadDueFlag = false;
-            addParmWarning(ZEL_ERR_TOO_MANY_VALUES);
-        } else if (packetId == DATA_TYPE) {
-            constexpr bool binary = true;
+    return ZEL_ValueFrames::loadBinary(*this, is, rules, [&](int packetId, int &numRead) {
+        constexpr bool binary = true;
+        switch (packetId) {
+        case DATA_TYPE:
             if (!is.readWorkBuffer(type, binary)) {
-                KITaddCommonError(KIT_COMMON_CUT_PACKET, theLoadLabel);
                 return false;
             }
-            payloadDueFlag = true;
             ++numRead;
-        } else if (packetId == DATA_PAYLOAD) {
+            return true;
+        case DATA_PAYLOAD:
             setData(ZEL_DataFactory::parseBinary(type.buffer(), is), 0.0, numRead - 1);
-            payloadDueFlag = false;
-        } else if (!loadBinaryOption(is, short(packetId))) {
-            KITaddCommonWarning(KIT_COMMON_UNKNOWN_PACKET, theLoadLabel);
+            return true;
+        default: ZEL_ValueFrames::loadOptionPacket(*this, is, packetId, rules); return true;
         }
-        packet.endRead();
-    }
-    return true;
+    });
 }
 
 // -------------------------------------------------------------------------- //
@@ -267,29 +207,19 @@ bool ZEL_Data::loadUndoData(const std::shared_ptr<ZEL_UndoData> &data)
 
 void ZEL_Data::saveCommand(std::ostream &os, int values, int index) const
 {
-    const int first = validIndex(index) ? index : 0;
-    const int end = validIndex(index) ? index + 1 : getVectorSize();
     bool good = true;
-    os << " (";
-    for (int i = first; i < end; ++i) {
-        os << ' ';
-        const TRK_Channel *channel = getChannel(i);
-        if (values == 0 && channel) {
-            os << channel->getName().nonNullStr();
-            continue;
-        }
+    ZEL_ValueFrames::saveCommand(*this, os, values, index, [&](int i) {
         Item item;
         getValue(getParmList(), commandTime(), item, i, BASgetSTID());
         CON_Manager::saveProtectedString(os, typedText(item, good).c_str());
-    }
-    os << " )";
+    });
     if (!good) {
         KITaddCommonError(KIT_COMMON_OUTPUT_FAILED, theSaveLabel);
     }
     KITcheckOutStream(os, theSaveLabel, nullptr);
 }
 
-void ZEL_Data::loadArgument(const char *argument, int index, TRK_Channel *held, bool asSet)
+void ZEL_Data::loadArgument(const char *argument, int index, HeldChannels &held, bool asSet)
 {
     KIT_String token(argument, true);
     if (isChannelToken(token, index)) {
@@ -303,9 +233,10 @@ void ZEL_Data::loadArgument(const char *argument, int index, TRK_Channel *held, 
         setData(item, 0.0, index);
         return;
     }
-    TRK_Collection *collection = getChannelGroupPtr();
-    if (held && collection) {
-        collection->deleteChannel(held);
+    // Unlike elsewhere, of two components that shared a channel the first decides whether it goes.
+    TRK_Channel **const own = held.begin() + index;
+    if (std::find(held.begin(), own, *own) == own) {
+        ZEL_ValueFrames::deleteHeldChannel(*this, held, index);
     }
     store(index, item);
 }
@@ -313,30 +244,8 @@ void ZEL_Data::loadArgument(const char *argument, int index, TRK_Channel *held, 
 int ZEL_Data::loadCommand(int argc, const char *const argv[], int index, bool asSet, ZEL_AddKeyType,
                           ZEL_KeySetType)
 {
-    const int first = validIndex(index) ? index : 0;
-    const int end = validIndex(index) ? index + 1 : getVectorSize();
-    InlineArray<TRK_Channel *, 8> held(getVectorSize());
-    for (int i = first; !asSet && i < end; ++i) {
-        // Two components may share one: the first of them holds it.
-        TRK_Channel *channel = getLockedFlag(i) ? nullptr : getChannel(i);
-        if (channel) {
-            held[i] = std::count(held.begin(), held.end(), channel) == 0 ? channel : nullptr;
-            setChannel(i, nullptr);
-        }
-    }
-    int used = 0;
-    const bool opened = argc > 0 && argv[0][0] == '(';
-    if (opened) {
-        ++used;
-    }
-    for (int i = first; i < end && used < argc && std::strcmp(argv[used], ")") != 0; ++i) {
-        const char *argument = argv[used++];
-        if (!getLockedFlag(i)) {
-            loadArgument(argument, i, held[i], asSet);
-        }
-    }
-    if (opened && used < argc && argv[used][0] == ')') {
-        ++used;
-    }
-    return used;
+    const auto read = [&](const char *argument, int i, HeldChannels &held) {
+        loadArgument(argument, i, held, asSet);
+    };
+    return ZEL_ValueFrames::loadCommand(*this, argc, argv, index, asSet, read);
 }

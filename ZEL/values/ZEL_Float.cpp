@@ -12,6 +12,7 @@
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
+#include <ZEL/values/ZEL_ValueInstancePrivate.h>
 
 #include <algorithm>
 #include <cmath>
@@ -291,42 +292,33 @@ void ZEL_Float::setValue(double time, double value, bool replaceExpression, int 
         return;
     }
     if (TRK_Channel *channel = getChannel(index)) {
-        setChannelValue(channel, time, value, replaceExpression, index, addKey, keySet);
+        setChannelValue({channel, time, replaceExpression, index, addKey, keySet}, value);
     } else {
         BASstore(myValues[index], value);
     }
 }
 
-void ZEL_Float::setChannelValue(TRK_Channel *channel, double time, double value,
-                                bool replaceExpression, int index, ZEL_AddKeyType addKey,
-                                ZEL_KeySetType keySet)
+void ZEL_Float::setChannelValue(const ChannelSet &set, double value)
 {
-    if (replaceExpression) {
-        double stored = 0.0;
-        if (makeConstant(channel, time, stored)) {
-            storeValue(index, stored);
-        }
-    }
-    const int thread = BASgetSTID();
-    ZEL_AutoBlockErrors blockErrors(thread);
-    // Clamped against raw: a value beyond a hard limit always counts as a change.
-    if (resolveComponent(nullptr, time, index, thread, OwnerStep::SKIP) == value) {
-        return;
-    }
     const TRK_Manager &manager = TRK_Manager::getContext();
     const bool keysTuples = manager.getCommitPreference() && manager.getTupleKeying();
-    constexpr bool notify = true;
-    constexpr bool keyOnly = false;
-    channel->setKeyValue(value, time, notify, commitFlag(keySet), keyOnly);
-    if (const TRK_Collection *collection = getChannelGroupPtr()) {
-        storeValue(index, collection->evaluate(channel, time, false, thread));
-    }
-    if (addKey != ZEL_ADDKEY_PENDING) {
-        hardenChanges(time, index, addKey == ZEL_ADDKEY_FORCE, nullptr, nullptr);
-        if (keysTuples) {
-            keyWholeTuple(time, index);
-        }
-    }
+    setChannelNumber(
+        set, value, [&](double stored) { storeValue(set.index, stored); },
+        // The current value within the limits against the new one without: a value beyond a hard
+        // limit always counts as a change.
+        [&](int thread) {
+            return resolveComponent(nullptr, set.time, set.index, thread, OwnerStep::SKIP) == value;
+        },
+        [&](int thread) {
+            if (const TRK_Collection *collection = getChannelGroupPtr()) {
+                storeValue(set.index, collection->evaluate(set.channel, set.time, false, thread));
+            }
+        },
+        [&] {
+            if (keysTuples) {
+                keyWholeTuple(set.time, set.index);
+            }
+        });
 }
 
 void ZEL_Float::keyWholeTuple(double time, int index)

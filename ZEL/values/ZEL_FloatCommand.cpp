@@ -5,8 +5,9 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_String.h>
-#include <TRK/TRK_Channel.h>
+#include <KIT/KIT_Write.h>
 #include <TRK/TRK_Collection.h>
+#include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 
 #include <ostream>
 
@@ -31,20 +32,21 @@ double ZEL_Float::commandValue(int index) const
 
 void ZEL_Float::saveCommand(std::ostream &os, int values, int index) const
 {
-    saveCommandValues(os, values, index, "Float Parameter Save", [&](int i) {
+    ZEL_ValueFrames::saveCommand(*this, os, values, index, [&](int i) {
         KIT_Digits digits;
         digits.reset(commandValue(i), 0, -1);
         os << digits.buffer();
     });
+    KITcheckOutStream(os, "Float Parameter Save", nullptr);
 }
 
 int ZEL_Float::loadCommand(int argc, const char *const argv[], int index, bool asSet,
                            ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
 {
-    return loadCommandValues(argc, argv, index, asSet,
-                             [&](const char *argument, int i, HeldChannels &held) {
-                                 loadArgument(argument, i, held, asSet, addKey, keySet);
-                             });
+    const auto read = [&](const char *argument, int i, HeldChannels &held) {
+        loadArgument(argument, i, held, asSet, addKey, keySet);
+    };
+    return ZEL_ValueFrames::loadCommand(*this, argc, argv, index, asSet, read);
 }
 
 void ZEL_Float::loadArgument(const char *argument, int index, HeldChannels &held, bool asSet,
@@ -56,7 +58,7 @@ void ZEL_Float::loadArgument(const char *argument, int index, HeldChannels &held
     } else if (asSet) {
         setValue(commandTime(), text.toFloat(), false, index, addKey, keySet);
     } else {
-        deleteHeldChannel(held, index);
+        ZEL_ValueFrames::deleteHeldChannel(*this, held, index);
         BASstore(myValues[index], text.toFloat());
         setDirtyFlags(index);
     }

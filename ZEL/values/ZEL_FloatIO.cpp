@@ -4,14 +4,11 @@
 
 #include <BAS/BAS_Number.h>
 #include <BAS/BAS_Thread.h>
-#include <KIT/KIT_Error.h>
-#include <KIT/KIT_IStream.h>
 #include <KIT/KIT_OByteStream.h>
-#include <KIT/KIT_Packet.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
-#include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Manager.h>
+#include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 
 #include <cstring>
 
@@ -86,7 +83,7 @@ bool ZEL_Float::save(std::ostream &os, int binary, bool compiled) const
 void ZEL_Float::saveAscii(KIT_ByteBuffer &out) const
 {
     const auto writeValue = [&](int i) { out.appendDecimal(valueToSave(i)); };
-    saveAsciiValues(out, writeValue, writeValue);
+    ZEL_ValueFrames::saveAscii(*this, out, writeValue, writeValue);
 }
 
 bool ZEL_Float::savePlainBinary(KIT_ByteBuffer &out) const
@@ -145,7 +142,7 @@ void ZEL_Float::saveBinary(KIT_ByteBuffer &out) const
 bool ZEL_Float::load(KIT_IStream &is)
 {
     HeldChannels held(getVectorSize());
-    holdAllChannels(held);
+    ZEL_ValueFrames::holdAllChannels(*this, held);
     unsigned keyMask = 0;
     const bool loaded =
         is.isBinary() ? loadPlainBinary(is) || loadBinary(is) : loadAscii(is, held, keyMask);
@@ -164,11 +161,11 @@ bool ZEL_Float::load(KIT_IStream &is)
 
 bool ZEL_Float::loadAscii(KIT_IStream &is, HeldChannels &held, unsigned &keyMask)
 {
-    if (!openAsciiValues(is, keyMask)) {
+    if (!ZEL_ValueFrames::openAscii(*this, is, keyMask)) {
         return false;
     }
     std::string_view word;
-    return loadAsciiValues(LoadRules(), [&](int index) {
+    return ZEL_ValueFrames::loadAscii(*this, LoadRules(), [&](int index) {
         if (!is.getWord(word)) {
             return Entry::CUT;
         }
@@ -184,7 +181,7 @@ ZEL_ValueInstance::Entry ZEL_Float::loadAsciiEntry(KIT_IStream &is, std::string_
 {
     double value = 0.0;
     if (BASparseFloat(word.data(), word.size(), value) == word.size()) {
-        deleteHeldChannel(held, index);
+        ZEL_ValueFrames::deleteHeldChannel(*this, held, index);
         BASstore(myValues[index], value);
         return Entry::VALUE;
     }
@@ -245,9 +242,11 @@ bool ZEL_Float::loadBinary(KIT_IStream &is)
     rules.label = theLoadLabel;
     rules.wrongClassFails = true;
     rules.stopOnError = true;
-    return loadBinaryValues(is, rules, [&](int packetId, int &numRead) {
+    return ZEL_ValueFrames::loadBinary(*this, is, rules, [&](int packetId, int &numRead) {
         switch (packetId) {
-        case FLOAT_CHANNEL: return loadBinaryLink(is, numRead) && loadBinaryValue(is, numRead++);
+        case FLOAT_CHANNEL:
+            return ZEL_ValueFrames::loadBinaryLink(*this, is, numRead) &&
+                   loadBinaryValue(is, numRead++);
         case FLOAT_VALUE: return loadBinaryValue(is, numRead++);
         default: return loadBinaryExtra(is, packetId);
         }

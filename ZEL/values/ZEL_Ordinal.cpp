@@ -12,6 +12,7 @@
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
 #include <ZEL/values/ZEL_OrdinalPrivate.h>
+#include <ZEL/values/ZEL_ValueInstancePrivate.h>
 
 #include <algorithm>
 #include <new>
@@ -205,37 +206,25 @@ void ZEL_Ordinal::setValue(double time, std::int64_t value, bool replaceExpressi
         return;
     }
     if (TRK_Channel *channel = getChannel(index)) {
-        setChannelValue(channel, time, value, replaceExpression, index, addKey, keySet);
+        setChannelValue({channel, time, replaceExpression, index, addKey, keySet}, value);
     } else {
         setInternalValue(index, value);
     }
 }
 
-void ZEL_Ordinal::setChannelValue(TRK_Channel *channel, double time, std::int64_t value,
-                                  bool replaceExpression, int index, ZEL_AddKeyType addKey,
-                                  ZEL_KeySetType keySet)
+void ZEL_Ordinal::setChannelValue(const ChannelSet &set, std::int64_t value)
 {
-    if (replaceExpression) {
-        double stored = 0.0;
-        if (makeConstant(channel, time, stored)) {
-            setInternalValue(index, truncated<std::int64_t>(halvesUp(stored)));
-        }
-    }
-    const int thread = BASgetSTID();
-    ZEL_AutoBlockErrors blockErrors(thread);
-    // Raw against raw: unlike for floats, a value past the limits that is there already is no
-    // change.
-    if (resolveComponent(nullptr, time, index, thread) == value) {
-        return;
-    }
-    constexpr bool notify = true;
-    constexpr bool keyOnly = false;
-    channel->setKeyValue(double(value), time, notify, commitFlag(keySet), keyOnly);
-    evaluateChannel(channel, time, index, thread);
-    // A button or a toggle of a tuple is keyed alone, whatever the manager's setting for tuples.
-    if (addKey != ZEL_ADDKEY_PENDING) {
-        hardenChanges(time, index, addKey == ZEL_ADDKEY_FORCE, nullptr, nullptr);
-    }
+    setChannelNumber(
+        set, double(value),
+        [&](double stored) {
+            setInternalValue(set.index, truncated<std::int64_t>(halvesUp(stored)));
+        },
+        // Raw against raw: unlike for floats, a value past the limits that is there already is no
+        // change.
+        [&](int thread) { return resolveComponent(nullptr, set.time, set.index, thread) == value; },
+        [&](int thread) { evaluateChannel(set.channel, set.time, set.index, thread); },
+        // A button or a toggle of a tuple is keyed alone, whatever the manager's setting for tuples.
+        [] {});
 }
 
 void ZEL_Ordinal::setValue(double time, const char *text, TRK_StringMeaning meaning,

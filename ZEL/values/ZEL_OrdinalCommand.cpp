@@ -5,7 +5,8 @@
 #include <BAS/BAS_Thread.h>
 #include <CON/CON_Manager.h>
 #include <KIT/KIT_String.h>
-#include <TRK/TRK_Channel.h>
+#include <KIT/KIT_Write.h>
+#include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 
 #include <ostream>
 
@@ -34,7 +35,7 @@ void ZEL_Ordinal::saveCommand(std::ostream &os, int values, int index) const
     if (os.fail()) {
         return;
     }
-    saveCommandValues(os, values, index, "Ordinal Parameter Save", [&](int i) {
+    ZEL_ValueFrames::saveCommand(*this, os, values, index, [&](int i) {
         const std::int64_t value = commandValue(i);
         // Asked after the evaluation, which may ask for menus itself.
         Choices choices(*this);
@@ -49,15 +50,16 @@ void ZEL_Ordinal::saveCommand(std::ostream &os, int values, int index) const
             os << number.buffer();
         }
     });
+    KITcheckOutStream(os, "Ordinal Parameter Save", nullptr);
 }
 
 int ZEL_Ordinal::loadCommand(int argc, const char *const argv[], int index, bool asSet,
                              ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
 {
-    return loadCommandValues(argc, argv, index, asSet,
-                             [&](const char *argument, int i, HeldChannels &held) {
-                                 loadArgument(argument, i, held, asSet, addKey, keySet);
-                             });
+    const auto read = [&](const char *argument, int i, HeldChannels &held) {
+        loadArgument(argument, i, held, asSet, addKey, keySet);
+    };
+    return ZEL_ValueFrames::loadCommand(*this, argc, argv, index, asSet, read);
 }
 
 void ZEL_Ordinal::loadArgument(const char *argument, int index, HeldChannels &held, bool asSet,
@@ -69,7 +71,7 @@ void ZEL_Ordinal::loadArgument(const char *argument, int index, HeldChannels &he
         if (asSet) {
             setValue(commandTime(), word.toInteger(), false, index, addKey, keySet);
         } else {
-            deleteHeldChannel(held, index);
+            ZEL_ValueFrames::deleteHeldChannel(*this, held, index);
             setInternalValue(index, word.toInteger());
         }
         return;

@@ -2,12 +2,9 @@
 
 #include <ZEL/values/ZEL_OrdinalPrivate.h>
 
-#include <KIT/KIT_Error.h>
-#include <KIT/KIT_IStream.h>
-#include <KIT/KIT_Packet.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_Write.h>
-#include <TRK/TRK_Channel.h>
+#include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
 
 #include <cstring>
@@ -89,17 +86,15 @@ void ZEL_Ordinal::saveAscii(std::ostream &os) const
         }
     };
     const auto writeLinked = [&](int i) { writeInteger(os, valueToSave(i, choices)); };
-    saveAsciiValues(os, writePlain, writeLinked);
+    ZEL_ValueFrames::saveAscii(*this, os, writePlain, writeLinked);
 }
 
 void ZEL_Ordinal::saveBinary(std::ostream &os) const
 {
-    KIT_Packet options;
-    saveBinaryOptions(ordinalClassId(), options, os);
     Choices choices(*this);
     KIT_WorkBuffer number;
     const bool isButton = getType().hasOrdinalType(ZEL_Type::ZEL_ORD_CALLBACK);
-    saveBinaryValues(os, ordinalClassId(), [&](KIT_Packet &packet, int i) {
+    ZEL_ValueFrames::saveBinary(*this, os, ordinalClassId(), [&](KIT_Packet &packet, int i) {
         const TRK_Channel *channel = getChannel(i);
         const std::int64_t value = channel || !isButton ? valueToSave(i, choices) : 0;
         const char *word = channel || isButton ? nullptr : choices.word(value, number);
@@ -127,7 +122,7 @@ bool ZEL_Ordinal::load(KIT_IStream &is)
     // Unlike a float, which keeps the locks that a stream doesn't tell of.
     setLockedField(0);
     HeldChannels held(getVectorSize());
-    holdAllChannels(held);
+    ZEL_ValueFrames::holdAllChannels(*this, held);
     const bool loaded = is.isBinary() ? loadBinary(is) : loadAscii(is, held);
     return loaded && KITgetErrorSeverity() < KIT_ERROR_ABORT;
 }
@@ -136,13 +131,14 @@ bool ZEL_Ordinal::loadAscii(KIT_IStream &is, HeldChannels &held)
 {
     // Old files' mask of components to key means floats only.
     unsigned ignoredMask = 0;
-    if (!openAsciiValues(is, ignoredMask)) {
+    if (!ZEL_ValueFrames::openAscii(*this, is, ignoredMask)) {
         return false;
     }
     LoadRules rules;
     // A switcher's number of folders changes from one version to the next.
     rules.warnTooFew = rules.warnTooMany = !isSwitcherList();
-    return loadAsciiValues(rules, [&](int index) { return loadAsciiEntry(is, index, held); });
+    return ZEL_ValueFrames::loadAscii(*this, rules,
+                                      [&](int index) { return loadAsciiEntry(is, index, held); });
 }
 
 ZEL_ValueInstance::Entry ZEL_Ordinal::loadAsciiEntry(KIT_IStream &is, int index, HeldChannels &held)
@@ -163,7 +159,7 @@ ZEL_ValueInstance::Entry ZEL_Ordinal::loadAsciiEntry(KIT_IStream &is, int index,
     if (!isValue && word.view() == "[") {
         return loadAsciiLink(is, index);
     }
-    deleteHeldChannel(held, index);
+    ZEL_ValueFrames::deleteHeldChannel(*this, held, index);
     if (isValue) {
         setInternalValue(index, value);
     } else {
@@ -223,13 +219,14 @@ bool ZEL_Ordinal::loadBinary(KIT_IStream &is)
     // packet don't keep the rest from being read.
     rules.wrongClassFails = false;
     rules.stopOnError = false;
-    return loadBinaryValues(is, rules, [&](int packetId, int &numRead) {
+    return ZEL_ValueFrames::loadBinary(*this, is, rules, [&](int packetId, int &numRead) {
         switch (packetId) {
         case ORDINAL_TOKEN: return loadBinaryToken(is, numRead++);
         case ORDINAL_INTEGER: return loadBinaryInteger(is, numRead++);
         case ORDINAL_CHANNEL:
-            return loadBinaryLink(is, numRead) && loadBinaryInteger(is, numRead++);
-        default: loadOptionPacket(is, packetId, rules); return true;
+            return ZEL_ValueFrames::loadBinaryLink(*this, is, numRead) &&
+                   loadBinaryInteger(is, numRead++);
+        default: ZEL_ValueFrames::loadOptionPacket(*this, is, packetId, rules); return true;
         }
     });
 }

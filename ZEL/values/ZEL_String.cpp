@@ -17,6 +17,7 @@
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
+#include <ZEL/values/ZEL_ValueInstancePrivate.h>
 
 #include <algorithm>
 #include <cstring>
@@ -349,7 +350,8 @@ void ZEL_String::setValue(double time, const char *text, TRK_StringMeaning meani
         }
     }
     if (TRK_Channel *channel = getChannel(index)) {
-        setChannelText(channel, time, given.nonNullStr(), meaning, index, addKey, keySet);
+        setChannelText({channel, time, replaceExpression, index, addKey, keySet},
+                       given.nonNullStr(), meaning);
     } else {
         storeLiteral(index, given.nonNullStr());
     }
@@ -380,31 +382,27 @@ void ZEL_String::buildKeyText(const TRK_Channel *channel, double time, const cha
     }
 }
 
-void ZEL_String::setChannelText(TRK_Channel *channel, double time, const char *text,
-                                TRK_StringMeaning meaning, int index, ZEL_AddKeyType addKey,
-                                ZEL_KeySetType keySet)
+void ZEL_String::setChannelText(const ChannelSet &set, const char *text, TRK_StringMeaning meaning)
 {
     const bool literal = meaning == TRK_MEANING_LITERAL;
     KIT_WorkBuffer key;
     if (literal) {
-        buildKeyText(channel, time, text, key);
+        buildKeyText(set.channel, set.time, text, key);
     } else {
         key.append(text);
     }
     const int thread = BASgetSTID();
     ZEL_AutoBlockErrors blockErrors(thread);
     KIT_String current;
-    evalValue(nullptr, time, index, thread, current);
+    evalValue(nullptr, set.time, set.index, thread, current);
     if (!literal) {
-        channel->setKeyString(key.buffer(), time, stringMeaningToExprLanguage(meaning), true,
-                              commitFlag(keySet), false);
+        set.channel->setKeyString(key.buffer(), set.time, stringMeaningToExprLanguage(meaning),
+                                  true, commitFlag(set.keySet), false);
     } else if (current.compare(text) != 0) {
-        channel->setKeyString(key.buffer(), time, true, commitFlag(keySet), false);
+        set.channel->setKeyString(key.buffer(), set.time, true, commitFlag(set.keySet), false);
     }
     // Without the keying of a whole tuple that numbers have.
-    if (addKey != ZEL_ADDKEY_PENDING) {
-        hardenChanges(time, index, addKey == ZEL_ADDKEY_FORCE, nullptr, nullptr);
-    }
+    hardenSet(set);
 }
 
 void ZEL_String::condenseStored(int index)

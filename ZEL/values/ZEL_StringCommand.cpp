@@ -5,7 +5,9 @@
 #include <BAS/BAS_Thread.h>
 #include <CON/CON_Manager.h>
 #include <KIT/KIT_String.h>
+#include <KIT/KIT_Write.h>
 #include <TRK/TRK_Collection.h>
+#include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 
 void ZEL_String::commandText(int index, KIT_String &text) const
 {
@@ -30,11 +32,12 @@ void ZEL_String::commandText(int index, KIT_String &text) const
 
 void ZEL_String::saveCommand(std::ostream &os, int values, int index) const
 {
-    saveCommandValues(os, values, index, "String Parameter Save", [&](int i) {
+    ZEL_ValueFrames::saveCommand(*this, os, values, index, [&](int i) {
         KIT_String text;
         commandText(i, text);
         CON_Manager::saveProtectedString(os, text.nonNullStr());
     });
+    KITcheckOutStream(os, "String Parameter Save", nullptr);
 }
 
 int ZEL_String::loadCommand(int argc, const char *const argv[], int index, bool asSet,
@@ -47,10 +50,10 @@ int ZEL_String::loadCommand(int argc, const char *const argv[], int index, bool 
         } else if (asSet) {
             setValue(commandTime(), argument, TRK_MEANING_LITERAL, false, i, addKey, keySet);
         } else {
-            deleteHeldChannel(held, i);
+            ZEL_ValueFrames::deleteHeldChannel(*this, held, i);
             CON_Manager::expandControlSequences(token);
             myValues[i].hardenIfNeeded(myLock, token.c_str());
         }
     };
-    return loadCommandValues(argc, argv, index, asSet, read);
+    return ZEL_ValueFrames::loadCommand(*this, argc, argv, index, asSet, read);
 }

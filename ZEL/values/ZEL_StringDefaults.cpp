@@ -7,6 +7,7 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
+#include <ZEL/values/ZEL_ValueInstancePrivate.h>
 
 #include <cstring>
 

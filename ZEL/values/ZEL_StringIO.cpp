@@ -4,6 +4,8 @@
 
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <KIT/KIT_Write.h>
+#include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 
 namespace
 {
@@ -43,9 +45,7 @@ const char *ZEL_String::textToSave(int index) const
 bool ZEL_String::save(std::ostream &os, int binary, bool compiled) const
 {
     if (binary != 0 || compiled) {
-        KIT_Packet options;
-        saveBinaryOptions(stringClassId(), options, os);
-        saveBinaryValues(os, stringClassId(), [&](KIT_Packet &packet, int index) {
+        ZEL_ValueFrames::saveBinary(*this, os, stringClassId(), [&](KIT_Packet &packet, int index) {
             const TRK_Channel *channel = getChannel(index);
             packet.beginWrite(os, stringClassId(), channel ? STRING_CHANNEL : STRING_VALUE);
             if (channel) {
@@ -55,8 +55,8 @@ bool ZEL_String::save(std::ostream &os, int binary, bool compiled) const
             packet.endWrite();
         });
     } else {
-        saveAsciiValues(
-            os, [&](int index) { KIT_String(textToSave(index)).save(os, false); },
+        ZEL_ValueFrames::saveAscii(
+            *this, os, [&](int index) { KIT_String(textToSave(index)).save(os, false); },
             // Beside a channel the text stands as it is, without quotes.
             [&](int index) { os << textToSave(index); });
     }
@@ -70,7 +70,7 @@ bool ZEL_String::save(std::ostream &os, int binary, bool compiled) const
 bool ZEL_String::load(KIT_IStream &is)
 {
     HeldChannels held(getVectorSize());
-    holdAllChannels(held);
+    ZEL_ValueFrames::holdAllChannels(*this, held);
     // Unlike a number, a text comes with the locks of its stream and no others.
     setLockedField(0);
 
@@ -80,15 +80,16 @@ bool ZEL_String::load(KIT_IStream &is)
     rules.label = theLoadLabel;
     bool loaded = false;
     if (is.isBinary()) {
-        loaded = loadBinaryValues(is, rules, [&](int packetId, int &numRead) {
+        loaded = ZEL_ValueFrames::loadBinary(*this, is, rules, [&](int packetId, int &numRead) {
             return readBinaryPacket(is, packetId, numRead, rules);
         });
     } else {
         // Old files hold another number of values for this one.
         rules.warnTooFew = KIT_String(getToken()).compare("coshaderadef") != 0;
         unsigned unusedMask = 0;
-        loaded = openAsciiValues(is, unusedMask) &&
-                 loadAsciiValues(rules, [&](int index) { return readAsciiEntry(is, index, held); });
+        loaded = ZEL_ValueFrames::openAscii(*this, is, unusedMask) &&
+                 ZEL_ValueFrames::loadAscii(
+                     *this, rules, [&](int index) { return readAsciiEntry(is, index, held); });
     }
     return loaded && KITgetErrorSeverity() < KIT_ERROR_ABORT;
 }
@@ -97,12 +98,13 @@ bool ZEL_String::readBinaryPacket(KIT_IStream &is, int packetId, int &numRead,
                                   const LoadRules &rules)
 {
     if (packetId != STRING_VALUE && packetId != STRING_CHANNEL) {
-        loadOptionPacket(is, packetId, rules);
+        ZEL_ValueFrames::loadOptionPacket(*this, is, packetId, rules);
         return true;
     }
     const int index = numRead;
     KIT_String text;
-    if ((packetId == STRING_CHANNEL && !loadBinaryLink(is, index)) || !is.readString(text)) {
+    if ((packetId == STRING_CHANNEL && !ZEL_ValueFrames::loadBinaryLink(*this, is, index)) ||
+        !is.readString(text)) {
         return false;
     }
     myValues[index].unsafeAdopt(text);
@@ -133,7 +135,7 @@ ZEL_String::Entry ZEL_String::readAsciiEntry(KIT_IStream &is, int index, HeldCha
     if (!is.readString(text)) {
         return Entry::CUT;
     }
-    deleteHeldChannel(held, index);
+    ZEL_ValueFrames::deleteHeldChannel(*this, held, index);
     if (isObsoleteDirectChanRefString(text.nonNullStr(), nullptr)) {
         addChannel(index);
         setExpression(0.0, text.nonNullStr(), TRK_LANGUAGE_NATIVE, index, false, true);

@@ -1,4 +1,4 @@
-#include <ZEL/ZEL_ValueInstance.h>
+#include <ZEL/values/ZEL_ValueInstancePrivate.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_String.h>
@@ -82,6 +82,15 @@ TRK_ExprLanguage ZEL_ValueInstance::expressionLanguage(TRK_StringMeaning meaning
 {
     return stringMeaningToExprLanguage(meaning == TRK_MEANING_LITERAL ? TRK_MEANING_COLLECTION
                                                                       : meaning);
+}
+
+bool ZEL_ValueInstance::hardenSet(const ChannelSet &set)
+{
+    if (set.addKey == ZEL_ADDKEY_PENDING) {
+        return false;
+    }
+    hardenChanges(set.time, set.index, set.addKey == ZEL_ADDKEY_FORCE, nullptr, nullptr);
+    return true;
 }
 
 bool ZEL_ValueInstance::makeConstant(TRK_Channel *channel, double time, double &stored)
@@ -203,99 +212,4 @@ bool ZEL_ValueInstance::hasFactoryExpression(int index) const
     const TRK_Segment *segment = channel->getFirstSegment();
     return segment->getExprLanguage() == defaultLanguage(*factory) &&
            std::strcmp(segment->getExpression(), factory->getString()) == 0;
-}
-
-// -------------------------------------------------------------------------- //
-// Held channels
-// -------------------------------------------------------------------------- //
-
-ZEL_ValueInstance::HeldChannels::HeldChannels(int size) : mySize(size)
-{
-    if (size > theInlineSize) {
-        myHeap.resize(std::size_t(size));
-        myChannels = myHeap.data();
-    }
-}
-
-void ZEL_ValueInstance::HeldChannels::forget(const TRK_Channel *channel)
-{
-    std::replace(myChannels, myChannels + mySize, const_cast<TRK_Channel *>(channel),
-                 static_cast<TRK_Channel *>(nullptr));
-}
-
-void ZEL_ValueInstance::holdChannel(HeldChannels &held, int index)
-{
-    held[index] = getChannel(index);
-    setChannel(index, nullptr);
-}
-
-void ZEL_ValueInstance::holdAllChannels(HeldChannels &held)
-{
-    for (int i = 0; i < getVectorSize(); ++i) {
-        holdChannel(held, i);
-    }
-}
-
-void ZEL_ValueInstance::deleteHeldChannel(HeldChannels &held, int index)
-{
-    TRK_Channel *channel = held[index];
-    TRK_Collection *collection = getChannelGroupPtr();
-    if (channel && collection) {
-        // Two components may hold the same one.
-        held.forget(channel);
-        collection->deleteChannel(channel);
-    }
-}
-
-// -------------------------------------------------------------------------- //
-// Loading
-// -------------------------------------------------------------------------- //
-
-bool ZEL_ValueInstance::reportCut(const char *token)
-{
-    KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING, token);
-    return false;
-}
-
-void ZEL_ValueInstance::revertMissing(int numRead, const LoadRules &rules)
-{
-    if (numRead >= getVectorSize()) {
-        return;
-    }
-    if (rules.warnTooFew) {
-        addParmWarning(ZEL_ERR_TOO_FEW_VALUES);
-    }
-    for (int i = numRead; i < getVectorSize(); ++i) {
-        revertToDefault(i);
-    }
-}
-
-bool ZEL_ValueInstance::openAsciiValues(KIT_IStream &is, unsigned &keyMask)
-{
-    std::string_view word;
-    is.getWord(word);
-    if (word == "[") {
-        if (!loadAsciiOptions(is, keyMask)) {
-            return reportCut("]");
-        }
-        is.getWord(word);
-    }
-    return word == "(" || reportCut("(");
-}
-
-void ZEL_ValueInstance::loadOptionPacket(KIT_IStream &is, int packetId, const LoadRules &rules)
-{
-    if (!loadBinaryOption(is, short(packetId))) {
-        KITaddCommonWarning(KIT_COMMON_UNKNOWN_PACKET, rules.label);
-    }
-}
-
-bool ZEL_ValueInstance::loadBinaryLink(KIT_IStream &is, int index)
-{
-    KIT_WorkBuffer name;
-    if (!is.readWorkBuffer(name, true)) {
-        return false;
-    }
-    setChannel(index, linkChannel(name.buffer(), index));
-    return true;
 }

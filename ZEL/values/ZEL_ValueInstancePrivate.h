@@ -1,0 +1,132 @@
+/// \file ZEL_ValueInstancePrivate.h
+/// The member templates of ZEL_ValueInstance, for the sources of the kinds of value. Not installed.
+///
+/// Threads:    as the instance.
+#pragma once
+
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_SmallArray.h>
+#include <KIT/KIT_TokenString.h>
+#include <TRK/TRK_EventManager.h>
+#include <ZEL/ZEL_AutoBlockErrors.h>
+#include <ZEL/ZEL_ValueInstance.h>
+
+#include <limits>
+
+template <class T>
+T ZEL_ValueInstance::truncated(double value)
+{
+    // 2^31 and 2^63 are doubles; the largest int64 isn't.
+    const double limit = -double(std::numeric_limits<T>::min());
+    if (value >= limit) {
+        return std::numeric_limits<T>::max();
+    }
+    if (value >= -limit) {
+        return T(value);
+    }
+    return value < -limit ? std::numeric_limits<T>::min() : T(0);
+}
+
+template <class Store, class IsCurrent, class Evaluate, class Finish>
+void ZEL_ValueInstance::setChannelNumber(const ChannelSet &set, double value, const Store &store,
+                                         const IsCurrent &isCurrent, const Evaluate &evaluate,
+                                         const Finish &finish)
+{
+    double stored = 0.0;
+    if (set.replaceExpression && makeConstant(set.channel, set.time, stored)) {
+        store(stored);
+    }
+    const int thread = BASgetSTID();
+    ZEL_AutoBlockErrors blockErrors(thread);
+    if (isCurrent(thread)) {
+        return;
+    }
+    constexpr bool notify = true;
+    constexpr bool keyOnly = false;
+    set.channel->setKeyValue(value, set.time, notify, commitFlag(set.keySet), keyOnly);
+    evaluate(thread);
+    if (hardenSet(set)) {
+        finish();
+    }
+}
+
+template <class Change>
+void ZEL_ValueInstance::insertHardKey(TRK_Channel *channel, double time, const Change &change)
+{
+    TRK_AutoEventHandler batch;
+    channel->insertKeyFrame(time, true);
+    change();
+}
+
+template <class Apply>
+void ZEL_ValueInstance::revertComponents(bool deleteChannels, const Apply &apply)
+{
+    if (deleteChannels) {
+        clearAndDestroyChannels();
+    }
+    for (int i = 0; i < getVectorSize(); ++i) {
+        apply(i);
+    }
+    setDefaultsInitFlag(true);
+}
+
+template <class Clear>
+void ZEL_ValueInstance::restoreFactory(int index, const Clear &clear)
+{
+    if (!currentDefault(index)) {
+        return;
+    }
+    if (const ZEL_Default *factory = factoryDefault(index)) {
+        getTemplatePtr()->setDefault(index, *factory);
+    } else {
+        clear();
+    }
+}
+
+template <class Equals, class HasExpression>
+bool ZEL_ValueInstance::isNumberDefault(int index, ZEL_DefaultType type, bool checkLocks,
+                                        const ZEL_Default *factory, const Equals &equals,
+                                        const HasExpression &hasExpression) const
+{
+    // The base agrees with anything while locks aren't checked, so the index is ours to test.
+    if (!validIndex(index) || !ZEL_Overridable::isDefault(index, type, checkLocks)) {
+        return false;
+    }
+    const ZEL_Default *current = currentDefault(index);
+    if ((type & ZEL_DEFAULT_CURRENT) && current) {
+        return equals(current);
+    }
+    if (type & ZEL_DEFAULT_FACTORY_EXPRESSION) {
+        if (getChannel(index)) {
+            return factory && hasFactoryExpression(index);
+        }
+        if (factory && hasExpression(*factory)) {
+            return false;
+        }
+    }
+    if ((type & ZEL_DEFAULT_FACTORY_VALUE) && factory) {
+        return equals(factory);
+    }
+    return equals(nullptr);
+}
+
+template <class T, class Read, class Append>
+bool ZEL_ValueInstance::buildMagicString(KIT_TokenString &tokens, ZEL_ParmList *list, int size,
+                                         bool addIfDefault, int thread, const Read &read,
+                                         const Append &append) const
+{
+    KIT_SmallArray<T, 4> values(size);
+    for (int i = size - 1; i >= 0; --i) {
+        read(i, values[i]);
+        checkForExpressionErrors(list, i, thread);
+    }
+    const bool plain = isAllDefault(ZEL_DEFAULT_MAGIC) && !isTimeDependent(-1);
+    for (int i = size - 1; i >= 0 && (addIfDefault || !plain); --i) {
+        if (isDefault(i, ZEL_DEFAULT_MAGIC, true) && !isTimeDependent(i)) {
+            tokens.append('d');
+        } else {
+            append(i, values[i]);
+        }
+    }
+    return !plain;
+}
