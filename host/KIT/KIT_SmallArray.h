@@ -17,7 +17,7 @@ class KIT_SmallArray
 public:
     /// Zeros, or values as the default constructor makes them.
     explicit KIT_SmallArray(int size)
-        : myData(size > N ? new T[static_cast<size_t>(size)]() : myInline), mySize(size)
+        : myData(size > N ? new T[static_cast<size_t>(size)]() : myInline), mySize(size), myInline()
     {
         static_assert(std::is_nothrow_default_constructible<T>::value, "the heap would be lost");
     }
@@ -44,5 +44,5 @@ public:
 private:
     T *myData;
     int mySize;
-    T myInline[N] = {};
+    T myInline[N];
 };
