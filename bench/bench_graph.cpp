@@ -5,7 +5,7 @@
 //     reach_all_plain  the same search over an array of arrays of numbers
 //     changed_walk     a list of which one component has changed is asked to push all changes
 //     unused_walk      the same for a list without graph nodes
-//     make_nodes       the nodes of all components, made with the first wish
+//     make_nodes       the nodes of all components, made on first request
 //
 // At 400, 10,000 and 100,000 components in lists of 100 vectors of 4; each component but the first
 // reads two earlier ones. Counter `component`: time for each component reached, or in the list.

@@ -1,6 +1,6 @@
 // The same reads and sets by the property systems of general frameworks, each beside its baseline in
 // the same run: F, one look-up of the same names in a std::unordered_map<std::string, double>. The
-// ratios stand beside those of get/ and set/ of the program `values`. Which of the frameworks the
+// ratios are to be read beside those of get/ and set/ of the program `values`. Which of the frameworks the
 // machine has decides what is here.
 
 #include "BenchBeside.h"

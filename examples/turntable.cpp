@@ -1,11 +1,11 @@
 // A turning model: declares a transform node, links a channel file to it, evaluates 240 frames on
-// all cores and shows what a few edits tell the application.
+// all cores and shows which notifications a few edits send to the application.
 //
 //     turntable [--all] [--golden] [FILE]
 //
 // FILE is a channel file, examples/turntable.chan unless given. --all prints every frame instead of
 // each 24th; --golden leaves out the last line, which differs by machine. Exit 1 if the file or an
-// expression in it is at fault, 2 for a wrong call.
+// expression in it is wrong, 2 for a wrong call.
 
 #include "node/ZELX_Node.h"
 
@@ -252,7 +252,7 @@ bool reportFaults(const Table &table, const std::vector<Column> &columns, const 
 // Edits and their events
 // ---------------------------------------------------------------------- //
 
-/// What an interface would do, and what the application is told of it.
+/// What an interface would do, and what the application is notified of.
 struct Edit
 {
     const char *text;

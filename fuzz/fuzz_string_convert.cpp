@@ -1,4 +1,4 @@
-// Fuzzes the two forms of a string: any text through both conversions, alone and one behind the
+// Fuzzes the two forms of a string: any text through both conversions, alone and one after the
 // other, and the promise of the way there and back.
 
 #include <KIT/KIT_String.h>

@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::string tokens = rewritten(text, size);
     scope.getManager().clearAndDestroyErrors();
 
-    // What was written in quotes gives the same tokens again, and nothing to tell.
+    // What was written in quotes gives the same tokens again, and no message.
     KIT_IStream again(tokens.data(), tokens.size(), KIT_IStream::TEXT);
     DS_Stream resolved(again, nullptr, true);
     std::string twice;

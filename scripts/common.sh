@@ -19,7 +19,7 @@ export UBSAN_OPTIONS=print_stacktrace=1
 say() { printf '%s\n' "$*"; }
 headline() { printf '\n== %s\n' "$*"; }
 
-# names_of PREFIX: what stands behind PREFIX in the names of the sources PREFIX*.cpp, one a line.
+# names_of PREFIX: what follows PREFIX in the names of the sources PREFIX*.cpp, one a line.
 names_of() {
     local source
     for source in "$1"*.cpp; do

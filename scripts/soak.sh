@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Threads that read while nobody writes, and between changes, under the thread sanitizer, with what each
+# Threads that read while nothing writes, and between changes, under the thread sanitizer, with what each
 # got compared with what one thread reads. The tests run it for a few seconds; this for longer.
 #
 #     scripts/soak.sh                     ten minutes, as many threads as there are cores, four at least

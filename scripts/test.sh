@@ -21,7 +21,7 @@ fail() {
     failures+=("$2")
 }
 
-# check NAME COMMAND...: one check, told in one line when it fails.
+# check NAME COMMAND...: one check, reported in one line when it fails.
 check() {
     local name=$1
     shift

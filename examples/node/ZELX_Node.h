@@ -52,8 +52,8 @@ public:
     static constexpr const char *thePresetTable = "Node";
 
     /// A root, whose path is "/". Null templates make a node without parameters. A node with a type
-    /// starts with the type's preset "Permanent Defaults", if there is one; what is at fault with it
-    /// is told to the thread's error manager.
+    /// starts with the type's preset "Permanent Defaults", if there is one; what is wrong with it
+    /// is reported to the thread's error manager.
     explicit ZELX_Node(ZEL_Template *templates = nullptr, const char *nodeType = nullptr);
     ~ZELX_Node() override;
 
@@ -82,7 +82,7 @@ public:
     ZEL_ParmList &getParms() { return *myParms; }
     const ZEL_ParmList &getParms() const { return *myParms; }
     TRK_Collection &getChannels() { return myChannels; }
-    /// Reads a channel file and links the parameters to what it brought; false if it is at fault.
+    /// Reads a channel file and links the parameters to what it brought; false if it is malformed.
     bool loadChannels(KIT_IStream &is);
     /// The presets of the node's type; null for a node without one.
     ZEL_PresetInfo *getPresets() { return myPresets.get(); }

@@ -4,13 +4,13 @@
 ///
 /// Vocabulary: *reference* = ch("../light/tx") in an expression or in the backticks of a text, to a
 ///             component; or the path of a node in a text, to that node as a whole. *whole node* =
-///             the graph node that stands for all cookable parameters of a node.
+///             the graph node of all cookable parameters of a node.
 /// Units:      parm indices as in ZEL_ParmList; times in seconds.
 /// Ownership:  owns the whole nodes; the nodes of components belong to the parameters. Borrows the
 ///             tree. Either of the two may go first.
-/// Threads:    the thread that changes the tree, while nobody evaluates.
+/// Threads:    the thread that changes the tree, while nothing evaluates.
 /// Errors:     none: a reference that leads nowhere makes no edge, and what goes wrong when an
-///             expression is evaluated for its references is not told.
+///             expression is evaluated for its references is not reported.
 /// Cost:       a tree without one pays a look at a pointer for each change. Only components that
 ///             refer to something, or are referred to, get a graph node.
 ///
@@ -55,7 +55,7 @@ public:
     /// Evaluates each component that is dirty, whose references are then those of that time, and makes
     /// it clean. How many those were.
     int update(double time);
-    /// Made with the first wish.
+    /// Made on first request.
     LNK_MicroNode &getWholeNode(ZELX_Node &node);
 
     /// The graph in the DOT language: components and whole nodes by their paths, in the order of the
@@ -64,7 +64,7 @@ public:
     void writeDOT(std::ostream &os);
 
     // ------------------------------------------------------------------ //
-    /// \name What the tree tells
+    /// \name Notifications from the tree
     // ------------------------------------------------------------------ //
     ///@{
     /// Finds a parameter's references anew and pushes the change, both for all with -1.

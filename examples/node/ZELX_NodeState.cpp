@@ -88,7 +88,7 @@ ZELX_NodeState::ZELX_NodeState(ZELX_Node &node)
 {
     constexpr bool binary = false;
     constexpr bool compact = false;
-    // A save stops at an error that nobody has read yet.
+    // A save stops at an error that is still in the error manager.
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
     node.getParms().saveUndoData(myValues);
     std::ostringstream os;

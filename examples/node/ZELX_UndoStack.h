@@ -3,10 +3,10 @@
 ///
 /// Vocabulary: *step* = what one undo takes back, however many changes an edit consists of; steps
 ///             nest, and only the outermost counts.
-/// Units:      as many steps as the stack was made for; the oldest goes first.
+/// Units:      as many steps as the stack was made for; the oldest is dropped first.
 /// Ownership:  owns what its steps remember, borrows the node, which must outlive it.
 /// Threads:    the thread that owns the node.
-/// Errors:     false where there is nothing to do. What is left alone is told in ZELX_NodeState.h.
+/// Errors:     false where there is nothing to do. ZELX_NodeState.h lists what is left alone.
 /// Cost:       a step takes two states of the node, and keeps of them what differs.
 ///
 ///     ZELX_UndoStack undo(node);

@@ -1,5 +1,5 @@
 /// \file TestOwner.h
-/// An owner for tests: has a path, answers what a test tells it to, and notes what it is told.
+/// An owner for tests: has a path, answers as a test says, and notes its notifications.
 ///
 /// Vocabulary: *call* = one line of text for each notification, as `parmRemoved 2`.
 /// Ownership:  borrows its list, which the test makes; parameters that it is handed are only noted.

@@ -47,7 +47,7 @@ inline std::string writtenJson(const KIT_JSONValue &value, bool binary = false)
     return good ? std::string(out.view()) : "failed";
 }
 
-/// What reading and writing gives; "refused" for a document at fault.
+/// What reading and writing gives; "refused" for a malformed document.
 inline std::string rewrittenJson(const std::string &bytes, bool binary = false)
 {
     KIT_JSONValue value(7);

@@ -1,4 +1,4 @@
-// What ZEL_Parm decides itself: which changes are refused, what a change tells, how values are
+// What ZEL_Parm decides itself: which changes are refused, whom a change notifies, how values are
 // copied, and the texts it makes for people and expressions.
 
 #include "FacadeList.h"

@@ -160,7 +160,7 @@ private:
         }
     }
 
-    // No name begins another, so that one that is cut is nobody's.
+    // No name begins another, so that a cut one is no other's.
     ZEL_Name theKinds[5] = {
         {"none", "None"}, {"one", "One"}, {"pair", "Pair"}, {"more", "More"}, {}};
     ZEL_ChoiceList menu{ZEL_ChoiceListType(ZEL_CHOICELIST_REPLACE | ZEL_CHOICELIST_USE_TOKEN),

@@ -29,7 +29,7 @@ constexpr Form theForms[] = {
 constexpr std::ios::iostate theBadStates[] = {std::ios::failbit, std::ios::badbit,
                                               std::ios::eofbit};
 
-/// Runs `save` on targets that take 0, 1, 2 ... bytes: each failure is told, nothing is written that
+/// Runs `save` on targets that take 0, 1, 2 ... bytes: each failure is reported, nothing is written that
 /// isn't the start of the whole, and the last target takes it all.
 void expectEveryFailureTold(const std::function<bool(std::ostream &)> &save)
 {
@@ -119,7 +119,7 @@ TEST(FailureLoops, EveryCutOfAListKeepsTheRest)
             FaultNode p(1);
             const bool loaded = p.load(whole.substr(0, length), form.binary);
             const bool isError = takeError();
-            // An end between two packets or entries is no failure, nor is one behind a version that
+            // An end between two packets or entries is no failure, nor is one after a version that
             // can be read.
             const bool isHeaderRead = form.binary ? length == 0 || length >= entries[0].begin
                                                   : length > whole.find("0.8");

@@ -1,4 +1,4 @@
-// What is told when memory is refused: by a limit on a process of its own.
+// What is reported when memory is refused: by a limit on a process of its own.
 
 #include <BAS/BAS_Allocate.h>
 #include <KIT/KIT_ByteBuffer.h>

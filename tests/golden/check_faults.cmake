@@ -1,4 +1,4 @@
-# Runs a program with a call or an input that is at fault, and checks its exit code, that standard
+# Runs a program with a call or a malformed input, and checks its exit code, that standard
 # output stays empty, and that standard error holds a text.
 #
 #   cmake -DPROGRAM=... -DARGS="a;b" -DFOLDER=... -DEXIT=1 -DTEXT=... -P check_faults.cmake

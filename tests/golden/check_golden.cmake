@@ -3,7 +3,7 @@
 #   cmake -DPROGRAM=... -DARGS="a;b" -DFOLDER=... -DGOLDEN=... [-DINPUT=FILE] [-DEXIT=1] [-DUPDATE=ON]
 #         [-DMASK="line prefix"] -P check_golden.cmake
 #
-# MASK is for a line that differs from run to run: what stands behind the prefix is dropped on both sides.
+# MASK is for a line that differs from run to run: what follows the prefix is dropped on both sides.
 # UPDATE rewrites the golden file instead: configure with -DZEL_UPDATE_GOLDEN=ON, run the tests with
 # the label golden, look at the difference, and configure with OFF again. What differs is left beside
 # the program as NAME.actual.

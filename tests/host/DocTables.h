@@ -1,4 +1,4 @@
-// The tables of a page in docs/, for tests that compare one with the rows that it tells of.
+// The tables of a page in docs/, for tests that compare one with the rows that it documents.
 #pragma once
 
 #include <fstream>

@@ -116,7 +116,7 @@ TEST(Number, LongFloatsKeepTheirMagnitude)
 
 TEST(Number, LengthEndsTheFloat)
 {
-    const char digits[] = {'1', '2', '3'}; // no NUL behind
+    const char digits[] = {'1', '2', '3'}; // no NUL after them
     double value;
     EXPECT_EQ(BASparseFloat(digits, 3, value), 3u);
     EXPECT_EQ(value, 123);

@@ -151,7 +151,7 @@ TEST(Expressions, Values)
         {"if(1, 'yes', 2) + if(0, 'yes', 2)", "yes2"},
         {"-'3' * '4'", "-12"},
         {"('9' - 4) * 10 + ('9' - '7') + (9 - '4') / 10", "52.5"},
-        {"linear() + 1", "1"}, // no segment stands behind it
+        {"linear() + 1", "1"}, // there is no segment for it
     };
     for (const Case &c : cases) {
         EXPECT_EQ(value(c.expression), c.result) << c.expression;

@@ -57,7 +57,7 @@ std::string readNumber(const char *text)
     return out.str();
 }
 
-/// A stream buffer that takes a number of bytes and then fails, and can seek only if told so.
+/// A stream buffer that takes a number of bytes and then fails, and can seek only if asked to.
 class LimitedBuffer : public std::stringbuf
 {
 public:

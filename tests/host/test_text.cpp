@@ -93,7 +93,7 @@ TEST(StringRef, ComparesByContent)
     EXPECT_TRUE(KIT_StringRef("a") < "b" && KIT_StringRef("a") < "ab");
     EXPECT_TRUE(KIT_StringRef("z") < "\xff") << "bytes are unsigned";
 
-    // Bytes behind a NUL count when the length says so.
+    // Bytes after a NUL count when the length says so.
     const KIT_StringRef withNul("a\0b", 3);
     EXPECT_EQ(withNul.length(), 3u);
     EXPECT_NE(withNul, KIT_StringRef("a\0c", 3));
@@ -102,7 +102,7 @@ TEST(StringRef, ComparesByContent)
 
 TEST(StringRef, HashReadsEveryByteAndNoneBehind)
 {
-    // Each text is allocated to its exact size, so that a sanitizer sees a read behind it. Changing
+    // Each text is allocated to its exact size, so that a sanitizer sees a read past its end. Changing
     // any one byte must change the hash.
     for (size_t length = 1; length <= 70; length++) {
         const std::unique_ptr<char[]> text(new char[length]);

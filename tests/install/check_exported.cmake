@@ -14,7 +14,7 @@ foreach(line IN LISTS symbols)
     string(REGEX REPLACE
         "^(vtable for |VTT for |typeinfo for |typeinfo name for |guard variable for |(non-)?virtual thunk to )+"
         "" name "${name}")
-    # What a template function returns stands in front of its name.
+    # The return type of a template function precedes its name.
     string(REGEX REPLACE "^(void|bool|int|long|double|auto|float|char const\\*) " "" name "${name}")
     string(REGEX REPLACE "[(<:].*" "" name "${name}")
     if(NOT name MATCHES "^(std|__gnu_cxx|operator.*|fmt|tbb|)$| ")

@@ -1,4 +1,4 @@
-// What an instance writes and tells: option blocks, reports, access, and the small classes beside it.
+// What an instance writes and reports: option blocks, reports, access, and the small classes beside it.
 
 #include <common/TestOwner.h>
 #include <instances/InstanceRig.h>

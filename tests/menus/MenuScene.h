@@ -100,7 +100,7 @@ struct MenuNode : MultiList
         top.add(ZEL_FLT, 1, "n", "N", &half);
         top.add(ZEL_INT, 1, "count", "Count", &three);
     }
-    ~MenuNode() { list.reset(); } // it tells its owner that parameters go
+    ~MenuNode() { list.reset(); } // it notifies its owner that parameters are removed
     void buildNode() { buildTop(&menuOwner); }
 
     ZEL_Default menuText;

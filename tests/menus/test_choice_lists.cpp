@@ -25,7 +25,7 @@ struct Call
     const ZEL_Parm *parm = nullptr;
 };
 Call theCall;
-int theCount = 0;                   // entries they write, with a sentinel behind
+int theCount = 0;                   // entries they write, with a sentinel after them
 bool theOpenFlag = false;           // leave the sentinel out
 std::function<void()> theInnerCall; // run before they write
 
@@ -308,11 +308,11 @@ TEST(CommandMenus, EndCirclesWithAnEmptyMenu)
     add("a", "a");
     add("b", "c"); // b asks c, c asks b
     add("c", "b");
-    add("d", "e"); // no circle
+    add("d", "e"); // no cycle
     add("e", "");
     EXPECT_EQ("(null)=L 1", ask("a"));
     EXPECT_EQ("(null)=L 1", ask("a")) << "the next request is like the first";
-    // Remembered at the depths 2 (b) and 4 (b again): the circle closes at depth 6.
+    // Remembered at the depths 2 (b) and 4 (b again): the cycle closes at depth 6.
     EXPECT_EQ("(null)=L=L=L=L 4", ask("b"));
     EXPECT_EQ("(null)=L 1", ask("d"));
 

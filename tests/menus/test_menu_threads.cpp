@@ -127,7 +127,7 @@ TEST(MenuThreads, PythonNeverWaitsWhileSomebodyWaitsForIt)
     TRK_Channel *channel = channels.addChannel("tx");
     channel->changeExpression(0, "sum(range(100)) + vmr.time()", TRK_LANGUAGE_PYTHON, false);
 
-    // The application locks its nodes: code that holds the interpreter comes here, and whoever has
+    // The application locks its nodes: code that holds the interpreter comes here, and a thread that has
     // the lock asks for the interpreter.
     std::mutex lock;
     nodes.evaluated = [&](const std::string &) { const std::lock_guard<std::mutex> guard(lock); };

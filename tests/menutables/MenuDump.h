@@ -29,7 +29,7 @@ inline std::string dump(const ZEL_Name *names)
 
 using Builder = ZEL_ChoiceList::NameGenerator;
 
-/// What a builder puts into an array of `size` names; the names behind the array must stay.
+/// What a builder puts into an array of `size` names; the names after the array must stay.
 inline std::string build(Builder builder, int size)
 {
     std::vector<ZEL_Name> names(size_t(size > 0 ? size : 0) + 2, ZEL_Name("guard", "Guard"));

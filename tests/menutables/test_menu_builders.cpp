@@ -63,7 +63,7 @@ std::string sorted(std::vector<ZEL_Name> names)
 
 } // namespace
 
-// An array of any size gets the first rows and a sentinel, and nothing behind it is touched.
+// An array of any size gets the first rows and a sentinel, and nothing after it is touched.
 TEST_F(Takes, BuildersKeepToTheArray)
 {
     master().addChild("x")->addChild("y");

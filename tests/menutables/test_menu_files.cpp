@@ -110,7 +110,7 @@ TEST(MenuLines, Rows)
     }
 }
 
-// The files that docs/menus.md shows are read as it tells.
+// The files that docs/menus.md shows are read as it says.
 TEST(MenuLines, FilesOfThePage)
 {
     std::ifstream is(ZEL_TESTS_DIR "/../docs/menus.md");

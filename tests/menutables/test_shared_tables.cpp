@@ -307,7 +307,7 @@ TEST(SharedTables, MenusTakeTheLabelsOfNames)
     EXPECT_STREQ(ZELconnectivityMenu.choiceNamesPtr()[2].getLabel(), ZELrowcolName.getLabel());
 }
 
-// The label tells which part of the full circle the step is.
+// The label says which part of the full circle the step is.
 TEST(SharedTables, AngleStepsArePartsOfACircle)
 {
     EXPECT_EQ(ZELhandleAngleStepMenu.getType(), ZEL_CHOICELIST_REPLACE);

@@ -177,8 +177,8 @@ TEST(NodeGraph, ParametersComeAndGoUnderTheirEdges)
     EXPECT_EQ(pair.change(*pair.a, "s"), "/a/s /b/tx");
     EXPECT_EQ(pair.change(*pair.a, "w"), "/a/w /b/tx");
 
-    // Removed while it is pushed, and its reader not told yet. Going is a change of its own, which
-    // tells both once more.
+    // Removed while it is pushed, and its reader not notified yet. Removal is a change of its own, which
+    // notifies both once more.
     std::string told;
     bool isRemoved = false;
     pair.graph->setDirtyCallback([&](LNK_MicroNode &node) {

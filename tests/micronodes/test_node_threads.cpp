@@ -114,7 +114,7 @@ TEST(MicroNodeThreads, EdgesMarksAndPushesMeet)
         EXPECT_EQ(reader.getNumInputs(), theParms);
         EXPECT_TRUE(reader.isDirty());
     }
-    // Each push told at least the node and the reader of its own thread.
+    // Each push notified at least the node and the reader of its own thread.
     EXPECT_GE(told, 2 * theThreads * theParms);
 }
 

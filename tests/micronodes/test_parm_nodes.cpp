@@ -227,7 +227,7 @@ TEST(MicroNodes, TheWholeNodeIsPushedOncePerWalk)
 
 TEST(MicroNodes, TheCallbackMayRemoveParameters)
 {
-    // Which spare parameters go when the node of p1 is told: itself, those before, those behind.
+    // Which spare parameters are removed when the node of p1 is notified: itself, those before, those after.
     struct Case
     {
         std::vector<const char *> removed;

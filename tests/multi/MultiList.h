@@ -1,5 +1,5 @@
 /// \file MultiList.h
-/// Lists with multi-parameters for tests: built from names, told as one line of text.
+/// Lists with multi-parameters for tests: built from names, shown as one line of text.
 ///
 /// Ownership:  owns everything the list is made of.
 #pragma once
@@ -93,7 +93,7 @@ inline std::string contents(const ZEL_ParmList &list)
     return text;
 }
 
-/// A list over a block's templates, with an owner unless told otherwise.
+/// A list over a block's templates, with an owner by default.
 class MultiList
 {
 public:

@@ -323,7 +323,7 @@ TEST(MultiCount, ABlockWithoutChildrenOnlyCounts)
 }
 
 // ---------------------------------------------------------------------- //
-// Who hears of items
+// Who is notified of items
 // ---------------------------------------------------------------------- //
 
 TEST(MultiCount, TheOwnerHearsOfItemsAndOfTheSet)
@@ -418,7 +418,7 @@ TEST(MultiItem, TextsTakeTheNumbers)
     EXPECT_STREQ("{ pt2 == 1 }", text.c_str());
     EXPECT_EQ(&shared, p.parm("points").findMultiParmTemplate("plain1")->getFactoryDefaults());
     EXPECT_EQ(child[1].getChoiceListPtr(), p.parm("on1").getChoiceListPtr());
-    // Nothing of it is left behind by items that go.
+    // Items that are removed leave nothing of it.
     const std::int64_t before = p.multi().getMemoryUsage(true);
     p.setCount(9.0);
     EXPECT_GT(p.multi().getMemoryUsage(true), before + 7 * std::int64_t(sizeof(ZEL_Template)));

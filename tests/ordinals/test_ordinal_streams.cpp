@@ -150,7 +150,7 @@ TEST_F(OrdinalStreams, TextLoads)
         {&exclusive, "( [ gone a ] b )", true, "ZEL 4", "0", "1"},
         {&exclusive, "( [ gone ] a )", true, "ZEL 4", "1", "0"}, // the value stays
         {&exclusive, "( [ gone nope ] b )", true, "ZEL 4", "0", "1"},
-        // The bracket is missing: told, and unlike for a float reading goes on.
+        // The bracket is missing: reported, and unlike for a float reading goes on.
         {&exclusive, "( [ gone a b )", true, "ZEL 4; ZEL 0", "0", "1"},
     };
     for (const Case &c : cases) {

@@ -15,7 +15,7 @@
 
 namespace
 {
-/// A party that answers what a test tells it to, and notes what it is told.
+/// An override provider that answers as a test says, and notes what it is asked.
 class Party : public ZEL_ORCallback
 {
 public:
@@ -162,7 +162,7 @@ TEST(Overrides, ReplaceTheValueWhileTheyCount)
         EXPECT_FALSE(p.instance->isDataDependent(0.0, 1));
         EXPECT_TRUE(p.instance->isDataDependent(0.0, -1));
 
-        // Inactive: its own value, and the interface is told so.
+        // Inactive: its own value, and the interface can see so.
         party.activeAnswer = 0;
         EXPECT_EQ(p.eval(0), 1.0);
         EXPECT_EQ(p.instance->getIsOverrideActive(0), 0);
@@ -365,7 +365,7 @@ TEST(Overrides, AreDisabledForOneThreadInAScope)
         std::thread([&] { elsewhere = p.eval(0); }).join();
         EXPECT_EQ(elsewhere, 5.0);
 
-        p.set(8.0, 0); // still goes to the party
+        p.set(8.0, 0); // still forwarded to the provider
         EXPECT_EQ(party.sets, "float 0 8 @0");
         EXPECT_EQ(p.eval(0), 1.0);
         {

@@ -386,7 +386,7 @@ TEST(ListWalks, ChannelsByName)
     EXPECT_EQ(node.list->addChannel(KIT_StringRef()), 0);
     EXPECT_NE(node.parm("t")->getChannel(1), nullptr);
 
-    // A channel that is put into the collection behind the list's back.
+    // A channel that is put into the collection without the list's knowledge.
     TRK_Channel *channel = node.channels.addChannel("sz");
     EXPECT_EQ(node.parm("s")->getChannel(2), nullptr);
     EXPECT_EQ(node.list->channelPtrModified("sz"), 1);

@@ -1,4 +1,4 @@
-// What a list reads: names, unknown entries, the owner's look ahead, and streams that are at fault.
+// What a list reads: names, unknown entries, the owner's look ahead, and malformed streams.
 
 #include <persistence/StreamList.h>
 
@@ -431,7 +431,7 @@ TEST(ListLoad, ParametersOfNoKindAreNotThere)
 }
 
 // ---------------------------------------------------------------------- //
-// Streams at fault
+// Malformed streams
 // ---------------------------------------------------------------------- //
 
 namespace

@@ -200,7 +200,7 @@ struct MenuList
     MenuList() { takeMessages(); }
     ~MenuList() { theMenuList = nullptr; }
 
-    /// The count is set; nobody has read it yet.
+    /// The count is set; it was not read yet.
     void setCount(double count)
     {
         theMenuList = nullptr;

@@ -119,7 +119,7 @@ TEST_F(Presets, TheHeaderIsExact)
     {
         std::string text;
         bool loads;
-        const char *message; ///< with the text behind a bar
+        const char *message; ///< with the text after a bar
     } const cases[] = {
         {theHead, true, ""},
         {"  #PSI_PRESET version\n2.0", true, ""},
@@ -175,7 +175,7 @@ TEST_F(Presets, SectionsOfAListWithoutOwner)
     EXPECT_TRUE(load(other.list.get(), moving.str(), KIT_IStream::BINARY));
     EXPECT_EQ(other.eval(), 2.0);
 
-    // The words of a section that nobody knows are sections in their turn.
+    // The words of an unknown section are read as sections themselves.
     const std::string values = valuesOf(9.0).substr(theHead.size());
     EXPECT_TRUE(load(number.list.get(), theHead + "foreign { x 1 } " + values + "more\n"));
     EXPECT_EQ(number.eval(), 9.0);
@@ -283,7 +283,7 @@ TEST_F(Presets, TheFirstFileWinsAndTheDefinitionLoses)
             return std::string(path) == "opdef:/Obj/light?Presets";
         },
         const_cast<std::string *>(&definition));
-    EXPECT_EQ(names(), ""); // until it is told to look again
+    EXPECT_EQ(names(), ""); // until it is asked to look again
     presets.setNeedsRefresh();
     EXPECT_EQ(names(), "Permanent Defaults Z s z \xc3\xa9");
     EXPECT_EQ(presets.getDefaultPreset(), 0);
@@ -395,7 +395,7 @@ TEST_F(Presets, ASaveThatIsKilledLeavesTheOldFileOrTheNewOne)
         const std::string now = readFile(fileIn("a"));
         EXPECT_TRUE(now == old || now == both) << now;
         replaced += now == both ? 1 : 0;
-        // What it left behind is in nobody's way, and goes.
+        // What it left is in the way of no other, and is removed.
         EXPECT_TRUE(presets.deletePresetFromDir("one", in("a").c_str()));
         EXPECT_EQ(
             std::distance(fs::directory_iterator(in("a/presets/Obj")), fs::directory_iterator()),
@@ -576,7 +576,7 @@ TEST_F(Presets, ANodeStartsWithItsPermanentDefaults)
     first->getParms().setFloat(8.0, "p", 0, 0.0, false);
     EXPECT_TRUE(first->getPresets()->savePresetToDir(
         &first->getParms(), ZEL_PresetInfo::theDefaultName, in("a").c_str()));
-    // An error that nobody has read yet isn't this node's.
+    // An error that is already in the error manager isn't this node's.
     KITaddError("ZEL", 15);
     ZELX_Node *second = root.addChild("second", number.templates, "light");
     EXPECT_EQ(takeMessages(), "ZEL 15");
@@ -585,7 +585,7 @@ TEST_F(Presets, ANodeStartsWithItsPermanentDefaults)
     ZELX_Node *other = root.addChild("other", number.templates, "dark");
     EXPECT_EQ(other->getParms().evalFloat("p", 0, 0.0), 0.0);
     EXPECT_EQ(takeMessages(), "");
-    // What is at fault with them is told.
+    // What is wrong with them is reported.
     writeFile(in("a/presets/Node/torn.idx"), indexOf({{ZEL_PresetInfo::theDefaultName, "torn"}}));
     EXPECT_NE(root.addChild("torn", number.templates, "torn"), nullptr);
     EXPECT_EQ(takeMessages(), "ZEL 15");

@@ -363,7 +363,7 @@ TEST(RampColors, BlendedInTheSpace)
 
 TEST(RampColors, HuesGoOnInOneDirection)
 {
-    // Three tenths of a turn from key to key: an even way round, past the seam of the circle.
+    // Three tenths of a turn from key to key: an even way round, past the seam of the hue circle.
     for (const KIT_SPLINE_BASIS basis :
          {KIT_BASIS_CATMULL_ROM, KIT_BASIS_MONOTONE_CUBIC, KIT_BASIS_BSPLINE, KIT_BASIS_HERMITE}) {
         KIT_Ramp ramp;

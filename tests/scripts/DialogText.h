@@ -226,14 +226,14 @@ struct Dialog
 
     ZEL_ScriptPage page;
     bool okFlag = false;
-    bool restFlag = false; // tokens were left behind the page
+    bool restFlag = false; // tokens were left after the page
     std::string messages;
     std::unique_ptr<ZEL_Template[]> templates;
     int count = 0;
     ZEL_ScriptImports *imports = nullptr;
 };
 
-/// What a case of a table gives, and what is told meanwhile.
+/// What a case of a table gives, and what is reported meanwhile.
 struct DialogCase
 {
     const char *text;

@@ -1,4 +1,4 @@
-// Parameter blocks of dialog scripts: what each word makes of the template, and what is told.
+// Parameter blocks of dialog scripts: what each keyword makes of the template, and what is reported.
 
 #include "DialogText.h"
 
@@ -205,7 +205,7 @@ TEST(ScriptParms, Conditions)
         {"hidewhen \"{ a 1 }\" hidewhen \"{ b 1 }\" disablewhen \"{ c 1 }\"",
          "p FLT disablewhen:{ c == 1 } hidewhen:{ b == 1 }", ""},
     });
-    // A text that can't be read is told, and the block goes on with an empty condition.
+    // A text that can't be read is reported, and the block goes on with an empty condition.
     const Dialog broken("{ name top parm { name p hidewhen \"{ a\" label L } }");
     EXPECT_EQ(broken.dump(), "p'L' FLT hidewhen:");
     EXPECT_EQ(broken.messages.rfind("E: hidewhen: ", 0), 0u) << broken.messages;

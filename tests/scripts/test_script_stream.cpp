@@ -123,7 +123,7 @@ TEST(ScriptStream, Blocks)
         {"{ k a}{b x", false, "1<k,> x"},
         {"{ k \"a{b\" c } d } x", false, "1<k,a{b,c,},d,> x"}, // depth counts in every token
         {"{ a\"}b\"} c } x", false, "1<,> c"},
-        {"{ a\"{b } x", false, "1<a\"{b,> x"},   // but not behind a double quote
+        {"{ a\"{b } x", false, "1<a\"{b,> x"},   // but not after a double quote
         {"{ \"a\\\\\\\"}\" b", false, "1<,> b"}, // unless a backslash is in front of it
         {"{ \"say \\\"x\\\"\" \"\" \"a\\nb\" } x", true, "1<\"say \\\"x\\\"\",\"\",\"a\\nb\",> x"},
         {"a } x", false, "0<> }"},

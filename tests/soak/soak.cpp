@@ -1,5 +1,5 @@
 // Readers on all cores, for as long as is asked: first while the thread that owns the nodes rests, each
-// round on nodes that nobody has read before; then while it changes values, keys, expressions, counts and
+// round on nodes that were not read before; then while it changes values, keys, expressions, counts and
 // items between barriers. What every reader got is compared with what the owner reads alone.
 //
 //     soak [SECONDS] [THREADS] [SEED]

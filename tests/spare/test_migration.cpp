@@ -36,7 +36,7 @@ TEST(Migration, ACopyTakesThePlaceOfItsSource)
     EXPECT_EQ(rig.list->getChannelGroupPtr(), nullptr);
     rig.looking.list = nullptr;
     rig.list.reset();
-    // What goes with the source tells its own owner.
+    // What is removed with the source notifies its own owner.
     EXPECT_EQ(owner.takeCalls().find("multiItemCreated"), std::string::npos);
 
     std::set<std::string> expected, present;

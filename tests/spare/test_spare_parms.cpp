@@ -289,7 +289,7 @@ TEST(SpareParms, EventsGoOutBeforehandAndNotInALoad)
             rig.update(after);
         }
         EXPECT_EQ(log.take(), loading ? "" : "4:4 4:5 4:6");
-        // An empty set tells nobody either: its spare parameters are told to the owner.
+        // An empty set sends no notification either; the owner is notified of its spare parameters.
         rig.list->updateSpareParmTemplates(nullptr, false);
         EXPECT_EQ(log.take(), "");
         rig.list->setEventHandler(nullptr, nullptr);

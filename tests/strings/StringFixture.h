@@ -23,7 +23,7 @@ struct ManagerSettings
     }
 };
 
-/// A node at /obj/a: knows the variable HIP, and notes the references that it hears of.
+/// A node at /obj/a: knows the variable HIP, and notes the references that it is notified of.
 class StringNode : public TRK_PathResolver
 {
 public:

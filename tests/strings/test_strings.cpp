@@ -26,7 +26,7 @@ public:
     void adjustExpandedPath(KIT_String &path) override { path += "!"; }
 };
 
-/// A party that has the text "party" for every source.
+/// An override provider that has the text "party" for every source.
 class Party : public ZEL_ORCallback
 {
 public:

@@ -1,4 +1,4 @@
-// Many threads evaluate one list whose lazy caches nobody has filled. The value of these tests is
+// Many threads evaluate one list whose lazy caches are still empty. The value of these tests is
 // under the thread sanitizer; without it they still compare the results.
 
 #include <common/ListFixture.h>

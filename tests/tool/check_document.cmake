@@ -1,4 +1,4 @@
-# Checks that every example of a document (between lines ```ds and ```) stands in a script, blanks and
+# Checks that every example of a document (between lines ```ds and ```) is in a script, blanks and
 # line ends aside.
 #
 #   cmake -DDOCUMENT=... -DSCRIPT=... -P check_document.cmake

@@ -1,4 +1,4 @@
-# Presets from outside: calls of ZEL in a search path of its own, one behind the other, and a shell.
+# Presets from outside: calls of ZEL in a search path of its own, one after the other, and a shell.
 # What they print, with the folder's name left out, is GOLDEN. With UPDATE it is written instead.
 file(REMOVE_RECURSE "${OUT}")
 file(MAKE_DIRECTORY "${OUT}/first" "${OUT}/second")

@@ -28,7 +28,7 @@ ZEL_UndoDataArray handMade(const std::string &pairs)
 }
 
 /// The lines of `now` that differ from `then`. Without regard to order if parameters have come and
-/// gone: what comes back stands behind all others. Spare parameters that came later stay.
+/// gone: what comes back is placed after all others. Spare parameters that came later stay.
 std::string difference(const std::string &then, const std::string &now)
 {
     std::vector<std::string> a = linesOf(then), b = linesOf(now);
@@ -182,7 +182,7 @@ TEST(Undo, ARestoreTellsTheChange)
     p.list.loadUndoData(data, nullptr, nullptr);
     EXPECT_TRUE(p.list.getParmPtr("t")->isDirty(2));
     EXPECT_TRUE(p.list.getParmPtr("press")->isDirty(0));
-    // What is refused is told all the same, and no message says so.
+    // A refused change is announced all the same, and no message says so.
     EXPECT_EQ(events.take(), "4:0 4:1 4:2");
     EXPECT_EQ(owner.takeCalls(), "rebuildParmDependency 7");
     EXPECT_EQ(takeTexts(), "");
@@ -264,7 +264,7 @@ TEST(Undo, WhatASnapshotDoesNotBringBack)
     EXPECT_STREQ(q.parm("t").getChannelAlias(0).c_str(), "name");
     EXPECT_STREQ(q.parm("t").getOverride(1), "over");
 
-    // A count that items trailed behind: their entries raise it again.
+    // A count with fewer items than its value: their entries raise it again.
     UndoNode r;
     r.set("points", 3);
     r.parms().setFloat(1.0, "points", 0, 0.0, false);

@@ -427,7 +427,7 @@ TEST(Creator, FoldersByPath)
                                "    }\n");
 }
 
-/// Only what tells where a parameter stands: "folder(", ")", names.
+/// Only what shows where a parameter is: "folder(", ")", names.
 std::string outlineOf(DS_ParmReader &reader)
 {
     std::istringstream in(parmsOf(reader));
