@@ -5,20 +5,20 @@
 /// Vocabulary: *component* = one element of the parameter's vector (a translate has 3);
 ///             *slot* = a component's channel pointer, null while it isn't animated;
 ///             *alias* = a second name of a component's channel;
-///             *send extra* = the mark that a component's dirtiness has yet to be propagated.
-/// Units:      component indices are 0-based; what sets marks, masks and keys reads a negative index
-///             as all components, queries as any, and what sets values has none. Masks are 32 bits
-///             wide and shift counts are taken modulo 32: components 32 apart share a bit, and all
-///             components of a vector of 32 are no bits. Nothing checks this. Time is in the
+///             *send extra* = the flag that a component's dirtiness has yet to be propagated.
+/// Units:      component indices are 0-based. A negative index means all components where flags,
+///             masks and keys are set, any component in queries, and is invalid where values are
+///             set. Masks are 32 bits wide and shift counts are taken modulo 32: components 32
+///             apart share a bit, and the mask of all 32 components is 0. Unchecked. Time is in the
 ///             channel library's seconds; `thread` is the id from `BASgetSTID`.
 /// Ownership:  owns its arrays, micro nodes and input-notify value. Borrows template and parm.
-///             Channels belong to the list's collection; what still stands in a slot when the
-///             instance dies is deleted from the collection.
+///             Channels belong to the list's collection; the destructor deletes those that are
+///             still in a slot from the collection.
 /// Threads:    the *values out* group from any thread at once. Everything else one thread at a
-///             time. Dirty and time-dependence marks are relaxed words whose lost updates are
+///             time. Dirty and time-dependence flags are accessed relaxed; lost updates are
 ///             tolerated.
-/// Errors:     reports go to the thread's error manager under "ZEL"; a missing list or collection
-///             makes channel operations silent no-ops.
+/// Errors:     reported to the thread's error manager under "ZEL". Without a list or collection,
+///             channel operations are silent no-ops.
 /// Cost:       a value read is one virtual call, with no lock, allocation or shared write.
 #pragma once
 
@@ -96,8 +96,8 @@ public:
     virtual ~ZEL_Instance();
 
     /// Takes over locks, masks, channels and micro nodes of another instance of the same
-    /// parameter, as after a change of templates; the source is left without channels. Flag bits
-    /// are only added. Base: as told; overrides call it first.
+    /// parameter, for instance after a change of templates; the source is left without channels.
+    /// Flag bits are only added. Overrides call the base first.
     virtual void adopt(ZEL_Instance &source);
     /// Replaces the overrides by copies of the source's. Base: nothing.
     virtual void adoptOverrides(ZEL_Instance &source);
@@ -111,17 +111,17 @@ public:
     ///@{
     /// Sets the default as a value: a keyed component keeps its channel and gets a key.
     virtual void setValueToDefault(double time, int index, ZEL_AddKeyType addKey) = 0;
-    /// Puts the default back, expression included; the channel goes. Bad index: nothing.
+    /// Restores the default, expression included, and removes the channel. Bad index: nothing.
     virtual void revertToDefault(int index) = 0;
-    /// The same for all components; channels go only if asked.
+    /// The same for all components; channels are removed only with `deleteChannels`.
     virtual void revertToDefaults(bool deleteChannels) = 0;
     /// Makes the factory default the template's current default; no value changes.
     virtual void restoreFactoryDefault(int index) = 0;
     /// Makes the stored value the template's current default.
     virtual void overwriteDefault(double time, int index) = 0;
     virtual void overwriteDefaults(double time) = 0;
-    /// Whether the component is at its default as the mask asks. With `checkLocks` false the base
-    /// agrees at once; a bad index gives false. Base: the lock test only.
+    /// Whether the component passes the tests of the mask. A bad index gives false. Base: the lock
+    /// test only, and true with `checkLocks` false.
     virtual bool isDefault(int index, ZEL_DefaultType type, bool checkLocks) const;
     ///@}
 
@@ -139,14 +139,14 @@ public:
     virtual bool loadUndoData(const std::shared_ptr<ZEL_UndoData> &data);
     /// Writes the values as command arguments, all or one. Base: abstract.
     virtual void saveCommand(std::ostream &os, int values, int index) const = 0;
-    /// Sets values from command arguments; the number of arguments used. Base: abstract.
+    /// Sets values from command arguments; returns the number of arguments used. Base: abstract.
     virtual int loadCommand(int argc, const char *const argv[], int index, bool asSet,
                             ZEL_AddKeyType addKey, ZEL_KeySetType keySet) = 0;
     ///@}
 
     // ------------------------------------------------------------------ //
     /// \name Values out   (any thread; called on every evaluation)
-    /// `list` may be null: then no owner is asked and nothing is marked time dependent.
+    /// `list` may be null: then no owner is called and nothing is flagged as time dependent.
     // ------------------------------------------------------------------ //
     ///@{
     virtual void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index,
@@ -168,7 +168,7 @@ public:
     virtual void getValues(ZEL_ParmList *list, double time, int *values, int thread) const;
     virtual void getValues(ZEL_ParmList *list, double time, double *values, int thread) const;
     virtual void getValues(ZEL_ParmList *list, double time, float *values, int thread) const;
-    /// The current default, else the factory's. Base: 0 or "".
+    /// The current default, else the factory default. Base: 0 or "".
     virtual void getDefaultValue(KIT_String &value, int index) const;
     virtual void getDefaultValue(std::int64_t &value, int index) const;
     virtual void getDefaultValue(int &value, int index) const;
@@ -182,8 +182,8 @@ public:
     ///@}
 
     // ------------------------------------------------------------------ //
-    /// \name Values in   (one thread at a time; locks and access are the facade's business)
-    /// Base forms only mark the component (or all) dirty.
+    /// \name Values in   (one thread at a time; `ZEL_Parm` has checked locks and access)
+    /// Base: only flags the component (or all) as dirty.
     // ------------------------------------------------------------------ //
     ///@{
     /// `evaluate` stores the result at `time`; `deleteChannel` starts from a fresh channel.
@@ -206,18 +206,18 @@ public:
                            ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
     virtual void setValues(double time, const double *values, bool replaceExpression,
                            ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
-    /// Puts the stored value into a new channel's default slot. Base: abstract.
+    /// Stores the component's value as a new channel's default. Base: abstract.
     virtual void setDefaultChannelValue(TRK_Channel *channel, int index) = 0;
     ///@}
 
     // ------------------------------------------------------------------ //
-    /// \name Multi-parameters   (base: not one)
+    /// \name Multi-parameters   (base: not a multi-parameter)
     // ------------------------------------------------------------------ //
     ///@{
     virtual bool isMultiParm() const;
     virtual int getMultiParmNumItems() const;
     virtual int getMultiParmInstancesPerItem() const;
-    /// Token of a child of an item; null outside. Base: null.
+    /// Token of a child of an item; null for an invalid child or item. Base: null.
     virtual const char *getMultiParmToken(int child, int item) const;
     virtual void insertMultiParmItem(int item);
     virtual void removeMultiParmItem(int item);
@@ -234,25 +234,25 @@ public:
                             int thread);
     virtual bool findString(const char *text, bool fullWord, bool usePattern) const;
     virtual int changeString(const char *from, const char *to, bool fullWord);
-    /// Whether a component's text uses the variable; a negative index asks all.
+    /// Whether a component's text uses the variable; any component's for a negative index.
     virtual bool notifyVarChange(int index, const char *name);
     ///@}
 
     // ------------------------------------------------------------------ //
-    /// \name State queries   (any thread unless told)
+    /// \name State queries   (any thread, unless the operation says otherwise)
     // ------------------------------------------------------------------ //
     ///@{
-    /// Appends this parameter's part of a cache key; true if any component isn't plain.
-    /// Base: abstract.
+    /// Appends this parameter's part of a cache key; true if any component is time dependent or
+    /// differs from its default as `ZEL_DEFAULT_MAGIC` tests it. Base: abstract.
     virtual bool getMagicString(KIT_TokenString &tokens, ZEL_ParmList *list, int size, double time,
                                 bool addIfDefault, int thread) const = 0;
     /// Base: true.
     virtual bool isEditable(ZEL_ParmList *list, double time, int index) const;
     virtual bool isEditableByUI(ZEL_ParmList *list, double time, int index) const;
-    /// The micro node's mark if there are micro nodes, else the channel's answer.
+    /// The micro node's flag if there are micro nodes, else whether the channel is.
     virtual bool isTimeDependent(int index) const;
     virtual bool isDataDependent(double time, int index) const;
-    /// Notes what an evaluation found; writes only the micro node's mark and the list's flags.
+    /// Records what an evaluation found; writes only the micro node's and the list's flags.
     virtual void setTimeDependent(int index, bool timeDependent) const;
     /// The same, for callers that hold a const parameter.
     void setTimeDependentForEval(int index, bool timeDependent) const
@@ -262,8 +262,8 @@ public:
     /// OR of the components' states.
     virtual int getChanState(double time) const;
     virtual ZEL_ChanState getChanState(double time, int index) const;
-    /// Makes a key of a pending change (of any value with `force`), or with `collect` only
-    /// gathers the channel's reference. One thread at a time. Base: abstract.
+    /// Keeps a pending value in a key (any value with `force`), or with `collect` only appends the
+    /// channel's reference. One thread at a time. Base: abstract.
     virtual void hardenChanges(double time, int index, bool force, const char *pattern,
                                KIT_Array<TRK_ChannelRef> *collect) = 0;
     ///@}
@@ -286,9 +286,9 @@ public:
     ///@{
     /// Removes the parameters of a multi-parameter's items from the list. Base: nothing.
     virtual void destroyChildParms();
-    /// Bytes held, the object itself when `inclusive`.
+    /// Bytes held, plus the object itself when `inclusive`.
     virtual std::int64_t getMemoryUsage(bool inclusive) const;
-    /// The rotation of a transform. Base: false.
+    /// Whether this is the rotation of a transform. Base: false.
     virtual bool isRotationParm() const;
     ///@}
 
@@ -316,7 +316,7 @@ public:
     ZEL_Template *getMultiParmTemplate() const { return myTemplate->getMultiParmTemplate(); }
     int getMultiStartOffset() const { return myTemplate->getMultiStartOffset(); }
     ZEL_Parm *getParm() const { return myParm; }
-    /// The list of the parm; null without one.
+    /// The list of the parameter; null if it is in none.
     ZEL_ParmList *getParmList() const;
     ZEL_ParmOwner *getParmOwner() const;
     /// The list's channel collection; null without list or collection.
@@ -329,13 +329,13 @@ public:
     ///@{
     bool getLockedFlag(int index) const { return testMask(myLockField, index); }
     std::uint32_t getLockedField() const { return myLockField; }
-    /// Changes the field only: channels learn their lock in `reloadChannelPtrs`.
+    /// Changes the field only; `reloadChannelPtrs` passes the locks on to the channels.
     void setLockedFlag(int index, bool locked);
     bool areAllComponentsLocked() const;
 
     /// The bit; for a negative index the whole mask.
     std::uint32_t getEnableState(int index) const;
-    /// A negative index sets all 32 bits or none. The position of a ramp's keys can't be
+    /// A negative index sets or clears all 32 bits. The position of a ramp's first key can't be
     /// enabled. True if the mask changed.
     bool setEnableState(bool enabled, int index);
 
@@ -350,8 +350,8 @@ public:
     std::uint32_t getAutoSelectField() const { return myAutoSelectField; }
     void setAutoSelectFlag(int index, bool flag);
 
-    /// A mark of the interface's for what is selected, not saved. False for any index outside the
-    /// vector.
+    /// Whether the user interface has the component selected; not saved. False for an index outside
+    /// the vector.
     bool isActive(int index) const;
     void setActive(int index, bool active);
 
@@ -360,9 +360,9 @@ public:
     bool areAllFlagsClean() const { return BASload(myDirtyFlags) == 0; }
     bool hasAnySendExtraFlags() const { return BASload(mySendExtraFlags) != 0; }
     void clearAllDirtyFlags() { BASstore(myDirtyFlags, std::uint32_t(0)); }
-    /// Marks one component, or all, and does what `setSendExtra` does.
+    /// Flags one component, or all, and calls `setSendExtra`.
     void setDirtyFlags(int index);
-    /// If no send-extra bit of the range is set yet, sets them and raises the list's count.
+    /// If none of the range's send-extra bits is set, sets them and raises the list's count.
     void setSendExtra(int index);
     ///@}
 
@@ -371,7 +371,7 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     std::uint32_t getSaveFlags() const { return myFlags & ZEL_INST_EXPRESSION; }
-    /// Only ever adds the expression bit.
+    /// Can only set the expression bit.
     void setSaveFlags(std::uint32_t flags) { myFlags |= flags & ZEL_INST_EXPRESSION; }
     bool getExpressionState() const { return testFlag(ZEL_INST_EXPRESSION); }
     void setExpressionState(bool flag) { setFlag(ZEL_INST_EXPRESSION, flag); }
@@ -402,15 +402,15 @@ public:
     /// \name Channels
     // ------------------------------------------------------------------ //
     ///@{
-    /// No check of the index.
+    /// The index isn't checked.
     TRK_Channel *getChannel(int index) const { return myChannels[index]; }
     void setChannel(int index, TRK_Channel *channel) { myChannels[index] = channel; }
-    /// Components that have a channel.
+    /// How many components have a channel.
     int getChannelCount() const;
-    /// Takes the collection's channel of the component's token, or makes one.
+    /// Links the collection's channel with the component's token, or creates it.
     void addChannel(int index);
     void addChannel(int index, const char *expression, TRK_ExprLanguage language);
-    /// By name (alias or token): the channel is fetched anew. 1, or 0 if nothing has that name.
+    /// By name (alias or token): looks the channel up again. 1, or 0 if no component has that name.
     int addChannel(const KIT_StringRef &name);
     int addChannel(const KIT_StringRef &name, const char *expression, TRK_ExprLanguage language);
     /// Deletes the channel from the collection; true if there was one.
@@ -428,11 +428,11 @@ public:
     TRK_ExprLanguage getExprLanguageIfMadeAnExpression(double time, int index) const;
     TRK_ExprLanguage stringMeaningToExprLanguage(TRK_StringMeaning meaning) const;
     bool isLanguageOldExprOrLiteral(double time, int index) const;
-    /// Fetches all channels by token, or by alias with a rename to the token. If that gave the
-    /// parameter its first channels, the components left without one revert to their defaults.
+    /// Looks all channels up by token, or by alias, which renames them to the token. If the
+    /// parameter had no channel before, the components still without one revert to their defaults.
     void reloadChannelPtrs();
-    /// Renames channels to their tokens; a slot whose channel can't be renamed, or whose token
-    /// another parameter's channel holds, is emptied.
+    /// Renames channels to their tokens. A slot is emptied if its channel can't be renamed or if
+    /// another parameter's channel has the token.
     void validateChannelNames(ZEL_ParmList &list);
     void validateChannelName(ZEL_ParmList &list, int index);
     ///@}
@@ -441,7 +441,7 @@ public:
     /// \name Aliases and colours
     // ------------------------------------------------------------------ //
     ///@{
-    /// False for a text that is no channel name, or an index outside the vector; "" clears.
+    /// False for an invalid channel name or an index outside the vector; "" clears.
     bool setChannelAlias(const KIT_StringHolder &alias, int index);
     /// The alias if set, else the channel token; "" outside the vector.
     const KIT_StringHolder &getChannelAlias(int index) const;
@@ -465,17 +465,19 @@ public:
     /// Codes 0, 1, 2, 3, 14 and 18 carry the parameter's full path.
     void addParmWarning(ZEL_ErrorCode code) const;
     void indexError(int index) const;
-    /// Owner's path, a blank and the label; "/" and the token for the extended type 4 or no label.
+    /// The owner's path, then a blank and the label, or "/" and the token for the extended type 4
+    /// or without a label.
     void getFullParmPath(KIT_WorkBuffer &path) const;
     /// Reports the thread's expression error number, if set, for this component.
     void checkForExpressionErrors(ZEL_ParmList *list, int index, int thread) const;
     void evaluationError(ZEL_ParmList *list, int index, int error, int thread) const;
     bool validateAccess() const;
     bool shouldSaveData() const;
-    /// Replaces `indices` by the item numbers of the multi-parameters above, innermost first; their
-    /// count. `useStartOffset` counts from each one's start offset, as its tokens do, else from 0.
+    /// Replaces `indices` by the item numbers in the enclosing multi-parameters, innermost first,
+    /// and returns how many. With `useStartOffset` numbers begin at the start offset, as in tokens,
+    /// else at 0.
     int getMultiInstanceIndex(KIT_Array<int> &indices, bool useStartOffset) const;
-    /// All components by `isDefault`, and no lock if ZEL_DEFAULT_UNLOCKED asks.
+    /// Whether all components pass `isDefault`, and none is locked with ZEL_DEFAULT_UNLOCKED.
     bool isAllDefault(ZEL_DefaultType type) const;
     ///@}
 
@@ -486,55 +488,55 @@ public:
     const ZEL_Multi *getMultiParmOwner() const { return myMultiOwner; }
     void setMultiParmOwner(const ZEL_Multi *owner) { myMultiOwner = owner; }
 
-    /// Made once.
+    /// Created on the first call.
     ZEL_Value *createInputNotifyValue();
     ZEL_Value *inputNotifyValue() const { return myValue; }
 
     bool hasMicroNodes() const { return threadSafeMicroNodes() != nullptr; }
-    /// The component's node; the array is made on first use, by any thread: through the owner if
-    /// there is one. Null outside the vector.
+    /// The component's node; null outside the vector. The array is created on first use, by any
+    /// thread, through the owner if there is one.
     ZEL_ParmMicroNode *microNode(int index);
-    /// The companion of the component's node, made likewise, after the nodes themselves.
+    /// The companion of the component's node, created in the same way; creates the nodes first.
     ZEL_ConstMicroNode *constMicroNode(int index);
-    /// Writes the mark only, without the list's flags, and only if it differs. A negative index
-    /// marks all.
+    /// Sets the node's flag, not the list's, and writes only if it differs. A negative index sets
+    /// all.
     void setTimeDependentMicroNode(int index, bool timeDependent) const;
-    /// Whether evaluation met a context option; of any component for a negative index. False without
-    /// nodes.
+    /// Whether evaluating the component, or any for a negative index, used a context option. False
+    /// without nodes.
     bool hasContextOptionDeps(int index) const;
     /// Replaces `names` by those options, sorted.
     void getContextOptionDeps(int index, KIT_StringArray &names) const;
 
-    /// The nodes, their inputs, their outputs: appended in component order, nothing without nodes.
+    /// Append the nodes, their inputs or their outputs in component order; nothing without nodes.
     void getMicroNodes(KIT_Array<LNK_MicroNode *> &nodes) const;
     void getMicroNodeInputList(KIT_Array<LNK_MicroNode *> &inputs) const;
     void getMicroNodeOutputList(KIT_Array<LNK_MicroNode *> &outputs) const;
     std::int64_t getMicroNodeNumInputs() const;
-    /// Takes the inputs of all nodes off; see `ZEL_ParmMicroNode::clearInputs`.
+    /// Removes the inputs of all nodes; see `ZEL_ParmMicroNode::clearInputs`.
     void clearMicroNodeInputs();
     /// Bytes of both arrays.
     std::int64_t getMicroNodesMemoryUsage() const;
     /// The dumps of the nodes, then of their companions.
     void dumpMicroNodes(std::ostream &os, int level) const;
 
-    /// Pushes what has changed into the graph: from the node of each component whose send-extra flag
-    /// is set, or of every one with `all`. Without nodes, `node` is pushed once if the parm is
-    /// cookable and any flag is set; it stands for the parameters of the whole list, and `*used`
-    /// tells if it was. In the end no flag is set. The callback gets each node that is made dirty,
-    /// and may remove this very parameter.
+    /// Propagates dirtiness through the graph, starting at the node of each component whose
+    /// send-extra flag is set, or of every component with `all`. Without nodes, `node`, which
+    /// represents all parameters of the list, is propagated once if the parameter is cookable and
+    /// any flag is set; `*used` returns whether it was. All send-extra flags are cleared. The
+    /// callback gets each node that becomes dirty, and may remove this parameter.
     void propagateDirty(const std::function<void(LNK_MicroNode &)> &callback, LNK_MicroNode *node,
                         bool all, bool *used);
     ///@}
 
-    /// Whether a text is a plain reference to a channel, `ch("tx")` with `bare` true, the same in
-    /// backticks with false; the referenced name goes to `channel` if given.
+    /// Whether a text is only a reference to a channel: `ch("tx")` if `bare`, else the same in
+    /// backticks. Writes the referenced name to `channel` if that isn't null.
     static bool isChanRefString(const char *text, bool bare, KIT_String *channel);
     /// The old form, `!!ch(tx)` or `!!ch("tx")!!`, the latter also between backticks.
     static bool isObsoleteDirectChanRefString(const char *text, KIT_String *channel);
 
 protected:
-    /// The copy form behind `duplicateSelf`: shares the template, starts with enable state 0, no
-    /// locks, no aliases and no colours; channels are looked up by token.
+    /// Copies for `duplicateSelf`: shares the template, starts with enable state 0 and without
+    /// locks, aliases and colours; channels are looked up by token.
     ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm);
 
     static std::uint32_t bit(int index) { return 1u << (unsigned(index) & 31u); }
@@ -553,11 +555,11 @@ protected:
     TRK_ExprLanguage getCollectionLanguage() const;
     /// The thread's evaluation time; 0 without a collection.
     double commandTime() const;
-    /// A token of a stream or command: the component's own channel name links that channel,
-    /// anything else becomes the component's expression.
+    /// Handles a token of a stream or command: the component's own channel name links that
+    /// channel, anything else becomes the component's expression.
     void loadTokenAsChannelNameOrExpression(const char *token, int index);
-    /// Whether a token is the component's channel token and such a channel exists. One in double
-    /// quotes never is.
+    /// Whether a token is the component's channel token and that channel exists; false for a token
+    /// in double quotes.
     bool isChannelToken(const KIT_String &token, int index) const;
     /// Finds a channel by name, then by the component's token. Null with a warning if neither
     /// exists or there is no collection.
@@ -565,7 +567,7 @@ protected:
 
     void saveAsciiOptions(std::ostream &os) const;
     void saveAsciiOptions(KIT_ByteBuffer &out) const;
-    /// After the caller has read "[". A second positional number of old files goes to `mask`.
+    /// Reads on after "[". The second positional number of old files is returned in `mask`.
     bool loadAsciiOptions(KIT_IStream &is, unsigned int &mask);
     /// True if any option was written.
     bool saveBinaryOptions(int classId, KIT_Packet &packet, std::ostream &os) const;

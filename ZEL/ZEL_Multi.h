@@ -2,26 +2,26 @@
 /// A float parameter whose value is the count of its items, each a copy of a block of parameters.
 ///
 /// Vocabulary: *item* = one copy of the block, 0-based; *child* = a parameter of the block;
-///             *flat index* = item x children + child; *instance numbers* = the numbers of the
-///             items of all levels above and of this one, outermost first.
+///             *flat index* = item x children + child; *instance numbers* = the item numbers of
+///             all enclosing levels and of this one, outermost first.
 /// Units:      item numbers in names are the 0-based item plus the template's start offset.
 /// Ownership:  owns the templates, names, conditionals and default texts of its items. The
-///             children's parameters stand in the list like every other parameter and are the
-///             list's; the destructor removes them before what they are described by.
-/// Threads:    as `ZEL_Float`, but reading the value may make or remove items: evaluate a
+///             children's parameters belong to the list, like every other parameter; the
+///             destructor removes them before their templates.
+/// Threads:    as `ZEL_Float`, but reading the value may create or remove items: evaluate a
 ///             multi-parameter on the thread that owns the list.
 /// Errors:     an item whose token is taken is refused with warning 19 (the token), one with a
-///             child that may not stand in a block with warning 20 (the child's token); the value
-///             goes back to the count that exists. A stream, a default or an expression that asks
-///             for more new items at once than the setting ZEL_MAX_STREAM_ITEMS is refused the same
-///             way, with error 22. A value that is set and `setNumInstances` aren't limited. An item
-///             that gets no memory is taken back; the next read makes it.
-/// Cost:       an item costs the same whatever their number; names are looked up by hash.
+///             child that isn't allowed in a block with warning 20 (the child's token); the value
+///             reverts to the existing count. A stream, a default or an expression that requests
+///             more new items at once than the setting ZEL_MAX_STREAM_ITEMS is refused the same
+///             way, with error 22; setting the value and `setNumInstances` aren't limited. If
+///             memory runs out, the incomplete item is removed; the next read creates it again.
+/// Cost:       adding an item costs the same at any count; names are looked up by hash.
 ///
-/// Items are never renumbered: on insertion and removal the values move from one item's parameters
-/// to the next one's. The count that exists trails the value until the next read or load. A read from
-/// inside an expression, or within `KeepItems`, removes nothing: the asker may belong to an item that
-/// would go. The next read that stands alone does it.
+/// Items are never renumbered: on insertion and removal, values move between the parameters of
+/// neighbouring items. Items are created and removed lazily, on the next read or load after the
+/// value changed. A read from within an expression or a `KeepItems` scope only adds, since the
+/// reading parameter may itself belong to a surplus item; the next outermost read removes it.
 #pragma once
 
 #include <BAS/BAS_Relaxed.h>
@@ -45,12 +45,12 @@ public:
     ~ZEL_Multi() override;
 
     // ------------------------------------------------------------------ //
-    /// \name What a float does, and the items with it
+    /// \name Operations of a float that also update the items
     // ------------------------------------------------------------------ //
     ///@{
-    /// From a multi-parameter only: takes count and instance numbers over and makes the items.
+    /// From a multi-parameter only: takes over count and instance numbers and creates the items.
     void adopt(ZEL_Instance &source) override;
-    /// The copy has the count as its value and makes its own items when it is read.
+    /// The copy has the same count and creates its own items when it is read.
     ZEL_Instance *duplicateSelf(ZEL_Parm *parm) const override;
     void revertToDefault(int index) override;
     void revertToDefaults(bool deleteChannels) override;
@@ -74,8 +74,8 @@ public:
     std::int64_t getMemoryUsage(bool inclusive) const override;
     ///@}
 
-    /// While one lives on a thread, reads there remove no item. For code that belongs to an item
-    /// and reads parameters.
+    /// While one exists on a thread, reads on that thread remove no items. For code that belongs to
+    /// an item and reads parameters.
     class ZEL_API KeepItems
     {
     public:
@@ -90,7 +90,7 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     bool isMultiParm() const override;
-    /// The items that exist.
+    /// The number of existing items, which may differ from the value until the next read.
     int getMultiParmNumItems() const override;
     int getMultiParmInstancesPerItem() const override;
     /// All templates of the block, nested blocks included.
@@ -99,27 +99,27 @@ public:
     void removeMultiParmItem(int item) override { deleteInstance(item); }
     void destroyChildParms() override;
 
-    /// Makes or removes items at the end until `count` exist (0 for a negative count). Nothing
-    /// while it runs already. `evaluateChildren` changes nothing.
+    /// Creates or removes items at the end until `count` exist (0 for a negative count). Does
+    /// nothing when called recursively. `evaluateChildren` has no effect.
     void setNumInstances(int count, bool evaluateChildren);
-    /// The new item has the defaults, the values from there on move up. Nothing at the range's
-    /// hard maximum.
+    /// Moves the values of `item` and the later ones up by one and gives `item` the defaults. Does
+    /// nothing at the range's hard maximum.
     void insertInstanceBefore(int item);
-    /// The values behind move down and the last item goes. At the range's hard minimum the item
-    /// is reverted in place.
+    /// Moves the values of later items down by one and removes the last item. At the range's hard
+    /// minimum the item is reverted in place.
     void deleteInstance(int item);
-    /// Puts an item's parameters back to their defaults, locks and nested items included.
+    /// Reverts an item's parameters to their defaults, locks and nested items included.
     void revertInstance(int item);
     /// Removes all items and reverts the count.
     void revertAllInstances();
     /// Copies the values, channels and flags of one item's parameters to another's.
     void assignInstance(int from, int to);
-    /// Exchanges two items by way of a third one, which goes again; the value stays as it is.
+    /// Exchanges two items through a temporary third one; the value doesn't change.
     void swapInstances(int first, int second);
-    /// Takes the other's count and the values of its items over, nested ones too. Children whose
-    /// kind differs are left alone, and so is everything if this one's items hold the other.
+    /// Copies the other's count and the values of its items, nested ones too. Children of a
+    /// different kind don't change; nothing changes if `other` is inside one of this one's items.
     void copy(const ZEL_Multi *other);
-    /// Whether as many items exist as the range's hard limit says.
+    /// Whether the number of existing items equals the range's hard limit.
     bool isAtHardMinimum() const;
     bool isAtHardMaximum() const;
     ///@}
@@ -133,22 +133,22 @@ public:
     ZEL_Parm *getParm(int flatIndex) const;
     ZEL_Template *getTemplate(int flatIndex);
     const ZEL_Template *getTemplate(int flatIndex) const;
-    /// Null outside the items.
+    /// Null for an invalid child or item.
     const char *getMultiParmToken(int child, int item) const override;
-    /// The flat index of a child by its token, -1 if it is none of this multi-parameter's. The
-    /// flag changes nothing. Linear in the items.
+    /// The flat index of a child by its token, -1 if no item has it. `useStartOffset` has no
+    /// effect. Linear in the items.
     int findMultiParmIndex(const char *token, bool useStartOffset) const;
-    /// Whether the name is one that an item of this multi-parameter has or would have; `index`
-    /// is the item's number as it stands in the name, start offset included; -1 for a name
-    /// without a digit, start offset - 1 for other names that don't match.
+    /// Whether an item of this multi-parameter, existing or not, would have this name. `index`
+    /// returns the item's number in the name, start offset included; if the name doesn't match, -1
+    /// without a digit, else start offset - 1.
     bool matchInstancePattern(const char *name, int &index) const;
-    /// The numbers of the levels above, outermost first; for a nested multi-parameter.
+    /// The item numbers of the enclosing levels, outermost first; for a nested multi-parameter.
     void setInstanceIndex(const KIT_ValArray<int> &instances);
     /// Null at the top level.
     const KIT_ValArray<int> *getInstanceIndex() const { return myInstanceIndex.get(); }
     ///@}
 
-    /// True while any multi-parameter grows or shrinks.
+    /// True while any multi-parameter adds or removes parameters.
     static bool getIsAddingOrRemovingParms() { return BASload(theIsAddingOrRemovingParms); }
 
     // ------------------------------------------------------------------ //
@@ -215,11 +215,11 @@ private:
     int myTemplateCount;
     // One entry for each item: its templates, with a terminator.
     std::vector<std::unique_ptr<ZEL_Template[]>> myItemTemplates;
-    // By flat index from here on.
+    // The following are indexed by flat index.
     std::vector<std::unique_ptr<ZEL_Name>> myChildNames;
     std::vector<std::unique_ptr<ZEL_ConditionalBase>> myChildConditionals;
     std::vector<std::unique_ptr<ZEL_Default[]>> myChildDefaults;
-    // The default texts of all children, and each child's range of them.
+    // The default texts of all children, and each child's range in them.
     std::vector<std::unique_ptr<KIT_String>> myDefaultStrings;
     std::vector<std::uint32_t> myDefaultStringFirst;
     std::vector<std::uint32_t> myDefaultStringEnd;

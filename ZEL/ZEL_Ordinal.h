@@ -1,22 +1,23 @@
 /// \file ZEL_Ordinal.h
 /// The instance of every parameter whose basic type is ordinal: toggles, menus, button and icon
-/// strips, callback buttons, switchers of folders.
+/// strips, callback buttons, folder switchers.
 ///
 /// Vocabulary: *stored value* = the integer of a component, not clamped when set. *menu* = the
 ///             template's choice list, or "off" and "on" for a toggle without one; the value is an
 ///             index into it. *token-valued* = a menu whose tokens are numbers: the value is the
-///             number itself. *held token* = a word of a stream that waits for its first read,
-///             because only a script can tell its index; the stored value is stale until then.
+///             number itself. *held token* = a token read from a stream that is resolved at its
+///             first read, because only the menu script knows its index; the stored value is stale
+///             until then.
 ///             *bare word* = letters, digits and "_" only.
 /// Units:      values are indices from 0 or numbers, 64 bits; the int forms clamp to 32. Component
 ///             indices 0-based; reading one outside the vector gives 0.
 /// Ownership:  owns its values and held tokens; channels belong to the list's collection.
-/// Threads:    reads from any thread at once; the first read of a held token runs the menu's
-///             script on the thread that reads. Setting, loading, hardening one thread at a time.
-/// Errors:     those of `ZEL_Float`, and "ZEL" 6 for a token that a stream names and no menu has:
-///             the load goes on with 0. What a menu's script reports reaches nobody.
-/// Cost:       a read costs a virtual call, the limit tests, and for an exclusive menu its size;
-///             text reads and saves walk the menu. `save` asks for the menu once.
+/// Threads:    reads from any thread at once; the first read of a held token runs the menu
+///             script on the reading thread. Setting, loading, hardening one thread at a time.
+/// Errors:     those of `ZEL_Float`, and "ZEL" 6 for a token in a stream that isn't in the menu:
+///             the load continues with 0. Errors of a menu script are dropped.
+/// Cost:       a read costs a virtual call, the limit tests, and for an exclusive menu the look-up
+///             of its size; text reads and saves walk the menu. `save` builds the menu once.
 #pragma once
 
 #include <BAS/BAS_SpinLock.h>
@@ -38,18 +39,18 @@ public:
     // ------------------------------------------------------------------ //
     /// \name Defaults
     /// The defaults of a switcher describe its folders: its factory defaults count as absent and
-    /// nothing overwrites them. The spare value "group_default" tells the folder to open with.
+    /// are never overwritten. The spare value "group_default" names the folder that is open first.
     // ------------------------------------------------------------------ //
     ///@{
     void setValueToDefault(double time, int index, ZEL_AddKeyType addKey) override;
     void revertToDefault(int index) override;
-    /// A switcher with "group_default" reverts its first component only: that is its folder.
+    /// A switcher with "group_default" reverts only its first component, the open folder.
     void revertToDefaults(bool deleteChannels) override;
     void restoreFactoryDefault(int index) override;
     void overwriteDefault(double time, int index) override;
     bool isDefault(int index, ZEL_DefaultType type, bool checkLocks) const override;
-    /// Nothing is written for an invalid index. A default's text is a token or a number, else its
-    /// own number counts, cut toward zero.
+    /// Nothing is written for an invalid index. A default's text is read as a token or a number;
+    /// if it is neither, the default's number is used, truncated toward zero.
     void getDefaultValue(KIT_String &value, int index) const override;
     void getDefaultValue(std::int64_t &value, int index) const override;
     void getDefaultValue(int &value, int index) const override;
@@ -68,8 +69,8 @@ public:
                   int thread) const override;
     void getValue(ZEL_ParmList *list, double time, double &value, int index,
                   int thread) const override;
-    /// Within the range's hard limits; without a range, within an exclusive menu. What an override
-    /// gives is limited too.
+    /// Clamped to the range's hard limits or, without a range, to the size of an exclusive menu; so
+    /// are values of an override.
     void getValue(ZEL_ParmList *list, double time, std::int64_t &value, int index,
                   int thread) const override;
     void getValue(ZEL_ParmList *list, double time, int &value, int index,
@@ -79,7 +80,7 @@ public:
     void setExpression(double time, const char *text, TRK_ExprLanguage language, int index,
                        bool evaluate, bool deleteChannel) override;
     using ZEL_ValueInstance::setValue;
-    /// With no channel the value is stored as it is; with one, a key is set or the change stays
+    /// Without a channel the value is stored unclamped; with one, a key is set or the value stays
     /// pending. A value equal to the current one changes nothing.
     void setValue(double time, std::int64_t value, bool replaceExpression, int index,
                   ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
@@ -97,11 +98,11 @@ public:
                        KIT_Array<TRK_ChannelRef> *collect) override;
     std::int64_t getMemoryUsage(bool inclusive) const override;
 
-    /// Whether the text is a token of the template's menu, a script's excepted.
+    /// Whether the text is a token of the template's menu; menu scripts aren't run.
     static bool isToken(const char *text, const ZEL_Template *templatePtr);
-    /// A non-empty text that is no token.
+    /// Whether the text isn't empty and isn't a token.
     static bool isExpression(const char *text, const ZEL_Template *templatePtr);
-    /// The same; a literal bare word is a token that was not found and no expression.
+    /// The same, except that a literal bare word counts as an unknown token, not as an expression.
     static bool isExpression(const ZEL_Default &record, const ZEL_Template *templatePtr);
 
 protected:
@@ -116,25 +117,25 @@ private:
 
     // Menu
     bool usesTokenValue() const;
-    /// A menu that only a script can tell.
+    /// The menu's entries come only from a script.
     bool hasMenuScript() const;
-    /// A word may be looked up in a menu during a load.
+    /// A token can be looked up in the menu during a load.
     bool resolvesInLoad() const { return usesTokenValue() || !hasMenuScript(); }
     std::int64_t tokenToInt(const char *text, bool &ok) const;
-    /// The same with nothing reported.
+    /// The same without reporting errors.
     std::int64_t quietTokenToInt(const char *text, bool &ok) const;
     void intToToken(std::int64_t value, KIT_String &text) const;
 
     // Stored values
     std::int64_t getInternalValue(int index) const;
-    /// The same for who has asked for the menu already.
+    /// The same with a menu that the caller has already.
     std::int64_t getInternalValue(int index, Choices &choices) const;
     void setInternalValue(int index, std::int64_t value) const;
     bool hasHeldTokens() const { return __atomic_load_n(&myNumHeld, __ATOMIC_ACQUIRE) != 0; }
     /// Null when none is held.
     KIT_StringHolder heldToken(int index) const;
     void holdToken(int index, const char *token);
-    /// Value and held token. The source may be read, and its tokens resolved, by others meanwhile.
+    /// Value and held token. Other threads may read the source, and resolve its tokens, meanwhile.
     void copyComponent(const ZEL_Ordinal &source, int index);
     void resolveLoadedStrValue(int index, Choices &choices) const;
 
@@ -172,7 +173,7 @@ private:
     void loadArgument(const char *argument, int index, HeldChannels &held, bool asSet,
                       ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
 
-    // Apart from the object: evaluation threads write here and read the rest of it. One block.
+    // Allocated apart, in one block: evaluation threads write here but only read the object.
     std::int64_t *myValues;
     KIT_StringHolder *myLoadedStrings;
     mutable std::int32_t myNumHeld = 0;

@@ -1,13 +1,13 @@
 /// \file ZEL_Overridable.h
-/// Lets something outside the library take over the value of single components, without touching
-/// the stored value or the channel.
+/// Lets an override provider outside the library supply the value of single components, leaving
+/// the stored value and the channel as they are.
 ///
 /// Vocabulary: *override* = a component's record: a data index, and the text that an interface
-///             shows; *counting* = data index 0 or more, a callback installed, and not disabled
+///             shows; *counting* = data index 0 or more, a provider installed, and not disabled
 ///             for this component on the calling thread.
-/// Ownership:  owns the records and their names; the callback belongs to whoever installed it
-///             (`ZEL_ParmList::setORCallback`).
-/// Threads:    evaluation reads records from any thread and writes their two state marks with
+/// Ownership:  owns the records and their names; borrows the provider, which the application
+///             installs by `ZEL_ParmList::setORCallback`.
+/// Threads:    evaluation reads records from any thread and writes their two state fields with
 ///             relaxed stores. Everything else one thread at a time. The disable state is per
 ///             thread.
 /// Errors:     code 21 for an invalid index in `setOverrideFloat` and `setOverrideInt`.
@@ -25,7 +25,7 @@ struct zelOverrideInfoData
 {
     int dataIndex = -1;            ///< -1: no override
     std::uint8_t timeDepState = 2; ///< 0 no, 1 yes, 2 not yet known
-    std::uint8_t activeState = 1;  ///< 0 off, 1 on, 2 stands for the callback's -1
+    std::uint8_t activeState = 1;  ///< 0 off, 1 on, 2 unsure (-1 from the provider)
     std::uint8_t layered = 0;      ///< the `ZEL_OverrideType`
     char *name = nullptr;          ///< owned; the text of the override
 };
@@ -46,17 +46,17 @@ public:
                        int thread) const override;
     bool isTimeDependent(int index) const override;
     bool isDataDependent(double time, int index) const override;
-    /// 1 if data index or name differ from what was there, and then the component goes dirty.
-    /// There is no removal: a data index of -1 makes the override not count.
+    /// If the data index or the name changes, returns 1 and flags the component as dirty. Overrides
+    /// can't be removed; one with a data index of -1 doesn't count.
     int setOverride(int index, int dataIndex, const char *name, ZEL_OverrideType type) override;
-    /// For the calling thread. Bits meant for another instance stay. Whether this instance and
-    /// component were disabled before.
+    /// For the calling thread. Leaves bits of another instance as they are. Returns whether the
+    /// component of this instance was disabled before.
     bool setOverrideDisable(int index, int disable) override;
     const char *getOverride(int index) const override;
     bool getOverrideType(int index, ZEL_OverrideType &type) const override;
     int getOverrideDataIndex(int index) const override;
-    /// 0 without a name, while disabled on this thread, or when the last evaluation found the data
-    /// source off; else 1, or -1 for "unsure".
+    /// 0 without a name, while disabled on this thread, or when the data source was off at the last
+    /// evaluation; else 1, or -1 for "unsure".
     int getIsOverrideActive(int index) const override;
     std::int64_t getMemoryUsage(bool inclusive) const override;
 
@@ -66,20 +66,20 @@ protected:
 
     bool hasOverrideData() const { return myOverrides != nullptr; }
 
-    /// Lets the list's owner cook overrides that are pending. True when that went wrong; false
-    /// without list or owner.
+    /// Lets the list's owner cook pending overrides. True if that failed; false without a list or
+    /// owner.
     bool ownerFails(ZEL_ParmList *list, double time, int index, int thread) const;
 
-    /// The owner step, then the override: -1 the owner failed and `value` is 0, 1 `value` comes
-    /// from the override, 0 it doesn't.
+    /// Calls `ownerFails`, then evaluates the override. Returns -1 if the owner failed (`value` is
+    /// 0 then), 1 if `value` comes from the override, else 0.
     int evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
                           double &value) const;
     int evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
                           std::int64_t &value) const;
     int evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
                           KIT_String &value) const;
-    /// The override alone; an inactive one may still have written `value`. Call only with
-    /// override data.
+    /// Evaluates the override only; an inactive one may write `value` too. Requires
+    /// `hasOverrideData`.
     int evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int thread,
                               double &value) const;
     int evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int thread,
@@ -87,8 +87,8 @@ protected:
     int evalOverrideValueImpl(ZEL_ParmList *list, double time, int index, int thread,
                               KIT_String &value) const;
 
-    /// The first step of every set: marks dirty and offers the value to the callback. False when
-    /// the value class must stop (bad index, or the callback took it).
+    /// The first step of every set: flags the component as dirty and forwards the value to the
+    /// provider. False if the value class must stop (bad index, or the provider took the value).
     bool setOverrideFloat(double time, double value, bool replaceExpression, int index,
                           ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
     bool setOverrideInt(double time, std::int64_t value, bool replaceExpression, int index,
@@ -101,7 +101,7 @@ protected:
     bool setOverrideString(double time, const char *text, bool replaceExpression, int index,
                            ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
 
-    /// -1 the owner failed, 0 no active override, 1 `text` holds what to show.
+    /// -1 if the owner failed, 0 without an active override, 1 if `text` holds what to show.
     int getExpressionOverride(double time, KIT_String &text, int index, int thread,
                               bool forUI) const;
 
@@ -114,7 +114,7 @@ private:
     friend class ZEL_AutoDisableOverride;
 
     struct OverrideArray;
-    /// What a thread reads past: components of one instance.
+    /// The components of one instance whose overrides are disabled on a thread.
     struct DisableState
     {
         std::uint32_t mask = 0;
@@ -123,17 +123,17 @@ private:
 
     static BAS_PerThread<DisableState> &disableStates();
     static DisableState &localDisableState();
-    /// Ends the disabling of this instance on all threads.
+    /// Clears all threads' disable states of this instance.
     void forgetDisabling();
     bool isDisabledHere(int index) const;
     /// The record, null without overrides or outside the vector.
     zelOverrideInfoData *recordAt(int index) const;
-    /// Whether the test holds for a counting override; a negative index asks all components.
+    /// Whether the component, or any for a negative index, has a counting override that passes.
     template <class Test>
     bool anyCounting(int index, Test &&test) const;
     /// The record of a counting override, else null.
     zelOverrideInfoData *countingRecord(int index) const;
-    /// The record if its data source takes writes: disabled or not.
+    /// The record if its data source takes writes, even while disabled.
     const zelOverrideInfoData *writableRecord(int index) const;
     bool isPendingInOwner(int index) const;
     void noteState(zelOverrideInfoData &record, ZEL_ParmList *list, int index, int timeDep,
