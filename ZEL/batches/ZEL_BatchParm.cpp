@@ -81,7 +81,7 @@ const T *ZEL_BatchParm::slotAt(int index) const
     return all && index >= 0 && index < myVectorSize ? all + index : nullptr;
 }
 
-/// Zeros in the object while they fit, else on the heap; false without memory.
+/// Zeros in the object while they fit, else on the heap; false if memory is refused.
 template <class T>
 bool ZEL_BatchParm::makeNumbers(int size)
 {
@@ -111,7 +111,7 @@ ZEL_BatchParm &ZEL_BatchParm::operator=(const ZEL_BatchParm &other)
     if (this == &other) {
         return *this;
     }
-    // One without slots can't be made by init.
+    // init() rejects a size without slots.
     if (!init(other.myName, other.myType, other.myVectorSize, other.myUserData)) {
         freeValues();
         myName = other.myName;

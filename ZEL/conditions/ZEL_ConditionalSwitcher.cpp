@@ -5,7 +5,7 @@
 namespace
 {
 
-/// A copy of a single condition or a group; null for a switcher, which is nothing for a tab.
+/// A copy of a single condition or a group; null for a switcher, which a tab can't have.
 std::unique_ptr<ZEL_ConditionalBase> copyForTab(const ZEL_ConditionalBase &base)
 {
     switch (base.groupType()) {
@@ -81,7 +81,7 @@ int64_t ZEL_ConditionalSwitcher::getMemoryUsage(bool inclusive) const
 
 void ZEL_ConditionalSwitcher::setTabConditional(int tab, const ZEL_ConditionalBase &base)
 {
-    // Copied first: it may be what the tab has.
+    // Copy first: `base` may be the condition that the tab has now.
     std::unique_ptr<ZEL_ConditionalBase> copy = copyForTab(base);
     if (copy) {
         myTabs[tab] = std::move(copy);

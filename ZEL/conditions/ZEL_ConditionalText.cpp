@@ -57,7 +57,7 @@ private:
     bool atEnd() const { return myRest.empty(); }
     bool isAt(char c) const { return !myRest.empty() && myRest.front() == c; }
     bool skip(char c);
-    /// Whether there were any.
+    /// Returns whether there were any.
     bool skipBlanks();
 
     std::string_view myRest;
@@ -143,7 +143,7 @@ const char *ConditionReader::readComparison(ZEL_ConditionalInfo *info, bool &clo
     if (left.empty()) {
         return theNoLeftWord;
     }
-    // A word directly before the brace starts no comparison and is dropped.
+    // A word directly before the closing brace doesn't start a comparison; it is dropped.
     closedFlag = skip('}');
     if (closedFlag) {
         return nullptr;

@@ -8,7 +8,7 @@
 namespace
 {
 
-/// The files of one type that were used last, most recent first.
+/// The most recently used files of one type, most recent first.
 template <int Type>
 void generateHistory(void *, ZEL_Name *out, int max, const ZEL_SpareData *, const ZEL_Parm *)
 {

@@ -65,13 +65,13 @@ const ZEL_Name *ZELgetPixelFormatName(int index)
 }
 
 // -------------------------------------------------------------------- //
-// Menus of the host's
+// Menus that the host supplies
 // -------------------------------------------------------------------- //
 
 namespace
 {
 
-/// The caller's array, filled from its start with a place kept for the sentinel.
+/// Fills the caller's array from its start and keeps one entry free for the sentinel.
 class Rows
 {
 public:
@@ -88,7 +88,7 @@ public:
     Rows &operator=(const Rows &) = delete;
 
     bool isFull() const { return myFree <= 0; }
-    /// Where the next row goes; nowhere when the array is full.
+    /// The next free row; null when the array is full.
     ZEL_Name *add()
     {
         if (isFull()) {

@@ -22,7 +22,7 @@ struct MenuRow
     const char *label;
 };
 
-/// The names of a menu with the sentinel behind them.
+/// The names of a menu, followed by the sentinel.
 template <size_t Count>
 struct MenuNames
 {
@@ -54,7 +54,7 @@ constexpr Filter theFilters[] = {
 #undef ZEL_OP_FILTER
 };
 
-/// The filters of a key, each key once, without regard to case.
+/// The filters of a key. Each key appears once, ignoring case.
 struct FilterNames
 {
     FilterNames()
@@ -81,13 +81,13 @@ FilterNames theFilterNames;
 ZEL_ChoiceList ZELopFilterTypeMenu(ZEL_CHOICELIST_EXCLUSIVE, theFilterNames.names);
 
 // -------------------------------------------------------------------- //
-// The menus of the table. The names come first: a list counts its table when it is made.
+// The menus of the table. The names must be defined first: a list counts its table on construction.
 // -------------------------------------------------------------------- //
 
 namespace
 {
 
-/// The rows of each menu under the menu's name, where those of the shared names are seen.
+/// The rows of each menu under the menu's name, in a scope where the shared names are visible.
 namespace MenuRows
 {
 using namespace ZEL_NameRows;

@@ -1,6 +1,6 @@
 /// \file ZEL_SharedNamesPrivate.h
-/// Token and label of each shared name as constants, for tables that are made while the library is
-/// loaded and can't count on the names being there yet.
+/// Token and label of each shared name as constants, for tables that are initialized while the
+/// library is loaded and can't rely on the name objects being constructed yet.
 #pragma once
 
 namespace ZEL_NameRows

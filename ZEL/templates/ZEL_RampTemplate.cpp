@@ -43,9 +43,9 @@ struct RampTables
     };
 };
 
-/// The built-in array of a ramp's kind, null for anything else. Made by whoever asks first, so that
-/// templates in statics of any file may be ramps; never destroyed, so that they may end in any
-/// order.
+/// The built-in array of a ramp's kind, null for anything else. Created on first use, so that
+/// templates in statics of any file may be ramps; never destroyed, so that those statics may be
+/// destroyed in any order.
 ZEL_Template *builtInKey(ZEL_MultiType type)
 {
     static RampTables *const theTables = new RampTables;
@@ -62,7 +62,7 @@ const ZEL_Template *builtInPart(ZEL_MultiType type, ZEL_RampParmIndex index)
     return key && index >= 0 && index < thePartCount ? key + index : nullptr;
 }
 
-/// A name of the copy's own. Without a prefix the token stays what it was.
+/// A name owned by the copy. Without a prefix the token stays unchanged.
 std::unique_ptr<ZEL_Name> makeName(const ZEL_Template &source, const KIT_WorkBuffer *prefix)
 {
     const ZEL_LostText lost;
@@ -85,7 +85,7 @@ struct KeyDeleter
     void operator()(ZEL_Template *templates) const { ZELfreeRampTemplate(templates); }
 };
 
-/// A copy of a part of a key, with a name and spare data of its own.
+/// Copies a part of a key, with its own name and spare data.
 void copyPart(ZEL_Template &copy, const ZEL_Template &source, const KIT_WorkBuffer *prefix)
 {
     auto name = makeName(source, prefix);
@@ -94,7 +94,7 @@ void copyPart(ZEL_Template &copy, const ZEL_Template &source, const KIT_WorkBuff
     copy.setSparePtr(nullptr);
 }
 
-/// Spare data of the copy's own: the source's, and the ramp's script callback.
+/// Gives the copy its own spare data: the source's, and the ramp's script callback.
 void giveSpareData(ZEL_Template &copy, const ZEL_Template &source, const ZEL_SpareData *spare)
 {
     if (source.getSparePtr()) {
@@ -158,7 +158,7 @@ void ZELfreeRampTemplate(ZEL_Template *templates)
 
 int64_t ZELgetRampTemplateMemoryUsage(const ZEL_Template *templates)
 {
-    // A fixed allowance for each template.
+    // A fixed allowance per template.
     constexpr int64_t theAllowance = 41;
     int64_t bytes = 0;
     for (; templates && !templates->isTerminator(); templates++) {

@@ -237,13 +237,13 @@ void ZEL_Template::becomeMulti(const ZEL_TemplateSpec &spec)
     setNamePtr(spec.name);
 
     ZEL_Template *items = spec.items;
-    // The items may be those that this template held as a ramp: build before dropping.
+    // `items` may be owned by this template as a ramp: build the new ones before dropping them.
     const ZEL_MultiType rampBits = ZEL_MULTITYPE_RAMP_FLT | ZEL_MULTITYPE_RAMP_RGB;
     const bool rampFlag = (spec.multiType & rampBits) != 0;
     if (rampFlag) {
         items = ZELcreateRampTemplate(getToken(), spec.multiType, spec.spare, spec.callback, items);
     } else if (isRampType() && items == myMultiParmTemplate) {
-        // They go with the ramp, and no other kind owns items.
+        // They are freed with the ramp, and no other kind owns its items.
         items = nullptr;
     }
     dropRampTemplates();
@@ -276,7 +276,7 @@ void ZEL_Template::assign(const ZEL_Template &source, int vectorSize, ZEL_Defaul
         assign(copy, vectorSize, defaults);
         return;
     }
-    // What takes memory comes first: without it nothing changes.
+    // Allocate first, so that nothing changes if memory is refused.
     std::unique_ptr<ZEL_ChoiceList> ownChoices;
     if (source.myOwnsChoiceListFlag) {
         ownChoices = std::make_unique<ZEL_ChoiceList>(*source.myChoiceList);
@@ -378,7 +378,7 @@ int64_t ZEL_Template::getMemoryUsage(bool inclusive) const
 // Defaults
 // -------------------------------------------------------------------- //
 
-/// The component's override, made if it is missing; null outside the vector.
+/// The component's override, created if it is missing; null for an index outside the vector.
 ZEL_Default *ZEL_Template::makeOverride(int index)
 {
     if (index < 0 || index >= myVectorSize) {
@@ -420,7 +420,7 @@ void ZEL_Template::setOrdinalDefault(int index, int value)
 void ZEL_Template::setStringDefault(int index, const char *text)
 {
     if (ZEL_Default *record = makeOverride(index)) {
-        // Copied first: the text may be the one that is replaced.
+        // Copy first: `text` may be the text that is replaced.
         const char *const copy = text && *text ? ::strdup(text) : nullptr;
         if (text && *text && !copy) {
             throw std::bad_alloc();

@@ -16,7 +16,7 @@ namespace
 
 constexpr int theMaxParts = 4;
 
-/// What a naming style makes of the components, for one vector size.
+/// The channel names of the components under a naming style, for one vector size.
 struct ChannelStyle
 {
     ZEL_Type::ZEL_ChannelType style;
@@ -151,7 +151,7 @@ const KIT_StringHolder &ZEL_Template::getDecodedChannelToken(int index) const
     if (!tokens) {
         tokens = buildChannelNames(true);
     }
-    // An array from before an assign() may be shorter than the vector is now.
+    // The array may date from before an assign() and be shorter than the vector is now.
     return index < BASload(myDecodedSize) ? tokens[index] : KIT_StringHolder::theEmptyString;
 }
 
@@ -200,7 +200,7 @@ uint32_t ZEL_Template::computeAutoSelectField() const
     return field;
 }
 
-/// One character a component, the last repeating; `without` stands for no text.
+/// One character per component, the last one repeats; a missing text counts as `without`.
 uint32_t ZEL_Template::readMask(const char *bits, uint32_t without) const
 {
     if (!bits || !*bits) {

@@ -4,7 +4,7 @@
 
 class ZEL_SpareData;
 
-/// Makes a record that no template frees; it stays reachable for the life of the process.
+/// Creates a record that no template frees; it stays reachable until the process ends.
 ZEL_SpareData *ZELcreateKeptSpareData();
-/// Frees such a record, or one that was made by itself.
+/// Frees such a record, or one that was allocated on its own.
 void ZELfreeSpareData(ZEL_SpareData *spare);

@@ -1,5 +1,6 @@
 /// \file ZEL_TemplateSpecPrivate.h
-/// All that a template is made of, by name. What isn't set is as in the public constructors.
+/// Everything that a template consists of, by name. What isn't set is as in the public
+/// constructors.
 ///
 /// Ownership:  borrows what it points to, for the call.
 #pragma once
@@ -8,7 +9,7 @@
 
 struct ZEL_TemplateSpec
 {
-    // Of both sorts.
+    // Of both kinds.
     ZEL_Template::ZEL_Export exportLevel = ZEL_Template::ZEL_EXPORT_0;
     ZEL_Name *name = nullptr;
     ZEL_Default *defaults = nullptr;

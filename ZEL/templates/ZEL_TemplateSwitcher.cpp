@@ -11,7 +11,7 @@ int folderCount(const ZEL_Template &switcher)
     return switcher.getFactoryDefaults() ? switcher.getVectorSize() : 0;
 }
 
-/// Members of a folder as they are declared; may be negative.
+/// The declared number of members of a folder; may be negative.
 int memberCount(const ZEL_Template &switcher, int folder)
 {
     return switcher.getFactoryDefaults()[folder].getOrdinal();
@@ -27,7 +27,7 @@ int64_t totalMembers(const ZEL_Template &switcher)
     return total;
 }
 
-/// The template behind this member, which may be a switcher with members of its own.
+/// The template after this member; a member that is a switcher is skipped with its own members.
 const ZEL_Template *behindMember(const ZEL_Template *member)
 {
     return member->isSwitcher() ? ZEL_Template::getEndOfSwitcher(member) : member + 1;
@@ -103,9 +103,8 @@ ZEL_Template::ZEL_Export ZEL_Template::getHighestExportLevel(const ZEL_Template 
 // -------------------------------------------------------------------- //
 // Switchers
 //
-// A nested switcher takes one place among the members and brings members of its own right behind
-// it, so the end is found by counting what is still to come: no recursion, however deep the
-// nesting.
+// A nested switcher counts as one member and is followed directly by its own members, so the end is
+// found by counting the members still to come: no recursion, however deep the nesting.
 // -------------------------------------------------------------------- //
 
 const ZEL_Template *ZEL_Template::getEndOfSwitcher(const ZEL_Template *templatePtr)

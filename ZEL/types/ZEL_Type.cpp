@@ -10,7 +10,7 @@
 namespace
 {
 
-/// A bit of a word and what the dump makes of it.
+/// A bit of a flag word and its name in the dump.
 struct DumpFlag
 {
     uint32_t bit;

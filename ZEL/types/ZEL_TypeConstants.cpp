@@ -18,14 +18,14 @@
 namespace
 {
 
-/// The elementary types under the bare words that the rows are written in.
+/// The elementary types under the bare names that the rows use.
 namespace Words
 {
 #define ZEL_TYPE_FLAG(wordEnum, enumerator, value, dumps, constant)                                \
     [[maybe_unused]] constexpr const ZEL_Type &constant = ZEL_TYPE_##constant;
 #include <ZEL/ZEL_TypeConstants.def>
 
-/// A row's flags, where the words of this namespace are seen.
+/// A row's flags, in the scope where those names are visible.
 #define ZEL_TYPE_ROW(name, flags) constexpr ZEL_Type row_##name = flags;
 #include <ZEL/ZEL_TypeConstants.def>
 } // namespace Words

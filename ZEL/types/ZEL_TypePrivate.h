@@ -1,5 +1,5 @@
 /// \file ZEL_TypePrivate.h
-/// The two elementary types that no parameter table may name: they appear in published types only.
+/// The two elementary types that parameter tables may not use: they appear in published types only.
 #pragma once
 
 #include <ZEL/ZEL_Type.h>
