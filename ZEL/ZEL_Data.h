@@ -134,27 +134,7 @@ protected:
     ZEL_Data(const ZEL_Data &source, ZEL_Parm *parm);
 
 private:
-    /// As many values as it is made with, on the heap only when there are more than N.
-    template <class T, int N>
-    class InlineArray
-    {
-    public:
-        explicit InlineArray(int size)
-            : mySize(size), myHeap(size > N ? new T[std::size_t(size)]() : nullptr)
-        {}
-
-        int size() const { return mySize; }
-        T &operator[](int index) { return begin()[index]; }
-        const T &operator[](int index) const { return myHeap ? myHeap[index] : myInline[index]; }
-        T *begin() { return myHeap ? myHeap.get() : myInline; }
-        T *end() { return begin() + mySize; }
-
-    private:
-        int mySize;
-        std::unique_ptr<T[]> myHeap;
-        T myInline[N] = {};
-    };
-    using Items = InlineArray<Item, 4>;
+    using Items = KIT_SmallArray<Item, 4>;
     using HeldChannels = KIT_SmallArray<TRK_Channel *, 8>;
 
     /// One pointer; the index must be valid.

@@ -3,6 +3,7 @@
 #include <BAS/BAS_Number.h>
 #include <BAS/BAS_PerThread.h>
 #include <BAS/BAS_Relaxed.h>
+#include <KIT/KIT_SmallArray.h>
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_AutoDisableOverride.h>
@@ -19,41 +20,31 @@
 // The records
 // ---------------------------------------------------------------------- //
 
-/// One record for each component, the usual vector sizes inline.
+/// One record for each component.
 struct ZEL_Overridable::OverrideArray
 {
     static constexpr int theInlineCount = 4;
 
-    explicit OverrideArray(int size)
-        : count(size), records(size <= theInlineCount ? inlineRecords
-                                                      : new zelOverrideInfoData[std::size_t(size)])
-    {}
+    explicit OverrideArray(int size) : records(size) {}
     ~OverrideArray()
     {
-        for (int i = 0; i < count; ++i) {
-            delete[] records[i].name;
-        }
-        if (records != inlineRecords) {
-            delete[] records;
+        for (zelOverrideInfoData &record : records) {
+            delete[] record.name;
         }
     }
-    OverrideArray(const OverrideArray &) = delete;
-    OverrideArray &operator=(const OverrideArray &) = delete;
 
     std::int64_t getMemoryUsage() const
     {
-        const int space = std::max(count, theInlineCount);
-        std::int64_t bytes = std::int64_t(sizeof(*this) - sizeof(inlineRecords)) +
-                             std::int64_t(sizeof(zelOverrideInfoData)) * space;
-        for (int i = 0; i < count; ++i) {
-            bytes += records[i].name ? std::int64_t(std::strlen(records[i].name)) + 1 : 0;
+        const int onHeap = records.size() > theInlineCount ? records.size() : 0;
+        std::int64_t bytes =
+            std::int64_t(sizeof(*this)) + std::int64_t(sizeof(zelOverrideInfoData)) * onHeap;
+        for (const zelOverrideInfoData &record : records) {
+            bytes += record.name ? std::int64_t(std::strlen(record.name)) + 1 : 0;
         }
         return bytes;
     }
 
-    int count;
-    zelOverrideInfoData *records;
-    zelOverrideInfoData inlineRecords[theInlineCount];
+    KIT_SmallArray<zelOverrideInfoData, theInlineCount> records;
 };
 
 namespace
@@ -163,7 +154,7 @@ void ZEL_Overridable::copyOverrides(const ZEL_Overridable &source)
         return;
     }
     makeOverrides();
-    const int count = std::min(myOverrides->count, source.myOverrides->count);
+    const int count = std::min(myOverrides->records.size(), source.myOverrides->records.size());
     for (int i = 0; i < count; ++i) {
         const zelOverrideInfoData &from = source.myOverrides->records[i];
         zelOverrideInfoData &to = myOverrides->records[i];
@@ -186,7 +177,7 @@ void ZEL_Overridable::dropOverrides()
 
 zelOverrideInfoData *ZEL_Overridable::recordAt(int index) const
 {
-    return myOverrides && unsigned(index) < unsigned(myOverrides->count)
+    return myOverrides && unsigned(index) < unsigned(myOverrides->records.size())
                ? &myOverrides->records[index]
                : nullptr;
 }
@@ -498,7 +489,7 @@ template <class Test>
 bool ZEL_Overridable::anyCounting(int index, Test &&test) const
 {
     const int first = index < 0 ? 0 : index;
-    const int end = !myOverrides ? first : index < 0 ? myOverrides->count : index + 1;
+    const int end = !myOverrides ? first : index < 0 ? myOverrides->records.size() : index + 1;
     for (int i = first; i < end; ++i) {
         const zelOverrideInfoData *record = countingRecord(i);
         if (record && test(*record)) {

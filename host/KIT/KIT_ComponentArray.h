@@ -3,6 +3,7 @@
 ///
 /// Vocabulary: *count* = the number of components, which the owner knows and passes in; it is not
 ///             stored here. An array of doubles is thus 16 bytes.
+///             KIT_SmallArray stores its count and would make every float larger by that.
 /// Ownership:  owns the values of a count above 1 until free(). It has no destructor, as the count
 ///             isn't stored: the owner calls free() with the count it gave to init().
 /// Threads:    one thread at a time.

@@ -3,6 +3,7 @@
 #include <BAS/BAS_Number.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Digits.h>
+#include <KIT/KIT_SmallArray.h>
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_ExpressionFunctions.h>
 #include <TRK/TRK_ExpressionParser.h>
@@ -406,25 +407,8 @@ bool TRK_Expression::Runner::pushNodeName()
 
 namespace
 {
-
 /// The text stack of a run: a few slots on the C++ stack, more on the heap.
-class TextStack
-{
-public:
-    explicit TextStack(int slots)
-    {
-        if (slots > theSmall) {
-            myLarge.resize(static_cast<size_t>(slots) + 1);
-        }
-    }
-    KIT_String *data() { return myLarge.empty() ? mySmall : myLarge.data(); }
-
-private:
-    static constexpr int theSmall = 4;
-    KIT_String mySmall[theSmall + 1];
-    std::vector<KIT_String> myLarge;
-};
-
+using TextStack = KIT_SmallArray<KIT_String, 5>;
 } // namespace
 
 bool TRK_Expression::prepare(TRK_EvalState &state) const
@@ -458,7 +442,7 @@ double TRK_Expression::evaluateNumber(TRK_EvalState &state) const
         Runner runner(*this, state, numbers, nullptr);
         return runner.run() ? runner.number() : 0.0;
     }
-    TextStack texts(myTextSlots);
+    TextStack texts(myTextSlots + 1);
     Runner runner(*this, state, numbers, texts.data());
     if (!runner.run()) {
         return 0.0;
@@ -473,7 +457,7 @@ bool TRK_Expression::evaluateString(TRK_EvalState &state, KIT_String &out) const
         return false;
     }
     double numbers[TRK_Limits::theStackSlots + 1];
-    TextStack texts(myTextSlots);
+    TextStack texts(myTextSlots + 1);
     Runner runner(*this, state, numbers, texts.data());
     const bool goodFlag = runner.run();
     if (!goodFlag) {

@@ -4,6 +4,7 @@
 #include <KIT/KIT_BitArray.h>
 #include <KIT/KIT_ComponentArray.h>
 #include <KIT/KIT_Prime.h>
+#include <KIT/KIT_SmallArray.h>
 #include <KIT/KIT_SmallObject.h>
 #include <KIT/KIT_ValArray.h>
 
@@ -24,7 +25,7 @@ namespace
 /// Counts how many of its kind live.
 struct Counted
 {
-    explicit Counted(int value = 0) : myValue(value) { ++theLiving; }
+    explicit Counted(int value = 0) noexcept : myValue(value) { ++theLiving; }
     Counted(const Counted &other) : myValue(other.myValue) { ++theLiving; }
     Counted(Counted &&other) noexcept : myValue(other.myValue)
     {
@@ -266,4 +267,23 @@ TEST(Containers, ComponentArraysKeepOneValueInside)
         taker.free(count);
         EXPECT_EQ(taker[0], 0.0);
     }
+}
+
+TEST(Containers, SmallArraysKeepTheirFirstValuesInside)
+{
+    for (const int size : {0, 1, 3, 4, 100}) {
+        KIT_SmallArray<Counted, 3> array(size);
+        EXPECT_EQ(Counted::theLiving, size > 3 ? size + 3 : 3);
+        EXPECT_EQ(array.size(), size);
+        const char *const object = reinterpret_cast<const char *>(&array);
+        const char *const data = reinterpret_cast<const char *>(array.data());
+        EXPECT_EQ(data >= object && data < object + sizeof(array), size <= 3);
+        std::vector<Counted> model(static_cast<size_t>(size));
+        for (int i = 0; i < size; ++i) {
+            model[static_cast<size_t>(i)].myValue += i;
+            array[i].myValue += i;
+        }
+        EXPECT_TRUE(std::equal(array.begin(), array.end(), model.begin(), model.end()));
+    }
+    EXPECT_EQ(Counted::theLiving, 0);
 }
