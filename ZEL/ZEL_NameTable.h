@@ -1,17 +1,19 @@
 /// \file ZEL_NameTable.h
 /// The hash table from a name to a parameter index that every list and node type keeps.
 ///
-/// Vocabulary: *home* = `hash % capacity` of a name; entries stand in ascending order of home, a
-///             displaced entry next to its home. *gap* = a run of values that were closed over and
-///             not yet taken off the values behind them in the slots; a few are kept.
+/// Vocabulary: *gap* = a run of values that were closed over and not yet taken off the values
+///             behind them in the slots; a few are kept.
 /// Units:      values are parm indices, 0-based; -1 means not found.
 /// Ownership:  shares the names' counted text.
 /// Threads:    look-ups from any thread while nobody changes the table; no lock.
+/// Errors:     out of memory throws std::bad_alloc; the table is then as it was. A name whose text
+///             gets no memory isn't added.
 /// Cost:       a look-up is one multiplication for the home and a short probe. Closing over runs of
 ///             values that lie side by side, each from its last to its first, costs nothing until the
 ///             next insertion, or too many runs apart, pass over the table once.
 #pragma once
 
+#include <KIT/KIT_ProbeTable.h>
 #include <KIT/KIT_StringHolder.h>
 #include <ZEL/ZEL_API.h>
 
@@ -24,7 +26,6 @@ public:
     ZEL_NameTable() = default;
     /// Sized at once for at least `capacity` slots; 0 allocates nothing.
     explicit ZEL_NameTable(std::size_t capacity);
-    ~ZEL_NameTable();
 
     ZEL_NameTable(const ZEL_NameTable &) = delete;
     ZEL_NameTable &operator=(const ZEL_NameTable &) = delete;
@@ -32,35 +33,37 @@ public:
     /// -1 if the name is null or unknown.
     int find(const KIT_StringRef &name) const
     {
-        return myCapacity == 0 || name.isNull() ? -1 : probe(name);
+        return capacity() == 0 || name.isNull() ? -1 : probe(name);
     }
 
     /// Starts to fetch what a look-up of the name will read: in a large table that is far away.
     void prefetch(const KIT_StringRef &name) const
     {
-        if (myCapacity != 0) {
-            __builtin_prefetch(&mySlots[home(name.hash())]);
+        if (capacity() != 0) {
+            __builtin_prefetch(myTable.homeSlot(name));
         }
     }
 
     /// Adds the name, or gives an existing one the new value. A null name is ignored.
     void insert(const KIT_StringRef &name, int value);
     /// Room for that many entries in all, so that a run of insertions moves nothing.
-    void reserve(std::uint32_t entries) { growFor(entries); }
+    void reserve(std::uint32_t entries) { myTable.reserve(entries); }
     /// Removes the name if it has that value; true if it did.
     bool removeIfValue(const KIT_StringRef &name, int value);
     /// Takes one off every value greater than `value`.
     void closeGap(int value);
 
-    std::uint32_t entries() const { return mySlots ? usedCount() : 0; }
-    std::uint32_t capacity() const { return myCapacity; }
+    std::uint32_t entries() const { return myTable.entries(); }
+    std::uint32_t capacity() const { return myTable.capacity(); }
     std::int64_t getMemoryUsage(bool inclusive) const;
 
 private:
     struct Slot
     {
+        const KIT_StringRef &key() const { return name; }
+
         KIT_StringHolder name;
-        std::int32_t value;
+        std::int32_t value = -1;
     };
 
     /// Values of the slots, as they stand there.
@@ -71,14 +74,6 @@ private:
     };
     /// One that is being made beside one that is whole, and as many for other patterns.
     static constexpr int theMostGaps = 4;
-
-    std::uint32_t home(std::uint32_t hash) const
-    {
-        // Exact remainder by multiplication (Lemire, Kaser, Kurz: "Faster Remainder by Direct
-        // Computation", 2019).
-        const std::uint64_t low = myMagic * hash;
-        return std::uint32_t((static_cast<unsigned __int128>(low) * myCapacity) >> 64);
-    }
 
     int probe(const KIT_StringRef &name) const
     {
@@ -96,18 +91,10 @@ private:
     }
     const Slot *findSlot(const KIT_StringRef &name) const;
 
-    std::uint32_t &usedCount() const;
-    void allocate(std::size_t capacity);
-    void release();
-    void growFor(std::uint32_t entries);
     void applyGaps();
     bool joinGaps(int next, std::int32_t value);
-    void place(KIT_StringHolder &&name, std::int32_t value);
-    void reinsertAround(std::uint32_t gap);
 
-    Slot *mySlots = nullptr;
-    std::uint64_t myMagic = 0;
-    std::uint32_t myCapacity = 0;
+    KIT_ProbeTable<Slot, KIT_PrimeSizing> myTable;
     int myNumGaps = 0;
     Gap myGaps[theMostGaps];
 };

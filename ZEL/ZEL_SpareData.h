@@ -19,6 +19,7 @@
 #pragma once
 
 #include <KIT/KIT_ColorType.h>
+#include <KIT/KIT_ProbeTable.h>
 #include <KIT/KIT_StringHolder.h>
 #include <TRK/TRK_Types.h>
 #include <ZEL/ZEL_API.h>
@@ -45,7 +46,7 @@ class ZEL_API ZEL_SpareData
 public:
     using Pair = std::pair<const char *, const char *>;
 
-    ZEL_SpareData();
+    ZEL_SpareData() = default;
     /// From pairs of token and value; a later pair wins over an earlier one of the same token.
     template <class... Pairs>
     ZEL_SpareData(const Pair &first, const Pairs &...others) : ZEL_SpareData()
@@ -75,7 +76,7 @@ public:
     /// Removes every entry.
     void clear();
     /// How many entries there are.
-    unsigned entries() const { return myCount; }
+    unsigned entries() const { return myTable.entries(); }
     /// Becomes an exact copy; copying from itself does nothing.
     void copyFrom(const ZEL_SpareData &other);
     /// Adds what is absent here; a token that is here keeps its value.
@@ -307,15 +308,16 @@ public:
 #include <ZEL/ZEL_SpareDataPresets.def>
 
 private:
-    struct Slot;
+    struct Slot
+    {
+        const KIT_StringRef &key() const { return token; }
+
+        KIT_StringHolder token;
+        KIT_StringHolder value; // one use in the table of values
+    };
 
     Slot *find(const KIT_StringRef &token) const;
     void store(const KIT_StringHolder &token, const KIT_StringRef &value);
-    void insertUnique(KIT_StringHolder &&token, KIT_StringHolder &&value);
-    void resize(uint32_t capacity);
-    void freeTable();
 
-    Slot *mySlots;
-    uint32_t myCapacity; // a power of two, or 0
-    uint32_t myCount;
+    KIT_ProbeTable<Slot, KIT_MaskSizing> myTable;
 };

@@ -8,6 +8,7 @@
 #include <STO/STO_Writer.h>
 #include <ZEL/ZEL_BatchParm.h>
 #include <ZEL/ZEL_KeyValueDictDataItem.h>
+#include <ZEL/ZEL_NameTable.h>
 #include <common/ListFixture.h>
 
 #include <gtest/gtest.h>
@@ -16,6 +17,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <new>
 #include <sstream>
 #include <string>
 #include <sys/resource.h>
@@ -96,6 +98,29 @@ bool appendUntilRefused(const Append &append)
     _exit(0);
 }
 
+[[noreturn]] void growTable()
+{
+    ZEL_NameTable table;
+    const auto name = [](int i) { return KIT_StringHolder(("name" + std::to_string(i)).c_str()); };
+    for (int i = 0; i < 100; ++i) {
+        table.insert(name(i), i);
+    }
+    const std::uint32_t capacity = table.capacity();
+    limitMemory();
+    try {
+        table.reserve(std::uint32_t(theLarge));
+        _exit(255);
+    } catch (const std::bad_alloc &) {
+    }
+    REQUIRE_OR_EXIT(table.capacity() == capacity && table.entries() == 100);
+    for (int i = 0; i < 200; ++i) {
+        REQUIRE_OR_EXIT(table.find(name(i)) == (i < 100 ? i : -1));
+    }
+    table.insert(name(100), 100);
+    REQUIRE_OR_EXIT(table.find(name(100)) == 100);
+    _exit(0);
+}
+
 /// An item that some text of it gets no memory for.
 class CutItem : public ZEL_KeyValueDictDataItem
 {
@@ -138,6 +163,7 @@ TEST(MemoryShortage, IsToldAndReplacesNoFile)
     EXPECT_EXIT(writeToStream(), testing::ExitedWithCode(0), "");
     EXPECT_EXIT(makeText(), testing::ExitedWithCode(0), "");
     EXPECT_EXIT(makeBatch(), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(growTable(), testing::ExitedWithCode(0), "");
     const std::string path =
         (std::filesystem::temp_directory_path() / ("kept" + std::to_string(getpid()))).string();
     std::ofstream(path) << "old";

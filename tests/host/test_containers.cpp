@@ -4,15 +4,19 @@
 #include <KIT/KIT_BitArray.h>
 #include <KIT/KIT_ComponentArray.h>
 #include <KIT/KIT_Prime.h>
+#include <KIT/KIT_ProbeTable.h>
 #include <KIT/KIT_SmallArray.h>
 #include <KIT/KIT_SmallObject.h>
+#include <KIT/KIT_StringHolder.h>
 #include <KIT/KIT_ValArray.h>
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <numeric>
+#include <random>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #ifndef BAS_PLAIN_MALLOC
@@ -286,4 +290,84 @@ TEST(Containers, SmallArraysKeepTheirFirstValuesInside)
         EXPECT_TRUE(std::equal(array.begin(), array.end(), model.begin(), model.end()));
     }
     EXPECT_EQ(Counted::theLiving, 0);
+}
+
+namespace
+{
+
+struct NumberSlot
+{
+    const KIT_StringRef &key() const { return name; }
+
+    KIT_StringHolder name;
+    int value = 0;
+};
+
+/// A few homes at the end of the array for all: every run reaches it.
+struct CrowdedSizing : KIT_PrimeSizing
+{
+    uint32_t home(uint32_t hash, uint32_t capacity) const
+    {
+        return capacity - 1 - hash % std::min(capacity, 4u);
+    }
+};
+
+template <class Table>
+void expectOrder(const Table &table)
+{
+    const NumberSlot *before = nullptr;
+    for (const NumberSlot &slot : table) {
+        const bool used = !slot.name.isNull();
+        if (used && before) {
+            ASSERT_LE(table.homeSlot(before->name), table.homeSlot(slot.name));
+        }
+        before = used ? &slot : nullptr;
+    }
+}
+
+template <class Sizing>
+void compareWithMap(unsigned keys)
+{
+    std::mt19937 random(11);
+    KIT_ProbeTable<NumberSlot, Sizing> table;
+    std::unordered_map<std::string, int> model;
+    table.reserve(1);
+    for (int step = 0; step < 6000; ++step) {
+        const std::string key = "name" + std::to_string(random() % keys);
+        const KIT_StringHolder name(key);
+        NumberSlot *const found = table.find(name);
+        const auto expected = model.find(key);
+        ASSERT_EQ(found != nullptr, expected != model.end()) << key;
+        // Fuller and emptier by turns.
+        if (!found && random() % 8 < (step / 500 % 2 ? 7 : 2)) {
+            NumberSlot &slot = table.insert(name);
+            EXPECT_TRUE(slot.name.isNull());
+            slot.name = name;
+            slot.value = step;
+            model.emplace(key, step);
+        } else if (found) {
+            ASSERT_EQ(found->value, expected->second);
+            if (random() % 8 < (step / 500 % 2 ? 2 : 7)) {
+                table.erase(found);
+                model.erase(expected);
+            }
+        }
+        ASSERT_EQ(table.entries(), model.size());
+        for (unsigned i = 0; i < 20; ++i) {
+            const std::string other = "name" + std::to_string(i);
+            ASSERT_EQ(table.find(KIT_StringRef(other.c_str())) != nullptr, model.count(other) != 0);
+        }
+        expectOrder(table);
+    }
+}
+
+} // namespace
+
+TEST(Containers, ProbeTablesAgreeWithAMapThroughAnyHistory)
+{
+    for (const unsigned keys : {1u, 3u, 7u, 20u, 300u}) {
+        compareWithMap<KIT_PrimeSizing>(keys);
+        compareWithMap<KIT_MaskSizing>(keys);
+        compareWithMap<CrowdedSizing>(keys);
+    }
 }
