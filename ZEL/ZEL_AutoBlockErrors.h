@@ -6,7 +6,7 @@
 /// Cost:       no allocation and no lock: it opens on every change event.
 #pragma once
 
-#include <KIT/KIT_Error.h>
+#include <KIT/KIT_ErrorManager.h>
 #include <ZEL/ZEL_API.h>
 
 /// While open, reported errors are discarded. On leaving, the thread's expression error number

@@ -26,7 +26,6 @@
 
 #include <tbb/spin_rw_mutex.h>
 
-#include <cstddef>
 #include <memory>
 
 enum class ZEL_LoadEntry : int;

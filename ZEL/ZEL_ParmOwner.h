@@ -12,7 +12,7 @@
 ///             the call. What is told about parameters and items that go must not throw.
 #pragma once
 
-#include <KIT/KIT_Error.h>
+#include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringHolder.h>
 #include <KIT/KIT_ValArray.h>

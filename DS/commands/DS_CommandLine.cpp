@@ -7,7 +7,6 @@
 #include <KIT/KIT_WorkArgs.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ScriptParm.h>
-#include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
 #include <unordered_map>

@@ -9,7 +9,6 @@
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
-#include <ZEL/ZEL_OpSharedInfo.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_Template.h>

@@ -4,7 +4,6 @@
 
 #include <KIT/KIT_StringArray.h>
 #include <TRK/TRK_EventManager.h>
-#include <ZEL/ZEL_Instance.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
 #include <ZEL/support/ZEL_StreamLimitPrivate.h>

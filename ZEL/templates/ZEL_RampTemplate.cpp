@@ -1,7 +1,6 @@
 #include <ZEL/ZEL_RampTemplate.h>
 
 #include <BAS/BAS_Character.h>
-#include <KIT/KIT_String.h>
 #include <KIT/KIT_VarEncode.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ChoiceList.h>

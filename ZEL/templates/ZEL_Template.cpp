@@ -1,6 +1,5 @@
 #include <ZEL/ZEL_Template.h>
 
-#include <KIT/KIT_String.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_RampTemplate.h>
 #include <ZEL/ZEL_SharedMenus.h>

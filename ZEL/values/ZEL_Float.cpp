@@ -15,7 +15,6 @@
 #include <ZEL/values/ZEL_ValueInstancePrivate.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <type_traits>
 

@@ -20,7 +20,6 @@
 #include <ZEL/values/ZEL_ValueInstancePrivate.h>
 
 #include <algorithm>
-#include <cstring>
 #include <strings.h>
 
 // -------------------------------------------------------------------------- //

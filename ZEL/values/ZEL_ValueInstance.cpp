@@ -1,14 +1,11 @@
 #include <ZEL/values/ZEL_ValueInstancePrivate.h>
 
-#include <BAS/BAS_Thread.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <TRK/TRK_ChannelRef.h>
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_Parm.h>
-
-#include <algorithm>
 
 // -------------------------------------------------------------------------- //
 // What all of them do alike

@@ -14,7 +14,6 @@
 
 #include <KIT/KIT_SmallObjectAllocator.h>
 
-#include <cstring>
 #include <type_traits>
 
 template <class T>

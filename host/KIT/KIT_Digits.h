@@ -13,7 +13,6 @@
 
 #include <BAS/BAS_API.h>
 
-#include <cstdint>
 #include <string_view>
 
 /// Bits for KIT_Digits::reset.

@@ -24,7 +24,6 @@
 #include <cstdint>
 #include <cstring>
 #include <iosfwd>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>

@@ -6,12 +6,10 @@
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_StringRef.h>
 #include <KIT/KIT_WorkBuffer.h>
-#include <KIT/KIT_Write.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <ostream>
 #include <utility>
 
 namespace

@@ -12,9 +12,7 @@
 #include <KIT/KIT_Array.h>
 #include <KIT/KIT_StringHolder.h>
 
-#include <memory>
 #include <unordered_set>
-#include <vector>
 
 class KIT_API LYR_Take
 {

@@ -1,6 +1,5 @@
 #include <TRK/TRK_Channel.h>
 
-#include <BAS/BAS_Number.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_StringArray.h>

@@ -10,7 +10,6 @@
 
 #pragma once
 
-#include <BAS/BAS_API.h>
 #include <KIT/KIT_StringRef.h>
 
 #include <cstdint>

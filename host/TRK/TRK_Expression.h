@@ -21,7 +21,6 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringHolder.h>
 #include <TRK/TRK_Evaluation.h>
-#include <TRK/TRK_Types.h>
 
 #include <cstdint>
 #include <string>

@@ -1,5 +1,7 @@
 #include <TRK/TRK_ExpressionFunctions.h>
 
+#include <TRK/TRK_Types.h>
+
 #include <cmath>
 #include <cstring>
 #include <string>
