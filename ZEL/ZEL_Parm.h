@@ -3,22 +3,22 @@
 ///
 /// Vocabulary: *component* = one element of the parameter's vector (a translate has 3);
 ///             *locked* = refused to setters, component by component;
-///             *callback type* = a type whose words basic to channel are those of `ZEL_CALLBACK`: a
-///             button, which has no value that could be out of date;
-///             *change* = marks dirty, then tells the list's event handler; *event 4* = the
+///             *callback type* = a type whose fields from basic to channel equal those of
+///             `ZEL_CALLBACK`: a button, which has no value that could be out of date;
+///             *change* = flags as dirty, then notifies the list's event handler; *event 4* = the
 ///             TRK_CHANGE_TYPE of that number.
-/// Units:      component indices are 0-based; a negative index means all components where marks,
+/// Units:      component indices are 0-based; a negative index means all components where flags,
 ///             masks and keys are set and any in queries; values, expressions and defaults are set
-///             one component at a time. Time is in the channel library's seconds; `thread` is the id
-///             from `BASgetSTID`. Access masks are octal permission bits: 0222 asks to write.
+///             one component at a time. Time is in the channel library's seconds; `thread` is the
+///             id from `BASgetSTID`. Access masks are octal permission bits: 0222 is write access.
 /// Ownership:  owns its instance, borrows template and list. A parameter whose template is null, or
-///             of no known basic type, has no instance: it answers null, 0, false, "" or the
-///             caller's time, is clean, leaves arrays and maps alone, and its setters do nothing.
+///             of no known basic type, has no instance: it returns null, 0, false, "" or the
+///             caller's time, is clean, leaves arrays and maps unchanged; its setters do nothing.
 /// Threads:    the *values out* groups from any thread at once; the rest from the thread that owns
-///             the list: change events reach the owner directly.
-/// Errors:     a refused change returns false, with no report. "ZEL" 12 for a null source, 21 for a
-///             value or expression outside the vector.
-/// Cost:       a value read is one null test and one virtual call. Two pointers a parameter.
+///             the list, since change events call the owner directly.
+/// Errors:     a refused change returns false and reports nothing. "ZEL" 12 for a null source, 21
+///             for a value or expression outside the vector.
+/// Cost:       a value read is one null test and one virtual call. A parameter takes two pointers.
 #pragma once
 
 #include <KIT/KIT_Array.h>
@@ -66,8 +66,8 @@ public:
     /// \name Life   (one thread at a time)
     // ------------------------------------------------------------------ //
     ///@{
-    /// Makes the instance: a `ZEL_Multi` for the multi types, else by the basic type. Defaults are
-    /// the list's business (`ZEL_ParmList::buildDelayedDefaults`).
+    /// Creates the instance: a `ZEL_Multi` for the multi types, else by the basic type. The list
+    /// applies the defaults (`ZEL_ParmList::buildDelayedDefaults`).
     ZEL_Parm(ZEL_Template *templatePtr, ZEL_ParmList *list);
     /// Takes a duplicate of the source's instance. A null source is fatal error 12.
     ZEL_Parm(const ZEL_Parm *source, ZEL_ParmList *list);
@@ -146,7 +146,7 @@ public:
         }
     }
 
-    /// The current default, else the factory's. Nothing is written for an invalid index.
+    /// The current default, else the factory default. Nothing is written for an invalid index.
     template <class T>
     void getDefaultValue(T &value, int index) const
     {
@@ -169,9 +169,9 @@ public:
     /// \name Values in
     /// False, and no change, for a locked component or one that isn't editable; a negative index
     /// counts as locked when any component is. An index outside the vector, negative ones included,
-    /// sets nothing: it is reported, unless of data, and the rest goes as if it had. `replaceExpression`
-    /// puts a constant in the place of an expression at that time. `propagate` ends in
-    /// `privateValueChanged`.
+    /// sets no value and is reported, except for data; flags, events and the return value are as
+    /// if the value had been set. `replaceExpression` replaces an expression at that time by the
+    /// constant. `propagate` ends in `privateValueChanged`.
     // ------------------------------------------------------------------ //
     ///@{
     bool setValue(double time, double value, bool replaceExpression, int index,
@@ -185,8 +185,8 @@ public:
     bool setValue(double time, const char *text, TRK_StringMeaning meaning, bool replaceExpression,
                   int index, ZEL_AddKeyType addKey, bool propagate);
 
-    /// All components from an array of vector size. Only locks are asked, component by component;
-    /// the change is told even when every one is locked. Whether a value was set.
+    /// All components from an array of vector size. Locked components are left out, editability
+    /// isn't checked, and the change is notified even if all are locked. True if a value was set.
     bool setValues(double time, const double *values, bool replaceExpression, ZEL_AddKeyType addKey,
                    bool propagate);
     bool setValues(double time, const std::int64_t *values, bool replaceExpression,
@@ -201,12 +201,12 @@ public:
     /// \name Defaults
     // ------------------------------------------------------------------ //
     ///@{
-    /// Sets the default as a value, or drops channels too while the destructive flag is set.
+    /// Sets the default as a value; while the destructive flag is set, removes channels too.
     /// Nothing for a locked component, nor for an invisible type unless the flag for those is set.
     void revertToDefault(double time, int index, bool propagate);
-    /// The same for each component, told as one change each.
+    /// The same for each component, with one change each.
     void revertToDefaults(double time);
-    /// Forgets the template's overriding defaults; no value changes.
+    /// Drops the template's overriding defaults; no value changes.
     void restoreFactoryDefaults();
     /// Makes the stored value the template's current default.
     void overwriteDefault(double time, int index);
@@ -219,7 +219,7 @@ public:
     {
         return myInstance && myInstance->isAllDefault(type);
     }
-    /// Every component equals the factory default in value and expression; locks don't matter.
+    /// Whether every component equals the factory default in value and expression, locked or not.
     bool isTrueFactoryDefault() const;
     ///@}
 
@@ -227,23 +227,24 @@ public:
     /// \name Copying and comparing
     // ------------------------------------------------------------------ //
     ///@{
-    /// Copies the values at time 0, as many components as both have; as a whole when both are
-    /// multi-parameters. Channels aren't copied and no change is told.
+    /// Copies the values at time 0 of as many components as both have, and all items if both are
+    /// multi-parameters. Channels aren't copied, nor are changes notified.
     void copyParm(const ZEL_Parm &source);
-    /// Copies one component. With `copyChannels` a source channel is copied as a whole; otherwise
-    /// the value at that time, by the source's kind. A source without such a component reverts
-    /// this parameter to its defaults. The source's alias comes along. Locks aren't asked.
+    /// Copies one component and its alias. With `copyChannels` a source channel is copied as a
+    /// whole; otherwise the value at that time, by the source's kind. If the source has no such
+    /// component, this parameter reverts to its defaults. Locks are ignored.
     void copyValue(double time, int index, const ZEL_Parm &source, int sourceIndex,
                    bool replaceExpression, bool propagate, bool copyChannels, ZEL_AddKeyType addKey,
                    ZEL_KeySetType keySet);
-    /// Equal values at that time; expanded text if either is a string, the item if either is data.
+    /// Compares values at that time: as expanded text if either is a string, as data items if
+    /// either is data.
     bool isParmValueEqual(int index, const ZEL_Parm &other, int otherIndex, double time,
                           int thread) const;
     bool isParmValueEqual(const ZEL_Parm &other, int index, double time, int thread) const
     {
         return isParmValueEqual(index, other, index, time, thread);
     }
-    /// Equal tokens, types and vector sizes.
+    /// Whether tokens, types and vector sizes are equal.
     bool isCompatible(const ZEL_Parm &other) const;
     ///@}
 
@@ -251,16 +252,17 @@ public:
     /// \name Change notification
     // ------------------------------------------------------------------ //
     ///@{
-    /// Where every change of a value ends. With `updateMulti` a multi-parameter first brings its
-    /// items up to its count, errors dropped. A callback type then rebuilds its dependency, with
-    /// no dirty mark and no event; any other is marked dirty, and `sendEvent` sends event 4.
+    /// The last step of every change of a value. With `updateMulti` a multi-parameter first creates
+    /// or removes items to match its count, and drops errors. A callback type then rebuilds its
+    /// dependency without dirty flag and event; any other is flagged as dirty, and `sendEvent`
+    /// sends event 4.
     void privateValueChanged(int index, bool sendEvent, bool updateMulti);
-    /// For a value that changed because something it refers to did: no event, but the channels are
-    /// marked as changed, their expression caches dropped with `dirtyCaches`.
+    /// For a value that changed because something it refers to did: sends no event, but flags the
+    /// channels as changed; `dirtyCaches` also drops their expression caches.
     void indirectChange(int index, bool dirtyCaches, bool updateMulti);
-    /// Marks dirty; with `sendEvent` sends event 4.
+    /// Flags as dirty; with `sendEvent` sends event 4.
     void sendValueChanged(int index, bool sendEvent);
-    /// Asks the owner to rebuild what depends on this parameter.
+    /// Notifies the owner, which rebuilds what depends on this parameter.
     void rebuildParmDependency();
     void setDirtyFlags(int index)
     {
@@ -290,10 +292,10 @@ public:
     /// \name Access
     // ------------------------------------------------------------------ //
     ///@{
-    /// Whether the list's permissions, the lock of an asset and the open take allow what the mask
-    /// asks. Always true without a list, and while a multi-parameter adds or removes parameters.
+    /// Whether the list's permissions, the lock of an asset and the open take allow the access.
+    /// Always true without a list, and while a multi-parameter adds or removes parameters.
     bool canAccess(unsigned mask) const;
-    /// The mask that asks to write.
+    /// Write access.
     static constexpr unsigned theWriteMask = 0222;
     bool isEditable(double time, int index) const
     {
@@ -316,14 +318,14 @@ public:
     void setAutoSelectFlag(int index, bool flag);
     /// Event 4. Only for a spare parameter, and only when the flag changes.
     void setBypassFlag(bool flag);
-    /// Any state but 0 enables. Event 6 if the mask changed; whether it did.
+    /// Any state but 0 enables. True, and event 6, if the mask changed.
     bool setEnableState(int state, int index);
-    /// Event 7 if the mask changed; whether it did.
+    /// True, and event 7, if the mask changed.
     bool setVisibleState(bool visible, int index);
     ///@}
 
     // ------------------------------------------------------------------ //
-    /// \name Masks and flags read   (a negative index asks for any component)
+    /// \name Masks and flags read   (a negative index means any component)
     // ------------------------------------------------------------------ //
     ///@{
     bool getLockedFlag(int index) const { return myInstance && myInstance->getLockedFlag(index); }
@@ -357,7 +359,7 @@ public:
     {
         return myInstance ? myInstance->getAutoSelectField() : 0;
     }
-    /// A mark of the interface's for what is selected; false for any index outside the vector.
+    /// Whether the user interface has the component selected; false outside the vector.
     bool isActive(int index) const { return myInstance && myInstance->isActive(index); }
     bool getActiveTakeFlag() const { return myInstance && myInstance->getActiveTakeFlag(); }
     bool getAlwaysTakeFlag() const { return myInstance && myInstance->getAlwaysTakeFlag(); }
@@ -438,9 +440,9 @@ public:
                                                            : nullptr;
     }
     int getChannelCount() const { return myInstance ? myInstance->getChannelCount() : 0; }
-    /// Takes the collection's channel of the component's token, or makes one.
+    /// Links the collection's channel with the component's token, or creates it.
     void addChannel(int index);
-    /// By alias or token; 1, or 0 if nothing has that name.
+    /// By alias or token; 1, or 0 if no component has that name.
     int addChannel(const KIT_StringRef &name)
     {
         return myInstance ? myInstance->addChannel(name) : 0;
@@ -453,8 +455,8 @@ public:
     bool removeChannel(int index);
     /// With `sendEvent` ends in a change of all components.
     void clearAndDestroyChannels(bool sendEvent);
-    /// Deletes the channels that `other` doesn't hold, from the last component to the first, and
-    /// leaves those that it does to it.
+    /// Deletes the channels that `other` doesn't hold, from the last component to the first; only
+    /// empties the slots of those that it does.
     void clearAndDestroyUnrefChannels(const ZEL_Parm &other);
     void reloadChannelPtrs()
     {
@@ -499,8 +501,8 @@ public:
             myInstance->setFullKey(key, index);
         }
     }
-    /// Makes a key of a pending change (of any value with `force`), or with `collect` only gathers
-    /// the channel's reference.
+    /// Keeps a pending value in a key (any value with `force`), or with `collect` only appends the
+    /// channel's reference.
     void hardenChanges(double time, int index, bool force, const char *pattern,
                        KIT_Array<TRK_ChannelRef> *collect)
     {
@@ -521,7 +523,7 @@ public:
     {
         return myInstance && myInstance->isLanguageOldExprOrLiteral(time, index);
     }
-    /// Any component's channel holds a compiled expression.
+    /// Whether any component's channel holds a compiled expression.
     bool getHaveCompiledExpressions() const;
     ///@}
 
@@ -529,8 +531,8 @@ public:
     /// \name Channel names, aliases and colours
     // ------------------------------------------------------------------ //
     ///@{
-    /// Refused without write access, for a text that is no channel name, or an index outside the
-    /// vector; "" clears. `ZEL_ParmList::setChannelAlias` also makes the alias findable.
+    /// Refused without write access, for an invalid channel name, or an index outside the vector;
+    /// "" clears. `ZEL_ParmList::setChannelAlias` also adds the alias to the list's look-up.
     bool setChannelAlias(const KIT_StringHolder &alias, int index);
     /// The alias if set, else the channel token; "" outside the vector.
     const KIT_StringHolder &getChannelAlias(int index) const
@@ -575,26 +577,26 @@ public:
     ///@}
 
     // ------------------------------------------------------------------ //
-    /// \name Channel references and texts for people
+    /// \name Channel references and texts for the user
     // ------------------------------------------------------------------ //
     ///@{
     /// Text of an expression that reads another channel: `ch("path/name")`, `chs(...)` for a string
-    /// in language 0, `chsop(...)` for one that names nodes. A null or empty name leaves the path.
+    /// in language 0, `chsop(...)` for one that names nodes. A null or empty name leaves only the path.
     void constructChannelReference(KIT_String &reference, TRK_ExprLanguage language,
                                    const char *path, const char *channelName) const;
     /// Makes the component's channel read another one. `freshChannel` drops the channel first,
     /// unless the component is locked. Nothing for an index outside the vector.
     void setChannelReference(double time, int index, const char *path, const char *channelName,
                              bool propagate, bool freshChannel);
-    /// The label and the component's letter or number: `Translate [Y]`. A "%s" in the label takes
-    /// the component's alias instead; a negative index means the aliases of all, with blanks.
+    /// The label and the component's letter or number: `Translate [Y]`. A label with "%s" gets the
+    /// component's alias there instead; with a negative index all aliases, separated by blanks.
     void getChannelLabelForUI(KIT_String &label, int index) const;
-    /// Channel tokens, aliases, help, and the take that defines the parameter, by lines.
+    /// Channel tokens, aliases, help, and the take that defines the parameter, line by line.
     void getHelpText(KIT_WorkBuffer &text) const;
-    /// From the help manager; false, and "", without one or without an answer.
+    /// From the help manager; false, and "", without one or if it has none.
     bool getHelpTitle(KIT_String &title) const;
     bool getHelpUrl(KIT_String &url) const;
-    /// Owner's path and the label, or "/" and the token.
+    /// The owner's path and the label, or "/" and the token.
     void getFullParmPath(KIT_WorkBuffer &path) const;
     ///@}
 
@@ -649,8 +651,8 @@ public:
     {
         return myInstance && myInstance->getTemplatePtr()->isRampTypeColor();
     }
-    /// The words basic to channel are those of `ZEL_CALLBACK`, whatever interface and behaviour
-    /// words say: the only comparison of types that stops short of all nine.
+    /// Whether the type's fields from basic to channel equal those of `ZEL_CALLBACK`. The only
+    /// comparison that ignores the interface and behaviour fields, the others compare all nine.
     bool isCallbackType() const;
     ///@}
 
@@ -659,21 +661,22 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     bool isMultiParm() const { return myInstance && myInstance->isMultiParm(); }
-    /// The multi-parameter that this is; null for any other.
+    /// The instance as a multi-parameter; null if it is of another kind.
     ZEL_Multi *asMulti() const;
     int getMultiParmNumItems() const { return myInstance ? myInstance->getMultiParmNumItems() : 0; }
     int getMultiParmInstancesPerItem() const
     {
         return myInstance ? myInstance->getMultiParmInstancesPerItem() : 0;
     }
-    /// Token of a child of an item; null outside.
+    /// Token of a child of an item; null for an invalid child or item.
     const char *getMultiParmToken(int child, int item) const
     {
         return myInstance ? myInstance->getMultiParmToken(child, item) : nullptr;
     }
-    /// The child at item * instances per item + child; null outside, or if this isn't a multi.
+    /// The child at item * instances per item + child; null for an invalid index, or if this isn't
+    /// a multi-parameter.
     ZEL_Parm *getMultiParm(int flatIndex) const;
-    /// The multi that this parameter is an instance of, or null.
+    /// The multi-parameter whose item this parameter belongs to, or null.
     const ZEL_Multi *getMultiParmOwner() const
     {
         return myInstance ? myInstance->getMultiParmOwner() : nullptr;
@@ -684,16 +687,17 @@ public:
             myInstance->setMultiParmOwner(owner);
         }
     }
-    /// Instance numbers of the multi-parameters above, innermost first; their count.
+    /// Replaces `indices` by the item numbers in the enclosing multi-parameters, innermost first,
+    /// and returns how many.
     int getMultiInstanceIndex(KIT_Array<int> &indices, bool useStartOffset) const
     {
         return myInstance ? myInstance->getMultiInstanceIndex(indices, useStartOffset) : 0;
     }
-    /// Nothing when locked as a whole; with `notify` the change is told all the same. Aliases of
-    /// the items that move are the list's business (`ZEL_ParmList::insertMultiParmItem`).
+    /// Nothing if all components are locked, but `notify` still notifies. Channel aliases don't
+    /// move with their items; `ZEL_ParmList::insertMultiParmItem` moves them too.
     void insertMultiParmItem(int item, bool notify);
     void removeMultiParmItem(int item, bool notify);
-    /// Exchanges two items. Nothing when locked as a whole; the change isn't told.
+    /// Exchanges two items without notifying. Nothing if all components are locked.
     void swapMultiParmItem(int first, int second);
     /// The template of an item's child by the child's token; null if there is none.
     ZEL_Template *findMultiParmTemplate(const char *token) const;
@@ -704,14 +708,14 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     bool save(std::ostream &os, int binary, bool compiled) const;
-    /// Reads what `save` wrote and tells the change, whether or not reading went well.
+    /// Reads what `save` wrote, then notifies, even if reading failed.
     bool load(KIT_IStream &is);
     void saveCommand(std::ostream &os, int values, int index) const;
-    /// The number of arguments used.
+    /// Returns the number of arguments used.
     int loadCommand(int argc, const char *const argv[], int index, bool asSet,
                     ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
     bool saveUndoData(std::shared_ptr<ZEL_UndoData> &data) const;
-    /// Tells the change as `load` does.
+    /// Notifies as `load` does.
     bool loadUndoData(const std::shared_ptr<ZEL_UndoData> &data);
     ///@}
 
@@ -743,10 +747,10 @@ public:
     {
         return myInstance && myInstance->isDataDependent(time, index);
     }
-    /// The rotation of a transform.
+    /// Whether this is the rotation of a transform.
     bool isRotationParm() const { return myInstance && myInstance->isRotationParm(); }
-    /// Appends this parameter's part of a cache key, defaults left out; true if any component
-    /// isn't plain.
+    /// Appends this parameter's part of a cache key, nothing if all is default; true if any
+    /// component is time dependent or differs from its default.
     bool getMagicString(KIT_TokenString &tokens, double time, int thread) const
     {
         return myInstance &&
@@ -764,7 +768,7 @@ public:
             myInstance->setTimeDependentMicroNode(index, timeDependent);
         }
     }
-    /// The context options that the component's node holds, of all components for a negative index.
+    /// Whether the component's node, or any for a negative index, has recorded context options.
     bool hasContextOptionDeps(int index) const
     {
         return myInstance && myInstance->hasContextOptionDeps(index);
@@ -785,7 +789,7 @@ public:
     ///@}
 
     // ------------------------------------------------------------------ //
-    /// \name Overrides   (an outside party's values for single components: see ZEL_Overridable.h)
+    /// \name Overrides   (a provider's values for single components: see ZEL_Overridable.h)
     // ------------------------------------------------------------------ //
     ///@{
     int setOverride(int index, int dataIndex, const char *name, ZEL_OverrideType type)
@@ -816,21 +820,21 @@ public:
 
     // ------------------------------------------------------------------ //
     /// \name Statics: settings of the process and helpers
-    /// Plain words: set them before threads start. A multi-parameter that reverts an item for good
-    /// sets the second one for as long as that takes.
+    /// The settings aren't synchronised: set them before threads start. A multi-parameter sets the
+    /// destructive-revert flag while it reverts an item destructively.
     // ------------------------------------------------------------------ //
     ///@{
-    /// Every set makes a key instead of a pending change. Off at first.
+    /// Every set makes a key instead of a pending value. Off by default.
     static bool getAlwaysHardenFlag() { return theSettings.alwaysHarden; }
     static void setAlwaysHardenFlag(bool on) { theSettings.alwaysHarden = on; }
-    /// Reverting drops the channels. Off at first.
+    /// Reverting removes the channels. Off by default.
     static bool getDestructiveRevertToDefaultFlag() { return theSettings.destructiveRevert; }
     static void setDestructiveRevertToDefaultFlag(bool on) { theSettings.destructiveRevert = on; }
-    /// Reverting reaches invisible parameters. On at first.
+    /// Reverting includes invisible parameters. On by default.
     static bool getRevertInvisibleToDefaultsFlag() { return theSettings.revertInvisible; }
     static void setRevertInvisibleToDefaultsFlag(bool on) { theSettings.revertInvisible = on; }
-    /// What a load finds no parameter for may become a spare parameter, if the list's owner makes
-    /// such: its `createSpareParametersForLoad` looks here. On at first.
+    /// Whether a load may create spare parameters for unknown names. Read only by the owner, in
+    /// `createSpareParametersForLoad`. On by default.
     static bool getMakeSpareParmsForUnknownChannelsFlag() { return theSettings.makeSpareParms; }
     static void setMakeSpareParmsForUnknownChannelsFlag(bool on)
     {
@@ -844,12 +848,12 @@ public:
 
     /// True while any multi-parameter adds or removes parameters.
     static bool getIsAddingOrRemovingMultiParms();
-    /// Puts instance numbers into the `#` places of a name; see `ZEL_Multi::instanceString`.
+    /// Replaces the `#` marks of a name by instance numbers; see `ZEL_Multi::instanceString`.
     static void instanceMultiString(KIT_WorkBuffer &out, const KIT_StringRef &name,
                                     const int *instances, int count, bool fillToken, bool repeat);
     /// Whether expansion could change a text; see `ZEL_String`.
     static bool isStringThatCanExpand(const char *text);
-    /// A literal with backticks as one expression, and the way back; see `ZEL_String`.
+    /// Converts a literal with backticks to one expression, and back; see `ZEL_String`.
     static void convertStringToExprLanguage(const char *text, KIT_WorkBuffer &out);
     static void convertStringFromExprLanguage(const char *text, KIT_String &out);
     /// Whether a string's text with that meaning is an expression.
@@ -894,5 +898,6 @@ private:
 
 static_assert(sizeof(ZEL_Parm) == 2 * sizeof(void *), "a parameter is two pointers");
 
-/// Prints "ZEL_Parm: " and the token into `buffer`, always terminated; the length it would take.
+/// Prints "ZEL_Parm: " and the token into `buffer`, always terminated; returns the untruncated
+/// length.
 ZEL_API std::size_t format(char *buffer, std::size_t size, const ZEL_Parm &parm);

@@ -1,5 +1,5 @@
 /// \file ZEL_ParmIOToken.h
-/// The words and packet ids of a parameter's option block.
+/// The keywords and packet ids of a parameter's option block.
 ///
 /// Vocabulary: *option block* = the bracketed head of a saved parameter, such as
 ///             `[ 0\tlocks=1 ]`; the binary form has one packet for each option.
@@ -10,10 +10,10 @@
 
 #include <cstddef>
 
-/// The words in the order of the table. Stored: append only.
+/// The keywords in the order of the table. Stored: append only.
 enum ZEL_ParmIOToken : int
 {
-    ZEL_IO_TAB = 0,   ///< a tab, between the words
+    ZEL_IO_TAB = 0,   ///< a tab, between the keywords
     ZEL_IO_BLANK = 1, ///< a blank
     ZEL_IO_OPEN = 2,  ///< "["
     ZEL_IO_CLOSE = 3, ///< "]"
@@ -24,11 +24,11 @@ enum ZEL_ParmIOToken : int
     ZEL_IO_TOKEN_COUNT ///< how many there are
 };
 
-/// The word, never null; "" outside the table.
+/// The keyword, never null; "" outside the table.
 ZEL_API const char *getPacketIOToken(ZEL_ParmIOToken token);
-/// The length of the word.
+/// The length of the keyword.
 ZEL_API std::size_t getPacketIOTokenLen(ZEL_ParmIOToken token);
-/// The packet id of the option's binary form, -1 for what is punctuation only.
+/// The packet id of the option's binary form, -1 for punctuation.
 ZEL_API int getPacketIOBinaryId(ZEL_ParmIOToken token);
-/// Equal in length, then in bytes; `text` needs no terminator.
+/// Whether `text` of `length` bytes, not necessarily terminated, equals the keyword.
 ZEL_API bool comparePacketIOToken(ZEL_ParmIOToken token, const char *text, std::size_t length);

@@ -7,10 +7,10 @@
 /// Units:      sub indices are 0-based component indices, -1 in a node that isn't initialised;
 ///             parm indices are places in the list, 0-based, -1 for none.
 /// Ownership:  an instance owns its nodes as two arrays of vector size, each one allocation with
-///             its count in front; `delete[]` ends them. A node borrows its parm.
-/// Threads:    made under the instance's lock, from any thread (`ZEL_Instance::microNode`). The
-///             marks are relaxed bytes; edges are the base class's. `clearInputs` belongs to the
-///             list's own thread, while nobody evaluates.
+///             its count in front, freed by `delete[]`. A node borrows its parm.
+/// Threads:    created under the instance's lock, from any thread (`ZEL_Instance::microNode`). The
+///             flags are relaxed bytes; edges as in the base class. `clearInputs` runs on the
+///             list's own thread, while no thread evaluates.
 /// Cost:       a parameter that nothing depends on has no nodes.
 #pragma once
 
@@ -31,8 +31,8 @@ public:
     ZEL_ParmMicroNode(ZEL_Parm &parm, int subIndex);
     ~ZEL_ParmMicroNode() override;
 
-    /// Also takes over the component's present dirty state, so that a node made late starts
-    /// right. Propagates nothing.
+    /// Copies the component's current dirty state too, so that a node created late is correct.
+    /// Propagates nothing.
     void init(ZEL_Parm &parm, int subIndex);
 
     /// A new array with an initialised node for each component; null without components.
@@ -43,7 +43,7 @@ public:
     /// The list's index of the parm; -1 without a parm or list.
     int parmIndex() const;
     int subIndex() const { return mySubIndex; }
-    /// The companion, or null. It comes and goes by itself.
+    /// The companion, or null. It registers and unregisters itself.
     ZEL_ConstMicroNode *constNode() const { return myConstNode.load(std::memory_order_acquire); }
 
     // ------------------------------------------------------------------ //

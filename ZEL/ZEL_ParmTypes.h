@@ -6,12 +6,12 @@
 /// Threads:    constants only.
 #pragma once
 
-/// What a setter does with a channel once the new value is on it.
+/// What a setter does with a channel after the new value is set.
 enum ZEL_AddKeyType : int
 {
     ZEL_ADDKEY_PENDING = 0, ///< the change stays pending on the channel
     ZEL_ADDKEY_HARDEN = 1,  ///< a key is made if the channel is pending at that time
-    ZEL_ADDKEY_FORCE = 2    ///< a key is made in any case
+    ZEL_ADDKEY_FORCE = 2    ///< a key is always made
 };
 
 /// Where the commit flag of a key comes from.
@@ -22,7 +22,7 @@ enum ZEL_KeySetType : int
     ZEL_KEYSET_COMMIT = 2      ///< always
 };
 
-/// What `isDefault` asks, as a bit mask; combine by plain integer OR.
+/// What `isDefault` tests, as a bit mask; combine by plain integer OR.
 enum ZEL_DefaultType : int
 {
     ZEL_DEFAULT_NONE = 0,
@@ -30,15 +30,15 @@ enum ZEL_DefaultType : int
     ZEL_DEFAULT_CURRENT = 2,            ///< equals the template's current default
     ZEL_DEFAULT_FACTORY_EXPRESSION = 4, ///< channel expression equals the factory default's
     ZEL_DEFAULT_FACTORY_VALUE = 8,      ///< equals the factory default's value
-    ZEL_DEFAULT_MAGIC = 11              ///< what the magic string asks: unlocked, current, value
+    ZEL_DEFAULT_MAGIC = 11              ///< tests of the magic string: unlocked, current, value
 };
 
 /// The state of a component's channel at a time; a list ORs those of its parameters.
 enum ZEL_ChanState : int
 {
     ZEL_CHAN_NONE = 0,   ///< no channel, or an index past the vector
-    ZEL_CHAN_KEY = 1,    ///< a key stands at that time
-    ZEL_CHAN_NOKEY = 2,  ///< a channel without a key there
+    ZEL_CHAN_KEY = 1,    ///< there is a key at that time
+    ZEL_CHAN_NOKEY = 2,  ///< a channel without a key at that time
     ZEL_CHAN_PENDING = 4 ///< a change is pending at that time
 };
 
@@ -49,7 +49,7 @@ enum ZEL_OverrideType : int
     ZEL_OVERRIDE_LAYERED = 1     ///< is layered over the value
 };
 
-/// Codes of the message category "ZEL"; KIT_Messages.def has the row of each, with its sentence.
+/// Codes of the message category "ZEL"; their texts are in KIT_Messages.def.
 enum ZEL_ErrorCode : int
 {
 #define ZEL_MESSAGE(enumerator, number, severity, path, sentence) enumerator = number,
