@@ -9,7 +9,7 @@
 namespace
 {
 
-/// Raises a mark while it lives: a generator may throw.
+/// Sets a flag for its lifetime; the destructor clears it even if a generator throws.
 class Busy
 {
 public:
@@ -24,7 +24,7 @@ private:
 
 } // namespace
 
-// The asker may belong to an item of a multi-parameter that the generator reads.
+// The caller's parameter may belong to an item of a multi-parameter that the generator reads.
 const ZEL_Name *ZEL_ChoiceList::generateNames(void *data, const ZEL_SpareData *spare,
                                               const ZEL_Parm *parm) const
 {
@@ -40,7 +40,7 @@ const ZEL_Name *ZEL_ChoiceList::generateNames(void *data, const ZEL_SpareData *s
     return names->isSentinel() ? nullptr : names;
 }
 
-/// The table, or what the generator gives; null if there is nothing, or the generator is running.
+/// The table, or the generator's result; null if there is neither, or the generator is running.
 const ZEL_Item *ZEL_ChoiceList::findItems(void *data, const ZEL_SpareData *spare,
                                           const ZEL_Parm *parm) const
 {

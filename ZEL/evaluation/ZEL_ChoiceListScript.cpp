@@ -25,7 +25,7 @@ const char *textOf(const char *text)
     return text ? text : "";
 }
 
-/// A text inside a Python literal in single quotes.
+/// Appends a text that is part of a Python literal in single quotes.
 void appendLiteral(KIT_WorkBuffer &out, const char *text)
 {
     KIT_String literal(text, true);
@@ -61,7 +61,7 @@ void buildKwargs(KIT_WorkBuffer &out, const ZEL_Parm &parm, const char *ownerPat
     out.append('}');
 }
 
-/// What is wrong with a result as a menu; null when nothing is.
+/// What makes a result invalid as a menu; null when it is valid.
 const char *findFault(const SNK_Result &result)
 {
     if (result.getType() == SNK_RESULT_EXCEPTION) {

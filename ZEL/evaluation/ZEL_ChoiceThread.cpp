@@ -44,7 +44,7 @@ void ZEL_ChoiceThread::startNames()
 
 void ZEL_ChoiceThread::appendName(const KIT_StringRef &token, const KIT_StringRef &label)
 {
-    // One place stays for the sentinel.
+    // One entry is reserved for the sentinel.
     if (myNameCount + 1 >= myNames.size()) {
         if (myGenerators > 0) {
             return;
@@ -74,7 +74,7 @@ ZEL_ChoiceThread::Generation::~Generation()
 }
 
 // ---------------------------------------------------------------------- //
-// Scripts in work
+// Running scripts
 // ---------------------------------------------------------------------- //
 
 bool ZEL_ChoiceThread::isCycle(const ZEL_ChoiceList *list)
@@ -113,7 +113,7 @@ ZEL_ChoiceThread::ScriptRun::~ScriptRun()
     myThread.myRememberedList = myRememberedList;
     myThread.myDepth = myDepth;
     myThread.mySavedDepth = mySavedDepth;
-    // The outermost script may ask for any number of menus.
+    // The outermost script may request any number of menus.
     if (--myThread.myScriptsInWork <= 1) {
         myThread.myScriptRuns = 0;
     }

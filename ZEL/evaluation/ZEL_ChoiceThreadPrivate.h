@@ -1,13 +1,14 @@
 /// \file ZEL_ChoiceThreadPrivate.h
-/// What a thread keeps of the menus it asks for: the entries of the last one, and the scripts that
-/// run just now.
+/// A thread's state for the menus that it requests: the entries of the last one, and the running
+/// scripts.
 ///
 /// Vocabulary: *entries* = those up to the array's first sentinel.
-/// Ownership:  owns the arrays. They never shrink and their elements are never destroyed, only made
-///             sentinels: a generator that asks for another menu goes on writing into them.
+/// Ownership:  owns the arrays. They never shrink and their elements are never destroyed, only
+///             reset to sentinels: a generator that requests another menu goes on writing into
+///             them.
 /// Threads:    each thread has its own record, which stays until the process has ended.
-/// Cost:       the first 32 threads reach theirs by an index. Both arrays take their full size when
-///             a generator is first called, and keep it.
+/// Cost:       the first 32 threads find their record by an index. Both arrays get their full size
+///             when a generator is first called, and keep it.
 #pragma once
 
 #include <KIT/KIT_Array.h>
@@ -29,14 +30,15 @@ public:
 
     /// Forgets the entries of both arrays.
     void clear();
-    /// The same for the names, which then hold one sentinel at least.
+    /// The same for the names, which then contain at least one sentinel.
     void startNames();
-    /// Adds an entry. Nothing when the array is full and a generator is writing into it.
+    /// Adds an entry; does nothing when the array is full and a generator is writing into it.
     void appendName(const KIT_StringRef &token, const KIT_StringRef &label);
     const ZEL_Name *getNames() const { return myNames.data(); }
     int64_t getNameCount() const { return myNameCount; }
 
-    /// Makes an array for a generator while it lives, and closes it behind what the generator wrote.
+    /// Prepares an array for a generator; the destructor terminates it after the generator's
+    /// entries.
     class Generation
     {
     public:
@@ -52,12 +54,13 @@ public:
         ZEL_ChoiceThread &myThread;
     };
 
-    /// Lets a script run, unless the thread is in a circle of scripts.
+    /// Lets a script run, unless the thread's scripts form a cycle.
     ///
-    /// The circle is found with one remembered list, which is taken anew at each power of two of the
-    /// depth: the list that comes round again while it is remembered closes the circle. The count of
-    /// scripts below each menu that the outermost script asks for is limited, too: a script that asks
-    /// for its own menu again and again closes circle after circle and never ends.
+    /// Brent's cycle detection: one list is remembered and replaced whenever the depth reaches a
+    /// power of two; meeting it again means that the menu scripts call each other in a cycle. The
+    /// number of scripts below each menu that the outermost script requests is limited, too: a
+    /// script that keeps requesting its own menu would run into one refused cycle after another and
+    /// never end.
     class ScriptRun
     {
     public:
@@ -80,7 +83,7 @@ public:
     bool itemsBusy = false; ///< an item generator is running
 
 private:
-    /// Scripts that wait for each other, and scripts below one request of the outermost script.
+    /// The limit on nested scripts, and on scripts below one request of the outermost script.
     static constexpr int theScriptDepth = 64;
     static constexpr int theScriptRuns = 10000;
 

@@ -22,7 +22,7 @@
 namespace
 {
 
-/// What one evaluation is asked for, the same for all its comparisons.
+/// The arguments of one evaluation, the same for all its comparisons.
 struct Question
 {
     const ZEL_Parm &parm;
@@ -42,8 +42,8 @@ uint64_t bitsOf(double value)
     return bits;
 }
 
-/// Within the tolerance, or within some units in the last place: doubles of one sign are ordered as
-/// their bits are.
+/// Within the tolerance, or within a few units in the last place: doubles of equal sign are ordered
+/// like their bit patterns.
 bool isNear(double a, double b)
 {
     if (std::fabs(a - b) <= theNearTolerance ||
@@ -58,14 +58,14 @@ bool isNear(double a, double b)
     return (bitsA > bitsB ? bitsA - bitsB : bitsB - bitsA) <= theNearUnits;
 }
 
-/// False for a regular expression that isn't one.
+/// False for an invalid regular expression.
 bool matches(const KIT_String &value, const KIT_String &right, bool wanted)
 {
     const KIT_Regex regex(right.nonNullStr());
     return regex.isValid() && regex.match(value.nonNullStr()) == wanted;
 }
 
-/// An operator's comparisons. The functions have the names that the rows call them by.
+/// An operator's comparisons. The rows refer to the functions by these names.
 struct Comparison
 {
     using Numbers = bool (*)(double value, double right);
@@ -95,14 +95,14 @@ struct Comparison
     bool missingFlag; ///< without a parameter it holds
 };
 
-/// By operator.
+/// Indexed by operator.
 constexpr Comparison theComparisons[] = {
 #define ZEL_CONDITION_OPERATOR(name, number, text, numbers, texts, missing)                        \
     {Comparison::numbers, Comparison::texts, missing},
 #include <ZEL/ZEL_ConditionOperators.def>
 };
 
-/// Numbers are stored, and may come from elsewhere.
+/// The operator may be a stored number, so it is checked.
 const Comparison &comparisonOf(ZEL_ConditionalOperator op)
 {
     static constexpr Comparison theUnknown = {[](double, double) { return false; },
@@ -126,7 +126,7 @@ const ZEL_Parm *findControl(const ZEL_ParmList &list, const KIT_StringRef &name,
     return list.getParmPtr(name);
 }
 
-/// The control parameter's value as it is compared with the right word.
+/// The control parameter's value in the form that is compared with the right word.
 void readControl(KIT_String &value, const ZEL_Parm &control, int component, const KIT_String &right,
                  const Question &question)
 {
@@ -188,7 +188,7 @@ bool ZEL_Conditional::eval(const ZEL_Parm &parm, const ZEL_ParmList &list,
     const int thread = BASgetSTID();
     const double time = TRK_Manager::getContext().getEvaluateTime(thread);
     const Question question{parm, list, ignored, time, thread};
-    // The parameter and this condition may be an item's, and a count is read like any value.
+    // The parameter and this condition may belong to an item, and reading a count may remove items.
     const ZEL_Multi::KeepItems keep;
     for (const auto &info : myInfos) {
         if (holds(*info, question)) {

@@ -1,4 +1,4 @@
-// An instance's nodes in the dependency graph: made late, listed, marked, pushed.
+// An instance's nodes in the dependency graph: created lazily, listed, flagged, propagated.
 
 #include <ZEL/ZEL_Instance.h>
 
@@ -19,8 +19,8 @@
 namespace
 {
 
-/// An array that is made under a lock with the first wish for it. What `create` throws leaves the
-/// lock free and the array null.
+/// An array that is created lazily under a lock. If `create` throws, the lock is released and the
+/// array stays null.
 template <class T, class Create>
 T *makeOnce(T *&array, BAS_ByteLock &lock, Create &&create)
 {
@@ -102,7 +102,7 @@ void ZEL_Instance::adoptMicroNodes(ZEL_Instance &source)
 }
 
 // ---------------------------------------------------------------------- //
-// Marks and context options
+// Flags and context options
 // ---------------------------------------------------------------------- //
 
 bool ZEL_Instance::isTimeDependent(int index) const
@@ -246,8 +246,8 @@ void ZEL_Instance::dumpMicroNodes(std::ostream &os, int level) const
 namespace
 {
 
-/// Tells a propagation that a callback has removed the parameter under it. Those of a thread are
-/// chained: a callback may start another.
+/// Lets a propagation detect that a callback has removed its parameter. The records of a thread are
+/// chained: a callback may start another propagation.
 class Survival
 {
 public:
@@ -302,7 +302,7 @@ void ZEL_Instance::propagateDirty(const std::function<void(LNK_MicroNode &)> &ca
     }
     const Survival survival(this);
     if (hasMicroNodes()) {
-        // The callback may also take the nodes to another parameter, so they are fetched each time.
+        // The callback may also move the nodes to another parameter, so they are fetched each time.
         for (int i = 0; survival.lives() && i < getVectorSize() && hasMicroNodes(); ++i) {
             if (all || (BASload(mySendExtraFlags) & bit(i)) != 0) {
                 threadSafeMicroNodes()[i].propagateDirty(callback, false);

@@ -13,7 +13,7 @@
 namespace
 {
 
-/// Calls for the instance of each parameter with nodes, or of each cookable one.
+/// Makes the call for the instance of each parameter with nodes, or of each cookable one.
 template <class Call>
 void forEachInstance(const KIT_ValArray<ZEL_Parm *> &parms, bool cookOnly, Call &&call)
 {
@@ -121,7 +121,7 @@ void ZEL_ParmList::propagateDirtyParmMicroNodes(
         return;
     }
     constexpr bool changedOnly = false;
-    // Parameters may go under the walk; those that come wait for the next one.
+    // Parameters may be removed during the walk; those added meanwhile wait for the next one.
     int entries = getEntries();
     for (int i = 0; i < entries; ++i) {
         if (ZEL_Instance *instance = myParms[i] ? myParms[i]->getInstance() : nullptr) {

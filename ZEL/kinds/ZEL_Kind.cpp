@@ -71,7 +71,7 @@ void copyText(const ZEL_ComponentCopy &copy)
     const TRK_StringMeaning meaning = copy.source.getStringMeaning(copy.time, copy.sourceIndex);
     KIT_String text;
     if (meaning == TRK_MEANING_LITERAL) {
-        // As an expression a literal would come with quotes around it, and be stored with them.
+        // Expanded as an expression, a literal would get quotes, which would then be stored.
         constexpr bool expand = false;
         copy.source.getValue(copy.time, text, copy.sourceIndex, expand, copy.thread);
     } else {
@@ -89,7 +89,7 @@ bool equal(const ZEL_ComponentPair &pair)
 
 bool equalItems(const ZEL_ComponentPair &pair)
 {
-    // Another kind reads as no item, and isn't one.
+    // A parameter of another kind reads as a null item, but isn't equal to one.
     const bool sameKind = pair.first.getType().isDataType() == pair.second.getType().isDataType();
     return equal<Item>(pair) && sameKind;
 }
@@ -149,7 +149,7 @@ const ZEL_Kind &ZEL_Kind::find(const ZEL_Type &type)
 }
 
 // ---------------------------------------------------------------------- //
-// What a parameter passes on to one kind
+// What a parameter forwards to its kind
 // ---------------------------------------------------------------------- //
 
 bool ZEL_Parm::isStringThatCanExpand(const char *text)

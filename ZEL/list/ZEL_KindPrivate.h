@@ -1,12 +1,15 @@
 /// \file ZEL_KindPrivate.h
-/// What the lists' code does differently for each kind of value: one row for a basic word.
+/// How the lists' code treats each kind of value: one row per basic type.
 ///
-/// Vocabulary: *kind* = what the basic word of a type says. A word that is none of the four kinds has
-///             the last row: it makes nothing, and is copied and compared as a number.
-/// Ownership:  constant data. Rows stand in room `kinds`, above the sources that use them.
-/// Threads:    any thread; what a row's functions ask of a parameter is as with the parameter's own.
-/// Cost:       find() compares up to four words. Values are read through the instance's virtual table,
-///             not through here.
+/// Vocabulary: *kind* = the class of value that a type's basic type stands for. A basic type that
+///             is none of the four kinds has the last row: it creates nothing, and is copied and
+///             compared as a number.
+/// Ownership:  constant data. The rows are defined in room `kinds`, above the sources that use
+///             them.
+/// Threads:    any thread; what a row's functions call on a parameter follows the parameter's own
+///             rules.
+/// Cost:       find() compares up to four values. Parameter values are read through the instance's
+///             virtual table, not through here.
 #pragma once
 
 #include <TRK/TRK_Types.h>
@@ -17,7 +20,7 @@ class ZEL_Instance;
 class ZEL_Parm;
 class ZEL_Template;
 
-/// One component's value on its way into another component.
+/// The arguments for copying one component's value into another component.
 struct ZEL_ComponentCopy
 {
     double time;
@@ -31,7 +34,7 @@ struct ZEL_ComponentCopy
     int thread;
 };
 
-/// Two components that are compared.
+/// Two components to compare.
 struct ZEL_ComponentPair
 {
     const ZEL_Parm &first;
@@ -45,20 +48,20 @@ struct ZEL_ComponentPair
 struct ZEL_Kind
 {
     ZEL_Type::ZEL_BasicType word;
-    /// Of two kinds that are compared, the one with the greater number compares.
+    /// When two kinds are compared, the row with the greater breadth does it.
     int breadth;
-    /// Holds whole numbers: is set by them, not by the number they came from.
+    /// Holds whole numbers: it is set from the integer, not from the number the integer came from.
     bool wholeNumbers;
-    /// Null where nothing can be made.
+    /// Null where nothing can be created.
     ZEL_Instance *(*make)(ZEL_Template *description, ZEL_Parm *parm);
-    /// The value as it is set by a user: a text with its meaning, an expression as such.
+    /// Copies as a user would set it: a text with its meaning, an expression as an expression.
     void (*copyComponent)(const ZEL_ComponentCopy &copy);
-    /// The value as it is stored, from a component of the same kind.
+    /// Copies the stored value, from a component of the same kind.
     void (*assignComponent)(const ZEL_ComponentCopy &copy);
     bool (*equal)(const ZEL_ComponentPair &pair);
-    /// Evaluates a component for what evaluation leaves behind: its marks.
+    /// Evaluates a component for its side effects only: the flags that evaluation sets.
     void (*evaluateForMarks)(const ZEL_Parm &parm, double time, int index, int thread);
-    /// Whether a component whose text is empty has a value all the same; null where it never has.
+    /// Whether a component with an empty text still has a value; null where it never has.
     bool (*hasTextlessValue)(const ZEL_Parm &parm, double time, int index, int thread);
     /// The opening of an expression that reads such a parameter.
     const char *(*referenceOpening)(const ZEL_Parm &parm, TRK_ExprLanguage language);

@@ -100,7 +100,7 @@ void ZEL_OpSharedInfo::rename(const KIT_StringRef &oldName, const KIT_StringHold
     if (found == theRegister().end()) {
         return;
     }
-    // The entry itself moves, which takes no memory.
+    // Move the node itself, which allocates nothing.
     auto entry = theRegister().extract(found);
     theRegister().erase(newName);
     entry.key() = newName;

@@ -117,7 +117,7 @@ void ZEL_Parm::privateValueChanged(int index, bool sendEvent, bool updateMulti)
     }
 }
 
-/// What every set ends in.
+/// The last step of every set.
 void ZEL_Parm::announceValue(int index)
 {
     constexpr bool updateMulti = true;
@@ -249,7 +249,7 @@ void ZEL_Parm::clearAndDestroyUnrefChannels(const ZEL_Parm &other)
             held = channel && other.getChannel(j) == channel;
         }
         if (held) {
-            // From here on the other parameter is the one that disposes of it.
+            // From here on the other parameter disposes of the channel.
             myInstance->setChannel(i, nullptr);
         } else {
             myInstance->removeChannel(i);
@@ -350,7 +350,7 @@ bool ZEL_Parm::load(KIT_IStream &is)
 
 void ZEL_Parm::loadedFromStream()
 {
-    // Unlike with other changes, a button's components do go dirty here.
+    // Unlike other changes, a load also marks a button's components dirty.
     myInstance->setDirtyFlags(theAllComponents);
     privateValueChanged(theAllComponents, theSendEvent, theKeepMulti);
 }

@@ -6,7 +6,7 @@
 namespace
 {
 
-/// What the takes say of one write.
+/// The state of the takes for one write.
 struct TakeState
 {
     TakeState()
@@ -28,7 +28,7 @@ struct TakeState
 
 bool ZEL_Parm::canAccess(unsigned mask) const
 {
-    // An item's parameters come and go whatever protects the multi-parameter.
+    // An item's parameters are added and removed even if the multi-parameter is protected.
     if (!myInstance || !myParmList || getIsAddingOrRemovingMultiParms()) {
         return myInstance != nullptr;
     }
@@ -37,7 +37,7 @@ bool ZEL_Parm::canAccess(unsigned mask) const
     }
     const TakeState takes;
     if (!myParmList->canAccessCheckingOnlyAssetMask(mask, getType())) {
-        // A locked asset can be written through an open take alone.
+        // A locked asset can be written only through an open take.
         return takes.overrides ||
                (!takes.inMasterTake && (takes.autoIncludesLockedAssets || getActiveTakeFlag()));
     }

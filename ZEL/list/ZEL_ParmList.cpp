@@ -29,7 +29,7 @@ ZEL_ParmList::ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection,
 
     const ZEL_LoadScope loading;
     for (int i = 0; i < count; ++i) {
-        // Channel tokens are a lazily written cache: made here, so that evaluation only reads.
+        // Channel tokens are a lazily filled cache: fill it here, so that evaluation only reads.
         templates[i].getChannelTokens();
         myParms.append(new ZEL_Parm(&templates[i], this));
     }
@@ -52,7 +52,7 @@ ZEL_ParmList::ZEL_ParmList(TRK_Collection *collection, ZEL_ParmOwner *owner,
 ZEL_ParmList::~ZEL_ParmList()
 {
     myChannelSource.leave();
-    // Each leaves the array before it dies, so that looking up a dead one gives null.
+    // Remove each parameter before it is destroyed, so that looking it up meanwhile returns null.
     while (myParms.size() > 0) {
         ZEL_Parm *last = myParms.last();
         myParms.removeIndex(myParms.size() - 1);
@@ -64,7 +64,7 @@ ZEL_ParmList::~ZEL_ParmList()
 
 void ZEL_ParmList::buildDelayedDefaults(bool deleteChannels)
 {
-    // Reverting a multi-parameter adds its items behind.
+    // Reverting a multi-parameter appends its items, which are visited in turn.
     for (int i = 0; i < getEntries(); ++i) {
         ZEL_Instance *instance = myParms[i] ? myParms[i]->getInstance() : nullptr;
         if (instance && !instance->getDefaultsInitFlag()) {
@@ -96,7 +96,8 @@ int ZEL_ParmList::appendParm(ZEL_Parm *parm)
     return index;
 }
 
-/// Takes a name away from an index that is no longer there, for the parameter that had it before.
+/// Takes a name from an index that no longer exists and gives it back to the parameter that had it
+/// before.
 template <class HasName>
 void ZEL_ParmList::giveNameBack(ZEL_NameTable &table, const KIT_StringRef &name, int index,
                                 const HasName &hasName) const
@@ -114,7 +115,7 @@ void ZEL_ParmList::giveNameBack(ZEL_NameTable &table, const KIT_StringRef &name,
     table.removeIfValue(name, index);
 }
 
-/// Takes the last parameter out, of whose names only some may have been registered.
+/// Removes the last parameter, of whose names possibly only some were registered.
 void ZEL_ParmList::unregisterLastParm()
 {
     const int index = getEntries() - 1;
@@ -254,7 +255,7 @@ int ZEL_ParmList::getParmIndexFromChannel(const KIT_StringRef &token, int *subIn
     if (!subIndex) {
         return index;
     }
-    // Shared tables may come from other templates than this list's own: the parm decides.
+    // A shared table may come from other templates than this list's own: ask the parameter.
     *subIndex = parm->findSubIndex(token, allowAlias);
     return *subIndex >= 0 && *subIndex < parm->getVectorSize() ? index : -1;
 }
@@ -451,7 +452,7 @@ bool ZEL_ParmList::ChannelSource::evaluateString(const KIT_StringRef &name, doub
 
 void ZEL_ParmList::ChannelSource::channelDeleted(const TRK_Channel *channel)
 {
-    // A stream can link one channel to several components: none of them may keep the pointer.
+    // A stream can link one channel to several components: clear the pointer in all of them.
     for (ZEL_Parm *parm : myList.myParms) {
         ZEL_Instance *instance = parm ? parm->getInstance() : nullptr;
         for (int i = 0; instance && i < instance->getVectorSize(); ++i) {

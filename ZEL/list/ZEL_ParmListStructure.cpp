@@ -7,7 +7,7 @@
 #include <algorithm>
 
 // ---------------------------------------------------------------------- //
-// A parameter leaves the list
+// Removing a parameter
 // ---------------------------------------------------------------------- //
 
 void ZEL_ParmList::removeAndDestroyParm(int index)
@@ -24,13 +24,13 @@ void ZEL_ParmList::removeAndDestroyParm(int index)
     forgetNames(*parm, index);
     myParms.removeIndex(index);
     ++myAddRemoveCount;
-    // Children leave through this list too, so the parameter itself must be out of it by now.
+    // Children are removed through this list too, so the parameter itself must be out of it by now.
     parm->destroyChildParms();
     delete parm;
 }
 
-/// Takes out a parameter whose name another one may have taken; its index may have moved down since
-/// it was asked for.
+/// Removes a parameter whose name another one may have taken. Its index may have decreased since it
+/// was looked up.
 void ZEL_ParmList::removeReplacedParm(const ZEL_Parm *parm, int index)
 {
     index = std::min(index, getEntries() - 1);
@@ -40,7 +40,8 @@ void ZEL_ParmList::removeReplacedParm(const ZEL_Parm *parm, int index)
     removeAndDestroyParm(index);
 }
 
-/// Each entry goes only while it still means this parameter: a later one may have taken the name.
+/// Removes each entry only while it still refers to this parameter: a later one may have taken the
+/// name.
 void ZEL_ParmList::forgetNames(const ZEL_Parm &parm, int index)
 {
     const ZEL_Instance &instance = *parm.getInstance();
@@ -53,7 +54,7 @@ void ZEL_ParmList::forgetNames(const ZEL_Parm &parm, int index)
             myChannelAliases.removeIfValue(alias, index);
         }
     }
-    // Nothing stands behind the last one, and items leave from the end.
+    // Nothing follows the last parameter, and items are removed from the end: no indices to shift.
     if (index == getEntries() - 1) {
         return;
     }
@@ -79,7 +80,7 @@ bool ZEL_ParmList::setChannelAlias(ZEL_Parm *parm, int index, const KIT_StringHo
     if (!alias.isEmpty() && getParmIndexFromChannel(alias, nullptr, true) >= 0) {
         return false;
     }
-    // A holder of its own: the parameter's goes when the new alias is stored.
+    // Hold a copy: the parameter frees its text when the new alias is stored.
     const KIT_StringHolder present = instance->getChannelAlias(index);
     if (present != instance->getChannelToken(index)) {
         myChannelAliases.removeIfValue(present, parmIndex);

@@ -27,14 +27,14 @@ constexpr int theAllComponents = -1;
 /// Up to this many parameters an index in a magic string takes one byte.
 constexpr int theMostByteEntries = std::numeric_limits<std::uint8_t>::max() - 1;
 
-/// Parameters of an unknown basic word have no instance and no part in any walk.
+/// Parameters of an unknown basic type have no instance and are skipped by every walk.
 bool isLive(const ZEL_Parm *parm)
 {
     return parm && parm->getInstance();
 }
 
 /// Calls the visitor from the last live parameter to the first. A visitor's event handler may
-/// remove parameters, so the size is asked anew at each step.
+/// remove parameters, so the size is read again at each step.
 template <class Parms, class Visitor>
 void forEachBackward(const Parms &parms, Visitor &&visit)
 {
@@ -46,7 +46,8 @@ void forEachBackward(const Parms &parms, Visitor &&visit)
     }
 }
 
-/// Whether the test holds for a live parameter; asks from the last to the first and stops there.
+/// Whether the test holds for a live parameter; tests from the last to the first and stops at a
+/// match.
 template <class Parms, class Test>
 bool anyBackward(const Parms &parms, Test &&test)
 {
@@ -109,8 +110,8 @@ void ZEL_ParmList::revertToDefaults(double time)
 
 void ZEL_ParmList::revertValuesToFactoryDefaults()
 {
-    // Reverting a multi-parameter changes the list: entries are counted anew at each step, and
-    // what was noted is looked for again before it is used.
+    // Reverting a multi-parameter changes the list: the size is read again at each step, and a
+    // noted parameter is looked up again before it is used.
     KIT_ValArray<const ZEL_Parm *> multis;
     for (int i = 0; i < getEntries(); ++i) {
         ZEL_Parm *parm = myParms[i];
@@ -129,7 +130,7 @@ void ZEL_ParmList::revertValuesToFactoryDefaults()
     }
     KIT_ValArray<ZEL_Parm *> children;
     for (const ZEL_Parm *parm : multis) {
-        // Another parameter may have come to stand at the address of one that is gone.
+        // Another parameter may have been allocated at the address of a removed one.
         const bool present = myParms.find(const_cast<ZEL_Parm *>(parm)) >= 0;
         const ZEL_Multi *multi = present ? parm->asMulti() : nullptr;
         if (!multi) {
@@ -268,13 +269,13 @@ bool ZEL_ParmList::checkTimeDependence(bool evaluate)
             return true;
         }
     }
-    // An evaluation may have noted what no parameter's own answer shows.
+    // An evaluation may have set the list's flag although no parameter reports a dependence.
     return isTimeDependent();
 }
 
 bool ZEL_ParmList::isTimeDependentNow(double time, bool evaluate, int index, int thread)
 {
-    // Evaluating the one behind may have removed items of a multi-parameter.
+    // Evaluating a later parameter may have removed items of a multi-parameter.
     const ZEL_Parm *parm = getParmPtr(index);
     if (!isLive(parm)) {
         return false;

@@ -12,10 +12,10 @@
 namespace
 {
 
-/// Stands in a label where the channel's alias goes.
+/// The placeholder for the channel's alias in a label.
 constexpr const char *theAliasMarker = "%s";
 
-/// What follows the label of a component.
+/// What is appended to the label for each component.
 struct ComponentLetters
 {
     ZEL_Type::ZEL_ChannelType naming;
@@ -24,13 +24,13 @@ struct ComponentLetters
 
 constexpr ComponentLetters theComponentLetters[] = {
     {ZEL_Type::ZEL_CHAN_NAMEXYZW, "XYZW"},
-    // "XYZH" on purpose: the channel labels of this naming are "XYWH", interfaces show these.
+    // "XYZH" on purpose: the channel labels of this naming are "XYWH", but interfaces show these.
     {ZEL_Type::ZEL_CHAN_NAMEXYWH, "XYZH"},
     {ZEL_Type::ZEL_CHAN_NAMERGB, "RGBA"},
     {ZEL_Type::ZEL_CHAN_NAMEUVW, "UVW"},
 };
 
-/// The letter of a component, 0 if its naming has none for it.
+/// The letter of a component, 0 if its naming has none.
 char componentLetter(const ZEL_Type &type, int index)
 {
     for (const ComponentLetters &row : theComponentLetters) {
@@ -112,7 +112,7 @@ void ZEL_Parm::setChannelReference(double time, int index, const char *path,
 }
 
 // ---------------------------------------------------------------------- //
-// Texts for people
+// Texts for users
 // ---------------------------------------------------------------------- //
 
 void ZEL_Parm::joinAliases(KIT_WorkBuffer &out) const

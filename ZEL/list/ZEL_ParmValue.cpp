@@ -308,7 +308,7 @@ void ZEL_Parm::copyValue(double time, int index, const ZEL_Parm &source, int sou
     const bool hasSource = source.myInstance && source.myInstance->validIndex(sourceIndex);
     const TRK_Channel *channel = copyChannels ? source.getChannel(sourceIndex) : nullptr;
     if (channel && copyChannel(index, *channel)) {
-        // The channel holds all there is to copy.
+        // The channel contains everything that there is to copy.
     } else if (!hasSource) {
         revertToDefaults(time);
     } else {

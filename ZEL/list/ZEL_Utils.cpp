@@ -12,7 +12,7 @@
 namespace
 {
 
-/// What stays the same all along a walk.
+/// The constant arguments of a walk.
 struct Walk
 {
     ZEL_ParmList &list;
@@ -62,7 +62,7 @@ int64_t Walk::traverse(const ZEL_Parm &switcher, int folder, int64_t first) cons
         if (visitor) {
             visitor(list, parm, static_cast<int>(i), data);
         }
-        // The place of a base parameter has no description until the base interface is there.
+        // A base parameter has no description until the base interface exists.
         const ZEL_Template *const description = parm->getTemplatePtr();
         if (description && description->isSwitcher()) {
             int64_t nested = 0;

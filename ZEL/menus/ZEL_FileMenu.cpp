@@ -37,8 +37,8 @@ constexpr Row theResolutions[] = {
     {"1280 720 1.0", "HDTV 720"},    {"1920 1080 1.0", "HDTV 1080"},
 };
 
-// An extended format keeps headroom below black and above white: half of the smaller format's range
-// on each side.
+// An extended format centers the smaller format in the larger one: equal headroom below black and
+// above white.
 constexpr Row thePixelFormats[] = {
     {"int8 0 255", "8 Bit Unsigned"},
     {"int8 16 235", "8 Bit Video"},

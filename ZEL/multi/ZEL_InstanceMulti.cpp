@@ -1,4 +1,4 @@
-// What an instance answers as part of a multi-parameter's item.
+// An instance's operations as part of a multi-parameter's item.
 
 #include <ZEL/ZEL_Instance.h>
 

@@ -1,4 +1,4 @@
-// The count of a multi-parameter, what drives it, and what is asked about its items.
+// The count of a multi-parameter, what determines it, and queries about its items.
 
 #include <ZEL/ZEL_Multi.h>
 
@@ -24,7 +24,7 @@ namespace
 /// How many `KeepItems` live on the thread.
 thread_local int theKeepCount = 0;
 
-/// The nearest count; 0 for what is no number.
+/// The nearest count; 0 if the value isn't a number.
 int toCount(double value)
 {
     const double rounded = std::floor(value + 0.5);
@@ -51,11 +51,12 @@ void replaceByCount(KIT_String &value, int count)
 {
     value.itoa(count);
 }
-/// A count has no such form.
+/// A count can't be returned in these forms.
 void replaceByCount(std::shared_ptr<const ZEL_DataItem> &, int) {}
 void replaceByCount(KIT_JSONValueMap &, int) {}
 
-/// The block's rows as an interface shows them: folders as one, joined ones with their neighbour.
+/// The block's rows as an interface shows them: a set of folders is one row, joined parameters
+/// share theirs.
 int countShown(const ZEL_Template *block)
 {
     constexpr bool skipSwitcherMembers = true;
@@ -115,7 +116,7 @@ void ZEL_Multi::adopt(ZEL_Instance &source)
 
 void ZEL_Multi::revertToDefault(int index)
 {
-    // The flag is up only once the items are there: until then a ramp fills them.
+    // Set the flag only when the items exist: until then a ramp fills them with its defaults.
     const bool hadDefaults = getDefaultsInitFlag();
     ZEL_Float::revertToDefault(index);
     setDefaultsInitFlag(hadDefaults);
@@ -162,7 +163,7 @@ std::int64_t ZEL_Multi::getMemoryUsage(bool inclusive) const
 }
 
 // -------------------------------------------------------------------------- //
-// The value drives the count
+// The value determines the count
 // -------------------------------------------------------------------------- //
 
 template <class T, class Read>
@@ -196,15 +197,15 @@ ZEL_Multi::KeepItems::~KeepItems()
     --theKeepCount;
 }
 
-/// Whether what waits for the value could lose its parameter: items that go take theirs along, and
-/// in a load new ones replace parameters of their names.
+/// Whether following the value now could destroy a parameter in use: surplus items are removed with
+/// their parameters, and in a load new items replace parameters of the same names.
 bool ZEL_Multi::mustWait(int count) const
 {
     return (count < myNumItems || ZEL_ParmList::isLoading()) &&
            (theKeepCount > 0 || TRK_Manager::isEvaluating());
 }
 
-/// Reading is const and makes items all the same: the one place where that is cast away.
+/// Reading is const, yet it creates items: this is the one place where const is cast away.
 void ZEL_Multi::followValue() const
 {
     const int count = wantedCount();
@@ -220,8 +221,8 @@ void ZEL_Multi::followValue() const
     }
 }
 
-/// A default comes from a script, like a loaded value from a stream. Those of blocks in blocks multiply,
-/// so that they share what one may make.
+/// A default comes from a script and is as untrusted as a loaded value. Those of nested blocks
+/// multiply, so they share one budget.
 void ZEL_Multi::followDefault()
 {
     const ZEL_StreamLimit limit(0);
@@ -361,7 +362,7 @@ const char *ZEL_Multi::getMultiParmToken(int child, int item) const
 int ZEL_Multi::findMultiParmIndex(const char *token, bool) const
 {
     const KIT_StringRef wanted(token);
-    // An item that is being made is found too: its parameters may ask already.
+    // An item under construction is found too: its parameters may already ask.
     const std::size_t end = wanted.isNull() ? 0 : myChildNames.size();
     for (std::size_t flat = 0; flat < end; ++flat) {
         if (myChildNames[flat]->getTokenRef() == wanted) {

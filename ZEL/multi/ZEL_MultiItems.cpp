@@ -1,4 +1,4 @@
-// The items of a multi-parameter: made, removed, and filled from each other.
+// The items of a multi-parameter: created, removed, and copied to each other.
 
 #include <ZEL/ZEL_Multi.h>
 
@@ -41,8 +41,8 @@ private:
     bool myOuterFlag;
 };
 
-/// An item that no longer counts. It counts again unless it is forgotten: as long as there are
-/// parameters of it, what describes them stays.
+/// An item that is no longer counted. The destructor counts it again unless it was forgotten: while
+/// parameters of it exist, their descriptions must stay.
 class ZEL_Multi::LeavingItem
 {
 public:
@@ -68,7 +68,7 @@ namespace
 constexpr double theTime = 0.0;
 constexpr bool theKeepExpression = false;
 
-/// While it lives, reverting drops channels.
+/// While it lives, reverting removes channels.
 class DestructiveRevert
 {
 public:
@@ -169,7 +169,7 @@ void ZEL_Multi::setNumInstances(int count, bool evaluateChildren)
 bool ZEL_Multi::grow(int count, bool evaluateChildren)
 {
     if (myInstancesPerItem == 0) {
-        // Items without children are a number and nothing else.
+        // Items without children are only a number.
         myNumItems = std::max(myNumItems, count);
         return true;
     }
@@ -242,7 +242,7 @@ void ZEL_Multi::instanceNumbers(int item, KIT_ValArray<int> &numbers) const
     numbers.append(int(std::min<std::int64_t>(number, std::numeric_limits<int>::max())));
 }
 
-/// An item that is being made; what there is of it goes again unless it is kept.
+/// An item under construction; the destructor removes what exists of it unless it is kept.
 class ZEL_Multi::NewItem
 {
 public:
@@ -280,14 +280,14 @@ bool ZEL_Multi::addInstance(int item, bool)
         getParmList()->prefetchChannels(made[child]);
     }
     lost.check();
-    // A load doesn't pay for the check: who appends the parameters settles clashes.
+    // A load skips the check for speed: appending the parameters resolves clashes.
     if (!ZEL_ParmList::isLoading() && !acceptNames()) {
         return false;
     }
     KIT_ValArray<ZEL_Parm *> created;
     getParmList()->appendMultiParms(*this, made, myInstancesPerItem, isSpareParm(), numbers,
                                     created);
-    // From here on the item exists, for the owner that hears of it too.
+    // From here on the item exists, also for the owner, which is notified of it below.
     newItem.keep();
     ++myNumItems;
     ZEL_ParmOwner *owner = getParmOwner();
@@ -310,7 +310,7 @@ void ZEL_Multi::makeNames(const KIT_ValArray<int> &numbers)
     }
 }
 
-/// Whether the last names can all become parameters.
+/// Whether the last item's names can all become parameters.
 bool ZEL_Multi::acceptNames() const
 {
     const ZEL_ParmList *list = getParmList();
@@ -319,7 +319,7 @@ bool ZEL_Multi::acceptNames() const
     const auto tokenOf = [&](int child) -> const KIT_StringRef & {
         return myChildNames[first + std::size_t(child)]->getTokenRef();
     };
-    // The few names of most blocks are compared sooner than hashed into a set.
+    // The few names of most blocks are compared faster than they are hashed into a set.
     constexpr int theFew = 16;
     std::unordered_set<KIT_StringHolder, KIT_StringRefHash> tokens;
     const auto isRepeated = [&](int child) {
@@ -362,7 +362,7 @@ void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL
     spec.help = child.getHelpText();
     spec.conditional = myChildConditionals.back().get();
     if (child.isMultiType()) {
-        // The block inside stays as it is until that multi-parameter makes items of its own.
+        // The nested block is shared unchanged until that multi-parameter creates its own items.
         myChildDefaults.emplace_back();
         spec.multiType = child.getMultiType();
         spec.items = child.getMultiParmTemplate();
@@ -377,7 +377,7 @@ void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL
         spec.type = child.getType();
         spec.extended = child.getTypeExtended();
         spec.vectorSize = child.getVectorSize();
-        // A toggle's answer is the menu that all toggles share if it has none of its own.
+        // For a toggle without its own menu this is the menu that all toggles share.
         spec.choices = child.getChoiceListPtr();
         spec.parmGroup = child.getParmGroup();
         spec.makeParm(made);
@@ -385,7 +385,8 @@ void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL
     myDefaultStringEnd.push_back(std::uint32_t(myDefaultStrings.size()));
 }
 
-/// The child's defaults with the numbers in their texts; null if they can be shared.
+/// The child's defaults with the instance numbers in their texts; null if the child's can be
+/// shared.
 std::unique_ptr<ZEL_Default[]> ZEL_Multi::instanceDefaults(const ZEL_Template &child,
                                                            const KIT_ValArray<int> &numbers)
 {
@@ -450,8 +451,8 @@ void ZEL_Multi::setRampInstanceToDefaultValue(int item, const KIT_ValArray<ZEL_P
 // Removing an item
 // -------------------------------------------------------------------------- //
 
-/// Takes what the list holds for an item out of it. False if something wasn't found: it is gone,
-/// or its name means another parameter by now.
+/// Removes an item's parameters from the list. False if one wasn't found: it is gone, or its name
+/// refers to another parameter by now.
 bool ZEL_Multi::removeParms(int item)
 {
     ZEL_ParmList *list = getParmList();
@@ -469,8 +470,8 @@ bool ZEL_Multi::removeParms(int item)
     return complete;
 }
 
-/// No parameter may outlive what describes it, whatever its name finds. When all items go, it takes no
-/// memory.
+/// No parameter may outlive its description, whatever its name finds now. Removing all items
+/// allocates nothing.
 void ZEL_Multi::removeStrayParms(int firstItem, int lastItem)
 {
     const bool isAll = firstItem == 0;
@@ -493,14 +494,14 @@ void ZEL_Multi::removeStrayParms(int firstItem, int lastItem)
 /// Frees the descriptions of the last item.
 void ZEL_Multi::forgetItem()
 {
-    // An item that was never complete has fewer of some.
+    // An incomplete item has fewer of some.
     const auto cut = [](auto &things, std::size_t size) {
         if (things.size() > size) {
             things.resize(size);
         }
     };
     const std::size_t first = flatIndex(myNumItems, 0);
-    // Templates go first: they refer to the rest.
+    // Destroy the templates first: they refer to the rest.
     cut(myItemTemplates, std::size_t(myNumItems));
     if (first < myDefaultStringFirst.size()) {
         cut(myDefaultStrings, myDefaultStringFirst[first]);
@@ -512,7 +513,7 @@ void ZEL_Multi::forgetItem()
     cut(myChildNames, first);
 }
 
-/// Drops what there is of an item behind the last one, parameters included.
+/// Removes what exists of an item after the last one, parameters included.
 void ZEL_Multi::abandonItem()
 {
     if (myItemTemplates.size() > std::size_t(myNumItems)) {
@@ -539,8 +540,8 @@ void ZEL_Multi::announceItem(int item)
     }
 }
 
-/// Copies items one to the next in turn: each is the source of one step and the target of the next,
-/// so that its parameters are found by name once.
+/// Copies items one to the next: each is the source of one step and the target of the next, so its
+/// parameters are looked up by name only once.
 class ZEL_Multi::ItemSteps
 {
 public:
@@ -552,7 +553,7 @@ public:
     void assign(int from, int to)
     {
         const ZEL_ParmList &list = *myMulti.getParmList();
-        // What comes or goes on the way makes the pointers that are kept worthless.
+        // The kept pointers are invalid once a parameter is added or removed in between.
         const std::uint32_t changesBefore = list.getAddRemoveCount();
         for (int child = 0; child < myMulti.myInstancesPerItem; ++child) {
             const bool isKept = to == myItem && list.getAddRemoveCount() == myChanges;
@@ -619,7 +620,8 @@ void ZEL_Multi::swapInstances(int first, int second)
         return;
     }
     {
-        // The range and the value have no say in an item that goes again.
+        // The temporary item ignores the range and doesn't change the value: it is removed before
+        // we return.
         const Changing changing(*this);
         const int spare = myNumItems;
         if (grow(spare + 1, true)) {
@@ -675,7 +677,7 @@ void ZEL_Multi::revertInstance(int item)
     const DestructiveRevert destructive;
     constexpr int allComponents = -1;
     for (int child = 0; child < myInstancesPerItem; ++child) {
-        // Found anew each time: whoever hears of a change may act on the list.
+        // Looked up again each time: an event handler may change the list.
         if (ZEL_Parm *parm = findChild(item, child)) {
             if (parm->getLockedFlag(allComponents)) {
                 parm->setLockedFlag(allComponents, false);

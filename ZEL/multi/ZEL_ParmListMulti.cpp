@@ -1,4 +1,4 @@
-// The list's part in multi-parameters: it holds what items are made of, and moves aliases.
+// The list's part in multi-parameters: it holds the items' parameters, and moves aliases.
 
 #include <ZEL/ZEL_ParmList.h>
 
@@ -23,8 +23,9 @@ ZEL_Multi *asMulti(ZEL_Parm *parm)
     return parm ? parm->asMulti() : nullptr;
 }
 
-/// Whether a parameter may give way to a new one of its token: those of the node type's own
-/// templates stay, and the multi-parameter that is at work can't be replaced under its feet.
+/// Whether a new parameter of the same token may replace this one. Parameters of the node type's
+/// own templates stay, and so do the multi-parameter that is adding the item and those that contain
+/// it.
 bool canGiveWay(const ZEL_Parm &parm, const ZEL_Multi &multi)
 {
     for (const ZEL_Multi *level = &multi; level; level = level->getMultiParmOwner()) {
@@ -35,7 +36,7 @@ bool canGiveWay(const ZEL_Parm &parm, const ZEL_Multi &multi)
     return parm.isSpareParm() || parm.getMultiParmOwner();
 }
 
-/// The parameter made of a description; null if another one has its name.
+/// The parameter created from a description; null if another one has its name.
 ZEL_Parm *findDescribed(ZEL_ParmList &list, const ZEL_Template &description)
 {
     ZEL_Parm *parm = list.getParmPtr(description.getTokenRef());
@@ -53,7 +54,8 @@ bool hasAlias(const ZEL_Parm &parm, int index)
 // The parameters of an item
 // ---------------------------------------------------------------------- //
 
-/// Null for a template whose basic type is unknown: nothing could ever find or remove it.
+/// Null for a template whose basic type is unknown: nothing could ever find or remove the
+/// parameter.
 std::unique_ptr<ZEL_Parm> ZEL_ParmList::createMultiInstanceParm(ZEL_Template &templateRef,
                                                                 bool spare, const ZEL_Multi &multi)
 {
@@ -66,8 +68,8 @@ std::unique_ptr<ZEL_Parm> ZEL_ParmList::createMultiInstanceParm(ZEL_Template &te
     return parm;
 }
 
-/// Appends a parameter that was made, in place of one that has its token already; null if that one
-/// has to stay. `isNew` says whether no older one gave its state.
+/// Appends a new parameter, replacing one with the same token; null if that one must stay. `isNew`
+/// is set if no older parameter passed on its state.
 ZEL_Parm *ZEL_ParmList::placeMultiParm(std::unique_ptr<ZEL_Parm> made, const ZEL_Multi &multi,
                                        bool &isNew)
 {
@@ -90,7 +92,7 @@ ZEL_Parm *ZEL_ParmList::placeMultiParm(std::unique_ptr<ZEL_Parm> made, const ZEL
 
 void ZEL_ParmList::reserveParms(std::int64_t parms, std::int64_t components)
 {
-    // Room for what is certain to come: a hostile count is met by the parameters themselves.
+    // Reserve up to a bound: a hostile count shouldn't allocate before its parameters exist.
     constexpr std::int64_t theMost = std::int64_t(1) << 20;
     const auto entries = [&](const ZEL_NameTable &table, std::int64_t more) {
         return std::uint32_t(table.entries() + std::min(more, theMost));
@@ -99,7 +101,7 @@ void ZEL_ParmList::reserveParms(std::int64_t parms, std::int64_t components)
     myInstanceChannels.reserve(entries(myInstanceChannels, components));
 }
 
-/// The parameters of one item on their way into the list, a description each.
+/// The parameters of one item while they are added to the list, one per description.
 class ZEL_ParmList::ItemParms
 {
 public:
@@ -156,8 +158,8 @@ void ZEL_ParmList::ItemParms::placeAll(const KIT_ValArray<int> &instances)
     }
 }
 
-/// A later child, or an item that one of them makes of its own, may have replaced a parameter by
-/// now: once anything else came or went, each is found anew.
+/// A later child, or an item that one of them creates, may have replaced a parameter: after any
+/// other change to the list, look each one up again.
 ZEL_Parm *ZEL_ParmList::ItemParms::findPresent(std::size_t i) const
 {
     ZEL_Parm *parm = myEntries[i].parm;
@@ -201,8 +203,8 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
         myParms.setCapacity(std::max(myParms.size() + count, KITbumpAlloc(myParms.capacity())));
     }
     ItemParms parms(*this, multi, templates, count, spare);
-    // All are made before the first is appended: counting a use of a name waits for every store to
-    // new memory, here once an item and not once a child.
+    // Create all children before appending any: the atomic reference-count increment in append
+    // drains the store buffer, so interleaving the two would stall once per child.
     parms.makeAll();
     parms.placeAll(instances);
     parms.giveDefaults();
@@ -211,7 +213,7 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
 }
 
 // ---------------------------------------------------------------------- //
-// Items that come and go, with the aliases of those that move
+// Items added and removed, with the aliases of those that move
 // ---------------------------------------------------------------------- //
 
 void ZEL_ParmList::insertMultiParmItem(int parmIndex, int item)
@@ -225,7 +227,7 @@ void ZEL_ParmList::insertMultiParmItem(int parmIndex, int item)
     item = std::clamp(item, 0, before);
     constexpr bool notify = true;
     parm->insertMultiParmItem(item, notify);
-    // Locked, or full: nothing has moved.
+    // Locked, or full: nothing was added.
     if (multi->getMultiParmNumItems() <= before) {
         return;
     }
@@ -277,7 +279,7 @@ void ZEL_ParmList::moveMultiParmAlias(int parmIndex, int item, bool up)
 
 bool ZEL_ParmList::checkMultiParmInstance(const KIT_StringRef &name, bool evaluateChildren)
 {
-    // Most unknown names have no number, and a list may hold many parameters.
+    // Most unknown names contain no digit, and a list may hold many parameters.
     const char *text = name.c_str();
     if (!text || !text[std::strcspn(text, "0123456789")]) {
         return false;

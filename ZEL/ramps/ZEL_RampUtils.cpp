@@ -49,7 +49,7 @@ Key keyOf(const ZEL_Parm &ramp, int item)
             ramp.getMultiParm(first + ZEL_RAMP_INTERP)};
 }
 
-/// Reads parameters and notes what they depend on.
+/// Reads parameters and collects their dependencies.
 class Reader
 {
 public:
@@ -60,7 +60,8 @@ public:
     template <class T>
     T read(ZEL_Parm &parm, int index)
     {
-        // The node first: from then on the evaluation marks it, and the mark is what is asked for.
+        // Create the node first: evaluation then flags it, and isTimeDependent() below reads that
+        // flag.
         if (myDependent) {
             if (ZEL_ParmMicroNode *node = parm.microNode(index)) {
                 myDependent->addExplicitInput(*node);
@@ -109,8 +110,8 @@ public:
     {
         mySetter({&parm, double(value), value, 0, myTime, myData});
     }
-    /// False if the key's parameters aren't all there, before or after a write. Each is looked up
-    /// where it is written: whoever hears of the one before may have taken the next away.
+    /// False if a parameter of the key is missing, before or after a write. Each is looked up right
+    /// before it is written: an event handler of the previous write may have removed it.
     bool key(const ZEL_Parm &ramp, int item, const KIT_RampNode &node, float position,
              bool color) const
     {
@@ -139,7 +140,7 @@ private:
     void *myData;
 };
 
-/// As many keys as the ramp will have; their parameters exist afterwards, as far as they may.
+/// Sets the number of keys; their parameters exist afterwards, as far as the limits allow.
 void writeCount(const Writer &writer, double time, ZEL_Parm &parm, int count)
 {
     const int thread = BASgetSTID();
@@ -179,8 +180,8 @@ KIT_ValArray<const char *> splitWords(const char *text, KIT_WorkArgs &storage)
     return words;
 }
 
-/// The ramp's child that a word of the text names. A word may not reach beyond the ramp: a text that
-/// came with a file shall change nothing else.
+/// The ramp's child that a word of the text names. A word can't address other parameters: a text
+/// from a file must change nothing but the ramp.
 ZEL_Parm *childOf(const ZEL_Parm &ramp, const KIT_WorkBuffer &prefix, const char *word)
 {
     KIT_WorkBuffer plain(prefix);
@@ -191,8 +192,8 @@ ZEL_Parm *childOf(const ZEL_Parm &ramp, const KIT_WorkBuffer &prefix, const char
     return parm && parm->getMultiParmOwner() == ramp.getInstance() ? parm : nullptr;
 }
 
-/// An ordinal that takes a word lets go of its channel, which then stays in the collection and comes
-/// back the next time that channels are looked up.
+/// An ordinal set from a word lets go of its channel, which would stay in the collection and be
+/// linked again at the next look-up of channels.
 void clearOrdinalChannels(ZEL_Parm &parm)
 {
     constexpr bool sendEvent = false;
@@ -237,7 +238,7 @@ void ZEL_RampUtils::updateRampFromMultiParm(double time, const ZEL_Parm &parm, K
         return;
     }
     Reader reader(time, timeDependent, dependent);
-    // Asking for its micro node changes nothing of a parameter.
+    // Creating its micro node doesn't change the parameter.
     const int wanted = reader.read<int>(const_cast<ZEL_Parm &>(parm), 0);
     const int count = std::min(wanted, parm.getMultiParmNumItems());
 
@@ -271,7 +272,7 @@ void ZEL_RampUtils::updateMultiParmFromRamp(double time, const KIT_Ramp &ramp, Z
                                             bool addWrapKey, ValueSetter setter, void *data)
 {
     constexpr float theWrapPosition = 1.0f;
-    // 0.99999 itself is near enough, and no 32-bit float is exactly that.
+    // A key at 0.99999 counts as close enough; no 32-bit float equals that exactly.
     constexpr double theWrapTolerance = 1e-05 + double(std::numeric_limits<float>::epsilon());
     const int nodes = ramp.getNodeCount();
     if (!parm.isMultiParm() || !setter) {
@@ -304,7 +305,8 @@ void ZEL_RampUtils::setParmValue(ValueData value)
         parm.setValue(value.time, value.integer, keepExpression, value.index, addKey, propagate);
         return;
     }
-    // 0.1 came here as a 32-bit float and is to stay 0.1.
+    // A value such as 0.1 was narrowed to a 32-bit float on the way: keep the wider number if it is
+    // equal.
     double number = 0.0;
     parm.getValue(value.time, number, value.index, BASgetSTID());
     if (static_cast<float>(number) != static_cast<float>(value.value)) {
@@ -379,7 +381,7 @@ void ZEL_RampUtils::getRampParmFromDefault(ZEL_Parm &parm, const char *text)
             clearOrdinalChannels(*child);
             i += child->loadCommand(count - i - 1, words.begin() + i + 1, allComponents, asSet,
                                     ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
-            // Ordinals store what they load without a mark.
+            // Ordinals don't set dirty flags when they load.
             child->setDirtyFlags(-1);
         }
     }
@@ -420,7 +422,7 @@ void ZEL_RampUtils::setRampDefaultFromParm(std::ostream &os, const ZEL_Parm &par
 namespace
 {
 
-// By ZEL_RampInterpType. The host's basis 4 has no type.
+// Indexed by ZEL_RampInterpType. The host's basis 4 has no type.
 constexpr KIT_SPLINE_BASIS theBases[] = {
     KIT_BASIS_CONSTANT, KIT_BASIS_LINEAR,  KIT_BASIS_CATMULL_ROM, KIT_BASIS_MONOTONE_CUBIC,
     KIT_BASIS_BEZIER,   KIT_BASIS_BSPLINE, KIT_BASIS_HERMITE,

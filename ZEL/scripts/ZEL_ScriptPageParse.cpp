@@ -10,7 +10,8 @@
 namespace
 {
 
-/// What parseGroup() is told for a "collection", so that no word continues it.
+/// The keyword passed to parseGroup() for a "collection": it matches none, so that nothing
+/// continues it.
 constexpr const char *theNoChain = "don't match";
 
 enum GroupKind
@@ -19,7 +20,7 @@ enum GroupKind
     GROUP_COLLECTION
 };
 
-/// Reads a condition and adds it unless it can't be read, which doesn't end the page.
+/// Reads a condition and adds it. A malformed one is dropped; the page is read on.
 bool addCondition(DS_Stream &stream, int type, std::unique_ptr<ZEL_ConditionalGroup> &group)
 {
     ZEL_Conditional conditional{ZEL_ConditionalType(type)};
@@ -149,7 +150,7 @@ int ZEL_ScriptPage::handleUnknown(DS_Stream &stream, KIT_String &token)
 }
 
 // -------------------------------------------------------------------- //
-// Words about the page
+// Keywords about the page
 // -------------------------------------------------------------------- //
 
 bool ZEL_ScriptPage::parseName(DS_Stream &stream, const Context &context, const Keyword &)
@@ -157,7 +158,7 @@ bool ZEL_ScriptPage::parseName(DS_Stream &stream, const Context &context, const 
     if (!ZELreadScriptToken(stream, myToken, "script missing name")) {
         return false;
     }
-    // The name of a multi-parameter stands outside of it.
+    // The name of a multi-parameter is outside of its own items: one `#` less.
     const int marks = isMultiOwner(context.owner) ? context.depth - 1 : context.depth;
     if (marks >= 1) {
         ZELcheckScriptName(stream, myToken, marks);
@@ -303,7 +304,7 @@ void ZEL_ScriptPage::addGroup(std::unique_ptr<ZEL_ScriptParm> parm, bool clearJo
     if (std::unique_ptr<ZEL_ScriptParm> obsolete{parm->createObsoleteGroupParm()}) {
         myObsoleteParms.push_back(std::move(obsolete));
     }
-    // A record whose pages are all obsolete would be a set without folders.
+    // Without pages (all are obsolete) the record would be a switcher without folders.
     if (!parm->getGroup()) {
         return;
     }

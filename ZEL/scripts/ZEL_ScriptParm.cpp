@@ -11,7 +11,7 @@
 namespace
 {
 
-/// Written once, before any script is read.
+/// Set once, before any script is read.
 ZEL_Callback &defaultCallback()
 {
     static ZEL_Callback theCallback;

@@ -12,11 +12,11 @@
 namespace
 {
 
-// "Expecing" is kept: tools that read the messages look for the text.
+// "Expecing" is kept: tools that read the messages search for this text.
 constexpr const char *theMenuEndError = "Expecing close brace for menu";
 
-/// Whether menu tokens may hold backslashes that an earlier version multiplied: always, but in a
-/// saved scene only if one of those versions wrote it.
+/// Whether menu tokens may hold surplus backslashes, which earlier versions added on each save:
+/// always true, except while loading a scene that none of those versions saved.
 bool mayHoldSurplusBackslashes()
 {
     if (!ZEL_LoadScope::isLoading()) {

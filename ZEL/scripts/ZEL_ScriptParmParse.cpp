@@ -14,7 +14,7 @@
 namespace
 {
 
-/// Reads one `{ name operator value ... }`. False without one, which is how a list of them ends, and
+/// Reads one `{ name operator value ... }`. False if there is none, which ends a list of them, and
 /// after an error.
 bool parseConditionalInfo(DS_Stream &stream, ZEL_Conditional &conditional)
 {
@@ -50,7 +50,7 @@ bool parseConditionalInfo(DS_Stream &stream, ZEL_Conditional &conditional)
     }
 }
 
-/// Takes the "!" of a hard end off a range's value, and what is behind it.
+/// Removes the "!" of a hard limit from a range's value, and what follows it.
 ZEL_RangeFlag takeLock(KIT_String &value)
 {
     const size_t mark = value.view().rfind('!');
@@ -135,7 +135,7 @@ int ZEL_ScriptParm::finishParse(DS_Stream &stream)
         stream.error("parameter without a name");
         return 0;
     }
-    // Never so for the type word "toggle", whose type has the channel bit.
+    // Never true for the type keyword "toggle", whose type has the channel bit.
     if (myType == (ZEL_TOGGLE_E | ZEL_TYPE_JOIN_NEXT)) {
         myTypeExtended = ZEL_TYPEX_JOINED;
     }
@@ -150,7 +150,7 @@ int ZEL_ScriptParm::finishParse(DS_Stream &stream)
 }
 
 // -------------------------------------------------------------------- //
-// Words with a value
+// Keywords with a value
 // -------------------------------------------------------------------- //
 
 bool ZEL_ScriptParm::parseName(DS_Stream &stream, const Context &context, const Keyword &)
@@ -277,7 +277,7 @@ bool ZEL_ScriptParm::parseCallback(DS_Stream &stream, const Context &, const Key
 
 bool ZEL_ScriptParm::parseRenderManType(DS_Stream &stream, const Context &, const Keyword &)
 {
-    // The text is that of a callback: what reads the messages knows it so.
+    // The message is the callback's: tools that read the messages expect it.
     KIT_String token;
     if (!ZELreadScriptToken(stream, token, "parm missing callback string")) {
         return false;
@@ -304,7 +304,7 @@ bool ZEL_ScriptParm::parseExport(DS_Stream &stream, const Context &, const Keywo
 }
 
 // -------------------------------------------------------------------- //
-// Words that stand alone
+// Keywords that stand alone
 // -------------------------------------------------------------------- //
 
 bool ZEL_ScriptParm::parseBaseParm(DS_Stream &, const Context &, const Keyword &)
@@ -347,7 +347,7 @@ bool ZEL_ScriptParm::parseObsolete(DS_Stream &stream, const Context &, const Key
 }
 
 // -------------------------------------------------------------------- //
-// Words with a block
+// Keywords with a block
 // -------------------------------------------------------------------- //
 
 bool ZEL_ScriptParm::parseTag(DS_Stream &stream, const Context &, const Keyword &)
@@ -410,7 +410,7 @@ bool ZEL_ScriptParm::readDefaults(DS_Stream &stream, int &count)
                 stream.warning("Invalid string meaning");
                 meaning = TRK_MEANING_LITERAL;
             }
-            // The closing bracket, whatever it is.
+            // The closing bracket; any token is accepted.
             if (!ZELreadScriptToken(stream, word, theEndError)) {
                 return false;
             }
@@ -453,7 +453,7 @@ int ZEL_ScriptParm::parseRange(DS_Stream &stream)
     if (!stream.getOpenBrace()) {
         return 0;
     }
-    // "Expeced" is kept: tools that read the messages look for the text.
+    // "Expeced" is kept: tools that read the messages search for this text.
     KIT_String min;
     KIT_String max;
     if (!stream.getToken(min) || min == "}") {

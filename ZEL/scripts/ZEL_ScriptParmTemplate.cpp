@@ -9,7 +9,7 @@
 namespace
 {
 
-/// What a template is told where the record has no spare data.
+/// The spare data given to a template when the record has none.
 const ZEL_SpareData &emptySpareData()
 {
     static const ZEL_SpareData theEmpty;

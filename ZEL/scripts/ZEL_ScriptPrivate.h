@@ -6,26 +6,26 @@ class DS_Stream;
 class KIT_String;
 class ZEL_SpareData;
 
-/// Report a formatted text through the stream.
+/// Report a formatted message through the stream.
 void ZELscriptError(DS_Stream &stream, const char *format, ...)
     __attribute__((format(printf, 2, 3)));
 void ZELscriptWarning(DS_Stream &stream, const char *format, ...)
     __attribute__((format(printf, 2, 3)));
 
-/// The next token; false with that error at the end of the text.
+/// Reads the next token; at the end of the text false, and reports `error`.
 bool ZELreadScriptToken(DS_Stream &stream, KIT_String &token, const char *error);
 
-/// Reads a `{ name value }` block, false with an error if it can't be read. Of several pairs the
-/// first one counts; without any, `name` is left alone.
+/// Reads a `{ name value }` block; false after an error. Of several pairs the first one counts;
+/// without any, `name` is left unchanged.
 bool ZELreadScriptTag(DS_Stream &stream, const char *braceError, KIT_String &name,
                       KIT_String &value);
 
-/// Keeps a pair; false with an error without a record.
+/// Stores a pair; without a record false, and an error is reported.
 bool ZELaddScriptTag(DS_Stream &stream, ZEL_SpareData *spare, const char *name,
                      const KIT_String &value);
 
-/// Drops the number behind "obsolete" if there is one.
+/// Skips the number after "obsolete" if there is one.
 void ZELskipScriptNumber(DS_Stream &stream);
 
-/// Warns of a name that hasn't as many `#` as it should; an empty one reads "<null>".
+/// Warns of a name with the wrong number of `#`; an empty name is reported as "<null>".
 void ZELcheckScriptName(DS_Stream &stream, const KIT_String &name, int marks);

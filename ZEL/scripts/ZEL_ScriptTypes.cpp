@@ -16,7 +16,7 @@ constexpr ZEL_ScriptType theTypes[] = {
 };
 constexpr int theTypeCount = int(std::size(theTypes));
 
-/// Two words for each row, in the order of the rows.
+/// Two keywords for each row, in the order of the rows.
 constexpr const char *theWords[] = {
 #define ZEL_SCRIPT_TYPE(word, otherWord, ...) word, otherWord,
 #include <ZEL/scripts/ZEL_ScriptTypes.def>
