@@ -1,40 +1,41 @@
 /// \file DS_Command.h
-/// A tool's command line as a dialog: settings become a line of words, and a line becomes settings.
+/// A tool's command line as a dialog: converts settings to a command line and back.
 ///
-/// Vocabulary: *record* = a parameter as its script declares it. *option* = the word in front of a
-///             record's values; a record without one is *positional*: its place among the others
-///             says what its words mean. *companion* = the parameter "tog.TOKEN" that says whether
-///             an optional record is on the line; a required record and a ZEL_TOGGLE_E have none.
-///             *vector* = a colour or direction: a set of folders is its companion (0 off, 1
-///             sliders, 2 expressions) with the parameters "TOKEN.InV" (hidden), TOKEN and
-///             "TOKEN.v0", "TOKEN.v1" ..., a text for each component. *number field* = a float or
-///             integer, which is a text parameter here. *expression* = what isn't a number in a
-///             number field or a vector's text, and a text that is one run in backticks.
+/// Vocabulary: *record* = a parameter as its script declares it. *word* = one argument of the line.
+///             *option* = the word before a record's values; a record without one is *positional*:
+///             its words are recognised by their position. *companion* = the parameter "tog.TOKEN"
+///             that says whether an optional record is on the line; a required record and a
+///             ZEL_TOGGLE_E have none. *vector* = a colour or direction: a set of folders is its
+///             companion (0 off, 1 sliders, 2 expressions) with the parameters "TOKEN.InV"
+///             (hidden), TOKEN and "TOKEN.v0", "TOKEN.v1" ..., a text for each component. *number
+///             field* = a float or integer, which is a text parameter here. *expression* = what
+///             isn't a number in a number field or a vector's text, and a text that lies entirely
+///             in backticks.
 /// Units:      values at time 0. One word for each component of a record.
 /// Ownership:  owns all of it, the list included; nothing outlives the command.
 /// Threads:    one thread at a time. The menu builders are the process's: set them before reading.
-/// Errors:     parse() answers 0 and the stream has the message. Words that can't be placed are
-///             ignored. A command without parameters, or without a file, has no list: lines are
-///             then nothing but its name.
+/// Errors:     parse() returns 0 and the stream has the message. Words that can't be assigned are
+///             ignored. A command without parameters, or without a file, has no list: its lines
+///             consist of its name alone.
 ///
-/// Lines. `getCommand` writes records in the order of the script; `setCommand` reads so that
-/// `setCommand(line)`, `getCommand` gives the same line for each line that `getCommand` can write, as
-/// long as no two records have one option:
+/// Lines. `getCommand` writes records in the order of the script. `setCommand` is its inverse:
+/// `setCommand(line)`, `getCommand` reproduces every line that `getCommand` can write, as long as
+/// no two records share an option:
 ///
 ///   - An option takes as many words as its record has components, whatever they look like: "-5"
-///     behind it is a value. A line that ends sooner leaves the other components as they are.
-///   - A toggle takes none: its option is there or not. A positional one takes a word, 0 or 1.
-///   - A word that is no option goes to the first positional record that hasn't got any. One that
-///     begins with an empty pair of quotes ('') is never an option: a positional value that reads
-///     like one is written so. Each further pair in front of it leaves one positional record out: a
-///     record that is off has no words, and those behind it keep their places so. The tool sees
+///     after it is a value. A line that ends early leaves the other components as they are.
+///   - A toggle takes none: its option is present or not. A positional toggle takes a word, 0 or 1.
+///   - A word that is no option goes to the first positional record that has none yet. One that
+///     begins with an empty pair of quotes ('') is never an option: a positional value that looks
+///     like one is written this way. Each further pair before it skips one positional record: a
+///     record that is off has no words, and the later ones keep their positions. The tool sees
 ///     nothing of such pairs.
-///   - Words fall apart by KIT_String::cshParse. A text is in double quotes if it needs them, the
+///   - Words are split by KIT_String::cshParse. A text is in double quotes if it needs them, the
 ///     empty one always; an expression in backticks. In the backticks of a number field, a backslash
-///     stands before a backslash and a backtick.
+///     precedes a backslash and a backtick.
 ///   - In a number field and a text the characters stay as they are; other numbers, a vector's too,
-///     are written in their shortest form. A vector goes to its sliders when they can hold all of
-///     its words, else to its expressions.
+///     are written in their shortest form. A vector is read into its sliders when they can hold all
+///     of its words, else into its expressions.
 ///   - A menu is written and read by its tokens.
 ///   - With RenderMan syntax the name, options and texts are in quotes, an optional record's values
 ///     in brackets. Brackets are dropped before a line is read, so those in a text are \133 and
@@ -64,8 +65,8 @@ class ZEL_Template;
 class ZEL_API DS_Command
 {
 public:
-    /// `file` is the family under which the command's presets are kept; without one the command has
-    /// no list.
+    /// `file` is the family under which the command's presets are stored; without one the command
+    /// has no list.
     explicit DS_Command(const char *file);
     ~DS_Command();
     DS_Command(const DS_Command &) = delete;
@@ -74,32 +75,32 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Reading   (once)
     // ---------------------------------------------------------------- //
-    /// Reads the command's block, with its braces, and makes the list. 1 on success; 0 too for a
-    /// command that was read already.
+    /// Reads the command's block, with its braces, and makes the list. Returns 1 on success, 0 on
+    /// failure and when a command was read already.
     int parse(DS_Stream &stream);
-    /// Adds the templates of one record, and of its companion if there is to be one. Null adds the
-    /// terminator. Nothing once there is a list, which borrows the templates. They borrow from the
-    /// record, which must outlive the command or belong to it.
+    /// Adds the templates of one record, and of its companion if `withToggle`. Null adds the
+    /// terminator. Does nothing once there is a list, which borrows the templates. The templates
+    /// borrow from the record, which must outlive the command or belong to it.
     void addTemplate(DS_Parm *parm, bool withToggle);
-    /// What fills the menu of a record with flag 0x8, and of one with flag 0x10; null for none. Set
-    /// for the process before threads start that make commands.
+    /// The functions that fill the menus of records with flag 0x8 and with flag 0x10; null for
+    /// none. Process-wide: set them before starting threads that make commands.
     static void setObjectMenuBuilder(ZEL_ChoiceList::NameGenerator builder);
     static void setRenderMenuBuilder(ZEL_ChoiceList::NameGenerator builder);
 
     // ---------------------------------------------------------------- //
     /// \name Lines
     // ---------------------------------------------------------------- //
-    /// Takes the settings from a line. Nothing for a line of another command. Optional records that
-    /// aren't on the line are off, required ones stay as they are; a toggle without its option is
-    /// off, required or not.
+    /// Takes the settings from a line; ignores a line of another command. Optional records that
+    /// aren't on the line are switched off, required ones stay as they are; a toggle without its
+    /// option is switched off, required or not.
     void setCommand(const char *line);
     /// The same with the line of the script's `default`, or the name alone.
     void setDefaultCommand();
     void getCommand(KIT_String &result);
-    /// Enables each record by its companion, a vector's texts and sliders by the folder chosen.
+    /// Enables each record by its companion, a vector's texts and sliders by the chosen folder.
     /// Non-zero if a state changed.
     int disableParms();
-    /// A record without an option gets its token as one.
+    /// Gives each record without an option its token as option.
     void enforceOptions();
 
     // ---------------------------------------------------------------- //
@@ -110,11 +111,11 @@ public:
     const KIT_String &getCommandName() const { return myCommandName; }
     const KIT_String &getLabel() const { return myLabel; }
     const KIT_String &getIcon() const { return myIcon; }
-    /// "" for a help text without any.
+    /// "" when there is no help text.
     const char *getHelp() const;
     /// Null when there is no list.
     ZEL_ParmList *getParmList() const { return myParmList.get(); }
-    /// Up to a terminator; null before anything was read.
+    /// Ends with a terminator; null before anything was read.
     ZEL_Template *getTemplateList() const { return myTemplates.get(); }
 
     int getRManSyntax() const { return myRManSyntax; }
@@ -123,7 +124,7 @@ public:
     void setKslSyntax(int flag) { myKslSyntax = flag; }
 
     // ---------------------------------------------------------------- //
-    /// \name For interfaces that drive other kinds of dialogs too   (they do nothing here)
+    /// \name For interfaces that drive other kinds of dialogs too   (do nothing here)
     // ---------------------------------------------------------------- //
     int parmChanged(int) { return 0; }
     int parmChanged(const char *) { return 0; }

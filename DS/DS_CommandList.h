@@ -4,11 +4,11 @@
 /// Units:      indices from 0, in the order in which the files have them.
 /// Ownership:  owns its commands.
 /// Threads:    one thread at a time.
-/// Errors:     a command that can't be read is left out, and its message is the stream's. There is
-///             always a command: with none read, one that says so.
+/// Errors:     a command that can't be read is left out; the stream has its message. The list is
+///             never empty: when no command could be read, it holds one that says so.
 ///
-/// A file has a block for each command, the word `command` in front of it or not, and any words
-/// between them.
+/// A file has a block for each command, optionally preceded by the keyword `command`. Other tokens
+/// between the blocks are ignored.
 
 #pragma once
 
@@ -39,14 +39,15 @@ public:
     }
     /// The first of that name, null if there is none.
     DS_Command *getCommand(const char *name) const;
-    /// Its index. 0 if there is none: whoever asks for a dialog gets one.
+    /// Its index. 0 if there is none, so that the caller always gets a dialog.
     int findCommand(const char *name) const;
     /// The file read last.
     const KIT_String &getFileName() const { return myFileName; }
 
     /// On each command.
     void enforceOptions();
-    /// The syntax of all commands: 1 RenderMan, 2 shading language, any other plain; 0 leaves them.
+    /// Sets the syntax of all commands: 1 RenderMan, 2 shading language, any other plain; 0 changes
+    /// nothing.
     void setSyntax(int syntax);
 
 private:

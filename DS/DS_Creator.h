@@ -1,29 +1,29 @@
 /// \file DS_Creator.h
-/// Writes a dialog script from what a DS_ParmReader hands out.
+/// Writes a dialog script from what a DS_ParmReader supplies.
 ///
 /// Vocabulary: *group* = a folder, named by a path with slashes. *record* = a DS_ParmInfo. *script
 ///             form* = a text as it stands in a script, quotes and escapes included.
 /// Units:      an indent of level n is n + 1 steps of four columns, two steps to a tab.
-/// Ownership:  borrows the reader and the stream; both outlive their use. A copy has the reader and
-///             the texts and no open output, so that a trailer is written once.
+/// Ownership:  borrows the reader and the stream, which must outlive their use. A copy has the
+///             reader and the texts but no open output, so that the trailer is written once.
 /// Threads:    one writer at a time in the whole process: the open groups, the indent and the buffer
 ///             of escapes are shared.
-/// Errors:     none of its own; what the stream can't take shows in its state. Without an open output
+/// Errors:     none of its own; a failed write shows in the stream's state. Without an open output
 ///             nothing is written.
 ///
-/// What is written is less than what is read, and is kept so, as scripts are compared as text and
-/// their readers know the form:
+/// The writer covers less than the reader. This is kept, because scripts are compared as text and
+/// their readers rely on the form:
 ///
 ///     name, label          of a parameter, the label of a group, conditions, lines of a menu script
-///                          and input labels stand as they are: who wants them read back gives them
-///                          in script form
-///     group                is the one word for folders; their names are made up: g0, g1 ...
+///                          and input labels are written as they are: to be readable again they
+///                          must be in script form
+///     group                is the only keyword for folders; their names are generated: g0, g1 ...
 ///     type                 of a parameter with a menu is integer, buttonstrip or string
-///     size                 isn't written beside a menu
-///     default              a text with a meaning has no closing quote
-///     disablewhen          as records has no operators
+///     size                 isn't written if there is a menu
+///     default              a text with a meaning lacks its closing quote
+///     disablewhen          given as records has no operators
 ///     help                 braces in a line count when the block is read again
-///     never                nocookwhen, required, obsolete, experimental, logarithmic, baseparm,
+///     never written        nocookwhen, required, obsolete, experimental, logarithmic, baseparm,
 ///                          menumini, menujoin, usetokenvalue, blocks of items
 
 #pragma once
@@ -52,44 +52,44 @@ public:
     // ---------------------------------------------------------------- //
     /// Writes the trailer of this class if an output is open.
     virtual ~DS_Creator();
-    /// Lines of the application's own behind name, script and label. Base: none.
+    /// Lines of the application's own after name, script and label. Base: none.
     virtual void writeContextSpecific();
     /// Whether the reader's info text is written. Base: 1.
     virtual int writeInfo();
-    /// What stands in front of the dialog. Base: a comment with the creator, the source and the time.
+    /// What precedes the dialog. Base: a comment with the creator, the source and the time.
     virtual void writeHeader(const char *creator, const char *source);
-    /// What stands behind the last dialog. Base: nothing.
+    /// What follows the last dialog. Base: nothing.
     virtual void writeTrailer(const char *creator, const char *source);
 
     // ---------------------------------------------------------------- //
-    /// \name Writing   (all answer 1)
+    /// \name Writing   (all return 1)
     // ---------------------------------------------------------------- //
-    /// Ends the output that is open with its trailer and takes this one.
+    /// Ends the open output with its trailer and opens this one.
     int openOutput(std::ostream &os);
-    /// Ends the output that is open.
+    /// Ends the open output.
     int closeOutput();
     /// Lets the reader fill its records.
     int prepareToWriteOutput();
     /// Writes the dialog; any number of times.
     int writeOutput();
-    /// A text in the place of all parameters; null or "" for none.
+    /// A text to write instead of all parameters; null or "" for none.
     void setParmDSOverride(const char *text) { myParmOverride.harden(text); }
 
     // ---------------------------------------------------------------- //
     /// \name Pieces
     // ---------------------------------------------------------------- //
-    /// Writes one parameter's block, as deep as the groups that are open; nothing for an array.
+    /// Writes one parameter's block, indented by the open groups; nothing for an array.
     static void printParm(std::ostream &os, const DS_ParmInfo &info);
     /// The same to the standard error stream.
     static void dumpParm(const DS_ParmInfo *info);
-    /// The white space in front of a line of that level, until the next call.
+    /// The indent of a line of that level; valid until the next call.
     static const char *getIndent(int level);
-    /// Old grouping goes through the group names, the new one, which is the default, through the
-    /// parameters in their order. What is in no group, the old one writes into the last group. One
-    /// for the process: set before threads start.
+    /// Old grouping iterates over the group names, new grouping (the default) over the parameters
+    /// in their order. Old grouping writes parameters without a group into the last group.
+    /// Process-wide: set it before starting threads.
     static bool getUseOldGrouping() { return theUseOldGroupingFlag; }
     static void setUseOldGrouping(bool on) { theUseOldGroupingFlag = on; }
-    /// The words of the export levels 0, 1 and 2.
+    /// The keywords of the export levels 0, 1 and 2.
     static const char *const theToolboxLabels[3];
 
 protected:

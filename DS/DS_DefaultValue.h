@@ -1,12 +1,12 @@
 /// \file DS_DefaultValue.h
 /// The default of a parameter, a value for each component; a record of the script writer.
 ///
-/// Vocabulary: *kind* = what the values are: numbers, whole numbers, or texts with a meaning each.
+/// Vocabulary: *kind* = what the values are: numbers, whole numbers, or texts, each with a meaning.
 ///             *meaning* = how a text is read, literal or as an expression of which language.
 /// Units:      indices from 0.
 /// Ownership:  owns copies of everything.
 /// Threads:    const calls from any thread.
-/// Errors:     a value of another kind, or one that isn't there, is 0, "" or a literal.
+/// Errors:     a value of another kind, or a missing one, reads as 0, "" or a literal.
 
 #pragma once
 
@@ -28,8 +28,8 @@ public:
     };
     using Meanings = KIT_ValArray<TRK_StringMeaning>;
 
-    /// Texts without a meaning of their own are literals. What is longer than an int is cut to its
-    /// low bits.
+    /// Texts without a meaning of their own are literals. Of a 64-bit integer the low 32 bits are
+    /// kept.
     explicit DS_DefaultValue(const KIT_ValArray<int> &values) { copy(values); }
     explicit DS_DefaultValue(const KIT_ValArray<float> &values) { copy(values); }
     explicit DS_DefaultValue(const KIT_ValArray<double> &values) { copy(values); }
@@ -47,7 +47,7 @@ public:
         copy(values, meanings, count);
     }
 
-    /// Replaces everything, the kind too. Null `meanings` are literals.
+    /// Replaces everything, the kind too. Null `meanings` stands for literals.
     void copy(const KIT_ValArray<int> &values) { copy(values.data(), int(values.entries())); }
     void copy(const KIT_ValArray<float> &values) { copy(values.data(), int(values.entries())); }
     void copy(const KIT_ValArray<double> &values) { copy(values.data(), int(values.entries())); }

@@ -1,6 +1,6 @@
 /// \file DS_DisableInfo.h
-/// One group of a `disablewhen`: parameters that must all have a value; a record of the script
-/// writer.
+/// One group of a `disablewhen`: parameters, each with the value it must have; a record of the
+/// script writer.
 ///
 /// Units:      indices from 0, in the order of addInfo().
 /// Ownership:  owns copies of its texts.

@@ -29,7 +29,7 @@ public:
     /// What the interface calls it.
     const char *getLabel() const { return myLabel.nonNullStr(); }
     void setLabel(const char *text) { myLabel = text; }
-    /// The word that tells which part of the handle it is.
+    /// The token of the part of the handle.
     const char *getDesc() const { return myDesc.nonNullStr(); }
     void setDesc(const char *text) { myDesc = text; }
     /// The settings that the handle starts with.

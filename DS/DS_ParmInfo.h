@@ -1,13 +1,14 @@
 /// \file DS_ParmInfo.h
-/// One parameter of a dialog as the script writer sees it.
+/// One parameter of a dialog as the script writer gets it.
 ///
-/// Vocabulary: *logarithmic* = a bit of the flags that counts for a single number only. *embed* = the
-///             sign bit of the flags, which tells "embed" from "toggle".
-///             *script form* = a text as it stands in a script; names, labels, conditions and the
-///             lines of a menu script are written as they are, so who wants them read back puts
-///             quotes and escapes there.
+/// Vocabulary: *logarithmic* = a bit of the flags that applies to a single number only. *embed* =
+///             the sign bit of the flags, which distinguishes "embed" from "toggle". *script form*
+///             = a text as it stands in a script; names, labels, conditions and the lines of a menu
+///             script are written as they are, so to be readable again they must contain quotes and
+///             escapes.
 /// Units:      `size` in components; `exportLevel` 0 none, 1 dialog, 2 all, above: not written;
-///             `menuType` 0 one of the choices, 1 a choice replaces the text, 2 it toggles a word.
+///             `menuType` 0 one of the choices, 1 a choice replaces the text, 2 it toggles a word
+///             of the text.
 /// Ownership:  owns its texts and the records in its lists, which are made by new.
 /// Threads:    one thread at a time; const calls from any.
 /// Errors:     none.
@@ -35,7 +36,7 @@ public:
     static constexpr unsigned theLogarithmicFlag = 0x100;
     static constexpr unsigned theEmbedFlag = 0x80000000;
 
-    /// The text is the name and the label. A single float, no multi-parameter.
+    /// A single float with this text as name and label; not a multi-parameter.
     explicit DS_ParmInfo(const char *name);
     ~DS_ParmInfo();
     DS_ParmInfo(const DS_ParmInfo &) = delete;
@@ -52,12 +53,12 @@ public:
     void setLogarithmic(bool logarithmic);
     bool isInvisible() const;
     void setInvisible();
-    /// Sets type, size and kind of ramp by a type word. False, and no change, for an unknown word and
-    /// for those behind "buttonstrip", which records don't know by word; "ordinal" is true and no
-    /// change. Words for nodes are plain texts here.
+    /// Sets type, size and kind of ramp from a type keyword. Returns false without a change for an
+    /// unknown keyword and for those listed after "buttonstrip", which records can't express;
+    /// "ordinal" returns true without a change. Keywords for nodes are plain texts here.
     bool setTypeByToken(const char *word);
-    /// The first word that fits the type. Other ordinals are "string" with a menu and "integer"
-    /// without, and the rest is "float".
+    /// The first keyword that fits the type. Other ordinals give "string" with a menu and "integer"
+    /// without; everything else gives "float".
     const char *getTypeToken() const;
     void addHelpText(const char *text) { help += text; }
     /// Arrays aren't written.
@@ -84,7 +85,7 @@ public:
     int size = 1;
     std::unique_ptr<DS_DefaultValue> defaults;
     std::unique_ptr<ZEL_Range> range;
-    KIT_ValArray<DS_DisableInfo *> disableInfo; // counts without `disableWhen` only
+    KIT_ValArray<DS_DisableInfo *> disableInfo; // used without `disableWhen` only
     KIT_String disableWhen;                     // in script form
     KIT_String hideWhen;                        // in script form
 

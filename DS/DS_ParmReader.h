@@ -2,10 +2,11 @@
 /// Where the script writer gets a dialog from: a flat list of parameter records, the lists of
 /// bindings, and, from a derived class, the dialog's own texts.
 ///
-/// Vocabulary: *binding* = what ties a viewport selector or handle to parameters. *bound* handles and
-///             *unbound* selectors are written for every dialog, *reserved* ones by their own words.
-/// Units:      `groupSize` in parameters for each page that is made up, 0 for no limit. Numbers of
-///             readers are kept in 16 bits.
+/// Vocabulary: *binding* = what ties a viewport selector or handle to parameters. *bound* handles
+///             and *unbound* selectors are written for every dialog, *reserved* ones under keywords
+///             of their own.
+/// Units:      `groupSize` in parameters for each generated page, 0 for no limit. The reader's
+///             numbers are kept in 16 bits.
 /// Ownership:  owns the records in its lists (made by new) and the group names (made by malloc). A
 ///             copy borrows what it was copied from, which must outlive it, and owns what was
 ///             appended to it later. Group names aren't copied.
@@ -33,7 +34,7 @@ public:
     DS_ParmReader &operator=(const DS_ParmReader &other);
 
     // ---------------------------------------------------------------- //
-    /// \name The dialog   (called by the writer; texts live until the next call of the same slot)
+    /// \name The dialog   (called by the writer; a text is valid until the same slot is called again)
     // ---------------------------------------------------------------- //
     /// Deletes the records it owns.
     virtual ~DS_ParmReader();
@@ -43,7 +44,7 @@ public:
     virtual void subclassHook2() = 0;
     /// Fills `myParms` before writing.
     virtual void prepareParms() = 0;
-    /// The name, which is also told as the source file of the written script.
+    /// The name, which is also written as the source file of the script.
     virtual const char *getDialogName() = 0;
     virtual const char *getDialogScript() = 0;
     virtual const char *getDialogLabel() = 0;
@@ -56,7 +57,7 @@ public:
     virtual int getNumInputLabels() const;
     /// Base: "".
     virtual const char *getRenderMask();
-    /// The record at the index, null behind the last. A negative index is not checked.
+    /// The record at the index, null past the last. A negative index is not checked.
     virtual DS_ParmInfo *getParmInfo(int index);
 
     // ---------------------------------------------------------------- //
@@ -75,7 +76,7 @@ public:
     const KIT_ValArray<DS_HandleBinding *> &getReservedHandles() const { return myReservedHandles; }
     const KIT_ValArray<DS_HandleBinding *> &getBoundHandles() const { return myBoundHandles; }
 
-    /// Whether parameters are to be written inside of groups.
+    /// Whether parameters are to be written inside groups.
     bool isDoingGroups() const { return myDoingGroups != 0; }
     unsigned getGroupSize() const { return myGroupSize; }
     void setGroupSize(unsigned size) { myGroupSize = static_cast<uint16_t>(size); }

@@ -1,16 +1,16 @@
 /// \file DS_ScriptReader.h
-/// Hands a dialog script that was read to the script writer.
+/// Supplies a parsed dialog script to the script writer.
 ///
 /// Vocabulary: *page* = the script as it was parsed. *script form* = a text as it stands in a script;
 ///             what the writer writes as it stands (names, labels of parameters and folders,
 ///             conditions, lines of menu scripts) is in the records in this form, so that a script
-///             that is written again can be read again. *loss* = a part of the script that the writer
-///             has no words for. An array record stands for a block of items, or, without a name, for
-///             an empty folder: the writer writes its folder alone.
+///             that is written again can be read again. *loss* = a part of the script that the
+///             writer can't express. An array record represents a block of items, or, without a
+///             name, an empty folder: only its folder is written.
 /// Units:      inputs from 0; labels of inputs from theMostInputs on are dropped.
-/// Ownership:  owns the page and the texts. Records as told at DS_ParmReader.
+/// Ownership:  owns the page and the texts. Records as in DS_ParmReader.
 /// Threads:    one thread at a time.
-/// Errors:     parse() answers as ZEL_ScriptPage does. Losses are told by getLosses().
+/// Errors:     parse() returns what ZEL_ScriptPage returns. getLosses() reports the losses.
 
 #pragma once
 
@@ -29,7 +29,8 @@ class ZEL_API DS_ScriptReader : public DS_ParmReader
 public:
     static constexpr int theMostInputs = 10000;
 
-    /// `source` is told as the script's source if it has no `script` word; null is none.
+    /// `source` is reported as the script's source if the script has no `script` keyword; null is
+    /// none.
     explicit DS_ScriptReader(const char *source);
     ~DS_ScriptReader() override;
     DS_ScriptReader(const DS_ScriptReader &) = delete;
@@ -37,15 +38,15 @@ public:
 
     /// Reads one script, once. False at its first error, which the stream reports.
     bool parse(DS_Stream &stream);
-    /// For who parses it himself: a page that keeps what ZEL_ScriptPage drops.
+    /// For callers that parse themselves: a page that keeps what ZEL_ScriptPage drops.
     ZEL_ScriptPage &getPage();
-    /// What prepareParms() found no words for, a sentence each.
+    /// What prepareParms() couldn't express, a sentence each.
     const KIT_StringArray &getLosses() const { return myLosses; }
 
     const char *getClassName() const override;
     void subclassHook1() override;
     void subclassHook2() override;
-    /// Makes the records of the page anew.
+    /// Makes the page's records again.
     void prepareParms() override;
     const char *getDialogName() override;
     const char *getDialogScript() override;

@@ -38,7 +38,7 @@ public:
     /// The menu of the selector.
     const char *getMenu() const { return myMenu.nonNullStr(); }
     void setMenu(const char *text) { myMenu = text; }
-    /// The input that is selected from, from 0.
+    /// The index, from 0, of the input that is selected from.
     int getInputIndex() const { return myInputIndex; }
     void setInputIndex(int value) { myInputIndex = value; }
     /// Not 0: the input must be connected.

@@ -2,15 +2,15 @@
 /// What every parser of the dialog-script language reads through: tokens, brace blocks, messages.
 ///
 /// Vocabulary: *token* = a text as the script means it, its backslashes resolved; TOK_TokenStream.h
-///             tells how a script falls into tokens. *block* = the tokens between `{` and its `}`.
-///             *reduced* = files can't be included (no -h, -H among the options).
+///             describes how a script is split into tokens. *block* = the tokens between `{` and
+///             its `}`. *reduced* = files can't be included (no -h, -H among the options).
 /// Ownership:  owns its messages and the text; a KIT_IStream is read whole on opening.
-/// Threads:    one thread for its whole life.
-/// Errors:     error(), warning() and message() print to the standard error stream, unless a sink
-///             takes them (setMessageSink), and keep the text under common code 14. None of them
-///             stops the reading: the caller decides. Preprocessor messages go to the thread's
-///             current error manager instead.
-/// Cost:       a block or message below 2,000 bytes uses no heap besides the result.
+/// Threads:    used by a single thread for its whole life.
+/// Errors:     error(), warning() and message() print to the standard error stream, or to a sink if
+///             one is set (setMessageSink), and keep the text under common code 14. None of them
+///             stops reading: the caller decides. Preprocessor messages go to the thread's current
+///             error manager instead.
+/// Cost:       a block or message below 2,000 bytes allocates nothing but the result.
 
 #pragma once
 
@@ -21,8 +21,8 @@
 class ZEL_API DS_Stream : public TOK_TokenStream
 {
 public:
-    /// Reads from an open stream; `name` stands in messages, and a source without one has messages
-    /// without a place.
+    /// Reads from an open stream; `name` is shown in messages; without a name messages have no file
+    /// and line.
     DS_Stream(KIT_IStream &stream, const char *name, bool reduced);
     /// Reads a file; `mode` as in TOK_TokenStream, -1 for the usual one.
     DS_Stream(const char *fileName, int mode);
@@ -31,15 +31,16 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Reading
     // ---------------------------------------------------------------- //
-    /// Replaces `token` by the next token and answers 1; 0 at the end, with `token` left alone. A
-    /// token that was put back is resolved once more.
+    /// Replaces `token` by the next token and returns 1; at the end returns 0 and leaves `token`
+    /// alone. A token that was put back is unescaped a second time.
     int getToken(KIT_String &token);
-    /// Reads one token, whatever it is, and answers whether it is "{". Says nothing.
+    /// Consumes one token, whatever it is, and returns whether it is "{". Reports nothing.
     int getOpenBrace();
-    /// Reads a block with the blocks inside it. Each token is written with `separator` behind it; an
-    /// empty block gives one separator. `protect` writes tokens in double quotes with escapes. 0
-    /// without an opening brace, and with an error when the text ends first; `result` is then "".
-    /// A token that closes the block is dropped whole, also when there is more to it than the brace.
+    /// Reads a block with the blocks inside it. Each token is followed by `separator`; an empty
+    /// block gives one separator. `protect` writes tokens in double quotes with escapes. Returns 0,
+    /// with an empty `result`, without an opening brace, and, after reporting an error, when the
+    /// text ends first. The token that closes the block is dropped entirely, even if it holds more
+    /// than the brace.
     int parseBlock(KIT_String &result, char separator, bool protect);
 
     // ---------------------------------------------------------------- //
@@ -49,21 +50,22 @@ public:
     void warning(const char *text);
     void message(const char *text);
 
-    /// Drops the messages of the thread's current error manager and then this stream's.
+    /// Clears the messages of the thread's current error manager, then this stream's.
     void clearErrors();
-    /// Replaces `out` by the messages of at least that severity, one a line; answers their number.
+    /// Replaces `out` by the messages of at least that severity, one a line; returns their number.
     int getErrorMessages(KIT_String &out, KIT_ErrorSeverity severity);
     /// The highest severity reported.
     KIT_ErrorSeverity getErrorSeverity() { return myErrors.getSeverity(); }
     /// Moves all messages of another stream to the end of this one's.
     void stealErrors(DS_Stream &other);
 
-    /// Takes the messages of all streams of the process in the place of the standard error stream.
-    /// `file` is null, and the line 0, for a source without a name; `text` is what was reported,
-    /// without severity word and place.
+    /// Receives the messages of all streams of the process instead of the standard error stream.
+    /// `file` is null and `line` 0 for a source without a name; `text` is the message without
+    /// severity, file and line.
     using MessageSink = void (*)(void *data, KIT_ErrorSeverity severity, const char *file, int line,
                                  const char *text);
-    /// Null, the default: the standard error stream. Set before threads start that read scripts.
+    /// Null, the default: the standard error stream. Set it before starting threads that read
+    /// scripts.
     static void setMessageSink(MessageSink sink, void *data);
 
 private:
