@@ -230,9 +230,8 @@ struct ZEL_Instance::Options::Label : OptionRow
     template <class Emit>
     static void writeBinary(const ZEL_Instance &from, const Emit &emit)
     {
-        emit([&](KIT_ByteBuffer &out) {
-            out.appendText(isSet(from) ? KIT_String(from.getLabel()).view() : std::string_view());
-        });
+        const KIT_String label(isSet(from) ? from.getLabel() : "");
+        emit([&](KIT_ByteBuffer &out) { out.appendText(label.nonNullStr()); });
     }
     static bool readBinary(ZEL_Instance &to, KIT_IStream &is, Form form)
     {
