@@ -47,7 +47,7 @@ int DS_Command::parse(DS_Stream &stream)
 void DS_Command::addPage(ZEL_ScriptPage &page)
 {
     for (int i = 0; i < page.getParmEntries(); ++i) {
-        // All records come from newParm() of a DS_Page.
+        // All records were created by newParm() of a DS_Page.
         DS_Parm *const parm = static_cast<DS_Parm *>(page.getParm(i));
         const ZEL_ScriptGroup *const group = parm->getGroup();
         if (!group || group->isMultiParm()) {

@@ -1,4 +1,4 @@
-// Command lines read into a dialog command.
+// Reads command lines into a dialog command.
 
 #include <DS/DS_Command.h>
 
@@ -15,7 +15,8 @@
 namespace
 {
 
-/// A line as words, and as it writes them: only there a word shows that it is no option.
+/// A line as words, parsed and as written: only the written form shows that a word is quoted and no
+/// option.
 struct Line
 {
     explicit Line(const KIT_String &text)
@@ -25,7 +26,7 @@ struct Line
         text.cshParse(written, keepQuotes);
     }
 
-    /// Empty pairs of quotes in front of the word proper.
+    /// Empty pairs of quotes before the word itself.
     int countPairs(int index) const
     {
         constexpr std::string_view pair("''");
@@ -92,7 +93,7 @@ private:
         return count;
     }
 
-    /// Words used; one that nothing takes is skipped.
+    /// Returns the number of words used; a word that nothing accepts is skipped.
     int feedPositional(const Line &line, int at)
     {
         const int leftOut = std::max(line.countPairs(at) - 1, 0);

@@ -11,7 +11,7 @@
 namespace
 {
 
-/// What stands in for the commands of a file that has none.
+/// The entry used for a file without commands.
 constexpr char theDefaultEntry[] = "{\n"
                                    "    name null\n"
                                    "    label \"No dialogs defined\"\n"

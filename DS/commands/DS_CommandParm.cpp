@@ -20,13 +20,13 @@ namespace
 constexpr double theTime = 0.0;
 constexpr int theAllComponents = -1;
 
-/// Numbers that are written as they are; "" isn't one.
+/// Numbers that are written unchanged; "" isn't one.
 bool isNumber(const std::string &text)
 {
     return KIT_String(text.c_str()).isFloat();
 }
 
-/// Whether a toggle's word sets it.
+/// Whether a toggle's word turns it on.
 bool isSet(const char *word)
 {
     return *word && std::strcmp(word, "0") != 0 && std::strcmp(word, "off") != 0;
@@ -166,13 +166,13 @@ bool DS_CommandParm::isOn() const
     if (myKind == Kind::NONE || (myCompanion && getInt(myCompanion, 0) == 0)) {
         return false;
     }
-    // A toggle with an option is on the line when it is set; its value has no word.
+    // A toggle with an option is on the line when it is set; it has no word for a value.
     return myKind != Kind::TOGGLE || isPositional() || getInt(myParm, 0) != 0;
 }
 
 void DS_CommandParm::reset()
 {
-    // What has no option leaves that to its word.
+    // A toggle without an option is reset by its word.
     const bool optionFlag = myKind == Kind::TOGGLE && !myCompanion && !isPositional();
     if (myRecord.getType() == ZEL_TOGGLE_E || optionFlag) {
         setInt(myParm, theAllComponents, 0);
@@ -204,7 +204,7 @@ bool DS_CommandParm::disable()
 }
 
 // -------------------------------------------------------------------- //
-// Words in
+// Reading words
 // -------------------------------------------------------------------- //
 
 void DS_CommandParm::setWords(const char *const *words, int count)
@@ -234,7 +234,7 @@ void DS_CommandParm::setVector(const char *const *words, int count)
             slidersFlag = false;
             continue;
         }
-        // A range may hold the slider back.
+        // A range may clamp the slider.
         setNumber(i, text.c_str());
         slidersFlag = slidersFlag && getNumber(i) == shortest(text);
     }
@@ -275,7 +275,7 @@ void DS_CommandParm::setInt(ZEL_Parm *parm, int component, int value)
 }
 
 // -------------------------------------------------------------------- //
-// Words out
+// Writing words
 // -------------------------------------------------------------------- //
 
 int DS_CommandParm::getInt(const ZEL_Parm *parm, int component)
@@ -338,7 +338,7 @@ DS_CommandParm::Word DS_CommandParm::getVectorWord(int component) const
     if (myCompanion && getInt(myCompanion, 0) == EXPRESSIONS) {
         return isNumber(text) ? Word{shortest(text)} : Word{text, !text.empty(), true};
     }
-    // Without a companion nothing but the text itself tells that it is an expression.
+    // Without a companion only the text itself shows that it is an expression.
     const bool expressionFlag = !myCompanion && !text.empty() && !isNumber(text);
     return expressionFlag ? Word{text, true} : Word{getNumber(component)};
 }

@@ -1,11 +1,11 @@
 /// \file DS_CommandParmPrivate.h
-/// One record of a dialog command together with its parameters: what a line reads into and is written
-/// from.
+/// One record of a dialog command together with its parameters: the target of reading a line and
+/// the source of writing one.
 ///
 /// Vocabulary: as DS_Command.h.
 /// Ownership:  borrows record and list.
 /// Threads:    one thread at a time.
-/// Errors:     a component that isn't there reads as "", and setting it does nothing.
+/// Errors:     a component that doesn't exist reads as "", and setting it does nothing.
 
 #pragma once
 
@@ -40,7 +40,7 @@ public:
         SLIDERS,
         EXPRESSIONS
     };
-    /// What a component has on a line.
+    /// A component's word on a line.
     struct Word
     {
         std::string text;
@@ -49,31 +49,31 @@ public:
     };
 
     DS_CommandParm(ZEL_ScriptParm &record, ZEL_ParmList &list);
-    /// The records of a page and its folders in order.
+    /// Collects the records of a page and its folders in order.
     static void collect(const ZEL_ScriptPage &page, KIT_ValArray<ZEL_ScriptParm *> &records);
     static Kind findKind(const ZEL_ScriptParm &record);
-    /// What a number field keeps of its type.
+    /// The part of its type that a number field keeps.
     static ZEL_Type getLooks();
 
     Kind getKind() const { return myKind; }
     const KIT_String &getOption() const;
     bool isPositional() const { return getOption().isEmpty(); }
     bool isRequired() const;
-    /// Components; 0 for what has no words.
+    /// Components; 0 for a record without words.
     int getSize() const;
-    /// Whether words without an option are for it.
+    /// Whether it takes words without an option.
     bool takesPlace() const { return isPositional() && getSize() > 0; }
 
-    /// Whether the record is to be on a line.
+    /// Whether the record is written to a line.
     bool isOn() const;
-    /// Off, as far as it can be.
+    /// Turns it off, as far as it can be.
     void reset();
-    /// The companion to 1, a toggle too.
+    /// Sets the companion to 1; a toggle is set too.
     void turnOn();
-    /// Reads the words of the first `count` components; `words` has that many.
+    /// Reads the words of the first `count` components; `words` has `count` entries.
     void setWords(const char *const *words, int count);
     Word getWord(int component) const;
-    /// By the companion; true if a state changed.
+    /// Disables by the companion; true if a state changed.
     bool disable();
 
 private:
@@ -86,7 +86,7 @@ private:
     Word getVectorWord(int component) const;
     bool isMenuToken(const std::string &text) const;
     static int getInt(const ZEL_Parm *parm, int component);
-    /// Of all components with a negative index.
+    /// A negative component means all.
     static void setInt(ZEL_Parm *parm, int component, int value);
     ZEL_Parm *findTextOf(int component) const;
 
@@ -97,8 +97,7 @@ private:
     ZEL_Parm *myCompanion = nullptr;
 };
 
-/// A word that stands for an expression without its backticks and their backslashes; any other as it
-/// is.
+/// An expression's word without its backticks and their backslashes; any other word unchanged.
 std::string DSstripBackticks(const char *word);
-/// Whether the text is one run in backticks.
+/// Whether the text is a single run in backticks.
 bool DSisBacktickRun(const char *text);

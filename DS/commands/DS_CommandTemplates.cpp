@@ -38,7 +38,7 @@ ZEL_ChoiceList *findMenu(DS_Parm &parm)
     return parm.getMadeMenu();
 }
 
-/// Templates borrow what the record has; its readers are const, the record isn't.
+/// Templates borrow the record's parts; its accessors are const, the record isn't.
 ZEL_Name *nameOf(ZEL_ScriptParm &parm)
 {
     return const_cast<ZEL_Name *>(&parm.getName());
@@ -67,8 +67,8 @@ void DS_Command::setRenderMenuBuilder(ZEL_ChoiceList::NameGenerator builder)
 
 ZEL_Template &DS_Command::nextTemplate()
 {
-    // Templates hold texts and may own a menu, so they move by assignment. One behind the last is a
-    // terminator at any time.
+    // Templates contain texts and may own a menu, so they are moved by assignment. The one after
+    // the last is always a terminator.
     if (myTemplateCount + 1 >= myTemplateCapacity) {
         const int capacity = std::max(16, 2 * myTemplateCapacity);
         std::unique_ptr<ZEL_Template[]> grown(new ZEL_Template[static_cast<size_t>(capacity)]);
@@ -208,7 +208,7 @@ ZEL_Default *DS_Command::numberDefaults(ZEL_ScriptParm &parm)
     if (ZEL_Default *const defaults = defaultsOf(parm)) {
         return defaults;
     }
-    // A text parameter would start empty, a number starts at 0.
+    // A text parameter would start empty, but a number starts at 0.
     ZEL_Default *const zeros = makeDefaults(parm.getSize());
     std::fill_n(zeros, std::max(parm.getSize(), 0), ZEL_Default(0.0, "0"));
     return zeros;

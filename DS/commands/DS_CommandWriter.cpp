@@ -1,4 +1,4 @@
-// A dialog command's settings written as a line.
+// Writes a dialog command's settings as a line.
 
 #include <DS/DS_Command.h>
 
@@ -18,7 +18,7 @@
 namespace
 {
 
-/// Bytes that no shell gives a meaning.
+/// Bytes without a special meaning in any shell.
 bool isPlainByte(char c)
 {
     return BASisWordChar(c) || c < 0 ||
@@ -40,7 +40,7 @@ std::string quote(std::string_view text, bool always)
     return quoted + '"';
 }
 
-/// Brackets are dropped from a line before it is read.
+/// Escapes brackets, which are dropped from a line before it is read.
 std::string hideBrackets(const std::string &text)
 {
     std::string hidden;
@@ -55,7 +55,7 @@ bool hasBracket(std::string_view text)
     return text.find_first_of("[]") != std::string_view::npos;
 }
 
-/// A text as a line has it.
+/// A text as it is written on a line.
 std::string quoteText(std::string_view text, bool rman)
 {
     const std::string quoted = quote(text, rman);
@@ -104,7 +104,7 @@ public:
     }
 
 private:
-    /// `gap` is how many places in front of it are left out.
+    /// `gap` = the number of positional records before it that are left out.
     void writeParm(std::ostream &os, const DS_CommandParm &parm, int gap) const
     {
         const bool placeFlag = parm.isPositional();
@@ -146,7 +146,8 @@ private:
         return quoteFlag ? quoteText(word.text, myRManFlag) : word.text;
     }
 
-    /// One pair keeps a word from being an option, each further one leaves a place out.
+    /// One pair of quotes keeps a word from being read as an option; each further one skips a
+    /// position.
     void writePairs(std::ostream &os, const DS_CommandParm::Word &word, const std::string &written,
                     int gap) const
     {
@@ -157,7 +158,7 @@ private:
         }
     }
 
-    /// Whether the text can stand as it is, being one run in backticks.
+    /// Whether the text can be written unchanged, being a single run in backticks.
     bool isRunInLine(const DS_CommandParm::Word &word) const
     {
         return word.textFlag && DSisBacktickRun(word.text.c_str()) &&

@@ -1,6 +1,6 @@
 /// \file DS_PagePrivate.h
 /// A page of a dialog command: a script page that keeps its help and icon, and counts the templates
-/// that commands make of its records.
+/// that commands create from its records.
 ///
 /// Threads:    one thread at a time.
 
@@ -12,10 +12,10 @@
 class DS_Page : public ZEL_ScriptPage
 {
 public:
-    /// Templates directly in a folder: a set of folders is one of them.
+    /// Templates directly in a folder: a set of folders counts as one.
     int countParameters() const override;
     ZEL_ScriptParm *newParm() override;
-    /// Imported records are a command's like the others.
+    /// Imported records become part of the command like the others.
     ZEL_ScriptPage *newImportPage() override;
     /// Adds the block to the help text.
     int parseHelp(DS_Stream &stream, KIT_String &help) override;

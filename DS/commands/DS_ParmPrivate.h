@@ -1,7 +1,7 @@
 /// \file DS_ParmPrivate.h
 /// A record of a dialog command.
 ///
-/// Ownership:  owns the menu that was made for it.
+/// Ownership:  owns the menu that was created for it.
 /// Threads:    one thread at a time.
 
 #pragma once

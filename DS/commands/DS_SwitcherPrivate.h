@@ -1,5 +1,5 @@
 /// \file DS_SwitcherPrivate.h
-/// The folders, or the items, of a record of a dialog command.
+/// The folders or items of a record of a dialog command.
 ///
 /// Threads:    one thread at a time.
 

@@ -14,7 +14,7 @@ constexpr const char *theReducedOptions[] = {"", "-P", "-x", nullptr};
 DS_Stream::MessageSink theMessageSink = nullptr;
 void *theMessageSinkData = nullptr;
 
-/// The depth of braces behind a token; below 1 as soon as one closes the block.
+/// The depth of braces after a token; below 1 when the token closes the block.
 int depthBehind(const char *token, int depth)
 {
     bool quotedFlag = false;

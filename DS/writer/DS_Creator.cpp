@@ -14,7 +14,7 @@
 namespace
 {
 
-/// A text that can't end the comment that it stands in.
+/// A text that can't end the comment that contains it.
 std::string commentText(const char *text)
 {
     std::string safe = text ? text : "";
@@ -24,7 +24,7 @@ std::string commentText(const char *text)
     return safe;
 }
 
-/// Calls for each line; a line feed at the end starts no further line.
+/// Calls for each line; a line feed at the end doesn't start another line.
 template <class Call>
 void forEachLine(const char *text, Call call)
 {
@@ -82,7 +82,7 @@ void DS_Creator::endOutput()
 }
 
 // -------------------------------------------------------------------- //
-// What derived classes change
+// Hooks for derived classes
 // -------------------------------------------------------------------- //
 
 void DS_Creator::writeContextSpecific() {}
@@ -258,8 +258,8 @@ void DS_Creator::writeParms(std::ostream &os)
         left = writeGrouped(os, groupCount);
     }
     if (left != 0) {
-        // After the old grouping the last group is still open, and what is in none goes there: kept,
-        // as the texts of scripts are compared.
+        // After the old grouping the last group is still open, and parameters without a group are
+        // written into it. Kept: users compare the texts of scripts.
         const int pageSize = static_cast<int>(myReader.getGroupSize());
         if (pageSize > 0 && left > pageSize) {
             writePages(os, groupCount);
@@ -275,7 +275,7 @@ void DS_Creator::writeParms(std::ostream &os)
     startGroup(os, groupCount, nullptr);
 }
 
-/// How many parameters are left.
+/// Returns how many parameters are left.
 int DS_Creator::writeGrouped(std::ostream &os, int &groupCount)
 {
     if (!theUseOldGroupingFlag) {
@@ -319,7 +319,7 @@ void DS_Creator::writePages(std::ostream &os, int &groupCount)
     }
 }
 
-/// Closes the open groups that the path leaves and opens those that it enters; null leaves all.
+/// Closes the open groups that aren't on the path and opens the missing ones; null closes all.
 void DS_Creator::startGroup(std::ostream &os, int &groupCount, const char *path)
 {
     KIT_StringArray names = splitPath(path);
@@ -335,8 +335,8 @@ void DS_Creator::startGroup(std::ostream &os, int &groupCount, const char *path)
     for (int64_t i = same; i < names.entries(); i++) {
         const int level = static_cast<int>(i);
         os << getIndent(level) << "group {\n";
-        // The name is made up, and the label has no quotes: one that is no single word comes in
-        // script form.
+        // The name is generated. The label is written without quotes: one that isn't a plain word
+        // is given in script form.
         os << getIndent(level + 1) << "name\tg" << groupCount++ << "\n";
         os << getIndent(level + 1) << "label\t" << names[i].nonNullStr() << "\n\n";
     }

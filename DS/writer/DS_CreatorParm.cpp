@@ -37,7 +37,7 @@ bool hasMenu(const DS_ParmInfo &info)
     return !info.menuChoices.isEmpty() || info.menuScript.isstring();
 }
 
-/// The type word, or the nearest one that may have a menu.
+/// The type keyword, or the nearest one that may have a menu.
 std::string_view typeWord(const DS_ParmInfo &info)
 {
     const std::string_view word = info.getTypeToken();
@@ -55,7 +55,7 @@ const char *menuKeyword(const DS_ParmInfo &info, std::string_view word)
     return info.menuType == 1 ? "menureplace" : "menutoggle";
 }
 
-/// The number as the stream writes it, with all its digits where that isn't enough.
+/// The number as the stream formats it; with all its digits where that loses some.
 std::string numberText(const std::ostream &os, double value)
 {
     std::ostringstream text;
@@ -91,7 +91,7 @@ void DS_Creator::printParm(std::ostream &os, const DS_ParmInfo &info)
     const std::string_view word = typeWord(info);
     os << indentOf(theGroupStack, 0) << "parm {\n";
     const std::string indent = indentOf(theGroupStack, 1);
-    // Name and label aren't escaped: records may hold them in script form.
+    // Name and label aren't escaped here: records may contain them in script form.
     os << indent << "name\t" << info.name.nonNullStr() << "\n";
     os << indent << "label\t\"" << info.label.nonNullStr() << "\"\n";
     os << indent << "type\t" << word << "\n";
@@ -108,7 +108,7 @@ void DS_Creator::printParm(std::ostream &os, const DS_ParmInfo &info)
     printTexts(os, info);
     printDefaults(os, info);
     printRange(os, info);
-    // "none" too, which is what a script without the word means.
+    // "none" is skipped too: it is the default of a script without the keyword.
     if (info.exportLevel >= 0 && info.exportLevel < 3) {
         os << indent << "export\t" << theToolboxLabels[info.exportLevel] << "\n";
     }
@@ -170,7 +170,8 @@ void DS_Creator::printDefaults(std::ostream &os, const DS_ParmInfo &info)
         const TRK_StringMeaning meaning = defaults->getStringMeaning(i);
         values.append(meaning ? " [ \"" : " \"");
         ZEL_ScriptParm::protectStrcat(values, defaults->getString(i), 0);
-        // The quote stays open behind a text with a meaning: the texts of scripts are compared.
+        // The quote isn't closed after a text with a meaning. Kept: users compare the texts of
+        // scripts.
         if (meaning) {
             values.append(' ');
             values.append(TRKmeaningToString(meaning));
@@ -201,7 +202,7 @@ void DS_Creator::printConditions(std::ostream &os, const DS_ParmInfo &info)
     if (info.disableWhen.isstring()) {
         os << indent << "disablewhen " << info.disableWhen.c_str() << "\n";
     } else if (!info.disableInfo.isEmpty()) {
-        // Without operators: each pair reads as "equals".
+        // Written without operators: each pair reads as "equals".
         os << indent << "disablewhen {";
         for (const DS_DisableInfo *group : info.disableInfo) {
             os << " {";

@@ -4,7 +4,8 @@
 
 #include <ZEL/ZEL_ScriptParm.h>
 
-/// A text with a script's escapes, without quotes. One at a time: it lies in a buffer of the thread.
+/// A text with a script's escapes, without quotes. Valid until the thread's next call: it is in a
+/// buffer of the thread.
 inline const char *DSprotect(const char *text, int quoteEmpty = 0)
 {
     return ZEL_ScriptParm::protectString(text, quoteEmpty);

@@ -11,7 +11,7 @@ void DS_DefaultValue::clear(Kind kind)
 }
 
 // -------------------------------------------------------------------- //
-// Copies.  What is copied may be a part of this very record, so it is taken first.
+// Copies. The source may be a part of this very record, so it is copied first.
 // -------------------------------------------------------------------- //
 
 namespace

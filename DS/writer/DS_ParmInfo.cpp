@@ -53,7 +53,7 @@ void DS_ParmInfo::setInvisible()
 }
 
 // -------------------------------------------------------------------- //
-// The type by its word
+// The type by its keyword
 // -------------------------------------------------------------------- //
 
 namespace
@@ -69,7 +69,7 @@ bool hasMulti(const Info &info, ZEL_MultiType kind)
     return (info.multiType & theRampMask & kind) != 0;
 }
 
-/// A number with that naming of channels; whole numbers and logarithmic ones have words of their own.
+/// A number with this naming of channels; integers and logarithmic numbers have their own keywords.
 bool isNamed(const Info &info, Type::ZEL_ChannelType channel)
 {
     return info.type.isFloatType() && info.type.isChannelType(channel);
@@ -126,7 +126,7 @@ struct TypeWord
     bool (*fits)(const Info &info);
 };
 
-// The first row that fits counts.
+// The first matching row counts.
 constexpr TypeWord theTypeWords[] = {
     {"ramp_flt", [](const Info &i) { return hasMulti(i, ZEL_MULTITYPE_RAMP_FLT); }},
     {"ramp_rgb", [](const Info &i) { return hasMulti(i, ZEL_MULTITYPE_RAMP_RGB); }},
@@ -195,7 +195,7 @@ bool DS_ParmInfo::setTypeByToken(const char *word)
 {
     const int index = ZELlookupScriptType(word);
     const ZEL_ScriptType *const row = ZELgetScriptType(index);
-    // Records were made before there were icon strips, and who fills them counts on the answer.
+    // Records predate icon strips, and callers that fill them rely on this result.
     if (!row || index > ZELlookupScriptType("buttonstrip")) {
         return false;
     }
@@ -226,8 +226,8 @@ const char *DS_ParmInfo::getTypeToken() const
             return row.word;
         }
     }
-    // A choice is told by its token, as conditions and saved values tell it; without a menu there is
-    // its index alone.
+    // A choice is written by its token, as in conditions and saved values; without a menu there is
+    // only its index.
     const bool menuFlag = !menuChoices.isEmpty() || menuScript.isstring();
     return !type.isOrdinalType() ? "float" : menuFlag ? "string" : "integer";
 }

@@ -22,8 +22,9 @@
 namespace
 {
 
-/// A slash within a label starts no further folder. Neighbours of one label differ in their form, for
-/// the writer goes on with a folder that is called as the last one.
+/// A slash within a label is escaped, so that it doesn't start another folder. Two adjacent folders
+/// with the same label get different escapes, because the writer would merge folders with equal
+/// names.
 std::string folderWord(const char *label, bool otherForm)
 {
     std::string word = DSscriptWord(label);
@@ -38,26 +39,27 @@ std::string folderWord(const char *label, bool otherForm)
     return word;
 }
 
-/// A text with escapes and without the quotes, which the writer has.
+/// A text with escapes but without quotes, which the writer adds.
 KIT_String escaped(const char *text)
 {
     return KIT_String(ZEL_ScriptParm::protectString(text, 0), true);
 }
 
-/// A quoted bracket that stands alone in a block reads as a bare one; a blank behind it keeps it a text.
+/// A quoted bracket that is alone in a block would be read as a bare one; a trailing blank keeps it
+/// a text.
 KIT_String blockText(const char *text, const char *brackets)
 {
     const bool bracketFlag = text[0] && !text[1] && std::strchr(brackets, text[0]);
     return KIT_String(bracketFlag ? std::string(text) + " " : std::string(text));
 }
 
-/// The names of folders as a string of `group` words has them.
+/// The names of folders as they are joined into a group path.
 const char *labelOf(const ZEL_ScriptPage &page)
 {
     return page.getLabel().isstring() ? page.getLabel().nonNullStr() : page.getToken().nonNullStr();
 }
 
-/// Words such as "vector" set a size above 1, and a size of 1 is never written.
+/// Keywords such as "vector" set a size above 1, and a size of 1 is never written.
 void settleSingleNumber(DS_ParmInfo &info)
 {
     const ZEL_ScriptType *const row = ZELgetScriptType(ZELlookupScriptType(info.getTypeToken()));
@@ -210,7 +212,7 @@ void DS_ScriptReader::prepareParms()
     myDoingGroups = !myGroups.isEmpty();
 }
 
-/// The recursion is as deep as pages are, for which the parser has a limit.
+/// The recursion is as deep as the pages are nested, which the parser limits.
 void DS_ScriptReader::addPage(const ZEL_ScriptPage &page, const std::string &path)
 {
     std::string lastFolder;
@@ -245,7 +247,7 @@ void DS_ScriptReader::addPage(const ZEL_ScriptPage &page, const std::string &pat
     }
 }
 
-/// `last` is the folder that stands before it on its page, "" for none.
+/// `last` is the preceding folder on the page, "" for none.
 void DS_ScriptReader::addFolder(const ZEL_ScriptPage &folder, const std::string &path,
                                 std::string &last)
 {
@@ -275,7 +277,7 @@ void DS_ScriptReader::addLoss(const char *name, const char *what)
     myLosses.append(text.buffer());
 }
 
-/// A record of which the writer writes the folder alone.
+/// A record of which only the folder is written.
 DS_ParmInfo &DS_ScriptReader::addUnwritten(const char *name, const std::string &path)
 {
     auto *const info = new DS_ParmInfo(name);
@@ -330,7 +332,8 @@ void DS_ScriptReader::addRecord(ZEL_ScriptParm &parm, const std::string &path)
     }
 }
 
-/// What has a word of its own is written by it, the rest as tags in the order of their names.
+/// Texts with their own keyword are written with it, the others as tags in the order of their
+/// names.
 void DS_ScriptReader::takeTexts(DS_ParmInfo &info, ZEL_ScriptParm &parm)
 {
     info.help = parm.getHelpText();
@@ -348,7 +351,7 @@ void DS_ScriptReader::takeTexts(DS_ParmInfo &info, ZEL_ScriptParm &parm)
     };
     take(info.callback, ZEL_SpareData::getCallbackToken(), spare->getCallbackData());
     take(info.rmanType, ZEL_SpareData::getRenderManTypeToken(), spare->getRenderManType());
-    // The word sets the relative path too, and knows filters by name.
+    // The keyword also sets the relative path, and accepts filters by name.
     const char *const key = spare->getOpFilter();
     const char *const name = ZEL_SpareData::getOpFilterNameFromKey(key);
     const char *const again = ZEL_SpareData::getOpFilterKeyFromName(name);
@@ -407,7 +410,7 @@ void DS_ScriptReader::takeDefaults(DS_ParmInfo &info, const ZEL_ScriptParm &parm
                                        : KIT_String(KIT_Digits(number).buffer(), true));
         numbers.append(number);
         integers.append(value.getOrdinal());
-        // The text of a number is an expression of the native language anyway.
+        // The text of a number is an expression of the native language in any case.
         const TRK_StringMeaning meaning = value.getStringMeaning();
         const bool sameFlag = meaning == TRK_MEANING_LITERAL ||
                               (meaning == TRK_MEANING_NATIVE && info.type.isFloatType());
@@ -427,7 +430,7 @@ void DS_ScriptReader::takeDefaults(DS_ParmInfo &info, const ZEL_ScriptParm &parm
     }
 }
 
-/// An ordinal with a menu is written as a text, whose default is a token. False for anything else.
+/// An ordinal with a menu is written as a text, with a token as default. False for anything else.
 bool DS_ScriptReader::takeChoices(DS_ParmInfo &info, const ZEL_ScriptParm &parm)
 {
     const int count = static_cast<int>(info.menuChoices.entries());

@@ -14,7 +14,7 @@ namespace
 
 using Words = std::vector<KIT_String>;
 
-/// False if the text ends before.
+/// False if the text ends too early.
 bool readWords(DS_Stream &stream, size_t count, Words &words)
 {
     words.assign(count, KIT_String());
@@ -31,10 +31,10 @@ int numberOf(const KIT_String &word)
     return ZELclampToInt(word.toInteger());
 }
 
-/// From the word at `at`: mask, input, menu, whether it is required.
+/// From the word at `at` on: mask, input, menu, whether it is required.
 void takeInput(DS_SelectorBinding &selector, const Words &words, size_t at)
 {
-    // An empty mask would be written as two tokens, and the words behind it be taken for others.
+    // An empty mask would be written as two tokens, and shift the words after it.
     selector.setPrimMask(words[at].isEmpty() ? " " : words[at].nonNullStr());
     selector.setInputIndex(numberOf(words[at + 1]));
     selector.setMenu(words[at + 2].nonNullStr());
@@ -66,7 +66,7 @@ DS_SelectorBinding reservedSelector(const Words &words)
     return selector;
 }
 
-/// The menu of a parameter's selector is written as it stands.
+/// The menu of a parameter's selector is written unquoted.
 std::unique_ptr<DS_SelectorBinding> parmSelector(const Words &words)
 {
     auto selector = std::make_unique<DS_SelectorBinding>(

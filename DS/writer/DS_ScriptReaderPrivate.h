@@ -1,9 +1,9 @@
 /// \file DS_ScriptReaderPrivate.h
-/// The parser behind DS_ScriptReader: it keeps the words that pages and parameters otherwise skip.
+/// The parser of DS_ScriptReader: it keeps the keywords that pages and parameters otherwise skip.
 ///
 /// Ownership:  DS_ScriptReader owns the dialog, the dialog its page; pages and parameters borrow it.
 /// Threads:    one thread at a time.
-/// Errors:     as ZEL_ScriptPage. A word that ends with the text keeps nothing.
+/// Errors:     as ZEL_ScriptPage. A keyword cut short by the end of the text keeps nothing.
 #pragma once
 
 #include <DS/DS_HandleBinding.h>
@@ -23,7 +23,7 @@ std::string DSscriptWord(const char *text);
 /// In quotes, with escapes.
 std::string DSscriptQuoted(const char *text);
 
-/// A page that keeps the words of the application; the outermost one keeps help and texts too.
+/// A page that keeps the application's keywords; the outermost one also keeps help and texts.
 class DS_ScriptReader::Page : public ZEL_ScriptPage
 {
 public:
@@ -59,7 +59,7 @@ private:
     std::unique_ptr<DS_SelectorBinding> mySelector;
 };
 
-/// What a script tells besides its parameters.
+/// The contents of a script besides its parameters.
 struct DS_ScriptReader::Dialog
 {
     Page page{*this, true};

@@ -20,7 +20,7 @@
 namespace
 {
 
-/// References that one read may follow, one after the other; what refers to itself ends here.
+/// How many references one read follows in turn; a parameter that refers to itself ends here.
 constexpr int theMaxReferences = 64;
 
 /// Counts the references that the thread is following.
@@ -96,14 +96,13 @@ ZEL_Data::Item ZEL_Data::getData(double, int index) const
 void ZEL_Data::store(int index, Item item)
 {
     {
-        // Shared, as a reader has it: whoever replaces an item keeps evaluation away, and nobody
-        // here waits for a reader. So the lock doesn't guard the pointer; a reader that is there
-        // all the same must not see half of one, which is why each slot is read and exchanged
-        // atomically.
+        // The read lock protects the array's size only. Replacing an item is required to be
+        // exclusive with evaluation, but slots are swapped atomically so that a violating reader
+        // sees the old or the new item, never a torn pointer.
         ZEL_SpinLockReadScope lock(myLock);
         item = std::atomic_exchange(&myData[index], std::move(item));
     }
-    // The old item goes outside of the lock.
+    // The old item is released outside the lock.
 }
 
 bool ZEL_Data::setData(const Item &item, double, int index)
@@ -335,7 +334,7 @@ void ZEL_Data::setExpression(double time, const char *text, TRK_ExprLanguage lan
         indexError(index);
         return;
     }
-    // First, as the text may be that of the channel that goes.
+    // Copy first: `text` may belong to the channel that is removed.
     KIT_String expression(text ? text : "", true);
     expression.removeTrailingSpace();
     if (deleteChannel) {

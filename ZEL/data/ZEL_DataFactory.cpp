@@ -13,7 +13,7 @@ namespace
 
 using Registry = std::unordered_map<std::string, ZEL_DataFactory *>;
 
-/// Never destroyed: other libraries' kinds may be asked for while the process ends.
+/// Never destroyed: other libraries may look up their kinds while the process ends.
 Registry &registry()
 {
     static Registry *const theRegistry = new Registry;

@@ -26,7 +26,7 @@ enum DataPacket
     DATA_PAYLOAD = 2
 };
 
-// Who listens for load messages of strings hears these, too.
+// The label of strings, so that their listeners receive these messages too.
 constexpr const char *theLoadLabel = "String Parameter Load";
 constexpr const char *theSaveLabel = "Data Parameter Save";
 
@@ -91,7 +91,8 @@ bool ZEL_Data::saveBinary(std::ostream &os) const
         packet.beginWrite(os, dataClassId(), DATA_TYPE);
         KIT_String(typed ? typed->getDataTypeToken() : "").save(os, binary);
         packet.endWrite();
-        // Also behind an empty type, where nobody reads it: readers count on what is there.
+        // Written after an empty type too, although it isn't needed there: readers count the
+        // packets.
         const Item item = getChannel(index) ? Item() : fetch(index);
         if (item) {
             packet.beginWrite(os, dataClassId(), DATA_PAYLOAD);
@@ -116,7 +117,7 @@ bool ZEL_Data::load(KIT_IStream &is)
 bool ZEL_Data::loadAscii(KIT_IStream &is)
 {
     ZEL_LoadRules rules;
-    // No message: old files have no entry for a component without an item.
+    // No warning: old files have no entry for a component without an item.
     rules.warnTooFew = false;
     unsigned unusedMask = 0;
     return ZEL_ValueFrames::openAscii(*this, is, unusedMask) &&

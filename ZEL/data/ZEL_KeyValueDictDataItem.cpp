@@ -17,7 +17,7 @@ bool saveMap(const KIT_JSONValueMap *map, KIT_JSONWriter &writer)
     return map ? map->save(writer) : KIT_JSONValueMap().save(writer);
 }
 
-/// Reads either form. What is no map, or can't be read, makes an empty dictionary.
+/// Reads either form. A value that is no map, or that can't be read, becomes an empty dictionary.
 class zelKeyValueDictDataParmFactory final : public ZEL_DataFactory
 {
 public:

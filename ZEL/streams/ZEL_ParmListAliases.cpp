@@ -67,7 +67,7 @@ void ZEL_ParmList::loadChannelAlias(const KIT_WorkBuffer &token, const KIT_WorkB
         index = index < 0 ? table->find(name) : index;
     }
     ZEL_Parm *parm = getParmPtr(index);
-    // Only the token itself says which component is meant.
+    // Only the token itself identifies the component.
     const int subIndex = isSaved(parm) ? parm->findSubIndex(name, false) : -1;
     if (subIndex >= 0 && subIndex < parm->getVectorSize()) {
         setChannelAlias(parm, subIndex, KIT_StringHolder(alias.buffer()));

@@ -22,7 +22,7 @@ constexpr float theListFileVersion = 0.8f;
 constexpr const char *theListSaveLabel = "Parameter List Save";
 constexpr const char *theListLoadLabel = "Parameter List Load";
 
-/// Parameters of an unknown basic word have no instance and no entry.
+/// Parameters of an unknown basic type have no instance and no entry.
 inline bool isSaved(const ZEL_Parm *parm)
 {
     return parm && parm->getInstance();

@@ -40,7 +40,7 @@ bool skipBody(KIT_IStream &is, KIT_WorkBuffer &word)
     return false;
 }
 
-/// The text with the stream's name in brackets, if it has one.
+/// The text followed by the stream's name in brackets, if it has one.
 std::string withName(std::string text, const char *separator, const char *name)
 {
     if (name) {
@@ -59,7 +59,7 @@ void missingToken(const char *token, const char *name)
 
 void unknownParm(const KIT_WorkBuffer &token, const std::string &text)
 {
-    // Folder parameters that every old scene carries and no list has.
+    // Folder parameters that every old scene contains and no list has.
     const std::string_view view = token.view();
     constexpr std::string_view thePrefix = "stdswitcher";
     if (view != "standardfolder" && view.substr(0, thePrefix.size()) != thePrefix) {
@@ -67,7 +67,7 @@ void unknownParm(const KIT_WorkBuffer &token, const std::string &text)
     }
 }
 
-/// A packet's header, for a look ahead: what is wrong with it is told when it is read for good.
+/// Reads a packet's header as a look-ahead; errors are reported when it is read for good.
 bool peekPacket(KIT_Packet &packet, KIT_IStream &is, int &classId, int &packetId)
 {
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
@@ -77,7 +77,7 @@ bool peekPacket(KIT_Packet &packet, KIT_IStream &is, int &classId, int &packetId
 } // namespace
 
 // ---------------------------------------------------------------------- //
-// Whose entry is it
+// Finding the parameter of an entry
 // ---------------------------------------------------------------------- //
 
 ZEL_Parm *ZEL_ParmListReader::findParm(const KIT_StringRef &name, bool useMap)
@@ -98,7 +98,7 @@ ZEL_Parm *ZEL_ParmListReader::findParm(const KIT_StringRef &name, bool useMap)
         }
     }
     const char *loadAs = useMap ? myMap.findName(name.c_str()) : nullptr;
-    // What a name is called now isn't looked up in its turn.
+    // A replacement name isn't looked up in the map again.
     constexpr bool useMapAgain = false;
     return loadAs ? findParm(KIT_StringRef(loadAs), useMapAgain) : nullptr;
 }
@@ -139,7 +139,7 @@ void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &name
             if (!is.getWord(word) || !opensGroup(word)) {
                 break;
             }
-            // Bodies of a newer version may end elsewhere: their words are offered as names.
+            // Bodies of a newer version may end elsewhere: their words are tried as names.
             skipsBodies = skipsBodies && skipBody(is, word);
         }
     }
@@ -206,8 +206,8 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
             missingToken("(", myName);
             return Result::ABANDONED;
         }
-        // Behind a failure it is no longer sure where bodies end: nothing is skipped, and the words
-        // are tried as names.
+        // After a failure it is unknown where bodies end: nothing is skipped, and the words are
+        // tried as names.
         failed = failed || !skipBody(is, word);
     }
     return failed ? Result::FAILED : Result::LOADED;

@@ -1,9 +1,10 @@
 /// \file ZEL_ParmListReaderPrivate.h
-/// Reads the parameter stream into a list, and finds whose each entry is. Not installed.
+/// Reads the parameter stream into a list, and finds the parameter of each entry. Not installed.
 ///
 /// Ownership:  borrows the lists and the stream's name, which must outlive it.
 /// Threads:    the list's own.
-/// Errors:     faults of the stream go to the error manager, with the stream's name if it has one.
+/// Errors:     errors in the stream are reported to the error manager, with the stream's name if it
+///             has one.
 #pragma once
 
 #include <ZEL/ZEL_ParmList.h>
@@ -16,7 +17,7 @@ public:
     {
         LOADED,
         FAILED,
-        ABANDONED ///< the form itself is broken
+        ABANDONED ///< the stream's syntax is broken
     };
 
     /// `name` and `fallbackList` may be null.
@@ -24,18 +25,18 @@ public:
         : myList(list), myName(name), myFallbackList(fallbackList)
     {}
 
-    /// Offers unknown names to the owner beforehand, then takes all entries.
+    /// Reports unknown names to the owner first, then reads all entries.
     Result read(KIT_IStream &is);
     /// The parameter of that name, here or in the fallback list; a multi-parameter that claims the
-    /// name grows. With `useMap` the owner's answer to the offered names counts too.
+    /// name grows. With `useMap`, names that the owner replaced are followed too.
     ZEL_Parm *findParm(const KIT_StringRef &name, bool useMap);
-    /// Lets the owner, which must exist, make parameters for the names or say what they are called.
+    /// Lets the owner, which must exist, create parameters for the names or replace the names.
     void offerUnknownNames(KIT_StringArray &names);
 
 private:
     bool isKnown(const KIT_StringRef &name);
-    /// The names of a stream that nothing here knows, in stream order; the stream ends up where it
-    /// was. A multi-parameter that claims a name grows.
+    /// The names of a stream that are unknown here, in stream order; restores the stream's
+    /// position. A multi-parameter that claims a name grows.
     void readUnknownNames(KIT_IStream &is, KIT_StringArray &names);
     Result readText(KIT_IStream &is);
     Result readBinary(KIT_IStream &is);

@@ -29,7 +29,7 @@ void sortByToken(ZEL_ParmListWriter::Parms &parms)
 
 void ZEL_ParmList::save(std::ostream &os, bool binary, bool compact) const
 {
-    // Not the list's own array, which moves when a menu reads a multi-parameter that then grows.
+    // A copy: the list's own array moves when a menu reads a multi-parameter that then grows.
     ZEL_ParmListWriter::Parms parms;
     parms.reserve(std::size_t(getEntries()));
     std::copy_if(myParms.begin(), myParms.end(), std::back_inserter(parms), isSaved);

@@ -1,4 +1,4 @@
-// Snapshots of a list's parameters, taken and given back.
+// Takes and restores snapshots of a list's parameters.
 
 #include <ZEL/ZEL_ParmList.h>
 
@@ -13,7 +13,7 @@
 
 void ZEL_ParmList::saveUndoData(ZEL_UndoDataArray &out) const
 {
-    // By index: a menu that reads a multi-parameter may make items meanwhile.
+    // By index: a menu that reads a multi-parameter may create items meanwhile.
     for (int i = 0; i < getEntries(); ++i) {
         saveSingleUndoData(getParmPtr(i), out);
     }
@@ -31,7 +31,7 @@ void ZEL_ParmList::saveSingleUndoData(const ZEL_Parm *parm, ZEL_UndoDataArray &o
 void ZEL_ParmList::loadUndoData(const ZEL_UndoDataArray &in, const char *name,
                                 ZEL_ParmList *fallbackList)
 {
-    // What the snapshot asks for has existed: there is nothing to guard against as in a file.
+    // The snapshot's items existed before, so unlike a file's they need no limit.
     const ZEL_StreamLimit noLimit(std::numeric_limits<std::int64_t>::max());
     const TRK_AutoEventHandler events;
     ZEL_ParmListReader reader(*this, name, fallbackList);

@@ -16,7 +16,7 @@
 namespace
 {
 
-/// Composed bytes go to the target when there are that many.
+/// Composed bytes are passed to the target once there are this many.
 constexpr std::size_t thePieceSize = 65536;
 
 std::string_view tokenOf(const ZEL_Parm &parm)
@@ -50,13 +50,13 @@ void ZEL_ParmListWriter::write(const Parms &parms, bool binary, bool compact)
     }
     flush();
     if (BASfailedAllocations() != refusedBefore) {
-        // Texts may be missing from what was composed.
+        // Texts may be missing from the composed bytes.
         myTarget.setstate(std::ios::failbit);
     }
     KITcheckOutStream(myTarget, theListSaveLabel, nullptr);
 }
 
-/// False when saving has to end here.
+/// False when saving has to stop.
 bool ZEL_ParmListWriter::endEntry()
 {
     if (myBytes.size() >= thePieceSize) {

@@ -1,10 +1,11 @@
 /// \file ZEL_ParmListWriterPrivate.h
-/// Writes parameters as a stream. Entries are composed in memory and go out in large pieces, so that a
-/// target needs neither to seek nor to be quick with small writes. Not installed.
+/// Writes parameters as a stream. Entries are composed in memory and written in large pieces, so
+/// the target needn't seek, nor be fast with small writes. Not installed.
 ///
 /// Ownership:  borrows the target.
 /// Threads:    the list's own.
-/// Errors:     the target is set to its fail state, and an error reported, when memory was refused.
+/// Errors:     when memory is refused, the target is set to its fail state and an error is
+///             reported.
 #pragma once
 
 #include <KIT/KIT_ByteBuffer.h>
@@ -26,8 +27,8 @@ public:
     ZEL_ParmListWriter(const ZEL_ParmListWriter &) = delete;
     ZEL_ParmListWriter &operator=(const ZEL_ParmListWriter &) = delete;
 
-    /// A whole stream; each of the parameters has an instance. `compact` means binary too, and leaves
-    /// separators and labels out.
+    /// Writes a whole stream; each of the parameters must have an instance. `compact` implies
+    /// binary, and omits separators and labels.
     void write(const Parms &parms, bool binary, bool compact);
 
 private:
