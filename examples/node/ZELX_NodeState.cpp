@@ -8,17 +8,28 @@
 #include <ZEL/ZEL_Parm.h>
 
 #include <algorithm>
+#include <new>
 #include <sstream>
 #include <string_view>
 
 namespace
 {
 
+/// What was written. A stream keeps the exception of memory that it didn't get to itself, and half a
+/// text would be put back for the whole one.
+std::string wholeText(const std::ostringstream &os)
+{
+    if (!os) {
+        throw std::bad_alloc();
+    }
+    return os.str();
+}
+
 std::string channelText(ZELX_Node &node)
 {
     std::ostringstream os;
     node.getChannels().save(os);
-    return os.str();
+    return wholeText(os);
 }
 
 std::string aliasText(ZELX_Node &node)
@@ -26,7 +37,7 @@ std::string aliasText(ZELX_Node &node)
     constexpr bool binary = false;
     std::ostringstream os;
     node.getParms().saveChannelAliases(os, binary);
-    return os.str();
+    return wholeText(os);
 }
 
 KIT_IStream streamOf(const std::string &text)
@@ -93,7 +104,7 @@ ZELX_NodeState::ZELX_NodeState(ZELX_Node &node)
     node.getParms().saveUndoData(myValues);
     std::ostringstream os;
     node.getParms().save(os, binary, compact);
-    myText = os.str();
+    myText = wholeText(os);
 }
 
 bool ZELX_NodeState::isSame(const ZELX_NodeState &other) const

@@ -1,13 +1,15 @@
 #include "ZELX_UndoStack.h"
 
+#include <new>
 #include <utility>
 
 void ZELX_UndoStack::begin(const std::string &label)
 {
-    if (myDepth++ == 0) {
+    if (myDepth == 0) {
         myOpen.label = label;
         myOpen.before = ZELX_NodeState(myNode);
     }
+    ++myDepth;
 }
 
 bool ZELX_UndoStack::end()
@@ -29,14 +31,25 @@ bool ZELX_UndoStack::end()
     return true;
 }
 
+void ZELX_UndoStack::endOrForget() noexcept
+{
+    try {
+        end();
+    } catch (const std::bad_alloc &) {
+        // The other steps don't know how to take this edit back.
+        clear();
+    }
+}
+
 bool ZELX_UndoStack::undo()
 {
     if (myDepth > 0 || myDone.empty()) {
         return false;
     }
+    // A step that can't be taken back stays where it is.
+    myDone.back().before.restore(myNode);
     myUndone.push_back(std::move(myDone.back()));
     myDone.pop_back();
-    myUndone.back().before.restore(myNode);
     return true;
 }
 
@@ -45,8 +58,8 @@ bool ZELX_UndoStack::redo()
     if (myDepth > 0 || myUndone.empty()) {
         return false;
     }
+    myUndone.back().after.restore(myNode);
     myDone.push_back(std::move(myUndone.back()));
     myUndone.pop_back();
-    myDone.back().after.restore(myNode);
     return true;
 }

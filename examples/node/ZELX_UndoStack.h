@@ -6,7 +6,8 @@
 /// Units:      as many steps as the stack was made for; the oldest is dropped first.
 /// Ownership:  owns what its steps remember, borrows the node, which must outlive it.
 /// Threads:    the thread that owns the node.
-/// Errors:     false where there is nothing to do. ZELX_NodeState.h lists what is left alone.
+/// Errors:     false where there is nothing to do. ZELX_NodeState.h lists what is left alone. Out of
+///             memory throws std::bad_alloc; undo() and redo() can be called again then.
 /// Cost:       a step takes two states of the node, and keeps of them what differs.
 ///
 ///     ZELX_UndoStack undo(node);
@@ -42,6 +43,9 @@ public:
     /// can. Also for an inner step, and without a begin.
     bool end();
 
+    /// The same for a destructor: without memory for the step all steps are forgotten.
+    void endOrForget() noexcept;
+
     /// A step for the length of a scope.
     class Step
     {
@@ -50,7 +54,7 @@ public:
         {
             myStack.begin(label);
         }
-        ~Step() { myStack.end(); }
+        ~Step() { myStack.endOrForget(); }
         Step(const Step &) = delete;
         Step &operator=(const Step &) = delete;
 
