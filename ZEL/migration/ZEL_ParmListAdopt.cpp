@@ -9,6 +9,7 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
+#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <algorithm>
 #include <unordered_set>
@@ -255,10 +256,16 @@ private:
 bool ZEL_ParmList::adoptFromOldList(ZEL_Parm &parm)
 {
     ZEL_Parm *old = myAdoption ? myAdoption->from.getParmPtr(parm.getTokenRef()) : nullptr;
-    if (old && myAdoption->done.insert(KIT_StringHolder(parm.getTokenRef())).second) {
+    if (!old) {
+        return false;
+    }
+    const ZEL_LostText lost;
+    KIT_StringHolder token(parm.getTokenRef());
+    lost.check();
+    if (myAdoption->done.insert(std::move(token)).second) {
         adoptParm(parm, *old, myAdoption->forceCopy);
     }
-    return old != nullptr;
+    return true;
 }
 
 void ZEL_ParmList::adoptParmList(ZEL_ParmList &from, bool forceCopy)

@@ -12,6 +12,7 @@
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/migration/ZEL_SwitcherMirrorPrivate.h>
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
+#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <unordered_set>
 #include <vector>
@@ -21,9 +22,13 @@ namespace
 
 using TokenSet = std::unordered_set<KIT_StringHolder, KIT_StringRefHash>;
 
+/// Never an empty one for want of memory: what isn't in a set of tokens goes.
 KIT_StringHolder tokenOf(const ZEL_Parm &parm)
 {
-    return KIT_StringHolder(parm.getTokenRef());
+    const ZEL_LostText lost;
+    KIT_StringHolder token(parm.getTokenRef());
+    lost.check();
+    return token;
 }
 
 /// Brings a multi-parameter's items up to its count at that time; messages about it are dropped.

@@ -270,7 +270,8 @@ bool ZEL_Multi::addInstance(int item, bool)
     KIT_ValArray<int> numbers;
     instanceNumbers(item, numbers);
     makeNames(numbers);
-    myItemTemplates.emplace_back(new ZEL_Template[std::uint32_t(myInstancesPerItem) + 1]);
+    myItemTemplates.push_back(
+        std::make_unique<ZEL_Template[]>(std::size_t(myInstancesPerItem) + 1));
     ZEL_Template *made = myItemTemplates.back().get();
     const ZEL_Template *block = getMultiParmTemplate();
     const std::size_t first = flatIndex(item, 0);
@@ -304,7 +305,7 @@ void ZEL_Multi::makeNames(const KIT_ValArray<int> &numbers)
 {
     const ZEL_Template *block = getMultiParmTemplate();
     for (int child = 0; child < myInstancesPerItem; ++child) {
-        myChildNames.emplace_back(new ZEL_Name(*block[child].getNamePtr()));
+        myChildNames.push_back(std::make_unique<ZEL_Name>(*block[child].getNamePtr()));
         myChildNames.back()->instance(numbers);
         getParmList()->prefetchToken(myChildNames.back()->getTokenRef());
     }
@@ -350,7 +351,9 @@ void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL
                               const KIT_ValArray<int> &numbers)
 {
     const ZEL_ConditionalBase *conditional = child.getConditionalBasePtr();
-    myChildConditionals.emplace_back(conditional ? conditional->instance(numbers) : nullptr);
+    std::unique_ptr<ZEL_ConditionalBase> instanced(conditional ? conditional->instance(numbers)
+                                                               : nullptr);
+    myChildConditionals.push_back(std::move(instanced));
     myDefaultStringFirst.push_back(std::uint32_t(myDefaultStrings.size()));
     ZEL_TemplateSpec spec;
     spec.exportLevel = child.exportLevel();
@@ -400,7 +403,7 @@ std::unique_ptr<ZEL_Default[]> ZEL_Multi::instanceDefaults(const ZEL_Template &c
     for (int i = 0; i < size; ++i) {
         copies[std::size_t(i)] = defaults[i];
         if (*defaults[i].getString()) {
-            myDefaultStrings.emplace_back(new KIT_String);
+            myDefaultStrings.push_back(std::make_unique<KIT_String>());
             KIT_String &text = *myDefaultStrings.back();
             instanceString(text, KIT_StringRef(defaults[i].getString()), numbers, fillToken,
                            repeat);
