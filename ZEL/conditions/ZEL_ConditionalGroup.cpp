@@ -2,6 +2,8 @@
 
 #include <ZEL/ZEL_Conditional.h>
 
+#include <memory>
+
 ZEL_ConditionalGroup::ZEL_ConditionalGroup() = default;
 
 ZEL_ConditionalGroup::ZEL_ConditionalGroup(std::initializer_list<Item> items)
@@ -39,9 +41,9 @@ ZEL_ConditionalGroupType ZEL_ConditionalGroup::groupType() const
 
 ZEL_ConditionalGroup *ZEL_ConditionalGroup::instance(const KIT_ValArray<int> &instances) const
 {
-    ZEL_ConditionalGroup *copy = new ZEL_ConditionalGroup;
+    auto copy = std::make_unique<ZEL_ConditionalGroup>();
     copy->instanceFrom(*this, instances);
-    return copy;
+    return copy.release();
 }
 
 void ZEL_ConditionalGroup::instanceFrom(const ZEL_ConditionalGroup &other,

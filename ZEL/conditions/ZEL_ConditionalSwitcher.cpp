@@ -2,6 +2,8 @@
 
 #include <ZEL/ZEL_Conditional.h>
 
+#include <memory>
+
 namespace
 {
 
@@ -61,12 +63,12 @@ ZEL_ConditionalGroupType ZEL_ConditionalSwitcher::groupType() const
 
 ZEL_ConditionalSwitcher *ZEL_ConditionalSwitcher::instance(const KIT_ValArray<int> &instances) const
 {
-    ZEL_ConditionalSwitcher *copy = new ZEL_ConditionalSwitcher;
+    auto copy = std::make_unique<ZEL_ConditionalSwitcher>();
     copy->instanceFrom(*this, instances);
     for (const auto &entry : myTabs) {
         copy->myTabs[entry.first].reset(entry.second->instance(instances));
     }
-    return copy;
+    return copy.release();
 }
 
 int64_t ZEL_ConditionalSwitcher::getMemoryUsage(bool inclusive) const

@@ -4,8 +4,6 @@
 #include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_Template.h>
 
-#include <new>
-
 const ZEL_ScriptPage::TokenParmCount ZEL_ScriptPage::theTokens[] = {
 #define ZEL_PAGE_SKIPPED(word, count) {word, count},
 #include <ZEL/scripts/ZEL_ScriptKeywords.def>
@@ -49,7 +47,7 @@ void ZEL_ScriptPage::setEmptyDefault(const char *text)
 ZEL_SpareData *ZEL_ScriptPage::getSpareData(bool create)
 {
     if (!mySpareData && create) {
-        mySpareData.reset(new (std::nothrow) ZEL_SpareData);
+        mySpareData = std::make_unique<ZEL_SpareData>();
     }
     return mySpareData.get();
 }

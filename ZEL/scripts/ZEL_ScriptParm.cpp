@@ -6,8 +6,6 @@
 #include <ZEL/ZEL_ScriptPage.h>
 #include <ZEL/ZEL_ScriptQuote.h>
 
-#include <new>
-
 namespace
 {
 
@@ -28,6 +26,7 @@ const char *const ZEL_ScriptParm::theTokens[] = {
 const int ZEL_ScriptParm::theNumParms[] = {
 #define ZEL_PARM_SKIPPED(word, count) count,
 #include <ZEL/scripts/ZEL_ScriptKeywords.def>
+
     -1,
 };
 
@@ -105,7 +104,7 @@ const char *ZEL_ScriptParm::protectString(const char *text, int quoteEmpty, bool
 ZEL_SpareData *ZEL_ScriptParm::getSpareData(bool create)
 {
     if (!mySpareData && create) {
-        mySpareData.reset(new (std::nothrow) ZEL_SpareData);
+        mySpareData = std::make_unique<ZEL_SpareData>();
     }
     return mySpareData.get();
 }
