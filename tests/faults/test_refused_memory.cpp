@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <dlfcn.h>
 #include <functional>
 #include <new>
 
@@ -57,6 +58,12 @@ extern "C" void *malloc(std::size_t size)
 {
     return theAllocations.refuse() ? nullptr : __interceptor_malloc(size);
 }
+
+/// The leak sanitizer knows blocks of the dynamic linker by their caller, which is this malloc now.
+extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions()
+{
+    return "leak:ld-linux\n";
+}
 #else
 extern "C" void *__libc_malloc(std::size_t);
 extern "C" void *malloc(std::size_t size)
@@ -64,7 +71,6 @@ extern "C" void *malloc(std::size_t size)
     return theAllocations.refuse() ? nullptr : __libc_malloc(size);
 }
 
-#include <dlfcn.h>
 // Called by the libraries through the dynamic linker, which must see this one.
 extern "C" __attribute__((visibility("default"))) void *scalable_malloc(std::size_t size)
 {
@@ -74,10 +80,15 @@ extern "C" __attribute__((visibility("default"))) void *scalable_malloc(std::siz
 }
 #endif
 
-// Not inlined: a call of the one with the other's body in its place looks like a mismatch to GCC.
+// All forms: a sanitizer would serve the others. Not inlined: a call of the one with the other's body in
+// its place looks like a mismatch to GCC.
+[[gnu::noinline]] void *operator new(std::size_t size, const std::nothrow_t &) noexcept
+{
+    return malloc(size ? size : 1);
+}
 [[gnu::noinline]] void *operator new(std::size_t size)
 {
-    void *const memory = malloc(size ? size : 1);
+    void *const memory = operator new(size, std::nothrow);
     if (!memory) {
         throw std::bad_alloc();
     }
@@ -87,9 +98,33 @@ extern "C" __attribute__((visibility("default"))) void *scalable_malloc(std::siz
 {
     std::free(memory);
 }
-[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept
+void *operator new[](std::size_t size, const std::nothrow_t &) noexcept
 {
-    std::free(memory);
+    return operator new(size, std::nothrow);
+}
+void *operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+void operator delete(void *memory, std::size_t) noexcept
+{
+    operator delete(memory);
+}
+void operator delete(void *memory, const std::nothrow_t &) noexcept
+{
+    operator delete(memory);
+}
+void operator delete[](void *memory) noexcept
+{
+    operator delete(memory);
+}
+void operator delete[](void *memory, std::size_t) noexcept
+{
+    operator delete(memory);
+}
+void operator delete[](void *memory, const std::nothrow_t &) noexcept
+{
+    operator delete(memory);
 }
 
 namespace
@@ -145,10 +180,15 @@ std::string textOf(const ZEL_ParmList &list, Texts texts)
     return text;
 }
 
+/// `theSharesFlag`: the work uses what the process keeps, such as the names of a node type, so that what
+/// is left half made would show in the next work of its kind.
+
 /// A block with a nested one, texts, a condition and a menu.
 class Points : public MultiList
 {
 public:
+    static constexpr bool theSharesFlag = true;
+
     Points()
     {
         static ZEL_ConditionalGroup theGroup{{"{ s# == none }", ZEL_CONDTYPE_DISABLE}};
@@ -314,6 +354,8 @@ struct UndoingAChange : Points
 /// Undo: a step of the reference node recorded, taken back and done again.
 struct RecordingAStep
 {
+    static constexpr bool theSharesFlag = false;
+
     RecordingAStep() : node((block.add(ZEL_FLT, 1, "t"), block.templates())), stack(node) {}
     void run()
     {
@@ -336,6 +378,8 @@ struct RecordingAStep
 /// Dialog scripts: read, made templates of, and a list of those.
 struct BuildingAScript
 {
+    static constexpr bool theSharesFlag = true;
+
     ~BuildingAScript() { list.reset(); }
     void run()
     {
@@ -369,9 +413,11 @@ struct BuildingAScript
     std::unique_ptr<ZEL_ParmList> list;
 };
 
-/// Presets: saved, listed and loaded.
+/// Presets: listed, loaded and saved.
 struct UsingPresets : MultiList
 {
+    static constexpr bool theSharesFlag = false;
+
     UsingPresets() : presets("Table", "op")
     {
         fs::remove_all(theFolder);
@@ -380,13 +426,21 @@ struct UsingPresets : MultiList
         top.add(ZEL_STRING, 1, "words");
         list =
             std::make_unique<ZEL_ParmList>(top.templates(), &channels, nullptr, nullptr, "", false);
-        set("t", 5);
-        presets.savePresetToDir(list.get(), "first", theFolder.c_str());
+        // The file that the first of all saved, without the wait for the disk.
+        const std::string file = theFolder + "/" + presets.getPresetFile().toStdString();
+        if (theFirst.empty()) {
+            set("t", 5);
+            presets.savePresetToDir(list.get(), "first", theFolder.c_str());
+            theFirst = readFile(file);
+            set("t", 0);
+        }
+        writeFile(file, theFirst);
+        presets.setNeedsRefresh();
     }
     void run()
     {
-        presets.savePresetToDir(list.get(), "second", theFolder.c_str());
         presets.loadPresetFile(list.get(), presets.getPresetPath(0).nonNullStr());
+        presets.savePresetToDir(list.get(), "second", theFolder.c_str());
     }
     std::string text(Texts texts)
     {
@@ -397,10 +451,10 @@ struct UsingPresets : MultiList
         return all;
     }
 
-    static std::string theFolder;
+    static std::string theFolder, theFirst;
     ZEL_PresetInfo presets;
 };
-std::string UsingPresets::theFolder;
+std::string UsingPresets::theFolder, UsingPresets::theFirst;
 
 // ---------------------------------------------------------------------- //
 // Each allocation in turn
@@ -416,17 +470,19 @@ void refuse(long n, Refusal refusal, const std::string (&good)[2], bool &isRefus
     const bool isLost = BASfailedAllocations() != lostBefore;
     ASSERT_FALSE(ZEL_ParmList::isLoading());
     ASSERT_FALSE(ZEL_Parm::getIsAddingOrRemovingMultiParms());
+    std::string halfway;
     if (isRefused) {
-        work.text(Texts::READ);
+        halfway = work.text(Texts::READ);
         work.run();
     }
     const Texts texts = isLost ? Texts::PASS_OVER : Texts::READ;
-    ASSERT_EQ(work.text(texts), good[int(texts)]);
-    // What the process keeps, such as the names of a node type, wasn't left half made.
-    Work next;
-    next.run();
-    ASSERT_EQ(next.text(Texts::READ), good[int(Texts::READ)]);
+    ASSERT_EQ(work.text(texts), good[int(texts)]) << "after " << halfway;
     takeMessages();
+    if constexpr (Work::theSharesFlag) {
+        Work next;
+        next.run();
+        ASSERT_EQ(next.text(Texts::READ), good[int(Texts::READ)]);
+    }
 }
 
 template <class Work>
@@ -497,6 +553,9 @@ TEST_F(RefusedMemoryFolders, UsingPresets)
 {
     UsingPresets::theFolder = in("a");
     refuseEach<UsingPresets>();
+    UsingPresets last;
+    last.run();
+    EXPECT_EQ(last.text(Texts::READ), "t=5 words= first second ");
 }
 
 TEST(RefusedMemory, DestroyingTakesNone)
