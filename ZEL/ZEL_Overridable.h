@@ -16,6 +16,8 @@
 
 #include <ZEL/ZEL_Instance.h>
 
+#include <memory>
+
 class ZEL_ORCallback;
 template <class T>
 class BAS_PerThread;
@@ -27,7 +29,7 @@ struct zelOverrideInfoData
     std::uint8_t timeDepState = 2; ///< 0 no, 1 yes, 2 not yet known
     std::uint8_t activeState = 1;  ///< 0 off, 1 on, 2 unsure (-1 from the provider)
     std::uint8_t layered = 0;      ///< the `ZEL_OverrideType`
-    char *name = nullptr;          ///< owned; the text of the override
+    std::unique_ptr<char[]> name;  ///< the text of the override
 };
 
 class ZEL_API ZEL_Overridable : public ZEL_Instance

@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <memory>
+#include <utility>
 
 // ---------------------------------------------------------------------- //
 // The records
@@ -26,12 +28,6 @@ struct ZEL_Overridable::OverrideArray
     static constexpr int theInlineCount = 4;
 
     explicit OverrideArray(int size) : records(size) {}
-    ~OverrideArray()
-    {
-        for (zelOverrideInfoData &record : records) {
-            delete[] record.name;
-        }
-    }
 
     std::int64_t getMemoryUsage() const
     {
@@ -39,7 +35,7 @@ struct ZEL_Overridable::OverrideArray
         std::int64_t bytes =
             std::int64_t(sizeof(*this)) + std::int64_t(sizeof(zelOverrideInfoData)) * onHeap;
         for (const zelOverrideInfoData &record : records) {
-            bytes += record.name ? std::int64_t(std::strlen(record.name)) + 1 : 0;
+            bytes += record.name ? std::int64_t(std::strlen(record.name.get())) + 1 : 0;
         }
         return bytes;
     }
@@ -52,14 +48,14 @@ namespace
 constexpr std::uint8_t theUnknownTimeDep = 2;
 constexpr std::uint8_t theUnsureActive = 2;
 
-char *copyText(const char *text)
+std::unique_ptr<char[]> copyText(const char *text)
 {
     if (!text) {
         return nullptr;
     }
     const std::size_t bytes = std::strlen(text) + 1;
-    char *copy = new char[bytes];
-    std::memcpy(copy, text, bytes);
+    std::unique_ptr<char[]> copy(new char[bytes]);
+    std::memcpy(copy.get(), text, bytes);
     return copy;
 }
 
@@ -162,7 +158,7 @@ void ZEL_Overridable::copyOverrides(const ZEL_Overridable &source)
         to.timeDepState = BASload(from.timeDepState);
         to.activeState = BASload(from.activeState);
         to.layered = from.layered;
-        to.name = copyText(from.name);
+        to.name = copyText(from.name.get());
     }
 }
 
@@ -238,16 +234,15 @@ int ZEL_Overridable::setOverride(int index, int dataIndex, const char *name, ZEL
     }
     makeOverrides();
     zelOverrideInfoData &record = myOverrides->records[index];
-    const bool nameChanged = !sameText(record.name, name);
+    const bool nameChanged = !sameText(record.name.get(), name);
+    // `name` may point into the old copy.
+    std::unique_ptr<char[]> copy = nameChanged ? copyText(name) : nullptr;
     const bool changed = nameChanged || record.dataIndex != dataIndex;
     record.dataIndex = dataIndex;
     record.layered = type == ZEL_OVERRIDE_LAYERED ? 1 : 0;
     BASstore(record.timeDepState, theUnknownTimeDep);
     if (nameChanged) {
-        // `name` may point into the old copy.
-        char *const copy = copyText(name);
-        delete[] record.name;
-        record.name = copy;
+        record.name = std::move(copy);
         if (TRK_Channel *channel = getChannel(index)) {
             channel->dirtyExprCache();
         }
@@ -274,7 +269,7 @@ bool ZEL_Overridable::setOverrideDisable(int index, int disable)
 const char *ZEL_Overridable::getOverride(int index) const
 {
     const zelOverrideInfoData *record = recordAt(index);
-    return record ? record->name : nullptr;
+    return record ? record->name.get() : nullptr;
 }
 
 bool ZEL_Overridable::getOverrideType(int index, ZEL_OverrideType &type) const
