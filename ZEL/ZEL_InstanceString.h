@@ -1,21 +1,23 @@
 /// \file ZEL_InstanceString.h
-/// Puts instance numbers into a name: how one description becomes the parameters of many items.
+/// Replaces the marks of a name by instance numbers, which makes the templates of one block into
+/// the parameters of many items.
 ///
 /// Vocabulary: *mark* = a `#` that no backslash precedes; a backslash makes the next character
-///             ordinary and stays in the text. *Numbers* = those of all nesting levels, outermost
-///             first.
-/// Ownership:  borrows its input; `out` may not hold it.
+///             ordinary and stays in the text. *Numbers* = the item numbers of all nesting levels,
+///             outermost first.
+/// Ownership:  borrows its input; `out` may not hold it, unless an overload says so.
 /// Threads:    any.
-/// Errors:     none. No numbers copy the text.
+/// Errors:     none. Without numbers the text is copied.
 /// Cost:       one pass over the text.
 ///
-/// Each mark takes the next number: "t#_#" with 1 and 2 gives "t1_2". What differs by the flags:
+/// Each mark takes the next number: "t#_#" with 1 and 2 gives "t1_2". The flags select the rest:
 ///
-///     fillToken   numbers left over go behind the text, "_" before each but the first number
-///                 written ("foo" with 3 and 2 gives "foo3_2"), and every `#` that is left, however
-///                 protected, becomes "_" ("t#_#" with 1 gives "t1__")
-///     repeat      for a text that is no token: the numbers start over until every mark is filled
-///     neither     a label: marks left over stay, numbers left over are not used
+///     fillToken   surplus numbers are appended, "_" before each but the first number written
+///                 ("foo" with 3 and 2 gives "foo3_2"), and every remaining `#`, escaped or not,
+///                 becomes "_" ("t#_#" with 1 gives "t1__")
+///     repeat      for a text that isn't a token: the numbers are repeated until all marks are
+///                 filled
+///     neither     for a label: surplus marks stay, surplus numbers are ignored
 #pragma once
 
 #include <KIT/KIT_ValArray.h>
@@ -26,7 +28,7 @@ class KIT_StringHolder;
 class KIT_StringRef;
 class KIT_WorkBuffer;
 
-/// Clears `out` and writes the text with its numbers; `repeat` counts only without `fillToken`.
+/// Clears `out` and writes the text with its numbers; `repeat` is ignored with `fillToken`.
 ZEL_API void ZELinstanceString(KIT_WorkBuffer &out, const KIT_StringRef &text, const int *instances,
                                int count, bool fillToken, bool repeat);
 ZEL_API void ZELinstanceString(KIT_WorkBuffer &out, const KIT_StringRef &text,

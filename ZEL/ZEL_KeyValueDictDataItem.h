@@ -2,10 +2,10 @@
 /// A dictionary of keys and JSON values, as a data item of the kind "key_value_dict".
 ///
 /// Vocabulary: see KIT_JSONValueMap.h.
-/// Ownership:  shares its map by count, with its copies and with whoever made the map.
-/// Threads:    as the base: once the item is shared, nobody changes the map.
+/// Ownership:  shares its map by reference count, with its copies and the map's creator.
+/// Threads:    as the base: once the item is shared, the map must not change.
 /// Errors:     saving fails for a dictionary that is nested too deep to be read again.
-/// Cost:       making one from a map, or a copy, raises one count.
+/// Cost:       constructing from a map, or copying, increments one count.
 
 #pragma once
 

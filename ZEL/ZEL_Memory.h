@@ -3,7 +3,7 @@
 ///
 /// Vocabulary: *category* = one account of the table.
 /// Units:      bytes.
-/// Ownership:  memory goes back to Free() with the size it was asked with.
+/// Ownership:  memory is freed by Free() with the size it was allocated with.
 /// Threads:    any; the counts are atomic.
 /// Errors:     null when memory is exhausted, nothing counted.
 ///
@@ -33,7 +33,7 @@ public:
     static void *Calloc(ZEL_MemoryCategory category, size_t size);
     static void *Realloc(ZEL_MemoryCategory category, void *memory, size_t oldSize, size_t newSize);
     static void Free(ZEL_MemoryCategory category, void *memory, size_t size);
-    /// Count bytes that come from elsewhere, and take them off again.
+    /// Add, and subtract, bytes that are allocated elsewhere.
     static void acquire(ZEL_MemoryCategory category, size_t size);
     static void release(ZEL_MemoryCategory category, size_t size);
 

@@ -1,14 +1,14 @@
 /// \file ZEL_Name.h
-/// The two names of a parameter or menu entry: the token for programs, the label for people.
+/// The two names of a parameter or menu entry: the token for programs, the label for the user.
 ///
-/// Vocabulary: *token* = what programs and files call it; *label* = what people read, the token
-///             when there is none; *sentinel* = a name with no token, which ends an array of names;
-///             *instance* = a name whose `#` marks are replaced by numbers ("key#pos" with 3 gives
-///             "key3pos").
-/// Ownership:  the constructor from two texts borrows them, which is what a static table wants: no
-///             allocation. The setters and harden() take counted copies.
+/// Vocabulary: *token* = the name in programs and files; *label* = the name shown to the user, the
+///             token when there is none; *sentinel* = a name with no token, which ends an array of
+///             names; *instance* = a name whose `#` marks are replaced by numbers ("key#pos" with
+///             3 gives "key3pos").
+/// Ownership:  the constructor from two texts borrows them, so that static tables allocate nothing.
+///             The setters and harden() take counted copies.
 /// Threads:    const calls from any thread; changes by one thread at a time.
-/// Errors:     none; a null text is the null state, told from the empty text.
+/// Errors:     none; a null text is the null state, distinct from the empty text.
 /// Cost:       a name made from literals measures and hashes them once and allocates nothing.
 #pragma once
 
@@ -35,7 +35,7 @@ public:
     ZEL_Name() = default;
 
     /// Borrows both texts, which must outlive the name unless harden() follows. A null pointer
-    /// leaves that one in the null state.
+    /// gives the null state.
     ZEL_Name(const char *token, const char *label = nullptr, int expressionFlag = 0)
         : myToken(token), myLabel(label), myExpressionFlag(expressionFlag)
     {}
@@ -56,20 +56,20 @@ public:
     const KIT_StringRef &getTokenRef() const { return myToken; }
     /// The label, or the token when there is no label.
     const KIT_StringRef &getLabelRef() const { return myLabel.isNull() ? myToken : myLabel; }
-    /// Fills the string with an own copy.
+    /// Copies the token into the string.
     void getToken(KIT_String &token) const;
     void getLabel(KIT_String &label) const;
 
-    /// Hash of the token, that of its KIT_StringRef; 0 for a sentinel.
+    /// The token's KIT_StringRef hash; 0 for a sentinel.
     uint32_t getHash() const { return myToken.hash(); }
     uint32_t getTokenHash() const { return myToken.hash(); }
 
     int getExpressionFlag() const { return myExpressionFlag; }
     void setExpressionFlag(int flag) { myExpressionFlag = flag; }
 
-    /// No token: the end of an array.
+    /// Whether there is no token, which ends an array.
     bool isSentinel() const { return myToken.isNull(); }
-    /// Can be picked from a menu: a token, and storage for it or for a label.
+    /// Whether it can be picked from a menu: has a token, and storage for it or for a label.
     bool isValidChoice() const { return !myToken.isNull() && (myToken.c_str() || myLabel.c_str()); }
 
     // ---------------------------------------------------------------- //
@@ -83,7 +83,7 @@ public:
         setToken(token);
         setLabel(label);
     }
-    /// Takes the references as they are: a borrowed one stays borrowed.
+    /// Copies the references only: a borrowed one stays borrowed.
     void setTokenAndLabelRef(const KIT_StringRef &token, const KIT_StringRef &label)
     {
         myToken = token;
@@ -95,7 +95,7 @@ public:
         myToken.harden();
         myLabel.harden();
     }
-    /// Both texts go to the null state.
+    /// Sets both texts to the null state.
     void setAsSentinel()
     {
         myToken.clear();
@@ -107,11 +107,10 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Instances   (see ZEL_InstanceString.h for the rules)
     // ---------------------------------------------------------------- //
-    /// Puts the numbers into token and label; a null text stays null.
+    /// Replaces the marks of token and label by the numbers; a null text stays null.
     void instance(const int *indices, int count);
     void instance(const KIT_ValArray<int> &indices);
-    /// The token case alone, for a text that is in no name. `out` may not share the token's
-    /// storage.
+    /// The same for a token that isn't part of a name. `out` may not share the token's storage.
     static void instanceToken(KIT_String &out, const KIT_StringRef &token, const int *indices,
                               int count);
     static void instanceToken(KIT_String &out, const KIT_StringRef &token,
@@ -130,5 +129,5 @@ private:
     int32_t myExpressionFlag = 0;
 };
 
-/// Writes "[token, label, expression flag]", cut to `size`; the count is that of KITformat().
+/// Writes "[token, label, expression flag]", truncated to `size`; returns what KITformat() returns.
 ZEL_API size_t format(char *buffer, size_t size, const ZEL_Name &name);

@@ -1,16 +1,17 @@
 /// \file ZEL_NameTable.h
 /// The hash table from a name to a parameter index that every list and node type keeps.
 ///
-/// Vocabulary: *gap* = a run of values that were closed over and not yet taken off the values
-///             behind them in the slots; a few are kept.
+/// Vocabulary: *pending shift* (`Gap`): after values [first, first+size) are erased, larger values
+///             must drop by size. Up to theMostGaps such shifts are kept and applied on look-up,
+///             so that erasing doesn't rewrite the table.
 /// Units:      values are parm indices, 0-based; -1 means not found.
 /// Ownership:  shares the names' counted text.
-/// Threads:    look-ups from any thread while nobody changes the table; no lock.
-/// Errors:     out of memory throws std::bad_alloc; the table is then as it was. A name whose text
-///             gets no memory isn't added.
-/// Cost:       a look-up is one multiplication for the home and a short probe. Closing over runs of
-///             values that lie side by side, each from its last to its first, costs nothing until the
-///             next insertion, or too many runs apart, pass over the table once.
+/// Threads:    look-ups from any thread while no thread changes the table; no lock.
+/// Errors:     out of memory throws std::bad_alloc and leaves the table unchanged. A name whose
+///             text gets no memory isn't added.
+/// Cost:       a look-up is one multiplication for the home slot and a short probe. Erasing values
+///             that extend a pending shift, such as a range from its last to its first, doesn't
+///             touch the slots; the next insertion, or more shifts than are kept, rewrites them.
 #pragma once
 
 #include <KIT/KIT_ProbeTable.h>
@@ -36,7 +37,7 @@ public:
         return capacity() == 0 || name.isNull() ? -1 : probe(name);
     }
 
-    /// Starts to fetch what a look-up of the name will read: in a large table that is far away.
+    /// Prefetches what a look-up of the name will read; in a large table that is a cache miss.
     void prefetch(const KIT_StringRef &name) const
     {
         if (capacity() != 0) {
@@ -46,11 +47,11 @@ public:
 
     /// Adds the name, or gives an existing one the new value. A null name is ignored.
     void insert(const KIT_StringRef &name, int value);
-    /// Room for that many entries in all, so that a run of insertions moves nothing.
+    /// Reserves memory for that many entries in all, so that insertions don't rehash.
     void reserve(std::uint32_t entries) { myTable.reserve(entries); }
     /// Removes the name if it has that value; true if it did.
     bool removeIfValue(const KIT_StringRef &name, int value);
-    /// Takes one off every value greater than `value`.
+    /// Decrements every value greater than `value`.
     void closeGap(int value);
 
     std::uint32_t entries() const { return myTable.entries(); }
@@ -66,13 +67,13 @@ private:
         std::int32_t value = -1;
     };
 
-    /// Values of the slots, as they stand there.
+    /// A pending shift, in terms of the values that are stored in the slots.
     struct Gap
     {
         std::int32_t first;
         std::int32_t size;
     };
-    /// One that is being made beside one that is whole, and as many for other patterns.
+    /// Two for the usual pattern, one growing beside a complete one, and two more for others.
     static constexpr int theMostGaps = 4;
 
     int probe(const KIT_StringRef &name) const
@@ -80,7 +81,7 @@ private:
         const Slot *slot = findSlot(name);
         return slot ? present(slot->value) : -1;
     }
-    /// A slot's value without the gaps below it.
+    /// A slot's value after the pending shifts below it.
     std::int32_t present(std::int32_t value) const
     {
         std::int32_t closed = 0;

@@ -2,9 +2,9 @@
 /// The name tables of one node type, built once from its templates and shared by all its lists.
 ///
 /// Vocabulary: *shared name* = the node type's name under which the tables are kept; lists with
-///             an empty one get tables of their own. The first list of a name decides.
+///             an empty one get their own tables. The first list of a name builds them.
 /// Ownership:  lists hold it by `std::shared_ptr` and keep it when the name is dropped.
-/// Threads:    read from any thread; the register of names changes on the thread that builds
+/// Threads:    read from any thread; the registry of names changes on the thread that builds
 ///             lists, with no lock.
 #pragma once
 
@@ -18,18 +18,18 @@ class ZEL_API ZEL_OpSharedInfo
 {
 public:
     ZEL_OpSharedInfo() = default;
-    /// Fills both tables; of equal tokens the last template wins. Builds channel tokens.
+    /// Fills both tables; the last template wins among equal tokens. Builds channel tokens.
     ZEL_OpSharedInfo(const ZEL_Template *templates, int count);
 
     const ZEL_NameTable &parmTokens() const { return myParmTokens; }
     const ZEL_NameTable &channelTokens() const { return myChannelTokens; }
     std::int64_t getMemoryUsage(bool inclusive) const;
 
-    /// The tables for a list: those of the name if it is known, the shared empty ones for no
-    /// templates, else new ones that enter the register if the name isn't empty.
+    /// The tables for a list: the name's if it is known, shared empty ones without templates, else
+    /// new ones, which are registered if the name isn't empty.
     static std::shared_ptr<ZEL_OpSharedInfo> get(const KIT_StringRef &sharedName,
                                                  const ZEL_Template *templates, int count);
-    /// Drops a name; lists that hold the tables keep them.
+    /// Removes a name; lists that hold the tables keep them.
     static void remove(const KIT_StringRef &sharedName);
     /// Moves the entry; nothing if either name is empty or the old one is unknown.
     static void rename(const KIT_StringRef &oldName, const KIT_StringHolder &newName);

@@ -581,7 +581,8 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// Text of an expression that reads another channel: `ch("path/name")`, `chs(...)` for a string
-    /// in language 0, `chsop(...)` for one that names nodes. A null or empty name leaves only the path.
+    /// in language 0, `chsop(...)` for one that names nodes. A null or empty name leaves only the
+    /// path.
     void constructChannelReference(KIT_String &reference, TRK_ExprLanguage language,
                                    const char *path, const char *channelName) const;
     /// Makes the component's channel read another one. `freshChannel` drops the channel first,

@@ -3,21 +3,21 @@
 ///
 /// Vocabulary: *token* = a parameter's program name ("t"); *channel token* = a component's name
 ///             ("tx"); *alias* = a second name of a component's channel; *instance table* = the
-///             names of parameters added after construction; *shared tables* = those of the
+///             names of parameters added after construction; *shared tables* = the names in the
 ///             node type's templates, shared by all its lists.
 /// Units:      parm indices are 0-based and stable until a parameter is removed; component
 ///             indices 0-based; time in the channel library's seconds.
 /// Ownership:  owns its `ZEL_Parm`s. Borrows templates, collection, owner, preset info and event
-///             data: each must outlive the list, or be nulled (`clearParmOwner`,
+///             data: each must outlive the list, or be set to null (`clearParmOwner`,
 ///             `setChannelGroupPtr`). The collection owns the channels.
 /// Threads:    look-up and evaluation from any thread at once, with no lock. `getMagicString`,
 ///             `checkTimeDependence`, `getChanState` and the other walks on any thread but one at
 ///             a time for one list. Building, setting, events and structure changes belong to one
-///             thread, which must not run beside evaluation when parameters come or go. Lists are
-///             built on one thread at a time.
+///             thread; parameters must not be added or removed during evaluation. Lists are built
+///             on one thread at a time.
 /// Errors:     look-ups report nothing; evaluation by an unknown name gives 0 or "". Out of memory
-///             throws std::bad_alloc: a constructor then leaves nothing behind, and the list that
-///             another one was to replace keeps its values and channels.
+///             throws std::bad_alloc: a constructor then has no effect, and a list that was to be
+///             replaced keeps its values and channels.
 /// Cost:       `evalFloat` by name is one hash (cached in the reference), one short probe and one
 ///             virtual call.
 #pragma once
@@ -68,22 +68,22 @@ public:
     /// \name Life
     // ------------------------------------------------------------------ //
     ///@{
-    /// One parm for each template up to the terminator. Lists with one non-empty `sharedName`
-    /// share the tables of the first. `deleteChannels` is handed to `buildDelayedDefaults`, which
-    /// runs unless `buildDefaults` is false. A collection without a value source gets this list
-    /// as the one that answers `ch()` references by name.
+    /// Creates a parameter for each template up to the terminator. Lists with the same non-empty
+    /// `sharedName` share the tables of the first. `deleteChannels` is passed to
+    /// `buildDelayedDefaults`, which runs unless `buildDefaults` is false. If the collection has no
+    /// value source, this list becomes the one that evaluates `ch()` references by name.
     ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection, ZEL_ParmOwner *owner,
                  ZEL_PresetInfo *presetInfo, const KIT_StringRef &sharedName, bool deleteChannels,
                  bool buildDefaults);
     ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection, ZEL_ParmOwner *owner,
                  ZEL_PresetInfo *presetInfo, const KIT_StringRef &sharedName, bool deleteChannels);
-    /// Takes the place of an older list of the same node: copies of its parameters, spare ones and
-    /// items included, on the same templates; its masks; and its collection, which `source` loses
-    /// together with its channels. `templates` are those that `source` was made of, for the name
-    /// tables. What stands at its factory default starts from its default, unless `forceCopy`.
+    /// Replaces an older list of the same node: copies its parameters, spare ones and items
+    /// included, on the same templates; copies its masks; and takes over its collection and
+    /// channels, which `source` loses. `templates` are those of `source`, for the name tables.
+    /// Parameters at their factory default get the default anew, unless `forceCopy`.
     ZEL_ParmList(ZEL_ParmList &source, ZEL_Template *templates, ZEL_ParmOwner *owner,
                  ZEL_PresetInfo *presetInfo, const KIT_StringRef &sharedName, bool forceCopy);
-    /// From the last parameter to the first.
+    /// Destroys the parameters from the last to the first.
     ~ZEL_ParmList();
 
     ZEL_ParmList(const ZEL_ParmList &) = delete;
@@ -91,10 +91,10 @@ public:
 
     /// Reverts every instance whose defaults haven't been applied yet.
     void buildDelayedDefaults(bool deleteChannels);
-    /// Adds a parameter under its token and channel tokens; takes ownership. Its index.
-    /// An exception frees the parameter and leaves the list as it was.
+    /// Adds a parameter under its token and channel tokens; takes ownership. Returns its index.
+    /// An exception frees the parameter and leaves the list unchanged.
     int appendParm(ZEL_Parm *parm);
-    /// The one way out of a list. Nothing for a parameter that is neither spare nor an instance
+    /// The only way to remove a parameter. Nothing for one that is neither spare nor an instance
     /// of a multi-parameter. Later indices move down by one.
     void removeAndDestroyParm(int index);
     ///@}
@@ -108,7 +108,7 @@ public:
     int getParmIndex(const KIT_StringRef &token) const;
     int getParmIndex(const char *token) const { return getParmIndex(KIT_StringRef(token)); }
     int getParmIndex(const ZEL_Name &name) const;
-    /// Of the parameter that has this one's token here.
+    /// Looks up by the token of `parm`, which may belong to another list.
     int getParmIndex(const ZEL_Parm *parm) const;
     /// Null outside 0 .. entries - 1.
     ZEL_Parm *getParmPtr(int index)
@@ -127,15 +127,15 @@ public:
     const ZEL_Parm *getParmPtr(const KIT_StringRef &token) const;
     ZEL_Parm *getParmPtr(const char *token) { return getParmPtr(KIT_StringRef(token)); }
     const ZEL_Parm *getParmPtr(const char *token) const { return getParmPtr(KIT_StringRef(token)); }
-    /// By channel token, or alias if allowed. If the component found isn't one of the vector the
-    /// answer is -1, with `*subIndex` as found. `subIndex` may be null, and an unknown name leaves
-    /// what it points to alone.
+    /// By channel token, or alias if allowed. -1 if the component found isn't in the vector;
+    /// `*subIndex` then still returns it. `subIndex` may be null; an unknown name doesn't write
+    /// `*subIndex`.
     int getParmIndexFromChannel(const KIT_StringRef &token, int *subIndex,
                                 bool allowAlias = true) const;
     int getParmIndex(const KIT_StringRef &token, int &subIndex, bool allowAlias = true) const;
     ZEL_Parm *getParmPtrFromChannel(const KIT_StringRef &token, int *subIndex);
     const ZEL_Parm *getParmPtrFromChannel(const KIT_StringRef &token, int *subIndex) const;
-    /// The parm of one instance of a multi-parameter's child token; null and -1 if none.
+    /// The parameter of one instance of a multi-parameter's child token; null and -1 if none.
     ZEL_Parm *getParmPtrInst(const KIT_StringRef &token, const int *instances, int count,
                              int &index);
     const ZEL_Parm *getParmPtrInst(const KIT_StringRef &token, const int *instances, int count,
@@ -147,47 +147,49 @@ public:
     /// \name Multi-parameters
     // ------------------------------------------------------------------ //
     ///@{
-    /// Makes the parameters of a new item of `multi` from its templates. A parameter that has the
-    /// token already gives its state to the new one and goes; only the others are appended to
-    /// `created`. Called by the multi-parameter.
+    /// Creates the parameters of a new item of `multi` from its templates. If a parameter with the
+    /// token exists, the new one takes over its state and replaces it; only the others are appended
+    /// to `created`. Called by the multi-parameter.
     void appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templates, int count, bool spare,
                           const KIT_ValArray<int> &instances, KIT_ValArray<ZEL_Parm *> &created);
-    /// Room for that many more parameters and components, so that a run of items moves no table.
+    /// Reserves memory for that many more parameters and components, so that adding many items
+    /// reallocates no table.
     void reserveParms(std::int64_t parms, std::int64_t components);
-    /// Starts to fetch what a look-up of an added parameter's token will read.
+    /// Prefetches what a look-up of an added parameter's token will read.
     void prefetchToken(const KIT_StringRef &token) const { myInstanceTokens.prefetch(token); }
-    /// The same for the channels of a parameter that will be added with this description.
+    /// The same for the channels of a parameter that will be added with this template.
     void prefetchChannels(const ZEL_Template &description) const;
     /// Inserts or removes an item of the multi-parameter at an index, with the channel aliases of
     /// the items that move. Nothing if there is no multi-parameter.
     void insertMultiParmItem(int parmIndex, int item);
     void removeMultiParmItem(int parmIndex, int item);
-    /// Whether a multi-parameter of this list claims the name as one of its instances; it then
-    /// grows until the item exists. False if none does.
+    /// Whether a name matches a multi-parameter of this list as one of its instances; adds items
+    /// until that one exists.
     bool checkMultiParmInstance(const KIT_StringRef &name, bool evaluateChildren);
     ///@}
 
     // ------------------------------------------------------------------ //
     /// \name Spare parameters and migration   (the list's own thread, between cooks)
-    /// A parameter takes another one's state over if both are of one basic type, and of two
-    /// multi-parameters the items too. One that stands at its factory default takes the new
-    /// default instead, unless `forceCopy`; the text of a label always does.
+    /// A parameter takes over another's state if both have the same basic type, and the items if
+    /// both are multi-parameters. If the old one is at its factory default, the new one gets the
+    /// new default instead, unless `forceCopy`; the text of a label always does.
     // ------------------------------------------------------------------ //
     ///@{
-    /// Rebuilds the spare part: `templates`, up to a terminator, are the complete new set, null for
-    /// none. What keeps its token keeps its state and goes to the end of the list, in the order of
-    /// the templates; the owner is told of each that goes (`spareParmRemoved`). A token of the fixed
-    /// part is passed over. Outside a load the parameters that change or go send event 4 beforehand.
-    /// The old templates must live until it returns, and if it throws until it was called again with
-    /// success: some parameters are made of the new ones then, the others are as they were. Callbacks
-    /// may look into the list.
+    /// Replaces the spare parameters: `templates`, up to a terminator, are the complete new set,
+    /// null for none. Parameters whose token is in both sets keep their state and move to the end
+    /// of the list, in the order of the templates; the owner is notified of each removed one
+    /// (`spareParmRemoved`). Tokens that non-spare parameters have are skipped. Outside a load,
+    /// event 4 is sent in advance for each parameter that is changed or removed. The old templates
+    /// must live until the call returns; if it throws, some parameters use the new templates and
+    /// the others still the old ones, so both must live until a later call succeeds. Callbacks may
+    /// read the list.
     void updateSpareParmTemplates(ZEL_Template *templates, bool forceCopy);
-    /// Takes over from an older list of the same node what has the same token here, the collection
-    /// included: `from` loses it, and channels that nothing here took over are deleted. For a list
-    /// made with `buildDefaults` false; `buildDelayedDefaults` does the rest.
+    /// Takes over the state of an older list of the same node for parameters with the same token,
+    /// and its collection, which `from` loses; channels that aren't taken over are deleted. For a
+    /// list made with `buildDefaults` false; call `buildDelayedDefaults` afterwards.
     void adoptParmList(ZEL_ParmList &from, bool forceCopy);
-    /// Sets the active take flag of each parameter whose namesake in `oldList` has it; nothing else
-    /// carries over. Null is allowed.
+    /// Sets the active take flag of each parameter if the one with the same token in `oldList` has
+    /// it; copies nothing else. Null is allowed.
     void updateFromOldTemplate(const ZEL_ParmList *oldList);
     ///@}
 
@@ -195,27 +197,27 @@ public:
     /// \name Streams   (the list's own thread; see docs/stream.md for the form)
     // ------------------------------------------------------------------ //
     ///@{
-    /// All parameters. `compact` means binary too, and leaves separators and labels out. The stream is
-    /// set to its fail state, and an error told, when memory was refused on the way.
+    /// Writes all parameters. `compact` implies binary, without separators and labels. If memory
+    /// runs out, reports an error and sets the stream's fail state.
     void save(std::ostream &os, bool binary, bool compact) const;
-    /// A stream of one entry; nothing at all for null.
+    /// Writes a stream of one entry; nothing at all for null.
     void saveSingle(ZEL_Parm *parm, std::ostream &os, bool binary) const;
-    /// Reads what `save` wrote, in the form the stream is in; `name` names it in messages and may
-    /// be null. A parameter that isn't in the stream keeps its value. Entries that this list
-    /// doesn't know go to `fallbackList`, which may be null; names that neither knows are offered
-    /// to the owner's hook beforehand. What was set before a failure stays. True if every entry was
-    /// taken without an error.
+    /// Reads what `save` wrote, text or binary as the stream is; `name` names it in messages and
+    /// may be null. A parameter that isn't in the stream keeps its value. Entries that this list
+    /// doesn't have are loaded into `fallbackList`, which may be null; names in neither are first
+    /// passed to the owner's `createSpareParametersForLoad`. What was set before a failure stays.
+    /// True if every entry was loaded without an error.
     bool load(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList);
-    /// The undo data of all parameters, or of one, appended in list order under their tokens.
+    /// Append the undo data of all parameters, or of one, in list order under their tokens.
     /// Nothing for null.
     void saveUndoData(ZEL_UndoDataArray &out) const;
     void saveSingleUndoData(const ZEL_Parm *parm, ZEL_UndoDataArray &out) const;
-    /// Gives each parameter its data back; whose it is is found as `load` finds it, with growing
-    /// multi-parameters, the owner's hook and `fallbackList`. What nobody knows is passed over in
-    /// silence, and so is what a parameter refuses. A snapshot taken of a list may make as many
-    /// items as that list had: no limit holds.
+    /// Restores each parameter from its data. Tokens are looked up as in `load`, with growing
+    /// multi-parameters, the owner's `createSpareParametersForLoad` and `fallbackList`. Unknown
+    /// tokens and data that a parameter refuses are skipped silently. The number of items that
+    /// undo data may create isn't limited.
     void loadUndoData(const ZEL_UndoDataArray &in, const char *name, ZEL_ParmList *fallbackList);
-    /// The second names of channels, text only; the flag and the name are ignored.
+    /// The aliases of channels, always as text; `binary` and `name` are ignored.
     void saveChannelAliases(std::ostream &os, bool binary);
     /// False if the stream ends before the closing brace.
     bool loadChannelAliases(KIT_IStream &is, const char *name);
@@ -249,13 +251,13 @@ public:
     /// \name Change events
     // ------------------------------------------------------------------ //
     ///@{
-    /// One handler; null stops events. `clearParmOwner` leaves it. It may change the list, but not
-    /// remove the parameter that it is told of.
+    /// There is one handler; null stops events. `clearParmOwner` keeps it. It may change the list,
+    /// but not remove the parameter that it is notified of.
     void setEventHandler(void *data, EventHandler handler);
-    /// Calls the handler with the parameter's index, -1 for null or one that has left the list.
-    /// Errors raised inside are dropped and the thread's expression error number is put back.
+    /// Calls the handler with the parameter's index, -1 for null or a removed one. Errors that the
+    /// handler reports are dropped; the thread's expression error number is restored.
     void sendChangeEvent(TRK_CHANGE_TYPE type, const ZEL_Parm *parm) const;
-    /// How many components are marked *send extra* (see ZEL_Instance.h).
+    /// How many components are flagged *send extra* (see ZEL_Instance.h).
     int getNumSendExtra() const { return BASload(myNumSendExtra); }
     void bumpNumSendExtra(int by) { __atomic_fetch_add(&myNumSendExtra, by, __ATOMIC_RELAXED); }
     ///@}
@@ -271,8 +273,8 @@ public:
     void setUserMask(std::uint32_t mask) { myUserMask = mask; }
     std::uint32_t getAssetPermissionMask() const { return myAssetPermissionMask; }
     void setAssetPermissionMask(std::uint32_t mask) { myAssetPermissionMask = mask; }
-    /// Whether any bit of the mask is in all three masks; the other forms leave the asset's out, or ask
-    /// it alone.
+    /// Whether any bit of the mask is in all three masks; the other forms ignore the asset mask, or
+    /// check only that one.
     bool canAccess(unsigned mask, const ZEL_Type &type) const;
     bool canAccessIgnoringAssetMask(unsigned mask, const ZEL_Type &type) const;
     bool canAccessCheckingOnlyAssetMask(unsigned mask, const ZEL_Type &type) const;
@@ -280,12 +282,12 @@ public:
 
     // ------------------------------------------------------------------ //
     /// \name Walks over all parameters
-    /// Where nothing else is told, a walk does for each what ZEL_Parm's operation of that name does.
+    /// Without a comment of its own, a walk calls the ZEL_Parm operation of that name on each.
     // ------------------------------------------------------------------ //
     ///@{
-    /// Every parameter at its factory default; true for an empty list.
+    /// Whether every parameter is at its factory default; true for an empty list.
     bool allDefaults() const;
-    /// No component is dirty.
+    /// Whether no component is dirty.
     bool areAllFlagsClean() const;
     void clearAllDirtyFlags();
     void clearAllUndoSavedFlags();
@@ -295,13 +297,13 @@ public:
     bool notifyVarChange(const char *name);
     void reloadChannelPtrs();
     void validateChannelNames();
-    /// No change is told.
+    /// Without change events.
     void clearAndDestroyChannels();
     /// Forward to the parameter of that channel token; 0 if there is none.
     int channelPtrModified(const KIT_StringRef &token);
     int addChannel(const KIT_StringRef &token);
-    /// In the parameters' texts and in the channels' expressions; `changeString` answers how many it
-    /// changed.
+    /// In the parameters' texts and in the channels' expressions; `changeString` returns how many
+    /// it changed.
     bool findString(const char *text, bool fullWord, bool usePattern) const;
     int changeString(const char *from, const char *to, bool fullWord);
     /// OR of all parameters' states.
@@ -312,16 +314,17 @@ public:
     void hardenChanges(double time, bool force, const char *pattern,
                        KIT_Array<TRK_ChannelRef> *collect);
     void revertToDefaults(double time);
-    /// Values, channels included, back to the factory's. With an owner the children of
-    /// multi-parameters aren't reverted but announced to it as new.
+    /// Reverts values and channels to the factory defaults. With an owner, children of
+    /// multi-parameters aren't reverted; the owner is notified of them as new (`multiItemCreated`).
     void revertValuesToFactoryDefaults();
-    /// Whether any parameter depends on time; with `evaluate` each is evaluated first. Once true
-    /// the answer sticks until `clearTimeDependent`.
+    /// Whether any parameter depends on time; with `evaluate` each is evaluated first. Once true,
+    /// stays true until `clearTimeDependent`.
     bool checkTimeDependence(bool evaluate);
-    /// The channel manager's evaluate time; 0 without a collection.
+    /// The channel manager's evaluation time; 0 without a collection.
     double getEvalTime(int thread) const;
-    /// Appends the cache key of all cookable parameters whose export level meets `exportMask`:
-    /// values, each parameter's followed by its index (8 bits below 255 parameters, else 16).
+    /// Appends the cache key of all cookable parameters whose export level has a bit of
+    /// `exportMask`: values, each parameter's followed by its index (8 bits below 255
+    /// parameters, else 16).
     void getMagicString(KIT_TokenString &tokens, double time, unsigned exportMask) const;
     /// Empty bodies, for callers that pair them.
     void pushVariables() {}
@@ -330,17 +333,17 @@ public:
     ///@}
 
     // ------------------------------------------------------------------ //
-    /// \name Dependency graph   (nodes are made and asked for on any thread; propagation, clearing
-    /// and the walks belong to the list's own, and clearing waits until nobody evaluates)
+    /// \name Dependency graph   (nodes are created and looked up on any thread; propagation,
+    /// clearing and the walks run on the list's own thread, clearing while no thread evaluates)
     // ------------------------------------------------------------------ //
     ///@{
-    /// The node of a component, made with the first wish; null if there is no such component.
+    /// The node of a component, created on first use; null if there is no such component.
     ZEL_ParmMicroNode *parmMicroNode(int parmIndex, int subIndex);
-    /// Its companion, made likewise.
+    /// Its companion, created on first use.
     ZEL_ConstMicroNode *constParmMicroNode(int parmIndex, int subIndex);
     bool hasParmMicroNode(int parmIndex) const;
-    /// Append the nodes that there are, what they depend on, and what depends on them, in the order
-    /// of parameters and components. With `cookOnly` only those of cookable parameters.
+    /// Append the existing nodes, what they depend on, or what depends on them, in the order of
+    /// parameters and components. With `cookOnly` only those of cookable parameters.
     void getParmMicroNodes(KIT_Array<LNK_MicroNode *> &nodes) const;
     void getParmInputList(KIT_Array<LNK_MicroNode *> &inputs, bool cookOnly) const;
     void getParmOutputList(KIT_Array<LNK_MicroNode *> &outputs, bool cookOnly) const;
@@ -348,15 +351,15 @@ public:
     void clearMicroNodeInputs();
     std::int64_t getMicroNodesMemoryUsage() const;
     void dumpMicroNodes(std::ostream &os, bool cookOnly, int level) const;
-    /// `ZEL_Instance::propagateDirty` for one parameter or, with a negative index, for each in turn:
-    /// there only what has changed, whatever `all` says, and `node` once at most. The callback may
-    /// remove parameters, but neither the list nor `node`.
+    /// `ZEL_Instance::propagateDirty` for one parameter or, with a negative index, for each in
+    /// turn; the latter ignores `all`, propagates only what changed, and `node` at most once. The
+    /// callback may remove parameters, but not destroy the list or `node`.
     void propagateDirtyParmMicroNodes(int parmIndex,
                                       const std::function<void(LNK_MicroNode &)> &callback,
                                       LNK_MicroNode *node, bool all);
 
-    /// The context options that evaluation has met, and those that a cook depends on. Added from any
-    /// thread; listed sorted.
+    /// The context options that evaluation has used, and those that a cook depends on. Added from
+    /// any thread; listed sorted.
     void addContextOptionDep(const KIT_StringRef &name);
     void addCookContextOptionDep(const KIT_StringRef &name);
     void clearContextOptionDeps();
@@ -370,22 +373,23 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     ZEL_ParmOwner *getParmOwner() const { return myOwner; }
-    /// The node calls it when it goes away first.
+    /// For a node that is destroyed before the list.
     void clearParmOwner() { myOwner = nullptr; }
     ZEL_PresetInfo *getPresetInfo() const { return myPresetInfo; }
     TRK_Collection *getChannelGroupPtr() const { return myCollection; }
     void setChannelGroupPtr(TRK_Collection *collection);
-    /// Rises with each parameter that comes or goes: an index kept from before may be another's.
+    /// Increases with each parameter that is added or removed; indices kept from before may be
+    /// stale.
     std::uint32_t getAddRemoveCount() const { return myAddRemoveCount; }
     void setAddRemoveCount(std::uint32_t count) { myAddRemoveCount = count; }
 
-    /// Gives a component's channel a second name, under which the list finds it too; "" clears.
+    /// Gives a component's channel an alias, which the list's look-up finds too; "" clears.
     /// Refused for a spare or unregistered parameter and for an alias that is in use.
     bool setChannelAlias(ZEL_Parm *parm, int index, const KIT_StringHolder &alias);
 
     bool isTimeDependent() const { return BASload(myTimeDependent); }
     bool isCookTimeDependent() const { return BASload(myCookTimeDependent); }
-    /// Called by evaluation from any thread: written only when it changes.
+    /// Called by evaluation from any thread, so written only on a change.
     void setTimeDependent() { BASstoreIfDifferent(myTimeDependent, true); }
     void setCookTimeDependent() { BASstoreIfDifferent(myCookTimeDependent, true); }
     void clearTimeDependent() { BASstore(myTimeDependent, false); }
@@ -400,29 +404,31 @@ public:
     /// \name Statics
     // ------------------------------------------------------------------ //
     ///@{
-    /// While a pair is open, lists are being made or loaded in this process. Pairs nest; any thread.
+    /// `isLoading` is true between the other two, while lists are being made or loaded in this
+    /// process. Pairs nest; any thread.
     static void beginLoading();
     static void endLoading();
     static bool isLoading();
-    /// The party that may take over values; null, none, at first. Set before threads start.
+    /// The override provider; null, the default, for none. Set before threads start.
     static ZEL_ORCallback *getORCallback() { return theORCallback; }
     static void setORCallback(ZEL_ORCallback *callback) { theORCallback = callback; }
-    /// Drop, or rename, the tables kept under a shared name; lists that have them keep them.
+    /// Remove or rename the tables kept under a shared name; lists that use them keep them.
     static void removeOpSharedInfo(const KIT_StringRef &sharedName);
     static void renameOpSharedInfo(const KIT_StringRef &oldName, const KIT_StringHolder &newName);
     ///@}
 
 private:
-    /// What the collection asks when an expression names a parameter.
+    /// Evaluates parameters that expressions of the collection name.
     class ChannelSource : public TRK_ValueSource
     {
     public:
-        /// On the list's collection from the start.
+        /// Registers with the list's collection.
         explicit ChannelSource(ZEL_ParmList &list);
         /// Makes it the list's collection; null for none. An exception changes nothing.
         void moveTo(TRK_Collection *collection);
         void leave();
-        /// The first list on a collection answers for it: copies and fallback lists stay silent.
+        /// Becomes the collection's value source if it has none: the first list on a collection is,
+        /// copies and fallback lists aren't.
         void answerIfNobodyDoes();
         bool evaluateNumber(const KIT_StringRef &name, double time, int thread, double &value,
                             bool &timeDependent) override;
@@ -434,7 +440,8 @@ private:
         ZEL_ParmList &myList;
     };
 
-    /// The empty list that the others start from: from its end on the destructor runs, whatever throws.
+    /// Makes an empty list. The other constructors delegate to it, so that the destructor runs if
+    /// they throw.
     ZEL_ParmList(TRK_Collection *collection, ZEL_ParmOwner *owner, ZEL_PresetInfo *presetInfo);
 
     void registerParm(const ZEL_Parm &parm, int index);
@@ -498,7 +505,7 @@ private:
     bool myUndoSaved = false;
     bool myAutoTakeUndoSaved = false;
     ChannelSource myChannelSource;
-    Adoption *myAdoption = nullptr; // while an older list is taken over
+    Adoption *myAdoption = nullptr; // set while an older list is taken over
 
     static ZEL_ORCallback *theORCallback;
 };

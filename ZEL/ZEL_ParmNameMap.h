@@ -23,7 +23,7 @@ public:
 
     /// A later call with the same `from` replaces the name.
     void addMap(const char *from, const char *to);
-    /// The name to load as; null without an entry. It lasts until the map changes.
+    /// The name to load as; null without an entry. Valid until the map changes.
     const char *findName(const char *from) const;
 
 private:

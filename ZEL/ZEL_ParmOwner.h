@@ -1,15 +1,15 @@
 /// \file ZEL_ParmOwner.h
-/// All that a parameter list knows of the node around it.
+/// The interface of the node that owns a parameter list.
 ///
 /// Vocabulary: *pending override* = the text of an override that the node has yet to cook; while
-///             it isn't empty every evaluation asks `zelCookOverrides` first.
+///             it isn't empty every evaluation calls `zelCookOverrides` first.
 /// Ownership:  a base of the host's nodes. Holds a plain pointer to the list, which the node
-///             sets; the list holds a plain pointer back, which `ZEL_ParmList::clearParmOwner`
-///             nulls when the node goes first.
-/// Threads:    entries marked *evaluation* are called from any thread at once; the rest from the
+///             sets; the list holds a plain pointer back, which a node that is destroyed first
+///             clears by `ZEL_ParmList::clearParmOwner`.
+/// Threads:    operations marked *evaluation* are called from any thread at once; the rest from the
 ///             thread that changes the list.
-/// Errors:     an owner may be absent everywhere (lists of presets, fallback lists): callers skip
-///             the call. What is told about parameters and items that go must not throw.
+/// Errors:     a list may have no owner (lists of presets, fallback lists): callers skip the call.
+///             Notifications of the removal of parameters and items must not throw.
 #pragma once
 
 #include <KIT/KIT_ErrorManager.h>
@@ -30,7 +30,7 @@ class ZEL_ParmList;
 class ZEL_ParmMicroNode;
 class ZEL_ParmNameMap;
 
-/// Data of the owner's own, carried by calls that take a context. Its copy does nothing.
+/// The owner's own data in calls that take a context. Copying copies nothing.
 class ZEL_API ZEL_ParmOwnerContext
 {
 public:
@@ -53,8 +53,8 @@ public:
     /// The owner as a node of the application's graph. Base: null.
     virtual GRF_Node *castToGRFNode();
     virtual const GRF_Node *castToGRFNode() const;
-    /// Offered the names that a load doesn't know: may add spare parameters, or say what to load
-    /// them as. False: the load warns, with `errors` if any, and goes on. Base: true.
+    /// Gets the names that a load doesn't know; may add spare parameters, or map names to those to
+    /// load them as. If false, the load warns, with `errors` if any, and continues. Base: true.
     virtual bool createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,
                                               KIT_String &errors);
     /// A list that receives entries which the live list doesn't have; may be null.
@@ -65,42 +65,42 @@ public:
     virtual bool runMenuScript(const char *script, std::ostream &out, std::ostream &err) = 0;
     /// Gives the object under which a Python evaluation runs with this node current.
     virtual void pushScriptContext(std::unique_ptr<ZEL_ParmOwnerContext> &scope) = 0;
-    /// *Evaluation.* Base: the pending override flag, whatever the component.
+    /// *Evaluation.* Base: the pending override flag, for every component.
     virtual bool isParmPendingOverride(const char *token, int index) const;
-    /// *Evaluation.* Cooks the pending overrides; anything but no error ends the evaluation of
-    /// the component with 0. Base: no error.
+    /// *Evaluation.* Cooks the pending overrides; on any error the component evaluates to 0. Base:
+    /// no error.
     virtual KIT_ErrorSeverity zelCookOverrides(double time, int thread, const char *token,
                                                int index);
-    /// The node layer's own; this library never calls it.
+    /// Reserved for the node layer; this library never calls it.
     virtual void *ownerHook() = 0;
     /// A button was pressed, or a parameter's dependencies may have changed.
     virtual void rebuildParmDependency(int parmIndex) = 0;
-    /// The parameter at this index is about to go.
+    /// The parameter at this index is about to be removed.
     virtual void parmRemoved(int parmIndex) = 0;
     /// *Evaluation.* May rewrite an expanded path value.
     virtual void adjustExpandedPath(KIT_String &path) = 0;
     /// A spare parameter is about to be destroyed.
     virtual void spareParmRemoved(const char *token) = 0;
-    /// The parameters of new items.
+    /// New items with these parameters were created.
     virtual void multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms) = 0;
     /// The set of instances changed.
     virtual void multiInstancesChanged() = 0;
     /// Writes the node's own sections of a preset.
     virtual bool savePresetContents(std::ostream &os) = 0;
-    /// Reads one such section; false if the word isn't one.
+    /// Reads one such section; false if `word` isn't the keyword of one.
     virtual bool loadPresetSection(const char *word, KIT_IStream &is) = 0;
     /// 1 forbids editing of the parameters.
     virtual int getParmEditState() = 0;
     /// *Evaluation.* A new array of vector-size dependency nodes for the parameter; the library
-    /// owns and deletes it as one array, so the elements may be of a subclass that adds slots but no
-    /// fields. Called once for a parameter, under its lock: it must not ask for that parameter's
-    /// nodes. Base: `ZEL_ParmMicroNode::createArray`.
+    /// owns and deletes it as one array, so the elements may be of a subclass that adds virtual
+    /// operations but no fields. Called once for a parameter, under its lock: it must not request
+    /// that parameter's nodes. Base: `ZEL_ParmMicroNode::createArray`.
     virtual ZEL_ParmMicroNode *createParmMicroNodes(ZEL_Parm &parm) const;
     /// Base: a null holder.
     virtual KIT_StringHolder evaluateDisableExpression(const ZEL_Parm &parm,
                                                        const KIT_StringRef &expression);
     /// *Evaluation.* The parameter that a data parameter's channel refers to, or null.
-    /// `component` comes in as `index` and may be changed.
+    /// `component` is `index` on entry and may be changed.
     virtual ZEL_Parm *followChannelReference(int index, double time, int parmIndex,
                                              int &component) = 0;
     virtual ~ZEL_ParmOwner();
@@ -110,7 +110,7 @@ protected:
     virtual std::int64_t getMemoryUsage(bool inclusive) const;
 
 public:
-    /// *Evaluation.* Writes the node's path and answers the buffer's text.
+    /// *Evaluation.* Writes the node's path and returns the buffer's text.
     virtual const char *getFullPath(KIT_WorkBuffer &path) const = 0;
     ///@}
 
@@ -122,7 +122,7 @@ public:
     void setParmList(ZEL_ParmList *list) { myParmList = list; }
 
     const KIT_String &getPendingOverrideString() const { return myPendingOverride; }
-    /// Null and "" clear it, and the flag with it.
+    /// Null and "" clear the text and the flag.
     void setPendingOverrideString(const char *text);
     bool isPendingOverride() const { return myPendingOverrideFlag; }
 

@@ -2,20 +2,20 @@
 /// The presets of one node type: found, listed, loaded, saved, deleted.
 ///
 /// Vocabulary: *preset* = a saved set of a node's parameter values with a name; as text the lines
-///             `#PSI_PRESET` and `version 2.0a`, then sections, each a word and what belongs to it.
-///             *preset file* = an index file (STO_IndexFile.h) of presets, which can stand in every
+///             `#PSI_PRESET` and `version 2.0a`, then sections, each a keyword and its contents.
+///             *preset file* = an index file (STO_IndexFile.h) of presets, which may exist in every
 ///             folder of the search path, as "presets/TABLE/TYPE.idx". *definition* = as in
 ///             KIT_OpUtils.h; its section "Presets" is an index file too. *save folder* = a folder
-///             of the search path that may be written and isn't below the install folder.
+///             of the search path that is writable and isn't below the install folder.
 /// Units:      preset indices from 0, in the bytewise order of their names.
 /// Ownership:  owns names and paths. Borrows lists and streams for the call.
-/// Threads:    one thread at a time; the static operations: any. Processes that save to one file at
-///             once wait for each other.
-/// Errors:     false. Faults of a preset are errors of the category "ZEL" (15 to 17 of its header),
-///             those of an index file messages of the category "STO". A folder that isn't a save
+/// Threads:    one thread at a time; the static operations: any. Processes that save to the same
+///             file at once wait for each other.
+/// Errors:     false. Errors in a preset are reported in the category "ZEL" (15 to 17 for its
+///             header), those in an index file in the category "STO". A folder that isn't a save
 ///             folder is refused without a message.
 /// Cost:       the first query after setNeedsRefresh() reads all preset files; the others are a
-///             binary search. A save reads and writes its file whole.
+///             binary search. A save reads and rewrites the whole file.
 #pragma once
 
 #include <KIT/KIT_String.h>
@@ -33,17 +33,17 @@ class ZEL_ParmList;
 class ZEL_API ZEL_PresetInfo
 {
 public:
-    /// The preset that an owner applies to a node that was just made.
+    /// The preset that an owner applies to a new node.
     static constexpr const char *theDefaultName = "Permanent Defaults";
 
-    /// Slashes at the end of the table's name are taken off.
+    /// Removes slashes at the end of the table's name.
     ZEL_PresetInfo(const char *table, const char *opName);
     virtual ~ZEL_PresetInfo();
     ZEL_PresetInfo(const ZEL_PresetInfo &) = delete;
     ZEL_PresetInfo &operator=(const ZEL_PresetInfo &) = delete;
 
     // ------------------------------------------------------------------ //
-    /// \name What there is   (an index that is out of range gives the empty string)
+    /// \name Queries   (an index out of range gives the empty string)
     // ------------------------------------------------------------------ //
     ///@{
     int getNumPresets();
@@ -58,26 +58,26 @@ public:
     int getPresetIndex(const char *name);
     /// The index of the preset "Permanent Defaults", or -1.
     int getDefaultPreset() { return getPresetIndex(theDefaultName); }
-    /// The next query looks again.
+    /// Makes the next query read the preset files again.
     void setNeedsRefresh() { myNeedsRefresh = true; }
-    /// Another preset file, named as it stands below a folder of the search path; null or "" goes
-    /// back to the node type's.
+    /// Uses another preset file, given relative to a folder of the search path; null or "" restores
+    /// the node type's.
     void setIndexFile(const char *file);
     ///@}
 
     // ------------------------------------------------------------------ //
     /// \name Loading
-    /// What was set before a fault stays.
+    /// What was set before an error stays.
     // ------------------------------------------------------------------ //
     ///@{
-    /// The whole preset, header included, to the end of the stream. Its sections "channels" and
-    /// "values" are the list's; others are offered to its owner or, without one, skipped word by
-    /// word.
+    /// Reads the whole preset, header included, to the end of the stream. The list reads the
+    /// sections "channels" and "values"; others are passed to its owner or, without one, skipped
+    /// word by word.
     bool loadPreset(ZEL_ParmList *list, KIT_IStream &is);
-    /// The body of one section; true for a word that isn't one of the list's.
+    /// Reads the body of one section; true for a keyword that the list doesn't read.
     static bool loadPresetContents(ZEL_ParmList *list, const char *word, KIT_IStream &is);
-    /// A file with one preset, or a path that getPresetPath() gives. Variables are expanded, but
-    /// not behind a "?".
+    /// Reads a file with one preset, or a path from getPresetPath(). Variables are expanded, but
+    /// not after a "?".
     bool loadPresetFile(ZEL_ParmList *list, const char *path);
     ///@}
 
@@ -85,20 +85,20 @@ public:
     /// \name Saving and deleting
     // ------------------------------------------------------------------ //
     ///@{
-    /// What the list's owner saves; without one its channels and values, as text.
+    /// Writes what the list's owner saves; without one the list's channels and values, as text.
     bool savePreset(ZEL_ParmList *list, std::ostream &os);
-    /// Anywhere; the path is as for loadPresetFile().
+    /// Saves to any file; the path is as for loadPresetFile().
     bool savePresetFile(ZEL_ParmList *list, const char *path);
-    /// Into the preset file below a save folder, where it replaces the preset of that name and
-    /// keeps the others. If that fails the file stays as it was.
+    /// Saves into the preset file below a save folder, replacing the preset of that name and
+    /// keeping the others. On failure the file doesn't change.
     bool savePresetToDir(ZEL_ParmList *list, const char *name, const char *dir);
-    /// From the preset file below a save folder; with a null `dir` from where the preset was found.
-    /// False, and nothing changed, if there is no preset of that name.
+    /// Deletes from the preset file below a save folder or, with a null `dir`, from the file in
+    /// which the preset was found. False, and nothing changed, if there is no such preset.
     bool deletePresetFromDir(const char *name, const char *dir);
 
-    /// Expands variables and sees to the ending ".preset". An empty name stays.
+    /// Expands variables and appends ".preset" if missing. An empty name stays empty.
     static void makeValidPresetFileName(KIT_String &name);
-    /// The save folders as they were when this was first asked for.
+    /// The save folders at the time of the first call.
     static const KIT_StringArray &getValidSaveDirs();
     ///@}
 
@@ -122,5 +122,5 @@ private:
     KIT_String myPresetSection;
     std::vector<Preset> myPresets; // sorted by name
     bool myNeedsRefresh = true;
-    KIT_String myIndexFile; // given by setIndexFile(), else unset
+    KIT_String myIndexFile; // set by setIndexFile(), else unset
 };

@@ -2,14 +2,14 @@
 /// The small template arrays that describe one key of a ramp.
 ///
 /// Vocabulary: *ramp* = a multi-parameter whose items are keys; *key* = position, value or colour,
-///             interpolation, in this order; *prefix* = what makes the key's tokens the ramp's own.
-///             A float ramp "density" has the tokens "density#pos", "density#value" and
-///             "density#interp"; a ramp "ramp1" has "ramp1_#pos", so that the key's number does not
-///             run into the name's.
-/// Ownership:  ZELcreateRampTemplate() hands an array to the caller, with names and spare data of
-///             its own; ZELfreeRampTemplate() frees all of it. The rest is borrowed.
-/// Threads:    any; the built-in arrays are made once, by whoever asks first.
-/// Errors:     a type that is no ramp gives null, 0 or the empty text.
+///             interpolation, in this order; *prefix* = the part of the keys' tokens that comes
+///             from the ramp's. A float ramp "density" has the tokens "density#pos",
+///             "density#value" and "density#interp"; a ramp "ramp1" has "ramp1_#pos", which keeps
+///             the key's number apart from the name's.
+/// Ownership:  ZELcreateRampTemplate() returns an array with its own names and spare data, which
+///             the caller frees by ZELfreeRampTemplate(). The rest is borrowed.
+/// Threads:    any; the built-in arrays are created once, by the first caller.
+/// Errors:     a type that isn't a ramp gives null, 0 or the empty text.
 #pragma once
 
 #include <ZEL/ZEL_API.h>
@@ -30,7 +30,8 @@ enum ZEL_RampParmIndex : int
     ZEL_RAMP_INTERP = 2    ///< "#interp", an ordinal on zelRampInterpMenu
 };
 
-/// How a ramp runs from a key to the next; the index in zelRampInterpMenu. Stored: append only.
+/// How a ramp interpolates from a key to the next; the index in zelRampInterpMenu. Stored: append
+/// only.
 enum ZEL_RampInterpType : int32_t
 {
     ZEL_RAMPINTERP_UNKNOWN = -1,
@@ -44,10 +45,9 @@ enum ZEL_RampInterpType : int32_t
 };
 
 /// A new array for one key, ended by a terminator. Without `base` it is the built-in one for the
-/// type, each token prefixed by the ramp's; with `base` it is a copy of that array under its own
-/// tokens. `callback` goes on every member; a script callback in `spare` goes into every member's
-/// spare data, with its language. Only the kind of the multi type counts: with the invisible bit it
-/// is the same ramp.
+/// type, each token prefixed by the ramp's; with `base` a copy of that array with its own tokens.
+/// Every member gets `callback` and, in its spare data, a script callback in `spare` with its
+/// language. The invisible bit of the multi type is ignored.
 ZEL_API ZEL_Template *ZELcreateRampTemplate(const char *token, ZEL_MultiType type,
                                             const ZEL_SpareData *spare, ZEL_Callback callback,
                                             ZEL_Template *base);
@@ -55,15 +55,15 @@ ZEL_API ZEL_Template *ZELcreateRampTemplate(const char *token, ZEL_MultiType typ
 /// Frees an array of ZELcreateRampTemplate(), null allowed.
 ZEL_API void ZELfreeRampTemplate(ZEL_Template *templates);
 
-/// Components of a part of the key: 1, and 3 for the colour.
+/// The number of components of a part of the key: 3 for the colour, else 1.
 ZEL_API int ZELgetRampChannelCount(ZEL_MultiType type, ZEL_RampParmIndex index);
 
-/// The channel token of a part's component under the ramp's prefix, marks still in it: component 0
-/// of the colour of ramp "tint" is "tint#cr". A component that is not there adds no ending.
+/// The channel token of a part's component with the ramp's prefix and its `#` marks: component 0
+/// of the colour of ramp "tint" is "tint#cr". An invalid component adds no ending.
 ZEL_API void ZELgetRampChannelToken(const char *token, ZEL_MultiType type, ZEL_RampParmIndex index,
                                     int component, KIT_WorkBuffer &out);
 
-/// The prefix: the decoded token, and "_" behind it when it ends in "#" or a digit.
+/// The prefix: the decoded token, followed by "_" if it ends in "#" or a digit.
 ZEL_API void ZELgetRampDecodedParmPrefix(const char *token, KIT_WorkBuffer &out);
 
 /// zelRampInterpMenu.

@@ -1,7 +1,7 @@
 /// \file ZEL_Range.h
-/// The limits of a number, each for the user interface, for the value, or for both.
+/// The limits of a number; each applies to the user interface, the value, or both.
 ///
-/// Vocabulary: *UI limit* = where a slider ends; *hard limit* = what a value may not pass.
+/// Vocabulary: *UI limit* = where a slider ends; *hard limit* = a bound that values are clamped to.
 /// Units:      those of the value.
 /// Threads:    const calls from any thread.
 /// Cost:       everything is inline.
@@ -12,7 +12,7 @@
 #include <cfloat>
 #include <cstdint>
 
-/// What a limit is for, a bit set.
+/// What a limit applies to, as a bit set.
 enum ZEL_RangeFlag : int32_t
 {
     ZEL_RANGE_FREE = 0,   ///< no limit
@@ -47,10 +47,10 @@ public:
     double getParmMin() const { return getUIMin(); }
     double getParmMax() const { return getUIMax(); }
 
-    /// The value within the hard limits. A value below the minimum becomes the minimum and the
-    /// maximum is not looked at, even when it lies below.
+    /// The value clamped to the hard limits. A value below the minimum becomes the minimum, even
+    /// if the maximum is lower still.
     double constrain(double value) const { return constrain(hasParmMin(), hasParmMax(), value); }
-    /// The same with the two switches in place of the hard bits.
+    /// The same with two switches instead of the hard bits.
     double constrain(bool useMin, bool useMax, double value) const
     {
         if (useMin && value < myMin) {

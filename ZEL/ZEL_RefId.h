@@ -27,7 +27,7 @@ public:
     void setIndex(int parmIndex) { myIndex = parmIndex; }
     void setSubIndex(int subIndex) { mySubIndex = subIndex; }
 
-    /// The parm index isn't negative.
+    /// Whether the parm index isn't negative.
     bool isValid() const { return myIndex >= 0; }
 
     bool operator==(const ZEL_RefId &other) const
@@ -36,7 +36,7 @@ public:
     }
     bool operator!=(const ZEL_RefId &other) const { return !(*this == other); }
 
-    /// Same parameter, and the same component unless either names the whole parameter.
+    /// Same parameter, and same component unless either id means the whole parameter.
     bool matches(const ZEL_RefId &other) const
     {
         return myIndex == other.myIndex &&
@@ -47,9 +47,9 @@ public:
     unsigned hash() const;
 
     /// The parameter's token, or with a sub index its channel token; empty for an invalid id
-    /// or one that names nothing in `list`.
+    /// or one that isn't in `list`.
     void getToken(const ZEL_ParmList &list, KIT_String &token) const;
-    /// Likewise with the component's alias where it has one.
+    /// The same, but the component's alias if it has one.
     void getAlias(const ZEL_ParmList &list, KIT_String &alias) const;
 
 private:
