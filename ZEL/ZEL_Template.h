@@ -406,9 +406,16 @@ private:
         /// When another thread is first, its array is the one that counts and is given back.
         const KIT_StringHolder *publish(std::unique_ptr<KIT_StringHolder[]> made);
         /// While nobody else asks.
-        void drop();
+        void drop()
+        {
+            if (myTokens.load(std::memory_order_relaxed)) {
+                free();
+            }
+        }
 
     private:
+        void free();
+
         std::atomic<KIT_StringHolder *> myTokens{nullptr};
     };
 

@@ -377,7 +377,7 @@ void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL
         if (own) {
             spec.defaults = own;
         }
-        spec.type = child.getType();
+        spec.type = &child.getType();
         spec.extended = child.getTypeExtended();
         spec.vectorSize = child.getVectorSize();
         // For a toggle without its own menu this is the menu that all toggles share.

@@ -67,7 +67,7 @@ void ZEL_ScriptParm::fillGroup(ZEL_Template *target, int &index, ZEL_ScriptImpor
     }
     ZEL_Template &whole = target[index];
     ZEL_TemplateSpec spec;
-    spec.type = myType;
+    spec.type = &myType;
     spec.vectorSize = myGroup->getPageCount();
     spec.name = &myName;
     spec.defaults = myGroup->getDefaults();
@@ -107,9 +107,11 @@ void ZEL_ScriptParm::fillMulti(ZEL_Template &target, ZEL_ScriptImports *&imports
 
 void ZEL_ScriptParm::fillBaseParm(ZEL_Template &target)
 {
-    const ZEL_Type kept = myType & (ZEL_TYPE_INVISIBLE | ZEL_TYPE_JOIN_NEXT | ZEL_TYPE_LABEL_NONE);
+    const ZEL_Type type =
+        ZEL_TYPE_BASEPARM |
+        (myType & (ZEL_TYPE_INVISIBLE | ZEL_TYPE_JOIN_NEXT | ZEL_TYPE_LABEL_NONE));
     ZEL_TemplateSpec spec;
-    spec.type = ZEL_TYPE_BASEPARM | kept;
+    spec.type = &type;
     spec.exportLevel = getExport();
     spec.name = &myName;
     spec.makeParm(target);
@@ -138,7 +140,7 @@ void ZEL_ScriptParm::fillParm(ZEL_Template &target)
         spec.multiType = myMultiType;
         spec.makeMulti(target);
     } else {
-        spec.type = myType;
+        spec.type = &myType;
         spec.extended = myTypeExtended;
         spec.vectorSize = mySize;
         spec.choices = myMenu.get();

@@ -148,7 +148,7 @@ void ZEL_Template::initialize(const ZEL_Type &type, ZEL_TypeExtended extended,
                               const char *help, ZEL_ConditionalBase *conditional)
 {
     ZEL_TemplateSpec spec;
-    spec.type = type;
+    spec.type = &type;
     spec.extended = extended;
     spec.exportLevel = exportLevel;
     spec.vectorSize = vectorSize;
@@ -186,6 +186,7 @@ void ZEL_Template::initMulti(ZEL_MultiType multiType, ZEL_Template *items, ZEL_E
 
 void ZEL_Template::become(const ZEL_TemplateSpec &spec)
 {
+    const ZEL_Type &type = *spec.type;
     dropChannelTokens();
     dropOverrides();
     dropRampTemplates();
@@ -193,15 +194,15 @@ void ZEL_Template::become(const ZEL_TemplateSpec &spec)
         dropOwnedChoiceList();
     }
 
-    myType = spec.type;
+    myType = type;
     myMultiType = ZEL_MULTITYPE_NONE;
-    if (spec.type.hasAnyOf(ZEL_TYPE_INVISIBLE)) {
+    if (type.hasAnyOf(ZEL_TYPE_INVISIBLE)) {
         myMultiType = myMultiType | ZEL_MULTITYPE_INVISIBLE;
     }
-    const bool joinedFlag = spec.type.hasInterfaceType(ZEL_Type::ZEL_INTERFACE_JOIN_EXT);
+    const bool joinedFlag = type.hasInterfaceType(ZEL_Type::ZEL_INTERFACE_JOIN_EXT);
     myTypeExtended = joinedFlag ? ZEL_TYPEX_JOINED : spec.extended;
     myExportLevel = spec.exportLevel;
-    myVectorSize = spec.type.hasAllOf(ZEL_SEPARATOR) ? 0 : std::max(spec.vectorSize, 0);
+    myVectorSize = type.hasAllOf(ZEL_SEPARATOR) ? 0 : std::max(spec.vectorSize, 0);
     setNamePtr(spec.name);
     myFactoryDefaults = spec.defaults;
     myChoiceList = spec.choices;
@@ -211,19 +212,18 @@ void ZEL_Template::become(const ZEL_TemplateSpec &spec)
     myConditional = spec.conditional;
     myHelpText = KIT_StringHolder(spec.help);
 
-    const bool idleFlag = spec.type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOREFRESH) ||
-                          spec.type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOCOOK);
-    myParmGroup =
-        spec.type.isSwitcher() && idleFlag ? uint8_t(0) : static_cast<uint8_t>(spec.parmGroup);
+    const bool idleFlag = type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOREFRESH) ||
+                          type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOCOOK);
+    myParmGroup = type.isSwitcher() && idleFlag ? uint8_t(0) : static_cast<uint8_t>(spec.parmGroup);
 
     myMultiParmTemplate = nullptr;
     myMultiSize = 0.0;
     BASstore(myAutoScopeField, unknownBit());
     BASstore(myAutoSelectField, ~0u);
 
-    if (!spec.choices && spec.type.hasAllOf(ZEL_FILE)) {
+    if (!spec.choices && type.hasAllOf(ZEL_FILE)) {
         myChoiceList = new ZEL_ChoiceList(ZEL_CHOICELIST_REPLACE,
-                                          ZELgetFileHistoryGenerator(spec.type.getPathType()));
+                                          ZELgetFileHistoryGenerator(type.getPathType()));
         myOwnsChoiceListFlag = true;
     }
 }

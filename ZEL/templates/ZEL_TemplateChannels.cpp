@@ -123,7 +123,7 @@ const KIT_StringHolder *ZEL_Template::TokenArray::publish(std::unique_ptr<KIT_St
     return present;
 }
 
-void ZEL_Template::TokenArray::drop()
+void ZEL_Template::TokenArray::free()
 {
     delete[] myTokens.load(std::memory_order_relaxed);
     myTokens.store(nullptr, std::memory_order_relaxed);

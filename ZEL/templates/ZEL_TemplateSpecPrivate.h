@@ -20,7 +20,7 @@ struct ZEL_TemplateSpec
     ZEL_ConditionalBase *conditional = nullptr;
 
     // Of an ordinary parameter.
-    ZEL_Type type;
+    const ZEL_Type *type = nullptr; // never null for makeParm()
     ZEL_TypeExtended extended = ZEL_TYPEX_NONE;
     int vectorSize = 1;
     ZEL_ChoiceList *choices = nullptr;
