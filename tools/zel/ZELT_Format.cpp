@@ -33,8 +33,8 @@ char unescape(char c)
     return c == 'n' ? '\n' : c == 't' ? '\t' : c;
 }
 
-/// Reads what stands between two quotes; `at` is behind the opening one and ends up behind the
-/// closing one.
+/// Reads the text between two quotes; `at` is after the opening one and ends up after the closing
+/// one.
 bool readQuoted(std::string_view line, std::size_t &at, char quote, std::string &word)
 {
     for (; at < line.size() && line[at] != quote; ++at) {

@@ -1,5 +1,5 @@
 /// \file ZELT_Json.h
-/// JSON as the tool prints it: keys in the order of their making, a line for each element.
+/// JSON as the tool prints it: keys in the order in which they were added, a line for each element.
 ///
 /// Errors:     bytes that are no UTF-8 are printed as U+FFFD; numbers that JSON hasn't (infinities,
 ///             not a number) as null.

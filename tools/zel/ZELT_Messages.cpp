@@ -114,8 +114,8 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
 void ZELT_Messages::takeErrors(const std::string &file)
 {
     KIT_ErrorManager &manager = KITgetErrorManager();
-    // A file that is read twice on the way is told of once.
-    std::set<std::string> told;
+    // A file that is read twice is reported once.
+    std::set<std::string> reported;
     for (std::int64_t i = 0; i < manager.entries(); ++i) {
         const KIT_ErrorManager::Error &entry = manager.getError(i);
         // A script reader's text is a sentence with its place already.
@@ -124,7 +124,7 @@ void ZELT_Messages::takeErrors(const std::string &file)
         const std::string text =
             placedFlag ? entry.text
                        : KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str());
-        if (told.insert(text).second) {
+        if (reported.insert(text).second) {
             add(entry.severity, entry.category, entry.code, file, 0, text);
         }
     }

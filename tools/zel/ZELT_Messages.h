@@ -18,7 +18,7 @@
 class ZELT_Messages
 {
 public:
-    /// While it lives it takes what scripts are told (DS_Stream) and Python tracebacks.
+    /// While it lives it receives what is reported of scripts (DS_Stream) and Python tracebacks.
     ZELT_Messages();
     ~ZELT_Messages();
     ZELT_Messages(const ZELT_Messages &) = delete;
@@ -34,8 +34,8 @@ public:
     /// no file is given.
     void add(KIT_ErrorSeverity severity, const std::string &category, int code,
              const std::string &file, int line, const std::string &text);
-    /// Moves what the calling thread's error manager holds here. `file` stands in front of messages
-    /// that tell no place of their own.
+    /// Moves what the calling thread's error manager holds here. `file` is put before messages
+    /// that have no place of their own.
     void takeErrors(const std::string &file);
 
 private:

@@ -15,7 +15,7 @@ class ZELT_Progress
 public:
     /// `what` is borrowed.
     ZELT_Progress(const char *what, std::int64_t total);
-    /// Takes the bar away.
+    /// Erases the bar.
     ~ZELT_Progress();
     ZELT_Progress(const ZELT_Progress &) = delete;
     ZELT_Progress &operator=(const ZELT_Progress &) = delete;

@@ -15,7 +15,7 @@
 namespace
 {
 
-/// The preprocessor's messages go where the script's own go.
+/// Reports the preprocessor's messages like the script's own.
 class ScriptStream : public DS_Stream
 {
 public:
@@ -23,13 +23,13 @@ public:
         : DS_Stream(is, file.c_str(), theNotReduced), myMessages(messages)
     {}
 
-    void cppWarning(const char *text) override { tell(KIT_ERROR_WARNING, text); }
-    void cppError(const char *text) override { tell(KIT_ERROR_ABORT, text); }
+    void cppWarning(const char *text) override { report(KIT_ERROR_WARNING, text); }
+    void cppError(const char *text) override { report(KIT_ERROR_ABORT, text); }
 
 private:
     static constexpr bool theNotReduced = false;
 
-    void tell(KIT_ErrorSeverity severity, const char *text)
+    void report(KIT_ErrorSeverity severity, const char *text)
     {
         myMessages.add(severity, theKITCommonCategory, KIT_COMMON_BAD_SCRIPT, "", 0, text);
     }
@@ -46,8 +46,8 @@ bool parsePage(ZEL_ScriptPage &page, DS_Stream &stream)
     if (!page.parse(stream, wantBrace, nullptr, isImport, clearJoin, depth)) {
         return false;
     }
-    KIT_String behind;
-    if (stream.getToken(behind)) {
+    KIT_String rest;
+    if (stream.getToken(rest)) {
         stream.warning("What stands behind the closing brace of the script isn't read");
     }
     return true;
@@ -112,7 +112,7 @@ bool ZELT_Script::parseStream(KIT_IStream &is, const std::string &file, ZEL_Scri
     const bool parsed = parsePage(page, stream);
     messages.takeErrors(file);
     if (!parsed || messages.getErrorCount() != errorsBefore) {
-        // The openers of some blocks fail without a word of their own.
+        // Some blocks fail at their start without a message.
         if (messages.getErrorCount() == errorsBefore) {
             stream.error("Expecting open brace");
         }

@@ -3,8 +3,8 @@
 ///
 /// Ownership:  owns templates and what they point at: it must outlive every list made from them.
 /// Threads:    reading belongs to one thread; afterwards as ZEL_Template.
-/// Errors:     load() answers null at the first error; everything the script is told is a message
-///             with its file and line.
+/// Errors:     load() returns null at the first error; everything that is reported is a message with
+///             its file and line.
 #pragma once
 
 #include <memory>
@@ -30,7 +30,7 @@ public:
     ZELT_Script &operator=(const ZELT_Script &) = delete;
 
     const std::string &getFile() const { return myFile; }
-    /// What a node of the script is called: the page's name, else the file's without its ending.
+    /// What a node of the script is called: the page's name, else the file's without its extension.
     const std::string &getName() const { return myName; }
     /// Up to a terminator.
     ZEL_Template *getTemplates() const { return myTemplates.get(); }

@@ -58,7 +58,7 @@ bool hasExpression(const ZEL_Parm &parm, int index, double time)
     return segment && !segment->isInterpolated();
 }
 
-/// A key from which the value goes on in a straight line.
+/// A key from which the value runs in a straight line to the next.
 std::string makeKey(ZEL_Parm &parm, int index, double time, double value)
 {
     const std::string refused = refusal(parm, index, time);
@@ -77,7 +77,7 @@ std::string makeKey(ZEL_Parm &parm, int index, double time, double value)
     key.out.value = value;
     key.expression = KIT_StringHolder(TRKinterpolatorToString(TRK_INTERP_LINEAR));
     channel->putFullKey(key);
-    // A channel begins with a key that nobody asked for.
+    // A new channel has a key of its own, which was not asked for.
     while (freshFlag && channel->getNKeys() > 1) {
         const bool firstFlag = channel->findKey(time) != 0;
         channel->removeKey(channel->getKeyTime(firstFlag ? 0 : 1));
@@ -190,7 +190,7 @@ std::string ZELT_Session::loadChannels(const std::string &file)
 
 void ZELT_Session::growBlocks(double time)
 {
-    // The items of a block may hold blocks of their own: these stand behind it in the list.
+    // The items of a block may hold blocks of their own, which come after it in the list.
     for (int i = 0; i < getParms().getEntries(); ++i) {
         const ZEL_Parm *const parm = getParms().getParmPtr(i);
         if (parm->isMultiParm()) {
@@ -378,33 +378,33 @@ bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double ti
                      ZELT_Messages &messages)
 {
     bool good = true;
-    const auto tell = [&](const std::string &fault) {
+    const auto report = [&](const std::string &fault) {
         good = ZELTtakeFault("", fault, messages) && good;
     };
-    tell(""); // what the making of the parameters reported
-    // Values may refer to channels, so these come first; a plain value takes its channel away, so they
-    // come again: what the channel file animates is animated.
+    report(""); // what making the parameters reported
+    // Values may refer to channels, so these come first; a plain value removes its channel, so they
+    // are loaded again: what the channel file animates is animated.
     if (!inputs.channels.empty()) {
         good = ZELTtakeFault(inputs.channels, session.loadChannels(inputs.channels), messages);
     }
     if (!inputs.values.empty()) {
         good = ZELTtakeFault(inputs.values, session.loadValues(inputs.values), messages) && good;
         if (!inputs.channels.empty()) {
-            const KIT_ErrorManager::Scope toldAlready(BASgetSTID());
+            const KIT_ErrorManager::Scope reportedAlready(BASgetSTID());
             session.loadChannels(inputs.channels);
         }
     }
     for (const std::string &option : inputs.sets) {
-        tell(session.applySet(option, time));
+        report(session.applySet(option, time));
     }
     for (const std::string &option : inputs.expressions) {
-        tell(session.applyExpression(option, time));
+        report(session.applyExpression(option, time));
     }
     for (const std::string &option : inputs.keys) {
-        tell(session.applyKey(option));
+        report(session.applyKey(option));
     }
     session.growBlocks(time);
-    tell("");
+    report("");
     return good;
 }
 
@@ -419,23 +419,4 @@ std::string ZELTevaluationError(int error)
         text += ": " + reason.substr(reason.rfind('\n') + 1);
     }
     return text;
-}
-
-std::string ZELTcomponentText(const ZEL_Parm &parm, int index, double time, int thread)
-{
-    const ZEL_Type &type = parm.getType();
-    if (type.isFloatType()) {
-        double value = 0.0;
-        parm.getValue(time, value, index, thread);
-        return ZELTnumber(value);
-    }
-    if (type.isOrdinalType()) {
-        std::int64_t value = 0;
-        parm.getValue(time, value, index, thread);
-        return std::to_string(value);
-    }
-    constexpr bool expand = true;
-    KIT_String text;
-    parm.getValue(time, text, index, expand, thread);
-    return ZELTquote(text.view());
 }

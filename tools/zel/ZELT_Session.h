@@ -4,10 +4,11 @@
 /// Vocabulary: *address* = `TOKEN`, `TOKEN:INDEX`, or a channel token such as `tx`; without an index
 ///             it means all components.
 /// Units:      component indices from 0; times in seconds.
-/// Ownership:  owns the node; the script if it read it, else borrows it, and it must outlive it.
+/// Ownership:  owns the node, and the script if open() read it; else that is borrowed and must
+///             outlive it.
 /// Threads:    as ZELX_Node: evaluation from any thread, the rest from the one that made it.
-/// Errors:     operations on addresses answer why they failed, "" for success. Files that are at
-///             fault leave messages with the thread's error manager.
+/// Errors:     operations on addresses return why they failed, "" for success. Files that are
+///             wrong leave messages with the thread's error manager.
 #pragma once
 
 #include <KIT/KIT_IStream.h>
@@ -27,7 +28,7 @@ struct ZELT_Address
 {
     ZEL_Parm *parm = nullptr;
     int first = 0; ///< the first component
-    int end = 0;   ///< behind the last
+    int end = 0;   ///< after the last
 };
 
 /// The values and changes of a node, as a command line gives them.
@@ -104,16 +105,13 @@ private:
     ZELX_Node *myNode;
 };
 
-/// Tells what the library reported or, without that, the fault; false if there was an error. `file`
+/// Reports what the library reported or, without that, the fault; false if there was an error. `file`
 /// is what it is about, "" for nothing.
 bool ZELTtakeFault(const std::string &file, const std::string &fault, ZELT_Messages &messages);
-/// Reads and sets all of them at a time, in this order; false if any is at fault.
+/// Reads and sets all of them at a time, in this order; false if any is wrong.
 bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double time,
                      ZELT_Messages &messages);
 
-/// What an evaluation's error number says, on the thread that evaluated: of a Python expression with the
-/// reason, which is the last line of its traceback.
+/// What an evaluation's error number says, on the thread that evaluated: for a Python expression with
+/// the reason, which is the last line of its traceback.
 std::string ZELTevaluationError(int error);
-
-/// One component as text: a number, or a text in quotes.
-std::string ZELTcomponentText(const ZEL_Parm &parm, int index, double time, int thread);

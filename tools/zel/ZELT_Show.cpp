@@ -66,7 +66,7 @@ const char *multiWord(const ZEL_Template &description)
 }
 
 /// A folder's members end here; `at` itself may be a set of folders.
-const ZEL_Template *behindMember(const ZEL_Template *at)
+const ZEL_Template *afterMember(const ZEL_Template *at)
 {
     return at->isSwitcher() ? ZEL_Template::getEndOfSwitcher(at) : at + 1;
 }
@@ -223,7 +223,7 @@ ZELT_Json conditionsJson(const ZEL_Template &description)
 
 using Tags = std::map<std::string, std::string>;
 
-/// Sorted: the record's own order is nobody's to rely on.
+/// Sorted: the record's own order isn't defined.
 Tags tagsOf(const ZEL_Template &description)
 {
     Tags tags;
@@ -298,7 +298,7 @@ std::string defaultsText(const ZEL_Template &description)
     return text;
 }
 
-/// A condition in braces stands as it is: `disablewhen { a == 1 }`.
+/// A condition keeps its braces: `disablewhen { a == 1 }`.
 std::string conditionsText(const ZEL_ConditionalBase *base)
 {
     std::string text;
@@ -327,7 +327,7 @@ void appendFolders(std::string &out, const ZEL_Template *folders, int level)
         out += conditionsText(tabs ? tabs->getTabConditional(folder) : nullptr) + '\n';
         const ZEL_Template *end = member;
         for (int i = 0; i < records[folder].getOrdinal() && !end->isTerminator(); ++i) {
-            end = behindMember(end);
+            end = afterMember(end);
         }
         appendTree(out, member, end, level + 1);
         member = end;
@@ -336,7 +336,7 @@ void appendFolders(std::string &out, const ZEL_Template *folders, int level)
 
 void appendTree(std::string &out, const ZEL_Template *from, const ZEL_Template *end, int level)
 {
-    for (const ZEL_Template *at = from; at != end && !at->isTerminator(); at = behindMember(at)) {
+    for (const ZEL_Template *at = from; at != end && !at->isTerminator(); at = afterMember(at)) {
         out += std::string(std::size_t(level) * 2, ' ') + ZELTdescribeLine(*at) + '\n';
         if (at->isSwitcher()) {
             appendFolders(out, at, level + 1);

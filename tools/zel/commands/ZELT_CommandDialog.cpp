@@ -68,7 +68,7 @@ public:
     std::vector<Row> getRows() const { return myRows; }
 
 private:
-    /// How many of its folder's members it is: a companion is one of its own.
+    /// How many of its folder's members it takes: a companion is a member too.
     int addMember(int depth)
     {
         const ZEL_Parm &parm = *myList->getParmPtr(myNext++);
@@ -89,7 +89,7 @@ private:
         return 1;
     }
 
-    /// A record may have such a name too, so what stands behind it decides.
+    /// A record may have such a name too, so the parameter after it decides.
     bool isCompanionOf(const char *suffix, const ZEL_Template &about) const
     {
         const ZEL_Parm *const next = myNext < myCount ? myList->getParmPtr(myNext) : nullptr;
@@ -117,7 +117,7 @@ private:
         constexpr int expressions = 2;
         static constexpr const char *theStates[] = {"off", "sliders", "expressions"};
         const int folder = std::min(std::max(numberOf(companion), 0), expressions);
-        myNext++; // the first folder's only member has no meaning
+        myNext++; // the only member of the first folder means nothing
         const ZEL_Parm &sliders = *myList->getParmPtr(myNext++);
         const int first = myNext;
         myNext += sliders.getVectorSize();
@@ -252,8 +252,8 @@ bool isReadable(const std::string &file, ZELT_Messages &messages)
     return false;
 }
 
-/// Whether it stands in for the commands that the file hasn't got.
-bool isStandIn(const DS_CommandList &commands)
+/// Whether it is the placeholder for a file without commands.
+bool isPlaceholder(const DS_CommandList &commands)
 {
     return commands.getEntries() == 1 && !commands.getCommand(0)->getParmList() &&
            commands.getCommand(0)->getCommandName() == "null";
@@ -289,7 +289,7 @@ int runDialog(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
     }
     const DS_CommandList commands(call.file.c_str());
     messages.takeErrors(call.file);
-    if (isStandIn(commands)) {
+    if (isPlaceholder(commands)) {
         messages.error(call.file, "has no commands");
         return 1;
     }

@@ -14,7 +14,7 @@
 namespace
 {
 
-/// What a stream says of the parameter: `[ 0 locks=0 ] ( 1 2 3 )`; null for none.
+/// What a stream holds of the parameter: `[ 0 locks=0 ] ( 1 2 3 )`; null for none.
 struct Saved
 {
     bool thereFlag = false;
@@ -34,7 +34,7 @@ Saved savedText(const ZEL_ParmList &parms, const std::string &token)
     parm->save(os, text, compiled);
     saved.thereFlag = true;
     saved.text = os.str();
-    // Fields are apart by tabs, which texts hold as \t only.
+    // Tabs separate fields only: texts hold them as \t.
     std::replace_if(
         saved.text.begin(), saved.text.end(), [](char c) { return c == '\t' || c == '\n'; }, ' ');
     saved.text.erase(saved.text.find_last_not_of(' ') + 1);

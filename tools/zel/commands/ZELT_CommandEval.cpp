@@ -1,3 +1,4 @@
+#include "ZELT_Cell.h"
 #include "ZELT_CommandLine.h"
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
@@ -8,7 +9,6 @@
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Error.h>
-#include <KIT/KIT_String.h>
 #include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_Parm.h>
@@ -22,7 +22,6 @@
 #include <mutex>
 #include <system_error>
 #include <thread>
-#include <variant>
 
 namespace
 {
@@ -127,46 +126,8 @@ bool findColumns(ZELT_Session &session, const std::vector<std::string> &tokens, 
 }
 
 // -------------------------------------------------------------------- //
-// Cells
+// Evaluation
 // -------------------------------------------------------------------- //
-
-/// Nothing for an item that is gone.
-using Cell = std::variant<std::monostate, double, std::int64_t, std::string>;
-
-std::string cellText(const Cell &cell)
-{
-    return cell.index() == 1   ? ZELTnumber(std::get<1>(cell))
-           : cell.index() == 2 ? std::to_string(std::get<2>(cell))
-           : cell.index() == 3 ? ZELTquote(std::get<3>(cell))
-                               : "-";
-}
-
-ZELT_Json cellJson(const Cell &cell)
-{
-    return cell.index() == 1   ? ZELT_Json(std::get<1>(cell))
-           : cell.index() == 2 ? ZELT_Json(std::get<2>(cell))
-           : cell.index() == 3 ? ZELT_Json(std::get<3>(cell))
-                               : ZELT_Json();
-}
-
-Cell evaluateCell(const ZEL_Parm &parm, int index, double time, int thread)
-{
-    const ZEL_Type &type = parm.getType();
-    if (type.isFloatType()) {
-        double value = 0.0;
-        parm.getValue(time, value, index, thread);
-        return value;
-    }
-    if (type.isOrdinalType()) {
-        std::int64_t value = 0;
-        parm.getValue(time, value, index, thread);
-        return value;
-    }
-    constexpr bool expand = true;
-    KIT_String text;
-    parm.getValue(time, text, index, expand, thread);
-    return text.toStdString();
-}
 
 struct Fault
 {
@@ -177,8 +138,8 @@ struct Fault
 
 struct Table
 {
-    std::vector<Cell> cells;   ///< row by row
-    std::vector<Fault> faults; ///< the first one of each column
+    std::vector<ZELT_Cell> cells; ///< row by row
+    std::vector<Fault> faults;    ///< the first one of each column
 };
 
 /// Evaluates runs of rows; every thread takes the next run.
@@ -210,7 +171,7 @@ public:
                 others.push_back(std::async(std::launch::async, [this] { takeRuns(); }));
             }
         } catch (const std::system_error &) {
-            // No room for another thread: those that there are do it all.
+            // No more threads can be started: those that run do all of it.
         }
         takeRuns();
         for (std::future<void> &other : others) {
@@ -221,7 +182,7 @@ public:
 private:
     void takeRuns()
     {
-        // What evaluation reports is told by column and row, not by thread.
+        // Faults are reported by column and row, not by thread.
         const KIT_ErrorManager::Scope quiet(BASgetSTID());
         constexpr std::int64_t run = 16;
         for (std::int64_t row = myNext.fetch_add(run); row < myRows.count;
@@ -239,12 +200,12 @@ private:
         const double time = myRows.time(row);
         const TRK_EvalContext::Scope context(thread, time);
         const ZEL_ParmList &parms = mySession.getParms();
-        Cell *cell = &myTable.cells[std::size_t(row) * myColumns.size()];
+        ZELT_Cell *cell = &myTable.cells[std::size_t(row) * myColumns.size()];
         for (std::size_t i = 0; i < myColumns.size(); ++i, ++cell) {
             const ZEL_Parm *const parm = parms.getParmPtr(myColumns[i].key);
             if (parm) {
                 EVL::theErrNo[thread] = EVL::EVL_OK;
-                *cell = evaluateCell(*parm, myColumns[i].index, time, thread);
+                *cell = ZELTevaluate(*parm, myColumns[i].index, time, thread);
                 noteFault(i, row, EVL::theErrNo[thread]);
             }
         }
@@ -318,7 +279,7 @@ void printTable(const Table &table, const Columns &columns, const Rows &rows)
         }
         line.push_back(ZELTnumber(rows.time(row)));
         for (std::size_t i = 0; i < columns.size(); ++i) {
-            line.push_back(cellText(table.cells[std::size_t(row) * columns.size() + i]));
+            line.push_back(ZELTcellText(table.cells[std::size_t(row) * columns.size() + i]));
         }
         text.push_back(std::move(line));
     }
@@ -345,15 +306,16 @@ void printJson(const Table &table, const Columns &columns, const Rows &rows)
         json["time"] = rows.time(row);
         json["values"] = ZELT_Json::array();
         for (std::size_t i = 0; i < columns.size(); ++i) {
-            json["values"].push_back(cellJson(table.cells[std::size_t(row) * columns.size() + i]));
+            json["values"].push_back(
+                ZELTcellJson(table.cells[std::size_t(row) * columns.size() + i]));
         }
         out["rows"].push_back(std::move(json));
     }
     ZELTprintJson(out);
 }
 
-bool tellFaults(const Table &table, const Columns &columns, const Rows &rows,
-                ZELT_Messages &messages)
+bool reportFaults(const Table &table, const Columns &columns, const Rows &rows,
+                  ZELT_Messages &messages)
 {
     bool good = true;
     for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -406,7 +368,7 @@ int evaluateNode(const Call &call, const ZELT_Options &options, ZELT_Messages &m
     } else {
         printTable(table, columns, rows);
     }
-    return tellFaults(table, columns, rows, messages) ? 0 : 1;
+    return reportFaults(table, columns, rows, messages) ? 0 : 1;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "ZELT_Shell.h"
 
+#include "ZELT_Cell.h"
 #include "ZELT_Script.h"
 #include "ZELT_Show.h"
 
@@ -33,7 +34,7 @@ void list(ZELT_Shell &shell, const ZELT_ShellWords &)
         std::cout << parm.getToken();
         const int size = parm.getTemplatePtr()->isSwitcher() ? 0 : parm.getVectorSize();
         for (int k = 0; k < size; ++k) {
-            std::cout << ' ' << ZELTcomponentText(parm, k, shell.getTime(), BASgetSTID());
+            std::cout << ' ' << ZELTcellText(ZELTevaluate(parm, k, shell.getTime(), BASgetSTID()));
         }
         std::cout << '\n';
     }

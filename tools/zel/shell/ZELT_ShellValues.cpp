@@ -2,6 +2,7 @@
 
 #include "ZELT_Shell.h"
 
+#include "ZELT_Cell.h"
 #include "ZELT_Format.h"
 
 #include <BAS/BAS_Thread.h>
@@ -42,7 +43,7 @@ void eval(ZELT_Shell &shell, const ZELT_ShellWords &words)
     }
     for (int i = address.first; i < address.end; ++i) {
         EVL::theErrNo[thread] = EVL::EVL_OK;
-        const std::string value = ZELTcomponentText(*address.parm, i, when, thread);
+        const std::string value = ZELTcellText(ZELTevaluate(*address.parm, i, when, thread));
         if (EVL::theErrNo[thread] != EVL::EVL_OK) {
             shell.fail(ZELTevaluationError(EVL::theErrNo[thread]));
         } else {
