@@ -12,7 +12,8 @@ ROOT is the source root, MAP what zel_write_room_map of cmake/ZELRooms.cmake wro
 - a library includes what it likes of those before it in the map, and nothing of those after it;
 - no header includes itself by way of others, but for a pair that says so: `// pair: why` after the
   include of one of the two;
-- every header and source of the folders belongs to exactly one room.
+- every header and source of the folders belongs to exactly one room, and is included by its room's or
+  library's folder, never by a relative path.
 
 Exit 0 when all hold, 1 with a line for each breach.
 """
@@ -21,6 +22,7 @@ import sys
 from pathlib import Path
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*[<"]([A-Z]{2,3}/[^>"]+)[>"](.*)$', re.MULTILINE)
+RELATIVE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"(?![A-Z]{2,3}/)([^"]+)"', re.MULTILINE)
 
 
 class Room:
@@ -74,6 +76,9 @@ class Check:
         """Files of ours that FILE includes, with the line and whether it is one half of a pair."""
         path = self.root / file
         text = path.read_text() if path.is_file() else ''
+        for match in RELATIVE.finditer(text):
+            line = text.count('\n', 0, match.start()) + 1
+            self.faults.append(f'{file}:{line}: includes {match[1]} without its room')
         for match in INCLUDE.finditer(text):
             target = self.file_of.get(match[1])
             line = text.count('\n', 0, match.start()) + 1
@@ -83,6 +88,13 @@ class Check:
                 yield target, line, '// pair:' in match[2]
 
     def check_strays(self):
+        roofs = {str(Path(room.place).parent) for room in self.rooms}
+        places = {room.place for room in self.rooms}
+        for roof in sorted(roofs):
+            for path in sorted((self.root / roof).iterdir()):
+                if path.is_dir() and f'{roof}/{path.name}' not in places and any(
+                        file.suffix in ('.h', '.cpp', '.def') for file in path.rglob('*')):
+                    self.faults.append(f'{roof}/{path.name} is a room on no floor')
         folders = {str(Path(room.place).parent) for room in self.rooms} | {
             room.place for room in self.rooms}
         for folder in sorted(folders):

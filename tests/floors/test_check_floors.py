@@ -74,6 +74,9 @@ class Floors(unittest.TestCase):
                         'first names low under USES')
         self.assert_one(faults({'ZEL/second/ZEL_Stray.cpp': ''}), 'ZEL_Stray.cpp belongs to no room')
         self.assert_one(faults({'ZEL/ZEL_Low.h': '#include <ZEL/ZEL_Gone.h>\n'}), 'header of no room')
+        self.assert_one(faults({'ZEL/none/ZEL_None.cpp': ''}), 'ZEL/none is a room on no floor')
+        self.assert_one(faults({'ZEL/low/ZEL_Low.cpp': '#include "../ZEL_First.h"\n'}),
+                        'ZEL_Low.cpp:1', 'without its room')
         self.assert_one(faults(None, MAP + 'header ZEL/ZEL_Low.h\n'), 'in two rooms')
 
 
