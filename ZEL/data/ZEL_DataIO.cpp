@@ -91,8 +91,8 @@ bool ZEL_Data::saveBinary(std::ostream &os) const
         packet.beginWrite(os, dataClassId(), DATA_TYPE);
         KIT_String(typed ? typed->getDataTypeToken() : "").save(os, binary);
         packet.endWrite();
-        // Written after an empty type too, although it isn't needed there: readers count the
-        // packets.
+        // Written after an empty type too, where it isn't read: readers rely on the packet being
+        // there.
         const Item item = getChannel(index) ? Item() : fetch(index);
         if (item) {
             packet.beginWrite(os, dataClassId(), DATA_PAYLOAD);
@@ -234,7 +234,8 @@ void ZEL_Data::loadArgument(const char *argument, int index, HeldChannels &held,
         setData(item, 0.0, index);
         return;
     }
-    // Unlike elsewhere, of two components that shared a channel the first decides whether it goes.
+    // Unlike elsewhere, of two components that shared a channel the first decides whether it is
+    // removed.
     TRK_Channel **const own = held.begin() + index;
     if (std::find(held.begin(), own, *own) == own) {
         ZEL_ValueFrames::deleteHeldChannel(*this, held, index);

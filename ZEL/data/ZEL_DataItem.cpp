@@ -1,6 +1,6 @@
 #include <ZEL/ZEL_DataItem.h>
 
-// Out of line, so that the class has one table and one type record.
+// Out of line, so that the class has exactly one vtable and type record.
 ZEL_DataItem::~ZEL_DataItem() = default;
 
 KIT_JSONValueMap *ZEL_DataItem::getKeyValueDict() const

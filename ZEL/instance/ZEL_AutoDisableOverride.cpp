@@ -9,7 +9,7 @@
 
 namespace
 {
-/// The open scopes of all threads, by their newest.
+/// The open scopes of all threads, linked from the newest.
 BAS_ByteLock theLock;
 ZEL_AutoDisableOverride *theNewest = nullptr;
 std::atomic<int> theOpenCount{0};

@@ -29,7 +29,7 @@ bool isReferenceText(std::string_view text)
     return true;
 }
 
-/// The functions that make a plain reference, with the shortest text that each can be.
+/// The functions that form a plain reference, with the shortest possible text of each.
 struct ReferenceFunction
 {
     std::string_view opening;
@@ -42,7 +42,7 @@ constexpr ReferenceFunction theReferenceFunctions[] = {
     {"chsop(", 10},
 };
 
-/// Takes the argument of a reference function; false if the text is none.
+/// Reduces a call of a reference function to its argument; false if the text isn't such a call.
 bool stripFunction(std::string_view &text)
 {
     for (const ReferenceFunction &function : theReferenceFunctions) {

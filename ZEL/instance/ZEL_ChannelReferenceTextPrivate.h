@@ -1,15 +1,15 @@
 /// \file ZEL_ChannelReferenceTextPrivate.h
-/// Texts that say nothing but which channel to read: `ch("../size")` and what old files had for it.
+/// Texts that only name a channel to read: `ch("../size")` and the form of old files.
 ///
 /// Threads:    any.
-/// Errors:     false for any other text; `channel`, which may be null, is then left alone.
+/// Errors:     false for any other text; `channel`, which may be null, is then unchanged.
 /// Cost:       one pass over the text.
 #pragma once
 
 class KIT_String;
 
-/// One call of a reference function with a quoted name and nothing else, parentheses allowed around
-/// it; in backticks unless `bare`. The name goes to `channel`.
+/// One call of a reference function with a quoted name and nothing else, optionally in parentheses;
+/// in backticks unless `bare`. The name is stored in `channel`.
 bool ZELisChannelReference(const char *text, bool bare, KIT_String *channel);
 
 /// The form `!!ch("name")!!` of old files, with or without backticks and quotes.

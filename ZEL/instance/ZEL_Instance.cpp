@@ -43,7 +43,7 @@ ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
       myConstMicroNodes(nullptr)
 {
     initMasks();
-    // Not the source's: whoever copies sets the state it wants.
+    // Not copied from the source: the caller sets the state.
     myEnableState = 0;
     const int size = getVectorSize();
     myChannels.init(size);
@@ -111,7 +111,7 @@ void ZEL_Instance::adopt(ZEL_Instance &source)
 void ZEL_Instance::adoptOverrides(ZEL_Instance &) {}
 
 // ---------------------------------------------------------------------- //
-// Base forms of the virtual operations
+// Base versions of the virtual operations
 // ---------------------------------------------------------------------- //
 
 bool ZEL_Instance::isDefault(int index, ZEL_DefaultType type, bool checkLocks) const
@@ -144,7 +144,7 @@ bool ZEL_Instance::saveUndoData(std::shared_ptr<ZEL_UndoData> &data) const
     const ZEL_LostText lost;
     std::ostringstream stream;
     const bool ok = save(stream, 0, false);
-    // Half a text would be taken for the whole one when it is given back.
+    // A text cut off for lack of memory would be restored as if it were complete.
     lost.check();
     if (!stream) {
         throw std::bad_alloc();
@@ -427,7 +427,7 @@ std::uint32_t ZEL_Instance::getEnableState(int index) const
 bool ZEL_Instance::setEnableState(bool enabled, int index)
 {
     const std::uint32_t before = myEnableState;
-    // The first key of a ramp stays where it is.
+    // A ramp's first key doesn't move: its position is never enabled.
     if (enabled && isFirstRampPosition()) {
         enabled = false;
     }
@@ -506,8 +506,8 @@ void ZEL_Instance::setSendExtra(int index)
 {
     const std::uint32_t present = BASload(mySendExtraFlags);
     const std::uint32_t wanted = index < 0 ? sizeBits() : bit(index);
-    // For all components any bit that is set keeps the others as they are. The list counts bits, so
-    // that taking them off later brings it back to 0 for every size.
+    // For all components: if any of the bits is set, the others stay as they are. The list counts
+    // bits, so clearing them later brings its count back to 0 for every size.
     if (wanted == 0 || (present & wanted) != 0) {
         return;
     }

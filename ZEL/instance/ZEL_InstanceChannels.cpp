@@ -47,7 +47,7 @@ double findNeighbourKey(const ZEL_Instance &instance, double time, int index,
 } // namespace
 
 // ---------------------------------------------------------------------- //
-// Making and removing channels
+// Creating and removing channels
 // ---------------------------------------------------------------------- //
 
 int ZEL_Instance::getChannelCount() const
@@ -153,7 +153,8 @@ void ZEL_Instance::adoptChannels(ZEL_Instance &source)
     for (int i = 0; i < size; ++i) {
         TRK_Channel *channel = i < sourceSize ? source.myChannels[i] : nullptr;
         if (channel != myChannels[i]) {
-            // Left behind it would be linked again by its name, and keep that name from the heir.
+            // Otherwise relinking by name would find the old channel and the taken-over one
+            // couldn't use its name.
             removeChannel(i);
         }
         myChannels[i] = channel;
@@ -222,8 +223,8 @@ void ZEL_Instance::reloadChannelPtrs()
             setDefaultsInitFlag(true);
         }
     }
-    // Channels count as applied defaults, so that nobody reverts this parameter later: its other
-    // components get theirs now.
+    // Creating a channel counts as applying the defaults, so the parameter isn't reverted later:
+    // apply the other components' defaults now.
     if (!hadDefaults && getDefaultsInitFlag()) {
         for (int i = 0; i < size; ++i) {
             if (!found.getBit(i)) {
@@ -384,7 +385,7 @@ void ZEL_Instance::loadTokenAsChannelNameOrExpression(const char *token, int ind
     if (collection && hasChannelName(name, index)) {
         TRK_Channel *channel = collection->getChannel(name);
         if (!channel && name != getChannelToken(index)) {
-            // An alias names the channel by the component's token.
+            // An alias refers to the channel named by the component's token.
             channel = collection->getChannel(getChannelToken(index));
         }
         if (channel) {

@@ -1,5 +1,5 @@
-// The options of the saved form: one table, which the text form, the binary form and that of a float
-// walk.
+// The options of the saved form: one table, shared by the text form, the binary form and that of a
+// float.
 
 #include <ZEL/ZEL_Instance.h>
 
@@ -50,8 +50,8 @@ std::uint32_t parseField(const char *text)
 // The options
 // ---------------------------------------------------------------------- //
 
-/// One struct for each row of ZEL_InstanceOptions.def. Writers call `emit` once for each time the
-/// option is to be written, with a function that writes what stands behind "WORD=", or in the packet.
+/// One struct for each row of ZEL_InstanceOptions.def. Writers call `emit` for each occurrence of
+/// the option, with a function that writes the text after "WORD=", or the packet's payload.
 struct ZEL_Instance::Options
 {
     enum class Form
@@ -73,14 +73,14 @@ struct ZEL_Instance::Options
     {
         using Row = Row_;
         static constexpr ZEL_ParmIOToken token = token_;
-        /// The id of the option's packet, below 0 where that form doesn't have it.
+        /// The id of the option's packet, below 0 if that form has no such option.
         static constexpr int packetIn(Form form)
         {
             return form == Form::FLOAT ? floatPacket_ : packet_;
         }
     };
 
-    /// The rows in their order; `visit` and `test` get an Entry.
+    /// Visit the rows in order; `visit` and `test` get an Entry.
     template <class, class... Entries>
     struct Table
     {
@@ -109,7 +109,7 @@ struct ZEL_Instance::Options
 
 namespace
 {
-/// Saved where it is set, and lost to an instance that takes over.
+/// Saved where it is set, and not passed on to an instance that takes over.
 struct OptionRow
 {
     template <class Form>
@@ -215,14 +215,14 @@ struct ZEL_Instance::Options::Label : OptionRow
         if (!*text) {
             return;
         }
-        // The label may hold blanks and quotes, so it is read again as the quoted text that it is.
+        // The label may contain blanks and quotes, so it is read again as a quoted text.
         const std::int64_t wordEnd = is.tellg();
         KIT_String label;
         if (!is.seekg(wordEnd - std::int64_t(std::strlen(text))) || !is.readString(label)) {
             is.seekg(wordEnd);
             return;
         }
-        // A label that isn't wanted is still read to its end, so that none of it counts as an option.
+        // An unwanted label is still read to its end, so that none of it is taken for an option.
         if (!isLabelLoadDisabled()) {
             to.setLabel(label.isstring() ? label.c_str() : nullptr);
         }
@@ -320,7 +320,8 @@ struct ZEL_Instance::Options::Color : OptionRow
     {
         std::int32_t index = -1;
         float parts[3] = {0.0f, 0.0f, 0.0f};
-        // A cut packet colours with what is there: a colour isn't worth failing a load.
+        // A truncated packet sets the colour as far as it was read: a colour isn't worth failing a
+        // load.
         (void)(is.bread(index) && is.bread(parts[0]) && is.bread(parts[1]) && is.bread(parts[2]));
         if (to.validIndex(index)) {
             to.setChannelCustomColor(index, KIT_Color(parts[0], parts[1], parts[2]));
@@ -336,7 +337,7 @@ void ZEL_Instance::adoptOptions(const ZEL_Instance &source)
 
 void ZEL_Instance::setLabel(const char *label)
 {
-    // The name is the template's: every parameter of that template shows the new label.
+    // The name belongs to the template: every parameter of that template shows the new label.
     myTemplate->getNamePtr()->setLabel(label);
     setSaveLabelFlag(true);
 }
@@ -373,7 +374,7 @@ void ZEL_Instance::saveAsciiOptions(KIT_ByteBuffer &out) const
 
 bool ZEL_Instance::loadAsciiOptions(KIT_IStream &is, unsigned int &mask)
 {
-    // Behind the bracket, which is read by now.
+    // After the bracket, which has already been read.
     const std::string_view usual = theUsualOptions.substr(1);
     const std::string_view rest = is.rest();
     if (rest.size() > usual.size() && rest.substr(0, usual.size()) == usual &&
@@ -414,7 +415,7 @@ bool ZEL_Instance::loadAsciiOptions(KIT_IStream &is, unsigned int &mask)
 // Binary form, and that of a float
 // ---------------------------------------------------------------------- //
 
-/// `emit` gets the packet's id and what writes the payload.
+/// `emit` gets the packet's id and a function that writes the payload.
 template <class Emit>
 void ZEL_Instance::Options::writePackets(const ZEL_Instance &from, Form form, const Emit &emit)
 {

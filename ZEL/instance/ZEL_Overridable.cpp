@@ -59,7 +59,7 @@ std::unique_ptr<char[]> copyText(const char *text)
     return copy;
 }
 
-// The provider's operations by the type of the value. There is one while an override counts.
+// The provider's operations by value type. A provider exists while an override is in effect.
 
 void askProvider(int data, double time, int *timeDep, int *active, double &value)
 {
@@ -179,7 +179,7 @@ zelOverrideInfoData *ZEL_Overridable::recordAt(int index) const
 }
 
 // ---------------------------------------------------------------------- //
-// Per-thread disabling, and what counts
+// Per-thread disabling, and which overrides are in effect
 // ---------------------------------------------------------------------- //
 
 BAS_PerThread<ZEL_Overridable::DisableState> &ZEL_Overridable::disableStates()
@@ -195,7 +195,7 @@ ZEL_Overridable::DisableState &ZEL_Overridable::localDisableState()
 
 void ZEL_Overridable::forgetDisabling()
 {
-    // Whoever comes to stand at this address later must not start out disabled, on any thread.
+    // Clear all per-thread records keyed by this address; a later object may reuse it.
     disableStates().forEach([this](DisableState &state) {
         if (BASload(state.instance) == this) {
             BASstore(state.instance, nullptr);
@@ -318,14 +318,14 @@ bool ZEL_Overridable::ownerFails(ZEL_ParmList *list, double time, int index, int
 void ZEL_Overridable::noteState(zelOverrideInfoData &record, ZEL_ParmList *list, int index,
                                 int timeDep, int active) const
 {
-    // Evaluation threads note the same answers at the same time; whoever comes last wins.
+    // Evaluation threads note the same answers concurrently; the last one wins.
     if (timeDep >= 0) {
         BASstoreIfDifferent(record.timeDepState, std::uint8_t(timeDep & 3));
     }
     if (list && BASload(record.timeDepState) != 0) {
         setTimeDependent(index, true);
     }
-    // -1 is told apart; any other answer than 0 is a plain yes.
+    // -1 is kept apart; any other answer than 0 is a plain yes.
     const std::uint8_t state = active == 0 ? 0 : active == -1 ? theUnsureActive : 1;
     BASstoreIfDifferent(record.activeState, state);
 }
@@ -566,6 +566,6 @@ bool ZEL_Overridable::setOverrideString(double time, const char *text, bool repl
 {
     ZEL_Instance::setValue(time, text, TRK_MEANING_LITERAL, replaceExpression, index, addKey,
                            keySet);
-    // The provider takes numbers only: the text is parsed as an integer at its start.
+    // The provider accepts numbers only; the text is parsed as an integer prefix.
     return offer(time, double(ZELparseInt(text)), index);
 }

@@ -1,7 +1,7 @@
 #include <ZEL/ZEL_UndoData.h>
 
-// Out of line, so that each class has one table and one type record: `dynamic_cast` tells them
-// apart across shared libraries.
+// Out of line, so that each class has exactly one vtable and type record: `dynamic_cast` then works
+// across shared libraries.
 ZEL_UndoData::~ZEL_UndoData() = default;
 
 ZEL_InstanceUndoData::~ZEL_InstanceUndoData() = default;

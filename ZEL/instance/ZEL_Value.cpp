@@ -39,7 +39,7 @@ bool ZEL_Value::hasInterest(const void *data) const
 
 void ZEL_Value::changed()
 {
-    // By index, and with the record copied: a listener may add and remove interests.
+    // By index, and with a copy of the record: a listener may add and remove interests.
     for (std::size_t i = myInterests.size(); i-- > 0;) {
         const Interest interest = *myInterests[i];
         if (interest.callback) {

@@ -28,7 +28,7 @@ void ZEL_ValueFrames::deleteHeldChannel(ZEL_Instance &instance, HeldChannels &he
     TRK_Channel *channel = held[index];
     TRK_Collection *collection = instance.getChannelGroupPtr();
     if (channel && collection) {
-        // Two components may hold the same one.
+        // Two components may hold the same channel.
         std::replace(held.begin(), held.end(), channel, static_cast<TRK_Channel *>(nullptr));
         collection->deleteChannel(channel);
     }

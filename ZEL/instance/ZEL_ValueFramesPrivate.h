@@ -25,7 +25,7 @@
 #include <cstring>
 #include <ostream>
 
-/// What the kinds of value do differently in a load. Members that don't concern a form are ignored.
+/// How a load differs by the kind of value. Members that don't concern a form are ignored.
 struct ZEL_LoadRules
 {
     int classId = 0;              ///< binary: of every packet
@@ -34,12 +34,12 @@ struct ZEL_LoadRules
     int payloadId = INT_MIN;      ///< binary: a packet that may follow on the last component's
     const char *label = "";       ///< binary: names the load in common messages
     bool warnTooFew = true;       ///< code 2 when components are missing
-    bool warnTooMany = true;      ///< code 3 for what is past the last component
+    bool warnTooMany = true;      ///< code 3 for entries past the last component
     bool wrongClassFails = false; ///< binary: a foreign packet fails the load or just ends it
     bool stopOnError = false;     ///< binary: look at the error severity after each packet
 };
 
-/// What reading one entry of the text form came to.
+/// The result of reading one entry of the text form.
 enum class ZEL_LoadEntry : int
 {
     VALUE, ///< an entry was read, or skipped if the index is past the last component
@@ -48,7 +48,7 @@ enum class ZEL_LoadEntry : int
     FAILED ///< the load fails; the reader has reported why
 };
 
-/// Free functions; in a struct because the instance lets them at its option block.
+/// Free functions; in a struct because the instance grants it access to its option block.
 struct ZEL_ValueFrames
 {
     // ------------------------------------------------------------------ //
@@ -155,7 +155,7 @@ struct ZEL_ValueFrames
     /// An option's packet; common warning 8 for one that isn't.
     static void loadOptionPacket(ZEL_Instance &instance, KIT_IStream &is, int packetId,
                                  const ZEL_LoadRules &rules);
-    /// A channel's name, read from a packet and linked. False for a failed read.
+    /// Reads a channel's name from a packet and links the channel. False for a failed read.
     static bool loadBinaryLink(ZEL_Instance &instance, KIT_IStream &is, int index);
     /// The arguments that are used of a command's: `readArgument(text, index, held)` for each
     /// unlocked component. Without `asSet` the components' channels are held.
@@ -189,7 +189,7 @@ bool ZEL_ValueFrames::loadAscii(ZEL_Instance &instance, const ZEL_LoadRules &rul
         if (numRead < size) {
             ++numRead;
         } else if (numRead == size) {
-            // Once, however many there are.
+            // Warn once, however many there are.
             if (rules.warnTooMany) {
                 instance.addParmWarning(ZEL_ERR_TOO_MANY_VALUES);
             }

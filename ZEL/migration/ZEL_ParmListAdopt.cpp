@@ -1,4 +1,4 @@
-// One parameter takes over what another one was, and one list what another one held.
+// One parameter takes over another one's state, and one list another one's parameters.
 
 #include <ZEL/ZEL_ParmList.h>
 
@@ -46,7 +46,7 @@ void ZEL_ParmList::adoptChannelAlias(ZEL_Parm &to, const ZEL_Parm &from)
         if (alias == from.getChannelToken(i)) {
             continue;
         }
-        // Two parameters of one list can't share an alias: the one that goes gives it up.
+        // Two parameters of one list can't share an alias: the replaced one gives it up.
         const int aliasIndex = myChannelAliases.find(alias);
         if (getParmPtr(aliasIndex) == &from) {
             myChannelAliases.removeIfValue(alias, aliasIndex);
@@ -74,7 +74,7 @@ bool ZEL_ParmList::shouldCopyOnAdopt(ZEL_Template &to, ZEL_Parm &from, bool forc
 // A whole list
 // ---------------------------------------------------------------------- //
 
-/// The channels that a list holds before another one takes its place, for the case that it can't.
+/// A list's channels while another one takes its place, so that they can be given back on failure.
 class ZEL_ParmList::ChannelLoan
 {
 public:
@@ -89,7 +89,7 @@ public:
         }
     }
 
-    /// Takes no memory: the lender was on the collection before.
+    /// Allocates nothing: the lender was registered with the collection before.
     void giveBack(ZEL_ParmList &borrower) const
     {
         TRK_Collection *collection = borrower.myCollection;
@@ -103,7 +103,7 @@ public:
             myLender.myChannelSource.moveTo(collection);
         }
         for (const Held &held : myHeld) {
-            // Unless it was deleted, by which its slot is empty.
+            // Its slot is empty if the channel was deleted.
             if (collection->getChannel(held.parm->getChannelToken(held.index)) == held.channel) {
                 held.parm->getInstance()->setChannel(held.index, held.channel);
             }
@@ -169,8 +169,8 @@ void ZEL_ParmList::linkChannels()
 
 void ZEL_ParmList::copyParms(const ZEL_ParmList &source)
 {
-    // Without a collection until all are there: a copy that fails halfway would delete the channels
-    // that it shares.
+    // Detach the collection until all are copied: a copy that fails halfway would delete the
+    // channels that it shares.
     TRK_Collection *const collection = std::exchange(myCollection, nullptr);
     try {
         copyUnlinkedParms(source);
@@ -200,8 +200,8 @@ void ZEL_ParmList::copyUnlinkedParms(const ZEL_ParmList &source)
     }
 }
 
-/// Brings the states along that no adoption knows of, and drops the copies of items that the
-/// multi-parameters here didn't replace by items of their own: the source's describe those.
+/// Copies the states that adoption doesn't cover, and drops the copies of items that no
+/// multi-parameter here replaced by its own: they use the source's descriptions.
 void ZEL_ParmList::settleCopies(const ZEL_ParmList &source)
 {
     for (int i = getEntries(); i-- > 0;) {
@@ -227,8 +227,8 @@ void ZEL_ParmList::settleCopies(const ZEL_ParmList &source)
     }
 }
 
-/// The list that is being taken over, and what has had its turn: an item has it as it is made, before
-/// defaults could touch its channels.
+/// The list that is being taken over, and the parameters already adopted: an item is adopted when
+/// it is created, before defaults could change its channels.
 struct ZEL_ParmList::Adoption
 {
     ZEL_ParmList &from;
@@ -236,7 +236,7 @@ struct ZEL_ParmList::Adoption
     std::unordered_set<KIT_StringHolder, KIT_StringRefHash> done;
 };
 
-/// While it lives, the list takes over another one.
+/// While it lives, the list is taking over another one.
 class ZEL_ParmList::AdoptionScope
 {
 public:
@@ -288,7 +288,8 @@ void ZEL_ParmList::adoptAll(ZEL_ParmList &from, bool forceCopy)
         if (parm) {
             adoptFromOldList(*parm);
         }
-        // Copies that a multi-parameter's own items replaced may have stood before it.
+        // The position may have decreased: a multi-parameter's own items may have replaced copies
+        // before it.
         i = std::min(i, getEntries() - 1);
         while (i >= 0 && myParms[i] != parm) {
             --i;
@@ -304,7 +305,8 @@ void ZEL_ParmList::takeCollection(ZEL_ParmList &from)
     }
 }
 
-/// Channels that the heir didn't take go: nothing would ever name them again.
+/// Removes the channels that the list that takes over (`heir`) didn't take: nothing would refer to
+/// them again.
 void ZEL_ParmList::leaveCollection(const ZEL_ParmList &heir)
 {
     std::unordered_set<const TRK_Channel *> taken;

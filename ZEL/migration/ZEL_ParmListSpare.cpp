@@ -1,4 +1,4 @@
-// The spare part of a list, rebuilt in place when its set of templates changes.
+// The spare parameters of a list, rebuilt in place when their templates change.
 
 #include <ZEL/ZEL_ParmList.h>
 
@@ -60,7 +60,8 @@ void addItemTokens(const ZEL_ParmList &list, const ZEL_Parm &parm, double time, 
 
 } // namespace
 
-/// Null for a template whose basic type is unknown: nothing could ever find or remove it.
+/// Null for a template whose basic type is unknown: nothing could ever find or remove the
+/// parameter.
 ZEL_Parm *ZEL_ParmList::createSpareParm(ZEL_Template &description)
 {
     auto made = std::make_unique<ZEL_Parm>(&description, this);
@@ -73,7 +74,7 @@ ZEL_Parm *ZEL_ParmList::createSpareParm(ZEL_Template &description)
     return parm;
 }
 
-/// What reads a parameter that will change or go hears of it while the parameter is still there.
+/// Notifies readers of a parameter that will change or be removed while the parameter still exists.
 void ZEL_ParmList::announceSpareChanges(ZEL_Template *templates, bool forceCopy)
 {
     TokenSet kept;
@@ -86,7 +87,8 @@ void ZEL_ParmList::announceSpareChanges(ZEL_Template *templates, bool forceCopy)
             kept.insert(tokenOf(*parm));
         }
     }
-    // Reading a count may remove items, and who hears of a change may act: found anew each time.
+    // Reading a count may remove items, and an event handler may change the list: look up again
+    // each time.
     std::vector<KIT_StringHolder> changing;
     for (const ZEL_Parm *parm : myParms) {
         if (parm && parm->isSpareParm() && kept.count(tokenOf(*parm)) == 0) {
@@ -103,8 +105,8 @@ void ZEL_ParmList::announceSpareChanges(ZEL_Template *templates, bool forceCopy)
     }
 }
 
-/// Of a parameter and the one that couldn't take its state over: the old one, but the new one if that
-/// is a multi-parameter that has items of the other already.
+/// Of a parameter and its replacement that couldn't take its state over, keeps the old one; but the
+/// new one if it is a multi-parameter that already has items of the old one.
 void ZEL_ParmList::keepOneOf(ZEL_Parm &old, int oldIndex, ZEL_Parm &made)
 {
     if (myParms.last() != &made) {
@@ -124,14 +126,15 @@ void ZEL_ParmList::keepOneOf(ZEL_Parm &old, int oldIndex, ZEL_Parm &made)
     ++myAddRemoveCount;
 }
 
-/// The new parameter; null if the description makes none.
+/// Creates the new parameter; null if the description creates none.
 ZEL_Parm *ZEL_ParmList::remakeSpareParm(ZEL_Template &description, bool forceCopy, double time,
                                         bool notify)
 {
     int oldIndex = -1;
     ZEL_Parm *old = getParmPtr(description.getTokenRef(), oldIndex);
     if (old && !old->getInstance()->getDefaultsInitFlag()) {
-        // Said twice in one set: without its defaults the first one's zeros would pass for values.
+        // A token occurs twice in the set: without its defaults, the first one's zeros would pass
+        // for values.
         constexpr bool deleteChannels = false;
         old->getInstance()->revertToDefaults(deleteChannels);
         old = getParmPtr(description.getTokenRef(), oldIndex);
@@ -142,7 +145,8 @@ ZEL_Parm *ZEL_ParmList::remakeSpareParm(ZEL_Template &description, bool forceCop
     }
     if (old) {
         try {
-            // While it still has its channels: the target keeps what it shows at that time.
+            // While it still has its channels: the target keeps the value that it shows at that
+            // time.
             ZEL_SwitcherMirror(*this, *old).undo(time, notify);
             adoptParm(*parm, *old, forceCopy);
         } catch (...) {
@@ -187,7 +191,7 @@ void ZEL_ParmList::updateSpareParmTemplates(ZEL_Template *templates, bool forceC
             }
         }
     }
-    // Items go one by one before their multi-parameter: they stand behind it.
+    // Items follow their multi-parameter and are removed one by one before it.
     for (int i = getEntries(); i-- > 0;) {
         ZEL_Parm *parm = getParmPtr(i);
         if (parm && parm->isSpareParm() && wanted.count(tokenOf(*parm)) == 0) {

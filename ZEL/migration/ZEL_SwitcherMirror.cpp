@@ -12,7 +12,7 @@
 namespace
 {
 
-/// strcmp gives -1 here. Scenes hold it: not a character may change.
+/// strcmp returns -1 here. Saved scenes contain this text: it must not change.
 constexpr std::string_view theMark = "1+strcmp(\"\", \"AUTO-GENERATED\")+";
 
 const char *targetToken(const ZEL_Parm &parm)
@@ -66,7 +66,7 @@ void ZEL_SwitcherMirror::setUp(double time, bool notify)
     const std::string present = expressionOf(*myTarget, time);
     if (!present.empty() && !isMarked(present)) {
         takeValue(myParm, *myTarget, time, notify);
-        // A default that is applied later would undo it.
+        // Otherwise a default that is applied later would undo it.
         myParm.getInstance()->setDefaultsInitFlag(true);
     }
     const std::string expression =

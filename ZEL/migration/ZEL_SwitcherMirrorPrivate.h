@@ -1,10 +1,10 @@
 /// \file ZEL_SwitcherMirrorPrivate.h
-/// A spare folder switcher that stands for one of the fixed part: the fixed one, the *target*, follows
-/// it through an expression. Not installed.
+/// A spare folder switcher that replaces one of the fixed part in the interface: the fixed one, the
+/// *target*, follows it through an expression. Not installed.
 ///
 /// Vocabulary: *mirror* = an exclusive switcher whose spare value "orvane::switcher" is the target's
 ///             token; *mark* = the text that the expressions made here begin with; its value is 0.
-/// Ownership:  borrows list, parameter and target: for use on the spot.
+/// Ownership:  borrows list, parameter and target; a temporary object.
 /// Threads:    the one that owns the list.
 #pragma once
 
@@ -14,15 +14,15 @@ class ZEL_ParmList;
 class ZEL_SwitcherMirror
 {
 public:
-    /// Of a parameter that is no mirror: both operations do nothing.
+    /// If the parameter is no mirror, both operations do nothing.
     ZEL_SwitcherMirror(ZEL_ParmList &list, ZEL_Parm &parm);
 
-    /// The target reads the mirror from now on. An expression of the target's own gives its value at
-    /// `time` to the mirror first. A target that may not change is left alone. `notify` tells the
-    /// changes to the list's event handler.
+    /// Makes the target read the mirror. If the target has its own expression, its value at `time`
+    /// is given to the mirror first. A target that can't be changed is left alone. `notify` sends
+    /// the changes to the list's event handler.
     void setUp(double time, bool notify);
-    /// The target keeps the value that it shows at `time`, as a plain value. Nothing for a target
-    /// whose expression isn't of ours.
+    /// The target keeps the value that it shows at `time`, as a plain value. Does nothing if the
+    /// target's expression wasn't made here.
     void undo(double time, bool notify);
 
 private:

@@ -45,7 +45,7 @@ bool isSaveDir(const std::string &dir)
     return ZEL_PresetInfo::getValidSaveDirs().find(dir.c_str()) >= 0;
 }
 
-/// A folder as its caller means it, in the form of the search path's components.
+/// The caller's folder in the form of the search path's components.
 std::string folderOf(const char *dir)
 {
     const KIT_String folder = expanded(dir);
@@ -68,7 +68,7 @@ KIT_StringArray findSaveDirs()
     return dirs;
 }
 
-/// False, with the system's reason.
+/// Reports the system's reason and returns false.
 bool failWriting(const std::string &file)
 {
     const int why = errno;
@@ -77,8 +77,8 @@ bool failWriting(const std::string &file)
     return false;
 }
 
-/// Puts the sections of an index file in place of the file; the caller holds the lock. `lost` knows of
-/// a section that was read or changed without memory for its name: it would be missing from the file.
+/// Replaces an index file with these sections; the caller holds the lock. `lost` detects a section
+/// that was read or changed without memory for its name: it would be missing from the file.
 bool writeIndex(STO_IndexFile &index, const std::string &file, const STO_FileLock &lock,
                 const ZEL_LostText &lost)
 {
@@ -107,7 +107,7 @@ ZEL_PresetInfo::ZEL_PresetInfo(const char *table, const char *opName)
 ZEL_PresetInfo::~ZEL_PresetInfo() = default;
 
 // ---------------------------------------------------------------------- //
-// What there is
+// Listing
 // ---------------------------------------------------------------------- //
 
 void ZEL_PresetInfo::refresh()
@@ -216,8 +216,8 @@ void ZEL_PresetInfo::setIndexFile(const char *file)
 // Saving into folders and deleting
 // ---------------------------------------------------------------------- //
 
-/// The preset file below a save folder; "" for any other folder, and when links or the name of the
-/// file lead out of it.
+/// The preset file below a save folder; "" for any other folder, and when links or the file's name
+/// lead outside of it.
 std::string ZEL_PresetInfo::findSaveFile(const char *dir) const
 {
     const std::string folder = folderOf(dir);
@@ -236,7 +236,7 @@ bool ZEL_PresetInfo::savePresetToDir(ZEL_ParmList *list, const char *name, const
     if (file.empty() || !name || !*name || !KITcreateDirectoryForFile(file.c_str())) {
         return false;
     }
-    // Before the lock: what an owner does to save may save presets of its own.
+    // Before the lock: the owner's save may itself save presets.
     std::ostringstream os;
     if (!savePreset(list, os)) {
         return false;
@@ -256,7 +256,7 @@ bool ZEL_PresetInfo::savePresetToDir(ZEL_ParmList *list, const char *name, const
     return true;
 }
 
-/// The file to take a preset out of; "" when there is none that may be changed.
+/// The file from which to remove a preset; "" when none may be changed.
 std::string ZEL_PresetInfo::findDeleteFile(const char *name, const char *dir)
 {
     if (dir) {
@@ -270,7 +270,7 @@ std::string ZEL_PresetInfo::findDeleteFile(const char *name, const char *dir)
     if (KIT_OpUtils::isDefinitionPath(file) || found.size() < tail) {
         return "";
     }
-    // A preset that was found in no save folder stays, as one that is asked for there does.
+    // A preset that was found in no save folder isn't deleted, just as when that folder is named.
     return findSaveFile(found.substr(0, found.size() - tail).c_str());
 }
 

@@ -1,4 +1,4 @@
-// The text of one preset, read and written.
+// Reads and writes the text of one preset.
 
 #include <ZEL/ZEL_PresetInfo.h>
 
@@ -27,7 +27,7 @@ constexpr std::string_view theChannels = "channels";
 constexpr std::string_view theValues = "values";
 constexpr const char *theSaveLabel = "Preset Save";
 
-/// A preset is text whatever the stream was opened for.
+/// A preset is text, whatever mode the stream was opened in.
 class TextMode
 {
 public:
@@ -63,7 +63,7 @@ bool loadHeader(KIT_IStream &is)
     if (!is.checkToken(theVersionWord)) {
         return fail(ZEL_ERR_PRESET_WORD, theVersionWord);
     }
-    // Exact, not a minimum: what another version means isn't known.
+    // Exact match, not a minimum: the format of other versions is unknown.
     float version = 0.0f;
     if (!is.aread(version) || version != static_cast<float>(BASparseFloat(theVersion))) {
         return fail(ZEL_ERR_PRESET_VERSION, nullptr);
@@ -85,7 +85,7 @@ void loadValues(ZEL_ParmList &list, KIT_IStream &is)
     owner->settleFallbackList(&fallback);
 }
 
-/// Expands the variables of a path in front of its first "?".
+/// Expands the variables of a path up to its first "?".
 KIT_String expandPath(const char *path)
 {
     const char *const whole = path ? path : "";

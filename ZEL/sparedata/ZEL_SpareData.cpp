@@ -65,7 +65,7 @@ ZEL_SpareData::Slot *ZEL_SpareData::find(const KIT_StringRef &token) const
     return !myTable.capacity() || token.isNull() ? nullptr : myTable.find(token);
 }
 
-/// Sets or replaces; neither is null.
+/// Sets or replaces a value; neither argument is null.
 void ZEL_SpareData::store(const KIT_StringHolder &token, const KIT_StringRef &value)
 {
     Slot *const found = find(token);
@@ -78,7 +78,7 @@ void ZEL_SpareData::store(const KIT_StringHolder &token, const KIT_StringRef &va
         return;
     }
     if (found) {
-        // Only now is the old value let go: the new one may be its text.
+        // Release the old value only now: the new one may be its text.
         ZEL_SpareValues::release(found->value);
         found->value = std::move(shared);
         return;

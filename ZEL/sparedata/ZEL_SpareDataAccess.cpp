@@ -32,7 +32,7 @@ bool isTrueWord(const char *value)
     return value && !strcasecmp(value, "true");
 }
 
-/// The word's place in the row; `absent` when there is no word or no such one.
+/// The keyword's index in the row; `absent` when there is no keyword or it isn't in the row.
 template <class Type, size_t N>
 Type typeOf(const char *word, const char *const (&words)[N], Type absent)
 {
@@ -71,7 +71,7 @@ void ZEL_SpareData::setCallbackLanguage(TRK_ScriptLanguage language)
 bool ZEL_SpareData::getCodeGenDependent() const
 {
     const char *value = getValue(getCodeGenDependentToken());
-    // "false" is no integer and would read false. Kept as true: scenes rely on it.
+    // "false" is no integer, and would read as false. Kept as true: scenes rely on it.
     return !value || !strcasecmp(value, "false") || isPositive(value);
 }
 
@@ -189,7 +189,7 @@ void ZEL_SpareData::getEditorLinesRange(int &min, int &max) const
     KIT_StringArray words;
     text.tokenize(words, " \t\n\r,");
     if (words.entries() == 1) {
-        // A dash parts two numbers; in front of the first it is its sign.
+        // A dash separates two numbers; before the first one it is a minus sign.
         const std::string word(words[0].c_str());
         const size_t dash = word.find('-', 1);
         if (dash != std::string::npos) {

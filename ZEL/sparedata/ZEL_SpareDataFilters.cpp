@@ -22,7 +22,7 @@ static_assert(std::size(theFilters) == 47, "a filter was added or lost");
 
 using Column = const char *Filter::*;
 
-/// The row's other column; the text itself when no row has it.
+/// The text in the row's other column; the text itself if no row contains it.
 const char *convert(const char *text, Column from, Column to)
 {
     if (!text || !*text) {

@@ -9,7 +9,7 @@
 #include <ZEL/ZEL_SpareDataPresets.def>
 
 // -------------------------------------------------------------------- //
-// The pairs. `constexpr` makes the compiler prove that no code runs to build them.
+// The pairs. `constexpr` makes the compiler verify that no code runs to build them.
 // -------------------------------------------------------------------- //
 
 #define ZEL_SPARE_RECORD(name, ...)

@@ -36,7 +36,7 @@ KIT_StringHolder ZEL_SpareValues::acquire(const KIT_StringRef &value)
             return found->first;
         }
     }
-    // New, as far as can be seen: copy the text while others may use the table.
+    // Probably new: copy the text outside the lock.
     KIT_StringHolder copy(value);
     if (copy.isNull()) {
         return copy;
@@ -53,7 +53,7 @@ void ZEL_SpareValues::release(KIT_StringHolder &value)
         return;
     }
     Table &all = table();
-    decltype(all.uses)::node_type last; // freed behind the lock
+    decltype(all.uses)::node_type last; // freed after the lock is released
     {
         const std::lock_guard<BAS_ByteLock> scope(all.lock);
         const auto found = all.uses.find(value);

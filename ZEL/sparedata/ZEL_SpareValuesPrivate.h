@@ -1,13 +1,13 @@
 /// \file ZEL_SpareValuesPrivate.h
-/// The process-wide table of the values that spare data hold: equal values are one text.
+/// The process-wide table of spare data values: equal values share one text.
 ///
 /// Vocabulary: *use* = one entry of one record that holds the value; the same value under two tokens
 ///             of a record is two uses.
-/// Ownership:  the table owns the texts. It is made on first use and never destroyed, so that records
-///             may be built and destroyed at any time of the process.
+/// Ownership:  the table owns the texts. It is created on first use and never destroyed, so that
+///             records may be created and destroyed at any time in the process.
 /// Threads:    any; one spin lock guards the table.
-/// Errors:     none; when memory is exhausted a value comes back in the null state and isn't counted.
-/// Cost:       one probe under the lock. A value that is there already is neither copied nor hashed
+/// Errors:     none; when memory is exhausted a null value is returned and isn't counted.
+/// Cost:       one probe under the lock. A value already in the table is neither copied nor hashed
 ///             again.
 #pragma once
 
@@ -19,10 +19,10 @@
 class ZEL_API ZEL_SpareValues
 {
 public:
-    /// The shared text, with one use more. The null state stays null.
+    /// The shared text, with one more use. A null value stays null.
     static KIT_StringHolder acquire(const KIT_StringRef &value);
-    /// Takes one use back of what acquire() answered, and leaves the null state. With its last use a
-    /// value leaves the table.
+    /// Releases one use of what acquire() returned, and sets the value to null. The last use
+    /// removes the value from the table.
     static void release(KIT_StringHolder &value);
 
     /// How many uses the value has; 0 when it isn't in the table.

@@ -1,6 +1,7 @@
 /// \file ZEL_ConstantDataPrivate.h
-/// ZEL_CONSTANT_DATA in front of a variable: the compiler proves that it lies in the library's data as
-/// it is, and no code runs to make it. Unlike `constexpr`, the variable may be changed later.
+/// ZEL_CONSTANT_DATA before a variable: the compiler verifies that it is constant-initialized in
+/// the library's data, without code that runs. Unlike a `constexpr` one, the variable may be
+/// changed later.
 #pragma once
 
 #if defined(__clang__)

@@ -10,7 +10,7 @@
 namespace
 {
 
-/// Numbers past this are all the same, larger than any int.
+/// Numbers beyond this are treated as equal, larger than any int.
 constexpr int64_t theHuge = int64_t(INT_MAX) + 1;
 
 int64_t appendDigit(int64_t number, char digit)
@@ -19,7 +19,7 @@ int64_t appendDigit(int64_t number, char digit)
     return grown < theHuge ? grown : theHuge;
 }
 
-/// One way in which the name may have been matched so far.
+/// One way in which the name may have matched so far.
 struct State
 {
     int64_t place;  ///< in the pattern; -1 before its first character
@@ -27,8 +27,8 @@ struct State
     int64_t number; ///< on a `#` the digits of its run, else the number of the last `#`
 };
 
-/// Follows all ways at once. Each place of the pattern enters the next set once a step: the first
-/// way to get there wins.
+/// Follows all ways in parallel. Each place of the pattern enters the next set once per step: the
+/// first way to reach it wins.
 class Matcher
 {
 public:
@@ -106,7 +106,7 @@ bool ZELmatchInstance(const char *name, const char *pattern, int startOffset, in
     if (!name || !pattern || std::strchr(name, '#')) {
         return false;
     }
-    // Most names differ before the first mark: say so without setting anything up.
+    // Most names differ before the first `#`: reject them without setting anything up.
     const size_t literal = std::strcspn(pattern, "#");
     if (std::strncmp(name, pattern, literal) != 0) {
         return false;

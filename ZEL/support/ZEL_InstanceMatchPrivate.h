@@ -1,9 +1,9 @@
 /// \file ZEL_InstanceMatchPrivate.h
-/// Whether a name is one that a pattern with `#` stands for, and of which item: the way back of
+/// Whether a name matches a pattern with `#`, and for which item: the inverse of
 /// ZEL_InstanceString.h. Not installed.
 ///
 /// Threads:    any.
-/// Cost:       none for a name that differs before the first mark; else as told at
+/// Cost:       none for a name that differs before the first `#`; else as documented at
 ///             `ZEL_Template::matchMultiInstance`, which forwards to it.
 #pragma once
 

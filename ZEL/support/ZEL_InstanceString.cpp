@@ -9,7 +9,7 @@
 namespace
 {
 
-/// Where the first unprotected mark stands; npos without one.
+/// The position of the first unprotected `#`; npos without one.
 size_t findMark(std::string_view text)
 {
     for (size_t i = 0; i < text.size(); i++) {
@@ -22,7 +22,7 @@ size_t findMark(std::string_view text)
     return std::string_view::npos;
 }
 
-/// Puts the numbers in; marks that are left stay.
+/// Fills in the numbers; surplus `#` stay.
 void fillMarks(KIT_WorkBuffer &out, std::string_view rest, const int *instances, int count,
                bool fillToken, bool repeat)
 {
@@ -53,7 +53,7 @@ void fillMarks(KIT_WorkBuffer &out, std::string_view rest, const int *instances,
     }
 }
 
-/// A token may hold no mark at all.
+/// A token may contain no `#` at all.
 void replaceMarks(KIT_WorkBuffer &out)
 {
     if (out.view().find('#') == std::string_view::npos) {

@@ -1,8 +1,8 @@
 /// \file ZEL_LostTextPrivate.h
-/// Notices that a text got no memory while one lives. Such a text is empty, which a value may be; a
-/// name or what is kept for the whole process may not.
+/// Detects that a text was lost for lack of memory during its lifetime. Such a text is empty, which
+/// is allowed for a value, but not for a name or for what is kept for the whole process.
 ///
-/// Threads: any. The count is the process's: another thread's loss is noticed too.
+/// Threads: any. The count is the process's: another thread's loss is detected too.
 #pragma once
 
 #include <BAS/BAS_Allocate.h>
@@ -12,7 +12,7 @@
 class ZEL_LostText
 {
 public:
-    /// Throws std::bad_alloc if there was one.
+    /// Throws std::bad_alloc if a text was lost.
     void check() const
     {
         if (BASfailedAllocations() != myBefore) {

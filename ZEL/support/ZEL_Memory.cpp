@@ -8,7 +8,7 @@
 namespace
 {
 
-// In the order of ZEL_MemoryCategory.
+// Indexed by ZEL_MemoryCategory.
 BAS_MemoryUser theUsers[] = {BAS_MemoryUser("Debug"), BAS_MemoryUser("SetValueData")};
 
 BAS_MemoryTable theTable(theUsers, int(std::size(theUsers)));

@@ -44,7 +44,7 @@ bool ZEL_NameTable::removeIfValue(const KIT_StringRef &name, int value)
 
 void ZEL_NameTable::closeGap(int value)
 {
-    int next = 0; // the first gap behind the value
+    int next = 0; // the first pending shift after the value
     std::int32_t inSlots = value;
     for (; next < myNumGaps && inSlots >= myGaps[next].first; ++next) {
         inSlots += myGaps[next].size;
@@ -62,7 +62,7 @@ void ZEL_NameTable::closeGap(int value)
     ++myNumGaps;
 }
 
-/// Adds a value to the gaps that it touches; false if it touches none.
+/// Merges a value into the pending shifts adjacent to it; false if there are none.
 bool ZEL_NameTable::joinGaps(int next, std::int32_t value)
 {
     Gap *const below = next > 0 ? &myGaps[next - 1] : nullptr;

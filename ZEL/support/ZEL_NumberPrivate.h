@@ -1,8 +1,8 @@
 /// \file ZEL_NumberPrivate.h
-/// Wide numbers, and those of texts, as plain ints. Not installed.
+/// Converts wide numbers and texts to plain ints. Not installed.
 ///
 /// Threads:    any.
-/// Errors:     none. What no int can hold becomes the nearest one.
+/// Errors:     none. A number that doesn't fit an int becomes the nearest one.
 #pragma once
 
 #include <BAS/BAS_Number.h>

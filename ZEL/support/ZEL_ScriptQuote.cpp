@@ -6,7 +6,7 @@
 namespace
 {
 
-/// What stands behind the backslash for this character; 0 for one that is written as it is.
+/// The character after the backslash in this character's escape; 0 if it needs none.
 char escapeLetter(char c)
 {
     switch (c) {

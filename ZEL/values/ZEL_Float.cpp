@@ -94,8 +94,8 @@ void ZEL_Float::adopt(ZEL_Instance &source)
 
 void ZEL_Float::storeValue(int index, double value) const
 {
-    // Written without a look at what is there: a store doesn't wait for the cache line, a load of a
-    // line that another evaluation thread has just written would.
+    // Stored without comparing first: a store doesn't wait for the cache line, but a load of a line
+    // that another evaluation thread has just written does.
     BASstore(myValues[index], value);
 }
 
@@ -196,7 +196,7 @@ void ZEL_Float::getValue(ZEL_ParmList *list, double time, int &value, int index,
     value = truncated<int>(resolveComponent(list, time, index, thread, OwnerStep::ASK));
 }
 
-/// A number as the element type of an array: integers truncate, float narrows.
+/// Converts a number to the element type of an array: integers truncate, float narrows.
 template <class T>
 T ZEL_Float::narrowed(double number)
 {
@@ -303,7 +303,7 @@ void ZEL_Float::setChannelValue(const ChannelSet &set, double value)
     const bool keysTuples = manager.getCommitPreference() && manager.getTupleKeying();
     setChannelNumber(
         set, value, [&](double stored) { storeValue(set.index, stored); },
-        // The current value within the limits against the new one without: a value beyond a hard
+        // Compares the current, clamped value with the new, unclamped one: a value beyond a hard
         // limit always counts as a change.
         [&](int thread) {
             return resolveComponent(nullptr, set.time, set.index, thread, OwnerStep::SKIP) == value;
@@ -333,7 +333,8 @@ void ZEL_Float::setValue(double time, const char *text, TRK_StringMeaning meanin
                          bool replaceExpression, int index, ZEL_AddKeyType addKey,
                          ZEL_KeySetType keySet)
 {
-    // The text form of the override marks and offers without a look at the index.
+    // Don't fall through for a bad index: the override's text setter would notify and forward to
+    // the provider without checking it.
     if (!validIndex(index)) {
         indexError(index);
         return;
@@ -360,7 +361,7 @@ void ZEL_Float::setExpression(double time, const char *text, TRK_ExprLanguage la
     KIT_String expression(text ? text : "", true);
     expression.removeTrailingSpace();
     if (!getChannel(index) && isNumberText(expression)) {
-        // A number never makes a channel.
+        // A number never creates a channel.
         setValue(time, expression.toFloat(), false, index, ZEL_ADDKEY_PENDING,
                  ZEL_KEYSET_PREFERENCE);
         return;

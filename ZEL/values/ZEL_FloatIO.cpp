@@ -36,7 +36,7 @@ int floatClassId()
     return theClassId;
 }
 
-/// Where the parts of a plain float's packets lie: flags, locks, an empty label, the values, the end.
+/// The offsets in a plain float's packets: flags, locks, an empty label, the values, the end.
 constexpr std::size_t theHeader = KIT_Packet::theHeaderSize;
 constexpr std::size_t theFlagsSize = 3 * sizeof(std::uint32_t);
 constexpr std::size_t theLocksAt = theHeader + theFlagsSize;
@@ -59,7 +59,8 @@ bool hasHeader(const char *at, FloatPacket packetId, std::uint32_t length)
 
 double ZEL_Float::valueToSave(int index) const
 {
-    // The count of a multi-parameter tells what follows in the stream, a channel or not.
+    // The count of a multi-parameter determines what follows in the stream, with or without a
+    // channel.
     if (savesStoredValue(index) || (isMultiParm() && shouldSaveData())) {
         return storedValue(index);
     }
@@ -146,7 +147,7 @@ bool ZEL_Float::load(KIT_IStream &is)
     unsigned keyMask = 0;
     const bool loaded =
         is.isBinary() ? loadPlainBinary(is) || loadBinary(is) : loadAscii(is, held, keyMask);
-    // Only files of an old version carry the mask of components to key.
+    // Only files of an old version contain the mask of components to key.
     for (int i = 0; keyMask != 0 && i < getVectorSize(); ++i) {
         if ((keyMask & bit(i)) && getChannel(i)) {
             const double time = TRK_Manager::getContext().getEvaluateTime(BASgetSTID());

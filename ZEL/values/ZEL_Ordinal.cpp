@@ -86,7 +86,7 @@ void ZEL_Ordinal::adopt(ZEL_Instance &source)
 std::int64_t ZEL_Ordinal::constrained(std::int64_t value) const
 {
     if (const ZEL_Range *range = getRangePtr()) {
-        // Both limits look at the value as it came, so of two that cross the maximum wins; for
+        // Both limits are compared with the original value, so if they cross, the maximum wins; for
         // floats it is the minimum.
         std::int64_t result = value;
         if (range->hasParmMin() && range->getParmMin() > double(value)) {
@@ -101,7 +101,7 @@ std::int64_t ZEL_Ordinal::constrained(std::int64_t value) const
     if (!list || (list->getType() & ZEL_CHOICELIST_EXCLUSIVE_BIT) == 0 || usesTokenValue()) {
         return value;
     }
-    // A menu without an entry has nothing to offer in the place of the value.
+    // A menu without entries can't supply a value, so the value stays.
     const int size = list->getSize(getParm());
     return size > 0 ? std::clamp<std::int64_t>(value, 0, size - 1) : value;
 }
@@ -160,7 +160,7 @@ void ZEL_Ordinal::getValue(ZEL_ParmList *list, double time, std::int64_t &value,
         value = 0;
         return;
     }
-    // The limits hold for the 0 of a failing owner as well: a float's stays a 0.
+    // When the owner fails, the limits apply to the resulting 0 as well; a float's stays 0.
     const double at = getType().isAnimatible() ? time : 0.0;
     const bool failed = ownerFails(list, at, index, thread);
     value = constrained(failed ? 0 : resolveComponent(list, time, index, thread));
@@ -219,11 +219,12 @@ void ZEL_Ordinal::setChannelValue(const ChannelSet &set, std::int64_t value)
         [&](double stored) {
             setInternalValue(set.index, truncated<std::int64_t>(halvesUp(stored)));
         },
-        // Raw against raw: unlike for floats, a value past the limits that is there already is no
-        // change.
+        // Compares unclamped values: unlike with floats, setting a stored value beyond the limits
+        // again is no change.
         [&](int thread) { return resolveComponent(nullptr, set.time, set.index, thread) == value; },
         [&](int thread) { evaluateChannel(set.channel, set.time, set.index, thread); },
-        // A button or a toggle of a tuple is keyed alone, whatever the manager's setting for tuples.
+        // A button or a toggle of a tuple is keyed alone, whatever the manager's setting for
+        // tuples.
         [] {});
 }
 
@@ -231,7 +232,8 @@ void ZEL_Ordinal::setValue(double time, const char *text, TRK_StringMeaning mean
                            bool replaceExpression, int index, ZEL_AddKeyType addKey,
                            ZEL_KeySetType keySet)
 {
-    // The text form of the override marks and offers without a look at the index.
+    // Don't fall through for a bad index: the override's text setter would notify and forward to
+    // the provider without checking it.
     if (!validIndex(index)) {
         indexError(index);
         return;

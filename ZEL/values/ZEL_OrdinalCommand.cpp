@@ -37,7 +37,7 @@ void ZEL_Ordinal::saveCommand(std::ostream &os, int values, int index) const
     }
     ZEL_ValueFrames::saveCommand(*this, os, values, index, [&](int i) {
         const std::int64_t value = commandValue(i);
-        // Asked after the evaluation, which may ask for menus itself.
+        // Constructed after the evaluation, which may itself request menus.
         Choices choices(*this);
         KIT_WorkBuffer number;
         const char *word = choices.word(value, number);
@@ -80,7 +80,8 @@ void ZEL_Ordinal::loadArgument(const char *argument, int index, HeldChannels &he
     bool ok = false;
     const std::int64_t value = quietTokenToInt(word.nonNullStr(), ok);
     if (ok) {
-        // Stored as it is, whether the command sets or loads; a channel keeps driving the component.
+        // Stored unchanged, whether the command sets or loads; a channel keeps driving the
+        // component.
         setInternalValue(index, value);
     } else {
         loadTokenAsChannelNameOrExpression(word.nonNullStr(), index);

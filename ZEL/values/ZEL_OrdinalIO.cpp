@@ -13,7 +13,7 @@
 namespace
 {
 
-/// Packet ids of an ordinal's values; options have the shared ids. Stored: append only.
+/// Packet ids of an ordinal's values; options use the shared ids. Stored: append only.
 enum OrdinalPacket
 {
     ORDINAL_TOKEN = 1,
@@ -30,7 +30,7 @@ int ordinalClassId()
     return theClassId;
 }
 
-/// Not through the stream's own formatting: a locale must not show in a file.
+/// Bypasses the stream's own formatting: a locale must not change a file.
 void writeInteger(std::ostream &os, std::int64_t value)
 {
     KIT_WorkBuffer text;
@@ -119,7 +119,7 @@ void ZEL_Ordinal::saveBinary(std::ostream &os) const
 
 bool ZEL_Ordinal::load(KIT_IStream &is)
 {
-    // Unlike a float, which keeps the locks that a stream doesn't tell of.
+    // Unlike a float, which keeps locks that the stream doesn't mention.
     setLockedField(0);
     HeldChannels held(getVectorSize());
     ZEL_ValueFrames::holdAllChannels(*this, held);
@@ -129,13 +129,13 @@ bool ZEL_Ordinal::load(KIT_IStream &is)
 
 bool ZEL_Ordinal::loadAscii(KIT_IStream &is, HeldChannels &held)
 {
-    // Old files' mask of components to key means floats only.
+    // In old files, the mask of components to key applies to floats only.
     unsigned ignoredMask = 0;
     if (!ZEL_ValueFrames::openAscii(*this, is, ignoredMask)) {
         return false;
     }
     LoadRules rules;
-    // A switcher's number of folders changes from one version to the next.
+    // A switcher's number of folders varies between versions.
     rules.warnTooFew = rules.warnTooMany = !isSwitcherList();
     return ZEL_ValueFrames::loadAscii(*this, rules,
                                       [&](int index) { return loadAsciiEntry(is, index, held); });
@@ -173,7 +173,7 @@ void ZEL_Ordinal::loadAsciiWord(const char *word, int index)
     if (hasMenuScript() && !std::strstr(word, "!!ch(")) {
         holdToken(index, word);
     } else if (!ZELisBareWord(word)) {
-        // What old files have for an animated component.
+        // The form of an animated component in old files.
         setExpression(0.0, word, TRK_LANGUAGE_NATIVE, index, false, true);
     } else {
         setInternalValue(index, 0);
@@ -198,7 +198,7 @@ ZEL_ValueInstance::Entry ZEL_Ordinal::loadAsciiLink(KIT_IStream &is, int index)
     if (word.view() == "]") {
         return Entry::VALUE;
     }
-    // Beside a channel stands a number, so a script needn't be asked.
+    // The value beside a channel is a number, so a menu script needn't run.
     bool ok = false;
     setInternalValue(index, resolvesInLoad() ? quietTokenToInt(word.buffer(), ok)
                                              : ZELparseOrdinal(word.buffer(), ok));
@@ -215,8 +215,8 @@ bool ZEL_Ordinal::loadBinary(KIT_IStream &is)
     rules.lastValueId = ORDINAL_CHANNEL;
     rules.label = theLoadLabel;
     rules.warnTooFew = rules.warnTooMany = !isSwitcherList();
-    // Unlike a float's, a foreign packet ends the values and fails nothing, and errors of one
-    // packet don't keep the rest from being read.
+    // Unlike for a float, a foreign packet ends the values without failing the load, and after an
+    // error in one packet the rest is still read.
     rules.wrongClassFails = false;
     rules.stopOnError = false;
     return ZEL_ValueFrames::loadBinary(*this, is, rules, [&](int packetId, int &numRead) {
@@ -238,7 +238,7 @@ bool ZEL_Ordinal::loadBinaryToken(KIT_IStream &is, int index)
         return false;
     }
     if (KITgetErrorSeverity() < KIT_ERROR_ABORT) {
-        // Asked at once, unlike in the text form.
+        // Resolved immediately, unlike in the text form.
         bool ok = false;
         setInternalValue(index, quietTokenToInt(text.buffer(), ok));
     }

@@ -1,4 +1,4 @@
-// The menu of an ordinal: tokens to values and back.
+// The menu of an ordinal: converts tokens to values and back.
 
 #include <ZEL/values/ZEL_OrdinalPrivate.h>
 
@@ -42,7 +42,7 @@ int findEntry(const ZEL_Name *names, const ZEL_Item *items, const char *token)
     return token ? -1 : 0;
 }
 
-/// A failing script is nobody's concern here: its menu is empty.
+/// Errors of a menu script are suppressed here: its menu is empty.
 void askForChoices(const ZEL_ChoiceList &list, ZEL_ParmOwner *owner, const ZEL_SpareData *spare,
                    const ZEL_Parm *parm, const ZEL_Name *&names, const ZEL_Item *&items)
 {
@@ -87,7 +87,7 @@ void ZEL_Ordinal::Choices::ask()
     if (!list) {
         return;
     }
-    // A dynamic menu sees the parameter only once that has its defaults.
+    // A dynamic menu gets the parameter only once its defaults are applied.
     ZEL_ParmOwner *owner = myOrdinal.getParmOwner();
     const ZEL_Parm *parm = nullptr;
     if (owner && owner->getParmList() && myOrdinal.getDefaultsInitFlag()) {
@@ -249,7 +249,7 @@ KIT_StringHolder ZEL_Ordinal::heldToken(int index) const
 
 void ZEL_Ordinal::copyComponent(const ZEL_Ordinal &source, int index)
 {
-    // The token first: once it is gone the value is there.
+    // Read the token first: once it is cleared, the value is set.
     const KIT_StringHolder token = source.heldToken(index);
     setInternalValue(index, BASload(source.myValues[index]));
     if (!token.isNull()) {
@@ -272,8 +272,8 @@ void ZEL_Ordinal::resolveLoadedStrValue(int index, Choices &choices) const
     if (token.isNull()) {
         return;
     }
-    // Outside the lock: a script may take its time and read other parameters, or this one. Threads
-    // that come here together find the same value.
+    // Outside the lock: a script may be slow and read other parameters, or this one. Threads that
+    // get here at the same time find the same value.
     ZEL_AutoBlockErrors blockErrors;
     bool ok = false;
     setInternalValue(index, choices.parse(token.c_str(), ok));

@@ -1,14 +1,14 @@
 /// \file ZEL_OrdinalPrivate.h
 /// What the sources of the ordinal share. Not installed.
 ///
-/// Ownership:  borrows the ordinal, and from a dynamic menu what the thread's record holds.
-/// Threads:    one thread, until it asks for another menu.
+/// Ownership:  borrows the ordinal, and a dynamic menu's entries from the thread's record.
+/// Threads:    one thread, until it requests another menu.
 #pragma once
 
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_Ordinal.h>
 
-/// The menu of an ordinal, asked for when the first question needs it and not again.
+/// The menu of an ordinal, requested when first needed and only once.
 class ZEL_Ordinal::Choices
 {
 public:
@@ -21,8 +21,8 @@ public:
     int find(const char *text);
     /// The token rule: a token's index, else a decimal integer, else not ok and 0.
     std::int64_t parse(const char *text, bool &ok);
-    /// What a value is as a word of a stream or command: null for a plain number. A token-valued
-    /// menu's number is put into the buffer.
+    /// The word for a value in a stream or command: null for a plain number. The number of a menu
+    /// with token values is written into the buffer.
     const char *word(std::int64_t value, KIT_WorkBuffer &buffer);
 
 private:
@@ -34,8 +34,8 @@ private:
     int myCount = -1;
 };
 
-/// A decimal integer and nothing else, else not ok and 0.
+/// A decimal integer and nothing else; otherwise not ok and 0.
 std::int64_t ZELparseOrdinal(const char *text, bool &ok);
 
-/// Only letters, digits and "_": in a stream that's a token and no expression.
+/// Only letters, digits and "_": such a word in a stream is a token and no expression.
 bool ZELisBareWord(const char *text);

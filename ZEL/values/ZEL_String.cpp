@@ -330,7 +330,7 @@ void ZEL_String::setValue(double time, const char *text, TRK_StringMeaning meani
         indexError(index);
         return;
     }
-    // `text` may be what is stored.
+    // Copy first: `text` may be the stored text.
     const KIT_String given(text ? text : "", true);
     if (!setOverrideString(time, given.nonNullStr(), replaceExpression, index, addKey, keySet)) {
         return;
@@ -342,7 +342,7 @@ void ZEL_String::setValue(double time, const char *text, TRK_StringMeaning meani
             addChannel(index, given.nonNullStr(), stringMeaningToExprLanguage(meaning));
         }
         if (getDefaultsInitFlag()) {
-            // Has the expression compiled now, while nobody hears of its faults.
+            // Compile the expression now, with its errors suppressed.
             ZEL_AutoBlockErrors blockErrors(thread);
             KIT_String unused;
             evalValue(nullptr, time, index, thread, unused);
@@ -400,7 +400,7 @@ void ZEL_String::setChannelText(const ChannelSet &set, const char *text, TRK_Str
     } else if (current.compare(text) != 0) {
         set.channel->setKeyString(key.buffer(), set.time, true, commitFlag(set.keySet), false);
     }
-    // Without the keying of a whole tuple that numbers have.
+    // Strings aren't keyed as a whole tuple, as numbers are.
     hardenSet(set);
 }
 

@@ -49,12 +49,13 @@ bool isBraceBlock(const char *text)
     return *text == '{';
 }
 
-/// Appends a character of a quoted piece, or the pair that a backslash makes; the bytes it took.
+/// Appends a character of a quoted piece, or the pair that a backslash forms; returns the bytes
+/// used.
 std::size_t appendQuotedCharacter(KIT_WorkBuffer &out, const char *text)
 {
     if (*text == '\\') {
         out.append('\\');
-        // At the end of the text it would take the closing quote.
+        // A backslash at the end of the text would escape the closing quote.
         out.append(text[1] ? text[1] : '\\');
         return text[1] ? 2 : 1;
     }
@@ -240,6 +241,6 @@ bool ZEL_String::isStringThatCanExpand(const char *text)
 void ZEL_String::createPythonExpressionEvaluatingToStringLiteral(const char *text,
                                                                  KIT_WorkBuffer &out)
 {
-    // Always in quotes: a bare word would be a name.
+    // Always quoted: a bare word would be a name.
     KITappendQuoted(out, text, std::strlen(text), '\'');
 }

@@ -57,7 +57,7 @@ bool ZEL_String::save(std::ostream &os, int binary, bool compiled) const
     } else {
         ZEL_ValueFrames::saveAscii(
             *this, os, [&](int index) { KIT_String(textToSave(index)).save(os, false); },
-            // Beside a channel the text stands as it is, without quotes.
+            // With a channel the text is written as it is, without quotes.
             [&](int index) { os << textToSave(index); });
     }
     return KITcheckOutStream(os, theSaveLabel, nullptr);
@@ -71,7 +71,7 @@ bool ZEL_String::load(KIT_IStream &is)
 {
     HeldChannels held(getVectorSize());
     ZEL_ValueFrames::holdAllChannels(*this, held);
-    // Unlike a number, a text comes with the locks of its stream and no others.
+    // Unlike a number, a text gets exactly the locks of its stream.
     setLockedField(0);
 
     LoadRules rules;
@@ -84,7 +84,7 @@ bool ZEL_String::load(KIT_IStream &is)
             return readBinaryPacket(is, packetId, numRead, rules);
         });
     } else {
-        // Old files hold another number of values for this one.
+        // Old files contain a different number of values for this one.
         rules.warnTooFew = KIT_String(getToken()).compare("coshaderadef") != 0;
         unsigned unusedMask = 0;
         loaded = ZEL_ValueFrames::openAscii(*this, is, unusedMask) &&
@@ -129,7 +129,7 @@ ZEL_String::Entry ZEL_String::readAsciiEntry(KIT_IStream &is, int index, HeldCha
         if (is.peek() == ' ') {
             return readAsciiLink(is, index);
         }
-        // A text that begins with a bracket.
+        // The text itself begins with a bracket.
         is.seekg(start);
     }
     if (!is.readString(text)) {

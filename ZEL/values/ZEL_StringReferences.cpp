@@ -1,4 +1,4 @@
-// What a string refers to, and the search in its text.
+// The references of a string, and searching its text.
 
 #include <ZEL/ZEL_String.h>
 

@@ -12,9 +12,9 @@
 namespace
 {
 
-/// What the first threads are reading just now. The announcement and the look at the value behind
-/// it, and the change of the value and the look at the announcements behind that, are in one order
-/// for all threads: of a reader and a writer at least one sees the other.
+/// Hazard pointers of the first 32 threads. Publishing a pointer and re-checking the value are
+/// sequentially consistent with exchanging the value and scanning the pointers; so either the
+/// reader sees the new value or the writer sees the reader.
 struct Readers
 {
     static constexpr int theCount = 32;
@@ -24,7 +24,7 @@ struct Readers
         std::atomic<const char *> text{nullptr};
     };
 
-    /// Returns when nobody reads that text.
+    /// Returns when no thread reads that text.
     void waitFor(const char *text)
     {
         const int end = highest.load();
@@ -108,7 +108,7 @@ void ZEL_StringRep::get(Lock &lock, KIT_WorkBuffer &out) const
 
 void ZEL_StringRep::harden(Lock &lock, const char *text)
 {
-    // The old text goes last: it may be what `text` is.
+    // The old text is freed last: `text` may be the old text.
     char *old = safeDup(text);
     {
         const Lock::scoped_lock guard(lock, true);

@@ -8,7 +8,7 @@
 #include <ZEL/ZEL_Parm.h>
 
 // -------------------------------------------------------------------------- //
-// What all of them do alike
+// Common to all kinds
 // -------------------------------------------------------------------------- //
 
 void ZEL_ValueInstance::overwriteDefaults(double time)

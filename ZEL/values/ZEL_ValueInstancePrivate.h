@@ -88,7 +88,7 @@ bool ZEL_ValueInstance::isNumberDefault(int index, ZEL_DefaultType type, bool ch
                                         const ZEL_Default *factory, const Equals &equals,
                                         const HasExpression &hasExpression) const
 {
-    // The base agrees with anything while locks aren't checked, so the index is ours to test.
+    // The base agrees to any index while locks aren't checked, so check the index here.
     if (!validIndex(index) || !ZEL_Overridable::isDefault(index, type, checkLocks)) {
         return false;
     }
