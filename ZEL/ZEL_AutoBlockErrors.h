@@ -1,8 +1,8 @@
 /// \file ZEL_AutoBlockErrors.h
-/// A scope in which nothing that evaluation reports reaches the thread.
+/// A scope that discards what evaluation reports on the thread.
 ///
 /// Ownership:  lives on the stack; scopes nest.
-/// Threads:    must be opened and closed on the thread that it is given.
+/// Threads:    must be opened and closed on the thread that it is made for.
 /// Cost:       no allocation and no lock: it opens on every change event.
 #pragma once
 

@@ -1,13 +1,13 @@
 /// \file ZEL_BatchList.h
-/// A table of batch parameters, filled in one go, with a record of who evaluated how many.
+/// A table of batch parameters, filled in one go, that records which evaluator filled how many.
 ///
 /// Vocabulary: *evaluator* = an op of the application, known by a number; *hole* = an index without
-///             a parameter, as adding by index leaves behind.
+///             a parameter, which adding by index can leave.
 /// Units:      parameter indices are 0-based.
-/// Ownership:  owns its parameters; a copy of a list has copies of them. What those borrow, it
-///             borrows too: names, user data, and templates for their tokens.
+/// Ownership:  owns its parameters; a copy of a list has copies of them. Like them it borrows names
+///             and user data, and the templates whose tokens are used as names.
 /// Threads:    one thread at a time.
-/// Errors:     look-ups answer null outside the list and for holes; nothing is reported.
+/// Errors:     look-ups return null outside the list and for holes; nothing is reported.
 /// Cost:       copies, `validate`, the clears and `dump` are linear in the list.
 #pragma once
 
@@ -33,14 +33,14 @@ public:
     /// \name Parameters   (null, and no change, if `ZEL_BatchParm::init` refuses)
     // ------------------------------------------------------------------ //
     ///@{
-    /// Replaces what stands at the index; beyond the end, holes come before it. Null for a negative
+    /// Replaces the parameter at the index; beyond the end, holes fill the gap. Null for a negative
     /// index.
     ZEL_BatchParm *addParm(int index, const char *name, ZEL_BatchType type, int size,
                            void *userData);
     /// At the end.
     ZEL_BatchParm *addParm(const char *name, ZEL_BatchType type, int size, void *userData);
-    /// At the end, with name, size and type of the template: ordinals are integers, floats reals,
-    /// strings texts. Null for every other kind, and for null.
+    /// At the end, with name, size and type of the template: ordinals become integers, floats
+    /// reals, strings texts. Null for every other kind, and for a null template.
     ZEL_BatchParm *addParm(const ZEL_Template *description, void *userData);
 
     ZEL_BatchParm *operator()(int index)
@@ -60,14 +60,14 @@ public:
     /// \name Evaluation
     // ------------------------------------------------------------------ //
     ///@{
-    /// From now on `op` evaluates. The one before leaves no trace if it evaluated nothing.
+    /// Makes `op` the evaluator. A previous evaluator that evaluated nothing is not recorded.
     void setEvaluator(int op);
-    /// The evaluator has filled a parameter, as its own parameter `index`. False, and nothing is
-    /// noted, before there is an evaluator, outside the list and for a hole.
+    /// Records that the evaluator has filled a parameter, as its own parameter `index`. False, and
+    /// nothing is recorded, without an evaluator, outside the list and for a hole.
     bool setEvaluated(int parm, int index);
-    /// Appends the evaluators that evaluated something, in order; the number added.
+    /// Appends the evaluators that evaluated something, in order; returns the number added.
     int getEvaluatingOps(KIT_ValArray<int> &ops) const;
-    /// No parameter is evaluated, and there is no evaluator.
+    /// Marks all parameters as not evaluated and removes the evaluator.
     void clearEvaluated();
     void clearValueSet();
     ///@}

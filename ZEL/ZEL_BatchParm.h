@@ -1,14 +1,15 @@
 /// \file ZEL_BatchParm.h
-/// A named row of value slots that a caller fills, or evaluation does, outside any parameter list.
+/// A named row of value slots outside any parameter list, filled by a caller or by evaluation.
 ///
-/// Vocabulary: *slot* = one component; *value set* = somebody has filled the slots; *evaluated* =
-///             an evaluator has noted that the slots hold its result. One doesn't imply the other.
+/// Vocabulary: *slot* = one component; *value set* = a caller has filled the slots; *evaluated* =
+///             an evaluator has recorded that the slots hold its result. Neither implies the other.
 /// Units:      slot indices are 0-based.
 /// Ownership:  owns the slots, texts included. Borrows the name and the user data, which must live
 ///             as long as this and its copies.
 /// Threads:    one thread at a time.
-/// Errors:     refusals answer false. A read of the wrong type or outside the slots gives 0 or "".
-/// Cost:       up to four numbers stand in the object itself; all else is one heap array.
+/// Errors:     refused calls return false. A read of the wrong type or outside the slots gives 0 or
+///             "".
+/// Cost:       up to four numbers are stored in the object itself; all else is one heap array.
 #pragma once
 
 #include <ZEL/ZEL_API.h>
@@ -25,20 +26,21 @@ class ZEL_API ZEL_BatchParm
 {
 public:
     ZEL_BatchParm();
-    /// Slots are copied, name and user data shared.
+    /// Copies the slots, shares name and user data.
     ZEL_BatchParm(const ZEL_BatchParm &other);
     ZEL_BatchParm &operator=(const ZEL_BatchParm &other);
     ~ZEL_BatchParm();
 
-    /// Starts afresh with `size` slots of 0 or "", neither set nor evaluated. False, and no change,
-    /// for a size below 1; false, and no slots, without memory. A type that isn't known has no slots,
-    /// and is true.
+    /// Starts again with `size` slots of 0 or "", neither set nor evaluated. Returns false without
+    /// a change for a size below 1, and false with no slots when out of memory. An unknown type has
+    /// no slots and returns true.
     bool init(const char *name, ZEL_BatchType type, int size, void *userData);
 
     // ------------------------------------------------------------------ //
     /// \name Slots in   (an array of vector size)
-    /// False, and no change, for null and for a form that isn't the type's: integers fill integers,
-    /// floats and doubles reals, texts either string type. Conversion is the caller's choice.
+    /// Returns false without a change for null and for a form that doesn't match the type: integers
+    /// fill integers, floats and doubles reals, texts either string type. Conversion is the
+    /// caller's choice.
     // ------------------------------------------------------------------ //
     ///@{
     bool setValue(const int *values);
@@ -56,7 +58,7 @@ public:
     ///@{
     int getInt(int index = 0) const;
     double getReal(int index = 0) const;
-    /// Never null; good until the slots change.
+    /// Never null; valid until the slots change.
     const char *getString(int index = 0) const;
     /// The fallback unless the slots are evaluated, whether or not a value is set.
     int getDefaultedInt(int fallback, int index = 0) const
@@ -81,8 +83,8 @@ public:
     bool isValueSet() const { return myValueSet; }
     void clearEvaluated() { myEvaluated = false; }
     void clearValueSet() { myValueSet = false; }
-    /// Who evaluated it last, and as which of its parameters; -1 if nobody did. Both stay when the
-    /// mark is cleared.
+    /// The evaluator that filled it last, and the index of the parameter there; -1 if it was never
+    /// evaluated. Clearing the flag keeps both.
     int getEvaluatingOp() const { return myEvaluatingOp; }
     int getEvaluatingParmIndex() const { return myEvaluatingParmIndex; }
     const char *getName() const { return myName; }
@@ -94,11 +96,11 @@ public:
     ///@}
 
 private:
-    friend class ZEL_BatchList; // notes evaluations
+    friend class ZEL_BatchList; // records evaluations
 
-    /// As many numbers stand in the object.
+    /// Up to this many numbers are stored in the object.
     static constexpr int theInlineSize = 4;
-    /// Without slots the first.
+    /// The first alternative: no slots.
     using Values = std::variant<std::monostate, std::array<int, theInlineSize>,
                                 std::array<double, theInlineSize>, std::unique_ptr<int[]>,
                                 std::unique_ptr<double[]>, std::unique_ptr<KIT_String[]>>;

@@ -1,11 +1,12 @@
 /// \file ZEL_Callback.h
-/// What an application hangs on a template to be told of a change: a function and its data.
+/// What an application attaches to a template to be notified of a change: a function and its data.
 ///
 /// Vocabulary: *empty* = no function; calling it does nothing.
 /// Ownership:  a value of three machine words that is copied whole; the data pointer is the
 ///             application's and must live as long as any template that carries the callback.
 /// Threads:    a value. The function runs on the thread that makes the change.
-/// Errors:     the function answers 1 when it has done something, 0 otherwise; an empty one 0.
+/// Errors:     the function returns 1 when it has done something, 0 otherwise; an empty callback
+///             returns 0.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +23,7 @@ public:
 
     /// Empty.
     constexpr ZEL_Callback() noexcept {}
-    /// `data` and `tag` are handed back at each call and mean nothing to the library.
+    /// `data` and `tag` are passed to each call; the library doesn't interpret them.
     constexpr ZEL_Callback(Function function, void *data = nullptr, intptr_t tag = 0) noexcept
         : myFunction(function), myData(data), myTag(tag)
     {}
@@ -32,7 +33,7 @@ public:
     constexpr void *getData() const { return myData; }
     constexpr intptr_t getTag() const { return myTag; }
 
-    /// Calls the function. Empty: nothing, 0.
+    /// Calls the function. Empty: does nothing and returns 0.
     int call(void *owner, int component, double time, const ZEL_Template *templatePtr) const
     {
         return myFunction ? myFunction(owner, component, time, templatePtr, myData, myTag) : 0;

@@ -3,27 +3,28 @@
 ///
 /// Vocabulary: *group* = the comparisons between two braces, which must all hold; one group that
 ///             holds makes the condition true. The example has 2 groups with 3 comparisons.
+///             *operand* = the text on either side of an operator.
 /// Units:      group indices are 0-based, in text order.
 /// Ownership:  owns its groups; copies are deep.
 /// Threads:    const calls, evaluation included, from any thread; changes by one thread at a time.
 /// Errors:     a text that can't be read gives one of six messages and an empty condition, which is
 ///             false. Evaluation can't fail.
-/// Cost:       evaluation reads one parameter as text for each comparison it comes to. A regular
-///             expression is compiled each time and matches in linear time.
+/// Cost:       evaluation reads one parameter as text for each comparison that it reaches. A
+///             regular expression is compiled each time and matches in linear time.
 ///
 /// The text:
 ///
 ///     condition    any number of groups; none is valid
-///     group        "{", comparisons, "}"; at least one word
-///     comparison   left word, operator, right word; `a 1` is short for `a == 1`, and a right word
-///                  that is missing is the empty text
-///     word         up to a blank or "}"; or between two " or two `, with \ before one of the same
+///     group        "{", comparisons, "}"; at least one operand
+///     comparison   left operand, operator, right operand; `a 1` is short for `a == 1`, and a
+///                  missing right operand is the empty text
+///     operand      up to a blank or "}"; or between two " or two `, with \ before one of the same
 ///                  kind inside. The escapes of KIT_String::expandControlSequences are resolved.
 ///     operator     == != >= <= > < =~ !~
 ///
-/// Blanks are the space and the bytes 9 to 13. A word with "}" directly behind it as the start of a
-/// comparison is dropped: `{ a}` is a group without comparisons, which always holds, and `{ a }`
-/// compares `a` with the empty text.
+/// Blanks are the space and the bytes 9 to 13. A left operand immediately followed by "}" is dropped:
+/// `{ a}` is a group without comparisons, which always holds, and `{ a }` compares `a` with the empty
+/// text.
 #pragma once
 
 #include <KIT/KIT_Array.h>
@@ -44,7 +45,7 @@ public:
     /// \name Life
     // ---------------------------------------------------------------- //
     explicit ZEL_Conditional(ZEL_ConditionalType type);
-    /// Empty, without a word, if the text can't be read.
+    /// Empty, without a message, if the text can't be read.
     ZEL_Conditional(const char *text, ZEL_ConditionalType type);
     ZEL_Conditional(const ZEL_Conditional &other);
     ZEL_Conditional &operator=(const ZEL_Conditional &other);
@@ -73,13 +74,13 @@ public:
     /// \name Text
     // ---------------------------------------------------------------- //
     /// Replaces the groups. False, with the message and no groups, if the text can't be read; a
-    /// null or empty text is no groups. The message is left alone on success.
+    /// null or empty text gives no groups. The message is left alone on success.
     bool setListFromString(const char *text, KIT_StringHolder &message);
-    /// The same answer and message, nothing stored.
+    /// The same result and message; stores nothing.
     static bool verifyConditionalString(const char *text, KIT_StringHolder &message);
-    /// The text of all comparisons, or of those whose left word is one of the filter's; a null
-    /// filter is none. Groups without any such comparison leave no trace. Words are quoted as in
-    /// dialog scripts (`ZELprotectString`), where only blanks and double quotes ask for quotes.
+    /// The text of all comparisons, or of those whose left operand is in the filter; null is no
+    /// filter. Groups without any such comparison are left out. Operands are quoted as in dialog
+    /// scripts (`ZELprotectString`), where only blanks and double quotes require quotes.
     void getStringFromList(KIT_String &out) const;
     void getStringFromList(KIT_String &out, const KIT_StringArray &filter) const;
     void getStringFromList(KIT_StringHolder &out, const KIT_StringArray *filter) const;
@@ -88,22 +89,22 @@ public:
     /// \name Evaluation   (any thread)
     // ---------------------------------------------------------------- //
     /// Whether the condition holds for this parameter, with the values that the list has at the
-    /// thread's evaluation time. A left word that names no parameter, or one whose token is in
+    /// thread's evaluation time. A left operand that names no parameter, or one whose token is in
     /// `ignored` (may be null), makes "==" false and every other comparison true. A toggle's "off"
-    /// and "on" equal 0 and 1, and data that is there reads "__not_empty__". Left words that are
-    /// expressions are the list owner's to evaluate.
+    /// and "on" equal 0 and 1, and data that isn't empty reads as "__not_empty__". Left operands
+    /// that are expressions are evaluated by the list's owner.
     bool eval(const ZEL_Parm &parm, const ZEL_ParmList &list, const KIT_StringArray *ignored) const;
 
     // ---------------------------------------------------------------- //
-    /// \name Words
+    /// \name Keywords
     // ---------------------------------------------------------------- //
-    /// "disablewhen", or "Disable When" for display; null for a value that is no type.
+    /// "disablewhen", or "Disable When" for display; null for an unknown type.
     const char *getName(bool forDisplay) const { return getName(myType, forDisplay); }
     static const char *getName(ZEL_ConditionalType type, bool forDisplay);
     /// True only when the whole text is one operator.
     static bool getOperatorFromString(const char *text, ZEL_ConditionalOperator &op);
     static bool isValidOperator(const char *text);
-    /// Null for a value that is no operator.
+    /// Null for an unknown operator.
     static const char *getOperatorString(ZEL_ConditionalOperator op);
 
 private:

@@ -1,9 +1,9 @@
 /// \file ZEL_ConditionalBase.h
-/// The root of what says when a parameter is disabled, hidden or must not cook.
+/// The base class of the conditions under which a parameter is disabled, hidden or must not cook.
 ///
 /// Vocabulary: *type* = what the condition decides; *single*, *group*, *switcher* = one condition,
 ///             one for each type, one for each folder.
-/// Ownership:  templates borrow conditionals; instance() hands a new one to the caller.
+/// Ownership:  templates borrow conditionals; instance() returns a new one that the caller owns.
 /// Threads:    const calls from any thread; filled by one thread, before the templates are used.
 #pragma once
 
@@ -36,9 +36,9 @@ public:
     virtual ~ZEL_ConditionalBase();
 
     virtual ZEL_ConditionalGroupType groupType() const = 0;
-    /// A copy with the instance numbers put into its texts; the caller owns it.
+    /// A copy with the instance numbers filled into its texts; the caller owns it.
     virtual ZEL_ConditionalBase *instance(const KIT_ValArray<int> &instances) const = 0;
-    /// The condition that decides this; null when there is none.
+    /// The condition of that type; null when there is none.
     virtual ZEL_Conditional *getConditional(ZEL_ConditionalType type) = 0;
     virtual const ZEL_Conditional *getConditional(ZEL_ConditionalType type) const = 0;
     /// Heap bytes, and the object itself when inclusive.

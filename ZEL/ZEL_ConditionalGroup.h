@@ -16,7 +16,7 @@
 class ZEL_API ZEL_ConditionalGroup : public ZEL_ConditionalBase
 {
 public:
-    /// What a table of templates writes down for each condition: `{"{ a == 1 }", type}`.
+    /// How a table of templates declares each condition: `{"{ a == 1 }", type}`.
     using Item = std::pair<const char *, ZEL_ConditionalType>;
 
     ZEL_ConditionalGroup();
@@ -31,14 +31,14 @@ public:
     const ZEL_Conditional *getConditional(ZEL_ConditionalType type) const override;
     int64_t getMemoryUsage(bool inclusive) const override;
 
-    /// Takes the place of the condition of the same type.
+    /// Replaces the condition of the same type.
     void addConditional(const ZEL_Conditional &conditional);
     void addConditional(const char *text, ZEL_ConditionalType type);
     void clear();
     bool isEmpty() const { return myConditionals.empty(); }
 
 protected:
-    /// Fills an empty group with what the other one gives for these numbers.
+    /// Fills an empty group with the other one's conditions, instanced with these numbers.
     void instanceFrom(const ZEL_ConditionalGroup &other, const KIT_ValArray<int> &instances);
 
 private:

@@ -1,10 +1,10 @@
 /// \file ZEL_ConditionalInfo.h
 /// One brace group of a condition: comparisons that must all hold.
 ///
-/// Vocabulary: *comparison* = left word, operator, right word. The left word is the token, channel
-///             token or alias of the *control parameter*, or an expression when it ends in ")".
-///             `{ a == 1 b != 2 }` is one group of two comparisons.
-/// Ownership:  owns copies of the words.
+/// Vocabulary: *comparison* = left operand, operator, right operand. The left operand is the token,
+///             channel token or alias of the *control parameter*, or an expression when it ends in
+///             ")". `{ a == 1 b != 2 }` is one group of two comparisons.
+/// Ownership:  owns copies of the operands.
 /// Threads:    const calls from any thread; changes by one thread at a time.
 #pragma once
 
@@ -16,7 +16,7 @@
 
 class KIT_StringHolder;
 
-/// How a comparison compares; the rows of ZEL_ConditionOperators.def tell it of each.
+/// How a comparison compares; ZEL_ConditionOperators.def describes each in its row.
 enum ZEL_ConditionalOperator : int32_t
 {
 #define ZEL_CONDITION_OPERATOR(name, number, text, numbers, texts, missing) name = number,
@@ -38,8 +38,8 @@ public:
     const KIT_ValArray<ZEL_ConditionalOperator> &getOperators() const { return myOperators; }
     int entries() const { return int(myOperators.entries()); }
 
-    /// A copy in which words with a `#` have their numbers (`ZELinstanceString`, as in a label); the
-    /// caller owns it.
+    /// A copy in which each `#` of an operand is replaced by its number (`ZELinstanceString`, as in
+    /// a label); the caller owns it.
     ZEL_ConditionalInfo *instance(const KIT_ValArray<int> &instances) const;
 
     /// Heap bytes, and the object itself when inclusive.

@@ -14,7 +14,7 @@
 #include <map>
 #include <memory>
 
-/// What a table of templates writes down for a condition of one tab.
+/// How a table of templates declares a condition of one tab.
 struct ZEL_ConditionalSwitcherItem
 {
     int32_t tab;
@@ -37,17 +37,18 @@ public:
     ZEL_ConditionalSwitcher *instance(const KIT_ValArray<int> &instances) const override;
     int64_t getMemoryUsage(bool inclusive) const override;
 
-    /// Replaces what the tab has. A switcher leaves the tab with nothing.
+    /// Replaces the tab's conditions. Passing a switcher leaves the tab without any.
     void setTabConditional(int tab, const ZEL_ConditionalBase &base);
-    /// Adds to what the tab has; a second one makes it a group, with one condition for each type.
+    /// Adds to the tab's conditions; a second one makes it a group, with one condition for each
+    /// type.
     void addTabConditional(int tab, const ZEL_Conditional &conditional);
     /// A single condition or a group; null when the tab has none.
     ZEL_ConditionalBase *getTabConditional(int tab);
     const ZEL_ConditionalBase *getTabConditional(int tab) const;
-    /// The condition that decides this for the tab; null when there is none.
+    /// The tab's condition of that type; null when there is none.
     ZEL_Conditional *getTabConditional(int tab, ZEL_ConditionalType type);
     const ZEL_Conditional *getTabConditional(int tab, ZEL_ConditionalType type) const;
-    /// Takes the conditions of the set and of all tabs away.
+    /// Removes the conditions of the set and of all tabs.
     void clear();
 
 private:

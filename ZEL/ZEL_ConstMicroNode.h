@@ -1,13 +1,14 @@
 /// \file ZEL_ConstMicroNode.h
-/// The companion of a parameter component's node that has that node as its only input: callers hang
-/// on it what must not make the component's own inputs part of their dependency.
+/// The companion of a parameter component's node, with that node as its only input. Dependents that
+/// must not depend on the component's own inputs are connected to the companion.
 ///
 /// Vocabulary: *source* = the component's node.
-/// Ownership:  an instance owns its companions as one array, which dies with the instance. A
-///             companion and its source borrow each other: whichever goes first, the other is without.
-/// Threads:    made under the instance's lock, from any thread (`ZEL_Instance::constMicroNode`). The
-///             source publishes it: propagation goes on beside the making.
-/// Cost:       a parameter whose companions nobody asked for has none.
+/// Ownership:  an instance owns its companions as one array, which is destroyed with the instance.
+///             A companion and its source borrow each other: destroying one clears the other's
+///             pointer.
+/// Threads:    created under the instance's lock, from any thread (`ZEL_Instance::constMicroNode`).
+///             The source publishes it atomically, as propagation may run at the same time.
+/// Cost:       companions are created on request only.
 #pragma once
 
 #include <LNK/LNK_MicroNode.h>
@@ -26,12 +27,12 @@ public:
     ~ZEL_ConstMicroNode() override;
 
     /// Sets the source and makes this the source's const node, in place of another, which then has
-    /// no source. A source of before is without.
+    /// no source. A previous source loses its const node.
     void init(ZEL_ParmMicroNode *source);
 
-    /// Null before `init`, and after the source has gone.
+    /// Null before `init`, and after the source was destroyed.
     ZEL_ParmMicroNode *source() const { return mySource; }
-    /// Parts the two.
+    /// Disconnects the two.
     void leaveSource();
 
     // ------------------------------------------------------------------ //

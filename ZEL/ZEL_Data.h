@@ -3,19 +3,21 @@
 /// object, or nothing.
 ///
 /// Vocabulary: *item* = such an object (ZEL_DataItem.h); *typed text* = an item in text
-///             (ZEL_DataFactory.h); *reference* = what a channel stands for here: another data
-///             parameter, which the list's owner finds. The channel's expression isn't evaluated.
+///             (ZEL_DataFactory.h); *reference* = what a channel means here: another data
+///             parameter, which the list's owner looks up. The channel's expression isn't
+///             evaluated.
 /// Units:      component indices 0-based; reading one outside the vector gives nothing.
 /// Ownership:  shares its items; channels belong to the list's collection.
 /// Threads:    reads from any thread at once. Replacing an item, loading and restoring one thread at
-///             a time, and not while the parameter evaluates: a reader that races gets the item
-///             from before or after.
+///             a time, and not while the parameter evaluates: a racing reader gets the old or the
+///             new item.
 /// Errors:     "ZEL" 2, 3, 9 on load, with the common messages under "String Parameter Load", and 21
-///             on a bad index in `setExpression`. What can't be read as an item makes an empty
-///             dictionary, and an unknown kind nothing, both without a message.
-/// Cost:       reading copies one pointer. Text is made only by saving and by reading as a string.
+///             on a bad index in `setExpression`. A text that can't be read as an item gives an
+///             empty dictionary, an unknown kind gives nothing, both without a message.
+/// Cost:       reading copies one pointer. Text is only created by saving and by reading as a
+///             string.
 ///
-/// There is no default but nothing, there are no overrides, and numbers read as 0.
+/// The default is always nothing, there are no overrides, and numbers read as 0.
 
 #pragma once
 
@@ -38,7 +40,7 @@ public:
     ZEL_Data(ZEL_Template *templatePtr, ZEL_Parm *parm);
     ~ZEL_Data() override;
 
-    /// The component's item, by no channel; empty outside the vector.
+    /// The component's own item, ignoring any channel; empty outside the vector.
     Item getData(double time, int index) const;
     /// Marks the component dirty and replaces the item. False outside the vector.
     bool setData(const Item &item, double time, int index);
@@ -52,10 +54,10 @@ public:
     void restoreFactoryDefault(int) override {}
     void overwriteDefault(double, int) override {}
     void overwriteDefaults(double) override {}
-    /// Of all components together: the index only has to be valid where the base asks.
+    /// Tests all components together; the index only has to be valid where the base checks it.
     bool isDefault(int index, ZEL_DefaultType type, bool checkLocks) const override;
 
-    /// A component with a channel saves no item, and not the channel's name either.
+    /// A component with a channel saves neither an item nor the channel's name.
     bool save(std::ostream &os, int binary, bool compiled) const override;
     bool load(KIT_IStream &is) override;
     /// The items themselves.
@@ -67,11 +69,11 @@ public:
     int loadCommand(int argc, const char *const argv[], int index, bool asSet,
                     ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
 
-    /// The item's dictionary. `expand` replaces variables and backticks in keys and values, which all
-    /// become texts; the first fault is reported and ends it.
+    /// The item's dictionary. `expand` replaces variables and backticks in keys and values, which
+    /// all become texts; it stops at the first error, which is reported.
     void getValue(ZEL_ParmList *list, double time, KIT_JSONValueMap &value, int index, bool expand,
                   int thread) const override;
-    /// With a channel, what the reference gives.
+    /// With a channel, the item of the referenced parameter.
     void getValue(ZEL_ParmList *list, double time, Item &value, int index,
                   int thread) const override;
     /// The dictionary as one line of JSON; "" for items of another kind.
@@ -88,13 +90,13 @@ public:
     void getExpression(double time, KIT_String &text, int index, bool expand,
                        int thread) const override;
 
-    /// Nothing is evaluated: `evaluate` makes no difference.
+    /// Nothing is evaluated: `evaluate` is ignored.
     void setExpression(double time, const char *text, TRK_ExprLanguage language, int index,
                        bool evaluate, bool deleteChannel) override;
-    /// With `replaceExpression` the channel goes.
+    /// `replaceExpression` removes the channel.
     void setValue(double time, const Item &value, bool replaceExpression, int index,
                   ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
-    /// Numbers and texts empty the component, whatever they are.
+    /// Any number or text empties the component.
     void setValue(double time, std::int64_t value, bool replaceExpression, int index,
                   ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
     void setValue(double time, int value, bool replaceExpression, int index, ZEL_AddKeyType addKey,
@@ -117,15 +119,15 @@ public:
     /// \name Dictionaries   (any thread)
     // ------------------------------------------------------------------ //
     ///@{
-    /// Every key and value of `source`, expanded, into `destination`. Marks the component time
-    /// dependent, or not, by the entries that were inserted.
+    /// Puts every key and value of `source`, expanded, into `destination`. Sets the component's
+    /// time dependence by the inserted entries.
     void expandJSONMap(ZEL_ParmList *list, double time, int index, int thread,
                        const KIT_JSONValueMap &source, KIT_JSONValueMap &destination) const;
-    /// One text. False, after a report, when it can't be expanded; else `timeDependent` is set if
-    /// the text depends on time, and left alone if not.
+    /// Expands one text. False, after reporting the error, when it can't be expanded; otherwise
+    /// sets `timeDependent` if the text depends on time, and leaves it alone if not.
     bool expandJSONString(ZEL_ParmList *list, double time, int index, int thread, const char *text,
                           KIT_String &out, bool &timeDependent) const;
-    /// Every key and value as it is.
+    /// Copies every key and value unexpanded.
     static void copyJSONMap(const KIT_JSONValueMap &source, KIT_JSONValueMap &destination);
     ///@}
 
@@ -142,7 +144,7 @@ private:
     void copyItems(const Items &items);
     void followReference(ZEL_ParmList *list, double time, int index, int thread, Item &out) const;
 
-    /// The item that a stream gets: none for default data or beside a channel.
+    /// The item to write to a stream: none for default data or with a channel.
     Item itemToSave(int index) const;
     bool saveAscii(std::ostream &os) const;
     bool saveBinary(std::ostream &os) const;

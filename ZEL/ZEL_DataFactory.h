@@ -1,5 +1,5 @@
 /// \file ZEL_DataFactory.h
-/// Makes the data items of one kind from their saved form, and the table of all kinds by token.
+/// Creates the data items of one kind from their saved form; holds the table of all kinds by token.
 ///
 /// Vocabulary: *typed text* = an item in text: the kind's token, ":" and the payload, as in
 ///             `key_value_dict:{"a":1}`.
@@ -25,21 +25,21 @@ class ZEL_API ZEL_DataFactory
 public:
     virtual ~ZEL_DataFactory();
 
-    /// An item with nothing in it, for applications; the library doesn't ask.
+    /// An empty item, for applications; the library doesn't call this.
     virtual std::shared_ptr<const ZEL_DataItem> createItem() = 0;
-    /// The payload is all that the stream has up to its limit.
+    /// The payload extends to the limit of the stream.
     virtual std::shared_ptr<const ZEL_DataItem> parseBinary(KIT_IStream &stream) = 0;
     virtual std::shared_ptr<const ZEL_DataItem> parseAscii(KIT_IStream &stream) = 0;
 
-    /// Enters a kind, in the place of one with that token.
+    /// Registers a kind; replaces one with the same token.
     static void install(const char *type, ZEL_DataFactory *factory);
     static std::shared_ptr<const ZEL_DataItem> parseAscii(const char *type, KIT_IStream &stream);
     static std::shared_ptr<const ZEL_DataItem> parseBinary(const char *type, KIT_IStream &stream);
 
-    /// One text of the stream, read as typed text.
+    /// Reads one text from the stream as typed text.
     static std::shared_ptr<const ZEL_DataItem> loadTypedAscii(KIT_IStream &stream);
-    /// Nothing for an empty pointer. False when the item couldn't be saved.
+    /// Writes nothing for an empty pointer. False when the item couldn't be saved.
     static bool saveTypedAscii(const std::shared_ptr<const ZEL_DataItem> &item, std::ostream &os);
-    /// Reads a typed text. False, and `item` stays, for a text without ":".
+    /// Reads a typed text. False, leaving `item` alone, for a text without ":".
     static bool parseTyped(std::string_view text, std::shared_ptr<const ZEL_DataItem> &item);
 };

@@ -1,14 +1,13 @@
 /// \file ZEL_DataItem.h
-/// What a component of a data parameter holds: an object of some kind that is shared and never
-/// changed.
+/// What a component of a data parameter holds: a shared, immutable object of some kind.
 ///
-/// Vocabulary: *kind* = what the object is, named by its *token* in files; *payload* = what the kind
-///             writes of itself.
+/// Vocabulary: *kind* = what the object is, named by its *token* in files; *payload* = the item's
+///             own data as its kind saves it.
 /// Ownership:  held by `std::shared_ptr<const ZEL_DataItem>`; the last holder frees it.
 /// Threads:    immutable once it is shared. Its operations are called from any thread.
-/// Errors:     saving answers false when the payload isn't whole.
+/// Errors:     saving returns false when the payload is incomplete.
 ///
-/// A kind of an application's own comes with a factory: ZEL_DataFactory.h.
+/// An application that adds a kind provides a factory for it: ZEL_DataFactory.h.
 
 #pragma once
 
@@ -26,14 +25,14 @@ public:
     ZEL_DataItem() = default;
     virtual ~ZEL_DataItem();
 
-    /// The bit of the type word that stands for the kind.
+    /// The bit of the kind in the type's data word.
     virtual ZEL_Type::ZEL_DataType getDataType() const = 0;
-    /// Must not hold a ":", which ends it in text.
+    /// Must not contain a ":", which ends it in text.
     virtual const char *getDataTypeToken() const = 0;
     /// Writes the payload as text, without NUL.
     virtual bool saveAscii(std::ostream &os) const = 0;
     virtual bool saveBinary(std::ostream &os) const = 0;
-    /// Bytes that the item counts for in reports.
+    /// The item's size in memory reports, in bytes.
     virtual std::int64_t getMemoryUsage() const = 0;
     /// The dictionary, for a kind that is one. It is shared: read it only. Base: null.
     virtual KIT_JSONValueMap *getKeyValueDict() const;

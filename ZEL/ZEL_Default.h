@@ -1,12 +1,12 @@
 /// \file ZEL_Default.h
-/// The default of one component: a number, and a text where the type wants one.
+/// The default of one component: a number, and a text where the type needs one.
 ///
-/// Vocabulary: *meaning* = how the text is read, literal or as an expression of which language.
-///             For a switcher, default i is folder i: the text its label, the number its member
-///             count.
-/// Units:      the number carries ordinals too, as a whole number.
-/// Ownership:  the text is borrowed and must outlive the record, unless its owner says otherwise
-///             with setString(text, true). Copies share the pointer.
+/// Vocabulary: *meaning* = how the text is read: as a literal, or as an expression and in which
+///             language. For a switcher, default i is folder i: the text its label, the number its
+///             member count.
+/// Units:      ordinals are stored in the number too, as whole numbers.
+/// Ownership:  the text is borrowed and must outlive the record; setString(text, true) frees the
+///             previous one, for an owner who made it by malloc. Copies share the pointer.
 /// Threads:    const calls from any thread.
 /// Errors:     none.
 #pragma once
@@ -35,7 +35,7 @@ public:
     double getFloat() const { return myFloat; }
     void setFloat(double value) { myFloat = value; }
 
-    /// The number cut toward zero; beyond 32 bits the nearest int, 0 for what is no number.
+    /// The number cut toward zero; beyond 32 bits the nearest int, 0 for a NaN.
     int getOrdinal() const
     {
         if (!(myFloat > -2147483648.0)) {
@@ -48,7 +48,7 @@ public:
     /// The text, "" when there is none.
     const char *getString() const { return myString ? myString : ""; }
     bool gotString() const { return myString != nullptr; }
-    /// Takes the pointer as it is. With `freeOld` the text held before goes back to free().
+    /// Stores the pointer itself. `freeOld` passes the previous text to free().
     void setString(const char *text, bool freeOld);
 
     TRK_StringMeaning getStringMeaning() const { return myMeaning; }

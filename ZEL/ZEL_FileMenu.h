@@ -1,17 +1,17 @@
 /// \file ZEL_FileMenu.h
 /// A menu whose rows come from data files, so that a site can put its own resolutions, devices and
-/// filters into it; docs/menus.md tells how.
+/// filters into it; docs/menus.md describes how.
 ///
 /// Vocabulary: *data file* = a file of the menu's name in a folder of the search path
 ///             (KIT_PathSearch). *fields* = the words of a line: token and label, or for pixel formats
 ///             type, black point, white point (which together are the token) and label.
 ///             *built-in rows* = what the menu shows when no data file gives a row.
-/// Ownership:  owns its rows; they stay where they are, and the same, until the menu is destroyed. The
+/// Ownership:  owns its rows; they are neither moved nor changed until the menu is destroyed. The
 ///             menus of get() live until the library is unloaded.
 /// Threads:    the interface's thread only; no lock is taken.
 /// Errors:     none. A file that can't be read has no rows; a line with the wrong number of fields
-///             makes none.
-/// Cost:       the files are read once, when the menu is asked for first.
+///             gives none.
+/// Cost:       the files are read once, when the menu is first requested.
 #pragma once
 
 #include <ZEL/ZEL_API.h>
@@ -42,17 +42,17 @@ public:
     /// The menu that all parameters of the process share.
     static ZEL_FileMenu &get(Kind kind);
 
-    /// Finds the rows, unless there are some: those of all data files, one file behind the other as the
-    /// search path has them; the built-in rows when that gives none.
+    /// Reads the rows unless there are some already: those of all data files, in the order of the
+    /// search path, or the built-in rows if there are none.
     void fill();
-    /// Appends the rows of a data file. A line with one field less than a row makes a separator.
+    /// Appends the rows of a data file. A line with one field less than a row gives a separator.
     void readRows(KIT_IStream &is);
 
     int getNumRows() const { return static_cast<int>(myRows.size()); }
-    /// A row; null when there is none, as long as nothing was filled in for every index.
+    /// A row; null when there is none, which includes every index before fill().
     const ZEL_Name *getRow(int index) const;
-    /// Fills the menu, and copies as many rows as an array of `size` names holds in front of a
-    /// sentinel, which closes it.
+    /// Fills the menu and copies up to `size` - 1 rows into the array, which has `size` elements,
+    /// ending it with a sentinel.
     void copyRows(ZEL_Name *names, int size);
 
 private:

@@ -3,14 +3,14 @@
 ///
 /// Vocabulary: *stored value* = the raw number of a component: never clamped or rounded when set;
 ///             for an animated component a cache of the last evaluation.
-/// Units:      values as the parameter means them; angles aren't treated apart. Integers round by
-///             floor(x + 0.5) on reading. Component indices 0-based; reading one outside the
+/// Units:      values in the parameter's own unit; angles have no special treatment. Integers round
+///             by floor(x + 0.5) on reading. Component indices 0-based; reading one outside the
 ///             vector gives 0.
 /// Ownership:  owns its values; channels belong to the list's collection.
 /// Threads:    reads from any thread at once: a racing reader gets one of the evaluated values.
 ///             Setting, loading and hardening one thread at a time.
 /// Errors:     "ZEL" 0, 2, 3, 4, 9, 14 on load, 18 on evaluation, 21 on a bad index in a set;
-///             a load that fails keeps what it had stored and linked.
+///             a failed load keeps what it had stored and linked until then.
 /// Cost:       a plain read costs a virtual call and the limit tests; `getValues` reads template,
 ///             range and flags once for the vector.
 #pragma once
@@ -44,7 +44,7 @@ public:
                   int thread) const override;
     void getValue(ZEL_ParmList *list, double time, double &value, int index,
                   int thread) const override;
-    /// Truncates toward zero what the double read gives.
+    /// The double value truncated toward zero.
     void getValue(ZEL_ParmList *list, double time, std::int64_t &value, int index,
                   int thread) const override;
     void getValue(ZEL_ParmList *list, double time, int &value, int index,
@@ -88,7 +88,7 @@ public:
     /// The stored, or given, value within the range's hard limits, rounded for integers.
     double constrainedRawValue(int index) const;
     double constrainedValue(double value) const;
-    /// The same with the three switches in place of hard bits and type.
+    /// The same with three flags instead of the range's hard bits and the type.
     double constrainedValue(double value, bool useMin, bool useMax, bool round) const;
 
 protected:
@@ -103,7 +103,7 @@ private:
         SKIP
     };
 
-    /// One component at a time, as every numeric read sees it.
+    /// The value of one component, as every numeric read returns it.
     double resolveComponent(ZEL_ParmList *list, double time, int index, int thread,
                             OwnerStep ownerStep) const;
     double evaluateChannel(ZEL_ParmList *list, TRK_Channel *channel, double time, int index,
@@ -129,7 +129,7 @@ private:
     bool savePlainBinary(KIT_ByteBuffer &out) const;
     bool loadAscii(KIT_IStream &is, HeldChannels &held, unsigned &keyMask);
     Entry loadAsciiEntry(KIT_IStream &is, std::string_view word, int index, HeldChannels &held);
-    /// Reads what that writes. False, with nothing read, for all else.
+    /// Reads what savePlainBinary() writes. False, with nothing read, for anything else.
     bool loadPlainBinary(KIT_IStream &is);
     bool loadBinary(KIT_IStream &is);
     bool loadBinaryValue(KIT_IStream &is, int index);
@@ -138,6 +138,6 @@ private:
     void loadArgument(const char *argument, int index, HeldChannels &held, bool asSet,
                       ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
 
-    // Apart from the object: evaluation threads write here and read the rest of it.
+    // Allocated separately, as evaluation threads write here but only read the rest of the object.
     double *myValues;
 };
