@@ -1,11 +1,11 @@
 /// \file ZEL_ScriptGroup.h
 /// The pages of one set of folders, or the one page of a multi-parameter.
 ///
-/// Vocabulary: *owner* = the record that stands for the set in its page (ZEL_ScriptParm). *Sizes* =
-///             one default a folder: how many parameters stand directly in it, and its label.
+/// Vocabulary: *owner* = the record that represents the set in its page (ZEL_ScriptParm). *Sizes* =
+///             one default a folder: how many parameters it contains directly, and its label.
 /// Ownership:  owns its pages, sizes and conditions; templates borrow the last two.
 /// Threads:    one thread at a time.
-/// Errors:     a page that isn't there is null.
+/// Errors:     a missing page is null.
 #pragma once
 
 #include <KIT/KIT_ValArray.h>
@@ -38,7 +38,7 @@ public:
     {
         return index >= 0 && index < getPageCount() ? myPages[size_t(index)].get() : nullptr;
     }
-    /// Takes the page over.
+    /// Takes ownership of the page.
     void addPage(ZEL_ScriptPage *page);
     ZEL_ScriptParm *getOwner() const { return myOwner; }
     void setOwner(ZEL_ScriptParm *owner) { myOwner = owner; }
@@ -55,17 +55,17 @@ public:
     // ---------------------------------------------------------------- //
     /// Templates of all pages.
     int computeTemplateSize() const;
-    /// Makes the sizes anew, with a zero record behind them.
+    /// Rebuilds the sizes, ended by a zero record.
     void buildSizes();
-    /// Makes the conditions anew: those of the first page for the set, those of each page's tab for
+    /// Rebuilds the conditions: those of the first page for the set, those of each page's tab for
     /// its folder. Null when there are none.
     void buildConditionals();
-    /// Null until buildSizes(). What was handed out before a rebuild is gone.
+    /// Null until buildSizes(). A rebuild invalidates what was returned before.
     ZEL_Default *getDefaults() { return mySizes.isEmpty() ? nullptr : mySizes.data(); }
     ZEL_ConditionalSwitcher *getGroupConditional() const { return myConditional.get(); }
-    /// Writes each page's templates from `index` on. Imports lie one level deeper; those of the
-    /// first folder name the template before `index` as their switcher, and those of a later one
-    /// the last template so far.
+    /// Writes each page's templates from `index` on. Imports are one level deeper; in the first
+    /// folder their switcher is the template before `index`, in a later one the last template so
+    /// far.
     void fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptImports *&imports, int depth);
 
 private:

@@ -2,17 +2,17 @@
 /// A brace block of a dialog script: a whole dialog, a folder, the items of a multi-parameter or an
 /// import.
 ///
-/// Vocabulary: *record* = what a parameter, a set of folders or a multi-parameter is while it is
-///             read (ZEL_ScriptParm). *Owner* = the record whose folder or items the page is; the
-///             dialog has none. *Depth* = how many multi-parameters are around a name, which is how
-///             many `#` it has. *Obsolete* = kept apart from the interface, for old files.
-///             *Nesting* = pages around a page, imports among them; limited.
+/// Vocabulary: *record* = a parameter, a set of folders or a multi-parameter as it was read
+///             (ZEL_ScriptParm). *Owner* = the record whose folder or items the page is; the dialog
+///             has none. *Depth* = how many multi-parameters surround a name, which is how many `#`
+///             it has. *Obsolete* = kept apart from the interface, for old files. *Nesting* = the
+///             number of pages around a page, imports included; limited.
 /// Units:      indices from 0, in reading order.
 /// Ownership:  owns its records, imports, conditions and spare data. Templates borrow from all of
-///             them, so a page outlives the arrays that it filled.
+///             them, so a page must outlive the arrays that it filled.
 /// Threads:    one thread at a time.
-/// Errors:     a block ends at its first error, which the stream reports, and parse() answers 0 with
-///             what was read so far. Warnings let it go on.
+/// Errors:     a block ends at its first error, which the stream reports, and parse() returns 0,
+///             keeping what was read so far. Reading continues after warnings.
 ///
 ///     page         "{" word ... "}"
 ///     parameter    parm { ... }
@@ -47,17 +47,17 @@ public:
         SHADING = 0x4,        ///< "ksl": a dialog for the shading language
         INVISIBLE = 0x8,      ///< "invisible": the set of folders or the multi-parameter is hidden
         INVISIBLE_TAB = 0x10, ///< "invisibletab": this folder is hidden
-        OBSOLETE = 0x20       ///< "obsolete": the page goes to the obsolete ones of its set
+        OBSOLETE = 0x20       ///< "obsolete": the page is moved to the obsolete ones of its set
     };
 
-    /// A word that a page skips, and how: a count from 0 on is that many tokens, a negative count n
-    /// is -n - 1 tokens and a block.
+    /// A keyword that a page skips, with what follows it: a count of 0 or more is that many tokens,
+    /// a negative count n is -n - 1 tokens and a block.
     struct TokenParmCount
     {
         const char *token;
         int count;
     };
-    /// The words of the application's that a page accepts and skips; a null word ends them.
+    /// The application's keywords that a page accepts and skips; a null keyword ends them.
     static const TokenParmCount theTokens[];
 
     ZEL_ScriptPage();
@@ -66,37 +66,37 @@ public:
     /// \name For subclasses   (called while a page is read)
     // ---------------------------------------------------------------- //
     virtual ~ZEL_ScriptPage();
-    /// What the page counts for in the size of its folder. Base: its records.
+    /// What the page adds to the size of its folder. Base: the number of its records.
     virtual int countParameters() const;
     /// A new record for any of the page's parameters; the caller owns it.
     virtual ZEL_ScriptParm *newParm();
     /// A new page for an import; the caller owns it.
     virtual ZEL_ScriptPage *newImportPage();
-    /// Reads the block behind "help". Base: reads it and drops it. 0 ends the page.
+    /// Reads the block after "help". Base: reads and discards it. 0 ends the page.
     virtual int parseHelp(DS_Stream &stream, KIT_String &help);
-    /// Reads what belongs to a word that is no keyword; 0, with its message, ends the page. Base:
-    /// theTokens, any other word is an error.
+    /// Reads what follows an unknown keyword; 0, after reporting an error, ends the page. Base:
+    /// skips those of theTokens, any other is an error.
     virtual int handleUnknown(DS_Stream &stream, KIT_String &token);
 
     // ---------------------------------------------------------------- //
     /// \name Reading
     // ---------------------------------------------------------------- //
     /// Reads one page; 1 on success. `wantBrace` reads the opening brace and clears the token first.
-    /// `isImport` admits the words of imports. `clearJoin` keeps the last parameter from joining
-    /// what stands behind the page. Records read before go away; flags and obsolete records stay.
+    /// `isImport` admits the keywords of imports. `clearJoin` keeps the last parameter from joining
+    /// what follows the page. Records read before are deleted; flags and obsolete records stay.
     int parse(DS_Stream &stream, bool wantBrace, ZEL_ScriptParm *owner, bool isImport,
               bool clearJoin, int depth);
-    /// Makes this a page inside another one: takes its flags, but for those of `without`.
+    /// Makes this a page inside another one: takes its flags except those in `without`.
     void nestIn(const ZEL_ScriptPage &enclosing, unsigned without);
 
     // ---------------------------------------------------------------- //
     /// \name Templates
     // ---------------------------------------------------------------- //
-    /// How many templates the records take, and the obsolete ones.
+    /// The number of templates of the records, and of the obsolete records.
     int computeTemplateSize() const;
     int computeObsoleteTemplateSize() const;
-    /// Writes the templates from `index` on and moves it behind them. Imports are added to
-    /// `imports`, which is made if there are any; the caller owns it.
+    /// Writes the templates from `index` on and moves it past them. Imports are added to `imports`,
+    /// which is created if there are any; the caller owns it.
     void fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptImports *&imports);
     /// Writes the templates of the obsolete records to the start of the array.
     void fillObsoleteTemplate(ZEL_Template *target);
@@ -109,7 +109,7 @@ public:
     const KIT_String &getLabel() const { return myLabel; }
     /// The number of a multi-parameter's items, as text.
     const KIT_String &getDefault() const { return myDefaultText; }
-    /// Gives a page that has no default one.
+    /// Sets the default of a page that has none.
     void setEmptyDefault(const char *text);
     bool getBaseParm() const { return myBaseParmFlag; }
     bool getTabBreak() const { return myTabBreakFlag; }
@@ -127,28 +127,29 @@ public:
     }
     /// The imports of this page alone, null when there are none.
     const ZEL_ScriptImports *getImports() const { return myImports.get(); }
-    /// The conditions of the page's tab, and those that it has for the whole set; null without.
+    /// The conditions of the page's tab, and those that it declares for the whole set; null if
+    /// none.
     ZEL_ConditionalGroup *getPageConditional() const { return myPageConditional.get(); }
     ZEL_ConditionalGroup *getGroupConditional() const { return myGroupConditional.get(); }
-    /// Null if there is none and none is made.
+    /// Null if there is none and none is created.
     ZEL_SpareData *getSpareData(bool create);
     void setFlag(unsigned flags) { myFlags |= flags; }
     void clearFlag(unsigned flags) { myFlags &= ~flags; }
-    /// Those of the bits that are set.
+    /// The given bits that are set.
     unsigned getFlag(unsigned flags) const { return myFlags & flags; }
 
     /// Gives each record without an option its token as option.
     void enforceOptions();
-    /// Whether a record here or in a folder below is one of the base interface.
+    /// Whether a record of this page or of a folder inside belongs to the base interface.
     bool containsReservedName() const;
-    /// Appends the records that aren't of the base interface, and those in its sets of folders.
+    /// Appends the records outside the base interface, those in its sets of folders included.
     void appendScriptParms(KIT_ValArray<ZEL_ScriptParm *> &parms) const;
 
 protected:
     friend class ZEL_ScriptGroup;
     friend class ZEL_ScriptParm;
 
-    /// The flattening proper. `depth`, `switcherIndex` and `folder` go into the import blocks.
+    /// Does the flattening. `depth`, `switcherIndex` and `folder` are stored in the import blocks.
     void fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptImports *&imports, int depth,
                       int switcherIndex, int folder);
 

@@ -1,18 +1,19 @@
 /// \file ZEL_ScriptParm.h
-/// One `parm { ... }` block of a dialog script as it was read, or the record that stands for a set of
-/// folders or a multi-parameter.
+/// One `parm { ... }` block of a dialog script as it was read, or the record that represents a set
+/// of folders or a multi-parameter.
 ///
-/// Vocabulary: *depth* = how many multi-parameters are around the block. *Filling* = writing the
+/// Vocabulary: *depth* = how many multi-parameters surround the block. *Filling* = writing the
 ///             templates of the record and of what is nested in it into an array.
 /// Units:      `size` counts components, at most the setting KIT_ENV_MAX_VECTOR_SIZE. Export levels
 ///             are 0, 1 and 2; the templates have 0, 2 and 3.
 /// Ownership:  owns everything that it read. Templates borrow name, defaults, menu, range, spare
-///             data, conditions and a multi-parameter's child templates: a record outlives the
-///             arrays that it filled. Filling anew replaces the child templates.
-/// Threads:    one thread at a time. registerDefaultScriptCallback() before any script is read.
-/// Errors:     an error ends the block: the stream reports it, parse() answers 0, and what was read
-///             so far stays in the record. Warnings let it go on. A missing opening brace of the
-///             block, of `defaults` and of `range` has no message of its own.
+///             data, conditions and a multi-parameter's child templates: a record must outlive the
+///             arrays that it filled. Filling again replaces the child templates.
+/// Threads:    one thread at a time. Call registerDefaultScriptCallback() before reading any
+///             script.
+/// Errors:     an error ends the block: the stream reports it, parse() returns 0, and what was read
+///             so far stays in the record. Reading continues after warnings. A missing opening
+///             brace of the block, of `defaults` and of `range` has no message of its own.
 ///
 ///     menus        menu { token label ... } or menu { [ script ] [ more ] language word }; the word
 ///                  usetokenvalue may stand before the brace
@@ -52,16 +53,16 @@ public:
     enum ParmFlag : unsigned
     {
         PLAIN = 0,
-        REQUIRED = 0x1,      ///< "required"; never of a toggle, button or ordinal
+        REQUIRED = 0x1,      ///< "required"; never set for a toggle, button or ordinal
         DIRECTION = 0x2,     ///< type "dir", "direction"
         COLOR = 0x4,         ///< type "color", "rgb", "color4", "rgba"
         KEEP_TEXT = 0x20,    ///< a default that is a number keeps its text too
-        OBSOLETE = 0x200,    ///< "obsolete": goes to the page's obsolete records
-        EXPERIMENTAL = 0x400 ///< "experimental": dropped unless the application wants such
+        OBSOLETE = 0x200,    ///< "obsolete": moved to the page's obsolete records
+        EXPERIMENTAL = 0x400 ///< "experimental": dropped unless the application enables them
     };
 
-    /// The words of a page that a parameter skips as well, ended by a null word, and how many tokens
-    /// stand behind each.
+    /// The page keywords that a parameter skips too, ended by a null keyword, each with the number
+    /// of tokens after it.
     static const char *const theTokens[];
     static const int theNumParms[];
 
@@ -76,11 +77,12 @@ public:
     /// The group and the pages of nested blocks; the caller owns them.
     virtual ZEL_ScriptGroup *newGroup(bool multi);
     virtual ZEL_ScriptPage *newPage();
-    /// Reads what belongs to a word that is no keyword; 0 if it is unknown. Base: theTokens.
+    /// Reads what follows a keyword that this class doesn't know; 0 if it is unknown here too.
+    /// Base: skips those of theTokens.
     virtual int handleUnknown(DS_Stream &stream, KIT_String &token);
-    /// What a parameter with a script callback calls. Base: the registered one.
+    /// The callback of a parameter with a script callback. Base: the registered one.
     virtual ZEL_Callback getScriptParmCallback() const;
-    /// Whether filled templates get the channel bit. Base: yes.
+    /// Whether filled templates get the channel bit. Base: true.
     virtual bool wantsParametersAnimatable() const;
 
     // ---------------------------------------------------------------- //
@@ -90,17 +92,16 @@ public:
     /// Appends a text as scripts write it (ZEL_ScriptQuote.h).
     static void protectStrcat(KIT_WorkBuffer &out, const char *text, int quoteEmpty,
                               bool smartQuotes = false);
-    /// The same as a text that lasts until the thread's next call.
+    /// The same as a text that is valid until the thread's next call.
     static const char *protectString(const char *text, int quoteEmpty, bool smartQuotes = false);
     /// Reads a condition: a text, or a block of groups. False with an error if it can't be read.
-    /// Errors inside a block are reported, end it, and leave the answer true.
+    /// An error inside a block is reported and ends the block, but the result is true.
     static bool parseConditional(DS_Stream &stream, ZEL_Conditional &conditional);
 
     // ---------------------------------------------------------------- //
     /// \name Reading
     // ---------------------------------------------------------------- //
-    /// Reads one block; 1 on success. A second call starts with no menu and no defaults and keeps
-    /// the rest.
+    /// Reads one block; 1 on success. A second call clears menu and defaults and keeps the rest.
     int parse(DS_Stream &stream, int depth);
     /// Reads the pages of a set of folders, one for each block with the same keyword in a row.
     int parseGroup(DS_Stream &stream, ZEL_ScriptPage *page, const char *keyword, int depth);
@@ -113,12 +114,12 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Templates
     // ---------------------------------------------------------------- //
-    /// How many templates filling takes. The children of a multi-parameter are in an array of their
+    /// The number of templates to fill. The children of a multi-parameter are in an array of their
     /// own and don't count.
     int computeTemplateSize() const;
-    /// Writes the templates from `index` on and moves it behind them.
+    /// Writes the templates from `index` on and moves it past them.
     void fillTemplate(ZEL_Template *target, int &index, ZEL_ScriptImports *&imports, int depth);
-    /// The child templates of a multi-parameter, made if need be; null for anything else.
+    /// The child templates of a multi-parameter, created if necessary; null for anything else.
     ZEL_Template *getMultiTemplate();
 
     // ---------------------------------------------------------------- //
@@ -127,7 +128,7 @@ public:
     const ZEL_Name &getName() const { return myName; }
     const ZEL_Type &getType() const { return myType; }
     ZEL_TypeExtended getTypeExtended() const { return myTypeExtended; }
-    /// The kind of a ramp; ZEL_MULTITYPE_NONE for anything else. That of a multi-parameter is its
+    /// The kind of a ramp; ZEL_MULTITYPE_NONE for anything else. A multi-parameter's kind is its
     /// group's.
     ZEL_MultiType getMultiType() const { return myMultiType; }
     int getSize() const { return mySize; }
@@ -143,22 +144,22 @@ public:
     bool getBaseParm() const { return myBaseParmFlag; }
     int getExportLevel() const { return myExportLevel; }
     const ZEL_ConditionalGroup &getConditionalGroup() const { return myConditionals; }
-    /// Null if there is none and none is made.
+    /// Null if there is none and none is created.
     ZEL_SpareData *getSpareData(bool create);
     void setFlag(unsigned flags) { myFlags |= flags; }
     void clearFlag(unsigned flags) { myFlags &= ~flags; }
-    /// Those of the bits that are set.
+    /// The given bits that are set.
     unsigned getFlag(unsigned flags) const { return myFlags & flags; }
 
-    /// Keeps the parameter from joining the next. True if its type joined; if only its extended type
-    /// did, that goes and the answer is false.
+    /// Keeps the parameter from joining the next. True if its type joined; if only its extended
+    /// type did, that is cleared and the result is false.
     bool clearJoinNext();
-    /// A parameter without an option gets its token as option; those in a group likewise.
+    /// Gives a parameter without an option its token as option, and those in a group too.
     void enforceOptions();
     /// Moves the obsolete pages to a new record of the same type and name, which the caller owns;
     /// null when there are none.
     ZEL_ScriptParm *createObsoleteGroupParm();
-    /// Appends those of every page of the group.
+    /// Appends the records of every page of the group.
     void appendScriptParms(KIT_ValArray<ZEL_ScriptParm *> &parms) const;
 
 private:

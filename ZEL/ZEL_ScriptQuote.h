@@ -9,7 +9,7 @@
 ///
 /// `quoteEmpty` writes an empty text as two double quotes rather than as nothing. `smartQuotes` puts
 /// double quotes around a text that has a blank or a double quote in it; without it no text gets
-/// them, for callers that write their own.
+/// them, for callers that write the quotes themselves.
 #pragma once
 
 #include <ZEL/ZEL_API.h>

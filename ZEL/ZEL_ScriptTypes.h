@@ -1,18 +1,18 @@
 /// \file ZEL_ScriptTypes.h
-/// The type words of dialog scripts ("float", "vector", "toggle") and what each of them sets.
+/// The type keywords of dialog scripts ("float", "vector", "toggle") and what each of them sets.
 ///
-/// Vocabulary: *index* = the place of a word's row in ZEL_ScriptTypes.def; two words of one row
-///             ("int", "integer") have one index.
+/// Vocabulary: *index* = the position of a keyword's row in ZEL_ScriptTypes.def; two keywords of
+///             one row ("int", "integer") share an index.
 /// Threads:    any thread; the look-up table is made once.
-/// Errors:     an unknown word gives a negative index, an index outside the rows null.
-/// Cost:       a look-up is a binary search among the words.
+/// Errors:     an unknown keyword gives a negative index, an index outside the rows null.
+/// Cost:       a look-up is a binary search among the keywords.
 #pragma once
 
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/ZEL_Type.h>
 
-/// What a type word sets.
+/// What a type keyword sets.
 struct ZEL_ScriptType
 {
     const ZEL_Type *type;
@@ -24,11 +24,11 @@ struct ZEL_ScriptType
     const char *opRelative;    ///< spare value "oprelative"; null: none
 };
 
-/// The index of a type word, negative for an unknown one. The case of letters counts.
+/// The index of a type keyword, negative for an unknown one. Case-sensitive.
 ZEL_API int ZELlookupScriptType(const char *token);
 
-/// What the words of that index set; null outside the rows.
+/// What the keywords of that index set; null outside the rows.
 ZEL_API const ZEL_ScriptType *ZELgetScriptType(int index);
 
-/// The word of that index, the first one of its row; null outside the rows.
+/// The first keyword of that row; null outside the rows.
 ZEL_API const char *ZELgetScriptTypeWord(int index);

@@ -2,11 +2,11 @@
 /// The defaults that parameters of many nodes share: objects and arrays, ZELzeroDefaults to
 /// ZELinputLabelDefaults.
 ///
-/// ZEL_SharedDefaults.def has them by kind, each with its numbers and texts. A name in the plural is an
-/// array, with one entry for each component. An array named for a number has it in all its entries:
-/// 16 zeros, 12 of the others; a longer parameter needs an array of its own.
+/// ZEL_SharedDefaults.def lists them by kind, each with its numbers and texts. A name in the plural
+/// is an array, with one entry for each component. An array named after a number repeats it: 16
+/// zeros, 12 of the others; a longer parameter needs an array of its own.
 ///
-/// Ownership:  constant data, there before any code runs; templates borrow it.
+/// Ownership:  constant data, complete before any code runs; templates borrow it.
 /// Threads:    read only.
 #pragma once
 

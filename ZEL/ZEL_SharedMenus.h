@@ -1,14 +1,14 @@
 /// \file ZEL_SharedMenus.h
 /// Menus that parameters of many nodes share: static choice lists, ZELaxisMenu to ZELxyzMenu.
 ///
-/// ZEL_SharedMenus.def has them by topic, each with its rows. Menus of what the application finds out
-/// as it runs are made by the functions of ZEL_MenuBuilders.h.
+/// ZEL_SharedMenus.def lists them by topic, each with its rows. Menus whose entries are only known
+/// at run time are built by the functions of ZEL_MenuBuilders.h.
 ///
-/// ZELtoggleMenu ("off", "on", tokens only) is the menu of every toggle that brings none of its own.
+/// ZELtoggleMenu ("off", "on", tokens only) is the menu of every toggle without one of its own.
 /// zelRampInterpMenu is in the order of ZEL_RampInterpType.
 ///
 /// Ownership:  statics; templates borrow them.
-/// Threads:    made when the library is loaded, read only from then on.
+/// Threads:    built when the library is loaded, read-only from then on.
 #pragma once
 
 #include <ZEL/ZEL_API.h>
@@ -18,6 +18,6 @@
 #include <ZEL/ZEL_SharedMenus.def>
 #undef ZEL_SHARED_MENU
 
-/// The keys of what a node path may point at, objects first, as far as 30 of them go: for the
-/// parameter that chooses another one's filter.
+/// The keys of what a node path may point at, objects first, at most 30 of them: for the parameter
+/// that chooses another one's filter.
 extern ZEL_API ZEL_ChoiceList ZELopFilterTypeMenu;

@@ -1,11 +1,12 @@
 /// \file ZEL_SharedNames.h
 /// The names that parameters of many nodes share, ZELangleName to ZELzExpName.
 ///
-/// ZEL_SharedNames.def has them by topic, each with its token and label. A template array takes their
-/// addresses: `ZEL_Template(ZEL_FLT, 1, &ZELangleName, ZELzeroDefaults, nullptr, &ZELangleRange)`.
+/// ZEL_SharedNames.def lists them by topic, each with its token and label. A template array takes
+/// their addresses: `ZEL_Template(ZEL_FLT, 1, &ZELangleName, ZELzeroDefaults, nullptr,
+/// &ZELangleRange)`.
 ///
 /// Ownership:  statics that borrow literals; templates borrow them.
-/// Threads:    made when the library is loaded, read only from then on.
+/// Threads:    built when the library is loaded, read-only from then on.
 #pragma once
 
 #include <ZEL/ZEL_API.h>

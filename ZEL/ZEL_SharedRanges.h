@@ -1,9 +1,9 @@
 /// \file ZEL_SharedRanges.h
 /// The ranges that parameters of many nodes share, ZELangleRange to ZELfullunituiRange.
 ///
-/// ZEL_SharedRanges.def has them by topic, each with its limits.
+/// ZEL_SharedRanges.def lists them by topic, each with its limits.
 ///
-/// Ownership:  constant data, there before any code runs; templates borrow it.
+/// Ownership:  constant data, complete before any code runs; templates borrow it.
 /// Threads:    read only.
 #pragma once
 

@@ -1,11 +1,11 @@
 /// \file ZEL_SpareData.h
-/// The open end of a parameter's description: a map from token to value, both texts.
+/// The extensible part of a parameter's description: a map from token to value, both texts.
 ///
 /// Vocabulary: *token* = the key; *absent* = no entry; an empty value is an entry. *Table order* =
 ///             the order of traversal, which nothing may rely on. *Built-in* = one of the 65 tokens
-///             of ZEL_SpareDataTokens.def; any other token is as good to the map. *Preset* = a
-///             record of ZEL_SpareDataPresets.def that many templates point at (nodsPath has two
-///             entries, "opfilter" and "oprelative"). *Flag* = a switch or number as text ("1").
+///             of ZEL_SpareDataTokens.def; the map accepts any other token too. *Preset* = a record
+///             of ZEL_SpareDataPresets.def that many templates point at (nodsPath has two entries,
+///             "opfilter" and "oprelative"). *Flag* = a switch or number as text ("1").
 /// Units:      values are texts; a number or a switch is its text ("1").
 /// Ownership:  owns copies of the tokens; equal values of all records of the process share one text.
 ///             Templates point at a record and don't own it.
@@ -13,9 +13,9 @@
 ///             Different records may change on different threads. Presets never change; those of
 ///             this library are ready before any code outside it runs.
 /// Errors:     none: an absent token reads as the accessor's default, a bad integer as 0.
-/// Cost:       a look-up is one probe of an open-addressed table with the token's hash; from a
-///             literal that is a length and a hash more. A value that is read is not copied, and
-///             nothing is allocated. A change takes a process-wide spin lock for a moment.
+/// Cost:       a look-up is one probe of an open-addressed table with the token's hash; for a
+///             literal, length and hash are computed first. Reading copies and allocates nothing. A
+///             change briefly takes a process-wide spin lock.
 #pragma once
 
 #include <KIT/KIT_ColorType.h>
@@ -31,7 +31,7 @@ class KIT_BitArray;
 class KIT_StringArray;
 class ZEL_Parm;
 
-/// What the sliders of a colour editor show. Its word is stored.
+/// What the sliders of a colour editor show. The keyword is stored.
 enum ZEL_ColorType : int
 {
     ZEL_COLORTYPE_VAL = 0, ///< "val": the plain values
@@ -69,7 +69,7 @@ public:
     // ---------------------------------------------------------------- //
     /// Sets or replaces. A null value deletes the token; a null token does nothing.
     void addTokenValue(const KIT_StringHolder &token, const char *value);
-    /// The value; null when the token is absent. It lasts until the entry changes.
+    /// The value; null when the token is absent. Valid until the entry changes.
     const char *getValue(const KIT_StringRef &token) const;
     /// Removes the entry if there is one.
     void deleteTokenValue(const KIT_StringRef &token);
@@ -79,19 +79,19 @@ public:
     unsigned entries() const { return myTable.entries(); }
     /// Becomes an exact copy; copying from itself does nothing.
     void copyFrom(const ZEL_SpareData &other);
-    /// Adds what is absent here; a token that is here keeps its value.
+    /// Adds the absent tokens; a token that is present keeps its value.
     void mergeFrom(const ZEL_SpareData &other);
-    /// Every entry of the other is here with an equal value; true for an empty other.
+    /// Whether every entry of the other is present with an equal value; true for an empty other.
     bool containsAll(const ZEL_SpareData &other) const;
-    /// At least one entry of the other is here with an equal value.
+    /// Whether at least one entry of the other is present with an equal value.
     bool containsAny(const ZEL_SpareData &other) const;
-    /// Calls for each entry in table order until a call answers 0. The callback may not change the
-    /// record.
+    /// Calls the callback for each entry in table order until it returns 0. The callback must not
+    /// change the record.
     void traverseConst(int (*visit)(const char *token, const char *value)) const;
     void traverseConst(int (*visit)(const char *token, const char *value, void *data),
                        void *data) const;
-    /// Bytes of the table and its tokens, and the record itself when inclusive. Values count with
-    /// no record, as all share them.
+    /// Bytes of the table and its tokens, and the record itself when inclusive. Values, which all
+    /// records share, are not counted.
     int64_t getMemoryUsage(bool inclusive) const;
 
     // ---------------------------------------------------------------- //
@@ -103,7 +103,7 @@ public:
     static bool isBuiltInToken(const KIT_StringRef &token);
 
     // ---------------------------------------------------------------- //
-    /// \name Scripts.  A text reads as null when it is absent; setting null deletes it.
+    /// \name Scripts.  An absent text reads as null; setting null deletes it.
     // ---------------------------------------------------------------- //
     /// The script to run on a change.
     const char *getCallbackData() const { return getValue(getCallbackToken()); }
@@ -111,14 +111,14 @@ public:
     /// The script's language; the command language when absent or unknown.
     TRK_ScriptLanguage getCallbackLanguage() const;
     void setCallbackLanguage(TRK_ScriptLanguage language);
-    /// The script behind the action button of the parameter, with the button's help and icon.
+    /// The script of the parameter's action button, with the button's help and icon.
     const char *getScriptAction() const { return getValue(getScriptActionToken()); }
     const char *getScriptActionHelp() const { return getValue(getScriptActionHelpToken()); }
     const char *getScriptActionIcon() const { return getValue(getScriptActionIconToken()); }
-    /// The type under which a renderer's stream declares the value.
+    /// The type with which a renderer's stream declares the value.
     const char *getRenderManType() const { return getValue(getRenderManTypeToken()); }
     void setRenderManType(const char *type) { addTokenValue(getRenderManTypeToken(), type); }
-    /// Whether the text goes without quotes into a script: it does when there is an entry,
+    /// Whether the text is written to a script without quotes: true when there is an entry,
     /// whatever its value.
     bool getUnquotedState() const { return getValue(getUnquotedToken()) != nullptr; }
     void setUnquotedState(bool flag) { addTokenValue(getUnquotedToken(), flag ? "1" : nullptr); }
@@ -134,16 +134,17 @@ public:
     void setOpRelative(const char *path) { addTokenValue(getOpRelativeToken(), path); }
     /// The icon of a button.
     const char *getButtonIcon() const { return getValue(getButtonIconToken()); }
-    /// How the parameter looks ("block").
+    /// The look of the parameter ("block").
     const char *getLookValue() const { return getValue(getLookToken()); }
     void setLookValue(const char *look) { addTokenValue(getLookToken(), look); }
-    /// How much height it takes ("small").
+    /// The height of its layout ("small").
     const char *getLayoutHeightValue() const { return getValue(getLayoutHeightToken()); }
     void setLayoutHeightValue(const char *height) { addTokenValue(getLayoutHeightToken(), height); }
-    /// What a path in a scene file names ("prim", "primlist") and the input ("0") whose scene it is.
+    /// What a path into a scene names ("prim", "primlist"), and the input ("0") that supplies the
+    /// scene.
     const char *getUsdPathType() const { return getValue(getUsdPathTypeToken()); }
     const char *getUsdPathInput() const { return getValue(getUsdPathInputToken()); }
-    /// How a text stands for a number: getXCFModeFloatValToken() when it does.
+    /// How a text represents a number: getXCFModeFloatValToken() when it does.
     const char *getXCFMode() const { return getValue(getXCFModeToken()); }
     void setXCFMode(const char *mode) { addTokenValue(getXCFModeToken(), mode); }
     static constexpr const char *getXCFModeFloatValToken() { return "float"; }
@@ -151,15 +152,15 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Evaluation, saving and takes
     // ---------------------------------------------------------------- //
-    /// Whether a change generates code again: the integer is above 0. Absent: true, and so is the
-    /// word "false" in any case. Setting true deletes the token, setting false stores "0".
+    /// Whether a change regenerates code: an integer above 0. Absent: true, and so is the text
+    /// "false" in any case. Setting true deletes the token, setting false stores "0".
     bool getCodeGenDependent() const;
     void setCodeGenDependent(bool flag);
-    /// Whether a change recomputes the owner although nothing else says so: "true" in any case, or
-    /// an integer above 0. Absent: false. Setting false deletes the token.
+    /// Whether a change recomputes the owner even if nothing else requires it: "true" in any case,
+    /// or an integer above 0. Absent: false. Setting false deletes the token.
     bool getCookDependent() const;
     void setCookDependent(bool flag);
-    /// Whether the default differs from element to element: read and set as the flag above.
+    /// Whether the default differs from element to element: read and set like the flag above.
     bool getHasVaryingDefault() const;
     void setHasVaryingDefault(bool flag);
     /// Whether the value is saved even at its default ("1") or never ("0"); null when absent.
@@ -169,7 +170,7 @@ public:
     const char *getAutoScope() const { return getValue(getAutoScopeToken()); }
     /// One character a component, '1' = selected by itself; null when absent.
     const char *getAutoSelect() const { return getValue(getAutoSelectToken()); }
-    /// When the parameter takes part in takes; "always" is the one value that counts. Null: absent.
+    /// When the parameter takes part in takes; only "always" has an effect. Null when absent.
     const char *getTakeControl() const { return getValue(getTakeControlToken()); }
 
     // ---------------------------------------------------------------- //
@@ -185,24 +186,25 @@ public:
     /// What the sliders show; ZEL_COLORTYPE_VAL when absent or unknown.
     ZEL_ColorType getColorType() const;
     void setColorType(ZEL_ColorType type);
-    /// The word of a colour type; that of type 0 for a number out of range.
+    /// The keyword of a colour type; that of type 0 for a number out of range.
     static const char *getColorTypeValueToken(ZEL_ColorType type);
 
     // ---------------------------------------------------------------- //
     /// \name Ramps.  Texts as above.
     // ---------------------------------------------------------------- //
-    /// The space a colour ramp blends in; KIT_COLORTYPE_RGB when absent or unknown.
+    /// The colour space in which a colour ramp blends; KIT_COLORTYPE_RGB when absent or unknown.
     KIT_ColorType getRampColorType() const;
     void setRampColorType(KIT_ColorType type);
-    /// The word of a colour space; "rgb" for a number out of range.
+    /// The keyword of a colour space; "rgb" for a number out of range.
     static const char *getRampColorTypeValueToken(KIT_ColorType type);
     /// The default of a colour or a float ramp, as one text.
     const char *getColorRampDefaultValue() const { return getValue(getColorRampDefaultToken()); }
     const char *getFloatRampDefaultValue() const { return getValue(getFloatRampDefaultToken()); }
-    /// Sets a ramp's keys from the text of its kind (ZEL_RampUtils.h); the count of keys stays.
-    /// False, and no change, without a text or for another parameter.
+    /// Sets a ramp's keys from the text of its kind (ZEL_RampUtils.h); the number of keys stays.
+    /// Returns false without a change if there is no text or the parameter is no ramp.
     bool getRampDefaultToParm(ZEL_Parm &parm) const;
-    /// Makes a ramp's present keys the text of its kind. Nothing for another parameter.
+    /// Stores a ramp's current keys as the text of its kind. Does nothing if the parameter is no
+    /// ramp.
     void setRampDefaultFromParm(const ZEL_Parm &parm);
     /// The interpolation of a new key.
     const char *getRampBasisDefault() const { return getValue(getRampBasisDefaultToken()); }
@@ -210,7 +212,7 @@ public:
     {
         addTokenValue(getRampBasisDefaultToken(), basis);
     }
-    /// The variables that take the interpolations, positions and values of a ramp.
+    /// The variables that receive the interpolations, positions and values of a ramp.
     const char *getRampBasisVar() const { return getValue(getRampBasisVarToken()); }
     void setRampBasisVar(const char *name) { addTokenValue(getRampBasisVarToken(), name); }
     const char *getRampKeysVar() const { return getValue(getRampKeysVarToken()); }
@@ -230,8 +232,8 @@ public:
     /// The language of the text ("python"); null when absent.
     const char *getEditorLanguage() const { return getValue(getEditorLanguageToken()); }
     /// The least and the most lines that an editor shows, each at least 1 and in that order: from
-    /// one integer or two, apart by blanks, a comma or a dash ("12", "5 20", "5-20"). Anything else
-    /// gives the two defaults.
+    /// one or two integers, separated by blanks, a comma or a dash ("12", "5 20", "5-20"). Anything
+    /// else gives the two defaults.
     void getEditorLinesRange(int &min, int &max) const;
     static constexpr int getEditorLinesRangeDefaultMin() { return 8; }
     static constexpr int getEditorLinesRangeDefaultMax() { return 40; }
@@ -255,12 +257,12 @@ public:
     void setKeyValueDictChooserLabel(const char *label);
     const char *getKeyValueDictChooserCallback() const;
     void setKeyValueDictChooserCallback(const char *script);
-    /// Whether a folder's tab shows. A tab that the value doesn't reach does, as all do when the
-    /// token is absent.
+    /// Whether a folder's tab is shown. True for a tab past the end of the value, and for all when
+    /// the token is absent.
     bool getVisibleTab(int tab) const;
-    /// One bit a tab; no bits at all when the token is absent.
+    /// One bit a tab; empty when the token is absent.
     void getVisibleTabs(KIT_BitArray &tabs) const;
-    /// Stores one character a tab; no bits delete the token.
+    /// Stores one character a tab; an empty set deletes the token.
     void setVisibleTabs(const KIT_BitArray &tabs);
 
     // ---------------------------------------------------------------- //
@@ -268,9 +270,9 @@ public:
     ///
     /// A filter has a *name* (what a dialog script says: "nods/geo"), a *key* (the value of
     /// "opfilter": "!!NODS/GEOMETRY!!") and a *label* (for a menu: "Object: Geometry Only"). Case
-    /// doesn't count, and the first of several rows with the same text answers. A text of no row
-    /// comes back as it stands. Null is answered for null, for an empty text, and for the key of
-    /// the filter "all", which is empty: no filter at all.
+    /// is ignored, and of several rows with the same text the first counts. A text that matches no
+    /// row is returned as it is. Null is returned for null, for an empty text, and for the key of
+    /// the filter "all", which is empty: no filter.
     // ---------------------------------------------------------------- //
     static const char *getOpFilterKeyFromName(const char *name);
     static const char *getOpFilterNameFromKey(const char *key);
@@ -281,7 +283,7 @@ public:
     /// \name Known tokens
     ///
     /// For each row of ZEL_SpareDataTokens.def a getter of the token's static text: getLookToken()
-    /// answers "orvane::look". What the tokens mean stands in the rows.
+    /// returns "orvane::look". The rows say what the tokens mean.
     // ---------------------------------------------------------------- //
 #define ZEL_SPARE_TOKEN(stem, text)                                                                \
     static constexpr const char *get##stem##Token()                                                \
@@ -299,9 +301,9 @@ public:
     /// \name Presets
     ///
     /// For each record row of ZEL_SpareDataPresets.def a static record: nodsPath, unitsLength, ...
-    /// Templates take records that can change, so these aren't const; nobody changes one. Statics of
-    /// this library may take their addresses but not read them while they are built. The pairs are
-    /// for building records of one's own, at any time.
+    /// They aren't const, because templates take non-const records, but must never be changed.
+    /// Statics of this library may take their addresses but must not read them during static
+    /// initialisation. The pairs are for building further records, at any time.
     // ---------------------------------------------------------------- //
 #define ZEL_SPARE_RECORD(name, ...) static ZEL_SpareData name;
 #define ZEL_SPARE_PAIR(name, stem, value) static const Pair name;

@@ -1,8 +1,8 @@
 /// \file ZEL_SpinLockScope.h
 /// Scope guards on a read-write spin lock.
 ///
-/// Vocabulary: *reader*, *writer* = a guard that shares the lock, or has it alone.
-/// Ownership:  borrows the lock until its end.
+/// Vocabulary: *reader*, *writer* = a guard that holds the lock shared, or exclusively.
+/// Ownership:  borrows the lock for its lifetime.
 /// Threads:    a guard belongs to the thread that made it.
 #pragma once
 
@@ -24,8 +24,8 @@ public:
         myLock.acquire(mutex, writer);
         myWriterFlag = false;
     }
-    /// The guard, which must hold the lock, has it alone from here on. False when another thread had it
-    /// in between, so that what was read before must be read again.
+    /// Upgrades the guard, which must hold the lock, to exclusive. False when another thread held
+    /// the lock in between, so that what was read before must be read again.
     bool upgradeToWriter()
     {
         if (myWriterFlag) {
