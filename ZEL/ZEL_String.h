@@ -12,12 +12,12 @@
 ///             Setting, loading and hardening one thread at a time.
 /// Errors:     "ZEL" 0, 2, 3, 4, 9, 14 on load, 18 on evaluation, 21 on a bad index in a set; an
 ///             expression that fails on expansion is reported as an evaluation error of the
-///             component. A load that fails keeps what it had stored and linked.
-/// Cost:       a raw read is a copy under the read lock; an expanded one scans the text besides.
-///             Up to 2,000 bytes need no heap but what the caller's string takes. A channel whose
-///             text doesn't change never takes the write lock.
+///             component. A failed load keeps what it had stored and linked until then.
+/// Cost:       a raw read is a copy under the read lock; an expanded one also scans the text. Up to
+///             2,000 bytes are expanded without heap memory except the caller's string. A channel
+///             whose text doesn't change never takes the write lock.
 ///
-/// The two forms, by `convertToExprLanguage` and back:
+/// The two forms, converted by `convertToExprLanguage` and back:
 ///
 ///     abc            "abc"
 ///     a`$F`b         "a"+$F+"b"
@@ -43,8 +43,8 @@ public:
     void revertToDefaults(bool deleteChannels) override;
     void restoreFactoryDefault(int index) override;
     void overwriteDefault(double time, int index) override;
-    /// Compares the stored text: a component with a channel passes only while its last result
-    /// happens to match.
+    /// Compares the stored text: a component with a channel matches only if its last result happens
+    /// to be equal.
     bool isDefault(int index, ZEL_DefaultType type, bool checkLocks) const override;
 
     bool save(std::ostream &os, int binary, bool compiled) const override;
@@ -54,7 +54,7 @@ public:
                     ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
 
     using ZEL_ValueInstance::getValue;
-    /// With a channel its result, whatever `expand` says; null when the owner's overrides failed.
+    /// With a channel its result, whatever `expand` is; null when the owner's overrides failed.
     void getValue(ZEL_ParmList *list, double time, KIT_String &value, int index, bool expand,
                   int thread) const override;
     /// The number that the expanded text starts with.
@@ -73,7 +73,7 @@ public:
 
     void getExpressionStringForUI(double time, KIT_String &text, int index,
                                   int thread) const override;
-    /// A literal reads back in its expression form: abc gives "abc" with the quotes.
+    /// A literal is returned in its expression form: abc gives "abc" with the quotes.
     void getExpression(double time, KIT_String &text, int index, bool expand,
                        int thread) const override;
     void setExpression(double time, const char *text, TRK_ExprLanguage language, int index,
@@ -89,14 +89,14 @@ public:
     void setValue(double time, double value, bool replaceExpression, int index,
                   ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
     /// A literal is stored, or becomes a key of the channel in its expression form; any other
-    /// meaning makes the text the component's expression. `replaceExpression` plays no part.
+    /// meaning makes the text the component's expression. `replaceExpression` is ignored.
     void setValue(double time, const char *text, TRK_StringMeaning meaning, bool replaceExpression,
                   int index, ZEL_AddKeyType addKey, ZEL_KeySetType keySet) override;
     void setDefaultChannelValue(TRK_Channel *channel, int index) override;
 
-    /// What is found goes to the path resolver of the collection (TRK_PathResolver).
+    /// The references found are passed to the collection's path resolver (TRK_PathResolver).
     void buildOpDependencies(const ZEL_RefId &id, int thread) override;
-    /// The number of components whose text changed.
+    /// Returns the number of components whose text changed.
     int changeOpRef(const char *oldFullPath, const char *newFullPath, const char *oldRelativePath,
                     const char *newRelativePath, const char *name,
                     void (*callback)(void *, ZEL_Parm *, int), void *data, int thread) override;
@@ -108,7 +108,7 @@ public:
                         bool addIfDefault, int thread) const override;
     bool isEditable(ZEL_ParmList *list, double time, int index) const override;
     bool isEditableByUI(ZEL_ParmList *list, double time, int index) const override;
-    /// The last result of any component counts for each of them.
+    /// The last evaluation of any component decides for all of them.
     bool isTimeDependent(int index) const override;
     void setTimeDependent(int index, bool timeDependent) const override;
     void hardenChanges(double time, int index, bool force, const char *pattern,
@@ -119,12 +119,12 @@ public:
     /// \name The two forms of a text
     // ------------------------------------------------------------------ //
     ///@{
-    /// Whether a set with that meaning makes an expression; the text doesn't matter.
+    /// Whether a set with that meaning creates an expression, whatever the text.
     static bool isExpression(const char *text, TRK_StringMeaning meaning,
                              const ZEL_Template *description);
     /// Replaces the buffer's contents by the expression form of a literal.
     static void convertToExprLanguage(const char *text, KIT_WorkBuffer &out);
-    /// The way back. Escapes in quoted pieces stay escaped.
+    /// The inverse. Escapes in quoted pieces stay escaped.
     static void convertFromExprLanguage(const char *text, KIT_String &out);
     /// Whether expansion could change the text: it holds the old direct reference, or a dollar
     /// sign or backtick that no backslash precedes.
@@ -135,7 +135,7 @@ protected:
     ZEL_String(const ZEL_String &source, ZEL_Parm *parm);
 
 private:
-    /// One component with no expansion of what is stored.
+    /// One component, stored text unexpanded.
     void evalValue(ZEL_ParmList *list, double time, int index, int thread, KIT_String &out) const;
     /// False if `out` is final.
     bool readValue(ZEL_ParmList *list, double time, KIT_String &out, int index, bool expand,
@@ -148,7 +148,7 @@ private:
     void noteTimeDependent(bool timeDependent) const;
 
     bool hasMenu() const { return getChoiceListPtr() != nullptr; }
-    /// A menu reads the text of a channel: "ch(" becomes "chs(" in a plain reference.
+    /// For a menu, which reads a channel's text: replaces "ch(" by "chs(" in a plain reference.
     bool rewriteMenuReference(KIT_String &text, bool bare) const;
     void storeLiteral(int index, const char *text);
     void setChannelText(const ChannelSet &set, const char *text, TRK_StringMeaning meaning);

@@ -1,16 +1,18 @@
 /// \file ZEL_StringRep.h
 /// One text value: an owned copy, or nothing for the empty text.
 ///
-/// Vocabulary: *reader* = a thread that copies or compares a text; it announces which one on a
-///             cache line of its own, and whoever replaced that text waits before freeing it.
-/// Ownership:  owns its text. The lock is its instance's, handed to each operation that needs it.
-/// Threads:    operations that take a lock from any thread; all others while nobody else is at the
-///             value: loading, construction, and queries between evaluations.
+/// Vocabulary: *reader* = a thread that copies or compares a text; it publishes a hazard pointer to
+///             it on a cache line of its own, and a writer that replaced the text waits before
+///             freeing it.
+/// Ownership:  owns its text. The lock belongs to the instance and is passed to each operation that
+///             needs it.
+/// Threads:    operations that take a lock from any thread; all others while no other thread uses
+///             the value: loading, construction, and queries between evaluations.
 /// Errors:     none; when memory is exhausted the value becomes empty.
-/// Cost:       one pointer. The first 32 threads read without the lock and write to nothing that
-///             others read; the rest share the read lock. An evaluation that finds the text that
-///             it is about to store leaves the value alone. A change takes the write lock, and
-///             waits for the copies of the old text that are under way.
+/// Cost:       one pointer. The first 32 threads read without the lock and without writing to
+///             shared cache lines; the rest share the read lock. An evaluation whose result equals
+///             the stored text doesn't write. A change takes the write lock and waits for readers
+///             that are copying the old text.
 #pragma once
 
 #include <ZEL/ZEL_API.h>
@@ -53,7 +55,7 @@ public:
     ///@{
     void unsafeHarden(const char *text);
     void unsafeHarden(const ZEL_StringRep &other) { unsafeHarden(other.unsafeText()); }
-    /// Takes the string's text over and leaves it unset.
+    /// Takes ownership of the string's text and leaves the string unset.
     void unsafeAdopt(KIT_String &text);
     /// The text, never null.
     const char *unsafeGet() const { return unsafeText() ? unsafeText() : ""; }
@@ -68,7 +70,7 @@ public:
 private:
     static char *safeDup(const char *text);
     const char *unsafeText() const { return myText.load(std::memory_order_relaxed); }
-    /// Calls with the text while it can't go away.
+    /// Calls the function with the text, which can't be freed meanwhile.
     template <class Use>
     void read(Lock &lock, const Use &use) const;
 

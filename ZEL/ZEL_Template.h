@@ -4,21 +4,23 @@
 /// Vocabulary: *array* = templates up to the first whose type equals ZEL_LIST_TERMINATOR in all
 ///             nine words; there is no count. *Component* = one value of a vector. *Channel token*
 ///             = the name of one component: "tx" of a ZEL_XYZ "t". *Factory default* = what the
-///             node type declares; *override* = a default put in its place later. *Switcher* = a
-///             set of folders: one component a folder, its label and member count in factory
-///             default i, its members the templates that follow. A nested switcher is one member of
-///             its folder and spans its own: folders of 2 and 1 members, the second a switcher of
-///             3, are 6 templates behind the outer one. *Multi* = a list of items that are made
-///             from a template array of their own; its own value is the number of items.
+///             node type declares; *override* = a default that replaces it later. *Switcher* = a
+///             set of folders: one component a folder; folder i has its label and member count in
+///             factory default i; its members are the templates that follow. A nested switcher
+///             counts as one member of its folder and is followed by its own members: folders of 2
+///             and 1 members, the second a switcher of 3, are 6 templates after the outer one.
+///             *Multi* = a list of items that are made from a template array of their own; its own
+///             value is the number of items.
 /// Units:      component indices from 0, below the vector size. Masks have one bit for each of the
 ///             first 32 components; their shifts are modulo 32.
-/// Ownership:  owns channel tokens, overrides, a menu it made itself, a ramp's item templates, and
-///             a holder of the help text. Borrows name, factory defaults, menu, range, spare data,
-///             conditional and a plain multi's item templates; all of them must live as long.
-/// Threads:    const calls from any thread: the lazily made texts and masks are published so that
-///             first reads of several threads agree. Changes belong to set-up, by one thread.
+/// Ownership:  owns channel tokens, overrides, a menu that it created itself, a ramp's item
+///             templates, and a holder of the help text. Borrows name, factory defaults, menu,
+///             range, spare data, conditional and a plain multi's item templates; all of them must
+///             live as long.
+/// Threads:    const calls from any thread: texts and masks are created lazily and published
+///             atomically. Changes belong to set-up, by one thread.
 /// Errors:     none. A bad index is ignored, or gives null, "" or -1.
-/// Cost:       field reads are inline. Channel tokens are made on the first question for one.
+/// Cost:       field reads are inline. Channel tokens are created on first request.
 #pragma once
 
 #include <BAS/BAS_Relaxed.h>
@@ -51,8 +53,8 @@ enum ZEL_MultiType : uint32_t
     ZEL_MULTITYPE_RAMP_FLT = 8,  ///< keys of a ramp of numbers; "ramp_flt"
     ZEL_MULTITYPE_RAMP_RGB = 16, ///< keys of a ramp of colours; "ramp_rgb"
 
-    ZEL_MULTITYPE_KIND_MASK = 0x0fffffff, ///< the bits that tell the kind
-    ZEL_MULTITYPE_INVISIBLE = 0x10000000  ///< rides along: the parameter is not shown
+    ZEL_MULTITYPE_KIND_MASK = 0x0fffffff, ///< the bits of the kind
+    ZEL_MULTITYPE_INVISIBLE = 0x10000000  ///< added to a kind: the parameter is not shown
 };
 
 constexpr ZEL_MultiType operator|(ZEL_MultiType left, ZEL_MultiType right)
@@ -64,8 +66,8 @@ constexpr ZEL_MultiType operator&(ZEL_MultiType left, ZEL_MultiType right)
     return ZEL_MultiType(uint32_t(left) & uint32_t(right));
 }
 
-/// What a type can't say, as a number that dialog scripts set. Stored: append only. Numbers without
-/// a name are allowed.
+/// Further properties that the type has no bit for, as a number that dialog scripts set. Stored:
+/// append only. Numbers without a name are allowed.
 enum ZEL_TypeExtended : int32_t
 {
     ZEL_TYPEX_NONE = 0,
@@ -97,7 +99,7 @@ public:
     /// A terminator: type ZEL_LIST_TERMINATOR, vector size 1, parm group 1.
     ZEL_Template();
 
-    /// An ordinary parameter. A null name stands for "parm", "Parameter".
+    /// An ordinary parameter. A null name means "parm", "Parameter".
     ZEL_Template(const ZEL_Type &type, int vectorSize = 1, ZEL_Name *name = nullptr,
                  ZEL_Default *defaults = nullptr, ZEL_ChoiceList *choices = nullptr,
                  ZEL_Range *range = nullptr, ZEL_Callback callback = ZEL_Callback(),
@@ -135,34 +137,33 @@ public:
                  ZEL_Callback callback = ZEL_Callback());
 
     ZEL_Template(const ZEL_Template &other);
-    /// assign() with the other's vector size and factory defaults; nothing for itself. The other must
-    /// not be one of this ramp's own items.
+    /// assign() with the other's vector size and factory defaults; self-assignment does nothing.
+    /// The other must not be one of this ramp's own items.
     ZEL_Template &operator=(const ZEL_Template &other);
     ~ZEL_Template();
 
-    /// Makes this an ordinary parameter anew; what it held of its own is dropped.
-    /// A type with every bit of ZEL_SEPARATOR has vector size 0, a negative size is 0. A switcher
-    /// that refreshes or cooks nothing goes to parm group 0 whatever is asked. The extended type of
-    /// a joined type is ZEL_TYPEX_JOINED. A file parameter without a menu gets one of its own,
-    /// which offers the files used last.
+    /// Re-initialises this as an ordinary parameter; everything it owned is freed. A type with
+    /// every bit of ZEL_SEPARATOR has vector size 0, a negative size is 0. A switcher that
+    /// refreshes or cooks nothing gets parm group 0 whatever is passed. The extended type of a
+    /// joined type is ZEL_TYPEX_JOINED. A file parameter without a menu gets one of its own with
+    /// the recently used files.
     void initialize(const ZEL_Type &type, ZEL_TypeExtended extended, ZEL_Export exportLevel,
                     int vectorSize, ZEL_Name *name, ZEL_Default *defaults, ZEL_ChoiceList *choices,
                     ZEL_Range *range, ZEL_Callback callback, ZEL_SpareData *spare, int parmGroup,
                     const char *help, ZEL_ConditionalBase *conditional);
 
-    /// Makes this a multi-parameter anew. Its type is ZEL_INT_E (with the invisible bit if the
-    /// multi type has it), its vector size 1, its parm group 0, its multi size at least 1. A ramp
-    /// gets item templates of its own, made from `items` or from the built-in ones, and a range
-    /// from 1 (hard) to 10 if none is given.
+    /// Re-initialises this as a multi-parameter. Its type is ZEL_INT_E (with the invisible bit if
+    /// the multi type has it), its vector size 1, its parm group 0, its multi size at least 1. A
+    /// ramp gets item templates of its own, made from `items` or from the built-in ones, and a
+    /// range from 1 (hard) to 10 if none is given.
     void initMulti(ZEL_MultiType multiType, ZEL_Template *items, ZEL_Export exportLevel,
                    double multiSize, ZEL_Name *name, ZEL_Default *defaults, ZEL_Range *range,
                    ZEL_SpareData *spare, const char *help, ZEL_ConditionalBase *conditional,
                    ZEL_Callback callback);
 
     /// Becomes a copy of the source with another vector size and other factory defaults. Overrides
-    /// and channel tokens are not copied; decoded channel tokens that were already made here stay
-    /// as they were made. A menu or a ramp's templates that the source owns are copied, the rest is
-    /// shared.
+    /// and channel tokens are not copied; decoded channel tokens already created here stay
+    /// unchanged. A menu or a ramp's templates that the source owns are copied, the rest is shared.
     void assign(const ZEL_Template &source, int vectorSize, ZEL_Default *defaults);
 
     // ---------------------------------------------------------------- //
@@ -189,7 +190,7 @@ public:
     bool isRampTypeColor() const { return (myMultiType & ZEL_MULTITYPE_RAMP_RGB) != 0; }
     ZEL_Export exportLevel() const { return myExportLevel; }
     void setExportLevel(ZEL_Export level) { myExportLevel = level; }
-    /// 0 for a multi and for a switcher that refreshes or cooks nothing; 1 unless told.
+    /// 0 for a multi and for a switcher that refreshes or cooks nothing; default 1.
     int getParmGroup() const { return myParmGroup; }
 
     // ---------------------------------------------------------------- //
@@ -197,8 +198,7 @@ public:
     // ---------------------------------------------------------------- //
     /// Never null.
     ZEL_Name *getNamePtr() const { return myName; }
-    /// Borrows; null stands for "parm", "Parameter". Channel tokens already made keep the old
-    /// token.
+    /// Borrows; null means "parm", "Parameter". Channel tokens already created keep the old token.
     void setNamePtr(ZEL_Name *name);
     const char *getToken() const { return myName->getToken(); }
     const KIT_StringRef &getTokenRef() const { return myName->getTokenRef(); }
@@ -214,15 +214,15 @@ public:
     const KIT_StringHolder &getHelpTextRef() const { return myHelpText; }
 
     // ---------------------------------------------------------------- //
-    /// \name Channels   (any thread; made on the first question)
+    /// \name Channels   (any thread; created on first request)
     ///
-    /// One component: the token itself. More: token and ending, by the channel word.
+    /// One component: the token itself. More: token and ending, chosen by the type's channel word.
     ///     NAMEXYZW  x y z w      NAMERGB  r g b a      NAMEXYWH  x y w h      NAMEUVW  u v w
     ///     NAMEMINMAX  2: min max, 4: minu minv maxu maxv      NAMESTARTEND  2, 3: start end inc
     ///     NAMEMAXMIN  2: max min, 4: maxu maxv minu minv
     ///     NAMEBEGINEND  2: begin and end, in front of the token
-    /// Components past the letters, other sizes, and no style: the index from 1 as decimal digits
-    /// (two at most; from 100 on the first of them is no digit).
+    /// Components past the letters, other sizes, and no style: the index from 1 in two characters
+    /// at most (from 100 on the first of them isn't a decimal digit).
     // ---------------------------------------------------------------- //
     /// The component's token; the empty text outside the vector.
     const KIT_StringHolder &getChannelToken(int index) const;
@@ -233,7 +233,7 @@ public:
         const KIT_StringHolder *tokens = myChannelTokens.get();
         return tokens ? tokens : buildChannelNames(false);
     }
-    /// As getChannelToken(), made from the decoded token.
+    /// As getChannelToken(), built from the decoded token.
     const KIT_StringHolder &getDecodedChannelToken(int index) const;
     /// Compares with the token of that component; the index is not checked.
     bool hasChannelToken(const KIT_StringRef &token, int index) const
@@ -242,12 +242,12 @@ public:
     }
     /// The component of that channel token; -1 when there is none.
     int findSubIndex(const KIT_StringRef &token) const;
-    /// What people read beside a component: "X", "Min", "#3". Empty for a vector of one and for an
-    /// index outside.
+    /// The component's label in the interface: "X", "Min", "#3". Empty for a vector of one and for
+    /// an index outside.
     void getChannelLabel(KIT_String &label, int index) const;
 
     // ---------------------------------------------------------------- //
-    /// \name Masks over the components   (any thread; made on the first question)
+    /// \name Masks over the components   (any thread; computed on first request)
     // ---------------------------------------------------------------- //
     /// A bit for each component that is scoped by itself: the spare value "autoscope", one
     /// character a component, the last repeating. 0 without one.
@@ -263,14 +263,14 @@ public:
         return field & unknownBit() ? computeAutoSelectField() : field;
     }
 
-    /// Replaces the mask until the template is made anew.
+    /// Replaces the mask until the template is re-initialised.
     void setAutoScopeField(uint32_t field) { BASstore(myAutoScopeField, field); }
     void setAutoSelectField(uint32_t field) { BASstore(myAutoSelectField, field); }
 
     // ---------------------------------------------------------------- //
     /// \name Defaults
     // ---------------------------------------------------------------- //
-    /// The override; null without one and outside the vector. It never answers a factory default.
+    /// The override; null without one and outside the vector. Never returns a factory default.
     ZEL_Default *getDefault(int index) const
     {
         return myDefaults && index >= 0 && index < myVectorSize ? myDefaults[size_t(index)].get()
@@ -286,7 +286,7 @@ public:
     void setFloatDefault(int index, double value);
     void setOrdinalDefault(int index, int value);
     void setStringDefault(int index, const char *text);
-    /// Drops all overrides.
+    /// Removes all overrides.
     void restoreFactoryDefaults();
 
     // ---------------------------------------------------------------- //
@@ -294,17 +294,17 @@ public:
     // ---------------------------------------------------------------- //
     /// The menu; for a toggle without one ZELtoggleMenu; else null.
     ZEL_ChoiceList *getChoiceListPtr() const;
-    /// Borrows. A menu of the template's own goes away.
+    /// Borrows. A menu that the template owns is freed.
     void setChoiceListPtr(ZEL_ChoiceList *choices);
-    /// The menu is one that the library puts there: files used last, off and on.
+    /// Whether the library supplies the menu: recently used files, off and on.
     bool isAutomaticallyGeneratedChoiceList() const;
     ZEL_Range *getRangePtr() const { return myRange; }
     const ZEL_Callback &getCallback() const { return myCallback; }
     void setCallback(ZEL_Callback callback) { myCallback = callback; }
     ZEL_SpareData *getSparePtr() const { return mySpare; }
     void setSparePtr(ZEL_SpareData *spare) { mySpare = spare; }
-    /// The spare data, made if there is none. A record made here is never freed by the template:
-    /// it stays for the life of the process, unless it came with a ramp's templates.
+    /// The spare data, created if there is none. The template never frees a record created here: it
+    /// lives as long as the process, unless it came with a ramp's templates.
     ZEL_SpareData *getOrCreateSparePtr();
     ZEL_ConditionalBase *getConditionalBasePtr() const { return myConditional; }
     void setConditionalBasePtr(ZEL_ConditionalBase *conditional) { myConditional = conditional; }
@@ -320,11 +320,12 @@ public:
     // ---------------------------------------------------------------- //
     /// The array that items are made from; null for an ordinary parameter.
     ZEL_Template *getMultiParmTemplate() const { return myMultiParmTemplate; }
-    /// Set-up. Takes the pointer as it is; a ramp then owns it.
+    /// Set-up. Stores the pointer itself; a ramp takes ownership.
     void setMultiParmTemplate(ZEL_Template *items) { myMultiParmTemplate = items; }
-    /// How many items a new parameter has, at least 1; 0 for an ordinary parameter.
+    /// The size given to initMulti(), at least 1; 0 for an ordinary parameter. Informational: a new
+    /// parameter's number of items is its default.
     double getMultiSize() const { return myMultiSize; }
-    /// The number of the first item: that of the spare data, 1 without.
+    /// The number of the first item, from the spare data; 1 without.
     int getMultiStartOffset() const;
 
     // ---------------------------------------------------------------- //
@@ -341,8 +342,9 @@ public:
     void setNoResim(bool flag);
     /// For a ramp, its item templates too.
     void setNoCook(bool flag);
-    /// By "cook_dependent" of the spare data: set when it says no, cleared when it says yes.
-    /// Without it, set when `noCookByDefault` and else left. Answers whether the flag is set now.
+    /// Sets the flag from "cook_dependent" of the spare data: set for no, cleared for yes. Without
+    /// that token, set if `noCookByDefault`, else unchanged. Returns whether the flag is set
+    /// afterwards.
     bool setNoCook(const ZEL_SpareData &spare, bool noCookByDefault);
 
     /// Bytes of channel tokens, overrides, an own menu and a ramp's templates, and the record
@@ -352,8 +354,8 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Arrays   (null counts as empty)
     // ---------------------------------------------------------------- //
-    /// Templates before the terminator. `skipSwitcherMembers` leaves out what stands in folders,
-    /// `skipJoined` what has the extended type 1, 2 or 24, `skipJoinNext` what has
+    /// Templates before the terminator. `skipSwitcherMembers` leaves out members of folders,
+    /// `skipJoined` those with the extended type 1, 2 or 24, `skipJoinNext` those with
     /// ZEL_TYPE_JOIN_NEXT.
     static int countTemplates(const ZEL_Template *templates, bool skipSwitcherMembers = false,
                               bool skipJoined = false, bool skipJoinNext = false);
@@ -365,15 +367,15 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Switchers. Counts that reach past the terminator end at it.
     // ---------------------------------------------------------------- //
-    /// The template behind the last member; the template itself when it is no switcher.
+    /// The template after the last member; the template itself when it is no switcher.
     static const ZEL_Template *getEndOfSwitcher(const ZEL_Template *templatePtr);
     /// The same by index in an array of pointers, which ends it.
     static int64_t getEndOfSwitcher(const KIT_Array<ZEL_Template *> &templates, int64_t index);
     /// The innermost folder around the template at `index`; false when it is in none.
     static bool getEnclosingSwitcherFolder(const ZEL_Template *templates, int index,
                                            int &switcherIndex, int &folderIndex);
-    /// For each folder, how many switchers stand directly in it, and how many other members. Both
-    /// are empty for what is no switcher.
+    /// For each folder, how many switchers it contains directly, and how many other members. Both
+    /// are empty if this is no switcher.
     static void getSwitcherStats(const ZEL_Template *templatePtr, KIT_ValArray<int> &switchers,
                                  KIT_ValArray<int> &others);
     /// The first folder with exactly that label; -1 when there is none, for no or an empty label,
@@ -393,7 +395,7 @@ public:
                                    int &instance, const KIT_ValArray<int> *instances = nullptr);
 
 private:
-    /// An array of tokens that is made on the first question, on any thread.
+    /// An array of tokens, created on first request by any thread.
     class TokenArray
     {
     public:
@@ -403,9 +405,9 @@ private:
         TokenArray &operator=(const TokenArray &) = delete;
 
         const KIT_StringHolder *get() const { return myTokens.load(std::memory_order_acquire); }
-        /// When another thread is first, its array is the one that counts and is given back.
+        /// If another thread was first, returns that thread's array and drops this one.
         const KIT_StringHolder *publish(std::unique_ptr<KIT_StringHolder[]> made);
-        /// While nobody else asks.
+        /// Only while no other thread reads.
         void drop()
         {
             if (myTokens.load(std::memory_order_relaxed)) {
@@ -426,8 +428,8 @@ private:
     };
     using Override = std::unique_ptr<ZEL_Default, OverrideDeleter>;
 
-    /// The bit that marks a mask as not made yet; a mask of all ones carries it too and is made
-    /// again at each question.
+    /// The bit that flags a mask as not computed yet; a mask of all ones has it too and is
+    /// recomputed at each request.
     uint32_t unknownBit() const { return 1u << (uint32_t(myVectorSize) & 31u); }
     uint32_t computeAutoScopeField() const;
     uint32_t computeAutoSelectField() const;

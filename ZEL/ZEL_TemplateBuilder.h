@@ -1,16 +1,16 @@
 /// \file ZEL_TemplateBuilder.h
-/// A template array out of a dialog script, to which the application then adds what a script can't
+/// Builds a template array from a dialog script; the application then adds what a script can't
 /// hold: callbacks and menus.
 ///
 /// Vocabulary: *extra* = places at the head of the array for templates of the caller's own; until
 ///             they are filled they are terminators.
 /// Units:      `templateLength` counts the extra places and the script's templates, without the
 ///             terminator.
-/// Ownership:  nobody frees the array and the parsed script: callers keep pointers into them for the
-///             life of the process. Copies of a builder share both.
+/// Ownership:  the array and the parsed script are never freed: callers keep pointers into them for
+///             the life of the process. Copies of a builder share both.
 /// Threads:    one thread at a time.
 /// Errors:     a script's messages go where DS_Stream puts them, and the array holds what was read
-///             before an error. A token that isn't there is told on the standard error stream.
+///             before an error. An unknown token is reported on the standard error stream.
 /// Cost:       a look-up scans the templates.
 #pragma once
 
@@ -28,8 +28,8 @@ class ZEL_ScriptPage;
 class ZEL_API ZEL_TemplateBuilder
 {
 public:
-    /// Reads the script, a null one as an empty text; `name` stands in messages. `cppOptions` (null
-    /// allowed) are the preprocessor's words, ended by a null one. A negative `extra` is 0.
+    /// Reads the script, null as an empty text; `name` is shown in messages. `cppOptions` (null
+    /// allowed) are the preprocessor's arguments, ended by null. A negative `extra` is 0.
     ZEL_TemplateBuilder(const KIT_StringHolder &name, const char *script, const char **cppOptions,
                         int extra);
     ZEL_TemplateBuilder(const KIT_StringHolder &name, KIT_IStream &script, const char **cppOptions,
@@ -37,11 +37,11 @@ public:
 
     ZEL_Template *templates() const { return myTemplates; }
     int templateLength() const { return myLength; }
-    /// True at the first question after the script was read, then false.
+    /// True on the first call after the script was read, then false.
     bool justBuilt();
 
-    /// The first template of that token, children of multi-parameters included, each behind its
-    /// multi-parameter; null without one.
+    /// The first template of that token, children of multi-parameters included, each after its
+    /// multi-parameter; null if there is none.
     ZEL_Template *findTemplate(const KIT_StringRef &token) const;
 
     // ---------------------------------------------------------------- //
@@ -55,7 +55,7 @@ public:
 
 private:
     void load(KIT_IStream &script, const char **cppOptions, int extra);
-    /// As findTemplate(); tells of a token that isn't there.
+    /// As findTemplate(); reports an unknown token.
     ZEL_Template *findOrTell(const KIT_StringRef &token, const char *purpose) const;
 
     ZEL_Template *myTemplates = nullptr;

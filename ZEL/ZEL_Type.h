@@ -10,7 +10,7 @@
 /// Ownership:  a plain value of nine words (36 bytes).
 /// Threads:    a value; no shared state. The published constants (ZEL_TypeConstants.h) are constant
 ///             data and complete before any code runs.
-/// Errors:     loadBinary() answers false; nothing else can fail.
+/// Errors:     loadBinary() returns false; nothing else can fail.
 /// Cost:       every query is inline and reads one or two words.
 #pragma once
 
@@ -25,8 +25,8 @@ class KIT_IStream;
 class ZEL_API ZEL_Type
 {
 public:
-    // The enumerators stand in ZEL_TypeConstants.def, one row each with its value and meaning.
-    // All of them are stored: append only.
+    // ZEL_TypeConstants.def declares the enumerators, one row each with its value and meaning. All
+    // of them are stored: append only.
 
     /// Word 0: the value kind. One value; a mix such as 3 is none of the four kinds.
     enum ZEL_BasicType : uint32_t
@@ -70,8 +70,8 @@ public:
 #include <ZEL/ZEL_TypeConstants.def>
     };
 
-    /// Word 6: the naming style of a vector's channels; what each makes of a token is told at
-    /// ZEL_Template::getChannelToken().
+    /// Word 6: the naming style of a vector's channels; ZEL_Template::getChannelToken() describes
+    /// the token that each gives.
     enum ZEL_ChannelType : uint32_t
     {
 #define ZEL_CHANNEL_FLAG(enumerator, value, dumps, constant) enumerator = value,
@@ -240,7 +240,7 @@ public:
         myInterface = ZEL_InterfaceType(~uint32_t(myInterface));
         myBehavior = ZEL_BehaviorType(~uint32_t(myBehavior));
     }
-    /// Clears the interface word alone. The animatible bit is in it and goes too.
+    /// Clears the interface word alone. This clears the animatible bit too.
     constexpr void stripUiType() { myInterface = ZEL_InterfaceType(0); }
     /// All words zero.
     constexpr void init() { *this = ZEL_Type(); }
@@ -282,8 +282,8 @@ private:
 
 static_assert(sizeof(ZEL_Type) == 9 * sizeof(uint32_t), "a type is its nine words");
 
-/// Writes the dump of the type to `buffer`, cut to `size`, for the host's formatted printing; the
-/// count is that of KITformat().
+/// Writes the dump of the type to `buffer`, truncated to `size`, for the host's formatted printing;
+/// returns the count as KITformat() does.
 ZEL_API size_t format(char *buffer, size_t size, const ZEL_Type &type);
 
-#include <ZEL/ZEL_TypeConstants.h> // pair: either brings the other
+#include <ZEL/ZEL_TypeConstants.h> // each includes the other

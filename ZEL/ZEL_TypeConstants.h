@@ -3,7 +3,7 @@
 ///
 /// Vocabulary: *elementary* = ZEL_TYPE_X, one word with one bit (or a mask); *composite* = ZEL_FLT,
 ///             ZEL_TOGGLE, ZEL_FILE ..., an OR of elementary ones. `_E` = not animatible; `_J` = a
-///             copy of the plain name. The rows stand in ZEL_TypeConstants.def.
+///             copy of the plain name. ZEL_TypeConstants.def has the rows.
 /// Threads:    constant data, complete before any code runs; any thread.
 /// Cost:       a look-up by name or by type scans the table (some 200 rows).
 #pragma once
@@ -11,7 +11,7 @@
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_Type.h>
 
-// Elementary types: ZEL_TYPE_FLOAT, ZEL_TYPE_CHANNEL, ...; the library's own stay out.
+// Elementary types: ZEL_TYPE_FLOAT, ZEL_TYPE_CHANNEL, ...; the library's private ones are left out.
 #define ZEL_TYPE_FLAG(wordEnum, enumerator, value, dumps, constant)                                \
     extern ZEL_API const ZEL_Type ZEL_TYPE_##constant;
 #define ZEL_PRIVATE_PATH_FLAG(enumerator, value, dumps, constant)
@@ -34,5 +34,5 @@ ZEL_API const ZEL_TypeConstant *ZELgetTypeConstants(int &count);
 ZEL_API const ZEL_Type *ZELfindTypeConstant(const char *name);
 
 /// The name of the first composite that equals the type in all nine words, null if none does.
-/// Names that share their words answer the first: ZEL_FLT for ZEL_FLT_J, ZEL_RGB for ZEL_RGBA.
+/// Of equal types the first name is returned: ZEL_FLT for ZEL_FLT_J, ZEL_RGB for ZEL_RGBA.
 ZEL_API const char *ZELgetTypeConstantName(const ZEL_Type &type);

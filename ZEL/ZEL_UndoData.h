@@ -1,18 +1,18 @@
 /// \file ZEL_UndoData.h
-/// What a parameter remembers of itself for undo, opaque to whoever keeps it.
+/// A parameter's saved state for undo, opaque to the code that keeps it.
 ///
 /// Vocabulary: *snapshot* = the undo data of some parameters under their tokens, in list order.
 /// Ownership:  held by `std::shared_ptr`; copying and assigning the base do nothing. The data owns
-///             all that it holds and may outlive the list that it was taken from.
+///             its contents and may outlive the list that it was taken from.
 /// Threads:    taken and restored on the thread that owns the list; immutable in between.
 ///
-/// What a snapshot holds of a parameter is what its saved text says, and restoring is what loading
-/// that text does. So it has locks, values and the names of channels, but not the channels
-/// themselves, nor aliases, overrides, or whether a parameter is enabled and visible. A flag, label
-/// or colour that was given to a parameter later stays, as the text doesn't speak of it.
+/// A snapshot holds a parameter's saved text, and restoring loads that text. So it has locks,
+/// values and the names of channels, but not the channels themselves, nor aliases, overrides, or
+/// whether a parameter is enabled and visible. A flag, label or colour that a parameter got later
+/// stays, as the text doesn't mention it.
 ///
-/// Of a data parameter it holds the items themselves and nothing else. Restoring it deletes the
-/// parameter's channels; locks stay as they are.
+/// For a data parameter it holds only the items themselves. Restoring it deletes the parameter's
+/// channels; locks stay as they are.
 #pragma once
 
 #include <KIT/KIT_Array.h>

@@ -1,10 +1,9 @@
 /// \file ZEL_Value.h
-/// A payload with listeners that want to know when it changes.
+/// A payload with listeners that are notified when it changes.
 ///
 /// Vocabulary: *interest* = one (data, callback) record; *slot* = its place, kept when emptied.
 /// Ownership:  owns its records, borrows payload and listener data. A copy shares the records:
-///             the last of the sharers to go frees them, and `removeInterest` on one empties
-///             the slot for all.
+///             the last sharer frees them, and `removeInterest` on one empties the slot for all.
 /// Threads:    one thread at a time.
 #pragma once
 
@@ -33,13 +32,13 @@ public:
     void addInterest(void *data, Callback callback);
     /// Empties every slot that matches both.
     void removeInterest(void *data, Callback callback);
-    /// Any live slot with that data; false for null.
+    /// Whether a live slot has that data; false for null.
     bool hasInterest(const void *data) const;
 
     /// Calls each live slot from the last to the first with its data and the payload.
     void changed();
 
-    /// Slots, empty ones included.
+    /// The number of slots, empty ones included.
     int getNumSlots() const { return int(myInterests.size()); }
 
 private:

@@ -1,6 +1,6 @@
 /// \file ZEL_ValueInstance.h
-/// What floats, ordinals and strings share: how a component with an optional channel takes
-/// defaults, keys, streams and command arguments, whatever a value is.
+/// What floats, ordinals and strings share: how a component with an optional channel handles
+/// defaults, keys, streams and command arguments, independently of the value's type.
 ///
 /// Vocabulary: *frame* = a template that walks the components and calls back for each value. Those
 ///             declared here are defined in ZEL_ValueInstancePrivate.h; those of streams and
@@ -41,7 +41,7 @@ public:
                   int index, int thread) const override;
 
     using ZEL_Overridable::setValue;
-    /// Sets the integer 0, whatever the item: what callers of the old data form rely on.
+    /// Sets the integer 0, whatever the item: callers of the old data form rely on it.
     void setValue(double time, const std::shared_ptr<const ZEL_DataItem> &value,
                   bool replaceExpression, int index, ZEL_AddKeyType addKey,
                   ZEL_KeySetType keySet) override;
@@ -63,7 +63,7 @@ protected:
     /// \name Numbers
     // ------------------------------------------------------------------ //
     ///@{
-    /// Toward zero; what no integer can hold becomes the nearest one, a NaN 0.
+    /// Rounds toward zero; out of range gives the nearest integer, NaN gives 0.
     template <class T>
     static T truncated(double value);
     /// floor(value + 0.5): 2.5 gives 3, -0.5 gives 0.
@@ -76,11 +76,11 @@ protected:
     ///@{
     /// The list's collection, else the channel's own.
     TRK_Collection *evaluationCollection(const TRK_Channel *channel) const;
-    /// What `setKeyValue` and `setKeyString` get as commit.
+    /// The commit argument for `setKeyValue` and `setKeyString`.
     static bool commitFlag(ZEL_KeySetType keySet);
-    /// The language of a text that is no value: a literal meaning stands for the collection's.
+    /// The language of a text that isn't a value: for a literal meaning, the collection's.
     TRK_ExprLanguage expressionLanguage(TRK_StringMeaning meaning) const;
-    /// A set of a component that has a channel.
+    /// The arguments of a set on a component that has a channel.
     struct ChannelSet
     {
         TRK_Channel *channel;
@@ -90,26 +90,26 @@ protected:
         ZEL_AddKeyType addKey;
         ZEL_KeySetType keySet;
     };
-    /// Its last step, which makes a key of the change. False if the change stays pending.
+    /// The last step of a set: hardens the change into a key. False if the change stays pending.
     bool hardenSet(const ChannelSet &set);
-    /// The frame of a number's. `store(value)` gets what takes an expression's place,
-    /// `isCurrent(thread)` tells that there is nothing to set, `evaluate(thread)` stores what the
-    /// channel gives once it is set, `finish()` comes after its key. Errors of all but the first are
-    /// dropped.
+    /// The frame of a set of a number. `store(value)` receives the value that replaces an
+    /// expression, `isCurrent(thread)` returns whether there is nothing to set, `evaluate(thread)`
+    /// stores the channel's value after the set, `finish()` runs after the key is made. Errors of
+    /// all but the first are dropped.
     template <class Store, class IsCurrent, class Evaluate, class Finish>
     void setChannelNumber(const ChannelSet &set, double value, const Store &store,
                           const IsCurrent &isCurrent, const Evaluate &evaluate,
                           const Finish &finish);
     /// Replaces the expression of the segment at a time by "constant()". True if there is a
-    /// segment: then `stored` is its value. The pending mark goes in any case.
+    /// segment: then `stored` is its value. The pending flag is cleared in any case.
     static bool makeConstant(TRK_Channel *channel, double time, double &stored);
-    /// Gives the component that expression, in a fresh channel with `deleteChannel`. Null when the
-    /// component has no channel and can't be given one.
+    /// Sets the component's expression, in a new channel with `deleteChannel`. Null when the
+    /// component has no channel and none can be created.
     TRK_Channel *putExpression(double time, const char *text, TRK_ExprLanguage language, int index,
                                bool deleteChannel);
-    /// Turns the old direct channel reference, as in `!!ch(tx)`, into a call of `function`: what
-    /// stands between backticks loses them, else `quote` takes the place of each "!!". False, and
-    /// nothing changed, for any other text.
+    /// Turns the old direct channel reference, as in `!!ch(tx)`, into a call of `function`:
+    /// backticks around it are removed, otherwise `quote` replaces each "!!". Any other text is
+    /// left alone and gives false.
     static bool rewriteObsoleteReference(KIT_String &text, const char *function,
                                          const char *quote = "");
 
@@ -117,7 +117,7 @@ protected:
     /// to do: nothing is pending, only the reference was collected, or the pattern excludes it.
     TRK_Channel *channelToHarden(double time, int index, bool force, const char *pattern,
                                  KIT_Array<TRK_ChannelRef> *collect);
-    /// Its closing half: inserts a key and lets `change` fit what stands there, as one event.
+    /// The second half: inserts a key and lets `change` adjust the key there, as one event.
     template <class Change>
     static void insertHardKey(TRK_Channel *channel, double time, const Change &change);
     /// Both cases of a number: sets the value of a hard key that is there, else inserts one.
@@ -134,7 +134,7 @@ protected:
     }
     /// Null for an invalid index, too.
     const ZEL_Default *factoryDefault(int index) const;
-    /// The current default, else the factory's, else null. The index must be valid.
+    /// The current default, else the factory default, else null. The index must be valid.
     const ZEL_Default *defaultOf(int index) const;
     /// The language of a default's text; 0 for a literal.
     static TRK_ExprLanguage defaultLanguage(const ZEL_Default &record);
@@ -147,7 +147,8 @@ protected:
     template <class Clear>
     void restoreFactory(int index, const Clear &clear);
     /// `isDefault` of a number. `factory` may be null. `equals(record)` compares the stored value
-    /// with a default, with 0 for null; `hasExpression(record)` tells a default's expression.
+    /// with a default, with 0 for null; `hasExpression(record)` returns whether a default has an
+    /// expression.
     template <class Equals, class HasExpression>
     bool isNumberDefault(int index, ZEL_DefaultType type, bool checkLocks,
                          const ZEL_Default *factory, const Equals &equals,
@@ -168,7 +169,8 @@ protected:
     using LoadRules = ZEL_LoadRules;
     using Entry = ZEL_LoadEntry;
 
-    /// Whether the stored value is saved and not the default: unless a channel drives it.
+    /// Whether the stored value rather than the default is saved: false if a channel without a
+    /// pending value drives it.
     bool savesStoredValue(int index) const
     {
         const TRK_Channel *channel = getChannel(index);
