@@ -286,4 +286,4 @@ static_assert(sizeof(ZEL_Type) == 9 * sizeof(uint32_t), "a type is its nine word
 /// returns the count as KITformat() does.
 ZEL_API size_t format(char *buffer, size_t size, const ZEL_Type &type);
 
-#include <ZEL/ZEL_TypeConstants.h> // each includes the other
+#include <ZEL/ZEL_TypeConstants.h> // pair: either includes the other
