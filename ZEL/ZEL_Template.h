@@ -436,8 +436,8 @@ private:
     uint32_t readMask(const char *bits, uint32_t without) const;
 
     friend struct ZEL_TemplateSpec;
-    void become(const ZEL_TemplateSpec &spec);
-    void becomeMulti(const ZEL_TemplateSpec &spec);
+    void become(const ZEL_TemplateSpec &content);
+    void becomeMulti(const ZEL_TemplateSpec &content);
     const KIT_StringHolder *buildChannelNames(bool decoded) const;
     ZEL_Default *makeOverride(int index);
     void setFlag(const ZEL_Type &flag, bool on);

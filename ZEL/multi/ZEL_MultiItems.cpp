@@ -355,35 +355,35 @@ void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL
                                                                : nullptr);
     myChildConditionals.push_back(std::move(instanced));
     myDefaultStringFirst.push_back(std::uint32_t(myDefaultStrings.size()));
-    ZEL_TemplateSpec spec;
-    spec.exportLevel = child.exportLevel();
-    spec.name = name;
-    spec.defaults = child.getFactoryDefaults();
-    spec.range = child.getRangePtr();
-    spec.callback = child.getCallback();
-    spec.spare = child.getSparePtr();
-    spec.help = child.getHelpText();
-    spec.conditional = myChildConditionals.back().get();
+    ZEL_TemplateSpec content;
+    content.exportLevel = child.exportLevel();
+    content.name = name;
+    content.defaults = child.getFactoryDefaults();
+    content.range = child.getRangePtr();
+    content.callback = child.getCallback();
+    content.spare = child.getSparePtr();
+    content.help = child.getHelpText();
+    content.conditional = myChildConditionals.back().get();
     if (child.isMultiType()) {
         // The nested block is shared unchanged until that multi-parameter creates its own items.
         myChildDefaults.emplace_back();
-        spec.multiType = child.getMultiType();
-        spec.items = child.getMultiParmTemplate();
-        spec.multiSize = child.getMultiSize();
-        spec.makeMulti(made);
+        content.multiType = child.getMultiType();
+        content.items = child.getMultiParmTemplate();
+        content.multiSize = child.getMultiSize();
+        content.makeMulti(made);
     } else {
         myChildDefaults.push_back(instanceDefaults(child, numbers));
         ZEL_Default *own = myChildDefaults.back().get();
         if (own) {
-            spec.defaults = own;
+            content.defaults = own;
         }
-        spec.type = &child.getType();
-        spec.extended = child.getTypeExtended();
-        spec.vectorSize = child.getVectorSize();
+        content.type = &child.getType();
+        content.extended = child.getTypeExtended();
+        content.vectorSize = child.getVectorSize();
         // For a toggle without its own menu this is the menu that all toggles share.
-        spec.choices = child.getChoiceListPtr();
-        spec.parmGroup = child.getParmGroup();
-        spec.makeParm(made);
+        content.choices = child.getChoiceListPtr();
+        content.parmGroup = child.getParmGroup();
+        content.makeParm(made);
     }
     myDefaultStringEnd.push_back(std::uint32_t(myDefaultStrings.size()));
 }

@@ -66,15 +66,15 @@ void ZEL_ScriptParm::fillGroup(ZEL_Template *target, int &index, ZEL_ScriptImpor
         myGroup->buildSizes();
     }
     ZEL_Template &whole = target[index];
-    ZEL_TemplateSpec spec;
-    spec.type = &myType;
-    spec.vectorSize = myGroup->getPageCount();
-    spec.name = &myName;
-    spec.defaults = myGroup->getDefaults();
-    spec.callback = getCallback();
-    spec.spare = mySpareData.get();
-    spec.conditional = myGroup->getGroupConditional();
-    spec.makeParm(whole);
+    ZEL_TemplateSpec content;
+    content.type = &myType;
+    content.vectorSize = myGroup->getPageCount();
+    content.name = &myName;
+    content.defaults = myGroup->getDefaults();
+    content.callback = getCallback();
+    content.spare = mySpareData.get();
+    content.conditional = myGroup->getGroupConditional();
+    content.makeParm(whole);
     whole.setNoCook(getSpareDataOrEmpty(), true);
     if (myBaseParmFlag) {
         whole.setBaseParm(true);
@@ -89,16 +89,16 @@ void ZEL_ScriptParm::fillMulti(ZEL_Template &target, ZEL_ScriptImports *&imports
         myGroup->buildConditionals();
     }
     buildMultiParmTemplate(imports, depth);
-    ZEL_TemplateSpec spec;
-    spec.multiType = myGroup->getMultiType();
-    spec.items = myMultiTemplate.get();
-    spec.name = &myName;
-    spec.defaults = defaultsOrNull(myDefaults);
-    spec.range = myRange.get();
-    spec.callback = getCallback();
-    spec.spare = mySpareData.get();
-    spec.conditional = myGroup->getGroupConditional();
-    spec.makeMulti(target);
+    ZEL_TemplateSpec content;
+    content.multiType = myGroup->getMultiType();
+    content.items = myMultiTemplate.get();
+    content.name = &myName;
+    content.defaults = defaultsOrNull(myDefaults);
+    content.range = myRange.get();
+    content.callback = getCallback();
+    content.spare = mySpareData.get();
+    content.conditional = myGroup->getGroupConditional();
+    content.makeMulti(target);
     target.setNoCook(getSpareDataOrEmpty(), true);
     if (myBaseParmFlag) {
         target.setBaseParm(true);
@@ -110,11 +110,11 @@ void ZEL_ScriptParm::fillBaseParm(ZEL_Template &target)
     const ZEL_Type type =
         ZEL_TYPE_BASEPARM |
         (myType & (ZEL_TYPE_INVISIBLE | ZEL_TYPE_JOIN_NEXT | ZEL_TYPE_LABEL_NONE));
-    ZEL_TemplateSpec spec;
-    spec.type = &type;
-    spec.exportLevel = getExport();
-    spec.name = &myName;
-    spec.makeParm(target);
+    ZEL_TemplateSpec content;
+    content.type = &type;
+    content.exportLevel = getExport();
+    content.name = &myName;
+    content.makeParm(target);
 }
 
 void ZEL_ScriptParm::fillParm(ZEL_Template &target)
@@ -127,24 +127,24 @@ void ZEL_ScriptParm::fillParm(ZEL_Template &target)
         myType |= ZEL_TYPE_CHANNEL;
     }
     const bool rampFlag = (myMultiType & (ZEL_MULTITYPE_RAMP_FLT | ZEL_MULTITYPE_RAMP_RGB)) != 0;
-    ZEL_TemplateSpec spec;
-    spec.exportLevel = getExport();
-    spec.name = &myName;
-    spec.defaults = defaultsOrNull(myDefaults);
-    spec.range = myRange.get();
-    spec.callback = getCallback();
-    spec.spare = mySpareData.get();
-    spec.help = myHelpText;
-    spec.conditional = &myConditionals;
+    ZEL_TemplateSpec content;
+    content.exportLevel = getExport();
+    content.name = &myName;
+    content.defaults = defaultsOrNull(myDefaults);
+    content.range = myRange.get();
+    content.callback = getCallback();
+    content.spare = mySpareData.get();
+    content.help = myHelpText;
+    content.conditional = &myConditionals;
     if (rampFlag) {
-        spec.multiType = myMultiType;
-        spec.makeMulti(target);
+        content.multiType = myMultiType;
+        content.makeMulti(target);
     } else {
-        spec.type = &myType;
-        spec.extended = myTypeExtended;
-        spec.vectorSize = mySize;
-        spec.choices = myMenu.get();
-        spec.makeParm(target);
+        content.type = &myType;
+        content.extended = myTypeExtended;
+        content.vectorSize = mySize;
+        content.choices = myMenu.get();
+        content.makeParm(target);
     }
     target.setNoCook(spare, true);
 }

@@ -147,21 +147,21 @@ void ZEL_Template::initialize(const ZEL_Type &type, ZEL_TypeExtended extended,
                               ZEL_Callback callback, ZEL_SpareData *spare, int parmGroup,
                               const char *help, ZEL_ConditionalBase *conditional)
 {
-    ZEL_TemplateSpec spec;
-    spec.type = &type;
-    spec.extended = extended;
-    spec.exportLevel = exportLevel;
-    spec.vectorSize = vectorSize;
-    spec.name = name;
-    spec.defaults = defaults;
-    spec.choices = choices;
-    spec.range = range;
-    spec.callback = callback;
-    spec.spare = spare;
-    spec.parmGroup = parmGroup;
-    spec.help = help;
-    spec.conditional = conditional;
-    become(spec);
+    ZEL_TemplateSpec content;
+    content.type = &type;
+    content.extended = extended;
+    content.exportLevel = exportLevel;
+    content.vectorSize = vectorSize;
+    content.name = name;
+    content.defaults = defaults;
+    content.choices = choices;
+    content.range = range;
+    content.callback = callback;
+    content.spare = spare;
+    content.parmGroup = parmGroup;
+    content.help = help;
+    content.conditional = conditional;
+    become(content);
 }
 
 void ZEL_Template::initMulti(ZEL_MultiType multiType, ZEL_Template *items, ZEL_Export exportLevel,
@@ -169,28 +169,28 @@ void ZEL_Template::initMulti(ZEL_MultiType multiType, ZEL_Template *items, ZEL_E
                              ZEL_Range *range, ZEL_SpareData *spare, const char *help,
                              ZEL_ConditionalBase *conditional, ZEL_Callback callback)
 {
-    ZEL_TemplateSpec spec;
-    spec.multiType = multiType;
-    spec.items = items;
-    spec.exportLevel = exportLevel;
-    spec.multiSize = multiSize;
-    spec.name = name;
-    spec.defaults = defaults;
-    spec.range = range;
-    spec.spare = spare;
-    spec.help = help;
-    spec.conditional = conditional;
-    spec.callback = callback;
-    becomeMulti(spec);
+    ZEL_TemplateSpec content;
+    content.multiType = multiType;
+    content.items = items;
+    content.exportLevel = exportLevel;
+    content.multiSize = multiSize;
+    content.name = name;
+    content.defaults = defaults;
+    content.range = range;
+    content.spare = spare;
+    content.help = help;
+    content.conditional = conditional;
+    content.callback = callback;
+    becomeMulti(content);
 }
 
-void ZEL_Template::become(const ZEL_TemplateSpec &spec)
+void ZEL_Template::become(const ZEL_TemplateSpec &content)
 {
-    const ZEL_Type &type = *spec.type;
+    const ZEL_Type &type = *content.type;
     dropChannelTokens();
     dropOverrides();
     dropRampTemplates();
-    if (spec.choices != myChoiceList) {
+    if (content.choices != myChoiceList) {
         dropOwnedChoiceList();
     }
 
@@ -200,72 +200,74 @@ void ZEL_Template::become(const ZEL_TemplateSpec &spec)
         myMultiType = myMultiType | ZEL_MULTITYPE_INVISIBLE;
     }
     const bool joinedFlag = type.hasInterfaceType(ZEL_Type::ZEL_INTERFACE_JOIN_EXT);
-    myTypeExtended = joinedFlag ? ZEL_TYPEX_JOINED : spec.extended;
-    myExportLevel = spec.exportLevel;
-    myVectorSize = type.hasAllOf(ZEL_SEPARATOR) ? 0 : std::max(spec.vectorSize, 0);
-    setNamePtr(spec.name);
-    myFactoryDefaults = spec.defaults;
-    myChoiceList = spec.choices;
-    myRange = spec.range;
-    myCallback = spec.callback;
-    mySpare = spec.spare;
-    myConditional = spec.conditional;
-    myHelpText = KIT_StringHolder(spec.help);
+    myTypeExtended = joinedFlag ? ZEL_TYPEX_JOINED : content.extended;
+    myExportLevel = content.exportLevel;
+    myVectorSize = type.hasAllOf(ZEL_SEPARATOR) ? 0 : std::max(content.vectorSize, 0);
+    setNamePtr(content.name);
+    myFactoryDefaults = content.defaults;
+    myChoiceList = content.choices;
+    myRange = content.range;
+    myCallback = content.callback;
+    mySpare = content.spare;
+    myConditional = content.conditional;
+    myHelpText = KIT_StringHolder(content.help);
 
     const bool idleFlag = type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOREFRESH) ||
                           type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOCOOK);
-    myParmGroup = type.isSwitcher() && idleFlag ? uint8_t(0) : static_cast<uint8_t>(spec.parmGroup);
+    myParmGroup =
+        type.isSwitcher() && idleFlag ? uint8_t(0) : static_cast<uint8_t>(content.parmGroup);
 
     myMultiParmTemplate = nullptr;
     myMultiSize = 0.0;
     BASstore(myAutoScopeField, unknownBit());
     BASstore(myAutoSelectField, ~0u);
 
-    if (!spec.choices && type.hasAllOf(ZEL_FILE)) {
+    if (!content.choices && type.hasAllOf(ZEL_FILE)) {
         myChoiceList = new ZEL_ChoiceList(ZEL_CHOICELIST_REPLACE,
                                           ZELgetFileHistoryGenerator(type.getPathType()));
         myOwnsChoiceListFlag = true;
     }
 }
 
-void ZEL_Template::becomeMulti(const ZEL_TemplateSpec &spec)
+void ZEL_Template::becomeMulti(const ZEL_TemplateSpec &content)
 {
     dropChannelTokens();
     dropOverrides();
     dropOwnedChoiceList();
-    setNamePtr(spec.name);
+    setNamePtr(content.name);
 
-    ZEL_Template *items = spec.items;
+    ZEL_Template *items = content.items;
     // `items` may be owned by this template as a ramp: build the new ones before dropping them.
     const ZEL_MultiType rampBits = ZEL_MULTITYPE_RAMP_FLT | ZEL_MULTITYPE_RAMP_RGB;
-    const bool rampFlag = (spec.multiType & rampBits) != 0;
+    const bool rampFlag = (content.multiType & rampBits) != 0;
     if (rampFlag) {
-        items = ZELcreateRampTemplate(getToken(), spec.multiType, spec.spare, spec.callback, items);
+        items = ZELcreateRampTemplate(getToken(), content.multiType, content.spare,
+                                      content.callback, items);
     } else if (isRampType() && items == myMultiParmTemplate) {
         // They are freed with the ramp, and no other kind owns its items.
         items = nullptr;
     }
     dropRampTemplates();
 
-    myMultiType = spec.multiType;
+    myMultiType = content.multiType;
     myTypeExtended = ZEL_TYPEX_NONE;
-    myExportLevel = spec.exportLevel;
+    myExportLevel = content.exportLevel;
     myType = ZEL_INT_E;
-    if (spec.multiType & ZEL_MULTITYPE_INVISIBLE) {
+    if (content.multiType & ZEL_MULTITYPE_INVISIBLE) {
         myType |= ZEL_TYPE_INVISIBLE;
     }
-    myFactoryDefaults = spec.defaults;
-    myRange = rampFlag && !spec.range ? rampRange() : spec.range;
-    mySpare = spec.spare;
-    myCallback = spec.callback;
+    myFactoryDefaults = content.defaults;
+    myRange = rampFlag && !content.range ? rampRange() : content.range;
+    mySpare = content.spare;
+    myCallback = content.callback;
     myMultiParmTemplate = items;
-    myMultiSize = spec.multiSize > 1.0 ? spec.multiSize : 1.0;
+    myMultiSize = content.multiSize > 1.0 ? content.multiSize : 1.0;
     myParmGroup = 0;
     myVectorSize = 1;
     BASstore(myAutoScopeField, 0u);
     BASstore(myAutoSelectField, ~0u);
-    myHelpText = KIT_StringHolder(spec.help);
-    myConditional = spec.conditional;
+    myHelpText = KIT_StringHolder(content.help);
+    myConditional = content.conditional;
 }
 
 void ZEL_Template::assign(const ZEL_Template &source, int vectorSize, ZEL_Default *defaults)
