@@ -94,7 +94,7 @@ public:
         append(c);
         return *this;
     }
-    KIT_ByteBuffer &operator<<(std::string_view text)
+    __attribute__((always_inline)) KIT_ByteBuffer &operator<<(std::string_view text)
     {
         append(text);
         return *this;
