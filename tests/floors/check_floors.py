@@ -27,7 +27,7 @@ RELATIVE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"(?![A-Z]{2,3}/)([^"]+)"', re
 
 class Room:
     def __init__(self, name, place, library, floor, order, knot):
-        self.name, self.place, self.library = name, place, library
+        self.name, self.place, self.target = name, place, library
         self.floor, self.order, self.knot = floor, order, knot
         self.sources, self.headers, self.uses = [], [], []
 
@@ -123,9 +123,9 @@ class Check:
                 other = self.room_of[target]
                 if other is room:
                     continue
-                if other.library != room.library:
+                if other.target != room.target:
                     if other.floor > room.floor:
-                        self.faults.append(f'{file}:{line}: includes {target} of {other.library}')
+                        self.faults.append(f'{file}:{line}: includes {target} of {other.target}')
                     continue
                 used[room.name].add(other.name)
                 why = self.allowed(file, room, other)
