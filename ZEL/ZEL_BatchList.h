@@ -1,5 +1,5 @@
 /// \file ZEL_BatchList.h
-/// A table of batch parameters, filled in one go, that records which evaluator filled how many.
+/// A table of batch parameters, filled in one pass, that records which evaluator filled how many.
 ///
 /// Vocabulary: *evaluator* = an op of the application, known by a number; *hole* = an index without
 ///             a parameter, which adding by index can leave.

@@ -16,7 +16,7 @@
 ///             brace of the block, of `defaults` and of `range` has no message of its own.
 ///
 ///     menus        menu { token label ... } or menu { [ script ] [ more ] language word }; the word
-///                  usetokenvalue may stand before the brace
+///                  usetokenvalue may come before the brace
 ///     defaults     default { value [ text meaning ] ... }, one for each component
 ///     range        range { 0! 10 }: "!" makes that end a hard one
 ///     conditions   hidewhen "{ a == 1 }" or hidewhen { { a == 1 } { b c } }

@@ -1,5 +1,5 @@
 # ZEL_WITH_PYTHON: CPython for menu scripts and expressions, through pybind11. The interpreter is the
-# system's: one that comes first on PATH may lack the library to embed, or be gone tomorrow.
+# system's: one that comes first on PATH may lack the library to embed, or be removed later.
 option(ZEL_WITH_PYTHON "Menu scripts and expressions in Python (needs CPython and pybind11)" ON)
 
 if(ZEL_BUILD_FUZZ)

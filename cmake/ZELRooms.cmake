@@ -1,4 +1,4 @@
-# Libraries are built of rooms (folders), and rooms stand on floors: a room includes what is on its own
+# Libraries are built of rooms (folders), and rooms are on floors: a room includes what is on its own
 # floor or below. tests/floors checks the #include lines against what is said here.
 #
 #   zel_library(TARGET ALIAS)   the set-up that our shared libraries have in common

@@ -1,10 +1,10 @@
-// Saving and loading: a node whose blocks of parameters grow, nested, goes to a stream in both
-// forms and comes back; then two streams from disk, one of them of an older version of the node.
+// Saving and loading: a node with growing, nested blocks of parameters is saved in both forms and
+// loaded again; then two streams from disk, one of them of an older version of the node.
 //
 //     scatter [--write FOLDER]
 //
-// --write makes the two saved streams of examples/ anew in that folder. Exit 1 if a stream is at
-// fault or what comes back differs from what was saved, 2 for a wrong call.
+// --write writes the two saved streams of examples/ into that folder. Exit 1 if a stream is malformed
+// or what is loaded differs from what was saved, 2 for wrong arguments.
 
 #include "node/ZELX_Node.h"
 

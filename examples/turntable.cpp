@@ -5,7 +5,7 @@
 //
 // FILE is a channel file, examples/turntable.chan unless given. --all prints every frame instead of
 // each 24th; --golden leaves out the last line, which differs by machine. Exit 1 if the file or an
-// expression in it is wrong, 2 for a wrong call.
+// expression in it is wrong, 2 for wrong arguments.
 
 #include "node/ZELX_Node.h"
 

@@ -41,7 +41,7 @@ bool isBalanced(std::string_view text)
 }
 
 /// An expression between backticks that comes back: no quotes and no escapes, nothing unbalanced,
-/// and it doesn't start with what an expression's pieces are told by.
+/// and it doesn't start with a character by which an expression's pieces are recognised.
 bool isKeptExpression(std::string_view text)
 {
     return !text.empty() && !holds(text, "\\\"'") && !holds(text.substr(0, 1), " \t\n\v\f\r(+") &&
@@ -52,7 +52,7 @@ bool isKeptExpression(std::string_view text)
 /// expressions between them.
 bool isKeptLiteral(std::string_view text)
 {
-    bool touches = false; // a piece of text must stand between two expressions
+    bool touches = false; // a piece of text must come between two expressions
     while (!text.empty()) {
         const size_t plain = text.substr(0, text.find('`')).size();
         if (holds(text.substr(0, plain), "\\\"") || (plain == 0 && touches)) {

@@ -28,7 +28,7 @@ long() {
     local name=$1 found="build/fuzz/long/$1" options=()
     mkdir -p "$found/corpus"
     [ ! -f "build/fuzz/fuzz/$name.dict" ] || options+=("-dict=build/fuzz/fuzz/$name.dict")
-    # What the readers say of broken input goes nowhere: it would be gigabytes.
+    # What the readers report of broken input is discarded: it would be gigabytes.
     if "${fixed_addresses[@]}" "build/fuzz/fuzz/fuzz_$name" -max_total_time="$seconds" -timeout=20 \
         -rss_limit_mb=2048 -close_fd_mask=2 -artifact_prefix="$found/" "${options[@]}" \
         "$found/corpus" "fuzz/corpus/$name" >"$found/log" 2>&1; then

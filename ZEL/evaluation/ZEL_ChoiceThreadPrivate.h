@@ -4,7 +4,7 @@
 ///
 /// Vocabulary: *entries* = those up to the array's first sentinel.
 /// Ownership:  owns the arrays. They never shrink and their elements are never destroyed, only
-///             reset to sentinels: a generator that requests another menu goes on writing into
+///             reset to sentinels: a generator that requests another menu keeps writing into
 ///             them.
 /// Threads:    each thread has its own record, which stays until the process has ended.
 /// Cost:       the first 32 threads find their record by an index. Both arrays get their full size

@@ -137,7 +137,7 @@ struct ZEL_ValueFrames
     /// \name Loading
     // ------------------------------------------------------------------ //
     ///@{
-    /// The words before the values: an option block if there is one, and "(". False with code 9
+    /// The tokens before the values: an option block if there is one, and "(". False with code 9
     /// when one is missing. `keyMask` takes the mask of old files.
     static bool openAscii(ZEL_Instance &instance, KIT_IStream &is, unsigned &keyMask);
     /// The values up to ")", which the reader consumes; after `openAscii`. `readEntry(index)` returns

@@ -22,7 +22,7 @@ namespace
 
 using TokenSet = std::unordered_set<KIT_StringHolder, KIT_StringRefHash>;
 
-/// Never an empty one for want of memory: what isn't in a set of tokens goes.
+/// Never returns an empty one when memory runs out: a parameter whose token isn't in a set is removed.
 KIT_StringHolder tokenOf(const ZEL_Parm &parm)
 {
     const ZEL_LostText lost;

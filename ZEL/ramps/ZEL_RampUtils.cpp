@@ -192,8 +192,8 @@ ZEL_Parm *childOf(const ZEL_Parm &ramp, const KIT_WorkBuffer &prefix, const char
     return parm && parm->getMultiParmOwner() == ramp.getInstance() ? parm : nullptr;
 }
 
-/// An ordinal set from a word lets go of its channel, which would stay in the collection and be
-/// linked again at the next look-up of channels.
+/// An ordinal set from a word deletes its channel, which would otherwise stay in the collection and
+/// be linked again at the next look-up of channels.
 void clearOrdinalChannels(ZEL_Parm &parm)
 {
     constexpr bool sendEvent = false;

@@ -304,7 +304,7 @@ bool ZEL_ScriptParm::parseExport(DS_Stream &stream, const Context &, const Keywo
 }
 
 // -------------------------------------------------------------------- //
-// Keywords that stand alone
+// Keywords without arguments
 // -------------------------------------------------------------------- //
 
 bool ZEL_ScriptParm::parseBaseParm(DS_Stream &, const Context &, const Keyword &)

@@ -1,9 +1,9 @@
-// From one version of a node's interface to the next: a stream that the first version saved goes into
-// a node of the present one, and a node that lives gets the present interface under its values.
+// From one version of a node's interface to the next: a stream that the first version saved is loaded
+// into a node of the present one, and a live node gets the present interface and keeps its values.
 //
 //     migration
 //
-// Prints what was carried and tells the rest. Exit 1 if a file is at fault.
+// Prints what was carried over and reports the rest. Exit 1 if a file is malformed or can't be read.
 
 #include "../node/ZELX_Node.h"
 
@@ -34,7 +34,7 @@ namespace
 class Interface
 {
 public:
-    /// False, with a message on standard error, if the file is at fault.
+    /// False, with a message on standard error, if the file is malformed or can't be read.
     bool read(const std::string &file)
     {
         errno = 0;
@@ -67,7 +67,7 @@ private:
     std::unique_ptr<ZEL_Template[]> myTemplates;
 };
 
-/// Names that the node has no place for are told and skipped; only a broken stream is a fault.
+/// Names that the node has no place for are reported and skipped; only a broken stream is an error.
 bool load(ZELX_Node &node, const std::string &file)
 {
     errno = 0;
@@ -119,7 +119,7 @@ int run()
     }
     ZELX_Node root;
 
-    // A saved stream: old names are mapped, what is unknown is told.
+    // A saved stream: old names are mapped, unknown ones are reported.
     ZELX_Node &loaded = *root.addChild("loaded", present.templates());
     loaded.addRename("birthrate", "rate");
     if (!load(loaded, folder + "emitter_v1.parms")) {
@@ -136,7 +136,7 @@ int run()
     }
     print("with what is gone kept as spare parameters", keeping, oneSecond);
 
-    // A node that lives: the list is made anew under its values.
+    // A live node: its list is rebuilt and keeps its values.
     ZELX_Node &living = *root.addChild("living", first.templates());
     if (!load(living, folder + "emitter_v1.parms")) {
         return 1;

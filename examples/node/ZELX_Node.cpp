@@ -77,7 +77,7 @@ void ZELX_Node::applyDefaultPreset()
 {
     const int preset = myPresets ? myPresets->getDefaultPreset() : -1;
     if (preset >= 0) {
-        // An error of before, not read yet, is none of this load's.
+        // An earlier error that wasn't read yet must not count as one of this load.
         KIT_ErrorManager::Scope scope(BASgetSTID());
         myPresets->loadPresetFile(myParms.get(), myPresets->getPresetPath(preset));
         scope.getOuterManager().stealErrors(scope.getManager());
@@ -176,7 +176,7 @@ bool ZELX_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNam
 
 void ZELX_Node::renewParms(ZEL_Template *templates, const char *nodeType)
 {
-    // Defaults wait: what is taken over needs none, and they mustn't touch its channels.
+    // Defaults are applied later: what is taken over needs none, and they mustn't touch its channels.
     constexpr bool buildDefaults = false;
     constexpr bool deleteChannels = false;
     constexpr bool forceCopy = false;

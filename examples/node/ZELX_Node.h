@@ -10,9 +10,9 @@
 ///             templates, which must outlive it, and its parent.
 /// Threads:    evaluation of all nodes of a tree from any thread at once, references included.
 ///             Everything that changes a node, a variable or the tree belongs to one thread, while
-///             nobody evaluates.
-/// Errors:     look-ups answer null or false. Loading channels reports through the thread's error
-///             manager and answers false.
+///             no thread evaluates.
+/// Errors:     look-ups return null or false. Loading channels reports to the thread's error
+///             manager and returns false.
 ///
 /// The slots of ZEL_ParmOwner below are filled as far as a plain tree of nodes needs: a fuller
 /// application adds menu scripts and data references where these say that there are none.
@@ -43,9 +43,9 @@ class ZEL_Template;
 class ZELX_Node : public ZEL_ParmOwner, public TRK_PathResolver
 {
 public:
-    /// Told of each change: the list's change types, and the parameter's index, -1 for none.
+    /// Called for each change: the list's change types, and the parameter's index, -1 for none.
     using ChangeCallback = std::function<void(ZELX_Node &, TRK_CHANGE_TYPE, int parmIndex)>;
-    /// Told of a button, and of a parameter whose dependencies may have changed.
+    /// Called for a button, and for a parameter whose dependencies may have changed.
     using DependencyCallback = std::function<void(ZELX_Node &, int parmIndex)>;
 
     /// The table under which presets of these nodes are kept.
@@ -86,7 +86,7 @@ public:
     bool loadChannels(KIT_IStream &is);
     /// The presets of the node's type; null for a node without one.
     ZEL_PresetInfo *getPresets() { return myPresets.get(); }
-    /// Links each parameter to the channels of its names, as after channels came or went.
+    /// Links each parameter to the channels of its names, as after channels were added or removed.
     void linkChannels() { myParms->reloadChannelPtrs(); }
     ///@}
 
@@ -119,9 +119,9 @@ public:
     /// The whole new set, null for none.
     void setSpareParms(const ZEL_Template *templates);
     const ZELX_SpareParms &getSpareParms() const { return mySpares; }
-    /// Makes the list anew from other templates, borrowed from now on, and takes over what has the
-    /// same token and kind: values, locks, channels, items, and the spare parameters. What stands
-    /// at its default takes the new one. The old list, and all pointers into it, are gone then.
+    /// Rebuilds the list from other templates, borrowed from now on, and takes over what has the
+    /// same token and kind: values, locks, channels, items, and the spare parameters. What is at
+    /// its default takes the new one. The old list is destroyed, and pointers into it end.
     void renewParms(ZEL_Template *templates, const char *nodeType = nullptr);
     ///@}
 
@@ -136,10 +136,10 @@ public:
     }
     /// A variable of this node and of all below it, for expressions and texts as `$NAME`.
     void setVariable(const std::string &name, const std::string &value);
-    /// What keeps the dependencies of the whole tree, null for none. Set by itself.
+    /// What keeps the dependencies of the whole tree, null for none. The graph sets itself.
     void setGraph(ZELX_NodeGraph *graph) { getRoot()->myGraph = graph; }
     ZELX_NodeGraph *getGraph() { return getRoot()->myGraph; }
-    /// Goes up whenever parameters come or go: caches by parm index are then out of date.
+    /// Increases whenever parameters are added or removed: caches by parm index are then stale.
     std::uint32_t getStructureVersion() const { return myStructureVersion; }
     ///@}
 
@@ -167,7 +167,7 @@ public:
     void pushScriptContext(std::unique_ptr<ZEL_ParmOwnerContext> &scope) override;
     void *ownerHook() override { return nullptr; }
     void adjustExpandedPath(KIT_String &) override {}
-    /// Its channels and values, the sections that every preset may have.
+    /// Writes channels and values, the sections that every preset may have.
     bool savePresetContents(std::ostream &os) override;
     /// The node has no sections of its own.
     bool loadPresetSection(const char *, KIT_IStream &) override { return false; }
@@ -202,11 +202,11 @@ private:
     ChangeCallback myChangeCallback;
     DependencyCallback myDependencyCallback;
     std::uint32_t myStructureVersion = 0;
-    // Parameters look at their templates until they are gone.
+    // Parameters read their templates until they are destroyed.
     ZELX_SpareParms mySpares;
     std::unique_ptr<ZEL_PresetInfo> myPresets;
-    // The order matters: parameters give their channels back, so they must go first, and the
-    // children before either.
+    // The order matters: parameters give their channels back, so they must be destroyed first, and
+    // the children before either.
     TRK_Collection myChannels;
     std::unique_ptr<ZEL_ParmList> myParms;
     std::vector<std::unique_ptr<ZELX_Node>> myChildren;

@@ -100,7 +100,7 @@ LNK_MicroNode &ZELX_NodeGraph::getWholeNode(ZELX_Node &node)
 ZEL_ParmMicroNode *ZELX_NodeGraph::makeMicroNode(ZELX_Node &node, ZEL_Parm &parm, int component)
 {
     if (!parm.hasMicroNodes()) {
-        // A fresh node knows nothing of time: it takes over what the channels say.
+        // A fresh node has no time dependence yet: it takes over that of the channels.
         std::uint32_t timeDependentField = 0;
         for (int i = 0; i < parm.getVectorSize(); ++i) {
             timeDependentField |= std::uint32_t(parm.isTimeDependent(i)) << (i & 31);
@@ -157,7 +157,7 @@ void ZELX_NodeGraph::rebuildParm(ZELX_Node &node, int parmIndex, ZEL_Parm &parm,
 
 void ZELX_NodeGraph::clearReferences(ZEL_Parm &parm, int component)
 {
-    // Taking inputs off clears marks of the whole list: not where there are none.
+    // Removing inputs clears flags of the whole list: don't where there are none.
     if (parm.hasMicroNodes() && parm.microNode(component)->getNumInputs() > 0) {
         parm.microNode(component)->clearInputs();
     }
@@ -265,7 +265,7 @@ int ZELX_NodeGraph::update(double time)
         forEachParm(node, [&](int parmIndex, ZEL_Parm &parm) {
             for (int i = 0; parm.hasMicroNodes() && i < parm.getVectorSize(); ++i) {
                 if (parm.microNode(i)->requiresUpdate()) {
-                    // What it has read before may be something else than what it reads now.
+                    // What it read before may differ from what it reads now.
                     const Reader reader{&node, &parm, i};
                     clearReferences(parm, i);
                     parm.buildOpDependencies(ZEL_RefId(parmIndex, i), BASgetSTID());

@@ -7,11 +7,11 @@
 ///             the graph node of all cookable parameters of a node.
 /// Units:      parm indices as in ZEL_ParmList; times in seconds.
 /// Ownership:  owns the whole nodes; the nodes of components belong to the parameters. Borrows the
-///             tree. Either of the two may go first.
+///             tree. Either of the two may be destroyed first.
 /// Threads:    the thread that changes the tree, while nothing evaluates.
-/// Errors:     none: a reference that leads nowhere makes no edge, and what goes wrong when an
-///             expression is evaluated for its references is not reported.
-/// Cost:       a tree without one pays a look at a pointer for each change. Only components that
+/// Errors:     none: a reference to nothing makes no edge, and errors of an expression that is
+///             evaluated for its references are not reported.
+/// Cost:       a tree without a graph pays a look at a pointer for each change. Only components that
 ///             refer to something, or are referred to, get a graph node.
 ///
 /// Literal names are taken from all of an expression. Names that it computes are those that it read
@@ -48,18 +48,18 @@ public:
     ZELX_NodeGraph &operator=(const ZELX_NodeGraph &) = delete;
 
     void setDirtyCallback(DirtyCallback callback) { myDirtyCallback = std::move(callback); }
-    /// Finds the references of all parameters anew, as after nodes or channels came or went.
+    /// Finds the references of all parameters anew, as after nodes or channels were added or removed.
     void rebuild(double time);
     /// The same for one parameter; nothing is pushed.
     void rebuild(ZELX_Node &node, int parmIndex, double time);
-    /// Evaluates each component that is dirty, whose references are then those of that time, and makes
-    /// it clean. How many those were.
+    /// Evaluates each dirty component, whose references are then those of that time, and makes it
+    /// clean. Returns how many there were.
     int update(double time);
     /// Made on first request.
     LNK_MicroNode &getWholeNode(ZELX_Node &node);
 
     /// The graph in the DOT language: components and whole nodes by their paths, in the order of the
-    /// tree, as far as an edge leads to or from them. Dirty ones are filled, time dependent ones have
+    /// tree, those that have an edge. Dirty ones are filled, time dependent ones have
     /// a double edge.
     void writeDOT(std::ostream &os);
 
@@ -72,7 +72,7 @@ public:
     /// A text of the node refers to something.
     void referenceFound(ZELX_Node &node, const TRK_Referrer &from, const KIT_StringRef &path,
                         const KIT_StringRef &name);
-    /// The tree is about to go.
+    /// The tree is about to be destroyed.
     void treeRemoved();
     ///@}
 

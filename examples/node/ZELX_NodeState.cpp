@@ -15,8 +15,8 @@
 namespace
 {
 
-/// What was written. A stream keeps the exception of memory that it didn't get to itself, and half a
-/// text would be put back for the whole one.
+/// What was written. A stream swallows std::bad_alloc, and half a text would be restored as the
+/// whole one.
 std::string wholeText(const std::ostringstream &os)
 {
     if (!os) {
@@ -71,7 +71,7 @@ void replaceAliases(ZELX_Node &node, const std::string &text)
     parms.loadChannelAliases(is, nullptr);
 }
 
-/// The counts of blocks alone, for which it is no news that their channels aren't there yet.
+/// Restores the counts of blocks alone; that their channels don't exist yet is not reported.
 void restoreItems(ZEL_ParmList &parms, const ZEL_UndoDataArray &values)
 {
     const KIT_ErrorManager::Scope quiet(BASgetSTID());

@@ -7,8 +7,8 @@
 /// Errors:     what a restore can't do is reported to the thread's error manager as a load would.
 /// Cost:       linear in the node, a partial one in the parameters it has.
 ///
-/// Spare parameters that came later stay, overrides are left alone, and so is what a stream doesn't
-/// take back either: flags, labels and colours that were given to a parameter.
+/// Spare parameters that were added later stay. Overrides are left alone, and so is what a stream
+/// doesn't restore either: flags, labels and colours that were given to a parameter.
 #pragma once
 
 #include <ZEL/ZEL_UndoData.h>

@@ -39,7 +39,7 @@ std::unique_ptr<ZEL_Template[]> copies(const std::vector<const ZEL_Template *> &
     return templates;
 }
 
-/// A token that is said twice means its last description.
+/// Of a token that occurs twice the last description counts.
 std::vector<const ZEL_Template *> lastOfEach(const std::vector<const ZEL_Template *> &descriptions)
 {
     std::set<std::string> tokens;
@@ -87,7 +87,7 @@ void ZELX_SpareParms::rebuild(ZEL_ParmList &list, const Descriptions &descriptio
     constexpr bool forceCopy = false;
     std::unique_ptr<ZEL_Template[]> fresh = copies(lastOfEach(descriptions));
     list.updateSpareParmTemplates(fresh.get(), forceCopy);
-    // Only now is nothing made on the old ones any more.
+    // Only now are the old templates no longer in use.
     myTemplates = std::move(fresh);
 }
 

@@ -8,7 +8,7 @@
 /// Ownership:  owns the templates that spare parameters are made on, copies of what it is given; what
 ///             those point to is borrowed and must outlive the node's list, and so must this.
 /// Threads:    the one that owns the list, between cooks.
-/// Errors:     operations that may find nothing to do answer false or null.
+/// Errors:     operations that may find nothing to do return false or null.
 /// Cost:       each change of the set rebuilds it: pointers to spare parameters don't outlive one.
 #pragma once
 
@@ -39,7 +39,7 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// The templates, up to a terminator, are the whole set from now on; null for none. What keeps
-    /// its token keeps its value. Of a token that is said twice the last description counts.
+    /// its token keeps its value. Of a token that occurs twice the last description counts.
     void set(ZEL_ParmList &list, const ZEL_Template *templates);
     /// One more; null if the list has the token, or if the description makes no parameter.
     ZEL_Parm *add(ZEL_ParmList &list, const ZEL_Template &description);
@@ -48,7 +48,7 @@ public:
     /// Up to a terminator.
     const ZEL_Template *getTemplates() const { return myTemplates.get(); }
     /// Gives a list that is to replace the node's the same spare parameters, but for those whose
-    /// tokens it has; no defaults are applied. The templates that they had so far are the answer:
+    /// tokens it has; no defaults are applied. Returns the templates that they had so far:
     /// the old list needs them to its end.
     std::unique_ptr<ZEL_Template[]> moveTo(ZEL_ParmList &list);
     ///@}

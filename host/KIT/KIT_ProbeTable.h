@@ -1,14 +1,14 @@
 /// \file KIT_ProbeTable.h
-/// A hash table by name whose entries stand in one array: what the tables of names and tokens share.
+/// A hash table by name with all entries in one array: what the tables of names and tokens share.
 ///
-/// Vocabulary: *slot* = a place of the array, and what stands there; it is empty while its name is
-///             in the null state. *home* = the slot where a name's look-up starts. Entries stand in
-///             ascending order of home, those that are displaced next to their home: above it, or
-///             below where the array ends. *sizing* = where homes are and how far a table fills.
+/// Vocabulary: *slot* = a place of the array and its contents; it is empty while its name is in the
+///             null state. *home* = the slot where a name's look-up starts. Entries are in
+///             ascending order of home; a displaced one is near its home: above it, or below it at
+///             the end of the array. *sizing* = where homes are and how far a table fills.
 /// Ownership:  owns its slots. Pointers to them last until the next insertion or removal.
-/// Threads:    look-ups from any thread while nobody changes the table; no lock.
+/// Threads:    look-ups from any thread while no thread changes the table; no lock.
 /// Errors:     out of memory throws std::bad_alloc, and then nothing has changed.
-/// Cost:       a look-up is the home and a short probe. Only growing allocates.
+/// Cost:       a look-up is the home slot and a short probe. Only growing allocates.
 ///
 /// A slot has `const KIT_StringRef &key() const`, is made empty, and neither throws on a move nor
 /// keeps its name when it is moved from.
@@ -117,7 +117,7 @@ private:
     uint32_t homeOf(const KIT_StringRef &name) const { return this->home(name.hash(), myCapacity); }
     uint32_t homeAt(uint32_t index) const { return homeOf(mySlots[index].key()); }
 
-    /// The number of entries is the word behind the last slot.
+    /// The number of entries is stored right after the last slot.
     uint32_t &usedCount() const { return *reinterpret_cast<uint32_t *>(mySlots + myCapacity); }
     void grow(size_t capacity);
     uint32_t place(const KIT_StringRef &name);
@@ -183,7 +183,7 @@ Slot *KIT_ProbeTable<Slot, Sizing>::find(const KIT_StringRef &name) const
             return &mySlots[i];
         }
     } while (++i < myCapacity);
-    // The run reaches the end of the array: entries that found no place above stand below.
+    // The run reaches the end of the array: entries that found no place above are below.
     for (i = start; i-- > 0;) {
         if (isEmpty(i)) {
             return nullptr;
@@ -231,7 +231,7 @@ uint32_t KIT_ProbeTable<Slot, Sizing>::place(const KIT_StringRef &name)
 template <class Slot, class Sizing>
 uint32_t KIT_ProbeTable<Slot, Sizing>::makeRoomBelow(uint32_t wanted, uint32_t at)
 {
-    // Entries of later homes that stand below theirs.
+    // Skip entries of later homes that are below theirs.
     while (!isEmpty(at - 1) && homeAt(at - 1) > wanted) {
         --at;
     }
@@ -248,7 +248,7 @@ void KIT_ProbeTable<Slot, Sizing>::erase(Slot *slot)
 {
     const uint32_t removed = static_cast<uint32_t>(slot - mySlots);
     uint32_t gap = removed;
-    // Entries that stand below their home reach it over the gap: they move up, and what is between.
+    // Entries below their home move up towards it over the gap, with those in between.
     for (uint32_t i = gap; i-- > 0 && !isEmpty(i);) {
         if (homeAt(i) > i) {
             std::move_backward(mySlots + i, mySlots + gap, mySlots + gap + 1);
@@ -256,7 +256,7 @@ void KIT_ProbeTable<Slot, Sizing>::erase(Slot *slot)
         }
     }
     if (gap == removed) {
-        // There are none: those that stand above their home move down.
+        // There are none: entries above their home move down.
         for (; gap + 1 < myCapacity && !isEmpty(gap + 1) && homeAt(gap + 1) <= gap; ++gap) {
             mySlots[gap] = std::move(mySlots[gap + 1]);
         }

@@ -79,7 +79,7 @@ inline std::string takeDataMessages()
     return text;
 }
 
-/// Notes what it is asked: "index parm component at time;".
+/// Records what it is asked: "index parm component at time;".
 struct DataOwner : TestOwner
 {
     ZEL_Parm *followChannelReference(int index, double time, int parmIndex, int &component) override

@@ -287,7 +287,7 @@ TEST(Data, AReferenceToItselfEnds)
     p.owner.referencedParm = p.parm;
     EXPECT_EQ(p.item(), nullptr);
     EXPECT_NE(takeMessages(), "") << "and is told";
-    // The count starts anew.
+    // The count restarts.
     OneData other;
     other.setDict("{\"a\":1}");
     p.owner.referencedParm = other.parm;
@@ -510,7 +510,7 @@ TEST(Data, CommandsCarryTypedTexts)
     p.data().setData(nullptr, 0.0, 0);
     EXPECT_EQ(p.command(0, 0), " ( \"\" )");
 
-    // Set: the channel stays, locked components are skipped, and no ":" empties.
+    // Set: the channel stays, locked components are skipped, and an argument without ":" empties.
     p.instance->setLockedFlag(1, true);
     p.instance->clearAllDirtyFlags();
     EXPECT_EQ(p.loadArguments({"(", dict.c_str(), "test_note:m", "word", ")", "rest"}, true), 5);

@@ -66,7 +66,7 @@ TEST(Json, ReadsBinaryOfOtherWriters)
         {"817f6161626263ff", "[\"abc\"]"},                            // a text in pieces
         {"81c001", "[1]"},                                            // a tag
         {"83f93c00f90001f9c000", "[1.0,5.960464477539063e-08,-2.0]"}, // half precision
-        {"82f97c00f97e00", "[null,null]"}, // numbers that JSON has no word for
+        {"82f97c00f97e00", "[null,null]"}, // numbers that JSON can't write
         {"81fa3fc00000", "[1.5]"},         // single precision
         {"81f7", "[null]"},                // undefined
         {"811bffffffffffffffff", "[18446744073709551616.0]"},

@@ -193,7 +193,7 @@ private:
                               ZEL_Template(ZEL_STRING, 1, &spareText), ZEL_Template()};
 
 public:
-    // Last, so that it goes before what it borrows.
+    // Last, so that it is destroyed before what it borrows.
     mutable ZELX_Node node;
 };
 

@@ -274,7 +274,7 @@ TEST(FailureLoops, EveryCutOfAScriptIsTold)
         SCOPED_TRACE(text);
         const Dialog cut(text);
         ASSERT_FALSE(cut.okFlag);
-        // Whoever asks for these blocks tells that they don't open.
+        // That one of these blocks doesn't open is reported by the caller of the parser.
         const std::string last = text.substr(text.find_last_of(" \n", length - 2) + 1);
         const std::string word = last.substr(0, last.find(' '));
         const std::set<std::string> silent = {"help", "parm", "default", "range"};

@@ -150,7 +150,7 @@ bool runRefused(long n, Refusal refusal, const std::function<void()> &work)
 enum class Texts
 {
     READ,
-    PASS_OVER ///< a text that got no memory is empty: that is told in the count of refusals
+    PASS_OVER ///< a text that got no memory is empty: the count of refusals shows it
 };
 
 std::string componentText(const ZEL_ParmList &list, int parmIndex, int index, Texts texts)
@@ -221,7 +221,7 @@ public:
     std::string text(Texts texts)
     {
         EXPECT_EQ(channels.getValueSource() != nullptr, list != nullptr);
-        // Whoever listens has to be alive.
+        // Each listener must still exist.
         channels.deleteChannel(channels.addChannel("probe"));
         return list ? textOf(*list, texts) : "";
     }

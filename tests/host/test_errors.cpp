@@ -179,7 +179,7 @@ TEST(Errors, StoredMessagesAreBounded)
     EXPECT_EQ(messages(manager, KIT_ERROR_ABORT),
               "Error (Common 15): Further messages were dropped: 5002\n");
 
-    // The counts add up, and the severity goes along, when one full list takes another.
+    // When one full list takes another, the counts add up and the severity is taken over.
     KIT_ErrorManager full;
     for (int64_t i = 0; i < most + 10; ++i) {
         full.commonMessage(1);

@@ -259,7 +259,7 @@ TEST(Instances, ReloadFindsChannelsByTokenThenByAliasAndRevertsTheRest)
     p.getValue(nullptr, 0.0, value, 2, 1);
     EXPECT_EQ(value, 9.0);
 
-    // Locks reach channels here only, and a channel that is gone leaves its slot.
+    // Only here do locks reach channels, and a deleted channel empties its slot.
     p.setLockedFlag(0, false);
     EXPECT_TRUE(first->getLocked());
     rig.channels.deleteChannel(second);
@@ -423,7 +423,7 @@ TEST(Instances, TimeDependenceReachesTheListByTheBehaviourWord)
         EXPECT_FALSE(p.isTimeDependent(0));
         EXPECT_EQ(p.isTimeDependent(-1), c.list);
     }
-    // The node's mark stands in front of the channel's answer.
+    // The node's flag takes precedence over the channel's answer.
     Rig rig(1);
     Probe &p = *rig.build().probe;
     p.addChannel(0, "$F", TRK_LANGUAGE_NATIVE);
@@ -549,7 +549,7 @@ TEST(Instances, ConstNodesStandFirstAmongTheOutputs)
     ASSERT_EQ(links.entries(), 1);
     EXPECT_EQ(links[0], &node);
 
-    // Dirtiness goes through the companion.
+    // Dirtiness is propagated through the companion.
     constNode.setDirty(false, false);
     behindConst.setDirty(false, false);
     node.propagateDirty(nullptr, false);

@@ -218,7 +218,7 @@ TEST(CommandMenus, AreThePairsOfTheOutput)
     {
         const char *output, *contents;
     } const cases[] = {
-        {"a \"Label A\" b", "a=Label A"}, // the odd word goes
+        {"a \"Label A\" b", "a=Label A"}, // a token without a label is dropped
         {"a 'Label A'\nb \"it's\"", "a=Label A b=it's"},
         {"  a\tA\r\n b B ", "a=A b=B"},
         {"'' nothing", "=nothing"},

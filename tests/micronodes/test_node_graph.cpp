@@ -40,7 +40,7 @@ void setExpression(ZELX_Node &node, const char *token, int component, const std:
         0.0, text.c_str(), TRK_LANGUAGE_NATIVE, component, evaluate, deleteChannel, thePropagate);
 }
 
-/// Two nodes, /a and /b, under a graph that notes what gets dirty.
+/// Two nodes, /a and /b, under a graph that records what becomes dirty.
 struct Pair
 {
     Pair()
@@ -169,7 +169,7 @@ TEST(NodeGraph, ParametersComeAndGoUnderTheirEdges)
     setExpression(*pair.b, "t", 0, "ch('../a/s') + ch('../a/w')");
     EXPECT_EQ(pair.change(*pair.a, "s"), "/a/s /b/tx");
 
-    // New parameters in the place of the old ones take over the nodes, with those who read them.
+    // New parameters that replace the old ones take over their graph nodes, readers included.
     ASSERT_TRUE(pair.a->addSpareParm(spares[1]));
     EXPECT_EQ(pair.change(*pair.a, "s"), "/a/s /b/tx");
     pair.a->renewParms(theTemplates, "plain");
@@ -306,7 +306,7 @@ private:
         myReaders[std::size_t(component)].push_back(reader);
         text += (text.empty() ? "" : " + ") + reference(component);
     }
-    /// A chain goes on, starts, or joins others; one in four components reads nothing.
+    /// Continues, starts or joins chains; one in four components reads nothing.
     void connect(int component)
     {
         std::string text;

@@ -53,7 +53,7 @@ TEST(MicroNodeThreads, AllGetOneArrayOfEach)
     ZEL_ParmMicroNode *nodes[theThreads][theParms];
     ZEL_ConstMicroNode *companions[theThreads][theParms];
     together([&](int t) {
-        // Half of them come to a parameter by its companions.
+        // Half of the threads request a parameter's companion first.
         for (int i = 0; i < theParms; ++i) {
             if (t % 2 == 0) {
                 nodes[t][i] = rig.list->parmMicroNode(i, 1);

@@ -28,7 +28,7 @@ TEST(MicroNodes, AreMadeByTheFirstWish)
     }
     EXPECT_EQ(rig.list->getMicroNodesMemoryUsage(), 0);
 
-    // The companion brings the component's own nodes with it; other parameters stay without.
+    // The companion creates the component's own node, too; other parameters get none.
     ZEL_ConstMicroNode *companion = rig.list->constParmMicroNode(0, 1);
     ASSERT_TRUE(companion);
     EXPECT_TRUE(rig.list->hasParmMicroNode(0));
@@ -82,7 +82,7 @@ TEST(MicroNodes, ListWalksFollowTheOrderOfParameters)
     list.clearMicroNodeInputs();
     EXPECT_EQ(list.getNumParmInputs(), 0);
 
-    // The companion's own input is not an edge that clearing takes off.
+    // Clearing doesn't remove the companion's own input.
     KIT_Array<LNK_MicroNode *> inputs;
     list.constParmMicroNode(0, 0)->getInputs(inputs);
     EXPECT_EQ(nodeNames(inputs), "p0:0");
@@ -215,7 +215,7 @@ TEST(MicroNodes, TheWholeNodeIsPushedOncePerWalk)
         EXPECT_EQ(rig.list->getNumSendExtra(), 5);
         EXPECT_EQ(push(*rig.list, -1, &whole, theChanged), one.pushes ? "other p2:0" : "p2:0");
         EXPECT_EQ(whole.isDirty(), one.pushes == 1);
-        // Also where neither a node nor the whole one was pushed.
+        // Cleared even where neither a node nor the whole one was pushed.
         EXPECT_EQ(rig.list->getNumSendExtra(), 0);
         rig.instance(0).setSendExtra(0);
         bool used = true;
@@ -265,7 +265,7 @@ TEST(MicroNodes, TheCallbackMayRemoveParameters)
                 removed = true;
             },
             nullptr, theChanged);
-        // What moves down into a place that was passed waits for the next push.
+        // A parameter that moves down to an index already passed is pushed the next time.
         EXPECT_EQ(told, one.told);
         EXPECT_EQ(list.getEntries(), 4 - int(one.removed.size()));
     }
@@ -346,8 +346,8 @@ TEST(MicroNodes, TheCallbackMayMoveThem)
         bool away;
         const char *told;
     };
-    // Away: the rest is not this parameter's any more. Others in their place: the way goes on there,
-    // and what has read the former ones was collected before.
+    // Moved away: the remaining nodes are no longer this parameter's. Replaced: the push continues with
+    // the new ones; the readers of the former ones were collected before.
     const Case cases[] = {{true, "p0:0 other"}, {false, "p0:0 other p0:1 p0:2"}};
     for (const Case &one : cases) {
         MicroNodeList rig({{ZEL_FLT, 3}}), second({{ZEL_FLT, 3}});

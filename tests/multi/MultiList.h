@@ -67,7 +67,7 @@ inline std::string number(double value)
     return KIT_Digits(value).buffer();
 }
 
-/// A parameter's components, or the items of a multi-parameter, which isn't evaluated for it.
+/// A parameter's components, or the number of a multi-parameter's items, without evaluating it.
 inline std::string valueText(const ZEL_Parm &parm)
 {
     if (parm.isMultiParm()) {
@@ -106,7 +106,7 @@ public:
     MultiList(const MultiList &) = delete;
     MultiList &operator=(const MultiList &) = delete;
 
-    /// The list of what `top` holds; without anything there, of "points".
+    /// Builds the list from what `top` holds; if that is empty, from "points".
     void build(double count = 0.0, ZEL_Range *range = nullptr, ZEL_SpareData *spare = nullptr)
     {
         top.addMulti(ZEL_MULTITYPE_LIST, "points", items.templates(), count, range, spare);
@@ -121,7 +121,7 @@ public:
     ZEL_Parm &parm(const char *token)
     {
         ZEL_Parm *found = list->getParmPtr(token);
-        // Asking for what is not there ends in a parameter without an instance.
+        // An unknown token gives a parameter without an instance.
         return found ? *found : *myAbsent;
     }
     ZEL_Multi &multi(const char *token = "points")
@@ -166,7 +166,7 @@ private:
     std::unique_ptr<ZEL_Parm> myAbsent{new ZEL_Parm(static_cast<ZEL_Template *>(nullptr), nullptr)};
 };
 
-/// Puts a setting of the process back at the end.
+/// Restores a setting of the process at the end of a scope.
 class ScopedSetting
 {
 public:

@@ -1,4 +1,4 @@
-// The count of a multi-parameter: what drives it, what it is held to, and what finds its items.
+// The count of a multi-parameter: what drives it, what limits it, and what finds its items.
 
 #include "MultiList.h"
 
@@ -97,7 +97,7 @@ TEST(MultiCount, NumbersStartAtTheOffset)
         p.build(2.0, nullptr, &spare);
         EXPECT_EQ(expected, p.text());
     }
-    // Past the largest number the name is taken by the item before.
+    // A number above the largest one gives the name of the previous item, which is taken.
     MultiList p;
     ZEL_SpareData spare({"multistartoffset", "2147483647"});
     p.build(0.0, nullptr, &spare);
@@ -382,7 +382,7 @@ TEST(MultiCount, TheOwnerMayReadTheListWhenItHears)
     p.set("pt1", 5.0);
     p.parm("points").swapMultiParmItem(0, 1);
     EXPECT_EQ("points=2 pt1=0 pt2=5", p.text()) << owner.seen;
-    // At the end the list is going: what is asked for isn't there.
+    // While the list is being destroyed, a look-up finds nothing.
     owner.list = p.list.get();
     p.list->clearParmOwner();
 }
@@ -418,7 +418,7 @@ TEST(MultiItem, TextsTakeTheNumbers)
     EXPECT_STREQ("{ pt2 == 1 }", text.c_str());
     EXPECT_EQ(&shared, p.parm("points").findMultiParmTemplate("plain1")->getFactoryDefaults());
     EXPECT_EQ(child[1].getChoiceListPtr(), p.parm("on1").getChoiceListPtr());
-    // Items that are removed leave nothing of it.
+    // Removed items free all of it.
     const std::int64_t before = p.multi().getMemoryUsage(true);
     p.setCount(9.0);
     EXPECT_GT(p.multi().getMemoryUsage(true), before + 7 * std::int64_t(sizeof(ZEL_Template)));
@@ -528,7 +528,7 @@ TEST(MultiLookUp, ANameBringsItsItem)
     for (const Case &c : cases) {
         MultiList p;
         p.items.add(ZEL_FLT, 1, "w#");
-        // A token with a number of its own means no item: claimed, and nothing changes.
+        // A token with digits of its own names no item: the name is claimed, and nothing changes.
         p.items.add(ZEL_FLT, 1, "v2");
         p.build(2.0);
         EXPECT_EQ(c.claimed, p.list->checkMultiParmInstance(c.name, false)) << c.name;
@@ -549,7 +549,7 @@ TEST(MultiLookUp, OneBudgetServesAWholeLoad)
     EXPECT_TRUE(p.list->checkMultiParmInstance("pt4", false));
     EXPECT_TRUE(p.list->checkMultiParmInstance("pt8", false));
     EXPECT_EQ(8, p.multi().getMultiParmNumItems()) << "each call by itself outside a load";
-    // 4 items and one for each byte: 12 and 14 take 6 of them.
+    // The budget is 4 items and one for each byte: 12 and 14 use 6 of them.
     const std::string stream = "{ version 0.8 points ( 12 ) pt14 ( 1 ) pt66 ( 1 ) }";
     const int budget = 4 + int(stream.size());
     ASSERT_TRUE(66 - 14 > budget - 6 && 66 - 14 <= budget);
@@ -560,7 +560,7 @@ TEST(MultiLookUp, OneBudgetServesAWholeLoad)
 }
 
 // ---------------------------------------------------------------------- //
-// Names that clash in a load, and what goes early
+// Names that clash in a load, and parameters that are removed early
 // ---------------------------------------------------------------------- //
 
 TEST(MultiClash, ALoadSettlesIt)
@@ -640,7 +640,7 @@ TEST(MultiClash, NoParameterOutlivesItsDescription)
     MultiList p;
     p.build();
     p.setCount(3.0);
-    // A later parameter takes the name, and one item's goes by other hands.
+    // A later parameter takes an item's name, and one item's parameter is removed by the caller.
     ZEL_Name name("pt2", "Other");
     ZEL_Template description(ZEL_FLT, 1, &name);
     ZEL_Parm *other = new ZEL_Parm(&description, p.list.get());
@@ -674,7 +674,7 @@ TEST(MultiClash, AMultiThatLeavesTakesItsItemsAlong)
     EXPECT_EQ("parmRemoved 1; parmRemoved 2; parmRemoved 1; multiInstancesChanged",
               p.owner.takeCalls());
 
-    // Not in any list, it makes and removes them all the same.
+    // A multi-parameter that is in no list still makes and removes items.
     {
         ZEL_Parm loose(&description, p.list.get());
         double value = 0.0;

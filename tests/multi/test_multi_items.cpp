@@ -324,7 +324,7 @@ TEST(MultiCopy, ADuplicateMakesItsOwnItems)
 
 TEST(MultiAdopt, LeftoverParametersGiveTheirState)
 {
-    // As after a load that brought the parameters before the count.
+    // As after a load in which the parameters came before the count.
     MultiList p;
     p.items.add(ZEL_XYZ, 3, "v#");
     p.build();

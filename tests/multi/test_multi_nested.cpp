@@ -39,7 +39,7 @@ TEST_F(Nested, DefaultsOfBlocksInBlocksShareWhatOneMayMake)
     const ScopedSetting limit(KIT_ENV_MAX_STREAM_ITEMS, 10);
     outerCount = 3.0;
     build(4.0);
-    // Three outside leave room for one of the three inside.
+    // Three outer items leave room for one of the three inner ones.
     EXPECT_EQ("ZEL 22", takeMessages()) << "told once";
     EXPECT_EQ(1 + 1 + 3 * 2 + 4, p.list->getEntries());
     count("outer", 0.0);
@@ -151,7 +151,7 @@ TEST_F(Nested, CopiesReachAllLevels)
     q.buildTop();
     q.multi("copy").copy(&p.multi("outer"));
     EXPECT_EQ("copy=2 b1=0 deep1=0 b2=0 deep2=1 y2_1=21", q.text());
-    // Neither end of the copy may take the other away.
+    // A copy may remove neither its source nor its destination.
     const std::string before = text();
     p.multi("outer").copy(&p.multi("in2"));
     EXPECT_EQ(before, text());
@@ -161,7 +161,7 @@ TEST_F(Nested, CopiesReachAllLevels)
 
 TEST_F(Nested, LeftoverInnerItemsSurviveTheirMulti)
 {
-    // A load settles a clash of nested multi-parameters: the items inside go over too.
+    // A load resolves a clash of nested multi-parameters: the inner items move over, too.
     build();
     Block second;
     second.addMulti(ZEL_MULTITYPE_LIST, "in#", inner.templates());
@@ -191,7 +191,7 @@ TEST_F(Nested, LeftoverInnerItemsSurviveTheirMulti)
 
 TEST_F(Nested, AnInnerItemTakesTheNameBesideItsMulti)
 {
-    // In a load "x1_1" of the inner block replaces "x1_1" of the outer one, just made itself.
+    // In a load "x1_1" of the inner block replaces the just created "x1_1" of the outer one.
     outer.add(ZEL_FLT, 1, "x#_1");
     build(1.0);
     const Loading loading;

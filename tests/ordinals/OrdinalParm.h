@@ -92,7 +92,7 @@ struct OrdinalParm : OneParm
         instance->setValue(0.0, to, TRK_MEANING_LITERAL, false, index, ZEL_ADDKEY_PENDING,
                            ZEL_KEYSET_PREFERENCE);
     }
-    /// The value, and the expression behind it if there is a channel: "3" or "3 = $F + 2".
+    /// The value, and the channel's expression if there is a channel: "3" or "3 = $F + 2".
     std::string state(int index = 0) const
     {
         const std::string number = std::to_string(value(index));

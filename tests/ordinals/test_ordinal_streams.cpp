@@ -150,7 +150,7 @@ TEST_F(OrdinalStreams, TextLoads)
         {&exclusive, "( [ gone a ] b )", true, "ZEL 4", "0", "1"},
         {&exclusive, "( [ gone ] a )", true, "ZEL 4", "1", "0"}, // the value stays
         {&exclusive, "( [ gone nope ] b )", true, "ZEL 4", "0", "1"},
-        // The bracket is missing: reported, and unlike for a float reading goes on.
+        // The bracket is missing: reported, and unlike for a float reading continues.
         {&exclusive, "( [ gone a b )", true, "ZEL 4; ZEL 0", "0", "1"},
     };
     for (const Case &c : cases) {
@@ -184,7 +184,7 @@ TEST_F(OrdinalStreams, AValueInTheChannelsPlace)
     EXPECT_EQ(p.channels.entries(), 1);
     EXPECT_EQ(p.value(), 1);
 
-    // Two components hold one channel: it goes once, and what takes its place stays.
+    // Two components hold one channel: it is deleted once, and what replaces it stays.
     OrdinalParm q(ZEL_ORD, 2);
     q.build().animate("$F");
     const std::string name = q.instance->getChannelToken(0).c_str();
@@ -248,7 +248,7 @@ TEST_F(OrdinalStreams, BinaryPackets)
     EXPECT_EQ(p.state(0) + p.state(1), "11");
     takeMessages();
 
-    // Options travel in the packets that all but floats share.
+    // Options are saved in the packets that all kinds but floats share.
     OrdinalParm q(ZEL_ORD), r(ZEL_ORD);
     q.build().instance->setLockedFlag(0, true);
     q.instance->setAutoSelectFlag(0, false);
@@ -291,7 +291,7 @@ TEST_F(OrdinalStreams, AScriptIsAskedWhenTheValueIsWanted)
     EXPECT_EQ(p.text(1), "7");
     EXPECT_EQ(p.value(1), 2);
 
-    // Reading a held token costs one run, and exclusive limits one for each read.
+    // Reading a pending token costs one run, and the limits of an exclusive menu one for each read.
     ZEL_ChoiceList loose(ZEL_CHOICELIST_REPLACE, "menu", TRK_SCRIPT_COMMAND);
     MenuOwner second;
     OrdinalParm q(ZEL_ORD, 1, &loose);
@@ -317,10 +317,10 @@ TEST_F(OrdinalStreams, AScriptIsAskedWhenTheValueIsWanted)
     q.instance->setDefaultsInitFlag(true);
     EXPECT_EQ(q.text(), "b");
 
-    // What only an old file writes goes to the channels at once.
+    // The form that only old files have is passed to the channels at once.
     ASSERT_TRUE(q.load("( !!ch(p) )"));
     EXPECT_EQ(q.expression(), "ch(p)");
-    // The binary form asks at once.
+    // The binary form runs the script at once.
     second.runs = 0;
     ASSERT_TRUE(q.load(packet(1, counted("b")) + theEnd, true));
     EXPECT_EQ(second.runs, 1);

@@ -150,7 +150,7 @@ TEST_F(Ordinals, TextIsATokenANumberOrAnExpression)
         {&exclusive, "1", "1"},         {&exclusive, "", "0"},
         {&exclusive, nullptr, "0"},     {&exclusive, "$F", "1 = $F"},
         {&exclusive, "1.2", "1 = 1.2"}, // no integer
-        {&numeric, "20", "1"},          // a token comes before a number
+        {&numeric, "20", "1"},          // a token takes precedence over a number
         {&numeric, "1", "1"},           {&tokenValued, "20", "20"},
         {nullptr, "-3", "-3"},          {nullptr, "5000000000", "2147483647"},
     };

@@ -413,7 +413,7 @@ TEST(Overrides, AScopeForgetsWhatIsDestroyedBeforeIt)
             EXPECT_EQ(kept.eval(0), 0.0);
         }
         EXPECT_EQ(kept.eval(0), 5.0);
-        // What comes to stand in the place of the one that is gone is not disabled.
+        // A later object that reuses the address of the destroyed one is not disabled.
         OverriddenParm next(2);
         next.override(0, 0);
         EXPECT_EQ(next.eval(0), 5.0);

@@ -1,4 +1,4 @@
-// The owner around a list, and what a list does for its parameters as a whole.
+// A list's owner, and what a list does for its parameters as a whole.
 
 #include <common/TestOwner.h>
 
@@ -427,7 +427,7 @@ TEST(ListWalks, EvaluationTimeNeedsACollection)
 // Time dependence
 // ---------------------------------------------------------------------- //
 
-/// Answers another node's channels for any path.
+/// Returns another node's channels for any path.
 class OneOtherNode : public TRK_PathResolver
 {
 public:
@@ -475,7 +475,7 @@ TEST(ListTimeDependence, EvaluationLeavesNoError)
 // Magic string
 // ---------------------------------------------------------------------- //
 
-/// What the list should give, put together from its parameters.
+/// What the list should return, composed from its parameters.
 template <class Index>
 KIT_TokenString composeMagic(Node &node, const std::vector<int> &indices)
 {
@@ -605,7 +605,7 @@ TEST(ListFactoryDefaults, ItemsAreLeftToTheOwner)
 }
 
 // ---------------------------------------------------------------------- //
-// Parameters that leave, and aliases
+// Parameters that are removed, and aliases
 // ---------------------------------------------------------------------- //
 
 TEST(ListStructure, OnlySpareAndItemParametersLeave)

@@ -127,7 +127,7 @@ struct StreamList
     ZEL_ParmList list;
 };
 
-/// An owner that notes which names it is offered, and answers what a test tells it to.
+/// An owner that records which names it is offered, and returns what a test has set.
 struct LoadOwner : TestOwner
 {
     bool createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,

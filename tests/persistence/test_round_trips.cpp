@@ -93,7 +93,7 @@ struct LongList
                               ZEL_KEYSET_PREFERENCE);
         }
     }
-    /// The channels stand in a file of their own, which is read first.
+    /// The channels are in a file of their own, which is read first.
     void takeChannelsOf(const LongList &other)
     {
         for (int i = 0; i < other.list->getEntries(); ++i) {
@@ -228,7 +228,7 @@ TEST(RoundTrips, AMenuMayReadTheListThatIsSaved)
         p.list.save(first, binary, false);
         EXPECT_EQ(p.list.getEntries(), 502) << "the menu made the items";
 
-        // Fewer again: an item whose menu is asked for must not go meanwhile.
+        // Fewer again: an item whose menu is asked for must not be removed meanwhile.
         p.setCount(0);
         std::ostringstream second;
         p.list.save(second, binary, false);

@@ -1,5 +1,5 @@
-// Index files and what stands around them: any content, faults, every step of a write, two
-// processes at once, paths of sections.
+// Index files and what surrounds them: any content, errors, every step of a write, two processes at
+// once, paths of sections.
 
 #include <KIT/KIT_Directory.h>
 #include <KIT/KIT_OpUtils.h>
@@ -53,7 +53,7 @@ bool writeAll(const std::string &path, const std::string &bytes)
 class IndexFiles : public PresetFolders
 {};
 
-// More than one piece, so that a write can end between two.
+// Longer than one piece, so that a write can end between two.
 const std::string theOld = std::string(100000, 'o');
 const std::string theNew = std::string(150000, 'n');
 
@@ -169,7 +169,7 @@ TEST_F(IndexFiles, ACutFileGivesOnlyWholeSections)
     index.addSection("b", "second\nend\n");
     index.addSection("c", "third");
     const std::string bytes = written(index);
-    // Without the very last line feed nothing is missing.
+    // A text without the very last line feed still counts as whole.
     for (std::size_t length = 1; length + 1 < bytes.size(); ++length) {
         STO_IndexFile cut;
         EXPECT_FALSE(cut.read(bytes.substr(0, length), "f")) << length;
@@ -287,7 +287,7 @@ TEST_F(IndexFiles, ALinkIsLockedWhereItLeads)
 {
     writeFile(in("b/real"), "old");
     fs::create_symlink(in("b/real"), in("a/link"));
-    // A part file that can't be written into gives way, and what it leads to stays as it is.
+    // A part file that can't be written into is replaced, and the file that it links to is unchanged.
     writeFile(in("outside/theirs"), "theirs");
     fs::create_symlink(in("outside/theirs"), in("b/real.part"));
     const STO_FileLock lock(in("a/link").c_str());

@@ -87,7 +87,7 @@ protected:
     Number number;
 };
 
-/// Saves a section of its own, and takes it back.
+/// Saves a section of its own, and loads it.
 struct PresetOwner : TestOwner
 {
     bool savePresetContents(std::ostream &os) override
@@ -175,7 +175,7 @@ TEST_F(Presets, SectionsOfAListWithoutOwner)
     EXPECT_TRUE(load(other.list.get(), moving.str(), KIT_IStream::BINARY));
     EXPECT_EQ(other.eval(), 2.0);
 
-    // The words of an unknown section are read as sections themselves.
+    // The tokens of an unknown section are read as sections themselves.
     const std::string values = valuesOf(9.0).substr(theHead.size());
     EXPECT_TRUE(load(number.list.get(), theHead + "foreign { x 1 } " + values + "more\n"));
     EXPECT_EQ(number.eval(), 9.0);
@@ -228,7 +228,7 @@ TEST_F(Presets, TheOwnerHasSectionsOfItsOwn)
     EXPECT_FALSE(load(&list, theHead + "foreign mine 8"));
     EXPECT_EQ(owner.mine, 6);
 
-    // What the live list doesn't have goes to the list that the owner supplies.
+    // What the live list doesn't have is loaded by the list that the owner supplies.
     OwnedTemplate old(ZEL_FLT, 1, "old");
     ZEL_Template oldTemplates[] = {old.entry, ZEL_Template()};
     ZEL_ParmList fallback(oldTemplates, nullptr, nullptr, nullptr, "", false);
@@ -320,7 +320,7 @@ TEST_F(Presets, DamagedFilesAreToldAndListedAsFarAsTheyGo)
     EXPECT_EQ(valueOf("three"), -1.0);
     EXPECT_EQ(takeMessages(), "ZEL 15");
 
-    // What can't be read whole isn't written over.
+    // A file that can't be read whole isn't written over.
     const std::string before = contents("a");
     EXPECT_FALSE(presets.savePresetToDir(number.list.get(), "new", in("a").c_str()));
     EXPECT_NE(takeMessages().find("STO 4"), std::string::npos);
@@ -395,7 +395,7 @@ TEST_F(Presets, ASaveThatIsKilledLeavesTheOldFileOrTheNewOne)
         const std::string now = readFile(fileIn("a"));
         EXPECT_TRUE(now == old || now == both) << now;
         replaced += now == both ? 1 : 0;
-        // What it left is in the way of no other, and is removed.
+        // The file that it left blocks no other save, and is removed.
         EXPECT_TRUE(presets.deletePresetFromDir("one", in("a").c_str()));
         EXPECT_EQ(
             std::distance(fs::directory_iterator(in("a/presets/Obj")), fs::directory_iterator()),
@@ -437,7 +437,7 @@ TEST_F(Presets, WhatStandsInTheWayOfASaveIsTold)
 {
     for (const char *ending : {".part", ".lock"}) {
         writeFile(fileIn("a"), indexOf({{"one", valuesOf(1)}}));
-        // A folder isn't taken away as a file of another user isn't.
+        // A folder isn't removed, nor is a file of another user.
         writeFile(fileIn("a") + ending + "/theirs", "x");
         const std::string before = contents("a");
         EXPECT_FALSE(presets.savePresetToDir(number.list.get(), "two", in("a").c_str()));
@@ -514,14 +514,14 @@ TEST_F(Presets, LinksLeadNowhereElse)
     fs::create_directories(in("a/presets/Obj"));
     fs::create_symlink(in("outside/light.idx"), fileIn("a"));
     refuses();
-    // Links that lead to nothing.
+    // Dangling links.
     fs::create_directory_symlink(in("outside/new"), in("a/presets"));
     refuses();
     fs::create_directories(in("a/presets/Obj"));
     fs::create_symlink(in("outside/stolen"), fileIn("a") + ".lock");
     refuses();
 
-    // One that stays inside is the file that it leads to.
+    // A link to a file inside the folder counts as that file.
     writeFile(in("a/kept.idx"), indexOf({{"mine", valuesOf(1)}}));
     fs::create_directories(in("a/presets/Obj"));
     fs::create_symlink(in("a/kept.idx"), fileIn("a"));
@@ -536,7 +536,7 @@ TEST_F(Presets, FilesOfOnePreset)
     number.set(6.0);
     EXPECT_TRUE(presets.savePresetFile(number.list.get(), "$ZEL_TEST_ROOT/a/one.preset"));
     EXPECT_EQ(readFile(in("a/one.preset")).substr(0, theHead.size()), theHead);
-    // Behind a "?" a "$" is one.
+    // After a "?" a "$" is an ordinary character.
     EXPECT_TRUE(presets.savePresetFile(number.list.get(), "$ZEL_TEST_ROOT/a/i.idx?$ZEL_TEST_ROOT"));
     EXPECT_GE(STO_IndexFile(in("a/i.idx").c_str()).findSection("$ZEL_TEST_ROOT"), 0);
     for (const char *path :

@@ -96,7 +96,7 @@ TEST(RampBasis, CurvesPassThroughTheirKeys)
                 continue;
             }
             EXPECT_EQ(key.value, ramp.evaluateFloat(key.position));
-            // Not the key alone: what is drawn to both sides of it comes to the same value.
+            // Not the key alone: the curves on both sides of it end at the same value.
             const float before = ramp.evaluateFloat(key.position - 1e-5f);
             const float behind = ramp.evaluateFloat(key.position + 1e-5f);
             EXPECT_NEAR(key.value, behind, 5e-3);
@@ -138,7 +138,7 @@ TEST(RampBasis, NumbersBetweenKeys)
          {{0, 0}, {1, 1}, {3, 5}},
          0.5f,
          0.5 + (2.0 / 3.0 - 9.0 / 7.0) / 8.0},
-        // The parabola asks for 6.5 at key 0, three times the segment's own slope is the limit.
+        // The parabola gives 6.5 at key 0; the limit is three times the segment's own slope.
         {KIT_BASIS_MONOTONE_CUBIC, {{0, 0}, {1, 1}, {2, -9}}, 0.5f, 0.5 + 3.0 / 8.0},
         {KIT_BASIS_BSPLINE, even, 1.0f, (1.0 + 0.0 + 4.0) / 6.0},
         {KIT_BASIS_BSPLINE, even, 1.5f, (1.0 + 23.0 * 4.0 + 2.0) / 48.0},
@@ -194,7 +194,7 @@ TEST(RampBasis, MonotoneStaysMonotone)
     EXPECT_GT(falls(KIT_BASIS_CATMULL_ROM), 0) << "the keys ask for something";
     EXPECT_GT(falls(KIT_BASIS_HERMITE), 0);
 
-    // Peaks and ends are where such curves leave the values of their keys.
+    // Such curves leave the range of their keys at peaks and ends.
     const KIT_Ramp peaks = makeRamp(KIT_BASIS_MONOTONE_CUBIC, theUneven);
     for (std::size_t i = 1; i < theUneven.size(); i++) {
         const At &from = theUneven[i - 1];
@@ -245,7 +245,7 @@ TEST(RampBasis, OutsideCoincidentAndMissingKeys)
             EXPECT_EQ(6.0f, ramp.evaluateFloat(0.5f)) << "the last one of them";
         }
     }
-    // No number is asked for, or stands there: something is answered all the same.
+    // A position that is no number, asked for or in a key, still gives a value.
     KIT_Ramp odd =
         makeRamp(KIT_BASIS_HERMITE, {{theNaN, 1.0f}, {-theInfinity, 2.0f}, {0.0f, 3.0f}});
     odd.reorderNodes();
@@ -295,7 +295,7 @@ TEST(RampColors, KnownColorsInEachSpace)
         KITcolorFromRGB(c.type, c.rgb, there);
         KITcolorToRGB(c.type, c.in, back);
         for (int i = 0; i < 3; i++) {
-            // Published values of L*a*b* come from a matrix with other last digits.
+            // Published values of L*a*b* come from a matrix with different last digits.
             const double tolerance = c.type == KIT_COLORTYPE_LAB ? 0.03 : 1e-9;
             EXPECT_NEAR(c.in[i], there[i], tolerance) << c.type << ", component " << i;
             EXPECT_NEAR(c.rgb[i], back[i], tolerance / 100.0) << c.type << ", component " << i;
@@ -363,7 +363,7 @@ TEST(RampColors, BlendedInTheSpace)
 
 TEST(RampColors, HuesGoOnInOneDirection)
 {
-    // Three tenths of a turn from key to key: an even way round, past the seam of the hue circle.
+    // Three tenths of a turn from key to key: hues change evenly, past the seam of the hue circle.
     for (const KIT_SPLINE_BASIS basis :
          {KIT_BASIS_CATMULL_ROM, KIT_BASIS_MONOTONE_CUBIC, KIT_BASIS_BSPLINE, KIT_BASIS_HERMITE}) {
         KIT_Ramp ramp;
@@ -427,7 +427,7 @@ TEST(RampNodes, OrderAndSelection)
     EXPECT_EQ(0, ramp.getNodeCount());
     EXPECT_TRUE(ramp.getStrictOrder());
 
-    // More of them than a sort that forgets the order would keep by chance.
+    // So many that an unstable sort wouldn't keep their order by chance.
     for (int i = 0; i < 100; i++) {
         append(ramp, float(i % 2), float(i), KIT_BASIS_LINEAR);
     }

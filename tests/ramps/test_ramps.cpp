@@ -1,4 +1,4 @@
-// Ramp parameters: as the host's object and back, as default text and back.
+// Ramp parameters: converted to the host's object and back, to default text and back.
 
 #include <KIT/KIT_Ramp.h>
 #include <KIT/KIT_StringArray.h>
@@ -25,7 +25,7 @@ struct RampList : MultiList
     RampList(ZEL_MultiType type, double count, ZEL_SpareData *spare = nullptr,
              const char *token = "r")
     {
-        // Without one of its own a ramp keeps one key.
+        // Without a range of its own a ramp keeps one key.
         static ZEL_Range fromZero(ZEL_RANGE_HARD, 0.0, ZEL_RANGE_FREE, 0.0);
         top.addMulti(type, token, nullptr, count, &fromZero, spare);
         top.add(ZEL_FLT, 1, "rest");
@@ -54,7 +54,7 @@ struct RampList : MultiList
     }
 };
 
-/// "position:red,green,blue,alpha/basis", keys apart by blanks.
+/// "position:red,green,blue,alpha/basis", keys separated by blanks.
 std::string contents(const KIT_Ramp &ramp)
 {
     std::string text;
@@ -431,7 +431,7 @@ TEST(RampDefaults, ThereAndBack)
         EXPECT_FALSE(ZEL_SpareData().getRampDefaultToParm(p.parm("r")));
         EXPECT_FALSE(spare.getRampDefaultToParm(p.parm("rest")));
     }
-    // As the default of a ramp it fills the first keys, and those that come back later.
+    // As the default of a ramp it fills the first keys, and those that are added again later.
     RampList p(ZEL_MULTITYPE_RAMP_RGB, 2.0, &spare);
     const std::string filled = "r=2 rest=0 r1pos=0 r1c=0,0,0.1 r1interp=0 r2pos=0.9 r2c=3,1,1 "
                                "r2interp=5";
@@ -464,7 +464,7 @@ TEST(RampDefaults, WhatDrivesAnInterpolationGivesWay)
         p.animate("r2interp", "1 + 1");
         p.parm("r2interp").setLockedFlag(-1, c.locked);
         p.take(c.text);
-        // A channel that stayed behind would come back here.
+        // A channel that was left in the collection would be linked again here.
         p.parm("r2interp").reloadChannelPtrs();
         EXPECT_EQ(c.left, number(p.eval("r2interp")) + " " + p.expression("r2interp")) << c.text;
         EXPECT_EQ(std::string(c.left).find('-') == std::string::npos,

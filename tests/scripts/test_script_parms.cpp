@@ -13,7 +13,7 @@
 namespace
 {
 
-/// The words of each case stand in a parameter "p" of a page.
+/// The text of each case is put into a parameter "p" of a page.
 void check(const std::vector<DialogCase> &cases)
 {
     for (const DialogCase &one : cases) {
@@ -205,7 +205,7 @@ TEST(ScriptParms, Conditions)
         {"hidewhen \"{ a 1 }\" hidewhen \"{ b 1 }\" disablewhen \"{ c 1 }\"",
          "p FLT disablewhen:{ c == 1 } hidewhen:{ b == 1 }", ""},
     });
-    // A text that can't be read is reported, and the block goes on with an empty condition.
+    // A text that can't be read is reported, and the block continues with an empty condition.
     const Dialog broken("{ name top parm { name p hidewhen \"{ a\" label L } }");
     EXPECT_EQ(broken.dump(), "p'L' FLT hidewhen:");
     EXPECT_EQ(broken.messages.rfind("E: hidewhen: ", 0), 0u) << broken.messages;

@@ -160,7 +160,7 @@ private:
             }
             break;
         case 2:
-            // No circles: these read what the script leaves alone.
+            // No cycles: these read what the script leaves alone.
             parm.setExpression(0.0, "$F * 0.5 + ch('tz') + $T", TRK_LANGUAGE_NATIVE,
                                std::string(parm.getToken()) == "t" ? 0 : component, evaluate,
                                replace, propagate);

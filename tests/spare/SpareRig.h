@@ -10,7 +10,7 @@
 
 #include <set>
 
-/// Looks everything up and evaluates it at each notification about parameters that go.
+/// Looks everything up and evaluates it at each notification about removed parameters.
 class LookingOwner : public TestOwner
 {
 public:

@@ -91,7 +91,7 @@ TEST(SpareParms, LocksMasksAndChannelsComeAlong)
     EXPECT_EQ(rig.list->evalFloat("a", 2, 4.0), 5.0);
     EXPECT_TRUE(rig.parm("a").getLockedFlag(1));
     EXPECT_FALSE(rig.parm("a").getLockedFlag(0));
-    // Fewer components: the first goes on under the new channel name, the rest are gone.
+    // Fewer components: the first continues under the new channel name, the rest are removed.
     EXPECT_EQ(rig.expression("b"), "1+2");
     EXPECT_EQ(rig.channels.getChannel("b"), rig.parm("b").getChannel(0));
     EXPECT_TRUE(rig.parm("scoped").getAutoScopedFlag(0));
@@ -393,7 +393,7 @@ TEST(SwitcherMirror, AUsersExpressionGivesItsValue)
     EXPECT_EQ(rig.expression("mirror"), "");
     EXPECT_EQ(rig.expression(), std::string(theMark) + "ch(\"mirror\")");
     EXPECT_EQ(rig.eval(), 3);
-    // One that the user sets later stays when the mirror goes.
+    // One that the user sets later stays when the mirror is removed.
     rig.animate("folder", "0+1");
     rig.update(nullptr);
     EXPECT_EQ(rig.expression(), "0+1");

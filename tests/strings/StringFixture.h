@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-/// Puts what a test changes in the channel manager back.
+/// Restores what a test changes in the channel manager.
 struct ManagerSettings
 {
     ~ManagerSettings()
@@ -23,7 +23,7 @@ struct ManagerSettings
     }
 };
 
-/// A node at /obj/a: knows the variable HIP, and notes the references that it is notified of.
+/// A node at /obj/a: knows the variable HIP, and records the references that it is notified of.
 class StringNode : public TRK_PathResolver
 {
 public:

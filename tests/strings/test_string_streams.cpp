@@ -123,7 +123,7 @@ TEST(StringStreams, TextLoad)
         {"( [ p1 old ] b )", "p1=old|b", "", true},
         {"( [ p1 ] b )", "p1=|b", "", true},
         {"( [ p1 \"two words\" ] b )", "p1=two words|b", "", true},
-        {"( [ p1 two words ] b )", "p1=two|words", "ZEL 0; ZEL 3", true}, // reading goes on
+        {"( [ p1 two words ] b )", "p1=two|words", "ZEL 0; ZEL 3", true}, // reading continues
         {"( [ nowhere x ] b )", "p1=x|b", "", true}, // the component's own channel
         {"( a [ nowhere x ] )", "a|x", "ZEL 4", true},
         {"( a )", "a|", "ZEL 2", true},

@@ -13,7 +13,7 @@ namespace
 constexpr int theThreads = 4;
 constexpr int theRounds = 400;
 
-/// Runs the work on all threads at once; the number of rounds for which it answers false.
+/// Runs the work on all threads at once; returns the number of rounds in which it returned false.
 template <class Work>
 int countFailures(const Work &work)
 {
@@ -87,7 +87,7 @@ TEST(StringThreads, AnEqualTextLeavesThePointerAlone)
     ZEL_StringRep::Lock lock;
     value.hardenIfNeeded(lock, "text");
     const char *before = value.unsafeGet();
-    // A writer would wait for this reader for ever.
+    // A writer would wait for this reader forever.
     const ZEL_StringRep::Lock::scoped_lock reader(lock, false);
     value.hardenIfNeeded(lock, "text");
     EXPECT_EQ(value.unsafeGet(), before);

@@ -71,7 +71,7 @@ TEST(Strings, ExpandedReadsReplaceVariablesAndBackticks)
         {ZEL_FILE, nullptr, "~/$HIP", "/home/me//show"},
         {ZEL_COMMAND, nullptr, "~", "/home/me"},
         {ZEL_FILE, nullptr, "~other a~", "~other a~"},
-        {ZEL_STRING, "KSL", "\\$HIP $HIP ${HIP} ~", "$HIP /show /show ~"}, // code is no exception
+        {ZEL_STRING, "KSL", "\\$HIP $HIP ${HIP} ~", "$HIP /show /show ~"}, // code is expanded, too
         {ZEL_ALPHASTRING, nullptr, "$HIP-1", "_show_1"},
     };
     for (const Case &c : cases) {

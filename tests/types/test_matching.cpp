@@ -294,7 +294,7 @@ TEST(Switchers, EndBehindTheirLastMember)
 
 TEST(Switchers, TheInnermostFolderAnswers)
 {
-    // 0 switcher: folder 0 = 1 and 2 (a switcher over 3 | 4 5), folder 1 = 6; 7 stands outside.
+    // 0 switcher: folder 0 = 1 and 2 (a switcher over 3 | 4 5), folder 1 = 6; 7 is outside.
     const Sketch sketch("(2,1.(1,2.....");
     const char *const folders[] = {"none", "0:0", "0:0", "2:0", "2:1", "2:1", "0:1", "none"};
     for (int i = 0; i < 8; i++) {

@@ -14,7 +14,7 @@
 namespace
 {
 
-/// Whether the slots stand in the object: then the object alone changes when they do.
+/// Whether the slots are in the object: then the object alone changes when they do.
 template <class T>
 bool isInline(ZEL_BatchType type, int size)
 {
@@ -57,7 +57,7 @@ TEST(Batches, UpToFourNumbersStandInTheObject)
     EXPECT_FALSE(isInline<int>(ZEL_BATCH_INT, 5));
     EXPECT_TRUE(isInline<double>(ZEL_BATCH_REAL, 4));
     EXPECT_FALSE(isInline<double>(ZEL_BATCH_REAL, 5));
-    // Copies have slots of their own, wherever these stand.
+    // Copies have slots of their own, wherever these are.
     for (const int size : {1, 4, 5, 100}) {
         ZEL_BatchParm a;
         ASSERT_TRUE(a.init("a", ZEL_BATCH_REAL, size, &a));

@@ -28,7 +28,7 @@ ZEL_UndoDataArray handMade(const std::string &pairs)
 }
 
 /// The lines of `now` that differ from `then`. Without regard to order if parameters have come and
-/// gone: what comes back is placed after all others. Spare parameters that came later stay.
+/// gone: what comes back is placed after all others. Spare parameters that were added later stay.
 std::string difference(const std::string &then, const std::string &now)
 {
     std::vector<std::string> a = linesOf(then), b = linesOf(now);

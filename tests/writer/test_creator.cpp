@@ -230,7 +230,7 @@ const ParmCase theParmCases[] = {
      "\tbindselector\ttype \"desc\" \"prompt\" 0 1 \"0xff\" 0 menu 0\n"},
 };
 
-/// A type word, what it makes, and what the type is called. "": the word is refused.
+/// A type keyword, what it makes, and what the type is called. "": the keyword is refused.
 struct WordCase
 {
     const char *words;
@@ -412,7 +412,7 @@ TEST(Creator, FoldersByPath)
 {
     HandMade reader(1, 0, 0);
     reader.addGroup("a/b");
-    reader.add("one", "a/b").setIsArray(true); // opens its folder all the same
+    reader.add("one", "a/b").setIsArray(true); // still opens its folder
     reader.add("two", "/a//c c");
     reader.add("three");
     EXPECT_EQ(parmsOf(reader), "    group {\n\tname\tg0\n\tlabel\ta\n\n"

@@ -59,7 +59,7 @@ struct Contents
     std::map<std::string, std::string> folders;
 };
 
-/// Folders by their labels, and parameters, as they stand: "A( a ) b ".
+/// Folders by their labels, and parameters, in order: "A( a ) b ".
 std::string outlineOf(const ZEL_ScriptPage &page)
 {
     std::string all;
@@ -91,7 +91,7 @@ struct Difference
 };
 
 const Difference theDifferences[] = {
-    // The text of a number is an expression with or without the word.
+    // The text of a number is an expression with or without the keyword.
     {R"((FLT def\(.*)@1\))", "$1)"},
     // Small and joined menus, and those whose tokens are the values.
     {R"((ORD.*) x(5|24))", "$1"},
@@ -110,7 +110,7 @@ const Difference theDifferences[] = {
     {R"( DIRECTORY)", " FILE"},
 };
 
-/// Adds the places of the differences that were met to `met`.
+/// Adds the indices of the differences that occurred to `met`.
 std::vector<std::string> expectedLines(const std::vector<std::string> &before,
                                        std::set<size_t> &met)
 {
@@ -240,8 +240,8 @@ TEST(Rewrite, AnyTextComesBack)
     }
 }
 
-// A block of items goes without its folder falling in two, neighbours of one label stay two, and a
-// folder stays without parameters.
+// Dropping a block of items doesn't split its folder, two adjacent folders with the same label stay
+// two, and an empty folder stays.
 TEST(Rewrite, FoldersComeBackOneByOne)
 {
     const char *const labels[] = {"A", "\"A/7 \\\"q\\\"\"", "\"\xc3\xa9\"", "\"\\n\""};
@@ -262,7 +262,7 @@ TEST(Rewrite, FoldersComeBackOneByOne)
                                               in + "e ) " + in + "f ) ) g " + in + "h ) " + in +
                                               ") " + in + ") ");
         EXPECT_EQ(rewriteText(rewritten.text).text, rewritten.text);
-        // The second of two alone has another form than its label has elsewhere.
+        // Only the second of two adjacent folders has another form of the label.
         const std::regex otherForm("label\t\"\\\\[0-7]{3}");
         const std::sregex_iterator first(rewritten.text.begin(), rewritten.text.end(), otherForm);
         EXPECT_EQ(std::distance(first, std::sregex_iterator()), 3) << rewritten.text;
@@ -278,13 +278,13 @@ TEST(Rewrite, MenusHaveOneComponent)
     EXPECT_TRUE(dialog.okFlag);
     EXPECT_EQ(dialog.messages, "");
     EXPECT_EQ(dialog.templates[0].getFactoryDefaults()[0].getFloat(), 1.0);
-    // A component that goes doesn't make a text of the one that stays.
+    // A component that is dropped doesn't turn the one that stays into a text.
     EXPECT_NE(rewriteText("{ name n parm { name p size 2 menu { a A } default { 1 x } } }")
                   .text.find("default\t{ 1 }"),
               std::string::npos);
 }
 
-// A bracket that stands alone would end the block that it is written into.
+// An unquoted bracket would end the block that it is written into.
 TEST(Rewrite, BracketsAsTexts)
 {
     const Rewritten rewritten = rewriteText(
