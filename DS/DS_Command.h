@@ -25,11 +25,11 @@
 ///   - An option takes as many words as its record has components, whatever they look like: "-5"
 ///     after it is a value. A line that ends early leaves the other components as they are.
 ///   - A toggle takes none: its option is present or not. A positional toggle takes a word, 0 or 1.
-///   - A word that is no option is assigned to the first positional record that has none yet. One that
-///     begins with an empty pair of quotes ('') is never an option: a positional value that looks
-///     like one is written this way. Each further pair before it skips one positional record: a
-///     record that is off has no words, and the later ones keep their positions. The tool sees
-///     nothing of such pairs.
+///   - A word that is no option is assigned to the first positional record that has none yet. One
+///     that begins with an empty pair of quotes ('') is never an option: a positional value that
+///     looks like one is written this way. Each further pair before it skips one positional
+///     record: a record that is off has no words, and the later ones keep their positions. The
+///     tool doesn't see such pairs.
 ///   - Words are split by KIT_String::cshParse. A text is in double quotes if it needs them, the
 ///     empty one always; an expression in backticks. In the backticks of a number field, a backslash
 ///     precedes a backslash and a backtick.

@@ -574,7 +574,7 @@ protected:
     /// False for an unknown id or a failed read.
     bool loadBinaryOption(KIT_IStream &is, short id);
 
-    /// What reading an option's packet came to.
+    /// The result of reading an option's packet.
     enum class OptionRead
     {
         DONE,
@@ -582,7 +582,7 @@ protected:
         FAILED   ///< the packet is cut
     };
     /// The packets of a float's own binary form. There, locks and label are always written, and the
-    /// setting that leaves labels alone isn't asked.
+    /// setting that leaves labels alone is ignored.
     void saveFloatOptions(int classId, KIT_ByteBuffer &out) const;
     OptionRead loadFloatOption(KIT_IStream &is, int id);
     /// Whether any option of that form is set, the locks aside.

@@ -83,7 +83,7 @@ void checkList(ZEL_Template *templates)
     }
 }
 
-/// Reads a script and writes it anew, without the header, which holds the time. False if it can't be
+/// Reads a script and writes it again, without the header, which holds the time. False if it can't be
 /// read, or if its help has braces: those of a quoted text count when the block is read again.
 bool rewrite(const std::string &text, std::string &written)
 {

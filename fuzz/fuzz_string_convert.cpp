@@ -19,7 +19,7 @@ bool holds(std::string_view text, std::string_view characters)
 }
 
 /// Whether parentheses and braces close in order, and none but the last character closes a brace
-/// that stands outside of everything.
+/// that is inside no other pair.
 bool isBalanced(std::string_view text)
 {
     std::string open;

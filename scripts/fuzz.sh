@@ -7,7 +7,7 @@
 #
 # What is found lies in build/fuzz/long/NAME/: make it small with
 #     build/fuzz/fuzz/fuzz_NAME -minimize_crash=1 -runs=100000 FILE
-# then mend the fault, add a test, and keep the file as a seed in fuzz/corpus/NAME/.
+# then fix the fault, add a test, and keep the file as a seed in fuzz/corpus/NAME/.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"

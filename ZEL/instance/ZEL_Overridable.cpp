@@ -325,7 +325,7 @@ void ZEL_Overridable::noteState(zelOverrideInfoData &record, ZEL_ParmList *list,
     if (list && BASload(record.timeDepState) != 0) {
         setTimeDependent(index, true);
     }
-    // -1 is kept apart; any other answer than 0 is a plain yes.
+    // -1 is kept apart; any other answer than 0 is true.
     const std::uint8_t state = active == 0 ? 0 : active == -1 ? theUnsureActive : 1;
     BASstoreIfDifferent(record.activeState, state);
 }

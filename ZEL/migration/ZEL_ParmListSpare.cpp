@@ -22,7 +22,8 @@ namespace
 
 using TokenSet = std::unordered_set<KIT_StringHolder, KIT_StringRefHash>;
 
-/// Never returns an empty one when memory runs out: a parameter whose token isn't in a set is removed.
+/// Throws rather than return an empty one when memory runs out: a parameter whose token isn't in a
+/// set is removed.
 KIT_StringHolder tokenOf(const ZEL_Parm &parm)
 {
     const ZEL_LostText lost;

@@ -48,7 +48,8 @@ public:
     ZELX_NodeGraph &operator=(const ZELX_NodeGraph &) = delete;
 
     void setDirtyCallback(DirtyCallback callback) { myDirtyCallback = std::move(callback); }
-    /// Finds the references of all parameters anew, as after nodes or channels were added or removed.
+    /// Finds the references of all parameters again, as after nodes or channels were added or
+    /// removed.
     void rebuild(double time);
     /// The same for one parameter; nothing is pushed.
     void rebuild(ZELX_Node &node, int parmIndex, double time);
@@ -67,7 +68,7 @@ public:
     /// \name Notifications from the tree
     // ------------------------------------------------------------------ //
     ///@{
-    /// Finds a parameter's references anew and pushes the change, both for all with -1.
+    /// Finds a parameter's references again and pushes the change; -1 does both for all parameters.
     void parmChanged(ZELX_Node &node, TRK_CHANGE_TYPE type, int parmIndex);
     /// A text of the node refers to something.
     void referenceFound(ZELX_Node &node, const TRK_Referrer &from, const KIT_StringRef &path,

@@ -1,5 +1,5 @@
 /// \file ZELX_NodeState.h
-/// All that a user has made of a node at one moment: values, channels and aliases, to be put back.
+/// All that a user has made of a node at one moment: values, channels and aliases, to be restored.
 ///
 /// Vocabulary: *partial* = a state that was cut down to the parameters that an edit changed.
 /// Ownership:  owns everything; may outlive the node it was taken of.

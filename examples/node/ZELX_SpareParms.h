@@ -2,9 +2,9 @@
 /// The spare parameters of one reference node: their descriptions, which the list borrows, and what
 /// a load makes of names that the node type doesn't have.
 ///
-/// Vocabulary: *set* = all spare parameters of the node, in order; *known* = a description at hand
-///             for a name that a load may meet; *rename* = a name of older versions and the present
-///             one.
+/// Vocabulary: *set* = all spare parameters of the node, in order; *known* = said of a name that a
+///             load may meet, if there is a description for it; *rename* = a name of older versions
+///             and the present one.
 /// Ownership:  owns the templates that spare parameters are made on, copies of what it is given; what
 ///             those point to is borrowed and must outlive the node's list, and so must this.
 /// Threads:    the one that owns the list, between cooks.
@@ -77,7 +77,7 @@ private:
     std::map<std::string, std::string> myRenames;
     ZEL_Template *myKnown = nullptr;
     bool myKeepUnknownNames = false;
-    /// The spare floats that loads made. Kept to the end, so that they may come back.
+    /// The spare floats that loads made. Kept to the end, so that they can be added again.
     struct SpareFloat;
     std::map<std::string, std::unique_ptr<SpareFloat>> myFloats;
 };

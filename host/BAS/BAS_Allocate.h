@@ -1,5 +1,5 @@
 /// \file BAS_Allocate.h
-/// The memory of small, short-lived things: one place that says which allocator serves it.
+/// The memory of small, short-lived objects: one place that says which allocator serves it.
 ///
 /// Vocabulary: *small-object memory* = oneTBB's scalable allocator; in builds with a sanitizer the
 ///             C library's, which the sanitizers can see into.

@@ -1,5 +1,5 @@
 /// \file KIT_StringRef.h
-/// A reference to a text with its length and hash at hand: the argument of every look-up by name.
+/// A reference to a text that carries its length and hash: the argument of every look-up by name.
 ///
 /// Vocabulary: *borrowed* = points at a text that the caller keeps (a literal, a static table).
 ///             *counted* = points at a shared copy with a use count. *null state* = no text at all,

@@ -4,7 +4,7 @@
 ///
 /// Ownership: a collection or the manager borrows these objects; they must outlive their use there.
 /// Threads:   every operation may be called from any number of threads at once.
-/// Errors:    false or a null pointer means "unknown"; no operation reports by itself.
+/// Errors:    false or a null pointer means "unknown"; no operation reports an error itself.
 
 #pragma once
 

@@ -1,5 +1,5 @@
 /// \file EventLog.h
-/// Notes the change events of a list, one word each: event 4 of the parameter at index 2 is "4:2".
+/// Records the change events of a list: event 4 of the parameter at index 2 is "4:2".
 ///
 /// Ownership:  installs itself as the list's handler; must live as long as the list sends events.
 #pragma once
@@ -15,7 +15,7 @@ public:
     EventLog(const EventLog &) = delete;
     EventLog &operator=(const EventLog &) = delete;
 
-    /// The events since the last asking, with blanks between.
+    /// The events since the last call, with blanks between.
     std::string take()
     {
         std::string events;

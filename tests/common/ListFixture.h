@@ -37,7 +37,7 @@ struct OwnedTemplate
     ZEL_Template entry;
 };
 
-/// The messages that the thread's error manager holds, "ZEL 2; Common 7", and forgets them.
+/// Takes the messages that the thread's error manager holds: "ZEL 2; Common 7".
 inline std::string takeMessages()
 {
     KIT_ErrorManager &manager = KITgetErrorManager();
@@ -59,7 +59,7 @@ struct OneParm
         takeMessages();
     }
 
-    /// Call after the description is as the test wants it.
+    /// Call when the description is complete.
     void build()
     {
         templates[0] = description.entry;

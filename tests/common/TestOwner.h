@@ -1,9 +1,9 @@
 /// \file TestOwner.h
-/// An owner for tests: has a path, answers as a test says, and notes its notifications.
+/// An owner for tests: has a path, returns what a test has set, and records its notifications.
 ///
 /// Vocabulary: *call* = one line of text for each notification, as `parmRemoved 2`.
-/// Ownership:  borrows its list, which the test makes; parameters that it is handed are only noted.
-/// Threads:    the evaluation slots may be called from any thread; calls are noted by the thread
+/// Ownership:  borrows its list, which the test makes; parameters passed to it are only recorded.
+/// Threads:    the evaluation slots may be called from any thread; calls are recorded by the thread
 ///             that changes the list.
 #pragma once
 
@@ -26,7 +26,7 @@ public:
     using ZEL_ParmOwner::getFullPath;
     using ZEL_ParmOwner::getMemoryUsage;
 
-    /// The notifications since the last asking, joined by "; ".
+    /// The notifications since the last call, joined by "; ".
     std::string takeCalls()
     {
         std::string joined;
@@ -37,7 +37,7 @@ public:
         return joined;
     }
 
-    // What the slots answer.
+    // What the slots return.
     int editState = 0;
     KIT_ErrorSeverity cookResult = KIT_ERROR_NONE;
     ZEL_ParmList *fallbackList = nullptr;

@@ -23,7 +23,7 @@
 namespace
 {
 
-/// Answers the expression "NAME()" with the text that the test gave for it.
+/// Evaluates the expression "NAME()" to the text that the test gave for it.
 class AnsweringOwner : public TestOwner
 {
 public:

@@ -65,7 +65,7 @@ inline std::string typedText(const DataItem &item)
     return item ? os.str() : "-";
 }
 
-/// The messages with their texts, "Common 7 String Parameter Load", and forgets them.
+/// Takes the messages with their texts: "Common 7 String Parameter Load".
 inline std::string takeDataMessages()
 {
     KIT_ErrorManager &manager = KITgetErrorManager();

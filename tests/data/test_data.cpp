@@ -517,7 +517,7 @@ TEST(Data, CommandsCarryTypedTexts)
     EXPECT_EQ(p.contents(), "key_value_dict:{\"a\":\"x y\"}|test_note:n|-");
     EXPECT_TRUE(p.instance->getChannel(2) && p.instance->isDirty(0) && !p.instance->isDirty(1));
 
-    // Load: the channel goes when a value comes, and is linked again by its name.
+    // Load: the channel's name links it, and a value deletes it.
     EXPECT_EQ(p.loadArguments({"test_note:q", "-", name.c_str()}, false), 3);
     EXPECT_TRUE(p.instance->getChannel(2));
     EXPECT_EQ(p.loadArguments({"test_note:r"}, false, 2), 1);

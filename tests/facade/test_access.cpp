@@ -8,12 +8,12 @@
 namespace
 {
 
-/// What stands open while access is asked: each bit can make a difference.
+/// The state in which access is asked for: each bit can make a difference.
 enum AccessState : unsigned
 {
     IN_TAKE = 0x1,             ///< the current take isn't the master take
     OVERRIDE = 0x2,            ///< the take manager's own flag
-    AUTO_INCLUDE = 0x4,        ///< edits enter the take by themselves
+    AUTO_INCLUDE = 0x4,        ///< edits add parameters to the take
     AUTO_INCLUDE_ASSETS = 0x8, ///< those of locked assets too
     ACTIVE = 0x10,             ///< the parameter is in the take
     LOADING = 0x20,            ///< lists load
@@ -72,7 +72,7 @@ TEST_F(Access, FollowsPermissionsAssetLockAndTake)
     {
         unsigned permissions; // of the list
         unsigned assetMask;
-        unsigned mask; // what is asked
+        unsigned mask; // the access asked for
         unsigned state;
         bool allowed;
     } cases[] = {

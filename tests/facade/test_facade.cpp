@@ -1,5 +1,5 @@
-// What ZEL_Parm decides itself: which changes are refused, whom a change notifies, how values are
-// copied, and the texts it makes for people and expressions.
+// What ZEL_Parm decides itself: which changes are refused, who is notified of a change, how values
+// are copied, and the texts it makes for people and expressions.
 
 #include "FacadeList.h"
 
@@ -31,7 +31,7 @@ protected:
     }
 };
 
-/// Unlike one of the four kinds: a mix of ordinal and float.
+/// None of the four kinds: a mix of ordinal and float.
 const ZEL_Type theMixedType = ZEL_TYPE_ORDINAL | ZEL_TYPE_FLOAT;
 
 std::string labelForUI(const ZEL_Parm &parm, int index)

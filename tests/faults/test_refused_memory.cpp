@@ -130,7 +130,7 @@ void operator delete[](void *memory, const std::nothrow_t &) noexcept
 namespace
 {
 
-/// Runs it with the n-th allocation refused. True if it came to that.
+/// Runs it with the n-th allocation refused. True if there was an n-th one.
 bool runRefused(long n, Refusal refusal, const std::function<void()> &work)
 {
     theAllocations = {n, refusal, false};
@@ -572,7 +572,7 @@ TEST(RefusedMemory, DestroyingTakesNone)
     destroy(spares);
 }
 
-// A generator of an application's own that throws is asked again.
+// An application's generator that throws is called again.
 bool theGeneratorThrowsFlag = false;
 
 void generateItem(void *, ZEL_Item *items, int, const ZEL_SpareData *, const ZEL_Parm *)

@@ -158,7 +158,7 @@ TEST(FloatStreams, ChannelsLinkByNameThenByToken)
         EXPECT_EQ(p.instance->getChannel(1), own) << "falls back to the component's token";
         EXPECT_EQ(takeMessages(), "");
 
-        // A number in the place of a channel: text deletes it, binary only unlinks it.
+        // A number instead of a channel: text deletes it, binary only unlinks it.
         const std::string plain = binary ? packet(2, number(1)) + packet(2, number(2)) +
                                                packet(2, number(3)) + packet(0, "")
                                          : "( 1 2 3 )";
@@ -233,7 +233,7 @@ TEST(FloatStreams, BinaryPackets)
     EXPECT_FALSE(p.load(foreign.str(), true));
     EXPECT_EQ(takeMessages(), "Common 7");
 
-    // Options of a float live in packets of its own.
+    // Options of a float are in packets of its own.
     OneParm q(ZEL_FLT, 1);
     q.build();
     q.instance->setLockedFlag(0, true);

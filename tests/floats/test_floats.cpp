@@ -15,7 +15,7 @@
 namespace
 {
 
-/// Puts a setting of the channel manager back at the end of a test.
+/// Restores a setting of the channel manager at the end of a test.
 struct ManagerSettings
 {
     ~ManagerSettings()
@@ -372,7 +372,7 @@ TEST(Floats, Commands)
     EXPECT_EQ(os.str(), " ( 5 )");
     EXPECT_EQ(os.precision(), 3);
 
-    // A locked component's argument is used up and does nothing.
+    // A locked component's argument is consumed and has no effect.
     p.instance->setLockedFlag(0, true);
     const char *const set[] = {"(", "9", "1", "2", ")", "more"};
     EXPECT_EQ(p.instance->loadCommand(6, set, -1, false, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE),

@@ -383,7 +383,7 @@ TEST(Memory, CategoriesAreCounted)
     EXPECT_EQ(table.getTotalBytes(), 0);
     BAS_Memory::Free(table, 7, outside, 16);
     EXPECT_EQ(table.getUser(-1), nullptr);
-#ifndef BAS_PLAIN_MALLOC // a sanitizer takes a request this large for a fault
+#ifndef BAS_PLAIN_MALLOC // a sanitizer treats a request this large as an error
     EXPECT_EQ(BAS_Memory::Malloc(table, 0, SIZE_MAX / 2), nullptr);
     EXPECT_EQ(table.getTotalBytes(), 0);
 #endif

@@ -529,6 +529,6 @@ TEST(Streams, ClassIdsAreStableAndTellClassesApart)
         ids.insert(id);
     }
     EXPECT_EQ(ids.size(), names.size());
-    // Stands in files: must never change.
+    // It is stored in files: must never change.
     EXPECT_EQ(KITgetClassPacketID("ZEL_Float"), 41404);
 }

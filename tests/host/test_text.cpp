@@ -371,7 +371,7 @@ TEST(String, Patterns)
         EXPECT_EQ(KIT_String(c.text).match(c.pattern), c.matchFlag) << c.text << " " << c.pattern;
     }
     EXPECT_TRUE(KIT_String().match(nullptr));
-    // Exponential back-tracking would not come back from this.
+    // Exponential back-tracking would never return from this.
     std::string stars;
     for (int i = 0; i < 100; i++) {
         stars += "*a";

@@ -174,7 +174,7 @@ TEST(Words, PatternsMatchWholeTexts)
     }
     KIT_Regex moved(KIT_Regex("a+"));
     EXPECT_TRUE(moved.match("aa"));
-    // Back-tracking would not come back from this, nor would a larger machine be built for long.
+    // Back-tracking would never return from this, nor would a larger machine be built for long.
     EXPECT_FALSE(KIT_Regex("(a*)*b").match(std::string(100000, 'a').c_str()));
     EXPECT_FALSE(KIT_Regex("((a{100}){100}){100}").isValid());
 }

@@ -102,7 +102,7 @@ TEST(Instances, SendExtraCountsEachDirtyComponentOnce)
     p.setDirtyFlags(1);
     EXPECT_TRUE(p.isDirty(1));
     EXPECT_EQ(rig.list->getNumSendExtra(), start + 1);
-    // One is marked already: the others get dirty, and only dirty.
+    // One is marked already: the others become dirty, and only dirty.
     p.setDirtyFlags(-1);
     EXPECT_TRUE(p.isDirty(0) && p.isDirty(2));
     EXPECT_FALSE(p.isSendExtra(0));
@@ -206,7 +206,7 @@ TEST(Instances, ChannelsAreMadeTakenAndDeletedByToken)
     p.addChannel(7);
     EXPECT_EQ(rig.channelNames(), "p1");
 
-    // What is in the collection already is taken as it is.
+    // A channel that is in the collection already is used unchanged.
     TRK_Channel *second = rig.channels.addChannel("p2");
     EXPECT_EQ(p.addChannel(KIT_StringRef("nobody")), 0);
     EXPECT_EQ(p.addChannel(KIT_StringRef("p2"), "$F", TRK_LANGUAGE_NATIVE), 1);
@@ -377,7 +377,7 @@ TEST(Instances, WordsOfStreamsNameChannelsOrBecomeExpressions)
     TRK_Channel *first = rig.channels.addChannel("p1");
     p.loadTokenAsChannelNameOrExpression("p1", 0);
     EXPECT_EQ(p.getChannel(0), first);
-    // Its own name, but nothing of that name is there.
+    // Its own name, but there is no channel of that name.
     p.loadTokenAsChannelNameOrExpression("p1 * 2", 1);
     ASSERT_TRUE(p.getChannel(1));
     KIT_String text;

@@ -1,7 +1,7 @@
 /// \file MenuScene.h
 /// Nodes for tests of menus: lists with an owner that has a command language and serves Python.
 ///
-/// Threads:    menus may be asked for from any thread once a scene is built.
+/// Threads:    menus may be requested from any thread once a scene is built.
 #pragma once
 
 #include <KIT/KIT_StringArray.h>
@@ -49,7 +49,7 @@ inline std::string itemsOf(const ZEL_ChoiceList &menu)
     return entriesText(items);
 }
 
-/// The text of tokenFromIndex, with "!" in front when it answers false.
+/// The text of tokenFromIndex, with "!" in front when it returns false.
 inline std::string tokenOf(const ZEL_ChoiceList &menu, std::int64_t index,
                            const ZEL_Parm *parm = nullptr)
 {
@@ -196,7 +196,7 @@ public:
     Tracebacks(const Tracebacks &) = delete;
     Tracebacks &operator=(const Tracebacks &) = delete;
 
-    /// Header and detail of each since the last asking, with "|" between.
+    /// Header and detail of each since the last call, with "|" between.
     std::string take()
     {
         const std::lock_guard<std::mutex> lock(myLock);

@@ -289,7 +289,7 @@ TEST(CommandMenus, EndCirclesWithAnEmptyMenu)
     node.buildNode();
     const ZEL_Parm *parm = node.list->getParmPtr("menu");
     std::map<std::string, ZEL_ChoiceList> menus;
-    // A script asks for the menus that it names, and prints what it gets.
+    // A script requests the menus that it names, and prints what it gets.
     const auto add = [&](const char *name, const char *script) {
         menus.emplace(name, ZEL_ChoiceList(ZEL_CHOICELIST_REPLACE, script, TRK_SCRIPT_COMMAND));
     };
@@ -306,7 +306,7 @@ TEST(CommandMenus, EndCirclesWithAnEmptyMenu)
         return text + " " + std::to_string(node.menuOwner.runs);
     };
     add("a", "a");
-    add("b", "c"); // b asks c, c asks b
+    add("b", "c"); // b requests c, c requests b
     add("c", "b");
     add("d", "e"); // no cycle
     add("e", "");

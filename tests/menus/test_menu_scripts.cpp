@@ -237,7 +237,7 @@ TEST_F(PythonMenus, ReachNodes)
 
 TEST_F(PythonMenus, EndCirclesWithAnEmptyMenu)
 {
-    // The script reads "n", and reading it asks for the menu again.
+    // The script reads "n", and reading it requests the menu again.
     const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, "return [str(vmr.ch('n')), 'N']",
                               TRK_SCRIPT_PYTHON);
     const ZEL_ChoiceList words(ZEL_CHOICELIST_REPLACE, "a A", TRK_SCRIPT_COMMAND);

@@ -1,4 +1,4 @@
-// Menus asked for by many threads at once.
+// Menus requested by many threads at once.
 
 #include "MenuScene.h"
 
@@ -26,7 +26,7 @@ void onThreads(int count, const std::function<void(int)> &work)
     }
 }
 
-/// Holds each thread until all have come.
+/// Holds each thread until all have arrived.
 class Barrier
 {
 public:
@@ -90,7 +90,7 @@ namespace
 
 ZEL_Item theLastItems[] = {{"x", "X", "icon"}, {nullptr, nullptr, nullptr}};
 
-/// Leaves with 3 if the menu is still answered.
+/// Exits with 3 if the menu still has its entries.
 void askAtExit()
 {
     const ZEL_ChoiceList items(ZEL_CHOICELIST_REPLACE, theLastItems);
@@ -101,7 +101,7 @@ void askAtExit()
 
 TEST(MenuThreadsDeathTest, AnswerWhileTheProcessEnds)
 {
-    // A process of its own, so that nothing has asked for a menu before the exit is arranged.
+    // A process of its own, so that no menu is requested before the exit handler is installed.
     ::testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(
         {
@@ -127,8 +127,8 @@ TEST(MenuThreads, PythonNeverWaitsWhileSomebodyWaitsForIt)
     TRK_Channel *channel = channels.addChannel("tx");
     channel->changeExpression(0, "sum(range(100)) + vmr.time()", TRK_LANGUAGE_PYTHON, false);
 
-    // The application locks its nodes: code that holds the interpreter comes here, and a thread that has
-    // the lock asks for the interpreter.
+    // The application locks its nodes: code that holds the interpreter takes the lock here, and a
+    // thread that has the lock requests the interpreter.
     std::mutex lock;
     nodes.evaluated = [&](const std::string &) { const std::lock_guard<std::mutex> guard(lock); };
     const ZEL_ChoiceList reading(ZEL_CHOICELIST_REPLACE,

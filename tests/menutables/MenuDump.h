@@ -42,7 +42,7 @@ inline std::string build(Builder builder, int size)
     return size > 0 ? dump(names.data()) : "";
 }
 
-/// Runs in a process of its own, where no menu is filled yet; what it answered.
+/// Runs in a process of its own, where no menu is filled yet; returns its result.
 inline std::string inChild(const std::function<std::string()> &run)
 {
     int ends[2];

@@ -15,7 +15,7 @@
 
 namespace
 {
-/// An override provider that answers as a test says, and notes what it is asked.
+/// An override provider that returns what a test has set, and records its calls.
 class Party : public ZEL_ORCallback
 {
 public:
@@ -23,7 +23,7 @@ public:
     ~Party() override { ZEL_ParmList::setORCallback(nullptr); }
 
     double value = 5.0;
-    int timeDepAnswer = 0; // -1: leaves what it finds
+    int timeDepAnswer = 0; // -1: leaves the argument unchanged
     int activeAnswer = 1;
     bool takes = true;
     std::atomic<int> evals{0};
@@ -162,7 +162,7 @@ TEST(Overrides, ReplaceTheValueWhileTheyCount)
         EXPECT_FALSE(p.instance->isDataDependent(0.0, 1));
         EXPECT_TRUE(p.instance->isDataDependent(0.0, -1));
 
-        // Inactive: its own value, and the interface can see so.
+        // Inactive: its own value, which the interface can query.
         party.activeAnswer = 0;
         EXPECT_EQ(p.eval(0), 1.0);
         EXPECT_EQ(p.instance->getIsOverrideActive(0), 0);
@@ -200,7 +200,7 @@ TEST(Overrides, AskForTimeDependenceUntilItIsKnown)
         EXPECT_EQ(party.timeDepAsked, c.asked) << c.answer;
         EXPECT_EQ(p.instance->isTimeDependent(-1), c.after) << c.answer;
         EXPECT_EQ(p.list->isTimeDependent(), c.after) << c.answer;
-        // Any new override asks again.
+        // Any new override calls the provider again.
         p.override(0, 0);
         p.eval();
         EXPECT_EQ(party.timeDepAsked, c.asked + 1) << c.answer;
@@ -373,7 +373,7 @@ TEST(Overrides, AreDisabledForOneThreadInAScope)
             EXPECT_EQ(p.eval(1), 0.0);
             p.instance->clearAllDirtyFlags();
         }
-        // The inner scope marks its component, and what is disabled still.
+        // The inner scope marks dirty its component, and what is still disabled.
         EXPECT_TRUE(p.instance->isDirty(0) && p.instance->isDirty(1));
         EXPECT_EQ(p.eval(0), 1.0);
         EXPECT_EQ(p.eval(1), 5.0);
@@ -385,7 +385,7 @@ TEST(Overrides, AreDisabledForOneThreadInAScope)
     EXPECT_EQ(events.take(), "");
     ZEL_AutoDisableOverride none(nullptr, 0);
 
-    // A scope for another parameter hides the outer one, and gives it back.
+    // A scope for another parameter hides the outer one, and restores it.
     OverriddenParm other(1);
     other.override(0, 0);
     ZEL_AutoDisableOverride outer(p.parm, 0);
@@ -472,7 +472,7 @@ TEST(Overrides, DisablingTellsWhatWasBefore)
     other.override(1, 0);
     EXPECT_FALSE(p.instance->setOverrideDisable(0, 1));
     EXPECT_TRUE(p.instance->setOverrideDisable(0, 1));
-    // One instance for each thread: the other takes the place, and the bits with it.
+    // One instance for each thread: the other one replaces it, bits included.
     EXPECT_FALSE(other.instance->setOverrideDisable(1, 1));
     EXPECT_EQ(p.eval(0), 5.0);
     EXPECT_EQ(other.eval(1), 0.0);

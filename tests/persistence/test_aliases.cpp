@@ -67,7 +67,7 @@ TEST(ChannelAliases, WhatLoadTakes)
         {"", false, "{\n}\n"},
         {"{ nowhere a ty b }", true, "{\n\tty b\n}\n"},
         {"{ tx ty }", true, "{\n}\n"},             // a channel has that name
-        {"{ tx a ty a }", true, "{\n\ttx a\n}\n"}, // an alias stands once
+        {"{ tx a ty a }", true, "{\n\ttx a\n}\n"}, // an alias is used once
         {"{ tx a a b }", true, "{\n\ttx a\n}\n"},  // an alias is no channel token
     };
     for (const Case &c : cases) {

@@ -1,4 +1,4 @@
-// What the tests of scripts share: a script's tokens as one line, and files that go away by themselves.
+// What the tests of scripts share: a script's tokens as one line, and temporary files.
 #pragma once
 
 #include <KIT/KIT_Error.h>

@@ -400,7 +400,7 @@ private:
         for (const std::vector<Sample> &samples : mySamples) {
             for (const Sample &sample : samples) {
                 Readings alone;
-                // The same menus: drawn anew until they are.
+                // The same menus: drawn again until they are.
                 do {
                     alone = readAll(*myNodes, sample.time, myRandom);
                 } while (alone.back() != sample.readings.back());

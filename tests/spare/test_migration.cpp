@@ -1,4 +1,4 @@
-// A list made anew from an older one: copies, other templates, and random pairs of either.
+// A list rebuilt from an older one: copies, other templates, and random pairs of either.
 
 #include "SpareRig.h"
 

@@ -354,7 +354,7 @@ TEST(SwitcherMirror, TheTargetFollowsAndKeepsWhatItShowed)
         rig.set_("mirror", value);
         EXPECT_EQ(rig.eval(), value);
     }
-    // A set that is made anew leaves it following.
+    // It keeps following after the set is rebuilt.
     Block again;
     again.add(ZEL_SWITCHER_EXCLUSIVE, 1, "mirror")->setSparePtr(&rig.spare);
     rig.update(&again);

@@ -1,4 +1,4 @@
-# Converts a text stream to binary and back and compares with what went in.
+# Converts a text stream to binary and back and compares with the input.
 #
 #   cmake -DZEL=... -DSCRIPT=... -DSTREAM=... -DFOLDER=... -DOUT=PREFIX -P check_convert.cmake
 cmake_minimum_required(VERSION 3.25)

@@ -46,7 +46,7 @@ Spare one(const char *token, const char *value)
     return spare;
 }
 
-/// Built before main, from pairs that must stand by then.
+/// Built before main, from pairs that must exist by then.
 Spare theEarlyRecord(Spare::usdPathTypePrimList, Spare::usdPathInputSecond);
 
 } // namespace

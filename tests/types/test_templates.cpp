@@ -534,7 +534,7 @@ TEST(Multis, RampsOwnTheirKeys)
     EXPECT_TRUE(ramp.getMultiParmTemplate()[3].isTerminator());
     EXPECT_GT(copy.getMemoryUsage(true), ZEL_Template(ZEL_FLT).getMemoryUsage(true));
 
-    // Anew from its own keys, then as something else: nothing dangles, nothing leaks.
+    // Initialised again from its own keys, then as another type: nothing dangles, nothing leaks.
     ramp.initMulti(ZEL_MULTITYPE_RAMP_RGB, ramp.getMultiParmTemplate(), ZEL_Template::ZEL_EXPORT_0,
                    1, &name, nullptr, nullptr, nullptr, nullptr, nullptr, ZEL_Callback());
     EXPECT_EQ(tokens(ramp.getMultiParmTemplate()), "tint#_#pos tint#_#c tint#_#interp");

@@ -27,8 +27,8 @@ ZEL_UndoDataArray handMade(const std::string &pairs)
     return data;
 }
 
-/// The lines of `now` that differ from `then`. Without regard to order if parameters have come and
-/// gone: what comes back is placed after all others. Spare parameters that were added later stay.
+/// The lines of `now` that differ from `then`. Without regard to order if parameters were added and
+/// removed: a restored one is placed after all others. Spare parameters that were added later stay.
 std::string difference(const std::string &then, const std::string &now)
 {
     std::vector<std::string> a = linesOf(then), b = linesOf(now);
@@ -83,7 +83,7 @@ TEST(Undo, AnySnapshotComesBackAfterAnyEdits)
             ASSERT_EQ(takeTexts(), "") << step;
         }
     }
-    // The script did what it is for.
+    // The script had an effect.
     EXPECT_GT(changed, restored * 9 / 10);
     EXPECT_GT(structures, restored / 3);
 }
@@ -182,7 +182,7 @@ TEST(Undo, ARestoreTellsTheChange)
     p.list.loadUndoData(data, nullptr, nullptr);
     EXPECT_TRUE(p.list.getParmPtr("t")->isDirty(2));
     EXPECT_TRUE(p.list.getParmPtr("press")->isDirty(0));
-    // A refused change is announced all the same, and no message says so.
+    // A refused change still sends its event, and no message is reported.
     EXPECT_EQ(events.take(), "4:0 4:1 4:2");
     EXPECT_EQ(owner.takeCalls(), "rebuildParmDependency 7");
     EXPECT_EQ(takeTexts(), "");
@@ -250,7 +250,7 @@ TEST(Undo, ASnapshotKeepsTheFirstWordOfATextBesideAChannel)
 
 TEST(Undo, WhatASnapshotDoesNotBringBack)
 {
-    // What its text doesn't speak of.
+    // What its text doesn't hold.
     UndoNode q;
     const ZEL_UndoDataArray plain = q.snapshot();
     const bool scoped = q.parm("t").getAutoScopedFlag(0);
@@ -376,7 +376,7 @@ TEST(UndoStack, StepsNestAreBoundedAndEmptyOnesLeaveNoEntry)
     EXPECT_EQ(undo.getRedoCount(), 1u) << "still there after a step that changed nothing";
     EXPECT_EQ(undo.getUndoLabel(), "4");
     {
-        // What an edit doesn't touch isn't put back.
+        // What an edit doesn't touch isn't restored.
         const ZELX_UndoStack::Step step(undo, "n");
         p.set("n", 9);
     }

@@ -6,7 +6,7 @@
 
 class ZEL_PresetInfo;
 
-/// The folder to save in: the one that is asked for, else the first that may be written, else "".
+/// The folder to save in: the requested one, else the first that may be written, else "".
 std::string ZELTpresetFolder(const std::string &folder);
 /// The path of a preset in a folder; without one, where it is found, "" if it isn't.
 std::string ZELTpresetPath(ZEL_PresetInfo &presets, const std::string &name,

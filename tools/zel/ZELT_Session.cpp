@@ -77,7 +77,7 @@ std::string makeKey(ZEL_Parm &parm, int index, double time, double value)
     key.out.value = value;
     key.expression = KIT_StringHolder(TRKinterpolatorToString(TRK_INTERP_LINEAR));
     channel->putFullKey(key);
-    // A new channel has a key of its own, which was not asked for.
+    // A new channel has a key of its own, which was not requested.
     while (freshFlag && channel->getNKeys() > 1) {
         const bool firstFlag = channel->findKey(time) != 0;
         channel->removeKey(channel->getKeyTime(firstFlag ? 0 : 1));
@@ -367,7 +367,7 @@ bool ZELTtakeFault(const std::string &file, const std::string &fault, ZELT_Messa
 {
     const int before = messages.getErrorCount();
     messages.takeErrors(file);
-    // What the library has said needs no second word.
+    // What the library has reported needs no second message.
     if (!fault.empty() && messages.getErrorCount() == before) {
         messages.error(file, fault);
     }

@@ -46,7 +46,7 @@ struct Rows
     }
 };
 
-/// "A:B" or "A:B:STEP"; why it isn't one, or "".
+/// "A:B" or "A:B:STEP". Returns why it is neither, or "".
 std::string parseFrames(const std::string &text, Rows &rows)
 {
     double numbers[3] = {0.0, 0.0, 1.0};
@@ -171,7 +171,7 @@ public:
                 others.push_back(std::async(std::launch::async, [this] { takeRuns(); }));
             }
         } catch (const std::system_error &) {
-            // No more threads can be started: those that run do all of it.
+            // No more threads can be started: the running ones do all of the work.
         }
         takeRuns();
         for (std::future<void> &other : others) {
@@ -182,7 +182,7 @@ public:
 private:
     void takeRuns()
     {
-        // Faults are reported by column and row, not by thread.
+        // Errors are reported by column and row, not by thread.
         const KIT_ErrorManager::Scope quiet(BASgetSTID());
         constexpr std::int64_t run = 16;
         for (std::int64_t row = myNext.fetch_add(run); row < myRows.count;
