@@ -490,7 +490,7 @@ public:
 
     /// Created on the first call.
     ZEL_Value *createInputNotifyValue();
-    ZEL_Value *inputNotifyValue() const { return myValue; }
+    ZEL_Value *inputNotifyValue() const { return myValue.get(); }
 
     bool hasMicroNodes() const { return threadSafeMicroNodes() != nullptr; }
     /// The component's node; null outside the vector. The array is created on first use, by any
@@ -610,7 +610,6 @@ private:
 
     void initMasks();
     void initTakeFlags();
-    void destroyArrays();
     void destroyMicroNodes();
     void leavePropagations();
     void clearSendExtra();
@@ -637,12 +636,12 @@ private:
     std::uint32_t myAutoSelectField;
     std::uint32_t myActiveField;
     ZEL_Template *myTemplate;
-    ZEL_Value *myValue;
+    std::unique_ptr<ZEL_Value> myValue;
     std::uint32_t myDirtyFlags;
     std::uint32_t mySendExtraFlags;
     KIT_ComponentArray<TRK_Channel *> myChannels;
-    KIT_StringHolder *myChannelAliases;
-    ColorRecord *myChannelColors;
+    std::unique_ptr<KIT_StringHolder[]> myChannelAliases;
+    std::unique_ptr<ColorRecord[]> myChannelColors;
     ZEL_Parm *myParm;
     const ZEL_Multi *myMultiOwner;
     ZEL_ParmMicroNode *myMicroNodes;

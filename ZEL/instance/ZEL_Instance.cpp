@@ -22,9 +22,8 @@
 // ---------------------------------------------------------------------- //
 
 ZEL_Instance::ZEL_Instance(ZEL_Template *templatePtr, ZEL_Parm *parm)
-    : myFlags(0), myTemplate(templatePtr), myValue(nullptr), myChannelAliases(nullptr),
-      myChannelColors(nullptr), myParm(parm), myMultiOwner(nullptr), myMicroNodes(nullptr),
-      myConstMicroNodes(nullptr)
+    : myFlags(0), myTemplate(templatePtr), myParm(parm), myMultiOwner(nullptr),
+      myMicroNodes(nullptr), myConstMicroNodes(nullptr)
 {
     initMasks();
     myEnableState = ~0u;
@@ -38,9 +37,8 @@ ZEL_Instance::ZEL_Instance(ZEL_Template *templatePtr, ZEL_Parm *parm)
 ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
     : myFlags(source.myFlags & ~(ZEL_INST_UNDO_SAVED | ZEL_INST_DEFAULTS_INIT)),
       myTemplate(source.myTemplate),
-      myValue(source.myValue ? new ZEL_Value(*source.myValue) : nullptr), myChannelAliases(nullptr),
-      myChannelColors(nullptr), myParm(parm), myMultiOwner(nullptr), myMicroNodes(nullptr),
-      myConstMicroNodes(nullptr)
+      myValue(source.myValue ? std::make_unique<ZEL_Value>(*source.myValue) : nullptr),
+      myParm(parm), myMultiOwner(nullptr), myMicroNodes(nullptr), myConstMicroNodes(nullptr)
 {
     initMasks();
     // Not copied from the source: the caller sets the state.
@@ -58,9 +56,8 @@ ZEL_Instance::~ZEL_Instance()
 {
     leavePropagations();
     destroyMicroNodes();
-    delete myValue;
     clearAndDestroyChannels();
-    destroyArrays();
+    myChannels.free(getVectorSize());
 }
 
 void ZEL_Instance::initMasks()
@@ -86,13 +83,6 @@ void ZEL_Instance::initTakeFlags()
     if (always) {
         myFlags |= ZEL_INST_ACTIVE_TAKE | ZEL_INST_ALWAYS_TAKE;
     }
-}
-
-void ZEL_Instance::destroyArrays()
-{
-    delete[] myChannelAliases;
-    delete[] myChannelColors;
-    myChannels.free(getVectorSize());
 }
 
 void ZEL_Instance::adopt(ZEL_Instance &source)
@@ -349,7 +339,7 @@ std::int64_t ZEL_Instance::getMemoryUsage(bool inclusive) const
     bytes += std::int64_t(KIT_ComponentArray<TRK_Channel *>::bytes(size));
     if (myChannelAliases) {
         for (int i = 0; i < size; ++i) {
-            bytes += myChannelAliases[i].getMemoryUsage(true);
+            bytes += myChannelAliases[std::size_t(i)].getMemoryUsage(true);
         }
     }
     if (myChannelColors) {
@@ -390,9 +380,9 @@ TRK_Collection *ZEL_Instance::getChannelGroupPtr() const
 ZEL_Value *ZEL_Instance::createInputNotifyValue()
 {
     if (!myValue) {
-        myValue = new ZEL_Value;
+        myValue = std::make_unique<ZEL_Value>();
     }
-    return myValue;
+    return myValue.get();
 }
 
 // ---------------------------------------------------------------------- //

@@ -440,10 +440,10 @@ bool ZEL_Instance::setChannelAlias(const KIT_StringHolder &alias, int index)
         return false;
     }
     if (!myChannelAliases && !alias.isEmpty()) {
-        myChannelAliases = new KIT_StringHolder[std::uint32_t(getVectorSize())];
+        myChannelAliases = std::make_unique<KIT_StringHolder[]>(std::size_t(getVectorSize()));
     }
     if (myChannelAliases) {
-        myChannelAliases[index] = alias;
+        myChannelAliases[std::size_t(index)] = alias;
     }
     TRK_Channel *channel = myChannels[index];
     if (channel && channel->getCollection()) {
@@ -457,8 +457,8 @@ const KIT_StringHolder &ZEL_Instance::getChannelAlias(int index) const
     if (!validIndex(index)) {
         return KIT_StringHolder::theEmptyString;
     }
-    if (myChannelAliases && !myChannelAliases[index].isEmpty()) {
-        return myChannelAliases[index];
+    if (myChannelAliases && !myChannelAliases[std::size_t(index)].isEmpty()) {
+        return myChannelAliases[std::size_t(index)];
     }
     return getChannelToken(index);
 }
@@ -494,7 +494,8 @@ int ZEL_Instance::findSubIndex(const KIT_StringRef &token, bool allowAlias) cons
     if (allowAlias && myChannelAliases) {
         const int size = getVectorSize();
         for (int i = 0; i < size; ++i) {
-            if (!myChannelAliases[i].isEmpty() && myChannelAliases[i] == token) {
+            if (!myChannelAliases[std::size_t(i)].isEmpty() &&
+                myChannelAliases[std::size_t(i)] == token) {
                 return i;
             }
         }
@@ -505,29 +506,30 @@ int ZEL_Instance::findSubIndex(const KIT_StringRef &token, bool allowAlias) cons
 void ZEL_Instance::setChannelCustomColor(int index, const KIT_Color &color)
 {
     if (!myChannelColors) {
-        myChannelColors = new ColorRecord[std::size_t(getVectorSize())];
+        myChannelColors = std::make_unique<ColorRecord[]>(std::size_t(getVectorSize()));
     }
     if (validIndex(index)) {
-        myChannelColors[index].color = color;
-        myChannelColors[index].set = true;
+        myChannelColors[std::size_t(index)].color = color;
+        myChannelColors[std::size_t(index)].set = true;
     }
 }
 
 void ZEL_Instance::resetChannelCustomColor(int index)
 {
     if (myChannelColors && validIndex(index)) {
-        myChannelColors[index] = ColorRecord();
+        myChannelColors[std::size_t(index)] = ColorRecord();
     }
 }
 
 bool ZEL_Instance::hasChannelCustomColor(int index) const
 {
-    return myChannelColors && validIndex(index) && myChannelColors[index].set;
+    return myChannelColors && validIndex(index) && myChannelColors[std::size_t(index)].set;
 }
 
 const KIT_Color &ZEL_Instance::getChannelCustomColor(int index) const
 {
-    return hasChannelCustomColor(index) ? myChannelColors[index].color : KIT_Color::theNoColor;
+    return hasChannelCustomColor(index) ? myChannelColors[std::size_t(index)].color
+                                        : KIT_Color::theNoColor;
 }
 
 // ---------------------------------------------------------------------- //
