@@ -12,11 +12,12 @@
 
 #pragma once
 
+#include <KIT/KIT_Array.h>
 #include <KIT/KIT_String.h>
-#include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_API.h>
 
 #include <cstdint>
+#include <memory>
 
 class DS_Command;
 class DS_Stream;
@@ -35,7 +36,7 @@ public:
     /// Null outside 0 .. entries - 1.
     DS_Command *getCommand(int index) const
     {
-        return myCommands.isValidIndex(index) ? myCommands[index] : nullptr;
+        return myCommands.isValidIndex(index) ? myCommands[index].get() : nullptr;
     }
     /// The first of that name, null if there is none.
     DS_Command *getCommand(const char *name) const;
@@ -56,6 +57,6 @@ private:
     void defaultEntry();
     std::int64_t find(const char *name) const;
 
-    KIT_ValArray<DS_Command *> myCommands;
+    KIT_Array<std::unique_ptr<DS_Command>> myCommands;
     KIT_String myFileName;
 };

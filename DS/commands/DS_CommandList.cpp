@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace
 {
@@ -40,12 +41,7 @@ DS_CommandList::DS_CommandList(const char *const *files)
     defaultEntry();
 }
 
-DS_CommandList::~DS_CommandList()
-{
-    for (DS_Command *const command : myCommands) {
-        delete command;
-    }
-}
+DS_CommandList::~DS_CommandList() = default;
 
 void DS_CommandList::load(const char *file)
 {
@@ -66,7 +62,7 @@ void DS_CommandList::readCommand(DS_Stream &stream, const char *file)
 {
     auto command = std::make_unique<DS_Command>(file);
     if (command->parse(stream)) {
-        myCommands.append(command.release());
+        myCommands.append(std::move(command));
     }
 }
 
@@ -97,7 +93,7 @@ std::int64_t DS_CommandList::find(const char *name) const
 DS_Command *DS_CommandList::getCommand(const char *name) const
 {
     const std::int64_t found = find(name);
-    return found >= 0 ? myCommands[found] : nullptr;
+    return found >= 0 ? myCommands[found].get() : nullptr;
 }
 
 int DS_CommandList::findCommand(const char *name) const
@@ -120,7 +116,7 @@ void DS_CommandList::setSyntax(int syntax)
     if (syntax == 0) {
         return;
     }
-    for (DS_Command *const command : myCommands) {
+    for (const std::unique_ptr<DS_Command> &command : myCommands) {
         command->setRManSyntax(syntax == rman);
         command->setKslSyntax(syntax == ksl);
     }
