@@ -9,7 +9,8 @@
 /// Units:      `size` in components; `exportLevel` 0 none, 1 dialog, 2 all, above: not written;
 ///             `menuType` 0 one of the choices, 1 a choice replaces the text, 2 it toggles a word
 ///             of the text.
-/// Ownership:  owns its texts and the records in its lists, which are made by new.
+/// Ownership:  owns its texts and the records in its lists, which are made by new. The lists are
+///             part of the interface as arrays of plain pointers, so no unique_ptr holds them.
 /// Threads:    one thread at a time; const calls from any.
 /// Errors:     none.
 

@@ -9,7 +9,8 @@
 ///             numbers are kept in 16 bits.
 /// Ownership:  owns the records in its lists (made by new) and the group names (made by malloc). A
 ///             copy borrows what it was copied from, which must outlive it, and owns what was
-///             appended to it later. Group names aren't copied.
+///             appended to it later. Group names aren't copied. The interface hands the lists out
+///             as arrays of plain pointers, so no unique_ptr holds the records.
 /// Threads:    one thread at a time.
 /// Errors:     none of its own.
 

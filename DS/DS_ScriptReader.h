@@ -65,6 +65,7 @@ private:
     void clearRecords();
     void addPage(const ZEL_ScriptPage &page, const std::string &path);
     void addFolder(const ZEL_ScriptPage &folder, const std::string &path, std::string &last);
+    DS_ParmInfo &appendParm(const char *name);
     DS_ParmInfo &addUnwritten(const char *name, const std::string &path);
     void addRecord(ZEL_ScriptParm &parm, const std::string &path);
     void addBlock(const ZEL_ScriptParm &parm, const std::string &path);

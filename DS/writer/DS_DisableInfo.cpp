@@ -1,7 +1,9 @@
 #include <DS/DS_DisableInfo.h>
 
+#include <DS/writer/DS_OwnedPrivate.h>
+
 #include <cstdlib>
-#include <cstring>
+#include <utility>
 
 DS_DisableInfo::~DS_DisableInfo()
 {
@@ -15,13 +17,15 @@ DS_DisableInfo::~DS_DisableInfo()
 
 void DS_DisableInfo::addInfo(const char *name, const char *value)
 {
-    char *const nameCopy = strdup(name ? name : "");
-    char *const valueCopy = strdup(value ? value : "");
+    DS_OwnedText nameCopy = DScopyText(name ? name : "");
+    DS_OwnedText valueCopy = DScopyText(value ? value : "");
     if (!nameCopy || !valueCopy) {
-        std::free(nameCopy);
-        std::free(valueCopy);
         return;
     }
-    myParmNames.append(nameCopy);
-    myValues.append(valueCopy);
+    // With its slot made first, the second append can't fail: a name is never without its value.
+    if (myValues.size() == myValues.capacity()) {
+        myValues.setCapacity(KITbumpAlloc(myValues.capacity()));
+    }
+    DSappendOwned(myParmNames, std::move(nameCopy));
+    DSappendOwned(myValues, std::move(valueCopy));
 }

@@ -2,6 +2,7 @@
 
 #include <DS/DS_ParmInfo.h>
 #include <DS/DS_Stream.h>
+#include <DS/writer/DS_OwnedPrivate.h>
 #include <DS/writer/DS_ScriptReaderPrivate.h>
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -16,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <set>
 #include <sstream>
 
@@ -191,22 +193,26 @@ void DS_ScriptReader::prepareParms()
 {
     clearRecords();
     for (const DS_HandleBinding &handle : myDialog->boundHandles) {
-        myBoundHandles.append(new DS_HandleBinding(handle));
+        DSappendOwned(myBoundHandles, std::make_unique<DS_HandleBinding>(handle));
     }
     for (const DS_HandleBinding &handle : myDialog->reservedHandles) {
-        myReservedHandles.append(new DS_HandleBinding(handle));
+        DSappendOwned(myReservedHandles, std::make_unique<DS_HandleBinding>(handle));
     }
     for (const DS_SelectorBinding &selector : myDialog->unboundSelectors) {
-        myUnboundSelectors.append(new DS_SelectorBinding(selector));
+        DSappendOwned(myUnboundSelectors, std::make_unique<DS_SelectorBinding>(selector));
     }
     for (const DS_SelectorBinding &selector : myDialog->reservedSelectors) {
-        myReservedSelectors.append(new DS_SelectorBinding(selector));
+        DSappendOwned(myReservedSelectors, std::make_unique<DS_SelectorBinding>(selector));
     }
     addPage(myDialog->page, "");
     std::set<std::string> groups;
     for (const DS_ParmInfo *info : myParms) {
         if (info->group.isstring() && groups.insert(info->group.toStdString()).second) {
-            myGroups.append(strdup(info->group.c_str()));
+            DS_OwnedText group = DScopyText(info->group.c_str());
+            if (!group) {
+                throw std::bad_alloc();
+            }
+            DSappendOwned(myGroups, std::move(group));
         }
     }
     myDoingGroups = !myGroups.isEmpty();
@@ -277,14 +283,19 @@ void DS_ScriptReader::addLoss(const char *name, const char *what)
     myLosses.append(text.buffer());
 }
 
+DS_ParmInfo &DS_ScriptReader::appendParm(const char *name)
+{
+    DSappendOwned(myParms, std::make_unique<DS_ParmInfo>(name));
+    return *myParms.last();
+}
+
 /// A record of which only the folder is written.
 DS_ParmInfo &DS_ScriptReader::addUnwritten(const char *name, const std::string &path)
 {
-    auto *const info = new DS_ParmInfo(name);
-    myParms.append(info);
-    info->group = path;
-    info->setIsArray(true);
-    return *info;
+    DS_ParmInfo &info = appendParm(name);
+    info.group = path;
+    info.setIsArray(true);
+    return info;
 }
 
 void DS_ScriptReader::addBlock(const ZEL_ScriptParm &parm, const std::string &path)
@@ -301,33 +312,32 @@ void DS_ScriptReader::addRecord(ZEL_ScriptParm &parm, const std::string &path)
         addLoss(parm.getName().getToken(), "a parameter of the base interface isn't written");
         return;
     }
-    auto *const info = new DS_ParmInfo(parm.getName().getToken());
-    myParms.append(info);
-    info->name = DSscriptWord(parm.getName().getToken());
-    info->label = escaped(parm.getName().getLabel());
-    info->group = path;
-    info->type = parm.getType();
-    info->multiType = parm.getMultiType();
-    info->size = parm.getSize();
-    if (parm.getTypeExtended() == ZEL_TYPEX_NODE_PATH && info->type.isStringType()) {
-        info->type |= ZEL_TYPE_OP_REF_NAME;
+    DS_ParmInfo &info = appendParm(parm.getName().getToken());
+    info.name = DSscriptWord(parm.getName().getToken());
+    info.label = escaped(parm.getName().getLabel());
+    info.group = path;
+    info.type = parm.getType();
+    info.multiType = parm.getMultiType();
+    info.size = parm.getSize();
+    if (parm.getTypeExtended() == ZEL_TYPEX_NODE_PATH && info.type.isStringType()) {
+        info.type |= ZEL_TYPE_OP_REF_NAME;
     }
-    settleSingleNumber(*info);
-    info->setLogarithmic(info->type.hasAnyOf(ZEL_TYPE_LOGARITHMIC));
-    info->exportLevel = parm.getExportLevel();
+    settleSingleNumber(info);
+    info.setLogarithmic(info.type.hasAnyOf(ZEL_TYPE_LOGARITHMIC));
+    info.exportLevel = parm.getExportLevel();
     if (const ZEL_Range *const range = parm.getRange()) {
-        info->range = std::make_unique<ZEL_Range>(*range);
+        info.range = std::make_unique<ZEL_Range>(*range);
     }
-    takeTexts(*info, parm);
-    takeMenu(*info, parm);
-    takeDefaults(*info, parm);
-    takeConditions(*info, parm);
+    takeTexts(info, parm);
+    takeMenu(info, parm);
+    takeDefaults(info, parm);
+    takeConditions(info, parm);
     if (const auto *const bound = dynamic_cast<const Parm *>(&parm)) {
         for (const DS_HandleBinding &handle : bound->getHandles()) {
-            info->handles.append(new DS_HandleBinding(handle));
+            DSappendOwned(info.handles, std::make_unique<DS_HandleBinding>(handle));
         }
         if (bound->getSelector()) {
-            info->selector = std::make_unique<DS_SelectorBinding>(*bound->getSelector());
+            info.selector = std::make_unique<DS_SelectorBinding>(*bound->getSelector());
         }
     }
 }
@@ -359,7 +369,8 @@ void DS_ScriptReader::takeTexts(DS_ParmInfo &info, ZEL_ScriptParm &parm)
         take(info.opFilter, ZEL_SpareData::getOpFilterToken(), name);
     }
     for (const auto &[token, value] : tags) {
-        info.attributes.append(new DS_AttributeValue(token.c_str(), value.c_str()));
+        DSappendOwned(info.attributes,
+                      std::make_unique<DS_AttributeValue>(token.c_str(), value.c_str()));
     }
 }
 
@@ -375,7 +386,8 @@ void DS_ScriptReader::takeMenu(DS_ParmInfo &info, const ZEL_ScriptParm &parm)
     default: info.menuType = 0; break;
     }
     for (const ZEL_Name *name = menu->choiceNamesPtr(); name && !name->isSentinel(); name++) {
-        info.menuChoices.append(new DS_MenuChoice(name->getToken(), name->getLabel()));
+        DSappendOwned(info.menuChoices,
+                      std::make_unique<DS_MenuChoice>(name->getToken(), name->getLabel()));
     }
     std::istringstream script(menu->getScript().toStdString());
     for (std::string line; std::getline(script, line);) {

@@ -2,6 +2,9 @@
 // of it, nothing is stuck afterwards, the same work succeeds when it is done again, and so does the next.
 
 #include <BAS/BAS_Allocate.h>
+#include <DS/DS_DisableInfo.h>
+#include <DS/DS_ParmInfo.h>
+#include <DS/DS_ScriptReader.h>
 #include <ZEL/ZEL_Item.h>
 #include <ZEL/ZEL_PresetInfo.h>
 #include <node/ZELX_Node.h>
@@ -413,6 +416,39 @@ struct BuildingAScript
     std::unique_ptr<ZEL_ParmList> list;
 };
 
+/// Records: made for the writer from a script that was read.
+struct MakingRecords
+{
+    static constexpr bool theSharesFlag = false;
+
+    MakingRecords() : reader("refused")
+    {
+        static const std::string theScript =
+            "{ name d bindhandle a t l d s bindhandlereserved a t l d s\n"
+            "bindselector t d p mask 3 m 1 bindselectorreserved parm t d p 1 0 mask 2 m 1\n"
+            "group { name g label \"Group with a long label\" parm { name a type string\n"
+            " menu { m M n N } parmtag { a b } parmtag { c d } bindhandle a t l d s } } }\n";
+        KIT_IStream memory(theScript.data(), theScript.size(), KIT_IStream::TEXT);
+        DS_Stream stream(memory, "refused", true);
+        EXPECT_TRUE(reader.parse(stream));
+    }
+    void run() { reader.prepareParms(); }
+    std::string text(Texts)
+    {
+        std::int64_t all = reader.getGroups().size() + reader.getBoundHandles().size() +
+                           reader.getReservedHandles().size() +
+                           reader.getUnboundSelectors().size() +
+                           reader.getReservedSelectors().size();
+        for (int i = 0; i < reader.numParms(); ++i) {
+            const DS_ParmInfo &info = *reader.getParmInfo(i);
+            all += 1 + info.menuChoices.size() + info.attributes.size() + info.handles.size();
+        }
+        return std::to_string(all);
+    }
+
+    DS_ScriptReader reader;
+};
+
 /// Presets: listed, loaded and saved.
 struct UsingPresets : MultiList
 {
@@ -546,6 +582,25 @@ TEST(RefusedMemory, RecordingAStep)
 TEST(RefusedMemory, BuildingAScript)
 {
     refuseEach<BuildingAScript>();
+}
+
+TEST(RefusedMemory, MakingRecords)
+{
+    MakingRecords whole;
+    whole.run();
+    EXPECT_EQ(whole.text(Texts::READ), "11");
+    refuseEach<MakingRecords>();
+}
+
+TEST(RefusedMemory, AConditionOfTheWriterHasAValueForEachName)
+{
+    bool isRefused = true;
+    for (long n = 0; isRefused; ++n) {
+        DS_DisableInfo info;
+        isRefused = runRefused(n, Refusal::ONE, [&] { info.addInfo("name", "value"); });
+        EXPECT_EQ(info.getParmNames().size(), info.getValues().size()) << n;
+        EXPECT_EQ(info.entries(), isRefused ? 0 : 1) << n;
+    }
 }
 
 using RefusedMemoryFolders = PresetFolders;
