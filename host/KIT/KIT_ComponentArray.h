@@ -3,13 +3,15 @@
 ///
 /// Vocabulary: *count* = the number of components, which the owner knows and passes in; it is not
 ///             stored here. An array of doubles is thus 16 bytes.
-///             KIT_SmallArray stores its count and would make every float larger by that.
 /// Ownership:  owns the values of a count above 1 until free(). It has no destructor, as the count
 ///             isn't stored: the owner calls free() with the count it gave to init().
 /// Threads:    one thread at a time.
 /// Errors:     indices are not checked.
 /// Cost:       reading is two loads and no branch; counts up to 1 use no heap.
-
+///
+/// It is not a KIT_SmallArray, which stores its size: every parameter would be 8 bytes larger by it.
+/// Values that aren't inside the object come from the allocator of small objects here, as the
+/// parameters do, and from the general heap there.
 #pragma once
 
 #include <KIT/KIT_SmallObjectAllocator.h>
