@@ -1,6 +1,6 @@
 /// \file BenchBeside.h
-/// One operation beside its baseline: both run in turn, and the best time of each counts, so that what
-/// else the machine does falls on both.
+/// One operation beside its baseline: both run in turn, and the best time of each counts, so that
+/// other load on the machine affects both.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -25,7 +25,7 @@ double benchSeconds(const WORK &work)
 }
 
 /// Sets the counters `ns` and `base_ns`, the times of one step of each, and `ratio` of the two. After
-/// each run `tidy` puts away what the operation left, untimed.
+/// each run `tidy` cleans up after the operation, untimed.
 template <class OPERATION, class BASELINE, class TIDY = void (*)()>
 BenchTimes benchBeside(
     benchmark::State &state, double steps, double baseSteps, const OPERATION &operation,

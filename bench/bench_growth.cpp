@@ -149,7 +149,7 @@ void loadBinary(Rig &r)
     r.load(r.binary, true);
 }
 
-/// Over what it wrote before: a stream that grows costs more than what is measured.
+/// Overwrites the last save: growing the stream would cost more than what is measured.
 void saveChannels(Rig &r)
 {
     r.out.seekp(0);

@@ -1,5 +1,5 @@
-// Fuzzes dialog commands: the text up to a NUL byte is a command, the rest a line for it. What the line
-// gives is written, read and written again, which must be the same line, in both syntaxes.
+// Fuzzes dialog commands: the text up to a NUL byte is a command, the rest a line for it. The result
+// of the line is written, read and written again, which must be the same line, in both syntaxes.
 
 #include <DS/DS_Command.h>
 #include <DS/DS_Stream.h>
@@ -40,7 +40,7 @@ void checkWords(const KIT_String &line)
 }
 
 /// Parameters that share a name, or a companion's, share settings, and of equal options only the last
-/// one is read: such a command's lines needn't come back.
+/// one is read: such a command's lines needn't read back to the same.
 bool isDistinct(KIT_IStream &text, const DS_Command &command)
 {
     std::set<std::string> options;

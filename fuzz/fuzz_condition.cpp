@@ -1,4 +1,4 @@
-// Fuzzes conditions: read any text, check what reading and checking say of each other, write and
+// Fuzzes conditions: read any text, check that reading and checking agree, write and
 // read again, put instance numbers in, and evaluate among a few parameters.
 
 #include <KIT/KIT_String.h>

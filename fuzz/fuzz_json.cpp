@@ -1,5 +1,5 @@
-// JSON in either form: what was read is written in both forms and read again to the same, nothing at
-// fault leaves a value, and no document is nested too deep. Then the bytes as a data parameter's text
+// JSON in either form: what was read is written in both forms and read again to the same, no
+// malformed document gives a value, and none is nested too deep. Then the bytes as a data parameter's text
 // and as the payload of its packets.
 
 #include <KIT/KIT_AutoJSONParser.h>

@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size == 0) {
         return 0;
     }
-    // So that what takes long is found, and not what is allowed.
+    // So that the fuzzer finds what is slow, not what is merely large.
     KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 100);
     const bool binary = data[0] & 1;
     const std::string bytes(reinterpret_cast<const char *>(data) + 1, size - 1);

@@ -109,7 +109,8 @@ bool rewrite(const std::string &text, std::string &written)
     return true;
 }
 
-/// What is lost is lost the first time; a type that the writer narrows shows in its defaults the next.
+/// What the writer can't keep is lost in the first round; a type that it narrows changes the defaults
+/// in the next.
 void checkRewriting(const std::string &text)
 {
     std::string first, second, third;

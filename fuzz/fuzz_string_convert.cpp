@@ -1,5 +1,5 @@
 // Fuzzes the two forms of a string: any text through both conversions, alone and one after the
-// other, and the promise of the way there and back.
+// other, and the promised round trip.
 
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -40,15 +40,15 @@ bool isBalanced(std::string_view text)
     return open.empty();
 }
 
-/// An expression between backticks that comes back: no quotes and no escapes, nothing unbalanced,
-/// and it doesn't start with a character by which an expression's pieces are recognised.
+/// An expression between backticks that survives the round trip: no quotes and no escapes, nothing
+/// unbalanced, and it doesn't start with a character by which an expression's pieces are recognised.
 bool isKeptExpression(std::string_view text)
 {
     return !text.empty() && !holds(text, "\\\"'") && !holds(text.substr(0, 1), " \t\n\v\f\r(+") &&
            isBalanced(text);
 }
 
-/// A literal that comes back: pieces of plain text without double quotes or backslashes, with kept
+/// A literal that survives it: pieces of plain text without double quotes or backslashes, with kept
 /// expressions between them.
 bool isKeptLiteral(std::string_view text)
 {

@@ -7,7 +7,7 @@
 
 ZEL_ChoiceThread &ZEL_ChoiceThread::get()
 {
-    // Never destroyed: other threads may ask while the process ends. Linked, so that leak checkers
+    // Never destroyed: other threads may request menus while the process ends. Linked, so that leak checkers
     // find the records of high ids, too.
     static auto *const theRecords = new BAS_PerThread<ZEL_ChoiceThread *>;
     static std::atomic<ZEL_ChoiceThread *> theNewest{nullptr};

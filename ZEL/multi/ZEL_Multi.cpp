@@ -362,7 +362,7 @@ const char *ZEL_Multi::getMultiParmToken(int child, int item) const
 int ZEL_Multi::findMultiParmIndex(const char *token, bool) const
 {
     const KIT_StringRef wanted(token);
-    // An item under construction is found too: its parameters may already ask.
+    // An item under construction is found too: its parameters may already look it up.
     const std::size_t end = wanted.isNull() ? 0 : myChildNames.size();
     for (std::size_t flat = 0; flat < end; ++flat) {
         if (myChildNames[flat]->getTokenRef() == wanted) {

@@ -26,7 +26,7 @@ struct BuiltInSlot
 
 using TokenSet = KIT_ProbeTable<BuiltInSlot, KIT_PrimeSizing>;
 
-/// The built-in tokens by their hashes. Never destroyed: records of the process may ask to its end.
+/// The built-in tokens by their hashes. Never destroyed: static records may use them to the end.
 const TokenSet &tokenSet()
 {
     static const TokenSet *const theSet = [] {

@@ -139,7 +139,7 @@ void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &name
             if (!is.getWord(word) || !opensGroup(word)) {
                 break;
             }
-            // Bodies of a newer version may end elsewhere: their words are tried as names.
+            // Bodies of a newer version may end elsewhere: their tokens are tried as names.
             skipsBodies = skipsBodies && skipBody(is, word);
         }
     }
@@ -206,8 +206,8 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
             missingToken("(", myName);
             return Result::ABANDONED;
         }
-        // After a failure it is unknown where bodies end: nothing is skipped, and the words are
-        // tried as names.
+        // After a failure it is unknown where bodies end: nothing is skipped, and the tokens
+        // are tried as names.
         failed = failed || !skipBody(is, word);
     }
     return failed ? Result::FAILED : Result::LOADED;

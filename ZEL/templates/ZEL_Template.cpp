@@ -310,7 +310,7 @@ void ZEL_Template::assign(const ZEL_Template &source, int vectorSize, ZEL_Defaul
 }
 
 // -------------------------------------------------------------------- //
-// What it owns
+// Owned parts
 // -------------------------------------------------------------------- //
 
 void ZEL_Template::dropChannelTokens()
@@ -436,7 +436,7 @@ void ZEL_Template::restoreFactoryDefaults()
 }
 
 // -------------------------------------------------------------------- //
-// What it points to
+// Records it points to
 // -------------------------------------------------------------------- //
 
 void ZEL_Template::setNamePtr(ZEL_Name *name)

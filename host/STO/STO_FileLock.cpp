@@ -47,8 +47,8 @@ STO_FileLock::STO_FileLock(const char *path)
             errno = why;
             return;
         }
-        // The previous holder has removed the file that was waited for: a lock on it excludes no
-        // one.
+        // The previous holder has removed the file that was waited for: a lock on it excludes
+        // nothing.
         if (isSameFile(file, myPath)) {
             myFile = file;
             return;

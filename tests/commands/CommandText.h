@@ -56,7 +56,7 @@ struct Command
         command->getCommand(result);
         return result.toStdString();
     }
-    /// The line that comes of this one.
+    /// The line that results from this one.
     std::string after(const std::string &line)
     {
         command->setCommand(line.c_str());

@@ -1,4 +1,4 @@
-// Files of dialog commands: what is read from them, and the parameters that become of it.
+// Files of dialog commands: what is read from them, and the parameters that are made of it.
 
 #include "CommandText.h"
 
@@ -257,7 +257,7 @@ TEST(CommandFiles, RandomTokens)
 
 TEST(CommandFiles, MadeMenus)
 {
-    // The application asks for these menus by flags of the record.
+    // The application requests these menus by flags of the record.
     const auto menuOf = [](unsigned flag, const char *block) {
         DS_Command command("");
         DS_Parm parm;

@@ -113,7 +113,7 @@ TEST(CommandLines, ThereAndBack)
         {theKinds, "tool -a nan -v 99999999999999999999 -2147483649 x",
          "tool -a nan -v 9223372036854775807 -2147483649 0"},
         {theKinds, "tool -m 99999999999 -a 0x10", "tool -m two -a 0"},
-        // A line that ends too early, words without a taker, another tool.
+        // A line that ends too early, words that nothing accepts, another tool.
         {theKinds, "tool -n", "tool -n 0"},
         {theKinds, "tool x y -t z", "tool -t"},
         // RenderMan.
@@ -182,7 +182,7 @@ TEST(CommandLines, Settings)
 
 TEST(CommandLines, PlacesAreLeftOut)
 {
-    // What is off isn't on the line, and the places after it keep their parameters.
+    // A record that is off isn't on the line, and the later ones keep their positions.
     Command tool(thePlaces);
     tool.setNumber("tog.s", 1);
     tool.setText("s", "x");

@@ -23,7 +23,7 @@ std::string written(const ZEL_Conditional &conditional)
     return text.nonNullStr();
 }
 
-/// The groups, or "!" and the message. A check without storing must say the same.
+/// The groups, or "!" and the message. A check without storing must give the same.
 std::string read(const char *text)
 {
     ZEL_Conditional conditional("{ old == 1 }", ZEL_CONDTYPE_DISABLE);
@@ -172,7 +172,7 @@ TEST(ConditionText, ReadsBackWhatItWrites)
         while (word.size() < shortest || random() % 5) {
             word += theBytes[random() % theBytes.size()];
         }
-        return word + "x"; // a last backslash would take the closing quote with it
+        return word + "x"; // a last backslash would escape the closing quote
     };
     for (int round = 0; round < 3000; ++round) {
         ZEL_Conditional conditional(ZEL_CONDTYPE_NOCOOK);

@@ -91,7 +91,7 @@ std::string digits(double value)
     return text.buffer();
 }
 
-/// The double that many units in the last place further.
+/// The double that is that many units in the last place higher.
 double unitsAfter(double value, int units)
 {
     for (; units > 0; --units) {
@@ -196,7 +196,7 @@ TEST(Conditions, CompareNumbersAndTexts)
         {"5", "5.0", "== >= <= =~"},
         {"5", "4", "!= >= > !~"},
         {"-5", "5e-1", "!= <= < !~"},
-        // One side that is no number makes both texts.
+        // If one side is no number, both are compared as texts.
         {"5", "5 ", "!= !~"},
         {" 5", "5", "!= !~"},
         {"5", "", "!= !~"},
@@ -388,7 +388,7 @@ TEST(ConditionSwitchers, HoldConditionsOfTheSetAndOfTabs)
     ZEL_ConditionalSwitcher assigned({{2, "{ z 1 }", ZEL_CONDTYPE_HIDE}});
     assigned = switcher;
 
-    // What the tab itself holds may be given back to it.
+    // A tab may be given its own conditional.
     switcher.setTabConditional(0, *switcher.getTabConditional(0));
     switcher.addTabConditional(1, *switcher.getTabConditional(1, ZEL_CONDTYPE_HIDE));
     EXPECT_EQ(contents(switcher), first);

@@ -24,7 +24,7 @@
 #include <string>
 #include <vector>
 
-/// Whether the thread's messages hold an error, and forgets them.
+/// Drops the thread's messages; true if one was an error.
 inline bool takeError()
 {
     const bool isError = KITgetErrorSeverity() >= KIT_ERROR_ABORT;
@@ -32,7 +32,7 @@ inline bool takeError()
     return isError;
 }
 
-/// Takes so many bytes; then a write fails, or throws as a target of an application's own may.
+/// Takes so many bytes; then a write fails, or throws as an application's own target may.
 class LimitedTarget : public std::streambuf
 {
 public:

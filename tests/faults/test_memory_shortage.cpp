@@ -28,7 +28,7 @@ namespace
 
 constexpr std::size_t theLarge = std::size_t(100) << 20;
 
-/// Takes the room for more than a few blocks away from this process.
+/// Limits this process to the memory of a few blocks.
 void limitMemory()
 {
     constexpr rlim_t theMost = rlim_t(200) << 20;

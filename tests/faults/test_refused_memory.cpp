@@ -1,5 +1,5 @@
-// Memory refused at every single allocation of a piece of work, once and from there on: whatever comes
-// of it, nothing is stuck afterwards, the same work succeeds when it is done again, and so does the next.
+// Memory refused at every single allocation of a piece of work, once and from there on: whatever the
+// result, nothing is stuck afterwards, and the same work succeeds when repeated, as does the next.
 
 #include <BAS/BAS_Allocate.h>
 #include <DS/DS_DisableInfo.h>
@@ -183,8 +183,8 @@ std::string textOf(const ZEL_ParmList &list, Texts texts)
     return text;
 }
 
-/// `theSharesFlag`: the work uses what the process keeps, such as the names of a node type, so that what
-/// is left half made would show in the next work of its kind.
+/// `theSharesFlag`: the work uses what the process keeps, such as the names of a node type, so that
+/// anything left half made would show in the next work of its kind.
 
 /// A block with a nested one, texts, a condition and a menu.
 class Points : public MultiList
@@ -331,7 +331,7 @@ struct ReplacingSpares : Points
     Block innerItems, first, second;
 };
 
-/// Undo: a snapshot taken and put back.
+/// Undo: a snapshot taken and restored.
 struct UndoingAChange : Points
 {
     UndoingAChange()
@@ -354,7 +354,7 @@ struct UndoingAChange : Points
     ZEL_UndoDataArray before;
 };
 
-/// Undo: a step of the reference node recorded, taken back and done again.
+/// Undo: a step of the reference node recorded, undone and redone.
 struct RecordingAStep
 {
     static constexpr bool theSharesFlag = false;

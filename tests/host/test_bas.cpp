@@ -32,7 +32,7 @@ uint64_t bitsOf(double value)
     return bits;
 }
 
-/// Runs that many threads, holds them all at one place, and hands each its id.
+/// Runs that many threads, holds them all at one place, and passes each its id.
 std::vector<int> idsOfThreads(int count)
 {
     std::mutex mutex;

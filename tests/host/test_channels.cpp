@@ -242,7 +242,7 @@ TEST_F(Channels, StringsAreExpressions)
     EXPECT_EQ(textAt(channel, 1), "ab");
     channel->clearPending();
     EXPECT_EQ(channel->setKeyString("'x'", 0, TRK_LANGUAGE_NATIVE, true, true, false), 0);
-    EXPECT_EQ(channel->setKeyString("'y'", 0, true, true, true), 0); // a literal gives way
+    EXPECT_EQ(channel->setKeyString("'y'", 0, true, true, true), 0); // a literal is replaced
     EXPECT_EQ(channel->setKeyString("'z'", 1, true, true, true), 1); // no key there
     channel->clearPending();
     EXPECT_EQ(channel->setKeyString("'z'", 1, true, true, false), 0);

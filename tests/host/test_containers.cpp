@@ -264,7 +264,7 @@ TEST(Containers, ComponentArraysKeepOneValueInside)
         EXPECT_EQ(data >= object && data < object + sizeof(values), count < 2);
 
         taker.adopt(values);
-        values[0] = 77.0; // must no longer be seen by the taker
+        values[0] = 77.0; // must not show in the array that took them
         for (int i = 0; i < count; ++i) {
             EXPECT_EQ(taker[i], i + 1.0);
         }
@@ -303,7 +303,7 @@ struct NumberSlot
     int value = 0;
 };
 
-/// A few homes at the end of the array for all: every run reaches it.
+/// A few home slots at the end of the array serve all names: every run reaches the end.
 struct CrowdedSizing : KIT_PrimeSizing
 {
     uint32_t home(uint32_t hash, uint32_t capacity) const
@@ -338,7 +338,7 @@ void compareWithMap(unsigned keys)
         NumberSlot *const found = table.find(name);
         const auto expected = model.find(key);
         ASSERT_EQ(found != nullptr, expected != model.end()) << key;
-        // Fuller and emptier by turns.
+        // Fills and empties in turn.
         if (!found && random() % 8 < (step / 500 % 2 ? 7 : 2)) {
             NumberSlot &slot = table.insert(name);
             EXPECT_TRUE(slot.name.isNull());

@@ -109,7 +109,7 @@ TEST(Errors, ADiscardingScopeKeepsNothing)
         KITaddCommonError(KIT_COMMON_CUT_PACKET);
         EXPECT_EQ(KITgetErrorSeverity(), KIT_ERROR_NONE);
 
-        // A scope inside reports as usual, and hands on nothing.
+        // A nested scope reports as usual, and passes nothing on.
         KIT_ErrorManager::Scope inner(BASgetSTID());
         KITaddError("ZEL", 9);
         EXPECT_EQ(KITgetErrorSeverity(), KIT_ERROR_ABORT);

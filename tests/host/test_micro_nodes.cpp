@@ -1,4 +1,4 @@
-// The dependency graph: edges, marks, propagation, and its texts.
+// The dependency graph: edges, flags, propagation, and its texts.
 
 #include <LNK/LNK_MicroNode.h>
 
@@ -150,11 +150,11 @@ TEST(MicroNodes, TheCallbackMayDestroyAnyNode)
             seen += node.className();
             if (&node == a.get()) {
                 a.reset(); // the start itself
-                c.reset(); // one that has not had its turn
+                c.reset(); // one that is still to be visited
             }
             if (&node == b.get()) {
                 d->propagateDirty([&](LNK_MicroNode &) { d.reset(); },
-                                  false); // from a walk inside the walk
+                                  false); // a nested walk
             }
         },
         false);

@@ -30,7 +30,7 @@
 namespace
 {
 
-/// Calls the read until it fails, and gives what it read as "[a][b]".
+/// Calls the read until it fails; returns what it read as "[a][b]".
 std::string readAll(const std::string &text,
                     const std::function<bool(KIT_IStream &, KIT_WorkBuffer &)> &read)
 {

@@ -24,7 +24,7 @@
 
 namespace
 {
-/// Bytes from 1 to 255, with the ones that quoting and coding treat apart in plenty.
+/// Bytes from 1 to 255, with many of those that quoting and coding treat specially.
 std::string randomText(std::mt19937 &random, size_t maxLength)
 {
     static const std::string theUsual = "\"\\'\n\r\t\x01\x1f\x7f _xn#a0b7\xff";
@@ -130,7 +130,7 @@ TEST(StringRef, HashSpreadsParameterNames)
             bucketMax = std::max(bucketMax, ++buckets[hash & 0xffff]);
         }
     }
-    // 50,000 random 32-bit numbers meet about 0.3 times, and fill the fullest of 65,536 buckets
+    // 50,000 random 32-bit numbers collide about 0.3 times, and fill the fullest of 65,536 buckets
     // with about 8.
     EXPECT_GE(hashes.size(), 49995u);
     EXPECT_LE(bucketMax, 12u);

@@ -203,7 +203,7 @@ TEST(Lists, ExpressionsReachParametersWithAndWithoutChannels)
     EXPECT_EQ(EVL::theErrNo[thread], int(EVL::EVL_CYCLE));
     EVL::theErrNo[thread] = 0;
 
-    // A second list on the collection doesn't take over, and the first gives way when it dies.
+    // The first list on a collection stays its value source, and nothing replaces it when it leaves.
     ZEL_ParmList copy(theOthers, &channels, nullptr, nullptr, "", false);
     EXPECT_NE(channels.getValueSource(), nullptr);
     list.setChannelGroupPtr(nullptr);

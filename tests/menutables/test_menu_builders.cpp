@@ -1,4 +1,4 @@
-// Menus of the host's state, the room that every builder keeps to, sorting, image names, kinds of
+// Menus of the host's state, the array size that every builder respects, sorting, image names, kinds of
 // dialog scripts.
 
 #include "MenuDump.h"

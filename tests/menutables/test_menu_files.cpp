@@ -1,4 +1,4 @@
-// Menus from data files: what lines make rows, where the files are found, what comes without them.
+// Menus from data files: what lines make rows, where the files are found, and menus without them.
 
 #include "MenuDump.h"
 
@@ -101,7 +101,7 @@ TEST(MenuLines, Rows)
         {four, "'int8 x' 0 '' \"A label\"\n", "int8 x 0 |A label\n"},
         {four, "a b c\n", separator},
         {four, "a\na b\na b c d e\n", ""},
-        // Bytes that are no text: what they mean is theirs, a NUL ends its line.
+        // Bytes that are no text are kept; a NUL ends its line.
         {two, "\xff\xfe \x80\x01\nb B\n", "\xff\xfe|\x80\x01\nb|B\n"},
         {two, std::string("a A\0 c\nb\0 B\nd D\n", 15), "a|A\n" + separator + "d|D\n"},
     };
@@ -254,7 +254,7 @@ TEST_F(MenuFiles, EveryBuilderReadsItsFile)
     }
 }
 
-// A choice list asks its generator like any other, and keeps to its own limit.
+// A choice list calls this generator like any other, and keeps to its own limit.
 TEST_F(MenuFiles, AsAChoiceList)
 {
     std::string rows;

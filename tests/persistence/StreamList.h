@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-/// The thread's messages with their texts, "ZEL 5 foo; Common 7 bar", and forgets them.
+/// Takes the thread's messages with their texts: "ZEL 5 foo; Common 7 bar".
 inline std::string takeTexts()
 {
     KIT_ErrorManager &manager = KITgetErrorManager();

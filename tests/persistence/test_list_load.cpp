@@ -37,7 +37,7 @@ const std::string theVersion = listPacket(1, bytesOf(0.8f));
 const std::string theEnd = listPacket(0, "");
 const char *const theStart = "t=0,0,0 f=0 n=0 points=0";
 
-/// With and without an owner, the same must come of a stream.
+/// With and without an owner, a stream must have the same result.
 void expectLoad(const std::string &data, bool binary, bool loaded, const std::string &messages,
                 const std::string &contents, const char *name = nullptr)
 {
@@ -91,7 +91,7 @@ TEST(ListLoad, Text)
         {text("foo"), false, "ZEL 5 foo; ZEL 9 (", theStart},
         {"{ version 0.8 foo", false, "ZEL 5 foo", theStart},
         {"{ version 0.8 foo [ 0 ] ( 5", false, "ZEL 5 foo", theStart},
-        // A parameter that fails leaves the later ones loaded; then words are tried as names.
+        // A parameter that fails leaves the later ones loaded; then tokens are tried as names.
         {text("f 1 " + entry("n", "5")), false, "ZEL 9 (", "t=0,0,0 f=0 n=5 points=0"},
         {text("f 1 " + entry("foo") + entry("n")), false, "ZEL 9 (; ZEL 5 foo; ZEL 5 0; ZEL 9 (",
          theStart},
@@ -292,7 +292,7 @@ TEST(ListLoad, AFewBytesDoNotFillTheMemory)
 }
 
 // ---------------------------------------------------------------------- //
-// Who else takes an entry
+// Other takers of an entry
 // ---------------------------------------------------------------------- //
 
 TEST(ListLoad, TheFallbackTakesWhatThisListHasNot)
@@ -454,7 +454,7 @@ void expectSound(const std::string &data, bool binary)
     ASSERT_EQ(p.load(data, binary), loaded) << "an owner must not change the outcome";
     const std::string texts = takeTexts();
     ASSERT_EQ(texts.empty(), ownerTexts.empty());
-    // A look ahead makes items earlier, and some of which a failed load never heard.
+    // Looking ahead for an owner makes items earlier, and some that a failed load never reaches.
     if (loaded) {
         ASSERT_EQ(inAnyOrder(p.contents()), inAnyOrder(withOwner.contents()));
     }
@@ -540,7 +540,7 @@ TEST(ListLoad, LongAndDeepInput)
     EXPECT_EQ(takeTexts(), "ZEL 5 " + longName + "1");
     EXPECT_EQ(p.contents(), "t=0,0,0 f=5 n=5 points=0");
 
-    // Packets in packets: only the outermost is anybody's.
+    // Packets in packets: only the outermost belongs to a parameter.
     std::string nest;
     for (int i = 0; i < 500; ++i) {
         nest = listPacket(2, bytesOf("f") + nest);

@@ -77,7 +77,7 @@ struct LongList
             const std::uint64_t bits = (std::uint64_t(random()) << 32) | random();
             double value = 0.0;
             std::memcpy(&value, &bits, sizeof(value));
-            // Text knows one NaN.
+            // Text has only one NaN.
             value = std::isnan(value) ? std::numeric_limits<double>::quiet_NaN() : value;
             instance.setValue(0.0, value, false, component, ZEL_ADDKEY_PENDING,
                               ZEL_KEYSET_PREFERENCE);

@@ -220,7 +220,7 @@ TEST(ScriptParms, ObsoleteAndNames)
                   words == std::string("obsolete invisible") ? "p FLT+invisible" : "p FLT");
     }
     EXPECT_EQ(Dialog("{ name top parm { label x } }").messages, "E: parameter without a name");
-    // Twice read, a doubled backslash collapses twice.
+    // Read twice, a doubled backslash collapses twice.
     EXPECT_EQ(Dialog("{ name top parm { name p obsolete \"\\\\\\\\x\" } }").messages,
               "E: Dialog Script: unknown identifier: '\\x'");
 }

@@ -119,7 +119,7 @@ TEST(ScriptStream, Blocks)
         {"{ } x", false, "1<,> x"},
         {"{}", true, "1<,> end"},
         {"{ a { b { } } c } x", false, "1<a,{,b,{,},},c,> x"},
-        {"{ k a}b x", false, "1<k,> x"}, // the token goes whole
+        {"{ k a}b x", false, "1<k,> x"}, // the whole token is consumed
         {"{ k a}{b x", false, "1<k,> x"},
         {"{ k \"a{b\" c } d } x", false, "1<k,a{b,c,},d,> x"}, // depth counts in every token
         {"{ a\"}b\"} c } x", false, "1<,> c"},
@@ -242,7 +242,7 @@ TEST(ParmReader, CopiesBorrowTheRecords)
     Reader assigned;
     EXPECT_FALSE(assigned.isDoingGroups());
     EXPECT_EQ(assigned.options(), 1u);
-    assigned.prepareParms(); // goes with the assignment
+    assigned.prepareParms(); // replaced by the assignment
     assigned = reader;
     assigned = *&assigned;
     EXPECT_TRUE(assigned.isDoingGroups());

@@ -15,7 +15,7 @@
 namespace
 {
 
-/// What a builder makes lives as long as the process, and so does the builder here.
+/// A builder's results live as long as the process, and so does this builder.
 ZEL_TemplateBuilder &build(const char *script, int extra = 0, const char **options = nullptr)
 {
     static std::deque<ZEL_TemplateBuilder> &theBuilders = *new std::deque<ZEL_TemplateBuilder>;

@@ -1,10 +1,10 @@
-// Readers on all cores, for as long as is asked: first while the thread that owns the nodes rests, each
+// Readers on all cores, for a given time: first while the thread that owns the nodes rests, each
 // round on nodes that were not read before; then while it changes values, keys, expressions, counts and
 // items between barriers. What every reader got is compared with what the owner reads alone.
 //
 //     soak [SECONDS] [THREADS] [SEED]
 //
-// Its worth is under the thread sanitizer. Exit 1 at the first value that differs.
+// It is meant for the thread sanitizer. Exit 1 at the first value that differs.
 
 #include <node/ZELX_Node.h>
 #include <node/ZELX_NodeGraph.h>
@@ -99,7 +99,7 @@ struct Nodes
         }
     }
 
-    /// The count's reading makes the items, which is the owner's.
+    /// Reading the count makes the items, which is the owner's task.
     static void settleItems(ZELX_Node &node)
     {
         for (const char *token : {"items", "curve", "band"}) {

@@ -1,6 +1,6 @@
 /// \file SpareRig.h
-/// A node's list with a fixed part, sets of spare templates, and an owner that looks around whenever it
-/// is notified.
+/// A node's list with a fixed part, sets of spare templates, and an owner that inspects the list
+/// whenever it is notified.
 ///
 /// Ownership:  owns everything the list is made of; the sets that a test makes must outlive the list.
 #pragma once

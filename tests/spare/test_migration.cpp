@@ -57,7 +57,7 @@ TEST(Migration, ACopyTakesThePlaceOfItsSource)
     EXPECT_TRUE(copy.getParmPtr("pt1")->getEnableState(0));
     EXPECT_EQ(copy.getPermissions(), 0755u);
     expectSound(copy, rig.channels);
-    // It lives on like any other list.
+    // It still works like any other list.
     Block none;
     copy.updateSpareParmTemplates(none.templates(), false);
     copy.insertMultiParmItem(copy.getParmIndex("points"), 0);
@@ -176,7 +176,7 @@ public:
             }
         }
         if (withTwins && random() % 4 == 0) {
-            // A stranger's set may say a token twice.
+            // A set from elsewhere may have a token twice.
             myTop.add(ZEL_FLT, 1, "twin");
             myTop.add(ZEL_XYZ, 3, "twin");
         }
@@ -251,7 +251,7 @@ void scramble(ZEL_ParmList &list, std::mt19937 &random)
     }
 }
 
-/// All that a parameter is to its user, by name: what each component gives at two times, and locks.
+/// A parameter's state for its user, by name: the value of each component at two times, and locks.
 std::map<std::string, std::string> states(const ZEL_ParmList &list)
 {
     std::map<std::string, std::string> all;
@@ -276,7 +276,7 @@ bool belongs(const std::string &name, const std::string &token)
     return name.compare(0, token.size(), token) == 0;
 }
 
-/// What keeps name and kind keeps its state, items included, and nothing of it is left out.
+/// A parameter that keeps name and kind keeps its whole state, items included.
 void expectCarried(const std::map<std::string, std::string> &before,
                    const std::map<std::string, std::string> &after,
                    const std::map<std::string, Kind> &was, const std::map<std::string, Kind> &is)

@@ -1,5 +1,5 @@
-// The values of spare data are shared by all threads: records of different threads come and go while
-// their values meet in one table.
+// The values of spare data are shared by all threads: different threads make and destroy records
+// whose values share one table.
 
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/sparedata/ZEL_SpareValuesPrivate.h>

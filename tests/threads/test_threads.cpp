@@ -1,5 +1,5 @@
-// Many threads evaluate one list whose lazy caches are still empty. The value of these tests is
-// under the thread sanitizer; without it they still compare the results.
+// Many threads evaluate one list whose lazy caches are still empty. These tests are
+// meant for the thread sanitizer; without it they still compare the results.
 
 #include <common/ListFixture.h>
 

@@ -45,7 +45,7 @@ std::string matched(const char *name, const char *pattern, int startOffset,
     return flag ? std::to_string(instance) : "no";
 }
 
-/// The plain definition, by trying everything.
+/// The plain definition, by exhaustive search.
 bool matchesByTrying(const char *name, const char *pattern)
 {
     if (*pattern != '#') {
@@ -179,11 +179,11 @@ TEST(MatchInstance, FindsTheLastNumber)
         {"", "", 0, nullptr, "-1"},
         {"", "#", 0, nullptr, "no"},
         {"a1_2", "a#_#", 1, nullptr, "2"},
-        {"a0_2", "a#_#", 1, nullptr, "no"}, // every number is held against the offset
+        {"a0_2", "a#_#", 1, nullptr, "no"}, // every number is checked against the offset
         {"a1b3x", "a#b#x", 0, nullptr, "3"},
         {"a1", "a#1", 0, nullptr, "no"},
         {"a11", "a#1", 0, nullptr, "1"},
-        {"a111", "a#1", 0, nullptr, "11"}, // the run gives back what the pattern wants
+        {"a111", "a#1", 0, nullptr, "11"}, // the run gives up the digits that the pattern needs
         {"a12", "a##", 0, nullptr, "2"},
         {"a1_2", "a#_#", 1, &one, "2"},
         {"a2_2", "a#_#", 1, &one, "no"},
@@ -250,7 +250,7 @@ TEST(MatchInstance, ReadsBackWhatWasPutIn)
 
 TEST(MatchInstance, AmbiguousPatternsStayLinear)
 {
-    // Trying everything would take longer than the test run lasts.
+    // An exhaustive search would take longer than the whole test run.
     std::string pattern;
     for (int i = 0; i < 60; i++) {
         pattern += "#";

@@ -320,8 +320,8 @@ TEST(Templates, MasksComeFromSpareData)
             EXPECT_EQ(parm.getAutoSelectField(), row.select) << row.size;
         }
     }
-    // All ones is also the mark of a mask not made yet, so a later spare value is still seen; any
-    // other mask is made once.
+    // All ones also stands for a mask not made yet, so a later spare value still counts; any other
+    // mask is made once.
     ZEL_SpareData spare;
     ZEL_Template parm(ZEL_FLT, 2, &theName, nullptr, nullptr, nullptr, ZEL_Callback(), &spare);
     EXPECT_EQ(parm.getAutoScopeField(), 0u);

@@ -5,7 +5,7 @@
 /// Ownership:  owns the calls; texts that are passed are copied.
 /// Threads:    one thread.
 /// Errors:     a command returns the exit code: 0, or 1 for wrong input. Wrong calls never reach it.
-///             Results go to standard output, messages through ZELT_Messages.
+///             Results are written to standard output, messages through ZELT_Messages.
 ///
 /// A new command is a file commands/ZELT_CommandNAME.cpp and the row ZELT_COMMAND(NAME) in
 /// ZELT_Commands.def; docs/tool.md and docs/zel.1 name it, tests/tool calls it. The file:

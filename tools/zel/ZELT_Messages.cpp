@@ -118,7 +118,7 @@ void ZELT_Messages::takeErrors(const std::string &file)
     std::set<std::string> reported;
     for (std::int64_t i = 0; i < manager.entries(); ++i) {
         const KIT_ErrorManager::Error &entry = manager.getError(i);
-        // A script reader's text is a sentence with its place already.
+        // A script reader's text is already a sentence with its position.
         const bool placedFlag =
             entry.category == theKITCommonCategory && entry.code == KIT_COMMON_BAD_SCRIPT;
         const std::string text =

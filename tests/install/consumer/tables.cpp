@@ -1,5 +1,5 @@
 // Every shared object by its name, as a program outside of the library uses it: all of them must be
-// exported, and be apart from each other.
+// exported and distinct.
 #include <KIT/KIT_String.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_DialogScript.h>

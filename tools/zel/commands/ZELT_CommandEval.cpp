@@ -34,7 +34,7 @@ constexpr std::int64_t theMostRows = 10000000;
 
 struct Rows
 {
-    bool framesFlag = false; ///< asked for by frame
+    bool framesFlag = false; ///< given as frames
     double first = 0.0;      ///< a frame, or the time
     double step = 1.0;
     std::int64_t count = 1;

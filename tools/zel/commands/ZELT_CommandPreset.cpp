@@ -17,7 +17,7 @@
 namespace
 {
 
-/// What all of them take, and what some do.
+/// The arguments of all of these commands, and of some.
 struct Call
 {
     std::string table;

@@ -15,8 +15,7 @@ namespace
 
 constexpr const char *thePrompt = "zel> ";
 
-/// One line from a terminal, which may be edited and comes back with the arrow keys; false at the
-/// end.
+/// One line from a terminal, which may be edited and recalled with the arrow keys; false at the end.
 bool readFromTerminal(std::string &line)
 {
 #ifdef ZELT_WITH_EDIT

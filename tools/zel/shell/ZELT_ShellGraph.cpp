@@ -1,4 +1,4 @@
-// The shell command on the graph of what depends on what.
+// The shell command on the dependency graph.
 
 #include "ZELT_Shell.h"
 

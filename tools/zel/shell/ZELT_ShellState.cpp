@@ -1,4 +1,4 @@
-// Shell commands on the state of parameters and of the list: conditions, marks, overrides, permissions.
+// Shell commands on the state of parameters and of the list: conditions, flags, overrides, permissions.
 
 #include "ZELT_Shell.h"
 

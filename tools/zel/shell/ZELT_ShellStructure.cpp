@@ -116,7 +116,7 @@ void adopt(ZELT_Shell &shell, const ZELT_ShellWords &words)
     }
     const std::vector<Former> former = formerParms(shell.getParms());
     shell.getNode().renewParms(script->getTemplates());
-    // Earlier steps would bring back channels that no parameter has now.
+    // Earlier steps would restore channels that no parameter has now.
     shell.getUndo().clear();
     shell.getSession().growBlocks(shell.getTime());
     shell.setScript(std::move(script));
