@@ -112,12 +112,6 @@ private:
     void writePages(std::ostream &os, int &groupCount);
 
     static void startGroup(std::ostream &os, int &groupCount, const char *path);
-    static void printMenu(std::ostream &os, const DS_ParmInfo &info, const char *keyword);
-    static void printTexts(std::ostream &os, const DS_ParmInfo &info);
-    static void printDefaults(std::ostream &os, const DS_ParmInfo &info);
-    static void printRange(std::ostream &os, const DS_ParmInfo &info);
-    static void printConditions(std::ostream &os, const DS_ParmInfo &info);
-    static void printBindings(std::ostream &os, const DS_ParmInfo &info);
 
     static KIT_StringArray theGroupStack;
     static bool theUseOldGroupingFlag;

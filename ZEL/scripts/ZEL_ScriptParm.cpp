@@ -19,12 +19,12 @@ ZEL_Callback &defaultCallback()
 } // namespace
 
 const char *const ZEL_ScriptParm::theTokens[] = {
-#define ZEL_PARM_SKIPPED(word, count) word,
+#define ZEL_PARM_SKIPPED(word, count, writer) word,
 #include <ZEL/scripts/ZEL_ScriptKeywords.def>
     nullptr,
 };
 const int ZEL_ScriptParm::theNumParms[] = {
-#define ZEL_PARM_SKIPPED(word, count) count,
+#define ZEL_PARM_SKIPPED(word, count, writer) count,
 #include <ZEL/scripts/ZEL_ScriptKeywords.def>
 
     -1,
