@@ -123,7 +123,7 @@ ZEL_Template::ZEL_Template(ZEL_MultiType multiType, ZEL_Template *items, ZEL_Exp
               conditional, callback);
 }
 
-ZEL_Template::ZEL_Template(const ZEL_Template &other) : ZEL_Template()
+ZEL_Template::ZEL_Template(const ZEL_Template &other)
 {
     assign(other, other.myVectorSize, other.myFactoryDefaults);
 }
