@@ -89,7 +89,8 @@ bool ZEL_ScriptParm::parseConditional(DS_Stream &stream, ZEL_Conditional &condit
 // -------------------------------------------------------------------- //
 
 const ZEL_ScriptParm::Keyword ZEL_ScriptParm::theKeywords[] = {
-#define ZEL_PARM_KEYWORD(word, form, parser, argument, writer) {word, &ZEL_ScriptParm::parser, argument},
+#define ZEL_PARM_KEYWORD(word, form, parser, argument, writer)                                     \
+    {word, &ZEL_ScriptParm::parser, argument},
 #include <ZEL/scripts/ZEL_ScriptKeywords.def>
 };
 
