@@ -37,7 +37,7 @@ class ZELT_CommandLine;
 class ZELT_Messages;
 struct ZELT_NodeCall;
 
-/// What every command takes.
+/// The options of every command.
 struct ZELT_Options
 {
     bool json = false;      ///< one JSON document, messages as JSON lines
@@ -73,7 +73,7 @@ public:
     {
         return addTo(myApp, name, what, example, function);
     }
-    /// A word in front of commands that belong together; they follow with addTo().
+    /// The common first word of commands that belong together; they follow with addTo().
     CLI::App &addGroup(const char *name, const char *what, const char *example);
     template <class CALL>
     Added<CALL> addTo(CLI::App &group, const char *name, const char *what, const char *example,
@@ -91,7 +91,7 @@ public:
     // ------------------------------------------------------------------ //
     /// \name For the program
     // ------------------------------------------------------------------ //
-    /// The exit code if no command is to run: help was asked for, or the call is wrong.
+    /// The exit code if no command is to run: help was requested, or the call is wrong.
     std::optional<int> parse(int argc, char **argv, ZELT_Messages &messages);
     /// What parse() read.
     const ZELT_Options &getOptions() const { return myOptions; }

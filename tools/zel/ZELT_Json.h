@@ -1,7 +1,7 @@
 /// \file ZELT_Json.h
 /// JSON as the tool prints it: keys in the order in which they were added, a line for each element.
 ///
-/// Errors:     bytes that are no UTF-8 are printed as U+FFFD; numbers that JSON hasn't (infinities,
+/// Errors:     bytes that are no UTF-8 are printed as U+FFFD; numbers that JSON lacks (infinities,
 ///             not a number) as null.
 #pragma once
 

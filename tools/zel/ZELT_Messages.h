@@ -1,13 +1,13 @@
 /// \file ZELT_Messages.h
-/// What the tool says on standard error, each message once.
+/// The tool's messages on standard error, each once.
 ///
-/// Vocabulary: *place* = file and line; a message without one says what it is about in its text.
+/// Vocabulary: *place* = file and line; a message without one names its subject in its text.
 /// Units:      lines from 1; 0 is none.
 /// Threads:    messages from any thread at once; making and ending one belong to the main thread.
-/// Errors:     hasErrors() is what decides between the exit codes 0 and 1.
+/// Errors:     hasErrors() decides between the exit codes 0 and 1.
 ///
-/// Text: `file(line): text`, with `warning: ` in front of the text of what is no error. JSON: one
-/// line `{"severity", "category", "code", "file", "line", "text"}` each, null for what there isn't.
+/// Text: `file(line): text`, with `warning: ` in front of the text if it is no error. JSON: one
+/// line `{"severity", "category", "code", "file", "line", "text"}` each, null where unknown.
 #pragma once
 
 #include <KIT/KIT_ErrorManager.h>
@@ -30,7 +30,7 @@ public:
 
     /// An error of the tool's own. An empty file is none.
     void error(const std::string &file, const std::string &text);
-    /// A message with all it has; a place at the start of the text (`file(line): text`) counts when
+    /// A message with all its parts; a place at the start of the text (`file(line): text`) counts when
     /// no file is given.
     void add(KIT_ErrorSeverity severity, const std::string &category, int code,
              const std::string &file, int line, const std::string &text);

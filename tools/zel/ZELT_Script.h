@@ -20,7 +20,7 @@ class ZELT_Script
 {
 public:
     static std::unique_ptr<ZELT_Script> load(const std::string &file, ZELT_Messages &messages);
-    /// The same of a text: a script, or what may stand between a script's braces.
+    /// The same for a text: a script, or the contents of a script's braces.
     static std::unique_ptr<ZELT_Script> loadText(const std::string &text, const std::string &name,
                                                  ZELT_Messages &messages);
     /// Reads a script into a page of the caller's; false at the first error.
@@ -30,7 +30,7 @@ public:
     ZELT_Script &operator=(const ZELT_Script &) = delete;
 
     const std::string &getFile() const { return myFile; }
-    /// What a node of the script is called: the page's name, else the file's without its extension.
+    /// The name for a node of the script: the page's name, else the file's without its extension.
     const std::string &getName() const { return myName; }
     /// Up to a terminator.
     ZEL_Template *getTemplates() const { return myTemplates.get(); }

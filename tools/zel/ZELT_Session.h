@@ -106,12 +106,12 @@ private:
 };
 
 /// Reports what the library reported or, without that, the fault; false if there was an error. `file`
-/// is what it is about, "" for nothing.
+/// is the one that it concerns, "" for none.
 bool ZELTtakeFault(const std::string &file, const std::string &fault, ZELT_Messages &messages);
 /// Reads and sets all of them at a time, in this order; false if any is wrong.
 bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double time,
                      ZELT_Messages &messages);
 
-/// What an evaluation's error number says, on the thread that evaluated: for a Python expression with
-/// the reason, which is the last line of its traceback.
+/// The text of an evaluation's error number, on the thread that evaluated: for a Python expression
+/// with the reason, which is the last line of its traceback.
 std::string ZELTevaluationError(int error);

@@ -10,7 +10,7 @@
 
 class ZEL_Template;
 
-/// The word by which a dialog script asks for the type; "custom" if it has none.
+/// The dialog script's keyword for the type; "custom" if it has none.
 std::string ZELTtypeWord(const ZEL_Template &description);
 /// The text dump of the type.
 std::string ZELTtypeDump(const ZEL_Template &description);

@@ -1,5 +1,5 @@
 /// \file ZELT_State.h
-/// What the conditions of parameters and folders say at present.
+/// The present results of the conditions of parameters and folders.
 ///
 /// Threads:    as the evaluation of a condition: any, but blocks on the list's own.
 #pragma once

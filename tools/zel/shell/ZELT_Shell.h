@@ -121,7 +121,7 @@ public:
     /// \name Output and words   (what is wrong is printed)
     // ------------------------------------------------------------------ //
     void fail(const std::string &reason);
-    /// Fails with `fault`, after the name of the file that it is about; nothing for "".
+    /// Fails with `fault`, after the name of the file that it concerns; does nothing for "".
     void settle(const std::string &fault, const std::string &file = "");
     /// Null if there is no such parameter.
     ZEL_Parm *findParm(const std::string &token);
