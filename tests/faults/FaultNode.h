@@ -3,7 +3,7 @@
 /// fail after so many bytes.
 ///
 /// Vocabulary: *state* = for each token what is saved of the parameter alone, and what its components
-///             evaluate to; *entry* = a parameter in a stream, with the positions it stands between.
+///             evaluate to; *entry* = a parameter in a stream, with the positions of its begin and end.
 /// Ownership:  owns everything that the node borrows.
 #pragma once
 

@@ -302,7 +302,7 @@ TEST(SpareParms, EventsGoOutBeforehandAndNotInALoad)
 
 constexpr const char *theMark = "1+strcmp(\"\", \"AUTO-GENERATED\")+";
 
-/// "folder" of the fixed part, and a set with "mirror" that stands for what `target` names.
+/// "folder" of the fixed part, and a set with "mirror", which mirrors what `target` names.
 struct MirrorRig
 {
     explicit MirrorRig(const char *target = "folder")
