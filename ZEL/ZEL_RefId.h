@@ -24,8 +24,6 @@ public:
 
     int index() const { return myIndex; }
     int subIndex() const { return mySubIndex; }
-    void setIndex(int parmIndex) { myIndex = parmIndex; }
-    void setSubIndex(int subIndex) { mySubIndex = subIndex; }
 
     /// Whether the parm index isn't negative.
     bool isValid() const { return myIndex >= 0; }

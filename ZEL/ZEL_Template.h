@@ -211,7 +211,6 @@ public:
     int getExpressionFlag() const { return myName->getExpressionFlag(); }
     /// The help text; null when there is none.
     const char *getHelpText() const { return myHelpText.c_str(); }
-    const KIT_StringHolder &getHelpTextRef() const { return myHelpText; }
 
     // ---------------------------------------------------------------- //
     /// \name Channels   (any thread; created on first request)
