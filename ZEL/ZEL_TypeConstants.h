@@ -28,6 +28,7 @@ struct ZEL_TypeConstant
 };
 
 /// All published types, elementary ones first, in the order of their rows; `count` rows.
+/// For tests that check the whole table; the library itself looks up single types.
 ZEL_API const ZEL_TypeConstant *ZELgetTypeConstants(int &count);
 
 /// The published type of that name, null if there is none.
