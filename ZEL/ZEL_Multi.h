@@ -195,7 +195,7 @@ private:
     void instanceNumbers(int item, KIT_ValArray<int> &numbers) const;
     bool grow(int count, bool evaluateChildren);
     void shrink(int count);
-    void tellChanged() const;
+    void notifyChanged() const;
     bool addInstance(int item, bool evaluateChildren);
     void makeNames(const KIT_ValArray<int> &numbers);
     bool acceptNames() const;

@@ -1,9 +1,9 @@
 /// \file ZEL_NameTable.h
 /// The hash table from a name to a parameter index that every list and node type keeps.
 ///
-/// Vocabulary: *pending shift* (`Gap`): after values [first, first+size) are erased, larger values
-///             must drop by size. Up to theMostGaps such shifts are kept and applied on look-up,
-///             so that erasing doesn't rewrite the table.
+/// Vocabulary: *pending shift* (`Shift`): after values [first, first+size) are erased, larger
+///             values must drop by size. Up to theMostShifts of them are kept and applied on
+///             look-up, so that erasing doesn't rewrite the table.
 /// Units:      values are parm indices, 0-based; -1 means not found.
 /// Ownership:  shares the names' counted text.
 /// Threads:    look-ups from any thread while no thread changes the table; no lock.
@@ -52,7 +52,7 @@ public:
     /// Removes the name if it has that value; true if it did.
     bool removeIfValue(const KIT_StringRef &name, int value);
     /// Decrements every value greater than `value`.
-    void closeGap(int value);
+    void shiftAbove(int value);
 
     std::uint32_t entries() const { return myTable.entries(); }
     std::uint32_t capacity() const { return myTable.capacity(); }
@@ -68,13 +68,13 @@ private:
     };
 
     /// A pending shift, in terms of the values that are stored in the slots.
-    struct Gap
+    struct Shift
     {
         std::int32_t first;
         std::int32_t size;
     };
     /// Two for the usual pattern, one growing beside a complete one, and two more for others.
-    static constexpr int theMostGaps = 4;
+    static constexpr int theMostShifts = 4;
 
     int probe(const KIT_StringRef &name) const
     {
@@ -84,18 +84,18 @@ private:
     /// A slot's value after the pending shifts below it.
     std::int32_t present(std::int32_t value) const
     {
-        std::int32_t closed = 0;
-        for (int i = 0; i < myNumGaps && value >= myGaps[i].first; ++i) {
-            closed += std::min(myGaps[i].size, value - myGaps[i].first);
+        std::int32_t drop = 0;
+        for (int i = 0; i < myNumShifts && value >= myShifts[i].first; ++i) {
+            drop += std::min(myShifts[i].size, value - myShifts[i].first);
         }
-        return value - closed;
+        return value - drop;
     }
     const Slot *findSlot(const KIT_StringRef &name) const;
 
-    void applyGaps();
-    bool joinGaps(int next, std::int32_t value);
+    void applyShifts();
+    bool joinShifts(int next, std::int32_t value);
 
     KIT_ProbeTable<Slot, KIT_PrimeSizing> myTable;
-    int myNumGaps = 0;
-    Gap myGaps[theMostGaps];
+    int myNumShifts = 0;
+    Shift myShifts[theMostShifts];
 };

@@ -429,7 +429,7 @@ private:
         void leave();
         /// Becomes the collection's value source if it has none: the first list on a collection is,
         /// copies and fallback lists aren't.
-        void answerIfNobodyDoes();
+        void becomeSourceIfNone();
         bool evaluateNumber(const KIT_StringRef &name, double time, int thread, double &value,
                             bool &timeDependent) override;
         bool evaluateString(const KIT_StringRef &name, double time, int thread, KIT_String &value,
@@ -473,7 +473,7 @@ private:
     void copyUnlinkedParms(const ZEL_ParmList &source);
     void settleCopies(const ZEL_ParmList &source);
     void takeCollection(ZEL_ParmList &from);
-    void leaveCollection(const ZEL_ParmList &heir);
+    void leaveCollection(const ZEL_ParmList &successor);
     void adoptParm(ZEL_Parm &to, ZEL_Parm &from, bool forceCopy);
     void adoptChannelAlias(ZEL_Parm &to, const ZEL_Parm &from);
     static bool shouldCopyOnAdopt(ZEL_Template &to, ZEL_Parm &from, bool forceCopy);

@@ -393,7 +393,7 @@ ZEL_ParmList::ChannelSource::ChannelSource(ZEL_ParmList &list) : myList(list)
 {
     if (TRK_Collection *collection = list.myCollection) {
         collection->addListener(this);
-        answerIfNobodyDoes();
+        becomeSourceIfNone();
     }
 }
 
@@ -404,7 +404,7 @@ void ZEL_ParmList::ChannelSource::moveTo(TRK_Collection *collection)
     }
     leave();
     myList.myCollection = collection;
-    answerIfNobodyDoes();
+    becomeSourceIfNone();
 }
 
 void ZEL_ParmList::ChannelSource::leave()
@@ -417,7 +417,7 @@ void ZEL_ParmList::ChannelSource::leave()
     }
 }
 
-void ZEL_ParmList::ChannelSource::answerIfNobodyDoes()
+void ZEL_ParmList::ChannelSource::becomeSourceIfNone()
 {
     if (myList.myCollection && !myList.myCollection->getValueSource()) {
         myList.myCollection->setValueSource(this);

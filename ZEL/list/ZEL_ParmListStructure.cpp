@@ -58,9 +58,9 @@ void ZEL_ParmList::forgetNames(const ZEL_Parm &parm, int index)
     if (index == getEntries() - 1) {
         return;
     }
-    myInstanceTokens.closeGap(index);
-    myInstanceChannels.closeGap(index);
-    myChannelAliases.closeGap(index);
+    myInstanceTokens.shiftAbove(index);
+    myInstanceChannels.shiftAbove(index);
+    myChannelAliases.shiftAbove(index);
 }
 
 // ---------------------------------------------------------------------- //

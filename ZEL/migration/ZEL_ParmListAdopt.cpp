@@ -276,7 +276,7 @@ void ZEL_ParmList::adoptParmList(ZEL_ParmList &from, bool forceCopy)
     takeCollection(from);
     adoptAll(from, forceCopy);
     from.leaveCollection(*this);
-    myChannelSource.answerIfNobodyDoes();
+    myChannelSource.becomeSourceIfNone();
 }
 
 void ZEL_ParmList::adoptAll(ZEL_ParmList &from, bool forceCopy)
@@ -305,12 +305,12 @@ void ZEL_ParmList::takeCollection(ZEL_ParmList &from)
     }
 }
 
-/// Removes the channels that the list that takes over (`heir`) didn't take: nothing would refer to
-/// them again.
-void ZEL_ParmList::leaveCollection(const ZEL_ParmList &heir)
+/// Removes the channels that the list that takes over (`successor`) didn't take: nothing would
+/// refer to them again.
+void ZEL_ParmList::leaveCollection(const ZEL_ParmList &successor)
 {
     std::unordered_set<const TRK_Channel *> taken;
-    for (const ZEL_Parm *parm : heir.myParms) {
+    for (const ZEL_Parm *parm : successor.myParms) {
         for (int i = 0; parm && i < parm->getVectorSize(); ++i) {
             taken.insert(parm->getChannel(i));
         }

@@ -163,7 +163,7 @@ void ZEL_Multi::setNumInstances(int count, bool evaluateChildren)
         }
         shrink(count);
     }
-    tellChanged();
+    notifyChanged();
 }
 
 bool ZEL_Multi::grow(int count, bool evaluateChildren)
@@ -210,7 +210,7 @@ void ZEL_Multi::shrink(int count)
     }
 }
 
-void ZEL_Multi::tellChanged() const
+void ZEL_Multi::notifyChanged() const
 {
     if (ZEL_ParmOwner *owner = getParmOwner()) {
         owner->multiInstancesChanged();
@@ -226,7 +226,7 @@ void ZEL_Multi::destroyChildParms()
         const Changing changing(*this);
         shrink(0);
     }
-    tellChanged();
+    notifyChanged();
 }
 
 // -------------------------------------------------------------------------- //
@@ -634,7 +634,7 @@ void ZEL_Multi::swapInstances(int first, int second)
         }
         shrink(spare);
     }
-    tellChanged();
+    notifyChanged();
 }
 
 void ZEL_Multi::assignInstance(int from, int to)

@@ -19,7 +19,7 @@ void ZEL_NameTable::insert(const KIT_StringRef &name, int value)
     if (name.isNull()) {
         return;
     }
-    applyGaps();
+    applyShifts();
     if (Slot *found = capacity() ? myTable.find(name) : nullptr) {
         found->value = value;
         return;
@@ -42,31 +42,31 @@ bool ZEL_NameTable::removeIfValue(const KIT_StringRef &name, int value)
     return true;
 }
 
-void ZEL_NameTable::closeGap(int value)
+void ZEL_NameTable::shiftAbove(int value)
 {
     int next = 0; // the first pending shift after the value
     std::int32_t inSlots = value;
-    for (; next < myNumGaps && inSlots >= myGaps[next].first; ++next) {
-        inSlots += myGaps[next].size;
+    for (; next < myNumShifts && inSlots >= myShifts[next].first; ++next) {
+        inSlots += myShifts[next].size;
     }
-    if (joinGaps(next, inSlots)) {
+    if (joinShifts(next, inSlots)) {
         return;
     }
-    if (myNumGaps == theMostGaps) {
-        applyGaps();
+    if (myNumShifts == theMostShifts) {
+        applyShifts();
         next = 0;
         inSlots = value;
     }
-    std::copy_backward(myGaps + next, myGaps + myNumGaps, myGaps + myNumGaps + 1);
-    myGaps[next] = {inSlots, 1};
-    ++myNumGaps;
+    std::copy_backward(myShifts + next, myShifts + myNumShifts, myShifts + myNumShifts + 1);
+    myShifts[next] = {inSlots, 1};
+    ++myNumShifts;
 }
 
 /// Merges a value into the pending shifts adjacent to it; false if there are none.
-bool ZEL_NameTable::joinGaps(int next, std::int32_t value)
+bool ZEL_NameTable::joinShifts(int next, std::int32_t value)
 {
-    Gap *const below = next > 0 ? &myGaps[next - 1] : nullptr;
-    Gap *const above = next < myNumGaps ? &myGaps[next] : nullptr;
+    Shift *const below = next > 0 ? &myShifts[next - 1] : nullptr;
+    Shift *const above = next < myNumShifts ? &myShifts[next] : nullptr;
     const bool touchesBelow = below && below->first + below->size == value;
     const bool touchesAbove = above && above->first == value + 1;
     if (touchesBelow) {
@@ -76,20 +76,20 @@ bool ZEL_NameTable::joinGaps(int next, std::int32_t value)
         ++above->size;
     }
     if (touchesBelow && touchesAbove) {
-        std::copy(above + 1, myGaps + myNumGaps, above);
-        --myNumGaps;
+        std::copy(above + 1, myShifts + myNumShifts, above);
+        --myNumShifts;
     }
     return touchesBelow || touchesAbove;
 }
 
-void ZEL_NameTable::applyGaps()
+void ZEL_NameTable::applyShifts()
 {
-    if (myNumGaps > 0) {
+    if (myNumShifts > 0) {
         for (Slot &slot : myTable) {
             slot.value = present(slot.value);
         }
     }
-    myNumGaps = 0;
+    myNumShifts = 0;
 }
 
 std::int64_t ZEL_NameTable::getMemoryUsage(bool inclusive) const

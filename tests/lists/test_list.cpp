@@ -61,7 +61,7 @@ TEST(NameTable, AgreesWithAnOrderedMapThroughAnyHistory)
                      --i) {
                     closed = i % 5 == 0 ? int(random() % 50)
                                         : std::max(0, closed + int(random() % 4) - 2);
-                    table.closeGap(closed);
+                    table.shiftAbove(closed);
                     for (auto &entry : model) {
                         entry.second -= entry.second > closed;
                     }

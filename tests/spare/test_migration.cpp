@@ -89,13 +89,13 @@ TEST(Migration, AnHeirsOwnChannelsGiveWay)
     TRK_Collection channels;
     ZEL_ParmList source(before.templates(), &channels, nullptr, nullptr, "", false);
     source.setFloat(7.0, "a", 0, 0.0, false);
-    ZEL_ParmList heir(after.templates(), &channels, nullptr, nullptr, "", false);
-    ASSERT_EQ(heir.evalFloat("a", 0, 0.0), 2.0);
+    ZEL_ParmList successor(after.templates(), &channels, nullptr, nullptr, "", false);
+    ASSERT_EQ(successor.evalFloat("a", 0, 0.0), 2.0);
     constexpr bool forceCopy = false;
-    heir.adoptParmList(source, forceCopy);
-    heir.reloadChannelPtrs();
-    EXPECT_EQ(heir.evalFloat("a", 0, 0.0), 7.0);
-    expectSound(heir, channels);
+    successor.adoptParmList(source, forceCopy);
+    successor.reloadChannelPtrs();
+    EXPECT_EQ(successor.evalFloat("a", 0, 0.0), 7.0);
+    expectSound(successor, channels);
 }
 
 TEST(Migration, KeysOfARampAreTakenOverEvenAtTheirDefaults)
@@ -111,12 +111,12 @@ TEST(Migration, KeysOfARampAreTakenOverEvenAtTheirDefaults)
         source.getParmPtr(token)->setLockedFlag(0, true);
     }
     constexpr bool deleteChannels = false, buildDefaults = false, forceCopy = false;
-    ZEL_ParmList heir(top.templates(), &channels, nullptr, nullptr, "", deleteChannels,
-                      buildDefaults);
-    heir.adoptParmList(source, forceCopy);
-    heir.buildDelayedDefaults(deleteChannels);
-    EXPECT_TRUE(heir.getParmPtr("r1value")->getLockedFlag(0));
-    EXPECT_FALSE(heir.getParmPtr("in1")->getLockedFlag(0));
+    ZEL_ParmList successor(top.templates(), &channels, nullptr, nullptr, "", deleteChannels,
+                           buildDefaults);
+    successor.adoptParmList(source, forceCopy);
+    successor.buildDelayedDefaults(deleteChannels);
+    EXPECT_TRUE(successor.getParmPtr("r1value")->getLockedFlag(0));
+    EXPECT_FALSE(successor.getParmPtr("in1")->getLockedFlag(0));
 }
 
 TEST(Migration, OnlyTheTakeFlagCarriesOver)
