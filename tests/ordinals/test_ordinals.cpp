@@ -24,10 +24,10 @@ struct Ordinals : testing::Test, Menus
 };
 
 /// Gives each overridden component the same number.
-struct Party : ZEL_ORCallback
+struct Provider : ZEL_ORCallback
 {
-    explicit Party(std::int64_t answer) : number(answer) { ZEL_ParmList::setORCallback(this); }
-    ~Party() override { ZEL_ParmList::setORCallback(nullptr); }
+    explicit Provider(std::int64_t answer) : number(answer) { ZEL_ParmList::setORCallback(this); }
+    ~Provider() override { ZEL_ParmList::setORCallback(nullptr); }
 
     double evalFloat(int, double, int *, int *active) override
     {
@@ -100,8 +100,8 @@ TEST_F(Ordinals, LimitsHoldForOverridesAndFailingOwners)
     TestOwner owner;
     p.build(&owner).setInteger(4);
     {
-        Party party(50);
-        p.instance->setOverride(0, 0, "party", ZEL_OVERRIDE_OVERRIDDEN);
+        Provider provider(50);
+        p.instance->setOverride(0, 0, "provider", ZEL_OVERRIDE_OVERRIDDEN);
         EXPECT_EQ(p.value(), 9);
     }
     EXPECT_EQ(p.value(), 4);

@@ -16,11 +16,11 @@
 namespace
 {
 /// An override provider that returns what a test has set, and records its calls.
-class Party : public ZEL_ORCallback
+class Provider : public ZEL_ORCallback
 {
 public:
-    Party() { ZEL_ParmList::setORCallback(this); }
-    ~Party() override { ZEL_ParmList::setORCallback(nullptr); }
+    Provider() { ZEL_ParmList::setORCallback(this); }
+    ~Provider() override { ZEL_ParmList::setORCallback(nullptr); }
 
     double value = 5.0;
     int timeDepAnswer = 0; // -1: leaves the argument unchanged
@@ -155,7 +155,7 @@ TEST(Overrides, ReplaceTheValueWhileTheyCount)
     EXPECT_EQ(p.eval(0), 1.0); // no callback installed
     EXPECT_EQ(p.instance->isDataDependent(0.0, -1), false);
     {
-        Party party;
+        Provider provider;
         EXPECT_EQ(p.eval(0, 3.0), 208.0);
         EXPECT_EQ(p.eval(1), 0.0);
         EXPECT_TRUE(p.instance->isDataDependent(0.0, 0));
@@ -163,20 +163,20 @@ TEST(Overrides, ReplaceTheValueWhileTheyCount)
         EXPECT_TRUE(p.instance->isDataDependent(0.0, -1));
 
         // Inactive: its own value, which the interface can query.
-        party.activeAnswer = 0;
+        provider.activeAnswer = 0;
         EXPECT_EQ(p.eval(0), 1.0);
         EXPECT_EQ(p.instance->getIsOverrideActive(0), 0);
-        party.activeAnswer = -1;
+        provider.activeAnswer = -1;
         EXPECT_EQ(p.eval(0), 205.0);
         EXPECT_EQ(p.instance->getIsOverrideActive(0), -1);
-        party.activeAnswer = 7;
+        provider.activeAnswer = 7;
         EXPECT_EQ(p.eval(0), 205.0);
         EXPECT_EQ(p.instance->getIsOverrideActive(0), 1);
 
         p.override(0, -1);
-        const int before = party.evals;
+        const int before = provider.evals;
         EXPECT_EQ(p.eval(0), 1.0);
-        EXPECT_EQ(party.evals, before);
+        EXPECT_EQ(provider.evals, before);
     }
 }
 
@@ -190,26 +190,26 @@ TEST(Overrides, AskForTimeDependenceUntilItIsKnown)
     };
     const Case cases[] = {{0, 1, true, false}, {1, 1, true, true}, {-1, 2, true, true}};
     for (const Case &c : cases) {
-        Party party;
-        party.timeDepAnswer = c.answer;
+        Provider provider;
+        provider.timeDepAnswer = c.answer;
         OverriddenParm p(1);
         p.override(0, 0);
         EXPECT_EQ(p.instance->isTimeDependent(0), c.before) << c.answer;
         p.eval();
         p.eval();
-        EXPECT_EQ(party.timeDepAsked, c.asked) << c.answer;
+        EXPECT_EQ(provider.timeDepAsked, c.asked) << c.answer;
         EXPECT_EQ(p.instance->isTimeDependent(-1), c.after) << c.answer;
         EXPECT_EQ(p.list->isTimeDependent(), c.after) << c.answer;
         // Any new override calls the provider again.
         p.override(0, 0);
         p.eval();
-        EXPECT_EQ(party.timeDepAsked, c.asked + 1) << c.answer;
+        EXPECT_EQ(provider.timeDepAsked, c.asked + 1) << c.answer;
     }
 }
 
 TEST(Overrides, TakeWritesAsNumbers)
 {
-    Party party;
+    Provider provider;
     OverriddenParm p(2);
     Probe &probe = *p.probe;
     const ZEL_AddKeyType key = ZEL_ADDKEY_PENDING;
@@ -224,27 +224,28 @@ TEST(Overrides, TakeWritesAsNumbers)
     EXPECT_FALSE(probe.setOverrideInt(1.0, "12abc", false, 0, key, set));
     EXPECT_FALSE(probe.setOverrideString(1.0, "12.9abc", false, 0, key, set));
     EXPECT_FALSE(probe.setOverrideString(1.0, "99999999999", false, 0, key, set));
-    EXPECT_EQ(party.sets, "float 3 1.5 @1; int 3 7 @1; float 3 2.5 @1; float 3 0 @1; int 3 12 @1; "
-                          "float 3 12 @1; float 3 2.14748e+09 @1");
+    EXPECT_EQ(provider.sets,
+              "float 3 1.5 @1; int 3 7 @1; float 3 2.5 @1; float 3 0 @1; int 3 12 @1; "
+              "float 3 12 @1; float 3 2.14748e+09 @1");
 
-    party.takes = false;
+    provider.takes = false;
     probe.clearAllDirtyFlags();
     EXPECT_TRUE(probe.setOverrideFloat(1.0, 1.5, false, 0, key, set));
     EXPECT_TRUE(probe.isDirty(0));
 
     takeMessages();
-    party.sets.clear();
+    provider.sets.clear();
     EXPECT_FALSE(probe.setOverrideFloat(1.0, 1.5, false, 2, key, set));
     EXPECT_FALSE(probe.setOverrideInt(1.0, std::int64_t(1), false, -1, key, set));
     EXPECT_EQ(takeMessages(), "ZEL 21; ZEL 21");
     EXPECT_TRUE(probe.setOverrideString(1.0, "1", false, 2, key, set));
     EXPECT_EQ(takeMessages(), "");
-    EXPECT_EQ(party.sets, "");
+    EXPECT_EQ(provider.sets, "");
 }
 
 TEST(Overrides, SavedCommandsHoldTheOutsideValue)
 {
-    Party party;
+    Provider provider;
     OverriddenParm p(1);
     double number = -1.0;
     std::int64_t integer = -1;
@@ -261,12 +262,12 @@ TEST(Overrides, SavedCommandsHoldTheOutsideValue)
     EXPECT_EQ(integer, 105);
     p.probe->saveCommandOverride(0, 2.0, text, flag);
     EXPECT_STREQ(text.c_str(), "from outside");
-    EXPECT_EQ(party.timeDepAsked, 0);
+    EXPECT_EQ(provider.timeDepAsked, 0);
 }
 
 TEST(Overrides, ShowInTheInterfaceInPlaceOfTheExpression)
 {
-    Party party;
+    Provider provider;
     OverriddenParm p(2);
     p.set(4.0, 1);
     KIT_String text;
@@ -287,7 +288,7 @@ TEST(Overrides, ShowInTheInterfaceInPlaceOfTheExpression)
     EXPECT_STREQ(text.c_str(), "5");
     p.instance->getExpression(0.0, text, 0, false, 1);
     EXPECT_STREQ(text.c_str(), "");
-    party.activeAnswer = 0;
+    provider.activeAnswer = 0;
     p.eval(0);
     p.instance->getExpression(0.0, text, 0, false, 1);
     EXPECT_STREQ(text.c_str(), "1 + 2");
@@ -295,7 +296,7 @@ TEST(Overrides, ShowInTheInterfaceInPlaceOfTheExpression)
 
 TEST(Overrides, AFailingOwnerEndsTheEvaluation)
 {
-    Party party;
+    Provider provider;
     TestOwner owner;
     OverriddenParm p(1, &owner);
     p.probe->setOverride(0, 0, "layer", ZEL_OVERRIDE_OVERRIDDEN);
@@ -349,7 +350,7 @@ TEST(Overrides, AdoptKeepsItsOwnAndAdoptOverridesDoesNot)
 
 TEST(Overrides, AreDisabledForOneThreadInAScope)
 {
-    Party party;
+    Provider provider;
     OverriddenParm p(2);
     p.set(1.0, 0);
     p.override(0, 0);
@@ -366,7 +367,7 @@ TEST(Overrides, AreDisabledForOneThreadInAScope)
         EXPECT_EQ(elsewhere, 5.0);
 
         p.set(8.0, 0); // still forwarded to the provider
-        EXPECT_EQ(party.sets, "float 0 8 @0");
+        EXPECT_EQ(provider.sets, "float 0 8 @0");
         EXPECT_EQ(p.eval(0), 1.0);
         {
             ZEL_AutoDisableOverride inner(p.parm, 1);
@@ -400,7 +401,7 @@ TEST(Overrides, AreDisabledForOneThreadInAScope)
 
 TEST(Overrides, AScopeForgetsWhatIsDestroyedBeforeIt)
 {
-    Party party;
+    Provider provider;
     OverriddenParm kept(1);
     kept.override(0, 0);
     auto gone = std::make_unique<OverriddenParm>(2);
@@ -436,8 +437,8 @@ TEST(Overrides, AScopeForgetsWhatIsDestroyedBeforeIt)
 
 TEST(Overrides, AreEvaluatedOnManyThreadsAtOnce)
 {
-    Party party;
-    party.timeDepAnswer = 1;
+    Provider provider;
+    provider.timeDepAnswer = 1;
     OverriddenParm p(2);
     p.override(0, 0);
     p.override(1, 1);
@@ -459,13 +460,13 @@ TEST(Overrides, AreEvaluatedOnManyThreadsAtOnce)
         thread.join();
     }
     EXPECT_EQ(wrong, 0);
-    EXPECT_EQ(party.evals, 40 * 50);
+    EXPECT_EQ(provider.evals, 40 * 50);
     EXPECT_TRUE(p.list->isTimeDependent());
 }
 
 TEST(Overrides, DisablingTellsWhatWasBefore)
 {
-    Party party;
+    Provider provider;
     OverriddenParm p(2), other(2);
     EXPECT_FALSE(p.instance->setOverrideDisable(0, 1)); // nothing to disable
     p.override(0, 0);

@@ -26,8 +26,8 @@ public:
     void adjustExpandedPath(KIT_String &path) override { path += "!"; }
 };
 
-/// An override provider that has the text "party" for every source.
-class Party : public ZEL_ORCallback
+/// An override provider that has the text "provider" for every source.
+class Provider : public ZEL_ORCallback
 {
 public:
     double evalFloat(int, double, int *, int *active) override { return *active = 1, 0.0; }
@@ -37,18 +37,18 @@ public:
     KIT_StringHolder evalString(int, double, int *, int *active) override
     {
         *active = 1;
-        return KIT_StringHolder("party$F");
+        return KIT_StringHolder("provider$F");
     }
     bool setString(int, double, int, int, const KIT_StringHolder &) override { return false; }
 
     bool takes = false;
 };
 
-struct PartyScope
+struct ProviderScope
 {
-    PartyScope() { ZEL_ParmList::setORCallback(&party); }
-    ~PartyScope() { ZEL_ParmList::setORCallback(nullptr); }
-    Party party;
+    ProviderScope() { ZEL_ParmList::setORCallback(&provider); }
+    ~ProviderScope() { ZEL_ParmList::setORCallback(nullptr); }
+    Provider provider;
 };
 
 } // namespace
@@ -337,10 +337,10 @@ TEST(Strings, MenusReadTheTextOfAChannel)
 
 TEST(Strings, OverridesAnswerUnexpandedAndOwnersMayFail)
 {
-    const PartyScope scope;
+    const ProviderScope scope;
     OneString p("own");
     p.instance->setOverride(0, 3, "source", ZEL_OVERRIDE_OVERRIDDEN);
-    EXPECT_EQ(p.read(), "party$F");
+    EXPECT_EQ(p.read(), "provider$F");
     TestOwner owner;
     owner.setPendingOverrideString("pending");
     owner.cookResult = KIT_ERROR_ABORT;
