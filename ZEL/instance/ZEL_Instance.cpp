@@ -45,10 +45,15 @@ ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
     myEnableState = 0;
     const int size = getVectorSize();
     myChannels.init(size);
-    if (const TRK_Collection *collection = getChannelGroupPtr()) {
-        for (int i = 0; i < size; ++i) {
-            myChannels[i] = collection->getChannel(getChannelToken(i));
+    try {
+        if (const TRK_Collection *collection = getChannelGroupPtr()) {
+            for (int i = 0; i < size; ++i) {
+                myChannels[i] = collection->getChannel(getChannelToken(i));
+            }
         }
+    } catch (...) {
+        myChannels.free(size); // the array can't free itself: it doesn't know its size
+        throw;
     }
 }
 

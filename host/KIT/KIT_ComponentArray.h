@@ -2,7 +2,7 @@
 /// One plain value for each component of a parameter, the first of them inside the object.
 ///
 /// Vocabulary: *count* = the number of components, which the owner knows and passes in; it is not
-///             stored here. An array of doubles is thus 16 bytes.
+///             stored here.
 /// Ownership:  owns the values of a count above 1 until free(). It has no destructor, as the count
 ///             isn't stored: the owner calls free() with the count it gave to init().
 /// Threads:    one thread at a time.
@@ -49,15 +49,6 @@ public:
         myData = &myFirst;
         myFirst = T();
     }
-    /// Takes over the values of another array, which is left fresh. This one must be fresh.
-    void adopt(KIT_ComponentArray &from)
-    {
-        myFirst = from.myFirst;
-        myData = from.myData == &from.myFirst ? &myFirst : from.myData;
-        from.myData = &from.myFirst;
-        from.myFirst = T();
-    }
-
     T *data() { return myData; }
     const T *data() const { return myData; }
     T &operator[](int index) { return myData[index]; }
