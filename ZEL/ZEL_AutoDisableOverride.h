@@ -6,15 +6,14 @@
 /// Threads:    opened and closed on one thread; other threads keep seeing the override. Scopes of
 ///             one thread nest.
 /// Errors:     a null parameter gives an empty scope.
-/// Cost:       two words of per-thread state, and an entry in the list of open scopes, which a lock
-///             guards. While no scope is open, destroying an instance costs one test for it.
+/// Cost:       two or three entries in the list of watched instances (ZEL_InstanceWatch.h).
 #pragma once
 
 #include <ZEL/ZEL_API.h>
+#include <ZEL/ZEL_InstanceWatch.h>
 
 #include <cstdint>
 
-class ZEL_Instance;
 class ZEL_Parm;
 
 /// Reads skip the override while it is open; sets still reach the callback. Leaving restores the
@@ -30,18 +29,8 @@ public:
     ZEL_AutoDisableOverride &operator=(const ZEL_AutoDisableOverride &) = delete;
 
 private:
-    friend class ZEL_Overridable;
-
-    /// Makes the open scopes drop an instance that is being destroyed.
-    static void forget(const ZEL_Instance *instance);
-
-    void link();
-    void unlink();
-
-    ZEL_Instance *myInstance; // null: nothing to mark dirty at the end
-    ZEL_Instance *mySavedInstance = nullptr;
-    ZEL_AutoDisableOverride *myOlder = nullptr; // neighbours in the list of open scopes
-    ZEL_AutoDisableOverride *myNewer = nullptr;
+    ZEL_InstanceWatch myInstance; // null: nothing to mark dirty at the end
+    ZEL_InstanceWatch mySavedInstance;
     std::uint32_t mySavedMask = 0;
     int myIndex;
 };

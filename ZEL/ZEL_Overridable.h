@@ -19,8 +19,6 @@
 #include <memory>
 
 class ZEL_ORCallback;
-template <class T>
-class BAS_PerThread;
 
 /// The override record of one component.
 struct zelOverrideInfoData
@@ -51,8 +49,8 @@ public:
     /// If the data index or the name changes, returns 1 and flags the component as dirty. Overrides
     /// can't be removed; one with a data index of -1 doesn't count.
     int setOverride(int index, int dataIndex, const char *name, ZEL_OverrideType type) override;
-    /// For the calling thread. Leaves bits of another instance as they are. Returns whether the
-    /// component of this instance was disabled before.
+    /// For the calling thread, until it ends or the instance does. Leaves bits of another instance
+    /// as they are. Returns whether the component of this instance was disabled before.
     bool setOverrideDisable(int index, int disable) override;
     const char *getOverride(int index) const override;
     bool getOverrideType(int index, ZEL_OverrideType &type) const override;
@@ -113,20 +111,8 @@ protected:
     void saveCommandOverride(int index, double time, KIT_StringHolder &value, int &flag) const;
 
 private:
-    friend class ZEL_AutoDisableOverride;
-
     struct OverrideArray;
-    /// The components of one instance whose overrides are disabled on a thread.
-    struct DisableState
-    {
-        std::uint32_t mask = 0;
-        ZEL_Instance *instance = nullptr;
-    };
 
-    static BAS_PerThread<DisableState> &disableStates();
-    static DisableState &localDisableState();
-    /// Clears all threads' disable states of this instance.
-    void forgetDisabling();
     bool isDisabledHere(int index) const;
     /// The record, null without overrides or outside the vector.
     zelOverrideInfoData *recordAt(int index) const;

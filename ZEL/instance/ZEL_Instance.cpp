@@ -4,6 +4,7 @@
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_InstanceWatch.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
@@ -59,6 +60,7 @@ ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
 
 ZEL_Instance::~ZEL_Instance()
 {
+    ZEL_InstanceWatch::forget(this);
     leavePropagations();
     destroyMicroNodes();
     clearAndDestroyChannels();

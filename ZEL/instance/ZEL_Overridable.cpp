@@ -1,15 +1,14 @@
 #include <ZEL/ZEL_Overridable.h>
 
 #include <BAS/BAS_Number.h>
-#include <BAS/BAS_PerThread.h>
 #include <BAS/BAS_Relaxed.h>
 #include <KIT/KIT_SmallArray.h>
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
-#include <ZEL/ZEL_AutoDisableOverride.h>
 #include <ZEL/ZEL_ORCallback.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
+#include <ZEL/instance/ZEL_DisableStatePrivate.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
 
 #include <algorithm>
@@ -106,11 +105,6 @@ bool sameText(const char *left, const char *right)
 
 ZEL_Overridable::~ZEL_Overridable()
 {
-    ZEL_AutoDisableOverride::forget(this);
-    if (!myOverrides) {
-        return;
-    }
-    forgetDisabling();
     dropOverrides();
 }
 
@@ -131,9 +125,6 @@ void ZEL_Overridable::adoptOverrides(ZEL_Instance &source)
     dropOverrides();
     if (const auto *other = dynamic_cast<const ZEL_Overridable *>(&source)) {
         copyOverrides(*other);
-    }
-    if (!myOverrides) {
-        forgetDisabling();
     }
 }
 
@@ -182,31 +173,10 @@ zelOverrideInfoData *ZEL_Overridable::recordAt(int index) const
 // Per-thread disabling, and which overrides are in effect
 // ---------------------------------------------------------------------- //
 
-BAS_PerThread<ZEL_Overridable::DisableState> &ZEL_Overridable::disableStates()
-{
-    static BAS_PerThread<DisableState> theStates;
-    return theStates;
-}
-
-ZEL_Overridable::DisableState &ZEL_Overridable::localDisableState()
-{
-    return disableStates().local();
-}
-
-void ZEL_Overridable::forgetDisabling()
-{
-    // Clear all per-thread records keyed by this address; a later object may reuse it.
-    disableStates().forEach([this](DisableState &state) {
-        if (BASload(state.instance) == this) {
-            BASstore(state.instance, nullptr);
-        }
-    });
-}
-
 bool ZEL_Overridable::isDisabledHere(int index) const
 {
-    const DisableState &state = localDisableState();
-    return BASload(state.instance) == this && (state.mask & bit(index)) != 0;
+    const ZEL_DisableState &state = ZEL_DisableState::local();
+    return state.instance.get() == this && (state.mask & bit(index)) != 0;
 }
 
 const zelOverrideInfoData *ZEL_Overridable::writableRecord(int index) const
@@ -259,8 +229,8 @@ bool ZEL_Overridable::setOverrideDisable(int index, int disable)
         return false;
     }
     const bool before = isDisabledHere(index);
-    DisableState &state = localDisableState();
-    BASstore(state.instance, this);
+    ZEL_DisableState &state = ZEL_DisableState::change();
+    state.instance.set(this);
     state.mask = disable ? state.mask | bit(index) : state.mask & ~bit(index);
     setDirtyFlags(index);
     return before;
