@@ -7,15 +7,16 @@
 ///             parameter, which the list's owner looks up. The channel's expression isn't
 ///             evaluated.
 /// Units:      component indices 0-based; reading one outside the vector gives nothing.
-/// Ownership:  shares its items; channels belong to the list's collection.
+/// Ownership:  shares its items; channels belong to the list's collection. Of one item, threads may
+///             be given owners with different counts.
 /// Threads:    reads from any thread at once. Replacing an item, loading and restoring one thread at
 ///             a time, and not while the parameter evaluates: a racing reader gets the old or the
 ///             new item.
 /// Errors:     "ZEL" 2, 3, 9 on load, with the common messages under "String Parameter Load", and 21
 ///             on a bad index in `setExpression`. A text that can't be read as an item gives an
 ///             empty dictionary, an unknown kind gives nothing, both without a message.
-/// Cost:       reading copies one pointer. Text is only created by saving and by reading as a
-///             string.
+/// Cost:       reading copies one pointer, without a lock or a write to a word that another thread
+///             uses (ZEL_DataRep.h). Text is only created by saving and by reading as a string.
 ///
 /// The default is always nothing, there are no overrides, and numbers read as 0.
 
@@ -23,10 +24,9 @@
 
 #include <KIT/KIT_Array.h>
 #include <KIT/KIT_SmallArray.h>
+#include <ZEL/ZEL_DataRep.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_UndoData.h>
-
-#include <tbb/spin_rw_mutex.h>
 
 #include <memory>
 
@@ -35,7 +35,7 @@ enum class ZEL_LoadEntry : int;
 class ZEL_API ZEL_Data : public ZEL_Instance
 {
 public:
-    using Item = std::shared_ptr<const ZEL_DataItem>;
+    using Item = ZEL_DataRep::Item;
 
     ZEL_Data(ZEL_Template *templatePtr, ZEL_Parm *parm);
     ~ZEL_Data() override;
@@ -135,13 +135,12 @@ protected:
     ZEL_Data(const ZEL_Data &source, ZEL_Parm *parm);
 
 private:
-    using Items = KIT_SmallArray<Item, 4>;
     using HeldChannels = KIT_SmallArray<TRK_Channel *, 8>;
 
-    /// One pointer; the index must be valid.
-    Item fetch(int index) const { return std::atomic_load(&myData[index]); }
-    void store(int index, Item item);
-    void copyItems(const Items &items);
+    /// The index must be valid.
+    Item fetch(int index) const { return myData[index].get(myLock); }
+    void store(int index, const Item &item) { myData[index].set(myLock, item); }
+    void copyItems(const ZEL_Data &source);
     void followReference(ZEL_ParmList *list, double time, int index, int thread, Item &out) const;
 
     /// The item to write to a stream: none for default data or with a channel.
@@ -153,8 +152,8 @@ private:
     bool loadBinary(KIT_IStream &is);
     void loadArgument(const char *argument, int index, HeldChannels &held, bool asSet);
 
-    mutable tbb::spin_rw_mutex myLock;
-    Items myData; // vector size
+    mutable ZEL_DataRep::Lock myLock; // guards the items of all components
+    KIT_SmallArray<ZEL_DataRep, 4> myData;
 };
 
 /// The items of all components.

@@ -1,4 +1,5 @@
-// What reading a text costs, beside a copy of a std::string of the same length in the same run.
+// What reading a text or a data item costs, beside a copy of a std::string of the same length, or of
+// a std::shared_ptr, in the same run.
 //
 //   raw        the stored text
 //   plain      expanded, with nothing in it to expand
@@ -6,6 +7,8 @@
 //   global     expanded, with one variable of the application's
 //   backtick   expanded, with one expression
 //   channel    a channel's text that doesn't change, with a reference to another text
+//   item       a data item
+//   one_item   the item of the same parameter every time
 //
 // Every read is of one of 100 parameters in a random order of 65,536 steps, into a string that is
 // kept. The same order runs on one thread and, all at once, on two. Counters: `ns` for one read,
@@ -17,6 +20,7 @@
 #include <TRK/TRK_Manager.h>
 #include <TRK/TRK_ValueSource.h>
 #include <ZEL/ZEL_Instance.h>
+#include <ZEL/ZEL_KeyValueDictDataItem.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -162,11 +166,9 @@ double secondsOf(int count, const Work &work)
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-void compare(benchmark::State &state, const char *text, TRK_StringMeaning meaning, bool expand)
+template <class Read, class Copy>
+void measure(benchmark::State &state, const Read &read, const Copy &copy)
 {
-    const Rig rig(text, meaning);
-    const auto read = [&] { benchmark::DoNotOptimize(readAll(rig, expand)); };
-    const auto copy = [&] { benchmark::DoNotOptimize(copyAll(rig)); };
     double best[4] = {1e9, 1e9, 1e9, 1e9};
     for (auto unused : state) {
         (void)unused;
@@ -182,12 +184,69 @@ void compare(benchmark::State &state, const char *text, TRK_StringMeaning meanin
     state.counters["base_scaling"] = 2.0 * best[1] / best[3];
 }
 
+void compare(benchmark::State &state, const char *text, TRK_StringMeaning meaning, bool expand)
+{
+    const Rig rig(text, meaning);
+    measure(
+        state, [&] { benchmark::DoNotOptimize(readAll(rig, expand)); },
+        [&] { benchmark::DoNotOptimize(copyAll(rig)); });
+}
+
+void compareItems(benchmark::State &state, int parms)
+{
+    using Item = std::shared_ptr<const ZEL_DataItem>;
+    std::vector<ZEL_Name> names;
+    std::vector<ZEL_Template> templates;
+    names.reserve(std::size_t(parms));
+    for (int i = 0; i < parms; ++i) {
+        const std::string token = "data" + std::to_string(i);
+        names.emplace_back(token.c_str(), token.c_str());
+        templates.emplace_back(ZEL_KEY_VALUE_DICT, 1, &names.back());
+    }
+    templates.emplace_back();
+    TRK_Collection channels;
+    ZEL_ParmList list(templates.data(), &channels, nullptr, nullptr, "bench", false);
+    std::vector<Item> items;
+    std::vector<const ZEL_Parm *> order;
+    std::vector<const Item *> copies;
+    for (int i = 0; i < parms; ++i) {
+        items.push_back(std::make_shared<ZEL_KeyValueDictDataItem>());
+        list.getParmPtr(i)->getInstance()->setValue(0.0, items.back(), false, 0, ZEL_ADDKEY_PENDING,
+                                                    ZEL_KEYSET_PREFERENCE);
+    }
+    std::mt19937 random(1);
+    for (int i = 0; i < theSteps; ++i) {
+        const int step = int(random() % unsigned(parms));
+        order.push_back(list.getParmPtr(step));
+        copies.push_back(&items[std::size_t(step)]);
+    }
+    measure(
+        state,
+        [&] {
+            const int thread = BASgetSTID();
+            Item item;
+            for (const ZEL_Parm *parm : order) {
+                parm->getValue(0.0, item, 0, thread);
+                benchmark::DoNotOptimize(item.get());
+            }
+        },
+        [&] {
+            Item item;
+            for (const Item *copy : copies) {
+                item = *copy;
+                benchmark::DoNotOptimize(item.get());
+            }
+        });
+}
+
 BENCHMARK_CAPTURE(compare, raw, "$HIP/texture.1001.pic", TRK_MEANING_LITERAL, false);
 BENCHMARK_CAPTURE(compare, plain, "/show/shot/texture.1001.pic", TRK_MEANING_LITERAL, true);
 BENCHMARK_CAPTURE(compare, variable, "$HIP/texture.1001.pic", TRK_MEANING_LITERAL, true);
 BENCHMARK_CAPTURE(compare, global, "$BENCHJOB/texture.1001.pic", TRK_MEANING_LITERAL, true);
 BENCHMARK_CAPTURE(compare, backtick, "/show/texture.`1000+1`.pic", TRK_MEANING_LITERAL, true);
 BENCHMARK_CAPTURE(compare, channel, "\"/show/shot\"", TRK_MEANING_NATIVE, true);
+BENCHMARK_CAPTURE(compareItems, item, theParms);
+BENCHMARK_CAPTURE(compareItems, one_item, 1);
 
 } // namespace
 

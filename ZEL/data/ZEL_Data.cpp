@@ -13,7 +13,6 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
-#include <ZEL/ZEL_SpinLockScope.h>
 
 #include <algorithm>
 
@@ -53,8 +52,7 @@ ZEL_Data::ZEL_Data(ZEL_Template *templatePtr, ZEL_Parm *parm)
 ZEL_Data::ZEL_Data(const ZEL_Data &source, ZEL_Parm *parm)
     : ZEL_Instance(source, parm), myData(getVectorSize())
 {
-    ZEL_SpinLockReadScope lock(source.myLock);
-    copyItems(source.myData);
+    copyItems(source);
 }
 
 ZEL_Data::~ZEL_Data() = default;
@@ -69,17 +67,16 @@ void ZEL_Data::adopt(ZEL_Instance &source)
     ZEL_Instance::adopt(source);
     const auto *other = dynamic_cast<const ZEL_Data *>(&source);
     if (other && other != this) {
-        ZEL_SpinLockReadScope lock(other->myLock);
-        copyItems(other->myData);
+        copyItems(*other);
     }
     setDefaultsInitFlag(true);
 }
 
-void ZEL_Data::copyItems(const Items &items)
+void ZEL_Data::copyItems(const ZEL_Data &source)
 {
-    const int count = std::min(items.size(), myData.size());
+    const int count = std::min(source.myData.size(), myData.size());
     for (int i = 0; i < count; ++i) {
-        std::atomic_store(&myData[i], std::atomic_load(&items[i]));
+        store(i, source.fetch(i));
     }
 }
 
@@ -89,20 +86,7 @@ void ZEL_Data::copyItems(const Items &items)
 
 ZEL_Data::Item ZEL_Data::getData(double, int index) const
 {
-    ZEL_SpinLockReadScope lock(myLock);
     return validIndex(index) ? fetch(index) : Item();
-}
-
-void ZEL_Data::store(int index, Item item)
-{
-    {
-        // The read lock protects the array's size only. Replacing an item is required to be
-        // exclusive with evaluation, but slots are swapped atomically so that a violating reader
-        // sees the old or the new item, never a torn pointer.
-        ZEL_SpinLockReadScope lock(myLock);
-        item = std::atomic_exchange(&myData[index], std::move(item));
-    }
-    // The old item is released outside the lock.
 }
 
 bool ZEL_Data::setData(const Item &item, double, int index)
@@ -149,12 +133,11 @@ void ZEL_Data::revertToDefaults(bool deleteChannels)
 
 bool ZEL_Data::isDefault(int index, ZEL_DefaultType type, bool checkLocks) const
 {
-    ZEL_SpinLockReadScope lock(myLock);
     if (!ZEL_Instance::isDefault(index, type, checkLocks)) {
         return false;
     }
     for (int i = 0; i < getVectorSize(); ++i) {
-        if (fetch(i)) {
+        if (!myData[i].isEmpty()) {
             return false;
         }
     }
@@ -173,10 +156,9 @@ void ZEL_Data::getValue(ZEL_ParmList *list, double time, Item &value, int index,
     }
     if (getChannel(index)) {
         followReference(list, time, index, thread, value);
-        return;
+    } else {
+        value = fetch(index);
     }
-    ZEL_SpinLockReadScope lock(myLock);
-    value = fetch(index);
 }
 
 void ZEL_Data::followReference(ZEL_ParmList *list, double time, int index, int thread,
@@ -386,7 +368,6 @@ void ZEL_Data::setValue(double time, const char *, TRK_StringMeaning, bool, int 
 std::int64_t ZEL_Data::getMemoryUsage(bool inclusive) const
 {
     std::int64_t bytes = ZEL_Instance::getMemoryUsage(false);
-    ZEL_SpinLockReadScope lock(myLock);
     for (int i = 0; i < getVectorSize(); ++i) {
         const Item item = fetch(i);
         bytes += item ? item->getMemoryUsage() : 0;

@@ -9,7 +9,6 @@
 #include <KIT/KIT_Write.h>
 #include <ZEL/ZEL_DataFactory.h>
 #include <ZEL/ZEL_DataItem.h>
-#include <ZEL/ZEL_SpinLockScope.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 
 #include <algorithm>
@@ -73,7 +72,6 @@ bool ZEL_Data::save(std::ostream &os, int binary, bool compiled) const
 bool ZEL_Data::saveAscii(std::ostream &os) const
 {
     bool good = true;
-    ZEL_SpinLockReadScope lock(myLock);
     ZEL_ValueFrames::saveAscii(*this, os, [&](int index) {
         constexpr bool binary = false;
         KIT_String(typedText(itemToSave(index), good)).save(os, binary);
@@ -84,7 +82,6 @@ bool ZEL_Data::saveAscii(std::ostream &os) const
 bool ZEL_Data::saveBinary(std::ostream &os) const
 {
     bool good = true;
-    ZEL_SpinLockReadScope lock(myLock);
     ZEL_ValueFrames::saveBinary(*this, os, dataClassId(), [&](KIT_Packet &packet, int index) {
         const Item typed = itemToSave(index);
         constexpr bool binary = true;
@@ -178,11 +175,8 @@ ZEL_DataUndoData::~ZEL_DataUndoData() = default;
 bool ZEL_Data::saveUndoData(std::shared_ptr<ZEL_UndoData> &data) const
 {
     KIT_Array<Item> items(getVectorSize());
-    {
-        ZEL_SpinLockReadScope lock(myLock);
-        for (int i = 0; i < getVectorSize(); ++i) {
-            items.append(fetch(i));
-        }
+    for (int i = 0; i < getVectorSize(); ++i) {
+        items.append(fetch(i));
     }
     data = std::make_shared<ZEL_DataUndoData>(std::move(items));
     return true;

@@ -5,56 +5,9 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <TRK/TRK_Manager.h>
+#include <ZEL/support/ZEL_ReadersPrivate.h>
 
 #include <cstring>
-#include <thread>
-
-namespace
-{
-
-/// Hazard pointers of the first 32 threads. Publishing a pointer and re-checking the value are
-/// sequentially consistent with exchanging the value and scanning the pointers; so either the
-/// reader sees the new value or the writer sees the reader.
-struct Readers
-{
-    static constexpr int theCount = 32;
-
-    struct alignas(64) Slot
-    {
-        std::atomic<const char *> text{nullptr};
-    };
-
-    /// Returns when no thread reads that text.
-    void waitFor(const char *text)
-    {
-        const int end = highest.load();
-        for (int i = 0; i < end; ++i) {
-            for (int turns = 0; slots[i].text.load() == text; ++turns) {
-                if (turns > 64) {
-                    std::this_thread::yield();
-                }
-            }
-        }
-    }
-    /// The thread's slot; null for a thread that has none.
-    Slot *slotOf(int thread)
-    {
-        if (thread > theCount) {
-            return nullptr;
-        }
-        int known = highest.load();
-        while (known < thread && !highest.compare_exchange_weak(known, thread)) {
-        }
-        return &slots[thread - 1];
-    }
-
-    Slot slots[theCount];
-    alignas(64) std::atomic<int> highest{0}; // thread ids that have read
-};
-
-Readers theReaders;
-
-} // namespace
 
 ZEL_StringRep::~ZEL_StringRep()
 {
@@ -74,23 +27,14 @@ char *ZEL_StringRep::safeDup(const char *text)
 template <class Use>
 void ZEL_StringRep::read(Lock &lock, const Use &use) const
 {
-    Readers::Slot *const slot = theReaders.slotOf(BASgetSTID());
+    ZEL_Readers::Slot *const slot = ZEL_Readers::slotOf(BASgetSTID());
     if (!slot) {
         const Lock::scoped_lock guard(lock, false);
         use(unsafeGet());
         return;
     }
-    const char *text = myText.load(std::memory_order_relaxed);
-    while (text) {
-        slot->text.store(text);
-        const char *const now = myText.load();
-        if (now == text) {
-            break;
-        }
-        text = now;
-    }
-    use(text ? text : "");
-    slot->text.store(nullptr, std::memory_order_release);
+    const ZEL_Reading<char> text(*slot, myText);
+    use(text.get() ? text.get() : "");
 }
 
 void ZEL_StringRep::get(Lock &lock, KIT_String &out) const
@@ -115,7 +59,7 @@ void ZEL_StringRep::harden(Lock &lock, const char *text)
         old = myText.exchange(old);
     }
     if (old) {
-        theReaders.waitFor(old);
+        ZEL_Readers::waitFor(old);
         BASfastFree(old);
     }
 }

@@ -531,6 +531,50 @@ TEST(Data, CommandsCarryTypedTexts)
 // Threads
 // -------------------------------------------------------------------------- //
 
+TEST(DataThreads, EachReaderCountsItsOwnCopies)
+{
+    OneData p(2);
+    DataItem item = makeDict("{}");
+    const std::weak_ptr<const ZEL_DataItem> watched = item;
+    p.data().setData(item, 0.0, 0);
+    const long alone = item.use_count();
+    EXPECT_EQ(p.item().use_count(), alone + 1); // nobody to share with
+    // All at once, so that the last ones have no slot for reading.
+    std::vector<DataItem> given(40);
+    std::vector<std::thread> readers;
+    std::atomic<std::size_t> ready{0};
+    for (DataItem &mine : given) {
+        readers.emplace_back([&] {
+            BASgetSTID();
+            ++ready;
+            while (ready < given.size()) {
+                std::this_thread::yield();
+            }
+            mine = p.item();
+            const std::vector<DataItem> more(10, p.data().getData(0.0, 0));
+            EXPECT_TRUE(BASgetSTID() > 32 || mine.use_count() == 12);
+            EXPECT_TRUE(mine == item);
+        });
+    }
+    for (std::thread &reader : readers) {
+        reader.join();
+    }
+    // What is set again is the item, not the share of a reader.
+    const long shared = given[0].use_count();
+    p.data().setData(given[0], 0.0, 1);
+    EXPECT_EQ(given[0].use_count(), shared);
+    EXPECT_EQ(p.data().getData(0.0, 1), item);
+
+    // Whoever has it last frees it.
+    p.data().setData(nullptr, 0.0, 0);
+    p.data().setData(nullptr, 0.0, 1);
+    item.reset();
+    given.resize(1);
+    EXPECT_EQ(typedText(given[0]), "key_value_dict:{}");
+    given.clear();
+    EXPECT_TRUE(watched.expired());
+}
+
 TEST(DataThreads, AReaderSeesTheItemFromBeforeOrAfter)
 {
     constexpr int theReaders = 3;
