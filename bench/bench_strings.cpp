@@ -233,6 +233,7 @@ void compareItems(benchmark::State &state, int parms)
         [&] {
             Item item;
             for (const Item *copy : copies) {
+                item.reset();
                 item = *copy;
                 benchmark::DoNotOptimize(item.get());
             }

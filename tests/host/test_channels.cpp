@@ -12,7 +12,9 @@
 
 #include <atomic>
 #include <cmath>
+#include <iterator>
 #include <limits>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -260,6 +262,36 @@ TEST_F(Channels, StringsAreExpressions)
     EXPECT_EQ(textAt(number, 0), "0.25");
     TRK_Channel *digits = make("digits", "'12' + '.5'");
     EXPECT_EQ(at(digits, 0), 12.5);
+}
+
+TEST_F(Channels, EachVariableTellsBeforeTheFirstEvaluation)
+{
+    const char *const timed[] = {"F", "FF", "T"};
+    const char *const still[] = {"FPS", "PI", "E", "OS", "HOME"};
+    const char *const forms[] = {"$%",         "${%}",         "-$%",       "1 + 2 * $%",
+                                 "floor($%)",  "if(1, $%, 0)", "itoa($%)",  "max(1, $%, 2)",
+                                 "strlen($%)", "$%+\"text\"",  "\"a\" + $%"};
+    std::mt19937 random(7);
+    for (int i = 0; i < 2000; ++i) {
+        // One or two variables, the second of the still ones in half of the cases.
+        std::string expression;
+        bool depends = false;
+        for (unsigned n = 1 + random() % 2; n > 0; --n) {
+            const bool usesTime = random() % 2 == 0;
+            depends = depends || usesTime;
+            std::string form = forms[random() % std::size(forms)];
+            form.replace(form.find('%'), 1, usesTime ? timed[random() % 3] : still[random() % 5]);
+            expression += (expression.empty() ? "" : "+") + form;
+        }
+        TRK_Channel *channel = make("made", i % 2 ? expression.c_str() : "1");
+        if (i % 2 == 0) {
+            channel->changeExpression(0, expression.c_str(), TRK_LANGUAGE_NATIVE, false);
+        }
+        EXPECT_EQ(channel->isTimeDependent(), depends) << expression;
+        textAt(channel, 1);
+        EXPECT_EQ(channel->isTimeDependent(), depends) << expression;
+        collection.deleteChannel(channel);
+    }
 }
 
 TEST_F(Channels, TimeDependence)

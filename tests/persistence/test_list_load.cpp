@@ -8,6 +8,8 @@
 
 #include <functional>
 #include <iterator>
+#include <map>
+#include <random>
 #include <set>
 
 namespace
@@ -310,6 +312,77 @@ TEST(ListLoad, TheFallbackTakesWhatThisListHasNot)
         EXPECT_EQ(fallback.evalFloat("f", 0, 0.0), 0.0) << "this list comes first";
         EXPECT_EQ(p.evaluate("f"), 5.0);
         EXPECT_EQ(takeTexts(), "");
+    }
+}
+
+/// Everything that can take an entry, and every other name for it, in all three saved forms.
+TEST(ListLoad, ANameIsTakenByTheFirstThatKnowsItUnderItsOwnOrItsOtherName)
+{
+    const char *const tokens[] = {"f", "size2", "old", "foo", "bar"};
+    std::vector<ZEL_Name> names;
+    names.reserve(std::size(tokens));
+    std::vector<ZEL_Template> all;
+    for (const char *token : tokens) {
+        names.emplace_back(token, token);
+        all.emplace_back(ZEL_FLT, 1, &names.back());
+    }
+    all.emplace_back();
+    ZEL_Template others[] = {all[0], all[1], all[2], ZEL_Template()};
+    std::mt19937 random(11);
+    for (int i = 0; i < 600; ++i) {
+        const int form = i % 3; // text, packets, undo
+        const bool hasFallback = random() % 4 != 0;
+        ZEL_ParmList source(all.data(), nullptr, nullptr, nullptr, "", false);
+        ZEL_ParmList fallback(others, nullptr, nullptr, nullptr, "", false);
+        LoadOwner owner;
+        std::map<std::string, std::string> renamed;
+        for (unsigned n = random() % 3; n > 0; --n) {
+            renamed[tokens[random() % 5]] = tokens[random() % 5];
+        }
+        owner.renamed.assign(renamed.begin(), renamed.end());
+        const auto takerOf = [&](const std::string &name) {
+            return name == "f" || name == "size2" ? "list " + name
+                   : name == "old" && hasFallback ? "fallback " + name
+                                                  : std::string();
+        };
+        std::string data, reported, program;
+        std::set<std::string> takers;
+        ZEL_UndoDataArray undo;
+        for (unsigned n = 1 + random() % 3; n > 0; --n) {
+            const std::string name = tokens[random() % 5];
+            program += name + " ";
+            data += form == 0 ? entry(name) : packetEntry(name);
+            source.setFloat(5.0, name.c_str(), 0, 0.0, false);
+            source.saveSingleUndoData(source.getParmPtr(name.c_str()), undo);
+            std::string taker = takerOf(name);
+            if (taker.empty() && renamed.count(name)) {
+                taker = takerOf(renamed[name]);
+            }
+            takers.insert(taker);
+            reported += taker.empty() ? (reported.empty() ? "ZEL 5 " : "; ZEL 5 ") + name : "";
+        }
+        StreamList p(&owner);
+        ZEL_ParmList *const second = hasFallback ? &fallback : nullptr;
+        if (form == 2) {
+            p.list.loadUndoData(undo, nullptr, second);
+            reported.clear();
+        } else {
+            EXPECT_TRUE(p.load(form == 0 ? text(data) : data, form == 1, nullptr, second));
+        }
+        for (const auto &[from, to] : owner.renamed) {
+            program += from + "->" + to + " ";
+        }
+        const auto valueOf = [](ZEL_ParmList &list, const char *name) {
+            return list.getParmIndex(name) < 0 ? 0.0 : list.evalFloat(name, 0, 0.0);
+        };
+        for (const char *name : {"f", "size2", "old"}) {
+            const auto expected = [&](const char *where) {
+                return takers.count(where + std::string(name)) ? 5.0 : 0.0;
+            };
+            EXPECT_EQ(valueOf(p.list, name), expected("list ")) << form << ": " << program;
+            EXPECT_EQ(valueOf(fallback, name), expected("fallback ")) << form << ": " << program;
+        }
+        EXPECT_EQ(takeTexts(), reported) << form << ": " << program;
     }
 }
 
