@@ -32,6 +32,13 @@ std::string expressionOf(const ZEL_Parm &parm, double time)
     return text.nonNullStr();
 }
 
+/// Parameters of the fixed part alone live as long as the list.
+bool canBeTarget(const ZEL_Parm &parm)
+{
+    return parm.getInstance() && parm.getType().isSwitcher() && !parm.isSpareParm() &&
+           !parm.getMultiParmOwner();
+}
+
 bool isMarked(std::string_view expression)
 {
     return expression.substr(0, theMark.size()) == theMark;
@@ -43,7 +50,7 @@ ZEL_SwitcherMirror::ZEL_SwitcherMirror(ZEL_ParmList &list, ZEL_Parm &parm) : myP
 {
     const char *token = targetToken(parm);
     ZEL_Parm *target = token ? list.getParmPtr(token) : nullptr;
-    if (target && target->getInstance() && target != &parm) {
+    if (target && target != &parm && canBeTarget(*target)) {
         myTarget = target;
     }
 }

@@ -2,8 +2,9 @@
 /// A spare folder switcher that replaces one of the fixed part in the interface: the fixed one, the
 /// *target*, follows it through an expression. Not installed.
 ///
-/// Vocabulary: *mirror* = an exclusive switcher whose spare value "orvane::switcher" is the target's
-///             token; *mark* = the text that the expressions made here begin with; its value is 0.
+/// Vocabulary: *mirror* = an exclusive switcher whose spare value "orvane::switcher" is the token of
+///             a folder switcher of the fixed part, its target; with any other token it is none;
+///             *mark* = the text that the expressions made here begin with; its value is 0.
 /// Ownership:  borrows list, parameter and target; a temporary object.
 /// Threads:    the one that owns the list.
 #pragma once

@@ -310,6 +310,8 @@ struct MirrorRig
         spare.addTokenValue(KIT_StringHolder("orvane::switcher"), target);
         fixed.add(ZEL_SWITCHER_EXCLUSIVE, 1, "folder");
         fixed.add(ZEL_FLT, 1, "fix");
+        items.add(ZEL_SWITCHER_EXCLUSIVE, 1, "sw#");
+        fixed.addMulti(ZEL_MULTITYPE_LIST, "points", items.templates(), 1);
         description = set.add(ZEL_SWITCHER_EXCLUSIVE, 1, "mirror");
         description->setSparePtr(&spare);
         list = std::make_unique<ZEL_ParmList>(fixed.templates(), &channels, nullptr, nullptr, "",
@@ -337,7 +339,7 @@ struct MirrorRig
     int eval(const char *token = "folder") { return list->evalInt(token, 0, 0.0); }
 
     ZEL_SpareData spare;
-    Block fixed, set;
+    Block items, fixed, set;
     ZEL_Template *description;
     TRK_Collection channels;
     std::unique_ptr<ZEL_ParmList> list;
@@ -408,17 +410,23 @@ TEST(SwitcherMirror, OnlyExclusiveSwitchersWithATargetAreMirrors)
         const ZEL_Type &type;
     } cases[] = {{"no such parameter", "nowhere", ZEL_SWITCHER_EXCLUSIVE},
                  {"itself", "mirror", ZEL_SWITCHER_EXCLUSIVE},
+                 {"no switcher of the fixed part", "fix", ZEL_SWITCHER_EXCLUSIVE},
+                 {"a multi-parameter", "points", ZEL_SWITCHER_EXCLUSIVE},
+                 {"an item's", "sw1", ZEL_SWITCHER_EXCLUSIVE},
+                 {"a spare one", "other", ZEL_SWITCHER_EXCLUSIVE},
                  {"no value", nullptr, ZEL_SWITCHER_EXCLUSIVE},
                  {"not exclusive", "folder", ZEL_SWITCHER},
                  {"no switcher", "folder", ZEL_TOGGLE}};
     for (const auto &one : cases) {
         MirrorRig rig(one.target);
-        ZEL_Name name("mirror", "Mirror");
-        ZEL_Template templates[] = {ZEL_Template(one.type, 1, &name), ZEL_Template()};
-        templates[0].setSparePtr(&rig.spare);
-        rig.list->updateSpareParmTemplates(templates, false);
-        ASSERT_TRUE(rig.list->getParmPtr("mirror")) << one.what;
-        EXPECT_EQ(rig.channels.entries(), 0) << one.what;
+        Block templates;
+        templates.add(ZEL_SWITCHER_EXCLUSIVE, 1, "other");
+        templates.add(one.type, 1, "mirror")->setSparePtr(&rig.spare);
+        for (int round = 0; round < 2; ++round) {
+            rig.update(&templates);
+            ASSERT_TRUE(rig.list->getParmPtr("mirror")) << one.what;
+            EXPECT_EQ(rig.channels.entries(), 0) << one.what;
+        }
         rig.update(nullptr);
         EXPECT_FALSE(rig.list->getParmPtr("mirror"));
     }
