@@ -11,6 +11,9 @@
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
+#include <ZEL/support/ZEL_StreamLimitPrivate.h>
+
+#include <limits>
 
 ZEL_Parm::Settings ZEL_Parm::theSettings;
 
@@ -378,6 +381,8 @@ bool ZEL_Parm::loadUndoData(const std::shared_ptr<ZEL_UndoData> &data)
     if (!myInstance) {
         return false;
     }
+    // The snapshot's items existed before, so unlike a file's they need no limit.
+    const ZEL_StreamLimit noLimit(std::numeric_limits<std::int64_t>::max());
     const bool loaded = myInstance->loadUndoData(data);
     loadedFromStream();
     return loaded;

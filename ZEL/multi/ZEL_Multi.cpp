@@ -213,7 +213,7 @@ void ZEL_Multi::followValue() const
         return;
     }
     auto *self = const_cast<ZEL_Multi *>(this);
-    const bool isSet = !getChannel(0) && !ZEL_ParmList::isLoading();
+    const bool isSet = !getChannel(0) && !ZEL_StreamLimit::isInLoad();
     if (isSet || ZEL_StreamLimit::allow(std::int64_t(count) - myNumItems, getToken())) {
         self->setNumInstances(count, true);
     } else if (!getChannel(0)) {
@@ -227,7 +227,7 @@ void ZEL_Multi::followDefault()
 {
     const ZEL_StreamLimit limit(0);
     const std::int64_t missing = std::int64_t(wantedCount()) - myNumItems;
-    const bool isNumber = !getChannel(0) && !ZEL_ParmList::isLoading();
+    const bool isNumber = !getChannel(0) && !ZEL_StreamLimit::isInLoad();
     if (isNumber && !ZEL_StreamLimit::allow(missing, getToken())) {
         setCount(myNumItems);
     }

@@ -31,7 +31,7 @@ void ZEL_ParmList::saveSingleUndoData(const ZEL_Parm *parm, ZEL_UndoDataArray &o
 void ZEL_ParmList::loadUndoData(const ZEL_UndoDataArray &in, const char *name,
                                 ZEL_ParmList *fallbackList)
 {
-    // The snapshot's items existed before, so unlike a file's they need no limit.
+    // For names that grow multi-parameters too.
     const ZEL_StreamLimit noLimit(std::numeric_limits<std::int64_t>::max());
     const TRK_AutoEventHandler events;
     ZEL_ParmListReader reader(*this, name, fallbackList);

@@ -60,6 +60,11 @@ ZEL_StreamLimit::~ZEL_StreamLimit()
     }
 }
 
+bool ZEL_StreamLimit::isInLoad()
+{
+    return theBudget.open && !theBudget.isDefault;
+}
+
 bool ZEL_StreamLimit::allow(std::int64_t items, const char *token)
 {
     if (items <= 0) {

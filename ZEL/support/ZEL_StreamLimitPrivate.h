@@ -25,6 +25,8 @@ public:
     /// Whether the multi-parameter `token` may create `items` more; deducts them from the budget,
     /// or reports an error. Outside a load only the setting counts.
     static bool allow(std::int64_t items, const char *token);
+    /// Whether the budget of a load is open on this thread, rather than none or a default's.
+    static bool isInLoad();
 
 private:
     bool myOuterFlag;

@@ -211,6 +211,30 @@ TEST(MultiCount, AnExpressionIsHeldToTheSetting)
     EXPECT_EQ("", takeMessages());
 }
 
+TEST(MultiCount, WhatTheApplicationSetsOrRestoresIsNot)
+{
+    const ScopedSetting limit(KIT_ENV_MAX_STREAM_ITEMS, 3);
+    MultiList p;
+    p.build();
+    std::shared_ptr<ZEL_UndoData> six;
+    {
+        const Loading loading;
+        p.setCount(6.0);
+        EXPECT_EQ(6, p.multi().getMultiParmNumItems());
+        p.parm("points").saveUndoData(six);
+        p.setCount(1.0);
+    }
+    EXPECT_TRUE(p.parm("points").loadUndoData(six));
+    EXPECT_EQ(6, p.multi().getMultiParmNumItems());
+    p.setCount(1.0);
+    const std::string stream = "{ version 0.8 points ( 800 ) }";
+    KIT_IStream is(stream.data(), stream.size(), KIT_IStream::TEXT);
+    EXPECT_EQ("", takeMessages());
+    EXPECT_FALSE(p.list->load(is, nullptr, nullptr));
+    EXPECT_EQ(1, p.multi().getMultiParmNumItems());
+    EXPECT_EQ("ZEL 22", takeMessages().substr(0, 6));
+}
+
 TEST(MultiCount, LoadedCountsAreHeldToTheSetting)
 {
     const auto load = [](MultiList &p, const char *text) {
