@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <vector>
 
 namespace
 {
@@ -21,7 +22,10 @@ struct Walk
     ZEL_Utils::Visitor visitor;
     void *data;
 
+    struct Level;
+
     void visitItems(ZEL_Parm &multi) const;
+    const ZEL_Parm *visit(int index) const;
     int64_t traverse(const ZEL_Parm &switcher, int folder, int64_t first) const;
 };
 
@@ -51,31 +55,74 @@ void Walk::visitItems(ZEL_Parm &multi) const
     }
 }
 
+/// A run of folders that the walk is in.
+struct Walk::Level
+{
+    Level(const ZEL_Parm &parm, int firstFolder, int endFolder, int64_t start)
+        : switcher(parm), folder(firstFolder), end(endFolder), first(start), at(start),
+          folderEnd(start + folderEntries(parm, firstFolder))
+    {}
+
+    /// False after the last one.
+    bool nextFolder()
+    {
+        at = folderEnd;
+        if (++folder >= end) {
+            return false;
+        }
+        folderEnd = at + folderEntries(switcher, folder);
+        return true;
+    }
+
+    const ZEL_Parm &switcher;
+    int folder;
+    int end;
+    int64_t first;     // entry of the run
+    int64_t at;        // the next entry of the folder
+    int64_t folderEnd; // moves up with the sets of folders that are in it
+};
+
+/// Calls the visitor for one entry. The entry, if it is a set of folders.
+const ZEL_Parm *Walk::visit(int index) const
+{
+    ZEL_Parm *const parm = list.getParmPtr(index);
+    if (!parm) {
+        return nullptr;
+    }
+    if (visitor) {
+        visitor(list, parm, index, data);
+    }
+    // A base parameter has no description until the base interface exists.
+    const ZEL_Template *const description = parm->getTemplatePtr();
+    if (description && description->isSwitcher()) {
+        return parm->getVectorSize() > 0 ? parm : nullptr;
+    }
+    if (multiFlag && visitor && parm->isMultiParm()) {
+        visitItems(*parm);
+    }
+    return nullptr;
+}
+
+/// Scripts nest sets of folders as deep as they like: the levels are on the heap.
 int64_t Walk::traverse(const ZEL_Parm &switcher, int folder, int64_t first) const
 {
-    int64_t count = folderEntries(switcher, folder);
-    for (int64_t i = first; i < first + count && i < size; i++) {
-        ZEL_Parm *const parm = list.getParmPtr(static_cast<int>(i));
-        if (!parm) {
-            continue;
-        }
-        if (visitor) {
-            visitor(list, parm, static_cast<int>(i), data);
-        }
-        // A base parameter has no description until the base interface exists.
-        const ZEL_Template *const description = parm->getTemplatePtr();
-        if (description && description->isSwitcher()) {
-            int64_t nested = 0;
-            for (int f = 0; f < parm->getVectorSize(); f++) {
-                nested += traverse(*parm, f, i + 1 + nested);
+    std::vector<Level> levels{Level(switcher, folder, folder + 1, first)};
+    for (;;) {
+        Level &level = levels.back();
+        if (level.at < level.folderEnd && level.at < size) {
+            if (const ZEL_Parm *const nested = visit(static_cast<int>(level.at++))) {
+                levels.emplace_back(*nested, 0, nested->getVectorSize(), level.at);
             }
-            count += nested;
-            i += nested;
-        } else if (multiFlag && visitor && parm->isMultiParm()) {
-            visitItems(*parm);
+        } else if (!level.nextFolder()) {
+            const int64_t count = level.at - level.first;
+            levels.pop_back();
+            if (levels.empty()) {
+                return count;
+            }
+            levels.back().at += count;
+            levels.back().folderEnd += count;
         }
     }
-    return count;
 }
 
 } // namespace

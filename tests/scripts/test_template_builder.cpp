@@ -162,6 +162,30 @@ TEST(TemplateBuilder, WalksOfAListSeeFoldersAndItems)
     EXPECT_EQ(flagged, "00000000001111");
 }
 
+TEST(TemplateBuilder, WalksGoThroughAnyNumberOfNestedFolders)
+{
+    constexpr int theDepth = 200000;
+    ZEL_Default folder(1.0);
+    std::vector<ZEL_Template> templates;
+    templates.reserve(theDepth + 2);
+    std::deque<std::string> tokens;
+    std::deque<ZEL_Name> names;
+    for (int i = 0; i <= theDepth; i++) {
+        tokens.push_back("s" + std::to_string(i));
+        names.emplace_back(tokens.back().c_str(), "");
+        templates.emplace_back(i < theDepth ? ZEL_SWITCHER : ZEL_FLT, 1, &names.back(), &folder);
+    }
+    templates.emplace_back();
+    ZEL_ParmList list(templates.data(), nullptr, nullptr, nullptr, "", false);
+    int seen = 0;
+    const auto count = [](const ZEL_ParmList &, ZEL_Parm *, int, void *data) {
+        ++*static_cast<int *>(data);
+    };
+    EXPECT_EQ(ZEL_Utils::traverseFolder(list, list.getParmPtr(0), 0, 1, false, count, &seen),
+              theDepth);
+    EXPECT_EQ(seen, theDepth);
+}
+
 TEST(TemplateBuilder, WalksPassThePlacesOfBaseParameters)
 {
     // Without a base interface, the place of a base parameter has no description.
