@@ -139,10 +139,8 @@ int ZEL_ScriptPage::handleUnknown(DS_Stream &stream, KIT_String &token)
             const int count = known->count < 0 ? -known->count - 1 : known->count;
             for (int i = 0; i < count && stream.getToken(skipped); i++) {
             }
-            if (known->count >= 0 || stream.parseBlock(skipped, '\n', false)) {
-                return 1;
-            }
-            break;
+            // An incomplete block has its message.
+            return known->count >= 0 || stream.parseBlock(skipped, '\n', false);
         }
     }
     ZELscriptError(stream, "script unknown identifier %s", token.nonNullStr());

@@ -78,6 +78,7 @@ TEST(ScriptPages, FaultsEndThePage)
         {"{ }", "failed", "E: parameter page without a name"},
         {"{ name a nonsense }", "failed", "E: script unknown identifier nonsense"},
         {"{ name a source x }", "failed", "E: script unknown identifier source"},
+        {"{ name a code { x", "failed", "E: Expecting close brace for block"},
         {"{ name a grouptag { a b } }", "failed",
          "E: grouptag only valid in group or groupmenu block"},
         {"{ name a group { name g range { 0 1 } } }", "failed",
