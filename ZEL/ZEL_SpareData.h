@@ -271,8 +271,8 @@ public:
     /// A filter has a *name* (what a dialog script says: "nods/geo"), a *key* (the value of
     /// "opfilter": "!!NODS/GEOMETRY!!") and a *label* (for a menu: "Object: Geometry Only"). Case
     /// is ignored, and of several rows with the same text the first counts. A text that matches no
-    /// row is returned as it is. Null is returned for null, for an empty text, and for the key of
-    /// the filter "all", which is empty: no filter.
+    /// row is returned as it is; null and an empty text give null. The key of the filter "all" is
+    /// empty: no filter.
     // ---------------------------------------------------------------- //
     static const char *getOpFilterKeyFromName(const char *name);
     static const char *getOpFilterNameFromKey(const char *key);

@@ -363,7 +363,8 @@ void DS_ScriptReader::takeTexts(DS_ParmInfo &info, ZEL_ScriptParm &parm)
     take(info.rmanType, ZEL_SpareData::getRenderManTypeToken(), spare->getRenderManType());
     // The keyword also sets the relative path, and accepts filters by name.
     const char *const key = spare->getOpFilter();
-    const char *const name = ZEL_SpareData::getOpFilterNameFromKey(key);
+    const bool anyFlag = key && !*key; // of any node; no name has an empty key but this one
+    const char *const name = anyFlag ? "all" : ZEL_SpareData::getOpFilterNameFromKey(key);
     const char *const again = ZEL_SpareData::getOpFilterKeyFromName(name);
     if (key && again && spare->getOpRelative() && std::strcmp(key, again) == 0) {
         take(info.opFilter, ZEL_SpareData::getOpFilterToken(), name);

@@ -29,7 +29,7 @@ const char *convert(const char *text, Column from, Column to)
     }
     for (const Filter &filter : theFilters) {
         if (!strcasecmp(filter.*from, text)) {
-            return *(filter.*to) ? filter.*to : nullptr;
+            return filter.*to;
         }
     }
     return text;

@@ -436,7 +436,7 @@ TEST(SpareData, FiltersConvertBothWays)
         {keyFromName, "matn/shadow", "!!MATN/LIGHT_SHADOW!!"},
         {keyFromName, "matn/fog", "!!MATN/ATMOSPHERE!!"},
         {keyFromName, "tskn/partitioners", "!!TSKN/PARTITIONER!!"},
-        {keyFromName, "all", nullptr},
+        {keyFromName, "all", ""},
         {keyFromName, "!!NODS!!", "!!NODS!!"}, // a key is no name, so it comes back
         {keyFromName, "my/own", "my/own"},
         {keyFromName, "", nullptr},
@@ -450,7 +450,7 @@ TEST(SpareData, FiltersConvertBothWays)
         {nameFromKey, nullptr, nullptr},
         {keyFromLabel, "any object", "!!NODS!!"},
         {keyFromLabel, "MATN: Surface Only", "!!MATN/SURFACE!!"},
-        {keyFromLabel, "Any Operator", nullptr},
+        {keyFromLabel, "Any Operator", ""},
         {keyFromLabel, "TSKN: Mappers Only", "!!TSKN/MAPPER!!"},
         {labelFromKey, "!!NODS/GEOMETRY!!", "Object: Geometry Only"},
         {labelFromKey, "!!CUSTOM/MATERIAL!!", "Any Material"},

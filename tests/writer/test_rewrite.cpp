@@ -284,6 +284,16 @@ TEST(Rewrite, MenusHaveOneComponent)
               std::string::npos);
 }
 
+TEST(Rewrite, FiltersKeepTheirNames)
+{
+    for (const std::string filter : {"all", "nods/geo"}) {
+        const std::string text =
+            rewriteText("{ name n parm { name p type string opfilter " + filter + " } }").text;
+        EXPECT_NE(text.find("opfilter\t\"" + filter + "\""), std::string::npos) << text;
+        EXPECT_EQ(text.find("\"opfilter\""), std::string::npos) << text;
+    }
+}
+
 // An unquoted bracket would end the block that it is written into.
 TEST(Rewrite, BracketsAsTexts)
 {
