@@ -18,18 +18,16 @@
 ///             ignored. A command without parameters, or without a file, has no list: its lines
 ///             consist of its name alone.
 ///
-/// Lines. `getCommand` writes records in the order of the script. `setCommand` is its inverse:
-/// `setCommand(line)`, `getCommand` reproduces every line that `getCommand` can write, as long as
-/// no two records share an option:
+/// Lines. `getCommand` writes records in the order of the script. `setCommand(line)`, `getCommand`
+/// reproduces every line that `getCommand` can write, as long as no two records share an option, no
+/// positional record that may be off precedes another one, and no positional value looks like an
+/// option:
 ///
 ///   - An option takes as many words as its record has components, whatever they look like: "-5"
 ///     after it is a value. A line that ends early leaves the other components as they are.
 ///   - A toggle takes none: its option is present or not. A positional toggle takes a word, 0 or 1.
-///   - A word that is no option is assigned to the first positional record that has none yet. One
-///     that begins with an empty pair of quotes ('') is never an option: a positional value that
-///     looks like one is written this way. Each further pair before it skips one positional
-///     record: a record that is off has no words, and the later ones keep their positions. The
-///     tool doesn't see such pairs.
+///   - A word that is no option is assigned to the first positional record that has none yet. A
+///     record that is off has no words, so a later one's is then read into its position.
 ///   - Words are split by KIT_String::cshParse. A text is in double quotes if it needs them, the
 ///     empty one always; an expression in backticks. In the backticks of a number field, a backslash
 ///     precedes a backslash and a backtick.
@@ -40,7 +38,8 @@
 ///   - With RenderMan syntax the name, options and texts are in quotes, an optional record's values
 ///     in brackets. Brackets are dropped before a line is read, so those in a text are \133 and
 ///     \135.
-///   - Folders, multi-parameters, buttons, separators, labels and data have no words.
+///   - Folders and multi-parameters aren't on the line. Buttons, separators, labels and data have
+///     no words, only their option.
 
 #pragma once
 

@@ -1,5 +1,6 @@
 // Fuzzes dialog commands: the text up to a NUL byte is a command, the rest a line for it. The result
-// of the line is written, read and written again, which must be the same line, in both syntaxes.
+// of the line is written, read and written again, which must be the same line, in both syntaxes,
+// unless a place without an option may be off.
 
 #include <DS/DS_Command.h>
 #include <DS/DS_Stream.h>
@@ -16,6 +17,7 @@
 #include <cstring>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -39,18 +41,28 @@ void checkWords(const KIT_String &line)
     }
 }
 
-/// Parameters that share a name, or a companion's, share settings, and of equal options only the last
-/// one is read: such a command's lines needn't read back to the same.
+/// Parameters that share a name, or a companion's, share settings, of equal options only the last
+/// one is read, and words without options move to the first places: such a command's lines needn't
+/// read back to the same.
 bool isDistinct(KIT_IStream &text, const DS_Command &command)
 {
     std::set<std::string> options;
     DS_Stream stream(text, "fuzz", true);
     KIT_String token;
+    bool placeFlag = false; // a parameter without an option so far
     while (stream.getToken(token)) {
-        if (token == "option" && stream.getToken(token) &&
-            !options.insert(token.toStdString()).second) {
+        if (token == "parm" && std::exchange(placeFlag, true)) {
             return false;
         }
+        if (token == "option" && stream.getToken(token)) {
+            placeFlag = false;
+            if (!options.insert(token.toStdString()).second) {
+                return false;
+            }
+        }
+    }
+    if (placeFlag) {
+        return false;
     }
     std::set<std::string> tokens;
     const ZEL_ParmList *const list = command.getParmList();

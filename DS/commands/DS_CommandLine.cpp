@@ -15,34 +15,6 @@
 namespace
 {
 
-/// A line as words, parsed and as written: only the written form shows that a word is quoted and no
-/// option.
-struct Line
-{
-    explicit Line(const KIT_String &text)
-    {
-        count = text.cshParse(words);
-        constexpr bool keepQuotes = true;
-        text.cshParse(written, keepQuotes);
-    }
-
-    /// Empty pairs of quotes before the word itself.
-    int countPairs(int index) const
-    {
-        constexpr std::string_view pair("''");
-        std::string_view word(written[index]);
-        int pairs = 0;
-        for (; word.size() > pair.size() && word.substr(0, pair.size()) == pair; ++pairs) {
-            word.remove_prefix(pair.size());
-        }
-        return pairs;
-    }
-
-    KIT_WorkArgs words;
-    KIT_WorkArgs written;
-    int count = 0;
-};
-
 class Feeder
 {
 public:
@@ -67,43 +39,33 @@ public:
         std::for_each(myParms.rbegin(), myParms.rend(), [](DS_CommandParm &parm) { parm.reset(); });
     }
 
-    void feedAll(const Line &line)
+    void feedAll(const KIT_WorkArgs &words)
     {
-        for (int at = 1; at < line.count;) {
-            const auto found = myOptions.find(line.words[at]);
-            if (found != myOptions.end() && line.countPairs(at) == 0) {
+        for (int at = 1; at < words.entries();) {
+            const auto found = myOptions.find(words[at]);
+            if (found != myOptions.end()) {
                 DS_CommandParm &parm = myParms[found->second];
                 const bool wordlessFlag = parm.getKind() == DS_CommandParm::Kind::TOGGLE;
-                at += 1 + feed(found->second, line, at + 1, wordlessFlag ? 0 : parm.getSize());
+                at += 1 + feed(found->second, words, at + 1, wordlessFlag ? 0 : parm.getSize());
+            } else if (myNextPlace < myPlaces.size()) {
+                const size_t index = myPlaces[myNextPlace++];
+                at += feed(index, words, at, myParms[index].getSize());
             } else {
-                at += feedPositional(line, at);
+                ++at; // nothing accepts it
             }
         }
     }
 
 private:
-    int feed(size_t index, const Line &line, int at, int size)
+    int feed(size_t index, const KIT_WorkArgs &line, int at, int size)
     {
-        const int count = std::min(size, line.count - at);
+        const int count = std::min(size, int(line.entries()) - at);
         std::vector<const char *> words;
         for (int i = 0; i < count; ++i) {
-            words.push_back(line.words[at + i]);
+            words.push_back(line[at + i]);
         }
         myParms[index].setWords(words.data(), count);
         return count;
-    }
-
-    /// Returns the number of words used; a word that nothing accepts is skipped.
-    int feedPositional(const Line &line, int at)
-    {
-        const int leftOut = std::max(line.countPairs(at) - 1, 0);
-        const size_t place = myNextPlace + static_cast<size_t>(leftOut);
-        if (place >= myPlaces.size()) {
-            return 1;
-        }
-        myNextPlace = place + 1;
-        const size_t index = myPlaces[place];
-        return feed(index, line, at, myParms[index].getSize());
     }
 
     std::vector<DS_CommandParm> myParms;
@@ -124,8 +86,8 @@ void DS_Command::setCommand(const char *line)
         text.substitute("[", "");
         text.substitute("]", "");
     }
-    const Line words(text);
-    if (words.count == 0 || myCommandName != words.words[0]) {
+    KIT_WorkArgs words;
+    if (text.cshParse(words) == 0 || myCommandName != words[0]) {
         return;
     }
     Feeder feeder(*myPage, *myParmList);

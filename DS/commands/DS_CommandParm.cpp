@@ -163,8 +163,12 @@ ZEL_Parm *DS_CommandParm::findTextOf(int component) const
 
 bool DS_CommandParm::isOn() const
 {
-    if (myKind == Kind::NONE || (myCompanion && getInt(myCompanion, 0) == 0)) {
+    if (myCompanion && getInt(myCompanion, 0) == 0) {
         return false;
+    }
+    // Of a record without words, such as a button, the option alone.
+    if (myKind == Kind::NONE) {
+        return !isPositional() && !myRecord.getGroup();
     }
     // A toggle with an option is on the line when it is set; it has no word for a value.
     return myKind != Kind::TOGGLE || isPositional() || getInt(myParm, 0) != 0;

@@ -12,7 +12,6 @@
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 namespace
@@ -83,29 +82,20 @@ public:
         DS_CommandParm::collect(page, records);
         for (ZEL_ScriptParm *const record : records) {
             myParms.emplace_back(*record, list);
-            if (record->getOption().isstring()) {
-                myOptions.insert(record->getOption().view());
-            }
         }
     }
 
     void write(std::ostream &os) const
     {
-        int gap = 0;
         for (const DS_CommandParm &parm : myParms) {
-            const bool onFlag = parm.isOn();
-            if (onFlag) {
-                writeParm(os, parm, gap);
-            }
-            if (parm.takesPlace()) {
-                gap = onFlag ? 0 : gap + 1;
+            if (parm.isOn()) {
+                writeParm(os, parm);
             }
         }
     }
 
 private:
-    /// `gap` = the number of positional records before it that are left out.
-    void writeParm(std::ostream &os, const DS_CommandParm &parm, int gap) const
+    void writeParm(std::ostream &os, const DS_CommandParm &parm) const
     {
         const bool placeFlag = parm.isPositional();
         if (!placeFlag) {
@@ -125,11 +115,7 @@ private:
             if (!firstFlag || (!placeFlag && (word.expressionFlag || isRunInLine(word)))) {
                 os << ' ';
             }
-            const std::string written = writtenWord(word);
-            if (placeFlag && i == 0) {
-                writePairs(os, word, written, gap);
-            }
-            os << written;
+            os << writtenWord(word);
         }
         if (bracketFlag) {
             os << (placeFlag ? " ]" : "]");
@@ -146,18 +132,6 @@ private:
         return quoteFlag ? quoteText(word.text, myRManFlag) : word.text;
     }
 
-    /// One pair of quotes keeps a word from being read as an option; each further one skips a
-    /// position.
-    void writePairs(std::ostream &os, const DS_CommandParm::Word &word, const std::string &written,
-                    int gap) const
-    {
-        const std::string_view read = word.expressionFlag ? written : word.text;
-        const bool anyFlag = gap > 0 || myOptions.count(read);
-        for (int pairs = anyFlag ? gap + 1 : 0; pairs > 0; --pairs) {
-            os << "''";
-        }
-    }
-
     /// Whether the text can be written unchanged, being a single run in backticks.
     bool isRunInLine(const DS_CommandParm::Word &word) const
     {
@@ -166,7 +140,6 @@ private:
     }
 
     std::vector<DS_CommandParm> myParms;
-    std::unordered_set<std::string_view> myOptions;
     bool myRManFlag;
 };
 

@@ -124,13 +124,13 @@ TEST(CommandLines, ThereAndBack)
         {rkinds, "\"tool\" \"-s\" [\"`a\\1330\\135`\"] \"-m\" [\"two\"]", nullptr},
         {rkinds, "tool -n[5]-s[x]", "\"tool\""},
         {asRMan(thePlaces), "\"tool\" [ 1 ] [ 1 2 3 ] \"-q\" [ \"a b\" ]", nullptr},
-        {asRMan(thePlaces), "\"tool\" [ `$F` ] [ 1 2 3 ] [ ''\"-q\" ]", nullptr},
+        {asRMan(thePlaces), "\"tool\" [ `$F` ] [ 1 2 3 ] [ \"q\" ]", nullptr},
         {asRMan(theRequired), "\"tool\" \"-n\" 1 \"-c\" 1 `x` 0 \"s\"", nullptr},
         // Places.
         {thePlaces, "tool 1 1 2 3 text 0", nullptr},
         {thePlaces, "tool 1 1 2 3 -q text", nullptr},
-        {thePlaces, "tool ''-q 1 2 3", "tool `-q` 1 2 3"},
-        {thePlaces, "tool 1 1 2 3 ''-q 1", nullptr},
+        // A word is an option however it is quoted.
+        {thePlaces, "tool ''-q 1 2 3", "tool 1 2 3 0 -q"},
         {thePlaces, "tool 1 1 2 3 \"-q\"", "tool 1 1 2 3 -q"},
         {thePlaces, "tool \"\" 1 2 3 \"\"", nullptr},
         {theRequired, "tool -n 1 -c 1 `$F` 0 s", nullptr},
@@ -182,26 +182,34 @@ TEST(CommandLines, Settings)
 
 TEST(CommandLines, PlacesAreLeftOut)
 {
-    // A record that is off isn't on the line, and the later ones keep their positions.
+    // A record that is off isn't on the line, and its position is the next one's.
     Command tool(thePlaces);
     tool.setNumber("tog.s", 1);
     tool.setText("s", "x");
-    EXPECT_EQ(tool.line(), "tool ''''''x");
+    EXPECT_EQ(tool.line(), "tool x");
     tool.setNumber("tog.p", 1);
-    EXPECT_EQ(tool.line(), "tool 0 ''''x");
-    tool.setText("s", "");
-    EXPECT_EQ(tool.line(), "tool 0 ''''\"\"");
+    EXPECT_EQ(tool.line(), "tool 0 x");
+    tool.setText("s", "-q");
+    EXPECT_EQ(tool.line(), "tool 0 -q");
 
+    // Lines of older versions have pairs of quotes, which are no part of a word.
     Command other(thePlaces);
-    EXPECT_EQ(other.after("tool ''''''x ''1"), "tool ''''''x 1");
-    EXPECT_EQ(other.number("tog.p"), 0);
-    EXPECT_EQ(other.number("tog.v"), 0);
-    EXPECT_EQ(other.text("s"), "x");
-    EXPECT_EQ(other.after("tool ''''''''''x 5"), "tool 5") << "beyond the last place";
+    EXPECT_EQ(other.after("tool ''''''7 ''1"), "tool 7 1 0 0");
+    EXPECT_EQ(other.after("tool ''''''''''7 5"), "tool 7 5 0 0");
     Command last("{ name tool parm { name a } parm { name b required } }");
-    EXPECT_EQ(last.line(), "tool ''''0");
-    EXPECT_EQ(last.after("tool ''''7"), "tool ''''7");
-    EXPECT_EQ(last.after("tool 7"), "tool 7 7");
+    EXPECT_EQ(last.line(), "tool 0");
+    EXPECT_EQ(last.after("tool 7"), "tool 7 0");
+}
+
+TEST(CommandLines, WhatHasNoWordsIsItsOptionAlone)
+{
+    Command tool("{ name tool parm { name b type button option -b } parm { name n option -n }"
+                 " parm { name d type data option -d required } parm { name s type separator }"
+                 " parm { name l type label option -l } parm { name c type button required } }");
+    EXPECT_EQ(tool.line(), "tool -d");
+    for (const char *line : {"tool -b -n 3 -d", "tool -b -d -l", "tool -n 5 -d -l"}) {
+        EXPECT_EQ(tool.after(line), line);
+    }
 }
 
 TEST(CommandLines, EqualOptionsAndRequiredToggles)
@@ -252,7 +260,13 @@ TEST(CommandLines, EnabledByCompanions)
 
 TEST(CommandLines, AnyTextComesBack)
 {
-    // Every line that is written reads back, whatever bytes the settings have.
+    // Every line that is written reads back, whatever bytes the settings have, if places without
+    // an option are always on and don't look like one.
+    const std::string places = "{ name tool parm { name p required }"
+                               " parm { name v type vector required }"
+                               " parm { name q option -quick type toggle }"
+                               " parm { name s type string required }"
+                               " parm { name t type toggle required } }";
     const std::string bytes = "ab -5[]\"'`\\$#\n\t0123;\xc3\xa9";
     std::mt19937 random(7);
     const auto text = [&] {
@@ -263,8 +277,7 @@ TEST(CommandLines, AnyTextComesBack)
         return random() % 8 ? all : std::string(random() % 2 ? "-q" : "`x`");
     };
     for (const std::string &script :
-         {std::string(thePlaces), asRMan(thePlaces), std::string(theKinds), asRMan(theKinds),
-          asRMan(theRequired)}) {
+         {places, asRMan(places), std::string(theKinds), asRMan(theKinds), asRMan(theRequired)}) {
         Command tool(script);
         Command other(script);
         for (int round = 0; round < 1500; ++round) {
