@@ -162,8 +162,7 @@ void appendNumber(KIT_WorkBuffer &values, const DS_DefaultValue &defaults, int i
     const bool wholeFlag = defaults.getKind() == DS_DefaultValue::INTEGERS;
     const double value = wholeFlag ? defaults.getInteger(index) : defaults.getFloat(index);
     values.append(' ');
-    values.append(wholeFlag ? std::to_string(defaults.getInteger(index)).c_str()
-                            : KIT_Digits(value).buffer());
+    values.append(KIT_Digits(value).view());
 }
 
 void appendText(KIT_WorkBuffer &values, const DS_DefaultValue &defaults, int index)

@@ -8,9 +8,27 @@
 namespace
 {
 
-/// Numbers as people type them: up to 15 digits, of which at most 6 are after the point. Such a
-/// decimal is the only one of its length that reads back as the number, so an exact one is also the
-/// shortest. Null for all others, and where the form with an exponent would be shorter.
+/// Whole numbers of up to 15 digits, without an exponent; null for all others.
+char *writeWhole(char *to, double value)
+{
+    constexpr double theEnd = 1e15;
+    const double magnitude = std::fabs(value);
+    if (!(magnitude < theEnd)) {
+        return nullptr;
+    }
+    const auto whole = static_cast<int64_t>(magnitude);
+    if (static_cast<double>(whole) != magnitude) {
+        return nullptr;
+    }
+    if (std::signbit(value)) {
+        *to++ = '-';
+    }
+    return std::to_chars(to, to + KIT_Digits::theMostBytes - 1, whole).ptr;
+}
+
+/// Other numbers as people type them: up to 15 digits, of which at most 6 are after the point. Such
+/// a decimal is the only one of its length that reads back as the number, so an exact one is also
+/// the shortest. Null for all others, and where the form with an exponent would be shorter.
 char *writeTyped(char *to, double value)
 {
     constexpr double theMost = 1e9;
@@ -26,18 +44,14 @@ char *writeTyped(char *to, double value)
     }
     const int64_t whole = scaled / 1000000;
     int64_t fraction = scaled % 1000000;
-    // Long runs of zeros at the end of the integer part, or after the point, are shorter as
-    // exponents.
-    if (fraction == 0 ? whole >= 100000 && whole % 100000 == 0 : whole == 0 && fraction < 1000) {
+    // A long run of zeros after the point is shorter as an exponent.
+    if (whole == 0 && fraction < 1000) {
         return nullptr;
     }
     if (std::signbit(value)) {
         *to++ = '-';
     }
     to = std::to_chars(to, to + theDecimals + theDecimals, whole).ptr;
-    if (fraction == 0) {
-        return to;
-    }
     *to = '.';
     int digits = theDecimals;
     while (fraction % 10 == 0) {
@@ -58,6 +72,9 @@ char *KIT_Digits::write(char *to, double value)
     if (std::isnan(value)) {
         std::memcpy(to, "nan", 3);
         return to + 3;
+    }
+    if (char *const end = writeWhole(to, value)) {
+        return end;
     }
     if (char *const end = writeTyped(to, value)) {
         return end;

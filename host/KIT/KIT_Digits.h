@@ -2,7 +2,8 @@
 /// The text of a number, as saved and shown.
 ///
 /// Vocabulary: *shortest* = the fewest characters that BASparseFloat reads back to the same bits,
-///             plain or with an exponent, whichever is shorter: 0.1, 1e+20, -0, 5e-324.
+///             plain or with an exponent, whichever is shorter; whole numbers below 1e15 are
+///             always plain: 0.1, 1000000, 1e+20, -0, 5e-324.
 /// Units:      width in significant digits.
 /// Ownership:  the text lives in the object until the next reset.
 /// Threads:    one thread at a time; meant for the stack.

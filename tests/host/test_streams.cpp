@@ -310,7 +310,11 @@ TEST(Streams, NumbersAsPeopleTypeThemAgreeWithTheStandard)
         const double drawn = double(int64_t(random() >> (14 + i % 50))) / steps[random() % 5];
         const double value = i < 14 ? edges[i] : i % 2 ? drawn : -drawn;
         char expected[64];
-        const char *const end = std::to_chars(expected, expected + sizeof(expected), value).ptr;
+        const bool plainFlag = std::trunc(value) == value && std::fabs(value) < 1e15;
+        const char *const end =
+            plainFlag
+                ? std::to_chars(expected, std::end(expected), value, std::chars_format::fixed).ptr
+                : std::to_chars(expected, std::end(expected), value).ptr;
         const std::string text(expected, size_t(end - expected));
         ASSERT_EQ(KIT_Digits(value).view(), text);
         double read = 0.0;

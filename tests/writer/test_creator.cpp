@@ -163,9 +163,9 @@ const ParmCase theParmCases[] = {
     {"numbers, no more than components",
      [](DS_ParmInfo &i) {
          i.size = 2;
-         i.defaults = std::make_unique<DS_DefaultValue>(arrayOf({0.1, -2.0, 3.0}));
+         i.defaults = std::make_unique<DS_DefaultValue>(arrayOf({0.1, -2e6, 3.0}));
      },
-     "type\tfloat\n\tsize\t2\n\tdefault\t{ 0.1 -2 }\n"},
+     "type\tfloat\n\tsize\t2\n\tdefault\t{ 0.1 -2000000 }\n"},
     {"whole numbers",
      [](DS_ParmInfo &i) {
          i.setTypeByToken("int");
