@@ -3,7 +3,6 @@
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_PathSearch.h>
 #include <KIT/KIT_String.h>
-#include <KIT/KIT_WorkArgs.h>
 #include <KIT/KIT_WorkBuffer.h>
 
 #include <iterator>
@@ -134,9 +133,11 @@ void ZEL_FileMenu::readRows(KIT_IStream &is)
     const int fields = theMenus[myKind].fields;
     KIT_WorkBuffer line;
     KIT_WorkBuffer token;
-    KIT_WorkArgs words;
+    constexpr int theMostFields = 32;
+    char *words[theMostFields];
     while (is.getNonCommentLine(line, '#')) {
-        const int count = KIT_String(line.buffer()).parse(words, 0, "\"'");
+        KIT_String text(line.buffer());
+        const int count = text.parseInPlace(words, theMostFields, "\"'");
         if (count == fields - 1) {
             myRows.push_back(std::make_unique<ZEL_Name>());
             myRows.back()->setAsSeparator();

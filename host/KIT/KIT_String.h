@@ -250,6 +250,11 @@ public:
     int parse(KIT_WorkArgs &words, char comment = 0, const char *quotes = "\"\'",
               bool keepQuotes = false) const;
 
+    /// The same words, at most `most` of them, within the string's own text, which it owns
+    /// afterwards: `fields` gets pointers to them, valid until the next change. The rest of a
+    /// longer text is left out. Returns how many there are.
+    int parseInPlace(char **fields, int most, const char *quotes = "\"\'", char comment = 0);
+
     /// Splits a command line into words as `parse` does, by the rules of a command shell: '...' is
     /// literal; in "..." a backslash escapes `"`, `\`, `$` and a backtick, and \ooo is the byte of
     /// three octal digits, other than 0; `...` keeps its backticks, and in it a backslash keeps the

@@ -190,3 +190,36 @@ int KIT_String::parse(KIT_WorkArgs &words, char comment, const char *quotes, boo
         words.append(word.view());
     }
 }
+
+int KIT_String::parseInPlace(char **fields, int most, const char *quotes, char comment)
+{
+    const std::string_view marks(quotes ? quotes : "");
+    harden();
+    if (!isHard()) {
+        return 0;
+    }
+    char *at = writable();
+    for (int count = 0;; ++count) {
+        while (BASisBlank(*at)) {
+            ++at;
+        }
+        if (count >= most || !*at || *at == comment) {
+            return count;
+        }
+        // A word only gets shorter: its text and its end stay behind what is read.
+        char *to = fields[count] = at;
+        while (*at && !BASisBlank(*at)) {
+            const char quote = *at;
+            if (marks.find(quote) == marks.npos) {
+                *to++ = *at++;
+                continue;
+            }
+            for (++at; *at && *at != quote; *to++ = *at++) {
+                at += *at == '\\' && (at[1] == quote || at[1] == '\\');
+            }
+            at += *at ? 1 : 0;
+        }
+        at += *at ? 1 : 0;
+        *to = '\0';
+    }
+}

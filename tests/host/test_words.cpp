@@ -30,6 +30,13 @@ std::string wordsOf(const char *text, char comment = 0, const char *quotes = "\"
     for (int i = 0; i < count; ++i) {
         joined += "[" + std::string(words[i]) + "]";
     }
+    KIT_String split(text);
+    char *fields[8];
+    const int inPlace = keepQuotes ? -1 : split.parseInPlace(fields, 8, quotes, comment);
+    for (int i = 0; i < inPlace; ++i) {
+        EXPECT_STREQ(fields[i], words[i]);
+    }
+    EXPECT_TRUE(keepQuotes || inPlace == std::min(count, 8)) << text;
     return joined;
 }
 
@@ -74,6 +81,7 @@ TEST(Words, ParsingKeepsQuotedRunsTogether)
     EXPECT_EQ(wordsOf("'a b'", 0, nullptr), "['a][b']");
     const std::string longWord(5000, 'w');
     EXPECT_EQ(wordsOf((longWord + " b").c_str()), "[" + longWord + "][b]");
+    EXPECT_EQ(wordsOf("1 2 3 4 5 6 '7 7'8 9 10"), "[1][2][3][4][5][6][7 78][9][10]");
 }
 
 TEST(Words, NumbersInTextsOrderByValue)
