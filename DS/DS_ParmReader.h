@@ -45,8 +45,8 @@ public:
     virtual void subclassHook2() = 0;
     /// Fills `myParms` before writing.
     virtual void prepareParms() = 0;
-    /// The name, which is also written as the source file of the script.
     virtual const char *getDialogName() = 0;
+    /// The dialog's script, which is also written as the source file.
     virtual const char *getDialogScript() = 0;
     virtual const char *getDialogLabel() = 0;
     /// Lines joined by line feeds.

@@ -12,7 +12,8 @@
 ///             them, so a page must outlive the arrays that it filled.
 /// Threads:    one thread at a time.
 /// Errors:     a block ends at its first error, which the stream reports, and parse() returns 0,
-///             keeping what was read so far. Reading continues after warnings.
+///             keeping what was read so far. Reading continues after warnings and after the error of a
+///             condition, which is then left out.
 ///
 ///     page         "{" word ... "}"
 ///     parameter    parm { ... }

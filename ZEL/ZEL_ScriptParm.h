@@ -12,8 +12,9 @@
 /// Threads:    one thread at a time. Call registerDefaultScriptCallback() before reading any
 ///             script.
 /// Errors:     an error ends the block: the stream reports it, parse() returns 0, and what was read
-///             so far stays in the record. Reading continues after warnings. A missing opening
-///             brace of the block, of `defaults` and of `range` has no message of its own.
+///             so far stays in the record. Reading continues after warnings and after the error of a
+///             condition. A missing opening brace of the block, of `defaults` and of `range` has
+///             no message of its own.
 ///
 ///     menus        menu { token label ... } or menu { [ script ] [ more ] language word }; the word
 ///                  usetokenvalue may come before the brace
