@@ -353,6 +353,19 @@ TEST(Expressions, TextsExpand)
         EXPECT_EQ((mask & (1 << 15)) != 0, c.timeDependent) << c.text;
         EXPECT_EQ(EVL::theErrNo[theThread], 0) << c.text;
     }
+    // Every variable, at a time between frames: the same in the text as in an expression.
+    for (const std::string name : {"F", "FF", "T", "FPS", "PI", "E", "OS", "HIP", "NINE"}) {
+        const auto expanded = [&](const std::string &text) {
+            KIT_String out;
+            const int mask =
+                manager.expandString(text.c_str(), out, 0.53, &world.collection, theThread, 3);
+            return out.toStdString() + ((mask & (1 << 15)) != 0 ? " timed" : "");
+        };
+        EXPECT_EQ(expanded("$" + name), expanded("`$" + name + "`"));
+        EXPECT_EQ(expanded("${" + name + "}"), expanded("`${" + name + "}`"));
+        EXPECT_EQ(expanded("$" + name).find("timed") != std::string::npos,
+                  name == "F" || name == "FF" || name == "T");
+    }
     KIT_String out;
     manager.expandString("a`1+`b", out, 0, nullptr, theThread);
     EXPECT_STREQ(out.c_str(), "ab");

@@ -93,32 +93,38 @@ TEST(Settings, TheKeySetOfAPreferenceIsThatOfEitherSetting)
 
 TEST(Settings, ASetAndARevertFollowEachOfThem)
 {
-    for (int bits = 0; bits < 16; ++bits) {
+    for (int bits = 0; bits < 64; ++bits) {
         const Settings settings(bits);
-        for (const bool locked : {false, true}) {
-            OneParm p(ZEL_FLT, 2);
-            p.build();
-            animateAll(p);
-            EXPECT_TRUE(p.parm->setValue(1.0, 7.0, false, 0, ZEL_ADDKEY_PENDING, true));
-            const bool committed = settings.alwaysHarden || settings.commits;
-            EXPECT_EQ(p.parm->getChanState(1.0, 0), committed ? ZEL_CHAN_KEY : ZEL_CHAN_PENDING);
-            // The preference itself, and not what stands in for it.
-            const bool tuple = settings.commits && settings.keysTuples && settings.alwaysHarden;
-            EXPECT_EQ(p.parm->getChanState(1.0, 1), tuple ? ZEL_CHAN_KEY : ZEL_CHAN_NOKEY) << bits;
-
-            p.parm->setLockedFlag(0, locked);
-            const std::string before = stateOf(p);
-            p.parm->revertToDefault(1.0, 0, true);
-            if (locked) {
-                EXPECT_EQ(stateOf(p), before) << bits;
-            } else if (settings.destructive) {
-                EXPECT_FALSE(p.instance->getChannel(0)) << bits;
-            } else {
-                EXPECT_EQ(p.parm->getChanState(1.0, 0), committed ? ZEL_CHAN_KEY : ZEL_CHAN_PENDING)
-                    << bits;
-            }
-            EXPECT_TRUE(locked || p.eval(0, 1.0) == 0.0) << bits;
-            EXPECT_TRUE(p.instance->getChannel(1));
+        const bool locked = (bits & 16) != 0;
+        const bool curve = (bits & 32) != 0;
+        OneParm p(ZEL_FLT, 2);
+        p.build();
+        animateAll(p);
+        if (!curve) {
+            p.animate("1 + 1", 0);
         }
+        // A value can be committed to a curve only; hardening makes a key in any case.
+        const bool keyed = settings.alwaysHarden || (curve && settings.commits);
+        EXPECT_TRUE(p.parm->setValue(1.0, 7.0, false, 0, ZEL_ADDKEY_PENDING, true));
+        EXPECT_EQ(p.parm->getChanState(1.0, 0), keyed ? ZEL_CHAN_KEY : ZEL_CHAN_PENDING) << bits;
+        // The preference itself, and not what stands in for it.
+        const bool tuple = settings.commits && settings.keysTuples && settings.alwaysHarden;
+        EXPECT_EQ(p.parm->getChanState(1.0, 1), tuple ? ZEL_CHAN_KEY : ZEL_CHAN_NOKEY) << bits;
+
+        p.parm->setLockedFlag(0, locked);
+        const std::string before = stateOf(p);
+        const double time = curve ? 1.0 : 0.5;
+        p.parm->revertToDefault(time, 0, true);
+        if (locked) {
+            EXPECT_EQ(stateOf(p), before) << bits;
+        } else if (settings.destructive) {
+            EXPECT_FALSE(p.instance->getChannel(0)) << bits;
+        } else {
+            EXPECT_EQ(p.parm->getChanState(time, 0), keyed ? ZEL_CHAN_KEY : ZEL_CHAN_PENDING)
+                << bits;
+        }
+        // Within an expression a key holds the value, and the expression goes on.
+        EXPECT_TRUE(locked || !curve || p.eval(0, time) == 0.0) << bits;
+        EXPECT_TRUE(p.instance->getChannel(1));
     }
 }
