@@ -228,6 +228,9 @@ int TRK_Channel::setKeyValue(double value, double time, bool notify, bool commit
             notifyIf(notify);
             return 0;
         }
+        if (key >= 0 && keyOnly) {
+            return 1;
+        }
         if (key < 0 && !keyOnly && mySegments[findSegment(time)].isInterpolated()) {
             splitSegment(time, value);
             clearPending();
@@ -299,38 +302,43 @@ int TRK_Channel::putString(const char *text, double time, TRK_ExprLanguage langu
     return 1;
 }
 
-/// Moves a text that is pending at the key into the key's segment, as an expression of its
-/// language.
-bool TRK_Channel::takePendingString(size_t key)
+/// Moves a value that is pending at the key into the key: a text as its segment's expression; a
+/// number as its value, which holds from there on if an expression drove the segment.
+bool TRK_Channel::takePending(size_t key)
 {
-    if (!isPending(myTimes[key]) || myDefaultString.isEmpty()) {
+    if (!isPending(myTimes[key])) {
         return false;
     }
     TRK_Segment &segment = mySegments[key];
-    segment.changeExpression(myDefaultString.c_str(), segment.getExprLanguage());
+    if (!myDefaultString.isEmpty()) {
+        segment.changeExpression(myDefaultString.c_str(), segment.getExprLanguage());
+    } else {
+        setKeySides(key, myDefault);
+        if (!segment.isInterpolated()) {
+            segment.changeExpression("constant()", segment.getExprLanguage());
+        }
+    }
     clearPending();
     return true;
+}
+
+/// The value at a time; the thread's error number stays as it is.
+double TRK_Channel::presentValue(double time) const
+{
+    const int thread = BASgetSTID();
+    const EVL::ErrorScope errors(thread);
+    bool timeDependent = false;
+    return evaluate(myCollection, time, thread, timeDependent);
 }
 
 bool TRK_Channel::insertKeyFrame(double time, bool notify)
 {
     const int key = findKey(time);
     if (key >= 0 || !std::isfinite(time)) {
-        notifyIf(key >= 0 && takePendingString(static_cast<size_t>(key)) && notify);
+        notifyIf(key >= 0 && takePending(static_cast<size_t>(key)) && notify);
         return false;
     }
-    double value = 0.0;
-    {
-        const int thread = BASgetSTID();
-        const EVL::ErrorScope errors(thread);
-        bool timeDependent = false;
-        value = evaluate(myCollection, time, thread, timeDependent);
-    }
-    const bool pendingFlag = isPending(time);
-    takePendingString(splitSegment(time, value));
-    if (pendingFlag) {
-        clearPending();
-    }
+    takePending(splitSegment(time, presentValue(time)));
     notifyIf(notify);
     return true;
 }
@@ -365,8 +373,7 @@ bool TRK_Channel::getFullKey(double time, TRK_FullKey &key) const
     key.time = time;
     const int index = findKey(time);
     if (index < 0) {
-        bool timeDependent = false;
-        key.in.value = evaluate(myCollection, time, BASgetSTID(), timeDependent);
+        key.in.value = presentValue(time);
         key.out = key.in;
         const TRK_Segment *segment = getExpressionSegment(time);
         if (segment != nullptr) {
@@ -688,6 +695,6 @@ bool TRK_Channel::isDataDependent() const
 {
     return std::any_of(mySegments.begin(), mySegments.end(), [](const TRK_Segment &segment) {
         const TRK_Expression *compiled = segment.getCompiledExpression();
-        return compiled != nullptr && compiled->hasReferences();
+        return compiled != nullptr ? compiled->hasReferences() : !segment.isInterpolated();
     });
 }

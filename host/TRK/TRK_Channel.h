@@ -14,7 +14,6 @@
 /// Errors:     operations without effect return false, or 1 for the setKey forms. Evaluation errors
 ///             are stored in EVL::theErrNo of the given thread; the first one is kept.
 /// Cost:       a number between keys: a binary search over one array of times and the curve. No
-///             lock, no heap, no shared write. For an expression see TRK_Expression.
 ///             lock, no heap, no shared write. An expression costs what TRK_Expression says.
 
 #pragma once
@@ -63,9 +62,8 @@ public:
     // ---------------------------------------------------------------- //
     /// Sets the value at a time. Without \p commit it becomes pending: returns 1. With \p commit, a
     /// key whose segment is interpolated takes the value on both sides: 0. Without such a key, and
-    /// unless
-    /// \p keyOnly, a key is inserted into an interpolated segment: 0. Otherwise (an expression
-    /// drives that time) the value becomes pending: 1.
+    /// unless \p keyOnly, a key is inserted into an interpolated segment: 0. Otherwise the value
+    /// becomes pending, unless \p keyOnly finds a key that an expression drives: 1.
     int setKeyValue(double value, double time, bool notify, bool commit, bool keyOnly);
     /// The same for texts: \p text is an expression. A segment accepts it if it is interpolated or
     /// holds one literal text.
@@ -75,9 +73,10 @@ public:
     /// a key at the time.
     int setKeyString(const char *text, double time, TRK_ExprLanguage language, bool notify,
                      bool commit, bool keyOnly);
-    /// Makes a key with the present value; its segment copies the split one's expression. A value
-    /// pending there is used and no longer pending. False if there is a key already; it, too, takes
-    /// over a pending text.
+    /// Makes a key with the present value; its segment copies the split one's expression. False if
+    /// there is a key already. In both cases the key takes a value that is pending there, which is
+    /// then no longer pending: an expression of the key's segment is replaced by the text, or by
+    /// "constant()".
     bool insertKeyFrame(double time, bool notify);
     bool isAtKey(double time) const { return findKey(time) >= 0; }
     /// True at a key that was set explicitly; every key of this library is.
@@ -145,7 +144,8 @@ public:
     /// Evaluates at the thread's evaluation time and follows references. Leaves no error number.
     bool isTimeDependentSlow(int thread) const;
     bool isStringTimeDependentSlow(int thread) const;
-    /// True if an expression reads other channels or parameters.
+    /// True if an expression reads other channels or parameters. One in Python counts, as what it
+    /// reads isn't known.
     bool isDataDependent() const;
 
     // ---------------------------------------------------------------- //
@@ -174,7 +174,8 @@ private:
     size_t findSegment(double time) const;
     size_t splitSegment(double time, double value);
     void setKeySides(size_t index, double value);
-    bool takePendingString(size_t key);
+    bool takePending(size_t key);
+    double presentValue(double time) const;
     int putString(const char *text, double time, TRK_ExprLanguage language, bool notify,
                   bool commit, bool keyOnly);
     void setPending(double time);

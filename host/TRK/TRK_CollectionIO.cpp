@@ -93,11 +93,10 @@ void writeKey(std::string &out, const TRK_Segment &after, const TRK_Segment *bef
     writePair(out, " accel ",
               before != nullptr ? before->getOutAcceleration() : after.getInAcceleration(),
               after.getInAcceleration());
+    out += after.getExprLanguage() == TRK_LANGUAGE_PYTHON ? " python " : " ";
     if (after.isInterpolated()) {
-        out += ' ';
         out += TRKinterpolatorToString(after.getInterpolator());
     } else {
-        out += after.getExprLanguage() == TRK_LANGUAGE_PYTHON ? " python " : " ";
         writeText(out, after.getExpression());
     }
     out += '\n';

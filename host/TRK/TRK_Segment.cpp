@@ -68,8 +68,7 @@ void TRK_Segment::changeExpression(const char *text, TRK_ExprLanguage language)
         language = TRK_LANGUAGE_NATIVE;
     }
     myLanguage = language;
-    myInterpolator = language == TRK_LANGUAGE_NATIVE ? TRKstringToInterpolator(myText.c_str())
-                                                     : TRK_INTERP_EXPRESSION;
+    myInterpolator = TRKstringToInterpolator(myText.c_str());
     if (myChannel != nullptr) {
         myChannel->updateTimeFlag();
     }

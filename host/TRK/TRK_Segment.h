@@ -3,8 +3,8 @@
 ///
 /// Vocabulary: *in* value, slope, acceleration = at the segment's start; *out* = at its end.
 ///             *interpolator* = an expression that is exactly one call of TRK_Interpolators.def,
-///             such as linear(): the values then define the curve. Any other expression drives the
-///             segment and the values are unused.
+///             such as linear(), in any language: the values then define the curve. Any other
+///             expression drives the segment and the values are unused.
 /// Units:      time in seconds; slope in value per second; acceleration is the length of the
 ///             curve's handle in seconds, 0 for one third of the segment.
 /// Ownership:  owned by its channel's array: a pointer is valid until keys are added or removed.

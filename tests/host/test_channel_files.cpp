@@ -67,6 +67,7 @@ const char *const theSample = R"(channels 1.0
         key 0 5 linear()
         key 1.5 7 in 6 slope 0.5 -0 accel 0.25 1e-300 "ch(\"ty\") * 2"
         key 2 inf python "1 + 1"
+        key 3 4 python constant()
     }
     channel ty {
         default 0
@@ -95,6 +96,8 @@ TEST(ChannelFiles, TheSampleComesBackByteForByte)
     EXPECT_EQ(tx->getSegment(0)->getOutSlope(), 0.5);
     EXPECT_EQ(tx->getSegment(1)->getInAcceleration(), 1e-300);
     EXPECT_EQ(tx->getSegment(2)->getExprLanguage(), TRK_LANGUAGE_PYTHON);
+    EXPECT_EQ(tx->getSegment(3)->getExprLanguage(), TRK_LANGUAGE_PYTHON);
+    EXPECT_TRUE(tx->getSegment(3)->isInterpolated());
     EXPECT_TRUE(tx->isTimeDependent());
     EXPECT_EQ(bitsOf(collection.getChannel("empty")->getDefault()), 0x7ff8000000000123u);
 }

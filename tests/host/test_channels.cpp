@@ -312,11 +312,18 @@ TEST_F(Channels, TimeDependence)
     EXPECT_FALSE(further->isTimeDependent());
     EXPECT_TRUE(follow->isDataDependent());
     EXPECT_FALSE(still->isDataDependent());
+    still->changeExpression(0, "1 + 2", TRK_LANGUAGE_PYTHON, false);
+    EXPECT_TRUE(still->isDataDependent()) << "nobody knows what Python reads";
+    still->changeExpression(0, "linear()", TRK_LANGUAGE_PYTHON, false);
+    EXPECT_FALSE(still->isDataDependent());
     EXPECT_TRUE(curve("linear()", 0, 0)->isTimeDependent());
 
     TRK_Channel *broken = make("broken", "ch('nope')");
     EXPECT_FALSE(broken->isTimeDependentSlow(theThread));
     EXPECT_EQ(EVL::theErrNo[theThread], 0); // a question leaves no error
+    TRK_FullKey key;
+    EXPECT_FALSE(broken->getFullKey(1, key));
+    EXPECT_EQ(EVL::theErrNo[BASgetSTID()], 0);
 }
 
 TEST_F(Channels, NamesAndAliases)
