@@ -137,7 +137,7 @@ protected:
     /// The current default, else the factory default, else null. The index must be valid.
     const ZEL_Default *defaultOf(int index) const;
     /// The language of a default's text; 0 for a literal.
-    static TRK_ExprLanguage defaultLanguage(const ZEL_Default &record);
+    TRK_ExprLanguage defaultLanguage(const ZEL_Default &record) const;
     /// Whether the channel consists of the factory default's expression and nothing else.
     bool hasFactoryExpression(int index) const;
     /// The frame of `revertToDefaults`: `apply(index)` for each component.
@@ -156,7 +156,9 @@ protected:
     ///@}
 
     /// The frame of `getMagicString`: `read(index, value)` for the components from the last to the
-    /// first, then `append(index, value)` for those that aren't plain.
+    /// first, then `append(index, value)` for those that aren't plain. An expression error is
+    /// reported for the component whose read set it. Afterwards the thread's error number is the
+    /// first that there was, one from before included.
     template <class T, class Read, class Append>
     bool buildMagicString(KIT_TokenString &tokens, ZEL_ParmList *list, int size, bool addIfDefault,
                           int thread, const Read &read, const Append &append) const;

@@ -150,9 +150,14 @@ void ZEL_String::expandStored(ZEL_ParmList *list, double time, KIT_String &out, 
 bool ZEL_String::readValue(ZEL_ParmList *list, double time, KIT_String &out, int index, bool expand,
                            int thread) const
 {
-    const int overridden = evalOverrideValue(list, time, index, thread, out);
-    if (overridden != 0) {
-        return overridden < 0;
+    if (ownerFails(list, time, index, thread)) {
+        out.clear();
+        return true;
+    }
+    // The owner is asked at the caller's time, an override at that of the value.
+    const double valueTime = getType().isAnimatible() ? time : 0.0;
+    if (hasOverrideData() && evalOverrideValueImpl(list, valueTime, index, thread, out) != 0) {
+        return false;
     }
     if (!myValues) {
         out.harden("");
@@ -399,6 +404,8 @@ void ZEL_String::setChannelText(const ChannelSet &set, const char *text, TRK_Str
                                   true, commitFlag(set.keySet), false);
     } else if (current.compare(text) != 0) {
         set.channel->setKeyString(key.buffer(), set.time, true, commitFlag(set.keySet), false);
+    } else {
+        return;
     }
     // Strings aren't keyed as a whole tuple, as numbers are.
     hardenSet(set);

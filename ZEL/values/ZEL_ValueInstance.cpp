@@ -194,9 +194,9 @@ const ZEL_Default *ZEL_ValueInstance::defaultOf(int index) const
     return current ? current : factoryDefault(index);
 }
 
-TRK_ExprLanguage ZEL_ValueInstance::defaultLanguage(const ZEL_Default &record)
+TRK_ExprLanguage ZEL_ValueInstance::defaultLanguage(const ZEL_Default &record) const
 {
-    return TRKstringMeaningToExprLanguage(record.getStringMeaning());
+    return stringMeaningToExprLanguage(record.getStringMeaning());
 }
 
 bool ZEL_ValueInstance::hasFactoryExpression(int index) const

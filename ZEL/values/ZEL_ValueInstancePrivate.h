@@ -5,6 +5,7 @@
 #pragma once
 
 #include <BAS/BAS_Thread.h>
+#include <EVL/EVL.h>
 #include <KIT/KIT_SmallArray.h>
 #include <KIT/KIT_TokenString.h>
 #include <TRK/TRK_EventManager.h>
@@ -116,10 +117,16 @@ bool ZEL_ValueInstance::buildMagicString(KIT_TokenString &tokens, ZEL_ParmList *
                                          const Append &append) const
 {
     KIT_SmallArray<T, 4> values(size);
+    int &error = EVL::theErrNo[thread];
+    int first = error;
     for (int i = size - 1; i >= 0; --i) {
+        // Cleared, so that nobody's earlier error is reported for this component.
+        error = EVL::EVL_OK;
         read(i, values[i]);
         checkForExpressionErrors(list, i, thread);
+        first = first != EVL::EVL_OK ? first : error;
     }
+    error = first;
     const bool plain = isAllDefault(ZEL_DEFAULT_MAGIC) && !isTimeDependent(-1);
     for (int i = size - 1; i >= 0 && (addIfDefault || !plain); --i) {
         if (isDefault(i, ZEL_DEFAULT_MAGIC, true) && !isTimeDependent(i)) {

@@ -147,8 +147,9 @@ TEST_F(Facade, AlwaysHardenMakesKeys)
     EXPECT_EQ(ZEL_CHAN_KEY, f.getChanState(1.0, 0));
 
     ZEL_Parm::setAlwaysHardenFlag(false);
-    EXPECT_TRUE(f.setValue(2.0, 4.0, false, 0, ZEL_ADDKEY_PENDING, true));
-    EXPECT_EQ(ZEL_CHAN_PENDING, f.getChanState(2.0, 0));
+    EXPECT_TRUE(f.setValue(0.5, 4.0, false, 0, ZEL_ADDKEY_PENDING, true));
+    EXPECT_EQ(ZEL_CHAN_PENDING, f.getChanState(0.5, 0))
+        << "the expression drives what precedes the key";
 }
 
 // ---------------------------------------------------------------------- //

@@ -34,14 +34,16 @@ public:
     bool setFloat(int, double, int, int, double) override { return takes; }
     std::int64_t evalInt(int, double, int *, int *active) override { return *active = 1, 0; }
     bool setInt(int, double, int, int, std::int64_t) override { return takes; }
-    KIT_StringHolder evalString(int, double, int *, int *active) override
+    KIT_StringHolder evalString(int, double time, int *, int *active) override
     {
+        asked = time;
         *active = 1;
         return KIT_StringHolder("provider$F");
     }
     bool setString(int, double, int, int, const KIT_StringHolder &) override { return false; }
 
     bool takes = false;
+    double asked = -1.0;
 };
 
 struct ProviderScope
@@ -341,6 +343,12 @@ TEST(Strings, OverridesAnswerUnexpandedAndOwnersMayFail)
     OneString p("own");
     p.instance->setOverride(0, 3, "source", ZEL_OVERRIDE_OVERRIDDEN);
     EXPECT_EQ(p.read(), "provider$F");
+    for (const ZEL_Type *type : {&ZEL_STRING, &ZEL_STRING_E}) {
+        OneString timed("own", *type);
+        timed.instance->setOverride(0, 3, "source", ZEL_OVERRIDE_OVERRIDDEN);
+        EXPECT_EQ(timed.read(true, 2.0), "provider$F");
+        EXPECT_EQ(scope.provider.asked, type == &ZEL_STRING ? 2.0 : 0.0);
+    }
     TestOwner owner;
     owner.setPendingOverrideString("pending");
     owner.cookResult = KIT_ERROR_ABORT;
