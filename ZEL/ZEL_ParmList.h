@@ -141,6 +141,8 @@ public:
     const ZEL_Parm *getParmPtrInst(const KIT_StringRef &token, const int *instances, int count,
                                    int &index) const;
     ZEL_Parm *getParmPtrInst(const KIT_StringRef &token, const int *instances, int count);
+    const ZEL_Parm *getParmPtrInst(const KIT_StringRef &token, const int *instances,
+                                   int count) const;
     ///@}
 
     // ------------------------------------------------------------------ //

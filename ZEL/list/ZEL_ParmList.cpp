@@ -301,6 +301,13 @@ ZEL_Parm *ZEL_ParmList::getParmPtrInst(const KIT_StringRef &token, const int *in
     return getParmPtrInst(token, instances, count, index);
 }
 
+const ZEL_Parm *ZEL_ParmList::getParmPtrInst(const KIT_StringRef &token, const int *instances,
+                                             int count) const
+{
+    int index = -1;
+    return getParmPtrInst(token, instances, count, index);
+}
+
 // -------------------------------------------------------------------------- //
 // Evaluation and change by name
 // -------------------------------------------------------------------------- //

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <map>
 #include <random>
+#include <utility>
 
 namespace
 {
@@ -150,6 +151,7 @@ TEST(Lists, AppendedParametersStandInTheInstanceTables)
     int index = 0;
     EXPECT_EQ(list.getParmPtrInst("pt#", &number, 1, index), list.getParmPtr(5));
     EXPECT_EQ(index, 5);
+    EXPECT_EQ(std::as_const(list).getParmPtrInst("pt#", &number, 1), list.getParmPtr(5));
     EXPECT_EQ(list.getParmPtrInst("qt#", &number, 1, index), nullptr);
     EXPECT_EQ(index, -1);
     EXPECT_EQ(list.getParmPtrInst(KIT_StringRef(), &number, 1, index), nullptr);
