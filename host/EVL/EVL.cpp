@@ -3,7 +3,6 @@
 #include <KIT/KIT_MessageCatalogue.h>
 
 #include <array>
-#include <atomic>
 #include <iterator>
 #include <string>
 
@@ -19,8 +18,6 @@ static constexpr int theErrorCount = int(std::size(theErrors));
 static_assert(theErrors[theErrorCount - 1] == theErrorCount - 1, "the numbers go up by one");
 
 EVL_ErrNo theErrNo;
-
-static std::atomic<ClearCycles> theClearCycles{nullptr};
 
 static std::array<std::string, theErrorCount> makeErrorTexts()
 {
@@ -39,16 +36,4 @@ const char *getErrorText(int error)
     return known ? theTexts[static_cast<size_t>(error)].c_str() : "Unknown error";
 }
 
-void setClearCycles(ClearCycles function)
-{
-    theClearCycles.store(function, std::memory_order_release);
-}
-
 } // namespace EVL
-
-void ev_ClearCycles(int thread)
-{
-    if (const EVL::ClearCycles function = EVL::theClearCycles.load(std::memory_order_acquire)) {
-        function(thread);
-    }
-}

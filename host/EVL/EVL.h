@@ -68,12 +68,8 @@ private:
 /// The sentence of an error number; never null.
 KIT_API const char *getErrorText(int error);
 
-/// What ev_ClearCycles() calls, or null. Nothing in the library registers a function; the
-/// application may.
-using ClearCycles = void (*)(int thread);
-KIT_API void setClearCycles(ClearCycles function);
-
 } // namespace EVL
 
-/// Clears the thread's cycle marks other than those of evaluations that are running.
-KIT_API void ev_ClearCycles(int thread);
+/// Clears the thread's cycle marks other than those of evaluations that are running. Here there are
+/// none: the mark of an evaluation is a frame on the stack, which ends with it.
+inline void ev_ClearCycles(int) {}
