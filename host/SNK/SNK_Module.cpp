@@ -233,23 +233,24 @@ void readReference(const SNK_EvaluationScope &scope, const std::string &path, Ca
 {
     const TRK_Expression::Reference parts =
         TRK_Expression::splitReference(path.c_str(), path.size(), false);
-    const int before = EVL::theErrNo[scope.getThread()];
     bool timeFlag = false;
     bool knownFlag = false;
+    int error = EVL::EVL_OK;
     {
+        // An error from before would hide that of the reference.
+        const EVL::ErrorScope errors(scope.getThread(), EVL::ErrorScope::CLEARED);
         const SNK_PythonRest rest;
         knownFlag = call(parts, timeFlag);
+        error = errors.number();
     }
     if (timeFlag) {
         scope.markTimeDependent();
     }
-    if (!knownFlag) {
-        TRK_EvalState::raise(EVL::EVL_UNKNOWN_CHANNEL, scope.getThread());
-        failFor(path, "there is no such channel or parameter");
-    }
-    const int after = EVL::theErrNo[scope.getThread()];
-    if (after != EVL::EVL_OK && after != before) {
-        failFor(path, EVL::getErrorText(after));
+    if (!knownFlag || error != EVL::EVL_OK) {
+        TRK_EvalState::raise(error != EVL::EVL_OK ? error : EVL::EVL_UNKNOWN_CHANNEL,
+                             scope.getThread());
+        failFor(path,
+                knownFlag ? EVL::getErrorText(error) : "there is no such channel or parameter");
     }
 }
 

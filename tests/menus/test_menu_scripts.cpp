@@ -335,15 +335,20 @@ TEST_F(PythonExpressions, FailWithTheNumberOfTheReason)
         {"vmr.ch('tz')", EVL::EVL_UNKNOWN_CHANNEL,
          "ValueError: tz: there is no such channel or parameter\n"},
         {"vmr.ch('ty') + 1", EVL::EVL_CYCLE, nullptr},
+        {"vmr.ch('broken') + 1", EVL::EVL_UNKNOWN_FUNCTION, nullptr},
     };
+    collection.addChannel("broken")->changeExpression(0, "no()", TRK_LANGUAGE_NATIVE, false);
     for (const auto &c : cases) {
-        EVL::theErrNo[thread] = EVL::EVL_OK;
-        EXPECT_EQ(0.0, number(c.text)) << c.text;
-        EXPECT_EQ(c.error, EVL::theErrNo[thread]) << c.text;
-        if (c.reason) {
-            EXPECT_TRUE(endsWith(SNKgetExpressionError(), c.reason)) << SNKgetExpressionError();
+        for (const int before : {int(EVL::EVL_OK), int(EVL::EVL_DEPTH)}) {
+            EVL::theErrNo[thread] = before;
+            EXPECT_EQ(0.0, number(c.text)) << c.text;
+            EXPECT_EQ(before ? before : c.error, EVL::theErrNo[thread]) << c.text;
+            if (c.reason) {
+                EXPECT_TRUE(endsWith(SNKgetExpressionError(), c.reason)) << SNKgetExpressionError();
+            }
         }
     }
+    EXPECT_EQ(2.0, number("vmr.ch('tx')")) << "an error from before is no reason to fail";
     EVL::theErrNo[thread] = EVL::EVL_OK;
     EXPECT_EQ(3.0, number("1 + 2"));
     EXPECT_EQ(EVL::EVL_OK, EVL::theErrNo[thread]);
