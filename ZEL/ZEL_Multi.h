@@ -102,17 +102,19 @@ public:
     /// Creates or removes items at the end until `count` exist (0 for a negative count). Does
     /// nothing when called recursively. `evaluateChildren` has no effect.
     void setNumInstances(int count, bool evaluateChildren);
-    /// Moves the values of `item` and the later ones up by one and gives `item` the defaults. Does
-    /// nothing at the range's hard maximum.
+    /// Moves the values of `item` and the later ones up by one and gives `item` the defaults. After
+    /// the last item it appends one; a negative item counts as the first. Does nothing at the
+    /// range's hard maximum.
     void insertInstanceBefore(int item);
     /// Moves the values of later items down by one and removes the last item. At the range's hard
-    /// minimum the item is reverted in place.
+    /// minimum the item is reverted in place. Does nothing for an item that doesn't exist.
     void deleteInstance(int item);
     /// Reverts an item's parameters to their defaults, locks and nested items included.
     void revertInstance(int item);
     /// Removes all items and reverts the count.
     void revertAllInstances();
-    /// Copies the values, channels and flags of one item's parameters to another's.
+    /// Copies the values, channels and flags of one item's parameters to another's. Autoscope and
+    /// autoselect are set only where they differ: a set marks them as ones to save.
     void assignInstance(int from, int to);
     /// Exchanges two items through a temporary third one; the value doesn't change.
     void swapInstances(int first, int second);

@@ -157,9 +157,11 @@ public:
         }
     }
 
-    /// The channel's expression, "" without a channel.
+    /// The channel's expression, "" without a channel; a string's text without one comes as an
+    /// expression, in quotes.
     void getExpressionOnly(double time, KIT_String &text, int index, int thread) const;
-    /// The channel's expression, else the value as text.
+    /// The channel's expression, else the value as text; a string's, unless an override provides
+    /// it, comes as an expression, in quotes.
     void getExpressionOrValue(double time, KIT_String &text, int index, int thread) const;
     /// What an interface shows for an expression or override.
     void getExpressionStringForUI(double time, KIT_String &text, int index, int thread) const;
@@ -231,8 +233,9 @@ public:
     /// multi-parameters. Channels aren't copied, nor are changes notified.
     void copyParm(const ZEL_Parm &source);
     /// Copies one component and its alias. With `copyChannels` a source channel is copied as a
-    /// whole; otherwise the value at that time, by the source's kind. If the source has no such
-    /// component, this parameter reverts to its defaults. Locks are ignored.
+    /// whole; otherwise the value at that time, by the source's kind, a literal text as it was set
+    /// (raw). If the source has no such component, this parameter reverts to its defaults. Locks
+    /// are ignored.
     void copyValue(double time, int index, const ZEL_Parm &source, int sourceIndex,
                    bool replaceExpression, bool propagate, bool copyChannels, ZEL_AddKeyType addKey,
                    ZEL_KeySetType keySet);
@@ -689,13 +692,14 @@ public:
         }
     }
     /// Replaces `indices` by the item numbers in the enclosing multi-parameters, innermost first,
-    /// and returns how many.
+    /// and returns how many. With `useStartOffset` they are those in the tokens, else 0-based.
     int getMultiInstanceIndex(KIT_Array<int> &indices, bool useStartOffset) const
     {
         return myInstance ? myInstance->getMultiInstanceIndex(indices, useStartOffset) : 0;
     }
-    /// Nothing if all components are locked, but `notify` still notifies. Channel aliases don't
-    /// move with their items; `ZEL_ParmList::insertMultiParmItem` moves them too.
+    /// Nothing if all components are locked, but `notify` still notifies. An item outside the range
+    /// is as in `ZEL_Multi`. Channel aliases don't move with their items;
+    /// `ZEL_ParmList::insertMultiParmItem` moves them too.
     void insertMultiParmItem(int item, bool notify);
     void removeMultiParmItem(int item, bool notify);
     /// Exchanges two items without notifying. Nothing if all components are locked.

@@ -80,8 +80,8 @@ void ZEL_Ordinal::loadArgument(const char *argument, int index, HeldChannels &he
     bool ok = false;
     const std::int64_t value = quietTokenToInt(word.nonNullStr(), ok);
     if (ok) {
-        // Stored unchanged, whether the command sets or loads; a channel keeps driving the
-        // component.
+        // Stored unchanged, whether the command sets or loads. No channel is deleted: after a set
+        // it still drives the component, after a load its slot is empty.
         setInternalValue(index, value);
     } else {
         loadTokenAsChannelNameOrExpression(word.nonNullStr(), index);
