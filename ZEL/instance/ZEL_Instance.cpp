@@ -62,6 +62,7 @@ ZEL_Instance::~ZEL_Instance()
 {
     ZEL_InstanceWatch::forget(this);
     leavePropagations();
+    clearSendExtra();
     destroyMicroNodes();
     clearAndDestroyChannels();
     myChannels.free(getVectorSize());
