@@ -12,7 +12,9 @@
 ///             multi-parameter on the thread that owns the list.
 /// Errors:     an item whose token is taken is refused with warning 19 (the token), one with a
 ///             child that isn't allowed in a block with warning 20 (the child's token); the value
-///             reverts to the existing count. A stream, a default or an expression that requests
+///             reverts to the existing count. While a list is built or loaded, an item comes
+///             without a child whose name is taken, or takes over from a spare parameter or
+///             another item; warning 23 has the child's token and who is without it. A stream, a default or an expression that requests
 ///             more new items at once than the setting ZEL_MAX_STREAM_ITEMS is refused the same
 ///             way, with error 22; setting the value and `setNumInstances` aren't limited. If
 ///             memory runs out, the incomplete item is removed; the next read creates it again.

@@ -48,7 +48,8 @@ void Walk::visitItems(ZEL_Parm &multi) const
         for (int child = 0; child < children; child++) {
             int index = -1;
             const KIT_StringRef token(multi.getMultiParmToken(child, item));
-            if (ZEL_Parm *const parm = list.getParmPtr(token, index)) {
+            ZEL_Parm *const parm = list.getParmPtr(token, index);
+            if (parm && parm->getMultiParmOwner() == multi.getInstance()) {
                 visitor(list, parm, index, data);
             }
         }
@@ -143,8 +144,9 @@ void ZEL_Utils::flagMultiParmInstances(const ZEL_ParmList &list, ZEL_Parm *multi
 {
     const int items = multi ? multi->getMultiParmNumItems() : 0;
     for (int item = 0; item < items; item++) {
-        const int index = list.getParmIndex(multi->getMultiParmToken(0, item));
-        if (index >= 0) {
+        int index = -1;
+        const ZEL_Parm *parm = list.getParmPtr(multi->getMultiParmToken(0, item), index);
+        if (parm && parm->getMultiParmOwner() == multi->getInstance()) {
             bits.setBits(index, multi->getMultiParmInstancesPerItem(), true);
         }
     }

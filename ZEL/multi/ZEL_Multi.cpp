@@ -348,7 +348,8 @@ ZEL_Parm *ZEL_Multi::getParm(int flat) const
 {
     const ZEL_Template *description = getTemplate(flat);
     ZEL_ParmList *list = getParmList();
-    return description && list ? list->getParmPtr(description->getTokenRef()) : nullptr;
+    ZEL_Parm *parm = description && list ? list->getParmPtr(description->getTokenRef()) : nullptr;
+    return parm && parm->getMultiParmOwner() == this ? parm : nullptr;
 }
 
 const char *ZEL_Multi::getMultiParmToken(int child, int item) const

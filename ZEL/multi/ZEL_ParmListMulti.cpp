@@ -2,6 +2,8 @@
 
 #include <ZEL/ZEL_ParmList.h>
 
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
@@ -34,6 +36,27 @@ bool canGiveWay(const ZEL_Parm &parm, const ZEL_Multi &multi)
         }
     }
     return parm.isSpareParm() || parm.getMultiParmOwner();
+}
+
+/// Reports that an item of the multi-parameter is without the child.
+void reportMissingChild(const ZEL_Parm &child, const ZEL_Multi &multi)
+{
+    KIT_WorkBuffer text;
+    text.append(child.getToken());
+    text.append(" of ");
+    text.append(multi.getToken());
+    KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_CHILD_MISSING, text.buffer());
+}
+
+/// The multi-parameter that loses a child to an item of `successor`; null if the child is left over
+/// from a multi-parameter that `successor` replaces.
+const ZEL_Multi *findLoser(const ZEL_Parm &child, const ZEL_Multi &successor)
+{
+    const ZEL_Multi *owner = child.getMultiParmOwner();
+    const bool isReplaced =
+        !owner || owner->getParmList() != successor.getParmList() ||
+        (owner != &successor && owner->getTokenRef() == successor.getTokenRef());
+    return isReplaced ? nullptr : owner;
 }
 
 /// The parameter created from a description; null if another one has its name.
@@ -77,7 +100,11 @@ ZEL_Parm *ZEL_ParmList::placeMultiParm(std::unique_ptr<ZEL_Parm> made, const ZEL
     ZEL_Parm *parm = made.get();
     ZEL_Parm *old = getParmPtr(parm->getTemplatePtr()->getTokenRef(), oldIndex);
     if (old && (!old->getInstance() || !canGiveWay(*old, multi))) {
+        reportMissingChild(*parm, multi);
         return nullptr;
+    }
+    if (const ZEL_Multi *loser = old ? findLoser(*old, multi) : nullptr) {
+        reportMissingChild(*old, *loser);
     }
     appendParm(made.release());
     if (old) {
