@@ -13,17 +13,30 @@
 /// Errors:     an item whose token is taken is refused with warning 19 (the token), one with a
 ///             child that isn't allowed in a block with warning 20 (the child's token); the value
 ///             reverts to the existing count. While a list is built or loaded, an item comes
-///             without a child whose name is taken, or takes over from a spare parameter or
-///             another item; warning 23 has the child's token and who is without it. A stream, a default or an expression that requests
-///             more new items at once than the setting ZEL_MAX_STREAM_ITEMS is refused the same
-///             way, with error 22; setting the value and `setNumInstances` aren't limited. If
-///             memory runs out, the incomplete item is removed; the next read creates it again.
+///             without a child whose name is taken, unless a spare parameter or another block's
+///             item has it, from which it takes name and state; warning 23 has the child's token
+///             and who is without it. A stream, a default or an expression that requests more new
+///             items at once than the setting ZEL_MAX_STREAM_ITEMS is refused the same way, with
+///             error 22; setting the value and `setNumInstances` aren't limited. If memory runs
+///             out, the incomplete item is removed; the next read creates it again.
 /// Cost:       adding an item costs the same at any count; names are looked up by hash.
 ///
 /// Items are never renumbered: on insertion and removal, values move between the parameters of
 /// neighbouring items. Items are created and removed lazily, on the next read or load after the
-/// value changed. A read from within an expression or a `KeepItems` scope only adds, since the
-/// reading parameter may itself belong to a surplus item; the next outermost read removes it.
+/// value changed.
+///
+/// No read takes a parameter away while code of the library holds one: within an expression or a
+/// `KeepItems` scope items are only added, since whoever reads may belong to a surplus item (and in
+/// a load not even that, if an item would take over the name of another parameter). The library
+/// opens such a scope wherever it calls the application (event handlers, owners, override
+/// providers, menus, conditions, visitors, listeners) and wherever it reads one parameter for
+/// another one. So what is called from there may read any count and, outside of an evaluation,
+/// change it, by its value or by the operations below; insertion, removal and exchange then don't
+/// count the surplus as items, and the next outermost read removes it. It must not destroy
+/// parameters by itself, as by a new set of spare parameters.
+///
+/// A child of an item is a parameter that this multi-parameter made. If another parameter has the
+/// child's name, the item is without that child in every operation.
 #pragma once
 
 #include <BAS/BAS_Relaxed.h>
@@ -76,15 +89,21 @@ public:
     std::int64_t getMemoryUsage(bool inclusive) const override;
     ///@}
 
-    /// While one exists on a thread, reads on that thread remove no items. For code that belongs to
-    /// an item and reads parameters.
+    /// While one exists on a thread, that thread removes no items because of a count. For code that
+    /// holds parameters and reads others, or calls what may read them.
     class ZEL_API KeepItems
     {
     public:
-        KeepItems();
-        ~KeepItems();
+        KeepItems() { ++theCount; }
+        ~KeepItems() { --theCount; }
         KeepItems(const KeepItems &) = delete;
         KeepItems &operator=(const KeepItems &) = delete;
+
+        static bool isOpen() { return theCount > 0; }
+
+    private:
+        // Initial-exec: a scope costs two additions.
+        static __thread int theCount __attribute__((tls_model("initial-exec")));
     };
 
     // ------------------------------------------------------------------ //
@@ -94,6 +113,8 @@ public:
     bool isMultiParm() const override;
     /// The number of existing items, which may differ from the value until the next read.
     int getMultiParmNumItems() const override;
+    /// The same without surplus items whose removal has to wait.
+    int getNumItemsInUse() const;
     int getMultiParmInstancesPerItem() const override;
     /// All templates of the block, nested blocks included.
     int getTemplateCount() const { return myTemplateCount; }
@@ -102,7 +123,8 @@ public:
     void destroyChildParms() override;
 
     /// Creates or removes items at the end until `count` exist (0 for a negative count). Does
-    /// nothing when called recursively. `evaluateChildren` has no effect.
+    /// nothing when called recursively, and removes none while they are kept. `evaluateChildren`
+    /// has no effect.
     void setNumInstances(int count, bool evaluateChildren);
     /// Moves the values of `item` and the later ones up by one and gives `item` the defaults. After
     /// the last item it appends one; a negative item counts as the first. Does nothing at the
@@ -133,7 +155,7 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     using ZEL_Float::getParm;
-    /// Null outside 0 .. children x items - 1.
+    /// Null outside 0 .. children x items - 1, and for a child that the item is without.
     ZEL_Parm *getParm(int flatIndex) const;
     ZEL_Template *getTemplate(int flatIndex);
     const ZEL_Template *getTemplate(int flatIndex) const;
@@ -185,7 +207,10 @@ private:
     template <class T, class Read>
     void evaluate(T &value, int thread, const Read &read) const;
     int wantedCount() const;
+    static bool areItemsKept();
     bool mustWait(int count) const;
+    static bool mayHaveToWait();
+    bool wouldReplace(const ZEL_Template *made) const;
     void followValue() const;
     void followDefault();
     bool followLoadedValue();

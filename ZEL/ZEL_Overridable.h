@@ -69,6 +69,8 @@ protected:
     /// Lets the list's owner cook pending overrides. True if that failed; false without a list or
     /// owner.
     bool ownerFails(ZEL_ParmList *list, double time, int index, int thread) const;
+    /// Lets the owner cook its pending overrides. No item is removed meanwhile.
+    bool cookFails(ZEL_ParmOwner &owner, double time, int index, int thread) const;
 
     /// Calls `ownerFails`, then evaluates the override. Returns -1 if the owner failed (`value` is
     /// 0 then), 1 if `value` comes from the override, else 0.

@@ -10,6 +10,7 @@
 #include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_DataItem.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
@@ -173,6 +174,7 @@ void ZEL_Data::followReference(ZEL_ParmList *list, double time, int index, int t
         return;
     }
     const ReferenceDepth depth;
+    const ZEL_Multi::KeepItems keep;
     int component = index;
     const ZEL_Parm *parm =
         owner->followChannelReference(index, time, list->getParmIndex(getTokenRef()), component);

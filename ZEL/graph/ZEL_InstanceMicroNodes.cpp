@@ -5,6 +5,7 @@
 #include <KIT/KIT_StringArray.h>
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_ConstMicroNode.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmMicroNode.h>
@@ -60,6 +61,7 @@ ZEL_ConstMicroNode *ZEL_Instance::constMicroNode(int index)
 ZEL_ParmMicroNode *ZEL_Instance::createMicroNodes() const
 {
     const ZEL_ParmOwner *owner = getParmOwner();
+    const ZEL_Multi::KeepItems keep;
     return owner ? owner->createParmMicroNodes(*myParm) : ZEL_ParmMicroNode::createArray(*myParm);
 }
 

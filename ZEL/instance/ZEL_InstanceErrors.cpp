@@ -4,6 +4,7 @@
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
 
@@ -34,6 +35,7 @@ void ZEL_Instance::getFullParmPath(KIT_WorkBuffer &path) const
 {
     path.clear();
     if (const ZEL_ParmOwner *owner = getParmOwner()) {
+        const ZEL_Multi::KeepItems keep;
         owner->getFullPath(path);
     }
     const char *label = getTypeExtended() != ZEL_TYPEX_TOKEN_PATH ? getLabel() : nullptr;
@@ -71,6 +73,7 @@ void ZEL_Instance::evaluationError(ZEL_ParmList *list, int index, int error, int
 {
     KIT_WorkBuffer text;
     if (const ZEL_ParmOwner *owner = list ? list->getParmOwner() : nullptr) {
+        const ZEL_Multi::KeepItems keep;
         owner->getFullPath(text);
         text.append('/');
     }

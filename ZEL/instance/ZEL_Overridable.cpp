@@ -5,6 +5,7 @@
 #include <KIT/KIT_SmallArray.h>
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_ORCallback.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
@@ -62,27 +63,32 @@ std::unique_ptr<char[]> copyText(const char *text)
 
 void askProvider(int data, double time, int *timeDep, int *active, double &value)
 {
+    const ZEL_Multi::KeepItems keep;
     value = ZEL_ParmList::getORCallback()->evalFloat(data, time, timeDep, active);
 }
 
 void askProvider(int data, double time, int *timeDep, int *active, std::int64_t &value)
 {
+    const ZEL_Multi::KeepItems keep;
     value = ZEL_ParmList::getORCallback()->evalInt(data, time, timeDep, active);
 }
 
 template <class Text>
 void askProvider(int data, double time, int *timeDep, int *active, Text &value)
 {
+    const ZEL_Multi::KeepItems keep;
     value = ZEL_ParmList::getORCallback()->evalString(data, time, timeDep, active);
 }
 
 bool giveProvider(int data, double time, double value)
 {
+    const ZEL_Multi::KeepItems keep;
     return ZEL_ParmList::getORCallback()->setFloat(data, time, 0, 0, value);
 }
 
 bool giveProvider(int data, double time, std::int64_t value)
 {
+    const ZEL_Multi::KeepItems keep;
     return ZEL_ParmList::getORCallback()->setInt(data, time, 0, 0, value);
 }
 
@@ -281,8 +287,13 @@ std::int64_t ZEL_Overridable::getMemoryUsage(bool inclusive) const
 bool ZEL_Overridable::ownerFails(ZEL_ParmList *list, double time, int index, int thread) const
 {
     ZEL_ParmOwner *owner = list ? list->getParmOwner() : nullptr;
-    return owner && owner->isPendingOverride() &&
-           owner->zelCookOverrides(time, thread, getToken(), index) != KIT_ERROR_NONE;
+    return owner && owner->isPendingOverride() && cookFails(*owner, time, index, thread);
+}
+
+bool ZEL_Overridable::cookFails(ZEL_ParmOwner &owner, double time, int index, int thread) const
+{
+    const ZEL_Multi::KeepItems keep;
+    return owner.zelCookOverrides(time, thread, getToken(), index) != KIT_ERROR_NONE;
 }
 
 void ZEL_Overridable::noteState(zelOverrideInfoData &record, ZEL_ParmList *list, int index,
@@ -447,7 +458,11 @@ void ZEL_Overridable::getExpression(double time, KIT_String &text, int index, bo
 bool ZEL_Overridable::isPendingInOwner(int index) const
 {
     const ZEL_ParmOwner *owner = getParmOwner();
-    return owner && owner->isPendingOverride() && owner->isParmPendingOverride(getToken(), index);
+    if (!owner || !owner->isPendingOverride()) {
+        return false;
+    }
+    const ZEL_Multi::KeepItems keep;
+    return owner->isParmPendingOverride(getToken(), index);
 }
 
 template <class Test>

@@ -1,5 +1,7 @@
 #include <ZEL/ZEL_Value.h>
 
+#include <ZEL/ZEL_Multi.h>
+
 void ZEL_Value::addInterest(void *data, Callback callback)
 {
     for (const std::shared_ptr<Interest> &interest : myInterests) {
@@ -40,6 +42,7 @@ bool ZEL_Value::hasInterest(const void *data) const
 void ZEL_Value::changed()
 {
     // By index, and with a copy of the record: a listener may add and remove interests.
+    const ZEL_Multi::KeepItems keep;
     for (std::size_t i = myInterests.size(); i-- > 0;) {
         const Interest interest = *myInterests[i];
         if (interest.callback) {

@@ -159,6 +159,7 @@ void ZEL_Parm::rebuildParmDependency()
     }
     const int parmIndex = myParmList->getParmIndex(getTokenRef());
     if (parmIndex >= 0) {
+        const ZEL_Multi::KeepItems keep;
         owner->rebuildParmDependency(parmIndex);
     }
 }

@@ -1,6 +1,7 @@
 #include <ZEL/ZEL_ParmList.h>
 
 #include <ZEL/ZEL_AutoBlockErrors.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Type.h>
 
@@ -20,6 +21,7 @@ void ZEL_ParmList::sendChangeEvent(TRK_CHANGE_TYPE type, const ZEL_Parm *parm) c
         return;
     }
     ZEL_AutoBlockErrors block;
+    const ZEL_Multi::KeepItems keep;
     myEventHandler(myEventData, type, parm ? getParmIndex(parm) : -1);
 }
 

@@ -1,6 +1,7 @@
 #include <ZEL/ZEL_ParmList.h>
 
 #include <ZEL/ZEL_Instance.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmOwner.h>
 
@@ -19,6 +20,7 @@ void ZEL_ParmList::removeAndDestroyParm(int index)
     }
     parm->clearAndDestroyChannels(false);
     if (myOwner) {
+        const ZEL_Multi::KeepItems keep;
         myOwner->parmRemoved(index);
     }
     forgetNames(*parm, index);

@@ -143,6 +143,7 @@ void ZEL_ParmList::revertValuesToFactoryDefaults()
             }
         }
     }
+    const ZEL_Multi::KeepItems keep;
     myOwner->multiItemCreated(children);
 }
 

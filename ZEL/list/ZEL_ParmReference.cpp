@@ -4,6 +4,7 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <LYR/LYR_Manager.h>
 #include <TRK/TRK_Channel.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
 
@@ -173,6 +174,7 @@ void ZEL_Parm::getHelpText(KIT_WorkBuffer &text) const
 
     KIT_String help;
     KIT_WorkBuffer path;
+    const ZEL_Multi::KeepItems keep;
     const ZEL_ParmOwner *owner = getParmOwner();
     KIT_HelpManager *manager = KIT_HelpManager::get();
     const char *ownerPath = owner ? owner->getFullPath(path) : "";
@@ -194,6 +196,7 @@ void ZEL_Parm::getHelpText(KIT_WorkBuffer &text) const
 bool ZEL_Parm::getHelpTitle(KIT_String &title) const
 {
     title = "";
+    const ZEL_Multi::KeepItems keep;
     KIT_WorkBuffer path;
     const ZEL_ParmOwner *owner = getParmOwner();
     KIT_HelpManager *manager = KIT_HelpManager::get();
@@ -203,6 +206,7 @@ bool ZEL_Parm::getHelpTitle(KIT_String &title) const
 bool ZEL_Parm::getHelpUrl(KIT_String &url) const
 {
     url = "";
+    const ZEL_Multi::KeepItems keep;
     KIT_WorkBuffer path;
     const ZEL_ParmOwner *owner = getParmOwner();
     KIT_HelpManager *manager = KIT_HelpManager::get();

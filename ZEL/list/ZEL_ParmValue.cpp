@@ -305,21 +305,25 @@ void ZEL_Parm::copyValue(double time, int index, const ZEL_Parm &source, int sou
     if (!myInstance || !myInstance->validIndex(index)) {
         return;
     }
-    const bool hasSource = source.myInstance && source.myInstance->validIndex(sourceIndex);
-    const TRK_Channel *channel = copyChannels ? source.getChannel(sourceIndex) : nullptr;
-    if (channel && copyChannel(index, *channel)) {
-        // The channel contains everything that there is to copy.
-    } else if (!hasSource) {
-        revertToDefaults(time);
-    } else {
-        ZEL_Kind::find(source.getType())
-            .copyComponent({time, source, sourceIndex, *myInstance, index, replaceExpression,
-                            addKey, keySet, thread});
-    }
+    {
+        // Either one may belong to an item of the other.
+        const ZEL_Multi::KeepItems keep;
+        const bool hasSource = source.myInstance && source.myInstance->validIndex(sourceIndex);
+        const TRK_Channel *channel = copyChannels ? source.getChannel(sourceIndex) : nullptr;
+        if (channel && copyChannel(index, *channel)) {
+            // The channel contains everything that there is to copy.
+        } else if (!hasSource) {
+            revertToDefaults(time);
+        } else {
+            ZEL_Kind::find(source.getType())
+                .copyComponent({time, source, sourceIndex, *myInstance, index, replaceExpression,
+                                addKey, keySet, thread});
+        }
 
-    const KIT_StringHolder &alias = source.getChannelAlias(sourceIndex);
-    if (myParmList && alias != source.getChannelToken(sourceIndex)) {
-        myParmList->setChannelAlias(this, index, alias);
+        const KIT_StringHolder &alias = source.getChannelAlias(sourceIndex);
+        if (myParmList && alias != source.getChannelToken(sourceIndex)) {
+            myParmList->setChannelAlias(this, index, alias);
+        }
     }
     if (propagate) {
         announceValue(index);
@@ -331,6 +335,7 @@ bool ZEL_Parm::isParmValueEqual(int index, const ZEL_Parm &other, int otherIndex
 {
     const ZEL_Kind &kind = ZEL_Kind::find(getType());
     const ZEL_Kind &otherKind = ZEL_Kind::find(other.getType());
+    const ZEL_Multi::KeepItems keep;
     const ZEL_Kind &broader = kind.breadth > otherKind.breadth ? kind : otherKind;
     return broader.equal({*this, index, other, otherIndex, time, thread});
 }

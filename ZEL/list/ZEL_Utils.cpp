@@ -1,6 +1,7 @@
 #include <ZEL/ZEL_Utils.h>
 
 #include <KIT/KIT_BitArray.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_Template.h>
@@ -134,6 +135,7 @@ int ZEL_Utils::traverseFolder(ZEL_ParmList &list, ZEL_Parm *switcher, int folder
     if (!switcher) {
         return 0;
     }
+    const ZEL_Multi::KeepItems keep;
     const Walk walk = {list, list.getEntries(), multi, visitor, data};
     const int64_t count = walk.traverse(*switcher, folder, std::max(first, 0));
     return static_cast<int>(std::min<int64_t>(count, std::numeric_limits<int>::max()));

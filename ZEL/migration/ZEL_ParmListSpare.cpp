@@ -164,6 +164,7 @@ void ZEL_ParmList::removeSpareParm(ZEL_Parm &parm, int index, double time, bool 
 {
     const KIT_StringHolder token = tokenOf(parm);
     if (myOwner) {
+        const ZEL_Multi::KeepItems keep;
         myOwner->spareParmRemoved(token.c_str());
     }
     ZEL_SwitcherMirror(*this, parm).undo(time, notify);

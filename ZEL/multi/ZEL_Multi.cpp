@@ -12,17 +12,16 @@
 #include <ZEL/support/ZEL_InstanceMatchPrivate.h>
 #include <ZEL/support/ZEL_StreamLimitPrivate.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
 
 bool ZEL_Multi::theIsAddingOrRemovingParms = false;
+__thread int ZEL_Multi::KeepItems::theCount = 0;
 
 namespace
 {
-
-/// How many `KeepItems` live on the thread.
-thread_local int theKeepCount = 0;
 
 /// The nearest count; 0 if the value isn't a number.
 int toCount(double value)
@@ -187,22 +186,15 @@ int ZEL_Multi::wantedCount() const
     return toCount(constrainedRawValue(0));
 }
 
-ZEL_Multi::KeepItems::KeepItems()
+bool ZEL_Multi::areItemsKept()
 {
-    ++theKeepCount;
+    return KeepItems::isOpen() || TRK_Manager::isEvaluating();
 }
 
-ZEL_Multi::KeepItems::~KeepItems()
-{
-    --theKeepCount;
-}
-
-/// Whether following the value now could destroy a parameter in use: surplus items are removed with
-/// their parameters, and in a load new items replace parameters of the same names.
+/// Whether following the value now could destroy a parameter in use.
 bool ZEL_Multi::mustWait(int count) const
 {
-    return (count < myNumItems || ZEL_ParmList::isLoading()) &&
-           (theKeepCount > 0 || TRK_Manager::isEvaluating());
+    return count < myNumItems && areItemsKept();
 }
 
 /// Reading is const, yet it creates items: this is the one place where const is cast away.
@@ -319,6 +311,11 @@ int ZEL_Multi::getMultiParmNumItems() const
     return myNumItems;
 }
 
+int ZEL_Multi::getNumItemsInUse() const
+{
+    return areItemsKept() ? std::min(myNumItems, wantedCount()) : myNumItems;
+}
+
 int ZEL_Multi::getMultiParmInstancesPerItem() const
 {
     return myInstancesPerItem;
@@ -402,13 +399,13 @@ void ZEL_Multi::setInstanceIndex(const KIT_ValArray<int> &instances)
 bool ZEL_Multi::isAtHardMinimum() const
 {
     const ZEL_Range *range = getRangePtr();
-    return range && range->hasParmMin() && toCount(range->getParmMin()) == myNumItems;
+    return range && range->hasParmMin() && toCount(range->getParmMin()) == getNumItemsInUse();
 }
 
 bool ZEL_Multi::isAtHardMaximum() const
 {
     const ZEL_Range *range = getRangePtr();
-    return range && range->hasParmMax() && toCount(range->getParmMax()) == myNumItems;
+    return range && range->hasParmMax() && toCount(range->getParmMax()) == getNumItemsInUse();
 }
 
 // -------------------------------------------------------------------------- //

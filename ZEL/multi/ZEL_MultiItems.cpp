@@ -153,12 +153,13 @@ bool hasText(const ZEL_Template &child)
 void ZEL_Multi::setNumInstances(int count, bool evaluateChildren)
 {
     count = std::max(count, 0);
-    if (count == myNumItems || myBusy || !getParmList()) {
+    if (count == myNumItems || myBusy || !getParmList() || mustWait(count)) {
         return;
     }
     {
         const Changing changing(*this);
-        if (!grow(count, evaluateChildren)) {
+        // An item that has to wait is still wanted.
+        if (!grow(count, evaluateChildren) && !mayHaveToWait()) {
             setCount(myNumItems);
         }
         shrink(count);
@@ -213,6 +214,7 @@ void ZEL_Multi::shrink(int count)
 void ZEL_Multi::notifyChanged() const
 {
     if (ZEL_ParmOwner *owner = getParmOwner()) {
+        const KeepItems keep;
         owner->multiInstancesChanged();
     }
 }
@@ -282,7 +284,7 @@ bool ZEL_Multi::addInstance(int item, bool)
     }
     lost.check();
     // A load skips the check for speed: appending the parameters resolves clashes.
-    if (!ZEL_ParmList::isLoading() && !acceptNames()) {
+    if (ZEL_ParmList::isLoading() ? mayHaveToWait() && wouldReplace(made) : !acceptNames()) {
         return false;
     }
     KIT_ValArray<ZEL_Parm *> created;
@@ -293,12 +295,31 @@ bool ZEL_Multi::addInstance(int item, bool)
     ++myNumItems;
     ZEL_ParmOwner *owner = getParmOwner();
     if (owner && !created.isEmpty()) {
+        const KeepItems keep;
         owner->multiItemCreated(created);
     }
     if (getTemplatePtr()->isRampType() && !getDefaultsInitFlag()) {
         setRampInstanceToDefaultValue(item, created);
     }
     return true;
+}
+
+/// Whether new items could replace parameters in use, as they do in a load.
+bool ZEL_Multi::mayHaveToWait()
+{
+    return ZEL_ParmList::isLoading() && areItemsKept();
+}
+
+/// Whether an item with these descriptions would take over the name of a parameter of this list.
+/// Those of another list are there while this one is being made of it.
+bool ZEL_Multi::wouldReplace(const ZEL_Template *made) const
+{
+    const ZEL_ParmList *list = getParmList();
+    return std::any_of(made, made + myInstancesPerItem, [list](const ZEL_Template &child) {
+        const ZEL_Parm *old = list->getParmPtr(child.getTokenRef());
+        const ZEL_Multi *owner = old ? old->getMultiParmOwner() : nullptr;
+        return owner ? owner->getParmList() == list : old && old->isSpareParm();
+    });
 }
 
 void ZEL_Multi::makeNames(const KIT_ValArray<int> &numbers)
@@ -539,6 +560,7 @@ void ZEL_Multi::announceItem(int item)
         }
     }
     if (!parms.isEmpty()) {
+        const KeepItems keep;
         owner->multiItemCreated(parms);
     }
 }
@@ -578,14 +600,14 @@ private:
 
 void ZEL_Multi::insertInstanceBefore(int item)
 {
-    const int before = myNumItems;
+    const int before = getNumItemsInUse();
     if (isAtHardMaximum() || before == std::numeric_limits<int>::max()) {
         return;
     }
     item = std::clamp(item, 0, before);
     setCount(before + 1);
     evaluateCount();
-    if (myNumItems != before + 1) {
+    if (getNumItemsInUse() != before + 1) {
         return;
     }
     ItemSteps steps(*this);
@@ -600,7 +622,7 @@ void ZEL_Multi::insertInstanceBefore(int item)
 
 void ZEL_Multi::deleteInstance(int item)
 {
-    if (!isValidItem(item)) {
+    if (item < 0 || item >= getNumItemsInUse()) {
         return;
     }
     if (isAtHardMinimum()) {
@@ -608,18 +630,19 @@ void ZEL_Multi::deleteInstance(int item)
         return;
     }
     ItemSteps steps(*this);
-    for (int i = item + 1; i < myNumItems; ++i) {
+    for (int i = item + 1; i < getNumItemsInUse(); ++i) {
         steps.assign(i, i - 1);
     }
-    revertInstance(myNumItems - 1);
-    setCount(myNumItems - 1);
+    revertInstance(getNumItemsInUse() - 1);
+    setCount(std::max(getNumItemsInUse() - 1, 0));
     evaluateCount();
 }
 
 void ZEL_Multi::swapInstances(int first, int second)
 {
-    if (first == second || !isValidItem(first) || !isValidItem(second) || myBusy ||
-        myNumItems == std::numeric_limits<int>::max()) {
+    const int items = getNumItemsInUse();
+    if (first == second || std::min(first, second) < 0 || std::max(first, second) >= items ||
+        myBusy || myNumItems == std::numeric_limits<int>::max()) {
         return;
     }
     {
@@ -661,9 +684,10 @@ void ZEL_Multi::copy(const ZEL_Multi *other)
     if (!other || other == this || other->isInside(*this)) {
         return;
     }
-    setCount(other->myNumItems);
+    const int wanted = other->getNumItemsInUse();
+    setCount(wanted);
     evaluateCount();
-    const int items = std::min(myNumItems, other->myNumItems);
+    const int items = std::min(myNumItems, wanted);
     const int children = std::min(myInstancesPerItem, other->myInstancesPerItem);
     for (int item = 0; children > 0 && item < items; ++item) {
         for (int child = 0; child < children; ++child) {
@@ -700,6 +724,10 @@ void ZEL_Multi::revertAllInstances()
 {
     setCount(0);
     setNumInstances(0, false);
+    // Those that have to stay may soon be in use again.
+    for (int item = 0; item < myNumItems; ++item) {
+        revertInstance(item);
+    }
     setDefaultsInitFlag(false);
     revertToDefaults(true);
 }

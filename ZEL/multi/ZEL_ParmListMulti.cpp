@@ -250,12 +250,12 @@ void ZEL_ParmList::insertMultiParmItem(int parmIndex, int item)
     if (!multi) {
         return;
     }
-    const int before = multi->getMultiParmNumItems();
+    const int before = multi->getNumItemsInUse();
     item = std::clamp(item, 0, before);
     constexpr bool notify = true;
     parm->insertMultiParmItem(item, notify);
     // Locked, or full: nothing was added.
-    if (multi->getMultiParmNumItems() <= before) {
+    if (multi->getNumItemsInUse() <= before) {
         return;
     }
     for (int i = before - 1; i >= item; --i) {
@@ -270,7 +270,7 @@ void ZEL_ParmList::removeMultiParmItem(int parmIndex, int item)
     if (!multi) {
         return;
     }
-    const int items = multi->getMultiParmNumItems();
+    const int items = multi->getNumItemsInUse();
     const bool moves =
         item >= 0 && item < items && !multi->isAtHardMinimum() && !multi->areAllComponentsLocked();
     for (int i = item + 1; moves && i < items; ++i) {

@@ -104,10 +104,12 @@ public:
 
     void number(ZEL_Parm &parm, float value, int index) const
     {
+        const ZEL_Multi::KeepItems keep;
         mySetter({&parm, double(value), 0, index, myTime, myData});
     }
     void integer(ZEL_Parm &parm, int value) const
     {
+        const ZEL_Multi::KeepItems keep;
         mySetter({&parm, double(value), value, 0, myTime, myData});
     }
     /// False if a parameter of the key is missing, before or after a write. Each is looked up right

@@ -145,8 +145,7 @@ double ZEL_Float::resolveComponent(ZEL_ParmList *list, double time, int index, i
     }
     if (list && ownerStep == OwnerStep::ASK) {
         ZEL_ParmOwner *owner = list->getParmOwner();
-        if (owner && owner->isPendingOverride() &&
-            owner->zelCookOverrides(time, thread, getToken(), index) != KIT_ERROR_NONE) {
+        if (owner && owner->isPendingOverride() && cookFails(*owner, time, index, thread)) {
             return 0.0;
         }
     }
@@ -223,8 +222,7 @@ void ZEL_Float::fillValues(ZEL_ParmList *list, double time, T *values, int threa
     bool anyTimeDependent = false;
 
     for (int i = 0; i < size; ++i) {
-        if (owner && owner->isPendingOverride() &&
-            owner->zelCookOverrides(at, thread, getToken(), i) != KIT_ERROR_NONE) {
+        if (owner && owner->isPendingOverride() && cookFails(*owner, at, i, thread)) {
             values[i] = narrowed<T>(0.0);
             continue;
         }

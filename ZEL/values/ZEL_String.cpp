@@ -14,6 +14,7 @@
 #include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
@@ -139,6 +140,8 @@ void ZEL_String::expandStored(ZEL_ParmList *list, double time, KIT_String &out, 
     context.setCollection(collection);
     context.setChannelName(getChannelToken(index).nonNullStr());
     const EVL::ErrorScope error(thread, EVL::ErrorScope::CLEARED);
+    // The text's variables may be the application's.
+    const ZEL_Multi::KeepItems keep;
     const int result = TRK_Manager::getContext().expandString(text.buffer(), out, time, collection,
                                                               thread, getExpandFlags());
     if (error.number() != EVL::EVL_OK) {
@@ -186,6 +189,7 @@ void ZEL_String::getValue(ZEL_ParmList *list, double time, KIT_String &value, in
     }
     if (expand && type.getStringType() == ZEL_Type::ZEL_STR_PATH) {
         if (ZEL_ParmOwner *owner = getParmOwner()) {
+            const ZEL_Multi::KeepItems keep;
             owner->adjustExpandedPath(value);
         }
     }
@@ -491,6 +495,7 @@ bool ZEL_String::isEditable(ZEL_ParmList *, double, int) const
 {
     constexpr int theReadOnlyState = 1;
     ZEL_ParmOwner *owner = getValueState() ? getParmOwner() : nullptr;
+    const ZEL_Multi::KeepItems keep;
     return !owner || owner->getParmEditState() != theReadOnlyState;
 }
 

@@ -4,6 +4,7 @@
 
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_RefId.h>
 #include <ZEL/ZEL_TypeConstants.h>
 
@@ -46,6 +47,7 @@ int ZEL_String::changeOpRef(const char *oldFullPath, const char *newFullPath,
             continue;
         }
         if (callback) {
+            const ZEL_Multi::KeepItems keep;
             callback(data, getParm(), i);
         }
         storeText(i, text.c_str());
