@@ -59,6 +59,16 @@ void addItemTokens(const ZEL_ParmList &list, const ZEL_Parm &parm, double time, 
     }
 }
 
+/// The parameter itself, or the outermost multi-parameter that it belongs to.
+const ZEL_Parm &outermostOf(const ZEL_Parm &parm)
+{
+    const ZEL_Parm *top = &parm;
+    while (const ZEL_Multi *owner = top->getMultiParmOwner()) {
+        top = owner->getParm();
+    }
+    return *top;
+}
+
 } // namespace
 
 /// Null for a template whose basic type is unknown: nothing could ever find or remove the
@@ -193,10 +203,12 @@ void ZEL_ParmList::updateSpareParmTemplates(ZEL_Template *templates, bool forceC
             }
         }
     }
-    // Items follow their multi-parameter and are removed one by one before it.
+    // Items follow their multi-parameter and are removed one by one before it. One that stays may
+    // have got items since its tokens were noted, from an event handler.
     for (int i = getEntries(); i-- > 0;) {
         ZEL_Parm *parm = getParmPtr(i);
-        if (parm && parm->isSpareParm() && wanted.count(tokenOf(*parm)) == 0) {
+        if (parm && parm->isSpareParm() && wanted.count(tokenOf(*parm)) == 0 &&
+            wanted.count(tokenOf(outermostOf(*parm))) == 0) {
             removeSpareParm(*parm, i, time, notify);
         }
     }
