@@ -42,14 +42,15 @@ public:
     }
     ZEL_Template *templates() { return myTemplates.data(); }
 
-private:
-    static constexpr std::size_t theMost = 8;
-
     ZEL_Name *name(const char *token, const char *label)
     {
         myNames.emplace_back(token, label);
         return &myNames.back();
     }
+
+private:
+    static constexpr std::size_t theMost = 8;
+
     ZEL_Template *put(const ZEL_Template &description)
     {
         myTemplates[myCount] = description;

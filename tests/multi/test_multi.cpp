@@ -284,15 +284,10 @@ TEST(MultiCount, MarksOfRemovedItemsAreNotCounted)
 {
     MultiList p;
     p.build(2.0);
-    const int before = p.list->getNumSendExtra();
-    p.setCount(3.0);
-    p.parm("pt3").setDirtyFlags(-1);
-    p.setCount(2.0);
-    EXPECT_EQ(before, p.list->getNumSendExtra());
-    const auto send = [](LNK_MicroNode &) {};
-    for (int i = 0; i < p.list->getEntries(); ++i) {
-        p.list->getParmPtr(i)->getInstance()->propagateDirty(send, nullptr, true, nullptr);
-    }
+    p.parm("pt2").setDirtyFlags(-1);
+    p.setCount(1.0);
+    p.list->propagateDirtyParmMicroNodes(
+        -1, [](LNK_MicroNode &) {}, nullptr, false);
     EXPECT_EQ(0, p.list->getNumSendExtra());
 }
 
