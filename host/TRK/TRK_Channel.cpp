@@ -123,10 +123,10 @@ void TRK_Channel::setPending(double time)
     myPendingTime = time;
 }
 
-void TRK_Channel::setDefaultString(const char *text)
+void TRK_Channel::setDefaultString(const char *text, TRK_ExprLanguage language)
 {
     myDefaultString = text != nullptr ? text : "";
-    myDefaultExpression.changeExpression(text, TRK_LANGUAGE_NATIVE);
+    myDefaultExpression.changeExpression(text, language);
 }
 
 // ---------------------------------------------------------------- //
@@ -260,10 +260,11 @@ bool TRK_Channel::takesString(double time) const
 
 int TRK_Channel::setKeyString(const char *text, double time, bool notify, bool commit, bool keyOnly)
 {
-    const bool commitFlag = commit && takesString(time);
+    // A text that is pending already has its own language.
+    const bool pendingFlag = isPending(time) && myDefaultString == text;
     const TRK_ExprLanguage language =
-        commitFlag ? getExprLanguageAtTime(time) : TRK_LANGUAGE_NATIVE;
-    return putString(text, time, language, notify, commitFlag, keyOnly);
+        pendingFlag ? getDefaultLanguage() : getExprLanguageAtTime(time);
+    return putString(text, time, language, notify, commit && takesString(time), keyOnly);
 }
 
 int TRK_Channel::setKeyString(const char *text, double time, TRK_ExprLanguage language, bool notify,
@@ -296,7 +297,7 @@ int TRK_Channel::putString(const char *text, double time, TRK_ExprLanguage langu
             return 0;
         }
     }
-    setDefaultString(text);
+    setDefaultString(text, language);
     setPending(time);
     notifyIf(notify);
     return 1;
@@ -311,7 +312,7 @@ bool TRK_Channel::takePending(size_t key)
     }
     TRK_Segment &segment = mySegments[key];
     if (!myDefaultString.isEmpty()) {
-        segment.changeExpression(myDefaultString.c_str(), segment.getExprLanguage());
+        segment.changeExpression(myDefaultString.c_str(), getDefaultLanguage());
     } else {
         setKeySides(key, myDefault);
         if (!segment.isInterpolated()) {
@@ -518,7 +519,7 @@ void TRK_Channel::copyContents(const TRK_Channel &source)
         segment.myChannel = this;
     }
     myDefault = source.myDefault;
-    setDefaultString(source.myDefaultString.c_str());
+    setDefaultString(source.myDefaultString.c_str(), source.getDefaultLanguage());
     myPendingTime = source.myPendingTime;
     myPendingFlag = source.myPendingFlag;
     updateTimeFlag();
@@ -641,6 +642,12 @@ bool TRK_Channel::evaluateSegmentString(const TRK_Segment &segment, TRK_EvalStat
         out = KIT_Digits(segment.interpolate(segment.myInterpolator, state.time)).buffer();
         return true;
     }
+    return evaluateText(segment, state, out);
+}
+
+/// The text of an expression in either language.
+bool TRK_Channel::evaluateText(const TRK_Segment &segment, TRK_EvalState &state, KIT_String &out)
+{
     const TRK_Expression *compiled = segment.getCompiledExpression();
     if (compiled != nullptr) {
         return compiled->evaluateString(state, out);
@@ -659,10 +666,8 @@ bool TRK_Channel::evaluateSegmentString(const TRK_Segment &segment, TRK_EvalStat
 /// The default slot of texts as an expression; if it is empty, the text of the number slot.
 bool TRK_Channel::evaluateDefaultString(TRK_EvalState &state, KIT_String &out) const
 {
-    const TRK_Expression *compiled =
-        myDefaultString.isEmpty() ? nullptr : myDefaultExpression.getCompiledExpression();
-    if (compiled != nullptr) {
-        return compiled->evaluateString(state, out);
+    if (!myDefaultString.isEmpty() && !myDefaultExpression.isInterpolated()) {
+        return evaluateText(myDefaultExpression, state, out);
     }
     out = KIT_Digits(myDefault).buffer();
     return true;

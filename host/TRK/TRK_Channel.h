@@ -53,9 +53,10 @@ public:
     double getDefault() const { return myDefault; }
     /// The default slot. It holds the pending value, and is the value of a channel without keys.
     void setDefault(double value) { myDefault = value; }
-    /// The default slot of texts: an expression of language 0, such as "abc" with its quotes.
+    /// The default slot of texts: an expression, such as "abc" with its quotes.
     const KIT_String &getDefaultString() const { return myDefaultString; }
-    void setDefaultString(const char *text);
+    TRK_ExprLanguage getDefaultLanguage() const { return myDefaultExpression.getExprLanguage(); }
+    void setDefaultString(const char *text, TRK_ExprLanguage language = TRK_LANGUAGE_NATIVE);
 
     // ---------------------------------------------------------------- //
     /// \name Keys
@@ -65,8 +66,8 @@ public:
     /// unless \p keyOnly, a key is inserted into an interpolated segment: 0. Otherwise the value
     /// becomes pending, unless \p keyOnly finds a key that an expression drives: 1.
     int setKeyValue(double value, double time, bool notify, bool commit, bool keyOnly);
-    /// The same for texts: \p text is an expression. A segment accepts it if it is interpolated or
-    /// holds one literal text.
+    /// The same for texts: \p text is an expression in the language of the segment there. A segment
+    /// accepts it if it is interpolated or holds one literal text.
     int setKeyString(const char *text, double time, bool notify, bool commit, bool keyOnly);
     /// The same with a language: the text is meant as an expression, and with \p commit the segment
     /// accepts it whatever it holds. A segment driven by an expression takes it as a whole, without
@@ -186,6 +187,7 @@ private:
                               double time, int thread, bool &timeDependent) const;
     bool evaluateSegmentString(const TRK_Segment &segment, TRK_EvalState &state,
                                KIT_String &out) const;
+    static bool evaluateText(const TRK_Segment &segment, TRK_EvalState &state, KIT_String &out);
     bool evaluateDefaultString(TRK_EvalState &state, KIT_String &out) const;
 
     /// Start times of the segments, in an array of their own so that a search touches few cache

@@ -117,6 +117,7 @@ void writeChannel(std::string &out, const TRK_Channel &channel)
     out += '\n';
     if (!channel.getDefaultString().isEmpty()) {
         out += "        text ";
+        out += channel.getDefaultLanguage() == TRK_LANGUAGE_PYTHON ? "python " : "";
         writeText(out, channel.getDefaultString().nonNullStr());
         out += '\n';
     }
@@ -187,6 +188,7 @@ private:
         std::string name;
         std::string alias;
         std::string text;
+        TRK_ExprLanguage textLanguage = TRK_LANGUAGE_NATIVE;
         double value = 0.0;
         double pendingTime = 0.0;
         bool pendingFlag = false;
@@ -474,8 +476,22 @@ bool TRK_CollectionReader::parseLine(Data &data)
         if (myKind != Kind::TEXT && myKind != Kind::WORD) {
             return failToken(TRK_FILE_TOKEN);
         }
+        const bool languageFlag = &target == &data.text && isWord("python");
         target = myToken;
-        return take();
+        take();
+        if (!languageFlag) {
+            return true;
+        }
+        // Before a text it is the language, else it was the text.
+        if (!next()) {
+            return false;
+        }
+        if (myKind == Kind::TEXT) {
+            data.textLanguage = TRK_LANGUAGE_PYTHON;
+            target = myToken;
+            take();
+        }
+        return true;
     }
     return failToken(TRK_FILE_WORD);
 }
@@ -573,7 +589,7 @@ void TRK_CollectionReader::store(const Data &data)
         channel->mySegments.push_back(std::move(segment));
     }
     channel->setDefault(data.value);
-    channel->setDefaultString(data.text.c_str());
+    channel->setDefaultString(data.text.c_str(), data.textLanguage);
     channel->myPendingFlag = data.pendingFlag;
     channel->myPendingTime = data.pendingTime;
     channel->setLocked(data.lockFlag);

@@ -71,6 +71,7 @@ const char *const theSample = R"(channels 1.0
     }
     channel ty {
         default 0
+        text python "'x'"
         key 0 0 bezier()
     }
     channel empty {

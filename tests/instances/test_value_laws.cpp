@@ -106,8 +106,14 @@ private:
         const bool isText = parm->getType().isStringType();
         const std::vector<TRK_ExprLanguage> known = languages();
         const TRK_ExprLanguage language = known[std::size_t(pick(int(known.size())))];
-        instance->setExpression(myTime, isText ? "'a' + 'b'" : "1 + 2", language, 0, true,
-                                pick(3) == 0);
+        const bool python = language == TRK_LANGUAGE_PYTHON;
+        const char *text = !isText ? "1 + 2" : python ? "''.join('ab')" : "strcat('a', 'b')";
+        if (isText && pick(2) == 0) {
+            instance->setValue(myTime, text, python ? TRK_MEANING_PYTHON : TRK_MEANING_NATIVE,
+                               false, 0, ZEL_AddKeyType(pick(3)), ZEL_KeySetType(pick(3)));
+        } else {
+            instance->setExpression(myTime, text, language, 0, true, pick(3) == 0);
+        }
         myDone = "expression at " + std::to_string(myTime);
         return textAt(myTime) == (isText ? "ab" : "3") ? "" : "its value is " + textAt(myTime);
     }
@@ -134,7 +140,9 @@ private:
     std::string setValue()
     {
         const bool replace = pick(2) == 0;
-        const std::string value = std::to_string(pick(5));
+        const int number = pick(5);
+        const std::string value =
+            number == 0 && parm->getType().isStringType() ? "it's \"two\"" : std::to_string(number);
         const auto addKey = ZEL_AddKeyType(pick(3));
         const auto keySet = ZEL_KeySetType(pick(3));
         const std::string before = textAt(myTime);
