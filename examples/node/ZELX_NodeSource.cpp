@@ -45,7 +45,9 @@ bool ZELX_NodeSource::listParms(const char *node, KIT_StringArray &tokens)
     if (found) {
         const ZEL_ParmList &parms = found->getParms();
         for (int i = 0; i < parms.getEntries(); ++i) {
-            tokens.append(parms.getParmPtr(i)->getToken());
+            if (parms.getParmPtr(i)->getInstance()) {
+                tokens.append(parms.getParmPtr(i)->getToken());
+            }
         }
     }
     return found != nullptr;

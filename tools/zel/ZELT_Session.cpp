@@ -222,6 +222,10 @@ std::string ZELT_Session::resolve(const std::string &text, ZELT_Address &address
     if (!address.parm) {
         return "there is no parameter " + token;
     }
+    if (!address.parm->getInstance()) {
+        address.parm = nullptr;
+        return token + " is a base parameter, which has no value";
+    }
     const int size = address.parm->getVectorSize();
     if (index >= size) {
         return token + " has no component " + std::to_string(index);

@@ -17,12 +17,15 @@ bool holds(const ZEL_Conditional *condition, const ZEL_Parm &parm)
 
 bool ZELTholds(const ZEL_Parm &parm, ZEL_ConditionalType type)
 {
-    return holds(parm.getTemplatePtr()->getConditionalPtr(type), parm);
+    const ZEL_Template *const description = parm.getTemplatePtr();
+    return description && holds(description->getConditionalPtr(type), parm);
 }
 
 bool ZELTtabHolds(const ZEL_Parm &parm, int tab, ZEL_ConditionalType type)
 {
-    const ZEL_ConditionalBase *const base = parm.getTemplatePtr()->getConditionalBasePtr();
+    const ZEL_Template *const description = parm.getTemplatePtr();
+    const ZEL_ConditionalBase *const base =
+        description ? description->getConditionalBasePtr() : nullptr;
     if (!base || base->groupType() != ZEL_CONDGROUP_SWITCHER) {
         return false;
     }

@@ -47,11 +47,13 @@ std::vector<std::string> allTokens(const ZEL_ParmList &left, const ZEL_ParmList 
 {
     std::vector<std::string> tokens;
     for (int i = 0; i < left.getEntries(); ++i) {
-        tokens.emplace_back(left.getParmPtr(i)->getToken());
+        if (left.getParmPtr(i)->getInstance()) {
+            tokens.emplace_back(left.getParmPtr(i)->getToken());
+        }
     }
     for (int i = 0; i < right.getEntries(); ++i) {
         const char *const token = right.getParmPtr(i)->getToken();
-        if (!left.getParmPtr(token)) {
+        if (right.getParmPtr(i)->getInstance() && !left.getParmPtr(token)) {
             tokens.emplace_back(token);
         }
     }

@@ -97,6 +97,7 @@ void addColumns(const ZELT_Address &address, Columns &columns)
 
 bool hasValue(const ZEL_Parm &parm)
 {
+    // Without a template there are no components.
     return parm.getVectorSize() > 0 && !parm.getTemplatePtr()->isSwitcher() &&
            !parm.isCallbackType();
 }

@@ -63,9 +63,12 @@ void printText(const ZEL_ParmList &parms)
     std::vector<std::vector<std::string>> rows;
     for (int i = 0; i < parms.getEntries(); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
+        const ZEL_Template *const description = parm.getTemplatePtr();
+        if (!description) {
+            continue; // a base parameter has no state
+        }
         rows.push_back(asRow(parm.getToken(), stateOf(parm)));
-        for (int tab = 0; parm.getTemplatePtr()->isSwitcher() && tab < parm.getVectorSize();
-             ++tab) {
+        for (int tab = 0; description->isSwitcher() && tab < parm.getVectorSize(); ++tab) {
             rows.push_back(
                 asRow("  tab " + ZELTquote(folderLabel(parm, tab)), stateOfTab(parm, tab)));
         }
@@ -78,10 +81,14 @@ void printJson(const ZEL_ParmList &parms)
     ZELT_Json out = ZELT_Json::array();
     for (int i = 0; i < parms.getEntries(); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
+        const ZEL_Template *const description = parm.getTemplatePtr();
+        if (!description) {
+            continue;
+        }
         ZELT_Json json;
         json["token"] = parm.getToken();
         json.update(asJson(stateOf(parm)));
-        if (parm.getTemplatePtr()->isSwitcher()) {
+        if (description->isSwitcher()) {
             json["tabs"] = ZELT_Json::array();
             for (int tab = 0; tab < parm.getVectorSize(); ++tab) {
                 ZELT_Json one;

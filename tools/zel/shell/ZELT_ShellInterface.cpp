@@ -31,8 +31,12 @@ void list(ZELT_Shell &shell, const ZELT_ShellWords &)
     const ZEL_ParmList &parms = shell.getParms();
     for (int i = 0; i < parms.getEntries(); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
+        const ZEL_Template *const description = parm.getTemplatePtr();
+        if (!description) {
+            continue; // a base parameter has no value
+        }
         std::cout << parm.getToken();
-        const int size = parm.getTemplatePtr()->isSwitcher() ? 0 : parm.getVectorSize();
+        const int size = description->isSwitcher() ? 0 : parm.getVectorSize();
         for (int k = 0; k < size; ++k) {
             std::cout << ' ' << ZELTcellText(ZELTevaluate(parm, k, shell.getTime(), BASgetSTID()));
         }
@@ -45,17 +49,35 @@ void tree(ZELT_Shell &shell, const ZELT_ShellWords &)
     std::cout << ZELTdescribeTree(shell.getScript().getTemplates());
 }
 
+/// The script describes what has no value, too. Null, with a message, for an unknown name.
+const ZEL_Template *findDescription(ZELT_Shell &shell, const std::string &token)
+{
+    const ZEL_Parm *const parm = shell.findParm(token);
+    if (!parm || parm->getTemplatePtr()) {
+        return parm ? parm->getTemplatePtr() : nullptr;
+    }
+    const ZEL_Template *at = shell.getScript().getTemplates();
+    while (!at->isTerminator() && at->getTokenRef() != KIT_StringRef(token.c_str())) {
+        ++at;
+    }
+    if (at->isTerminator()) {
+        shell.fail(token + " has no description");
+        return nullptr;
+    }
+    return at;
+}
+
 void show(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    if (const ZEL_Parm *const parm = shell.findParm(words[1])) {
-        std::cout << ZELTdescribeLine(*parm->getTemplatePtr()) << '\n';
+    if (const ZEL_Template *const description = findDescription(shell, words[1])) {
+        std::cout << ZELTdescribeLine(*description) << '\n';
     }
 }
 
 void type(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    if (const ZEL_Parm *const parm = shell.findParm(words[1])) {
-        std::cout << ZELTtypeDump(*parm->getTemplatePtr()) << '\n';
+    if (const ZEL_Template *const description = findDescription(shell, words[1])) {
+        std::cout << ZELTtypeDump(*description) << '\n';
     }
 }
 

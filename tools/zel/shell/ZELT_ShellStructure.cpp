@@ -29,8 +29,8 @@ std::vector<Former> formerParms(const ZEL_ParmList &parms)
     std::vector<Former> former;
     for (int i = 0; i < parms.getEntries(); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
-        // Items continue with the parameter that they belong to.
-        if (!parm.getMultiParmOwner()) {
+        // Items continue with the parameter that they belong to; base parameters have nothing to.
+        if (parm.getInstance() && !parm.getMultiParmOwner()) {
             former.push_back({parm.getToken(), unsigned(parm.getType().getBasicType()),
                               parm.isMultiParm(), parm.isTrueFactoryDefault()});
         }
