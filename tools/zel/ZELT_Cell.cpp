@@ -2,8 +2,33 @@
 
 #include "ZELT_Format.h"
 
+#include <EVL/EVL.h>
 #include <KIT/KIT_String.h>
 #include <ZEL/ZEL_Parm.h>
+
+ZELT_EvaluationErrors::ZELT_EvaluationErrors(int thread) : myMessages(thread)
+{
+    EVL::theErrNo[thread] = EVL::EVL_OK;
+}
+
+ZELT_EvaluationErrors::~ZELT_EvaluationErrors()
+{
+    EVL::theErrNo[myMessages.getThread()] = EVL::EVL_OK;
+    myMessages.getOuterManager().stealErrors(myMessages.getManager());
+}
+
+int ZELT_EvaluationErrors::find()
+{
+    const int number = EVL::theErrNo[myMessages.getThread()];
+    const KIT_ErrorManager &manager = myMessages.getManager();
+    for (std::int64_t i = 0; number == EVL::EVL_OK && i < manager.entries(); ++i) {
+        const KIT_ErrorManager::Error &entry = manager.getError(i);
+        if (entry.category == "TRK") {
+            return entry.code;
+        }
+    }
+    return number;
+}
 
 ZELT_Cell ZELTevaluate(const ZEL_Parm &parm, int index, double time, int thread)
 {

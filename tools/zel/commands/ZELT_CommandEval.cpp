@@ -205,12 +205,11 @@ private:
         for (std::size_t i = 0; i < myColumns.size(); ++i, ++cell) {
             const ZEL_Parm *const parm = parms.getParmPtr(myColumns[i].key);
             if (parm) {
-                EVL::theErrNo[thread] = EVL::EVL_OK;
+                ZELT_EvaluationErrors errors(thread);
                 *cell = ZELTevaluate(*parm, myColumns[i].index, time, thread);
-                noteFault(i, row, EVL::theErrNo[thread]);
+                noteFault(i, row, errors.find());
             }
         }
-        EVL::theErrNo[thread] = EVL::EVL_OK;
         myProgress.advance();
     }
 

@@ -6,7 +6,6 @@
 #include "ZELT_Format.h"
 
 #include <BAS/BAS_Thread.h>
-#include <EVL/EVL.h>
 #include <KIT/KIT_String.h>
 #include <ZEL/ZEL_Parm.h>
 
@@ -33,7 +32,9 @@ void raw(ZELT_Shell &shell, const ZELT_ShellWords &words)
     }
 }
 
-void eval(ZELT_Shell &shell, const ZELT_ShellWords &words)
+/// Prints the value of each component that `words` name, or why there is none.
+template <class Read>
+void printValues(ZELT_Shell &shell, const ZELT_ShellWords &words, const Read &read)
 {
     const int thread = BASgetSTID();
     ZELT_Address address;
@@ -42,29 +43,31 @@ void eval(ZELT_Shell &shell, const ZELT_ShellWords &words)
         return;
     }
     for (int i = address.first; i < address.end; ++i) {
-        EVL::theErrNo[thread] = EVL::EVL_OK;
-        const std::string value = ZELTcellText(ZELTevaluate(*address.parm, i, when, thread));
-        if (EVL::theErrNo[thread] != EVL::EVL_OK) {
-            shell.fail(ZELTevaluationError(EVL::theErrNo[thread]));
+        ZELT_EvaluationErrors errors(thread);
+        const std::string value = read(*address.parm, i, when, thread);
+        if (const int error = errors.find()) {
+            shell.fail(ZELTevaluationError(error));
         } else {
             std::cout << value << '\n';
         }
     }
-    EVL::theErrNo[thread] = EVL::EVL_OK;
+}
+
+void eval(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    printValues(shell, words, [](const ZEL_Parm &parm, int index, double when, int thread) {
+        return ZELTcellText(ZELTevaluate(parm, index, when, thread));
+    });
 }
 
 void string(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    constexpr bool expanded = true;
-    ZELT_Address address;
-    double when = 0.0;
-    if (shell.findComponents(words[1], address) && shell.readTime(words, 2, when)) {
-        for (int i = address.first; i < address.end; ++i) {
-            KIT_String value;
-            address.parm->getValue(when, value, i, expanded, BASgetSTID());
-            std::cout << ZELTquote(value.view()) << '\n';
-        }
-    }
+    printValues(shell, words, [](const ZEL_Parm &parm, int index, double when, int thread) {
+        constexpr bool expanded = true;
+        KIT_String value;
+        parm.getValue(when, value, index, expanded, thread);
+        return ZELTquote(value.view());
+    });
 }
 
 constexpr ZELT_ShellCommand theCommands[] = {
