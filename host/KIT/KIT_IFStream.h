@@ -11,5 +11,12 @@
 class KIT_API KIT_IFStream : public KIT_IStream
 {
 public:
-    explicit KIT_IFStream(const char *path, Mode mode = TEXT);
+    /// What the caller expects in the file.
+    enum Contents
+    {
+        ANY_BYTES,
+        WORDS ///< if its first MiB has a byte of zero, no more is read, and errno is EILSEQ
+    };
+
+    explicit KIT_IFStream(const char *path, Mode mode = TEXT, Contents contents = ANY_BYTES);
 };

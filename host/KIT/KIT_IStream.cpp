@@ -3,6 +3,7 @@
 #include <BAS/BAS_Number.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <istream>
@@ -50,8 +51,10 @@ void KIT_IStream::adoptData(std::string &&data, const char *name)
     myReadableFlag = true;
 }
 
-bool KIT_IStream::readAll(std::istream &stream, std::string &data)
+/// With `wordsFlag`, gives up after the first MiB of what can't be a text: a device has no end.
+bool KIT_IStream::readAll(std::istream &stream, std::string &data, bool wordsFlag)
 {
+    constexpr size_t theStart = 1 << 20;
     if (!stream.good()) {
         return false;
     }
@@ -59,6 +62,13 @@ bool KIT_IStream::readAll(std::istream &stream, std::string &data)
     do {
         stream.read(chunk, sizeof(chunk));
         data.append(chunk, static_cast<size_t>(stream.gcount()));
+        if (wordsFlag && data.size() >= theStart) {
+            wordsFlag = false; // looked at once
+            if (data.find('\0') != std::string::npos) {
+                errno = EILSEQ;
+                return false;
+            }
+        }
     } while (stream.good() && data.size() <= theMaxBytes);
     return !stream.bad() && data.size() <= theMaxBytes;
 }

@@ -191,7 +191,7 @@ protected:
     explicit KIT_IStream(Mode mode);
     /// Takes over the bytes and starts at the first.
     void adoptData(std::string &&data, const char *name);
-    static bool readAll(std::istream &stream, std::string &data);
+    static bool readAll(std::istream &stream, std::string &data, bool wordsFlag = false);
 
 private:
     template <class T>

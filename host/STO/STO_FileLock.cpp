@@ -19,8 +19,14 @@ bool isSameFile(int file, const std::string &path)
            open.st_dev == named.st_dev && open.st_ino == named.st_ino;
 }
 
+/// False, with errno, for what is no file as for a lock that can't be had.
 bool waitFor(int file)
 {
+    struct stat info;
+    if (fstat(file, &info) != 0 || !S_ISREG(info.st_mode)) {
+        errno = EINVAL;
+        return false;
+    }
     int result;
     do {
         result = flock(file, LOCK_EX);
@@ -35,9 +41,10 @@ STO_FileLock::STO_FileLock(const char *path)
 {
     constexpr mode_t everybody = 0666;
     while (path && *path) {
-        // Open for reading: another user's lock file need not be writable to wait for it.
-        const int file =
-            ::open(myPath.c_str(), O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, everybody);
+        // Open for reading: another user's lock file need not be writable to wait for it. A pipe
+        // would keep us until somebody writes to it.
+        constexpr int flags = O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+        const int file = ::open(myPath.c_str(), flags, everybody);
         if (file < 0) {
             return;
         }

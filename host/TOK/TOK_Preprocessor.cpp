@@ -27,7 +27,7 @@ bool isPlainFile(const std::string &path)
 
 bool readFile(const std::string &path, std::string &text)
 {
-    KIT_IFStream stream(path.c_str());
+    KIT_IFStream stream(path.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
     text.resize(static_cast<size_t>(stream.remaining()));
     return stream.breadRaw(text.data(), text.size()) && stream.isReadable();
 }

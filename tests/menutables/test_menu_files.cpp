@@ -196,7 +196,8 @@ TEST_F(MenuFiles, FilesAddUpInTheOrderOfThePath)
 {
     write("b/FBres", "2 B\n");
     EXPECT_EQ(filled(ZEL_FileMenu::RESOLUTION), "2|B\n");
-    write("a/FBres", "1 A\n-\n");
+    write("a/FBres", "\xEF\xBB\xBF" // a byte order mark, which some editors put there
+                     "1 A\n-\n");
     EXPECT_EQ(filled(ZEL_FileMenu::RESOLUTION), "1|A\n_separator_|_separator_\n2|B\n");
 }
 

@@ -13,6 +13,7 @@
 #include <functional>
 #include <sstream>
 #include <streambuf>
+#include <sys/stat.h>
 
 namespace
 {
@@ -447,6 +448,9 @@ TEST_F(Presets, WhatStandsInTheWayOfASaveIsTold)
         EXPECT_EQ(contents("a"), before);
         fs::remove_all(fileIn("a") + ending);
     }
+    ASSERT_EQ(::mkfifo((fileIn("a") + ".lock").c_str(), 0600), 0);
+    EXPECT_FALSE(presets.savePresetToDir(number.list.get(), "two", in("a").c_str()));
+    EXPECT_EQ(takeMessages(), "STO 6") << "nobody writes to a pipe in the lock's place";
 }
 
 TEST_F(Presets, OnlySaveFoldersAreWritten)

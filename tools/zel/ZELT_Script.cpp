@@ -96,7 +96,7 @@ ZELT_Script::~ZELT_Script() = default;
 bool ZELT_Script::parse(const std::string &file, ZEL_ScriptPage &page, ZELT_Messages &messages)
 {
     errno = 0;
-    KIT_IFStream is(file.c_str());
+    KIT_IFStream is(file.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
     if (!is.isReadable()) {
         messages.error(file, "can't be read: " + ZELTsystemError());
         return false;

@@ -245,7 +245,7 @@ void printList(const DS_CommandList &commands, bool json)
 bool isReadable(const std::string &file, ZELT_Messages &messages)
 {
     errno = 0;
-    if (KIT_IFStream(file.c_str()).isReadable()) {
+    if (KIT_IFStream(file.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS).isReadable()) {
         return true;
     }
     messages.error(file, "can't be read: " + ZELTsystemError());
