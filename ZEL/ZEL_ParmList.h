@@ -200,10 +200,14 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// Writes all parameters. `compact` implies binary, without separators and labels. If memory
-    /// runs out, reports an error and sets the stream's fail state.
+    /// runs out, reports an error and sets the stream's fail state. As text, leaves out each
+    /// parameter whose name that form can't hold, and reports it as an error after the others.
     void save(std::ostream &os, bool binary, bool compact) const;
     /// Writes a stream of one entry; nothing at all for null.
     void saveSingle(ZEL_Parm *parm, std::ostream &os, bool binary) const;
+    /// Whether the text form can hold a parameter of that name: one word, not "}", and without the
+    /// "#" of a comment in front.
+    static bool isTextName(const KIT_StringRef &token);
     /// Reads what `save` wrote, text or binary as the stream is; `name` names it in messages and
     /// may be null. A parameter that isn't in the stream keeps its value. Entries that this list
     /// doesn't have are loaded into `fallbackList`, which may be null; names in neither are first
@@ -219,7 +223,8 @@ public:
     /// tokens and data that a parameter refuses are skipped silently. The number of items that
     /// undo data may create isn't limited.
     void loadUndoData(const ZEL_UndoDataArray &in, const char *name, ZEL_ParmList *fallbackList);
-    /// The aliases of channels, always as text; `binary` and `name` are ignored.
+    /// The aliases of channels, always as text; `binary` and `name` are ignored. Channels whose
+    /// tokens that form can't hold are left out and reported.
     void saveChannelAliases(std::ostream &os, bool binary);
     /// False if the stream ends before the closing brace.
     bool loadChannelAliases(KIT_IStream &is, const char *name);

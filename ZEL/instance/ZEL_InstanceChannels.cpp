@@ -106,6 +106,7 @@ void ZEL_Instance::internalAddChannel(int index, const char *expression, TRK_Exp
     } else {
         channel = collection->addChannel(token);
         if (!channel) {
+            addParmWarning(ZEL_ERR_CHANNEL_NAME);
             return;
         }
         myChannels[index] = channel;

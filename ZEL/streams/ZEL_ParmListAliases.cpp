@@ -3,6 +3,7 @@
 #include <ZEL/ZEL_ParmList.h>
 
 #include <KIT/KIT_ByteBuffer.h>
+#include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
@@ -11,17 +12,32 @@
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 
 #include <ostream>
+#include <vector>
+
+namespace
+{
+
+/// Whether it is read back as one word: no comments here, but quotes.
+bool isAliasToken(std::string_view token)
+{
+    return ZELisOneWord(token) && token.front() != '"' && token.front() != '\'';
+}
+
+} // namespace
 
 void ZEL_ParmList::saveChannelAliases(std::ostream &os, bool)
 {
     KIT_ByteBuffer text;
+    std::vector<KIT_StringHolder> lost;
     text.append("{\n");
     for (const ZEL_Parm *parm : myParms) {
         const ZEL_Instance *instance = isSaved(parm) ? parm->getInstance() : nullptr;
         for (int i = 0; instance && i < instance->getVectorSize(); ++i) {
             const KIT_StringHolder &token = instance->getChannelToken(i);
             const KIT_StringHolder &alias = instance->getChannelAlias(i);
-            if (alias != token) {
+            if (alias != token && !isAliasToken(token.view())) {
+                lost.push_back(token);
+            } else if (alias != token) {
                 text.append('\t');
                 text.append(token.view());
                 text.append(' ');
@@ -33,6 +49,9 @@ void ZEL_ParmList::saveChannelAliases(std::ostream &os, bool)
     text.append("}\n");
     text.writeTo(os);
     KITcheckOutStream(os, "Channel Aliases Save (ASCII)", nullptr);
+    for (const KIT_StringHolder &token : lost) {
+        KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_TEXT_NAME, token.c_str());
+    }
 }
 
 bool ZEL_ParmList::loadChannelAliases(KIT_IStream &is, const char *)

@@ -6,6 +6,8 @@
 
 #include <ZEL/ZEL_Parm.h>
 
+#include <string_view>
+
 /// Packet ids of a list's stream. Stored: append only.
 enum ZEL_ListPacket
 {
@@ -18,6 +20,15 @@ enum ZEL_ListPacket
 int ZELlistPacketClass();
 
 constexpr float theListFileVersion = 0.8f;
+
+/// Words of the text form.
+constexpr char theListComment = '#';
+constexpr std::string_view theListEnd = "}";
+
+/// Whether it is one word, and not the end.
+bool ZELisOneWord(std::string_view name);
+/// Whether it is read back from the text form as one name: it begins no comment either.
+bool ZELisTextName(std::string_view name);
 
 constexpr const char *theListSaveLabel = "Parameter List Save";
 constexpr const char *theListLoadLabel = "Parameter List Load";

@@ -15,7 +15,6 @@
 namespace
 {
 
-constexpr char theComment = '#';
 constexpr bool theEvaluateChildren = false;
 constexpr bool theUseMap = true;
 
@@ -134,7 +133,7 @@ void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &name
         float version = 0.0f;
         bool skipsBodies = is.checkToken("{") && is.checkToken("version") && is.aread(version) &&
                            !(version > theListFileVersion);
-        while (is.getNonCommentWord(word, theComment) && word.view() != "}") {
+        while (is.getNonCommentWord(word, theListComment) && word.view() != theListEnd) {
             test();
             if (!is.getWord(word) || !opensGroup(word)) {
                 break;
@@ -192,7 +191,7 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
     }
     bool failed = false;
     KIT_WorkBuffer word;
-    while (is.getNonCommentWord(word, theComment) && word.view() != "}") {
+    while (is.getNonCommentWord(word, theListComment) && word.view() != theListEnd) {
         if (ZEL_Parm *parm = findParm(refTo(word), theUseMap)) {
             failed = !parm->load(is) || failed;
             continue;

@@ -5,10 +5,12 @@
 #include <KIT/KIT_Packet.h>
 #include <KIT/KIT_Write.h>
 #include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <iterator>
 #include <ostream>
 #include <string_view>
@@ -24,6 +26,39 @@ std::string_view tokenOf(const ZEL_Parm &parm)
     return parm.getInstance()->getTokenRef().view();
 }
 
+template <class Word>
+std::uint64_t loadWord(const char *at)
+{
+    Word word;
+    std::memcpy(&word, at, sizeof(word));
+    return word;
+}
+
+/// Whether a byte is a blank or a control: each name is asked for it at each save, so eight bytes
+/// are tested at once.
+bool hasLowByte(std::string_view name)
+{
+    constexpr std::uint64_t each = 0x0101010101010101u;
+    const auto lowBits = [](std::uint64_t bytes) {
+        return (bytes - each * '!') & ~bytes & (each * 0x80);
+    };
+    const std::size_t length = name.size();
+    const char *const end = name.data() + length;
+    if (length < 4) {
+        return std::any_of(name.begin(), name.end(),
+                           [](char c) { return static_cast<unsigned char>(c) < '!'; });
+    }
+    if (length < 8) {
+        return lowBits(loadWord<std::uint32_t>(name.data()) | loadWord<std::uint32_t>(end - 4)
+                                                                  << 32) != 0;
+    }
+    std::uint64_t found = lowBits(loadWord<std::uint64_t>(end - 8));
+    for (const char *at = name.data(); end - at > 8; at += 8) {
+        found |= lowBits(loadWord<std::uint64_t>(at));
+    }
+    return found != 0;
+}
+
 bool isLeftOutOfCompact(const ZEL_Parm &parm)
 {
     const ZEL_Type &type = parm.getType();
@@ -31,6 +66,23 @@ bool isLeftOutOfCompact(const ZEL_Parm &parm)
 }
 
 } // namespace
+
+bool ZELisOneWord(std::string_view name)
+{
+    const auto isBlank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    return !name.empty() && name != theListEnd &&
+           (!hasLowByte(name) || std::none_of(name.begin(), name.end(), isBlank));
+}
+
+bool ZELisTextName(std::string_view name)
+{
+    return ZELisOneWord(name) && name.front() != theListComment;
+}
+
+bool ZEL_ParmList::isTextName(const KIT_StringRef &token)
+{
+    return ZELisTextName(token.view());
+}
 
 int ZELlistPacketClass()
 {
@@ -54,6 +106,10 @@ void ZEL_ParmListWriter::write(const Parms &parms, bool binary, bool compact)
         myTarget.setstate(std::ios::failbit);
     }
     KITcheckOutStream(myTarget, theListSaveLabel, nullptr);
+    // Not earlier: an error ends the entries.
+    for (const std::string &name : myLostNames) {
+        KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_TEXT_NAME, name.c_str());
+    }
 }
 
 /// False when saving has to stop.
@@ -79,13 +135,19 @@ void ZEL_ParmListWriter::writeText(const Parms &parms)
     myBytes << "{\nversion " << std::string_view(version, std::size_t(versionEnd - version))
             << '\n';
     for (const ZEL_Parm *parm : parms) {
-        myBytes << tokenOf(*parm);
+        const std::string_view token = tokenOf(*parm);
+        if (!ZELisTextName(token)) {
+            // Read back, it would end the stream or make nonsense of what follows.
+            myLostNames.emplace_back(token);
+            continue;
+        }
+        myBytes << token;
         parm->save(myStream, 0, false);
         if (!endEntry()) {
             break;
         }
     }
-    myBytes << "}\n";
+    myBytes << theListEnd << '\n';
 }
 
 void ZEL_ParmListWriter::writeBinary(const Parms &parms, bool compact)

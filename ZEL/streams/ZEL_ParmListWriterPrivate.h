@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <string>
 #include <vector>
 
 class ZEL_Parm;
@@ -39,5 +40,6 @@ private:
 
     KIT_ByteBuffer myBytes;
     KIT_OByteStream myStream; // into the bytes
+    std::vector<std::string> myLostNames;
     std::ostream &myTarget;
 };

@@ -350,6 +350,9 @@ void ZEL_String::setValue(double time, const char *text, TRK_StringMeaning meani
             ZEL_AutoBlockErrors blockErrors(thread);
             addChannel(index, given.nonNullStr(), stringMeaningToExprLanguage(meaning));
         }
+        if (!getChannel(index) && getChannelGroupPtr()) {
+            addParmWarning(ZEL_ERR_CHANNEL_NAME);
+        }
         if (getDefaultsInitFlag()) {
             // Compile the expression now, with its errors suppressed.
             ZEL_AutoBlockErrors blockErrors(thread);

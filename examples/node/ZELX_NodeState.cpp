@@ -97,7 +97,7 @@ bool isSameText(const ZEL_UndoData *a, const ZEL_UndoData *b)
 ZELX_NodeState::ZELX_NodeState(ZELX_Node &node)
     : myWholeFlag(true), myChannels(channelText(node)), myAliases(aliasText(node))
 {
-    constexpr bool binary = false;
+    constexpr bool binary = true; // as text, some names can't be held
     constexpr bool compact = false;
     // A save stops at an error that is still in the error manager.
     const KIT_ErrorManager::Scope quiet(BASgetSTID());

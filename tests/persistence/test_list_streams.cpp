@@ -5,10 +5,13 @@
 #include <KIT/KIT_ByteBuffer.h>
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_OByteStream.h>
+#include <ZEL/ZEL_PresetInfo.h>
 
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <random>
+#include <set>
 
 namespace
 {
@@ -143,6 +146,72 @@ TEST(ListStreams, OneParameterAlone)
     EXPECT_EQ(takeTexts(), "") << "nothing is written for null, not even a look at the stream";
     p.list.saveSingle(p.list.getParmPtr("f"), failed, false);
     EXPECT_EQ(takeTexts(), "Common 10 Parameter List Save");
+}
+
+TEST(ListStreams, NamesThatTheTextFormCannotHoldAreTold)
+{
+    std::set<std::string> names = {"#c", "}", "a b", "{", "(", ")", "[", "c#", "\"a", "version"};
+    std::mt19937 random(18);
+    while (names.size() < 80) {
+        std::string name;
+        for (unsigned length = 1 + random() % 3; name.size() < length;) {
+            name += "ab#} \t\n{)[\"'"[random() % 12];
+        }
+        names.insert(name);
+    }
+    std::vector<std::unique_ptr<OwnedTemplate>> owned;
+    std::vector<ZEL_Template> templates;
+    for (const std::string &name : names) {
+        owned.push_back(std::make_unique<OwnedTemplate>(ZEL_FLT, 1, name.c_str()));
+        templates.push_back(owned.back()->entry);
+    }
+    templates.emplace_back();
+    ZEL_ParmList list(templates.data(), nullptr, nullptr, nullptr, "", false);
+    int alias = 0;
+    for (const std::string &name : names) {
+        list.setFloat(++alias, name.c_str(), 0, 0.0, false);
+        const KIT_StringHolder second(("alias" + std::to_string(alias)).c_str());
+        EXPECT_TRUE(list.setChannelAlias(list.getParmPtr(name.c_str()), 0, second)) << name;
+    }
+    takeTexts();
+
+    const auto readBack = [&](const std::string &bytes, bool binary, const std::string &aliases,
+                              ZEL_ParmList &target) {
+        KIT_IStream is(bytes.data(), bytes.size(),
+                       binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+        EXPECT_TRUE(target.load(is, nullptr, nullptr));
+        KIT_IStream second(aliases.data(), aliases.size(), KIT_IStream::TEXT);
+        EXPECT_TRUE(target.loadChannelAliases(second, nullptr));
+        EXPECT_EQ(takeTexts(), "");
+    };
+    for (const bool binary : {false, true}) {
+        std::ostringstream os;
+        list.save(os, binary, false);
+        const std::string told = takeTexts() + ";";
+        std::ostringstream aliases;
+        list.saveChannelAliases(aliases, false);
+        const std::string toldAliases = takeTexts() + ";";
+        ZEL_ParmList back(templates.data(), nullptr, nullptr, nullptr, "", false);
+        readBack(os.str(), binary, aliases.str(), back);
+        int lost = 0;
+        for (const std::string &name : names) {
+            const ZEL_Parm &parm = *list.getParmPtr(name.c_str());
+            const ZEL_Parm &other = *back.getParmPtr(name.c_str());
+            const std::string message = "ZEL 24 " + name + ";";
+            const bool sameFlag =
+                back.evalFloat(name.c_str(), 0, 0.0) == list.evalFloat(name.c_str(), 0, 0.0);
+            EXPECT_EQ(sameFlag, told.find(message) == std::string::npos) << name;
+            EXPECT_EQ(other.getChannelAlias(0) == parm.getChannelAlias(0),
+                      toldAliases.find(message) == std::string::npos)
+                << name;
+            lost += !sameFlag;
+        }
+        EXPECT_EQ(lost > 0, !binary);
+        EXPECT_LT(lost, int(names.size()));
+    }
+    std::ostringstream preset;
+    EXPECT_FALSE(ZEL_PresetInfo("Node", "names").savePreset(&list, preset));
+    EXPECT_NE(takeTexts().find("ZEL 24 #c;"), std::string::npos);
 }
 
 TEST(ListStreams, AnErrorEndsTheEntriesButNotTheFrame)

@@ -157,6 +157,21 @@ TEST(Strings, AFailedExpansionIsReportedForTheComponent)
     EXPECT_NE(p.channel(), nullptr);
 }
 
+TEST(Strings, AnExpressionThatNoChannelCanHoldIsTold)
+{
+    const std::string longest(255, 'n');
+    for (const std::string &name :
+         {longest, longest + "n", std::string("#c"), std::string("a b")}) {
+        for (const ZEL_Type *type : {&ZEL_FLT, &ZEL_INT, &ZEL_STRING}) {
+            OneParm one(*type, 1, name.c_str());
+            one.build();
+            const bool heldFlag = one.animate("$F + 1") != nullptr;
+            EXPECT_EQ(heldFlag, name == longest);
+            EXPECT_EQ(takeMessages(), heldFlag ? "" : "ZEL 25") << name;
+        }
+    }
+}
+
 TEST(Strings, TimeDependenceIsOneBitForAllComponents)
 {
     OneString p(ZEL_STRING, 2);

@@ -303,6 +303,10 @@ std::string ZELT_Session::setExpression(const std::string &text, const std::stri
         }
         address.parm->setExpression(time, expression.c_str(), language, i, evaluate, deleteChannel,
                                     thePropagate);
+        if (!TRK_Collection::isValidChannelName(address.parm->getChannelToken(i).c_str()) &&
+            !KIT_String(expression.c_str()).isFloat()) {
+            return std::string(address.parm->getToken()) + " can't be animated";
+        }
     }
     if (address.parm && address.parm->isMultiParm()) {
         growBlocks(time);

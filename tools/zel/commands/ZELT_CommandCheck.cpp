@@ -4,6 +4,12 @@
 #include "ZELT_Progress.h"
 #include "ZELT_Script.h"
 
+#include <KIT/KIT_MessageCatalogue.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmTypes.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <algorithm>
 #include <iostream>
 
 namespace
@@ -14,6 +20,26 @@ struct Call
     std::vector<std::string> files;
 };
 
+/// Tells the names that the text form of streams can't hold; in a block, those of its first item.
+void tellNames(const ZEL_Template *from, bool blockFlag, const std::string &file,
+               ZELT_Messages &messages)
+{
+    for (const ZEL_Template *at = from; at && !at->isTerminator(); ++at) {
+        std::string name = at->getToken();
+        if (blockFlag) {
+            std::replace(name.begin(), name.end(), '#', '1');
+        }
+        if (at->getType().getBasicType() != ZEL_Type::ZEL_BASIC_NONE &&
+            !ZEL_ParmList::isTextName(KIT_StringRef(name.c_str()))) {
+            messages.add(KIT_ERROR_WARNING, ZEL_ERROR_CATEGORY, ZEL_ERR_TEXT_NAME, file, 0,
+                         KITformatMessage(ZEL_ERROR_CATEGORY, ZEL_ERR_TEXT_NAME, name.c_str()));
+        }
+        if (at->isMultiType() && !at->isRampType()) {
+            tellNames(at->getMultiParmTemplate(), true, file, messages);
+        }
+    }
+}
+
 int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     ZELT_Json results = ZELT_Json::array();
@@ -22,6 +48,9 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     for (const std::string &file : call.files) {
         const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(file, messages);
         good = good && script;
+        if (script) {
+            tellNames(script->getTemplates(), false, file, messages);
+        }
         if (options.json) {
             ZELT_Json result;
             result["file"] = file;

@@ -26,6 +26,9 @@ int convert(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     }
     std::ostringstream os;
     session->getParms().save(os, call.form == "binary", call.compact);
+    if (!ZELTtakeFault(call.to, "", messages)) {
+        return 1;
+    }
     return ZELTwriteFile(call.to, os.str(), messages) ? 0 : 1;
 }
 

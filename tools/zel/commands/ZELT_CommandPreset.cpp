@@ -150,6 +150,9 @@ int apply(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     messages.takeErrors(path.toStdString());
     session->growBlocks(call.node.time);
     const std::string values = savedValues(*session);
+    if (!ZELTtakeFault(call.out, "", messages)) {
+        return 1;
+    }
     if (!call.out.empty()) {
         return ZELTwriteFile(call.out, values, messages) ? 0 : 1;
     }

@@ -4,6 +4,9 @@
 
 #include "ZELT_File.h"
 
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_ErrorManager.h>
 #include <ZEL/ZEL_ParmList.h>
 
 #include <iostream>
@@ -12,6 +15,17 @@
 namespace
 {
 
+/// False if something is left out, of which the thread's error manager then has the messages.
+bool saveWhole(const ZEL_ParmList &parms, const std::string &form, std::ostream &os)
+{
+    // A save stops at an error that is still in the error manager.
+    KIT_ErrorManager::Scope errors(BASgetSTID());
+    parms.save(os, form != "text", form == "compact");
+    const bool wholeFlag = errors.getManager().getSeverity() < KIT_ERROR_ABORT;
+    errors.getOuterManager().stealErrors(errors.getManager());
+    return wholeFlag;
+}
+
 void save(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     if (words[1] != "text" && words[1] != "binary" && words[1] != "compact") {
@@ -19,7 +33,10 @@ void save(ZELT_Shell &shell, const ZELT_ShellWords &words)
         return;
     }
     std::ostringstream os;
-    shell.getParms().save(os, words[1] != "text", words[1] == "compact");
+    if (!saveWhole(shell.getParms(), words[1], os)) {
+        shell.fail("the " + words[1] + " form doesn't hold all values");
+        return;
+    }
     if (words[2] == "-") {
         std::cout << os.str();
     } else if (!ZELTwriteFile(words[2], os.str(), shell.getMessages())) {
