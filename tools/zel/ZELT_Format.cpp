@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 
 std::string ZELTnumber(double value)
@@ -19,6 +20,29 @@ std::string ZELTquote(std::string_view text)
     KIT_WorkBuffer quoted;
     quoted.appendQuoted(text);
     return std::string(quoted.view());
+}
+
+std::string ZELTprintable(std::string_view text)
+{
+    std::string out;
+    const auto escape = [&out](char c) {
+        char code[8];
+        std::snprintf(code, sizeof(code), "\\%03o", static_cast<unsigned>(c) & 0xffu);
+        out += code;
+    };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : '\0');
+        if ((byte < ' ' && byte != '\n' && byte != '\t') || byte == 0x7f) {
+            escape(text[i]);
+        } else if (byte == 0xc2 && next >= 0x80 && next < 0xa0) {
+            escape(text[i]); // a control above 127, of two bytes
+            escape(text[++i]);
+        } else {
+            out += text[i];
+        }
+    }
+    return out;
 }
 
 // -------------------------------------------------------------------- //

@@ -13,6 +13,9 @@
 std::string ZELTnumber(double value);
 /// In double quotes, with the escapes \" \\ \n \r \t and \ooo for other control bytes.
 std::string ZELTquote(std::string_view text);
+/// As it is, but for \ooo in the place of bytes that would drive a terminal: names and texts of files
+/// may hold them.
+std::string ZELTprintable(std::string_view text);
 
 /// Splits a line as a shell does: at blanks, with '...' and "..." (in which \" and \\ are escapes,
 /// and \n and \t line end and tab), a backslash for the next byte, and # at the start of a word for

@@ -1,5 +1,6 @@
 #include "ZELT_Messages.h"
 
+#include "ZELT_Format.h"
 #include "ZELT_Json.h"
 
 #include <DS/DS_Stream.h>
@@ -8,7 +9,6 @@
 #include <SNK/SNK_Python.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -40,26 +40,6 @@ const char *severityWord(KIT_ErrorSeverity severity)
     return severity >= KIT_ERROR_ABORT     ? "error"
            : severity == KIT_ERROR_WARNING ? "warning"
                                            : "message";
-}
-
-/// Names and texts of files may hold what would drive a terminal.
-std::string withoutControls(const std::string &text)
-{
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        const bool pairFlag = byte == 0xc2 && i + 1 < text.size(); // the controls above 127
-        const auto next = static_cast<unsigned char>(pairFlag ? text[i + 1] : '\0');
-        if ((byte < ' ' && byte != '\n' && byte != '\t') || byte == 0x7f ||
-            (next >= 0x80 && next < 0xa0)) {
-            char code[8];
-            std::snprintf(code, sizeof(code), "\\%03o", byte);
-            out += code;
-        } else {
-            out += text[i];
-        }
-    }
-    return out;
 }
 
 std::string asText(const std::string &severity, const std::string &file, int line,
@@ -119,7 +99,7 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
     myErrors += severity >= KIT_ERROR_ABORT;
     const std::string word = severityWord(severity);
     if (!myJsonFlag) {
-        std::cerr << withoutControls(asText(word, place, number, rest)) << '\n';
+        std::cerr << ZELTprintable(asText(word, place, number, rest)) << '\n';
         return;
     }
     ZELT_Json json;

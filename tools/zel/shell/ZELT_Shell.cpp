@@ -128,7 +128,7 @@ void ZELT_Shell::keepScript(std::unique_ptr<ZELT_Script> script)
 
 void ZELT_Shell::fail(const std::string &reason)
 {
-    std::cout << "! " << reason << '\n';
+    std::cout << "! " << ZELTprintable(reason) << '\n';
 }
 
 void ZELT_Shell::settle(const std::string &fault, const std::string &file)

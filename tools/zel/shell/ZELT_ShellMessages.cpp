@@ -2,6 +2,8 @@
 
 #include "ZELT_Shell.h"
 
+#include "ZELT_Format.h"
+
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_MessageCatalogue.h>
@@ -34,7 +36,8 @@ void printMessages(ZELT_Shell &, const ZELT_ShellWords &)
         const KIT_ErrorManager::Error &entry = manager.getError(i);
         std::cout << (entry.severity >= KIT_ERROR_ABORT ? "error " : "warning ") << entry.category
                   << ' ' << entry.code << ' '
-                  << KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str())
+                  << ZELTprintable(
+                         KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str()))
                   << '\n';
     }
     manager.clearAndDestroyErrors();
