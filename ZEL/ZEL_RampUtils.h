@@ -54,7 +54,8 @@ public:
                                         bool *timeDependent, LNK_MicroNode *dependent);
 
     /// Sets the parameter from the ramp. A value that already equals the ramp's as a float keeps
-    /// its digits, and no key is made for it, whatever `addKey` says. With `addWrapKey` a ramp that doesn't end at 1 (within 0.00001) gets a wrap key.
+    /// its digits, and no key is made for it, whatever `addKey` says. With `addWrapKey` a ramp that
+    /// doesn't end at 1 (within 0.00001) gets a wrap key.
     static void updateMultiParmFromRamp(double time, const KIT_Ramp &ramp, ZEL_Parm &parm,
                                         bool addWrapKey, ZEL_AddKeyType addKey);
     /// The same, but passes all values to `setter`, the count of keys first. Keys that don't exist

@@ -698,8 +698,16 @@ bool TRK_Channel::isStringTimeDependentSlow(int thread) const
 
 bool TRK_Channel::isDataDependent() const
 {
-    return std::any_of(mySegments.begin(), mySegments.end(), [](const TRK_Segment &segment) {
+    const auto readsOthers = [](const TRK_Segment &segment) {
         const TRK_Expression *compiled = segment.getCompiledExpression();
         return compiled != nullptr ? compiled->hasReferences() : !segment.isInterpolated();
-    });
+    };
+    // What a curve, no key or a pending text evaluates.
+    const bool defaultFlag =
+        !myDefaultString.isEmpty() &&
+        (mySegments.empty() || myPendingFlag ||
+         std::any_of(mySegments.begin(), mySegments.end(),
+                     [](const TRK_Segment &segment) { return segment.isInterpolated(); }));
+    return (defaultFlag && readsOthers(myDefaultExpression)) ||
+           std::any_of(mySegments.begin(), mySegments.end(), readsOthers);
 }

@@ -145,8 +145,8 @@ public:
     /// Evaluates at the thread's evaluation time and follows references. Leaves no error number.
     bool isTimeDependentSlow(int thread) const;
     bool isStringTimeDependentSlow(int thread) const;
-    /// True if an expression reads other channels or parameters. One in Python counts, as what it
-    /// reads isn't known.
+    /// True if an expression, or a default text in use, reads other channels or parameters. One in
+    /// Python counts, as what it reads isn't known.
     bool isDataDependent() const;
 
     // ---------------------------------------------------------------- //

@@ -316,6 +316,15 @@ TEST_F(Channels, TimeDependence)
     EXPECT_TRUE(still->isDataDependent()) << "nobody knows what Python reads";
     still->changeExpression(0, "linear()", TRK_LANGUAGE_PYTHON, false);
     EXPECT_FALSE(still->isDataDependent());
+    still->setDefaultString("chs('text')");
+    EXPECT_EQ(textAt(still, 0), textAt(text, 0)) << "a curve gives the default text";
+    EXPECT_TRUE(still->isDataDependent());
+    still->changeExpression(0, "'own'", TRK_LANGUAGE_NATIVE, false);
+    EXPECT_FALSE(still->isDataDependent());
+    still->setKeyString("chs('text')", 0, false, false, false);
+    EXPECT_TRUE(still->isDataDependent()) << "a pending text, until it is cleared";
+    still->clearPending();
+    EXPECT_FALSE(still->isDataDependent());
     EXPECT_TRUE(curve("linear()", 0, 0)->isTimeDependent());
 
     TRK_Channel *broken = make("broken", "ch('nope')");
