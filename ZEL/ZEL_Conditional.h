@@ -8,9 +8,12 @@
 /// Ownership:  owns its groups; copies are deep.
 /// Threads:    const calls, evaluation included, from any thread; changes by one thread at a time.
 /// Errors:     a text that can't be read gives one of six messages and an empty condition, which is
-///             false. Evaluation can't fail.
+///             false. Evaluation can't fail; a regular expression that isn't valid, or that would take
+///             more than 256 kB, compares as false, and the second is reported once.
 /// Cost:       evaluation reads one parameter as text for each comparison that it reaches. A
-///             regular expression is compiled each time and matches in linear time.
+///             regular expression is compiled by the first comparison that needs it, for all copies
+///             of the condition, items' included (those with an item's number in it one by one), and
+///             matches in linear time.
 ///
 /// The text:
 ///

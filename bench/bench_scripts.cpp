@@ -15,6 +15,7 @@
 
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_Regex.h>
 #include <KIT/KIT_TokenString.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_Name.h>
@@ -143,6 +144,9 @@ struct Rig
                 "{ " + left[i] + " == " + values[left[i]] + " " + right[i] + " != wibble }";
             conditions.push_back(
                 std::make_unique<ZEL_Conditional>(text.c_str(), ZEL_CONDTYPE_DISABLE));
+            const std::string pattern = "{ " + left[i] + " =~ [0-4].* }";
+            patterns.push_back(
+                std::make_unique<ZEL_Conditional>(pattern.c_str(), ZEL_CONDTYPE_DISABLE));
         }
     }
 
@@ -153,6 +157,7 @@ struct Rig
     std::vector<std::string> left;
     std::vector<std::string> right;
     std::vector<std::unique_ptr<ZEL_Conditional>> conditions;
+    std::vector<std::unique_ptr<ZEL_Conditional>> patterns;
 };
 
 void conditions(benchmark::State &state)
@@ -170,6 +175,26 @@ void conditions(benchmark::State &state)
             for (std::size_t i = 0; i < theParms; ++i) {
                 benchmark::DoNotOptimize(rig.values.find(rig.left[i])->second == "7" &&
                                          rig.values.find(rig.right[i])->second != "wibble");
+            }
+        });
+}
+
+/// A regular expression in each condition, beside one that was compiled by hand.
+void conditionPatterns(benchmark::State &state)
+{
+    Rig rig;
+    const KIT_Regex regex("[0-4].*");
+    beside(
+        state, theParms,
+        [&] {
+            for (std::size_t i = 0; i < theParms; ++i) {
+                benchmark::DoNotOptimize(
+                    rig.patterns[i]->eval(*rig.list->getParmPtr(int(i)), *rig.list, nullptr));
+            }
+        },
+        [&] {
+            for (std::size_t i = 0; i < theParms; ++i) {
+                benchmark::DoNotOptimize(regex.match(rig.values.find(rig.left[i])->second.c_str()));
             }
         });
 }
@@ -199,5 +224,6 @@ void magic(benchmark::State &state)
 
 BENCHMARK(parse)->Apply([](benchmark::internal::Benchmark *row) { benchSizes(row); });
 BENCHMARK(conditions)->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(conditionPatterns)->UseManualTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(magic)->UseManualTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK_MAIN();

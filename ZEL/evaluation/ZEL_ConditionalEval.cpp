@@ -3,7 +3,6 @@
 #include <ZEL/ZEL_Conditional.h>
 
 #include <BAS/BAS_Thread.h>
-#include <KIT/KIT_Regex.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_StringHolder.h>
@@ -13,6 +12,7 @@
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_TypeConstants.h>
+#include <ZEL/conditions/ZEL_ConditionPatternPrivate.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
 
 #include <cmath>
@@ -58,18 +58,18 @@ bool isNear(double a, double b)
     return (bitsA > bitsB ? bitsA - bitsB : bitsB - bitsA) <= theNearUnits;
 }
 
-/// False for an invalid regular expression.
-bool matches(const KIT_String &value, const KIT_String &right, bool wanted)
+/// What stands on the right of an operator.
+struct Right
 {
-    const KIT_Regex regex(right.nonNullStr());
-    return regex.isValid() && regex.match(value.nonNullStr()) == wanted;
-}
+    const KIT_String &text;
+    const ZEL_ConditionPattern *pattern;
+};
 
 /// An operator's comparisons. The rows refer to the functions by these names.
 struct Comparison
 {
     using Numbers = bool (*)(double value, double right);
-    using Texts = bool (*)(const KIT_String &value, const KIT_String &right);
+    using Texts = bool (*)(const KIT_String &value, const Right &right);
 
     static bool NEAR(double value, double right) { return isNear(value, right); }
     static bool FAR(double value, double right) { return !isNear(value, right); }
@@ -78,17 +78,17 @@ struct Comparison
     static bool GREATER(double value, double right) { return value > right; }
     static bool LESS(double value, double right) { return value < right; }
 
-    static bool SAME(const KIT_String &value, const KIT_String &right) { return value == right; }
-    static bool OTHER(const KIT_String &value, const KIT_String &right) { return value != right; }
-    static bool LIKE(const KIT_String &value, const KIT_String &right)
+    static bool SAME(const KIT_String &value, const Right &right) { return value == right.text; }
+    static bool OTHER(const KIT_String &value, const Right &right) { return value != right.text; }
+    static bool LIKE(const KIT_String &value, const Right &right)
     {
-        return matches(value, right, true);
+        return right.pattern && right.pattern->matches(value.nonNullStr(), true);
     }
-    static bool UNLIKE(const KIT_String &value, const KIT_String &right)
+    static bool UNLIKE(const KIT_String &value, const Right &right)
     {
-        return matches(value, right, false);
+        return right.pattern && right.pattern->matches(value.nonNullStr(), false);
     }
-    static bool NEVER(const KIT_String &, const KIT_String &) { return false; }
+    static bool NEVER(const KIT_String &, const Right &) { return false; }
 
     Numbers numbers;
     Texts texts;
@@ -110,10 +110,11 @@ const Comparison &comparisonOf(ZEL_ConditionalOperator op)
     return op >= 0 && op < int(std::size(theComparisons)) ? theComparisons[op] : theUnknown;
 }
 
-bool compare(const KIT_String &value, const KIT_String &right, const Comparison &comparison)
+bool compare(const KIT_String &value, const Right &right, const Comparison &comparison)
 {
-    return value.isFloat() && right.isFloat() ? comparison.numbers(value.toFloat(), right.toFloat())
-                                              : comparison.texts(value, right);
+    return value.isFloat() && right.text.isFloat()
+               ? comparison.numbers(value.toFloat(), right.text.toFloat())
+               : comparison.texts(value, right);
 }
 
 const ZEL_Parm *findControl(const ZEL_ParmList &list, const KIT_StringRef &name, int &component)
@@ -146,7 +147,7 @@ void readControl(KIT_String &value, const ZEL_Parm &control, int component, cons
     }
 }
 
-bool holds(const KIT_String &left, const KIT_String &right, ZEL_ConditionalOperator op,
+bool holds(const KIT_String &left, const Right &right, ZEL_ConditionalOperator op,
            const Question &question)
 {
     const Comparison &comparison = comparisonOf(op);
@@ -162,15 +163,15 @@ bool holds(const KIT_String &left, const KIT_String &right, ZEL_ConditionalOpera
     if (!control || (question.ignored && question.ignored->find(control->getToken()) >= 0)) {
         return comparison.missingFlag;
     }
-    readControl(value, *control, component, right, question);
+    readControl(value, *control, component, right.text, question);
     return compare(value, right, comparison);
 }
 
 bool holds(const ZEL_ConditionalInfo &info, const Question &question)
 {
     for (int i = 0; i < info.entries(); i++) {
-        if (!holds(info.getControlParms()(i), info.getControlValues()(i), info.getOperators()(i),
-                   question)) {
+        const Right right{info.getControlValues()(i), info.getPattern(i)};
+        if (!holds(info.getControlParms()(i), right, info.getOperators()(i), question)) {
             return false;
         }
     }

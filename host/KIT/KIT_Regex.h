@@ -12,20 +12,25 @@
 ///             Nothing is reported.
 /// Cost:       linear in the text for every pattern, so that patterns may come from files.
 ///             Compiling costs far more than a match: keep the object for repeated use. A
-///             pattern takes at most 8 MB, which are freed with it.
+///             pattern takes at most the bytes that it is given, 8 MB by default, which are freed
+///             with it; the fewer, the sooner a large one is given up.
 
 #pragma once
 
 #include <BAS/BAS_API.h>
 #include <KIT/KIT_StringHolder.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 
 class KIT_API KIT_Regex
 {
 public:
+    static constexpr std::size_t theMaxBytes = 8 << 20;
+
     /// Null is the empty pattern, which matches the empty text.
-    explicit KIT_Regex(const char *pattern);
+    explicit KIT_Regex(const char *pattern, std::size_t maxBytes = theMaxBytes);
     ~KIT_Regex();
     KIT_Regex(KIT_Regex &&) noexcept;
     KIT_Regex &operator=(KIT_Regex &&) noexcept;
@@ -33,6 +38,12 @@ public:
     bool isValid() const;
     /// Why the pattern isn't valid; empty if it is.
     const KIT_StringHolder &getErrorText() const { return myErrorText; }
+    /// Whether it isn't valid because it would take more than its bytes.
+    bool isTooLarge() const { return myTooLargeFlag; }
+    /// About what the compiled pattern takes before its first match; 0 if it isn't valid.
+    std::int64_t getMemoryUsage() const;
+    /// How many patterns this process has compiled.
+    static std::int64_t getCompileCount();
 
     /// Whether the pattern matches the whole text. A null text is the empty one.
     bool match(const char *text) const;
@@ -42,4 +53,5 @@ private:
 
     std::unique_ptr<Compiled> myCompiled; // null: not valid
     KIT_StringHolder myErrorText;
+    bool myTooLargeFlag = false;
 };

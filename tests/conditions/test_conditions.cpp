@@ -7,6 +7,7 @@
 #include <data/DataParm.h>
 
 #include <BAS/BAS_Thread.h>
+#include <KIT/KIT_Regex.h>
 #include <KIT/KIT_StringArray.h>
 #include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_Manager.h>
@@ -341,6 +342,64 @@ TEST(Conditions, EvaluateOnManyThreads)
         thread.join();
     }
     EXPECT_EQ(wrong, 0);
+}
+
+TEST(Conditions, CompileARegularExpressionOnce)
+{
+    AnsweringOwner owner;
+    owner.answers["value()"] = "abc3";
+    const ConditionList fixture(&owner);
+    const auto eval = [&](const ZEL_Conditional &conditional) {
+        return conditional.eval(*fixture.list.getParmPtr(0), fixture.list, nullptr);
+    };
+    const auto compiled = [](const auto &work) {
+        const std::int64_t before = KIT_Regex::getCompileCount();
+        work();
+        return KIT_Regex::getCompileCount() - before;
+    };
+    takeMessages();
+    // Copies and items share what has no number in it; "[" is tried once too.
+    const ZEL_Conditional block("{ value() !~ abc[0-9] } { value() =~ [ } { value() =~ abc# }",
+                                ZEL_CONDTYPE_HIDE);
+    std::vector<std::unique_ptr<ZEL_Conditional>> items;
+    for (int i = 0; i < 4; ++i) {
+        items.emplace_back(block.instance({i}));
+        items.push_back(std::make_unique<ZEL_Conditional>(*items.back()));
+    }
+    const auto evalAll = [&] {
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < 3; ++thread) {
+            threads.emplace_back([&] {
+                for (std::size_t i = 0; i < items.size(); ++i) {
+                    EXPECT_EQ(eval(*items[i]), i / 2 == 3);
+                }
+            });
+        }
+        for (std::thread &thread : threads) {
+            thread.join();
+        }
+    };
+    EXPECT_EQ(compiled([] { ZEL_Conditional("{ a =~ b }", ZEL_CONDTYPE_HIDE); }), 0);
+    EXPECT_EQ(compiled(evalAll), 2 + 4);
+    EXPECT_EQ(compiled(evalAll), 0);
+    EXPECT_EQ(takeMessages(), "");
+    {
+        // What is too large compares as false and is reported once for a block; a process that holds
+        // too much gives up patterns of items, and no others.
+        const ZEL_Conditional large("{ value() !~ `\\\\pL{200}#` } { value() =~ `\\\\pL{200}#` }",
+                                    ZEL_CONDTYPE_HIDE);
+        std::vector<std::unique_ptr<ZEL_Conditional>> larger;
+        for (int i = 0; i < 300; ++i) {
+            larger.emplace_back(large.instance({i}));
+            EXPECT_FALSE(eval(*larger.back()));
+        }
+        EXPECT_EQ(takeMessages(), "ZEL 26; ZEL 26");
+        const std::unique_ptr<ZEL_Conditional> item(block.instance({3}));
+        EXPECT_EQ(compiled([&] { EXPECT_FALSE(eval(*item)); }), 0);
+        EXPECT_TRUE(eval(ZEL_Conditional("{ value() =~ abc. }", ZEL_CONDTYPE_HIDE)));
+        EXPECT_EQ(takeMessages(), "ZEL 26");
+    }
+    EXPECT_TRUE(eval(*std::unique_ptr<ZEL_Conditional>(block.instance({3}))));
 }
 
 TEST(ConditionGroups, HoldOneOfEachType)
