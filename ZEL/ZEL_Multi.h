@@ -39,7 +39,6 @@
 /// child's name, the item is without that child in every operation.
 #pragma once
 
-#include <BAS/BAS_Relaxed.h>
 #include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_Float.h>
 
@@ -174,8 +173,8 @@ public:
     const KIT_ValArray<int> *getInstanceIndex() const { return myInstanceIndex.get(); }
     ///@}
 
-    /// True while any multi-parameter adds or removes parameters.
-    static bool getIsAddingOrRemovingParms() { return BASload(theIsAddingOrRemovingParms); }
+    /// True while the calling thread adds or removes parameters of any multi-parameter.
+    static bool getIsAddingOrRemovingParms() { return theIsAddingOrRemovingParms; }
 
     // ------------------------------------------------------------------ //
     /// \name Instance numbers into a name; see `ZELinstanceString`
@@ -255,5 +254,5 @@ private:
     std::unique_ptr<KIT_ValArray<int>> myInstanceIndex;
     bool myBusy = false;
 
-    static bool theIsAddingOrRemovingParms;
+    static __thread bool theIsAddingOrRemovingParms __attribute__((tls_model("initial-exec")));
 };

@@ -851,7 +851,7 @@ public:
         return theSettings.alwaysHarden ? ZEL_ADDKEY_HARDEN : addKey;
     }
 
-    /// True while any multi-parameter adds or removes parameters.
+    /// True while the calling thread adds or removes parameters of any multi-parameter.
     static bool getIsAddingOrRemovingMultiParms();
     /// Replaces the `#` marks of a name by instance numbers; see `ZEL_Multi::instanceString`.
     static void instanceMultiString(KIT_WorkBuffer &out, const KIT_StringRef &name,

@@ -411,8 +411,8 @@ public:
     /// \name Statics
     // ------------------------------------------------------------------ //
     ///@{
-    /// `isLoading` is true between the other two, while lists are being made or loaded in this
-    /// process. Pairs nest; any thread.
+    /// `isLoading` is true between the other two, while the calling thread makes or loads lists.
+    /// Pairs nest, and both calls come from one thread; other threads aren't affected.
     static void beginLoading();
     static void endLoading();
     static bool isLoading();

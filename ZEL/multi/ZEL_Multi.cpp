@@ -17,7 +17,7 @@
 #include <cstring>
 #include <limits>
 
-bool ZEL_Multi::theIsAddingOrRemovingParms = false;
+__thread bool ZEL_Multi::theIsAddingOrRemovingParms = false;
 __thread int ZEL_Multi::KeepItems::theCount = 0;
 
 namespace

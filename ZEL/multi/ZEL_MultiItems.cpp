@@ -22,16 +22,15 @@
 class ZEL_Multi::Changing
 {
 public:
-    explicit Changing(ZEL_Multi &multi)
-        : myMulti(multi), myOuterFlag(BASload(theIsAddingOrRemovingParms))
+    explicit Changing(ZEL_Multi &multi) : myMulti(multi), myOuterFlag(theIsAddingOrRemovingParms)
     {
         myMulti.myBusy = true;
-        BASstore(theIsAddingOrRemovingParms, true);
+        theIsAddingOrRemovingParms = true;
     }
     ~Changing()
     {
         myMulti.myBusy = false;
-        BASstore(theIsAddingOrRemovingParms, myOuterFlag);
+        theIsAddingOrRemovingParms = myOuterFlag;
     }
     Changing(const Changing &) = delete;
     Changing &operator=(const Changing &) = delete;

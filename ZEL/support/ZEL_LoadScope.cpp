@@ -1,3 +1,3 @@
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
 
-std::atomic<int> ZEL_LoadScope::theCount{0};
+__thread int ZEL_LoadScope::theCount = 0;

@@ -1,14 +1,13 @@
 /// \file ZEL_LoadScopePrivate.h
-/// While one lives, lists are being created or loaded in this process.
+/// While one lives, its thread creates or loads lists.
 ///
-/// Threads:    any. The count is the process's, not the thread's: a scope on one thread is seen by all.
-/// Cost:       one atomic addition at each end; isLoading is a plain read.
+/// Threads:    any. The count is the thread's: a scope on one thread is seen by no other, whose lists
+///             are checked as ever.
+/// Cost:       one addition at each end; isLoading is a plain read.
 ///
 /// Scopes nest. Code that must not run while values are read back (access checks, takes, checks of
 /// names) checks isLoading.
 #pragma once
-
-#include <atomic>
 
 class ZEL_LoadScope
 {
@@ -18,11 +17,11 @@ public:
     ZEL_LoadScope(const ZEL_LoadScope &) = delete;
     ZEL_LoadScope &operator=(const ZEL_LoadScope &) = delete;
 
-    static bool isLoading() { return theCount.load(std::memory_order_relaxed) != 0; }
+    static bool isLoading() { return theCount != 0; }
     /// For pairs that can't be a scope.
-    static void begin() { theCount.fetch_add(1, std::memory_order_relaxed); }
-    static void end() { theCount.fetch_sub(1, std::memory_order_relaxed); }
+    static void begin() { ++theCount; }
+    static void end() { --theCount; }
 
 private:
-    static std::atomic<int> theCount;
+    static __thread int theCount __attribute__((tls_model("initial-exec")));
 };

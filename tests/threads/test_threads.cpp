@@ -2,6 +2,8 @@
 // meant for the thread sanitizer; without it they still compare the results.
 
 #include <common/ListFixture.h>
+#include <multi/MultiList.h>
+#include <scripts/DialogText.h>
 
 #include <BAS/BAS_Thread.h>
 #include <ZEL/ZEL_ORCallback.h>
@@ -9,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -198,4 +202,59 @@ TEST(Threads, OverrideDisablingIsPerThread)
         }
     });
     ZEL_ParmList::setORCallback(nullptr);
+}
+
+namespace
+{
+
+/// Runs work on a thread of its own while an item is being added.
+class InterruptingOwner : public TestOwner
+{
+public:
+    std::function<void()> work;
+
+    void multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms) override
+    {
+        EXPECT_TRUE(ZEL_Parm::getIsAddingOrRemovingMultiParms());
+        std::thread(work).join();
+        TestOwner::multiItemCreated(parms);
+    }
+};
+
+} // namespace
+
+TEST(Threads, LoadAndGrowForThemselves)
+{
+    // Not loading: surplus backslashes leave a menu's tokens, and a list without permissions can't
+    // be written.
+    const std::string script =
+        "{ name top parm { name p menu { \"a" + std::string(10, '\\') + "b\" A } } }";
+    const auto work = [&] {
+        EXPECT_FALSE(ZEL_ParmList::isLoading());
+        EXPECT_FALSE(ZEL_Parm::getIsAddingOrRemovingMultiParms());
+        MultiList own;
+        own.build(2.0);
+        EXPECT_EQ(own.text(), "points=2 pt1=0 pt2=0");
+        own.list->setPermissions(0);
+        EXPECT_FALSE(own.parm("pt1").canAccess(~0u));
+        EXPECT_FALSE(own.parm("pt1").setChannelAlias("other", 0));
+    };
+    InterruptingOwner owner;
+    owner.work = [&] {
+        work();
+        EXPECT_EQ(Dialog(script).dump(), "p FLT menu4097(ab/A)");
+    };
+    MultiList grown;
+    grown.top.addMulti(ZEL_MULTITYPE_LIST, "points", grown.items.templates());
+    grown.buildTop(&owner);
+    ZEL_ParmList::beginLoading();
+    grown.setCount(1.0);
+    ZEL_ParmList::endLoading();
+    EXPECT_EQ(grown.text(), "points=1 pt1=0");
+    together([&](int) {
+        for (int i = 0; i < 20; ++i) {
+            work();
+        }
+    });
+    work();
 }
