@@ -404,7 +404,7 @@ public:
     ///@{
     /// The index isn't checked.
     TRK_Channel *getChannel(int index) const { return myChannels[index]; }
-    void setChannel(int index, TRK_Channel *channel) { myChannels[index] = channel; }
+    void setChannel(int index, TRK_Channel *channel);
     /// How many components have a channel.
     int getChannelCount() const;
     /// Links the collection's channel with the component's token, or creates it.

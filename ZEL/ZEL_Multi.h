@@ -198,6 +198,8 @@ protected:
     ZEL_Multi(const ZEL_Multi &source, ZEL_Parm *parm);
 
 private:
+    friend class ZEL_ParmList;
+
     class Changing;
     class ItemSteps;
     class LeavingItem;
@@ -253,6 +255,7 @@ private:
     std::vector<std::uint32_t> myDefaultStringEnd;
     std::unique_ptr<KIT_ValArray<int>> myInstanceIndex;
     bool myBusy = false;
+    mutable bool myPassed = false; // for ZEL_ParmList::doAllChildrenFollow
 
     static __thread bool theIsAddingOrRemovingParms __attribute__((tls_model("initial-exec")));
 };

@@ -49,7 +49,7 @@ ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
     try {
         if (const TRK_Collection *collection = getChannelGroupPtr()) {
             for (int i = 0; i < size; ++i) {
-                myChannels[i] = collection->getChannel(getChannelToken(i));
+                setChannel(i, collection->getChannel(getChannelToken(i)));
             }
         }
     } catch (...) {

@@ -102,7 +102,7 @@ void ZEL_Instance::internalAddChannel(int index, const char *expression, TRK_Exp
     const KIT_StringHolder &token = getChannelToken(index);
     TRK_Channel *channel = collection->getChannel(token);
     if (channel) {
-        myChannels[index] = channel;
+        setChannel(index, channel);
     } else {
         channel = collection->addChannel(token);
         if (!channel) {
@@ -110,6 +110,7 @@ void ZEL_Instance::internalAddChannel(int index, const char *expression, TRK_Exp
             return;
         }
         myChannels[index] = channel;
+        getParmList()->myChannelSource.channelMade(channel);
         setDefaultChannelValue(channel, index);
         const KIT_StringHolder &alias = getChannelAlias(index);
         if (alias != token) {
@@ -122,6 +123,15 @@ void ZEL_Instance::internalAddChannel(int index, const char *expression, TRK_Exp
     channel->clearPending();
 }
 
+void ZEL_Instance::setChannel(int index, TRK_Channel *channel)
+{
+    myChannels[index] = channel;
+    ZEL_ParmList *list = channel ? getParmList() : nullptr;
+    if (list) {
+        list->myChannelSource.channelLinked(channel);
+    }
+}
+
 bool ZEL_Instance::removeChannel(int index)
 {
     TRK_Channel *channel = channelAt(index);
@@ -129,8 +139,8 @@ bool ZEL_Instance::removeChannel(int index)
         return false;
     }
     myChannels[index] = nullptr;
-    if (TRK_Collection *collection = getChannelGroupPtr()) {
-        collection->deleteChannel(channel);
+    if (getChannelGroupPtr()) {
+        getParmList()->myChannelSource.deleteReleased(channel);
     }
     return true;
 }
@@ -158,7 +168,7 @@ void ZEL_Instance::adoptChannels(ZEL_Instance &source)
             // couldn't use its name.
             removeChannel(i);
         }
-        myChannels[i] = channel;
+        setChannel(i, channel);
         if (channel) {
             channel->dirtyExprCache();
             if (collection) {
@@ -186,7 +196,7 @@ int ZEL_Instance::channelPtrModified(const KIT_StringRef &token)
     if (!validIndex(index)) {
         return 0;
     }
-    myChannels[index] = collection->getChannel(token);
+    setChannel(index, collection->getChannel(token));
     return 1;
 }
 
@@ -205,7 +215,7 @@ bool ZEL_Instance::reloadChannelPtr(TRK_Collection &collection, int index)
             collection.renameChannel(channel, token);
         }
     }
-    myChannels[index] = channel;
+    setChannel(index, channel);
     return channel != nullptr;
 }
 
@@ -390,7 +400,7 @@ void ZEL_Instance::loadTokenAsChannelNameOrExpression(const char *token, int ind
             channel = collection->getChannel(getChannelToken(index));
         }
         if (channel) {
-            myChannels[index] = channel;
+            setChannel(index, channel);
             return;
         }
     }

@@ -497,6 +497,10 @@ bool ZEL_Multi::removeParms(int item)
 /// allocates nothing.
 void ZEL_Multi::removeStrayParms(int firstItem, int lastItem)
 {
+    ZEL_ParmList *list = getParmList();
+    if (list->myChildrenFollow) {
+        return; // destroyed from the end: they are gone
+    }
     const bool isAll = firstItem == 0;
     std::unordered_set<const ZEL_Template *> leaving;
     for (int item = firstItem; !isAll && item <= lastItem; ++item) {
@@ -504,7 +508,6 @@ void ZEL_Multi::removeStrayParms(int firstItem, int lastItem)
             leaving.insert(&myItemTemplates[std::size_t(item)][std::size_t(child)]);
         }
     }
-    ZEL_ParmList *list = getParmList();
     for (int i = list->getEntries(); i-- > 0;) {
         const ZEL_Parm *parm = list->getParmPtr(i);
         if (parm && parm->getMultiParmOwner() == this &&

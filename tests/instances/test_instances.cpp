@@ -2,6 +2,7 @@
 
 #include <common/TestOwner.h>
 #include <instances/InstanceRig.h>
+#include <multi/MultiList.h>
 
 #include <KIT/KIT_Color.h>
 #include <ZEL/ZEL_ConstMicroNode.h>
@@ -11,6 +12,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <random>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -559,4 +562,41 @@ TEST(Instances, ConstNodesStandFirstAmongTheOutputs)
     node.setDirty(false, false);
     node.dump(text, nullptr, 1);
     EXPECT_EQ(text.str(), "  ZEL_ParmMicroNode\n    myParm(p:0)\n");
+}
+
+TEST(Instances, NoComponentKeepsADeletedChannel)
+{
+    // However channels come into components: made, linked, renamed, or found again by name.
+    std::mt19937 random(5);
+    const char *const names[] = {"a", "b", "c"};
+    for (int round = 0; round < 300; ++round) {
+        MultiList p;
+        for (const char *name : names) {
+            p.top.add(ZEL_FLT, 1, name);
+        }
+        p.buildTop();
+        for (int step = 0; step < 12; ++step) {
+            const char *const name = names[random() % 3];
+            ZEL_Instance &one = *p.parm(name).getInstance();
+            const int count = p.channels.entries();
+            TRK_Channel *any =
+                count > 0 ? p.channels.getChannel(int(random() % unsigned(count))) : nullptr;
+            switch (random() % 6) {
+            case 0: one.addChannel(0); break;
+            case 1: one.removeChannel(0); break;
+            case 2: one.setChannel(0, any); break;
+            case 3: p.channels.renameChannel(any, names[random() % 3]); break;
+            case 4: p.channels.deleteChannel(any); break;
+            case 5: one.channelPtrModified(name); break;
+            }
+            std::set<const TRK_Channel *> alive = {nullptr};
+            for (int i = 0; i < p.channels.entries(); ++i) {
+                alive.insert(p.channels.getChannel(i));
+            }
+            for (const char *each : names) {
+                const TRK_Channel *held = p.parm(each).getInstance()->getChannel(0);
+                ASSERT_EQ(alive.count(held), 1u) << "round " << round << ", step " << step;
+            }
+        }
+    }
 }
