@@ -25,15 +25,16 @@
 /// neighbouring items. Items are created and removed lazily, on the next read or load after the
 /// value changed.
 ///
-/// No read takes a parameter away while code of the library holds one: within an expression or a
-/// `KeepItems` scope items are only added, since whoever reads may belong to a surplus item (and in
-/// a load not even that, if an item would take over the name of another parameter). The library
-/// opens such a scope wherever it calls the application (event handlers, owners, override
-/// providers, menus, conditions, visitors, listeners) and wherever it reads one parameter for
-/// another one. So what is called from there may read any count and, outside of an evaluation,
-/// change it, by its value or by the operations below; insertion, removal and exchange then don't
-/// count the surplus as items, and the next outermost read removes it. It must not destroy
-/// parameters by itself, as by a new set of spare parameters.
+/// No read takes a parameter away while code of the library holds one: within an expression, a
+/// listener of channels or a `KeepItems` scope items are only added, since whoever reads may belong
+/// to a surplus item (and in a load not even that, if an item would take over the name of another
+/// parameter). The library opens such a scope wherever it calls the application (event handlers,
+/// owners, override providers, menus, conditions, visitors, listeners, resolvers of paths, data
+/// items) and wherever it reads one parameter for another one. So what is called from there may
+/// read any count and, outside of an evaluation, change it, by its value or by the operations
+/// below; insertion, removal and exchange then don't count the surplus as items, and the next
+/// outermost read removes it. It must not destroy parameters by itself, as by a new set of spare
+/// parameters.
 ///
 /// A child of an item is a parameter that this multi-parameter made. If another parameter has the
 /// child's name, the item is without that child in every operation.

@@ -259,6 +259,8 @@ void ZEL_Data::expandJSONMap(ZEL_ParmList *list, double time, int index, int thr
 {
     bool timeDependent = false;
     {
+        // The texts' variables may be the application's.
+        const ZEL_Multi::KeepItems keep;
         TRK_EvalContext::Scope context(thread);
         context.setCollection(getChannelGroupPtr());
         context.setChannelName(getChannelToken(index).nonNullStr());
@@ -370,6 +372,7 @@ void ZEL_Data::setValue(double time, const char *, TRK_StringMeaning, bool, int 
 std::int64_t ZEL_Data::getMemoryUsage(bool inclusive) const
 {
     std::int64_t bytes = ZEL_Instance::getMemoryUsage(false);
+    const ZEL_Multi::KeepItems keep;
     for (int i = 0; i < getVectorSize(); ++i) {
         const Item item = fetch(i);
         bytes += item ? item->getMemoryUsage() : 0;

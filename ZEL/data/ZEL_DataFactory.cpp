@@ -3,6 +3,7 @@
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_DataItem.h>
+#include <ZEL/ZEL_Multi.h>
 
 #include <ostream>
 #include <string>
@@ -41,6 +42,7 @@ std::shared_ptr<const ZEL_DataItem> ZEL_DataFactory::parseAscii(const char *type
                                                                 KIT_IStream &stream)
 {
     ZEL_DataFactory *factory = findFactory(type);
+    const ZEL_Multi::KeepItems keep;
     return factory ? factory->parseAscii(stream) : nullptr;
 }
 
@@ -48,6 +50,7 @@ std::shared_ptr<const ZEL_DataItem> ZEL_DataFactory::parseBinary(const char *typ
                                                                  KIT_IStream &stream)
 {
     ZEL_DataFactory *factory = findFactory(type);
+    const ZEL_Multi::KeepItems keep;
     return factory ? factory->parseBinary(stream) : nullptr;
 }
 
@@ -80,6 +83,7 @@ bool ZEL_DataFactory::saveTypedAscii(const std::shared_ptr<const ZEL_DataItem> &
     if (!item) {
         return true;
     }
+    const ZEL_Multi::KeepItems keep;
     os << item->getDataTypeToken() << ':';
     return item->saveAscii(os);
 }

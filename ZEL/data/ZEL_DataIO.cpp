@@ -9,6 +9,7 @@
 #include <KIT/KIT_Write.h>
 #include <ZEL/ZEL_DataFactory.h>
 #include <ZEL/ZEL_DataItem.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 
 #include <algorithm>
@@ -82,6 +83,7 @@ bool ZEL_Data::saveAscii(std::ostream &os) const
 bool ZEL_Data::saveBinary(std::ostream &os) const
 {
     bool good = true;
+    const ZEL_Multi::KeepItems keep;
     ZEL_ValueFrames::saveBinary(*this, os, dataClassId(), [&](KIT_Packet &packet, int index) {
         const Item typed = itemToSave(index);
         constexpr bool binary = true;

@@ -145,11 +145,14 @@ void ZEL_Utils::flagMultiParmInstances(const ZEL_ParmList &list, ZEL_Parm *multi
                                        KIT_BitArray &bits)
 {
     const int items = multi ? multi->getMultiParmNumItems() : 0;
+    const int children = multi ? multi->getMultiParmInstancesPerItem() : 0;
     for (int item = 0; item < items; item++) {
-        int index = -1;
-        const ZEL_Parm *parm = list.getParmPtr(multi->getMultiParmToken(0, item), index);
-        if (parm && parm->getMultiParmOwner() == multi->getInstance()) {
-            bits.setBits(index, multi->getMultiParmInstancesPerItem(), true);
+        for (int child = 0; child < children; child++) {
+            int index = -1;
+            const ZEL_Parm *parm = list.getParmPtr(multi->getMultiParmToken(child, item), index);
+            if (parm && parm->getMultiParmOwner() == multi->getInstance()) {
+                bits.setBit(index, true);
+            }
         }
     }
 }

@@ -5,6 +5,7 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_String.h>
+#include <TRK/TRK_EventManager.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_InstanceString.h>
 #include <ZEL/ZEL_Parm.h>
@@ -188,7 +189,7 @@ int ZEL_Multi::wantedCount() const
 
 bool ZEL_Multi::areItemsKept()
 {
-    return KeepItems::isOpen() || TRK_Manager::isEvaluating();
+    return KeepItems::isOpen() || TRK_Manager::isEvaluating() || TRK_EventManager::isDelivering();
 }
 
 /// Whether following the value now could destroy a parameter in use.

@@ -18,6 +18,8 @@ void ZEL_String::forceStringExpressions(TRK_Channel *channel)
 void ZEL_String::buildOpDependencies(const ZEL_RefId &id, int thread)
 {
     const TRK_Collection *collection = getChannelGroupPtr();
+    // The collection's resolver, which is asked and told of them, may be the application's.
+    const ZEL_Multi::KeepItems keep;
     for (int i = getVectorSize() - 1; collection && i >= 0; --i) {
         if (TRK_Channel *channel = getChannel(i)) {
             forceStringExpressions(channel);

@@ -3,6 +3,27 @@
 #include <algorithm>
 #include <unordered_set>
 
+namespace
+{
+
+thread_local int theDeliveries = 0;
+
+/// While it lives, handlers run on this thread.
+struct Delivering
+{
+    Delivering() { ++theDeliveries; }
+    ~Delivering() { --theDeliveries; }
+    Delivering(const Delivering &) = delete;
+    Delivering &operator=(const Delivering &) = delete;
+};
+
+} // namespace
+
+bool TRK_EventManager::isDelivering()
+{
+    return theDeliveries > 0;
+}
+
 bool TRK_EventManager::isWatched() const
 {
     return myWatchers.load(std::memory_order_relaxed) > 0;
@@ -117,6 +138,7 @@ void TRK_EventManager::deliver(const std::vector<TRK_Channel *> &channels, Liste
                 channel = delivery.channels[i];
             }
             if (channel != nullptr) {
+                const Delivering delivering;
                 listener.handler(listener.data, channel);
             }
         }

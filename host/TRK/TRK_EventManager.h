@@ -30,6 +30,8 @@ public:
     /// Ends a batch; the outermost one delivers each changed channel once, in order of change.
     void endHandlingEvents();
     int depth() const { return myDepth.load(std::memory_order_relaxed); }
+    /// Whether a handler is running on the calling thread.
+    static bool isDelivering();
 
     void addListener(void *data, Handler handler);
     void removeListener(void *data, Handler handler);

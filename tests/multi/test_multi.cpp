@@ -2,12 +2,20 @@
 
 #include "MultiList.h"
 
+#include <KIT/KIT_BitArray.h>
+#include <KIT/KIT_JSONValueMap.h>
+#include <TRK/TRK_EventManager.h>
+#include <TRK/TRK_ValueSource.h>
 #include <ZEL/ZEL_Conditional.h>
+#include <ZEL/ZEL_KeyValueDictDataItem.h>
+#include <ZEL/ZEL_RefId.h>
+#include <ZEL/ZEL_Utils.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <sstream>
 
 // ---------------------------------------------------------------------- //
 // The value makes items
@@ -176,6 +184,31 @@ TEST(MultiCount, NoReadTakesAParameterThatIsInUse)
         }
         MultiList *p = nullptr;
     };
+    struct ReadingResolver : TRK_PathResolver
+    {
+        explicit ReadingResolver(MultiList &list) : p(list) { p.channels.setPathResolver(this); }
+        ~ReadingResolver() override { p.channels.setPathResolver(nullptr); }
+        TRK_Collection *findCollection(const KIT_StringRef &) override
+        {
+            p.eval("points");
+            return &p.channels;
+        }
+        bool getVariable(const KIT_StringRef &, KIT_String &) override
+        {
+            p.eval("points");
+            return false;
+        }
+        void getPath(KIT_WorkBuffer &) override {}
+        MultiList &p;
+    };
+    struct ReadingItem : ZEL_KeyValueDictDataItem
+    {
+        explicit ReadingItem(MultiList &list) : p(list) {}
+        bool saveAscii(std::ostream &) const override { return p.eval("points") > 0.0; }
+        bool saveBinary(std::ostream &) const override { return p.eval("points") > 0.0; }
+        std::int64_t getMemoryUsage() const override { return std::int64_t(p.eval("points")); }
+        MultiList &p;
+    };
     struct Case
     {
         const char *name;
@@ -186,6 +219,9 @@ TEST(MultiCount, NoReadTakesAParameterThatIsInUse)
                      ZEL_KEYSET_PREFERENCE);
     };
     const auto react = [](void *data, TRK_CHANGE_TYPE, int) {
+        static_cast<MultiList *>(data)->eval("points");
+    };
+    const auto hear = [](void *data, TRK_Channel *) {
         static_cast<MultiList *>(data)->eval("points");
     };
     const Case cases[] = {
@@ -213,11 +249,48 @@ TEST(MultiCount, NoReadTakesAParameterThatIsInUse)
              item.revertToDefaults(0.0);
              p.list->setEventHandler(nullptr, nullptr);
          }},
+        {"listener of channels",
+         [&](MultiList &p, ZEL_Parm &, ZEL_Parm &item) {
+             item.setExpression(0.0, "1+2", TRK_LANGUAGE_NATIVE, 0, true, true, false);
+             TRKgetEventManager().addListener(&p, hear);
+             item.setValue(0.0, 5.0, true, 0, ZEL_ADDKEY_PENDING, true);
+             TRKgetEventManager().removeListener(&p, hear);
+         }},
+        {"variable of a dictionary",
+         [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
+             auto *map = new KIT_JSONValueMap;
+             map->insert("key", KIT_JSONValue("$LOOK"));
+             ZEL_Parm &item = p.parm("d3");
+             item.setValue(0.0, std::make_shared<ZEL_KeyValueDictDataItem>(map), false, 0,
+                           ZEL_ADDKEY_PENDING, false);
+             const ReadingResolver resolver(p);
+             KIT_JSONValueMap expanded;
+             item.getValue(0.0, expanded, 0, true, BASgetSTID());
+         }},
+        {"data item that is saved",
+         [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
+             ZEL_Parm &item = p.parm("d3");
+             item.setValue(0.0, std::make_shared<ReadingItem>(p), false, 0, ZEL_ADDKEY_PENDING,
+                           false);
+             std::ostringstream os;
+             p.list->saveSingle(&item, os, true);
+             item.getMemoryUsage(true);
+             p.list->save(os, false, false);
+         }},
+        {"path of a text",
+         [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
+             ZEL_Parm &item = p.parm("s3");
+             item.setValue(0.0, "/obj/a", TRK_MEANING_LITERAL, false, 0, ZEL_ADDKEY_PENDING, false);
+             const ReadingResolver resolver(p);
+             item.buildOpDependencies(ZEL_RefId(0, 0), BASgetSTID());
+         }},
     };
     for (const Case &c : cases) {
         MultiList p;
         CookingOwner owner;
         owner.p = &p;
+        p.items.add(ZEL_STRING, 1, "s#");
+        p.items.add(ZEL_KEY_VALUE_DICT, 1, "d#");
         p.top.addMulti(ZEL_MULTITYPE_LIST, "points", p.items.templates());
         p.buildTop(&owner);
         p.setCount(3.0);
@@ -226,7 +299,7 @@ TEST(MultiCount, NoReadTakesAParameterThatIsInUse)
         EXPECT_EQ(3, p.multi().getMultiParmNumItems()) << c.name;
         p.set("points", 1.0);
         p.eval("points");
-        EXPECT_EQ("points=1 pt1=0", p.text()) << c.name;
+        EXPECT_EQ("points=1 pt1=0 s1=0 d1=0", p.text()) << c.name;
         p.list.reset();
     }
 }
@@ -810,6 +883,9 @@ TEST(MultiClash, OnlyWhatAMultiMadeIsItsChild)
         ZEL_Multi &multi = p.multi(name);
         ZEL_Parm &parm = p.parm(name);
         EXPECT_EQ(nullptr, parm.getMultiParm(1));
+        KIT_BitArray flagged(p.list->getEntries());
+        ZEL_Utils::flagMultiParmInstances(*p.list, &parm, flagged);
+        EXPECT_EQ(1, flagged.numBitsSet()) << c.other;
         parm.insertMultiParmItem(0, true);
         EXPECT_NE(std::string::npos, p.owner.takeCalls().find("multiItemCreated pt1"));
         p.set("q2", 4.0);

@@ -8,6 +8,7 @@
 #include <KIT/KIT_Ramp.h>
 #include <KIT/KIT_TokenString.h>
 #include <TRK/TRK_EvalContext.h>
+#include <TRK/TRK_EventManager.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Conditional.h>
@@ -157,6 +158,7 @@ public:
 
 private:
     static void handle(void *data, TRK_CHANGE_TYPE, int) { static_cast<World *>(data)->react(); }
+    static void hear(void *data, TRK_Channel *) { static_cast<World *>(data)->listen(); }
     static void generate(void *data, ZEL_Name *names, int, const ZEL_SpareData *, const ZEL_Parm *)
     {
         if (data) {
@@ -174,6 +176,7 @@ private:
     void describe();
     void react();
     void look();
+    void listen();
     void readAll();
     void touch(const KIT_ValArray<ZEL_Parm *> &parms);
     ZEL_Parm *any();
@@ -229,6 +232,7 @@ World::World(unsigned seed) : myRandom(seed)
     list = std::make_unique<ZEL_ParmList>(myTop.templates(), &myChannels, this, nullptr, "", false);
     setParmList(list.get());
     list->setEventHandler(this, handle);
+    TRKgetEventManager().addListener(this, hear);
     guard();
     takeMessages();
     myQuietFlag = false;
@@ -237,6 +241,7 @@ World::World(unsigned seed) : myRandom(seed)
 World::~World()
 {
     myQuietFlag = true;
+    TRKgetEventManager().removeListener(this, hear);
     list.reset();
 }
 
@@ -358,6 +363,16 @@ void World::look()
         ++myDepth;
         readAll();
         --myDepth;
+    }
+}
+
+/// The channel that changes mustn't be removed: nobody reacts.
+void World::listen()
+{
+    if (!myQuietFlag && list && oneIn(4)) {
+        myQuietFlag = true;
+        readAll();
+        myQuietFlag = false;
     }
 }
 
