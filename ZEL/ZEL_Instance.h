@@ -67,18 +67,19 @@ class ZEL_Value;
 /// Bits of the instance flags. Stored (bit 0x8): append only.
 enum ZEL_InstanceFlag : std::uint32_t
 {
-    ZEL_INST_EXPRESSION = 0x8,        ///< in expression state
-    ZEL_INST_UNDO_SAVED = 0x10,       ///< undo has saved this one
-    ZEL_INST_ACTIVE_TAKE = 0x20,      ///< active in the current take
-    ZEL_INST_ALWAYS_TAKE = 0x40,      ///< always in the take
-    ZEL_INST_SAVE_AUTOSCOPE = 0x80,   ///< autoscope field differs from the template's
-    ZEL_INST_SPARE = 0x100,           ///< a spare parameter
-    ZEL_INST_AUTO_TAKE_UNDO = 0x400,  ///< auto-take undo has saved this one
-    ZEL_INST_DEFAULTS_INIT = 0x800,   ///< defaults have been applied
-    ZEL_INST_VALUE = 0x1000,          ///< value state
-    ZEL_INST_BYPASS = 0x2000,         ///< bypassed; only on spare parameters
-    ZEL_INST_SAVE_LABEL = 0x4000,     ///< label was changed and is saved
-    ZEL_INST_SAVE_AUTOSELECT = 0x8000 ///< autoselect field differs from the template's
+    ZEL_INST_EXPRESSION = 0x8,         ///< in expression state
+    ZEL_INST_UNDO_SAVED = 0x10,        ///< undo has saved this one
+    ZEL_INST_ACTIVE_TAKE = 0x20,       ///< active in the current take
+    ZEL_INST_ALWAYS_TAKE = 0x40,       ///< always in the take
+    ZEL_INST_SAVE_AUTOSCOPE = 0x80,    ///< autoscope field differs from the template's
+    ZEL_INST_SPARE = 0x100,            ///< a spare parameter
+    ZEL_INST_AUTO_TAKE_UNDO = 0x400,   ///< auto-take undo has saved this one
+    ZEL_INST_DEFAULTS_INIT = 0x800,    ///< defaults have been applied
+    ZEL_INST_VALUE = 0x1000,           ///< value state
+    ZEL_INST_BYPASS = 0x2000,          ///< bypassed; only on spare parameters
+    ZEL_INST_SAVE_LABEL = 0x4000,      ///< label was changed and is saved
+    ZEL_INST_SAVE_AUTOSELECT = 0x8000, ///< autoselect field differs from the template's
+    ZEL_INST_LEAVING = 0x10000         ///< its list removes it together with others
 };
 
 class ZEL_API ZEL_Instance : public KIT_SmallObject<1, 1024, 0, 128>
@@ -385,6 +386,9 @@ public:
     bool getSaveAutoSelectFlag() const { return testFlag(ZEL_INST_SAVE_AUTOSELECT); }
     bool isSpareParm() const { return testFlag(ZEL_INST_SPARE); }
     void setSpareParm(bool flag) { setFlag(ZEL_INST_SPARE, flag); }
+    /// Set by the list: the parameter is removed at the end of the present rebuild.
+    bool isLeaving() const { return testFlag(ZEL_INST_LEAVING); }
+    void setLeaving() { setFlag(ZEL_INST_LEAVING, true); }
     bool getAutoTakeUndoSavedFlag() const { return testFlag(ZEL_INST_AUTO_TAKE_UNDO); }
     void setAutoTakeUndoSavedFlag(bool flag) { setFlag(ZEL_INST_AUTO_TAKE_UNDO, flag); }
     bool getDefaultsInitFlag() const { return testFlag(ZEL_INST_DEFAULTS_INIT); }

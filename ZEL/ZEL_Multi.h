@@ -121,6 +121,8 @@ public:
     void insertMultiParmItem(int item) override { insertInstanceBefore(item); }
     void removeMultiParmItem(int item) override { deleteInstance(item); }
     void destroyChildParms() override;
+    /// The same for items whose parameters the list has removed already.
+    void forgetItems();
 
     /// Creates or removes items at the end until `count` exist (0 for a negative count). Does
     /// nothing when called recursively, and removes none while they are kept. `evaluateChildren`

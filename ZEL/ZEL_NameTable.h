@@ -53,6 +53,8 @@ public:
     bool removeIfValue(const KIT_StringRef &name, int value);
     /// Decrements every value greater than `value`.
     void shiftAbove(int value);
+    /// Gives each value `v` the value `to[v]`.
+    void renumber(const std::int32_t *to);
 
     std::uint32_t entries() const { return myTable.entries(); }
     std::uint32_t capacity() const { return myTable.capacity(); }

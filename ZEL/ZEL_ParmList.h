@@ -184,8 +184,13 @@ public:
     /// event 4 is sent in advance for each parameter that is changed or removed. The old templates
     /// must live until the call returns; if it throws, some parameters use the new templates and
     /// the others still the old ones, so both must live until a later call succeeds. Callbacks may
-    /// read the list.
+    /// read the list; replaced parameters are removed when all new ones exist, then the others.
+    /// Costs time linear in the parameters.
     void updateSpareParmTemplates(ZEL_Template *templates, bool forceCopy);
+    /// Adds one spare parameter at the end, with its default, and leaves the others as they are;
+    /// `description` must live as long as a set's. Null if the token is taken, or if the
+    /// description makes no parameter; an exception adds nothing.
+    ZEL_Parm *addSpareParm(ZEL_Template &description);
     /// Takes over the state of an older list of the same node for parameters with the same token,
     /// and its collection, which `from` loses; channels that aren't taken over are deleted. For a
     /// list made with `buildDefaults` false; call `buildDelayedDefaults` afterwards.
@@ -473,7 +478,6 @@ private:
     template <class HasName>
     void giveNameBack(ZEL_NameTable &table, const KIT_StringRef &name, int index,
                       const HasName &hasName) const;
-    void forgetNames(const ZEL_Parm &parm, int index);
     std::unique_ptr<ZEL_Parm> createMultiInstanceParm(ZEL_Template &templateRef, bool spare,
                                                       const ZEL_Multi &multi);
     ZEL_Parm *placeMultiParm(std::unique_ptr<ZEL_Parm> made, const ZEL_Multi &multi, bool &isNew);
@@ -485,6 +489,17 @@ private:
     void keepOneOf(ZEL_Parm &old, int oldIndex, ZEL_Parm &made);
     void removeSpareParm(ZEL_Parm &parm, int index, double time, bool notify);
     void removeReplacedParm(const ZEL_Parm *parm, int index);
+    class TokenSet;
+    void remakeSpareParms(ZEL_Template *templates, bool forceCopy, double time, bool notify,
+                          TokenSet &wanted);
+    void makeSpareParms(ZEL_Template *templates, bool forceCopy, double time, bool notify,
+                        TokenSet &wanted);
+    void removeUnwantedSpareParms(const TokenSet &wanted, double time, bool notify);
+    class DeferredRemovals;
+    ZEL_Parm *findStayingParm(const KIT_StringRef &token, int &index);
+    void retireParm(ZEL_Parm &parm);
+    void removeParmEntries(const ZEL_Parm &parm, int index);
+    void takeOut(int index);
 
     struct Adoption;
     class ItemParms;
@@ -529,6 +544,7 @@ private:
     bool myUndoSaved = false;
     bool myAutoTakeUndoSaved = false;
     bool myChildrenFollow = false; // set while destroyed: no child is before its multi-parameter
+    bool myDeferRemovals = false;  // while spare parameters are rebuilt
     ChannelSource myChannelSource;
     Adoption *myAdoption = nullptr; // set while an older list is taken over
 

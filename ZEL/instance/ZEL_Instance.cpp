@@ -36,7 +36,7 @@ ZEL_Instance::ZEL_Instance(ZEL_Template *templatePtr, ZEL_Parm *parm)
 }
 
 ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
-    : myFlags(source.myFlags & ~(ZEL_INST_UNDO_SAVED | ZEL_INST_DEFAULTS_INIT)),
+    : myFlags(source.myFlags & ~(ZEL_INST_UNDO_SAVED | ZEL_INST_DEFAULTS_INIT | ZEL_INST_LEAVING)),
       myTemplate(source.myTemplate),
       myValue(source.myValue ? std::make_unique<ZEL_Value>(*source.myValue) : nullptr),
       myParm(parm), myMultiOwner(nullptr), myMicroNodes(nullptr), myConstMicroNodes(nullptr)

@@ -128,8 +128,8 @@ void ZEL_ParmList::giveNameBack(ZEL_NameTable &table, const KIT_StringRef &name,
         return;
     }
     for (int i = index; i-- > 0;) {
-        const ZEL_Template *description = myParms[i] ? myParms[i]->getTemplatePtr() : nullptr;
-        if (description && hasName(*description)) {
+        const ZEL_Instance *instance = myParms[i] ? myParms[i]->getInstance() : nullptr;
+        if (instance && !instance->isLeaving() && hasName(*instance->getTemplatePtr())) {
             table.insert(name, i);
             return;
         }

@@ -6,6 +6,7 @@
 #include <ZEL/ZEL_ParmOwner.h>
 
 #include <algorithm>
+#include <memory>
 
 // ---------------------------------------------------------------------- //
 // Removing a parameter
@@ -23,12 +24,24 @@ void ZEL_ParmList::removeAndDestroyParm(int index)
         const ZEL_Multi::KeepItems keep;
         myOwner->parmRemoved(index);
     }
-    forgetNames(*parm, index);
+    takeOut(index);
+}
+
+/// Removes a parameter that the owner was notified of.
+void ZEL_ParmList::takeOut(int index)
+{
+    const std::unique_ptr<ZEL_Parm> parm(myParms[index]);
+    removeParmEntries(*parm, index);
+    // Nothing follows the last parameter, and items are removed from the end: no indices to shift.
+    if (index < getEntries() - 1) {
+        myInstanceTokens.shiftAbove(index);
+        myInstanceChannels.shiftAbove(index);
+        myChannelAliases.shiftAbove(index);
+    }
     myParms.removeIndex(index);
     ++myAddRemoveCount;
     // Children are removed through this list too, so the parameter itself must be out of it by now.
     parm->destroyChildParms();
-    delete parm;
 }
 
 /// Removes a parameter whose name another one may have taken. Its index may have decreased since it
@@ -39,12 +52,16 @@ void ZEL_ParmList::removeReplacedParm(const ZEL_Parm *parm, int index)
     while (index >= 0 && getParmPtr(index) != parm) {
         --index;
     }
-    removeAndDestroyParm(index);
+    if (index >= 0 && myDeferRemovals) {
+        retireParm(*getParmPtr(index));
+    } else {
+        removeAndDestroyParm(index);
+    }
 }
 
 /// Removes each entry only while it still refers to this parameter: a later one may have taken the
 /// name.
-void ZEL_ParmList::forgetNames(const ZEL_Parm &parm, int index)
+void ZEL_ParmList::removeParmEntries(const ZEL_Parm &parm, int index)
 {
     const ZEL_Instance &instance = *parm.getInstance();
     myInstanceTokens.removeIfValue(instance.getTokenRef(), index);
@@ -56,13 +73,6 @@ void ZEL_ParmList::forgetNames(const ZEL_Parm &parm, int index)
             myChannelAliases.removeIfValue(alias, index);
         }
     }
-    // Nothing follows the last parameter, and items are removed from the end: no indices to shift.
-    if (index == getEntries() - 1) {
-        return;
-    }
-    myInstanceTokens.shiftAbove(index);
-    myInstanceChannels.shiftAbove(index);
-    myChannelAliases.shiftAbove(index);
 }
 
 // ---------------------------------------------------------------------- //

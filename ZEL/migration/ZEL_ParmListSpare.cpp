@@ -14,13 +14,15 @@
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
 #include <ZEL/support/ZEL_LostTextPrivate.h>
 
+#include <memory>
+#include <new>
+#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace
 {
-
-using TokenSet = std::unordered_set<KIT_StringHolder, KIT_StringRefHash>;
 
 /// Throws rather than return an empty one when memory runs out: a parameter whose token isn't in a
 /// set is removed.
@@ -42,7 +44,8 @@ void updateItems(const ZEL_Parm &parm, double time)
 }
 
 /// The tokens of all items of a multi-parameter, nested ones too.
-void addItemTokens(const ZEL_ParmList &list, const ZEL_Parm &parm, double time, TokenSet &tokens)
+template <class Tokens>
+void addItemTokens(const ZEL_ParmList &list, const ZEL_Parm &parm, double time, Tokens &tokens)
 {
     updateItems(parm, time);
     const ZEL_Multi *multi = parm.asMulti();
@@ -70,6 +73,169 @@ const ZEL_Parm &outermostOf(const ZEL_Parm &parm)
 }
 
 } // namespace
+
+class ZEL_ParmList::TokenSet : public std::unordered_set<KIT_StringHolder, KIT_StringRefHash>
+{};
+
+// ---------------------------------------------------------------------- //
+// Many removals at once
+// ---------------------------------------------------------------------- //
+
+/// While it lives, parameters that others replace stay at their indices, marked. The destructor
+/// removes what is marked in one pass: one by one, each would move the array and renumber the names.
+class ZEL_ParmList::DeferredRemovals
+{
+public:
+    explicit DeferredRemovals(ZEL_ParmList &list) : myList(list) { myList.myDeferRemovals = true; }
+    ~DeferredRemovals()
+    {
+        myList.myDeferRemovals = false;
+        try {
+            prepare();
+        } catch (const std::bad_alloc &) {
+            removeOneByOne();
+            return;
+        }
+        removeAll();
+    }
+    DeferredRemovals(const DeferredRemovals &) = delete;
+    DeferredRemovals &operator=(const DeferredRemovals &) = delete;
+
+    /// Notifies the owner of each that is marked. An owner that throws hears of no more.
+    void notifyOwner() const;
+
+private:
+    bool isLeaving(int index) const
+    {
+        const ZEL_Parm *parm = myList.getParmPtr(index);
+        return parm && parm->getInstance() && parm->getInstance()->isLeaving();
+    }
+    void prepare();
+    void removeOneByOne() const;
+    void removeAll();
+    void destroy(ZEL_Parm *parm) const;
+
+    ZEL_ParmList &myList;
+    std::vector<ZEL_Parm *> myLeaving;
+    std::vector<std::int32_t> myPlaces; // each parameter's new index, -1 for one that leaves
+    std::unordered_map<const ZEL_Multi *, int> myItemParms; // how many of its parameters leave
+};
+
+/// From the last to the first, so that an owner that counts along has the index of each.
+void ZEL_ParmList::DeferredRemovals::notifyOwner() const
+{
+    const ZEL_Multi::KeepItems keep;
+    for (int i = myList.getEntries(); myList.myOwner && i-- > 0;) {
+        if (isLeaving(i)) {
+            myList.myOwner->parmRemoved(i);
+        }
+    }
+}
+
+void ZEL_ParmList::DeferredRemovals::prepare()
+{
+    const int count = myList.getEntries();
+    for (int i = 0; i < count; ++i) {
+        if (isLeaving(i)) {
+            ZEL_Parm *parm = myList.getParmPtr(i);
+            myLeaving.push_back(parm);
+            if (const ZEL_Multi *multi = parm->getMultiParmOwner()) {
+                ++myItemParms[multi];
+            }
+        }
+    }
+    myPlaces.resize(myLeaving.empty() ? 0 : std::size_t(count));
+}
+
+void ZEL_ParmList::DeferredRemovals::removeOneByOne() const
+{
+    for (int i = myList.getEntries(); i-- > 0;) {
+        // Items may have been removed together with their multi-parameter.
+        if (isLeaving(i)) {
+            myList.takeOut(i);
+        }
+    }
+}
+
+void ZEL_ParmList::DeferredRemovals::removeAll()
+{
+    if (myLeaving.empty()) {
+        return;
+    }
+    std::int32_t place = 0;
+    for (int i = 0; i < myList.getEntries(); ++i) {
+        ZEL_Parm *parm = myList.getParmPtr(i);
+        const bool leavingFlag = isLeaving(i);
+        if (leavingFlag) {
+            myList.removeParmEntries(*parm, i);
+        }
+        myPlaces[std::size_t(i)] = leavingFlag ? -1 : place;
+        if (!leavingFlag) {
+            myList.myParms[place++] = parm;
+        }
+    }
+    myList.myParms.setSize(place);
+    for (ZEL_NameTable *table :
+         {&myList.myInstanceTokens, &myList.myInstanceChannels, &myList.myChannelAliases}) {
+        table->renumber(myPlaces.data());
+    }
+    myList.myAddRemoveCount += std::uint32_t(myLeaving.size());
+    // Items first: their descriptions are their multi-parameter's.
+    for (const bool itemsFlag : {true, false}) {
+        for (auto at = myLeaving.rbegin(); at != myLeaving.rend(); ++at) {
+            if (*at && bool((*at)->getMultiParmOwner()) == itemsFlag) {
+                destroy(std::exchange(*at, nullptr));
+            }
+        }
+    }
+}
+
+void ZEL_ParmList::DeferredRemovals::destroy(ZEL_Parm *parm) const
+{
+    const std::unique_ptr<ZEL_Parm> owned(parm);
+    ZEL_Multi *multi = parm->asMulti();
+    if (!multi) {
+        return;
+    }
+    // Those that still exist have lost their names: they are looked for in the whole list.
+    const auto gone = myItemParms.find(multi);
+    const int all = multi->getMultiParmNumItems() * multi->getMultiParmInstancesPerItem();
+    if ((gone == myItemParms.end() ? 0 : gone->second) == all) {
+        multi->forgetItems();
+    } else {
+        multi->destroyChildParms();
+    }
+}
+
+/// Marks a parameter, and a multi-parameter's items, as removed when the present rebuild ends.
+void ZEL_ParmList::retireParm(ZEL_Parm &parm)
+{
+    if (parm.getInstance()->isLeaving()) {
+        return;
+    }
+    parm.clearAndDestroyChannels(false);
+    parm.getInstance()->setLeaving();
+    const ZEL_Multi *multi = parm.asMulti();
+    const int items =
+        multi ? multi->getMultiParmNumItems() * multi->getMultiParmInstancesPerItem() : 0;
+    for (int flat = 0; flat < items; ++flat) {
+        ZEL_Parm *item = multi->getParm(flat);
+        if (item && item->getMultiParmOwner() == multi) {
+            retireParm(*item);
+        }
+    }
+}
+
+/// The parameter of that token, unless it is about to be removed.
+ZEL_Parm *ZEL_ParmList::findStayingParm(const KIT_StringRef &token, int &index)
+{
+    ZEL_Parm *parm = getParmPtr(token, index);
+    return parm && parm->getInstance() && parm->getInstance()->isLeaving() ? nullptr : parm;
+}
+
+// ---------------------------------------------------------------------- //
+// One parameter
+// ---------------------------------------------------------------------- //
 
 /// Null for a template whose basic type is unknown: nothing could ever find or remove the
 /// parameter.
@@ -142,13 +308,13 @@ ZEL_Parm *ZEL_ParmList::remakeSpareParm(ZEL_Template &description, bool forceCop
                                         bool notify)
 {
     int oldIndex = -1;
-    ZEL_Parm *old = getParmPtr(description.getTokenRef(), oldIndex);
+    ZEL_Parm *old = findStayingParm(description.getTokenRef(), oldIndex);
     if (old && !old->getInstance()->getDefaultsInitFlag()) {
         // A token occurs twice in the set: without its defaults, the first one's zeros would pass
         // for values.
         constexpr bool deleteChannels = false;
         old->getInstance()->revertToDefaults(deleteChannels);
-        old = getParmPtr(description.getTokenRef(), oldIndex);
+        old = findStayingParm(description.getTokenRef(), oldIndex);
     }
     ZEL_Parm *parm = createSpareParm(description);
     if (!parm) {
@@ -178,19 +344,59 @@ void ZEL_ParmList::removeSpareParm(ZEL_Parm &parm, int index, double time, bool 
         myOwner->spareParmRemoved(token.c_str());
     }
     ZEL_SwitcherMirror(*this, parm).undo(time, notify);
-    removeReplacedParm(&parm, index);
+    parm.clearAndDestroyChannels(false);
+    if (myOwner) {
+        myOwner->parmRemoved(index);
+    }
+    parm.getInstance()->setLeaving();
 }
 
-void ZEL_ParmList::updateSpareParmTemplates(ZEL_Template *templates, bool forceCopy)
+ZEL_Parm *ZEL_ParmList::addSpareParm(ZEL_Template &description)
 {
+    if (description.isTerminator() || getParmIndex(description.getTokenRef()) >= 0) {
+        return nullptr;
+    }
     const bool notify = !isLoading();
     const ZEL_LoadScope loading;
-    const double time = getEvalTime(BASgetSTID());
-    if (notify && templates) {
-        announceSpareChanges(templates, forceCopy);
+    ZEL_Parm *parm = createSpareParm(description);
+    if (!parm) {
+        return nullptr;
     }
+    try {
+        ZEL_SwitcherMirror(*this, *parm).setUp(getEvalTime(BASgetSTID()), notify);
+        parm->reloadChannelPtrs();
+        if (!parm->getInstance()->getDefaultsInitFlag()) {
+            constexpr bool deleteChannels = false;
+            parm->getInstance()->revertToDefaults(deleteChannels);
+        }
+    } catch (...) {
+        removeReplacedParm(parm, getEntries() - 1);
+        throw;
+    }
+    return parm;
+}
 
-    TokenSet wanted;
+// ---------------------------------------------------------------------- //
+// The set
+// ---------------------------------------------------------------------- //
+
+/// Makes the parameters of a set and removes those that they replace; adds their tokens and those of their items to `wanted`.
+void ZEL_ParmList::remakeSpareParms(ZEL_Template *templates, bool forceCopy, double time,
+                                    bool notify, TokenSet &wanted)
+{
+    const DeferredRemovals removals(*this);
+    try {
+        makeSpareParms(templates, forceCopy, time, notify, wanted);
+    } catch (...) {
+        removals.notifyOwner();
+        throw;
+    }
+    removals.notifyOwner();
+}
+
+void ZEL_ParmList::makeSpareParms(ZEL_Template *templates, bool forceCopy, double time, bool notify,
+                                  TokenSet &wanted)
+{
     for (ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
         const ZEL_Parm *present = getParmPtr(at->getTokenRef());
         if (present && !present->isSpareParm()) {
@@ -203,8 +409,14 @@ void ZEL_ParmList::updateSpareParmTemplates(ZEL_Template *templates, bool forceC
             }
         }
     }
-    // Items follow their multi-parameter and are removed one by one before it. One that stays may
-    // have got items since its tokens were noted, from an event handler.
+}
+
+void ZEL_ParmList::removeUnwantedSpareParms(const TokenSet &wanted, double time, bool notify)
+{
+    const DeferredRemovals removals(*this);
+    const ZEL_Multi::KeepItems keep;
+    // Items follow their multi-parameter and are removed before it. One that stays may have got
+    // items since its tokens were noted, from an event handler.
     for (int i = getEntries(); i-- > 0;) {
         ZEL_Parm *parm = getParmPtr(i);
         if (parm && parm->isSpareParm() && wanted.count(tokenOf(*parm)) == 0 &&
@@ -212,6 +424,19 @@ void ZEL_ParmList::updateSpareParmTemplates(ZEL_Template *templates, bool forceC
             removeSpareParm(*parm, i, time, notify);
         }
     }
+}
+
+void ZEL_ParmList::updateSpareParmTemplates(ZEL_Template *templates, bool forceCopy)
+{
+    const bool notify = !isLoading();
+    const ZEL_LoadScope loading;
+    const double time = getEvalTime(BASgetSTID());
+    if (notify && templates) {
+        announceSpareChanges(templates, forceCopy);
+    }
+    TokenSet wanted;
+    remakeSpareParms(templates, forceCopy, time, notify, wanted);
+    removeUnwantedSpareParms(wanted, time, notify);
     constexpr bool deleteChannels = false;
     reloadChannelPtrs();
     buildDelayedDefaults(deleteChannels);

@@ -230,6 +230,21 @@ void ZEL_Multi::destroyChildParms()
     notifyChanged();
 }
 
+void ZEL_Multi::forgetItems()
+{
+    if (myNumItems == 0) {
+        return;
+    }
+    {
+        const Changing changing(*this);
+        while (myNumItems > 0) {
+            --myNumItems;
+            forgetItem();
+        }
+    }
+    notifyChanged();
+}
+
 // -------------------------------------------------------------------------- //
 // Making an item
 // -------------------------------------------------------------------------- //

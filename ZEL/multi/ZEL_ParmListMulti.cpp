@@ -98,7 +98,7 @@ ZEL_Parm *ZEL_ParmList::placeMultiParm(std::unique_ptr<ZEL_Parm> made, const ZEL
 {
     int oldIndex = -1;
     ZEL_Parm *parm = made.get();
-    ZEL_Parm *old = getParmPtr(parm->getTemplatePtr()->getTokenRef(), oldIndex);
+    ZEL_Parm *old = findStayingParm(parm->getTemplatePtr()->getTokenRef(), oldIndex);
     if (old && (!old->getInstance() || !canGiveWay(*old, multi))) {
         reportMissingChild(*parm, multi);
         return nullptr;

@@ -62,6 +62,16 @@ void ZEL_NameTable::shiftAbove(int value)
     ++myNumShifts;
 }
 
+void ZEL_NameTable::renumber(const std::int32_t *to)
+{
+    for (Slot &slot : myTable) {
+        if (!slot.name.isNull()) {
+            slot.value = to[present(slot.value)];
+        }
+    }
+    myNumShifts = 0;
+}
+
 /// Merges a value into the pending shifts adjacent to it; false if there are none.
 bool ZEL_NameTable::joinShifts(int next, std::int32_t value)
 {

@@ -211,6 +211,35 @@ TEST(SpareParms, FixedTokensArePassedOver)
     EXPECT_FALSE(fix->isSpareParm());
 }
 
+TEST(SpareParms, OneAddedAloneLeavesTheOthers)
+{
+    ZEL_Default two[] = {ZEL_Default(2.0), ZEL_Default(2.0), ZEL_Default(2.0)};
+    Block items, set, more;
+    items.add(ZEL_FLT, 1, "in#");
+    set.add(ZEL_FLT, 1, "a");
+    more.add(ZEL_XYZ, 3, "late", "Late", two);
+    more.addMulti(ZEL_MULTITYPE_LIST, "m", items.templates(), 2);
+    more.add(ZEL_FLT, 1, "a");
+    more.add(ZEL_FLT, 1, "fix");
+    more.add(ZEL_Type(static_cast<ZEL_Type::ZEL_BasicType>(64)), 1, "nothing");
+    SpareRig rig;
+    rig.update(set);
+    rig.set("a", 7);
+    rig.channels.addChannel("latey")->initializeFirstSegment("1+6", TRK_LANGUAGE_NATIVE);
+    const ZEL_Parm *a = &rig.parm("a");
+    for (ZEL_Template *at = more.templates(); !at->isTerminator(); ++at) {
+        const ZEL_Parm *made = rig.list->addSpareParm(*at);
+        EXPECT_EQ(made, at - more.templates() < 2 ? &rig.parm(at->getToken()) : nullptr);
+        EXPECT_TRUE(!made || made->isSpareParm());
+    }
+    EXPECT_EQ(rig.text(), "fix=0 points=1 pt1=0 a=7 late=2,7,2 m=2 in1=0 in2=0");
+    EXPECT_EQ(&rig.parm("a"), a);
+    EXPECT_EQ(rig.looking.takeCalls().find("parmRemoved"), std::string::npos);
+    expectSound(*rig.list, rig.channels);
+    rig.update(set);
+    EXPECT_EQ(rig.text(), "fix=0 points=1 pt1=0 a=7");
+}
+
 TEST(SpareParms, StrangersSetsDoNoHarm)
 {
     Block items, twice;
