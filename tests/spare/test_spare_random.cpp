@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace
@@ -67,6 +68,22 @@ private:
     std::vector<ZEL_Template> myTemplates;
 };
 
+/// Counts along: what it hears of removed parameters is all that it knows.
+class CountingOwner : public LookingOwner
+{
+public:
+    std::vector<std::string> tokens;
+
+    void parmRemoved(int parmIndex) override
+    {
+        LookingOwner::parmRemoved(parmIndex);
+        if (parmIndex < int(tokens.size())) {
+            EXPECT_EQ(tokens[std::size_t(parmIndex)], list->getParmPtr(parmIndex)->getToken());
+            tokens.erase(tokens.begin() + parmIndex);
+        }
+    }
+};
+
 class RandomSpares
 {
 public:
@@ -95,7 +112,7 @@ public:
     {
         ZEL_Parm &parm = *myList->getParmPtr(draw(myList->getEntries()));
         const int index = draw(parm.getVectorSize());
-        switch (draw(9)) {
+        switch (draw(10)) {
         case 0: rebuild(); break;
         case 1: parm.setValue(0.0, draw(4), true, index, ZEL_ADDKEY_PENDING, true); break;
         case 2: animate(parm, index); break;
@@ -104,6 +121,7 @@ public:
         case 5: parm.revertToDefaults(0.0); break;
         case 6: insertOrRemove(parm); break;
         case 7: undo(); break;
+        case 8: addOne(); break;
         default: read(); break;
         }
         myOwner.takeCalls();
@@ -120,8 +138,23 @@ private:
         auto next = std::make_unique<RandomSet>(myRandom);
         const bool forceCopy = draw(2);
         myUndo.clear();
+        for (int i = 0; i < myList->getEntries(); ++i) {
+            myOwner.tokens.emplace_back(myList->getParmPtr(i)->getToken());
+        }
         myList->updateSpareParmTemplates(draw(8) ? next->templates() : nullptr, forceCopy);
-        mySet = std::move(next);
+        for (int i = 0; i < int(myOwner.tokens.size()); ++i) {
+            EXPECT_EQ(myOwner.tokens[std::size_t(i)], myList->getParmPtr(i)->getToken());
+        }
+        myOwner.tokens.clear();
+        mySets.clear();
+        mySets.push_back(std::move(next));
+    }
+    void addOne()
+    {
+        auto next = std::make_unique<RandomSet>(myRandom);
+        if (!next->templates()->isTerminator() && myList->addSpareParm(*next->templates())) {
+            mySets.push_back(std::move(next));
+        }
     }
     void animate(ZEL_Parm &parm, int index)
     {
@@ -168,8 +201,8 @@ private:
     std::mt19937 myRandom;
     Block myItems, myTop;
     TRK_Collection myChannels;
-    LookingOwner myOwner;
-    std::unique_ptr<RandomSet> mySet;
+    CountingOwner myOwner;
+    std::vector<std::unique_ptr<RandomSet>> mySets;
     std::unique_ptr<ZEL_ParmList> myList;
     ZEL_UndoDataArray myUndo;
 };
