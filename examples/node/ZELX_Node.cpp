@@ -183,7 +183,7 @@ void ZELX_Node::renewParms(ZEL_Template *templates, const char *nodeType)
     auto fresh = std::make_unique<ZEL_ParmList>(templates ? templates : theNoTemplates, &myChannels,
                                                 this, myPresets.get(), KIT_StringRef(nodeType),
                                                 deleteChannels, buildDefaults);
-    const std::unique_ptr<ZEL_Template[]> formerSpares = mySpares.moveTo(*fresh);
+    const ZELX_SpareParms::Templates formerSpares = mySpares.moveTo(*fresh);
     fresh->adoptParmList(*myParms, forceCopy);
     fresh->updateFromOldTemplate(myParms.get());
     myParms->setEventHandler(nullptr, nullptr);

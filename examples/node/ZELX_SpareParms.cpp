@@ -66,7 +66,7 @@ struct ZELX_SpareParms::SpareFloat
     ZEL_Template description;
 };
 
-ZELX_SpareParms::ZELX_SpareParms() : myTemplates(copies({})) {}
+ZELX_SpareParms::ZELX_SpareParms() = default;
 ZELX_SpareParms::~ZELX_SpareParms() = default;
 
 // ---------------------------------------------------------------------- //
@@ -76,8 +76,10 @@ ZELX_SpareParms::~ZELX_SpareParms() = default;
 ZELX_SpareParms::Descriptions ZELX_SpareParms::present() const
 {
     Descriptions descriptions;
-    for (const ZEL_Template *at = myTemplates.get(); !at->isTerminator(); ++at) {
-        descriptions.push_back(at);
+    for (const auto &templates : myTemplates) {
+        for (const ZEL_Template *at = templates.get(); !at->isTerminator(); ++at) {
+            descriptions.push_back(at);
+        }
     }
     return descriptions;
 }
@@ -85,8 +87,9 @@ ZELX_SpareParms::Descriptions ZELX_SpareParms::present() const
 void ZELX_SpareParms::rebuild(ZEL_ParmList &list, const Descriptions &descriptions)
 {
     constexpr bool forceCopy = false;
-    std::unique_ptr<ZEL_Template[]> fresh = copies(lastOfEach(descriptions));
-    list.updateSpareParmTemplates(fresh.get(), forceCopy);
+    Templates fresh;
+    fresh.push_back(copies(lastOfEach(descriptions)));
+    list.updateSpareParmTemplates(fresh.front().get(), forceCopy);
     // Only now are the old templates no longer in use.
     myTemplates = std::move(fresh);
 }
@@ -102,14 +105,17 @@ void ZELX_SpareParms::set(ZEL_ParmList &list, const ZEL_Template *templates)
 
 ZEL_Parm *ZELX_SpareParms::add(ZEL_ParmList &list, const ZEL_Template &description)
 {
-    const KIT_StringHolder token(description.getTokenRef());
-    if (description.isTerminator() || list.getParmIndex(token) >= 0) {
-        return nullptr;
+    myTemplates.push_back(copies({&description}));
+    try {
+        if (ZEL_Parm *parm = list.addSpareParm(myTemplates.back()[0])) {
+            return parm;
+        }
+    } catch (...) {
+        myTemplates.pop_back();
+        throw;
     }
-    Descriptions descriptions = present();
-    descriptions.push_back(&description);
-    rebuild(list, descriptions);
-    return list.getParmPtr(token);
+    myTemplates.pop_back();
+    return nullptr;
 }
 
 bool ZELX_SpareParms::remove(ZEL_ParmList &list, const KIT_StringRef &token)
@@ -126,7 +132,7 @@ bool ZELX_SpareParms::remove(ZEL_ParmList &list, const KIT_StringRef &token)
     return true;
 }
 
-std::unique_ptr<ZEL_Template[]> ZELX_SpareParms::moveTo(ZEL_ParmList &list)
+ZELX_SpareParms::Templates ZELX_SpareParms::moveTo(ZEL_ParmList &list)
 {
     Descriptions descriptions;
     for (const ZEL_Template *one : present()) {
@@ -134,9 +140,10 @@ std::unique_ptr<ZEL_Template[]> ZELX_SpareParms::moveTo(ZEL_ParmList &list)
             descriptions.push_back(one);
         }
     }
-    std::unique_ptr<ZEL_Template[]> former = copies(descriptions);
+    Templates former;
+    former.push_back(copies(descriptions));
     former.swap(myTemplates);
-    for (ZEL_Template *at = myTemplates.get(); !at->isTerminator(); ++at) {
+    for (ZEL_Template *at = myTemplates.front().get(); !at->isTerminator(); ++at) {
         std::unique_ptr<ZEL_Parm> parm(new ZEL_Parm(at, &list));
         if (parm->getInstance()) {
             parm->setSpareParm(true);

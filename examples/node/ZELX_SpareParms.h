@@ -9,7 +9,8 @@
 ///             those point to is borrowed and must outlive the node's list, and so must this.
 /// Threads:    the one that owns the list, between cooks.
 /// Errors:     operations that may find nothing to do return false or null.
-/// Cost:       each change of the set rebuilds it: pointers to spare parameters don't outlive one.
+/// Cost:       adding one costs what one costs. Every other change of the set rebuilds it: pointers to
+///             spare parameters don't outlive one.
 #pragma once
 
 #include <KIT/KIT_StringHolder.h>
@@ -45,12 +46,12 @@ public:
     ZEL_Parm *add(ZEL_ParmList &list, const ZEL_Template &description);
     /// False if no spare parameter of the set has the token.
     bool remove(ZEL_ParmList &list, const KIT_StringRef &token);
-    /// Up to a terminator.
-    const ZEL_Template *getTemplates() const { return myTemplates.get(); }
+    /// The templates in use: arrays up to terminators, for the set and for each that was added since.
+    using Templates = std::vector<std::unique_ptr<ZEL_Template[]>>;
     /// Gives a list that is to replace the node's the same spare parameters, but for those whose
     /// tokens it has; no defaults are applied. Returns the templates that they had so far:
     /// the old list needs them to its end.
-    std::unique_ptr<ZEL_Template[]> moveTo(ZEL_ParmList &list);
+    Templates moveTo(ZEL_ParmList &list);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -73,7 +74,7 @@ private:
     void rebuild(ZEL_ParmList &list, const Descriptions &descriptions);
     void addForLoad(const char *name, Descriptions &descriptions);
 
-    std::unique_ptr<ZEL_Template[]> myTemplates;
+    Templates myTemplates;
     std::map<std::string, std::string> myRenames;
     ZEL_Template *myKnown = nullptr;
     bool myKeepUnknownNames = false;
