@@ -1,5 +1,6 @@
 // How cost grows: three sizes of a list and of a set of channels, ten times as many each time. The counter
-// `ns` is the time of one parameter or channel: where it stays the same, cost is linear. Items, presets,
+// `ns` is the time of one parameter or channel: where it stays the same, cost is linear. The rows of spare
+// parameters have `base_ns` beside it, the time to build a list of as many. Items, presets,
 // scripts and graphs have their sizes in the programs named after them.
 
 #include "BenchBeside.h"
@@ -31,11 +32,11 @@ namespace
 /// A list of floats; with `channels` each has one of three keys.
 struct Rig
 {
-    Rig(int size, bool channels)
+    Rig(int size, bool channels, const std::string &prefix = "parm")
     {
         std::mt19937 random(1);
         for (int i = 0; i < size; ++i) {
-            tokens.push_back("parm" + std::to_string(i) + "x");
+            tokens.push_back(prefix + std::to_string(i) + "x");
         }
         // Names borrow their texts.
         for (const std::string &token : tokens) {
@@ -165,6 +166,74 @@ void loadChannels(Rig &r)
     }
 }
 
+// -------------------------------------------------------------------------- //
+// Spare parameters
+// -------------------------------------------------------------------------- //
+
+/// Two sets of the same spare parameters, floats or one block of items, beside a fixed part of 100.
+struct SpareRig
+{
+    SpareRig(int size, bool items) : floats(size, false, "spare"), fixed(100, false)
+    {
+        for (int i = 0; i < 2; ++i) {
+            sets[i] = floats.templates;
+            if (items) {
+                sets[i] = {ZEL_Template(ZEL_MULTITYPE_LIST, block, 1.0, &multi, &count),
+                           ZEL_Template()};
+            }
+        }
+        update(0);
+    }
+    void update(int set)
+    {
+        fixed.list->updateSpareParmTemplates(set < 0 ? nullptr : sets[set].data(), false);
+        present = set;
+    }
+
+    Rig floats;
+    ZEL_Name child{"in#", "In"}, multi{"block", "Block"};
+    ZEL_Template block[2] = {ZEL_Template(ZEL_FLT, 1, &child), ZEL_Template()};
+    ZEL_Default count{double(floats.order.size())};
+    std::vector<ZEL_Template> sets[2];
+    Rig fixed; // its list uses the sets
+    int present = -1;
+};
+
+using SpareOperation = void (*)(SpareRig &);
+
+void rebuild(SpareRig &r)
+{
+    r.update(1 - r.present);
+}
+
+void addOneByOne(SpareRig &r)
+{
+    for (ZEL_Template *at = r.sets[0].data(); !at->isTerminator(); ++at) {
+        r.fixed.list->addSpareParm(*at);
+    }
+}
+
+void removeAll(SpareRig &r)
+{
+    r.update(-1);
+}
+
+void runSpares(benchmark::State &state, bool items, SpareOperation operation, SpareOperation before)
+{
+    SpareRig r(int(state.range(0)), items);
+    before(r);
+    const double steps = double(state.range(0));
+    benchBeside(
+        state, steps, steps, [&] { operation(r); }, [&] { build(r.floats); }, [&] { before(r); });
+}
+
+void addSpares(
+    const char *name, bool items, SpareOperation operation,
+    SpareOperation before = [](SpareRig &) {})
+{
+    benchSizes(benchmark::RegisterBenchmark(name, runSpares, items, operation, before));
+}
+
 using Operation = void (*)(Rig &);
 
 void run(benchmark::State &state, bool channels, Operation operation)
@@ -195,6 +264,9 @@ int main(int argc, char **argv)
     add("parms/load_text", false, loadText);
     add("parms/save_binary", false, saveBinary);
     add("parms/load_binary", false, loadBinary);
+    addSpares("spares/rebuild", false, rebuild);
+    addSpares("spares/rebuild_items", true, rebuild);
+    addSpares("spares/add_one_by_one", false, addOneByOne, removeAll);
     add("channels/read_by_name", true, readByName);
     add("channels/save", true, saveChannels);
     add("channels/load", true, loadChannels);
