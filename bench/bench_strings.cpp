@@ -67,6 +67,7 @@ struct Rig
         for (int i = 0; i < theParms; ++i) {
             const std::string token = "file" + std::to_string(i);
             names.emplace_back(token.c_str(), token.c_str());
+            names.back().harden(); // the texts end here
         }
         for (ZEL_Name &name : names) {
             templates.emplace_back(ZEL_STRING, 1, &name);
@@ -201,6 +202,7 @@ void compareItems(benchmark::State &state, int parms)
     for (int i = 0; i < parms; ++i) {
         const std::string token = "data" + std::to_string(i);
         names.emplace_back(token.c_str(), token.c_str());
+        names.back().harden(); // the texts end here
         templates.emplace_back(ZEL_KEY_VALUE_DICT, 1, &names.back());
     }
     templates.emplace_back();
