@@ -150,16 +150,18 @@ void ZEL_String::expandStored(ZEL_ParmList *list, double time, KIT_String &out, 
     setTimeDependent(index, (result & TRK_EXPAND_TIME_DEPENDENT) != 0);
 }
 
-bool ZEL_String::readValue(ZEL_ParmList *list, double time, KIT_String &out, int index, bool expand,
-                           int thread) const
+/// Inlined, as each read of a text passes here.
+inline __attribute__((always_inline)) bool ZEL_String::readValue(ZEL_ParmList *list, double time,
+                                                                 KIT_String &out, int index,
+                                                                 bool expand, int thread) const
 {
     if (ownerFails(list, time, index, thread)) {
         out.clear();
         return true;
     }
     // The owner is asked at the caller's time, an override at that of the value.
-    const double valueTime = getType().isAnimatible() ? time : 0.0;
-    if (hasOverrideData() && evalOverrideValueImpl(list, valueTime, index, thread, out) != 0) {
+    if (hasOverrideData() &&
+        evalOverrideValueImpl(list, getType().isAnimatible() ? time : 0.0, index, thread, out)) {
         return false;
     }
     if (!myValues) {
