@@ -16,6 +16,7 @@
 #include <common/ListFixture.h>
 #include <common/TestOwner.h>
 
+#include <cstdlib>
 #include <deque>
 #include <memory>
 #include <string>
@@ -184,6 +185,13 @@ private:
     int mySetting;
     int myBefore;
 };
+
+/// A number that an environment variable sets for longer runs.
+inline long numberFromEnvironment(const char *name, long otherwise)
+{
+    const char *text = std::getenv(name);
+    return text ? std::atol(text) : otherwise;
+}
 
 /// While it lives, lists count as loading.
 class Loading

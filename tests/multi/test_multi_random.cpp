@@ -18,8 +18,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
 #include <random>
 #include <sstream>
 
@@ -29,101 +27,123 @@ namespace
 constexpr double theGuarded = 5.0;
 constexpr int theMostItems = 5;
 
-/// What "plain" should contain: a block whose items have a number and an inner block of numbers.
-/// Nothing but the functions here changes it.
-template <class Item>
-struct ModelBlock
+/// What "plain", or an item of it, should contain. Nothing but the functions here changes it.
+struct Model
 {
-    std::vector<Item> items; // those that exist
-    int value = 0;           // those that are wanted
+    double number = 0.0;
+    std::vector<Model> items; // those that exist
+    int value = 0;            // those that are wanted
 
+    Model &at(int item) { return items[std::size_t(item)]; }
     int inUse(bool kept) const
     {
         return kept ? std::min(int(items.size()), value) : int(items.size());
     }
-    void follow(bool kept)
+    void setCount(int count, bool kept)
     {
+        value = count;
         if (!kept || value > int(items.size())) {
             items.resize(std::size_t(value));
         }
     }
-    void setCount(int count, bool kept)
+    void settle()
     {
-        value = count;
-        follow(kept);
+        setCount(value, false);
+        for (Model &item : items) {
+            item.settle();
+        }
     }
     void insert(int item, bool kept)
     {
         const int before = inUse(kept);
         setCount(before + 1, kept);
         for (int i = before; i > item; --i) {
-            items[std::size_t(i)].assign(items[std::size_t(i - 1)], kept);
+            at(i).assign(at(i - 1), kept);
         }
-        items[std::size_t(item)].revert(kept);
+        at(item).revert(kept);
     }
     void remove(int item, bool kept)
     {
         const int before = inUse(kept);
         for (int i = item + 1; i < before; ++i) {
-            items[std::size_t(i - 1)].assign(items[std::size_t(i)], kept);
+            at(i - 1).assign(at(i), kept);
         }
-        items[std::size_t(before - 1)].revert(kept);
+        at(before - 1).revert(kept);
         setCount(before - 1, kept);
     }
     void swap(int a, int b, bool kept)
     {
-        Item spare;
-        spare.assign(items[std::size_t(b)], kept);
-        items[std::size_t(b)].assign(items[std::size_t(a)], kept);
-        items[std::size_t(a)].assign(spare, kept);
+        Model spare;
+        spare.assign(at(b), kept);
+        at(b).assign(at(a), kept);
+        at(a).assign(spare, kept);
     }
-    void assign(const ModelBlock &from, bool kept)
-    {
-        const int count = from.inUse(kept);
-        setCount(count, kept);
-        for (int i = 0; i < count; ++i) {
-            items[std::size_t(i)].assign(from.items[std::size_t(i)], kept);
-        }
-    }
-    void revert(bool kept)
-    {
-        setCount(0, kept);
-        for (Item &item : items) {
-            item.revert(kept);
-        }
-    }
-};
-
-struct ModelNumber
-{
-    double number = 0.0;
-
-    void assign(const ModelNumber &from, bool) { number = from.number; }
-    void revert(bool) { number = 0.0; }
-};
-
-struct ModelItem
-{
-    double number = 0.0;
-    ModelBlock<ModelNumber> inner;
-
-    void assign(const ModelItem &from, bool kept)
+    void assign(const Model &from, bool kept)
     {
         number = from.number;
-        inner.assign(from.inner, kept);
+        setCount(from.inUse(kept), kept);
+        for (int i = 0; i < value; ++i) {
+            at(i).assign(from.items[std::size_t(i)], kept);
+        }
     }
     void revert(bool kept)
     {
         number = 0.0;
-        inner.revert(kept);
+        setCount(0, kept);
+        for (Model &item : items) {
+            item.revert(kept);
+        }
+    }
+    /// Takes over what a block contains.
+    void learn(const ZEL_Parm &block)
+    {
+        const int children = block.asMulti()->getMultiParmInstancesPerItem();
+        setCount(block.getMultiParmNumItems(), false);
+        for (int i = 0; i < value; ++i) {
+            const ZEL_Parm *first = block.getMultiParm(children * i);
+            const ZEL_Parm *inner = children > 1 ? block.getMultiParm(children * i + 1) : nullptr;
+            at(i).number = std::nan("");
+            if (first) {
+                first->getValue(0.0, at(i).number, 0, BASgetSTID());
+            }
+            if (inner) {
+                at(i).learn(*inner);
+            }
+        }
+    }
+    std::string text() const
+    {
+        std::string inner;
+        for (const Model &item : items) {
+            inner += item.text() + " ";
+        }
+        return ::number(number) + "(" + inner + ")";
     }
 };
 
 class World : public TestOwner
 {
 public:
-    explicit World(unsigned seed);
-    ~World() override;
+    explicit World(unsigned seed) : myRandom(seed)
+    {
+        describe();
+        takeMessages();
+        list = std::make_unique<ZEL_ParmList>(myTop.templates(), &myChannels, this, nullptr, "",
+                                              false);
+        setParmList(list.get());
+        list->setEventHandler(
+            this, [](void *data, TRK_CHANGE_TYPE, int) { static_cast<World *>(data)->react(); });
+        TRKgetEventManager().addListener(this, hear);
+        guard();
+        takeMessages();
+        myQuietFlag = false;
+    }
+    ~World() override
+    {
+        myQuietFlag = true;
+        TRKgetEventManager().removeListener(this, hear);
+        list.reset();
+    }
 
     void step();
     std::string check();
@@ -152,13 +172,31 @@ public:
     void multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms) override
     {
         react();
-        touch(parms);
+        for (const ZEL_Parm *parm : parms) {
+            KIT_Array<int> numbers;
+            parm->getMultiInstanceIndex(numbers, true);
+            EXPECT_NE(nullptr, parm->getMultiParmOwner()) << what;
+            EXPECT_FALSE(numbers.isEmpty()) << what;
+        }
     }
     void multiInstancesChanged() override { react(); }
 
+    std::unique_ptr<ZEL_ParmList> list;
+    std::string what;
+
 private:
-    static void handle(void *data, TRK_CHANGE_TYPE, int) { static_cast<World *>(data)->react(); }
-    static void hear(void *data, TRK_Channel *) { static_cast<World *>(data)->listen(); }
+    static constexpr int theDeepest = 2;
+
+    /// The channel that changes mustn't be removed: nobody reacts.
+    static void hear(void *data, TRK_Channel *)
+    {
+        World &world = *static_cast<World *>(data);
+        if (!world.myQuietFlag && world.list && world.oneIn(4)) {
+            world.myQuietFlag = true;
+            world.readAll();
+            world.myQuietFlag = false;
+        }
+    }
     static void generate(void *data, ZEL_Name *names, int, const ZEL_SpareData *, const ZEL_Parm *)
     {
         if (data) {
@@ -176,32 +214,21 @@ private:
     void describe();
     void react();
     void look();
-    void listen();
     void readAll();
-    void touch(const KIT_ValArray<ZEL_Parm *> &parms);
-    ZEL_Parm *any();
-    ZEL_Parm *anyMulti();
-    bool isGuarded(const ZEL_Parm &parm) const;
-    const ZEL_Parm *topOf(const ZEL_Parm &parm) const;
+    ZEL_Parm &any(bool multiFlag = false);
     void settle();
     void guard();
 
-    void changeCount(ZEL_Parm &parm);
+    void changeCount();
     void changePlain(bool kept);
-    void changePlainInner(int item, bool kept);
-    void changeValue(ZEL_Parm &parm);
-    void betweenTwo(ZEL_Parm &first, ZEL_Parm &second);
-    void revert(ZEL_Parm &parm);
-    void changeState(ZEL_Parm &parm);
+    void changePlain(ZEL_Parm &block, Model &model, bool kept);
+    void changeValue();
+    void changeParm();
     void rebuildSpares();
-    void walk();
+    void useWholeList();
     void undo();
-    void learnPlain();
-    void ramp();
 
     std::string checkBlock(const ZEL_Parm &parm);
-    std::string checkPlain();
-    std::string checkMarks();
 
     std::mt19937 myRandom;
     Block myInner, myItems, myAnimated, myPlainInner, myPlain, myTop;
@@ -210,40 +237,12 @@ private:
     ZEL_Conditional myCondition{"{ m > 2 } { e < 1 }", ZEL_CONDTYPE_DISABLE};
     TRK_Collection myChannels;
     std::string mySnapshot;
-    ModelBlock<ModelItem> myModel, mySavedModel;
+    Model myModel, mySavedModel;
     int myDepth = 0;
     bool myFrozenFlag = false;  // "plain" is being worked on
     bool myUnknownFlag = false; // a load ended early
     bool myQuietFlag = true;
-
-public:
-    std::unique_ptr<ZEL_ParmList> list;
-    std::string what;
 };
-
-// ---------------------------------------------------------------------- //
-// The world
-// ---------------------------------------------------------------------- //
-
-World::World(unsigned seed) : myRandom(seed)
-{
-    describe();
-    takeMessages();
-    list = std::make_unique<ZEL_ParmList>(myTop.templates(), &myChannels, this, nullptr, "", false);
-    setParmList(list.get());
-    list->setEventHandler(this, handle);
-    TRKgetEventManager().addListener(this, hear);
-    guard();
-    takeMessages();
-    myQuietFlag = false;
-}
-
-World::~World()
-{
-    myQuietFlag = true;
-    TRKgetEventManager().removeListener(this, hear);
-    list.reset();
-}
 
 void World::describe()
 {
@@ -282,36 +281,17 @@ void World::describe()
     mySpares[3].addMulti(ZEL_MULTITYPE_LIST, "rival", myRivalItems.templates(), 1.0);
 }
 
-bool World::isGuarded(const ZEL_Parm &parm) const
-{
-    const char *top = topOf(parm)->getToken();
-    return std::strcmp(top, "plain") == 0 || (std::strcmp(top, "q1") == 0 && &parm == topOf(parm));
-}
-
-const ZEL_Parm *World::topOf(const ZEL_Parm &parm) const
-{
-    const ZEL_Parm *top = &parm;
-    while (const ZEL_Multi *owner = top->getMultiParmOwner()) {
-        top = owner->getParm();
-    }
-    return top;
-}
-
-ZEL_Parm *World::any()
+/// A parameter that nothing guards: neither "q1" nor "plain" with what is in it.
+ZEL_Parm &World::any(bool multiFlag)
 {
     for (;;) {
-        ZEL_Parm *parm = list->getParmPtr(below(entries()));
-        if (!isGuarded(*parm)) {
-            return parm;
+        ZEL_Parm &parm = *list->getParmPtr(below(entries()));
+        const ZEL_Parm *top = &parm;
+        while (const ZEL_Multi *owner = top->getMultiParmOwner()) {
+            top = owner->getParm();
         }
-    }
-}
-
-ZEL_Parm *World::anyMulti()
-{
-    for (;;) {
-        ZEL_Parm *parm = any();
-        if (parm->isMultiParm()) {
+        const std::string token = top->getToken();
+        if (token != "plain" && token != "q1" && (!multiFlag || parm.isMultiParm())) {
             return parm;
         }
     }
@@ -345,20 +325,9 @@ void World::readAll()
     }
 }
 
-void World::touch(const KIT_ValArray<ZEL_Parm *> &parms)
-{
-    for (const ZEL_Parm *parm : parms) {
-        KIT_Array<int> numbers;
-        parm->getMultiInstanceIndex(numbers, true);
-        EXPECT_NE(nullptr, parm->getMultiParmOwner()) << what;
-        EXPECT_FALSE(numbers.isEmpty()) << what;
-    }
-}
-
 /// While a value is evaluated, reading is all that is allowed.
 void World::look()
 {
-    constexpr int theDeepest = 2;
     if (!myQuietFlag && list && myDepth < theDeepest && oneIn(4)) {
         ++myDepth;
         readAll();
@@ -366,19 +335,8 @@ void World::look()
     }
 }
 
-/// The channel that changes mustn't be removed: nobody reacts.
-void World::listen()
-{
-    if (!myQuietFlag && list && oneIn(4)) {
-        myQuietFlag = true;
-        readAll();
-        myQuietFlag = false;
-    }
-}
-
 void World::react()
 {
-    constexpr int theDeepest = 2;
     if (myQuietFlag || !list || myDepth >= theDeepest) {
         return;
     }
@@ -388,21 +346,20 @@ void World::react()
     }
     if (TRK_Manager::isEvaluating()) {
         // What is being evaluated mustn't change.
-        ZEL_Parm &parm = *anyMulti();
+        ZEL_Parm &parm = any(true);
         if (!parm.getChannel(0)) {
             parm.setValue(0.0, below(theMostItems), false, 0, ZEL_ADDKEY_PENDING, oneIn(2));
         }
-        --myDepth;
-        return;
-    }
-    if (oneIn(6)) {
-        changeCount(*anyMulti());
-    }
-    if (oneIn(12) && !myFrozenFlag) {
-        changePlain(true);
-    }
-    if (oneIn(12)) {
-        changeValue(*any());
+    } else {
+        if (oneIn(6)) {
+            changeCount();
+        }
+        if (oneIn(12) && !myFrozenFlag) {
+            changePlain(true);
+        }
+        if (oneIn(12)) {
+            changeValue();
+        }
     }
     --myDepth;
 }
@@ -411,109 +368,77 @@ void World::react()
 // Operations
 // ---------------------------------------------------------------------- //
 
-void World::changeCount(ZEL_Parm &parm)
+void World::changeCount()
 {
+    ZEL_Parm &parm = any(true);
     ZEL_Multi *multi = parm.asMulti();
     const int items = multi->getNumItemsInUse();
     const int index = list->getParmIndex(&parm);
     const int item = below(items + 2) - 1;
     const bool propagate = oneIn(2);
-    what += " count " + std::string(parm.getToken());
-    switch (below(9)) {
-    case 0:
-    case 1: parm.setValue(0.0, below(theMostItems), false, 0, ZEL_ADDKEY_PENDING, propagate); break;
-    case 2:
-        if (items < theMostItems) {
-            list->insertMultiParmItem(index, item);
-        }
-        break;
-    case 3: list->removeMultiParmItem(index, item); break;
-    case 4:
-        if (items < theMostItems) {
-            parm.insertMultiParmItem(item, propagate);
-        }
-        break;
-    case 5: parm.removeMultiParmItem(item, propagate); break;
-    case 6: parm.swapMultiParmItem(item, below(items)); break;
-    case 7: multi->setNumInstances(below(theMostItems), false); break;
-    default: multi->revertInstance(item); break;
+    const int kind = below(items < theMostItems ? 9 : 7);
+    what += " count " + std::to_string(kind) + " " + parm.getToken();
+    switch (kind) {
+    case 0: list->removeMultiParmItem(index, item); break;
+    case 1: parm.removeMultiParmItem(item, propagate); break;
+    case 2: parm.swapMultiParmItem(item, below(items)); break;
+    case 3: multi->setNumInstances(below(theMostItems), false); break;
+    case 4: multi->revertInstance(item); break;
+    case 7: list->insertMultiParmItem(index, item); break;
+    case 8: parm.insertMultiParmItem(item, propagate); break;
+    default: parm.setValue(0.0, below(theMostItems), false, 0, ZEL_ADDKEY_PENDING, propagate);
     }
 }
 
 void World::changePlain(bool kept)
 {
     myFrozenFlag = true;
-    ZEL_Parm &parm = *list->getParmPtr("plain");
-    const int index = list->getParmIndex(&parm);
-    const int items = myModel.inUse(kept);
-    const int item = below(items);
-    what += " plain";
-    switch (below(7)) {
-    case 0: {
-        const int count = below(theMostItems);
-        parm.setValue(0.0, count, false, 0, ZEL_ADDKEY_PENDING, true);
-        myModel.setCount(count, kept);
-        break;
-    }
-    case 1:
-        if (items < theMostItems) {
-            const int place = below(items + 1);
-            list->insertMultiParmItem(index, place);
-            myModel.insert(place, kept);
-        }
-        break;
-    case 2:
-        if (items > 0) {
-            list->removeMultiParmItem(index, item);
-            myModel.remove(item, kept);
-        }
-        break;
-    case 3:
-        if (items > 1) {
-            const int other = below(items);
-            parm.swapMultiParmItem(item, other);
-            if (item != other) {
-                myModel.swap(item, other, kept);
-            }
-        }
-        break;
-    case 4:
-        if (items > 0) {
-            const double number = below(100);
-            parm.getMultiParm(2 * item)->setValue(0.0, number, false, 0, ZEL_ADDKEY_PENDING, true);
-            myModel.items[std::size_t(item)].number = number;
-        }
-        break;
-    default:
-        if (items > 0) {
-            changePlainInner(item, kept);
-        }
-    }
+    changePlain(*list->getParmPtr("plain"), myModel, kept);
     myFrozenFlag = false;
 }
 
-void World::changePlainInner(int item, bool kept)
+void World::changePlain(ZEL_Parm &block, Model &model, bool kept)
 {
-    ZEL_Parm &parm = *list->getParmPtr("plain")->getMultiParm(2 * item + 1);
-    ModelBlock<ModelNumber> &model = myModel.items[std::size_t(item)].inner;
+    const int index = list->getParmIndex(&block);
     const int items = model.inUse(kept);
-    if (items == 0 || oneIn(3)) {
+    const int item = below(items);
+    const int children = block.asMulti()->getMultiParmInstancesPerItem();
+    const int kind = below(items > 0 ? 8 : 2);
+    what += " plain " + std::to_string(kind);
+    if (kind == 0) {
         const int count = below(theMostItems);
-        parm.setValue(0.0, count, false, 0, ZEL_ADDKEY_PENDING, true);
+        block.setValue(0.0, count, false, 0, ZEL_ADDKEY_PENDING, true);
         model.setCount(count, kept);
-        return;
+    } else if (kind == 1 && items < theMostItems) {
+        const int place = below(items + 1);
+        list->insertMultiParmItem(index, place);
+        model.insert(place, kept);
+    } else if (kind == 2) {
+        list->removeMultiParmItem(index, item);
+        model.remove(item, kept);
+    } else if (kind == 3 && items > 1) {
+        const int other = (item + 1 + below(items - 1)) % items;
+        block.swapMultiParmItem(item, other);
+        model.swap(item, other, kept);
+    } else if (kind == 4) {
+        block.asMulti()->revertInstance(item);
+        model.at(item).revert(kept);
+    } else if (kind > 5 && children > 1) {
+        changePlain(*block.getMultiParm(children * item + 1), model.at(item), kept);
+    } else if (items > 0) {
+        const double number = below(100);
+        ZEL_Parm &first = *block.getMultiParm(children * item);
+        first.setValue(0.0, number, false, 0, ZEL_ADDKEY_PENDING, true);
+        model.at(item).number = number;
     }
-    const int place = below(items);
-    const double number = below(100);
-    parm.getMultiParm(place)->setValue(0.0, number, false, 0, ZEL_ADDKEY_PENDING, true);
-    model.items[std::size_t(place)].number = number;
 }
 
-void World::changeValue(ZEL_Parm &parm)
+void World::changeValue()
 {
     static const char *const theExpressions[] = {"ch(\"m\")",  "ch(\"n\") + 1", "$T + 1",
                                                  "ch(\"e\")",  "ch(\"in1\")",   "2",
                                                  "ch(\"sm\")", "ch(\"r\")"};
+    ZEL_Parm &parm = any();
     const int index = below(parm.getVectorSize());
     const bool propagate = oneIn(2);
     what += " value " + std::string(parm.getToken());
@@ -534,51 +459,38 @@ void World::changeValue(ZEL_Parm &parm)
     }
 }
 
-void World::betweenTwo(ZEL_Parm &first, ZEL_Parm &second)
+/// Reverts a parameter, changes its state, or takes another one's value.
+void World::changeParm()
 {
-    const int index = below(first.getVectorSize());
-    const int other = below(second.getVectorSize() + 2) - 1;
-    what += " two " + std::string(first.getToken()) + " " + second.getToken();
-    switch (below(4)) {
-    case 0:
+    ZEL_Parm &parm = any();
+    const ZEL_Parm &source = any();
+    const int index = below(parm.getVectorSize());
+    const int other = below(source.getVectorSize() + 2) - 1;
+    const int kind = below(16);
+    what += " parm " + std::to_string(kind) + " " + parm.getToken() + " " + source.getToken();
+    switch (kind) {
+    case 0: parm.copyParm(source); break;
     case 1:
-        first.copyValue(0.0, index, second, other, oneIn(2), oneIn(2), oneIn(2), ZEL_ADDKEY_PENDING,
-                        ZEL_KEYSET_PREFERENCE);
-        break;
-    case 2: first.copyParm(second); break;
-    default: first.isParmValueEqual(index, second, other, 0.0, BASgetSTID()); break;
-    }
-}
-
-void World::revert(ZEL_Parm &parm)
-{
-    what += " revert " + std::string(parm.getToken());
-    switch (below(4)) {
-    case 0: parm.revertToDefaults(0.0); break;
-    case 1: parm.revertToDefault(0.0, 0, oneIn(2)); break;
-    case 2: parm.getInstance()->revertToDefaults(oneIn(2)); break;
-    default:
-        if (ZEL_Multi *multi = parm.asMulti()) {
-            multi->revertAllInstances();
-        }
-    }
-}
-
-void World::changeState(ZEL_Parm &parm)
-{
-    what += " state " + std::string(parm.getToken());
-    switch (below(6)) {
-    case 0: parm.setLockedFlag(-1, oneIn(4)); break;
-    case 1: parm.setAutoScopedFlag(0, oneIn(2)); break;
-    case 2:
+    case 2: parm.isParmValueEqual(index, source, other, 0.0, BASgetSTID()); break;
+    case 3: parm.revertToDefaults(0.0); break;
+    case 4: parm.revertToDefault(0.0, 0, oneIn(2)); break;
+    case 5: parm.getInstance()->revertToDefaults(oneIn(2)); break;
+    case 6: any(true).asMulti()->revertAllInstances(); break;
+    case 7: parm.setLockedFlag(-1, oneIn(4)); break;
+    case 8: parm.setAutoScopedFlag(0, oneIn(2)); break;
+    case 9:
         list->setChannelAlias(&parm, 0, KIT_StringHolder(oneIn(2) ? "" : oneIn(2) ? "a1" : "a2"));
         break;
-    case 3: parm.clearAndDestroyChannels(oneIn(2)); break;
-    case 4: parm.setDirtyFlags(-1); break;
-    default:
+    case 10: parm.clearAndDestroyChannels(oneIn(2)); break;
+    case 11: parm.setDirtyFlags(-1); break;
+    case 12:
         if (const ZEL_Conditional *condition = parm.getTemplatePtr()->getDisablePtr()) {
             condition->eval(parm, *list, nullptr);
         }
+        break;
+    default:
+        parm.copyValue(0.0, index, source, other, oneIn(2), oneIn(2), oneIn(2), ZEL_ADDKEY_PENDING,
+                       ZEL_KEYSET_PREFERENCE);
     }
 }
 
@@ -590,27 +502,36 @@ void World::rebuildSpares()
     list->updateSpareParmTemplates(oneIn(8) ? nullptr : mySpares[set].templates(), oneIn(2));
 }
 
-void World::walk()
+void World::useWholeList()
 {
-    what += " walk";
-    switch (below(6)) {
+    static const char *const theNames[] = {"v4", "x1_3", "k3", "w2", "y2"};
+    const int kind = below(9);
+    what += " whole list " + std::to_string(kind);
+    KIT_TokenString tokens;
+    KIT_Ramp ramp;
+    switch (kind) {
     case 0: readAll(); break;
     case 1: list->checkTimeDependence(true); break;
-    case 2: {
-        KIT_TokenString tokens;
-        list->getMagicString(tokens, 0.0, ~0u);
-        break;
-    }
-    case 3: {
-        static const char *const theNames[] = {"v4", "x1_3", "k3", "w2", "y2"};
-        list->checkMultiParmInstance(theNames[below(5)], false);
-        break;
-    }
+    case 2: list->getMagicString(tokens, 0.0, ~0u); break;
+    case 3: list->checkMultiParmInstance(theNames[below(5)], false); break;
     case 4: list->allDefaults(); break;
-    default:
+    case 5:
         setPendingOverrideString("pending");
         readAll();
         setPendingOverrideString(nullptr);
+        break;
+    case 6: {
+        ZEL_Parm &parm = *list->getParmPtr("r");
+        ZEL_RampUtils::updateRampFromMultiParm(0.0, parm, &ramp, nullptr, nullptr);
+        if (ramp.getNodeCount() < theMostItems) {
+            ZEL_RampUtils::updateMultiParmFromRamp(0.0, ramp, parm, oneIn(2), ZEL_ADDKEY_PENDING);
+        }
+        break;
+    }
+    default:
+        oneIn(2) ? list->revertToDefaults(0.0) : list->revertValuesToFactoryDefaults();
+        guard();
+        myModel = {};
     }
 }
 
@@ -634,37 +555,9 @@ void World::undo()
     myModel = mySavedModel;
 }
 
-void World::learnPlain()
-{
-    const ZEL_Parm &plain = *list->getParmPtr("plain");
-    myModel.setCount(plain.getMultiParmNumItems(), false);
-    for (int i = 0; i < myModel.value; ++i) {
-        ModelItem &item = myModel.items[std::size_t(i)];
-        item.number = std::atof(valueText(*plain.getMultiParm(2 * i)).c_str());
-        const ZEL_Parm &inner = *plain.getMultiParm(2 * i + 1);
-        item.inner.setCount(inner.getMultiParmNumItems(), false);
-        for (int k = 0; k < item.inner.value; ++k) {
-            item.inner.items[std::size_t(k)].number =
-                std::atof(valueText(*inner.getMultiParm(k)).c_str());
-        }
-    }
-}
-
-void World::ramp()
-{
-    what += " ramp";
-    ZEL_Parm &parm = *list->getParmPtr("r");
-    KIT_Ramp ramp;
-    ZEL_RampUtils::updateRampFromMultiParm(0.0, parm, &ramp, nullptr, nullptr);
-    if (ramp.getNodeCount() < theMostItems) {
-        ZEL_RampUtils::updateMultiParmFromRamp(0.0, ramp, parm, oneIn(2), ZEL_ADDKEY_PENDING);
-    }
-}
-
 /// Reads all counts until none changes.
 void World::settle()
 {
-    const int thread = BASgetSTID();
     std::uint32_t before = 0;
     int rounds = 0;
     myQuietFlag = true;
@@ -674,16 +567,13 @@ void World::settle()
             const ZEL_Parm *parm = list->getParmPtr(i);
             int count = 0;
             if (parm->isMultiParm()) {
-                parm->getValue(0.0, count, 0, thread);
+                parm->getValue(0.0, count, 0, BASgetSTID());
             }
         }
     } while (before != list->getAddRemoveCount() && ++rounds < 4);
-    myModel.follow(false);
-    for (ModelItem &item : myModel.items) {
-        item.inner.follow(false);
-    }
+    myModel.settle();
     if (myUnknownFlag) {
-        learnPlain();
+        myModel.learn(*list->getParmPtr("plain"));
         myUnknownFlag = false;
     }
     myQuietFlag = false;
@@ -694,33 +584,22 @@ void World::step()
     what.clear();
     const int kind = below(100);
     if (kind < 25) {
-        changeCount(*anyMulti());
+        changeCount();
     } else if (kind < 45) {
         changePlain(false);
-    } else if (kind < 60) {
-        betweenTwo(*any(), *any());
-    } else if (kind < 70) {
-        changeValue(*any());
     } else if (kind < 76) {
-        revert(*any());
+        changeParm();
     } else if (kind < 86) {
-        changeState(*any());
+        changeValue();
     } else {
         // These read or write "plain" too.
         myFrozenFlag = true;
         if (kind < 90) {
             rebuildSpares();
-        } else if (kind < 94) {
-            walk();
-        } else if (kind < 97) {
+        } else if (kind < 93) {
             undo();
-        } else if (kind < 98) {
-            ramp();
         } else {
-            what += " whole list";
-            oneIn(2) ? list->revertToDefaults(0.0) : list->revertValuesToFactoryDefaults();
-            guard();
-            myModel = {};
+            useWholeList();
         }
         myFrozenFlag = false;
     }
@@ -765,50 +644,22 @@ std::string World::checkBlock(const ZEL_Parm &parm)
     return "";
 }
 
-std::string World::checkPlain()
-{
-    const auto numberOf = [](const ZEL_Parm *parm) {
-        return parm ? valueText(*parm) : std::string("none");
-    };
-    std::string expected, present;
-    for (const ModelItem &item : myModel.items) {
-        expected += number(item.number) + "(";
-        for (const ModelNumber &inner : item.inner.items) {
-            expected += number(inner.number) + " ";
-        }
-        expected += ") ";
-    }
-    const ZEL_Parm &plain = *list->getParmPtr("plain");
-    for (int i = 0; i < plain.getMultiParmNumItems(); ++i) {
-        const ZEL_Parm *inner = plain.getMultiParm(2 * i + 1);
-        present += numberOf(plain.getMultiParm(2 * i)) + "(";
-        for (int k = 0; inner && k < inner->getMultiParmNumItems(); ++k) {
-            present += numberOf(inner->getMultiParm(k)) + " ";
-        }
-        present += ") ";
-    }
-    return expected == present ? "" : "plain: " + present + "instead of " + expected;
-}
-
-std::string World::checkMarks()
-{
-    int marks = 0;
-    for (int i = 0; i < entries(); ++i) {
-        const ZEL_Parm &parm = *list->getParmPtr(i);
-        for (int k = 0; k < parm.getVectorSize(); ++k) {
-            marks += parm.isSendExtra(k) ? 1 : 0;
-        }
-    }
-    return marks == list->getNumSendExtra() ? "" : "wrong count of marks";
-}
-
 std::string World::check()
 {
     myQuietFlag = true;
-    std::string fault = checkMarks() + checkPlain();
+    Model plain;
+    plain.learn(*list->getParmPtr("plain"));
+    std::string fault;
+    if (plain.text() != myModel.text()) {
+        fault = "plain: " + plain.text() + " instead of " + myModel.text();
+    }
+    int marks = 0;
     for (int i = 0; i < entries() && fault.empty(); ++i) {
         const ZEL_Parm &parm = *list->getParmPtr(i);
         const ZEL_Multi *owner = parm.getMultiParmOwner();
+        for (int k = 0; k < parm.getVectorSize(); ++k) {
+            marks += parm.isSendExtra(k) ? 1 : 0;
+        }
         if (list->getParmPtr(parm.getToken()) != &parm) {
             fault = std::string(parm.getToken()) + " isn't found";
         } else if (owner && (list->getParmPtr(owner->getToken()) != owner->getParm() ||
@@ -818,6 +669,9 @@ std::string World::check()
             fault = checkBlock(parm);
         }
     }
+    if (fault.empty() && marks != list->getNumSendExtra()) {
+        fault = "wrong count of marks";
+    }
     const ZEL_Parm &guarded = *list->getParmPtr("q1");
     if (valueText(guarded) != number(theGuarded) || !guarded.getLockedFlag(0)) {
         fault += " the guarded parameter changed";
@@ -826,18 +680,12 @@ std::string World::check()
     return fault;
 }
 
-long setting(const char *name, long otherwise)
-{
-    const char *text = std::getenv(name);
-    return text ? std::atol(text) : otherwise;
-}
-
 } // namespace
 
 TEST(MultiRandom, WhateverIsCalledReadsAndChanges)
 {
-    const long operations = setting("ZEL_TEST_OPERATIONS", 4000);
-    const unsigned seed = unsigned(setting("ZEL_TEST_SEED", 1));
+    const long operations = numberFromEnvironment("ZEL_TEST_OPERATIONS", 4000);
+    const unsigned seed = unsigned(numberFromEnvironment("ZEL_TEST_SEED", 1));
     constexpr long theWorld = 1000;
     for (long done = 0; done < operations; done += theWorld) {
         const unsigned start = seed + unsigned(done / theWorld);

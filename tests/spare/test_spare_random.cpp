@@ -3,7 +3,6 @@
 
 #include "SpareRig.h"
 
-#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -209,8 +208,7 @@ private:
 
 TEST(SpareRandom, SetsWithMirrorsOfAnything)
 {
-    const char *const text = std::getenv("ZEL_TEST_STEPS");
-    const long steps = text ? std::atol(text) : 3000;
+    const long steps = numberFromEnvironment("ZEL_TEST_STEPS", 3000);
     constexpr long theRun = 500;
     for (long done = 0; done < steps; done += theRun) {
         RandomSpares run{unsigned(done)};
