@@ -539,57 +539,24 @@ void refuseEach()
     }
 }
 
-TEST(RefusedMemory, MakingAList)
+template <class Work>
+class RefusedMemoryOf : public testing::Test
+{};
+using Works =
+    testing::Types<MakingAList, LoadingAList, ReplacingAList, GrowingItems, MovingItems,
+                   ReplacingSpares, UndoingAChange, RecordingAStep, BuildingAScript, MakingRecords>;
+TYPED_TEST_SUITE(RefusedMemoryOf, Works, );
+
+TYPED_TEST(RefusedMemoryOf, EachAllocation)
 {
-    refuseEach<MakingAList>();
+    refuseEach<TypeParam>();
 }
 
-TEST(RefusedMemory, LoadingAList)
-{
-    refuseEach<LoadingAList>();
-}
-
-TEST(RefusedMemory, ReplacingAList)
-{
-    refuseEach<ReplacingAList>();
-}
-
-TEST(RefusedMemory, GrowingItems)
-{
-    refuseEach<GrowingItems>();
-}
-
-TEST(RefusedMemory, MovingItems)
-{
-    refuseEach<MovingItems>();
-}
-
-TEST(RefusedMemory, ReplacingSpares)
-{
-    refuseEach<ReplacingSpares>();
-}
-
-TEST(RefusedMemory, UndoingAChange)
-{
-    refuseEach<UndoingAChange>();
-}
-
-TEST(RefusedMemory, RecordingAStep)
-{
-    refuseEach<RecordingAStep>();
-}
-
-TEST(RefusedMemory, BuildingAScript)
-{
-    refuseEach<BuildingAScript>();
-}
-
-TEST(RefusedMemory, MakingRecords)
+TEST(RefusedMemory, AllRecordsAreCounted)
 {
     MakingRecords whole;
     whole.run();
     EXPECT_EQ(whole.text(Texts::READ), "11");
-    refuseEach<MakingRecords>();
 }
 
 TEST(RefusedMemory, AConditionOfTheWriterHasAValueForEachName)
