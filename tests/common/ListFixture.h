@@ -8,12 +8,14 @@
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Collection.h>
+#include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_Default.h>
 #include <ZEL/ZEL_Float.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_Range.h>
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/ZEL_TypeConstants.h>
@@ -21,6 +23,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
 /// A template with its own name, defaults and range, so that tests don't share changed ones.
 struct OwnedTemplate
@@ -50,6 +53,17 @@ inline std::string takeMessages()
     return text;
 }
 
+/// Restores what a test changes in the channel manager.
+struct ManagerSettings
+{
+    ~ManagerSettings()
+    {
+        TRK_Manager::getContext().setCommitPreference(true);
+        TRK_Manager::getContext().setTupleKeying(false);
+        TRK_Manager::getContext().setCurrentTime(0.0);
+    }
+};
+
 /// One parameter "p" in a list with a collection.
 struct OneParm
 {
@@ -60,10 +74,14 @@ struct OneParm
     }
 
     /// Call when the description is complete.
-    void build()
+    void build(ZEL_ParmOwner *owner = nullptr, bool withChannels = true)
     {
         templates[0] = description.entry;
-        list.reset(new ZEL_ParmList(templates, &channels, nullptr, nullptr, "", false));
+        list.reset(new ZEL_ParmList(templates, withChannels ? &channels : nullptr, owner, nullptr,
+                                    "", false));
+        if (owner) {
+            owner->setParmList(list.get());
+        }
         parm = list->getParmPtr(0);
         instance = parm->getInstance();
     }
@@ -78,6 +96,28 @@ struct OneParm
              ZEL_AddKeyType addKey = ZEL_ADDKEY_PENDING)
     {
         instance->setValue(time, value, false, index, addKey, ZEL_KEYSET_PREFERENCE);
+    }
+    void setInteger(std::int64_t value, int index = 0, double time = 0.0,
+                    ZEL_AddKeyType addKey = ZEL_ADDKEY_PENDING, bool replace = false)
+    {
+        instance->setValue(time, value, replace, index, addKey, ZEL_KEYSET_PREFERENCE);
+    }
+    void setText(const char *text, int index = 0, TRK_StringMeaning meaning = TRK_MEANING_LITERAL,
+                 double time = 0.0, ZEL_AddKeyType addKey = ZEL_ADDKEY_PENDING)
+    {
+        instance->setValue(time, text, meaning, false, index, addKey, ZEL_KEYSET_PREFERENCE);
+    }
+    std::string text(int index = 0, double time = 0.0) const
+    {
+        KIT_String result;
+        instance->getValue(list.get(), time, result, index, true, 1);
+        return result.toStdString();
+    }
+    std::string expression(int index = 0, double time = 0.0) const
+    {
+        KIT_String result;
+        instance->getExpression(time, result, index, false, 1);
+        return result.toStdString();
     }
     TRK_Channel *animate(const char *expression, int index = 0)
     {
@@ -94,6 +134,17 @@ struct OneParm
     {
         KIT_IStream is(data.data(), data.size(), binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
         return instance->load(is);
+    }
+    std::string savedCommand(int values, int index = -1) const
+    {
+        std::ostringstream os;
+        instance->saveCommand(os, values, index);
+        return os.str();
+    }
+    int loadCommand(const std::vector<const char *> &arguments, bool asSet, int index = -1)
+    {
+        return instance->loadCommand(int(arguments.size()), arguments.data(), index, asSet,
+                                     ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
     }
 
     OwnedTemplate description;

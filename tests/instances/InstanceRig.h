@@ -61,11 +61,7 @@ struct Rig : OneParm
 
     Rig &build(ZEL_ParmOwner *owner = nullptr, bool withChannels = true)
     {
-        templates[0] = description.entry;
-        list.reset(new ZEL_ParmList(templates, withChannels ? &channels : nullptr, owner, nullptr,
-                                    "", false));
-        parm = list->getParmPtr(0);
-        instance = parm->getInstance();
+        OneParm::build(owner, withChannels);
         probe.reset(new Probe(&templates[0], parm));
         return *this;
     }

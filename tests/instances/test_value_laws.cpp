@@ -5,6 +5,7 @@
 #include <EVL/EVL.h>
 #include <KIT/KIT_TokenString.h>
 #include <SNK/SNK_Python.h>
+#include <TRK/TRK_ChannelRef.h>
 #include <TRK/TRK_Manager.h>
 
 #include <gtest/gtest.h>
@@ -236,8 +237,7 @@ TEST_F(ValueLaws, AnExpressionErrorIsThatOfTheComponentThatHasIt)
         for (const int before : {int(EVL::EVL_OK), int(EVL::EVL_CYCLE)}) {
             OneParm p(*type, 3);
             p.build();
-            p.instance->setValue(0.0, "7", TRK_MEANING_LITERAL, false, 0, ZEL_ADDKEY_PENDING,
-                                 ZEL_KEYSET_PREFERENCE);
+            p.setText("7");
             EVL::theErrNo[theThread] = before;
             KIT_TokenString tokens;
             p.instance->getMagicString(tokens, p.list.get(), 3, 0.0, true, theThread);
@@ -254,6 +254,205 @@ TEST_F(ValueLaws, AnExpressionErrorIsThatOfTheComponentThatHasIt)
             EXPECT_EQ(EVL::theErrNo[theThread],
                       before != EVL::EVL_OK ? before : int(EVL::EVL_UNKNOWN_CHANNEL));
             takeMessages();
+        }
+    }
+}
+
+TEST_F(ValueLaws, AnIndexOutsideTheVectorIsToldAndChangesNothing)
+{
+    for (const ZEL_Type *type : theKinds) {
+        OneParm p(*type, 2);
+        p.build();
+        p.instance->clearAllDirtyFlags();
+        for (const int outside : {2, -1}) {
+            p.set(9.0, outside);
+            p.setText("9", outside);
+            p.animate("1 + 1", outside);
+            EXPECT_EQ(takeMessages(), "ZEL 21; ZEL 21; ZEL 21");
+            EXPECT_TRUE(p.instance->areAllFlagsClean());
+            EXPECT_EQ(p.eval(outside), 0.0);
+            double value = 5.0;
+            std::int64_t integer = 5;
+            KIT_String text("kept", true);
+            p.instance->getDefaultValue(value, outside);
+            p.instance->getDefaultValue(integer, outside);
+            p.instance->getDefaultValue(text, outside);
+            EXPECT_TRUE(value == 5.0 && integer == 5 && text == "kept");
+            EXPECT_FALSE(p.instance->isDefault(outside, ZEL_DEFAULT_MAGIC, true));
+        }
+    }
+}
+
+TEST_F(ValueLaws, CopiesHaveValuesOfTheirOwn)
+{
+    for (const ZEL_Type *type : theKinds) {
+        OneParm p(*type, 3), smaller(*type, 2), larger(*type, 4);
+        p.build();
+        smaller.build();
+        larger.build();
+        constexpr std::int64_t theHuge = std::int64_t(1) << 40;
+        for (int i = 0; i < 3; ++i) {
+            p.setInteger(theHuge + i, i);
+        }
+        smaller.instance->adopt(*p.instance);
+        larger.instance->adopt(*p.instance);
+        const ZEL_Parm copy(p.parm, p.list.get());
+        const std::unique_ptr<ZEL_Instance> twin(p.instance->duplicateSelf(p.parm));
+        p.setInteger(7, 1);
+        std::int64_t copied = 0;
+        twin->getValue(nullptr, 0.0, copied, 1, 1);
+        EXPECT_EQ(copied, theHuge + 1);
+        copy.getValue(0.0, copied, 2, 1);
+        EXPECT_EQ(copied, theHuge + 2);
+        EXPECT_EQ(smaller.eval(1), double(theHuge + 1));
+        EXPECT_EQ(larger.eval(2), double(theHuge + 2));
+        EXPECT_EQ(larger.eval(3), 0.0);
+        EXPECT_TRUE(smaller.instance->getDefaultsInitFlag());
+    }
+}
+
+TEST_F(ValueLaws, HardeningKeysWhatIsPendingAtThatTimeAndMatches)
+{
+    TRK_Manager::getContext().setCommitPreference(false);
+    for (const ZEL_Type *type : theKinds) {
+        OneParm p(*type, 1);
+        p.build();
+        p.instance->addChannel(0);
+        const TRK_Channel *channel = p.instance->getChannel(0);
+        p.setText("3", 0, TRK_MEANING_LITERAL, 2.0);
+        KIT_Array<TRK_ChannelRef> collected;
+        p.instance->hardenChanges(2.0, 0, false, nullptr, &collected);
+        EXPECT_EQ(collected.entries(), 1);
+        p.instance->hardenChanges(2.0, 0, false, "other*", nullptr);
+        EXPECT_EQ(p.instance->getChanState(2.0, 0), ZEL_CHAN_PENDING);
+        p.instance->hardenChanges(2.0, 0, false, "p*", nullptr);
+        EXPECT_EQ(p.instance->getChanState(2.0, 0), ZEL_CHAN_KEY);
+        EXPECT_EQ(p.eval(0, 2.0), 3.0);
+
+        // Pending at another time: hardening here drops it.
+        p.setText("8", 0, TRK_MEANING_LITERAL, 3.0);
+        p.instance->hardenChanges(5.0, 0, false, nullptr, nullptr);
+        EXPECT_FALSE(channel->getPendingFlag());
+    }
+}
+
+TEST_F(ValueLaws, CurrentDefaultsComeAndGo)
+{
+    for (const ZEL_Type *type : theKinds) {
+        OneParm p(*type, 1);
+        p.description.defaults[0] = type->isStringType() ? ZEL_Default(0.0, "2") : ZEL_Default(2.0);
+        p.build();
+        const auto is = [&](ZEL_DefaultType of) { return p.instance->isDefault(0, of, true); };
+        EXPECT_TRUE(is(ZEL_DEFAULT_FACTORY_VALUE));
+        p.setInteger(6);
+        EXPECT_FALSE(is(ZEL_DEFAULT_MAGIC));
+        p.instance->overwriteDefault(0.0, 0);
+        EXPECT_TRUE(is(ZEL_DEFAULT_MAGIC) && is(ZEL_DEFAULT_CURRENT));
+        EXPECT_FALSE(is(ZEL_DEFAULT_FACTORY_VALUE));
+        p.setInteger(9);
+        EXPECT_FALSE(is(ZEL_DEFAULT_CURRENT));
+        p.instance->revertToDefaults(false);
+        EXPECT_EQ(p.eval(), 6.0);
+        p.instance->restoreFactoryDefault(0);
+        p.instance->revertToDefault(0);
+        EXPECT_EQ(p.eval(), 2.0);
+
+        // A keyed component keeps its channel and gets the default as a key.
+        p.instance->addChannel(0);
+        p.setInteger(8, 0, 1.0, ZEL_ADDKEY_HARDEN);
+        p.instance->setValueToDefault(2.0, 0, ZEL_ADDKEY_HARDEN);
+        p.instance->revertToDefaults(false);
+        ASSERT_NE(p.instance->getChannel(0), nullptr);
+        EXPECT_TRUE(p.instance->getChannel(0)->isAtKey(2.0));
+        EXPECT_EQ(p.eval(0, 2.0), 2.0);
+        p.instance->revertToDefault(0);
+        EXPECT_EQ(p.instance->getChannel(0), nullptr);
+    }
+}
+
+TEST_F(ValueLaws, MagicStringsGoFromTheLastComponentToTheFirst)
+{
+    for (const ZEL_Type *type : theKinds) {
+        OneParm p(*type, 3);
+        p.description.defaults[0] = ZEL_Default(1.0, type->isStringType() ? "1" : nullptr);
+        p.build();
+        const auto tokens = [&](bool all) {
+            KIT_TokenString found;
+            const bool differs = p.instance->getMagicString(found, p.list.get(), 3, 0.0, all, 1);
+            EXPECT_EQ(differs, !found.isEmpty() && !all);
+            return found;
+        };
+        EXPECT_TRUE(tokens(false).isEmpty()) << "nothing for defaults";
+        KIT_TokenString defaults, changed;
+        for (int i = 0; i < 3; ++i) {
+            defaults.append('d');
+        }
+        EXPECT_TRUE(tokens(true) == defaults);
+        p.setInteger(7, 2);
+        type == &ZEL_FLT   ? changed.append(7.0)
+        : type == &ZEL_ORD ? changed.append(7)
+                           : changed.append("7");
+        changed.append('d');
+        changed.append('d');
+        EXPECT_TRUE(tokens(false) == changed);
+    }
+}
+
+TEST_F(ValueLaws, StreamsCarryOptionsAndReplaceChannels)
+{
+    for (const ZEL_Type *type : theKinds) {
+        for (const bool binary : {false, true}) {
+            OneParm p(*type, 2), q(*type, 2);
+            p.build();
+            q.build();
+            p.setInteger(5, 1);
+            p.instance->setLockedFlag(0, true);
+            p.instance->setAutoScopedFlag(0, true);
+            p.instance->setAutoSelectFlag(0, false);
+            ASSERT_NE(q.animate("$F", 1), nullptr);
+            ASSERT_TRUE(q.load(p.saved(binary), binary));
+            EXPECT_EQ(q.saved(binary), p.saved(binary));
+            EXPECT_TRUE(q.instance->getLockedFlag(0) && q.instance->getSaveAutoSelectFlag());
+            // A value deletes the channel in a text; a packet only unlinks it.
+            EXPECT_EQ(q.instance->getChannel(1), nullptr);
+            EXPECT_EQ(q.channels.entries(), binary ? 1 : 0);
+            EXPECT_EQ(q.eval(1), 5.0);
+        }
+    }
+    EXPECT_EQ(takeMessages(), "");
+}
+
+TEST_F(ValueLaws, DamagedStreamsLoadOrFailWithAMessage)
+{
+    const auto tryLoad = [](const ZEL_Type &type, const std::string &data, bool binary) {
+        OneParm p(type, 3);
+        p.build();
+        p.animate("$F", 1);
+        takeMessages();
+        const bool loaded = p.load(data, binary);
+        EXPECT_TRUE(loaded || takeMessages() != "") << data;
+        p.eval(1);
+        takeMessages();
+        return loaded;
+    };
+    for (const ZEL_Type *type : {&ZEL_FLT, &ZEL_ORD, &ZEL_TOGGLE, &ZEL_STRING}) {
+        for (const bool binary : {false, true}) {
+            OneParm source(*type, 3);
+            source.build();
+            source.animate("$F", 1);
+            source.setInteger(1, 2);
+            source.instance->setLockedFlag(0, true);
+            const std::string data = source.saved(binary);
+            std::size_t failures = 0;
+            for (std::size_t at = 0; at < data.size(); ++at) {
+                failures += tryLoad(*type, data.substr(0, at), binary) ? 0 : 1;
+                for (int value = 0; value < 256; value += 5) {
+                    std::string damaged = data;
+                    damaged[at] = char(value);
+                    tryLoad(*type, damaged, binary);
+                }
+            }
+            EXPECT_GT(failures, data.size() / 2);
         }
     }
 }

@@ -54,13 +54,7 @@ struct OrdinalParm : OneParm
 
     OrdinalParm &build(ZEL_ParmOwner *owner = nullptr)
     {
-        templates[0] = description.entry;
-        list.reset(new ZEL_ParmList(templates, &channels, owner, nullptr, "", false));
-        if (owner) {
-            owner->setParmList(list.get());
-        }
-        parm = list->getParmPtr(0);
-        instance = parm->getInstance();
+        OneParm::build(owner);
         return *this;
     }
 
@@ -69,28 +63,6 @@ struct OrdinalParm : OneParm
         std::int64_t result = -999;
         instance->getValue(list.get(), time, result, index, 1);
         return result;
-    }
-    std::string text(int index = 0) const
-    {
-        KIT_String result;
-        instance->getValue(list.get(), 0.0, result, index, true, 1);
-        return result.toStdString();
-    }
-    std::string expression(int index = 0) const
-    {
-        KIT_String result;
-        instance->getExpression(0.0, result, index, false, 1);
-        return result.toStdString();
-    }
-    void setInteger(std::int64_t to, int index = 0, double time = 0.0,
-                    ZEL_AddKeyType addKey = ZEL_ADDKEY_PENDING, bool replace = false)
-    {
-        instance->setValue(time, to, replace, index, addKey, ZEL_KEYSET_PREFERENCE);
-    }
-    void setText(const char *to, int index = 0)
-    {
-        instance->setValue(0.0, to, TRK_MEANING_LITERAL, false, index, ZEL_ADDKEY_PENDING,
-                           ZEL_KEYSET_PREFERENCE);
     }
     /// The value, and the channel's expression if there is a channel: "3" or "3 = $F + 2".
     std::string state(int index = 0) const

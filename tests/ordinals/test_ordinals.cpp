@@ -1,9 +1,7 @@
+#include <common/OverrideProvider.h>
 #include <ordinals/OrdinalParm.h>
 
-#include <KIT/KIT_TokenString.h>
-#include <TRK/TRK_ChannelRef.h>
 #include <TRK/TRK_Manager.h>
-#include <ZEL/ZEL_ORCallback.h>
 
 #include <gtest/gtest.h>
 
@@ -14,37 +12,9 @@ namespace
 
 constexpr std::int64_t theHuge = std::int64_t(1) << 40;
 
-struct Ordinals : testing::Test, Menus
+struct Ordinals : testing::Test, Menus, ManagerSettings
 {
-    ~Ordinals() override
-    {
-        TRK_Manager::getContext().setTupleKeying(false);
-        takeMessages();
-    }
-};
-
-/// Gives each overridden component the same number.
-struct Provider : ZEL_ORCallback
-{
-    explicit Provider(std::int64_t answer) : number(answer) { ZEL_ParmList::setORCallback(this); }
-    ~Provider() override { ZEL_ParmList::setORCallback(nullptr); }
-
-    double evalFloat(int, double, int *, int *active) override
-    {
-        *active = 1;
-        return double(number);
-    }
-    std::int64_t evalInt(int, double, int *, int *active) override
-    {
-        *active = 1;
-        return number;
-    }
-    KIT_StringHolder evalString(int, double, int *, int *) override { return KIT_StringHolder(); }
-    bool setFloat(int, double, int, int, double) override { return false; }
-    bool setInt(int, double, int, int, std::int64_t) override { return false; }
-    bool setString(int, double, int, int, const KIT_StringHolder &) override { return false; }
-
-    std::int64_t number;
+    ~Ordinals() override { takeMessages(); }
 };
 
 } // namespace
@@ -100,7 +70,7 @@ TEST_F(Ordinals, LimitsHoldForOverridesAndFailingOwners)
     TestOwner owner;
     p.build(&owner).setInteger(4);
     {
-        Provider provider(50);
+        const OverrideProvider provider(50.0);
         p.instance->setOverride(0, 0, "provider", ZEL_OVERRIDE_OVERRIDDEN);
         EXPECT_EQ(p.value(), 9);
     }
@@ -165,12 +135,6 @@ TEST_F(Ordinals, TextIsATokenANumberOrAnExpression)
     EXPECT_EQ(p.value(), 3);
     p.set(-0.5);
     EXPECT_EQ(p.value(), 0);
-    p.instance->clearAllDirtyFlags();
-    for (const int outside : {1, -1}) {
-        p.setText("1", outside);
-        EXPECT_EQ(takeMessages(), "ZEL 21");
-        EXPECT_TRUE(p.instance->areAllFlagsClean());
-    }
 }
 
 TEST_F(Ordinals, ExpressionsRoundAndANumberIsOneToo)
@@ -225,21 +189,12 @@ TEST_F(Ordinals, HardeningKeysTheLimitedInteger)
     TRK_Channel *channel = p.animate("$F + 0.6");
     p.instance->hardenChanges(1.0, 0, false, nullptr, nullptr);
     EXPECT_FALSE(channel->isAtKey(1.0)) << "nothing is pending";
-    KIT_Array<TRK_ChannelRef> references;
-    p.instance->hardenChanges(1.0, 0, true, nullptr, &references);
-    EXPECT_EQ(references.entries(), 1);
     p.instance->hardenChanges(1.0, 0, true, "other", nullptr);
-    EXPECT_FALSE(channel->isAtKey(1.0)) << "only collected, or excluded by the pattern";
+    EXPECT_FALSE(channel->isAtKey(1.0)) << "excluded by the pattern";
 
     OrdinalParm q(ZEL_ORD, 1, &exclusive);
     q.build();
     q.animate("bezier()");
-    q.instance->setValue(1.0, std::int64_t(1), false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_NOCOMMIT);
-    EXPECT_EQ(q.instance->getChanState(1.0, 0), ZEL_CHAN_PENDING);
-    q.instance->hardenChanges(1.0, 0, false, nullptr, nullptr);
-    EXPECT_TRUE(q.instance->getChannel(0)->isAtKey(1.0));
-    EXPECT_EQ(q.value(0, 1.0), 1);
-
     q.setInteger(5, 0, 1.0);
     EXPECT_EQ(q.channels.evaluate(q.instance->getChannel(0), 1.0, false, 1), 5.0);
     q.instance->hardenChanges(1.0, 0, true, nullptr, nullptr);
@@ -294,34 +249,6 @@ TEST_F(Ordinals, DefaultsAreTokensNumbersOrExpressions)
             EXPECT_FALSE(p.instance->isDefault(0, ZEL_DEFAULT_FACTORY_VALUE, true)) << label;
         }
     }
-    std::int64_t untouched = 7;
-    OrdinalParm p(ZEL_ORD);
-    p.build().instance->getDefaultValue(untouched, 1);
-    EXPECT_EQ(untouched, 7);
-}
-
-TEST_F(Ordinals, CurrentDefaultsComeAndGo)
-{
-    OrdinalParm p(ZEL_ORD);
-    p.description.defaults[0] = ZEL_Default(2.0);
-    p.build().setInteger(6);
-    p.instance->overwriteDefaults(0.0);
-    p.setInteger(9);
-    EXPECT_FALSE(p.instance->isDefault(0, ZEL_DEFAULT_CURRENT, true));
-    p.instance->revertToDefaults(false);
-    EXPECT_EQ(p.value(), 6);
-    EXPECT_TRUE(p.instance->isDefault(0, ZEL_DEFAULT_CURRENT, true));
-    p.instance->restoreFactoryDefault(0);
-    p.instance->revertToDefault(0);
-    EXPECT_EQ(p.value(), 2);
-
-    // A keyed component keeps its channel.
-    p.animate("bezier()");
-    p.setInteger(8, 0, 1.0, ZEL_ADDKEY_FORCE);
-    p.instance->setValueToDefault(2.0, 0, ZEL_ADDKEY_FORCE);
-    ASSERT_NE(p.instance->getChannel(0), nullptr);
-    EXPECT_EQ(p.value(0, 2.0), 2);
-    EXPECT_TRUE(p.instance->getChannel(0)->isAtKey(2.0));
 }
 
 TEST_F(Ordinals, ASwitcherOpensWithItsGroup)
@@ -347,30 +274,4 @@ TEST_F(Ordinals, ASwitcherOpensWithItsGroup)
         p.setInteger(0, 0);
         EXPECT_TRUE(p.instance->isDefault(0, ZEL_DEFAULT_MAGIC, true)) << "no member count";
     }
-}
-
-TEST_F(Ordinals, MagicStringHoldsIntegersAndTheDefaultMark)
-{
-    OrdinalParm p(ZEL_ORD, 2);
-    p.build();
-    KIT_TokenString tokens, expected;
-    EXPECT_FALSE(p.instance->getMagicString(tokens, p.list.get(), 2, 0.0, false, 1));
-    EXPECT_TRUE(tokens == expected) << "nothing for defaults";
-    p.setInteger(3, 1);
-    EXPECT_TRUE(p.instance->getMagicString(tokens, p.list.get(), 2, 0.0, false, 1));
-    expected.append(3);
-    expected.append('d');
-    EXPECT_TRUE(tokens == expected);
-}
-
-TEST_F(Ordinals, CopiesTakeValuesAlong)
-{
-    OrdinalParm p(ZEL_ORD, 2), q(ZEL_ORD, 2);
-    p.build().setInteger(theHuge, 1);
-    q.build().instance->adopt(*p.instance);
-    EXPECT_EQ(q.value(1), theHuge);
-    std::unique_ptr<ZEL_Instance> twin(p.instance->duplicateSelf(q.parm));
-    std::int64_t value = 0;
-    twin->getValue(nullptr, 0.0, value, 1, 1);
-    EXPECT_EQ(value, theHuge);
 }

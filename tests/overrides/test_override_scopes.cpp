@@ -1,7 +1,7 @@
 #include <common/ListFixture.h>
+#include <common/OverrideProvider.h>
 
 #include <ZEL/ZEL_AutoDisableOverride.h>
-#include <ZEL/ZEL_ORCallback.h>
 
 #include <gtest/gtest.h>
 
@@ -19,39 +19,6 @@
 
 namespace
 {
-class Provider : public ZEL_ORCallback
-{
-public:
-    Provider() { ZEL_ParmList::setORCallback(this); }
-    ~Provider() override { ZEL_ParmList::setORCallback(nullptr); }
-
-    double evalFloat(int data, double, int *timeDep, int *active) override
-    {
-        return answer(data, timeDep, active);
-    }
-    std::int64_t evalInt(int data, double, int *timeDep, int *active) override
-    {
-        return answer(data, timeDep, active);
-    }
-    KIT_StringHolder evalString(int data, double, int *timeDep, int *active) override
-    {
-        return KIT_StringHolder(std::to_string(answer(data, timeDep, active)).c_str());
-    }
-    bool setFloat(int, double, int, int, double) override { return true; }
-    bool setInt(int, double, int, int, std::int64_t) override { return true; }
-    bool setString(int, double, int, int, const KIT_StringHolder &) override { return true; }
-
-private:
-    static int answer(int data, int *timeDep, int *active)
-    {
-        if (timeDep) {
-            *timeDep = 0;
-        }
-        *active = 1;
-        return 100 + data;
-    }
-};
-
 /// What one thread has disabled.
 struct Disabled
 {
@@ -276,7 +243,7 @@ private:
         const int data = s.data[std::size_t(index)];
         const bool counts = s.hasRecords && data >= 0 &&
                             !(state.life == s.life && (state.mask & (1u << index)) != 0);
-        if (s.one.eval(index) != (counts ? 100.0 + data : 0.0)) {
+        if (s.one.eval(index) != (counts ? 100.0 * (1 + data) : 0.0)) {
             fault = "value";
         } else if (s.one.instance->isDataDependent(0.0, index) != counts) {
             fault = "dependence";
@@ -308,7 +275,7 @@ long stepsOfARun()
 
 TEST(OverrideScopes, NamesNothingThatIsGone)
 {
-    Provider provider;
+    OverrideProvider provider(100.0);
     // Programs run at once on threads of their own: what they share is the process's.
     std::vector<std::thread> threads;
     std::array<std::string, 3> faults;
@@ -330,7 +297,7 @@ TEST(OverrideScopes, NamesNothingThatIsGone)
 
 TEST(OverrideScopes, NothingIsLeftToTheNextAtThatAddressOrOnThatThread)
 {
-    Provider provider;
+    OverrideProvider provider(100.0);
     OneParm p(ZEL_FLT, 1);
     p.build();
     alignas(ZEL_Float) unsigned char place[sizeof(ZEL_Float)];

@@ -1,9 +1,9 @@
 #include <common/EventLog.h>
 #include <common/ListFixture.h>
+#include <common/OverrideProvider.h>
 #include <common/TestOwner.h>
 
 #include <ZEL/ZEL_AutoDisableOverride.h>
-#include <ZEL/ZEL_ORCallback.h>
 
 #include <gtest/gtest.h>
 
@@ -15,70 +15,6 @@
 
 namespace
 {
-/// An override provider that returns what a test has set, and records its calls.
-class Provider : public ZEL_ORCallback
-{
-public:
-    Provider() { ZEL_ParmList::setORCallback(this); }
-    ~Provider() override { ZEL_ParmList::setORCallback(nullptr); }
-
-    double value = 5.0;
-    int timeDepAnswer = 0; // -1: leaves the argument unchanged
-    int activeAnswer = 1;
-    bool takes = true;
-    std::atomic<int> evals{0};
-    std::atomic<int> timeDepAsked{0};
-    std::string sets; // "FLOAT 3 12 @1", joined by "; "
-
-    double evalFloat(int dataIndex, double time, int *timeDep, int *active) override
-    {
-        answer(timeDep, active);
-        return value + dataIndex * 100 + time;
-    }
-    std::int64_t evalInt(int dataIndex, double, int *timeDep, int *active) override
-    {
-        answer(timeDep, active);
-        return std::int64_t(value) + dataIndex * 100;
-    }
-    KIT_StringHolder evalString(int, double, int *timeDep, int *active) override
-    {
-        answer(timeDep, active);
-        return KIT_StringHolder("from outside");
-    }
-    bool setFloat(int dataIndex, double time, int first, int second, double given) override
-    {
-        std::ostringstream os;
-        os << "float " << dataIndex << " " << given << " @" << time << (first || second ? "?" : "");
-        return note(os.str());
-    }
-    bool setInt(int dataIndex, double time, int first, int second, std::int64_t given) override
-    {
-        std::ostringstream os;
-        os << "int " << dataIndex << " " << given << " @" << time << (first || second ? "?" : "");
-        return note(os.str());
-    }
-    bool setString(int, double, int, int, const KIT_StringHolder &) override
-    {
-        return note("string");
-    }
-
-private:
-    void answer(int *timeDep, int *active)
-    {
-        ++evals;
-        timeDepAsked += timeDep ? 1 : 0;
-        if (timeDep && timeDepAnswer >= 0) {
-            *timeDep = timeDepAnswer;
-        }
-        *active = activeAnswer;
-    }
-    bool note(const std::string &text)
-    {
-        sets += (sets.empty() ? "" : "; ") + text;
-        return takes;
-    }
-};
-
 /// A value class reduced to what it does first on each set and each saved command.
 class Probe : public ZEL_Float
 {
@@ -96,10 +32,7 @@ struct OverriddenParm : OneParm
 {
     explicit OverriddenParm(int size, ZEL_ParmOwner *owner = nullptr) : OneParm(ZEL_FLT, size)
     {
-        templates[0] = description.entry;
-        list.reset(new ZEL_ParmList(templates, &channels, owner, nullptr, "", false));
-        parm = list->getParmPtr(0);
-        instance = parm->getInstance();
+        build(owner);
         probe.reset(new Probe(&templates[0], parm));
     }
     ~OverriddenParm() { probe.reset(); }
@@ -155,7 +88,7 @@ TEST(Overrides, ReplaceTheValueWhileTheyCount)
     EXPECT_EQ(p.eval(0), 1.0); // no callback installed
     EXPECT_EQ(p.instance->isDataDependent(0.0, -1), false);
     {
-        Provider provider;
+        OverrideProvider provider;
         EXPECT_EQ(p.eval(0, 3.0), 208.0);
         EXPECT_EQ(p.eval(1), 0.0);
         EXPECT_TRUE(p.instance->isDataDependent(0.0, 0));
@@ -190,7 +123,7 @@ TEST(Overrides, AskForTimeDependenceUntilItIsKnown)
     };
     const Case cases[] = {{0, 1, true, false}, {1, 1, true, true}, {-1, 2, true, true}};
     for (const Case &c : cases) {
-        Provider provider;
+        OverrideProvider provider;
         provider.timeDepAnswer = c.answer;
         OverriddenParm p(1);
         p.override(0, 0);
@@ -209,7 +142,7 @@ TEST(Overrides, AskForTimeDependenceUntilItIsKnown)
 
 TEST(Overrides, TakeWritesAsNumbers)
 {
-    Provider provider;
+    OverrideProvider provider;
     OverriddenParm p(2);
     Probe &probe = *p.probe;
     const ZEL_AddKeyType key = ZEL_ADDKEY_PENDING;
@@ -245,11 +178,12 @@ TEST(Overrides, TakeWritesAsNumbers)
 
 TEST(Overrides, SavedCommandsHoldTheOutsideValue)
 {
-    Provider provider;
+    OverrideProvider provider;
     OverriddenParm p(1);
     double number = -1.0;
     std::int64_t integer = -1;
     KIT_StringHolder text("kept");
+    provider.text = "from outside";
     int flag = 0;
     p.probe->saveCommandOverride(0, 0.0, number, flag);
     EXPECT_EQ(number, -1.0);
@@ -267,7 +201,7 @@ TEST(Overrides, SavedCommandsHoldTheOutsideValue)
 
 TEST(Overrides, ShowInTheInterfaceInPlaceOfTheExpression)
 {
-    Provider provider;
+    OverrideProvider provider;
     OverriddenParm p(2);
     p.set(4.0, 1);
     KIT_String text;
@@ -296,7 +230,7 @@ TEST(Overrides, ShowInTheInterfaceInPlaceOfTheExpression)
 
 TEST(Overrides, AFailingOwnerEndsTheEvaluation)
 {
-    Provider provider;
+    OverrideProvider provider;
     TestOwner owner;
     OverriddenParm p(1, &owner);
     p.probe->setOverride(0, 0, "layer", ZEL_OVERRIDE_OVERRIDDEN);
@@ -350,7 +284,7 @@ TEST(Overrides, AdoptKeepsItsOwnAndAdoptOverridesDoesNot)
 
 TEST(Overrides, AreDisabledForOneThreadInAScope)
 {
-    Provider provider;
+    OverrideProvider provider;
     OverriddenParm p(2);
     p.set(1.0, 0);
     p.override(0, 0);
@@ -401,7 +335,7 @@ TEST(Overrides, AreDisabledForOneThreadInAScope)
 
 TEST(Overrides, AScopeForgetsWhatIsDestroyedBeforeIt)
 {
-    Provider provider;
+    OverrideProvider provider;
     OverriddenParm kept(1);
     kept.override(0, 0);
     auto gone = std::make_unique<OverriddenParm>(2);
@@ -437,7 +371,7 @@ TEST(Overrides, AScopeForgetsWhatIsDestroyedBeforeIt)
 
 TEST(Overrides, AreEvaluatedOnManyThreadsAtOnce)
 {
-    Provider provider;
+    OverrideProvider provider;
     provider.timeDepAnswer = 1;
     OverriddenParm p(2);
     p.override(0, 0);
@@ -466,7 +400,7 @@ TEST(Overrides, AreEvaluatedOnManyThreadsAtOnce)
 
 TEST(Overrides, DisablingTellsWhatWasBefore)
 {
-    Provider provider;
+    OverrideProvider provider;
     OverriddenParm p(2), other(2);
     EXPECT_FALSE(p.instance->setOverrideDisable(0, 1)); // nothing to disable
     p.override(0, 0);

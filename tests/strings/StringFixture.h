@@ -12,17 +12,6 @@
 #include <string>
 #include <vector>
 
-/// Restores what a test changes in the channel manager.
-struct ManagerSettings
-{
-    ~ManagerSettings()
-    {
-        TRK_Manager::getContext().setCommitPreference(true);
-        TRK_Manager::getContext().setTupleKeying(false);
-        TRK_Manager::getContext().setCurrentTime(0.0);
-    }
-};
-
 /// A node at /obj/a: knows the variable HIP, and records the references that it is notified of.
 class StringNode : public TRK_PathResolver
 {
@@ -73,17 +62,6 @@ struct OneString : OneParm
         return text.c_str() ? text.toStdString() : "(null)";
     }
     std::string raw(int index = 0) const { return read(false, 0.0, index); }
-    std::string expression(int index = 0, double time = 0.0) const
-    {
-        KIT_String text;
-        instance->getExpression(time, text, index, false, 1);
-        return text.toStdString();
-    }
-    void setText(const char *text, int index = 0, TRK_StringMeaning meaning = TRK_MEANING_LITERAL,
-                 double time = 0.0, ZEL_AddKeyType addKey = ZEL_ADDKEY_PENDING)
-    {
-        instance->setValue(time, text, meaning, false, index, addKey, ZEL_KEYSET_PREFERENCE);
-    }
     TRK_Channel *channel(int index = 0) const { return instance->getChannel(index); }
 
     StringNode node;

@@ -1,13 +1,10 @@
+#include <common/Packets.h>
 #include <strings/StringFixture.h>
 
-#include <KIT/KIT_Packet.h>
-#include <KIT/KIT_Write.h>
 #include <ZEL/ZEL_SharedMenus.h>
 #include <ZEL/ZEL_SpareData.h>
 
 #include <gtest/gtest.h>
-
-#include <functional>
 
 namespace
 {
@@ -26,37 +23,24 @@ std::string contents(const OneString &p)
     return text;
 }
 
-std::string packet(int id, const std::function<void(std::ostream &)> &write = nullptr,
-                   const char *className = "ZEL_String")
+std::string packet(int id, const std::string &payload = "")
 {
-    std::stringstream os;
-    KIT_Packet packet;
-    packet.beginWrite(os, KITgetClassPacketID(className), id);
-    if (write) {
-        write(os);
-    }
-    packet.endWrite();
-    return os.str();
+    return packetOf("ZEL_String", id, payload);
+}
+
+std::string counted(const std::string &text)
+{
+    return bytesOf(std::int32_t(text.size())) + text;
 }
 
 std::string textPacket(const char *text)
 {
-    return packet(1, [text](std::ostream &os) { KIT_String(text).save(os, true); });
+    return packet(1, counted(text));
 }
 
 std::string linkPacket(const char *name, const char *text)
 {
-    return packet(2, [=](std::ostream &os) {
-        KIT_StringRef(name).saveBinary(os);
-        KIT_String(text).save(os, true);
-    });
-}
-
-std::string saveWith(OneString &p, int binary)
-{
-    std::stringstream os;
-    p.instance->save(os, binary, false);
-    return os.str();
+    return packet(2, counted(name) + counted(text));
 }
 
 } // namespace
@@ -68,12 +52,12 @@ TEST(StringStreams, TextFormToTheByte)
     p.setText("a \"b\"\\\t", 0);
     p.setText("\"x y\"", 1, TRK_MEANING_NATIVE);
     const std::string options = "\t[ 0\tlocks=0 ]\t(\t\"a \\\"b\\\"\\\\\\t\"\t";
-    const std::string saved = saveWith(p, 0);
+    const std::string saved = p.saved();
     EXPECT_EQ(saved, options + "[ " + p.instance->getChannelToken(1).c_str() + "\t ] \t\"\"\t)\n")
         << "beside a channel stands the default, without quotes";
 
     p.channel(1)->setKeyString("\"y\"", 1.0, true, false, false);
-    EXPECT_EQ(saveWith(p, 0),
+    EXPECT_EQ(p.saved(),
               options + "[ " + p.instance->getChannelToken(1).c_str() + "\tx y ] \t\"\"\t)\n")
         << "while a change is pending the stored text is saved";
 
@@ -94,7 +78,7 @@ TEST(StringStreams, BinaryFormToTheByte)
     p.setText("\"x\"", 1, TRK_MEANING_NATIVE);
     const char *name = p.instance->getChannelToken(1).c_str();
     const std::string values = textPacket("a\nb") + linkPacket(name, "") + packet(0);
-    const std::string saved = saveWith(p, 1);
+    const std::string saved = p.saved(true);
     ASSERT_GE(saved.size(), values.size());
     EXPECT_EQ(saved.substr(saved.size() - values.size()), values);
     std::stringstream compiled;
@@ -157,20 +141,6 @@ TEST(StringStreams, ATextTakesTheLocksOfItsStream)
     EXPECT_NE(number.instance->getLockedField(), 0u) << "unlike a number";
 }
 
-TEST(StringStreams, AValueDeletesTheChannelOnlyInTheTextForm)
-{
-    for (const bool binary : {false, true}) {
-        OneString p;
-        p.build();
-        p.setText("\"x\"", 0, TRK_MEANING_NATIVE);
-        ASSERT_EQ(p.channels.entries(), 1);
-        ASSERT_TRUE(binary ? p.load(textPacket("v") + packet(0), true) : p.load("( v )"));
-        EXPECT_EQ(p.channel(), nullptr);
-        EXPECT_EQ(p.channels.entries(), binary ? 1 : 0);
-        EXPECT_EQ(p.raw(), "v");
-    }
-}
-
 TEST(StringStreams, OldReferencesAndMenusAreRewritten)
 {
     OneString p;
@@ -213,7 +183,7 @@ TEST(StringStreams, BinaryLoadTellsForeignAndMissingPackets)
         {a + end, "a|", "ZEL 2", true},
         {a + b + a + a + end, "a|b", "ZEL 3; ZEL 3", true}, // one for each
         {packet(99) + a + b + end, "a|b", "Common 8", true},
-        {a + packet(1, nullptr, "ZEL_Float") + end, "a|", "Common 7", true},
+        {a + packetOf("ZEL_Float", 1) + end, "a|", "Common 7", true},
         {linkPacket("p1", "t") + linkPacket("no", "u") + end, "p1=t|u", "ZEL 4", true},
         {a.substr(0, a.size() - 1), "|", "", false},
     };
@@ -241,10 +211,8 @@ TEST(StringStreams, WithoutSavedDataTheDefaultIsWritten)
     p.description.entry.setSparePtr(&spare);
     p.build();
     p.setText("mine");
-    EXPECT_NE(saveWith(p, 0).find("\"std\""), std::string::npos);
-    std::stringstream os;
-    p.instance->saveCommand(os, 0, -1);
-    EXPECT_EQ(os.str(), " ( std )");
+    EXPECT_NE(p.saved().find("\"std\""), std::string::npos);
+    EXPECT_EQ(p.savedCommand(0), " ( std )");
 }
 
 TEST(StringStreams, CommandArguments)
@@ -253,32 +221,23 @@ TEST(StringStreams, CommandArguments)
     p.build();
     p.setText("a b", 0);
     p.setText("\"x\"+$F", 1, TRK_MEANING_NATIVE);
-    const auto command = [&p](int values, int index) {
-        std::stringstream os;
-        p.instance->saveCommand(os, values, index);
-        return os.str();
-    };
     const std::string name = p.instance->getChannelToken(1).c_str();
-    EXPECT_EQ(command(0, -1), " ( \"a b\" " + name + " )");
-    EXPECT_EQ(command(1, -1), " ( \"a b\" x1 )");
-    EXPECT_EQ(command(1, 1), " ( x1 )");
+    EXPECT_EQ(p.savedCommand(0, -1), " ( \"a b\" " + name + " )");
+    EXPECT_EQ(p.savedCommand(1, -1), " ( \"a b\" x1 )");
+    EXPECT_EQ(p.savedCommand(1, 1), " ( x1 )");
 
-    const auto load = [&p](std::vector<const char *> arguments, bool asSet, int index = -1) {
-        return p.instance->loadCommand(int(arguments.size()), arguments.data(), index, asSet,
-                                       ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
-    };
-    EXPECT_EQ(load({"(", "\"c \\\"d\"", name.c_str(), ")", "more"}, false), 4);
+    EXPECT_EQ(p.loadCommand({"(", "\"c \\\"d\"", name.c_str(), ")", "more"}, false), 4);
     EXPECT_EQ(contents(p), "c \"d|" + name + "=x1");
     const std::string quoted = "\"" + name + "\"";
-    EXPECT_EQ(load({"e", quoted.c_str()}, false), 2);
+    EXPECT_EQ(p.loadCommand({"e", quoted.c_str()}, false), 2);
     EXPECT_EQ(contents(p), "e|" + name) << "in quotes it is a text, and the channel goes";
     EXPECT_EQ(p.channels.entries(), 0);
-    EXPECT_EQ(load({"(", name.c_str(), ")"}, true, 1), 3);
+    EXPECT_EQ(p.loadCommand({"(", name.c_str(), ")"}, true, 1), 3);
     EXPECT_EQ(contents(p), "e|" + name) << "no such channel: a text";
-    EXPECT_EQ(load({"\"q\\n\""}, true), 1);
+    EXPECT_EQ(p.loadCommand({"\"q\\n\""}, true), 1);
     EXPECT_EQ(p.raw(0), "\"q\\n\"") << "a set takes the word as it stands";
     p.instance->setLockedFlag(0, true);
-    EXPECT_EQ(load({"no", "yes"}, false), 2);
+    EXPECT_EQ(p.loadCommand({"no", "yes"}, false), 2);
     EXPECT_EQ(contents(p), "\"q\\n\"|yes");
-    EXPECT_EQ(load({}, false), 0);
+    EXPECT_EQ(p.loadCommand({}, false), 0);
 }
