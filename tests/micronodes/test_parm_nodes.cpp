@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <sstream>
 #include <stdexcept>
 
@@ -157,12 +158,20 @@ TEST(MicroNodes, ClearingInputsClearsWhatTheListHolds)
 // Propagation
 // ---------------------------------------------------------------------- //
 
-/// What a push makes dirty, in its order.
-std::string push(ZEL_ParmList &list, int parm, LNK_MicroNode *whole, bool all)
+/// What a push makes dirty, in its order; after the first something else may happen.
+std::string push(ZEL_ParmList &list, int parm, LNK_MicroNode *whole, bool all,
+                 const std::function<void()> &first = nullptr)
 {
     std::string told;
     list.propagateDirtyParmMicroNodes(
-        parm, [&](LNK_MicroNode &node) { told += (told.empty() ? "" : " ") + nodeName(node); },
+        parm,
+        [&](LNK_MicroNode &node) {
+            const bool isFirst = told.empty();
+            told += (isFirst ? "" : " ") + nodeName(node);
+            if (isFirst && first) {
+                first();
+            }
+        },
         whole, all);
     return told;
 }
@@ -251,20 +260,11 @@ TEST(MicroNodes, TheCallbackMayRemoveParameters)
             list.parmMicroNode(i, 0);
             rig.instance(i).setSendExtra(-1);
         }
-        std::string told;
-        bool removed = false;
-        list.propagateDirtyParmMicroNodes(
-            -1,
-            [&](LNK_MicroNode &node) {
-                told += (told.empty() ? "" : " ") + nodeName(node);
-                for (const char *token : one.removed) {
-                    if (!removed) {
-                        list.removeAndDestroyParm(list.getParmIndex(token));
-                    }
-                }
-                removed = true;
-            },
-            nullptr, theChanged);
+        const std::string told = push(list, -1, nullptr, theChanged, [&] {
+            for (const char *token : one.removed) {
+                list.removeAndDestroyParm(list.getParmIndex(token));
+            }
+        });
         // A parameter that moves down to an index already passed is pushed the next time.
         EXPECT_EQ(told, one.told);
         EXPECT_EQ(list.getEntries(), 4 - int(one.removed.size()));
@@ -355,18 +355,9 @@ TEST(MicroNodes, TheCallbackMayMoveThem)
         reader.addExplicitInput(*rig.list->parmMicroNode(0, 0));
         second.list->parmMicroNode(0, 0);
         rig.instance(0).setSendExtra(-1);
-        std::string told;
-        rig.list->propagateDirtyParmMicroNodes(
-            0,
-            [&](LNK_MicroNode &node) {
-                told += (told.empty() ? "" : " ") + nodeName(node);
-                if (told == "p0:0") {
-                    (one.away ? second : rig)
-                        .instance(0)
-                        .adopt((one.away ? rig : second).instance(0));
-                }
-            },
-            nullptr, theChanged);
+        ZEL_Instance &from = (one.away ? rig : second).instance(0);
+        ZEL_Instance &to = (one.away ? second : rig).instance(0);
+        const std::string told = push(*rig.list, 0, nullptr, theChanged, [&] { to.adopt(from); });
         EXPECT_EQ(told, one.told);
         EXPECT_EQ(rig.list->hasParmMicroNode(0), !one.away);
         EXPECT_EQ(reader.getNumInputs(), one.away ? 1 : 0);

@@ -230,54 +230,29 @@ const ParmCase theParmCases[] = {
      "\tbindselector\ttype \"desc\" \"prompt\" 0 1 \"0xff\" 0 menu 0\n"},
 };
 
-/// A type keyword, what it makes, and what the type is called. "": the keyword is refused.
-struct WordCase
-{
-    const char *words;
-    const char *type;
-    int size;
-    const char *back;
-};
-
-const WordCase theWordCases[] = {
-    {"int integer", "ZEL_INT_E", 1, "integer"},
-    {"float", "ZEL_FLT_E", 1, "float"},
-    {"angle", "ZEL_ANGLE_E", 1, "angle"},
-    {"string oppath oplist object objectlist render", "ZEL_STRING", 1, "string"},
-    {"file", "ZEL_FILE", 1, "file"},
-    {"directory", "ZEL_DIRECTORY", 1, "file"},
-    {"image", "ZEL_PICFILE", 1, "image"},
-    {"geometry", "ZEL_GEOFILE", 1, "geometry"},
-    {"toggle", "ZEL_TOGGLE", 1, "toggle"},
-    {"embed", "ZEL_TOGGLE", 1, "embed"},
-    {"button", "ZEL_CALLBACK", 1, "button"},
-    {"vector2", "ZEL_XYZ_E", 2, "vector"},
-    {"vector vector3", "ZEL_XYZ_E", 3, "vector"},
-    {"vector4", "ZEL_XYZ_E", 4, "vector4"},
-    {"intvector2", "ZEL_INT_XYZ_E", 2, "integer"},
-    {"intvector4", "ZEL_INT_XYZ_E", 4, "integer"},
-    {"uv", "ZEL_UVW_E", 2, "uv"},
-    {"uvw", "ZEL_UVW_E", 3, "uvw"},
-    {"dir direction", "ZEL_DIRECTION_E", 3, "direction"},
-    {"color rgb", "ZEL_RGB_E", 3, "color"},
-    {"color4 rgba", "ZEL_RGB_E", 4, "color4"},
-    {"separator", "ZEL_SEPARATOR", 1, "separator"},
-    {"geometrydata", "ZEL_GEOMETRY", 1, "geometrydata"},
-    {"keyvaluedict", "ZEL_KEY_VALUE_DICT", 1, "keyvaluedict"},
-    {"label", "ZEL_LABEL", 1, "label"},
-    {"rgbamask", "ZEL_RGBAMASK", 1, "rgbamask"},
-    {"ramp_flt", "ZEL_INT_E", 1, "ramp_flt"},
-    {"ramp_rgb", "ZEL_INT_E", 1, "ramp_rgb"},
-    {"log", "ZEL_FLT_LOG_E", 1, "log"},
-    {"intlog", "ZEL_INT_LOG_E", 1, "intlog"},
-    {"data", "ZEL_DATA", 1, "data"},
-    {"float_minmax", "ZEL_FLT_MINMAX_E", 1, "float_minmax"},
-    {"int_minmax", "ZEL_INT_MINMAX_E", 1, "int_minmax"},
-    {"int_startend", "ZEL_INT_STARTEND_E", 1, "int_startend"},
-    {"buttonstrip", "ZEL_BUTTONSTRIP", 1, "buttonstrip"},
-    {"ordinal", "ZEL_FLT_E", 1, "float"}, // changes nothing
-    {"iconstrip Float wibble", "", 1, "float"},
-};
+/// A type keyword, what it makes ("-": it is refused), its size, and what the type is called.
+const char *const theWords =
+    "int ZEL_INT_E 1 integer; integer ZEL_INT_E 1 integer; float ZEL_FLT_E 1 float; "
+    "angle ZEL_ANGLE_E 1 angle; string ZEL_STRING 1 string; oppath ZEL_STRING 1 string; "
+    "oplist ZEL_STRING 1 string; object ZEL_STRING 1 string; "
+    "objectlist ZEL_STRING 1 string; render ZEL_STRING 1 string; file ZEL_FILE 1 file; "
+    "directory ZEL_DIRECTORY 1 file; image ZEL_PICFILE 1 image; "
+    "geometry ZEL_GEOFILE 1 geometry; toggle ZEL_TOGGLE 1 toggle; embed ZEL_TOGGLE 1 embed; "
+    "button ZEL_CALLBACK 1 button; vector2 ZEL_XYZ_E 2 vector; vector ZEL_XYZ_E 3 vector; "
+    "vector3 ZEL_XYZ_E 3 vector; vector4 ZEL_XYZ_E 4 vector4; "
+    "intvector2 ZEL_INT_XYZ_E 2 integer; intvector4 ZEL_INT_XYZ_E 4 integer; "
+    "uv ZEL_UVW_E 2 uv; uvw ZEL_UVW_E 3 uvw; dir ZEL_DIRECTION_E 3 direction; "
+    "direction ZEL_DIRECTION_E 3 direction; color ZEL_RGB_E 3 color; rgb ZEL_RGB_E 3 color; "
+    "color4 ZEL_RGB_E 4 color4; rgba ZEL_RGB_E 4 color4; "
+    "separator ZEL_SEPARATOR 1 separator; geometrydata ZEL_GEOMETRY 1 geometrydata; "
+    "keyvaluedict ZEL_KEY_VALUE_DICT 1 keyvaluedict; label ZEL_LABEL 1 label; "
+    "rgbamask ZEL_RGBAMASK 1 rgbamask; ramp_flt ZEL_INT_E 1 ramp_flt; "
+    "ramp_rgb ZEL_INT_E 1 ramp_rgb; log ZEL_FLT_LOG_E 1 log; intlog ZEL_INT_LOG_E 1 intlog; "
+    "data ZEL_DATA 1 data; float_minmax ZEL_FLT_MINMAX_E 1 float_minmax; "
+    "int_minmax ZEL_INT_MINMAX_E 1 int_minmax; "
+    "int_startend ZEL_INT_STARTEND_E 1 int_startend; "
+    "buttonstrip ZEL_BUTTONSTRIP 1 buttonstrip; ordinal ZEL_FLT_E 1 float; "
+    "iconstrip - 1 float; Float - 1 float; wibble - 1 float";
 
 } // namespace
 
@@ -287,30 +262,30 @@ const WordCase theWordCases[] = {
 
 TEST(Creator, TypesByWordAndBack)
 {
-    for (const WordCase &one : theWordCases) {
-        std::istringstream words(one.words);
-        for (std::string word; words >> word;) {
-            DS_ParmInfo info("p");
-            EXPECT_EQ(info.setTypeByToken(word.c_str()), *one.type != '\0') << word;
-            const char *const type = ZELgetTypeConstantName(info.type);
-            EXPECT_STREQ(type, *one.type ? one.type : "ZEL_FLT_E") << word;
-            EXPECT_EQ(info.size, one.size) << word;
-            EXPECT_STREQ(info.getTypeToken(), one.back) << word;
-        }
+    std::istringstream rows(theWords);
+    for (std::string row; std::getline(rows, row, ';');) {
+        std::string word, type, back;
+        int size = 0;
+        std::istringstream(row) >> word >> type >> size >> back;
+        DS_ParmInfo info("p");
+        EXPECT_EQ(info.setTypeByToken(word.c_str()), type != "-") << word;
+        EXPECT_EQ(ZELgetTypeConstantName(info.type), type == "-" ? "ZEL_FLT_E" : type) << word;
+        EXPECT_EQ(info.size, size) << word;
+        EXPECT_EQ(info.getTypeToken(), back) << word;
     }
     DS_ParmInfo info("p");
     EXPECT_FALSE(info.setTypeByToken(nullptr));
     EXPECT_TRUE(info.setTypeByToken("embed"));
     EXPECT_TRUE(info.setTypeByToken("toggle"));
     EXPECT_STREQ(info.getTypeToken(), "toggle");
-    info.type = ZEL_ICONSTRIP;
-    EXPECT_STREQ(info.getTypeToken(), "iconstrip");
-    info.type = ZEL_STRING_OPLIST;
-    EXPECT_STREQ(info.getTypeToken(), "oplist");
-    info.type = ZEL_STRING_OPREF;
-    EXPECT_STREQ(info.getTypeToken(), "oppath");
-    info.type = ZEL_ORD_E;
-    EXPECT_STREQ(info.getTypeToken(), "integer");
+    const std::pair<ZEL_Type, const char *> others[] = {{ZEL_ICONSTRIP, "iconstrip"},
+                                                        {ZEL_STRING_OPLIST, "oplist"},
+                                                        {ZEL_STRING_OPREF, "oppath"},
+                                                        {ZEL_ORD_E, "integer"}};
+    for (const auto &[type, token] : others) {
+        info.type = type;
+        EXPECT_STREQ(info.getTypeToken(), token);
+    }
 }
 
 TEST(Creator, DefaultsOfAllForms)
