@@ -430,8 +430,7 @@ public:
     ///@}
 
 private:
-    friend class ZEL_Instance; // tells of its channels
-    friend class ZEL_Multi;    // asks where children are
+    friend class ZEL_Multi; // asks where children are
 
     /// Evaluates parameters that expressions of the collection name.
     class ChannelSource : public TRK_ValueSource
@@ -439,7 +438,6 @@ private:
     public:
         /// Registers with the list's collection.
         explicit ChannelSource(ZEL_ParmList &list);
-        ~ChannelSource() override;
         /// Makes it the list's collection; null for none. An exception changes nothing.
         void moveTo(TRK_Collection *collection);
         void leave();
@@ -452,20 +450,8 @@ private:
                             bool &timeDependent) override;
         void channelDeleted(const TRK_Channel *channel) override;
 
-        /// A component tells of the channel that was made for it, and of one that it links to. The
-        /// first is in one component at most until it is linked.
-        void channelMade(const TRK_Channel *channel);
-        void channelLinked(const TRK_Channel *channel);
-        /// Deletes the channel that a component has let go. It is searched for in the others only if
-        /// they may have it.
-        void deleteReleased(TRK_Channel *channel);
-
     private:
-        struct Made;
-
         ZEL_ParmList &myList;
-        std::unique_ptr<Made> myMade; // null: none
-        const TRK_Channel *myReleased = nullptr;
     };
 
     /// Makes an empty list. The other constructors delegate to it, so that the destructor runs if
@@ -474,7 +460,7 @@ private:
 
     void registerParm(const ZEL_Parm &parm, int index);
     void unregisterLastParm();
-    bool doAllChildrenFollow() const;
+    bool doAllChildrenFollow();
     template <class HasName>
     void giveNameBack(ZEL_NameTable &table, const KIT_StringRef &name, int index,
                       const HasName &hasName) const;
@@ -543,8 +529,13 @@ private:
     bool myCookTimeDependent = false;
     bool myUndoSaved = false;
     bool myAutoTakeUndoSaved = false;
-    bool myChildrenFollow = false; // set while destroyed: no child is before its multi-parameter
-    bool myDeferRemovals = false;  // while spare parameters are rebuilt
+    enum class ChildOrder : std::uint8_t
+    {
+        ANY,     ///< the list lives
+        UNKNOWN, ///< it is being destroyed, and nobody has asked yet
+        FOLLOW   ///< and no child is before its multi-parameter
+    } myChildOrder = ChildOrder::ANY;
+    bool myDeferRemovals = false; // while spare parameters are rebuilt
     ChannelSource myChannelSource;
     Adoption *myAdoption = nullptr; // set while an older list is taken over
 

@@ -110,7 +110,7 @@ void ZEL_Instance::internalAddChannel(int index, const char *expression, TRK_Exp
             return;
         }
         myChannels[index] = channel;
-        getParmList()->myChannelSource.channelMade(channel);
+        channel->setHolders(TRK_Channel::Holders::ONE);
         setDefaultChannelValue(channel, index);
         const KIT_StringHolder &alias = getChannelAlias(index);
         if (alias != token) {
@@ -126,9 +126,8 @@ void ZEL_Instance::internalAddChannel(int index, const char *expression, TRK_Exp
 void ZEL_Instance::setChannel(int index, TRK_Channel *channel)
 {
     myChannels[index] = channel;
-    ZEL_ParmList *list = channel ? getParmList() : nullptr;
-    if (list) {
-        list->myChannelSource.channelLinked(channel);
+    if (channel) {
+        channel->setHolders(TRK_Channel::Holders::UNKNOWN);
     }
 }
 
@@ -139,8 +138,12 @@ bool ZEL_Instance::removeChannel(int index)
         return false;
     }
     myChannels[index] = nullptr;
-    if (getChannelGroupPtr()) {
-        getParmList()->myChannelSource.deleteReleased(channel);
+    if (TRK_Collection *collection = getChannelGroupPtr()) {
+        if (channel->getHolders() == TRK_Channel::Holders::ONE) {
+            // So that lists don't search all their components for it.
+            channel->setHolders(TRK_Channel::Holders::NONE);
+        }
+        collection->deleteChannel(channel);
     }
     return true;
 }

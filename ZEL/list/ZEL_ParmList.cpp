@@ -13,9 +13,6 @@
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
 #include <ZEL/support/ZEL_LostTextPrivate.h>
 
-#include <new>
-#include <unordered_set>
-
 ZEL_ORCallback *ZEL_ParmList::theORCallback = nullptr;
 
 // -------------------------------------------------------------------------- //
@@ -53,27 +50,32 @@ ZEL_ParmList::ZEL_ParmList(TRK_Collection *collection, ZEL_ParmOwner *owner,
     : myCollection(collection), myOwner(owner), myPresetInfo(presetInfo), myChannelSource(*this)
 {}
 
-/// Children are made after all others, but what was rebuilt or taken over may be in another order.
-bool ZEL_ParmList::doAllChildrenFollow() const
+/// Only while the list is destroyed. Children are made after all others, but what was rebuilt or
+/// taken over may be in another order. The first multi-parameter that is destroyed asks: those that
+/// are destroyed before it have no children left.
+bool ZEL_ParmList::doAllChildrenFollow()
 {
-    for (const ZEL_Parm *parm : myParms) {
-        const ZEL_Instance *instance = parm ? parm->getInstance() : nullptr;
-        const ZEL_Multi *owner = instance ? instance->getMultiParmOwner() : nullptr;
-        if (owner && !owner->myPassed) {
-            return false;
-        }
-        if (const ZEL_Multi *multi = parm ? parm->asMulti() : nullptr) {
-            multi->myPassed = true;
+    if (myChildOrder == ChildOrder::UNKNOWN) {
+        myChildOrder = ChildOrder::FOLLOW;
+        for (const ZEL_Parm *parm : myParms) {
+            const ZEL_Instance *instance = parm ? parm->getInstance() : nullptr;
+            const ZEL_Multi *owner = instance ? instance->getMultiParmOwner() : nullptr;
+            if (owner && !owner->myPassed) {
+                myChildOrder = ChildOrder::ANY;
+                break;
+            }
+            if (const ZEL_Multi *multi = parm ? parm->asMulti() : nullptr) {
+                multi->myPassed = true;
+            }
         }
     }
-    return true;
+    return myChildOrder == ChildOrder::FOLLOW;
 }
 
 ZEL_ParmList::~ZEL_ParmList()
 {
     myChannelSource.leave();
-    // Without this each nested multi-parameter would search the list for children of its own.
-    myChildrenFollow = doAllChildrenFollow();
+    myChildOrder = ChildOrder::UNKNOWN;
     // Remove each parameter before it is destroyed, so that looking it up meanwhile returns null.
     while (myParms.size() > 0) {
         ZEL_Parm *last = myParms.last();
@@ -418,45 +420,12 @@ void ZEL_ParmList::setString(const KIT_String &value, TRK_StringMeaning meaning,
 // What expressions see of the list
 // -------------------------------------------------------------------------- //
 
-struct ZEL_ParmList::ChannelSource::Made
-{
-    std::unordered_set<const TRK_Channel *> channels;
-};
-
 ZEL_ParmList::ChannelSource::ChannelSource(ZEL_ParmList &list) : myList(list)
 {
     if (TRK_Collection *collection = list.myCollection) {
         collection->addListener(this);
         becomeSourceIfNone();
     }
-}
-
-ZEL_ParmList::ChannelSource::~ChannelSource() = default;
-
-void ZEL_ParmList::ChannelSource::channelMade(const TRK_Channel *channel)
-{
-    try {
-        if (!myMade) {
-            myMade = std::make_unique<Made>();
-        }
-        myMade->channels.insert(channel);
-    } catch (const std::bad_alloc &) {
-        return; // it will be searched for
-    }
-}
-
-void ZEL_ParmList::ChannelSource::channelLinked(const TRK_Channel *channel)
-{
-    if (myMade) {
-        myMade->channels.erase(channel);
-    }
-}
-
-void ZEL_ParmList::ChannelSource::deleteReleased(TRK_Channel *channel)
-{
-    myReleased = myMade && myMade->channels.count(channel) != 0 ? channel : nullptr;
-    myList.myCollection->deleteChannel(channel);
-    myReleased = nullptr;
 }
 
 void ZEL_ParmList::ChannelSource::moveTo(TRK_Collection *collection)
@@ -477,7 +446,6 @@ void ZEL_ParmList::ChannelSource::leave()
             collection->setValueSource(nullptr);
         }
     }
-    myMade.reset();
 }
 
 void ZEL_ParmList::ChannelSource::becomeSourceIfNone()
@@ -515,10 +483,7 @@ bool ZEL_ParmList::ChannelSource::evaluateString(const KIT_StringRef &name, doub
 
 void ZEL_ParmList::ChannelSource::channelDeleted(const TRK_Channel *channel)
 {
-    if (myMade) {
-        myMade->channels.erase(channel);
-    }
-    if (channel == myReleased) {
+    if (channel->getHolders() == TRK_Channel::Holders::NONE) {
         return;
     }
     // A stream can link one channel to several components: clear the pointer in all of them.

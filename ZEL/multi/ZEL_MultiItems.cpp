@@ -513,8 +513,8 @@ bool ZEL_Multi::removeParms(int item)
 void ZEL_Multi::removeStrayParms(int firstItem, int lastItem)
 {
     ZEL_ParmList *list = getParmList();
-    if (list->myChildrenFollow) {
-        return; // destroyed from the end: they are gone
+    if (list->doAllChildrenFollow()) {
+        return; // destroyed from the end: they are gone, and a search would be one for each nested block
     }
     const bool isAll = firstItem == 0;
     std::unordered_set<const ZEL_Template *> leaving;

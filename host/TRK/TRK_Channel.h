@@ -131,6 +131,18 @@ public:
     bool findString(const char *text, bool wholeWord, bool pattern) const;
 
     // ---------------------------------------------------------------- //
+    /// \name Holders   (a note for those who hold pointers; the channel itself doesn't look at it)
+    // ---------------------------------------------------------------- //
+    enum class Holders : uint8_t
+    {
+        UNKNOWN, ///< any number
+        ONE,     ///< only the one that it was made for
+        NONE     ///< that one has let it go
+    };
+    Holders getHolders() const { return myHolders; }
+    void setHolders(Holders holders) { myHolders = holders; }
+
+    // ---------------------------------------------------------------- //
     /// \name Evaluation   (any thread; references are resolved in \p collection)
     // ---------------------------------------------------------------- //
     /// The value at a time. \p timeDependent is set, never cleared, if anything read depends on
@@ -202,6 +214,7 @@ private:
     bool myLockFlag = false;
     bool myScopeFlag = false;
     bool myChangedFlag = false;
+    Holders myHolders = Holders::UNKNOWN;
     KIT_StringHolder myName;
     KIT_StringHolder myAlias;
     KIT_String myDefaultString;
