@@ -19,8 +19,12 @@ void insert(ZELT_Shell &shell, const ZELT_ShellWords &words)
             shell.fail(words[1] + " has no place " + words[2]);
             return;
         }
+        const int before = parm->getMultiParmNumItems();
         shell.getParms().insertMultiParmItem(shell.getParms().getParmIndex(parm), item);
         shell.getSession().growBlocks(shell.getTime());
+        if (parm->getMultiParmNumItems() == before) {
+            shell.fail("nothing is inserted in " + words[1]);
+        }
     }
 }
 
