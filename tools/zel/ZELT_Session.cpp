@@ -17,8 +17,10 @@
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_KeyValueDictDataItem.h>
 #include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_Range.h>
 #include <ZEL/ZEL_Template.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
@@ -122,6 +124,25 @@ std::string unreadable()
 }
 
 constexpr const char *theNotWhole = "isn't loaded as a whole";
+
+/// What a block has instead of the items that were asked for; "" if it has them. The library's own
+/// message about the refused item is dropped if an event handler's read makes the items.
+std::string missedCount(const ZEL_Parm &multi, const std::string &value, double time)
+{
+    double wanted = 0.0;
+    ZELTparseNumber(value, wanted);
+    wanted = std::max(wanted, 0.0);
+    if (const ZEL_Range *const range = multi.getTemplatePtr()->getRangePtr()) {
+        wanted = range->hasParmMin() ? std::max(wanted, range->getParmMin()) : wanted;
+        wanted = range->hasParmMax() ? std::min(wanted, range->getParmMax()) : wanted;
+    }
+    int count = 0;
+    multi.getValue(time, count, 0, BASgetSTID());
+    count = std::max(count, 0); // a negative value has none
+    return std::fabs(count - wanted) <= 0.5
+               ? ""
+               : multi.getToken() + std::string(" keeps ") + std::to_string(count) + " items";
+}
 
 } // namespace
 
@@ -285,6 +306,7 @@ std::string ZELT_Session::set(const std::string &text, const std::string &value,
     }
     if (address.parm && address.parm->isMultiParm()) {
         growBlocks(time);
+        fault = fault.empty() ? missedCount(*address.parm, value, time) : fault;
     }
     return fault;
 }
