@@ -130,6 +130,21 @@ public:
     {
         return *static_cast<ZEL_Multi *>(parm(token).getInstance());
     }
+    /// Appends a spare parameter that no set has. The caller may add what describes it to `late`.
+    ZEL_Parm *append(ZEL_Template *description)
+    {
+        ZEL_Parm *parm = new ZEL_Parm(description, list.get());
+        parm->setSpareParm(true);
+        parm->getInstance()->revertToDefaults(false);
+        list->appendParm(parm);
+        return parm;
+    }
+    bool load(const std::string &text)
+    {
+        KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+        return list->load(is, nullptr, nullptr);
+    }
+    int numItems(const char *token = "points") { return parm(token).getMultiParmNumItems(); }
     double eval(const char *token, double time = 0.0)
     {
         double value = -999.0;
@@ -160,6 +175,7 @@ public:
 
     Block items;
     Block top;
+    Block late;
     TRK_Collection channels;
     TestOwner owner;
     std::unique_ptr<ZEL_ParmList> list;

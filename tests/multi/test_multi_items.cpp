@@ -30,7 +30,7 @@ protected:
     std::string firsts()
     {
         std::string text;
-        for (int i = 0; i < p->multi().getMultiParmNumItems(); ++i) {
+        for (int i = 0; i < p->numItems(); ++i) {
             text += (i > 0 ? " " : "") + valueText(*p->multi().getParm(2 * i));
         }
         return text;
@@ -75,7 +75,7 @@ TEST_F(Items, ValuesMoveAndNamesStay)
         build(2);
         c.change(multiParm());
         EXPECT_EQ(c.contents, p->text()) << c.name;
-        EXPECT_EQ(p->multi().getMultiParmNumItems(), p->eval("points")) << c.name;
+        EXPECT_EQ(p->numItems(), p->eval("points")) << c.name;
     }
 }
 
@@ -108,19 +108,13 @@ TEST_F(Items, HardLimitsHold)
 TEST_F(Items, ARefusedItemMovesNothing)
 {
     build(2);
-    ZEL_Name name("v3", "Other");
-    ZEL_Template description(ZEL_FLT, 1, &name);
-    ZEL_Parm *other = new ZEL_Parm(&description, p->list.get());
-    other->setSpareParm(true);
-    other->getInstance()->revertToDefaults(false);
-    p->list->appendParm(other);
+    p->append(p->late.add(ZEL_FLT, 1, "v3"));
     p->list->insertMultiParmItem(0, 0);
     EXPECT_EQ("1 2", firsts());
     EXPECT_EQ("ZEL 19", takeMessages());
     multiParm().swapMultiParmItem(0, 1);
     EXPECT_EQ("1 2", firsts());
     EXPECT_EQ("ZEL 19", takeMessages());
-    p.reset();
 }
 
 TEST_F(Items, ALockedMultiKeepsItsItems)
@@ -307,7 +301,7 @@ TEST(MultiCopy, OtherChildrenGetWhatFits)
     to.multi().copy(&from.multi());
     EXPECT_EQ("4 0,5", valueText(to.parm("pt2")) + " " + valueText(to.parm("w2")));
     EXPECT_EQ("-", to.expression("name2"));
-    EXPECT_EQ(2, to.multi().getMultiParmNumItems());
+    EXPECT_EQ(2, to.numItems());
 }
 
 TEST(MultiCopy, ADuplicateMakesItsOwnItems)
@@ -328,15 +322,8 @@ TEST(MultiAdopt, LeftoverParametersGiveTheirState)
     MultiList p;
     p.items.add(ZEL_XYZ, 3, "v#");
     p.build();
-    ZEL_Name names[] = {ZEL_Name("pt2", "Point"), ZEL_Name("v1", "V")};
-    ZEL_Template leftovers[] = {ZEL_Template(ZEL_FLT, 1, &names[0]),
-                                ZEL_Template(ZEL_FLT, 2, &names[1])};
-    for (ZEL_Template &description : leftovers) {
-        ZEL_Parm *parm = new ZEL_Parm(&description, p.list.get());
-        parm->setSpareParm(true);
-        parm->getInstance()->revertToDefaults(false);
-        p.list->appendParm(parm);
-    }
+    p.append(p.late.add(ZEL_FLT, 1, "pt2"));
+    p.append(p.late.add(ZEL_FLT, 2, "v1"));
     p.set("pt2", 7.0);
     p.animate("v1", "1 + 2", 1);
     p.parm("pt2").setLockedFlag(0, true);
@@ -420,7 +407,7 @@ TEST(MultiRamp, LaterKeysStartAtTheirDefaults)
                            valueText(p.parm("r3pos")));
     p.set("r2pos", 0.25);
     p.multi("r").revertAllInstances();
-    EXPECT_EQ(2, p.multi("r").getMultiParmNumItems());
+    EXPECT_EQ(2, p.numItems("r"));
     EXPECT_EQ(1.0, p.eval("r2pos")) << "filled as on the first day";
     p.multi("r").setNumInstances(0, false);
     p.multi("r").setDefaultsInitFlag(false);

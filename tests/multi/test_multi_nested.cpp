@@ -118,24 +118,6 @@ TEST_F(Nested, NamesBringItemsOnTheLevelThatExists)
     EXPECT_EQ("ZEL 22", takeMessages());
 }
 
-TEST_F(Nested, ValuesMoveWithTheOuterItem)
-{
-    build();
-    count("outer", 2.0);
-    count("in1", 2.0);
-    p.set("a1", 1.0);
-    p.set("x1_1", 11.0);
-    p.set("x1_2", 12.0);
-    p.parm("outer").insertMultiParmItem(0, true);
-    EXPECT_EQ("outer=3 a1=0 in1=0 a2=1 in2=2 a3=0 in3=0 x2_1=11 x2_2=12", text());
-    p.parm("outer").swapMultiParmItem(1, 2);
-    EXPECT_EQ("outer=3 a1=0 in1=0 a2=0 in2=0 a3=1 in3=2 x3_1=11 x3_2=12", text());
-    p.parm("outer").removeMultiParmItem(0, true);
-    EXPECT_EQ("outer=2 a1=0 in1=0 a2=1 in2=2 x2_1=11 x2_2=12", text());
-    p.multi("outer").revertInstance(1);
-    EXPECT_EQ("outer=2 a1=0 in1=0 a2=0 in2=0", text());
-}
-
 TEST_F(Nested, CopiesReachAllLevels)
 {
     build();
@@ -165,14 +147,10 @@ TEST_F(Nested, LeftoverInnerItemsSurviveTheirMulti)
     build();
     Block second;
     second.addMulti(ZEL_MULTITYPE_LIST, "in#", inner.templates());
-    ZEL_Name name("again", "Again");
-    ZEL_Template description(ZEL_MULTITYPE_LIST, second.templates(), 1.0, &name);
     count("outer", 1.0);
     count("in1", 2.0);
     p.set("x1_2", 12.0);
-    ZEL_Parm *again = new ZEL_Parm(&description, p.list.get());
-    again->setSpareParm(true);
-    p.list->appendParm(again);
+    p.append(p.late.addMulti(ZEL_MULTITYPE_LIST, "again", second.templates()));
     {
         const Loading loading;
         count("again", 1.0);
@@ -181,7 +159,7 @@ TEST_F(Nested, LeftoverInnerItemsSurviveTheirMulti)
     EXPECT_EQ(&p.multi("again"), p.parm("in1").getMultiParmOwner());
     EXPECT_EQ(&p.multi("in1"), p.parm("x1_2").getMultiParmOwner());
     EXPECT_TRUE(p.list->checkMultiParmInstance("x1_3", false));
-    EXPECT_EQ(3, p.multi("in1").getMultiParmNumItems());
+    EXPECT_EQ(3, p.numItems("in1"));
     count("outer", 0.0);
     EXPECT_EQ("outer=0 again=1 in1=3 x1_1=0 x1_2=12 x1_3=0", text());
     p.list->removeAndDestroyParm(p.list->getParmIndex("again"));
@@ -214,9 +192,7 @@ TEST_F(Nested, ACountInExpressionReplacesNothingInALoad)
     build();
     ZEL_Default asks(0.0, "ch(\"other\")", TRK_MEANING_COLLECTION);
     outer.templates()[1].setFactoryDefaults(&asks);
-    ZEL_Name name("other", "Other");
-    ZEL_Template description(ZEL_MULTITYPE_LIST, rival.templates(), 1.0, &name);
-    p.list->appendParm(new ZEL_Parm(&description, p.list.get()));
+    p.append(p.late.addMulti(ZEL_MULTITYPE_LIST, "other", rival.templates()));
     p.animate("other", "1");
     {
         const Loading loading;
@@ -225,7 +201,7 @@ TEST_F(Nested, ACountInExpressionReplacesNothingInALoad)
     EXPECT_EQ("outer=1 other=0 a1=0 in1=1 x1_1=0", text());
     EXPECT_EQ(&p.multi("outer"), p.parm("in1").getMultiParmOwner());
     p.eval("other");
-    EXPECT_EQ(0, p.multi("other").getMultiParmNumItems()) << "outside of a load the name is taken";
+    EXPECT_EQ(0, p.numItems("other")) << "outside of a load the name is taken";
     EXPECT_EQ("ZEL 19", takeMessages());
     p.list.reset();
 }
@@ -235,7 +211,7 @@ TEST_F(Nested, RampsInItemsHaveKeysOfTheirOwn)
     outer.addMulti(ZEL_MULTITYPE_RAMP_FLT, "r#", nullptr, 2.0);
     build();
     count("outer", 2.0);
-    EXPECT_EQ(2, p.multi("r2").getMultiParmNumItems());
+    EXPECT_EQ(2, p.numItems("r2"));
     EXPECT_STREQ("r2_1pos", p.multi("r2").getMultiParmToken(0, 0));
     EXPECT_EQ(1.0, p.eval("r2_2pos"));
     p.set("r1_2value", 0.5);
