@@ -101,7 +101,7 @@ public:
     DeferredRemovals(const DeferredRemovals &) = delete;
     DeferredRemovals &operator=(const DeferredRemovals &) = delete;
 
-    /// Notifies the owner of each that is marked. An owner that throws hears of no more.
+    /// Notifies the owner of each that is marked. An owner that throws is notified of no more.
     void notifyOwner() const;
 
 private:
@@ -380,7 +380,8 @@ ZEL_Parm *ZEL_ParmList::addSpareParm(ZEL_Template &description)
 // The set
 // ---------------------------------------------------------------------- //
 
-/// Makes the parameters of a set and removes those that they replace; adds their tokens and those of their items to `wanted`.
+/// Makes the parameters of a set and removes those that they replace; adds their tokens and those of
+/// their items to `wanted`.
 void ZEL_ParmList::remakeSpareParms(ZEL_Template *templates, bool forceCopy, double time,
                                     bool notify, TokenSet &wanted)
 {
