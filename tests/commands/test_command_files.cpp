@@ -9,6 +9,7 @@
 #include <cstring>
 #include <iterator>
 #include <random>
+#include <utility>
 
 namespace
 {
@@ -49,11 +50,7 @@ void fillRenderers(void *, ZEL_Name *out, int, const ZEL_SpareData *, const ZEL_
 
 TEST(CommandFiles, Templates)
 {
-    const struct
-    {
-        const char *text;
-        const char *dump;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"{ name c }", ""},
         {"{ name c parm { name n label N type int default { 5 } } }",
          "tog.n'N' TOGGLE+cook; n'' STRING+cook def(5:5)"},
@@ -79,10 +76,10 @@ TEST(CommandFiles, Templates)
         {"{ name c import { parm { name n required } } parm { name o obsolete } }",
          "n STRING+cook def(0:0) xcfmode=float"},
     };
-    for (const auto &one : cases) {
-        const Command command(one.text);
-        EXPECT_EQ(command.messages, "") << one.text;
-        EXPECT_EQ(command.dump(), one.dump) << one.text;
+    for (const auto &[text, dump] : cases) {
+        const Command command(text);
+        EXPECT_EQ(command.messages, "") << text;
+        EXPECT_EQ(command.dump(), dump) << text;
     }
 }
 
@@ -128,11 +125,7 @@ TEST(CommandFiles, WordsOfACommand)
 
 TEST(CommandFiles, Faults)
 {
-    const struct
-    {
-        const char *text;
-        const char *messages;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"", "E: Expecting open brace for script"},
         {"{ name c", "E: Expecting close brace for script"},
         {"{ label x }", "E: parameter page without a name"},
@@ -141,11 +134,11 @@ TEST(CommandFiles, Faults)
         {"{ name c parm { type color } }", "E: parameter without a name"},
         {"{ name c group { name g parm { name x } }", "E: missing closing brace on group"},
     };
-    for (const auto &one : cases) {
-        Command command(one.text);
-        EXPECT_FALSE(command.okFlag || command.command->isValid()) << one.text;
-        EXPECT_EQ(command.messages, one.messages) << one.text;
-        EXPECT_EQ(command.line(), "\"\"") << one.text;
+    for (const auto &[text, messages] : cases) {
+        Command command(text);
+        EXPECT_FALSE(command.okFlag || command.command->isValid()) << text;
+        EXPECT_EQ(command.messages, messages) << text;
+        EXPECT_EQ(command.line(), "\"\"") << text;
         command.command->setDefaultCommand();
         command.command->enforceOptions();
         EXPECT_EQ(command.command->disableParms(), 0);

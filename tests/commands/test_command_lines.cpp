@@ -6,6 +6,8 @@
 #include <KIT/KIT_WorkArgs.h>
 
 #include <random>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace
@@ -50,12 +52,7 @@ std::string asRMan(std::string script)
 
 TEST(CommandLines, Words)
 {
-    const struct
-    {
-        const char *line;
-        const char *words;
-        const char *written;
-    } cases[] = {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"  a\tb\nc ", "a|b|c", "a|b|c"},
         {"", "", ""},
         {"'a \"b\\' c", "a \"b\\|c", "'a \"b\\'|c"},
@@ -68,9 +65,9 @@ TEST(CommandLines, Words)
         {"'open x", "open x", "'open x"},
         {"`open x", "`open x", "`open x"},
     };
-    for (const auto &one : cases) {
-        EXPECT_EQ(split(one.line, false), one.words) << one.line;
-        EXPECT_EQ(split(one.line, true), one.written) << one.line;
+    for (const auto &[line, words, written] : cases) {
+        EXPECT_EQ(split(line, false), words) << line;
+        EXPECT_EQ(split(line, true), written) << line;
     }
 }
 
@@ -326,11 +323,7 @@ TEST(CommandLines, HostileLines)
 TEST(CommandLines, Examples)
 {
     const std::string folder = std::string(ZEL_TESTS_DIR) + "/../examples/commands/";
-    const struct
-    {
-        const char *file;
-        const char *line;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"image.cmd", "resize -s 2 0.5 -f fill -r box -b 1 0.5 0 -o 1 2 3 -g `$GAMMA` -q 90 -v "
                       "-c \"a b\" \"my in.pic\" out.pic"},
         {"image.cmd", "resize -q -5 -v in.pic `chs(\"../out\")`"},
@@ -338,15 +331,15 @@ TEST(CommandLines, Examples)
         {"surface.cmd", "\"plastic\" \"Ka\" [0.2] \"Ks\" [ `$F/10`] \"Cs\" [1 `$R` 0] "
                         "\"dir\" [0 1 0] \"texturename\" [\"a b.tex\"] \"matte\" \"world\""},
     };
-    for (const auto &one : cases) {
-        const DS_CommandList commands((folder + one.file).c_str());
+    for (const auto &[file, line] : cases) {
+        const DS_CommandList commands((folder + file).c_str());
         KIT_WorkArgs words;
-        KIT_String(one.line).cshParse(words);
+        KIT_String(line).cshParse(words);
         DS_Command *const command = commands.getCommand(words[0]);
-        ASSERT_TRUE(command) << one.line;
+        ASSERT_TRUE(command) << line;
         KIT_String back;
-        command->setCommand(one.line);
+        command->setCommand(line);
         command->getCommand(back);
-        EXPECT_EQ(back, one.line);
+        EXPECT_EQ(back, line);
     }
 }

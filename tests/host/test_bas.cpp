@@ -21,6 +21,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -60,12 +61,7 @@ std::vector<int> idsOfThreads(int count)
 
 TEST(Number, FloatPrefixes)
 {
-    const struct
-    {
-        const char *text;
-        double value;
-        size_t used;
-    } cases[] = {
+    const std::tuple<const char *, double, size_t> cases[] = {
         {"1", 1, 1},
         {"  -2.5e2cm", -250, 8},
         {"\t\n+.5", 0.5, 5},
@@ -82,11 +78,11 @@ TEST(Number, FloatPrefixes)
         {"Inf", theInf, 3},
         {"-infinity)", -theInf, 9},
     };
-    for (const auto &c : cases) {
+    for (const auto &[text, expected, used] : cases) {
         double value = 7;
-        EXPECT_EQ(BASparseFloat(c.text, std::strlen(c.text), value), c.used) << c.text;
-        EXPECT_EQ(value, c.value) << c.text;
-        EXPECT_EQ(BASparseFloat(c.text), c.value) << c.text;
+        EXPECT_EQ(BASparseFloat(text, std::strlen(text), value), used) << text;
+        EXPECT_EQ(value, expected) << text;
+        EXPECT_EQ(BASparseFloat(text), expected) << text;
     }
     for (const char *text : {"", "abc", ".", "-", "+-1", "--1", "- 1", "info", "nano", "inf_1"}) {
         double value = 7;
@@ -126,21 +122,16 @@ TEST(Number, LongFloatsKeepTheirMagnitude)
 
 TEST(Number, WholeTexts)
 {
-    const struct
-    {
-        const char *text;
-        bool floatFlag;
-        bool intFlag;
-    } cases[] = {
+    const std::tuple<const char *, bool, bool> cases[] = {
         {nullptr, true, false}, {"", false, false},     {" ", false, false},
         {"1", true, true},      {" 1.5 ", true, false}, {"+7", true, true},
         {"-0", true, true},     {"1 2", false, false},  {"1x", false, false},
         {" 1", true, false},    {"-", false, false},    {"inf", true, false},
         {"info", false, false}, {"1e5", true, false},   {"99999999999999999999", true, true},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(BASisFloat(c.text), c.floatFlag) << (c.text ? c.text : "null");
-        EXPECT_EQ(BASisInt(c.text), c.intFlag) << (c.text ? c.text : "null");
+    for (const auto &[given, floatFlag, intFlag] : cases) {
+        EXPECT_EQ(BASisFloat(given), floatFlag) << (given ? given : "null");
+        EXPECT_EQ(BASisInt(given), intFlag) << (given ? given : "null");
     }
 }
 

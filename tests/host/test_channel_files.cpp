@@ -12,6 +12,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <tuple>
 
 namespace
 {
@@ -185,11 +186,7 @@ TEST(ChannelFiles, BinaryFormInsideOtherData)
 TEST(ChannelFiles, BadInputNamesItsLine)
 {
     const std::string start = "channels 1.0\n{\nchannel good {\n}\nchannel tx {\n";
-    struct
-    {
-        std::string text, message;
-        int entries;
-    } const cases[] = {
+    const std::tuple<std::string, std::string, int> cases[] = {
         {"", "20 line 1: the text is empty", 0},
         {"chans 1.0 {}", "20 line 1: \"chans\"", 0},
         {"channels 2.0 {}", "21 line 1: \"2.0\"", 0},
@@ -213,10 +210,10 @@ TEST(ChannelFiles, BadInputNamesItsLine)
          "27 line 6: a text is longer than 65536 bytes", 1},
         {start + std::string("a\0b", 3), "22 line 6: a byte 0", 1},
     };
-    for (const auto &c : cases) {
+    for (const auto &[text, told, entries] : cases) {
         TRK_Collection collection;
-        EXPECT_EQ(message(c.text, collection), c.message) << c.text.substr(0, 200);
-        EXPECT_EQ(collection.entries(), c.entries) << c.text.substr(0, 200);
+        EXPECT_EQ(message(text, collection), told) << text.substr(0, 200);
+        EXPECT_EQ(collection.entries(), entries) << text.substr(0, 200);
         EXPECT_EQ(collection.getChannel("tx"), nullptr); // nothing half read is stored
     }
 }

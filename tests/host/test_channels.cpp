@@ -17,6 +17,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace
@@ -337,18 +338,14 @@ TEST_F(Channels, TimeDependence)
 
 TEST_F(Channels, NamesAndAliases)
 {
-    struct
-    {
-        const char *name;
-        bool good;
-    } const cases[] = {
+    const std::pair<const char *, bool> cases[] = {
         {"tx", true},   {"_a.b:c#1", true}, {"", false},         {nullptr, false}, {"1a", false},
         {"a b", false}, {"a/b", false},     {"\xc3\xa4", false}, {"#a", false},    {"a-b", false},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(TRK_Collection::isValidChannelName(c.name), c.good) << (c.name ? c.name : "");
+    for (const auto &[name, good] : cases) {
+        EXPECT_EQ(TRK_Collection::isValidChannelName(name), good) << (name ? name : "");
         TRK_Collection other;
-        EXPECT_EQ(other.addChannel(c.name) != nullptr, c.good);
+        EXPECT_EQ(other.addChannel(name) != nullptr, good);
     }
     EXPECT_FALSE(TRK_Collection::isValidChannelName(std::string(256, 'a').c_str()));
 

@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -303,13 +304,7 @@ TEST(Expressions, TextsExpand)
     World world;
     world.add(world.collection, "tx", "5");
     const TRK_Manager &manager = TRK_Manager::getContext();
-    struct
-    {
-        const char *text;
-        int flags;
-        const char *result;
-        bool timeDependent;
-    } const cases[] = {
+    const std::tuple<const char *, int, const char *, bool> cases[] = {
         {"plain \\\\ text", 3, "plain \\\\ text", false},
         {"$HIP/x.$F.pic", 3, "/show/shot/x.13.pic", true},
         {"a`ch('tx') + 1`b", 3, "a6b", false},
@@ -321,14 +316,13 @@ TEST(Expressions, TextsExpand)
         {"$NOPE ${NOPE} $ ${", 3, "$NOPE ${NOPE} $ ${", false},
         {"`1+1` $HIP", 1, "`1+1` /show/shot", false},
     };
-    for (const auto &c : cases) {
+    for (const auto &[text, flags, result, timeDependent] : cases) {
         EVL::theErrNo[theThread] = 0;
         KIT_String out;
-        const int mask =
-            manager.expandString(c.text, out, 0.5, &world.collection, theThread, c.flags);
-        EXPECT_STREQ(out.c_str(), c.result) << c.text;
-        EXPECT_EQ((mask & (1 << 15)) != 0, c.timeDependent) << c.text;
-        EXPECT_EQ(EVL::theErrNo[theThread], 0) << c.text;
+        const int mask = manager.expandString(text, out, 0.5, &world.collection, theThread, flags);
+        EXPECT_STREQ(out.c_str(), result) << text;
+        EXPECT_EQ((mask & (1 << 15)) != 0, timeDependent) << text;
+        EXPECT_EQ(EVL::theErrNo[theThread], 0) << text;
     }
     // Every variable, at a time between frames: the same in the text as in an expression.
     for (const std::string name : {"F", "FF", "T", "FPS", "PI", "E", "OS", "HIP", "NINE"}) {

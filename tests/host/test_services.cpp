@@ -16,6 +16,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -106,10 +107,7 @@ TEST(Services, FileHistoryShortensTheHomeFolder)
     const char *old = std::getenv("HOME");
     const std::string saved = old ? old : "";
     STO_FileHistoryManager history;
-    const struct
-    {
-        const char *home, *name, *formatted;
-    } cases[] = {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"/home/ann", "/home/ann/a.pic", "~/a.pic"},
         {"/home/ann/", "/home/ann/a.pic", "~/a.pic"},
         {"/home/ann", "/home/ann", "~"},
@@ -118,10 +116,10 @@ TEST(Services, FileHistoryShortensTheHomeFolder)
         {"", "/a.pic", "/a.pic"},
         {"/", "/a.pic", "/a.pic"},
     };
-    for (const auto &c : cases) {
-        setenv("HOME", c.home, 1);
-        history.addFile(STO_HISTORY_ANY, c.name);
-        EXPECT_STREQ(history.getFormattedName(STO_HISTORY_ANY, 0).c_str(), c.formatted);
+    for (const auto &[home, name, formatted] : cases) {
+        setenv("HOME", home, 1);
+        history.addFile(STO_HISTORY_ANY, name);
+        EXPECT_STREQ(history.getFormattedName(STO_HISTORY_ANY, 0).c_str(), formatted);
     }
     old ? setenv("HOME", saved.c_str(), 1) : unsetenv("HOME");
 }

@@ -20,7 +20,9 @@
 #include <random>
 #include <sstream>
 #include <thread>
+#include <tuple>
 #include <unordered_set>
+#include <utility>
 
 namespace
 {
@@ -306,24 +308,21 @@ TEST(String, Replacing)
 
 TEST(String, ReplacingInsideQuotes)
 {
-    const struct
-    {
-        const char *text, *inside, *outside;
-    } cases[] = {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"a `a` a", "a `X` a", "X `a` X"},
         {"`a + ab` a `a", "`X + ab` a `X", "`a + ab` X `a"},
         {"\\`a` a", "\\`a` X", "\\`X` a"},
         {"`a\\` a` a", "`X\\` X` a", "`a\\` a` X"},
     };
-    for (const auto &c : cases) {
+    for (const auto &[text, inside, outside] : cases) {
         EXPECT_EQ(
-            changed(c.text,
+            changed(text,
                     [](KIT_String &s) { s.changeQuotedWord("a", "X", '`', KIT_INSIDE_QUOTES); }),
-            c.inside);
+            inside);
         EXPECT_EQ(
-            changed(c.text,
+            changed(text,
                     [](KIT_String &s) { s.changeQuotedWord("a", "X", '`', KIT_OUTSIDE_QUOTES); }),
-            c.outside);
+            outside);
     }
 }
 
@@ -354,11 +353,7 @@ TEST(String, Finding)
 
 TEST(String, Patterns)
 {
-    const struct
-    {
-        const char *text, *pattern;
-        bool matchFlag;
-    } cases[] = {
+    const std::tuple<const char *, const char *, bool> cases[] = {
         {"", "", true},          {"", "*", true},        {"a", "", false},
         {"abc", "a*c", true},    {"abc", "a?c", true},   {"abc", "a*d", false},
         {"abcbc", "a*bc", true}, {"t5", "t[0-9]", true}, {"tx", "t[0-9]", false},
@@ -367,8 +362,8 @@ TEST(String, Patterns)
         {"tx", "t\\*", false},   {"t\\", "t\\", true},   {"\xe9", "[\xe0-\xef]", true},
         {"abc", "***", true},    {"abc", "a*b", false},  {"ab", "a[", false},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(KIT_String(c.text).match(c.pattern), c.matchFlag) << c.text << " " << c.pattern;
+    for (const auto &[text, pattern, matchFlag] : cases) {
+        EXPECT_EQ(KIT_String(text).match(pattern), matchFlag) << text << " " << pattern;
     }
     EXPECT_TRUE(KIT_String().match(nullptr));
     // Exponential back-tracking would never return from this.
@@ -425,11 +420,7 @@ TEST(String, QuotedForms)
 
 TEST(String, ControlSequences)
 {
-    const struct
-    {
-        const char *text, *expanded;
-        int count;
-    } cases[] = {
+    const std::tuple<const char *, const char *, int> cases[] = {
         {"a\\nb\\tc", "a\nb\tc", 2},
         {"\\\\n", "\\n", 1},
         {"\\\"\\'\\`", "\"'`", 3},
@@ -439,11 +430,11 @@ TEST(String, ControlSequences)
         {"\\q\\n", "\\q\n", 1},
         {"", "", 0},
     };
-    for (const auto &c : cases) {
-        KIT_String s(c.text);
-        EXPECT_EQ(s.expandControlSequences(0), c.count) << c.text;
-        EXPECT_STREQ(s, c.expanded);
-        EXPECT_EQ(s.length(), std::strlen(c.expanded));
+    for (const auto &[given, expanded, count] : cases) {
+        KIT_String s(given);
+        EXPECT_EQ(s.expandControlSequences(0), count) << given;
+        EXPECT_STREQ(s, expanded);
+        EXPECT_EQ(s.length(), std::strlen(expanded));
     }
 }
 
@@ -617,10 +608,7 @@ TEST(TokenString, CopiesAndMovesKeepLongKeys)
 
 TEST(VarEncode, Codes)
 {
-    const struct
-    {
-        const char *text, *code;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"", ""},
         {"tx", "tx"},
         {"ramp#pos_1", "ramp#pos_1"},
@@ -631,9 +619,9 @@ TEST(VarEncode, Codes)
         {"xn_", "xn_"},
         {"\xff", "xn___ff"},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(changed(c.text, [](KIT_String &s) { KIT_VarEncode::encodeParm(s); }), c.code);
-        EXPECT_EQ(changed(c.code, [](KIT_String &s) { KIT_VarEncode::decodeParm(s); }), c.text);
+    for (const auto &[text, code] : cases) {
+        EXPECT_EQ(changed(text, [](KIT_String &s) { KIT_VarEncode::encodeParm(s); }), code);
+        EXPECT_EQ(changed(code, [](KIT_String &s) { KIT_VarEncode::decodeParm(s); }), text);
     }
     for (const char *text : {"xn__abc", "xn__a_3", "xn__a_3A", "xn__a_00", "xn___",
                              "xn__a_5fb:", "a_3ab", "xn__a_41:"}) {

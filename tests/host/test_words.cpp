@@ -14,6 +14,8 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace
@@ -57,10 +59,7 @@ std::string expanded(const std::string &word)
 
 TEST(Words, ParsingKeepsQuotedRunsTogether)
 {
-    const struct
-    {
-        const char *text, *words;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"a \"b c\"\t'd \"e'\n", "[a][b c][d \"e]"},
         {"\"\" ''", "[][]"},
         {"x'y z'w", "[xy zw]"},
@@ -72,8 +71,8 @@ TEST(Words, ParsingKeepsQuotedRunsTogether)
         {" \t ", ""},
         {nullptr, ""},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(wordsOf(c.text), c.words);
+    for (const auto &[given, words] : cases) {
+        EXPECT_EQ(wordsOf(given), words);
     }
     EXPECT_EQ(wordsOf("a#b \"#c\" #d 'e'", '#'), "[a#b][#c]");
     EXPECT_EQ(wordsOf("\"a\\\" b\" 'c d'e", 0, "\"'", true), "[\"a\\\" b\"]['c d'e]");
@@ -127,16 +126,12 @@ TEST(Words, TablesGiveTheNumberOfTheWholeWord)
     };
     KIT_FSA table(6, theRows);
     EXPECT_EQ(table.entries(), 4);
-    const struct
-    {
-        const char *word;
-        int symbol;
-    } cases[] = {
+    const std::pair<const char *, int> cases[] = {
         {"float", 0},  {"floatx", 7},   {"string", 3}, {"", 4},       {"floa", -1},
         {"Float", -1}, {"strings", -1}, {"zzz", -1},   {nullptr, -1},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(table.findSymbol(c.word), c.symbol) << (c.word ? c.word : "null");
+    for (const auto &[word, symbol] : cases) {
+        EXPECT_EQ(table.findSymbol(word), symbol) << (word ? word : "null");
     }
     table.build(1, theRows);
     EXPECT_EQ(table.findSymbol("float"), KIT_FSA::theNoSymbol);
@@ -145,11 +140,7 @@ TEST(Words, TablesGiveTheNumberOfTheWholeWord)
 
 TEST(Words, PatternsMatchWholeTexts)
 {
-    const struct
-    {
-        const char *pattern, *text;
-        bool matchFlag;
-    } cases[] = {
+    const std::tuple<const char *, const char *, bool> cases[] = {
         {"b", "abc", false},
         {".*b.*", "abc", true},
         {"a|ab", "ab", true},
@@ -169,10 +160,10 @@ TEST(Words, PatternsMatchWholeTexts)
         {"a.b", "a\nb", false},
         {"\\d+", "12", true},
     };
-    for (const auto &c : cases) {
-        const KIT_Regex regex(c.pattern);
+    for (const auto &[pattern, text, matchFlag] : cases) {
+        const KIT_Regex regex(pattern);
         EXPECT_TRUE(regex.isValid() && regex.getErrorText().isEmpty());
-        EXPECT_EQ(regex.match(c.text), c.matchFlag) << (c.pattern ? c.pattern : "null");
+        EXPECT_EQ(regex.match(text), matchFlag) << (pattern ? pattern : "null");
     }
     for (const char *pattern : {"(", "a**b[", "\\", "(?=a)", "(a)\\1", "a{1001}", "\xff"}) {
         const KIT_Regex regex(pattern);
@@ -189,10 +180,7 @@ TEST(Words, PatternsMatchWholeTexts)
 
 TEST(Words, ProtectedWordsComeBack)
 {
-    const struct
-    {
-        const char *text, *word;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"plain", "plain"},
         {"", "\"\""},
         {"a b", "\"a b\""},
@@ -204,8 +192,8 @@ TEST(Words, ProtectedWordsComeBack)
         {"$F4", "\"$F4\""},
         {"\xc3\xa9", "\xc3\xa9"},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(protectedWord(c.text), c.word);
+    for (const auto &[text, word] : cases) {
+        EXPECT_EQ(protectedWord(text), word);
     }
 
     const std::string usual = "\"\\'\n\t\x01\x7f 0n$#;ab\xff";

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <utility>
 
 namespace
 {
@@ -214,10 +215,7 @@ TEST(CommandMenus, AreThePairsOfTheOutput)
     MenuNode node;
     node.buildNode();
     const ZEL_Parm *parm = node.list->getParmPtr("menu");
-    struct
-    {
-        const char *output, *contents;
-    } const cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"a \"Label A\" b", "a=Label A"}, // a token without a label is dropped
         {"a 'Label A'\nb \"it's\"", "a=Label A b=it's"},
         {"  a\tA\r\n b B ", "a=A b=B"},
@@ -226,9 +224,9 @@ TEST(CommandMenus, AreThePairsOfTheOutput)
         {" \n", "(null)"},
         {"a \"not closed", "a=not closed"},
     };
-    for (const auto &c : cases) {
-        const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, c.output, TRK_SCRIPT_COMMAND);
-        EXPECT_EQ(c.contents, namesOf(menu, parm)) << c.output;
+    for (const auto &[output, contents] : cases) {
+        const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, output, TRK_SCRIPT_COMMAND);
+        EXPECT_EQ(contents, namesOf(menu, parm)) << output;
     }
     const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, "a A b B", TRK_SCRIPT_COMMAND);
     EXPECT_EQ(2, menu.getSize(parm));

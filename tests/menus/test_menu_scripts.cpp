@@ -10,6 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+#include <utility>
+
 namespace
 {
 
@@ -105,10 +108,7 @@ TEST_F(PythonMenus, TellWhatTheyShouldReturn)
 {
     const std::string header =
         "Error running Python menu script in parameter,\n    The Menu (/obj/test/menu):|";
-    struct
-    {
-        const char *script, *sentence;
-    } const cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"return ('a', 'A', 'b')", "Python menu scripts must return an even number of strings."},
         {"return 5", "Python menu scripts must return a sequence of strings."},
         {"return None", "Python menu scripts must return a sequence of strings."},
@@ -117,20 +117,17 @@ TEST_F(PythonMenus, TellWhatTheyShouldReturn)
         {"return ['a', 1]", "Python menu scripts must return a sequence of strings."},
         {"yield 'a'", "Python menu scripts must return a sequence of strings."},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ("(null)", run(c.script)) << c.script;
-        EXPECT_EQ(header + c.sentence, tracebacks.take()) << c.script;
-        EXPECT_EQ("(null)", run(c.script, true)) << c.script;
-        EXPECT_EQ("", tracebacks.take()) << "quiet: " << c.script;
+    for (const auto &[script, sentence] : cases) {
+        EXPECT_EQ("(null)", run(script)) << script;
+        EXPECT_EQ(header + sentence, tracebacks.take()) << script;
+        EXPECT_EQ("(null)", run(script, true)) << script;
+        EXPECT_EQ("", tracebacks.take()) << "quiet: " << script;
     }
 }
 
 TEST_F(PythonMenus, TellTheExceptionAndItsPlace)
 {
-    struct
-    {
-        const char *script, *place, *end;
-    } const cases[] = {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"\nraise ValueError('boom')", "File \"/obj/test/menu\", line 2,", "ValueError: boom\n"},
         {"return (", "File \"/obj/test/menu\", line 1\n", "SyntaxError: '(' was never closed\n"},
         {"raise SystemExit(3)", "line 1,", "SystemExit: 3\n"},
@@ -141,12 +138,12 @@ TEST_F(PythonMenus, TellTheExceptionAndItsPlace)
         {"vmr.ch('/obj/test/none')", "line 1,",
          "ValueError: /obj/test/none: there is no such parameter\n"},
     };
-    for (const auto &c : cases) {
+    for (const auto &[source, place, end] : cases) {
         EXPECT_EQ("a=A", run("return ['a', 'A']"));
-        EXPECT_EQ("(null)", run(c.script)) << c.script;
+        EXPECT_EQ("(null)", run(source)) << source;
         const std::string text = tracebacks.take();
-        EXPECT_NE(std::string::npos, text.find(c.place)) << text;
-        EXPECT_TRUE(endsWith(text, c.end)) << text;
+        EXPECT_NE(std::string::npos, text.find(place)) << text;
+        EXPECT_TRUE(endsWith(text, end)) << text;
     }
 }
 
@@ -294,12 +291,7 @@ protected:
 
 TEST_F(PythonExpressions, GiveNumbersAndTexts)
 {
-    struct
-    {
-        const char *text;
-        double value;
-        const char *asText;
-    } const cases[] = {
+    const std::tuple<const char *, double, const char *> cases[] = {
         {"1 + 2", 3, "3"},
         {"  math.pi > 3", 1, "1"},
         {"vmr.ch('tx') * 1.25", 2.5, "2.5"},
@@ -307,24 +299,19 @@ TEST_F(PythonExpressions, GiveNumbersAndTexts)
         {"vmr.frame()", 1, "1"},
         {"__import__('fractions').Fraction(1, 4)", 0.25, nullptr},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(c.value, number(c.text)) << c.text << SNKgetExpressionError();
-        if (c.asText) {
-            EXPECT_EQ(c.asText, string(c.text)) << c.text;
+    for (const auto &[text, value, asText] : cases) {
+        EXPECT_EQ(value, number(text)) << text << SNKgetExpressionError();
+        if (asText) {
+            EXPECT_EQ(asText, string(text)) << text;
         }
-        EXPECT_EQ(EVL::EVL_OK, EVL::theErrNo[thread]) << c.text;
+        EXPECT_EQ(EVL::EVL_OK, EVL::theErrNo[thread]) << text;
     }
     EXPECT_EQ("text of 2", string("'text of ' + vmr.chs('tx')"));
 }
 
 TEST_F(PythonExpressions, FailWithTheNumberOfTheReason)
 {
-    struct
-    {
-        const char *text;
-        int error;
-        const char *reason;
-    } const cases[] = {
+    const std::tuple<const char *, int, const char *> cases[] = {
         {"1 +", EVL::EVL_PYTHON, "SyntaxError: invalid syntax\n"},
         {"1 / 0", EVL::EVL_PYTHON, "ZeroDivisionError: division by zero\n"},
         {"import os", EVL::EVL_PYTHON, "SyntaxError: invalid syntax\n"},
@@ -338,13 +325,13 @@ TEST_F(PythonExpressions, FailWithTheNumberOfTheReason)
         {"vmr.ch('broken') + 1", EVL::EVL_UNKNOWN_FUNCTION, nullptr},
     };
     collection.addChannel("broken")->changeExpression(0, "no()", TRK_LANGUAGE_NATIVE, false);
-    for (const auto &c : cases) {
+    for (const auto &[given, error, reason] : cases) {
         for (const int before : {int(EVL::EVL_OK), int(EVL::EVL_DEPTH)}) {
             EVL::theErrNo[thread] = before;
-            EXPECT_EQ(0.0, number(c.text)) << c.text;
-            EXPECT_EQ(before ? before : c.error, EVL::theErrNo[thread]) << c.text;
-            if (c.reason) {
-                EXPECT_TRUE(endsWith(SNKgetExpressionError(), c.reason)) << SNKgetExpressionError();
+            EXPECT_EQ(0.0, number(given)) << given;
+            EXPECT_EQ(before ? before : error, EVL::theErrNo[thread]) << given;
+            if (reason) {
+                EXPECT_TRUE(endsWith(SNKgetExpressionError(), reason)) << SNKgetExpressionError();
             }
         }
     }

@@ -9,6 +9,8 @@
 #include <functional>
 #include <sstream>
 #include <stdexcept>
+#include <tuple>
+#include <utility>
 
 namespace
 {
@@ -63,20 +65,15 @@ TEST(MicroNodes, ListWalksFollowTheOrderOfParameters)
     list.parmMicroNode(2, 0)->addExplicitInput(*list.parmMicroNode(0, 1));
     list.parmMicroNode(3, 0)->addExplicitInput(*list.constParmMicroNode(0, 0));
 
-    struct Case
-    {
-        bool cookOnly;
-        const char *inputs, *outputs;
-    };
-    const Case cases[] = {
+    const std::tuple<bool, const char *, const char *> cases[] = {
         {false, "p3:0 p0:0 p0:1 const p0:0", "const p0:0 p1:0 const p0:1 p2:0 p0:1"},
         {true, "p3:0 const p0:0", "const p0:0 p1:0 const p0:1 p2:0 p0:1"}};
-    for (const Case &one : cases) {
+    for (const auto &[cookOnly, expectedInputs, expectedOutputs] : cases) {
         KIT_Array<LNK_MicroNode *> inputs, outputs;
-        list.getParmInputList(inputs, one.cookOnly);
-        list.getParmOutputList(outputs, one.cookOnly);
-        EXPECT_EQ(nodeNames(inputs), one.inputs);
-        EXPECT_EQ(nodeNames(outputs), one.outputs);
+        list.getParmInputList(inputs, cookOnly);
+        list.getParmOutputList(outputs, cookOnly);
+        EXPECT_EQ(nodeNames(inputs), expectedInputs);
+        EXPECT_EQ(nodeNames(outputs), expectedOutputs);
     }
     EXPECT_FALSE(list.hasParmMicroNode(4));
     EXPECT_EQ(list.getNumParmInputs(), 4);
@@ -207,23 +204,18 @@ TEST(MicroNodes, PushesWhatHasChangedSinceTheLastPush)
 
 TEST(MicroNodes, TheWholeNodeIsPushedOncePerWalk)
 {
-    struct Case
-    {
-        ZEL_Type type;
-        int pushes;
-    };
-    const Case cases[] = {
+    const std::pair<ZEL_Type, int> cases[] = {
         {ZEL_FLT, 1}, {ZEL_FLT | ZEL_TYPE_NOCOOK, 0}, {ZEL_FLT | ZEL_TYPE_NOREFRESH, 0}};
-    for (const Case &one : cases) {
-        MicroNodeList rig({{one.type, 1}, {one.type, 2}, {ZEL_FLT, 1}, {one.type, 1}});
+    for (const auto &[type, pushes] : cases) {
+        MicroNodeList rig({{type, 1}, {type, 2}, {ZEL_FLT, 1}, {type, 1}});
         LNK_MicroNode whole;
         rig.list->parmMicroNode(2, 0);
         for (int i = 0; i < 4; ++i) {
             rig.instance(i).setSendExtra(-1);
         }
         EXPECT_EQ(rig.list->getNumSendExtra(), 5);
-        EXPECT_EQ(push(*rig.list, -1, &whole, theChanged), one.pushes ? "other p2:0" : "p2:0");
-        EXPECT_EQ(whole.isDirty(), one.pushes == 1);
+        EXPECT_EQ(push(*rig.list, -1, &whole, theChanged), pushes ? "other p2:0" : "p2:0");
+        EXPECT_EQ(whole.isDirty(), pushes == 1);
         // Cleared even where neither a node nor the whole one was pushed.
         EXPECT_EQ(rig.list->getNumSendExtra(), 0);
         rig.instance(0).setSendExtra(0);

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace
 {
 
@@ -48,13 +50,7 @@ TEST(ChannelAliases, SaveAndLoad)
 
 TEST(ChannelAliases, WhatLoadTakes)
 {
-    struct Case
-    {
-        const char *text;
-        bool loaded;
-        const char *saved;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, bool, const char *> cases[] = {
         {"{ }", true, "{\n}\n"},
         {"words in front { tx a }", true, "{\n\ttx a\n}\n"},
         {"{ tx \"a\" } ty b", true, "{\n\ttx a\n}\n"},
@@ -70,11 +66,11 @@ TEST(ChannelAliases, WhatLoadTakes)
         {"{ tx a ty a }", true, "{\n\ttx a\n}\n"}, // an alias is used once
         {"{ tx a a b }", true, "{\n\ttx a\n}\n"},  // an alias is no channel token
     };
-    for (const Case &c : cases) {
+    for (const auto &[given, loaded, saved] : cases) {
         StreamList p;
-        EXPECT_EQ(loadAliases(p, c.text), c.loaded) << c.text;
-        EXPECT_EQ(savedAliases(p), c.saved) << c.text;
-        EXPECT_EQ(takeTexts(), "") << c.text;
+        EXPECT_EQ(loadAliases(p, given), loaded) << given;
+        EXPECT_EQ(savedAliases(p), saved) << given;
+        EXPECT_EQ(takeTexts(), "") << given;
     }
 }
 

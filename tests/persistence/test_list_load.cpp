@@ -11,6 +11,7 @@
 #include <map>
 #include <random>
 #include <set>
+#include <tuple>
 
 namespace
 {
@@ -377,23 +378,19 @@ TEST(ListLoad, TheOwnerIsOfferedUnknownNames)
 
 TEST(ListLoad, ARefusedConversionIsAWarning)
 {
-    struct Case
-    {
-        const char *errors, *name, *message;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"", nullptr, "Common 7 Parameter List Load Conversion Error"},
         {"no luck", nullptr, "Common 7 Parameter List Load Conversion Error - no luck"},
         {"", "scene", "Common 7 Parameter List Load Conversion Error (scene)"},
         {"no luck", "scene", "Common 7 Parameter List Load Conversion Error (scene) - no luck"},
     };
-    for (const Case &c : cases) {
+    for (const auto &[errors, name, message] : cases) {
         LoadOwner owner;
         owner.accepts = false;
-        owner.errors = c.errors;
+        owner.errors = errors;
         StreamList p(&owner);
-        EXPECT_TRUE(p.load(text(entry("stdswitcher1") + entry("f")), false, c.name));
-        EXPECT_EQ(takeTexts(), c.message);
+        EXPECT_TRUE(p.load(text(entry("stdswitcher1") + entry("f")), false, name));
+        EXPECT_EQ(takeTexts(), message);
         EXPECT_EQ(p.evaluate("f"), 5.0);
     }
 }

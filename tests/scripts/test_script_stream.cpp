@@ -12,6 +12,7 @@
 #include <ZEL/ZEL_TypeConstants.h>
 
 #include <cstring>
+#include <tuple>
 
 namespace
 {
@@ -108,13 +109,7 @@ TEST(ScriptStream, AnOpenBraceIsConsumedWhateverItIs)
 
 TEST(ScriptStream, Blocks)
 {
-    struct Case
-    {
-        const char *text;
-        bool protect;
-        const char *wanted;
-    };
-    static const Case cases[] = {
+    const std::tuple<const char *, bool, const char *> cases[] = {
         {"{ \"one\" \"two\" } x", false, "1<one,two,> x"},
         {"{ } x", false, "1<,> x"},
         {"{}", true, "1<,> end"},
@@ -129,8 +124,8 @@ TEST(ScriptStream, Blocks)
         {"a } x", false, "0<> }"},
         {"", false, "0<> end"},
     };
-    for (const Case &c : cases) {
-        EXPECT_EQ(block(c.text, ',', c.protect), c.wanted) << c.text;
+    for (const auto &[text, protect, wanted] : cases) {
+        EXPECT_EQ(block(text, ',', protect), wanted) << text;
     }
 
     testing::internal::CaptureStderr();

@@ -134,12 +134,7 @@ TEST(Tokens, TokensPutBackComeFirstTheLastOneFirst)
 
 TEST(Tokens, ConditionsSelectText)
 {
-    struct Value
-    {
-        const char *expression;
-        bool wanted;
-    };
-    static const Value values[] = {
+    const std::pair<const char *, bool> values[] = {
         {"1", true},
         {"0", false},
         {"-1", true},
@@ -156,12 +151,12 @@ TEST(Tokens, ConditionsSelectText)
         {"(-9223372036854775807 - 1) / -1 < 0", true},
         {"(-9223372036854775807 - 1) % -1", false},
     };
-    for (const Value &value : values) {
-        const std::string text = std::string("#define A 3\n#define B (A)\n#if ") +
-                                 value.expression + " // why\nyes\n#else\nno\n#endif\n";
+    for (const auto &[expression, wanted] : values) {
+        const std::string text = std::string("#define A 3\n#define B (A)\n#if ") + expression +
+                                 " // why\nyes\n#else\nno\n#endif\n";
         const ReadText read(text);
-        EXPECT_EQ(read.tokens, value.wanted ? "yes" : "no") << value.expression;
-        EXPECT_EQ(read.messages, "") << value.expression;
+        EXPECT_EQ(read.tokens, wanted ? "yes" : "no") << expression;
+        EXPECT_EQ(read.messages, "") << expression;
     }
 
     static const Case cases[] = {
@@ -326,6 +321,8 @@ TEST(Tokens, LimitsEndTheTextWithAMessageThatNamesThem)
     folder.write("one.ds", "");
     const std::string root =
         folder.write("root.ds", repeated("#include \"one.ds\"\n", 10001) + "x");
+
+#include <utility>
     KIT_ErrorManager::Scope scope(1);
     TOK_TokenStream stream(root.c_str(), -1);
     EXPECT_EQ(tokensOf(stream), "");

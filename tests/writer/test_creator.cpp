@@ -12,6 +12,7 @@
 #include <functional>
 #include <initializer_list>
 #include <string>
+#include <tuple>
 
 namespace
 {
@@ -423,14 +424,8 @@ std::string outlineOf(DS_ParmReader &reader)
 
 TEST(Creator, GroupingAndPages)
 {
-    struct Case
-    {
-        bool doing, old;
-        unsigned pageSize;
-        const char *outline;
-    };
     // Parameters a:A, b, c:B, d:A, e.
-    const Case cases[] = {
+    const std::tuple<bool, bool, unsigned, const char *> cases[] = {
         {true, false, 0, "A( a ) b B( c ) A( d ) e "},
         {true, false, 1, "A( a ) b B( c ) A( d ) e "},
         {true, true, 0, "A( a d ) B( c b e ) "},
@@ -440,8 +435,8 @@ TEST(Creator, GroupingAndPages)
         {false, true, 5, "b e "},
         {false, false, 4, "Page 2( b e ) "},
     };
-    for (const Case &one : cases) {
-        HandMade reader(one.doing, 0, 0);
+    for (const auto &[doing, old, pageSize, outline] : cases) {
+        HandMade reader(doing, 0, 0);
         reader.addGroup("A");
         reader.addGroup("B");
         reader.add("a", "A");
@@ -449,10 +444,9 @@ TEST(Creator, GroupingAndPages)
         reader.add("c", "B");
         reader.add("d", "A");
         reader.add("e");
-        reader.setGroupSize(one.pageSize);
-        DS_Creator::setUseOldGrouping(one.old);
-        EXPECT_EQ(outlineOf(reader), one.outline)
-            << one.doing << " " << one.old << " " << one.pageSize;
+        reader.setGroupSize(pageSize);
+        DS_Creator::setUseOldGrouping(old);
+        EXPECT_EQ(outlineOf(reader), outline) << doing << " " << old << " " << pageSize;
         DS_Creator::setUseOldGrouping(false);
     }
     HandMade ungrouped(1, 0, 0);
