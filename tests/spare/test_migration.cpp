@@ -5,6 +5,8 @@
 #include <ZEL/ZEL_TypeConstants.h>
 #include <node/ZELX_Node.h>
 
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <random>
 
@@ -29,7 +31,6 @@ TEST(Migration, ACopyTakesThePlaceOfItsSource)
     rig.parm("a").setEnableState(0, 0);
     rig.list->setPermissions(0755);
     rig.looking.takeCalls();
-    const std::string text = rig.text();
     TestOwner owner;
 
     ZEL_ParmList copy(*rig.list, rig.top.templates(), &owner, nullptr, "", false);
@@ -39,15 +40,6 @@ TEST(Migration, ACopyTakesThePlaceOfItsSource)
     // What is removed with the source notifies its own owner.
     EXPECT_EQ(owner.takeCalls().find("multiItemCreated"), std::string::npos);
 
-    std::set<std::string> expected, present;
-    std::istringstream before(text), after(contents(copy));
-    for (std::string word; before >> word;) {
-        expected.insert(word);
-    }
-    for (std::string word; after >> word;) {
-        present.insert(word);
-    }
-    EXPECT_EQ(present, expected);
     EXPECT_EQ(copy.evalFloat("pt2", 0, 2.0), 3.0);
     EXPECT_EQ(copy.evalFloat("in2", 0, 0.0), 3.0);
     EXPECT_EQ(copy.getParmPtrFromChannel("height", nullptr), copy.getParmPtr("pt2"));
@@ -164,6 +156,9 @@ enum Kind
     KINDS
 };
 
+using Kinds = std::map<std::string, Kind>;
+using States = std::map<std::string, std::string>;
+
 /// Random templates, with a note of what each token is.
 class RandomSet
 {
@@ -183,13 +178,12 @@ public:
     }
     ZEL_Template *templates() { return myTop.templates(); }
 
-    std::map<std::string, Kind> kinds;
+    Kinds kinds;
 
 private:
     void add(const char *token, Kind kind, int count)
     {
         myDefaults.emplace_back(double(count));
-        const std::string child = std::string(token) + "_in#";
         switch (kind) {
         case FLOAT: myTop.add(ZEL_FLT, 1, token, token, &myDefaults.back()); break;
         case VECTOR: myTop.add(ZEL_XYZ, 3, token); break;
@@ -199,12 +193,10 @@ private:
         case RAMP: myTop.addMulti(ZEL_MULTITYPE_RAMP_FLT, token, nullptr, 2); break;
         case SWITCHER: myTop.add(ZEL_SWITCHER_EXCLUSIVE, 1, token); break;
         default: {
-            myBlocks.emplace_back();
-            Block &block = myBlocks.back();
-            block.add(ZEL_FLT, 1, keep(child));
+            Block &block = myBlocks.emplace_back();
+            block.add(ZEL_FLT, 1, keep(std::string(token) + "_in#"));
             if (kind == NESTED) {
-                myBlocks.emplace_back();
-                Block &inner = myBlocks.back();
+                Block &inner = myBlocks.emplace_back();
                 inner.add(ZEL_STRING, 1, keep(std::string(token) + "_deep#_#"));
                 block.addMulti(ZEL_MULTITYPE_LIST, keep(std::string(token) + "_more#"),
                                inner.templates(), 1);
@@ -214,11 +206,7 @@ private:
         }
         kinds[token] = kind;
     }
-    const char *keep(const std::string &text)
-    {
-        myTexts.push_back(text);
-        return myTexts.back().c_str();
-    }
+    const char *keep(const std::string &text) { return myTexts.emplace_back(text).c_str(); }
 
     std::deque<std::string> myTexts;
     std::deque<ZEL_Default> myDefaults;
@@ -252,9 +240,9 @@ void scramble(ZEL_ParmList &list, std::mt19937 &random)
 }
 
 /// A parameter's state for its user, by name: the value of each component at two times, and locks.
-std::map<std::string, std::string> states(const ZEL_ParmList &list)
+States states(const ZEL_ParmList &list)
 {
-    std::map<std::string, std::string> all;
+    States all;
     for (int i = 0; i < list.getEntries(); ++i) {
         const ZEL_Parm &parm = *list.getParmPtr(i);
         std::string &state = all[parm.getToken()];
@@ -270,55 +258,44 @@ std::map<std::string, std::string> states(const ZEL_ParmList &list)
     return all;
 }
 
-/// Whether a name belongs to one of these tokens: "a_in2" to "a", "e1pos" to "e".
-bool belongs(const std::string &name, const std::string &token)
+/// Those whose name belongs to a token: "a_in2" to "a", "e1pos" to "e".
+States statesOf(const std::string &token, const States &all)
 {
-    return name.compare(0, token.size(), token) == 0;
+    States own;
+    std::copy_if(all.begin(), all.end(), std::inserter(own, own.end()),
+                 [&](const auto &one) { return one.first.compare(0, token.size(), token) == 0; });
+    return own;
 }
 
 /// A parameter that keeps name and kind keeps its whole state, items included.
-void expectCarried(const std::map<std::string, std::string> &before,
-                   const std::map<std::string, std::string> &after,
-                   const std::map<std::string, Kind> &was, const std::map<std::string, Kind> &is)
+void expectCarried(const States &before, const States &after, const Kinds &was, const Kinds &is)
 {
     for (const auto &[token, kind] : was) {
         const auto now = is.find(token);
         if (now == is.end() || now->second != kind) {
             continue;
         }
-        for (const auto &[name, state] : before) {
-            if (belongs(name, token)) {
-                const auto found = after.find(name);
-                ASSERT_NE(found, after.end()) << name;
-                EXPECT_EQ(found->second, state) << name;
-            }
-        }
-        for (const auto &[name, state] : after) {
-            EXPECT_TRUE(!belongs(name, token) || before.count(name)) << name << " came up";
-        }
+        EXPECT_EQ(statesOf(token, after), statesOf(token, before));
     }
 }
 
 TEST(Migration, RandomSetsOfSpareParameters)
 {
-    for (unsigned seed = 1; seed <= 150; ++seed) {
+    for (unsigned seed = 1; seed <= 150 && !HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         std::mt19937 random(seed);
-        std::vector<std::unique_ptr<RandomSet>> sets;
+        std::deque<RandomSet> sets;
         SpareRig rig;
-        std::map<std::string, Kind> was;
-        std::map<std::string, std::string> before;
+        Kinds was;
+        States before;
         for (int round = 0; round < 4; ++round) {
-            sets.push_back(std::make_unique<RandomSet>(random, 6, true));
-            rig.list->updateSpareParmTemplates(sets.back()->templates(), random() % 2 == 0);
+            sets.emplace_back(random, 6, true);
+            rig.list->updateSpareParmTemplates(sets.back().templates(), random() % 2 == 0);
             expectSound(*rig.list, rig.channels);
-            expectCarried(before, states(*rig.list), was, sets.back()->kinds);
+            expectCarried(before, states(*rig.list), was, sets.back().kinds);
             scramble(*rig.list, random);
-            was = sets.back()->kinds;
+            was = sets.back().kinds;
             before = states(*rig.list);
-            if (::testing::Test::HasFailure()) {
-                return;
-            }
         }
         rig.list->updateSpareParmTemplates(nullptr, false);
         EXPECT_EQ(rig.list->hasSpareOrMultiInstanceParms(), true);
@@ -331,29 +308,29 @@ TEST(Migration, RandomSetsOfSpareParameters)
 
 TEST(Migration, RandomInterfacesOfANode)
 {
-    for (unsigned seed = 1; seed <= 150; ++seed) {
+    for (unsigned seed = 1; seed <= 150 && !HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         std::mt19937 random(seed);
-        std::vector<std::unique_ptr<RandomSet>> sets;
-        sets.push_back(std::make_unique<RandomSet>(random, 4));
-        sets.push_back(std::make_unique<RandomSet>(random, 4));
+        std::deque<RandomSet> sets;
+        sets.emplace_back(random, 4);
+        sets.emplace_back(random, 4);
         ZELX_Node root;
-        ZELX_Node &node = *root.addChild("node", sets[0]->templates());
-        node.setSpareParms(sets[1]->templates());
-        std::map<std::string, Kind> spare = sets[1]->kinds;
-        std::map<std::string, Kind> was = sets[0]->kinds;
+        ZELX_Node &node = *root.addChild("node", sets[0].templates());
+        node.setSpareParms(sets[1].templates());
+        Kinds spare = sets[1].kinds;
+        Kinds was = sets[0].kinds;
         was.insert(spare.begin(), spare.end());
         for (int round = 0; round < 3; ++round) {
             scramble(node.getParms(), random);
             const auto before = states(node.getParms());
-            sets.push_back(std::make_unique<RandomSet>(random, 4));
-            node.renewParms(sets.back()->templates());
+            sets.emplace_back(random, 4);
+            node.renewParms(sets.back().templates());
             // What is fixed now is spare no longer.
-            std::map<std::string, Kind> is = sets.back()->kinds;
+            Kinds is = sets.back().kinds;
             is.insert(spare.begin(), spare.end());
             expectSound(node.getParms(), node.getChannels());
             expectCarried(before, states(node.getParms()), was, is);
-            for (const auto &fixed : sets.back()->kinds) {
+            for (const auto &fixed : sets.back().kinds) {
                 spare.erase(fixed.first);
                 EXPECT_FALSE(node.getParms().getParmPtr(fixed.first.c_str())->isSpareParm());
             }
@@ -361,9 +338,6 @@ TEST(Migration, RandomInterfacesOfANode)
                 EXPECT_TRUE(node.getParms().getParmPtr(one.first.c_str())->isSpareParm());
             }
             was = is;
-            if (::testing::Test::HasFailure()) {
-                return;
-            }
         }
     }
 }
@@ -386,7 +360,7 @@ TEST(Migration, ANodesSpareThatIsSaidTwiceGoesOver)
 
 TEST(Migration, RandomListsAreCopied)
 {
-    for (unsigned seed = 1; seed <= 100; ++seed) {
+    for (unsigned seed = 1; seed <= 100 && !HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         std::mt19937 random(seed);
         RandomSet fixed(random, 5), spare(random, 6);
@@ -397,13 +371,10 @@ TEST(Migration, RandomListsAreCopied)
         scramble(*list, random);
         const auto before = states(*list);
         for (int round = 0; round < 2; ++round) {
-            auto copy = std::make_unique<ZEL_ParmList>(*list, fixed.templates(), nullptr, nullptr,
-                                                       "", random() % 2 == 0);
-            list = std::move(copy);
+            list = std::make_unique<ZEL_ParmList>(*list, fixed.templates(), nullptr, nullptr, "",
+                                                  random() % 2 == 0);
             EXPECT_EQ(states(*list), before);
-        }
-        if (::testing::Test::HasFailure()) {
-            return;
+            expectSound(*list, channels);
         }
     }
 }

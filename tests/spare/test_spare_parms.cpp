@@ -332,71 +332,50 @@ TEST(SpareParms, EventsGoOutBeforehandAndNotInALoad)
 constexpr const char *theMark = "1+strcmp(\"\", \"AUTO-GENERATED\")+";
 
 /// "folder" of the fixed part, and a set with "mirror", which mirrors what `target` names.
-struct MirrorRig
+struct MirrorRig : MultiList
 {
     explicit MirrorRig(const char *target = "folder")
     {
         spare.addTokenValue(KIT_StringHolder("orvane::switcher"), target);
-        fixed.add(ZEL_SWITCHER_EXCLUSIVE, 1, "folder");
-        fixed.add(ZEL_FLT, 1, "fix");
+        top.add(ZEL_SWITCHER_EXCLUSIVE, 1, "folder");
+        top.add(ZEL_FLT, 1, "fix");
         items.add(ZEL_SWITCHER_EXCLUSIVE, 1, "sw#");
-        fixed.addMulti(ZEL_MULTITYPE_LIST, "points", items.templates(), 1);
-        description = set.add(ZEL_SWITCHER_EXCLUSIVE, 1, "mirror");
-        description->setSparePtr(&spare);
-        list = std::make_unique<ZEL_ParmList>(fixed.templates(), &channels, nullptr, nullptr, "",
-                                              false);
+        mirrors.add(ZEL_SWITCHER_EXCLUSIVE, 1, "mirror")->setSparePtr(&spare);
+        build(1.0);
     }
+    ~MirrorRig() { list.reset(); }
     void update(Block *templates)
     {
         list->updateSpareParmTemplates(templates ? templates->templates() : nullptr, false);
     }
-    void set_(const char *token, int value)
-    {
-        list->getParmPtr(token)->setValue(0.0, value, false, 0, ZEL_ADDKEY_PENDING, false);
-    }
-    void animate(const char *token, const char *text)
-    {
-        list->getParmPtr(token)->setExpression(0.0, text, TRK_LANGUAGE_NATIVE, 0, true, true,
-                                               false);
-    }
-    std::string expression(const char *token = "folder")
-    {
-        KIT_String text;
-        list->getParmPtr(token)->getExpressionOnly(0.0, text, 0, BASgetSTID());
-        return text.nonNullStr();
-    }
-    int eval(const char *token = "folder") { return list->evalInt(token, 0, 0.0); }
 
     ZEL_SpareData spare;
-    Block items, fixed, set;
-    ZEL_Template *description;
-    TRK_Collection channels;
-    std::unique_ptr<ZEL_ParmList> list;
+    Block mirrors;
 };
 
 TEST(SwitcherMirror, TheTargetFollowsAndKeepsWhatItShowed)
 {
     MirrorRig rig;
-    rig.set_("folder", 1);
-    rig.update(&rig.set);
-    EXPECT_EQ(rig.expression(), std::string(theMark) + "ch(\"mirror\")");
+    rig.set("folder", 1);
+    rig.update(&rig.mirrors);
+    EXPECT_EQ(rig.expression("folder"), std::string(theMark) + "ch(\"mirror\")");
     EXPECT_EQ(rig.list->getParmPtr("folder")->getStringMeaning(0.0, 0), TRK_MEANING_NATIVE);
     for (const int value : {2, 0, 3}) {
-        rig.set_("mirror", value);
-        EXPECT_EQ(rig.eval(), value);
+        rig.set("mirror", value);
+        EXPECT_EQ(rig.eval("folder"), value);
     }
     // It keeps following after the set is rebuilt.
     Block again;
     again.add(ZEL_SWITCHER_EXCLUSIVE, 1, "mirror")->setSparePtr(&rig.spare);
     rig.update(&again);
     EXPECT_EQ(rig.eval("mirror"), 3);
-    rig.set_("mirror", 2);
-    EXPECT_EQ(rig.eval(), 2);
+    rig.set("mirror", 2);
+    EXPECT_EQ(rig.eval("folder"), 2);
 
     rig.update(nullptr);
-    EXPECT_EQ(rig.expression(), "");
+    EXPECT_EQ(rig.expression("folder"), "-");
     EXPECT_EQ(rig.channels.entries(), 0);
-    EXPECT_EQ(rig.eval(), 2);
+    EXPECT_EQ(rig.eval("folder"), 2);
 }
 
 TEST(SwitcherMirror, OneThatIsAMirrorNoLongerLetsGo)
@@ -404,30 +383,30 @@ TEST(SwitcherMirror, OneThatIsAMirrorNoLongerLetsGo)
     Block plain;
     plain.add(ZEL_SWITCHER_EXCLUSIVE, 1, "mirror");
     MirrorRig rig;
-    rig.update(&rig.set);
+    rig.update(&rig.mirrors);
     rig.animate("mirror", "1+2");
-    ASSERT_EQ(rig.eval(), 3);
+    ASSERT_EQ(rig.eval("folder"), 3);
     rig.update(&plain);
-    EXPECT_EQ(rig.expression(), "");
-    EXPECT_EQ(rig.eval(), 3);
+    EXPECT_EQ(rig.expression("folder"), "-");
+    EXPECT_EQ(rig.eval("folder"), 3);
     EXPECT_EQ(rig.eval("mirror"), 3);
     rig.animate("mirror", "0+1");
-    EXPECT_EQ(rig.eval(), 3);
+    EXPECT_EQ(rig.eval("folder"), 3);
 }
 
 TEST(SwitcherMirror, AUsersExpressionGivesItsValue)
 {
     MirrorRig rig;
     rig.animate("folder", "1+2");
-    rig.update(&rig.set);
+    rig.update(&rig.mirrors);
     EXPECT_EQ(rig.eval("mirror"), 3);
-    EXPECT_EQ(rig.expression("mirror"), "");
-    EXPECT_EQ(rig.expression(), std::string(theMark) + "ch(\"mirror\")");
-    EXPECT_EQ(rig.eval(), 3);
+    EXPECT_EQ(rig.expression("mirror"), "-");
+    EXPECT_EQ(rig.expression("folder"), std::string(theMark) + "ch(\"mirror\")");
+    EXPECT_EQ(rig.eval("folder"), 3);
     // One that the user sets later stays when the mirror is removed.
     rig.animate("folder", "0+1");
     rig.update(nullptr);
-    EXPECT_EQ(rig.expression(), "0+1");
+    EXPECT_EQ(rig.expression("folder"), "0+1");
 }
 
 TEST(SwitcherMirror, OnlyExclusiveSwitchersWithATargetAreMirrors)

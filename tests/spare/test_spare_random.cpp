@@ -42,12 +42,10 @@ private:
     void add(std::mt19937 &random)
     {
         static constexpr const char *theTokens[] = {"a", "b", "c", "d", "m", "n", "in1", "mr2"};
-        myBlocks.emplace_back();
-        Block &block = myBlocks.back();
+        Block &block = myBlocks.emplace_back();
         const char *token = theTokens[random() % std::size(theTokens)];
         if (*token == 'm' || *token == 'n') {
-            myBlocks.emplace_back();
-            Block &items = myBlocks.back();
+            Block &items = myBlocks.emplace_back();
             items.add(ZEL_FLT, 1, "in#");
             items.add(ZEL_SWITCHER_EXCLUSIVE, 1, "mr#")->setSparePtr(target(random));
             block.addMulti(ZEL_MULTITYPE_LIST, token, items.templates(), double(random() % 3));
