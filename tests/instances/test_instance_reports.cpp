@@ -21,20 +21,34 @@
 // Option blocks
 // ---------------------------------------------------------------------- //
 
+namespace
+{
+
+/// A probe with something to say in each of the options.
+struct OptionRig : Rig
+{
+    OptionRig() : Rig(2)
+    {
+        build();
+        probe->setExpressionState(true);
+        probe->setLockedFlag(1, true);
+        probe->setAutoScopedFlag(-1, true);
+        probe->setSpareParm(true);
+        probe->setBypassFlag(true);
+        description.name.setLabel("a \"b\" ]");
+        probe->setSaveLabelFlag(true);
+        probe->setChannelCustomColor(1, KIT_Color(0.1f, 1.0f, 0.0f));
+        probe->setAutoSelectFlag(-1, false);
+    }
+};
+
+} // namespace
+
 TEST(Instances, TextOptionsToTheByte)
 {
-    Rig rig(2);
-    Probe &p = *rig.build().probe;
-    EXPECT_EQ(p.options(), "[ 0\tlocks=0 ]");
-    p.setExpressionState(true);
-    p.setLockedFlag(1, true);
-    p.setAutoScopedFlag(-1, true);
-    p.setSpareParm(true);
-    p.setBypassFlag(true);
-    rig.description.name.setLabel("a \"b\" ]");
-    p.setSaveLabelFlag(true);
-    p.setChannelCustomColor(1, KIT_Color(0.1f, 1.0f, 0.0f));
-    p.setAutoSelectFlag(-1, false);
+    EXPECT_EQ(Rig(2).build().probe->options(), "[ 0\tlocks=0 ]");
+    OptionRig rig;
+    Probe &p = *rig.probe;
     const std::string all = "[ 8\tlocks=2\tautoscope=3\tbypass=1\tzellabel=\"a \\\"b\\\" ]\""
                             "\tzelcolor=1;0.1;1;0;\tautosel=0 ]";
     EXPECT_EQ(p.options(), all);
@@ -91,21 +105,14 @@ TEST(Instances, EveryOptionIsDocumented)
 
 TEST(Instances, BinaryOptionsComeBack)
 {
-    Rig rig(2);
-    Probe &p = *rig.build().probe;
     KIT_Packet packet;
     std::stringstream none;
-    EXPECT_FALSE(p.saveBinaryOptions(77, packet, none));
+    EXPECT_FALSE(Rig(2).build().probe->saveBinaryOptions(77, packet, none));
     EXPECT_EQ(none.str(), "");
 
-    p.setLockedFlag(0, true);
-    p.setAutoScopedFlag(-1, true);
-    p.setAutoSelectFlag(-1, true);
-    p.setSpareParm(true);
-    p.setBypassFlag(true);
-    rig.description.name.setLabel("named");
-    p.setSaveLabelFlag(true);
-    p.setChannelCustomColor(1, KIT_Color(0.25f, 0.5f, 1.0f));
+    OptionRig rig;
+    Probe &p = *rig.probe;
+    p.setExpressionState(false); // only texts have it
     std::stringstream data;
     EXPECT_TRUE(p.saveBinaryOptions(77, packet, data));
 
@@ -124,7 +131,7 @@ TEST(Instances, BinaryOptionsComeBack)
     }
     EXPECT_EQ(ids, "4 5 6 7 8 9 ");
     EXPECT_EQ(back.options(), p.options());
-    EXPECT_STREQ(rig.description.name.getLabel(), "named");
+    EXPECT_STREQ(rig.description.name.getLabel(), "a \"b\" ]");
 }
 
 TEST(Instances, BinaryOptionsRefuseWhatIsCutOrUnknown)

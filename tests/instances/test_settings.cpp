@@ -97,7 +97,7 @@ TEST(Settings, ASetAndARevertFollowEachOfThem)
         const Settings settings(bits);
         const bool locked = (bits & 16) != 0;
         const bool curve = (bits & 32) != 0;
-        OneParm p(ZEL_FLT, 2);
+        OneParm p(ZEL_FLT, 3);
         p.build();
         animateAll(p);
         if (!curve) {
@@ -124,6 +124,6 @@ TEST(Settings, ASetAndARevertFollowEachOfThem)
                 << bits;
         }
         EXPECT_TRUE(locked || p.eval(0, time) == 0.0) << bits;
-        EXPECT_TRUE(p.instance->getChannel(1));
+        EXPECT_TRUE(p.instance->getChannel(1) && !p.instance->getChannel(2));
     }
 }

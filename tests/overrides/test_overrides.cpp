@@ -282,91 +282,23 @@ TEST(Overrides, AdoptKeepsItsOwnAndAdoptOverridesDoesNot)
     EXPECT_EQ(describe(*keeps.instance, 0), "-1 null none");
 }
 
-TEST(Overrides, AreDisabledForOneThreadInAScope)
+TEST(Overrides, TakeWritesInSilenceWhileTheyAreDisabled)
 {
     OverrideProvider provider;
-    OverriddenParm p(2);
-    p.set(1.0, 0);
+    OverriddenParm p(1);
+    p.set(1.0);
     p.override(0, 0);
-    p.override(1, 0);
     EventLog events(*p.list);
-    p.instance->clearAllDirtyFlags();
     {
-        ZEL_AutoDisableOverride outer(p.parm, 0);
-        EXPECT_EQ(p.eval(0), 1.0);
-        EXPECT_EQ(p.eval(1), 5.0);
-        EXPECT_EQ(p.instance->getIsOverrideActive(0), 0);
-        double elsewhere = 0.0;
-        std::thread([&] { elsewhere = p.eval(0); }).join();
-        EXPECT_EQ(elsewhere, 5.0);
-
-        p.set(8.0, 0); // still forwarded to the provider
+        ZEL_AutoDisableOverride scope(p.parm, 0);
+        p.set(8.0);
         EXPECT_EQ(provider.sets, "float 0 8 @0");
-        EXPECT_EQ(p.eval(0), 1.0);
-        {
-            ZEL_AutoDisableOverride inner(p.parm, 1);
-            EXPECT_EQ(p.eval(1), 0.0);
-            p.instance->clearAllDirtyFlags();
-        }
-        // The inner scope marks dirty its component, and what is still disabled.
-        EXPECT_TRUE(p.instance->isDirty(0) && p.instance->isDirty(1));
-        EXPECT_EQ(p.eval(0), 1.0);
-        EXPECT_EQ(p.eval(1), 5.0);
-        p.instance->clearAllDirtyFlags();
+        EXPECT_EQ(p.eval(), 1.0);
+        EXPECT_EQ(p.instance->getIsOverrideActive(0), 0);
     }
-    EXPECT_TRUE(p.instance->isDirty(0));
-    EXPECT_FALSE(p.instance->isDirty(1));
-    EXPECT_EQ(p.eval(0), 5.0);
+    EXPECT_EQ(p.eval(), 5.0);
     EXPECT_EQ(events.take(), "");
     ZEL_AutoDisableOverride none(nullptr, 0);
-
-    // A scope for another parameter hides the outer one, and restores it.
-    OverriddenParm other(1);
-    other.override(0, 0);
-    ZEL_AutoDisableOverride outer(p.parm, 0);
-    {
-        ZEL_AutoDisableOverride inner(other.parm, 0);
-        EXPECT_EQ(p.eval(0), 5.0);
-        EXPECT_EQ(other.eval(0), 0.0);
-    }
-    EXPECT_EQ(p.eval(0), 1.0);
-    EXPECT_EQ(other.eval(0), 5.0);
-}
-
-TEST(Overrides, AScopeForgetsWhatIsDestroyedBeforeIt)
-{
-    OverrideProvider provider;
-    OverriddenParm kept(1);
-    kept.override(0, 0);
-    auto gone = std::make_unique<OverriddenParm>(2);
-    gone->override(0, 0);
-    {
-        ZEL_AutoDisableOverride outer(gone->parm, 0);
-        {
-            ZEL_AutoDisableOverride inner(kept.parm, 0);
-            gone.reset();
-            EXPECT_EQ(kept.eval(0), 0.0);
-        }
-        EXPECT_EQ(kept.eval(0), 5.0);
-        // A later object that reuses the address of the destroyed one is not disabled.
-        OverriddenParm next(2);
-        next.override(0, 0);
-        EXPECT_EQ(next.eval(0), 5.0);
-    }
-
-    // Nor does a disabling outlive the overrides it was for.
-    auto emptied = std::make_unique<OverriddenParm>(2);
-    emptied->override(0, 0);
-    emptied->instance->setOverrideDisable(0, 1);
-    OverriddenParm plain(2);
-    emptied->instance->adoptOverrides(*plain.instance);
-    emptied.reset();
-    {
-        ZEL_AutoDisableOverride scope(kept.parm, 0);
-    }
-    OverriddenParm next(2);
-    next.override(0, 0);
-    EXPECT_EQ(next.eval(0), 5.0);
 }
 
 TEST(Overrides, AreEvaluatedOnManyThreadsAtOnce)
@@ -396,25 +328,6 @@ TEST(Overrides, AreEvaluatedOnManyThreadsAtOnce)
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(provider.evals, 40 * 50);
     EXPECT_TRUE(p.list->isTimeDependent());
-}
-
-TEST(Overrides, DisablingTellsWhatWasBefore)
-{
-    OverrideProvider provider;
-    OverriddenParm p(2), other(2);
-    EXPECT_FALSE(p.instance->setOverrideDisable(0, 1)); // nothing to disable
-    p.override(0, 0);
-    other.override(1, 0);
-    EXPECT_FALSE(p.instance->setOverrideDisable(0, 1));
-    EXPECT_TRUE(p.instance->setOverrideDisable(0, 1));
-    // One instance for each thread: the other one replaces it, bits included.
-    EXPECT_FALSE(other.instance->setOverrideDisable(1, 1));
-    EXPECT_EQ(p.eval(0), 5.0);
-    EXPECT_EQ(other.eval(1), 0.0);
-    EXPECT_TRUE(p.instance->setOverrideDisable(0, 0) == false);
-    EXPECT_TRUE(p.instance->setOverrideDisable(1, 0));
-    EXPECT_FALSE(other.instance->setOverrideDisable(1, 0));
-    EXPECT_EQ(other.eval(1), 5.0);
 }
 
 TEST(Overrides, CountTheirMemory)
