@@ -8,12 +8,12 @@
 #include <BAS/BAS_SpinLock.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Digits.h>
+#include <common/Threads.h>
 
 #include <gtest/gtest.h>
 
 #include <charconv>
 #include <cmath>
-#include <condition_variable>
 #include <cstring>
 #include <limits>
 #include <mutex>
@@ -36,25 +36,15 @@ uint64_t bitsOf(double value)
     return bits;
 }
 
-/// Runs that many threads, holds them all at one place, and passes each its id.
+/// The ids of that many threads, all alive at once.
 std::vector<int> idsOfThreads(int count)
 {
-    std::mutex mutex;
-    std::condition_variable all;
-    std::vector<int> ids;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; i++) {
-        threads.emplace_back([&] {
-            const int id = BASgetSTID();
-            std::unique_lock<std::mutex> lock(mutex);
-            ids.push_back(id);
-            all.notify_all();
-            all.wait(lock, [&] { return ids.size() == static_cast<size_t>(count); });
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    std::vector<int> ids(static_cast<size_t>(count));
+    Barrier all(count);
+    onThreads(count, [&](int i) {
+        ids[static_cast<size_t>(i)] = BASgetSTID();
+        all.wait();
+    });
     return ids;
 }
 } // namespace
@@ -301,27 +291,18 @@ TEST(Thread, IdLastsUntilThreadLocalsAreGone)
 TEST(PerThread, RecordsArePrivateAndStay)
 {
     static BAS_PerThread<int> records;
-    std::mutex mutex;
-    std::condition_variable all;
-    std::set<int *> places;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 50; i++) {
-        threads.emplace_back([&] {
-            int &mine = records.local();
-            mine = BASgetSTID();
-            {
-                std::unique_lock<std::mutex> lock(mutex);
-                places.insert(&mine);
-                all.notify_all();
-                all.wait(lock, [&] { return places.size() == 50; });
-            }
-            EXPECT_EQ(records.get(BASgetSTID()), BASgetSTID());
-            EXPECT_EQ(&records.get(0), &mine);
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    int *places[50] = {};
+    Barrier all(50);
+    onThreads(50, [&](int i) {
+        int &mine = records.local();
+        mine = BASgetSTID();
+        places[i] = &mine;
+        all.wait();
+        EXPECT_EQ(records.get(BASgetSTID()), BASgetSTID());
+        EXPECT_EQ(&records.get(0), &mine);
+    });
+    const std::set<int *> distinct(std::begin(places), std::end(places));
+    EXPECT_EQ(distinct.size(), 50u);
     // Threads 2 to 51 wrote: the records 33 to 51 were made on the way.
     int sum = 0;
     int count = 0;
@@ -332,7 +313,7 @@ TEST(PerThread, RecordsArePrivateAndStay)
     EXPECT_EQ(count, 51);
     EXPECT_EQ(sum, 51 * 52 / 2 - 1);
     EXPECT_EQ(records.get(40), 40);
-    EXPECT_EQ(places.count(&records.get(40)), 1u);
+    EXPECT_EQ(distinct.count(&records.get(40)), 1u);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(&records.get(2)) % 64, 0u);
     EXPECT_EQ(records.get(500), 0);
 }
@@ -341,18 +322,12 @@ TEST(ByteLock, KeepsThreadsApart)
 {
     BAS_ByteLock lock;
     int64_t counter = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; i++) {
-        threads.emplace_back([&] {
-            for (int step = 0; step < 20000; step++) {
-                const std::lock_guard<BAS_ByteLock> guard(lock);
-                counter++;
-            }
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    onThreads(4, [&](int) {
+        for (int step = 0; step < 20000; step++) {
+            const std::lock_guard<BAS_ByteLock> guard(lock);
+            counter++;
+        }
+    });
     EXPECT_EQ(counter, 80000);
     lock.lock();
     EXPECT_FALSE(lock.try_lock());

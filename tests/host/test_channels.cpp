@@ -7,6 +7,7 @@
 #include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_EventManager.h>
 #include <TRK/TRK_Manager.h>
+#include <common/Threads.h>
 
 #include <gtest/gtest.h>
 
@@ -16,7 +17,6 @@
 #include <limits>
 #include <random>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -488,28 +488,15 @@ TEST(ChannelThreads, ManyThreadsMeetUncompiledExpressions)
         for (const char *name : names) {
             collection.getChannel(name)->dirtyExprCache();
         }
-        std::atomic<int> ready{0};
         std::atomic<int> wrong{0};
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 4; ++t) {
-            threads.emplace_back([&]() {
-                ++ready;
-                while (ready < 4) {
-                    std::this_thread::yield();
-                }
-                const int thread = BASgetSTID();
-                for (int i = 0; i < 20; ++i) {
-                    const double a =
-                        collection.evaluate(collection.getChannel("a"), 1, false, thread);
-                    const double d =
-                        collection.evaluate(collection.getChannel("d"), 1, false, thread);
-                    wrong += a != 40.0 || d != 4.0;
-                }
-            });
-        }
-        for (std::thread &thread : threads) {
-            thread.join();
-        }
+        onThreads(4, [&](int) {
+            const int thread = BASgetSTID();
+            for (int i = 0; i < 20; ++i) {
+                const double a = collection.evaluate(collection.getChannel("a"), 1, false, thread);
+                const double d = collection.evaluate(collection.getChannel("d"), 1, false, thread);
+                wrong += a != 40.0 || d != 4.0;
+            }
+        });
         ASSERT_EQ(wrong, 0);
     }
 }

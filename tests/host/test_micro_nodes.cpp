@@ -1,6 +1,7 @@
 // The dependency graph: edges, flags, propagation, and its texts.
 
 #include <LNK/LNK_MicroNode.h>
+#include <common/Threads.h>
 
 #include <gtest/gtest.h>
 
@@ -8,7 +9,6 @@
 #include <memory>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace
@@ -181,24 +181,18 @@ TEST(MicroNodes, MarksAndEdgesFromManyThreads)
         sinks.push_back(std::make_unique<Node>("t"));
     }
     std::atomic<int> visits{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] {
-            LNK_MicroNode &base = source;
-            for (size_t i = size_t(t); i < sinks.size(); i += 4) {
-                sinks[i]->addExplicitInput(base);
-                sinks[i]->setTimeDependent(true);
-                base.setTimeDependent((i & 1) != 0);
-                base.setDirty(true, false);
-                visits += base.isDirty() ? 1 : 0;
-                KIT_Array<LNK_MicroNode *> reached;
-                base.getOutputs(reached);
-            }
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    onThreads(4, [&](int t) {
+        LNK_MicroNode &base = source;
+        for (size_t i = size_t(t); i < sinks.size(); i += 4) {
+            sinks[i]->addExplicitInput(base);
+            sinks[i]->setTimeDependent(true);
+            base.setTimeDependent((i & 1) != 0);
+            base.setDirty(true, false);
+            visits += base.isDirty() ? 1 : 0;
+            KIT_Array<LNK_MicroNode *> reached;
+            base.getOutputs(reached);
+        }
+    });
     EXPECT_EQ(visits, 64);
     EXPECT_EQ(source.getNumOutputs(), 64);
     EXPECT_EQ(propagate(source).size(), 65u);

@@ -69,9 +69,21 @@ protected:
     MenuNode node;
 };
 
+struct CommandMenus : testing::Test
+{
+    void SetUp() override
+    {
+        node.buildNode();
+        parm = node.list->getParmPtr("menu");
+    }
+
+    MenuNode node;
+    const ZEL_Parm *parm = nullptr;
+};
+
 } // namespace
 
-TEST(StaticMenus, AreTheirTables)
+TEST(StaticMenus, AreTheirTablesAndTurnIndicesIntoTokens)
 {
     const ZEL_ChoiceList names(ZEL_CHOICELIST_EXCLUSIVE, theNames);
     const ZEL_Name *out = nullptr;
@@ -93,25 +105,8 @@ TEST(StaticMenus, AreTheirTables)
     const ZEL_ChoiceList nothing(ZEL_CHOICELIST_EXCLUSIVE, static_cast<ZEL_Item *>(nullptr));
     EXPECT_EQ("(null)", namesOf(nothing));
     EXPECT_EQ(0, nothing.getSize(nullptr));
-}
 
-TEST(StaticMenus, AreCountedWhenTheyAreTold)
-{
-    ZEL_Name table[] = {{"a"}, {"b"}, {nullptr}};
-    ZEL_ChoiceList menu(ZEL_CHOICELIST_EXCLUSIVE, table);
-    table[1].setAsSentinel();
-    EXPECT_EQ(2, menu.getSize(nullptr));
-    EXPECT_EQ("!1", tokenOf(menu, 1)) << "tokens count the table itself";
-    menu.updateStaticChoiceSize();
-    EXPECT_EQ(1, menu.getSize(nullptr));
-}
-
-TEST(StaticMenus, TurnIndicesIntoTokens)
-{
     constexpr std::int64_t least = std::numeric_limits<std::int64_t>::min();
-    const ZEL_ChoiceList names(ZEL_CHOICELIST_EXCLUSIVE, theNames);
-    const ZEL_ChoiceList items(ZEL_CHOICELIST_EXCLUSIVE, theItems);
-    const ZEL_ChoiceList empty(ZEL_CHOICELIST_EXCLUSIVE, theNoNames);
     struct
     {
         const ZEL_ChoiceList &menu;
@@ -126,6 +121,17 @@ TEST(StaticMenus, TurnIndicesIntoTokens)
     for (const auto &c : cases) {
         EXPECT_EQ(c.token, tokenOf(c.menu, c.index));
     }
+}
+
+TEST(StaticMenus, AreCountedWhenTheyAreTold)
+{
+    ZEL_Name table[] = {{"a"}, {"b"}, {nullptr}};
+    ZEL_ChoiceList menu(ZEL_CHOICELIST_EXCLUSIVE, table);
+    table[1].setAsSentinel();
+    EXPECT_EQ(2, menu.getSize(nullptr));
+    EXPECT_EQ("!1", tokenOf(menu, 1)) << "tokens count the table itself";
+    menu.updateStaticChoiceSize();
+    EXPECT_EQ(1, menu.getSize(nullptr));
 }
 
 TEST_F(Generated, GetWhatTheCallerHas)
@@ -210,11 +216,8 @@ TEST_F(Generated, NamesMayAskForOtherMenus)
     EXPECT_EQ(10000, script.getSize(parm));
 }
 
-TEST(CommandMenus, AreThePairsOfTheOutput)
+TEST_F(CommandMenus, AreThePairsOfTheOutput)
 {
-    MenuNode node;
-    node.buildNode();
-    const ZEL_Parm *parm = node.list->getParmPtr("menu");
     const std::pair<const char *, const char *> cases[] = {
         {"a \"Label A\" b", "a=Label A"}, // a token without a label is dropped
         {"a 'Label A'\nb \"it's\"", "a=Label A b=it's"},
@@ -243,11 +246,8 @@ TEST(CommandMenus, AreThePairsOfTheOutput)
     EXPECT_EQ(0, node.menuOwner.runs);
 }
 
-TEST(CommandMenus, KeepTheMemoryOfTheLastOne)
+TEST_F(CommandMenus, KeepTheMemoryOfTheLastOne)
 {
-    MenuNode node;
-    node.buildNode();
-    const ZEL_Parm *parm = node.list->getParmPtr("menu");
     const ZEL_ChoiceList five(ZEL_CHOICELIST_REPLACE, "a A b B c C d D e E", TRK_SCRIPT_COMMAND);
     const ZEL_ChoiceList one(ZEL_CHOICELIST_REPLACE, "z Z", TRK_SCRIPT_COMMAND);
     const ZEL_Name *first = nullptr;
@@ -259,11 +259,8 @@ TEST(CommandMenus, KeepTheMemoryOfTheLastOne)
     EXPECT_EQ("a=A b=B c=C d=D e=E", entriesText(second));
 }
 
-TEST(CommandMenus, ReportQuietlyIfAsked)
+TEST_F(CommandMenus, ReportQuietlyIfAsked)
 {
-    MenuNode node;
-    node.buildNode();
-    const ZEL_Parm *parm = node.list->getParmPtr("menu");
     const int thread = BASgetSTID();
     node.menuOwner.command = [&](const char *) {
         KITaddError("ZEL", 5, "lost");
@@ -281,11 +278,8 @@ TEST(CommandMenus, ReportQuietlyIfAsked)
     EVL::theErrNo[thread] = EVL::EVL_OK;
 }
 
-TEST(CommandMenus, EndCirclesWithAnEmptyMenu)
+TEST_F(CommandMenus, EndCirclesWithAnEmptyMenu)
 {
-    MenuNode node;
-    node.buildNode();
-    const ZEL_Parm *parm = node.list->getParmPtr("menu");
     std::map<std::string, ZEL_ChoiceList> menus;
     // A script requests the menus that it names, and prints what it gets.
     const auto add = [&](const char *name, const char *script) {
@@ -321,11 +315,8 @@ TEST(CommandMenus, EndCirclesWithAnEmptyMenu)
     EXPECT_EQ("(null)=L 1", ask("a"));
 }
 
-TEST(CommandMenus, MayAskForAnyNumberOfOthers)
+TEST_F(CommandMenus, MayAskForAnyNumberOfOthers)
 {
-    MenuNode node;
-    node.buildNode();
-    const ZEL_Parm *parm = node.list->getParmPtr("menu");
     const ZEL_ChoiceList one(ZEL_CHOICELIST_REPLACE, "a A", TRK_SCRIPT_COMMAND);
     const ZEL_ChoiceList many(ZEL_CHOICELIST_REPLACE, "many", TRK_SCRIPT_COMMAND);
     int missing = 0;

@@ -147,7 +147,7 @@ TEST_F(PythonMenus, TellTheExceptionAndItsPlace)
     }
 }
 
-TEST_F(PythonMenus, KnowTheirParameter)
+TEST_F(PythonMenus, KnowTheirParameterAndLeaveNothingBehind)
 {
     EXPECT_EQ("/obj/test", value("kwargs['node'].path()"));
     EXPECT_EQ("/obj/test/menu", value("kwargs['parm'].path()"));
@@ -155,6 +155,8 @@ TEST_F(PythonMenus, KnowTheirParameter)
     EXPECT_EQ("node parm script_multiparm_nesting script_multiparm_index",
               value("' '.join(kwargs)"));
     EXPECT_EQ("0 -1", value("'%(script_multiparm_nesting)d %(script_multiparm_index)d' % kwargs"));
+    EXPECT_EQ("a=A", run("global left\nleft = 1\nreturn ['a', 'A']"));
+    EXPECT_EQ("False", value("'left' in globals()"));
     EXPECT_EQ("", tracebacks.take());
 }
 
@@ -170,15 +172,12 @@ TEST_F(PythonMenus, KnowTheItemsTheyStandIn)
     nested.setCount(3, "outer");
     nested.setCount(2, "in3");
     nodes.add("/obj/nested", nested);
-    const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE,
-                              "x = list(kwargs.items())[2:]\n"
-                              "return [k[17:] + ':' + str(v) for k, v in x] + ['', '']",
+    const std::string script = "x = list(kwargs.items())[2:]\n"
+                               "return [k[17:] + ':' + str(v) for k, v in x] + ['']";
+    const ZEL_ChoiceList odd(ZEL_CHOICELIST_REPLACE, script.c_str(), TRK_SCRIPT_PYTHON);
+    const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, (script + " + ['']").c_str(),
                               TRK_SCRIPT_PYTHON);
     EXPECT_EQ("nesting:1=index:3 =", namesOf(menu, &nested.parm("in3")));
-    const ZEL_ChoiceList odd(ZEL_CHOICELIST_REPLACE,
-                             "x = list(kwargs.items())[2:]\n"
-                             "return [k[17:] + ':' + str(v) for k, v in x] + ['']",
-                             TRK_SCRIPT_PYTHON);
     EXPECT_EQ("nesting:2=index2:3 index:2=", namesOf(odd, &nested.parm("x3_2")));
     EXPECT_EQ("", tracebacks.take());
 }
@@ -194,12 +193,6 @@ TEST_F(PythonMenus, SurviveAnyNodePath)
                               TRK_SCRIPT_PYTHON);
     EXPECT_EQ(path + "/menu=False", namesOf(menu, &strange.parm("menu")));
     EXPECT_EQ("", tracebacks.take());
-}
-
-TEST_F(PythonMenus, LeaveNothingBehind)
-{
-    EXPECT_EQ("a=A", run("global left\nleft = 1\nreturn ['a', 'A']"));
-    EXPECT_EQ("False", value("'left' in globals()"));
 }
 
 TEST_F(PythonMenus, ReachNodes)

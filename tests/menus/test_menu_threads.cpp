@@ -3,47 +3,15 @@
 #include "MenuScene.h"
 
 #include <EVL/EVL.h>
+#include <common/Threads.h>
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
 #include <cstdlib>
-#include <thread>
 #include <vector>
 
 namespace
 {
-
-/// Runs `work(i)` on that many threads at once.
-void onThreads(int count, const std::function<void(int)> &work)
-{
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) {
-        threads.emplace_back([&work, i] { work(i); });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-}
-
-/// Holds each thread until all have arrived.
-class Barrier
-{
-public:
-    explicit Barrier(int count) : myMissing(count) {}
-    void wait()
-    {
-        std::unique_lock<std::mutex> lock(myLock);
-        --myMissing;
-        myArrived.notify_all();
-        myArrived.wait(lock, [this] { return myMissing <= 0; });
-    }
-
-private:
-    std::mutex myLock;
-    std::condition_variable myArrived;
-    int myMissing;
-};
 
 void generateByThread(void *data, ZEL_Item *out, int, const ZEL_SpareData *, const ZEL_Parm *)
 {
@@ -138,9 +106,8 @@ TEST(MenuThreads, PythonNeverWaitsWhileSomebodyWaitsForIt)
                                "return [str(sum(range(50))), kwargs['node'].name()]",
                                TRK_SCRIPT_PYTHON);
     std::atomic<int> wrong{0};
-    Barrier start(8);
     onThreads(8, [&](int i) {
-        start.wait(); // the first to come starts the interpreter
+        // The first to come starts the interpreter.
         for (int round = 0; round < 50; ++round) {
             if (i % 2 == 0) {
                 wrong += namesOf(reading, parm) != "0.5=picked";

@@ -3,37 +3,17 @@
 #include <micronodes/MicroNodeList.h>
 
 #include <common/TestOwner.h>
+#include <common/Threads.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <thread>
 
 namespace
 {
 
 constexpr int theThreads = 16;
 constexpr int theParms = 64;
-
-/// Runs the call on all threads, which start together.
-template <class Call>
-void together(const Call &call)
-{
-    std::atomic<int> waiting{theThreads};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < theThreads; ++t) {
-        threads.emplace_back([&, t] {
-            --waiting;
-            while (waiting != 0) {
-                std::this_thread::yield();
-            }
-            call(t);
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-}
 
 struct CountingOwner : TestOwner
 {
@@ -52,7 +32,7 @@ TEST(MicroNodeThreads, AllGetOneArrayOfEach)
     owner.setParmList(rig.list.get());
     ZEL_ParmMicroNode *nodes[theThreads][theParms];
     ZEL_ConstMicroNode *companions[theThreads][theParms];
-    together([&](int t) {
+    onThreads(theThreads, [&](int t) {
         // Half of the threads request a parameter's companion first.
         for (int i = 0; i < theParms; ++i) {
             if (t % 2 == 0) {
@@ -81,7 +61,7 @@ TEST(MicroNodeThreads, NamesOfOptionsAreKeptOnce)
     for (int round = 0; round < 50; ++round) {
         MicroNodeList rig({{ZEL_FLT, 1}});
         LNK_MicroNode &node = *rig.list->parmMicroNode(0, 0);
-        together([&](int t) {
+        onThreads(theThreads, [&](int t) {
             for (int i = 0; i < theParms; ++i) {
                 const std::string name = "option" + std::to_string((i + t) % theParms);
                 rig.list->addContextOptionDep(name.c_str());
@@ -101,7 +81,7 @@ TEST(MicroNodeThreads, EdgesMarksAndPushesMeet)
     MicroNodeList rig(std::vector<std::pair<ZEL_Type, int>>(theParms, {ZEL_FLT, 2}));
     LNK_MicroNode readers[theThreads];
     std::atomic<int> told{0};
-    together([&](int t) {
+    onThreads(theThreads, [&](int t) {
         for (int i = 0; i < theParms; ++i) {
             readers[t].addExplicitInput(*rig.list->parmMicroNode(i, t % 2));
             rig.list->getParmPtr(i)->setTimeDependentMicroNode(1, true);

@@ -8,11 +8,10 @@
 #include <common/ListFixture.h>
 
 #include <KIT/KIT_Digits.h>
-#include <KIT/KIT_Packet.h>
 #include <KIT/KIT_StringArray.h>
-#include <KIT/KIT_Write.h>
 #include <ZEL/ZEL_DataFactory.h>
 #include <ZEL/ZEL_ParmNameMap.h>
+#include <common/Packets.h>
 #include <common/TestOwner.h>
 
 #include <string>
@@ -30,6 +29,20 @@ inline std::string takeTexts()
     }
     manager.clearAndDestroyErrors();
     return text;
+}
+
+inline std::string savedList(const ZEL_ParmList &list, bool binary = false, bool compact = false)
+{
+    std::ostringstream os;
+    list.save(os, binary, compact);
+    return os.str();
+}
+
+inline bool loadList(ZEL_ParmList &list, const std::string &data, bool binary = false,
+                     const char *name = nullptr, ZEL_ParmList *fallback = nullptr)
+{
+    KIT_IStream is(data.data(), data.size(), binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+    return list.load(is, name, fallback);
 }
 
 struct StreamList
@@ -86,15 +99,12 @@ struct StreamList
 
     std::string save(bool binary = false, bool compact = false) const
     {
-        std::ostringstream os;
-        list.save(os, binary, compact);
-        return os.str();
+        return savedList(list, binary, compact);
     }
     bool load(const std::string &data, bool binary = false, const char *name = nullptr,
               ZEL_ParmList *fallback = nullptr)
     {
-        KIT_IStream is(data.data(), data.size(), binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
-        return list.load(is, name, fallback);
+        return loadList(list, data, binary, name, fallback);
     }
     /// "t=1,2,3 f=4 ..." for all that hold numbers.
     std::string contents()
@@ -153,19 +163,7 @@ struct LoadOwner : TestOwner
 inline std::string listPacket(int packetId, const std::string &payload,
                               const char *className = "ZEL_ParmList")
 {
-    std::ostringstream os;
-    KIT_Packet packet;
-    packet.beginWrite(os, KITgetClassPacketID(className), packetId);
-    os << payload;
-    packet.endWrite();
-    return os.str();
-}
-
-inline std::string bytesOf(float value)
-{
-    std::ostringstream os;
-    KITwrite(os, value);
-    return os.str();
+    return packetOf(className, packetId, payload);
 }
 
 /// A token as a binary stream has it.

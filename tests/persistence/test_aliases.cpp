@@ -40,6 +40,9 @@ TEST(ChannelAliases, SaveAndLoad)
     int component = -1;
     EXPECT_EQ(q.list.getParmPtrFromChannel("height", &component), q.list.getParmPtr("t"));
     EXPECT_EQ(component, 1);
+    EXPECT_TRUE(loadAliases(q, "{ ty \"\" }")) << "an empty alias clears";
+    EXPECT_EQ(savedAliases(q), "{\n\tf part\n}\n");
+    EXPECT_EQ(q.list.getParmIndexFromChannel("height", nullptr), -1);
     EXPECT_EQ(takeTexts(), "");
 
     std::ostringstream failed;
@@ -72,13 +75,4 @@ TEST(ChannelAliases, WhatLoadTakes)
         EXPECT_EQ(savedAliases(p), saved) << given;
         EXPECT_EQ(takeTexts(), "") << given;
     }
-}
-
-TEST(ChannelAliases, AnEmptyAliasClears)
-{
-    StreamList p;
-    EXPECT_TRUE(loadAliases(p, "{ tx a }"));
-    EXPECT_TRUE(loadAliases(p, "{ tx \"\" }"));
-    EXPECT_EQ(savedAliases(p), "{\n}\n");
-    EXPECT_EQ(p.list.getParmIndexFromChannel("a", nullptr), -1);
 }

@@ -444,9 +444,7 @@ TEST(ListLoad, ParametersOfNoKindAreNotThere)
     list.save(os, false, false);
     list.saveSingle(list.getParmPtr("none"), os, false);
     EXPECT_EQ(os.str(), "{\nversion 0.8\n" + entry("f", "0") + "}\n{\nversion 0.8\n}\n");
-    const std::string data = text(entry("none") + entry("f"));
-    KIT_IStream is(data.data(), data.size(), KIT_IStream::TEXT);
-    EXPECT_TRUE(list.load(is, nullptr, nullptr));
+    EXPECT_TRUE(loadList(list, text(entry("none") + entry("f"))));
     EXPECT_EQ(takeTexts(), "ZEL 5 none");
     EXPECT_EQ(list.evalFloat("f", 0, 0.0), 5.0);
 }

@@ -75,12 +75,8 @@ TEST(ListStreams, AnEmptyListIsItsFrame)
 {
     ZEL_Template none[1];
     ZEL_ParmList list(none, nullptr, nullptr, nullptr, "", false);
-    std::ostringstream text;
-    std::ostringstream binary;
-    list.save(text, false, false);
-    list.save(binary, true, false);
-    EXPECT_EQ(text.str(), theEmptyText);
-    EXPECT_EQ(binary.str(), listPacket(1, bytesOf(0.8f)) + listPacket(0, ""));
+    EXPECT_EQ(savedList(list), theEmptyText);
+    EXPECT_EQ(savedList(list, true), listPacket(1, bytesOf(0.8f)) + listPacket(0, ""));
 }
 
 TEST(ListStreams, GoldenTextOfAllKinds)
@@ -177,22 +173,19 @@ TEST(ListStreams, NamesThatTheTextFormCannotHoldAreTold)
 
     const auto readBack = [&](const std::string &bytes, bool binary, const std::string &aliases,
                               ZEL_ParmList &target) {
-        KIT_IStream is(bytes.data(), bytes.size(),
-                       binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
-        EXPECT_TRUE(target.load(is, nullptr, nullptr));
+        EXPECT_TRUE(loadList(target, bytes, binary));
         KIT_IStream second(aliases.data(), aliases.size(), KIT_IStream::TEXT);
         EXPECT_TRUE(target.loadChannelAliases(second, nullptr));
         EXPECT_EQ(takeTexts(), "");
     };
     for (const bool binary : {false, true}) {
-        std::ostringstream os;
-        list.save(os, binary, false);
+        const std::string saved = savedList(list, binary);
         const std::string told = takeTexts() + ";";
         std::ostringstream aliases;
         list.saveChannelAliases(aliases, false);
         const std::string toldAliases = takeTexts() + ";";
         ZEL_ParmList back(templates.data(), nullptr, nullptr, nullptr, "", false);
-        readBack(os.str(), binary, aliases.str(), back);
+        readBack(saved, binary, aliases.str(), back);
         int lost = 0;
         for (const std::string &name : names) {
             const ZEL_Parm &parm = *list.getParmPtr(name.c_str());

@@ -104,18 +104,6 @@ struct LongList
             }
         }
     }
-    std::string save(bool binary, bool compact = false) const
-    {
-        std::ostringstream os;
-        list->save(os, binary, compact);
-        return os.str();
-    }
-    bool load(const std::string &data, bool binary)
-    {
-        KIT_IStream is(data.data(), data.size(), binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
-        return list->load(is, nullptr, nullptr);
-    }
-
     ZEL_Name itemNames[3] = {{"at#", "At"}, {"text#", "Text"}, {"on#", "On"}};
     ZEL_Name nameMulti{"multi", "Multi"};
     ZEL_Template items[4];
@@ -131,26 +119,26 @@ TEST(RoundTrips, AThousandParametersOfAllKinds)
 {
     LongList p;
     p.fill();
-    const std::string text = p.save(false);
-    const std::string binary = p.save(true);
+    const std::string text = savedList(*p.list, false);
+    const std::string binary = savedList(*p.list, true);
     ASSERT_GT(p.list->getEntries(), 1000);
     ASSERT_GT(p.channels.entries(), 100);
 
     LongList q;
     q.takeChannelsOf(p);
-    ASSERT_TRUE(q.load(text, false)) << takeTexts();
-    EXPECT_EQ(q.save(true), binary);
+    ASSERT_TRUE(loadList(*q.list, text, false)) << takeTexts();
+    EXPECT_EQ(savedList(*q.list, true), binary);
 
     LongList r;
     r.takeChannelsOf(p);
-    ASSERT_TRUE(r.load(q.save(true), true)) << takeTexts();
-    EXPECT_EQ(r.save(false), text);
+    ASSERT_TRUE(loadList(*r.list, savedList(*q.list, true), true)) << takeTexts();
+    EXPECT_EQ(savedList(*r.list, false), text);
     EXPECT_EQ(takeTexts(), "");
 
     LongList compact;
     compact.takeChannelsOf(p);
-    ASSERT_TRUE(compact.load(p.save(false, true), true)) << takeTexts();
-    EXPECT_EQ(compact.save(false, true), p.save(false, true));
+    ASSERT_TRUE(loadList(*compact.list, savedList(*p.list, false, true), true)) << takeTexts();
+    EXPECT_EQ(savedList(*compact.list, false, true), savedList(*p.list, false, true));
     EXPECT_EQ(takeTexts(), "");
 }
 
@@ -163,15 +151,9 @@ TEST(RoundTrips, OptionsOfAParameterWithoutComponents)
         ASSERT_EQ(p.instance->getVectorSize(), 0);
         const std::string text =
             "{\nversion 0.8\np\t[ 0\tlocks=0\tzellabel=\"My rule\" ]\t(\t)\n}\n";
-        KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
-        ASSERT_TRUE(p.list->load(is, nullptr, nullptr));
-        std::ostringstream binary, again;
-        p.list->save(binary, true, false);
-        const std::string data = binary.str();
-        KIT_IStream bis(data.data(), data.size(), KIT_IStream::BINARY);
-        EXPECT_TRUE(q.list->load(bis, nullptr, nullptr));
-        q.list->save(again, false, false);
-        EXPECT_EQ(again.str(), text);
+        ASSERT_TRUE(loadList(*p.list, text));
+        EXPECT_TRUE(loadList(*q.list, savedList(*p.list, true), true));
+        EXPECT_EQ(savedList(*q.list), text);
         EXPECT_EQ(takeTexts(), "");
     }
 }
@@ -224,22 +206,18 @@ TEST(RoundTrips, AMenuMayReadTheListThatIsSaved)
     for (const bool binary : {false, true}) {
         MenuList p;
         p.setCount(500);
-        std::ostringstream first;
-        p.list.save(first, binary, false);
+        savedList(p.list, binary);
         EXPECT_EQ(p.list.getEntries(), 502) << "the menu made the items";
 
         // Fewer again: an item whose menu is asked for must not be removed meanwhile.
         p.setCount(0);
-        std::ostringstream second;
-        p.list.save(second, binary, false);
-        const std::string data = second.str();
+        const std::string data = savedList(p.list, binary);
         EXPECT_EQ(p.list.getEntries(), 502) << "they leave when the count is read again";
         p.list.evalFloat("points", 0, 0.0);
         EXPECT_EQ(p.list.getEntries(), 2);
 
         MenuList q;
-        KIT_IStream is(data.data(), data.size(), binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
-        EXPECT_TRUE(q.list.load(is, nullptr, nullptr));
+        EXPECT_TRUE(loadList(q.list, data, binary));
         EXPECT_EQ(takeTexts(), "");
     }
 }
@@ -250,8 +228,6 @@ TEST(RoundTrips, AMenuMayReadTheListThatIsLoaded)
     p.setCount(3);
     p.list.evalFloat("points", 0, 0.0);
     p.setCount(0);
-    const std::string text = "{ version 0.8 choice3 ( only ) choice1 ( only ) }";
-    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
-    EXPECT_TRUE(p.list.load(is, nullptr, nullptr));
+    EXPECT_TRUE(loadList(p.list, "{ version 0.8 choice3 ( only ) choice1 ( only ) }"));
     EXPECT_EQ(takeTexts(), "");
 }

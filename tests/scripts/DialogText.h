@@ -21,6 +21,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
 inline std::string numberText(double value)
 {
@@ -204,22 +205,19 @@ struct Dialog
     }
 
     /// The templates with "\n" between them, or "failed".
-    std::string dump() const
-    {
-        std::string all = okFlag ? "" : "failed";
-        for (int i = 0; okFlag && i < count; i++) {
-            all += (i ? "\n" : "") + templateText(templates[size_t(i)]);
-        }
-        return all;
-    }
+    std::string dump() const { return okFlag ? linesOf(templates.get(), count) : "failed"; }
     std::string obsolete()
     {
         const int size = page.computeObsoleteTemplateSize();
         std::unique_ptr<ZEL_Template[]> old(new ZEL_Template[size_t(size) + 1]);
         page.fillObsoleteTemplate(old.get());
+        return linesOf(old.get(), size);
+    }
+    static std::string linesOf(const ZEL_Template *first, int count)
+    {
         std::string all;
-        for (int i = 0; i < size; i++) {
-            all += (i ? "\n" : "") + templateText(old[size_t(i)]);
+        for (int i = 0; i < count; i++) {
+            all += (i ? "\n" : "") + templateText(first[i]);
         }
         return all;
     }
@@ -240,3 +238,15 @@ struct DialogCase
     const char *dump;
     const char *messages;
 };
+
+/// The text of each case is put between the two.
+inline void checkDialogs(const std::vector<DialogCase> &cases, const std::string &before = "",
+                         const std::string &after = "")
+{
+    for (const DialogCase &one : cases) {
+        const Dialog dialog(before + one.text + after);
+        EXPECT_EQ(dialog.dump(), one.dump) << one.text;
+        EXPECT_EQ(dialog.messages, one.messages) << one.text;
+        EXPECT_FALSE(dialog.restFlag && dialog.okFlag) << one.text;
+    }
+}

@@ -9,15 +9,6 @@
 namespace
 {
 
-void check(const std::vector<DialogCase> &cases)
-{
-    for (const DialogCase &one : cases) {
-        Dialog dialog(one.text);
-        EXPECT_EQ(dialog.dump(), one.dump) << one.text;
-        EXPECT_EQ(dialog.messages, one.messages) << one.text;
-    }
-}
-
 std::string importText(const ZEL_ScriptImports *imports)
 {
     std::string all;
@@ -66,7 +57,7 @@ TEST(ScriptPages, WordsOfThePage)
 
 TEST(ScriptPages, FaultsEndThePage)
 {
-    check({
+    checkDialogs({
         {"", "failed", "E: Expecting open brace for script"},
         {"{", "failed", "E: Expecting close brace for script"},
         {"{ name", "failed", "E: script missing name"},
@@ -102,7 +93,7 @@ TEST(ScriptPages, GroupsMakeFolders)
                                "group { name a label A parm { name p } parm { name q joinnext } } "
                                "group { name b } parm { name y joinnext } collection { name c } "
                                "parm { name z joinnext } }";
-    check({
+    checkDialogs({
         {joined,
          "x FLT\na'' SWITCHER[2] def(2:A,0:b) visibletabs=11\np FLT\nq FLT\n"
          "y FLT+join\nc'' SWITCHER def(0:c) visibletabs=1\nz FLT",
@@ -150,7 +141,7 @@ TEST(ScriptPages, TabsHaveTheirOwnConditions)
 
 TEST(ScriptPages, MultiParameters)
 {
-    check({
+    checkDialogs({
         {"{ name top multiparm { name m label M default 3 range { 1! 8 } parm { name a# } "
          "multiscroll { name n# parm { name b#_# } } } }",
          "m'M' INT_E multi0 def(3) range(1!,8) <a# FLT; n# INT_E multi1 <b#_# FLT>>", ""},

@@ -31,6 +31,11 @@ std::string tokens(const ZEL_TemplateBuilder &builder)
     return all;
 }
 
+void visit(const ZEL_ParmList &, ZEL_Parm *parm, int index, void *data)
+{
+    *static_cast<std::string *>(data) += parm->getToken() + std::to_string(index) + " ";
+}
+
 constexpr const char *theNested =
     "{ name top parm { name a } group { name g parm { name b } multiparm { name m default 2 "
     "parm { name c# } parm { name d# } } group { name h parm { name e } } group { name i "
@@ -138,10 +143,6 @@ TEST(TemplateBuilder, WalksOfAListSeeFoldersAndItems)
     TRK_Collection channels;
     ZEL_ParmList list(build(theNested).templates(), &channels, nullptr, nullptr, "", false);
     ZEL_Parm *const switcher = list.getParmPtr("g");
-    const auto visit = [](const ZEL_ParmList &, ZEL_Parm *parm, int index, void *data) {
-        *static_cast<std::string *>(data) +=
-            std::string(parm->getToken()) + std::to_string(index) + " ";
-    };
     std::string seen;
     EXPECT_EQ(ZEL_Utils::traverseFolder(list, switcher, 0, 2, false, visit, &seen), 6);
     EXPECT_EQ(seen, "b2 m3 h4 e5 f6 j7 ");
@@ -193,10 +194,6 @@ TEST(TemplateBuilder, WalksPassThePlacesOfBaseParameters)
                             "group { name h parm { name c } } parm { name a } } }")
                           .templates(),
                       nullptr, nullptr, nullptr, "", false);
-    const auto visit = [](const ZEL_ParmList &, ZEL_Parm *parm, int index, void *data) {
-        *static_cast<std::string *>(data) +=
-            std::string(parm->getToken()) + std::to_string(index) + " ";
-    };
     std::string seen;
     EXPECT_EQ(ZEL_Utils::traverseFolder(list, list.getParmPtr("g"), 0, 1, true, visit, &seen), 4);
     EXPECT_EQ(seen, "1 h2 c3 a4 ");

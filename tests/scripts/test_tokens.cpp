@@ -7,7 +7,7 @@ namespace
 
 struct Case
 {
-    const char *text, *tokens, *messages;
+    const char *text, *tokens, *messages = nullptr;
 };
 
 void expectCases(const Case *cases, size_t count, const char *const *options = nullptr)
@@ -39,21 +39,21 @@ std::string repeated(const std::string &text, int count)
 TEST(Tokens, WordsBracketsAndQuotes)
 {
     static const Case cases[] = {
-        {"parm { name \"a b\" }", "parm { name <a b> }", nullptr},
-        {"range\t{ 0! 10 }", "range { 0! 10 }", nullptr},
-        {"range{ 0! 10}", "range { 0! 10 }", nullptr},
-        {"{help{ \"x\"}}", "{ help { x } }", nullptr},
-        {"[ text meaning ]", "[ text meaning ]", nullptr},
-        {"{{}}[[]]", "{ { } } [ [ ] ]", nullptr},
-        {"a}b a{b x[0] x[0]] ${F}/y z]}", "a}b a{b x[0] x[0] ] ${F}/y z ] }", nullptr},
-        {"a\"}{ don't", "a\"}{ don't", nullptr}, // a quote inside a word is an ordinary byte
-        {"\"\" \"a\"\"b\"c", "<> a b c", nullptr},
-        {"\"a\\\"b\\\\\" c", "a\\\"b\\\\ c", nullptr}, // the second quote closes
-        {"\"a\nb\"", "<a\nb>", nullptr},
-        {"\"a\\\nb\\\r\nc\\n\"", "abc\\n", nullptr},
-        {"ab\\\ncd \\\n ef", "ab cd ef", nullptr},
-        {"\xEF\xBB\xBFname", "name", nullptr},
-        {"", "", nullptr},
+        {"parm { name \"a b\" }", "parm { name <a b> }"},
+        {"range\t{ 0! 10 }", "range { 0! 10 }"},
+        {"range{ 0! 10}", "range { 0! 10 }"},
+        {"{help{ \"x\"}}", "{ help { x } }"},
+        {"[ text meaning ]", "[ text meaning ]"},
+        {"{{}}[[]]", "{ { } } [ [ ] ]"},
+        {"a}b a{b x[0] x[0]] ${F}/y z]}", "a}b a{b x[0] x[0] ] ${F}/y z ] }"},
+        {"a\"}{ don't", "a\"}{ don't"}, // a quote inside a word is an ordinary byte
+        {"\"\" \"a\"\"b\"c", "<> a b c"},
+        {"\"a\\\"b\\\\\" c", "a\\\"b\\\\ c"}, // the second quote closes
+        {"\"a\nb\"", "<a\nb>"},
+        {"\"a\\\nb\\\r\nc\\n\"", "abc\\n"},
+        {"ab\\\ncd \\\n ef", "ab cd ef"},
+        {"\xEF\xBB\xBFname", "name"},
+        {"", ""},
     };
     expectCases(cases);
 }
@@ -61,13 +61,13 @@ TEST(Tokens, WordsBracketsAndQuotes)
 TEST(Tokens, CommentsBeginWhereATokenCould)
 {
     static const Case cases[] = {
-        {"a // b } \"\n c", "a c", nullptr},
-        {"a /* b\n // c */d", "a d", nullptr},
-        {"}// End of Group: x\n}", "} }", nullptr},
-        {"\"a\"/* b */\"// c\"", "a <// c>", nullptr},
-        {"/obj/* a//b /x", "/obj/* a//b /x", nullptr},
-        {"/**/a/***/", "a/***/", nullptr},
-        {"a /*/ b */ c", "a c", nullptr},
+        {"a // b } \"\n c", "a c"},
+        {"a /* b\n // c */d", "a d"},
+        {"}// End of Group: x\n}", "} }"},
+        {"\"a\"/* b */\"// c\"", "a <// c>"},
+        {"/obj/* a//b /x", "/obj/* a//b /x"},
+        {"/**/a/***/", "a/***/"},
+        {"a /*/ b */ c", "a c"},
     };
     expectCases(cases);
 }
@@ -160,14 +160,13 @@ TEST(Tokens, ConditionsSelectText)
     }
 
     static const Case cases[] = {
-        {"#if 0\na\n#elif 1\nb\n#elif 1\nc\n#else\nd\n#endif\ne", "b e", nullptr},
-        {"#if 1\n#if 0\na\n#else\nb\n#endif\n#else\n#if 1\nc\n#else\nd\n#endif\n#endif", "b",
-         nullptr},
-        {"#ifdef A\na\n#endif\n#define A\n#ifdef A\nb\n#endif\n#ifndef A\nc\n#endif", "b", nullptr},
-        {"#if 0\n#define A x\n#include \"none\"\n#if 1/0\n#endif\n#endif\nA", "A", nullptr},
-        {"#if 0\n#ifndef A\na\n#else\nb\n#endif\n#else\nc\n#endif", "c", nullptr},
-        {"#if 0\n\"\n#endif\n\" /* \n#endif\n */ a\n#endif\nb", "b", nullptr},
-        {"  /* x */ # if 0\na\n# endif\nb #if 0\n", "b #if 0", nullptr},
+        {"#if 0\na\n#elif 1\nb\n#elif 1\nc\n#else\nd\n#endif\ne", "b e"},
+        {"#if 1\n#if 0\na\n#else\nb\n#endif\n#else\n#if 1\nc\n#else\nd\n#endif\n#endif", "b"},
+        {"#ifdef A\na\n#endif\n#define A\n#ifdef A\nb\n#endif\n#ifndef A\nc\n#endif", "b"},
+        {"#if 0\n#define A x\n#include \"none\"\n#if 1/0\n#endif\n#endif\nA", "A"},
+        {"#if 0\n#ifndef A\na\n#else\nb\n#endif\n#else\nc\n#endif", "c"},
+        {"#if 0\n\"\n#endif\n\" /* \n#endif\n */ a\n#endif\nb", "b"},
+        {"  /* x */ # if 0\na\n# endif\nb #if 0\n", "b #if 0"},
     };
     expectCases(cases);
 }
@@ -203,12 +202,12 @@ TEST(Tokens, BadConditionsAreFalseAndTold)
 TEST(Tokens, MacrosStandForTheirText)
 {
     static const Case cases[] = {
-        {"#define A x \"A b\" }\nA { A}", "x <A b> } { x <A b> } }", nullptr},
-        {"#define A // nothing\na A b", "a b", nullptr},
-        {"#define A B 1\n#define B A 2\nA B", "A 2 1 B 1 2", nullptr}, // none in its own text
-        {"#define A x\n\"A\" AA A.A #A\n#undef A\nA", "A AA A.A #A A", nullptr},
-        {"#define A x\\\n y /* z\n */ w\nA", "x y w", nullptr},
-        {"#define A #define B 1\nA", "#define B 1", nullptr}, // no directive comes out of one
+        {"#define A x \"A b\" }\nA { A}", "x <A b> } { x <A b> } }"},
+        {"#define A // nothing\na A b", "a b"},
+        {"#define A B 1\n#define B A 2\nA B", "A 2 1 B 1 2"}, // none in its own text
+        {"#define A x\n\"A\" AA A.A #A\n#undef A\nA", "A AA A.A #A A"},
+        {"#define A x\\\n y /* z\n */ w\nA", "x y w"},
+        {"#define A #define B 1\nA", "#define B 1"}, // no directive comes out of one
         {"#define A x\n#define A x\n#define A y\nA", "y",
          "s(3): defined with another text before: 'A'"},
         {"#define\n#define 1 x\n#undef\na", "a",
@@ -225,13 +224,13 @@ TEST(Tokens, OptionsSetMacrosAndAskForWarnings)
     static const char *const options[] = {"",    "-P",  "-DA", "-DB=x y", "-DC=1",
                                           "-UC", "-zz", "-D",  nullptr};
     static const Case cases[] = {
-        {"A B C", "1 x y C", nullptr},
+        {"A B C", "1 x y C"},
         {"#inlcude \"x\"\n#1 # 2", "#inlcude x #1 # 2",
          "s(1): no directive: '#inlcude'; s(2): no directive: '#1'"},
         {"#include \"x\"", "", "s(1): this text can't include files: 'x'"},
     };
     expectCases(cases, options);
-    static const Case quiet[] = {{"#inlcude \"x\"\n#if_x", "#inlcude x #if_x", nullptr}};
+    static const Case quiet[] = {{"#inlcude \"x\"\n#if_x", "#inlcude x #if_x"}};
     expectCases(quiet);
 }
 
