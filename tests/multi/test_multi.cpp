@@ -54,27 +54,24 @@ TEST(MultiCount, EveryFormOfReadingCounts)
     MultiList p;
     p.build();
     const ZEL_Multi &multi = p.multi();
-    const int thread = BASgetSTID();
-    ZEL_ParmList *list = p.list.get();
-    const auto readsAfter = [&](int count, auto &value) {
-        p.set("points", count);
-        if constexpr (std::is_same_v<std::decay_t<decltype(value)>, KIT_String>) {
-            multi.getValue(list, 0.0, value, 0, true, thread);
-        } else {
-            multi.getValue(list, 0.0, value, 0, thread);
-        }
-        return multi.getMultiParmNumItems();
-    };
+    ZEL_ParmList *const list = p.list.get();
     double number = 0.0;
     std::int64_t wide = 0;
     int narrow = 0;
     KIT_String text;
     std::shared_ptr<const ZEL_DataItem> item;
-    EXPECT_EQ(1, readsAfter(1, number));
-    EXPECT_EQ(2, readsAfter(2, wide));
-    EXPECT_EQ(3, readsAfter(3, narrow));
-    EXPECT_EQ(4, readsAfter(4, text));
-    EXPECT_EQ(5, readsAfter(5, item));
+    const std::function<void(int)> reads[] = {
+        [&](int thread) { multi.getValue(list, 0.0, number, 0, thread); },
+        [&](int thread) { multi.getValue(list, 0.0, wide, 0, thread); },
+        [&](int thread) { multi.getValue(list, 0.0, narrow, 0, thread); },
+        [&](int thread) { multi.getValue(list, 0.0, text, 0, true, thread); },
+        [&](int thread) { multi.getValue(list, 0.0, item, 0, thread); }};
+    int count = 0;
+    for (const auto &read : reads) {
+        p.set("points", ++count);
+        read(BASgetSTID());
+        EXPECT_EQ(count, p.numItems());
+    }
     EXPECT_EQ("1 2 3 4", ::number(number) + " " + std::to_string(wide) + " " +
                              std::to_string(narrow) + " " + text.c_str());
 }
@@ -392,18 +389,16 @@ TEST(MultiCount, AnExpressionIsHeldToTheSetting)
     p.setCount(4.0);
     EXPECT_EQ("points=4 pt1=0 pt2=0 pt3=0 pt4=0", p.text()) << "what is set is made";
     p.setCount(0.0);
-    p.animate("points", "2 + 2");
-    EXPECT_EQ(4.0, p.eval("points"));
-    EXPECT_EQ(0, p.numItems());
-    EXPECT_EQ("ZEL 22", takeMessages());
-    EXPECT_EQ("2 + 2", p.expression("points")) << "an expression stays";
-    p.animate("points", "2 + 1");
-    p.eval("points");
-    EXPECT_EQ(3, p.numItems());
-    p.animate("points", "2 + 4");
-    p.eval("points");
-    EXPECT_EQ(6, p.numItems());
-    EXPECT_EQ("", takeMessages());
+    for (const auto &[expression, items, messages] :
+         {std::tuple<const char *, int, const char *>{"2 + 2", 0, "ZEL 22"},
+          {"2 + 1", 3, ""},
+          {"2 + 4", 6, ""}}) {
+        p.animate("points", expression);
+        EXPECT_EQ(expression[4] - '0' + 2.0, p.eval("points"));
+        EXPECT_EQ(items, p.numItems());
+        EXPECT_EQ(messages, takeMessages());
+        EXPECT_EQ(expression, p.expression("points")) << "an expression stays";
+    }
 }
 
 TEST(MultiCount, WhatTheApplicationSetsOrRestoresIsNot)

@@ -5,8 +5,6 @@
 #include <TRK/TRK_Segment.h>
 #include <gtest/gtest.h>
 
-#include <functional>
-
 namespace
 {
 
@@ -50,32 +48,30 @@ TEST_F(Items, ValuesMoveAndNamesStay)
 {
     struct Case
     {
-        const char *name;
-        std::function<void(ZEL_Parm &)> change;
+        bool isInsert;
+        int item;
         const char *contents;
     };
-    const auto insert = [](int item) {
-        return [item](ZEL_Parm &parm) { parm.insertMultiParmItem(item, false); };
-    };
-    const auto remove = [](int item) {
-        return [item](ZEL_Parm &parm) { parm.removeMultiParmItem(item, false); };
-    };
     const Case cases[] = {
-        {"insert 0", insert(0), "points=3 pt1=0 v1=0,0 pt2=1 v2=10,0 pt3=2 v3=20,0"},
-        {"insert 1", insert(1), "points=3 pt1=1 v1=10,0 pt2=0 v2=0,0 pt3=2 v3=20,0"},
-        {"insert 2", insert(2), "points=3 pt1=1 v1=10,0 pt2=2 v2=20,0 pt3=0 v3=0,0"},
-        {"insert -5", insert(-5), "points=3 pt1=0 v1=0,0 pt2=1 v2=10,0 pt3=2 v3=20,0"},
-        {"insert 99", insert(99), "points=3 pt1=1 v1=10,0 pt2=2 v2=20,0 pt3=0 v3=0,0"},
-        {"remove 0", remove(0), "points=1 pt1=2 v1=20,0"},
-        {"remove 1", remove(1), "points=1 pt1=1 v1=10,0"},
-        {"remove -1", remove(-1), "points=2 pt1=1 v1=10,0 pt2=2 v2=20,0"},
-        {"remove 2", remove(2), "points=2 pt1=1 v1=10,0 pt2=2 v2=20,0"},
+        {true, 0, "points=3 pt1=0 v1=0,0 pt2=1 v2=10,0 pt3=2 v3=20,0"},
+        {true, 1, "points=3 pt1=1 v1=10,0 pt2=0 v2=0,0 pt3=2 v3=20,0"},
+        {true, 2, "points=3 pt1=1 v1=10,0 pt2=2 v2=20,0 pt3=0 v3=0,0"},
+        {true, -5, "points=3 pt1=0 v1=0,0 pt2=1 v2=10,0 pt3=2 v3=20,0"},
+        {true, 99, "points=3 pt1=1 v1=10,0 pt2=2 v2=20,0 pt3=0 v3=0,0"},
+        {false, 0, "points=1 pt1=2 v1=20,0"},
+        {false, 1, "points=1 pt1=1 v1=10,0"},
+        {false, -1, "points=2 pt1=1 v1=10,0 pt2=2 v2=20,0"},
+        {false, 2, "points=2 pt1=1 v1=10,0 pt2=2 v2=20,0"},
     };
     for (const Case &c : cases) {
         build(2);
-        c.change(multiParm());
-        EXPECT_EQ(c.contents, p->text()) << c.name;
-        EXPECT_EQ(p->numItems(), p->eval("points")) << c.name;
+        if (c.isInsert) {
+            multiParm().insertMultiParmItem(c.item, false);
+        } else {
+            multiParm().removeMultiParmItem(c.item, false);
+        }
+        EXPECT_EQ(c.contents, p->text()) << c.isInsert << c.item;
+        EXPECT_EQ(p->numItems(), p->eval("points")) << c.isInsert << c.item;
     }
 }
 
@@ -105,28 +101,30 @@ TEST_F(Items, HardLimitsHold)
     EXPECT_EQ(&p->parm("pt2"), p->list->getParmPtrFromChannel("second", nullptr));
 }
 
-TEST_F(Items, ARefusedItemMovesNothing)
+TEST_F(Items, WhatIsRefusedMovesNothing)
 {
     build(2);
-    p->append(p->late.add(ZEL_FLT, 1, "v3"));
-    p->list->insertMultiParmItem(0, 0);
-    EXPECT_EQ("1 2", firsts());
-    EXPECT_EQ("ZEL 19", takeMessages());
-    multiParm().swapMultiParmItem(0, 1);
-    EXPECT_EQ("1 2", firsts());
-    EXPECT_EQ("ZEL 19", takeMessages());
-}
-
-TEST_F(Items, ALockedMultiKeepsItsItems)
-{
-    build(2);
+    for (const int index : {-1, 1, 99}) {
+        p->list->insertMultiParmItem(index, 0);
+        p->list->removeMultiParmItem(index, 0);
+    }
+    EXPECT_EQ("1 2", firsts()) << "no multi-parameters";
     multiParm().setLockedFlag(0, true);
     multiParm().insertMultiParmItem(0, true);
     multiParm().removeMultiParmItem(0, true);
     multiParm().swapMultiParmItem(0, 1);
     p->list->insertMultiParmItem(0, 0);
     p->list->removeMultiParmItem(0, 0);
+    EXPECT_EQ("1 2", firsts()) << "locked";
+    EXPECT_EQ("", takeMessages());
+    multiParm().setLockedFlag(0, false);
+    p->append(p->late.add(ZEL_FLT, 1, "v3"));
+    p->list->insertMultiParmItem(0, 0);
+    EXPECT_EQ("1 2", firsts()) << "the name is taken";
+    EXPECT_EQ("ZEL 19", takeMessages());
+    multiParm().swapMultiParmItem(0, 1);
     EXPECT_EQ("1 2", firsts());
+    EXPECT_EQ("ZEL 19", takeMessages());
 }
 
 TEST_F(Items, AnExchangeIsNotTold)
@@ -148,16 +146,6 @@ TEST_F(Items, AnExchangeIsNotTold)
     }
     p->parm("pt1").swapMultiParmItem(0, 1);
     EXPECT_EQ("3 2 1", firsts());
-}
-
-TEST_F(Items, ListOperationsTakeOtherParametersQuietly)
-{
-    build(1);
-    for (const int index : {-1, 1, 99}) {
-        p->list->insertMultiParmItem(index, 0);
-        p->list->removeMultiParmItem(index, 0);
-    }
-    EXPECT_EQ("points=1 pt1=1 v1=10,0", p->text());
 }
 
 // ---------------------------------------------------------------------- //

@@ -4,15 +4,8 @@
 /// Vocabulary: *entry* = a parameter's line of saved text.
 #pragma once
 
-#include <BAS/BAS_Thread.h>
-#include <KIT/KIT_ErrorManager.h>
-#include <TRK/TRK_Channel.h>
 #include <TRK/TRK_FullKey.h>
-#include <ZEL/ZEL_Default.h>
-#include <ZEL/ZEL_Name.h>
-#include <ZEL/ZEL_Parm.h>
-#include <ZEL/ZEL_Template.h>
-#include <ZEL/ZEL_TypeConstants.h>
+#include <multi/MultiList.h>
 #include <node/ZELX_Node.h>
 
 #include <algorithm>
@@ -24,24 +17,22 @@
 
 struct UndoTemplates
 {
-    ZEL_Name names[10] = {{"t", "T"},   {"n", "N"},        {"on", "On"}, {"text", "Text"},
-                          {"go", "Go"}, {"points", "P"},   {"pt#", "P"}, {"label#", "L"},
-                          {"w#", "W"},  {"weight#_#", "W"}};
-    ZEL_Name spareNames[2] = {{"spare_a", "A"}, {"spare_b", "B"}};
-    ZEL_Default none{0.0};
-    ZEL_Template inner[2] = {ZEL_Template(ZEL_FLT, 1, &names[9]), ZEL_Template()};
-    ZEL_Template items[4] = {
-        ZEL_Template(ZEL_XYZ, 3, &names[6]), ZEL_Template(ZEL_STRING, 1, &names[7]),
-        ZEL_Template(ZEL_MULTITYPE_LIST, inner, 0.0, &names[8], &none), ZEL_Template()};
-    ZEL_Template all[7] = {ZEL_Template(ZEL_XYZ, 3, &names[0]),
-                           ZEL_Template(ZEL_INT, 2, &names[1]),
-                           ZEL_Template(ZEL_TOGGLE, 1, &names[2]),
-                           ZEL_Template(ZEL_STRING, 1, &names[3]),
-                           ZEL_Template(ZEL_CALLBACK, 1, &names[4]),
-                           ZEL_Template(ZEL_MULTITYPE_LIST, items, 0.0, &names[5], &none),
-                           ZEL_Template()};
-    ZEL_Template spares[3] = {ZEL_Template(ZEL_FLT, 1, &spareNames[0]),
-                              ZEL_Template(ZEL_STRING, 1, &spareNames[1]), ZEL_Template()};
+    UndoTemplates()
+    {
+        inner.add(ZEL_FLT, 1, "weight#_#");
+        items.add(ZEL_XYZ, 3, "pt#");
+        items.add(ZEL_STRING, 1, "label#");
+        items.addMulti(ZEL_MULTITYPE_LIST, "w#", inner.templates());
+        all.add(ZEL_XYZ, 3, "t");
+        all.add(ZEL_INT, 2, "n");
+        all.add(ZEL_TOGGLE, 1, "on");
+        all.add(ZEL_STRING, 1, "text");
+        all.add(ZEL_CALLBACK, 1, "go");
+        all.addMulti(ZEL_MULTITYPE_LIST, "points", items.templates());
+        spares.add(ZEL_FLT, 1, "spare_a");
+        spares.add(ZEL_STRING, 1, "spare_b");
+    }
+    Block inner, items, all, spares;
 };
 
 /// What a random script may do besides setting values, locks, items, aliases and overrides.
@@ -53,7 +44,10 @@ enum UndoEdits : unsigned
 
 struct UndoNode
 {
-    explicit UndoNode(unsigned seed = 1) : random(seed) { node.setSpareTemplates(ours.spares); }
+    explicit UndoNode(unsigned seed = 1) : random(seed)
+    {
+        node.setSpareTemplates(ours.spares.templates());
+    }
 
     ZEL_ParmList &parms() { return node.getParms(); }
     ZEL_Parm &parm(const char *token) { return *parms().getParmPtr(token); }
@@ -88,8 +82,6 @@ struct UndoNode
         parms().saveUndoData(data);
         return data;
     }
-    /// The messages so far are dropped: edits at random may be refused.
-    static void forgetMessages() { KITgetErrorManager().clearAndDestroyErrors(); }
 
     /// One edit, of those that every test makes and of `more`.
     void edit(unsigned more)
@@ -118,13 +110,14 @@ struct UndoNode
         default: editValue(parm, index); break;
         }
         follow();
-        forgetMessages();
+        // Edits at random may be refused.
+        takeMessages();
     }
 
     UndoTemplates ours;
     std::mt19937 random;
     ZELX_Node root;
-    ZELX_Node &node = *root.addChild("n", ours.all, nullptr);
+    ZELX_Node &node = *root.addChild("n", ours.all.templates(), nullptr);
 
 private:
     void editValue(ZEL_Parm &parm, int index)
@@ -185,7 +178,7 @@ private:
     }
     void editSpare()
     {
-        const ZEL_Template &spare = ours.spares[below(2)];
+        const ZEL_Template &spare = ours.spares.templates()[below(2)];
         if (!node.removeSpareParm(spare.getToken())) {
             node.addSpareParm(spare);
         }

@@ -244,7 +244,7 @@ TEST(Undo, ASnapshotKeepsTheFirstWordOfATextBesideAChannel)
         KIT_String found;
         s.parm("text").getValue(0.0, found, 0, false, BASgetSTID());
         EXPECT_STREQ(found.nonNullStr(), c.restored);
-        UndoNode::forgetMessages();
+        takeMessages();
     }
 }
 
@@ -277,21 +277,16 @@ TEST(Undo, WhatASnapshotDoesNotBringBack)
 TEST(Undo, MoreItemsThanAStreamMayMakeComeBack)
 {
     constexpr int theItems = 100001;
-    ZEL_Name name("many", "Many");
-    ZEL_Default none(0.0);
-    ZEL_Template nothing[] = {ZEL_Template()};
-    ZEL_Template templates[] = {ZEL_Template(ZEL_MULTITYPE_LIST, nothing, 0.0, &name, &none),
-                                ZEL_Template()};
-    ZEL_ParmList list(templates, nullptr, nullptr, nullptr, "", false);
-    ZEL_Parm &many = *list.getParmPtr("many");
-    list.setFloat(theItems, "many", 0, 0.0, true);
-    ASSERT_EQ(many.getMultiParmNumItems(), theItems);
+    MultiList p;
+    p.top.addMulti(ZEL_MULTITYPE_LIST, "many", p.late.templates());
+    p.buildTop();
+    p.setCount(theItems, "many");
     ZEL_UndoDataArray data;
-    list.saveUndoData(data);
-    list.setFloat(0.0, "many", 0, 0.0, true);
-    ASSERT_EQ(many.getMultiParmNumItems(), 0);
-    list.loadUndoData(data, nullptr, nullptr);
-    EXPECT_EQ(many.getMultiParmNumItems(), theItems);
+    p.list->saveUndoData(data);
+    p.setCount(0.0, "many");
+    ASSERT_EQ(p.numItems("many"), 0);
+    p.list->loadUndoData(data, nullptr, nullptr);
+    EXPECT_EQ(p.numItems("many"), theItems);
     EXPECT_EQ(takeTexts(), "");
 }
 
