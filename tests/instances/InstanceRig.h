@@ -22,6 +22,12 @@ public:
     using ZEL_Instance::loadTokenAsChannelNameOrExpression;
     using ZEL_Instance::saveAsciiOptions;
     using ZEL_Instance::saveBinaryOptions;
+    using ZEL_Overridable::evalOverrideValue;
+    using ZEL_Overridable::getExpressionOverride;
+    using ZEL_Overridable::saveCommandOverride;
+    using ZEL_Overridable::setOverrideFloat;
+    using ZEL_Overridable::setOverrideInt;
+    using ZEL_Overridable::setOverrideString;
 
     std::string options() const
     {

@@ -417,6 +417,9 @@ TEST_F(ValueLaws, StreamsCarryOptionsAndReplaceChannels)
             EXPECT_EQ(q.instance->getChannel(1), nullptr);
             EXPECT_EQ(q.channels.entries(), binary ? 1 : 0);
             EXPECT_EQ(q.eval(1), 5.0);
+            // Without options a stream ends all locks but those of numbers.
+            ASSERT_TRUE(q.load("( 1 1 )"));
+            EXPECT_EQ(q.instance->getLockedFlag(0), type == &ZEL_FLT);
         }
     }
     EXPECT_EQ(takeMessages(), "");

@@ -1,7 +1,7 @@
 #include <common/EventLog.h>
-#include <common/ListFixture.h>
 #include <common/OverrideProvider.h>
 #include <common/TestOwner.h>
+#include <instances/InstanceRig.h>
 
 #include <ZEL/ZEL_AutoDisableOverride.h>
 
@@ -15,34 +15,14 @@
 
 namespace
 {
-/// A value class reduced to what it does first on each set and each saved command.
-class Probe : public ZEL_Float
+struct OverriddenParm : Rig
 {
-public:
-    Probe(ZEL_Template *templatePtr, ZEL_Parm *parm) : ZEL_Float(templatePtr, parm) {}
-    using ZEL_Overridable::evalOverrideValue;
-    using ZEL_Overridable::getExpressionOverride;
-    using ZEL_Overridable::saveCommandOverride;
-    using ZEL_Overridable::setOverrideFloat;
-    using ZEL_Overridable::setOverrideInt;
-    using ZEL_Overridable::setOverrideString;
-};
-
-struct OverriddenParm : OneParm
-{
-    explicit OverriddenParm(int size, ZEL_ParmOwner *owner = nullptr) : OneParm(ZEL_FLT, size)
-    {
-        build(owner);
-        probe.reset(new Probe(&templates[0], parm));
-    }
-    ~OverriddenParm() { probe.reset(); }
+    explicit OverriddenParm(int size, ZEL_ParmOwner *owner = nullptr) : Rig(size) { build(owner); }
 
     int override(int index, int dataIndex, const char *name = "layer")
     {
         return instance->setOverride(index, dataIndex, name, ZEL_OVERRIDE_OVERRIDDEN);
     }
-
-    std::unique_ptr<Probe> probe;
 };
 
 std::string describe(const ZEL_Instance &instance, int index)

@@ -128,19 +128,6 @@ TEST(StringStreams, TextLoad)
     }
 }
 
-TEST(StringStreams, ATextTakesTheLocksOfItsStream)
-{
-    OneString p("x");
-    p.instance->setLockedFlag(0, true);
-    ASSERT_TRUE(p.load("( y )"));
-    EXPECT_EQ(p.instance->getLockedField(), 0u);
-    OneParm number(ZEL_FLT, 1);
-    number.build();
-    number.instance->setLockedFlag(0, true);
-    ASSERT_TRUE(number.load("( 1 )"));
-    EXPECT_NE(number.instance->getLockedField(), 0u) << "unlike a number";
-}
-
 TEST(StringStreams, OldReferencesAndMenusAreRewritten)
 {
     OneString p;

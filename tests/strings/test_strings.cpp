@@ -153,15 +153,12 @@ TEST(Strings, TimeDependenceIsOneBitForAllComponents)
     EXPECT_FALSE(p.instance->isTimeDependent(1)) << "an empty text clears it";
     p.read(false, 1.0, 1);
     EXPECT_FALSE(p.instance->isTimeDependent(1)) << "a raw read says nothing";
-}
 
-TEST(Strings, AnUnanimatibleParameterReadsItsChannelAtTimeZero)
-{
-    OneString p(ZEL_STRING_E);
-    p.build();
-    p.setText("$F", 0, TRK_MEANING_NATIVE);
+    OneString still(ZEL_STRING_E);
+    still.build();
+    still.animate("$F");
     takeMessages();
-    EXPECT_EQ(p.read(true, 2.0), "1");
+    EXPECT_EQ(still.read(true, 2.0), "1") << "a channel that isn't animatible is read at time 0";
     EXPECT_EQ(takeMessages(), "ZEL 18");
 }
 
@@ -174,13 +171,8 @@ TEST(Strings, ChannelsAnswerWhateverExpandSays)
     EXPECT_EQ(p.raw(), "a`1+1`1");
     EXPECT_EQ(p.read(), "a`1+1`1");
     EXPECT_EQ(p.expression(), "\"a`1+1`\"+$F");
-    EXPECT_EQ(p.channel()->getNSegments(), 1);
-}
 
-TEST(Strings, AnExpressionSetLaterThanTimeZeroMakesNoKey)
-{
-    OneString p;
-    p.build();
+    // Set later than at time 0 an expression makes no key.
     p.setText("strcat(\"x\", 1)", 0, TRK_MEANING_NATIVE, 2.0);
     p.setText("strcat(\"y\", 1)", 0, TRK_MEANING_NATIVE, 3.0);
     EXPECT_EQ(p.channel()->getNSegments(), 1);
