@@ -8,7 +8,6 @@
 #include <random>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 namespace
 {
@@ -74,12 +73,8 @@ TEST(CommandLines, Words)
 TEST(CommandLines, ThereAndBack)
 {
     const std::string rkinds = asRMan(theKinds);
-    const struct
-    {
-        std::string script;
-        const char *line;
-        const char *back; // null: the same line
-    } cases[] = {
+    // A script, a line, and what comes back; null: the same line.
+    const std::tuple<std::string, const char *, const char *> cases[] = {
         // Kinds.
         {theKinds, "tool", nullptr},
         {theKinds, "tool -n 5 -f 1.50 -2 -s word -t -m two -a 1.5 -v 1 -2 3 -c 0.5 1 0", nullptr},
@@ -132,13 +127,13 @@ TEST(CommandLines, ThereAndBack)
         {thePlaces, "tool \"\" 1 2 3 \"\"", nullptr},
         {theRequired, "tool -n 1 -c 1 `$F` 0 s", nullptr},
     };
-    for (const auto &one : cases) {
-        Command tool(one.script);
+    for (const auto &[script, line, expected] : cases) {
+        Command tool(script);
         ASSERT_EQ(tool.messages, "");
-        const std::string back = tool.after(one.line);
-        EXPECT_EQ(back, one.back ? one.back : one.line);
-        EXPECT_EQ(tool.after(back), back) << one.line;
-        EXPECT_EQ(Command(one.script).after(back), back) << one.line;
+        const std::string back = tool.after(line);
+        EXPECT_EQ(back, expected ? expected : line);
+        EXPECT_EQ(tool.after(back), back) << line;
+        EXPECT_EQ(Command(script).after(back), back) << line;
     }
 }
 

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 #include <random>
 #include <sstream>
 #include <string>

@@ -52,6 +52,15 @@ struct Counted
 
 int Counted::theLiving = 0;
 
+/// Tells whether the values of an array are part of the array itself.
+template <class Array>
+bool isInside(const Array &array)
+{
+    const char *const object = reinterpret_cast<const char *>(&array);
+    const char *const data = reinterpret_cast<const char *>(array.data());
+    return data >= object && data < object + sizeof(array);
+}
+
 std::string contents(const KIT_Array<Counted> &array)
 {
     std::string text;
@@ -258,10 +267,7 @@ TEST(Containers, ComponentArraysKeepOneValueInside)
             EXPECT_EQ(values[i], 0.0);
             values[i] = i + 1.0;
         }
-        const char *object = reinterpret_cast<const char *>(&values);
-        const char *data = reinterpret_cast<const char *>(values.data());
-        EXPECT_EQ(data >= object && data < object + sizeof(values), count < 2);
-
+        EXPECT_EQ(isInside(values), count < 2);
         for (int i = 0; i < count; ++i) {
             EXPECT_EQ(values[i], i + 1.0);
         }
@@ -276,9 +282,7 @@ TEST(Containers, SmallArraysKeepTheirFirstValuesInside)
         KIT_SmallArray<Counted, 3> array(size);
         EXPECT_EQ(Counted::theLiving, size > 3 ? size + 3 : 3);
         EXPECT_EQ(array.size(), size);
-        const char *const object = reinterpret_cast<const char *>(&array);
-        const char *const data = reinterpret_cast<const char *>(array.data());
-        EXPECT_EQ(data >= object && data < object + sizeof(array), size <= 3);
+        EXPECT_EQ(isInside(array), size <= 3);
         std::vector<Counted> model(static_cast<size_t>(size));
         for (int i = 0; i < size; ++i) {
             model[static_cast<size_t>(i)].myValue += i;

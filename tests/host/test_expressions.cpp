@@ -1,18 +1,17 @@
 // Expressions of language 0: values, errors, references, cycles, limits, and the expansion of texts.
 
 #include <EVL/EVL.h>
-#include <KIT/KIT_Digits.h>
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_Expression.h>
 #include <TRK/TRK_Manager.h>
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <map>
 #include <memory>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace
@@ -93,11 +92,7 @@ public:
     std::map<std::string, std::string> texts, variables;
 };
 
-struct Case
-{
-    const char *expression;
-    const char *result;
-};
+using Case = std::pair<const char *, const char *>;
 
 } // namespace
 
@@ -153,8 +148,8 @@ TEST(Expressions, Values)
         {"('9' - 4) * 10 + ('9' - '7') + (9 - '4') / 10", "52.5"},
         {"linear() + 1", "1"}, // there is no segment for it
     };
-    for (const Case &c : cases) {
-        EXPECT_EQ(value(c.expression), c.result) << c.expression;
+    for (const auto &[expression, result] : cases) {
+        EXPECT_EQ(value(expression), result) << expression;
     }
 }
 
@@ -232,8 +227,8 @@ TEST(Expressions, ReferencesAndVariables)
         {"ch('../nowhere/tx')", "!3"},
         {"ch('tx') + ch('nope')", "!3"},
     };
-    for (const Case &c : cases) {
-        EXPECT_EQ(value(c.expression, &world.collection), c.result) << c.expression;
+    for (const auto &[expression, result] : cases) {
+        EXPECT_EQ(value(expression, &world.collection), result) << expression;
     }
     TRK_Manager::getContext().setGlobalVariable("SHOW", "long");
     EXPECT_EQ(value("$SHOW + '!'", &world.collection), "long!");
@@ -367,10 +362,10 @@ TEST(Expressions, ReferencesAreListedAndRewritten)
         {"'/obj/a/tx' + xch('/obj/a/tx')", "'/obj/a/tx' + xch('/obj/a/tx')"},
         {"ch('/obj/a/x') `chs('/obj/a/x')`", "ch('/obj/a/x') `chs('/obj/new/x')`"},
     };
-    for (const Case &c : cases) {
-        KIT_String text(c.expression, true);
+    for (const auto &[expression, result] : cases) {
+        KIT_String text(expression, true);
         const int count = TRK_Manager::changeStringOpRef(text, "/obj/a", "/obj/new");
-        EXPECT_STREQ(text.c_str(), c.result);
-        EXPECT_EQ(count > 0, std::string(c.expression) != c.result);
+        EXPECT_STREQ(text.c_str(), result);
+        EXPECT_EQ(count > 0, std::string(expression) != result);
     }
 }

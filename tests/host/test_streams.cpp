@@ -14,21 +14,22 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <fstream>
 #include <functional>
 #include <limits>
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
 {
 
+using Read = std::function<bool(KIT_IStream &, KIT_WorkBuffer &)>;
+
 /// Calls the read until it fails; returns what it read as "[a][b]".
-std::string readAll(const std::string &text,
-                    const std::function<bool(KIT_IStream &, KIT_WorkBuffer &)> &read)
+std::string readAll(const std::string &text, const Read &read)
 {
     KIT_IStream stream(text.data(), text.size(), KIT_IStream::TEXT);
     KIT_WorkBuffer word;
@@ -150,11 +151,7 @@ TEST(Streams, Words)
     const auto plainLine = [](KIT_IStream &s, KIT_WorkBuffer &w) {
         return s.getNonCommentLine(w, '#');
     };
-    const struct
-    {
-        std::function<bool(KIT_IStream &, KIT_WorkBuffer &)> read;
-        const char *text, *expected;
-    } cases[] = {
+    const std::tuple<Read, const char *, const char *> cases[] = {
         {word, "", ""},
         {word, " \t\n\v\f\r", ""},
         {word, " tx\t(\n 1.5\v'a b'\f\"c\"\r)", "[tx][(][1.5]['a][b'][\"c\"][)]"},
@@ -171,8 +168,8 @@ TEST(Streams, Words)
         {line, "\r\n\r", "[][\r]"},
         {plainLine, "# x\na\n  # y\n\nb # z\n#", "[a][][b # z]"},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(readAll(c.text, c.read), c.expected) << c.text;
+    for (const auto &[read, text, expected] : cases) {
+        EXPECT_EQ(readAll(text, read), expected) << text;
     }
 }
 
@@ -402,23 +399,18 @@ TEST(Streams, DamagedLengthsAreRefused)
 {
     const size_t outerLength = 4;
     const size_t innerLength = 8 + 8 + 4;
-    const struct
-    {
-        size_t at;
-        unsigned char high;
-        const char *expected;
-    } cases[] = {
+    const std::tuple<size_t, unsigned char, const char *> cases[] = {
         {outerLength, 0xff, ""},
         {outerLength, 0x7f, ""},
         {innerLength, 0xff, "40000/2(name ?)40000/0()"},
         {innerLength, 0x01, "40000/2(name ?)40000/0()"},
     };
-    for (const auto &c : cases) {
+    for (const auto &[at, high, expected] : cases) {
         KIT_ErrorManager::Scope errors(BASgetSTID());
         std::string data = sampleBytes();
-        data[c.at + 3] = static_cast<char>(c.high);
+        data[at + 3] = static_cast<char>(high);
         KIT_IStream stream(data.data(), data.size(), KIT_IStream::BINARY);
-        EXPECT_EQ(readSample(stream), c.expected);
+        EXPECT_EQ(readSample(stream), expected);
         ASSERT_EQ(errors.getManager().entries(), 1);
         EXPECT_EQ(errors.getManager().getError(0).code, KIT_COMMON_CUT_PACKET);
     }

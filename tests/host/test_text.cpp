@@ -550,11 +550,12 @@ TEST(TokenString, DifferentSequencesDiffer)
         (made.append(values), ...);
         return made;
     };
+    const char *const none = nullptr;
     const KIT_TokenString keys[] = {
         key(),
         key(""),
         key("", ""),
-        key(static_cast<const char *>(nullptr)),
+        key(none),
         key("ab"),
         key("a", "b"),
         key("b", "a"),

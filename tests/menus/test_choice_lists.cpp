@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
 #include <utility>
 
 namespace
@@ -107,19 +108,14 @@ TEST(StaticMenus, AreTheirTablesAndTurnIndicesIntoTokens)
     EXPECT_EQ(0, nothing.getSize(nullptr));
 
     constexpr std::int64_t least = std::numeric_limits<std::int64_t>::min();
-    struct
-    {
-        const ZEL_ChoiceList &menu;
-        std::int64_t index;
-        const char *token;
-    } const cases[] = {
+    const std::tuple<const ZEL_ChoiceList &, std::int64_t, const char *> cases[] = {
         {names, 0, "a"},  {names, 1, "b"},    {names, 2, ""},
         {names, 3, "!3"}, {names, -1, "!-1"}, {names, 5000000000, "!5000000000"},
         {items, 1, "y"},  {items, 2, "!2"},   {items, least, "!-9223372036854775808"},
         {empty, 0, "!0"},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(c.token, tokenOf(c.menu, c.index));
+    for (const auto &[menu, index, token] : cases) {
+        EXPECT_EQ(token, tokenOf(menu, index));
     }
 }
 

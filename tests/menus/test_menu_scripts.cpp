@@ -78,10 +78,7 @@ TEST_F(PythonMenus, OtherMenusStartNoInterpreter)
 
 TEST_F(PythonMenus, AreThePairsThatScriptsReturn)
 {
-    struct
-    {
-        const char *script, *contents;
-    } const cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"return ('a', 'A', 'b', 'B')", "a=A b=B"},
         {"['a', 'A']", "a=A"}, // an expression at the end is returned
         {"names = []\nfor i in range(3):\n    names += ['t%d' % i, 'L']\nreturn names",
@@ -93,12 +90,12 @@ TEST_F(PythonMenus, AreThePairsThatScriptsReturn)
         {"# nothing but a comment", "(null)"},
         {"return ['', '']", "="},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(c.contents, run(c.script)) << c.script;
+    for (const auto &[script, contents] : cases) {
+        EXPECT_EQ(contents, run(script)) << script;
     }
     EXPECT_NE(std::string::npos, tracebacks.take().find("must return a sequence of strings."))
         << "of the comment, which returns None";
-    const ZEL_ChoiceList menu(ZEL_CHOICELIST_EXCLUSIVE, cases[0].script, TRK_SCRIPT_PYTHON);
+    const ZEL_ChoiceList menu(ZEL_CHOICELIST_EXCLUSIVE, cases[0].first, TRK_SCRIPT_PYTHON);
     EXPECT_EQ(2, menu.getSize(menuParm()));
     EXPECT_EQ("b", tokenOf(menu, 1, menuParm()));
     EXPECT_EQ("!2", tokenOf(menu, 2, menuParm()));

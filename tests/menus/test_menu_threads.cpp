@@ -2,7 +2,6 @@
 
 #include "MenuScene.h"
 
-#include <EVL/EVL.h>
 #include <common/Threads.h>
 
 #include <gtest/gtest.h>

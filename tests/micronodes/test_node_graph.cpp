@@ -9,7 +9,6 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmMicroNode.h>
 #include <ZEL/ZEL_Template.h>
-#include <ZEL/ZEL_Type.h>
 
 #include <gtest/gtest.h>
 

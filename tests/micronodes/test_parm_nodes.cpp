@@ -333,26 +333,22 @@ TEST(MicroNodes, CompanionsAndSourcesPartWhicheverGoesFirst)
 
 TEST(MicroNodes, TheCallbackMayMoveThem)
 {
-    struct Case
-    {
-        bool away;
-        const char *told;
-    };
     // Moved away: the remaining nodes are no longer this parameter's. Replaced: the push continues with
     // the new ones; the readers of the former ones were collected before.
-    const Case cases[] = {{true, "p0:0 other"}, {false, "p0:0 other p0:1 p0:2"}};
-    for (const Case &one : cases) {
+    const std::pair<bool, const char *> cases[] = {{true, "p0:0 other"},
+                                                   {false, "p0:0 other p0:1 p0:2"}};
+    for (const auto &[away, expected] : cases) {
         MicroNodeList rig({{ZEL_FLT, 3}}), second({{ZEL_FLT, 3}});
         LNK_MicroNode reader;
         reader.addExplicitInput(*rig.list->parmMicroNode(0, 0));
         second.list->parmMicroNode(0, 0);
         rig.instance(0).setSendExtra(-1);
-        ZEL_Instance &from = (one.away ? rig : second).instance(0);
-        ZEL_Instance &to = (one.away ? second : rig).instance(0);
+        ZEL_Instance &from = (away ? rig : second).instance(0);
+        ZEL_Instance &to = (away ? second : rig).instance(0);
         const std::string told = push(*rig.list, 0, nullptr, theChanged, [&] { to.adopt(from); });
-        EXPECT_EQ(told, one.told);
-        EXPECT_EQ(rig.list->hasParmMicroNode(0), !one.away);
-        EXPECT_EQ(reader.getNumInputs(), one.away ? 1 : 0);
+        EXPECT_EQ(told, expected);
+        EXPECT_EQ(rig.list->hasParmMicroNode(0), !away);
+        EXPECT_EQ(reader.getNumInputs(), away ? 1 : 0);
         EXPECT_EQ(rig.list->getNumSendExtra(), 0);
         EXPECT_FALSE(rig.list->getParmPtr(0)->hasAnySendExtraFlags());
     }

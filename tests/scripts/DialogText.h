@@ -6,7 +6,6 @@
 #include <KIT/KIT_IStream.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Conditional.h>
-#include <ZEL/ZEL_ConditionalSwitcher.h>
 #include <ZEL/ZEL_ScriptGroup.h>
 #include <ZEL/ZEL_ScriptImports.h>
 #include <ZEL/ZEL_ScriptPage.h>
@@ -16,7 +15,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <map>
 #include <memory>
 #include <sstream>

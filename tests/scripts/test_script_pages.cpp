@@ -3,8 +3,7 @@
 #include "DialogText.h"
 
 #include <KIT/KIT_EnvControl.h>
-
-#include <vector>
+#include <ZEL/ZEL_ConditionalSwitcher.h>
 
 namespace
 {

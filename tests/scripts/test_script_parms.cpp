@@ -4,11 +4,8 @@
 
 #include <CON/CON_Manager.h>
 #include <KIT/KIT_EnvControl.h>
-#include <KIT/KIT_WorkBuffer.h>
-#include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ScriptTypes.h>
-#include <ZEL/ZEL_TypeConstants.h>
 
 namespace
 {

@@ -7,6 +7,7 @@
 #include <regex>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -84,13 +85,7 @@ std::string quotedText(const std::string &text)
 }
 
 /// How a template comes back: what matches is replaced; "" for the whole line drops it.
-struct Difference
-{
-    const char *pattern;
-    const char *replacement;
-};
-
-const Difference theDifferences[] = {
+const std::pair<const char *, const char *> theDifferences[] = {
     // The text of a number is an expression with or without the keyword.
     {R"((FLT def\(.*)@1\))", "$1)"},
     // Small and joined menus, and those whose tokens are the values.
@@ -117,9 +112,8 @@ std::vector<std::string> expectedLines(const std::vector<std::string> &before,
     std::vector<std::string> expected;
     for (std::string line : before) {
         for (size_t i = 0; i < std::size(theDifferences); i++) {
-            const Difference &difference = theDifferences[i];
-            const std::string other =
-                std::regex_replace(line, std::regex(difference.pattern), difference.replacement);
+            const auto &[pattern, replacement] = theDifferences[i];
+            const std::string other = std::regex_replace(line, std::regex(pattern), replacement);
             if (other != line) {
                 met.insert(i);
             }
