@@ -134,18 +134,6 @@ TEST(MultiCount, AnExpressionGrowsAndShrinks)
     }
 }
 
-TEST(MultiCount, AChildMayReadTheCountWhileItGrows)
-{
-    MultiList p;
-    ZEL_Default defaults(0.0, "ch(\"points\") * 10 + #", TRK_MEANING_COLLECTION);
-    p.items.add(ZEL_FLT, 1, "reads#", "Reads", &defaults);
-    p.build();
-    p.setCount(2.0);
-    EXPECT_EQ("points=2 pt1=0 reads1=21 pt2=0 reads2=22", p.text());
-    p.setCount(1.0);
-    EXPECT_EQ(11.0, p.eval("reads1"));
-}
-
 TEST(MultiCount, WhatWaitsForTheCountKeepsItsItem)
 {
     MultiList p;
@@ -154,6 +142,7 @@ TEST(MultiCount, WhatWaitsForTheCountKeepsItsItem)
     p.items.add(ZEL_FLT, 1, "w#", "W", &defaults)->setConditionalBasePtr(&condition);
     p.build();
     p.setCount(3.0);
+    EXPECT_EQ("points=3 pt1=0 w1=31 pt2=0 w2=32 pt3=0 w3=33", p.text()) << "read while it grows";
     p.set("pt3", 4.0);
     p.set("points", 1.0);
     EXPECT_EQ(13.0, p.eval("w3"));
@@ -356,16 +345,6 @@ TEST(MultiCount, WhatIsCalledMayChangeCounts)
 // ---------------------------------------------------------------------- //
 // Limits and refusals
 // ---------------------------------------------------------------------- //
-
-TEST(MultiCount, TheRangeLimitsTheItems)
-{
-    MultiList p;
-    ZEL_Range range(ZEL_RANGE_HARD, 1.0, ZEL_RANGE_HARD, 3.0);
-    p.build(0.0, &range);
-    EXPECT_EQ("points=1 pt1=0", p.text());
-    p.setCount(9.0);
-    EXPECT_EQ("points=3 pt1=0 pt2=0 pt3=0", p.text());
-}
 
 TEST(MultiCount, ADefaultIsHeldToTheSetting)
 {

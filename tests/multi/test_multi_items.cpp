@@ -89,10 +89,14 @@ TEST_F(Items, HardLimitsHold)
 {
     ZEL_Range range(ZEL_RANGE_HARD, 1.0, ZEL_RANGE_HARD, 3.0);
     build(3, &range);
+    p->setCount(9.0);
+    EXPECT_EQ("1 2 3", firsts());
     multiParm().insertMultiParmItem(0, false);
     EXPECT_EQ("1 2 3", firsts());
     multiParm().swapMultiParmItem(0, 2);
     EXPECT_EQ("3 2 1", firsts()) << "an exchange needs no room";
+    p->setCount(0.0);
+    EXPECT_EQ("3", firsts());
     ZEL_Range atLeastTwo(ZEL_RANGE_HARD, 2.0, ZEL_RANGE_UI, 3.0);
     build(2, &atLeastTwo);
     p->list->setChannelAlias(&p->parm("pt2"), 0, KIT_StringHolder("second"));

@@ -296,8 +296,13 @@ TEST(Migration, RandomSetsOfSpareParameters)
             scramble(*rig.list, random);
             was = sets.back().kinds;
             before = states(*rig.list);
+            rig.looking.takeCalls();
+            rig.list->updateSpareParmTemplates(sets.back().templates(), false);
+            EXPECT_EQ(rig.looking.takeCalls().find("multiItemCreated"), std::string::npos);
+            expectCarried(before, states(*rig.list), was, was);
         }
         rig.list->updateSpareParmTemplates(nullptr, false);
+        expectSound(*rig.list, rig.channels);
         EXPECT_EQ(rig.list->hasSpareOrMultiInstanceParms(), true);
         for (int i = 0; i < rig.list->getEntries(); ++i) {
             EXPECT_FALSE(rig.list->getParmPtr(i)->isSpareParm());
