@@ -18,6 +18,7 @@
 
 #include <cstdlib>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -182,6 +183,30 @@ public:
 
 private:
     std::unique_ptr<ZEL_Parm> myAbsent{new ZEL_Parm(static_cast<ZEL_Template *>(nullptr), nullptr)};
+};
+
+/// An owner that does what a test wants while it is asked for overrides or told of items.
+struct HookedOwner : TestOwner
+{
+    KIT_ErrorSeverity zelCookOverrides(double, int, const char *token, int) override
+    {
+        return cook ? cook(token) : KIT_ERROR_NONE;
+    }
+    void multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms) override
+    {
+        if (created) {
+            created(parms);
+        }
+    }
+    void multiInstancesChanged() override
+    {
+        if (changed) {
+            changed();
+        }
+    }
+    std::function<KIT_ErrorSeverity(const char *token)> cook;
+    std::function<void(const KIT_ValArray<ZEL_Parm *> &)> created;
+    std::function<void()> changed;
 };
 
 /// Restores a setting of the process at the end of a scope.

@@ -162,17 +162,6 @@ TEST(MultiCount, WhatWaitsForTheCountKeepsItsItem)
 
 TEST(MultiCount, NoReadTakesAParameterThatIsInUse)
 {
-    struct CookingOwner : TestOwner
-    {
-        KIT_ErrorSeverity zelCookOverrides(double, int, const char *token, int) override
-        {
-            if (std::strcmp(token, "points") != 0) {
-                p->eval("points");
-            }
-            return KIT_ERROR_NONE;
-        }
-        MultiList *p = nullptr;
-    };
     struct ReadingResolver : TRK_PathResolver
     {
         explicit ReadingResolver(MultiList &list) : p(list) { p.channels.setPathResolver(this); }
@@ -227,10 +216,9 @@ TEST(MultiCount, NoReadTakesAParameterThatIsInUse)
          }},
         {"overrides cooked",
          [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
-             CookingOwner &owner = *static_cast<CookingOwner *>(p.list->getParmOwner());
-             owner.setPendingOverrideString("pending");
+             p.list->getParmOwner()->setPendingOverrideString("pending");
              p.eval("pt3");
-             owner.setPendingOverrideString(nullptr);
+             p.list->getParmOwner()->setPendingOverrideString(nullptr);
          }},
         {"event",
          [&](MultiList &p, ZEL_Parm &, ZEL_Parm &item) {
@@ -276,8 +264,13 @@ TEST(MultiCount, NoReadTakesAParameterThatIsInUse)
     };
     for (const Case &c : cases) {
         MultiList p;
-        CookingOwner owner;
-        owner.p = &p;
+        HookedOwner owner;
+        owner.cook = [&p](const char *token) {
+            if (std::strcmp(token, "points") != 0) {
+                p.eval("points");
+            }
+            return KIT_ERROR_NONE;
+        };
         p.items.add(ZEL_STRING, 1, "s#");
         p.items.add(ZEL_KEY_VALUE_DICT, 1, "d#");
         p.top.addMulti(ZEL_MULTITYPE_LIST, "points", p.items.templates());
@@ -297,17 +290,7 @@ TEST(MultiCount, WhatIsCalledMayChangeCounts)
 {
     // The owner empties the outer block while an inner item is announced, in the middle of an
     // insertion; a handler removes and inserts items. Surplus parameters go with the next read.
-    struct EmptyingOwner : TestOwner
-    {
-        void multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms) override
-        {
-            if (p && std::strncmp(parms[0]->getToken(), "x", 1) == 0) {
-                p->setCount(0.0, "outer");
-            }
-        }
-        MultiList *p = nullptr;
-    };
-    EmptyingOwner owner;
+    HookedOwner owner;
     MultiList p;
     Block inner, outer;
     inner.add(ZEL_FLT, 1, "x#_#");
@@ -316,11 +299,15 @@ TEST(MultiCount, WhatIsCalledMayChangeCounts)
     p.top.addMulti(ZEL_MULTITYPE_LIST, "points", p.items.templates());
     p.buildTop(&owner);
     p.setCount(2.0, "outer");
-    owner.p = &p;
+    owner.created = [&p](const KIT_ValArray<ZEL_Parm *> &parms) {
+        if (*parms[0]->getToken() == 'x') {
+            p.setCount(0.0, "outer");
+        }
+    };
     p.parm("outer").insertMultiParmItem(0, true);
     EXPECT_EQ("outer=0 points=0", p.text());
 
-    owner.p = nullptr;
+    owner.created = nullptr;
     p.setCount(3.0);
     for (const char *token : {"pt1", "pt2", "pt3"}) {
         p.set(token, token[2] - '0');
@@ -466,25 +453,17 @@ TEST(MultiCount, RefusedItemsSetTheValueBack)
 
 TEST(MultiCount, AFatalErrorOfTheReadGivesTheItemsThatExist)
 {
-    struct FailingOwner : TestOwner
-    {
-        KIT_ErrorSeverity zelCookOverrides(double, int, const char *, int) override
-        {
-            if (severity != KIT_ERROR_NONE) {
-                KITgetErrorManager().add("ZEL", 1, "cook", severity);
-            }
-            return severity;
-        }
-        KIT_ErrorSeverity severity = KIT_ERROR_NONE;
-    };
-    FailingOwner owner;
+    HookedOwner owner;
     MultiList p;
     p.top.addMulti(ZEL_MULTITYPE_LIST, "points", p.items.templates(), 2.0);
     p.buildTop(&owner);
     owner.setPendingOverrideString("anything");
     for (const auto &[severity, expected] :
          {std::pair<KIT_ErrorSeverity, double>{KIT_ERROR_ABORT, 0.0}, {KIT_ERROR_FATAL, 2.0}}) {
-        owner.severity = severity;
+        owner.cook = [failure = severity](const char *) {
+            KITgetErrorManager().add("ZEL", 1, "cook", failure);
+            return failure;
+        };
         takeMessages();
         EXPECT_EQ(expected, p.eval("points"));
         EXPECT_EQ(severity, KITgetErrorSeverity()) << "the error moves on to the thread's manager";
@@ -540,41 +519,29 @@ TEST(MultiCount, TheOwnerHearsOfItemsAndOfTheSet)
 
 TEST(MultiCount, TheOwnerMayReadTheListWhenItHears)
 {
-    struct CuriousOwner : TestOwner
-    {
-        void multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms) override
-        {
-            seen += contents(*list) + " [";
-            KIT_Array<int> numbers;
-            for (const ZEL_Parm *parm : parms) {
-                parm->getMultiInstanceIndex(numbers, true);
-                seen += std::to_string(numbers[0]);
-            }
-            read("]");
-        }
-        void multiInstancesChanged() override { read("!"); }
-        void read(const char *mark)
-        {
-            double value = 0.0;
-            list->getParmPtr(0)->getValue(0.0, value, 0, BASgetSTID());
-            seen += mark + number(value) + " ";
-        }
-        ZEL_ParmList *list = nullptr;
-        std::string seen;
-    };
-    CuriousOwner owner;
+    HookedOwner owner;
     MultiList p;
+    std::string seen;
+    const auto read = [&](const char *mark) {
+        double value = 0.0;
+        p.list->getParmPtr(0)->getValue(0.0, value, 0, BASgetSTID());
+        seen += mark + number(value) + " ";
+    };
+    owner.changed = [&] { read("!"); };
+    owner.created = [&](const KIT_ValArray<ZEL_Parm *> &parms) {
+        KIT_Array<int> numbers;
+        parms[0]->getMultiInstanceIndex(numbers, true);
+        seen += p.text() + " [" + std::to_string(numbers[0]);
+        read("]");
+    };
     p.top.addMulti(ZEL_MULTITYPE_LIST, "points", p.items.templates());
     p.buildTop(&owner);
-    owner.list = p.list.get();
     p.setCount(2.0);
-    EXPECT_EQ("points=1 pt1=0 [1]2 points=2 pt1=0 pt2=0 [2]2 !2 ", owner.seen);
-    owner.seen.clear();
+    EXPECT_EQ("points=1 pt1=0 [1]2 points=2 pt1=0 pt2=0 [2]2 !2 ", seen);
+    seen.clear();
     p.set("pt1", 5.0);
     p.parm("points").swapMultiParmItem(0, 1);
-    EXPECT_EQ("points=2 pt1=0 pt2=5", p.text()) << owner.seen;
-    // While the list is being destroyed, a look-up finds nothing.
-    owner.list = p.list.get();
+    EXPECT_EQ("points=2 pt1=0 pt2=5", p.text()) << seen;
     p.list->clearParmOwner();
 }
 
