@@ -126,13 +126,8 @@ TEST(Number, WholeTexts)
 
 TEST(Number, Integers)
 {
-    const struct
-    {
-        const char *text;
-        int base;
-        int64_t value;
-        int used; // -1: no integer
-    } cases[] = {
+    // Text, base, value, and how much is used; -1: no integer.
+    const std::tuple<const char *, int, int64_t, int> cases[] = {
         {"42abc", 10, 42, 2},
         {" -7", 10, -7, 3},
         {"ff", 16, 255, 2},
@@ -155,12 +150,12 @@ TEST(Number, Integers)
         {"1", 37, 0, -1},
         {"1", -5, 0, -1},
     };
-    for (const auto &c : cases) {
+    for (const auto &[text, base, expected, used] : cases) {
         const char *end = nullptr;
         int64_t value = 99;
-        EXPECT_EQ(BASparseInteger(c.text, &end, value, c.base, 0), c.used >= 0) << c.text;
-        EXPECT_EQ(value, c.value) << c.text;
-        EXPECT_EQ(end - c.text, c.used >= 0 ? c.used : 0) << c.text;
+        EXPECT_EQ(BASparseInteger(text, &end, value, base, 0), used >= 0) << text;
+        EXPECT_EQ(value, expected) << text;
+        EXPECT_EQ(end - text, used >= 0 ? used : 0) << text;
     }
     int64_t value;
     EXPECT_FALSE(BASparseInteger("9223372036854775808", nullptr, value, 10, BAS_PARSE_NO_CLAMP));
@@ -224,13 +219,7 @@ TEST(Number, DigitsAreTheShortestThatReadBackToTheSameBits)
 
 TEST(Number, DigitsTexts)
 {
-    const struct
-    {
-        double value;
-        int flags;
-        int width;
-        const char *text;
-    } cases[] = {
+    const std::tuple<double, int, int, const char *> cases[] = {
         {-0.0, 0, -1, "-0"},
         {999999999999999, 0, -1, "999999999999999"},
         {1e15, 0, -1, "1e+15"},
@@ -243,11 +232,11 @@ TEST(Number, DigitsTexts)
         {3, KIT_DIGITS_FORCE_POINT, -1, "3.0"},
         {3e30, KIT_DIGITS_FORCE_POINT, -1, "3e+30"},
     };
-    for (const auto &c : cases) {
+    for (const auto &[value, flags, width, text] : cases) {
         KIT_Digits digits;
-        digits.reset(c.value, c.flags, c.width);
-        EXPECT_STREQ(digits.buffer(), c.text);
-        EXPECT_EQ(static_cast<size_t>(digits.length()), std::strlen(c.text));
+        digits.reset(value, flags, width);
+        EXPECT_STREQ(digits.buffer(), text);
+        EXPECT_EQ(static_cast<size_t>(digits.length()), std::strlen(text));
     }
     // The longest text that a width can ask for stays inside the object.
     EXPECT_LT(KIT_Digits(-2.2250738585072014e-308, KIT_DIGITS_FORCE_POINT, 1000).length(), 60);

@@ -49,6 +49,11 @@ inline std::string itemsOf(const ZEL_ChoiceList &menu)
     return entriesText(items);
 }
 
+inline ZEL_ChoiceList pythonMenu(const std::string &script)
+{
+    return ZEL_ChoiceList(ZEL_CHOICELIST_REPLACE, script.c_str(), TRK_SCRIPT_PYTHON);
+}
+
 /// The text of tokenFromIndex, with "!" in front when it returns false.
 inline std::string tokenOf(const ZEL_ChoiceList &menu, std::int64_t index,
                            const ZEL_Parm *parm = nullptr)

@@ -32,8 +32,7 @@ protected:
     const ZEL_Parm *menuParm() const { return node.list->getParmPtr("menu"); }
     std::string run(const char *script, bool quiet = false)
     {
-        return namesOf(ZEL_ChoiceList(ZEL_CHOICELIST_REPLACE, script, TRK_SCRIPT_PYTHON),
-                       menuParm(), quiet);
+        return namesOf(pythonMenu(script), menuParm(), quiet);
     }
     /// What an expression of Python's is as a token.
     std::string value(const std::string &expression)
@@ -63,7 +62,7 @@ TEST_F(PythonMenus, OtherMenusStartNoInterpreter)
     }
     const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, "a A", TRK_SCRIPT_COMMAND);
     EXPECT_EQ("a=A", namesOf(menu, menuParm()));
-    const ZEL_ChoiceList script(ZEL_CHOICELIST_REPLACE, "['a', 'A']", TRK_SCRIPT_PYTHON);
+    const ZEL_ChoiceList script = pythonMenu("['a', 'A']");
     EXPECT_EQ("(null)", namesOf(script, nullptr));
     SNKsetPythonEnabled(false);
     EXPECT_EQ("(null)", namesOf(script, menuParm()));
@@ -171,9 +170,8 @@ TEST_F(PythonMenus, KnowTheItemsTheyStandIn)
     nodes.add("/obj/nested", nested);
     const std::string script = "x = list(kwargs.items())[2:]\n"
                                "return [k[17:] + ':' + str(v) for k, v in x] + ['']";
-    const ZEL_ChoiceList odd(ZEL_CHOICELIST_REPLACE, script.c_str(), TRK_SCRIPT_PYTHON);
-    const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, (script + " + ['']").c_str(),
-                              TRK_SCRIPT_PYTHON);
+    const ZEL_ChoiceList odd = pythonMenu(script);
+    const ZEL_ChoiceList menu = pythonMenu(script + " + ['']");
     EXPECT_EQ("nesting:1=index:3 =", namesOf(menu, &nested.parm("in3")));
     EXPECT_EQ("nesting:2=index2:3 index:2=", namesOf(odd, &nested.parm("x3_2")));
     EXPECT_EQ("", tracebacks.take());
@@ -185,9 +183,7 @@ TEST_F(PythonMenus, SurviveAnyNodePath)
     MenuNode strange(path.c_str());
     strange.buildNode();
     nodes.add(path, strange);
-    const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE,
-                              "return [kwargs['parm'].path(), str('x' in globals())]",
-                              TRK_SCRIPT_PYTHON);
+    const ZEL_ChoiceList menu = pythonMenu("return [kwargs['parm'].path(), str('x' in globals())]");
     EXPECT_EQ(path + "/menu=False", namesOf(menu, &strange.parm("menu")));
     EXPECT_EQ("", tracebacks.take());
 }
@@ -225,11 +221,9 @@ TEST_F(PythonMenus, ReachNodes)
 TEST_F(PythonMenus, EndCirclesWithAnEmptyMenu)
 {
     // The script reads "n", and reading it requests the menu again.
-    const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, "return [str(vmr.ch('n')), 'N']",
-                              TRK_SCRIPT_PYTHON);
+    const ZEL_ChoiceList menu = pythonMenu("return [str(vmr.ch('n')), 'N']");
     const ZEL_ChoiceList words(ZEL_CHOICELIST_REPLACE, "a A", TRK_SCRIPT_COMMAND);
-    const ZEL_ChoiceList failing(ZEL_CHOICELIST_REPLACE, "vmr.ch('n')\nraise KeyError",
-                                 TRK_SCRIPT_PYTHON);
+    const ZEL_ChoiceList failing = pythonMenu("vmr.ch('n')\nraise KeyError");
     std::string inner;
     nodes.evaluated = [&](const std::string &) { inner += namesOf(menu, menuParm()) + ";"; };
     EXPECT_EQ("0.5=N", namesOf(menu, menuParm()));
@@ -359,7 +353,7 @@ TEST(Python, WithoutAnInterpreterSaysSoInOneMessage)
     MenuNode node;
     node.buildNode();
     Tracebacks tracebacks;
-    const ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, "return ['a', 'A']", TRK_SCRIPT_PYTHON);
+    const ZEL_ChoiceList menu = pythonMenu("return ['a', 'A']");
     EXPECT_EQ("(null)", namesOf(menu, node.list->getParmPtr("menu")));
     EXPECT_EQ(
         std::string("Error running Python menu script in parameter,\n"

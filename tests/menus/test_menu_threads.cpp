@@ -98,12 +98,8 @@ TEST(MenuThreads, PythonNeverWaitsWhileSomebodyWaitsForIt)
     // thread that has the lock requests the interpreter.
     std::mutex lock;
     nodes.evaluated = [&](const std::string &) { const std::lock_guard<std::mutex> guard(lock); };
-    const ZEL_ChoiceList reading(ZEL_CHOICELIST_REPLACE,
-                                 "return [str(vmr.ch('n')), vmr.parm('menu').eval()]",
-                                 TRK_SCRIPT_PYTHON);
-    const ZEL_ChoiceList plain(ZEL_CHOICELIST_REPLACE,
-                               "return [str(sum(range(50))), kwargs['node'].name()]",
-                               TRK_SCRIPT_PYTHON);
+    const ZEL_ChoiceList reading = pythonMenu("return [str(vmr.ch('n')), vmr.parm('menu').eval()]");
+    const ZEL_ChoiceList plain = pythonMenu("return [str(sum(range(50))), kwargs['node'].name()]");
     std::atomic<int> wrong{0};
     onThreads(8, [&](int i) {
         // The first to come starts the interpreter.

@@ -61,6 +61,13 @@ inline std::string nodeNames(const KIT_Array<LNK_MicroNode *> &nodes)
     return names;
 }
 
+inline std::string inputNames(const LNK_MicroNode &node)
+{
+    KIT_Array<LNK_MicroNode *> inputs;
+    node.getInputs(inputs);
+    return nodeNames(inputs);
+}
+
 inline std::string joined(const KIT_StringArray &texts)
 {
     KIT_String text;
