@@ -139,11 +139,9 @@ bool ZEL_Instance::removeChannel(int index)
     }
     myChannels[index] = nullptr;
     if (TRK_Collection *collection = getChannelGroupPtr()) {
-        if (channel->getHolders() == TRK_Channel::Holders::ONE) {
-            // So that lists don't search all their components for it.
-            channel->setHolders(TRK_Channel::Holders::NONE);
-        }
-        collection->deleteChannel(channel);
+        // Told as the holder, so that lists don't search all their components for it. Not looked at
+        // here: while a list is destroyed, another component may have deleted it already.
+        collection->deleteChannel(channel, true);
     }
     return true;
 }

@@ -68,11 +68,14 @@ TRK_Channel *TRK_Collection::addChannel(const KIT_StringRef &name)
     return channel;
 }
 
-void TRK_Collection::deleteChannel(TRK_Channel *channel)
+void TRK_Collection::deleteChannel(TRK_Channel *channel, bool byItsHolder)
 {
     const auto place = std::find(myChannels.rbegin(), myChannels.rend(), channel);
     if (channel == nullptr || place == myChannels.rend()) {
         return;
+    }
+    if (byItsHolder && channel->getHolders() == TRK_Channel::Holders::ONE) {
+        channel->setHolders(TRK_Channel::Holders::NONE);
     }
     setChannelAlias(channel, KIT_StringRef());
     myByName.erase(channel->getName());

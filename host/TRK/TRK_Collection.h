@@ -55,8 +55,9 @@ public:
     TRK_Channel *findChannelOrAlias(const KIT_StringRef &name) const;
     /// Creates a channel without keys, or returns the existing one. Null for an invalid name.
     TRK_Channel *addChannel(const KIT_StringRef &name);
-    /// Destroys a channel of this collection; ignores others and null.
-    void deleteChannel(TRK_Channel *channel);
+    /// Destroys a channel of this collection; ignores others and null. With \p byItsHolder a channel
+    /// that has one holder is marked as held by none before the listeners are told.
+    void deleteChannel(TRK_Channel *channel, bool byItsHolder = false);
     /// False if the name is invalid or used by another channel. The creation order stays.
     bool renameChannel(TRK_Channel *channel, const KIT_StringRef &newName);
     /// A second name for references; null or empty removes it.

@@ -1,5 +1,6 @@
 // Numbers out of text, thread ids, per-thread records, the byte lock, relaxed words, accounts.
 
+#include <BAS/BAS_Allocate.h>
 #include <BAS/BAS_Memory.h>
 #include <BAS/BAS_Number.h>
 #include <BAS/BAS_PerThread.h>
