@@ -11,7 +11,8 @@
 ///             text gets no memory isn't added.
 /// Cost:       a look-up is one multiplication for the home slot and a short probe. Erasing values
 ///             that extend a pending shift, such as a range from its last to its first, doesn't
-///             touch the slots; the next insertion, or more shifts than are kept, rewrites them.
+///             touch the slots; the next insertion, or more shifts than are kept, rewrites them. A
+///             shift that all larger values are erased after costs nothing.
 #pragma once
 
 #include <KIT/KIT_ProbeTable.h>
@@ -53,6 +54,14 @@ public:
     bool removeIfValue(const KIT_StringRef &name, int value);
     /// Decrements every value greater than `value`.
     void shiftAbove(int value);
+    /// The same for the largest value of all, which was erased: no other changes, and pending shifts
+    /// that no value is left for are forgotten.
+    void dropLast(int value)
+    {
+        while (myNumShifts > 0 && present(myShifts[myNumShifts - 1].first) >= value) {
+            --myNumShifts;
+        }
+    }
     /// Gives each value `v` the value `to[v]`.
     void renumber(const std::int32_t *to);
 

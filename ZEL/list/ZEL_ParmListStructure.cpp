@@ -33,10 +33,13 @@ void ZEL_ParmList::takeOut(int index)
     const std::unique_ptr<ZEL_Parm> parm(myParms[index]);
     removeParmEntries(*parm, index);
     // Nothing follows the last parameter, and items are removed from the end: no indices to shift.
-    if (index < getEntries() - 1) {
-        myInstanceTokens.shiftAbove(index);
-        myInstanceChannels.shiftAbove(index);
-        myChannelAliases.shiftAbove(index);
+    const bool lastFlag = index == getEntries() - 1;
+    for (ZEL_NameTable *table : {&myInstanceTokens, &myInstanceChannels, &myChannelAliases}) {
+        if (lastFlag) {
+            table->dropLast(index);
+        } else {
+            table->shiftAbove(index);
+        }
     }
     myParms.removeIndex(index);
     ++myAddRemoveCount;

@@ -223,6 +223,11 @@ void ZEL_Multi::destroyChildParms()
     if (myNumItems == 0) {
         return;
     }
+    if (getParmList()->doAllChildrenFollow()) {
+        // The list is destroyed from its end: they are gone, and looking for them is a miss for each.
+        forgetItems();
+        return;
+    }
     {
         const Changing changing(*this);
         shrink(0);
@@ -237,6 +242,7 @@ void ZEL_Multi::forgetItems()
     }
     {
         const Changing changing(*this);
+        myNumItems = myInstancesPerItem == 0 ? 0 : myNumItems; // without children only a number
         while (myNumItems > 0) {
             --myNumItems;
             forgetItem();
@@ -513,9 +519,6 @@ bool ZEL_Multi::removeParms(int item)
 void ZEL_Multi::removeStrayParms(int firstItem, int lastItem)
 {
     ZEL_ParmList *list = getParmList();
-    if (list->doAllChildrenFollow()) {
-        return; // destroyed from the end: they are gone, and a search would be one for each nested block
-    }
     const bool isAll = firstItem == 0;
     std::unordered_set<const ZEL_Template *> leaving;
     for (int item = firstItem; !isAll && item <= lastItem; ++item) {

@@ -67,6 +67,16 @@ TEST(NameTable, AgreesWithAnOrderedMapThroughAnyHistory)
                         entry.second -= entry.second > closed;
                     }
                 }
+                // A tail of values, erased from its last to its first.
+                for (int last = 50; last > value && step % 20 == 0; --last) {
+                    for (auto at = model.begin(); at != model.end();) {
+                        if (at->second == last) {
+                            table.removeIfValue(KIT_StringHolder(at->first.c_str()), last);
+                        }
+                        at = at->second == last ? model.erase(at) : std::next(at);
+                    }
+                    table.dropLast(last);
+                }
             }
             const auto found = model.find(key);
             ASSERT_EQ(table.find(holder), found == model.end() ? -1 : found->second);
