@@ -104,7 +104,8 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     int getEntries() const { return int(myParms.size()); }
-    /// -1 for a null or unknown token. A template's token can't be hidden by an added one.
+    /// -1 for a null or unknown token. A template's token can't be hidden by an added one. A list that
+    /// shares its name with one of other templates has the indices of that one, those it has.
     int getParmIndex(const KIT_StringRef &token) const;
     int getParmIndex(const char *token) const { return getParmIndex(KIT_StringRef(token)); }
     int getParmIndex(const ZEL_Name &name) const;

@@ -214,7 +214,9 @@ void ZEL_ParmList::renameOpSharedInfo(const KIT_StringRef &oldName, const KIT_St
 int ZEL_ParmList::getParmIndex(const KIT_StringRef &token) const
 {
     const int index = mySharedInfo->parmTokens().find(token);
-    return index >= 0 ? index : myInstanceTokens.find(token);
+    // The tables that a name shares may come from other templates, more than this list has.
+    return std::uint64_t(index) < std::uint64_t(myParms.size()) ? index
+                                                                : myInstanceTokens.find(token);
 }
 
 int ZEL_ParmList::getParmIndex(const ZEL_Name &name) const
@@ -269,7 +271,7 @@ int ZEL_ParmList::getParmIndexFromChannel(const KIT_StringRef &token, int *subIn
     if (index < 0) {
         index = mySharedInfo->channelTokens().find(token);
     }
-    if (index < 0) {
+    if (std::uint64_t(index) >= std::uint64_t(myParms.size())) {
         index = myInstanceChannels.find(token);
     }
     const ZEL_Parm *parm = getParmPtr(index);

@@ -25,6 +25,7 @@ ZEL_Template theTemplates[] = {ZEL_Template(ZEL_XYZ, 3, &theTranslate),
 ZEL_Template theOthers[] = {
     ZEL_Template(ZEL_INT, 1, &theCopies), ZEL_Template(ZEL_FLT, 1, &theScale),
     ZEL_Template(ZEL_XYZ, 3, &theTranslate), ZEL_Template(ZEL_FLT, 1, &theExtra), ZEL_Template()};
+ZEL_Template theExtraAlone[] = {ZEL_Template(ZEL_FLT, 1, &theExtra), ZEL_Template()};
 ZEL_Template theTerminator[] = {ZEL_Template()};
 
 } // namespace
@@ -126,6 +127,12 @@ TEST(Lists, TheFirstListOfANameDecides)
     int sub = 9;
     EXPECT_EQ(second.getParmIndexFromChannel("ty", &sub), -1)
         << "the parameter there doesn't have that component";
+
+    ZEL_ParmList small(theExtraAlone, nullptr, nullptr, nullptr, "shared", false);
+    small.appendParm(new ZEL_Parm(&theOthers[1], &small));
+    EXPECT_EQ(small.getParmIndex("copies"), -1) << "an index that this list doesn't have";
+    EXPECT_EQ(small.getParmIndex("scale"), 1) << "the tables have 1, too";
+    EXPECT_EQ(small.getParmIndexFromChannel("copies", nullptr), -1);
 
     ZEL_ParmList::renameOpSharedInfo("shared", "renamed");
     ZEL_ParmList third(theOthers, nullptr, nullptr, nullptr, "renamed", false);
