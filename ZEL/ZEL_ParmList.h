@@ -214,6 +214,9 @@ public:
     /// Whether the text form can hold a parameter of that name: one word, not "}", and without the
     /// "#" of a comment in front.
     static bool isTextName(const KIT_StringRef &token);
+    /// Whether a file that starts with these bytes can be what `save` wrote, in either form: a test for
+    /// KIT_IFStream.
+    static bool canBeStream(std::string_view start);
     /// Reads what `save` wrote, text or binary as the stream is; `name` names it in messages and
     /// may be null. A parameter that isn't in the stream keeps its value. Entries that this list
     /// doesn't have are loaded into `fallbackList`, which may be null; names in neither are first

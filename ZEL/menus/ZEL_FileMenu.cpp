@@ -162,11 +162,8 @@ void ZEL_FileMenu::fill()
     KIT_StringArray files;
     KIT_PathSearch::getInstance(0).findAllFiles(menu.file, files);
     for (const KIT_String &file : files) {
-        constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
         KIT_IFStream is(file.c_str());
-        if (is.rest().substr(0, byteOrderMark.size()) == byteOrderMark) {
-            is.seekg(std::int64_t(byteOrderMark.size()));
-        }
+        is.skipByteOrderMark();
         readRows(is);
     }
     if (myRows.empty()) {

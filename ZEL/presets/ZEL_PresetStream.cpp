@@ -57,6 +57,7 @@ bool fail(ZEL_ErrorCode code, const char *text)
 
 bool loadHeader(KIT_IStream &is)
 {
+    is.skipByteOrderMark();
     if (!is.checkToken(theHeader)) {
         return fail(ZEL_ERR_PRESET_HEADER, nullptr);
     }

@@ -166,6 +166,9 @@ void ZEL_ParmListReader::offerUnknownNames(KIT_StringArray &names)
 
 ZEL_ParmListReader::Result ZEL_ParmListReader::read(KIT_IStream &is)
 {
+    if (!is.isBinary()) {
+        is.skipByteOrderMark();
+    }
     if (myList.getParmOwner()) {
         KIT_StringArray names;
         readUnknownNames(is, names);

@@ -48,6 +48,16 @@ void ZEL_ParmList::saveSingle(ZEL_Parm *parm, std::ostream &os, bool binary) con
     }
 }
 
+bool ZEL_ParmList::canBeStream(std::string_view start)
+{
+    if (start.find('\0') == std::string_view::npos) {
+        return true;
+    }
+    KIT_IStream is(start.data(), start.size(), KIT_IStream::BINARY);
+    std::uint16_t classId = 0;
+    return is.bread(classId) && classId == ZELlistPacketClass();
+}
+
 bool ZEL_ParmList::load(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList)
 {
     const ZEL_StreamLimit limit(is.remaining());

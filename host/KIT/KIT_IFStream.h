@@ -8,6 +8,8 @@
 
 #include <KIT/KIT_IStream.h>
 
+#include <string_view>
+
 class KIT_API KIT_IFStream : public KIT_IStream
 {
 public:
@@ -19,4 +21,9 @@ public:
     };
 
     explicit KIT_IFStream(const char *path, Mode mode = TEXT, Contents contents = ANY_BYTES);
+
+    /// Whether a file of at least a MiB that starts with these bytes can be what the caller expects.
+    using Test = bool (*)(std::string_view start);
+    /// Reads no more, and sets errno to EILSEQ, where it can't: a device has no end.
+    KIT_IFStream(const char *path, Mode mode, Test test);
 };

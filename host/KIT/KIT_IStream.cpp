@@ -8,6 +8,7 @@
 #include <cstring>
 #include <istream>
 #include <limits>
+#include <utility>
 
 // ------------------------------------------------------------------ //
 // Construction
@@ -51,8 +52,9 @@ void KIT_IStream::adoptData(std::string &&data, const char *name)
     myReadableFlag = true;
 }
 
-/// With `wordsFlag`, gives up after the first MiB of what can't be a text: a device has no end.
-bool KIT_IStream::readAll(std::istream &stream, std::string &data, bool wordsFlag)
+/// Gives up after the first MiB if that fails the test.
+bool KIT_IStream::readAll(std::istream &stream, std::string &data,
+                          bool (*test)(std::string_view start))
 {
     constexpr size_t theStart = 1 << 20;
     if (!stream.good()) {
@@ -62,9 +64,8 @@ bool KIT_IStream::readAll(std::istream &stream, std::string &data, bool wordsFla
     do {
         stream.read(chunk, sizeof(chunk));
         data.append(chunk, static_cast<size_t>(stream.gcount()));
-        if (wordsFlag && data.size() >= theStart) {
-            wordsFlag = false; // looked at once
-            if (data.find('\0') != std::string::npos) {
+        if (test && data.size() >= theStart) {
+            if (!std::exchange(test, nullptr)(data)) {
                 errno = EILSEQ;
                 return false;
             }
@@ -120,6 +121,13 @@ void KIT_IStream::skipWhitespace()
 {
     while (myPosition < myLimit && isWhitespace(myData[myPosition])) {
         ++myPosition;
+    }
+}
+
+void KIT_IStream::skipByteOrderMark()
+{
+    if (rest().substr(0, theByteOrderMark.size()) == theByteOrderMark) {
+        myPosition += static_cast<int64_t>(theByteOrderMark.size());
     }
 }
 

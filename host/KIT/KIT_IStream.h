@@ -180,10 +180,14 @@ public:
     /// ends in a letter, digit or underscore must not be followed by another one.
     bool checkToken(const char *token);
     void skipWhitespace();
+    /// Skips the byte order mark of UTF-8 at the position, which some editors put at the start of a
+    /// text; for readers of whole texts.
+    void skipByteOrderMark();
     /// The next byte, 0 to 255, or -1 at the limit; get() also consumes it.
     int peek() const { return eof() ? -1 : static_cast<unsigned char>(myData[myPosition]); }
     int get() { return eof() ? -1 : static_cast<unsigned char>(myData[myPosition++]); }
 
+    static constexpr std::string_view theByteOrderMark = "\xEF\xBB\xBF";
     static bool isWhitespace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 protected:
@@ -191,7 +195,8 @@ protected:
     explicit KIT_IStream(Mode mode);
     /// Takes over the bytes and starts at the first.
     void adoptData(std::string &&data, const char *name);
-    static bool readAll(std::istream &stream, std::string &data, bool wordsFlag = false);
+    static bool readAll(std::istream &stream, std::string &data,
+                        bool (*test)(std::string_view start) = nullptr);
 
 private:
     template <class T>

@@ -46,7 +46,10 @@ class STO_IndexFile::Parser
 public:
     Parser(STO_IndexFile &index, std::string_view bytes, const char *name)
         : myIndex(index), myRest(bytes), myName(name ? name : "")
-    {}
+    {
+        const std::string_view mark = KIT_IStream::theByteOrderMark;
+        myRest.remove_prefix(startsWith(bytes, mark) ? mark.size() : 0);
+    }
 
     void parse()
     {

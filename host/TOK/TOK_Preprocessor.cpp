@@ -32,6 +32,11 @@ bool readFile(const std::string &path, std::string &text)
     return stream.breadRaw(text.data(), text.size()) && stream.isReadable();
 }
 
+bool startsWith(std::string_view text, std::string_view start)
+{
+    return text.substr(0, start.size()) == start;
+}
+
 std::string joined(const std::string &folder, const std::string &path)
 {
     return folder.empty() || folder.back() == '/' ? folder + path : folder + '/' + path;
@@ -77,12 +82,11 @@ void TOK_Preprocessor::openFile(const char *fileName)
 
 void TOK_Preprocessor::pushFile(std::string &&text, const std::string &name)
 {
-    static constexpr std::string_view theByteOrderMark = "\xEF\xBB\xBF";
     std::unique_ptr<Source> source = std::make_unique<Source>();
     source->text = std::move(text);
     std::string_view view = source->text;
-    if (view.substr(0, theByteOrderMark.size()) == theByteOrderMark) {
-        view.remove_prefix(theByteOrderMark.size());
+    if (startsWith(view, KIT_IStream::theByteOrderMark)) {
+        view.remove_prefix(KIT_IStream::theByteOrderMark.size());
     }
     source->lexer = TOK_Lexer(view, true);
     source->fileName = myNames.emplace_back(name).c_str();

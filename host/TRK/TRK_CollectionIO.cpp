@@ -602,6 +602,7 @@ void TRK_CollectionReader::store(const Data &data)
 bool TRK_Collection::load(KIT_IStream &stream)
 {
     if (!stream.isBinary()) {
+        stream.skipByteOrderMark();
         return TRK_CollectionReader(stream, *this).read();
     }
     KIT_WorkBuffer text;

@@ -1,5 +1,8 @@
 // Presets: their text, with an owner and without; where they are found; saving and deleting them.
 
+#include <DS/DS_Stream.h>
+#include <KIT/KIT_AutoJSONParser.h>
+#include <KIT/KIT_JSONValue.h>
 #include <STO/STO_IndexFile.h>
 #include <STO/STO_Reader.h>
 #include <ZEL/ZEL_PresetInfo.h>
@@ -35,6 +38,15 @@ std::string indexOf(const std::vector<std::pair<std::string, std::string>> &sect
     }
     std::ostringstream os;
     index.write(os);
+    return os.str();
+}
+
+std::string channelsOfOne()
+{
+    TRK_Collection channels;
+    channels.addChannel("c");
+    std::ostringstream os;
+    channels.save(os);
     return os.str();
 }
 
@@ -113,6 +125,53 @@ struct PresetOwner : TestOwner
 // ---------------------------------------------------------------------- //
 // The text of a preset
 // ---------------------------------------------------------------------- //
+
+TEST_F(Presets, EveryReaderOfTextSkipsAByteOrderMark)
+{
+    const std::string mark = "\xEF\xBB\xBF";
+    const std::pair<std::string, std::function<bool(KIT_IStream &)>> readers[] = {
+        {valuesOf(3),
+         [](KIT_IStream &is) {
+             Number one;
+             ZEL_PresetInfo info("Obj", "light");
+             return info.loadPreset(one.list.get(), is) && one.list->evalFloat("p", 0, 0.0) == 3.0;
+         }},
+        {"{\nversion 0.8\np\t[ 0\tlocks=0 ]\t(\t3\t)\n}\n",
+         [](KIT_IStream &is) {
+             Number one;
+             one.list->load(is, nullptr, nullptr);
+             return one.list->evalFloat("p", 0, 0.0) == 3.0;
+         }},
+        {channelsOfOne(),
+         [](KIT_IStream &is) {
+             TRK_Collection channels;
+             return channels.load(is) && channels.entries() == 1;
+         }},
+        {indexOf({{"one", "text"}}),
+         [](KIT_IStream &is) {
+             STO_IndexFile index;
+             return index.read(is.rest(), "index") && index.findSection("one") == 0;
+         }},
+        {"[1]",
+         [](KIT_IStream &is) {
+             KIT_AutoJSONParser parser(is);
+             KIT_JSONValue value;
+             return value.parseValue(parser) && value.getArray();
+         }},
+        {"{ a b }",
+         [](KIT_IStream &is) {
+             DS_Stream stream(is, "s", true);
+             return bool(stream.getOpenBrace());
+         }},
+    };
+    for (const auto &[text, read] : readers) {
+        for (const std::string &whole : {text, mark + text}) {
+            KIT_IStream is(whole.data(), whole.size(), KIT_IStream::TEXT);
+            EXPECT_TRUE(read(is)) << whole;
+        }
+        EXPECT_EQ(takeMessages(), "") << text;
+    }
+}
 
 TEST_F(Presets, TheHeaderIsExact)
 {

@@ -189,7 +189,7 @@ KIT_IStream::Mode ZELT_Session::streamMode(const KIT_IStream &is)
 std::string ZELT_Session::loadValues(const std::string &file)
 {
     errno = 0;
-    KIT_IFStream is(file.c_str());
+    KIT_IFStream is(file.c_str(), KIT_IStream::TEXT, ZEL_ParmList::canBeStream);
     if (!is.isReadable()) {
         return unreadable();
     }
@@ -202,7 +202,7 @@ std::string ZELT_Session::loadValues(const std::string &file)
 std::string ZELT_Session::loadChannels(const std::string &file)
 {
     errno = 0;
-    KIT_IFStream is(file.c_str());
+    KIT_IFStream is(file.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
     if (!is.isReadable()) {
         return unreadable();
     }
