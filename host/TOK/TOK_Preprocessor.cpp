@@ -52,7 +52,8 @@ bool isNameEnd(std::string_view rest)
 } // namespace
 
 TOK_Preprocessor::TOK_Preprocessor(TOK_TokenStream &owner)
-    : myOwner(owner), myIncludeDepth(TOK_Limits::theIncludeDepth)
+    : myOwner(owner), myIncludeDepth(TOK_Limits::theIncludeDepth),
+      myConfinedFlag(TOK_TokenStream::areAllIncludesConfined())
 {}
 
 TOK_Preprocessor::~TOK_Preprocessor() = default;
@@ -341,6 +342,10 @@ void TOK_Preprocessor::runInclude(std::string_view rest)
     const std::string found = findInclude(path, close == '"');
     if (found.empty()) {
         error("can't find the file to include: '" + path + "'");
+    } else if (!mayInclude(found)) {
+        error(
+            "the file to include lies outside the folders of the script and of the search path: '" +
+            found + "'");
     } else if (isBeingRead(found)) {
         error("a file includes itself: '" + found + "'");
     } else if (myFileDepth > myIncludeDepth) {
@@ -369,6 +374,24 @@ std::string TOK_Preprocessor::findInclude(const std::string &path, bool beside) 
     }
     const auto found = std::find_if(candidates.begin(), candidates.end(), isPlainFile);
     return found == candidates.end() ? std::string() : *found;
+}
+
+bool TOK_Preprocessor::mayInclude(const std::string &path) const
+{
+    if (!myConfinedFlag) {
+        return true;
+    }
+    const std::string file = identityOf(path);
+    const auto holds = [&file](const std::string &folder) {
+        const std::string whole = identityOf(folder);
+        return !whole.empty() && startsWith(file, whole.back() == '/' ? whole : whole + '/');
+    };
+    const std::string first = mySources.front()->fileName;
+    const std::size_t slash = first.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : first.substr(0, slash + 1);
+    return (!first.empty() && holds(folder)) ||
+           std::any_of(myFolders.begin(), myFolders.end(), holds) ||
+           std::any_of(myPath.begin(), myPath.end(), holds);
 }
 
 bool TOK_Preprocessor::isBeingRead(const std::string &path) const

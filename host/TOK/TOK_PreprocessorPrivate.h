@@ -40,6 +40,7 @@ public:
 
     void setOptions(const char *const *options);
     void setPath(const char *folders);
+    void setConfined(bool confined) { myConfinedFlag = confined; }
 
 private:
     struct Source
@@ -87,6 +88,7 @@ private:
     Group *currentGroup(const char *word);
 
     std::string findInclude(const std::string &path, bool beside) const;
+    bool mayInclude(const std::string &path) const;
     void includeFile(const std::string &path);
     bool isBeingRead(const std::string &path) const;
     bool expandMacro(std::string_view word);
@@ -118,4 +120,5 @@ private:
     bool myPlainHashFlag = true;
     bool myStoppedFlag = false;
     bool myReadableFlag = true;
+    bool myConfinedFlag;
 };

@@ -6,9 +6,17 @@
 #include <TOK/TOK_PreprocessorPrivate.h>
 
 #include <algorithm>
+#include <atomic>
 #include <string>
 #include <string_view>
 #include <utility>
+
+namespace
+{
+
+std::atomic<bool> theConfinedFlag = false;
+
+} // namespace
 
 TOK_TokenStream::TOK_TokenStream(KIT_IStream &stream, const char *name)
     : myPreprocessor(std::make_unique<TOK_Preprocessor>(*this))
@@ -80,6 +88,21 @@ void TOK_TokenStream::setCPPOptions(const char *const *options)
 void TOK_TokenStream::setIncludePath(const char *folders)
 {
     myPreprocessor->setPath(folders);
+}
+
+void TOK_TokenStream::setIncludesConfined(bool confined)
+{
+    myPreprocessor->setConfined(confined);
+}
+
+void TOK_TokenStream::setAllIncludesConfined(bool confined)
+{
+    theConfinedFlag = confined;
+}
+
+bool TOK_TokenStream::areAllIncludesConfined()
+{
+    return theConfinedFlag;
 }
 
 void TOK_TokenStream::cppWarning(const char *text)

@@ -46,6 +46,9 @@
 ///     -Ifolder                        one more folder of the search path; allows -H
 ///
 /// Until a list is given, -h, -H and -x are set.
+///
+/// *Confined* includes are those of files in or below the folder of the first file, or a folder of the
+/// search path, after all symbolic links are followed. Any other one is an error, and isn't opened.
 
 #pragma once
 
@@ -103,6 +106,13 @@ public:
     /// The folders of the search path after those of -I, separated by colons. The initial value is
     /// the environment variable ZEL_PATH.
     void setIncludePath(const char *folders);
+    /// Whether includes are confined. The initial value is that of the process. Must be called before
+    /// the first token.
+    void setIncludesConfined(bool confined);
+    /// The initial value for streams that are opened from now on; false until it is set. For
+    /// applications that read files of unknown origin; set it before starting threads that read.
+    static void setAllIncludesConfined(bool confined);
+    static bool areAllIncludesConfined();
 
     /// The position of the token read last; null for a source without a name.
     const TOK_Manager *getManager() const { return myManager.get(); }

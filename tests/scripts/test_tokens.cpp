@@ -257,6 +257,55 @@ TEST(Tokens, FilesAreIncluded)
     EXPECT_EQ(ReadText("#include <two.ds>\n#include \"two.ds\"", options).tokens, "two two");
 }
 
+TEST(Tokens, ConfinedIncludesLeadOutOfNoFolder)
+{
+    const ScriptFolder folder;
+    folder.write("out/secret.ds", "secret");
+    folder.write("in/out.ds", "wrong");
+    folder.write("in/sub/one.ds", "one\n#include \"../two.ds\"");
+    folder.write("in/two.ds", "two");
+    folder.write("path/three.ds", "three");
+    folder.write("path-2/four.ds", "four");
+    std::filesystem::create_symlink(folder.path("out"), folder.path("in/linked"));
+    std::filesystem::create_symlink(folder.path("out/secret.ds"), folder.path("path/secret.ds"));
+    std::filesystem::create_symlink(folder.path("in"), folder.path("same"));
+
+    const std::pair<std::string, const char *> cases[] = {
+        {"\"sub/one.ds\"", "one two"},
+        {"<three.ds>", "three"},
+        {"\"" + folder.path("same/two.ds") + "\"", "two"},
+        {"\"" + folder.path("path/three.ds") + "\"", "three"},
+        {"\"../out/secret.ds\"", nullptr},
+        {"\"linked/secret.ds\"", nullptr},
+        {"<secret.ds>", nullptr},
+        {"<../path-2/four.ds>", nullptr},
+        {"\"" + folder.path("out/secret.ds") + "\"", nullptr},
+    };
+    // By one stream's own setting, or by the process's.
+    for (const bool processFlag : {false, true}) {
+        for (const auto &[name, tokens] : cases) {
+            const std::string root = folder.write("in/root.ds", "\n#include " + name);
+            KIT_ErrorManager::Scope scope(1);
+            TOK_TokenStream::setAllIncludesConfined(processFlag);
+            TOK_TokenStream stream(folder.path("same/root.ds").c_str(), -1);
+            TOK_TokenStream::setAllIncludesConfined(false);
+            stream.setIncludePath(folder.path("path").c_str());
+            if (!processFlag) {
+                stream.setIncludesConfined(true);
+            }
+            EXPECT_EQ(tokensOf(stream), tokens ? tokens : "") << name;
+            ASSERT_EQ(scope.getManager().entries(), tokens ? 0 : 1) << name;
+            const std::string text = tokens ? "" : scope.getManager().getError(0).text;
+            EXPECT_EQ(text.find("root.ds(2): the file to include lies outside"),
+                      tokens ? std::string::npos : folder.path("same/").size())
+                << text;
+            TOK_TokenStream free(root.c_str(), -1);
+            free.setIncludePath(folder.path("path").c_str());
+            EXPECT_NE(tokensOf(free), "") << name;
+        }
+    }
+}
+
 TEST(Tokens, IncludesThatFailAreToldAndSkipped)
 {
     const ScriptFolder folder;
