@@ -90,7 +90,8 @@ public:
     /// Saves to any file; the path is as for loadPresetFile().
     bool savePresetFile(ZEL_ParmList *list, const char *path);
     /// Saves into the preset file below a save folder, replacing the preset of that name and
-    /// keeping the others. On failure the file doesn't change.
+    /// keeping the others. On failure the file doesn't change. Refused if the path has a variable,
+    /// as in a table "$HOME": loading would expand it.
     bool savePresetToDir(ZEL_ParmList *list, const char *name, const char *dir);
     /// Deletes from the preset file below a save folder or, with a null `dir`, from the file in
     /// which the preset was found. False, and nothing changed, if there is no such preset.

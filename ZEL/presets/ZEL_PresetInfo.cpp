@@ -1,5 +1,6 @@
 #include <ZEL/ZEL_PresetInfo.h>
 
+#include <BAS/BAS_Character.h>
 #include <KIT/KIT_Directory.h>
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
@@ -38,6 +39,16 @@ KIT_String withoutSlashes(KIT_String text)
         text.truncate(text.length() - 1);
     }
     return text;
+}
+
+/// Whether reading the path expands a variable, now or where it is set.
+bool hasVariable(const std::string &path)
+{
+    std::size_t at = path.find('$');
+    while (at != std::string::npos && path[at + 1] != '{' && !BASisWordChar(path[at + 1])) {
+        at = path.find('$', at + 1);
+    }
+    return at != std::string::npos;
 }
 
 bool isSaveDir(const std::string &dir)
@@ -217,15 +228,15 @@ void ZEL_PresetInfo::setIndexFile(const char *file)
 // ---------------------------------------------------------------------- //
 
 /// The preset file below a save folder; "" for any other folder, and when links or the file's name
-/// lead outside of it.
+/// lead outside of it, or its name has variables.
 std::string ZEL_PresetInfo::findSaveFile(const char *dir) const
 {
     const std::string folder = folderOf(dir);
+    const std::string file = folder + "/" + myPresetFile.toStdString();
     if (!isSaveDir(folder) || !KIT_PathSearch::isPlainName(myPresetFile) ||
-        myPresetFile.findChar('?')) {
+        myPresetFile.findChar('?') || hasVariable(file)) {
         return "";
     }
-    const std::string file = folder + "/" + myPresetFile.toStdString();
     return STO_Info::leadsBelow(file.c_str(), folder.c_str()) ? file : "";
 }
 

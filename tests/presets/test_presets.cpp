@@ -540,7 +540,8 @@ TEST_F(Presets, OnlySaveFoldersAreWritten)
     }
     EXPECT_FALSE(presets.savePresetToDir(number.list.get(), "x", nullptr));
     EXPECT_FALSE(presets.deletePresetFromDir("theirs", nullptr));
-    for (const char *table : {"../../outside", "..", "a/../../..", ".", "", "/", "a//b"}) {
+    for (const char *table : {"../../outside", "..", "a/../../..", ".", "", "/", "a//b", "$HOME",
+                              "a/${ZEL_TEST_NOT_SET}", "Obj$_x"}) {
         ZEL_PresetInfo other(table, "light");
         EXPECT_FALSE(other.savePresetToDir(number.list.get(), "x", in("a").c_str())) << table;
     }
