@@ -163,6 +163,7 @@ public:
     explicit ZEL_DataUndoData(KIT_Array<ZEL_Data::Item> items) : myItems(std::move(items)) {}
     ~ZEL_DataUndoData() override;
 
+    std::int64_t getMemoryUsage() const override;
     const KIT_Array<ZEL_Data::Item> &getItems() const { return myItems; }
 
 private:

@@ -20,6 +20,7 @@
 #include <ZEL/ZEL_API.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
@@ -31,6 +32,9 @@ public:
     ZEL_UndoData(const ZEL_UndoData &) {}
     ZEL_UndoData &operator=(const ZEL_UndoData &) { return *this; }
     virtual ~ZEL_UndoData();
+
+    /// Bytes, what it shares with others included: for whoever limits what undo keeps.
+    virtual std::int64_t getMemoryUsage() const;
 };
 
 /// A list's snapshot: see `ZEL_ParmList::saveUndoData`.
@@ -43,6 +47,7 @@ public:
     explicit ZEL_InstanceUndoData(std::string bytes) : myBytes(std::move(bytes)) {}
     ~ZEL_InstanceUndoData() override;
 
+    std::int64_t getMemoryUsage() const override;
     const char *data() const { return myBytes.data(); }
     std::size_t length() const { return myBytes.size(); }
 

@@ -174,6 +174,15 @@ bool ZEL_Data::loadBinary(KIT_IStream &is)
 
 ZEL_DataUndoData::~ZEL_DataUndoData() = default;
 
+std::int64_t ZEL_DataUndoData::getMemoryUsage() const
+{
+    auto bytes = std::int64_t(sizeof(*this));
+    for (const ZEL_Data::Item &item : myItems) {
+        bytes += std::int64_t(sizeof(item)) + (item ? item->getMemoryUsage() : 0);
+    }
+    return bytes;
+}
+
 bool ZEL_Data::saveUndoData(std::shared_ptr<ZEL_UndoData> &data) const
 {
     KIT_Array<Item> items(getVectorSize());

@@ -5,6 +5,7 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
+#include <ZEL/ZEL_Data.h>
 #include <ZEL/ZEL_Parm.h>
 
 #include <algorithm>
@@ -83,8 +84,14 @@ void restoreItems(ZEL_ParmList &parms, const ZEL_UndoDataArray &values)
     }
 }
 
-bool isSameText(const ZEL_UndoData *a, const ZEL_UndoData *b)
+bool isSameData(const ZEL_UndoData *a, const ZEL_UndoData *b)
 {
+    const auto *const items = dynamic_cast<const ZEL_DataUndoData *>(a);
+    const auto *const others = dynamic_cast<const ZEL_DataUndoData *>(b);
+    if (items && others) {
+        return std::equal(items->getItems().begin(), items->getItems().end(),
+                          others->getItems().begin(), others->getItems().end());
+    }
     const auto *const first = dynamic_cast<const ZEL_InstanceUndoData *>(a);
     const auto *const second = dynamic_cast<const ZEL_InstanceUndoData *>(b);
     return first && second &&
@@ -111,6 +118,16 @@ bool ZELX_NodeState::isSame(const ZELX_NodeState &other) const
 {
     return myWholeFlag && other.myWholeFlag && myText == other.myText &&
            myChannels == other.myChannels && myAliases == other.myAliases;
+}
+
+std::int64_t ZELX_NodeState::getMemoryUsage() const
+{
+    auto bytes = std::int64_t(sizeof(*this) + myText.capacity() + myChannels.capacity() +
+                              myAliases.capacity());
+    for (const auto &[token, data] : myValues) {
+        bytes += std::int64_t(sizeof(token) + sizeof(data)) + (data ? data->getMemoryUsage() : 0);
+    }
+    return bytes;
 }
 
 void ZELX_NodeState::restore(ZELX_Node &node) const
@@ -147,7 +164,7 @@ void ZELX_NodeState::keepDifference(ZELX_NodeState &before, ZELX_NodeState &afte
     ZEL_UndoDataArray changedFrom;
     ZEL_UndoDataArray changedTo;
     for (std::int64_t i = 0; i < from.size(); ++i) {
-        if (!isSameText(from[i].second.get(), to[i].second.get())) {
+        if (!isSameData(from[i].second.get(), to[i].second.get())) {
             changedFrom.append(from[i]);
             changedTo.append(to[i]);
         }

@@ -13,6 +13,7 @@
 
 #include <ZEL/ZEL_UndoData.h>
 
+#include <cstdint>
 #include <string>
 
 class ZELX_Node;
@@ -28,6 +29,7 @@ public:
     void restore(ZELX_Node &node) const;
     /// Whether two whole states are the same. False for partial ones.
     bool isSame(const ZELX_NodeState &other) const;
+    std::int64_t getMemoryUsage() const;
     /// Cuts two whole states of one node down to what differs, where both have the same parameters
     /// and channels.
     static void keepDifference(ZELX_NodeState &before, ZELX_NodeState &after);

@@ -23,12 +23,28 @@ bool ZELX_UndoStack::end()
         return false;
     }
     ZELX_NodeState::keepDifference(entry.before, entry.after);
+    entry.bytes = std::int64_t(sizeof(entry) + entry.label.capacity()) +
+                  entry.before.getMemoryUsage() + entry.after.getMemoryUsage();
     myUndone.clear();
     myDone.push_back(std::move(entry));
-    while (myDone.size() > myMost) {
+    std::int64_t bytes = getMemoryUsage();
+    while (myDone.size() > myMost || (bytes > myMostBytes && myDone.size() > 1)) {
+        bytes -= myDone.front().bytes;
         myDone.pop_front();
     }
     return true;
+}
+
+std::int64_t ZELX_UndoStack::getMemoryUsage() const
+{
+    std::int64_t bytes = 0;
+    for (const Entry &entry : myDone) {
+        bytes += entry.bytes;
+    }
+    for (const Entry &entry : myUndone) {
+        bytes += entry.bytes;
+    }
+    return bytes;
 }
 
 void ZELX_UndoStack::endOrForget() noexcept

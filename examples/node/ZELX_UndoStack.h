@@ -3,7 +3,8 @@
 ///
 /// Vocabulary: *step* = what one undo takes back, however many changes an edit consists of; steps
 ///             nest, and only the outermost counts.
-/// Units:      as many steps as the stack was made for; the oldest is dropped first.
+/// Units:      as many steps, and bytes, as the stack was made for; the oldest is dropped first. The
+///             last step is kept whatever it takes.
 /// Ownership:  owns what its steps remember, borrows the node, which must outlive it.
 /// Threads:    the thread that owns the node.
 /// Errors:     false where there is nothing to do. ZELX_NodeState.h lists what is left alone. Out of
@@ -21,6 +22,7 @@
 #include "ZELX_NodeState.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <string>
 #include <vector>
@@ -31,9 +33,11 @@ class ZELX_UndoStack
 {
 public:
     static constexpr std::size_t theUsualMost = 200;
+    static constexpr std::int64_t theUsualBytes = std::int64_t(1) << 28;
 
-    explicit ZELX_UndoStack(ZELX_Node &node, std::size_t most = theUsualMost)
-        : myNode(node), myMost(most)
+    explicit ZELX_UndoStack(ZELX_Node &node, std::size_t most = theUsualMost,
+                            std::int64_t mostBytes = theUsualBytes)
+        : myNode(node), myMost(most), myMostBytes(mostBytes)
     {}
     ZELX_UndoStack(const ZELX_UndoStack &) = delete;
     ZELX_UndoStack &operator=(const ZELX_UndoStack &) = delete;
@@ -71,6 +75,8 @@ public:
         myDone.clear();
         myUndone.clear();
     }
+    /// Bytes of all steps, those that can be done again included.
+    std::int64_t getMemoryUsage() const;
     std::size_t getUndoCount() const { return myDone.size(); }
     std::size_t getRedoCount() const { return myUndone.size(); }
     /// The label of the step that comes next; "" without one.
@@ -83,10 +89,12 @@ private:
         std::string label;
         ZELX_NodeState before;
         ZELX_NodeState after;
+        std::int64_t bytes = 0;
     };
 
     ZELX_Node &myNode;
     std::size_t myMost;
+    std::int64_t myMostBytes;
     std::deque<Entry> myDone;    ///< what undo takes back, the next one last
     std::vector<Entry> myUndone; ///< what redo does again, the next one last
     Entry myOpen;

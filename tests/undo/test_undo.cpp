@@ -4,6 +4,7 @@
 #include <persistence/StreamList.h>
 #include <undo/UndoNode.h>
 
+#include <node/ZELX_Snapshots.h>
 #include <node/ZELX_UndoStack.h>
 
 #include <gtest/gtest.h>
@@ -383,6 +384,44 @@ TEST(UndoStack, StepsNestAreBoundedAndEmptyOnesLeaveNoEntry)
     ASSERT_TRUE(undo.undo() && undo.undo());
     EXPECT_EQ(p.parms().evalFloat("t", 0, 0.0), 2.0);
     EXPECT_FALSE(undo.undo()) << "older steps are gone";
+}
+
+TEST(UndoStack, TheOldestStepsAndSnapshotsGoWhereTheirBytesExceedTheLimit)
+{
+    constexpr std::int64_t theBytes = 100000;
+    UndoNode p;
+    ZELX_UndoStack undo(p.node, 1000, theBytes);
+    ZELX_Snapshots snapshots(theBytes);
+    std::size_t dropped = 0;
+    for (int i = 0; i < 1000; ++i) {
+        const ZELX_UndoStack::Step step(undo, std::to_string(i));
+        p.set("t", i + 1);
+        dropped += snapshots.put(std::to_string(i), ZELX_NodeState(p.node)).size();
+        ASSERT_LE(undo.getMemoryUsage(), theBytes);
+    }
+    EXPECT_GT(undo.getUndoCount(), 20u);
+    EXPECT_LT(undo.getUndoCount(), 1000u);
+    EXPECT_EQ(snapshots.getNames().size(), 1000 - dropped);
+    EXPECT_GT(snapshots.getNames().size(), 1u);
+    EXPECT_EQ(snapshots.find("0"), nullptr);
+    ASSERT_NE(snapshots.find("998"), nullptr);
+    snapshots.find("998")->restore(p.node);
+    EXPECT_EQ(p.parms().evalFloat("t", 0, 0.0), 999.0);
+    while (undo.undo()) {
+        ASSERT_LE(undo.getMemoryUsage(), theBytes);
+    }
+    EXPECT_EQ(p.parms().evalFloat("t", 0, 0.0), double(1000 - undo.getRedoCount()));
+
+    // The last is kept whatever it takes; one of the same name is replaced.
+    ZELX_UndoStack tight(p.node, 1000, 1);
+    ZELX_Snapshots tightest(1);
+    for (const char *name : {"a", "b", "b"}) {
+        const ZELX_UndoStack::Step step(tight, name);
+        p.set("t", -p.parms().evalFloat("t", 0, 0.0));
+        tightest.put(name, ZELX_NodeState(p.node));
+    }
+    EXPECT_EQ(tight.getUndoCount(), 1u);
+    EXPECT_EQ(tightest.getNames(), std::vector<std::string>{"b"});
 }
 
 TEST(UndoStack, AnErrorThatNobodyHasReadIsNoneOfItsSteps)

@@ -17,10 +17,9 @@
 #include "ZELT_Session.h"
 
 #include <cstddef>
-#include <map>
 #include <memory>
 #include <node/ZELX_NodeGraph.h>
-#include <node/ZELX_NodeState.h>
+#include <node/ZELX_Snapshots.h>
 #include <node/ZELX_UndoStack.h>
 #include <string>
 #include <string_view>
@@ -90,8 +89,6 @@ inline constexpr const ZELT_ShellTable *theZELTShellTables[] = {
 class ZELT_Shell
 {
 public:
-    using Snapshots = std::map<std::string, ZELX_NodeState>;
-
     ZELT_Shell(std::unique_ptr<ZELT_Script> script, ZELT_Messages &messages);
     ~ZELT_Shell();
 
@@ -106,7 +103,7 @@ public:
     ZEL_ParmList &getParms() { return mySession.getParms(); }
     ZELT_Messages &getMessages() { return myMessages; }
     ZELX_UndoStack &getUndo() { return myUndo; }
-    Snapshots &getSnapshots() { return mySnapshots; }
+    ZELX_Snapshots &getSnapshots() { return mySnapshots; }
     /// Made by the first call.
     ZELX_NodeGraph &getGraph();
     double getTime() const { return myTime; }
@@ -150,7 +147,7 @@ private:
     std::vector<std::unique_ptr<ZELT_Script>> myScripts; ///< all of them, oldest first
     ZELT_Session mySession;
     ZELX_UndoStack myUndo;
-    Snapshots mySnapshots;
+    ZELX_Snapshots mySnapshots;
     std::unique_ptr<ZELX_NodeGraph> myGraph;
     double myTime = 0.0;
 };

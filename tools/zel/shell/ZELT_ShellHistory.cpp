@@ -3,6 +3,7 @@
 #include "ZELT_Shell.h"
 
 #include <iostream>
+#include <utility>
 
 namespace
 {
@@ -10,21 +11,23 @@ namespace
 void snapshot(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     if (words.size() > 1) {
-        shell.getSnapshots()[words[1]] = ZELX_NodeState(shell.getNode());
+        ZELX_NodeState state(shell.getNode());
+        for (const std::string &name : shell.getSnapshots().put(words[1], std::move(state))) {
+            std::cout << "dropped " << name << '\n';
+        }
         return;
     }
-    for (const auto &[name, state] : shell.getSnapshots()) {
+    for (const std::string &name : shell.getSnapshots().getNames()) {
         std::cout << name << '\n';
     }
 }
 
 void restore(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    const auto found = shell.getSnapshots().find(words[1]);
-    if (found == shell.getSnapshots().end()) {
-        shell.fail("there is no snapshot " + words[1]);
+    if (const ZELX_NodeState *const state = shell.getSnapshots().find(words[1])) {
+        state->restore(shell.getNode());
     } else {
-        found->second.restore(shell.getNode());
+        shell.fail("there is no snapshot " + words[1]);
     }
 }
 

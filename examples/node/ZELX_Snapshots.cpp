@@ -1,0 +1,44 @@
+#include "ZELX_Snapshots.h"
+
+#include <algorithm>
+#include <utility>
+
+std::vector<std::string> ZELX_Snapshots::put(const std::string &name, ZELX_NodeState state)
+{
+    Entry entry{name, std::move(state), 0};
+    entry.bytes =
+        std::int64_t(sizeof(entry) + entry.name.capacity()) + entry.state.getMemoryUsage();
+    myEntries.push_back(std::move(entry));
+    myBytes += myEntries.back().bytes;
+    const auto last = myEntries.end() - 1;
+    const auto old =
+        std::find_if(myEntries.begin(), last, [&](const Entry &e) { return e.name == name; });
+    if (old != last) {
+        myBytes -= old->bytes;
+        myEntries.erase(old);
+    }
+    std::vector<std::string> dropped;
+    while (myBytes > myMostBytes && myEntries.size() > 1) {
+        dropped.push_back(myEntries.front().name);
+        myBytes -= myEntries.front().bytes;
+        myEntries.pop_front();
+    }
+    return dropped;
+}
+
+const ZELX_NodeState *ZELX_Snapshots::find(const std::string &name) const
+{
+    const auto found = std::find_if(myEntries.begin(), myEntries.end(),
+                                    [&](const Entry &e) { return e.name == name; });
+    return found == myEntries.end() ? nullptr : &found->state;
+}
+
+std::vector<std::string> ZELX_Snapshots::getNames() const
+{
+    std::vector<std::string> names;
+    for (const Entry &entry : myEntries) {
+        names.push_back(entry.name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}

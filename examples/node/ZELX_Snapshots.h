@@ -1,0 +1,42 @@
+/// \file ZELX_Snapshots.h
+/// Named states of a node, within a limit of bytes.
+///
+/// Units:      bytes; where they exceed the limit, the oldest states are dropped. The last one is kept
+///             whatever it takes.
+/// Ownership:  owns the states.
+/// Threads:    the thread that owns the node.
+#pragma once
+
+#include "ZELX_NodeState.h"
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <vector>
+
+class ZELX_Snapshots
+{
+public:
+    static constexpr std::int64_t theUsualBytes = std::int64_t(1) << 28;
+
+    explicit ZELX_Snapshots(std::int64_t mostBytes = theUsualBytes) : myMostBytes(mostBytes) {}
+
+    /// Keeps a state, in the place of one of that name; returns the names of those dropped.
+    std::vector<std::string> put(const std::string &name, ZELX_NodeState state);
+    /// Null if there is none.
+    const ZELX_NodeState *find(const std::string &name) const;
+    /// In alphabetical order.
+    std::vector<std::string> getNames() const;
+
+private:
+    struct Entry
+    {
+        std::string name;
+        ZELX_NodeState state;
+        std::int64_t bytes = 0;
+    };
+
+    std::deque<Entry> myEntries; ///< the oldest first
+    std::int64_t myBytes = 0;
+    std::int64_t myMostBytes;
+};
