@@ -51,7 +51,7 @@ CLI::App &ZELT_CommandLine::addCommand(CLI::App &parent, const char *name, const
     command.footer(exampleText(example));
     command.add_flag("--json", myOptions.json, "One JSON document, and messages as JSON lines");
     command.add_flag("--no-scripts", myOptions.noScripts,
-                     "Run no menu script and no Python expression");
+                     "Run no menu script and no Python expression; include no file from elsewhere");
     command.callback([this, run = std::move(run)] { myCalled = run; });
     return command;
 }

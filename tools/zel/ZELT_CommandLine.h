@@ -41,7 +41,7 @@ struct ZELT_NodeCall;
 struct ZELT_Options
 {
     bool json = false;      ///< one JSON document, messages as JSON lines
-    bool noScripts = false; ///< no menu script and no Python expression runs
+    bool noScripts = false; ///< no menu script and no Python expression runs; includes are confined
 };
 
 #define ZELT_COMMAND(NAME) void ZELTadd##NAME(ZELT_CommandLine &line);

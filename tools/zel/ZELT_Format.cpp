@@ -8,6 +8,37 @@
 #include <cstdio>
 #include <limits>
 
+namespace
+{
+
+/// The bytes of the character in front; 0 if it would drive a terminal, or is no UTF-8.
+std::size_t printableLength(std::string_view text)
+{
+    const auto at = [text](std::size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
+    };
+    const unsigned first = at(0);
+    if (first < 0x80) {
+        return (first < ' ' && first != '\n' && first != '\t') || first == 0x7f ? 0 : 1;
+    }
+    const std::size_t length = first < 0xc2   ? 0
+                               : first < 0xe0 ? 2
+                               : first < 0xf0 ? 3
+                               : first < 0xf5 ? 4
+                                              : 0;
+    for (std::size_t i = 1; i < length; ++i) {
+        if (at(i) < 0x80 || at(i) > 0xbf) {
+            return 0;
+        }
+    }
+    // Controls above 127, also as a longer form than they have.
+    const bool controlFlag = (first == 0xc2 && at(1) < 0xa0) || (first == 0xe0 && at(1) < 0xa0) ||
+                             (first == 0xf0 && at(1) < 0x90);
+    return controlFlag ? 0 : length;
+}
+
+} // namespace
+
 std::string ZELTnumber(double value)
 {
     KIT_WorkBuffer text;
@@ -25,21 +56,16 @@ std::string ZELTquote(std::string_view text)
 std::string ZELTprintable(std::string_view text)
 {
     std::string out;
-    const auto escape = [&out](char c) {
-        char code[8];
-        std::snprintf(code, sizeof(code), "\\%03o", static_cast<unsigned>(c) & 0xffu);
-        out += code;
-    };
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : '\0');
-        if ((byte < ' ' && byte != '\n' && byte != '\t') || byte == 0x7f) {
-            escape(text[i]);
-        } else if (byte == 0xc2 && next >= 0x80 && next < 0xa0) {
-            escape(text[i]); // a control above 127, of two bytes
-            escape(text[++i]);
+    while (!text.empty()) {
+        const std::size_t length = printableLength(text);
+        if (length > 0) {
+            out += text.substr(0, length);
+            text.remove_prefix(length);
         } else {
-            out += text[i];
+            char code[8];
+            std::snprintf(code, sizeof(code), "\\%03o", static_cast<unsigned>(text[0]) & 0xffu);
+            out += code;
+            text.remove_prefix(1);
         }
     }
     return out;

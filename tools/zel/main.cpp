@@ -2,19 +2,27 @@
 
 #include "ZELT_CommandLine.h"
 #include "ZELT_Messages.h"
+#include "ZELT_Terminal.h"
 
 #include <BAS/BAS_Allocate.h>
 #include <SNK/SNK_Python.h>
+#include <TOK/TOK_TokenStream.h>
 
 #include <exception>
 #include <iostream>
 #include <new>
+#include <optional>
+#include <unistd.h>
 
 namespace
 {
 
 int run(int argc, char **argv)
 {
+    std::optional<ZELT_Terminal> terminal;
+    if (isatty(STDOUT_FILENO) == 1) {
+        terminal.emplace(std::cout);
+    }
     ZELT_Messages messages;
     ZELT_CommandLine line;
     if (const std::optional<int> ended = line.parse(argc, argv, messages)) {
@@ -22,6 +30,7 @@ int run(int argc, char **argv)
     }
     messages.setJson(line.getOptions().json);
     SNKsetPythonEnabled(!line.getOptions().noScripts);
+    TOK_TokenStream::setAllIncludesConfined(line.getOptions().noScripts);
     const int result = line.run(messages);
     std::cout.flush();
     if (!std::cout) {
