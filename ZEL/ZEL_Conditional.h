@@ -60,6 +60,7 @@ public:
     ZEL_Conditional *getConditional(ZEL_ConditionalType type) override;
     const ZEL_Conditional *getConditional(ZEL_ConditionalType type) const override;
     int64_t getMemoryUsage(bool inclusive) const override;
+    bool hasItemNumbers() const override;
 
     // ---------------------------------------------------------------- //
     /// \name Groups

@@ -43,4 +43,7 @@ public:
     virtual const ZEL_Conditional *getConditional(ZEL_ConditionalType type) const = 0;
     /// Heap bytes, and the object itself when inclusive.
     virtual int64_t getMemoryUsage(bool inclusive) const = 0;
+    /// Whether `instance` would replace anything; items share a condition in which it doesn't.
+    /// Base: true.
+    virtual bool hasItemNumbers() const;
 };

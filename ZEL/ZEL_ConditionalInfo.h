@@ -53,10 +53,13 @@ public:
 
     /// Heap bytes, and the object itself when inclusive.
     int64_t getMemoryUsage(bool inclusive) const;
+    /// Whether an operand has a `#`.
+    bool hasItemNumbers() const { return myNumbersFlag; }
 
 private:
     KIT_StringArray myControlParms;
     KIT_StringArray myControlValues;
     KIT_ValArray<ZEL_ConditionalOperator> myOperators;
     KIT_Array<std::shared_ptr<const ZEL_ConditionPattern>> myPatterns; // up to the last there is
+    bool myNumbersFlag = false;
 };

@@ -36,6 +36,7 @@ public:
     ZEL_ConditionalGroupType groupType() const override;
     ZEL_ConditionalSwitcher *instance(const KIT_ValArray<int> &instances) const override;
     int64_t getMemoryUsage(bool inclusive) const override;
+    bool hasItemNumbers() const override;
 
     /// Replaces the tab's conditions. Passing a switcher leaves the tab without any.
     void setTabConditional(int tab, const ZEL_ConditionalBase &base);

@@ -5,7 +5,8 @@
 ///             *flat index* = item x children + child; *instance numbers* = the item numbers of
 ///             all enclosing levels and of this one, outermost first.
 /// Units:      item numbers in names are the 0-based item plus the template's start offset.
-/// Ownership:  owns the templates, names, conditionals and default texts of its items. The
+/// Ownership:  owns the templates and names of its items, and the labels, conditionals and default
+///             texts with an item's number in them; the others are the block's. The
 ///             children's parameters belong to the list, like every other parameter; the
 ///             destructor removes them before their templates.
 /// Threads:    as `ZEL_Float`, but reading the value may create or remove items: evaluate a
@@ -16,9 +17,10 @@
 ///             without a child whose name is taken, unless a spare parameter or another block's
 ///             item has it, from which it takes name and state; warning 23 has the child's token
 ///             and who is without it. A stream, a default or an expression that requests more new
-///             items at once than the setting ZEL_MAX_STREAM_ITEMS is refused the same way, with
-///             error 22; setting the value and `setNumInstances` aren't limited. If memory runs
-///             out, the incomplete item is removed; the next read creates it again.
+///             items at once than `ZEL_InputBudget` allows is refused the same way, with error 22
+///             or 27; setting the value, outside such a budget, and `setNumInstances` aren't
+///             limited. If memory runs out, the incomplete item is removed; the next read creates
+///             it again.
 /// Cost:       adding an item costs the same at any count; names are looked up by hash.
 ///
 /// Items are never renumbered: on insertion and removal, values move between the parameters of
@@ -42,6 +44,7 @@
 
 #include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_Float.h>
+#include <ZEL/ZEL_InputBudget.h>
 
 #include <cstdint>
 #include <memory>
@@ -215,6 +218,7 @@ private:
     bool mustWait(int count) const;
     static bool mayHaveToWait();
     bool wouldReplace(const ZEL_Template *made) const;
+    ZEL_InputBudget::Request requestFor(std::int64_t items) const;
     void followValue() const;
     void followDefault();
     bool followLoadedValue();
@@ -258,7 +262,8 @@ private:
     std::vector<std::uint32_t> myDefaultStringEnd;
     std::unique_ptr<KIT_ValArray<int>> myInstanceIndex;
     bool myBusy = false;
-    mutable bool myPassed = false; // for ZEL_ParmList::doAllChildrenFollow
+    mutable std::int64_t myItemBytes = 0; // 0 until it is estimated
+    mutable bool myPassed = false;        // for ZEL_ParmList::doAllChildrenFollow
 
     static __thread bool theIsAddingOrRemovingParms __attribute__((tls_model("initial-exec")));
 };

@@ -5,10 +5,13 @@
 #include <DS/commands/DS_CommandParmPrivate.h>
 #include <DS/commands/DS_PagePrivate.h>
 #include <KIT/KIT_WorkArgs.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ScriptParm.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <unordered_map>
 #include <vector>
 
@@ -78,6 +81,7 @@ private:
 
 void DS_Command::setCommand(const char *line)
 {
+    const ZEL_InputBudget budget(line ? std::int64_t(std::strlen(line)) : 0);
     if (!myParmList) {
         return;
     }

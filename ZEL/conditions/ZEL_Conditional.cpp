@@ -2,6 +2,8 @@
 
 #include <KIT/KIT_StringHolder.h>
 
+#include <algorithm>
+
 namespace
 {
 
@@ -92,6 +94,12 @@ int64_t ZEL_Conditional::getMemoryUsage(bool inclusive) const
         bytes += info->getMemoryUsage(true);
     }
     return bytes;
+}
+
+bool ZEL_Conditional::hasItemNumbers() const
+{
+    return std::any_of(myInfos.begin(), myInfos.end(),
+                       [](const auto &info) { return info->hasItemNumbers(); });
 }
 
 // -------------------------------------------------------------------- //

@@ -2,6 +2,7 @@
 
 #include <ZEL/ZEL_Conditional.h>
 
+#include <algorithm>
 #include <memory>
 
 ZEL_ConditionalGroup::ZEL_ConditionalGroup() = default;
@@ -73,6 +74,12 @@ int64_t ZEL_ConditionalGroup::getMemoryUsage(bool inclusive) const
         bytes += int64_t(sizeof(entry)) + entry.second->getMemoryUsage(true);
     }
     return bytes;
+}
+
+bool ZEL_ConditionalGroup::hasItemNumbers() const
+{
+    return std::any_of(myConditionals.begin(), myConditionals.end(),
+                       [](const auto &entry) { return entry.second->hasItemNumbers(); });
 }
 
 void ZEL_ConditionalGroup::take(std::unique_ptr<ZEL_Conditional> conditional)

@@ -4,6 +4,8 @@
 #include <ZEL/ZEL_InstanceString.h>
 #include <ZEL/conditions/ZEL_ConditionPatternPrivate.h>
 
+#include <string_view>
+
 namespace
 {
 
@@ -31,6 +33,8 @@ void ZEL_ConditionalInfo::addCondition(const KIT_StringHolder &parm, const KIT_S
     myControlParms.append(parm.nonNullStr());
     myControlValues.append(value.nonNullStr());
     myOperators.append(op);
+    myNumbersFlag = myNumbersFlag || parm.view().find('#') != std::string_view::npos ||
+                    value.view().find('#') != std::string_view::npos;
 }
 
 void ZEL_ConditionalInfo::clear()
@@ -39,6 +43,7 @@ void ZEL_ConditionalInfo::clear()
     myControlValues.clear();
     myOperators.clear();
     myPatterns.clear();
+    myNumbersFlag = false;
 }
 
 ZEL_ConditionalInfo *ZEL_ConditionalInfo::instance(const KIT_ValArray<int> &instances) const

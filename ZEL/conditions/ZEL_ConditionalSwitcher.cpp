@@ -2,6 +2,7 @@
 
 #include <ZEL/ZEL_Conditional.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace
@@ -79,6 +80,13 @@ int64_t ZEL_ConditionalSwitcher::getMemoryUsage(bool inclusive) const
         bytes += int64_t(sizeof(entry)) + entry.second->getMemoryUsage(true);
     }
     return bytes;
+}
+
+bool ZEL_ConditionalSwitcher::hasItemNumbers() const
+{
+    return ZEL_ConditionalGroup::hasItemNumbers() ||
+           std::any_of(myTabs.begin(), myTabs.end(),
+                       [](const auto &entry) { return entry.second->hasItemNumbers(); });
 }
 
 void ZEL_ConditionalSwitcher::setTabConditional(int tab, const ZEL_ConditionalBase &base)

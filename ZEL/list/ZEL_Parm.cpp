@@ -7,13 +7,11 @@
 #include <KIT/KIT_StringArray.h>
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
-#include <ZEL/support/ZEL_StreamLimitPrivate.h>
-
-#include <limits>
 
 ZEL_Parm::Settings ZEL_Parm::theSettings;
 
@@ -383,7 +381,7 @@ bool ZEL_Parm::loadUndoData(const std::shared_ptr<ZEL_UndoData> &data)
         return false;
     }
     // The snapshot's items existed before, so unlike a file's they need no limit.
-    const ZEL_StreamLimit noLimit(std::numeric_limits<std::int64_t>::max());
+    const ZEL_InputBudget noLimit(ZEL_InputBudget::NO_LIMIT, 0);
     const bool loaded = myInstance->loadUndoData(data);
     loadedFromStream();
     return loaded;

@@ -4,6 +4,7 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Name.h>
@@ -88,6 +89,9 @@ ZEL_ParmList::~ZEL_ParmList()
 
 void ZEL_ParmList::buildDelayedDefaults(bool deleteChannels)
 {
+    // One budget for all: a script's description of a parameter takes at least so many bytes.
+    constexpr std::int64_t theScriptBytes = 24;
+    const ZEL_InputBudget budget(ZEL_InputBudget::DEFAULTS, getEntries() * theScriptBytes);
     // Reverting a multi-parameter appends its items, which are visited in turn.
     for (int i = 0; i < getEntries(); ++i) {
         ZEL_Instance *instance = myParms[i] ? myParms[i]->getInstance() : nullptr;

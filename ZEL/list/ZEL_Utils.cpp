@@ -45,7 +45,7 @@ void Walk::visitItems(ZEL_Parm &multi) const
 {
     const int items = multi.getMultiParmNumItems();
     const int children = multi.getMultiParmInstancesPerItem();
-    for (int item = 0; item < items; item++) {
+    for (int item = 0; item < items && children > 0; item++) {
         for (int child = 0; child < children; child++) {
             int index = -1;
             const KIT_StringRef token(multi.getMultiParmToken(child, item));
@@ -146,7 +146,7 @@ void ZEL_Utils::flagMultiParmInstances(const ZEL_ParmList &list, ZEL_Parm *multi
 {
     const int items = multi ? multi->getMultiParmNumItems() : 0;
     const int children = multi ? multi->getMultiParmInstancesPerItem() : 0;
-    for (int item = 0; item < items; item++) {
+    for (int item = 0; item < items && children > 0; item++) {
         for (int child = 0; child < children; child++) {
             int index = -1;
             const ZEL_Parm *parm = list.getParmPtr(multi->getMultiParmToken(child, item), index);

@@ -10,8 +10,8 @@
 #include <ZEL/ZEL_InstanceString.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/multi/ZEL_ItemSizePrivate.h>
 #include <ZEL/support/ZEL_InstanceMatchPrivate.h>
-#include <ZEL/support/ZEL_StreamLimitPrivate.h>
 
 #include <algorithm>
 #include <cmath>
@@ -206,22 +206,45 @@ void ZEL_Multi::followValue() const
         return;
     }
     auto *self = const_cast<ZEL_Multi *>(this);
-    const bool isSet = !getChannel(0) && !ZEL_StreamLimit::isInLoad();
-    if (isSet || ZEL_StreamLimit::allow(std::int64_t(count) - myNumItems, getToken())) {
+    const bool isNumber = !getChannel(0);
+    if (isNumber && !ZEL_InputBudget::isInInput()) {
         self->setNumInstances(count, true);
-    } else if (!getChannel(0)) {
+        return;
+    }
+    // For the blocks in its items too.
+    const ZEL_InputBudget budget(ZEL_InputBudget::DEFAULTS, 0);
+    if (ZEL_InputBudget::allow(requestFor(std::int64_t(count) - myNumItems))) {
+        self->setNumInstances(count, true);
+    } else if (isNumber) {
         self->setCount(myNumItems);
     }
+}
+
+/// What so many more items take of a budget.
+ZEL_InputBudget::Request ZEL_Multi::requestFor(std::int64_t items) const
+{
+    if (items <= 0 || myInstancesPerItem == 0) {
+        return {getToken(), 0, 0}; // without children they are only a number
+    }
+    if (myItemBytes == 0) {
+        const std::int64_t levels = myInstanceIndex ? myInstanceIndex->size() + 1 : 1;
+        myItemBytes = ZELestimateItemBytes(getMultiParmTemplate(), levels);
+    }
+    // Items that a stream may hold without naming them are limited by their bytes.
+    return {getToken(), ZELisItemNamed(getMultiParmTemplate()) ? items : 0, items * myItemBytes};
 }
 
 /// A default comes from a script and is as untrusted as a loaded value. Those of nested blocks
 /// multiply, so they share one budget.
 void ZEL_Multi::followDefault()
 {
-    const ZEL_StreamLimit limit(0);
+    const ZEL_InputBudget budget(ZEL_InputBudget::DEFAULTS, 0);
+    if (!getMultiParmOwner()) {
+        ZEL_InputBudget::beginDefault();
+    }
     const std::int64_t missing = std::int64_t(wantedCount()) - myNumItems;
-    const bool isNumber = !getChannel(0) && !ZEL_StreamLimit::isInLoad();
-    if (isNumber && !ZEL_StreamLimit::allow(missing, getToken())) {
+    const bool isNumber = !getChannel(0) && !ZEL_InputBudget::isInInput();
+    if (isNumber && !ZEL_InputBudget::allow(requestFor(missing))) {
         setCount(myNumItems);
     }
     evaluateCount();
@@ -229,8 +252,9 @@ void ZEL_Multi::followDefault()
 
 bool ZEL_Multi::followLoadedValue()
 {
+    const ZEL_InputBudget budget(ZEL_InputBudget::DEFAULTS, 0);
     const int count = wantedCount();
-    if (!ZEL_StreamLimit::allow(std::int64_t(count) - myNumItems, getToken())) {
+    if (!ZEL_InputBudget::allow(requestFor(std::int64_t(count) - myNumItems))) {
         setCount(myNumItems);
         return false;
     }

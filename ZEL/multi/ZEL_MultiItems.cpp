@@ -11,6 +11,7 @@
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
+#include <ZEL/support/ZEL_InstanceMarksPrivate.h>
 #include <ZEL/support/ZEL_LostTextPrivate.h>
 #include <ZEL/templates/ZEL_TemplateSpecPrivate.h>
 
@@ -132,11 +133,12 @@ void assignChild(const ZEL_Parm *from, ZEL_Parm *to)
     }
 }
 
-bool hasText(const ZEL_Template &child)
+/// Whether items differ in a default's text.
+bool hasMarkedText(const ZEL_Template &child)
 {
     const ZEL_Default *defaults = child.getFactoryDefaults();
     for (int i = 0; defaults && i < child.getVectorSize(); ++i) {
-        if (*defaults[i].getString()) {
+        if (ZELcountMarks(defaults[i].getString()) > 0) {
             return true;
         }
     }
@@ -391,9 +393,10 @@ bool ZEL_Multi::acceptNames() const
 void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL_Name *name,
                               const KIT_ValArray<int> &numbers)
 {
-    const ZEL_ConditionalBase *conditional = child.getConditionalBasePtr();
-    std::unique_ptr<ZEL_ConditionalBase> instanced(conditional ? conditional->instance(numbers)
-                                                               : nullptr);
+    ZEL_ConditionalBase *const conditional = child.getConditionalBasePtr();
+    const bool isOwn = conditional && conditional->hasItemNumbers();
+    std::unique_ptr<ZEL_ConditionalBase> instanced(isOwn ? conditional->instance(numbers)
+                                                         : nullptr);
     myChildConditionals.push_back(std::move(instanced));
     myDefaultStringFirst.push_back(std::uint32_t(myDefaultStrings.size()));
     ZEL_TemplateSpec content;
@@ -403,8 +406,8 @@ void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL
     content.range = child.getRangePtr();
     content.callback = child.getCallback();
     content.spare = child.getSparePtr();
-    content.help = child.getHelpText();
-    content.conditional = myChildConditionals.back().get();
+    content.shareHelp(child);
+    content.conditional = isOwn ? myChildConditionals.back().get() : conditional;
     if (child.isMultiType()) {
         // The nested block is shared unchanged until that multi-parameter creates its own items.
         myChildDefaults.emplace_back();
@@ -434,7 +437,7 @@ void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL
 std::unique_ptr<ZEL_Default[]> ZEL_Multi::instanceDefaults(const ZEL_Template &child,
                                                            const KIT_ValArray<int> &numbers)
 {
-    if (!hasText(child)) {
+    if (!hasMarkedText(child)) {
         return nullptr;
     }
     constexpr bool fillToken = false, repeat = true;
@@ -443,7 +446,7 @@ std::unique_ptr<ZEL_Default[]> ZEL_Multi::instanceDefaults(const ZEL_Template &c
     std::unique_ptr<ZEL_Default[]> copies(new ZEL_Default[std::size_t(size)]);
     for (int i = 0; i < size; ++i) {
         copies[std::size_t(i)] = defaults[i];
-        if (*defaults[i].getString()) {
+        if (ZELcountMarks(defaults[i].getString()) > 0) {
             myDefaultStrings.push_back(std::make_unique<KIT_String>());
             KIT_String &text = *myDefaultStrings.back();
             instanceString(text, KIT_StringRef(defaults[i].getString()), numbers, fillToken,
@@ -631,7 +634,7 @@ void ZEL_Multi::insertInstanceBefore(int item)
         return;
     }
     ItemSteps steps(*this);
-    for (int i = before - 1; i >= item; --i) {
+    for (int i = before - 1; i >= item && myInstancesPerItem > 0; --i) {
         steps.assign(i, i + 1);
     }
     revertInstance(item);
@@ -650,7 +653,7 @@ void ZEL_Multi::deleteInstance(int item)
         return;
     }
     ItemSteps steps(*this);
-    for (int i = item + 1; i < getNumItemsInUse(); ++i) {
+    for (int i = item + 1; i < getNumItemsInUse() && myInstancesPerItem > 0; ++i) {
         steps.assign(i, i - 1);
     }
     revertInstance(getNumItemsInUse() - 1);
@@ -745,7 +748,7 @@ void ZEL_Multi::revertAllInstances()
     setCount(0);
     setNumInstances(0, false);
     // Those that have to stay may soon be in use again.
-    for (int item = 0; item < myNumItems; ++item) {
+    for (int item = 0; item < myNumItems && myInstancesPerItem > 0; ++item) {
         revertInstance(item);
     }
     setDefaultsInitFlag(false);

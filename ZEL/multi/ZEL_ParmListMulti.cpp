@@ -4,11 +4,11 @@
 
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
-#include <ZEL/support/ZEL_StreamLimitPrivate.h>
 
 #include <algorithm>
 #include <cstring>
@@ -258,7 +258,8 @@ void ZEL_ParmList::insertMultiParmItem(int parmIndex, int item)
     if (multi->getNumItemsInUse() <= before) {
         return;
     }
-    for (int i = before - 1; i >= item; --i) {
+    const bool hasChildren = multi->getMultiParmInstancesPerItem() > 0;
+    for (int i = before - 1; i >= item && hasChildren; --i) {
         moveMultiParmAlias(parmIndex, i, true);
     }
 }
@@ -271,8 +272,8 @@ void ZEL_ParmList::removeMultiParmItem(int parmIndex, int item)
         return;
     }
     const int items = multi->getNumItemsInUse();
-    const bool moves =
-        item >= 0 && item < items && !multi->isAtHardMinimum() && !multi->areAllComponentsLocked();
+    const bool moves = multi->getMultiParmInstancesPerItem() > 0 && item >= 0 && item < items &&
+                       !multi->isAtHardMinimum() && !multi->areAllComponentsLocked();
     for (int i = item + 1; moves && i < items; ++i) {
         moveMultiParmAlias(parmIndex, i, false);
     }
@@ -320,7 +321,7 @@ bool ZEL_ParmList::checkMultiParmInstance(const KIT_StringRef &name, bool evalua
         const std::int64_t item = std::int64_t(number) - multi->getMultiStartOffset();
         const std::int64_t wanted = item + 1;
         const std::int64_t missing = wanted - multi->getMultiParmNumItems();
-        if (item >= 0 && missing > 0 && ZEL_StreamLimit::allow(missing, multi->getToken()) &&
+        if (item >= 0 && missing > 0 && ZEL_InputBudget::allow(multi->requestFor(missing)) &&
             wanted <= std::numeric_limits<int>::max()) {
             multi->setValue(0.0, int(wanted), false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
             multi->setNumInstances(int(wanted), evaluateChildren);

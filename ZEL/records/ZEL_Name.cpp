@@ -4,6 +4,7 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_InstanceString.h>
+#include <ZEL/support/ZEL_InstanceMarksPrivate.h>
 
 namespace
 {
@@ -42,7 +43,9 @@ void ZEL_Name::instance(const int *indices, int count)
         ZELinstanceString(text, myToken, indices, count, theFillToken, theNoRepeat);
         myToken = KIT_StringHolder(text.buffer(), text.length());
     }
-    if (!myLabel.isNull()) {
+    if (ZELcountMarks(myLabel.view()) == 0) {
+        myLabel.harden();
+    } else {
         ZELinstanceString(text, myLabel, indices, count, theKeepToken, theNoRepeat);
         myLabel = KIT_StringHolder(text.buffer(), text.length());
     }

@@ -7,10 +7,10 @@
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_EventManager.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
 #include <ZEL/streams/ZEL_ParmListWriterPrivate.h>
-#include <ZEL/support/ZEL_StreamLimitPrivate.h>
 
 #include <algorithm>
 #include <iterator>
@@ -60,7 +60,7 @@ bool ZEL_ParmList::canBeStream(std::string_view start)
 
 bool ZEL_ParmList::load(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList)
 {
-    const ZEL_StreamLimit limit(is.remaining());
+    const ZEL_InputBudget budget(is.remaining());
     const TRK_AutoEventHandler events;
     const ZEL_ParmListReader::Result result =
         ZEL_ParmListReader(*this, name, fallbackList).read(is);

@@ -4,12 +4,9 @@
 
 #include <KIT/KIT_StringArray.h>
 #include <TRK/TRK_EventManager.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
-#include <ZEL/support/ZEL_StreamLimitPrivate.h>
-
-#include <cstdint>
-#include <limits>
 
 void ZEL_ParmList::saveUndoData(ZEL_UndoDataArray &out) const
 {
@@ -32,7 +29,7 @@ void ZEL_ParmList::loadUndoData(const ZEL_UndoDataArray &in, const char *name,
                                 ZEL_ParmList *fallbackList)
 {
     // For names that grow multi-parameters too.
-    const ZEL_StreamLimit noLimit(std::numeric_limits<std::int64_t>::max());
+    const ZEL_InputBudget noLimit(ZEL_InputBudget::NO_LIMIT, 0);
     const TRK_AutoEventHandler events;
     ZEL_ParmListReader reader(*this, name, fallbackList);
     if (myOwner) {

@@ -210,7 +210,7 @@ void ZEL_Template::become(const ZEL_TemplateSpec &content)
     myCallback = content.callback;
     mySpare = content.spare;
     myConditional = content.conditional;
-    myHelpText = KIT_StringHolder(content.help);
+    myHelpText = content.sharedHelp ? *content.sharedHelp : KIT_StringHolder(content.help);
 
     const bool idleFlag = type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOREFRESH) ||
                           type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOCOOK);
@@ -266,7 +266,7 @@ void ZEL_Template::becomeMulti(const ZEL_TemplateSpec &content)
     myVectorSize = 1;
     BASstore(myAutoScopeField, 0u);
     BASstore(myAutoSelectField, ~0u);
-    myHelpText = KIT_StringHolder(content.help);
+    myHelpText = content.sharedHelp ? *content.sharedHelp : KIT_StringHolder(content.help);
     myConditional = content.conditional;
 }
 

@@ -17,6 +17,7 @@ struct ZEL_TemplateSpec
     ZEL_Callback callback;
     ZEL_SpareData *spare = nullptr;
     const char *help = nullptr;
+    const KIT_StringHolder *sharedHelp = nullptr; // instead of a copy of `help`
     ZEL_ConditionalBase *conditional = nullptr;
 
     // Of an ordinary parameter.
@@ -30,6 +31,8 @@ struct ZEL_TemplateSpec
     ZEL_MultiType multiType = ZEL_MULTITYPE_NONE;
     ZEL_Template *items = nullptr;
     double multiSize = 1.0;
+
+    void shareHelp(const ZEL_Template &other) { sharedHelp = &other.myHelpText; }
 
     /// As `ZEL_Template::initialize`, which takes the same by position.
     void makeParm(ZEL_Template &target) const { target.become(*this); }

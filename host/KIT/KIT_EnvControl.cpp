@@ -17,9 +17,11 @@ struct Row
     int setting;
     const char *variable;
     int byDefault;
+    int most;
 };
 
-#define KIT_SETTING(enumerator, number, variable, byDefault) {enumerator, variable, byDefault},
+#define KIT_SETTING(enumerator, number, variable, byDefault, most)                                 \
+    {enumerator, variable, byDefault, most},
 constexpr Row theRows[] = {
 #include <KIT/KIT_Settings.def>
 };
@@ -70,11 +72,17 @@ int KIT_EnvControl::getInt(int setting)
 int KIT_EnvControl::getLimit(int setting)
 {
     const int value = getInt(setting);
-    if (value > 0) {
-        return value;
-    }
     const Row *const row = findRow(setting);
-    return row ? row->byDefault : 0;
+    if (!row) {
+        return std::max(value, 0);
+    }
+    return value > 0 ? std::min(value, row->most) : row->byDefault;
+}
+
+int KIT_EnvControl::getUpperBound(int setting)
+{
+    const Row *const row = findRow(setting);
+    return row ? row->most : 0;
 }
 
 bool KIT_EnvControl::setInt(int setting, int value)

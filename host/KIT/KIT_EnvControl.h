@@ -3,7 +3,7 @@
 ///
 /// Vocabulary: *setting* = an integer with a number from 0 to 511; those of KIT_EnvSetting also
 ///             have an environment variable, which gives the start value; *limit* = a setting with
-///             a default, which applies while the setting is not above 0.
+///             a default, which applies while the setting is not above 0, and an upper bound.
 /// Threads:    any thread.
 /// Errors:     a number outside the range reads as 0 and cannot be set.
 /// Cost:       getInt() is one load after the first call.
@@ -16,7 +16,7 @@
 
 enum KIT_EnvSetting
 {
-#define KIT_SETTING(enumerator, number, variable, byDefault) enumerator = number,
+#define KIT_SETTING(enumerator, number, variable, byDefault, most) enumerator = number,
 #include <KIT/KIT_Settings.def>
 };
 
@@ -29,8 +29,10 @@ class KIT_API KIT_EnvControl
 public:
     /// The setting's value; 0 unless it was set or its variable holds another number.
     static int getInt(int setting);
-    /// The setting's value if it is above 0, else its default.
+    /// The setting's value if it is above 0, at most its upper bound; else its default.
     static int getLimit(int setting);
+    /// The upper bound of a limit; 0 for a number that has no row.
+    static int getUpperBound(int setting);
     /// False for a number outside the range.
     static bool setInt(int setting, int value);
     /// The environment variable of a setting, or null.

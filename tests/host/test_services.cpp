@@ -144,25 +144,39 @@ TEST(Services, SettingsAreKeptByNumber)
     EXPECT_EQ(KIT_EnvControl::getLimit(KIT_ENV_MAX_VECTOR_SIZE), 256);
     EXPECT_TRUE(KIT_EnvControl::setInt(KIT_ENV_MAX_VECTOR_SIZE, 0));
     EXPECT_EQ(KIT_EnvControl::getLimit(512), 0);
+
+    const int most = KIT_EnvControl::getUpperBound(KIT_ENV_MAX_SCRIPT_NESTING);
+    EXPECT_TRUE(KIT_EnvControl::setInt(KIT_ENV_MAX_SCRIPT_NESTING, most + 1));
+    EXPECT_EQ(KIT_EnvControl::getLimit(KIT_ENV_MAX_SCRIPT_NESTING), most) << "held at its bound";
+    EXPECT_TRUE(KIT_EnvControl::setInt(KIT_ENV_MAX_SCRIPT_NESTING, 0));
+    EXPECT_EQ(KIT_EnvControl::getUpperBound(1), 0);
 }
 
 TEST(Services, ThePagesOfSettingsHaveEachOfThem)
 {
     std::string rows;
     std::string limits;
-#define KIT_SETTING(enumerator, number, variable, byDefault)                                       \
+    std::string bounds;
+#define KIT_SETTING(enumerator, number, variable, byDefault, most)                                 \
     rows += "`" variable "` " #byDefault "\n";                                                     \
+    bounds += byDefault > 0 ? "`" variable "` " #most "\n" : "";                                   \
     limits += byDefault > 0 ? "the setting `" variable "` " #byDefault "\n" : "";
 #define KIT_VARIABLE(constant, variable) rows += "`" variable "`\n";
 #include <KIT/KIT_Settings.def>
 
     std::string page;
+    std::string most;
     for (const std::vector<std::string> &cells : readDocTables("settings.md")) {
-        if (cells[0][0] == '`') { // the table of settings has one cell more, the default
-            page += cells[0] + (cells.size() == 4 ? " " + leadingNumber(cells[1]) : "") + "\n";
+        // The table of settings has two cells more, the default and a limit's upper bound.
+        const bool isSetting = cells.size() == 5;
+        if (cells[0][0] == '`') {
+            page += cells[0] + (isSetting ? " " + leadingNumber(cells[1]) : "") + "\n";
+            most += isSetting && !cells[2].empty() ? cells[0] + " " + leadingNumber(cells[2]) + "\n"
+                                                   : "";
         }
     }
     EXPECT_EQ(page, rows);
+    EXPECT_EQ(most, bounds);
 
     std::string security;
     for (const std::vector<std::string> &cells : readDocTables("security.md")) {

@@ -15,6 +15,7 @@
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_ChoiceList.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_KeyValueDictDataItem.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Range.h>
@@ -211,6 +212,7 @@ std::string ZELT_Session::loadChannels(const std::string &file)
 
 void ZELT_Session::growBlocks(double time)
 {
+    const ZEL_InputBudget budget(0);
     // The items of a block may hold blocks of their own, which come after it in the list.
     for (int i = 0; i < getParms().getEntries(); ++i) {
         const ZEL_Parm *const parm = getParms().getParmPtr(i);
@@ -299,6 +301,7 @@ std::string ZELT_Session::setComponent(ZEL_Parm &parm, int index, const std::str
 
 std::string ZELT_Session::set(const std::string &text, const std::string &value, double time)
 {
+    const ZEL_InputBudget budget(0);
     ZELT_Address address;
     std::string fault = resolve(text, address);
     for (int i = address.first; fault.empty() && i < address.end; ++i) {
@@ -407,6 +410,7 @@ bool ZELTtakeFault(const std::string &file, const std::string &fault, ZELT_Messa
 bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double time,
                      ZELT_Messages &messages)
 {
+    const ZEL_InputBudget budget(std::int64_t(inputs.sets.size() + inputs.expressions.size()));
     bool good = true;
     const auto report = [&](const std::string &fault) {
         good = ZELTtakeFault("", fault, messages) && good;

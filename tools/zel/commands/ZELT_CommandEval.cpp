@@ -11,6 +11,7 @@
 #include <KIT/KIT_Error.h>
 #include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
 
@@ -159,6 +160,7 @@ public:
     void runHere()
     {
         for (std::int64_t row = 0; row < myRows.count; ++row) {
+            const ZEL_InputBudget budget(0);
             mySession.growBlocks(myRows.time(row));
             evaluateRow(row);
         }

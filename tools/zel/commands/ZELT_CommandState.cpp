@@ -7,6 +7,7 @@
 
 #include <BAS/BAS_Thread.h>
 #include <TRK/TRK_EvalContext.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_Template.h>
@@ -109,6 +110,7 @@ struct Call
 
 int showState(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
+    const ZEL_InputBudget budget(0);
     const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(call.node, messages);
     if (!session) {
         return 1;

@@ -6,8 +6,10 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <TRK/TRK_EvalContext.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_ParmList.h>
 
+#include <cstdint>
 #include <iostream>
 #include <optional>
 
@@ -70,6 +72,7 @@ void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &w
                       std::string_view line)
 {
     const TRK_EvalContext::Scope context(BASgetSTID(), myTime);
+    const ZEL_InputBudget budget(std::int64_t(line.size()));
     if ((command.flags & ZELT_SHELL_SEES_MESSAGES) != 0) {
         command.call(*this, words);
         return;
