@@ -11,17 +11,16 @@ ZEL_DisableState &record()
     return theStates->local();
 }
 
-/// The next thread gets the id of one that ended, and its record.
-struct Emptier
-{
-    ~Emptier()
-    {
-        state.mask = 0;
-        state.instance.set(nullptr);
-    }
+__thread ZEL_DisableState *theChanged __attribute__((tls_model("initial-exec")));
 
-    ZEL_DisableState &state;
-};
+/// The next thread gets the id of one that ended, and its record.
+const BAS_ThreadEnd theEnd([] {
+    if (theChanged) {
+        theChanged->mask = 0;
+        theChanged->instance.set(nullptr);
+        theChanged = nullptr;
+    }
+});
 } // namespace
 
 const ZEL_DisableState &ZEL_DisableState::local()
@@ -31,7 +30,6 @@ const ZEL_DisableState &ZEL_DisableState::local()
 
 ZEL_DisableState &ZEL_DisableState::change()
 {
-    ZEL_DisableState &state = record();
-    static thread_local const Emptier theEmptier{state};
-    return state;
+    theChanged = &record();
+    return *theChanged;
 }

@@ -1,5 +1,6 @@
 #include <ZEL/ZEL_ScriptParm.h>
 
+#include <BAS/BAS_Thread.h>
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ScriptGroup.h>
@@ -86,15 +87,28 @@ void ZEL_ScriptParm::protectStrcat(KIT_WorkBuffer &out, const char *text, int qu
     ZELprotectString(out, text, quoteEmpty != 0, smartQuotes);
 }
 
+namespace
+{
+__thread KIT_WorkBuffer *theProtected __attribute__((tls_model("initial-exec")));
+
+const BAS_ThreadEnd theProtectedEnd([] {
+    delete theProtected;
+    theProtected = nullptr;
+});
+} // namespace
+
 const char *ZEL_ScriptParm::protectString(const char *text, int quoteEmpty, bool smartQuotes)
 {
-    static thread_local KIT_WorkBuffer theResult;
     if (!text || !*text) {
         return quoteEmpty ? "\"\"" : "";
     }
-    theResult.clear();
-    protectStrcat(theResult, text, quoteEmpty, smartQuotes);
-    return theResult.buffer();
+    if (!theProtected) {
+        BASgetSTID(); // a thread without an id isn't known to end
+        theProtected = new KIT_WorkBuffer;
+    }
+    theProtected->clear();
+    protectStrcat(*theProtected, text, quoteEmpty, smartQuotes);
+    return theProtected->buffer();
 }
 
 // -------------------------------------------------------------------- //

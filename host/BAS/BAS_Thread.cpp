@@ -1,8 +1,10 @@
 #include <BAS/BAS_Thread.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <new>
 #include <vector>
@@ -32,6 +34,20 @@ public:
             pthread_setspecific(myKey, reinterpret_cast<void *>(static_cast<intptr_t>(id)));
         }
         return id;
+    }
+
+    void addEnd(void (*function)())
+    {
+        const std::lock_guard<std::mutex> guard(myMutex);
+        const auto free = std::find(std::begin(myEnds), std::end(myEnds), nullptr);
+        assert(free != std::end(myEnds));
+        *free = function;
+    }
+
+    void removeEnd(void (*function)())
+    {
+        const std::lock_guard<std::mutex> guard(myMutex);
+        std::replace(std::begin(myEnds), std::end(myEnds), function, End(nullptr));
     }
 
     /// Threads that end later keep their ids: the code of the hook may be unloaded by then.
@@ -73,11 +89,29 @@ private:
 
     static void threadEnded(void *value);
 
+    using End = void (*)();
+    static constexpr int theMostEnds = 8;
+
+    void callEnds()
+    {
+        End ends[theMostEnds];
+        {
+            const std::lock_guard<std::mutex> guard(myMutex);
+            std::copy(std::begin(myEnds), std::end(myEnds), ends);
+        }
+        for (const End end : ends) {
+            if (end) {
+                end();
+            }
+        }
+    }
+
     std::mutex myMutex;
     std::vector<int> myFree;
     int myHighest = 0;
     pthread_key_t myKey{};
     bool myKeyFlag = false;
+    End myEnds[theMostEnds] = {};
 };
 
 /// Never destroyed: threads may outlive the statics.
@@ -89,6 +123,7 @@ Registry &registry()
 
 void Registry::threadEnded(void *value)
 {
+    registry().callEnds();
     theBASThreadId = 0;
     registry().give(static_cast<int>(reinterpret_cast<intptr_t>(value)));
 }
@@ -101,6 +136,16 @@ __attribute__((destructor)) void unload()
     registry().dropKey();
 }
 } // namespace
+
+BAS_ThreadEnd::BAS_ThreadEnd(void (*function)()) : myFunction(function)
+{
+    registry().addEnd(function);
+}
+
+BAS_ThreadEnd::~BAS_ThreadEnd()
+{
+    registry().removeEnd(myFunction);
+}
 
 int BASregisterThread()
 {

@@ -1,5 +1,5 @@
 /// \file BAS_Thread.h
-/// The small number that per-thread records are indexed by.
+/// The small number that per-thread records are indexed by, and what is done when a thread ends.
 ///
 /// Vocabulary: *thread id* = 1, 2, 3 ... dense over the threads that exist at the same time; the
 ///             thread that loads the library has 1.
@@ -25,3 +25,20 @@ inline int BASgetSTID()
     const int id = theBASThreadId;
     return id != 0 ? id : BASregisterThread();
 }
+
+/// While it lives, a function is called on each thread that ends and had an id, after the destructors
+/// of its thread_local objects. What a thread owns is a plain thread-local pointer and one of these:
+/// the first use of a thread_local object with a destructor aborts the process when memory is refused.
+/// For statics of a library; there is room for a few. The main thread ends with the process, and calls
+/// none.
+class KIT_API BAS_ThreadEnd
+{
+public:
+    explicit BAS_ThreadEnd(void (*function)());
+    ~BAS_ThreadEnd();
+    BAS_ThreadEnd(const BAS_ThreadEnd &) = delete;
+    BAS_ThreadEnd &operator=(const BAS_ThreadEnd &) = delete;
+
+private:
+    void (*myFunction)();
+};

@@ -1,5 +1,6 @@
 #include <KIT/KIT_ErrorManager.h>
 
+#include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_MessageCatalogue.h>
 #include <KIT/KIT_String.h>
@@ -15,23 +16,16 @@ static __thread KIT_ErrorManager *theBottomManager __attribute__((tls_model("ini
 
 namespace
 {
-struct BottomGuard
-{
-    ~BottomGuard()
-    {
-        delete theBottomManager;
-        theBottomManager = nullptr;
-    }
-    void touch() {}
-};
+const BAS_ThreadEnd theEnd([] {
+    delete theBottomManager;
+    theBottomManager = nullptr;
+});
 } // namespace
 
-/// Reports of a thread's last destructors get a new manager here, which is never deleted.
 static KIT_ErrorManager &getBottomManager()
 {
     if (!theBottomManager) {
-        static thread_local BottomGuard theGuard;
-        theGuard.touch();
+        BASgetSTID(); // a thread without an id isn't known to end
         theBottomManager = new KIT_ErrorManager;
     }
     return *theBottomManager;

@@ -1,4 +1,5 @@
 #include <BAS/BAS_Number.h>
+#include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Digits.h>
 #include <SNK/SNK_InterpreterPrivate.h>
 #include <SNK/SNK_Python.h>
@@ -11,11 +12,20 @@
 namespace
 {
 
-thread_local std::string theExpressionError;
+__thread std::string *theExpressionError __attribute__((tls_model("initial-exec")));
+
+const BAS_ThreadEnd theEnd([] {
+    delete theExpressionError;
+    theExpressionError = nullptr;
+});
 
 bool fail(const char *error)
 {
-    theExpressionError = error ? error : "";
+    if (!theExpressionError) {
+        BASgetSTID(); // a thread without an id isn't known to end
+        theExpressionError = new std::string;
+    }
+    *theExpressionError = error ? error : "";
     return false;
 }
 
@@ -83,5 +93,5 @@ const struct Registration
 
 const char *SNKgetExpressionError()
 {
-    return theExpressionError.c_str();
+    return theExpressionError ? theExpressionError->c_str() : "";
 }
