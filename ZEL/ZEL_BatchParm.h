@@ -26,7 +26,8 @@ class ZEL_API ZEL_BatchParm
 {
 public:
     ZEL_BatchParm();
-    /// Copies the slots, shares name and user data.
+    /// Copies the slots, shares name and user data. Without memory it throws std::bad_alloc, and an
+    /// assigned one has no slots.
     ZEL_BatchParm(const ZEL_BatchParm &other);
     ZEL_BatchParm &operator=(const ZEL_BatchParm &other);
     ~ZEL_BatchParm();

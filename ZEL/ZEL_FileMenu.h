@@ -57,6 +57,7 @@ public:
 
 private:
     void addRow(const char *token, const char *label);
+    void fillFromFiles();
 
     Kind myKind;
     std::vector<std::unique_ptr<ZEL_Name>> myRows;

@@ -75,7 +75,7 @@ public:
     virtual void *ownerHook() = 0;
     /// A button was pressed, or a parameter's dependencies may have changed.
     virtual void rebuildParmDependency(int parmIndex) = 0;
-    /// The parameter at this index is about to be removed.
+    /// The parameter at this index is about to be removed. Not to throw: it is removed all the same.
     virtual void parmRemoved(int parmIndex) = 0;
     /// *Evaluation.* May rewrite an expanded path value.
     virtual void adjustExpandedPath(KIT_String &path) = 0;

@@ -9,6 +9,7 @@
 #include <ZEL/ZEL_ScriptParm.h>
 
 #include <algorithm>
+#include <new>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -152,6 +153,9 @@ void DS_Command::getCommand(KIT_String &result)
     os << quoteText(myCommandName.view(), rman);
     if (myParmList) {
         Writer(*myPage, *myParmList, rman).write(os);
+    }
+    if (os.bad()) {
+        throw std::bad_alloc();
     }
     result.harden(os.str().c_str());
 }

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <new>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -120,6 +121,9 @@ void printMenu(const Block &block, const Writer &row)
         std::istringstream script(info.menuScript.toStdString());
         for (std::string text; std::getline(script, text);) {
             block.os << block.deeper << "[ " << text << " ]\n";
+        }
+        if (script.bad()) {
+            throw std::bad_alloc();
         }
         if (info.menuLanguage != TRK_SCRIPT_COMMAND) {
             block.line("language") << "\t" << TRKscriptLanguageAsString(info.menuLanguage) << "\n";

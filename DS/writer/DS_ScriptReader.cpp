@@ -395,6 +395,9 @@ void DS_ScriptReader::takeMenu(DS_ParmInfo &info, const ZEL_ScriptParm &parm)
         info.menuScript += DSscriptQuoted(blockText(line.c_str(), "]}")).c_str();
         info.menuScript += '\n';
     }
+    if (script.bad()) {
+        throw std::bad_alloc();
+    }
     info.menuLanguage = menu->getScriptLanguage();
     if (info.size > 1 && (!info.menuChoices.isEmpty() || info.menuScript.isstring())) {
         addLoss(parm.getName().getToken(), "of a parameter with a menu one component is written");

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 ZEL_BatchList::ZEL_BatchList(const ZEL_BatchList &other)
 {
@@ -13,11 +14,13 @@ ZEL_BatchList::ZEL_BatchList(const ZEL_BatchList &other)
 ZEL_BatchList &ZEL_BatchList::operator=(const ZEL_BatchList &other)
 {
     if (this != &other) {
-        myParms.clear();
+        std::vector<std::unique_ptr<ZEL_BatchParm>> parms;
+        parms.reserve(other.myParms.size());
         for (const auto &parm : other.myParms) {
-            myParms.push_back(parm ? std::make_unique<ZEL_BatchParm>(*parm) : nullptr);
+            parms.push_back(parm ? std::make_unique<ZEL_BatchParm>(*parm) : nullptr);
         }
         myOps = other.myOps;
+        myParms = std::move(parms);
     }
     return *this;
 }

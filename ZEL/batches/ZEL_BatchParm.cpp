@@ -117,6 +117,9 @@ ZEL_BatchParm &ZEL_BatchParm::operator=(const ZEL_BatchParm &other)
         myName = other.myName;
         myUserData = other.myUserData;
         myType = other.myType;
+        if (other.myVectorSize > 0) {
+            throw std::bad_alloc();
+        }
     }
     if (const int *const from = other.slots<int>()) {
         std::copy_n(from, myVectorSize, slots<int>());

@@ -40,7 +40,7 @@ int dataClassId()
 std::string typedText(const ZEL_Data::Item &item, bool &good)
 {
     std::ostringstream text;
-    if (!ZEL_DataFactory::saveTypedAscii(item, text)) {
+    if (!ZEL_DataFactory::saveTypedAscii(item, text) || text.bad()) {
         good = false;
         return std::string();
     }

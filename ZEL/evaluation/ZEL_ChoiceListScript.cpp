@@ -14,6 +14,7 @@
 #include <ZEL/evaluation/ZEL_ChoiceThreadPrivate.h>
 
 #include <memory>
+#include <new>
 #include <optional>
 #include <sstream>
 
@@ -112,6 +113,9 @@ bool ZEL_ChoiceList::getChoiceNamesFromCmdlangScript(ZEL_ChoiceThread &names,
     std::ostringstream out;
     KIT_ONullStream err;
     owner.runMenuScript(myScript.c_str(), out, err);
+    if (out.bad()) {
+        throw std::bad_alloc();
+    }
 
     KIT_WorkArgs words;
     KIT_String(out.str()).parse(words, 0, "\"'", false);

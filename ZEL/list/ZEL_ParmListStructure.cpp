@@ -1,5 +1,6 @@
 #include <ZEL/ZEL_ParmList.h>
 
+#include <BAS/BAS_Allocate.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 
 // ---------------------------------------------------------------------- //
 // Removing a parameter
@@ -22,7 +24,12 @@ void ZEL_ParmList::removeAndDestroyParm(int index)
     parm->clearAndDestroyChannels(false);
     if (myOwner) {
         const ZEL_Multi::KeepItems keep;
-        myOwner->parmRemoved(index);
+        // Removals are also what follows a failure: they can't fail for an owner's want of memory.
+        try {
+            myOwner->parmRemoved(index);
+        } catch (const std::bad_alloc &) {
+            BASnoteFailedAllocation();
+        }
     }
     takeOut(index);
 }

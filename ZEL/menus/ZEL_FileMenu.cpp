@@ -4,6 +4,7 @@
 #include <KIT/KIT_PathSearch.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <iterator>
 
@@ -158,6 +159,19 @@ void ZEL_FileMenu::fill()
     if (!myRows.empty()) {
         return;
     }
+    const ZEL_LostText lost;
+    try {
+        fillFromFiles();
+        // The process keeps these rows.
+        lost.check();
+    } catch (...) {
+        myRows.clear();
+        throw;
+    }
+}
+
+void ZEL_FileMenu::fillFromFiles()
+{
     const Menu &menu = theMenus[myKind];
     KIT_StringArray files;
     KIT_PathSearch::getInstance(0).findAllFiles(menu.file, files);

@@ -3,6 +3,7 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_RampUtils.h>
 
+#include <new>
 #include <sstream>
 
 bool ZEL_SpareData::getRampDefaultToParm(ZEL_Parm &parm) const
@@ -23,6 +24,9 @@ void ZEL_SpareData::setRampDefaultFromParm(const ZEL_Parm &parm)
     }
     std::ostringstream os;
     ZEL_RampUtils::setRampDefaultFromParm(os, parm);
+    if (os.bad()) {
+        throw std::bad_alloc();
+    }
     addTokenValue(parm.isRampTypeColor() ? getColorRampDefaultToken() : getFloatRampDefaultToken(),
                   os.str().c_str());
 }

@@ -3,6 +3,7 @@
 #include <KIT/KIT_Prime.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 ZEL_NameTable::ZEL_NameTable(std::size_t capacity)
@@ -25,11 +26,12 @@ void ZEL_NameTable::insert(const KIT_StringRef &name, int value)
         return;
     }
     KIT_StringHolder kept(name);
-    if (!kept.isNull()) {
-        Slot &slot = myTable.insert(kept);
-        slot.name = std::move(kept);
-        slot.value = value;
+    if (kept.isNull()) {
+        throw std::bad_alloc();
     }
+    Slot &slot = myTable.insert(kept);
+    slot.name = std::move(kept);
+    slot.value = value;
 }
 
 bool ZEL_NameTable::removeIfValue(const KIT_StringRef &name, int value)

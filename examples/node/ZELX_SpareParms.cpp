@@ -89,7 +89,14 @@ void ZELX_SpareParms::rebuild(ZEL_ParmList &list, const Descriptions &descriptio
     constexpr bool forceCopy = false;
     Templates fresh;
     fresh.push_back(copies(lastOfEach(descriptions)));
-    list.updateSpareParmTemplates(fresh.front().get(), forceCopy);
+    myTemplates.reserve(myTemplates.size() + 1);
+    try {
+        list.updateSpareParmTemplates(fresh.front().get(), forceCopy);
+    } catch (...) {
+        // Some parameters have the new templates, and the others the old ones.
+        myTemplates.push_back(std::move(fresh.front()));
+        throw;
+    }
     // Only now are the old templates no longer in use.
     myTemplates = std::move(fresh);
 }

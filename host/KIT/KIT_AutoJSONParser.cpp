@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -326,8 +327,9 @@ bool KIT_AutoJSONParser::parse(KIT_JSONValue &value)
     bool good = false;
     try {
         good = isBinary() ? parseBinary(bytes, value) : parseText(bytes, value);
+    } catch (const std::bad_alloc &) {
+        throw;
     } catch (const std::exception &) {
-        // Memory is exhausted: the document is refused like a malformed one.
         good = false;
     }
     if (!good) {

@@ -7,7 +7,7 @@
 /// Threads:    one thread at a time.
 /// Errors:     a document that is malformed, nested deeper than `theMaxNesting`, or followed by
 ///             anything but white space, gives false and a null value; there is no message. The
-///             stream is at its limit afterwards in any case.
+///             stream is at its limit afterwards in any case. Without memory for it, std::bad_alloc.
 /// Cost:       memory in proportion to the bytes that are there; a length that a binary document
 ///             only claims is never allocated.
 ///

@@ -5,6 +5,23 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
+#include <utility>
+
+namespace
+{
+
+/// Never null for want of memory: a channel without its name would be found by none.
+KIT_StringHolder keptName(const KIT_StringRef &name)
+{
+    KIT_StringHolder kept(name);
+    if (kept.isNull()) {
+        throw std::bad_alloc();
+    }
+    return kept;
+}
+
+} // namespace
 
 TRK_Collection::TRK_Collection() = default;
 
@@ -62,9 +79,15 @@ TRK_Channel *TRK_Collection::addChannel(const KIT_StringRef &name)
     if (channel != nullptr || !isValidChannelName(name.c_str())) {
         return channel;
     }
-    channel = new TRK_Channel(this, KIT_StringHolder(name));
-    myChannels.push_back(channel);
-    myByName.emplace(channel->getName(), channel);
+    channel = new TRK_Channel(this, keptName(name));
+    try {
+        myByName.emplace(channel->getName(), channel);
+        myChannels.push_back(channel);
+    } catch (...) {
+        myByName.erase(channel->getName());
+        delete channel;
+        throw;
+    }
     return channel;
 }
 
@@ -102,9 +125,10 @@ bool TRK_Collection::renameChannel(TRK_Channel *channel, const KIT_StringRef &ne
     if (holder != nullptr) {
         return holder == channel;
     }
+    KIT_StringHolder kept = keptName(newName);
+    myByName.emplace(kept, channel);
     myByName.erase(channel->myName);
-    channel->myName = KIT_StringHolder(newName);
-    myByName.emplace(channel->getName(), channel);
+    channel->myName = std::move(kept);
     return true;
 }
 
@@ -113,13 +137,15 @@ void TRK_Collection::setChannelAlias(TRK_Channel *channel, const KIT_StringRef &
     if (channel == nullptr || channel->getCollection() != this) {
         return;
     }
-    const auto held = myByAlias.find(channel->myAlias);
-    if (!channel->myAlias.isNull() && held != myByAlias.end() && held->second == channel) {
-        myByAlias.erase(held);
+    KIT_StringHolder kept = alias.isEmpty() ? KIT_StringHolder() : keptName(alias);
+    const KIT_StringHolder former = channel->myAlias;
+    if (!kept.isNull()) {
+        myByAlias[kept] = channel;
     }
-    channel->myAlias = alias.isEmpty() ? KIT_StringHolder() : KIT_StringHolder(alias);
-    if (!channel->myAlias.isNull()) {
-        myByAlias[channel->myAlias] = channel;
+    channel->myAlias = std::move(kept);
+    const auto held = former.isNull() ? myByAlias.end() : myByAlias.find(former);
+    if (held != myByAlias.end() && held->second == channel && former != channel->myAlias) {
+        myByAlias.erase(held);
     }
 }
 

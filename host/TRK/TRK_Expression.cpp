@@ -1,6 +1,8 @@
 #include <TRK/TRK_Expression.h>
 
+#include <BAS/BAS_Allocate.h>
 #include <BAS/BAS_Number.h>
+#include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_SmallArray.h>
@@ -13,6 +15,7 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <new>
 
 // ---------------------------------------------------------------- //
 // Evaluations in progress
@@ -473,21 +476,37 @@ bool TRK_Expression::evaluateString(TRK_EvalState &state, KIT_String &out) const
 namespace
 {
 
-/// Caches the compiled forms of the texts that a thread evaluated last: a literal text with an
-/// expression in backticks is evaluated here each time it is read.
-std::shared_ptr<const TRK_Expression> recentExpression(const char *text)
+/// The compiled forms of the texts that a thread evaluated last.
+struct RecentExpressions
 {
     struct Entry
     {
         KIT_StringHolder text;
         std::shared_ptr<const TRK_Expression> expression;
     };
-    constexpr size_t entryCount = 32;
-    constexpr uint32_t longest = 512;
-    static thread_local Entry theEntries[entryCount];
+    static constexpr size_t theCount = 32;
 
+    Entry entries[theCount];
+};
+
+__thread RecentExpressions *theRecent __attribute__((tls_model("initial-exec")));
+
+const BAS_ThreadEnd theRecentEnd([] {
+    delete theRecent;
+    theRecent = nullptr;
+});
+
+/// A literal text with an expression in backticks is evaluated here each time it is read.
+std::shared_ptr<const TRK_Expression> recentExpression(const char *text)
+{
+    using Entry = RecentExpressions::Entry;
+    constexpr uint32_t longest = 512;
+    if (theRecent == nullptr) {
+        BASgetSTID(); // a thread without an id isn't known to end
+        theRecent = new RecentExpressions;
+    }
     const KIT_StringRef key(text != nullptr ? text : "");
-    Entry &entry = theEntries[key.hash() % entryCount];
+    Entry &entry = theRecent->entries[key.hash() % RecentExpressions::theCount];
     if (entry.expression && entry.text == key) {
         return entry.expression;
     }
@@ -538,9 +557,14 @@ bool TRK_Expression::evaluateTextString(const char *text, double time,
 
 TRK_Expression *TRK_Expression::compile(const char *text)
 {
-    TRK_Expression *expression = new TRK_Expression;
+    const std::uint64_t lostBefore = BASfailedAllocations();
+    std::unique_ptr<TRK_Expression> expression(new TRK_Expression);
     TRK_ExpressionParser(text != nullptr ? text : "", *expression).parse();
-    return expression;
+    // A compiled form is kept: what is without a name or text of its own would be wrong for ever.
+    if (BASfailedAllocations() != lostBefore) {
+        throw std::bad_alloc();
+    }
+    return expression.release();
 }
 
 TRK_Expression::Reference TRK_Expression::splitReference(const char *text, size_t length,
