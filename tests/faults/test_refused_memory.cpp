@@ -1,7 +1,8 @@
 // Memory refused at every single allocation of a piece of work, once and from there on: whatever the
 // result, nothing is stuck afterwards, and the same work succeeds when repeated, as does the next.
 
-#include <BAS/BAS_Allocate.h>
+#include "Refusal.h"
+
 #include <DS/DS_DisableInfo.h>
 #include <DS/DS_ParmInfo.h>
 #include <DS/DS_ScriptReader.h>
@@ -15,183 +16,20 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <dlfcn.h>
-#include <functional>
-#include <new>
+#include <memory>
+#include <string>
 
 namespace
 {
-
-// ---------------------------------------------------------------------- //
-// Every way to the heap, for the thread that asks for refusals
-// ---------------------------------------------------------------------- //
-
-enum class Refusal
-{
-    ONE,     ///< a single allocation
-    ALL_FROM ///< and all after it
-};
-
-struct Allocations
-{
-    long left = -1; ///< those that succeed until the first refusal; negative: none is refused
-    Refusal refusal = Refusal::ONE;
-    bool refusedFlag = false;
-
-    bool refuse()
-    {
-        if (left != 0) {
-            left -= left > 0 ? 1 : 0;
-            return false;
-        }
-        refusedFlag = true;
-        left = refusal == Refusal::ONE ? -1 : 0;
-        return true;
-    }
-};
-
-thread_local Allocations theAllocations;
-
-} // namespace
-
-#ifdef BAS_PLAIN_MALLOC
-extern "C" void *__interceptor_malloc(std::size_t);
-extern "C" void *malloc(std::size_t size)
-{
-    return theAllocations.refuse() ? nullptr : __interceptor_malloc(size);
-}
-
-/// The leak sanitizer knows blocks of the dynamic linker by their caller, which is this malloc now.
-extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions()
-{
-    return "leak:ld-linux\n";
-}
-#else
-extern "C" void *__libc_malloc(std::size_t);
-extern "C" void *malloc(std::size_t size)
-{
-    return theAllocations.refuse() ? nullptr : __libc_malloc(size);
-}
-
-// Called by the libraries through the dynamic linker, which must see this one.
-extern "C" __attribute__((visibility("default"))) void *scalable_malloc(std::size_t size)
-{
-    using Function = void *(*)(std::size_t);
-    static const auto theReal = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "scalable_malloc"));
-    return theAllocations.refuse() ? nullptr : theReal(size);
-}
-#endif
-
-// All forms: a sanitizer would serve the others. Not inlined: a call of the one with the other's body in
-// its place looks like a mismatch to GCC.
-[[gnu::noinline]] void *operator new(std::size_t size, const std::nothrow_t &) noexcept
-{
-    return malloc(size ? size : 1);
-}
-[[gnu::noinline]] void *operator new(std::size_t size)
-{
-    void *const memory = operator new(size, std::nothrow);
-    if (!memory) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-[[gnu::noinline]] void operator delete(void *memory) noexcept
-{
-    std::free(memory);
-}
-void *operator new[](std::size_t size, const std::nothrow_t &) noexcept
-{
-    return operator new(size, std::nothrow);
-}
-void *operator new[](std::size_t size)
-{
-    return operator new(size);
-}
-void operator delete(void *memory, std::size_t) noexcept
-{
-    operator delete(memory);
-}
-void operator delete(void *memory, const std::nothrow_t &) noexcept
-{
-    operator delete(memory);
-}
-void operator delete[](void *memory) noexcept
-{
-    operator delete(memory);
-}
-void operator delete[](void *memory, std::size_t) noexcept
-{
-    operator delete(memory);
-}
-void operator delete[](void *memory, const std::nothrow_t &) noexcept
-{
-    operator delete(memory);
-}
-
-namespace
-{
-
-/// Runs it with the n-th allocation refused. True if there was an n-th one.
-bool runRefused(long n, Refusal refusal, const std::function<void()> &work)
-{
-    theAllocations = {n, refusal, false};
-    try {
-        work();
-    } catch (const std::bad_alloc &) {
-    }
-    theAllocations.left = -1;
-    takeMessages();
-    return theAllocations.refusedFlag;
-}
 
 // ---------------------------------------------------------------------- //
 // Pieces of work
 // ---------------------------------------------------------------------- //
 
-enum class Texts
-{
-    READ,
-    PASS_OVER ///< a text that got no memory is empty: the count of refusals shows it
-};
-
-std::string componentText(const ZEL_ParmList &list, int parmIndex, int index, Texts texts)
-{
-    const ZEL_Parm &parm = *list.getParmPtr(parmIndex);
-    KIT_String value;
-    parm.getValue(0.0, value, index, true, BASgetSTID());
-    const bool isFound =
-        list.getParmIndexFromChannel(parm.getChannelToken(index), nullptr) == parmIndex;
-    const bool isPassed = texts == Texts::PASS_OVER && parm.getType().isStringType();
-    return (isPassed ? "..." : value.toStdString()) + (isFound ? "" : "!");
-}
-
-/// The list in its order; "!" after a name that doesn't find its parameter.
-std::string textOf(const ZEL_ParmList &list, Texts texts)
-{
-    std::string text;
-    for (int i = 0; i < list.getEntries(); ++i) {
-        const ZEL_Parm &parm = *list.getParmPtr(i);
-        const bool isFound = list.getParmIndex(parm.getTokenRef()) == i;
-        text += std::string(parm.getTokenRef().nonNullStr()) + (isFound ? "" : "!");
-        for (int k = 0; k < parm.getVectorSize(); ++k) {
-            text += (k > 0 ? "," : "=") + componentText(list, i, k, texts);
-        }
-        text += " ";
-    }
-    return text;
-}
-
-/// `theSharesFlag`: the work uses what the process keeps, such as the names of a node type, so that
-/// anything left half made would show in the next work of its kind.
-
 /// A block with a nested one, texts, a condition and a menu.
 class Points : public MultiList
 {
 public:
-    static constexpr bool theSharesFlag = true;
-
     Points()
     {
         static ZEL_ConditionalGroup theGroup{{"{ s# == none }", ZEL_CONDTYPE_DISABLE}};
@@ -236,7 +74,11 @@ public:
 /// Lists: made.
 struct MakingAList : Points
 {
-    void run() { build(); }
+    bool run()
+    {
+        build();
+        return true;
+    }
 };
 
 /// Lists: a saved one read, with channels and items that aren't there yet.
@@ -256,10 +98,10 @@ struct LoadingAList : Points
         setCount(1);
         parm("words").revertToDefaults(0.0);
     }
-    void run()
+    bool run()
     {
         KIT_IStream is(saved.data(), saved.size(), KIT_IStream::TEXT);
-        list->load(is, "saved", nullptr);
+        return list->load(is, "saved", nullptr);
     }
     std::string saved;
 };
@@ -274,10 +116,11 @@ struct ReplacingAList : Points
         set("at2", 5);
         animate("t", "3", 1);
     }
-    void run()
+    bool run()
     {
         list = std::make_unique<ZEL_ParmList>(*list, top.templates(), nullptr, nullptr, "refused",
                                               false);
+        return true;
     }
 };
 
@@ -285,10 +128,11 @@ struct ReplacingAList : Points
 struct GrowingItems : Points
 {
     GrowingItems() { build(); }
-    void run()
+    bool run()
     {
-        setCount(3);
+        setCount(3.0 * refusalScale());
         setCount(2, "in2");
+        return true;
     }
 };
 
@@ -296,7 +140,7 @@ struct GrowingItems : Points
 struct MovingItems : Points
 {
     MovingItems() { build(); }
-    void run()
+    bool run()
     {
         setCount(2);
         set("at1", 1);
@@ -304,6 +148,7 @@ struct MovingItems : Points
         multi().insertInstanceBefore(1);
         multi().deleteInstance(0);
         multi().swapInstances(0, 1);
+        return true;
     }
 };
 
@@ -326,7 +171,11 @@ struct ReplacingSpares : Points
         animate("b", "3", 1);
     }
     ~ReplacingSpares() { list.reset(); }
-    void run() { list->updateSpareParmTemplates(second.templates(), false); }
+    bool run()
+    {
+        list->updateSpareParmTemplates(second.templates(), false);
+        return true;
+    }
 
     Block innerItems, first, second;
 };
@@ -341,7 +190,7 @@ struct UndoingAChange : Points
         set("at2", 5);
         list->saveUndoData(before);
     }
-    void run()
+    bool run()
     {
         list->loadUndoData(before, "undo", nullptr);
         ZEL_UndoDataArray now;
@@ -349,6 +198,7 @@ struct UndoingAChange : Points
         setCount(1);
         set("t", 9);
         list->loadUndoData(now, "undo", nullptr);
+        return true;
     }
 
     ZEL_UndoDataArray before;
@@ -357,19 +207,15 @@ struct UndoingAChange : Points
 /// Undo: a step of the reference node recorded, undone and redone.
 struct RecordingAStep
 {
-    static constexpr bool theSharesFlag = false;
-
     RecordingAStep() : node((block.add(ZEL_FLT, 1, "t"), block.templates())), stack(node) {}
-    void run()
+    bool run()
     {
         node.getParms().setFloat(1.0, "t", 0, 0.0, false);
         {
             const ZELX_UndoStack::Step step(stack, "move");
             node.getParms().setFloat(2.0, "t", 0, 0.0, false);
         }
-        stack.undo();
-        stack.redo();
-        stack.undo();
+        return stack.undo() && stack.redo() && stack.undo();
     }
     std::string text(Texts texts) { return textOf(node.getParms(), texts); }
 
@@ -381,10 +227,8 @@ struct RecordingAStep
 /// Dialog scripts: read, made templates of, and a list of those.
 struct BuildingAScript
 {
-    static constexpr bool theSharesFlag = true;
-
     ~BuildingAScript() { list.reset(); }
-    void run()
+    bool run()
     {
         static const std::string theScript =
             "{ name dialog label Dialog help { \"what it does\" }\n"
@@ -400,7 +244,7 @@ struct BuildingAScript
         page = std::make_unique<ZEL_ScriptPage>();
         KIT_IStream memory(theScript.data(), theScript.size(), KIT_IStream::TEXT);
         DS_Stream stream(memory, "refused", true);
-        page->parse(stream, true, nullptr, false, true, 0);
+        const bool isRead = page->parse(stream, true, nullptr, false, true, 0) != 0;
         templates.reset(new ZEL_Template[std::size_t(page->computeTemplateSize()) + 1]);
         ZEL_ScriptImports *imports = nullptr;
         int count = 0;
@@ -408,6 +252,7 @@ struct BuildingAScript
         list =
             std::make_unique<ZEL_ParmList>(templates.get(), nullptr, nullptr, nullptr, "", false);
         delete imports;
+        return isRead;
     }
     std::string text(Texts texts) { return list ? textOf(*list, texts) : ""; }
 
@@ -419,8 +264,6 @@ struct BuildingAScript
 /// Records: made for the writer from a script that was read.
 struct MakingRecords
 {
-    static constexpr bool theSharesFlag = false;
-
     MakingRecords() : reader("refused")
     {
         static const std::string theScript =
@@ -432,7 +275,11 @@ struct MakingRecords
         DS_Stream stream(memory, "refused", true);
         EXPECT_TRUE(reader.parse(stream));
     }
-    void run() { reader.prepareParms(); }
+    bool run()
+    {
+        reader.prepareParms();
+        return true;
+    }
     std::string text(Texts)
     {
         std::int64_t all = reader.getGroups().size() + reader.getBoundHandles().size() +
@@ -452,8 +299,6 @@ struct MakingRecords
 /// Presets: listed, loaded and saved.
 struct UsingPresets : MultiList
 {
-    static constexpr bool theSharesFlag = false;
-
     UsingPresets() : presets("Table", "op")
     {
         fs::remove_all(theFolder);
@@ -473,10 +318,11 @@ struct UsingPresets : MultiList
         writeFile(file, theFirst);
         presets.setNeedsRefresh();
     }
-    void run()
+    bool run()
     {
-        presets.loadPresetFile(list.get(), presets.getPresetPath(0).nonNullStr());
-        presets.savePresetToDir(list.get(), "second", theFolder.c_str());
+        const bool isLoaded =
+            presets.loadPresetFile(list.get(), presets.getPresetPath(0).nonNullStr());
+        return presets.savePresetToDir(list.get(), "second", theFolder.c_str()) && isLoaded;
     }
     std::string text(Texts texts)
     {
@@ -492,65 +338,16 @@ struct UsingPresets : MultiList
 };
 std::string UsingPresets::theFolder, UsingPresets::theFirst;
 
-// ---------------------------------------------------------------------- //
-// Each allocation in turn
-// ---------------------------------------------------------------------- //
-
-/// Refuses the n-th allocation; false if there are fewer.
-template <class Work>
-void refuse(long n, Refusal refusal, const std::string (&good)[2], bool &isRefused)
-{
-    Work work;
-    const std::uint64_t lostBefore = BASfailedAllocations();
-    isRefused = runRefused(n, refusal, [&] { work.run(); });
-    const bool isLost = BASfailedAllocations() != lostBefore;
-    ASSERT_FALSE(ZEL_ParmList::isLoading());
-    ASSERT_FALSE(ZEL_Parm::getIsAddingOrRemovingMultiParms());
-    std::string halfway;
-    if (isRefused) {
-        halfway = work.text(Texts::READ);
-        work.run();
-    }
-    const Texts texts = isLost ? Texts::PASS_OVER : Texts::READ;
-    ASSERT_EQ(work.text(texts), good[int(texts)]) << "after " << halfway;
-    takeMessages();
-    if constexpr (Work::theSharesFlag) {
-        Work next;
-        next.run();
-        ASSERT_EQ(next.text(Texts::READ), good[int(Texts::READ)]);
-    }
-}
-
-template <class Work>
-void refuseEach()
-{
-    std::string good[2];
-    for (const Texts texts : {Texts::READ, Texts::PASS_OVER}) {
-        Work work;
-        work.run();
-        good[int(texts)] = work.text(texts);
-    }
-    for (const Refusal refusal : {Refusal::ONE, Refusal::ALL_FROM}) {
-        bool isRefused = true;
-        for (long n = 0; isRefused && !testing::Test::HasFatalFailure(); ++n) {
-            SCOPED_TRACE(testing::Message() << (refusal == Refusal::ONE ? "only " : "from ") << n);
-            refuse<Work>(n, refusal, good, isRefused);
-        }
-    }
-}
-
-template <class Work>
-class RefusedMemoryOf : public testing::Test
-{};
-using Works =
-    testing::Types<MakingAList, LoadingAList, ReplacingAList, GrowingItems, MovingItems,
-                   ReplacingSpares, UndoingAChange, RecordingAStep, BuildingAScript, MakingRecords>;
-TYPED_TEST_SUITE(RefusedMemoryOf, Works, );
-
-TYPED_TEST(RefusedMemoryOf, EachAllocation)
-{
-    refuseEach<TypeParam>();
-}
+REFUSE_EACH(MakingAList)
+REFUSE_EACH(LoadingAList)
+REFUSE_EACH(ReplacingAList)
+REFUSE_EACH(GrowingItems)
+REFUSE_EACH(MovingItems)
+REFUSE_EACH(ReplacingSpares)
+REFUSE_EACH(UndoingAChange)
+REFUSE_EACH(RecordingAStep)
+REFUSE_EACH(BuildingAScript)
+REFUSE_EACH(MakingRecords)
 
 TEST(RefusedMemory, AllRecordsAreCounted)
 {
@@ -564,7 +361,10 @@ TEST(RefusedMemory, AConditionOfTheWriterHasAValueForEachName)
     bool isRefused = true;
     for (long n = 0; isRefused; ++n) {
         DS_DisableInfo info;
-        isRefused = runRefused(n, Refusal::ONE, [&] { info.addInfo("name", "value"); });
+        isRefused = runRefused(n, Refusal::ONE, [&] {
+                        info.addInfo("name", "value");
+                        return true;
+                    }).refused;
         EXPECT_EQ(info.getParmNames().size(), info.getValues().size()) << n;
         EXPECT_EQ(info.entries(), isRefused ? 0 : 1) << n;
     }
@@ -574,7 +374,7 @@ using RefusedMemoryFolders = PresetFolders;
 TEST_F(RefusedMemoryFolders, UsingPresets)
 {
     UsingPresets::theFolder = in("a");
-    refuseEach<UsingPresets>();
+    refuseEach(workType<UsingPresets>("UsingPresets"));
     UsingPresets last;
     last.run();
     EXPECT_EQ(last.text(Texts::READ), "t=5 words= first second ");
@@ -583,7 +383,11 @@ TEST_F(RefusedMemoryFolders, UsingPresets)
 TEST(RefusedMemory, DestroyingTakesNone)
 {
     const auto destroy = [](auto &work) {
-        EXPECT_FALSE(runRefused(0, Refusal::ALL_FROM, [&] { work.list.reset(); }));
+        const auto reset = [&] {
+            work.list.reset();
+            return true;
+        };
+        EXPECT_FALSE(runRefused(0, Refusal::ALL_FROM, reset).refused);
     };
     GrowingItems items;
     items.run();
