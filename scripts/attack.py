@@ -103,7 +103,7 @@ PYTHON = "default {{ [ \"{0}\" python ] }}".format
 
 
 def rows():
-    """(name, kind, files, calls); the size of an input is that of its largest file."""
+    """(name, files, calls); the size of an input is that of its largest file."""
     out = []
 
     def script(name, text, calls=()):
