@@ -422,6 +422,14 @@ void TOK_Preprocessor::includeFile(const std::string &path)
         return;
     }
     myIncludeBytes += std::min(text.size(), TOK_Limits::theIncludeBytes - myIncludeBytes);
+    if (!myIncluded.insert(identityOf(path)).second) {
+        myRepeatedBytes += text.size();
+        if (myRepeatedBytes > TOK_Limits::theRepeatedBytes) {
+            stop("files that are included again are larger than the limit of " +
+                 std::to_string(TOK_Limits::theRepeatedBytes) + " bytes");
+            return;
+        }
+    }
     pushFile(std::move(text), path);
 }
 

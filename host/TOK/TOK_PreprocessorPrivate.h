@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 class TOK_TokenStream;
@@ -114,6 +115,8 @@ private:
     int myMacroDepth = 0;
     int myIncludes = 0;
     size_t myIncludeBytes = 0;
+    size_t myRepeatedBytes = 0;
+    std::unordered_set<std::string> myIncluded; // identities
     size_t myMacroBytes = 0;
     bool myBesideFlag = true;
     bool mySearchFlag = true;
