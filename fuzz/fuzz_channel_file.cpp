@@ -1,6 +1,8 @@
 // Fuzzes the text form of channels: load anything; what was kept must save, load and save to the
 // same bytes.
 
+#include "FuzzMemory.h"
+
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <TRK/TRK_Collection.h>
@@ -12,6 +14,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
+    const FuzzMemory oracle(size);
     KIT_ErrorManager::Scope scope(1);
     TRK_Collection first;
     KIT_IStream stream(reinterpret_cast<const char *>(data), size, KIT_IStream::TEXT);

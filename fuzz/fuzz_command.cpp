@@ -2,6 +2,8 @@
 // of the line is written, read and written again, which must be the same line, in both syntaxes,
 // unless a place without an option may be off.
 
+#include "FuzzMemory.h"
+
 #include <DS/DS_Command.h>
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_EnvControl.h>
@@ -92,7 +94,9 @@ void checkLines(DS_Command &command, const char *line, bool distinctFlag)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
+    const FuzzMemory oracle(size);
     KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 2);
+    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 16);
     KIT_EnvControl::setInt(KIT_ENV_MAX_SCRIPT_NESTING, 8);
     KIT_ErrorManager::Scope scope(1);
     const uint8_t *const end = data + size;

@@ -1,6 +1,8 @@
 // Fuzzes conditions: read any text, check that reading and checking agree, write and
 // read again, put instance numbers in, and evaluate among a few parameters.
 
+#include "FuzzMemory.h"
+
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_StringHolder.h>
@@ -96,6 +98,7 @@ void checkEvaluation(const ZEL_Conditional &conditional)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
+    const FuzzMemory oracle(size);
     const std::string text(reinterpret_cast<const char *>(data), size);
     KIT_StringHolder message;
     KIT_StringHolder checked;

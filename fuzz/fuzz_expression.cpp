@@ -1,6 +1,8 @@
 // Fuzzes the expression language: compile any text, evaluate it as number and as text among
 // channels that refer to each other, and expand it as a literal.
 
+#include "FuzzMemory.h"
+
 #include <EVL/EVL.h>
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_Expression.h>
@@ -12,6 +14,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
+    const FuzzMemory oracle(size);
     const std::string text(reinterpret_cast<const char *>(data), size);
     TRK_Collection collection;
     for (const char *name : {"tx", "ty"}) {

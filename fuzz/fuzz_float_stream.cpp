@@ -1,6 +1,8 @@
 // The body of a float, text or binary by the first byte: loads or fails, and what it loaded saves and
 // loads again to the same bytes.
 
+#include "FuzzMemory.h"
+
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <TRK/TRK_Collection.h>
@@ -36,6 +38,7 @@ std::string saved(const ZEL_Instance &instance, bool binary)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
+    const FuzzMemory oracle(size);
     if (size == 0) {
         return 0;
     }

@@ -2,6 +2,8 @@
 // malformed document gives a value, and none is nested too deep. Then the bytes as a data parameter's text
 // and as the payload of its packets.
 
+#include "FuzzMemory.h"
+
 #include <KIT/KIT_AutoJSONParser.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
@@ -101,6 +103,7 @@ std::string packets(const std::string &payload)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
+    const FuzzMemory oracle(size);
     const std::string bytes(reinterpret_cast<const char *>(data), size);
     checkDocument(bytes);
 

@@ -2,6 +2,8 @@
 // makes it binary, bit 1 gives the list an owner, bit 2 reads the bytes as an alias block first. The
 // list loads or fails; what it then saves loads again, in text to the same bytes.
 
+#include "FuzzMemory.h"
+
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
@@ -67,11 +69,13 @@ struct Lists
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
+    const FuzzMemory oracle(size);
     if (size == 0) {
         return 0;
     }
     // So that the fuzzer finds what is slow, not what is merely large.
     KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 100);
+    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 16);
     const bool binary = data[0] & 1;
     const std::string bytes(reinterpret_cast<const char *>(data) + 1, size - 1);
     TestOwner owner;

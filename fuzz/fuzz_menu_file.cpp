@@ -1,6 +1,8 @@
 // A data file of a menu, as one with two fields in a line and as one with four. Every row has a token
 // and a label, none is longer than the data, and an array gets the rows that fit and a sentinel.
 
+#include "FuzzMemory.h"
+
 #include <KIT/KIT_IStream.h>
 #include <ZEL/ZEL_FileMenu.h>
 
@@ -46,6 +48,7 @@ void readAs(ZEL_FileMenu::Kind kind, const char *data, std::size_t size)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
+    const FuzzMemory oracle(size);
     const char *const text = reinterpret_cast<const char *>(data);
     readAs(ZEL_FileMenu::RESOLUTION, text, size);
     readAs(ZEL_FileMenu::PIXEL_FORMAT, text, size);

@@ -2,6 +2,8 @@
 // sections; every section, and the bytes as they are, are loaded as a preset, with an owner and
 // without. What loads is saved and loads again.
 
+#include "FuzzMemory.h"
+
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <STO/STO_IndexFile.h>
@@ -74,6 +76,7 @@ void checkPaths(const STO_IndexFile &index, std::int64_t i)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
+    const FuzzMemory oracle(size);
     const std::string text(reinterpret_cast<const char *>(data), size);
     STO_IndexFile index;
     const bool whole = index.read(text, "fuzz");

@@ -2,6 +2,8 @@
 // of what was read and saves and loads it in both forms. What could be read is written as a script and
 // read again.
 
+#include "FuzzMemory.h"
+
 #include <DS/DS_Creator.h>
 #include <DS/DS_ScriptReader.h>
 #include <DS/DS_Stream.h>
@@ -35,6 +37,7 @@ void require(bool condition)
 void setLimits()
 {
     KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 2);
+    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 16);
     KIT_EnvControl::setInt(KIT_ENV_MAX_SCRIPT_NESTING, 8);
     KIT_EnvControl::setInt(KIT_ENV_EXPERIMENTAL_PARMS, 1);
 }
@@ -125,6 +128,7 @@ void checkRewriting(const std::string &text)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
+    const FuzzMemory oracle(size);
     setLimits();
     KIT_ErrorManager::Scope scope(1);
     KIT_IStream memory(reinterpret_cast<const char *>(data), size, KIT_IStream::TEXT);

@@ -1,6 +1,8 @@
 // Fuzzes the two forms of a string: any text through both conversions, alone and one after the
 // other, and the promised round trip.
 
+#include "FuzzMemory.h"
+
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_String.h>
@@ -76,6 +78,7 @@ bool isKeptLiteral(std::string_view text)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
+    const FuzzMemory oracle(size);
     const std::string text(reinterpret_cast<const char *>(data), size);
     KIT_WorkBuffer expression;
     ZEL_String::convertToExprLanguage(text.c_str(), expression);

@@ -1,5 +1,7 @@
 // Fuzzes the token source of scripts: directives, macros and tokens of any text, and blocks.
 
+#include "FuzzMemory.h"
+
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
@@ -47,6 +49,7 @@ std::string rewritten(const char *data, size_t size)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
+    const FuzzMemory oracle(size);
     KIT_ErrorManager::Scope scope(1);
     const char *const text = reinterpret_cast<const char *>(data);
     const std::string tokens = rewritten(text, size);
