@@ -57,6 +57,8 @@ public:
     /// Deducts the request from the open budget, or reports why it is refused. Without an open
     /// budget it is compared with the settings alone.
     static bool allow(const Request &request);
+    /// The same for what a script describes without a multi-parameter; the caller reports.
+    static bool allowBytes(std::int64_t bytes);
     /// Whether the budget of an input is open on this thread, rather than none or a description's.
     static bool isInInput();
     /// A description's next default at the top: its items are counted anew and its error is

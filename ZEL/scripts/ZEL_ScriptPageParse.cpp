@@ -3,6 +3,7 @@
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_EnvControl.h>
 #include <ZEL/ZEL_Conditional.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_ScriptGroup.h>
 #include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/scripts/ZEL_ScriptPrivate.h>
@@ -60,6 +61,8 @@ int ZEL_ScriptPage::parse(DS_Stream &stream, bool wantBrace, ZEL_ScriptParm *own
                        KIT_EnvControl::getVariable(KIT_ENV_MAX_SCRIPT_NESTING));
         return 0;
     }
+    // One for all pages of a script.
+    const ZEL_InputBudget budget(ZEL_InputBudget::DEFAULTS, 0);
     if (wantBrace) {
         if (!stream.getOpenBrace()) {
             stream.error("Expecting open brace for script");

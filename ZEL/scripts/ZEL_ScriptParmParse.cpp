@@ -5,6 +5,7 @@
 #include <KIT/KIT_EnvControl.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_ConditionalInfo.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_ScriptTypes.h>
 #include <ZEL/scripts/ZEL_ScriptPrivate.h>
 
@@ -242,6 +243,15 @@ bool ZEL_ScriptParm::parseSize(DS_Stream &stream, const Context &, const Keyword
     if (size > limit) {
         ZELscriptError(stream, "vector size above the limit of %d (%s)", limit,
                        KIT_EnvControl::getVariable(KIT_ENV_MAX_VECTOR_SIZE));
+        return false;
+    }
+    // Few components take no more than the words that describe them.
+    constexpr int64_t theFew = 16;
+    constexpr int64_t theBytes = 105; // of one in a list
+    if (size > theFew && !ZEL_InputBudget::allowBytes((size - theFew) * theBytes)) {
+        ZELscriptError(stream, "components take more memory than the limit of %d MB (%s)",
+                       KIT_EnvControl::getLimit(KIT_ENV_MAX_STREAM_MEGABYTES),
+                       KIT_EnvControl::getVariable(KIT_ENV_MAX_STREAM_MEGABYTES));
         return false;
     }
     mySize = static_cast<int>(std::max<int64_t>(size, INT_MIN));

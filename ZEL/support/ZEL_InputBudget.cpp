@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -107,7 +108,11 @@ ZEL_InputBudget::~ZEL_InputBudget()
 {
     if (theRefusal.code >= 0 && (myOwnFlag || !isBlocked())) {
         const Refusal refusal = std::exchange(theRefusal, Refusal());
-        KITaddError(ZEL_ERROR_CATEGORY, refusal.code, refusal.text.c_str());
+        try {
+            KITaddError(ZEL_ERROR_CATEGORY, refusal.code, refusal.text.c_str());
+        } catch (const std::bad_alloc &) {
+            // The count that stays is what the caller sees.
+        }
     }
     if (myOwnFlag) {
         theState = myOuter;
@@ -129,6 +134,17 @@ void ZEL_InputBudget::beginDefault()
     }
 }
 
+bool ZEL_InputBudget::allowBytes(std::int64_t bytes)
+{
+    if (bytes > (theState.open ? theState.bytes : settingBytes())) {
+        return false;
+    }
+    if (theState.open && !theState.unlimited) {
+        theState.bytes -= bytes;
+    }
+    return true;
+}
+
 bool ZEL_InputBudget::allow(const Request &request)
 {
     const std::int64_t items = theState.open ? theState.items : settingItems();
@@ -143,7 +159,6 @@ bool ZEL_InputBudget::allow(const Request &request)
     }
     if (theState.open && !theState.unlimited) {
         theState.items -= std::max<std::int64_t>(request.items, 0);
-        theState.bytes -= std::max<std::int64_t>(request.bytes, 0);
     }
-    return true;
+    return allowBytes(std::max<std::int64_t>(request.bytes, 0));
 }

@@ -221,6 +221,23 @@ TEST(ScriptParms, ExperimentalOnesAreWanted)
     KIT_EnvControl::setInt(KIT_ENV_MAX_VECTOR_SIZE, 0);
 }
 
+TEST(ScriptParms, ComponentsTakeOfOneBudget)
+{
+    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 1);
+    const auto read = [](int parms, const char *size) {
+        std::string text = "{ name top group { name g";
+        for (int i = 0; i < parms; ++i) {
+            text += " parm { name p" + std::to_string(i) + " size " + size + " }";
+        }
+        return Dialog(text + " } }").messages;
+    };
+    EXPECT_EQ(read(41, "256"), "");
+    EXPECT_EQ(read(42, "256"),
+              "E: components take more memory than the limit of 1 MB (ZEL_MAX_STREAM_MEGABYTES)");
+    EXPECT_EQ(read(1000, "16"), "") << "no more than the words that describe them";
+    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 0);
+}
+
 TEST(ScriptParms, TheTextMayEndAnywhere)
 {
     const std::pair<const char *, const char *> ends[] = {
