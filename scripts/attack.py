@@ -129,7 +129,7 @@ def rows():
     script("count_condition",
            page(block("m", 10000, parm("q#", 'disablewhen "' + "{ q# == 1 }" * 8000 + '"'))))
     script("count_menu", page(block("m", 100000, parm(
-        "q#", "type ordinal menu { " + "".join(f'"t{i}" "l" ' for i in range(9000)) + "}"))))
+        "q#", "type ordinal menu { " + "".join(f'"t{i}" "l" ' for i in range(8000)) + "}"))))
     script("count_nested", page(block("m", 100000, block("n#", 100000, parm("q#_#")))))
     script("count_deep", page("".join(f"multiparm {{ name m{'#' * i} default 10\n" for i in range(6)) +
                               parm("q" + "#" * 6) + "}" * 6))
