@@ -79,7 +79,7 @@ bool TRK_Channel::match(const char *globPatterns) const
 void TRK_Channel::setChanged(bool changed, int)
 {
     myChangedFlag = changed;
-    if (changed) {
+    if (changed && myCollection != nullptr) {
         TRKgetEventManager().channelChanged(this);
     }
 }

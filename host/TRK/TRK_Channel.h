@@ -219,5 +219,6 @@ private:
     KIT_StringHolder myAlias;
     KIT_String myDefaultString;
     TRK_Segment myDefaultExpression; ///< compiled form of the text default slot
-    TRK_Collection *myCollection;
+    TRK_Collection *myCollection;    ///< null once it has been deleted
+    TRK_Channel *myNextDeleted = nullptr;
 };

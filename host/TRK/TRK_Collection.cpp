@@ -2,6 +2,7 @@
 
 #include <BAS/BAS_Character.h>
 #include <TRK/TRK_Evaluation.h>
+#include <TRK/TRK_EventManager.h>
 
 #include <algorithm>
 #include <cstring>
@@ -30,6 +31,7 @@ TRK_Collection::~TRK_Collection()
     for (TRK_Channel *channel : myChannels) {
         delete channel;
     }
+    freeDeleted();
 }
 
 // ---------------------------------------------------------------- //
@@ -79,6 +81,7 @@ TRK_Channel *TRK_Collection::addChannel(const KIT_StringRef &name)
     if (channel != nullptr || !isValidChannelName(name.c_str())) {
         return channel;
     }
+    freeDeletedIfUnused();
     channel = new TRK_Channel(this, keptName(name));
     try {
         myByName.emplace(channel->getName(), channel);
@@ -106,7 +109,26 @@ void TRK_Collection::deleteChannel(TRK_Channel *channel, bool byItsHolder)
     for (TRK_ValueSource *listener : myListeners) {
         listener->channelDeleted(channel);
     }
-    delete channel;
+    // Who raised the event that a handler answers may still use the channel.
+    TRKgetEventManager().channelDestroyed(channel);
+    channel->myCollection = nullptr;
+    channel->myNextDeleted = myDeleted;
+    myDeleted = channel;
+    freeDeletedIfUnused();
+}
+
+void TRK_Collection::freeDeletedIfUnused()
+{
+    if (myDeleted != nullptr && !TRK_EventManager::isDelivering()) {
+        freeDeleted();
+    }
+}
+
+void TRK_Collection::freeDeleted()
+{
+    while (myDeleted != nullptr) {
+        delete std::exchange(myDeleted, myDeleted->myNextDeleted);
+    }
 }
 
 void TRK_Collection::removeListener(TRK_ValueSource *listener)

@@ -56,7 +56,9 @@ public:
     /// Creates a channel without keys, or returns the existing one. Null for an invalid name.
     TRK_Channel *addChannel(const KIT_StringRef &name);
     /// Destroys a channel of this collection; ignores others and null. With \p byItsHolder a channel
-    /// that has one holder is marked as held by none before the listeners are told.
+    /// that has one holder is marked as held by none before the listeners are told. What a handler of
+    /// channel events deletes is gone at once, but its memory stays until a channel is made or deleted
+    /// outside of handlers: whoever raised the event may use it to the end of his call.
     void deleteChannel(TRK_Channel *channel, bool byItsHolder = false);
     /// False if the name is invalid or used by another channel. The creation order stays.
     bool renameChannel(TRK_Channel *channel, const KIT_StringRef &newName);
@@ -118,6 +120,9 @@ private:
     template <class FromSource, class FromChannel>
     bool readReference(const KIT_StringRef &path, const KIT_StringRef &name, bool &timeDependent,
                        FromSource &&fromSource, FromChannel &&fromChannel) const;
+    void freeDeleted();
+    /// Frees what handlers have deleted, unless one is running.
+    void freeDeletedIfUnused();
     struct Hash
     {
         size_t operator()(const KIT_StringRef &name) const { return name.hash(); }
@@ -129,6 +134,7 @@ private:
     Map myByName;
     Map myByAlias;
     std::vector<TRK_Channel *> myChannels;
+    TRK_Channel *myDeleted = nullptr; ///< by handlers, whose callers may still use them; linked
     std::vector<TRK_ValueSource *> myListeners;
     TRK_ValueSource *myValueSource = nullptr;
     TRK_PathResolver *myPathResolver = nullptr;

@@ -1,6 +1,8 @@
 /// \file TRK_EventManager.h
 /// Channel change events: collected while a batch is open, delivered when the outermost one ends.
 ///
+/// A handler may change, make and delete channels, also the one that it is notified of.
+///
 /// Vocabulary: *batch* = the time between beginHandlingEvents and endHandlingEvents; batches nest,
 ///             and depth counts the open ones.
 /// Ownership:  one manager for the process. It borrows the listeners; each is removed before it is

@@ -6,6 +6,7 @@
 #include <KIT/KIT_TokenString.h>
 #include <SNK/SNK_Python.h>
 #include <TRK/TRK_ChannelRef.h>
+#include <TRK/TRK_EventManager.h>
 #include <TRK/TRK_Manager.h>
 
 #include <gtest/gtest.h>
@@ -208,6 +209,38 @@ TEST_F(ValueLaws, HoldForAnyOrderOfSetsExpressionsAndHardening)
     for (const ZEL_Type *type : theKinds) {
         for (unsigned seed = 1; seed <= 40; ++seed) {
             run(*type, seed);
+        }
+    }
+}
+
+TEST_F(ValueLaws, AHandlerMayDeleteTheChannelThatIsBeingSet)
+{
+    struct Deleter
+    {
+        static void changed(void *data, TRK_Channel *channel)
+        {
+            auto &self = *static_cast<Deleter *>(data);
+            ASSERT_EQ(channel->getCollection(), &self.value.channels);
+            if (self.random() % 3 == 0) {
+                self.value.channels.deleteChannel(channel);
+                ++self.deleted;
+            }
+        }
+        RandomValue &value;
+        std::mt19937 random;
+        int deleted = 0;
+    };
+    for (const ZEL_Type *kind : theKinds) {
+        for (unsigned seed = 0; seed < 20; ++seed) {
+            RandomValue value(*kind, seed);
+            Deleter deleter{value, std::mt19937(seed)};
+            TRKgetEventManager().addListener(&deleter, Deleter::changed);
+            for (int i = 0; i < 100; ++i) {
+                value.step(); // its laws hold for channels that stay
+                ASSERT_EQ(value.instance->getChannel(0), value.channels.getChannel("p"));
+            }
+            TRKgetEventManager().removeListener(&deleter, Deleter::changed);
+            EXPECT_GT(deleter.deleted, 2);
         }
     }
 }
