@@ -12,7 +12,8 @@
 ///             Setting, loading and hardening one thread at a time.
 /// Errors:     "ZEL" 0, 2, 3, 4, 9, 14 on load, 18 on evaluation, 21 on a bad index in a set; an
 ///             expression that fails on expansion is reported as an evaluation error of the
-///             component. A failed load keeps what it had stored and linked until then.
+///             component; at a limit of the evaluation or in a cycle the text is empty. A failed load
+///             keeps what it had stored and linked until then.
 /// Cost:       a raw read is a copy under the read lock; an expanded one also scans the text. Up to
 ///             2,000 bytes are expanded without heap memory except the caller's string. A channel
 ///             whose text doesn't change never takes the write lock.
@@ -142,6 +143,8 @@ private:
                    int thread) const;
     void expandStored(ZEL_ParmList *list, double time, KIT_String &out, int index, int thread,
                       TRK_Collection *collection) const;
+    /// The expanded text for a number; empty at a limit of the evaluation in progress.
+    KIT_String textOfNumber(ZEL_ParmList *list, double time, int index, int thread) const;
     int getExpandFlags() const;
     void getStored(int index, KIT_WorkBuffer &out) const { myValues[index].get(myLock, out); }
     void storeText(int index, const char *text) { myValues[index].harden(myLock, text); }

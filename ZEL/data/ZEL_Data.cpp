@@ -264,6 +264,7 @@ void ZEL_Data::expandJSONMap(ZEL_ParmList *list, double time, int index, int thr
         TRK_EvalContext::Scope context(thread);
         context.setCollection(getChannelGroupPtr());
         context.setChannelName(getChannelToken(index).nonNullStr());
+        const TRK_EvalContext::OneEvaluation evaluation(thread);
         const EVL::ErrorScope error(thread, EVL::ErrorScope::CLEARED);
         KIT_Array<KIT_StringHolder> keys;
         source.getKeys(keys);

@@ -142,8 +142,8 @@ void ZEL_String::expandStored(ZEL_ParmList *list, double time, KIT_String &out, 
     const EVL::ErrorScope error(thread, EVL::ErrorScope::CLEARED);
     // The text's variables may be the application's.
     const ZEL_Multi::KeepItems keep;
-    const int result = TRK_Manager::getContext().expandString(text.buffer(), out, time, collection,
-                                                              thread, getExpandFlags());
+    const int result = TRK_Manager::getContext().expandString(
+        text.buffer(), out, time, collection, thread, getExpandFlags(), &myValues[index]);
     if (error.number() != EVL::EVL_OK) {
         evaluationError(list, index, error.number(), thread);
     }
@@ -197,26 +197,33 @@ void ZEL_String::getValue(ZEL_ParmList *list, double time, KIT_String &value, in
     }
 }
 
-void ZEL_String::getValue(ZEL_ParmList *list, double time, double &value, int index,
-                          int thread) const
+KIT_String ZEL_String::textOfNumber(ZEL_ParmList *list, double time, int index, int thread) const
 {
     KIT_String text;
     getValue(list, time, text, index, true, thread);
+    if (!TRK_Manager::countTextRead(text.nonNullStr(), thread)) {
+        text.clear();
+    }
+    return text;
+}
+
+void ZEL_String::getValue(ZEL_ParmList *list, double time, double &value, int index,
+                          int thread) const
+{
+    const KIT_String text = textOfNumber(list, time, index, thread);
     value = BASparseFloat(text.c_str());
 }
 
 void ZEL_String::getValue(ZEL_ParmList *list, double time, std::int64_t &value, int index,
                           int thread) const
 {
-    KIT_String text;
-    getValue(list, time, text, index, true, thread);
+    const KIT_String text = textOfNumber(list, time, index, thread);
     value = BASparseInteger(text.c_str(), 10);
 }
 
 void ZEL_String::getValue(ZEL_ParmList *list, double time, int &value, int index, int thread) const
 {
-    KIT_String text;
-    getValue(list, time, text, index, true, thread);
+    const KIT_String text = textOfNumber(list, time, index, thread);
     value = ZELparseInt(text.c_str());
 }
 

@@ -147,11 +147,25 @@ std::vector<std::string> listParms(const Node &node)
 // Values
 // ---------------------------------------------------------------- //
 
+/// Counts a reference as work of the evaluation in progress. False: a limit of it is reached.
+bool countReference(int thread)
+{
+    TRK_EvalThread &self = theTRKEvalThread;
+    if (self.innermost == nullptr || self.count(TRK_Costs::theReference)) {
+        return true;
+    }
+    TRK_EvalState::raise(EVL::EVL_DEPTH, thread);
+    return false;
+}
+
 double evaluateNumber(const Parm &parm, double time)
 {
     double value = 0.0;
     bool timeFlag = false;
     const int thread = currentThread();
+    if (!countReference(thread)) {
+        failFor(parm.path(), EVL::getErrorText(EVL::EVL_DEPTH));
+    }
     const bool goodFlag = askNodes(false, [&](SNK_NodeSource &source) {
         return source.evaluateNumber(parm.node.c_str(), parm.name.c_str(), time, thread, value,
                                      timeFlag);
@@ -170,6 +184,9 @@ std::string evaluateString(const Parm &parm, double time)
     KIT_String value;
     bool timeFlag = false;
     const int thread = currentThread();
+    if (!countReference(thread)) {
+        failFor(parm.path(), EVL::getErrorText(EVL::EVL_DEPTH));
+    }
     const bool goodFlag = askNodes(false, [&](SNK_NodeSource &source) {
         return source.evaluateString(parm.node.c_str(), parm.name.c_str(), time, thread, value,
                                      timeFlag);
@@ -179,6 +196,9 @@ std::string evaluateString(const Parm &parm, double time)
     }
     if (!goodFlag) {
         failFor(parm.path(), "there is no such parameter");
+    }
+    if (!TRK_Manager::countTextRead(value.nonNullStr(), thread)) {
+        failFor(parm.path(), EVL::getErrorText(EVL::EVL_DEPTH));
     }
     return value.toStdString();
 }
@@ -233,24 +253,25 @@ void readReference(const SNK_EvaluationScope &scope, const std::string &path, Ca
 {
     const TRK_Expression::Reference parts =
         TRK_Expression::splitReference(path.c_str(), path.size(), false);
+    const TRK_EvalThread &self = theTRKEvalThread;
+    const uint32_t errors = self.errors;
     bool timeFlag = false;
     bool knownFlag = false;
-    int error = EVL::EVL_OK;
     {
-        // An error from before would hide that of the reference.
-        const EVL::ErrorScope errors(scope.getThread(), EVL::ErrorScope::CLEARED);
         const SNK_PythonRest rest;
-        knownFlag = call(parts, timeFlag);
-        error = errors.number();
+        knownFlag = countReference(scope.getThread()) && call(parts, timeFlag);
     }
     if (timeFlag) {
         scope.markTimeDependent();
     }
-    if (!knownFlag || error != EVL::EVL_OK) {
-        TRK_EvalState::raise(error != EVL::EVL_OK ? error : EVL::EVL_UNKNOWN_CHANNEL,
-                             scope.getThread());
-        failFor(path,
-                knownFlag ? EVL::getErrorText(error) : "there is no such channel or parameter");
+    if (self.errors != errors) {
+        // A literal text that was read took its number back.
+        TRK_EvalState::raise(self.lastError, scope.getThread());
+        failFor(path, EVL::getErrorText(self.lastError));
+    }
+    if (!knownFlag) {
+        TRK_EvalState::raise(EVL::EVL_UNKNOWN_CHANNEL, scope.getThread());
+        failFor(path, "there is no such channel or parameter");
     }
 }
 
@@ -280,7 +301,9 @@ py::object chs(const std::string &path)
         KIT_String value;
         readReference(*scope, path, [&](const TRK_Expression::Reference &parts, bool &timeFlag) {
             return scope->getCollection()->evaluateReferenceString(
-                parts.path, parts.name, scope->getTime(), scope->getThread(), value, timeFlag);
+                       parts.path, parts.name, scope->getTime(), scope->getThread(), value,
+                       timeFlag) &&
+                   TRK_Manager::countTextRead(value.nonNullStr(), scope->getThread());
         });
         return toPython(value.toStdString());
     }

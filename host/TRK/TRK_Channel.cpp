@@ -580,6 +580,27 @@ double TRK_Channel::evaluate(const TRK_Collection *collection, double time, int 
     return evaluateExpression(segment, collection, time, thread, timeDependent);
 }
 
+/// Runs an expression in Python as part of the evaluation in progress. False: an error was raised.
+template <class Run>
+static bool runPython(TRK_EvalState &state, const Run &run)
+{
+    TRK_EvalThread &self = theTRKEvalThread;
+    TRK_LanguageEvaluator *python = TRK_Manager::getContext().getPythonEvaluator();
+    if (python == nullptr || !self.count(TRK_Costs::thePython)) {
+        state.raise(python == nullptr ? EVL::EVL_NO_LANGUAGE : EVL::EVL_DEPTH);
+        return false;
+    }
+    const uint32_t errors = self.errors;
+    if (self.scriptsOff == 0 && run(*python)) {
+        return true;
+    }
+    // What a reference has raised is the reason.
+    if (self.errors == errors) {
+        state.raise(EVL::EVL_PYTHON);
+    }
+    return false;
+}
+
 double TRK_Channel::evaluateExpression(const TRK_Segment &segment, const TRK_Collection *collection,
                                        double time, int thread, bool &timeDependent) const
 {
@@ -593,14 +614,11 @@ double TRK_Channel::evaluateExpression(const TRK_Segment &segment, const TRK_Col
     if (compiled != nullptr) {
         value = compiled->evaluateNumber(state);
     } else {
-        TRK_LanguageEvaluator *python = TRK_Manager::getContext().getPythonEvaluator();
-        if (python == nullptr) {
-            state.raise(EVL::EVL_NO_LANGUAGE);
-        } else if (!python->evaluateNumber(segment.getExpression(), time, collection, thread, value,
-                                           state.timeDependent)) {
-            value = 0.0;
-            state.raise(EVL::EVL_PYTHON);
-        }
+        const bool goodFlag = runPython(state, [&](TRK_LanguageEvaluator &python) {
+            return python.evaluateNumber(segment.getExpression(), time, collection, thread, value,
+                                         state.timeDependent);
+        });
+        value = goodFlag ? value : 0.0;
     }
     BASstoreIfDifferent(myTimeMark, uint8_t(state.timeDependent ? 1 : 0));
     timeDependent = timeDependent || state.timeDependent;
@@ -652,15 +670,14 @@ bool TRK_Channel::evaluateText(const TRK_Segment &segment, TRK_EvalState &state,
     if (compiled != nullptr) {
         return compiled->evaluateString(state, out);
     }
-    TRK_LanguageEvaluator *python = TRK_Manager::getContext().getPythonEvaluator();
-    if (python != nullptr &&
-        python->evaluateString(segment.getExpression(), state.time, state.collection, state.thread,
-                               out, state.timeDependent)) {
-        return true;
+    const bool goodFlag = runPython(state, [&](TRK_LanguageEvaluator &python) {
+        return python.evaluateString(segment.getExpression(), state.time, state.collection,
+                                     state.thread, out, state.timeDependent);
+    });
+    if (!goodFlag) {
+        out = "";
     }
-    out = "";
-    state.raise(python == nullptr ? EVL::EVL_NO_LANGUAGE : EVL::EVL_PYTHON);
-    return false;
+    return goodFlag;
 }
 
 /// The default slot of texts as an expression; if it is empty, the text of the number slot.

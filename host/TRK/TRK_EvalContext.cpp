@@ -32,6 +32,25 @@ TRK_EvalContext::Scope::~Scope()
     innermostScopes().get(myThread) = myOuter;
 }
 
+TRK_EvalContext::OneEvaluation::OneEvaluation(int thread) : myGuard(nullptr, thread) {}
+
+TRK_EvalContext::OneEvaluation::~OneEvaluation() = default;
+
+TRK_EvalContext::NoScripts::NoScripts()
+{
+    ++theTRKEvalThread.scriptsOff;
+}
+
+TRK_EvalContext::NoScripts::~NoScripts()
+{
+    --theTRKEvalThread.scriptsOff;
+}
+
+bool TRK_EvalContext::NoScripts::isOpen()
+{
+    return theTRKEvalThread.scriptsOff > 0;
+}
+
 const TRK_EvalContext::Scope *TRK_EvalContext::getCurrent(int thread)
 {
     return innermostScopes().get(thread);

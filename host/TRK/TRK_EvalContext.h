@@ -8,6 +8,7 @@
 #pragma once
 
 #include <BAS/BAS_API.h>
+#include <TRK/TRK_Evaluation.h>
 
 class TRK_Collection;
 
@@ -38,6 +39,32 @@ public:
         TRK_Collection *myCollection;
         const char *myChannel;
         int myThread;
+    };
+
+    /// While it lives, the evaluations of the calling thread are parts of one: they share its limits.
+    class KIT_API OneEvaluation
+    {
+    public:
+        explicit OneEvaluation(int thread);
+        ~OneEvaluation();
+        OneEvaluation(const OneEvaluation &) = delete;
+        OneEvaluation &operator=(const OneEvaluation &) = delete;
+
+    private:
+        TRK_EvalGuard myGuard;
+    };
+
+    /// While it lives, the calling thread runs no script for a value or menu: an expression in Python
+    /// fails with EVL_PYTHON, and the menu of a script is empty.
+    class KIT_API NoScripts
+    {
+    public:
+        NoScripts();
+        ~NoScripts();
+        NoScripts(const NoScripts &) = delete;
+        NoScripts &operator=(const NoScripts &) = delete;
+
+        static bool isOpen();
     };
 
     /// The innermost scope of a thread; null if none is open.

@@ -2,8 +2,9 @@
 /// The bookkeeping of evaluations in progress on a thread: what is being evaluated, how deep, and
 /// how much work it has cost. Used by the channel library alone; not for applications.
 ///
-/// Vocabulary: *frame* = one channel in evaluation, on the C++ stack, linked to the one that
-///             requested it; *step* = one operation of a compiled expression, or 64 bytes of text.
+/// Vocabulary: *frame* = one channel or literal text in evaluation, on the C++ stack, linked to the
+///             one that requested it; *outermost* = requested by none: all below it share its limits;
+///             *step* = one operation of a compiled expression, or 64 bytes of text.
 /// Ownership:  frames unlink themselves; nothing is allocated.
 /// Threads:    the chain belongs to the calling thread.
 /// Errors:     raise() keeps the first error number of the thread and counts all of them.
@@ -12,9 +13,9 @@
 
 #include <KIT/KIT_StringRef.h>
 
+#include <cstddef>
 #include <cstdint>
 
-class TRK_Channel;
 class TRK_Collection;
 class TRK_ReferenceListener;
 class TRK_Segment;
@@ -22,18 +23,30 @@ class TRK_Segment;
 /// Limits of one evaluation. Reaching one sets EVL::EVL_DEPTH and gives 0.
 struct TRK_Limits
 {
-    static constexpr int theChannelDepth = 64;             ///< channels that depend on each other
+    static constexpr int theChannelDepth = 64;             ///< channels and texts that wait
     static constexpr int64_t theSteps = 2000000;           ///< steps below one outermost call
     static constexpr int theParserDepth = 200;             ///< nesting of an expression
     static constexpr int theStackSlots = 256;              ///< numbers, or texts, held at once
     static constexpr uint32_t theExpressionLength = 65536; ///< bytes of an expression
     static constexpr uint32_t theStringLength = 1u << 20;  ///< bytes of a text result
+    static constexpr int64_t theTextBytes = 32 << 20;      ///< made below one outermost call
     static constexpr uint32_t theNameLength = 255;         ///< bytes of a channel name
+};
+
+/// What is counted for work that isn't a step of a program.
+struct TRK_Costs
+{
+    static constexpr int64_t theBytes = 64;      ///< of text that count as one step
+    static constexpr int64_t theText = 8;        ///< reading a text, expanding a literal one
+    static constexpr int64_t theFailure = 64;    ///< an error, with its message
+    static constexpr int64_t thePython = 64;     ///< running an expression in Python
+    static constexpr int64_t theReference = 4;   ///< a reference that Python code reads
+    static constexpr int64_t theSourceBytes = 4; ///< of an expression to compile, for one step
 };
 
 struct TRK_EvalFrame
 {
-    const TRK_Channel *channel;
+    const void *subject; ///< the channel or text; null: nothing that could be read again
     TRK_EvalFrame *outer;
     int depth;
 };
@@ -43,8 +56,32 @@ struct TRK_EvalThread
 {
     TRK_EvalFrame *innermost;
     int64_t steps;
-    uint32_t errors;
+    int64_t textBytes;
+    uint32_t errors;                 ///< how many were raised
+    int lastError;                   ///< the number of the last one
+    int scriptsOff;                  ///< how many scopes turn scripts off
     TRK_ReferenceListener *listener; ///< notified of references; usually null
+
+    void restart()
+    {
+        steps = 0;
+        textBytes = 0;
+    }
+    /// Each counts work. False: a limit is reached; nothing has been raised.
+    bool count(int64_t work)
+    {
+        steps += work;
+        return steps <= TRK_Limits::theSteps;
+    }
+    bool countLooking(size_t bytes)
+    {
+        return count(static_cast<int64_t>(bytes) / TRK_Costs::theBytes);
+    }
+    bool countMaking(size_t bytes)
+    {
+        textBytes += static_cast<int64_t>(bytes);
+        return countLooking(bytes) && textBytes <= TRK_Limits::theTextBytes;
+    }
 };
 
 extern __thread TRK_EvalThread theTRKEvalThread __attribute__((tls_model("initial-exec")));
@@ -90,18 +127,18 @@ private:
     TRK_ReferenceListener *myListener;
 };
 
-/// Marks a channel as being evaluated for the length of a scope.
+/// Marks a channel or text as being evaluated for the length of a scope.
 class TRK_EvalGuard
 {
 public:
-    TRK_EvalGuard(const TRK_Channel *channel, int thread) : myFrame{channel, nullptr, 1}
+    TRK_EvalGuard(const void *subject, int thread) : myFrame{subject, nullptr, 1}
     {
         TRK_EvalThread &self = theTRKEvalThread;
         myFrame.outer = self.innermost;
         if (myFrame.outer != nullptr) {
             myRunFlag = check(thread);
         } else {
-            self.steps = 0;
+            self.restart();
         }
         self.innermost = &myFrame;
     }
@@ -109,7 +146,7 @@ public:
     TRK_EvalGuard(const TRK_EvalGuard &) = delete;
     TRK_EvalGuard &operator=(const TRK_EvalGuard &) = delete;
 
-    /// False when the channel is being evaluated already, or too many are nested; the error has
+    /// False when the subject is being evaluated already, or too many are nested; the error has
     /// then been raised.
     bool mayRun() const { return myRunFlag; }
 

@@ -25,7 +25,10 @@ __thread TRK_EvalThread theTRKEvalThread __attribute__((tls_model("initial-exec"
 
 void TRK_EvalState::raise(int error, int thread)
 {
-    ++theTRKEvalThread.errors;
+    TRK_EvalThread &self = theTRKEvalThread;
+    ++self.errors;
+    self.lastError = error;
+    self.steps += TRK_Costs::theFailure;
     int &number = EVL::theErrNo[thread];
     if (number == EVL::EVL_OK) {
         number = error;
@@ -39,13 +42,13 @@ bool TRK_EvalGuard::check(int thread)
         TRK_EvalState::raise(EVL::EVL_DEPTH, thread);
         return false;
     }
-    if (myFrame.channel == nullptr) {
+    if (myFrame.subject == nullptr) {
         return true;
     }
     // Searching many frames counts as work, too.
     theTRKEvalThread.steps += myFrame.depth / 4;
     for (const TRK_EvalFrame *frame = myFrame.outer; frame != nullptr; frame = frame->outer) {
-        if (frame->channel == myFrame.channel) {
+        if (frame->subject == myFrame.subject) {
             TRK_EvalState::raise(EVL::EVL_CYCLE, thread);
             return false;
         }
@@ -128,6 +131,8 @@ public:
     bool run();
     double number() const { return *myNumber; }
     KIT_String &text() const { return *myText; }
+    /// Counts reading a number from the text that is the result.
+    bool finishText() { return chargeLooking(myText->length()); }
 
 private:
     bool fail(int error);
@@ -139,7 +144,9 @@ private:
     bool runText(const Step &step);
     bool runTextChannel(const Step &step);
     bool runTextFunction(const Step &step);
-    bool charge(size_t bytes);
+    bool within(bool limits) { return limits || fail(EVL::EVL_DEPTH); }
+    bool chargeLooking(size_t bytes);
+    bool chargeMaking(size_t bytes);
     bool join(KIT_String &left, const KIT_String &right);
     bool pushVariable(const Step &step);
     bool pushNodeName();
@@ -154,9 +161,15 @@ private:
 
 bool TRK_Expression::Runner::fail(int error)
 {
-    // Keeps an error that the reference itself has raised.
-    if (theTRKEvalThread.errors == myErrors) {
+    const TRK_EvalThread &self = theTRKEvalThread;
+    if (self.errors == myErrors) {
         myState.raise(error);
+        return false;
+    }
+    // An error that a reference has raised stays; a literal text that was read took its number back.
+    int &number = EVL::theErrNo[myState.thread];
+    if (number == EVL::EVL_OK) {
+        number = self.lastError;
     }
     return false;
 }
@@ -249,7 +262,9 @@ bool TRK_Expression::Runner::runChannel(const Step &step)
         return readChannel(myExpression.myReferences[step.index], *myNumber);
     }
     const KIT_String &name = *myText--;
-    return readChannel(splitReference(name.nonNullStr(), name.length(), false), *myNumber);
+    const size_t length = name.length();
+    return chargeLooking(length) &&
+           readChannel(splitReference(name.nonNullStr(), length, false), *myNumber);
 }
 
 /// Stores the value in the top slot.
@@ -263,12 +278,15 @@ bool TRK_Expression::Runner::readChannel(const Reference &reference, double time
     return (knownFlag && theTRKEvalThread.errors == myErrors) || fail(EVL::EVL_UNKNOWN_CHANNEL);
 }
 
-/// Counts the copying of text as work, so that long texts end like long programs.
-bool TRK_Expression::Runner::charge(size_t bytes)
+/// Counts text that is looked through or made as work, so that long texts end like long programs.
+bool TRK_Expression::Runner::chargeLooking(size_t bytes)
 {
-    TRK_EvalThread &self = theTRKEvalThread;
-    self.steps += static_cast<int64_t>(bytes / 64);
-    return self.steps <= TRK_Limits::theSteps || fail(EVL::EVL_DEPTH);
+    return within(theTRKEvalThread.countLooking(bytes));
+}
+
+bool TRK_Expression::Runner::chargeMaking(size_t bytes)
+{
+    return within(theTRKEvalThread.countMaking(bytes));
 }
 
 bool TRK_Expression::Runner::join(KIT_String &left, const KIT_String &right)
@@ -279,7 +297,7 @@ bool TRK_Expression::Runner::join(KIT_String &left, const KIT_String &right)
         return fail(EVL::EVL_DEPTH);
     }
     // A borrowed left side is copied as well.
-    if (!charge(left.isHard() ? length : whole)) {
+    if (!chargeMaking(left.isHard() ? length : whole)) {
         return false;
     }
     left.append(right.nonNullStr(), length);
@@ -289,7 +307,9 @@ bool TRK_Expression::Runner::join(KIT_String &left, const KIT_String &right)
 bool TRK_Expression::Runner::runText(const Step &step)
 {
     switch (step.code) {
-    case Code::TO_NUMBER: *++myNumber = BASparseFloat((myText--)->c_str()); return true;
+    case Code::TO_NUMBER:
+        *++myNumber = BASparseFloat(myText->c_str());
+        return chargeLooking((myText--)->length());
     case Code::TO_TEXT: pushText() = KIT_Digits(*myNumber--).buffer(); return true;
     case Code::TEXT: pushText().borrow(myExpression.myTexts[step.index].c_str()); return true;
     case Code::VARIABLE:
@@ -304,6 +324,9 @@ bool TRK_Expression::Runner::runText(const Step &step)
     }
     case Code::ADD_ANY:
         --myText;
+        if (!chargeLooking(myText[0].length() + myText[1].length())) {
+            return false;
+        }
         if (readsAsNumber(myText[0]) && readsAsNumber(myText[1])) {
             myText[0] = KIT_Digits(myText[0].toFloat() + myText[1].toFloat()).buffer();
             return true;
@@ -311,7 +334,7 @@ bool TRK_Expression::Runner::runText(const Step &step)
         return join(myText[0], myText[1]);
     case Code::COMPARE:
         myText -= 2;
-        if (!charge(myText[1].length())) {
+        if (!chargeLooking(myText[1].length())) {
             return false;
         }
         *++myNumber = signOf(std::strcmp(myText[1].nonNullStr(), myText[2].nonNullStr()));
@@ -319,7 +342,7 @@ bool TRK_Expression::Runner::runText(const Step &step)
     case Code::COMPARE_ANY:
         myText -= 2;
         *++myNumber = compareAny(myText[1], myText[2]);
-        return true;
+        return chargeLooking(myText[1].length() + myText[2].length());
     case Code::TEXT_FUNCTION:
     case Code::TEXT_MEASURE: return runTextFunction(step);
     default: return runTextChannel(step);
@@ -337,7 +360,11 @@ bool TRK_Expression::Runner::runTextChannel(const Step &step)
         reference = &myExpression.myReferences[step.index];
         ++myText;
     } else {
-        named = splitReference(myText->nonNullStr(), myText->length(), true);
+        const size_t length = myText->length();
+        if (!chargeLooking(length)) {
+            return false;
+        }
+        named = splitReference(myText->nonNullStr(), length, true);
     }
     KIT_String value;
     const TRK_Collection *collection = myState.collection;
@@ -349,7 +376,8 @@ bool TRK_Expression::Runner::runTextChannel(const Step &step)
         return fail(EVL::EVL_UNKNOWN_CHANNEL);
     }
     myText->adopt(value);
-    return charge(myText->length());
+    theTRKEvalThread.steps += TRK_Costs::theText;
+    return chargeMaking(myText->length());
 }
 
 bool TRK_Expression::Runner::runTextFunction(const Step &step)
@@ -361,7 +389,7 @@ bool TRK_Expression::Runner::runTextFunction(const Step &step)
     for (int i = 1; i <= textCount; ++i) {
         bytes += myText[i].length();
     }
-    if (!charge(bytes)) {
+    if (!(step.code == Code::TEXT_MEASURE ? chargeLooking(bytes) : chargeMaking(bytes))) {
         return false;
     }
     TextCall call{myText + 1, myNumber + 1, step.count, 0.0};
@@ -390,7 +418,7 @@ bool TRK_Expression::Runner::pushVariable(const Step &step)
         return true;
     }
     pushText().adopt(value);
-    return true;
+    return chargeMaking(myText->length());
 }
 
 bool TRK_Expression::Runner::pushNodeName()
@@ -422,10 +450,9 @@ bool TRK_Expression::prepare(TRK_EvalState &state) const
     }
     TRK_EvalThread &self = theTRKEvalThread;
     if (self.innermost == nullptr) {
-        self.steps = 0; // an outermost evaluation, outside any channel
+        self.restart(); // an outermost evaluation, outside any channel
     }
-    self.steps += static_cast<int64_t>(mySteps.size());
-    if (self.steps > TRK_Limits::theSteps) {
+    if (!self.count(static_cast<int64_t>(mySteps.size()))) {
         state.raise(EVL::EVL_DEPTH);
         return false;
     }
@@ -450,7 +477,10 @@ double TRK_Expression::evaluateNumber(TRK_EvalState &state) const
     if (!runner.run()) {
         return 0.0;
     }
-    return myResultType == Type::NUMBER ? runner.number() : BASparseFloat(runner.text().c_str());
+    if (myResultType == Type::NUMBER) {
+        return runner.number();
+    }
+    return runner.finishText() ? BASparseFloat(runner.text().c_str()) : 0.0;
 }
 
 bool TRK_Expression::evaluateString(TRK_EvalState &state, KIT_String &out) const
@@ -510,6 +540,7 @@ std::shared_ptr<const TRK_Expression> recentExpression(const char *text)
     if (entry.expression && entry.text == key) {
         return entry.expression;
     }
+    theTRKEvalThread.steps += static_cast<int64_t>(key.length()) / TRK_Costs::theSourceBytes;
     std::shared_ptr<const TRK_Expression> made(TRK_Expression::compile(text));
     if (key.length() <= longest) {
         entry = Entry{KIT_StringHolder(key), made};
@@ -523,10 +554,9 @@ double TRK_Expression::evaluateTextNumber(const char *text, double time,
                                           const TRK_Collection *collection, int thread,
                                           bool *timeDependent)
 {
-    const std::shared_ptr<const TRK_Expression> expression = recentExpression(text);
     TRK_EvalState state{collection, nullptr, time, thread, false};
     const TRK_EvalGuard guard(nullptr, thread);
-    const double value = guard.mayRun() ? expression->evaluateNumber(state) : 0.0;
+    const double value = guard.mayRun() ? recentExpression(text)->evaluateNumber(state) : 0.0;
     if (timeDependent != nullptr && state.timeDependent) {
         *timeDependent = true;
     }
@@ -537,18 +567,22 @@ bool TRK_Expression::evaluateTextString(const char *text, double time,
                                         const TRK_Collection *collection, int thread,
                                         KIT_String &out, bool *timeDependent)
 {
-    const std::shared_ptr<const TRK_Expression> expression = recentExpression(text);
-    TRK_EvalState state{collection, nullptr, time, thread, false};
     const TRK_EvalGuard guard(nullptr, thread);
     if (!guard.mayRun()) {
         out = "";
         return false;
     }
-    const bool goodFlag = expression->evaluateString(state, out);
+    TRK_EvalState state{collection, nullptr, time, thread, false};
+    const bool goodFlag = evaluateRecentText(text, state, out);
     if (timeDependent != nullptr && state.timeDependent) {
         *timeDependent = true;
     }
     return goodFlag;
+}
+
+bool TRK_Expression::evaluateRecentText(const char *text, TRK_EvalState &state, KIT_String &out)
+{
+    return recentExpression(text)->evaluateString(state, out);
 }
 
 // ---------------------------------------------------------------- //

@@ -158,6 +158,8 @@ public:
     /// Evaluates a text once, without a channel: as text.
     static bool evaluateTextString(const char *text, double time, const TRK_Collection *collection,
                                    int thread, KIT_String &out, bool *timeDependent = nullptr);
+    /// The same as part of the evaluation that is in progress on the thread.
+    static bool evaluateRecentText(const char *text, TRK_EvalState &state, KIT_String &out);
 
     /// Splits "path/name" at the last slash. Without a slash the path is null; for "/name" it is
     /// "/".

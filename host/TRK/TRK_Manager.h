@@ -85,10 +85,16 @@ public:
     /// Expands a literal text by TRK_ExpandFlags; other bits are ignored. A backslash before a "$"
     /// or a backtick escapes it, two backslashes there mean one; elsewhere a backslash is an
     /// ordinary character. An unknown variable stays as written. An expression that fails, or an
-    /// unmatched backtick, sets EVL::theErrNo. The result is a mask: TRK_EXPAND_CHANGED,
-    /// TRK_EXPAND_TIME_DEPENDENT.
+    /// unmatched backtick, sets EVL::theErrNo; the text has nothing in its place. The text is part
+    /// of the evaluation in progress, or one of its own: at a limit of it, or if \p subject, which
+    /// stands for the text, is being evaluated already, the number is EVL_DEPTH or EVL_CYCLE and the
+    /// result is empty. The result is a mask: TRK_EXPAND_CHANGED, TRK_EXPAND_TIME_DEPENDENT.
     int expandString(const char *text, KIT_String &out, double time, TRK_Collection *collection,
-                     int thread, int flags = TRK_EXPAND_VARIABLES | TRK_EXPAND_EXPRESSIONS) const;
+                     int thread, int flags = TRK_EXPAND_VARIABLES | TRK_EXPAND_EXPRESSIONS,
+                     const void *subject = nullptr) const;
+    /// Counts a text that was read for an evaluation in progress, such as to take a number from it.
+    /// False: a limit of the evaluation is reached, and EVL_DEPTH is set.
+    static bool countTextRead(const char *text, int thread);
     /// True if the text uses $NAME or ${NAME}.
     static bool scanForVariableInString(const char *text, const char *name);
 
@@ -116,7 +122,7 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Other services
     // ---------------------------------------------------------------- //
-    /// Whether the calling thread is evaluating an expression.
+    /// Whether the calling thread is evaluating an expression or expanding a text.
     static bool isEvaluating();
     /// Fills in a reference to a channel. False for null or a channel without a collection.
     bool fillChannelRef(TRK_ChannelRef &ref, TRK_Channel *channel) const;

@@ -60,7 +60,7 @@ const char *findClosingBacktick(const char *text)
     return nullptr;
 }
 
-/// Expands one text from left to right.
+/// Expands one text from left to right, within an evaluation.
 class Expander
 {
 public:
@@ -68,12 +68,17 @@ public:
         : myTime(time), myCollection(collection), myThread(thread), myFlags(flags)
     {}
 
-    void expand(const char *text)
+    /// False: the evaluation ended at a limit or in a cycle; the error has been raised.
+    bool expand(const char *text)
     {
+        if (!theTRKEvalThread.count(TRK_Costs::theText)) {
+            TRK_EvalState::raise(EVL::EVL_DEPTH, myThread);
+            return false;
+        }
         if (*text == '~' && has(TRK_EXPAND_HOME)) {
             text += takeHome(text);
         }
-        while (*text != '\0') {
+        while (*text != '\0' && !myEndFlag) {
             const size_t plain = std::strcspn(text, "\\$`");
             myOut.append(text, plain);
             text += plain;
@@ -85,6 +90,7 @@ public:
                 text += takeExpression(text);
             }
         }
+        return !myEndFlag;
     }
 
     const KIT_WorkBuffer &result() const { return myOut; }
@@ -92,6 +98,20 @@ public:
 
 private:
     bool has(int flag) const { return (myFlags & flag) != 0; }
+
+    /// Appends what a variable or expression stands for.
+    void appendValue(const KIT_String &value, bool timeDependent)
+    {
+        const size_t length = value.length();
+        myGained += length;
+        if (!theTRKEvalThread.countMaking(length) || myGained > TRK_Limits::theStringLength) {
+            TRK_EvalState::raise(EVL::EVL_DEPTH, myThread);
+            myEndFlag = true;
+            return;
+        }
+        myOut.append(value.nonNullStr(), length);
+        myMask |= TRK_EXPAND_CHANGED | (timeDependent ? TRK_EXPAND_TIME_DEPENDENT : 0);
+    }
 
     size_t takeHome(const char *text)
     {
@@ -138,8 +158,7 @@ private:
         bool timeDependent = false;
         if (TRK_Manager::getContext().getVariable(KIT_StringRef(word.buffer(), word.length()),
                                                   myTime, myCollection, value, timeDependent)) {
-            myOut.append(value.nonNullStr());
-            myMask |= TRK_EXPAND_CHANGED | (timeDependent ? TRK_EXPAND_TIME_DEPENDENT : 0);
+            appendValue(value, timeDependent);
         } else {
             myOut.append(text, length);
         }
@@ -161,11 +180,13 @@ private:
         KIT_WorkBuffer expression;
         expression.append(text + 1, static_cast<size_t>(end - text) - 1);
         KIT_String value;
-        bool timeDependent = false;
-        TRK_Expression::evaluateTextString(expression.buffer(), myTime, myCollection, myThread,
-                                           value, &timeDependent);
-        myOut.append(value.nonNullStr());
-        myMask |= TRK_EXPAND_CHANGED | (timeDependent ? TRK_EXPAND_TIME_DEPENDENT : 0);
+        TRK_EvalState state{myCollection, nullptr, myTime, myThread, false};
+        const bool goodFlag = TRK_Expression::evaluateRecentText(expression.buffer(), state, value);
+        const int error = goodFlag ? EVL::EVL_OK : theTRKEvalThread.lastError;
+        myEndFlag = error == EVL::EVL_DEPTH || error == EVL::EVL_CYCLE;
+        if (!myEndFlag) {
+            appendValue(value, state.timeDependent);
+        }
         return static_cast<size_t>(end - text) + 1;
     }
 
@@ -174,6 +195,8 @@ private:
     int myThread;
     int myFlags;
     int myMask = 0;
+    size_t myGained = 0; ///< bytes of values
+    bool myEndFlag = false;
     KIT_WorkBuffer myOut;
 };
 
@@ -314,17 +337,32 @@ bool hasBacktick(const char *text)
 } // namespace
 
 int TRK_Manager::expandString(const char *text, KIT_String &out, double time,
-                              TRK_Collection *collection, int thread, int flags) const
+                              TRK_Collection *collection, int thread, int flags,
+                              const void *subject) const
 {
     const bool homeFlag = text != nullptr && *text == '~' && (flags & TRK_EXPAND_HOME) != 0;
     if (text == nullptr || (!homeFlag && !isExpandable(text))) {
         out = text != nullptr ? text : "";
         return 0;
     }
+    const TRK_EvalGuard guard(subject, thread);
     Expander expander(time, collection, thread, flags);
-    expander.expand(text);
-    expander.result().copyIntoString(out);
+    if (guard.mayRun() && expander.expand(text)) {
+        expander.result().copyIntoString(out);
+        return expander.mask();
+    }
+    out = "";
     return expander.mask();
+}
+
+bool TRK_Manager::countTextRead(const char *text, int thread)
+{
+    TRK_EvalThread &self = theTRKEvalThread;
+    if (self.innermost == nullptr || self.countMaking(std::strlen(text))) {
+        return true;
+    }
+    TRK_EvalState::raise(EVL::EVL_DEPTH, thread);
+    return false;
 }
 
 bool TRK_Manager::scanForVariableInString(const char *text, const char *name)

@@ -292,6 +292,20 @@ TEST(Expressions, ChainsOfChannelsAreBounded)
     EVL::theErrNo[theThread] = 0;
     EXPECT_EQ(c.evaluate(c.getChannel("c90"), 0, false, theThread), 1024.0);
     EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_OK);
+
+    // Looking through a text is work by its length: a few of these are read, thousands aren't.
+    world.variables["LONG"] = std::string(60000, '0') + "1";
+    const std::string digits = "'" + world.variables["LONG"] + "'";
+    for (const std::string &bottom : {digits, "atof(" + digits + ")", std::string("$LONG == $LONG"),
+                                      "strlen(" + digits + ") > 0"}) {
+        c.getChannel("c100")->changeExpression(0, bottom.c_str(), TRK_LANGUAGE_NATIVE, false);
+        EVL::theErrNo[theThread] = 0;
+        EXPECT_EQ(c.evaluate(c.getChannel("c97"), 0, false, theThread), 8.0);
+        EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_OK);
+        EXPECT_EQ(c.evaluate(c.getChannel("c87"), 0, false, theThread), 0.0);
+        EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_DEPTH) << bottom.substr(0, 9);
+    }
+    EVL::theErrNo[theThread] = 0;
 }
 
 TEST(Expressions, TextsExpand)

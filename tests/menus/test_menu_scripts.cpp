@@ -336,6 +336,33 @@ TEST_F(PythonExpressions, DependOnTimeIfTheyReadIt)
     EXPECT_TRUE(ty->isTimeDependentSlow(thread));
 }
 
+TEST_F(PythonExpressions, ArePartsOfOneEvaluation)
+{
+    const auto name = [](int i) { return "c" + std::to_string(i); };
+    for (int i = 0; i < 17; ++i) { // each doubles the work below it
+        const std::string next = "vmr.ch('" + name(i + 1) + "')";
+        collection.addChannel(name(i).c_str())
+            ->changeExpression(0, (next + " + " + next).c_str(), TRK_LANGUAGE_PYTHON, false);
+    }
+    collection.addChannel("c17")->setDefault(1.0);
+    EXPECT_EQ(1024.0, number("vmr.ch('c7')"));
+    EXPECT_EQ(EVL::EVL_OK, EVL::theErrNo[thread]);
+    EXPECT_EQ(0.0, number("vmr.ch('c0')"));
+    EXPECT_EQ(EVL::EVL_DEPTH, EVL::theErrNo[thread]);
+    EVL::theErrNo[thread] = EVL::EVL_OK;
+    // References that one expression reads, and texts that it gets.
+    EXPECT_EQ(2000.0, number("sum(vmr.ch('tx') for i in range(1000))"));
+    EXPECT_EQ(EVL::EVL_OK, EVL::theErrNo[thread]);
+    EXPECT_EQ(0.0, number("sum(vmr.ch('tx') for i in range(1000000))"));
+    EXPECT_EQ(EVL::EVL_DEPTH, EVL::theErrNo[thread]);
+    EVL::theErrNo[thread] = EVL::EVL_OK;
+    tx->changeExpression(0, "'x' * 1000000", TRK_LANGUAGE_PYTHON, false);
+    EXPECT_EQ(3e6, number("sum(len(vmr.chs('tx')) for i in range(3))"));
+    EXPECT_EQ(0.0, number("sum(len(vmr.chs('tx')) for i in range(100))"));
+    EXPECT_EQ(EVL::EVL_DEPTH, EVL::theErrNo[thread]);
+    EVL::theErrNo[thread] = EVL::EVL_OK;
+}
+
 TEST_F(PythonExpressions, AreKeptInABoundedCache)
 {
     for (int i = 0; i < 10000; ++i) {

@@ -7,6 +7,7 @@
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_TokenString.h>
 #include <TRK/TRK_EvalContext.h>
+#include <TRK/TRK_Expression.h>
 #include <TRK/TRK_Segment.h>
 #include <ZEL/ZEL_SharedMenus.h>
 #include <ZEL/ZEL_SpareData.h>
@@ -122,6 +123,71 @@ TEST(Strings, AFailedExpansionIsReportedForTheComponent)
     p.setText("nofunction()", 0, TRK_MEANING_NATIVE);
     EXPECT_EQ(takeMessages(), "") << "a set tests its expression in silence";
     EXPECT_NE(p.channel(), nullptr);
+}
+
+TEST(Strings, WhatATextReadsIsPartOfOneEvaluation)
+{
+    const auto times = [](int count, const std::string &text) {
+        std::string out;
+        for (int i = 0; i < count; ++i) {
+            out += text;
+        }
+        return out;
+    };
+    const auto wide = [&times](int count, int component) {
+        return times(count, "`chs('p" + std::to_string(component) + "')`");
+    };
+    const std::string kilobyte(1000, 'x');
+    struct Case
+    {
+        std::vector<std::string> texts; ///< from p1; one that starts with "=" is an expression
+        int error;
+        std::size_t length;
+    };
+    const Case cases[] = {
+        {{wide(1, 1)}, EVL::EVL_CYCLE, 0},
+        {{"a " + wide(4, 1) + " b"}, EVL::EVL_CYCLE, 0},
+        {{"a" + wide(1, 2), "b" + wide(2, 1)}, EVL::EVL_CYCLE, 0},
+        {{wide(2, 2), "=chs('p1')"}, EVL::EVL_CYCLE, 0},
+        {{"=chs('p2')", wide(2, 1)}, EVL::EVL_CYCLE, 0},
+        {{"`ch('p1') + 1`"}, EVL::EVL_CYCLE, 0},
+        {{wide(2, 2), "a"}, EVL::EVL_OK, 2},
+        // Steps.
+        {{wide(16, 2), wide(16, 3), wide(16, 4), wide(16, 5), wide(16, 6), ""}, EVL::EVL_DEPTH, 0},
+        {{wide(16, 2), wide(16, 3), "b"}, EVL::EVL_OK, 256},
+        // Bytes of one text, and of all that are made on the way.
+        {{wide(40, 2), wide(40, 3), kilobyte}, EVL::EVL_DEPTH, 0},
+        {{wide(20, 2), wide(20, 3), kilobyte}, EVL::EVL_OK, 400000},
+        {{times(100, "`strlen(chs('p2'))`"), wide(20, 3), wide(20, 4), kilobyte},
+         EVL::EVL_DEPTH,
+         0},
+        {{times(10, "`strlen(chs('p2'))`"), wide(20, 3), wide(20, 4), kilobyte}, EVL::EVL_OK, 60},
+        // What fails otherwise leaves a gap.
+        {{"a" + wide(1, 2) + "b", "`1/0`"}, EVL::EVL_BAD_ARGUMENT, 2},
+    };
+    for (const Case &c : cases) {
+        OneString p(ZEL_STRING, 8);
+        p.build();
+        for (std::size_t i = 0; i < c.texts.size(); ++i) {
+            const bool expression = c.texts[i][0] == '=';
+            p.setText(c.texts[i].c_str() + (expression ? 1 : 0), int(i),
+                      expression ? TRK_MEANING_NATIVE : TRK_MEANING_LITERAL);
+        }
+        takeMessages();
+        SCOPED_TRACE(c.texts[0].substr(0, 40));
+        EXPECT_EQ(p.read().size(), c.length);
+        const std::string messages = takeMessages();
+        const bool channel = c.texts[0][0] == '='; // its error is the thread's
+        EXPECT_EQ(messages.substr(0, 5), c.error ? "TRK " + std::to_string(c.error) : "")
+            << channel;
+        // A number that depends on the text has the same error.
+        EVL::theErrNo[1] = EVL::EVL_OK;
+        EXPECT_EQ(TRK_Expression::evaluateTextNumber("strlen(chs('p1'))", 0.0, &p.channels, 1),
+                  c.error ? 0.0 : double(c.length));
+        EXPECT_EQ(EVL::theErrNo[1], c.error);
+        EVL::theErrNo[1] = EVL::EVL_OK;
+        takeMessages();
+    }
 }
 
 TEST(Strings, AnExpressionThatNoChannelCanHoldIsTold)
