@@ -154,6 +154,8 @@ private:
     /// For a menu, which reads a channel's text: replaces "ch(" by "chs(" in a plain reference.
     bool rewriteMenuReference(KIT_String &text, bool bare) const;
     void storeLiteral(int index, const char *text);
+    /// Compiles what drives the component and stores its present text.
+    void tryExpression(double time, int index, int thread);
     void setChannelText(const ChannelSet &set, const char *text, TRK_StringMeaning meaning);
     void buildKeyText(const TRK_Channel *channel, double time, const char *text,
                       KIT_WorkBuffer &out) const;

@@ -7,6 +7,7 @@
 #include <SNK/SNK_EvaluationContext.h>
 #include <SNK/SNK_Python.h>
 #include <SNK/SNK_Result.h>
+#include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
@@ -82,7 +83,7 @@ const ZEL_Name *ZEL_ChoiceList::runScript(const ZEL_Parm *parm, bool quiet) cons
 {
     ZEL_ChoiceThread &thread = ZEL_ChoiceThread::get();
     const ZEL_ChoiceThread::ScriptRun run(thread, this);
-    if (!run.mayRun()) {
+    if (TRK_EvalContext::NoScripts::isOpen() || !run.mayRun()) {
         return nullptr;
     }
     thread.clear();

@@ -2,6 +2,7 @@
 
 #include <KIT/KIT_WorkBuffer.h>
 #include <TRK/TRK_Collection.h>
+#include <TRK/TRK_EvalContext.h>
 
 #include <algorithm>
 #include <string_view>
@@ -52,6 +53,7 @@ void ZEL_ValueFrames::revertMissing(ZEL_Instance &instance, int numRead, const Z
     if (rules.warnTooFew) {
         instance.addParmWarning(ZEL_ERR_TOO_FEW_VALUES);
     }
+    const TRK_EvalContext::NoScripts noScripts;
     for (int i = numRead; i < instance.getVectorSize(); ++i) {
         instance.revertToDefault(i);
     }

@@ -6,6 +6,7 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_TokenString.h>
 #include <TRK/TRK_Collection.h>
+#include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -374,6 +375,9 @@ void ZEL_Ordinal::applyDefault(int index, bool allowChannel)
     value = found->gotString() ? tokenToInt(text, ok) : 0;
     setInternalValue(index, ok ? value : found->getOrdinal());
     const bool bareWord = found->getStringMeaning() == TRK_MEANING_LITERAL && ZELisBareWord(text);
+    if (!ok && bareWord && *text && !resolvesInLoad() && TRK_EvalContext::NoScripts::isOpen()) {
+        holdToken(index, text);
+    }
     if (!ok && allowChannel && *text && !bareWord) {
         addChannel(index, text, defaultLanguage(*found));
     }

@@ -4,6 +4,7 @@
 
 #include <BAS/BAS_Number.h>
 #include <KIT/KIT_String.h>
+#include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Default.h>
@@ -269,7 +270,7 @@ void ZEL_Ordinal::holdToken(int index, const char *token)
 void ZEL_Ordinal::resolveLoadedStrValue(int index, Choices &choices) const
 {
     const KIT_StringHolder token = heldToken(index);
-    if (token.isNull()) {
+    if (token.isNull() || TRK_EvalContext::NoScripts::isOpen()) {
         return;
     }
     // Outside the lock: a script may be slow and read other parameters, or this one. Threads that

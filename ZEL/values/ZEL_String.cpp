@@ -365,8 +365,7 @@ void ZEL_String::setValue(double time, const char *text, TRK_StringMeaning meani
         if (getDefaultsInitFlag()) {
             // Compile the expression now, with its errors suppressed.
             ZEL_AutoBlockErrors blockErrors(thread);
-            KIT_String unused;
-            evalValue(nullptr, time, index, thread, unused);
+            tryExpression(time, index, thread);
         }
     }
     if (TRK_Channel *channel = getChannel(index)) {
@@ -376,6 +375,14 @@ void ZEL_String::setValue(double time, const char *text, TRK_StringMeaning meani
         storeLiteral(index, given.nonNullStr());
     }
     condenseStored(index);
+}
+
+void ZEL_String::tryExpression(double time, int index, int thread)
+{
+    // Of the value nothing is used but what stays stored, so no script need run for it.
+    const TRK_EvalContext::NoScripts noScripts;
+    KIT_String unused;
+    evalValue(nullptr, time, index, thread, unused);
 }
 
 void ZEL_String::storeLiteral(int index, const char *text)
@@ -414,7 +421,11 @@ void ZEL_String::setChannelText(const ChannelSet &set, const char *text, TRK_Str
     const int thread = BASgetSTID();
     ZEL_AutoBlockErrors blockErrors(thread);
     KIT_String current;
-    evalValue(nullptr, set.time, set.index, thread, current);
+    if (literal) {
+        evalValue(nullptr, set.time, set.index, thread, current);
+    } else {
+        tryExpression(set.time, set.index, thread);
+    }
     if (!literal) {
         set.channel->setKeyString(key.buffer(), set.time, stringMeaningToExprLanguage(meaning),
                                   true, commitFlag(set.keySet), false);

@@ -372,6 +372,98 @@ TEST_F(PythonExpressions, AreKeptInABoundedCache)
     EXPECT_EQ(1.0, number("1 + 0"));
 }
 
+namespace
+{
+
+/// In the place of Python: counts what it is to run.
+class CountingEvaluator : public TRK_LanguageEvaluator
+{
+public:
+    CountingEvaluator() { TRK_Manager::getContext().setPythonEvaluator(this); }
+    ~CountingEvaluator() override { TRK_Manager::getContext().setPythonEvaluator(myBefore); }
+    bool evaluateNumber(const char *, double, const TRK_Collection *, int, double &value,
+                        bool &) override
+    {
+        value = 7.0;
+        return ++runs > 0;
+    }
+    bool evaluateString(const char *, double, const TRK_Collection *, int, KIT_String &value,
+                        bool &) override
+    {
+        value = "run";
+        return ++runs > 0;
+    }
+    int runs = 0;
+
+private:
+    TRK_LanguageEvaluator *myBefore = TRK_Manager::getContext().getPythonEvaluator();
+};
+
+} // namespace
+
+TEST(Scripts, RunForAReadValueAndForTheTokensOfAMenu)
+{
+    CountingEvaluator python;
+    ZEL_ChoiceList menu(ZEL_CHOICELIST_REPLACE, "a A b B", TRK_SCRIPT_COMMAND);
+    ZEL_Default tokens[2], python1, python2, native;
+    tokens[0].set(0.0, "b", TRK_MEANING_LITERAL);
+    tokens[1].set(0.0, "b", TRK_MEANING_LITERAL);
+    python1.set(0.0, "'x'", TRK_MEANING_PYTHON);
+    python2.set(0.0, "1 + 1", TRK_MEANING_PYTHON);
+    native.set(0.0, "chs('text') + chs('menux')", TRK_MEANING_NATIVE);
+    MenuNode node;
+    *node.top.add(ZEL_ORD, 2, "pick") =
+        ZEL_Template(ZEL_ORD, 2, node.top.name("pick", "Pick"), tokens, &menu);
+    node.top.add(ZEL_STRING, 1, "text", "Text", &python1);
+    node.top.add(ZEL_FLT, 1, "number", "Number", &python2);
+    node.top.add(ZEL_STRING, 1, "native", "Native", &native);
+    const auto runs = [&] {
+        const std::string text =
+            std::to_string(node.menuOwner.runs) + " " + std::to_string(python.runs);
+        node.menuOwner.runs = python.runs = 0;
+        return text;
+    };
+    const auto save = [&](bool binary) {
+        std::ostringstream out;
+        node.list->save(out, binary, false);
+        return out.str();
+    };
+    const auto load = [&](const std::string &data, bool binary) {
+        KIT_IStream in(data.data(), data.size(), binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+        return node.list->load(in, "t", nullptr);
+    };
+    node.buildNode();
+    node.menuOwner.setParmList(node.list.get());
+    EXPECT_EQ("0 0", runs()) << "building";
+    const ZEL_Parm &pick = node.parm("pick");
+    const auto picked = [&] { return valueText(pick); };
+    EXPECT_EQ("0,0", picked());
+    EXPECT_TRUE(load("{ version 0.8 pick ( b ) text ( ) number ( ) }", false));
+    EXPECT_EQ("0 0", runs()) << "a text stream";
+    EXPECT_EQ("1,1", picked()) << "the token of the stream, and that of the default";
+    EXPECT_EQ("2 0", runs());
+    const std::string text = save(false);
+    EXPECT_EQ("1 0", runs()) << "saving as text writes tokens";
+    const std::string binary = save(true);
+    EXPECT_EQ("1 0", runs());
+    ZEL_UndoDataArray undo;
+    node.list->saveUndoData(undo);
+    EXPECT_EQ("1 0", runs()) << "a snapshot is the saved text";
+    node.list->loadUndoData(undo, "t", nullptr);
+    EXPECT_TRUE(load(text, false));
+    EXPECT_EQ("0 0", runs()) << "restoring";
+    EXPECT_TRUE(load(binary, true));
+    EXPECT_EQ("2 0", runs()) << "the binary form finds each token at once";
+    EXPECT_EQ("1,1", picked());
+    EXPECT_EQ("0 0", runs());
+    KIT_String value;
+    node.parm("text").getValue(0.0, value, 0, true, BASgetSTID());
+    EXPECT_STREQ("run", value.c_str());
+    EXPECT_EQ("7", valueText(node.parm("number")));
+    EXPECT_EQ("0 2", runs()) << "a value is read";
+    takeMessages();
+}
+
 TEST(Python, WithoutAnInterpreterSaysSoInOneMessage)
 {
     if (SNKisPythonBuiltIn()) {
