@@ -1,5 +1,6 @@
 #include <ZEL/ZEL_ChoiceList.h>
 
+#include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ONullStream.h>
 #include <KIT/KIT_WorkArgs.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -8,6 +9,7 @@
 #include <SNK/SNK_Python.h>
 #include <SNK/SNK_Result.h>
 #include <TRK/TRK_EvalContext.h>
+#include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
@@ -83,7 +85,8 @@ const ZEL_Name *ZEL_ChoiceList::runScript(const ZEL_Parm *parm, bool quiet) cons
 {
     ZEL_ChoiceThread &thread = ZEL_ChoiceThread::get();
     const ZEL_ChoiceThread::ScriptRun run(thread, this);
-    if (TRK_EvalContext::NoScripts::isOpen() || !run.mayRun()) {
+    if (TRK_EvalContext::NoScripts::isOpen() || !run.mayRun() ||
+        !TRK_Manager::countScriptRun(BASgetSTID())) {
         return nullptr;
     }
     thread.clear();

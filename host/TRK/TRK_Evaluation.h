@@ -2,7 +2,7 @@
 /// The bookkeeping of evaluations in progress on a thread: what is being evaluated, how deep, and
 /// how much work it has cost. Used by the channel library alone; not for applications.
 ///
-/// Vocabulary: *frame* = one channel or literal text in evaluation, on the C++ stack, linked to the
+/// Vocabulary: *frame* = one channel or text in evaluation, on the C++ stack, linked to the
 ///             one that requested it; *outermost* = requested by none: all below it share its limits;
 ///             *step* = one operation of a compiled expression, or 64 bytes of text.
 /// Ownership:  frames unlink themselves; nothing is allocated.
@@ -36,11 +36,12 @@ struct TRK_Limits
 /// What is counted for work that isn't a step of a program.
 struct TRK_Costs
 {
-    static constexpr int64_t theBytes = 64;      ///< of text that count as one step
-    static constexpr int64_t theText = 8;        ///< reading a text, expanding a literal one
+    static constexpr size_t theBytes = 64;       ///< of text that count as one step
+    static constexpr int64_t theText = 8;        ///< reading a text
     static constexpr int64_t theFailure = 64;    ///< an error, with its message
     static constexpr int64_t thePython = 64;     ///< running an expression in Python
     static constexpr int64_t theReference = 4;   ///< a reference that Python code reads
+    static constexpr int64_t theScript = 256;    ///< running the script of a menu
     static constexpr int64_t theSourceBytes = 4; ///< of an expression to compile, for one step
 };
 
@@ -75,7 +76,7 @@ struct TRK_EvalThread
     }
     bool countLooking(size_t bytes)
     {
-        return count(static_cast<int64_t>(bytes) / TRK_Costs::theBytes);
+        return count(static_cast<int64_t>(bytes / TRK_Costs::theBytes));
     }
     bool countMaking(size_t bytes)
     {

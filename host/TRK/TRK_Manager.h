@@ -92,9 +92,10 @@ public:
     int expandString(const char *text, KIT_String &out, double time, TRK_Collection *collection,
                      int thread, int flags = TRK_EXPAND_VARIABLES | TRK_EXPAND_EXPRESSIONS,
                      const void *subject = nullptr) const;
-    /// Counts a text that was read for an evaluation in progress, such as to take a number from it.
-    /// False: a limit of the evaluation is reached, and EVL_DEPTH is set.
+    /// Count what was done for an evaluation in progress: a text read, such as to take a number from
+    /// it; a script to run. False: a limit of the evaluation is reached, and EVL_DEPTH is set.
     static bool countTextRead(const char *text, int thread);
+    static bool countScriptRun(int thread);
     /// True if the text uses $NAME or ${NAME}.
     static bool scanForVariableInString(const char *text, const char *name);
 
@@ -122,7 +123,7 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Other services
     // ---------------------------------------------------------------- //
-    /// Whether the calling thread is evaluating an expression or expanding a text.
+    /// Whether the calling thread is evaluating an expression.
     static bool isEvaluating();
     /// Fills in a reference to a channel. False for null or a channel without a collection.
     bool fillChannelRef(TRK_ChannelRef &ref, TRK_Channel *channel) const;

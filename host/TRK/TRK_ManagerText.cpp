@@ -9,6 +9,7 @@
 
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -60,21 +61,28 @@ const char *findClosingBacktick(const char *text)
     return nullptr;
 }
 
-/// Expands one text from left to right, within an evaluation.
+/// Raises the error of an evaluation that isn't within its limits.
+bool within(bool limits, int thread)
+{
+    if (!limits) {
+        TRK_EvalState::raise(EVL::EVL_DEPTH, thread);
+    }
+    return limits;
+}
+
+/// Expands one text from left to right. Its first expression makes it an evaluation, or a part of
+/// the one in progress.
 class Expander
 {
 public:
-    Expander(double time, TRK_Collection *collection, int thread, int flags)
-        : myTime(time), myCollection(collection), myThread(thread), myFlags(flags)
+    Expander(double time, TRK_Collection *collection, int thread, int flags, const void *subject)
+        : myTime(time), myCollection(collection), mySubject(subject), myThread(thread),
+          myFlags(flags)
     {}
 
     /// False: the evaluation ended at a limit or in a cycle; the error has been raised.
     bool expand(const char *text)
     {
-        if (!theTRKEvalThread.count(TRK_Costs::theText)) {
-            TRK_EvalState::raise(EVL::EVL_DEPTH, myThread);
-            return false;
-        }
         if (*text == '~' && has(TRK_EXPAND_HOME)) {
             text += takeHome(text);
         }
@@ -102,11 +110,12 @@ private:
     /// Appends what a variable or expression stands for.
     void appendValue(const KIT_String &value, bool timeDependent)
     {
+        TRK_EvalThread &self = theTRKEvalThread;
         const size_t length = value.length();
         myGained += length;
-        if (!theTRKEvalThread.countMaking(length) || myGained > TRK_Limits::theStringLength) {
-            TRK_EvalState::raise(EVL::EVL_DEPTH, myThread);
-            myEndFlag = true;
+        if (myGained > TRK_Limits::theStringLength ||
+            (self.innermost != nullptr && !self.countMaking(length))) {
+            myEndFlag = !within(false, myThread);
             return;
         }
         myOut.append(value.nonNullStr(), length);
@@ -177,6 +186,13 @@ private:
             myOut.append('`');
             return 1;
         }
+        if (!myGuard) {
+            myGuard.emplace(mySubject, myThread);
+            myEndFlag = !myGuard->mayRun();
+        }
+        if (myEndFlag) {
+            return 1;
+        }
         KIT_WorkBuffer expression;
         expression.append(text + 1, static_cast<size_t>(end - text) - 1);
         KIT_String value;
@@ -192,11 +208,13 @@ private:
 
     double myTime;
     TRK_Collection *myCollection;
+    const void *mySubject;
     int myThread;
     int myFlags;
     int myMask = 0;
     size_t myGained = 0; ///< bytes of values
     bool myEndFlag = false;
+    std::optional<TRK_EvalGuard> myGuard;
     KIT_WorkBuffer myOut;
 };
 
@@ -345,24 +363,26 @@ int TRK_Manager::expandString(const char *text, KIT_String &out, double time,
         out = text != nullptr ? text : "";
         return 0;
     }
-    const TRK_EvalGuard guard(subject, thread);
-    Expander expander(time, collection, thread, flags);
-    if (guard.mayRun() && expander.expand(text)) {
+    Expander expander(time, collection, thread, flags, subject);
+    if (expander.expand(text)) {
         expander.result().copyIntoString(out);
-        return expander.mask();
+    } else {
+        out = "";
     }
-    out = "";
     return expander.mask();
 }
 
 bool TRK_Manager::countTextRead(const char *text, int thread)
 {
     TRK_EvalThread &self = theTRKEvalThread;
-    if (self.innermost == nullptr || self.countMaking(std::strlen(text))) {
-        return true;
-    }
-    TRK_EvalState::raise(EVL::EVL_DEPTH, thread);
-    return false;
+    return self.innermost == nullptr ||
+           within(self.count(TRK_Costs::theText) && self.countMaking(std::strlen(text)), thread);
+}
+
+bool TRK_Manager::countScriptRun(int thread)
+{
+    TRK_EvalThread &self = theTRKEvalThread;
+    return self.innermost == nullptr || within(self.count(TRK_Costs::theScript), thread);
 }
 
 bool TRK_Manager::scanForVariableInString(const char *text, const char *name)

@@ -461,7 +461,28 @@ TEST(Scripts, RunForAReadValueAndForTheTokensOfAMenu)
     EXPECT_STREQ("run", value.c_str());
     EXPECT_EQ("7", valueText(node.parm("number")));
     EXPECT_EQ("0 2", runs()) << "a value is read";
+
+    // Scripts are work of the evaluation that needs them: 12,000 are too much.
+    const auto set = [&](const char *token, const char *read, int count) {
+        std::string whole;
+        for (int i = 0; i < count; ++i) {
+            whole += "`chs('" + std::string(read) + "')`";
+        }
+        ZEL_Instance *instance = node.parm(token).getInstance();
+        instance->removeChannel(0);
+        instance->setValue(0.0, whole.c_str(), TRK_MEANING_LITERAL, false, 0, ZEL_ADDKEY_PENDING,
+                           ZEL_KEYSET_PREFERENCE);
+    };
+    set("native", "pick1", 30);
+    set("text", "native", 20);
+    set("menu", "text", 20);
     takeMessages();
+    for (const char *token : {"text", "menu"}) {
+        node.parm(token).getValue(0.0, value, 0, true, BASgetSTID());
+        EXPECT_EQ(value.length(), *token == 't' ? 600 : 0) << token;
+    }
+    EXPECT_EQ(takeMessages().substr(0, 5), "TRK " + std::to_string(EVL::EVL_DEPTH));
+    EXPECT_LT(node.menuOwner.runs, 9000);
 }
 
 TEST(Python, WithoutAnInterpreterSaysSoInOneMessage)
