@@ -91,10 +91,15 @@ public:
     /// The same with three flags instead of the range's hard bits and the type.
     double constrainedValue(double value, bool useMin, bool useMax, bool round) const;
 
+    /// In memory that has, after the object, room for the values of a vector.
+    static ZEL_Float *makeIn(void *memory, ZEL_Template *templatePtr, ZEL_Parm *parm);
+
 protected:
     ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm);
+    /// Uses the room for the values of a vector.
+    ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm, double *room);
 
-    double storedValue(int index) const { return BASload(myValues[index]); }
+    double storedValue(int index) const { return BASload(values()[index]); }
 
 private:
     enum class OwnerStep
@@ -113,7 +118,8 @@ private:
 
     template <class T>
     static T narrowed(double number);
-    void allocateValues();
+    double *values() const { return dataOf(myNumbers); }
+    void moveValuesApart() override;
     double defaultFloat(int index) const;
     void storeValue(int index, double value) const;
     void applyDefault(int index, bool allowChannel);
@@ -138,6 +144,5 @@ private:
     void loadArgument(const char *argument, int index, HeldChannels &held, bool asSet,
                       ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
 
-    // Allocated separately, as evaluation threads write here but only read the rest of the object.
-    double *myValues;
+    mutable Numbers<double> myNumbers;
 };

@@ -25,7 +25,6 @@
 #include <BAS/BAS_Relaxed.h>
 #include <BAS/BAS_SpinLock.h>
 #include <KIT/KIT_Array.h>
-#include <KIT/KIT_ComponentArray.h>
 #include <KIT/KIT_SmallObject.h>
 #include <KIT/KIT_StringHolder.h>
 #include <TRK/TRK_Types.h>
@@ -60,6 +59,7 @@ class ZEL_Parm;
 class ZEL_ParmList;
 class ZEL_ParmMicroNode;
 class ZEL_ParmOwner;
+struct ZEL_OverrideArray;
 class ZEL_RefId;
 class ZEL_UndoData;
 class ZEL_Value;
@@ -316,7 +316,7 @@ public:
     double getMultiSize() const { return myTemplate->getMultiSize(); }
     ZEL_Template *getMultiParmTemplate() const { return myTemplate->getMultiParmTemplate(); }
     int getMultiStartOffset() const { return myTemplate->getMultiStartOffset(); }
-    ZEL_Parm *getParm() const { return myParm; }
+    ZEL_Parm *getParm() const;
     /// The list of the parameter; null if it is in none.
     ZEL_ParmList *getParmList() const;
     ZEL_ParmOwner *getParmOwner() const;
@@ -328,8 +328,8 @@ public:
     /// \name Masks
     // ------------------------------------------------------------------ //
     ///@{
-    bool getLockedFlag(int index) const { return testMask(myLockField, index); }
-    std::uint32_t getLockedField() const { return myLockField; }
+    bool getLockedFlag(int index) const { return testMask(getLockedField(), index); }
+    std::uint32_t getLockedField() const { return rare() ? rare()->locks : 0; }
     /// Changes the field only; `reloadChannelPtrs` passes the locks on to the channels.
     void setLockedFlag(int index, bool locked);
     bool areAllComponentsLocked() const;
@@ -344,11 +344,18 @@ public:
     /// True if the mask changed.
     bool setVisibleState(bool visible, int index);
 
-    bool getAutoScopedFlag(int index) const { return testMask(myAutoScopeField, index); }
-    std::uint32_t getAutoScopeField() const { return myAutoScopeField; }
+    bool getAutoScopedFlag(int index) const { return testMask(getAutoScopeField(), index); }
+    /// The template's field until the instance gets one of its own.
+    std::uint32_t getAutoScopeField() const
+    {
+        return testFlag(OWN_AUTO_SCOPE) ? rare()->autoScope : myTemplate->getAutoScopeField();
+    }
     void setAutoScopedFlag(int index, bool flag);
-    bool getAutoSelectFlag(int index) const { return testMask(myAutoSelectField, index); }
-    std::uint32_t getAutoSelectField() const { return myAutoSelectField; }
+    bool getAutoSelectFlag(int index) const { return testMask(getAutoSelectField(), index); }
+    std::uint32_t getAutoSelectField() const
+    {
+        return testFlag(OWN_AUTO_SELECT) ? rare()->autoSelect : myTemplate->getAutoSelectField();
+    }
     void setAutoSelectFlag(int index, bool flag);
 
     /// Whether the user interface has the component selected; not saved. False for an index outside
@@ -407,7 +414,11 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// The index isn't checked.
-    TRK_Channel *getChannel(int index) const { return myChannels[index]; }
+    TRK_Channel *getChannel(int index) const
+    {
+        const Rare *record = rare();
+        return record && record->channels ? record->channels[index] : nullptr;
+    }
     void setChannel(int index, TRK_Channel *channel);
     /// How many components have a channel.
     int getChannelCount() const;
@@ -489,12 +500,19 @@ public:
     /// \name Multi owner, input notification, micro nodes
     // ------------------------------------------------------------------ //
     ///@{
-    const ZEL_Multi *getMultiParmOwner() const { return myMultiOwner; }
-    void setMultiParmOwner(const ZEL_Multi *owner) { myMultiOwner = owner; }
+    const ZEL_Multi *getMultiParmOwner() const
+    {
+        const std::uintptr_t word = __atomic_load_n(&myRare, __ATOMIC_ACQUIRE);
+        if ((word & theOwnerBit) != 0) {
+            return reinterpret_cast<const ZEL_Multi *>(word - theOwnerBit);
+        }
+        return word != 0 ? reinterpret_cast<const Rare *>(word)->multiOwner : nullptr;
+    }
+    void setMultiParmOwner(const ZEL_Multi *owner);
 
     /// Created on the first call.
     ZEL_Value *createInputNotifyValue();
-    ZEL_Value *inputNotifyValue() const { return myValue.get(); }
+    ZEL_Value *inputNotifyValue() const { return rare() ? rare()->inputNotify.get() : nullptr; }
 
     bool hasMicroNodes() const { return threadSafeMicroNodes() != nullptr; }
     /// The component's node; null outside the vector. The array is created on first use, by any
@@ -537,6 +555,20 @@ public:
     static bool isChanRefString(const char *text, bool bare, KIT_String *channel);
     /// The old form, `!!ch(tx)` or `!!ch("tx")!!`, the latter also between backticks.
     static bool isObsoleteDirectChanRefString(const char *text, KIT_String *channel);
+
+    // ------------------------------------------------------------------ //
+    /// \name Place   (for the list, which puts parameters and instances into blocks)
+    // ------------------------------------------------------------------ //
+    ///@{
+    static constexpr std::size_t thePlaceUnit = 16;
+    static constexpr std::size_t thePlaceLimit = 256; // units
+    /// The distance of the parameter from the start of its block, in bytes; 0 outside a block.
+    std::size_t getPlace() const { return (myFlags >> 24) * thePlaceUnit; }
+    void setPlace(std::size_t distance)
+    {
+        myFlags = (myFlags & ~PLACE) | std::uint32_t(distance / thePlaceUnit) << 24;
+    }
+    ///@}
 
 protected:
     /// Copies for `duplicateSelf`: shares the template, starts with enable state 0 and without
@@ -592,28 +624,83 @@ protected:
     /// Whether any option of that form is set, the locks aside.
     bool hasFloatOptions() const;
 
-    void setLockedField(std::uint32_t field) { myLockField = field; }
+    void setLockedField(std::uint32_t field);
     void setAutoScopeField(std::uint32_t field);
     void setAutoSelectField(std::uint32_t field);
     void setLabel(const char *label);
 
+    /// Bits of myFlags that nothing outside sees.
+    enum PrivateFlag : std::uint32_t
+    {
+        BESIDE_PARM = 0x20000, // the parameter is the object before this one
+        OWN_AUTO_SCOPE = 0x40000,
+        OWN_AUTO_SELECT = 0x80000,
+        OWN_VISIBLE = 0x100000,
+        HIDDEN = 0x200000,       // no component is visible
+        VALUES_APART = 0x400000, // the object has a pointer to its values
+        VALUES_OWNED = 0x800000, // and frees them
+        PLACE = 0xff000000,      // distance from the block's start, in units; 0 outside a block
+        PRIVATE_FLAGS = ~0x1ffffu
+    };
+    struct ColorRecord;
+    /// What few parameters have; made when the first of it is used, by any thread, and kept until
+    /// the instance ends.
+    struct Rare
+    {
+        std::uint32_t locks = 0;
+        std::uint32_t autoScope = 0;  // with OWN_AUTO_SCOPE
+        std::uint32_t autoSelect = 0; // with OWN_AUTO_SELECT
+        std::uint32_t visible = 0;    // with OWN_VISIBLE
+        std::uint32_t active = 0;
+        BAS_ByteLock microNodeLock;
+        ZEL_Parm *parm = nullptr; // unless it lies before the instance
+        const ZEL_Multi *multiOwner = nullptr;
+        TRK_Channel **channels = nullptr; // one for each component, or null while none has one
+        ZEL_ParmMicroNode *microNodes = nullptr;
+        ZEL_ConstMicroNode *constMicroNodes = nullptr;
+        std::unique_ptr<KIT_StringHolder[]> aliases;
+        std::unique_ptr<ColorRecord[]> colors;
+        std::unique_ptr<ZEL_Value> inputNotify;
+        ZEL_OverrideArray *overrides = nullptr; // ZEL_Overridable's
+
+        Rare();
+        ~Rare();
+    };
+    Rare &makeRare() const;
+    /// Null while there is none.
+    Rare *rare() const
+    {
+        const std::uintptr_t word = __atomic_load_n(&myRare, __ATOMIC_ACQUIRE);
+        return (word & theOwnerBit) != 0 ? nullptr : reinterpret_cast<Rare *>(word);
+    }
+    /// Called once, before the first channel is put into a slot: from then on evaluating threads
+    /// write the values. Kinds that hold values in the object move them out of it. Base: nothing.
+    virtual void moveValuesApart();
+
     ZEL_ParmMicroNode *threadSafeMicroNodes() const
     {
-        return __atomic_load_n(&myMicroNodes, __ATOMIC_ACQUIRE);
+        const Rare *record = rare();
+        return record ? __atomic_load_n(&record->microNodes, __ATOMIC_ACQUIRE) : nullptr;
     }
     ZEL_ConstMicroNode *threadSafeConstMicroNodes() const
     {
-        return __atomic_load_n(&myConstMicroNodes, __ATOMIC_ACQUIRE);
+        const Rare *record = rare();
+        return record ? __atomic_load_n(&record->constMicroNodes, __ATOMIC_ACQUIRE) : nullptr;
     }
 
 private:
     friend struct ZEL_ValueFrames; // the option block and the links of channels
 
-    struct ColorRecord;
     struct Options;
 
-    void initMasks();
+    void place(ZEL_Parm *parm);
     void initTakeFlags();
+    std::uint32_t allBits() const { return getVectorSize() == 0 ? ~0u : sizeBits(); }
+    std::uint32_t visibleField() const;
+    TRK_Channel **makeSlots();
+    void putChannel(int index, TRK_Channel *channel);
+    void putAutoScope(std::uint32_t field);
+    void putAutoSelect(std::uint32_t field);
     void destroyMicroNodes();
     void leavePropagations();
     void clearSendExtra();
@@ -626,29 +713,19 @@ private:
     /// The slot; null outside the vector.
     TRK_Channel *channelAt(int index) const
     {
-        return validIndex(index) ? myChannels[index] : nullptr;
+        return validIndex(index) ? getChannel(index) : nullptr;
     }
     int findChannelName(const KIT_StringRef &name) const;
     bool reloadChannelPtr(TRK_Collection &collection, int index);
     bool isFirstRampPosition() const;
 
+    /// Set in myRare when that is the multi owner, for want of anything else.
+    static constexpr std::uintptr_t theOwnerBit = 1;
+
     std::uint32_t myFlags;
     std::uint32_t myEnableState;
-    std::uint32_t myLockField;
-    std::uint32_t myAutoScopeField;
-    std::uint32_t myVisibleField;
-    std::uint32_t myAutoSelectField;
-    std::uint32_t myActiveField;
-    ZEL_Template *myTemplate;
-    std::unique_ptr<ZEL_Value> myValue;
     std::uint32_t myDirtyFlags;
     std::uint32_t mySendExtraFlags;
-    KIT_ComponentArray<TRK_Channel *> myChannels;
-    std::unique_ptr<KIT_StringHolder[]> myChannelAliases;
-    std::unique_ptr<ColorRecord[]> myChannelColors;
-    ZEL_Parm *myParm;
-    const ZEL_Multi *myMultiOwner;
-    ZEL_ParmMicroNode *myMicroNodes;
-    ZEL_ConstMicroNode *myConstMicroNodes;
-    BAS_ByteLock myMicroNodeLock;
+    ZEL_Template *myTemplate;
+    mutable std::uintptr_t myRare; // the record, or the owner with theOwnerBit, or 0
 };

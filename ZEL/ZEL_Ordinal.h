@@ -105,15 +105,20 @@ public:
     /// The same, except that a literal bare word counts as an unknown token, not as an expression.
     static bool isExpression(const ZEL_Default &record, const ZEL_Template *templatePtr);
 
+    /// In memory that has, after the object, room for the values of a vector.
+    static ZEL_Ordinal *makeIn(void *memory, ZEL_Template *templatePtr, ZEL_Parm *parm);
+
 protected:
     ZEL_Ordinal(const ZEL_Ordinal &source, ZEL_Parm *parm);
+    /// Uses the room for the values of a vector.
+    ZEL_Ordinal(ZEL_Template *templatePtr, ZEL_Parm *parm, std::int64_t *room);
 
 private:
     class Choices;
     friend class Choices;
 
-    static std::size_t blockBytes(int size);
-    void allocateValues();
+    std::int64_t *values() const { return dataOf(myNumbers); }
+    void moveValuesApart() override;
 
     // Menu
     bool usesTokenValue() const;
@@ -173,9 +178,8 @@ private:
     void loadArgument(const char *argument, int index, HeldChannels &held, bool asSet,
                       ZEL_AddKeyType addKey, ZEL_KeySetType keySet);
 
-    // Allocated apart, in one block: evaluation threads write here but only read the object.
-    std::int64_t *myValues;
-    KIT_StringHolder *myLoadedStrings;
+    mutable Numbers<std::int64_t> myNumbers;
+    mutable std::unique_ptr<KIT_StringHolder[]> myLoadedStrings; // null while none was held
     mutable std::int32_t myNumHeld = 0;
     mutable BAS_ByteLock myHeldLock;
 };

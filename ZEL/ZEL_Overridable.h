@@ -64,7 +64,7 @@ protected:
     /// The copy form: overrides aren't copied.
     ZEL_Overridable(const ZEL_Overridable &source, ZEL_Parm *parm) : ZEL_Instance(source, parm) {}
 
-    bool hasOverrideData() const { return myOverrides != nullptr; }
+    bool hasOverrideData() const { return overrides() != nullptr; }
 
     /// Lets the list's owner cook pending overrides. True if that failed; false without a list or
     /// owner.
@@ -113,8 +113,11 @@ protected:
     void saveCommandOverride(int index, double time, KIT_StringHolder &value, int &flag) const;
 
 private:
-    struct OverrideArray;
-
+    ZEL_OverrideArray *overrides() const
+    {
+        const Rare *record = rare();
+        return record ? record->overrides : nullptr;
+    }
     bool isDisabledHere(int index) const;
     /// The record, null without overrides or outside the vector.
     zelOverrideInfoData *recordAt(int index) const;
@@ -140,9 +143,7 @@ private:
     /// False when the provider took the value.
     template <class Number>
     bool offer(double time, Number value, int index) const;
-    void makeOverrides();
+    ZEL_OverrideArray &makeOverrides();
     void copyOverrides(const ZEL_Overridable &source);
     void dropOverrides();
-
-    OverrideArray *myOverrides = nullptr;
 };

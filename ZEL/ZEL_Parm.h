@@ -897,7 +897,17 @@ private:
 
     static Settings theSettings;
 
-    std::unique_ptr<ZEL_Instance> myInstance;
+    friend class ZEL_ParmPlaces;
+    /// Makes the instance in the memory after this object; `place` is its distance from the start of
+    /// the block.
+    ZEL_Parm(ZEL_Template *templatePtr, ZEL_ParmList *list, std::size_t place);
+
+    struct InstanceDeleter
+    {
+        void operator()(ZEL_Instance *instance) const;
+    };
+
+    std::unique_ptr<ZEL_Instance, InstanceDeleter> myInstance;
     ZEL_ParmList *myParmList;
 };
 

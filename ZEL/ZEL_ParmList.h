@@ -59,6 +59,13 @@ class ZEL_PresetInfo;
 class ZEL_Template;
 class ZEL_Type;
 
+/// Destroys a parameter that the library or the application made.
+struct ZEL_API ZEL_ParmDeleter
+{
+    void operator()(ZEL_Parm *parm) const;
+};
+using ZEL_OwnedParm = std::unique_ptr<ZEL_Parm, ZEL_ParmDeleter>;
+
 class ZEL_API ZEL_ParmList
 {
 public:
@@ -468,9 +475,7 @@ private:
     template <class HasName>
     void giveNameBack(ZEL_NameTable &table, const KIT_StringRef &name, int index,
                       const HasName &hasName) const;
-    std::unique_ptr<ZEL_Parm> createMultiInstanceParm(ZEL_Template &templateRef, bool spare,
-                                                      const ZEL_Multi &multi);
-    ZEL_Parm *placeMultiParm(std::unique_ptr<ZEL_Parm> made, const ZEL_Multi &multi, bool &isNew);
+    ZEL_Parm *placeMultiParm(ZEL_OwnedParm made, const ZEL_Multi &multi, bool &isNew);
     void moveMultiParmAlias(int parmIndex, int item, bool up);
 
     ZEL_Parm *createSpareParm(ZEL_Template &description);

@@ -146,8 +146,10 @@ private:
     /// The expanded text for a number; empty at a limit of the evaluation in progress.
     KIT_String textOfNumber(ZEL_ParmList *list, double time, int index, int thread) const;
     int getExpandFlags() const;
-    void getStored(int index, KIT_WorkBuffer &out) const { myValues[index].get(myLock, out); }
-    void storeText(int index, const char *text) { myValues[index].harden(myLock, text); }
+    ZEL_StringRep *texts() const { return getVectorSize() > 1 ? myTexts.several : &myTexts.only; }
+    void makeTexts();
+    void getStored(int index, KIT_WorkBuffer &out) const { texts()[index].get(myLock, out); }
+    void storeText(int index, const char *text) { texts()[index].harden(myLock, text); }
     void noteTimeDependent(bool timeDependent) const;
 
     bool hasMenu() const { return getChoiceListPtr() != nullptr; }
@@ -173,7 +175,15 @@ private:
     Entry readAsciiLink(KIT_IStream &is, int index);
     bool readBinaryPacket(KIT_IStream &is, int packetId, int &numRead, const LoadRules &rules);
 
-    std::unique_ptr<ZEL_StringRep[]> myValues; // null for vector size 0
-    mutable ZEL_StringRep::Lock myLock;        // guards the texts of all components
-    mutable bool myTimeDependent = false;      // relaxed
+    /// The text of a single component, or several.
+    union Texts
+    {
+        Texts() : only() {}
+        ~Texts() {}
+        mutable ZEL_StringRep only;
+        ZEL_StringRep *several;
+    };
+    Texts myTexts;
+    mutable ZEL_StringRep::Lock myLock;   // guards the texts of all components
+    mutable bool myTimeDependent = false; // relaxed
 };

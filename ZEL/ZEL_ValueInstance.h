@@ -63,6 +63,27 @@ protected:
     /// \name Numbers
     // ------------------------------------------------------------------ //
     ///@{
+    /// The numbers of the components: that of a single one, or with VALUES_APART where they all
+    /// are. They are outside the object once there are channels: evaluation threads write them then,
+    /// but only read the rest of the object.
+    template <class T>
+    union Numbers
+    {
+        T only;
+        T *apart;
+    };
+    template <class T>
+    T *dataOf(Numbers<T> &numbers) const
+    {
+        return testFlag(VALUES_APART) ? numbers.apart : &numbers.only;
+    }
+    /// Zeros; in the room, which the caller keeps, if there is one and they are several.
+    template <class T>
+    void makeNumbers(Numbers<T> &numbers, T *room);
+    template <class T>
+    void moveNumbersApart(Numbers<T> &numbers);
+    template <class T>
+    void freeNumbers(Numbers<T> &numbers);
     /// Rounds toward zero; out of range gives the nearest integer, NaN gives 0.
     template <class T>
     static T truncated(double value);

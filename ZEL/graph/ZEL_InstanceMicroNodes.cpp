@@ -12,6 +12,7 @@
 #include <ZEL/ZEL_ParmOwner.h>
 
 #include <mutex>
+#include <utility>
 
 // ---------------------------------------------------------------------- //
 // Life of the arrays
@@ -41,11 +42,12 @@ T *makeOnce(T *&array, BAS_ByteLock &lock, Create &&create)
 
 ZEL_ParmMicroNode *ZEL_Instance::microNode(int index)
 {
-    if (!validIndex(index) || !myParm) {
+    if (!validIndex(index) || !getParm()) {
         return nullptr;
     }
+    Rare &record = makeRare();
     ZEL_ParmMicroNode *nodes =
-        makeOnce(myMicroNodes, myMicroNodeLock, [this] { return createMicroNodes(); });
+        makeOnce(record.microNodes, record.microNodeLock, [this] { return createMicroNodes(); });
     return nodes ? nodes + index : nullptr;
 }
 
@@ -54,15 +56,17 @@ ZEL_ConstMicroNode *ZEL_Instance::constMicroNode(int index)
     if (!microNode(index)) {
         return nullptr;
     }
-    return index +
-           makeOnce(myConstMicroNodes, myMicroNodeLock, [this] { return createConstMicroNodes(); });
+    Rare &record = makeRare();
+    return index + makeOnce(record.constMicroNodes, record.microNodeLock,
+                            [this] { return createConstMicroNodes(); });
 }
 
 ZEL_ParmMicroNode *ZEL_Instance::createMicroNodes() const
 {
     const ZEL_ParmOwner *owner = getParmOwner();
     const ZEL_Multi::KeepItems keep;
-    return owner ? owner->createParmMicroNodes(*myParm) : ZEL_ParmMicroNode::createArray(*myParm);
+    ZEL_Parm &parm = *getParm();
+    return owner ? owner->createParmMicroNodes(parm) : ZEL_ParmMicroNode::createArray(parm);
 }
 
 ZEL_ParmMicroNode *ZEL_ParmOwner::createParmMicroNodes(ZEL_Parm &parm) const
@@ -75,30 +79,33 @@ ZEL_ConstMicroNode *ZEL_Instance::createConstMicroNodes() const
     const int size = getVectorSize();
     ZEL_ConstMicroNode *nodes = new ZEL_ConstMicroNode[std::size_t(size)];
     for (int i = 0; i < size; ++i) {
-        nodes[i].init(myMicroNodes + i);
+        nodes[i].init(rare()->microNodes + i);
     }
     return nodes;
 }
 
 void ZEL_Instance::destroyMicroNodes()
 {
-    delete[] myConstMicroNodes;
-    delete[] myMicroNodes;
-    myConstMicroNodes = nullptr;
-    myMicroNodes = nullptr;
+    if (Rare *record = rare()) {
+        delete[] record->constMicroNodes;
+        delete[] record->microNodes;
+        record->constMicroNodes = nullptr;
+        record->microNodes = nullptr;
+    }
 }
 
 void ZEL_Instance::adoptMicroNodes(ZEL_Instance &source)
 {
     destroyMicroNodes();
-    myMicroNodes = source.myMicroNodes;
-    myConstMicroNodes = source.myConstMicroNodes;
-    source.myMicroNodes = nullptr;
-    source.myConstMicroNodes = nullptr;
-    if (myMicroNodes && myParm) {
-        const int size = getVectorSize();
-        for (int i = 0; i < size; ++i) {
-            myMicroNodes[i].init(*myParm, i);
+    if (!source.hasMicroNodes()) {
+        return;
+    }
+    Rare &record = makeRare();
+    std::swap(record.microNodes, source.rare()->microNodes);
+    std::swap(record.constMicroNodes, source.rare()->constMicroNodes);
+    if (ZEL_Parm *parm = getParm()) {
+        for (int i = 0, size = getVectorSize(); i < size; ++i) {
+            record.microNodes[i].init(*parm, i);
         }
     }
 }
@@ -113,7 +120,7 @@ bool ZEL_Instance::isTimeDependent(int index) const
     const int first = index < 0 ? 0 : index;
     const int end = index < 0 ? getVectorSize() : validIndex(index) ? index + 1 : index;
     for (int i = first; i < end; ++i) {
-        const TRK_Channel *channel = myChannels[i];
+        const TRK_Channel *channel = getChannel(i);
         if (nodes ? nodes[i].isTimeDependent()
                   : channel && (channel->getPendingFlag() || channel->isTimeDependent())) {
             return true;

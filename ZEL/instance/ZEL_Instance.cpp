@@ -22,38 +22,43 @@
 // Life
 // ---------------------------------------------------------------------- //
 
-ZEL_Instance::ZEL_Instance(ZEL_Template *templatePtr, ZEL_Parm *parm)
-    : myFlags(0), myTemplate(templatePtr), myParm(parm), myMultiOwner(nullptr),
-      myMicroNodes(nullptr), myConstMicroNodes(nullptr)
+ZEL_Instance::Rare::Rare() = default;
+
+ZEL_Instance::Rare::~Rare()
 {
-    initMasks();
-    myEnableState = ~0u;
+    KIT_SmallObjectAllocator::deallocate(channels, 0);
+}
+
+ZEL_Instance::ZEL_Instance(ZEL_Template *templatePtr, ZEL_Parm *parm)
+    : myFlags(0), myEnableState(~0u), mySendExtraFlags(0), myTemplate(templatePtr), myRare(0)
+{
+    myDirtyFlags = sizeBits();
     if (myTemplate->getExpressionFlag() != 0) {
         myFlags |= ZEL_INST_EXPRESSION;
     }
-    myChannels.init(getVectorSize());
+    place(parm);
     initTakeFlags();
 }
 
 ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
-    : myFlags(source.myFlags & ~(ZEL_INST_UNDO_SAVED | ZEL_INST_DEFAULTS_INIT | ZEL_INST_LEAVING)),
-      myTemplate(source.myTemplate),
-      myValue(source.myValue ? std::make_unique<ZEL_Value>(*source.myValue) : nullptr),
-      myParm(parm), myMultiOwner(nullptr), myMicroNodes(nullptr), myConstMicroNodes(nullptr)
+    : myFlags(source.myFlags &
+              ~(ZEL_INST_UNDO_SAVED | ZEL_INST_DEFAULTS_INIT | ZEL_INST_LEAVING | PRIVATE_FLAGS)),
+      myEnableState(0), // the caller sets the state
+      mySendExtraFlags(0), myTemplate(source.myTemplate), myRare(0)
 {
-    initMasks();
-    // Not copied from the source: the caller sets the state.
-    myEnableState = 0;
-    const int size = getVectorSize();
-    myChannels.init(size);
+    myDirtyFlags = sizeBits();
+    place(parm);
     try {
+        if (const ZEL_Value *value = source.inputNotifyValue()) {
+            makeRare().inputNotify = std::make_unique<ZEL_Value>(*value);
+        }
         if (const TRK_Collection *collection = getChannelGroupPtr()) {
-            for (int i = 0; i < size; ++i) {
+            for (int i = 0, size = getVectorSize(); i < size; ++i) {
                 setChannel(i, collection->getChannel(getChannelToken(i)));
             }
         }
     } catch (...) {
-        myChannels.free(size); // the array can't free itself: it doesn't know its size
+        delete rare();
         throw;
     }
 }
@@ -63,20 +68,57 @@ ZEL_Instance::~ZEL_Instance()
     ZEL_InstanceWatch::forget(this);
     leavePropagations();
     clearSendExtra();
-    destroyMicroNodes();
-    clearAndDestroyChannels();
-    myChannels.free(getVectorSize());
+    if (const Rare *record = rare()) {
+        destroyMicroNodes();
+        clearAndDestroyChannels();
+        delete record;
+    }
 }
 
-void ZEL_Instance::initMasks()
+/// Keeps the parameter: by its place if it lies before this object.
+void ZEL_Instance::place(ZEL_Parm *parm)
 {
-    myLockField = 0;
-    myAutoScopeField = myTemplate->getAutoScopeField();
-    myAutoSelectField = myTemplate->getAutoSelectField();
-    myActiveField = 0;
-    myVisibleField = getVectorSize() == 0 ? ~0u : sizeBits();
-    myDirtyFlags = sizeBits();
-    mySendExtraFlags = 0;
+    if (parm && static_cast<void *>(parm + 1) == static_cast<void *>(this)) {
+        myFlags |= BESIDE_PARM;
+    } else if (parm) {
+        makeRare().parm = parm;
+    }
+}
+
+ZEL_Instance::Rare &ZEL_Instance::makeRare() const
+{
+    std::uintptr_t word = __atomic_load_n(&myRare, __ATOMIC_ACQUIRE);
+    if (word != 0 && (word & theOwnerBit) == 0) {
+        return *reinterpret_cast<Rare *>(word);
+    }
+    // Evaluating threads make it too, for their nodes: the first one's stays.
+    std::unique_ptr<Rare> made = std::make_unique<Rare>();
+    made->multiOwner = getMultiParmOwner();
+    if (!__atomic_compare_exchange_n(&myRare, &word, reinterpret_cast<std::uintptr_t>(made.get()),
+                                     false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE)) {
+        return *reinterpret_cast<Rare *>(word);
+    }
+    return *made.release();
+}
+
+ZEL_Parm *ZEL_Instance::getParm() const
+{
+    if (testFlag(BESIDE_PARM)) {
+        return reinterpret_cast<ZEL_Parm *>(const_cast<ZEL_Instance *>(this)) - 1;
+    }
+    const Rare *record = rare();
+    return record ? record->parm : nullptr;
+}
+
+void ZEL_Instance::setMultiParmOwner(const ZEL_Multi *owner)
+{
+    if (Rare *record = rare()) {
+        record->multiOwner = owner;
+    } else {
+        const std::uintptr_t word =
+            owner ? reinterpret_cast<std::uintptr_t>(owner) | theOwnerBit : 0;
+        __atomic_store_n(&myRare, word, __ATOMIC_RELEASE);
+    }
 }
 
 void ZEL_Instance::initTakeFlags()
@@ -340,22 +382,23 @@ int ZEL_Instance::getIsOverrideActive(int) const
 
 void ZEL_Instance::destroyChildParms() {}
 
+void ZEL_Instance::moveValuesApart() {}
+
 std::int64_t ZEL_Instance::getMemoryUsage(bool inclusive) const
 {
     const int size = getVectorSize();
     std::int64_t bytes = inclusive ? std::int64_t(sizeof(*this)) : 0;
-    bytes += std::int64_t(KIT_ComponentArray<TRK_Channel *>::bytes(size));
-    if (myChannelAliases) {
-        for (int i = 0; i < size; ++i) {
-            bytes += myChannelAliases[std::size_t(i)].getMemoryUsage(true);
-        }
+    const Rare *record = rare();
+    if (!record) {
+        return bytes;
     }
-    if (myChannelColors) {
-        bytes += std::int64_t(sizeof(ColorRecord)) * size;
+    bytes += std::int64_t(sizeof(*record));
+    bytes += record->channels ? std::int64_t(sizeof(TRK_Channel *)) * size : 0;
+    for (int i = 0; record->aliases && i < size; ++i) {
+        bytes += record->aliases[std::size_t(i)].getMemoryUsage(true);
     }
-    if (myValue) {
-        bytes += std::int64_t(sizeof(*myValue));
-    }
+    bytes += record->colors ? std::int64_t(sizeof(ColorRecord)) * size : 0;
+    bytes += record->inputNotify ? std::int64_t(sizeof(ZEL_Value)) : 0;
     return bytes + getMicroNodesMemoryUsage();
 }
 
@@ -370,7 +413,8 @@ bool ZEL_Instance::isRotationParm() const
 
 ZEL_ParmList *ZEL_Instance::getParmList() const
 {
-    return myParm ? myParm->getParmList() : nullptr;
+    const ZEL_Parm *parm = getParm();
+    return parm ? parm->getParmList() : nullptr;
 }
 
 ZEL_ParmOwner *ZEL_Instance::getParmOwner() const
@@ -387,10 +431,11 @@ TRK_Collection *ZEL_Instance::getChannelGroupPtr() const
 
 ZEL_Value *ZEL_Instance::createInputNotifyValue()
 {
-    if (!myValue) {
-        myValue = std::make_unique<ZEL_Value>();
+    std::unique_ptr<ZEL_Value> &value = makeRare().inputNotify;
+    if (!value) {
+        value = std::make_unique<ZEL_Value>();
     }
-    return myValue.get();
+    return value.get();
 }
 
 // ---------------------------------------------------------------------- //
@@ -406,15 +451,24 @@ void ZEL_Instance::setMaskBits(std::uint32_t &mask, int index, bool on) const
     }
 }
 
+void ZEL_Instance::setLockedField(std::uint32_t field)
+{
+    if (field != 0 || rare()) {
+        makeRare().locks = field;
+    }
+}
+
 void ZEL_Instance::setLockedFlag(int index, bool locked)
 {
-    setMaskBits(myLockField, index, locked);
+    std::uint32_t field = getLockedField();
+    setMaskBits(field, index, locked);
+    setLockedField(field);
 }
 
 bool ZEL_Instance::areAllComponentsLocked() const
 {
     const std::uint32_t all = sizeBits();
-    return (myLockField & all) == all;
+    return (getLockedField() & all) == all;
 }
 
 std::uint32_t ZEL_Instance::getEnableState(int index) const
@@ -437,54 +491,87 @@ bool ZEL_Instance::setEnableState(bool enabled, int index)
     return myEnableState != before;
 }
 
+std::uint32_t ZEL_Instance::visibleField() const
+{
+    return testFlag(HIDDEN) ? 0 : testFlag(OWN_VISIBLE) ? rare()->visible : allBits();
+}
+
 bool ZEL_Instance::getVisibleState(int index) const
 {
-    return testMask(myVisibleField, getVectorSize() == 0 ? -1 : index);
+    return testMask(visibleField(), getVectorSize() == 0 ? -1 : index);
 }
 
 bool ZEL_Instance::setVisibleState(bool visible, int index)
 {
-    const std::uint32_t before = myVisibleField;
+    const std::uint32_t before = visibleField();
+    std::uint32_t field = before;
     if (getVectorSize() == 0) {
-        myVisibleField = visible ? ~0u : 0u;
+        field = visible ? ~0u : 0u;
     } else {
-        setMaskBits(myVisibleField, index, visible);
+        setMaskBits(field, index, visible);
     }
-    return myVisibleField != before;
+    // All and none are flags, so that conditions need no record.
+    const bool own = field != 0 && field != allBits();
+    if (own) {
+        makeRare().visible = field;
+    }
+    setFlag(OWN_VISIBLE, own);
+    setFlag(HIDDEN, field == 0);
+    return field != before;
 }
 
 void ZEL_Instance::setAutoScopedFlag(int index, bool flag)
 {
-    setMaskBits(myAutoScopeField, index, flag);
-    myFlags |= ZEL_INST_SAVE_AUTOSCOPE;
+    std::uint32_t field = getAutoScopeField();
+    setMaskBits(field, index, flag);
+    setAutoScopeField(field);
 }
 
 void ZEL_Instance::setAutoSelectFlag(int index, bool flag)
 {
-    setMaskBits(myAutoSelectField, index, flag);
-    myFlags |= ZEL_INST_SAVE_AUTOSELECT;
+    std::uint32_t field = getAutoSelectField();
+    setMaskBits(field, index, flag);
+    setAutoSelectField(field);
+}
+
+void ZEL_Instance::putAutoScope(std::uint32_t field)
+{
+    if (field != getAutoScopeField()) {
+        makeRare().autoScope = field;
+        myFlags |= OWN_AUTO_SCOPE;
+    }
+}
+
+void ZEL_Instance::putAutoSelect(std::uint32_t field)
+{
+    if (field != getAutoSelectField()) {
+        makeRare().autoSelect = field;
+        myFlags |= OWN_AUTO_SELECT;
+    }
 }
 
 void ZEL_Instance::setAutoScopeField(std::uint32_t field)
 {
-    myAutoScopeField = field;
+    putAutoScope(field);
     myFlags |= ZEL_INST_SAVE_AUTOSCOPE;
 }
 
 void ZEL_Instance::setAutoSelectField(std::uint32_t field)
 {
-    myAutoSelectField = field;
+    putAutoSelect(field);
     myFlags |= ZEL_INST_SAVE_AUTOSELECT;
 }
 
 bool ZEL_Instance::isActive(int index) const
 {
-    return validIndex(index) && (myActiveField & bit(index)) != 0;
+    return rare() && validIndex(index) && (rare()->active & bit(index)) != 0;
 }
 
 void ZEL_Instance::setActive(int index, bool active)
 {
-    setMaskBits(myActiveField, index, active);
+    if (active || rare()) {
+        setMaskBits(makeRare().active, index, active);
+    }
 }
 
 void ZEL_Instance::setActiveTakeFlag(bool flag)
@@ -524,7 +611,8 @@ bool ZEL_Instance::isDataDependent(double, int index) const
     const int first = index < 0 ? 0 : index;
     const int end = index < 0 ? getVectorSize() : validIndex(index) ? index + 1 : index;
     for (int i = first; i < end; ++i) {
-        if (myChannels[i] && myChannels[i]->isDataDependent()) {
+        const TRK_Channel *channel = getChannel(i);
+        if (channel && channel->isDataDependent()) {
             return true;
         }
     }

@@ -13,6 +13,8 @@
 #include <ZEL/instance/ZEL_ChannelReferenceTextPrivate.h>
 #include <ZEL/instance/ZEL_InstancePrivate.h>
 
+#include <cstring>
+
 namespace
 {
 
@@ -54,7 +56,7 @@ int ZEL_Instance::getChannelCount() const
 {
     int count = 0;
     for (int i = getVectorSize(); i-- > 0;) {
-        count += myChannels[i] ? 1 : 0;
+        count += getChannel(i) ? 1 : 0;
     }
     return count;
 }
@@ -87,7 +89,7 @@ int ZEL_Instance::addChannel(const KIT_StringRef &name, const char *expression,
     if (index < 0) {
         return 0;
     }
-    myChannels[index] = nullptr;
+    putChannel(index, nullptr);
     internalAddChannel(index, expression, language, true);
     return 1;
 }
@@ -96,9 +98,10 @@ void ZEL_Instance::internalAddChannel(int index, const char *expression, TRK_Exp
                                       bool initialise)
 {
     TRK_Collection *collection = getChannelGroupPtr();
-    if (!collection || !validIndex(index) || myChannels[index]) {
+    if (!collection || !validIndex(index) || getChannel(index)) {
         return;
     }
+    makeSlots(); // before there is a channel that would be lost if there is no memory
     const KIT_StringHolder &token = getChannelToken(index);
     TRK_Channel *channel = collection->getChannel(token);
     if (channel) {
@@ -109,7 +112,7 @@ void ZEL_Instance::internalAddChannel(int index, const char *expression, TRK_Exp
             addParmWarning(ZEL_ERR_CHANNEL_NAME);
             return;
         }
-        myChannels[index] = channel;
+        putChannel(index, channel);
         channel->setHolders(TRK_Channel::Holders::ONE);
         setDefaultChannelValue(channel, index);
         const KIT_StringHolder &alias = getChannelAlias(index);
@@ -123,9 +126,29 @@ void ZEL_Instance::internalAddChannel(int index, const char *expression, TRK_Exp
     channel->clearPending();
 }
 
+TRK_Channel **ZEL_Instance::makeSlots()
+{
+    Rare &record = makeRare();
+    if (!record.channels) {
+        const std::size_t bytes = sizeof(TRK_Channel *) * std::size_t(getVectorSize());
+        void *const memory = KIT_SmallObjectAllocator::allocate(bytes);
+        record.channels = static_cast<TRK_Channel **>(std::memset(memory, 0, bytes));
+        moveValuesApart();
+    }
+    return record.channels;
+}
+
+void ZEL_Instance::putChannel(int index, TRK_Channel *channel)
+{
+    const Rare *record = rare();
+    if (channel || (record && record->channels)) {
+        makeSlots()[index] = channel;
+    }
+}
+
 void ZEL_Instance::setChannel(int index, TRK_Channel *channel)
 {
-    myChannels[index] = channel;
+    putChannel(index, channel);
     if (channel) {
         channel->setHolders(TRK_Channel::Holders::UNKNOWN);
     }
@@ -137,7 +160,7 @@ bool ZEL_Instance::removeChannel(int index)
     if (!channel) {
         return false;
     }
-    myChannels[index] = nullptr;
+    putChannel(index, nullptr);
     if (TRK_Collection *collection = getChannelGroupPtr()) {
         // Told as the holder, so that lists don't search all their components for it. Not looked at
         // here: while a list is destroyed, another component may have deleted it already.
@@ -163,8 +186,8 @@ void ZEL_Instance::adoptChannels(ZEL_Instance &source)
     const int size = getVectorSize();
     const int sourceSize = source.getVectorSize();
     for (int i = 0; i < size; ++i) {
-        TRK_Channel *channel = i < sourceSize ? source.myChannels[i] : nullptr;
-        if (channel != myChannels[i]) {
+        TRK_Channel *channel = i < sourceSize ? source.getChannel(i) : nullptr;
+        if (channel != getChannel(i)) {
             // Otherwise relinking by name would find the old channel and the taken-over one
             // couldn't use its name.
             removeChannel(i);
@@ -178,8 +201,8 @@ void ZEL_Instance::adoptChannels(ZEL_Instance &source)
         }
     }
     for (int i = 0; i < sourceSize; ++i) {
-        TRK_Channel *channel = source.myChannels[i];
-        source.myChannels[i] = nullptr;
+        TRK_Channel *channel = source.getChannel(i);
+        source.putChannel(i, nullptr);
         if (i >= size && channel && collection) {
             collection->deleteChannel(channel);
         }
@@ -206,7 +229,7 @@ bool ZEL_Instance::reloadChannelPtr(TRK_Collection &collection, int index)
     const KIT_StringHolder &token = getChannelToken(index);
     TRK_Channel *channel = collection.getChannel(token);
     if (channel) {
-        channel->setLocked((myLockField & bit(index)) != 0);
+        channel->setLocked((getLockedField() & bit(index)) != 0);
         channel->dirtyExprCache();
     } else {
         const KIT_StringHolder &alias = getChannelAlias(index);
@@ -250,7 +273,7 @@ void ZEL_Instance::validateChannelNames(ZEL_ParmList &list)
 {
     const int size = getVectorSize();
     for (int i = 0; i < size; ++i) {
-        if (myChannels[i]) {
+        if (getChannel(i)) {
             validateChannelName(list, i);
         }
     }
@@ -265,13 +288,13 @@ void ZEL_Instance::validateChannelName(ZEL_ParmList &list, int index)
     }
     int subIndex = -1;
     const ZEL_Parm *other = list.getParmPtrFromChannel(token, &subIndex);
-    if (other && other != myParm && other->getChannel(subIndex)) {
-        myChannels[index] = nullptr;
+    if (other && other != getParm() && other->getChannel(subIndex)) {
+        putChannel(index, nullptr);
         return;
     }
     TRK_Collection *collection = list.getChannelGroupPtr();
     if (collection && !collection->renameChannel(channel, token)) {
-        myChannels[index] = nullptr;
+        putChannel(index, nullptr);
     }
 }
 
@@ -451,13 +474,14 @@ bool ZEL_Instance::setChannelAlias(const KIT_StringHolder &alias, int index)
     if (!alias.isEmpty() && !TRK_Collection::isValidChannelName(alias.c_str())) {
         return false;
     }
-    if (!myChannelAliases && !alias.isEmpty()) {
-        myChannelAliases = std::make_unique<KIT_StringHolder[]>(std::size_t(getVectorSize()));
+    if (!alias.isEmpty() || (rare() && rare()->aliases)) {
+        std::unique_ptr<KIT_StringHolder[]> &aliases = makeRare().aliases;
+        if (!aliases) {
+            aliases = std::make_unique<KIT_StringHolder[]>(std::size_t(getVectorSize()));
+        }
+        aliases[std::size_t(index)] = alias;
     }
-    if (myChannelAliases) {
-        myChannelAliases[std::size_t(index)] = alias;
-    }
-    TRK_Channel *channel = myChannels[index];
+    TRK_Channel *channel = getChannel(index);
     if (channel && channel->getCollection()) {
         channel->getCollection()->setChannelAlias(channel, alias);
     }
@@ -469,8 +493,9 @@ const KIT_StringHolder &ZEL_Instance::getChannelAlias(int index) const
     if (!validIndex(index)) {
         return KIT_StringHolder::theEmptyString;
     }
-    if (myChannelAliases && !myChannelAliases[std::size_t(index)].isEmpty()) {
-        return myChannelAliases[std::size_t(index)];
+    const Rare *record = rare();
+    if (record && record->aliases && !record->aliases[std::size_t(index)].isEmpty()) {
+        return record->aliases[std::size_t(index)];
     }
     return getChannelToken(index);
 }
@@ -503,13 +528,11 @@ int ZEL_Instance::findChannelName(const KIT_StringRef &name) const
 
 int ZEL_Instance::findSubIndex(const KIT_StringRef &token, bool allowAlias) const
 {
-    if (allowAlias && myChannelAliases) {
-        const int size = getVectorSize();
-        for (int i = 0; i < size; ++i) {
-            if (!myChannelAliases[std::size_t(i)].isEmpty() &&
-                myChannelAliases[std::size_t(i)] == token) {
-                return i;
-            }
+    const Rare *record = allowAlias ? rare() : nullptr;
+    for (int i = 0; record && record->aliases && i < getVectorSize(); ++i) {
+        const KIT_StringHolder &alias = record->aliases[std::size_t(i)];
+        if (!alias.isEmpty() && alias == token) {
+            return i;
         }
     }
     return myTemplate->findSubIndex(token);
@@ -517,30 +540,32 @@ int ZEL_Instance::findSubIndex(const KIT_StringRef &token, bool allowAlias) cons
 
 void ZEL_Instance::setChannelCustomColor(int index, const KIT_Color &color)
 {
-    if (!myChannelColors) {
-        myChannelColors = std::make_unique<ColorRecord[]>(std::size_t(getVectorSize()));
+    if (!validIndex(index)) {
+        return;
     }
-    if (validIndex(index)) {
-        myChannelColors[std::size_t(index)].color = color;
-        myChannelColors[std::size_t(index)].set = true;
+    std::unique_ptr<ColorRecord[]> &colors = makeRare().colors;
+    if (!colors) {
+        colors = std::make_unique<ColorRecord[]>(std::size_t(getVectorSize()));
     }
+    colors[std::size_t(index)] = {color, true};
 }
 
 void ZEL_Instance::resetChannelCustomColor(int index)
 {
-    if (myChannelColors && validIndex(index)) {
-        myChannelColors[std::size_t(index)] = ColorRecord();
+    if (hasChannelCustomColor(index)) {
+        rare()->colors[std::size_t(index)] = ColorRecord();
     }
 }
 
 bool ZEL_Instance::hasChannelCustomColor(int index) const
 {
-    return myChannelColors && validIndex(index) && myChannelColors[std::size_t(index)].set;
+    const Rare *record = rare();
+    return record && record->colors && validIndex(index) && record->colors[std::size_t(index)].set;
 }
 
 const KIT_Color &ZEL_Instance::getChannelCustomColor(int index) const
 {
-    return hasChannelCustomColor(index) ? myChannelColors[std::size_t(index)].color
+    return hasChannelCustomColor(index) ? rare()->colors[std::size_t(index)].color
                                         : KIT_Color::theNoColor;
 }
 

@@ -154,23 +154,23 @@ struct FieldRow : OptionRow
 struct ZEL_Instance::Options::Locks : FieldRow<Locks>
 {
     static constexpr bool isAlwaysIn(Form form) { return form != Form::BINARY; }
-    static bool isSet(const ZEL_Instance &from) { return from.myLockField != 0; }
-    static std::uint32_t get(const ZEL_Instance &from) { return from.myLockField; }
+    static bool isSet(const ZEL_Instance &from) { return from.getLockedField() != 0; }
+    static std::uint32_t get(const ZEL_Instance &from) { return from.getLockedField(); }
     static void set(ZEL_Instance &to, std::uint32_t field) { to.setLockedField(field); }
     static void adopt(ZEL_Instance &to, const ZEL_Instance &from)
     {
-        to.myLockField = from.myLockField;
+        to.setLockedField(from.getLockedField());
     }
 };
 
 struct ZEL_Instance::Options::AutoScope : FieldRow<AutoScope>
 {
     static bool isSet(const ZEL_Instance &from) { return from.getSaveAutoScopeFlag(); }
-    static std::uint32_t get(const ZEL_Instance &from) { return from.myAutoScopeField; }
+    static std::uint32_t get(const ZEL_Instance &from) { return from.getAutoScopeField(); }
     static void set(ZEL_Instance &to, std::uint32_t field) { to.setAutoScopeField(field); }
     static void adopt(ZEL_Instance &to, const ZEL_Instance &from)
     {
-        to.myAutoScopeField = from.myAutoScopeField;
+        to.putAutoScope(from.getAutoScopeField());
         to.myFlags |= from.myFlags & ZEL_INST_SAVE_AUTOSCOPE;
     }
 };
@@ -178,11 +178,11 @@ struct ZEL_Instance::Options::AutoScope : FieldRow<AutoScope>
 struct ZEL_Instance::Options::AutoSelect : FieldRow<AutoSelect>
 {
     static bool isSet(const ZEL_Instance &from) { return from.getSaveAutoSelectFlag(); }
-    static std::uint32_t get(const ZEL_Instance &from) { return from.myAutoSelectField; }
+    static std::uint32_t get(const ZEL_Instance &from) { return from.getAutoSelectField(); }
     static void set(ZEL_Instance &to, std::uint32_t field) { to.setAutoSelectField(field); }
     static void adopt(ZEL_Instance &to, const ZEL_Instance &from)
     {
-        to.myAutoSelectField = from.myAutoSelectField;
+        to.putAutoSelect(from.getAutoSelectField());
         to.myFlags |= from.myFlags & ZEL_INST_SAVE_AUTOSELECT;
     }
 };
@@ -260,7 +260,7 @@ struct ZEL_Instance::Options::Color : OptionRow
     template <class Visit>
     static void forEachColor(const ZEL_Instance &from, const Visit &visit)
     {
-        const int size = from.myChannelColors ? from.getVectorSize() : 0;
+        const int size = from.rare() && from.rare()->colors ? from.getVectorSize() : 0;
         for (int i = 0; i < size; ++i) {
             if (from.hasChannelCustomColor(i)) {
                 visit(i, from.getChannelCustomColor(i));

@@ -23,11 +23,11 @@
 // ---------------------------------------------------------------------- //
 
 /// One record for each component.
-struct ZEL_Overridable::OverrideArray
+struct ZEL_OverrideArray
 {
     static constexpr int theInlineCount = 4;
 
-    explicit OverrideArray(int size) : records(size) {}
+    explicit ZEL_OverrideArray(int size) : records(size) {}
 
     std::int64_t getMemoryUsage() const
     {
@@ -118,7 +118,7 @@ void ZEL_Overridable::adopt(ZEL_Instance &source)
 {
     ZEL_Instance::adopt(source);
     const auto *other = dynamic_cast<const ZEL_Overridable *>(&source);
-    if (other && !myOverrides) {
+    if (other && !hasOverrideData()) {
         copyOverrides(*other);
     }
 }
@@ -134,23 +134,26 @@ void ZEL_Overridable::adoptOverrides(ZEL_Instance &source)
     }
 }
 
-void ZEL_Overridable::makeOverrides()
+ZEL_OverrideArray &ZEL_Overridable::makeOverrides()
 {
-    if (!myOverrides) {
-        myOverrides = new OverrideArray(getVectorSize());
+    ZEL_OverrideArray *&overrides = makeRare().overrides;
+    if (!overrides) {
+        overrides = new ZEL_OverrideArray(getVectorSize());
     }
+    return *overrides;
 }
 
 void ZEL_Overridable::copyOverrides(const ZEL_Overridable &source)
 {
-    if (!source.myOverrides) {
+    const ZEL_OverrideArray *sources = source.overrides();
+    if (!sources) {
         return;
     }
-    makeOverrides();
-    const int count = std::min(myOverrides->records.size(), source.myOverrides->records.size());
+    ZEL_OverrideArray &copies = makeOverrides();
+    const int count = std::min(copies.records.size(), sources->records.size());
     for (int i = 0; i < count; ++i) {
-        const zelOverrideInfoData &from = source.myOverrides->records[i];
-        zelOverrideInfoData &to = myOverrides->records[i];
+        const zelOverrideInfoData &from = sources->records[i];
+        zelOverrideInfoData &to = copies.records[i];
         to.dataIndex = from.dataIndex;
         to.timeDepState = BASload(from.timeDepState);
         to.activeState = BASload(from.activeState);
@@ -161,18 +164,16 @@ void ZEL_Overridable::copyOverrides(const ZEL_Overridable &source)
 
 void ZEL_Overridable::dropOverrides()
 {
-    if (!myOverrides) {
-        return;
+    if (hasOverrideData()) {
+        delete overrides();
+        rare()->overrides = nullptr;
     }
-    delete myOverrides;
-    myOverrides = nullptr;
 }
 
 zelOverrideInfoData *ZEL_Overridable::recordAt(int index) const
 {
-    return myOverrides && unsigned(index) < unsigned(myOverrides->records.size())
-               ? &myOverrides->records[index]
-               : nullptr;
+    ZEL_OverrideArray *all = overrides();
+    return all && unsigned(index) < unsigned(all->records.size()) ? &all->records[index] : nullptr;
 }
 
 // ---------------------------------------------------------------------- //
@@ -208,8 +209,7 @@ int ZEL_Overridable::setOverride(int index, int dataIndex, const char *name, ZEL
     if (!validIndex(index)) {
         return 0;
     }
-    makeOverrides();
-    zelOverrideInfoData &record = myOverrides->records[index];
+    zelOverrideInfoData &record = makeOverrides().records[index];
     const bool nameChanged = !sameText(record.name.get(), name);
     // `name` may point into the old copy.
     std::unique_ptr<char[]> copy = nameChanged ? copyText(name) : nullptr;
@@ -231,7 +231,7 @@ int ZEL_Overridable::setOverride(int index, int dataIndex, const char *name, ZEL
 
 bool ZEL_Overridable::setOverrideDisable(int index, int disable)
 {
-    if (!myOverrides) {
+    if (!hasOverrideData()) {
         return false;
     }
     const bool before = isDisabledHere(index);
@@ -277,7 +277,7 @@ int ZEL_Overridable::getIsOverrideActive(int index) const
 std::int64_t ZEL_Overridable::getMemoryUsage(bool inclusive) const
 {
     return ZEL_Instance::getMemoryUsage(false) + (inclusive ? std::int64_t(sizeof(*this)) : 0) +
-           (myOverrides ? myOverrides->getMemoryUsage() : 0);
+           (hasOverrideData() ? overrides()->getMemoryUsage() : 0);
 }
 
 // ---------------------------------------------------------------------- //
@@ -352,7 +352,7 @@ int ZEL_Overridable::evaluateOverride(ZEL_ParmList *list, double time, int index
         clearValue(value);
         return -1;
     }
-    return myOverrides ? evaluateRecord(list, time, index, value) : 0;
+    return hasOverrideData() ? evaluateRecord(list, time, index, value) : 0;
 }
 
 int ZEL_Overridable::evalOverrideValue(ZEL_ParmList *list, double time, int index, int thread,
@@ -469,7 +469,9 @@ template <class Test>
 bool ZEL_Overridable::anyCounting(int index, Test &&test) const
 {
     const int first = index < 0 ? 0 : index;
-    const int end = !myOverrides ? first : index < 0 ? myOverrides->records.size() : index + 1;
+    const int end = !hasOverrideData() ? first
+                    : index < 0        ? overrides()->records.size()
+                                       : index + 1;
     for (int i = first; i < end; ++i) {
         const zelOverrideInfoData *record = countingRecord(i);
         if (record && test(*record)) {

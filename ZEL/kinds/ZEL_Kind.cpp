@@ -38,6 +38,34 @@ ZEL_Instance *make(ZEL_Template *description, ZEL_Parm *parm)
     return new T(description, parm);
 }
 
+template <class T>
+ZEL_Instance *makeIn(void *memory, ZEL_Template *description, ZEL_Parm *parm)
+{
+    if constexpr (std::is_same_v<T, ZEL_Float> || std::is_same_v<T, ZEL_Ordinal>) {
+        return T::makeIn(memory, description, parm);
+    } else {
+        return new (memory) T(description, parm);
+    }
+}
+
+template <class T>
+std::size_t bytes(const ZEL_Template &description)
+{
+    const bool hasRoom = std::is_same_v<T, ZEL_Float> || std::is_same_v<T, ZEL_Ordinal>;
+    const int size = description.getVectorSize();
+    return sizeof(T) + (hasRoom && size > 1 ? std::size_t(size) * sizeof(double) : 0);
+}
+
+ZEL_Instance *makeNothingIn(void *, ZEL_Template *, ZEL_Parm *)
+{
+    return nullptr;
+}
+
+std::size_t noBytes(const ZEL_Template &)
+{
+    return 0;
+}
+
 ZEL_Instance *makeNothing(ZEL_Template *, ZEL_Parm *)
 {
     return nullptr;
@@ -124,17 +152,32 @@ const char *openTextReference(const ZEL_Parm &parm, TRK_ExprLanguage language)
 }
 
 constexpr ZEL_Kind theKinds[] = {
-    {ZEL_Type::ZEL_BASIC_FLOAT, 1, false, make<ZEL_Float>, copyPlain<double>, assignText,
-     equal<double>, evaluate<double>, nullptr, openNumberReference},
-    {ZEL_Type::ZEL_BASIC_ORDINAL, 0, true, make<ZEL_Ordinal>, copyPlain<std::int64_t>, assignText,
-     equal<std::int64_t>, evaluate<std::int64_t>, nullptr, openNumberReference},
-    {ZEL_Type::ZEL_BASIC_STRING, 2, false, make<ZEL_String>, copyText, assignText,
-     equal<KIT_String>, evaluate<KIT_String>, nullptr, openTextReference},
-    {ZEL_Type::ZEL_BASIC_DATA, 3, false, make<ZEL_Data>, copyPlain<Item>, copyPlain<Item>,
-     equalItems, evaluate<Item>, hasItem, openNumberReference},
-    {ZEL_Type::ZEL_BASIC_NONE, 1, false, makeNothing, copyPlain<double>, assignText, equal<double>,
-     evaluateNothing, nullptr, openNumberReference},
+    {ZEL_Type::ZEL_BASIC_FLOAT, 1, false, make<ZEL_Float>, makeIn<ZEL_Float>, bytes<ZEL_Float>,
+     copyPlain<double>, assignText, equal<double>, evaluate<double>, nullptr, openNumberReference},
+    {ZEL_Type::ZEL_BASIC_ORDINAL, 0, true, make<ZEL_Ordinal>, makeIn<ZEL_Ordinal>,
+     bytes<ZEL_Ordinal>, copyPlain<std::int64_t>, assignText, equal<std::int64_t>,
+     evaluate<std::int64_t>, nullptr, openNumberReference},
+    {ZEL_Type::ZEL_BASIC_STRING, 2, false, make<ZEL_String>, makeIn<ZEL_String>, bytes<ZEL_String>,
+     copyText, assignText, equal<KIT_String>, evaluate<KIT_String>, nullptr, openTextReference},
+    {ZEL_Type::ZEL_BASIC_DATA, 3, false, make<ZEL_Data>, makeIn<ZEL_Data>, bytes<ZEL_Data>,
+     copyPlain<Item>, copyPlain<Item>, equalItems, evaluate<Item>, hasItem, openNumberReference},
+    {ZEL_Type::ZEL_BASIC_NONE, 1, false, makeNothing, makeNothingIn, noBytes, copyPlain<double>,
+     assignText, equal<double>, evaluateNothing, nullptr, openNumberReference},
 };
+
+/// As a float, but for the instance.
+constexpr ZEL_Kind theMulti = {ZEL_Type::ZEL_BASIC_FLOAT,
+                               1,
+                               false,
+                               make<ZEL_Multi>,
+                               makeIn<ZEL_Multi>,
+                               bytes<ZEL_Multi>,
+                               copyPlain<double>,
+                               assignText,
+                               equal<double>,
+                               evaluate<double>,
+                               nullptr,
+                               openNumberReference};
 
 } // namespace
 
@@ -181,4 +224,9 @@ bool ZEL_Parm::isOrdinalExpression(const char *text, const ZEL_Template *templat
 bool ZEL_Parm::isOrdinalExpression(const ZEL_Default &record, const ZEL_Template *templatePtr)
 {
     return ZEL_Ordinal::isExpression(record, templatePtr);
+}
+
+const ZEL_Kind &ZEL_Kind::findMaker(const ZEL_Template &description)
+{
+    return description.isMultiType() ? theMulti : find(description.getType());
 }

@@ -54,6 +54,10 @@ struct ZEL_Kind
     bool wholeNumbers;
     /// Null where nothing can be created.
     ZEL_Instance *(*make)(ZEL_Template *description, ZEL_Parm *parm);
+    /// The same in memory of `bytes`, directly after the parameter.
+    ZEL_Instance *(*makeIn)(void *memory, ZEL_Template *description, ZEL_Parm *parm);
+    /// The instance and the numbers of a vector; 0 where nothing can be created.
+    std::size_t (*bytes)(const ZEL_Template &description);
     /// Copies as a user would set it: a text with its meaning, an expression as an expression.
     void (*copyComponent)(const ZEL_ComponentCopy &copy);
     /// Copies the stored value, from a component of the same kind.
@@ -67,4 +71,10 @@ struct ZEL_Kind
     const char *(*referenceOpening)(const ZEL_Parm &parm, TRK_ExprLanguage language);
 
     static const ZEL_Kind &find(const ZEL_Type &type);
+    /// What makes the instance of a description: the multi-parameters are a kind here, too.
+    static const ZEL_Kind &findMaker(const ZEL_Template &description);
+    static std::size_t instanceBytes(const ZEL_Template &description)
+    {
+        return findMaker(description).bytes(description);
+    }
 };

@@ -28,10 +28,7 @@ ZEL_Instance *makeInstance(ZEL_Template *templatePtr, ZEL_Parm *parm)
     if (!templatePtr) {
         return nullptr;
     }
-    if (templatePtr->isMultiType()) {
-        return new ZEL_Multi(templatePtr, parm);
-    }
-    return ZEL_Kind::find(templatePtr->getType()).make(templatePtr, parm);
+    return ZEL_Kind::findMaker(*templatePtr).make(templatePtr, parm);
 }
 
 } // namespace
@@ -54,7 +51,23 @@ ZEL_Parm::ZEL_Parm(const ZEL_Parm *source, ZEL_ParmList *list) : myParmList(list
     }
 }
 
+ZEL_Parm::ZEL_Parm(ZEL_Template *templatePtr, ZEL_ParmList *list, std::size_t place)
+    : myParmList(list)
+{
+    myInstance.reset(ZEL_Kind::findMaker(*templatePtr).makeIn(this + 1, templatePtr, this));
+    myInstance->setPlace(place);
+}
+
 ZEL_Parm::~ZEL_Parm() = default;
+
+void ZEL_Parm::InstanceDeleter::operator()(ZEL_Instance *instance) const
+{
+    if (instance->getPlace() != 0) {
+        instance->~ZEL_Instance();
+    } else {
+        delete instance;
+    }
+}
 
 void ZEL_Parm::adopt(ZEL_Parm &source)
 {

@@ -11,6 +11,7 @@
 #include <ZEL/ZEL_OpSharedInfo.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
 #include <ZEL/support/ZEL_LostTextPrivate.h>
 
@@ -30,10 +31,11 @@ ZEL_ParmList::ZEL_ParmList(ZEL_Template *templates, TRK_Collection *collection,
     mySharedInfo = ZEL_OpSharedInfo::get(sharedName, templates, count);
 
     const ZEL_LoadScope loading;
+    ZEL_ParmPlaces places(templates, count);
     for (int i = 0; i < count; ++i) {
         // Channel tokens are a lazily filled cache: fill it here, so that evaluation only reads.
         templates[i].getChannelTokens();
-        myParms.append(new ZEL_Parm(&templates[i], this));
+        myParms.append(places.make(this).release());
     }
     if (buildDefaults) {
         buildDelayedDefaults(deleteChannels);
@@ -81,7 +83,7 @@ ZEL_ParmList::~ZEL_ParmList()
     while (myParms.size() > 0) {
         ZEL_Parm *last = myParms.last();
         myParms.removeIndex(myParms.size() - 1);
-        delete last;
+        ZEL_ParmPlaces::destroy(last);
     }
     clearContextOptionDeps();
     clearCookContextOptionDeps();
@@ -103,7 +105,7 @@ void ZEL_ParmList::buildDelayedDefaults(bool deleteChannels)
 
 int ZEL_ParmList::appendParm(ZEL_Parm *parm)
 {
-    std::unique_ptr<ZEL_Parm> owned(parm);
+    ZEL_OwnedParm owned(parm);
     const int index = getEntries();
     if (parm && parm->getInstance()) {
         parm->getTemplatePtr()->getChannelTokens();

@@ -37,7 +37,7 @@ void ZEL_ParmList::removeAndDestroyParm(int index)
 /// Removes a parameter that the owner was notified of.
 void ZEL_ParmList::takeOut(int index)
 {
-    const std::unique_ptr<ZEL_Parm> parm(myParms[index]);
+    const ZEL_OwnedParm parm(myParms[index]);
     removeParmEntries(*parm, index);
     // Nothing follows the last parameter, and items are removed from the end: no indices to shift.
     const bool lastFlag = index == getEntries() - 1;

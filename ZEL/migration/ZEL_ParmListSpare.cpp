@@ -192,7 +192,7 @@ void ZEL_ParmList::DeferredRemovals::removeAll()
 
 void ZEL_ParmList::DeferredRemovals::destroy(ZEL_Parm *parm) const
 {
-    const std::unique_ptr<ZEL_Parm> owned(parm);
+    const ZEL_OwnedParm owned(parm);
     ZEL_Multi *multi = parm->asMulti();
     if (!multi) {
         return;
@@ -298,7 +298,7 @@ void ZEL_ParmList::keepOneOf(ZEL_Parm &old, int oldIndex, ZEL_Parm &made)
             made.getInstance()->setChannel(i, nullptr);
         }
     }
-    const std::unique_ptr<ZEL_Parm> dropped(&made);
+    const ZEL_OwnedParm dropped(&made);
     unregisterLastParm();
     ++myAddRemoveCount;
 }

@@ -21,6 +21,6 @@ int ZEL_Instance::getMultiInstanceIndex(KIT_Array<int> &indices, bool useStartOf
 
 bool ZEL_Instance::isFirstRampPosition() const
 {
-    return myMultiOwner && myMultiOwner->getTemplatePtr()->isRampType() &&
-           myMultiOwner->getTemplate(0) == myTemplate;
+    const ZEL_Multi *owner = getMultiParmOwner();
+    return owner && owner->getTemplatePtr()->isRampType() && owner->getTemplate(0) == myTemplate;
 }

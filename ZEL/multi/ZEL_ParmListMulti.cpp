@@ -9,6 +9,7 @@
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 
 #include <algorithm>
 #include <cstring>
@@ -77,24 +78,9 @@ bool hasAlias(const ZEL_Parm &parm, int index)
 // The parameters of an item
 // ---------------------------------------------------------------------- //
 
-/// Null for a template whose basic type is unknown: nothing could ever find or remove the
-/// parameter.
-std::unique_ptr<ZEL_Parm> ZEL_ParmList::createMultiInstanceParm(ZEL_Template &templateRef,
-                                                                bool spare, const ZEL_Multi &multi)
-{
-    auto parm = std::make_unique<ZEL_Parm>(&templateRef, this);
-    if (!parm->getInstance()) {
-        return nullptr;
-    }
-    parm->setSpareParm(spare);
-    parm->setMultiParmOwner(&multi);
-    return parm;
-}
-
 /// Appends a new parameter, replacing one with the same token; null if that one must stay. `isNew`
 /// is set if no older parameter passed on its state.
-ZEL_Parm *ZEL_ParmList::placeMultiParm(std::unique_ptr<ZEL_Parm> made, const ZEL_Multi &multi,
-                                       bool &isNew)
+ZEL_Parm *ZEL_ParmList::placeMultiParm(ZEL_OwnedParm made, const ZEL_Multi &multi, bool &isNew)
 {
     int oldIndex = -1;
     ZEL_Parm *parm = made.get();
@@ -146,8 +132,8 @@ public:
 private:
     struct Entry
     {
-        std::unique_ptr<ZEL_Parm> made; // until it is placed
-        ZEL_Parm *parm = nullptr;       // null for a child that was left out
+        ZEL_OwnedParm made;       // until it is placed
+        ZEL_Parm *parm = nullptr; // null for a child that was left out
         bool isNew = false;
     };
 
@@ -163,8 +149,15 @@ private:
 
 void ZEL_ParmList::ItemParms::makeAll()
 {
-    for (std::size_t i = 0; i < myEntries.size(); ++i) {
-        myEntries[i].made = myList.createMultiInstanceParm(myTemplates[i], mySpareFlag, myMulti);
+    ZEL_ParmPlaces places(myTemplates, int(myEntries.size()));
+    for (Entry &entry : myEntries) {
+        ZEL_OwnedParm made = places.make(&myList);
+        // None for a template whose basic type is unknown: nothing could ever find or remove it.
+        if (made->getInstance()) {
+            made->setSpareParm(mySpareFlag);
+            made->setMultiParmOwner(&myMulti);
+            entry.made = std::move(made);
+        }
     }
 }
 

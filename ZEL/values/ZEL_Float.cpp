@@ -21,11 +21,6 @@
 namespace
 {
 
-std::size_t valueBytes(int size)
-{
-    return sizeof(double) * std::size_t(std::max(size, 1));
-}
-
 void digitsOf(double value, KIT_String &text)
 {
     KIT_Digits digits;
@@ -45,30 +40,40 @@ bool isNumberText(const KIT_String &text)
 // -------------------------------------------------------------------------- //
 
 ZEL_Float::ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm)
+    : ZEL_Float(templatePtr, parm, nullptr)
+{}
+
+ZEL_Float::ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm, double *room)
     : ZEL_ValueInstance(templatePtr, parm)
 {
-    allocateValues();
+    makeNumbers(myNumbers, room);
 }
 
 ZEL_Float::ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm) : ZEL_ValueInstance(source, parm)
 {
-    const int size = getVectorSize();
-    allocateValues();
-    for (int i = 0; i < size; ++i) {
-        myValues[i] = source.storedValue(i);
+    makeNumbers<double>(myNumbers, nullptr);
+    for (int i = 0, size = getVectorSize(); i < size; ++i) {
+        values()[i] = source.storedValue(i);
+    }
+    if (getChannelCount() > 0) {
+        moveValuesApart();
     }
 }
 
 ZEL_Float::~ZEL_Float()
 {
-    KIT_SmallObjectAllocator::deallocate(myValues, valueBytes(getVectorSize()));
+    freeNumbers(myNumbers);
 }
 
-void ZEL_Float::allocateValues()
+ZEL_Float *ZEL_Float::makeIn(void *memory, ZEL_Template *templatePtr, ZEL_Parm *parm)
 {
-    const int size = getVectorSize();
-    myValues = static_cast<double *>(KIT_SmallObjectAllocator::allocate(valueBytes(size)));
-    std::fill(myValues, myValues + size, 0.0);
+    void *const room = static_cast<char *>(memory) + sizeof(ZEL_Float);
+    return new (memory) ZEL_Float(templatePtr, parm, static_cast<double *>(room));
+}
+
+void ZEL_Float::moveValuesApart()
+{
+    moveNumbersApart(myNumbers);
 }
 
 ZEL_Instance *ZEL_Float::duplicateSelf(ZEL_Parm *parm) const
@@ -96,7 +101,7 @@ void ZEL_Float::storeValue(int index, double value) const
 {
     // Stored without comparing first: a store doesn't wait for the cache line, but a load of a line
     // that another evaluation thread has just written does.
-    BASstore(myValues[index], value);
+    BASstore(values()[index], value);
 }
 
 double ZEL_Float::constrainedValue(double value, bool useMin, bool useMax, bool round) const
@@ -291,7 +296,7 @@ void ZEL_Float::setValue(double time, double value, bool replaceExpression, int 
     if (TRK_Channel *channel = getChannel(index)) {
         setChannelValue({channel, time, replaceExpression, index, addKey, keySet}, value);
     } else {
-        BASstore(myValues[index], value);
+        BASstore(values()[index], value);
     }
 }
 
@@ -439,7 +444,7 @@ void ZEL_Float::getDefaultValue(KIT_String &value, int index) const
 void ZEL_Float::applyDefault(int index, bool allowChannel)
 {
     const ZEL_Default *found = defaultOf(index);
-    BASstore(myValues[index], found ? found->getFloat() : 0.0);
+    BASstore(values()[index], found ? found->getFloat() : 0.0);
     const char *expression = found ? found->getString() : "";
     if (allowChannel && isExpression(expression)) {
         addChannel(index, expression, defaultLanguage(*found));

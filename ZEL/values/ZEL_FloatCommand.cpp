@@ -59,7 +59,7 @@ void ZEL_Float::loadArgument(const char *argument, int index, HeldChannels &held
         setValue(commandTime(), text.toFloat(), false, index, addKey, keySet);
     } else {
         ZEL_ValueFrames::deleteHeldChannel(*this, held, index);
-        BASstore(myValues[index], text.toFloat());
+        BASstore(values()[index], text.toFloat());
         setDirtyFlags(index);
     }
 }

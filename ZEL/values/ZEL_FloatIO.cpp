@@ -183,7 +183,7 @@ ZEL_ValueInstance::Entry ZEL_Float::loadAsciiEntry(KIT_IStream &is, std::string_
     double value = 0.0;
     if (BASparseFloat(word.data(), word.size(), value) == word.size()) {
         ZEL_ValueFrames::deleteHeldChannel(*this, held, index);
-        BASstore(myValues[index], value);
+        BASstore(values()[index], value);
         return Entry::VALUE;
     }
     KIT_WorkBuffer text;
@@ -198,7 +198,7 @@ ZEL_ValueInstance::Entry ZEL_Float::loadAsciiEntry(KIT_IStream &is, std::string_
         complete = is.getWord(text);
     }
     if (complete && text.view() != "]") {
-        BASstore(myValues[index], BASparseFloat(text.buffer()));
+        BASstore(values()[index], BASparseFloat(text.buffer()));
         complete = is.checkToken("]");
     }
     if (!complete) {
@@ -229,7 +229,7 @@ bool ZEL_Float::loadPlainBinary(KIT_IStream &is)
     setSaveFlags(KIT_ByteBuffer::numberAt<std::uint32_t>(bytes + theHeader));
     setLockedField(KIT_ByteBuffer::numberAt<std::uint32_t>(bytes + theLocksAt + theHeader));
     for (std::size_t i = 0; i < size; ++i) {
-        BASstore(myValues[i], KIT_ByteBuffer::numberAt<double>(bytes + theValuesAt +
+        BASstore(values()[i], KIT_ByteBuffer::numberAt<double>(bytes + theValuesAt +
                                                                i * theValueSize + theHeader));
     }
     return is.seekg(is.tellg() + std::int64_t(end + theHeader));
@@ -260,7 +260,7 @@ bool ZEL_Float::loadBinaryValue(KIT_IStream &is, int index)
     if (!is.bread(value)) {
         return false;
     }
-    BASstore(myValues[index], value);
+    BASstore(values()[index], value);
     return true;
 }
 

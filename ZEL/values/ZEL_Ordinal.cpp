@@ -23,44 +23,41 @@
 // -------------------------------------------------------------------------- //
 
 ZEL_Ordinal::ZEL_Ordinal(ZEL_Template *templatePtr, ZEL_Parm *parm)
+    : ZEL_Ordinal(templatePtr, parm, nullptr)
+{}
+
+ZEL_Ordinal::ZEL_Ordinal(ZEL_Template *templatePtr, ZEL_Parm *parm, std::int64_t *room)
     : ZEL_ValueInstance(templatePtr, parm)
 {
-    allocateValues();
+    makeNumbers(myNumbers, room);
 }
 
 ZEL_Ordinal::ZEL_Ordinal(const ZEL_Ordinal &source, ZEL_Parm *parm)
     : ZEL_ValueInstance(source, parm)
 {
-    const int size = getVectorSize();
-    allocateValues();
-    for (int i = 0; i < size; ++i) {
+    makeNumbers<std::int64_t>(myNumbers, nullptr);
+    for (int i = 0, size = getVectorSize(); i < size; ++i) {
         copyComponent(source, i);
+    }
+    if (getChannelCount() > 0) {
+        moveValuesApart();
     }
 }
 
 ZEL_Ordinal::~ZEL_Ordinal()
 {
-    const int size = getVectorSize();
-    for (int i = 0; i < size; ++i) {
-        myLoadedStrings[i].~KIT_StringHolder();
-    }
-    KIT_SmallObjectAllocator::deallocate(myValues, blockBytes(size));
+    freeNumbers(myNumbers);
 }
 
-std::size_t ZEL_Ordinal::blockBytes(int size)
+ZEL_Ordinal *ZEL_Ordinal::makeIn(void *memory, ZEL_Template *templatePtr, ZEL_Parm *parm)
 {
-    return (sizeof(std::int64_t) + sizeof(KIT_StringHolder)) * std::size_t(std::max(size, 1));
+    void *const room = static_cast<char *>(memory) + sizeof(ZEL_Ordinal);
+    return new (memory) ZEL_Ordinal(templatePtr, parm, static_cast<std::int64_t *>(room));
 }
 
-void ZEL_Ordinal::allocateValues()
+void ZEL_Ordinal::moveValuesApart()
 {
-    const int size = getVectorSize();
-    myValues = static_cast<std::int64_t *>(KIT_SmallObjectAllocator::allocate(blockBytes(size)));
-    myLoadedStrings = reinterpret_cast<KIT_StringHolder *>(myValues + std::max(size, 1));
-    for (int i = 0; i < size; ++i) {
-        myValues[i] = 0;
-        new (myLoadedStrings + i) KIT_StringHolder();
-    }
+    moveNumbersApart(myNumbers);
 }
 
 ZEL_Instance *ZEL_Ordinal::duplicateSelf(ZEL_Parm *parm) const

@@ -219,7 +219,7 @@ std::int64_t ZEL_Ordinal::getInternalValue(int index) const
         Choices choices(*this);
         resolveLoadedStrValue(index, choices);
     }
-    return BASload(myValues[index]);
+    return BASload(values()[index]);
 }
 
 std::int64_t ZEL_Ordinal::getInternalValue(int index, Choices &choices) const
@@ -227,16 +227,16 @@ std::int64_t ZEL_Ordinal::getInternalValue(int index, Choices &choices) const
     if (hasHeldTokens()) {
         resolveLoadedStrValue(index, choices);
     }
-    return BASload(myValues[index]);
+    return BASload(values()[index]);
 }
 
 void ZEL_Ordinal::setInternalValue(int index, std::int64_t value) const
 {
-    BASstore(myValues[index], value);
+    BASstore(values()[index], value);
     if (hasHeldTokens()) {
         const std::lock_guard<BAS_ByteLock> guard(myHeldLock);
-        if (!myLoadedStrings[index].isNull()) {
-            myLoadedStrings[index] = KIT_StringHolder();
+        if (!myLoadedStrings[std::size_t(index)].isNull()) {
+            myLoadedStrings[std::size_t(index)] = KIT_StringHolder();
             __atomic_fetch_sub(&myNumHeld, 1, __ATOMIC_RELEASE);
         }
     }
@@ -245,14 +245,14 @@ void ZEL_Ordinal::setInternalValue(int index, std::int64_t value) const
 KIT_StringHolder ZEL_Ordinal::heldToken(int index) const
 {
     const std::lock_guard<BAS_ByteLock> guard(myHeldLock);
-    return myLoadedStrings[index];
+    return myLoadedStrings ? myLoadedStrings[std::size_t(index)] : KIT_StringHolder();
 }
 
 void ZEL_Ordinal::copyComponent(const ZEL_Ordinal &source, int index)
 {
     // Read the token first: once it is cleared, the value is set.
     const KIT_StringHolder token = source.heldToken(index);
-    setInternalValue(index, BASload(source.myValues[index]));
+    setInternalValue(index, BASload(source.values()[index]));
     if (!token.isNull()) {
         holdToken(index, token.c_str());
     }
@@ -261,10 +261,14 @@ void ZEL_Ordinal::copyComponent(const ZEL_Ordinal &source, int index)
 void ZEL_Ordinal::holdToken(int index, const char *token)
 {
     const std::lock_guard<BAS_ByteLock> guard(myHeldLock);
-    if (myLoadedStrings[index].isNull()) {
+    if (!myLoadedStrings) {
+        myLoadedStrings = std::make_unique<KIT_StringHolder[]>(std::size_t(getVectorSize()));
+    }
+    KIT_StringHolder &held = myLoadedStrings[std::size_t(index)];
+    if (held.isNull()) {
         __atomic_fetch_add(&myNumHeld, 1, __ATOMIC_RELEASE);
     }
-    myLoadedStrings[index] = KIT_StringHolder(token);
+    held = KIT_StringHolder(token);
 }
 
 void ZEL_Ordinal::resolveLoadedStrValue(int index, Choices &choices) const

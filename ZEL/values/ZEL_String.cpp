@@ -30,24 +30,33 @@
 ZEL_String::ZEL_String(ZEL_Template *templatePtr, ZEL_Parm *parm)
     : ZEL_ValueInstance(templatePtr, parm)
 {
-    if (getVectorSize() > 0) {
-        myValues.reset(new ZEL_StringRep[std::size_t(getVectorSize())]);
-    }
+    makeTexts();
 }
 
 ZEL_String::ZEL_String(const ZEL_String &source, ZEL_Parm *parm)
     : ZEL_ValueInstance(source, parm), myTimeDependent(BASload(source.myTimeDependent))
 {
-    const int size = getVectorSize();
-    if (size > 0) {
-        myValues.reset(new ZEL_StringRep[std::size_t(size)]);
-    }
-    for (int i = 0; i < size; ++i) {
-        myValues[i].unsafeHarden(source.myValues[i]);
+    makeTexts();
+    for (int i = 0, size = getVectorSize(); i < size; ++i) {
+        texts()[i].unsafeHarden(source.texts()[i]);
     }
 }
 
-ZEL_String::~ZEL_String() = default;
+ZEL_String::~ZEL_String()
+{
+    if (getVectorSize() > 1) {
+        delete[] myTexts.several;
+    } else {
+        myTexts.only.~ZEL_StringRep();
+    }
+}
+
+void ZEL_String::makeTexts()
+{
+    if (getVectorSize() > 1) {
+        myTexts.several = new ZEL_StringRep[std::size_t(getVectorSize())];
+    }
+}
 
 ZEL_Instance *ZEL_String::duplicateSelf(ZEL_Parm *parm) const
 {
@@ -60,7 +69,7 @@ void ZEL_String::adopt(ZEL_Instance &source)
     if (const auto *other = dynamic_cast<const ZEL_String *>(&source)) {
         const int size = std::min(getVectorSize(), other->getVectorSize());
         for (int i = 0; i < size; ++i) {
-            myValues[i].unsafeHarden(other->myValues[i]);
+            texts()[i].unsafeHarden(other->texts()[i]);
         }
     }
     setDefaultsInitFlag(true);
@@ -102,9 +111,9 @@ void ZEL_String::evalValue(ZEL_ParmList *list, double time, int index, int threa
     if (channel && collection) {
         collection->evaluateString(out, channel, time, thread);
         timeDependent = list && (channel->getPendingFlag() || channel->isTimeDependent());
-        myValues[index].hardenIfNeeded(myLock, out.nonNullStr());
+        texts()[index].hardenIfNeeded(myLock, out.nonNullStr());
     } else {
-        myValues[index].get(myLock, out);
+        texts()[index].get(myLock, out);
     }
     setTimeDependent(index, timeDependent);
     if (timeDependent && !animatible && channel->isStringTimeDependentSlow(thread)) {
@@ -164,7 +173,7 @@ inline __attribute__((always_inline)) bool ZEL_String::readValue(ZEL_ParmList *l
         evalOverrideValueImpl(list, getType().isAnimatible() ? time : 0.0, index, thread, out)) {
         return false;
     }
-    if (!myValues) {
+    if (getVectorSize() == 0) {
         out.harden("");
         return true;
     }
@@ -174,7 +183,7 @@ inline __attribute__((always_inline)) bool ZEL_String::readValue(ZEL_ParmList *l
     } else if (expand) {
         expandStored(list, time, out, index, thread, collection);
     } else {
-        myValues[index].get(myLock, out);
+        texts()[index].get(myLock, out);
     }
     return true;
 }
@@ -246,7 +255,7 @@ void ZEL_String::getExpression(double time, KIT_String &text, int index, bool ex
     }
     const TRK_Channel *channel = getChannel(index);
     if (getType().hasStringType(ZEL_Type::ZEL_STR_LABEL)) {
-        myValues[index].get(myLock, text);
+        texts()[index].get(myLock, text);
     } else if (channel && overridden != 1) {
         if (channel->getPendingFlag()) {
             text = channel->getDefaultString();
@@ -539,7 +548,7 @@ std::int64_t ZEL_String::getMemoryUsage(bool inclusive) const
 {
     std::int64_t bytes = inclusive ? std::int64_t(sizeof(*this)) : 0;
     for (int i = 0; i < getVectorSize(); ++i) {
-        bytes += myValues[i].getMemoryUsage();
+        bytes += texts()[i].getMemoryUsage();
     }
     return bytes + ZEL_ValueInstance::getMemoryUsage(false);
 }

@@ -26,7 +26,7 @@ void ZEL_String::commandText(int index, KIT_String &text) const
     } else if (channel && collection) {
         collection->evaluateString(text, channel, time, BASgetSTID());
     } else {
-        text = myValues[index].unsafeGet();
+        text = texts()[index].unsafeGet();
     }
 }
 
@@ -52,7 +52,7 @@ int ZEL_String::loadCommand(int argc, const char *const argv[], int index, bool 
         } else {
             ZEL_ValueFrames::deleteHeldChannel(*this, held, i);
             CON_Manager::expandControlSequences(token);
-            myValues[i].hardenIfNeeded(myLock, token.c_str());
+            texts()[i].hardenIfNeeded(myLock, token.c_str());
         }
     };
     return ZEL_ValueFrames::loadCommand(*this, argc, argv, index, asSet, read);

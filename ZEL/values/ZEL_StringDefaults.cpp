@@ -95,7 +95,7 @@ void ZEL_String::restoreFactoryDefault(int index)
 void ZEL_String::overwriteDefault(double, int index)
 {
     if (validIndex(index)) {
-        getTemplatePtr()->setStringDefault(index, myValues[index].unsafeGet());
+        getTemplatePtr()->setStringDefault(index, texts()[index].unsafeGet());
     }
 }
 

@@ -36,7 +36,7 @@ int stringClassId()
 const char *ZEL_String::textToSave(int index) const
 {
     if (savesStoredValue(index)) {
-        return myValues[index].unsafeGet();
+        return texts()[index].unsafeGet();
     }
     const ZEL_Default *record = defaultOf(index);
     return record ? record->getString() : "";
@@ -107,7 +107,7 @@ bool ZEL_String::readBinaryPacket(KIT_IStream &is, int packetId, int &numRead,
         !is.readString(text)) {
         return false;
     }
-    myValues[index].unsafeAdopt(text);
+    texts()[index].unsafeAdopt(text);
     ++numRead;
     return true;
 }
@@ -141,7 +141,7 @@ ZEL_String::Entry ZEL_String::readAsciiEntry(KIT_IStream &is, int index, HeldCha
         setExpression(0.0, text.nonNullStr(), TRK_LANGUAGE_NATIVE, index, false, true);
     } else {
         rewriteMenuReference(text, false);
-        myValues[index].unsafeAdopt(text);
+        texts()[index].unsafeAdopt(text);
     }
     return Entry::VALUE;
 }
@@ -162,7 +162,7 @@ ZEL_String::Entry ZEL_String::readAsciiLink(KIT_IStream &is, int index)
     if (!is.readString(text)) {
         return Entry::CUT;
     }
-    myValues[index].unsafeAdopt(text);
+    texts()[index].unsafeAdopt(text);
     is.skipWhitespace();
     if (is.peek() == ']') {
         is.get();

@@ -23,8 +23,8 @@ void ZEL_String::buildOpDependencies(const ZEL_RefId &id, int thread)
     for (int i = getVectorSize() - 1; collection && i >= 0; --i) {
         if (TRK_Channel *channel = getChannel(i)) {
             forceStringExpressions(channel);
-        } else if (!myValues[i].isEmpty()) {
-            TRK_Manager::buildStringOpDependencies(myValues[i].unsafeGet(),
+        } else if (!texts()[i].isEmpty()) {
+            TRK_Manager::buildStringOpDependencies(texts()[i].unsafeGet(),
                                                    TRK_Referrer{id.index(), i}, collection, thread);
         }
     }
@@ -43,7 +43,7 @@ int ZEL_String::changeOpRef(const char *oldFullPath, const char *newFullPath,
             forceStringExpressions(channel);
             continue;
         }
-        KIT_String text(myValues[i].unsafeGet(), true);
+        KIT_String text(texts()[i].unsafeGet(), true);
         if (TRK_Manager::changeStringOpRef(text, oldFullPath, newFullPath, oldRelativePath,
                                            newRelativePath, name, collection, thread) == 0) {
             continue;
@@ -63,7 +63,7 @@ int ZEL_String::changeOpRef(const char *oldFullPath, const char *newFullPath,
 bool ZEL_String::findString(const char *text, bool fullWord, bool usePattern) const
 {
     for (int i = getVectorSize() - 1; i >= 0; --i) {
-        if (myValues[i].findString(text, fullWord, usePattern)) {
+        if (texts()[i].findString(text, fullWord, usePattern)) {
             return true;
         }
     }
@@ -75,7 +75,7 @@ int ZEL_String::changeString(const char *from, const char *to, bool fullWord)
     const bool inBackticks = fullWord && getType() == ZEL_COMMAND;
     int total = 0;
     for (int i = getVectorSize() - 1; i >= 0; --i) {
-        KIT_String text(myValues[i].unsafeGet(), true);
+        KIT_String text(texts()[i].unsafeGet(), true);
         const int count = inBackticks ? text.changeQuotedWord(from, to, '`', KIT_INSIDE_QUOTES)
                                       : text.changeString(from, to, fullWord);
         if (count > 0) {
@@ -90,7 +90,7 @@ bool ZEL_String::notifyVarChange(int index, const char *name)
 {
     bool used = ZEL_ValueInstance::notifyVarChange(index, name);
     for (int i = 0; i < getVectorSize(); ++i) {
-        used |= (index < 0 || index == i) && myValues[i].findVariable(name);
+        used |= (index < 0 || index == i) && texts()[i].findVariable(name);
     }
     return used;
 }

@@ -12,6 +12,7 @@
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_ValueInstance.h>
 
+#include <algorithm>
 #include <limits>
 
 template <class T>
@@ -26,6 +27,44 @@ T ZEL_ValueInstance::truncated(double value)
         return T(value);
     }
     return value < -limit ? std::numeric_limits<T>::min() : T(0);
+}
+
+template <class T>
+void ZEL_ValueInstance::makeNumbers(Numbers<T> &numbers, T *room)
+{
+    const int size = getVectorSize();
+    if (size <= 1) {
+        numbers.only = T(0);
+        return;
+    }
+    numbers.apart =
+        room ? room
+             : static_cast<T *>(KIT_SmallObjectAllocator::allocate(sizeof(T) * std::size_t(size)));
+    setFlag(VALUES_APART | (room ? 0u : std::uint32_t(VALUES_OWNED)), true);
+    std::fill(numbers.apart, numbers.apart + size, T(0));
+}
+
+template <class T>
+void ZEL_ValueInstance::moveNumbersApart(Numbers<T> &numbers)
+{
+    if (testFlag(VALUES_OWNED)) {
+        return;
+    }
+    const int size = std::max(getVectorSize(), 1);
+    const std::size_t bytes = sizeof(T) * std::size_t(size);
+    T *const apart = static_cast<T *>(KIT_SmallObjectAllocator::allocate(bytes));
+    std::copy(dataOf(numbers), dataOf(numbers) + size, apart);
+    numbers.apart = apart;
+    setFlag(VALUES_APART | VALUES_OWNED, true);
+}
+
+template <class T>
+void ZEL_ValueInstance::freeNumbers(Numbers<T> &numbers)
+{
+    if (testFlag(VALUES_OWNED)) {
+        KIT_SmallObjectAllocator::deallocate(numbers.apart,
+                                             sizeof(T) * std::size_t(getVectorSize()));
+    }
 }
 
 template <class Store, class IsCurrent, class Evaluate, class Finish>

@@ -1,0 +1,106 @@
+#include <ZEL/list/ZEL_ParmPlacesPrivate.h>
+
+#include <KIT/KIT_SmallObjectAllocator.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/list/ZEL_KindPrivate.h>
+
+#include <cstdint>
+
+/// The head of a block. An instance keeps its place's distance from here.
+struct ZEL_ParmPlaces::Block
+{
+    std::uint32_t held;
+};
+
+namespace
+{
+
+constexpr std::size_t theUnit = ZEL_Instance::thePlaceUnit;
+constexpr std::size_t theLineSize = 64;
+/// The distances are small numbers; this is a size that the allocator serves without loss.
+constexpr std::size_t theMostBytes = 4032;
+static_assert(theMostBytes / theUnit < ZEL_Instance::thePlaceLimit);
+
+/// Places in a block of several lines begin at a line.
+std::size_t firstPlace(std::size_t bytes)
+{
+    return bytes >= theLineSize ? theLineSize : theUnit;
+}
+
+} // namespace
+
+void ZEL_ParmDeleter::operator()(ZEL_Parm *parm) const
+{
+    ZEL_ParmPlaces::destroy(parm);
+}
+
+ZEL_ParmPlaces::~ZEL_ParmPlaces()
+{
+    release(myBlock);
+}
+
+std::size_t ZEL_ParmPlaces::placeBytes(const ZEL_Template &description)
+{
+    const std::size_t bytes = ZEL_Kind::instanceBytes(description);
+    const std::size_t rounded = (sizeof(ZEL_Parm) + bytes + theUnit - 1) / theUnit * theUnit;
+    return bytes != 0 && rounded + theLineSize <= theMostBytes ? rounded : 0;
+}
+
+/// Starts a block for the next parameters. False if the next one has no place in any.
+bool ZEL_ParmPlaces::open()
+{
+    std::size_t bytes = placeBytes(*myNext);
+    if (bytes == 0) {
+        return false;
+    }
+    for (const ZEL_Template *each = myNext + 1; each != myEnd; ++each) {
+        const std::size_t more = placeBytes(*each);
+        if (theLineSize + bytes + more > theMostBytes) {
+            break;
+        }
+        bytes += more;
+    }
+    release(myBlock);
+    myBlock = nullptr;
+    myUsed = firstPlace(bytes);
+    myCapacity = myUsed + bytes;
+    myBlock = static_cast<Block *>(KIT_SmallObjectAllocator::allocate(myCapacity));
+    myBlock->held = 1;
+    return true;
+}
+
+ZEL_OwnedParm ZEL_ParmPlaces::make(ZEL_ParmList *list)
+{
+    ZEL_Template *const description = myNext;
+    const std::size_t bytes = placeBytes(*description);
+    if (bytes == 0 || ((!myBlock || myUsed + bytes > myCapacity) && !open())) {
+        ++myNext;
+        return ZEL_OwnedParm(new ZEL_Parm(description, list));
+    }
+    ++myNext;
+    char *const at = reinterpret_cast<char *>(myBlock) + myUsed;
+    ZEL_Parm *const parm = new (static_cast<void *>(at)) ZEL_Parm(description, list, myUsed);
+    myUsed += bytes;
+    ++myBlock->held;
+    return ZEL_OwnedParm(parm);
+}
+
+void ZEL_ParmPlaces::destroy(ZEL_Parm *parm)
+{
+    const ZEL_Instance *const instance = parm ? parm->getInstance() : nullptr;
+    const std::size_t distance = instance ? instance->getPlace() : 0;
+    if (distance == 0) {
+        delete parm;
+        return;
+    }
+    Block *const block = reinterpret_cast<Block *>(reinterpret_cast<char *>(parm) - distance);
+    parm->~ZEL_Parm();
+    release(block);
+}
+
+void ZEL_ParmPlaces::release(Block *block)
+{
+    if (block && --block->held == 0) {
+        KIT_SmallObjectAllocator::deallocate(block, 0);
+    }
+}

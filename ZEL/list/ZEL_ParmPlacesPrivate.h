@@ -1,0 +1,46 @@
+/// \file ZEL_ParmPlacesPrivate.h
+/// The memory of a run of parameters: few blocks, in which each parameter lies before its instance,
+/// in list order, so that a look-up touches one cache line of a plain number and a walk over the list
+/// runs forward in memory. Not installed.
+///
+/// Vocabulary: *place* = a parameter, its instance and the values of a vector, one after the other;
+///             *block* = a piece of memory with some places.
+/// Ownership:  a block is freed with its last parameter; what owns a parameter destroys it by
+///             ZEL_ParmDeleter, however it was made.
+/// Threads:    one thread at a time for the parameters of a list.
+/// Errors:     out of memory throws std::bad_alloc.
+#pragma once
+
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <cstddef>
+
+class ZEL_ParmPlaces
+{
+public:
+    /// For parameters of these descriptions, made one by one and in this order.
+    ZEL_ParmPlaces(ZEL_Template *templates, int count) : myNext(templates), myEnd(templates + count)
+    {}
+    ~ZEL_ParmPlaces();
+    ZEL_ParmPlaces(const ZEL_ParmPlaces &) = delete;
+    ZEL_ParmPlaces &operator=(const ZEL_ParmPlaces &) = delete;
+
+    /// Makes the next one. One without an instance lies by itself.
+    ZEL_OwnedParm make(ZEL_ParmList *list);
+
+    static void destroy(ZEL_Parm *parm);
+
+private:
+    struct Block;
+
+    bool open();
+    static std::size_t placeBytes(const ZEL_Template &description);
+    static void release(Block *block);
+
+    ZEL_Template *myNext;
+    ZEL_Template *myEnd;
+    Block *myBlock = nullptr;   // held as if a parameter more were in it
+    std::size_t myUsed = 0;     // bytes of the block
+    std::size_t myCapacity = 0; // bytes
+};
