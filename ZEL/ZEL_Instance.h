@@ -645,7 +645,7 @@ protected:
     struct ColorRecord;
     /// What few parameters have; made when the first of it is used, by any thread, and kept until
     /// the instance ends.
-    struct Rare
+    struct Rare : KIT_SmallObject<>
     {
         std::uint32_t locks = 0;
         std::uint32_t autoScope = 0;  // with OWN_AUTO_SCOPE

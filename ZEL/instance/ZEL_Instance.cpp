@@ -92,7 +92,7 @@ ZEL_Instance::Rare &ZEL_Instance::makeRare() const
         return *reinterpret_cast<Rare *>(word);
     }
     // Evaluating threads make it too, for their nodes: the first one's stays.
-    std::unique_ptr<Rare> made = std::make_unique<Rare>();
+    std::unique_ptr<Rare> made(new Rare);
     made->multiOwner = getMultiParmOwner();
     if (!__atomic_compare_exchange_n(&myRare, &word, reinterpret_cast<std::uintptr_t>(made.get()),
                                      false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE)) {

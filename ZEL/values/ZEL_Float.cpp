@@ -154,6 +154,9 @@ double ZEL_Float::resolveComponent(ZEL_ParmList *list, double time, int index, i
             return 0.0;
         }
     }
+    if (!rare()) {
+        return constrainedValue(storedValue(index)); // no overrides, channels or nodes to mark
+    }
     double value = 0.0;
     if (hasOverrideData() && evalOverrideValueImpl(list, time, index, thread, value) == 1) {
         return constrainedValue(value);
