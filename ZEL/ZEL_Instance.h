@@ -607,6 +607,8 @@ protected:
     bool loadAsciiOptions(KIT_IStream &is, unsigned int &mask);
     /// True if any option was written.
     bool saveBinaryOptions(int classId, KIT_Packet &packet, std::ostream &os) const;
+    /// Whether any option would be written.
+    bool hasBinaryOptions() const;
     /// False for an unknown id or a failed read.
     bool loadBinaryOption(KIT_IStream &is, short id);
 

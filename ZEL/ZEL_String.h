@@ -171,6 +171,9 @@ private:
 
     const char *textToSave(int index) const;
     void commandText(int index, KIT_String &text) const;
+    bool savePlainBinary(std::ostream &os) const;
+    bool loadPlainAscii(KIT_IStream &is);
+    bool loadPlainBinary(KIT_IStream &is);
     Entry readAsciiEntry(KIT_IStream &is, int index, HeldChannels &held);
     Entry readAsciiLink(KIT_IStream &is, int index);
     bool readBinaryPacket(KIT_IStream &is, int packetId, int &numRead, const LoadRules &rules);

@@ -21,6 +21,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <string_view>
 
 class KIT_String;
 class KIT_WorkBuffer;
@@ -54,6 +55,8 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     void unsafeHarden(const char *text);
+    /// A text without NULs.
+    void unsafeHarden(std::string_view text);
     void unsafeHarden(const ZEL_StringRep &other) { unsafeHarden(other.unsafeText()); }
     /// Takes ownership of the string's text and leaves the string unset.
     void unsafeAdopt(KIT_String &text);

@@ -11,6 +11,7 @@
 #include <ZEL/ZEL_DataItem.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
+#include <ZEL/support/ZEL_PacketClassPrivate.h>
 
 #include <algorithm>
 #include <sstream>
@@ -32,8 +33,7 @@ constexpr const char *theSaveLabel = "Data Parameter Save";
 
 int dataClassId()
 {
-    static const int theClassId = KITgetClassPacketID("ZEL_Data");
-    return theClassId;
+    return ZELpacketClassId(ZEL_PACKETS_OF_DATA);
 }
 
 /// The typed text; "" for no item, and for one that can't be saved.

@@ -455,6 +455,13 @@ bool ZEL_Instance::saveBinaryOptions(int classId, KIT_Packet &packet, std::ostre
     return any;
 }
 
+bool ZEL_Instance::hasBinaryOptions() const
+{
+    bool any = false;
+    Options::writePackets(*this, Options::Form::BINARY, [&](int, const auto &) { any = true; });
+    return any;
+}
+
 bool ZEL_Instance::loadBinaryOption(KIT_IStream &is, short id)
 {
     return Options::readPacket(*this, is, Options::Form::BINARY, id) == OptionRead::DONE;
@@ -463,7 +470,7 @@ bool ZEL_Instance::loadBinaryOption(KIT_IStream &is, short id)
 void ZEL_Instance::saveFloatOptions(int classId, KIT_ByteBuffer &out) const
 {
     Options::writePackets(*this, Options::Form::FLOAT, [&](int id, const auto &write) {
-        const std::size_t start = out.beginPacket(classId, id);
+        const KIT_ByteBuffer::Packet start = out.beginPacket(classId, id);
         write(out);
         out.endPacket(start);
     });

@@ -137,6 +137,10 @@ struct ZEL_ValueFrames
     /// \name Loading
     // ------------------------------------------------------------------ //
     ///@{
+    /// What this library writes before and after the values of a parameter without options: takes it
+    /// off. False, with nothing taken off, for anything else.
+    static bool takePlainOpening(std::string_view &rest) { return take(rest, thePlainOpening); }
+    static bool takePlainClosing(std::string_view &rest) { return take(rest, "\t)\n"); }
     /// The tokens before the values: an option block if there is one, and "(". False with code 9
     /// when one is missing. `keyMask` takes the mask of old files.
     static bool openAscii(ZEL_Instance &instance, KIT_IStream &is, unsigned &keyMask);
@@ -165,6 +169,13 @@ struct ZEL_ValueFrames
     ///@}
 
 private:
+    static constexpr std::string_view thePlainOpening = "\t[ 0\tlocks=0 ]\t(";
+    static bool take(std::string_view &rest, std::string_view text)
+    {
+        const bool found = rest.substr(0, text.size()) == text;
+        rest.remove_prefix(found ? text.size() : 0);
+        return found;
+    }
     static void revertMissing(ZEL_Instance &instance, int numRead, const ZEL_LoadRules &rules);
     static bool reportCut(const char *token);
 };

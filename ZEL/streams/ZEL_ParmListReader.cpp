@@ -79,6 +79,14 @@ bool peekPacket(KIT_Packet &packet, KIT_IStream &is, int &classId, int &packetId
 // Finding the parameter of an entry
 // ---------------------------------------------------------------------- //
 
+/// In the list, which nothing has to grow for. The name needs no NUL after it: it is only compared.
+ZEL_Parm *ZEL_ParmListReader::findListed(std::string_view name) const
+{
+    const KIT_StringRef token(name.data(), name.size());
+    ZEL_Parm *parm = myList.getParmPtr(myList.getParmIndex(token));
+    return isSaved(parm) ? parm : nullptr;
+}
+
 ZEL_Parm *ZEL_ParmListReader::findParm(const KIT_StringRef &name, bool useMap)
 {
     if (!name.isEmpty()) {
@@ -112,6 +120,7 @@ bool ZEL_ParmListReader::isKnown(const KIT_StringRef &name)
 void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &names)
 {
     const std::int64_t start = is.tellg();
+    const KIT_IStream::PacketState series = is.packets();
     KIT_WorkBuffer word;
     const auto test = [&] {
         if (!isKnown(refTo(word))) {
@@ -124,7 +133,7 @@ void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &name
         int packetId = 0;
         while (peekPacket(packet, is, classId, packetId) && classId == ZELlistPacketClass() &&
                packetId != LIST_END) {
-            if (packetId == LIST_PARM && is.readWorkBuffer(word, true)) {
+            if (packetId == LIST_PARM && is.readTextAfter(word)) {
                 test();
             }
             packet.endRead();
@@ -143,6 +152,7 @@ void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &name
         }
     }
     is.seekg(start);
+    is.packets() = series;
 }
 
 void ZEL_ParmListReader::offerUnknownNames(KIT_StringArray &names)
@@ -193,9 +203,16 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
         KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_NEWER_STREAM, nullptr);
     }
     bool failed = false;
+    std::string_view name;
     KIT_WorkBuffer word;
-    while (is.getNonCommentWord(word, theListComment) && word.view() != theListEnd) {
-        if (ZEL_Parm *parm = findParm(refTo(word), theUseMap)) {
+    while (is.getNonCommentWord(name, theListComment) && name != theListEnd) {
+        ZEL_Parm *parm = findListed(name);
+        if (!parm) {
+            word.clear();
+            word.append(name);
+            parm = findParm(refTo(word), theUseMap);
+        }
+        if (parm) {
             failed = !parm->load(is) || failed;
             continue;
         }
@@ -259,13 +276,12 @@ bool ZEL_ParmListReader::readPacket(KIT_IStream &is, int packetId)
         KITaddCommonWarning(KIT_COMMON_UNKNOWN_PACKET, myName ? myName : theListLoadLabel);
         return true;
     }
-    KIT_WorkBuffer token;
-    if (!is.readWorkBuffer(token, true)) {
+    if (!is.readTextAfter(myToken)) {
         return false;
     }
-    if (ZEL_Parm *parm = findParm(refTo(token), theUseMap)) {
+    if (ZEL_Parm *parm = findParm(refTo(myToken), theUseMap)) {
         return parm->load(is);
     }
-    unknownParm(token, withName(token.buffer(), ": ", myName));
+    unknownParm(myToken, withName(myToken.buffer(), ": ", myName));
     return true;
 }

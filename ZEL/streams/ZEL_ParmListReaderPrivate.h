@@ -7,6 +7,7 @@
 ///             has one.
 #pragma once
 
+#include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmNameMap.h>
 
@@ -34,6 +35,7 @@ public:
     void offerUnknownNames(KIT_StringArray &names);
 
 private:
+    ZEL_Parm *findListed(std::string_view name) const;
     bool isKnown(const KIT_StringRef &name);
     /// The names of a stream that are unknown here, in stream order; restores the stream's
     /// position. A multi-parameter that claims a name grows.
@@ -46,4 +48,5 @@ private:
     const char *myName;
     ZEL_ParmList *myFallbackList;
     ZEL_ParmNameMap myMap;
+    KIT_WorkBuffer myToken; // of the entry, until the next one in a binary stream
 };

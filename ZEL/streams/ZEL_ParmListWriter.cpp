@@ -7,6 +7,7 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
+#include <ZEL/support/ZEL_PacketClassPrivate.h>
 
 #include <algorithm>
 #include <charconv>
@@ -86,8 +87,7 @@ bool ZEL_ParmList::isTextName(const KIT_StringRef &token)
 
 int ZELlistPacketClass()
 {
-    static const int theClassId = KITgetClassPacketID("ZEL_ParmList");
-    return theClassId;
+    return ZELpacketClassId(ZEL_PACKETS_OF_LIST);
 }
 
 void ZEL_ParmListWriter::write(const Parms &parms, bool binary, bool compact)
@@ -154,14 +154,17 @@ void ZEL_ParmListWriter::writeBinary(const Parms &parms, bool compact)
 {
     const int classId = ZELlistPacketClass();
     myBytes.appendPacket(classId, LIST_VERSION, theListFileVersion);
+    std::string_view before;
     for (const ZEL_Parm *parm : parms) {
         if (compact && isLeftOutOfCompact(*parm)) {
             continue;
         }
-        const std::size_t payload = myBytes.beginPacket(classId, LIST_PARM);
-        myBytes.appendText(tokenOf(*parm));
+        const KIT_ByteBuffer::Packet packet = myBytes.beginPacket(classId, LIST_PARM);
+        const std::string_view token = tokenOf(*parm);
+        myBytes.appendTextAfter(token, before);
+        before = token;
         parm->save(myStream, 1, compact);
-        myBytes.endPacket(payload);
+        myBytes.endPacket(packet);
         if (!endEntry()) {
             break;
         }

@@ -5,10 +5,12 @@
 #include <BAS/BAS_Number.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_OByteStream.h>
+#include <KIT/KIT_PacketHeader.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
+#include <ZEL/support/ZEL_PacketClassPrivate.h>
 
 #include <cstring>
 
@@ -32,23 +34,24 @@ constexpr const char *theSaveLabel = "Float Parameter Save";
 
 int floatClassId()
 {
-    static const int theClassId = KITgetClassPacketID("ZEL_Float");
-    return theClassId;
+    return ZELpacketClassId(ZEL_PACKETS_OF_FLOAT);
 }
 
-/// The offsets in a plain float's packets: flags, locks, an empty label, the values, the end.
-constexpr std::size_t theHeader = KIT_Packet::theHeaderSize;
-constexpr std::size_t theFlagsSize = 3 * sizeof(std::uint32_t);
-constexpr std::size_t theLocksAt = theHeader + theFlagsSize;
-constexpr std::size_t theLabelAt = theLocksAt + theHeader + sizeof(std::uint32_t);
-constexpr std::size_t theValuesAt = theLabelAt + theHeader + sizeof(std::uint32_t);
-constexpr std::size_t theValueSize = theHeader + sizeof(double);
+using Header = KIT_PacketHeader;
 
-bool hasHeader(const char *at, FloatPacket packetId, std::uint32_t length)
+/// What every plain float has before its values: the flags with the class, the locks and the label,
+/// all of them zero.
+constexpr char thePlainHead[] = {char(Header::first(FLOAT_FLAGS, Header::ZERO_12, true)),
+                                 char(ZEL_PACKETS_OF_FLOAT),
+                                 char(Header::first(FLOAT_LOCKS, Header::ZERO_4, false)),
+                                 char(Header::first(FLOAT_LABEL, Header::ZERO_1, false))};
+constexpr char thePlainValue = char(Header::first(FLOAT_VALUE, Header::BYTES_8, false));
+constexpr char thePlainEnd = char(Header::first(FLOAT_END, Header::EMPTY, false));
+constexpr std::size_t theValueSize = 1 + sizeof(double);
+/// The bytes of all packets together.
+constexpr std::size_t plainLength(std::size_t size)
 {
-    char header[theHeader];
-    KIT_ByteBuffer::putHeader(header, floatClassId(), packetId, length);
-    return std::memcmp(at, header, theHeader) == 0;
+    return sizeof(thePlainHead) + size * theValueSize + 1;
 }
 
 } // namespace
@@ -90,24 +93,23 @@ void ZEL_Float::saveAscii(KIT_ByteBuffer &out) const
 bool ZEL_Float::savePlainBinary(KIT_ByteBuffer &out) const
 {
     const int size = getVectorSize();
-    const std::size_t length = theValuesAt + std::size_t(size) * theValueSize + theHeader;
-    char *at = out.room(length);
-    if (!at || hasFloatOptions()) {
+    const int classId = floatClassId();
+    if (!out.isInside() || out.presentClass() == classId || getSaveFlags() != 0 ||
+        getLockedField() != 0 || hasFloatOptions() || getChannelCount() != 0) {
         return false;
     }
-    const int classId = floatClassId();
-    at = KIT_ByteBuffer::putHeader(at, classId, FLOAT_FLAGS, std::uint32_t(theFlagsSize));
-    at = KIT_ByteBuffer::putNumber(at, getSaveFlags());
-    at = KIT_ByteBuffer::putNumber(at, std::uint64_t(0));
-    at = KIT_ByteBuffer::putPacket(at, classId, FLOAT_LOCKS, getLockedField());
-    at = KIT_ByteBuffer::putPacket(at, classId, FLOAT_LABEL, std::uint32_t(0));
-    for (int i = 0; i < size; ++i) {
-        if (getChannel(i)) {
-            return false;
-        }
-        at = KIT_ByteBuffer::putPacket(at, classId, FLOAT_VALUE, valueToSave(i));
+    char *at = out.room(plainLength(std::size_t(size)));
+    if (!at) {
+        return false;
     }
-    out.setEnd(KIT_ByteBuffer::putHeader(at, classId, FLOAT_END, 0));
+    at = static_cast<char *>(std::memcpy(at, thePlainHead, sizeof(thePlainHead))) +
+         sizeof(thePlainHead);
+    for (int i = 0; i < size; ++i) {
+        *at++ = thePlainValue;
+        at = KIT_ByteBuffer::putNumber(at, valueToSave(i));
+    }
+    *at++ = thePlainEnd;
+    out.setEnd(at, classId);
     return true;
 }
 
@@ -117,15 +119,19 @@ void ZEL_Float::saveBinary(KIT_ByteBuffer &out) const
         return;
     }
     const int classId = floatClassId();
-    const std::size_t flags = out.beginPacket(classId, FLOAT_FLAGS);
-    out.appendNumber(getSaveFlags());
-    out.appendNumber(std::int32_t(0));
-    out.appendNumber(std::int32_t(0));
-    out.endPacket(flags);
+    const std::uint32_t saved = getSaveFlags();
+    if (saved == 0) {
+        out.appendZeroPacket(classId, FLOAT_FLAGS, Header::ZERO_12);
+    } else {
+        const KIT_ByteBuffer::Packet flags = out.beginPacket(classId, FLOAT_FLAGS);
+        out.appendNumber(saved);
+        out.appendNumber(std::uint64_t(0));
+        out.endPacket(flags);
+    }
     saveFloatOptions(classId, out);
     for (int i = 0, size = getVectorSize(); i < size; ++i) {
         if (const TRK_Channel *channel = getChannel(i)) {
-            const std::size_t link = out.beginPacket(classId, FLOAT_CHANNEL);
+            const KIT_ByteBuffer::Packet link = out.beginPacket(classId, FLOAT_CHANNEL);
             out.appendText(channel->getName().view());
             out.appendNumber(valueToSave(i));
             out.endPacket(link);
@@ -142,6 +148,9 @@ void ZEL_Float::saveBinary(KIT_ByteBuffer &out) const
 
 bool ZEL_Float::load(KIT_IStream &is)
 {
+    if (!rare() && (is.isBinary() ? loadPlainBinary(is) : loadPlainAscii(is))) {
+        return KITgetErrorSeverity() < KIT_ERROR_ABORT;
+    }
     HeldChannels held(getVectorSize());
     ZEL_ValueFrames::holdAllChannels(*this, held);
     unsigned keyMask = 0;
@@ -158,6 +167,36 @@ bool ZEL_Float::load(KIT_IStream &is)
         }
     }
     return loaded && KITgetErrorSeverity() < KIT_ERROR_ABORT;
+}
+
+bool ZEL_Float::loadPlainAscii(KIT_IStream &is)
+{
+    constexpr int theMost = 4;
+    const int size = getVectorSize();
+    std::string_view rest = is.rest();
+    if (size > theMost || !ZEL_ValueFrames::takePlainOpening(rest)) {
+        return false;
+    }
+    double numbers[theMost] = {};
+    for (int i = 0; i < size; ++i) {
+        if (rest.size() < 2 || rest[0] != '\t') {
+            return false;
+        }
+        const char *const begin = rest.data() + 1;
+        const char *const end = KIT_IStream::wordEnd(begin, rest.data() + rest.size());
+        const std::size_t length = std::size_t(end - begin);
+        if (length == 0 || BASparseFloat(begin, length, numbers[i]) != length) {
+            return false;
+        }
+        rest.remove_prefix(length + 1);
+    }
+    if (!ZEL_ValueFrames::takePlainClosing(rest)) {
+        return false;
+    }
+    for (int i = 0; i < size; ++i) {
+        BASstore(values()[i], numbers[i]);
+    }
+    return is.seekg(is.tellg() + is.remaining() - std::int64_t(rest.size()));
 }
 
 bool ZEL_Float::loadAscii(KIT_IStream &is, HeldChannels &held, unsigned &keyMask)
@@ -210,29 +249,28 @@ ZEL_ValueInstance::Entry ZEL_Float::loadAsciiEntry(KIT_IStream &is, std::string_
 bool ZEL_Float::loadPlainBinary(KIT_IStream &is)
 {
     const std::size_t size = std::size_t(getVectorSize());
-    const std::size_t end = theValuesAt + size * theValueSize;
+    KIT_IStream::PacketState &packets = is.packets();
     const std::string_view rest = is.rest();
-    const char *const bytes = rest.data();
-    if (rest.size() < end + theHeader || size == 0 || KITgetErrorSeverity() >= KIT_ERROR_ABORT ||
-        !hasHeader(bytes, FLOAT_FLAGS, theFlagsSize) ||
-        !hasHeader(bytes + theLocksAt, FLOAT_LOCKS, sizeof(std::uint32_t)) ||
-        !hasHeader(bytes + theLabelAt, FLOAT_LABEL, sizeof(std::uint32_t)) ||
-        KIT_ByteBuffer::numberAt<std::uint32_t>(bytes + theLabelAt + theHeader) != 0 ||
-        !hasHeader(bytes + end, FLOAT_END, 0)) {
+    const char *at = rest.data();
+    if (!is.hasShortTexts() || rest.size() < plainLength(size) || size == 0 ||
+        KITgetErrorSeverity() >= KIT_ERROR_ABORT ||
+        std::memcmp(at, thePlainHead, sizeof(thePlainHead)) != 0 ||
+        at[plainLength(size) - 1] != thePlainEnd) {
         return false;
     }
-    for (std::size_t at = theValuesAt; at != end; at += theValueSize) {
-        if (!hasHeader(bytes + at, FLOAT_VALUE, sizeof(double))) {
+    at += sizeof(thePlainHead);
+    for (std::size_t i = 0; i < size; ++i) {
+        if (at[i * theValueSize] != thePlainValue) {
             return false;
         }
     }
-    setSaveFlags(KIT_ByteBuffer::numberAt<std::uint32_t>(bytes + theHeader));
-    setLockedField(KIT_ByteBuffer::numberAt<std::uint32_t>(bytes + theLocksAt + theHeader));
+    setLockedField(0);
+    double *const numbers = values();
     for (std::size_t i = 0; i < size; ++i) {
-        BASstore(values()[i], KIT_ByteBuffer::numberAt<double>(bytes + theValuesAt +
-                                                               i * theValueSize + theHeader));
+        BASstore(numbers[i], KIT_ByteBuffer::numberAt<double>(at + i * theValueSize + 1));
     }
-    return is.seekg(is.tellg() + std::int64_t(end + theHeader));
+    packets.classId = std::uint16_t(floatClassId());
+    return is.seekg(is.tellg() + std::int64_t(plainLength(size)));
 }
 
 bool ZEL_Float::loadBinary(KIT_IStream &is)

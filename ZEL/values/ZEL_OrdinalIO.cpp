@@ -6,6 +6,7 @@
 #include <KIT/KIT_Write.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
+#include <ZEL/support/ZEL_PacketClassPrivate.h>
 
 #include <cstring>
 #include <ostream>
@@ -26,8 +27,7 @@ constexpr const char *theSaveLabel = "Ordinal Parameter Save";
 
 int ordinalClassId()
 {
-    static const int theClassId = KITgetClassPacketID("ZEL_Ordinal");
-    return theClassId;
+    return ZELpacketClassId(ZEL_PACKETS_OF_ORDINAL);
 }
 
 /// Bypasses the stream's own formatting: a locale must not change a file.

@@ -2,10 +2,13 @@
 
 #include <ZEL/ZEL_String.h>
 
+#include <KIT/KIT_OByteStream.h>
+#include <KIT/KIT_PacketHeader.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
+#include <ZEL/support/ZEL_PacketClassPrivate.h>
 
 namespace
 {
@@ -23,8 +26,7 @@ constexpr const char *theSaveLabel = "String Parameter Save";
 
 int stringClassId()
 {
-    static const int theClassId = KITgetClassPacketID("ZEL_String");
-    return theClassId;
+    return ZELpacketClassId(ZEL_PACKETS_OF_STRING);
 }
 
 } // namespace
@@ -42,8 +44,31 @@ const char *ZEL_String::textToSave(int index) const
     return record ? record->getString() : "";
 }
 
+/// The packets of texts without channels and options. False, with nothing written, for all others.
+bool ZEL_String::savePlainBinary(std::ostream &os) const
+{
+    KIT_ByteBuffer *const out = KIT_OByteStream::findBytes(os);
+    if (!out || hasBinaryOptions() || getChannelCount() != 0) {
+        return false;
+    }
+    const int classId = stringClassId();
+    for (int i = 0; i < getVectorSize(); ++i) {
+        const KIT_ByteBuffer::Packet packet = out->beginPacket(classId, STRING_VALUE);
+        out->appendText(textToSave(i));
+        out->endPacket(packet);
+    }
+    out->appendPacket(classId, STRING_END);
+    if (!out->isGood()) {
+        os.setstate(std::ios::failbit);
+    }
+    return true;
+}
+
 bool ZEL_String::save(std::ostream &os, int binary, bool compiled) const
 {
+    if ((binary != 0 || compiled) && savePlainBinary(os)) {
+        return KITcheckOutStream(os, theSaveLabel, nullptr);
+    }
     if (binary != 0 || compiled) {
         ZEL_ValueFrames::saveBinary(*this, os, stringClassId(), [&](KIT_Packet &packet, int index) {
             const TRK_Channel *channel = getChannel(index);
@@ -67,8 +92,60 @@ bool ZEL_String::save(std::ostream &os, int binary, bool compiled) const
 // Loading
 // -------------------------------------------------------------------------- //
 
+/// Reads what save() writes for a single text without options. False, with nothing read, for anything
+/// else, and for texts that need a look.
+bool ZEL_String::loadPlainAscii(KIT_IStream &is)
+{
+    std::string_view rest = is.rest();
+    if (getVectorSize() != 1 || hasMenu() || !ZEL_ValueFrames::takePlainOpening(rest) ||
+        rest.substr(0, 2) != "\t\"") {
+        return false;
+    }
+    rest.remove_prefix(2);
+    const std::string_view text = rest.substr(0, rest.find('"'));
+    rest.remove_prefix(std::min(rest.size(), text.size() + 1));
+    // An escape or NUL isn't text as it is, and "!!" may be a reference.
+    if (text.find('\\') != text.npos || text.find('!') != text.npos ||
+        text.find('\0') != text.npos || !ZEL_ValueFrames::takePlainClosing(rest)) {
+        return false;
+    }
+    texts()->unsafeHarden(text);
+    return is.seekg(is.tellg() + is.remaining() - std::int64_t(rest.size()));
+}
+
+/// The same for the binary form.
+bool ZEL_String::loadPlainBinary(KIT_IStream &is)
+{
+    using Header = KIT_PacketHeader;
+    static constexpr char theHead[] = {char(Header::first(STRING_VALUE, Header::LENGTH_1, true)),
+                                       char(ZEL_PACKETS_OF_STRING)};
+    constexpr char theEnd = char(Header::first(0, Header::EMPTY, false));
+    const std::string_view rest = is.rest();
+    // The length of a packet and, within it, that of the text: each one byte.
+    const std::size_t start = sizeof(theHead) + 2;
+    if (!is.hasShortTexts() || getVectorSize() != 1 || rest.size() < start ||
+        rest.substr(0, sizeof(theHead)) != std::string_view(theHead, sizeof(theHead))) {
+        return false;
+    }
+    const std::size_t length = static_cast<unsigned char>(rest[start - 1]);
+    if (length > 0x7f || length + 1 != static_cast<unsigned char>(rest[start - 2]) ||
+        rest.size() <= start + length || rest[start + length] != theEnd) {
+        return false;
+    }
+    const std::string_view text = rest.substr(start, length);
+    if (text.find('\0') != text.npos) {
+        return false;
+    }
+    texts()->unsafeHarden(text);
+    is.packets().classId = std::uint16_t(stringClassId());
+    return is.seekg(is.tellg() + std::int64_t(start + length + 1));
+}
+
 bool ZEL_String::load(KIT_IStream &is)
 {
+    if (!rare() && (is.isBinary() ? loadPlainBinary(is) : loadPlainAscii(is))) {
+        return KITgetErrorSeverity() < KIT_ERROR_ABORT;
+    }
     HeldChannels held(getVectorSize());
     ZEL_ValueFrames::holdAllChannels(*this, held);
     // Unlike a number, a text gets exactly the locks of its stream.

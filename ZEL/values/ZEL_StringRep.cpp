@@ -78,6 +78,16 @@ void ZEL_StringRep::unsafeHarden(const char *text)
     BASfastFree(myText.exchange(safeDup(text), std::memory_order_relaxed));
 }
 
+void ZEL_StringRep::unsafeHarden(std::string_view text)
+{
+    char *copy = text.empty() ? nullptr : static_cast<char *>(BASfastAllocate(text.size() + 1));
+    if (copy) {
+        std::memcpy(copy, text.data(), text.size());
+        copy[text.size()] = '\0';
+    }
+    BASfastFree(myText.exchange(copy, std::memory_order_relaxed));
+}
+
 void ZEL_StringRep::unsafeAdopt(KIT_String &text)
 {
     char *const taken = text.isEmpty() ? nullptr : text.steal();

@@ -56,6 +56,122 @@ void KIT_ByteBuffer::appendDecimal(uint32_t value)
     }
 }
 
+void KIT_ByteBuffer::appendTextAfter(std::string_view text, std::string_view before)
+{
+    if (!isInside()) {
+        appendText(text);
+        return;
+    }
+    constexpr size_t theMostShared = 15;
+    const size_t most = std::min({text.size(), before.size(), theMostShared});
+    size_t shared = 0;
+    while (shared < most && text[shared] == before[shared]) {
+        ++shared;
+    }
+    text.remove_prefix(shared);
+    const bool isLong = text.size() >= theLongTextAfter;
+    append(static_cast<char>(shared << 4 | (isLong ? theLongTextAfter : text.size())));
+    if (isLong) {
+        appendText(text);
+    } else {
+        append(text);
+    }
+}
+
+// ------------------------------------------------------------------ //
+// Packets
+
+size_t KIT_ByteBuffer::appendHeader(int classId, int packetId, KIT_PacketHeader::Size size)
+{
+    myGoodFlag = myGoodFlag && classId == static_cast<uint16_t>(classId) &&
+                 packetId == static_cast<int16_t>(packetId);
+    char *at = room(KIT_PacketHeader::theMostBytes);
+    if (!at) {
+        return 0;
+    }
+    if (!isInside() && !myInSeries) {
+        at = putNumber(at, KIT_PacketHeader::theMarker);
+        myInSeries = true;
+        myClassId = 0;
+    }
+    const size_t begin = static_cast<size_t>(at - myData);
+    const bool withClass = classId != myClassId;
+    const uint8_t first = KIT_PacketHeader::first(packetId, size, withClass);
+    *at++ = static_cast<char>(first);
+    if (withClass) {
+        const uint8_t number = KIT_PacketHeader::classNumber(classId);
+        *at++ = static_cast<char>(number);
+        at = number == 0 ? putNumber(at, static_cast<uint16_t>(classId)) : at;
+        myClassId = static_cast<uint16_t>(classId);
+    }
+    if ((first & KIT_PacketHeader::theIdFollows) == KIT_PacketHeader::theIdFollows) {
+        at = putNumber(at, static_cast<int16_t>(packetId));
+    }
+    myEnd = at;
+    return begin;
+}
+
+void KIT_ByteBuffer::appendPacket(int classId, int packetId)
+{
+    appendHeader(classId, packetId, KIT_PacketHeader::EMPTY);
+    myInSeries = myInSeries && (isInside() || packetId != 0);
+}
+
+KIT_ByteBuffer::Packet KIT_ByteBuffer::beginPacket(int classId, int packetId)
+{
+    Packet packet;
+    packet.isLast = !isInside() && packetId == 0;
+    packet.classId = static_cast<uint16_t>(classId);
+    packet.header = appendHeader(classId, packetId, KIT_PacketHeader::LENGTH_1);
+    append('\0');
+    packet.payload = myGoodFlag ? size() : 0;
+    ++myDepth;
+    return packet;
+}
+
+void KIT_ByteBuffer::endPacket(const Packet &packet)
+{
+    --myDepth;
+    myClassId = packet.classId;
+    // A header for which there was no memory has nothing to complete.
+    if (!myGoodFlag || packet.payload == 0 || packet.payload > size()) {
+        return;
+    }
+    const size_t length = size() - packet.payload;
+    if (length == 0) {
+        setSize(packet, KIT_PacketHeader::EMPTY);
+        --myEnd;
+        myInSeries = myInSeries && !packet.isLast;
+    } else if (length <= UINT8_MAX) {
+        myData[packet.payload - 1] = static_cast<char>(length);
+    } else {
+        widenLength(packet, length);
+    }
+}
+
+void KIT_ByteBuffer::setSize(const Packet &packet, KIT_PacketHeader::Size size)
+{
+    constexpr unsigned theSizeBits = 0x70;
+    const unsigned first = static_cast<unsigned char>(myData[packet.header]);
+    myData[packet.header] = static_cast<char>((first & ~theSizeBits) | unsigned(size) << 4);
+}
+
+/// Makes room for a length that needs more than the byte that was left for it.
+void KIT_ByteBuffer::widenLength(const Packet &packet, size_t length)
+{
+    char bytes[theMostLengthBytes];
+    myGoodFlag = length <= UINT32_MAX;
+    const size_t more = myGoodFlag ? static_cast<size_t>(putLength(bytes, length) - bytes) - 1 : 0;
+    if (!myGoodFlag || !room(more)) {
+        return;
+    }
+    setSize(packet, KIT_PacketHeader::LENGTH_N);
+    char *const at = myData + packet.payload - 1;
+    std::memmove(at + 1 + more, at + 1, length);
+    std::memcpy(at, bytes, more + 1);
+    myEnd += more;
+}
+
 void KIT_ByteBuffer::overwrite(size_t at, std::string_view bytes)
 {
     if (at <= size() && bytes.size() <= size() - at && !bytes.empty()) {

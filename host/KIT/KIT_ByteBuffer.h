@@ -12,11 +12,12 @@
 ///             reaches 4 GB, the buffer is no longer good until the next clear(), and writeTo()
 ///             sets the stream's fail state.
 /// Cost:       no heap for the first 1,000 bytes, doubling from there; a packet's length is filled
-///             in without seeking.
+///             in without seeking, and a payload of 256 bytes or more is moved once.
 
 #pragma once
 
 #include <BAS/BAS_API.h>
+#include <KIT/KIT_PacketHeader.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -50,7 +51,7 @@ public:
     // ---------------------------------------------------------------- //
     /// \name Bytes and numbers
     // ---------------------------------------------------------------- //
-    /// Empties it and makes it good; the memory is kept.
+    /// Empties it and makes it good; the memory is kept, and a series of packets goes on.
     void clear()
     {
         myEnd = myData;
@@ -102,15 +103,20 @@ public:
     /// The decimal text of a number, the same in every locale.
     void appendDecimal(double value);
     void appendDecimal(uint32_t value);
-    /// A uint32 length and the bytes, as KIT_IStream::readWorkBuffer(text, true) reads them.
+    /// A length and the bytes, as KIT_IStream::readText() reads them where it is.
     void appendText(std::string_view text)
     {
         const size_t length = text.size() < UINT32_MAX ? text.size() : UINT32_MAX;
-        if (char *at = room(sizeof(uint32_t) + length)) {
-            at = putNumber(at, static_cast<uint32_t>(length));
+        if (char *at = room(theMostLengthBytes + length)) {
+            at = isInside() ? putLength(at, length) : putNumber(at, static_cast<uint32_t>(length));
             myEnd = static_cast<char *>(std::memcpy(at, text.data(), length)) + length;
         }
     }
+    /// A text that may begin like the one before; KIT_IStream::readTextAfter() reads it. Inside a
+    /// packet one byte has how many bytes are shared, up to 15, in its upper half, and how many
+    /// follow in its lower; theLongTextAfter there means that a length follows.
+    void appendTextAfter(std::string_view text, std::string_view before);
+    static constexpr unsigned theLongTextAfter = 15;
     /// Replaces bytes in the middle; does nothing unless they lie inside.
     void overwrite(size_t at, std::string_view bytes);
 
@@ -135,46 +141,63 @@ public:
         std::memcpy(&value, bytes, sizeof(T));
         return value;
     }
-    static char *putHeader(char *at, int classId, int packetId, uint32_t length)
+    /// The form of KIT_IStream::readLength().
+    static char *putLength(char *at, uint64_t length)
     {
-        at = putNumber(at, static_cast<uint16_t>(classId));
-        at = putNumber(at, static_cast<int16_t>(packetId));
-        return putNumber(at, length);
+        for (; length > 0x7f; length >>= 7) {
+            *at++ = static_cast<char>(length | 0x80);
+        }
+        *at++ = static_cast<char>(length);
+        return at;
     }
-    template <class T>
-    static char *putPacket(char *at, int classId, int packetId, T value)
-    {
-        return putNumber(putHeader(at, classId, packetId, sizeof(T)), value);
-    }
+    static constexpr size_t theMostLengthBytes = 5;
 
     // ---------------------------------------------------------------- //
-    /// \name Packets
+    /// \name Packets   (with short headers)
     // ---------------------------------------------------------------- //
-    /// Appends a header. The packet holds what is appended until endPacket() is called with the
-    /// returned position. Packets nest.
-    size_t beginPacket(int classId, int packetId)
+    /// A packet that was begun.
+    struct Packet
     {
-        appendHeader(classId, packetId, 0);
-        return size();
-    }
-    void endPacket(size_t payloadStart)
-    {
-        constexpr size_t theLengthSize = sizeof(uint32_t);
-        // A header for which there was no memory has nothing to complete.
-        if (myGoodFlag && payloadStart >= theLengthSize && payloadStart <= size()) {
-            const size_t length = size() - payloadStart;
-            myGoodFlag = length <= UINT32_MAX;
-            putNumber(myData + payloadStart - theLengthSize, static_cast<uint32_t>(length));
-        }
-    }
+        size_t header = 0;  ///< where its own header begins
+        size_t payload = 0; ///< 0 if there was no memory
+        uint16_t classId = 0;
+        bool isLast = false; ///< the end of a series, if nothing is in it
+    };
+    /// Appends a header. The packet holds what is appended until endPacket() is called with what is
+    /// returned. Packets nest.
+    Packet beginPacket(int classId, int packetId);
+    void endPacket(const Packet &packet);
     /// A whole packet with one number, or with none.
     template <class T>
     void appendPacket(int classId, int packetId, T value)
     {
-        appendHeader(classId, packetId, sizeof(T));
-        appendNumber(value);
+        if (sizeof(T) == 4 && isZero(value)) {
+            appendHeader(classId, packetId, KIT_PacketHeader::ZERO_4);
+        } else if (sizeof(T) == 4 || sizeof(T) == 8) {
+            appendHeader(classId, packetId,
+                         sizeof(T) == 4 ? KIT_PacketHeader::BYTES_4 : KIT_PacketHeader::BYTES_8);
+            appendNumber(value);
+        } else {
+            const Packet packet = beginPacket(classId, packetId);
+            appendNumber(value);
+            endPacket(packet);
+        }
     }
-    void appendPacket(int classId, int packetId) { appendHeader(classId, packetId, 0); }
+    void appendPacket(int classId, int packetId);
+    /// A whole packet whose bytes are all zero: an empty text, or as many as the size says.
+    void appendZeroPacket(int classId, int packetId, KIT_PacketHeader::Size size)
+    {
+        appendHeader(classId, packetId, size);
+    }
+    bool isInside() const { return myDepth > 0; }
+    /// The class whose id a header need not have.
+    uint16_t presentClass() const { return myClassId; }
+    /// After whole packets of a class were written into the room of an open packet.
+    void setEnd(char *end, int classId)
+    {
+        myEnd = end;
+        myClassId = static_cast<uint16_t>(classId);
+    }
 
 private:
     static void swapForFile([[maybe_unused]] char *bytes, [[maybe_unused]] size_t size)
@@ -187,19 +210,25 @@ private:
         }
 #endif
     }
-    void appendHeader(int classId, int packetId, uint32_t length)
+    template <class T>
+    static bool isZero(T value)
     {
-        myGoodFlag = myGoodFlag && classId == static_cast<uint16_t>(classId) &&
-                     packetId == static_cast<int16_t>(packetId);
-        if (char *at = room(8)) {
-            myEnd = putHeader(at, classId, packetId, length);
-        }
+        // Of a number like -0.0 the bytes count.
+        const T zero = T(0);
+        return std::memcmp(&value, &zero, sizeof(T)) == 0;
     }
+    /// Returns where the header begins, after the marker if there is one.
+    size_t appendHeader(int classId, int packetId, KIT_PacketHeader::Size size);
+    void setSize(const Packet &packet, KIT_PacketHeader::Size size);
+    void widenLength(const Packet &packet, size_t length);
     bool grow(size_t length);
 
     char *myData;
     char *myEnd;
     char *myLimit;
     bool myGoodFlag = true;
+    bool myInSeries = false;
+    uint16_t myClassId = 0; // as KIT_IStream::PacketState
+    int myDepth = 0;        // of open packets
     char myInline[theInlineSize];
 };

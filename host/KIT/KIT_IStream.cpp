@@ -1,6 +1,8 @@
 #include <KIT/KIT_IStream.h>
 
 #include <BAS/BAS_Number.h>
+#include <KIT/KIT_ByteBuffer.h>
+#include <KIT/KIT_WorkBuffer.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -101,6 +103,11 @@ static void swapBytes(char *bytes, size_t size, size_t count)
 bool KIT_IStream::breadBytes(void *values, size_t size, size_t count)
 {
     if (count > static_cast<uint64_t>(remaining()) / size) {
+        if (myPosition == myLimit && count <= myPackets.zeros / size) {
+            std::memset(values, 0, size * count);
+            myPackets.zeros -= static_cast<uint32_t>(size * count);
+            return true;
+        }
         myPosition = myLimit;
         return false;
     }
@@ -144,13 +151,20 @@ bool KIT_IStream::getNonCommentWord(KIT_WorkBuffer &word, char comment)
 {
     std::string_view view;
     word.clear();
-    while (getWord(view)) {
-        if (view.front() != comment) {
-            word.append(view);
+    const bool found = getNonCommentWord(view, comment);
+    word.append(view);
+    return found;
+}
+
+bool KIT_IStream::getNonCommentWord(std::string_view &word, char comment)
+{
+    while (getWord(word)) {
+        if (word.front() != comment) {
             return true;
         }
-        myPosition = findEnd(view.data() - myData, '\n') - myData;
+        myPosition = findEnd(word.data() - myData, '\n') - myData;
     }
+    word = std::string_view();
     return false;
 }
 
@@ -278,17 +292,83 @@ bool KIT_IStream::readWorkBuffer(KIT_WorkBuffer &text, bool binary)
     if (!binary) {
         return getString(text);
     }
-    uint32_t length = 0;
+    std::string_view bytes;
     text.clear();
-    if (!bread(length)) {
+    if (!readText(bytes)) {
         return false;
+    }
+    text.append(bytes);
+    return true;
+}
+
+bool KIT_IStream::readLength(uint64_t &length)
+{
+    constexpr int theMostBits = 35; // of five bytes: a length of 32 bits
+    length = 0;
+    for (int shift = 0; shift < theMostBits; shift += 7) {
+        uint8_t byte = 0;
+        if (!breadRaw(&byte, 1)) {
+            return false;
+        }
+        length |= uint64_t(byte & 0x7fu) << shift;
+        if ((byte & 0x80u) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool KIT_IStream::readText(std::string_view &text)
+{
+    text = std::string_view();
+    uint64_t length = 0;
+    if (hasShortTexts()) {
+        if (!readLength(length)) {
+            return false;
+        }
+    } else {
+        uint32_t word = 0;
+        if (!bread(word)) {
+            return false;
+        }
+        length = word;
     }
     if (length > static_cast<uint64_t>(remaining())) {
         myPosition = myLimit;
         return false;
     }
-    text.append(myData + myPosition, length);
-    myPosition += length;
+    text = std::string_view(myData + myPosition, static_cast<size_t>(length));
+    myPosition += static_cast<int64_t>(length);
+    return true;
+}
+
+namespace
+{
+constexpr uint64_t theLongTextAfter = KIT_ByteBuffer::theLongTextAfter;
+}
+
+bool KIT_IStream::readTextAfter(KIT_WorkBuffer &text)
+{
+    constexpr bool binary = true;
+    if (!hasShortTexts()) {
+        return readWorkBuffer(text, binary);
+    }
+    const int head = get();
+    if (head < 0) {
+        return false;
+    }
+    const size_t shared = static_cast<size_t>(head) >> 4;
+    uint64_t length = static_cast<uint64_t>(head) & theLongTextAfter;
+    if (length == theLongTextAfter && !readLength(length)) {
+        return false;
+    }
+    if (shared > text.length() || length > static_cast<uint64_t>(remaining())) {
+        myPosition = myLimit;
+        return false;
+    }
+    text.truncate(shared);
+    text.append(myData + myPosition, static_cast<size_t>(length));
+    myPosition += static_cast<int64_t>(length);
     return true;
 }
 

@@ -28,6 +28,10 @@
 #include <string_view>
 #include <vector>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 class KIT_API KIT_IStream
 {
 public:
@@ -101,6 +105,21 @@ public:
     int getLineNumber() const { return getLineNumber(myPosition); }
 
     // ---------------------------------------------------------------- //
+    /// \name Packets   (kept here by KIT_Packet)
+    // ---------------------------------------------------------------- //
+    struct PacketState
+    {
+        bool isInside = false; ///< the position is in a packet's payload
+        bool isShort = false;  ///< the packet's form, or that of the series that goes on at `next`
+        uint16_t classId = 0;  ///< of the packet before in the series, or of the enclosing one
+        uint32_t zeros = 0;    ///< bytes of zero that end the payload and aren't in the data
+        int64_t next = -1;     ///< where a series outside of packets goes on
+    };
+    PacketState &packets() { return myPackets; }
+    /// Whether texts have the form that they have in short packets.
+    bool hasShortTexts() const { return myPackets.isInside && myPackets.isShort; }
+
+    // ---------------------------------------------------------------- //
     /// \name Binary numbers
     // ---------------------------------------------------------------- //
     bool bread(int16_t &value) { return breadOne(value); }
@@ -153,9 +172,7 @@ public:
             ++at;
         }
         const char *const begin = at;
-        while (at != end && !isWhitespace(*at)) {
-            ++at;
-        }
+        at = wordEnd(at, end);
         myPosition = at - myData;
         word = std::string_view(begin, static_cast<size_t>(at - begin));
         return at != begin;
@@ -163,15 +180,24 @@ public:
     /// The next word that is not part of a comment. A comment starts at a word that begins with
     /// `comment` and extends to the end of the line; inside a word that byte is an ordinary one.
     bool getNonCommentWord(KIT_WorkBuffer &word, char comment = '#');
+    /// The same in place.
+    bool getNonCommentWord(std::string_view &word, char comment = '#');
     /// The next word; one that begins with a quote is read in its quoted form, white space
     /// included, and returned without the quotes. False at the limit, or when the closing quote is
     /// missing (the buffer then holds the text up to the limit).
     bool getString(KIT_WorkBuffer &text);
     /// As getString(). In binary mode as readWorkBuffer(text, true).
     bool readString(KIT_String &text);
-    /// Binary: a uint32 length and that many bytes; a length beyond the limit fails and allocates
-    /// nothing. Text: as getString().
+    /// Binary: a length and that many bytes; a length beyond the limit fails and allocates nothing.
+    /// The length is a uint32, in a short packet it has 7 bits in each byte, the lowest first, and
+    /// the top bit is set in all but the last. Text: as getString().
     bool readWorkBuffer(KIT_WorkBuffer &text, bool binary);
+    /// The binary text in place. The view is valid as long as the data.
+    bool readText(std::string_view &text);
+    /// What KIT_ByteBuffer::appendTextAfter() wrote; `text` holds the text before and gets this one.
+    bool readTextAfter(KIT_WorkBuffer &text);
+    /// A number in the form of a short text's length.
+    bool readLength(uint64_t &length);
     /// The rest of the line without its end ("\n" or "\r\n"). False at the limit.
     bool getLine(KIT_WorkBuffer &line);
     /// The next line whose first byte other than white space is not `comment`.
@@ -189,6 +215,28 @@ public:
 
     static constexpr std::string_view theByteOrderMark = "\xEF\xBB\xBF";
     static bool isWhitespace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+    /// The first white space, or the end: 16 bytes at a time where the machine can.
+    static const char *wordEnd(const char *at, const char *end)
+    {
+#ifdef __SSE2__
+        for (; end - at >= 16; at += 16) {
+            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
+            const __m128i isBlank = _mm_cmpeq_epi8(bytes, _mm_set1_epi8(' '));
+            // As unsigned numbers: '\t' to '\r' become 0 to 4.
+            const __m128i fromTab = _mm_sub_epi8(bytes, _mm_set1_epi8('\t'));
+            const __m128i isControl =
+                _mm_cmpeq_epi8(_mm_min_epu8(fromTab, _mm_set1_epi8('\r' - '\t')), fromTab);
+            const int found = _mm_movemask_epi8(_mm_or_si128(isBlank, isControl));
+            if (found != 0) {
+                return at + __builtin_ctz(static_cast<unsigned>(found));
+            }
+        }
+#endif
+        while (at != end && !isWhitespace(*at)) {
+            ++at;
+        }
+        return at;
+    }
 
 protected:
     /// A stream that isn't readable, for a derived class to fill.
@@ -223,6 +271,7 @@ private:
     int64_t myLimit = 0;
     int64_t myLength = 0;
     std::vector<int64_t> myOuterLimits;
+    PacketState myPackets;
     std::string myStorage; // the bytes, when owned
     std::string myName;
     bool myBinaryFlag = false;

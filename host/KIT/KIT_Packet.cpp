@@ -2,6 +2,7 @@
 
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_OByteStream.h>
+#include <KIT/KIT_PacketHeader.h>
 #include <KIT/KIT_Write.h>
 
 #include <ostream>
@@ -21,7 +22,7 @@ bool KIT_Packet::beginWrite(std::ostream &stream, int classId, int packetId)
     myBytes = KIT_OByteStream::findBytes(stream);
     if (myBytes) {
         myOutput = &stream;
-        myPayloadStart = static_cast<std::streamoff>(myBytes->beginPacket(classId, packetId));
+        myBegun = myBytes->beginPacket(classId, packetId);
         return true;
     }
     const std::streamoff start = stream.tellp();
@@ -36,7 +37,7 @@ bool KIT_Packet::beginWrite(std::ostream &stream, int classId, int packetId)
         return false;
     }
     myOutput = &stream;
-    myPayloadStart = start + theHeaderSize;
+    myPayloadStart = start + std::streamoff(KIT_PacketHeader::theWideSize);
     return true;
 }
 
@@ -45,7 +46,7 @@ bool KIT_Packet::completeHeader()
     std::ostream &stream = *myOutput;
     myOutput = nullptr;
     if (myBytes) {
-        myBytes->endPacket(static_cast<size_t>(myPayloadStart));
+        myBytes->endPacket(myBegun);
         if (!myBytes->isGood()) {
             stream.setstate(std::ios::failbit);
         }
@@ -66,6 +67,121 @@ bool KIT_Packet::completeHeader()
 // ------------------------------------------------------------------ //
 // Reading
 
+bool KIT_Packet::readWide(KIT_IStream &stream, Header &header)
+{
+    uint32_t length = 0;
+    header.zeros = 0;
+    if (stream.remaining() < int64_t(KIT_PacketHeader::theWideSize)) {
+        return false;
+    }
+    stream.bread(header.classId);
+    stream.bread(header.packetId);
+    stream.bread(length);
+    header.length = length;
+    return true;
+}
+
+bool KIT_Packet::readShort(KIT_IStream &stream, Header &header)
+{
+    const int first = stream.get();
+    header.classId = stream.packets().classId;
+    if ((first & KIT_PacketHeader::theClassBit) != 0) {
+        const int number = stream.get();
+        if (number < 0 || (number == 0 && !stream.bread(header.classId))) {
+            return false;
+        }
+        if (number > 0) {
+            header.classId = KIT_PacketHeader::classOf(static_cast<uint8_t>(number));
+        }
+    }
+    header.packetId = static_cast<int16_t>(first & KIT_PacketHeader::theIdFollows);
+    if (header.packetId == KIT_PacketHeader::theIdFollows && !stream.bread(header.packetId)) {
+        return false;
+    }
+    const auto size = static_cast<KIT_PacketHeader::Size>((first >> 4) & 7);
+    header.zeros = KIT_PacketHeader::zeros(size);
+    header.length = size == KIT_PacketHeader::BYTES_4   ? 4
+                    : size == KIT_PacketHeader::BYTES_8 ? 8
+                                                        : 0;
+    if (size == KIT_PacketHeader::LENGTH_N) {
+        return stream.readLength(header.length);
+    }
+    if (size == KIT_PacketHeader::LENGTH_1) {
+        const int length = stream.get();
+        header.length = static_cast<uint64_t>(length);
+        return length >= 0;
+    }
+    return true;
+}
+
+/// Outside of packets: whether a short series begins here or goes on. True for a short one.
+bool KIT_Packet::findForm(KIT_IStream &stream)
+{
+    KIT_IStream::PacketState &state = stream.packets();
+    if (state.isShort && state.next == stream.tellg()) {
+        return true;
+    }
+    uint32_t word = 0;
+    const int64_t at = stream.tellg();
+    state.classId = 0;
+    state.isShort = stream.remaining() >= int64_t(sizeof(word)) && stream.bread(word) &&
+                    word == KIT_PacketHeader::theMarker;
+    if (!state.isShort) {
+        stream.seekg(at);
+    }
+    return state.isShort;
+}
+
+bool KIT_Packet::beginRead(KIT_IStream &stream, int &classId, int &packetId)
+{
+    endRead();
+    if (stream.eof()) {
+        return false;
+    }
+    KIT_IStream::PacketState &state = stream.packets();
+    const bool isShort = state.isInside ? state.isShort : findForm(stream);
+    Header header = {};
+    if (stream.eof() || !(isShort ? readShort(stream, header) : readWide(stream, header))) {
+        return refuse(stream, "header cut short");
+    }
+    if (header.length > static_cast<uint64_t>(stream.remaining())) {
+        return refuse(stream, "length beyond the data");
+    }
+    classId = header.classId;
+    packetId = header.packetId;
+    myInput = &stream;
+    myPayloadEnd = stream.tellg() + static_cast<int64_t>(header.length);
+    myLimitDepth = stream.getLimitDepth();
+    myEndsSeries = packetId == 0 && header.length + header.zeros == 0;
+    state.classId = header.classId;
+    myOuter = state;
+    state.isInside = true;
+    state.isShort = isShort;
+    state.zeros = header.zeros;
+    stream.pushLimit(myPayloadEnd);
+    return true;
+}
+
+void KIT_Packet::leave()
+{
+    KIT_IStream &stream = *myInput;
+    myInput = nullptr;
+    const bool isOpen = stream.getLimitDepth() > myLimitDepth;
+    // Also drops the limits of nested packets that were left open.
+    while (stream.getLimitDepth() > myLimitDepth) {
+        stream.popLimit();
+    }
+    stream.seekg(myPayloadEnd);
+    if (isOpen) {
+        KIT_IStream::PacketState &state = stream.packets();
+        state = myOuter;
+        if (!state.isInside) {
+            state.isShort = state.isShort && !myEndsSeries;
+            state.next = myPayloadEnd;
+        }
+    }
+}
+
 bool KIT_Packet::refuse(KIT_IStream &stream, const char *reason)
 {
     stream.seekg(stream.tellg() + stream.remaining());
@@ -74,6 +190,18 @@ bool KIT_Packet::refuse(KIT_IStream &stream, const char *reason)
 }
 
 // ------------------------------------------------------------------ //
+// Classes
+
+const uint8_t *KIT_PacketHeader::theNumbers = nullptr;
+uint16_t KIT_PacketHeader::theClasses[256] = {};
+
+void KIT_PacketHeader::setClassNumber(int number, int classId)
+{
+    static uint8_t theNumberOf[65536];
+    theNumbers = theNumberOf;
+    theNumberOf[classId & 0xffff] = static_cast<uint8_t>(number);
+    theClasses[number & 0xff] = static_cast<uint16_t>(classId);
+}
 
 int KITgetClassPacketID(const char *className)
 {

@@ -4,8 +4,8 @@
 /// Vocabulary: *class id* = which class wrote the packet; *packet id* = its meaning to that class;
 ///             *payload* = the bytes after the header. Payloads may themselves hold packets,
 ///             written and read by other KIT_Packet objects.
-/// Units:      the header is int16 class id, int16 packet id, uint32 payload length in bytes, all
-///             little endian: 8 bytes.
+/// Units:      the header's bytes are in KIT_PacketHeader.h: short for what is composed in memory,
+///             else 8 bytes. Both are read; where a stream's packets begin, they tell which it is.
 /// Ownership:  borrows the stream between begin and end. The destructor ends an open packet.
 /// Threads:    one thread at a time.
 /// Errors:     writing returns false and sets the stream's fail state on a stream that cannot seek,
@@ -18,6 +18,7 @@
 #pragma once
 
 #include <BAS/BAS_API.h>
+#include <KIT/KIT_ByteBuffer.h>
 #include <KIT/KIT_IStream.h>
 
 #include <cstddef>
@@ -25,14 +26,9 @@
 #include <ios>
 #include <iosfwd>
 
-class KIT_ByteBuffer;
-
 class KIT_API KIT_Packet
 {
 public:
-    /// Bytes of a header.
-    static constexpr int64_t theHeaderSize = 8;
-
     KIT_Packet() = default;
     ~KIT_Packet()
     {
@@ -50,56 +46,39 @@ public:
 
     /// Reads a header; until endRead() the stream ends where the payload ends. The class id is
     /// returned as 0 to 65535, the packet id as -32768 to 32767.
-    bool beginRead(KIT_IStream &stream, int &classId, int &packetId)
-    {
-        endRead();
-        if (stream.eof()) {
-            return false;
-        }
-        if (stream.remaining() < theHeaderSize) {
-            return refuse(stream, "header cut short");
-        }
-        uint16_t classWord = 0;
-        int16_t packetWord = 0;
-        uint32_t length = 0;
-        stream.bread(classWord);
-        stream.bread(packetWord);
-        stream.bread(length);
-        if (length > static_cast<uint64_t>(stream.remaining())) {
-            return refuse(stream, "length beyond the data");
-        }
-        classId = classWord;
-        packetId = packetWord;
-        myInput = &stream;
-        myPayloadEnd = stream.tellg() + length;
-        myLimitDepth = stream.getLimitDepth();
-        stream.pushLimit(myPayloadEnd);
-        return true;
-    }
+    bool beginRead(KIT_IStream &stream, int &classId, int &packetId);
     /// Moves the stream past the packet, however much of it was read.
     void endRead()
     {
-        if (!myInput) {
-            return;
+        if (myInput) {
+            leave();
         }
-        // Also drops the limits of nested packets that were left open.
-        while (myInput->getLimitDepth() > myLimitDepth) {
-            myInput->popLimit();
-        }
-        myInput->seekg(myPayloadEnd);
-        myInput = nullptr;
     }
 
 private:
+    struct Header
+    {
+        uint16_t classId;
+        int16_t packetId;
+        uint64_t length; // in the data
+        uint32_t zeros;  // after it
+    };
+    static bool readWide(KIT_IStream &stream, Header &header);
+    static bool readShort(KIT_IStream &stream, Header &header);
+    static bool findForm(KIT_IStream &stream);
     bool completeHeader();
+    void leave();
     static bool refuse(KIT_IStream &stream, const char *reason);
 
     std::ostream *myOutput = nullptr;
     KIT_ByteBuffer *myBytes = nullptr; // the output's buffer, when it is a KIT_OByteStream
+    KIT_ByteBuffer::Packet myBegun;
     std::streamoff myPayloadStart = 0;
     KIT_IStream *myInput = nullptr;
     int64_t myPayloadEnd = 0;
     size_t myLimitDepth = 0;
+    KIT_IStream::PacketState myOuter; // restored after the packet
+    bool myEndsSeries = false;
 };
 
 /// The class id of a name: 1 to 65535, the same in every process.

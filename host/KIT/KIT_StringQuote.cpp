@@ -112,9 +112,7 @@ void KIT_String::save(std::ostream &os, bool binary) const
         os << *this;
         return;
     }
-    const uint32_t size = static_cast<uint32_t>(std::min<size_t>(length(), UINT32_MAX));
-    KITwrite(os, size);
-    os.write(nonNullStr(), static_cast<std::streamsize>(size));
+    KITwriteText(os, view());
 }
 
 std::ostream &operator<<(std::ostream &os, const KIT_String &text)

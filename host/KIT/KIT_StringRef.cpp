@@ -99,8 +99,7 @@ bool KIT_StringRef::operator<(const KIT_StringRef &other) const
 
 void KIT_StringRef::saveBinary(std::ostream &os) const
 {
-    KITwrite(os, length());
-    os.write(nonNullStr(), static_cast<std::streamsize>(length()));
+    KITwriteText(os, view());
 }
 
 int64_t KIT_StringRef::getMemoryUsage(bool inclusive) const

@@ -1,6 +1,7 @@
 #include <KIT/KIT_Write.h>
 
 #include <KIT/KIT_Error.h>
+#include <KIT/KIT_OByteStream.h>
 
 #include <algorithm>
 #include <cstring>
@@ -60,10 +61,22 @@ void KITwrite(std::ostream &stream, double value)
 
 void KITwrite(std::ostream &stream, const char *text)
 {
-    const size_t length = std::min<size_t>(text ? std::strlen(text) : 0, UINT32_MAX);
+    KITwriteText(stream, std::string_view(text ? text : ""));
+}
+
+void KITwriteText(std::ostream &stream, std::string_view text)
+{
+    if (KIT_ByteBuffer *bytes = KIT_OByteStream::findBytes(stream)) {
+        bytes->appendText(text);
+        if (!bytes->isGood()) {
+            stream.setstate(std::ios::failbit);
+        }
+        return;
+    }
+    const size_t length = std::min<size_t>(text.size(), UINT32_MAX);
     writeNumber(stream, static_cast<uint32_t>(length));
     if (length > 0) {
-        stream.write(text, static_cast<std::streamsize>(length));
+        stream.write(text.data(), static_cast<std::streamsize>(length));
     }
 }
 

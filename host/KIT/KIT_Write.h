@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <string_view>
 
 KIT_API void KITwrite(std::ostream &stream, int16_t value);
 KIT_API void KITwrite(std::ostream &stream, uint16_t value);
@@ -20,9 +21,11 @@ KIT_API void KITwrite(std::ostream &stream, int64_t value);
 KIT_API void KITwrite(std::ostream &stream, uint64_t value);
 KIT_API void KITwrite(std::ostream &stream, float value);
 KIT_API void KITwrite(std::ostream &stream, double value);
-/// A uint32 length and the bytes, as KIT_IStream::readWorkBuffer(text, true) reads them. Null is
-/// written as "".
+/// A length and the bytes, as KIT_IStream::readWorkBuffer(text, true) reads them. Null is written as
+/// "".
 KIT_API void KITwrite(std::ostream &stream, const char *text);
+/// The same for a text that may have bytes of zero.
+KIT_API void KITwriteText(std::ostream &stream, std::string_view text);
 /// A boolean has no binary form of its own: write the number that is meant.
 void KITwrite(std::ostream &stream, bool value) = delete;
 

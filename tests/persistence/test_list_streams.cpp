@@ -254,7 +254,7 @@ TEST(ListStreams, BytesComposedInMemory)
     EXPECT_TRUE(outer.endWrite());
 
     KIT_ByteBuffer direct;
-    const std::size_t start = direct.beginPacket(7, 1);
+    const KIT_ByteBuffer::Packet start = direct.beginPacket(7, 1);
     direct.appendText(filler);
     direct.appendPacket(8, -2, char('c'));
     direct.endPacket(start);
