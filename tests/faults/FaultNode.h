@@ -10,7 +10,9 @@
 #include <common/ListFixture.h>
 
 #include <BAS/BAS_Thread.h>
-#include <KIT/KIT_ByteBuffer.h>
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_Packet.h>
+#include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_DataFactory.h>
 #include <node/ZELX_Node.h>
@@ -219,21 +221,21 @@ inline std::vector<Entry> entriesOfText(const std::string &text)
     return entries;
 }
 
-/// The second packet is the first entry.
 inline std::vector<Entry> entriesOfBinary(const std::string &bytes)
 {
-    constexpr std::size_t header = 8;
+    constexpr int theEntry = 2;
+    KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::BINARY);
+    KIT_Packet packet;
+    KIT_WorkBuffer token;
+    int classId = 0;
+    int packetId = 0;
     std::vector<Entry> entries;
-    const auto numberAt = [&](std::size_t at) {
-        return std::size_t(KIT_ByteBuffer::numberAt<std::uint32_t>(bytes.data() + at));
-    };
-    for (std::size_t at = header + numberAt(4); at < bytes.size();) {
-        const std::size_t length = numberAt(at + 4);
-        if (length > 0) {
-            entries.push_back(
-                {bytes.substr(at + header + 4, numberAt(at + header)), at, at + header + length});
+    for (std::int64_t begin = 0; packet.beginRead(is, classId, packetId); begin = is.tellg()) {
+        const std::int64_t end = is.tellg() + is.remaining();
+        if (packetId == theEntry && is.readTextAfter(token)) {
+            entries.push_back({token.buffer(), std::size_t(begin), std::size_t(end)});
         }
-        at += header + length;
+        packet.endRead();
     }
     return entries;
 }
