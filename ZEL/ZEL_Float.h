@@ -126,6 +126,7 @@ private:
     void setChannelValue(const ChannelSet &set, double value);
     void keyWholeTuple(double time, int index);
 
+    const double *plainValues() const;
     double valueToSave(int index) const;
     double commandValue(int index) const;
     void saveAscii(KIT_ByteBuffer &out) const;

@@ -607,8 +607,16 @@ protected:
     bool loadAsciiOptions(KIT_IStream &is, unsigned int &mask);
     /// True if any option was written.
     bool saveBinaryOptions(int classId, KIT_Packet &packet, std::ostream &os) const;
-    /// Whether any option would be written.
-    bool hasBinaryOptions() const;
+    /// Whether the instance has neither options to write, the always written ones aside, nor a
+    /// channel: what most have, and each kind writes and reads in one piece. May be false for some
+    /// that have none.
+    bool isPlain() const
+    {
+        constexpr std::uint32_t theWritten = ZEL_INST_EXPRESSION | ZEL_INST_SAVE_AUTOSCOPE |
+                                             ZEL_INST_SAVE_AUTOSELECT | ZEL_INST_BYPASS |
+                                             ZEL_INST_SAVE_LABEL;
+        return !rare() && (myFlags & theWritten) == 0;
+    }
     /// False for an unknown id or a failed read.
     bool loadBinaryOption(KIT_IStream &is, short id);
 
@@ -623,8 +631,6 @@ protected:
     /// setting that leaves labels alone is ignored.
     void saveFloatOptions(int classId, KIT_ByteBuffer &out) const;
     OptionRead loadFloatOption(KIT_IStream &is, int id);
-    /// Whether any option of that form is set, the locks aside.
-    bool hasFloatOptions() const;
 
     void setLockedField(std::uint32_t field);
     void setAutoScopeField(std::uint32_t field);

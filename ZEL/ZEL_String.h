@@ -172,6 +172,7 @@ private:
     const char *textToSave(int index) const;
     void commandText(int index, KIT_String &text) const;
     bool savePlainBinary(std::ostream &os) const;
+    bool savePlainAscii(std::ostream &os) const;
     bool loadPlainAscii(KIT_IStream &is);
     bool loadPlainBinary(KIT_IStream &is);
     Entry readAsciiEntry(KIT_IStream &is, int index, HeldChannels &held);

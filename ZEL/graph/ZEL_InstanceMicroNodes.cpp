@@ -116,6 +116,9 @@ void ZEL_Instance::adoptMicroNodes(ZEL_Instance &source)
 
 bool ZEL_Instance::isTimeDependent(int index) const
 {
+    if (!rare()) {
+        return false;
+    }
     const ZEL_ParmMicroNode *nodes = threadSafeMicroNodes();
     const int first = index < 0 ? 0 : index;
     const int end = index < 0 ? getVectorSize() : validIndex(index) ? index + 1 : index;

@@ -271,7 +271,7 @@ void ZEL_Instance::reloadChannelPtrs()
 
 void ZEL_Instance::validateChannelNames(ZEL_ParmList &list)
 {
-    const int size = getVectorSize();
+    const int size = rare() ? getVectorSize() : 0;
     for (int i = 0; i < size; ++i) {
         if (getChannel(i)) {
             validateChannelName(list, i);

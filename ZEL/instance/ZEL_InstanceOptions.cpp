@@ -455,13 +455,6 @@ bool ZEL_Instance::saveBinaryOptions(int classId, KIT_Packet &packet, std::ostre
     return any;
 }
 
-bool ZEL_Instance::hasBinaryOptions() const
-{
-    bool any = false;
-    Options::writePackets(*this, Options::Form::BINARY, [&](int, const auto &) { any = true; });
-    return any;
-}
-
 bool ZEL_Instance::loadBinaryOption(KIT_IStream &is, short id)
 {
     return Options::readPacket(*this, is, Options::Form::BINARY, id) == OptionRead::DONE;
@@ -479,13 +472,4 @@ void ZEL_Instance::saveFloatOptions(int classId, KIT_ByteBuffer &out) const
 ZEL_Instance::OptionRead ZEL_Instance::loadFloatOption(KIT_IStream &is, int id)
 {
     return Options::readPacket(*this, is, Options::Form::FLOAT, id);
-}
-
-bool ZEL_Instance::hasFloatOptions() const
-{
-    return Options::All::any([&](auto entry) {
-        using Entry = decltype(entry);
-        return Entry::token != ZEL_IO_LOCKS && Entry::packetIn(Options::Form::FLOAT) >= 0 &&
-               Entry::Row::isSet(*this);
-    });
 }

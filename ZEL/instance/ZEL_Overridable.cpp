@@ -486,8 +486,8 @@ bool ZEL_Overridable::isTimeDependent(int index) const
     const auto dependsOrUnknown = [](const zelOverrideInfoData &record) {
         return BASload(record.timeDepState) != 0;
     };
-    return isPendingInOwner(index) || anyCounting(index, dependsOrUnknown) ||
-           ZEL_Instance::isTimeDependent(index);
+    return isPendingInOwner(index) || (rare() && (anyCounting(index, dependsOrUnknown) ||
+                                                  ZEL_Instance::isTimeDependent(index)));
 }
 
 bool ZEL_Overridable::isDataDependent(double time, int index) const

@@ -140,7 +140,9 @@ struct ZEL_ValueFrames
     /// What this library writes before and after the values of a parameter without options: takes it
     /// off. False, with nothing taken off, for anything else.
     static bool takePlainOpening(std::string_view &rest) { return take(rest, thePlainOpening); }
-    static bool takePlainClosing(std::string_view &rest) { return take(rest, "\t)\n"); }
+    static bool takePlainClosing(std::string_view &rest) { return take(rest, thePlainClosing); }
+    static constexpr std::string_view thePlainOpening = "\t[ 0\tlocks=0 ]\t(";
+    static constexpr std::string_view thePlainClosing = "\t)\n";
     /// The tokens before the values: an option block if there is one, and "(". False with code 9
     /// when one is missing. `keyMask` takes the mask of old files.
     static bool openAscii(ZEL_Instance &instance, KIT_IStream &is, unsigned &keyMask);
@@ -169,10 +171,11 @@ struct ZEL_ValueFrames
     ///@}
 
 private:
-    static constexpr std::string_view thePlainOpening = "\t[ 0\tlocks=0 ]\t(";
-    static bool take(std::string_view &rest, std::string_view text)
+    /// Inlined, so that the length is known where the bytes are compared.
+    __attribute__((always_inline)) static bool take(std::string_view &rest, std::string_view text)
     {
-        const bool found = rest.substr(0, text.size()) == text;
+        const bool found =
+            rest.size() >= text.size() && std::memcmp(rest.data(), text.data(), text.size()) == 0;
         rest.remove_prefix(found ? text.size() : 0);
         return found;
     }

@@ -521,7 +521,7 @@ bool ZEL_Float::getMagicString(KIT_TokenString &tokens, ZEL_ParmList *list, int 
 std::int64_t ZEL_Float::getMemoryUsage(bool inclusive) const
 {
     return ZEL_ValueInstance::getMemoryUsage(false) +
-           std::int64_t(sizeof(double)) * getVectorSize() +
+           (testFlag(VALUES_APART) ? std::int64_t(sizeof(double)) * getVectorSize() : 0) +
            (inclusive ? std::int64_t(sizeof(*this)) : 0);
 }
 

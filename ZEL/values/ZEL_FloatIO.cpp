@@ -45,13 +45,33 @@ constexpr char thePlainHead[] = {char(Header::first(FLOAT_FLAGS, Header::ZERO_12
                                  char(ZEL_PACKETS_OF_FLOAT),
                                  char(Header::first(FLOAT_LOCKS, Header::ZERO_4, false)),
                                  char(Header::first(FLOAT_LABEL, Header::ZERO_1, false))};
-constexpr char thePlainValue = char(Header::first(FLOAT_VALUE, Header::BYTES_8, false));
+constexpr char theWideValue = char(Header::first(FLOAT_VALUE, Header::BYTES_8, false));
+/// A number that a 32-bit float has exactly, as most that people type.
+constexpr char theNarrowValue = char(Header::first(FLOAT_VALUE, Header::BYTES_4, false));
 constexpr char thePlainEnd = char(Header::first(FLOAT_END, Header::EMPTY, false));
-constexpr std::size_t theValueSize = 1 + sizeof(double);
-/// The bytes of all packets together.
+/// The most bytes of all packets together.
 constexpr std::size_t plainLength(std::size_t size)
 {
-    return sizeof(thePlainHead) + size * theValueSize + 1;
+    return sizeof(thePlainHead) + size * (1 + sizeof(double)) + 1;
+}
+
+char *putValue(char *at, double value)
+{
+    float narrow = 0.0f;
+    if (KIT_ByteBuffer::fitsFloat(value, narrow)) {
+        *at++ = theNarrowValue;
+        return KIT_ByteBuffer::putNumber(at, narrow);
+    }
+    *at++ = theWideValue;
+    return KIT_ByteBuffer::putNumber(at, value);
+}
+
+/// The value after a header; null if there is none.
+const char *skipValue(const char *at, const char *end)
+{
+    const std::ptrdiff_t length = *at == theWideValue ? 9 : *at == theNarrowValue ? 5 : 0;
+    // The end packet follows.
+    return length > 0 && end - at > length ? at + length : nullptr;
 }
 
 } // namespace
@@ -59,6 +79,12 @@ constexpr std::size_t plainLength(std::size_t size)
 // -------------------------------------------------------------------------- //
 // Saving
 // -------------------------------------------------------------------------- //
+
+/// Where the values to save of a plain float are; null if they are its defaults.
+const double *ZEL_Float::plainValues() const
+{
+    return isPlain() && shouldSaveData() ? values() : nullptr;
+}
 
 double ZEL_Float::valueToSave(int index) const
 {
@@ -86,6 +112,15 @@ bool ZEL_Float::save(std::ostream &os, int binary, bool compiled) const
 
 void ZEL_Float::saveAscii(KIT_ByteBuffer &out) const
 {
+    if (const double *numbers = plainValues()) {
+        out.append(ZEL_ValueFrames::thePlainOpening);
+        for (int i = 0, size = getVectorSize(); i < size; ++i) {
+            out.append('\t');
+            out.appendDecimal(BASload(numbers[i]));
+        }
+        out.append(ZEL_ValueFrames::thePlainClosing);
+        return;
+    }
     const auto writeValue = [&](int i) { out.appendDecimal(valueToSave(i)); };
     ZEL_ValueFrames::saveAscii(*this, out, writeValue, writeValue);
 }
@@ -94,8 +129,8 @@ bool ZEL_Float::savePlainBinary(KIT_ByteBuffer &out) const
 {
     const int size = getVectorSize();
     const int classId = floatClassId();
-    if (!out.isInside() || out.presentClass() == classId || getSaveFlags() != 0 ||
-        getLockedField() != 0 || hasFloatOptions() || getChannelCount() != 0) {
+    const double *const numbers = plainValues();
+    if (!numbers || !out.isInside() || out.presentClass() == classId) {
         return false;
     }
     char *at = out.room(plainLength(std::size_t(size)));
@@ -105,8 +140,7 @@ bool ZEL_Float::savePlainBinary(KIT_ByteBuffer &out) const
     at = static_cast<char *>(std::memcpy(at, thePlainHead, sizeof(thePlainHead))) +
          sizeof(thePlainHead);
     for (int i = 0; i < size; ++i) {
-        *at++ = thePlainValue;
-        at = KIT_ByteBuffer::putNumber(at, valueToSave(i));
+        at = putValue(at, BASload(numbers[i]));
     }
     *at++ = thePlainEnd;
     out.setEnd(at, classId);
@@ -136,7 +170,7 @@ void ZEL_Float::saveBinary(KIT_ByteBuffer &out) const
             out.appendNumber(valueToSave(i));
             out.endPacket(link);
         } else {
-            out.appendPacket(classId, FLOAT_VALUE, valueToSave(i));
+            out.appendShortNumber(classId, FLOAT_VALUE, valueToSave(i));
         }
     }
     out.appendPacket(classId, FLOAT_END);
@@ -248,29 +282,32 @@ ZEL_ValueInstance::Entry ZEL_Float::loadAsciiEntry(KIT_IStream &is, std::string_
 
 bool ZEL_Float::loadPlainBinary(KIT_IStream &is)
 {
-    const std::size_t size = std::size_t(getVectorSize());
-    KIT_IStream::PacketState &packets = is.packets();
+    const int size = getVectorSize();
     const std::string_view rest = is.rest();
-    const char *at = rest.data();
-    if (!is.hasShortTexts() || rest.size() < plainLength(size) || size == 0 ||
+    const char *const end = rest.data() + rest.size();
+    if (!is.hasShortTexts() || size == 0 || rest.size() <= sizeof(thePlainHead) ||
         KITgetErrorSeverity() >= KIT_ERROR_ABORT ||
-        std::memcmp(at, thePlainHead, sizeof(thePlainHead)) != 0 ||
-        at[plainLength(size) - 1] != thePlainEnd) {
+        std::memcmp(rest.data(), thePlainHead, sizeof(thePlainHead)) != 0) {
         return false;
     }
-    at += sizeof(thePlainHead);
-    for (std::size_t i = 0; i < size; ++i) {
-        if (at[i * theValueSize] != thePlainValue) {
-            return false;
-        }
+    const char *at = rest.data() + sizeof(thePlainHead);
+    for (int i = 0; at && i < size; ++i) {
+        at = skipValue(at, end);
     }
+    if (!at || *at != thePlainEnd) {
+        return false;
+    }
+    const std::int64_t after = is.tellg() + (at + 1 - rest.data());
+    at = rest.data() + sizeof(thePlainHead);
     setLockedField(0);
-    double *const numbers = values();
-    for (std::size_t i = 0; i < size; ++i) {
-        BASstore(numbers[i], KIT_ByteBuffer::numberAt<double>(at + i * theValueSize + 1));
+    for (int i = 0; i < size; ++i) {
+        const bool isWide = *at == theWideValue;
+        BASstore(values()[i], isWide ? KIT_ByteBuffer::numberAt<double>(at + 1)
+                                     : double(KIT_ByteBuffer::numberAt<float>(at + 1)));
+        at += isWide ? 9 : 5;
     }
-    packets.classId = std::uint16_t(floatClassId());
-    return is.seekg(is.tellg() + std::int64_t(plainLength(size)));
+    is.packets().classId = std::uint16_t(floatClassId());
+    return is.seekg(after);
 }
 
 bool ZEL_Float::loadBinary(KIT_IStream &is)

@@ -452,10 +452,12 @@ bool ZEL_Ordinal::getMagicString(KIT_TokenString &tokens, ZEL_ParmList *list, in
 
 std::int64_t ZEL_Ordinal::getMemoryUsage(bool inclusive) const
 {
+    const int size = getVectorSize();
     std::int64_t bytes = ZEL_ValueInstance::getMemoryUsage(false);
     bytes += inclusive ? std::int64_t(sizeof(*this)) : 0;
-    for (int i = 0; i < getVectorSize(); ++i) {
-        bytes += std::int64_t(sizeof(std::int64_t)) + myLoadedStrings[i].getMemoryUsage(true);
+    bytes += testFlag(VALUES_APART) ? std::int64_t(sizeof(std::int64_t)) * size : 0;
+    for (int i = 0; myLoadedStrings && i < size; ++i) {
+        bytes += myLoadedStrings[std::size_t(i)].getMemoryUsage(true);
     }
     return bytes;
 }

@@ -152,7 +152,7 @@ void ZEL_String::expandStored(ZEL_ParmList *list, double time, KIT_String &out, 
     // The text's variables may be the application's.
     const ZEL_Multi::KeepItems keep;
     const int result = TRK_Manager::getContext().expandString(
-        text.buffer(), out, time, collection, thread, getExpandFlags(), &myValues[index]);
+        text.buffer(), out, time, collection, thread, getExpandFlags(), &texts()[index]);
     if (error.number() != EVL::EVL_OK) {
         evaluationError(list, index, error.number(), thread);
     }

@@ -47,8 +47,8 @@ const char *ZEL_String::textToSave(int index) const
 /// The packets of texts without channels and options. False, with nothing written, for all others.
 bool ZEL_String::savePlainBinary(std::ostream &os) const
 {
-    KIT_ByteBuffer *const out = KIT_OByteStream::findBytes(os);
-    if (!out || hasBinaryOptions() || getChannelCount() != 0) {
+    KIT_ByteBuffer *const out = isPlain() ? KIT_OByteStream::findBytes(os) : nullptr;
+    if (!out) {
         return false;
     }
     const int classId = stringClassId();
@@ -64,9 +64,26 @@ bool ZEL_String::savePlainBinary(std::ostream &os) const
     return true;
 }
 
+/// The same for the text form, and for texts that are written as they are.
+bool ZEL_String::savePlainAscii(std::ostream &os) const
+{
+    KIT_ByteBuffer *const out =
+        isPlain() && getVectorSize() == 1 ? KIT_OByteStream::findBytes(os) : nullptr;
+    const std::string_view text = out ? textToSave(0) : "";
+    if (!out || KIT_String::needsEscapes(text, '"')) {
+        return false;
+    }
+    *out << ZEL_ValueFrames::thePlainOpening << std::string_view("\t\"") << text << '"'
+         << ZEL_ValueFrames::thePlainClosing;
+    if (!out->isGood()) {
+        os.setstate(std::ios::failbit);
+    }
+    return true;
+}
+
 bool ZEL_String::save(std::ostream &os, int binary, bool compiled) const
 {
-    if ((binary != 0 || compiled) && savePlainBinary(os)) {
+    if (binary != 0 || compiled ? savePlainBinary(os) : savePlainAscii(os)) {
         return KITcheckOutStream(os, theSaveLabel, nullptr);
     }
     if (binary != 0 || compiled) {

@@ -56,6 +56,32 @@ void KIT_ByteBuffer::appendDecimal(uint32_t value)
     }
 }
 
+namespace
+{
+
+/// How many of the first bytes are the same; eight at a time where there are so many.
+size_t countShared(const char *left, const char *right, size_t most)
+{
+    size_t shared = 0;
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    for (; shared + 8 <= most; shared += 8) {
+        uint64_t a = 0;
+        uint64_t b = 0;
+        std::memcpy(&a, left + shared, sizeof(a));
+        std::memcpy(&b, right + shared, sizeof(b));
+        if (a != b) {
+            return shared + static_cast<size_t>(__builtin_ctzll(a ^ b)) / 8;
+        }
+    }
+#endif
+    while (shared < most && left[shared] == right[shared]) {
+        ++shared;
+    }
+    return shared;
+}
+
+} // namespace
+
 void KIT_ByteBuffer::appendTextAfter(std::string_view text, std::string_view before)
 {
     if (!isInside()) {
@@ -64,10 +90,7 @@ void KIT_ByteBuffer::appendTextAfter(std::string_view text, std::string_view bef
     }
     constexpr size_t theMostShared = 15;
     const size_t most = std::min({text.size(), before.size(), theMostShared});
-    size_t shared = 0;
-    while (shared < most && text[shared] == before[shared]) {
-        ++shared;
-    }
+    const size_t shared = countShared(text.data(), before.data(), most);
     text.remove_prefix(shared);
     const bool isLong = text.size() >= theLongTextAfter;
     append(static_cast<char>(shared << 4 | (isLong ? theLongTextAfter : text.size())));
@@ -81,7 +104,7 @@ void KIT_ByteBuffer::appendTextAfter(std::string_view text, std::string_view bef
 // ------------------------------------------------------------------ //
 // Packets
 
-size_t KIT_ByteBuffer::appendHeader(int classId, int packetId, KIT_PacketHeader::Size size)
+size_t KIT_ByteBuffer::appendLongHeader(int classId, int packetId, KIT_PacketHeader::Size size)
 {
     myGoodFlag = myGoodFlag && classId == static_cast<uint16_t>(classId) &&
                  packetId == static_cast<int16_t>(packetId);
@@ -117,22 +140,9 @@ void KIT_ByteBuffer::appendPacket(int classId, int packetId)
     myInSeries = myInSeries && (isInside() || packetId != 0);
 }
 
-KIT_ByteBuffer::Packet KIT_ByteBuffer::beginPacket(int classId, int packetId)
+/// A packet that is empty or not short.
+void KIT_ByteBuffer::finishPacket(const Packet &packet)
 {
-    Packet packet;
-    packet.isLast = !isInside() && packetId == 0;
-    packet.classId = static_cast<uint16_t>(classId);
-    packet.header = appendHeader(classId, packetId, KIT_PacketHeader::LENGTH_1);
-    append('\0');
-    packet.payload = myGoodFlag ? size() : 0;
-    ++myDepth;
-    return packet;
-}
-
-void KIT_ByteBuffer::endPacket(const Packet &packet)
-{
-    --myDepth;
-    myClassId = packet.classId;
     // A header for which there was no memory has nothing to complete.
     if (!myGoodFlag || packet.payload == 0 || packet.payload > size()) {
         return;

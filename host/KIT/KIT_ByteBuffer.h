@@ -165,8 +165,28 @@ public:
     };
     /// Appends a header. The packet holds what is appended until endPacket() is called with what is
     /// returned. Packets nest.
-    Packet beginPacket(int classId, int packetId);
-    void endPacket(const Packet &packet);
+    Packet beginPacket(int classId, int packetId)
+    {
+        Packet packet;
+        packet.isLast = !isInside() && packetId == 0;
+        packet.classId = static_cast<uint16_t>(classId);
+        packet.header = appendHeader(classId, packetId, KIT_PacketHeader::LENGTH_1);
+        append('\0');
+        packet.payload = myGoodFlag ? size() : 0;
+        ++myDepth;
+        return packet;
+    }
+    void endPacket(const Packet &packet)
+    {
+        --myDepth;
+        myClassId = packet.classId;
+        const size_t length = size() - packet.payload;
+        if (length - 1 < UINT8_MAX && myGoodFlag && packet.payload != 0) {
+            myData[packet.payload - 1] = static_cast<char>(length);
+        } else {
+            finishPacket(packet);
+        }
+    }
     /// A whole packet with one number, or with none.
     template <class T>
     void appendPacket(int classId, int packetId, T value)
@@ -184,6 +204,24 @@ public:
         }
     }
     void appendPacket(int classId, int packetId);
+    /// A packet with a double, in 4 bytes if a float has it exactly: KIT_IStream::bread() reads both.
+    void appendShortNumber(int classId, int packetId, double value)
+    {
+        float narrow = 0.0f;
+        if (fitsFloat(value, narrow)) {
+            appendHeader(classId, packetId, KIT_PacketHeader::BYTES_4);
+            appendNumber(narrow);
+        } else {
+            appendPacket(classId, packetId, value);
+        }
+    }
+    /// Whether a float has exactly this number, and which.
+    static bool fitsFloat(double value, float &narrow)
+    {
+        const bool inRange = value >= -theFloatLimit && value <= theFloatLimit;
+        narrow = inRange ? static_cast<float>(value) : 0.0f;
+        return inRange && static_cast<double>(narrow) == value;
+    }
     /// A whole packet whose bytes are all zero: an empty text, or as many as the size says.
     void appendZeroPacket(int classId, int packetId, KIT_PacketHeader::Size size)
     {
@@ -200,6 +238,7 @@ public:
     }
 
 private:
+    static constexpr double theFloatLimit = 3.4028234663852886e38; // FLT_MAX
     static void swapForFile([[maybe_unused]] char *bytes, [[maybe_unused]] size_t size)
     {
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
@@ -218,7 +257,20 @@ private:
         return std::memcmp(&value, &zero, sizeof(T)) == 0;
     }
     /// Returns where the header begins, after the marker if there is one.
-    size_t appendHeader(int classId, int packetId, KIT_PacketHeader::Size size);
+    size_t appendHeader(int classId, int packetId, KIT_PacketHeader::Size size)
+    {
+        constexpr size_t theShortest = 1;
+        char *const at = room(theShortest);
+        if (!at || classId != myClassId || unsigned(packetId) >= KIT_PacketHeader::theIdFollows ||
+            (!isInside() && !myInSeries)) {
+            return appendLongHeader(classId, packetId, size);
+        }
+        *at = static_cast<char>(KIT_PacketHeader::first(packetId, size, false));
+        ++myEnd;
+        return static_cast<size_t>(at - myData);
+    }
+    size_t appendLongHeader(int classId, int packetId, KIT_PacketHeader::Size size);
+    void finishPacket(const Packet &packet);
     void setSize(const Packet &packet, KIT_PacketHeader::Size size);
     void widenLength(const Packet &packet, size_t length);
     bool grow(size_t length);

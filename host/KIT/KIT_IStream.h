@@ -129,7 +129,17 @@ public:
     bool bread(int64_t &value) { return breadOne(value); }
     bool bread(uint64_t &value) { return breadOne(value); }
     bool bread(float &value) { return breadOne(value); }
-    bool bread(double &value) { return breadOne(value); }
+    /// The last number of a short packet may have 4 bytes: then it is a float.
+    bool bread(double &value)
+    {
+        if (remaining() == sizeof(float) && hasShortTexts()) {
+            float narrow = 0.0f;
+            const bool found = breadOne(narrow);
+            value = static_cast<double>(narrow);
+            return found;
+        }
+        return breadOne(value);
+    }
     /// Reads `count` numbers; false, with nothing stored, when there are fewer.
     template <class T>
     bool bread(T *values, size_t count)

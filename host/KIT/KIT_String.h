@@ -223,6 +223,8 @@ public:
     /// Replaces every byte that is no ASCII letter, digit or underscore by an underscore.
     void forceAlphaNumeric();
 
+    /// Whether a byte of the text would be escaped between such quotes.
+    static bool needsEscapes(std::string_view text, char quote);
     /// Becomes a literal in quotes of the given kind, as Python and the expression language read
     /// it: the quote and the backslash get a backslash, control bytes their escapes. Every text is
     /// quoted, even one that is in quotes already.

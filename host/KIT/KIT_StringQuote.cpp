@@ -67,6 +67,12 @@ void KITappendQuoted(KIT_WorkBuffer &out, const char *text, size_t length, char 
     out.append(quote);
 }
 
+bool KIT_String::needsEscapes(std::string_view text, char quote)
+{
+    return std::any_of(text.begin(), text.end(),
+                       [quote](char c) { return c == quote || c == '\\' || isControl(c); });
+}
+
 void KIT_String::makeSmartQuotedString(char quote)
 {
     KIT_WorkBuffer quoted;
