@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -560,9 +561,13 @@ TEST(DataThreads, EachReaderCountsItsOwnCopies)
         reader.join();
     }
     // What is set again is the item, not the share of a reader.
-    const long shared = given[0].use_count();
-    p.data().setData(given[0], 0.0, 1);
-    EXPECT_EQ(given[0].use_count(), shared);
+    const auto share = std::find_if(given.begin(), given.end(), [&](const DataItem &each) {
+        return each.owner_before(item) || item.owner_before(each);
+    });
+    ASSERT_NE(share, given.end());
+    const long shared = share->use_count();
+    p.data().setData(*share, 0.0, 1);
+    EXPECT_EQ(share->use_count(), shared);
     EXPECT_EQ(p.data().getData(0.0, 1), item);
 
     // Whoever has it last frees it.
