@@ -12,6 +12,7 @@
 // parameter, `speedup` of the two, `MB_s` and `base_MB_s` of each one's own bytes.
 
 #include "BenchBeside.h"
+#include "BenchSink.h"
 
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
@@ -30,7 +31,6 @@
 #include <memory>
 #include <ostream>
 #include <random>
-#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -63,28 +63,6 @@ bool isInteger(std::size_t parm)
 {
     return parm % 10 >= 7;
 }
-
-/// Appends to a string that is used again, as the baseline does.
-class StringSink : public std::streambuf
-{
-public:
-    explicit StringSink(std::string &out) : myOut(out) {}
-
-protected:
-    std::streamsize xsputn(const char *bytes, std::streamsize count) override
-    {
-        myOut.append(bytes, std::size_t(count));
-        return count;
-    }
-    int_type overflow(int_type c) override
-    {
-        myOut.push_back(char(c));
-        return c;
-    }
-
-private:
-    std::string &myOut;
-};
 
 struct Rig
 {
@@ -144,7 +122,7 @@ struct Rig
         out.resize(theLists);
         for (std::size_t l = 0; l < theLists; ++l) {
             out[l].clear();
-            StringSink sink(out[l]);
+            BenchSink sink(out[l]);
             std::ostream os(&sink);
             lists[l]->save(os, form == Form::BINARY, false);
             bytes += out[l].size();
