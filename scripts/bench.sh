@@ -9,7 +9,7 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 install_missing "${build_packages[@]}" libbenchmark-dev pkg-config \
-    libglib2.0-dev qtbase5-dev
+    libglib2.0-dev qtbase5-dev rapidjson-dev libprotobuf-dev protobuf-compiler
 
 headline "Build (build/bench)"
 cmake --preset bench
