@@ -161,9 +161,10 @@ TEST(MultiBudget, DefaultsOfAListShareItsBytesAndEachIsReported)
     const OneMegabyte settings;
     MultiList p;
     Block blocks[3];
+    const char *const names[][2] = {{"a", "a#"}, {"b", "b#"}, {"c", "c#"}};
     for (int i = 0; i < 3; ++i) {
-        blocks[i].add(ZEL_FLT, 256, ("abc"[i] + std::string("#")).c_str());
-        p.top.addMulti(ZEL_MULTITYPE_LIST, &"a\0b\0c"[2 * i], blocks[i].templates(), 20.0);
+        blocks[i].add(ZEL_FLT, 256, names[i][1]);
+        p.top.addMulti(ZEL_MULTITYPE_LIST, names[i][0], blocks[i].templates(), 20.0);
     }
     p.buildTop();
     EXPECT_EQ(20, p.numItems("a"));
