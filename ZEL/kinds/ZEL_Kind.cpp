@@ -56,9 +56,8 @@ std::size_t bytes(const ZEL_Template &description)
     return sizeof(T) + (hasRoom && size > 1 ? std::size_t(size) * sizeof(double) : 0);
 }
 
-static_assert(sizeof(void *) != 8 ||
-                  (sizeof(ZEL_Parm) == 16 && sizeof(ZEL_Float) == 48 && sizeof(ZEL_Ordinal) == 64 &&
-                   sizeof(ZEL_String) == 64),
+static_assert(sizeof(void *) != 8 || (sizeof(ZEL_Parm) == 16 && sizeof(ZEL_Float) == 48 &&
+                                      sizeof(ZEL_Ordinal) == 64 && sizeof(ZEL_String) == 64),
               "a parameter and its number are a cache line; a text or menu is 16 bytes more");
 
 ZEL_Instance *makeNothingIn(void *, ZEL_Template *, ZEL_Parm *)
