@@ -32,7 +32,8 @@ public:
     {
         INPUT,    ///< counts that are set are limited too
         DEFAULTS, ///< of a description: counts that are set are not
-        NO_LIMIT  ///< for what existed before, whatever budget is open
+        NO_LIMIT, ///< for what existed before, whatever budget is open
+        RESTORED  ///< defaults inside a NO_LIMIT, which share one budget: they may not have existed
     };
 
     /// What one multi-parameter asks for.
@@ -74,9 +75,13 @@ private:
         int inputs = 0; // nested ones
         std::int64_t items = 0;
         std::int64_t bytes = 0;
+        std::int64_t restoredItems = 0; // of an unlimited one
+        std::int64_t restoredBytes = 0;
     };
 
     static thread_local State theState;
+
+    bool isInRestored() const;
 
     State myOuter;
     Kind myKind;

@@ -150,7 +150,9 @@ void ZEL_Instance::setChannel(int index, TRK_Channel *channel)
 {
     putChannel(index, channel);
     if (channel) {
-        channel->setHolders(TRK_Channel::Holders::UNKNOWN);
+        using Holders = TRK_Channel::Holders;
+        channel->setHolders(channel->getHolders() == Holders::NEW ? Holders::ONE
+                                                                  : Holders::UNKNOWN);
     }
 }
 

@@ -494,6 +494,16 @@ void ZEL_ParmList::ChannelSource::channelDeleted(const TRK_Channel *channel)
     if (channel->getHolders() == TRK_Channel::Holders::NONE) {
         return;
     }
+    if (channel->getHolders() == TRK_Channel::Holders::ONE) {
+        // The search below is the square where all channels of a list are deleted.
+        int component = -1;
+        ZEL_Parm *parm = myList.getParmPtrFromChannel(channel->getName(), &component);
+        ZEL_Instance *instance = parm ? parm->getInstance() : nullptr;
+        if (instance && instance->getChannel(component) == channel) {
+            instance->setChannel(component, nullptr);
+            return;
+        }
+    }
     // A stream can link one channel to several components: clear the pointer in all of them.
     for (ZEL_Parm *parm : myList.myParms) {
         ZEL_Instance *instance = parm ? parm->getInstance() : nullptr;

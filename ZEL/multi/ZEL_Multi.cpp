@@ -238,7 +238,7 @@ ZEL_InputBudget::Request ZEL_Multi::requestFor(std::int64_t items) const
 /// multiply, so they share one budget.
 void ZEL_Multi::followDefault()
 {
-    const ZEL_InputBudget budget(ZEL_InputBudget::DEFAULTS, 0);
+    const ZEL_InputBudget budget(ZEL_InputBudget::RESTORED, 0);
     if (!getMultiParmOwner()) {
         ZEL_InputBudget::beginDefault();
     }

@@ -85,8 +85,8 @@ void reportBytes(const ZEL_InputBudget::Request &request, std::int64_t allowed)
 
 ZEL_InputBudget::ZEL_InputBudget(Kind kind, std::int64_t inputBytes)
     : myOuter(theState), myKind(kind),
-      // What defaults make while all is restored existed before, too.
-      myOwnFlag(!theState.open || kind == (theState.unlimited ? INPUT : NO_LIMIT))
+      myOwnFlag(!theState.open ||
+                (theState.unlimited ? kind == INPUT || kind == RESTORED : kind == NO_LIMIT))
 {
     if (myOwnFlag) {
         theState = State();
@@ -94,6 +94,13 @@ ZEL_InputBudget::ZEL_InputBudget(Kind kind, std::int64_t inputBytes)
         theState.unlimited = kind == NO_LIMIT;
         theState.items = theState.unlimited ? theUnlimited : settingItems();
         theState.bytes = theState.unlimited ? theUnlimited : settingBytes();
+        theState.restoredItems = settingItems();
+        theState.restoredBytes = settingBytes();
+        if (isInRestored()) {
+            theState.items = myOuter.restoredItems;
+            theState.bytes = myOuter.restoredBytes;
+            theState.reported = myOuter.reported;
+        }
     }
     if (kind == INPUT) {
         ++theState.inputs;
@@ -115,10 +122,21 @@ ZEL_InputBudget::~ZEL_InputBudget()
         }
     }
     if (myOwnFlag) {
+        if (isInRestored()) {
+            myOuter.restoredItems = theState.items;
+            myOuter.restoredBytes = theState.bytes;
+            myOuter.reported = theState.reported;
+        }
         theState = myOuter;
     } else if (myKind == INPUT) {
         --theState.inputs;
     }
+}
+
+/// Whether this one holds defaults of what is being restored.
+bool ZEL_InputBudget::isInRestored() const
+{
+    return myKind == RESTORED && myOuter.unlimited;
 }
 
 bool ZEL_InputBudget::isInInput()

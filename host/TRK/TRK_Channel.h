@@ -136,7 +136,8 @@ public:
     enum class Holders : uint8_t
     {
         UNKNOWN, ///< any number
-        ONE,     ///< only the one that it was made for
+        NEW,     ///< none yet
+        ONE,     ///< at most one
         NONE     ///< that one has let it go
     };
     Holders getHolders() const { return myHolders; }
@@ -214,7 +215,7 @@ private:
     bool myLockFlag = false;
     bool myScopeFlag = false;
     bool myChangedFlag = false;
-    Holders myHolders = Holders::UNKNOWN;
+    Holders myHolders = Holders::NEW;
     KIT_StringHolder myName;
     KIT_StringHolder myAlias;
     KIT_String myDefaultString;

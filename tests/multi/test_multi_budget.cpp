@@ -173,6 +173,32 @@ TEST(MultiBudget, DefaultsOfAListShareItsBytesAndEachIsReported)
     EXPECT_EQ("ZEL 27; ZEL 27", takeMessages());
 }
 
+TEST(MultiBudget, ASnapshotMakesNoMoreThanThereWas)
+{
+    const ScopedSetting setting(KIT_ENV_MAX_STREAM_ITEMS, 50);
+    MultiList p;
+    Block middle;
+    Block inner;
+    inner.add(ZEL_FLT, 1, "q#_#_#");
+    middle.addMulti(ZEL_MULTITYPE_LIST, "n#_#", inner.templates(), 20.0);
+    p.items.addMulti(ZEL_MULTITYPE_LIST, "m#", middle.templates(), 20.0);
+    p.build(20.0);
+    takeMessages();
+    const std::string before = p.text();
+    ZEL_UndoDataArray snapshot;
+    p.list->saveUndoData(snapshot);
+    p.setCount(0.0);
+    const std::uint32_t changes = p.list->getAddRemoveCount();
+    p.list->loadUndoData(snapshot, nullptr, nullptr);
+    EXPECT_EQ(before, p.text());
+    EXPECT_GT(500U, p.list->getAddRemoveCount() - changes);
+    takeMessages();
+    p.setCount(0.0);
+    p.parm("points").loadUndoData(snapshot[0].second);
+    EXPECT_EQ(20, p.numItems());
+    EXPECT_EQ("ZEL 22", takeMessages()) << "blocks in its items that get no default";
+}
+
 TEST(MultiBudget, ItemsThatAreOnlyANumberAreNotCounted)
 {
     constexpr int theMany = 2000000000;
@@ -220,13 +246,17 @@ TEST(MultiBudget, ABudgetInsideAnotherAddsToIt)
             const ZEL_InputBudget restored(ZEL_InputBudget::NO_LIMIT, 0);
             EXPECT_TRUE(allow(1 << 30));
             EXPECT_FALSE(ZEL_InputBudget::isInInput());
+            for (const bool first : {true, false}) {
+                const ZEL_InputBudget defaults(ZEL_InputBudget::RESTORED, 0);
+                EXPECT_EQ(first, allow(2));
+            }
             const ZEL_InputBudget file(4);
             EXPECT_TRUE(allow(6, (256 << 20) + 4 * ZEL_InputBudget::theBytesPerByte));
             EXPECT_FALSE(allow(0, 1));
         }
         EXPECT_TRUE(ZEL_InputBudget::isInInput());
         EXPECT_FALSE(allow(1)) << "as before";
-        EXPECT_EQ("ZEL 22; ZEL 27; ZEL 22", takeMessages());
+        EXPECT_EQ("ZEL 22; ZEL 22; ZEL 27; ZEL 22", takeMessages());
         const ZEL_InputBudget set(0);
         const ZEL_AutoBlockErrors block;
         EXPECT_FALSE(allow(1));
