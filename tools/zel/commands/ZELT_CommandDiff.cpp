@@ -8,8 +8,12 @@
 #include <ZEL/ZEL_ParmList.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <deque>
 #include <iostream>
 #include <sstream>
+#include <unordered_set>
+#include <vector>
 
 namespace
 {
@@ -42,18 +46,61 @@ Saved savedText(const ZEL_ParmList &parms, const std::string &token)
     return saved;
 }
 
-/// Tokens of both lists: the left one's order, then what the right one alone has.
-std::vector<std::string> allTokens(const ZEL_ParmList &left, const ZEL_ParmList &right)
+/// What a list holds, in its order. The texts take far less than the list, which needn't stay for
+/// them.
+class SavedList
 {
-    std::vector<std::string> tokens;
-    for (int i = 0; i < left.getEntries(); ++i) {
-        if (left.getParmPtr(i)->getInstance()) {
-            tokens.emplace_back(left.getParmPtr(i)->getToken());
+public:
+    void append(const ZEL_ParmList &parms)
+    {
+        for (int i = 0; i < parms.getEntries(); ++i) {
+            if (parms.getParmPtr(i)->getInstance()) {
+                const std::string token = parms.getParmPtr(i)->getToken();
+                put(token);
+                put(savedText(parms, token).text);
+            }
         }
     }
+    std::size_t size() const { return myEnds.size() / 2; }
+    std::string getToken(std::size_t i) const { return part(2 * i); }
+    Saved getSaved(std::size_t i) const { return {true, part(2 * i + 1)}; }
+
+private:
+    void put(const std::string &text)
+    {
+        myTexts.insert(myTexts.end(), text.begin(), text.end());
+        myEnds.push_back(myTexts.size());
+    }
+    std::string part(std::size_t i) const
+    {
+        const auto end = myTexts.begin() + std::ptrdiff_t(myEnds[i]);
+        return {i == 0 ? myTexts.begin() : myTexts.begin() + std::ptrdiff_t(myEnds[i - 1]), end};
+    }
+
+    // Deques, which don't hold everything twice while they grow.
+    std::deque<char> myTexts;
+    std::deque<std::size_t> myEnds;
+};
+
+/// What the right list alone has. Most lists differ in values only.
+std::vector<std::string> newTokens(const SavedList &left, const ZEL_ParmList &right)
+{
+    std::vector<std::string> tokens;
+    std::unordered_set<std::string> known;
+    std::size_t place = 0;
     for (int i = 0; i < right.getEntries(); ++i) {
         const char *const token = right.getParmPtr(i)->getToken();
-        if (right.getParmPtr(i)->getInstance() && !left.getParmPtr(token)) {
+        if (!right.getParmPtr(i)->getInstance()) {
+            continue;
+        }
+        if (known.empty() && place < left.size() && left.getToken(place) == token) {
+            ++place;
+            continue;
+        }
+        for (std::size_t k = 0; known.empty() && k < left.size(); ++k) {
+            known.insert(left.getToken(k));
+        }
+        if (known.count(token) == 0) {
             tokens.emplace_back(token);
         }
     }
@@ -93,20 +140,24 @@ int diff(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     if (!script) {
         return 1;
     }
-    ZELT_Session left(*script);
-    ZELT_Session right(*script);
-    const bool readLeft = ZELTtakeFault(call.left, left.loadValues(call.left), messages);
-    const bool readRight = ZELTtakeFault(call.right, right.loadValues(call.right), messages);
+    SavedList left;
+    bool readLeft = false;
+    {
+        ZELT_Session session(*script);
+        readLeft = ZELTtakeFault(call.left, session.loadValues(call.left), messages);
+        left.append(session.getParms());
+    }
+    ZELT_Session session(*script);
+    const ZEL_ParmList &right = session.getParms();
+    const bool readRight = ZELTtakeFault(call.right, session.loadValues(call.right), messages);
     if (!readLeft || !readRight) {
         return 1;
     }
     ZELT_Json differences = ZELT_Json::array();
     bool sameFlag = true;
-    for (const std::string &token : allTokens(left.getParms(), right.getParms())) {
-        const Saved a = savedText(left.getParms(), token);
-        const Saved b = savedText(right.getParms(), token);
+    const auto compare = [&](const std::string &token, const Saved &a, const Saved &b) {
         if (a.thereFlag == b.thereFlag && a.text == b.text) {
-            continue;
+            return;
         }
         sameFlag = false;
         if (options.json) {
@@ -114,6 +165,13 @@ int diff(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
         } else {
             printText(token, a, b);
         }
+    };
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        const std::string token = left.getToken(i);
+        compare(token, left.getSaved(i), savedText(right, token));
+    }
+    for (const std::string &token : newTokens(left, right)) {
+        compare(token, {}, savedText(right, token));
     }
     if (options.json) {
         ZELTprintJson(differences);
