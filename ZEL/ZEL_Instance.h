@@ -380,7 +380,7 @@ public:
     ///@{
     std::uint32_t getSaveFlags() const { return myFlags & ZEL_INST_EXPRESSION; }
     /// Can only set the expression bit.
-    void setSaveFlags(std::uint32_t flags) { myFlags |= flags & ZEL_INST_EXPRESSION; }
+    void setSaveFlags(std::uint32_t flags) { setFlag(flags & ZEL_INST_EXPRESSION, true); }
     bool getExpressionState() const { return testFlag(ZEL_INST_EXPRESSION); }
     void setExpressionState(bool flag) { setFlag(ZEL_INST_EXPRESSION, flag); }
     bool getUndoSavedFlag() const { return testFlag(ZEL_INST_UNDO_SAVED); }
@@ -583,8 +583,12 @@ protected:
     /// All components: (1 << size) - 1 with the shift modulo 32, so 0 for a size of 32.
     std::uint32_t sizeBits() const { return bit(getVectorSize()) - 1u; }
     void setMaskBits(std::uint32_t &mask, int index, bool on) const;
-    bool testFlag(std::uint32_t flag) const { return (myFlags & flag) != 0; }
-    void setFlag(std::uint32_t flag, bool on) { myFlags = on ? myFlags | flag : myFlags & ~flag; }
+    // Relaxed: evaluation reads where a value is while one thread sets other flags.
+    bool testFlag(std::uint32_t flag) const { return (BASload(myFlags) & flag) != 0; }
+    void setFlag(std::uint32_t flag, bool on)
+    {
+        BASstore(myFlags, on ? myFlags | flag : myFlags & ~flag);
+    }
 
     void internalAddChannel(int index, const char *expression, TRK_ExprLanguage language,
                             bool initialise);

@@ -140,7 +140,7 @@ void ZEL_Instance::adopt(ZEL_Instance &source)
     if (&source == this) {
         return;
     }
-    myFlags |= source.myFlags & (ZEL_INST_EXPRESSION | ZEL_INST_VALUE);
+    setFlag(source.myFlags & (ZEL_INST_EXPRESSION | ZEL_INST_VALUE), true);
     adoptOptions(source);
     adoptChannels(source);
     if (getVectorSize() == source.getVectorSize()) {
@@ -538,7 +538,7 @@ void ZEL_Instance::putAutoScope(std::uint32_t field)
 {
     if (field != getAutoScopeField()) {
         makeRare().autoScope = field;
-        myFlags |= OWN_AUTO_SCOPE;
+        setFlag(OWN_AUTO_SCOPE, true);
     }
 }
 
@@ -546,20 +546,20 @@ void ZEL_Instance::putAutoSelect(std::uint32_t field)
 {
     if (field != getAutoSelectField()) {
         makeRare().autoSelect = field;
-        myFlags |= OWN_AUTO_SELECT;
+        setFlag(OWN_AUTO_SELECT, true);
     }
 }
 
 void ZEL_Instance::setAutoScopeField(std::uint32_t field)
 {
     putAutoScope(field);
-    myFlags |= ZEL_INST_SAVE_AUTOSCOPE;
+    setFlag(ZEL_INST_SAVE_AUTOSCOPE, true);
 }
 
 void ZEL_Instance::setAutoSelectField(std::uint32_t field)
 {
     putAutoSelect(field);
-    myFlags |= ZEL_INST_SAVE_AUTOSELECT;
+    setFlag(ZEL_INST_SAVE_AUTOSELECT, true);
 }
 
 bool ZEL_Instance::isActive(int index) const

@@ -171,7 +171,7 @@ struct ZEL_Instance::Options::AutoScope : FieldRow<AutoScope>
     static void adopt(ZEL_Instance &to, const ZEL_Instance &from)
     {
         to.putAutoScope(from.getAutoScopeField());
-        to.myFlags |= from.myFlags & ZEL_INST_SAVE_AUTOSCOPE;
+        to.setFlag(from.myFlags & ZEL_INST_SAVE_AUTOSCOPE, true);
     }
 };
 
@@ -183,7 +183,7 @@ struct ZEL_Instance::Options::AutoSelect : FieldRow<AutoSelect>
     static void adopt(ZEL_Instance &to, const ZEL_Instance &from)
     {
         to.putAutoSelect(from.getAutoSelectField());
-        to.myFlags |= from.myFlags & ZEL_INST_SAVE_AUTOSELECT;
+        to.setFlag(from.myFlags & ZEL_INST_SAVE_AUTOSELECT, true);
     }
 };
 
@@ -200,7 +200,7 @@ struct ZEL_Instance::Options::Label : OptionRow
     static bool isSet(const ZEL_Instance &from) { return from.getSaveLabelFlag(); }
     static void adopt(ZEL_Instance &to, const ZEL_Instance &from)
     {
-        to.myFlags |= from.myFlags & ZEL_INST_SAVE_LABEL;
+        to.setFlag(from.myFlags & ZEL_INST_SAVE_LABEL, true);
     }
 
     template <class Emit>
