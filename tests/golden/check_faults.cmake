@@ -3,7 +3,7 @@
 #
 #   cmake -DPROGRAM=... -DARGS="a;b" -DFOLDER=... -DEXIT=1 -DTEXT=... -P check_faults.cmake
 execute_process(COMMAND "${PROGRAM}" ${ARGS} WORKING_DIRECTORY "${FOLDER}"
-    OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
+    INPUT_FILE /dev/null OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
 if(NOT result EQUAL EXIT)
     message(FATAL_ERROR "Exit ${result}, expected ${EXIT}:\n${errors}")
 endif()

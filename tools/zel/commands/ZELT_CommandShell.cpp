@@ -48,6 +48,8 @@ int runShell(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
         return 1;
     }
     ZELT_Shell shell(std::move(script), messages);
+    // What making the parameters reported.
+    const bool wholeFlag = ZELTtakeFault(call.file, "", messages);
     const bool terminalFlag = isatty(STDIN_FILENO) == 1;
     std::string line;
     while (terminalFlag ? readFromTerminal(line) : bool(std::getline(std::cin, line))) {
@@ -55,7 +57,7 @@ int runShell(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
             break;
         }
     }
-    return 0;
+    return wholeFlag ? 0 : 1;
 }
 
 } // namespace
