@@ -9,9 +9,9 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <deque>
 #include <iostream>
 #include <sstream>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -46,61 +46,37 @@ Saved savedText(const ZEL_ParmList &parms, const std::string &token)
     return saved;
 }
 
-/// What a list holds, in its order. The texts take far less than the list, which needn't stay for
-/// them.
-class SavedList
+struct Entry
 {
-public:
-    void append(const ZEL_ParmList &parms)
-    {
-        for (int i = 0; i < parms.getEntries(); ++i) {
-            if (parms.getParmPtr(i)->getInstance()) {
-                const std::string token = parms.getParmPtr(i)->getToken();
-                put(token);
-                put(savedText(parms, token).text);
-            }
-        }
-    }
-    std::size_t size() const { return myEnds.size() / 2; }
-    std::string getToken(std::size_t i) const { return part(2 * i); }
-    Saved getSaved(std::size_t i) const { return {true, part(2 * i + 1)}; }
-
-private:
-    void put(const std::string &text)
-    {
-        myTexts.insert(myTexts.end(), text.begin(), text.end());
-        myEnds.push_back(myTexts.size());
-    }
-    std::string part(std::size_t i) const
-    {
-        const auto end = myTexts.begin() + std::ptrdiff_t(myEnds[i]);
-        return {i == 0 ? myTexts.begin() : myTexts.begin() + std::ptrdiff_t(myEnds[i - 1]), end};
-    }
-
-    // Deques, which don't hold everything twice while they grow.
-    std::deque<char> myTexts;
-    std::deque<std::size_t> myEnds;
+    std::string token;
+    std::string text;
 };
 
-/// What the right list alone has. Most lists differ in values only.
-std::vector<std::string> newTokens(const SavedList &left, const ZEL_ParmList &right)
+/// What a list holds, in its order. The texts take less than the list, which needn't stay for them.
+std::vector<Entry> allEntries(const ZEL_ParmList &parms)
 {
+    std::vector<Entry> entries;
+    entries.reserve(std::size_t(parms.getEntries()));
+    for (int i = 0; i < parms.getEntries(); ++i) {
+        if (parms.getParmPtr(i)->getInstance()) {
+            const std::string token = parms.getParmPtr(i)->getToken();
+            entries.push_back({token, savedText(parms, token).text});
+        }
+    }
+    return entries;
+}
+
+/// What the right list alone has.
+std::vector<std::string> newTokens(const std::vector<Entry> &left, const ZEL_ParmList &right)
+{
+    std::unordered_set<std::string_view> known;
+    for (const Entry &entry : left) {
+        known.insert(entry.token);
+    }
     std::vector<std::string> tokens;
-    std::unordered_set<std::string> known;
-    std::size_t place = 0;
     for (int i = 0; i < right.getEntries(); ++i) {
         const char *const token = right.getParmPtr(i)->getToken();
-        if (!right.getParmPtr(i)->getInstance()) {
-            continue;
-        }
-        if (known.empty() && place < left.size() && left.getToken(place) == token) {
-            ++place;
-            continue;
-        }
-        for (std::size_t k = 0; known.empty() && k < left.size(); ++k) {
-            known.insert(left.getToken(k));
-        }
-        if (known.count(token) == 0) {
+        if (right.getParmPtr(i)->getInstance() && known.count(token) == 0) {
             tokens.emplace_back(token);
         }
     }
@@ -140,12 +116,12 @@ int diff(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     if (!script) {
         return 1;
     }
-    SavedList left;
+    std::vector<Entry> left;
     bool readLeft = false;
     {
         ZELT_Session session(*script);
         readLeft = ZELTtakeFault(call.left, session.loadValues(call.left), messages);
-        left.append(session.getParms());
+        left = allEntries(session.getParms());
     }
     ZELT_Session session(*script);
     const ZEL_ParmList &right = session.getParms();
@@ -166,9 +142,8 @@ int diff(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
             printText(token, a, b);
         }
     };
-    for (std::size_t i = 0; i < left.size(); ++i) {
-        const std::string token = left.getToken(i);
-        compare(token, left.getSaved(i), savedText(right, token));
+    for (const Entry &entry : left) {
+        compare(entry.token, {true, entry.text}, savedText(right, entry.token));
     }
     for (const std::string &token : newTokens(left, right)) {
         compare(token, {}, savedText(right, token));
