@@ -1,5 +1,6 @@
 #include <ZEL/ZEL_InputBudget.h>
 
+#include <BAS/BAS_Thread.h>
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_ErrorManager.h>
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 #include <new>
 #include <string>
 #include <utility>
@@ -35,11 +37,16 @@ std::int64_t settingBytes()
 /// budget's scope.
 struct Refusal
 {
-    int code = -1;
+    int code;
     std::string text;
 };
 
-thread_local Refusal theRefusal;
+__thread Refusal *theRefusal = nullptr; // null while there is none
+
+const BAS_ThreadEnd theRefusalEnd([] {
+    delete theRefusal;
+    theRefusal = nullptr;
+});
 
 bool isBlocked()
 {
@@ -50,8 +57,9 @@ void report(int code, const KIT_WorkBuffer &text)
 {
     if (!isBlocked()) {
         KITaddError(ZEL_ERROR_CATEGORY, code, text.buffer());
-    } else if (theRefusal.code < 0) {
-        theRefusal = {code, text.buffer()};
+    } else if (!theRefusal) {
+        BASgetSTID(); // a thread without an id isn't known to end
+        theRefusal = new Refusal{code, text.buffer()};
     }
 }
 
@@ -113,10 +121,10 @@ ZEL_InputBudget::ZEL_InputBudget(Kind kind, std::int64_t inputBytes)
 
 ZEL_InputBudget::~ZEL_InputBudget()
 {
-    if (theRefusal.code >= 0 && (myOwnFlag || !isBlocked())) {
-        const Refusal refusal = std::exchange(theRefusal, Refusal());
+    if (theRefusal && (myOwnFlag || !isBlocked())) {
+        const std::unique_ptr<Refusal> refusal(std::exchange(theRefusal, nullptr));
         try {
-            KITaddError(ZEL_ERROR_CATEGORY, refusal.code, refusal.text.c_str());
+            KITaddError(ZEL_ERROR_CATEGORY, refusal->code, refusal->text.c_str());
         } catch (const std::bad_alloc &) {
             // The count that stays is what the caller sees.
         }
