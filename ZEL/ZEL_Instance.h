@@ -678,6 +678,8 @@ protected:
         Rare();
         ~Rare();
     };
+    void freeRare();
+    std::size_t slotBytes() const { return sizeof(TRK_Channel *) * std::size_t(getVectorSize()); }
     Rare &makeRare() const;
     /// Null while there is none.
     Rare *rare() const

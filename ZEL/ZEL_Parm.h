@@ -59,6 +59,8 @@ class ZEL_SpareData;
 class ZEL_UndoData;
 class ZEL_Value;
 
+struct ZEL_Kind;
+
 class ZEL_API ZEL_Parm : public KIT_SmallObject<1, 1024, 0, 128>
 {
 public:
@@ -900,7 +902,8 @@ private:
     friend class ZEL_ParmPlaces;
     /// Makes the instance in the memory after this object; `place` is its distance from the start of
     /// the block.
-    ZEL_Parm(ZEL_Template *templatePtr, ZEL_ParmList *list, std::size_t place);
+    ZEL_Parm(ZEL_Template *templatePtr, ZEL_ParmList *list, const ZEL_Kind &kind,
+             std::size_t place);
 
     struct InstanceDeleter
     {

@@ -24,9 +24,15 @@
 
 ZEL_Instance::Rare::Rare() = default;
 
-ZEL_Instance::Rare::~Rare()
+ZEL_Instance::Rare::~Rare() = default;
+
+/// Only while nothing else uses the instance any more.
+void ZEL_Instance::freeRare()
 {
-    KIT_SmallObjectAllocator::deallocate(channels, 0);
+    if (Rare *record = rare()) {
+        KIT_SmallObjectAllocator::deallocate(record->channels, slotBytes());
+        delete record;
+    }
 }
 
 ZEL_Instance::ZEL_Instance(ZEL_Template *templatePtr, ZEL_Parm *parm)
@@ -58,7 +64,7 @@ ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
             }
         }
     } catch (...) {
-        delete rare();
+        freeRare();
         throw;
     }
 }
@@ -68,11 +74,11 @@ ZEL_Instance::~ZEL_Instance()
     ZEL_InstanceWatch::forget(this);
     leavePropagations();
     clearSendExtra();
-    if (const Rare *record = rare()) {
-        destroyMicroNodes();
+    destroyMicroNodes();
+    if (rare()) {
         clearAndDestroyChannels();
-        delete record;
     }
+    freeRare();
 }
 
 /// Keeps the parameter: by its place if it lies before this object.

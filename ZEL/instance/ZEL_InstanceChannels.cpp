@@ -130,9 +130,8 @@ TRK_Channel **ZEL_Instance::makeSlots()
 {
     Rare &record = makeRare();
     if (!record.channels) {
-        const std::size_t bytes = sizeof(TRK_Channel *) * std::size_t(getVectorSize());
-        void *const memory = KIT_SmallObjectAllocator::allocate(bytes);
-        record.channels = static_cast<TRK_Channel **>(std::memset(memory, 0, bytes));
+        void *const memory = KIT_SmallObjectAllocator::allocate(slotBytes());
+        record.channels = static_cast<TRK_Channel **>(std::memset(memory, 0, slotBytes()));
         moveValuesApart();
     }
     return record.channels;

@@ -73,8 +73,4 @@ struct ZEL_Kind
     static const ZEL_Kind &find(const ZEL_Type &type);
     /// What makes the instance of a description: the multi-parameters are a kind here, too.
     static const ZEL_Kind &findMaker(const ZEL_Template &description);
-    static std::size_t instanceBytes(const ZEL_Template &description)
-    {
-        return findMaker(description).bytes(description);
-    }
 };

@@ -51,10 +51,11 @@ ZEL_Parm::ZEL_Parm(const ZEL_Parm *source, ZEL_ParmList *list) : myParmList(list
     }
 }
 
-ZEL_Parm::ZEL_Parm(ZEL_Template *templatePtr, ZEL_ParmList *list, std::size_t place)
+ZEL_Parm::ZEL_Parm(ZEL_Template *templatePtr, ZEL_ParmList *list, const ZEL_Kind &kind,
+                   std::size_t place)
     : myParmList(list)
 {
-    myInstance.reset(ZEL_Kind::findMaker(*templatePtr).makeIn(this + 1, templatePtr, this));
+    myInstance.reset(kind.makeIn(this + 1, templatePtr, this));
     myInstance->setPlace(place);
 }
 

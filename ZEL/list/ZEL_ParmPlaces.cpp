@@ -10,6 +10,7 @@
 struct ZEL_ParmPlaces::Block
 {
     std::uint32_t held;
+    std::uint32_t bytes;
 };
 
 namespace
@@ -39,22 +40,18 @@ ZEL_ParmPlaces::~ZEL_ParmPlaces()
     release(myBlock);
 }
 
-std::size_t ZEL_ParmPlaces::placeBytes(const ZEL_Template &description)
+std::size_t ZEL_ParmPlaces::placeBytes(const ZEL_Template &description, const ZEL_Kind &kind)
 {
-    const std::size_t bytes = ZEL_Kind::instanceBytes(description);
+    const std::size_t bytes = kind.bytes(description);
     const std::size_t rounded = (sizeof(ZEL_Parm) + bytes + theUnit - 1) / theUnit * theUnit;
     return bytes != 0 && rounded + theLineSize <= theMostBytes ? rounded : 0;
 }
 
-/// Starts a block for the next parameters. False if the next one has no place in any.
-bool ZEL_ParmPlaces::open()
+/// Starts a block for the next parameter, which takes so many bytes, and those after it.
+void ZEL_ParmPlaces::open(std::size_t bytes)
 {
-    std::size_t bytes = placeBytes(*myNext);
-    if (bytes == 0) {
-        return false;
-    }
     for (const ZEL_Template *each = myNext + 1; each != myEnd; ++each) {
-        const std::size_t more = placeBytes(*each);
+        const std::size_t more = placeBytes(*each, ZEL_Kind::findMaker(*each));
         if (theLineSize + bytes + more > theMostBytes) {
             break;
         }
@@ -63,23 +60,26 @@ bool ZEL_ParmPlaces::open()
     release(myBlock);
     myBlock = nullptr;
     myUsed = firstPlace(bytes);
-    myCapacity = myUsed + bytes;
-    myBlock = static_cast<Block *>(KIT_SmallObjectAllocator::allocate(myCapacity));
+    const std::size_t all = myUsed + bytes;
+    myBlock = static_cast<Block *>(KIT_SmallObjectAllocator::allocate(all));
     myBlock->held = 1;
-    return true;
+    myBlock->bytes = std::uint32_t(all);
 }
 
 ZEL_OwnedParm ZEL_ParmPlaces::make(ZEL_ParmList *list)
 {
     ZEL_Template *const description = myNext;
-    const std::size_t bytes = placeBytes(*description);
-    if (bytes == 0 || ((!myBlock || myUsed + bytes > myCapacity) && !open())) {
-        ++myNext;
-        return ZEL_OwnedParm(new ZEL_Parm(description, list));
+    const ZEL_Kind &kind = ZEL_Kind::findMaker(*description);
+    const std::size_t bytes = placeBytes(*description, kind);
+    if (bytes != 0 && (!myBlock || myUsed + bytes > myBlock->bytes)) {
+        open(bytes);
     }
     ++myNext;
+    if (bytes == 0) {
+        return ZEL_OwnedParm(new ZEL_Parm(description, list));
+    }
     char *const at = reinterpret_cast<char *>(myBlock) + myUsed;
-    ZEL_Parm *const parm = new (static_cast<void *>(at)) ZEL_Parm(description, list, myUsed);
+    ZEL_Parm *const parm = new (static_cast<void *>(at)) ZEL_Parm(description, list, kind, myUsed);
     myUsed += bytes;
     ++myBlock->held;
     return ZEL_OwnedParm(parm);
@@ -101,6 +101,6 @@ void ZEL_ParmPlaces::destroy(ZEL_Parm *parm)
 void ZEL_ParmPlaces::release(Block *block)
 {
     if (block && --block->held == 0) {
-        KIT_SmallObjectAllocator::deallocate(block, 0);
+        KIT_SmallObjectAllocator::deallocate(block, block->bytes);
     }
 }

@@ -16,6 +16,8 @@
 
 #include <cstddef>
 
+struct ZEL_Kind;
+
 class ZEL_ParmPlaces
 {
 public:
@@ -34,13 +36,13 @@ public:
 private:
     struct Block;
 
-    bool open();
-    static std::size_t placeBytes(const ZEL_Template &description);
+    void open(std::size_t bytes);
+    /// 0 for one that has no place in a block.
+    static std::size_t placeBytes(const ZEL_Template &description, const ZEL_Kind &kind);
     static void release(Block *block);
 
     ZEL_Template *myNext;
     ZEL_Template *myEnd;
-    Block *myBlock = nullptr;   // held as if a parameter more were in it
-    std::size_t myUsed = 0;     // bytes of the block
-    std::size_t myCapacity = 0; // bytes
+    Block *myBlock = nullptr; // held as if a parameter more were in it
+    std::size_t myUsed = 0;   // bytes of the block
 };

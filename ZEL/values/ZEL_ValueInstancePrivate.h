@@ -50,7 +50,7 @@ void ZEL_ValueInstance::moveNumbersApart(Numbers<T> &numbers)
     if (testFlag(VALUES_OWNED)) {
         return;
     }
-    const int size = std::max(getVectorSize(), 1);
+    const int size = getVectorSize();
     const std::size_t bytes = sizeof(T) * std::size_t(size);
     T *const apart = static_cast<T *>(KIT_SmallObjectAllocator::allocate(bytes));
     std::copy(dataOf(numbers), dataOf(numbers) + size, apart);
