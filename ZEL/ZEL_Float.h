@@ -134,8 +134,8 @@ private:
     /// The packets of a float without channels, label and masks, in one piece. False, with nothing
     /// written, for all others.
     bool savePlainBinary(KIT_ByteBuffer &out) const;
-    /// Reads what saveAscii() writes for a float without channels and options, up to four components.
-    /// False, with nothing read, for anything else.
+    /// For a float without rare state: reads what is saved of up to four components without channels
+    /// and options. False, with nothing read, for anything else.
     bool loadPlainAscii(KIT_IStream &is);
     bool loadAscii(KIT_IStream &is, HeldChannels &held, unsigned &keyMask);
     Entry loadAsciiEntry(KIT_IStream &is, std::string_view word, int index, HeldChannels &held);

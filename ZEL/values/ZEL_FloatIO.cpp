@@ -188,8 +188,7 @@ bool ZEL_Float::load(KIT_IStream &is)
     HeldChannels held(getVectorSize());
     ZEL_ValueFrames::holdAllChannels(*this, held);
     unsigned keyMask = 0;
-    const bool loaded =
-        is.isBinary() ? loadPlainBinary(is) || loadBinary(is) : loadAscii(is, held, keyMask);
+    const bool loaded = is.isBinary() ? loadBinary(is) : loadAscii(is, held, keyMask);
     // Only files of an old version contain the mask of components to key.
     for (int i = 0; keyMask != 0 && i < getVectorSize(); ++i) {
         if ((keyMask & bit(i)) && getChannel(i)) {
@@ -299,7 +298,6 @@ bool ZEL_Float::loadPlainBinary(KIT_IStream &is)
     }
     const std::int64_t after = is.tellg() + (at + 1 - rest.data());
     at = rest.data() + sizeof(thePlainHead);
-    setLockedField(0);
     for (int i = 0; i < size; ++i) {
         const bool isWide = *at == theWideValue;
         BASstore(values()[i], isWide ? KIT_ByteBuffer::numberAt<double>(at + 1)

@@ -342,11 +342,6 @@ bool KIT_IStream::readText(std::string_view &text)
     return true;
 }
 
-namespace
-{
-constexpr uint64_t theLongTextAfter = KIT_ByteBuffer::theLongTextAfter;
-}
-
 bool KIT_IStream::readTextAfter(KIT_WorkBuffer &text)
 {
     constexpr bool binary = true;
@@ -358,8 +353,8 @@ bool KIT_IStream::readTextAfter(KIT_WorkBuffer &text)
         return false;
     }
     const size_t shared = static_cast<size_t>(head) >> 4;
-    uint64_t length = static_cast<uint64_t>(head) & theLongTextAfter;
-    if (length == theLongTextAfter && !readLength(length)) {
+    uint64_t length = static_cast<uint64_t>(head) & KIT_ByteBuffer::theLongTextAfter;
+    if (length == KIT_ByteBuffer::theLongTextAfter && !readLength(length)) {
         return false;
     }
     if (shared > text.length() || length > static_cast<uint64_t>(remaining())) {

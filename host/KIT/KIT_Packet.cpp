@@ -192,15 +192,21 @@ bool KIT_Packet::refuse(KIT_IStream &stream, const char *reason)
 // ------------------------------------------------------------------ //
 // Classes
 
-const uint8_t *KIT_PacketHeader::theNumbers = nullptr;
 uint16_t KIT_PacketHeader::theClasses[256] = {};
 
 void KIT_PacketHeader::setClassNumber(int number, int classId)
 {
-    static uint8_t theNumberOf[65536];
-    theNumbers = theNumberOf;
-    theNumberOf[classId & 0xffff] = static_cast<uint8_t>(number);
     theClasses[number & 0xff] = static_cast<uint16_t>(classId);
+}
+
+uint8_t KIT_PacketHeader::classNumber(int classId)
+{
+    for (int number = 1; theClasses[number] != 0; ++number) {
+        if (theClasses[number] == classId) {
+            return static_cast<uint8_t>(number);
+        }
+    }
+    return 0;
 }
 
 int KITgetClassPacketID(const char *className)

@@ -54,17 +54,14 @@ struct KIT_API KIT_PacketHeader
         return size == ZERO_1 ? 1 : size == ZERO_4 ? 4 : size == ZERO_12 ? 12 : 0;
     }
 
-    /// Gives a class a number from 1 to 255, for all streams: a number is never given again.
+    /// Gives a class a number from 1 to 254, for all streams: numbers have no gaps, and none is given
+    /// again.
     static void setClassNumber(int number, int classId);
     /// 0 for a class without one.
-    static uint8_t classNumber(int classId)
-    {
-        return theNumbers ? theNumbers[classId & 0xffff] : 0;
-    }
+    static uint8_t classNumber(int classId);
     /// 0, which is no class, for a number that wasn't given.
     static uint16_t classOf(uint8_t number) { return theClasses[number]; }
 
 private:
-    static const uint8_t *theNumbers; // 65,536 of them
-    static uint16_t theClasses[256];
+    static uint16_t theClasses[256]; // the ids by number, from 1 without gaps; the last is 0
 };
