@@ -109,7 +109,7 @@ void TRK_Collection::deleteChannel(TRK_Channel *channel, bool byItsHolder)
     for (TRK_ValueSource *listener : myListeners) {
         listener->channelDeleted(channel);
     }
-    // Who raised the event that a handler answers may still use the channel.
+    // The call that raised the event which a handler answers may still use the channel.
     TRKgetEventManager().channelDestroyed(channel);
     channel->myCollection = nullptr;
     channel->myNextDeleted = myDeleted;

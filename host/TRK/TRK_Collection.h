@@ -58,7 +58,7 @@ public:
     /// Destroys a channel of this collection; ignores others and null. With \p byItsHolder a channel
     /// that has one holder is marked as held by none before the listeners are told. What a handler of
     /// channel events deletes is gone at once, but its memory stays until a channel is made or deleted
-    /// outside of handlers: whoever raised the event may use it to the end of his call.
+    /// outside of handlers: the call that raised the event may use it to its end.
     void deleteChannel(TRK_Channel *channel, bool byItsHolder = false);
     /// False if the name is invalid or used by another channel. The creation order stays.
     bool renameChannel(TRK_Channel *channel, const KIT_StringRef &newName);
