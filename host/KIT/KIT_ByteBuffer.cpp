@@ -152,8 +152,6 @@ void KIT_ByteBuffer::finishPacket(const Packet &packet)
         setSize(packet, KIT_PacketHeader::EMPTY);
         --myEnd;
         myInSeries = myInSeries && !packet.isLast;
-    } else if (length <= UINT8_MAX) {
-        myData[packet.payload - 1] = static_cast<char>(length);
     } else {
         widenLength(packet, length);
     }
