@@ -8,6 +8,7 @@
 #include <KIT/KIT_JSONValueMap.h>
 #include <KIT/KIT_JSONWriter.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <common/Repeated.h>
 
 #include <cstdio>
 #include <string>
@@ -55,13 +56,4 @@ inline std::string rewrittenJson(const std::string &bytes, bool binary = false)
         return writtenJson(value, binary);
     }
     return value.getType() == KIT_JSONValue::JSON_NULL ? "refused" : "refused, with a value";
-}
-
-inline std::string repeated(const std::string &text, int count)
-{
-    std::string all;
-    for (int i = 0; i < count; ++i) {
-        all += text;
-    }
-    return all;
 }

@@ -16,6 +16,7 @@
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_DataFactory.h>
 #include <node/ZELX_Node.h>
+#include <persistence/StreamList.h>
 
 #include <gtest/gtest.h>
 
@@ -117,14 +118,11 @@ public:
     }
     std::string save(bool binary, bool compact = false)
     {
-        std::ostringstream os;
-        list().save(os, binary, compact);
-        return os.str();
+        return savedList(list(), binary, compact);
     }
     bool load(const std::string &data, bool binary)
     {
-        KIT_IStream is(data.data(), data.size(), binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
-        return list().load(is, "stream", nullptr);
+        return loadList(list(), data, binary, "stream");
     }
 
 private:

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <BAS/BAS_Allocate.h>
+#include <DS/DS_Stream.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
@@ -62,6 +63,16 @@ struct WorkType
         tryPlace;
 };
 
+/// Runs `work(n)` for each n until it says that no allocation was refused.
+template <class Work>
+void untilNoneIsRefused(const Work &work)
+{
+    long n = 0;
+    while (work(n)) {
+        ++n;
+    }
+}
+
 /// How large works are: 1 in the tests.
 int refusalScale();
 /// Every place of the work, both ways.
@@ -75,6 +86,15 @@ void useList(ZEL_ParmList &list);
 std::string componentText(const ZEL_ParmList &list, int parmIndex, int index, Texts texts);
 /// The list in its order; "!" after a name that doesn't find its parameter.
 std::string textOf(const ZEL_ParmList &list, Texts texts);
+
+/// Has the reader parse a script; `more` are arguments behind the stream.
+template <class Reader, class... More>
+bool parseScript(Reader &reader, const std::string &script, const More &...more)
+{
+    KIT_IStream memory(script.data(), script.size(), KIT_IStream::TEXT);
+    DS_Stream stream(memory, "refused", true);
+    return reader.parse(stream, more...) != 0;
+}
 
 template <class Work>
 auto useWork(Work &work, int) -> decltype(useList(*work.list))

@@ -6,7 +6,14 @@
 #include <DS/DS_DisableInfo.h>
 #include <DS/DS_ParmInfo.h>
 #include <DS/DS_ScriptReader.h>
+#include <KIT/KIT_ByteBuffer.h>
+#include <KIT/KIT_OByteStream.h>
+#include <KIT/KIT_WorkBuffer.h>
+#include <STO/STO_Writer.h>
+#include <ZEL/ZEL_BatchParm.h>
 #include <ZEL/ZEL_Item.h>
+#include <ZEL/ZEL_KeyValueDictDataItem.h>
+#include <ZEL/ZEL_NameTable.h>
 #include <ZEL/ZEL_PresetInfo.h>
 #include <node/ZELX_Node.h>
 #include <node/ZELX_UndoStack.h>
@@ -16,6 +23,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <memory>
 #include <string>
 
@@ -124,25 +132,14 @@ struct ReplacingAList : Points
     }
 };
 
-/// Multi-parameters: grown.
-struct GrowingItems : Points
-{
-    GrowingItems() { build(); }
-    bool run()
-    {
-        setCount(3.0 * refusalScale());
-        setCount(2, "in2");
-        return true;
-    }
-};
-
-/// Multi-parameters: an item inserted and another one removed.
+/// Multi-parameters: grown, an item inserted and another one removed.
 struct MovingItems : Points
 {
     MovingItems() { build(); }
     bool run()
     {
-        setCount(2);
+        setCount(1.0 + refusalScale());
+        setCount(2, "in2");
         set("at1", 1);
         set("at2", 2);
         multi().insertInstanceBefore(1);
@@ -242,9 +239,7 @@ struct BuildingAScript
         list.reset();
         templates.reset();
         page = std::make_unique<ZEL_ScriptPage>();
-        KIT_IStream memory(theScript.data(), theScript.size(), KIT_IStream::TEXT);
-        DS_Stream stream(memory, "refused", true);
-        const bool isRead = page->parse(stream, true, nullptr, false, true, 0) != 0;
+        const bool isRead = parseScript(*page, theScript, true, nullptr, false, true, 0);
         templates.reset(new ZEL_Template[std::size_t(page->computeTemplateSize()) + 1]);
         ZEL_ScriptImports *imports = nullptr;
         int count = 0;
@@ -271,9 +266,7 @@ struct MakingRecords
             "bindselector t d p mask 3 m 1 bindselectorreserved parm t d p 1 0 mask 2 m 1\n"
             "group { name g label \"Group with a long label\" parm { name a type string\n"
             " menu { m M n N } parmtag { a b } parmtag { c d } bindhandle a t l d s } } }\n";
-        KIT_IStream memory(theScript.data(), theScript.size(), KIT_IStream::TEXT);
-        DS_Stream stream(memory, "refused", true);
-        EXPECT_TRUE(reader.parse(stream));
+        EXPECT_TRUE(parseScript(reader, theScript));
     }
     bool run()
     {
@@ -341,7 +334,6 @@ std::string UsingPresets::theFolder, UsingPresets::theFirst;
 REFUSE_EACH(MakingAList)
 REFUSE_EACH(LoadingAList)
 REFUSE_EACH(ReplacingAList)
-REFUSE_EACH(GrowingItems)
 REFUSE_EACH(MovingItems)
 REFUSE_EACH(ReplacingSpares)
 REFUSE_EACH(UndoingAChange)
@@ -358,15 +350,116 @@ TEST(RefusedMemory, AllRecordsAreCounted)
 
 TEST(RefusedMemory, AConditionOfTheWriterHasAValueForEachName)
 {
-    bool isRefused = true;
-    for (long n = 0; isRefused; ++n) {
+    untilNoneIsRefused([](long n) {
         DS_DisableInfo info;
-        isRefused = runRefused(n, Refusal::ONE, [&] {
-                        info.addInfo("name", "value");
-                        return true;
-                    }).refused;
+        const auto add = [&] {
+            info.addInfo("name", "value");
+            return true;
+        };
+        const bool isRefused = runRefused(n, Refusal::ONE, add).refused;
         EXPECT_EQ(info.getParmNames().size(), info.getValues().size()) << n;
         EXPECT_EQ(info.entries(), isRefused ? 0 : 1) << n;
+        return isRefused;
+    });
+}
+
+TEST(RefusedMemory, AStreamFailsAndATextIsCounted)
+{
+    const std::string large(100000, 'x');
+    untilNoneIsRefused([&](long n) {
+        KIT_ByteBuffer bytes;
+        KIT_OByteStream os(bytes);
+        KIT_WorkBuffer buffer;
+        const Refused written =
+            runRefused(n, Refusal::ALL_FROM, [&] { return bool(os << large << large); });
+        EXPECT_EQ(os.fail(), written.refused) << n;
+        EXPECT_EQ(bytes.isGood(), !written.refused) << n;
+        const Refused appended = runRefused(n, Refusal::ALL_FROM, [&] {
+            buffer.append(large);
+            buffer.append(large);
+            return true;
+        });
+        EXPECT_EQ(appended.lost, appended.refused) << n;
+        return written.refused || appended.refused;
+    });
+    KIT_StringHolder copy;
+    const std::uint64_t before = BASfailedAllocations();
+    runRefused(0, Refusal::ALL_FROM, [&] {
+        copy = KIT_StringHolder(large);
+        return true;
+    });
+    EXPECT_TRUE(copy.isNull());
+    EXPECT_EQ(BASfailedAllocations(), before + 1);
+}
+
+TEST(RefusedMemory, ABatchParameterHasAllItsSlotsOrNone)
+{
+    for (const ZEL_BatchType type : {ZEL_BATCH_INT, ZEL_BATCH_REAL, ZEL_BATCH_STRING}) {
+        untilNoneIsRefused([&](long n) {
+            ZEL_BatchParm parm;
+            EXPECT_TRUE(parm.init("p", type, 3, nullptr));
+            bool done = false;
+            const auto init = [&] { return done = parm.init("p", type, 1000, nullptr); };
+            const bool isRefused = runRefused(n, Refusal::ONE, init).refused;
+            EXPECT_EQ(done, !isRefused) << n;
+            EXPECT_EQ(parm.getVectorSize(), isRefused ? 0 : 1000) << n;
+            EXPECT_TRUE(parm.init("p", type, 3, nullptr) && parm.getVectorSize() == 3);
+            return isRefused;
+        });
+    }
+}
+
+TEST(RefusedMemory, ATableThatCantGrowIsAsItWas)
+{
+    ZEL_NameTable table;
+    const auto name = [](int i) { return KIT_StringHolder(("name" + std::to_string(i)).c_str()); };
+    for (int i = 0; i < 100; ++i) {
+        table.insert(name(i), i);
+    }
+    const std::uint32_t capacity = table.capacity();
+    const auto grow = [&] {
+        table.reserve(100000);
+        return true;
+    };
+    EXPECT_TRUE(runRefused(0, Refusal::ALL_FROM, grow).reported);
+    EXPECT_EQ(table.capacity(), capacity);
+    EXPECT_EQ(table.entries(), 100u);
+    table.insert(name(100), 100);
+    for (int i = 0; i < 200; ++i) {
+        EXPECT_EQ(table.find(name(i)), i <= 100 ? i : -1);
+    }
+}
+
+/// An item that some text of it gets no memory for.
+struct CutItem : ZEL_KeyValueDictDataItem
+{
+    bool saveAscii(std::ostream &os) const override
+    {
+        BASnoteFailedAllocation();
+        return ZEL_KeyValueDictDataItem::saveAscii(os);
+    }
+    bool saveBinary(std::ostream &os) const override
+    {
+        BASnoteFailedAllocation();
+        return ZEL_KeyValueDictDataItem::saveBinary(os);
+    }
+};
+
+TEST(RefusedMemory, TheStreamOfASavedListFails)
+{
+    OneParm one(ZEL_KEY_VALUE_DICT, 1);
+    one.build();
+    for (const bool binary : {false, true}) {
+        std::ostringstream whole, cut;
+        one.list->save(whole, binary, false);
+        EXPECT_TRUE(whole.good());
+        one.instance->setValue(0.0, std::make_shared<CutItem>(), false, 0, ZEL_ADDKEY_PENDING,
+                               ZEL_KEYSET_PREFERENCE);
+        EXPECT_EQ(takeMessages(), "");
+        one.list->save(cut, binary, false);
+        EXPECT_TRUE(cut.fail());
+        EXPECT_NE(takeMessages(), "");
+        one.list->revertToDefaults(0.0);
     }
 }
 
@@ -380,6 +473,18 @@ TEST_F(RefusedMemoryFolders, UsingPresets)
     EXPECT_EQ(last.text(Texts::READ), "t=5 words= first second ");
 }
 
+TEST_F(RefusedMemoryFolders, AFileOfWhichSomeWasLostReplacesNone)
+{
+    const std::string path = in("a/kept");
+    writeFile(path, "old");
+    STO_Writer writer(path.c_str());
+    *writer.getStream() << "new";
+    BASnoteFailedAllocation();
+    EXPECT_FALSE(writer.close());
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(readFile(path), "old");
+}
+
 TEST(RefusedMemory, DestroyingTakesNone)
 {
     const auto destroy = [](auto &work) {
@@ -389,7 +494,7 @@ TEST(RefusedMemory, DestroyingTakesNone)
         };
         EXPECT_FALSE(runRefused(0, Refusal::ALL_FROM, reset).refused);
     };
-    GrowingItems items;
+    MovingItems items;
     items.run();
     items.animate("t", "3", 1);
     destroy(items);

@@ -6,16 +6,13 @@
 #include "FaultNode.h"
 
 #include <DS/DS_Command.h>
-#include <KIT/KIT_AutoJSONParser.h>
-#include <KIT/KIT_JSONValue.h>
-#include <KIT/KIT_JSONWriter.h>
 #include <KIT/KIT_Ramp.h>
-#include <KIT/KIT_WorkBuffer.h>
 #include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_BatchList.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_FileMenu.h>
 #include <ZEL/ZEL_RampUtils.h>
+#include <common/Repeated.h>
 #include <menus/MenuScene.h>
 #include <micronodes/MicroNodeList.h>
 #include <node/ZELX_NodeGraph.h>
@@ -25,23 +22,10 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace
 {
-
-std::string repeated(const std::string &text)
-{
-    std::string all;
-    for (int i = 0; i < refusalScale(); ++i) {
-        all += text;
-    }
-    return all;
-}
-
-std::string shownNumber(double value)
-{
-    return KIT_Digits(value).buffer();
-}
 
 // ---------------------------------------------------------------------- //
 // A node with a parameter of each kind
@@ -52,11 +36,7 @@ template <bool isBinary>
 struct ReadingAllKinds
 {
     bool run() { return other.load(saved, isBinary); }
-    std::string text(Texts texts)
-    {
-        std::string all = textOf(other.list(), texts) + other.channels();
-        return all;
-    }
+    std::string text(Texts texts) { return textOf(other.list(), texts) + other.channels(); }
     static const std::string saved;
     FaultNode other{1, 3};
     ZEL_ParmList *list = &other.list();
@@ -136,7 +116,7 @@ struct KeepingData : OneParm
     {
         const std::string json =
             "{\"a key of a certain length\":[1,2.5,\"two\",null,{\"b\":true}]" +
-            repeated(",\"more\":\"a text of a certain length\"") + "}";
+            repeated(",\"more\":[[[\"a text of a certain length\"]]]", refusalScale()) + "}";
         KIT_IStream is(json.data(), json.size(), KIT_IStream::TEXT);
         const std::shared_ptr<const ZEL_DataItem> item =
             ZEL_DataFactory::parseAscii("key_value_dict", is);
@@ -156,37 +136,6 @@ struct KeepingData : OneParm
 };
 REFUSE_EACH(KeepingData)
 
-struct ReadingJson
-{
-    bool run()
-    {
-        const std::string json =
-            "{\"a key of a certain length\":[1,2.5,\"two\",null,{\"b\":true}]" +
-            repeated(",\"more\":[[[\"a text of a certain length\"]]]") + "}";
-        KIT_IStream is(json.data(), json.size(), KIT_IStream::TEXT);
-        KIT_AutoJSONParser parser(is);
-        written.clear();
-        KIT_JSONValue value;
-        bool done = value.parseValue(parser);
-        for (const bool binary : {false, true}) {
-            KIT_WorkBuffer buffer;
-            const auto writer = KIT_JSONWriter::allocWriter(buffer, binary);
-            done = value.save(*writer) && done;
-            const std::string bytes(buffer.buffer(), std::size_t(buffer.length()));
-            KIT_IStream again(bytes.data(), bytes.size(),
-                              binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
-            KIT_AutoJSONParser second(again);
-            KIT_JSONValue same;
-            done = same.parseValue(second) && done;
-            written += bytes;
-        }
-        return done;
-    }
-    std::string text(Texts) { return written; }
-    std::string written;
-};
-REFUSE_EACH(ReadingJson)
-
 struct MakingABatch
 {
     MakingABatch() { takeMessages(); }
@@ -198,24 +147,9 @@ struct MakingABatch
         for (int i = 0; i < 6; ++i) {
             done = batch->addParm("borrowed", types[i % 3], 1 + 3 * i, nullptr) && done;
         }
-        const char *texts[] = {"a text of a certain length",
-                               "b",
-                               "c",
-                               "d",
-                               "e",
-                               "f",
-                               "g",
-                               "h",
-                               "i",
-                               "j",
-                               "k",
-                               "l",
-                               "m",
-                               "n",
-                               "o",
-                               "p"};
+        const std::vector<const char *> texts(16, "a text of a certain length");
         for (int i = 2; i < batch->entries(); i += 3) {
-            done = (*batch)(i)->setValue(texts) && done;
+            done = (*batch)(i)->setValue(texts.data()) && done;
         }
         for (int i = 0; i < batch->entries(); ++i) {
             batch->setEvaluator(i);
@@ -278,7 +212,8 @@ struct ReadingAMenuFile
     bool run()
     {
         const std::string lines = repeated("a.pic \"A picture of a certain length\"\n"
-                                           "b.pic 'B' # comment\n-\nc\n");
+                                           "b.pic 'B' # comment\n-\nc\n",
+                                           refusalScale());
         KIT_IStream is(lines.data(), lines.size(), KIT_IStream::TEXT);
         menu = std::make_unique<ZEL_FileMenu>(ZEL_FileMenu::IMAGE);
         menu->readRows(is);
@@ -351,9 +286,7 @@ struct RunningACommand
             " parm { name c option -c type color range { 0! 1! } }"
             " parm { name p type string } }";
         command = std::make_unique<DS_Command>("a file of a certain length");
-        KIT_IStream memory(theScript.data(), theScript.size(), KIT_IStream::TEXT);
-        DS_Stream stream(memory, "s", true);
-        if (!command->parse(stream) || !command->isValid()) {
+        if (!parseScript(*command, theScript) || !command->isValid()) {
             return false;
         }
         command->setCommand(
@@ -388,10 +321,8 @@ struct RewritingAScript
             "parm { name s type string menu { [ \"names = ['a', 'a label of some length']\" ]\n"
             " [ \"return names\" ] language python } }\n"
             "multiparm { name m label M parm { name c# type toggle } } }\n";
-        KIT_IStream memory(theScript.data(), theScript.size(), KIT_IStream::TEXT);
-        DS_Stream stream(memory, "s", true);
         DS_ScriptReader reader("s.ds");
-        if (!reader.parse(stream)) {
+        if (!parseScript(reader, theScript)) {
             return false;
         }
         std::ostringstream os;
@@ -443,7 +374,7 @@ struct KeepingChannels
             const TRK_Channel *const channel = channels.getChannel(i);
             const KIT_StringHolder &name = channel->getName();
             all += name.nonNullStr() + std::string(channels.getChannel(name) == channel ? "" : "!");
-            all += "=" + shownNumber(channels.evaluate(channel, 0.5, false, BASgetSTID())) + " ";
+            all += "=" + number(channels.evaluate(channel, 0.5, false, BASgetSTID())) + " ";
         }
         std::ostringstream os;
         channels.save(os);
@@ -625,7 +556,8 @@ struct AskingConditions : MultiList
         condition = std::make_unique<ZEL_Conditional>(ZEL_CONDTYPE_DISABLE);
         shown.clear();
         const std::string text =
-            repeated("{ n# == 1 s# != \"a text of a certain length\" } ") + "{ s ~= a+b n < 1 }";
+            repeated("{ n# == 1 s# != \"a text of a certain length\" } ", refusalScale()) +
+            "{ s ~= a+b n < 1 }";
         const bool isRead = condition->setListFromString(text.c_str(), message);
         KIT_ValArray<int> numbers;
         numbers.append(12345);
