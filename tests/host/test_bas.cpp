@@ -168,24 +168,9 @@ TEST(Number, Integers)
 TEST(Number, DigitsAreTheShortestThatReadBackToTheSameBits)
 {
     std::mt19937_64 random(20);
-    const double edges[] = {0.0,
-                            -0.0,
-                            0.001,
-                            1e-4,
-                            1e-6,
-                            1e5,
-                            1e6,
-                            12e6,
-                            999999,
-                            -1e6,
-                            1e9,
-                            1e14,
-                            1e15,
-                            1e20,
-                            0.3,
-                            1e-15,
-                            999999999.999999,
-                            1.7976931348623157e308};
+    const double edges[] = {
+        0.0,  -0.0, 0.001, 1e-4, 1e-6, 1e5, 1e6,   12e6,       999999,
+        -1e6, 1e9,  1e14,  1e15, 1e20, 0.3, 1e-15, 1e9 - 1e-6, std::numeric_limits<double>::max()};
     const double steps[] = {1.0, 10.0, 1000.0, 1e6, 1e7};
     for (size_t i = 0; i < 140000; i++) {
         // Any bits, numbers below the normal ones, and numbers as people type them.

@@ -1,4 +1,4 @@
-// The text form of channels: round trips, exact consumption, bad input, failing streams.
+// The text form of channels: round trips, exact consumption, bad input.
 
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <random>
 #include <sstream>
@@ -217,38 +216,11 @@ TEST(ChannelFiles, BadInputNamesItsLine)
     }
 }
 
-TEST(ChannelFiles, EveryCutAndEveryFailedWriteIsReported)
+TEST(ChannelFiles, EveryCutIsReported)
 {
     const std::string text = theSample;
-    const size_t end = text.rfind('}') + 1;
-    for (size_t length = 0; length < end; ++length) {
+    for (size_t length = 0; length <= text.rfind('}'); ++length) {
         TRK_Collection collection;
         EXPECT_NE(message(text.substr(0, length), collection), "") << length;
-    }
-
-    /// Takes so many bytes and no more.
-    class Full : public std::streambuf
-    {
-    public:
-        explicit Full(size_t room) : myRoom(room) {}
-
-    protected:
-        int_type overflow(int_type c) override { return myRoom-- > 0 ? c : traits_type::eof(); }
-        std::streamsize xsputn(const char *, std::streamsize count) override
-        {
-            return std::min(count, static_cast<std::streamsize>(myRoom));
-        }
-
-    private:
-        size_t myRoom;
-    };
-    TRK_Collection collection;
-    ASSERT_EQ(message(text, collection), "");
-    for (size_t room : {size_t(0), size_t(1), text.size() / 2, text.size() - 1}) {
-        KIT_ErrorManager::Scope scope(0);
-        Full buffer(room);
-        std::ostream out(&buffer);
-        EXPECT_FALSE(collection.save(out)) << room;
-        EXPECT_GT(scope.getManager().entries(), 0) << room;
     }
 }

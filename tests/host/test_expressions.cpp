@@ -4,6 +4,7 @@
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_Expression.h>
 #include <TRK/TRK_Manager.h>
+#include <common/Repeated.h>
 
 #include <gtest/gtest.h>
 
@@ -19,17 +20,24 @@ namespace
 
 constexpr int theThread = 7;
 
+/// The number of the first error since the last call.
+int takeErrNo()
+{
+    const int error = EVL::theErrNo[theThread];
+    EVL::theErrNo[theThread] = EVL::EVL_OK;
+    return error;
+}
+
 /// The text of an expression's value at a time, with "!" and the error's number if it failed.
 std::string value(const std::string &expression, const TRK_Collection *collection = nullptr,
                   double time = 0.5)
 {
-    EVL::theErrNo[theThread] = 0;
     KIT_String out;
     TRK_Expression::evaluateTextString(expression.c_str(), time, collection, theThread, out);
-    const int error = EVL::theErrNo[theThread];
+    const int error = takeErrNo();
     const double number =
         TRK_Expression::evaluateTextNumber(expression.c_str(), time, collection, theThread);
-    EVL::theErrNo[theThread] = 0;
+    EXPECT_EQ(takeErrNo(), error) << expression;
     if (error != 0) {
         EXPECT_EQ(number, 0.0) << expression;
         EXPECT_STREQ(out.c_str(), "") << expression;
@@ -175,23 +183,16 @@ TEST(Expressions, ErrorsGiveZeroAndTheirNumber)
 
 TEST(Expressions, LimitsEndInTheDepthError)
 {
-    const auto repeat = [](const char *text, int count) {
-        std::string out;
-        while (count-- > 0) {
-            out += text;
-        }
-        return out;
-    };
-    EXPECT_EQ(value(repeat("(", 150) + "1" + repeat(")", 150)), "1");
-    EXPECT_EQ(value(repeat("(", 100000 / 2) + "1"), "!7");
-    EXPECT_EQ(value(repeat("-", 50000) + "1"), "!7");
-    EXPECT_EQ(value("1" + repeat("^1", 30000)), "!7");
-    EXPECT_EQ(value("1" + repeat("?1:1", 1000)), "!7");
-    EXPECT_EQ(value(repeat("max(1,1,1,", 100) + "1" + repeat(")", 100)), "!7"); // slots
-    EXPECT_EQ(value("1" + repeat("+1", 20000)), "20001");                       // no nesting
-    EXPECT_EQ(value("1" + repeat("+1", 40000)), "!7");                          // length
-    EXPECT_EQ(value("min(1" + repeat(",1", 254) + ")"), "1");
-    EXPECT_EQ(value("min(1" + repeat(",1", 255) + ")"), "!6");
+    EXPECT_EQ(value(repeated("(", 150) + "1" + repeated(")", 150)), "1");
+    EXPECT_EQ(value(repeated("(", 100000 / 2) + "1"), "!7");
+    EXPECT_EQ(value(repeated("-", 50000) + "1"), "!7");
+    EXPECT_EQ(value("1" + repeated("^1", 30000)), "!7");
+    EXPECT_EQ(value("1" + repeated("?1:1", 1000)), "!7");
+    EXPECT_EQ(value(repeated("max(1,1,1,", 100) + "1" + repeated(")", 100)), "!7"); // slots
+    EXPECT_EQ(value("1" + repeated("+1", 20000)), "20001");                         // no nesting
+    EXPECT_EQ(value("1" + repeated("+1", 40000)), "!7");                            // length
+    EXPECT_EQ(value("min(1" + repeated(",1", 254) + ")"), "1");
+    EXPECT_EQ(value("min(1" + repeated(",1", 255) + ")"), "!6");
 }
 
 TEST(Expressions, ReferencesAndVariables)
@@ -247,27 +248,23 @@ TEST(Expressions, CyclesEndInZeroAndTheFirstErrorStays)
     TRK_Channel *good = world.add(c, "good", "ch('tx') * 2 + ch('tx')"); // twice is no cycle
     world.add(c, "tx", "4");
     for (TRK_Channel *channel : {self, a}) {
-        EVL::theErrNo[theThread] = 0;
         EXPECT_EQ(c.evaluate(channel, 0, false, theThread), 0.0);
-        EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_CYCLE);
+        EXPECT_EQ(takeErrNo(), EVL::EVL_CYCLE);
     }
-    EVL::theErrNo[theThread] = 0;
     EXPECT_EQ(c.evaluate(good, 0, false, theThread), 12.0);
-    EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_OK);
+    EXPECT_EQ(takeErrNo(), EVL::EVL_OK);
 
     TRK_Channel *broken = world.add(c, "broken", "nope(");
     c.evaluate(broken, 0, false, theThread);
     c.evaluate(a, 0, false, theThread);
-    EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_UNKNOWN_FUNCTION);
-    EVL::theErrNo[theThread] = 0;
+    EXPECT_EQ(takeErrNo(), EVL::EVL_UNKNOWN_FUNCTION);
 
     // Through text, and through a value source that asks the collection again.
     TRK_Channel *text = world.add(c, "text", "chs('text') + 'x'");
     KIT_String out;
     EXPECT_FALSE(c.evaluateString(out, text, 0, theThread));
     EXPECT_STREQ(out.c_str(), "");
-    EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_CYCLE);
-    EVL::theErrNo[theThread] = 0;
+    EXPECT_EQ(takeErrNo(), EVL::EVL_CYCLE);
 }
 
 TEST(Expressions, ChainsOfChannelsAreBounded)
@@ -281,17 +278,14 @@ TEST(Expressions, ChainsOfChannelsAreBounded)
         world.add(c, name(i).c_str(), (next + " + " + next).c_str());
     }
     world.add(c, name(100).c_str(), "1");
-    EVL::theErrNo[theThread] = 0;
     EXPECT_EQ(c.evaluate(c.getChannel("c90"), 0, false, theThread), 1024.0);
-    EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_OK);
+    EXPECT_EQ(takeErrNo(), EVL::EVL_OK);
     for (const char *start : {"c0", "c50"}) { // too many that wait; too many steps
-        EVL::theErrNo[theThread] = 0;
         EXPECT_EQ(c.evaluate(c.getChannel(start), 0, false, theThread), 0.0);
-        EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_DEPTH);
+        EXPECT_EQ(takeErrNo(), EVL::EVL_DEPTH);
     }
-    EVL::theErrNo[theThread] = 0;
     EXPECT_EQ(c.evaluate(c.getChannel("c90"), 0, false, theThread), 1024.0);
-    EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_OK);
+    EXPECT_EQ(takeErrNo(), EVL::EVL_OK);
 
     // Looking through a text is work by its length: a few of these are read, thousands aren't.
     world.variables["LONG"] = std::string(60000, '0') + "1";
@@ -299,13 +293,11 @@ TEST(Expressions, ChainsOfChannelsAreBounded)
     for (const std::string &bottom : {digits, "atof(" + digits + ")", std::string("$LONG == $LONG"),
                                       "strlen(" + digits + ") > 0"}) {
         c.getChannel("c100")->changeExpression(0, bottom.c_str(), TRK_LANGUAGE_NATIVE, false);
-        EVL::theErrNo[theThread] = 0;
         EXPECT_EQ(c.evaluate(c.getChannel("c97"), 0, false, theThread), 8.0);
-        EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_OK);
+        EXPECT_EQ(takeErrNo(), EVL::EVL_OK);
         EXPECT_EQ(c.evaluate(c.getChannel("c87"), 0, false, theThread), 0.0);
-        EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_DEPTH) << bottom.substr(0, 9);
+        EXPECT_EQ(takeErrNo(), EVL::EVL_DEPTH) << bottom.substr(0, 9);
     }
-    EVL::theErrNo[theThread] = 0;
 }
 
 TEST(Expressions, TextsExpand)
@@ -326,12 +318,11 @@ TEST(Expressions, TextsExpand)
         {"`1+1` $HIP", 1, "`1+1` /show/shot", false},
     };
     for (const auto &[text, flags, result, timeDependent] : cases) {
-        EVL::theErrNo[theThread] = 0;
         KIT_String out;
         const int mask = manager.expandString(text, out, 0.5, &world.collection, theThread, flags);
         EXPECT_STREQ(out.c_str(), result) << text;
         EXPECT_EQ((mask & (1 << 15)) != 0, timeDependent) << text;
-        EXPECT_EQ(EVL::theErrNo[theThread], 0) << text;
+        EXPECT_EQ(takeErrNo(), 0) << text;
     }
     // Every variable, at a time between frames: the same in the text as in an expression.
     for (const std::string name : {"F", "FF", "T", "FPS", "PI", "E", "OS", "HIP", "NINE"}) {
@@ -349,12 +340,10 @@ TEST(Expressions, TextsExpand)
     KIT_String out;
     manager.expandString("a`1+`b", out, 0, nullptr, theThread);
     EXPECT_STREQ(out.c_str(), "ab");
-    EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_SYNTAX);
-    EVL::theErrNo[theThread] = 0;
+    EXPECT_EQ(takeErrNo(), EVL::EVL_SYNTAX);
     manager.expandString("a`b", out, 0, nullptr, theThread);
     EXPECT_STREQ(out.c_str(), "a`b");
-    EXPECT_EQ(EVL::theErrNo[theThread], EVL::EVL_SYNTAX);
-    EVL::theErrNo[theThread] = 0;
+    EXPECT_EQ(takeErrNo(), EVL::EVL_SYNTAX);
 
     EXPECT_TRUE(TRK_Manager::scanForVariableInString("a$FF ${F}", "F"));
     EXPECT_FALSE(TRK_Manager::scanForVariableInString("a$FF $$", "F"));

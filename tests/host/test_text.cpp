@@ -8,6 +8,8 @@
 #include <KIT/KIT_TokenString.h>
 #include <KIT/KIT_VarEncode.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <common/Repeated.h>
+#include <common/Threads.h>
 
 #include <gtest/gtest.h>
 
@@ -19,7 +21,6 @@
 #include <memory>
 #include <random>
 #include <sstream>
-#include <thread>
 #include <tuple>
 #include <unordered_set>
 #include <utility>
@@ -175,22 +176,18 @@ TEST(StringRef, CountSurvivesManyThreads)
 {
     KIT_StringHolder shared("shared text");
     std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; i++) {
-        threads.emplace_back([shared, &wrong] {
-            KIT_StringHolder held;
-            for (int step = 0; step < 5000; step++) {
-                KIT_StringHolder copy(shared);
-                held = copy;
-                wrong += held != KIT_StringRef("shared text");
-                held.clear();
-            }
-        });
-    }
+    std::vector<KIT_StringHolder> given(4, shared);
     shared.clear();
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    onThreads(4, [&given, &wrong](int i) {
+        const KIT_StringHolder mine(std::move(given[size_t(i)]));
+        KIT_StringHolder held;
+        for (int step = 0; step < 5000; step++) {
+            KIT_StringHolder copy(mine);
+            held = copy;
+            wrong += held != KIT_StringRef("shared text");
+            held.clear();
+        }
+    });
     EXPECT_EQ(wrong, 0);
 }
 
@@ -367,11 +364,8 @@ TEST(String, Patterns)
     }
     EXPECT_TRUE(KIT_String().match(nullptr));
     // Exponential back-tracking would never return from this.
-    std::string stars;
-    for (int i = 0; i < 100; i++) {
-        stars += "*a";
-    }
-    EXPECT_FALSE(KIT_String(std::string(2000, 'a')).match((stars + "b").c_str()));
+    const std::string stars = repeated("*a", 100) + "b";
+    EXPECT_FALSE(KIT_String(std::string(2000, 'a')).match(stars.c_str()));
 }
 
 TEST(String, SpaceAndSplitting)
