@@ -27,7 +27,7 @@
 class Block
 {
 public:
-    Block() : myTemplates(theMost + 1) {}
+    explicit Block(std::size_t most = 8) : myTemplates(most + 1) {}
 
     ZEL_Template *add(const ZEL_Type &type, int size, const char *token, const char *label = "L",
                       ZEL_Default *defaults = nullptr)
@@ -50,15 +50,13 @@ public:
         return &myNames.back();
     }
 
-private:
-    static constexpr std::size_t theMost = 8;
-
     ZEL_Template *put(const ZEL_Template &description)
     {
         myTemplates[myCount] = description;
         return &myTemplates[myCount++];
     }
 
+private:
     std::deque<ZEL_Name> myNames;
     std::deque<ZEL_Default> myDefaults;
     std::vector<ZEL_Template> myTemplates;

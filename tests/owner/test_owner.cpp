@@ -1,25 +1,16 @@
 // A list's owner, and what a list does for its parameters as a whole.
 
-#include <common/TestOwner.h>
+#include <multi/MultiList.h>
 
-#include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
-#include <KIT/KIT_Error.h>
 #include <KIT/KIT_TokenString.h>
 #include <TRK/TRK_ChannelRef.h>
-#include <TRK/TRK_Collection.h>
-#include <TRK/TRK_Manager.h>
-#include <ZEL/ZEL_Multi.h>
-#include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_ParmMicroNode.h>
 #include <ZEL/ZEL_ParmNameMap.h>
-#include <ZEL/ZEL_Template.h>
-#include <ZEL/ZEL_Type.h>
 
 #include <gtest/gtest.h>
 
 #include <deque>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -42,29 +33,27 @@ struct Described
     ZEL_Template::ZEL_Export exportLevel = ZEL_Template::ZEL_EXPORT_1;
 };
 
-class Node
+struct Node : MultiList
 {
-public:
-    explicit Node(const std::vector<Described> &described) { make(described); }
+    explicit Node(const std::vector<Described> &described) : all(described.size())
+    {
+        for (const Described &one : described) {
+            all.put(ZEL_Template(one.type, one.exportLevel, one.size, all.name(one.token, "L")));
+        }
+        list =
+            std::make_unique<ZEL_ParmList>(all.templates(), &channels, &owner, nullptr, "", false);
+    }
+    ~Node() { list.reset(); }
 
-    ZEL_Parm *parm(const char *token) { return list->getParmPtr(KIT_StringRef(token)); }
+    ZEL_Parm *parm(const char *token) { return list->getParmPtr(token); }
     int index(const char *token) { return list->getParmIndex(KIT_StringRef(token)); }
 
-    /// A parameter beside the templates, not in the list yet.
-    std::unique_ptr<ZEL_Parm> newParm(const char *token, const ZEL_Type &type, int size)
+    /// A parameter that isn't in the list.
+    std::unique_ptr<ZEL_Parm> outside()
     {
-        myNames.emplace_back(token, token);
-        myAdded.emplace_back(type, size, &myNames.back());
-        return std::make_unique<ZEL_Parm>(&myAdded.back(), list.get());
+        return std::make_unique<ZEL_Parm>(late.add(ZEL_FLT, 1, "outside"), list.get());
     }
-    ZEL_Parm *appendSpare(const char *token)
-    {
-        ZEL_Parm *spare = newParm(token, ZEL_XYZ, 3).release();
-        spare->getInstance()->revertToDefaults(false);
-        spare->setSpareParm(true);
-        list->appendParm(spare);
-        return spare;
-    }
+    ZEL_Parm *appendSpare(const char *token) { return append(late.add(ZEL_XYZ, 3, token)); }
     /// Keys of value 1 on a component, made one after the other.
     void key(const char *token, int index, const std::vector<double> &times)
     {
@@ -74,34 +63,8 @@ public:
             parm(token)->getChannel(index)->setKeyValue(1.0, time, notify, commit, keyOnly);
         }
     }
-    void expression(const char *token, int index, const char *text)
-    {
-        constexpr bool evaluate = false, deleteChannel = false, propagate = false;
-        ASSERT_TRUE(parm(token)->setExpression(0.0, text, TRK_LANGUAGE_NATIVE, index, evaluate,
-                                               deleteChannel, propagate));
-    }
 
-    TestOwner owner;
-    TRK_Collection channels;
-
-private:
-    void make(const std::vector<Described> &described)
-    {
-        for (const Described &one : described) {
-            myNames.emplace_back(one.token, one.token);
-            myTemplates.emplace_back(one.type, one.exportLevel, one.size, &myNames.back());
-        }
-        myTemplates.emplace_back();
-        list = std::make_unique<ZEL_ParmList>(myTemplates.data(), &channels, &owner, nullptr,
-                                              KIT_StringRef(), false);
-    }
-
-    std::deque<ZEL_Name> myNames;
-    std::vector<ZEL_Template> myTemplates;
-    std::deque<ZEL_Template> myAdded;
-
-public:
-    std::unique_ptr<ZEL_ParmList> list;
+    Block all;
 };
 
 std::vector<Described> transform()
@@ -111,25 +74,6 @@ std::vector<Described> transform()
             {"s", ZEL_XYZ, 3},
             {"count", ZEL_INT, 1}};
 }
-
-/// Collects the events of a list as `TYPE INDEX`, and runs what a test wants to happen in between.
-struct EventLog
-{
-    explicit EventLog(ZEL_ParmList &list) { list.setEventHandler(this, handle); }
-
-    static void handle(void *data, TRK_CHANGE_TYPE type, int parmIndex)
-    {
-        EventLog &log = *static_cast<EventLog *>(data);
-        log.events += (log.events.empty() ? "" : "; ") + std::to_string(int(type)) + " " +
-                      std::to_string(parmIndex);
-        if (log.inside) {
-            log.inside();
-        }
-    }
-
-    std::string events;
-    std::function<void()> inside;
-};
 
 // ---------------------------------------------------------------------- //
 // The owner by itself
@@ -239,30 +183,31 @@ TEST(ListEvents, IndexIsLookedUpAtEachEvent)
     Node node(transform());
     node.list->sendChangeEvent(TRK_CHANGE_VALUE, node.parm("s")); // no handler yet
     EventLog log(*node.list);
-    const std::unique_ptr<ZEL_Parm> outside = node.newParm("outside", ZEL_FLT, 1);
+    const std::unique_ptr<ZEL_Parm> outside = node.outside();
     node.list->sendChangeEvent(TRK_CHANGE_VALUE, node.parm("s"));
     node.list->sendChangeEvent(TRK_CHANGE_LOCK, nullptr);
     node.list->sendChangeEvent(TRK_CHANGE_ENABLE, outside.get());
     node.list->clearParmOwner();
     node.list->sendChangeEvent(TRK_CHANGE_VISIBLE, node.parm("t"));
-    EXPECT_EQ(log.events, "4 2; 8 -1; 6 -1; 7 0");
+    EXPECT_EQ(log.take(), "4:2 8:-1 6:-1 7:0");
 }
 
 TEST(ListEvents, HandlerLeavesNoErrorOnTheThread)
 {
     Node node(transform());
-    EventLog log(*node.list);
     const int thread = BASgetSTID();
-    log.inside = [thread] {
+    int calls = 0;
+    node.list->setEventHandler(&calls, [](void *data, TRK_CHANGE_TYPE, int) {
+        ++*static_cast<int *>(data);
         KITaddError("ZEL", ZEL_ERR_PARM, "from the handler");
-        EVL::theErrNo[thread] = EVL::EVL_CYCLE;
-    };
+        EVL::theErrNo[BASgetSTID()] = EVL::EVL_CYCLE;
+    });
     KIT_ErrorManager::Scope scope(thread);
     EVL::theErrNo[thread] = EVL::EVL_SYNTAX;
     node.list->sendChangeEvent(TRK_CHANGE_VALUE, nullptr);
     EXPECT_EQ(EVL::theErrNo[thread], int(EVL::EVL_SYNTAX));
     EXPECT_EQ(scope.getManager().entries(), 0);
-    EXPECT_EQ(log.events, "4 -1");
+    EXPECT_EQ(calls, 1);
     EVL::theErrNo[thread] = EVL::EVL_OK;
 }
 
@@ -298,7 +243,7 @@ TEST(ListWalks, DefaultsIgnoreLocksAndParametersWithoutInstance)
     EXPECT_EQ(node.list->evalFloat("t", 2, 0.0), 0.0);
 
     // An expression isn't the default even where its value is.
-    node.expression("count", 0, "1 - 1");
+    node.animate("count", "1 - 1", 0);
     EXPECT_FALSE(node.list->allDefaults());
 }
 
@@ -318,14 +263,14 @@ TEST(ListWalks, DirtyAndUndoMarks)
     EXPECT_FALSE(node.parm("count")->getUndoSavedFlag());
 }
 
-TEST(ListWalks, NearestKeyKeepsTheLaterParametersWithinTolerance)
+TEST(ListWalks, NearestKeyAndStateOfAllChannels)
 {
     Node node(transform());
     node.key("t", 0, {1.0 - 1e-6, 3.0 + 1e-6});
     node.key("s", 2, {1.0, 2.0, 3.0});
     EXPECT_TRUE(node.list->hasAnyChannels());
 
-    EXPECT_EQ(node.list->findNextKey(0.0), 1.0);
+    EXPECT_EQ(node.list->findNextKey(0.0), 1.0) << "the later parameter's within the tolerance";
     EXPECT_EQ(node.list->findNextKey(1.5), 2.0);
     EXPECT_EQ(node.list->findNextKey(9.0), 9.0);
     EXPECT_EQ(node.list->findPrevKey(9.0), 3.0);
@@ -336,17 +281,12 @@ TEST(ListWalks, NearestKeyKeepsTheLaterParametersWithinTolerance)
     EXPECT_EQ(node.list->findNextKey(0.0), 0.0);
     EXPECT_EQ(node.list->findPrevKey(9.0), 9.0);
     node.list->setChannelGroupPtr(&node.channels);
-}
 
-TEST(ListWalks, ChannelStateIsTheUnion)
-{
-    Node node(transform());
-    node.key("t", 0, {1.0});
-    node.key("s", 0, {2.0});
-    EXPECT_EQ(node.list->getChanState(1.0), ZEL_CHAN_KEY | ZEL_CHAN_NOKEY);
+    // The state is the union of all.
+    EXPECT_EQ(node.list->getChanState(2.0), ZEL_CHAN_KEY | ZEL_CHAN_NOKEY);
     EXPECT_EQ(node.list->getChanState(1.5), ZEL_CHAN_NOKEY);
     constexpr bool notify = false, commit = false, keyOnly = false;
-    node.parm("s")->getChannel(0)->setKeyValue(5.0, 1.5, notify, commit, keyOnly);
+    node.parm("s")->getChannel(2)->setKeyValue(5.0, 1.5, notify, commit, keyOnly);
     EXPECT_EQ(node.list->getChanState(1.5), ZEL_CHAN_PENDING | ZEL_CHAN_NOKEY);
 
     node.list->clearAndDestroyChannels();
@@ -401,7 +341,7 @@ TEST(ListWalks, ChannelsByName)
 TEST(ListWalks, TextInExpressions)
 {
     Node node(transform());
-    node.expression("t", 0, "ch(\"sz\") + 1");
+    node.animate("t", "ch(\"sz\") + 1", 0);
     EXPECT_TRUE(node.list->findString("sz", false, false));
     EXPECT_FALSE(node.list->findString("sx", false, false));
     EXPECT_EQ(node.list->changeString("sz", "sx", false), 1);
@@ -445,8 +385,8 @@ TEST(ListTimeDependence, ReferenceIsNoticedByEvaluatingAndSticks)
     Node moving(transform()), node(transform());
     OneOtherNode resolver(moving.channels);
     node.channels.setPathResolver(&resolver);
-    moving.expression("t", 0, "$T");
-    node.expression("s", 1, "ch(\"../moving/tx\")");
+    moving.animate("t", "$T", 0);
+    node.animate("s", "ch(\"../moving/tx\")", 1);
 
     EXPECT_FALSE(node.list->checkTimeDependence(false));
     EXPECT_TRUE(node.list->checkTimeDependence(true));
@@ -457,12 +397,9 @@ TEST(ListTimeDependence, ReferenceIsNoticedByEvaluatingAndSticks)
     node.list->clearTimeDependent();
     EXPECT_FALSE(node.list->checkTimeDependence(true));
     node.channels.setPathResolver(nullptr);
-}
 
-TEST(ListTimeDependence, EvaluationLeavesNoError)
-{
-    Node node(transform());
-    node.expression("t", 0, "ch(\"nowhere\")");
+    // Evaluating leaves no error.
+    node.animate("t", "ch(\"nowhere\")", 0);
     const int thread = BASgetSTID();
     KIT_ErrorManager::Scope scope(thread);
     EVL::theErrNo[thread] = EVL::EVL_OK;
@@ -538,53 +475,36 @@ TEST(ListMagic, OnlyCookableParametersOfTheLevel)
 // Factory defaults and items of multi-parameters
 // ---------------------------------------------------------------------- //
 
-class MultiNode
+struct MultiNode : MultiList
 {
-public:
-    explicit MultiNode(ZEL_ParmOwner *owner)
+    explicit MultiNode(ZEL_ParmOwner *listOwner)
     {
-        list = std::make_unique<ZEL_ParmList>(myTemplates, &channels, owner, nullptr,
-                                              KIT_StringRef(), false);
-        for (ZEL_Parm *changed : {parm("t"), appendItem()}) {
-            constexpr bool replaceExpression = false, propagate = false;
-            changed->setValue(0.0, 5.0, replaceExpression, 0, ZEL_ADDKEY_PENDING, propagate);
+        points.add(ZEL_XYZ, 3, "pt#");
+        top.add(ZEL_XYZ, 3, "t");
+        top.addMulti(ZEL_MULTITYPE_LIST, "points", points.templates());
+        list = std::make_unique<ZEL_ParmList>(top.templates(), &channels, listOwner, nullptr, "",
+                                              false);
+        for (ZEL_Parm *changed : {&parm("t"), appendItem("pt1")}) {
+            set(changed->getToken(), 5.0);
             changed->addChannel(1);
         }
     }
-    ZEL_Parm *parm(const char *token) { return list->getParmPtr(KIT_StringRef(token)); }
-    const ZEL_Multi *multi()
-    {
-        return static_cast<const ZEL_Multi *>(parm("points")->getInstance());
-    }
+    ~MultiNode() { list.reset(); }
+
     /// A child as an item of the multi-parameter would have it.
-    ZEL_Parm *appendItem()
+    ZEL_Parm *appendItem(const char *token)
     {
-        ZEL_Parm *item = new ZEL_Parm(&myChild, list.get());
-        item->getInstance()->revertToDefaults(false);
-        item->getInstance()->setMultiParmOwner(multi());
-        list->appendParm(item);
+        ZEL_Parm *item = append(late.add(ZEL_XYZ, 3, token));
+        item->setSpareParm(false);
+        item->getInstance()->setMultiParmOwner(&multi());
         return item;
     }
     std::string state(const char *token)
     {
-        const ZEL_Parm *asked = parm(token);
-        double value = 0.0;
-        asked->getValue(0.0, value, 0, BASgetSTID());
-        return std::to_string(int(value)) + " channels " + std::to_string(asked->getChannelCount());
+        return number(eval(token)) + " channels " + std::to_string(parm(token).getChannelCount());
     }
 
-private:
-    ZEL_Name myNames[4] = {ZEL_Name("t", "T"), ZEL_Name("points", "Points"),
-                           ZEL_Name("pt#", "Point"), ZEL_Name("pt1", "Point")};
-    ZEL_Template myItems[2] = {ZEL_Template(ZEL_XYZ, 3, &myNames[2]), ZEL_Template()};
-    ZEL_Template myTemplates[3] = {ZEL_Template(ZEL_XYZ, 3, &myNames[0]),
-                                   ZEL_Template(ZEL_MULTITYPE_LIST, myItems, 1.0, &myNames[1]),
-                                   ZEL_Template()};
-    ZEL_Template myChild{ZEL_XYZ, 3, &myNames[3]};
-
-public:
-    TRK_Collection channels;
-    std::unique_ptr<ZEL_ParmList> list;
+    Block points;
 };
 
 TEST(ListFactoryDefaults, ItemsAreLeftToTheOwner)
@@ -642,11 +562,8 @@ TEST(ListStructure, OnlySpareAndItemParametersLeave)
     node.list->clearParmOwner();
     node.list->removeAndDestroyParm(4);
     EXPECT_FALSE(node.list->hasSpareOrMultiInstanceParms());
-}
 
-TEST(ListStructure, NameTakenByALaterParameterStays)
-{
-    Node node(transform());
+    // A name that a later parameter has taken stays.
     node.appendSpare("u");
     ZEL_Parm *second = node.appendSpare("u");
     node.list->removeAndDestroyParm(4);
@@ -658,13 +575,8 @@ TEST(ListStructure, NameTakenByALaterParameterStays)
 TEST(ListStructure, AliasesLeaveAndMoveWithTheirParameters)
 {
     MultiNode node(nullptr);
-    ZEL_Name name("pt2", "Point");
-    ZEL_Template templatePtr(ZEL_XYZ, 3, &name);
-    ZEL_Parm *second = new ZEL_Parm(&templatePtr, node.list.get());
-    second->getInstance()->setMultiParmOwner(node.multi());
-    node.list->appendParm(second);
-
-    ASSERT_TRUE(node.list->setChannelAlias(node.parm("pt1"), 0, KIT_StringHolder("first")));
+    ZEL_Parm *second = node.appendItem("pt2");
+    ASSERT_TRUE(node.list->setChannelAlias(&node.parm("pt1"), 0, KIT_StringHolder("first")));
     ASSERT_TRUE(node.list->setChannelAlias(second, 2, KIT_StringHolder("second")));
     EXPECT_EQ(node.list->getParmIndexFromChannel("first", nullptr), 2);
     EXPECT_EQ(node.list->getParmIndexFromChannel("second", nullptr), 3);
@@ -677,7 +589,7 @@ TEST(ListStructure, AliasesLeaveAndMoveWithTheirParameters)
     EXPECT_EQ(node.list->getEntries(), 2);
 }
 
-TEST(ListAliases, SetReplaceAndClear)
+TEST(ListAliases, SetReplacedClearedAndRefused)
 {
     Node node(transform());
     ZEL_Parm *t = node.parm("t");
@@ -696,14 +608,10 @@ TEST(ListAliases, SetReplaceAndClear)
     ASSERT_TRUE(node.list->setChannelAlias(t, 0, KIT_StringHolder("")));
     EXPECT_EQ(node.list->getParmIndexFromChannel("glide", nullptr), -1);
     EXPECT_STREQ(t->getChannelAlias(0).c_str(), "tx");
-}
 
-TEST(ListAliases, Refused)
-{
-    Node node(transform());
-    ZEL_Parm *t = node.parm("t");
+    // What is refused.
     ZEL_Parm *spare = node.appendSpare("u");
-    const std::unique_ptr<ZEL_Parm> outside = node.newParm("outside", ZEL_FLT, 1);
+    const std::unique_ptr<ZEL_Parm> outside = node.outside();
     ASSERT_TRUE(node.list->setChannelAlias(t, 0, KIT_StringHolder("slide")));
 
     struct Case
