@@ -14,6 +14,7 @@
 #include <ZEL/ZEL_KeyValueDictDataItem.h>
 #include <common/TestOwner.h>
 #include <data/JsonText.h>
+#include <persistence/StreamList.h>
 
 #include <memory>
 #include <sstream>
@@ -65,20 +66,6 @@ inline std::string typedText(const DataItem &item)
     return item ? os.str() : "-";
 }
 
-/// Takes the messages with their texts: "Common 7 String Parameter Load".
-inline std::string takeDataMessages()
-{
-    KIT_ErrorManager &manager = KITgetErrorManager();
-    std::string text;
-    for (std::int64_t i = 0; i < manager.entries(); ++i) {
-        const KIT_ErrorManager::Error &error = manager.getError(i);
-        text += (text.empty() ? "" : "; ") + error.category + " " + std::to_string(error.code) +
-                (error.category == "Common" || error.code == 9 ? " " + error.text : "");
-    }
-    manager.clearAndDestroyErrors();
-    return text;
-}
-
 /// Records what it is asked: "index parm component at time;".
 struct DataOwner : TestOwner
 {
@@ -99,10 +86,7 @@ struct OneData : OneParm
     {
         static NoteFactory theNotes;
         ZEL_DataFactory::install("test_note", &theNotes);
-        templates[0] = description.entry;
-        list.reset(new ZEL_ParmList(templates, &channels, &owner, nullptr, "", false));
-        parm = list->getParmPtr(0);
-        instance = parm->getInstance();
+        build(&owner);
     }
     ~OneData() { list.reset(); }
 
@@ -136,17 +120,6 @@ struct OneData : OneParm
         KIT_WorkBuffer out;
         value.save(*KIT_JSONWriter::allocWriter(out, false));
         return std::string(out.view());
-    }
-    std::string command(int values, int index = -1) const
-    {
-        std::ostringstream os;
-        instance->saveCommand(os, values, index);
-        return os.str();
-    }
-    int loadArguments(std::initializer_list<const char *> arguments, bool asSet, int index = -1)
-    {
-        return instance->loadCommand(int(arguments.size()), arguments.begin(), index, asSet,
-                                     ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
     }
 
     DataOwner owner;

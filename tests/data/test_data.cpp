@@ -2,18 +2,17 @@
 
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
-#include <KIT/KIT_Packet.h>
-#include <KIT/KIT_Write.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/ZEL_SpinLockScope.h>
 #include <ZEL/ZEL_UndoData.h>
+#include <common/Packets.h>
+#include <common/Threads.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
-#include <thread>
 
 namespace
 {
@@ -21,14 +20,9 @@ namespace
 constexpr auto theAddKey = ZEL_ADDKEY_PENDING;
 constexpr auto theKeySet = ZEL_KEYSET_PREFERENCE;
 
-std::string packet(int packetId, const std::string &payload, const char *className = "ZEL_Data")
+std::string packet(int id, const std::string &payload, const char *className = "ZEL_Data")
 {
-    std::ostringstream os;
-    KIT_Packet out;
-    out.beginWrite(os, KITgetClassPacketID(className), packetId);
-    os << payload;
-    out.endWrite();
-    return os.str();
+    return packetOf(className, id, payload);
 }
 
 std::string typePacket(const char *token)
@@ -62,10 +56,6 @@ std::string valuePackets(const std::string &bytes)
 }
 
 } // namespace
-
-// -------------------------------------------------------------------------- //
-// Kinds
-// -------------------------------------------------------------------------- //
 
 TEST(DataItems, KindsAreFoundByTheirToken)
 {
@@ -119,10 +109,6 @@ TEST(DataItems, DictionariesShareTheirMap)
     EXPECT_EQ(toHex(binary.str()), "a1616b01a0");
     EXPECT_NE(ZEL_KeyValueDictDataItem().getKeyValueDict(), nullptr);
 }
-
-// -------------------------------------------------------------------------- //
-// Values
-// -------------------------------------------------------------------------- //
 
 TEST(Data, ItemsComeBackAsTheyAre)
 {
@@ -236,10 +222,6 @@ TEST(Data, DictionariesExpandKeyAndValue)
     }
 }
 
-// -------------------------------------------------------------------------- //
-// Channels
-// -------------------------------------------------------------------------- //
-
 TEST(Data, AChannelIsAReferenceThatTheOwnerFollows)
 {
     OneData p(2);
@@ -294,10 +276,6 @@ TEST(Data, AReferenceToItselfEnds)
     p.owner.referencedParm = other.parm;
     EXPECT_EQ(typedText(p.item()), "key_value_dict:{\"a\":1}");
 }
-
-// -------------------------------------------------------------------------- //
-// Streams
-// -------------------------------------------------------------------------- //
 
 TEST(Data, SavesItemsAndNoChannels)
 {
@@ -354,7 +332,7 @@ TEST(Data, TellsWhatCantBeSaved)
     for (const bool binary : {false, true}) {
         std::ostringstream os;
         EXPECT_FALSE(p.instance->save(os, binary, false));
-        EXPECT_EQ(takeDataMessages(), "Common 10 Data Parameter Save");
+        EXPECT_EQ(takeTexts(), "Common 10 Data Parameter Save");
     }
     EXPECT_EQ(p.saved(), "\t[ 0\tlocks=0 ]\t(\t\"\"\t)\n");
 }
@@ -375,7 +353,7 @@ TEST(Data, LoadsText)
         {"( nobodys:1 test_note:b )", true, "-|test_note:b", ""},
         {"( key_value_dict:{ test_note:b )", true, "key_value_dict:{}|test_note:b", ""},
         {"( test_note:a test_note:b test_note:c test_note:d )", true, "test_note:a|test_note:b",
-         "ZEL 3"},
+         "ZEL 3 /obj/test p"},
         {"( test_note:a", false, "test_note:a|test_note:y", "ZEL 9 )"},
         {"test_note:a )", false, "test_note:x|test_note:y", "ZEL 9 ("},
         {"[ 0 ( )", false, "test_note:x|test_note:y", "ZEL 9 ]"},
@@ -388,7 +366,7 @@ TEST(Data, LoadsText)
         p.instance->setLockedFlag(1, true);
         EXPECT_EQ(p.load(c.text), c.loaded) << c.text;
         EXPECT_EQ(p.contents(), c.contents) << c.text;
-        EXPECT_EQ(takeDataMessages(), c.messages) << c.text;
+        EXPECT_EQ(takeTexts(), c.messages) << c.text;
         EXPECT_EQ(p.instance->getLockedField(), c.text[0] == '[' && c.loaded ? 1u : 0u) << c.text;
     }
 }
@@ -399,7 +377,7 @@ TEST(Data, LoadsPackets)
     const std::string a = typePacket("key_value_dict") + packet(2, dict);
     const std::string none = typePacket("");
     const std::string end = packet(0, "");
-    const char *const tooMany = "ZEL 3; ZEL 3";
+    const char *const tooMany = "ZEL 3 /obj/test p; ZEL 3 /obj/test p";
     const char *const label = " String Parameter Load";
     const struct
     {
@@ -413,9 +391,9 @@ TEST(Data, LoadsPackets)
         {"no item", none + a + end, true, "x|D", ""},
         {"payload without type", none + packet(2, dict) + none + end, true, "-|y", ""},
         {"payload first", packet(2, dict) + a + a + end, true, "D|D", ""},
-        {"too few", a + end, true, "D|-", "ZEL 2"},
+        {"too few", a + end, true, "D|-", "ZEL 2 /obj/test p"},
         {"too many", a + a + a + end, true, "D|D", tooMany},
-        {"a payload of nobody", a + a + packet(2, "x") + end, true, "D|D", "ZEL 3"},
+        {"a payload of nobody", a + a + packet(2, "x") + end, true, "D|D", "ZEL 3 /obj/test p"},
         {"text in the payload", typePacket("key_value_dict") + packet(2, "{\"a\":1}") + none + end,
          true, "D|y", ""},
         {"broken payload", typePacket("key_value_dict") + packet(2, "\xa1") + none + end, true,
@@ -441,13 +419,9 @@ TEST(Data, LoadsPackets)
             }
         }
         EXPECT_EQ(contents, c.contents) << c.name;
-        EXPECT_EQ(takeDataMessages(), c.messages) << c.name;
+        EXPECT_EQ(takeTexts(), c.messages) << c.name;
     }
 }
-
-// -------------------------------------------------------------------------- //
-// Undo, copies, commands
-// -------------------------------------------------------------------------- //
 
 TEST(Data, UndoKeepsTheItemsThemselves)
 {
@@ -506,31 +480,27 @@ TEST(Data, CommandsCarryTypedTexts)
     p.instance->setExpression(0.0, "1", TRK_LANGUAGE_NATIVE, 2, true, false);
     const std::string name = p.instance->getChannelToken(2).nonNullStr();
     const std::string dict = "\"key_value_dict:{\\\"a\\\":\\\"x y\\\"}\"";
-    EXPECT_EQ(p.command(0), " ( " + dict + " test_note:n " + name + " )");
-    EXPECT_EQ(p.command(1, 2), " ( \"key_value_dict:{\\\"o\\\":1}\" )");
+    EXPECT_EQ(p.savedCommand(0), " ( " + dict + " test_note:n " + name + " )");
+    EXPECT_EQ(p.savedCommand(1, 2), " ( \"key_value_dict:{\\\"o\\\":1}\" )");
     p.data().setData(nullptr, 0.0, 0);
-    EXPECT_EQ(p.command(0, 0), " ( \"\" )");
+    EXPECT_EQ(p.savedCommand(0, 0), " ( \"\" )");
 
     // Set: the channel stays, locked components are skipped, and an argument without ":" empties.
     p.instance->setLockedFlag(1, true);
     p.instance->clearAllDirtyFlags();
-    EXPECT_EQ(p.loadArguments({"(", dict.c_str(), "test_note:m", "word", ")", "rest"}, true), 5);
+    EXPECT_EQ(p.loadCommand({"(", dict.c_str(), "test_note:m", "word", ")", "rest"}, true), 5);
     EXPECT_EQ(p.contents(), "key_value_dict:{\"a\":\"x y\"}|test_note:n|-");
     EXPECT_TRUE(p.instance->getChannel(2) && p.instance->isDirty(0) && !p.instance->isDirty(1));
 
     // Load: the channel's name links it, and a value deletes it.
-    EXPECT_EQ(p.loadArguments({"test_note:q", "-", name.c_str()}, false), 3);
+    EXPECT_EQ(p.loadCommand({"test_note:q", "-", name.c_str()}, false), 3);
     EXPECT_TRUE(p.instance->getChannel(2));
-    EXPECT_EQ(p.loadArguments({"test_note:r"}, false, 2), 1);
+    EXPECT_EQ(p.loadCommand({"test_note:r"}, false, 2), 1);
     EXPECT_EQ(p.contents(), "test_note:q|test_note:n|test_note:r");
     EXPECT_FALSE(p.instance->getChannel(2));
     EXPECT_EQ(p.channels.getChannel(name.c_str()), nullptr);
     EXPECT_EQ(takeMessages(), "");
 }
-
-// -------------------------------------------------------------------------- //
-// Threads
-// -------------------------------------------------------------------------- //
 
 TEST(DataThreads, EachReaderCountsItsOwnCopies)
 {
@@ -542,24 +512,16 @@ TEST(DataThreads, EachReaderCountsItsOwnCopies)
     EXPECT_EQ(p.item().use_count(), alone + 1); // nobody to share with
     // All at once, so that the last ones have no slot for reading.
     std::vector<DataItem> given(40);
-    std::vector<std::thread> readers;
-    std::atomic<std::size_t> ready{0};
-    for (DataItem &mine : given) {
-        readers.emplace_back([&] {
-            BASgetSTID();
-            ++ready;
-            while (ready < given.size()) {
-                std::this_thread::yield();
-            }
-            mine = p.item();
-            const std::vector<DataItem> more(10, p.data().getData(0.0, 0));
-            EXPECT_TRUE(BASgetSTID() > 32 || mine.use_count() == 12);
-            EXPECT_TRUE(mine == item);
-        });
-    }
-    for (std::thread &reader : readers) {
-        reader.join();
-    }
+    Barrier all(int(given.size()));
+    onThreads(int(given.size()), [&](int i) {
+        BASgetSTID();
+        all.wait();
+        DataItem &mine = given[std::size_t(i)];
+        mine = p.item();
+        const std::vector<DataItem> more(10, p.data().getData(0.0, 0));
+        EXPECT_TRUE(BASgetSTID() > 32 || mine.use_count() == 12);
+        EXPECT_TRUE(mine == item);
+    });
     // What is set again is the item, not the share of a reader.
     const auto share = std::find_if(given.begin(), given.end(), [&](const DataItem &each) {
         return each.owner_before(item) || item.owner_before(each);
@@ -582,42 +544,36 @@ TEST(DataThreads, EachReaderCountsItsOwnCopies)
 
 TEST(DataThreads, AReaderSeesTheItemFromBeforeOrAfter)
 {
-    constexpr int theReaders = 3;
-    constexpr int theRounds = 2000;
     OneData p(2);
     const DataItem items[2] = {makeDict("{\"k\":\"one\"}"), makeDict("{\"k\":\"two\"}")};
     p.data().setData(items[0], 0.0, 0);
     std::atomic<bool> stop{false};
     std::atomic<int> wrong{0};
-    std::vector<std::thread> readers;
-    for (int t = 0; t < theReaders; ++t) {
-        readers.emplace_back([&] {
-            const int thread = BASgetSTID();
-            while (!stop) {
-                DataItem item;
-                KIT_String text;
-                KIT_JSONValueMap map;
-                p.instance->getValue(p.list.get(), 0.0, item, 0, thread);
-                p.instance->getValue(p.list.get(), 0.0, text, 0, true, thread);
-                p.instance->getValue(p.list.get(), 0.0, map, 0, false, thread);
-                const KIT_JSONValue *value = map.get("k");
-                const bool good = (item == items[0] || item == items[1]) && value &&
-                                  text.length() == std::strlen("{\"k\":\"one\"}");
-                wrong += good ? 0 : 1;
-            }
-        });
-    }
-    // The last holder of an item may be a reader.
-    for (int round = 0; round < theRounds; ++round) {
-        p.data().setData(items[round % 2], 0.0, 0);
-        p.data().setData(makeDict("{\"short\":\"lived\"}"), 0.0, 1);
-        std::shared_ptr<ZEL_UndoData> undo;
-        p.instance->saveUndoData(undo);
-    }
-    stop = true;
-    for (std::thread &reader : readers) {
-        reader.join();
-    }
+    const auto write = [&] {
+        // The last holder of an item may be a reader.
+        for (int round = 0; round < 2000; ++round) {
+            p.data().setData(items[round % 2], 0.0, 0);
+            p.data().setData(makeDict("{\"short\":\"lived\"}"), 0.0, 1);
+            std::shared_ptr<ZEL_UndoData> undo;
+            p.instance->saveUndoData(undo);
+        }
+        stop = true;
+    };
+    const auto read = [&] {
+        const int thread = BASgetSTID();
+        while (!stop) {
+            DataItem item;
+            KIT_String text;
+            KIT_JSONValueMap map;
+            p.instance->getValue(p.list.get(), 0.0, item, 0, thread);
+            p.instance->getValue(p.list.get(), 0.0, text, 0, true, thread);
+            p.instance->getValue(p.list.get(), 0.0, map, 0, false, thread);
+            const KIT_JSONValue *value = map.get("k");
+            wrong += !value || (item != items[0] && item != items[1]) ||
+                     text.length() != std::strlen("{\"k\":\"one\"}");
+        }
+    };
+    onThreads(4, [&](int i) { i == 0 ? write() : read(); });
     EXPECT_EQ(wrong, 0);
 }
 

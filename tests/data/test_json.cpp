@@ -16,10 +16,6 @@ std::string nestedText(int depth)
 
 } // namespace
 
-// -------------------------------------------------------------------------- //
-// The two forms
-// -------------------------------------------------------------------------- //
-
 TEST(Json, BothFormsSayTheSame)
 {
     const struct
@@ -122,10 +118,6 @@ TEST(Json, AClaimedLengthIsNotBelieved)
     }
 }
 
-// -------------------------------------------------------------------------- //
-// Writing
-// -------------------------------------------------------------------------- //
-
 TEST(Json, StreamsGetLinesAndBuffersOne)
 {
     KIT_JSONValue value;
@@ -166,10 +158,6 @@ TEST(Json, WhatCantBeReadAgainIsNotWritten)
               "b\\u0001\"");
     EXPECT_EQ(writtenJson(KIT_JSONValue(std::numeric_limits<double>::infinity())), "null");
 }
-
-// -------------------------------------------------------------------------- //
-// Values and maps
-// -------------------------------------------------------------------------- //
 
 TEST(Json, EveryValueHasAText)
 {
