@@ -7,14 +7,12 @@
 /// Ownership:  owns everything that the node borrows.
 #pragma once
 
-#include <common/ListFixture.h>
-
-#include <BAS/BAS_Thread.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_Packet.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_DataFactory.h>
+#include <multi/MultiList.h>
 #include <node/ZELX_Node.h>
 #include <persistence/StreamList.h>
 
@@ -75,10 +73,10 @@ public:
     using State = std::map<std::string, std::string>;
 
     /// With other values for each `variant`, and other channels for each `channelVariant`.
-    explicit FaultNode(int variant, int channelVariant = 1) : node(templates, nullptr)
+    explicit FaultNode(int variant, int channelVariant = 1) : node(ours.all.templates(), nullptr)
     {
         ZEL_ParmList &list = node.getParms();
-        node.setSpareParms(spares);
+        node.setSpareParms(ours.spares.templates());
         grow("blocks");
         grow("nested2");
         setChannels(channelVariant);
@@ -126,6 +124,34 @@ public:
     }
 
 private:
+    /// No name begins another, so that a cut one is no other's.
+    struct Templates
+    {
+        Templates()
+        {
+            inner.add(ZEL_FLT, 1, "weight#_#");
+            items.add(ZEL_XYZ, 3, "at#");
+            items.add(ZEL_FLT, 1, "size#");
+            items.add(ZEL_STRING, 1, "title#");
+            items.addMulti(ZEL_MULTITYPE_LIST, "nested#", inner.templates());
+            all.add(ZEL_XYZ, 3, "move");
+            all.add(ZEL_FLT, 1, "frac");
+            all.add(ZEL_INT, 2, "whole");
+            all.add(ZEL_TOGGLE, 1, "lit");
+            all.put(ZEL_Template(ZEL_ORD, 1, all.name("kind", "Kind"), nullptr, &menu));
+            all.add(ZEL_STRING, 2, "words");
+            all.add(ZEL_KEY_VALUE_DICT, 1, "data");
+            all.addMulti(ZEL_MULTITYPE_LIST, "blocks", items.templates());
+            spares.add(ZEL_FLT, 2, "extra");
+            spares.add(ZEL_STRING, 1, "note");
+        }
+        ZEL_Name kinds[5] = {
+            {"none", "None"}, {"one", "One"}, {"pair", "Pair"}, {"more", "More"}, {}};
+        ZEL_ChoiceList menu{ZEL_ChoiceListType(ZEL_CHOICELIST_REPLACE | ZEL_CHOICELIST_USE_TOKEN),
+                            kinds};
+        Block inner, items, all, spares;
+    };
+
     void set(const char *token, double value) { list().setFloat(value, token, 0, 0.0, false); }
     void grow(const char *token)
     {
@@ -160,37 +186,7 @@ private:
         }
     }
 
-    // No name begins another, so that a cut one is no other's.
-    ZEL_Name theKinds[5] = {
-        {"none", "None"}, {"one", "One"}, {"pair", "Pair"}, {"more", "More"}, {}};
-    ZEL_ChoiceList menu{ZEL_ChoiceListType(ZEL_CHOICELIST_REPLACE | ZEL_CHOICELIST_USE_TOKEN),
-                        theKinds};
-    ZEL_Name names[9] = {{"move", "Move"}, {"frac", "Fraction"}, {"whole", "Whole"},
-                         {"lit", "Lit"},   {"kind", "Kind"},     {"words", "Words"},
-                         {"data", "Data"}, {"blocks", "Blocks"}, {"extra", "Extra"}};
-    ZEL_Name itemNames[5] = {{"at#", "At"},
-                             {"size#", "Size"},
-                             {"title#", "Title"},
-                             {"nested#", "Nested"},
-                             {"weight#_#", "Weight"}};
-    ZEL_Name spareText{"note", "Note"};
-    ZEL_Default none{0.0};
-    ZEL_Template inner[2] = {ZEL_Template(ZEL_FLT, 1, &itemNames[4]), ZEL_Template()};
-    ZEL_Template items[5] = {
-        ZEL_Template(ZEL_XYZ, 3, &itemNames[0]), ZEL_Template(ZEL_FLT, 1, &itemNames[1]),
-        ZEL_Template(ZEL_STRING, 1, &itemNames[2]),
-        ZEL_Template(ZEL_MULTITYPE_LIST, inner, 0.0, &itemNames[3], &none), ZEL_Template()};
-    ZEL_Template templates[9] = {ZEL_Template(ZEL_XYZ, 3, &names[0]),
-                                 ZEL_Template(ZEL_FLT, 1, &names[1]),
-                                 ZEL_Template(ZEL_INT, 2, &names[2]),
-                                 ZEL_Template(ZEL_TOGGLE, 1, &names[3]),
-                                 ZEL_Template(ZEL_ORD, 1, &names[4], nullptr, &menu),
-                                 ZEL_Template(ZEL_STRING, 2, &names[5]),
-                                 ZEL_Template(ZEL_KEY_VALUE_DICT, 1, &names[6]),
-                                 ZEL_Template(ZEL_MULTITYPE_LIST, items, 0.0, &names[7], &none),
-                                 ZEL_Template()};
-    ZEL_Template spares[3] = {ZEL_Template(ZEL_FLT, 2, &names[8]),
-                              ZEL_Template(ZEL_STRING, 1, &spareText), ZEL_Template()};
+    Templates ours;
 
 public:
     // Last, so that it is destroyed before what it borrows.

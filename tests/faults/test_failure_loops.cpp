@@ -4,11 +4,9 @@
 #include "FaultNode.h"
 
 #include <KIT/KIT_IFStream.h>
-#include <STO/STO_IndexFile.h>
 #include <ZEL/ZEL_FileMenu.h>
 #include <scripts/DialogText.h>
 
-#include <algorithm>
 #include <functional>
 #include <set>
 
@@ -62,10 +60,6 @@ void expectNothingInBadStreams(const std::function<bool(std::ostream &)> &save, 
 }
 
 } // namespace
-
-// ---------------------------------------------------------------------- //
-// Lists
-// ---------------------------------------------------------------------- //
 
 TEST(FailureLoops, EveryFailedWriteIsTold)
 {
@@ -137,10 +131,6 @@ TEST(FailureLoops, EveryCutOfAListKeepsTheRest)
         }
     }
 }
-
-// ---------------------------------------------------------------------- //
-// Presets and channels
-// ---------------------------------------------------------------------- //
 
 TEST(FailureLoops, EveryCutOfAPresetKeepsTheRest)
 {
@@ -228,10 +218,6 @@ TEST(FailureLoops, EveryCutOfChannelsKeepsTheRest)
         ASSERT_TRUE(channels.load(again)) << length;
     }
 }
-
-// ---------------------------------------------------------------------- //
-// Scripts and data files
-// ---------------------------------------------------------------------- //
 
 TEST(FailureLoops, EveryCutOfAScriptIsTold)
 {

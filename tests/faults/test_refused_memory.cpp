@@ -30,10 +30,6 @@
 namespace
 {
 
-// ---------------------------------------------------------------------- //
-// Pieces of work
-// ---------------------------------------------------------------------- //
-
 /// A block with a nested one, texts, a condition and a menu.
 class Points : public MultiList
 {

@@ -27,10 +27,6 @@
 namespace
 {
 
-// ---------------------------------------------------------------------- //
-// A node with a parameter of each kind
-// ---------------------------------------------------------------------- //
-
 /// Streams: a list of all kinds read, and written again.
 template <bool isBinary>
 struct ReadingAllKinds
@@ -177,10 +173,6 @@ struct MakingABatch
 };
 REFUSE_EACH(MakingABatch)
 
-// ---------------------------------------------------------------------- //
-// Menus
-// ---------------------------------------------------------------------- //
-
 void generateNames(void *, ZEL_Name *names, int, const ZEL_SpareData *, const ZEL_Parm *)
 {
     names[0].setTokenAndLabel("a token of a certain length", "a label of a certain length");
@@ -269,10 +261,6 @@ TEST(RefusedMemory, AskingPython)
     refuseEach(workType<AskingPython>("AskingPython"));
 }
 
-// ---------------------------------------------------------------------- //
-// Commands and the writer
-// ---------------------------------------------------------------------- //
-
 struct RunningACommand
 {
     bool run()
@@ -336,10 +324,6 @@ struct RewritingAScript
     std::string written;
 };
 REFUSE_EACH(RewritingAScript)
-
-// ---------------------------------------------------------------------- //
-// Channels, expressions and texts
-// ---------------------------------------------------------------------- //
 
 struct KeepingChannels
 {
@@ -416,10 +400,6 @@ struct Evaluating : MultiList
     std::string shown;
 };
 REFUSE_EACH(Evaluating)
-
-// ---------------------------------------------------------------------- //
-// Spare parameters and the graph
-// ---------------------------------------------------------------------- //
 
 /// Spare parameters of a node, one by one.
 struct AddingSpares
@@ -508,10 +488,6 @@ struct FollowingTheGraph
     std::unique_ptr<ZELX_NodeGraph> graph;
 };
 REFUSE_EACH(FollowingTheGraph)
-
-// ---------------------------------------------------------------------- //
-// Ramps, conditions, names
-// ---------------------------------------------------------------------- //
 
 struct ConvertingARamp : MultiList
 {

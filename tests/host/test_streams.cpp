@@ -137,9 +137,6 @@ const char *const theSampleText = "40000/2(name 5/-1 1.5 -7)40000/0()";
 
 } // namespace
 
-// ------------------------------------------------------------------ //
-// Text
-
 TEST(Streams, Words)
 {
     const auto word = [](KIT_IStream &s, KIT_WorkBuffer &w) { return s.getWord(w); };
@@ -268,9 +265,6 @@ TEST(Streams, PositionsStayInsideTheLimit)
     EXPECT_EQ(stream.getLineNumber(14), 2);
 }
 
-// ------------------------------------------------------------------ //
-// Binary
-
 TEST(Streams, NumbersAreLittleEndian)
 {
     std::ostringstream out;
@@ -352,9 +346,6 @@ TEST(Streams, FilesAndStreamsAreReadWhole)
         EXPECT_EQ(none.getLineNumber(), 1);
     }
 }
-
-// ------------------------------------------------------------------ //
-// Packets
 
 TEST(Streams, EndReadLandsBehindThePacket)
 {

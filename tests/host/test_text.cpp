@@ -60,10 +60,6 @@ const KIT_StringHolder &emptyBeforeMain = KIT_StringHolder::theEmptyString;
 const bool emptyWasReady = !emptyBeforeMain.isNull() && emptyBeforeMain == KIT_StringRef("");
 } // namespace
 
-// -------------------------------------------------------------------- //
-// References and holders
-// -------------------------------------------------------------------- //
-
 TEST(StringRef, NullIsNotEmpty)
 {
     const KIT_StringRef null;
@@ -190,10 +186,6 @@ TEST(StringRef, CountSurvivesManyThreads)
     });
     EXPECT_EQ(wrong, 0);
 }
-
-// -------------------------------------------------------------------- //
-// Strings
-// -------------------------------------------------------------------- //
 
 TEST(String, BorrowsUntilChanged)
 {
@@ -467,10 +459,6 @@ TEST(String, SavedTextReadsBackToTheSameBytes)
         ASSERT_EQ(again.view(), text);
     }
 }
-
-// -------------------------------------------------------------------- //
-// Buffers, keys, codes, formatting
-// -------------------------------------------------------------------- //
 
 TEST(WorkBuffer, GrowsBeyondItsInlinePart)
 {

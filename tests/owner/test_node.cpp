@@ -122,10 +122,6 @@ TEST(Node, TellsChangesAndButtons)
     EXPECT_EQ(told, "a 4 0; a pressed 1; ");
 }
 
-// ---------------------------------------------------------------------- //
-// Names that a load doesn't know
-// ---------------------------------------------------------------------- //
-
 bool loadText(ZELX_Node &node, const std::string &entries)
 {
     const std::string text = "{\nversion 0.8\n" + entries + "}\n";

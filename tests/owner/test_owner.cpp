@@ -18,10 +18,6 @@
 namespace
 {
 
-// ---------------------------------------------------------------------- //
-// A node made of templates by the test
-// ---------------------------------------------------------------------- //
-
 /// Basic word 3 is none of the four kinds: the parameter gets no instance.
 const ZEL_Type theUnknownType = ZEL_TYPE_ORDINAL | ZEL_TYPE_FLOAT;
 
@@ -74,10 +70,6 @@ std::vector<Described> transform()
             {"s", ZEL_XYZ, 3},
             {"count", ZEL_INT, 1}};
 }
-
-// ---------------------------------------------------------------------- //
-// The owner by itself
-// ---------------------------------------------------------------------- //
 
 TEST(Owner, PendingOverrideFollowsItsText)
 {
@@ -140,10 +132,6 @@ TEST(Owner, NameMapAnswersTheLastEntry)
     map.addMap("old", "fourth");
     EXPECT_STREQ(copy.findName("old"), "second");
 }
-
-// ---------------------------------------------------------------------- //
-// Access and events
-// ---------------------------------------------------------------------- //
 
 TEST(ListAccess, MasksAndFolders)
 {
@@ -210,10 +198,6 @@ TEST(ListEvents, HandlerLeavesNoErrorOnTheThread)
     EXPECT_EQ(calls, 1);
     EVL::theErrNo[thread] = EVL::EVL_OK;
 }
-
-// ---------------------------------------------------------------------- //
-// Walks
-// ---------------------------------------------------------------------- //
 
 TEST(ListWalks, EmptyList)
 {
@@ -363,10 +347,6 @@ TEST(ListWalks, EvaluationTimeNeedsACollection)
     manager.setCurrentTime(before);
 }
 
-// ---------------------------------------------------------------------- //
-// Time dependence
-// ---------------------------------------------------------------------- //
-
 /// Returns another node's channels for any path.
 class OneOtherNode : public TRK_PathResolver
 {
@@ -407,10 +387,6 @@ TEST(ListTimeDependence, ReferenceIsNoticedByEvaluatingAndSticks)
     EXPECT_EQ(EVL::theErrNo[thread], int(EVL::EVL_OK));
     EXPECT_EQ(scope.getManager().entries(), 0);
 }
-
-// ---------------------------------------------------------------------- //
-// Magic string
-// ---------------------------------------------------------------------- //
 
 /// What the list should return, composed from its parameters.
 template <class Index>
@@ -471,10 +447,6 @@ TEST(ListMagic, OnlyCookableParametersOfTheLevel)
     }
 }
 
-// ---------------------------------------------------------------------- //
-// Factory defaults and items of multi-parameters
-// ---------------------------------------------------------------------- //
-
 struct MultiNode : MultiList
 {
     explicit MultiNode(ZEL_ParmOwner *listOwner)
@@ -523,10 +495,6 @@ TEST(ListFactoryDefaults, ItemsAreLeftToTheOwner)
     // Once, whatever the number of items.
     EXPECT_EQ(owner.takeCalls().rfind("multiItemCreated", 0), 0u);
 }
-
-// ---------------------------------------------------------------------- //
-// Parameters that are removed, and aliases
-// ---------------------------------------------------------------------- //
 
 TEST(ListStructure, OnlySpareAndItemParametersLeave)
 {

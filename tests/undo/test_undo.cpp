@@ -59,10 +59,6 @@ std::string difference(const std::string &then, const std::string &now)
 
 } // namespace
 
-// ---------------------------------------------------------------------- //
-// Snapshots of a list
-// ---------------------------------------------------------------------- //
-
 TEST(Undo, AnySnapshotComesBackAfterAnyEdits)
 {
     constexpr int theSteps = 20000;
@@ -290,10 +286,6 @@ TEST(Undo, MoreItemsThanAStreamMayMakeComeBack)
     EXPECT_EQ(p.numItems("many"), theItems);
     EXPECT_EQ(takeTexts(), "");
 }
-
-// ---------------------------------------------------------------------- //
-// The undo stack of the reference node
-// ---------------------------------------------------------------------- //
 
 namespace
 {
