@@ -83,10 +83,12 @@ TEST(Json, DocumentsAtFaultGiveNull)
           "{\"a\":1e999}", "\"\xff\"", "[01]", "{\"a\":NaN}"}) {
         EXPECT_EQ(rewrittenJson(text), "refused") << text;
     }
-    for (const char *hex :
-         {"81",     "8201",     "9f01",       "a1",   "a16161", "a10101", "bf6161ff",
-          "8161",   "817f6161", "8141ff",     "81ff", "811c",   "81f8",   "811901",
-          "8101ff", "a0a0",     "815f41ffff", "81c0", "81fb00", "811f",   "a1f600"}) {
+    for (const char *hex : {"81", "8201", "9f01", "a1", "a16161", "a10101", "bf6161ff", "8161",
+                            "817f6161", "8141ff", "81ff", "811c", "81f8", "811901", "8101ff",
+                            "a0a0", "815f41ffff", "81c0", "81fb00", "811f", "a1f600",
+                            // A claimed length is not believed.
+                            "9b7fffffffffffffff", "bb7fffffffffffffff", "817b7fffffffffffffff61",
+                            "9bffffffffffffffff01", "9affffffff0102"}) {
         EXPECT_EQ(rewrittenJson(fromHex(hex)), "refused") << hex;
     }
 }
@@ -108,14 +110,6 @@ TEST(Json, NestingHasALimit)
     }
     EXPECT_EQ(rewrittenJson("\x81" + std::string(200000, '\x7f')), "refused")
         << "pieces of pieces of a text";
-}
-
-TEST(Json, AClaimedLengthIsNotBelieved)
-{
-    for (const char *hex : {"9b7fffffffffffffff", "bb7fffffffffffffff", "817b7fffffffffffffff61",
-                            "9bffffffffffffffff01", "9affffffff0102"}) {
-        EXPECT_EQ(rewrittenJson(fromHex(hex)), "refused") << hex;
-    }
 }
 
 TEST(Json, StreamsGetLinesAndBuffersOne)

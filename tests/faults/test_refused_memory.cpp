@@ -75,16 +75,6 @@ public:
     Block inner;
 };
 
-/// Lists: made.
-struct MakingAList : Points
-{
-    bool run()
-    {
-        build();
-        return true;
-    }
-};
-
 /// Lists: a saved one read, with channels and items that aren't there yet.
 struct LoadingAList : Points
 {
@@ -110,18 +100,15 @@ struct LoadingAList : Points
     std::string saved;
 };
 
-/// Lists: one that takes another's place.
+/// Lists: made, and one that takes its place.
 struct ReplacingAList : Points
 {
-    ReplacingAList()
+    bool run()
     {
         build();
         setCount(2);
         set("at2", 5);
         animate("t", "3", 1);
-    }
-    bool run()
-    {
         list = std::make_unique<ZEL_ParmList>(*list, top.templates(), nullptr, nullptr, "refused",
                                               false);
         return true;
@@ -327,7 +314,6 @@ struct UsingPresets : MultiList
 };
 std::string UsingPresets::theFolder, UsingPresets::theFirst;
 
-REFUSE_EACH(MakingAList)
 REFUSE_EACH(LoadingAList)
 REFUSE_EACH(ReplacingAList)
 REFUSE_EACH(MovingItems)

@@ -304,14 +304,11 @@ TEST(String, ReplacingInsideQuotes)
         {"`a\\` a` a", "`X\\` X` a", "`a\\` a` X"},
     };
     for (const auto &[text, inside, outside] : cases) {
-        EXPECT_EQ(
-            changed(text,
-                    [](KIT_String &s) { s.changeQuotedWord("a", "X", '`', KIT_INSIDE_QUOTES); }),
-            inside);
-        EXPECT_EQ(
-            changed(text,
-                    [](KIT_String &s) { s.changeQuotedWord("a", "X", '`', KIT_OUTSIDE_QUOTES); }),
-            outside);
+        const auto replaced = [&text = text](auto where) {
+            return changed(text, [&](KIT_String &s) { s.changeQuotedWord("a", "X", '`', where); });
+        };
+        EXPECT_EQ(replaced(KIT_INSIDE_QUOTES), inside);
+        EXPECT_EQ(replaced(KIT_OUTSIDE_QUOTES), outside);
     }
 }
 

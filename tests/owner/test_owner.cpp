@@ -229,6 +229,9 @@ TEST(ListWalks, DefaultsIgnoreLocksAndParametersWithoutInstance)
     // An expression isn't the default even where its value is.
     node.animate("count", "1 - 1", 0);
     EXPECT_FALSE(node.list->allDefaults());
+    node.list->revertValuesToFactoryDefaults();
+    EXPECT_TRUE(node.list->allDefaults());
+    EXPECT_FALSE(node.list->hasAnyChannels());
 }
 
 TEST(ListWalks, DirtyAndUndoMarks)
@@ -447,55 +450,6 @@ TEST(ListMagic, OnlyCookableParametersOfTheLevel)
     }
 }
 
-struct MultiNode : MultiList
-{
-    explicit MultiNode(ZEL_ParmOwner *listOwner)
-    {
-        points.add(ZEL_XYZ, 3, "pt#");
-        top.add(ZEL_XYZ, 3, "t");
-        top.addMulti(ZEL_MULTITYPE_LIST, "points", points.templates());
-        list = std::make_unique<ZEL_ParmList>(top.templates(), &channels, listOwner, nullptr, "",
-                                              false);
-        for (ZEL_Parm *changed : {&parm("t"), appendItem("pt1")}) {
-            set(changed->getToken(), 5.0);
-            changed->addChannel(1);
-        }
-    }
-    ~MultiNode() { list.reset(); }
-
-    /// A child as an item of the multi-parameter would have it.
-    ZEL_Parm *appendItem(const char *token)
-    {
-        ZEL_Parm *item = append(late.add(ZEL_XYZ, 3, token));
-        item->setSpareParm(false);
-        item->getInstance()->setMultiParmOwner(&multi());
-        return item;
-    }
-    std::string state(const char *token)
-    {
-        return number(eval(token)) + " channels " + std::to_string(parm(token).getChannelCount());
-    }
-
-    Block points;
-};
-
-TEST(ListFactoryDefaults, ItemsAreLeftToTheOwner)
-{
-    MultiNode alone(nullptr);
-    ASSERT_EQ(alone.state("pt1"), "5 channels 1");
-    alone.list->revertValuesToFactoryDefaults();
-    EXPECT_EQ(alone.state("t"), "0 channels 0");
-    EXPECT_EQ(alone.state("pt1"), "0 channels 0");
-
-    TestOwner owner;
-    MultiNode owned(&owner);
-    owned.list->revertValuesToFactoryDefaults();
-    EXPECT_EQ(owned.state("t"), "0 channels 0");
-    EXPECT_EQ(owned.state("pt1"), "5 channels 1");
-    // Once, whatever the number of items.
-    EXPECT_EQ(owner.takeCalls().rfind("multiItemCreated", 0), 0u);
-}
-
 TEST(ListStructure, OnlySpareAndItemParametersLeave)
 {
     Node node(transform());
@@ -542,19 +496,21 @@ TEST(ListStructure, OnlySpareAndItemParametersLeave)
 
 TEST(ListStructure, AliasesLeaveAndMoveWithTheirParameters)
 {
-    MultiNode node(nullptr);
-    ZEL_Parm *second = node.appendItem("pt2");
-    ASSERT_TRUE(node.list->setChannelAlias(&node.parm("pt1"), 0, KIT_StringHolder("first")));
-    ASSERT_TRUE(node.list->setChannelAlias(second, 2, KIT_StringHolder("second")));
-    EXPECT_EQ(node.list->getParmIndexFromChannel("first", nullptr), 2);
-    EXPECT_EQ(node.list->getParmIndexFromChannel("second", nullptr), 3);
-    node.list->removeAndDestroyParm(2);
-    EXPECT_EQ(node.list->getParmIndexFromChannel("first", nullptr), -1);
+    MultiList p;
+    p.late.add(ZEL_XYZ, 3, "o#");
+    p.top.addMulti(ZEL_MULTITYPE_LIST, "others", p.late.templates());
+    p.build();
+    p.setCount(1.0);
+    p.setCount(1.0, "others");
+    ASSERT_TRUE(p.list->setChannelAlias(&p.parm("pt1"), 0, KIT_StringHolder("first")));
+    ASSERT_TRUE(p.list->setChannelAlias(&p.parm("o1"), 2, KIT_StringHolder("second")));
+    EXPECT_EQ(p.list->getParmIndexFromChannel("first", nullptr), 2);
+    EXPECT_EQ(p.list->getParmIndexFromChannel("second", nullptr), 3);
+    p.setCount(0.0);
+    EXPECT_EQ(p.list->getParmIndexFromChannel("first", nullptr), -1);
     int subIndex = -1;
-    EXPECT_EQ(node.list->getParmIndexFromChannel("second", &subIndex), 2);
+    EXPECT_EQ(p.list->getParmIndexFromChannel("second", &subIndex), 2);
     EXPECT_EQ(subIndex, 2);
-    node.list->removeAndDestroyParm(2);
-    EXPECT_EQ(node.list->getEntries(), 2);
 }
 
 TEST(ListAliases, SetReplacedClearedAndRefused)
