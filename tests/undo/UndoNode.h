@@ -7,6 +7,7 @@
 #include <TRK/TRK_FullKey.h>
 #include <multi/MultiList.h>
 #include <node/ZELX_Node.h>
+#include <persistence/StreamList.h>
 
 #include <algorithm>
 #include <iterator>
@@ -58,12 +59,7 @@ struct UndoNode
         parms().evalFloat(token, index, 0.0);
     }
 
-    std::string text() const
-    {
-        std::ostringstream os;
-        node.getParms().save(os, false, false);
-        return os.str();
-    }
+    std::string text() const { return savedList(node.getParms()); }
     std::string channels()
     {
         std::ostringstream os;
