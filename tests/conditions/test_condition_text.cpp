@@ -12,6 +12,8 @@
 
 #include <random>
 #include <string>
+#include <tuple>
+#include <utility>
 
 namespace
 {
@@ -59,11 +61,7 @@ constexpr char theNoClose[] = "!Missing closing '}'";
 
 TEST(ConditionText, ReadsGroupsOfComparisons)
 {
-    const struct
-    {
-        const char *text;
-        const char *groups;
-    } theCases[] = {
+    const std::pair<const char *, const char *> theCases[] = {
         {nullptr, ""},
         {"", ""},
         {"{ a == 1 b != 2 } { c > 3 }", "{[a][==][1] [b][!=][2]}{[c][>][3]}"},
@@ -89,18 +87,14 @@ TEST(ConditionText, ReadsGroupsOfComparisons)
         {"{ a == \"q\\\"r\" b == t\\tu c == \\\\ }", "{[a][==][q\"r] [b][==][t\tu] [c][==][\\]}"},
         {"{ strlen(\"a\")==1 }", "{[strlen(\"a\")==1][==][]}"},
     };
-    for (const auto &test : theCases) {
-        EXPECT_EQ(read(test.text), test.groups) << (test.text ? test.text : "null");
+    for (const auto &[text, groups] : theCases) {
+        EXPECT_EQ(read(text), groups) << (text ? text : "null");
     }
 }
 
 TEST(ConditionText, RefusesWithAMessage)
 {
-    const struct
-    {
-        const char *text;
-        const char *message;
-    } theCases[] = {
+    const std::pair<const char *, const char *> theCases[] = {
         {" ", theNoBrace},
         {"a == 1", theNoBrace},
         {"}", theNoBrace},
@@ -126,8 +120,8 @@ TEST(ConditionText, RefusesWithAMessage)
         {"{ a == 1 ", theNoClose},
         {"{ a == \"1 }", theNoClose},
     };
-    for (const auto &test : theCases) {
-        EXPECT_EQ(read(test.text), test.message) << test.text;
+    for (const auto &[text, message] : theCases) {
+        EXPECT_EQ(read(text), message) << text;
     }
     EXPECT_EQ(contents(ZEL_Conditional("{ a == 1 } {", ZEL_CONDTYPE_HIDE)), "");
 }
@@ -142,24 +136,20 @@ TEST(ConditionText, WritesWhatTheFilterLeaves)
     conditional.getStringFromList(holder, nullptr);
     EXPECT_EQ(holder, KIT_StringRef(all));
 
-    const struct
-    {
-        const char *names;
-        const char *text;
-    } theCases[] = {
+    const std::pair<const char *, const char *> theCases[] = {
         {"b", "{ b == \"x y\" } { b =~ \"\" }"},
         {"a", "{ a == 1 }"},
         {"strlen(a,b) c", ""},
         {"", ""},
     };
-    for (const auto &test : theCases) {
+    for (const auto &[names, expected] : theCases) {
         KIT_StringArray filter;
-        KIT_String(test.names).tokenize(filter, " ");
+        KIT_String(names).tokenize(filter, " ");
         KIT_String text("left over", true);
         conditional.getStringFromList(text, filter);
-        EXPECT_STREQ(text.nonNullStr(), test.text) << test.names;
+        EXPECT_STREQ(text.nonNullStr(), expected) << names;
         conditional.getStringFromList(holder, &filter);
-        EXPECT_STREQ(holder.nonNullStr(), test.text) << test.names;
+        EXPECT_STREQ(holder.nonNullStr(), expected) << names;
     }
 }
 
@@ -190,12 +180,7 @@ TEST(ConditionText, ReadsBackWhatItWrites)
 
 TEST(ConditionText, ProtectsTextsForDialogScripts)
 {
-    const struct
-    {
-        const char *text;
-        const char *plain;
-        const char *smart;
-    } theCases[] = {
+    const std::tuple<const char *, const char *, const char *> theCases[] = {
         {"abc", "<abc", "<abc"},
         {"a b", "<a b", "<\"a b\""},
         {"a\"b", "<a\\\"b", "<\"a\\\"b\""},
@@ -203,9 +188,9 @@ TEST(ConditionText, ProtectsTextsForDialogScripts)
         {"a\\b", "<a\\\\b", "<a\\\\b"},
         {"{}`'$\xc3\xa9", "<{}`'$\xc3\xa9", "<{}`'$\xc3\xa9"},
     };
-    for (const auto &test : theCases) {
-        EXPECT_EQ(protectedText(test.text, true, false), test.plain);
-        EXPECT_EQ(protectedText(test.text, false, true), test.smart);
+    for (const auto &[text, plain, smart] : theCases) {
+        EXPECT_EQ(protectedText(text, true, false), plain);
+        EXPECT_EQ(protectedText(text, false, true), smart);
     }
     for (const char *empty : {static_cast<const char *>(nullptr), ""}) {
         EXPECT_EQ(protectedText(empty, true, false), "<\"\"");
@@ -215,20 +200,16 @@ TEST(ConditionText, ProtectsTextsForDialogScripts)
 
 TEST(ConditionText, NamesAndOperators)
 {
-    const struct
-    {
-        int type;
-        const char *word;
-        const char *display;
-    } theTypes[] = {{0, "disablewhen", "Disable When"},
-                    {1, "hidewhen", "Hide When"},
-                    {2, "nocookwhen", "No-Cook When"},
-                    {3, nullptr, nullptr},
-                    {-1, nullptr, nullptr}};
-    for (const auto &test : theTypes) {
-        const ZEL_Conditional conditional{ZEL_ConditionalType(test.type)};
-        EXPECT_STREQ(conditional.getName(false), test.word);
-        EXPECT_STREQ(conditional.getName(true), test.display);
+    const std::tuple<int, const char *, const char *> theTypes[] = {
+        {0, "disablewhen", "Disable When"},
+        {1, "hidewhen", "Hide When"},
+        {2, "nocookwhen", "No-Cook When"},
+        {3, nullptr, nullptr},
+        {-1, nullptr, nullptr}};
+    for (const auto &[type, word, display] : theTypes) {
+        const ZEL_Conditional conditional{ZEL_ConditionalType(type)};
+        EXPECT_STREQ(conditional.getName(false), word);
+        EXPECT_STREQ(conditional.getName(true), display);
     }
     const char *const theOperators[] = {"==", "!=", ">=", "<=", ">", "<", "=~", "!~"};
     for (int i = 0; i < 8; ++i) {
@@ -248,18 +229,14 @@ TEST(ConditionText, TakesInstanceNumbers)
     const ZEL_Conditional conditional(
         "{ a# == 1 plain == #_# } { \"ch(\\\"b#\\\") + ch(\\\"b#\\\")\" > \\\\# } { c}",
         ZEL_CONDTYPE_HIDE);
-    const struct
-    {
-        KIT_ValArray<int> numbers;
-        const char *groups;
-    } theCases[] = {
+    const std::pair<KIT_ValArray<int>, const char *> theCases[] = {
         {{3}, "{[a3][==][1] [plain][==][3_#]}{[ch(\"b3\") + ch(\"b#\")][>][\\#]}{}"},
         {{12, -4}, "{[a12][==][1] [plain][==][12_-4]}{[ch(\"b12\") + ch(\"b-4\")][>][\\#]}{}"},
         {{}, "{[a#][==][1] [plain][==][#_#]}{[ch(\"b#\") + ch(\"b#\")][>][\\#]}{}"},
     };
-    for (const auto &test : theCases) {
-        const std::unique_ptr<ZEL_Conditional> made(conditional.instance(test.numbers));
-        EXPECT_EQ(contents(*made), test.groups);
+    for (const auto &[numbers, groups] : theCases) {
+        const std::unique_ptr<ZEL_Conditional> made(conditional.instance(numbers));
+        EXPECT_EQ(contents(*made), groups);
         EXPECT_EQ(made->getType(), ZEL_CONDTYPE_HIDE);
     }
 }

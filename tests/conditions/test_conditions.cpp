@@ -19,6 +19,8 @@
 #include <map>
 #include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace
@@ -105,11 +107,7 @@ double unitsAfter(double value, int units)
 
 TEST(Conditions, JoinComparisonsByAndGroupsByOr)
 {
-    const struct
-    {
-        const char *text;
-        bool expected;
-    } theCases[] = {
+    const std::pair<const char *, bool> theCases[] = {
         {"", false},
         {"{ a == 1 }", true},
         {"{ a == 1 b == 2 }", true},
@@ -134,8 +132,8 @@ TEST(Conditions, JoinComparisonsByAndGroupsByOr)
         {"{ tw == 1 }", false},
     };
     const ConditionList fixture;
-    for (const auto &test : theCases) {
-        EXPECT_EQ(fixture.eval(test.text), test.expected) << test.text;
+    for (const auto &[text, expected] : theCases) {
+        EXPECT_EQ(fixture.eval(text), expected) << text;
     }
 }
 
@@ -188,12 +186,7 @@ TEST(Conditions, AskTheOwnerForExpressions)
 
 TEST(Conditions, CompareNumbersAndTexts)
 {
-    const struct
-    {
-        const char *value;
-        const char *right;
-        const char *holding;
-    } theCases[] = {
+    const std::tuple<const char *, const char *, const char *> theCases[] = {
         {"5", "5.0", "== >= <= =~"},
         {"5", "4", "!= >= > !~"},
         {"-5", "5e-1", "!= <= < !~"},
@@ -210,20 +203,15 @@ TEST(Conditions, CompareNumbersAndTexts)
         {"a(", "a(", "=="},
         {"b", "a(", "!="},
     };
-    for (const auto &test : theCases) {
-        EXPECT_EQ(holding(test.value, test.right), test.holding) << test.value << " " << test.right;
+    for (const auto &[value, right, expected] : theCases) {
+        EXPECT_EQ(holding(value, right), expected) << value << " " << right;
     }
 }
 
 TEST(Conditions, CompareNumbersNearly)
 {
     const double steps = unitsAfter(1000.0, 50);
-    const struct
-    {
-        double value;
-        double right;
-        bool expected;
-    } theCases[] = {
+    const std::tuple<double, double, bool> theCases[] = {
         {0.1, 0.1000000000000001, true},
         {1000.0, steps, true},
         {steps, 1000.0, true},
@@ -241,10 +229,10 @@ TEST(Conditions, CompareNumbersNearly)
         {2.1e-15, 1.1e-15, true},
         {2.2e-15, 1.1e-15, false},
     };
-    for (const auto &test : theCases) {
-        const std::string found = holding(digits(test.value).c_str(), digits(test.right).c_str());
-        EXPECT_EQ(found.compare(0, 2, "==") == 0, test.expected) << test.value << " " << test.right;
-        EXPECT_EQ(found.find("!=") == std::string::npos, test.expected) << found;
+    for (const auto &[value, right, expected] : theCases) {
+        const std::string found = holding(digits(value).c_str(), digits(right).c_str());
+        EXPECT_EQ(found.compare(0, 2, "==") == 0, expected) << value << " " << right;
+        EXPECT_EQ(found.find("!=") == std::string::npos, expected) << found;
     }
 }
 
@@ -252,25 +240,20 @@ TEST(Conditions, ReadTogglesOfTheEditorTypeAsNumbers)
 {
     OneParm exact(ZEL_TOGGLE_E, 1);
     OneParm animated(ZEL_TOGGLE, 1);
-    const struct
-    {
-        OneParm &fixture;
-        const char *onText;
-        const char *offText;
-    } theCases[] = {
+    const std::tuple<OneParm &, const char *, const char *> theCases[] = {
         {exact, "{ p == 1 p != 0 p > 0 p == on p != off }",
          "{ p == 0 p != 1 p < 1 p == off p != on }"},
         {animated, "{ p == on p != 1 p != off }", "{ p == off p != 0 p != on }"},
     };
-    for (const auto &test : theCases) {
-        test.fixture.build();
-        const ZEL_Conditional on(test.onText, ZEL_CONDTYPE_HIDE);
-        const ZEL_Conditional off(test.offText, ZEL_CONDTYPE_HIDE);
-        EXPECT_FALSE(on.eval(*test.fixture.parm, *test.fixture.list, nullptr));
-        EXPECT_TRUE(off.eval(*test.fixture.parm, *test.fixture.list, nullptr));
-        test.fixture.set(1.0);
-        EXPECT_TRUE(on.eval(*test.fixture.parm, *test.fixture.list, nullptr));
-        EXPECT_FALSE(off.eval(*test.fixture.parm, *test.fixture.list, nullptr));
+    for (const auto &[fixture, onText, offText] : theCases) {
+        fixture.build();
+        const ZEL_Conditional on(onText, ZEL_CONDTYPE_HIDE);
+        const ZEL_Conditional off(offText, ZEL_CONDTYPE_HIDE);
+        EXPECT_FALSE(on.eval(*fixture.parm, *fixture.list, nullptr));
+        EXPECT_TRUE(off.eval(*fixture.parm, *fixture.list, nullptr));
+        fixture.set(1.0);
+        EXPECT_TRUE(on.eval(*fixture.parm, *fixture.list, nullptr));
+        EXPECT_FALSE(off.eval(*fixture.parm, *fixture.list, nullptr));
     }
 }
 
@@ -278,45 +261,37 @@ TEST(Conditions, ReadStringsExpanded)
 {
     OneParm fixture(ZEL_STRING, 1);
     fixture.build();
-    const struct
-    {
-        const char *value;
-        const char *text;
-    } theCases[] = {
+    const std::pair<const char *, const char *> theCases[] = {
         {"", "{ p == \"\" }"},          {"on", "{ p == on p != 1 }"},
         {"3", "{ p == 3.0 p > 2 }"},    {"two words", "{ p == \"two words\" p =~ \"two.*\" }"},
         {"frame$F", "{ p == frame1 }"},
     };
-    for (const auto &test : theCases) {
-        fixture.instance->setValue(0.0, test.value, TRK_MEANING_LITERAL, false, 0,
-                                   ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
-        EXPECT_TRUE(ZEL_Conditional(test.text, ZEL_CONDTYPE_HIDE)
-                        .eval(*fixture.parm, *fixture.list, nullptr))
-            << test.value;
+    for (const auto &[value, text] : theCases) {
+        fixture.instance->setValue(0.0, value, TRK_MEANING_LITERAL, false, 0, ZEL_ADDKEY_PENDING,
+                                   ZEL_KEYSET_PREFERENCE);
+        EXPECT_TRUE(
+            ZEL_Conditional(text, ZEL_CONDTYPE_HIDE).eval(*fixture.parm, *fixture.list, nullptr))
+            << value;
     }
 }
 
 TEST(Conditions, TellWhetherADataParameterHoldsAnything)
 {
     // Only a dictionary has a text of its own.
-    const struct
-    {
-        const char *item;
-        const char *text;
-    } theCases[] = {
+    const std::pair<const char *, const char *> theCases[] = {
         {"", "{ p == \"\" p != __not_empty__ }"},
         {"test_note:x", "{ p == __not_empty__ p != \"\" }"},
         {"key_value_dict:{\"a\":1}", "{ p == \"{\\\"a\\\":1}\" p != __not_empty__ p != \"\" }"},
     };
-    for (const auto &test : theCases) {
+    for (const auto &[typed, text] : theCases) {
         OneData fixture;
         DataItem item;
-        ZEL_DataFactory::parseTyped(test.item, item);
+        ZEL_DataFactory::parseTyped(typed, item);
         fixture.data().setData(item, 0.0, 0);
         KIT_StringHolder message;
         ZEL_Conditional conditional(ZEL_CONDTYPE_HIDE);
-        EXPECT_TRUE(conditional.setListFromString(test.text, message)) << message;
-        EXPECT_TRUE(conditional.eval(*fixture.parm, *fixture.list, nullptr)) << test.text;
+        EXPECT_TRUE(conditional.setListFromString(text, message)) << message;
+        EXPECT_TRUE(conditional.eval(*fixture.parm, *fixture.list, nullptr)) << text;
     }
 }
 

@@ -17,6 +17,7 @@
 #include <climits>
 #include <iterator>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -149,58 +150,48 @@ TEST(MenuBuilders, Sort)
 
 TEST(ImageNames, FileNameLeadsTheFormat)
 {
-    const struct
-    {
-        const char *name;
-        const char *format;
-        const char *options;
-        const char *newFormat; ///< null: nothing changes
-        const char *newOptions;
-    } cases[] = {
-        {"a.tif", "pic", "depth int16 compression zip", "tiff", "depth int16 compression zip"},
-        {"a.JPG", "tiff", "depth int16 compression zip quality 90", "jpeg", "quality 90"},
-        {"$SCN/x.$F4.exr", "", "compression piz artist \"A B\" quality 50", "exr",
-         "compression piz artist \"A B\""},
-        {"a.jpeg", "pic", "quality 101 compression jpeg odd", "jpeg", "compression jpeg"},
-        {"a.tiff", "tiff", "depth int8", nullptr, nullptr},
-        {"a.wibble", "tiff", "depth int8", nullptr, nullptr},
-        {"dir.tif/a", "pic", "depth int8", nullptr, nullptr},
-        {".tif", "pic", "depth int8", nullptr, nullptr},
-        {"", "pic", "depth int8", nullptr, nullptr},
-        {nullptr, "pic", "depth int8", nullptr, nullptr},
-    };
-    for (const auto &c : cases) {
-        KIT_String format(c.format);
-        KIT_String options(c.options);
-        EXPECT_EQ(ZELchangeImageFilename("old.pic", c.name, format, options),
-                  c.newFormat != nullptr)
-            << (c.name ? c.name : "null");
-        EXPECT_STREQ(format.c_str(), c.newFormat ? c.newFormat : c.format);
-        EXPECT_STREQ(options.c_str(), c.newFormat ? c.newOptions : c.options);
+    // `newFormat`: null: nothing changes
+    const std::tuple<const char *, const char *, const char *, const char *, const char *> cases[] =
+        {
+            {"a.tif", "pic", "depth int16 compression zip", "tiff", "depth int16 compression zip"},
+            {"a.JPG", "tiff", "depth int16 compression zip quality 90", "jpeg", "quality 90"},
+            {"$SCN/x.$F4.exr", "", "compression piz artist \"A B\" quality 50", "exr",
+             "compression piz artist \"A B\""},
+            {"a.jpeg", "pic", "quality 101 compression jpeg odd", "jpeg", "compression jpeg"},
+            {"a.tiff", "tiff", "depth int8", nullptr, nullptr},
+            {"a.wibble", "tiff", "depth int8", nullptr, nullptr},
+            {"dir.tif/a", "pic", "depth int8", nullptr, nullptr},
+            {".tif", "pic", "depth int8", nullptr, nullptr},
+            {"", "pic", "depth int8", nullptr, nullptr},
+            {nullptr, "pic", "depth int8", nullptr, nullptr},
+        };
+    for (const auto &[name, oldFormat, oldOptions, newFormat, newOptions] : cases) {
+        KIT_String format(oldFormat);
+        KIT_String options(oldOptions);
+        EXPECT_EQ(ZELchangeImageFilename("old.pic", name, format, options), newFormat != nullptr)
+            << (name ? name : "null");
+        EXPECT_STREQ(format.c_str(), newFormat ? newFormat : oldFormat);
+        EXPECT_STREQ(options.c_str(), newFormat ? newOptions : oldOptions);
     }
 }
 
 TEST(ImageNames, FormatLeadsTheFileName)
 {
-    const struct
-    {
-        const char *format;
-        const char *name;
-        const char *newName; ///< null: nothing changes
-    } cases[] = {
+    // `newName`: null: nothing changes
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"tiff", "a.pic", "a.tif"},     {"jpeg", "$SCN/x.$F4.pic", "$SCN/x.$F4.jpg"},
         {"jpeg", "x.$F4", "x.$F4.jpg"}, {"jpeg", "dir.pic/x.EXR", "dir.pic/x.jpg"},
         {"tiff", "a.tiff", nullptr},    {"tiff", "ip", nullptr},
         {"tiff", "", nullptr},          {"wibble", "a.pic", nullptr},
         {"", "a.pic", nullptr},         {nullptr, "a.pic", nullptr},
     };
-    for (const auto &c : cases) {
-        KIT_String name(c.name);
+    for (const auto &[format, oldName, newName] : cases) {
+        KIT_String name(oldName);
         KIT_String options("depth float32 quality 5");
-        EXPECT_EQ(ZELchangeImageFormat("pic", c.format, name, options), c.newName != nullptr)
-            << c.name;
-        EXPECT_STREQ(name.c_str(), c.newName ? c.newName : c.name);
-        if (!c.newName) {
+        EXPECT_EQ(ZELchangeImageFormat("pic", format, name, options), newName != nullptr)
+            << oldName;
+        EXPECT_STREQ(name.c_str(), newName ? newName : oldName);
+        if (!newName) {
             EXPECT_STREQ(options.c_str(), "depth float32 quality 5");
         }
     }

@@ -14,6 +14,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -150,14 +151,7 @@ TEST(MenuLines, LongOnes)
 
 TEST_F(MenuFiles, BuiltInRowsWithoutAFile)
 {
-    const struct
-    {
-        ZEL_FileMenu::Kind kind;
-        const char *file;
-        int count;
-        const char *first;
-        const char *last;
-    } cases[] = {
+    const std::tuple<ZEL_FileMenu::Kind, const char *, int, const char *, const char *> cases[] = {
         {ZEL_FileMenu::IMAGE, "FBrender", 3, "ip|fbview window\n",
          "$SCN/$F4.pic|padded file names\n"},
         {ZEL_FileMenu::RESOLUTION, "FBres", 14, "640 486 1.0|NTSC Full\n",
@@ -171,23 +165,23 @@ TEST_F(MenuFiles, BuiltInRowsWithoutAFile)
         {ZEL_FileMenu::RI_HIDER, "FBrihider", 10, "\"hidden\"|Hidden Surface\n",
          "\"photon\"|Photon Map\n"},
     };
-    for (const auto &c : cases) {
-        ZEL_FileMenu menu(c.kind);
-        EXPECT_EQ(menu.getRow(0), nullptr) << c.file;
+    for (const auto &[kind, file, count, first, last] : cases) {
+        ZEL_FileMenu menu(kind);
+        EXPECT_EQ(menu.getRow(0), nullptr) << file;
         menu.fill();
-        ASSERT_EQ(menu.getNumRows(), c.count) << c.file;
-        EXPECT_EQ(rowText(*menu.getRow(0)), c.first);
-        EXPECT_EQ(rowText(*menu.getRow(c.count - 1)), c.last);
+        ASSERT_EQ(menu.getNumRows(), count) << file;
+        EXPECT_EQ(rowText(*menu.getRow(0)), first);
+        EXPECT_EQ(rowText(*menu.getRow(count - 1)), last);
         EXPECT_EQ(menu.getRow(-1), nullptr);
-        EXPECT_EQ(menu.getRow(c.count), nullptr);
+        EXPECT_EQ(menu.getRow(count), nullptr);
 
         // Comments alone give no row; one separator is a row.
-        const std::string whole = filled(c.kind);
-        write("a/" + std::string(c.file), "# nothing\n\n");
-        EXPECT_EQ(filled(c.kind), whole) << c.file;
-        write("b/" + std::string(c.file), "x x x x x x\nx x x x\na b c\na\n");
-        const bool fourFlag = c.kind == ZEL_FileMenu::PIXEL_FORMAT;
-        EXPECT_EQ(filled(c.kind),
+        const std::string whole = filled(kind);
+        write("a/" + std::string(file), "# nothing\n\n");
+        EXPECT_EQ(filled(kind), whole) << file;
+        write("b/" + std::string(file), "x x x x x x\nx x x x\na b c\na\n");
+        const bool fourFlag = kind == ZEL_FileMenu::PIXEL_FORMAT;
+        EXPECT_EQ(filled(kind),
                   fourFlag ? "x x x|x\n_separator_|_separator_\n" : "_separator_|_separator_\n");
     }
 }

@@ -16,6 +16,8 @@
 #include <functional>
 #include <limits>
 #include <sstream>
+#include <tuple>
+#include <utility>
 
 // ---------------------------------------------------------------------- //
 // The value makes items
@@ -23,12 +25,7 @@
 
 TEST(MultiCount, ItemsFollowTheValueThatIsRead)
 {
-    struct Case
-    {
-        double value;
-        const char *contents;
-    };
-    const Case cases[] = {
+    const std::pair<double, const char *> cases[] = {
         {2.0, "points=2 pt1=0 pt2=0"},
         {3.0, "points=3 pt1=0 pt2=0 pt3=0"},
         {1.6, "points=2 pt1=0 pt2=0"},
@@ -39,12 +36,12 @@ TEST(MultiCount, ItemsFollowTheValueThatIsRead)
     };
     MultiList p;
     p.build();
-    for (const Case &c : cases) {
+    for (const auto &[value, contents] : cases) {
         const std::string before = p.text();
-        p.set("points", c.value);
+        p.set("points", value);
         EXPECT_EQ(before, p.text()) << "nothing comes before the value is read";
         p.eval("points");
-        EXPECT_EQ(c.contents, p.text()) << c.value;
+        EXPECT_EQ(contents, p.text()) << value;
     }
     EXPECT_EQ("", takeMessages());
 }
@@ -95,24 +92,19 @@ TEST(MultiCount, DefaultItemsComeWithTheList)
 
 TEST(MultiCount, NumbersStartAtTheOffset)
 {
-    struct Case
-    {
-        const char *offset;
-        const char *contents;
-        const char *messages;
-    };
     // A number above the largest one gives the name of the previous item, which is taken.
-    const Case cases[] = {{"0", "points=2 pt0=0 pt1=0", ""},
-                          {"7", "points=2 pt7=0 pt8=0", ""},
-                          {"-1", "points=2 pt-1=0 pt0=0", ""},
-                          {"2147483647", "points=1 pt2147483647=0", "ZEL 19"}};
-    for (const Case &c : cases) {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
+        {"0", "points=2 pt0=0 pt1=0", ""},
+        {"7", "points=2 pt7=0 pt8=0", ""},
+        {"-1", "points=2 pt-1=0 pt0=0", ""},
+        {"2147483647", "points=1 pt2147483647=0", "ZEL 19"}};
+    for (const auto &[offset, contents, messages] : cases) {
         MultiList p;
-        ZEL_SpareData spare({"multistartoffset", c.offset});
+        ZEL_SpareData spare({"multistartoffset", offset});
         p.build(0.0, nullptr, &spare);
         p.setCount(2.0);
-        EXPECT_EQ(c.contents, p.text());
-        EXPECT_EQ(c.messages, takeMessages());
+        EXPECT_EQ(contents, p.text());
+        EXPECT_EQ(messages, takeMessages());
         EXPECT_EQ(p.numItems(), p.eval("points"));
     }
 }
@@ -187,11 +179,6 @@ TEST(MultiCount, NoReadTakesAParameterThatIsInUse)
         std::int64_t getMemoryUsage() const override { return std::int64_t(p.eval("points")); }
         MultiList &p;
     };
-    struct Case
-    {
-        const char *name;
-        std::function<void(MultiList &, ZEL_Parm &points, ZEL_Parm &item)> use;
-    };
     const auto copy = [](ZEL_Parm &to, const ZEL_Parm &from, int index, bool channels) {
         to.copyValue(0.0, 0, from, index, false, false, channels, ZEL_ADDKEY_PENDING,
                      ZEL_KEYSET_PREFERENCE);
@@ -202,67 +189,70 @@ TEST(MultiCount, NoReadTakesAParameterThatIsInUse)
     const auto hear = [](void *data, TRK_Channel *) {
         static_cast<MultiList *>(data)->eval("points");
     };
-    const Case cases[] = {
-        {"value from its block",
-         [&](MultiList &, ZEL_Parm &points, ZEL_Parm &item) { copy(item, points, 0, false); }},
-        {"value to its block",
-         [&](MultiList &, ZEL_Parm &points, ZEL_Parm &item) { copy(points, item, 5, true); }},
-        {"all components",
-         [](MultiList &, ZEL_Parm &points, ZEL_Parm &item) { item.copyParm(points); }},
-        {"compared",
-         [](MultiList &, ZEL_Parm &points, ZEL_Parm &item) {
-             points.isParmValueEqual(0, item, 0, 0.0, BASgetSTID());
-             item.isParmValueEqual(0, points, 0, 0.0, BASgetSTID());
-         }},
-        {"overrides cooked",
-         [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
-             p.list->getParmOwner()->setPendingOverrideString("pending");
-             p.eval("pt3");
-             p.list->getParmOwner()->setPendingOverrideString(nullptr);
-         }},
-        {"event",
-         [&](MultiList &p, ZEL_Parm &, ZEL_Parm &item) {
-             p.list->setEventHandler(&p, react);
-             item.revertToDefaults(0.0);
-             p.list->setEventHandler(nullptr, nullptr);
-         }},
-        {"listener of channels",
-         [&](MultiList &p, ZEL_Parm &, ZEL_Parm &item) {
-             item.setExpression(0.0, "1+2", TRK_LANGUAGE_NATIVE, 0, true, true, false);
-             TRKgetEventManager().addListener(&p, hear);
-             item.setValue(0.0, 5.0, true, 0, ZEL_ADDKEY_PENDING, true);
-             TRKgetEventManager().removeListener(&p, hear);
-         }},
-        {"variable of a dictionary",
-         [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
-             auto *map = new KIT_JSONValueMap;
-             map->insert("key", KIT_JSONValue("$LOOK"));
-             ZEL_Parm &item = p.parm("d3");
-             item.setValue(0.0, std::make_shared<ZEL_KeyValueDictDataItem>(map), false, 0,
-                           ZEL_ADDKEY_PENDING, false);
-             const ReadingResolver resolver(p);
-             KIT_JSONValueMap expanded;
-             item.getValue(0.0, expanded, 0, true, BASgetSTID());
-         }},
-        {"data item that is saved",
-         [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
-             ZEL_Parm &item = p.parm("d3");
-             item.setValue(0.0, std::make_shared<ReadingItem>(p), false, 0, ZEL_ADDKEY_PENDING,
-                           false);
-             std::ostringstream os;
-             p.list->saveSingle(&item, os, true);
-             item.getMemoryUsage(true);
-             p.list->save(os, false, false);
-         }},
-        {"path of a text",
-         [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
-             ZEL_Parm &item = p.parm("s3");
-             item.setValue(0.0, "/obj/a", TRK_MEANING_LITERAL, false, 0, ZEL_ADDKEY_PENDING, false);
-             const ReadingResolver resolver(p);
-             item.buildOpDependencies(ZEL_RefId(0, 0), BASgetSTID());
-         }},
-    };
-    for (const Case &c : cases) {
+    const std::pair<const char *,
+                    std::function<void(MultiList &, ZEL_Parm & points, ZEL_Parm & item)>>
+        cases[] = {
+            {"value from its block",
+             [&](MultiList &, ZEL_Parm &points, ZEL_Parm &item) { copy(item, points, 0, false); }},
+            {"value to its block",
+             [&](MultiList &, ZEL_Parm &points, ZEL_Parm &item) { copy(points, item, 5, true); }},
+            {"all components",
+             [](MultiList &, ZEL_Parm &points, ZEL_Parm &item) { item.copyParm(points); }},
+            {"compared",
+             [](MultiList &, ZEL_Parm &points, ZEL_Parm &item) {
+                 points.isParmValueEqual(0, item, 0, 0.0, BASgetSTID());
+                 item.isParmValueEqual(0, points, 0, 0.0, BASgetSTID());
+             }},
+            {"overrides cooked",
+             [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
+                 p.list->getParmOwner()->setPendingOverrideString("pending");
+                 p.eval("pt3");
+                 p.list->getParmOwner()->setPendingOverrideString(nullptr);
+             }},
+            {"event",
+             [&](MultiList &p, ZEL_Parm &, ZEL_Parm &item) {
+                 p.list->setEventHandler(&p, react);
+                 item.revertToDefaults(0.0);
+                 p.list->setEventHandler(nullptr, nullptr);
+             }},
+            {"listener of channels",
+             [&](MultiList &p, ZEL_Parm &, ZEL_Parm &item) {
+                 item.setExpression(0.0, "1+2", TRK_LANGUAGE_NATIVE, 0, true, true, false);
+                 TRKgetEventManager().addListener(&p, hear);
+                 item.setValue(0.0, 5.0, true, 0, ZEL_ADDKEY_PENDING, true);
+                 TRKgetEventManager().removeListener(&p, hear);
+             }},
+            {"variable of a dictionary",
+             [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
+                 auto *map = new KIT_JSONValueMap;
+                 map->insert("key", KIT_JSONValue("$LOOK"));
+                 ZEL_Parm &item = p.parm("d3");
+                 item.setValue(0.0, std::make_shared<ZEL_KeyValueDictDataItem>(map), false, 0,
+                               ZEL_ADDKEY_PENDING, false);
+                 const ReadingResolver resolver(p);
+                 KIT_JSONValueMap expanded;
+                 item.getValue(0.0, expanded, 0, true, BASgetSTID());
+             }},
+            {"data item that is saved",
+             [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
+                 ZEL_Parm &item = p.parm("d3");
+                 item.setValue(0.0, std::make_shared<ReadingItem>(p), false, 0, ZEL_ADDKEY_PENDING,
+                               false);
+                 std::ostringstream os;
+                 p.list->saveSingle(&item, os, true);
+                 item.getMemoryUsage(true);
+                 p.list->save(os, false, false);
+             }},
+            {"path of a text",
+             [](MultiList &p, ZEL_Parm &, ZEL_Parm &) {
+                 ZEL_Parm &item = p.parm("s3");
+                 item.setValue(0.0, "/obj/a", TRK_MEANING_LITERAL, false, 0, ZEL_ADDKEY_PENDING,
+                               false);
+                 const ReadingResolver resolver(p);
+                 item.buildOpDependencies(ZEL_RefId(0, 0), BASgetSTID());
+             }},
+        };
+    for (const auto &[name, use] : cases) {
         MultiList p;
         HookedOwner owner;
         owner.cook = [&p](const char *token) {
@@ -277,11 +267,11 @@ TEST(MultiCount, NoReadTakesAParameterThatIsInUse)
         p.buildTop(&owner);
         p.setCount(3.0);
         p.set("points", 1.0);
-        c.use(p, p.parm("points"), p.parm("pt3"));
-        EXPECT_EQ(3, p.numItems()) << c.name;
+        use(p, p.parm("points"), p.parm("pt3"));
+        EXPECT_EQ(3, p.numItems()) << name;
         p.set("points", 1.0);
         p.eval("points");
-        EXPECT_EQ("points=1 pt1=0 s1=0 d1=0", p.text()) << c.name;
+        EXPECT_EQ("points=1 pt1=0 s1=0 d1=0", p.text()) << name;
         p.list.reset();
     }
 }
@@ -416,32 +406,34 @@ TEST(MultiCount, LoadedCountsAreHeldToTheSetting)
 
 TEST(MultiCount, RefusedItemsSetTheValueBack)
 {
-    struct Case
-    {
-        const char *name;
-        std::vector<const char *> children;
-        const char *taken;
-        const char *contents;
-        const char *messages;
-    };
-    const Case cases[] = {
-        {"a parameter has the name", {"q#"}, "q3", "q3=0 points=2 pt1=0 q1=0 pt2=0 q2=0", "ZEL 19"},
-        {"the first child is free all the same", {"q#"}, "q1", "q1=0 points=0", "ZEL 19"},
-        {"two children have one name", {"q#", "q#"}, "n", "n=0 points=0", "ZEL 19"},
-        {"the number ends the other name", {"pt"}, "n", "n=0 points=0", "ZEL 19"},
-        {"a name without a mark", {"q"}, "n", "n=0 points=3 pt1=0 q1=0 pt2=0 q2=0 pt3=0 q3=0", ""},
-    };
-    for (const Case &c : cases) {
+    const std::tuple<const char *, std::vector<const char *>, const char *, const char *,
+                     const char *>
+        cases[] = {
+            {"a parameter has the name",
+             {"q#"},
+             "q3",
+             "q3=0 points=2 pt1=0 q1=0 pt2=0 q2=0",
+             "ZEL 19"},
+            {"the first child is free all the same", {"q#"}, "q1", "q1=0 points=0", "ZEL 19"},
+            {"two children have one name", {"q#", "q#"}, "n", "n=0 points=0", "ZEL 19"},
+            {"the number ends the other name", {"pt"}, "n", "n=0 points=0", "ZEL 19"},
+            {"a name without a mark",
+             {"q"},
+             "n",
+             "n=0 points=3 pt1=0 q1=0 pt2=0 q2=0 pt3=0 q3=0",
+             ""},
+        };
+    for (const auto &[name, children, taken, contents, messages] : cases) {
         MultiList p;
-        for (const char *child : c.children) {
+        for (const char *child : children) {
             p.items.add(ZEL_FLT, 1, child);
         }
-        p.top.add(ZEL_FLT, 1, c.taken);
+        p.top.add(ZEL_FLT, 1, taken);
         p.build();
         p.setCount(3.0);
-        EXPECT_EQ(c.contents, p.text()) << c.name;
-        EXPECT_EQ(c.messages, takeMessages()) << c.name;
-        EXPECT_EQ(p.numItems(), p.eval("points")) << c.name;
+        EXPECT_EQ(contents, p.text()) << name;
+        EXPECT_EQ(messages, takeMessages()) << name;
+        EXPECT_EQ(p.numItems(), p.eval("points")) << name;
     }
     MultiList p;
     p.items.add(ZEL_FLT | ZEL_TYPE_BASEPARM, 1, "base#");
@@ -636,13 +628,7 @@ TEST(MultiLookUp, FlatIndicesTokensAndTemplates)
 
 TEST(MultiLookUp, NamesThatAnItemHasOrWouldHave)
 {
-    struct Case
-    {
-        const char *name;
-        bool matches;
-        int number;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, bool, int> cases[] = {
         {"pt1", true, 1},     {"pt12", true, 12},   {"pt012", true, 12},
         {"a7b", true, 7},     {"pt0", false, 0},    {"pt", false, -1},
         {"pt#1", false, 0},   {"other3", false, 0}, {nullptr, false, -1},
@@ -653,24 +639,16 @@ TEST(MultiLookUp, NamesThatAnItemHasOrWouldHave)
     p.items.add(ZEL_FLT, 1, "a#b");
     p.items.add(ZEL_FLT, 1, "plain");
     p.build();
-    for (const Case &c : cases) {
+    for (const auto &[name, matches, expected] : cases) {
         int number = -99;
-        EXPECT_EQ(c.matches, p.multi().matchInstancePattern(c.name, number))
-            << (c.name ? c.name : "null");
-        EXPECT_EQ(c.number, number) << (c.name ? c.name : "null");
+        EXPECT_EQ(matches, p.multi().matchInstancePattern(name, number)) << (name ? name : "null");
+        EXPECT_EQ(expected, number) << (name ? name : "null");
     }
 }
 
 TEST(MultiLookUp, ANameBringsItsItem)
 {
-    struct Case
-    {
-        const char *name;
-        bool claimed;
-        int items;
-        const char *messages;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, bool, int, const char *> cases[] = {
         {"pt1", true, 2, ""},
         {"w4", true, 4, ""},
         {"pt0", false, 2, ""},
@@ -683,16 +661,16 @@ TEST(MultiLookUp, ANameBringsItsItem)
         {"pt99999999999999999999", true, 2, "ZEL 22"},
         {"", false, 2, ""},
     };
-    for (const Case &c : cases) {
+    for (const auto &[name, claimed, items, messages] : cases) {
         MultiList p;
         p.items.add(ZEL_FLT, 1, "w#");
         // A token with digits of its own names no item: the name is claimed, and nothing changes.
         p.items.add(ZEL_FLT, 1, "v2");
         p.build(2.0);
-        EXPECT_EQ(c.claimed, p.list->checkMultiParmInstance(c.name, false)) << c.name;
-        EXPECT_EQ(c.items, p.numItems()) << c.name;
-        EXPECT_EQ(c.messages, takeMessages()) << c.name;
-        EXPECT_EQ(c.items, p.eval("points")) << c.name;
+        EXPECT_EQ(claimed, p.list->checkMultiParmInstance(name, false)) << name;
+        EXPECT_EQ(items, p.numItems()) << name;
+        EXPECT_EQ(messages, takeMessages()) << name;
+        EXPECT_EQ(items, p.eval("points")) << name;
     }
     MultiList p;
     p.build();
@@ -776,34 +754,29 @@ TEST(MultiClash, FixedParametersAndTheMultiItselfStay)
 TEST(MultiClash, OnlyWhatAMultiMadeIsItsChild)
 {
     // Each list is built with a name that is taken; what has the name is left alone.
-    struct Case
-    {
-        const char *other; // the first block's rival for "q1"
-        const char *message;
-        const char *contents;
-    };
-    const Case cases[] = {
+    // `other`: the first block's rival for "q1"
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"fixed", "q1 of points", "q1=7 points=3 pt1=0 pt2=0 q2=0 pt3=0 q3=0"},
         {"block", "q1 of points", "points=3 others=1 pt1=0 q1=7 pt2=0 q2=0 pt3=0 q3=0"},
         {"itself", "q1 of q1", "q1=3 pt1=0 pt2=0 q2=0 pt3=0 q3=0"},
     };
-    for (const Case &c : cases) {
-        const bool isItself = *c.other == 'i';
+    for (const auto &[rival, message, contents] : cases) {
+        const bool isItself = *rival == 'i';
         const char *const name = isItself ? "q1" : "points";
         MultiList p;
         Block other;
         other.add(ZEL_FLT, 1, "q#");
         p.items.add(ZEL_FLT, 1, "q#");
-        if (*c.other == 'f') {
+        if (*rival == 'f') {
             p.top.add(ZEL_FLT, 1, "q1");
         }
         p.top.addMulti(ZEL_MULTITYPE_LIST, name, p.items.templates(), 1.0);
-        if (*c.other == 'b') {
+        if (*rival == 'b') {
             p.top.addMulti(ZEL_MULTITYPE_LIST, "others", other.templates(), 1.0);
         }
         p.buildTop();
-        EXPECT_STREQ(c.message, KITgetErrorManager().getError(0).text.c_str());
-        EXPECT_EQ("ZEL 23", takeMessages()) << c.other;
+        EXPECT_STREQ(message, KITgetErrorManager().getError(0).text.c_str());
+        EXPECT_EQ("ZEL 23", takeMessages()) << rival;
         ZEL_Parm &taken = p.parm("q1");
         if (!isItself) {
             p.set("q1", 7.0);
@@ -815,7 +788,7 @@ TEST(MultiClash, OnlyWhatAMultiMadeIsItsChild)
         EXPECT_EQ(nullptr, parm.getMultiParm(1));
         KIT_BitArray flagged(p.list->getEntries());
         ZEL_Utils::flagMultiParmInstances(*p.list, &parm, flagged);
-        EXPECT_EQ(1, flagged.numBitsSet()) << c.other;
+        EXPECT_EQ(1, flagged.numBitsSet()) << rival;
         parm.insertMultiParmItem(0, true);
         EXPECT_NE(std::string::npos, p.owner.takeCalls().find("multiItemCreated pt1"));
         p.set("q2", 4.0);
@@ -829,7 +802,7 @@ TEST(MultiClash, OnlyWhatAMultiMadeIsItsChild)
             p.set(moved, 0.0);
         }
         const ZEL_Multi *const owner = taken.getMultiParmOwner();
-        EXPECT_EQ(c.contents, p.text()) << c.other;
+        EXPECT_EQ(contents, p.text()) << rival;
         EXPECT_EQ(!isItself, taken.getLockedFlag(0));
         p.setCount(0.0, name);
         EXPECT_EQ(&taken, p.list->getParmPtr("q1"));

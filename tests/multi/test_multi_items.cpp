@@ -5,6 +5,8 @@
 #include <TRK/TRK_Segment.h>
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace
 {
 
@@ -46,13 +48,7 @@ protected:
 
 TEST_F(Items, ValuesMoveAndNamesStay)
 {
-    struct Case
-    {
-        bool isInsert;
-        int item;
-        const char *contents;
-    };
-    const Case cases[] = {
+    const std::tuple<bool, int, const char *> cases[] = {
         {true, 0, "points=3 pt1=0 v1=0,0 pt2=1 v2=10,0 pt3=2 v3=20,0"},
         {true, 1, "points=3 pt1=1 v1=10,0 pt2=0 v2=0,0 pt3=2 v3=20,0"},
         {true, 2, "points=3 pt1=1 v1=10,0 pt2=2 v2=20,0 pt3=0 v3=0,0"},
@@ -63,15 +59,15 @@ TEST_F(Items, ValuesMoveAndNamesStay)
         {false, -1, "points=2 pt1=1 v1=10,0 pt2=2 v2=20,0"},
         {false, 2, "points=2 pt1=1 v1=10,0 pt2=2 v2=20,0"},
     };
-    for (const Case &c : cases) {
+    for (const auto &[isInsert, item, contents] : cases) {
         build(2);
-        if (c.isInsert) {
-            multiParm().insertMultiParmItem(c.item, false);
+        if (isInsert) {
+            multiParm().insertMultiParmItem(item, false);
         } else {
-            multiParm().removeMultiParmItem(c.item, false);
+            multiParm().removeMultiParmItem(item, false);
         }
-        EXPECT_EQ(c.contents, p->text()) << c.isInsert << c.item;
-        EXPECT_EQ(p->numItems(), p->eval("points")) << c.isInsert << c.item;
+        EXPECT_EQ(contents, p->text()) << isInsert << item;
+        EXPECT_EQ(p->numItems(), p->eval("points")) << isInsert << item;
     }
 }
 
@@ -158,30 +154,24 @@ TEST_F(Items, AnExchangeIsNotTold)
 
 TEST_F(Items, ChannelsMoveWithTheirItem)
 {
-    struct Case
-    {
-        const char *from;
-        const char *to;
-        const char *expected;
-    };
     // Expressions of the two components' channels, "" for none.
-    const Case cases[] = {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"", "", "-"}, {"3 + 4", "", "3 + 4"}, {"", "1 + 1", "-"}, {"3 + 4", "1 + 1", "3 + 4"}};
-    for (const Case &c : cases) {
+    for (const auto &[from, to, expected] : cases) {
         build(2);
         p->set("v1", 6.0, 1);
         for (const auto &[token, expression] :
-             {std::pair<const char *, const char *>{"v1", c.from}, {"v2", c.to}}) {
+             {std::pair<const char *, const char *>{"v1", from}, {"v2", to}}) {
             if (*expression) {
                 p->animate(token, expression, 1);
             }
         }
         p->multi().assignInstance(0, 1);
-        EXPECT_EQ(c.expected, p->expression("v2", 1));
+        EXPECT_EQ(expected, p->expression("v2", 1));
         EXPECT_EQ(valueText(p->parm("v1")), valueText(p->parm("v2")));
-        EXPECT_EQ(*c.from ? "10,7" : "10,6", valueText(p->parm("v2")));
+        EXPECT_EQ(*from ? "10,7" : "10,6", valueText(p->parm("v2")));
         EXPECT_EQ("-", p->expression("v2", 0));
-        EXPECT_EQ(*c.expected == '-', p->channels.getChannel("v22") == nullptr);
+        EXPECT_EQ(*expected == '-', p->channels.getChannel("v22") == nullptr);
         EXPECT_TRUE(p->parm("v2").isDirty(1));
     }
 }
@@ -356,14 +346,7 @@ TEST(MultiRevert, TheListLeavesItemsToTheOwner)
 
 TEST(MultiRamp, TheFirstFillIsAnEvenGradient)
 {
-    struct Case
-    {
-        ZEL_MultiType type;
-        double count;
-        const char *spareToken;
-        const char *contents;
-    };
-    const Case cases[] = {
+    const std::tuple<ZEL_MultiType, double, const char *, const char *> cases[] = {
         {ZEL_MULTITYPE_RAMP_FLT, 3.0, "none",
          "r=3 r1pos=0 r1value=0 r2pos=0.5 r2value=0.5 r3pos=1 r3value=1"},
         {ZEL_MULTITYPE_RAMP_RGB, 2.0, "none", "r=2 r1pos=0 r1c=0,0,0 r2pos=1 r2c=1,1,1"},
@@ -371,10 +354,10 @@ TEST(MultiRamp, TheFirstFillIsAnEvenGradient)
         {ZEL_MULTITYPE_RAMP_RGB, 2.0, "rampfloatdefault",
          "r=2 r1pos=0 r1c=0,0,0 r2pos=1 r2c=1,1,1"},
     };
-    for (const Case &c : cases) {
+    for (const auto &[type, count, spareToken, contents] : cases) {
         MultiList p;
-        ZEL_SpareData spare({c.spareToken, "1pos ( 0 )"});
-        p.top.addMulti(c.type, "r", nullptr, c.count, nullptr, &spare);
+        ZEL_SpareData spare({spareToken, "1pos ( 0 )"});
+        p.top.addMulti(type, "r", nullptr, count, nullptr, &spare);
         p.buildTop();
         std::string text = p.text();
         // The third part of a key is a menu.
@@ -385,7 +368,7 @@ TEST(MultiRamp, TheFirstFillIsAnEvenGradient)
                 text.erase(at, interp.size() + 1);
             }
         }
-        EXPECT_EQ(c.contents, text);
+        EXPECT_EQ(contents, text);
     }
 }
 

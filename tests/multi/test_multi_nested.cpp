@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace
 {
 
@@ -93,13 +95,7 @@ TEST_F(Nested, InnerItemsComeAndGoWithTheOuterOne)
 
 TEST_F(Nested, NamesBringItemsOnTheLevelThatExists)
 {
-    struct Case
-    {
-        const char *name;
-        bool claimed;
-        const char *contents;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, bool, const char *> cases[] = {
         {"x2_3", true, "outer=2 a1=0 in1=0 a2=0 in2=3 x2_1=0 x2_2=0 x2_3=0"},
         {"x1_1", true, "outer=2 a1=0 in1=1 a2=0 in2=0 x1_1=0"},
         {"x3_1", false, "outer=2 a1=0 in1=0 a2=0 in2=0"},
@@ -109,11 +105,11 @@ TEST_F(Nested, NamesBringItemsOnTheLevelThatExists)
         {"in3", true, "outer=3 a1=0 in1=0 a2=0 in2=0 a3=0 in3=0"},
     };
     build();
-    for (const Case &c : cases) {
+    for (const auto &[name, claimed, contents] : cases) {
         count("outer", 0.0);
         count("outer", 2.0);
-        EXPECT_EQ(c.claimed, p.list->checkMultiParmInstance(c.name, false)) << c.name;
-        EXPECT_EQ(c.contents, text()) << c.name;
+        EXPECT_EQ(claimed, p.list->checkMultiParmInstance(name, false)) << name;
+        EXPECT_EQ(contents, text()) << name;
     }
     EXPECT_EQ("ZEL 22", takeMessages());
 }

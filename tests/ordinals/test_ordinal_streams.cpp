@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -39,35 +40,28 @@ const std::string theEnd = packet(0);
 
 TEST_F(OrdinalStreams, BothFormsAreExactToTheByte)
 {
-    struct Case
-    {
-        ZEL_Type type;
-        ZEL_ChoiceList *menu;
-        std::int64_t value;
-        const char *text;
-        std::string binary;
-    };
     const std::string huge = packet(2, integer(INT32_MAX));
-    const Case cases[] = {
-        {ZEL_TOGGLE, nullptr, 1, "\"on\"", packet(1, counted("on"))},
-        {ZEL_ORD, &exclusive, 1, "\"b\"", packet(1, counted("b"))},
-        {ZEL_ORD, &exclusive, 5, "5", packet(2, integer(5))}, // raw, not limited
-        {ZEL_ORD, &exclusive, -1, "-1", packet(2, integer(-1))},
-        {ZEL_ORD, &tokenValued, 7, "\"7\"", packet(1, counted("7"))},
-        {ZEL_ORD, nullptr, 7, "7", packet(2, integer(7))},
-        {ZEL_ORD, nullptr, theHuge, "1099511627776", huge}, // 32 bits in packets
-        {ZEL_BUTTONSTRIP, &exclusive, 1, "\"b\"", packet(1, counted("b"))},
-        {ZEL_CALLBACK, &exclusive, 1, "0", packet(2, integer(0))},
-    };
-    for (const Case &c : cases) {
-        OrdinalParm p(c.type, 1, c.menu);
-        p.build().setInteger(c.value);
-        EXPECT_EQ(p.saved(), "\t[ 0\tlocks=0 ]\t(\t" + std::string(c.text) + "\t)\n");
-        EXPECT_EQ(p.saved(true), c.binary + theEnd) << c.text;
+    const std::tuple<ZEL_Type, ZEL_ChoiceList *, std::int64_t, const char *, std::string> cases[] =
+        {
+            {ZEL_TOGGLE, nullptr, 1, "\"on\"", packet(1, counted("on"))},
+            {ZEL_ORD, &exclusive, 1, "\"b\"", packet(1, counted("b"))},
+            {ZEL_ORD, &exclusive, 5, "5", packet(2, integer(5))}, // raw, not limited
+            {ZEL_ORD, &exclusive, -1, "-1", packet(2, integer(-1))},
+            {ZEL_ORD, &tokenValued, 7, "\"7\"", packet(1, counted("7"))},
+            {ZEL_ORD, nullptr, 7, "7", packet(2, integer(7))},
+            {ZEL_ORD, nullptr, theHuge, "1099511627776", huge}, // 32 bits in packets
+            {ZEL_BUTTONSTRIP, &exclusive, 1, "\"b\"", packet(1, counted("b"))},
+            {ZEL_CALLBACK, &exclusive, 1, "0", packet(2, integer(0))},
+        };
+    for (const auto &[type, menu, value, text, packets] : cases) {
+        OrdinalParm p(type, 1, menu);
+        p.build().setInteger(value);
+        EXPECT_EQ(p.saved(), "\t[ 0\tlocks=0 ]\t(\t" + std::string(text) + "\t)\n");
+        EXPECT_EQ(p.saved(true), packets + theEnd) << text;
         for (bool binary : {false, true}) {
-            OrdinalParm q(c.type, 1, c.menu);
-            ASSERT_TRUE(q.build().load(p.saved(binary), binary)) << c.text;
-            EXPECT_EQ(q.saved(binary), p.saved(binary)) << c.text;
+            OrdinalParm q(type, 1, menu);
+            ASSERT_TRUE(q.build().load(p.saved(binary), binary)) << text;
+            EXPECT_EQ(q.saved(binary), p.saved(binary)) << text;
         }
     }
 }
@@ -102,44 +96,38 @@ TEST_F(OrdinalStreams, ChannelsAreSavedByName)
 
 TEST_F(OrdinalStreams, TextLoads)
 {
-    struct Case
-    {
-        ZEL_ChoiceList *menu;
-        const char *text;
-        bool loaded;
-        const char *messages;
-        const char *first, *second; // the states of both components
-    };
-    const Case cases[] = {
-        {&exclusive, "( \"b\" a )", true, "", "1", "0"},
-        {&exclusive, "( 1 0 )", true, "", "1", "0"},
-        {&exclusive, "[ 0 ] ( b b )", true, "", "1", "1"},
-        {&exclusive, "( b )", true, "ZEL 2", "1", "1"},
-        {&exclusive, "( b a a a )", true, "ZEL 3", "1", "0"},
-        {&exclusive, "( nope b )", true, "ZEL 6", "0", "1"},
-        {&exclusive, "( \"\" b )", true, "ZEL 6", "0", "1"},
-        {&exclusive, "( 3*(2-2) b )", true, "", "0 = 3*(2-2)", "1"},
-        {&exclusive, "( !!ch(p2) b )", true, "", "0 = ch(p2)", "1"},
-        {&numeric, "( \"20\" 1 )", true, "", "1", "1"},
-        {&tokenValued, "( \"20\" nope )", true, "ZEL 6", "20", "0"},
-        {nullptr, "( 1099511627776 -1 )", true, "", "1099511627776", "-1"},
-        {&exclusive, "b a )", false, "ZEL 9", "1", "1"},
-        {&exclusive, "( a", false, "ZEL 9", "0", "1"},
-        {&exclusive, "( a \"b", false, "ZEL 9", "0", "1"},
-        {&exclusive, "( [ gone a ] b )", true, "ZEL 4", "0", "1"},
-        {&exclusive, "( [ gone ] a )", true, "ZEL 4", "1", "0"}, // the value stays
-        {&exclusive, "( [ gone nope ] b )", true, "ZEL 4", "0", "1"},
-        // The bracket is missing: reported, and unlike for a float reading continues.
-        {&exclusive, "( [ gone a b )", true, "ZEL 4; ZEL 0", "0", "1"},
-    };
-    for (const Case &c : cases) {
-        OrdinalParm p(ZEL_ORD, 2, c.menu);
+    // `second`: the states of both components
+    const std::tuple<ZEL_ChoiceList *, const char *, bool, const char *, const char *, const char *>
+        cases[] = {
+            {&exclusive, "( \"b\" a )", true, "", "1", "0"},
+            {&exclusive, "( 1 0 )", true, "", "1", "0"},
+            {&exclusive, "[ 0 ] ( b b )", true, "", "1", "1"},
+            {&exclusive, "( b )", true, "ZEL 2", "1", "1"},
+            {&exclusive, "( b a a a )", true, "ZEL 3", "1", "0"},
+            {&exclusive, "( nope b )", true, "ZEL 6", "0", "1"},
+            {&exclusive, "( \"\" b )", true, "ZEL 6", "0", "1"},
+            {&exclusive, "( 3*(2-2) b )", true, "", "0 = 3*(2-2)", "1"},
+            {&exclusive, "( !!ch(p2) b )", true, "", "0 = ch(p2)", "1"},
+            {&numeric, "( \"20\" 1 )", true, "", "1", "1"},
+            {&tokenValued, "( \"20\" nope )", true, "ZEL 6", "20", "0"},
+            {nullptr, "( 1099511627776 -1 )", true, "", "1099511627776", "-1"},
+            {&exclusive, "b a )", false, "ZEL 9", "1", "1"},
+            {&exclusive, "( a", false, "ZEL 9", "0", "1"},
+            {&exclusive, "( a \"b", false, "ZEL 9", "0", "1"},
+            {&exclusive, "( [ gone a ] b )", true, "ZEL 4", "0", "1"},
+            {&exclusive, "( [ gone ] a )", true, "ZEL 4", "1", "0"}, // the value stays
+            {&exclusive, "( [ gone nope ] b )", true, "ZEL 4", "0", "1"},
+            // The bracket is missing: reported, and unlike for a float reading continues.
+            {&exclusive, "( [ gone a b )", true, "ZEL 4; ZEL 0", "0", "1"},
+        };
+    for (const auto &[menu, text, loaded, messages, first, second] : cases) {
+        OrdinalParm p(ZEL_ORD, 2, menu);
         p.description.defaults[0] = p.description.defaults[1] = ZEL_Default(1.0);
         p.build();
-        EXPECT_EQ(p.load(c.text), c.loaded) << c.text;
-        EXPECT_EQ(takeMessages(), c.messages) << c.text;
-        EXPECT_EQ(p.state(0), c.first) << c.text;
-        EXPECT_EQ(p.state(1), c.second) << c.text;
+        EXPECT_EQ(p.load(text), loaded) << text;
+        EXPECT_EQ(takeMessages(), messages) << text;
+        EXPECT_EQ(p.state(0), first) << text;
+        EXPECT_EQ(p.state(1), second) << text;
         takeMessages();
     }
     OrdinalParm p(ZEL_ORD, 1, &exclusive);
@@ -312,14 +300,8 @@ TEST_F(OrdinalStreams, ThreadsMeetAtAHeldToken)
 
 TEST_F(OrdinalStreams, CommandsSetAndLoad)
 {
-    struct Case
-    {
-        ZEL_ChoiceList *menu;
-        std::vector<const char *> arguments;
-        int used;
-        const char *state; // of both components, from 1 and 1
-    };
-    const Case cases[] = {
+    // `state`: of both components, from 1 and 1
+    const std::tuple<ZEL_ChoiceList *, std::vector<const char *>, int, const char *> cases[] = {
         {&exclusive, {"a", "b"}, 2, "0 1"},
         {&exclusive, {"(", "0", "a", ")", "more"}, 4, "0 0"},
         {&exclusive, {"(", "a", ")"}, 3, "0 1"},
@@ -329,13 +311,13 @@ TEST_F(OrdinalStreams, CommandsSetAndLoad)
         {&tokenValued, {"20"}, 1, "20 1"},
         {&exclusive, {}, 0, "1 1"},
     };
-    for (const Case &c : cases) {
+    for (const auto &[menu, arguments, used, state] : cases) {
         for (bool asSet : {false, true}) {
-            OrdinalParm p(ZEL_ORD, 2, c.menu);
+            OrdinalParm p(ZEL_ORD, 2, menu);
             p.build().setInteger(1, 0);
             p.setInteger(1, 1);
-            EXPECT_EQ(p.loadCommand(c.arguments, asSet), c.used) << c.state;
-            EXPECT_EQ(p.state(0) + " " + p.state(1), c.state) << asSet;
+            EXPECT_EQ(p.loadCommand(arguments, asSet), used) << state;
+            EXPECT_EQ(p.state(0) + " " + p.state(1), state) << asSet;
         }
     }
     OrdinalParm locked(ZEL_ORD);
@@ -353,25 +335,18 @@ TEST_F(OrdinalStreams, CommandsSetAndLoad)
 
 TEST_F(OrdinalStreams, AChannelUnderACommand)
 {
-    struct Case
-    {
-        const char *argument;
-        bool asSet;
-        bool linked;
-        int channels;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, bool, bool, int> cases[] = {
         {"1", false, false, 0}, // deleted
         {"b", false, false, 1}, // only unlinked
         {"1", true, true, 1},
         {"b", true, true, 1}, // left alone
     };
-    for (const Case &c : cases) {
+    for (const auto &[argument, asSet, linked, channels] : cases) {
         OrdinalParm p(ZEL_ORD, 1, &exclusive);
         p.build().animate("$F");
-        p.loadCommand({c.argument}, c.asSet);
-        EXPECT_EQ(p.instance->getChannel(0) != nullptr, c.linked) << c.argument << c.asSet;
-        EXPECT_EQ(p.channels.entries(), c.channels) << c.argument << c.asSet;
+        p.loadCommand({argument}, asSet);
+        EXPECT_EQ(p.instance->getChannel(0) != nullptr, linked) << argument << asSet;
+        EXPECT_EQ(p.channels.entries(), channels) << argument << asSet;
     }
 }
 
@@ -379,23 +354,17 @@ TEST_F(OrdinalStreams, CommandsAreWritten)
 {
     ZEL_Name odd[] = {{"two words", "T"}, {}};
     ZEL_ChoiceList oddMenu(ZEL_CHOICELIST_REPLACE, odd);
-    struct Case
-    {
-        ZEL_ChoiceList *menu;
-        std::int64_t value;
-        const char *text;
-    };
-    const Case cases[] = {
+    const std::tuple<ZEL_ChoiceList *, std::int64_t, const char *> cases[] = {
         {&exclusive, 1, " ( b )"},
         {&exclusive, 5, " ( 5 )"},
         {nullptr, -2, " ( -2 )"},
         {&tokenValued, 20, " ( \"20\" )"},
         {&oddMenu, 0, " ( \"two words\" )"},
     };
-    for (const Case &c : cases) {
-        OrdinalParm p(ZEL_ORD, 1, c.menu);
-        p.build().setInteger(c.value);
-        EXPECT_EQ(p.savedCommand(0), c.text);
+    for (const auto &[menu, value, text] : cases) {
+        OrdinalParm p(ZEL_ORD, 1, menu);
+        p.build().setInteger(value);
+        EXPECT_EQ(p.savedCommand(0), text);
     }
     OrdinalParm p(ZEL_ORD, 2, &exclusive);
     p.build().animate("0.7", 1);

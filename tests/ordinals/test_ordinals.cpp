@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 namespace
 {
@@ -24,13 +25,7 @@ TEST_F(Ordinals, ReadingKeepsToTheRangeElseToAnExclusiveMenu)
     ZEL_Range hard(ZEL_RANGE_PARM, 0.5, ZEL_RANGE_PARM, 9.7);
     ZEL_Range crossed(ZEL_RANGE_PARM, 5.0, ZEL_RANGE_PARM, 1.0);
     ZEL_Range interfaceOnly;
-    struct Case
-    {
-        ZEL_ChoiceList *menu;
-        ZEL_Range *range;
-        std::int64_t stored, read;
-    };
-    const Case cases[] = {
+    const std::tuple<ZEL_ChoiceList *, ZEL_Range *, std::int64_t, std::int64_t> cases[] = {
         {&exclusive, nullptr, 5, 1},
         {&exclusive, nullptr, -1, 0},
         {&replace, nullptr, 5, 5},
@@ -43,14 +38,14 @@ TEST_F(Ordinals, ReadingKeepsToTheRangeElseToAnExclusiveMenu)
         {nullptr, &crossed, 0, 5},
         {nullptr, &crossed, 3, 1}, // both limits look at 3: a float gives the minimum
     };
-    for (const Case &c : cases) {
-        OrdinalParm p(ZEL_ORD, 1, c.menu, c.range);
-        p.build().setInteger(c.stored);
-        EXPECT_EQ(p.value(), c.read) << c.stored;
-        EXPECT_EQ(p.eval(), double(c.read)) << c.stored;
+    for (const auto &[menu, range, stored, read] : cases) {
+        OrdinalParm p(ZEL_ORD, 1, menu, range);
+        p.build().setInteger(stored);
+        EXPECT_EQ(p.value(), read) << stored;
+        EXPECT_EQ(p.eval(), double(read)) << stored;
         std::int64_t all[1];
         p.instance->getValues(p.list.get(), 0.0, all, 1);
-        EXPECT_EQ(all[0], c.read);
+        EXPECT_EQ(all[0], read);
     }
     OrdinalParm toggle(ZEL_TOGGLE);
     toggle.build().setInteger(3);
@@ -82,25 +77,18 @@ TEST_F(Ordinals, LimitsHoldForOverridesAndFailingOwners)
 
 TEST_F(Ordinals, ReadAsText)
 {
-    struct Case
-    {
-        ZEL_Type type;
-        ZEL_ChoiceList *menu;
-        std::int64_t value;
-        const char *text;
-    };
-    const Case cases[] = {
+    const std::tuple<ZEL_Type, ZEL_ChoiceList *, std::int64_t, const char *> cases[] = {
         {ZEL_ORD, &exclusive, 1, "b"},       {ZEL_ORD, &replace, 5, "5"},
         {ZEL_ORD, &replace, -1, "-1"},       {ZEL_ORD, &tokenValued, 1, "1"},
         {ZEL_ORD, &numeric, 1, "20"},        {ZEL_ORD, nullptr, theHuge, "1099511627776"},
         {ZEL_BUTTONSTRIP, &replace, 1, "1"}, {ZEL_ICONSTRIP, &replace, 1, "1"},
         {ZEL_TOGGLE, nullptr, 1, "on"},
     };
-    for (const Case &c : cases) {
-        OrdinalParm p(c.type, 1, c.menu);
+    for (const auto &[type, menu, value, expected] : cases) {
+        OrdinalParm p(type, 1, menu);
         p.description.defaults[0] = ZEL_Default(1.0);
-        p.build().setInteger(c.value);
-        EXPECT_EQ(p.text(), c.text);
+        p.build().setInteger(value);
+        EXPECT_EQ(p.text(), expected);
         KIT_String text;
         p.instance->getDefaultValue(text, 0);
         p.setInteger(1);
@@ -110,12 +98,7 @@ TEST_F(Ordinals, ReadAsText)
 
 TEST_F(Ordinals, TextIsATokenANumberOrAnExpression)
 {
-    struct Case
-    {
-        ZEL_ChoiceList *menu;
-        const char *text, *state;
-    };
-    const Case cases[] = {
+    const std::tuple<ZEL_ChoiceList *, const char *, const char *> cases[] = {
         {&exclusive, "b", "1"},         {&exclusive, "B", "0 = B"}, // another case is another word
         {&exclusive, "1", "1"},         {&exclusive, "", "0"},
         {&exclusive, nullptr, "0"},     {&exclusive, "$F", "1 = $F"},
@@ -124,11 +107,11 @@ TEST_F(Ordinals, TextIsATokenANumberOrAnExpression)
         {&numeric, "1", "1"},           {&tokenValued, "20", "20"},
         {nullptr, "-3", "-3"},          {nullptr, "5000000000", "2147483647"},
     };
-    for (const Case &c : cases) {
-        OrdinalParm p(ZEL_ORD, 1, c.menu);
+    for (const auto &[menu, text, state] : cases) {
+        OrdinalParm p(ZEL_ORD, 1, menu);
         p.build().setInteger(1);
-        p.setText(c.text);
-        EXPECT_EQ(p.state(), c.state) << (c.text ? c.text : "null");
+        p.setText(text);
+        EXPECT_EQ(p.state(), state) << (text ? text : "null");
     }
     OrdinalParm p(ZEL_ORD);
     p.build().set(2.5);
@@ -203,15 +186,8 @@ TEST_F(Ordinals, HardeningKeysTheLimitedInteger)
 
 TEST_F(Ordinals, DefaultsAreTokensNumbersOrExpressions)
 {
-    struct Case
-    {
-        ZEL_ChoiceList *menu;
-        ZEL_Default record;
-        std::int64_t value;
-        const char *expression; // null for none
-        bool isExpression;
-    };
-    const Case cases[] = {
+    // `expression`: null for none
+    const std::tuple<ZEL_ChoiceList *, ZEL_Default, std::int64_t, const char *, bool> cases[] = {
         {&exclusive, {1.9}, 1, nullptr, false},
         {&exclusive, {0.0, "b"}, 1, nullptr, false},
         {&exclusive, {0.0, "b", TRK_MEANING_NATIVE}, 1, nullptr, false},
@@ -224,28 +200,28 @@ TEST_F(Ordinals, DefaultsAreTokensNumbersOrExpressions)
         {&numeric, {0.0, "20"}, 1, nullptr, false},
         {nullptr, {0.0, "-4"}, -4, nullptr, true},
     };
-    for (const Case &c : cases) {
-        OrdinalParm p(ZEL_ORD, 1, c.menu);
-        p.description.defaults[0] = c.record;
+    for (const auto &[menu, record, expected, expression, isExpression] : cases) {
+        OrdinalParm p(ZEL_ORD, 1, menu);
+        p.description.defaults[0] = record;
         p.build();
-        const std::string label = c.record.getString();
+        const std::string label = record.getString();
         const bool hasChannel = p.instance->getChannel(0) != nullptr;
-        EXPECT_EQ(hasChannel, c.expression != nullptr) << label;
-        EXPECT_EQ(hasChannel ? p.expression() : "", c.expression ? c.expression : "") << label;
+        EXPECT_EQ(hasChannel, expression != nullptr) << label;
+        EXPECT_EQ(hasChannel ? p.expression() : "", expression ? expression : "") << label;
         std::int64_t value = -9;
         p.instance->getDefaultValue(value, 0);
-        EXPECT_EQ(value, c.value) << label;
+        EXPECT_EQ(value, expected) << label;
         // "0" and "-4" are numbers and yet no tokens: as texts they count as expressions.
-        const bool bare = c.record.getStringMeaning() == TRK_MEANING_LITERAL && label == "0";
-        EXPECT_EQ(ZEL_Parm::isOrdinalExpression(c.record, p.parm->getTemplatePtr()),
-                  c.isExpression && !bare)
+        const bool bare = record.getStringMeaning() == TRK_MEANING_LITERAL && label == "0";
+        EXPECT_EQ(ZEL_Parm::isOrdinalExpression(record, p.parm->getTemplatePtr()),
+                  isExpression && !bare)
             << label;
-        p.setInteger(1 - c.value);
+        p.setInteger(1 - expected);
         p.instance->revertToDefault(0);
         EXPECT_EQ(p.instance->getChannel(0) != nullptr, hasChannel) << label;
         if (!hasChannel) {
             EXPECT_TRUE(p.instance->isDefault(0, ZEL_DEFAULT_FACTORY_VALUE, true)) << label;
-            p.setInteger(c.value + 1);
+            p.setInteger(expected + 1);
             EXPECT_FALSE(p.instance->isDefault(0, ZEL_DEFAULT_FACTORY_VALUE, true)) << label;
         }
     }

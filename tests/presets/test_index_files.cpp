@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <sstream>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace
@@ -118,13 +119,7 @@ TEST_F(IndexFiles, FaultsAreToldAndWholeSectionsKept)
     const std::string one = "section \"a\"\n\t1\nopen\n";
     const std::string two = "section \"b\"\n\t2\nopen\n";
     const std::string last = "#END\n";
-    struct
-    {
-        const char *what;
-        std::string bytes;
-        const char *sections;
-        const char *messages;
-    } const cases[] = {
+    const std::tuple<const char *, std::string, const char *, const char *> cases[] = {
         {"nothing", "", "", ""},
         {"whole", head + one + two + last, "a=1 b=2", ""},
         {"joined", head + one + last + head + two + last, "a=1 b=2", ""},
@@ -149,14 +144,14 @@ TEST_F(IndexFiles, FaultsAreToldAndWholeSectionsKept)
         {"no name", head + "section \"\"\n\t1\nend\n" + two + last, "b=2", "STO 3"},
         {"no last line", head + one, "a=1", "STO 3"},
     };
-    for (const auto &one_case : cases) {
-        SCOPED_TRACE(one_case.what);
+    for (const auto &[what, bytes, expected, messages] : cases) {
+        SCOPED_TRACE(what);
         takeMessages();
         STO_IndexFile index;
-        const bool whole = index.read(one_case.bytes, "f");
-        EXPECT_EQ(sections(index), one_case.sections);
-        EXPECT_EQ(takeMessages(), one_case.messages);
-        EXPECT_EQ(whole, *one_case.messages == '\0');
+        const bool whole = index.read(bytes, "f");
+        EXPECT_EQ(sections(index), expected);
+        EXPECT_EQ(takeMessages(), messages);
+        EXPECT_EQ(whole, *messages == '\0');
         EXPECT_EQ(index.canWrite(), whole);
     }
     takeMessages();

@@ -17,6 +17,7 @@
 #include <sstream>
 #include <streambuf>
 #include <sys/stat.h>
+#include <tuple>
 
 namespace
 {
@@ -175,12 +176,8 @@ TEST_F(Presets, EveryReaderOfTextSkipsAByteOrderMark)
 
 TEST_F(Presets, TheHeaderIsExact)
 {
-    struct
-    {
-        std::string text;
-        bool loads;
-        const char *message; ///< with the text after a bar
-    } const cases[] = {
+    // `message`: with the text after a bar
+    const std::tuple<std::string, bool, const char *> cases[] = {
         {theHead, true, ""},
         {"  #PSI_PRESET version\n2.0", true, ""},
         {"#PSI_PRESET version 2", true, ""},
@@ -195,17 +192,17 @@ TEST_F(Presets, TheHeaderIsExact)
         {"#PSI_PRESET version 2.1", false, "ZEL 17|"},
         {"#PSI_PRESET version 3.0a", false, "ZEL 17|"},
     };
-    for (const auto &one : cases) {
+    for (const auto &[text, loads, message] : cases) {
         for (const auto mode : {KIT_IStream::TEXT, KIT_IStream::BINARY}) {
-            SCOPED_TRACE(one.text);
-            EXPECT_EQ(load(number.list.get(), one.text, mode), one.loads);
+            SCOPED_TRACE(text);
+            EXPECT_EQ(load(number.list.get(), text, mode), loads);
             KIT_ErrorManager &manager = KITgetErrorManager();
             std::string told;
             if (manager.entries() > 0) {
                 const KIT_ErrorManager::Error &error = manager.getError(0);
                 told = error.category + " " + std::to_string(error.code) + "|" + error.text;
             }
-            EXPECT_EQ(told, one.message);
+            EXPECT_EQ(told, message);
             EXPECT_LE(manager.entries(), 1);
             takeMessages();
         }

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -112,14 +113,7 @@ TEST(RampBasis, CurvesPassThroughTheirKeys)
 TEST(RampBasis, NumbersBetweenKeys)
 {
     const std::vector<At> even = {{0.0f, 1.0f}, {1.0f, 0.0f}, {2.0f, 4.0f}, {3.0f, 2.0f}};
-    struct Case
-    {
-        KIT_SPLINE_BASIS basis;
-        std::vector<At> keys;
-        float position;
-        double value;
-    };
-    const Case cases[] = {
+    const std::tuple<KIT_SPLINE_BASIS, std::vector<At>, float, double> cases[] = {
         {KIT_BASIS_CONSTANT, even, 1.99f, 0.0},
         {KIT_BASIS_LINEAR, even, 1.25f, 1.0},
         // Four even keys: (-p0 + 9 p1 + 9 p2 - p3) / 16 half way.
@@ -147,9 +141,9 @@ TEST(RampBasis, NumbersBetweenKeys)
         // A number that is no basis.
         {KIT_SPLINE_BASIS(4), even, 1.75f, 0.0},
     };
-    for (const Case &c : cases) {
-        EXPECT_NEAR(c.value, makeRamp(c.basis, c.keys).evaluateFloat(c.position), 1e-6)
-            << "basis " << c.basis << " at " << c.position;
+    for (const auto &[basis, keys, position, value] : cases) {
+        EXPECT_NEAR(value, makeRamp(basis, keys).evaluateFloat(position), 1e-6)
+            << "basis " << basis << " at " << position;
     }
 }
 

@@ -14,6 +14,8 @@
 #include <cstring>
 #include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace
@@ -167,21 +169,17 @@ TEST(RampReading, IncompleteKeysAndOtherParametersAreNoKeys)
 
 TEST(RampReading, WhatARampDependsOn)
 {
-    struct Case
-    {
-        const char *token;
-        bool timeDependent;
-    };
-    const Case cases[] = {{"rest", false}, {"r2pos", true}, {"r1c", true}, {"r2interp", true}};
-    for (const Case &c : cases) {
+    const std::pair<const char *, bool> cases[] = {
+        {"rest", false}, {"r2pos", true}, {"r1c", true}, {"r2interp", true}};
+    for (const auto &[token, expected] : cases) {
         RampList p(ZEL_MULTITYPE_RAMP_RGB, 2.0);
-        p.animate(c.token, "$T * 0 + 2", c.token[1] == '1' ? 2 : 0);
+        p.animate(token, "$T * 0 + 2", token[1] == '1' ? 2 : 0);
         KIT_Ramp ramp;
         LNK_MicroNode node;
-        bool timeDependent = !c.timeDependent;
+        bool timeDependent = !expected;
         ZEL_RampUtils::updateRampFromMultiParm(0.0, p.parm("r"), &ramp, &timeDependent, &node);
-        EXPECT_EQ(c.timeDependent, timeDependent) << c.token;
-        EXPECT_EQ(1 + 2 * 5, node.getNumInputs()) << c.token;
+        EXPECT_EQ(expected, timeDependent) << token;
+        EXPECT_EQ(1 + 2 * 5, node.getNumInputs()) << token;
         EXPECT_EQ(2, ramp.getNodeCount());
         // A change of any of them makes the ramp's user out of date.
         node.update();
@@ -207,14 +205,7 @@ TEST(RampReading, AtATime)
 
 TEST(RampWriting, EveryValueGoesThroughTheSetter)
 {
-    struct Case
-    {
-        ZEL_MultiType type;
-        double count;
-        bool wrap;
-        const char *recorded;
-    };
-    const Case cases[] = {
+    const std::tuple<ZEL_MultiType, double, bool, const char *> cases[] = {
         {ZEL_MULTITYPE_RAMP_FLT, 2.0, false,
          "r1pos:0.25 r1value:0.75 r1interp:#6 r2pos:0.5 r2value:-6 r2interp:#4"},
         {ZEL_MULTITYPE_RAMP_RGB, 1.0, false,
@@ -224,12 +215,12 @@ TEST(RampWriting, EveryValueGoesThroughTheSetter)
          "r:#3 r1pos:0.25 r1value:0.75 r1interp:#6 r2pos:0.5 r2value:-6 r2interp:#4 "
          "r3pos:1 r3value:0.75 r3interp:#6"},
     };
-    for (const Case &c : cases) {
-        RampList p(c.type, c.count);
+    for (const auto &[type, count, wrap, expected] : cases) {
+        RampList p(type, count);
         std::string recorded;
         ZEL_RampUtils::updateMultiParmFromRamp(0.0, makeRamp({theFirst, theSecond}), p.parm("r"),
-                                               c.wrap, &record, &recorded);
-        EXPECT_EQ(c.recorded, recorded);
+                                               wrap, &record, &recorded);
+        EXPECT_EQ(expected, recorded);
     }
 }
 
@@ -327,54 +318,48 @@ TEST(RampWriting, AListenerMayTakeKeysAway)
 
 TEST(RampDefaults, TextOfArrays)
 {
-    struct Case
-    {
-        std::vector<double> values;
-        int components;
-        std::vector<double> keys;
-        std::vector<const char *> bases;
-        const char *text;
-    };
-    const Case cases[] = {
-        {{0, 1},
-         1,
-         {},
-         {},
-         "1pos ( 0 ) 1interp ( linear ) 1value ( 0 ) 2pos ( 1 ) 2interp ( linear ) 2value ( 1 )"},
-        {{5}, 1, {}, {}, "1pos ( 0 ) 1interp ( linear ) 1value ( 5 )"},
-        {{1, 0, 0, 0.5}, 3, {}, {}, "1pos ( 0 ) 1interp ( linear ) 1c ( 1 0 0 )"},
-        {{1, 2},
-         1,
-         {0.25},
-         {"bspline"},
-         "1pos ( 0.25 ) 1interp ( bspline ) 1value ( 1 ) "
-         "2pos ( 0.25 ) 2interp ( bspline ) 2value ( 2 )"},
-        {{1e10, -1.0 / 3.0},
-         2,
-         {1e-7},
-         {},
-         "1pos ( 1e-07 ) 1interp ( linear ) 1c ( 1e+10 -0.333333 )"},
-        {{}, 1, {}, {}, ""},
-        {{1, 2}, 0, {}, {}, ""},
-        {{1, 2}, 3, {}, {}, ""},
-    };
-    for (const Case &c : cases) {
+    const std::tuple<std::vector<double>, int, std::vector<double>, std::vector<const char *>,
+                     const char *>
+        cases[] = {
+            {{0, 1},
+             1,
+             {},
+             {},
+             "1pos ( 0 ) 1interp ( linear ) 1value ( 0 ) 2pos ( 1 ) 2interp ( linear ) 2value ( 1 )"},
+            {{5}, 1, {}, {}, "1pos ( 0 ) 1interp ( linear ) 1value ( 5 )"},
+            {{1, 0, 0, 0.5}, 3, {}, {}, "1pos ( 0 ) 1interp ( linear ) 1c ( 1 0 0 )"},
+            {{1, 2},
+             1,
+             {0.25},
+             {"bspline"},
+             "1pos ( 0.25 ) 1interp ( bspline ) 1value ( 1 ) "
+             "2pos ( 0.25 ) 2interp ( bspline ) 2value ( 2 )"},
+            {{1e10, -1.0 / 3.0},
+             2,
+             {1e-7},
+             {},
+             "1pos ( 1e-07 ) 1interp ( linear ) 1c ( 1e+10 -0.333333 )"},
+            {{}, 1, {}, {}, ""},
+            {{1, 2}, 0, {}, {}, ""},
+            {{1, 2}, 3, {}, {}, ""},
+        };
+    for (const auto &[numbers, components, positions, words, text] : cases) {
         KIT_ValArray<double> values;
         KIT_ValArray<double> keys;
         KIT_StringArray bases;
-        for (const double value : c.values) {
+        for (const double value : numbers) {
             values.append(value);
         }
-        for (const double key : c.keys) {
+        for (const double key : positions) {
             keys.append(key);
         }
-        for (const char *basis : c.bases) {
+        for (const char *basis : words) {
             bases.append(basis);
         }
         KIT_WorkBuffer out("old");
-        ZEL_RampUtils::getRampDefaultString(out, values, c.components,
-                                            c.keys.empty() ? nullptr : &keys, &bases);
-        EXPECT_STREQ(c.text, out.buffer());
+        ZEL_RampUtils::getRampDefaultString(out, values, components,
+                                            positions.empty() ? nullptr : &keys, &bases);
+        EXPECT_STREQ(text, out.buffer());
     }
     KIT_ValArray<double> nine;
     for (int i = 0; i < 9; ++i) {
@@ -449,28 +434,23 @@ TEST(RampDefaults, ThereAndBack)
 
 TEST(RampDefaults, WhatDrivesAnInterpolationGivesWay)
 {
-    struct Case
-    {
-        const char *text;
-        bool locked;
-        const char *left; ///< the value and what drives it
-    };
-    const Case cases[] = {
+    // `left`: the value and what drives it
+    const std::tuple<const char *, bool, const char *> cases[] = {
         {"2interp ( bezier )", false, "4 -"},    {"2interp 5", false, "5 -"},
         {"2interp ( bezier )", true, "2 1 + 1"}, {"1interp ( bezier )", false, "2 1 + 1"},
         {"wibble ( bezier )", false, "2 1 + 1"},
     };
-    for (const Case &c : cases) {
+    for (const auto &[text, locked, left] : cases) {
         RampList p(ZEL_MULTITYPE_RAMP_FLT, 2.0);
         p.animate("r2interp", "1 + 1");
-        p.parm("r2interp").setLockedFlag(-1, c.locked);
-        p.take(c.text);
+        p.parm("r2interp").setLockedFlag(-1, locked);
+        p.take(text);
         // A channel that was left in the collection would be linked again here.
         p.parm("r2interp").reloadChannelPtrs();
-        EXPECT_EQ(c.left, number(p.eval("r2interp")) + " " + p.expression("r2interp")) << c.text;
-        EXPECT_EQ(std::string(c.left).find('-') == std::string::npos,
+        EXPECT_EQ(left, number(p.eval("r2interp")) + " " + p.expression("r2interp")) << text;
+        EXPECT_EQ(std::string(left).find('-') == std::string::npos,
                   p.channels.getChannel("r2interp") != nullptr)
-            << c.text;
+            << text;
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include "SpareRig.h"
 
+#include <tuple>
+
 namespace
 {
 
@@ -387,29 +389,25 @@ TEST(SwitcherMirror, AUsersExpressionGivesItsValue)
 
 TEST(SwitcherMirror, OnlyExclusiveSwitchersWithATargetAreMirrors)
 {
-    struct
-    {
-        const char *what;
-        const char *target;
-        const ZEL_Type &type;
-    } cases[] = {{"no such parameter", "nowhere", ZEL_SWITCHER_EXCLUSIVE},
-                 {"itself", "mirror", ZEL_SWITCHER_EXCLUSIVE},
-                 {"no switcher of the fixed part", "fix", ZEL_SWITCHER_EXCLUSIVE},
-                 {"a multi-parameter", "points", ZEL_SWITCHER_EXCLUSIVE},
-                 {"an item's", "sw1", ZEL_SWITCHER_EXCLUSIVE},
-                 {"a spare one", "other", ZEL_SWITCHER_EXCLUSIVE},
-                 {"no value", nullptr, ZEL_SWITCHER_EXCLUSIVE},
-                 {"not exclusive", "folder", ZEL_SWITCHER},
-                 {"no switcher", "folder", ZEL_TOGGLE}};
-    for (const auto &one : cases) {
-        MirrorRig rig(one.target);
+    const std::tuple<const char *, const char *, const ZEL_Type &> cases[] = {
+        {"no such parameter", "nowhere", ZEL_SWITCHER_EXCLUSIVE},
+        {"itself", "mirror", ZEL_SWITCHER_EXCLUSIVE},
+        {"no switcher of the fixed part", "fix", ZEL_SWITCHER_EXCLUSIVE},
+        {"a multi-parameter", "points", ZEL_SWITCHER_EXCLUSIVE},
+        {"an item's", "sw1", ZEL_SWITCHER_EXCLUSIVE},
+        {"a spare one", "other", ZEL_SWITCHER_EXCLUSIVE},
+        {"no value", nullptr, ZEL_SWITCHER_EXCLUSIVE},
+        {"not exclusive", "folder", ZEL_SWITCHER},
+        {"no switcher", "folder", ZEL_TOGGLE}};
+    for (const auto &[what, target, type] : cases) {
+        MirrorRig rig(target);
         Block templates;
         templates.add(ZEL_SWITCHER_EXCLUSIVE, 1, "other");
-        templates.add(one.type, 1, "mirror")->setSparePtr(&rig.spare);
+        templates.add(type, 1, "mirror")->setSparePtr(&rig.spare);
         for (int round = 0; round < 2; ++round) {
             rig.update(&templates);
-            ASSERT_TRUE(rig.list->getParmPtr("mirror")) << one.what;
-            EXPECT_EQ(rig.channels.entries(), 0) << one.what;
+            ASSERT_TRUE(rig.list->getParmPtr("mirror")) << what;
+            EXPECT_EQ(rig.channels.entries(), 0) << what;
         }
         rig.update(nullptr);
         EXPECT_FALSE(rig.list->getParmPtr("mirror"));
