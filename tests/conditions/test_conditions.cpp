@@ -4,6 +4,7 @@
 
 #include <common/ListFixture.h>
 #include <common/TestOwner.h>
+#include <common/Threads.h>
 #include <data/DataParm.h>
 
 #include <BAS/BAS_Thread.h>
@@ -18,7 +19,6 @@
 #include <cmath>
 #include <map>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -303,19 +303,14 @@ TEST(Conditions, EvaluateOnManyThreads)
     const ZEL_Conditional conditional("{ a != 1 } { x > 12 x =~ 13 b == 2 t < 2 }",
                                       ZEL_CONDTYPE_DISABLE);
     std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int frame : {12, 13, 14, 13}) {
-        threads.emplace_back([&, frame] {
-            const TRK_EvalContext::Scope scope(BASgetSTID(), (frame - 1) / 24.0);
-            for (int i = 0; i < 500; ++i) {
-                const ZEL_Parm &parm = *fixture.list.getParmPtr(0);
-                wrong += conditional.eval(parm, fixture.list, nullptr) != (frame == 13);
-            }
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    onThreads(4, [&](int thread) {
+        const int frame = 12 + thread % 3;
+        const TRK_EvalContext::Scope scope(BASgetSTID(), (frame - 1) / 24.0);
+        for (int i = 0; i < 500; ++i) {
+            const ZEL_Parm &parm = *fixture.list.getParmPtr(0);
+            wrong += conditional.eval(parm, fixture.list, nullptr) != (frame == 13);
+        }
+    });
     EXPECT_EQ(wrong, 0);
 }
 
@@ -342,17 +337,11 @@ TEST(Conditions, CompileARegularExpressionOnce)
         items.push_back(std::make_unique<ZEL_Conditional>(*items.back()));
     }
     const auto evalAll = [&] {
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < 3; ++thread) {
-            threads.emplace_back([&] {
-                for (std::size_t i = 0; i < items.size(); ++i) {
-                    EXPECT_EQ(eval(*items[i]), i / 2 == 3);
-                }
-            });
-        }
-        for (std::thread &thread : threads) {
-            thread.join();
-        }
+        onThreads(3, [&](int) {
+            for (std::size_t i = 0; i < items.size(); ++i) {
+                EXPECT_EQ(eval(*items[i]), i / 2 == 3);
+            }
+        });
     };
     EXPECT_EQ(compiled([] { ZEL_Conditional("{ a =~ b }", ZEL_CONDTYPE_HIDE); }), 0);
     EXPECT_EQ(compiled(evalAll), 2 + 4);

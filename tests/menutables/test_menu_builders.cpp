@@ -15,7 +15,7 @@
 
 #include <algorithm>
 #include <climits>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -144,10 +144,6 @@ TEST(MenuBuilders, Sort)
     EXPECT_EQ(dump(part), "b|b\nc|c\na|a\n");
 }
 
-// -------------------------------------------------------------------- //
-// Images
-// -------------------------------------------------------------------- //
-
 TEST(ImageNames, FileNameLeadsTheFormat)
 {
     // `newFormat`: null: nothing changes
@@ -214,55 +210,20 @@ TEST(ImageNames, Formats)
     EXPECT_EQ(PIX_Format::getFormat(PIX_Format::getNFormats()), nullptr);
 }
 
-// -------------------------------------------------------------------- //
-// Dialog scripts
-// -------------------------------------------------------------------- //
-
 TEST(DialogScripts, NamesAndNumbers)
 {
-    const char *words[] = {
-        "RMlight",
-        "RMshader",
-        "RMdisplace",
-        "RMatmosphere",
-        "RMinterior",
-        "GENlight",
-        "GENshader",
-        "GENdisplace",
-        "GENatmosphere",
-        "TORlight",
-        "TORlightfog",
-        "TORfog",
-        "NODSmacro",
-        "GEMNmacro",
-        "IMCmacro",
-        "MATmacro",
-        "Renderers",
-        "KSLpixn",
-        "KSLwavn",
-        "KSLgemn",
-        "KSLprtn",
-        "KSLnods",
-        "KSLsurface",
-        "KSLphoton",
-        "KSLdisplace",
-        "KSLatmosphere",
-        "KSLlight",
-        "KSLshadow",
-        "KSLcksl",
-        "RIBprocedural",
-        "TorvikProcedural",
-        "User1",
-        "User2",
-        "User3",
-        "User4",
-        "User5",
-    };
-    ASSERT_EQ(std::size(words), 36u);
-    for (int i = 0; i < 36; ++i) {
-        EXPECT_EQ(ZELlookupDialogScript(words[i]), i) << words[i];
-        EXPECT_STREQ(ZELlookupDialogScript(ZEL_DialogScript(i)), words[i]);
+    std::istringstream words(
+        "RMlight RMshader RMdisplace RMatmosphere RMinterior GENlight GENshader GENdisplace "
+        "GENatmosphere TORlight TORlightfog TORfog NODSmacro GEMNmacro IMCmacro MATmacro "
+        "Renderers KSLpixn KSLwavn KSLgemn KSLprtn KSLnods KSLsurface KSLphoton KSLdisplace "
+        "KSLatmosphere KSLlight KSLshadow KSLcksl RIBprocedural TorvikProcedural User1 User2 "
+        "User3 User4 User5");
+    int count = 0;
+    for (std::string word; words >> word; ++count) {
+        EXPECT_EQ(ZELlookupDialogScript(word.c_str()), count) << word;
+        EXPECT_STREQ(ZELlookupDialogScript(ZEL_DialogScript(count)), word.c_str());
     }
+    EXPECT_EQ(count, 36);
     for (const char *word : {"", "RM", "RMlightx", "rmlight", "User6", (const char *)nullptr}) {
         EXPECT_EQ(ZELlookupDialogScript(word), -1);
     }

@@ -3,50 +3,27 @@
 #include "MenuDump.h"
 
 #include <KIT/KIT_IStream.h>
-#include <KIT/KIT_PathSearch.h>
 #include <ZEL/ZEL_FileMenu.h>
 #include <ZEL/ZEL_MenuBuilders.h>
+#include <presets/PresetFolders.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <tuple>
 #include <vector>
 
-namespace fs = std::filesystem;
-
 namespace
 {
 
-/// Folders "a" and "b" on the search path, in this order, both empty at first.
-class MenuFiles : public testing::Test
+class MenuFiles : public PresetFolders
 {
 protected:
-    MenuFiles()
+    static void write(const std::string &name, const std::string &bytes)
     {
-        std::string name = (fs::temp_directory_path() / "zel_menus_XXXXXX").string();
-        EXPECT_TRUE(::mkdtemp(name.data()));
-        myRoot = name;
-        fs::create_directories(myRoot / "a");
-        fs::create_directories(myRoot / "b");
-        const std::string path = (myRoot / "a").string() + ":" + (myRoot / "b").string();
-        KIT_PathSearch::getInstance(0).setComponents(path.c_str());
+        writeFile(in(name), bytes);
     }
-    ~MenuFiles() override { fs::remove_all(myRoot); }
-
-    void write(const std::string &name, const std::string &bytes)
-    {
-        std::ofstream(myRoot / name, std::ios::binary) << bytes;
-    }
-
-    const fs::path &root() const { return myRoot; }
-
-private:
-    fs::path myRoot;
 };
 
 /// A menu that no other test has filled.
@@ -70,13 +47,6 @@ std::string read(ZEL_FileMenu::Kind kind, const std::string &text)
     return out;
 }
 
-struct LineCase
-{
-    ZEL_FileMenu::Kind kind;
-    std::string text;
-    std::string rows;
-};
-
 } // namespace
 
 TEST(MenuLines, Rows)
@@ -84,7 +54,7 @@ TEST(MenuLines, Rows)
     const std::string separator = "_separator_|_separator_\n";
     const auto two = ZEL_FileMenu::RESOLUTION;
     const auto four = ZEL_FileMenu::PIXEL_FORMAT;
-    const LineCase cases[] = {
+    const std::tuple<ZEL_FileMenu::Kind, std::string, std::string> cases[] = {
         {two, "a A\nb \"B b\"\n", "a|A\nb|B b\n"},
         {two, "'1 2' \"One, two\"", "1 2|One, two\n"},
         {two, "'\"box\" 1 1' \"\\\"Box\\\"\"", "\"box\" 1 1|\"Box\"\n"},
@@ -106,16 +76,15 @@ TEST(MenuLines, Rows)
         {two, "\xff\xfe \x80\x01\nb B\n", "\xff\xfe|\x80\x01\nb|B\n"},
         {two, std::string("a A\0 c\nb\0 B\nd D\n", 15), "a|A\n" + separator + "d|D\n"},
     };
-    for (const LineCase &c : cases) {
-        EXPECT_EQ(read(c.kind, c.text), c.rows) << c.text;
+    for (const auto &[kind, text, rows] : cases) {
+        EXPECT_EQ(read(kind, text), rows) << text;
     }
 }
 
 // The files that docs/menus.md shows are read as it says.
 TEST(MenuLines, FilesOfThePage)
 {
-    std::ifstream is(ZEL_TESTS_DIR "/../docs/menus.md");
-    const std::string page((std::istreambuf_iterator<char>(is)), std::istreambuf_iterator<char>());
+    const std::string page = readFile(ZEL_TESTS_DIR "/../docs/menus.md");
     const auto block = [&page](const std::string &file) {
         const std::string start = "`" + file + "`:\n\n```\n";
         const size_t at = page.find(start);
@@ -197,17 +166,17 @@ TEST_F(MenuFiles, FilesAddUpInTheOrderOfThePath)
 
 TEST_F(MenuFiles, WhatCannotBeReadHasNoRows)
 {
-    fs::create_directories(root() / "a/FBrender");
+    fs::create_directories(in("a/FBrender"));
     write("b/FBrender", "x X\n");
-    fs::permissions(root() / "b/FBrender", fs::perms::none);
-    const bool readableFlag = std::ifstream(root() / "b/FBrender").good(); // the superuser's
+    fs::permissions(in("b/FBrender"), fs::perms::none);
+    const bool readableFlag = std::ifstream(in("b/FBrender")).good(); // the superuser's
     EXPECT_EQ(filled(ZEL_FileMenu::IMAGE).substr(0, 4), readableFlag ? "x|X\n" : "ip|f");
 }
 
 TEST_F(MenuFiles, FilledOnceForTheProcess)
 {
     write("a/FBrender", "one One\n");
-    const std::string seen = inChild([this] {
+    const std::string seen = inChild([] {
         std::string out = ZELgetImageName(0) ? "early " : "";
         out += build(ZELbuildImageMenu, 9);
         write("a/FBrender", "two Two\n");

@@ -227,16 +227,12 @@ TEST(MicroNodes, TheWholeNodeIsPushedOncePerWalk)
 TEST(MicroNodes, TheCallbackMayRemoveParameters)
 {
     // Which spare parameters are removed when the node of p1 is notified: itself, those before, those after.
-    struct Case
-    {
-        std::vector<const char *> removed;
-        const char *told;
-    };
-    const Case cases[] = {{{"p1"}, "p1:0 p3:0"},
-                          {{"p3", "p2"}, "p1:0 p1:1"},
-                          {{"p1", "p2", "p3"}, "p1:0"},
-                          {{"p0"}, "p1:0 p1:1 p3:0"}};
-    for (const Case &one : cases) {
+    const std::pair<std::vector<const char *>, const char *> cases[] = {
+        {{"p1"}, "p1:0 p3:0"},
+        {{"p3", "p2"}, "p1:0 p1:1"},
+        {{"p1", "p2", "p3"}, "p1:0"},
+        {{"p0"}, "p1:0 p1:1 p3:0"}};
+    for (const auto &one : cases) {
         OwnedTemplate own[4] = {
             {ZEL_FLT, 1, "p0"}, {ZEL_FLT, 2, "p1"}, {ZEL_FLT, 1, "p2"}, {ZEL_FLT, 1, "p3"}};
         MicroNodeList rig({});
@@ -251,13 +247,13 @@ TEST(MicroNodes, TheCallbackMayRemoveParameters)
             rig.instance(i).setSendExtra(-1);
         }
         const std::string told = push(list, -1, nullptr, theChanged, [&] {
-            for (const char *token : one.removed) {
+            for (const char *token : one.first) {
                 list.removeAndDestroyParm(list.getParmIndex(token));
             }
         });
         // A parameter that moves down to an index already passed is pushed the next time.
-        EXPECT_EQ(told, one.told);
-        EXPECT_EQ(list.getEntries(), 4 - int(one.removed.size()));
+        EXPECT_EQ(told, one.second);
+        EXPECT_EQ(list.getEntries(), 4 - int(one.first.size()));
     }
 }
 

@@ -537,10 +537,6 @@ TEST(MultiCount, TheOwnerMayReadTheListWhenItHears)
     p.list->clearParmOwner();
 }
 
-// ---------------------------------------------------------------------- //
-// What an item is made of
-// ---------------------------------------------------------------------- //
-
 TEST(MultiItem, TextsTakeTheNumbers)
 {
     MultiList p;
@@ -590,10 +586,6 @@ TEST(MultiItem, ChildrenOfAnUnknownTypeAreLeftOut)
     p.setCount(0.0);
     EXPECT_EQ("points=0", p.text());
 }
-
-// ---------------------------------------------------------------------- //
-// Look-up
-// ---------------------------------------------------------------------- //
 
 TEST(MultiLookUp, FlatIndicesTokensAndTemplates)
 {
@@ -693,10 +685,6 @@ TEST(MultiLookUp, OneBudgetServesAWholeLoad)
     EXPECT_EQ("ZEL 22", takeMessages().substr(0, 6));
     EXPECT_EQ(14, p.numItems());
 }
-
-// ---------------------------------------------------------------------- //
-// Names that clash in a load, and parameters that are removed early
-// ---------------------------------------------------------------------- //
 
 TEST(MultiClash, ALoadSettlesIt)
 {

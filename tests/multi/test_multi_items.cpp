@@ -340,10 +340,6 @@ TEST(MultiRevert, TheListLeavesItemsToTheOwner)
     EXPECT_FALSE(p.list->allDefaults());
 }
 
-// ---------------------------------------------------------------------- //
-// Ramps
-// ---------------------------------------------------------------------- //
-
 TEST(MultiRamp, TheFirstFillIsAnEvenGradient)
 {
     const std::tuple<ZEL_MultiType, double, const char *, const char *> cases[] = {

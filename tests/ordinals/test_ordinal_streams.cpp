@@ -1,9 +1,9 @@
 #include <common/Packets.h>
+#include <common/Threads.h>
 #include <ordinals/OrdinalParm.h>
 
 #include <gtest/gtest.h>
 
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -281,15 +281,14 @@ TEST_F(OrdinalStreams, ThreadsMeetAtAHeldToken)
     for (int round = 0; round < 200; ++round) {
         ASSERT_TRUE(p.load("( b 7 )"));
         std::atomic<int> wrong{0};
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 4; ++t) {
-            threads.emplace_back([&] { wrong += p.value(0) != 1 || p.value(1) != 2 ? 1 : 0; });
-        }
-        // A copy made meanwhile has the token or the value.
-        const std::unique_ptr<ZEL_Instance> copy(p.instance->duplicateSelf(p.parm));
-        for (std::thread &thread : threads) {
-            thread.join();
-        }
+        std::unique_ptr<ZEL_Instance> copy; // made meanwhile, it has the token or the value
+        onThreads(5, [&](int thread) {
+            if (thread == 0) {
+                copy.reset(p.instance->duplicateSelf(p.parm));
+            } else {
+                wrong += p.value(0) != 1 || p.value(1) != 2 ? 1 : 0;
+            }
+        });
         ASSERT_EQ(wrong, 0);
         copy->setDefaultsInitFlag(true);
         std::int64_t copied = 0;

@@ -51,8 +51,7 @@ bool writeAll(const std::string &path, const std::string &bytes)
     return writer.close();
 }
 
-class IndexFiles : public PresetFolders
-{};
+using IndexFiles = PresetFolders;
 
 // Longer than one piece, so that a write can end between two.
 const std::string theOld = std::string(100000, 'o');
@@ -352,7 +351,8 @@ TEST_F(IndexFiles, SectionPathsLeadThroughFilesInFiles)
     for (const std::string &none :
          {path.toStdString() + "x", path.toStdString() + "?deeper", in("a"), in("a/nothing"),
           std::string(), in("a/q?x/f.idx") + "?", std::string("?"), std::string("opdef:/T/op?x"),
-          in("a/q?x/f.idx") + std::string(1000, '?')}) {
+          in("a/q?x/f.idx") + std::string(1000, '?'),
+          std::string("/proc/self/mem")}) { // its first byte can't be read
         EXPECT_EQ(STO_Reader(none.c_str()).getStream(), nullptr) << none;
     }
     takeMessages();
@@ -397,27 +397,17 @@ TEST_F(IndexFiles, PlainNamesStayInTheirFolder)
     writeFile(in("install/data/f"), "x");
     fs::create_directories(in("a/f"));
     KIT_StringArray files;
-    EXPECT_EQ(KIT_PathSearch::getInstance(0).findAllFiles("f", files), 2);
+    KIT_PathSearch &search = KIT_PathSearch::getInstance(0);
+    EXPECT_EQ(search.findAllFiles("f", files), 2);
     EXPECT_EQ(files[0], in("b/f").c_str());
     EXPECT_EQ(files[1], in("install/data/f").c_str());
-    EXPECT_EQ(KIT_PathSearch::getInstance(0).findAllFiles("../outside/f", files), 0);
-}
+    EXPECT_EQ(search.findAllFiles("../outside/f", files), 0);
 
-TEST_F(IndexFiles, AFileThatFailsOnReadingIsUnreadable)
-{
-    // A regular file whose first byte can't be read.
-    STO_Reader reader("/proc/self/mem");
-    EXPECT_EQ(reader.getStream(), nullptr);
-}
-
-TEST_F(IndexFiles, AnEmptyVariableIsNoFolderOfThePath)
-{
-    setenv("ZEL_TEST_EMPTY", "", 1);
-    KIT_PathSearch &search = KIT_PathSearch::getInstance(0);
+    // A variable that is empty is no folder.
+    ::setenv("ZEL_TEST_EMPTY", "", 1);
     search.setComponents("$ZEL_TEST_EMPTY:/opt/app");
     ASSERT_EQ(search.getNumComponents(), 1);
     EXPECT_STREQ(search.getComponent(0).nonNullStr(), "/opt/app");
-    unsetenv("ZEL_TEST_EMPTY");
 }
 
 TEST_F(IndexFiles, VariablesInTexts)

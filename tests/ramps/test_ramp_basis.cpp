@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -80,10 +81,6 @@ const std::vector<At> theUneven = {{0.0f, 0.2f}, {0.1f, 0.9f}, {0.55f, -3.0f},
                                    {0.6f, 4.0f}, {0.8f, 4.0f}, {1.0f, 0.1f}};
 
 } // namespace
-
-// -------------------------------------------------------------------- //
-// Curves
-// -------------------------------------------------------------------- //
 
 TEST(RampBasis, CurvesPassThroughTheirKeys)
 {
@@ -257,19 +254,10 @@ TEST(RampBasis, OutsideCoincidentAndMissingKeys)
     }
 }
 
-// -------------------------------------------------------------------- //
-// Colours
-// -------------------------------------------------------------------- //
-
 TEST(RampColors, KnownColorsInEachSpace)
 {
-    struct Case
-    {
-        KIT_ColorType type;
-        double rgb[3];
-        double in[3];
-    };
-    const Case cases[] = {
+    using Color = std::array<double, 3>;
+    const std::tuple<KIT_ColorType, Color, Color> cases[] = {
         {KIT_COLORTYPE_HSV, {1.0, 0.5, 0.0}, {1.0 / 12.0, 1.0, 1.0}},
         {KIT_COLORTYPE_HSV, {0.1, 0.1, 0.4}, {4.0 / 6.0, 0.75, 0.4}},
         {KIT_COLORTYPE_HSV, {0.5, 0.0, 0.25}, {11.0 / 12.0, 1.0, 0.5}},
@@ -283,16 +271,16 @@ TEST(RampColors, KnownColorsInEachSpace)
         {KIT_COLORTYPE_LAB, {0.0, 0.0, 1.0}, {32.2970, 79.1875, -107.8602}},
         {KIT_COLORTYPE_RGB, {0.1, 0.2, 0.3}, {0.1, 0.2, 0.3}},
     };
-    for (const Case &c : cases) {
+    for (const auto &[type, rgb, in] : cases) {
         double there[3];
         double back[3];
-        KITcolorFromRGB(c.type, c.rgb, there);
-        KITcolorToRGB(c.type, c.in, back);
-        for (int i = 0; i < 3; i++) {
+        KITcolorFromRGB(type, rgb.data(), there);
+        KITcolorToRGB(type, in.data(), back);
+        for (std::size_t i = 0; i < 3; i++) {
             // Published values of L*a*b* come from a matrix with different last digits.
-            const double tolerance = c.type == KIT_COLORTYPE_LAB ? 0.03 : 1e-9;
-            EXPECT_NEAR(c.in[i], there[i], tolerance) << c.type << ", component " << i;
-            EXPECT_NEAR(c.rgb[i], back[i], tolerance / 100.0) << c.type << ", component " << i;
+            const double tolerance = type == KIT_COLORTYPE_LAB ? 0.03 : 1e-9;
+            EXPECT_NEAR(in[i], there[i], tolerance) << type << ", component " << i;
+            EXPECT_NEAR(rgb[i], back[i], tolerance / 100.0) << type << ", component " << i;
         }
     }
 }
@@ -321,15 +309,8 @@ TEST(RampColors, ThereAndBackKeepsAColor)
 
 TEST(RampColors, BlendedInTheSpace)
 {
-    struct Case
-    {
-        KIT_ColorType type;
-        float from[3];
-        float to[3];
-        const char *middle;
-        const char *why;
-    };
-    const Case cases[] = {
+    using Color = std::array<float, 3>;
+    const std::tuple<KIT_ColorType, Color, Color, const char *, const char *> cases[] = {
         {KIT_COLORTYPE_RGB, {1, 0, 0}, {0, 1, 0}, "0.5 0.5 0", "plain"},
         {KIT_COLORTYPE_XYZ, {1, 0, 0}, {0, 1, 0}, "0.5 0.5 0", "the space is linear in light"},
         {KIT_COLORTYPE_HSV, {1, 0, 0}, {0, 1, 0}, "1 1 0", "over yellow"},
@@ -342,15 +323,15 @@ TEST(RampColors, BlendedInTheSpace)
         {KIT_COLORTYPE_HSV, {-1, 0, 0}, {0, 0, 1}, "-0.5 0 0.5", "nor for this"},
         {KIT_COLORTYPE_LAB, {0, 0, 0}, {1, 1, 1}, "0.184 0.184 0.184", "L* of 50"},
     };
-    for (const Case &c : cases) {
+    for (const auto &[type, from, to, middle, why] : cases) {
         KIT_Ramp ramp;
-        ramp.setColorType(c.type);
-        appendColor(ramp, 0.0f, c.from[0], c.from[1], c.from[2]);
-        appendColor(ramp, 1.0f, c.to[0], c.to[1], c.to[2]);
-        EXPECT_EQ(c.middle, colorAt(ramp, 0.5f)) << c.why;
+        ramp.setColorType(type);
+        appendColor(ramp, 0.0f, from[0], from[1], from[2]);
+        appendColor(ramp, 1.0f, to[0], to[1], to[2]);
+        EXPECT_EQ(middle, colorAt(ramp, 0.5f)) << why;
         float rgba[4];
         ramp.evaluate(1.0f, rgba);
-        EXPECT_EQ(c.to[2], rgba[2]) << "to the bit at a key";
+        EXPECT_EQ(to[2], rgba[2]) << "to the bit at a key";
         EXPECT_EQ(1.0f, rgba[3]);
     }
 }
@@ -380,10 +361,6 @@ TEST(RampColors, HuesGoOnInOneDirection)
         }
     }
 }
-
-// -------------------------------------------------------------------- //
-// Nodes
-// -------------------------------------------------------------------- //
 
 TEST(RampNodes, OrderAndSelection)
 {

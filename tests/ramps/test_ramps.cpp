@@ -114,10 +114,6 @@ TEST(Ramps, InterpolationsAndBases)
     }
 }
 
-// -------------------------------------------------------------------- //
-// Reading
-// -------------------------------------------------------------------- //
-
 TEST(RampReading, KeysInOrderOfPosition)
 {
     RampList flat(ZEL_MULTITYPE_RAMP_FLT, 3.0);
@@ -198,10 +194,6 @@ TEST(RampReading, AtATime)
     p.animate("r", "ch(\"rest\")");
     EXPECT_EQ(3, p.read(0.0).getNodeCount()) << "reading makes the keys that a count asks for";
 }
-
-// -------------------------------------------------------------------- //
-// Writing
-// -------------------------------------------------------------------- //
 
 TEST(RampWriting, EveryValueGoesThroughTheSetter)
 {
@@ -311,10 +303,6 @@ TEST(RampWriting, AListenerMayTakeKeysAway)
         EXPECT_EQ(0, p.multi("r").getMultiParmNumItems()) << at;
     }
 }
-
-// -------------------------------------------------------------------- //
-// Default text
-// -------------------------------------------------------------------- //
 
 TEST(RampDefaults, TextOfArrays)
 {
@@ -532,18 +520,15 @@ TEST(RampDefaults, TextsOfStrangersLeaveARampThatCanBeRead)
 
 TEST(RampDefaults, ThePrefixKeepsNumbersApart)
 {
-    struct Case
-    {
-        const char *token;
-        const char *key;
-    };
-    for (const Case &c :
-         {Case{"foo1", "foo1_1pos"}, Case{"foo", "foo1pos"}, Case{"xn__a_3ab", "xn__a_3ab1pos"},
-          Case{"xn__a_3ab2", "xn__a_3ab2__1pos"}}) {
-        RampList p(ZEL_MULTITYPE_RAMP_FLT, 1.0, nullptr, c.token);
-        EXPECT_EQ("1pos ( 0 ) 1value ( 0 ) 1interp ( constant )", p.defaultText(c.token));
-        p.take("1pos ( 0.5 )", c.token);
-        EXPECT_EQ(0.5, p.eval(c.key)) << c.token;
+    const std::pair<const char *, const char *> cases[] = {{"foo1", "foo1_1pos"},
+                                                           {"foo", "foo1pos"},
+                                                           {"xn__a_3ab", "xn__a_3ab1pos"},
+                                                           {"xn__a_3ab2", "xn__a_3ab2__1pos"}};
+    for (const auto &[token, key] : cases) {
+        RampList p(ZEL_MULTITYPE_RAMP_FLT, 1.0, nullptr, token);
+        EXPECT_EQ("1pos ( 0 ) 1value ( 0 ) 1interp ( constant )", p.defaultText(token));
+        p.take("1pos ( 0.5 )", token);
+        EXPECT_EQ(0.5, p.eval(key)) << token;
     }
 }
 

@@ -138,10 +138,6 @@ TEST(Migration, MasksThatAreSetAnewCount)
     EXPECT_EQ(parm.getAutoSelectField(), 2u);
 }
 
-// ---------------------------------------------------------------------- //
-// Random pairs
-// ---------------------------------------------------------------------- //
-
 enum Kind
 {
     FLOAT,

@@ -303,10 +303,6 @@ TEST(SpareParms, EventsGoOutBeforehandAndNotInALoad)
     }
 }
 
-// ---------------------------------------------------------------------- //
-// Mirrors
-// ---------------------------------------------------------------------- //
-
 constexpr const char *theMark = "1+strcmp(\"\", \"AUTO-GENERATED\")+";
 
 /// "folder" of the fixed part, and a set with "mirror", which mirrors what `target` names.
