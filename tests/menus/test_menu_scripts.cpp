@@ -47,6 +47,9 @@ protected:
     Tracebacks tracebacks;
 };
 
+const std::string theHeader =
+    "Error running Python menu script in parameter,\n    The Menu (/obj/test/menu):|";
+
 bool endsWith(const std::string &text, const std::string &end)
 {
     return text.size() >= end.size() &&
@@ -67,9 +70,7 @@ TEST_F(PythonMenus, OtherMenusStartNoInterpreter)
     SNKsetPythonEnabled(false);
     EXPECT_EQ("(null)", namesOf(script, menuParm()));
     SNKsetPythonEnabled(true);
-    EXPECT_EQ("Error running Python menu script in parameter,\n    The Menu (/obj/test/menu):|"
-              "Python is switched off.\n",
-              tracebacks.take());
+    EXPECT_EQ(theHeader + "Python is switched off.\n", tracebacks.take());
     EXPECT_FALSE(SNKisPythonStarted());
     EXPECT_EQ("a=A", namesOf(script, menuParm()));
     EXPECT_TRUE(SNKisPythonStarted());
@@ -102,8 +103,6 @@ TEST_F(PythonMenus, AreThePairsThatScriptsReturn)
 
 TEST_F(PythonMenus, TellWhatTheyShouldReturn)
 {
-    const std::string header =
-        "Error running Python menu script in parameter,\n    The Menu (/obj/test/menu):|";
     const std::pair<const char *, const char *> cases[] = {
         {"return ('a', 'A', 'b')", "Python menu scripts must return an even number of strings."},
         {"return 5", "Python menu scripts must return a sequence of strings."},
@@ -115,7 +114,7 @@ TEST_F(PythonMenus, TellWhatTheyShouldReturn)
     };
     for (const auto &[script, sentence] : cases) {
         EXPECT_EQ("(null)", run(script)) << script;
-        EXPECT_EQ(header + sentence, tracebacks.take()) << script;
+        EXPECT_EQ(theHeader + sentence, tracebacks.take()) << script;
         EXPECT_EQ("(null)", run(script, true)) << script;
         EXPECT_EQ("", tracebacks.take()) << "quiet: " << script;
     }
@@ -265,6 +264,8 @@ protected:
         return out.toStdString();
     }
 
+    int takeError() { return std::exchange(EVL::theErrNo[thread], EVL::EVL_OK); }
+
     const int thread = BASgetSTID();
     TRK_Collection collection;
     TRK_Channel *tx = nullptr;
@@ -320,9 +321,9 @@ TEST_F(PythonExpressions, FailWithTheNumberOfTheReason)
         }
     }
     EXPECT_EQ(2.0, number("vmr.ch('tx')")) << "an error from before is no reason to fail";
-    EVL::theErrNo[thread] = EVL::EVL_OK;
+    takeError();
     EXPECT_EQ(3.0, number("1 + 2"));
-    EXPECT_EQ(EVL::EVL_OK, EVL::theErrNo[thread]);
+    EXPECT_EQ(EVL::EVL_OK, takeError());
 }
 
 TEST_F(PythonExpressions, DependOnTimeIfTheyReadIt)
@@ -346,21 +347,18 @@ TEST_F(PythonExpressions, ArePartsOfOneEvaluation)
     }
     collection.addChannel("c17")->setDefault(1.0);
     EXPECT_EQ(1024.0, number("vmr.ch('c7')"));
-    EXPECT_EQ(EVL::EVL_OK, EVL::theErrNo[thread]);
+    EXPECT_EQ(EVL::EVL_OK, takeError());
     EXPECT_EQ(0.0, number("vmr.ch('c0')"));
-    EXPECT_EQ(EVL::EVL_DEPTH, EVL::theErrNo[thread]);
-    EVL::theErrNo[thread] = EVL::EVL_OK;
+    EXPECT_EQ(EVL::EVL_DEPTH, takeError());
     // References that one expression reads, and texts that it gets.
     EXPECT_EQ(2000.0, number("sum(vmr.ch('tx') for i in range(1000))"));
-    EXPECT_EQ(EVL::EVL_OK, EVL::theErrNo[thread]);
+    EXPECT_EQ(EVL::EVL_OK, takeError());
     EXPECT_EQ(0.0, number("sum(vmr.ch('tx') for i in range(1000000))"));
-    EXPECT_EQ(EVL::EVL_DEPTH, EVL::theErrNo[thread]);
-    EVL::theErrNo[thread] = EVL::EVL_OK;
+    EXPECT_EQ(EVL::EVL_DEPTH, takeError());
     tx->changeExpression(0, "'x' * 1000000", TRK_LANGUAGE_PYTHON, false);
     EXPECT_EQ(3e6, number("sum(len(vmr.chs('tx')) for i in range(3))"));
     EXPECT_EQ(0.0, number("sum(len(vmr.chs('tx')) for i in range(100))"));
-    EXPECT_EQ(EVL::EVL_DEPTH, EVL::theErrNo[thread]);
-    EVL::theErrNo[thread] = EVL::EVL_OK;
+    EXPECT_EQ(EVL::EVL_DEPTH, takeError());
 }
 
 TEST_F(PythonExpressions, AreKeptInABoundedCache)
@@ -495,11 +493,9 @@ TEST(Python, WithoutAnInterpreterSaysSoInOneMessage)
     Tracebacks tracebacks;
     const ZEL_ChoiceList menu = pythonMenu("return ['a', 'A']");
     EXPECT_EQ("(null)", namesOf(menu, node.list->getParmPtr("menu")));
-    EXPECT_EQ(
-        std::string("Error running Python menu script in parameter,\n"
-                    "    The Menu (/obj/test/menu):|") +
-            (SNKisPythonBuiltIn() ? "Python is switched off.\n" : "This build has no Python.\n"),
-        tracebacks.take());
+    EXPECT_EQ(theHeader + (SNKisPythonBuiltIn() ? "Python is switched off.\n"
+                                                : "This build has no Python.\n"),
+              tracebacks.take());
     SNK_EvaluationContext context("vmr");
     KIT_String error;
     EXPECT_FALSE(SNKrunPythonStatements("x = 1", context, &error));

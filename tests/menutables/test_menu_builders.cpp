@@ -115,7 +115,6 @@ TEST(MenuBuilders, ImageDevices)
         expected += std::string(format.getName()) + "|" + format.getLabel() + "\n";
     }
     EXPECT_EQ(build(ZELbuildImageDeviceMenu, 100), expected);
-    EXPECT_EQ(build(ZELbuildImageDeviceMenu, 4), head(expected, 3));
 }
 
 TEST_F(Takes, TakeMenu)

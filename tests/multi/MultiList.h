@@ -94,6 +94,16 @@ inline std::string contents(const ZEL_ParmList &list)
     return text;
 }
 
+/// While it lives, lists count as loading.
+class Loading
+{
+public:
+    Loading() { ZEL_ParmList::beginLoading(); }
+    ~Loading() { ZEL_ParmList::endLoading(); }
+    Loading(const Loading &) = delete;
+    Loading &operator=(const Loading &) = delete;
+};
+
 /// A list over a block's templates, with an owner by default.
 class MultiList
 {
@@ -159,6 +169,12 @@ public:
     {
         set(token, count);
         eval(token);
+    }
+    /// The same in a load, where an item replaces what has its name.
+    void loadCount(double count, const char *token)
+    {
+        const Loading loading;
+        setCount(count, token);
     }
     void animate(const char *token, const char *expression, int index = 0)
     {
@@ -231,13 +247,3 @@ inline long numberFromEnvironment(const char *name, long otherwise)
     const char *text = std::getenv(name);
     return text ? std::atol(text) : otherwise;
 }
-
-/// While it lives, lists count as loading.
-class Loading
-{
-public:
-    Loading() { ZEL_ParmList::beginLoading(); }
-    ~Loading() { ZEL_ParmList::endLoading(); }
-    Loading(const Loading &) = delete;
-    Loading &operator=(const Loading &) = delete;
-};

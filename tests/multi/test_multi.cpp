@@ -700,10 +700,7 @@ TEST(MultiClash, ALoadSettlesIt)
     p.list->setChannelAlias(&p.parm("q1"), 0, KIT_StringHolder("second"));
     p.animate("q1", "5 + 1");
     p.owner.takeCalls();
-    {
-        const Loading loading;
-        p.setCount(2.0, "others");
-    }
+    p.loadCount(2.0, "others");
     EXPECT_EQ("others=2 points=1 pt1=0 q1=6 q2=0", p.text());
     EXPECT_EQ(&p.multi("others"), p.parm("q1").getMultiParmOwner());
     EXPECT_EQ(&p.parm("q1"), p.list->getParmPtrFromChannel("second", nullptr));
@@ -729,10 +726,7 @@ TEST(MultiClash, FixedParametersAndTheMultiItselfStay)
     p.buildTop();
     p.set("fixed0", 4.0);
     p.owner.takeCalls();
-    {
-        const Loading loading;
-        p.setCount(1.0, "points0");
-    }
+    p.loadCount(1.0, "points0");
     EXPECT_EQ("fixed0=4 points0=1 pt0=0 twice0=0", p.text());
     EXPECT_EQ("parmRemoved 3; multiItemCreated pt0; multiInstancesChanged", p.owner.takeCalls());
     p.setCount(0.0, "points0");
@@ -807,10 +801,7 @@ TEST(MultiClash, AnItemCannotReplaceTheMultiThatMakesIt)
     p.buildTop();
     const ZEL_Parm *late =
         p.append(p.late.addMulti(ZEL_MULTITYPE_LIST, "late1", p.items.templates()));
-    {
-        const Loading loading;
-        p.setCount(2.0, "late1");
-    }
+    p.loadCount(2.0, "late1");
     EXPECT_EQ("n=0 late1=2 pt1=0 pt2=0 late2=0", p.text());
     EXPECT_EQ(late, p.list->getParmPtr("late1"));
 }

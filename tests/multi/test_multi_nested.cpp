@@ -147,10 +147,7 @@ TEST_F(Nested, LeftoverInnerItemsSurviveTheirMulti)
     count("in1", 2.0);
     p.set("x1_2", 12.0);
     p.append(p.late.addMulti(ZEL_MULTITYPE_LIST, "again", second.templates()));
-    {
-        const Loading loading;
-        count("again", 1.0);
-    }
+    p.loadCount(1.0, "again");
     EXPECT_EQ("outer=1 a1=0 again=1 in1=2 x1_1=0 x1_2=12", text());
     EXPECT_EQ(&p.multi("again"), p.parm("in1").getMultiParmOwner());
     EXPECT_EQ(&p.multi("in1"), p.parm("x1_2").getMultiParmOwner());
@@ -190,10 +187,7 @@ TEST_F(Nested, ACountInExpressionReplacesNothingInALoad)
     outer.templates()[1].setFactoryDefaults(&asks);
     p.append(p.late.addMulti(ZEL_MULTITYPE_LIST, "other", rival.templates()));
     p.animate("other", "1");
-    {
-        const Loading loading;
-        count("outer", 1.0);
-    }
+    p.loadCount(1.0, "outer");
     EXPECT_EQ("outer=1 other=0 a1=0 in1=1 x1_1=0", text());
     EXPECT_EQ(&p.multi("outer"), p.parm("in1").getMultiParmOwner());
     p.eval("other");

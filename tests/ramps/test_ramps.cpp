@@ -313,7 +313,8 @@ TEST(RampDefaults, TextOfArrays)
              1,
              {},
              {},
-             "1pos ( 0 ) 1interp ( linear ) 1value ( 0 ) 2pos ( 1 ) 2interp ( linear ) 2value ( 1 )"},
+             "1pos ( 0 ) 1interp ( linear ) 1value ( 0 ) "
+             "2pos ( 1 ) 2interp ( linear ) 2value ( 1 )"},
             {{5}, 1, {}, {}, "1pos ( 0 ) 1interp ( linear ) 1value ( 5 )"},
             {{1, 0, 0, 0.5}, 3, {}, {}, "1pos ( 0 ) 1interp ( linear ) 1c ( 1 0 0 )"},
             {{1, 2},

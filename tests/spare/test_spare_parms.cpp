@@ -233,11 +233,8 @@ TEST(SpareParms, StrangersSetsDoNoHarm)
     SpareRig rig;
     for (int round = 0; round < 4; ++round) {
         rig.update(twice);
-        {
-            // Outside a load an item whose name is taken is refused.
-            const Loading loading;
-            rig.setCount(3, "m");
-        }
+        // Outside a load an item whose name is taken is refused.
+        rig.loadCount(3, "m");
         ASSERT_TRUE(rig.list->getParmPtr("a2"));
         rig.animate("a1", "0+1");
         rig.set("a2", 5);
