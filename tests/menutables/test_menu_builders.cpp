@@ -145,21 +145,20 @@ TEST(MenuBuilders, Sort)
 
 TEST(ImageNames, FileNameLeadsTheFormat)
 {
-    // `newFormat`: null: nothing changes
-    const std::tuple<const char *, const char *, const char *, const char *, const char *> cases[] =
-        {
-            {"a.tif", "pic", "depth int16 compression zip", "tiff", "depth int16 compression zip"},
-            {"a.JPG", "tiff", "depth int16 compression zip quality 90", "jpeg", "quality 90"},
-            {"$SCN/x.$F4.exr", "", "compression piz artist \"A B\" quality 50", "exr",
-             "compression piz artist \"A B\""},
-            {"a.jpeg", "pic", "quality 101 compression jpeg odd", "jpeg", "compression jpeg"},
-            {"a.tiff", "tiff", "depth int8", nullptr, nullptr},
-            {"a.wibble", "tiff", "depth int8", nullptr, nullptr},
-            {"dir.tif/a", "pic", "depth int8", nullptr, nullptr},
-            {".tif", "pic", "depth int8", nullptr, nullptr},
-            {"", "pic", "depth int8", nullptr, nullptr},
-            {nullptr, "pic", "depth int8", nullptr, nullptr},
-        };
+    using Text = const char *; // null as the new one: nothing changes
+    const std::tuple<Text, Text, Text, Text, Text> cases[] = {
+        {"a.tif", "pic", "depth int16 compression zip", "tiff", "depth int16 compression zip"},
+        {"a.JPG", "tiff", "depth int16 compression zip quality 90", "jpeg", "quality 90"},
+        {"$SCN/x.$F4.exr", "", "compression piz artist \"A B\" quality 50", "exr",
+         "compression piz artist \"A B\""},
+        {"a.jpeg", "pic", "quality 101 compression jpeg odd", "jpeg", "compression jpeg"},
+        {"a.tiff", "tiff", "depth int8", nullptr, nullptr},
+        {"a.wibble", "tiff", "depth int8", nullptr, nullptr},
+        {"dir.tif/a", "pic", "depth int8", nullptr, nullptr},
+        {".tif", "pic", "depth int8", nullptr, nullptr},
+        {"", "pic", "depth int8", nullptr, nullptr},
+        {nullptr, "pic", "depth int8", nullptr, nullptr},
+    };
     for (const auto &[name, oldFormat, oldOptions, newFormat, newOptions] : cases) {
         KIT_String format(oldFormat);
         KIT_String options(oldOptions);
