@@ -191,12 +191,8 @@ TEST_F(MenuFiles, FilledOnceForTheProcess)
 
 TEST_F(MenuFiles, EveryBuilderReadsItsFile)
 {
-    const struct
-    {
-        Builder builder;
-        const char *file;
-        const ZEL_Name *(*getter)(int);
-    } cases[] = {
+    using Getter = const ZEL_Name *(*)(int);
+    const std::tuple<Builder, std::string, Getter> cases[] = {
         {ZELbuildImageMenu, "FBrender", ZELgetImageName},
         {ZELbuildResolutionMenu, "FBres", ZELgetResolutionName},
         {ZELbuildPixelFormatMenu, "FBpixel", ZELgetPixelFormatName},
@@ -204,17 +200,15 @@ TEST_F(MenuFiles, EveryBuilderReadsItsFile)
         {ZELbuildRiFilterMenu, "FBrifilter", nullptr},
         {ZELbuildRiHiderMenu, "FBrihider", nullptr},
     };
-    for (const auto &c : cases) {
-        const std::string file = c.file;
-        const std::string row =
-            c.builder == ZELbuildPixelFormatMenu ? file + " 1 2 L" : file + " L";
+    for (const auto &[builder, file, getter] : cases) {
+        const std::string row = builder == ZELbuildPixelFormatMenu ? file + " 1 2 L" : file + " L";
         write("a/" + file, row + "\n");
-        const std::string seen = inChild([&c] {
-            const std::string rows = build(c.builder, 9);
-            return rows + (c.getter && c.getter(0) ? rowText(*c.getter(0)) : "");
+        const std::string seen = inChild([make = builder, get = getter] {
+            const std::string rows = build(make, 9);
+            return rows + (get && get(0) ? rowText(*get(0)) : "");
         });
         const std::string expected = row.substr(0, row.size() - 2) + "|L\n";
-        EXPECT_EQ(seen, c.getter ? expected + expected : expected);
+        EXPECT_EQ(seen, getter ? expected + expected : expected);
     }
 }
 

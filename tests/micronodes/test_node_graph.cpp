@@ -118,6 +118,10 @@ TEST(NodeGraph, TextsReferByBackticksAndByPaths)
     EXPECT_EQ(pair.change(*pair.a, "t"), "/b/name whole");
     pair.setText(*pair.b, "name", "nothing");
     EXPECT_EQ(pair.change(*pair.a, "t"), "whole");
+    // Graph nodes that others made count for it, too.
+    pair.a->getParms().getParmPtr("t")->microNode(0);
+    pair.setText(*pair.b, "name", "../a");
+    EXPECT_EQ(pair.change(*pair.a, "t"), "/a/tx /b/name whole");
 }
 
 TEST(NodeGraph, ComputedNamesAreThoseLastRead)
@@ -148,14 +152,6 @@ TEST(NodeGraph, CirclesAndLostReferencesAreHarmless)
     pair.told.clear();
     pair.a->getParms().getParmPtr("t")->sendValueChanged(0, true);
     EXPECT_EQ(pair.takeTold(), "/a/tx /b/tx");
-}
-
-TEST(NodeGraph, GraphNodesThatOthersMadeCountForTheWhole)
-{
-    Pair pair;
-    pair.setText(*pair.b, "name", "../a");
-    pair.a->getParms().getParmPtr("w")->microNode(0);
-    EXPECT_EQ(pair.change(*pair.a, "w"), "/a/w /b/name whole");
 }
 
 TEST(NodeGraph, ParametersComeAndGoUnderTheirEdges)
