@@ -5,6 +5,8 @@
 #include <LYR/LYR_Manager.h>
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace
 {
 
@@ -68,14 +70,7 @@ protected:
 
 TEST_F(Access, FollowsPermissionsAssetLockAndTake)
 {
-    const struct
-    {
-        unsigned permissions; // of the list
-        unsigned assetMask;
-        unsigned mask; // the access asked for
-        unsigned state;
-        bool allowed;
-    } cases[] = {
+    const std::tuple<unsigned, unsigned, unsigned, unsigned, bool> cases[] = {
         // An open list.
         {theAll, theAll, theWrite, 0, true},
         {theAll, theAll, theWrite, IN_TAKE, false},
@@ -103,12 +98,12 @@ TEST_F(Access, FollowsPermissionsAssetLockAndTake)
         {theAll, theRead, theWrite, IN_TAKE | ACTIVE, true},
         {theAll, theRead, theRead, 0, true},
     };
-    for (const auto &row : cases) {
-        list.setPermissions(row.permissions);
-        list.setAssetPermissionMask(row.assetMask);
-        EXPECT_EQ(row.allowed, ask(PARM_T, row.mask, row.state))
-            << std::oct << "permissions " << row.permissions << ", asset " << row.assetMask
-            << ", asked " << row.mask << std::hex << ", state 0x" << row.state;
+    for (const auto &[permissions, assetMask, mask, state, allowed] : cases) {
+        list.setPermissions(permissions);
+        list.setAssetPermissionMask(assetMask);
+        EXPECT_EQ(allowed, ask(PARM_T, mask, state))
+            << std::oct << "permissions " << permissions << ", asset " << assetMask << ", asked "
+            << mask << std::hex << ", state 0x" << state;
     }
 }
 

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <tuple>
 
 namespace
 {
@@ -54,10 +55,6 @@ std::string help(const ZEL_Parm &parm)
     parm.getHelpText(text);
     return text.buffer();
 }
-
-// ---------------------------------------------------------------------- //
-// Setting
-// ---------------------------------------------------------------------- //
 
 TEST_F(Facade, SettingTellsTheChangeOnlyWhenAsked)
 {
@@ -152,10 +149,6 @@ TEST_F(Facade, AlwaysHardenMakesKeys)
         << "the expression drives what precedes the key";
 }
 
-// ---------------------------------------------------------------------- //
-// Notification
-// ---------------------------------------------------------------------- //
-
 TEST_F(Facade, AButtonRebuildsItsDependencyInsteadOfGoingDirty)
 {
     for (FacadeParm index : {PARM_PRESS, PARM_QUIET}) {
@@ -174,11 +167,7 @@ TEST_F(Facade, AButtonRebuildsItsDependencyInsteadOfGoingDirty)
 TEST_F(Facade, OnlyTheWordsBasicToChannelMakeAButton)
 {
     ZEL_Name name("x");
-    const struct
-    {
-        ZEL_Type type;
-        bool button;
-    } cases[] = {
+    const std::tuple<ZEL_Type, bool> cases[] = {
         {ZEL_CALLBACK, true},
         {ZEL_CALLBACK_NOREFRESH, true},
         {ZEL_CALLBACK | ZEL_TYPE_INVISIBLE | ZEL_TYPE_NOCOOK, true},
@@ -187,11 +176,11 @@ TEST_F(Facade, OnlyTheWordsBasicToChannelMakeAButton)
         {ZEL_TYPE_ORDINAL, false},
         {ZEL_FLT, false},
     };
-    for (const auto &row : cases) {
-        ZEL_Template description(row.type, 1, &name);
+    for (const auto &[type, button] : cases) {
+        ZEL_Template description(type, 1, &name);
         std::ostringstream dump;
-        row.type.saveASCII(dump);
-        EXPECT_EQ(row.button, ZEL_Parm(&description, nullptr).isCallbackType()) << dump.str();
+        type.saveASCII(dump);
+        EXPECT_EQ(button, ZEL_Parm(&description, nullptr).isCallbackType()) << dump.str();
     }
 }
 
@@ -227,10 +216,6 @@ TEST_F(Facade, ErrorsOfAMultiCountAreDropped)
     EXPECT_NE(EVL::EVL_OK, EVL::theErrNo[thread]);
     EVL::theErrNo[thread] = EVL::EVL_OK;
 }
-
-// ---------------------------------------------------------------------- //
-// Masks and flags
-// ---------------------------------------------------------------------- //
 
 TEST_F(Facade, ButtonsTakeNoLocksAndScopes)
 {
@@ -278,10 +263,6 @@ TEST_F(Facade, OnlySpareParametersBypass)
     EXPECT_EQ("4:2", events.take());
 }
 
-// ---------------------------------------------------------------------- //
-// Defaults
-// ---------------------------------------------------------------------- //
-
 TEST_F(Facade, RevertingKeepsChannelsUnlessDestructive)
 {
     ZEL_Parm &t = parm(PARM_T);
@@ -317,10 +298,6 @@ TEST_F(Facade, InvisibleParametersRevertByTheFlag)
     hidden.revertToDefault(0.0, 0, true);
     EXPECT_EQ("7", values(hidden));
 }
-
-// ---------------------------------------------------------------------- //
-// Copying and comparing
-// ---------------------------------------------------------------------- //
 
 TEST_F(Facade, CopyParmTakesWhatBothHave)
 {
@@ -391,27 +368,19 @@ TEST(FacadeKinds, TheBroaderKindComparesAndALiteralIsCopiedAsItIs)
         ZEL_Template(ZEL_STRING, 1, &names[2]), ZEL_Template(ZEL_KEY_VALUE_DICT, 1, &names[3]),
         ZEL_Template(ZEL_STRING, 1, &names[4]), ZEL_Template()};
     ZEL_ParmList list(templates, nullptr, nullptr, nullptr, KIT_StringRef(), false);
-    const struct
-    {
-        double number;
-        int ordinal;
-        const char *text;
-        const char *first;
-        const char *second;
-        bool equal;
-    } cases[] = {
+    const std::tuple<double, int, const char *, const char *, const char *, bool> cases[] = {
         {2.5, 2, "", "f", "i", false},    {2.0, 2, "", "i", "f", true},
         {2.0, 2, "2.0", "f", "s", false}, {2.0, 2, "2", "s", "f", true},
         {2.0, 2, "02", "i", "s", false},  {0.0, 0, "", "s", "d", false},
         {0.0, 0, "", "d", "f", false},    {0.0, 0, "", "d", "d", true},
     };
-    for (const auto &c : cases) {
-        list.setFloat(c.number, KIT_StringRef("f"), 0, 0.0, false);
-        list.setInt(c.ordinal, KIT_StringRef("i"), 0, 0.0, false);
-        list.setString(KIT_String(c.text), TRK_MEANING_LITERAL, KIT_StringRef("s"), 0, 0.0, false);
-        const bool equal = list.getParmPtr(c.first)->isParmValueEqual(0, *list.getParmPtr(c.second),
-                                                                      0, 0.0, BASgetSTID());
-        EXPECT_EQ(equal, c.equal) << c.first << " " << c.second << " " << c.number << c.text;
+    for (const auto &[number, ordinal, text, first, second, wanted] : cases) {
+        list.setFloat(number, KIT_StringRef("f"), 0, 0.0, false);
+        list.setInt(ordinal, KIT_StringRef("i"), 0, 0.0, false);
+        list.setString(KIT_String(text), TRK_MEANING_LITERAL, KIT_StringRef("s"), 0, 0.0, false);
+        const bool equal = list.getParmPtr(first)->isParmValueEqual(0, *list.getParmPtr(second), 0,
+                                                                    0.0, BASgetSTID());
+        EXPECT_EQ(equal, wanted) << first << " " << second << " " << number << text;
     }
 
     list.setString(KIT_String("a \"b\""), TRK_MEANING_LITERAL, KIT_StringRef("s"), 0, 0.0, false);
@@ -420,10 +389,6 @@ TEST(FacadeKinds, TheBroaderKindComparesAndALiteralIsCopiedAsItIs)
     list.evalString(copied, KIT_StringRef("c"), 0, 0.0);
     EXPECT_STREQ(copied.nonNullStr(), "a \"b\"");
 }
-
-// ---------------------------------------------------------------------- //
-// Channels
-// ---------------------------------------------------------------------- //
 
 TEST_F(Facade, ChannelIndicesOutsideTheVectorAreHarmless)
 {
@@ -470,30 +435,23 @@ TEST_F(Facade, UnreferencedChannelsGoSharedOnesPassOver)
 TEST_F(Facade, ReferencesOpenByKindAndLanguage)
 {
     ZEL_Name name("n");
-    const struct
-    {
-        ZEL_Type type;
-        ZEL_TypeExtended extended;
-        TRK_ExprLanguage language;
-        const char *channel;
-        const char *expected;
-    } cases[] = {
-        {ZEL_FLT, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "tx", "ch(\"../box/tx\")"},
-        {ZEL_FLT, ZEL_TYPEX_NONE, TRK_LANGUAGE_PYTHON, "tx", "ch(\"../box/tx\")"},
-        {ZEL_FLT, ZEL_TYPEX_NODE_PATH, TRK_LANGUAGE_NATIVE, "tx", "ch(\"../box/tx\")"},
-        {ZEL_STRING, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "tx", "chs(\"../box/tx\")"},
-        {ZEL_STRING, ZEL_TYPEX_NONE, TRK_LANGUAGE_PYTHON, "tx", "ch(\"../box/tx\")"},
-        {ZEL_STRING, ZEL_TYPEX_NODE_PATH, TRK_LANGUAGE_NATIVE, "tx", "chsop(\"../box/tx\")"},
-        {ZEL_STRING, ZEL_TYPEX_NODE_PATHS, TRK_LANGUAGE_PYTHON, "tx", "chsop(\"../box/tx\")"},
-        {ZEL_STRING | ZEL_TYPE_OP_REF_LIST, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "tx",
-         "chsop(\"../box/tx\")"},
-        {ZEL_STRING, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "", "chs(\"../box\")"},
-        {ZEL_FLT, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, nullptr, "ch(\"../box\")"},
-    };
-    for (const auto &row : cases) {
-        ZEL_Template description(row.type, row.extended, 1, &name);
-        EXPECT_EQ(row.expected,
-                  reference(ZEL_Parm(&description, nullptr), row.language, row.channel));
+    const std::tuple<ZEL_Type, ZEL_TypeExtended, TRK_ExprLanguage, const char *, const char *>
+        cases[] = {
+            {ZEL_FLT, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "tx", "ch(\"../box/tx\")"},
+            {ZEL_FLT, ZEL_TYPEX_NONE, TRK_LANGUAGE_PYTHON, "tx", "ch(\"../box/tx\")"},
+            {ZEL_FLT, ZEL_TYPEX_NODE_PATH, TRK_LANGUAGE_NATIVE, "tx", "ch(\"../box/tx\")"},
+            {ZEL_STRING, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "tx", "chs(\"../box/tx\")"},
+            {ZEL_STRING, ZEL_TYPEX_NONE, TRK_LANGUAGE_PYTHON, "tx", "ch(\"../box/tx\")"},
+            {ZEL_STRING, ZEL_TYPEX_NODE_PATH, TRK_LANGUAGE_NATIVE, "tx", "chsop(\"../box/tx\")"},
+            {ZEL_STRING, ZEL_TYPEX_NODE_PATHS, TRK_LANGUAGE_PYTHON, "tx", "chsop(\"../box/tx\")"},
+            {ZEL_STRING | ZEL_TYPE_OP_REF_LIST, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "tx",
+             "chsop(\"../box/tx\")"},
+            {ZEL_STRING, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, "", "chs(\"../box\")"},
+            {ZEL_FLT, ZEL_TYPEX_NONE, TRK_LANGUAGE_NATIVE, nullptr, "ch(\"../box\")"},
+        };
+    for (const auto &[type, extended, language, channel, expected] : cases) {
+        ZEL_Template description(type, extended, 1, &name);
+        EXPECT_EQ(expected, reference(ZEL_Parm(&description, nullptr), language, channel));
     }
 }
 
@@ -522,22 +480,11 @@ TEST_F(Facade, AChannelReferenceReadsTheOtherParameter)
     EXPECT_EQ("3", values(f));
 }
 
-// ---------------------------------------------------------------------- //
-// Texts for people
-// ---------------------------------------------------------------------- //
-
 TEST_F(Facade, LabelsNameTheComponent)
 {
     ZEL_Name name("v", "Vector");
     ZEL_Name marked("v", "Size of %s");
-    const struct
-    {
-        ZEL_Type naming;
-        int size;
-        ZEL_Name *name;
-        int index;
-        const char *expected;
-    } cases[] = {
+    const std::tuple<ZEL_Type, int, ZEL_Name *, int, const char *> cases[] = {
         {ZEL_TYPE_NAMEXYZW, 1, &name, 0, "Vector"},
         {ZEL_TYPE_NAMEXYZW, 3, &name, 1, "Vector [Y]"},
         {ZEL_TYPE_NAMEXYZW, 5, &name, 3, "Vector [W]"},
@@ -553,9 +500,9 @@ TEST_F(Facade, LabelsNameTheComponent)
         {ZEL_TYPE_NAMEXYZW, 3, &marked, 1, "Size of vy"},
         {ZEL_TYPE_NAMEXYZW, 3, &marked, -1, "Size of vx vy vz"},
     };
-    for (const auto &row : cases) {
-        ZEL_Template description(ZEL_TYPE_FLOAT | row.naming, row.size, row.name);
-        EXPECT_EQ(row.expected, labelForUI(ZEL_Parm(&description, nullptr), row.index));
+    for (const auto &[naming, size, named, index, expected] : cases) {
+        ZEL_Template description(ZEL_TYPE_FLOAT | naming, size, named);
+        EXPECT_EQ(expected, labelForUI(ZEL_Parm(&description, nullptr), index));
     }
     // The two ways to name a width and a height differ on purpose.
     ZEL_Template box(ZEL_TYPE_FLOAT | ZEL_TYPE_NAMEXYWH, 4, &name);
@@ -613,10 +560,6 @@ TEST_F(Facade, HelpNamesChannelsAliasesHelpAndTake)
     LYR_Manager::getCurrentManager()->removeDefinitions(&v);
 }
 
-// ---------------------------------------------------------------------- //
-// Streams
-// ---------------------------------------------------------------------- //
-
 TEST_F(Facade, LoadingTellsTheChangeInBothForms)
 {
     for (int binary : {0, 1}) {
@@ -666,10 +609,6 @@ TEST_F(Facade, UndoDataRestoresAndTells)
     EXPECT_EQ("1 2 3", values(parm(PARM_T)));
     EXPECT_EQ("4:0", events.take());
 }
-
-// ---------------------------------------------------------------------- //
-// Life
-// ---------------------------------------------------------------------- //
 
 TEST_F(Facade, WithoutAnInstanceEverythingIsEmpty)
 {

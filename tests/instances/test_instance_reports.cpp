@@ -16,10 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-
-// ---------------------------------------------------------------------- //
-// Option blocks
-// ---------------------------------------------------------------------- //
+#include <tuple>
 
 namespace
 {
@@ -62,14 +59,7 @@ TEST(Instances, TextOptionsToTheByte)
 
 TEST(Instances, TextOptionsForgiveWhatTheyDoNotKnow)
 {
-    struct Case
-    {
-        const char *text;
-        const char *options; // after the load
-        bool ok;
-        unsigned mask;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, const char *, bool, unsigned> cases[] = {
         {" 8 ]", "[ 8\tlocks=0 ]", true, 99},
         {" 7 0x12 5 word ]", "[ 0\tlocks=0 ]", true, 0x12}, // old files have a second number
         {" 0\tlocks=0x3\tcolour=blue\tlock=1 ]", "[ 0\tlocks=3 ]", true, 99},
@@ -82,13 +72,13 @@ TEST(Instances, TextOptionsForgiveWhatTheyDoNotKnow)
         {" 0\tzelcolor=-1;0;0;0; ]", "[ 0\tlocks=0 ]", true, 99},
         {" 0\tautosel=1", "[ 0\tlocks=0\tautosel=1 ]", false, 99},
     };
-    for (const Case &c : cases) {
+    for (const auto &[text, wanted, ok, wantedMask] : cases) {
         Rig rig(2);
         Probe &p = *rig.build().probe;
         unsigned mask = 99;
-        EXPECT_EQ(p.loadOptions(c.text, mask), c.ok) << c.text;
-        EXPECT_EQ(mask, c.mask) << c.text;
-        EXPECT_EQ(p.options(), c.options) << c.text;
+        EXPECT_EQ(p.loadOptions(text, mask), ok) << text;
+        EXPECT_EQ(mask, wantedMask) << text;
+        EXPECT_EQ(p.options(), wanted) << text;
     }
 }
 
@@ -137,13 +127,7 @@ TEST(Instances, BinaryOptionsComeBack)
 TEST(Instances, BinaryOptionsRefuseWhatIsCutOrUnknown)
 {
     const std::string one("\x01\0\0\0", 4);
-    struct Case
-    {
-        short id;
-        std::string payload;
-        bool ok;
-    };
-    const Case cases[] = {
+    const std::tuple<short, std::string, bool> cases[] = {
         {3, one, false},
         {10, one, false},
         {-1, one, false},
@@ -157,11 +141,11 @@ TEST(Instances, BinaryOptionsRefuseWhatIsCutOrUnknown)
         {8, std::string("\x02\0\0\0", 4) + std::string(12, '\0'), true}, // no such component
         {8, std::string("\xff\xff\xff\xff", 4) + std::string(12, '\0'), true},
     };
-    for (const Case &c : cases) {
+    for (const auto &[id, payload, ok] : cases) {
         Rig rig(2);
         Probe &p = *rig.build().probe;
-        EXPECT_EQ(p.loadPacket(c.id, c.payload), c.ok) << c.id << " " << c.payload.size();
-        EXPECT_EQ(p.options(), "[ 0\tlocks=0 ]") << c.id;
+        EXPECT_EQ(p.loadPacket(id, payload), ok) << id << " " << payload.size();
+        EXPECT_EQ(p.options(), "[ 0\tlocks=0 ]") << id;
     }
 }
 
@@ -182,10 +166,6 @@ TEST(Instances, UndoDataIsTheTextForm)
     EXPECT_FALSE(p.instance->loadUndoData(nullptr));
 }
 
-// ---------------------------------------------------------------------- //
-// Errors and access
-// ---------------------------------------------------------------------- //
-
 TEST(Instances, ReportsCarryThePath)
 {
     TestOwner owner("/obj/box");
@@ -198,25 +178,20 @@ TEST(Instances, ReportsCarryThePath)
     rig.templates[0].setTypeExtended(ZEL_TYPEX_TOKEN_PATH);
     EXPECT_EQ(pathOf(p), "/obj/box/size");
 
-    struct Case
-    {
-        int code;
-        const char *text;
-    };
-    const Case cases[] = {{0, "/obj/box/size"},
-                          {1, "/obj/box/size"},
-                          {2, "/obj/box/size"},
-                          {3, "/obj/box/size"},
-                          {4, ""},
-                          {9, ""},
-                          {14, "/obj/box/size"},
-                          {18, "/obj/box/size"},
-                          {19, ""}};
-    for (const Case &c : cases) {
+    const std::tuple<int, const char *> cases[] = {{0, "/obj/box/size"},
+                                                   {1, "/obj/box/size"},
+                                                   {2, "/obj/box/size"},
+                                                   {3, "/obj/box/size"},
+                                                   {4, ""},
+                                                   {9, ""},
+                                                   {14, "/obj/box/size"},
+                                                   {18, "/obj/box/size"},
+                                                   {19, ""}};
+    for (const auto &[code, text] : cases) {
         takeMessages();
-        p.addParmWarning(ZEL_ErrorCode(c.code));
+        p.addParmWarning(ZEL_ErrorCode(code));
         ASSERT_EQ(KITgetErrorManager().entries(), 1);
-        EXPECT_EQ(KITgetErrorManager().getError(0).text, c.text) << c.code;
+        EXPECT_EQ(KITgetErrorManager().getError(0).text, text) << code;
         EXPECT_EQ(KITgetErrorManager().getError(0).severity, KIT_ERROR_WARNING);
     }
     takeMessages();
@@ -263,30 +238,20 @@ TEST(Instances, TakesGuardWhatTheyDoNotHold)
 
 TEST(Instances, SpareDataMaySayNotToSave)
 {
-    struct Case
-    {
-        const char *value;
-        bool save;
-    };
-    const Case cases[] = {{nullptr, true}, {"1", true},      {"0", false}, {"00", true},
-                          {"", true},      {"False", false}, {"no", true}};
-    for (const Case &c : cases) {
+    const std::tuple<const char *, bool> cases[] = {{nullptr, true}, {"1", true}, {"0", false},
+                                                    {"00", true},    {"", true},  {"False", false},
+                                                    {"no", true}};
+    for (const auto &[value, save] : cases) {
         ZEL_SpareData spare;
-        spare.addTokenValue("orvane::save_value", c.value);
+        spare.addTokenValue("orvane::save_value", value);
         Rig rig(1, ZEL_FLT, "p", &spare);
-        EXPECT_EQ(rig.build().probe->shouldSaveData(), c.save) << (c.value ? c.value : "absent");
+        EXPECT_EQ(rig.build().probe->shouldSaveData(), save) << (value ? value : "absent");
     }
 }
 
 TEST(Instances, PlainReferencesToChannels)
 {
-    struct Case
-    {
-        const char *text;
-        bool bare;
-        const char *channel; // null: no reference
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, bool, const char *> cases[] = {
         {"ch(\"tx\")", true, "tx"},
         {"ch(\"tx\")", false, nullptr},
         {" `ch(\"tx\")`\n", false, "tx"},
@@ -306,13 +271,12 @@ TEST(Instances, PlainReferencesToChannels)
         {"", true, nullptr},
         {nullptr, true, nullptr},
     };
-    for (const Case &c : cases) {
-        const char *label = c.text ? c.text : "null";
+    for (const auto &[text, bare, wanted] : cases) {
+        const char *label = text ? text : "null";
         KIT_String channel("untouched");
-        EXPECT_EQ(ZEL_Instance::isChanRefString(c.text, c.bare, &channel), c.channel != nullptr)
-            << label;
-        EXPECT_EQ(ZEL_Instance::isChanRefString(c.text, c.bare, nullptr), c.channel != nullptr);
-        EXPECT_EQ(textOf(channel), c.channel ? c.channel : "untouched") << label;
+        EXPECT_EQ(ZEL_Instance::isChanRefString(text, bare, &channel), wanted != nullptr) << label;
+        EXPECT_EQ(ZEL_Instance::isChanRefString(text, bare, nullptr), wanted != nullptr);
+        EXPECT_EQ(textOf(channel), wanted ? wanted : "untouched") << label;
     }
     KIT_String channel;
     EXPECT_TRUE(ZEL_Instance::isObsoleteDirectChanRefString("!!ch(../tx)", &channel));
@@ -321,28 +285,19 @@ TEST(Instances, PlainReferencesToChannels)
     EXPECT_FALSE(ZEL_Instance::isObsoleteDirectChanRefString("ch(\"tx\")", nullptr));
 }
 
-// ---------------------------------------------------------------------- //
-// Small classes
-// ---------------------------------------------------------------------- //
-
 TEST(Instances, ReferenceIds)
 {
-    struct Case
-    {
-        ZEL_RefId left, right;
-        bool equal, matches;
-    };
-    const Case cases[] = {
+    const std::tuple<ZEL_RefId, ZEL_RefId, bool, bool> cases[] = {
         {ZEL_RefId(3, 1), ZEL_RefId(3, 1), true, true},
         {ZEL_RefId(3, -1), ZEL_RefId(3, 1), false, true},
         {ZEL_RefId(3, 1), ZEL_RefId(3), false, true},
         {ZEL_RefId(3, 1), ZEL_RefId(3, 2), false, false},
         {ZEL_RefId(3), ZEL_RefId(4), false, false},
     };
-    for (const Case &c : cases) {
-        EXPECT_EQ(c.left == c.right, c.equal);
-        EXPECT_EQ(c.left.matches(c.right), c.matches);
-        EXPECT_EQ(c.right.matches(c.left), c.matches);
+    for (const auto &[left, right, equal, matches] : cases) {
+        EXPECT_EQ(left == right, equal);
+        EXPECT_EQ(left.matches(right), matches);
+        EXPECT_EQ(right.matches(left), matches);
     }
     EXPECT_FALSE(ZEL_RefId().isValid());
     EXPECT_EQ(ZEL_RefId(0, 0).hash(), 0xac85e9bdu);

@@ -15,34 +15,26 @@
 #include <random>
 #include <set>
 #include <thread>
+#include <tuple>
 #include <vector>
-
-// ---------------------------------------------------------------------- //
-// Masks and flags
-// ---------------------------------------------------------------------- //
 
 TEST(Instances, MasksStartAsTheTemplateSays)
 {
-    struct Case
-    {
-        int size;
-        std::uint32_t visible, dirty;
-    };
     // At 32 the shift wraps, and no component starts visible or dirty.
-    const Case cases[] = {
+    const std::tuple<int, std::uint32_t, std::uint32_t> cases[] = {
         {0, ~0u, 0u}, {1, 1u, 1u}, {3, 7u, 7u}, {31, 0x7fffffffu, 0x7fffffffu}, {32, 0u, 0u}};
-    for (const Case &c : cases) {
+    for (const auto &[size, wantedVisible, wantedDirty] : cases) {
         Rig rig(3);
         rig.build();
-        ZEL_Template entry(ZEL_FLT, c.size, &rig.description.name);
+        ZEL_Template entry(ZEL_FLT, size, &rig.description.name);
         Probe probe(&entry, rig.parm);
         std::uint32_t visible = 0, dirty = 0;
         for (int i = 0; i < 32; ++i) {
             visible |= probe.getVisibleState(i) ? 1u << i : 0u;
             dirty |= probe.isDirty(i) ? 1u << i : 0u;
         }
-        EXPECT_EQ(visible, c.visible) << c.size;
-        EXPECT_EQ(dirty, c.dirty) << c.size;
+        EXPECT_EQ(visible, wantedVisible) << size;
+        EXPECT_EQ(dirty, wantedDirty) << size;
         EXPECT_EQ(probe.getEnableState(-1), ~0u);
         EXPECT_EQ(probe.getLockedField(), 0u);
         EXPECT_FALSE(probe.hasAnySendExtraFlags());
@@ -142,26 +134,21 @@ TEST(Instances, SomeParametersAreAlwaysInTheTake)
     ZEL_SpareData always, sometimes;
     always.addTokenValue("takecontrol", "always");
     sometimes.addTokenValue("takecontrol", "Always");
-    struct Case
-    {
-        const ZEL_Type &type;
-        ZEL_SpareData *spare;
-        bool always;
-    };
-    const Case cases[] = {{ZEL_FLT, nullptr, false},
-                          {ZEL_FLT, &always, true},
-                          {ZEL_FLT, &sometimes, false},
-                          {ZEL_SWITCHER, nullptr, true},
-                          {ZEL_SWITCHER_EXCLUSIVE, nullptr, false}};
-    for (const Case &c : cases) {
+    const std::tuple<ZEL_Type, ZEL_SpareData *, bool> cases[] = {
+        {ZEL_FLT, nullptr, false},
+        {ZEL_FLT, &always, true},
+        {ZEL_FLT, &sometimes, false},
+        {ZEL_SWITCHER, nullptr, true},
+        {ZEL_SWITCHER_EXCLUSIVE, nullptr, false}};
+    for (const auto &[type, spare, alwaysFlag] : cases) {
         Rig rig(1);
         rig.build();
-        ZEL_Template entry(c.type, 1, &rig.description.name, rig.description.defaults, nullptr,
-                           nullptr, ZEL_Callback(), c.spare);
+        ZEL_Template entry(type, 1, &rig.description.name, rig.description.defaults, nullptr,
+                           nullptr, ZEL_Callback(), spare);
         Probe probe(&entry, rig.parm);
-        EXPECT_EQ(probe.getAlwaysTakeFlag(), c.always);
+        EXPECT_EQ(probe.getAlwaysTakeFlag(), alwaysFlag);
         probe.setActiveTakeFlag(false);
-        EXPECT_EQ(probe.getActiveTakeFlag(), c.always);
+        EXPECT_EQ(probe.getActiveTakeFlag(), alwaysFlag);
     }
 }
 
@@ -188,10 +175,6 @@ TEST(Instances, ADuplicateStartsDisabledWithoutLocksAndAliases)
     ASSERT_TRUE(copy->inputNotifyValue());
     EXPECT_TRUE(copy->inputNotifyValue()->hasInterest(&rig));
 }
-
-// ---------------------------------------------------------------------- //
-// Channels
-// ---------------------------------------------------------------------- //
 
 TEST(Instances, ChannelsAreMadeTakenAndDeletedByToken)
 {
@@ -395,32 +378,23 @@ TEST(Instances, WordsOfStreamsNameChannelsOrBecomeExpressions)
     p.setChannel(1, nullptr);
 }
 
-// ---------------------------------------------------------------------- //
-// Time dependence and micro nodes
-// ---------------------------------------------------------------------- //
-
 TEST(Instances, TimeDependenceReachesTheListByTheBehaviourWord)
 {
-    struct Case
-    {
-        ZEL_Type type;
-        bool list, cook;
-    };
-    const Case cases[] = {{ZEL_FLT, true, true},
-                          {ZEL_FLT | ZEL_TYPE_NOCOOK, true, false},
-                          {ZEL_FLT | ZEL_TYPE_NOREFRESH, false, false}};
-    for (const Case &c : cases) {
-        Rig rig(2, c.type);
+    const std::tuple<ZEL_Type, bool, bool> cases[] = {{ZEL_FLT, true, true},
+                                                      {ZEL_FLT | ZEL_TYPE_NOCOOK, true, false},
+                                                      {ZEL_FLT | ZEL_TYPE_NOREFRESH, false, false}};
+    for (const auto &[type, listFlag, cookFlag] : cases) {
+        Rig rig(2, type);
         Probe &p = *rig.build().probe;
         ASSERT_TRUE(p.microNode(1));
         p.setTimeDependent(1, false);
         EXPECT_FALSE(rig.list->isTimeDependent());
         p.setTimeDependent(1, true);
-        EXPECT_EQ(rig.list->isTimeDependent(), c.list);
-        EXPECT_EQ(rig.list->isCookTimeDependent(), c.cook);
-        EXPECT_EQ(p.isTimeDependent(1), c.list);
+        EXPECT_EQ(rig.list->isTimeDependent(), listFlag);
+        EXPECT_EQ(rig.list->isCookTimeDependent(), cookFlag);
+        EXPECT_EQ(p.isTimeDependent(1), listFlag);
         EXPECT_FALSE(p.isTimeDependent(0));
-        EXPECT_EQ(p.isTimeDependent(-1), c.list);
+        EXPECT_EQ(p.isTimeDependent(-1), listFlag);
     }
     // The node's flag takes precedence over the channel's answer.
     Rig rig(1);

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -95,28 +96,23 @@ TEST(Overrides, ReplaceTheValueWhileTheyCount)
 
 TEST(Overrides, AskForTimeDependenceUntilItIsKnown)
 {
-    struct Case
-    {
-        int answer;
-        int asked; // in two evaluations
-        bool before, after;
-    };
-    const Case cases[] = {{0, 1, true, false}, {1, 1, true, true}, {-1, 2, true, true}};
-    for (const Case &c : cases) {
+    const std::tuple<int, int, bool, bool> cases[] = {
+        {0, 1, true, false}, {1, 1, true, true}, {-1, 2, true, true}};
+    for (const auto &[answer, asked, before, after] : cases) {
         OverrideProvider provider;
-        provider.timeDepAnswer = c.answer;
+        provider.timeDepAnswer = answer;
         OverriddenParm p(1);
         p.override(0, 0);
-        EXPECT_EQ(p.instance->isTimeDependent(0), c.before) << c.answer;
+        EXPECT_EQ(p.instance->isTimeDependent(0), before) << answer;
         p.eval();
         p.eval();
-        EXPECT_EQ(provider.timeDepAsked, c.asked) << c.answer;
-        EXPECT_EQ(p.instance->isTimeDependent(-1), c.after) << c.answer;
-        EXPECT_EQ(p.list->isTimeDependent(), c.after) << c.answer;
+        EXPECT_EQ(provider.timeDepAsked, asked) << answer;
+        EXPECT_EQ(p.instance->isTimeDependent(-1), after) << answer;
+        EXPECT_EQ(p.list->isTimeDependent(), after) << answer;
         // Any new override calls the provider again.
         p.override(0, 0);
         p.eval();
-        EXPECT_EQ(provider.timeDepAsked, c.asked + 1) << c.answer;
+        EXPECT_EQ(provider.timeDepAsked, asked + 1) << answer;
     }
 }
 

@@ -75,10 +75,6 @@ void expectLoad(const std::string &data, bool binary, bool loaded, const std::st
 
 } // namespace
 
-// ---------------------------------------------------------------------- //
-// Text
-// ---------------------------------------------------------------------- //
-
 TEST(ListLoad, Text)
 {
     const std::string f5n5 = "t=0,0,0 f=5 n=5 points=0";
@@ -137,10 +133,6 @@ TEST(ListLoad, AnErrorFromBeforeMakesItFalseAndEndsABinaryLoad)
         takeTexts();
     }
 }
-
-// ---------------------------------------------------------------------- //
-// Binary
-// ---------------------------------------------------------------------- //
 
 TEST(ListLoad, Binary)
 {
@@ -219,10 +211,6 @@ TEST(ListLoad, TheUsualFormAndAnyOtherSayTheSame)
     EXPECT_EQ(takeTexts(), "");
 }
 
-// ---------------------------------------------------------------------- //
-// Items of multi-parameters
-// ---------------------------------------------------------------------- //
-
 TEST(ListLoad, NamesOfItemsGrowTheirMulti)
 {
     const std::string grown =
@@ -280,10 +268,6 @@ TEST(ListLoad, AFewBytesDoNotFillTheMemory)
         }
     }
 }
-
-// ---------------------------------------------------------------------- //
-// Other takers of an entry
-// ---------------------------------------------------------------------- //
 
 /// Everything that can take an entry, and every other name for it, in all three saved forms.
 TEST(ListLoad, ANameIsTakenByTheFirstThatKnowsItUnderItsOwnOrItsOtherName)
@@ -407,10 +391,6 @@ TEST(ListLoad, WordsOfNewerBodiesAreOffered)
     EXPECT_EQ(takeTexts(), "ZEL 13; ZEL 5 a");
 }
 
-// ---------------------------------------------------------------------- //
-// What follows a load
-// ---------------------------------------------------------------------- //
-
 TEST(ListLoad, ChannelsEventsAndTimeDependence)
 {
     static int theEvents;
@@ -451,10 +431,6 @@ TEST(ListLoad, ParametersOfNoKindAreNotThere)
     EXPECT_EQ(takeTexts(), "ZEL 5 none");
     EXPECT_EQ(list.evalFloat("f", 0, 0.0), 5.0);
 }
-
-// ---------------------------------------------------------------------- //
-// Malformed streams
-// ---------------------------------------------------------------------- //
 
 namespace
 {

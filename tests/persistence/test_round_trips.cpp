@@ -158,10 +158,6 @@ TEST(RoundTrips, OptionsOfAParameterWithoutComponents)
     }
 }
 
-// ---------------------------------------------------------------------- //
-// Menus that read the list
-// ---------------------------------------------------------------------- //
-
 namespace
 {
 

@@ -2,16 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include <EVL/EVL.h>
 #include <TRK/TRK_Expression.h>
 
 TEST(StringConvert, BothWaysGiveTheSameText)
 {
-    struct Case
-    {
-        const char *literal, *expression;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, const char *> cases[] = {
         {"", "\"\""},
         {"abc", "\"abc\""},
         {"  a b ", "\"  a b \""},
@@ -25,9 +23,9 @@ TEST(StringConvert, BothWaysGiveTheSameText)
         {"a`{ return 1+2; }`b", "\"a\"+{ return 1+2; }+\"b\""},       // a block gets none
         {"`{ if (1) { x; } }`", "{ if (1) { x; } }"},
     };
-    for (const Case &c : cases) {
-        EXPECT_EQ(toExpression(c.literal), c.expression);
-        EXPECT_EQ(fromExpression(c.expression), c.literal);
+    for (const auto &[literal, expression] : cases) {
+        EXPECT_EQ(toExpression(literal), expression);
+        EXPECT_EQ(fromExpression(expression), literal);
     }
     EXPECT_EQ(toExpression(nullptr), "\"\"");
     EXPECT_EQ(fromExpression(nullptr), "");
@@ -35,11 +33,7 @@ TEST(StringConvert, BothWaysGiveTheSameText)
 
 TEST(StringConvert, SomeTextsDoNotComeBack)
 {
-    struct Case
-    {
-        const char *literal, *expression, *back;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"say \"x\"", "\"say \\\"x\\\"\"", "say \\\"x\\\""}, // escapes stay escaped
         {"a\\\"b", "\"a\\\"b\"", "a\\\"b"},                  // a pair is copied as it is
         {"a\\`b", "\"a\\`b\"", "a\\`b"},                     // and so is a protected backtick
@@ -52,19 +46,15 @@ TEST(StringConvert, SomeTextsDoNotComeBack)
         {"`  { 1+1; }`", "  { 1+1; }", "`{ 1+1; }`"},
         {"`\"a\"`", "\"a\"", "a"},
     };
-    for (const Case &c : cases) {
-        EXPECT_EQ(toExpression(c.literal), c.expression);
-        EXPECT_EQ(fromExpression(c.expression), c.back) << c.literal;
+    for (const auto &[literal, expression, back] : cases) {
+        EXPECT_EQ(toExpression(literal), expression);
+        EXPECT_EQ(fromExpression(expression), back) << literal;
     }
 }
 
 TEST(StringConvert, ExpressionsByHandBecomeLiterals)
 {
-    struct Case
-    {
-        const char *expression, *literal;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, const char *> cases[] = {
         {" \"a\" + \"b\" ", "ab"},
         {"$F + \"x\"", "`$F `x"},
         {"ch(\"a\") + ch(\"b\")", "`ch(\"a\") ``ch(\"b\")`"},
@@ -76,8 +66,8 @@ TEST(StringConvert, ExpressionsByHandBecomeLiterals)
         {"f(1", "`f(1"}, // stays open
         {"1\\+2", "`1\\+2`"},
     };
-    for (const Case &c : cases) {
-        EXPECT_EQ(fromExpression(c.expression), c.literal);
+    for (const auto &[expression, literal] : cases) {
+        EXPECT_EQ(fromExpression(expression), literal);
     }
 }
 

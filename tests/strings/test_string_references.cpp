@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 TEST(StringReferences, AreToldToTheNodeFromTheLastComponent)
 {
     OneString p(ZEL_STRING, 4);
@@ -19,11 +21,7 @@ TEST(StringReferences, AreToldToTheNodeFromTheLastComponent)
 
 TEST(StringReferences, ANodeGetsAnotherName)
 {
-    struct Case
-    {
-        const char *text, *name, *result;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"/obj/b", nullptr, "/obj/c"},
         {"/obj/b/geo  ../b/geo /obj/bb", nullptr, "/obj/c/geo  ../c/geo /obj/bb"},
         {"x`chs('/obj/b/tx')`/obj/b", nullptr, "x`chs('/obj/c/tx')`/obj/b"},
@@ -36,10 +34,10 @@ TEST(StringReferences, ANodeGetsAnotherName)
         OneString *p;
         std::string calls;
     };
-    for (const Case &c : cases) {
+    for (const auto &[text, name, result] : cases) {
         OneString p(ZEL_STRING, 2);
         p.build();
-        p.setText(c.text, 1);
+        p.setText(text, 1);
         p.instance->clearAllDirtyFlags();
         Heard heard{&p, ""};
         const auto callback = [](void *data, ZEL_Parm *, int index) {
@@ -47,11 +45,11 @@ TEST(StringReferences, ANodeGetsAnotherName)
             self.calls += std::to_string(index) + self.p->raw(index);
         };
         const int changed =
-            p.parm->changeOpRef("/obj/b", "/obj/c", "../b", "../c", c.name, callback, &heard, 1);
-        EXPECT_EQ(p.raw(1), c.result);
-        const bool differs = std::string(c.text) != c.result;
-        EXPECT_EQ(changed, differs ? 1 : 0) << c.text;
-        EXPECT_EQ(heard.calls, differs ? "1" + std::string(c.text) : "") << "called first";
+            p.parm->changeOpRef("/obj/b", "/obj/c", "../b", "../c", name, callback, &heard, 1);
+        EXPECT_EQ(p.raw(1), result);
+        const bool differs = std::string(text) != result;
+        EXPECT_EQ(changed, differs ? 1 : 0) << text;
+        EXPECT_EQ(heard.calls, differs ? "1" + std::string(text) : "") << "called first";
         EXPECT_EQ(p.instance->isDirty(1), differs);
         EXPECT_FALSE(p.instance->isDirty(0));
     }

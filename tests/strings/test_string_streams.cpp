@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace
 {
 
@@ -95,12 +97,7 @@ TEST(StringStreams, BinaryFormToTheByte)
 
 TEST(StringStreams, TextLoad)
 {
-    struct Case
-    {
-        const char *text, *contents, *messages;
-        bool loads;
-    };
-    const Case cases[] = {
+    const std::tuple<const char *, const char *, const char *, bool> cases[] = {
         {"( a b )", "a|b", "", true},
         {"( \"(\" \")\" )", "(|)", "", true},
         {"( [abc \"[ x ]\" )", "[abc|[ x ]", "", true}, // a text that begins with a bracket
@@ -118,13 +115,13 @@ TEST(StringStreams, TextLoad)
         {"[ 0 locks=2 ] ( a b )", "a|b", "", true},
         {"[ 0 7 ] ( a b )", "a|b", "", true}, // a mask of old files keys nothing here
     };
-    for (const Case &c : cases) {
+    for (const auto &[text, wanted, messages, loads] : cases) {
         OneString p(ZEL_STRING, 2);
         p.build();
         p.channels.addChannel("p1");
-        EXPECT_EQ(p.load(c.text), c.loads) << c.text;
-        EXPECT_EQ(contents(p), c.contents) << c.text;
-        EXPECT_EQ(takeMessages(), c.messages) << c.text;
+        EXPECT_EQ(p.load(text), loads) << text;
+        EXPECT_EQ(contents(p), wanted) << text;
+        EXPECT_EQ(takeMessages(), messages) << text;
     }
 }
 

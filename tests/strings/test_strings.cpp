@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <tuple>
 
 namespace
 {
@@ -31,13 +32,7 @@ public:
 TEST(Strings, ExpandedReadsReplaceVariablesAndBackticks)
 {
     ::setenv("HOME", "/home/me", 1);
-    struct Case
-    {
-        const ZEL_Type &type;
-        const char *language;
-        const char *raw, *expanded;
-    };
-    const Case cases[] = {
+    const std::tuple<ZEL_Type, const char *, const char *, const char *> cases[] = {
         {ZEL_STRING, nullptr, "", ""},
         {ZEL_STRING, nullptr, "abc", "abc"},
         {ZEL_STRING, nullptr, "$HIP/x`1+1`", "/show/x2"},
@@ -49,45 +44,39 @@ TEST(Strings, ExpandedReadsReplaceVariablesAndBackticks)
         {ZEL_STRING, "KSL", "\\$HIP $HIP ${HIP} ~", "$HIP /show /show ~"}, // code is expanded, too
         {ZEL_ALPHASTRING, nullptr, "$HIP-1", "_show_1"},
     };
-    for (const Case &c : cases) {
-        OneString p(c.type);
+    for (const auto &[type, language, raw, expanded] : cases) {
+        OneString p(type);
         ZEL_SpareData spare;
-        if (c.language) {
-            spare.addTokenValue(KIT_StringHolder("editorlang"), c.language);
+        if (language) {
+            spare.addTokenValue(KIT_StringHolder("editorlang"), language);
         }
         p.description.entry.setSparePtr(&spare);
         p.build();
-        p.setText(c.raw);
-        EXPECT_EQ(p.read(), c.expanded) << c.raw;
-        const bool alpha = c.type == ZEL_ALPHASTRING;
-        EXPECT_EQ(p.raw(), alpha ? "_HIP_1" : c.raw);
+        p.setText(raw);
+        EXPECT_EQ(p.read(), expanded) << raw;
+        const bool alpha = type == ZEL_ALPHASTRING;
+        EXPECT_EQ(p.raw(), alpha ? "_HIP_1" : raw);
         EXPECT_EQ(p.channel(), nullptr);
     }
 }
 
 TEST(Strings, NumbersAreReadFromTheExpandedText)
 {
-    struct Case
-    {
-        const char *text;
-        double number;
-        std::int64_t wide;
-        int narrow;
-    };
-    const Case cases[] = {{"", 0.0, 0, 0},
-                          {"`3*4`.5x", 12.5, 12, 12},
-                          {"-7", -7.0, -7, -7},
-                          {"99999999999", 99999999999.0, 99999999999, 2147483647},
-                          {"x1", 0.0, 0, 0}};
-    for (const Case &c : cases) {
-        OneString p(c.text);
+    const std::tuple<const char *, double, std::int64_t, int> cases[] = {
+        {"", 0.0, 0, 0},
+        {"`3*4`.5x", 12.5, 12, 12},
+        {"-7", -7.0, -7, -7},
+        {"99999999999", 99999999999.0, 99999999999, 2147483647},
+        {"x1", 0.0, 0, 0}};
+    for (const auto &[text, number, wantedWide, wantedNarrow] : cases) {
+        OneString p(text);
         std::int64_t wide = 5;
         int narrow = 5;
         p.instance->getValue(p.list.get(), 0.0, wide, 0, 1);
         p.instance->getValue(p.list.get(), 0.0, narrow, 0, 1);
-        EXPECT_EQ(p.eval(), c.number) << c.text;
-        EXPECT_EQ(wide, c.wide) << c.text;
-        EXPECT_EQ(narrow, c.narrow) << c.text;
+        EXPECT_EQ(p.eval(), number) << text;
+        EXPECT_EQ(wide, wantedWide) << text;
+        EXPECT_EQ(narrow, wantedNarrow) << text;
     }
     OneString p;
     p.build();
@@ -138,13 +127,7 @@ TEST(Strings, WhatATextReadsIsPartOfOneEvaluation)
         return times(count, "`chs('p" + std::to_string(component) + "')`");
     };
     const std::string kilobyte(1000, 'x');
-    struct Case
-    {
-        std::vector<std::string> texts; ///< from p1; one that starts with "=" is an expression
-        int error;
-        std::size_t length;
-    };
-    const Case cases[] = {
+    const std::tuple<std::vector<std::string>, int, std::size_t> cases[] = {
         {{wide(1, 1)}, EVL::EVL_CYCLE, 0},
         {{"a " + wide(4, 1) + " b"}, EVL::EVL_CYCLE, 0},
         {{"a" + wide(1, 2), "b" + wide(2, 1)}, EVL::EVL_CYCLE, 0},
@@ -165,26 +148,25 @@ TEST(Strings, WhatATextReadsIsPartOfOneEvaluation)
         // What fails otherwise leaves a gap.
         {{"a" + wide(1, 2) + "b", "`1/0`"}, EVL::EVL_BAD_ARGUMENT, 2},
     };
-    for (const Case &c : cases) {
+    for (const auto &[texts, error, length] : cases) {
         OneString p(ZEL_STRING, 8);
         p.build();
-        for (std::size_t i = 0; i < c.texts.size(); ++i) {
-            const bool expression = c.texts[i][0] == '=';
-            p.setText(c.texts[i].c_str() + (expression ? 1 : 0), int(i),
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            const bool expression = texts[i][0] == '=';
+            p.setText(texts[i].c_str() + (expression ? 1 : 0), int(i),
                       expression ? TRK_MEANING_NATIVE : TRK_MEANING_LITERAL);
         }
         takeMessages();
-        SCOPED_TRACE(c.texts[0].substr(0, 40));
-        EXPECT_EQ(p.read().size(), c.length);
+        SCOPED_TRACE(texts[0].substr(0, 40));
+        EXPECT_EQ(p.read().size(), length);
         const std::string messages = takeMessages();
-        const bool channel = c.texts[0][0] == '='; // its error is the thread's
-        EXPECT_EQ(messages.substr(0, 5), c.error ? "TRK " + std::to_string(c.error) : "")
-            << channel;
+        const bool channel = texts[0][0] == '='; // its error is the thread's
+        EXPECT_EQ(messages.substr(0, 5), error ? "TRK " + std::to_string(error) : "") << channel;
         // A number that depends on the text has the same error.
         EVL::theErrNo[1] = EVL::EVL_OK;
         EXPECT_EQ(TRK_Expression::evaluateTextNumber("strlen(chs('p1'))", 0.0, &p.channels, 1),
-                  c.error ? 0.0 : double(c.length));
-        EXPECT_EQ(EVL::theErrNo[1], c.error);
+                  error ? 0.0 : double(length));
+        EXPECT_EQ(EVL::theErrNo[1], error);
         EVL::theErrNo[1] = EVL::EVL_OK;
         takeMessages();
     }
@@ -324,30 +306,26 @@ TEST(Strings, HardeningLeavesNothingPending)
 
 TEST(Strings, MenusReadTheTextOfAChannel)
 {
-    struct Case
-    {
-        bool menu;
-        const char *text, *stored;
-    };
-    const Case cases[] = {{true, "`ch(\"q\")`", "`chs(\"q\")`"},
-                          {true, "x`ch(\"q\")`", "x`ch(\"q\")`"}, // not a plain reference
-                          {true, "`chs(\"q\")`", "`chs(\"q\")`"},
-                          {false, "`ch(\"q\")`", "`ch(\"q\")`"},
-                          {true, "!!ch(q)", "`chs(q)"},
-                          {false, "!!ch(q)", "`chs(q)"},
-                          {false, " !!ch(\"../q\")!!", " `chs(\"../q\")`"},
-                          {false, "`!!ch(\"q\")!!`", "chs(\"q\")"},
-                          {false, "`!!ch(\"q\")`", "`!!ch(\"q\")`"},
-                          {false, "!!ch(\"q\")!!x", "!!ch(\"q\")!!x"},
-                          {false, "!!ch", "!!ch"}};
-    for (const Case &c : cases) {
+    const std::tuple<bool, const char *, const char *> cases[] = {
+        {true, "`ch(\"q\")`", "`chs(\"q\")`"},
+        {true, "x`ch(\"q\")`", "x`ch(\"q\")`"}, // not a plain reference
+        {true, "`chs(\"q\")`", "`chs(\"q\")`"},
+        {false, "`ch(\"q\")`", "`ch(\"q\")`"},
+        {true, "!!ch(q)", "`chs(q)"},
+        {false, "!!ch(q)", "`chs(q)"},
+        {false, " !!ch(\"../q\")!!", " `chs(\"../q\")`"},
+        {false, "`!!ch(\"q\")!!`", "chs(\"q\")"},
+        {false, "`!!ch(\"q\")`", "`!!ch(\"q\")`"},
+        {false, "!!ch(\"q\")!!x", "!!ch(\"q\")!!x"},
+        {false, "!!ch", "!!ch"}};
+    for (const auto &[menu, text, stored] : cases) {
         OneString p;
         p.build();
-        if (c.menu) {
+        if (menu) {
             p.parm->getTemplatePtr()->setChoiceListPtr(&ZELtoggleMenu);
         }
-        p.setText(c.text);
-        EXPECT_EQ(p.raw(), c.stored);
+        p.setText(text);
+        EXPECT_EQ(p.raw(), stored);
     }
     OneString p;
     p.build();

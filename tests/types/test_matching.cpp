@@ -11,6 +11,7 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -104,20 +105,9 @@ struct Sketch
 
 } // namespace
 
-// -------------------------------------------------------------------- //
-// Names of instances
-// -------------------------------------------------------------------- //
-
 TEST(InstanceString, PutsNumbersIntoMarks)
 {
-    const struct
-    {
-        const char *text;
-        std::vector<int> numbers;
-        bool token;
-        bool repeat;
-        const char *result;
-    } rows[] = {
+    const std::tuple<const char *, std::vector<int>, bool, bool, const char *> rows[] = {
         {"t#_#", {1, 2}, TOKEN, ONCE, "t1_2"},
         {"t#_#", {1}, TOKEN, ONCE, "t1__"},
         {"t#_#", {1}, TOKEN, REPEAT, "t1__"}, // repeat is for texts that are no tokens
@@ -138,8 +128,8 @@ TEST(InstanceString, PutsNumbersIntoMarks)
         {"a\\#b", {5}, LABEL, ONCE, "a\\#b"},
         {"Key #", {}, LABEL, REPEAT, "Key #"},
     };
-    for (const auto &row : rows) {
-        EXPECT_EQ(instanced(row.text, row.numbers, row.token, row.repeat), row.result) << row.text;
+    for (const auto &[text, entries, token, repeat, result] : rows) {
+        EXPECT_EQ(instanced(text, entries, token, repeat), result) << text;
     }
 
     KIT_StringHolder own("t#");
@@ -149,55 +139,44 @@ TEST(InstanceString, PutsNumbersIntoMarks)
     EXPECT_STREQ(own.c_str(), "t12") << "out of itself";
 }
 
-// -------------------------------------------------------------------- //
-// Patterns
-// -------------------------------------------------------------------- //
-
 TEST(MatchInstance, FindsTheLastNumber)
 {
     const std::vector<int> one{1};
     const std::vector<int> two{2, 7};
     const std::vector<int> zero{0};
-    const struct
-    {
-        const char *name;
-        const char *pattern;
-        int offset;
-        const std::vector<int> *numbers;
-        const char *result;
-    } rows[] = {
-        {"a12", "a#", 1, nullptr, "12"},
-        {"a0", "a#", 1, nullptr, "no"},
-        {"a0", "a#", 0, nullptr, "0"},
-        {"a007", "a#", 7, nullptr, "7"},
-        {"a", "a#", 0, nullptr, "no"},
-        {"a#", "a#", 0, nullptr, "no"},
-        {"a1", "a1", 5, nullptr, "4"}, // no mark: equality, and the offset less 1
-        {"a1", "a2", 5, nullptr, "no"},
-        {"a", "ab", 0, nullptr, "no"},
-        {"ab", "a", 0, nullptr, "no"},
-        {"", "", 0, nullptr, "-1"},
-        {"", "#", 0, nullptr, "no"},
-        {"a1_2", "a#_#", 1, nullptr, "2"},
-        {"a0_2", "a#_#", 1, nullptr, "no"}, // every number is checked against the offset
-        {"a1b3x", "a#b#x", 0, nullptr, "3"},
-        {"a1", "a#1", 0, nullptr, "no"},
-        {"a11", "a#1", 0, nullptr, "1"},
-        {"a111", "a#1", 0, nullptr, "11"}, // the run gives up the digits that the pattern needs
-        {"a12", "a##", 0, nullptr, "2"},
-        {"a1_2", "a#_#", 1, &one, "2"},
-        {"a2_2", "a#_#", 1, &one, "no"},
-        {"a2_7", "a#_#", 1, &two, "7"},
-        {"a2_8", "a#_#", 1, &two, "no"},
-        {"a2_7", "a#_#", 8, &two, "7"}, // an entry decides, not the offset
-        {"a02", "a#", 1, &two, "2"},
-        {"a00", "a#", 0, &zero, "no"}, // a run ends where it has reached its entry
-        {"a99999999999999999999", "a#", 1, nullptr, "2147483647"},
-        {"a-1", "a#", -5, nullptr, "no"},
-    };
-    for (const auto &row : rows) {
-        EXPECT_EQ(matched(row.name, row.pattern, row.offset, row.numbers), row.result)
-            << row.name << " with " << row.pattern;
+    const std::tuple<const char *, const char *, int, const std::vector<int> *, const char *>
+        rows[] = {
+            {"a12", "a#", 1, nullptr, "12"},
+            {"a0", "a#", 1, nullptr, "no"},
+            {"a0", "a#", 0, nullptr, "0"},
+            {"a007", "a#", 7, nullptr, "7"},
+            {"a", "a#", 0, nullptr, "no"},
+            {"a#", "a#", 0, nullptr, "no"},
+            {"a1", "a1", 5, nullptr, "4"}, // no mark: equality, and the offset less 1
+            {"a1", "a2", 5, nullptr, "no"},
+            {"a", "ab", 0, nullptr, "no"},
+            {"ab", "a", 0, nullptr, "no"},
+            {"", "", 0, nullptr, "-1"},
+            {"", "#", 0, nullptr, "no"},
+            {"a1_2", "a#_#", 1, nullptr, "2"},
+            {"a0_2", "a#_#", 1, nullptr, "no"}, // every number is checked against the offset
+            {"a1b3x", "a#b#x", 0, nullptr, "3"},
+            {"a1", "a#1", 0, nullptr, "no"},
+            {"a11", "a#1", 0, nullptr, "1"},
+            {"a111", "a#1", 0, nullptr, "11"}, // the run gives up the digits that the pattern needs
+            {"a12", "a##", 0, nullptr, "2"},
+            {"a1_2", "a#_#", 1, &one, "2"},
+            {"a2_2", "a#_#", 1, &one, "no"},
+            {"a2_7", "a#_#", 1, &two, "7"},
+            {"a2_8", "a#_#", 1, &two, "no"},
+            {"a2_7", "a#_#", 8, &two, "7"}, // an entry decides, not the offset
+            {"a02", "a#", 1, &two, "2"},
+            {"a00", "a#", 0, &zero, "no"}, // a run ends where it has reached its entry
+            {"a99999999999999999999", "a#", 1, nullptr, "2147483647"},
+            {"a-1", "a#", -5, nullptr, "no"},
+        };
+    for (const auto &[name, pattern, offset, entries, result] : rows) {
+        EXPECT_EQ(matched(name, pattern, offset, entries), result) << name << " with " << pattern;
     }
     const std::vector<int> largest{2147483647};
     EXPECT_EQ(matched("a2147483647", "a#", 0, &largest), "2147483647");
@@ -260,18 +239,9 @@ TEST(MatchInstance, AmbiguousPatternsStayLinear)
     EXPECT_EQ(matched((name + "x").c_str(), pattern.c_str(), 0), "no");
 }
 
-// -------------------------------------------------------------------- //
-// Walks
-// -------------------------------------------------------------------- //
-
 TEST(Switchers, EndBehindTheirLastMember)
 {
-    const struct
-    {
-        const char *sketch;
-        int index;
-        long end;
-    } rows[] = {
+    const std::tuple<const char *, int, long> rows[] = {
         {".(2,1....", 0, 0},    {".(2,1....", 1, 5},
         {"(0,0..", 0, 1},       {"(..", 0, 1},
         {"(1,1(2,1....", 0, 6}, {"(1,1(2,1....", 1, 5},
@@ -279,16 +249,16 @@ TEST(Switchers, EndBehindTheirLastMember)
         {"(-3,1..", 0, 2},      {"(9..", 0, 3}, // ends at the terminator
         {"(1(9..", 0, 4},       {"(2000000000,2000000000..", 0, 3},
     };
-    for (const auto &row : rows) {
-        const Sketch sketch(row.sketch);
-        EXPECT_EQ(sketch.end(row.index), row.end) << row.sketch;
+    for (const auto &[text, index, wanted] : rows) {
+        const Sketch sketch(text);
+        EXPECT_EQ(sketch.end(index), wanted) << text;
 
         std::vector<ZEL_Template> copies = sketch.templates;
         KIT_Array<ZEL_Template *> pointers;
         for (size_t i = 0; i + 1 < copies.size(); i++) {
             pointers.append(&copies[i]);
         }
-        EXPECT_EQ(ZEL_Template::getEndOfSwitcher(pointers, row.index), row.end) << row.sketch;
+        EXPECT_EQ(ZEL_Template::getEndOfSwitcher(pointers, index), wanted) << text;
     }
 }
 

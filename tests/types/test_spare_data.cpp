@@ -12,6 +12,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <tuple>
 
 namespace
 {
@@ -50,10 +51,6 @@ Spare one(const char *token, const char *value)
 Spare theEarlyRecord(Spare::usdPathTypePrimList, Spare::usdPathInputSecond);
 
 } // namespace
-
-// -------------------------------------------------------------------- //
-// The map
-// -------------------------------------------------------------------- //
 
 TEST(SpareData, BehavesAsAMapUnderRandomEdits)
 {
@@ -140,10 +137,6 @@ TEST(SpareData, NullsAndUnsetTokensAddNothing)
     EXPECT_EQ(contents(spare), (Map{{"", "empty token"}}));
 }
 
-// -------------------------------------------------------------------- //
-// Values are shared
-// -------------------------------------------------------------------- //
-
 TEST(SpareData, EqualValuesAreOneText)
 {
     const KIT_StringRef value("a value that nobody else has");
@@ -178,10 +171,6 @@ TEST(SpareData, EqualValuesAreOneText)
     }
     EXPECT_EQ(ZEL_SpareValues::uses(value), 0);
 }
-
-// -------------------------------------------------------------------- //
-// Typed access
-// -------------------------------------------------------------------- //
 
 TEST(SpareData, TextsReadAndSetTheirTokens)
 {
@@ -340,22 +329,18 @@ TEST(SpareData, WordsGiveTheirTypes)
 
 TEST(SpareData, EditorLinesAreOrderedAndAtLeastOne)
 {
-    const struct
-    {
-        const char *text;
-        int min, max;
-    } rows[] = {
+    const std::tuple<const char *, int, int> rows[] = {
         {"(absent)", 8, 40}, {"", 8, 40},      {"12", 12, 12},  {"0", 1, 1},
         {"-4", 1, 1},        {"5 20", 5, 20},  {"20 5", 5, 20}, {"5-20", 5, 20},
         {"5,20", 5, 20},     {" 3  0 ", 1, 3}, {"-2 6", 1, 6},  {"5 6 7", 8, 40},
         {"5 x", 8, 40},      {"x", 8, 40},     {"5-", 8, 40},   {"1.5", 8, 40},
     };
-    for (const auto &row : rows) {
-        const Spare spare = row.text[0] == '(' ? Spare() : one("editorlines", row.text);
+    for (const auto &[text, wantedMin, wantedMax] : rows) {
+        const Spare spare = text[0] == '(' ? Spare() : one("editorlines", text);
         int min = -1, max = -1;
         spare.getEditorLinesRange(min, max);
-        EXPECT_EQ(min, row.min) << row.text;
-        EXPECT_EQ(max, row.max) << row.text;
+        EXPECT_EQ(min, wantedMin) << text;
+        EXPECT_EQ(max, wantedMax) << text;
     }
 }
 
@@ -390,10 +375,6 @@ TEST(SpareData, TabsShowUnlessToldOtherwise)
     EXPECT_EQ(tabs.size(), 0);
 }
 
-// -------------------------------------------------------------------- //
-// Built-in tokens, filters
-// -------------------------------------------------------------------- //
-
 TEST(SpareData, BuiltInTokensAreAClosedList)
 {
     KIT_StringArray tokens;
@@ -422,12 +403,7 @@ TEST(SpareData, FiltersConvertBothWays)
     const Convert nameFromKey = &Spare::getOpFilterNameFromKey;
     const Convert keyFromLabel = &Spare::getOpFilterKeyFromLabel;
     const Convert labelFromKey = &Spare::getOpFilterLabelFromKey;
-    const struct
-    {
-        Convert convert;
-        const char *text;
-        const char *expected;
-    } rows[] = {
+    const std::tuple<Convert, const char *, const char *> rows[] = {
         {keyFromName, "nods", "!!NODS!!"},
         {keyFromName, "OBJECT", "!!NODS!!"},
         {keyFromName, "Nods/Geo", "!!NODS/GEOMETRY!!"},
@@ -458,22 +434,14 @@ TEST(SpareData, FiltersConvertBothWays)
         {labelFromKey, "free text", "free text"},
         {labelFromKey, "", nullptr},
     };
-    for (const auto &row : rows) {
-        EXPECT_EQ(shown(row.convert(row.text)), shown(row.expected)) << shown(row.text);
+    for (const auto &[convert, text, expected] : rows) {
+        EXPECT_EQ(shown(convert(text)), shown(expected)) << shown(text);
     }
 }
 
-// -------------------------------------------------------------------- //
-// Presets
-// -------------------------------------------------------------------- //
-
 TEST(SpareData, PresetsHoldTheirEntries)
 {
-    const struct
-    {
-        const Spare &record;
-        Map expected;
-    } rows[] = {
+    const std::tuple<Spare, Map> rows[] = {
         {Spare::nodsPath, {{"opfilter", "!!NODS!!"}, {"oprelative", "."}}},
         {Spare::tsknMapperPath, {{"opfilter", "!!TSKN/MAPPER!!"}, {"oprelative", "."}}},
         {Spare::matnContourStore, {{"opfilter", "!!MATN/CONTOUR_STORE!!"}, {"oprelative", "."}}},
@@ -493,8 +461,8 @@ TEST(SpareData, PresetsHoldTheirEntries)
         {Spare::unitsPressure, {{"units", "kg1m-1s-2"}}},
         {theEarlyRecord, {{"orvane::usdpathtype", "primlist"}, {"orvane::usdpathinput", "1"}}},
     };
-    for (const auto &row : rows) {
-        EXPECT_EQ(contents(row.record), row.expected);
+    for (const auto &[record, expected] : rows) {
+        EXPECT_EQ(contents(record), expected);
     }
     EXPECT_TRUE(Spare::groupTypeSimple.containsAll(Spare(Spare::groupTypeSimpleToken)));
     EXPECT_EQ(Spare::unitsPerTime.getValue("units"), Spare::unitsAngVelocity.getValue("units"));
@@ -502,28 +470,24 @@ TEST(SpareData, PresetsHoldTheirEntries)
 
 TEST(SpareData, PresetsAreConsistent)
 {
-    const struct
-    {
-        const char *name;
-        const Spare *record;
-    } rows[] = {
+    const std::tuple<const char *, const Spare *> rows[] = {
 #define ZEL_SPARE_RECORD(name, ...) {#name, &Spare::name},
 #include <ZEL/ZEL_SpareDataPresets.def>
     };
     EXPECT_EQ(std::size(rows), 122u);
-    for (const auto &row : rows) {
-        EXPECT_GE(row.record->entries(), 1u) << row.name;
-        const char *filter = row.record->getOpFilter();
-        EXPECT_EQ(shown(row.record->getOpRelative()), filter ? "." : "(absent)") << row.name;
-        if (filter && row.record != &Spare::constraintsPath) {
+    for (const auto &[name, record] : rows) {
+        EXPECT_GE(record->entries(), 1u) << name;
+        const char *filter = record->getOpFilter();
+        EXPECT_EQ(shown(record->getOpRelative()), filter ? "." : "(absent)") << name;
+        if (filter && record != &Spare::constraintsPath) {
             const std::string text(filter);
-            EXPECT_GT(text.size(), 4u) << row.name;
-            EXPECT_EQ(text.substr(0, 2) + text.substr(text.size() - 2), "!!!!") << row.name;
+            EXPECT_GT(text.size(), 4u) << name;
+            EXPECT_EQ(text.substr(0, 2) + text.substr(text.size() - 2), "!!!!") << name;
         }
-        for (const auto &[token, value] : contents(*row.record)) {
-            EXPECT_EQ(Spare::isBuiltInToken(token.c_str()), row.record != &Spare::varyingDefault)
-                << row.name << " " << token;
-            EXPECT_GE(ZEL_SpareValues::uses(value.c_str()), 1) << row.name;
+        for (const auto &[token, value] : contents(*record)) {
+            EXPECT_EQ(Spare::isBuiltInToken(token.c_str()), record != &Spare::varyingDefault)
+                << name << " " << token;
+            EXPECT_GE(ZEL_SpareValues::uses(value.c_str()), 1) << name;
         }
     }
 }

@@ -17,6 +17,7 @@
 #include <limits>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -63,10 +64,6 @@ int countCall(void *, int component, double, const ZEL_Template *, void *data, i
 
 } // namespace
 
-// -------------------------------------------------------------------- //
-// Records
-// -------------------------------------------------------------------- //
-
 TEST(Names, StaticNamesBorrowAndLabelsFallBack)
 {
     static const char literal[] = "token";
@@ -110,15 +107,12 @@ TEST(Names, HardenedNamesOutliveTheirTexts)
 TEST(Defaults, OrdinalsAreCutAndKeptInRange)
 {
     const double inf = std::numeric_limits<double>::infinity();
-    const struct
-    {
-        double value;
-        int ordinal;
-    } rows[] = {{2.9, 2},           {-2.9, -2},          {2147483647.5, INT32_MAX},
-                {1e300, INT32_MAX}, {-1e300, INT32_MIN}, {-2147483648.0, INT32_MIN},
-                {inf, INT32_MAX},   {-inf, INT32_MIN},   {inf - inf, 0}};
-    for (const auto &row : rows) {
-        EXPECT_EQ(ZEL_Default(row.value).getOrdinal(), row.ordinal) << row.value;
+    const std::tuple<double, int> rows[] = {
+        {2.9, 2},           {-2.9, -2},          {2147483647.5, INT32_MAX},
+        {1e300, INT32_MAX}, {-1e300, INT32_MIN}, {-2147483648.0, INT32_MIN},
+        {inf, INT32_MAX},   {-inf, INT32_MIN},   {inf - inf, 0}};
+    for (const auto &[value, ordinal] : rows) {
+        EXPECT_EQ(ZEL_Default(value).getOrdinal(), ordinal) << value;
     }
     EXPECT_STREQ(ZEL_Default().getString(), "");
     EXPECT_FALSE(ZEL_Default().gotString());
@@ -157,19 +151,9 @@ TEST(Memory, CountsByCategory)
     EXPECT_NE(std::string(report.buffer()).find("SetValueData"), std::string::npos);
 }
 
-// -------------------------------------------------------------------- //
-// Templates
-// -------------------------------------------------------------------- //
-
 TEST(Templates, ChannelsAndLabelsFollowTheStyle)
 {
-    const struct
-    {
-        ZEL_Type type;
-        int size;
-        const char *tokens;
-        const char *labels;
-    } rows[] = {
+    const std::tuple<ZEL_Type, int, const char *, const char *> rows[] = {
         {ZEL_XYZ, 5, "tx ty tz tw t5", "X,Y,Z,W,#5"},
         {ZEL_UVW, 4, "tu tv tw t4", "U,V,W,#4"},
         {ZEL_RGB, 3, "tr tg tb", "R,G,B"},
@@ -192,10 +176,10 @@ TEST(Templates, ChannelsAndLabelsFollowTheStyle)
         {ZEL_MINMAX_R, 4, "tmaxu tmaxv tminu tminv", "Max U,Max V,Min U,Min V"},
         {ZEL_XYZ | ZEL_TYPE_NAMEUVW, 2, "t1 t2", "#1,#2"}, // the word is compared whole
     };
-    for (const auto &row : rows) {
-        const ZEL_Template parm(row.type, row.size, &theName);
-        EXPECT_EQ(channels(parm), row.tokens);
-        EXPECT_EQ(labels(parm), row.labels) << row.tokens;
+    for (const auto &[type, size, wantedTokens, wantedLabels] : rows) {
+        const ZEL_Template parm(type, size, &theName);
+        EXPECT_EQ(channels(parm), wantedTokens);
+        EXPECT_EQ(labels(parm), wantedLabels) << wantedTokens;
     }
 }
 
@@ -298,26 +282,20 @@ TEST(Templates, GroupsTypesAndNamesAreSettled)
 
 TEST(Templates, MasksComeFromSpareData)
 {
-    const struct
-    {
-        const char *bits;
-        int size;
-        uint32_t scope;
-        uint32_t select;
-    } rows[] = {
+    const std::tuple<const char *, int, uint32_t, uint32_t> rows[] = {
         {nullptr, 3, 0, ~0u}, {"", 3, 0, ~0u},  {"1", 3, 7, 7},
         {"01", 4, 0xe, 0xe},  {"110", 4, 3, 3}, {"10101", 2, 1, 1},
         {"1", 32, ~0u, ~0u},  {"0x", 3, 0, 0},  {"1", 0, 0, 0},
     };
-    for (const auto &row : rows) {
+    for (const auto &[bits, size, scope, select] : rows) {
         ZEL_SpareData spare;
-        spare.addTokenValue("autoscope", row.bits);
-        spare.addTokenValue("autoselect", row.bits);
-        ZEL_Template parm(ZEL_FLT, row.size, &theName, nullptr, nullptr, nullptr, ZEL_Callback(),
+        spare.addTokenValue("autoscope", bits);
+        spare.addTokenValue("autoselect", bits);
+        ZEL_Template parm(ZEL_FLT, size, &theName, nullptr, nullptr, nullptr, ZEL_Callback(),
                           &spare);
         for (int round = 0; round < 2; round++) {
-            EXPECT_EQ(parm.getAutoScopeField(), row.scope) << row.size;
-            EXPECT_EQ(parm.getAutoSelectField(), row.select) << row.size;
+            EXPECT_EQ(parm.getAutoScopeField(), scope) << size;
+            EXPECT_EQ(parm.getAutoSelectField(), select) << size;
         }
     }
     // All ones also stands for a mask not made yet, so a later spare value still counts; any other
@@ -335,11 +313,7 @@ TEST(Templates, MasksComeFromSpareData)
 TEST(Templates, FileParametersOfferTheFilesUsedLast)
 {
     STO_FileHistoryManager &history = STO_FileHistoryManager::getInstance();
-    const struct
-    {
-        ZEL_Type type;
-        int history;
-    } rows[] = {
+    const std::tuple<ZEL_Type, int> rows[] = {
         {ZEL_PICFILE, 1},
         {ZEL_GEOFILE, 2},
         {ZEL_RAMPFILE, 3},
@@ -360,23 +334,23 @@ TEST(Templates, FileParametersOfferTheFilesUsedLast)
         {ZEL_DIRECTORY, 29},
         {ZEL_PICFILE | ZEL_TYPE_GEO, 15},
     };
-    for (const auto &row : rows) {
-        const auto type = static_cast<STO_FileHistoryType>(row.history);
-        history.clear(type);
+    for (const auto &[type, number] : rows) {
+        const auto kind = static_cast<STO_FileHistoryType>(number);
+        history.clear(kind);
         for (const char *file : {"old", "mid", "new"}) {
-            history.addFile(type, (file + std::to_string(row.history)).c_str());
+            history.addFile(kind, (file + std::to_string(number)).c_str());
         }
     }
-    for (const auto &row : rows) {
-        const ZEL_Template parm(row.type, 1, &theName);
+    for (const auto &[type, number] : rows) {
+        const ZEL_Template parm(type, 1, &theName);
         const ZEL_ChoiceList *menu = parm.getChoiceListPtr();
-        ASSERT_NE(menu, nullptr) << row.history;
+        ASSERT_NE(menu, nullptr) << number;
         EXPECT_EQ(menu->getType(), ZEL_CHOICELIST_REPLACE);
         EXPECT_TRUE(parm.isAutomaticallyGeneratedChoiceList());
         ZEL_Name names[5] = {{"stale"}, {"stale"}, {"stale"}, {"stale"}, {"stale"}};
         menu->getChoiceGenerator()(nullptr, names, 3, nullptr, nullptr);
-        EXPECT_EQ(names[0].getTokenRef(), ("new" + std::to_string(row.history)).c_str());
-        EXPECT_EQ(names[1].getTokenRef(), ("mid" + std::to_string(row.history)).c_str());
+        EXPECT_EQ(names[0].getTokenRef(), ("new" + std::to_string(number)).c_str());
+        EXPECT_EQ(names[1].getTokenRef(), ("mid" + std::to_string(number)).c_str());
         EXPECT_TRUE(names[2].isSentinel()) << "one place is the sentinel's";
         EXPECT_FALSE(names[3].isSentinel()) << "nothing behind the capacity is touched";
     }
@@ -438,24 +412,18 @@ TEST(Templates, CopiesShareWhatIsBorrowedAndOwnTheRest)
 
 TEST(Templates, NoCookFollowsSpareData)
 {
-    const struct
-    {
-        const char *text;
-        bool byDefault;
-        bool before;
-        bool after;
-    } rows[] = {{"true", true, true, false},
-                {"0", false, false, true},
-                {nullptr, true, false, true},
-                {nullptr, false, false, false},
-                {nullptr, false, true, true}};
-    for (const auto &row : rows) {
+    const std::tuple<const char *, bool, bool, bool> rows[] = {{"true", true, true, false},
+                                                               {"0", false, false, true},
+                                                               {nullptr, true, false, true},
+                                                               {nullptr, false, false, false},
+                                                               {nullptr, false, true, true}};
+    for (const auto &[text, byDefault, before, after] : rows) {
         ZEL_SpareData spare;
-        spare.addTokenValue("cook_dependent", row.text);
+        spare.addTokenValue("cook_dependent", text);
         ZEL_Template parm(ZEL_FLT);
-        parm.setNoCook(row.before);
-        EXPECT_EQ(parm.setNoCook(spare, row.byDefault), row.after);
-        EXPECT_EQ(!parm.getType().isCookable(), row.after);
+        parm.setNoCook(before);
+        EXPECT_EQ(parm.setNoCook(spare, byDefault), after);
+        EXPECT_EQ(!parm.getType().isCookable(), after);
     }
 }
 
@@ -482,10 +450,6 @@ TEST(Templates, FirstReadsFromManyThreadsAgree)
         }
     }
 }
-
-// -------------------------------------------------------------------- //
-// Multi-parameters and ramps
-// -------------------------------------------------------------------- //
 
 TEST(Multis, AreIntegersOfOneComponent)
 {
@@ -544,14 +508,7 @@ TEST(Multis, RampsOwnTheirKeys)
 
 TEST(Ramps, TokensCarryThePrefix)
 {
-    const struct
-    {
-        const char *token;
-        ZEL_MultiType type;
-        int index;
-        int component;
-        const char *channel;
-    } rows[] = {
+    const std::tuple<const char *, ZEL_MultiType, int, int, const char *> rows[] = {
         {"ramp", ZEL_MULTITYPE_RAMP_FLT, ZEL_RAMP_POSITION, 0, "ramp#pos"},
         {"ramp1", ZEL_MULTITYPE_RAMP_FLT, ZEL_RAMP_VALUE, 0, "ramp1_#value"},
         {"ramp#", ZEL_MULTITYPE_RAMP_RGB, ZEL_RAMP_VALUE, 0, "ramp#_#cr"},
@@ -561,11 +518,10 @@ TEST(Ramps, TokensCarryThePrefix)
         {"ramp", ZEL_MULTITYPE_RAMP_RGB, 3, 0, ""},
         {"xn__a_3ab", ZEL_MULTITYPE_RAMP_FLT, ZEL_RAMP_INTERP, 0, "xn__a_3ab#interp"},
     };
-    for (const auto &row : rows) {
+    for (const auto &[token, type, index, component, channel] : rows) {
         KIT_WorkBuffer out("stale");
-        ZELgetRampChannelToken(row.token, row.type, ZEL_RampParmIndex(row.index), row.component,
-                               out);
-        EXPECT_STREQ(out.buffer(), row.channel);
+        ZELgetRampChannelToken(token, type, ZEL_RampParmIndex(index), component, out);
+        EXPECT_STREQ(out.buffer(), channel);
     }
     ZEL_Name encoded("xn__a_3ab");
     const ZEL_Template ramp(ZEL_MULTITYPE_RAMP_FLT, nullptr, 1.0, &encoded);

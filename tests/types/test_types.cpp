@@ -12,6 +12,7 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <tuple>
 
 namespace
 {
@@ -94,11 +95,7 @@ TEST(Types, DumpNamesTheFlagsOfTheKind)
     ZEL_Type foreignFlag = ZEL_STRING | ZEL_TYPE_INTEGER | ZEL_TYPE_GEOMETRY;
     ZEL_Type shown = ZEL_TYPE_INVISIBLE | ZEL_TYPE_EXCLUSIVE | ZEL_TYPE_JOIN_NEXT |
                      ZEL_TYPE_LABEL_NONE | ZEL_TYPE_PLAIN | ZEL_TYPE_CHANNEL | ZEL_JOINED_TOGGLE;
-    const struct
-    {
-        ZEL_Type type;
-        const char *text;
-    } rows[] = {
+    const std::tuple<ZEL_Type, const char *> rows[] = {
         {ZEL_Type(), "ZEL_BASIC_NONE"},
         {ZEL_TYPE_BASIC_TYPE, ""},
         {ZEL_FLT, "ZEL_BASIC_FLOAT"},
@@ -121,8 +118,8 @@ TEST(Types, DumpNamesTheFlagsOfTheKind)
          "ZEL_BASIC_FLOAT|ZEL_FLOAT_INTEGER|ZEL_FLOAT_LOGARITHMIC|ZEL_CHAN_NAMEMINMAX"
          "|ZEL_BEHAVIOR_NORESIM|ZEL_BEHAVIOR_BASEPARM"},
     };
-    for (const auto &row : rows) {
-        EXPECT_EQ(dump(row.type), row.text) << words(row.type);
+    for (const auto &[type, text] : rows) {
+        EXPECT_EQ(dump(type), text) << words(type);
     }
 }
 

@@ -257,10 +257,6 @@ const char *const theWords =
 
 } // namespace
 
-// -------------------------------------------------------------------- //
-// Records
-// -------------------------------------------------------------------- //
-
 TEST(Creator, TypesByWordAndBack)
 {
     std::istringstream rows(theWords);
@@ -313,10 +309,6 @@ TEST(Creator, DefaultsOfAllForms)
     }
 }
 
-// -------------------------------------------------------------------- //
-// Parameters
-// -------------------------------------------------------------------- //
-
 TEST(Creator, Parameters)
 {
     for (const ParmCase &one : theParmCases) {
@@ -344,10 +336,6 @@ TEST(Creator, IndentsAreHalfTabs)
         EXPECT_STREQ(DS_Creator::getIndent(level), expected[level + 1]) << level;
     }
 }
-
-// -------------------------------------------------------------------- //
-// Dialogs
-// -------------------------------------------------------------------- //
 
 TEST(Creator, WholeDialog)
 {
@@ -459,10 +447,6 @@ TEST(Creator, GroupingAndPages)
     HandMade empty(1, 0, 0);
     EXPECT_EQ(parmsOf(empty), "");
 }
-
-// -------------------------------------------------------------------- //
-// Outputs
-// -------------------------------------------------------------------- //
 
 TEST(Creator, OutputsEndWithTheirTrailer)
 {
