@@ -154,3 +154,12 @@ struct OneParm
     ZEL_Parm *parm = nullptr;
     ZEL_Instance *instance = nullptr;
 };
+
+/// One that is built at once, since its description is complete.
+struct BuiltParm : OneParm
+{
+    BuiltParm(const ZEL_Type &type, int size, const char *token = "p") : OneParm(type, size, token)
+    {
+        build();
+    }
+};

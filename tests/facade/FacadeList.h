@@ -49,18 +49,11 @@ public:
 
     ZEL_Parm &parm(FacadeParm index) { return *list.getParmPtr(int(index)); }
 
-    ZEL_Name nameT{"t", "Translate"};
-    ZEL_Name nameS{"s", "Scale"};
-    ZEL_Name nameF{"f", "Fraction"};
-    ZEL_Name namePress{"press", "Press"};
-    ZEL_Name nameQuiet{"quiet", "Quiet"};
-    ZEL_Name nameHidden{"hidden", "Hidden"};
-    ZEL_Name nameCount{"count", "Count"};
-    ZEL_Name nameFolder{"folder", "Folder"};
+    ZEL_Name nameT{"t", "Translate"}, nameS{"s", "Scale"}, nameF{"f", "Fraction"},
+        namePress{"press", "Press"}, nameQuiet{"quiet", "Quiet"}, nameHidden{"hidden", "Hidden"},
+        nameCount{"count", "Count"}, nameFolder{"folder", "Folder"};
     ZEL_Default defaultsT[3] = {ZEL_Default(1), ZEL_Default(2), ZEL_Default(3)};
-    ZEL_Default defaultF{5};
-    ZEL_Default defaultHidden{7};
-    ZEL_Default defaultFolder{0, "Main"};
+    ZEL_Default defaultF{5}, defaultHidden{7}, defaultFolder{0, "Main"};
     ZEL_Template items[1] = {ZEL_Template()};
     ZEL_Template templates[9];
     TRK_Collection collection;

@@ -105,17 +105,14 @@ TEST_F(Access, FollowsPermissionsAssetLockAndTake)
             << std::oct << "permissions " << permissions << ", asset " << assetMask << ", asked "
             << mask << std::hex << ", state 0x" << state;
     }
-}
-
-TEST_F(Access, TheUserMaskCountsAsPermission)
-{
+    list.setPermissions(theAll);
+    list.setAssetPermissionMask(theAll);
     list.setUserMask(theRead);
     EXPECT_FALSE(ask(PARM_T, theWrite, 0));
     EXPECT_TRUE(ask(PARM_T, theRead, 0));
-}
-
-TEST_F(Access, FoldersStayReachable)
-{
+    list.setUserMask(theAll);
+    EXPECT_TRUE(ask(PARM_T, theWrite, 0));
+    // Folders stay reachable.
     list.setPermissions(0);
     list.setAssetPermissionMask(0);
     EXPECT_TRUE(ask(PARM_FOLDER, theWrite, 0));

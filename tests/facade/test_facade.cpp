@@ -26,6 +26,11 @@ protected:
         ZEL_Parm::setRevertInvisibleToDefaultsFlag(true);
     }
 
+    bool load(FacadeParm index, const std::string &data, bool binary = false)
+    {
+        KIT_IStream is(data.data(), data.size(), binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+        return parm(index).load(is);
+    }
     bool set(FacadeParm index, int component, double value, bool propagate = true)
     {
         return parm(index).setValue(0.0, value, false, component, ZEL_ADDKEY_PENDING, propagate);
@@ -56,7 +61,7 @@ std::string help(const ZEL_Parm &parm)
     return text.buffer();
 }
 
-TEST_F(Facade, SettingTellsTheChangeOnlyWhenAsked)
+TEST_F(Facade, SettingTellsTheChangeOnlyWhenAskedAndTakesAnyKindOfValue)
 {
     EXPECT_TRUE(set(PARM_S, 1, 4.5));
     EXPECT_EQ("0 4.5 0", values(parm(PARM_S)));
@@ -66,10 +71,7 @@ TEST_F(Facade, SettingTellsTheChangeOnlyWhenAsked)
     EXPECT_TRUE(set(PARM_S, 2, 6, false));
     EXPECT_EQ("0 4.5 6", values(parm(PARM_S)));
     EXPECT_EQ("", events.take());
-}
 
-TEST_F(Facade, IntegersAndTextsReachTheValue)
-{
     ZEL_Parm &f = parm(PARM_F);
     EXPECT_TRUE(f.setValue(0.0, 3, false, 0, ZEL_ADDKEY_PENDING, true));
     EXPECT_EQ("3", values(f));
@@ -149,16 +151,31 @@ TEST_F(Facade, AlwaysHardenMakesKeys)
         << "the expression drives what precedes the key";
 }
 
-TEST_F(Facade, AButtonRebuildsItsDependencyInsteadOfGoingDirty)
+TEST_F(Facade, AButtonRebuildsItsDependencyAndTakesNoLocksAndScopes)
 {
     for (FacadeParm index : {PARM_PRESS, PARM_QUIET}) {
-        parm(index).privateValueChanged(-1, true, true);
-        EXPECT_EQ(".", dirty(parm(index)));
-        EXPECT_EQ("rebuildParmDependency " + std::to_string(index), owner.takeCalls());
+        ZEL_Parm &button = parm(index);
+        const std::string rebuild = "rebuildParmDependency " + std::to_string(index);
+        button.privateValueChanged(-1, true, true);
+        EXPECT_EQ(".", dirty(button));
+        EXPECT_EQ(rebuild, owner.takeCalls());
+        EXPECT_TRUE(button.setValue(0.0, 1, false, 0, ZEL_ADDKEY_PENDING, true));
+        EXPECT_EQ(rebuild, owner.takeCalls());
+        std::ostringstream saved;
+        ASSERT_TRUE(button.save(saved, 0, false));
+        EXPECT_TRUE(load(index, saved.str()));
+        EXPECT_EQ(rebuild, owner.takeCalls());
 
-        EXPECT_TRUE(parm(index).setValue(0.0, 1, false, 0, ZEL_ADDKEY_PENDING, true));
-        EXPECT_EQ("rebuildParmDependency " + std::to_string(index), owner.takeCalls());
+        const bool select = button.getAutoSelectFlag(0);
+        button.setLockedFlag(0, true);
+        button.setAutoScopedFlag(0, true);
+        button.setAutoSelectFlag(0, !select);
+        EXPECT_FALSE(button.getLockedFlag(0));
+        EXPECT_FALSE(button.getAutoScopedFlag(0));
+        EXPECT_EQ(select, button.getAutoSelectFlag(0));
     }
+    parm(PARM_T).setAutoScopedFlag(1, true);
+    EXPECT_EQ(2u, parm(PARM_T).getAutoScopedField());
     EXPECT_EQ("", events.take());
     set(PARM_F, 0, 1);
     EXPECT_EQ("", owner.takeCalls());
@@ -217,23 +234,7 @@ TEST_F(Facade, ErrorsOfAMultiCountAreDropped)
     EVL::theErrNo[thread] = EVL::EVL_OK;
 }
 
-TEST_F(Facade, ButtonsTakeNoLocksAndScopes)
-{
-    for (FacadeParm index : {PARM_PRESS, PARM_QUIET}) {
-        const bool select = parm(index).getAutoSelectFlag(0);
-        parm(index).setLockedFlag(0, true);
-        parm(index).setAutoScopedFlag(0, true);
-        parm(index).setAutoSelectFlag(0, !select);
-        EXPECT_FALSE(parm(index).getLockedFlag(0));
-        EXPECT_FALSE(parm(index).getAutoScopedFlag(0));
-        EXPECT_EQ(select, parm(index).getAutoSelectFlag(0));
-    }
-    parm(PARM_T).setAutoScopedFlag(1, true);
-    EXPECT_EQ(2u, parm(PARM_T).getAutoScopedField());
-    EXPECT_EQ("", events.take());
-}
-
-TEST_F(Facade, VisibleAndEnableStatesTellOnlyRealChanges)
+TEST_F(Facade, FlagsTellOnlyRealChangesAndOnlySpareParametersBypass)
 {
     ZEL_Parm &t = parm(PARM_T);
     EXPECT_FALSE(t.setVisibleState(true, 0));
@@ -248,10 +249,7 @@ TEST_F(Facade, VisibleAndEnableStatesTellOnlyRealChanges)
     EXPECT_EQ(0u, t.getEnableState(1));
     EXPECT_TRUE(t.setEnableState(4, 1)) << "any number but 0 enables";
     EXPECT_EQ("6:0 6:0", events.take());
-}
 
-TEST_F(Facade, OnlySpareParametersBypass)
-{
     ZEL_Parm &f = parm(PARM_F);
     f.setBypassFlag(true);
     EXPECT_FALSE(f.getBypassFlag());
@@ -263,7 +261,7 @@ TEST_F(Facade, OnlySpareParametersBypass)
     EXPECT_EQ("4:2", events.take());
 }
 
-TEST_F(Facade, RevertingKeepsChannelsUnlessDestructive)
+TEST_F(Facade, RevertingFollowsItsFlags)
 {
     ZEL_Parm &t = parm(PARM_T);
     for (int i = 0; i < 3; ++i) {
@@ -284,10 +282,8 @@ TEST_F(Facade, RevertingKeepsChannelsUnlessDestructive)
     EXPECT_EQ(0, t.getChannelCount());
     EXPECT_EQ("4:0 4:0 4:0", events.take());
     EXPECT_TRUE(t.isTrueFactoryDefault());
-}
 
-TEST_F(Facade, InvisibleParametersRevertByTheFlag)
-{
+    ZEL_Parm::setDestructiveRevertToDefaultFlag(false);
     EXPECT_TRUE(ZEL_Parm::getRevertInvisibleToDefaultsFlag()) << "on at first";
     ZEL_Parm &hidden = parm(PARM_HIDDEN);
     set(PARM_HIDDEN, 0, 1);
@@ -308,7 +304,7 @@ TEST_F(Facade, CopyParmTakesWhatBothHave)
     EXPECT_EQ("", events.take());
 }
 
-TEST_F(Facade, CopyValueTakesTheChannelOrItsValue)
+TEST_F(Facade, CopyValueTakesTheChannelOrItsValueAndTheAlias)
 {
     ZEL_Parm &f = parm(PARM_F);
     ZEL_Parm &s = parm(PARM_S);
@@ -325,12 +321,8 @@ TEST_F(Facade, CopyValueTakesTheChannelOrItsValue)
     EXPECT_EQ("4:1", events.take());
     ASSERT_NE(nullptr, s.getChannel(2));
     EXPECT_STREQ("sz", s.getChannel(2)->getName().c_str());
-}
 
-TEST_F(Facade, CopyValueBringsTheAliasAndRevertsWithoutASource)
-{
     ZEL_Parm &t = parm(PARM_T);
-    ZEL_Parm &s = parm(PARM_S);
     ASSERT_TRUE(t.setChannelAlias("width", 0));
     s.copyValue(0.0, 1, t, 0, false, false, false, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
     EXPECT_EQ("0 1 0", values(s));
@@ -390,7 +382,7 @@ TEST(FacadeKinds, TheBroaderKindComparesAndALiteralIsCopiedAsItIs)
     EXPECT_STREQ(copied.nonNullStr(), "a \"b\"");
 }
 
-TEST_F(Facade, ChannelIndicesOutsideTheVectorAreHarmless)
+TEST_F(Facade, IndicesOutsideTheVectorAreHarmlessAndDestroyingTellsOneChange)
 {
     ZEL_Parm &t = parm(PARM_T);
     for (int index : {-1, 3, 1000}) {
@@ -401,11 +393,7 @@ TEST_F(Facade, ChannelIndicesOutsideTheVectorAreHarmless)
     }
     EXPECT_EQ(0, t.getChannelCount());
     EXPECT_EQ("", events.take());
-}
 
-TEST_F(Facade, DestroyingChannelsTellsOneChange)
-{
-    ZEL_Parm &t = parm(PARM_T);
     t.addChannel(0);
     t.addChannel(2);
     t.clearAndDestroyChannels(false);
@@ -416,11 +404,8 @@ TEST_F(Facade, DestroyingChannelsTellsOneChange)
     t.clearAndDestroyChannels(true);
     EXPECT_EQ("4:0", events.take());
     EXPECT_EQ("DDD", dirty(t));
-}
 
-TEST_F(Facade, UnreferencedChannelsGoSharedOnesPassOver)
-{
-    ZEL_Parm &t = parm(PARM_T);
+    // Of those that others use only the own reference goes.
     t.addChannel(0);
     t.addChannel(1);
     const ZEL_Parm &s = parm(PARM_S);
@@ -560,54 +545,30 @@ TEST_F(Facade, HelpNamesChannelsAliasesHelpAndTake)
     LYR_Manager::getCurrentManager()->removeDefinitions(&v);
 }
 
-TEST_F(Facade, LoadingTellsTheChangeInBothForms)
+TEST_F(Facade, LoadingTellsTheChangeEvenIfItFails)
 {
-    for (int binary : {0, 1}) {
+    ZEL_Parm &s = parm(PARM_S);
+    ZEL_Parm &t = parm(PARM_T);
+    for (const bool binary : {false, true}) {
         std::ostringstream saved;
-        ASSERT_TRUE(parm(PARM_T).save(saved, binary, false));
-        const std::string bytes = saved.str();
-        KIT_IStream is(bytes.data(), bytes.size(),
-                       binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
-        parm(PARM_S).revertToDefaults(0.0);
-        parm(PARM_S).clearAllDirtyFlags();
+        ASSERT_TRUE(t.save(saved, binary, false));
+        s.revertToDefaults(0.0);
+        s.clearAllDirtyFlags();
         events.take();
-        EXPECT_TRUE(parm(PARM_S).load(is)) << binary;
-        EXPECT_EQ("1 2 3", values(parm(PARM_S))) << binary;
-        EXPECT_EQ("DDD", dirty(parm(PARM_S))) << binary;
-        EXPECT_EQ("4:1", events.take()) << binary;
+        EXPECT_TRUE(load(PARM_S, saved.str(), binary)) << binary;
+        EXPECT_EQ("1 2 3 DDD 4:1", values(s) + " " + dirty(s) + " " + events.take()) << binary;
     }
-}
-
-TEST_F(Facade, AFailedLoadTellsTheChangeToo)
-{
-    KIT_ErrorManager::Scope scope(BASgetSTID());
-    const char text[] = "no values here";
-    KIT_IStream is(text, sizeof text - 1, KIT_IStream::TEXT);
-    EXPECT_FALSE(parm(PARM_S).load(is));
-    EXPECT_EQ("4:1", events.take());
-    EXPECT_EQ("DDD", dirty(parm(PARM_S)));
-}
-
-TEST_F(Facade, ALoadedButtonRebuildsItsDependency)
-{
-    std::ostringstream saved;
-    ASSERT_TRUE(parm(PARM_PRESS).save(saved, 0, false));
-    const std::string text = saved.str();
-    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
-    EXPECT_TRUE(parm(PARM_PRESS).load(is));
-    EXPECT_EQ("rebuildParmDependency 3", owner.takeCalls());
-    EXPECT_EQ("", events.take());
-}
-
-TEST_F(Facade, UndoDataRestoresAndTells)
-{
     std::shared_ptr<ZEL_UndoData> data;
-    ASSERT_TRUE(parm(PARM_T).saveUndoData(data));
+    ASSERT_TRUE(t.saveUndoData(data));
     set(PARM_T, 0, 99);
     events.take();
-    EXPECT_TRUE(parm(PARM_T).loadUndoData(data));
-    EXPECT_EQ("1 2 3", values(parm(PARM_T)));
-    EXPECT_EQ("4:0", events.take());
+    EXPECT_TRUE(t.loadUndoData(data));
+    EXPECT_EQ("1 2 3 4:0", values(t) + " " + events.take());
+
+    KIT_ErrorManager::Scope scope(BASgetSTID());
+    s.clearAllDirtyFlags();
+    EXPECT_FALSE(load(PARM_S, "no values here"));
+    EXPECT_EQ("DDD 4:1", dirty(s) + " " + events.take());
 }
 
 TEST_F(Facade, WithoutAnInstanceEverythingIsEmpty)

@@ -1,6 +1,7 @@
 // What an instance keeps for each component: flags, masks, channels, time dependence, micro nodes.
 
 #include <common/TestOwner.h>
+#include <common/Threads.h>
 #include <instances/InstanceRig.h>
 #include <multi/MultiList.h>
 
@@ -14,9 +15,7 @@
 #include <atomic>
 #include <random>
 #include <set>
-#include <thread>
 #include <tuple>
-#include <vector>
 
 TEST(Instances, MasksStartAsTheTemplateSays)
 {
@@ -445,23 +444,11 @@ TEST(Instances, ThreadsAgreeOnOneArrayOfMicroNodes)
     CountingOwner owner;
     Rig rig(3);
     rig.build(&owner);
-    std::atomic<int> waiting{4};
     ZEL_ParmMicroNode *nodes[4] = {};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] {
-            --waiting;
-            while (waiting != 0) {
-            }
-            nodes[t] = rig.instance->microNode(1);
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    onThreads(4, [&](int t) { nodes[t] = rig.instance->microNode(1); });
     EXPECT_EQ(owner.count, 1);
-    for (int t = 0; t < 4; ++t) {
-        EXPECT_EQ(nodes[t], rig.instance->microNode(1));
+    for (const ZEL_ParmMicroNode *node : nodes) {
+        EXPECT_EQ(node, rig.instance->microNode(1));
     }
 }
 

@@ -63,8 +63,7 @@ void animateAll(OneParm &p)
 /// What a set in the middle of two curves leaves.
 std::string afterSet(const ZEL_Type &type, ZEL_AddKeyType addKey, ZEL_KeySetType keySet)
 {
-    OneParm p(type, 2);
-    p.build();
+    BuiltParm p(type, 2);
     animateAll(p);
     p.instance->setValue(1.0, 7.0, false, 0, addKey, keySet);
     return stateOf(p);
@@ -97,8 +96,7 @@ TEST(Settings, ASetAndARevertFollowEachOfThem)
         const Settings settings(bits);
         const bool locked = (bits & 16) != 0;
         const bool curve = (bits & 32) != 0;
-        OneParm p(ZEL_FLT, 3);
-        p.build();
+        BuiltParm p(ZEL_FLT, 3);
         animateAll(p);
         if (!curve) {
             p.animate("1 + 1", 0);

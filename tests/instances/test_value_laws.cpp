@@ -268,8 +268,7 @@ TEST_F(ValueLaws, AnExpressionErrorIsThatOfTheComponentThatHasIt)
 {
     for (const ZEL_Type *type : theKinds) {
         for (const int before : {int(EVL::EVL_OK), int(EVL::EVL_CYCLE)}) {
-            OneParm p(*type, 3);
-            p.build();
+            BuiltParm p(*type, 3);
             p.setText("7");
             EVL::theErrNo[theThread] = before;
             KIT_TokenString tokens;
@@ -294,8 +293,7 @@ TEST_F(ValueLaws, AnExpressionErrorIsThatOfTheComponentThatHasIt)
 TEST_F(ValueLaws, AnIndexOutsideTheVectorIsToldAndChangesNothing)
 {
     for (const ZEL_Type *type : theKinds) {
-        OneParm p(*type, 2);
-        p.build();
+        BuiltParm p(*type, 2);
         p.instance->clearAllDirtyFlags();
         for (const int outside : {2, -1}) {
             p.set(9.0, outside);
@@ -319,8 +317,7 @@ TEST_F(ValueLaws, AnIndexOutsideTheVectorIsToldAndChangesNothing)
 TEST_F(ValueLaws, CopiesHaveValuesOfTheirOwn)
 {
     for (const ZEL_Type *type : theKinds) {
-        OneParm p(*type, 3), smaller(*type, 2), larger(*type, 4);
-        p.build();
+        BuiltParm p(*type, 3), smaller(*type, 2), larger(*type, 4);
         smaller.build();
         larger.build();
         constexpr std::int64_t theHuge = std::int64_t(1) << 40;
@@ -348,8 +345,7 @@ TEST_F(ValueLaws, HardeningKeysWhatIsPendingAtThatTimeAndMatches)
 {
     TRK_Manager::getContext().setCommitPreference(false);
     for (const ZEL_Type *type : theKinds) {
-        OneParm p(*type, 1);
-        p.build();
+        BuiltParm p(*type, 1);
         p.instance->addChannel(0);
         const TRK_Channel *channel = p.instance->getChannel(0);
         p.setText("3", 0, TRK_MEANING_LITERAL, 2.0);
@@ -435,8 +431,7 @@ TEST_F(ValueLaws, StreamsCarryOptionsAndReplaceChannels)
 {
     for (const ZEL_Type *type : theKinds) {
         for (const bool binary : {false, true}) {
-            OneParm p(*type, 2), q(*type, 2);
-            p.build();
+            BuiltParm p(*type, 2), q(*type, 2);
             q.build();
             p.setInteger(5, 1);
             p.instance->setLockedFlag(0, true);
@@ -461,8 +456,7 @@ TEST_F(ValueLaws, StreamsCarryOptionsAndReplaceChannels)
 TEST_F(ValueLaws, DamagedStreamsLoadOrFailWithAMessage)
 {
     const auto tryLoad = [](const ZEL_Type &type, const std::string &data, bool binary) {
-        OneParm p(type, 3);
-        p.build();
+        BuiltParm p(type, 3);
         p.animate("$F", 1);
         takeMessages();
         const bool loaded = p.load(data, binary);
@@ -473,8 +467,7 @@ TEST_F(ValueLaws, DamagedStreamsLoadOrFailWithAMessage)
     };
     for (const ZEL_Type *type : {&ZEL_FLT, &ZEL_ORD, &ZEL_TOGGLE, &ZEL_STRING}) {
         for (const bool binary : {false, true}) {
-            OneParm source(*type, 3);
-            source.build();
+            BuiltParm source(*type, 3);
             source.animate("$F", 1);
             source.setInteger(1, 2);
             source.instance->setLockedFlag(0, true);

@@ -1,5 +1,6 @@
 #include <common/ListFixture.h>
 #include <common/OverrideProvider.h>
+#include <common/Threads.h>
 
 #include <ZEL/ZEL_AutoDisableOverride.h>
 
@@ -83,23 +84,17 @@ public:
         std::condition_variable changed;
         long round = 0;
         const long workers = long(myWorkers.size());
-        std::vector<std::thread> threads;
-        for (long w = 0; w < workers; ++w) {
-            threads.emplace_back([&, w] {
-                std::unique_lock<std::mutex> lock(mutex);
-                // One round more each, in which the scopes end.
-                for (long turn = w; turn < rounds + workers; turn += workers) {
-                    changed.wait(lock, [&] { return round == turn; });
-                    const bool last = turn + workers >= rounds + workers;
-                    burst(myWorkers[std::size_t(w)], last);
-                    ++round;
-                    changed.notify_all();
-                }
-            });
-        }
-        for (std::thread &thread : threads) {
-            thread.join();
-        }
+        onThreads(int(workers), [&](int w) {
+            std::unique_lock<std::mutex> lock(mutex);
+            // One round more each, in which the scopes end.
+            for (long turn = w; turn < rounds + workers; turn += workers) {
+                changed.wait(lock, [&] { return round == turn; });
+                const bool last = turn + workers >= rounds + workers;
+                burst(myWorkers[std::size_t(w)], last);
+                ++round;
+                changed.notify_all();
+            }
+        });
     }
 
     std::string fault; // of the first step that differs from the model
@@ -277,19 +272,13 @@ TEST(OverrideScopes, NamesNothingThatIsGone)
 {
     OverrideProvider provider(100.0);
     // Programs run at once on threads of their own: what they share is the process's.
-    std::vector<std::thread> threads;
     std::array<std::string, 3> faults;
-    for (unsigned seed = 0; seed < faults.size(); ++seed) {
-        threads.emplace_back([&faults, seed] {
-            // The last has threads beyond those with a record inline.
-            Program program(seed, seed == 2 ? 40 : 3);
-            program.run(stepsOfARun() / long(faults.size()));
-            faults[seed] = program.fault;
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    onThreads(int(faults.size()), [&faults](int seed) {
+        // The last has threads beyond those with a record inline.
+        Program program(unsigned(seed), seed == 2 ? 40 : 3);
+        program.run(stepsOfARun() / long(faults.size()));
+        faults[std::size_t(seed)] = program.fault;
+    });
     for (const std::string &fault : faults) {
         EXPECT_EQ(fault, "");
     }
@@ -298,8 +287,7 @@ TEST(OverrideScopes, NamesNothingThatIsGone)
 TEST(OverrideScopes, NothingIsLeftToTheNextAtThatAddressOrOnThatThread)
 {
     OverrideProvider provider(100.0);
-    OneParm p(ZEL_FLT, 1);
-    p.build();
+    BuiltParm p(ZEL_FLT, 1);
     alignas(ZEL_Float) unsigned char place[sizeof(ZEL_Float)];
     const auto make = [&](bool overridden) {
         auto *made = ::new (place) ZEL_Float(&p.templates[0], p.parm);
@@ -324,8 +312,7 @@ TEST(OverrideScopes, NothingIsLeftToTheNextAtThatAddressOrOnThatThread)
 
     // Restored by a scope after its overrides were dropped.
     p.instance->setOverride(0, 0, "layer", ZEL_OVERRIDE_OVERRIDDEN);
-    OneParm plain(ZEL_FLT, 1);
-    plain.build();
+    BuiltParm plain(ZEL_FLT, 1);
     first = make(true);
     first->setOverrideDisable(0, 1);
     {

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <tuple>
 
 namespace
 {
@@ -30,22 +31,17 @@ struct LongList
                 ZEL_Template(ZEL_TOGGLE, 1, &itemNames[2]), ZEL_Template()},
           names(new ZEL_Name[theCount]), templates(new ZEL_Template[theCount + 2])
     {
-        const struct
-        {
-            ZEL_Type type;
-            int size;
-            ZEL_ChoiceList *menu;
-        } kinds[] = {
+        const std::tuple<ZEL_Type, int, ZEL_ChoiceList *> kinds[] = {
             {ZEL_XYZ, 3, nullptr},     {ZEL_FLT, 1, nullptr},    {ZEL_INT, 2, nullptr},
             {ZEL_STRING, 1, nullptr},  {ZEL_STRING, 3, nullptr}, {ZEL_STRING, 1, &theMenu},
             {ZEL_TOGGLE, 1, nullptr},  {ZEL_ORD, 1, &theMenu},   {ZEL_ORD, 1, &theTokenMenu},
             {ZEL_ORD, 1, nullptr},     {ZEL_LABEL, 1, nullptr},  {ZEL_SEPARATOR, 1, nullptr},
             {ZEL_CALLBACK, 1, nullptr}};
         for (int i = 0; i < theCount; ++i) {
-            const auto &kind = kinds[std::size_t(i) % std::size(kinds)];
+            const auto &[type, size, menu] = kinds[std::size_t(i) % std::size(kinds)];
             const std::string token = "p" + std::to_string(i) + "_";
             names[i].setTokenAndLabel(token.c_str(), "Label");
-            templates[i] = ZEL_Template(kind.type, kind.size, &names[i], nullptr, kind.menu);
+            templates[i] = ZEL_Template(type, size, &names[i], nullptr, menu);
         }
         templates[theCount] = ZEL_Template(ZEL_MULTITYPE_LIST, items, 0.0, &nameMulti, &theNone);
         list.reset(new ZEL_ParmList(templates.get(), &channels, nullptr, nullptr, "", false));
@@ -145,8 +141,7 @@ TEST(RoundTrips, AThousandParametersOfAllKinds)
 TEST(RoundTrips, OptionsOfAParameterWithoutComponents)
 {
     for (const ZEL_Type &type : {ZEL_SEPARATOR, ZEL_STRING, ZEL_FLT, ZEL_TOGGLE}) {
-        OneParm p(type, 0), q(type, 0);
-        p.build();
+        BuiltParm p(type, 0), q(type, 0);
         q.build();
         ASSERT_EQ(p.instance->getVectorSize(), 0);
         const std::string text =
@@ -197,7 +192,7 @@ struct MenuList
 
 } // namespace
 
-TEST(RoundTrips, AMenuMayReadTheListThatIsSaved)
+TEST(RoundTrips, AMenuMayReadTheListThatIsSavedOrLoaded)
 {
     for (const bool binary : {false, true}) {
         MenuList p;
@@ -216,10 +211,6 @@ TEST(RoundTrips, AMenuMayReadTheListThatIsSaved)
         EXPECT_TRUE(loadList(q.list, data, binary));
         EXPECT_EQ(takeTexts(), "");
     }
-}
-
-TEST(RoundTrips, AMenuMayReadTheListThatIsLoaded)
-{
     MenuList p;
     p.setCount(3);
     p.list.evalFloat("points", 0, 0.0);

@@ -47,6 +47,11 @@ TEST(ScriptParms, WordsSetTheirParts)
         {"Label x", "failed", "E: Dialog Script: unknown identifier: 'Label'"},
         {"experimental", "", ""},
         {"parmtag { cook_dependent 1 }", "p FLT+cook cook_dependent=1", ""},
+        // One pair a block.
+        {"parmtag { a b }", "p FLT a=b", ""},
+        {"parmtag { a b c d } attribute { e \"\" }", "p FLT a=b e=", ""},
+        {"parmtag { }", "p FLT", ""},
+        {"parmtag a", "failed", "E: Expecting open brace for parmtag"},
     });
 }
 
@@ -169,16 +174,6 @@ TEST(ScriptParms, MenuTokensLoseSurplusBackslashes)
     }
     CON_Manager::getContext().setVariable("_SCN_SAVEVERSION", nullptr);
     ZEL_ParmList::endLoading();
-}
-
-TEST(ScriptParms, TagsKeepOnePairABlock)
-{
-    check({
-        {"parmtag { a b }", "p FLT a=b", ""},
-        {"parmtag { a b c d } attribute { e \"\" }", "p FLT a=b e=", ""},
-        {"parmtag { }", "p FLT", ""},
-        {"parmtag a", "failed", "E: Expecting open brace for parmtag"},
-    });
 }
 
 TEST(ScriptParms, Conditions)

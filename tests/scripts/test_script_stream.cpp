@@ -18,19 +18,15 @@ namespace
 {
 
 /// A stream over a text, with what it prints taken from the standard error stream.
-class Script
+struct Script
 {
-public:
-    explicit Script(const std::string &text, const char *name = nullptr, bool reduced = false)
-        : myText(text), myMemory(myText.data(), myText.size(), KIT_IStream::TEXT),
-          stream(myMemory, name, reduced)
+    explicit Script(const std::string &script, const char *name = nullptr, bool reduced = false)
+        : text(script), memory(text.data(), text.size(), KIT_IStream::TEXT),
+          stream(memory, name, reduced)
     {}
 
-private:
-    std::string myText;
-    KIT_IStream myMemory;
-
-public:
+    std::string text;
+    KIT_IStream memory;
     DS_Stream stream;
 };
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+
 namespace
 {
 
@@ -10,19 +12,13 @@ struct Case
     const char *text, *tokens, *messages = nullptr;
 };
 
-void expectCases(const Case *cases, size_t count, const char *const *options = nullptr)
+void expectCases(std::initializer_list<Case> cases, const char *const *options = nullptr)
 {
-    for (size_t i = 0; i < count; i++) {
-        const ReadText read(cases[i].text, options);
-        EXPECT_EQ(read.tokens, cases[i].tokens) << cases[i].text;
-        EXPECT_EQ(read.messages, cases[i].messages ? cases[i].messages : "") << cases[i].text;
+    for (const auto &[text, tokens, messages] : cases) {
+        const ReadText read(text, options);
+        EXPECT_EQ(read.tokens, tokens) << text;
+        EXPECT_EQ(read.messages, messages ? messages : "") << text;
     }
-}
-
-template <size_t Count>
-void expectCases(const Case (&cases)[Count], const char *const *options = nullptr)
-{
-    expectCases(cases, Count, options);
 }
 
 std::string repeated(const std::string &text, int count)
@@ -38,7 +34,7 @@ std::string repeated(const std::string &text, int count)
 
 TEST(Tokens, WordsBracketsAndQuotes)
 {
-    static const Case cases[] = {
+    expectCases({
         {"parm { name \"a b\" }", "parm { name <a b> }"},
         {"range\t{ 0! 10 }", "range { 0! 10 }"},
         {"range{ 0! 10}", "range { 0! 10 }"},
@@ -54,13 +50,12 @@ TEST(Tokens, WordsBracketsAndQuotes)
         {"ab\\\ncd \\\n ef", "ab cd ef"},
         {"\xEF\xBB\xBFname", "name"},
         {"", ""},
-    };
-    expectCases(cases);
+    });
 }
 
 TEST(Tokens, CommentsBeginWhereATokenCould)
 {
-    static const Case cases[] = {
+    expectCases({
         {"a // b } \"\n c", "a c"},
         {"a /* b\n // c */d", "a d"},
         {"}// End of Group: x\n}", "} }"},
@@ -68,21 +63,19 @@ TEST(Tokens, CommentsBeginWhereATokenCould)
         {"/obj/* a//b /x", "/obj/* a//b /x"},
         {"/**/a/***/", "a/***/"},
         {"a /*/ b */ c", "a c"},
-    };
-    expectCases(cases);
+    });
 }
 
 TEST(Tokens, WhatIsNeverClosedIsToldWithItsFirstLine)
 {
-    static const Case cases[] = {
+    expectCases({
         {"a\n\"b\nc", "a <b\nc>", "s(2): a quote is never closed"},
         {"\"b\\", "b\\", "s(1): a quote is never closed"},
         {"a\n\n/* b\n c", "a", "s(3): a comment is never closed"},
         {"a\n#if 1\n#if 0\n b", "a", "s(3): #if without #endif; s(2): #if without #endif"},
         {"#endif\n#else\n#elif 1\nx", "x",
          "s(1): #endif without #if; s(2): #else without #if; s(3): #elif without #if"},
-    };
-    expectCases(cases);
+    });
 }
 
 TEST(Tokens, NulBytesAreBlanks)
@@ -159,7 +152,7 @@ TEST(Tokens, ConditionsSelectText)
         EXPECT_EQ(read.messages, "") << expression;
     }
 
-    static const Case cases[] = {
+    expectCases({
         {"#if 0\na\n#elif 1\nb\n#elif 1\nc\n#else\nd\n#endif\ne", "b e"},
         {"#if 1\n#if 0\na\n#else\nb\n#endif\n#else\n#if 1\nc\n#else\nd\n#endif\n#endif", "b"},
         {"#ifdef A\na\n#endif\n#define A\n#ifdef A\nb\n#endif\n#ifndef A\nc\n#endif", "b"},
@@ -167,13 +160,12 @@ TEST(Tokens, ConditionsSelectText)
         {"#if 0\n#ifndef A\na\n#else\nb\n#endif\n#else\nc\n#endif", "c"},
         {"#if 0\n\"\n#endif\n\" /* \n#endif\n */ a\n#endif\nb", "b"},
         {"  /* x */ # if 0\na\n# endif\nb #if 0\n", "b #if 0"},
-    };
-    expectCases(cases);
+    });
 }
 
 TEST(Tokens, BadConditionsAreFalseAndTold)
 {
-    static const Case cases[] = {
+    expectCases({
         {"#if\na\n#endif\nb", "b", "s(1): #if: the expression lacks a value"},
         {"#if 1 +\na\n#endif\nb", "b", "s(1): #if: the expression lacks a value"},
         {"#if (1\na\n#endif\nb", "b", "s(1): #if: the expression lacks a closing parenthesis"},
@@ -189,8 +181,7 @@ TEST(Tokens, BadConditionsAreFalseAndTold)
         {"#ifdef\na\n#endif\nb", "b", "s(1): #if lacks a name"},
         {"#if 0\n#else\na\n#else\nb\n#elif 1\nc\n#endif\nd", "a d",
          "s(4): a second #else; s(6): #elif behind #else"},
-    };
-    expectCases(cases);
+    });
     const std::string deep =
         "#if " + repeated("(", 100000) + "1" + repeated(")", 100000) + "\n#endif\na";
     EXPECT_EQ(ReadText(deep).tokens, "a");
@@ -201,7 +192,7 @@ TEST(Tokens, BadConditionsAreFalseAndTold)
 
 TEST(Tokens, MacrosStandForTheirText)
 {
-    static const Case cases[] = {
+    expectCases({
         {"#define A x \"A b\" }\nA { A}", "x <A b> } { x <A b> } }"},
         {"#define A // nothing\na A b", "a b"},
         {"#define A B 1\n#define B A 2\nA B", "A 2 1 B 1 2"}, // none in its own text
@@ -215,23 +206,22 @@ TEST(Tokens, MacrosStandForTheirText)
         {"#define F(x) x\nF(1)", "F(1)", "s(1): macros have no arguments: 'F'"},
         {"#define A-b x\nA", "A", "s(1): the name of a macro goes on after 'A'"},
         {"#define A \"x\nA", "x", "s(2): a quote is never closed"},
-    };
-    expectCases(cases);
+    });
 }
 
 TEST(Tokens, OptionsSetMacrosAndAskForWarnings)
 {
     static const char *const options[] = {"",    "-P",  "-DA", "-DB=x y", "-DC=1",
                                           "-UC", "-zz", "-D",  nullptr};
-    static const Case cases[] = {
-        {"A B C", "1 x y C"},
-        {"#inlcude \"x\"\n#1 # 2", "#inlcude x #1 # 2",
-         "s(1): no directive: '#inlcude'; s(2): no directive: '#1'"},
-        {"#include \"x\"", "", "s(1): this text can't include files: 'x'"},
-    };
-    expectCases(cases, options);
-    static const Case quiet[] = {{"#inlcude \"x\"\n#if_x", "#inlcude x #if_x"}};
-    expectCases(quiet);
+    expectCases(
+        {
+            {"A B C", "1 x y C"},
+            {"#inlcude \"x\"\n#1 # 2", "#inlcude x #1 # 2",
+             "s(1): no directive: '#inlcude'; s(2): no directive: '#1'"},
+            {"#include \"x\"", "", "s(1): this text can't include files: 'x'"},
+        },
+        options);
+    expectCases({{"#inlcude \"x\"\n#if_x", "#inlcude x #if_x"}});
 }
 
 TEST(Tokens, FilesAreIncluded)

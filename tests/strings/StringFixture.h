@@ -10,7 +10,6 @@
 #include <ZEL/ZEL_String.h>
 
 #include <string>
-#include <vector>
 
 /// A node at /obj/a: knows the variable HIP, and records the references that it is notified of.
 class StringNode : public TRK_PathResolver
@@ -65,6 +64,15 @@ struct OneString : OneParm
     TRK_Channel *channel(int index = 0) const { return instance->getChannel(index); }
 
     StringNode node;
+};
+
+struct BuiltString : OneString
+{
+    explicit BuiltString(const ZEL_Type &type = ZEL_STRING, int size = 1, const char *token = "p")
+        : OneString(type, size, token)
+    {
+        build();
+    }
 };
 
 inline std::string toExpression(const char *text)

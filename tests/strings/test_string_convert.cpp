@@ -73,8 +73,7 @@ TEST(StringConvert, ExpressionsByHandBecomeLiterals)
 
 TEST(StringConvert, TheExpressionMeansWhatTheLiteralDoes)
 {
-    OneString p;
-    p.build();
+    BuiltString p;
     for (const char *literal :
          {"a", "a`1+1`b", "`ch('q')`", "x y`strcat('a', \"b\")`", "q\"q", "C:\\"}) {
         KIT_String expanded;

@@ -9,8 +9,7 @@
 
 TEST(StringReferences, AreToldToTheNodeFromTheLastComponent)
 {
-    OneString p(ZEL_STRING, 4);
-    p.build();
+    BuiltString p(ZEL_STRING, 4);
     p.setText("x`ch('tx') + chs(\"../b/ty\")`", 0);
     p.setText("see /obj/b and /obj/none", 1);
     p.setText("chs(\"../b/ty\")", 2, TRK_MEANING_NATIVE);
@@ -35,8 +34,7 @@ TEST(StringReferences, ANodeGetsAnotherName)
         std::string calls;
     };
     for (const auto &[text, name, result] : cases) {
-        OneString p(ZEL_STRING, 2);
-        p.build();
+        BuiltString p(ZEL_STRING, 2);
         p.setText(text, 1);
         p.instance->clearAllDirtyFlags();
         Heard heard{&p, ""};
@@ -61,8 +59,7 @@ TEST(StringReferences, ANodeGetsAnotherName)
 TEST(StringReferences, ChannelsOfTextsGiveTexts)
 {
     for (const bool rename : {false, true}) {
-        OneString p;
-        p.build();
+        BuiltString p;
         p.setText("1", 0, TRK_MEANING_NATIVE);
         ASSERT_EQ(p.channel()->getFirstSegment()->getCompiledExpression()->getType(),
                   TRK_Expression::Type::NUMBER);
@@ -78,8 +75,7 @@ TEST(StringReferences, ChannelsOfTextsGiveTexts)
 
 TEST(StringReferences, SearchAndReplace)
 {
-    OneString p(ZEL_STRING, 2);
-    p.build();
+    BuiltString p(ZEL_STRING, 2);
     p.setText("one two one", 0);
     p.setText("onetwo", 1);
     EXPECT_TRUE(p.parm->findString("etw", false, false));
@@ -95,16 +91,14 @@ TEST(StringReferences, SearchAndReplace)
     EXPECT_EQ(command.raw(), "cp a `z+ab` a") << "only in the backticks of a command";
     EXPECT_EQ(command.parm->changeString("a", "z", false), 3);
 
-    OneString hidden(ZEL_COMMAND | ZEL_TYPE_INVISIBLE);
-    hidden.build();
+    BuiltString hidden(ZEL_COMMAND | ZEL_TYPE_INVISIBLE);
     hidden.setText("cp a `a`");
     EXPECT_EQ(hidden.parm->changeString("a", "z", true), 2) << "that very type only";
 }
 
 TEST(StringReferences, VariablesThatChange)
 {
-    OneString p(ZEL_STRING, 2);
-    p.build();
+    BuiltString p(ZEL_STRING, 2);
     p.setText("a$HIP/b", 1);
     EXPECT_TRUE(p.instance->notifyVarChange(1, "HIP"));
     EXPECT_FALSE(p.instance->notifyVarChange(0, "HIP"));

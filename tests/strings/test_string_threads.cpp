@@ -1,3 +1,4 @@
+#include <common/Threads.h>
 #include <strings/StringFixture.h>
 
 #include <BAS/BAS_Thread.h>
@@ -5,30 +6,20 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <thread>
 
 namespace
 {
-
-constexpr int theThreads = 4;
-constexpr int theRounds = 400;
 
 /// Runs the work on all threads at once; returns the number of rounds in which it returned false.
 template <class Work>
 int countFailures(const Work &work)
 {
     std::atomic<int> failures{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < theThreads; ++t) {
-        threads.emplace_back([&work, &failures, t] {
-            for (int round = 0; round < theRounds; ++round) {
-                failures += work(t, round, BASgetSTID()) ? 0 : 1;
-            }
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    onThreads(4, [&](int t) {
+        for (int round = 0; round < 400; ++round) {
+            failures += work(t, round, BASgetSTID()) ? 0 : 1;
+        }
+    });
     return failures;
 }
 
@@ -36,8 +27,7 @@ int countFailures(const Work &work)
 
 TEST(StringThreads, ReadersSeeWholeTextsWhileAChannelRewritesThem)
 {
-    OneString p(ZEL_STRING, 3);
-    p.build();
+    BuiltString p(ZEL_STRING, 3);
     p.setText("strcat(\"a long enough text for frame \", $F)", 0, TRK_MEANING_NATIVE);
     p.setText("$HIP/`1+1`.$F", 1);
     p.setText("plain", 2);

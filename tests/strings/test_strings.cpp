@@ -6,9 +6,7 @@
 #include <EVL/EVL.h>
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_TokenString.h>
-#include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_Expression.h>
-#include <TRK/TRK_Segment.h>
 #include <ZEL/ZEL_SharedMenus.h>
 #include <ZEL/ZEL_SpareData.h>
 
@@ -78,8 +76,7 @@ TEST(Strings, NumbersAreReadFromTheExpandedText)
         EXPECT_EQ(wide, wantedWide) << text;
         EXPECT_EQ(narrow, wantedNarrow) << text;
     }
-    OneString p;
-    p.build();
+    BuiltString p;
     p.instance->setValue(0.0, 3, false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
     EXPECT_EQ(p.raw(), "3");
     p.set(3.5);
@@ -96,8 +93,7 @@ TEST(Strings, AnIndexOutsideTheVectorLeavesTheTextAlone)
     OneString p("x");
     EXPECT_EQ(p.read(true, 0.0, 1), "untouched");
     EXPECT_EQ(p.read(false, 0.0, -1), "untouched");
-    OneString none(ZEL_LABEL, 0);
-    none.build();
+    BuiltString none(ZEL_LABEL, 0);
     EXPECT_EQ(none.read(), "") << "no values at all";
 }
 
@@ -149,8 +145,7 @@ TEST(Strings, WhatATextReadsIsPartOfOneEvaluation)
         {{"a" + wide(1, 2) + "b", "`1/0`"}, EVL::EVL_BAD_ARGUMENT, 2},
     };
     for (const auto &[texts, error, length] : cases) {
-        OneString p(ZEL_STRING, 8);
-        p.build();
+        BuiltString p(ZEL_STRING, 8);
         for (std::size_t i = 0; i < texts.size(); ++i) {
             const bool expression = texts[i][0] == '=';
             p.setText(texts[i].c_str() + (expression ? 1 : 0), int(i),
@@ -178,8 +173,7 @@ TEST(Strings, AnExpressionThatNoChannelCanHoldIsTold)
     for (const std::string &name :
          {longest, longest + "n", std::string("#c"), std::string("a b")}) {
         for (const ZEL_Type *type : {&ZEL_FLT, &ZEL_INT, &ZEL_STRING}) {
-            OneParm one(*type, 1, name.c_str());
-            one.build();
+            BuiltParm one(*type, 1, name.c_str());
             const bool heldFlag = one.animate("$F + 1") != nullptr;
             EXPECT_EQ(heldFlag, name == longest);
             EXPECT_EQ(takeMessages(), heldFlag ? "" : "ZEL 25") << name;
@@ -189,8 +183,7 @@ TEST(Strings, AnExpressionThatNoChannelCanHoldIsTold)
 
 TEST(Strings, TimeDependenceIsOneBitForAllComponents)
 {
-    OneString p(ZEL_STRING, 2);
-    p.build();
+    BuiltString p(ZEL_STRING, 2);
     p.setText("$F", 1);
     p.list->clearTimeDependent();
     EXPECT_EQ(p.read(true, 1.0, 1), "25");
@@ -202,8 +195,7 @@ TEST(Strings, TimeDependenceIsOneBitForAllComponents)
     p.read(false, 1.0, 1);
     EXPECT_FALSE(p.instance->isTimeDependent(1)) << "a raw read says nothing";
 
-    OneString still(ZEL_STRING_E);
-    still.build();
+    BuiltString still(ZEL_STRING_E);
     still.animate("$F");
     takeMessages();
     EXPECT_EQ(still.read(true, 2.0), "1") << "a channel that isn't animatible is read at time 0";
@@ -212,8 +204,7 @@ TEST(Strings, TimeDependenceIsOneBitForAllComponents)
 
 TEST(Strings, ChannelsAnswerWhateverExpandSays)
 {
-    OneString p;
-    p.build();
+    BuiltString p;
     p.setText("\"a`1+1`\"+$F", 0, TRK_MEANING_NATIVE);
     ASSERT_NE(p.channel(), nullptr);
     EXPECT_EQ(p.raw(), "a`1+1`1");
@@ -242,8 +233,7 @@ TEST(Strings, LiteralsReadBackAsExpressions)
 
 TEST(Strings, SettingALiteralKeysTheChannelInItsLanguage)
 {
-    OneString p;
-    p.build();
+    BuiltString p;
     p.setText("\"x\"", 0, TRK_MEANING_NATIVE);
     p.setText("a`$F`", 0, TRK_MEANING_LITERAL, 1.0);
     EXPECT_EQ(p.channel()->getNSegments(), 2);
@@ -251,16 +241,14 @@ TEST(Strings, SettingALiteralKeysTheChannelInItsLanguage)
     EXPECT_EQ(p.read(true, 1.0), "a25");
     EXPECT_EQ(p.read(true, 0.5), "x");
 
-    OneString same;
-    same.build();
+    BuiltString same;
     same.setText("\"x\"", 0, TRK_MEANING_NATIVE);
     same.setText("x", 0, TRK_MEANING_LITERAL, 1.0);
     EXPECT_EQ(same.channel()->getNSegments(), 1) << "an equal text makes no key";
     same.setText("X", 0, TRK_MEANING_LITERAL, 1.0);
     EXPECT_EQ(same.channel()->getNSegments(), 2) << "case counts";
 
-    OneString python;
-    python.build();
+    BuiltString python;
     python.setText("'old'", 0, TRK_MEANING_PYTHON);
     python.setText("it's", 0, TRK_MEANING_LITERAL);
     EXPECT_EQ(python.expression(), "'it\\'s'");
@@ -269,12 +257,11 @@ TEST(Strings, SettingALiteralKeysTheChannelInItsLanguage)
     EXPECT_EQ(python.expression(), "'word'") << "a bare word would be a name";
 }
 
-TEST(Strings, HardeningStoresTheExpressionForm)
+TEST(Strings, HardeningStoresTheExpressionFormAndLeavesNothingPending)
 {
     const ManagerSettings settings;
     TRK_Manager::getContext().setCommitPreference(false);
-    OneString p;
-    p.build();
+    BuiltString p;
     p.setText("\"x\"", 0, TRK_MEANING_NATIVE);
     p.instance->hardenChanges(0.0, 0, true, nullptr, nullptr);
     p.setText("y", 0, TRK_MEANING_LITERAL, 1.0);
@@ -284,24 +271,19 @@ TEST(Strings, HardeningStoresTheExpressionForm)
     EXPECT_EQ(p.channel()->getNSegments(), 2);
     p.instance->setChannel(0, nullptr);
     EXPECT_EQ(p.raw(), "\"y\"") << "what was stored";
-}
 
-TEST(Strings, HardeningLeavesNothingPending)
-{
-    const ManagerSettings settings;
-    OneString p;
-    p.build();
-    p.setText("strcat(\"x\", 1)", 0, TRK_MEANING_NATIVE);
-    p.instance->hardenChanges(0.0, 0, true, nullptr, nullptr);
-    EXPECT_EQ(p.instance->getChanState(0.0, 0), ZEL_CHAN_KEY) << "an expression drives the key";
-    EXPECT_EQ(p.expression(), "\"x1\"");
-
+    TRK_Manager::getContext().setCommitPreference(true);
+    BuiltString driven;
+    driven.setText("strcat(\"x\", 1)", 0, TRK_MEANING_NATIVE);
+    driven.instance->hardenChanges(0.0, 0, true, nullptr, nullptr);
+    EXPECT_EQ(driven.instance->getChanState(0.0, 0), ZEL_CHAN_KEY) << "by an expression";
+    EXPECT_EQ(driven.expression(), "\"x1\"");
     TRK_Manager::getContext().setCommitPreference(false);
-    p.setText("z", 0, TRK_MEANING_LITERAL, 1.0);
-    ASSERT_EQ(p.instance->getChanState(1.0, 0), ZEL_CHAN_PENDING);
-    p.instance->setKey(1.0, 0);
-    EXPECT_EQ(p.instance->getChanState(1.0, 0), ZEL_CHAN_KEY);
-    EXPECT_EQ(p.read(true, 0.5) + p.read(true, 1.0), "x1z") << "the key takes the pending text";
+    driven.setText("z", 0, TRK_MEANING_LITERAL, 1.0);
+    ASSERT_EQ(driven.instance->getChanState(1.0, 0), ZEL_CHAN_PENDING);
+    driven.instance->setKey(1.0, 0);
+    EXPECT_EQ(driven.instance->getChanState(1.0, 0), ZEL_CHAN_KEY);
+    EXPECT_EQ(driven.read(true, 0.5) + driven.read(true, 1.0), "x1z") << "the pending text";
 }
 
 TEST(Strings, MenusReadTheTextOfAChannel)
@@ -319,16 +301,14 @@ TEST(Strings, MenusReadTheTextOfAChannel)
         {false, "!!ch(\"q\")!!x", "!!ch(\"q\")!!x"},
         {false, "!!ch", "!!ch"}};
     for (const auto &[menu, text, stored] : cases) {
-        OneString p;
-        p.build();
+        BuiltString p;
         if (menu) {
             p.parm->getTemplatePtr()->setChoiceListPtr(&ZELtoggleMenu);
         }
         p.setText(text);
         EXPECT_EQ(p.raw(), stored);
     }
-    OneString p;
-    p.build();
+    BuiltString p;
     p.parm->getTemplatePtr()->setChoiceListPtr(&ZELtoggleMenu);
     p.setText("\"x\"", 0, TRK_MEANING_NATIVE);
     p.instance->setExpression(0.0, "ch(\"q\")", TRK_LANGUAGE_NATIVE, 0, false, false);
@@ -426,8 +406,7 @@ TEST(Strings, DefaultsComeWithTheirMeaning)
 
 TEST(Strings, MagicStringsHoldExpandedAndRawTexts)
 {
-    OneString p(ZEL_STRING, 2);
-    p.build();
+    BuiltString p(ZEL_STRING, 2);
     KIT_TokenString tokens;
     p.setText("$HIP", 1);
     EXPECT_TRUE(p.instance->getMagicString(tokens, p.list.get(), 2, 0.0, false, 1));

@@ -2,11 +2,11 @@
 #include <KIT/KIT_BitArray.h>
 #include <KIT/KIT_StringArray.h>
 #include <ZEL/ZEL_SpareData.h>
-#include <ZEL/ZEL_Template.h>
 #include <ZEL/sparedata/ZEL_SpareValuesPrivate.h>
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <random>
@@ -269,31 +269,32 @@ TEST(SpareData, FlagsAndNumbersReadTheirTexts)
 
 TEST(SpareData, SettersStoreTheirTexts)
 {
-    const struct
-    {
-        const char *token;
-        void (*set)(Spare &);
-        const char *stored;
-    } rows[] = {
+    const auto stored = [](const char *token, const std::function<void(Spare &)> &set) {
+        Spare spare = one(token, "before");
+        set(spare);
+        EXPECT_EQ(spare.entries(), spare.getValue(token) ? 1u : 0u) << token;
+        return shown(spare.getValue(token));
+    };
+    // What is stored for true and for false.
+    const std::tuple<const char *, void (Spare::*)(bool), const char *, const char *> flags[] = {
+        {"code_generation", &Spare::setCodeGenDependent, nullptr, "0"},
+        {"cook_dependent", &Spare::setCookDependent, "1", nullptr},
+        {"varying_default", &Spare::setHasVaryingDefault, "1", nullptr},
+        {"colorwheel", &Spare::setColorWheel, "1", nullptr},
+        {"colordyn", &Spare::setColorDynamic, "1", nullptr},
+        {"rampshowcontrolsdefault", &Spare::setRampShowControlsDefault, "1", "0"},
+        {"orvane::save_value", &Spare::setSaveValue, "1", "0"},
+        {"script_unquoted", &Spare::setUnquotedState, "1", nullptr},
+    };
+    for (const auto &[token, set, on, off] : flags) {
+        const auto setter = set;
+        EXPECT_EQ(stored(token, [&](Spare &s) { (s.*setter)(true); }), shown(on));
+        EXPECT_EQ(stored(token, [&](Spare &s) { (s.*setter)(false); }), shown(off));
+    }
+    const std::tuple<const char *, void (*)(Spare &), const char *> others[] = {
         // clang-format off
-        {"code_generation", [](Spare &s) { s.setCodeGenDependent(true); }, nullptr},
-        {"code_generation", [](Spare &s) { s.setCodeGenDependent(false); }, "0"},
-        {"cook_dependent", [](Spare &s) { s.setCookDependent(true); }, "1"},
-        {"cook_dependent", [](Spare &s) { s.setCookDependent(false); }, nullptr},
-        {"varying_default", [](Spare &s) { s.setHasVaryingDefault(true); }, "1"},
-        {"varying_default", [](Spare &s) { s.setHasVaryingDefault(false); }, nullptr},
-        {"colorwheel", [](Spare &s) { s.setColorWheel(true); }, "1"},
-        {"colorwheel", [](Spare &s) { s.setColorWheel(false); }, nullptr},
-        {"colordyn", [](Spare &s) { s.setColorDynamic(true); }, "1"},
-        {"colordyn", [](Spare &s) { s.setColorDynamic(false); }, nullptr},
-        {"rampshowcontrolsdefault", [](Spare &s) { s.setRampShowControlsDefault(true); }, "1"},
-        {"rampshowcontrolsdefault", [](Spare &s) { s.setRampShowControlsDefault(false); }, "0"},
-        {"orvane::save_value", [](Spare &s) { s.setSaveValue(true); }, "1"},
-        {"orvane::save_value", [](Spare &s) { s.setSaveValue(false); }, "0"},
         {"orvane::key_value_dict_use_chooser",
          [](Spare &s) { s.setKeyValueDictUseChooser(true); }, "1"},
-        {"script_unquoted", [](Spare &s) { s.setUnquotedState(true); }, "1"},
-        {"script_unquoted", [](Spare &s) { s.setUnquotedState(false); }, nullptr},
         {"multistartoffset", [](Spare &s) { s.setMultiStartOffset(INT32_MIN); }, "-2147483648"},
         {"script_callback_language",
          [](Spare &s) { s.setCallbackLanguage(TRK_SCRIPT_PYTHON); }, "python"},
@@ -302,10 +303,8 @@ TEST(SpareData, SettersStoreTheirTexts)
         {"rampcolortype", [](Spare &s) { s.setRampColorType(KIT_COLORTYPE_XYZ); }, "xyz"},
         // clang-format on
     };
-    for (const auto &row : rows) {
-        Spare spare = one(row.token, "before");
-        row.set(spare);
-        EXPECT_EQ(contents(spare), row.stored ? (Map{{row.token, row.stored}}) : Map());
+    for (const auto &[token, set, text] : others) {
+        EXPECT_EQ(stored(token, set), text);
     }
 }
 
@@ -490,16 +489,4 @@ TEST(SpareData, PresetsAreConsistent)
             EXPECT_GE(ZEL_SpareValues::uses(value.c_str()), 1) << name;
         }
     }
-}
-
-TEST(SpareData, TemplatesPointAtPresets)
-{
-    static ZEL_Name name("path", "Path");
-    const ZEL_Template path(ZEL_STRING, 1, &name, nullptr, nullptr, nullptr, ZEL_Callback(),
-                            &Spare::nodsPath);
-    const ZEL_Template copy(path);
-    EXPECT_EQ(copy.getSparePtr(), &Spare::nodsPath);
-    const ZEL_Template multi(ZEL_STRING, 1, &name, nullptr, nullptr, nullptr, ZEL_Callback(),
-                             &Spare::multiStartOffsetZero);
-    EXPECT_EQ(multi.getMultiStartOffset(), 0);
 }

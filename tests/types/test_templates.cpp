@@ -11,12 +11,12 @@
 #include <ZEL/ZEL_SharedMenus.h>
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/ZEL_Template.h>
+#include <common/Threads.h>
 
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -434,17 +434,11 @@ TEST(Templates, FirstReadsFromManyThreadsAgree)
         const ZEL_Template parm(ZEL_XYZ, 3, &theName, nullptr, nullptr, nullptr, ZEL_Callback(),
                                 &spare);
         std::vector<std::string> seen(4);
-        std::vector<std::thread> threads;
-        for (std::string &text : seen) {
-            threads.emplace_back([&parm, &text] {
-                text = channels(parm) + parm.getDecodedChannelToken(2).c_str() +
-                       std::to_string(parm.getAutoScopeField()) +
-                       std::to_string(parm.getAutoSelectField());
-            });
-        }
-        for (std::thread &thread : threads) {
-            thread.join();
-        }
+        onThreads(4, [&](int i) {
+            seen[size_t(i)] = channels(parm) + parm.getDecodedChannelToken(2).c_str() +
+                              std::to_string(parm.getAutoScopeField()) +
+                              std::to_string(parm.getAutoSelectField());
+        });
         for (const std::string &text : seen) {
             EXPECT_EQ(text, "tx ty tztz5" + std::to_string(~0u));
         }
@@ -464,6 +458,9 @@ TEST(Multis, AreIntegersOfOneComponent)
     EXPECT_EQ(multi.getAutoScopeField(), 0u);
     EXPECT_EQ(multi.getMultiStartOffset(), 1);
     EXPECT_EQ(multi.getRangePtr(), nullptr);
+    const ZEL_Template fromZero(ZEL_MULTITYPE_LIST, items, 1.0, &theName, nullptr, nullptr,
+                                &ZEL_SpareData::multiStartOffsetZero);
+    EXPECT_EQ(fromZero.getMultiStartOffset(), 0);
 }
 
 TEST(Multis, RampsOwnTheirKeys)
@@ -498,10 +495,16 @@ TEST(Multis, RampsOwnTheirKeys)
     EXPECT_TRUE(ramp.getMultiParmTemplate()[3].isTerminator());
     EXPECT_GT(copy.getMemoryUsage(true), ZEL_Template(ZEL_FLT).getMemoryUsage(true));
 
-    // Initialised again from its own keys, then as another type: nothing dangles, nothing leaks.
-    ramp.initMulti(ZEL_MULTITYPE_RAMP_RGB, ramp.getMultiParmTemplate(), ZEL_Template::ZEL_EXPORT_0,
-                   1, &name, nullptr, nullptr, nullptr, nullptr, nullptr, ZEL_Callback());
+    // Initialised again from its own keys, then as other types: nothing dangles, nothing leaks.
+    const auto become = [&](ZEL_Template &one, ZEL_MultiType type) {
+        one.initMulti(type, one.getMultiParmTemplate(), ZEL_Template::ZEL_EXPORT_0, 1, &name,
+                      nullptr, nullptr, nullptr, nullptr, nullptr, ZEL_Callback());
+    };
+    become(ramp, ZEL_MULTITYPE_RAMP_RGB);
     EXPECT_EQ(tokens(ramp.getMultiParmTemplate()), "tint#_#pos tint#_#c tint#_#interp");
+    ZEL_Template list(ramp);
+    become(list, ZEL_MULTITYPE_LIST);
+    EXPECT_EQ(list.getMultiParmTemplate(), nullptr);
     ramp = ZEL_Template(ZEL_FLT, 2, &name);
     EXPECT_EQ(ramp.getMultiParmTemplate(), nullptr);
 }
@@ -550,23 +553,6 @@ TEST(Ramps, InterpolationsAreNamedByTheMenu)
     EXPECT_EQ(ZELgetRampInterpType(""), ZEL_RAMPINTERP_LINEAR);
     EXPECT_EQ(ZELgetRampInterpType(nullptr), ZEL_RAMPINTERP_LINEAR);
     EXPECT_EQ(ZELgetRampInterpType("nonsense"), ZEL_RAMPINTERP_UNKNOWN);
-}
-
-TEST(RampTemplates, ItemsOfARampGoWithIt)
-{
-    ZEL_Name name("ramp", "Ramp");
-    ZEL_Template ramp(ZEL_MULTITYPE_RAMP_FLT, nullptr, 1.0, &name);
-    ZEL_Template *items = ramp.getMultiParmTemplate();
-    ASSERT_NE(items, nullptr);
-    const auto become = [&](ZEL_MultiType type) {
-        ramp.initMulti(type, items, ZEL_Template::ZEL_Export(0), 1.0, &name, nullptr, nullptr,
-                       nullptr, nullptr, nullptr, ZEL_Callback());
-    };
-    become(ZEL_MULTITYPE_RAMP_FLT);
-    items = ramp.getMultiParmTemplate();
-    EXPECT_EQ(ZEL_Template::countTemplates(items, false, false, false), 3) << "built from its own";
-    become(ZEL_MULTITYPE_LIST);
-    EXPECT_EQ(ramp.getMultiParmTemplate(), nullptr);
 }
 
 TEST(Menus, KnowTheirSource)

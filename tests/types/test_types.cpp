@@ -191,14 +191,11 @@ TEST(Types, BinaryRecordIsNineLittleEndianWords)
             EXPECT_EQ(loaded[i], readFlag ? word : ~0u) << "word " << i << " of " << length;
         }
     }
-}
 
-TEST(Types, TextStreamsAreReadByTheSameCall)
-{
     const char text[] = "1 2 3 4 5 6 7 8 2147483657";
     KIT_IStream is(text, std::strlen(text), KIT_IStream::TEXT);
     ZEL_Type type;
-    ASSERT_TRUE(type.loadBinary(is));
+    ASSERT_TRUE(type.loadBinary(is)) << "text streams are read by the same call";
     EXPECT_EQ(type, countingWords());
 }
 
