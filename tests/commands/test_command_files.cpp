@@ -127,12 +127,9 @@ TEST(CommandFiles, Faults)
 {
     const std::pair<const char *, const char *> cases[] = {
         {"", "E: Expecting open brace for script"},
-        {"{ name c", "E: Expecting close brace for script"},
-        {"{ label x }", "E: parameter page without a name"},
         {"{ name c icon", "E: Expected icon name"},
         {"{ name c wibble }", "E: script unknown identifier wibble"},
         {"{ name c parm { type color } }", "E: parameter without a name"},
-        {"{ name c group { name g parm { name x } }", "E: missing closing brace on group"},
     };
     for (const auto &[text, messages] : cases) {
         Command command(text);

@@ -141,11 +141,10 @@ TEST(CommandLines, Settings)
 {
     Command tool(theKinds);
     tool.command->setCommand("tool -t -n 7 -c 0.5 0.25 1 -f 3");
-    EXPECT_EQ(tool.number("tog.t"), 1);
-    EXPECT_EQ(tool.number("t"), 1);
-    EXPECT_EQ(tool.number("tog.n"), 1);
+    for (const char *const on : {"tog.t", "t", "tog.n", "tog.c"}) {
+        EXPECT_EQ(tool.number(on), 1) << on;
+    }
     EXPECT_EQ(tool.text("n"), "7");
-    EXPECT_EQ(tool.number("tog.c"), 1);
     EXPECT_EQ(tool.text("c", 1), "0.25");
     EXPECT_EQ(tool.text("c.v1"), "0.25");
     EXPECT_EQ(tool.text("f", 0) + " " + tool.text("f", 1), "3 2");

@@ -105,12 +105,8 @@ inline std::string defaultsText(const ZEL_Default *defaults, int count)
     for (int i = 0; i < count; i++) {
         const ZEL_Default &one = defaults[i];
         all += (i ? "," : "") + numberText(one.getFloat());
-        if (one.gotString()) {
-            all += std::string(":") + one.getString();
-        }
-        if (one.getStringMeaning()) {
-            all += "@" + std::to_string(one.getStringMeaning());
-        }
+        all += one.gotString() ? std::string(":") + one.getString() : "";
+        all += one.getStringMeaning() ? "@" + std::to_string(one.getStringMeaning()) : "";
     }
     return " def(" + all + ")";
 }
@@ -122,19 +118,15 @@ inline std::string templateText(const ZEL_Template &one)
     if (std::string(one.getLabel()) != one.getToken()) {
         all += std::string("'") + one.getLabel() + "'";
     }
+    const auto part = [](bool isThere, const char *word, int number) {
+        return isThere ? word + std::to_string(number) : std::string();
+    };
     all += " " + typeText(one.getType());
-    if (one.getVectorSize() != 1) {
-        all += "[" + std::to_string(one.getVectorSize()) + "]";
-    }
-    if (one.isMultiType()) {
-        all += " multi" + std::to_string(one.getMultiType() & ZEL_MULTITYPE_KIND_MASK);
-    }
-    if (one.getTypeExtended()) {
-        all += " x" + std::to_string(one.getTypeExtended());
-    }
-    if (one.exportLevel()) {
-        all += " export" + std::to_string(one.exportLevel());
-    }
+    all += part(one.getVectorSize() != 1, "[", one.getVectorSize());
+    all += one.getVectorSize() != 1 ? "]" : "";
+    all += part(one.isMultiType(), " multi", one.getMultiType() & ZEL_MULTITYPE_KIND_MASK);
+    all += part(one.getTypeExtended(), " x", one.getTypeExtended());
+    all += part(one.exportLevel(), " export", one.exportLevel());
     if (one.getFactoryDefaults()) {
         all += defaultsText(one.getFactoryDefaults(), one.getVectorSize());
     }

@@ -228,42 +228,25 @@ TEST(SpareData, FlagsAndNumbersReadTheirTexts)
     // What each text reads as; the first stands for no entry.
     static const char *const texts[] = {"(absent)", "",     "0",     "1",  "-3",
                                         "7x",       "True", "FALSE", "010"};
-    const struct
-    {
-        const char *token;
-        int (*read)(const Spare &);
-        int expected[9];
-    } rows[] = {
-        // clang-format off
-        {"code_generation", [](const Spare &s) { return int(s.getCodeGenDependent()); },
-         {1, 0, 0, 1, 0, 1, 0, 1, 1}},
-        {"cook_dependent", [](const Spare &s) { return int(s.getCookDependent()); },
-         {0, 0, 0, 1, 0, 1, 1, 0, 1}},
-        {"varying_default", [](const Spare &s) { return int(s.getHasVaryingDefault()); },
-         {0, 0, 0, 1, 0, 1, 1, 0, 1}},
-        {"colorwheel", [](const Spare &s) { return int(s.getColorWheel()); },
-         {0, 0, 0, 1, 1, 1, 1, 0, 1}},
-        {"colordyn", [](const Spare &s) { return int(s.getColorDynamic()); },
-         {0, 0, 0, 1, 1, 1, 0, 0, 1}},
-        {"editor", [](const Spare &s) { return int(s.getUseEditor()); },
-         {0, 0, 0, 1, 1, 1, 0, 0, 1}},
-        {"orvane::key_value_dict_use_chooser",
-         [](const Spare &s) { return int(s.getKeyValueDictUseChooser()); },
-         {0, 0, 0, 1, 1, 1, 0, 0, 1}},
-        {"rampshowcontrolsdefault",
-         [](const Spare &s) { return int(s.getRampShowControlsDefault()); },
-         {1, 1, 0, 1, 1, 1, 1, 1, 0}},
-        {"script_unquoted", [](const Spare &s) { return int(s.getUnquotedState()); },
-         {0, 1, 1, 1, 1, 1, 1, 1, 1}},
-        {"multistartoffset", [](const Spare &s) { return s.getMultiStartOffset(); },
-         {1, 1, 0, 1, -3, 7, 0, 0, 10}},
-        // clang-format on
+    const std::tuple<const char *, bool (Spare::*)() const, const char *> flags[] = {
+        {"code_generation", &Spare::getCodeGenDependent, "100101011"},
+        {"cook_dependent", &Spare::getCookDependent, "000101101"},
+        {"varying_default", &Spare::getHasVaryingDefault, "000101101"},
+        {"colorwheel", &Spare::getColorWheel, "000111101"},
+        {"colordyn", &Spare::getColorDynamic, "000111001"},
+        {"editor", &Spare::getUseEditor, "000111001"},
+        {"orvane::key_value_dict_use_chooser", &Spare::getKeyValueDictUseChooser, "000111001"},
+        {"rampshowcontrolsdefault", &Spare::getRampShowControlsDefault, "110111110"},
+        {"script_unquoted", &Spare::getUnquotedState, "011111111"},
     };
-    for (const auto &row : rows) {
-        for (size_t i = 0; i < std::size(texts); i++) {
-            const Spare spare = i ? one(row.token, texts[i]) : Spare();
-            EXPECT_EQ(row.read(spare), row.expected[i]) << row.token << " " << texts[i];
+    const int numbers[] = {1, 1, 0, 1, -3, 7, 0, 0, 10};
+    for (size_t i = 0; i < std::size(texts); i++) {
+        for (const auto &[token, get, expected] : flags) {
+            const Spare spare = i ? one(token, texts[i]) : Spare();
+            EXPECT_EQ((spare.*get)(), expected[i] == '1') << token << " " << texts[i];
         }
+        const Spare spare = i ? one("multistartoffset", texts[i]) : Spare();
+        EXPECT_EQ(spare.getMultiStartOffset(), numbers[i]) << texts[i];
     }
 }
 

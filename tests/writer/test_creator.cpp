@@ -316,17 +316,11 @@ TEST(Creator, Parameters)
         EXPECT_EQ(parmText(one.set), head + one.lines + "    }\n") << one.what;
     }
     EXPECT_EQ(parmText([](DS_ParmInfo &info) { info.setIsArray(true); }), "");
-}
-
-TEST(Creator, NamesAndLabelsStandAsTheyAre)
-{
+    // Names and labels stand as they are.
     const std::string bytes = "a\"b\\c\n\x01\xff{}[]//" + std::string(100000, 'x');
-    const std::string text = parmText([&bytes](DS_ParmInfo &info) {
-        info.name = bytes;
-        info.label = bytes;
-    });
-    EXPECT_EQ(text, "    parm {\n\tname\t" + bytes + "\n\tlabel\t\"" + bytes +
-                        "\"\n\ttype\tfloat\n    }\n");
+    EXPECT_EQ(parmText([&](DS_ParmInfo &info) { info.name = info.label = bytes.c_str(); }),
+              "    parm {\n\tname\t" + bytes + "\n\tlabel\t\"" + bytes +
+                  "\"\n\ttype\tfloat\n    }\n");
 }
 
 TEST(Creator, IndentsAreHalfTabs)
@@ -423,15 +417,15 @@ TEST(Creator, GroupingAndPages)
         {false, true, 5, "b e "},
         {false, false, 4, "Page 2( b e ) "},
     };
+    const std::pair<const char *, const char *> parms[] = {
+        {"a", "A"}, {"b", ""}, {"c", "B"}, {"d", "A"}, {"e", ""}};
     for (const auto &[doing, old, pageSize, outline] : cases) {
         HandMade reader(doing, 0, 0);
         reader.addGroup("A");
         reader.addGroup("B");
-        reader.add("a", "A");
-        reader.add("b");
-        reader.add("c", "B");
-        reader.add("d", "A");
-        reader.add("e");
+        for (const auto &[name, group] : parms) {
+            reader.add(name, group);
+        }
         reader.setGroupSize(pageSize);
         DS_Creator::setUseOldGrouping(old);
         EXPECT_EQ(outlineOf(reader), outline) << doing << " " << old << " " << pageSize;

@@ -78,6 +78,20 @@ std::string outlineOf(const ZEL_ScriptPage &page)
     return all;
 }
 
+/// A script rewritten and read again, without a message; written once more it is the same.
+struct ReadAgain : Rewritten, Dialog
+{
+    explicit ReadAgain(const std::string &script, const char *source = "s.ds")
+        : Rewritten(rewriteText(script, source)), Dialog(text)
+    {
+        EXPECT_TRUE(Rewritten::okFlag) << script;
+        EXPECT_TRUE(Dialog::okFlag) << text;
+        EXPECT_EQ(messages, "") << text;
+        EXPECT_FALSE(restFlag);
+        EXPECT_EQ(rewriteText(text, source).text, text);
+    }
+};
+
 /// The text between quotes, with the escapes that a script has.
 std::string quotedText(const std::string &text)
 {
@@ -201,19 +215,14 @@ TEST(Rewrite, AnyTextComesBack)
     texts.emplace_back(70000, 'y');
     for (const std::string &text : texts) {
         const std::string quoted = quotedText(text);
-        const Rewritten rewritten =
-            rewriteText("{ name n label " + quoted + " group { name f label " + quoted +
+        ReadAgain again("{ name n label " + quoted + " group { name f label " + quoted +
                         " parm { name p label " + quoted + " type string default { " + quoted +
                         " } help " + quoted + " menureplace { " + quoted + " " + quoted +
                         " } parmtag { " + quoted + " " + quoted + " } } } }");
-        ASSERT_TRUE(rewritten.okFlag) << text;
-        Dialog dialog(rewritten.text);
-        ASSERT_TRUE(dialog.okFlag) << rewritten.text << dialog.messages;
-        EXPECT_EQ(dialog.messages, "");
-        EXPECT_EQ(dialog.page.getLabel().toStdString(), text);
-        ASSERT_EQ(dialog.count, 2);
-        const ZEL_Template &parm = dialog.templates[1];
-        EXPECT_EQ(dialog.templates[0].getFactoryDefaults()[0].getString(), text);
+        EXPECT_EQ(again.page.getLabel().toStdString(), text);
+        ASSERT_EQ(again.count, 2);
+        const ZEL_Template &parm = again.templates[1];
+        EXPECT_EQ(again.templates[0].getFactoryDefaults()[0].getString(), text);
         EXPECT_EQ(parm.getLabel(), text);
         EXPECT_EQ(parm.getHelpText(), text);
         EXPECT_EQ(parm.getFactoryDefaults()[0].getString(), text);
@@ -229,37 +238,31 @@ TEST(Rewrite, FoldersComeBackOneByOne)
     const char *const labels[] = {"A", "\"A/7 \\\"q\\\"\"", "\"\xc3\xa9\"", "\"\\n\""};
     for (const std::string label : labels) {
         const std::string start = "group { name g label " + label + " ";
-        const Rewritten rewritten = rewriteText(
+        ReadAgain again(
             "{ name n " + start + "parm { name a } multiparm { name m parm { name x# } }\n" +
             start + "parm { name b } } parm { name c } } " + start + start +
             "parm { name d } } } " + start + start + "parm { name e } } " + start +
             "parm { name f } } } parm { name g } " + start + "parm { name h } } " + start +
             "} parm { name tx baseparm } " + start + "multiparm { name k parm { name y# } } } }");
-        Dialog dialog(rewritten.text);
-        ASSERT_TRUE(dialog.okFlag) << rewritten.text << dialog.messages;
-        const std::string name = dialog.page.getParm(0)->getGroup()->getPage(0)->getLabel().c_str();
+        const std::string name = again.page.getParm(0)->getGroup()->getPage(0)->getLabel().c_str();
         EXPECT_EQ(quotedText(name), label == "A" ? "\"A\"" : label);
         const std::string in = name + "( ";
-        EXPECT_EQ(outlineOf(dialog.page), in + "a " + in + "b ) c ) " + in + in + "d ) ) " + in +
-                                              in + "e ) " + in + "f ) ) g " + in + "h ) " + in +
-                                              ") " + in + ") ");
-        EXPECT_EQ(rewriteText(rewritten.text).text, rewritten.text);
+        EXPECT_EQ(outlineOf(again.page), in + "a " + in + "b ) c ) " + in + in + "d ) ) " + in +
+                                             in + "e ) " + in + "f ) ) g " + in + "h ) " + in +
+                                             ") " + in + ") ");
         // Only the second of two adjacent folders has another form of the label.
         const std::regex otherForm("label\t\"\\\\[0-7]{3}");
-        const std::sregex_iterator first(rewritten.text.begin(), rewritten.text.end(), otherForm);
-        EXPECT_EQ(std::distance(first, std::sregex_iterator()), 3) << rewritten.text;
+        const std::sregex_iterator first(again.text.begin(), again.text.end(), otherForm);
+        EXPECT_EQ(std::distance(first, std::sregex_iterator()), 3) << again.text;
     }
 }
 
 TEST(Rewrite, MenusHaveOneComponent)
 {
-    const Rewritten rewritten = rewriteText("{ name n parm { name p type float size 2 menu { a A } "
-                                            "default { 1 2 } } }");
-    EXPECT_EQ(rewritten.losses, "p: of a parameter with a menu one component is written");
-    Dialog dialog(rewritten.text);
-    EXPECT_TRUE(dialog.okFlag);
-    EXPECT_EQ(dialog.messages, "");
-    EXPECT_EQ(dialog.templates[0].getFactoryDefaults()[0].getFloat(), 1.0);
+    const ReadAgain again("{ name n parm { name p type float size 2 menu { a A } "
+                          "default { 1 2 } } }");
+    EXPECT_EQ(again.losses, "p: of a parameter with a menu one component is written");
+    EXPECT_EQ(again.templates[0].getFactoryDefaults()[0].getFloat(), 1.0);
     // A component that is dropped doesn't turn the one that stays into a text.
     EXPECT_NE(rewriteText("{ name n parm { name p size 2 menu { a A } default { 1 x } } }")
                   .text.find("default\t{ 1 }"),
@@ -279,28 +282,21 @@ TEST(Rewrite, FiltersKeepTheirNames)
 // An unquoted bracket would end the block that it is written into.
 TEST(Rewrite, BracketsAsTexts)
 {
-    const Rewritten rewritten = rewriteText(
+    const ReadAgain again(
         "{ name n parm { name p type string size 4 default { [ } expression ] ] { "
         "[ [ expression ] } } parm { name m type string menu { [ \"a\\n]\\n}\" ] } } }");
-    Dialog dialog(rewritten.text);
-    ASSERT_TRUE(dialog.okFlag) << rewritten.text << dialog.messages;
-    EXPECT_EQ(dialog.messages, "");
     std::string defaults;
     for (int i = 0; i < 4; i++) {
-        defaults += std::string(dialog.templates[0].getFactoryDefaults()[i].getString()) + "|";
+        defaults += std::string(again.templates[0].getFactoryDefaults()[i].getString()) + "|";
     }
     EXPECT_EQ(defaults, "} |]|{|[ |");
-    EXPECT_EQ(dialog.templates[1].getChoiceListPtr()->getScript().toStdString(), "a\n] \n} ");
-    EXPECT_EQ(rewriteText(rewritten.text).text, rewritten.text);
+    EXPECT_EQ(again.templates[1].getChoiceListPtr()->getScript().toStdString(), "a\n] \n} ");
 }
 
 TEST(Rewrite, TheCommentAtTheStartCanNotBeLeft)
 {
-    const Rewritten rewritten = rewriteText("{ name n }", "*/ { name other } /*/ */");
-    Dialog dialog(rewritten.text);
-    EXPECT_TRUE(dialog.okFlag) << rewritten.text;
-    EXPECT_EQ(dialog.page.getToken().toStdString(), "n");
-    EXPECT_FALSE(dialog.restFlag);
+    const ReadAgain again("{ name n }", "*/ { name other } /*/ */");
+    EXPECT_EQ(again.page.getToken().toStdString(), "n");
 }
 
 TEST(Rewrite, LossesAreTold)
