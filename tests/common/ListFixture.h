@@ -40,14 +40,15 @@ struct OwnedTemplate
     ZEL_Template entry;
 };
 
-/// Takes the messages that the thread's error manager holds: "ZEL 2; Common 7".
-inline std::string takeMessages()
+/// Takes the messages that the thread's error manager holds: "ZEL 2; Common 7", or with their texts.
+inline std::string takeMessages(bool withTexts = false)
 {
     KIT_ErrorManager &manager = KITgetErrorManager();
     std::string text;
     for (std::int64_t i = 0; i < manager.entries(); ++i) {
         const KIT_ErrorManager::Error &error = manager.getError(i);
         text += (text.empty() ? "" : "; ") + error.category + " " + std::to_string(error.code);
+        text += withTexts && !error.text.empty() ? " " + error.text : "";
     }
     manager.clearAndDestroyErrors();
     return text;

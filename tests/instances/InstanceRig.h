@@ -41,11 +41,6 @@ public:
         KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
         return loadAsciiOptions(is, mask);
     }
-    bool loadOptions(const std::string &text)
-    {
-        unsigned mask = 0;
-        return loadOptions(text, mask);
-    }
     bool loadPacket(short id, const std::string &payload)
     {
         KIT_IStream is(payload.data(), payload.size(), KIT_IStream::BINARY);
@@ -83,11 +78,6 @@ struct Rig : OneParm
 
     std::unique_ptr<Probe> probe;
 };
-
-inline std::string textOf(const KIT_String &text)
-{
-    return text.toStdString();
-}
 
 inline std::string pathOf(const ZEL_Instance &instance)
 {

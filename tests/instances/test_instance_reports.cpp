@@ -63,7 +63,8 @@ TEST(Instances, OptionsComeBackFromBothForms)
     fromText.setSpareParm(true);
     fromPackets.setSpareParm(true);
     rig.description.name.setLabel(nullptr);
-    ASSERT_TRUE(fromText.loadOptions(all.substr(1)));
+    unsigned mask = 0;
+    ASSERT_TRUE(fromText.loadOptions(all.substr(1), mask));
     EXPECT_EQ(fromText.options(), all);
 
     rig.description.name.setLabel(nullptr);
@@ -261,11 +262,11 @@ TEST(Instances, PlainReferencesToChannels)
         KIT_String channel("untouched");
         EXPECT_EQ(ZEL_Instance::isChanRefString(text, bare, &channel), wanted != nullptr) << label;
         EXPECT_EQ(ZEL_Instance::isChanRefString(text, bare, nullptr), wanted != nullptr);
-        EXPECT_EQ(textOf(channel), wanted ? wanted : "untouched") << label;
+        EXPECT_EQ(channel.toStdString(), wanted ? wanted : "untouched") << label;
     }
     KIT_String channel;
     EXPECT_TRUE(ZEL_Instance::isObsoleteDirectChanRefString("!!ch(../tx)", &channel));
-    EXPECT_EQ(textOf(channel), "../tx");
+    EXPECT_EQ(channel.toStdString(), "../tx");
     EXPECT_FALSE(ZEL_Instance::isObsoleteDirectChanRefString("!!ch()", nullptr));
     EXPECT_FALSE(ZEL_Instance::isObsoleteDirectChanRefString("ch(\"tx\")", nullptr));
 }
@@ -295,11 +296,11 @@ TEST(Instances, ReferenceIds)
     KIT_String text;
     const auto token = [&](const ZEL_RefId &id) {
         id.getToken(*rig.list, text);
-        return textOf(text);
+        return text.toStdString();
     };
     const auto alias = [&](const ZEL_RefId &id) {
         id.getAlias(*rig.list, text);
-        return textOf(text);
+        return text.toStdString();
     };
     EXPECT_EQ(token(ZEL_RefId(0)), "p");
     EXPECT_EQ(token(ZEL_RefId(0, 1)), "p2");

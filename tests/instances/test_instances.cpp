@@ -363,7 +363,7 @@ TEST(Instances, WordsOfStreamsNameChannelsOrBecomeExpressions)
     ASSERT_TRUE(p.getChannel(1));
     KIT_String text;
     p.getChannel(1)->getExpression(0.0, text);
-    EXPECT_EQ(textOf(text), "p1 * 2");
+    EXPECT_EQ(text.toStdString(), "p1 * 2");
 
     EXPECT_EQ(p.linkChannel("elsewhere", 0), first);
     EXPECT_EQ(takeMessages(), "");

@@ -20,15 +20,7 @@
 /// Takes the thread's messages with their texts: "ZEL 5 foo; Common 7 bar".
 inline std::string takeTexts()
 {
-    KIT_ErrorManager &manager = KITgetErrorManager();
-    std::string text;
-    for (std::int64_t i = 0; i < manager.entries(); ++i) {
-        const KIT_ErrorManager::Error &error = manager.getError(i);
-        text += (text.empty() ? "" : "; ") + error.category + " " + std::to_string(error.code) +
-                (error.text.empty() ? "" : " " + error.text);
-    }
-    manager.clearAndDestroyErrors();
-    return text;
+    return takeMessages(true);
 }
 
 inline std::string savedList(const ZEL_ParmList &list, bool binary = false, bool compact = false)

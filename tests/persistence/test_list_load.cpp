@@ -51,13 +51,8 @@ const std::string theEnd = listPacket(0, "");
 const std::string theF5 = "t=0,0,0 f=5 n=0 points=0";
 const char *const theStart = "t=0,0,0 f=0 n=0 points=0";
 
-struct Case
-{
-    std::string data;
-    bool loaded;
-    std::string messages;
-    std::string contents;
-};
+/// A stream, whether it loads, the messages and the contents after it.
+using Case = std::tuple<std::string, bool, std::string, std::string>;
 
 /// With and without an owner, a stream must have the same result.
 void expectLoad(const std::string &data, bool binary, bool loaded, const std::string &messages,
@@ -111,11 +106,11 @@ TEST(ListLoad, Text)
         {text(entry("rule", "") + entry("on") + entry("text") + entry("dict") + entry("f")), true,
          "", theF5},
     };
-    for (const Case &c : cases) {
+    for (const auto &[data, loaded, messages, contents] : cases) {
         StreamList p;
-        EXPECT_EQ(p.load(c.data), c.loaded) << c.data;
-        EXPECT_EQ(takeTexts(), c.messages) << c.data;
-        EXPECT_EQ(p.contents(), c.contents) << c.data;
+        EXPECT_EQ(p.load(data), loaded) << data;
+        EXPECT_EQ(takeTexts(), messages) << data;
+        EXPECT_EQ(p.contents(), contents) << data;
     }
     StreamList named;
     EXPECT_FALSE(named.load("", false, "scene"));
@@ -158,8 +153,8 @@ TEST(ListLoad, Binary)
         {packetEntry("f") + packetEntry("n").substr(0, 30), false,
          "Common 9 length beyond the data", theF5},
     };
-    for (const Case &c : cases) {
-        expectLoad(c.data, true, c.loaded, c.messages, c.contents, "scene");
+    for (const auto &[data, loaded, messages, contents] : cases) {
+        expectLoad(data, true, loaded, messages, contents, "scene");
     }
     StreamList p;
     EXPECT_TRUE(p.load(listPacket(7, "", "other") + listPacket(9, "") + packetEntry("foo") +

@@ -19,6 +19,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 inline std::string numberText(double value)
@@ -221,22 +222,17 @@ struct Dialog
     ZEL_ScriptImports *imports = nullptr;
 };
 
-/// What a case of a table gives, and what is reported meanwhile.
-struct DialogCase
-{
-    const char *text;
-    const char *dump;
-    const char *messages;
-};
+/// A text, the dump that it gives, and what is reported meanwhile.
+using DialogCase = std::tuple<const char *, const char *, const char *>;
 
 /// The text of each case is put between the two.
 inline void checkDialogs(const std::vector<DialogCase> &cases, const std::string &before = "",
                          const std::string &after = "")
 {
-    for (const DialogCase &one : cases) {
-        const Dialog dialog(before + one.text + after);
-        EXPECT_EQ(dialog.dump(), one.dump) << one.text;
-        EXPECT_EQ(dialog.messages, one.messages) << one.text;
-        EXPECT_FALSE(dialog.restFlag && dialog.okFlag) << one.text;
+    for (const auto &[text, dump, messages] : cases) {
+        const Dialog dialog(before + text + after);
+        EXPECT_EQ(dialog.dump(), dump) << text;
+        EXPECT_EQ(dialog.messages, messages) << text;
+        EXPECT_FALSE(dialog.restFlag && dialog.okFlag) << text;
     }
 }

@@ -7,7 +7,7 @@
 #include <EVL/EVL.h>
 #include <TRK/TRK_Expression.h>
 
-TEST(StringConvert, BothWaysGiveTheSameText)
+TEST(StringConvert, LiteralsBecomeExpressionsAndMostComeBack)
 {
     struct Case
     {

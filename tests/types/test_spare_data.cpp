@@ -174,12 +174,9 @@ TEST(SpareData, EqualValuesAreOneText)
 
 TEST(SpareData, TextsReadAndSetTheirTokens)
 {
-    const struct
-    {
-        const char *token;
-        const char *(Spare::*get)() const;
-        void (Spare::*set)(const char *); // null: no setter
-    } rows[] = {
+    using Get = const char *(Spare::*)() const;
+    using Set = void (Spare::*)(const char *); // null: no setter
+    const std::tuple<const char *, Get, Set> rows[] = {
         {"script_callback", &Spare::getCallbackData, &Spare::setCallbackData},
         {"script_action", &Spare::getScriptAction, nullptr},
         {"script_action_help", &Spare::getScriptActionHelp, nullptr},
@@ -210,15 +207,15 @@ TEST(SpareData, TextsReadAndSetTheirTokens)
         {"orvane::usdpathinput", &Spare::getUsdPathInput, nullptr},
         {"xcfmode", &Spare::getXCFMode, &Spare::setXCFMode},
     };
-    for (const auto &row : rows) {
-        EXPECT_EQ((Spare().*row.get)(), nullptr) << row.token;
-        Spare spare = one(row.token, "text");
-        EXPECT_STREQ((spare.*row.get)(), "text") << row.token;
-        if (row.set) {
-            (spare.*row.set)("");
-            EXPECT_EQ(contents(spare), (Map{{row.token, ""}}));
-            (spare.*row.set)(nullptr);
-            EXPECT_EQ(spare.entries(), 0u) << row.token;
+    for (const auto &[token, get, set] : rows) {
+        EXPECT_EQ((Spare().*get)(), nullptr) << token;
+        Spare spare = one(token, "text");
+        EXPECT_STREQ((spare.*get)(), "text") << token;
+        if (set) {
+            (spare.*set)("");
+            EXPECT_EQ(contents(spare), (Map{{token, ""}}));
+            (spare.*set)(nullptr);
+            EXPECT_EQ(spare.entries(), 0u) << token;
         }
     }
 }

@@ -103,56 +103,43 @@ DS_DefaultValue textDefault(std::initializer_list<const char *> texts,
 }
 
 /// A parameter and the lines between its type and its end.
-struct ParmCase
-{
-    const char *what;
-    void (*set)(DS_ParmInfo &info);
-    const char *lines;
-};
-
-const ParmCase theParmCases[] = {
-    {"nothing", [](DS_ParmInfo &) {}, "type\tfloat\n"},
-    {"looks",
-     [](DS_ParmInfo &i) {
+const std::pair<void (*)(DS_ParmInfo &), const char *> theParmCases[] = {
+    {[](DS_ParmInfo &) {}, "type\tfloat\n"},
+    {[](DS_ParmInfo &i) {
          i.setInvisible();
          i.type |= ZEL_TYPE_JOIN_NEXT | ZEL_TYPE_LABEL_NONE;
      },
      "type\tfloat\n\tinvisible\n\tnolabel\n\tjoinnext\n"},
-    {"size 0", [](DS_ParmInfo &i) { i.size = 0; }, "type\tfloat\n\tsize\t0\n"},
-    {"size 3", [](DS_ParmInfo &i) { i.setTypeByToken("vector"); }, "type\tvector\n\tsize\t3\n"},
-    {"export none", [](DS_ParmInfo &i) { i.exportLevel = 0; }, "type\tfloat\n\texport\tnone\n"},
-    {"export all", [](DS_ParmInfo &i) { i.exportLevel = 2; }, "type\tfloat\n\texport\tall\n"},
-    {"export below 0", [](DS_ParmInfo &i) { i.exportLevel = -1; }, "type\tfloat\n"},
-    {"menu of a float, no size",
-     [](DS_ParmInfo &i) {
+    {[](DS_ParmInfo &i) { i.size = 0; }, "type\tfloat\n\tsize\t0\n"},
+    {[](DS_ParmInfo &i) { i.setTypeByToken("vector"); }, "type\tvector\n\tsize\t3\n"},
+    {[](DS_ParmInfo &i) { i.exportLevel = 0; }, "type\tfloat\n\texport\tnone\n"},
+    {[](DS_ParmInfo &i) { i.exportLevel = 2; }, "type\tfloat\n\texport\tall\n"},
+    {[](DS_ParmInfo &i) { i.exportLevel = -1; }, "type\tfloat\n"},
+    {[](DS_ParmInfo &i) {
          i.size = 2;
          i.menuType = 2;
          i.menuChoices.append(new DS_MenuChoice("a", "A \"quoted\""));
      },
-     "type\tinteger\n\tmenu\t{\n\t    \"a\"\t\"A \\\"quoted\\\"\"\n\t}\n"},
-    {"menu of a file",
-     [](DS_ParmInfo &i) {
+     "type\tinteger\n\tmenu\t{\n\t    \"a\"\t\"A \\\"quoted\\\"\"\n\t}\n"}, // without its size
+    {[](DS_ParmInfo &i) {
          i.type = ZEL_FILE;
          i.menuType = 1;
          i.menuChoices.append(new DS_MenuChoice("", ""));
      },
      "type\tstring\n\tmenureplace\t{\n\t    \"\"\t\"\"\n\t}\n"},
-    {"menu of a strip",
-     [](DS_ParmInfo &i) {
+    {[](DS_ParmInfo &i) {
          i.type = ZEL_BUTTONSTRIP;
          i.menuType = 7;
          i.menuChoices.append(new DS_MenuChoice("a", "A"));
      },
      "type\tbuttonstrip\n\tmenutoggle\t{\n\t    \"a\"\t\"A\"\n\t}\n"},
-    {"menu by a script",
-     [](DS_ParmInfo &i) {
+    {[](DS_ParmInfo &i) {
          i.type = ZEL_STRING;
          i.menuScript = "one\n\"two\"";
          i.menuLanguage = TRK_SCRIPT_PYTHON;
      },
      "type\tstring\n\tmenu\t{\n\t    [ one ]\n\t    [ \"two\" ]\n\tlanguage\tpython\n\t}\n"},
-    {"texts",
-     [](DS_ParmInfo &i) {
+    {[](DS_ParmInfo &i) {
          i.callback = "say \"x\"";
          i.addHelpText("two\n");
          i.addHelpText("lines");
@@ -161,55 +148,47 @@ const ParmCase theParmCases[] = {
      },
      "type\tfloat\n\tcallback\t\"say \\\"x\\\"\"\n\thelp\t\"two\\nlines\"\n"
      "\tparmtag\t{ script_ritype\t\"shader\" }\n\topfilter\t\"nods/geo\"\n"},
-    {"numbers, no more than components",
-     [](DS_ParmInfo &i) {
+    {[](DS_ParmInfo &i) {
          i.size = 2;
          i.defaults = std::make_unique<DS_DefaultValue>(arrayOf({0.1, -2e6, 3.0}));
      },
-     "type\tfloat\n\tsize\t2\n\tdefault\t{ 0.1 -2000000 }\n"},
-    {"whole numbers",
-     [](DS_ParmInfo &i) {
+     "type\tfloat\n\tsize\t2\n\tdefault\t{ 0.1 -2000000 }\n"}, // no more than components
+    {[](DS_ParmInfo &i) {
          i.setTypeByToken("int");
          i.defaults = std::make_unique<DS_DefaultValue>(arrayOf({1000000}));
      },
      "type\tinteger\n\tdefault\t{ 1000000 }\n"},
-    {"texts, the quote behind a meaning left out",
-     [](DS_ParmInfo &i) {
+    // The quote behind a meaning is left out.
+    {[](DS_ParmInfo &i) {
          i.size = 2;
          i.defaults = std::make_unique<DS_DefaultValue>(
              textDefault({"a\"b", "ch(\"x\")"}, {TRK_MEANING_LITERAL, TRK_MEANING_NATIVE}));
      },
      "type\tfloat\n\tsize\t2\n\tdefault\t{ \"a\\\"b\" [ \"ch(\\\"x\\\") expression] }\n"},
-    {"no default without components",
-     [](DS_ParmInfo &i) {
+    {[](DS_ParmInfo &i) {
          i.size = -3;
          i.defaults = std::make_unique<DS_DefaultValue>(arrayOf({1}));
      },
-     "type\tfloat\n\tsize\t-3\n"},
-    {"range, hard at one end",
-     [](DS_ParmInfo &i) {
+     "type\tfloat\n\tsize\t-3\n"}, // no default without components
+    {[](DS_ParmInfo &i) {
          i.range = std::make_unique<ZEL_Range>(ZEL_RANGE_HARD, 0, ZEL_RANGE_UI, 100000);
      },
      "type\tfloat\n\trange\t { 0! 100000 }\n"},
-    {"range with all its digits",
-     [](DS_ParmInfo &i) {
+    {[](DS_ParmInfo &i) {
          i.range = std::make_unique<ZEL_Range>(ZEL_RANGE_UI, 0.12345678901, ZEL_RANGE_PARM, 1e300);
      },
      "type\tfloat\n\trange\t { 0.12345678901 1e+300! }\n"},
-    {"free range",
-     [](DS_ParmInfo &i) {
+    {[](DS_ParmInfo &i) {
          i.range = std::make_unique<ZEL_Range>(ZEL_RANGE_FREE, 1, ZEL_RANGE_FREE, 2);
      },
      "type\tfloat\n\trange\t { -1.7976931348623157e+308 1.7976931348623157e+308 }\n"},
-    {"conditions as they stand",
-     [](DS_ParmInfo &i) {
+    {[](DS_ParmInfo &i) {
          i.disableWhen = "\"{ a == 1 }\"";
          i.hideWhen = "{ { b 2 } }";
          i.disableInfo.append(new DS_DisableInfo);
      },
-     "type\tfloat\n\tdisablewhen \"{ a == 1 }\"\n\thidewhen { { b 2 } }\n"},
-    {"conditions by records",
-     [](DS_ParmInfo &i) {
+     "type\tfloat\n\tdisablewhen \"{ a == 1 }\"\n\thidewhen { { b 2 } }\n"}, // as they stand
+    {[](DS_ParmInfo &i) {
          auto *const first = new DS_DisableInfo;
          first->addInfo("a", "1");
          first->addInfo("b", nullptr);
@@ -219,8 +198,7 @@ const ParmCase theParmCases[] = {
          i.disableInfo.append(second);
      },
      "type\tfloat\n\tdisablewhen { { a 1  b  }  { c 3 } }\n"},
-    {"tags and bindings",
-     [](DS_ParmInfo &i) {
+    {[](DS_ParmInfo &i) {
          i.attributes.append(new DS_AttributeValue("t\\", "v\n"));
          i.handles.append(new DS_HandleBinding("tx", "xform", "L", "D", "S"));
          i.selector =
@@ -311,9 +289,9 @@ TEST(Creator, DefaultsOfAllForms)
 
 TEST(Creator, Parameters)
 {
-    for (const ParmCase &one : theParmCases) {
+    for (const auto &[set, lines] : theParmCases) {
         const std::string head = "    parm {\n\tname\tp\n\tlabel\t\"p\"\n\t";
-        EXPECT_EQ(parmText(one.set), head + one.lines + "    }\n") << one.what;
+        EXPECT_EQ(parmText(set), head + lines + "    }\n");
     }
     EXPECT_EQ(parmText([](DS_ParmInfo &info) { info.setIsArray(true); }), "");
     // Names and labels stand as they are.
