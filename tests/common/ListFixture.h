@@ -40,7 +40,7 @@ struct OwnedTemplate
     ZEL_Template entry;
 };
 
-/// Takes the messages that the thread's error manager holds: "ZEL 2; Common 7", or with their texts.
+/// Takes the messages that the thread's error manager holds, as "ZEL 2; Common 7", or with texts.
 inline std::string takeMessages(bool withTexts = false)
 {
     KIT_ErrorManager &manager = KITgetErrorManager();

@@ -143,15 +143,15 @@ TEST(TemplateBuilder, WalksOfAListSeeFoldersAndItems)
     TRK_Collection channels;
     ZEL_ParmList list(build(theNested).templates(), &channels, nullptr, nullptr, "", false);
     ZEL_Parm *const switcher = list.getParmPtr("g");
-    std::string seen;
-    EXPECT_EQ(ZEL_Utils::traverseFolder(list, switcher, 0, 2, false, visit, &seen), 6);
-    EXPECT_EQ(seen, "b2 m3 h4 e5 f6 j7 ");
-    seen.clear();
-    EXPECT_EQ(ZEL_Utils::traverseFolder(list, switcher, 1, 8, true, visit, &seen), 1);
-    EXPECT_EQ(seen, "l8 ");
-    seen.clear();
-    EXPECT_EQ(ZEL_Utils::traverseFolder(list, switcher, 0, 2, true, visit, &seen), 6);
-    EXPECT_EQ(seen, "b2 m3 c110 d111 c212 d213 h4 e5 f6 j7 ");
+    const auto walk = [&](int folder, int index, bool items) {
+        std::string seen;
+        const int count =
+            ZEL_Utils::traverseFolder(list, switcher, folder, index, items, visit, &seen);
+        return std::to_string(count) + ": " + seen;
+    };
+    EXPECT_EQ(walk(0, 2, false), "6: b2 m3 h4 e5 f6 j7 ");
+    EXPECT_EQ(walk(1, 8, true), "1: l8 ");
+    EXPECT_EQ(walk(0, 2, true), "6: b2 m3 c110 d111 c212 d213 h4 e5 f6 j7 ");
     EXPECT_EQ(ZEL_Utils::traverseFolder(list, switcher, 0, 2, true, nullptr, nullptr), 6);
 
     KIT_BitArray bits(list.getEntries());
