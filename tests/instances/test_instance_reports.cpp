@@ -290,23 +290,16 @@ TEST(Instances, ReferenceIds)
     Rig rig(2);
     rig.build();
     rig.instance->setChannelAlias("left", 0);
-    KIT_String text;
-    const auto token = [&](const ZEL_RefId &id) {
+    const std::tuple<ZEL_RefId, const char *, const char *> names[] = {
+        {ZEL_RefId(0), "p", "p"},  {ZEL_RefId(0, 0), "p1", "left"}, {ZEL_RefId(0, 1), "p2", "p2"},
+        {ZEL_RefId(0, 5), "", ""}, {ZEL_RefId(1), "", ""},          {ZEL_RefId(), "", ""}};
+    for (const auto &[id, token, alias] : names) {
+        KIT_String text;
         id.getToken(*rig.list, text);
-        return text.toStdString();
-    };
-    const auto alias = [&](const ZEL_RefId &id) {
+        EXPECT_EQ(text.toStdString(), token);
         id.getAlias(*rig.list, text);
-        return text.toStdString();
-    };
-    EXPECT_EQ(token(ZEL_RefId(0)), "p");
-    EXPECT_EQ(token(ZEL_RefId(0, 1)), "p2");
-    EXPECT_EQ(token(ZEL_RefId(0, 5)), "");
-    EXPECT_EQ(token(ZEL_RefId(1)), "");
-    EXPECT_EQ(token(ZEL_RefId()), "");
-    EXPECT_EQ(alias(ZEL_RefId(0)), "p");
-    EXPECT_EQ(alias(ZEL_RefId(0, 0)), "left");
-    EXPECT_EQ(alias(ZEL_RefId(0, 1)), "p2");
+        EXPECT_EQ(text.toStdString(), alias) << token;
+    }
 }
 
 TEST(Instances, ValuesTellTheLatestListenerFirst)

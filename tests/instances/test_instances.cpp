@@ -140,11 +140,8 @@ TEST(Instances, SomeParametersAreAlwaysInTheTake)
         {ZEL_SWITCHER, nullptr, true},
         {ZEL_SWITCHER_EXCLUSIVE, nullptr, false}};
     for (const auto &[type, spare, alwaysFlag] : cases) {
-        Rig rig(1);
-        rig.build();
-        ZEL_Template entry(type, 1, &rig.description.name, rig.description.defaults, nullptr,
-                           nullptr, ZEL_Callback(), spare);
-        Probe probe(&entry, rig.parm);
+        Rig rig(1, type, "p", spare);
+        Probe &probe = *rig.build().probe;
         EXPECT_EQ(probe.getAlwaysTakeFlag(), alwaysFlag);
         probe.setActiveTakeFlag(false);
         EXPECT_EQ(probe.getActiveTakeFlag(), alwaysFlag);

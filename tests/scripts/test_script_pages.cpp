@@ -180,15 +180,12 @@ TEST(ScriptPages, Imports)
     EXPECT_EQ(dialog.imports->getNestBaseIndex(), 0);
     EXPECT_EQ(dialog.imports->findBlockWithLabel("four"), dialog.imports->getBlock(3));
     EXPECT_EQ(dialog.imports->findBlockWithLabel(""), nullptr);
-}
 
-TEST(ScriptPages, ImportsInsideOfItems)
-{
-    // The offset is one of the child array; an import keeps its last parameter's join.
-    const Dialog dialog("{ name top multiparm { name m parm { name a# } import { label one "
-                        "parm { name b# joinnext } } parm { name c# } } }");
-    EXPECT_EQ(dialog.dump(), "m INT_E multi0 <a# FLT; b# FLT+join; c# FLT>");
-    EXPECT_EQ(importText(dialog.imports), "one 1+1 level1 in-1.-1 ||");
+    // In items the offset is one of the child array; an import keeps its last parameter's join.
+    const Dialog items("{ name top multiparm { name m parm { name a# } import { label one "
+                       "parm { name b# joinnext } } parm { name c# } } }");
+    EXPECT_EQ(items.dump(), "m INT_E multi0 <a# FLT; b# FLT+join; c# FLT>");
+    EXPECT_EQ(importText(items.imports), "one 1+1 level1 in-1.-1 ||");
 }
 
 TEST(ScriptPages, NestingHasALimit)

@@ -31,9 +31,16 @@ std::string tokens(const ZEL_TemplateBuilder &builder)
     return all;
 }
 
-void visit(const ZEL_ParmList &, ZEL_Parm *parm, int index, void *data)
+/// How many a walk visits, and each with its index.
+std::string walk(ZEL_ParmList &list, const char *switcher, int folder, int index, bool items)
 {
-    *static_cast<std::string *>(data) += parm->getToken() + std::to_string(index) + " ";
+    const auto visit = [](const ZEL_ParmList &, ZEL_Parm *parm, int at, void *data) {
+        *static_cast<std::string *>(data) += parm->getToken() + std::to_string(at) + " ";
+    };
+    std::string seen;
+    const int count = ZEL_Utils::traverseFolder(list, list.getParmPtr(switcher), folder, index,
+                                                items, visit, &seen);
+    return std::to_string(count) + ": " + seen;
 }
 
 constexpr const char *theNested =
@@ -142,17 +149,11 @@ TEST(TemplateBuilder, WalksOfAListSeeFoldersAndItems)
 {
     TRK_Collection channels;
     ZEL_ParmList list(build(theNested).templates(), &channels, nullptr, nullptr, "", false);
-    ZEL_Parm *const switcher = list.getParmPtr("g");
-    const auto walk = [&](int folder, int index, bool items) {
-        std::string seen;
-        const int count =
-            ZEL_Utils::traverseFolder(list, switcher, folder, index, items, visit, &seen);
-        return std::to_string(count) + ": " + seen;
-    };
-    EXPECT_EQ(walk(0, 2, false), "6: b2 m3 h4 e5 f6 j7 ");
-    EXPECT_EQ(walk(1, 8, true), "1: l8 ");
-    EXPECT_EQ(walk(0, 2, true), "6: b2 m3 c110 d111 c212 d213 h4 e5 f6 j7 ");
-    EXPECT_EQ(ZEL_Utils::traverseFolder(list, switcher, 0, 2, true, nullptr, nullptr), 6);
+    EXPECT_EQ(walk(list, "g", 0, 2, false), "6: b2 m3 h4 e5 f6 j7 ");
+    EXPECT_EQ(walk(list, "g", 1, 8, true), "1: l8 ");
+    EXPECT_EQ(walk(list, "g", 0, 2, true), "6: b2 m3 c110 d111 c212 d213 h4 e5 f6 j7 ");
+    EXPECT_EQ(ZEL_Utils::traverseFolder(list, list.getParmPtr("g"), 0, 2, true, nullptr, nullptr),
+              6);
 
     KIT_BitArray bits(list.getEntries());
     ZEL_Utils::flagMultiParmInstances(list, list.getParmPtr("m"), bits);
@@ -194,8 +195,6 @@ TEST(TemplateBuilder, WalksPassThePlacesOfBaseParameters)
                             "group { name h parm { name c } } parm { name a } } }")
                           .templates(),
                       nullptr, nullptr, nullptr, "", false);
-    std::string seen;
-    EXPECT_EQ(ZEL_Utils::traverseFolder(list, list.getParmPtr("g"), 0, 1, true, visit, &seen), 4);
-    EXPECT_EQ(seen, "1 h2 c3 a4 ");
+    EXPECT_EQ(walk(list, "g", 0, 1, true), "4: 1 h2 c3 a4 ");
     EXPECT_EQ(ZEL_Utils::traverseFolder(list, list.getParmPtr(1), 0, 1, true, nullptr, nullptr), 1);
 }
