@@ -37,9 +37,6 @@ protected:
     }
 };
 
-/// None of the four kinds: a mix of ordinal and float.
-const ZEL_Type theMixedType = ZEL_TYPE_ORDINAL | ZEL_TYPE_FLOAT;
-
 std::string labelForUI(const ZEL_Parm &parm, int index)
 {
     KIT_String label;
@@ -572,7 +569,7 @@ TEST_F(Facade, LoadingTellsTheChangeEvenIfItFails)
 TEST_F(Facade, WithoutAnInstanceEverythingIsEmpty)
 {
     ZEL_Name name("mixed");
-    ZEL_Template mixed(theMixedType, 1, &name);
+    ZEL_Template mixed(ZEL_TYPE_ORDINAL | ZEL_TYPE_FLOAT, 1, &name); // none of the four kinds
     ZEL_Template *const none = nullptr;
     ZEL_Parm parms[] = {ZEL_Parm(none, &list), ZEL_Parm(&mixed, &list)};
     for (ZEL_Parm &parm : parms) {

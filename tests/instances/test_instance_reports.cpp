@@ -287,8 +287,7 @@ TEST(Instances, ReferenceIds)
     EXPECT_EQ(ZEL_RefId(7, 2).hash(), 0x29d8528eu);
     EXPECT_EQ(ZEL_RefId().hash(), 0xd1417eceu);
 
-    Rig rig(2);
-    rig.build();
+    BuiltParm rig(ZEL_FLT, 2);
     rig.instance->setChannelAlias("left", 0);
     const std::tuple<ZEL_RefId, const char *, const char *> names[] = {
         {ZEL_RefId(0), "p", "p"},  {ZEL_RefId(0, 0), "p1", "left"}, {ZEL_RefId(0, 1), "p2", "p2"},

@@ -451,9 +451,7 @@ TEST(Instances, ThreadsAgreeOnOneArrayOfMicroNodes)
 
 TEST(Instances, AdoptedMicroNodesBelongToTheNewParameter)
 {
-    Rig from(2), to(2);
-    from.build();
-    to.build();
+    BuiltParm from(ZEL_FLT, 2), to(ZEL_FLT, 2);
     LNK_MicroNode reader;
     ZEL_ParmMicroNode *node = from.instance->microNode(1);
     reader.addExplicitInput(*node);
@@ -470,8 +468,7 @@ TEST(Instances, AdoptedMicroNodesBelongToTheNewParameter)
 TEST(Instances, ClearingInputsClearsTheListsTimeDependence)
 {
     for (const bool cookable : {true, false}) {
-        Rig rig(1, cookable ? ZEL_FLT : ZEL_FLT | ZEL_TYPE_NOCOOK);
-        rig.build();
+        BuiltParm rig(cookable ? ZEL_FLT : ZEL_FLT | ZEL_TYPE_NOCOOK, 1);
         LNK_MicroNode input;
         ZEL_ParmMicroNode *node = rig.instance->microNode(0);
         node->addExplicitInput(input);
@@ -489,8 +486,7 @@ TEST(Instances, ClearingInputsClearsTheListsTimeDependence)
 
 TEST(Instances, ConstNodesStandFirstAmongTheOutputs)
 {
-    Rig rig(1);
-    rig.build();
+    BuiltParm rig(ZEL_FLT, 1);
     ZEL_ParmMicroNode node(*rig.parm, 0);
     LNK_MicroNode reader, behindConst;
     reader.addExplicitInput(node);

@@ -26,13 +26,12 @@ std::vector<TRK_ExprLanguage> languages()
                : std::vector<TRK_ExprLanguage>{TRK_LANGUAGE_NATIVE};
 }
 
-class ValueLaws : public testing::Test
+class ValueLaws : public testing::Test, ManagerSettings
 {
 protected:
     ValueLaws() { takeMessages(); }
     ~ValueLaws() override
     {
-        TRK_Manager::getContext().setCommitPreference(true);
         ZEL_Parm::setAlwaysHardenFlag(false);
         EVL::theErrNo[theThread] = EVL::EVL_OK;
         takeMessages();

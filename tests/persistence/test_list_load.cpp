@@ -68,6 +68,60 @@ void expectLoad(const std::string &data, bool binary, bool loaded, const std::st
     }
 }
 
+std::multiset<std::string> inAnyOrder(const std::string &contents)
+{
+    std::istringstream words(contents);
+    return {std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()};
+}
+
+/// Loads anything; the list must then be sound: what it saves loads again, to the same.
+void expectSound(const std::string &data, bool binary)
+{
+    LoadOwner owner;
+    StreamList withOwner(&owner);
+    const bool loaded = withOwner.load(data, binary);
+    const std::string ownerTexts = takeTexts();
+    StreamList p;
+    ASSERT_EQ(p.load(data, binary), loaded) << "an owner must not change the outcome";
+    const std::string texts = takeTexts();
+    ASSERT_EQ(texts.empty(), ownerTexts.empty());
+    // Looking ahead for an owner makes items earlier, and some that a failed load never reaches.
+    if (loaded) {
+        ASSERT_EQ(inAnyOrder(p.contents()), inAnyOrder(withOwner.contents()));
+    }
+    const std::string contents = p.contents();
+    const std::string first = p.save();
+    ASSERT_TRUE(p.load(first)) << first;
+    ASSERT_EQ(p.save(), first);
+    ASSERT_TRUE(p.load(p.save(true), true)) << first;
+    ASSERT_EQ(p.contents(), contents);
+    takeTexts();
+}
+
+/// A small stream with an item, a nested one and a channel.
+std::string sample(bool binary)
+{
+    StreamList p;
+    p.set("points", 1);
+    p.evaluate("points");
+    p.set("weights1", 1);
+    p.evaluate("weights1");
+    p.set("t", 1.5, 0);
+    p.set("size1", -0.25);
+    const std::string whole = p.save(binary);
+    if (!binary) {
+        return whole;
+    }
+    // Without the kinds that hold no numbers, which only make it longer.
+    std::string data = theVersion;
+    for (const char *token : {"t", "points", "pt1", "size1", "weights1", "w1_1"}) {
+        std::ostringstream one;
+        p.list.saveSingle(p.list.getParmPtr(token), one, true);
+        data += one.str().substr(theVersion.size(), one.str().size() - theVersion.size() - 8);
+    }
+    return data + theEnd;
+}
+
 } // namespace
 
 TEST(ListLoad, Text)
@@ -426,65 +480,6 @@ TEST(ListLoad, ParametersOfNoKindAreNotThere)
     EXPECT_EQ(takeTexts(), "ZEL 5 none");
     EXPECT_EQ(list.evalFloat("f", 0, 0.0), 5.0);
 }
-
-namespace
-{
-
-std::multiset<std::string> inAnyOrder(const std::string &contents)
-{
-    std::istringstream words(contents);
-    return {std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()};
-}
-
-/// Loads anything; the list must then be sound: what it saves loads again, to the same.
-void expectSound(const std::string &data, bool binary)
-{
-    LoadOwner owner;
-    StreamList withOwner(&owner);
-    const bool loaded = withOwner.load(data, binary);
-    const std::string ownerTexts = takeTexts();
-    StreamList p;
-    ASSERT_EQ(p.load(data, binary), loaded) << "an owner must not change the outcome";
-    const std::string texts = takeTexts();
-    ASSERT_EQ(texts.empty(), ownerTexts.empty());
-    // Looking ahead for an owner makes items earlier, and some that a failed load never reaches.
-    if (loaded) {
-        ASSERT_EQ(inAnyOrder(p.contents()), inAnyOrder(withOwner.contents()));
-    }
-    const std::string contents = p.contents();
-    const std::string first = p.save();
-    ASSERT_TRUE(p.load(first)) << first;
-    ASSERT_EQ(p.save(), first);
-    ASSERT_TRUE(p.load(p.save(true), true)) << first;
-    ASSERT_EQ(p.contents(), contents);
-    takeTexts();
-}
-
-/// A small stream with an item, a nested one and a channel.
-std::string sample(bool binary)
-{
-    StreamList p;
-    p.set("points", 1);
-    p.evaluate("points");
-    p.set("weights1", 1);
-    p.evaluate("weights1");
-    p.set("t", 1.5, 0);
-    p.set("size1", -0.25);
-    const std::string whole = p.save(binary);
-    if (!binary) {
-        return whole;
-    }
-    // Without the kinds that hold no numbers, which only make it longer.
-    std::string data = theVersion;
-    for (const char *token : {"t", "points", "pt1", "size1", "weights1", "w1_1"}) {
-        std::ostringstream one;
-        p.list.saveSingle(p.list.getParmPtr(token), one, true);
-        data += one.str().substr(theVersion.size(), one.str().size() - theVersion.size() - 8);
-    }
-    return data + theEnd;
-}
-
-} // namespace
 
 TEST(ListLoad, EveryTruncationAndEveryChangedByteLeavesASoundList)
 {

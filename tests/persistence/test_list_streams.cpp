@@ -178,21 +178,18 @@ TEST(ListStreams, NamesThatTheTextFormCannotHoldAreTold)
     }
     takeTexts();
 
-    const auto readBack = [&](const std::string &bytes, bool binary, const std::string &aliases,
-                              ZEL_ParmList &target) {
-        EXPECT_TRUE(loadList(target, bytes, binary));
-        KIT_IStream second(aliases.data(), aliases.size(), KIT_IStream::TEXT);
-        EXPECT_TRUE(target.loadChannelAliases(second, nullptr));
-        EXPECT_EQ(takeTexts(), "");
-    };
     for (const bool binary : {false, true}) {
         const std::string saved = savedList(list, binary);
         const std::string told = takeTexts() + ";";
-        std::ostringstream aliases;
-        list.saveChannelAliases(aliases, false);
+        std::ostringstream os;
+        list.saveChannelAliases(os, false);
+        const std::string aliases = os.str();
         const std::string toldAliases = takeTexts() + ";";
         ZEL_ParmList back(templates.data(), nullptr, nullptr, nullptr, "", false);
-        readBack(saved, binary, aliases.str(), back);
+        EXPECT_TRUE(loadList(back, saved, binary));
+        KIT_IStream is(aliases.data(), aliases.size(), KIT_IStream::TEXT);
+        EXPECT_TRUE(back.loadChannelAliases(is, nullptr));
+        EXPECT_EQ(takeTexts(), "");
         int lost = 0;
         for (const std::string &name : names) {
             const ZEL_Parm &parm = *list.getParmPtr(name.c_str());

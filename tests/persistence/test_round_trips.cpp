@@ -109,6 +109,40 @@ struct LongList
     std::unique_ptr<ZEL_ParmList> list;
 };
 
+ZEL_ParmList *theMenuList = nullptr;
+
+/// A menu that depends on how many items there are; reading that makes or removes items.
+void makeCountingMenu(void *, ZEL_Name *out, int, const ZEL_SpareData *, const ZEL_Parm *)
+{
+    if (theMenuList) {
+        theMenuList->evalFloat("points", 0, 0.0);
+    }
+    out[0].setTokenAndLabel("only", "Only");
+}
+
+/// A list with such a menu in front of the items, and one in each.
+struct MenuList
+{
+    MenuList() { takeMessages(); }
+    ~MenuList() { theMenuList = nullptr; }
+
+    /// The count is set; it was not read yet.
+    void setCount(double count)
+    {
+        theMenuList = nullptr;
+        list.setFloat(count, "points", 0, 0.0, false);
+        theMenuList = &list;
+    }
+
+    ZEL_Name nameMenu{"menu", "Menu"}, namePoints{"points", "Points"}, nameChoice{"choice#", "C"};
+    ZEL_ChoiceList menu{ZEL_CHOICELIST_EXCLUSIVE, makeCountingMenu};
+    ZEL_Template items[2] = {ZEL_Template(ZEL_ORD, 1, &nameChoice, nullptr, &menu), ZEL_Template()};
+    ZEL_Template templates[3] = {
+        ZEL_Template(ZEL_ORD, 1, &nameMenu, nullptr, &menu),
+        ZEL_Template(ZEL_MULTITYPE_LIST, items, 0.0, &namePoints, &theNone), ZEL_Template()};
+    ZEL_ParmList list{templates, nullptr, nullptr, nullptr, "", false};
+};
+
 } // namespace
 
 TEST(RoundTrips, AThousandParametersOfAllKinds)
@@ -148,45 +182,6 @@ TEST(RoundTrips, OptionsOfAParameterWithoutComponents)
         EXPECT_EQ(takeTexts(), "");
     }
 }
-
-namespace
-{
-
-ZEL_ParmList *theMenuList = nullptr;
-
-/// A menu that depends on how many items there are; reading that makes or removes items.
-void makeCountingMenu(void *, ZEL_Name *out, int, const ZEL_SpareData *, const ZEL_Parm *)
-{
-    if (theMenuList) {
-        theMenuList->evalFloat("points", 0, 0.0);
-    }
-    out[0].setTokenAndLabel("only", "Only");
-}
-
-/// A list with such a menu in front of the items, and one in each.
-struct MenuList
-{
-    MenuList() { takeMessages(); }
-    ~MenuList() { theMenuList = nullptr; }
-
-    /// The count is set; it was not read yet.
-    void setCount(double count)
-    {
-        theMenuList = nullptr;
-        list.setFloat(count, "points", 0, 0.0, false);
-        theMenuList = &list;
-    }
-
-    ZEL_Name nameMenu{"menu", "Menu"}, namePoints{"points", "Points"}, nameChoice{"choice#", "C"};
-    ZEL_ChoiceList menu{ZEL_CHOICELIST_EXCLUSIVE, makeCountingMenu};
-    ZEL_Template items[2] = {ZEL_Template(ZEL_ORD, 1, &nameChoice, nullptr, &menu), ZEL_Template()};
-    ZEL_Template templates[3] = {
-        ZEL_Template(ZEL_ORD, 1, &nameMenu, nullptr, &menu),
-        ZEL_Template(ZEL_MULTITYPE_LIST, items, 0.0, &namePoints, &theNone), ZEL_Template()};
-    ZEL_ParmList list{templates, nullptr, nullptr, nullptr, "", false};
-};
-
-} // namespace
 
 TEST(RoundTrips, AMenuMayReadTheListThatIsSavedOrLoaded)
 {

@@ -177,6 +177,13 @@ struct Dialog
     {
         KIT_IStream memory(text.data(), text.size(), KIT_IStream::TEXT);
         DS_Stream stream(memory, "s", true);
+        read(stream);
+    }
+    explicit Dialog(DS_Stream &stream) { read(stream); }
+    ~Dialog() { delete imports; }
+
+    void read(DS_Stream &stream)
+    {
         testing::internal::CaptureStderr();
         okFlag = page.parse(stream, true, nullptr, false, true, 0) != 0;
         messages = shortMessages(testing::internal::GetCapturedStderr());
@@ -184,7 +191,6 @@ struct Dialog
         restFlag = stream.getToken(rest) != 0;
         fill();
     }
-    ~Dialog() { delete imports; }
 
     void fill()
     {

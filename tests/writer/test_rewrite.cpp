@@ -24,20 +24,14 @@ std::string examplePath(const std::string &name)
 /// The parameters of a page, one a line, sets of folders left out, and the folders of each.
 struct Contents
 {
-    explicit Contents(ZEL_ScriptPage &page)
+    explicit Contents(const Dialog &dialog)
     {
-        const int size = page.computeTemplateSize();
-        std::vector<ZEL_Template> templates(static_cast<size_t>(size) + 1);
-        ZEL_ScriptImports *imports = nullptr;
-        int count = 0;
-        page.fillTemplate(templates.data(), count, imports);
-        delete imports;
-        for (int i = 0; i < count; i++) {
-            if (!templates[size_t(i)].isSwitcher()) {
-                lines.push_back(templateText(templates[size_t(i)]));
+        for (int i = 0; i < dialog.count; i++) {
+            if (!dialog.templates[size_t(i)].isSwitcher()) {
+                lines.push_back(templateText(dialog.templates[size_t(i)]));
             }
         }
-        walk(page, "");
+        walk(dialog.page, "");
     }
 
     void walk(const ZEL_ScriptPage &page, const std::string &path)
@@ -148,8 +142,8 @@ TEST(Rewrite, ExamplesComeBackButForWhatIsNeverWritten)
     for (const char *name : theExamples) {
         SCOPED_TRACE(name);
         DS_Stream original(examplePath(name).c_str(), -1);
-        ZEL_ScriptPage page;
-        ASSERT_TRUE(page.parse(original, true, nullptr, false, true, 0));
+        const Dialog source(original);
+        ASSERT_TRUE(source.okFlag);
         DS_Stream again(examplePath(name).c_str(), -1);
         const Rewritten rewritten(again);
         ASSERT_TRUE(rewritten.okFlag);
@@ -157,8 +151,8 @@ TEST(Rewrite, ExamplesComeBackButForWhatIsNeverWritten)
         ASSERT_EQ(dialog.dump().substr(0, 6) == "failed", false) << dialog.messages;
         EXPECT_EQ(dialog.messages, "");
 
-        const Contents before(page);
-        const Contents after(dialog.page);
+        const Contents before(source);
+        const Contents after(dialog);
         const std::vector<std::string> expected = expectedLines(before.lines, met);
         ASSERT_EQ(after.lines.size(), expected.size());
         for (size_t i = 0; i < expected.size(); i++) {
