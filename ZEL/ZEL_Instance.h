@@ -667,7 +667,11 @@ protected:
         BAS_ByteLock microNodeLock;
         ZEL_Parm *parm = nullptr; // unless it lies before the instance
         const ZEL_Multi *multiOwner = nullptr;
-        TRK_Channel **channels = nullptr; // one for each component, or null while none has one
+        /// One for each component, or null while none has one. Not with the values, which evaluation
+        /// threads write: these are read by all of them.
+        TRK_Channel **channels = nullptr;
+        TRK_Channel *onlyChannel = nullptr;           // of a single component
+        std::unique_ptr<TRK_Channel *[]> ownChannels; // of several
         ZEL_ParmMicroNode *microNodes = nullptr;
         ZEL_ConstMicroNode *constMicroNodes = nullptr;
         std::unique_ptr<KIT_StringHolder[]> aliases;
@@ -678,8 +682,6 @@ protected:
         Rare();
         ~Rare();
     };
-    void freeRare();
-    std::size_t slotBytes() const { return sizeof(TRK_Channel *) * std::size_t(getVectorSize()); }
     Rare &makeRare() const;
     /// Null while there is none.
     Rare *rare() const

@@ -26,15 +26,6 @@ ZEL_Instance::Rare::Rare() = default;
 
 ZEL_Instance::Rare::~Rare() = default;
 
-/// Only while nothing else uses the instance any more.
-void ZEL_Instance::freeRare()
-{
-    if (Rare *record = rare()) {
-        KIT_SmallObjectAllocator::deallocate(record->channels, slotBytes());
-        delete record;
-    }
-}
-
 ZEL_Instance::ZEL_Instance(ZEL_Template *templatePtr, ZEL_Parm *parm)
     : myFlags(0), myEnableState(~0u), mySendExtraFlags(0), myTemplate(templatePtr), myRare(0)
 {
@@ -64,7 +55,7 @@ ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
             }
         }
     } catch (...) {
-        freeRare();
+        delete rare();
         throw;
     }
 }
@@ -74,11 +65,11 @@ ZEL_Instance::~ZEL_Instance()
     ZEL_InstanceWatch::forget(this);
     leavePropagations();
     clearSendExtra();
-    destroyMicroNodes();
-    if (rare()) {
+    if (const Rare *record = rare()) {
+        destroyMicroNodes();
         clearAndDestroyChannels();
+        delete record;
     }
-    freeRare();
 }
 
 /// Keeps the parameter: by its place if it lies before this object.

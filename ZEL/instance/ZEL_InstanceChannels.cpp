@@ -13,8 +13,6 @@
 #include <ZEL/instance/ZEL_ChannelReferenceTextPrivate.h>
 #include <ZEL/instance/ZEL_InstancePrivate.h>
 
-#include <cstring>
-
 namespace
 {
 
@@ -130,8 +128,9 @@ TRK_Channel **ZEL_Instance::makeSlots()
 {
     Rare &record = makeRare();
     if (!record.channels) {
-        void *const memory = KIT_SmallObjectAllocator::allocate(slotBytes());
-        record.channels = static_cast<TRK_Channel **>(std::memset(memory, 0, slotBytes()));
+        const int size = getVectorSize();
+        record.ownChannels.reset(size > 1 ? new TRK_Channel *[std::size_t(size)]() : nullptr);
+        record.channels = size > 1 ? record.ownChannels.get() : &record.onlyChannel;
         moveValuesApart();
     }
     return record.channels;

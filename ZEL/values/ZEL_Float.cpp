@@ -154,14 +154,15 @@ double ZEL_Float::resolveComponent(ZEL_ParmList *list, double time, int index, i
             return 0.0;
         }
     }
-    if (!rare()) {
+    const Rare *const record = rare();
+    if (!record) {
         return constrainedValue(storedValue(index)); // no overrides, channels or nodes to mark
     }
     double value = 0.0;
-    if (hasOverrideData() && evalOverrideValueImpl(list, time, index, thread, value) == 1) {
+    if (record->overrides && evalOverrideValueImpl(list, time, index, thread, value) == 1) {
         return constrainedValue(value);
     }
-    if (TRK_Channel *channel = getChannel(index)) {
+    if (TRK_Channel *channel = record->channels ? record->channels[index] : nullptr) {
         bool timeDependent = false;
         value = evaluateChannel(list, channel, time, index, thread, timeDependent);
         setTimeDependent(index, timeDependent);
@@ -234,10 +235,13 @@ void ZEL_Float::fillValues(ZEL_ParmList *list, double time, T *values, int threa
             values[i] = narrowed<T>(0.0);
             continue;
         }
-        double value = 0.0;
-        if (!(hasOverrideData() && evalOverrideValueImpl(list, at, i, thread, value) == 1)) {
+        // Only now: the owner may just have made an override.
+        const Rare *const record = rare();
+        double value = storedValue(i);
+        if (record &&
+            !(record->overrides && evalOverrideValueImpl(list, at, i, thread, value) == 1)) {
             bool timeDependent = false;
-            if (TRK_Channel *channel = getChannel(i)) {
+            if (TRK_Channel *channel = record->channels ? record->channels[i] : nullptr) {
                 value = evaluateChannel(list, channel, at, i, thread, timeDependent);
                 if (timeDependent && !animatible && channel->isTimeDependentSlow(thread)) {
                     addParmWarning(ZEL_ERR_TIME_DEPENDENT);
