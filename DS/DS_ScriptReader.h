@@ -70,6 +70,7 @@ private:
     void addRecord(ZEL_ScriptParm &parm, const std::string &path);
     void addBlock(const ZEL_ScriptParm &parm, const std::string &path);
     void addLoss(const char *name, const char *what);
+    KIT_String blockText(const ZEL_ScriptParm &parm, const char *text, const char *brackets);
     void takeTexts(DS_ParmInfo &info, ZEL_ScriptParm &parm);
     void takeMenu(DS_ParmInfo &info, const ZEL_ScriptParm &parm);
     void takeDefaults(DS_ParmInfo &info, const ZEL_ScriptParm &parm);

@@ -47,14 +47,6 @@ KIT_String escaped(const char *text)
     return KIT_String(ZEL_ScriptParm::protectString(text, 0), true);
 }
 
-/// A quoted bracket that is alone in a block would be read as a bare one; a trailing blank keeps it
-/// a text.
-KIT_String blockText(const char *text, const char *brackets)
-{
-    const bool bracketFlag = text[0] && !text[1] && std::strchr(brackets, text[0]);
-    return KIT_String(bracketFlag ? std::string(text) + " " : std::string(text));
-}
-
 /// The names of folders as they are joined into a group path.
 const char *labelOf(const ZEL_ScriptPage &page)
 {
@@ -283,6 +275,18 @@ void DS_ScriptReader::addLoss(const char *name, const char *what)
     myLosses.append(text.buffer());
 }
 
+/// A quoted bracket that is alone in a block would be read as a bare one; a trailing blank keeps it
+/// a text.
+KIT_String DS_ScriptReader::blockText(const ZEL_ScriptParm &parm, const char *text,
+                                      const char *brackets)
+{
+    const bool bracketFlag = text[0] && !text[1] && std::strchr(brackets, text[0]);
+    if (bracketFlag) {
+        addLoss(parm.getName().getToken(), "a bracket alone in a block is written with a blank");
+    }
+    return KIT_String(bracketFlag ? std::string(text) + " " : std::string(text));
+}
+
 DS_ParmInfo &DS_ScriptReader::appendParm(const char *name)
 {
     DSappendOwned(myParms, std::make_unique<DS_ParmInfo>(name));
@@ -387,12 +391,14 @@ void DS_ScriptReader::takeMenu(DS_ParmInfo &info, const ZEL_ScriptParm &parm)
     default: info.menuType = 0; break;
     }
     for (const ZEL_Name *name = menu->choiceNamesPtr(); name && !name->isSentinel(); name++) {
+        const KIT_String token = blockText(parm, name->getToken(), "[}");
+        const KIT_String label = blockText(parm, name->getLabel(), "}");
         DSappendOwned(info.menuChoices,
-                      std::make_unique<DS_MenuChoice>(name->getToken(), name->getLabel()));
+                      std::make_unique<DS_MenuChoice>(token.nonNullStr(), label.nonNullStr()));
     }
     std::istringstream script(menu->getScript().toStdString());
     for (std::string line; std::getline(script, line);) {
-        info.menuScript += DSscriptQuoted(blockText(line.c_str(), "]}")).c_str();
+        info.menuScript += DSscriptQuoted(blockText(parm, line.c_str(), "]}")).c_str();
         info.menuScript += '\n';
     }
     if (script.bad()) {
@@ -422,7 +428,7 @@ void DS_ScriptReader::takeDefaults(DS_ParmInfo &info, const ZEL_ScriptParm &parm
         const double number = value.getFloat();
         textFlag = textFlag || value.gotString();
         wholeFlag = wholeFlag && isWholeNumber(number);
-        texts.append(value.gotString() ? blockText(value.getString(), "[}")
+        texts.append(value.gotString() ? blockText(parm, value.getString(), "[}")
                                        : KIT_String(KIT_Digits(number).buffer(), true));
         numbers.append(number);
         integers.append(value.getOrdinal());
@@ -458,7 +464,7 @@ bool DS_ScriptReader::takeChoices(DS_ParmInfo &info, const ZEL_ScriptParm &parm)
         const KIT_ValArray<ZEL_Default> &defaults = parm.getDefaults();
         const ZEL_Default value = i < defaults.entries() ? defaults[i] : ZEL_Default();
         const int choice = std::clamp(value.getOrdinal(), 0, count - 1);
-        texts.append(value.gotString() ? blockText(value.getString(), "[}")
+        texts.append(value.gotString() ? blockText(parm, value.getString(), "[}")
                                        : KIT_String(info.menuChoices[choice]->getValue(), true));
     }
     info.defaults = std::make_unique<DS_DefaultValue>(texts, DS_DefaultValue::Meanings());

@@ -276,13 +276,16 @@ TEST(Rewrite, BracketsAsTexts)
 {
     const ReadAgain again(
         "{ name n parm { name p type string size 4 default { [ } expression ] ] { "
-        "[ [ expression ] } } parm { name m type string menu { [ \"a\\n]\\n}\" ] } } }");
+        "[ [ expression ] } } parm { name m type string menu { [ \"a\\n]\\n}\" ] } } "
+        R"(parm { name e menu { "[\\\\\\\\\\" label } } })");
     std::string defaults;
     for (int i = 0; i < 4; i++) {
         defaults += std::string(again.templates[0].getFactoryDefaults()[i].getString()) + "|";
     }
     EXPECT_EQ(defaults, "} |]|{|[ |");
     EXPECT_EQ(again.templates[1].getChoiceListPtr()->getScript().toStdString(), "a\n] \n} ");
+    // Backslashes that an old version wrote too many are dropped, which leaves the bracket.
+    EXPECT_STREQ(again.templates[2].getChoiceListPtr()->choiceNamesPtr()->getToken(), "[ ");
 }
 
 TEST(Rewrite, TheCommentAtTheStartCanNotBeLeft)
