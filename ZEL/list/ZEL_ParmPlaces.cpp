@@ -1,8 +1,8 @@
 #include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 
-#include <KIT/KIT_SmallObjectAllocator.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
+#include <ZEL/list/ZEL_PlaceMemoryPrivate.h>
 
 #include <cstdint>
 
@@ -17,10 +17,10 @@ namespace
 {
 
 constexpr std::size_t theUnit = ZEL_Instance::thePlaceUnit;
-constexpr std::size_t theLineSize = 64;
-/// The distances are small numbers; this is a size that the allocator serves without loss.
-constexpr std::size_t theMostBytes = 4032;
-static_assert(theMostBytes / theUnit < ZEL_Instance::thePlaceLimit);
+constexpr std::size_t theLineSize = ZEL_PlaceMemory::theLineSize;
+/// The distances are small numbers.
+constexpr std::size_t theMostBytes = ZEL_PlaceMemory::theMostBytes;
+static_assert(theMostBytes / theUnit <= ZEL_Instance::thePlaceLimit);
 
 /// Places in a block of several lines begin at a line.
 std::size_t firstPlace(std::size_t bytes)
@@ -61,7 +61,7 @@ void ZEL_ParmPlaces::open(std::size_t bytes)
     myBlock = nullptr;
     myUsed = firstPlace(bytes);
     const std::size_t all = myUsed + bytes;
-    myBlock = static_cast<Block *>(KIT_SmallObjectAllocator::allocate(all));
+    myBlock = static_cast<Block *>(ZEL_PlaceMemory::allocate(all));
     myBlock->held = 1;
     myBlock->bytes = std::uint32_t(all);
 }
@@ -101,6 +101,6 @@ void ZEL_ParmPlaces::destroy(ZEL_Parm *parm)
 void ZEL_ParmPlaces::release(Block *block)
 {
     if (block && --block->held == 0) {
-        KIT_SmallObjectAllocator::deallocate(block, block->bytes);
+        ZEL_PlaceMemory::deallocate(block, block->bytes);
     }
 }

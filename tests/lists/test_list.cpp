@@ -1,4 +1,5 @@
 #include <common/ListFixture.h>
+#include <common/Threads.h>
 
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <map>
+#include <mutex>
 #include <random>
 #include <utility>
 
@@ -267,4 +269,70 @@ TEST(Lists, EveryKindOfTemplateMakesItsInstance)
     }
     list.setInt(4, "m", 0, 0.0, true);
     EXPECT_EQ(list.evalInt("m", 0, 0.0), 4);
+}
+
+TEST(Lists, EachKeepsItsMemoryWhileOthersComeAndGo)
+{
+    ZEL_Name name("v", "V");
+    std::vector<std::vector<ZEL_Template>> types;
+    for (const auto &sizes : std::vector<std::vector<int>>{{1},
+                                                           {3, 1, 40, 420, 7},
+                                                           std::vector<int>(90, 1),
+                                                           std::vector<int>(110, 400),
+                                                           {700, 1}}) {
+        types.emplace_back();
+        for (int size : sizes) {
+            types.back().emplace_back(ZEL_FLT, size, &name);
+        }
+        types.back().emplace_back();
+    }
+    struct Kept
+    {
+        std::unique_ptr<ZEL_ParmList> list;
+        double mark;
+        /// Reads, or sets first, the ends of each parameter; they're different in each list.
+        void visit(bool setFlag)
+        {
+            for (int i = 0; i < list->getEntries(); ++i) {
+                ZEL_Parm &parm = *list->getParmPtr(i);
+                const int last = parm.getVectorSize() - 1;
+                for (int at : {0, last}) {
+                    double value = mark + i + 0.5 * at;
+                    if (setFlag) {
+                        parm.setValue(0.0, value, false, at, ZEL_ADDKEY_PENDING, false);
+                    }
+                    parm.getValue(0.0, value, at, BASgetSTID());
+                    EXPECT_EQ(value, mark + i + 0.5 * at);
+                }
+            }
+        }
+    };
+    std::vector<Kept> kept;
+    std::mutex lock;
+    onThreads(3, [&](int thread) {
+        std::mt19937 random(unsigned(thread) + 1);
+        for (int step = 0; step < 2400; ++step) {
+            // More come than go, then all go, twice; most are destroyed by another thread.
+            const bool makeFlag = step % 1200 < 900 && random() % 3 != 0;
+            Kept one{nullptr, thread * 1e6 + step * 100.0};
+            if (makeFlag) {
+                one.list = std::make_unique<ZEL_ParmList>(types[random() % types.size()].data(),
+                                                          nullptr, nullptr, nullptr, "", false);
+                one.visit(true);
+            }
+            {
+                const std::lock_guard<std::mutex> guard(lock);
+                if (makeFlag) {
+                    kept.push_back(std::move(one));
+                } else if (!kept.empty()) {
+                    std::swap(kept.back(), kept[random() % kept.size()]);
+                    one = std::move(kept.back());
+                    kept.pop_back();
+                }
+            }
+            if (one.list) {
+                one.visit(false);
+            }
+        }
+    });
 }
