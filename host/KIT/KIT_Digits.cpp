@@ -1,6 +1,7 @@
 #include <KIT/KIT_Digits.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -26,43 +27,96 @@ char *writeWhole(char *to, double value)
     return std::to_chars(to, to + KIT_Digits::theMostBytes - 1, whole).ptr;
 }
 
-/// Other numbers as people type them: up to 15 digits, of which at most 6 are after the point. Such
-/// a decimal is the only one of its length that reads back as the number, so an exact one is also
-/// the shortest. Null for all others, and where the form with an exponent would be shorter.
-char *writeTyped(char *to, double value)
+/// Two digits for each number below 100.
+constexpr auto thePairs = [] {
+    std::array<char, 200> pairs{};
+    for (size_t i = 0; i < pairs.size(); ++i) {
+        pairs[i] = static_cast<char>('0' + (i % 2 == 0 ? i / 20 : i / 2 % 10));
+    }
+    return pairs;
+}();
+
+/// The fraction isn't zero and has so many digits; zeros at its end aren't written.
+char *writeFraction(char *to, double value, uint64_t whole, uint64_t fraction, int digits)
 {
-    constexpr double theMost = 1e9;
-    constexpr double theScale = 1e6;
-    constexpr int theDecimals = 6;
-    const double magnitude = std::fabs(value);
-    if (!(magnitude < theMost)) {
-        return nullptr;
-    }
-    const int64_t scaled = static_cast<int64_t>(magnitude * theScale + 0.5);
-    if (static_cast<double>(scaled) / theScale != magnitude) {
-        return nullptr;
-    }
-    const int64_t whole = scaled / 1000000;
-    int64_t fraction = scaled % 1000000;
-    // A long run of zeros after the point is shorter as an exponent.
-    if (whole == 0 && fraction < 1000) {
-        return nullptr;
-    }
     if (std::signbit(value)) {
         *to++ = '-';
     }
-    to = std::to_chars(to, to + theDecimals + theDecimals, whole).ptr;
-    *to = '.';
-    int digits = theDecimals;
-    while (fraction % 10 == 0) {
-        fraction /= 10;
+    to = std::to_chars(to, to + KIT_Digits::theMostBytes / 2, whole).ptr;
+    *to++ = '.';
+    if (fraction % 100000000 == 0) {
+        fraction /= 100000000;
+        digits -= 8;
+    }
+    for (; fraction % 10 == 0; fraction /= 10) {
         --digits;
     }
-    char *const end = to + 1 + digits;
-    for (char *at = end; at != to + 1; fraction /= 10) {
-        *--at = static_cast<char>('0' + fraction % 10);
+    char *at = to + digits;
+    for (; at - to > 1; fraction /= 100) {
+        at -= 2;
+        std::memcpy(at, &thePairs[fraction % 100 * 2], 2);
     }
-    return end;
+    if (at != to) {
+        *to = static_cast<char>('0' + fraction);
+    }
+    return to + digits;
+}
+
+constexpr auto thePowers = [] {
+    std::array<uint64_t, 19> powers{1};
+    for (size_t i = 1; i < powers.size(); ++i) {
+        powers[i] = powers[i - 1] * 10;
+    }
+    return powers;
+}();
+
+/// Numbers with a fraction and of a usual size, for which the form with an exponent is never shorter.
+/// Null for all others.
+///
+/// The number is c / 2^bits, and what is nearer to it than 0.5 / 2^bits reads back as it. Take as many
+/// decimals as make a unit of the last one just smaller than 1 / 2^bits: then at least one such
+/// decimal is that near, and at most one that ends in zero. That one is the shortest if there is one,
+/// else the nearest is. Below a power of two numbers lie closer together, but it is itself a decimal
+/// that ends in zero; a whole number is never that near. All of it is exact: no product is longer than
+/// 128 bits, no distance than 64.
+char *writeUsual(char *to, double value)
+{
+    constexpr double theLeast = 0.01;
+    constexpr double theMost = 1e15;
+    constexpr int theMantissaBits = 52;
+    constexpr int theExponentOfOne = 1023;
+    __extension__ using Wide = unsigned __int128;
+
+    const double magnitude = std::fabs(value);
+    if (!(magnitude >= theLeast && magnitude < theMost)) {
+        return nullptr;
+    }
+    uint64_t word = 0;
+    std::memcpy(&word, &magnitude, sizeof(word));
+    const int bits = theExponentOfOne + theMantissaBits - static_cast<int>(word >> theMantissaBits);
+    const uint64_t one = uint64_t{1} << theMantissaBits;
+    const uint64_t numerator = one | (word & (one - 1));
+
+    const int decimals = bits * 1233 / 4096 + 1; // by the logarithm of two
+    const uint64_t scale = thePowers[static_cast<size_t>(decimals)];
+    // In units of 1 / 2^bits of the last decimal; half way, the even number is read.
+    const uint64_t unit = uint64_t{1} << bits;
+    const uint64_t reach = scale / 2 - numerator % 2;
+    const Wide scaled = Wide(numerator) * scale;
+    uint64_t digits = static_cast<uint64_t>(scaled >> bits);
+    const uint64_t rest = static_cast<uint64_t>(scaled) & (unit - 1);
+    const uint64_t last = digits % 10;
+    const uint64_t above = last * unit + rest; // the lower one that ends in zero
+
+    if (above <= reach) {
+        digits -= last;
+    } else if (10 * unit - above <= reach) {
+        digits += 10 - last;
+    } else {
+        digits += rest + digits % 2 > unit / 2 ? 1 : 0; // half way to the even one
+    }
+    const uint64_t whole = static_cast<uint64_t>(static_cast<int64_t>(magnitude));
+    return writeFraction(to, value, whole, digits - whole * scale, decimals);
 }
 
 } // namespace
@@ -76,7 +130,7 @@ char *KIT_Digits::write(char *to, double value)
     if (char *const end = writeWhole(to, value)) {
         return end;
     }
-    if (char *const end = writeTyped(to, value)) {
+    if (char *const end = writeUsual(to, value)) {
         return end;
     }
     return std::to_chars(to, to + theMostBytes, value).ptr;

@@ -165,8 +165,13 @@ TEST(Number, DigitsAreTheShortestThatReadBackToTheSameBits)
         -1e6, 1e9,  1e14,  1e15, 1e20, 0.3, 1e-15, 1e9 - 1e-6, std::numeric_limits<double>::max()};
     const double steps[] = {1.0, 10.0, 1000.0, 1e6, 1e7};
     for (size_t i = 0; i < 140000; i++) {
-        // Any bits, numbers below the normal ones, and numbers as people type them.
-        uint64_t bits = i % 7 < 2 ? random() & 0x800fffffffffffffULL : random();
+        // Any bits, numbers below the normal ones, those of a usual size from 2^-8 to 2^51, the ones
+        // next to powers of two among them, and numbers as people type them.
+        uint64_t bits = i % 7 == 0 ? random() & 0x800fffffffffffffULL : random();
+        if (i % 7 == 1 || i % 7 == 2) {
+            const uint64_t mantissa = i % 7 == 1 ? bits >> 12 : bits % 8 - 4;
+            bits = (bits & 1ULL << 63) | (((1015 + random() % 60) << 52) + mantissa);
+        }
         if (i < std::size(edges)) {
             bits = bitsOf(edges[i]);
         } else if (i % 7 > 4) {
