@@ -368,7 +368,11 @@ void ZEL_Parm::loadedFromStream()
 {
     // Unlike other changes, a load also marks a button's components dirty.
     myInstance->setDirtyFlags(theAllComponents);
-    privateValueChanged(theAllComponents, theSendEvent, theKeepMulti);
+    if (isCallbackType()) {
+        rebuildParmDependency();
+    } else {
+        notify(TRK_CHANGE_VALUE);
+    }
 }
 
 void ZEL_Parm::saveCommand(std::ostream &os, int values, int index) const

@@ -9,7 +9,10 @@ namespace
 {
 const char *skipBlanks(const char *at, const char *end)
 {
-    return std::find_if_not(at, end, BASisBlank);
+    while (at != end && BASisBlank(*at)) {
+        ++at;
+    }
+    return at;
 }
 
 /// The end of `word` if it is next in the text, in any case, and ends there; else null.
@@ -44,7 +47,8 @@ const char *parseWord(const char *at, const char *end, double &value)
 }
 
 /// Parses a decimal of up to 15 digits that fills the text, as most numbers in files do: both its
-/// digits and the power of ten are exact doubles, so one division rounds correctly. Else false.
+/// digits and the power of ten are exact doubles, so one division rounds correctly (W. D. Clinger,
+/// "How to Read Floating Point Numbers Accurately", 1990). Else false.
 bool parseShort(const char *at, const char *end, double &value)
 {
     static constexpr double thePowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,

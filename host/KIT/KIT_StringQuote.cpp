@@ -13,7 +13,7 @@ namespace
 {
 bool isControl(char c)
 {
-    const unsigned byte = static_cast<unsigned char>(c);
+    const unsigned char byte = static_cast<unsigned char>(c);
     return byte < 32 || byte == 127;
 }
 
@@ -69,8 +69,12 @@ void KITappendQuoted(KIT_WorkBuffer &out, const char *text, size_t length, char 
 
 bool KIT_String::needsEscapes(std::string_view text, char quote)
 {
-    return std::any_of(text.begin(), text.end(),
-                       [quote](char c) { return c == quote || c == '\\' || isControl(c); });
+    // Without an early way out, so that the compiler can test many bytes at once.
+    unsigned char found = 0;
+    for (const char c : text) {
+        found |= static_cast<unsigned char>(c == quote || c == '\\' || isControl(c));
+    }
+    return found != 0;
 }
 
 void KIT_String::makeSmartQuotedString(char quote)
