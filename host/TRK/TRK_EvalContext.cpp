@@ -1,6 +1,7 @@
 #include <TRK/TRK_EvalContext.h>
 
 #include <BAS/BAS_PerThread.h>
+#include <KIT/KIT_EnvControl.h>
 #include <TRK/TRK_Manager.h>
 
 namespace
@@ -35,6 +36,28 @@ TRK_EvalContext::Scope::~Scope()
 TRK_EvalContext::OneEvaluation::OneEvaluation(int thread) : myGuard(nullptr, thread) {}
 
 TRK_EvalContext::OneEvaluation::~OneEvaluation() = default;
+
+TRK_EvalContext::Work::Work(const Work *shared)
+    : myTotal(KIT_EnvControl::getLimit(KIT_ENV_MAX_WORK_STEPS)),
+      myShare(shared != nullptr ? shared->myShare.getLeft() : myTotal, theTRKEvalThread.steps),
+      myOuter(theTRKEvalThread.share)
+{
+    if (myOuter != nullptr) {
+        myOuter->advance(theTRKEvalThread.steps);
+    }
+    theTRKEvalThread.share = &myShare;
+}
+
+TRK_EvalContext::Work::~Work()
+{
+    TRK_EvalThread &self = theTRKEvalThread;
+    myShare.advance(self.steps);
+    myShare.deduct();
+    if (myOuter != nullptr) {
+        myOuter->skipTo(self.steps);
+    }
+    self.share = myOuter;
+}
 
 TRK_EvalContext::NoScripts::NoScripts()
 {

@@ -54,6 +54,26 @@ public:
         TRK_EvalGuard myGuard;
     };
 
+    /// While it lives, the evaluations of the calling thread share a total of steps beside the limit of
+    /// each: one command that evaluates a list of many parameters ends in bounded time. Once the total
+    /// is used up, evaluations that take steps end at once, as at their own limit. An application
+    /// opens one around what it does at a request; one inside of another has a total of its own.
+    class KIT_API Work
+    {
+    public:
+        /// The total is that of another thread's, which outlives this one, or else the setting
+        /// KIT_ENV_MAX_WORK_STEPS. What threads have begun when it is used up isn't cut short.
+        explicit Work(const Work *shared = nullptr);
+        ~Work();
+        Work(const Work &) = delete;
+        Work &operator=(const Work &) = delete;
+
+    private:
+        std::atomic<int64_t> myTotal;
+        TRK_EvalShare myShare;
+        TRK_EvalShare *myOuter;
+    };
+
     /// While it lives, the calling thread runs no script for a value or menu: an expression in Python
     /// fails with EVL_PYTHON, and the menu of a script is empty.
     class KIT_API NoScripts

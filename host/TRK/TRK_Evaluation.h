@@ -13,6 +13,7 @@
 
 #include <KIT/KIT_StringRef.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -52,10 +53,34 @@ struct TRK_EvalFrame
     int depth;
 };
 
+/// A thread's part of a total of steps, which the evaluations of several threads may share.
+class TRK_EvalShare
+{
+public:
+    TRK_EvalShare(std::atomic<int64_t> &left, int64_t steps) : myLeft(left), mySteps(steps) {}
+
+    /// The thread has come to this many steps since the last call: all of them were done here.
+    void advance(int64_t steps);
+    /// The thread has come to these by others' work.
+    void skipTo(int64_t steps) { mySteps = steps; }
+    /// Where an outermost evaluation begins to count: later than 0 if less than its limit is left.
+    int64_t restart(int64_t steps);
+    /// Deducts what advance() has collected.
+    void deduct();
+
+    std::atomic<int64_t> &getLeft() const { return myLeft; }
+
+private:
+    std::atomic<int64_t> &myLeft;
+    int64_t mySteps;    ///< what the thread had come to
+    int64_t myUsed = 0; ///< not deducted yet: threads shall seldom write the same word
+};
+
 /// One record for each thread.
 struct TRK_EvalThread
 {
     TRK_EvalFrame *innermost;
+    TRK_EvalShare *share; ///< usually null
     int64_t steps;
     int64_t textBytes;
     uint32_t errors;                 ///< how many were raised
@@ -65,7 +90,7 @@ struct TRK_EvalThread
 
     void restart()
     {
-        steps = 0;
+        steps = share == nullptr ? 0 : share->restart(steps);
         textBytes = 0;
     }
     /// Each counts work. False: a limit is reached; nothing has been raised.

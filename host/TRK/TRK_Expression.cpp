@@ -23,6 +23,30 @@
 
 __thread TRK_EvalThread theTRKEvalThread __attribute__((tls_model("initial-exec")));
 
+void TRK_EvalShare::advance(int64_t steps)
+{
+    constexpr int64_t theMost = 4096;
+    myUsed += steps - mySteps;
+    mySteps = steps;
+    if (myUsed >= theMost) {
+        deduct();
+    }
+}
+
+void TRK_EvalShare::deduct()
+{
+    myLeft.fetch_sub(myUsed, std::memory_order_relaxed);
+    myUsed = 0;
+}
+
+int64_t TRK_EvalShare::restart(int64_t steps)
+{
+    advance(steps);
+    const int64_t left = myLeft.load(std::memory_order_relaxed) - myUsed;
+    mySteps = TRK_Limits::theSteps - std::clamp<int64_t>(left, 0, TRK_Limits::theSteps);
+    return mySteps;
+}
+
 void TRK_EvalState::raise(int error, int thread)
 {
     TRK_EvalThread &self = theTRKEvalThread;

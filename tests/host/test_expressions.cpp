@@ -1,13 +1,17 @@
 // Expressions of language 0: values, errors, references, cycles, limits, and the expansion of texts.
 
 #include <EVL/EVL.h>
+#include <KIT/KIT_EnvControl.h>
 #include <TRK/TRK_Collection.h>
+#include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_Expression.h>
 #include <TRK/TRK_Manager.h>
 #include <common/Repeated.h>
+#include <common/Threads.h>
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <string>
@@ -298,6 +302,52 @@ TEST(Expressions, ChainsOfChannelsAreBounded)
         EXPECT_EQ(c.evaluate(c.getChannel("c87"), 0, false, theThread), 0.0);
         EXPECT_EQ(takeErrNo(), EVL::EVL_DEPTH) << bottom.substr(0, 9);
     }
+}
+
+TEST(Expressions, OfOneWorkShareATotalOfSteps)
+{
+    constexpr int theMost = 100;
+    constexpr int theCost = 5001;
+    World world;
+    TRK_Collection &c = world.collection;
+    world.add(c, "dear", ("1" + repeated("+1", 2500)).c_str());
+    c.addChannel("free")->setDefault(1.0);
+    // How many of the evaluations on a thread succeed: none after one that doesn't.
+    const auto runs = [&](int thread) {
+        int good = 0;
+        for (int i = 0; i < theMost; ++i) {
+            c.evaluate(c.getChannel("dear"), 0, false, thread);
+            good += std::exchange(EVL::theErrNo[thread], EVL::EVL_OK) == EVL::EVL_OK && good == i;
+        }
+        EXPECT_EQ(c.evaluate(c.getChannel("free"), 0, false, thread), 1.0);
+        EXPECT_EQ(EVL::theErrNo[thread], EVL::EVL_OK);
+        return good;
+    };
+    EXPECT_EQ(runs(theThread), theMost);
+    for (const int total : {30000, 60000, 240000}) {
+        KIT_EnvControl::setInt(KIT_ENV_MAX_WORK_STEPS, total);
+        const int fit = total / theCost;
+        const TRK_EvalContext::Work work;
+        c.evaluate(c.getChannel("dear"), 0, false, theThread);
+        {
+            const TRK_EvalContext::Work inner;
+            EXPECT_EQ(runs(theThread), fit);
+        }
+        EXPECT_EQ(runs(theThread), fit - 1);
+        EXPECT_EQ(runs(theThread), 0);
+        const TRK_EvalContext::Work shared;
+        std::atomic<int> good{0};
+        constexpr int theThreads = 4;
+        onThreads(theThreads, [&](int i) {
+            const TRK_EvalContext::Work part(&shared);
+            good += runs(i + 1);
+        });
+        EXPECT_GE(good, fit);
+        EXPECT_LE(good, fit + theThreads) << "each may have begun one more";
+        EXPECT_EQ(runs(theThread), 0);
+    }
+    KIT_EnvControl::setInt(KIT_ENV_MAX_WORK_STEPS, 0);
+    EXPECT_EQ(runs(theThread), theMost);
 }
 
 TEST(Expressions, TextsExpand)

@@ -49,12 +49,13 @@ ZELT_Cell ZELTevaluate(const ZEL_Parm &parm, int index, double time, int thread)
     return text.toStdString();
 }
 
-std::string ZELTcellText(const ZELT_Cell &cell)
+std::string ZELTcellText(const ZELT_Cell &cell, bool failed)
 {
-    return cell.index() == 1   ? ZELTnumber(std::get<1>(cell))
-           : cell.index() == 2 ? std::to_string(std::get<2>(cell))
-           : cell.index() == 3 ? ZELTquote(std::get<3>(cell))
-                               : "-";
+    const std::string text = cell.index() == 1   ? ZELTnumber(std::get<1>(cell))
+                             : cell.index() == 2 ? std::to_string(std::get<2>(cell))
+                             : cell.index() == 3 ? ZELTquote(std::get<3>(cell))
+                                                 : "-";
+    return failed ? text + '!' : text;
 }
 
 ZELT_Json ZELTcellJson(const ZELT_Cell &cell)

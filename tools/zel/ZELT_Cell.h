@@ -38,7 +38,7 @@ private:
 /// Texts are expanded.
 ZELT_Cell ZELTevaluate(const ZEL_Parm &parm, int index, double time, int thread);
 
-/// A number, a text in quotes, or `-`.
-std::string ZELTcellText(const ZELT_Cell &cell);
+/// A number, a text in quotes, or `-`, with a `!` after it if the evaluation failed.
+std::string ZELTcellText(const ZELT_Cell &cell, bool failed);
 /// A number, a text, or null.
 ZELT_Json ZELTcellJson(const ZELT_Cell &cell);

@@ -3,6 +3,8 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
 
+#include <TRK/TRK_EvalContext.h>
+
 namespace
 {
 
@@ -68,6 +70,12 @@ std::optional<int> ZELT_CommandLine::parse(int argc, char **argv, ZELT_Messages 
         messages.error("", std::string(fault.what()) + " (see --help)");
         return theWrongCall;
     }
+}
+
+int ZELT_CommandLine::run(ZELT_Messages &messages) const
+{
+    const TRK_EvalContext::Work work;
+    return myCalled(myOptions, messages);
 }
 
 void ZELTaddNode(CLI::App &command, ZELT_NodeCall &node)

@@ -96,7 +96,7 @@ public:
     /// What parse() read.
     const ZELT_Options &getOptions() const { return myOptions; }
     /// Runs the command that was called and returns its exit code.
-    int run(ZELT_Messages &messages) const { return myCalled(myOptions, messages); }
+    int run(ZELT_Messages &messages) const;
 
 private:
     using Run = std::function<int(const ZELT_Options &options, ZELT_Messages &messages)>;

@@ -140,8 +140,9 @@ struct Fault
 
 struct Table
 {
-    std::vector<ZELT_Cell> cells; ///< row by row
-    std::vector<Fault> faults;    ///< the first one of each column
+    std::vector<ZELT_Cell> cells;     ///< row by row
+    std::vector<std::uint8_t> errors; ///< of the cells
+    std::vector<Fault> faults;        ///< the first one of each column
 };
 
 /// Evaluates runs of rows; every thread takes the next run.
@@ -153,6 +154,7 @@ public:
           myProgress("evaluating", rows.count)
     {
         table.cells.resize(std::size_t(rows.count) * columns.size());
+        table.errors.resize(table.cells.size());
         table.faults.resize(columns.size());
     }
 
@@ -160,6 +162,7 @@ public:
     void runHere()
     {
         for (std::int64_t row = 0; row < myRows.count; ++row) {
+            const TRK_EvalContext::Work work;
             const ZEL_InputBudget budget(0);
             mySession.growBlocks(myRows.time(row));
             evaluateRow(row);
@@ -192,6 +195,7 @@ private:
              row = myNext.fetch_add(run)) {
             const std::int64_t end = std::min(row + run, myRows.count);
             for (std::int64_t i = row; i < end; ++i) {
+                const TRK_EvalContext::Work work;
                 evaluateRow(i);
             }
         }
@@ -203,13 +207,14 @@ private:
         const double time = myRows.time(row);
         const TRK_EvalContext::Scope context(thread, time);
         const ZEL_ParmList &parms = mySession.getParms();
-        ZELT_Cell *cell = &myTable.cells[std::size_t(row) * myColumns.size()];
+        std::size_t cell = std::size_t(row) * myColumns.size();
         for (std::size_t i = 0; i < myColumns.size(); ++i, ++cell) {
             const ZEL_Parm *const parm = parms.getParmPtr(myColumns[i].key);
             if (parm) {
                 ZELT_EvaluationErrors errors(thread);
-                *cell = ZELTevaluate(*parm, myColumns[i].index, time, thread);
-                noteFault(i, row, errors.find());
+                myTable.cells[cell] = ZELTevaluate(*parm, myColumns[i].index, time, thread);
+                myTable.errors[cell] = std::uint8_t(errors.find());
+                noteFault(i, row, myTable.errors[cell]);
             }
         }
         myProgress.advance();
@@ -281,7 +286,8 @@ void printTable(const Table &table, const Columns &columns, const Rows &rows)
         }
         line.push_back(ZELTnumber(rows.time(row)));
         for (std::size_t i = 0; i < columns.size(); ++i) {
-            line.push_back(ZELTcellText(table.cells[std::size_t(row) * columns.size() + i]));
+            const std::size_t cell = std::size_t(row) * columns.size() + i;
+            line.push_back(ZELTcellText(table.cells[cell], table.errors[cell] != EVL::EVL_OK));
         }
         text.push_back(std::move(line));
     }
@@ -292,14 +298,18 @@ void printJson(const Table &table, const Columns &columns, const Rows &rows)
 {
     ZELT_Json out;
     out["columns"] = ZELT_Json::array();
-    for (const Column &column : columns) {
+    for (std::size_t i = 0; i < columns.size(); ++i) {
         ZELT_Json json;
-        json["token"] = column.token;
-        json["index"] = column.index;
-        json["channel"] = column.heading;
+        json["token"] = columns[i].token;
+        json["index"] = columns[i].index;
+        json["channel"] = columns[i].heading;
+        if (table.faults[i].row >= 0) {
+            json["error"] = table.faults[i].text;
+        }
         out["columns"].push_back(json);
     }
     out["rows"] = ZELT_Json::array();
+    std::size_t cell = 0;
     for (std::int64_t row = 0; row < rows.count; ++row) {
         ZELT_Json json;
         if (rows.framesFlag) {
@@ -307,9 +317,15 @@ void printJson(const Table &table, const Columns &columns, const Rows &rows)
         }
         json["time"] = rows.time(row);
         json["values"] = ZELT_Json::array();
-        for (std::size_t i = 0; i < columns.size(); ++i) {
-            json["values"].push_back(
-                ZELTcellJson(table.cells[std::size_t(row) * columns.size() + i]));
+        bool failed = false;
+        ZELT_Json errors = ZELT_Json::array();
+        for (std::size_t i = 0; i < columns.size(); ++i, ++cell) {
+            json["values"].push_back(ZELTcellJson(table.cells[cell]));
+            errors.push_back(table.errors[cell]);
+            failed = failed || table.errors[cell] != EVL::EVL_OK;
+        }
+        if (failed) {
+            json["errors"] = std::move(errors);
         }
         out["rows"].push_back(std::move(json));
     }

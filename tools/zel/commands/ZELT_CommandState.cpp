@@ -6,6 +6,7 @@
 #include "ZELT_State.h"
 
 #include <BAS/BAS_Thread.h>
+#include <EVL/EVL.h>
 #include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
@@ -25,17 +26,32 @@ struct State
     bool noCook;
 };
 
-State stateOf(const ZEL_Parm &parm)
+/// Reports a number that a condition compares and whose evaluation fails; a text reports its own.
+template <class HOLDS>
+State evaluate(const ZEL_Parm &parm, ZELT_Messages &messages, const HOLDS &holds)
 {
-    return {ZELTholds(parm, ZEL_CONDTYPE_DISABLE), ZELTholds(parm, ZEL_CONDTYPE_HIDE),
-            ZELTholds(parm, ZEL_CONDTYPE_NOCOOK)};
+    int &error = EVL::theErrNo[BASgetSTID()];
+    error = EVL::EVL_OK;
+    const State state = {holds(ZEL_CONDTYPE_DISABLE), holds(ZEL_CONDTYPE_HIDE),
+                         holds(ZEL_CONDTYPE_NOCOOK)};
+    if (error != EVL::EVL_OK) {
+        messages.add(KIT_ERROR_ABORT, "TRK", error, "", 0,
+                     parm.getToken() + std::string(": a condition: ") + ZELTevaluationError(error));
+        error = EVL::EVL_OK;
+    }
+    return state;
 }
 
-State stateOfTab(const ZEL_Parm &parm, int tab)
+State stateOf(const ZEL_Parm &parm, ZELT_Messages &messages)
 {
-    return {ZELTtabHolds(parm, tab, ZEL_CONDTYPE_DISABLE),
-            ZELTtabHolds(parm, tab, ZEL_CONDTYPE_HIDE),
-            ZELTtabHolds(parm, tab, ZEL_CONDTYPE_NOCOOK)};
+    return evaluate(parm, messages,
+                    [&](ZEL_ConditionalType type) { return ZELTholds(parm, type); });
+}
+
+State stateOfTab(const ZEL_Parm &parm, int tab, ZELT_Messages &messages)
+{
+    return evaluate(parm, messages,
+                    [&](ZEL_ConditionalType type) { return ZELTtabHolds(parm, tab, type); });
 }
 
 std::string folderLabel(const ZEL_Parm &parm, int tab)
@@ -59,7 +75,7 @@ ZELT_Json asJson(const State &state)
     return out;
 }
 
-void printText(const ZEL_ParmList &parms)
+void printText(const ZEL_ParmList &parms, ZELT_Messages &messages)
 {
     std::vector<std::vector<std::string>> rows;
     for (int i = 0; i < parms.getEntries(); ++i) {
@@ -68,16 +84,16 @@ void printText(const ZEL_ParmList &parms)
         if (!description) {
             continue; // a base parameter has no state
         }
-        rows.push_back(asRow(parm.getToken(), stateOf(parm)));
+        rows.push_back(asRow(parm.getToken(), stateOf(parm, messages)));
         for (int tab = 0; description->isSwitcher() && tab < parm.getVectorSize(); ++tab) {
-            rows.push_back(
-                asRow("  tab " + ZELTquote(folderLabel(parm, tab)), stateOfTab(parm, tab)));
+            rows.push_back(asRow("  tab " + ZELTquote(folderLabel(parm, tab)),
+                                 stateOfTab(parm, tab, messages)));
         }
     }
     std::cout << ZELTtable(rows);
 }
 
-void printJson(const ZEL_ParmList &parms)
+void printJson(const ZEL_ParmList &parms, ZELT_Messages &messages)
 {
     ZELT_Json out = ZELT_Json::array();
     for (int i = 0; i < parms.getEntries(); ++i) {
@@ -88,13 +104,13 @@ void printJson(const ZEL_ParmList &parms)
         }
         ZELT_Json json;
         json["token"] = parm.getToken();
-        json.update(asJson(stateOf(parm)));
+        json.update(asJson(stateOf(parm, messages)));
         if (description->isSwitcher()) {
             json["tabs"] = ZELT_Json::array();
             for (int tab = 0; tab < parm.getVectorSize(); ++tab) {
                 ZELT_Json one;
                 one["label"] = folderLabel(parm, tab);
-                one.update(asJson(stateOfTab(parm, tab)));
+                one.update(asJson(stateOfTab(parm, tab, messages)));
                 json["tabs"].push_back(one);
             }
         }
@@ -117,9 +133,9 @@ int showState(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
     }
     const TRK_EvalContext::Scope context(BASgetSTID(), call.node.time);
     if (options.json) {
-        printJson(session->getParms());
+        printJson(session->getParms(), messages);
     } else {
-        printText(session->getParms());
+        printText(session->getParms(), messages);
     }
     messages.takeErrors("");
     return messages.hasErrors() ? 1 : 0;

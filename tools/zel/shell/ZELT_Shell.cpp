@@ -4,6 +4,7 @@
 #include "ZELT_Script.h"
 
 #include <BAS/BAS_Thread.h>
+#include <EVL/EVL.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_InputBudget.h>
@@ -68,13 +69,26 @@ void ZELT_Shell::dispatch(const ZELT_ShellWords &words, std::string_view line)
     }
 }
 
+/// Whatever a command evaluates and doesn't report itself.
+void ZELT_Shell::callAndTell(const ZELT_ShellCommand &command, const ZELT_ShellWords &words)
+{
+    int &error = EVL::theErrNo[BASgetSTID()];
+    error = EVL::EVL_OK;
+    command.call(*this, words);
+    if (error != EVL::EVL_OK) {
+        fail("an evaluation failed: " + ZELTevaluationError(error));
+        error = EVL::EVL_OK;
+    }
+}
+
 void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &words,
                       std::string_view line)
 {
     const TRK_EvalContext::Scope context(BASgetSTID(), myTime);
+    const TRK_EvalContext::Work work;
     const ZEL_InputBudget budget(std::int64_t(line.size()));
     if ((command.flags & ZELT_SHELL_SEES_MESSAGES) != 0) {
-        command.call(*this, words);
+        callAndTell(command, words);
         return;
     }
     // Saves and loads stop at an error, so earlier ones that aren't printed yet are set aside.
@@ -84,7 +98,7 @@ void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &w
         if ((command.flags & ZELT_SHELL_EDITS) != 0) {
             step.emplace(myUndo, std::string(line));
         }
-        command.call(*this, words);
+        callAndTell(command, words);
     }
     scope.getOuterManager().stealErrors(scope.getManager());
 }

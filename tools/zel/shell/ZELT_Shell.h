@@ -141,6 +141,7 @@ private:
     void dispatch(const ZELT_ShellWords &words, std::string_view line);
     void call(const ZELT_ShellCommand &command, const ZELT_ShellWords &words,
               std::string_view line);
+    void callAndTell(const ZELT_ShellCommand &command, const ZELT_ShellWords &words);
 
     ZELT_Messages &myMessages;
     const ZELT_Script *myScript;

@@ -7,6 +7,7 @@
 #include "ZELT_Show.h"
 
 #include <BAS/BAS_Thread.h>
+#include <EVL/EVL.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_Template.h>
@@ -28,6 +29,7 @@ void help(ZELT_Shell &, const ZELT_ShellWords &)
 
 void list(ZELT_Shell &shell, const ZELT_ShellWords &)
 {
+    const int thread = BASgetSTID();
     const ZEL_ParmList &parms = shell.getParms();
     for (int i = 0; i < parms.getEntries(); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
@@ -38,7 +40,9 @@ void list(ZELT_Shell &shell, const ZELT_ShellWords &)
         std::cout << parm.getToken();
         const int size = description->isSwitcher() ? 0 : parm.getVectorSize();
         for (int k = 0; k < size; ++k) {
-            std::cout << ' ' << ZELTcellText(ZELTevaluate(parm, k, shell.getTime(), BASgetSTID()));
+            ZELT_EvaluationErrors errors(thread);
+            const ZELT_Cell cell = ZELTevaluate(parm, k, shell.getTime(), thread);
+            std::cout << ' ' << ZELTcellText(cell, errors.find() != EVL::EVL_OK);
         }
         std::cout << '\n';
     }

@@ -56,7 +56,8 @@ void printValues(ZELT_Shell &shell, const ZELT_ShellWords &words, const Read &re
 void eval(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     printValues(shell, words, [](const ZEL_Parm &parm, int index, double when, int thread) {
-        return ZELTcellText(ZELTevaluate(parm, index, when, thread));
+        constexpr bool failed = false; // what failed isn't printed
+        return ZELTcellText(ZELTevaluate(parm, index, when, thread), failed);
     });
 }
 
