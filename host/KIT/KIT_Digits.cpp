@@ -36,30 +36,42 @@ constexpr auto thePairs = [] {
     return pairs;
 }();
 
+/// Writes so many digits, at most nine, before the end; returns where they begin.
+char *writeDigits(char *end, uint32_t number, int digits)
+{
+    for (; digits > 1; digits -= 2, number /= 100) {
+        end -= 2;
+        std::memcpy(end, &thePairs[number % 100 * 2], 2);
+    }
+    if (digits > 0) {
+        *--end = static_cast<char>('0' + number);
+    }
+    return end;
+}
+
 /// The fraction isn't zero and has so many digits; zeros at its end aren't written.
 char *writeFraction(char *to, double value, uint64_t whole, uint64_t fraction, int digits)
 {
+    constexpr uint64_t theStep = 100000000; // eight digits
     if (std::signbit(value)) {
         *to++ = '-';
     }
     to = std::to_chars(to, to + KIT_Digits::theMostBytes / 2, whole).ptr;
     *to++ = '.';
-    if (fraction % 100000000 == 0) {
-        fraction /= 100000000;
+    if (fraction % theStep == 0) {
+        fraction /= theStep;
         digits -= 8;
     }
     for (; fraction % 10 == 0; fraction /= 10) {
         --digits;
     }
-    char *at = to + digits;
-    for (; at - to > 1; fraction /= 100) {
-        at -= 2;
-        std::memcpy(at, &thePairs[fraction % 100 * 2], 2);
+    char *const end = to + digits;
+    char *at = end;
+    for (; digits > 8; digits -= 8, fraction /= theStep) {
+        at = writeDigits(at, static_cast<uint32_t>(fraction % theStep), 8);
     }
-    if (at != to) {
-        *to = static_cast<char>('0' + fraction);
-    }
-    return to + digits;
+    writeDigits(at, static_cast<uint32_t>(fraction), digits);
+    return end;
 }
 
 constexpr auto thePowers = [] {
