@@ -10,7 +10,10 @@
 
 #include <ZEL/ZEL_NameTable.h>
 
+#include <cstring>
 #include <memory>
+#include <string_view>
+#include <vector>
 
 class ZEL_Template;
 
@@ -22,6 +25,16 @@ public:
     ZEL_OpSharedInfo(const ZEL_Template *templates, int count);
 
     const ZEL_NameTable &parmTokens() const { return myParmTokens; }
+    /// Whether parmTokens() has the index for that token: quicker to ask than to find it.
+    bool isTokenOf(std::string_view token, int index) const
+    {
+        if (token.empty() || std::size_t(index) >= myFoundTokens.size()) {
+            return false;
+        }
+        const KIT_StringHolder &found = myFoundTokens[std::size_t(index)];
+        return found.length() == token.size() &&
+               std::memcmp(found.nonNullStr(), token.data(), token.size()) == 0;
+    }
     const ZEL_NameTable &channelTokens() const { return myChannelTokens; }
     std::int64_t getMemoryUsage(bool inclusive) const;
 
@@ -37,4 +50,5 @@ public:
 private:
     ZEL_NameTable myParmTokens;
     ZEL_NameTable myChannelTokens;
+    std::vector<KIT_StringHolder> myFoundTokens; // by index; null if another index has the token
 };

@@ -116,6 +116,8 @@ public:
     int getParmIndex(const KIT_StringRef &token) const;
     int getParmIndex(const char *token) const { return getParmIndex(KIT_StringRef(token)); }
     int getParmIndex(const ZEL_Name &name) const;
+    /// Asks first whether `likely` is the index, as where tokens come in list order.
+    int getLikelyParmIndex(std::string_view token, int likely) const;
     /// Looks up by the token of `parm`, which may belong to another list.
     int getParmIndex(const ZEL_Parm *parm) const;
     /// Null outside 0 .. entries - 1.

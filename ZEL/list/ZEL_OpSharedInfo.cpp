@@ -3,6 +3,7 @@
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/support/ZEL_LostTextPrivate.h>
 
+#include <algorithm>
 #include <unordered_map>
 
 namespace
@@ -53,13 +54,21 @@ ZEL_OpSharedInfo::ZEL_OpSharedInfo(const ZEL_Template *templates, int count)
             myChannelTokens.insert(channels[c], i);
         }
     }
+    myFoundTokens.resize(std::size_t(std::max(count, 0)));
+    for (int i = 0; i < count; ++i) {
+        const KIT_StringRef &token = templates[i].getTokenRef();
+        if (myParmTokens.find(token) == i) {
+            myFoundTokens[std::size_t(i)] = KIT_StringHolder(token);
+        }
+    }
     lost.check();
 }
 
 std::int64_t ZEL_OpSharedInfo::getMemoryUsage(bool inclusive) const
 {
     return (inclusive ? std::int64_t(sizeof(*this)) : 0) + myParmTokens.getMemoryUsage(false) +
-           myChannelTokens.getMemoryUsage(false);
+           myChannelTokens.getMemoryUsage(false) +
+           std::int64_t(myFoundTokens.capacity() * sizeof(KIT_StringHolder));
 }
 
 std::shared_ptr<ZEL_OpSharedInfo> ZEL_OpSharedInfo::get(const KIT_StringRef &sharedName,

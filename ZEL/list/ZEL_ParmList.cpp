@@ -225,6 +225,13 @@ int ZEL_ParmList::getParmIndex(const KIT_StringRef &token) const
                                                                 : myInstanceTokens.find(token);
 }
 
+int ZEL_ParmList::getLikelyParmIndex(std::string_view token, int likely) const
+{
+    return likely < getEntries() && mySharedInfo->isTokenOf(token, likely)
+               ? likely
+               : getParmIndex(KIT_StringRef(token.data(), token.size()));
+}
+
 int ZEL_ParmList::getParmIndex(const ZEL_Name &name) const
 {
     return getParmIndex(name.getTokenRef());

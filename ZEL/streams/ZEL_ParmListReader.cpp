@@ -80,11 +80,16 @@ bool peekPacket(KIT_Packet &packet, KIT_IStream &is, int &classId, int &packetId
 // ---------------------------------------------------------------------- //
 
 /// In the list, which nothing has to grow for. The name needs no NUL after it: it is only compared.
-ZEL_Parm *ZEL_ParmListReader::findListed(std::string_view name) const
+/// Entries that this library wrote are in list order.
+ZEL_Parm *ZEL_ParmListReader::findListed(std::string_view name)
 {
-    const KIT_StringRef token(name.data(), name.size());
-    ZEL_Parm *parm = myList.getParmPtr(myList.getParmIndex(token));
-    return isSaved(parm) ? parm : nullptr;
+    const int index = myList.getLikelyParmIndex(name, myNext);
+    ZEL_Parm *const parm = myList.getParmPtr(index);
+    if (!isSaved(parm)) {
+        return nullptr;
+    }
+    myNext = index + 1;
+    return parm;
 }
 
 ZEL_Parm *ZEL_ParmListReader::findParm(const KIT_StringRef &name, bool useMap)
@@ -279,7 +284,8 @@ bool ZEL_ParmListReader::readPacket(KIT_IStream &is, int packetId)
     if (!is.readTextAfter(myToken)) {
         return false;
     }
-    if (ZEL_Parm *parm = findParm(refTo(myToken), theUseMap)) {
+    ZEL_Parm *const listed = findListed(myToken.view());
+    if (ZEL_Parm *parm = listed ? listed : findParm(refTo(myToken), theUseMap)) {
         return parm->load(is);
     }
     unknownParm(myToken, withName(myToken.buffer(), ": ", myName));

@@ -35,7 +35,7 @@ public:
     void offerUnknownNames(KIT_StringArray &names);
 
 private:
-    ZEL_Parm *findListed(std::string_view name) const;
+    ZEL_Parm *findListed(std::string_view name);
     bool isKnown(const KIT_StringRef &name);
     /// The names of a stream that are unknown here, in stream order; restores the stream's
     /// position. A multi-parameter that claims a name grows.
@@ -48,5 +48,6 @@ private:
     const char *myName;
     ZEL_ParmList *myFallbackList;
     ZEL_ParmNameMap myMap;
+    int myNext = 0;         // index after that of the last entry's parameter
     KIT_WorkBuffer myToken; // of the entry, until the next one in a binary stream
 };

@@ -136,6 +136,18 @@ TEST(Lists, TheFirstListOfANameDecides)
     EXPECT_EQ(small.getParmIndex("scale"), 1) << "the tables have 1, too";
     EXPECT_EQ(small.getParmIndexFromChannel("copies", nullptr), -1);
 
+    ZEL_Template twice[] = {theOthers[1], theOthers[3], theOthers[1], ZEL_Template()};
+    ZEL_ParmList equal(twice, nullptr, nullptr, nullptr, "", false);
+    EXPECT_EQ(equal.getParmIndex("scale"), 2) << "the last of equal tokens";
+    for (const ZEL_ParmList *list : {&first, &second, &small, &equal}) {
+        for (const char *token : {"t", "scale", "copies", "extra", "", "tx"}) {
+            for (int likely = -1; likely < 5; ++likely) {
+                EXPECT_EQ(list->getLikelyParmIndex(token, likely), list->getParmIndex(token))
+                    << "whatever is likely: " << token << likely;
+            }
+        }
+    }
+
     ZEL_ParmList::renameOpSharedInfo("shared", "renamed");
     ZEL_ParmList third(theOthers, nullptr, nullptr, nullptr, "renamed", false);
     EXPECT_EQ(third.getParmIndex("t"), 0);
