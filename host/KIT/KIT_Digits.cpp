@@ -111,9 +111,10 @@ char *writeUsual(char *to, double value)
 
     const int decimals = bits * 1233 / 4096 + 1; // by the logarithm of two
     const uint64_t scale = thePowers[static_cast<size_t>(decimals)];
-    // In units of 1 / 2^bits of the last decimal; half way, the even number is read.
+    // In units of 1 / 2^bits of the last decimal. None lies half way to the next number: that has
+    // more decimals.
     const uint64_t unit = uint64_t{1} << bits;
-    const uint64_t reach = scale / 2 - numerator % 2;
+    const uint64_t reach = scale / 2;
     const Wide scaled = Wide(numerator) * scale;
     uint64_t digits = static_cast<uint64_t>(scaled >> bits);
     const uint64_t rest = static_cast<uint64_t>(scaled) & (unit - 1);
