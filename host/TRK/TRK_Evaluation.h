@@ -64,7 +64,7 @@ public:
     /// The thread has come to these by others' work.
     void skipTo(int64_t steps) { mySteps = steps; }
     /// Where an outermost evaluation begins to count: later than 0 if less than its limit is left.
-    int64_t restart(int64_t steps);
+    __attribute__((noinline)) int64_t restart(int64_t steps);
     /// Deducts what advance() has collected.
     void deduct();
 
