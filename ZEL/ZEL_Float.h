@@ -111,6 +111,16 @@ private:
     /// The value of one component, as every numeric read returns it.
     double resolveComponent(ZEL_ParmList *list, double time, int index, int thread,
                             OwnerStep ownerStep) const;
+    /// The same, in the caller's code.
+    double readComponent(ZEL_ParmList *list, double time, int index, int thread,
+                         OwnerStep ownerStep) const;
+    /// The same where the owner has overrides to cook first.
+    double resolvePending(ZEL_ParmList *list, ZEL_ParmOwner &owner, double time, int index,
+                          int thread) const;
+    /// The same with rare state, which may contain an override or a channel.
+    double resolveRare(ZEL_ParmList *list, const Rare &record, double time, int index,
+                       int thread) const;
+    double limited(double value) const;
     double evaluateChannel(ZEL_ParmList *list, TRK_Channel *channel, double time, int index,
                            int thread, bool &timeDependent) const;
     template <class T>

@@ -659,6 +659,13 @@ protected:
     /// the instance ends.
     struct Rare : KIT_SmallObject<>
     {
+        // First what every evaluation reads, in one cache line.
+        /// One for each component, or null while none has one. Not with the values, which evaluation
+        /// threads write: these are read by all of them.
+        TRK_Channel **channels = nullptr;
+        TRK_Channel *onlyChannel = nullptr;     // of a single component
+        ZEL_OverrideArray *overrides = nullptr; // ZEL_Overridable's
+        ZEL_ParmMicroNode *microNodes = nullptr;
         std::uint32_t locks = 0;
         std::uint32_t autoScope = 0;  // with OWN_AUTO_SCOPE
         std::uint32_t autoSelect = 0; // with OWN_AUTO_SELECT
@@ -667,17 +674,11 @@ protected:
         BAS_ByteLock microNodeLock;
         ZEL_Parm *parm = nullptr; // unless it lies before the instance
         const ZEL_Multi *multiOwner = nullptr;
-        /// One for each component, or null while none has one. Not with the values, which evaluation
-        /// threads write: these are read by all of them.
-        TRK_Channel **channels = nullptr;
-        TRK_Channel *onlyChannel = nullptr;           // of a single component
         std::unique_ptr<TRK_Channel *[]> ownChannels; // of several
-        ZEL_ParmMicroNode *microNodes = nullptr;
         ZEL_ConstMicroNode *constMicroNodes = nullptr;
         std::unique_ptr<KIT_StringHolder[]> aliases;
         std::unique_ptr<ColorRecord[]> colors;
         std::unique_ptr<ZEL_Value> inputNotify;
-        ZEL_OverrideArray *overrides = nullptr; // ZEL_Overridable's
 
         Rare();
         ~Rare();

@@ -450,11 +450,11 @@ private:
     ZEL_MultiType myMultiType = ZEL_MULTITYPE_NONE;
     ZEL_TypeExtended myTypeExtended = ZEL_TYPEX_NONE;
     int32_t myVectorSize = 0;
+    ZEL_Range *myRange = nullptr; // up to here what each evaluation reads
     ZEL_Name *myName = nullptr;
     std::unique_ptr<Override[]> myDefaults; // vector-size slots
     ZEL_Default *myFactoryDefaults = nullptr;
     ZEL_ChoiceList *myChoiceList = nullptr;
-    ZEL_Range *myRange = nullptr;
     ZEL_Callback myCallback;
     ZEL_SpareData *mySpare = nullptr;
     ZEL_ConditionalBase *myConditional = nullptr;

@@ -622,16 +622,14 @@ void ZEL_Instance::setTimeDependent(int index, bool timeDependent) const
     if (type.hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_NOREFRESH)) {
         return;
     }
-    if (ZEL_ParmMicroNode *nodes = threadSafeMicroNodes()) {
-        markMicroNode(nodes, index, timeDependent);
-    }
-    if (!timeDependent) {
-        return;
-    }
-    if (ZEL_ParmList *list = getParmList()) {
+    ZEL_ParmList *const list = timeDependent ? getParmList() : nullptr;
+    if (list) {
         list->setTimeDependent();
         if (type.isCookable()) {
             list->setCookTimeDependent();
         }
+    }
+    if (ZEL_ParmMicroNode *nodes = threadSafeMicroNodes()) {
+        markMicroNode(nodes, index, timeDependent);
     }
 }

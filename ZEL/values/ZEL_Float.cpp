@@ -107,19 +107,20 @@ void ZEL_Float::storeValue(int index, double value) const
 double ZEL_Float::constrainedValue(double value, bool useMin, bool useMax, bool round) const
 {
     const ZEL_Range *range = getRangePtr();
-    if (useMin && range && range->getParmMin() > value) {
-        value = range->getParmMin();
-    } else if (useMax && range && range->getParmMax() < value) {
-        value = range->getParmMax();
-    }
+    value = range ? range->constrain(useMin, useMax, value) : value;
     return round ? halvesUp(value) : value;
+}
+
+inline double ZEL_Float::limited(double value) const
+{
+    const ZEL_Range *range = getRangePtr();
+    value = range ? range->constrain(value) : value;
+    return getType().hasFloatType(ZEL_Type::ZEL_FLOAT_INTEGER) ? halvesUp(value) : value;
 }
 
 double ZEL_Float::constrainedValue(double value) const
 {
-    const ZEL_Range *range = getRangePtr();
-    return constrainedValue(value, range && range->hasParmMin(), range && range->hasParmMax(),
-                            getType().hasFloatType(ZEL_Type::ZEL_FLOAT_INTEGER));
+    return limited(value);
 }
 
 double ZEL_Float::constrainedRawValue(int index) const
@@ -138,31 +139,52 @@ double ZEL_Float::evaluateChannel(ZEL_ParmList *list, TRK_Channel *channel, doub
     return value;
 }
 
-double ZEL_Float::resolveComponent(ZEL_ParmList *list, double time, int index, int thread,
-                                   OwnerStep ownerStep) const
+// What a plain read doesn't need is called last, so that it saves no register.
+inline __attribute__((always_inline)) double ZEL_Float::readComponent(ZEL_ParmList *list,
+                                                                      double time, int index,
+                                                                      int thread,
+                                                                      OwnerStep ownerStep) const
 {
     if (!validIndex(index)) {
         return 0.0;
     }
+    if (list && ownerStep == OwnerStep::ASK) {
+        ZEL_ParmOwner *owner = list->getParmOwner();
+        if (owner && owner->isPendingOverride()) {
+            return resolvePending(list, *owner, time, index, thread);
+        }
+    }
+    // No overrides, channels or nodes to mark without a record.
+    const Rare *const record = rare();
+    return record ? resolveRare(list, *record, time, index, thread) : limited(storedValue(index));
+}
+
+double ZEL_Float::resolveComponent(ZEL_ParmList *list, double time, int index, int thread,
+                                   OwnerStep ownerStep) const
+{
+    return readComponent(list, time, index, thread, ownerStep);
+}
+
+double ZEL_Float::resolvePending(ZEL_ParmList *list, ZEL_ParmOwner &owner, double time, int index,
+                                 int thread) const
+{
+    return cookFails(owner, getType().isAnimatible() ? time : 0.0, index, thread)
+               ? 0.0
+               : resolveComponent(list, time, index, thread, OwnerStep::SKIP);
+}
+
+double ZEL_Float::resolveRare(ZEL_ParmList *list, const Rare &record, double time, int index,
+                              int thread) const
+{
     const bool animatible = getType().isAnimatible();
     if (!animatible) {
         time = 0.0;
     }
-    if (list && ownerStep == OwnerStep::ASK) {
-        ZEL_ParmOwner *owner = list->getParmOwner();
-        if (owner && owner->isPendingOverride() && cookFails(*owner, time, index, thread)) {
-            return 0.0;
-        }
-    }
-    const Rare *const record = rare();
-    if (!record) {
-        return constrainedValue(storedValue(index)); // no overrides, channels or nodes to mark
-    }
     double value = 0.0;
-    if (record->overrides && evalOverrideValueImpl(list, time, index, thread, value) == 1) {
-        return constrainedValue(value);
+    if (record.overrides && evalOverrideValueImpl(list, time, index, thread, value) == 1) {
+        return limited(value);
     }
-    if (TRK_Channel *channel = record->channels ? record->channels[index] : nullptr) {
+    if (TRK_Channel *channel = record.channels ? record.channels[index] : nullptr) {
         bool timeDependent = false;
         value = evaluateChannel(list, channel, time, index, thread, timeDependent);
         setTimeDependent(index, timeDependent);
@@ -173,7 +195,7 @@ double ZEL_Float::resolveComponent(ZEL_ParmList *list, double time, int index, i
         value = storedValue(index);
         setTimeDependent(index, false);
     }
-    return constrainedValue(value);
+    return limited(value);
 }
 
 void ZEL_Float::getValue(ZEL_ParmList *list, double time, KIT_String &value, int index, bool,
@@ -190,7 +212,7 @@ void ZEL_Float::getValue(ZEL_ParmList *list, double time, KIT_String &value, int
 void ZEL_Float::getValue(ZEL_ParmList *list, double time, double &value, int index,
                          int thread) const
 {
-    value = resolveComponent(list, time, index, thread, OwnerStep::ASK);
+    value = readComponent(list, time, index, thread, OwnerStep::ASK);
 }
 
 void ZEL_Float::getValue(ZEL_ParmList *list, double time, std::int64_t &value, int index,

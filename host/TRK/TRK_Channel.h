@@ -207,8 +207,6 @@ private:
     /// lines.
     std::vector<double> myTimes;
     std::vector<TRK_Segment> mySegments;
-    double myDefault = 0.0;
-    double myPendingTime = 0.0;
     bool myPendingFlag = false;
     bool myTimeFlag = false;
     mutable uint8_t myTimeMark = 0; ///< relaxed
@@ -216,6 +214,8 @@ private:
     bool myScopeFlag = false;
     bool myChangedFlag = false;
     Holders myHolders = Holders::NEW;
+    double myDefault = 0.0;
+    double myPendingTime = 0.0;
     KIT_StringHolder myName;
     KIT_StringHolder myAlias;
     KIT_String myDefaultString;

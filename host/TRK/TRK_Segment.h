@@ -109,6 +109,8 @@ private:
     double myEnd;
     double myInValue = 0.0;
     double myOutValue = 0.0;
+    TRK_Interpolator myInterpolator = TRK_INTERP_BEZIER;
+    TRK_ExprLanguage myLanguage = TRK_LANGUAGE_NATIVE;
     double myInSlope = 0.0;
     double myOutSlope = 0.0;
     double myInAccel = 0.0;
@@ -116,6 +118,4 @@ private:
     mutable std::atomic<TRK_Expression *> myCompiled{nullptr};
     TRK_Channel *myChannel;
     KIT_String myText;
-    TRK_ExprLanguage myLanguage = TRK_LANGUAGE_NATIVE;
-    TRK_Interpolator myInterpolator = TRK_INTERP_BEZIER;
 };
