@@ -3,7 +3,7 @@
 /// lies one after the other, over many lists, so that a walk over a scene runs forward in memory. Not
 /// installed.
 ///
-/// Vocabulary: *chunk* = a huge page's worth of memory, from the system; *line* = a cache line.
+/// Vocabulary: *chunk* = 2 MB of memory, from the system; *line* = a cache line.
 /// Units:      sizes in bytes; blocks begin at a line and take whole lines.
 /// Ownership:  the allocating code gives a block back with the same size. A chunk without blocks goes
 ///             back to the system, except for some that the next blocks are cut from.
