@@ -135,6 +135,8 @@ protected:
     ZEL_Data(const ZEL_Data &source, ZEL_Parm *parm);
 
 private:
+    friend struct ZEL_Kind;
+
     using HeldChannels = KIT_SmallArray<TRK_Channel *, 8>;
 
     /// The index must be valid.

@@ -20,6 +20,8 @@
 class ZEL_API ZEL_Float : public ZEL_ValueInstance
 {
 public:
+    /// For a class that is derived from it: it has a record, and each read of a component calls
+    /// `setTimeDependent`, which it may override.
     ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm);
     ~ZEL_Float() override;
 
@@ -91,17 +93,19 @@ public:
     /// The same with three flags instead of the range's hard bits and the type.
     double constrainedValue(double value, bool useMin, bool useMax, bool round) const;
 
-    /// In memory that has, after the object, room for the values of a vector.
-    static ZEL_Float *makeIn(void *memory, ZEL_Template *templatePtr, ZEL_Parm *parm);
-
 protected:
     ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm);
-    /// Uses the room for the values of a vector.
-    ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm, double *room);
 
     double storedValue(int index) const { return BASload(values()[index]); }
 
 private:
+    friend struct ZEL_Kind;
+    friend class ZEL_Multi;
+
+    /// Use the room for the values of a vector, if there is one.
+    ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm, double *room);
+    ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm, double *room);
+
     enum class OwnerStep
     {
         ASK,

@@ -345,16 +345,18 @@ public:
     bool setVisibleState(bool visible, int index);
 
     bool getAutoScopedFlag(int index) const { return testMask(getAutoScopeField(), index); }
-    /// The template's field until the instance gets one of its own.
+    /// The template's field when the instance was made, until it is changed.
     std::uint32_t getAutoScopeField() const
     {
-        return testFlag(OWN_AUTO_SCOPE) ? rare()->autoScope : myTemplate->getAutoScopeField();
+        return testFlag(OWN_AUTO_SCOPE) ? rare()->autoScope
+               : testFlag(AUTO_SCOPED)  ? sizeBits()
+                                        : 0;
     }
     void setAutoScopedFlag(int index, bool flag);
     bool getAutoSelectFlag(int index) const { return testMask(getAutoSelectField(), index); }
     std::uint32_t getAutoSelectField() const
     {
-        return testFlag(OWN_AUTO_SELECT) ? rare()->autoSelect : myTemplate->getAutoSelectField();
+        return testFlag(OWN_AUTO_SELECT) ? rare()->autoSelect : testFlag(NO_AUTO_SELECT) ? 0 : ~0u;
     }
     void setAutoSelectFlag(int index, bool flag);
 
@@ -417,7 +419,7 @@ public:
     TRK_Channel *getChannel(int index) const
     {
         const Rare *record = rare();
-        return record && record->channels ? record->channels[index] : nullptr;
+        return record ? record->channel(index) : nullptr;
     }
     void setChannel(int index, TRK_Channel *channel);
     /// How many components have a channel.
@@ -506,7 +508,8 @@ public:
         if ((word & theOwnerBit) != 0) {
             return reinterpret_cast<const ZEL_Multi *>(word - theOwnerBit);
         }
-        return word != 0 ? reinterpret_cast<const Rare *>(word)->multiOwner : nullptr;
+        const Rare *record = rareIn(word);
+        return record ? record->multiOwner : nullptr;
     }
     void setMultiParmOwner(const ZEL_Multi *owner);
 
@@ -583,11 +586,12 @@ protected:
     /// All components: (1 << size) - 1 with the shift modulo 32, so 0 for a size of 32.
     std::uint32_t sizeBits() const { return bit(getVectorSize()) - 1u; }
     void setMaskBits(std::uint32_t &mask, int index, bool on) const;
-    // Relaxed: evaluation reads where a value is while one thread sets other flags.
+    // Evaluation reads where a value is while one thread sets flags.
     bool testFlag(std::uint32_t flag) const { return (BASload(myFlags) & flag) != 0; }
+    std::uint32_t loadFlags() const { return __atomic_load_n(&myFlags, __ATOMIC_ACQUIRE); }
     void setFlag(std::uint32_t flag, bool on)
     {
-        BASstore(myFlags, on ? myFlags | flag : myFlags & ~flag);
+        __atomic_store_n(&myFlags, on ? myFlags | flag : myFlags & ~flag, __ATOMIC_RELEASE);
     }
 
     void internalAddChannel(int index, const char *expression, TRK_ExprLanguage language,
@@ -619,8 +623,14 @@ protected:
         constexpr std::uint32_t theWritten = ZEL_INST_EXPRESSION | ZEL_INST_SAVE_AUTOSCOPE |
                                              ZEL_INST_SAVE_AUTOSELECT | ZEL_INST_BYPASS |
                                              ZEL_INST_SAVE_LABEL;
-        return !rare() && (myFlags & theWritten) == 0;
+        if ((myFlags & theWritten) != 0) {
+            return false;
+        }
+        const Rare *record = rare();
+        return !record || (record->locks == 0 && !record->colors && getChannelCount() == 0);
     }
+    /// Whether a component has, or had, a channel: a load then looks at each.
+    bool hasSlots() const { return rare() && rare()->channels; }
     /// False for an unknown id or a failed read.
     bool loadBinaryOption(KIT_IStream &is, short id);
 
@@ -644,6 +654,9 @@ protected:
     /// Bits of myFlags that nothing outside sees.
     enum PrivateFlag : std::uint32_t
     {
+        VALUE_MOVED = 0x1,     // with VALUES_APART: the record has the pointer, to a single value
+        AUTO_SCOPED = 0x2,     // the autoscope field is all components, without it 0
+        NO_AUTO_SELECT = 0x4,  // the autoselect field is 0, without it all ones
         BESIDE_PARM = 0x20000, // the parameter is the object before this one
         OWN_AUTO_SCOPE = 0x40000,
         OWN_AUTO_SELECT = 0x80000,
@@ -652,7 +665,7 @@ protected:
         VALUES_APART = 0x400000, // the object has a pointer to its values
         VALUES_OWNED = 0x800000, // and frees them
         PLACE = 0xff000000,      // distance from the block's start, in units; 0 outside a block
-        PRIVATE_FLAGS = ~0x1ffffu
+        PRIVATE_FLAGS = ~0x1fff8u
     };
     struct ColorRecord;
     /// What few parameters have; made when the first of it is used, by any thread, and kept until
@@ -662,8 +675,9 @@ protected:
         // First what every evaluation reads, in one cache line.
         /// One for each component, or null while none has one. Not with the values, which evaluation
         /// threads write: these are read by all of them.
-        TRK_Channel **channels = nullptr;
+        TRK_Channel **channels = nullptr;       // owned, unless it is the next
         TRK_Channel *onlyChannel = nullptr;     // of a single component
+        void *movedValue = nullptr;             // with VALUE_MOVED
         ZEL_OverrideArray *overrides = nullptr; // ZEL_Overridable's
         ZEL_ParmMicroNode *microNodes = nullptr;
         std::uint32_t locks = 0;
@@ -672,9 +686,8 @@ protected:
         std::uint32_t visible = 0;    // with OWN_VISIBLE
         std::uint32_t active = 0;
         BAS_ByteLock microNodeLock;
-        ZEL_Parm *parm = nullptr; // unless it lies before the instance
+        ZEL_Parm *parm = nullptr; // unless it is beside the instance
         const ZEL_Multi *multiOwner = nullptr;
-        std::unique_ptr<TRK_Channel *[]> ownChannels; // of several
         ZEL_ConstMicroNode *constMicroNodes = nullptr;
         std::unique_ptr<KIT_StringHolder[]> aliases;
         std::unique_ptr<ColorRecord[]> colors;
@@ -682,14 +695,18 @@ protected:
 
         Rare();
         ~Rare();
+        /// A channel is found after the value that its evaluation writes.
+        TRK_Channel *channel(int index) const
+        {
+            TRK_Channel *const *slots = __atomic_load_n(&channels, __ATOMIC_ACQUIRE);
+            return slots ? __atomic_load_n(slots + index, __ATOMIC_ACQUIRE) : nullptr;
+        }
     };
     Rare &makeRare() const;
     /// Null while there is none.
-    Rare *rare() const
-    {
-        const std::uintptr_t word = __atomic_load_n(&myRare, __ATOMIC_ACQUIRE);
-        return (word & theOwnerBit) != 0 ? nullptr : reinterpret_cast<Rare *>(word);
-    }
+    Rare *rare() const { return rareIn(__atomic_load_n(&myRare, __ATOMIC_ACQUIRE)); }
+    /// With VALUE_MOVED, when there is a record.
+    void *movedValue() const { return reinterpret_cast<const Rare *>(BASload(myRare))->movedValue; }
     /// Called once, before the first channel is put into a slot: from then on evaluating threads
     /// write the values. Kinds that hold values in the object move them out of it. Base: nothing.
     virtual void moveValuesApart();
@@ -711,6 +728,7 @@ private:
     struct Options;
 
     void place(ZEL_Parm *parm);
+    void readTemplateMasks();
     void initTakeFlags();
     std::uint32_t allBits() const { return getVectorSize() == 0 ? ~0u : sizeBits(); }
     std::uint32_t visibleField() const;
@@ -736,13 +754,19 @@ private:
     bool reloadChannelPtr(TRK_Collection &collection, int index);
     bool isFirstRampPosition() const;
 
-    /// Set in myRare when that is the multi owner, for want of anything else.
+    /// Set in myRare when that is the multi owner, or the parameter that lies elsewhere, for want of
+    /// anything else.
     static constexpr std::uintptr_t theOwnerBit = 1;
+    static constexpr std::uintptr_t theParmBit = 2;
+    static Rare *rareIn(std::uintptr_t word)
+    {
+        return (word & (theOwnerBit | theParmBit)) != 0 ? nullptr : reinterpret_cast<Rare *>(word);
+    }
 
     std::uint32_t myFlags;
     std::uint32_t myEnableState;
     std::uint32_t myDirtyFlags;
     std::uint32_t mySendExtraFlags;
     ZEL_Template *myTemplate;
-    mutable std::uintptr_t myRare; // the record, or the owner with theOwnerBit, or 0
+    mutable std::uintptr_t myRare; // the record, or what a bit says, or 0
 };

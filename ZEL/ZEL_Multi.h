@@ -205,6 +205,7 @@ protected:
 
 private:
     friend class ZEL_ParmList;
+    friend struct ZEL_Kind;
 
     class Changing;
     class ItemSteps;

@@ -105,15 +105,16 @@ public:
     /// The same, except that a literal bare word counts as an unknown token, not as an expression.
     static bool isExpression(const ZEL_Default &record, const ZEL_Template *templatePtr);
 
-    /// In memory that has, after the object, room for the values of a vector.
-    static ZEL_Ordinal *makeIn(void *memory, ZEL_Template *templatePtr, ZEL_Parm *parm);
-
 protected:
     ZEL_Ordinal(const ZEL_Ordinal &source, ZEL_Parm *parm);
-    /// Uses the room for the values of a vector.
-    ZEL_Ordinal(ZEL_Template *templatePtr, ZEL_Parm *parm, std::int64_t *room);
 
 private:
+    friend struct ZEL_Kind;
+
+    /// Use the room for the values of a vector, if there is one.
+    ZEL_Ordinal(ZEL_Template *templatePtr, ZEL_Parm *parm, std::int64_t *room);
+    ZEL_Ordinal(const ZEL_Ordinal &source, ZEL_Parm *parm, std::int64_t *room);
+
     class Choices;
     friend class Choices;
 

@@ -904,6 +904,8 @@ private:
     /// the block.
     ZEL_Parm(ZEL_Template *templatePtr, ZEL_ParmList *list, const ZEL_Kind &kind,
              std::size_t place);
+    ZEL_Parm(const ZEL_Instance &source, ZEL_ParmList *list, const ZEL_Kind &kind,
+             std::size_t place);
 
     struct InstanceDeleter
     {

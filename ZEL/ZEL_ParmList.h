@@ -55,6 +55,7 @@ class ZEL_OpSharedInfo;
 class ZEL_Parm;
 class ZEL_ParmMicroNode;
 class ZEL_ParmOwner;
+class ZEL_ParmPlaces;
 class ZEL_PresetInfo;
 class ZEL_Template;
 class ZEL_Type;
@@ -480,9 +481,10 @@ private:
     ZEL_Parm *placeMultiParm(ZEL_OwnedParm made, const ZEL_Multi &multi, bool &isNew);
     void moveMultiParmAlias(int parmIndex, int item, bool up);
 
-    ZEL_Parm *createSpareParm(ZEL_Template &description);
+    ZEL_Parm *createSpareParm(ZEL_ParmPlaces &places);
     void announceSpareChanges(ZEL_Template *templates, bool forceCopy);
-    ZEL_Parm *remakeSpareParm(ZEL_Template &description, bool forceCopy, double time, bool notify);
+    ZEL_Parm *remakeSpareParm(const ZEL_Template &description, ZEL_ParmPlaces &places,
+                              bool forceCopy, double time, bool notify);
     void keepOneOf(ZEL_Parm &old, int oldIndex, ZEL_Parm &made);
     void removeSpareParm(ZEL_Parm &parm, int index, double time, bool notify);
     void removeReplacedParm(const ZEL_Parm *parm, int index);

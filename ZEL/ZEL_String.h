@@ -136,6 +136,8 @@ protected:
     ZEL_String(const ZEL_String &source, ZEL_Parm *parm);
 
 private:
+    friend struct ZEL_Kind;
+
     /// One component, stored text unexpanded.
     void evalValue(ZEL_ParmList *list, double time, int index, int thread, KIT_String &out) const;
     /// False if `out` is final.

@@ -65,7 +65,7 @@ protected:
     ///@{
     /// The numbers of the components: that of a single one, or with VALUES_APART where they all
     /// are. They are outside the object once there are channels: evaluation threads write them then,
-    /// but only read the rest of the object.
+    /// but only read the rest of the object. Where that of a single one is then is in the record.
     template <class T>
     union Numbers
     {
@@ -75,7 +75,12 @@ protected:
     template <class T>
     T *dataOf(Numbers<T> &numbers) const
     {
-        return testFlag(VALUES_APART) ? numbers.apart : &numbers.only;
+        const std::uint32_t flags = loadFlags();
+        if ((flags & VALUES_APART) == 0) {
+            return &numbers.only;
+        }
+        return (flags & VALUE_MOVED) == 0 ? __atomic_load_n(&numbers.apart, __ATOMIC_ACQUIRE)
+                                          : static_cast<T *>(movedValue());
     }
     /// Zeros; in the room, which the caller keeps, if there is one and they are several.
     template <class T>

@@ -5,6 +5,9 @@
 //   walk/array      every value of every list, beside plain arrays
 //   build/STORE     make the lists, their tables shared, beside copies of a document
 //   memory/KIND     resident memory of lists at their defaults, beside a hash map in each object
+//   memory/spare, memory/copied
+//                   the same of lists whose parameters are all spare, or that are copies of another one,
+//                   beside lists of the templates
 //   FORM/save, /load, /make_load
 //                   save; load into lists that stand; load with making them. Beside lists that stand, the
 //                   messages of protobuf get their memory from an arena
@@ -213,6 +216,38 @@ void build(benchmark::State &state)
         });
 }
 
+/// Lists with the same parameters as spare ones, a set for each.
+struct SpareStore : ListStore
+{
+    using ListStore::ListStore;
+    void make(int count)
+    {
+        for (static ZEL_Template theNone[1]; count-- > 0;) {
+            made.push_back(std::make_unique<ZEL_ParmList>(theNone, nullptr, nullptr, nullptr,
+                                                          "bench_spare", false));
+            made.back()->updateSpareParmTemplates(templates.data(), false);
+        }
+    }
+
+    std::vector<ZEL_Template> templates = makeTemplates(lists);
+};
+
+/// Copies of a list, as a node's are after a change of its type.
+struct CopiedStore : ListStore
+{
+    using ListStore::ListStore;
+    void make(int count)
+    {
+        for (; count-- > 0;) {
+            made.push_back(std::make_unique<ZEL_ParmList>(*source.front(), templates.data(), nullptr,
+                                                          nullptr, "bench_copied", true));
+        }
+    }
+
+    std::vector<ZEL_Template> templates = makeTemplates(lists);
+    ListVector source = makeLists(lists, 1);
+};
+
 /// Bytes of this process that no file backs.
 double anonymousBytes()
 {
@@ -252,6 +287,10 @@ const Memory theMemory[] = {
     {"mixed", printMemory<ListStore>, Lists::MIXED, "bytes"},
     {"mixed", printMemory<MixedMapStore>, Lists::MIXED, "base_bytes"},
     {"mixed", printMemory<JsonStore>, Lists::MIXED, "nlohmann_bytes"},
+    {"spare", printMemory<SpareStore>, Lists::FLOAT, "bytes"},
+    {"spare", printMemory<ListStore>, Lists::FLOAT, "base_bytes"},
+    {"copied", printMemory<CopiedStore>, Lists::FLOAT, "bytes"},
+    {"copied", printMemory<ListStore>, Lists::FLOAT, "base_bytes"},
 #ifdef ZEL_BENCH_RAPIDJSON
     {"float", printMemory<RapidStore>, Lists::FLOAT, "rapidjson_bytes"},
     {"mixed", printMemory<RapidStore>, Lists::MIXED, "rapidjson_bytes"},
@@ -404,7 +443,7 @@ void addRows(int size)
 #ifdef ZEL_BENCH_RAPIDJSON
     add("build/rapidjson", size, build<RapidStore>);
 #endif
-    for (const char *kind : {"float", "mixed"}) {
+    for (const char *kind : {"float", "mixed", "spare", "copied"}) {
         add(std::string("memory/") + kind, size, [=](auto &state) {
             memory(state, kind);
         })->Iterations(1);

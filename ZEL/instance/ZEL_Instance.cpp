@@ -24,7 +24,12 @@
 
 ZEL_Instance::Rare::Rare() = default;
 
-ZEL_Instance::Rare::~Rare() = default;
+ZEL_Instance::Rare::~Rare()
+{
+    if (channels != &onlyChannel) {
+        delete[] channels;
+    }
+}
 
 ZEL_Instance::ZEL_Instance(ZEL_Template *templatePtr, ZEL_Parm *parm)
     : myFlags(0), myEnableState(~0u), mySendExtraFlags(0), myTemplate(templatePtr), myRare(0)
@@ -35,6 +40,7 @@ ZEL_Instance::ZEL_Instance(ZEL_Template *templatePtr, ZEL_Parm *parm)
     }
     place(parm);
     initTakeFlags();
+    readTemplateMasks();
 }
 
 ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
@@ -45,6 +51,7 @@ ZEL_Instance::ZEL_Instance(const ZEL_Instance &source, ZEL_Parm *parm)
 {
     myDirtyFlags = sizeBits();
     place(parm);
+    readTemplateMasks();
     try {
         if (const ZEL_Value *value = source.inputNotifyValue()) {
             makeRare().inputNotify = std::make_unique<ZEL_Value>(*value);
@@ -78,19 +85,34 @@ void ZEL_Instance::place(ZEL_Parm *parm)
     if (parm && static_cast<void *>(parm + 1) == static_cast<void *>(this)) {
         myFlags |= BESIDE_PARM;
     } else if (parm) {
-        makeRare().parm = parm;
+        myRare = reinterpret_cast<std::uintptr_t>(parm) | theParmBit;
+    }
+}
+
+/// A later change of the template's masks doesn't change those of its instances.
+void ZEL_Instance::readTemplateMasks()
+{
+    const std::uint32_t scope = myTemplate->getAutoScopeField();
+    const std::uint32_t select = myTemplate->getAutoSelectField();
+    if (scope != 0) {
+        putAutoScope(scope);
+    }
+    if (select != ~0u) {
+        putAutoSelect(select);
     }
 }
 
 ZEL_Instance::Rare &ZEL_Instance::makeRare() const
 {
+    static_assert(sizeof(void *) != 8 || sizeof(Rare) == 112, "as ARCHITECTURE.md says");
     std::uintptr_t word = __atomic_load_n(&myRare, __ATOMIC_ACQUIRE);
-    if (word != 0 && (word & theOwnerBit) == 0) {
-        return *reinterpret_cast<Rare *>(word);
+    if (Rare *record = rareIn(word)) {
+        return *record;
     }
     // Evaluating threads make it too, for their nodes: the first one's stays.
     std::unique_ptr<Rare> made(new Rare);
     made->multiOwner = getMultiParmOwner();
+    made->parm = testFlag(BESIDE_PARM) ? nullptr : getParm();
     if (!__atomic_compare_exchange_n(&myRare, &word, reinterpret_cast<std::uintptr_t>(made.get()),
                                      false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE)) {
         return *reinterpret_cast<Rare *>(word);
@@ -103,15 +125,20 @@ ZEL_Parm *ZEL_Instance::getParm() const
     if (testFlag(BESIDE_PARM)) {
         return reinterpret_cast<ZEL_Parm *>(const_cast<ZEL_Instance *>(this)) - 1;
     }
-    const Rare *record = rare();
+    const std::uintptr_t word = __atomic_load_n(&myRare, __ATOMIC_ACQUIRE);
+    if ((word & theParmBit) != 0) {
+        return reinterpret_cast<ZEL_Parm *>(word - theParmBit);
+    }
+    const Rare *record = rareIn(word);
     return record ? record->parm : nullptr;
 }
 
 void ZEL_Instance::setMultiParmOwner(const ZEL_Multi *owner)
 {
-    if (Rare *record = rare()) {
+    const bool makeFlag = owner && (__atomic_load_n(&myRare, __ATOMIC_ACQUIRE) & theParmBit) != 0;
+    if (Rare *record = makeFlag ? &makeRare() : rare()) {
         record->multiOwner = owner;
-    } else {
+    } else if (owner || getMultiParmOwner()) {
         const std::uintptr_t word =
             owner ? reinterpret_cast<std::uintptr_t>(owner) | theOwnerBit : 0;
         __atomic_store_n(&myRare, word, __ATOMIC_RELEASE);
@@ -531,20 +558,26 @@ void ZEL_Instance::setAutoSelectFlag(int index, bool flag)
     setAutoSelectField(field);
 }
 
+// All and none are flags here, too.
 void ZEL_Instance::putAutoScope(std::uint32_t field)
 {
-    if (field != getAutoScopeField()) {
+    const bool all = field != 0 && field == sizeBits();
+    const bool own = field != 0 && !all;
+    if (own) {
         makeRare().autoScope = field;
-        setFlag(OWN_AUTO_SCOPE, true);
     }
+    setFlag(AUTO_SCOPED, all);
+    setFlag(OWN_AUTO_SCOPE, own);
 }
 
 void ZEL_Instance::putAutoSelect(std::uint32_t field)
 {
-    if (field != getAutoSelectField()) {
+    const bool own = field != 0 && field != ~0u;
+    if (own) {
         makeRare().autoSelect = field;
-        setFlag(OWN_AUTO_SELECT, true);
     }
+    setFlag(NO_AUTO_SELECT, field == 0);
+    setFlag(OWN_AUTO_SELECT, own);
 }
 
 void ZEL_Instance::setAutoScopeField(std::uint32_t field)

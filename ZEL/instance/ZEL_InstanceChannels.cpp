@@ -129,9 +129,12 @@ TRK_Channel **ZEL_Instance::makeSlots()
     Rare &record = makeRare();
     if (!record.channels) {
         const int size = getVectorSize();
-        record.ownChannels.reset(size > 1 ? new TRK_Channel *[std::size_t(size)]() : nullptr);
-        record.channels = size > 1 ? record.ownChannels.get() : &record.onlyChannel;
+        std::unique_ptr<TRK_Channel *[]> several(size > 1 ? new TRK_Channel *[std::size_t(size)]()
+                                                          : nullptr);
         moveValuesApart();
+        // The last step, which can't fail: from now on threads that find a channel write values.
+        TRK_Channel **const slots = size > 1 ? several.release() : &record.onlyChannel;
+        __atomic_store_n(&record.channels, slots, __ATOMIC_RELEASE);
     }
     return record.channels;
 }
@@ -140,7 +143,7 @@ void ZEL_Instance::putChannel(int index, TRK_Channel *channel)
 {
     const Rare *record = rare();
     if (channel || (record && record->channels)) {
-        makeSlots()[index] = channel;
+        __atomic_store_n(makeSlots() + index, channel, __ATOMIC_RELEASE);
     }
 }
 

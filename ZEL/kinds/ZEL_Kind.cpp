@@ -13,6 +13,7 @@
 #include <iterator>
 #include <memory>
 #include <type_traits>
+#include <typeinfo>
 
 namespace
 {
@@ -32,48 +33,11 @@ T readValue(const ZEL_Parm &parm, double time, int index, int thread)
     return value;
 }
 
-template <class T>
-ZEL_Instance *make(ZEL_Template *description, ZEL_Parm *parm)
-{
-    return new T(description, parm);
-}
-
-template <class T>
-ZEL_Instance *makeIn(void *memory, ZEL_Template *description, ZEL_Parm *parm)
-{
-    if constexpr (std::is_same_v<T, ZEL_Float> || std::is_same_v<T, ZEL_Ordinal>) {
-        return T::makeIn(memory, description, parm);
-    } else {
-        return new (memory) T(description, parm);
-    }
-}
-
-template <class T>
-std::size_t bytes(const ZEL_Template &description)
-{
-    const bool hasRoom = std::is_same_v<T, ZEL_Float> || std::is_same_v<T, ZEL_Ordinal>;
-    const int size = description.getVectorSize();
-    return sizeof(T) + (hasRoom && size > 1 ? std::size_t(size) * sizeof(double) : 0);
-}
-
 static_assert(sizeof(void *) != 8 || (sizeof(ZEL_Parm) == 16 && sizeof(ZEL_Float) == 48 &&
                                       sizeof(ZEL_Ordinal) == 64 && sizeof(ZEL_String) == 64),
               "a parameter and its number are a cache line; a text or menu is 16 bytes more");
-
-ZEL_Instance *makeNothingIn(void *, ZEL_Template *, ZEL_Parm *)
-{
-    return nullptr;
-}
-
-std::size_t noBytes(const ZEL_Template &)
-{
-    return 0;
-}
-
-ZEL_Instance *makeNothing(ZEL_Template *, ZEL_Parm *)
-{
-    return nullptr;
-}
+static_assert(sizeof(void *) != 8 || (sizeof(ZEL_Data) == 96 && sizeof(ZEL_Multi) == 264),
+              "as ARCHITECTURE.md says");
 
 template <class T>
 void copyPlain(const ZEL_ComponentCopy &copy)
@@ -155,17 +119,76 @@ const char *openTextReference(const ZEL_Parm &parm, TRK_ExprLanguage language)
     return language == TRK_LANGUAGE_NATIVE ? "chs(\"" : openNumberReference(parm, language);
 }
 
+} // namespace
+
+/// How instances of a class are made.
+template <class T>
+struct ZEL_Kind::Maker
+{
+    static constexpr bool hasRoom = std::is_same_v<T, ZEL_Float> || std::is_same_v<T, ZEL_Ordinal>;
+    using Number = std::conditional_t<std::is_same_v<T, ZEL_Float>, double, std::int64_t>;
+
+    /// `source` is a description or an instance.
+    template <class Source>
+    static ZEL_Instance *construct(void *memory, const Source &source, ZEL_Parm *parm)
+    {
+        if constexpr (hasRoom) {
+            return new (memory)
+                T(source, parm, reinterpret_cast<Number *>(static_cast<T *>(memory) + 1));
+        } else {
+            return new (memory) T(source, parm);
+        }
+    }
+    static ZEL_Instance *make(ZEL_Template *description, ZEL_Parm *parm)
+    {
+        if constexpr (hasRoom) {
+            return new T(description, parm, nullptr);
+        } else {
+            return new T(description, parm);
+        }
+    }
+    static ZEL_Instance *makeIn(void *memory, ZEL_Template *description, ZEL_Parm *parm)
+    {
+        return construct(memory, description, parm);
+    }
+    static ZEL_Instance *copyIn(void *memory, const ZEL_Instance &source, ZEL_Parm *parm)
+    {
+        return construct(memory, static_cast<const T &>(source), parm);
+    }
+    static bool makes(const ZEL_Instance &instance) { return typeid(instance) == typeid(T); }
+    static std::size_t bytes(const ZEL_Template &description)
+    {
+        const int size = description.getVectorSize();
+        return sizeof(T) + (hasRoom && size > 1 ? std::size_t(size) * sizeof(Number) : 0);
+    }
+    static constexpr Making theMaking = {make, makeIn, copyIn, makes, bytes};
+};
+
+template <>
+struct ZEL_Kind::Maker<void>
+{
+    static ZEL_Instance *make(ZEL_Template *, ZEL_Parm *) { return nullptr; }
+    static ZEL_Instance *makeIn(void *, ZEL_Template *, ZEL_Parm *) { return nullptr; }
+    static ZEL_Instance *copyIn(void *, const ZEL_Instance &, ZEL_Parm *) { return nullptr; }
+    static bool makes(const ZEL_Instance &) { return false; }
+    static std::size_t bytes(const ZEL_Template &) { return 0; }
+    static constexpr Making theMaking = {make, makeIn, copyIn, makes, bytes};
+};
+
+namespace
+{
+
 constexpr ZEL_Kind theKinds[] = {
-    {ZEL_Type::ZEL_BASIC_FLOAT, 1, false, make<ZEL_Float>, makeIn<ZEL_Float>, bytes<ZEL_Float>,
-     copyPlain<double>, assignText, equal<double>, evaluate<double>, nullptr, openNumberReference},
-    {ZEL_Type::ZEL_BASIC_ORDINAL, 0, true, make<ZEL_Ordinal>, makeIn<ZEL_Ordinal>,
-     bytes<ZEL_Ordinal>, copyPlain<std::int64_t>, assignText, equal<std::int64_t>,
-     evaluate<std::int64_t>, nullptr, openNumberReference},
-    {ZEL_Type::ZEL_BASIC_STRING, 2, false, make<ZEL_String>, makeIn<ZEL_String>, bytes<ZEL_String>,
-     copyText, assignText, equal<KIT_String>, evaluate<KIT_String>, nullptr, openTextReference},
-    {ZEL_Type::ZEL_BASIC_DATA, 3, false, make<ZEL_Data>, makeIn<ZEL_Data>, bytes<ZEL_Data>,
-     copyPlain<Item>, copyPlain<Item>, equalItems, evaluate<Item>, hasItem, openNumberReference},
-    {ZEL_Type::ZEL_BASIC_NONE, 1, false, makeNothing, makeNothingIn, noBytes, copyPlain<double>,
+    {ZEL_Type::ZEL_BASIC_FLOAT, 1, false, ZEL_Kind::Maker<ZEL_Float>::theMaking, copyPlain<double>,
+     assignText, equal<double>, evaluate<double>, nullptr, openNumberReference},
+    {ZEL_Type::ZEL_BASIC_ORDINAL, 0, true, ZEL_Kind::Maker<ZEL_Ordinal>::theMaking,
+     copyPlain<std::int64_t>, assignText, equal<std::int64_t>, evaluate<std::int64_t>, nullptr,
+     openNumberReference},
+    {ZEL_Type::ZEL_BASIC_STRING, 2, false, ZEL_Kind::Maker<ZEL_String>::theMaking, copyText,
+     assignText, equal<KIT_String>, evaluate<KIT_String>, nullptr, openTextReference},
+    {ZEL_Type::ZEL_BASIC_DATA, 3, false, ZEL_Kind::Maker<ZEL_Data>::theMaking, copyPlain<Item>,
+     copyPlain<Item>, equalItems, evaluate<Item>, hasItem, openNumberReference},
+    {ZEL_Type::ZEL_BASIC_NONE, 1, false, ZEL_Kind::Maker<void>::theMaking, copyPlain<double>,
      assignText, equal<double>, evaluateNothing, nullptr, openNumberReference},
 };
 
@@ -173,9 +196,7 @@ constexpr ZEL_Kind theKinds[] = {
 constexpr ZEL_Kind theMulti = {ZEL_Type::ZEL_BASIC_FLOAT,
                                1,
                                false,
-                               make<ZEL_Multi>,
-                               makeIn<ZEL_Multi>,
-                               bytes<ZEL_Multi>,
+                               ZEL_Kind::Maker<ZEL_Multi>::theMaking,
                                copyPlain<double>,
                                assignText,
                                equal<double>,

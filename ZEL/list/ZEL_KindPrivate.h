@@ -52,12 +52,20 @@ struct ZEL_Kind
     int breadth;
     /// Holds whole numbers: it is set from the integer, not from the number the integer came from.
     bool wholeNumbers;
-    /// Null where nothing can be created.
-    ZEL_Instance *(*make)(ZEL_Template *description, ZEL_Parm *parm);
-    /// The same in memory of `bytes`, directly after the parameter.
-    ZEL_Instance *(*makeIn)(void *memory, ZEL_Template *description, ZEL_Parm *parm);
-    /// The instance and the numbers of a vector; 0 where nothing can be created.
-    std::size_t (*bytes)(const ZEL_Template &description);
+    struct Making
+    {
+        /// Null where nothing can be created.
+        ZEL_Instance *(*make)(ZEL_Template *description, ZEL_Parm *parm);
+        /// The same in memory of `bytes`, directly after the parameter.
+        ZEL_Instance *(*makeIn)(void *memory, ZEL_Template *description, ZEL_Parm *parm);
+        /// As `duplicateSelf` does, for a source that is what `make` makes.
+        ZEL_Instance *(*copyIn)(void *memory, const ZEL_Instance &source, ZEL_Parm *parm);
+        /// Whether the instance is what `make` makes.
+        bool (*makes)(const ZEL_Instance &instance);
+        /// The instance and the numbers of a vector; 0 where nothing can be created.
+        std::size_t (*bytes)(const ZEL_Template &description);
+    };
+    Making making;
     /// Copies as a user would set it: a text with its meaning, an expression as an expression.
     void (*copyComponent)(const ZEL_ComponentCopy &copy);
     /// Copies the stored value, from a component of the same kind.
@@ -69,6 +77,9 @@ struct ZEL_Kind
     bool (*hasTextlessValue)(const ZEL_Parm &parm, double time, int index, int thread);
     /// The opening of an expression that reads such a parameter.
     const char *(*referenceOpening)(const ZEL_Parm &parm, TRK_ExprLanguage language);
+
+    template <class T>
+    struct Maker;
 
     static const ZEL_Kind &find(const ZEL_Type &type);
     /// What makes the instance of a description: the multi-parameters are a kind here, too.

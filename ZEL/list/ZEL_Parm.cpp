@@ -28,7 +28,7 @@ ZEL_Instance *makeInstance(ZEL_Template *templatePtr, ZEL_Parm *parm)
     if (!templatePtr) {
         return nullptr;
     }
-    return ZEL_Kind::findMaker(*templatePtr).make(templatePtr, parm);
+    return ZEL_Kind::findMaker(*templatePtr).making.make(templatePtr, parm);
 }
 
 } // namespace
@@ -55,7 +55,15 @@ ZEL_Parm::ZEL_Parm(ZEL_Template *templatePtr, ZEL_ParmList *list, const ZEL_Kind
                    std::size_t place)
     : myParmList(list)
 {
-    myInstance.reset(kind.makeIn(this + 1, templatePtr, this));
+    myInstance.reset(kind.making.makeIn(this + 1, templatePtr, this));
+    myInstance->setPlace(place);
+}
+
+ZEL_Parm::ZEL_Parm(const ZEL_Instance &source, ZEL_ParmList *list, const ZEL_Kind &kind,
+                   std::size_t place)
+    : myParmList(list)
+{
+    myInstance.reset(kind.making.copyIn(this + 1, source, this));
     myInstance->setPlace(place);
 }
 

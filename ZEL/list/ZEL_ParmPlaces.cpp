@@ -40,9 +40,23 @@ ZEL_ParmPlaces::~ZEL_ParmPlaces()
     release(myBlock);
 }
 
-std::size_t ZEL_ParmPlaces::placeBytes(const ZEL_Template &description, const ZEL_Kind &kind)
+const ZEL_Instance *ZEL_ParmPlaces::originalAt(int index) const
 {
-    const std::size_t bytes = kind.bytes(description);
+    const ZEL_Parm *parm = myOriginals ? myOriginals[index] : nullptr;
+    return parm ? parm->getInstance() : nullptr;
+}
+
+std::size_t ZEL_ParmPlaces::placeBytes(int index, const ZEL_Kind *&kind) const
+{
+    const ZEL_Instance *original = originalAt(index);
+    if (myOriginals && !original) {
+        return 0;
+    }
+    const ZEL_Template &description = original ? *original->getTemplatePtr() : myTemplates[index];
+    kind = &ZEL_Kind::findMaker(description);
+    // The description may have got another type.
+    const std::size_t bytes =
+        original && !kind->making.makes(*original) ? 0 : kind->making.bytes(description);
     const std::size_t rounded = (sizeof(ZEL_Parm) + bytes + theUnit - 1) / theUnit * theUnit;
     return bytes != 0 && rounded + theLineSize <= theMostBytes ? rounded : 0;
 }
@@ -50,8 +64,9 @@ std::size_t ZEL_ParmPlaces::placeBytes(const ZEL_Template &description, const ZE
 /// Starts a block for the next parameter, which takes so many bytes, and those after it.
 void ZEL_ParmPlaces::open(std::size_t bytes)
 {
-    for (const ZEL_Template *each = myNext + 1; each != myEnd; ++each) {
-        const std::size_t more = placeBytes(*each, ZEL_Kind::findMaker(*each));
+    for (int each = myNext + 1; each < myCount; ++each) {
+        const ZEL_Kind *kind = nullptr;
+        const std::size_t more = placeBytes(each, kind);
         if (theLineSize + bytes + more > theMostBytes) {
             break;
         }
@@ -68,18 +83,20 @@ void ZEL_ParmPlaces::open(std::size_t bytes)
 
 ZEL_OwnedParm ZEL_ParmPlaces::make(ZEL_ParmList *list)
 {
-    ZEL_Template *const description = myNext;
-    const ZEL_Kind &kind = ZEL_Kind::findMaker(*description);
-    const std::size_t bytes = placeBytes(*description, kind);
+    const ZEL_Kind *kind = nullptr;
+    const std::size_t bytes = placeBytes(myNext, kind);
     if (bytes != 0 && (!myBlock || myUsed + bytes > myBlock->bytes)) {
         open(bytes);
     }
-    ++myNext;
+    const int index = myNext++;
+    const ZEL_Instance *original = originalAt(index);
     if (bytes == 0) {
-        return ZEL_OwnedParm(new ZEL_Parm(description, list));
+        return ZEL_OwnedParm(myOriginals ? new ZEL_Parm(myOriginals[index], list)
+                                         : new ZEL_Parm(&myTemplates[index], list));
     }
-    char *const at = reinterpret_cast<char *>(myBlock) + myUsed;
-    ZEL_Parm *const parm = new (static_cast<void *>(at)) ZEL_Parm(description, list, kind, myUsed);
+    void *const at = reinterpret_cast<char *>(myBlock) + myUsed;
+    ZEL_Parm *const parm = original ? new (at) ZEL_Parm(*original, list, *kind, myUsed)
+                                    : new (at) ZEL_Parm(&myTemplates[index], list, *kind, myUsed);
     myUsed += bytes;
     ++myBlock->held;
     return ZEL_OwnedParm(parm);

@@ -16,13 +16,16 @@
 
 #include <cstddef>
 
+class ZEL_Instance;
 struct ZEL_Kind;
 
 class ZEL_ParmPlaces
 {
 public:
     /// For parameters of these descriptions, made one by one and in this order.
-    ZEL_ParmPlaces(ZEL_Template *templates, int count) : myNext(templates), myEnd(templates + count)
+    ZEL_ParmPlaces(ZEL_Template *templates, int count) : myTemplates(templates), myCount(count) {}
+    /// For copies of these.
+    ZEL_ParmPlaces(ZEL_Parm *const *originals, int count) : myOriginals(originals), myCount(count)
     {}
     ~ZEL_ParmPlaces();
     ZEL_ParmPlaces(const ZEL_ParmPlaces &) = delete;
@@ -30,6 +33,8 @@ public:
 
     /// Makes the next one. One without an instance lies by itself.
     ZEL_OwnedParm make(ZEL_ParmList *list);
+    /// Leaves the next one out.
+    void skip() { ++myNext; }
 
     static void destroy(ZEL_Parm *parm);
 
@@ -37,12 +42,15 @@ private:
     struct Block;
 
     void open(std::size_t bytes);
-    /// 0 for one that has no place in a block.
-    static std::size_t placeBytes(const ZEL_Template &description, const ZEL_Kind &kind);
+    const ZEL_Instance *originalAt(int index) const;
+    /// 0 bytes for one that has no place in a block; else the kind, too.
+    std::size_t placeBytes(int index, const ZEL_Kind *&kind) const;
     static void release(Block *block);
 
-    ZEL_Template *myNext;
-    ZEL_Template *myEnd;
+    ZEL_Template *myTemplates = nullptr;
+    ZEL_Parm *const *myOriginals = nullptr;
+    int myCount;
+    int myNext = 0;
     Block *myBlock = nullptr; // held as if a parameter more were in it
     std::size_t myUsed = 0;   // bytes of the block
 };

@@ -8,6 +8,7 @@
 #include <ZEL/ZEL_OpSharedInfo.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
 #include <ZEL/support/ZEL_LostTextPrivate.h>
 
@@ -185,11 +186,13 @@ void ZEL_ParmList::copyParms(const ZEL_ParmList &source)
 void ZEL_ParmList::copyUnlinkedParms(const ZEL_ParmList &source)
 {
     myParms.setCapacity(source.myParms.size());
+    ZEL_ParmPlaces places(source.myParms.data(), source.getEntries());
     for (const ZEL_Parm *original : source.myParms) {
         if (!original) {
+            places.skip();
             continue;
         }
-        auto parm = std::make_unique<ZEL_Parm>(original, this);
+        ZEL_OwnedParm parm = places.make(this);
         parm->setMultiParmOwner(original->getMultiParmOwner());
         const int index = getEntries();
         if (mySharedInfo->parmTokens().find(parm->getTokenRef()) == index) {

@@ -10,6 +10,7 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 #include <ZEL/migration/ZEL_SwitcherMirrorPrivate.h>
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
 #include <ZEL/support/ZEL_LostTextPrivate.h>
@@ -237,11 +238,11 @@ ZEL_Parm *ZEL_ParmList::findStayingParm(const KIT_StringRef &token, int &index)
 // One parameter
 // ---------------------------------------------------------------------- //
 
-/// Null for a template whose basic type is unknown: nothing could ever find or remove the
-/// parameter.
-ZEL_Parm *ZEL_ParmList::createSpareParm(ZEL_Template &description)
+/// The next one. Null for a template whose basic type is unknown: nothing could ever find or remove
+/// the parameter.
+ZEL_Parm *ZEL_ParmList::createSpareParm(ZEL_ParmPlaces &places)
 {
-    auto made = std::make_unique<ZEL_Parm>(&description, this);
+    ZEL_OwnedParm made = places.make(this);
     if (!made->getInstance()) {
         return nullptr;
     }
@@ -304,8 +305,8 @@ void ZEL_ParmList::keepOneOf(ZEL_Parm &old, int oldIndex, ZEL_Parm &made)
 }
 
 /// Creates the new parameter; null if the description creates none.
-ZEL_Parm *ZEL_ParmList::remakeSpareParm(ZEL_Template &description, bool forceCopy, double time,
-                                        bool notify)
+ZEL_Parm *ZEL_ParmList::remakeSpareParm(const ZEL_Template &description, ZEL_ParmPlaces &places,
+                                        bool forceCopy, double time, bool notify)
 {
     int oldIndex = -1;
     ZEL_Parm *old = findStayingParm(description.getTokenRef(), oldIndex);
@@ -316,7 +317,7 @@ ZEL_Parm *ZEL_ParmList::remakeSpareParm(ZEL_Template &description, bool forceCop
         old->getInstance()->revertToDefaults(deleteChannels);
         old = findStayingParm(description.getTokenRef(), oldIndex);
     }
-    ZEL_Parm *parm = createSpareParm(description);
+    ZEL_Parm *parm = createSpareParm(places);
     if (!parm) {
         return nullptr;
     }
@@ -358,7 +359,8 @@ ZEL_Parm *ZEL_ParmList::addSpareParm(ZEL_Template &description)
     }
     const bool notify = !isLoading();
     const ZEL_LoadScope loading;
-    ZEL_Parm *parm = createSpareParm(description);
+    ZEL_ParmPlaces places(&description, 1);
+    ZEL_Parm *parm = createSpareParm(places);
     if (!parm) {
         return nullptr;
     }
@@ -398,12 +400,14 @@ void ZEL_ParmList::remakeSpareParms(ZEL_Template *templates, bool forceCopy, dou
 void ZEL_ParmList::makeSpareParms(ZEL_Template *templates, bool forceCopy, double time, bool notify,
                                   TokenSet &wanted)
 {
+    ZEL_ParmPlaces places(templates, ZEL_Template::countTemplates(templates));
     for (ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
         const ZEL_Parm *present = getParmPtr(at->getTokenRef());
         if (present && !present->isSpareParm()) {
+            places.skip();
             continue;
         }
-        if (const ZEL_Parm *parm = remakeSpareParm(*at, forceCopy, time, notify)) {
+        if (const ZEL_Parm *parm = remakeSpareParm(*at, places, forceCopy, time, notify)) {
             wanted.insert(tokenOf(*parm));
             if (parm->isMultiParm()) {
                 addItemTokens(*this, *parm, time, wanted);

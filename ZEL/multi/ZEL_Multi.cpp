@@ -72,13 +72,13 @@ int countShown(const ZEL_Template *block)
 // -------------------------------------------------------------------------- //
 
 ZEL_Multi::ZEL_Multi(ZEL_Template *templatePtr, ZEL_Parm *parm)
-    : ZEL_Float(templatePtr, parm),
+    : ZEL_Float(templatePtr, parm, nullptr),
       myInstancesPerItem(ZEL_Template::countTemplates(templatePtr->getMultiParmTemplate())),
       myTemplateCount(countShown(templatePtr->getMultiParmTemplate()))
 {}
 
 ZEL_Multi::ZEL_Multi(const ZEL_Multi &source, ZEL_Parm *parm)
-    : ZEL_Float(source, parm), myInstancesPerItem(source.myInstancesPerItem),
+    : ZEL_Float(source, parm, nullptr), myInstancesPerItem(source.myInstancesPerItem),
       myTemplateCount(source.myTemplateCount)
 {
     if (source.myInstanceIndex) {

@@ -41,7 +41,9 @@ bool isNumberText(const KIT_String &text)
 
 ZEL_Float::ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm)
     : ZEL_Float(templatePtr, parm, nullptr)
-{}
+{
+    makeRare();
+}
 
 ZEL_Float::ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm, double *room)
     : ZEL_ValueInstance(templatePtr, parm)
@@ -49,9 +51,15 @@ ZEL_Float::ZEL_Float(ZEL_Template *templatePtr, ZEL_Parm *parm, double *room)
     makeNumbers(myNumbers, room);
 }
 
-ZEL_Float::ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm) : ZEL_ValueInstance(source, parm)
+ZEL_Float::ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm) : ZEL_Float(source, parm, nullptr)
 {
-    makeNumbers<double>(myNumbers, nullptr);
+    makeRare();
+}
+
+ZEL_Float::ZEL_Float(const ZEL_Float &source, ZEL_Parm *parm, double *room)
+    : ZEL_ValueInstance(source, parm)
+{
+    makeNumbers(myNumbers, room);
     for (int i = 0, size = getVectorSize(); i < size; ++i) {
         values()[i] = source.storedValue(i);
     }
@@ -65,12 +73,6 @@ ZEL_Float::~ZEL_Float()
     freeNumbers(myNumbers);
 }
 
-ZEL_Float *ZEL_Float::makeIn(void *memory, ZEL_Template *templatePtr, ZEL_Parm *parm)
-{
-    void *const room = static_cast<char *>(memory) + sizeof(ZEL_Float);
-    return new (memory) ZEL_Float(templatePtr, parm, static_cast<double *>(room));
-}
-
 void ZEL_Float::moveValuesApart()
 {
     moveNumbersApart(myNumbers);
@@ -78,7 +80,7 @@ void ZEL_Float::moveValuesApart()
 
 ZEL_Instance *ZEL_Float::duplicateSelf(ZEL_Parm *parm) const
 {
-    return new ZEL_Float(*this, parm);
+    return new ZEL_Float(*this, parm, nullptr);
 }
 
 void ZEL_Float::adopt(ZEL_Instance &source)
@@ -154,7 +156,7 @@ inline __attribute__((always_inline)) double ZEL_Float::readComponent(ZEL_ParmLi
             return resolvePending(list, *owner, time, index, thread);
         }
     }
-    // No overrides, channels or nodes to mark without a record.
+    // Without a record no overrides, channels or nodes to mark; and setTimeDependent is this library's.
     const Rare *const record = rare();
     return record ? resolveRare(list, *record, time, index, thread) : limited(storedValue(index));
 }
@@ -184,7 +186,7 @@ double ZEL_Float::resolveRare(ZEL_ParmList *list, const Rare &record, double tim
     if (record.overrides && evalOverrideValueImpl(list, time, index, thread, value) == 1) {
         return limited(value);
     }
-    if (TRK_Channel *channel = record.channels ? record.channels[index] : nullptr) {
+    if (TRK_Channel *channel = record.channel(index)) {
         bool timeDependent = false;
         value = evaluateChannel(list, channel, time, index, thread, timeDependent);
         setTimeDependent(index, timeDependent);
@@ -252,6 +254,7 @@ void ZEL_Float::fillValues(ZEL_ParmList *list, double time, T *values, int threa
     const double at = animatible ? time : 0.0;
     bool anyTimeDependent = false;
 
+    const double *const unmoved = this->values(); // which they are without a record
     for (int i = 0; i < size; ++i) {
         if (owner && owner->isPendingOverride() && cookFails(*owner, at, i, thread)) {
             values[i] = narrowed<T>(0.0);
@@ -259,11 +262,11 @@ void ZEL_Float::fillValues(ZEL_ParmList *list, double time, T *values, int threa
         }
         // Only now: the owner may just have made an override.
         const Rare *const record = rare();
-        double value = storedValue(i);
+        double value = record ? storedValue(i) : BASload(unmoved[i]);
         if (record &&
             !(record->overrides && evalOverrideValueImpl(list, at, i, thread, value) == 1)) {
             bool timeDependent = false;
-            if (TRK_Channel *channel = record->channels ? record->channels[i] : nullptr) {
+            if (TRK_Channel *channel = record->channel(i)) {
                 value = evaluateChannel(list, channel, at, i, thread, timeDependent);
                 if (timeDependent && !animatible && channel->isTimeDependentSlow(thread)) {
                     addParmWarning(ZEL_ERR_TIME_DEPENDENT);

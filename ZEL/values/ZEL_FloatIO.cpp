@@ -182,7 +182,8 @@ void ZEL_Float::saveBinary(KIT_ByteBuffer &out) const
 
 bool ZEL_Float::load(KIT_IStream &is)
 {
-    if (!rare() && (is.isBinary() ? loadPlainBinary(is) : loadPlainAscii(is))) {
+    if (!hasSlots() && (is.isBinary() ? loadPlainBinary(is) : loadPlainAscii(is))) {
+        setLockedField(0);
         return KITgetErrorSeverity() < KIT_ERROR_ABORT;
     }
     HeldChannels held(getVectorSize());

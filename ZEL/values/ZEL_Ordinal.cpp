@@ -33,9 +33,13 @@ ZEL_Ordinal::ZEL_Ordinal(ZEL_Template *templatePtr, ZEL_Parm *parm, std::int64_t
 }
 
 ZEL_Ordinal::ZEL_Ordinal(const ZEL_Ordinal &source, ZEL_Parm *parm)
+    : ZEL_Ordinal(source, parm, nullptr)
+{}
+
+ZEL_Ordinal::ZEL_Ordinal(const ZEL_Ordinal &source, ZEL_Parm *parm, std::int64_t *room)
     : ZEL_ValueInstance(source, parm)
 {
-    makeNumbers<std::int64_t>(myNumbers, nullptr);
+    makeNumbers(myNumbers, room);
     for (int i = 0, size = getVectorSize(); i < size; ++i) {
         copyComponent(source, i);
     }
@@ -47,12 +51,6 @@ ZEL_Ordinal::ZEL_Ordinal(const ZEL_Ordinal &source, ZEL_Parm *parm)
 ZEL_Ordinal::~ZEL_Ordinal()
 {
     freeNumbers(myNumbers);
-}
-
-ZEL_Ordinal *ZEL_Ordinal::makeIn(void *memory, ZEL_Template *templatePtr, ZEL_Parm *parm)
-{
-    void *const room = static_cast<char *>(memory) + sizeof(ZEL_Ordinal);
-    return new (memory) ZEL_Ordinal(templatePtr, parm, static_cast<std::int64_t *>(room));
 }
 
 void ZEL_Ordinal::moveValuesApart()

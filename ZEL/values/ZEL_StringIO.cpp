@@ -160,7 +160,8 @@ bool ZEL_String::loadPlainBinary(KIT_IStream &is)
 
 bool ZEL_String::load(KIT_IStream &is)
 {
-    if (!rare() && (is.isBinary() ? loadPlainBinary(is) : loadPlainAscii(is))) {
+    if (!hasSlots() && (is.isBinary() ? loadPlainBinary(is) : loadPlainAscii(is))) {
+        setLockedField(0);
         return KITgetErrorSeverity() < KIT_ERROR_ABORT;
     }
     HeldChannels held(getVectorSize());

@@ -52,17 +52,25 @@ void ZEL_ValueInstance::moveNumbersApart(Numbers<T> &numbers)
     }
     const int size = getVectorSize();
     const std::size_t bytes = sizeof(T) * std::size_t(size);
+    Rare &record = makeRare();
     T *const apart = static_cast<T *>(KIT_SmallObjectAllocator::allocate(bytes));
     std::copy(dataOf(numbers), dataOf(numbers) + size, apart);
-    numbers.apart = apart;
-    setFlag(VALUES_APART | VALUES_OWNED, true);
+    // What a thread that evaluates meanwhile may have found before stays as it is: the array in the
+    // place, or the value in the object. So the pointer to a single value doesn't go there.
+    if (testFlag(VALUES_APART)) {
+        __atomic_store_n(&numbers.apart, apart, __ATOMIC_RELEASE);
+        setFlag(VALUES_OWNED, true);
+    } else {
+        record.movedValue = apart;
+        setFlag(VALUES_APART | VALUE_MOVED | VALUES_OWNED, true);
+    }
 }
 
 template <class T>
 void ZEL_ValueInstance::freeNumbers(Numbers<T> &numbers)
 {
     if (testFlag(VALUES_OWNED)) {
-        KIT_SmallObjectAllocator::deallocate(numbers.apart,
+        KIT_SmallObjectAllocator::deallocate(dataOf(numbers),
                                              sizeof(T) * std::size_t(getVectorSize()));
     }
 }

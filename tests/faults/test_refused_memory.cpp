@@ -391,6 +391,27 @@ TEST(RefusedMemory, ABatchParameterHasAllItsSlotsOrNone)
     }
 }
 
+TEST(RefusedMemory, AFirstChannelMovesTheValueEvenOnTheSecondTry)
+{
+    std::int64_t wanted = -1;
+    untilNoneIsRefused([&](long n) {
+        OneParm p(ZEL_TOGGLE, 1);
+        p.build();
+        TRK_Channel *channel = p.channels.addChannel("p");
+        const auto link = [&] {
+            p.instance->setChannel(0, channel);
+            return true;
+        };
+        const bool isRefused = runRefused(n, Refusal::ONE, link).refused;
+        EXPECT_EQ(p.instance->getChannel(0), isRefused ? nullptr : channel);
+        link();
+        const std::int64_t bytes = p.instance->getMemoryUsage(true);
+        wanted = wanted < 0 ? bytes : wanted;
+        EXPECT_EQ(bytes, wanted) << n;
+        return isRefused;
+    });
+}
+
 TEST(RefusedMemory, ATableThatCantGrowIsAsItWas)
 {
     ZEL_NameTable table;

@@ -103,6 +103,31 @@ TEST(Floats, TimeDependenceReachesTheList)
     }
 }
 
+TEST(Floats, ADerivedClassIsToldOfEachRead)
+{
+    struct Told : ZEL_Float
+    {
+        using ZEL_Float::ZEL_Float;
+        void setTimeDependent(int index, bool timeDependent) const override
+        {
+            told += std::to_string(index) + (timeDependent ? "+" : "-");
+        }
+        mutable std::string told;
+    };
+    OneParm p(ZEL_XYZ, 3);
+    p.build();
+    for (ZEL_Parm *parm : {p.parm, static_cast<ZEL_Parm *>(nullptr)}) {
+        const Told told(&p.templates[0], parm);
+        double number = 0.0;
+        std::int64_t whole = 0;
+        KIT_String text;
+        told.getValue(nullptr, 0.0, number, 1, 1);
+        told.getValue(p.list.get(), 0.0, whole, 2, 1);
+        told.getValue(nullptr, 0.0, text, 0, true, 1);
+        EXPECT_EQ(told.told, "1-2-0-");
+    }
+}
+
 TEST(Floats, AnimatedStoredValueIsARawCache)
 {
     OneParm p(ZEL_FLT, 1);

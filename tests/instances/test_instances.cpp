@@ -40,6 +40,67 @@ TEST(Instances, MasksStartAsTheTemplateSays)
     }
 }
 
+TEST(Instances, MasksAreTheTemplatesAtConstruction)
+{
+    for (const int size : {0, 1, 3, 32}) {
+        for (const std::uint32_t mask : {0u, 1u, 5u, 7u, ~0u}) {
+            OneParm p(ZEL_FLT, size);
+            p.build();
+            ZEL_Template entry(ZEL_FLT, size, &p.description.name);
+            entry.setAutoScopeField(mask);
+            entry.setAutoSelectField(mask);
+            const std::uint32_t scope = entry.getAutoScopeField();
+            const std::uint32_t select = entry.getAutoSelectField();
+            const auto masks = [](const ZEL_Parm &parm) {
+                return std::pair(parm.getAutoScopedField(), parm.getAutoSelectField());
+            };
+            ZEL_Parm made(&entry, p.list.get());
+            entry.setAutoScopeField(4);
+            entry.setAutoSelectField(2);
+            const auto later = std::pair(entry.getAutoScopeField(), entry.getAutoSelectField());
+            EXPECT_EQ(masks(made), std::pair(scope, select)) << size << " " << mask;
+            ZEL_Parm copy(&made, p.list.get());
+            EXPECT_EQ(masks(copy), later) << size << " " << mask;
+            copy.adopt(made);
+            EXPECT_EQ(masks(copy), std::pair(scope, select)) << size << " " << mask;
+            made.setAutoScopedFlag(0, true);
+            made.setAutoSelectFlag(0, false);
+            EXPECT_EQ(masks(made), std::pair(scope | 1u, select & ~1u)) << size << " " << mask;
+            EXPECT_EQ(std::pair(entry.getAutoScopeField(), entry.getAutoSelectField()), later);
+        }
+    }
+}
+
+TEST(Instances, WhatAParameterOnceHadIsNotInAStream)
+{
+    for (const ZEL_Type *type : {&ZEL_FLT, &ZEL_XYZ, &ZEL_STRING, &ZEL_TOGGLE}) {
+        for (const bool isBinary : {false, true}) {
+            OneParm p(*type, type == &ZEL_XYZ ? 3 : 1);
+            p.build();
+            p.set(1.0);
+            const auto saved = [&] {
+                std::ostringstream os;
+                p.list->save(os, isBinary, false);
+                return os.str();
+            };
+            const std::string before = saved();
+            p.instance->microNode(0);
+            p.instance->setActive(0, true);
+            p.instance->setChannelAlias("other", 0);
+            p.instance->setLockedFlag(0, true);
+            p.instance->setLockedFlag(0, false);
+            EXPECT_EQ(saved(), before) << isBinary;
+            p.instance->setLockedFlag(0, true);
+            p.set(0.0);
+            KIT_IStream is(before.data(), before.size(),
+                           isBinary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+            EXPECT_TRUE(p.list->load(is, "saved", nullptr));
+            EXPECT_FALSE(p.instance->getLockedFlag(-1));
+            EXPECT_EQ(saved(), before) << isBinary;
+        }
+    }
+}
+
 TEST(Instances, ANegativeIndexMeansAllInSettersAndAnyInQueries)
 {
     Rig rig(3);

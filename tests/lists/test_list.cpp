@@ -283,6 +283,77 @@ TEST(Lists, EveryKindOfTemplateMakesItsInstance)
     EXPECT_EQ(list.evalInt("m", 0, 0.0), 4);
 }
 
+TEST(Lists, SparesAndCopiesLieInPlacesAsTheOthersDo)
+{
+    constexpr int theLarge = 600; // components, which no block has room for
+    std::vector<std::unique_ptr<OwnedTemplate>> owned;
+    std::vector<ZEL_Template> templates;
+    for (const auto &[type, size] :
+         {std::pair(&ZEL_FLT, 1), std::pair(&ZEL_XYZ, 3), std::pair(&ZEL_STRING, 1),
+          std::pair(&ZEL_STRING, 2), std::pair(&ZEL_TOGGLE, 1), std::pair(&ZEL_INT, 4),
+          std::pair(&ZEL_KEY_VALUE_DICT, 1)}) {
+        const std::string token = "p" + std::to_string(owned.size());
+        owned.push_back(std::make_unique<OwnedTemplate>(*type, size, token.c_str()));
+        templates.push_back(owned.back()->entry);
+    }
+    ZEL_Name large("large", "Large");
+    templates.emplace_back(ZEL_FLT, theLarge, &large);
+    templates.emplace_back();
+    ZEL_Template none[1];
+    const auto makeList = [&](ZEL_Template *first) {
+        return std::make_unique<ZEL_ParmList>(first, nullptr, nullptr, nullptr, "", false);
+    };
+    const auto source = makeList(templates.data()), set = makeList(none), single = makeList(none);
+    const auto contents = [&](const ZEL_ParmList &list) {
+        std::string text;
+        for (int i = 0; i < list.getEntries(); ++i) {
+            const ZEL_Parm &parm = *list.getParmPtr(i);
+            const ZEL_Instance &instance = *parm.getInstance();
+            const bool isBeside = static_cast<const void *>(&parm + 1) == &instance;
+            text += std::string(parm.getToken()) +
+                    (isBeside && instance.getPlace() != 0 ? "+" : "-") +
+                    std::to_string(instance.getMemoryUsage(true));
+            for (int c = 0; c < parm.getVectorSize(); ++c) {
+                KIT_String value;
+                parm.getValue(0.0, value, c, true, BASgetSTID());
+                text += " " + value.toStdString();
+            }
+            text += "\n";
+        }
+        return text;
+    };
+    const auto fill = [](ZEL_ParmList &list) {
+        for (int i = 0; i < list.getEntries(); ++i) {
+            ZEL_Parm &parm = *list.getParmPtr(i);
+            for (int c = 0; c < parm.getVectorSize(); ++c) {
+                parm.setValue(0.0, i + c * 2.5, false, c, ZEL_ADDKEY_PENDING, false);
+            }
+        }
+    };
+    fill(*source);
+    set->updateSpareParmTemplates(templates.data(), false);
+    fill(*set);
+    for (std::size_t i = 0; i + 1 < templates.size(); ++i) {
+        single->addSpareParm(templates[i]);
+    }
+    fill(*single);
+    const std::string wanted = contents(*source);
+    EXPECT_EQ(std::count(wanted.begin(), wanted.end(), '+'), std::ptrdiff_t(owned.size()))
+        << wanted;
+    EXPECT_EQ(contents(*set), wanted);
+    EXPECT_EQ(contents(*single), wanted);
+    const ZEL_ParmList copy(*source, templates.data(), nullptr, nullptr, "", true);
+    EXPECT_EQ(contents(copy), wanted);
+    // Some go, others are made anew.
+    for (ZEL_ParmList *spares : {set.get(), single.get()}) {
+        templates[4] = ZEL_Template();
+        spares->updateSpareParmTemplates(templates.data(), true);
+        const std::string rest = contents(*spares);
+        EXPECT_EQ(rest, wanted.substr(0, rest.size()));
+        EXPECT_EQ(spares->getEntries(), 4);
+    }
+}
+
 TEST(Lists, EachKeepsItsMemoryWhileOthersComeAndGo)
 {
     ZEL_Name name("v", "V");

@@ -2,6 +2,7 @@
 // meant for the thread sanitizer; without it they still compare the results.
 
 #include <common/ListFixture.h>
+#include <common/Threads.h>
 #include <multi/MultiList.h>
 #include <scripts/DialogText.h>
 
@@ -177,6 +178,42 @@ TEST(Threads, OverridesAndMicroNodesBesideEvaluation)
     });
     EXPECT_TRUE(second->hasMicroNodes());
     ZEL_ParmList::setORCallback(nullptr);
+}
+
+TEST(Threads, AFirstChannelComesBesideEvaluation)
+{
+    const std::pair<const ZEL_Type *, int> kinds[] = {
+        {&ZEL_FLT, 1}, {&ZEL_XYZ, 3}, {&ZEL_TOGGLE, 1}};
+    for (int round = 0; round < 12; ++round) {
+        const auto &[type, size] = kinds[round % 3];
+        OneParm p(*type, size);
+        p.build();
+        TRK_Channel *channel = p.channels.addChannel(p.instance->getChannelToken(0));
+        channel->initializeFirstSegment("1", TRK_LANGUAGE_NATIVE);
+        EXPECT_EQ(p.channels.evaluate(channel, 0.0, false, BASgetSTID()), 1.0);
+        for (int c = 0; c < size; ++c) {
+            p.set(1.0, c);
+        }
+        Barrier known(theThreads);
+        std::atomic<int> seen{0};
+        together([&](int i) {
+            const int thread = BASgetSTID();
+            known.wait();
+            // Relaxed: the thread sanitizer takes the reads before as beside the change.
+            while (i == 0 && seen.load(std::memory_order_relaxed) == 0) {
+                std::this_thread::yield();
+            }
+            if (i == 0) {
+                p.instance->setChannel(0, channel);
+            }
+            for (int repeat = 0; repeat < 200; ++repeat) {
+                double value = 0.0;
+                p.parm->getValue(0.0, value, repeat % p.parm->getVectorSize(), thread);
+                EXPECT_EQ(value, 1.0);
+                seen.fetch_add(repeat == 50, std::memory_order_relaxed);
+            }
+        });
+    }
 }
 
 TEST(Threads, OverrideDisablingIsPerThread)
