@@ -80,10 +80,10 @@ bool peekPacket(KIT_Packet &packet, KIT_IStream &is, int &classId, int &packetId
 // ---------------------------------------------------------------------- //
 
 /// In the list, which nothing has to grow for. The name needs no NUL after it: it is only compared.
-/// Entries that this library wrote are in list order.
+/// Entries that this library wrote are in list order. An empty name isn't looked up.
 ZEL_Parm *ZEL_ParmListReader::findListed(std::string_view name)
 {
-    const int index = myList.getLikelyParmIndex(name, myNext);
+    const int index = name.empty() ? -1 : myList.getLikelyParmIndex(name, myNext);
     ZEL_Parm *const parm = myList.getParmPtr(index);
     if (!isSaved(parm)) {
         return nullptr;

@@ -2,6 +2,7 @@
 
 #include <persistence/StreamList.h>
 
+#include <BAS/BAS_Thread.h>
 #include <TRK/TRK_EventManager.h>
 
 #include <gtest/gtest.h>
@@ -216,6 +217,17 @@ TEST(ListLoad, Binary)
                        true));
     EXPECT_EQ(takeTexts(), "Common 7 Parameter List Load: wrong ID; Common 8 Parameter List Load; "
                            "ZEL 5 foo; ZEL 13");
+
+    ZEL_Name none("", "");
+    ZEL_Template nameless[] = {ZEL_Template(ZEL_FLT, 1, &none), ZEL_Template()};
+    ZEL_ParmList list(nameless, nullptr, nullptr, nullptr, "", false);
+    const std::string entry = packetEntry("");
+    KIT_IStream is(entry.data(), entry.size(), KIT_IStream::BINARY);
+    EXPECT_TRUE(list.load(is, nullptr, nullptr));
+    EXPECT_NE(takeTexts(), "");
+    double value = 1.0;
+    list.getParmPtr(0)->getValue(0.0, value, 0, BASgetSTID());
+    EXPECT_EQ(value, 0.0) << "an empty name finds no parameter";
 }
 
 TEST(ListLoad, TheUsualFormAndAnyOtherSayTheSame)
