@@ -209,7 +209,7 @@ private:
 
     class Changing;
     class ItemSteps;
-    class LeavingItem;
+    class LeavingItems;
     class NewItem;
 
     template <class T, class Read>
@@ -219,9 +219,10 @@ private:
     bool mustWait(int count) const;
     static bool mayHaveToWait();
     bool wouldReplace(const ZEL_Template *made) const;
-    ZEL_InputBudget::Request requestFor(std::int64_t items) const;
+    ZEL_InputBudget::Request requestFor(std::int64_t count) const;
     void followValue() const;
     void followDefault();
+    bool followSnapshot();
     bool followLoadedValue();
     void evaluateCount();
     void setCount(int count);
@@ -229,8 +230,10 @@ private:
     bool isValidItem(int item) const { return item >= 0 && item < myNumItems; }
     bool isInside(const ZEL_Multi &outer) const;
     std::size_t flatIndex(int item, int child) const;
+    ZEL_Parm *findOwnChild(int item, int child, int &index) const;
     ZEL_Parm *findChild(int item, int child) const { return getParm(int(flatIndex(item, child))); }
     void instanceNumbers(int item, KIT_ValArray<int> &numbers) const;
+    void firstToken(KIT_WorkBuffer &token) const;
     bool grow(int count, bool evaluateChildren);
     void shrink(int count);
     void notifyChanged() const;
@@ -241,10 +244,11 @@ private:
                        const KIT_ValArray<int> &numbers);
     std::unique_ptr<ZEL_Default[]> instanceDefaults(const ZEL_Template &child,
                                                     const KIT_ValArray<int> &numbers);
+    const char *rampDefaultText() const;
     void setRampInstanceToDefaultValue(int item, const KIT_ValArray<ZEL_Parm *> &parms);
     bool removeParms(int item);
     void removeStrayParms(int firstItem, int lastItem);
-    void forgetItem();
+    void cutItems();
     void abandonItem();
     void announceItem(int item);
 
@@ -263,8 +267,9 @@ private:
     std::vector<std::uint32_t> myDefaultStringEnd;
     std::unique_ptr<KIT_ValArray<int>> myInstanceIndex;
     bool myBusy = false;
-    mutable std::int64_t myItemBytes = 0; // 0 until it is estimated
-    mutable bool myPassed = false;        // for ZEL_ParmList::doAllChildrenFollow
+    mutable std::int64_t myItemBytes = 0;   // 0 until it is estimated
+    mutable std::int64_t myItemsOfItem = 0; // itself and those that it can't be without
+    mutable bool myPassed = false;          // for ZEL_ParmList::doAllChildrenFollow
 
     static __thread bool theIsAddingOrRemovingParms __attribute__((tls_model("initial-exec")));
 };

@@ -38,6 +38,7 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <vector>
 
 class KIT_IStream;
 class KIT_String;
@@ -498,7 +499,12 @@ private:
     ZEL_Parm *findStayingParm(const KIT_StringRef &token, int &index);
     void retireParm(ZEL_Parm &parm);
     void removeParmEntries(const ZEL_Parm &parm, int index);
+    void shiftNames(int index, bool lastFlag);
+    void tellRemoval(ZEL_Parm &parm, int index);
     void takeOut(int index);
+    void takeOutAll(const std::vector<std::int32_t> &indices, std::vector<std::int32_t> &places);
+    class ItemRemovals;
+    bool removeItemParms(const ZEL_Multi &multi, int firstItem, int endItem);
 
     struct Adoption;
     class ItemParms;
@@ -549,6 +555,9 @@ private:
         FOLLOW   ///< and no child is before its multi-parameter
     } myChildOrder = ChildOrder::ANY;
     bool myDeferRemovals = false; // while spare parameters are rebuilt
+    std::int64_t myNumMoved = 0;  // how often removals have moved a parameter
+    class Restoring;
+    const Restoring *myRestoring = nullptr; // while a snapshot is restored
     ChannelSource myChannelSource;
     Adoption *myAdoption = nullptr; // set while an older list is taken over
 

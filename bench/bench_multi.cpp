@@ -59,6 +59,14 @@ struct Points
     TRK_Collection channels;
     std::unique_ptr<ZEL_ParmList> list;
 
+    /// Gives each ramp a key that stands after all other items.
+    void addKeys(int items)
+    {
+        for (int i = 1; i <= items; ++i) {
+            const std::string ramp = "ramp" + std::to_string(i);
+            list->setInt(2, ramp.c_str(), 0, 0.0, thePropagate);
+        }
+    }
     void resize(int items) { list->setInt(items, "points", 0, 0.0, thePropagate); }
 };
 
@@ -68,6 +76,7 @@ enum class Operation
     INSERT_FRONT,
     REMOVE_FRONT,
     SHRINK,
+    SHRINK_LATE_KEYS,
     DESTROY
 };
 
@@ -77,7 +86,8 @@ void run(Points &points, Operation operation, int items)
     case Operation::GROW: points.resize(items); break;
     case Operation::INSERT_FRONT: points.list->insertMultiParmItem(0, 0); break;
     case Operation::REMOVE_FRONT: points.list->removeMultiParmItem(0, 0); break;
-    case Operation::SHRINK: points.resize(0); break;
+    case Operation::SHRINK:
+    case Operation::SHRINK_LATE_KEYS: points.resize(0); break;
     case Operation::DESTROY: points.list.reset(); break;
     }
 }
@@ -87,6 +97,9 @@ double measure(ZEL_Template *templates, Operation operation, int items)
     Points points(templates);
     if (operation != Operation::GROW) {
         points.resize(items);
+    }
+    if (operation == Operation::SHRINK_LATE_KEYS) {
+        points.addKeys(items);
     }
     return benchSeconds([&] { run(points, operation, items); });
 }
@@ -118,6 +131,7 @@ BENCHMARK_CAPTURE(sizes, grow_driven, theDrivenTemplates, Operation::GROW);
 BENCHMARK_CAPTURE(sizes, shrink_driven, theDrivenTemplates, Operation::SHRINK);
 BENCHMARK_CAPTURE(sizes, grow_ramps, theRampTemplates, Operation::GROW);
 BENCHMARK_CAPTURE(sizes, shrink_ramps, theRampTemplates, Operation::SHRINK);
+BENCHMARK_CAPTURE(sizes, shrink_late_keys, theRampTemplates, Operation::SHRINK_LATE_KEYS);
 BENCHMARK_CAPTURE(sizes, destroy_ramps, theRampTemplates, Operation::DESTROY);
 
 } // namespace

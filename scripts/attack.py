@@ -134,6 +134,7 @@ def rows():
     script("count_deep", page("".join(f"multiparm {{ name m{'#' * i} default 10\n" for i in range(6)) +
                               parm("q" + "#" * 6) + "}" * 6))
     script("count_ramps", page(block("m", 100000, parm("r#", "type ramp_flt default { 10 }"))))
+    script("count_ramps_most", page(block("m", 50000, parm("r#", "type ramp_flt default { 10 }"))))
     script("count_ramp", page(parm("m", "type ramp_rgb default { 1000000 }")))
     script("count_empty", page(block("m", 2000000000, "")))
     script("count_blocks", page(fill(lambda i: block(f"m{i}", 100000, parm(f"q{i}_#")))))

@@ -12,11 +12,14 @@
 #include <ZEL/ZEL_UndoData.h>
 #include <ZEL/ZEL_Value.h>
 #include <ZEL/instance/ZEL_InstancePrivate.h>
+#include <ZEL/instance/ZEL_UndoStreamPrivate.h>
 #include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <cstring>
+#include <memory>
 #include <new>
-#include <sstream>
+
+__thread ZEL_UndoStream *ZEL_UndoStream::theInnermost = nullptr;
 
 // ---------------------------------------------------------------------- //
 // Life
@@ -206,14 +209,15 @@ bool ZEL_Instance::isAllDefault(ZEL_DefaultType type) const
 bool ZEL_Instance::saveUndoData(std::shared_ptr<ZEL_UndoData> &data) const
 {
     const ZEL_LostText lost;
-    std::ostringstream stream;
-    const bool ok = save(stream, 0, false);
+    ZEL_UndoStream::Turn stream;
+    const bool ok = save(*stream, 0, false);
     // A text cut off for lack of memory would be restored as if it were complete.
     lost.check();
-    if (!stream) {
+    if (!*stream) {
         throw std::bad_alloc();
     }
-    data = std::make_shared<ZEL_InstanceUndoData>(stream.str());
+    data = std::make_shared<ZEL_InstanceUndoData>(stream->str());
+    stream.end();
     return ok;
 }
 

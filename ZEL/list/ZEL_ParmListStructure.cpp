@@ -21,7 +21,14 @@ void ZEL_ParmList::removeAndDestroyParm(int index)
     if (!instance || (!instance->isSpareParm() && !instance->getMultiParmOwner())) {
         return;
     }
-    parm->clearAndDestroyChannels(false);
+    tellRemoval(*parm, index);
+    takeOut(index);
+}
+
+/// What comes before a removal: its channels end, and the owner is notified.
+void ZEL_ParmList::tellRemoval(ZEL_Parm &parm, int index)
+{
+    parm.clearAndDestroyChannels(false);
     if (myOwner) {
         const ZEL_Multi::KeepItems keep;
         // Removals are also what follows a failure: they can't fail for an owner's want of memory.
@@ -31,16 +38,11 @@ void ZEL_ParmList::removeAndDestroyParm(int index)
             BASnoteFailedAllocation();
         }
     }
-    takeOut(index);
 }
 
-/// Removes a parameter that the owner was notified of.
-void ZEL_ParmList::takeOut(int index)
+/// Nothing follows the last parameter, and items are mostly removed from the end: no indices to shift.
+void ZEL_ParmList::shiftNames(int index, bool lastFlag)
 {
-    const ZEL_OwnedParm parm(myParms[index]);
-    removeParmEntries(*parm, index);
-    // Nothing follows the last parameter, and items are removed from the end: no indices to shift.
-    const bool lastFlag = index == getEntries() - 1;
     for (ZEL_NameTable *table : {&myInstanceTokens, &myInstanceChannels, &myChannelAliases}) {
         if (lastFlag) {
             table->dropLast(index);
@@ -48,10 +50,58 @@ void ZEL_ParmList::takeOut(int index)
             table->shiftAbove(index);
         }
     }
+}
+
+/// Removes a parameter that the owner was notified of.
+void ZEL_ParmList::takeOut(int index)
+{
+    const ZEL_OwnedParm parm(myParms[index]);
+    removeParmEntries(*parm, index);
+    const int last = getEntries() - 1;
+    shiftNames(index, index == last);
     myParms.removeIndex(index);
+    myNumMoved += last - index;
     ++myAddRemoveCount;
     // Children are removed through this list too, so the parameter itself must be out of it by now.
     parm->destroyChildParms();
+}
+
+/// Takes the parameters at these ascending indices out of the list and its tables in one pass; the
+/// caller destroys them. `places` has room for an index of each parameter, or is empty where the
+/// indices make few ranges. Allocates nothing.
+void ZEL_ParmList::takeOutAll(const std::vector<std::int32_t> &indices,
+                              std::vector<std::int32_t> &places)
+{
+    if (indices.empty()) {
+        return;
+    }
+    std::int32_t last = getEntries() - 1;
+    for (auto at = indices.rbegin(); at != indices.rend(); ++at) {
+        removeParmEntries(*myParms[*at], *at);
+        if (places.empty()) {
+            shiftNames(*at, *at == last--);
+        }
+    }
+    auto next = indices.begin();
+    for (std::int32_t i = places.empty() ? *next : 0; i < getEntries(); ++i) {
+        const std::int32_t place = i - std::int32_t(next - indices.begin());
+        const bool leavingFlag = next != indices.end() && *next == i;
+        if (leavingFlag) {
+            ++next;
+        } else {
+            myParms[place] = myParms[i];
+        }
+        if (!places.empty()) {
+            places[std::size_t(i)] = leavingFlag ? -1 : place;
+        }
+    }
+    myParms.setSize(getEntries() - int(indices.size()));
+    if (!places.empty()) {
+        for (ZEL_NameTable *table : {&myInstanceTokens, &myInstanceChannels, &myChannelAliases}) {
+            table->renumber(places.data());
+        }
+    }
+    myAddRemoveCount += std::uint32_t(indices.size());
 }
 
 /// Removes a parameter whose name another one may have taken. Its index may have decreased since it

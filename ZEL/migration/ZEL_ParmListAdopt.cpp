@@ -236,7 +236,7 @@ struct ZEL_ParmList::Adoption
 {
     ZEL_ParmList &from;
     bool forceCopy;
-    std::unordered_set<KIT_StringHolder, KIT_StringRefHash> done;
+    ZEL_NameTable done;
 };
 
 /// While it lives, the list is taking over another one.
@@ -262,10 +262,9 @@ bool ZEL_ParmList::adoptFromOldList(ZEL_Parm &parm)
     if (!old) {
         return false;
     }
-    const ZEL_LostText lost;
-    KIT_StringHolder token(parm.getTokenRef());
-    lost.check();
-    if (myAdoption->done.insert(std::move(token)).second) {
+    ZEL_NameTable &done = myAdoption->done;
+    if (done.find(parm.getTokenRef()) < 0) {
+        done.insert(parm.getTokenRef(), 0);
         adoptParm(parm, *old, myAdoption->forceCopy);
     }
     return true;

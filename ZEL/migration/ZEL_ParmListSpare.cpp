@@ -118,7 +118,8 @@ private:
 
     ZEL_ParmList &myList;
     std::vector<ZEL_Parm *> myLeaving;
-    std::vector<std::int32_t> myPlaces; // each parameter's new index, -1 for one that leaves
+    std::vector<std::int32_t> myIndices; // of those
+    std::vector<std::int32_t> myPlaces;  // each parameter's new index, -1 for one that leaves
     std::unordered_map<const ZEL_Multi *, int> myItemParms; // how many of its parameters leave
 };
 
@@ -140,6 +141,7 @@ void ZEL_ParmList::DeferredRemovals::prepare()
         if (isLeaving(i)) {
             ZEL_Parm *parm = myList.getParmPtr(i);
             myLeaving.push_back(parm);
+            myIndices.push_back(i);
             if (const ZEL_Multi *multi = parm->getMultiParmOwner()) {
                 ++myItemParms[multi];
             }
@@ -160,27 +162,7 @@ void ZEL_ParmList::DeferredRemovals::removeOneByOne() const
 
 void ZEL_ParmList::DeferredRemovals::removeAll()
 {
-    if (myLeaving.empty()) {
-        return;
-    }
-    std::int32_t place = 0;
-    for (int i = 0; i < myList.getEntries(); ++i) {
-        ZEL_Parm *parm = myList.getParmPtr(i);
-        const bool leavingFlag = isLeaving(i);
-        if (leavingFlag) {
-            myList.removeParmEntries(*parm, i);
-        }
-        myPlaces[std::size_t(i)] = leavingFlag ? -1 : place;
-        if (!leavingFlag) {
-            myList.myParms[place++] = parm;
-        }
-    }
-    myList.myParms.setSize(place);
-    for (ZEL_NameTable *table :
-         {&myList.myInstanceTokens, &myList.myInstanceChannels, &myList.myChannelAliases}) {
-        table->renumber(myPlaces.data());
-    }
-    myList.myAddRemoveCount += std::uint32_t(myLeaving.size());
+    myList.takeOutAll(myIndices, myPlaces);
     // Items first: their descriptions are their multi-parameter's.
     for (const bool itemsFlag : {true, false}) {
         for (auto at = myLeaving.rbegin(); at != myLeaving.rend(); ++at) {

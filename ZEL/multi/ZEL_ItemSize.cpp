@@ -8,20 +8,24 @@
 #include <ZEL/support/ZEL_InstanceMarksPrivate.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace
 {
 
 // Measured with lists of 50,000 items: a parameter of one number takes 800 bytes as the only one of its
-// item and 600 beside others, each further component 90, an animated one 620 more.
+// item and 600 beside others, each further component 100, an animated one 620 more; a ramp without its
+// keys 2,350, a key 2,000.
 constexpr std::int64_t theAllocation = 24; // what a separate text takes beside its bytes
-constexpr std::int64_t theParmLinks = 120; // places in the list's tables and the item's arrays
-constexpr std::int64_t theComponent = 80;  // its value, its channel's place, the name in a table
+constexpr std::int64_t theParmLinks = 135; // places in the list's tables and the item's arrays
+constexpr std::int64_t theComponent = 65;  // its value, its channel's place, the name in a table
 constexpr std::int64_t theChannel = 700;
+constexpr std::int64_t theRamp = 500;  // what its own descriptions of keys take beside their bytes
 constexpr std::int64_t theMenu = 150;  // of recent files
 constexpr std::int64_t theDigits = 11; // of an item's number, with a "_"
-constexpr std::int64_t theMostBytes = std::int64_t(1) << 31;
+constexpr std::int64_t theMost = std::int64_t(1) << 31;
 
 std::int64_t textBytes(std::int64_t length, std::int64_t numbers)
 {
@@ -64,14 +68,27 @@ std::int64_t defaultBytes(const ZEL_Template &child)
     return bytes;
 }
 
+/// Whether every saved form names a parameter of each item.
+bool isItemNamed(const ZEL_Template *block)
+{
+    for (; block && !block->isTerminator(); ++block) {
+        if (!block->getType().hasAnyOf(ZEL_TYPE_SEPARATOR) &&
+            !block->getType().hasAnyOf(ZEL_TYPE_LABEL)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 std::int64_t childBytes(const ZEL_Template &child, std::int64_t levels)
 {
     std::int64_t bytes = std::int64_t(sizeof(ZEL_Template) + sizeof(ZEL_Name) + sizeof(ZEL_Parm));
     bytes += theParmLinks + nameBytes(child, levels) + theComponent * child.getVectorSize();
     if (child.isMultiType()) {
         bytes += std::int64_t(sizeof(ZEL_Multi));
-        bytes +=
-            child.isRampType() ? ZELgetRampTemplateMemoryUsage(child.getMultiParmTemplate()) : 0;
+        bytes += child.isRampType()
+                     ? theRamp + ZELgetRampTemplateMemoryUsage(child.getMultiParmTemplate())
+                     : 0;
     } else {
         bytes += std::int64_t(sizeof(ZEL_String)) + defaultBytes(child);
         bytes += child.isAutomaticallyGeneratedChoiceList() ? theMenu : 0;
@@ -85,22 +102,34 @@ std::int64_t childBytes(const ZEL_Template &child, std::int64_t levels)
 
 } // namespace
 
-std::int64_t ZELestimateItemBytes(const ZEL_Template *block, std::int64_t levels)
+ZEL_ItemCost ZELestimateItem(const ZEL_Template *block, std::int64_t levels)
 {
-    std::int64_t bytes = std::int64_t(sizeof(ZEL_Template)); // the terminator
+    ZEL_ItemCost cost{isItemNamed(block) ? 1 : 0, std::int64_t(sizeof(ZEL_Template))}; // terminator
     for (; block && !block->isTerminator(); ++block) {
-        bytes = std::min(bytes + childBytes(*block, levels), theMostBytes);
+        cost.bytes += childBytes(*block, levels);
+        if (const int least = block->isMultiType() ? ZELhardMinimum(*block) : 0) {
+            const ZEL_ItemCost nested = ZELestimateItem(block->getMultiParmTemplate(), levels + 1);
+            cost.items += least * nested.items;
+            cost.bytes += least * nested.bytes;
+        }
+        cost.items = std::min(cost.items, theMost);
+        cost.bytes = std::min(cost.bytes, theMost);
     }
-    return bytes;
+    return cost;
 }
 
-bool ZELisItemNamed(const ZEL_Template *block)
+int ZELtoCount(double value)
 {
-    for (; block && !block->isTerminator(); ++block) {
-        if (!block->getType().hasAnyOf(ZEL_TYPE_SEPARATOR) &&
-            !block->getType().hasAnyOf(ZEL_TYPE_LABEL)) {
-            return true;
-        }
+    const double rounded = std::floor(value + 0.5);
+    if (!(rounded > 0.0)) {
+        return 0;
     }
-    return false;
+    constexpr int theMostItems = std::numeric_limits<int>::max();
+    return rounded < double(theMostItems) ? int(rounded) : theMostItems;
+}
+
+int ZELhardMinimum(const ZEL_Template &multi)
+{
+    const ZEL_Range *const range = multi.getRangePtr();
+    return range && range->hasParmMin() ? ZELtoCount(range->getParmMin()) : 0;
 }

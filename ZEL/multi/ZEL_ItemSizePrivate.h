@@ -11,8 +11,18 @@
 
 class ZEL_Template;
 
-/// The items of nested blocks aren't included. `levels` counts the numbers in a name.
-std::int64_t ZELestimateItemBytes(const ZEL_Template *block, std::int64_t levels);
+struct ZEL_ItemCost
+{
+    std::int64_t items; ///< 1 if every saved form names a parameter of it, and its blocks' items
+    std::int64_t bytes;
+};
 
-/// Whether every saved form names a parameter of each item.
-bool ZELisItemNamed(const ZEL_Template *block);
+/// Of nested blocks the items that their hard minimum requires are included. `levels` counts the
+/// numbers in a name.
+ZEL_ItemCost ZELestimateItem(const ZEL_Template *block, std::int64_t levels);
+
+/// The nearest count; 0 if the value isn't a number.
+int ZELtoCount(double value);
+
+/// The count that a multi-parameter's range doesn't go below.
+int ZELhardMinimum(const ZEL_Template &multi);

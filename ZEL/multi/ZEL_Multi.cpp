@@ -10,6 +10,7 @@
 #include <ZEL/ZEL_InstanceString.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/list/ZEL_RestoringPrivate.h>
 #include <ZEL/multi/ZEL_ItemSizePrivate.h>
 #include <ZEL/support/ZEL_InstanceMatchPrivate.h>
 
@@ -23,17 +24,6 @@ __thread int ZEL_Multi::KeepItems::theCount = 0;
 
 namespace
 {
-
-/// The nearest count; 0 if the value isn't a number.
-int toCount(double value)
-{
-    const double rounded = std::floor(value + 0.5);
-    if (!(rounded > 0.0)) {
-        return 0;
-    }
-    constexpr int theMost = std::numeric_limits<int>::max();
-    return rounded < double(theMost) ? int(rounded) : theMost;
-}
 
 void replaceByCount(double &value, int count)
 {
@@ -129,7 +119,9 @@ void ZEL_Multi::revertToDefaults(bool deleteChannels)
     const bool hadDefaults = getDefaultsInitFlag();
     ZEL_Float::revertToDefaults(deleteChannels);
     setDefaultsInitFlag(hadDefaults);
-    followDefault();
+    if (!followSnapshot()) {
+        followDefault();
+    }
     setDefaultsInitFlag(true);
 }
 
@@ -184,7 +176,7 @@ void ZEL_Multi::evaluate(T &value, int thread, const Read &read) const
 
 int ZEL_Multi::wantedCount() const
 {
-    return toCount(constrainedRawValue(0));
+    return ZELtoCount(constrainedRawValue(0));
 }
 
 bool ZEL_Multi::areItemsKept()
@@ -213,25 +205,29 @@ void ZEL_Multi::followValue() const
     }
     // For the blocks in its items too.
     const ZEL_InputBudget budget(ZEL_InputBudget::DEFAULTS, 0);
-    if (ZEL_InputBudget::allow(requestFor(std::int64_t(count) - myNumItems))) {
+    if (ZEL_InputBudget::allow(requestFor(count))) {
         self->setNumInstances(count, true);
     } else if (isNumber) {
         self->setCount(myNumItems);
     }
 }
 
-/// What so many more items take of a budget.
-ZEL_InputBudget::Request ZEL_Multi::requestFor(std::int64_t items) const
+/// What it takes of a budget to have so many items. Those that a block can't be without are part of
+/// the request for the item that it is in.
+ZEL_InputBudget::Request ZEL_Multi::requestFor(std::int64_t count) const
 {
+    const int paid = getMultiParmOwner() ? ZELhardMinimum(*getTemplatePtr()) : 0;
+    const std::int64_t items = count - std::max(myNumItems, paid);
     if (items <= 0 || myInstancesPerItem == 0) {
         return {getToken(), 0, 0}; // without children they are only a number
     }
     if (myItemBytes == 0) {
         const std::int64_t levels = myInstanceIndex ? myInstanceIndex->size() + 1 : 1;
-        myItemBytes = ZELestimateItemBytes(getMultiParmTemplate(), levels);
+        const ZEL_ItemCost cost = ZELestimateItem(getMultiParmTemplate(), levels);
+        myItemsOfItem = cost.items;
+        myItemBytes = cost.bytes;
     }
-    // Items that a stream may hold without naming them are limited by their bytes.
-    return {getToken(), ZELisItemNamed(getMultiParmTemplate()) ? items : 0, items * myItemBytes};
+    return {getToken(), items * myItemsOfItem, items * myItemBytes};
 }
 
 /// A default comes from a script and is as untrusted as a loaded value. Those of nested blocks
@@ -242,19 +238,46 @@ void ZEL_Multi::followDefault()
     if (!getMultiParmOwner()) {
         ZEL_InputBudget::beginDefault();
     }
-    const std::int64_t missing = std::int64_t(wantedCount()) - myNumItems;
     const bool isNumber = !getChannel(0) && !ZEL_InputBudget::isInInput();
-    if (isNumber && !ZEL_InputBudget::allow(requestFor(missing))) {
+    if (isNumber && !ZEL_InputBudget::allow(requestFor(wantedCount()))) {
         setCount(myNumItems);
     }
     evaluateCount();
+}
+
+/// While a list is restored, a block whose turn has yet to come gets the items that the snapshot has:
+/// its default ones would be made and then removed from the middle of the list. False if it isn't in
+/// the snapshot, or if its entry will report a failure; and for a ramp whose keys aren't, since they
+/// can be the default ones.
+bool ZEL_Multi::followSnapshot()
+{
+    const ZEL_ParmList *const list = getParmList();
+    const ZEL_ParmList::Restoring *const restoring = list ? list->myRestoring : nullptr;
+    const std::shared_ptr<ZEL_UndoData> *const data =
+        restoring ? restoring->find(getTokenRef()) : nullptr;
+    if (!data) {
+        return false;
+    }
+    if (*rampDefaultText()) {
+        KIT_WorkBuffer key;
+        firstToken(key);
+        if (!restoring->find(KIT_StringRef(key.buffer()))) {
+            return false;
+        }
+    }
+    KIT_ErrorManager::Scope scope(BASgetSTID());
+    if (!loadUndoData(*data)) {
+        return false;
+    }
+    scope.getOuterManager().stealErrors(scope.getManager());
+    return true;
 }
 
 bool ZEL_Multi::followLoadedValue()
 {
     const ZEL_InputBudget budget(ZEL_InputBudget::DEFAULTS, 0);
     const int count = wantedCount();
-    if (!ZEL_InputBudget::allow(requestFor(std::int64_t(count) - myNumItems))) {
+    if (!ZEL_InputBudget::allow(requestFor(count))) {
         setCount(myNumItems);
         return false;
     }
@@ -412,6 +435,17 @@ bool ZEL_Multi::matchInstancePattern(const char *name, int &index) const
     return false;
 }
 
+/// The token of the first item's first child, which needn't exist; "" without children.
+void ZEL_Multi::firstToken(KIT_WorkBuffer &token) const
+{
+    constexpr bool fillToken = true, repeat = false;
+    KIT_ValArray<int> numbers;
+    instanceNumbers(0, numbers);
+    if (myInstancesPerItem > 0) {
+        instanceString(token, getMultiParmTemplate()->getTokenRef(), numbers, fillToken, repeat);
+    }
+}
+
 void ZEL_Multi::setInstanceIndex(const KIT_ValArray<int> &instances)
 {
     if (instances.isEmpty()) {
@@ -424,13 +458,13 @@ void ZEL_Multi::setInstanceIndex(const KIT_ValArray<int> &instances)
 bool ZEL_Multi::isAtHardMinimum() const
 {
     const ZEL_Range *range = getRangePtr();
-    return range && range->hasParmMin() && toCount(range->getParmMin()) == getNumItemsInUse();
+    return range && range->hasParmMin() && ZELhardMinimum(*getTemplatePtr()) == getNumItemsInUse();
 }
 
 bool ZEL_Multi::isAtHardMaximum() const
 {
     const ZEL_Range *range = getRangePtr();
-    return range && range->hasParmMax() && toCount(range->getParmMax()) == getNumItemsInUse();
+    return range && range->hasParmMax() && ZELtoCount(range->getParmMax()) == getNumItemsInUse();
 }
 
 // -------------------------------------------------------------------------- //

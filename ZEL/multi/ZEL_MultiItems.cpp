@@ -2,6 +2,7 @@
 
 #include <ZEL/ZEL_Multi.h>
 
+#include <BAS/BAS_Allocate.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_String.h>
@@ -17,6 +18,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <unordered_set>
 
 /// While it lives, nothing else makes or removes items of this multi-parameter.
@@ -41,24 +43,30 @@ private:
     bool myOuterFlag;
 };
 
-/// An item that is no longer counted. The destructor counts it again unless it was forgotten: while
-/// parameters of it exist, their descriptions must stay.
-class ZEL_Multi::LeavingItem
+/// Items at the end that are no longer counted. The destructor counts them again unless they were
+/// forgotten: while parameters of them exist, their descriptions must stay.
+class ZEL_Multi::LeavingItems
 {
 public:
-    explicit LeavingItem(ZEL_Multi &multi) : myMulti(multi) {}
-    ~LeavingItem() { myMulti.myNumItems += myForgottenFlag ? 0 : 1; }
-    LeavingItem(const LeavingItem &) = delete;
-    LeavingItem &operator=(const LeavingItem &) = delete;
+    LeavingItems(ZEL_Multi &multi, int count) : myMulti(multi), myEnd(multi.myNumItems)
+    {
+        myMulti.myNumItems = count;
+    }
+    ~LeavingItems() { myMulti.myNumItems = myForgottenFlag ? myMulti.myNumItems : myEnd; }
+    LeavingItems(const LeavingItems &) = delete;
+    LeavingItems &operator=(const LeavingItems &) = delete;
 
+    /// The count before.
+    int end() const { return myEnd; }
     void forget()
     {
-        myMulti.forgetItem();
+        myMulti.cutItems();
         myForgottenFlag = true;
     }
 
 private:
     ZEL_Multi &myMulti;
+    int myEnd;
     bool myForgottenFlag = false;
 };
 
@@ -200,12 +208,27 @@ void ZEL_Multi::shrink(int count)
         myNumItems = std::min(myNumItems, count);
         return;
     }
-    bool searched = false;
+    // Those at the list's end leave one by one and move nothing; the rest leaves together once they do.
+    constexpr std::int64_t theFewMoves = 8;
+    const std::int64_t movesBefore = getParmList()->myNumMoved;
+    bool searched = false, enoughMemory = true;
     while (myNumItems > count) {
-        --myNumItems;
-        LeavingItem leaving(*this);
-        if (!removeParms(myNumItems) && !searched) {
-            removeStrayParms(count, myNumItems);
+        const bool together = enoughMemory && getParmList()->myNumMoved - movesBefore > theFewMoves;
+        LeavingItems leaving(*this, together ? count : myNumItems - 1);
+        bool complete = false;
+        try {
+            complete = together ? getParmList()->removeItemParms(*this, myNumItems, leaving.end())
+                                : removeParms(myNumItems);
+        } catch (const std::bad_alloc &) {
+            if (!together) {
+                throw;
+            }
+            BASnoteFailedAllocation();
+            enoughMemory = false;
+            continue;
+        }
+        if (!complete && !searched) {
+            removeStrayParms(count, leaving.end() - 1);
             searched = true;
         }
         leaving.forget();
@@ -244,11 +267,8 @@ void ZEL_Multi::forgetItems()
     }
     {
         const Changing changing(*this);
-        myNumItems = myInstancesPerItem == 0 ? 0 : myNumItems; // without children only a number
-        while (myNumItems > 0) {
-            --myNumItems;
-            forgetItem();
-        }
+        myNumItems = 0;
+        cutItems();
     }
     notifyChanged();
 }
@@ -458,6 +478,20 @@ std::unique_ptr<ZEL_Default[]> ZEL_Multi::instanceDefaults(const ZEL_Template &c
     return copies;
 }
 
+/// The keys of a ramp by default; "" without, and for other blocks.
+const char *ZEL_Multi::rampDefaultText() const
+{
+    const ZEL_Template &description = *getTemplatePtr();
+    const ZEL_SpareData *const spare =
+        description.isRampType() ? description.getSparePtr() : nullptr;
+    const char *text = nullptr;
+    if (spare) {
+        text = description.isRampTypeColor() ? spare->getColorRampDefaultValue()
+                                             : spare->getFloatRampDefaultValue();
+    }
+    return text ? text : "";
+}
+
 void ZEL_Multi::setRampInstanceToDefaultValue(int item, const KIT_ValArray<ZEL_Parm *> &parms)
 {
     constexpr int thePartsOfAKey = 3;
@@ -466,15 +500,9 @@ void ZEL_Multi::setRampInstanceToDefaultValue(int item, const KIT_ValArray<ZEL_P
     }
     int count = 0;
     getDefaultValue(count, 0);
-    const ZEL_SpareData *spare = getTemplatePtr()->getSparePtr();
-    const char *text = nullptr;
-    if (spare) {
-        text = getTemplatePtr()->isRampTypeColor() ? spare->getColorRampDefaultValue()
-                                                   : spare->getFloatRampDefaultValue();
-    }
-    if (text && *text) {
+    if (*rampDefaultText()) {
         if (item == count - 1) {
-            spare->getRampDefaultToParm(*getParm());
+            getTemplatePtr()->getSparePtr()->getRampDefaultToParm(*getParm());
         }
         return;
     }
@@ -498,17 +526,25 @@ void ZEL_Multi::setRampInstanceToDefaultValue(int item, const KIT_ValArray<ZEL_P
 // Removing an item
 // -------------------------------------------------------------------------- //
 
-/// Removes an item's parameters from the list. False if one wasn't found: it is gone, or its name
-/// refers to another parameter by now.
+/// The child that was made for the item, counted or not; null if it is gone, or its name refers to
+/// another parameter by now.
+ZEL_Parm *ZEL_Multi::findOwnChild(int item, int child, int &index) const
+{
+    const ZEL_Template &description = myItemTemplates[std::size_t(item)][std::size_t(child)];
+    ZEL_Parm *parm = getParmList()->getParmPtr(description.getTokenRef(), index);
+    const bool isOwn =
+        parm && parm->getMultiParmOwner() == this && parm->getTemplatePtr() == &description;
+    return isOwn ? parm : nullptr;
+}
+
+/// Removes an item's parameters from the list. False if one wasn't found.
 bool ZEL_Multi::removeParms(int item)
 {
     ZEL_ParmList *list = getParmList();
     bool complete = true;
     for (int child = myInstancesPerItem; child-- > 0;) {
-        const ZEL_Template &description = myItemTemplates[std::size_t(item)][std::size_t(child)];
         int index = -1;
-        const ZEL_Parm *parm = list->getParmPtr(description.getTokenRef(), index);
-        if (parm && parm->getMultiParmOwner() == this && parm->getTemplatePtr() == &description) {
+        if (findOwnChild(item, child, index)) {
             list->removeAndDestroyParm(index);
         } else {
             complete = false;
@@ -538,8 +574,8 @@ void ZEL_Multi::removeStrayParms(int firstItem, int lastItem)
     }
 }
 
-/// Frees the descriptions of the last item.
-void ZEL_Multi::forgetItem()
+/// Frees the descriptions of the items that are no longer counted.
+void ZEL_Multi::cutItems()
 {
     // An incomplete item has fewer of some.
     const auto cut = [](auto &things, std::size_t size) {
@@ -566,7 +602,7 @@ void ZEL_Multi::abandonItem()
     if (myItemTemplates.size() > std::size_t(myNumItems)) {
         removeParms(myNumItems);
     }
-    forgetItem();
+    cutItems();
 }
 
 // -------------------------------------------------------------------------- //

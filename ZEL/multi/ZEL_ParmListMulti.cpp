@@ -314,7 +314,7 @@ bool ZEL_ParmList::checkMultiParmInstance(const KIT_StringRef &name, bool evalua
         const std::int64_t item = std::int64_t(number) - multi->getMultiStartOffset();
         const std::int64_t wanted = item + 1;
         const std::int64_t missing = wanted - multi->getMultiParmNumItems();
-        if (item >= 0 && missing > 0 && ZEL_InputBudget::allow(multi->requestFor(missing)) &&
+        if (item >= 0 && missing > 0 && ZEL_InputBudget::allow(multi->requestFor(wanted)) &&
             wanted <= std::numeric_limits<int>::max()) {
             multi->setValue(0.0, int(wanted), false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
             multi->setNumInstances(int(wanted), evaluateChildren);

@@ -5,11 +5,14 @@
 #include <KIT/KIT_StringArray.h>
 #include <TRK/TRK_EventManager.h>
 #include <ZEL/ZEL_InputBudget.h>
+#include <ZEL/instance/ZEL_UndoStreamPrivate.h>
+#include <ZEL/list/ZEL_RestoringPrivate.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
 
 void ZEL_ParmList::saveUndoData(ZEL_UndoDataArray &out) const
 {
+    const ZEL_UndoStream stream;
     // By index: a menu that reads a multi-parameter may create items meanwhile.
     for (int i = 0; i < getEntries(); ++i) {
         saveSingleUndoData(getParmPtr(i), out);
@@ -32,6 +35,7 @@ void ZEL_ParmList::loadUndoData(const ZEL_UndoDataArray &in, const char *name,
     const ZEL_InputBudget noLimit(ZEL_InputBudget::NO_LIMIT, 0);
     const TRK_AutoEventHandler events;
     ZEL_ParmListReader reader(*this, name, fallbackList);
+    Restoring restoring(*this, in);
     if (myOwner) {
         constexpr bool useMap = false;
         KIT_StringArray names;
@@ -42,10 +46,11 @@ void ZEL_ParmList::loadUndoData(const ZEL_UndoDataArray &in, const char *name,
         }
         reader.offerUnknownNames(names);
     }
-    for (const auto &[token, data] : in) {
+    for (std::int64_t i = 0; i < in.size(); ++i) {
         constexpr bool useMap = true;
-        if (ZEL_Parm *parm = reader.findParm(token, useMap)) {
-            parm->loadUndoData(data);
+        if (ZEL_Parm *parm = reader.findParm(in[i].first, useMap)) {
+            restoring.setNext(i + 1);
+            parm->loadUndoData(in[i].second);
         }
     }
 }

@@ -32,6 +32,7 @@ enum Size
     TEXT,
     VALUE,
     CONDITION,
+    RAMP,
     SIZES
 };
 
@@ -46,6 +47,7 @@ struct Sized
         case LABEL: child = p.items.add(ZEL_FLT, 1, "w#", theLongMarked.c_str()); break;
         case TEXT: child = p.items.add(ZEL_ORD, 1, "w#", "L", &marked); break;
         case VALUE: child = p.items.add(ZEL_STRING, 1, "w#", "L", &plain); break;
+        case RAMP: child = p.items.addMulti(ZEL_MULTITYPE_RAMP_RGB, "r#", nullptr); break;
         default: child = p.items.add(ZEL_FLT, 1, "w#"); break;
         }
         child->setConditionalBasePtr(size == CONDITION ? &condition : nullptr);
@@ -191,11 +193,26 @@ TEST(MultiBudget, ASnapshotMakesNoMoreThanThereWas)
     p.list->loadUndoData(snapshot, nullptr, nullptr);
     EXPECT_EQ(before, p.text());
     EXPECT_GT(500U, p.list->getAddRemoveCount() - changes);
-    takeMessages();
+    EXPECT_EQ("", takeMessages());
     p.setCount(0.0);
     p.parm("points").loadUndoData(snapshot[0].second);
     EXPECT_EQ(20, p.numItems());
     EXPECT_EQ("ZEL 22", takeMessages()) << "blocks in its items that get no default";
+}
+
+TEST(MultiBudget, KeysThatARampIsNeverWithoutCountWithIt)
+{
+    const ScopedSetting setting(KIT_ENV_MAX_STREAM_ITEMS, 20);
+    for (const int count : {10, 11}) {
+        MultiList p;
+        Block ramps;
+        ramps.addMulti(ZEL_MULTITYPE_RAMP_FLT, "r#", nullptr, 1.0);
+        p.top.addMulti(ZEL_MULTITYPE_LIST, "ramps", ramps.templates(), count);
+        p.buildTop();
+        EXPECT_EQ(count == 10 ? 10 : 0, p.numItems("ramps"));
+        EXPECT_EQ(count == 10 ? 41 : 1, p.list->getEntries());
+        EXPECT_EQ(count == 10 ? "" : "ZEL 22", takeMessages());
+    }
 }
 
 TEST(MultiBudget, ItemsThatAreOnlyANumberAreNotCounted)

@@ -226,8 +226,8 @@ TEST(ScriptParms, ComponentsTakeOfOneBudget)
         }
         return Dialog(text + " } }").messages;
     };
-    EXPECT_EQ(read(41, "256"), "");
-    EXPECT_EQ(read(42, "256"),
+    EXPECT_EQ(read(48, "256"), "");
+    EXPECT_EQ(read(49, "256"),
               "E: components take more memory than the limit of 1 MB (ZEL_MAX_STREAM_MEGABYTES)");
     EXPECT_EQ(read(1000, "16"), "") << "no more than the words that describe them";
     KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 0);

@@ -23,7 +23,8 @@ struct UndoTemplates
         inner.add(ZEL_FLT, 1, "weight#_#");
         items.add(ZEL_XYZ, 3, "pt#");
         items.add(ZEL_STRING, 1, "label#");
-        items.addMulti(ZEL_MULTITYPE_LIST, "w#", inner.templates());
+        items.addMulti(ZEL_MULTITYPE_LIST, "w#", inner.templates(), 1.0);
+        items.addMulti(ZEL_MULTITYPE_RAMP_FLT, "r#", nullptr, 3.0);
         all.add(ZEL_XYZ, 3, "t");
         all.add(ZEL_INT, 2, "n");
         all.add(ZEL_TOGGLE, 1, "on");
@@ -131,8 +132,8 @@ private:
     }
     void editItems()
     {
-        const char *const multis[] = {"points", "w1", "w2"};
-        ZEL_Parm *const multi = parms().getParmPtr(multis[below(3)]);
+        const char *const multis[] = {"points", "w1", "w2", "r1", "r2"};
+        ZEL_Parm *const multi = parms().getParmPtr(multis[below(5)]);
         const int items = multi ? multi->getMultiParmNumItems() : 0;
         const int place = parms().getParmIndex(multi);
         switch (below(3)) {

@@ -85,6 +85,38 @@ TEST(Undo, AnySnapshotComesBackAfterAnyEdits)
     EXPECT_GT(structures, restored / 3);
 }
 
+TEST(Undo, ARestoreMakesAndRemovesNoMoreThanDiffers)
+{
+    constexpr int theSteps = 4000;
+    // Room for no default of the blocks in an item.
+    const ScopedSetting setting(KIT_ENV_MAX_STREAM_ITEMS, 1);
+    UndoNode p;
+    std::vector<ZEL_UndoDataArray> taken;
+    int differing = 0;
+    for (int step = 0; step < theSteps; ++step) {
+        p.edit(0);
+        if (step % 10 == 0) {
+            taken.push_back(p.snapshot());
+        }
+        if (step % 7 != 0) {
+            continue;
+        }
+        const ZEL_UndoDataArray &data = taken[std::size_t(p.below(int(taken.size())))];
+        int present = 0, missing = 0;
+        for (const auto &[token, undo] : data) {
+            ++(p.parms().getParmPtr(token) ? present : missing);
+        }
+        const int surplus = p.parms().getEntries() - present;
+        differing += missing > 0 || surplus > 0;
+        const std::uint32_t before = p.parms().getAddRemoveCount();
+        p.parms().loadUndoData(data, nullptr, nullptr);
+        // An item counts once more.
+        ASSERT_LE(p.parms().getAddRemoveCount() - before, unsigned(2 * missing + surplus)) << step;
+        ASSERT_EQ(takeTexts(), "") << step;
+    }
+    EXPECT_GT(differing, theSteps / 7 / 3);
+}
+
 TEST(Undo, SnapshotsAreInListOrderAndMayOutliveTheList)
 {
     ZEL_Template nothing[] = {ZEL_Template()};

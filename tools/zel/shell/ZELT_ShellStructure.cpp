@@ -10,7 +10,7 @@
 #include <ZEL/ZEL_Template.h>
 
 #include <iostream>
-#include <set>
+#include <unordered_set>
 
 namespace
 {
@@ -121,7 +121,7 @@ void adopt(ZELT_Shell &shell, const ZELT_ShellWords &words)
     shell.getSession().growBlocks(shell.getTime());
     shell.setScript(std::move(script));
 
-    std::set<std::string> known;
+    std::unordered_set<std::string> known;
     for (const Former &one : former) {
         std::cout << fateOf(one, shell.getParms()) << '\n';
         known.insert(one.token);
