@@ -284,6 +284,7 @@ void ZEL_ParmList::adoptParmList(ZEL_ParmList &from, bool forceCopy)
 void ZEL_ParmList::adoptAll(ZEL_ParmList &from, bool forceCopy)
 {
     Adoption adoption{from, forceCopy, {}};
+    adoption.done.reserve(std::uint32_t(from.getEntries()));
     const AdoptionScope scope(*this, adoption);
     for (int i = 0; i < getEntries(); ++i) {
         ZEL_Parm *parm = myParms[i];
