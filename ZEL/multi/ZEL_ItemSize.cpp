@@ -15,11 +15,12 @@
 namespace
 {
 
-// Measured with lists of 50,000 items: a parameter of one number takes 800 bytes as the only one of its
-// item and 600 beside others, each further component 100, an animated one 620 more; a ramp without its
+// Measured with lists of 50,000 items: a parameter of one number takes 860 bytes as the only one of its
+// item and 550 beside others, each further component 100, an animated one 620 more; a ramp without its
 // keys 2,350, a key 2,000.
 constexpr std::int64_t theAllocation = 24; // what a separate text takes beside its bytes
-constexpr std::int64_t theParmLinks = 135; // places in the list's tables and the item's arrays
+constexpr std::int64_t theItem = 200;      // what doesn't depend on its parameters
+constexpr std::int64_t theParmLinks = 85;  // places in the list's tables and the item's arrays
 constexpr std::int64_t theComponent = 65;  // its value, its channel's place, the name in a table
 constexpr std::int64_t theChannel = 700;
 constexpr std::int64_t theRamp = 500;  // what its own descriptions of keys take beside their bytes
@@ -104,7 +105,8 @@ std::int64_t childBytes(const ZEL_Template &child, std::int64_t levels)
 
 ZEL_ItemCost ZELestimateItem(const ZEL_Template *block, std::int64_t levels)
 {
-    ZEL_ItemCost cost{isItemNamed(block) ? 1 : 0, std::int64_t(sizeof(ZEL_Template))}; // terminator
+    ZEL_ItemCost cost{isItemNamed(block) ? 1 : 0,
+                      theItem + std::int64_t(sizeof(ZEL_Template))}; // terminator
     for (; block && !block->isTerminator(); ++block) {
         cost.bytes += childBytes(*block, levels);
         if (const int least = block->isMultiType() ? ZELhardMinimum(*block) : 0) {

@@ -72,19 +72,16 @@ void replaceAliases(ZELX_Node &node, const std::string &text)
     parms.loadChannelAliases(is, nullptr);
 }
 
-/// Restores the counts of blocks and what doesn't exist; that their channels don't exist yet is not
-/// reported.
+/// Restores the counts of blocks alone; that their channels don't exist yet is not reported.
 void restoreItems(ZEL_ParmList &parms, const ZEL_UndoDataArray &values)
 {
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
-    ZEL_UndoDataArray items;
-    for (const auto &value : values) {
-        const ZEL_Parm *const parm = parms.getParmPtr(value.first);
-        if (!parm || parm->isMultiParm()) {
-            items.append(value);
+    for (const auto &[token, data] : values) {
+        ZEL_Parm *const parm = parms.getParmPtr(token);
+        if (parm && parm->isMultiParm()) {
+            parm->loadUndoData(data);
         }
     }
-    parms.loadUndoData(items, nullptr, nullptr);
 }
 
 bool isSameData(const ZEL_UndoData *a, const ZEL_UndoData *b)
