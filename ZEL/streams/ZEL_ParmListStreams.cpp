@@ -2,9 +2,11 @@
 
 #include <ZEL/ZEL_ParmList.h>
 
+#include <BAS/BAS_Thread.h>
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_Packet.h>
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_EventManager.h>
 #include <ZEL/ZEL_InputBudget.h>
@@ -53,9 +55,12 @@ bool ZEL_ParmList::canBeStream(std::string_view start)
     if (start.find('\0') == std::string_view::npos) {
         return true;
     }
+    const KIT_ErrorManager::Scope quiet(BASgetSTID());
     KIT_IStream is(start.data(), start.size(), KIT_IStream::BINARY);
-    std::uint16_t classId = 0;
-    return is.bread(classId) && classId == ZELlistPacketClass();
+    KIT_Packet packet;
+    int classId = 0;
+    int packetId = 0;
+    return packet.beginRead(is, classId, packetId) && classId == ZELlistPacketClass();
 }
 
 bool ZEL_ParmList::load(KIT_IStream &is, const char *name, ZEL_ParmList *fallbackList)
