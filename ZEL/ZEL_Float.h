@@ -145,6 +145,7 @@ private:
     double commandValue(int index) const;
     void saveAscii(KIT_ByteBuffer &out) const;
     void saveBinary(KIT_ByteBuffer &out) const;
+    void savePackets(KIT_ByteBuffer &out) const;
     /// The packets of a float without channels, label and masks, in one piece. False, with nothing
     /// written, for all others.
     bool savePlainBinary(KIT_ByteBuffer &out) const;

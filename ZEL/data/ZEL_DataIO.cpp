@@ -86,14 +86,14 @@ bool ZEL_Data::saveBinary(std::ostream &os) const
     const ZEL_Multi::KeepItems keep;
     ZEL_ValueFrames::saveBinary(*this, os, dataClassId(), [&](KIT_Packet &packet, int index) {
         const Item typed = itemToSave(index);
-        constexpr bool binary = true;
-        packet.beginWrite(os, dataClassId(), DATA_TYPE);
-        KIT_String(typed ? typed->getDataTypeToken() : "").save(os, binary);
+        packet.beginWriteShort(os, dataClassId(), DATA_TYPE);
+        KITwriteShortText(os, KIT_String(typed ? typed->getDataTypeToken() : "").view());
         packet.endWrite();
         // Written after an empty type too, where it isn't read: readers rely on the packet being
         // there.
         const Item item = getChannel(index) ? Item() : fetch(index);
         if (item) {
+            // Plain: an item may compose its bytes anywhere.
             packet.beginWrite(os, dataClassId(), DATA_PAYLOAD);
             good = item->saveBinary(os) && good;
             packet.endWrite();

@@ -102,8 +102,9 @@ struct ZEL_Instance::Options
                       >;
 #undef ZEL_INSTANCE_OPTION
 
-    template <class Emit>
-    static void writePackets(const ZEL_Instance &from, Form form, const Emit &emit);
+    template <class Emit, class EmitUnset>
+    static void writePackets(const ZEL_Instance &from, Form form, const Emit &emit,
+                             const EmitUnset &emitUnset);
     static OptionRead readPacket(ZEL_Instance &to, KIT_IStream &is, Form form, int id);
 };
 
@@ -112,6 +113,7 @@ namespace
 /// Saved where it is set, and not passed on to an instance that takes over.
 struct OptionRow
 {
+    static constexpr KIT_PacketHeader::Size theUnset = KIT_PacketHeader::EMPTY;
     template <class Form>
     static constexpr bool isAlwaysIn(Form)
     {
@@ -154,6 +156,7 @@ struct FieldRow : OptionRow
 struct ZEL_Instance::Options::Locks : FieldRow<Locks>
 {
     static constexpr bool isAlwaysIn(Form form) { return form != Form::BINARY; }
+    static constexpr KIT_PacketHeader::Size theUnset = KIT_PacketHeader::ZERO_4;
     static bool isSet(const ZEL_Instance &from) { return from.getLockedField() != 0; }
     static std::uint32_t get(const ZEL_Instance &from) { return from.getLockedField(); }
     static void set(ZEL_Instance &to, std::uint32_t field) { to.setLockedField(field); }
@@ -197,6 +200,7 @@ struct ZEL_Instance::Options::Bypass : FieldRow<Bypass>
 struct ZEL_Instance::Options::Label : OptionRow
 {
     static constexpr bool isAlwaysIn(Form form) { return form == Form::FLOAT; }
+    static constexpr KIT_PacketHeader::Size theUnset = KIT_PacketHeader::ZERO_1; // an empty text
     static bool isSet(const ZEL_Instance &from) { return from.getSaveLabelFlag(); }
     static void adopt(ZEL_Instance &to, const ZEL_Instance &from)
     {
@@ -230,7 +234,7 @@ struct ZEL_Instance::Options::Label : OptionRow
     template <class Emit>
     static void writeBinary(const ZEL_Instance &from, const Emit &emit)
     {
-        const KIT_String label(isSet(from) ? from.getLabel() : "");
+        const KIT_String label(from.getLabel());
         emit([&](KIT_ByteBuffer &out) { out.appendText(label.nonNullStr()); });
     }
     static bool readBinary(ZEL_Instance &to, KIT_IStream &is, Form form)
@@ -415,15 +419,19 @@ bool ZEL_Instance::loadAsciiOptions(KIT_IStream &is, unsigned int &mask)
 // Binary form, and that of a float
 // ---------------------------------------------------------------------- //
 
-/// `emit` gets the packet's id and a function that writes the payload.
-template <class Emit>
-void ZEL_Instance::Options::writePackets(const ZEL_Instance &from, Form form, const Emit &emit)
+/// `emit` gets the packet's id and a function that writes the payload; `emitUnset` gets the id and the
+/// zeros of an option that is there although it isn't set.
+template <class Emit, class EmitUnset>
+void ZEL_Instance::Options::writePackets(const ZEL_Instance &from, Form form, const Emit &emit,
+                                         const EmitUnset &emitUnset)
 {
     All::forEach([&](auto entry) {
         using Entry = decltype(entry);
         const int id = Entry::packetIn(form);
-        if (id >= 0 && (Entry::Row::isAlwaysIn(form) || Entry::Row::isSet(from))) {
+        if (id >= 0 && Entry::Row::isSet(from)) {
             Entry::Row::writeBinary(from, [&](const auto &write) { emit(id, write); });
+        } else if (id >= 0 && Entry::Row::isAlwaysIn(form)) {
+            emitUnset(id, Entry::Row::theUnset);
         }
     });
 }
@@ -446,12 +454,15 @@ ZEL_Instance::OptionRead ZEL_Instance::Options::readPacket(ZEL_Instance &to, KIT
 bool ZEL_Instance::saveBinaryOptions(int classId, KIT_Packet &packet, std::ostream &os) const
 {
     bool any = false;
-    Options::writePackets(*this, Options::Form::BINARY, [&](int id, const auto &write) {
-        packet.beginWrite(os, classId, id);
-        KITcompose(os, write);
-        packet.endWrite();
-        any = true;
-    });
+    Options::writePackets(
+        *this, Options::Form::BINARY,
+        [&](int id, const auto &write) {
+            packet.beginWriteShort(os, classId, id);
+            KITcompose(os, write);
+            packet.endWrite();
+            any = true;
+        },
+        [](int, KIT_PacketHeader::Size) {});
     return any;
 }
 
@@ -462,11 +473,14 @@ bool ZEL_Instance::loadBinaryOption(KIT_IStream &is, short id)
 
 void ZEL_Instance::saveFloatOptions(int classId, KIT_ByteBuffer &out) const
 {
-    Options::writePackets(*this, Options::Form::FLOAT, [&](int id, const auto &write) {
-        const KIT_ByteBuffer::Packet start = out.beginPacket(classId, id);
-        write(out);
-        out.endPacket(start);
-    });
+    Options::writePackets(
+        *this, Options::Form::FLOAT,
+        [&](int id, const auto &write) {
+            const KIT_ByteBuffer::Packet start = out.beginPacket(classId, id);
+            write(out);
+            out.endPacket(start);
+        },
+        [&](int id, KIT_PacketHeader::Size zeros) { out.appendZeroPacket(classId, id, zeros); });
 }
 
 ZEL_Instance::OptionRead ZEL_Instance::loadFloatOption(KIT_IStream &is, int id)

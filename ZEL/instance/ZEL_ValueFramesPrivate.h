@@ -98,7 +98,8 @@ struct ZEL_ValueFrames
             }
         });
     }
-    /// Options, `writePacket(packet, index)` for each component, the closing packet.
+    /// Options, `writePacket(packet, index)` for each component, the closing packet. All are short
+    /// where a list's series is composed.
     template <class WritePacket>
     static void saveBinary(const ZEL_Instance &instance, std::ostream &os, int classId,
                            const WritePacket &writePacket)
@@ -108,7 +109,7 @@ struct ZEL_ValueFrames
         for (int i = 0; i < instance.getVectorSize(); ++i) {
             writePacket(packet, i);
         }
-        packet.beginWrite(os, classId, 0);
+        packet.beginWriteShort(os, classId, 0);
         packet.endWrite();
     }
     /// The values as command arguments, all or one: channel names where there are channels and

@@ -125,7 +125,6 @@ bool ZEL_ParmListReader::isKnown(const KIT_StringRef &name)
 void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &names)
 {
     const std::int64_t start = is.tellg();
-    const KIT_IStream::PacketState series = is.packets();
     KIT_WorkBuffer word;
     const auto test = [&] {
         if (!isKnown(refTo(word))) {
@@ -157,7 +156,6 @@ void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &name
         }
     }
     is.seekg(start);
-    is.packets() = series;
 }
 
 void ZEL_ParmListReader::offerUnknownNames(KIT_StringArray &names)

@@ -123,8 +123,7 @@ bool ZEL_ParmListWriter::endEntry()
 
 void ZEL_ParmListWriter::flush()
 {
-    myBytes.writeTo(myTarget);
-    myBytes.clear();
+    myBytes.moveTo(myTarget);
 }
 
 void ZEL_ParmListWriter::writeText(const Parms &parms)
@@ -153,6 +152,7 @@ void ZEL_ParmListWriter::writeText(const Parms &parms)
 void ZEL_ParmListWriter::writeBinary(const Parms &parms, bool compact)
 {
     const int classId = ZELlistPacketClass();
+    myBytes.beginSeries();
     myBytes.appendPacket(classId, LIST_VERSION, theListFileVersion);
     std::string_view before;
     for (const ZEL_Parm *parm : parms) {
@@ -170,4 +170,5 @@ void ZEL_ParmListWriter::writeBinary(const Parms &parms, bool compact)
         }
     }
     myBytes.appendPacket(classId, LIST_END);
+    myBytes.endSeries();
 }

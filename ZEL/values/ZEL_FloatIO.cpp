@@ -45,6 +45,8 @@ constexpr char thePlainHead[] = {char(Header::first(FLOAT_FLAGS, Header::ZERO_12
                                  char(ZEL_PACKETS_OF_FLOAT),
                                  char(Header::first(FLOAT_LOCKS, Header::ZERO_4, false)),
                                  char(Header::first(FLOAT_LABEL, Header::ZERO_1, false))};
+constexpr char theMarker[] = {char(Header::theMarker), char(Header::theMarker >> 8),
+                              char(Header::theMarker >> 16), char(Header::theMarker >> 24)};
 constexpr char theWideValue = char(Header::first(FLOAT_VALUE, Header::BYTES_8, false));
 /// A number that a 32-bit float has exactly, as most that people type.
 constexpr char theNarrowValue = char(Header::first(FLOAT_VALUE, Header::BYTES_4, false));
@@ -130,7 +132,7 @@ bool ZEL_Float::savePlainBinary(KIT_ByteBuffer &out) const
     const int size = getVectorSize();
     const int classId = floatClassId();
     const double *const numbers = plainValues();
-    if (!numbers || !out.isInside() || out.presentClass() == classId) {
+    if (!numbers || out.presentClass() == classId) {
         return false;
     }
     char *at = out.room(plainLength(std::size_t(size)));
@@ -149,9 +151,21 @@ bool ZEL_Float::savePlainBinary(KIT_ByteBuffer &out) const
 
 void ZEL_Float::saveBinary(KIT_ByteBuffer &out) const
 {
-    if (savePlainBinary(out)) {
-        return;
+    // Alone, outside of a list's stream, it is a series of its own.
+    const bool isAlone = !out.isShort();
+    if (isAlone) {
+        out.beginSeries();
     }
+    if (!savePlainBinary(out)) {
+        savePackets(out);
+    }
+    if (isAlone) {
+        out.endSeries();
+    }
+}
+
+void ZEL_Float::savePackets(KIT_ByteBuffer &out) const
+{
     const int classId = floatClassId();
     const std::uint32_t saved = getSaveFlags();
     if (saved == 0) {
@@ -283,9 +297,15 @@ ZEL_ValueInstance::Entry ZEL_Float::loadAsciiEntry(KIT_IStream &is, std::string_
 bool ZEL_Float::loadPlainBinary(KIT_IStream &is)
 {
     const int size = getVectorSize();
-    const std::string_view rest = is.rest();
+    std::string_view rest = is.rest();
     const char *const end = rest.data() + rest.size();
-    if (!is.hasShortTexts() || size == 0 || rest.size() <= sizeof(thePlainHead) ||
+    if (!is.isInShortPacket()) {
+        // Saved alone.
+        const bool isMarked =
+            rest.substr(0, sizeof(theMarker)) == std::string_view(theMarker, sizeof(theMarker));
+        rest.remove_prefix(isMarked ? sizeof(theMarker) : rest.size());
+    }
+    if (size == 0 || rest.size() <= sizeof(thePlainHead) ||
         KITgetErrorSeverity() >= KIT_ERROR_ABORT ||
         std::memcmp(rest.data(), thePlainHead, sizeof(thePlainHead)) != 0) {
         return false;
@@ -297,7 +317,7 @@ bool ZEL_Float::loadPlainBinary(KIT_IStream &is)
     if (!at || *at != thePlainEnd) {
         return false;
     }
-    const std::int64_t after = is.tellg() + (at + 1 - rest.data());
+    const std::int64_t after = is.tellg() + is.remaining() - (end - (at + 1));
     at = rest.data() + sizeof(thePlainHead);
     for (int i = 0; i < size; ++i) {
         const bool isWide = *at == theWideValue;

@@ -99,14 +99,14 @@ void ZEL_Ordinal::saveBinary(std::ostream &os) const
         const std::int64_t value = channel || !isButton ? valueToSave(i, choices) : 0;
         const char *word = channel || isButton ? nullptr : choices.word(value, number);
         if (channel) {
-            packet.beginWrite(os, ordinalClassId(), ORDINAL_CHANNEL);
-            channel->getName().saveBinary(os);
+            packet.beginWriteShort(os, ordinalClassId(), ORDINAL_CHANNEL);
+            KITwriteShortText(os, channel->getName().view());
             writeInteger32(os, value);
         } else if (word) {
-            packet.beginWrite(os, ordinalClassId(), ORDINAL_TOKEN);
-            KIT_String(word).save(os, true);
+            packet.beginWriteShort(os, ordinalClassId(), ORDINAL_TOKEN);
+            KITwriteShortText(os, word);
         } else {
-            packet.beginWrite(os, ordinalClassId(), ORDINAL_INTEGER);
+            packet.beginWriteShort(os, ordinalClassId(), ORDINAL_INTEGER);
             writeInteger32(os, value);
         }
         packet.endWrite();

@@ -89,11 +89,11 @@ bool ZEL_String::save(std::ostream &os, int binary, bool compiled) const
     if (binary != 0 || compiled) {
         ZEL_ValueFrames::saveBinary(*this, os, stringClassId(), [&](KIT_Packet &packet, int index) {
             const TRK_Channel *channel = getChannel(index);
-            packet.beginWrite(os, stringClassId(), channel ? STRING_CHANNEL : STRING_VALUE);
+            packet.beginWriteShort(os, stringClassId(), channel ? STRING_CHANNEL : STRING_VALUE);
             if (channel) {
-                channel->getName().saveBinary(os);
+                KITwriteShortText(os, channel->getName().view());
             }
-            KIT_String(textToSave(index)).save(os, true);
+            KITwriteShortText(os, textToSave(index));
             packet.endWrite();
         });
     } else {
@@ -140,7 +140,7 @@ bool ZEL_String::loadPlainBinary(KIT_IStream &is)
     const std::string_view rest = is.rest();
     // The length of a packet and, within it, that of the text: each one byte.
     const std::size_t start = sizeof(theHead) + 2;
-    if (!is.hasShortTexts() || getVectorSize() != 1 || rest.size() < start ||
+    if (!is.isInShortPacket() || getVectorSize() != 1 || rest.size() < start ||
         rest.substr(0, sizeof(theHead)) != std::string_view(theHead, sizeof(theHead))) {
         return false;
     }

@@ -84,7 +84,7 @@ size_t countShared(const char *left, const char *right, size_t most)
 
 void KIT_ByteBuffer::appendTextAfter(std::string_view text, std::string_view before)
 {
-    if (!isInside()) {
+    if (!isShort()) {
         appendText(text);
         return;
     }
@@ -104,28 +104,38 @@ void KIT_ByteBuffer::appendTextAfter(std::string_view text, std::string_view bef
 // ------------------------------------------------------------------ //
 // Packets
 
+void KIT_ByteBuffer::beginSeries()
+{
+    appendNumber(KIT_PacketHeader::theMarker);
+    myForm.classId = 0;
+    myForm.oneByteIds = KIT_PacketHeader::theIdFollows;
+}
+
 size_t KIT_ByteBuffer::appendLongHeader(int classId, int packetId, KIT_PacketHeader::Size size)
 {
+    if (!isShort()) {
+        const uint32_t zeros = KIT_PacketHeader::zeros(size);
+        const size_t begin =
+            appendPlainHeader(classId, packetId, zeros + KIT_PacketHeader::stored(size));
+        constexpr char theZeros[12] = {};
+        append(std::string_view(theZeros, zeros));
+        return begin;
+    }
     myGoodFlag = myGoodFlag && classId == static_cast<uint16_t>(classId) &&
                  packetId == static_cast<int16_t>(packetId);
     char *at = room(KIT_PacketHeader::theMostBytes);
     if (!at) {
         return 0;
     }
-    if (!isInside() && !myInSeries) {
-        at = putNumber(at, KIT_PacketHeader::theMarker);
-        myInSeries = true;
-        myClassId = 0;
-    }
-    const size_t begin = static_cast<size_t>(at - myData);
-    const bool withClass = classId != myClassId;
+    const size_t begin = KIT_ByteBuffer::size();
+    const bool withClass = classId != myForm.classId;
     const uint8_t first = KIT_PacketHeader::first(packetId, size, withClass);
     *at++ = static_cast<char>(first);
     if (withClass) {
         const uint8_t number = KIT_PacketHeader::classNumber(classId);
         *at++ = static_cast<char>(number);
         at = number == 0 ? putNumber(at, static_cast<uint16_t>(classId)) : at;
-        myClassId = static_cast<uint16_t>(classId);
+        myForm.classId = static_cast<uint16_t>(classId);
     }
     if ((first & KIT_PacketHeader::theIdFollows) == KIT_PacketHeader::theIdFollows) {
         at = putNumber(at, static_cast<int16_t>(packetId));
@@ -134,24 +144,53 @@ size_t KIT_ByteBuffer::appendLongHeader(int classId, int packetId, KIT_PacketHea
     return begin;
 }
 
-void KIT_ByteBuffer::appendPacket(int classId, int packetId)
+size_t KIT_ByteBuffer::appendPlainHeader(int classId, int packetId, uint32_t length)
 {
-    appendHeader(classId, packetId, KIT_PacketHeader::EMPTY);
-    myInSeries = myInSeries && (isInside() || packetId != 0);
+    using Header = KIT_PacketHeader;
+    myGoodFlag = myGoodFlag && classId == static_cast<uint16_t>(classId) &&
+                 packetId == static_cast<int16_t>(packetId);
+    char *at = room(Header::theMostBytes);
+    if (!at) {
+        return 0;
+    }
+    const size_t begin = size();
+    if (isShort()) {
+        *at++ = static_cast<char>(Header::theClassBit);
+        *at++ = static_cast<char>(Header::theEscapeNumber);
+    } else if (classId == Header::theMarkerClass && packetId == Header::theMarkerPacket) {
+        at = putNumber(at, Header::theMarker);
+    }
+    at = putNumber(at, static_cast<uint16_t>(classId));
+    at = putNumber(at, static_cast<int16_t>(packetId));
+    myEnd = putNumber(at, length);
+    return begin;
 }
 
-/// A packet that is empty or not short.
+KIT_ByteBuffer::Packet KIT_ByteBuffer::beginPlainPacket(int classId, int packetId)
+{
+    Packet packet;
+    packet.header = appendPlainHeader(classId, packetId, 0);
+    packet.plainPayload = myGoodFlag ? size() : 0;
+    packet.after = myForm;
+    myForm = Form();
+    return packet;
+}
+
+/// A packet that is plain, empty or not short.
 void KIT_ByteBuffer::finishPacket(const Packet &packet)
 {
     // A header for which there was no memory has nothing to complete.
-    if (!myGoodFlag || packet.payload == 0 || packet.payload > size()) {
+    const size_t payload = packet.payload + packet.plainPayload;
+    if (!myGoodFlag || payload == 0 || payload > size()) {
         return;
     }
-    const size_t length = size() - packet.payload;
-    if (length == 0) {
+    const size_t length = size() - payload;
+    if (packet.plainPayload != 0) {
+        myGoodFlag = length <= UINT32_MAX;
+        putNumber(myData + payload - sizeof(uint32_t), static_cast<uint32_t>(length));
+    } else if (length == 0) {
         setSize(packet, KIT_PacketHeader::EMPTY);
         --myEnd;
-        myInSeries = myInSeries && !packet.isLast;
     } else {
         widenLength(packet, length);
     }
@@ -195,4 +234,12 @@ void KIT_ByteBuffer::writeTo(std::ostream &stream) const
     if (!myGoodFlag) {
         stream.setstate(std::ios::failbit);
     }
+}
+
+void KIT_ByteBuffer::moveTo(std::ostream &stream)
+{
+    const Form form = myForm;
+    writeTo(stream);
+    clear();
+    myForm = form;
 }

@@ -2,9 +2,9 @@
 /// A growing byte buffer in which text entries and packets are composed before they are written to
 /// a stream in one piece.
 ///
-/// Vocabulary: *packet*, *payload*, *class id*, *packet id* = as in KIT_Packet.h: the bytes are the
-///             same, and a KIT_Packet reads them. *room* = bytes after the end that may be written
-///             directly.
+/// Vocabulary: *packet*, *payload*, *class id*, *packet id* = as in KIT_Packet.h, which reads them;
+///             *plain*, *short*, *series* = as in KIT_PacketHeader.h. *room* = bytes after the end
+///             that may be written directly.
 /// Units:      bytes; numbers are little endian.
 /// Ownership:  owns its bytes. Pointers into them last until the next change.
 /// Threads:    one thread at a time; meant for the stack.
@@ -12,7 +12,7 @@
 ///             reaches 4 GB, the buffer is no longer good until the next clear(), and writeTo()
 ///             sets the stream's fail state.
 /// Cost:       no heap for the first 1,000 bytes, doubling from there; a packet's length is filled
-///             in without seeking, and a payload of 256 bytes or more is moved once.
+///             in without seeking, and a short one's payload of 256 bytes or more is moved once.
 
 #pragma once
 
@@ -47,15 +47,18 @@ public:
     bool isGood() const { return myGoodFlag; }
     /// Writes all bytes; sets the stream's fail state when the buffer is not good.
     void writeTo(std::ostream &stream) const;
+    /// The same, and empties the buffer. A series goes on; no packet may be open.
+    void moveTo(std::ostream &stream);
 
     // ---------------------------------------------------------------- //
     /// \name Bytes and numbers
     // ---------------------------------------------------------------- //
-    /// Empties it and makes it good; the memory is kept, and a series of packets goes on.
+    /// As new, but the memory is kept.
     void clear()
     {
         myEnd = myData;
         myGoodFlag = true;
+        myForm = Form();
     }
     /// The end of the bytes, with that much room after it; null when memory is exhausted.
     char *room(size_t length)
@@ -103,16 +106,17 @@ public:
     /// The decimal text of a number, the same in every locale.
     void appendDecimal(double value);
     void appendDecimal(uint32_t value);
-    /// A length and the bytes, as KIT_IStream::readText() reads them where it is.
+    /// A length and the bytes, as KIT_IStream::readText() reads them from where they stand: so a text
+    /// that is composed apart must not be moved into a short packet.
     void appendText(std::string_view text)
     {
         const size_t length = text.size() < UINT32_MAX ? text.size() : UINT32_MAX;
         if (char *at = room(theMostLengthBytes + length)) {
-            at = isInside() ? putLength(at, length) : putNumber(at, static_cast<uint32_t>(length));
+            at = isShort() ? putLength(at, length) : putNumber(at, static_cast<uint32_t>(length));
             myEnd = static_cast<char *>(std::memcpy(at, text.data(), length)) + length;
         }
     }
-    /// A text that may begin like the one before; KIT_IStream::readTextAfter() reads it. Inside a
+    /// A text that may begin like the one before; KIT_IStream::readTextAfter() reads it. In a short
     /// packet one byte has how many bytes are shared, up to 15, in its upper half, and how many
     /// follow in its lower; theLongTextAfter there means that a length follows.
     void appendTextAfter(std::string_view text, std::string_view before);
@@ -153,33 +157,47 @@ public:
     static constexpr size_t theMostLengthBytes = 5;
 
     // ---------------------------------------------------------------- //
-    /// \name Packets   (with short headers)
+    /// \name Packets   (short in a series and in short packets, else plain)
     // ---------------------------------------------------------------- //
+    /// Which packets come next.
+    struct Form
+    {
+        uint16_t classId = 0;    ///< of short ones: the class whose id a header needn't have
+        uint16_t oneByteIds = 0; ///< packet ids below it take one byte with the size; 0: plain ones
+    };
     /// A packet that was begun.
     struct Packet
     {
         size_t header = 0;  ///< where its own header begins
-        size_t payload = 0; ///< 0 if there was no memory
-        uint16_t classId = 0;
-        bool isLast = false; ///< the end of a series, if nothing is in it
+        size_t payload = 0; ///< 0 for a plain one, and if there was no memory
+        size_t plainPayload = 0;
+        Form after; ///< what comes after it
     };
+    /// From here to endSeries() packets are short; those of the series itself are of one class, and
+    /// the last is an empty one with the id 0. Not in a short packet.
+    void beginSeries();
+    void endSeries() { myForm = Form(); }
+    /// Whether packets here are short, and what is in them is written for that.
+    bool isShort() const { return myForm.oneByteIds != 0; }
     /// Appends a header. The packet holds what is appended until endPacket() is called with what is
     /// returned. Packets nest.
     Packet beginPacket(int classId, int packetId)
     {
+        if (!isShort()) {
+            return beginPlainPacket(classId, packetId);
+        }
         Packet packet;
-        packet.isLast = !isInside() && packetId == 0;
-        packet.classId = static_cast<uint16_t>(classId);
         packet.header = appendHeader(classId, packetId, KIT_PacketHeader::LENGTH_1);
         append('\0');
         packet.payload = myGoodFlag ? size() : 0;
-        ++myDepth;
+        packet.after = myForm;
         return packet;
     }
+    /// A packet for any bytes: what is in it doesn't depend on where it is.
+    Packet beginPlainPacket(int classId, int packetId);
     void endPacket(const Packet &packet)
     {
-        --myDepth;
-        myClassId = packet.classId;
+        myForm = packet.after;
         const size_t length = size() - packet.payload;
         if (length - 1 < UINT8_MAX && myGoodFlag && packet.payload != 0) {
             myData[packet.payload - 1] = static_cast<char>(length);
@@ -203,12 +221,16 @@ public:
             endPacket(packet);
         }
     }
-    void appendPacket(int classId, int packetId);
-    /// A packet with a double, in 4 bytes if a float has it exactly: KIT_IStream::bread() reads both.
+    void appendPacket(int classId, int packetId)
+    {
+        appendHeader(classId, packetId, KIT_PacketHeader::EMPTY);
+    }
+    /// A packet with a double; a short one in 4 bytes if a float has it exactly: KIT_IStream::bread()
+    /// reads both.
     void appendShortNumber(int classId, int packetId, double value)
     {
         float narrow = 0.0f;
-        if (fitsFloat(value, narrow)) {
+        if (isShort() && fitsFloat(value, narrow)) {
             appendHeader(classId, packetId, KIT_PacketHeader::BYTES_4);
             appendNumber(narrow);
         } else {
@@ -222,19 +244,18 @@ public:
         narrow = inRange ? static_cast<float>(value) : 0.0f;
         return inRange && static_cast<double>(narrow) == value;
     }
-    /// A whole packet whose bytes are all zero: an empty text, or as many as the size says.
+    /// A whole packet whose bytes are all zero, as many as the size says.
     void appendZeroPacket(int classId, int packetId, KIT_PacketHeader::Size size)
     {
         appendHeader(classId, packetId, size);
     }
-    bool isInside() const { return myDepth > 0; }
-    /// The class whose id a header need not have.
-    uint16_t presentClass() const { return myClassId; }
-    /// After whole packets of a class were written into the room of an open packet.
+    /// The class whose id a short header need not have.
+    uint16_t presentClass() const { return myForm.classId; }
+    /// After whole short packets of a class were written into the room of an open one.
     void setEnd(char *end, int classId)
     {
         myEnd = end;
-        myClassId = static_cast<uint16_t>(classId);
+        myForm.classId = static_cast<uint16_t>(classId);
     }
 
 private:
@@ -256,13 +277,12 @@ private:
         const T zero = T(0);
         return std::memcmp(&value, &zero, sizeof(T)) == 0;
     }
-    /// Returns where the header begins, after the marker if there is one.
+    /// Returns where the header begins.
     size_t appendHeader(int classId, int packetId, KIT_PacketHeader::Size size)
     {
         constexpr size_t theShortest = 1;
         char *const at = room(theShortest);
-        if (!at || classId != myClassId || unsigned(packetId) >= KIT_PacketHeader::theIdFollows ||
-            (!isInside() && !myInSeries)) {
+        if (!at || classId != myForm.classId || unsigned(packetId) >= myForm.oneByteIds) {
             return appendLongHeader(classId, packetId, size);
         }
         *at = static_cast<char>(KIT_PacketHeader::first(packetId, size, false));
@@ -270,6 +290,7 @@ private:
         return static_cast<size_t>(at - myData);
     }
     size_t appendLongHeader(int classId, int packetId, KIT_PacketHeader::Size size);
+    size_t appendPlainHeader(int classId, int packetId, uint32_t length);
     void finishPacket(const Packet &packet);
     void setSize(const Packet &packet, KIT_PacketHeader::Size size);
     void widenLength(const Packet &packet, size_t length);
@@ -279,8 +300,6 @@ private:
     char *myEnd;
     char *myLimit;
     bool myGoodFlag = true;
-    bool myInSeries = false;
-    uint16_t myClassId = 0; // as KIT_IStream::PacketState
-    int myDepth = 0;        // of open packets
+    Form myForm;
     char myInline[theInlineSize];
 };

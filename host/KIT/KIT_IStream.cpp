@@ -322,7 +322,7 @@ bool KIT_IStream::readText(std::string_view &text)
 {
     text = std::string_view();
     uint64_t length = 0;
-    if (hasShortTexts()) {
+    if (isInShortPacket()) {
         if (!readLength(length)) {
             return false;
         }
@@ -345,7 +345,7 @@ bool KIT_IStream::readText(std::string_view &text)
 bool KIT_IStream::readTextAfter(KIT_WorkBuffer &text)
 {
     constexpr bool binary = true;
-    if (!hasShortTexts()) {
+    if (!isInShortPacket()) {
         return readWorkBuffer(text, binary);
     }
     const int head = get();

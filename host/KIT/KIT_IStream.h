@@ -109,15 +109,23 @@ public:
     // ---------------------------------------------------------------- //
     struct PacketState
     {
-        bool isInside = false; ///< the position is in a packet's payload
-        bool isShort = false;  ///< the packet's form, or that of the series that goes on at `next`
-        uint16_t classId = 0;  ///< of the packet before in the series, or of the enclosing one
+        bool isShort = false;  ///< the position is in a short packet's payload
+        bool isNumber = false; ///< the payload is a number
+        uint16_t classId = 0;  ///< of short packets: the class that is expected
         uint32_t zeros = 0;    ///< bytes of zero that end the payload and aren't in the data
-        int64_t next = -1;     ///< where a series outside of packets goes on
+    };
+    /// The series that was read last outside of packets, or in the plain packet that is being read.
+    struct PacketSeries
+    {
+        int64_t begin = -1;   ///< of the first packet
+        int64_t next = -1;    ///< the end of the last one that was begun
+        uint16_t classId = 0; ///< of its packets, 0 until the first
+        bool isOver = false;  ///< nothing follows at `next`
     };
     PacketState &packets() { return myPackets; }
-    /// Whether texts have the form that they have in short packets.
-    bool hasShortTexts() const { return myPackets.isInside && myPackets.isShort; }
+    PacketSeries &series() { return mySeries; }
+    /// Whether packets and texts have the form that they have in short packets.
+    bool isInShortPacket() const { return myPackets.isShort; }
 
     // ---------------------------------------------------------------- //
     /// \name Binary numbers
@@ -129,10 +137,10 @@ public:
     bool bread(int64_t &value) { return breadOne(value); }
     bool bread(uint64_t &value) { return breadOne(value); }
     bool bread(float &value) { return breadOne(value); }
-    /// The last number of a short packet may have 4 bytes: then it is a float.
+    /// The number that is all of a short packet may have 4 bytes: then it is a float.
     bool bread(double &value)
     {
-        if (remaining() == sizeof(float) && hasShortTexts()) {
+        if (myPackets.isNumber && remaining() == sizeof(float)) {
             float narrow = 0.0f;
             const bool found = breadOne(narrow);
             value = static_cast<double>(narrow);
@@ -282,6 +290,7 @@ private:
     int64_t myLength = 0;
     std::vector<int64_t> myOuterLimits;
     PacketState myPackets;
+    PacketSeries mySeries;
     std::string myStorage; // the bytes, when owned
     std::string myName;
     bool myBinaryFlag = false;

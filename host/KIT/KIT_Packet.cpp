@@ -10,25 +10,50 @@
 // ------------------------------------------------------------------ //
 // Writing
 
-bool KIT_Packet::beginWrite(std::ostream &stream, int classId, int packetId)
+/// False for ids that don't fit.
+bool KIT_Packet::attach(std::ostream &stream, int classId, int packetId)
 {
     endWrite();
-    const bool idsFit =
-        classId >= 0 && classId <= UINT16_MAX && packetId >= INT16_MIN && packetId <= INT16_MAX;
-    if (!idsFit) {
+    if (classId != static_cast<uint16_t>(classId) || packetId != static_cast<int16_t>(packetId)) {
         stream.setstate(std::ios::failbit);
         return false;
     }
     myBytes = KIT_OByteStream::findBytes(stream);
+    return true;
+}
+
+bool KIT_Packet::beginWriteShort(std::ostream &stream, int classId, int packetId)
+{
+    if (!attach(stream, classId, packetId)) {
+        return false;
+    }
+    if (!myBytes || !myBytes->isShort()) {
+        return beginWrite(stream, classId, packetId);
+    }
+    myOutput = &stream;
+    myBegun = myBytes->beginPacket(classId, packetId);
+    return true;
+}
+
+bool KIT_Packet::beginWrite(std::ostream &stream, int classId, int packetId)
+{
+    if (!attach(stream, classId, packetId)) {
+        return false;
+    }
     if (myBytes) {
         myOutput = &stream;
-        myBegun = myBytes->beginPacket(classId, packetId);
+        myBegun = myBytes->beginPlainPacket(classId, packetId);
         return true;
     }
+    const bool isLikeMarker = classId == KIT_PacketHeader::theMarkerClass &&
+                              packetId == KIT_PacketHeader::theMarkerPacket;
     const std::streamoff start = stream.tellp();
     if (start < 0) {
         stream.setstate(std::ios::failbit);
         return false;
+    }
+    if (isLikeMarker) {
+        KITwrite(stream, KIT_PacketHeader::theMarker);
     }
     KITwrite(stream, static_cast<uint16_t>(classId));
     KITwrite(stream, static_cast<int16_t>(packetId));
@@ -37,7 +62,8 @@ bool KIT_Packet::beginWrite(std::ostream &stream, int classId, int packetId)
         return false;
     }
     myOutput = &stream;
-    myPayloadStart = start + std::streamoff(KIT_PacketHeader::theWideSize);
+    myPayloadStart = start + std::streamoff(KIT_PacketHeader::thePlainSize) +
+                     std::streamoff(isLikeMarker ? sizeof(KIT_PacketHeader::theMarker) : 0);
     return true;
 }
 
@@ -67,14 +93,14 @@ bool KIT_Packet::completeHeader()
 // ------------------------------------------------------------------ //
 // Reading
 
-bool KIT_Packet::readWide(KIT_IStream &stream, Header &header)
+bool KIT_Packet::readPlain(KIT_IStream &stream, Header &header)
 {
     uint32_t length = 0;
-    header.zeros = 0;
-    if (stream.remaining() < int64_t(KIT_PacketHeader::theWideSize)) {
+    if (stream.remaining() < int64_t(KIT_PacketHeader::thePlainSize)) {
         return false;
     }
-    stream.bread(header.classId);
+    header.payload = KIT_IStream::PacketState();
+    stream.bread(header.payload.classId);
     stream.bread(header.packetId);
     stream.bread(length);
     header.length = length;
@@ -84,14 +110,17 @@ bool KIT_Packet::readWide(KIT_IStream &stream, Header &header)
 bool KIT_Packet::readShort(KIT_IStream &stream, Header &header)
 {
     const int first = stream.get();
-    header.classId = stream.packets().classId;
+    uint16_t classId = stream.packets().classId;
     if ((first & KIT_PacketHeader::theClassBit) != 0) {
         const int number = stream.get();
-        if (number < 0 || (number == 0 && !stream.bread(header.classId))) {
+        if (number < 0 || (number == 0 && !stream.bread(classId))) {
             return false;
         }
+        if (number == KIT_PacketHeader::theEscapeNumber && first == KIT_PacketHeader::theClassBit) {
+            return readPlain(stream, header);
+        }
         if (number > 0) {
-            header.classId = KIT_PacketHeader::classOf(static_cast<uint8_t>(number));
+            classId = KIT_PacketHeader::classOf(static_cast<uint8_t>(number));
         }
     }
     header.packetId = static_cast<int16_t>(first & KIT_PacketHeader::theIdFollows);
@@ -99,10 +128,11 @@ bool KIT_Packet::readShort(KIT_IStream &stream, Header &header)
         return false;
     }
     const auto size = static_cast<KIT_PacketHeader::Size>((first >> 4) & 7);
-    header.zeros = KIT_PacketHeader::zeros(size);
-    header.length = size == KIT_PacketHeader::BYTES_4   ? 4
-                    : size == KIT_PacketHeader::BYTES_8 ? 8
-                                                        : 0;
+    header.length = KIT_PacketHeader::stored(size);
+    header.payload.isShort = true;
+    header.payload.isNumber = header.length != 0;
+    header.payload.classId = classId;
+    header.payload.zeros = KIT_PacketHeader::zeros(size);
     if (size == KIT_PacketHeader::LENGTH_N) {
         return stream.readLength(header.length);
     }
@@ -114,22 +144,35 @@ bool KIT_Packet::readShort(KIT_IStream &stream, Header &header)
     return true;
 }
 
-/// Outside of packets: whether a short series begins here or goes on. True for a short one.
-bool KIT_Packet::findForm(KIT_IStream &stream)
+/// Where a plain packet may begin, and the last series doesn't go on: whether a packet of a series
+/// begins. Moves past a marker.
+bool KIT_Packet::findSeries(KIT_IStream &stream)
 {
-    KIT_IStream::PacketState &state = stream.packets();
-    if (state.isShort && state.next == stream.tellg()) {
+    constexpr int64_t theMarkerSize = sizeof(KIT_PacketHeader::theMarker);
+    const auto isMarker = [](std::string_view bytes) {
+        return bytes.size() >= size_t(theMarkerSize) &&
+               KIT_ByteBuffer::numberAt<uint32_t>(bytes.data()) == KIT_PacketHeader::theMarker;
+    };
+    KIT_IStream::PacketSeries &series = stream.series();
+    const int64_t at = stream.tellg();
+    // A reader may have gone back to an earlier packet of it.
+    if (series.begin >= 0 && at >= series.begin && at < series.next) {
         return true;
     }
-    uint32_t word = 0;
-    const int64_t at = stream.tellg();
-    state.classId = 0;
-    state.isShort = stream.remaining() >= int64_t(sizeof(word)) && stream.bread(word) &&
-                    word == KIT_PacketHeader::theMarker;
-    if (!state.isShort) {
-        stream.seekg(at);
+    const std::string_view rest = stream.rest();
+    if (!isMarker(rest)) {
+        return false;
     }
-    return state.isShort;
+    const int64_t begin = at + theMarkerSize;
+    stream.seekg(begin);
+    if (isMarker(rest.substr(theMarkerSize))) {
+        return false;
+    }
+    if (series.begin != begin) {
+        series = KIT_IStream::PacketSeries();
+        series.begin = series.next = begin;
+    }
+    return true;
 }
 
 bool KIT_Packet::beginRead(KIT_IStream &stream, int &classId, int &packetId)
@@ -139,26 +182,45 @@ bool KIT_Packet::beginRead(KIT_IStream &stream, int &classId, int &packetId)
         return false;
     }
     KIT_IStream::PacketState &state = stream.packets();
-    const bool isShort = state.isInside ? state.isShort : findForm(stream);
-    Header header = {};
-    if (stream.eof() || !(isShort ? readShort(stream, header) : readWide(stream, header))) {
+    KIT_IStream::PacketSeries &series = stream.series();
+    bool isInSeries = false;
+    if (!state.isShort) {
+        const bool isNext = stream.tellg() == series.next && !series.isOver;
+        isInSeries = isNext || findSeries(stream);
+        state.classId = series.classId;
+    }
+    Header header;
+    if (!(isInSeries || state.isShort ? !stream.eof() && readShort(stream, header)
+                                      : readPlain(stream, header))) {
         return refuse(stream, "header cut short");
     }
     if (header.length > static_cast<uint64_t>(stream.remaining())) {
         return refuse(stream, "length beyond the data");
     }
-    classId = header.classId;
+    const int64_t end = stream.tellg() + static_cast<int64_t>(header.length);
+    const size_t depth = stream.getLimitDepth();
+    stream.pushLimit(end); // the last step that may fail
+    const bool isShort = header.payload.isShort;
+    classId = header.payload.classId;
     packetId = header.packetId;
     myInput = &stream;
-    myPayloadEnd = stream.tellg() + static_cast<int64_t>(header.length);
-    myLimitDepth = stream.getLimitDepth();
-    myEndsSeries = packetId == 0 && header.length + header.zeros == 0;
-    state.classId = header.classId;
+    myPayloadEnd = end;
+    myLimitDepth = depth;
+    myIsShort = isShort;
+    if (isShort) {
+        state.classId = header.payload.classId;
+    }
     myOuter = state;
-    state.isInside = true;
-    state.isShort = isShort;
-    state.zeros = header.zeros;
-    stream.pushLimit(myPayloadEnd);
+    if (isInSeries && end > series.next) {
+        series.next = end;
+        series.classId = state.classId;
+        series.isOver = isShort && header.packetId == 0 && header.isEmpty();
+    }
+    state = header.payload;
+    if (!isShort) {
+        myOuterSeries = series;
+        series = KIT_IStream::PacketSeries();
+    }
     return true;
 }
 
@@ -173,11 +235,9 @@ void KIT_Packet::leave()
     }
     stream.seekg(myPayloadEnd);
     if (isOpen) {
-        KIT_IStream::PacketState &state = stream.packets();
-        state = myOuter;
-        if (!state.isInside) {
-            state.isShort = state.isShort && !myEndsSeries;
-            state.next = myPayloadEnd;
+        stream.packets() = myOuter;
+        if (!myIsShort) {
+            stream.series() = myOuterSeries;
         }
     }
 }
@@ -196,14 +256,14 @@ uint16_t KIT_PacketHeader::theClasses[256] = {};
 
 void KIT_PacketHeader::setClassNumber(int number, int classId)
 {
-    theClasses[number & 0xff] = static_cast<uint16_t>(classId);
+    BASstore(theClasses[number & 0xff], static_cast<uint16_t>(classId));
 }
 
 uint8_t KIT_PacketHeader::classNumber(int classId)
 {
-    for (int number = 1; theClasses[number] != 0; ++number) {
-        if (theClasses[number] == classId) {
-            return static_cast<uint8_t>(number);
+    for (uint8_t number = 1; classOf(number) != 0; ++number) {
+        if (classOf(number) == classId) {
+            return number;
         }
     }
     return 0;

@@ -4,8 +4,9 @@
 /// Vocabulary: *class id* = which class wrote the packet; *packet id* = its meaning to that class;
 ///             *payload* = the bytes after the header. Payloads may themselves hold packets,
 ///             written and read by other KIT_Packet objects.
-/// Units:      the header's bytes are in KIT_PacketHeader.h: short for what is composed in memory,
-///             else 8 bytes. Both are read; where a stream's packets begin, they tell which it is.
+/// Units:      the header's bytes are in KIT_PacketHeader.h. What beginWrite() writes is plain: it may
+///             be composed anywhere and copied, be read from a stream over these bytes alone, and be
+///             sought at any time. Both forms are read; where packets begin, they tell which it is.
 /// Ownership:  borrows the stream between begin and end. The destructor ends an open packet.
 /// Threads:    one thread at a time.
 /// Errors:     writing returns false and sets the stream's fail state on a stream that cannot seek,
@@ -40,6 +41,10 @@ public:
 
     /// Writes the header. The payload is whatever is written to the stream until endWrite().
     bool beginWrite(std::ostream &stream, int classId, int packetId);
+    /// The same, but the packet is short where a series is composed. Then all that is written until
+    /// endWrite() must be meant for that: texts by KITwriteShortText(), and no bytes composed apart
+    /// that have packets or texts.
+    bool beginWriteShort(std::ostream &stream, int classId, int packetId);
     /// Puts the payload's length into the header. False without an open packet, or when the stream
     /// has failed.
     bool endWrite() { return myOutput && completeHeader(); }
@@ -58,14 +63,15 @@ public:
 private:
     struct Header
     {
-        uint16_t classId;
+        KIT_IStream::PacketState payload; ///< the state in the packet, with its class
         int16_t packetId;
-        uint64_t length; // in the data
-        uint32_t zeros;  // after it
+        uint64_t length; ///< in the data
+        bool isEmpty() const { return length + payload.zeros == 0; }
     };
-    static bool readWide(KIT_IStream &stream, Header &header);
+    static bool readPlain(KIT_IStream &stream, Header &header);
     static bool readShort(KIT_IStream &stream, Header &header);
-    static bool findForm(KIT_IStream &stream);
+    static bool findSeries(KIT_IStream &stream);
+    bool attach(std::ostream &stream, int classId, int packetId);
     bool completeHeader();
     void leave();
     static bool refuse(KIT_IStream &stream, const char *reason);
@@ -77,8 +83,9 @@ private:
     KIT_IStream *myInput = nullptr;
     int64_t myPayloadEnd = 0;
     size_t myLimitDepth = 0;
-    KIT_IStream::PacketState myOuter; // restored after the packet
-    bool myEndsSeries = false;
+    KIT_IStream::PacketState myOuter;        // restored after the packet
+    KIT_IStream::PacketSeries myOuterSeries; // the same, for a plain one
+    bool myIsShort = false;
 };
 
 /// The class id of a name: 1 to 65535, the same in every process.

@@ -66,17 +66,23 @@ void KITwrite(std::ostream &stream, const char *text)
 
 void KITwriteText(std::ostream &stream, std::string_view text)
 {
-    if (KIT_ByteBuffer *bytes = KIT_OByteStream::findBytes(stream)) {
-        bytes->appendText(text);
-        if (!bytes->isGood()) {
-            stream.setstate(std::ios::failbit);
-        }
-        return;
-    }
     const size_t length = std::min<size_t>(text.size(), UINT32_MAX);
     writeNumber(stream, static_cast<uint32_t>(length));
     if (length > 0) {
         stream.write(text.data(), static_cast<std::streamsize>(length));
+    }
+}
+
+void KITwriteShortText(std::ostream &stream, std::string_view text)
+{
+    KIT_ByteBuffer *const bytes = KIT_OByteStream::findBytes(stream);
+    if (!bytes || !bytes->isShort()) {
+        KITwriteText(stream, text);
+        return;
+    }
+    bytes->appendText(text);
+    if (!bytes->isGood()) {
+        stream.setstate(std::ios::failbit);
     }
 }
 

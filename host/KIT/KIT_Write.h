@@ -26,6 +26,8 @@ KIT_API void KITwrite(std::ostream &stream, double value);
 KIT_API void KITwrite(std::ostream &stream, const char *text);
 /// The same for a text that may have bytes of zero.
 KIT_API void KITwriteText(std::ostream &stream, std::string_view text);
+/// The same in a packet of KIT_Packet::beginWriteShort(), in its form.
+KIT_API void KITwriteShortText(std::ostream &stream, std::string_view text);
 /// A boolean has no binary form of its own: write the number that is meant.
 void KITwrite(std::ostream &stream, bool value) = delete;
 

@@ -8,6 +8,7 @@
 #include <DS/DS_ScriptReader.h>
 #include <KIT/KIT_ByteBuffer.h>
 #include <KIT/KIT_OByteStream.h>
+#include <KIT/KIT_Packet.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <STO/STO_Writer.h>
 #include <ZEL/ZEL_BatchParm.h>
@@ -372,6 +373,27 @@ TEST(RefusedMemory, AStreamFailsAndATextIsCounted)
     });
     EXPECT_TRUE(copy.isNull());
     EXPECT_EQ(BASfailedAllocations(), before + 1);
+}
+
+TEST(RefusedMemory, APacketThatCouldNotBeBegunIsReadAgain)
+{
+    KIT_ByteBuffer bytes;
+    bytes.beginSeries();
+    bytes.appendPacket(7, 1, 2.5f);
+    bytes.appendPacket(7, 0);
+    untilNoneIsRefused([&](long n) {
+        KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::BINARY);
+        KIT_Packet packet;
+        int classId = 0;
+        int packetId = 0;
+        const auto read = [&] { return packet.beginRead(is, classId, packetId); };
+        const Refused begun = runRefused(n, Refusal::ONE, read);
+        packet.endRead();
+        EXPECT_TRUE(is.seekg(0) && read()) << n;
+        EXPECT_EQ(packetId, 1) << n;
+        return begun.refused;
+    });
+    EXPECT_EQ(takeMessages(), "");
 }
 
 TEST(RefusedMemory, ABatchParameterHasAllItsSlotsOrNone)
