@@ -8,8 +8,10 @@
 /// Units:      parm indices are 0-based and stable until a parameter is removed; component
 ///             indices 0-based; time in the channel library's seconds.
 /// Ownership:  owns its `ZEL_Parm`s. Borrows templates, collection, owner, preset info and event
-///             data: each must outlive the list, or be set to null (`clearParmOwner`,
-///             `setChannelGroupPtr`). The collection owns the channels.
+///             data: templates, presets and event data must outlive the list, an owner that is
+///             destroyed first calls `clearParmOwner`. The collection owns the channels, and the list
+///             deletes those of its parameters when it is destroyed. A collection that is destroyed
+///             first leaves it without channels, with the values that it had last.
 /// Threads:    look-up and evaluation from any thread at once, with no lock. `getMagicString`,
 ///             `checkTimeDependence`, `getChanState` and the other walks on any thread but one at
 ///             a time for one list. Building, setting, events and structure changes belong to one
@@ -464,8 +466,12 @@ private:
         bool evaluateString(const KIT_StringRef &name, double time, int thread, KIT_String &value,
                             bool &timeDependent) override;
         void channelDeleted(const TRK_Channel *channel) override;
+        void collectionDestroyed() override;
 
     private:
+        /// Empties the slots that hold the channel; with null, all.
+        void clearSlots(const TRK_Channel *channel);
+
         ZEL_ParmList &myList;
     };
 

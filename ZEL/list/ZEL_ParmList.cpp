@@ -512,10 +512,23 @@ void ZEL_ParmList::ChannelSource::channelDeleted(const TRK_Channel *channel)
         }
     }
     // A stream can link one channel to several components: clear the pointer in all of them.
+    clearSlots(channel);
+}
+
+/// What the channels held is lost; the values stay that they had when they were last evaluated.
+void ZEL_ParmList::ChannelSource::collectionDestroyed()
+{
+    clearSlots(nullptr);
+    myList.myCollection = nullptr;
+}
+
+void ZEL_ParmList::ChannelSource::clearSlots(const TRK_Channel *channel)
+{
     for (ZEL_Parm *parm : myList.myParms) {
         ZEL_Instance *instance = parm ? parm->getInstance() : nullptr;
         for (int i = 0; instance && i < instance->getVectorSize(); ++i) {
-            if (instance->getChannel(i) == channel) {
+            const TRK_Channel *const held = instance->getChannel(i);
+            if (held && (!channel || held == channel)) {
                 instance->setChannel(i, nullptr);
             }
         }

@@ -28,6 +28,10 @@ TRK_Collection::TRK_Collection() = default;
 
 TRK_Collection::~TRK_Collection()
 {
+    // They may remove themselves meanwhile.
+    for (TRK_ValueSource *listener : std::exchange(myListeners, {})) {
+        listener->collectionDestroyed();
+    }
     for (TRK_Channel *channel : myChannels) {
         delete channel;
     }

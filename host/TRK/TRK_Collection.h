@@ -80,9 +80,9 @@ public:
 
     void setValueSource(TRK_ValueSource *source) { myValueSource = source; }
     TRK_ValueSource *getValueSource() const { return myValueSource; }
-    /// Listeners are notified of each channel that is deleted, so that they can drop their
-    /// pointers; the value source only if it is also a listener. Borrowed; a listener must be
-    /// removed before it is destroyed. Destroying the whole collection notifies no one.
+    /// Listeners are notified of each channel that is deleted, and when the whole collection is
+    /// destroyed, so that they can drop their pointers; the value source only if it is also a
+    /// listener. Borrowed; a listener must be removed before it is destroyed.
     void addListener(TRK_ValueSource *listener) { myListeners.push_back(listener); }
     void removeListener(TRK_ValueSource *listener);
     void setPathResolver(TRK_PathResolver *resolver) { myPathResolver = resolver; }

@@ -3,6 +3,7 @@
 TRK_ValueSource::~TRK_ValueSource() = default;
 
 void TRK_ValueSource::channelDeleted(const TRK_Channel *) {}
+void TRK_ValueSource::collectionDestroyed() {}
 
 TRK_PathResolver::~TRK_PathResolver() = default;
 

@@ -39,6 +39,9 @@ public:
     /// The collection is about to destroy a channel: drop all pointers to it. Called on the thread
     /// that changes the collection. Base: does nothing.
     virtual void channelDeleted(const TRK_Channel *channel);
+    /// The collection is about to be destroyed with all its channels: drop all pointers to them and to
+    /// it. Not to throw. Base: does nothing.
+    virtual void collectionDestroyed();
 };
 
 /// What a node provides to expressions: other nodes' collections, its variables and its path.

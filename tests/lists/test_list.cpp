@@ -243,6 +243,26 @@ TEST(Lists, ExpressionsReachParametersWithAndWithoutChannels)
     EXPECT_EQ(channels.getValueSource(), nullptr);
 }
 
+TEST(Lists, ACollectionMayBeDestroyedFirst)
+{
+    auto channels = std::make_unique<TRK_Collection>();
+    ZEL_ParmList list(theTemplates, channels.get(), nullptr, nullptr, "", false);
+    const ZEL_ParmList other(theTemplates, channels.get(), nullptr, nullptr, "", false);
+    ZEL_Parm &scale = *list.getParmPtr("scale");
+    scale.setValue(0.0, 2.5, false, 0, ZEL_ADDKEY_PENDING, false);
+    scale.addChannel(0);
+    channels.reset();
+    EXPECT_EQ(nullptr, list.getChannelGroupPtr());
+    EXPECT_EQ(nullptr, other.getChannelGroupPtr());
+    EXPECT_EQ(nullptr, scale.getChannel(0));
+    EXPECT_EQ(2.5, list.evalFloat("scale", 0, 1.0));
+    scale.addChannel(0);
+    TRK_Collection next;
+    list.setChannelGroupPtr(&next);
+    scale.addChannel(0);
+    EXPECT_NE(nullptr, scale.getChannel(0));
+}
+
 TEST(Lists, UnknownKindsHaveNoInstance)
 {
     OwnedTemplate base(ZEL_TYPE_BASEPARM, 1, "base");
