@@ -25,6 +25,9 @@
 ///                  kind inside. The escapes of KIT_String::expandControlSequences are resolved.
 ///     operator     == != >= <= > < =~ !~
 ///
+/// Nothing in the library applies a condition: the application evaluates it, after each change of what
+/// it reads, and passes the result to `ZEL_Parm::setEnableState` or `setVisibleState`.
+///
 /// Blanks are the space and the bytes 9 to 13. A left operand immediately followed by "}" is dropped:
 /// `{ a}` is a group without comparisons, which always holds, and `{ a }` compares `a` with the empty
 /// text.

@@ -175,7 +175,8 @@ public:
     /// counts as locked when any component is. An index outside the vector, negative ones included,
     /// sets no value and is reported, except for data; flags, events and the return value are as
     /// if the value had been set. `replaceExpression` replaces an expression at that time by the
-    /// constant. `propagate` ends in `privateValueChanged`.
+    /// constant. `propagate` ends in `privateValueChanged`. No key is made unless the component has a
+    /// channel (`addChannel`), whatever `addKey` is.
     // ------------------------------------------------------------------ //
     ///@{
     bool setValue(double time, double value, bool replaceExpression, int index,
@@ -445,7 +446,8 @@ public:
                                                            : nullptr;
     }
     int getChannelCount() const { return myInstance ? myInstance->getChannelCount() : 0; }
-    /// Links the collection's channel with the component's token, or creates it.
+    /// Links the collection's channel with the component's token, or creates it, with a key at time 0
+    /// that has the component's value. Nothing without a collection.
     void addChannel(int index);
     /// By alias or token; 1, or 0 if no component has that name.
     int addChannel(const KIT_StringRef &name)
@@ -494,6 +496,7 @@ public:
     {
         return myInstance ? myInstance->findPrevKey(time, index) : time;
     }
+    /// Makes a key with the present, or pending, value. Nothing without a channel.
     void setKey(double time, int index)
     {
         if (myInstance) {
@@ -730,6 +733,10 @@ public:
     /// \name References, text search, dependence
     // ------------------------------------------------------------------ //
     ///@{
+    /// For an owner that keeps edges between nodes: reports each reference to a node or parameter in
+    /// the texts without a channel to the collection's path resolver
+    /// (`TRK_PathResolver::referenceFound`), which makes the edges; `id` says who refers. What
+    /// expressions of channels refer to isn't reported here. Only strings report anything.
     void buildOpDependencies(const ZEL_RefId &id, int thread);
     int changeOpRef(const char *oldFullPath, const char *newFullPath, const char *oldRelativePath,
                     const char *newRelativePath, const char *name,

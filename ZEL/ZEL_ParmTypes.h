@@ -6,12 +6,16 @@
 /// Threads:    constants only.
 #pragma once
 
-/// What a setter does with a channel after the new value is set.
+/// What a setter does with the component's channel after the new value is set. None of them makes a
+/// channel: without one the value is stored, and there is no key (`ZEL_Parm::addChannel` makes one,
+/// and so does `ZEL_FloatHandle::key`). None of them does anything either where the component has the
+/// new value at that time already: to make a key there, call `ZEL_Parm::setKey`.
 enum ZEL_AddKeyType : int
 {
-    ZEL_ADDKEY_PENDING = 0, ///< the change stays pending on the channel
-    ZEL_ADDKEY_HARDEN = 1,  ///< a key is made if the channel is pending at that time
-    ZEL_ADDKEY_FORCE = 2    ///< a key is always made
+    ZEL_ADDKEY_PENDING =
+        0, ///< nothing: a key if the channel commits (`ZEL_KeySetType`), else pending
+    ZEL_ADDKEY_HARDEN = 1, ///< a key is made if the channel is pending at that time
+    ZEL_ADDKEY_FORCE = 2   ///< a key is made, pending or not
 };
 
 /// Where the commit flag of a key comes from.

@@ -124,7 +124,9 @@ public:
                  int parmGroup = 1, const char *help = nullptr,
                  ZEL_ConditionalBase *conditional = nullptr);
 
-    /// A multi-parameter whose items are made from `items`, an array with a terminator.
+    /// A multi-parameter whose items are made from `items`, an array with a terminator. A new one has
+    /// as many items as its default says, none without a default, whatever `multiSize` is; the
+    /// number is held to its range, so that a ramp has one at least.
     ZEL_Template(ZEL_MultiType multiType, ZEL_Template *items, double multiSize = 1.0,
                  ZEL_Name *name = nullptr, ZEL_Default *defaults = nullptr,
                  ZEL_Range *range = nullptr, ZEL_SpareData *spare = nullptr,
