@@ -14,6 +14,7 @@
 #include <BAS/BAS_Thread.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_FloatHandle.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
@@ -75,6 +76,7 @@ struct Rig
         std::mt19937 random(1);
         for (int i = 0; i < theParms; ++i) {
             parms.push_back(list->getParmPtr(i));
+            handles.emplace_back(*list, tokens[std::size_t(i)]);
             refs.emplace_back(tokens[std::size_t(i)].c_str());
             map[tokens[std::size_t(i)]] = i;
             fill(kind, *parms.back()->getInstance(), i, random);
@@ -120,6 +122,7 @@ struct Rig
     TRK_Collection channels;
     std::unique_ptr<ZEL_ParmList> list;
     std::vector<ZEL_Parm *> parms;
+    std::vector<ZEL_FloatHandle> handles;
     std::vector<KIT_StringRef> refs;
     std::unordered_map<std::string, double> map;
     std::vector<int> order;
@@ -202,6 +205,16 @@ double byHandle(const Rig &r)
         VALUE value;
         r.parms[std::size_t(step)]->getValue(0.0, value, 0, thread);
         sum += double(value);
+    }
+    return sum;
+}
+
+double byTypedHandle(const Rig &r)
+{
+    const int thread = BASgetSTID();
+    double sum = 0.0;
+    for (int step : r.order) {
+        sum += r.handles[std::size_t(step)](0.0, thread);
     }
     return sum;
 }
@@ -383,6 +396,7 @@ int main(int argc, char **argv)
     add("get/by_reference/F", Kind::PLAIN, byKeptReference, baselineF);
     add("get/by_handle/F", Kind::PLAIN, byHandle<double>, baselineF);
     add("get/by_handle/A", Kind::PLAIN, byHandle<double>, baselineA);
+    add("handle/typed/plain", Kind::PLAIN, byTypedHandle, byHandle<double>);
     add("get/integer/F", Kind::INTEGER, byHandle<int>, baselineF);
     add("get/vector_of_three/F", Kind::VECTOR, byVector, baselineF);
     add("get/ten_keys/K", Kind::KEYED, byHandleAtTimes, baselineK);
