@@ -44,7 +44,7 @@ TEST(Instances, MasksAreTheTemplatesAtConstruction)
 {
     for (const int size : {0, 1, 3, 32}) {
         for (const std::uint32_t mask : {0u, 1u, 5u, 7u, ~0u}) {
-            OneParm p(ZEL_FLT, size);
+            OneParm p(ZEL_FLT, 3);
             p.build();
             ZEL_Template entry(ZEL_FLT, size, &p.description.name);
             entry.setAutoScopeField(mask);
