@@ -239,8 +239,8 @@ struct CopiedStore : ListStore
     void make(int count)
     {
         for (; count-- > 0;) {
-            made.push_back(std::make_unique<ZEL_ParmList>(*source.front(), templates.data(), nullptr,
-                                                          nullptr, "bench_copied", true));
+            made.push_back(std::make_unique<ZEL_ParmList>(*source.front(), templates.data(),
+                                                          nullptr, nullptr, "bench_copied", true));
         }
     }
 
