@@ -318,16 +318,28 @@ void ZEL_ParmList::leaveCollection(const ZEL_ParmList &successor)
             taken.insert(parm->getChannel(i));
         }
     }
+    std::vector<TRK_Channel *> unused;
     for (ZEL_Parm *parm : myParms) {
         for (int i = 0; parm && i < parm->getVectorSize(); ++i) {
-            if (taken.count(parm->getChannel(i)) != 0) {
-                parm->getInstance()->setChannel(i, nullptr);
-            } else {
-                parm->removeChannel(i);
+            TRK_Channel *const channel = parm->getChannel(i);
+            if (channel && taken.count(channel) == 0) {
+                unused.push_back(channel);
             }
         }
     }
+    for (ZEL_Parm *parm : myParms) {
+        for (int i = 0; parm && i < parm->getVectorSize(); ++i) {
+            if (parm->getChannel(i)) {
+                parm->getInstance()->setChannel(i, nullptr);
+            }
+        }
+    }
+    TRK_Collection *const collection = myCollection;
     setChannelGroupPtr(nullptr);
+    if (collection) {
+        constexpr bool byItsHolder = true;
+        collection->deleteChannels(std::move(unused), byItsHolder);
+    }
 }
 
 void ZEL_ParmList::updateFromOldTemplate(const ZEL_ParmList *oldList)

@@ -104,21 +104,50 @@ void TRK_Collection::deleteChannel(TRK_Channel *channel, bool byItsHolder)
     if (channel == nullptr || place == myChannels.rend()) {
         return;
     }
-    if (byItsHolder && channel->getHolders() == TRK_Channel::Holders::ONE) {
-        channel->setHolders(TRK_Channel::Holders::NONE);
-    }
-    setChannelAlias(channel, KIT_StringRef());
-    myByName.erase(channel->getName());
     myChannels.erase(place.base() - 1);
+    forgetNames(*channel, byItsHolder);
+    announceDeleted(*channel);
+    freeDeletedIfUnused();
+}
+
+void TRK_Collection::deleteChannels(std::vector<TRK_Channel *> channels, bool byItsHolder)
+{
+    std::sort(channels.begin(), channels.end());
+    const auto stays = [&](TRK_Channel *channel) {
+        return !std::binary_search(channels.begin(), channels.end(), channel);
+    };
+    const auto end = std::stable_partition(myChannels.begin(), myChannels.end(), stays);
+    // Into memory that is there: nothing may fail any more.
+    channels.erase(std::copy(end, myChannels.end(), channels.begin()), channels.end());
+    myChannels.erase(end, myChannels.end());
+    for (TRK_Channel *channel : channels) {
+        forgetNames(*channel, byItsHolder);
+    }
+    for (TRK_Channel *channel : channels) {
+        announceDeleted(*channel);
+    }
+    freeDeletedIfUnused();
+}
+
+void TRK_Collection::forgetNames(TRK_Channel &channel, bool byItsHolder)
+{
+    if (byItsHolder && channel.getHolders() == TRK_Channel::Holders::ONE) {
+        channel.setHolders(TRK_Channel::Holders::NONE);
+    }
+    setChannelAlias(&channel, KIT_StringRef());
+    myByName.erase(channel.getName());
+}
+
+void TRK_Collection::announceDeleted(TRK_Channel &channel)
+{
     for (TRK_ValueSource *listener : myListeners) {
-        listener->channelDeleted(channel);
+        listener->channelDeleted(&channel);
     }
     // The call that raised the event which a handler answers may still use the channel.
-    TRKgetEventManager().channelDestroyed(channel);
-    channel->myCollection = nullptr;
-    channel->myNextDeleted = myDeleted;
-    myDeleted = channel;
-    freeDeletedIfUnused();
+    TRKgetEventManager().channelDestroyed(&channel);
+    channel.myCollection = nullptr;
+    channel.myNextDeleted = myDeleted;
+    myDeleted = &channel;
 }
 
 void TRK_Collection::freeDeletedIfUnused()

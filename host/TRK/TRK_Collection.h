@@ -60,6 +60,8 @@ public:
     /// channel events deletes is gone at once, but its memory stays until a channel is made or deleted
     /// outside of handlers: the call that raised the event may use it to its end.
     void deleteChannel(TRK_Channel *channel, bool byItsHolder = false);
+    /// The same for many at once, in creation order, which costs what the collection costs once.
+    void deleteChannels(std::vector<TRK_Channel *> channels, bool byItsHolder = false);
     /// False if the name is invalid or used by another channel. The creation order stays.
     bool renameChannel(TRK_Channel *channel, const KIT_StringRef &newName);
     /// A second name for references; null or empty removes it.
@@ -120,6 +122,8 @@ private:
     template <class FromSource, class FromChannel>
     bool readReference(const KIT_StringRef &path, const KIT_StringRef &name, bool &timeDependent,
                        FromSource &&fromSource, FromChannel &&fromChannel) const;
+    void forgetNames(TRK_Channel &channel, bool byItsHolder);
+    void announceDeleted(TRK_Channel &channel);
     void freeDeleted();
     /// Frees what handlers have deleted, unless one is running.
     void freeDeletedIfUnused();
