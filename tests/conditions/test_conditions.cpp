@@ -31,13 +31,14 @@ class AnsweringOwner : public TestOwner
 {
 public:
     std::map<std::string, std::string> answers;
-    const ZEL_Parm *asked = nullptr;
+    std::atomic<const ZEL_Parm *> asked{nullptr};
 
     KIT_StringHolder evaluateDisableExpression(const ZEL_Parm &parm,
                                                const KIT_StringRef &expression) override
     {
         asked = &parm;
-        return KIT_StringHolder(answers[expression.nonNullStr()]);
+        const auto answer = answers.find(expression.nonNullStr());
+        return answer == answers.end() ? KIT_StringHolder() : KIT_StringHolder(answer->second);
     }
 };
 
