@@ -8,6 +8,7 @@ if(ZEL_CLANG_FORMAT)
         "${PROJECT_SOURCE_DIR}/ZEL/*.h" "${PROJECT_SOURCE_DIR}/ZEL/*.cpp"
         "${PROJECT_SOURCE_DIR}/DS/*.h" "${PROJECT_SOURCE_DIR}/DS/*.cpp"
         "${PROJECT_SOURCE_DIR}/host/*.h" "${PROJECT_SOURCE_DIR}/host/*.cpp"
+        "${PROJECT_SOURCE_DIR}/node/*.h" "${PROJECT_SOURCE_DIR}/node/*.cpp"
         "${PROJECT_SOURCE_DIR}/tests/*.h" "${PROJECT_SOURCE_DIR}/tests/*.cpp"
         "${PROJECT_SOURCE_DIR}/bench/*.h" "${PROJECT_SOURCE_DIR}/bench/*.cpp"
         "${PROJECT_SOURCE_DIR}/examples/*.h" "${PROJECT_SOURCE_DIR}/examples/*.cpp"

@@ -1,6 +1,7 @@
-# Headers, the tables of rows that they include, libraries, the CMake package and the pkg-config file.
+# Headers, the tables of rows that they include, libraries, the CMake package and the pkg-config files.
 #
 #   include/ZEL/ include/DS/  the library's headers
+#   include/zelnode/NOD       the node layer's
 #   include/zelhost/BAS ...   the host's, under an include root of their own: an application that
 #                             brings the real sibling libraries leaves this root out
 include(CMakePackageConfigHelpers)
@@ -12,6 +13,9 @@ foreach(file IN LISTS zel_headers zel_tables)
     if(folder STREQUAL "ZEL" OR folder STREQUAL "DS")
         install(FILES "${PROJECT_SOURCE_DIR}/${file}"
             DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${folder}")
+    elseif(folder STREQUAL "NOD")
+        install(FILES "${PROJECT_SOURCE_DIR}/node/${file}"
+            DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/zelnode/${folder}")
     else()
         install(FILES "${PROJECT_SOURCE_DIR}/host/${file}"
             DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/zelhost/${folder}")
@@ -20,7 +24,7 @@ endforeach()
 
 set(zel_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/ZEL")
 
-install(TARGETS zelhost ZEL EXPORT ZELTargets
+install(TARGETS zelhost ZEL zelnode EXPORT ZELTargets
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
@@ -36,8 +40,11 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/ZELConfigVersion.cmake"
 install(FILES "${PROJECT_BINARY_DIR}/ZELConfig.cmake" "${PROJECT_BINARY_DIR}/ZELConfigVersion.cmake"
     DESTINATION "${zel_package_dir}")
 
-# The pkg-config file finds its own prefix, so that an installed tree can be moved.
+# A pkg-config file finds its own prefix, so that an installed tree can be moved.
 file(RELATIVE_PATH zel_pc_to_prefix
     "${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
-configure_file(cmake/zel.pc.in "${PROJECT_BINARY_DIR}/zel.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/zel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+foreach(package zel zelnode)
+    configure_file(cmake/${package}.pc.in "${PROJECT_BINARY_DIR}/${package}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/${package}.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endforeach()

@@ -8,7 +8,9 @@ function(zel_public_files out suffix)
         "${PROJECT_SOURCE_DIR}/host/*/*.${suffix}")
     file(GLOB library CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
         "${PROJECT_SOURCE_DIR}/ZEL/*.${suffix}" "${PROJECT_SOURCE_DIR}/DS/*.${suffix}")
-    set(files ${host} ${library})
+    file(GLOB node CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}/node"
+        "${PROJECT_SOURCE_DIR}/node/NOD/*.${suffix}")
+    set(files ${host} ${library} ${node})
     list(FILTER files EXCLUDE REGEX "Private\\.${suffix}$")
     set(${out} "${files}" PARENT_SCOPE)
 endfunction()

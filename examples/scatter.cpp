@@ -6,7 +6,7 @@
 // --write writes the two saved streams of examples/ into that folder. Exit 1 if a stream is malformed
 // or what is loaded differs from what was saved, 2 for wrong arguments.
 
-#include "node/ZELX_Node.h"
+#include <NOD/NOD_Node.h>
 
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IFStream.h>
@@ -65,8 +65,8 @@ ZEL_Template theOldTemplates[] = {ZEL_Template(ZEL_XYZ, 3, &theJitterName), ZEL_
 /// A node of the type in a tree of its own.
 struct Scatter
 {
-    ZELX_Node root;
-    ZELX_Node *node = root.addChild("scatter", theTemplates, "scatter");
+    NOD_Node root;
+    NOD_Node *node = root.addChild("scatter", theTemplates, "scatter");
 
     Scatter()
     {

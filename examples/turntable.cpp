@@ -7,7 +7,7 @@
 // each 24th; --golden leaves out the last line, which differs by machine. Exit 1 if the file or an
 // expression in it is wrong, 2 for wrong arguments.
 
-#include "node/ZELX_Node.h"
+#include <NOD/NOD_Node.h>
 
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
@@ -213,7 +213,7 @@ const char *getChangeName(TRK_CHANGE_TYPE type)
     return "UNKNOWN";
 }
 
-void printEvent(ZELX_Node &node, TRK_CHANGE_TYPE type, int parmIndex)
+void printEvent(NOD_Node &node, TRK_CHANGE_TYPE type, int parmIndex)
 {
     const ZEL_Parm *parm = node.getParms().getParmPtr(parmIndex);
     std::cout << "  event " << getChangeName(type) << ' ' << (parm ? parm->getToken() : "none")
@@ -233,7 +233,7 @@ bool reportErrors()
     return failed;
 }
 
-bool reportFaults(const Table &table, const std::vector<Column> &columns, const ZELX_Node &node)
+bool reportFaults(const Table &table, const std::vector<Column> &columns, const NOD_Node &node)
 {
     const int thread = BASgetSTID();
     for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -279,7 +279,7 @@ const Edit theEdits[] = {
          parms.setFloat(50.0, "scale", 0, 0.0, thePropagate);
      }}};
 
-void makeEdits(ZELX_Node &node)
+void makeEdits(NOD_Node &node)
 {
     node.setChangeCallback(printEvent);
     for (const Edit &edit : theEdits) {
@@ -321,7 +321,7 @@ bool parseOptions(int argc, char **argv, Options &options)
     return true;
 }
 
-bool loadChannels(ZELX_Node &node, const std::string &file)
+bool loadChannels(NOD_Node &node, const std::string &file)
 {
     errno = 0;
     KIT_IFStream is(file.c_str());
@@ -340,10 +340,10 @@ bool loadChannels(ZELX_Node &node, const std::string &file)
 
 int run(const Options &options)
 {
-    ZELX_Node root;
-    ZELX_Node *scene = root.addChild("obj");
-    ZELX_Node *rig = scene->addChild("rig", theRigTemplates, "rig");
-    ZELX_Node *model = scene->addChild("model", theModelTemplates, "model");
+    NOD_Node root;
+    NOD_Node *scene = root.addChild("obj");
+    NOD_Node *rig = scene->addChild("rig", theRigTemplates, "rig");
+    NOD_Node *model = scene->addChild("model", theModelTemplates, "model");
     rig->getParms().setFloat(1.5, "height", 0, 0.0, thePropagate);
     if (!loadChannels(*model, options.file)) {
         return 1;

@@ -5,7 +5,7 @@
 //
 // Prints what was carried over and reports the rest. Exit 1 if a file is malformed or can't be read.
 
-#include "../node/ZELX_Node.h"
+#include <NOD/NOD_Node.h>
 
 #include <BAS/BAS_Thread.h>
 #include <DS/DS_Stream.h>
@@ -68,7 +68,7 @@ private:
 };
 
 /// Names that the node has no place for are reported and skipped; only a broken stream is an error.
-bool load(ZELX_Node &node, const std::string &file)
+bool load(NOD_Node &node, const std::string &file)
 {
     errno = 0;
     KIT_IFStream is(file.c_str());
@@ -91,7 +91,7 @@ bool load(ZELX_Node &node, const std::string &file)
 // The program
 // ---------------------------------------------------------------------- //
 
-void print(const char *title, const ZELX_Node &node, double time)
+void print(const char *title, const NOD_Node &node, double time)
 {
     std::cout << title << '\n';
     const ZEL_ParmList &parms = node.getParms();
@@ -117,10 +117,10 @@ int run()
     if (!first.read(folder + "emitter_v1.ds") || !present.read(folder + "emitter.ds")) {
         return 1;
     }
-    ZELX_Node root;
+    NOD_Node root;
 
     // A saved stream: old names are mapped, unknown ones are reported.
-    ZELX_Node &loaded = *root.addChild("loaded", present.templates());
+    NOD_Node &loaded = *root.addChild("loaded", present.templates());
     loaded.addRename("birthrate", "rate");
     if (!load(loaded, folder + "emitter_v1.parms")) {
         return 1;
@@ -128,7 +128,7 @@ int run()
     print("emitter_v1.parms in a node of the present version", loaded, oneSecond);
 
     // The same, but a note is kept as a spare parameter.
-    ZELX_Node &keeping = *root.addChild("keeping", present.templates());
+    NOD_Node &keeping = *root.addChild("keeping", present.templates());
     keeping.addRename("birthrate", "rate");
     keeping.setSpareTemplates(first.templates());
     if (!load(keeping, folder + "emitter_v1.parms")) {
@@ -137,7 +137,7 @@ int run()
     print("with what is gone kept as spare parameters", keeping, oneSecond);
 
     // A live node: its list is rebuilt and keeps its values.
-    ZELX_Node &living = *root.addChild("living", first.templates());
+    NOD_Node &living = *root.addChild("living", first.templates());
     if (!load(living, folder + "emitter_v1.parms")) {
         return 1;
     }

@@ -10,10 +10,10 @@
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_Packet.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <NOD/NOD_Node.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_DataFactory.h>
 #include <multi/MultiList.h>
-#include <node/ZELX_Node.h>
 #include <persistence/StreamList.h>
 
 #include <gtest/gtest.h>
@@ -190,7 +190,7 @@ private:
 
 public:
     // Last, so that it is destroyed before what it borrows.
-    mutable ZELX_Node node;
+    mutable NOD_Node node;
 };
 
 /// A parameter in a stream.

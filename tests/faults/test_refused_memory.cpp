@@ -10,14 +10,14 @@
 #include <KIT/KIT_OByteStream.h>
 #include <KIT/KIT_Packet.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <NOD/NOD_Node.h>
+#include <NOD/NOD_UndoStack.h>
 #include <STO/STO_Writer.h>
 #include <ZEL/ZEL_BatchParm.h>
 #include <ZEL/ZEL_Item.h>
 #include <ZEL/ZEL_KeyValueDictDataItem.h>
 #include <ZEL/ZEL_NameTable.h>
 #include <ZEL/ZEL_PresetInfo.h>
-#include <node/ZELX_Node.h>
-#include <node/ZELX_UndoStack.h>
 #include <presets/PresetFolders.h>
 #include <scripts/DialogText.h>
 #include <spare/SpareRig.h>
@@ -196,7 +196,7 @@ struct RecordingAStep
     {
         node.getParms().setFloat(1.0, "t", 0, 0.0, false);
         {
-            const ZELX_UndoStack::Step step(stack, "move");
+            const NOD_UndoStack::Step step(stack, "move");
             node.getParms().setFloat(2.0, "t", 0, 0.0, false);
         }
         return stack.undo() && stack.redo() && stack.undo();
@@ -204,8 +204,8 @@ struct RecordingAStep
     std::string text(Texts texts) { return textOf(node.getParms(), texts); }
 
     Block block;
-    ZELX_Node node;
-    ZELX_UndoStack stack;
+    NOD_Node node;
+    NOD_UndoStack stack;
 };
 
 /// Dialog scripts: read, made templates of, and a list of those.

@@ -7,6 +7,7 @@
 
 #include <DS/DS_Command.h>
 #include <KIT/KIT_Ramp.h>
+#include <NOD/NOD_Graph.h>
 #include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_BatchList.h>
 #include <ZEL/ZEL_Conditional.h>
@@ -15,7 +16,6 @@
 #include <common/Repeated.h>
 #include <menus/MenuScene.h>
 #include <micronodes/MicroNodeList.h>
-#include <node/ZELX_NodeGraph.h>
 #include <writer/Rewrite.h>
 
 #include <gtest/gtest.h>
@@ -411,7 +411,7 @@ struct AddingSpares
         one.add(ZEL_XYZ, 3, "a");
         one.addMulti(ZEL_MULTITYPE_LIST, "m", innerItems.templates(), 1);
         one.add(ZEL_STRING, 1, "b");
-        node = std::make_unique<ZELX_Node>(top.templates(), nullptr);
+        node = std::make_unique<NOD_Node>(top.templates(), nullptr);
         list = &node->getParms();
         takeMessages();
     }
@@ -435,7 +435,7 @@ struct AddingSpares
         return textOf(*list, texts) + std::to_string(node->getChannels().entries());
     }
     Block top, one, innerItems;
-    std::unique_ptr<ZELX_Node> node;
+    std::unique_ptr<NOD_Node> node;
     ZEL_ParmList *list;
 };
 REFUSE_EACH(AddingSpares)
@@ -448,7 +448,7 @@ struct FollowingTheGraph
         top.add(ZEL_XYZ, 3, "t");
         top.add(ZEL_FLT, 1, "r");
         top.add(ZEL_STRING, 1, "s");
-        node = std::make_unique<ZELX_Node>(top.templates(), nullptr);
+        node = std::make_unique<NOD_Node>(top.templates(), nullptr);
         list = &node->getParms();
         for (const auto &[token, expression] :
              {std::pair("r", "ch(\"tx\") + ch(\"ty\")"), {"t", "ch(\"ty\") * 2"}}) {
@@ -461,7 +461,7 @@ struct FollowingTheGraph
     bool run()
     {
         graph.reset();
-        graph = std::make_unique<ZELX_NodeGraph>(*node);
+        graph = std::make_unique<NOD_Graph>(*node);
         graph->rebuild(0.0);
         list->parmMicroNode(0, 2)->addExplicitInput(*list->parmMicroNode(0, 1));
         list->constParmMicroNode(1, 0);
@@ -483,9 +483,9 @@ struct FollowingTheGraph
     }
     Block top;
     double number = 1.0;
-    std::unique_ptr<ZELX_Node> node;
+    std::unique_ptr<NOD_Node> node;
     ZEL_ParmList *list;
-    std::unique_ptr<ZELX_NodeGraph> graph;
+    std::unique_ptr<NOD_Graph> graph;
 };
 REFUSE_EACH(FollowingTheGraph)
 

@@ -61,7 +61,7 @@ class Check:
                    if path.suffix in ('.h', '.def')]
             for file in room.headers + own:
                 self.assign(file, room)
-                self.file_of[re.sub('^host/', '', file)] = file
+                self.file_of[re.sub('^(host|node)/', '', file)] = file
             for file in room.sources:
                 self.assign(file, room)
 

@@ -1,8 +1,8 @@
 // Dependencies between the parameters of nodes: a change makes dirty exactly what reads it, however
 // far away, checked against a plain search.
 
-#include <node/ZELX_Node.h>
-#include <node/ZELX_NodeGraph.h>
+#include <NOD/NOD_Graph.h>
+#include <NOD/NOD_Node.h>
 
 #include <KIT/KIT_String.h>
 #include <ZEL/ZEL_Name.h>
@@ -32,7 +32,7 @@ ZEL_Template theTemplates[] = {ZEL_Template(ZEL_XYZ, 3, &theNames[0]),
 
 constexpr bool thePropagate = true;
 
-void setExpression(ZELX_Node &node, const char *token, int component, const std::string &text)
+void setExpression(NOD_Node &node, const char *token, int component, const std::string &text)
 {
     constexpr bool evaluate = false, deleteChannel = true;
     node.getParms().getParmPtr(token)->setExpression(
@@ -62,27 +62,27 @@ struct Pair
         told.clear();
         return text;
     }
-    std::string change(ZELX_Node &node, const char *token, int component = 0)
+    std::string change(NOD_Node &node, const char *token, int component = 0)
     {
         graph->update(0.0);
         told.clear();
         node.getParms().setFloat(++value, token, component, 0.0, thePropagate);
         return takeTold();
     }
-    void setText(ZELX_Node &node, const char *token, const char *text)
+    void setText(NOD_Node &node, const char *token, const char *text)
     {
         node.getParms().setString(KIT_String(text, true), TRK_MEANING_LITERAL, token, 0, 0.0,
                                   thePropagate);
     }
-    bool isDirty(ZELX_Node &node, const char *token, int component = 0)
+    bool isDirty(NOD_Node &node, const char *token, int component = 0)
     {
         return node.getParms().getParmPtr(token)->microNode(component)->isDirty();
     }
 
-    ZELX_Node root;
-    ZELX_Node *a = root.addChild("a", theTemplates, "plain");
-    ZELX_Node *b = root.addChild("b", theTemplates, "plain");
-    std::unique_ptr<ZELX_NodeGraph> graph = std::make_unique<ZELX_NodeGraph>(root);
+    NOD_Node root;
+    NOD_Node *a = root.addChild("a", theTemplates, "plain");
+    NOD_Node *b = root.addChild("b", theTemplates, "plain");
+    std::unique_ptr<NOD_Graph> graph = std::make_unique<NOD_Graph>(root);
     std::set<std::string> told;
     double value = 0.0;
 };
@@ -206,8 +206,8 @@ TEST(NodeGraph, EitherMayGoFirst)
     pair.a->getParms().setFloat(1.0, "t", 0, 0.0, thePropagate);
     EXPECT_EQ(pair.takeTold(), "");
 
-    auto root = std::make_unique<ZELX_Node>();
-    ZELX_NodeGraph graph(*root->addChild("a", theTemplates));
+    auto root = std::make_unique<NOD_Node>();
+    NOD_Graph graph(*root->addChild("a", theTemplates));
     graph.getWholeNode(*root->getChild("a"));
     root.reset();
     graph.rebuild(0.0);
@@ -288,7 +288,7 @@ public:
 private:
     ZEL_Parm &parm(int component)
     {
-        ZELX_Node *node = myNodes[std::size_t(component / (theVectors * theSize))];
+        NOD_Node *node = myNodes[std::size_t(component / (theVectors * theSize))];
         return *node->getParms().getParmPtr(component / theSize % theVectors);
     }
     std::string reference(int component)
@@ -328,9 +328,9 @@ private:
     std::vector<int> myDepth;
     std::vector<std::unique_ptr<ZEL_Name>> myNames;
     ZEL_Template myTemplates[theVectors + 1];
-    ZELX_Node myRoot;
-    std::vector<ZELX_Node *> myNodes;
-    ZELX_NodeGraph myGraph{myRoot};
+    NOD_Node myRoot;
+    std::vector<NOD_Node *> myNodes;
+    NOD_Graph myGraph{myRoot};
 };
 
 TEST(NodeGraph, OneChangeReachesExactlyItsReaders)

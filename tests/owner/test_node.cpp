@@ -1,6 +1,6 @@
 // The reference node: paths, references between nodes, variables and events.
 
-#include <node/ZELX_Node.h>
+#include <NOD/NOD_Node.h>
 
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
@@ -28,14 +28,14 @@ ZEL_Template theTemplates[] = {ZEL_Template(ZEL_XYZ, 3, &theNames[0]),
 /// /obj with the nodes a and b, and /obj/a/inner.
 struct Tree
 {
-    ZELX_Node root;
-    ZELX_Node *obj = root.addChild("obj");
-    ZELX_Node *a = obj->addChild("a", theTemplates, "transform");
-    ZELX_Node *b = obj->addChild("b", theTemplates, "transform");
-    ZELX_Node *inner = a->addChild("inner", theTemplates, "transform");
+    NOD_Node root;
+    NOD_Node *obj = root.addChild("obj");
+    NOD_Node *a = obj->addChild("a", theTemplates, "transform");
+    NOD_Node *b = obj->addChild("b", theTemplates, "transform");
+    NOD_Node *inner = a->addChild("inner", theTemplates, "transform");
 
     /// The value of tx with that expression on it.
-    static double value(ZELX_Node &node, const char *expression, double time = 0.0)
+    static double value(NOD_Node &node, const char *expression, double time = 0.0)
     {
         constexpr bool evaluate = false, deleteChannel = true, propagate = false;
         node.getParms().getParmPtr("t")->setExpression(time, expression, TRK_LANGUAGE_NATIVE, 0,
@@ -51,7 +51,7 @@ TEST(Node, PathsLeadToNodes)
     struct Case
     {
         const char *path;
-        ZELX_Node *found;
+        NOD_Node *found;
     };
     const Case cases[] = {
         {"/", &tree.root},   {"/obj/a", tree.a},        {"..", tree.obj},  {".", tree.a},
@@ -109,11 +109,11 @@ TEST(Node, TellsChangesAndButtons)
 {
     Tree tree;
     std::string told;
-    tree.a->setChangeCallback([&told](ZELX_Node &node, TRK_CHANGE_TYPE type, int index) {
+    tree.a->setChangeCallback([&told](NOD_Node &node, TRK_CHANGE_TYPE type, int index) {
         told +=
             node.getName() + " " + std::to_string(int(type)) + " " + std::to_string(index) + "; ";
     });
-    tree.a->setDependencyCallback([&told](ZELX_Node &node, int index) {
+    tree.a->setDependencyCallback([&told](NOD_Node &node, int index) {
         told += node.getName() + " pressed " + std::to_string(index) + "; ";
     });
     tree.a->getParms().setFloat(1.0, "t", 0, 0.0, true);
@@ -122,7 +122,7 @@ TEST(Node, TellsChangesAndButtons)
     EXPECT_EQ(told, "a 4 0; a pressed 1; ");
 }
 
-bool loadText(ZELX_Node &node, const std::string &entries)
+bool loadText(NOD_Node &node, const std::string &entries)
 {
     const std::string text = "{\nversion 0.8\n" + entries + "}\n";
     KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);

@@ -3,12 +3,12 @@
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_AutoJSONParser.h>
 #include <KIT/KIT_JSONValue.h>
+#include <NOD/NOD_Node.h>
 #include <STO/STO_IndexFile.h>
 #include <STO/STO_Reader.h>
 #include <ZEL/ZEL_PresetInfo.h>
 #include <common/ListFixture.h>
 #include <common/TestOwner.h>
-#include <node/ZELX_Node.h>
 #include <presets/PresetFolders.h>
 #include <presets/WriteSteps.h>
 
@@ -630,20 +630,20 @@ TEST_F(Presets, FilesOfOnePreset)
 
 TEST_F(Presets, ANodeStartsWithItsPermanentDefaults)
 {
-    ZELX_Node root;
+    NOD_Node root;
     EXPECT_EQ(root.getPresets(), nullptr);
-    ZELX_Node *first = root.addChild("first", number.templates, "light");
+    NOD_Node *first = root.addChild("first", number.templates, "light");
     ASSERT_NE(first, nullptr);
     first->getParms().setFloat(8.0, "p", 0, 0.0, false);
     EXPECT_TRUE(first->getPresets()->savePresetToDir(
         &first->getParms(), ZEL_PresetInfo::theDefaultName, in("a").c_str()));
     // An error that is already in the error manager isn't this node's.
     KITaddError("ZEL", 15);
-    ZELX_Node *second = root.addChild("second", number.templates, "light");
+    NOD_Node *second = root.addChild("second", number.templates, "light");
     EXPECT_EQ(takeMessages(), "ZEL 15");
     EXPECT_EQ(second->getParms().evalFloat("p", 0, 0.0), 8.0);
     EXPECT_EQ(second->getParms().getPresetInfo(), second->getPresets());
-    ZELX_Node *other = root.addChild("other", number.templates, "dark");
+    NOD_Node *other = root.addChild("other", number.templates, "dark");
     EXPECT_EQ(other->getParms().evalFloat("p", 0, 0.0), 0.0);
     EXPECT_EQ(takeMessages(), "");
     // What is wrong with them is reported.

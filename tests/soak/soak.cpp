@@ -6,8 +6,8 @@
 //
 // It is meant for the thread sanitizer. Exit 1 at the first value that differs.
 
-#include <node/ZELX_Node.h>
-#include <node/ZELX_NodeGraph.h>
+#include <NOD/NOD_Graph.h>
+#include <NOD/NOD_Node.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
@@ -90,7 +90,7 @@ struct Nodes
 {
     explicit Nodes(Random &random)
     {
-        for (ZELX_Node *node : {a, b}) {
+        for (NOD_Node *node : {a, b}) {
             node->setVariable("NODE", node->getName());
             settleItems(*node);
         }
@@ -100,7 +100,7 @@ struct Nodes
     }
 
     /// Reading the count makes the items, which is the owner's task.
-    static void settleItems(ZELX_Node &node)
+    static void settleItems(NOD_Node &node)
     {
         for (const char *token : {"items", "curve", "band"}) {
             node.getParms().evalInt(token, 0, 0.0);
@@ -109,7 +109,7 @@ struct Nodes
 
     void change(Random &random)
     {
-        ZELX_Node &node = random() % 2 ? *a : *b;
+        NOD_Node &node = random() % 2 ? *a : *b;
         ZEL_ParmList &list = node.getParms();
         ZEL_Parm &parm = *list.getParmPtr(int(random() % unsigned(list.getEntries())));
         const int component = int(random() % unsigned(std::max(1, parm.getVectorSize())));
@@ -128,10 +128,10 @@ struct Nodes
         }
     }
 
-    ZELX_Node root;
-    ZELX_Node *a = root.addChild("a", templates(), "soak");
-    ZELX_Node *b = root.addChild("b", templates(), "soak");
-    ZELX_NodeGraph graph{root};
+    NOD_Node root;
+    NOD_Node *a = root.addChild("a", templates(), "soak");
+    NOD_Node *b = root.addChild("b", templates(), "soak");
+    NOD_Graph graph{root};
 
 private:
     static void setData(ZEL_Parm &parm, double value)
@@ -280,7 +280,7 @@ Readings readAll(const Nodes &nodes, double time, Random &random)
     Readings all;
     // The interpreter is one for all threads, and slow under a sanitizer.
     const bool withMenus = random() % 8 == 0;
-    for (ZELX_Node *node : {nodes.a, nodes.b}) {
+    for (NOD_Node *node : {nodes.a, nodes.b}) {
         ZEL_ParmList &list = node->getParms();
         std::vector<int> order(std::size_t(list.getEntries()));
         std::iota(order.begin(), order.end(), 0);

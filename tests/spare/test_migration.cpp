@@ -2,8 +2,8 @@
 
 #include "SpareRig.h"
 
+#include <NOD/NOD_Node.h>
 #include <ZEL/ZEL_TypeConstants.h>
-#include <node/ZELX_Node.h>
 
 #include <algorithm>
 #include <iterator>
@@ -315,8 +315,8 @@ TEST(Migration, RandomInterfacesOfANode)
         std::deque<RandomSet> sets;
         sets.emplace_back(random, 4);
         sets.emplace_back(random, 4);
-        ZELX_Node root;
-        ZELX_Node &node = *root.addChild("node", sets[0].templates());
+        NOD_Node root;
+        NOD_Node &node = *root.addChild("node", sets[0].templates());
         node.setSpareParms(sets[1].templates());
         Kinds spare = sets[1].kinds;
         Kinds was = sets[0].kinds;
@@ -350,8 +350,8 @@ TEST(Migration, ANodesSpareThatIsSaidTwiceGoesOver)
     twice.add(ZEL_FLT, 1, "a");
     twice.add(ZEL_FLT, 1, "b");
     twice.add(ZEL_XYZ, 3, "a");
-    ZELX_Node root;
-    ZELX_Node &node = *root.addChild("node", fixed.templates());
+    NOD_Node root;
+    NOD_Node &node = *root.addChild("node", fixed.templates());
     node.setSpareParms(twice.templates());
     node.getParms().setFloat(4.0, "a", 2, 0.0, false);
     node.renewParms(fixed.templates());

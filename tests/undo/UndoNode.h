@@ -4,9 +4,9 @@
 /// Vocabulary: *entry* = a parameter's line of saved text.
 #pragma once
 
+#include <NOD/NOD_Node.h>
 #include <TRK/TRK_FullKey.h>
 #include <multi/MultiList.h>
-#include <node/ZELX_Node.h>
 #include <persistence/StreamList.h>
 
 #include <algorithm>
@@ -113,8 +113,8 @@ struct UndoNode
 
     UndoTemplates ours;
     std::mt19937 random;
-    ZELX_Node root;
-    ZELX_Node &node = *root.addChild("n", ours.all.templates(), nullptr);
+    NOD_Node root;
+    NOD_Node &node = *root.addChild("n", ours.all.templates(), nullptr);
 
 private:
     void editValue(ZEL_Parm &parm, int index)

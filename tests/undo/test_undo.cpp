@@ -4,8 +4,8 @@
 #include <persistence/StreamList.h>
 #include <undo/UndoNode.h>
 
-#include <node/ZELX_Snapshots.h>
-#include <node/ZELX_UndoStack.h>
+#include <NOD/NOD_Snapshots.h>
+#include <NOD/NOD_UndoStack.h>
 
 #include <gtest/gtest.h>
 
@@ -340,7 +340,7 @@ TEST(UndoStack, EveryStepIsTakenBackAndDoneAgain)
     for (unsigned seed = 1; seed <= 4; ++seed) {
         constexpr int theSteps = 400;
         UndoNode p(seed);
-        ZELX_UndoStack undo(p.node, theSteps);
+        NOD_UndoStack undo(p.node, theSteps);
         std::vector<Moment> moments = {Moment(p)};
         for (int i = 0; i < theSteps; ++i) {
             undo.begin("edit");
@@ -370,11 +370,11 @@ TEST(UndoStack, EveryStepIsTakenBackAndDoneAgain)
 TEST(UndoStack, StepsNestAreBoundedAndEmptyOnesLeaveNoEntry)
 {
     UndoNode p;
-    ZELX_UndoStack undo(p.node, 3);
+    NOD_UndoStack undo(p.node, 3);
     EXPECT_FALSE(undo.end());
     for (int i = 1; i <= 5; ++i) {
-        const ZELX_UndoStack::Step step(undo, std::to_string(i));
-        const ZELX_UndoStack::Step inner(undo, "inner");
+        const NOD_UndoStack::Step step(undo, std::to_string(i));
+        const NOD_UndoStack::Step inner(undo, "inner");
         p.set("t", i);
         EXPECT_FALSE(undo.undo()) << "within a step";
     }
@@ -383,14 +383,14 @@ TEST(UndoStack, StepsNestAreBoundedAndEmptyOnesLeaveNoEntry)
     ASSERT_TRUE(undo.undo());
     EXPECT_EQ(undo.getRedoLabel(), "5");
     {
-        const ZELX_UndoStack::Step step(undo, "nothing");
+        const NOD_UndoStack::Step step(undo, "nothing");
         p.set("t", 4);
     }
     EXPECT_EQ(undo.getRedoCount(), 1u) << "still there after a step that changed nothing";
     EXPECT_EQ(undo.getUndoLabel(), "4");
     {
         // What an edit doesn't touch isn't restored.
-        const ZELX_UndoStack::Step step(undo, "n");
+        const NOD_UndoStack::Step step(undo, "n");
         p.set("n", 9);
     }
     EXPECT_EQ(undo.getRedoCount(), 0u);
@@ -407,13 +407,13 @@ TEST(UndoStack, TheOldestStepsAndSnapshotsGoWhereTheirBytesExceedTheLimit)
 {
     constexpr std::int64_t theBytes = 100000;
     UndoNode p;
-    ZELX_UndoStack undo(p.node, 1000, theBytes);
-    ZELX_Snapshots snapshots(theBytes);
+    NOD_UndoStack undo(p.node, 1000, theBytes);
+    NOD_Snapshots snapshots(theBytes);
     std::size_t dropped = 0;
     for (int i = 0; i < 1000; ++i) {
-        const ZELX_UndoStack::Step step(undo, std::to_string(i));
+        const NOD_UndoStack::Step step(undo, std::to_string(i));
         p.set("t", i + 1);
-        dropped += snapshots.put(std::to_string(i), ZELX_NodeState(p.node)).size();
+        dropped += snapshots.put(std::to_string(i), NOD_NodeState(p.node)).size();
         ASSERT_LE(undo.getMemoryUsage(), theBytes);
     }
     EXPECT_GT(undo.getUndoCount(), 20u);
@@ -430,12 +430,12 @@ TEST(UndoStack, TheOldestStepsAndSnapshotsGoWhereTheirBytesExceedTheLimit)
     EXPECT_EQ(p.parms().evalFloat("t", 0, 0.0), double(1000 - undo.getRedoCount()));
 
     // The last is kept whatever it takes; one of the same name is replaced.
-    ZELX_UndoStack tight(p.node, 1000, 1);
-    ZELX_Snapshots tightest(1);
+    NOD_UndoStack tight(p.node, 1000, 1);
+    NOD_Snapshots tightest(1);
     for (const char *name : {"a", "b", "b"}) {
-        const ZELX_UndoStack::Step step(tight, name);
+        const NOD_UndoStack::Step step(tight, name);
         p.set("t", -p.parms().evalFloat("t", 0, 0.0));
-        tightest.put(name, ZELX_NodeState(p.node));
+        tightest.put(name, NOD_NodeState(p.node));
     }
     EXPECT_EQ(tight.getUndoCount(), 1u);
     EXPECT_EQ(tightest.getNames(), std::vector<std::string>{"b"});
@@ -444,10 +444,10 @@ TEST(UndoStack, TheOldestStepsAndSnapshotsGoWhereTheirBytesExceedTheLimit)
 TEST(UndoStack, AnErrorThatNobodyHasReadIsNoneOfItsSteps)
 {
     UndoNode p;
-    ZELX_UndoStack undo(p.node, 3);
+    NOD_UndoStack undo(p.node, 3);
     KITaddError("ZEL", 15);
     {
-        const ZELX_UndoStack::Step step(undo, "n");
+        const NOD_UndoStack::Step step(undo, "n");
         p.set("n", 9);
     }
     ASSERT_TRUE(undo.undo());

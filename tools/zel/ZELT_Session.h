@@ -6,15 +6,15 @@
 /// Units:      component indices from 0; times in seconds.
 /// Ownership:  owns the node, and the script if open() read it; else that is borrowed and must
 ///             outlive it.
-/// Threads:    as ZELX_Node: evaluation from any thread, the rest from the one that made it.
+/// Threads:    as NOD_Node: evaluation from any thread, the rest from the one that made it.
 /// Errors:     operations on addresses return why they failed, "" for success. Files that are
 ///             wrong leave messages with the thread's error manager.
 #pragma once
 
 #include <KIT/KIT_IStream.h>
+#include <NOD/NOD_Node.h>
+#include <NOD/NOD_NodeSource.h>
 #include <TRK/TRK_Types.h>
-#include <node/ZELX_Node.h>
-#include <node/ZELX_NodeSource.h>
 
 #include <memory>
 #include <string>
@@ -62,7 +62,7 @@ public:
     /// The same with its values and changes; null after a message if any of them is wrong.
     static std::unique_ptr<ZELT_Session> open(const ZELT_NodeCall &call, ZELT_Messages &messages);
 
-    ZELX_Node &getNode() { return *myNode; }
+    NOD_Node &getNode() { return *myNode; }
     ZEL_ParmList &getParms() { return myNode->getParms(); }
 
     // ------------------------------------------------------------------ //
@@ -100,9 +100,9 @@ private:
     std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, double time);
 
     std::unique_ptr<const ZELT_Script> myScript; // null if it is borrowed
-    ZELX_Node myRoot;
-    ZELX_NodeSource mySource;
-    ZELX_Node *myNode;
+    NOD_Node myRoot;
+    NOD_NodeSource mySource;
+    NOD_Node *myNode;
 };
 
 /// Reports what the library reported or, without that, the fault; false if there was an error. `file`

@@ -94,7 +94,7 @@ void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &w
     // Saves and loads stop at an error, so earlier ones that aren't printed yet are set aside.
     KIT_ErrorManager::Scope scope(BASgetSTID());
     {
-        std::optional<ZELX_UndoStack::Step> step;
+        std::optional<NOD_UndoStack::Step> step;
         if ((command.flags & ZELT_SHELL_EDITS) != 0) {
             step.emplace(myUndo, std::string(line));
         }
@@ -120,10 +120,10 @@ bool ZELT_Shell::runAction(const ZELT_ShellAction *begin, const ZELT_ShellAction
 // What commands work on
 // -------------------------------------------------------------------- //
 
-ZELX_NodeGraph &ZELT_Shell::getGraph()
+NOD_Graph &ZELT_Shell::getGraph()
 {
     if (!myGraph) {
-        myGraph = std::make_unique<ZELX_NodeGraph>(mySession.getNode());
+        myGraph = std::make_unique<NOD_Graph>(mySession.getNode());
     }
     return *myGraph;
 }

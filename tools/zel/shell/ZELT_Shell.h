@@ -16,11 +16,11 @@
 
 #include "ZELT_Session.h"
 
+#include <NOD/NOD_Graph.h>
+#include <NOD/NOD_Snapshots.h>
+#include <NOD/NOD_UndoStack.h>
 #include <cstddef>
 #include <memory>
-#include <node/ZELX_NodeGraph.h>
-#include <node/ZELX_Snapshots.h>
-#include <node/ZELX_UndoStack.h>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -99,13 +99,13 @@ public:
     /// \name What commands work on
     // ------------------------------------------------------------------ //
     ZELT_Session &getSession() { return mySession; }
-    ZELX_Node &getNode() { return mySession.getNode(); }
+    NOD_Node &getNode() { return mySession.getNode(); }
     ZEL_ParmList &getParms() { return mySession.getParms(); }
     ZELT_Messages &getMessages() { return myMessages; }
-    ZELX_UndoStack &getUndo() { return myUndo; }
-    ZELX_Snapshots &getSnapshots() { return mySnapshots; }
+    NOD_UndoStack &getUndo() { return myUndo; }
+    NOD_Snapshots &getSnapshots() { return mySnapshots; }
     /// Made by the first call.
-    ZELX_NodeGraph &getGraph();
+    NOD_Graph &getGraph();
     double getTime() const { return myTime; }
     void setTime(double time) { myTime = time; }
     /// The script that the node's interface was made of last.
@@ -147,8 +147,8 @@ private:
     const ZELT_Script *myScript;
     std::vector<std::unique_ptr<ZELT_Script>> myScripts; ///< all of them, oldest first
     ZELT_Session mySession;
-    ZELX_UndoStack myUndo;
-    ZELX_Snapshots mySnapshots;
-    std::unique_ptr<ZELX_NodeGraph> myGraph;
+    NOD_UndoStack myUndo;
+    NOD_Snapshots mySnapshots;
+    std::unique_ptr<NOD_Graph> myGraph;
     double myTime = 0.0;
 };

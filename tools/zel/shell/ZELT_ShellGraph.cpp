@@ -14,7 +14,7 @@ void showGraph(ZELT_Shell &shell, const ZELT_ShellWords &words)
         shell.fail("usage: graph [clean]");
         return;
     }
-    ZELX_NodeGraph &graph = shell.getGraph();
+    NOD_Graph &graph = shell.getGraph();
     graph.rebuild(shell.getTime());
     if (cleanFlag) {
         std::cout << graph.update(shell.getTime()) << '\n';

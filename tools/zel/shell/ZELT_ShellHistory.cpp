@@ -11,7 +11,7 @@ namespace
 void snapshot(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     if (words.size() > 1) {
-        ZELX_NodeState state(shell.getNode());
+        NOD_NodeState state(shell.getNode());
         for (const std::string &name : shell.getSnapshots().put(words[1], std::move(state))) {
             std::cout << "dropped " << name << '\n';
         }
@@ -24,7 +24,7 @@ void snapshot(ZELT_Shell &shell, const ZELT_ShellWords &words)
 
 void restore(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    if (const ZELX_NodeState *const state = shell.getSnapshots().find(words[1])) {
+    if (const NOD_NodeState *const state = shell.getSnapshots().find(words[1])) {
         state->restore(shell.getNode());
     } else {
         shell.fail("there is no snapshot " + words[1]);

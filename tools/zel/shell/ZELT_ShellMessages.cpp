@@ -13,7 +13,7 @@
 namespace
 {
 
-void printEvent(ZELX_Node &, TRK_CHANGE_TYPE type, int parmIndex)
+void printEvent(NOD_Node &, TRK_CHANGE_TYPE type, int parmIndex)
 {
     std::cout << "event " << int(type) << ' ' << parmIndex << '\n';
 }

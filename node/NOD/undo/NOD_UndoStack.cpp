@@ -1,28 +1,28 @@
-#include "ZELX_UndoStack.h"
+#include <NOD/NOD_UndoStack.h>
 
 #include <new>
 #include <utility>
 
-void ZELX_UndoStack::begin(const std::string &label)
+void NOD_UndoStack::begin(const std::string &label)
 {
     if (myDepth == 0) {
         myOpen.label = label;
-        myOpen.before = ZELX_NodeState(myNode);
+        myOpen.before = NOD_NodeState(myNode);
     }
     ++myDepth;
 }
 
-bool ZELX_UndoStack::end()
+bool NOD_UndoStack::end()
 {
     if (myDepth == 0 || --myDepth > 0) {
         return false;
     }
     Entry entry = std::exchange(myOpen, Entry());
-    entry.after = ZELX_NodeState(myNode);
+    entry.after = NOD_NodeState(myNode);
     if (entry.before.isSame(entry.after)) {
         return false;
     }
-    ZELX_NodeState::keepDifference(entry.before, entry.after);
+    NOD_NodeState::keepDifference(entry.before, entry.after);
     entry.bytes = std::int64_t(sizeof(entry) + entry.label.capacity()) +
                   entry.before.getMemoryUsage() + entry.after.getMemoryUsage();
     myUndone.clear();
@@ -35,7 +35,7 @@ bool ZELX_UndoStack::end()
     return true;
 }
 
-std::int64_t ZELX_UndoStack::getMemoryUsage() const
+std::int64_t NOD_UndoStack::getMemoryUsage() const
 {
     std::int64_t bytes = 0;
     for (const Entry &entry : myDone) {
@@ -47,7 +47,7 @@ std::int64_t ZELX_UndoStack::getMemoryUsage() const
     return bytes;
 }
 
-void ZELX_UndoStack::endOrForget() noexcept
+void NOD_UndoStack::endOrForget() noexcept
 {
     try {
         end();
@@ -57,7 +57,7 @@ void ZELX_UndoStack::endOrForget() noexcept
     }
 }
 
-bool ZELX_UndoStack::undo()
+bool NOD_UndoStack::undo()
 {
     if (myDepth > 0 || myDone.empty()) {
         return false;
@@ -69,7 +69,7 @@ bool ZELX_UndoStack::undo()
     return true;
 }
 
-bool ZELX_UndoStack::redo()
+bool NOD_UndoStack::redo()
 {
     if (myDepth > 0 || myUndone.empty()) {
         return false;

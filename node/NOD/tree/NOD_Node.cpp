@@ -1,6 +1,6 @@
-#include "ZELX_Node.h"
+#include <NOD/NOD_Node.h>
 
-#include "ZELX_NodeGraph.h"
+#include <NOD/NOD_Graph.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
@@ -41,12 +41,12 @@ bool isValidName(std::string_view name)
 // Life and tree
 // ---------------------------------------------------------------------- //
 
-ZELX_Node::ZELX_Node(ZEL_Template *templates, const char *nodeType)
-    : ZELX_Node(nullptr, "", templates, nodeType)
+NOD_Node::NOD_Node(ZEL_Template *templates, const char *nodeType)
+    : NOD_Node(nullptr, "", templates, nodeType)
 {}
 
-ZELX_Node::ZELX_Node(ZELX_Node *parent, const char *name, ZEL_Template *templates,
-                     const char *nodeType)
+NOD_Node::NOD_Node(NOD_Node *parent, const char *name, ZEL_Template *templates,
+                   const char *nodeType)
     : myParent(parent), myName(name)
 {
     constexpr bool deleteChannels = false;
@@ -62,7 +62,7 @@ ZELX_Node::ZELX_Node(ZELX_Node *parent, const char *name, ZEL_Template *template
     applyDefaultPreset();
 }
 
-ZELX_Node::~ZELX_Node()
+NOD_Node::~NOD_Node()
 {
     if (myGraph) {
         myGraph->treeRemoved();
@@ -73,7 +73,7 @@ ZELX_Node::~ZELX_Node()
     setParmList(nullptr);
 }
 
-void ZELX_Node::applyDefaultPreset()
+void NOD_Node::applyDefaultPreset()
 {
     const int preset = myPresets ? myPresets->getDefaultPreset() : -1;
     if (preset >= 0) {
@@ -84,18 +84,18 @@ void ZELX_Node::applyDefaultPreset()
     }
 }
 
-ZELX_Node *ZELX_Node::addChild(const char *name, ZEL_Template *templates, const char *nodeType)
+NOD_Node *NOD_Node::addChild(const char *name, ZEL_Template *templates, const char *nodeType)
 {
     if (!name || !isValidName(name) || getChild(name)) {
         return nullptr;
     }
-    myChildren.emplace_back(new ZELX_Node(this, name, templates, nodeType));
+    myChildren.emplace_back(new NOD_Node(this, name, templates, nodeType));
     return myChildren.back().get();
 }
 
-ZELX_Node *ZELX_Node::getChild(const std::string &name) const
+NOD_Node *NOD_Node::getChild(const std::string &name) const
 {
-    for (const std::unique_ptr<ZELX_Node> &child : myChildren) {
+    for (const std::unique_ptr<NOD_Node> &child : myChildren) {
         if (child->myName == name) {
             return child.get();
         }
@@ -103,16 +103,16 @@ ZELX_Node *ZELX_Node::getChild(const std::string &name) const
     return nullptr;
 }
 
-ZELX_Node *ZELX_Node::getRoot()
+NOD_Node *NOD_Node::getRoot()
 {
-    ZELX_Node *node = this;
+    NOD_Node *node = this;
     while (node->myParent) {
         node = node->myParent;
     }
     return node;
 }
 
-ZELX_Node *ZELX_Node::step(const std::string &name)
+NOD_Node *NOD_Node::step(const std::string &name)
 {
     if (name.empty() || name == ".") {
         return this;
@@ -120,10 +120,10 @@ ZELX_Node *ZELX_Node::step(const std::string &name)
     return name == ".." ? myParent : getChild(name);
 }
 
-ZELX_Node *ZELX_Node::findNode(const KIT_StringRef &path)
+NOD_Node *NOD_Node::findNode(const KIT_StringRef &path)
 {
     const std::string_view text = path.view();
-    ZELX_Node *node = !text.empty() && text.front() == '/' ? getRoot() : this;
+    NOD_Node *node = !text.empty() && text.front() == '/' ? getRoot() : this;
     std::size_t start = 0;
     while (node && start < text.size()) {
         const std::size_t end = std::min(text.find('/', start), text.size());
@@ -137,7 +137,7 @@ ZELX_Node *ZELX_Node::findNode(const KIT_StringRef &path)
 // Channels and surroundings
 // ---------------------------------------------------------------------- //
 
-bool ZELX_Node::loadChannels(KIT_IStream &is)
+bool NOD_Node::loadChannels(KIT_IStream &is)
 {
     const bool loaded = myChannels.load(is);
     linkChannels();
@@ -148,33 +148,33 @@ bool ZELX_Node::loadChannels(KIT_IStream &is)
 // Spare parameters, and a new interface
 // ---------------------------------------------------------------------- //
 
-ZEL_Parm *ZELX_Node::addSpareParm(const ZEL_Template &description)
+ZEL_Parm *NOD_Node::addSpareParm(const ZEL_Template &description)
 {
     ZEL_Parm *parm = mySpares.add(*myParms, description);
     myStructureVersion += parm ? 1 : 0;
     return parm;
 }
 
-bool ZELX_Node::removeSpareParm(const char *token)
+bool NOD_Node::removeSpareParm(const char *token)
 {
     return mySpares.remove(*myParms, KIT_StringRef(token));
 }
 
-void ZELX_Node::setSpareParms(const ZEL_Template *templates)
+void NOD_Node::setSpareParms(const ZEL_Template *templates)
 {
     mySpares.set(*myParms, templates);
     ++myStructureVersion;
 }
 
-bool ZELX_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,
-                                             KIT_String &)
+bool NOD_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,
+                                            KIT_String &)
 {
     mySpares.createForLoad(*myParms, names, map);
     ++myStructureVersion;
     return true;
 }
 
-void ZELX_Node::renewParms(ZEL_Template *templates, const char *nodeType)
+void NOD_Node::renewParms(ZEL_Template *templates, const char *nodeType)
 {
     // Defaults are applied later: what is taken over needs none, and they mustn't touch its channels.
     constexpr bool buildDefaults = false;
@@ -183,7 +183,7 @@ void ZELX_Node::renewParms(ZEL_Template *templates, const char *nodeType)
     auto fresh = std::make_unique<ZEL_ParmList>(templates ? templates : theNoTemplates, &myChannels,
                                                 this, myPresets.get(), KIT_StringRef(nodeType),
                                                 deleteChannels, buildDefaults);
-    const ZELX_SpareParms::Templates formerSpares = mySpares.moveTo(*fresh);
+    const NOD_SpareParms::Templates formerSpares = mySpares.moveTo(*fresh);
     fresh->adoptParmList(*myParms, forceCopy);
     fresh->updateFromOldTemplate(myParms.get());
     myParms->setEventHandler(nullptr, nullptr);
@@ -196,18 +196,18 @@ void ZELX_Node::renewParms(ZEL_Template *templates, const char *nodeType)
     ++myStructureVersion;
 }
 
-void ZELX_Node::setVariable(const std::string &name, const std::string &value)
+void NOD_Node::setVariable(const std::string &name, const std::string &value)
 {
     myVariables[name] = value;
 }
 
-void ZELX_Node::handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex)
+void NOD_Node::handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex)
 {
-    ZELX_Node &node = *static_cast<ZELX_Node *>(data);
+    NOD_Node &node = *static_cast<NOD_Node *>(data);
     if (node.myChangeCallback) {
         node.myChangeCallback(node, type, parmIndex);
     }
-    if (ZELX_NodeGraph *graph = node.getGraph()) {
+    if (NOD_Graph *graph = node.getGraph()) {
         graph->parmChanged(node, type, parmIndex);
     }
 }
@@ -216,7 +216,7 @@ void ZELX_Node::handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex)
 // Slots of ZEL_ParmOwner
 // ---------------------------------------------------------------------- //
 
-void ZELX_Node::appendPath(KIT_WorkBuffer &path) const
+void NOD_Node::appendPath(KIT_WorkBuffer &path) const
 {
     if (!myParent) {
         path.append('/');
@@ -229,34 +229,34 @@ void ZELX_Node::appendPath(KIT_WorkBuffer &path) const
     path.append(myName.c_str());
 }
 
-const char *ZELX_Node::getFullPath(KIT_WorkBuffer &path) const
+const char *NOD_Node::getFullPath(KIT_WorkBuffer &path) const
 {
     path.clear();
     appendPath(path);
     return path.buffer();
 }
 
-void ZELX_Node::rebuildParmDependency(int parmIndex)
+void NOD_Node::rebuildParmDependency(int parmIndex)
 {
     if (myDependencyCallback) {
         myDependencyCallback(*this, parmIndex);
     }
-    if (ZELX_NodeGraph *graph = getGraph()) {
+    if (NOD_Graph *graph = getGraph()) {
         graph->parmChanged(*this, TRK_CHANGE_VALUE, parmIndex);
     }
 }
 
-void ZELX_Node::parmRemoved(int)
+void NOD_Node::parmRemoved(int)
 {
     ++myStructureVersion;
 }
 
-void ZELX_Node::spareParmRemoved(const char *)
+void NOD_Node::spareParmRemoved(const char *)
 {
     ++myStructureVersion;
 }
 
-void ZELX_Node::multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms)
+void NOD_Node::multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms)
 {
     constexpr bool deleteChannels = true;
     for (ZEL_Parm *parm : parms) {
@@ -267,18 +267,18 @@ void ZELX_Node::multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms)
     ++myStructureVersion;
 }
 
-void ZELX_Node::multiInstancesChanged()
+void NOD_Node::multiInstancesChanged()
 {
     ++myStructureVersion;
 }
 
-bool ZELX_Node::runMenuScript(const char *, std::ostream &, std::ostream &err)
+bool NOD_Node::runMenuScript(const char *, std::ostream &, std::ostream &err)
 {
     err << "this application has no command language\n";
     return false;
 }
 
-bool ZELX_Node::savePresetContents(std::ostream &os)
+bool NOD_Node::savePresetContents(std::ostream &os)
 {
     constexpr bool binary = false;
     constexpr bool compact = false;
@@ -289,7 +289,7 @@ bool ZELX_Node::savePresetContents(std::ostream &os)
     return os.good();
 }
 
-void ZELX_Node::pushScriptContext(std::unique_ptr<ZEL_ParmOwnerContext> &scope)
+void NOD_Node::pushScriptContext(std::unique_ptr<ZEL_ParmOwnerContext> &scope)
 {
     KIT_WorkBuffer path;
     scope = std::make_unique<ScriptContext>(getFullPath(path));
@@ -299,16 +299,16 @@ void ZELX_Node::pushScriptContext(std::unique_ptr<ZEL_ParmOwnerContext> &scope)
 // Slots of TRK_PathResolver
 // ---------------------------------------------------------------------- //
 
-TRK_Collection *ZELX_Node::findCollection(const KIT_StringRef &path)
+TRK_Collection *NOD_Node::findCollection(const KIT_StringRef &path)
 {
-    ZELX_Node *node = findNode(path);
+    NOD_Node *node = findNode(path);
     return node ? &node->myChannels : nullptr;
 }
 
-bool ZELX_Node::getVariable(const KIT_StringRef &name, KIT_String &value)
+bool NOD_Node::getVariable(const KIT_StringRef &name, KIT_String &value)
 {
     const std::string key(name.view());
-    for (const ZELX_Node *node = this; node; node = node->myParent) {
+    for (const NOD_Node *node = this; node; node = node->myParent) {
         const auto entry = node->myVariables.find(key);
         if (entry != node->myVariables.end()) {
             value.harden(entry->second.c_str());
@@ -318,15 +318,15 @@ bool ZELX_Node::getVariable(const KIT_StringRef &name, KIT_String &value)
     return false;
 }
 
-void ZELX_Node::referenceFound(const TRK_Referrer &from, const KIT_StringRef &path,
-                               const KIT_StringRef &name, int)
+void NOD_Node::referenceFound(const TRK_Referrer &from, const KIT_StringRef &path,
+                              const KIT_StringRef &name, int)
 {
-    if (ZELX_NodeGraph *graph = getGraph()) {
+    if (NOD_Graph *graph = getGraph()) {
         graph->referenceFound(*this, from, path, name);
     }
 }
 
-void ZELX_Node::getPath(KIT_WorkBuffer &path)
+void NOD_Node::getPath(KIT_WorkBuffer &path)
 {
     appendPath(path);
 }

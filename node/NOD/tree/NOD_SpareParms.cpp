@@ -1,4 +1,4 @@
-#include "ZELX_SpareParms.h"
+#include <NOD/NOD_SpareParms.h>
 
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>
@@ -55,7 +55,7 @@ std::vector<const ZEL_Template *> lastOfEach(const std::vector<const ZEL_Templat
 
 } // namespace
 
-struct ZELX_SpareParms::SpareFloat
+struct NOD_SpareParms::SpareFloat
 {
     explicit SpareFloat(const char *token) : name(token, token), description(ZEL_FLT, 1, &name)
     {
@@ -66,14 +66,14 @@ struct ZELX_SpareParms::SpareFloat
     ZEL_Template description;
 };
 
-ZELX_SpareParms::ZELX_SpareParms() = default;
-ZELX_SpareParms::~ZELX_SpareParms() = default;
+NOD_SpareParms::NOD_SpareParms() = default;
+NOD_SpareParms::~NOD_SpareParms() = default;
 
 // ---------------------------------------------------------------------- //
 // The set
 // ---------------------------------------------------------------------- //
 
-ZELX_SpareParms::Descriptions ZELX_SpareParms::present() const
+NOD_SpareParms::Descriptions NOD_SpareParms::present() const
 {
     Descriptions descriptions;
     for (const auto &templates : myTemplates) {
@@ -84,7 +84,7 @@ ZELX_SpareParms::Descriptions ZELX_SpareParms::present() const
     return descriptions;
 }
 
-void ZELX_SpareParms::rebuild(ZEL_ParmList &list, const Descriptions &descriptions)
+void NOD_SpareParms::rebuild(ZEL_ParmList &list, const Descriptions &descriptions)
 {
     constexpr bool forceCopy = false;
     Templates fresh;
@@ -101,7 +101,7 @@ void ZELX_SpareParms::rebuild(ZEL_ParmList &list, const Descriptions &descriptio
     myTemplates = std::move(fresh);
 }
 
-void ZELX_SpareParms::set(ZEL_ParmList &list, const ZEL_Template *templates)
+void NOD_SpareParms::set(ZEL_ParmList &list, const ZEL_Template *templates)
 {
     Descriptions descriptions;
     for (const ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
@@ -110,7 +110,7 @@ void ZELX_SpareParms::set(ZEL_ParmList &list, const ZEL_Template *templates)
     rebuild(list, descriptions);
 }
 
-ZEL_Parm *ZELX_SpareParms::add(ZEL_ParmList &list, const ZEL_Template &description)
+ZEL_Parm *NOD_SpareParms::add(ZEL_ParmList &list, const ZEL_Template &description)
 {
     myTemplates.push_back(copies({&description}));
     try {
@@ -125,7 +125,7 @@ ZEL_Parm *ZELX_SpareParms::add(ZEL_ParmList &list, const ZEL_Template &descripti
     return nullptr;
 }
 
-bool ZELX_SpareParms::remove(ZEL_ParmList &list, const KIT_StringRef &token)
+bool NOD_SpareParms::remove(ZEL_ParmList &list, const KIT_StringRef &token)
 {
     Descriptions descriptions = present();
     const auto end =
@@ -139,7 +139,7 @@ bool ZELX_SpareParms::remove(ZEL_ParmList &list, const KIT_StringRef &token)
     return true;
 }
 
-ZELX_SpareParms::Templates ZELX_SpareParms::moveTo(ZEL_ParmList &list)
+NOD_SpareParms::Templates NOD_SpareParms::moveTo(ZEL_ParmList &list)
 {
     Descriptions descriptions;
     for (const ZEL_Template *one : present()) {
@@ -164,12 +164,12 @@ ZELX_SpareParms::Templates ZELX_SpareParms::moveTo(ZEL_ParmList &list)
 // Names that a load doesn't know
 // ---------------------------------------------------------------------- //
 
-void ZELX_SpareParms::addRename(const std::string &savedName, const std::string &name)
+void NOD_SpareParms::addRename(const std::string &savedName, const std::string &name)
 {
     myRenames[savedName] = name;
 }
 
-void ZELX_SpareParms::addForLoad(const char *name, Descriptions &descriptions)
+void NOD_SpareParms::addForLoad(const char *name, Descriptions &descriptions)
 {
     for (ZEL_Template *known = myKnown; known && !known->isTerminator(); ++known) {
         if (known->getTokenRef() == KIT_StringRef(name)) {
@@ -187,8 +187,8 @@ void ZELX_SpareParms::addForLoad(const char *name, Descriptions &descriptions)
     }
 }
 
-void ZELX_SpareParms::createForLoad(ZEL_ParmList &list, const KIT_StringArray &names,
-                                    ZEL_ParmNameMap &map)
+void NOD_SpareParms::createForLoad(ZEL_ParmList &list, const KIT_StringArray &names,
+                                   ZEL_ParmNameMap &map)
 {
     Descriptions descriptions = present();
     const std::size_t before = descriptions.size();

@@ -1,23 +1,24 @@
-/// \file ZELX_NodeSource.h
+/// \file NOD_NodeSource.h
 /// Shows a tree of reference nodes to Python: `vmr.node("..")`, `vmr.ch("tx")`.
 ///
 /// Vocabulary: as in SNK_NodeSource.h.
 /// Ownership:  borrows the root, which must outlive it. While it lives it is the process's source.
-/// Threads:    reading from any thread at once, as ZELX_Node. Python code can't change a parameter:
+/// Threads:    reading from any thread at once, as NOD_Node. Python code can't change a parameter:
 ///             setNumber() and setString() refuse, because evaluation calls them.
 #pragma once
 
+#include <NOD/NOD_API.h>
 #include <SNK/SNK_NodeSource.h>
 
-class ZELX_Node;
+class NOD_Node;
 
-class ZELX_NodeSource : public SNK_NodeSource
+class NOD_API NOD_NodeSource : public SNK_NodeSource
 {
 public:
-    explicit ZELX_NodeSource(ZELX_Node &root);
-    ~ZELX_NodeSource() override;
-    ZELX_NodeSource(const ZELX_NodeSource &) = delete;
-    ZELX_NodeSource &operator=(const ZELX_NodeSource &) = delete;
+    explicit NOD_NodeSource(NOD_Node &root);
+    ~NOD_NodeSource() override;
+    NOD_NodeSource(const NOD_NodeSource &) = delete;
+    NOD_NodeSource &operator=(const NOD_NodeSource &) = delete;
 
     bool findNode(const char *path, const char *current, KIT_String &fullPath) override;
     bool listParms(const char *node, KIT_StringArray &tokens) override;
@@ -30,5 +31,5 @@ public:
     bool setString(const char *, const char *, double, const char *) override { return false; }
 
 private:
-    ZELX_Node &myRoot;
+    NOD_Node &myRoot;
 };

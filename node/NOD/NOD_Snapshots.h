@@ -1,4 +1,4 @@
-/// \file ZELX_Snapshots.h
+/// \file NOD_Snapshots.h
 /// Named states of a node, within a limit of bytes.
 ///
 /// Units:      bytes; where they exceed the limit, the oldest states are dropped. The last one is kept
@@ -7,24 +7,25 @@
 /// Threads:    the thread that owns the node.
 #pragma once
 
-#include "ZELX_NodeState.h"
+#include <NOD/NOD_API.h>
+#include <NOD/NOD_NodeState.h>
 
 #include <cstdint>
 #include <deque>
 #include <string>
 #include <vector>
 
-class ZELX_Snapshots
+class NOD_API NOD_Snapshots
 {
 public:
     static constexpr std::int64_t theUsualBytes = std::int64_t(1) << 28;
 
-    explicit ZELX_Snapshots(std::int64_t mostBytes = theUsualBytes) : myMostBytes(mostBytes) {}
+    explicit NOD_Snapshots(std::int64_t mostBytes = theUsualBytes) : myMostBytes(mostBytes) {}
 
     /// Keeps a state, in the place of one of that name; returns the names of those dropped.
-    std::vector<std::string> put(const std::string &name, ZELX_NodeState state);
+    std::vector<std::string> put(const std::string &name, NOD_NodeState state);
     /// Null if there is none.
-    const ZELX_NodeState *find(const std::string &name) const;
+    const NOD_NodeState *find(const std::string &name) const;
     /// In alphabetical order.
     std::vector<std::string> getNames() const;
 
@@ -32,7 +33,7 @@ private:
     struct Entry
     {
         std::string name;
-        ZELX_NodeState state;
+        NOD_NodeState state;
         std::int64_t bytes = 0;
     };
 

@@ -1,4 +1,4 @@
-/// \file ZELX_NodeGraph.h
+/// \file NOD_Graph.h
 /// What the parameters of a tree of nodes depend on: finds their references, keeps the edges while
 /// parameters change, and pushes each change to whatever reads it.
 ///
@@ -19,6 +19,7 @@
 #pragma once
 
 #include <LNK/LNK_MicroNode.h>
+#include <NOD/NOD_API.h>
 #include <TRK/TRK_ReferenceScope.h>
 #include <TRK/TRK_Types.h>
 #include <TRK/TRK_ValueSource.h>
@@ -30,34 +31,34 @@
 #include <unordered_map>
 
 class KIT_StringRef;
-class ZELX_Node;
+class NOD_Node;
 class ZEL_Parm;
 class ZEL_ParmMicroNode;
 
-class ZELX_NodeGraph : private TRK_ReferenceListener
+class NOD_API NOD_Graph : private TRK_ReferenceListener
 {
 public:
     /// Called for each graph node that a change makes dirty.
     using DirtyCallback = std::function<void(LNK_MicroNode &)>;
 
     /// For the whole tree of the node, which may have one graph at a time. No edges yet.
-    explicit ZELX_NodeGraph(ZELX_Node &node);
-    ~ZELX_NodeGraph() override;
+    explicit NOD_Graph(NOD_Node &node);
+    ~NOD_Graph() override;
 
-    ZELX_NodeGraph(const ZELX_NodeGraph &) = delete;
-    ZELX_NodeGraph &operator=(const ZELX_NodeGraph &) = delete;
+    NOD_Graph(const NOD_Graph &) = delete;
+    NOD_Graph &operator=(const NOD_Graph &) = delete;
 
     void setDirtyCallback(DirtyCallback callback) { myDirtyCallback = std::move(callback); }
     /// Finds the references of all parameters again, as after nodes or channels were added or
     /// removed.
     void rebuild(double time);
     /// The same for one parameter; nothing is pushed.
-    void rebuild(ZELX_Node &node, int parmIndex, double time);
+    void rebuild(NOD_Node &node, int parmIndex, double time);
     /// Evaluates each dirty component, whose references are then those of that time, and makes it
     /// clean. Returns how many there were.
     int update(double time);
     /// Made on first request.
-    LNK_MicroNode &getWholeNode(ZELX_Node &node);
+    LNK_MicroNode &getWholeNode(NOD_Node &node);
 
     /// The graph in the DOT language: components and whole nodes by their paths, in the order of the
     /// tree, those that have an edge. Dirty ones are filled, time dependent ones have
@@ -69,9 +70,9 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// Finds a parameter's references again and pushes the change; -1 does both for all parameters.
-    void parmChanged(ZELX_Node &node, TRK_CHANGE_TYPE type, int parmIndex);
+    void parmChanged(NOD_Node &node, TRK_CHANGE_TYPE type, int parmIndex);
     /// A text of the node refers to something.
-    void referenceFound(ZELX_Node &node, const TRK_Referrer &from, const KIT_StringRef &path,
+    void referenceFound(NOD_Node &node, const TRK_Referrer &from, const KIT_StringRef &path,
                         const KIT_StringRef &name);
     /// The tree is about to be destroyed.
     void treeRemoved();
@@ -81,23 +82,23 @@ private:
     /// The component whose references are being found.
     struct Reader
     {
-        ZELX_Node *node = nullptr;
+        NOD_Node *node = nullptr;
         ZEL_Parm *parm = nullptr;
         int component = 0;
     };
 
     void referenceRead(const TRK_Collection &collection, const KIT_StringRef &name) override;
 
-    void rebuildParm(ZELX_Node &node, int parmIndex, ZEL_Parm &parm, double time);
+    void rebuildParm(NOD_Node &node, int parmIndex, ZEL_Parm &parm, double time);
     static void clearReferences(ZEL_Parm &parm, int component);
     void findChannelReferences(const Reader &reader);
     void evaluate(const Reader &reader, double time);
-    void addReference(const Reader &reader, ZELX_Node &target, const KIT_StringRef &name);
-    ZEL_ParmMicroNode *makeMicroNode(ZELX_Node &node, ZEL_Parm &parm, int component);
-    LNK_MicroNode *findWholeNode(const ZELX_Node &node) const;
+    void addReference(const Reader &reader, NOD_Node &target, const KIT_StringRef &name);
+    ZEL_ParmMicroNode *makeMicroNode(NOD_Node &node, ZEL_Parm &parm, int component);
+    LNK_MicroNode *findWholeNode(const NOD_Node &node) const;
 
-    ZELX_Node *myRoot;
+    NOD_Node *myRoot;
     DirtyCallback myDirtyCallback;
     Reader myReader;
-    std::unordered_map<const ZELX_Node *, std::unique_ptr<LNK_MicroNode>> myWholeNodes;
+    std::unordered_map<const NOD_Node *, std::unique_ptr<LNK_MicroNode>> myWholeNodes;
 };

@@ -1,9 +1,9 @@
-#include "ZELX_Snapshots.h"
+#include <NOD/NOD_Snapshots.h>
 
 #include <algorithm>
 #include <utility>
 
-std::vector<std::string> ZELX_Snapshots::put(const std::string &name, ZELX_NodeState state)
+std::vector<std::string> NOD_Snapshots::put(const std::string &name, NOD_NodeState state)
 {
     Entry entry{name, std::move(state), 0};
     entry.bytes =
@@ -26,14 +26,14 @@ std::vector<std::string> ZELX_Snapshots::put(const std::string &name, ZELX_NodeS
     return dropped;
 }
 
-const ZELX_NodeState *ZELX_Snapshots::find(const std::string &name) const
+const NOD_NodeState *NOD_Snapshots::find(const std::string &name) const
 {
     const auto found = std::find_if(myEntries.begin(), myEntries.end(),
                                     [&](const Entry &e) { return e.name == name; });
     return found == myEntries.end() ? nullptr : &found->state;
 }
 
-std::vector<std::string> ZELX_Snapshots::getNames() const
+std::vector<std::string> NOD_Snapshots::getNames() const
 {
     std::vector<std::string> names;
     for (const Entry &entry : myEntries) {

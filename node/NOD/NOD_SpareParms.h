@@ -1,4 +1,4 @@
-/// \file ZELX_SpareParms.h
+/// \file NOD_SpareParms.h
 /// The spare parameters of one reference node: their descriptions, which the list borrows, and what
 /// a load makes of names that the node type doesn't have.
 ///
@@ -12,6 +12,8 @@
 /// Cost:       adding one costs what one costs. Every other change of the set rebuilds it: pointers to
 ///             spare parameters don't outlive one.
 #pragma once
+
+#include <NOD/NOD_API.h>
 
 #include <KIT/KIT_StringHolder.h>
 
@@ -27,13 +29,13 @@ class ZEL_ParmList;
 class ZEL_ParmNameMap;
 class ZEL_Template;
 
-class ZELX_SpareParms
+class NOD_API NOD_SpareParms
 {
 public:
-    ZELX_SpareParms();
-    ~ZELX_SpareParms();
-    ZELX_SpareParms(const ZELX_SpareParms &) = delete;
-    ZELX_SpareParms &operator=(const ZELX_SpareParms &) = delete;
+    NOD_SpareParms();
+    ~NOD_SpareParms();
+    NOD_SpareParms(const NOD_SpareParms &) = delete;
+    NOD_SpareParms &operator=(const NOD_SpareParms &) = delete;
 
     // ------------------------------------------------------------------ //
     /// \name The set

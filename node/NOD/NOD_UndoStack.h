@@ -1,4 +1,4 @@
-/// \file ZELX_UndoStack.h
+/// \file NOD_UndoStack.h
 /// Undo and redo for one node, on snapshots: a step remembers the node before and after an edit.
 ///
 /// Vocabulary: *step* = what one undo takes back, however many changes an edit consists of; steps
@@ -7,19 +7,20 @@
 ///             last step is kept whatever it takes.
 /// Ownership:  owns what its steps remember, borrows the node, which must outlive it.
 /// Threads:    the thread that owns the node.
-/// Errors:     false where there is nothing to do. ZELX_NodeState.h lists what is left alone. Out of
+/// Errors:     false where there is nothing to do. NOD_NodeState.h lists what is left alone. Out of
 ///             memory throws std::bad_alloc; undo() and redo() can be called again then.
 /// Cost:       a step takes two states of the node, and keeps of them what differs.
 ///
-///     ZELX_UndoStack undo(node);
+///     NOD_UndoStack undo(node);
 ///     {
-///         const ZELX_UndoStack::Step step(undo, "move");
+///         const NOD_UndoStack::Step step(undo, "move");
 ///         node.getParms().setFloat(2.0, "t", 0, 0.0, true);
 ///     }
 ///     undo.undo();
 #pragma once
 
-#include "ZELX_NodeState.h"
+#include <NOD/NOD_API.h>
+#include <NOD/NOD_NodeState.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -27,20 +28,20 @@
 #include <string>
 #include <vector>
 
-class ZELX_Node;
+class NOD_Node;
 
-class ZELX_UndoStack
+class NOD_API NOD_UndoStack
 {
 public:
     static constexpr std::size_t theUsualMost = 200;
     static constexpr std::int64_t theUsualBytes = std::int64_t(1) << 28;
 
-    explicit ZELX_UndoStack(ZELX_Node &node, std::size_t most = theUsualMost,
-                            std::int64_t mostBytes = theUsualBytes)
+    explicit NOD_UndoStack(NOD_Node &node, std::size_t most = theUsualMost,
+                           std::int64_t mostBytes = theUsualBytes)
         : myNode(node), myMost(most), myMostBytes(mostBytes)
     {}
-    ZELX_UndoStack(const ZELX_UndoStack &) = delete;
-    ZELX_UndoStack &operator=(const ZELX_UndoStack &) = delete;
+    NOD_UndoStack(const NOD_UndoStack &) = delete;
+    NOD_UndoStack &operator=(const NOD_UndoStack &) = delete;
 
     void begin(const std::string &label);
     /// False if nothing has changed since: then there is no step, and what could be redone still
@@ -54,7 +55,7 @@ public:
     class Step
     {
     public:
-        Step(ZELX_UndoStack &stack, const std::string &label) : myStack(stack)
+        Step(NOD_UndoStack &stack, const std::string &label) : myStack(stack)
         {
             myStack.begin(label);
         }
@@ -63,7 +64,7 @@ public:
         Step &operator=(const Step &) = delete;
 
     private:
-        ZELX_UndoStack &myStack;
+        NOD_UndoStack &myStack;
     };
 
     /// False without a step to take back or to do again, and within a step.
@@ -87,12 +88,12 @@ private:
     struct Entry
     {
         std::string label;
-        ZELX_NodeState before;
-        ZELX_NodeState after;
+        NOD_NodeState before;
+        NOD_NodeState after;
         std::int64_t bytes = 0;
     };
 
-    ZELX_Node &myNode;
+    NOD_Node &myNode;
     std::size_t myMost;
     std::int64_t myMostBytes;
     std::deque<Entry> myDone;    ///< what undo takes back, the next one last

@@ -1,4 +1,4 @@
-/// \file ZELX_NodeState.h
+/// \file NOD_NodeState.h
 /// All that a user has made of a node at one moment: values, channels and aliases, to be restored.
 ///
 /// Vocabulary: *partial* = a state that was cut down to the parameters that an edit changed.
@@ -11,28 +11,29 @@
 /// doesn't restore either: flags, labels and colours that were given to a parameter.
 #pragma once
 
+#include <NOD/NOD_API.h>
 #include <ZEL/ZEL_UndoData.h>
 
 #include <cstdint>
 #include <string>
 
-class ZELX_Node;
+class NOD_Node;
 
-class ZELX_NodeState
+class NOD_API NOD_NodeState
 {
 public:
-    ZELX_NodeState() = default;
+    NOD_NodeState() = default;
     /// Takes the state.
-    explicit ZELX_NodeState(ZELX_Node &node);
+    explicit NOD_NodeState(NOD_Node &node);
 
     /// Puts the node into the state, with change events for each parameter.
-    void restore(ZELX_Node &node) const;
+    void restore(NOD_Node &node) const;
     /// Whether two whole states are the same. False for partial ones.
-    bool isSame(const ZELX_NodeState &other) const;
+    bool isSame(const NOD_NodeState &other) const;
     std::int64_t getMemoryUsage() const;
     /// Cuts two whole states of one node down to what differs, where both have the same parameters
     /// and channels.
-    static void keepDifference(ZELX_NodeState &before, ZELX_NodeState &after);
+    static void keepDifference(NOD_NodeState &before, NOD_NodeState &after);
 
 private:
     void cutDown(ZEL_UndoDataArray values);

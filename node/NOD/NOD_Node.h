@@ -1,4 +1,4 @@
-/// \file ZELX_Node.h
+/// \file NOD_Node.h
 /// The reference node: a named place in a tree with parameters, channels and change events. What
 /// an application would start from when it puts the library under its own nodes.
 ///
@@ -18,7 +18,8 @@
 /// application adds menu scripts and data references where these say that there are none.
 #pragma once
 
-#include "ZELX_SpareParms.h"
+#include <NOD/NOD_API.h>
+#include <NOD/NOD_SpareParms.h>
 
 #include <KIT/KIT_StringHolder.h>
 #include <TRK/TRK_Collection.h>
@@ -36,17 +37,17 @@
 
 class KIT_IStream;
 class KIT_StringArray;
-class ZELX_NodeGraph;
+class NOD_Graph;
 class ZEL_Parm;
 class ZEL_Template;
 
-class ZELX_Node : public ZEL_ParmOwner, public TRK_PathResolver
+class NOD_API NOD_Node : public ZEL_ParmOwner, public TRK_PathResolver
 {
 public:
     /// Called for each change: the list's change types, and the parameter's index, -1 for none.
-    using ChangeCallback = std::function<void(ZELX_Node &, TRK_CHANGE_TYPE, int parmIndex)>;
+    using ChangeCallback = std::function<void(NOD_Node &, TRK_CHANGE_TYPE, int parmIndex)>;
     /// Called for a button, and for a parameter whose dependencies may have changed.
-    using DependencyCallback = std::function<void(ZELX_Node &, int parmIndex)>;
+    using DependencyCallback = std::function<void(NOD_Node &, int parmIndex)>;
 
     /// The table under which presets of these nodes are kept.
     static constexpr const char *thePresetTable = "Node";
@@ -54,25 +55,25 @@ public:
     /// A root, whose path is "/". Null templates make a node without parameters. A node with a type
     /// starts with the type's preset "Permanent Defaults", if there is one; what is wrong with it
     /// is reported to the thread's error manager.
-    explicit ZELX_Node(ZEL_Template *templates = nullptr, const char *nodeType = nullptr);
-    ~ZELX_Node() override;
+    explicit NOD_Node(ZEL_Template *templates = nullptr, const char *nodeType = nullptr);
+    ~NOD_Node() override;
 
-    ZELX_Node(const ZELX_Node &) = delete;
-    ZELX_Node &operator=(const ZELX_Node &) = delete;
+    NOD_Node(const NOD_Node &) = delete;
+    NOD_Node &operator=(const NOD_Node &) = delete;
 
     // ------------------------------------------------------------------ //
     /// \name The tree
     // ------------------------------------------------------------------ //
     ///@{
     /// Null if the name is taken, empty, "." or "..", or holds a "/".
-    ZELX_Node *addChild(const char *name, ZEL_Template *templates = nullptr,
-                        const char *nodeType = nullptr);
+    NOD_Node *addChild(const char *name, ZEL_Template *templates = nullptr,
+                       const char *nodeType = nullptr);
     const std::string &getName() const { return myName; }
-    ZELX_Node *getParent() const { return myParent; }
-    ZELX_Node *getChild(const std::string &name) const;
-    const std::vector<std::unique_ptr<ZELX_Node>> &getChildren() const { return myChildren; }
+    NOD_Node *getParent() const { return myParent; }
+    NOD_Node *getChild(const std::string &name) const;
+    const std::vector<std::unique_ptr<NOD_Node>> &getChildren() const { return myChildren; }
     /// Absolute, or relative to this node; null if there is none.
-    ZELX_Node *findNode(const KIT_StringRef &path);
+    NOD_Node *findNode(const KIT_StringRef &path);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -109,7 +110,7 @@ public:
     ///@}
 
     // ------------------------------------------------------------------ //
-    /// \name Spare parameters, and a new interface   (see ZELX_SpareParms.h)
+    /// \name Spare parameters, and a new interface   (see NOD_SpareParms.h)
     // ------------------------------------------------------------------ //
     ///@{
     /// One more spare parameter; null if the name is taken. Pointers to the others end with it.
@@ -118,7 +119,7 @@ public:
     bool removeSpareParm(const char *token);
     /// The whole new set, null for none.
     void setSpareParms(const ZEL_Template *templates);
-    const ZELX_SpareParms &getSpareParms() const { return mySpares; }
+    const NOD_SpareParms &getSpareParms() const { return mySpares; }
     /// Rebuilds the list from other templates, borrowed from now on, and takes over what has the
     /// same token and kind: values, locks, channels, items, and the spare parameters. What is at
     /// its default takes the new one. The old list is destroyed, and pointers into it end.
@@ -137,8 +138,8 @@ public:
     /// A variable of this node and of all below it, for expressions and texts as `$NAME`.
     void setVariable(const std::string &name, const std::string &value);
     /// What keeps the dependencies of the whole tree, null for none. The graph sets itself.
-    void setGraph(ZELX_NodeGraph *graph) { getRoot()->myGraph = graph; }
-    ZELX_NodeGraph *getGraph() { return getRoot()->myGraph; }
+    void setGraph(NOD_Graph *graph) { getRoot()->myGraph = graph; }
+    NOD_Graph *getGraph() { return getRoot()->myGraph; }
     /// Increases whenever parameters are added or removed: caches by parm index are then stale.
     std::uint32_t getStructureVersion() const { return myStructureVersion; }
     ///@}
@@ -187,27 +188,27 @@ public:
     ///@}
 
 private:
-    ZELX_Node(ZELX_Node *parent, const char *name, ZEL_Template *templates, const char *nodeType);
+    NOD_Node(NOD_Node *parent, const char *name, ZEL_Template *templates, const char *nodeType);
 
     void applyDefaultPreset();
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
-    ZELX_Node *getRoot();
-    ZELX_Node *step(const std::string &name);
+    NOD_Node *getRoot();
+    NOD_Node *step(const std::string &name);
     void appendPath(KIT_WorkBuffer &path) const;
 
-    ZELX_Node *myParent = nullptr;
-    ZELX_NodeGraph *myGraph = nullptr; ///< of the root only
+    NOD_Node *myParent = nullptr;
+    NOD_Graph *myGraph = nullptr; ///< of the root only
     std::string myName;
     std::map<std::string, std::string> myVariables;
     ChangeCallback myChangeCallback;
     DependencyCallback myDependencyCallback;
     std::uint32_t myStructureVersion = 0;
     // Parameters read their templates until they are destroyed.
-    ZELX_SpareParms mySpares;
+    NOD_SpareParms mySpares;
     std::unique_ptr<ZEL_PresetInfo> myPresets;
     // The order matters: parameters give their channels back, so they must be destroyed first, and
     // the children before either.
     TRK_Collection myChannels;
     std::unique_ptr<ZEL_ParmList> myParms;
-    std::vector<std::unique_ptr<ZELX_Node>> myChildren;
+    std::vector<std::unique_ptr<NOD_Node>> myChildren;
 };

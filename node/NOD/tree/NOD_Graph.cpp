@@ -1,6 +1,6 @@
-#include "ZELX_NodeGraph.h"
+#include <NOD/NOD_Graph.h>
 
-#include "ZELX_Node.h"
+#include <NOD/NOD_Node.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_String.h>
@@ -20,16 +20,16 @@ namespace
 {
 
 template <class Call>
-void forEachNode(ZELX_Node &node, const Call &call)
+void forEachNode(NOD_Node &node, const Call &call)
 {
     call(node);
-    for (const std::unique_ptr<ZELX_Node> &child : node.getChildren()) {
+    for (const std::unique_ptr<NOD_Node> &child : node.getChildren()) {
         forEachNode(*child, call);
     }
 }
 
 template <class Call>
-void forEachParm(ZELX_Node &node, const Call &call)
+void forEachParm(NOD_Node &node, const Call &call)
 {
     for (int i = 0; i < node.getParms().getEntries(); ++i) {
         if (ZEL_Parm *parm = node.getParms().getParmPtr(i)) {
@@ -38,7 +38,7 @@ void forEachParm(ZELX_Node &node, const Call &call)
     }
 }
 
-std::string pathOf(const ZELX_Node &node, const KIT_StringRef &name)
+std::string pathOf(const NOD_Node &node, const KIT_StringRef &name)
 {
     KIT_WorkBuffer buffer;
     const std::string path = node.getFullPath(buffer);
@@ -51,7 +51,7 @@ std::string pathOf(const ZELX_Node &node, const KIT_StringRef &name)
 // Life
 // ---------------------------------------------------------------------- //
 
-ZELX_NodeGraph::ZELX_NodeGraph(ZELX_Node &node) : myRoot(&node)
+NOD_Graph::NOD_Graph(NOD_Node &node) : myRoot(&node)
 {
     while (myRoot->getParent()) {
         myRoot = myRoot->getParent();
@@ -59,15 +59,15 @@ ZELX_NodeGraph::ZELX_NodeGraph(ZELX_Node &node) : myRoot(&node)
     myRoot->setGraph(this);
 }
 
-ZELX_NodeGraph::~ZELX_NodeGraph()
+NOD_Graph::~NOD_Graph()
 {
     if (myRoot) {
         myRoot->setGraph(nullptr);
-        forEachNode(*myRoot, [](ZELX_Node &node) { node.getParms().clearMicroNodeInputs(); });
+        forEachNode(*myRoot, [](NOD_Node &node) { node.getParms().clearMicroNodeInputs(); });
     }
 }
 
-void ZELX_NodeGraph::treeRemoved()
+void NOD_Graph::treeRemoved()
 {
     myRoot = nullptr;
     myWholeNodes.clear();
@@ -77,13 +77,13 @@ void ZELX_NodeGraph::treeRemoved()
 // Graph nodes
 // ---------------------------------------------------------------------- //
 
-LNK_MicroNode *ZELX_NodeGraph::findWholeNode(const ZELX_Node &node) const
+LNK_MicroNode *NOD_Graph::findWholeNode(const NOD_Node &node) const
 {
     const auto entry = myWholeNodes.find(&node);
     return entry != myWholeNodes.end() ? entry->second.get() : nullptr;
 }
 
-LNK_MicroNode &ZELX_NodeGraph::getWholeNode(ZELX_Node &node)
+LNK_MicroNode &NOD_Graph::getWholeNode(NOD_Node &node)
 {
     std::unique_ptr<LNK_MicroNode> &whole = myWholeNodes[&node];
     if (!whole) {
@@ -97,7 +97,7 @@ LNK_MicroNode &ZELX_NodeGraph::getWholeNode(ZELX_Node &node)
     return *whole;
 }
 
-ZEL_ParmMicroNode *ZELX_NodeGraph::makeMicroNode(ZELX_Node &node, ZEL_Parm &parm, int component)
+ZEL_ParmMicroNode *NOD_Graph::makeMicroNode(NOD_Node &node, ZEL_Parm &parm, int component)
 {
     if (!parm.hasMicroNodes()) {
         // A fresh node has no time dependence yet: it takes over that of the channels.
@@ -120,14 +120,14 @@ ZEL_ParmMicroNode *ZELX_NodeGraph::makeMicroNode(ZELX_Node &node, ZEL_Parm &parm
 // References
 // ---------------------------------------------------------------------- //
 
-void ZELX_NodeGraph::rebuild(double time)
+void NOD_Graph::rebuild(double time)
 {
     if (myRoot) {
-        forEachNode(*myRoot, [&](ZELX_Node &node) { rebuild(node, -1, time); });
+        forEachNode(*myRoot, [&](NOD_Node &node) { rebuild(node, -1, time); });
     }
 }
 
-void ZELX_NodeGraph::rebuild(ZELX_Node &node, int parmIndex, double time)
+void NOD_Graph::rebuild(NOD_Node &node, int parmIndex, double time)
 {
     ZEL_AutoBlockErrors block(BASgetSTID());
     if (ZEL_Parm *parm = node.getParms().getParmPtr(parmIndex)) {
@@ -137,7 +137,7 @@ void ZELX_NodeGraph::rebuild(ZELX_Node &node, int parmIndex, double time)
     }
 }
 
-void ZELX_NodeGraph::rebuildParm(ZELX_Node &node, int parmIndex, ZEL_Parm &parm, double time)
+void NOD_Graph::rebuildParm(NOD_Node &node, int parmIndex, ZEL_Parm &parm, double time)
 {
     if (parm.hasMicroNodes() && findWholeNode(node)) {
         makeMicroNode(node, parm, 0);
@@ -155,7 +155,7 @@ void ZELX_NodeGraph::rebuildParm(ZELX_Node &node, int parmIndex, ZEL_Parm &parm,
     }
 }
 
-void ZELX_NodeGraph::clearReferences(ZEL_Parm &parm, int component)
+void NOD_Graph::clearReferences(ZEL_Parm &parm, int component)
 {
     // Removing inputs clears flags of the whole list: don't where there are none.
     if (parm.hasMicroNodes() && parm.microNode(component)->getNumInputs() > 0) {
@@ -163,7 +163,7 @@ void ZELX_NodeGraph::clearReferences(ZEL_Parm &parm, int component)
     }
 }
 
-void ZELX_NodeGraph::findChannelReferences(const Reader &reader)
+void NOD_Graph::findChannelReferences(const Reader &reader)
 {
     const TRK_Channel *channel = reader.parm->getChannel(reader.component);
     for (int i = 0; channel && i < channel->getNSegments(); ++i) {
@@ -173,14 +173,14 @@ void ZELX_NodeGraph::findChannelReferences(const Reader &reader)
         }
         TRK_Manager::forEachReference(segment.getExpression(),
                                       [&](const KIT_StringRef &path, const KIT_StringRef &name) {
-                                          if (ZELX_Node *target = reader.node->findNode(path)) {
+                                          if (NOD_Node *target = reader.node->findNode(path)) {
                                               addReference(reader, *target, name);
                                           }
                                       });
     }
 }
 
-void ZELX_NodeGraph::evaluate(const Reader &reader, double time)
+void NOD_Graph::evaluate(const Reader &reader, double time)
 {
     const ZEL_Parm &parm = *reader.parm;
     // The count of a multi-parameter makes its items when it is read.
@@ -204,18 +204,18 @@ void ZELX_NodeGraph::evaluate(const Reader &reader, double time)
     myReader = outer;
 }
 
-void ZELX_NodeGraph::referenceRead(const TRK_Collection &collection, const KIT_StringRef &name)
+void NOD_Graph::referenceRead(const TRK_Collection &collection, const KIT_StringRef &name)
 {
-    if (ZELX_Node *target = dynamic_cast<ZELX_Node *>(collection.getPathResolver())) {
+    if (NOD_Node *target = dynamic_cast<NOD_Node *>(collection.getPathResolver())) {
         addReference(myReader, *target, name);
     }
 }
 
-void ZELX_NodeGraph::referenceFound(ZELX_Node &node, const TRK_Referrer &from,
-                                    const KIT_StringRef &path, const KIT_StringRef &name)
+void NOD_Graph::referenceFound(NOD_Node &node, const TRK_Referrer &from, const KIT_StringRef &path,
+                               const KIT_StringRef &name)
 {
     ZEL_Parm *parm = node.getParms().getParmPtr(from.parm);
-    ZELX_Node *target = node.findNode(path);
+    NOD_Node *target = node.findNode(path);
     for (int i = 0; parm && target && i < parm->getVectorSize(); ++i) {
         if (from.component < 0 || from.component == i) {
             addReference(Reader{&node, parm, i}, *target, name);
@@ -223,8 +223,7 @@ void ZELX_NodeGraph::referenceFound(ZELX_Node &node, const TRK_Referrer &from,
     }
 }
 
-void ZELX_NodeGraph::addReference(const Reader &reader, ZELX_Node &target,
-                                  const KIT_StringRef &name)
+void NOD_Graph::addReference(const Reader &reader, NOD_Node &target, const KIT_StringRef &name)
 {
     LNK_MicroNode *input = nullptr;
     if (name.isNull()) {
@@ -243,7 +242,7 @@ void ZELX_NodeGraph::addReference(const Reader &reader, ZELX_Node &target,
 // Changes
 // ---------------------------------------------------------------------- //
 
-void ZELX_NodeGraph::parmChanged(ZELX_Node &node, TRK_CHANGE_TYPE type, int parmIndex)
+void NOD_Graph::parmChanged(NOD_Node &node, TRK_CHANGE_TYPE type, int parmIndex)
 {
     if (type != TRK_CHANGE_VALUE || !myRoot) {
         return;
@@ -254,14 +253,14 @@ void ZELX_NodeGraph::parmChanged(ZELX_Node &node, TRK_CHANGE_TYPE type, int parm
                                                  changedOnly);
 }
 
-int ZELX_NodeGraph::update(double time)
+int NOD_Graph::update(double time)
 {
     int count = 0;
     if (!myRoot) {
         return count;
     }
     ZEL_AutoBlockErrors block(BASgetSTID());
-    forEachNode(*myRoot, [&](ZELX_Node &node) {
+    forEachNode(*myRoot, [&](NOD_Node &node) {
         forEachParm(node, [&](int parmIndex, ZEL_Parm &parm) {
             for (int i = 0; parm.hasMicroNodes() && i < parm.getVectorSize(); ++i) {
                 if (parm.microNode(i)->requiresUpdate()) {
@@ -287,7 +286,7 @@ int ZELX_NodeGraph::update(double time)
 // Text
 // ---------------------------------------------------------------------- //
 
-void ZELX_NodeGraph::writeDOT(std::ostream &os)
+void NOD_Graph::writeDOT(std::ostream &os)
 {
     KIT_Array<const LNK_MicroNode *> nodes;
     std::unordered_map<const LNK_MicroNode *, std::string> labels;
@@ -298,7 +297,7 @@ void ZELX_NodeGraph::writeDOT(std::ostream &os)
         }
     };
     if (myRoot) {
-        forEachNode(*myRoot, [&](ZELX_Node &node) {
+        forEachNode(*myRoot, [&](NOD_Node &node) {
             if (const LNK_MicroNode *whole = findWholeNode(node)) {
                 KIT_WorkBuffer path;
                 add(*whole, node.getFullPath(path));

@@ -1,6 +1,6 @@
-#include "ZELX_NodeState.h"
+#include <NOD/NOD_NodeState.h>
 
-#include "ZELX_Node.h"
+#include <NOD/NOD_Node.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
@@ -26,14 +26,14 @@ std::string wholeText(const std::ostringstream &os)
     return os.str();
 }
 
-std::string channelText(ZELX_Node &node)
+std::string channelText(NOD_Node &node)
 {
     std::ostringstream os;
     node.getChannels().save(os);
     return wholeText(os);
 }
 
-std::string aliasText(ZELX_Node &node)
+std::string aliasText(NOD_Node &node)
 {
     constexpr bool binary = false;
     std::ostringstream os;
@@ -46,7 +46,7 @@ KIT_IStream streamOf(const std::string &text)
     return KIT_IStream(text.data(), text.size(), KIT_IStream::TEXT);
 }
 
-void replaceChannels(ZELX_Node &node, const std::string &text)
+void replaceChannels(NOD_Node &node, const std::string &text)
 {
     TRK_Collection &channels = node.getChannels();
     while (channels.entries() > 0) {
@@ -57,7 +57,7 @@ void replaceChannels(ZELX_Node &node, const std::string &text)
     channels.load(is);
 }
 
-void replaceAliases(ZELX_Node &node, const std::string &text)
+void replaceAliases(NOD_Node &node, const std::string &text)
 {
     ZEL_ParmList &parms = node.getParms();
     for (int i = 0; i < parms.getEntries(); ++i) {
@@ -101,7 +101,7 @@ bool isSameData(const ZEL_UndoData *a, const ZEL_UndoData *b)
 
 } // namespace
 
-ZELX_NodeState::ZELX_NodeState(ZELX_Node &node)
+NOD_NodeState::NOD_NodeState(NOD_Node &node)
     : myWholeFlag(true), myChannels(channelText(node)), myAliases(aliasText(node))
 {
     constexpr bool binary = true; // as text, some names can't be held
@@ -114,13 +114,13 @@ ZELX_NodeState::ZELX_NodeState(ZELX_Node &node)
     myText = wholeText(os);
 }
 
-bool ZELX_NodeState::isSame(const ZELX_NodeState &other) const
+bool NOD_NodeState::isSame(const NOD_NodeState &other) const
 {
     return myWholeFlag && other.myWholeFlag && myText == other.myText &&
            myChannels == other.myChannels && myAliases == other.myAliases;
 }
 
-std::int64_t ZELX_NodeState::getMemoryUsage() const
+std::int64_t NOD_NodeState::getMemoryUsage() const
 {
     auto bytes = std::int64_t(sizeof(*this) + myText.capacity() + myChannels.capacity() +
                               myAliases.capacity());
@@ -130,7 +130,7 @@ std::int64_t ZELX_NodeState::getMemoryUsage() const
     return bytes;
 }
 
-void ZELX_NodeState::restore(ZELX_Node &node) const
+void NOD_NodeState::restore(NOD_Node &node) const
 {
     ZEL_ParmList &parms = node.getParms();
     if (myWholeFlag && channelText(node) != myChannels) {
@@ -144,7 +144,7 @@ void ZELX_NodeState::restore(ZELX_Node &node) const
     }
 }
 
-void ZELX_NodeState::cutDown(ZEL_UndoDataArray values)
+void NOD_NodeState::cutDown(ZEL_UndoDataArray values)
 {
     myWholeFlag = false;
     myValues = std::move(values);
@@ -152,7 +152,7 @@ void ZELX_NodeState::cutDown(ZEL_UndoDataArray values)
     myChannels.clear();
 }
 
-void ZELX_NodeState::keepDifference(ZELX_NodeState &before, ZELX_NodeState &after)
+void NOD_NodeState::keepDifference(NOD_NodeState &before, NOD_NodeState &after)
 {
     const ZEL_UndoDataArray &from = before.myValues;
     const ZEL_UndoDataArray &to = after.myValues;

@@ -1,6 +1,6 @@
-#include "ZELX_NodeSource.h"
+#include <NOD/NOD_NodeSource.h>
 
-#include "ZELX_Node.h"
+#include <NOD/NOD_Node.h>
 
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -18,20 +18,20 @@ bool isWhole(const ZEL_Type &type)
 
 } // namespace
 
-ZELX_NodeSource::ZELX_NodeSource(ZELX_Node &root) : myRoot(root)
+NOD_NodeSource::NOD_NodeSource(NOD_Node &root) : myRoot(root)
 {
     SNKsetNodeSource(this);
 }
 
-ZELX_NodeSource::~ZELX_NodeSource()
+NOD_NodeSource::~NOD_NodeSource()
 {
     SNKsetNodeSource(nullptr);
 }
 
-bool ZELX_NodeSource::findNode(const char *path, const char *current, KIT_String &fullPath)
+bool NOD_NodeSource::findNode(const char *path, const char *current, KIT_String &fullPath)
 {
-    ZELX_Node *const from = current ? myRoot.findNode(current) : &myRoot;
-    const ZELX_Node *const node = from && path ? from->findNode(path) : nullptr;
+    NOD_Node *const from = current ? myRoot.findNode(current) : &myRoot;
+    const NOD_Node *const node = from && path ? from->findNode(path) : nullptr;
     if (node) {
         KIT_WorkBuffer buffer;
         fullPath = node->getFullPath(buffer);
@@ -39,9 +39,9 @@ bool ZELX_NodeSource::findNode(const char *path, const char *current, KIT_String
     return node != nullptr;
 }
 
-bool ZELX_NodeSource::listParms(const char *node, KIT_StringArray &tokens)
+bool NOD_NodeSource::listParms(const char *node, KIT_StringArray &tokens)
 {
-    const ZELX_Node *const found = myRoot.findNode(node);
+    const NOD_Node *const found = myRoot.findNode(node);
     if (found) {
         const ZEL_ParmList &parms = found->getParms();
         for (int i = 0; i < parms.getEntries(); ++i) {
@@ -53,9 +53,9 @@ bool ZELX_NodeSource::listParms(const char *node, KIT_StringArray &tokens)
     return found != nullptr;
 }
 
-bool ZELX_NodeSource::findParm(const char *node, const char *name, SNK_ParmKind &kind)
+bool NOD_NodeSource::findParm(const char *node, const char *name, SNK_ParmKind &kind)
 {
-    const ZELX_Node *const found = myRoot.findNode(node);
+    const NOD_Node *const found = myRoot.findNode(node);
     if (!found) {
         return false;
     }
@@ -73,18 +73,18 @@ bool ZELX_NodeSource::findParm(const char *node, const char *name, SNK_ParmKind 
     return parm != nullptr;
 }
 
-bool ZELX_NodeSource::evaluateNumber(const char *node, const char *name, double time, int thread,
-                                     double &value, bool &timeDependent)
+bool NOD_NodeSource::evaluateNumber(const char *node, const char *name, double time, int thread,
+                                    double &value, bool &timeDependent)
 {
-    ZELX_Node *const found = myRoot.findNode(node);
+    NOD_Node *const found = myRoot.findNode(node);
     return found && found->getChannels().evaluateReference(KIT_StringRef(), name, time, thread,
                                                            value, timeDependent);
 }
 
-bool ZELX_NodeSource::evaluateString(const char *node, const char *name, double time, int thread,
-                                     KIT_String &value, bool &timeDependent)
+bool NOD_NodeSource::evaluateString(const char *node, const char *name, double time, int thread,
+                                    KIT_String &value, bool &timeDependent)
 {
-    ZELX_Node *const found = myRoot.findNode(node);
+    NOD_Node *const found = myRoot.findNode(node);
     return found && found->getChannels().evaluateReferenceString(KIT_StringRef(), name, time,
                                                                  thread, value, timeDependent);
 }
