@@ -7,7 +7,7 @@
 /// Ownership:  owns its messages and the text; a KIT_IStream is read whole on opening.
 /// Threads:    used by a single thread for its whole life.
 /// Errors:     error(), warning() and message() print to the standard error stream, or to a sink if
-///             one is set (setMessageSink), and keep the text under common code 14. None of them
+///             one is set (setOwnSink, setMessageSink), and keep the text under common code 14. None of them
 ///             stops reading: the caller decides. Preprocessor messages go to the thread's current
 ///             error manager instead.
 /// Cost:       a block or message below 2,000 bytes allocates nothing but the result.
@@ -67,10 +67,18 @@ public:
     /// Null, the default: the standard error stream. Set it before starting threads that read
     /// scripts.
     static void setMessageSink(MessageSink sink, void *data);
+    /// Receives this stream's messages alone, instead of that one; null, the default, for none.
+    void setOwnSink(MessageSink sink, void *data)
+    {
+        myOwnSink = sink;
+        myOwnSinkData = data;
+    }
 
 private:
     using Report = void (KIT_ErrorManager::*)(int code, const char *text);
     void report(KIT_ErrorSeverity severity, const char *word, const char *text, Report keep);
 
     KIT_ErrorManager myErrors;
+    MessageSink myOwnSink = nullptr;
+    void *myOwnSinkData = nullptr;
 };

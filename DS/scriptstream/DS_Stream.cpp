@@ -136,9 +136,10 @@ void DS_Stream::report(KIT_ErrorSeverity severity, const char *word, const char 
     } else {
         whole.sprintf("Dialog Script %s: %s", word, text);
     }
-    if (theMessageSink) {
-        theMessageSink(theMessageSinkData, severity, place ? place->getFileName() : nullptr,
-                       place ? place->getLineNumber() : 0, text);
+    const MessageSink sink = myOwnSink ? myOwnSink : theMessageSink;
+    if (sink) {
+        sink(myOwnSink ? myOwnSinkData : theMessageSinkData, severity,
+             place ? place->getFileName() : nullptr, place ? place->getLineNumber() : 0, text);
     } else {
         std::fprintf(stderr, "%s\n", whole.buffer());
     }

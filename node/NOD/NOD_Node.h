@@ -6,8 +6,8 @@
 ///             "." from a node on; *node type* = the name under which lists of equal templates
 ///             share their name tables; *structure* = which parameters the node has.
 /// Units:      parm indices as in ZEL_ParmList; time in seconds.
-/// Ownership:  owns its children, its channels, its parameters and their presets. Borrows its
-///             templates, which must outlive it, and its parent.
+/// Ownership:  owns its children, its channels, its parameters and their presets; shares its
+///             interface. Templates given as a plain array are borrowed and must outlive it.
 /// Threads:    evaluation of all nodes of a tree from any thread at once, references included.
 ///             Everything that changes a node, a variable or the tree belongs to one thread, while
 ///             no thread evaluates.
@@ -38,6 +38,7 @@
 class KIT_IStream;
 class KIT_StringArray;
 class NOD_Graph;
+class NOD_Interface;
 class ZEL_Parm;
 class ZEL_Template;
 
@@ -66,9 +67,12 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// Null if the name is taken, empty, "." or "..", or holds a "/".
+    NOD_Node *addChild(const char *name, std::shared_ptr<const NOD_Interface> description);
     NOD_Node *addChild(const char *name, ZEL_Template *templates = nullptr,
                        const char *nodeType = nullptr);
     const std::string &getName() const { return myName; }
+    /// What the node was made of; null for one without parameters, or of a plain array.
+    const std::shared_ptr<const NOD_Interface> &getInterface() const { return myInterface; }
     NOD_Node *getParent() const { return myParent; }
     NOD_Node *getChild(const std::string &name) const;
     const std::vector<std::unique_ptr<NOD_Node>> &getChildren() const { return myChildren; }
@@ -123,6 +127,7 @@ public:
     /// Rebuilds the list from other templates, borrowed from now on, and takes over what has the
     /// same token and kind: values, locks, channels, items, and the spare parameters. What is at
     /// its default takes the new one. The old list is destroyed, and pointers into it end.
+    void renewParms(std::shared_ptr<const NOD_Interface> description);
     void renewParms(ZEL_Template *templates, const char *nodeType = nullptr);
     ///@}
 
@@ -188,7 +193,20 @@ public:
     ///@}
 
 private:
-    NOD_Node(NOD_Node *parent, const char *name, ZEL_Template *templates, const char *nodeType);
+    /// What a list is made of, and the name that its tables and its presets go by.
+    struct Description
+    {
+        ZEL_Template *templates;
+        const char *sharedName;
+        const char *nodeType;
+        std::shared_ptr<const NOD_Interface> interface;
+    };
+
+    NOD_Node(NOD_Node *parent, const char *name, Description description);
+
+    static Description describe(std::shared_ptr<const NOD_Interface> interface);
+    NOD_Node *adopt(const char *name, Description description);
+    void renew(Description description);
 
     void applyDefaultPreset();
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
@@ -204,6 +222,7 @@ private:
     DependencyCallback myDependencyCallback;
     std::uint32_t myStructureVersion = 0;
     // Parameters read their templates until they are destroyed.
+    std::shared_ptr<const NOD_Interface> myInterface;
     NOD_SpareParms mySpares;
     std::unique_ptr<ZEL_PresetInfo> myPresets;
     // The order matters: parameters give their channels back, so they must be destroyed first, and

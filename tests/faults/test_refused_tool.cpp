@@ -20,7 +20,7 @@ struct ReadingForTheTool
         list.reset();
         script.reset();
         ZELT_Messages messages;
-        script = ZELT_Script::load(ZEL_TESTS_DIR "/../examples/light.ds", messages);
+        script = ZELTloadScript(ZEL_TESTS_DIR "/../examples/light.ds", messages);
         if (!script) {
             return !messages.hasErrors();
         }
@@ -30,9 +30,9 @@ struct ReadingForTheTool
     }
     std::string text(Texts texts)
     {
-        return (script ? script->getName() : "") + " " + (list ? textOf(*list, texts) : "");
+        return (script ? script->getTypeName() : "") + " " + (list ? textOf(*list, texts) : "");
     }
-    std::unique_ptr<ZELT_Script> script;
+    ZELT_ScriptPtr script;
     std::unique_ptr<ZEL_ParmList> list;
 };
 REFUSE_EACH(ReadingForTheTool)

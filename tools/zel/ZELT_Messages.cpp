@@ -6,6 +6,7 @@
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_MessageCatalogue.h>
+#include <NOD/NOD_Report.h>
 #include <SNK/SNK_Python.h>
 
 #include <cerrno>
@@ -110,6 +111,20 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
     json["line"] = number > 0 ? ZELT_Json(number) : ZELT_Json();
     json["text"] = rest;
     std::cerr << ZELTjsonText(json) << '\n';
+}
+
+void ZELT_Messages::add(const NOD_Report &report)
+{
+    // A file that is read twice is reported once.
+    std::set<std::string> reported;
+    for (const NOD_Message &message : report.getMessages()) {
+        const std::string text =
+            (message.subject.empty() ? "" : message.subject + ": ") + message.text;
+        if (reported.insert(message.asText()).second) {
+            add(message.severity, message.category.empty() ? theToolCategory : message.category,
+                message.code, message.file, message.line, text);
+        }
+    }
 }
 
 void ZELT_Messages::takeErrors(const std::string &file)

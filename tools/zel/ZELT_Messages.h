@@ -15,6 +15,8 @@
 #include <mutex>
 #include <string>
 
+class NOD_Report;
+
 class ZELT_Messages
 {
 public:
@@ -34,6 +36,7 @@ public:
     /// no file is given.
     void add(KIT_ErrorSeverity severity, const std::string &category, int code,
              const std::string &file, int line, const std::string &text);
+    void add(const NOD_Report &report);
     /// Moves what the calling thread's error manager holds here. `file` is put before messages
     /// that have no place of their own.
     void takeErrors(const std::string &file);

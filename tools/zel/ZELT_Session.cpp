@@ -147,13 +147,13 @@ std::string missedCount(const ZEL_Parm &multi, const std::string &value, double 
 
 } // namespace
 
-ZELT_Session::ZELT_Session(const ZELT_Script &script)
-    : mySource(myRoot), myNode(myRoot.addChild(script.getName().c_str(), script.getTemplates()))
+ZELT_Session::ZELT_Session(const NOD_Interface &script)
+    : mySource(myRoot), myNode(myRoot.addChild(script.getTypeName().c_str(), script.getTemplates()))
 {
     growBlocks(0.0);
 }
 
-ZELT_Session::ZELT_Session(std::unique_ptr<const ZELT_Script> script) : ZELT_Session(*script)
+ZELT_Session::ZELT_Session(ZELT_ScriptPtr script) : ZELT_Session(*script)
 {
     myScript = std::move(script);
 }
@@ -162,7 +162,7 @@ ZELT_Session::~ZELT_Session() = default;
 
 std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_Messages &messages)
 {
-    std::unique_ptr<ZELT_Script> script = ZELT_Script::load(file, messages);
+    ZELT_ScriptPtr script = ZELTloadScript(file, messages);
     return std::unique_ptr<ZELT_Session>(script ? new ZELT_Session(std::move(script)) : nullptr);
 }
 

@@ -11,6 +11,8 @@
 ///             wrong leave messages with the thread's error manager.
 #pragma once
 
+#include "ZELT_Script.h"
+
 #include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_NodeSource.h>
@@ -21,7 +23,6 @@
 #include <vector>
 
 class ZELT_Messages;
-class ZELT_Script;
 
 /// Some components of a parameter; null for no such parameter.
 struct ZELT_Address
@@ -52,7 +53,7 @@ struct ZELT_NodeCall
 class ZELT_Session
 {
 public:
-    explicit ZELT_Session(const ZELT_Script &script);
+    explicit ZELT_Session(const NOD_Interface &script);
     ~ZELT_Session();
     ZELT_Session(const ZELT_Session &) = delete;
     ZELT_Session &operator=(const ZELT_Session &) = delete;
@@ -95,11 +96,11 @@ public:
     void growBlocks(double time);
 
 private:
-    explicit ZELT_Session(std::unique_ptr<const ZELT_Script> script);
+    explicit ZELT_Session(ZELT_ScriptPtr script);
 
     std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, double time);
 
-    std::unique_ptr<const ZELT_Script> myScript; // null if it is borrowed
+    ZELT_ScriptPtr myScript; // null if it is borrowed
     NOD_Node myRoot;
     NOD_NodeSource mySource;
     NOD_Node *myNode;

@@ -1,6 +1,7 @@
 #include <NOD/NOD_Node.h>
 
 #include <NOD/NOD_Graph.h>
+#include <NOD/NOD_Interface.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
@@ -42,21 +43,29 @@ bool isValidName(std::string_view name)
 // ---------------------------------------------------------------------- //
 
 NOD_Node::NOD_Node(ZEL_Template *templates, const char *nodeType)
-    : NOD_Node(nullptr, "", templates, nodeType)
+    : NOD_Node(nullptr, "", {templates, nodeType, nodeType, nullptr})
 {}
 
-NOD_Node::NOD_Node(NOD_Node *parent, const char *name, ZEL_Template *templates,
-                   const char *nodeType)
-    : myParent(parent), myName(name)
+NOD_Node::Description NOD_Node::describe(std::shared_ptr<const NOD_Interface> interface)
+{
+    if (!interface) {
+        return {nullptr, nullptr, nullptr, nullptr};
+    }
+    return {interface->getTemplates(), interface->getSharedName().c_str(),
+            interface->getTypeName().c_str(), std::move(interface)};
+}
+
+NOD_Node::NOD_Node(NOD_Node *parent, const char *name, Description description)
+    : myParent(parent), myName(name), myInterface(std::move(description.interface))
 {
     constexpr bool deleteChannels = false;
     myChannels.setPathResolver(this);
-    if (nodeType && *nodeType) {
-        myPresets = std::make_unique<ZEL_PresetInfo>(thePresetTable, nodeType);
+    if (description.nodeType && *description.nodeType) {
+        myPresets = std::make_unique<ZEL_PresetInfo>(thePresetTable, description.nodeType);
     }
-    myParms =
-        std::make_unique<ZEL_ParmList>(templates ? templates : theNoTemplates, &myChannels, this,
-                                       myPresets.get(), KIT_StringRef(nodeType), deleteChannels);
+    myParms = std::make_unique<ZEL_ParmList>(
+        description.templates ? description.templates : theNoTemplates, &myChannels, this,
+        myPresets.get(), KIT_StringRef(description.sharedName), deleteChannels);
     setParmList(myParms.get());
     myParms->setEventHandler(this, handleChange);
     applyDefaultPreset();
@@ -84,13 +93,23 @@ void NOD_Node::applyDefaultPreset()
     }
 }
 
-NOD_Node *NOD_Node::addChild(const char *name, ZEL_Template *templates, const char *nodeType)
+NOD_Node *NOD_Node::adopt(const char *name, Description description)
 {
     if (!name || !isValidName(name) || getChild(name)) {
         return nullptr;
     }
-    myChildren.emplace_back(new NOD_Node(this, name, templates, nodeType));
+    myChildren.emplace_back(new NOD_Node(this, name, std::move(description)));
     return myChildren.back().get();
+}
+
+NOD_Node *NOD_Node::addChild(const char *name, ZEL_Template *templates, const char *nodeType)
+{
+    return adopt(name, {templates, nodeType, nodeType, nullptr});
+}
+
+NOD_Node *NOD_Node::addChild(const char *name, std::shared_ptr<const NOD_Interface> description)
+{
+    return adopt(name, describe(std::move(description)));
 }
 
 NOD_Node *NOD_Node::getChild(const std::string &name) const
@@ -176,13 +195,23 @@ bool NOD_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmName
 
 void NOD_Node::renewParms(ZEL_Template *templates, const char *nodeType)
 {
+    renew({templates, nodeType, nodeType, nullptr});
+}
+
+void NOD_Node::renewParms(std::shared_ptr<const NOD_Interface> description)
+{
+    renew(describe(std::move(description)));
+}
+
+void NOD_Node::renew(Description description)
+{
     // Defaults are applied later: what is taken over needs none, and they mustn't touch its channels.
     constexpr bool buildDefaults = false;
     constexpr bool deleteChannels = false;
     constexpr bool forceCopy = false;
-    auto fresh = std::make_unique<ZEL_ParmList>(templates ? templates : theNoTemplates, &myChannels,
-                                                this, myPresets.get(), KIT_StringRef(nodeType),
-                                                deleteChannels, buildDefaults);
+    auto fresh = std::make_unique<ZEL_ParmList>(
+        description.templates ? description.templates : theNoTemplates, &myChannels, this,
+        myPresets.get(), KIT_StringRef(description.sharedName), deleteChannels, buildDefaults);
     const NOD_SpareParms::Templates formerSpares = mySpares.moveTo(*fresh);
     fresh->adoptParmList(*myParms, forceCopy);
     fresh->updateFromOldTemplate(myParms.get());
@@ -193,6 +222,7 @@ void NOD_Node::renewParms(ZEL_Template *templates, const char *nodeType)
     myParms->setEventHandler(this, handleChange);
     myParms->buildDelayedDefaults(deleteChannels);
     fresh.reset();
+    myInterface = std::move(description.interface);
     ++myStructureVersion;
 }
 

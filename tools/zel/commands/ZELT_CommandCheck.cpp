@@ -46,7 +46,7 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     ZELT_Progress progress("checking", std::int64_t(call.files.size()));
     bool good = true;
     for (const std::string &file : call.files) {
-        const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(file, messages);
+        ZELT_ScriptPtr script = ZELTloadScript(file, messages);
         good = good && script;
         if (script) {
             tellNames(script->getTemplates(), false, file, messages);

@@ -112,7 +112,7 @@ struct Call
 
 int diff(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    const std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
+    ZELT_ScriptPtr script = ZELTloadScript(call.file, messages);
     if (!script) {
         return 1;
     }

@@ -20,7 +20,7 @@ struct Call
 int rewrite(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     DS_ScriptReader reader(call.file.c_str());
-    if (!ZELT_Script::parse(call.file, reader.getPage(), messages)) {
+    if (!ZELTparseScript(call.file, reader.getPage(), messages)) {
         return 1;
     }
     std::ostringstream script;

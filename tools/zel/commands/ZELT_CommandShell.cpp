@@ -43,7 +43,7 @@ struct Call
 
 int runShell(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
 {
-    std::unique_ptr<ZELT_Script> script = ZELT_Script::load(call.file, messages);
+    ZELT_ScriptPtr script = ZELTloadScript(call.file, messages);
     if (!script) {
         return 1;
     }

@@ -31,7 +31,7 @@ const ZELT_ShellCommand *findCommand(const std::string &name)
 
 } // namespace
 
-ZELT_Shell::ZELT_Shell(std::unique_ptr<ZELT_Script> script, ZELT_Messages &messages)
+ZELT_Shell::ZELT_Shell(ZELT_ScriptPtr script, ZELT_Messages &messages)
     : myMessages(messages), myScript(script.get()), mySession(*script), myUndo(mySession.getNode())
 {
     keepScript(std::move(script));
@@ -128,13 +128,13 @@ NOD_Graph &ZELT_Shell::getGraph()
     return *myGraph;
 }
 
-void ZELT_Shell::setScript(std::unique_ptr<ZELT_Script> script)
+void ZELT_Shell::setScript(ZELT_ScriptPtr script)
 {
     myScript = script.get();
     keepScript(std::move(script));
 }
 
-void ZELT_Shell::keepScript(std::unique_ptr<ZELT_Script> script)
+void ZELT_Shell::keepScript(ZELT_ScriptPtr script)
 {
     myScripts.push_back(std::move(script));
 }

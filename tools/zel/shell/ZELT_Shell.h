@@ -14,6 +14,7 @@
 /// and a row in ZELT_ShellTables.def.
 #pragma once
 
+#include "ZELT_Script.h"
 #include "ZELT_Session.h"
 
 #include <NOD/NOD_Graph.h>
@@ -26,7 +27,6 @@
 #include <vector>
 
 class ZELT_Messages;
-class ZELT_Script;
 class ZELT_Shell;
 
 /// The words of a line, the command's own first.
@@ -89,7 +89,7 @@ inline constexpr const ZELT_ShellTable *theZELTShellTables[] = {
 class ZELT_Shell
 {
 public:
-    ZELT_Shell(std::unique_ptr<ZELT_Script> script, ZELT_Messages &messages);
+    ZELT_Shell(ZELT_ScriptPtr script, ZELT_Messages &messages);
     ~ZELT_Shell();
 
     /// Runs one line; false if it ends the session.
@@ -109,10 +109,10 @@ public:
     double getTime() const { return myTime; }
     void setTime(double time) { myTime = time; }
     /// The script that the node's interface was made of last.
-    const ZELT_Script &getScript() const { return *myScript; }
-    void setScript(std::unique_ptr<ZELT_Script> script);
+    const NOD_Interface &getScript() const { return *myScript; }
+    void setScript(ZELT_ScriptPtr script);
     /// Keeps a script whose templates the node uses too.
-    void keepScript(std::unique_ptr<ZELT_Script> script);
+    void keepScript(ZELT_ScriptPtr script);
 
     // ------------------------------------------------------------------ //
     /// \name Output and words   (what is wrong is printed)
@@ -144,8 +144,8 @@ private:
     void callAndTell(const ZELT_ShellCommand &command, const ZELT_ShellWords &words);
 
     ZELT_Messages &myMessages;
-    const ZELT_Script *myScript;
-    std::vector<std::unique_ptr<ZELT_Script>> myScripts; ///< all of them, oldest first
+    const NOD_Interface *myScript;
+    std::vector<ZELT_ScriptPtr> myScripts; ///< all of them, oldest first
     ZELT_Session mySession;
     NOD_UndoStack myUndo;
     NOD_Snapshots mySnapshots;

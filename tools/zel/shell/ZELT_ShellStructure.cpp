@@ -67,9 +67,8 @@ void addSpares(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     const std::string &source = words[2];
     const bool textFlag = source.find('{') != std::string::npos;
-    std::unique_ptr<ZELT_Script> script =
-        textFlag ? ZELT_Script::loadText(source, "spare", shell.getMessages())
-                 : ZELT_Script::load(source, shell.getMessages());
+    ZELT_ScriptPtr script = textFlag ? ZELTloadScriptText(source, "spare", shell.getMessages())
+                                     : ZELTloadScript(source, shell.getMessages());
     if (!script) {
         shell.fail((textFlag ? "the text" : source) + " adds nothing");
         return;
@@ -109,7 +108,7 @@ void spare(ZELT_Shell &shell, const ZELT_ShellWords &words)
 
 void adopt(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    std::unique_ptr<ZELT_Script> script = ZELT_Script::load(words[1], shell.getMessages());
+    ZELT_ScriptPtr script = ZELTloadScript(words[1], shell.getMessages());
     if (!script) {
         shell.fail(words[1] + " isn't adopted");
         return;

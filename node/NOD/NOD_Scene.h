@@ -1,0 +1,111 @@
+/// \file NOD_Scene.h
+/// A tree of nodes with what they share: variables, time, interfaces, dependencies.
+///
+/// Vocabulary: *frame* = the scene's unit of time for people; frame 1 is time 0. *frame range* = the
+///             first and last frame that the scene is about. *current scene* = the one whose time and
+///             nodes the process's expressions and Python code see.
+/// Units:      times in seconds, frames from 1, frame rates in frames a second.
+/// Ownership:  owns its nodes and the interfaces that were given to it. Pointers to a node end with the
+///             node.
+/// Threads:    evaluation of all nodes from any thread at once; every change of the scene belongs to
+///             one thread, while no thread evaluates. One scene of a process is current at a time.
+/// Errors:     look-ups return null; operations that can fail take a report.
+#pragma once
+
+#include <KIT/KIT_StringRef.h>
+#include <NOD/NOD_API.h>
+
+#include <map>
+#include <memory>
+#include <string>
+
+class NOD_Graph;
+class NOD_Interface;
+class NOD_Node;
+class NOD_NodeSource;
+class NOD_Report;
+
+class NOD_API NOD_Scene
+{
+public:
+    /// A root node "/" without parameters. Becomes the current scene if there is none.
+    NOD_Scene();
+    /// Destroys all nodes. No scene is current afterwards if this one was.
+    ~NOD_Scene();
+    NOD_Scene(const NOD_Scene &) = delete;
+    NOD_Scene &operator=(const NOD_Scene &) = delete;
+
+    // ------------------------------------------------------------------ //
+    /// \name Nodes
+    // ------------------------------------------------------------------ //
+    ///@{
+    NOD_Node &getRoot() { return *myRoot; }
+    const NOD_Node &getRoot() const { return *myRoot; }
+    /// By a path from the root, with or without the leading "/"; null if there is none.
+    NOD_Node *find(const KIT_StringRef &path);
+    /// A new node at a path whose parent exists, and of an interface that may be null: a node without
+    /// parameters. Null, with an error, if there is no such parent, or the name is taken or none.
+    NOD_Node *add(const std::string &path, std::shared_ptr<const NOD_Interface> description,
+                  NOD_Report &report);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Interfaces, by type name
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// The nodes of a saved scene find their descriptions here. One of the same type name is replaced;
+    /// nodes made of it keep it.
+    void addInterface(std::shared_ptr<const NOD_Interface> description);
+    /// Null if there is none.
+    std::shared_ptr<const NOD_Interface> findInterface(const std::string &typeName) const;
+    const std::map<std::string, std::shared_ptr<const NOD_Interface>> &getInterfaces() const
+    {
+        return myInterfaces;
+    }
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Time
+    /// The process has one frame rate and one current time: they are the current scene's.
+    // ------------------------------------------------------------------ //
+    ///@{
+    static constexpr double theUsualFrameRate = 24.0;
+
+    /// Makes this the scene whose time and nodes expressions and Python code see.
+    void makeCurrent();
+    bool isCurrent() const;
+    double getFrameRate() const { return myFrameRate; }
+    /// Refused, with false, unless above 0 and finite. Keys stay at their times in seconds.
+    bool setFrameRate(double framesPerSecond);
+    double getFirstFrame() const { return myFirstFrame; }
+    double getLastFrame() const { return myLastFrame; }
+    /// Refused, with false, if the last is before the first or either isn't finite.
+    bool setFrameRange(double first, double last);
+    double getTime() const { return myTime; }
+    double getFrame() const { return timeToFrame(myTime); }
+    void setTime(double seconds);
+    void setFrame(double frame) { setTime(frameToTime(frame)); }
+    double timeToFrame(double seconds) const { return seconds * myFrameRate + 1.0; }
+    double frameToTime(double frame) const { return (frame - 1.0) / myFrameRate; }
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name What watches the nodes
+    // ------------------------------------------------------------------ //
+    ///@{
+    NOD_Graph &getGraph() { return *myGraph; }
+    ///@}
+
+private:
+    void applyTime() const;
+
+    std::map<std::string, std::shared_ptr<const NOD_Interface>> myInterfaces;
+    double myFrameRate = theUsualFrameRate;
+    double myFirstFrame = 1.0;
+    double myLastFrame = 240.0;
+    double myTime = 0.0;
+    // The order matters: the nodes end first.
+    std::unique_ptr<NOD_NodeSource> mySource;
+    std::unique_ptr<NOD_Node> myRoot;
+    std::unique_ptr<NOD_Graph> myGraph;
+};

@@ -1,0 +1,245 @@
+#include <NOD/NOD_Interface.h>
+
+#include <DS/DS_Stream.h>
+#include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_String.h>
+#include <NOD/NOD_Report.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ScriptImports.h>
+#include <ZEL/ZEL_ScriptPage.h>
+#include <ZEL/ZEL_SpareData.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace
+{
+
+ZEL_Template theNoTemplates[] = {ZEL_Template()};
+
+/// Gives a report what the script's reader and its preprocessor say.
+class ScriptStream : public DS_Stream
+{
+public:
+    ScriptStream(KIT_IStream &is, const std::string &name, NOD_Report &report)
+        : DS_Stream(is, name.c_str(), theNotReduced), myReport(report)
+    {
+        setOwnSink(take, this);
+    }
+
+    void cppWarning(const char *text) override { addPlaced(KIT_ERROR_WARNING, text); }
+    void cppError(const char *text) override { addPlaced(KIT_ERROR_ABORT, text); }
+
+private:
+    static constexpr bool theNotReduced = false;
+
+    void add(KIT_ErrorSeverity severity, const std::string &file, int line, std::string text)
+    {
+        while (!text.empty() && text.back() == '\n') {
+            text.pop_back();
+        }
+        myReport.add({severity, file, line, {}, text, theKITCommonCategory, KIT_COMMON_BAD_SCRIPT});
+    }
+
+    static void take(void *data, KIT_ErrorSeverity severity, const char *file, int line,
+                     const char *text)
+    {
+        static_cast<ScriptStream *>(data)->add(severity, file ? file : "", line, text);
+    }
+
+    /// The preprocessor's texts begin with their place, which may be in an included file.
+    void addPlaced(KIT_ErrorSeverity severity, const std::string &text)
+    {
+        const std::size_t close = text.find("): ");
+        const std::size_t open = close == std::string::npos ? close : text.rfind('(', close);
+        if (open == std::string::npos || open == 0) {
+            add(severity, "", 0, text);
+        } else {
+            add(severity, text.substr(0, open), std::atoi(text.c_str() + open + 1),
+                text.substr(close + 3));
+        }
+    }
+
+    NOD_Report &myReport;
+};
+
+bool parsePage(ZEL_ScriptPage &page, DS_Stream &stream)
+{
+    constexpr bool wantBrace = true;
+    constexpr bool isImport = false;
+    constexpr bool clearJoin = true;
+    constexpr int depth = 0;
+    if (!page.parse(stream, wantBrace, nullptr, isImport, clearJoin, depth)) {
+        return false;
+    }
+    KIT_String rest;
+    if (stream.getToken(rest)) {
+        stream.warning("What stands behind the closing brace of the script isn't read");
+    }
+    return true;
+}
+
+/// Scripts cook unless they say otherwise.
+void settleNoCook(ZEL_Template *templates)
+{
+    for (ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
+        at->setNoCook(false);
+        if (const ZEL_SpareData *const spare = at->getSparePtr()) {
+            constexpr bool noCookByDefault = false;
+            at->setNoCook(*spare, noCookByDefault);
+        }
+        if (at->isMultiType() && !at->isRampType()) {
+            settleNoCook(at->getMultiParmTemplate());
+        }
+    }
+}
+
+int countParms(const ZEL_Template *templates)
+{
+    int count = 0;
+    for (const ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
+        count += !at->isSwitcher();
+        if (at->isMultiType() && !at->isRampType()) {
+            count += countParms(at->getMultiParmTemplate());
+        }
+    }
+    return count;
+}
+
+std::string stemOf(const std::string &file)
+{
+    const std::size_t start = file.rfind('/') + 1; // 0 without one
+    const std::string name = file.substr(start);
+    const std::string stem = name.substr(0, name.rfind('.'));
+    return stem.empty() || stem == "." || stem == ".." ? "node" : stem;
+}
+
+bool openFile(const KIT_IStream &is, const std::string &path, NOD_Report &report)
+{
+    if (!is.isReadable()) {
+        const char *const reason = errno ? std::strerror(errno) : "the reason is not known";
+        report.add({KIT_ERROR_ABORT, path, 0, {}, std::string("can't be read: ") + reason, {}, 0});
+    }
+    return is.isReadable();
+}
+
+} // namespace
+
+NOD_Interface::NOD_Interface(Source source, const std::string &file)
+    : mySource(source), myFile(file), myTemplates(theNoTemplates)
+{}
+
+NOD_Interface::~NOD_Interface()
+{
+    ZEL_ParmList::removeOpSharedInfo(mySharedName);
+}
+
+// ---------------------------------------------------------------------- //
+// Making one
+// ---------------------------------------------------------------------- //
+
+bool NOD_Interface::parse(KIT_IStream &is, const std::string &name, ZEL_ScriptPage &page,
+                          NOD_Report &report)
+{
+    NOD_Report found;
+    bool parsed = false;
+    {
+        const NOD_ReportScope scope(found, name);
+        ScriptStream stream(is, name, found);
+        parsed = parsePage(page, stream);
+        if (!parsed && !found.hasErrors() && KITgetErrorManager().getSeverity() < KIT_ERROR_ABORT) {
+            // Some blocks fail at their start without a message.
+            stream.error("Expecting open brace");
+        }
+    }
+    report.append(found);
+    return parsed && !found.hasErrors();
+}
+
+bool NOD_Interface::parseFile(const std::string &path, ZEL_ScriptPage &page, NOD_Report &report)
+{
+    errno = 0;
+    KIT_IFStream is(path.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
+    return openFile(is, path, report) && parse(is, path, page, report);
+}
+
+bool NOD_Interface::read(KIT_IStream &is, NOD_Report &report)
+{
+    myText = is.rest();
+    myPage = std::make_unique<ZEL_ScriptPage>();
+    if (!parse(is, myFile, *myPage, report)) {
+        return false;
+    }
+    describe();
+    return true;
+}
+
+std::shared_ptr<const NOD_Interface> NOD_Interface::fromFile(const std::string &path,
+                                                             NOD_Report &report)
+{
+    errno = 0;
+    KIT_IFStream is(path.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
+    if (!openFile(is, path, report)) {
+        return nullptr;
+    }
+    std::shared_ptr<NOD_Interface> made(new NOD_Interface(Source::SCRIPT_FILE, path));
+    return made->read(is, report) ? made : nullptr;
+}
+
+std::shared_ptr<const NOD_Interface>
+NOD_Interface::fromText(std::string_view text, const std::string &name, NOD_Report &report)
+{
+    const std::size_t start = text.find_first_not_of(" \t\r\n");
+    const bool wholeFlag = start != std::string_view::npos && text[start] == '{';
+    const std::string whole =
+        wholeFlag ? std::string(text) : "{ name \"" + name + "\"\n" + std::string(text) + "\n}";
+    KIT_IStream is(whole.data(), whole.size(), KIT_IStream::TEXT);
+    std::shared_ptr<NOD_Interface> made(new NOD_Interface(Source::SCRIPT_TEXT, name));
+    return made->read(is, report) ? made : nullptr;
+}
+
+std::shared_ptr<const NOD_Interface> NOD_Interface::fromTemplates(ZEL_Template *templates,
+                                                                  const std::string &typeName,
+                                                                  std::shared_ptr<const void> keep)
+{
+    std::shared_ptr<NOD_Interface> made(new NOD_Interface(Source::TEMPLATES, ""));
+    made->myTemplates = templates ? templates : theNoTemplates;
+    made->myTypeName = typeName;
+    made->myKept = std::move(keep);
+    made->nameTables();
+    return made;
+}
+
+void NOD_Interface::describe()
+{
+    const char *const token = myPage->getToken();
+    myTypeName = token && *token ? token : stemOf(myFile);
+    if (myTypeName.find('/') != std::string::npos) {
+        myTypeName = stemOf(myFile);
+    }
+    const auto count = static_cast<std::uint32_t>(myPage->computeTemplateSize());
+    myOwnTemplates.reset(new ZEL_Template[count + 1]);
+    myTemplates = myOwnTemplates.get();
+    int index = 0;
+    ZEL_ScriptImports *imports = nullptr;
+    myPage->fillTemplate(myTemplates, index, imports);
+    myImports.reset(imports);
+    settleNoCook(myTemplates);
+    nameTables();
+}
+
+void NOD_Interface::nameTables()
+{
+    // The first list of a name decides the tables: two descriptions must not share them.
+    static std::atomic<std::uint64_t> theLast{0};
+    const std::uint64_t number = theLast.fetch_add(1, std::memory_order_relaxed) + 1;
+    mySharedName = KIT_StringHolder(myTypeName + "@" + std::to_string(number));
+}
+
+int NOD_Interface::getParmCount() const
+{
+    return countParms(myTemplates);
+}

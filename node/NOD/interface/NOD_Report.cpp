@@ -1,0 +1,70 @@
+#include <NOD/NOD_Report.h>
+
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_MessageCatalogue.h>
+
+#include <utility>
+
+std::string NOD_Message::asText() const
+{
+    std::string out = file;
+    if (line > 0) {
+        out += "(" + std::to_string(line) + ")";
+    }
+    out += out.empty() ? "" : ": ";
+    out += subject.empty() ? "" : subject + ": ";
+    return out + (severity == KIT_ERROR_WARNING ? "warning: " : "") + text;
+}
+
+void NOD_Report::add(NOD_Message message)
+{
+    myErrors += message.severity >= KIT_ERROR_ABORT;
+    myMessages.push_back(std::move(message));
+}
+
+void NOD_Report::error(const std::string &subject, const std::string &text)
+{
+    add({KIT_ERROR_ABORT, {}, 0, subject, text, {}, 0});
+}
+
+void NOD_Report::warning(const std::string &subject, const std::string &text)
+{
+    add({KIT_ERROR_WARNING, {}, 0, subject, text, {}, 0});
+}
+
+void NOD_Report::take(KIT_ErrorManager &manager, const std::string &file,
+                      const std::string &subject)
+{
+    for (std::int64_t i = 0; i < manager.entries(); ++i) {
+        const KIT_ErrorManager::Error &entry = manager.getError(i);
+        add({entry.severity, file, 0, subject,
+             KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str()),
+             entry.category, entry.code});
+    }
+    manager.clearAndDestroyErrors();
+}
+
+void NOD_Report::append(const NOD_Report &other)
+{
+    myMessages.insert(myMessages.end(), other.myMessages.begin(), other.myMessages.end());
+    myErrors += other.myErrors;
+}
+
+std::string NOD_Report::asText() const
+{
+    std::string out;
+    for (const NOD_Message &message : myMessages) {
+        out += message.asText() + "\n";
+    }
+    return out;
+}
+
+NOD_ReportScope::NOD_ReportScope(NOD_Report &report, std::string file, std::string subject)
+    : myReport(report), myFile(std::move(file)), mySubject(std::move(subject)),
+      myErrors(BASgetSTID())
+{}
+
+NOD_ReportScope::~NOD_ReportScope()
+{
+    myReport.take(myErrors.getManager(), myFile, mySubject);
+}
