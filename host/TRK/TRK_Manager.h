@@ -18,6 +18,7 @@
 
 #include <atomic>
 #include <functional>
+#include <string_view>
 
 class TRK_Channel;
 class TRK_ChannelRef;
@@ -109,6 +110,12 @@ public:
     /// path.
     static void buildStringOpDependencies(const char *text, const TRK_Referrer &from,
                                           const TRK_Collection *collection, int thread);
+    using PathCall = std::function<void(std::string_view path)>;
+    /// Calls \p call with the paths that changeStringOpRef would look at, whether they lead anywhere or
+    /// not: the node's part of the references by a literal name in an expression of either language.
+    static void forEachExpressionPath(const char *expression, const PathCall &call);
+    /// The same of the backticks of a literal text or, if there are none, its words that contain a "/".
+    static void forEachTextPath(const char *text, const PathCall &call);
     /// Rewrites the paths of references in an expression, or in the backticks of a literal text:
     /// the path \p from and those below it become \p to. Returns the number of changes.
     static int changeStringOpRef(KIT_String &text, const char *from, const char *to);

@@ -274,10 +274,11 @@ struct PathChange
     }
 };
 
-/// Rewrites the literal arguments of ch, chs and the like in one expression.
-int changePaths(std::string &expression, const PathChange &change)
+/// Calls \p call with start and length of each literal argument of ch, chs and the like in one expression.
+/// It may replace the argument, and returns the length of what is there afterwards.
+template <class F>
+void forEachArgument(const std::string &expression, F call)
 {
-    int count = 0;
     size_t at = 0;
     while ((at = expression.find("ch", at)) != std::string::npos) {
         const bool wordFlag = at == 0 || !BASisWordChar(expression[at - 1]);
@@ -295,17 +296,26 @@ int changePaths(std::string &expression, const PathChange &change)
             continue;
         }
         const size_t end = expression.find(expression[quote], quote + 1);
-        if (end == std::string::npos) {
-            continue;
-        }
-        const std::string path = expression.substr(quote + 1, end - quote - 1);
-        if (change.concerns(path)) {
-            const std::string changed = change.changed(path);
-            expression.replace(quote + 1, path.size(), changed);
-            ++count;
-            at = quote + 1 + changed.size();
+        if (end != std::string::npos) {
+            at = quote + 1 + call(quote + 1, end - quote - 1);
         }
     }
+}
+
+/// Rewrites the literal arguments in one expression.
+int changePaths(std::string &expression, const PathChange &change)
+{
+    int count = 0;
+    forEachArgument(expression, [&](size_t start, size_t length) {
+        const std::string path = expression.substr(start, length);
+        if (!change.concerns(path)) {
+            return length;
+        }
+        const std::string changed = change.changed(path);
+        expression.replace(start, length, changed);
+        ++count;
+        return changed.size();
+    });
     return count;
 }
 
@@ -404,6 +414,32 @@ void TRK_Manager::forEachReference(const char *expression, const ReferenceCall &
     const std::unique_ptr<TRK_Expression> compiled(TRK_Expression::compile(expression));
     for (const TRK_Expression::Reference &reference : compiled->getReferences()) {
         call(reference.path, reference.name);
+    }
+}
+
+void TRK_Manager::forEachExpressionPath(const char *expression, const PathCall &call)
+{
+    const std::string text(expression ? expression : "");
+    forEachArgument(text, [&](size_t start, size_t length) {
+        const std::string_view argument(text.data() + start, length);
+        const size_t slash = argument.rfind('/');
+        if (slash != std::string_view::npos) {
+            call(argument.substr(0, slash == 0 ? 1 : slash));
+        }
+        return length;
+    });
+}
+
+void TRK_Manager::forEachTextPath(const char *text, const PathCall &call)
+{
+    if (text && hasBacktick(text)) {
+        forEachBacktick(text, [&](const char *begin, const char *end) {
+            forEachExpressionPath(std::string(begin, end).c_str(), call);
+        });
+    } else if (text) {
+        forEachPathWord(text, [&](const char *begin, const char *end) {
+            call(std::string_view(begin, static_cast<size_t>(end - begin)));
+        });
     }
 }
 

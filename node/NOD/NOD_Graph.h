@@ -74,6 +74,8 @@ public:
     /// A text of the node refers to something.
     void referenceFound(NOD_Node &node, const TRK_Referrer &from, const KIT_StringRef &path,
                         const KIT_StringRef &name);
+    /// A node is about to be destroyed.
+    void nodeRemoved(const NOD_Node &node);
     /// The tree is about to be destroyed.
     void treeRemoved();
     ///@}

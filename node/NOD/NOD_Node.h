@@ -71,6 +71,8 @@ public:
     NOD_Node *addChild(const char *name, ZEL_Template *templates = nullptr,
                        const char *nodeType = nullptr);
     const std::string &getName() const { return myName; }
+    /// Not empty, "." or "..", and without "/".
+    static bool isValidName(const std::string &name);
     /// What the node was made of; null for one without parameters, or of a plain array.
     const std::shared_ptr<const NOD_Interface> &getInterface() const { return myInterface; }
     NOD_Node *getParent() const { return myParent; }
@@ -123,6 +125,7 @@ public:
     bool removeSpareParm(const char *token);
     /// The whole new set, null for none.
     void setSpareParms(const ZEL_Template *templates);
+    void setSpareParms(const std::shared_ptr<const NOD_Interface> &description);
     const NOD_SpareParms &getSpareParms() const { return mySpares; }
     /// Rebuilds the list from other templates, borrowed from now on, and takes over what has the
     /// same token and kind: values, locks, channels, items, and the spare parameters. What is at
@@ -193,6 +196,8 @@ public:
     ///@}
 
 private:
+    friend class NOD_Scene;
+
     /// What a list is made of, and the name that its tables and its presets go by.
     struct Description
     {
@@ -206,7 +211,11 @@ private:
 
     static Description describe(std::shared_ptr<const NOD_Interface> interface);
     NOD_Node *adopt(const char *name, Description description);
+    /// Another node with all that this one has, but for its children.
+    NOD_Node *copyTo(NOD_Node &parent, const char *name);
+    std::unique_ptr<NOD_Node> takeChild(const NOD_Node &child);
     void renew(Description description);
+    void keepDescription(Description description);
 
     void applyDefaultPreset();
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
@@ -223,6 +232,8 @@ private:
     std::uint32_t myStructureVersion = 0;
     // Parameters read their templates until they are destroyed.
     std::shared_ptr<const NOD_Interface> myInterface;
+    ZEL_Template *myPlainTemplates = nullptr; ///< of a node without an interface
+    std::string myPlainType;
     NOD_SpareParms mySpares;
     std::unique_ptr<ZEL_PresetInfo> myPresets;
     // The order matters: parameters give their channels back, so they must be destroyed first, and

@@ -23,6 +23,7 @@ class NOD_Graph;
 class NOD_Interface;
 class NOD_Node;
 class NOD_NodeSource;
+class NOD_References;
 class NOD_Report;
 
 class NOD_API NOD_Scene
@@ -47,6 +48,26 @@ public:
     /// parameters. Null, with an error, if there is no such parent, or the name is taken or none.
     NOD_Node *add(const std::string &path, std::shared_ptr<const NOD_Interface> description,
                   NOD_Report &report);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Changing the tree
+    /// References of all nodes keep leading to the nodes that they led to, by NOD_References; those that
+    /// a removal or a copy leaves without a target stay as they are. False or null after an error in the
+    /// report: nothing is changed then. The root can't be changed.
+    // ------------------------------------------------------------------ //
+    ///@{
+    bool rename(NOD_Node &node, const std::string &name, NOD_Report &report);
+    /// To the end of another parent's children, which may not be the node or below it.
+    bool move(NOD_Node &node, NOD_Node &parent, NOD_Report &report);
+    /// A copy with its children, as the last child of `parent`. Copies refer to each other where their
+    /// originals do, and to the originals' targets elsewhere.
+    NOD_Node *copy(NOD_Node &node, NOD_Node &parent, const std::string &name, NOD_Report &report);
+    /// With all below it. How many references of other nodes are lost by it is a warning.
+    bool remove(NOD_Node &node, NOD_Report &report);
+    /// The name if the parent has no child of that name, else with the first number after it that makes
+    /// it free: "light", "light1".
+    static std::string freeName(const NOD_Node &parent, const std::string &name);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -98,6 +119,8 @@ public:
 
 private:
     void applyTime() const;
+    bool isChangeable(NOD_Node &node, NOD_Report &report) const;
+    void settle(NOD_References &references);
 
     std::map<std::string, std::shared_ptr<const NOD_Interface>> myInterfaces;
     double myFrameRate = theUsualFrameRate;

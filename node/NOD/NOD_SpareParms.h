@@ -48,6 +48,10 @@ public:
     ZEL_Parm *add(ZEL_ParmList &list, const ZEL_Template &description);
     /// False if no spare parameter of the set has the token.
     bool remove(ZEL_ParmList &list, const KIT_StringRef &token);
+    /// Keeps an owner of what templates borrow that were or will be given to this.
+    void keep(std::shared_ptr<const void> owner);
+    /// The same set for another node's list, which has none; shares what the templates borrow.
+    void copyTo(NOD_SpareParms &other, ZEL_ParmList &list) const;
     /// The templates in use: arrays up to terminators, for the set and for each that was added since.
     using Templates = std::vector<std::unique_ptr<ZEL_Template[]>>;
     /// Gives a list that is to replace the node's the same spare parameters, but for those whose
@@ -82,5 +86,6 @@ private:
     bool myKeepUnknownNames = false;
     /// The spare floats that loads made. Kept to the end, so that they can be added again.
     struct SpareFloat;
-    std::map<std::string, std::unique_ptr<SpareFloat>> myFloats;
+    std::map<std::string, std::shared_ptr<SpareFloat>> myFloats;
+    std::vector<std::shared_ptr<const void>> myKept; ///< owners of what the templates borrow
 };

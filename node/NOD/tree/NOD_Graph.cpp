@@ -67,6 +67,11 @@ NOD_Graph::~NOD_Graph()
     }
 }
 
+void NOD_Graph::nodeRemoved(const NOD_Node &node)
+{
+    myWholeNodes.erase(&node);
+}
+
 void NOD_Graph::treeRemoved()
 {
     myRoot = nullptr;

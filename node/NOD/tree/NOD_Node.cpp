@@ -2,6 +2,7 @@
 
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Interface.h>
+#include <NOD/NOD_NodeState.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
@@ -31,11 +32,6 @@ struct ScriptContext : ZEL_ParmOwnerContext
     SNK_CurrentNode node;
 };
 
-bool isValidName(std::string_view name)
-{
-    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos;
-}
-
 } // namespace
 
 // ---------------------------------------------------------------------- //
@@ -56,7 +52,7 @@ NOD_Node::Description NOD_Node::describe(std::shared_ptr<const NOD_Interface> in
 }
 
 NOD_Node::NOD_Node(NOD_Node *parent, const char *name, Description description)
-    : myParent(parent), myName(name), myInterface(std::move(description.interface))
+    : myParent(parent), myName(name)
 {
     constexpr bool deleteChannels = false;
     myChannels.setPathResolver(this);
@@ -66,9 +62,17 @@ NOD_Node::NOD_Node(NOD_Node *parent, const char *name, Description description)
     myParms = std::make_unique<ZEL_ParmList>(
         description.templates ? description.templates : theNoTemplates, &myChannels, this,
         myPresets.get(), KIT_StringRef(description.sharedName), deleteChannels);
+    keepDescription(std::move(description));
     setParmList(myParms.get());
     myParms->setEventHandler(this, handleChange);
     applyDefaultPreset();
+}
+
+void NOD_Node::keepDescription(Description description)
+{
+    myPlainTemplates = description.interface ? nullptr : description.templates;
+    myPlainType = description.interface || !description.nodeType ? "" : description.nodeType;
+    myInterface = std::move(description.interface);
 }
 
 NOD_Node::~NOD_Node()
@@ -76,6 +80,8 @@ NOD_Node::~NOD_Node()
     if (myGraph) {
         myGraph->treeRemoved();
         myGraph = nullptr;
+    } else if (NOD_Graph *const graph = getGraph()) {
+        graph->nodeRemoved(*this);
     }
     myParms->setEventHandler(nullptr, nullptr);
     myParms->clearParmOwner();
@@ -91,6 +97,34 @@ void NOD_Node::applyDefaultPreset()
         myPresets->loadPresetFile(myParms.get(), myPresets->getPresetPath(preset));
         scope.getOuterManager().stealErrors(scope.getManager());
     }
+}
+
+bool NOD_Node::isValidName(const std::string &name)
+{
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
+}
+
+NOD_Node *NOD_Node::copyTo(NOD_Node &parent, const char *name)
+{
+    const char *const type = myPlainType.c_str();
+    NOD_Node *const copy =
+        parent.adopt(name, myInterface ? describe(myInterface)
+                                       : Description{myPlainTemplates, type, type, nullptr});
+    if (copy) {
+        mySpares.copyTo(copy->mySpares, *copy->myParms);
+        copy->myVariables = myVariables;
+        NOD_NodeState(*this).restore(*copy);
+    }
+    return copy;
+}
+
+std::unique_ptr<NOD_Node> NOD_Node::takeChild(const NOD_Node &child)
+{
+    const auto at = std::find_if(myChildren.begin(), myChildren.end(),
+                                 [&](const auto &one) { return one.get() == &child; });
+    std::unique_ptr<NOD_Node> taken = std::move(*at);
+    myChildren.erase(at);
+    return taken;
 }
 
 NOD_Node *NOD_Node::adopt(const char *name, Description description)
@@ -185,6 +219,12 @@ void NOD_Node::setSpareParms(const ZEL_Template *templates)
     ++myStructureVersion;
 }
 
+void NOD_Node::setSpareParms(const std::shared_ptr<const NOD_Interface> &description)
+{
+    mySpares.keep(description);
+    setSpareParms(description ? description->getTemplates() : nullptr);
+}
+
 bool NOD_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,
                                             KIT_String &)
 {
@@ -222,7 +262,7 @@ void NOD_Node::renew(Description description)
     myParms->setEventHandler(this, handleChange);
     myParms->buildDelayedDefaults(deleteChannels);
     fresh.reset();
-    myInterface = std::move(description.interface);
+    keepDescription(std::move(description));
     ++myStructureVersion;
 }
 

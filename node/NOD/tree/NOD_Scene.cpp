@@ -1,20 +1,56 @@
 #include <NOD/NOD_Scene.h>
 
+#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_NodeSource.h>
+#include <NOD/NOD_References.h>
 #include <NOD/NOD_Report.h>
 #include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
 
 #include <atomic>
 #include <cmath>
+#include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace
 {
 
 std::atomic<NOD_Scene *> theCurrent{nullptr};
+
+std::string pathOf(const NOD_Node &node)
+{
+    KIT_WorkBuffer buffer;
+    return node.getFullPath(buffer);
+}
+
+/// Whether a child may get that name; `self` may have it.
+bool canName(const NOD_Node &parent, const NOD_Node *self, const std::string &name,
+             NOD_Report &report)
+{
+    const NOD_Node *const other = parent.getChild(name);
+    if (!NOD_Node::isValidName(name)) {
+        report.error(pathOf(parent), "\"" + name + "\" can't be a node's name");
+    } else if (other && other != self) {
+        report.error(pathOf(*other), "there is a node of that name already");
+    } else {
+        return true;
+    }
+    return false;
+}
+
+/// The node, and all below it, parents first.
+void appendTree(NOD_Node &node, std::vector<NOD_Node *> &nodes)
+{
+    nodes.push_back(&node);
+    for (const auto &child : node.getChildren()) {
+        appendTree(*child, nodes);
+    }
+}
 
 } // namespace
 
@@ -39,7 +75,7 @@ NOD_Scene::~NOD_Scene()
 }
 
 // ---------------------------------------------------------------------- //
-// Nodes and interfaces
+// Nodes
 // ---------------------------------------------------------------------- //
 
 NOD_Node *NOD_Scene::find(const KIT_StringRef &path)
@@ -58,13 +94,112 @@ NOD_Node *NOD_Scene::add(const std::string &path, std::shared_ptr<const NOD_Inte
         report.error(path, "there is no node " + above);
         return nullptr;
     }
-    NOD_Node *const node = parent->addChild(name.c_str(), std::move(description));
-    if (!node) {
-        report.error(path, parent->getChild(name) ? "there is a node of that name already"
-                                                  : "\"" + name + "\" can't be a node's name");
-    }
-    return node;
+    return canName(*parent, nullptr, name, report)
+               ? parent->addChild(name.c_str(), std::move(description))
+               : nullptr;
 }
+
+// ---------------------------------------------------------------------- //
+// Changing the tree
+// ---------------------------------------------------------------------- //
+
+bool NOD_Scene::isChangeable(NOD_Node &node, NOD_Report &report) const
+{
+    if (node.getParent()) {
+        return true;
+    }
+    report.error("/", "the root can't be renamed, moved, copied or removed");
+    return false;
+}
+
+void NOD_Scene::settle(NOD_References &references)
+{
+    for (const NOD_References::Change &change : references.rewrite()) {
+        constexpr bool sendEvent = true;
+        constexpr bool updateMulti = false;
+        ZEL_Parm *const parm = change.node->getParms().getParmPtr(change.parmIndex);
+        parm->privateValueChanged(-1, sendEvent, updateMulti);
+    }
+}
+
+bool NOD_Scene::rename(NOD_Node &node, const std::string &name, NOD_Report &report)
+{
+    if (!isChangeable(node, report) || !canName(*node.getParent(), &node, name, report)) {
+        return false;
+    }
+    NOD_References references(*myRoot);
+    node.myName = name;
+    settle(references);
+    return true;
+}
+
+bool NOD_Scene::move(NOD_Node &node, NOD_Node &parent, NOD_Report &report)
+{
+    if (!isChangeable(node, report) || !canName(parent, &node, node.getName(), report)) {
+        return false;
+    }
+    for (const NOD_Node *at = &parent; at; at = at->getParent()) {
+        if (at == &node) {
+            report.error(pathOf(node), "a node can't be moved into itself");
+            return false;
+        }
+    }
+    NOD_References references(*myRoot);
+    parent.myChildren.reserve(parent.myChildren.size() + 1);
+    parent.myChildren.push_back(node.getParent()->takeChild(node));
+    node.myParent = &parent;
+    settle(references);
+    return true;
+}
+
+NOD_Node *NOD_Scene::copy(NOD_Node &node, NOD_Node &parent, const std::string &name,
+                          NOD_Report &report)
+{
+    if (!isChangeable(node, report) || !canName(parent, nullptr, name, report)) {
+        return nullptr;
+    }
+    NOD_References references(*myRoot);
+    // Those that are there now: the copy may become one of them.
+    std::vector<NOD_Node *> originals;
+    appendTree(node, originals);
+    std::unordered_map<NOD_Node *, NOD_Node *> copies;
+    NOD_Node *const made = copies[&node] = node.copyTo(parent, name.c_str());
+    for (NOD_Node *original : originals) {
+        if (original != &node) {
+            copies[original] =
+                original->copyTo(*copies[original->getParent()], original->getName().c_str());
+        }
+    }
+    references.copied(copies);
+    settle(references);
+    return made;
+}
+
+bool NOD_Scene::remove(NOD_Node &node, NOD_Report &report)
+{
+    if (!isChangeable(node, report)) {
+        return false;
+    }
+    NOD_References references(*myRoot);
+    if (const int lost = references.forget(node)) {
+        report.warning(pathOf(node), std::to_string(lost) + " references of other nodes lead here");
+    }
+    const std::unique_ptr<NOD_Node> removed = node.getParent()->takeChild(node);
+    return true;
+}
+
+std::string NOD_Scene::freeName(const NOD_Node &parent, const std::string &name)
+{
+    std::string free = name;
+    for (int number = 1; parent.getChild(free); ++number) {
+        free = name + std::to_string(number);
+    }
+    return free;
+}
+
+// ---------------------------------------------------------------------- //
+// Interfaces
+// ---------------------------------------------------------------------- //
 
 void NOD_Scene::addInterface(std::shared_ptr<const NOD_Interface> description)
 {

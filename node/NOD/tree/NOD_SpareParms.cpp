@@ -14,6 +14,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace
 {
@@ -139,6 +140,26 @@ bool NOD_SpareParms::remove(ZEL_ParmList &list, const KIT_StringRef &token)
     return true;
 }
 
+void NOD_SpareParms::keep(std::shared_ptr<const void> owner)
+{
+    if (owner && std::find(myKept.begin(), myKept.end(), owner) == myKept.end()) {
+        myKept.push_back(std::move(owner));
+    }
+}
+
+void NOD_SpareParms::copyTo(NOD_SpareParms &other, ZEL_ParmList &list) const
+{
+    other.myKept = myKept;
+    other.myFloats = myFloats;
+    other.myRenames = myRenames;
+    other.myKnown = myKnown;
+    other.myKeepUnknownNames = myKeepUnknownNames;
+    const Descriptions descriptions = present();
+    if (!descriptions.empty()) {
+        other.rebuild(list, descriptions);
+    }
+}
+
 NOD_SpareParms::Templates NOD_SpareParms::moveTo(ZEL_ParmList &list)
 {
     Descriptions descriptions;
@@ -179,9 +200,9 @@ void NOD_SpareParms::addForLoad(const char *name, Descriptions &descriptions)
     }
     if (myKeepUnknownNames && ZEL_Parm::getMakeSpareParmsForUnknownChannelsFlag() &&
         isValidToken(name)) {
-        std::unique_ptr<SpareFloat> &made = myFloats[name];
+        std::shared_ptr<SpareFloat> &made = myFloats[name];
         if (!made) {
-            made = std::make_unique<SpareFloat>(name);
+            made = std::make_shared<SpareFloat>(name);
         }
         descriptions.push_back(&made->description);
     }

@@ -1,0 +1,62 @@
+/// \file NOD_References.h
+/// The literal paths in expressions and texts of a tree, so that they keep meaning the same nodes when
+/// the tree changes.
+///
+/// Vocabulary: *reference* = a path in the expression of a channel (`ch("../light/tx")`, Python's
+///             `vmr.ch(...)` included), in the backticks of a text, or a word of a text that is a node's
+///             path. *target* = the node that it leads to. *lost* = leading nowhere.
+/// Ownership:  borrows the nodes.
+/// Threads:    the thread that changes the tree, while nothing evaluates.
+/// Cost:       linear in the parameters with a channel or text; only what changes is written.
+///
+/// A path stays absolute or relative as it was. Paths that an expression computes can't be followed,
+/// nor those that menu scripts, conditions and other calls of Python contain.
+#pragma once
+
+#include <NOD/NOD_API.h>
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+class NOD_Node;
+class ZEL_Parm;
+
+class NOD_API NOD_References
+{
+public:
+    /// A parameter whose references were rewritten.
+    struct Change
+    {
+        NOD_Node *node;
+        int parmIndex;
+    };
+
+    /// Takes the references of a node and all below it, before the tree changes.
+    explicit NOD_References(NOD_Node &root);
+
+    /// The node is about to be destroyed: what leads to it becomes lost, and what it has is forgotten.
+    /// Returns how many references of others are lost by it.
+    int forget(NOD_Node &node);
+    /// References from and to nodes that were copied: those of a copy lead to the copies of their targets,
+    /// where these were copied too. Copies by their originals.
+    void copied(const std::unordered_map<NOD_Node *, NOD_Node *> &copies);
+    /// Rewrites what leads elsewhere now, once the tree has changed. Returns the parameters that were
+    /// changed.
+    std::vector<Change> rewrite();
+
+private:
+    struct Reference
+    {
+        std::string path;
+        NOD_Node *target; ///< null: lost
+    };
+    using Paths = std::vector<Reference>;
+
+    void take(NOD_Node &node);
+    static void takeParm(NOD_Node &node, ZEL_Parm &parm, Paths &paths);
+    static void rewriteNode(NOD_Node &node, const Paths &paths, std::vector<Change> &changes);
+
+    std::vector<NOD_Node *> myOrder; ///< of the nodes that have references
+    std::unordered_map<NOD_Node *, Paths> myPaths;
+};
