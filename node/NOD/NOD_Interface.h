@@ -45,10 +45,11 @@ public:
     static std::shared_ptr<const NOD_Interface>
     fromText(std::string_view text, const std::string &name, NOD_Report &report);
     /// An array up to its terminator; null templates are an interface without parameters. What the
-    /// templates borrow must outlive the interface, or `keep` owns it.
+    /// templates borrow must outlive the interface, or `keep` owns it. Without a label the type name
+    /// takes its place.
     static std::shared_ptr<const NOD_Interface>
     fromTemplates(ZEL_Template *templates, const std::string &typeName,
-                  std::shared_ptr<const void> keep = nullptr);
+                  std::shared_ptr<const void> keep = nullptr, const std::string &label = {});
     /// Reads a script into a page of the caller's, such as that of a DS_ScriptReader. False after an
     /// error.
     static bool parse(KIT_IStream &is, const std::string &name, ZEL_ScriptPage &page,
@@ -68,6 +69,8 @@ public:
     Source getSource() const { return mySource; }
     /// The script's name, else its file's without the extension; never empty, without "/".
     const std::string &getTypeName() const { return myTypeName; }
+    /// What people read of it; never empty.
+    const std::string &getLabel() const { return myLabel; }
     /// The file of a script, or the name it was given in messages; "" for templates.
     const std::string &getFile() const { return myFile; }
     /// The text of a script; "" for templates.
@@ -94,6 +97,7 @@ private:
 
     Source mySource;
     std::string myTypeName;
+    std::string myLabel;
     std::string myFile;
     std::string myText;
     KIT_StringHolder mySharedName;

@@ -203,11 +203,13 @@ NOD_Interface::fromText(std::string_view text, const std::string &name, NOD_Repo
 
 std::shared_ptr<const NOD_Interface> NOD_Interface::fromTemplates(ZEL_Template *templates,
                                                                   const std::string &typeName,
-                                                                  std::shared_ptr<const void> keep)
+                                                                  std::shared_ptr<const void> keep,
+                                                                  const std::string &label)
 {
     std::shared_ptr<NOD_Interface> made(new NOD_Interface(Source::TEMPLATES, ""));
     made->myTemplates = templates ? templates : theNoTemplates;
     made->myTypeName = typeName;
+    made->myLabel = label.empty() ? typeName : label;
     made->myKept = std::move(keep);
     made->nameTables();
     return made;
@@ -220,6 +222,7 @@ void NOD_Interface::describe()
     if (myTypeName.find('/') != std::string::npos) {
         myTypeName = stemOf(myFile);
     }
+    myLabel = myPage->getLabel().nonNullStr();
     const auto count = static_cast<std::uint32_t>(myPage->computeTemplateSize());
     myOwnTemplates.reset(new ZEL_Template[count + 1]);
     myTemplates = myOwnTemplates.get();
