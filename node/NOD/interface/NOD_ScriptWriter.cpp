@@ -540,7 +540,11 @@ void NOD_ScriptWriter::writeDefaults(const ZEL_Template &parm)
 void NOD_ScriptWriter::writeRange(const ZEL_Template &parm)
 {
     const ZEL_Range *const range = parm.getRangePtr();
-    if (!range) {
+    // A ramp has this one without a word.
+    const bool givenFlag = parm.isRampType() && range && range->getMinFlag() == ZEL_RANGE_HARD &&
+                           range->getUIMin() == 1.0 && range->getMaxFlag() == ZEL_RANGE_UI &&
+                           range->getUIMax() == 10.0;
+    if (!range || givenFlag) {
         return;
     }
     const auto end = [](double value, bool hardFlag) {

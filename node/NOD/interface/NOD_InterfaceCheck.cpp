@@ -1,0 +1,455 @@
+#include <NOD/NOD_InterfaceCheck.h>
+
+#include <KIT/KIT_Digits.h>
+#include <KIT/KIT_Regex.h>
+#include <KIT/KIT_String.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/interface/NOD_TemplateFieldsPrivate.h>
+#include <ZEL/ZEL_ChoiceList.h>
+#include <ZEL/ZEL_Conditional.h>
+#include <ZEL/ZEL_ConditionalSwitcher.h>
+#include <ZEL/ZEL_InstanceString.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace
+{
+
+constexpr int theDeepest = 100;
+
+/// A template with its place.
+struct Placed
+{
+    const ZEL_Template *one;
+    int depth;                      ///< blocks around it
+    int rest;                       ///< templates after it in its array
+    bool rampPartFlag;              ///< made by the library
+    std::string pattern;            ///< the token with all `#`
+    std::vector<std::string> twins; ///< what is told of names that others have
+};
+
+/// `a12_#` as `a#_#`: what may name the same parameter looks the same.
+std::string shapeOf(std::string_view name)
+{
+    std::string shape;
+    for (const char c : name) {
+        const bool numberFlag = c == '#' || (c >= '0' && c <= '9');
+        if (!numberFlag) {
+            shape += c;
+        } else if (shape.empty() || shape.back() != '#') {
+            shape += '#';
+        }
+    }
+    return shape;
+}
+
+int countMarks(std::string_view name)
+{
+    return int(std::count(name.begin(), name.end(), '#'));
+}
+
+/// A token as items get it: numbers without a `#` are added at the end.
+std::string withMarks(std::string_view name, int depth)
+{
+    std::string pattern(name);
+    for (int marks = countMarks(name); marks < depth; ++marks) {
+        pattern += marks ? "_#" : "#";
+    }
+    return pattern;
+}
+
+/// Names with an owner each, found by themselves or, if they are of items, with numbers in them.
+class Names
+{
+public:
+    /// The first owner of a name that can be the same; null without one. Adds the name then.
+    const ZEL_Template *add(const std::string &name, const ZEL_Template *owner)
+    {
+        if (const ZEL_Template *const other = find(name)) {
+            return other;
+        }
+        const bool patternFlag = name.find('#') != std::string::npos;
+        myOwners.emplace(name, owner);
+        (patternFlag ? myPatterns : myPlain)[shapeOf(name)].push_back(name);
+        return nullptr;
+    }
+
+    /// The owner of that name; of a pattern, also of a name that an item of it would have.
+    const ZEL_Template *find(const std::string &name) const
+    {
+        const auto found = myOwners.find(name);
+        if (found != myOwners.end()) {
+            return found->second;
+        }
+        const bool patternFlag = name.find('#') != std::string::npos;
+        const auto &others = patternFlag ? myPlain : myPatterns;
+        const auto like = others.find(shapeOf(name));
+        if (like == others.end()) {
+            return nullptr;
+        }
+        for (const std::string &other : like->second) {
+            constexpr int theFirst = 0;
+            int item = 0;
+            const std::string &pattern = patternFlag ? name : other;
+            const std::string &plain = patternFlag ? other : name;
+            if (ZEL_Template::matchMultiInstance(plain.c_str(), pattern.c_str(), theFirst, item)) {
+                return myOwners.at(other);
+            }
+        }
+        return nullptr;
+    }
+
+private:
+    std::unordered_map<std::string, const ZEL_Template *> myOwners;
+    std::unordered_map<std::string, std::vector<std::string>> myPatterns; // by shape
+    std::unordered_map<std::string, std::vector<std::string>> myPlain;
+};
+
+class Check
+{
+public:
+    Check(NOD_Report &report, KIT_ErrorSeverity severity) : myReport(report), mySeverity(severity)
+    {}
+
+    int run(const ZEL_Template *templates);
+
+private:
+    struct Row;
+    static const Row theRows[];
+
+    void collect(const ZEL_Template *templates, int depth, bool rampPartFlag);
+    void addNames(Placed &at);
+    void fault(const Placed &at, const std::string &text);
+
+    void checkToken(const Placed &at);
+    void tellTwins(const Placed &at);
+    void checkRange(const Placed &at);
+    void checkDefaults(const Placed &at);
+    void checkDefaultOfMenu(const Placed &at);
+    void checkMenu(const Placed &at);
+    void checkConditions(const Placed &at);
+    void checkFolders(const Placed &at);
+
+    void checkCondition(const Placed &at, const ZEL_ConditionalBase *base);
+    bool isKnown(const Placed &at, const std::string &name) const;
+
+    NOD_Report &myReport;
+    KIT_ErrorSeverity mySeverity;
+    int myFaults = 0;
+    std::vector<Placed> myPlaced;
+    Names myTokens;
+    Names myChannels;
+    std::unordered_set<std::string> myAnyNumbers; ///< the shapes of all names
+};
+
+// ---------------------------------------------------------------------- //
+// The checks, in the order of their messages for one parameter
+// ---------------------------------------------------------------------- //
+
+struct Check::Row
+{
+    void (Check::*check)(const Placed &);
+    bool rampPartsFlag; ///< parts of ramps are checked too
+};
+
+const Check::Row Check::theRows[] = {
+    {&Check::checkToken, false},         {&Check::tellTwins, true},
+    {&Check::checkRange, false},         {&Check::checkDefaults, false},
+    {&Check::checkDefaultOfMenu, false}, {&Check::checkMenu, false},
+    {&Check::checkConditions, false},    {&Check::checkFolders, false},
+};
+
+int Check::run(const ZEL_Template *templates)
+{
+    constexpr int theTop = 0;
+    collect(templates, theTop, false);
+    for (Placed &at : myPlaced) {
+        addNames(at); // of all: conditions may name what follows
+    }
+    for (const Placed &at : myPlaced) {
+        for (const Row &row : theRows) {
+            if (row.rampPartsFlag || !at.rampPartFlag) {
+                (this->*row.check)(at);
+            }
+        }
+    }
+    return myFaults;
+}
+
+void Check::collect(const ZEL_Template *templates, int depth, bool rampPartFlag)
+{
+    const int count = ZEL_Template::countTemplates(templates);
+    for (int i = 0; i < count; ++i) {
+        const ZEL_Template &one = templates[i];
+        const char *const token = one.getToken();
+        myPlaced.push_back(
+            {&one, depth, count - i - 1, rampPartFlag, withMarks(token ? token : "", depth), {}});
+        if (!one.isMultiType()) {
+            continue;
+        }
+        if (depth >= theDeepest) {
+            fault(myPlaced.back(), "blocks are nested too deep");
+        } else {
+            collect(one.getMultiParmTemplate(), depth + 1, one.isRampType());
+        }
+    }
+}
+
+void Check::fault(const Placed &at, const std::string &text)
+{
+    const char *const token = at.one->getToken();
+    myReport.add({mySeverity, {}, 0, token ? token : "", text, {}, 0});
+    ++myFaults;
+}
+
+void Check::checkToken(const Placed &at)
+{
+    const std::string token = at.one->getToken() ? at.one->getToken() : "";
+    if (token.empty()) {
+        fault(at, std::string("a parameter has no token; its label is \"") +
+                      (at.one->getLabel() ? at.one->getLabel() : "") + "\"");
+        return;
+    }
+    if (at.one->getType().isBasicType(ZEL_Type::ZEL_BASIC_NONE)) {
+        return; // it is not saved
+    }
+    std::string item = at.pattern;
+    std::replace(item.begin(), item.end(), '#', '1');
+    if (!ZEL_ParmList::isTextName(KIT_StringRef(item.c_str()))) {
+        fault(at, "no text stream can hold a parameter of this token");
+    }
+    if (const int marks = countMarks(token); marks != at.depth) {
+        fault(at, at.depth == 0
+                      ? "a # in the token means an item's number, and no block is around it"
+                      : "the token has " + std::to_string(marks) + " # and is in " +
+                            std::to_string(at.depth) + " blocks");
+    }
+}
+
+/// The channel's token of an item: from the item's, as the library makes it.
+std::string channelPattern(const Placed &at, int component)
+{
+    std::string channel = at.one->getChannelToken(component).nonNullStr();
+    const std::string token = at.one->getToken() ? at.one->getToken() : "";
+    const std::size_t place = channel.find(token);
+    return place == std::string::npos ? channel : channel.replace(place, token.size(), at.pattern);
+}
+
+void Check::addNames(Placed &at)
+{
+    const ZEL_Template &one = *at.one;
+    myAnyNumbers.insert(shapeOf(at.pattern));
+    if (at.pattern.empty()) {
+        return;
+    }
+    if (const ZEL_Template *const other = myTokens.add(at.pattern, &one)) {
+        const std::string token = other->getToken();
+        const bool itemsFlag = at.pattern.find('#') != std::string::npos;
+        at.twins.push_back(token == one.getToken() ? "another parameter has the same token"
+                           : itemsFlag             ? "an item has the token of " + token + " too"
+                                                   : "an item of " + token + " has the token too");
+        return;
+    }
+    for (int i = 0; i < one.getVectorSize() && !one.isSwitcher(); ++i) {
+        const std::string channel = channelPattern(at, i);
+        const ZEL_Template *const other = myChannels.add(channel, &one);
+        myAnyNumbers.insert(shapeOf(channel));
+        if (other) {
+            at.twins.push_back("its channel " + channel + " is " +
+                               (other == &one
+                                    ? "there twice"
+                                    : std::string("one of ") + other->getToken() + " too"));
+        }
+    }
+}
+
+void Check::tellTwins(const Placed &at)
+{
+    for (const std::string &twin : at.twins) {
+        fault(at, twin);
+    }
+}
+
+void Check::checkRange(const Placed &at)
+{
+    const ZEL_Range *const range = at.one->getRangePtr();
+    if (range && range->getMinFlag() && range->getMaxFlag() &&
+        !(range->getUIMin() <= range->getUIMax())) {
+        fault(at, std::string("the range begins at ") + KIT_Digits(range->getUIMin()).buffer() +
+                      " and ends at " + KIT_Digits(range->getUIMax()).buffer());
+    }
+}
+
+void Check::checkDefaults(const Placed &at)
+{
+    const ZEL_Template &one = *at.one;
+    const ZEL_Range *const range = one.getRangePtr();
+    for (int i = 0; range && !one.isSwitcher() && i < one.getVectorSize(); ++i) {
+        const ZEL_Default *const value = NODgetDefault(one, i);
+        if (!value || value->gotString() || one.getType().isStringType()) {
+            continue;
+        }
+        if (range->constrain(value->getFloat()) != value->getFloat()) {
+            fault(at, std::string("the default ") + KIT_Digits(value->getFloat()).buffer() +
+                          " is outside of the hard range");
+        }
+    }
+}
+
+/// A static menu that offers these choices and no others; null if there is none.
+const ZEL_ChoiceList *onlyChoices(const ZEL_Template &one)
+{
+    const ZEL_ChoiceList *const menu = one.getChoiceListPtr();
+    const bool kindFlag = one.getType().isOrdinalType() || one.getType().isStringType();
+    return menu && kindFlag && menu->getStaticSize() > 0 && menu->choiceNamesPtr() &&
+                   (menu->getType() & ZEL_CHOICELIST_EXCLUSIVE_BIT)
+               ? menu
+               : nullptr;
+}
+
+bool hasEntry(const ZEL_ChoiceList &menu, std::string_view token)
+{
+    for (const ZEL_Name *at = menu.choiceNamesPtr(); !at->isSentinel(); ++at) {
+        if (token == at->getToken()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Neither an expression nor a reference.
+bool isWord(std::string_view text, bool stringFlag)
+{
+    return text.find_first_of(stringFlag ? "`$" : "()`$+*/\" ") == std::string_view::npos;
+}
+
+void Check::checkDefaultOfMenu(const Placed &at)
+{
+    const ZEL_Template &one = *at.one;
+    const ZEL_ChoiceList *const menu = onlyChoices(one);
+    // The components of a strip are bits, its menu's entries.
+    const bool maskFlag = one.getType().hasOrdinalType(ZEL_Type::ZEL_ORD_BUTTONSTRIP) ||
+                          one.getType().hasOrdinalType(ZEL_Type::ZEL_ORD_ICONSTRIP);
+    for (int i = 0; menu && !one.isSwitcher() && i < one.getVectorSize(); ++i) {
+        const ZEL_Default *const value = NODgetDefault(one, i);
+        if (!value) {
+            continue;
+        }
+        const KIT_String text(value->getString());
+        const bool literalFlag = value->getStringMeaning() == TRK_MEANING_LITERAL;
+        if (value->gotString() && literalFlag &&
+            isWord(text.view(), one.getType().isStringType()) && !text.isEmpty() &&
+            !hasEntry(*menu, text.view()) && !(one.getType().isOrdinalType() && text.isFloat())) {
+            fault(at, "the default " + text.toStdString() + " is no entry of the menu");
+        }
+        const int index = value->getOrdinal();
+        if (!value->gotString() && one.getType().isOrdinalType() && !maskFlag &&
+            (index < 0 || index >= menu->getStaticSize())) {
+            fault(at, "the default is entry " + std::to_string(index) + " of a menu of " +
+                          std::to_string(menu->getStaticSize()));
+        }
+    }
+}
+
+void Check::checkMenu(const Placed &at)
+{
+    const ZEL_ChoiceList *const menu = at.one->getChoiceListPtr();
+    std::unordered_set<std::string_view> tokens;
+    for (const ZEL_Name *entry = menu ? menu->choiceNamesPtr() : nullptr;
+         entry && !entry->isSentinel(); ++entry) {
+        const std::string_view token = entry->getToken();
+        if (token != "_separator_" && !tokens.insert(token).second) {
+            fault(at, "two entries of the menu are " + std::string(token));
+        }
+    }
+}
+
+void Check::checkConditions(const Placed &at)
+{
+    const ZEL_ConditionalBase *const base = at.one->getConditionalBasePtr();
+    checkCondition(at, base);
+    if (base && base->groupType() == ZEL_CONDGROUP_SWITCHER) {
+        const auto *const tabs = static_cast<const ZEL_ConditionalSwitcher *>(base);
+        for (int tab = 0; tab < std::max(at.one->getVectorSize(), 1); ++tab) {
+            checkCondition(at, tabs->getTabConditional(tab));
+        }
+    }
+}
+
+void Check::checkCondition(const Placed &at, const ZEL_ConditionalBase *base)
+{
+    for (const ZEL_ConditionalType type :
+         {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE, ZEL_CONDTYPE_NOCOOK}) {
+        const ZEL_Conditional *const one = base ? base->getConditional(type) : nullptr;
+        for (int i = 0; one && i < one->entries(); ++i) {
+            const ZEL_ConditionalInfo &group = *(*one)(i);
+            for (int j = 0; j < group.entries(); ++j) {
+                const std::string place = std::string(ZEL_Conditional::getName(type, false)) + ": ";
+                const KIT_String &left = group.getControlParms()(j);
+                if (left.lastChar() != ')' && !isKnown(at, left.toStdString())) {
+                    fault(at, place + "there is no parameter " + left.toStdString());
+                }
+                const ZEL_ConditionalOperator op = group.getOperators()(j);
+                if (op == ZEL_CONDOP_MATCH || op == ZEL_CONDOP_NOMATCH) {
+                    const KIT_Regex pattern(group.getControlValues()(j).nonNullStr());
+                    if (!pattern.isValid()) {
+                        fault(at, place + group.getControlValues()(j).toStdString() +
+                                      " is no regular expression: " +
+                                      pattern.getErrorText().nonNullStr());
+                    }
+                }
+            }
+        }
+    }
+}
+
+/// In a block each `#` becomes a number, which may be that of an item anywhere.
+bool Check::isKnown(const Placed &at, const std::string &name) const
+{
+    return myTokens.find(name) || myChannels.find(name) ||
+           (at.depth > 0 && countMarks(name) > 0 && myAnyNumbers.count(shapeOf(name)));
+}
+
+void Check::checkFolders(const Placed &at)
+{
+    const ZEL_Template &set = *at.one;
+    if (!set.isSwitcher()) {
+        return;
+    }
+    // Where the set would end if no array did.
+    int rest = at.rest;
+    const ZEL_Template *next = &set + 1;
+    for (int i = 0; i < set.getVectorSize(); ++i) {
+        const ZEL_Default *const folder = NODgetDefault(set, i);
+        const double count = folder ? folder->getFloat() : 0.0;
+        if (!folder || !(count >= 0.0) || count != std::floor(count)) {
+            fault(at, "folder " + std::to_string(i + 1) + " has no count of members");
+            return;
+        }
+        for (double member = 0.0; member < count; ++member) {
+            if (rest <= 0) {
+                fault(at, "folder " + std::to_string(i + 1) + " has fewer members than it says");
+                return;
+            }
+            const ZEL_Template *const end =
+                next->isSwitcher() ? ZEL_Template::getEndOfSwitcher(next) : next + 1;
+            rest -= int(end - next);
+            next = end;
+        }
+    }
+}
+
+} // namespace
+
+int NODcheckInterface(const ZEL_Template *templates, NOD_Report &report, KIT_ErrorSeverity severity)
+{
+    return Check(report, severity).run(templates);
+}
