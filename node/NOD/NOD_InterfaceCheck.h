@@ -20,7 +20,7 @@
 ///     conditions    a name that is not known; a regular expression that is none. Left operands that are
 ///                   expressions aren't evaluated.
 ///     folders       member counts that reach past the last template, or are no whole numbers
-///     blocks        nested too deep to be true, as if a block were in itself
+///     blocks        one that is in itself
 #pragma once
 
 #include <KIT/KIT_ErrorManager.h>

@@ -23,8 +23,6 @@
 namespace
 {
 
-constexpr int theDeepest = 100;
-
 /// A template with its place.
 struct Placed
 {
@@ -144,6 +142,7 @@ private:
     NOD_Report &myReport;
     KIT_ErrorSeverity mySeverity;
     int myFaults = 0;
+    std::vector<const ZEL_Template *> myPath; ///< arrays around the one that is collected
     std::vector<Placed> myPlaced;
     Names myTokens;
     Names myChannels;
@@ -187,6 +186,7 @@ int Check::run(const ZEL_Template *templates)
 void Check::collect(const ZEL_Template *templates, int depth, bool rampPartFlag)
 {
     const int count = ZEL_Template::countTemplates(templates);
+    myPath.push_back(templates);
     for (int i = 0; i < count; ++i) {
         const ZEL_Template &one = templates[i];
         const char *const token = one.getToken();
@@ -195,12 +195,14 @@ void Check::collect(const ZEL_Template *templates, int depth, bool rampPartFlag)
         if (!one.isMultiType()) {
             continue;
         }
-        if (depth >= theDeepest) {
-            fault(myPlaced.back(), "blocks are nested too deep");
+        const ZEL_Template *const items = one.getMultiParmTemplate();
+        if (std::find(myPath.begin(), myPath.end(), items) != myPath.end()) {
+            fault(myPlaced.back(), "the block is in itself");
         } else {
-            collect(one.getMultiParmTemplate(), depth + 1, one.isRampType());
+            collect(items, depth + 1, one.isRampType());
         }
     }
+    myPath.pop_back();
 }
 
 void Check::fault(const Placed &at, const std::string &text)

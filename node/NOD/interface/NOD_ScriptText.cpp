@@ -22,8 +22,8 @@ public:
     {
         for (; from && !from->isTerminator(); ++from) {
             const std::string token = from->getToken() ? from->getToken() : "";
-            if (myWriter.isLeftOut(from)) {
-                myReport.error(token, "a set without folders can't be written in a script");
+            if (const char *const reason = myWriter.findLeftOut(from)) {
+                myReport.error(token, reason);
                 continue;
             }
             if (!read || read->isTerminator()) {

@@ -150,7 +150,7 @@ void NOD_ScriptWriter::writeDialog(const ZEL_Template *templates, const std::str
                                    const std::string &label)
 {
     open("");
-    writeNames(name.c_str(), label.c_str());
+    writeNames(name.c_str(), label.empty() ? nullptr : label.c_str());
     writeMembers(templates, endOf(templates), theAllMembers);
     close();
 }
@@ -178,7 +178,11 @@ const ZEL_Template *NOD_ScriptWriter::writeOne(const ZEL_Template *at, const ZEL
     } else if (at->getType().hasBehaviorType(ZEL_Type::ZEL_BEHAVIOR_BASEPARM)) {
         writeBaseParm(*at);
     } else {
-        writeParm(*at);
+        const ZEL_Template *const after = at + 1;
+        const bool endsLineFlag =
+            lastFlag || after == end ||
+            (after->isSwitcher() && folderKeyword(*after, at) != theCollection);
+        writeParm(*at, endsLineFlag);
     }
     return at + 1;
 }
@@ -220,7 +224,7 @@ const ZEL_Template *NOD_ScriptWriter::writeFolders(const ZEL_Template &set, cons
     const ZEL_Template *at = &set + 1;
     const int folders = set.getVectorSize();
     if (folders == 0) {
-        myLeftOut.insert(&set);
+        myLeftOut[&set] = "a set without folders can't be written in a script";
     }
     const int tabs = folders ? countTabs(set) : 0;
     for (int i = 0; i < tabs; ++i) {
@@ -280,6 +284,11 @@ void NOD_ScriptWriter::writeFolder(const ZEL_Template &set, std::string_view key
 
 void NOD_ScriptWriter::writeBlock(const ZEL_Template &block)
 {
+    const ZEL_Template *const items = block.getMultiParmTemplate();
+    if (std::find(myPath.begin(), myPath.end(), items) != myPath.end()) {
+        myLeftOut[&block] = "a block in itself can't be written in a script";
+        return;
+    }
     const ZEL_MultiType kind = block.getMultiType() & ZEL_MULTITYPE_KIND_MASK;
     open(kind == ZEL_MULTITYPE_SWITCHER ? "multiswitcher"
          : kind == ZEL_MULTITYPE_SCROLL ? "multiscroll"
@@ -288,8 +297,8 @@ void NOD_ScriptWriter::writeBlock(const ZEL_Template &block)
     if (block.getInvisible()) {
         line("invisible\n");
     }
-    if (const ZEL_Default *const items = NODgetDefault(block, 0)) {
-        write("default", digits(items->getFloat()));
+    if (const ZEL_Default *const count = NODgetDefault(block, 0)) {
+        write("default", digits(count->getFloat()));
     }
     writeRange(block);
     const ZEL_ConditionalBase *const conditions = block.getConditionalBasePtr();
@@ -301,7 +310,9 @@ void NOD_ScriptWriter::writeBlock(const ZEL_Template &block)
             "tab");
     }
     writeTags(block, {});
-    writeMembers(block.getMultiParmTemplate(), endOf(block.getMultiParmTemplate()), theAllMembers);
+    myPath.push_back(items);
+    writeMembers(items, endOf(items), theAllMembers);
+    myPath.pop_back();
     close();
 }
 
@@ -314,7 +325,7 @@ void NOD_ScriptWriter::writeBaseParm(const ZEL_Template &parm)
     close();
 }
 
-void NOD_ScriptWriter::writeParm(const ZEL_Template &parm)
+void NOD_ScriptWriter::writeParm(const ZEL_Template &parm, bool endsLineFlag)
 {
     const TypeWord type = findType(parm);
     open("parm");
@@ -324,8 +335,15 @@ void NOD_ScriptWriter::writeParm(const ZEL_Template &parm)
     if (size != std::max(type.row->size, 1) && !parm.getType().hasAllOf(ZEL_SEPARATOR)) {
         write("size", std::to_string(size));
     }
-    // The word of a menu means another kind behind the look of an ordinal: look first.
     writeLook(parm);
+    // The end of a line takes one join away: a look makes other menus of an ordinal possible, and a
+    // joined menu stays one.
+    const ZEL_ChoiceList *const menu = writtenMenu(parm);
+    const bool otherMenuFlag =
+        menu && !(menu->getType() & ZEL_CHOICELIST_EXCLUSIVE_BIT) && *type.row->type == ZEL_ORD_E;
+    if (endsLineFlag && (otherMenuFlag || parm.getTypeExtended() == ZEL_TYPEX_JOINED_NODE)) {
+        line("joinnext\n");
+    }
     if (type.logarithmicFlag) {
         line("logarithmic\n");
     }
@@ -559,7 +577,7 @@ void NOD_ScriptWriter::writeConditions(const ZEL_ConditionalBase *base, const ch
     for (const ZEL_ConditionalType type :
          {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE, ZEL_CONDTYPE_NOCOOK}) {
         const ZEL_Conditional *const one = base ? base->getConditional(type) : nullptr;
-        if (one && one->entries()) {
+        if (one) {
             writeCondition(std::string(ZEL_Conditional::getName(type, false)) + ending, *one);
         }
     }

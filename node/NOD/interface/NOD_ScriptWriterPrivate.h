@@ -8,7 +8,8 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <unordered_set>
+#include <unordered_map>
+#include <vector>
 
 class ZEL_Conditional;
 class ZEL_ConditionalBase;
@@ -23,8 +24,12 @@ public:
                      const std::string &label);
 
     const std::string &getText() const { return myText; }
-    /// Whether the template has no place in the text at all.
-    bool isLeftOut(const ZEL_Template *one) const { return myLeftOut.count(one) != 0; }
+    /// Why the template has no place in the text; null if it has.
+    const char *findLeftOut(const ZEL_Template *one) const
+    {
+        const auto found = myLeftOut.find(one);
+        return found == myLeftOut.end() ? nullptr : found->second;
+    }
 
 private:
     struct TypeWord;
@@ -47,7 +52,7 @@ private:
     void writeFolder(const ZEL_Template &set, std::string_view keyword, int folder);
     void writeBlock(const ZEL_Template &block);
     void writeBaseParm(const ZEL_Template &parm);
-    void writeParm(const ZEL_Template &parm);
+    void writeParm(const ZEL_Template &parm, bool endsLineFlag);
 
     // What they have.
     static std::string_view folderKeyword(const ZEL_Template &set, const ZEL_Template *before);
@@ -64,5 +69,6 @@ private:
 
     std::string myText;
     int myLevel = 0;
-    std::unordered_set<const ZEL_Template *> myLeftOut;
+    std::unordered_map<const ZEL_Template *, const char *> myLeftOut; // with the reason
+    std::vector<const ZEL_Template *> myPath;                         // items of the blocks around
 };

@@ -126,11 +126,11 @@ void NOD_TemplateMaker::fill(const NOD_ParmRecords &members, Place &place)
             fillFolders(one, place);
         } else if (isBlock(one)) {
             fillBlock(one, place);
-        } else if (one.baseParmFlag) {
-            fillBaseParm(one, place);
         } else {
             const bool lastFlag = i + 1 == members.size();
-            fillParm(one, place, lastFlag || members[i + 1]->type.isSwitcher());
+            const bool endsLineFlag = lastFlag || members[i + 1]->type.isSwitcher();
+            (this->*(one.baseParmFlag ? &NOD_TemplateMaker::fillBaseParm
+                                      : &NOD_TemplateMaker::fillParm))(one, place, endsLineFlag);
         }
     }
 }
@@ -182,11 +182,13 @@ void NOD_TemplateMaker::fillBlock(const NOD_ParmRecord &block, Place &place)
     settleNoCook(one);
 }
 
-void NOD_TemplateMaker::fillBaseParm(const NOD_ParmRecord &parm, Place &place)
+void NOD_TemplateMaker::fillBaseParm(const NOD_ParmRecord &parm, Place &place, bool endsLineFlag)
 {
-    const ZEL_Type type =
-        ZEL_TYPE_BASEPARM |
-        (parm.type & (ZEL_TYPE_INVISIBLE | ZEL_TYPE_JOIN_NEXT | ZEL_TYPE_LABEL_NONE));
+    ZEL_Type type = ZEL_TYPE_BASEPARM |
+                    (parm.type & (ZEL_TYPE_INVISIBLE | ZEL_TYPE_JOIN_NEXT | ZEL_TYPE_LABEL_NONE));
+    if (endsLineFlag) {
+        type.clear(ZEL_TYPE_JOIN_NEXT);
+    }
     constexpr int size = 1;
     constexpr int parmGroup = 1;
     const std::string &label = parm.label.empty() ? parm.token : parm.label;

@@ -34,7 +34,7 @@ private:
     void fillFolders(const NOD_ParmRecord &set, Place &place);
     void fillBlock(const NOD_ParmRecord &block, Place &place);
     void fillParm(const NOD_ParmRecord &parm, Place &place, bool endsLineFlag);
-    void fillBaseParm(const NOD_ParmRecord &parm, Place &place);
+    void fillBaseParm(const NOD_ParmRecord &parm, Place &place, bool endsLineFlag);
 
     ZEL_Name *makeName(const NOD_ParmRecord &parm, const std::string &label);
     const char *keep(const std::string &text);
