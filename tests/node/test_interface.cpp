@@ -524,7 +524,7 @@ TEST(NodeInterface, FaultsHaveTheirParameter)
              b.add(ZEL_FLT, "a").size(-1).hardMin().defaultTo({1, 2}).hideWhen("{ b ");
              b.add(ZEL_INT, "b").range(2, 2).logarithmic();
          },
-         "a: a size of -1\na: hidewhen: Unexpected end of conditional\na: a hard end without a "
+         "a: a size of -1; the limit is 256 (ZEL_MAX_VECTOR_SIZE)\na: hidewhen: Unexpected end of conditional\na: a hard end without a "
          "range\na: 2 defaults for a size of 1\nb: the least of a range isn't below the greatest\n"
          "b: only a float can be logarithmic\n"},
         {[](Builder &b) {
@@ -592,8 +592,6 @@ TEST(NodeInterface, WhatScriptsCantSayIsTold)
         {[](Builder &b) { b.add(ZEL_FLT, "a").tag("}", "v").hideWhen("{ f() == \"}\" }"); },
          "a: hidewhen can't be written in a script: { \"f()\" == \"}\" } is read back as { }\n"
          "a: tag } can't be written in a script: \"v\"\n"},
-        {[](Builder &b) { b.add(ZEL_FLT, "a").size(1001); },
-         "some(6): vector size above the limit of 256 (ZEL_MAX_VECTOR_SIZE)\n"},
     };
     for (const auto &[describe, expected] : theCases) {
         EXPECT_EQ(lossesOf(describe), expected);
@@ -625,6 +623,10 @@ TEST(NodeInterface, WhatScriptsCantSayIsTold)
                     "b: label can't be written in a script\n");
     EXPECT_NE(script.find("{ 4 }"), std::string::npos) << script;
     NOD_Report none;
+    const ZEL_Template large[] = {ZEL_Template(ZEL_FLT, 1001), ZEL_Template()};
+    NODscriptText(large, "some", "", none);
+    EXPECT_EQ(none.asText(), "some(7): vector size above the limit of 256 (ZEL_MAX_VECTOR_SIZE)\n");
+    none.clear();
     EXPECT_EQ(NODscriptText(nullptr, "some", "", none), "{\n    name    \"some\"\n}\n");
     EXPECT_TRUE(none.isEmpty());
 }

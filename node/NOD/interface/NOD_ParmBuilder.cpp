@@ -1,5 +1,6 @@
 #include <NOD/NOD_ParmBuilder.h>
 
+#include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_StringHolder.h>
 #include <NOD/interface/NOD_ParmRecordPrivate.h>
 #include <ZEL/ZEL_Conditional.h>
@@ -26,8 +27,11 @@ void NOD_ParmRecord::setTag(std::string_view tag, std::string_view value)
 
 NOD_ParmBuilder &NOD_ParmBuilder::size(int components)
 {
-    if (components < 0) {
-        myRecord->fault("a size of " + std::to_string(components));
+    const int limit = KIT_EnvControl::getLimit(KIT_ENV_MAX_VECTOR_SIZE);
+    if (components < 0 || components > limit) {
+        myRecord->fault("a size of " + std::to_string(components) + "; the limit is " +
+                        std::to_string(limit) + " (" +
+                        KIT_EnvControl::getVariable(KIT_ENV_MAX_VECTOR_SIZE) + ")");
         components = 1;
     }
     myRecord->size = components;
