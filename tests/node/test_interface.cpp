@@ -228,7 +228,10 @@ private:
             set.disableWhen(condition()).noCookWhen(condition()).hideWhen(condition());
         }
         if (maybe()) {
-            set.invisible().baseParm().tag("about:0", anyText());
+            set.invisible()
+                .baseParm()
+                .tag("about:0", anyText())
+                .tag("cook_dependent", maybe() ? "1" : "0");
         }
     }
 
@@ -468,6 +471,76 @@ TEST(NodeInterface, DescriptionsAreWhatTheirScriptsAre)
     }
 }
 
+TEST(NodeInterface, CallsSayWhatTheirWordsSay)
+{
+    NOD_Report report;
+    NOD_InterfaceBuilder b("lamp", "Lamp");
+    b.add(ZEL_FLT_E, "a", "A")
+        .defaultTo(2)
+        .range(0, 10)
+        .hardMin()
+        .help("h")
+        .exported(NOD_EXPORT_ALL);
+    b.add(ZEL_XYZ, "t").size(3).defaultTo({1, 2}).joinNext().logarithmic().hideWhen("{ a > 1 }");
+    b.add(ZEL_STRING, "s").size(2).defaultTo({"x", "5"}).defaultExpression("y", 1).noLabel();
+    b.add(ZEL_FLT, "n").defaultTo("5").hardRange(1, 5).cooks(false).invisible();
+    b.add(ZEL_FLT, "e").defaultExpression("ch(\"a\")").noCookWhen("{ a == 1 }");
+    b.add(ZEL_ORD, "o").menu({{"m", "M"}, {"k", "K"}}, NOD_MENU_TOGGLE).defaultTo("k");
+    b.add(ZEL_ORD, "i").menu({{"m", "M"}}, NOD_MENU_MINI).tokensAreValues();
+    b.add(ZEL_STRING, "r").menuScript("return []").callbackScript("f", TRK_SCRIPT_PYTHON);
+    b.add(ZEL_STRING, "p").opFilter("nods/geo").extended(ZEL_TYPEX_NODE_PATH).tag("k", "v");
+    b.add(ZEL_CALLBACK, "z").baseParm().joinNext();
+    b.tabs("f")
+        .page("One", [](auto &page) { page.add(ZEL_INT, "g").defaultTo(1.5); })
+        .hiddenTab()
+        .hideTabWhen("{ a == 1 }")
+        .invisible()
+        .disableWhen("{ a == 2 }")
+        .tag("q", "w")
+        .page("Two", [](auto &) {})
+        .noCookTabWhen("{ a == 3 }");
+    b.radio("d").page("D", [](auto &) {}).baseParm();
+    b.simple("j", "J", [](auto &) {});
+    b.collapsible("l", "L", [](auto &) {}).noCookWhen("{ a == 4 }");
+    b.block("m", "M", [](auto &item) { item.add(ZEL_TOGGLE, "u#").defaultTo("on"); })
+        .items(3)
+        .hardRange(1, 8)
+        .disableWhen("{ a == 5 }")
+        .invisible();
+    b.block(ZEL_MULTITYPE_SCROLL, "v", "", [](auto &) {});
+    b.ramp("w").disableWhen("{ a == 6 }");
+    b.colorRamp("x", "X").defaultTo(2);
+    const Shared made = b.make(report);
+    const Shared read = NOD_Interface::fromText(
+        "{ name lamp label Lamp"
+        " parm { name a label A type float default { 2 } range { 0! 10 } help h export all }"
+        " parm { name t type vector logarithmic default { 1 2 } joinnext hidewhen { { a > 1 } } }"
+        " parm { name s type string size 2 default { x [ y expression ] } nolabel }"
+        " parm { name n type float default { 5 } range { 1! 5! } parmtag { cook_dependent 0 }"
+        "   invisible }"
+        " parm { name e type float default { [ \"ch(\\\"a\\\")\" expression ] }"
+        "   nocookwhen \"{ a == 1 }\" }"
+        " parm { name o type ordinal menutoggle { m M k K } default { k } }"
+        " parm { name i type ordinal menumini usetokenvalue { m M } }"
+        " parm { name r type string menu { [ \"return []\" ] language python } callback f"
+        "   parmtag { script_callback_language python } }"
+        " parm { name p type oppath opfilter nods/geo parmtag { k v } }"
+        " parm { name z baseparm joinnext }"
+        " group { name f label One invisible invisibletab hidewhentab \"{ a == 1 }\""
+        "   disablewhen \"{ a == 2 }\" parmtag { q w } parm { name g type int default { 1.5 } } }"
+        " group { name f2 label Two nocookwhentab \"{ a == 3 }\" }"
+        " groupradio { name d label D baseparm } groupsimple { name j label J }"
+        " groupcollapsible { name l label L nocookwhen \"{ a == 4 }\" }"
+        " multiparm { name m label M invisible default 3 range { 1! 8! }"
+        "   disablewhen \"{ a == 5 }\" parm { name u# type toggle default { on } } }"
+        " multiscroll { name v } parm { name w type ramp_flt disablewhen \"{ a == 6 }\" }"
+        " parm { name x label X type ramp_rgb default { 2 } } }",
+        "", report);
+    ASSERT_TRUE(made && read) << report.asText();
+    EXPECT_EQ(difference(dump(made->getTemplates()), dump(read->getTemplates())), "");
+    EXPECT_EQ(made->getTypeName() + made->getLabel(), read->getTypeName() + read->getLabel());
+}
+
 TEST(NodeInterface, FaultsHaveTheirParameter)
 {
     const std::string block = "multiparm { name m ";
@@ -482,6 +555,10 @@ TEST(NodeInterface, FaultsHaveTheirParameter)
          "v: the token has 0 # and is in 2 blocks\nv2_3: an item of v has the token too\n"},
         {block + parm("name r# type ramp_flt") + "}" + parm("name r1_2pos"),
          "r1_2pos: an item of r#_#pos has the token too\n"},
+        {parm("name r1pos") + parm("name r type ramp_flt"),
+         "r#pos: an item has the token of r1pos too\n"},
+        {parm("name v1x") + block + parm("name v type vector") + "}",
+         "v: the token has 0 # and is in 1 block\nv: its channel v#x is one of v1x too\n"},
         {parm("name a#"),
          "a#: a # in the token means an item's number, and no block is around it\n"},
         {parm("name \"a b\"") + parm("name \"a c\" baseparm"),

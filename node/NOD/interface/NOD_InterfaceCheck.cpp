@@ -232,7 +232,7 @@ void Check::checkToken(const Placed &at)
         fault(at, at.depth == 0
                       ? "a # in the token means an item's number, and no block is around it"
                       : "the token has " + std::to_string(marks) + " # and is in " +
-                            std::to_string(at.depth) + " blocks");
+                            std::to_string(at.depth) + (at.depth == 1 ? " block" : " blocks"));
     }
 }
 
