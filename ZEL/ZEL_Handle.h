@@ -32,9 +32,11 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_StringHolder.h>
 #include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_SetOptions.h>
+#include <ZEL/ZEL_Type.h>
 
 #include <array>
 #include <cmath>
