@@ -1,5 +1,5 @@
 /// \file NOD_Node.h
-/// The reference node: a named place in a tree with parameters, channels and change events. What
+/// A node: a named place in a tree with parameters, channels and change events. What
 /// an application would start from when it puts the library under its own nodes.
 ///
 /// Vocabulary: *path* = names from the root, as "/obj/light"; *relative path* = "..", "../light",

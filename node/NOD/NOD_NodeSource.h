@@ -1,5 +1,5 @@
 /// \file NOD_NodeSource.h
-/// Shows a tree of reference nodes to Python: `vmr.node("..")`, `vmr.ch("tx")`.
+/// Shows a tree of nodes to Python: `vmr.node("..")`, `vmr.ch("tx")`.
 ///
 /// Vocabulary: as in SNK_NodeSource.h.
 /// Ownership:  borrows the root, which must outlive it. While it lives it is the process's source.

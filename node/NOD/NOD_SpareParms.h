@@ -1,5 +1,5 @@
 /// \file NOD_SpareParms.h
-/// The spare parameters of one reference node: their descriptions, which the list borrows, and what
+/// The spare parameters of one node: their descriptions, which the list borrows, and what
 /// a load makes of names that the node type doesn't have.
 ///
 /// Vocabulary: *set* = all spare parameters of the node, in order; *known* = said of a name that a

@@ -188,7 +188,7 @@ struct UndoingAChange : Points
     ZEL_UndoDataArray before;
 };
 
-/// Undo: a step of the reference node recorded, undone and redone.
+/// Undo: a step of a node recorded, undone and redone.
 struct RecordingAStep
 {
     RecordingAStep() : node((block.add(ZEL_FLT, 1, "t"), block.templates())), stack(node) {}

@@ -1,4 +1,4 @@
-// The reference node: paths, references between nodes, variables and events.
+// Nodes: paths, references between nodes, variables and events.
 
 #include <NOD/NOD_Node.h>
 

@@ -1,4 +1,4 @@
-// Snapshots of a list, and the undo stack of the reference node.
+// Snapshots of a list, and the undo stack of a node.
 
 #include <common/EventLog.h>
 #include <persistence/StreamList.h>

@@ -10,10 +10,12 @@
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/ZEL_Template.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -97,15 +99,21 @@ void settleNoCook(ZEL_Template *templates)
     }
 }
 
-int countParms(const ZEL_Template *templates)
+/// A block that contains itself counts once: `outer` are the arrays around this one.
+int countParms(const ZEL_Template *templates, std::vector<const ZEL_Template *> &outer)
 {
     int count = 0;
+    if (std::find(outer.begin(), outer.end(), templates) != outer.end()) {
+        return count;
+    }
+    outer.push_back(templates);
     for (const ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
         count += !at->isSwitcher();
         if (at->isMultiType() && !at->isRampType()) {
-            count += countParms(at->getMultiParmTemplate());
+            count += countParms(at->getMultiParmTemplate(), outer);
         }
     }
+    outer.pop_back();
     return count;
 }
 
@@ -244,5 +252,6 @@ void NOD_Interface::nameTables()
 
 int NOD_Interface::getParmCount() const
 {
-    return countParms(myTemplates);
+    std::vector<const ZEL_Template *> outer;
+    return countParms(myTemplates, outer);
 }
