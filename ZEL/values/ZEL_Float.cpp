@@ -483,6 +483,13 @@ void ZEL_Float::applyDefault(int index, bool allowChannel)
     }
 }
 
+bool ZEL_Float::copyNumberDefaults()
+{
+    return ZEL_ValueInstance::copyNumberDefaults([&](int i, const ZEL_Default *record) {
+        BASstore(values()[i], record ? record->getFloat() : 0.0);
+    });
+}
+
 void ZEL_Float::revertToDefault(int index)
 {
     if (!validIndex(index)) {
