@@ -137,7 +137,12 @@ double ZEL_Float::evaluateChannel(ZEL_ParmList *list, TRK_Channel *channel, doub
     const double value =
         collection ? collection->evaluate(channel, time, false, thread) : storedValue(index);
     timeDependent = list && (channel->getPendingFlag() || channel->isTimeDependent());
-    storeValue(index, value);
+    if (timeDependent) {
+        storeValue(index, value);
+    } else {
+        // Seldom another value: not written, its cache line stays with all threads that read it.
+        BASstoreIfDifferent(values()[index], value);
+    }
     return value;
 }
 
