@@ -1,15 +1,18 @@
 #include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
 
 #include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ByteBuffer.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_Packet.h>
+#include <KIT/KIT_PacketHeader.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 
+#include <cstring>
 #include <string>
 
 namespace
@@ -33,16 +36,20 @@ bool opensGroup(std::string_view word)
 bool skipBody(KIT_IStream &is)
 {
     const std::string_view rest = is.rest();
-    const auto isBlankAt = [rest](std::size_t at) {
-        return at >= rest.size() || KIT_IStream::isWhitespace(rest[at]);
+    const char *const begin = rest.data();
+    const char *const end = begin + rest.size();
+    const char *at = begin;
+    const auto next = [&] {
+        return static_cast<const char *>(std::memchr(at, ')', std::size_t(end - at)));
     };
-    std::size_t at = rest.find(')');
-    while (at != rest.npos && !(isBlankAt(at - 1) && isBlankAt(at + 1))) {
-        at = rest.find(')', at + 1);
+    for (; (at = next()) != nullptr; ++at) {
+        if ((at == begin || KIT_IStream::isWhitespace(at[-1])) &&
+            (at + 1 == end || KIT_IStream::isWhitespace(at[1]))) {
+            return is.seekg(is.tellg() + (at + 1 - begin));
+        }
     }
-    const bool found = at != rest.npos;
-    is.seekg(is.tellg() + (found ? std::int64_t(at) + 1 : is.remaining()));
-    return found;
+    is.seekg(is.tellg() + is.remaining());
+    return false;
 }
 
 /// The text followed by the stream's name in brackets, if it has one.
@@ -152,22 +159,60 @@ void ZEL_ParmListReader::readUnknownText(KIT_IStream &is, KIT_StringArray &names
     }
 }
 
+/// Moves past entries of this list, as long as they begin as most of a series do: does what KIT_Packet
+/// would, without keeping a packet for each.
+void ZEL_ParmListReader::skipUsual(KIT_IStream &is, KIT_WorkBuffer &name, int &next) const
+{
+    using Header = KIT_PacketHeader;
+    constexpr char theHead = char(Header::first(LIST_PARM, Header::LENGTH_1, false));
+    constexpr std::size_t theHeadBytes = 2;
+    const int classId = ZELlistPacketClass();
+    KIT_IStream::PacketSeries &series = is.series();
+    const bool isNested = is.isInShortPacket();
+    const bool goesOn = isNested ? is.packets().classId == classId
+                                 : series.begin >= 0 && !series.isOver &&
+                                       series.next == is.tellg() && series.classId == classId;
+    std::string_view rest = goesOn ? is.rest() : std::string_view();
+    while (rest.size() > theHeadBytes && rest[0] == theHead) {
+        const std::size_t length = static_cast<unsigned char>(rest[1]);
+        const std::size_t head = static_cast<unsigned char>(rest[theHeadBytes]);
+        const std::size_t shared = head >> 4;
+        const std::size_t own = head & KIT_ByteBuffer::theLongTextAfter;
+        if (length > rest.size() - theHeadBytes || own >= length ||
+            own == KIT_ByteBuffer::theLongTextAfter || shared > name.length()) {
+            return;
+        }
+        // Whoever reads the entry again takes the same part of the name before from this one.
+        name.truncate(shared);
+        name.append(rest.data() + theHeadBytes + 1, own);
+        if (!isInList(name.view(), next)) {
+            return;
+        }
+        rest.remove_prefix(theHeadBytes + length);
+        is.seekg(is.tellg() + std::int64_t(theHeadBytes + length));
+        series.next = isNested ? series.next : is.tellg();
+    }
+}
+
 /// Reads to the next entry that isn't of this list. False at the end of the list.
 bool ZEL_ParmListReader::skipListed(KIT_IStream &is, KIT_Packet &packet, KIT_WorkBuffer &name,
                                     int &next)
 {
     // Errors are reported when the packets are read for good.
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
-    int classId = 0;
-    int packetId = 0;
-    while (packet.beginRead(is, classId, packetId) && classId == ZELlistPacketClass() &&
-           packetId != LIST_END) {
+    for (;;) {
+        int classId = 0;
+        int packetId = 0;
+        packet.endRead();
+        skipUsual(is, name, next);
+        if (!packet.beginRead(is, classId, packetId) || classId != ZELlistPacketClass() ||
+            packetId == LIST_END) {
+            return false;
+        }
         if (packetId == LIST_PARM && is.readTextAfter(name) && !isInList(name.view(), next)) {
             return true;
         }
-        packet.endRead();
     }
-    return false;
 }
 
 void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &names)

@@ -43,6 +43,7 @@ private:
     /// position. A multi-parameter that claims a name grows.
     void readUnknownNames(KIT_IStream &is, KIT_StringArray &names);
     void readUnknownText(KIT_IStream &is, KIT_StringArray &names);
+    void skipUsual(KIT_IStream &is, KIT_WorkBuffer &name, int &next) const;
     bool skipListed(KIT_IStream &is, KIT_Packet &packet, KIT_WorkBuffer &name, int &next);
     /// Of one that isn't in the list.
     void testName(std::string_view name, KIT_StringArray &names);
