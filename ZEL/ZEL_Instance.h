@@ -629,8 +629,8 @@ protected:
         const Rare *record = rare();
         return !record || (record->locks == 0 && !record->colors && getChannelCount() == 0);
     }
-    /// Whether a component has, or had, a channel: a load then looks at each.
-    bool hasSlots() const { return rare() && rare()->channels; }
+    /// Whether a component has a channel: a load then looks at each.
+    bool hasChannels() const { return rare() && rare()->channels && getChannelCount() > 0; }
     /// False for an unknown id or a failed read.
     bool loadBinaryOption(KIT_IStream &is, short id);
 
