@@ -85,7 +85,7 @@ ZEL_Parm *ZEL_ParmListReader::findListed(std::string_view name)
 {
     const int index = name.empty() ? -1 : myList.getLikelyParmIndex(name, myNext);
     ZEL_Parm *const parm = myList.getParmPtr(index);
-    if (!isSaved(parm)) {
+    if (!isSaved(parm) || parm->getInstance()->isLeaving()) {
         return nullptr;
     }
     myNext = index + 1;
@@ -95,8 +95,8 @@ ZEL_Parm *ZEL_ParmListReader::findListed(std::string_view name)
 ZEL_Parm *ZEL_ParmListReader::findParm(const KIT_StringRef &name, bool useMap)
 {
     if (!name.isEmpty()) {
-        ZEL_Parm *parm = myList.getParmPtr(myList.getParmIndex(name));
-        if (!isSaved(parm) && myList.checkMultiParmInstance(name, theEvaluateChildren)) {
+        ZEL_Parm *parm = myList.findSettledParm(name);
+        if (!isSaved(parm) && growFor(name)) {
             parm = myList.getParmPtr(myList.getParmIndex(name));
         }
         if (isSaved(parm)) {
@@ -115,10 +115,20 @@ ZEL_Parm *ZEL_ParmListReader::findParm(const KIT_StringRef &name, bool useMap)
     return loadAs ? findParm(KIT_StringRef(loadAs), useMapAgain) : nullptr;
 }
 
+/// As `ZEL_ParmList::checkMultiParmInstance`, for many names.
+bool ZEL_ParmListReader::growFor(const KIT_StringRef &name)
+{
+    int number = -1;
+    ZEL_Multi *const multi = myBlocks.find(name, number);
+    if (multi) {
+        myList.growToNumber(*multi, number, theEvaluateChildren);
+    }
+    return multi != nullptr;
+}
+
 bool ZEL_ParmListReader::isKnown(const KIT_StringRef &name)
 {
-    return myList.getParmIndex(name) >= 0 ||
-           myList.checkMultiParmInstance(name, theEvaluateChildren) ||
+    return myList.getParmIndex(name) >= 0 || growFor(name) ||
            (myFallbackList && myFallbackList->getParmIndex(name) >= 0);
 }
 

@@ -114,6 +114,13 @@ bool ZELmatchInstance(const char *name, const char *pattern, int startOffset, in
     if (!pattern[literal]) {
         return !name[literal];
     }
+    // Marks are digits: what follows the last one ends the name.
+    const char *const tail = std::strrchr(pattern, '#') + 1;
+    const size_t length = std::strlen(name);
+    const size_t tailLength = std::strlen(tail);
+    if (length < tailLength || std::strcmp(name + length - tailLength, tail) != 0) {
+        return false;
+    }
     int64_t number = instance;
     if (!Matcher(pattern, startOffset, instances).match(name, number)) {
         return false;
