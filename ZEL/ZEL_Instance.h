@@ -395,9 +395,9 @@ public:
     bool getSaveAutoSelectFlag() const { return testFlag(ZEL_INST_SAVE_AUTOSELECT); }
     bool isSpareParm() const { return testFlag(ZEL_INST_SPARE); }
     void setSpareParm(bool flag) { setFlag(ZEL_INST_SPARE, flag); }
-    /// Set by the list: the parameter is removed at the end of the present rebuild.
+    /// Set by the list: the parameter is removed at the end of the present rebuild or load.
     bool isLeaving() const { return testFlag(ZEL_INST_LEAVING); }
-    void setLeaving() { setFlag(ZEL_INST_LEAVING, true); }
+    void setLeaving(bool flag) { setFlag(ZEL_INST_LEAVING, flag); }
     bool getAutoTakeUndoSavedFlag() const { return testFlag(ZEL_INST_AUTO_TAKE_UNDO); }
     void setAutoTakeUndoSavedFlag(bool flag) { setFlag(ZEL_INST_AUTO_TAKE_UNDO, flag); }
     bool getDefaultsInitFlag() const { return testFlag(ZEL_INST_DEFAULTS_INIT); }

@@ -25,7 +25,8 @@
 ///
 /// Items are never renumbered: on insertion and removal, values move between the parameters of
 /// neighbouring items. Items are created and removed lazily, on the next read or load after the
-/// value changed.
+/// value changed. Those that a load of the list makes surplus leave when its last entry is read, with
+/// those of all other blocks, unless the load needs their names before; they aren't counted meanwhile.
 ///
 /// No read takes a parameter away while code of the library holds one: within an expression, a
 /// listener of channels or a `KeepItems` scope items are only added, since whoever reads may belong
@@ -250,6 +251,12 @@ private:
     void removeStrayParms(int firstItem, int lastItem);
     void cutItems();
     void abandonItem();
+    bool leaveLate(int count);
+    void markLeaving(int firstItem, int endItem) const;
+    void markStaying(int firstItem, int endItem) const;
+    void countLeaving();
+    int getItemsEnd() const { return myLeavingEnd > 0 ? myLeavingEnd : myNumItems; }
+    void settle();
     void announceItem(int item);
 
     int myNumItems = 0;
@@ -267,6 +274,7 @@ private:
     std::vector<std::uint32_t> myDefaultStringEnd;
     std::unique_ptr<KIT_ValArray<int>> myInstanceIndex;
     bool myBusy = false;
+    int myLeavingEnd = 0; // where items that leave after a load end; 0 without
     mutable std::int64_t myItemBytes = 0;   // 0 until it is estimated
     mutable std::int64_t myItemsOfItem = 0; // itself and those that it can't be without
     mutable bool myPassed = false;          // for ZEL_ParmList::doAllChildrenFollow

@@ -448,6 +448,7 @@ public:
 
 private:
     friend class ZEL_Multi; // asks where children are
+    friend class ZEL_ParmListReader;
 
     /// Evaluates parameters that expressions of the collection name.
     class ChannelSource : public TRK_ValueSource
@@ -510,7 +511,11 @@ private:
     void takeOut(int index);
     void takeOutAll(const std::vector<std::int32_t> &indices, std::vector<std::int32_t> &places);
     class ItemRemovals;
+    class LateRemovals;
+    class BlockNames;
     bool removeItemParms(const ZEL_Multi &multi, int firstItem, int endItem);
+    ZEL_Parm *findSettledParm(const KIT_StringRef &token);
+    void growToNumber(ZEL_Multi &multi, int number, bool evaluateChildren);
 
     struct Adoption;
     class ItemParms;
@@ -562,7 +567,10 @@ private:
         FOLLOW   ///< and no child is before its multi-parameter
     } myChildOrder = ChildOrder::ANY;
     bool myDeferRemovals = false; // while spare parameters are rebuilt
-    std::int64_t myNumMoved = 0;  // how often removals have moved a parameter
+    bool myRemovesLate = false;   // while it is loaded: items that leave do so at the end
+    bool myHasLateItems = false;  // and some will
+    std::uint32_t myNumRemovals = 0;
+    std::int64_t myNumMoved = 0; // how often removals have moved a parameter
     class Restoring;
     const Restoring *myRestoring = nullptr; // while a snapshot is restored
     ChannelSource myChannelSource;

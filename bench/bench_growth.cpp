@@ -1,6 +1,7 @@
 // How cost grows: three sizes of a list and of a set of channels, ten times as many each time. The counter
 // `ns` is the time of one parameter or channel: where it stays the same, cost is linear. The rows of spare
-// parameters have `base_ns` beside it, the time to build a list of as many. Items, presets,
+// parameters have `base_ns` beside it, the time to build a list of as many; those of blocks, of which each
+// shrinks from ten items to one in one load, the time to grow them again. Items of one block, presets,
 // scripts and graphs have their sizes in the programs named after them.
 
 #include "BenchBeside.h"
@@ -9,16 +10,19 @@
 #include <KIT/KIT_IStream.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_Default.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/ZEL_UndoData.h>
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <deque>
 #include <map>
 #include <memory>
 #include <random>
@@ -234,6 +238,93 @@ void addSpares(
     benchSizes(benchmark::RegisterBenchmark(name, runSpares, items, operation, before));
 }
 
+// -------------------------------------------------------------------------- //
+// Many blocks that shrink together
+// -------------------------------------------------------------------------- //
+
+/// Blocks of two floats an item, whose items lie in the order of the blocks.
+struct BlockRig
+{
+    static constexpr int theMost = 10;
+    static constexpr int theLeast = 1;
+    static constexpr int theChildren = 2;
+
+    explicit BlockRig(int size)
+    {
+        const auto name = [&](const std::string &token) {
+            tokens.push_back(token);
+            names.emplace_back(tokens.back().c_str(), tokens.back().c_str());
+            return &names.back();
+        };
+        for (int i = 0; i < size; ++i) {
+            const std::string number = std::to_string(i);
+            std::vector<ZEL_Template> &block = blocks.emplace_back();
+            block.emplace_back(ZEL_FLT, 1, name("a" + number + "_#"));
+            block.emplace_back(ZEL_FLT, 1, name("b" + number + "_#"));
+            block.emplace_back();
+            templates.emplace_back(ZEL_MULTITYPE_LIST, block.data(), 1.0,
+                                   name("block" + number + "x"), &least);
+        }
+        templates.emplace_back();
+        list =
+            std::make_unique<ZEL_ParmList>(templates.data(), nullptr, nullptr, nullptr, "", false);
+        list->saveUndoData(before);
+        const auto stream = [&](int items) {
+            std::string text = "{ version 0.8\n";
+            for (int i = 0; i < size; ++i) {
+                text += "block" + std::to_string(i) + "x [ 0 ] ( " + std::to_string(items) + " )\n";
+            }
+            return text + "}\n";
+        };
+        fewer = stream(theLeast);
+        more = stream(theMost);
+        load(more);
+    }
+    void load(const std::string &text)
+    {
+        KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+        if (!list->load(is, "bench", nullptr)) {
+            std::abort();
+        }
+    }
+
+    ZEL_Default least{double(theLeast)};
+    std::deque<std::string> tokens;
+    std::deque<ZEL_Name> names;
+    std::deque<std::vector<ZEL_Template>> blocks;
+    std::vector<ZEL_Template> templates;
+    std::unique_ptr<ZEL_ParmList> list;
+    ZEL_UndoDataArray before; // with the fewer items
+    std::string fewer, more;
+};
+
+void loadFewer(BlockRig &r)
+{
+    r.load(r.fewer);
+}
+
+void undoToFewer(BlockRig &r)
+{
+    r.list->loadUndoData(r.before, nullptr, nullptr);
+}
+
+using BlockOperation = void (*)(BlockRig &);
+
+void runBlocks(benchmark::State &state, BlockOperation operation)
+{
+    BlockRig r(int(state.range(0)));
+    const double steps =
+        double(state.range(0)) * BlockRig::theChildren * (BlockRig::theMost - BlockRig::theLeast);
+    operation(r);
+    benchBeside(
+        state, steps, steps, [&] { operation(r); }, [&] { r.load(r.more); });
+}
+
+void addBlocks(const char *name, BlockOperation operation)
+{
+    benchSizes(benchmark::RegisterBenchmark(name, runBlocks, operation));
+}
+
 using Operation = void (*)(Rig &);
 
 void run(benchmark::State &state, bool channels, Operation operation)
@@ -267,6 +358,8 @@ int main(int argc, char **argv)
     addSpares("spares/rebuild", false, rebuild);
     addSpares("spares/rebuild_items", true, rebuild);
     addSpares("spares/add_one_by_one", false, addOneByOne, removeAll);
+    addBlocks("blocks/load_fewer", loadFewer);
+    addBlocks("blocks/undo_to_fewer", undoToFewer);
     add("channels/read_by_name", true, readByName);
     add("channels/save", true, saveChannels);
     add("channels/load", true, loadChannels);

@@ -153,6 +153,14 @@ def rows():
            page(block("m", 0, parm("r#", "type ramp_flt"))))
     values("stream_waves_driven", stream(fill(lambda i: entry("m", 5000) + entry("m", 0))),
            page(block("m", 0, parm("q#", text_default("$F+1", "expression")))))
+    many = page(fill(lambda i: block(f"m{i}", 10, parm(f"q{i}_#"))))
+    values("stream_fewer", stream(fill(lambda i: entry(f"m{i}", 1))), many)
+    values("stream_fewer_more", stream(fill(lambda i: entry(f"m{i // 2}", 1 + 4 * (i % 2)))), many)
+    values("stream_names_blocks", stream(fill(lambda i: f"q{i}_20 ( 1 )\n")), many)
+    values("stream_names_alike", stream(fill(lambda i: "q5 ( 1 )\n")),
+           page(fill(lambda i: block(f"m{i}", 0, parm(f"q#{i}x")))))
+    values("stream_names_nested", stream(fill(lambda i: f"x{i % 3000 + 1}y ( 1 )\n")),
+           page(block("m", 3000, block("w#", 1, parm("x#_#")))))
     values("stream_two_blocks", stream(entry("m", 50000) + entry("n", 49000) + entry("m", 0) + entry("n", 0)),
            page(block("m", 0, parm("q#")) + block("n", 0, parm("r#"))))
     values("stream_late_keys",

@@ -154,6 +154,7 @@ void ZEL_ParmList::unregisterLastParm()
     const ZEL_Template &last = *myParms[index]->getInstance()->getTemplatePtr();
     const KIT_StringHolder *channels = last.getChannelTokens();
     myParms.removeLast();
+    ++myNumRemovals;
     giveNameBack(myInstanceTokens, last.getTokenRef(), index, [&](const ZEL_Template &other) {
         return other.getTokenRef() == last.getTokenRef();
     });

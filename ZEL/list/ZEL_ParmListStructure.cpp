@@ -62,6 +62,7 @@ void ZEL_ParmList::takeOut(int index)
     myParms.removeIndex(index);
     myNumMoved += last - index;
     ++myAddRemoveCount;
+    ++myNumRemovals;
     // Children are removed through this list too, so the parameter itself must be out of it by now.
     parm->destroyChildParms();
 }
@@ -102,6 +103,7 @@ void ZEL_ParmList::takeOutAll(const std::vector<std::int32_t> &indices,
         }
     }
     myAddRemoveCount += std::uint32_t(indices.size());
+    ++myNumRemovals;
 }
 
 /// Removes a parameter whose name another one may have taken. Its index may have decreased since it

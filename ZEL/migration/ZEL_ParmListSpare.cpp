@@ -197,7 +197,7 @@ void ZEL_ParmList::retireParm(ZEL_Parm &parm)
         return;
     }
     parm.clearAndDestroyChannels(false);
-    parm.getInstance()->setLeaving();
+    parm.getInstance()->setLeaving(true);
     const ZEL_Multi *multi = parm.asMulti();
     const int items =
         multi ? multi->getMultiParmNumItems() * multi->getMultiParmInstancesPerItem() : 0;
@@ -331,7 +331,7 @@ void ZEL_ParmList::removeSpareParm(ZEL_Parm &parm, int index, double time, bool 
     if (myOwner) {
         myOwner->parmRemoved(index);
     }
-    parm.getInstance()->setLeaving();
+    parm.getInstance()->setLeaving(true);
 }
 
 ZEL_Parm *ZEL_ParmList::addSpareParm(ZEL_Template &description)

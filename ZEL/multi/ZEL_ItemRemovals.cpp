@@ -1,12 +1,17 @@
-// Removes many items at once.
+// Removes many items at once: of one multi-parameter, or of all that shrank in a load.
 
 #include <ZEL/ZEL_ParmList.h>
 
+#include <BAS/BAS_Allocate.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
+#include <ZEL/list/ZEL_LateRemovalsPrivate.h>
+#include <ZEL/multi/ZEL_MultiChangingPrivate.h>
 
 #include <algorithm>
+#include <deque>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -64,7 +69,7 @@ bool ZEL_ParmList::ItemRemovals::addChild(const ZEL_Multi &multi, int item, int 
     myLeaving.push_back({parm, true});
     myOrder.emplace_back(index, parm);
     if (const ZEL_Multi *const nested = parm->asMulti()) {
-        const bool wholeFlag = add(*nested, 0, nested->getMultiParmNumItems());
+        const bool wholeFlag = add(*nested, 0, nested->getItemsEnd());
         myLeaving[at].wholeFlag = wholeFlag;
     }
     return true;
@@ -133,4 +138,148 @@ bool ZEL_ParmList::removeItemParms(const ZEL_Multi &multi, int firstItem, int en
     removals.notifyOwner();
     removals.removeAll();
     return complete;
+}
+
+// ---------------------------------------------------------------------- //
+// At the end of a load
+// ---------------------------------------------------------------------- //
+
+/// Multi-parameters whose leaving items are being removed.
+class ZEL_ParmList::LateRemovals::Blocks
+{
+public:
+    Blocks() = default;
+    ~Blocks()
+    {
+        while (!myBlocks.empty()) {
+            myBlocks.pop_back();
+        }
+    }
+    Blocks(const Blocks &) = delete;
+    Blocks &operator=(const Blocks &) = delete;
+
+    void add(ZEL_Multi &multi) { myBlocks.emplace_back(multi); }
+    /// `complete` tells for each whether all its parameters were found.
+    void forget(const std::vector<bool> &complete)
+    {
+        for (std::size_t i = 0; i < myBlocks.size(); ++i) {
+            Block &block = myBlocks[i];
+            if (!complete[i]) {
+                block.multi.removeStrayParms(block.count, block.leaving.end() - 1);
+            }
+            block.leaving.forget();
+        }
+    }
+
+private:
+    struct Block
+    {
+        explicit Block(ZEL_Multi &changed)
+            : multi(changed), count(changed.myNumItems), changing(changed),
+              leaving((changed.countLeaving(), changed), count)
+        {}
+
+        ZEL_Multi &multi;
+        int count;
+        ZEL_Multi::Changing changing;
+        ZEL_Multi::LeavingItems leaving;
+    };
+
+    std::deque<Block> myBlocks;
+};
+
+ZEL_ParmList::LateRemovals::~LateRemovals()
+{
+    myList.myRemovesLate = myOuterFlag;
+    if (myOuterFlag || !myList.myHasLateItems) {
+        return;
+    }
+    myList.myHasLateItems = false;
+    for (ZEL_Parm *parm : myList.myParms) {
+        if (parm && parm->getInstance()) {
+            parm->getInstance()->setLeaving(false);
+        }
+        if (ZEL_Multi *const multi = parm ? parm->asMulti() : nullptr) {
+            multi->countLeaving();
+        }
+    }
+}
+
+/// Those that leave with the item that they are in aren't needed.
+std::vector<ZEL_Multi *> ZEL_ParmList::LateRemovals::findBlocks() const
+{
+    std::vector<ZEL_Multi *> blocks;
+    for (const ZEL_Parm *parm : myList.myParms) {
+        ZEL_Multi *const multi = parm ? parm->asMulti() : nullptr;
+        if (multi && multi->myLeavingEnd > 0 && !multi->isLeaving()) {
+            blocks.push_back(multi);
+        }
+    }
+    return blocks;
+}
+
+void ZEL_ParmList::LateRemovals::removeTogether(const std::vector<ZEL_Multi *> &multis) const
+{
+    ItemRemovals removals(myList);
+    std::vector<bool> complete;
+    for (const ZEL_Multi *multi : multis) {
+        complete.push_back(removals.add(*multi, multi->myNumItems, multi->myLeavingEnd));
+    }
+    removals.prepare();
+    Blocks blocks;
+    for (ZEL_Multi *multi : multis) {
+        blocks.add(*multi);
+    }
+    removals.notifyOwner();
+    removals.removeAll();
+    blocks.forget(complete);
+}
+
+void ZEL_ParmList::LateRemovals::removeEach() const
+{
+    for (int i = 0; i < myList.getEntries(); ++i) {
+        const ZEL_Parm *const parm = myList.getParmPtr(i);
+        if (ZEL_Multi *const multi = parm ? parm->asMulti() : nullptr) {
+            multi->settle();
+        }
+    }
+}
+
+void ZEL_ParmList::LateRemovals::finish()
+{
+    if (myOuterFlag || !myList.myHasLateItems) {
+        return;
+    }
+    myList.myRemovesLate = false;
+    std::vector<ZEL_Multi *> multis;
+    try {
+        multis = findBlocks();
+        removeTogether(multis);
+        myList.myHasLateItems = false;
+    } catch (const std::bad_alloc &) {
+        BASnoteFailedAllocation();
+        removeEach();
+        return;
+    }
+    for (const ZEL_Multi *multi : multis) {
+        multi->notifyChanged();
+    }
+}
+
+/// The parameter of that token. One of an item that leaves is removed first, with all that leave of its
+/// block.
+ZEL_Parm *ZEL_ParmList::findSettledParm(const KIT_StringRef &token)
+{
+    ZEL_Parm *const parm = getParmPtr(token);
+    if (!myHasLateItems || !parm || !parm->getInstance() || !parm->getInstance()->isLeaving()) {
+        return parm;
+    }
+    const ZEL_Multi *owner = parm->getMultiParmOwner();
+    while (owner && owner->isLeaving()) {
+        owner = owner->getMultiParmOwner();
+    }
+    if (ZEL_Multi *const multi = owner ? owner->getParm()->asMulti() : nullptr) {
+        multi->settle();
+    }
+    return getParmPtr(token);
 }

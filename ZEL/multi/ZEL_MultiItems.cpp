@@ -13,6 +13,7 @@
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
 #include <ZEL/list/ZEL_ParmPlacesPrivate.h>
+#include <ZEL/multi/ZEL_MultiChangingPrivate.h>
 #include <ZEL/support/ZEL_InstanceMarksPrivate.h>
 #include <ZEL/support/ZEL_LostTextPrivate.h>
 #include <ZEL/templates/ZEL_TemplateSpecPrivate.h>
@@ -21,55 +22,6 @@
 #include <limits>
 #include <new>
 #include <unordered_set>
-
-/// While it lives, nothing else makes or removes items of this multi-parameter.
-class ZEL_Multi::Changing
-{
-public:
-    explicit Changing(ZEL_Multi &multi) : myMulti(multi), myOuterFlag(theIsAddingOrRemovingParms)
-    {
-        myMulti.myBusy = true;
-        theIsAddingOrRemovingParms = true;
-    }
-    ~Changing()
-    {
-        myMulti.myBusy = false;
-        theIsAddingOrRemovingParms = myOuterFlag;
-    }
-    Changing(const Changing &) = delete;
-    Changing &operator=(const Changing &) = delete;
-
-private:
-    ZEL_Multi &myMulti;
-    bool myOuterFlag;
-};
-
-/// Items at the end that are no longer counted. The destructor counts them again unless they were
-/// forgotten: while parameters of them exist, their descriptions must stay.
-class ZEL_Multi::LeavingItems
-{
-public:
-    LeavingItems(ZEL_Multi &multi, int count) : myMulti(multi), myEnd(multi.myNumItems)
-    {
-        myMulti.myNumItems = count;
-    }
-    ~LeavingItems() { myMulti.myNumItems = myForgottenFlag ? myMulti.myNumItems : myEnd; }
-    LeavingItems(const LeavingItems &) = delete;
-    LeavingItems &operator=(const LeavingItems &) = delete;
-
-    /// The count before.
-    int end() const { return myEnd; }
-    void forget()
-    {
-        myMulti.cutItems();
-        myForgottenFlag = true;
-    }
-
-private:
-    ZEL_Multi &myMulti;
-    int myEnd;
-    bool myForgottenFlag = false;
-};
 
 namespace
 {
@@ -166,6 +118,12 @@ void ZEL_Multi::setNumInstances(int count, bool evaluateChildren)
     if (count == myNumItems || myBusy || !getParmList() || mustWait(count)) {
         return;
     }
+    if (count > myNumItems) {
+        settle();
+    }
+    if (count == myNumItems || mustWait(count) || leaveLate(count)) {
+        return;
+    }
     {
         const Changing changing(*this);
         // An item that has to wait is still wanted.
@@ -210,6 +168,7 @@ void ZEL_Multi::shrink(int count)
         myNumItems = std::min(myNumItems, count);
         return;
     }
+    countLeaving();
     // Those at the list's end leave one by one and move nothing; the rest leaves together once they do.
     constexpr std::int64_t theFewMoves = 8;
     const std::int64_t movesBefore = getParmList()->myNumMoved;
@@ -247,7 +206,7 @@ void ZEL_Multi::notifyChanged() const
 
 void ZEL_Multi::destroyChildParms()
 {
-    if (myNumItems == 0) {
+    if (myNumItems == 0 && myLeavingEnd == 0) {
         return;
     }
     if (getParmList()->doAllChildrenFollow()) {
@@ -264,12 +223,13 @@ void ZEL_Multi::destroyChildParms()
 
 void ZEL_Multi::forgetItems()
 {
-    if (myNumItems == 0) {
+    if (myNumItems == 0 && myLeavingEnd == 0) {
         return;
     }
     {
         const Changing changing(*this);
         myNumItems = 0;
+        myLeavingEnd = 0;
         cutItems();
     }
     notifyChanged();
@@ -361,6 +321,9 @@ bool ZEL_Multi::wouldReplace(const ZEL_Template *made) const
     const ZEL_ParmList *list = getParmList();
     return std::any_of(made, made + myInstancesPerItem, [list](const ZEL_Template &child) {
         const ZEL_Parm *old = list->getParmPtr(child.getTokenRef());
+        if (old && old->getInstance() && old->getInstance()->isLeaving()) {
+            return false;
+        }
         const ZEL_Multi *owner = old ? old->getMultiParmOwner() : nullptr;
         return owner ? owner->getParmList() == list : old && old->isSpareParm();
     });
@@ -400,7 +363,10 @@ bool ZEL_Multi::acceptNames() const
     };
     for (int child = 0; child < myInstancesPerItem; ++child) {
         const KIT_StringRef &token = tokenOf(child);
-        if (list->getParmPtr(token) || isRepeated(child)) {
+        const ZEL_Parm *const present = list->getParmPtr(token);
+        const bool isTaken =
+            present && !(present->getInstance() && present->getInstance()->isLeaving());
+        if (isTaken || isRepeated(child)) {
             KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_EXISTS, token.c_str());
             return false;
         }
@@ -608,6 +574,88 @@ void ZEL_Multi::abandonItem()
 }
 
 // -------------------------------------------------------------------------- //
+// Items that leave after a load
+// -------------------------------------------------------------------------- //
+
+/// While the list is loaded, items are no longer counted but stay where they are: leaving from the
+/// middle of the list moves all that follows, and items of other blocks may leave too.
+bool ZEL_Multi::leaveLate(int count)
+{
+    ZEL_ParmList &list = *getParmList();
+    if (count >= myNumItems || !list.myRemovesLate || myInstancesPerItem == 0) {
+        return false;
+    }
+    const int end = myNumItems;
+    myLeavingEnd = std::max(myLeavingEnd, end);
+    myNumItems = count;
+    list.myHasLateItems = true;
+    const Changing changing(*this);
+    markLeaving(count, end);
+    return true;
+}
+
+/// Also ends their channels.
+void ZEL_Multi::markLeaving(int firstItem, int endItem) const
+{
+    for (int item = firstItem; item < endItem; ++item) {
+        for (int child = 0; child < myInstancesPerItem; ++child) {
+            int index = -1;
+            ZEL_Parm *const parm = findOwnChild(item, child, index);
+            if (!parm || parm->getInstance()->isLeaving()) {
+                continue;
+            }
+            parm->getInstance()->setLeaving(true);
+            parm->clearAndDestroyChannels(false);
+            if (const ZEL_Multi *const nested = parm->asMulti()) {
+                nested->markLeaving(0, nested->myNumItems);
+            }
+        }
+    }
+}
+
+void ZEL_Multi::markStaying(int firstItem, int endItem) const
+{
+    for (int item = firstItem; item < endItem; ++item) {
+        for (int child = 0; child < myInstancesPerItem; ++child) {
+            int index = -1;
+            ZEL_Parm *const parm = findOwnChild(item, child, index);
+            if (!parm) {
+                continue;
+            }
+            parm->getInstance()->setLeaving(false);
+            if (const ZEL_Multi *const nested = parm->asMulti()) {
+                nested->markStaying(0, nested->myNumItems);
+            }
+        }
+    }
+}
+
+/// Counts those again that leave.
+void ZEL_Multi::countLeaving()
+{
+    myNumItems = std::max(myNumItems, myLeavingEnd);
+    myLeavingEnd = 0;
+}
+
+/// Removes those that leave, or keeps them if somebody may hold them.
+void ZEL_Multi::settle()
+{
+    if (myLeavingEnd == 0 || myBusy) {
+        return;
+    }
+    if (areItemsKept()) {
+        markStaying(myNumItems, myLeavingEnd);
+        countLeaving();
+        return;
+    }
+    {
+        const Changing changing(*this);
+        shrink(myNumItems);
+    }
+    notifyChanged();
+}
+
+// -------------------------------------------------------------------------- //
 // Items that move
 // -------------------------------------------------------------------------- //
 
@@ -706,6 +754,7 @@ void ZEL_Multi::swapInstances(int first, int second)
         myBusy || myNumItems == std::numeric_limits<int>::max()) {
         return;
     }
+    settle();
     {
         // The temporary item ignores the range and doesn't change the value: it is removed before
         // we return.

@@ -312,18 +312,23 @@ bool ZEL_ParmList::checkMultiParmInstance(const KIT_StringRef &name, bool evalua
     for (int i = 0; i < getEntries(); ++i) {
         ZEL_Multi *multi = asMulti(myParms[i]);
         int number = -1;
-        if (!multi || !multi->matchInstancePattern(text, number)) {
-            continue;
+        if (multi && !multi->isLeaving() && multi->matchInstancePattern(text, number)) {
+            growToNumber(*multi, number, evaluateChildren);
+            return true;
         }
-        const std::int64_t item = std::int64_t(number) - multi->getMultiStartOffset();
-        const std::int64_t wanted = item + 1;
-        const std::int64_t missing = wanted - multi->getMultiParmNumItems();
-        if (item >= 0 && missing > 0 && ZEL_InputBudget::allow(multi->requestFor(wanted)) &&
-            wanted <= std::numeric_limits<int>::max()) {
-            multi->setValue(0.0, int(wanted), false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
-            multi->setNumInstances(int(wanted), evaluateChildren);
-        }
-        return true;
     }
     return false;
+}
+
+/// Up to the item with that number in its name, if the input may.
+void ZEL_ParmList::growToNumber(ZEL_Multi &multi, int number, bool evaluateChildren)
+{
+    const std::int64_t item = std::int64_t(number) - multi.getMultiStartOffset();
+    const std::int64_t wanted = item + 1;
+    const std::int64_t missing = wanted - multi.getMultiParmNumItems();
+    if (item >= 0 && missing > 0 && ZEL_InputBudget::allow(multi.requestFor(wanted)) &&
+        wanted <= std::numeric_limits<int>::max()) {
+        multi.setValue(0.0, int(wanted), false, 0, ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+        multi.setNumInstances(int(wanted), evaluateChildren);
+    }
 }

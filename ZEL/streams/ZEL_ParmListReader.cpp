@@ -91,7 +91,7 @@ ZEL_Parm *ZEL_ParmListReader::findListed(std::string_view name)
 {
     const int index = name.empty() ? -1 : myList.getLikelyParmIndex(name, myNext);
     ZEL_Parm *const parm = myList.getParmPtr(index);
-    if (!isSaved(parm)) {
+    if (!isSaved(parm) || parm->getInstance()->isLeaving()) {
         return nullptr;
     }
     myNext = index + 1;
@@ -109,8 +109,8 @@ bool ZEL_ParmListReader::isInList(std::string_view name, int &next) const
 ZEL_Parm *ZEL_ParmListReader::findParm(const KIT_StringRef &name, bool useMap)
 {
     if (!name.isEmpty()) {
-        ZEL_Parm *parm = myList.getParmPtr(myList.getParmIndex(name));
-        if (!isSaved(parm) && myList.checkMultiParmInstance(name, theEvaluateChildren)) {
+        ZEL_Parm *parm = myList.findSettledParm(name);
+        if (!isSaved(parm) && growFor(name)) {
             parm = myList.getParmPtr(myList.getParmIndex(name));
         }
         if (isSaved(parm)) {
@@ -129,13 +129,23 @@ ZEL_Parm *ZEL_ParmListReader::findParm(const KIT_StringRef &name, bool useMap)
     return loadAs ? findParm(KIT_StringRef(loadAs), useMapAgain) : nullptr;
 }
 
+/// As `ZEL_ParmList::checkMultiParmInstance`, for many names.
+bool ZEL_ParmListReader::growFor(const KIT_StringRef &name)
+{
+    int number = -1;
+    ZEL_Multi *const multi = myBlocks.find(name, number);
+    if (multi) {
+        myList.growToNumber(*multi, number, theEvaluateChildren);
+    }
+    return multi != nullptr;
+}
+
 void ZEL_ParmListReader::testName(std::string_view name, KIT_StringArray &names)
 {
     KIT_WorkBuffer text;
     text.append(name);
     const KIT_StringRef ref = refTo(text);
-    if (!myList.checkMultiParmInstance(ref, theEvaluateChildren) &&
-        !(myFallbackList && myFallbackList->getParmIndex(ref) >= 0)) {
+    if (!growFor(ref) && !(myFallbackList && myFallbackList->getParmIndex(ref) >= 0)) {
         names.append(text.buffer());
     }
 }

@@ -10,6 +10,7 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmNameMap.h>
+#include <ZEL/list/ZEL_BlockNamesPrivate.h>
 
 class KIT_Packet;
 
@@ -25,7 +26,7 @@ public:
 
     /// `name` and `fallbackList` may be null.
     ZEL_ParmListReader(ZEL_ParmList &list, const char *name, ZEL_ParmList *fallbackList)
-        : myList(list), myName(name), myFallbackList(fallbackList)
+        : myList(list), myName(name), myFallbackList(fallbackList), myBlocks(list)
     {}
 
     /// Reports unknown names to the owner first, then reads all entries.
@@ -39,6 +40,7 @@ public:
 private:
     ZEL_Parm *findListed(std::string_view name);
     bool isInList(std::string_view name, int &next) const;
+    bool growFor(const KIT_StringRef &name);
     /// The names of a stream that are unknown here, in stream order; restores the stream's
     /// position. A multi-parameter that claims a name grows.
     void readUnknownNames(KIT_IStream &is, KIT_StringArray &names);
@@ -55,6 +57,7 @@ private:
     const char *myName;
     ZEL_ParmList *myFallbackList;
     ZEL_ParmNameMap myMap;
+    ZEL_ParmList::BlockNames myBlocks;
     int myNext = 0;         // index after that of the last entry's parameter
     KIT_WorkBuffer myToken; // of the entry, until the next one in a binary stream
 };

@@ -10,6 +10,7 @@
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_EventManager.h>
 #include <ZEL/ZEL_InputBudget.h>
+#include <ZEL/list/ZEL_LateRemovalsPrivate.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
 #include <ZEL/streams/ZEL_ParmListWriterPrivate.h>
@@ -67,8 +68,12 @@ bool ZEL_ParmList::load(KIT_IStream &is, const char *name, ZEL_ParmList *fallbac
 {
     const ZEL_InputBudget budget(is.remaining());
     const TRK_AutoEventHandler events;
+    LateRemovals removals(*this);
+    LateRemovals removalsOfFallback(fallbackList ? *fallbackList : *this);
     const ZEL_ParmListReader::Result result =
         ZEL_ParmListReader(*this, name, fallbackList).read(is);
+    removalsOfFallback.finish();
+    removals.finish();
     if (result == ZEL_ParmListReader::Result::ABANDONED) {
         return false;
     }

@@ -6,6 +6,7 @@
 #include <TRK/TRK_EventManager.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/instance/ZEL_UndoStreamPrivate.h>
+#include <ZEL/list/ZEL_LateRemovalsPrivate.h>
 #include <ZEL/list/ZEL_RestoringPrivate.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
@@ -36,6 +37,8 @@ void ZEL_ParmList::loadUndoData(const ZEL_UndoDataArray &in, const char *name,
     const TRK_AutoEventHandler events;
     ZEL_ParmListReader reader(*this, name, fallbackList);
     Restoring restoring(*this, in);
+    LateRemovals removals(*this);
+    LateRemovals removalsOfFallback(fallbackList ? *fallbackList : *this);
     if (myOwner) {
         constexpr bool useMap = false;
         KIT_StringArray names;
@@ -53,4 +56,6 @@ void ZEL_ParmList::loadUndoData(const ZEL_UndoDataArray &in, const char *name,
             parm->loadUndoData(in[i].second);
         }
     }
+    removalsOfFallback.finish();
+    removals.finish();
 }

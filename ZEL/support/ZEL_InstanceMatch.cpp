@@ -2,9 +2,11 @@
 
 #include <BAS/BAS_Character.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace
@@ -27,33 +29,44 @@ struct State
     int64_t number; ///< on a `#` the digits of its run, else the number of the last `#`
 };
 
+/// Room for the ways through a pattern, in which each place occurs once, and before its first character.
+struct Room
+{
+    State *states;
+    State *next;
+    int64_t *stamps; ///< for each place of the pattern and its end
+};
+
 /// Follows all ways in parallel. Each place of the pattern enters the next set once per step: the
 /// first way to reach it wins.
 class Matcher
 {
 public:
-    Matcher(const char *pattern, int startOffset, const KIT_ValArray<int> *instances)
-        : myPattern(pattern), myLength(static_cast<int64_t>(std::strlen(pattern))),
-          myStartOffset(startOffset), myInstances(instances),
-          myStamps(static_cast<size_t>(myLength) + 1, -1)
-    {}
+    Matcher(const char *pattern, int64_t length, int startOffset,
+            const KIT_ValArray<int> *instances, const Room &room)
+        : myPattern(pattern), myLength(length), myStartOffset(startOffset), myInstances(instances),
+          myRoom(room)
+    {
+        std::fill_n(myRoom.stamps, myLength + 1, int64_t(-1));
+    }
 
     bool match(const char *name, int64_t &number)
     {
-        std::vector<State> states{{-1, 0, number}};
+        myRoom.next[0] = {-1, 0, number};
+        myNumNext = 1;
         const int64_t length = static_cast<int64_t>(std::strlen(name));
-        for (myStep = 0; myStep <= length && !states.empty(); myStep++) {
-            myNext.clear();
-            for (const State &state : states) {
-                if (state.place < myLength) {
-                    advance(state, name[myStep]);
+        for (myStep = 0; myStep <= length && myNumNext > 0; myStep++) {
+            std::swap(myRoom.states, myRoom.next);
+            const int64_t count = std::exchange(myNumNext, 0);
+            for (int64_t i = 0; i < count; i++) {
+                if (myRoom.states[i].place < myLength) {
+                    advance(myRoom.states[i], name[myStep]);
                 }
             }
-            states.swap(myNext);
         }
-        for (const State &state : states) {
-            if (state.place == myLength) {
-                number = state.number;
+        for (int64_t i = 0; i < myNumNext; i++) {
+            if (myRoom.next[i].place == myLength) {
+                number = myRoom.next[i].number;
                 return true;
             }
         }
@@ -81,10 +94,10 @@ private:
 
     void add(const State &state)
     {
-        int64_t &stamp = myStamps[static_cast<size_t>(state.place)];
+        int64_t &stamp = myRoom.stamps[state.place];
         if (stamp != myStep) {
             stamp = myStep;
-            myNext.push_back(state);
+            myRoom.next[myNumNext++] = state;
         }
     }
 
@@ -92,10 +105,31 @@ private:
     int64_t myLength;
     int64_t myStartOffset;
     const KIT_ValArray<int> *myInstances;
-    std::vector<int64_t> myStamps;
-    std::vector<State> myNext;
+    Room myRoom;
+    int64_t myNumNext = 0;
     int64_t myStep = 0;
 };
+
+/// Patterns of blocks are short: they take no memory from the heap.
+bool match(const char *name, const char *pattern, int64_t &number, int startOffset,
+           const KIT_ValArray<int> *instances)
+{
+    constexpr size_t theShort = 62;
+    const size_t length = std::strlen(pattern);
+    const auto matchIn = [&](const Room &room) {
+        return Matcher(pattern, static_cast<int64_t>(length), startOffset, instances, room)
+            .match(name, number);
+    };
+    if (length <= theShort) {
+        State states[theShort + 2];
+        State next[theShort + 2];
+        int64_t stamps[theShort + 1];
+        return matchIn({states, next, stamps});
+    }
+    std::vector<State> states(2 * (length + 2));
+    std::vector<int64_t> stamps(length + 1);
+    return matchIn({states.data(), states.data() + length + 2, stamps.data()});
+}
 
 } // namespace
 
@@ -114,8 +148,15 @@ bool ZELmatchInstance(const char *name, const char *pattern, int startOffset, in
     if (!pattern[literal]) {
         return !name[literal];
     }
+    // Marks are digits: what follows the last one ends the name.
+    const char *const tail = std::strrchr(pattern, '#') + 1;
+    const size_t length = std::strlen(name);
+    const size_t tailLength = std::strlen(tail);
+    if (length < tailLength || std::strcmp(name + length - tailLength, tail) != 0) {
+        return false;
+    }
     int64_t number = instance;
-    if (!Matcher(pattern, startOffset, instances).match(name, number)) {
+    if (!match(name, pattern, number, startOffset, instances)) {
         return false;
     }
     instance = number < theHuge ? static_cast<int>(number) : INT_MAX;

@@ -101,6 +101,30 @@ struct LoadingAList : Points
     std::string saved;
 };
 
+/// Lists: blocks in the middle that lose items in a load, of which one grows again.
+struct LosingItems : Points
+{
+    LosingItems()
+    {
+        build();
+        setCount(2.0 + refusalScale());
+        setCount(3, "in1");
+        setCount(4, "ramp");
+        animate("at2", "1 + 2");
+        std::ostringstream os;
+        list->save(os, false, false);
+        full = os.str();
+    }
+    bool run()
+    {
+        const bool isFull = load(full);
+        return load("{ version 0.8 in1 [ 0 ] ( 1 ) ramp [ 0 ] ( 2 ) points [ 0 ] ( 1 )\n"
+                    "points [ 0 ] ( 2 ) in2 [ 0 ] ( 2 ) w2_1 [ 0 ] ( 7 ) points [ 0 ] ( 1 ) }") &&
+               isFull;
+    }
+    std::string full;
+};
+
 /// Lists: made, and one that takes its place.
 struct ReplacingAList : Points
 {
@@ -319,6 +343,7 @@ struct UsingPresets : MultiList
 std::string UsingPresets::theFolder, UsingPresets::theFirst;
 
 REFUSE_EACH(LoadingAList)
+REFUSE_EACH(LosingItems)
 REFUSE_EACH(ReplacingAList)
 REFUSE_EACH(MovingItems)
 REFUSE_EACH(ReplacingSpares)

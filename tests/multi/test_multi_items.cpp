@@ -5,6 +5,9 @@
 #include <TRK/TRK_Segment.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+#include <set>
 #include <tuple>
 
 namespace
@@ -38,6 +41,66 @@ protected:
     ZEL_Parm &multiParm() { return p->parm("points"); }
 
     std::unique_ptr<MultiList> p;
+};
+
+int largestNumber(const std::string &text)
+{
+    int largest = 0, number = 0;
+    for (const char c : text) {
+        number = c >= '0' && c <= '9' ? number * 10 + c - '0' : 0;
+        largest = std::max(largest, number);
+    }
+    return largest;
+}
+
+/// Records the tokens of what is removed and made.
+struct TokenOwner : TestOwner
+{
+    void parmRemoved(int index) override { removed.insert(list->getParmPtr(index)->getToken()); }
+    void multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms) override
+    {
+        for (const ZEL_Parm *parm : parms) {
+            created.push_back(parm->getToken());
+        }
+    }
+    void forget()
+    {
+        removed.clear();
+        created.clear();
+    }
+    ZEL_ParmList *list = nullptr;
+    std::multiset<std::string> removed;
+    std::vector<std::string> created;
+};
+
+/// Two blocks with nested ones and a child of one name, and a ramp.
+struct LoadedList : MultiList
+{
+    LoadedList()
+    {
+        inner[0].add(ZEL_FLT, 1, "x#_#");
+        inner[1].add(ZEL_FLT, 1, "y#_#");
+        items.add(ZEL_FLT, 1, "k#");
+        items.addMulti(ZEL_MULTITYPE_LIST, "w#", inner[0].templates(), 1.0);
+        others.addMulti(ZEL_MULTITYPE_LIST, "z#", inner[1].templates(), 2.0);
+        others.add(ZEL_FLT, 1, "k#");
+        top.addMulti(ZEL_MULTITYPE_LIST, "a", items.templates(), 2.0);
+        top.addMulti(ZEL_MULTITYPE_RAMP_FLT, "r", nullptr, 3.0);
+        top.addMulti(ZEL_MULTITYPE_LIST, "b", others.templates());
+        buildTop(&owner);
+        owner.list = list.get();
+    }
+    ~LoadedList() { list.reset(); }
+    void loadEntries(const std::vector<std::string> &entries)
+    {
+        std::string stream = "{ version 0.8 ";
+        for (const std::string &entry : entries) {
+            stream += entry;
+        }
+        load(stream + "}");
+    }
+    Block inner[2], others;
+    TokenOwner owner;
 };
 
 } // namespace
@@ -293,6 +356,171 @@ TEST(MultiAdopt, LeftoverParametersGiveTheirState)
     EXPECT_EQ("multiItemCreated pt1", p.owner.takeCalls().substr(15, 20));
     EXPECT_FALSE(p.parm("pt2").isSpareParm());
     EXPECT_EQ(&p.multi(), p.parm("pt2").getMultiParmOwner());
+}
+
+TEST(MultiLoad, ItemsOfAllBlocksLeaveTogether)
+{
+    MultiList p;
+    Block others;
+    others.add(ZEL_FLT, 1, "q#");
+    p.top.addMulti(ZEL_MULTITYPE_LIST, "a", p.items.templates(), 2.0);
+    p.top.addMulti(ZEL_MULTITYPE_LIST, "b", others.templates(), 2.0);
+    p.buildTop();
+    ZEL_UndoDataArray before;
+    p.list->saveUndoData(before);
+    p.setCount(4.0, "a");
+    p.setCount(3.0, "b");
+    p.owner.takeCalls();
+    const char *const calls = "parmRemoved 8; parmRemoved 7; parmRemoved 6; multiInstancesChanged; "
+                              "multiInstancesChanged";
+    p.list->loadUndoData(before, nullptr, nullptr);
+    EXPECT_EQ(calls, p.owner.takeCalls());
+    EXPECT_EQ("a=2 b=2 pt1=0 pt2=0 q1=0 q2=0", p.text());
+    p.setCount(4.0, "a");
+    p.setCount(3.0, "b");
+    p.owner.takeCalls();
+    EXPECT_TRUE(p.load("{ version 0.8 a [ 0 ] ( 2 ) b [ 0 ] ( 2 ) }"));
+    EXPECT_EQ(calls, p.owner.takeCalls());
+    EXPECT_EQ("a=2 b=2 pt1=0 pt2=0 q1=0 q2=0", p.text());
+}
+
+TEST(MultiLoad, OneStreamIsAsGoodAsOneForEachEntry)
+{
+    constexpr int theSteps = 2000;
+    std::mt19937 random(1);
+    const auto below = [&](int count) { return int(random() % unsigned(count)); };
+    const auto digit = [&] { return std::to_string(1 + below(5)); };
+    const auto names = [](std::string texts) {
+        std::set<std::string> each;
+        for (std::size_t end = 0; end != std::string::npos; texts.erase(0, end + 2)) {
+            end = texts.find("; ");
+            each.insert(texts.substr(0, end));
+        }
+        return each;
+    };
+    int removals = 0, both = 0;
+    LoadedList together, apart;
+    for (int step = 0; step < theSteps; ++step) {
+        std::vector<std::string> entries;
+        std::string what = std::to_string(step) + ":";
+        for (int i = below(10); i >= 0; --i) {
+            const std::string blocks[] = {"a", "b", "r", "w" + digit(), "z" + digit()};
+            const std::string items[] = {"pt" + digit(), "k" + digit(), "r" + digit() + "pos",
+                                         "x" + digit() + "_" + digit(),
+                                         "y" + digit() + "_" + digit()};
+            entries.push_back((below(3) ? blocks[below(5)] : items[below(5)]) + " [ 0 ] ( " +
+                              std::to_string(below(6)) + " ) ");
+            what += " " + entries.back();
+        }
+        const auto loading = below(2) ? std::make_unique<Loading>() : nullptr;
+        together.owner.forget();
+        together.loadEntries(entries);
+        const std::set<std::string> texts = names(takeMessages(true));
+        apart.owner.forget();
+        // A list with an owner looks for all names before it reads values.
+        for (const std::string &entry : entries) {
+            const std::string name = entry.substr(0, entry.find(' '));
+            if (apart.list->getParmIndex(name.c_str()) < 0) {
+                apart.list->checkMultiParmInstance(name.c_str(), false);
+            }
+        }
+        for (const std::string &entry : entries) {
+            apart.loadEntries({entry});
+        }
+        ASSERT_EQ(names(takeMessages(true)), texts) << what;
+        ASSERT_EQ(apart.text(), together.text()) << what;
+        ASSERT_EQ(apart.owner.created, together.owner.created) << what;
+        ASSERT_EQ(apart.owner.removed, together.owner.removed) << what;
+        removals += !apart.owner.removed.empty();
+        both += !apart.owner.removed.empty() && !apart.owner.created.empty();
+    }
+    EXPECT_GT(removals, theSteps / 2);
+    EXPECT_GT(both, theSteps / 3);
+}
+
+TEST(MultiLoad, AStreamFindsTheBlockThatTheListFinds)
+{
+    constexpr int theLists = 400;
+    constexpr int theMostItems = 30;
+    std::mt19937 random(1);
+    const auto below = [&](int count) { return int(random() % unsigned(count)); };
+    const auto anyOf = [&](const std::string &letters) {
+        return letters[std::size_t(below(int(letters.size())))];
+    };
+    int found = 0, nested = 0;
+    for (int step = 0; step < theLists; ++step) {
+        std::vector<std::string> patterns;
+        const auto pattern = [&] {
+            std::string text = "a";
+            for (int i = 1 + below(5); i > 0; --i) {
+                text += anyOf("##a01__");
+            }
+            patterns.push_back(text + "#" + (below(3) ? "" : "a"));
+            return patterns.back();
+        };
+        std::vector<std::string> deep, inner, outer;
+        for (int i = 0; i < 4; ++i) {
+            deep.push_back("c#_#_" + pattern());
+            patterns.back() = deep.back();
+            inner.push_back(pattern());
+            outer.push_back(pattern());
+        }
+        struct List : MultiList
+        {
+            List(const std::vector<std::string> &deep, const std::vector<std::string> &inner,
+                 const std::vector<std::string> &outer)
+            {
+                const char *const tokens[] = {"b0", "b1", "b2", "b3"};
+                const char *const inners[] = {"b0x#", "b1x#", "b2x#", "b3x#"};
+                const char *const deeps[] = {"b0y#_#", "b1y#_#", "b2y#_#", "b3y#_#"};
+                for (std::size_t i = 0; i < 4; ++i) {
+                    blocks[i][0].add(ZEL_FLT, 1, deep[i].c_str());
+                    blocks[i][1].add(ZEL_FLT, 1, inner[i].c_str());
+                    blocks[i][1].addMulti(ZEL_MULTITYPE_LIST, deeps[i], blocks[i][0].templates(),
+                                          1.0);
+                    blocks[i][2].add(ZEL_FLT, 1, outer[i].c_str());
+                    blocks[i][2].addMulti(ZEL_MULTITYPE_LIST, inners[i], blocks[i][1].templates(),
+                                          1.0);
+                    top.addMulti(ZEL_MULTITYPE_LIST, tokens[i], blocks[i][2].templates(), 2.0);
+                }
+                list = std::make_unique<ZEL_ParmList>(top.templates(), nullptr, nullptr, nullptr,
+                                                      "", false);
+            }
+            Block blocks[4][3];
+        };
+        List loaded(deep, inner, outer), grown(deep, inner, outer);
+        std::string stream = "{ version 0.8 ";
+        for (int i = 0; i < 12; ++i) {
+            std::string name;
+            if (below(4) == 0) {
+                name = "b" + std::to_string(below(4));
+                const std::string entry = name + " [ 0 ] ( " + std::to_string(below(4)) + " ) ";
+                stream += entry;
+                grown.load("{ version 0.8 " + entry + "}");
+                continue;
+            }
+            for (const char c : patterns[std::size_t(below(int(patterns.size())))]) {
+                name += c != '#' ? std::string(1, c)
+                                 : (below(4) ? "" : "0") + std::to_string(below(below(3) ? 4 : 12));
+            }
+            name += below(5) ? "" : "a";
+            if (largestNumber(name) > theMostItems) {
+                continue;
+            }
+            stream += name + " [ 0 ] ( 0 ) ";
+            const int before = grown.list->getEntries();
+            if (grown.list->getParmIndex(name.c_str()) < 0) {
+                grown.list->checkMultiParmInstance(name.c_str(), false);
+            }
+            found += grown.list->getEntries() > before;
+            nested += grown.list->getEntries() == before + 1;
+        }
+        loaded.load(stream + "}");
+        ASSERT_EQ(grown.text(), loaded.text()) << step << " " << stream;
+        takeMessages();
+    }
+    EXPECT_GT(found, theLists / 2);
+    EXPECT_GT(nested, 0);
 }
 
 TEST(MultiRevert, TheListLeavesItemsToTheOwner)
