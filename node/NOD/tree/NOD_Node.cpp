@@ -90,13 +90,27 @@ NOD_Node::~NOD_Node()
 
 void NOD_Node::applyDefaultPreset()
 {
-    const int preset = myPresets ? myPresets->getDefaultPreset() : -1;
+    // What is loaded is meant as it was saved, whatever presets are here.
+    const int preset = myPresets && !ZEL_ParmList::isLoading() ? myPresets->getDefaultPreset() : -1;
     if (preset >= 0) {
         // An earlier error that wasn't read yet must not count as one of this load.
         KIT_ErrorManager::Scope scope(BASgetSTID());
         myPresets->loadPresetFile(myParms.get(), myPresets->getPresetPath(preset));
         scope.getOuterManager().stealErrors(scope.getManager());
     }
+}
+
+const std::string &NOD_Node::getTypeName() const
+{
+    return myInterface ? myInterface->getTypeName() : myPlainType;
+}
+
+void NOD_Node::keepSections(const std::string &typeName, Sections sections)
+{
+    if (!typeName.empty() && !myInterface && !myPlainTemplates) {
+        myPlainType = typeName;
+    }
+    myKeptSections = std::move(sections);
 }
 
 bool NOD_Node::isValidName(const std::string &name)
@@ -106,11 +120,13 @@ bool NOD_Node::isValidName(const std::string &name)
 
 NOD_Node *NOD_Node::copyTo(NOD_Node &parent, const char *name)
 {
-    const char *const type = myPlainType.c_str();
+    // A type that is missing must not name the tables of one that comes later.
+    const char *const type = myPlainTemplates ? myPlainType.c_str() : "";
     NOD_Node *const copy =
         parent.adopt(name, myInterface ? describe(myInterface)
                                        : Description{myPlainTemplates, type, type, nullptr});
     if (copy) {
+        copy->keepSections(myPlainType, myKeptSections);
         mySpares.copyTo(copy->mySpares, *copy->myParms);
         copy->myVariables = myVariables;
         NOD_NodeState(*this).restore(*copy);
