@@ -33,6 +33,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 class KIT_IStream;
@@ -75,6 +77,8 @@ public:
     static bool isValidName(const std::string &name);
     /// What the node was made of; null for one without parameters, or of a plain array.
     const std::shared_ptr<const NOD_Interface> &getInterface() const { return myInterface; }
+    /// The array of a node that has no interface; null for none.
+    ZEL_Template *getPlainTemplates() const { return myPlainTemplates; }
     /// The name of the node's type; "" for none.
     const std::string &getTypeName() const;
     NOD_Node *getParent() const { return myParent; }
@@ -231,6 +235,9 @@ private:
 
     static Description describe(std::shared_ptr<const NOD_Interface> interface);
     NOD_Node *adopt(const char *name, Description description);
+    void setName(const std::string &name);
+    /// At a position among the children, whose names differ from its own.
+    NOD_Node &putChild(std::unique_ptr<NOD_Node> child, std::size_t position);
     /// Another node with all that this one has, but for its children.
     NOD_Node *copyTo(NOD_Node &parent, const char *name);
     std::unique_ptr<NOD_Node> takeChild(const NOD_Node &child);
@@ -261,5 +268,7 @@ private:
     // the children before either.
     TRK_Collection myChannels;
     std::unique_ptr<ZEL_ParmList> myParms;
+    // Changed by putChild, takeChild and setName only, which keep the two in step.
+    std::unordered_map<std::string, NOD_Node *> myChildrenByName;
     std::vector<std::unique_ptr<NOD_Node>> myChildren;
 };

@@ -140,6 +140,7 @@ std::unique_ptr<NOD_Node> NOD_Node::takeChild(const NOD_Node &child)
                                  [&](const auto &one) { return one.get() == &child; });
     std::unique_ptr<NOD_Node> taken = std::move(*at);
     myChildren.erase(at);
+    myChildrenByName.erase(taken->myName);
     return taken;
 }
 
@@ -148,8 +149,33 @@ NOD_Node *NOD_Node::adopt(const char *name, Description description)
     if (!name || !isValidName(name) || getChild(name)) {
         return nullptr;
     }
-    myChildren.emplace_back(new NOD_Node(this, name, std::move(description)));
-    return myChildren.back().get();
+    std::unique_ptr<NOD_Node> child(new NOD_Node(this, name, std::move(description)));
+    return &putChild(std::move(child), myChildren.size());
+}
+
+NOD_Node &NOD_Node::putChild(std::unique_ptr<NOD_Node> child, std::size_t position)
+{
+    NOD_Node &put = *child;
+    const auto entry = myChildrenByName.emplace(put.myName, &put).first;
+    try {
+        myChildren.insert(myChildren.begin() + std::ptrdiff_t(position), std::move(child));
+    } catch (...) {
+        myChildrenByName.erase(entry);
+        throw;
+    }
+    put.myParent = this;
+    return put;
+}
+
+void NOD_Node::setName(const std::string &name)
+{
+    std::string copy = name;
+    if (myParent) {
+        auto entry = myParent->myChildrenByName.extract(myName);
+        entry.key() = name;
+        myParent->myChildrenByName.insert(std::move(entry));
+    }
+    myName.swap(copy);
 }
 
 NOD_Node *NOD_Node::addChild(const char *name, ZEL_Template *templates, const char *nodeType)
@@ -164,12 +190,8 @@ NOD_Node *NOD_Node::addChild(const char *name, std::shared_ptr<const NOD_Interfa
 
 NOD_Node *NOD_Node::getChild(const std::string &name) const
 {
-    for (const std::unique_ptr<NOD_Node> &child : myChildren) {
-        if (child->myName == name) {
-            return child.get();
-        }
-    }
-    return nullptr;
+    const auto entry = myChildrenByName.find(name);
+    return entry == myChildrenByName.end() ? nullptr : entry->second;
 }
 
 NOD_Node *NOD_Node::getRoot()

@@ -268,7 +268,7 @@ void loadSpares(NOD_Node &node, const std::string &text, NOD_Report &report)
     std::shared_ptr<const NOD_Interface> set;
     if (!text.empty()) {
         NOD_Report reading;
-        set = NOD_Interface::fromText(text, "spares", reading);
+        set = NOD_Interface::fromText(text, "spares", reading, NOD_Interface::Includes::NONE);
         for (NOD_Message message : reading.getMessages()) {
             message.subject = "spares";
             message.file.clear();
