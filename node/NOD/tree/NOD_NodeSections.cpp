@@ -4,6 +4,8 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptText.h>
@@ -176,6 +178,29 @@ std::string channelsOf(NOD_Node &node, const Ranks &ranks)
     return text == theNone ? std::string() : inOrder(text, "    channel ", ranks);
 }
 
+/// What is stored beside a channel is what was read last, and saved if a value is pending: the pending value
+/// doesn't depend on who has read when.
+void settlePending(const Parms &parms)
+{
+    const int thread = BASgetSTID();
+    constexpr bool expand = true;
+    for (const ZEL_Parm *parm : parms) {
+        for (int k = 0; k < parm->getVectorSize(); ++k) {
+            const TRK_Channel *const channel = parm->getChannel(k);
+            if (!channel || !channel->getPendingFlag()) {
+                continue;
+            }
+            if (parm->getType().isStringType()) {
+                KIT_String text;
+                parm->getValue(channel->getPendingTime(), text, k, expand, thread);
+            } else {
+                double number = 0.0;
+                parm->getValue(channel->getPendingTime(), number, k, thread);
+            }
+        }
+    }
+}
+
 std::string aliasText(ZEL_ParmList &parms)
 {
     constexpr bool binary = false;
@@ -184,20 +209,102 @@ std::string aliasText(ZEL_ParmList &parms)
     return text == theNone ? std::string() : text;
 }
 
+int countOf(std::string_view text, std::string_view part)
+{
+    int count = 0;
+    for (std::size_t at = text.find(part); at != std::string_view::npos;
+         at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+/// The texts beside channels in a parameter's entry are written as they stand, whatever is in them. In
+/// quotes they are read as they are. False if they can't be told apart from what is around them.
+bool quoteTexts(std::string &entry, int channels)
+{
+    constexpr std::string_view theStart = "\t[ "; // no text in quotes has a tab
+    constexpr std::string_view theEnd = " ] \t";
+    const std::size_t values = entry.find("\t(\t");
+    const std::string_view view(entry);
+    if (values == std::string::npos || countOf(view.substr(values), theStart) != channels ||
+        countOf(view.substr(values), theEnd) != channels) {
+        return false;
+    }
+    std::string quoted;
+    std::size_t done = 0;
+    for (std::size_t at = entry.find(theStart, values); at != std::string::npos;
+         at = entry.find(theStart, done)) {
+        const std::size_t text = entry.find('\t', at + 1) + 1; // behind the channel's name
+        const std::size_t end = entry.find(theEnd, at);
+        if (text == 0 || text > end) {
+            return false;
+        }
+        KIT_WorkBuffer inQuotes;
+        KITappendQuoted(inQuotes, entry.data() + text, end - text);
+        quoted.append(entry, done, text - done);
+        quoted += end == text ? std::string_view() : inQuotes.view();
+        done = end;
+    }
+    quoted.append(entry, done, std::string::npos);
+    entry.swap(quoted);
+    return true;
+}
+
+int countChannels(const ZEL_Parm &parm)
+{
+    int channels = 0;
+    for (int k = 0; k < parm.getVectorSize(); ++k) {
+        channels += parm.getChannel(k) != nullptr;
+    }
+    return channels;
+}
+
+bool hasTextsBesideChannels(const ZEL_Parm *parm)
+{
+    return parm->getType().isStringType() && countChannels(*parm) > 0;
+}
+
+/// One entry after the other; "" if one can't be as a text.
+std::string textEntries(const Parms &parms)
+{
+    constexpr bool binary = false;
+    std::string all;
+    std::string end;
+    for (const ZEL_Parm *parm : parms) {
+        std::string entry =
+            textOf([&](std::ostream &os) { ZELsaveParms(Parms(1, parm), os, binary); });
+        const std::size_t start = entry.find('\n', 2) + 1; // behind the version
+        if (hasTextsBesideChannels(parm) && !quoteTexts(entry, countChannels(*parm))) {
+            return {};
+        }
+        all.append(entry, all.empty() ? 0 : start, entry.size() - 2 - (all.empty() ? 0 : start));
+    }
+    return all + "}\n";
+}
+
 std::string valuesOf(const Parms &parms, NOD_NodeSections::Form form, NOD_Report &report)
 {
     const auto fits = [](const ZEL_Parm *parm) {
         return ZEL_ParmList::isTextName(parm->getInstance()->getTokenRef());
     };
-    bool binary = form == NOD_NodeSections::Form::BINARY;
+    const auto save = [&](bool binary) {
+        return textOf([&](std::ostream &os) { ZELsaveParms(parms, os, binary); });
+    };
+    if (parms.empty() || form == NOD_NodeSections::Form::BINARY) {
+        return parms.empty() ? std::string() : save(true);
+    }
     const auto odd = std::find_if_not(parms.begin(), parms.end(), fits);
-    if (!binary && odd != parms.end()) {
+    if (odd != parms.end()) {
         report.warning(std::string("values/") + (*odd)->getToken(),
                        "the text form can't hold this name: the values are binary");
-        binary = true;
+        return save(true);
     }
-    return parms.empty() ? std::string()
-                         : textOf([&](std::ostream &os) { ZELsaveParms(parms, os, binary); });
+    if (std::none_of(parms.begin(), parms.end(), hasTextsBesideChannels)) {
+        return save(false);
+    }
+    const std::string text = textEntries(parms);
+    return text.empty() ? save(true) : text;
 }
 
 } // namespace
@@ -245,6 +352,7 @@ NOD_NodeSections NOD_NodeSections::take(NOD_Node &node, Form form, NOD_Report &r
         const NOD_ReportScope scope(report, {}, "aliases");
         taken.aliases = inOrder(aliasText(list), "\t", ranks);
     }
+    settlePending(parms);
     if (fresh) {
         const auto isNew = [&](const ZEL_Parm *parm) {
             return fresh->has(node.getInterface(), *list.getParmPtr(parm->getTokenRef()));
