@@ -110,8 +110,8 @@ private:
 
     void fill()
     {
-        static const char *const names[] = {"a", "b1", "two words", "q\"uote", "line\nfeed", "#x",
-                                            "}", "end", "sch\xc3\xb6n"};
+        static const char *const names[] = {"a",  "b1", "two words", "q\"uote",     "line\nfeed",
+                                            "#x", "}",  "end",       "sch\xc3\xb6n"};
         const KIT_ErrorManager::Scope quiet(BASgetSTID());
         const auto thing = NOD_Interface::fromText(theSceneScript, "thing", report);
         nodes.push_back(&scene.getRoot());
@@ -162,10 +162,9 @@ private:
                                   KIT_StringHolder(("al" + std::to_string(next(40))).c_str()));
             break;
         case 2:
-            parm.setExpression(0.0,
-                               next(2) ? "$F * 0.25 + 1" : ("ch(\"" + pathOf(any()) + "/n\")").c_str(),
-                               next(4) ? TRK_LANGUAGE_NATIVE : TRK_LANGUAGE_PYTHON, k, true, true,
-                               true);
+            parm.setExpression(
+                0.0, next(2) ? "$F * 0.25 + 1" : ("ch(\"" + pathOf(any()) + "/n\")").c_str(),
+                next(4) ? TRK_LANGUAGE_NATIVE : TRK_LANGUAGE_PYTHON, k, true, true, true);
             break;
         case 3:
             if (!parm.getType().isStringType() && parm.getType().isAnimatible()) {

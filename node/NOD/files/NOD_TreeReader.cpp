@@ -24,7 +24,7 @@ constexpr std::int64_t theBytesOfParm = 256;
 constexpr std::int64_t theBytesOfNode = 1024;
 
 /// The sections of a node, but for its first one.
-constexpr const char *theNodeKinds[] = {"values", "channels", "aliases", "spares"};
+constexpr const char *theNodeKinds[] = {"spares", "channels", "values", "aliases"};
 
 bool startsWith(std::string_view text, std::string_view start)
 {
@@ -52,7 +52,9 @@ NOD_TreeReader::NOD_TreeReader(NOD_Scene &scene, const NOD_SectionFile &file,
                                const std::string &name, const NOD_LoadOptions &options,
                                NOD_Report &report)
     : myScene(scene), myFile(file), myName(name), myOptions(options), myReport(report),
-      myUsedFlags(file.getSections().size())
+      myUsedFlags(file.getSections().size()),
+      myRoom((std::int64_t(KIT_EnvControl::getLimit(KIT_ENV_MAX_STREAM_MEGABYTES)) << 20) +
+             file.getLength() * ZEL_InputBudget::theBytesPerByte)
 {
     for (std::size_t i = 0; i < file.getSections().size(); ++i) {
         myByName.emplace(file.getSections()[i].name, i);
@@ -305,7 +307,8 @@ NOD_Node *NOD_TreeReader::findParent(const Section &section, const std::string &
 {
     const std::size_t slash = path.rfind('/');
     const std::string name = slash == std::string::npos ? "" : path.substr(slash + 1);
-    if (path.empty() || path[0] != '/' || !NOD_Node::isValidName(name)) {
+    const bool isEmptyAbove = slash != std::string::npos && slash > 0 && path[slash - 1] == '/';
+    if (path.empty() || path[0] != '/' || isEmptyAbove || !NOD_Node::isValidName(name)) {
         error(section, 0, "isn't the path of a node: left out");
         return nullptr;
     }
@@ -324,7 +327,9 @@ NOD_Node *NOD_TreeReader::findParent(const Section &section, const std::string &
 bool NOD_TreeReader::isAllowed(const Section &section, const NOD_Interface *interface)
 {
     const std::int64_t parms = interface ? interface->getParmCount() : 0;
-    if (ZEL_InputBudget::allowBytes(theBytesOfNode + parms * theBytesOfParm)) {
+    const std::int64_t bytes = theBytesOfNode + parms * theBytesOfParm;
+    if (bytes <= myRoom) {
+        myRoom -= bytes;
         return true;
     }
     error(section, 0,
@@ -366,8 +371,8 @@ NOD_Node *NOD_TreeReader::makeNode(const Section &section, const std::string &pa
 void NOD_TreeReader::readNode(const std::string &path, NOD_Node &node, NOD_NodeSections sections)
 {
     const bool isMissing = !node.getInterface() && !sections.type.empty();
-    std::string *const texts[] = {&sections.values, &sections.channels, &sections.aliases,
-                                  &sections.spares};
+    std::string *const texts[] = {&sections.spares, &sections.channels, &sections.values,
+                                  &sections.aliases};
     for (std::size_t i = 0; i < std::size(theNodeKinds); ++i) {
         const Section *const section = use(theNodeKinds[i] + (" " + path));
         if (section && isMissing) {

@@ -13,6 +13,7 @@
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionFilePrivate.h>
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -81,6 +82,7 @@ private:
     NOD_Report &myReport;
     std::unordered_map<std::string, std::size_t> myByName;
     std::vector<bool> myUsedFlags;
+    std::int64_t myRoom; ///< bytes that nodes may still take
     std::map<std::string, std::shared_ptr<const NOD_Interface>> myInterfaces; ///< by key
     std::map<std::string, std::shared_ptr<const NOD_Interface>> myScripts;    ///< by path
     std::map<std::string, Missing> myMissing;                                 ///< by key

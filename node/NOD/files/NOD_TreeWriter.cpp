@@ -187,10 +187,11 @@ void NOD_TreeWriter::writeNode(const Place &place)
     if (!isRoot || !head.empty() || hasSections) {
         mySections.add(theNodeSection + (" " + place.path), head);
     }
-    write("values", place.path, sections.values);
-    write("channels", place.path, sections.channels);
-    write("aliases", place.path, sections.aliases);
+    // In the order of reading, so that a cut file has what the rest needs.
     write("spares", place.path, sections.spares);
+    write("channels", place.path, sections.channels);
+    write("values", place.path, sections.values);
+    write("aliases", place.path, sections.aliases);
     for (const auto &[kind, text] : isRoot ? NOD_Node::Sections() : sections.kept) {
         mySections.add(kind + " " + place.path, text);
     }
