@@ -8,6 +8,7 @@
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_Scene.h>
 #include <NOD/files/NOD_InterfacePathsPrivate.h>
+#include <NOD/files/NOD_SectionFilePrivate.h>
 #include <STO/STO_Writer.h>
 
 #include <cerrno>
@@ -72,7 +73,7 @@ bool NODwriteFile(const std::string &path, const NOD_SaveOptions &options, NOD_R
 bool NODreadFile(const std::string &path, std::string &bytes, NOD_Report &report)
 {
     errno = 0;
-    KIT_IFStream is(path.c_str(), KIT_IStream::BINARY);
+    KIT_IFStream is(path.c_str(), KIT_IStream::BINARY, NOD_SectionFile::canBeOne);
     if (!is.isReadable()) {
         tell(report, path, "can't be read: " + reason());
         return false;
@@ -109,6 +110,18 @@ NOD_QuietGraph::NOD_QuietGraph(NOD_Scene &scene) : myScene(scene)
 
 NOD_QuietGraph::~NOD_QuietGraph()
 {
-    myScene.getRoot().setGraph(&myScene.getGraph());
-    myScene.getGraph().rebuild(myScene.getTime());
+    try {
+        finish();
+    } catch (const std::bad_alloc &) {
+        // On the way out of what had no memory: the next rebuild makes up for it.
+    }
+}
+
+void NOD_QuietGraph::finish()
+{
+    if (!myFinishedFlag) {
+        myScene.getRoot().setGraph(&myScene.getGraph());
+        myFinishedFlag = true;
+        myScene.getGraph().rebuild(myScene.getTime());
+    }
 }

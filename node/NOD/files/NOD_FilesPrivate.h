@@ -36,6 +36,10 @@ public:
     NOD_QuietGraph(const NOD_QuietGraph &) = delete;
     NOD_QuietGraph &operator=(const NOD_QuietGraph &) = delete;
 
+    /// The end before that of its life: may throw std::bad_alloc.
+    void finish();
+
 private:
     NOD_Scene &myScene;
+    bool myFinishedFlag = false;
 };

@@ -96,7 +96,7 @@ NOD_Node *loadBytes(NOD_Scene &scene, NOD_Node &parent, std::string bytes, const
         }
     }
     const ZEL_InputBudget budget(file.getLength());
-    const NOD_QuietGraph graph(scene);
+    NOD_QuietGraph graph(scene);
     reader.readInterfaces();
     constexpr bool isPart = true;
     reader.readNodes(parent, isPart);
@@ -108,6 +108,7 @@ NOD_Node *loadBytes(NOD_Scene &scene, NOD_Node &parent, std::string bytes, const
     }
     NOD_Node *const top = reader.getNodes().front();
     settleReferences(*top, reader.getTopName(), above.empty() ? "/" : above);
+    graph.finish();
     return top;
 }
 

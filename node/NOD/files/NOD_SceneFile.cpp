@@ -88,7 +88,7 @@ bool loadBytes(NOD_Scene &scene, std::string bytes, const std::string &name,
         return false;
     }
     const ZEL_InputBudget budget(file.getLength());
-    const NOD_QuietGraph graph(scene);
+    NOD_QuietGraph graph(scene);
     scene.clear();
     readHead(scene, reader, *head);
     const std::map<std::string, std::string> variables = scene.getRoot().getVariables();
@@ -99,6 +99,7 @@ bool loadBytes(NOD_Scene &scene, std::string bytes, const std::string &name,
         scene.getRoot().setVariable(variable, value);
     }
     reader.readRest();
+    graph.finish();
     return true;
 }
 

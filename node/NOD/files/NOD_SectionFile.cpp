@@ -56,6 +56,11 @@ void takePlaced(KIT_ErrorManager &manager, const std::string &file, NOD_Report &
 // In
 // ---------------------------------------------------------------------- //
 
+bool NOD_SectionFile::canBeOne(std::string_view start)
+{
+    return start.find('\0') == std::string_view::npos || start.substr(0, theMark.size()) == theMark;
+}
+
 bool NOD_SectionFile::read(std::string bytes, const std::string &file, NOD_Report &report)
 {
     mySections.clear();

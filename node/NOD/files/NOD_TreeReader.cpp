@@ -152,7 +152,7 @@ std::shared_ptr<const NOD_Interface> NOD_TreeReader::readInterface(const std::st
     if (words.size() == 1 && words[0] == theInterfaceOfApplication) {
         made = myScene.findInterface(key);
         if (!made) {
-            error(section, 1, "the application has no interface of this name");
+            warning(section, 1, "the application has no interface of this name");
         }
     } else if (words.size() == 2 && words[0] == theInterfaceFile) {
         path = NODpathFrom(words[1], myOptions.folder);
@@ -280,9 +280,9 @@ void NOD_TreeReader::readNodes(NOD_Node &above, bool isPart)
         readNode(place->path, *find(place->path), std::move(head));
     }
     for (const auto &[key, missing] : myMissing) {
-        error(*missing.section, 1,
-              "the type \"" + key + "\" isn't known: " + std::to_string(missing.nodes) +
-                  " nodes of it have no parameters, and keep their sections");
+        warning(*missing.section, 1,
+                "the type \"" + key + "\" isn't known: " + std::to_string(missing.nodes) +
+                    " nodes of it have no parameters, and keep their sections");
     }
 }
 

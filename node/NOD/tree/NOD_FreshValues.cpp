@@ -4,6 +4,7 @@
 #include <KIT/KIT_ErrorManager.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
+#include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
@@ -11,6 +12,24 @@
 
 namespace
 {
+
+std::string tokenOf(const ZEL_Parm &parm)
+{
+    const ZEL_Instance *const instance = parm.getInstance();
+    return instance ? std::string(instance->getTokenRef().view()) : std::string();
+}
+
+/// Without the presets of its type.
+NOD_Node &makeNode(NOD_Node &root, const std::shared_ptr<const NOD_Interface> &description)
+{
+    struct Loading
+    {
+        Loading() { ZEL_ParmList::beginLoading(); }
+        ~Loading() { ZEL_ParmList::endLoading(); }
+    };
+    const Loading loading;
+    return *root.addChild("fresh", description);
+}
 
 std::string entryOf(const ZEL_ParmList &list, ZEL_Parm &parm)
 {
@@ -28,13 +47,11 @@ NOD_FreshValues::entriesOf(const std::shared_ptr<const NOD_Interface> &descripti
     const auto [entry, added] = myEntries.try_emplace(description);
     if (added) {
         const KIT_ErrorManager::Scope quiet(BASgetSTID());
-        ZEL_ParmList::beginLoading(); // so that no preset changes it
         NOD_Node root;
-        ZEL_ParmList &list = root.addChild("fresh", description)->getParms();
-        ZEL_ParmList::endLoading();
+        ZEL_ParmList &list = makeNode(root, description).getParms();
         for (int i = 0; i < list.getEntries(); ++i) {
             ZEL_Parm &parm = *list.getParmPtr(i);
-            entry->second[parm.getToken()] = entryOf(list, parm);
+            entry->second[tokenOf(parm)] = entryOf(list, parm);
         }
     }
     return entry->second;
@@ -46,6 +63,6 @@ bool NOD_FreshValues::has(const std::shared_ptr<const NOD_Interface> &descriptio
         return false;
     }
     const Entries &entries = entriesOf(description);
-    const auto entry = entries.find(parm.getToken());
+    const auto entry = entries.find(tokenOf(parm));
     return entry != entries.end() && entry->second == entryOf(*parm.getParmList(), parm);
 }

@@ -87,7 +87,7 @@ public:
     {
         for (const ZEL_Parm *parm : parms) {
             for (int k = 0; k < parm->getVectorSize(); ++k) {
-                myRanks.emplace(parm->getChannelToken(k).c_str(), myRanks.size());
+                myRanks.emplace(parm->getChannelToken(k).view(), myRanks.size());
             }
         }
     }
@@ -296,7 +296,7 @@ std::string valuesOf(const Parms &parms, NOD_NodeSections::Form form, NOD_Report
     }
     const auto odd = std::find_if_not(parms.begin(), parms.end(), fits);
     if (odd != parms.end()) {
-        report.warning(std::string("values/") + (*odd)->getToken(),
+        report.warning("values/" + std::string((*odd)->getInstance()->getTokenRef().view()),
                        "the text form can't hold this name: the values are binary");
         return save(true);
     }
