@@ -396,7 +396,7 @@ TEST(SceneFile, BadInputIsToldWithItsPlace)
          "scene(6): node /a/b: there is no node /a: left out\n"
          "scene(16): node //y: isn't the path of a node: left out\n"
          "scene(20): node /x/..: isn't the path of a node: left out\n"
-         "scene(9): node /: warning: the type \"no\" isn't known: 2 nodes of it have no parameters, and keep their sections\n"
+         "scene(9): node /: warning: the type \"no\" isn't known here: 2 nodes of it have no parameters, and keep their sections\n"
          "scene(24): node: warning: isn't known here: kept as it is\n"},
         {{{"scene", ""},
           {"values /no", values},

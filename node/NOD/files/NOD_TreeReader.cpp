@@ -281,8 +281,11 @@ void NOD_TreeReader::readNodes(NOD_Node &above, bool isPart)
     }
     for (const auto &[key, missing] : myMissing) {
         warning(*missing.section, 1,
-                "the type \"" + key + "\" isn't known: " + std::to_string(missing.nodes) +
-                    " nodes of it have no parameters, and keep their sections");
+                "the type \"" + key + "\" isn't known here: " +
+                    (missing.nodes == 1
+                         ? "a node of it has no parameters, and keeps its sections"
+                         : std::to_string(missing.nodes) +
+                               " nodes of it have no parameters, and keep their sections"));
     }
 }
 

@@ -46,6 +46,11 @@ Row rowOf(NOD_Node &node)
 {
     KIT_WorkBuffer path;
     ZEL_ParmList &list = node.getParms();
+    const auto &kept = node.getKeptSections();
+    // Interfaces that aren't there are kept at the root.
+    const auto isOther = [](const auto &section) {
+        return section.first.rfind("interface ", 0) != 0;
+    };
     Row row{node.getFullPath(path),
             node.getTypeName(),
             node.isTypeMissing(),
@@ -53,7 +58,7 @@ Row rowOf(NOD_Node &node)
             0,
             node.getChannels().entries(),
             int(node.getSpareParms().getDescriptions().size()),
-            int(node.getKeptSections().size())};
+            int(std::count_if(kept.begin(), kept.end(), isOther))};
     for (int i = 0; i < list.getEntries(); ++i) {
         row.changed += !list.getParmPtr(i)->isTrueFactoryDefault();
     }
@@ -70,10 +75,9 @@ std::vector<Row> rowsOf(NOD_Scene &scene)
         const auto &children = node.getChildren();
         std::for_each(children.rbegin(), children.rend(),
                       [&](const auto &child) { open.push_back(child.get()); });
-        const bool isEmptyRoot = !node.getParent() && node.getParms().getEntries() == 0 &&
-                                 node.getKeptSections().empty();
-        if (!isEmptyRoot) {
-            rows.push_back(rowOf(node));
+        const Row row = rowOf(node);
+        if (node.getParent() || row.parms + row.channels + row.kept > 0) {
+            rows.push_back(row);
         }
     }
     return rows;
