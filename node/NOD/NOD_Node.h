@@ -34,7 +34,6 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 class KIT_IStream;
@@ -235,14 +234,14 @@ private:
 
     static Description describe(std::shared_ptr<const NOD_Interface> interface);
     NOD_Node *adopt(const char *name, Description description);
-    void setName(const std::string &name);
-    /// At a position among the children, whose names differ from its own.
-    NOD_Node &putChild(std::unique_ptr<NOD_Node> child, std::size_t position);
     /// Another node with all that this one has, but for its children.
     NOD_Node *copyTo(NOD_Node &parent, const char *name);
     std::unique_ptr<NOD_Node> takeChild(const NOD_Node &child);
     void renew(Description description);
     void keepDescription(Description description);
+    /// After a child came or got its name, and before it goes or loses it.
+    void addName(NOD_Node &child);
+    void removeName(const NOD_Node &child) { myChildrenByName.erase(child.myName); }
 
     void applyDefaultPreset();
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
@@ -268,7 +267,6 @@ private:
     // the children before either.
     TRK_Collection myChannels;
     std::unique_ptr<ZEL_ParmList> myParms;
-    // Changed by putChild, takeChild and setName only, which keep the two in step.
-    std::unordered_map<std::string, NOD_Node *> myChildrenByName;
     std::vector<std::unique_ptr<NOD_Node>> myChildren;
+    std::unordered_map<std::string, NOD_Node *> myChildrenByName; ///< empty for few
 };

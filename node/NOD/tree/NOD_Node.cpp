@@ -138,9 +138,9 @@ std::unique_ptr<NOD_Node> NOD_Node::takeChild(const NOD_Node &child)
 {
     const auto at = std::find_if(myChildren.begin(), myChildren.end(),
                                  [&](const auto &one) { return one.get() == &child; });
+    removeName(child);
     std::unique_ptr<NOD_Node> taken = std::move(*at);
     myChildren.erase(at);
-    myChildrenByName.erase(taken->myName);
     return taken;
 }
 
@@ -149,33 +149,10 @@ NOD_Node *NOD_Node::adopt(const char *name, Description description)
     if (!name || !isValidName(name) || getChild(name)) {
         return nullptr;
     }
-    std::unique_ptr<NOD_Node> child(new NOD_Node(this, name, std::move(description)));
-    return &putChild(std::move(child), myChildren.size());
-}
-
-NOD_Node &NOD_Node::putChild(std::unique_ptr<NOD_Node> child, std::size_t position)
-{
-    NOD_Node &put = *child;
-    const auto entry = myChildrenByName.emplace(put.myName, &put).first;
-    try {
-        myChildren.insert(myChildren.begin() + std::ptrdiff_t(position), std::move(child));
-    } catch (...) {
-        myChildrenByName.erase(entry);
-        throw;
-    }
-    put.myParent = this;
-    return put;
-}
-
-void NOD_Node::setName(const std::string &name)
-{
-    std::string copy = name;
-    if (myParent) {
-        auto entry = myParent->myChildrenByName.extract(myName);
-        entry.key() = name;
-        myParent->myChildrenByName.insert(std::move(entry));
-    }
-    myName.swap(copy);
+    myChildren.emplace_back(new NOD_Node(this, name, std::move(description)));
+    NOD_Node *const child = myChildren.back().get();
+    addName(*child);
+    return child;
 }
 
 NOD_Node *NOD_Node::addChild(const char *name, ZEL_Template *templates, const char *nodeType)
@@ -188,10 +165,30 @@ NOD_Node *NOD_Node::addChild(const char *name, std::shared_ptr<const NOD_Interfa
     return adopt(name, describe(std::move(description)));
 }
 
+void NOD_Node::addName(NOD_Node &child)
+{
+    constexpr std::size_t theFew = 8;
+    if (!myChildrenByName.empty()) {
+        myChildrenByName[child.myName] = &child;
+    } else if (myChildren.size() > theFew) {
+        for (const std::unique_ptr<NOD_Node> &each : myChildren) {
+            myChildrenByName[each->myName] = each.get();
+        }
+    }
+}
+
 NOD_Node *NOD_Node::getChild(const std::string &name) const
 {
-    const auto entry = myChildrenByName.find(name);
-    return entry == myChildrenByName.end() ? nullptr : entry->second;
+    if (!myChildrenByName.empty()) {
+        const auto named = myChildrenByName.find(name);
+        return named == myChildrenByName.end() ? nullptr : named->second;
+    }
+    for (const std::unique_ptr<NOD_Node> &child : myChildren) {
+        if (child->myName == name) {
+            return child.get();
+        }
+    }
+    return nullptr;
 }
 
 NOD_Node *NOD_Node::getRoot()

@@ -128,7 +128,9 @@ bool NOD_Scene::rename(NOD_Node &node, const std::string &name, NOD_Report &repo
         return false;
     }
     NOD_References references(*myRoot);
-    node.setName(name);
+    node.getParent()->removeName(node);
+    node.myName = name;
+    node.getParent()->addName(node);
     settle(references);
     return true;
 }
@@ -145,7 +147,10 @@ bool NOD_Scene::move(NOD_Node &node, NOD_Node &parent, NOD_Report &report)
         }
     }
     NOD_References references(*myRoot);
-    parent.putChild(node.getParent()->takeChild(node), parent.getChildren().size());
+    parent.myChildren.reserve(parent.myChildren.size() + 1);
+    parent.myChildren.push_back(node.getParent()->takeChild(node));
+    parent.addName(node);
+    node.myParent = &parent;
     settle(references);
     return true;
 }
