@@ -33,6 +33,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class KIT_IStream;
@@ -54,8 +55,8 @@ public:
     static constexpr const char *thePresetTable = "Node";
 
     /// A root, whose path is "/". Null templates make a node without parameters. A node with a type
-    /// starts with the type's preset "Permanent Defaults", if there is one; what is wrong with it
-    /// is reported to the thread's error manager.
+    /// starts with the type's preset "Permanent Defaults", if there is one and no load is running
+    /// (ZEL_ParmList::isLoading); what is wrong with it is reported to the thread's error manager.
     explicit NOD_Node(ZEL_Template *templates = nullptr, const char *nodeType = nullptr);
     ~NOD_Node() override;
 
@@ -75,6 +76,10 @@ public:
     static bool isValidName(const std::string &name);
     /// What the node was made of; null for one without parameters, or of a plain array.
     const std::shared_ptr<const NOD_Interface> &getInterface() const { return myInterface; }
+    /// The array of a node that has no interface; null for none.
+    ZEL_Template *getPlainTemplates() const { return myPlainTemplates; }
+    /// The name of the node's type; "" for none.
+    const std::string &getTypeName() const;
     NOD_Node *getParent() const { return myParent; }
     NOD_Node *getChild(const std::string &name) const;
     const std::vector<std::unique_ptr<NOD_Node>> &getChildren() const { return myChildren; }
@@ -135,6 +140,21 @@ public:
     ///@}
 
     // ------------------------------------------------------------------ //
+    /// \name What a saved node had that nobody knows here   (see NOD_NodeSections.h)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Names of sections, without the node's path, and their contents.
+    using Sections = std::vector<std::pair<std::string, std::string>>;
+
+    /// The sections are saved again with the node. A type name is that of a type that isn't there, for a
+    /// node without parameters; "" for none.
+    void keepSections(const std::string &typeName, Sections sections);
+    const Sections &getKeptSections() const { return myKeptSections; }
+    /// Whether the node's type wasn't there when it was loaded, nor was it given one since.
+    bool isTypeMissing() const { return !myInterface && !myPlainTemplates && !myPlainType.empty(); }
+    ///@}
+
+    // ------------------------------------------------------------------ //
     /// \name Surroundings
     // ------------------------------------------------------------------ //
     ///@{
@@ -145,6 +165,9 @@ public:
     }
     /// A variable of this node and of all below it, for expressions and texts as `$NAME`.
     void setVariable(const std::string &name, const std::string &value);
+    /// Those of this node alone.
+    const std::map<std::string, std::string> &getVariables() const { return myVariables; }
+    void clearVariables() { myVariables.clear(); }
     /// What keeps the dependencies of the whole tree, null for none. The graph sets itself.
     void setGraph(NOD_Graph *graph) { getRoot()->myGraph = graph; }
     NOD_Graph *getGraph() { return getRoot()->myGraph; }
@@ -216,6 +239,9 @@ private:
     std::unique_ptr<NOD_Node> takeChild(const NOD_Node &child);
     void renew(Description description);
     void keepDescription(Description description);
+    /// After a child came or got its name, and before it goes or loses it.
+    void addName(NOD_Node &child);
+    void removeName(const NOD_Node &child) { myChildrenByName.erase(child.myName); }
 
     void applyDefaultPreset();
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
@@ -235,10 +261,12 @@ private:
     ZEL_Template *myPlainTemplates = nullptr; ///< of a node without an interface
     std::string myPlainType;
     NOD_SpareParms mySpares;
+    Sections myKeptSections;
     std::unique_ptr<ZEL_PresetInfo> myPresets;
     // The order matters: parameters give their channels back, so they must be destroyed first, and
     // the children before either.
     TRK_Collection myChannels;
     std::unique_ptr<ZEL_ParmList> myParms;
     std::vector<std::unique_ptr<NOD_Node>> myChildren;
+    std::unordered_map<std::string, NOD_Node *> myChildrenByName; ///< empty for few
 };

@@ -65,6 +65,9 @@ public:
     NOD_Node *copy(NOD_Node &node, NOD_Node &parent, const std::string &name, NOD_Report &report);
     /// With all below it. How many references of other nodes are lost by it is a warning.
     bool remove(NOD_Node &node, NOD_Report &report);
+    /// A scene as a new one is: without nodes, variables and what the root has, the time as at the start.
+    /// Interfaces stay.
+    void clear();
     /// The name if the parent has no child of that name, else with the first number after it that makes
     /// it free: "light", "light1".
     static std::string freeName(const NOD_Node &parent, const std::string &name);
@@ -91,6 +94,8 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     static constexpr double theUsualFrameRate = 24.0;
+    static constexpr double theUsualFirstFrame = 1.0;
+    static constexpr double theUsualLastFrame = 240.0;
 
     /// Makes this the scene whose time and nodes expressions and Python code see.
     void makeCurrent();
@@ -124,8 +129,8 @@ private:
 
     std::map<std::string, std::shared_ptr<const NOD_Interface>> myInterfaces;
     double myFrameRate = theUsualFrameRate;
-    double myFirstFrame = 1.0;
-    double myLastFrame = 240.0;
+    double myFirstFrame = theUsualFirstFrame;
+    double myLastFrame = theUsualLastFrame;
     double myTime = 0.0;
     // The order matters: the nodes end first.
     std::unique_ptr<NOD_NodeSource> mySource;

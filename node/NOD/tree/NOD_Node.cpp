@@ -90,13 +90,27 @@ NOD_Node::~NOD_Node()
 
 void NOD_Node::applyDefaultPreset()
 {
-    const int preset = myPresets ? myPresets->getDefaultPreset() : -1;
+    // What is loaded is meant as it was saved, whatever presets are here.
+    const int preset = myPresets && !ZEL_ParmList::isLoading() ? myPresets->getDefaultPreset() : -1;
     if (preset >= 0) {
         // An earlier error that wasn't read yet must not count as one of this load.
         KIT_ErrorManager::Scope scope(BASgetSTID());
         myPresets->loadPresetFile(myParms.get(), myPresets->getPresetPath(preset));
         scope.getOuterManager().stealErrors(scope.getManager());
     }
+}
+
+const std::string &NOD_Node::getTypeName() const
+{
+    return myInterface ? myInterface->getTypeName() : myPlainType;
+}
+
+void NOD_Node::keepSections(const std::string &typeName, Sections sections)
+{
+    if (!typeName.empty() && !myInterface && !myPlainTemplates) {
+        myPlainType = typeName;
+    }
+    myKeptSections = std::move(sections);
 }
 
 bool NOD_Node::isValidName(const std::string &name)
@@ -106,11 +120,13 @@ bool NOD_Node::isValidName(const std::string &name)
 
 NOD_Node *NOD_Node::copyTo(NOD_Node &parent, const char *name)
 {
-    const char *const type = myPlainType.c_str();
+    // A type that is missing must not name the tables of one that comes later.
+    const char *const type = myPlainTemplates ? myPlainType.c_str() : "";
     NOD_Node *const copy =
         parent.adopt(name, myInterface ? describe(myInterface)
                                        : Description{myPlainTemplates, type, type, nullptr});
     if (copy) {
+        copy->keepSections(myPlainType, myKeptSections);
         mySpares.copyTo(copy->mySpares, *copy->myParms);
         copy->myVariables = myVariables;
         NOD_NodeState(*this).restore(*copy);
@@ -122,6 +138,7 @@ std::unique_ptr<NOD_Node> NOD_Node::takeChild(const NOD_Node &child)
 {
     const auto at = std::find_if(myChildren.begin(), myChildren.end(),
                                  [&](const auto &one) { return one.get() == &child; });
+    removeName(child);
     std::unique_ptr<NOD_Node> taken = std::move(*at);
     myChildren.erase(at);
     return taken;
@@ -133,7 +150,9 @@ NOD_Node *NOD_Node::adopt(const char *name, Description description)
         return nullptr;
     }
     myChildren.emplace_back(new NOD_Node(this, name, std::move(description)));
-    return myChildren.back().get();
+    NOD_Node *const child = myChildren.back().get();
+    addName(*child);
+    return child;
 }
 
 NOD_Node *NOD_Node::addChild(const char *name, ZEL_Template *templates, const char *nodeType)
@@ -146,8 +165,24 @@ NOD_Node *NOD_Node::addChild(const char *name, std::shared_ptr<const NOD_Interfa
     return adopt(name, describe(std::move(description)));
 }
 
+void NOD_Node::addName(NOD_Node &child)
+{
+    constexpr std::size_t theFew = 8;
+    if (!myChildrenByName.empty()) {
+        myChildrenByName[child.myName] = &child;
+    } else if (myChildren.size() > theFew) {
+        for (const std::unique_ptr<NOD_Node> &each : myChildren) {
+            myChildrenByName[each->myName] = each.get();
+        }
+    }
+}
+
 NOD_Node *NOD_Node::getChild(const std::string &name) const
 {
+    if (!myChildrenByName.empty()) {
+        const auto named = myChildrenByName.find(name);
+        return named == myChildrenByName.end() ? nullptr : named->second;
+    }
     for (const std::unique_ptr<NOD_Node> &child : myChildren) {
         if (child->myName == name) {
             return child.get();

@@ -128,7 +128,9 @@ bool NOD_Scene::rename(NOD_Node &node, const std::string &name, NOD_Report &repo
         return false;
     }
     NOD_References references(*myRoot);
+    node.getParent()->removeName(node);
     node.myName = name;
+    node.getParent()->addName(node);
     settle(references);
     return true;
 }
@@ -147,6 +149,7 @@ bool NOD_Scene::move(NOD_Node &node, NOD_Node &parent, NOD_Report &report)
     NOD_References references(*myRoot);
     parent.myChildren.reserve(parent.myChildren.size() + 1);
     parent.myChildren.push_back(node.getParent()->takeChild(node));
+    parent.addName(node);
     node.myParent = &parent;
     settle(references);
     return true;
@@ -186,6 +189,27 @@ bool NOD_Scene::remove(NOD_Node &node, NOD_Report &report)
     }
     const std::unique_ptr<NOD_Node> removed = node.getParent()->takeChild(node);
     return true;
+}
+
+void NOD_Scene::clear()
+{
+    TRK_Collection &channels = myRoot->getChannels();
+    while (!myRoot->getChildren().empty()) {
+        myRoot->takeChild(*myRoot->getChildren().back());
+    }
+    myRoot->setSpareParms(static_cast<const ZEL_Template *>(nullptr));
+    if (myRoot->getInterface()) {
+        myRoot->renewParms(std::shared_ptr<const NOD_Interface>());
+    }
+    while (channels.entries() > 0) {
+        channels.deleteChannel(channels.getChannel(channels.entries() - 1));
+    }
+    myRoot->clearVariables();
+    myRoot->keepSections("", {});
+    myFrameRate = theUsualFrameRate;
+    myFirstFrame = theUsualFirstFrame;
+    myLastFrame = theUsualLastFrame;
+    setTime(0.0);
 }
 
 std::string NOD_Scene::freeName(const NOD_Node &parent, const std::string &name)
