@@ -254,6 +254,8 @@ private:
     void applyDefaultPreset();
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
     NOD_Node *getRoot();
+    /// The graph, once there is something to watch.
+    NOD_Graph *getWatcher() { return myWatchedFlag ? getGraph() : nullptr; }
     NOD_Node *step(const std::string &name);
     void appendPath(KIT_WorkBuffer &path) const;
 
@@ -264,6 +266,7 @@ private:
     ChangeCallback myChangeCallback;
     DependencyCallback myDependencyCallback;
     std::uint32_t myStructureVersion = 0;
+    bool myWatchedFlag = false; ///< it has been made
     // Parameters read their templates until they are destroyed.
     std::shared_ptr<const NOD_Interface> myInterface;
     ZEL_Template *myPlainTemplates = nullptr; ///< of a node without an interface

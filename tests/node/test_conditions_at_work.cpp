@@ -41,7 +41,7 @@ constexpr const char *theItem = R"({ name item
     parm { name q2 type float } }
   group { name pages label "Two" disablewhentab "{ mode == high }"
     parm { name r type float } }
-  multiparm { name items hidewhen "{ ty == 2 }"
+  multiparm { name items default 1 hidewhen "{ ty == 2 }"
     parm { name w# type float }
     parm { name k# type float disablewhen "{ w# == 1 }" hidewhen "{ on == off w# != 0 }" }
     group { name fold# label "Fold" hidewhentab "{ w# == 2 }"

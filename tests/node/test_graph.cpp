@@ -31,7 +31,7 @@ constexpr const char *theItem = R"({ name item
   parm { name v type float }
   parm { name t type vector }
   parm { name text type string }
-  multiparm { name items parm { name w# type float } parm { name note# type string } } })";
+  multiparm { name items default 1 parm { name w# type float } parm { name note# type string } } })";
 constexpr const char *theOther = R"({ name other
   parm { name u type float }
   parm { name text type string }

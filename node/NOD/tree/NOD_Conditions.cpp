@@ -294,7 +294,8 @@ bool NOD_Conditions::evaluate(NOD_Node &node, NodeState &state, int number)
     return changedFlag;
 }
 
-/// What the expressions on the left refer to becomes the condition's inputs.
+/// What the expressions on the left read becomes the condition's inputs; what a comparison leaves out, it
+/// reads once another result has it evaluated.
 bool NOD_Conditions::evaluateExpressions(NOD_Node &node, NodeState &state, int number,
                                          ZEL_Parm &parm)
 {
@@ -303,13 +304,6 @@ bool NOD_Conditions::evaluateExpressions(NOD_Node &node, NodeState &state, int n
     const NOD_Graph::Reader reader{&node, nullptr, number, &own};
     own.clearInputs();
     myGraph->myLost->forget(node, NOD_GraphReader::tokenOfCondition(number));
-    for (int group = 0; group < test.entries(); ++group) {
-        for (const KIT_String &left : test(group)->getControlParms()) {
-            if (left.lastChar() == ')') {
-                myGraph->findLiteralReferences(reader, left.nonNullStr());
-            }
-        }
-    }
     const NOD_Graph::Reader outer = std::exchange(myGraph->myReader, reader);
     bool holdsFlag = false;
     {

@@ -71,6 +71,7 @@ NOD_Node::NOD_Node(NOD_Node *parent, const char *name, Description description)
     setParmList(myParms.get());
     myParms->setEventHandler(this, handleChange);
     applyDefaultPreset();
+    myWatchedFlag = true;
 }
 
 void NOD_Node::keepDescription(Description description)
@@ -158,7 +159,7 @@ NOD_Node *NOD_Node::adopt(const char *name, Description description)
     myChildren.emplace_back(new NOD_Node(this, name, std::move(description)));
     NOD_Node *const child = myChildren.back().get();
     addName(*child);
-    if (NOD_Graph *const graph = getGraph()) {
+    if (NOD_Graph *const graph = getWatcher()) {
         graph->nodeAppears(*child);
     }
     return child;
@@ -244,7 +245,7 @@ bool NOD_Node::loadChannels(KIT_IStream &is)
 void NOD_Node::linkChannels()
 {
     myParms->reloadChannelPtrs();
-    if (NOD_Graph *const graph = getGraph()) {
+    if (NOD_Graph *const graph = getWatcher()) {
         graph->channelsChanged(*this);
     }
 }
@@ -256,7 +257,7 @@ void NOD_Node::linkChannels()
 void NOD_Node::structureChanged()
 {
     ++myStructureVersion;
-    if (NOD_Graph *const graph = getGraph()) {
+    if (NOD_Graph *const graph = getWatcher()) {
         graph->structureChanged(*this);
     }
 }
@@ -315,7 +316,7 @@ void NOD_Node::renew(Description description)
     constexpr bool deleteChannels = false;
     constexpr bool forceCopy = false;
     const NOD_Batch batch(*this);
-    if (NOD_Graph *const graph = getGraph()) {
+    if (NOD_Graph *const graph = getWatcher()) {
         graph->nodeLeaves(*this);
     }
     auto fresh = std::make_unique<ZEL_ParmList>(
@@ -338,7 +339,7 @@ void NOD_Node::renew(Description description)
 void NOD_Node::setVariable(const std::string &name, const std::string &value)
 {
     myVariables[name] = value;
-    if (NOD_Graph *const graph = getGraph()) {
+    if (NOD_Graph *const graph = getWatcher()) {
         graph->variableChanged(*this, name);
     }
 }
@@ -349,7 +350,7 @@ void NOD_Node::handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex)
     if (node.myChangeCallback) {
         node.myChangeCallback(node, type, parmIndex);
     }
-    if (NOD_Graph *graph = node.getGraph()) {
+    if (NOD_Graph *graph = node.getWatcher()) {
         graph->parmChanged(node, type, parmIndex);
     }
 }
@@ -383,7 +384,7 @@ void NOD_Node::rebuildParmDependency(int parmIndex)
     if (myDependencyCallback) {
         myDependencyCallback(*this, parmIndex);
     }
-    if (NOD_Graph *graph = getGraph()) {
+    if (NOD_Graph *graph = getWatcher()) {
         graph->parmChanged(*this, TRK_CHANGE_VALUE, parmIndex);
     }
 }
@@ -391,7 +392,7 @@ void NOD_Node::rebuildParmDependency(int parmIndex)
 void NOD_Node::parmRemoved(int parmIndex)
 {
     ++myStructureVersion;
-    if (NOD_Graph *const graph = getGraph()) {
+    if (NOD_Graph *const graph = getWatcher()) {
         graph->parmLeaves(*this, parmIndex);
     }
 }
@@ -410,7 +411,7 @@ void NOD_Node::multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms)
         }
     }
     ++myStructureVersion;
-    if (NOD_Graph *const graph = getGraph()) {
+    if (NOD_Graph *const graph = getWatcher()) {
         graph->itemAppears(*this);
     }
 }
@@ -498,7 +499,7 @@ bool NOD_Node::getVariable(const KIT_StringRef &name, KIT_String &value)
 void NOD_Node::referenceFound(const TRK_Referrer &from, const KIT_StringRef &path,
                               const KIT_StringRef &name, int)
 {
-    if (NOD_Graph *graph = getGraph()) {
+    if (NOD_Graph *graph = getWatcher()) {
         graph->referenceFound(*this, from, path, name);
     }
 }
