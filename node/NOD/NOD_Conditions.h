@@ -80,6 +80,7 @@ public:
     /// \name Notifications from the graph
     // ------------------------------------------------------------------ //
     ///@{
+    bool hasConditions(NOD_Node &node) const { return find(node) != nullptr; }
     /// A change has reached the component.
     void changed(NOD_Node &node, int parmIndex, int component);
     void structureChanged(NOD_Node &node);

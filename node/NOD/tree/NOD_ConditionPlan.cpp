@@ -33,9 +33,17 @@ const ZEL_Conditional *conditionOf(const ZEL_Template &description, int tab,
 bool hasConditions(const ZEL_ParmList &parms)
 {
     for (int i = 0; i < parms.getEntries(); ++i) {
-        const ZEL_Template *const description = parms.getParmPtr(i)->getTemplatePtr();
-        if (description && description->getConditionalBasePtr()) {
-            return true;
+        const ZEL_Parm &parm = *parms.getParmPtr(i);
+        const ZEL_Template *const description = parm.getTemplatePtr();
+        if (!description || !description->getConditionalBasePtr()) {
+            continue;
+        }
+        const int tabs = description->isSwitcher() ? parm.getVectorSize() : 0;
+        for (int tab = NOD_ConditionPlan::theParm; tab < tabs; ++tab) {
+            if (conditionOf(*description, tab, ZEL_CONDTYPE_DISABLE) ||
+                conditionOf(*description, tab, ZEL_CONDTYPE_HIDE)) {
+                return true;
+            }
         }
     }
     return false;

@@ -484,13 +484,14 @@ void NOD_Graph::push(Hub &hub)
             auto *const of = parm ? dynamic_cast<NOD_Node *>(parm->getParmOwner()) : nullptr;
             if (of) {
                 noteDirty(*of);
-                if (myConditions) {
+                if (myConditions && myConditions->hasConditions(*of)) {
                     myConditions->changed(*of, own->parmIndex(), own->subIndex());
                 }
             } else if (const auto *const whole = dynamic_cast<const WholeNode *>(&node)) {
                 noteDirty(whole->node);
             }
-            const bool tellFlag = &node != &hub && !dynamic_cast<const NOD_ConditionNode *>(&node);
+            const bool tellFlag =
+                of || (&node != &hub && !dynamic_cast<const NOD_ConditionNode *>(&node));
             if (tellFlag && myDirtyCallback) {
                 myDirtyCallback(node);
             }
