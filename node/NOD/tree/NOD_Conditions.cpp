@@ -15,6 +15,7 @@
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 /// The conditions of one node, and what they said last.
@@ -65,8 +66,8 @@ void NOD_Conditions::nodeRemoved(NOD_Node &node)
         if (state->queuedFlag) {
             myQueue[state->place] = nullptr;
         }
-        myStates.erase(&node);
     }
+    myStates.erase(&node);
 }
 
 void NOD_Conditions::treeRemoved()
@@ -111,8 +112,8 @@ void NOD_Conditions::structureChanged(NOD_Node &node)
 void NOD_Conditions::mark(NOD_Node &node, NodeState &state, int number)
 {
     if (!state.staleFlag && !state.markedFlags[std::size_t(number)]) {
-        state.markedFlags[std::size_t(number)] = 1;
         state.marked.push_back(number);
+        state.markedFlags[std::size_t(number)] = 1;
         queue(node, state);
     }
 }
@@ -188,10 +189,15 @@ void NOD_Conditions::update()
     }
     const ZEL_AutoBlockErrors block(BASgetSTID());
     const ZEL_Multi::KeepItems keep;
-    while (myNext < myQueue.size()) {
-        if (NOD_Node *const node = myQueue[myNext++]) {
-            updateNode(*node);
+    try {
+        while (myNext < myQueue.size()) {
+            if (NOD_Node *const node = myQueue[myNext++]) {
+                updateNode(*node);
+            }
         }
+    } catch (const std::bad_alloc &) {
+        myGraph->myBrokenFlag = true;
+        throw;
     }
     myQueue.clear();
     myNext = 0;

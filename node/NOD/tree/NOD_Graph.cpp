@@ -134,12 +134,15 @@ void NOD_Graph::treeRemoved()
 
 NOD_Graph::Pending &NOD_Graph::pendingOf(NOD_Node &node)
 {
-    const auto [place, newFlag] = myPendingPlaces.try_emplace(&node, myPending.size());
-    if (newFlag) {
-        myPending.emplace_back();
-        myPending.back().node = &node;
+    const auto place = myPendingPlaces.find(&node);
+    if (place != myPendingPlaces.end()) {
+        return myPending[place->second];
     }
-    return myPending[place->second];
+    // Without memory for its place one without a node stays, which does nothing.
+    myPending.emplace_back();
+    myPendingPlaces.emplace(&node, myPending.size() - 1);
+    myPending.back().node = &node;
+    return myPending.back();
 }
 
 /// Components whose references are to be found, and which of them are to be pushed.
@@ -505,8 +508,10 @@ void NOD_Graph::push(Hub &hub)
 
 void NOD_Graph::noteDirty(NOD_Node &node)
 {
-    if (myDirtyPlaces.try_emplace(&node, myDirtyNodes.size()).second) {
-        myDirtyNodes.push_back(&node);
+    if (myDirtyPlaces.count(&node) == 0) {
+        myDirtyNodes.push_back(nullptr);
+        myDirtyPlaces.emplace(&node, myDirtyNodes.size() - 1);
+        myDirtyNodes.back() = &node;
     }
 }
 
