@@ -68,6 +68,8 @@ public:
     /// are, and of others would be. Calls after the conditions of each parameter.
     static std::vector<NOD_ParmState> statesOf(const ZEL_ParmList &parms,
                                                const Evaluated &evaluated = {});
+    /// The same for one parameter: evaluates its own conditions and those of what it lies in.
+    static NOD_ParmState stateOf(const ZEL_ParmList &parms, int parmIndex);
 
     /// How many conditions have been evaluated since the beginning.
     std::uint64_t getNumEvaluated() const { return myNumEvaluated; }

@@ -15,7 +15,7 @@
 ///             manager and returns false.
 ///
 /// The slots of ZEL_ParmOwner below are filled as far as a plain tree of nodes needs: a fuller
-/// application adds menu scripts and data references where these say that there are none.
+/// application adds menu scripts where these say that there are none.
 #pragma once
 
 #include <NOD/NOD_API.h>

@@ -81,6 +81,9 @@ public:
                 const ZEL_Parm &parm = *node->getParms().getParmPtr(i);
                 const std::string name = node->getName() + "/" + parm.getToken();
                 const NOD_ParmState &state = states[std::size_t(i)];
+                const NOD_ParmState alone = NOD_Conditions::stateOf(node->getParms(), i);
+                EXPECT_EQ(alone.disabledFlag, state.disabledFlag) << name;
+                EXPECT_EQ(alone.hiddenFlag, state.hiddenFlag) << name;
                 for (int k = 0; k < parm.getVectorSize(); ++k) {
                     const NOD_ConditionState &one =
                         state.tabs.empty() ? state : state.tabs[std::size_t(k)];

@@ -246,6 +246,14 @@ bool NOD_ConditionPlan::says(const Results &results, int parm, int tab,
     return true;
 }
 
+bool NOD_ConditionPlan::liesIn(int parm, int around) const
+{
+    while (parm != around && parm >= 0) {
+        parm = myPlaces.empty() ? -1 : myPlaces[std::size_t(parm)].parm;
+    }
+    return parm >= 0;
+}
+
 void NOD_ConditionPlan::addGoverned(int parm, std::vector<int> &parms) const
 {
     const std::size_t first = parms.size();

@@ -71,6 +71,8 @@ public:
     bool saysOwn(const Results &results, int parm, int tab, ZEL_ConditionalType type) const;
     /// With those around it.
     bool says(const Results &results, int parm, int tab, ZEL_ConditionalType type) const;
+    /// Whether a parameter is the other one, or lies in it.
+    bool liesIn(int parm, int around) const;
     /// Appends the parameter and all that lie in it, some twice.
     void addGoverned(int parm, std::vector<int> &parms) const;
 

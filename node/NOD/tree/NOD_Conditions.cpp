@@ -379,15 +379,41 @@ void NOD_Conditions::setStates(NOD_Node &node, const std::vector<int> &parms)
     }
 }
 
+// ---------------------------------------------------------------------- //
+// Without a tree
+// ---------------------------------------------------------------------- //
+
+namespace
+{
+
+constexpr bool theNoCookFlag = true;
+
+NOD_ParmState stateIn(const NOD_ConditionPlan &plan, const NOD_ConditionPlan::Results &results,
+                      int index, const ZEL_Parm &parm)
+{
+    const auto stateOf = [&](int tab) {
+        return NOD_ConditionState{plan.says(results, index, tab, ZEL_CONDTYPE_DISABLE),
+                                  plan.says(results, index, tab, ZEL_CONDTYPE_HIDE),
+                                  plan.saysOwn(results, index, tab, ZEL_CONDTYPE_NOCOOK)};
+    };
+    NOD_ParmState state;
+    static_cast<NOD_ConditionState &>(state) = stateOf(NOD_ConditionPlan::theParm);
+    for (int tab = 0; parm.getType().isSwitcher() && tab < parm.getVectorSize(); ++tab) {
+        state.tabs.push_back(stateOf(tab));
+    }
+    return state;
+}
+
+} // namespace
+
 std::vector<NOD_ParmState> NOD_Conditions::statesOf(const ZEL_ParmList &parms,
                                                     const Evaluated &evaluated)
 {
-    constexpr bool noCookFlag = true;
-    const NOD_ConditionPlan plan(parms, noCookFlag);
-    NOD_ConditionPlan::Results results;
-    auto condition = plan.getConditions().begin();
+    const NOD_ConditionPlan plan(parms, theNoCookFlag);
     const ZEL_Multi::KeepItems keep;
     const int count = parms.getEntries(); // reading one may make items
+    NOD_ConditionPlan::Results results;
+    auto condition = plan.getConditions().begin();
     for (int i = 0; i < count; ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
         for (; condition != plan.getConditions().end() && condition->parm == i; ++condition) {
@@ -397,19 +423,21 @@ std::vector<NOD_ParmState> NOD_Conditions::statesOf(const ZEL_ParmList &parms,
             evaluated(parm);
         }
     }
-    const auto stateOf = [&](int parm, int tab) {
-        return NOD_ConditionState{plan.says(results, parm, tab, ZEL_CONDTYPE_DISABLE),
-                                  plan.says(results, parm, tab, ZEL_CONDTYPE_HIDE),
-                                  plan.saysOwn(results, parm, tab, ZEL_CONDTYPE_NOCOOK)};
-    };
-    std::vector<NOD_ParmState> states{std::size_t(count)};
+    std::vector<NOD_ParmState> states;
     for (int i = 0; i < count; ++i) {
-        const ZEL_Parm &parm = *parms.getParmPtr(i);
-        NOD_ParmState &state = states[std::size_t(i)];
-        static_cast<NOD_ConditionState &>(state) = stateOf(i, NOD_ConditionPlan::theParm);
-        for (int tab = 0; parm.getType().isSwitcher() && tab < parm.getVectorSize(); ++tab) {
-            state.tabs.push_back(stateOf(i, tab));
-        }
+        states.push_back(stateIn(plan, results, i, *parms.getParmPtr(i)));
     }
     return states;
+}
+
+NOD_ParmState NOD_Conditions::stateOf(const ZEL_ParmList &parms, int parmIndex)
+{
+    const NOD_ConditionPlan plan(parms, theNoCookFlag);
+    const ZEL_Multi::KeepItems keep;
+    NOD_ConditionPlan::Results results;
+    for (const NOD_ConditionPlan::Condition &condition : plan.getConditions()) {
+        results.push_back(plan.liesIn(parmIndex, condition.parm) &&
+                          condition.test->eval(*parms.getParmPtr(condition.parm), parms, nullptr));
+    }
+    return stateIn(plan, results, parmIndex, *parms.getParmPtr(parmIndex));
 }

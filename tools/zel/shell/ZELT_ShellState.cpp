@@ -25,8 +25,7 @@ void printState(ZELT_Shell &shell, const std::string &token, bool NOD_ConditionS
 {
     if (const ZEL_Parm *const parm = shell.findParm(token)) {
         const ZEL_ParmList &parms = shell.getParms();
-        const std::vector<NOD_ParmState> states = NOD_Conditions::statesOf(parms);
-        printYesNo(states[std::size_t(parms.getParmIndex(parm))].*flag == yes);
+        printYesNo(NOD_Conditions::stateOf(parms, parms.getParmIndex(parm)).*flag == yes);
     }
 }
 
