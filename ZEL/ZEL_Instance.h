@@ -374,6 +374,8 @@ public:
     void setDirtyFlags(int index);
     /// If none of the range's send-extra bits is set, sets them and raises the list's count.
     void setSendExtra(int index);
+    /// Clears these bits and takes their number off the list's count, as `propagateDirty` does.
+    void clearSendExtra();
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -738,7 +740,6 @@ private:
     void putAutoSelect(std::uint32_t field);
     void destroyMicroNodes();
     void leavePropagations();
-    void clearSendExtra();
     void adoptOptions(const ZEL_Instance &source);
     void adoptChannels(ZEL_Instance &source);
     void adoptMicroNodes(ZEL_Instance &source);

@@ -15,7 +15,7 @@
 ///             manager and returns false.
 ///
 /// The slots of ZEL_ParmOwner below are filled as far as a plain tree of nodes needs: a fuller
-/// application adds menu scripts and data references where these say that there are none.
+/// application adds menu scripts where these say that there are none.
 #pragma once
 
 #include <NOD/NOD_API.h>
@@ -98,8 +98,9 @@ public:
     bool loadChannels(KIT_IStream &is);
     /// The presets of the node's type; null for a node without one.
     ZEL_PresetInfo *getPresets() { return myPresets.get(); }
-    /// Links each parameter to the channels of its names, as after channels were added or removed.
-    void linkChannels() { myParms->reloadChannelPtrs(); }
+    /// Links each parameter to the channels of its names, as after channels were added or removed, or
+    /// aliases set: dependencies are found anew.
+    void linkChannels();
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -170,6 +171,7 @@ public:
     void clearVariables() { myVariables.clear(); }
     /// What keeps the dependencies of the whole tree, null for none. The graph sets itself.
     void setGraph(NOD_Graph *graph) { getRoot()->myGraph = graph; }
+    /// Null without one.
     NOD_Graph *getGraph() { return getRoot()->myGraph; }
     /// Increases whenever parameters are added or removed: caches by parm index are then stale.
     std::uint32_t getStructureVersion() const { return myStructureVersion; }
@@ -204,7 +206,12 @@ public:
     /// The node has no sections of its own.
     bool loadPresetSection(const char *, KIT_IStream &) override { return false; }
     int getParmEditState() override { return 0; }
-    ZEL_Parm *followChannelReference(int, double, int, int &) override { return nullptr; }
+    /// The target of the one literal reference in the channel's expression there; null for others.
+    ZEL_Parm *followChannelReference(int index, double time, int parmIndex,
+                                     int &component) override;
+    /// The value of the expression as text, for conditions; empty if it fails.
+    KIT_StringHolder evaluateDisableExpression(const ZEL_Parm &parm,
+                                               const KIT_StringRef &expression) override;
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -239,6 +246,7 @@ private:
     std::unique_ptr<NOD_Node> takeChild(const NOD_Node &child);
     void renew(Description description);
     void keepDescription(Description description);
+    void structureChanged();
     /// After a child came or got its name, and before it goes or loses it.
     void addName(NOD_Node &child);
     void removeName(const NOD_Node &child) { myChildrenByName.erase(child.myName); }
@@ -246,6 +254,8 @@ private:
     void applyDefaultPreset();
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
     NOD_Node *getRoot();
+    /// The graph, once there is something to watch.
+    NOD_Graph *getWatcher() { return myWatchedFlag ? getGraph() : nullptr; }
     NOD_Node *step(const std::string &name);
     void appendPath(KIT_WorkBuffer &path) const;
 
@@ -256,6 +266,7 @@ private:
     ChangeCallback myChangeCallback;
     DependencyCallback myDependencyCallback;
     std::uint32_t myStructureVersion = 0;
+    bool myWatchedFlag = false; ///< it has been made
     // Parameters read their templates until they are destroyed.
     std::shared_ptr<const NOD_Interface> myInterface;
     ZEL_Template *myPlainTemplates = nullptr; ///< of a node without an interface

@@ -19,6 +19,7 @@
 #include <memory>
 #include <string>
 
+class NOD_Conditions;
 class NOD_Graph;
 class NOD_Interface;
 class NOD_Node;
@@ -119,7 +120,10 @@ public:
     /// \name What watches the nodes
     // ------------------------------------------------------------------ //
     ///@{
+    /// The edges between components, and changes on their way to what reads them.
     NOD_Graph &getGraph() { return *myGraph; }
+    /// The enabled and visible states of all parameters.
+    NOD_Conditions &getConditions() { return *myConditions; }
     ///@}
 
 private:
@@ -132,8 +136,9 @@ private:
     double myFirstFrame = theUsualFirstFrame;
     double myLastFrame = theUsualLastFrame;
     double myTime = 0.0;
-    // The order matters: the nodes end first.
+    // The order matters: the destructor ends those that watch the nodes before them.
     std::unique_ptr<NOD_NodeSource> mySource;
     std::unique_ptr<NOD_Node> myRoot;
     std::unique_ptr<NOD_Graph> myGraph;
+    std::unique_ptr<NOD_Conditions> myConditions;
 };

@@ -1,5 +1,6 @@
 #include <NOD/NOD_Node.h>
 
+#include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_NodeState.h>
@@ -11,6 +12,10 @@
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <SNK/SNK_NodeSource.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Expression.h>
+#include <TRK/TRK_Manager.h>
+#include <TRK/TRK_Segment.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
@@ -66,6 +71,7 @@ NOD_Node::NOD_Node(NOD_Node *parent, const char *name, Description description)
     setParmList(myParms.get());
     myParms->setEventHandler(this, handleChange);
     applyDefaultPreset();
+    myWatchedFlag = true;
 }
 
 void NOD_Node::keepDescription(Description description)
@@ -128,6 +134,7 @@ NOD_Node *NOD_Node::copyTo(NOD_Node &parent, const char *name)
     if (copy) {
         copy->keepSections(myPlainType, myKeptSections);
         mySpares.copyTo(copy->mySpares, *copy->myParms);
+        copy->structureChanged();
         copy->myVariables = myVariables;
         NOD_NodeState(*this).restore(*copy);
     }
@@ -152,6 +159,9 @@ NOD_Node *NOD_Node::adopt(const char *name, Description description)
     myChildren.emplace_back(new NOD_Node(this, name, std::move(description)));
     NOD_Node *const child = myChildren.back().get();
     addName(*child);
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->nodeAppears(*child);
+    }
     return child;
 }
 
@@ -232,26 +242,46 @@ bool NOD_Node::loadChannels(KIT_IStream &is)
     return loaded;
 }
 
+void NOD_Node::linkChannels()
+{
+    myParms->reloadChannelPtrs();
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->channelsChanged(*this);
+    }
+}
+
 // ---------------------------------------------------------------------- //
 // Spare parameters, and a new interface
 // ---------------------------------------------------------------------- //
 
+void NOD_Node::structureChanged()
+{
+    ++myStructureVersion;
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->structureChanged(*this);
+    }
+}
+
 ZEL_Parm *NOD_Node::addSpareParm(const ZEL_Template &description)
 {
-    ZEL_Parm *parm = mySpares.add(*myParms, description);
-    myStructureVersion += parm ? 1 : 0;
+    ZEL_Parm *const parm = mySpares.add(*myParms, description);
+    if (parm) {
+        structureChanged();
+    }
     return parm;
 }
 
 bool NOD_Node::removeSpareParm(const char *token)
 {
+    const NOD_Batch batch(*this);
     return mySpares.remove(*myParms, KIT_StringRef(token));
 }
 
 void NOD_Node::setSpareParms(const ZEL_Template *templates)
 {
+    const NOD_Batch batch(*this);
     mySpares.set(*myParms, templates);
-    ++myStructureVersion;
+    structureChanged();
 }
 
 void NOD_Node::setSpareParms(const std::shared_ptr<const NOD_Interface> &description)
@@ -263,8 +293,9 @@ void NOD_Node::setSpareParms(const std::shared_ptr<const NOD_Interface> &descrip
 bool NOD_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,
                                             KIT_String &)
 {
+    const NOD_Batch batch(*this);
     mySpares.createForLoad(*myParms, names, map);
-    ++myStructureVersion;
+    structureChanged();
     return true;
 }
 
@@ -284,6 +315,10 @@ void NOD_Node::renew(Description description)
     constexpr bool buildDefaults = false;
     constexpr bool deleteChannels = false;
     constexpr bool forceCopy = false;
+    const NOD_Batch batch(*this);
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->nodeLeaves(*this);
+    }
     auto fresh = std::make_unique<ZEL_ParmList>(
         description.templates ? description.templates : theNoTemplates, &myChannels, this,
         myPresets.get(), KIT_StringRef(description.sharedName), deleteChannels, buildDefaults);
@@ -298,12 +333,15 @@ void NOD_Node::renew(Description description)
     myParms->buildDelayedDefaults(deleteChannels);
     fresh.reset();
     keepDescription(std::move(description));
-    ++myStructureVersion;
+    structureChanged();
 }
 
 void NOD_Node::setVariable(const std::string &name, const std::string &value)
 {
     myVariables[name] = value;
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->variableChanged(*this, name);
+    }
 }
 
 void NOD_Node::handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex)
@@ -312,7 +350,7 @@ void NOD_Node::handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex)
     if (node.myChangeCallback) {
         node.myChangeCallback(node, type, parmIndex);
     }
-    if (NOD_Graph *graph = node.getGraph()) {
+    if (NOD_Graph *graph = node.getWatcher()) {
         graph->parmChanged(node, type, parmIndex);
     }
 }
@@ -346,14 +384,17 @@ void NOD_Node::rebuildParmDependency(int parmIndex)
     if (myDependencyCallback) {
         myDependencyCallback(*this, parmIndex);
     }
-    if (NOD_Graph *graph = getGraph()) {
+    if (NOD_Graph *graph = getWatcher()) {
         graph->parmChanged(*this, TRK_CHANGE_VALUE, parmIndex);
     }
 }
 
-void NOD_Node::parmRemoved(int)
+void NOD_Node::parmRemoved(int parmIndex)
 {
     ++myStructureVersion;
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->parmLeaves(*this, parmIndex);
+    }
 }
 
 void NOD_Node::spareParmRemoved(const char *)
@@ -370,11 +411,14 @@ void NOD_Node::multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms)
         }
     }
     ++myStructureVersion;
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->itemAppears(*this);
+    }
 }
 
 void NOD_Node::multiInstancesChanged()
 {
-    ++myStructureVersion;
+    structureChanged();
 }
 
 bool NOD_Node::runMenuScript(const char *, std::ostream &, std::ostream &err)
@@ -398,6 +442,35 @@ void NOD_Node::pushScriptContext(std::unique_ptr<ZEL_ParmOwnerContext> &scope)
 {
     KIT_WorkBuffer path;
     scope = std::make_unique<ScriptContext>(getFullPath(path));
+}
+
+ZEL_Parm *NOD_Node::followChannelReference(int index, double time, int parmIndex, int &component)
+{
+    const ZEL_Parm *const parm = myParms->getParmPtr(parmIndex);
+    const TRK_Channel *const channel = parm ? parm->getChannel(index) : nullptr;
+    const TRK_Segment *const segment = channel ? channel->getExpressionSegment(time) : nullptr;
+    if (!segment || segment->isInterpolated() ||
+        segment->getExprLanguage() != TRK_LANGUAGE_NATIVE) {
+        return nullptr;
+    }
+    int count = 0;
+    ZEL_Parm *target = nullptr;
+    TRK_Manager::forEachReference(
+        segment->getExpression(), [&](const KIT_StringRef &path, const KIT_StringRef &name) {
+            NOD_Node *const node = ++count == 1 ? findNode(path) : nullptr;
+            target = node ? node->myParms->getParmPtrFromChannel(name, &component) : nullptr;
+        });
+    return target;
+}
+
+KIT_StringHolder NOD_Node::evaluateDisableExpression(const ZEL_Parm &,
+                                                     const KIT_StringRef &expression)
+{
+    const int thread = BASgetSTID();
+    const double time = TRK_Manager::getContext().getEvaluateTime(thread);
+    KIT_String text;
+    TRK_Expression::evaluateTextString(expression.c_str(), time, &myChannels, thread, text);
+    return KIT_StringHolder(text.nonNullStr());
 }
 
 // ---------------------------------------------------------------------- //
@@ -426,7 +499,7 @@ bool NOD_Node::getVariable(const KIT_StringRef &name, KIT_String &value)
 void NOD_Node::referenceFound(const TRK_Referrer &from, const KIT_StringRef &path,
                               const KIT_StringRef &name, int)
 {
-    if (NOD_Graph *graph = getGraph()) {
+    if (NOD_Graph *graph = getWatcher()) {
         graph->referenceFound(*this, from, path, name);
     }
 }
