@@ -3,10 +3,7 @@
 #include <BAS/BAS_Allocate.h>
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_IStream.h>
-#include <NOD/NOD_Graph.h>
-#include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
-#include <NOD/NOD_Scene.h>
 #include <NOD/files/NOD_InterfacePathsPrivate.h>
 #include <NOD/files/NOD_SectionFilePrivate.h>
 #include <STO/STO_Writer.h>
@@ -101,27 +98,4 @@ NOD_LoadOptions NODplaced(const NOD_LoadOptions &options, const std::string &pat
         placed.folder = NODfolderOf(path);
     }
     return placed;
-}
-
-NOD_QuietGraph::NOD_QuietGraph(NOD_Scene &scene) : myScene(scene)
-{
-    myScene.getRoot().setGraph(nullptr);
-}
-
-NOD_QuietGraph::~NOD_QuietGraph()
-{
-    try {
-        finish();
-    } catch (const std::bad_alloc &) {
-        // On the way out of what had no memory: the next rebuild makes up for it.
-    }
-}
-
-void NOD_QuietGraph::finish()
-{
-    if (!myFinishedFlag) {
-        myScene.getRoot().setGraph(&myScene.getGraph());
-        myFinishedFlag = true;
-        myScene.getGraph().rebuild(myScene.getTime());
-    }
 }

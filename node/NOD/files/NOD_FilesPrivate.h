@@ -11,9 +11,7 @@
 #include <iosfwd>
 #include <string>
 
-class NOD_Graph;
 class NOD_Report;
-class NOD_Scene;
 
 /// Runs what writes to the stream. False, with an error, if the stream fails or throws.
 bool NODwriteTo(std::ostream &os, const std::string &name, NOD_Report &report,
@@ -26,20 +24,3 @@ bool NODreadStream(std::istream &is, const std::string &name, std::string &bytes
                    NOD_Report &report);
 /// The options with the file's folder, unless they have one.
 NOD_LoadOptions NODplaced(const NOD_LoadOptions &options, const std::string &path);
-
-/// A scene without a graph while it lives; all edges are found again at its end.
-class NOD_QuietGraph
-{
-public:
-    explicit NOD_QuietGraph(NOD_Scene &scene);
-    ~NOD_QuietGraph();
-    NOD_QuietGraph(const NOD_QuietGraph &) = delete;
-    NOD_QuietGraph &operator=(const NOD_QuietGraph &) = delete;
-
-    /// The end before that of its life: may throw std::bad_alloc.
-    void finish();
-
-private:
-    NOD_Scene &myScene;
-    bool myFinishedFlag = false;
-};

@@ -1,6 +1,7 @@
 #include <NOD/NOD_NodeFile.h>
 
 #include <KIT/KIT_WorkBuffer.h>
+#include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_References.h>
 #include <NOD/NOD_Report.h>
@@ -96,7 +97,7 @@ NOD_Node *loadBytes(NOD_Scene &scene, NOD_Node &parent, std::string bytes, const
         }
     }
     const ZEL_InputBudget budget(file.getLength());
-    NOD_QuietGraph graph(scene);
+    const NOD_Batch batch(scene);
     reader.readInterfaces();
     constexpr bool isPart = true;
     reader.readNodes(parent, isPart);
@@ -108,7 +109,6 @@ NOD_Node *loadBytes(NOD_Scene &scene, NOD_Node &parent, std::string bytes, const
     }
     NOD_Node *const top = reader.getNodes().front();
     settleReferences(*top, reader.getTopName(), above.empty() ? "/" : above);
-    graph.finish();
     return top;
 }
 

@@ -1,7 +1,7 @@
 #include <NOD/NOD_SceneFile.h>
 
 #include <BAS/BAS_Allocate.h>
-#include <NOD/NOD_Graph.h>
+#include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_Scene.h>
@@ -88,7 +88,7 @@ bool loadBytes(NOD_Scene &scene, std::string bytes, const std::string &name,
         return false;
     }
     const ZEL_InputBudget budget(file.getLength());
-    NOD_QuietGraph graph(scene);
+    const NOD_Batch batch(scene);
     scene.clear();
     readHead(scene, reader, *head);
     const std::map<std::string, std::string> variables = scene.getRoot().getVariables();
@@ -99,7 +99,6 @@ bool loadBytes(NOD_Scene &scene, std::string bytes, const std::string &name,
         scene.getRoot().setVariable(variable, value);
     }
     reader.readRest();
-    graph.finish();
     return true;
 }
 

@@ -6,6 +6,8 @@
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <NOD/NOD_Batch.h>
+#include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptText.h>
@@ -494,6 +496,7 @@ void loadAliases(ZEL_ParmList &list, const std::string &text, NOD_Report &report
 void NOD_NodeSections::load(NOD_Node &node, NOD_Report &report) const
 {
     const Loading loading;
+    const NOD_Batch batch(node);
     node.clearVariables();
     for (const auto &[name, value] : variables) {
         node.setVariable(name, value);
@@ -508,6 +511,9 @@ void NOD_NodeSections::load(NOD_Node &node, NOD_Report &report) const
     {
         const NOD_ReportScope scope(report, {}, "channels");
         loadChannels(node.getChannels(), channels);
+    }
+    if (NOD_Graph *const graph = node.getGraph()) {
+        graph->channelsChanged(node);
     }
     {
         const NOD_ReportScope scope(report, {}, "values");
