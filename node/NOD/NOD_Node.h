@@ -19,6 +19,7 @@
 #pragma once
 
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_NodeSeed.h>
 #include <NOD/NOD_SpareParms.h>
 
 #include <KIT/KIT_StringHolder.h>
@@ -58,6 +59,9 @@ public:
     /// starts with the type's preset "Permanent Defaults", if there is one and no load is running
     /// (ZEL_ParmList::isLoading); what is wrong with it is reported to the thread's error manager.
     explicit NOD_Node(ZEL_Template *templates = nullptr, const char *nodeType = nullptr);
+    /// For NOD_NodeMaker. What the list of parameters asks its owner while it is made reaches the slots
+    /// below, not those that a derived class overrides.
+    explicit NOD_Node(const NOD_NodeSeed &seed);
     ~NOD_Node() override;
 
     NOD_Node(const NOD_Node &) = delete;
@@ -173,6 +177,8 @@ public:
     void setGraph(NOD_Graph *graph) { getRoot()->myGraph = graph; }
     /// Null without one.
     NOD_Graph *getGraph() { return getRoot()->myGraph; }
+    /// What makes the nodes of the tree from now on: added, copied, loaded. Empty: plain ones.
+    void setNodeMaker(NOD_NodeMaker maker) { getRoot()->myMaker = std::move(maker); }
     /// Increases whenever parameters are added or removed: caches by parm index are then stale.
     std::uint32_t getStructureVersion() const { return myStructureVersion; }
     ///@}
@@ -228,24 +234,15 @@ public:
 private:
     friend class NOD_Scene;
 
-    /// What a list is made of, and the name that its tables and its presets go by.
-    struct Description
-    {
-        ZEL_Template *templates;
-        const char *sharedName;
-        const char *nodeType;
-        std::shared_ptr<const NOD_Interface> interface;
-    };
-
-    NOD_Node(NOD_Node *parent, const char *name, Description description);
-
-    static Description describe(std::shared_ptr<const NOD_Interface> interface);
-    NOD_Node *adopt(const char *name, Description description);
+    NOD_Node *adopt(const char *name, NOD_NodeSeed seed);
     /// Another node with all that this one has, but for its children.
     NOD_Node *copyTo(NOD_Node &parent, const char *name);
     std::unique_ptr<NOD_Node> takeChild(const NOD_Node &child);
-    void renew(Description description);
-    void keepDescription(Description description);
+    std::unique_ptr<ZEL_ParmList> makeList(const NOD_NodeSeed &seed, bool buildDefaults);
+    void renew(const NOD_NodeSeed &seed);
+    void keepSeed(const NOD_NodeSeed &seed);
+    /// Once it is made and has its place.
+    void begin();
     void structureChanged();
     /// After a child came or got its name, and before it goes or loses it.
     void addName(NOD_Node &child);
@@ -261,6 +258,7 @@ private:
 
     NOD_Node *myParent = nullptr;
     NOD_Graph *myGraph = nullptr; ///< of the root only
+    NOD_NodeMaker myMaker;        ///< the same
     std::string myName;
     std::map<std::string, std::string> myVariables;
     ChangeCallback myChangeCallback;

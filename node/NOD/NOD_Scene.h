@@ -14,6 +14,7 @@
 
 #include <KIT/KIT_StringRef.h>
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_NodeSeed.h>
 
 #include <map>
 #include <memory>
@@ -49,6 +50,8 @@ public:
     /// parameters. Null, with an error, if there is no such parent, or the name is taken or none.
     NOD_Node *add(const std::string &path, std::shared_ptr<const NOD_Interface> description,
                   NOD_Report &report);
+    /// For nodes of the application's own classes, from now on: see NOD_NodeSeed.h.
+    void setNodeMaker(NOD_NodeMaker maker);
     ///@}
 
     // ------------------------------------------------------------------ //

@@ -44,41 +44,44 @@ struct ScriptContext : ZEL_ParmOwnerContext
 // ---------------------------------------------------------------------- //
 
 NOD_Node::NOD_Node(ZEL_Template *templates, const char *nodeType)
-    : NOD_Node(nullptr, "", {templates, nodeType, nodeType, nullptr})
-{}
-
-NOD_Node::Description NOD_Node::describe(std::shared_ptr<const NOD_Interface> interface)
+    : NOD_Node(NOD_NodeSeed(templates, nodeType))
 {
-    if (!interface) {
-        return {nullptr, nullptr, nullptr, nullptr};
-    }
-    return {interface->getTemplates(), interface->getSharedName().c_str(),
-            interface->getTypeName().c_str(), std::move(interface)};
+    begin();
 }
 
-NOD_Node::NOD_Node(NOD_Node *parent, const char *name, Description description)
-    : myParent(parent), myName(name)
+NOD_Node::NOD_Node(const NOD_NodeSeed &seed) : myParent(seed.myParent), myName(seed.myName)
 {
-    constexpr bool deleteChannels = false;
     myChannels.setPathResolver(this);
-    if (description.nodeType && *description.nodeType) {
-        myPresets = std::make_unique<ZEL_PresetInfo>(thePresetTable, description.nodeType);
+    if (!seed.myTypeName.empty()) {
+        myPresets = std::make_unique<ZEL_PresetInfo>(thePresetTable, seed.myTypeName.c_str());
     }
-    myParms = std::make_unique<ZEL_ParmList>(
-        description.templates ? description.templates : theNoTemplates, &myChannels, this,
-        myPresets.get(), KIT_StringRef(description.sharedName), deleteChannels);
-    keepDescription(std::move(description));
+    constexpr bool buildDefaults = true;
+    myParms = makeList(seed, buildDefaults);
+    keepSeed(seed);
     setParmList(myParms.get());
     myParms->setEventHandler(this, handleChange);
-    applyDefaultPreset();
-    myWatchedFlag = true;
 }
 
-void NOD_Node::keepDescription(Description description)
+std::unique_ptr<ZEL_ParmList> NOD_Node::makeList(const NOD_NodeSeed &seed, bool buildDefaults)
 {
-    myPlainTemplates = description.interface ? nullptr : description.templates;
-    myPlainType = description.interface || !description.nodeType ? "" : description.nodeType;
-    myInterface = std::move(description.interface);
+    constexpr bool deleteChannels = false;
+    const char *const sharedName = seed.mySharedName.empty() ? nullptr : seed.mySharedName.c_str();
+    return std::make_unique<ZEL_ParmList>(seed.myTemplates ? seed.myTemplates : theNoTemplates,
+                                          &myChannels, this, myPresets.get(),
+                                          KIT_StringRef(sharedName), deleteChannels, buildDefaults);
+}
+
+void NOD_Node::keepSeed(const NOD_NodeSeed &seed)
+{
+    myPlainTemplates = seed.myInterface ? nullptr : seed.myTemplates;
+    myPlainType = seed.myInterface ? "" : seed.myTypeName;
+    myInterface = seed.myInterface;
+}
+
+void NOD_Node::begin()
+{
+    applyDefaultPreset();
+    myWatchedFlag = true;
 }
 
 NOD_Node::~NOD_Node()
@@ -128,9 +131,8 @@ NOD_Node *NOD_Node::copyTo(NOD_Node &parent, const char *name)
 {
     // A type that is missing must not name the tables of one that comes later.
     const char *const type = myPlainTemplates ? myPlainType.c_str() : "";
-    NOD_Node *const copy =
-        parent.adopt(name, myInterface ? describe(myInterface)
-                                       : Description{myPlainTemplates, type, type, nullptr});
+    NOD_Node *const copy = parent.adopt(name, myInterface ? NOD_NodeSeed(myInterface)
+                                                          : NOD_NodeSeed(myPlainTemplates, type));
     if (copy) {
         copy->keepSections(myPlainType, myKeptSections);
         mySpares.copyTo(copy->mySpares, *copy->myParms);
@@ -151,14 +153,19 @@ std::unique_ptr<NOD_Node> NOD_Node::takeChild(const NOD_Node &child)
     return taken;
 }
 
-NOD_Node *NOD_Node::adopt(const char *name, Description description)
+NOD_Node *NOD_Node::adopt(const char *name, NOD_NodeSeed seed)
 {
     if (!name || !isValidName(name) || getChild(name)) {
         return nullptr;
     }
-    myChildren.emplace_back(new NOD_Node(this, name, std::move(description)));
+    seed.myParent = this;
+    seed.myName = name;
+    const NOD_NodeMaker &maker = getRoot()->myMaker;
+    std::unique_ptr<NOD_Node> made = maker ? maker(seed) : nullptr;
+    myChildren.push_back(made ? std::move(made) : std::make_unique<NOD_Node>(seed));
     NOD_Node *const child = myChildren.back().get();
     addName(*child);
+    child->begin();
     if (NOD_Graph *const graph = getWatcher()) {
         graph->nodeAppears(*child);
     }
@@ -167,12 +174,12 @@ NOD_Node *NOD_Node::adopt(const char *name, Description description)
 
 NOD_Node *NOD_Node::addChild(const char *name, ZEL_Template *templates, const char *nodeType)
 {
-    return adopt(name, {templates, nodeType, nodeType, nullptr});
+    return adopt(name, NOD_NodeSeed(templates, nodeType));
 }
 
 NOD_Node *NOD_Node::addChild(const char *name, std::shared_ptr<const NOD_Interface> description)
 {
-    return adopt(name, describe(std::move(description)));
+    return adopt(name, NOD_NodeSeed(std::move(description)));
 }
 
 void NOD_Node::addName(NOD_Node &child)
@@ -301,15 +308,15 @@ bool NOD_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmName
 
 void NOD_Node::renewParms(ZEL_Template *templates, const char *nodeType)
 {
-    renew({templates, nodeType, nodeType, nullptr});
+    renew(NOD_NodeSeed(templates, nodeType));
 }
 
 void NOD_Node::renewParms(std::shared_ptr<const NOD_Interface> description)
 {
-    renew(describe(std::move(description)));
+    renew(NOD_NodeSeed(std::move(description)));
 }
 
-void NOD_Node::renew(Description description)
+void NOD_Node::renew(const NOD_NodeSeed &seed)
 {
     // Defaults are applied later: what is taken over needs none, and they mustn't touch its channels.
     constexpr bool buildDefaults = false;
@@ -319,9 +326,7 @@ void NOD_Node::renew(Description description)
     if (NOD_Graph *const graph = getWatcher()) {
         graph->nodeLeaves(*this);
     }
-    auto fresh = std::make_unique<ZEL_ParmList>(
-        description.templates ? description.templates : theNoTemplates, &myChannels, this,
-        myPresets.get(), KIT_StringRef(description.sharedName), deleteChannels, buildDefaults);
+    std::unique_ptr<ZEL_ParmList> fresh = makeList(seed, buildDefaults);
     const NOD_SpareParms::Templates formerSpares = mySpares.moveTo(*fresh);
     fresh->adoptParmList(*myParms, forceCopy);
     fresh->updateFromOldTemplate(myParms.get());
@@ -332,7 +337,7 @@ void NOD_Node::renew(Description description)
     myParms->setEventHandler(this, handleChange);
     myParms->buildDelayedDefaults(deleteChannels);
     fresh.reset();
-    keepDescription(std::move(description));
+    keepSeed(seed);
     structureChanged();
 }
 

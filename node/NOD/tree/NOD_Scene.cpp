@@ -103,6 +103,11 @@ NOD_Node *NOD_Scene::add(const std::string &path, std::shared_ptr<const NOD_Inte
                : nullptr;
 }
 
+void NOD_Scene::setNodeMaker(NOD_NodeMaker maker)
+{
+    myRoot->setNodeMaker(std::move(maker));
+}
+
 // ---------------------------------------------------------------------- //
 // Changing the tree
 // ---------------------------------------------------------------------- //
