@@ -47,7 +47,9 @@ const ZEL_Instance *ZEL_ParmPlaces::originalAt(int index) const
     return parm ? parm->getInstance() : nullptr;
 }
 
-std::size_t ZEL_ParmPlaces::placeBytes(int index, const ZEL_Kind *&kind) const
+// Asked for each parameter when its block is opened and when it is made.
+inline __attribute__((always_inline)) std::size_t
+ZEL_ParmPlaces::placeBytes(int index, const ZEL_Kind *&kind) const
 {
     const ZEL_Instance *original = originalAt(index);
     if (myOriginals && !original) {

@@ -130,18 +130,21 @@ double ZEL_Float::constrainedRawValue(int index) const
     return validIndex(index) ? constrainedValue(storedValue(index)) : 0.0;
 }
 
-double ZEL_Float::evaluateChannel(ZEL_ParmList *list, TRK_Channel *channel, double time, int index,
-                                  int thread, bool &timeDependent) const
+inline __attribute__((always_inline)) double
+ZEL_Float::evaluateChannel(ZEL_ParmList *list, TRK_Channel *channel, double time, int index,
+                           int thread, bool &timeDependent) const
 {
     const TRK_Collection *collection = evaluationCollection(channel);
     const double value =
         collection ? collection->evaluate(channel, time, false, thread) : storedValue(index);
     timeDependent = list && (channel->getPendingFlag() || channel->isTimeDependent());
+    double &stored = values()[index];
     if (timeDependent) {
-        storeValue(index, value);
+        // Without comparing, as in storeValue().
+        BASstore(stored, value);
     } else {
         // Seldom another value: not written, its cache line stays with all threads that read it.
-        BASstoreIfDifferent(values()[index], value);
+        BASstoreIfDifferent(stored, value);
     }
     return value;
 }

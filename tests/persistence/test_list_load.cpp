@@ -15,6 +15,7 @@
 #include <set>
 #include <sstream>
 #include <tuple>
+#include <vector>
 
 namespace
 {
@@ -457,6 +458,35 @@ TEST(ListLoad, TheOwnerIsOfferedUnknownNames)
         owner.offered.clear();
         EXPECT_TRUE(p.load(streamOf(binary, {"f"}), binary));
         EXPECT_EQ(owner.offered, "") << "not asked when all is known";
+    }
+    // As a list saves them: in list order or not, with long names and such that begin alike.
+    const std::string longName(300, 'x');
+    const std::vector<std::vector<std::string>> orders = {
+        {"t", "f", "n", "foo", "on", "text"},
+        {longName, "foo", "size1", "fo", "f", longName + "y", "n", "t"},
+        {"n", "f", "standardfolder", "standardfold", "t", "standardfolder2"}};
+    for (const std::vector<std::string> &order : orders) {
+        std::vector<ZEL_Name> tokens;
+        for (const std::string &token : order) {
+            tokens.emplace_back(token.c_str(), "");
+        }
+        std::vector<ZEL_Template> each;
+        std::string unknown;
+        for (ZEL_Name &token : tokens) {
+            each.emplace_back(ZEL_FLT, 1, &token);
+            const bool known = StreamList().list.getParmPtr(token) != nullptr ||
+                               token.getTokenRef() == KIT_StringRef("size1");
+            unknown += known ? "" : (unknown.empty() ? "" : " ") + std::string(token.getToken());
+        }
+        each.emplace_back();
+        ZEL_ParmList source(each.data(), nullptr, nullptr, nullptr, "", false);
+        for (const bool binary : {false, true}) {
+            LoadOwner owner;
+            StreamList p(&owner);
+            EXPECT_TRUE(p.load(savedList(source, binary), binary));
+            EXPECT_EQ(owner.offered, unknown) << binary;
+            takeTexts();
+        }
     }
 }
 
