@@ -31,6 +31,12 @@ bool startsWith(std::string_view text, std::string_view start)
     return text.substr(0, start.size()) == start;
 }
 
+/// What the application describes itself stays its own.
+bool isOfApplication(const std::shared_ptr<const NOD_Interface> &interface)
+{
+    return interface && interface->getSource() == NOD_Interface::Source::TEMPLATES;
+}
+
 /// "KIND REST".
 std::string restOf(std::string_view name)
 {
@@ -180,7 +186,7 @@ std::shared_ptr<const NOD_Interface> NOD_TreeReader::readInterface(const std::st
     }
     if (!made) {
         keepInterface(section, path);
-    } else if (made->getTypeName() == key) {
+    } else if (made->getTypeName() == key && !isOfApplication(myScene.findInterface(key))) {
         myScene.addInterface(made);
     }
     return made;

@@ -96,7 +96,11 @@ NOD_Graph::~NOD_Graph()
 
 void NOD_Graph::nodeRemoved(NOD_Node &node)
 {
-    nodeLeaves(node);
+    try {
+        nodeLeaves(node);
+    } catch (const std::bad_alloc &) {
+        // The node is being destroyed all the same: what read it is told no more.
+    }
     myLost->forget(node);
     const auto pending = myPendingPlaces.find(&node);
     if (pending != myPendingPlaces.end()) {

@@ -13,7 +13,7 @@ NOD_NodeSeed::NOD_NodeSeed(std::shared_ptr<const NOD_Interface> interface)
 {
     if (myInterface) {
         myTemplates = myInterface->getTemplates();
-        mySharedName = myInterface->getSharedName().c_str();
+        mySharedName = myInterface->getSharedName().view(); // null without memory
         myTypeName = myInterface->getTypeName();
     }
 }
