@@ -513,11 +513,14 @@ void TRK_Channel::copyContents(const TRK_Channel &source)
     if (this == &source) {
         return;
     }
-    myTimes = source.myTimes;
-    mySegments = source.mySegments;
-    for (TRK_Segment &segment : mySegments) {
+    // Both or, without memory, neither.
+    std::vector<double> times = source.myTimes;
+    std::vector<TRK_Segment> segments = source.mySegments;
+    for (TRK_Segment &segment : segments) {
         segment.myChannel = this;
     }
+    myTimes.swap(times);
+    mySegments.swap(segments);
     myDefault = source.myDefault;
     setDefaultString(source.myDefaultString.c_str(), source.getDefaultLanguage());
     myPendingTime = source.myPendingTime;

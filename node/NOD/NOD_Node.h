@@ -41,6 +41,7 @@ class KIT_IStream;
 class KIT_StringArray;
 class NOD_Graph;
 class NOD_Interface;
+class NOD_UndoStack;
 class ZEL_Parm;
 class ZEL_Template;
 
@@ -102,6 +103,8 @@ public:
     bool loadChannels(KIT_IStream &is);
     /// The presets of the node's type; null for a node without one.
     ZEL_PresetInfo *getPresets() { return myPresets.get(); }
+    /// Sets what the preset of that name has; false if there is none, or it is malformed.
+    bool loadPreset(const std::string &name);
     /// Links each parameter to the channels of its names, as after channels were added or removed, or
     /// aliases set: dependencies are found anew.
     void linkChannels();
@@ -179,6 +182,8 @@ public:
     NOD_Graph *getGraph() { return getRoot()->myGraph; }
     /// What makes the nodes of the tree from now on: added, copied, loaded. Empty: plain ones.
     void setNodeMaker(NOD_NodeMaker maker) { getRoot()->myMaker = std::move(maker); }
+    /// What records the edits of the whole tree, null for none. The stack sets itself.
+    NOD_UndoStack *getUndo() { return getRoot()->myUndo; }
     /// Increases whenever parameters are added or removed: caches by parm index are then stale.
     std::uint32_t getStructureVersion() const { return myStructureVersion; }
     ///@}
@@ -233,6 +238,9 @@ public:
 
 private:
     friend class NOD_Scene;
+    friend class NOD_UndoStack;
+    friend class NOD_UndoStep;
+    friend struct NOD_NodeParts;
 
     NOD_Node *adopt(const char *name, NOD_NodeSeed seed);
     /// Another node with all that this one has, but for its children.
@@ -240,10 +248,23 @@ private:
     std::unique_ptr<NOD_Node> takeChild(const NOD_Node &child);
     std::unique_ptr<ZEL_ParmList> makeList(const NOD_NodeSeed &seed, bool buildDefaults);
     void renew(const NOD_NodeSeed &seed);
+    /// To what it was, by getInterface, getPlainTemplates and getTypeName.
+    void renewAs(const std::shared_ptr<const NOD_Interface> &interface, ZEL_Template *templates,
+                 const std::string &typeName);
     void keepSeed(const NOD_NodeSeed &seed);
     /// Once it is made and has its place.
     void begin();
     void structureChanged();
+    /// Out of its parent, with all below it; nothing depends on it any more.
+    std::unique_ptr<NOD_Node> leaveTree();
+    /// To a place among a parent's children, from its own parent or, if it has none, from its owner. Out
+    /// of memory changes nothing.
+    void enterTree(std::unique_ptr<NOD_Node> &owner, NOD_Node &parent, std::size_t place,
+                   const std::string &name);
+    /// The node and those below it were outside of the tree.
+    void comeBack();
+    /// Within the tree.
+    void changePlace(NOD_Node &parent, std::size_t place, const std::string &name);
     /// After a child came or got its name, and before it goes or loses it.
     void addName(NOD_Node &child);
     void removeName(const NOD_Node &child) { myChildrenByName.erase(child.myName); }
@@ -257,8 +278,9 @@ private:
     void appendPath(KIT_WorkBuffer &path) const;
 
     NOD_Node *myParent = nullptr;
-    NOD_Graph *myGraph = nullptr; ///< of the root only
-    NOD_NodeMaker myMaker;        ///< the same
+    NOD_Graph *myGraph = nullptr;    ///< of the root only
+    NOD_UndoStack *myUndo = nullptr; ///< the same
+    NOD_NodeMaker myMaker;           ///< the same
     std::string myName;
     std::map<std::string, std::string> myVariables;
     ChangeCallback myChangeCallback;

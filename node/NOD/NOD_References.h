@@ -46,9 +46,11 @@ public:
     /// References from and to nodes that were copied: those of a copy lead to the copies of their targets,
     /// where these were copied too. Copies by their originals.
     void copied(const std::unordered_map<NOD_Node *, NOD_Node *> &copies);
+    /// Called for each parameter that is about to be changed, and for some that stay as they are.
+    using Announce = std::function<void(NOD_Node &, ZEL_Parm &)>;
     /// Rewrites what leads elsewhere now, once the tree has changed. Returns the parameters that were
     /// changed.
-    std::vector<Change> rewrite();
+    std::vector<Change> rewrite(const Announce &announce = {});
 
 private:
     struct Reference
@@ -60,7 +62,8 @@ private:
 
     void take(NOD_Node &node);
     void takeParm(NOD_Node &node, ZEL_Parm &parm, Paths &paths);
-    static void rewriteNode(NOD_Node &node, const Paths &paths, std::vector<Change> &changes);
+    void rewriteNode(NOD_Node &node, const Paths &paths, const Announce &announce,
+                     std::vector<Change> &changes);
 
     Resolve myResolve;
     std::vector<NOD_Node *> myOrder; ///< of the nodes that have references

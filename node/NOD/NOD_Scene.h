@@ -27,6 +27,7 @@ class NOD_Node;
 class NOD_NodeSource;
 class NOD_References;
 class NOD_Report;
+class NOD_UndoStack;
 
 class NOD_API NOD_Scene
 {
@@ -67,7 +68,8 @@ public:
     /// A copy with its children, as the last child of `parent`. Copies refer to each other where their
     /// originals do, and to the originals' targets elsewhere.
     NOD_Node *copy(NOD_Node &node, NOD_Node &parent, const std::string &name, NOD_Report &report);
-    /// With all below it. How many references of other nodes are lost by it is a warning.
+    /// With all below it. How many references of other nodes are lost by it is a warning. While a step
+    /// can bring it back, it still exists, outside of the tree.
     bool remove(NOD_Node &node, NOD_Report &report);
     /// A scene as a new one is: without nodes, variables and what the root has, the time as at the start.
     /// Interfaces stay.
@@ -127,6 +129,8 @@ public:
     NOD_Graph &getGraph() { return *myGraph; }
     /// The enabled and visible states of all parameters.
     NOD_Conditions &getConditions() { return *myConditions; }
+    /// Each operation of the scene, its nodes and NOD_Edit is a step, or part of an open block.
+    NOD_UndoStack &getUndo() { return *myUndo; }
     ///@}
 
 private:
@@ -144,4 +148,5 @@ private:
     std::unique_ptr<NOD_Node> myRoot;
     std::unique_ptr<NOD_Graph> myGraph;
     std::unique_ptr<NOD_Conditions> myConditions;
+    std::unique_ptr<NOD_UndoStack> myUndo;
 };

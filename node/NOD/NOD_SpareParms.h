@@ -50,6 +50,11 @@ public:
     std::vector<const ZEL_Template *> getDescriptions() const { return present(); }
     /// False if no spare parameter of the set has the token.
     bool remove(ZEL_ParmList &list, const KIT_StringRef &token);
+    /// The descriptions of a set in order, null for none: a new object after each change.
+    using Set = std::shared_ptr<const std::vector<ZEL_Template>>;
+    Set getSet() const;
+    /// Makes one that this had the whole set again.
+    void setSet(ZEL_ParmList &list, const Set &descriptions);
     /// Keeps an owner of what templates borrow that were or will be given to this.
     void keep(std::shared_ptr<const void> owner);
     /// The same set for another node's list, which has none; shares what the templates borrow.
@@ -83,6 +88,7 @@ private:
     void addForLoad(const char *name, Descriptions &descriptions);
 
     Templates myTemplates;
+    mutable Set mySet; ///< null: not asked for since the last change
     std::map<std::string, std::string> myRenames;
     ZEL_Template *myKnown = nullptr;
     bool myKeepUnknownNames = false;

@@ -10,7 +10,11 @@
 #include <KIT/KIT_OByteStream.h>
 #include <KIT/KIT_Packet.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <NOD/NOD_Edit.h>
+#include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_Scene.h>
 #include <NOD/NOD_UndoStack.h>
 #include <STO/STO_Writer.h>
 #include <ZEL/ZEL_BatchParm.h>
@@ -220,7 +224,8 @@ struct RecordingAStep
     {
         node.getParms().setFloat(1.0, "t", 0, 0.0, false);
         {
-            const NOD_UndoStack::Step step(stack, "move");
+            NOD_Edit edit(stack, "move");
+            edit.change(node, "t");
             node.getParms().setFloat(2.0, "t", 0, 0.0, false);
         }
         return stack.undo() && stack.redo() && stack.undo();
@@ -230,6 +235,62 @@ struct RecordingAStep
     Block block;
     NOD_Node node;
     NOD_UndoStack stack;
+};
+
+/// Undo: a step of a scene with all kinds of changes.
+struct RecordingASceneStep
+{
+    RecordingASceneStep()
+    {
+        NOD_Report report;
+        const auto item =
+            NOD_Interface::fromText("{ name item parm { name v type float }\n"
+                                    "multiparm { name n default 1 parm { name w# type float } } }",
+                                    "item", report);
+        a = scene.add("/a", item, report);
+        b = scene.add("/b", item, report);
+    }
+    /// As at the start, whatever an earlier run has left.
+    void reset(NOD_Report &report)
+    {
+        scene.rename(*a, "a", report);
+        if (NOD_Node *const extra = scene.find("/extra")) {
+            scene.remove(*extra, report);
+        }
+        NOD_Edit edit(scene, "reset");
+        edit.removeChannel(*a, "v");
+        edit.set(*a, "v", 1);
+        edit.set(*a, "n", 1);
+        edit.set(*a, "w1", 0);
+        edit.removeChannel(*b, "v");
+        edit.expression(*b, "v", "ch('../a/v')");
+        a->removeSpareParm("spare");
+    }
+    bool run()
+    {
+        NOD_Report report;
+        reset(report);
+        {
+            NOD_Edit edit(scene, "all");
+            edit.key(*a, "v", 1.0, 2.0);
+            edit.insertItem(*a, "n", 0);
+            edit.set(*a, "w1", 3.0);
+            a->addSpareParm(spare);
+            scene.rename(*a, "renamed", report);
+            scene.copy(*b, scene.getRoot(), "extra", report);
+        }
+        NOD_UndoStack &undo = scene.getUndo();
+        return undo.undo() && undo.redo() && undo.undo();
+    }
+    std::string text(Texts texts)
+    {
+        return textOf(a->getParms(), texts) + textOf(b->getParms(), texts) + a->getName();
+    }
+
+    ZEL_Name name{"spare", "Spare"};
+    ZEL_Template spare{ZEL_FLT, 1, &name};
+    NOD_Scene scene;
+    NOD_Node *a, *b;
 };
 
 /// Dialog scripts: read, made templates of, and a list of those.
@@ -349,6 +410,7 @@ REFUSE_EACH(MovingItems)
 REFUSE_EACH(ReplacingSpares)
 REFUSE_EACH(UndoingAChange)
 REFUSE_EACH(RecordingAStep)
+REFUSE_EACH(RecordingASceneStep)
 REFUSE_EACH(BuildingAScript)
 REFUSE_EACH(MakingRecords)
 

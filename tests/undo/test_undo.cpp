@@ -4,6 +4,7 @@
 #include <persistence/StreamList.h>
 #include <undo/UndoNode.h>
 
+#include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Snapshots.h>
 #include <NOD/NOD_UndoStack.h>
 
@@ -326,11 +327,14 @@ struct Moment
 void expectMoment(const Moment &then, UndoNode &p, const char *what, int step)
 {
     EXPECT_EQ(difference(then.text, p.text()), "") << what << step;
-    EXPECT_EQ(p.channels(), then.channels) << what << step;
-    std::vector<std::string> a = linesOf(then.aliases), b = linesOf(p.aliases());
-    std::sort(a.begin(), a.end());
-    std::sort(b.begin(), b.end());
-    EXPECT_EQ(a, b) << what << step;
+    // Channels and aliases have no order.
+    for (const auto &[before, now] :
+         {std::pair(then.channels, p.channels()), std::pair(then.aliases, p.aliases())}) {
+        std::vector<std::string> a = linesOf(before), b = linesOf(now);
+        std::sort(a.begin(), a.end());
+        std::sort(b.begin(), b.end());
+        EXPECT_EQ(a, b) << what << step;
+    }
 }
 
 } // namespace
@@ -344,7 +348,8 @@ TEST(UndoStack, EveryStepIsTakenBackAndDoneAgain)
         std::vector<Moment> moments = {Moment(p)};
         for (int i = 0; i < theSteps; ++i) {
             undo.begin("edit");
-            p.edit(UNDO_EDIT_CHANNELS);
+            undo.change(p.node);
+            p.edit(UNDO_EDIT_CHANNELS | UNDO_EDIT_SPARES);
             if (undo.end()) {
                 moments.emplace_back(p);
             }
@@ -373,9 +378,11 @@ TEST(UndoStack, StepsNestAreBoundedAndEmptyOnesLeaveNoEntry)
     NOD_UndoStack undo(p.node, 3);
     EXPECT_FALSE(undo.end());
     for (int i = 1; i <= 5; ++i) {
-        const NOD_UndoStack::Step step(undo, std::to_string(i));
-        const NOD_UndoStack::Step inner(undo, "inner");
+        const NOD_Edit edit(undo, std::to_string(i));
+        NOD_Edit inner(undo, "inner");
+        inner.change(p.node, "t");
         p.set("t", i);
+        EXPECT_FALSE(inner.cancel()) << "within a block";
         EXPECT_FALSE(undo.undo()) << "within a step";
     }
     EXPECT_EQ(undo.getUndoCount(), 3u);
@@ -383,14 +390,16 @@ TEST(UndoStack, StepsNestAreBoundedAndEmptyOnesLeaveNoEntry)
     ASSERT_TRUE(undo.undo());
     EXPECT_EQ(undo.getRedoLabel(), "5");
     {
-        const NOD_UndoStack::Step step(undo, "nothing");
+        NOD_Edit edit(undo, "nothing");
+        edit.change(p.node, "tx");
         p.set("t", 4);
     }
     EXPECT_EQ(undo.getRedoCount(), 1u) << "still there after a step that changed nothing";
     EXPECT_EQ(undo.getUndoLabel(), "4");
     {
         // What an edit doesn't touch isn't restored.
-        const NOD_UndoStack::Step step(undo, "n");
+        NOD_Edit edit(undo, "n");
+        edit.change(p.node);
         p.set("n", 9);
     }
     EXPECT_EQ(undo.getRedoCount(), 0u);
@@ -411,7 +420,8 @@ TEST(UndoStack, TheOldestStepsAndSnapshotsGoWhereTheirBytesExceedTheLimit)
     NOD_Snapshots snapshots(theBytes);
     std::size_t dropped = 0;
     for (int i = 0; i < 1000; ++i) {
-        const NOD_UndoStack::Step step(undo, std::to_string(i));
+        NOD_Edit edit(undo, std::to_string(i));
+        edit.change(p.node);
         p.set("t", i + 1);
         dropped += snapshots.put(std::to_string(i), NOD_NodeState(p.node)).size();
         ASSERT_LE(undo.getMemoryUsage(), theBytes);
@@ -433,7 +443,8 @@ TEST(UndoStack, TheOldestStepsAndSnapshotsGoWhereTheirBytesExceedTheLimit)
     NOD_UndoStack tight(p.node, 1000, 1);
     NOD_Snapshots tightest(1);
     for (const char *name : {"a", "b", "b"}) {
-        const NOD_UndoStack::Step step(tight, name);
+        NOD_Edit edit(tight, name);
+        edit.change(p.node);
         p.set("t", -p.parms().evalFloat("t", 0, 0.0));
         tightest.put(name, NOD_NodeState(p.node));
     }
@@ -447,7 +458,8 @@ TEST(UndoStack, AnErrorThatNobodyHasReadIsNoneOfItsSteps)
     NOD_UndoStack undo(p.node, 3);
     KITaddError("ZEL", 15);
     {
-        const NOD_UndoStack::Step step(undo, "n");
+        NOD_Edit edit(undo, "n");
+        edit.change(p.node);
         p.set("n", 9);
     }
     ASSERT_TRUE(undo.undo());

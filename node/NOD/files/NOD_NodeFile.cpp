@@ -2,6 +2,7 @@
 
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Batch.h>
+#include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_References.h>
 #include <NOD/NOD_Report.h>
@@ -97,6 +98,7 @@ NOD_Node *loadBytes(NOD_Scene &scene, NOD_Node &parent, std::string bytes, const
         }
     }
     const ZEL_InputBudget budget(file.getLength());
+    const NOD_Edit edit(scene, "Load node");
     const NOD_Batch batch(scene);
     reader.readInterfaces();
     constexpr bool isPart = true;

@@ -5,6 +5,7 @@
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_Scene.h>
+#include <NOD/NOD_UndoStack.h>
 #include <NOD/files/NOD_FilesPrivate.h>
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
@@ -88,6 +89,7 @@ bool loadBytes(NOD_Scene &scene, std::string bytes, const std::string &name,
         return false;
     }
     const ZEL_InputBudget budget(file.getLength());
+    const NOD_UndoStack::Pause pause(scene.getUndo());
     const NOD_Batch batch(scene);
     scene.clear();
     readHead(scene, reader, *head);

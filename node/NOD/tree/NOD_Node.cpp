@@ -1,9 +1,11 @@
 #include <NOD/NOD_Node.h>
 
 #include <NOD/NOD_Batch.h>
+#include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_NodeState.h>
+#include <NOD/NOD_UndoStack.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
@@ -11,6 +13,7 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <LNK/LNK_MicroNode.h>
 #include <SNK/SNK_NodeSource.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Expression.h>
@@ -21,6 +24,7 @@
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
+#include <new>
 #include <ostream>
 #include <string_view>
 
@@ -116,6 +120,9 @@ const std::string &NOD_Node::getTypeName() const
 
 void NOD_Node::keepSections(const std::string &typeName, Sections sections)
 {
+    if (NOD_UndoStack *const undo = getUndo()) {
+        undo->textsChange(*this);
+    }
     if (!typeName.empty() && !myInterface && !myPlainTemplates) {
         myPlainType = typeName;
     }
@@ -143,6 +150,88 @@ NOD_Node *NOD_Node::copyTo(NOD_Node &parent, const char *name)
     return copy;
 }
 
+namespace
+{
+
+/// With its inputs and outputs, so that nothing outside of the tree is found from within.
+void unlink(ZEL_ParmList &list)
+{
+    KIT_Array<LNK_MicroNode *> nodes;
+    list.getParmMicroNodes(nodes);
+    for (LNK_MicroNode *node : nodes) {
+        KIT_Array<LNK_MicroNode *> outputs;
+        node->getOutputs(outputs);
+        for (LNK_MicroNode *output : outputs) {
+            output->removeInput(*node);
+        }
+        node->clearInputs();
+    }
+}
+
+template <class Call>
+void forEachBelow(NOD_Node &node, const Call &call)
+{
+    call(node);
+    for (const auto &child : node.getChildren()) {
+        forEachBelow(*child, call);
+    }
+}
+
+} // namespace
+
+std::unique_ptr<NOD_Node> NOD_Node::leaveTree()
+{
+    if (NOD_Graph *const graph = getWatcher()) {
+        forEachBelow(*this, [&](NOD_Node &node) {
+            graph->nodeRemoved(node);
+            unlink(*node.myParms);
+        });
+    }
+    std::unique_ptr<NOD_Node> taken = myParent->takeChild(*this);
+    myParent = nullptr;
+    return taken;
+}
+
+void NOD_Node::enterTree(std::unique_ptr<NOD_Node> &owner, NOD_Node &parent, std::size_t place,
+                         const std::string &name)
+{
+    std::string newName = name;
+    parent.myChildren.reserve(parent.myChildren.size() + 1);
+    // From here on nothing fails.
+    std::unique_ptr<NOD_Node> node = owner ? std::move(owner) : myParent->takeChild(*this);
+    const auto at =
+        parent.myChildren.begin() + std::ptrdiff_t(std::min(place, parent.myChildren.size()));
+    parent.myChildren.insert(at, std::move(node));
+    myParent = &parent;
+    myName.swap(newName);
+    try {
+        parent.addName(*this);
+    } catch (const std::bad_alloc &) {
+        parent.myChildrenByName.clear(); // only slower
+    }
+}
+
+void NOD_Node::comeBack()
+{
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->treeAppears(*this);
+    }
+}
+
+void NOD_Node::changePlace(NOD_Node &parent, std::size_t place, const std::string &name)
+{
+    NOD_Graph *const graph = getWatcher();
+    const NOD_Batch batch(graph);
+    if (graph) {
+        graph->treeLeaves(*this);
+    }
+    std::unique_ptr<NOD_Node> none;
+    enterTree(none, parent, place, std::string(name));
+    if (graph) {
+        graph->treeAppears(*this);
+    }
+}
+
 std::unique_ptr<NOD_Node> NOD_Node::takeChild(const NOD_Node &child)
 {
     const auto at = std::find_if(myChildren.begin(), myChildren.end(),
@@ -158,13 +247,22 @@ NOD_Node *NOD_Node::adopt(const char *name, NOD_NodeSeed seed)
     if (!name || !isValidName(name) || getChild(name)) {
         return nullptr;
     }
+    const NOD_Edit edit(*this, std::string("Add ") + name);
     seed.myParent = this;
     seed.myName = name;
     const NOD_NodeMaker &maker = getRoot()->myMaker;
     std::unique_ptr<NOD_Node> made = maker ? maker(seed) : nullptr;
-    myChildren.push_back(made ? std::move(made) : std::make_unique<NOD_Node>(seed));
-    NOD_Node *const child = myChildren.back().get();
-    addName(*child);
+    made = made ? std::move(made) : std::make_unique<NOD_Node>(seed);
+    NOD_Node *const child = made.get();
+    child->enterTree(made, *this, myChildren.size(), seed.myName);
+    try {
+        if (NOD_UndoStack *const undo = getUndo()) {
+            undo->nodeAdded(*child);
+        }
+    } catch (...) {
+        takeChild(*child);
+        throw;
+    }
     child->begin();
     if (NOD_Graph *const graph = getWatcher()) {
         graph->nodeAppears(*child);
@@ -244,9 +342,22 @@ NOD_Node *NOD_Node::findNode(const KIT_StringRef &path)
 
 bool NOD_Node::loadChannels(KIT_IStream &is)
 {
+    NOD_Edit edit(*this, "Load channels");
+    edit.change(*this);
     const bool loaded = myChannels.load(is);
     linkChannels();
     return loaded;
+}
+
+bool NOD_Node::loadPreset(const std::string &name)
+{
+    const int preset = myPresets ? myPresets->getPresetIndex(name.c_str()) : -1;
+    if (preset < 0) {
+        return false;
+    }
+    NOD_Edit edit(*this, "Load preset " + name);
+    edit.change(*this);
+    return myPresets->loadPresetFile(myParms.get(), myPresets->getPresetPath(preset));
 }
 
 void NOD_Node::linkChannels()
@@ -271,6 +382,8 @@ void NOD_Node::structureChanged()
 
 ZEL_Parm *NOD_Node::addSpareParm(const ZEL_Template &description)
 {
+    NOD_Edit edit(*this, std::string("Add parameter ") + description.getTokenRef().nonNullStr());
+    edit.change(*this);
     ZEL_Parm *const parm = mySpares.add(*myParms, description);
     if (parm) {
         structureChanged();
@@ -280,12 +393,16 @@ ZEL_Parm *NOD_Node::addSpareParm(const ZEL_Template &description)
 
 bool NOD_Node::removeSpareParm(const char *token)
 {
+    NOD_Edit edit(*this, std::string("Remove parameter ") + (token ? token : ""));
+    edit.change(*this);
     const NOD_Batch batch(*this);
     return mySpares.remove(*myParms, KIT_StringRef(token));
 }
 
 void NOD_Node::setSpareParms(const ZEL_Template *templates)
 {
+    NOD_Edit edit(*this, "Set spare parameters");
+    edit.change(*this);
     const NOD_Batch batch(*this);
     mySpares.set(*myParms, templates);
     structureChanged();
@@ -308,11 +425,15 @@ bool NOD_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmName
 
 void NOD_Node::renewParms(ZEL_Template *templates, const char *nodeType)
 {
+    NOD_Edit edit(*this, "Renew parameters");
+    edit.change(*this);
     renew(NOD_NodeSeed(templates, nodeType));
 }
 
 void NOD_Node::renewParms(std::shared_ptr<const NOD_Interface> description)
 {
+    NOD_Edit edit(*this, "Renew parameters");
+    edit.change(*this);
     renew(NOD_NodeSeed(std::move(description)));
 }
 
@@ -341,8 +462,21 @@ void NOD_Node::renew(const NOD_NodeSeed &seed)
     structureChanged();
 }
 
+void NOD_Node::renewAs(const std::shared_ptr<const NOD_Interface> &interface,
+                       ZEL_Template *templates, const std::string &typeName)
+{
+    // A type that is missing must not name the tables of one that comes later.
+    renew(interface ? NOD_NodeSeed(interface)
+                    : NOD_NodeSeed(templates, templates ? typeName.c_str() : ""));
+    myPlainType = interface ? "" : typeName;
+}
+
 void NOD_Node::setVariable(const std::string &name, const std::string &value)
 {
+    const NOD_Edit edit(*this, "Set variable " + name);
+    if (NOD_UndoStack *const undo = getUndo()) {
+        undo->textsChange(*this);
+    }
     myVariables[name] = value;
     if (NOD_Graph *const graph = getWatcher()) {
         graph->variableChanged(*this, name);
@@ -352,6 +486,11 @@ void NOD_Node::setVariable(const std::string &name, const std::string &value)
 void NOD_Node::handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex)
 {
     NOD_Node &node = *static_cast<NOD_Node *>(data);
+    const bool savedFlag = type == TRK_CHANGE_VALUE || type == TRK_CHANGE_LOCK;
+    NOD_UndoStack *const undo = savedFlag && node.myWatchedFlag ? node.getUndo() : nullptr;
+    if (undo) {
+        undo->parmChanged(node, parmIndex);
+    }
     if (node.myChangeCallback) {
         node.myChangeCallback(node, type, parmIndex);
     }

@@ -7,6 +7,7 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Batch.h>
+#include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Report.h>
@@ -495,6 +496,8 @@ void loadAliases(ZEL_ParmList &list, const std::string &text, NOD_Report &report
 
 void NOD_NodeSections::load(NOD_Node &node, NOD_Report &report) const
 {
+    NOD_Edit edit(node, "Load " + node.getName());
+    edit.change(node);
     const Loading loading;
     const NOD_Batch batch(node);
     node.clearVariables();

@@ -247,7 +247,7 @@ void NOD_References::copied(const std::unordered_map<NOD_Node *, NOD_Node *> &co
 // After
 // ---------------------------------------------------------------------- //
 
-std::vector<NOD_References::Change> NOD_References::rewrite()
+std::vector<NOD_References::Change> NOD_References::rewrite(const Announce &announce)
 {
     std::vector<Change> changes;
     for (NOD_Node *node : myOrder) {
@@ -256,13 +256,14 @@ std::vector<NOD_References::Change> NOD_References::rewrite()
         };
         const Paths &paths = myPaths[node];
         if (std::any_of(paths.begin(), paths.end(), leadsElsewhere)) {
-            rewriteNode(*node, paths, changes);
+            rewriteNode(*node, paths, announce, changes);
         }
     }
     return changes;
 }
 
-void NOD_References::rewriteNode(NOD_Node &node, const Paths &paths, std::vector<Change> &changes)
+void NOD_References::rewriteNode(NOD_Node &node, const Paths &paths, const Announce &announce,
+                                 std::vector<Change> &changes)
 {
     // A path also stands for those that begin with it, and one's new path may be another's old one: so
     // each becomes a text of its own first, the longest before the others.
@@ -283,7 +284,17 @@ void NOD_References::rewriteNode(NOD_Node &node, const Paths &paths, std::vector
     }
     for (int i = 0; i < node.getParms().getEntries(); ++i) {
         ZEL_Parm *const parm = node.getParms().getParmPtr(i);
-        if (parm && replaceInParm(*parm, renames)) {
+        Paths own;
+        if (parm) {
+            takeParm(node, *parm, own);
+        }
+        if (own.empty()) {
+            continue;
+        }
+        if (announce) {
+            announce(node, *parm);
+        }
+        if (replaceInParm(*parm, renames)) {
             changes.push_back({&node, i});
         }
     }

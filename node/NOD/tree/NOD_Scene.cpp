@@ -3,12 +3,15 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Conditions.h>
+#include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_NodeSource.h>
 #include <NOD/NOD_References.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_UndoStack.h>
+#include <NOD/undo/NOD_UndoStepPrivate.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -62,7 +65,9 @@ void appendTree(NOD_Node &node, std::vector<NOD_Node *> &nodes)
 
 NOD_Scene::NOD_Scene()
     : myRoot(std::make_unique<NOD_Node>()), myGraph(std::make_unique<NOD_Graph>(*myRoot)),
-      myConditions(std::make_unique<NOD_Conditions>(*myGraph))
+      myConditions(std::make_unique<NOD_Conditions>(*myGraph)),
+      myUndo(std::make_unique<NOD_UndoStack>(*myRoot, NOD_UndoStack::theUsualMost,
+                                             NOD_UndoStack::theUsualBytes, this))
 {
     if (!theCurrent.load()) {
         makeCurrent();
@@ -74,6 +79,7 @@ NOD_Scene::~NOD_Scene()
     NOD_Scene *self = this;
     theCurrent.compare_exchange_strong(self, nullptr);
     mySource.reset();
+    myUndo.reset();
     myConditions.reset();
     myGraph.reset();
 }
@@ -123,7 +129,8 @@ bool NOD_Scene::isChangeable(NOD_Node &node, NOD_Report &report) const
 
 void NOD_Scene::settle(NOD_References &references)
 {
-    for (const NOD_References::Change &change : references.rewrite()) {
+    const auto announce = [&](NOD_Node &node, ZEL_Parm &parm) { myUndo->change(node, parm); };
+    for (const NOD_References::Change &change : references.rewrite(announce)) {
         constexpr bool sendEvent = true;
         constexpr bool updateMulti = false;
         ZEL_Parm *const parm = change.node->getParms().getParmPtr(change.parmIndex);
@@ -136,13 +143,14 @@ bool NOD_Scene::rename(NOD_Node &node, const std::string &name, NOD_Report &repo
     if (!isChangeable(node, report) || !canName(*node.getParent(), &node, name, report)) {
         return false;
     }
+    if (name == node.getName()) {
+        return true;
+    }
+    const NOD_Edit edit(*this, "Rename " + node.getName() + " to " + name);
     const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
-    myGraph->treeLeaves(node);
-    node.getParent()->removeName(node);
-    node.myName = name;
-    node.getParent()->addName(node);
-    myGraph->treeAppears(node);
+    myUndo->nodeMoves(node, node.getParent(), name);
+    node.changePlace(*node.getParent(), NOD_TreePlace::of(node).place, name);
     settle(references);
     return true;
 }
@@ -158,14 +166,11 @@ bool NOD_Scene::move(NOD_Node &node, NOD_Node &parent, NOD_Report &report)
             return false;
         }
     }
+    const NOD_Edit edit(*this, "Move " + node.getName());
     const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
-    myGraph->treeLeaves(node);
-    parent.myChildren.reserve(parent.myChildren.size() + 1);
-    parent.myChildren.push_back(node.getParent()->takeChild(node));
-    parent.addName(node);
-    node.myParent = &parent;
-    myGraph->treeAppears(node);
+    myUndo->nodeMoves(node, &parent, node.getName());
+    node.changePlace(parent, parent.getChildren().size(), node.getName());
     settle(references);
     return true;
 }
@@ -176,6 +181,7 @@ NOD_Node *NOD_Scene::copy(NOD_Node &node, NOD_Node &parent, const std::string &n
     if (!isChangeable(node, report) || !canName(parent, nullptr, name, report)) {
         return nullptr;
     }
+    const NOD_Edit edit(*this, "Copy " + node.getName());
     const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
     // Those that are there now: the copy may become one of them.
@@ -199,17 +205,21 @@ bool NOD_Scene::remove(NOD_Node &node, NOD_Report &report)
     if (!isChangeable(node, report)) {
         return false;
     }
+    const NOD_Edit edit(*this, "Remove " + node.getName());
     const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
     if (const int lost = references.forget(node)) {
         report.warning(pathOf(node), std::to_string(lost) + " references of other nodes lead here");
     }
-    const std::unique_ptr<NOD_Node> removed = node.getParent()->takeChild(node);
+    myUndo->nodeMoves(node, nullptr, node.getName());
+    myUndo->nodeRemoved(node.leaveTree());
     return true;
 }
 
 void NOD_Scene::clear()
 {
+    const NOD_UndoStack::Pause pause(*myUndo);
+    const NOD_Batch batch(*this);
     TRK_Collection &channels = myRoot->getChannels();
     while (!myRoot->getChildren().empty()) {
         myRoot->takeChild(*myRoot->getChildren().back());
@@ -286,6 +296,8 @@ bool NOD_Scene::setFrameRate(double framesPerSecond)
     if (!(framesPerSecond > 0.0) || !std::isfinite(framesPerSecond)) {
         return false;
     }
+    const NOD_Edit edit(*this, "Set frame rate");
+    myUndo->settingsChange();
     myFrameRate = framesPerSecond;
     applyTime();
     return true;
@@ -296,6 +308,8 @@ bool NOD_Scene::setFrameRange(double first, double last)
     if (!std::isfinite(first) || !std::isfinite(last) || last < first) {
         return false;
     }
+    const NOD_Edit edit(*this, "Set frame range");
+    myUndo->settingsChange();
     myFirstFrame = first;
     myLastFrame = last;
     return true;

@@ -90,6 +90,7 @@ void NOD_SpareParms::rebuild(ZEL_ParmList &list, const Descriptions &description
     constexpr bool forceCopy = false;
     Templates fresh;
     fresh.push_back(copies(lastOfEach(descriptions)));
+    mySet.reset();
     myTemplates.reserve(myTemplates.size() + 1);
     try {
         list.updateSpareParmTemplates(fresh.front().get(), forceCopy);
@@ -111,9 +112,33 @@ void NOD_SpareParms::set(ZEL_ParmList &list, const ZEL_Template *templates)
     rebuild(list, descriptions);
 }
 
+NOD_SpareParms::Set NOD_SpareParms::getSet() const
+{
+    const Descriptions descriptions = mySet ? Descriptions() : present();
+    if (!descriptions.empty()) {
+        auto set = std::make_shared<std::vector<ZEL_Template>>(descriptions.size());
+        for (std::size_t i = 0; i < descriptions.size(); ++i) {
+            (*set)[i] = *descriptions[i];
+        }
+        mySet = std::move(set);
+    }
+    return mySet;
+}
+
+void NOD_SpareParms::setSet(ZEL_ParmList &list, const Set &descriptions)
+{
+    Descriptions wanted;
+    for (std::size_t i = 0; descriptions && i < descriptions->size(); ++i) {
+        wanted.push_back(&(*descriptions)[i]);
+    }
+    rebuild(list, wanted);
+    mySet = descriptions;
+}
+
 ZEL_Parm *NOD_SpareParms::add(ZEL_ParmList &list, const ZEL_Template &description)
 {
     myTemplates.push_back(copies({&description}));
+    mySet.reset();
     try {
         if (ZEL_Parm *parm = list.addSpareParm(myTemplates.back()[0])) {
             return parm;
@@ -157,6 +182,7 @@ void NOD_SpareParms::copyTo(NOD_SpareParms &other, ZEL_ParmList &list) const
     const Descriptions descriptions = present();
     if (!descriptions.empty()) {
         other.rebuild(list, descriptions);
+        other.mySet = getSet();
     }
 }
 
@@ -170,6 +196,7 @@ NOD_SpareParms::Templates NOD_SpareParms::moveTo(ZEL_ParmList &list)
     }
     Templates former;
     former.push_back(copies(descriptions));
+    mySet.reset();
     former.swap(myTemplates);
     for (ZEL_Template *at = myTemplates.front().get(); !at->isTerminator(); ++at) {
         std::unique_ptr<ZEL_Parm> parm(new ZEL_Parm(at, &list));

@@ -1,50 +1,189 @@
 #include <NOD/NOD_UndoStack.h>
 
+#include <KIT/KIT_WorkBuffer.h>
+#include <NOD/NOD_Batch.h>
+#include <NOD/NOD_Node.h>
+#include <NOD/undo/NOD_UndoStepPrivate.h>
+#include <TRK/TRK_EventManager.h>
+#include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_Multi.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+
 #include <new>
+#include <optional>
 #include <utility>
+
+/// While it lives, nothing is recorded. Ends with what callbacks have done to the tree.
+class NOD_UndoStack::Restoring
+{
+public:
+    explicit Restoring(NOD_UndoStack &stack) : myStack(stack), myBatch(std::in_place, stack.myRoot)
+    {
+        myStack.myRestoringFlag = true;
+    }
+    ~Restoring()
+    {
+        myBatch.reset(); // what it tells isn't recorded either
+        myStack.myRestoringFlag = false;
+        if (std::exchange(myStack.myLostFlag, false)) {
+            myStack.clear();
+        }
+        myStack.myRemoved.clear();
+    }
+    Restoring(const Restoring &) = delete;
+    Restoring &operator=(const Restoring &) = delete;
+
+    using Way = void (NOD_UndoStep::*)(NOD_UndoStep::Told &);
+    /// What changed before memory ran out is told, too: the next try doesn't find it changed.
+    void run(NOD_UndoStep &step, Way way)
+    {
+        try {
+            (step.*way)(myTold);
+        } catch (...) {
+            tell();
+            throw;
+        }
+    }
+    void tell() const
+    {
+        for (const auto &[node, changes] : myTold) {
+            NOD_NodeState::tell(*node, changes);
+        }
+    }
+
+private:
+    NOD_UndoStack &myStack;
+    std::optional<NOD_Batch> myBatch;
+    NOD_UndoStep::Told myTold;
+};
+
+namespace
+{
+
+/// Whether parameters may be in use that an undo would take away.
+bool isLibraryAtWork()
+{
+    return ZEL_Multi::KeepItems::isOpen() || TRK_Manager::isEvaluating() ||
+           TRK_EventManager::isDelivering();
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------- //
+// Life and limits
+// ---------------------------------------------------------------------- //
+
+NOD_UndoStack::NOD_UndoStack(NOD_Node &node, std::size_t most, std::int64_t mostBytes,
+                             NOD_Scene *scene)
+    : myRoot(*node.getRoot()), myScene(scene), myMost(most), myMostBytes(mostBytes)
+{
+    myRoot.myUndo = this;
+}
+
+NOD_UndoStack::~NOD_UndoStack()
+{
+    myRoot.myUndo = nullptr;
+}
+
+bool NOD_UndoStack::setLimits(std::size_t most, std::int64_t mostBytes)
+{
+    if (isInBlock() || myRestoringFlag) {
+        return false;
+    }
+    myMost = most;
+    myMostBytes = mostBytes;
+    if (myMost == 0) {
+        clear();
+    }
+    drop();
+    return true;
+}
+
+void NOD_UndoStack::drop()
+{
+    while (!myDone.empty() &&
+           (myDone.size() > myMost || (myBytes > myMostBytes && myDone.size() > 1))) {
+        myBytes -= myDone.front()->bytes;
+        myDone.pop_front();
+    }
+}
+
+/// What a step takes differs with the nodes that it has.
+void NOD_UndoStack::recount(NOD_UndoStep &step, std::int64_t former)
+{
+    step.bytes = step.getMemoryUsage();
+    myBytes += step.bytes - former;
+}
+
+void NOD_UndoStack::clear()
+{
+    if (myRestoringFlag) {
+        myLostFlag = true; // the step at work is one of them
+        return;
+    }
+    myDone.clear();
+    myUndone.clear();
+    myBytes = 0;
+}
+
+NOD_UndoStack::Pause::Pause(NOD_UndoStack &stack) : myStack(stack)
+{
+    ++myStack.myPauses;
+}
+
+NOD_UndoStack::Pause::~Pause()
+{
+    --myStack.myPauses;
+    myStack.clear();
+    if (myStack.myOpen) {
+        myStack.myOpen->forget();
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Blocks
+// ---------------------------------------------------------------------- //
 
 void NOD_UndoStack::begin(const std::string &label)
 {
+    if (myRestoringFlag || myMost == 0 || myPauses > 0) {
+        ++myIgnoredDepth;
+        return;
+    }
     if (myDepth == 0) {
-        myOpen.label = label;
-        myOpen.before = NOD_NodeState(myNode);
+        myOpen = std::make_unique<NOD_UndoStep>(myRoot, myScene, label);
     }
     ++myDepth;
 }
 
 bool NOD_UndoStack::end()
 {
+    if (myIgnoredDepth > 0) {
+        --myIgnoredDepth;
+        return false;
+    }
     if (myDepth == 0 || --myDepth > 0) {
         return false;
     }
-    Entry entry = std::exchange(myOpen, Entry());
-    entry.after = NOD_NodeState(myNode);
-    if (entry.before.isSame(entry.after)) {
-        return false;
+    std::unique_ptr<NOD_UndoStep> step = std::move(myOpen);
+    try {
+        if (!step->close()) {
+            return false;
+        }
+        myDone.push_back(std::move(step));
+    } catch (...) {
+        // The others don't know how to take this block back, nor who has its nodes.
+        clear();
+        throw;
     }
-    NOD_NodeState::keepDifference(entry.before, entry.after);
-    entry.bytes = std::int64_t(sizeof(entry) + entry.label.capacity()) +
-                  entry.before.getMemoryUsage() + entry.after.getMemoryUsage();
+    for (const auto &undone : myUndone) {
+        myBytes -= undone->bytes;
+    }
     myUndone.clear();
-    myDone.push_back(std::move(entry));
-    std::int64_t bytes = getMemoryUsage();
-    while (myDone.size() > myMost || (bytes > myMostBytes && myDone.size() > 1)) {
-        bytes -= myDone.front().bytes;
-        myDone.pop_front();
-    }
+    recount(*myDone.back(), 0);
+    drop();
     return true;
-}
-
-std::int64_t NOD_UndoStack::getMemoryUsage() const
-{
-    std::int64_t bytes = 0;
-    for (const Entry &entry : myDone) {
-        bytes += entry.bytes;
-    }
-    for (const Entry &entry : myUndone) {
-        bytes += entry.bytes;
-    }
-    return bytes;
 }
 
 void NOD_UndoStack::endOrForget() noexcept
@@ -52,30 +191,175 @@ void NOD_UndoStack::endOrForget() noexcept
     try {
         end();
     } catch (const std::bad_alloc &) {
-        // The other steps don't know how to take this edit back.
-        clear();
+        // All steps are forgotten.
     }
 }
 
-bool NOD_UndoStack::undo()
+bool NOD_UndoStack::cancel()
 {
-    if (myDepth > 0 || myDone.empty()) {
+    if (myRestoringFlag || myIgnoredDepth > 0 || myDepth != 1) {
         return false;
     }
+    Restoring restoring(*this);
+    restoring.run(*myOpen, &NOD_UndoStep::undo);
+    // From here on there is no block; the step owns what it has added.
+    const std::unique_ptr<NOD_UndoStep> step = std::move(myOpen);
+    myDepth = 0;
+    restoring.tell();
+    return true;
+}
+
+void NOD_UndoStack::change(NOD_Node &node)
+{
+    NOD_NodeState *const state = isRecording() ? myOpen->stateOf(node) : nullptr;
+    if (state) {
+        state->addWhole(node);
+    }
+}
+
+void NOD_UndoStack::change(NOD_Node &node, ZEL_Parm &parm)
+{
+    NOD_NodeState *const state = isRecording() ? myOpen->stateOf(node) : nullptr;
+    if (state) {
+        state->add(node, parm);
+    }
+}
+
+bool NOD_UndoStack::change(NOD_Node &node, std::string_view name)
+{
+    const std::string text(name);
+    const KIT_StringRef token(text.c_str());
+    ZEL_Parm *parm = node.getParms().getParmPtr(token);
+    parm = parm ? parm : node.getParms().getParmPtrFromChannel(token, nullptr);
+    if (parm) {
+        change(node, *parm);
+    }
+    return parm != nullptr;
+}
+
+// ---------------------------------------------------------------------- //
+// What the tree announces
+// ---------------------------------------------------------------------- //
+
+void NOD_UndoStack::nodeAdded(NOD_Node &node)
+{
+    if (myRestoringFlag) {
+        myLostFlag = true;
+    } else if (isRecording()) {
+        myOpen->addNode(node);
+    }
+}
+
+void NOD_UndoStack::nodeMoves(NOD_Node &node, NOD_Node *parent, const std::string &name)
+{
+    if (myRestoringFlag) {
+        myLostFlag = true;
+        myRemoved.reserve(myRemoved.size() + 1);
+    } else if (isRecording()) {
+        NOD_TreePlace to;
+        to.parent = parent;
+        to.name = name;
+        if (parent == node.getParent() && parent && name != node.getName()) {
+            to.place = NOD_TreePlace::of(node).place; // renamed
+        } else if (parent) {
+            to.place = parent->getChildren().size() - (parent == node.getParent() ? 1 : 0);
+        }
+        myOpen->moveNode(node, std::move(to));
+    }
+}
+
+void NOD_UndoStack::nodeRemoved(std::unique_ptr<NOD_Node> node)
+{
+    if (myRestoringFlag) {
+        // It may have changes that are still to be told.
+        myRemoved.push_back(std::move(node));
+    } else if (isRecording()) {
+        myOpen->own(std::move(node));
+    }
+}
+
+void NOD_UndoStack::textsChange(NOD_Node &node)
+{
+    NOD_NodeState *const state = isRecording() ? myOpen->stateOf(node) : nullptr;
+    if (state) {
+        state->addTexts(node);
+    }
+}
+
+void NOD_UndoStack::settingsChange()
+{
+    if (isRecording()) {
+        myOpen->takeSettings();
+    }
+}
+
+void NOD_UndoStack::parmChanged(NOD_Node &node, int parmIndex)
+{
+    if (myRestoringFlag || myMost == 0 || myPauses > 0) {
+        return;
+    }
+    const ZEL_Parm *const parm = node.getParms().getParmPtr(parmIndex);
+    if (myOpen) {
+        const NOD_NodeState *const state = myOpen->findState(node);
+        if (myOpen->isFresh(node) || (state && (parm ? state->covers(*parm) : state->isWhole()))) {
+            return;
+        }
+    }
+    ++myUnannouncedCount;
+    KIT_WorkBuffer path;
+    myLastUnannounced = node.getFullPath(path);
+    myLastUnannounced += myLastUnannounced == "/" ? "" : "/";
+    myLastUnannounced += parm ? parm->getToken() : "";
+}
+
+void NOD_UndoStack::resetUnannounced()
+{
+    myUnannouncedCount = 0;
+    myLastUnannounced.clear();
+}
+
+// ---------------------------------------------------------------------- //
+// Steps
+// ---------------------------------------------------------------------- //
+
+bool NOD_UndoStack::undo()
+{
+    if (isInBlock() || myRestoringFlag || myDone.empty() || isLibraryAtWork()) {
+        return false;
+    }
+    myUndone.reserve(myUndone.size() + 1);
     // A step that can't be taken back stays where it is.
-    myDone.back().before.restore(myNode);
+    NOD_UndoStep &step = *myDone.back();
+    Restoring restoring(*this);
+    restoring.run(step, &NOD_UndoStep::undo);
+    recount(step, step.bytes);
     myUndone.push_back(std::move(myDone.back()));
     myDone.pop_back();
+    restoring.tell();
     return true;
 }
 
 bool NOD_UndoStack::redo()
 {
-    if (myDepth > 0 || myUndone.empty()) {
+    if (isInBlock() || myRestoringFlag || myUndone.empty() || isLibraryAtWork()) {
         return false;
     }
-    myUndone.back().after.restore(myNode);
+    NOD_UndoStep &step = *myUndone.back();
+    Restoring restoring(*this);
+    restoring.run(step, &NOD_UndoStep::redo);
+    recount(step, step.bytes);
     myDone.push_back(std::move(myUndone.back()));
     myUndone.pop_back();
+    restoring.tell();
     return true;
+}
+
+std::string NOD_UndoStack::getUndoLabel(std::size_t later) const
+{
+    return later < myDone.size() ? myDone[myDone.size() - 1 - later]->getLabel() : "";
+}
+
+std::string NOD_UndoStack::getRedoLabel(std::size_t later) const
+{
+    return later < myUndone.size() ? myUndone[myUndone.size() - 1 - later]->getLabel() : "";
 }

@@ -94,9 +94,11 @@ void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &w
     // Saves and loads stop at an error, so earlier ones that aren't printed yet are set aside.
     KIT_ErrorManager::Scope scope(BASgetSTID());
     {
-        std::optional<NOD_UndoStack::Step> step;
+        std::optional<NOD_Edit> step;
         if ((command.flags & ZELT_SHELL_EDITS) != 0) {
+            // What a command edits is known when it has.
             step.emplace(myUndo, std::string(line));
+            step->change(getNode());
         }
         callAndTell(command, words);
     }

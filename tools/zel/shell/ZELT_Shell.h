@@ -17,6 +17,7 @@
 #include "ZELT_Script.h"
 #include "ZELT_Session.h"
 
+#include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Snapshots.h>
 #include <NOD/NOD_UndoStack.h>

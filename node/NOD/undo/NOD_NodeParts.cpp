@@ -1,0 +1,145 @@
+#include <NOD/undo/NOD_NodePartsPrivate.h>
+
+#include <NOD/NOD_Batch.h>
+#include <NOD/NOD_Graph.h>
+#include <NOD/NOD_Node.h>
+#include <NOD/undo/NOD_ParmMemoryPrivate.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <unordered_set>
+#include <vector>
+
+namespace
+{
+
+/// Those that no parameter is linked to, in the order of the collection.
+std::vector<TRK_Channel *> unlinked(NOD_Node &node)
+{
+    std::unordered_set<const TRK_Channel *> linked;
+    const ZEL_ParmList &list = node.getParms();
+    for (int i = 0; i < list.getEntries(); ++i) {
+        const ZEL_Parm *const parm = list.getParmPtr(i);
+        for (int k = 0; parm && k < parm->getVectorSize(); ++k) {
+            linked.insert(parm->getChannel(k));
+        }
+    }
+    std::vector<TRK_Channel *> others;
+    for (int i = 0; i < node.getChannels().entries(); ++i) {
+        TRK_Channel *const channel = node.getChannels().getChannel(i);
+        if (linked.count(channel) == 0) {
+            others.push_back(channel);
+        }
+    }
+    return others;
+}
+
+} // namespace
+
+NOD_NodeParts::Structure NOD_NodeParts::structure(const NOD_Node &node)
+{
+    return std::make_shared<StructureParts>(StructureParts{
+        node.myInterface, node.myPlainTemplates, node.myPlainType, node.mySpares.getSet()});
+}
+
+NOD_NodeParts::Texts NOD_NodeParts::texts(const NOD_Node &node)
+{
+    return std::make_shared<TextParts>(TextParts{node.myVariables, node.myKeptSections});
+}
+
+NOD_NodeParts::OtherChannels NOD_NodeParts::otherChannels(NOD_Node &node)
+{
+    auto others = std::make_shared<TRK_Collection>();
+    others->setExprLanguage(node.myChannels.getExprLanguage());
+    for (const TRK_Channel *channel : unlinked(node)) {
+        TRK_Channel *const copy = others->addChannel(channel->getName());
+        NODcopyChannel(*channel, *copy);
+        others->setChannelAlias(copy, channel->getAlias());
+    }
+    return others;
+}
+
+void NOD_NodeParts::restore(NOD_Node &node, const StructureParts &structure)
+{
+    if (node.myInterface != structure.interface ||
+        node.myPlainTemplates != structure.plainTemplates) {
+        node.renewAs(structure.interface, structure.plainTemplates, structure.plainType);
+    }
+    if (node.mySpares.getSet() != structure.spares) {
+        const NOD_Batch batch(node);
+        node.mySpares.setSet(*node.myParms, structure.spares);
+        node.structureChanged();
+    }
+}
+
+void NOD_NodeParts::restore(NOD_Node &node, const Texts &texts)
+{
+    using Values = std::map<std::string, std::string>;
+    Values values = texts->variables;
+    NOD_Node::Sections kept = texts->kept;
+    node.myVariables.swap(values);
+    node.myKeptSections.swap(kept);
+    NOD_Graph *const graph = node.getGraph();
+    const auto tellOthers = [&](const Values &some, const Values &others) {
+        for (const auto &[name, value] : some) {
+            const auto other = others.find(name);
+            if (graph && (other == others.end() || other->second != value)) {
+                graph->variableChanged(node, name);
+            }
+        }
+    };
+    tellOthers(values, texts->variables);
+    tellOthers(texts->variables, values);
+}
+
+void NOD_NodeParts::restore(NOD_Node &node, const OtherChannels &channels)
+{
+    TRK_Collection &collection = node.myChannels;
+    collection.setExprLanguage(channels->getExprLanguage());
+    for (TRK_Channel *channel : unlinked(node)) {
+        if (!channels->getChannel(channel->getName())) {
+            collection.deleteChannel(channel);
+        }
+    }
+    for (int i = 0; i < channels->entries(); ++i) {
+        const TRK_Channel &kept = *channels->getChannel(i);
+        if (TRK_Channel *const channel = collection.addChannel(kept.getName())) {
+            NODcopyChannel(kept, *channel);
+            collection.setChannelAlias(channel, kept.getAlias());
+        }
+    }
+    if (NOD_Graph *const graph = node.getGraph()) {
+        graph->channelsChanged(node);
+    }
+}
+
+bool NOD_NodeParts::isSame(const OtherChannels &a, const OtherChannels &b)
+{
+    return a && b ? a->getExprLanguage() == b->getExprLanguage() && NODhasSameChannels(*a, *b)
+                  : a == b;
+}
+
+std::int64_t NOD_NodeParts::getMemoryUsage(const Structure &structure, const Texts &texts,
+                                           const OtherChannels &channels)
+{
+    std::int64_t bytes = channels ? channels->getMemoryUsage(true) : 0;
+    if (structure) {
+        bytes += std::int64_t(sizeof(*structure) + structure->plainType.capacity());
+        bytes +=
+            structure->spares ? std::int64_t(structure->spares->size() * sizeof(ZEL_Template)) : 0;
+    }
+    constexpr std::size_t link = 4 * sizeof(void *);
+    const auto add = [&](const std::string &name, const std::string &text) {
+        bytes +=
+            std::int64_t(sizeof(name) + sizeof(text) + name.capacity() + text.capacity() + link);
+    };
+    if (texts) {
+        for (const auto &[name, value] : texts->variables) {
+            add(name, value);
+        }
+        for (const auto &[name, text] : texts->kept) {
+            add(name, text);
+        }
+    }
+    return bytes;
+}
