@@ -1,9 +1,12 @@
 #include <NOD/NOD_Interface.h>
 
+#include <BAS/BAS_Thread.h>
 #include <DS/DS_Stream.h>
+#include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_Report.h>
+#include <TOK/TOK_TokenStream.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ScriptImports.h>
 #include <ZEL/ZEL_ScriptPage.h>
@@ -21,6 +24,18 @@ namespace
 {
 
 ZEL_Template theNoTemplates[] = {ZEL_Template()};
+
+/// Whether the first word is a brace, behind comments and lines of the preprocessor.
+bool isWholeScript(std::string_view text)
+{
+    static const char *const theNoIncludes[] = {"-x", nullptr};
+    const KIT_ErrorManager::Scope quiet(BASgetSTID());
+    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+    TOK_TokenStream tokens(is, nullptr);
+    tokens.setCPPOptions(theNoIncludes);
+    KIT_String first;
+    return tokens.getToken(first) && first == "{";
+}
 
 /// Gives a report what the script's reader and its preprocessor say.
 class ScriptStream : public DS_Stream
@@ -204,10 +219,9 @@ std::shared_ptr<const NOD_Interface> NOD_Interface::fromText(std::string_view te
                                                              const std::string &name,
                                                              NOD_Report &report, Includes includes)
 {
-    const std::size_t start = text.find_first_not_of(" \t\r\n");
-    const bool wholeFlag = start != std::string_view::npos && text[start] == '{';
-    const std::string whole =
-        wholeFlag ? std::string(text) : "{ name \"" + name + "\"\n" + std::string(text) + "\n}";
+    const std::string whole = isWholeScript(text)
+                                  ? std::string(text)
+                                  : "{ name \"" + name + "\"\n" + std::string(text) + "\n}";
     KIT_IStream is(whole.data(), whole.size(), KIT_IStream::TEXT);
     std::shared_ptr<NOD_Interface> made(new NOD_Interface(Source::SCRIPT_TEXT, name));
     return made->read(is, report, includes) ? made : nullptr;
