@@ -137,6 +137,7 @@ private:
     double defaultFloat(int index) const;
     void storeValue(int index, double value) const;
     void applyDefault(int index, bool allowChannel);
+    bool copyNumberDefaults();
     void setChannelValue(const ChannelSet &set, double value);
     void keyWholeTuple(double time, int index);
 

@@ -374,6 +374,8 @@ public:
     void setDirtyFlags(int index);
     /// If none of the range's send-extra bits is set, sets them and raises the list's count.
     void setSendExtra(int index);
+    /// Clears these bits and takes their number off the list's count, as `propagateDirty` does.
+    void clearSendExtra();
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -629,8 +631,8 @@ protected:
         const Rare *record = rare();
         return !record || (record->locks == 0 && !record->colors && getChannelCount() == 0);
     }
-    /// Whether a component has, or had, a channel: a load then looks at each.
-    bool hasSlots() const { return rare() && rare()->channels; }
+    /// Whether a component has a channel: a load then looks at each.
+    bool hasChannels() const { return rare() && rare()->channels && getChannelCount() > 0; }
     /// False for an unknown id or a failed read.
     bool loadBinaryOption(KIT_IStream &is, short id);
 
@@ -738,7 +740,6 @@ private:
     void putAutoSelect(std::uint32_t field);
     void destroyMicroNodes();
     void leavePropagations();
-    void clearSendExtra();
     void adoptOptions(const ZEL_Instance &source);
     void adoptChannels(ZEL_Instance &source);
     void adoptMicroNodes(ZEL_Instance &source);

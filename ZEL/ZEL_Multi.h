@@ -274,7 +274,7 @@ private:
     std::vector<std::uint32_t> myDefaultStringEnd;
     std::unique_ptr<KIT_ValArray<int>> myInstanceIndex;
     bool myBusy = false;
-    int myLeavingEnd = 0; // where items that leave after a load end; 0 without
+    int myLeavingEnd = 0;                   // where items that leave after a load end; 0 without
     mutable std::int64_t myItemBytes = 0;   // 0 until it is estimated
     mutable std::int64_t myItemsOfItem = 0; // itself and those that it can't be without
     mutable bool myPassed = false;          // for ZEL_ParmList::doAllChildrenFollow

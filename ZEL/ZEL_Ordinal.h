@@ -163,6 +163,7 @@ private:
     std::int64_t defaultInteger(const ZEL_Default &record) const;
     std::int64_t defaultInteger(const ZEL_Default &record, Choices &choices) const;
     void applyDefault(int index, bool allowChannel);
+    bool copyNumberDefaults();
 
     // Streams and commands
     std::int64_t valueToSave(int index, Choices &choices) const;

@@ -554,6 +554,7 @@ private:
     ZEL_PresetInfo *myPresetInfo;
     EventHandler myEventHandler = nullptr;
     void *myEventData = nullptr;
+    ZEL_ParmPlaces *myItemPlaces = nullptr; // of the items that are being made
     int myNumSendExtra = 0;
     bool myTimeDependent = false;
     bool myCookTimeDependent = false;

@@ -166,6 +166,11 @@ protected:
     TRK_ExprLanguage defaultLanguage(const ZEL_Default &record) const;
     /// Whether the channel consists of the factory default's expression and nothing else.
     bool hasFactoryExpression(int index) const;
+    /// What `revertToDefaults` does where all defaults are numbers without texts: `store(index, record)`
+    /// for each component, with null where there is no default. False, with nothing done, where one
+    /// isn't, or where a default was overridden, or there is rare state.
+    template <class Store>
+    bool copyNumberDefaults(const Store &store);
     /// The frame of `revertToDefaults`: `apply(index)` for each component.
     template <class Apply>
     void revertComponents(bool deleteChannels, const Apply &apply);

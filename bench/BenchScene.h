@@ -161,16 +161,21 @@ inline std::vector<ZEL_Template> makeTemplates(Lists lists)
     return made;
 }
 
-inline ListVector makeLists(Lists lists, int count)
+inline std::unique_ptr<ZEL_ParmList> makeList(Lists lists, ZEL_ParmOwner *owner = nullptr)
 {
     static std::vector<ZEL_Template> theTemplates[] = {makeTemplates(Lists::FLOAT),
                                                        makeTemplates(Lists::MIXED)};
+    const char *const typeName = lists == Lists::FLOAT ? "bench_float" : "bench_mixed";
+    return std::make_unique<ZEL_ParmList>(theTemplates[int(lists)].data(), nullptr, owner, nullptr,
+                                          typeName, false);
+}
+
+inline ListVector makeLists(Lists lists, int count)
+{
     ListVector made;
     made.reserve(std::size_t(count));
-    const char *const typeName = lists == Lists::FLOAT ? "bench_float" : "bench_mixed";
     for (int l = 0; l < count; ++l) {
-        made.push_back(std::make_unique<ZEL_ParmList>(theTemplates[int(lists)].data(), nullptr,
-                                                      nullptr, nullptr, typeName, false));
+        made.push_back(makeList(lists));
     }
     return made;
 }

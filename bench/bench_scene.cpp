@@ -8,6 +8,9 @@
 //   memory/spare, memory/copied
 //                   the same of lists whose parameters are all spare, or that are copies of another one,
 //                   beside lists of the templates
+//   FORM/load_owned/plain
+//                   load into lists with an owner, which is asked about names that a list doesn't have,
+//                   beside lists without
 //   FORM/save, /load, /make_load
 //                   save; load into lists that stand; load with making them. Beside lists that stand, the
 //                   messages of protobuf get their memory from an arena
@@ -17,6 +20,7 @@
 // have two decimals. Every value loaded is compared with what was set, and sums of what is read.
 
 #include "BenchBeside.h"
+#include "BenchOwner.h"
 #include "BenchScene.h"
 #ifdef ZEL_BENCH_RAPIDJSON
 #include "BenchSceneRapid.h"
@@ -415,6 +419,39 @@ void load(benchmark::State &state, Form form, Target target)
         });
 }
 
+struct OwnedLists
+{
+    explicit OwnedLists(int size) : owners(std::size_t(size))
+    {
+        for (BenchOwner &owner : owners) {
+            lists.push_back(makeList(Lists::MIXED, &owner));
+        }
+    }
+
+    std::vector<BenchOwner> owners;
+    ListVector lists;
+};
+
+void loadOwned(benchmark::State &state, Form form)
+{
+    const int size = sizeOf(state);
+    const double steps = double(size) * theParms;
+    ListScene &scene = rig<ListScene>(state);
+    OwnedLists &owned = rig<OwnedLists>(state);
+    const auto loadInto = [&](const ListVector &lists) {
+        loadAll(lists, form, scene.saved[int(form)][1 - scene.held]);
+    };
+    benchBeside(
+        state, steps, steps, [&] { loadInto(owned.lists); }, [&] { loadInto(scene.lists); },
+        [&] {
+            scene.held = 1 - scene.held;
+            for (const ListVector *lists : {&owned.lists, &scene.lists}) {
+                requireAll(scene.held, size, "a value loaded differs",
+                           [&](int l, int p) { return getValue(*(*lists)[std::size_t(l)], p); });
+            }
+        });
+}
+
 template <class WORK>
 auto *add(const std::string &name, int size, const WORK &work)
 {
@@ -454,6 +491,8 @@ void addRows(int size)
 #ifdef ZEL_BENCH_PROTOBUF
     addStreams<Proto>("binary", Form::BINARY, "protobuf", size);
 #endif
+    add("text/load_owned/plain", size, [](auto &state) { loadOwned(state, Form::TEXT); });
+    add("binary/load_owned/plain", size, [](auto &state) { loadOwned(state, Form::BINARY); });
     add("binary/save/cbor", size, [](auto &state) { save<Cbor>(state, Form::BINARY); });
 }
 

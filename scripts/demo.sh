@@ -41,6 +41,12 @@ shown convert examples/light.ds "$streams/light.bparms" "$streams/light.parms" -
 shown diff examples/light.ds examples/light.parms "$streams/light.parms" && say "(no difference)"
 shown diff examples/light.ds examples/light.parms examples/light_night.parms || true
 
+headline "zel scene: a scene file, what it holds, and to binary"
+sed -n 1,40p examples/studio.scene
+shown scene examples/studio.scene
+shown scene examples/studio.scene --convert "$streams/studio.bscene" --binary
+wc -c examples/studio.scene "$streams/studio.bscene"
+
 headline "zel rewrite: a script as the library writes it"
 shown rewrite examples/ramps.ds | sed -n 1,20p
 

@@ -98,6 +98,21 @@ struct ZEL_ValueFrames
             }
         });
     }
+    /// What saveAscii() writes of a parameter without options, composed in one piece: `put(at)` writes
+    /// the values, at most so many bytes, and returns their end.
+    template <class Put>
+    static void savePlainAscii(KIT_ByteBuffer &out, std::size_t most, const Put &put)
+    {
+        if (char *at = out.room(thePlainOpening.size() + most + thePlainClosing.size())) {
+            at = put(putText(at, thePlainOpening));
+            out.setEnd(putText(at, thePlainClosing));
+        }
+    }
+    /// Copies a text and returns its end.
+    __attribute__((always_inline)) static char *putText(char *at, std::string_view text)
+    {
+        return static_cast<char *>(std::memcpy(at, text.data(), text.size())) + text.size();
+    }
     /// Options, `writePacket(packet, index)` for each component, the closing packet. All are short
     /// where a list's series is composed.
     template <class WritePacket>
@@ -140,8 +155,19 @@ struct ZEL_ValueFrames
     ///@{
     /// What this library writes before and after the values of a parameter without options: takes it
     /// off. False, with nothing taken off, for anything else.
-    static bool takePlainOpening(std::string_view &rest) { return take(rest, thePlainOpening); }
-    static bool takePlainClosing(std::string_view &rest) { return take(rest, thePlainClosing); }
+    static bool takePlainOpening(std::string_view &rest)
+    {
+        const bool found = begins(rest, thePlainOpening);
+        rest.remove_prefix(found ? thePlainOpening.size() : 0);
+        return found;
+    }
+    static bool takePlainClosing(std::string_view &rest)
+    {
+        // The end of the line stays, as it does after any other entry.
+        const bool found = begins(rest, thePlainClosing);
+        rest.remove_prefix(found ? thePlainClosing.size() - 1 : 0);
+        return found;
+    }
     static constexpr std::string_view thePlainOpening = "\t[ 0\tlocks=0 ]\t(";
     static constexpr std::string_view thePlainClosing = "\t)\n";
     /// The tokens before the values: an option block if there is one, and "(". False with code 9
@@ -173,12 +199,10 @@ struct ZEL_ValueFrames
 
 private:
     /// Inlined, so that the length is known where the bytes are compared.
-    __attribute__((always_inline)) static bool take(std::string_view &rest, std::string_view text)
+    __attribute__((always_inline)) static bool begins(std::string_view rest, std::string_view text)
     {
-        const bool found =
-            rest.size() >= text.size() && std::memcmp(rest.data(), text.data(), text.size()) == 0;
-        rest.remove_prefix(found ? text.size() : 0);
-        return found;
+        return rest.size() >= text.size() &&
+               std::memcmp(rest.data(), text.data(), text.size()) == 0;
     }
     static void revertMissing(ZEL_Instance &instance, int numRead, const ZEL_LoadRules &rules);
     static bool reportCut(const char *token);

@@ -216,6 +216,16 @@ const ZEL_Kind &ZEL_Kind::find(const ZEL_Type &type)
     return *row;
 }
 
+bool ZEL_Kind::copyNumberDefaults(ZEL_Instance &instance)
+{
+    // An application may derive its own class, and revert otherwise.
+    const std::type_info &type = typeid(instance);
+    if (type == typeid(ZEL_Float)) {
+        return static_cast<ZEL_Float &>(instance).copyNumberDefaults();
+    }
+    return type == typeid(ZEL_Ordinal) && static_cast<ZEL_Ordinal &>(instance).copyNumberDefaults();
+}
+
 // ---------------------------------------------------------------------- //
 // What a parameter forwards to its kind
 // ---------------------------------------------------------------------- //

@@ -81,6 +81,10 @@ struct ZEL_Kind
     template <class T>
     struct Maker;
 
+    /// Gives an instance its defaults as `revertToDefaults` does, where it is a float or an ordinal and
+    /// they are plain numbers. False, with nothing done, for any other.
+    static bool copyNumberDefaults(ZEL_Instance &instance);
+
     static const ZEL_Kind &find(const ZEL_Type &type);
     /// What makes the instance of a description: the multi-parameters are a kind here, too.
     static const ZEL_Kind &findMaker(const ZEL_Template &description);

@@ -11,6 +11,7 @@
 #include <ZEL/ZEL_OpSharedInfo.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/list/ZEL_KindPrivate.h>
 #include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
 #include <ZEL/support/ZEL_LostTextPrivate.h>
@@ -97,7 +98,8 @@ void ZEL_ParmList::buildDelayedDefaults(bool deleteChannels)
     // Reverting a multi-parameter appends its items, which are visited in turn.
     for (int i = 0; i < getEntries(); ++i) {
         ZEL_Instance *instance = myParms[i] ? myParms[i]->getInstance() : nullptr;
-        if (instance && !instance->getDefaultsInitFlag()) {
+        if (instance && !instance->getDefaultsInitFlag() &&
+            !ZEL_Kind::copyNumberDefaults(*instance)) {
             instance->revertToDefaults(deleteChannels);
         }
     }

@@ -4,6 +4,7 @@
 #include <ZEL/list/ZEL_KindPrivate.h>
 #include <ZEL/list/ZEL_PlaceMemoryPrivate.h>
 
+#include <algorithm>
 #include <cstdint>
 
 /// The head of a block. An instance keeps its place's distance from here.
@@ -61,16 +62,33 @@ std::size_t ZEL_ParmPlaces::placeBytes(int index, const ZEL_Kind *&kind) const
     return bytes != 0 && rounded + theLineSize <= theMostBytes ? rounded : 0;
 }
 
+void ZEL_ParmPlaces::begin(ZEL_Template *templates, int count)
+{
+    myTemplates = templates;
+    myCount = count;
+    myNext = 0;
+    --myItemsLeft;
+}
+
 /// Starts a block for the next parameter, which takes so many bytes, and those after it.
 void ZEL_ParmPlaces::open(std::size_t bytes)
 {
-    for (int each = myNext + 1; each < myCount; ++each) {
+    const auto bytesOf = [this](int index) {
         const ZEL_Kind *kind = nullptr;
-        const std::size_t more = placeBytes(each, kind);
-        if (theLineSize + bytes + more > theMostBytes) {
-            break;
-        }
+        return placeBytes(index, kind);
+    };
+    const auto fits = [&](std::size_t more) { return theLineSize + bytes + more <= theMostBytes; };
+    int each = myNext + 1;
+    for (std::size_t more = 0; each < myCount && fits(more = bytesOf(each)); ++each) {
         bytes += more;
+    }
+    if (each == myCount && myItemsLeft > 0) {
+        std::size_t item = 0;
+        for (each = 0; each < myCount; ++each) {
+            item += bytesOf(each);
+        }
+        const std::size_t most = item != 0 ? (theMostBytes - theLineSize - bytes) / item : 0;
+        bytes += item * std::min(most, std::size_t(myItemsLeft));
     }
     release(myBlock);
     myBlock = nullptr;

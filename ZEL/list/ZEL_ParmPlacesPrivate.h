@@ -24,6 +24,8 @@ class ZEL_ParmPlaces
 public:
     /// For parameters of these descriptions, made one by one and in this order.
     ZEL_ParmPlaces(ZEL_Template *templates, int count) : myTemplates(templates), myCount(count) {}
+    /// For so many items that are like each other; each is begun.
+    explicit ZEL_ParmPlaces(int items) : myItemsLeft(items) {}
     /// For copies of these.
     ZEL_ParmPlaces(ZEL_Parm *const *originals, int count) : myOriginals(originals), myCount(count)
     {}
@@ -31,6 +33,8 @@ public:
     ZEL_ParmPlaces(const ZEL_ParmPlaces &) = delete;
     ZEL_ParmPlaces &operator=(const ZEL_ParmPlaces &) = delete;
 
+    /// From here on for these descriptions.
+    void begin(ZEL_Template *templates, int count);
     /// Makes the next one. One without an instance lies by itself.
     ZEL_OwnedParm make(ZEL_ParmList *list);
     /// Leaves the next one out.
@@ -49,8 +53,28 @@ private:
 
     ZEL_Template *myTemplates = nullptr;
     ZEL_Parm *const *myOriginals = nullptr;
-    int myCount;
+    int myCount = 0;
     int myNext = 0;
+    int myItemsLeft = 0;      // after the present one
     Block *myBlock = nullptr; // held as if a parameter more were in it
     std::size_t myUsed = 0;   // bytes of the block
+};
+
+/// While it lives, the items that a list makes lie in common blocks.
+class ZEL_ItemPlaces
+{
+public:
+    /// `slot` is the list's.
+    ZEL_ItemPlaces(ZEL_ParmPlaces *&slot, int items) : myPlaces(items), mySlot(slot), myOuter(slot)
+    {
+        mySlot = &myPlaces;
+    }
+    ~ZEL_ItemPlaces() { mySlot = myOuter; }
+    ZEL_ItemPlaces(const ZEL_ItemPlaces &) = delete;
+    ZEL_ItemPlaces &operator=(const ZEL_ItemPlaces &) = delete;
+
+private:
+    ZEL_ParmPlaces myPlaces;
+    ZEL_ParmPlaces *&mySlot;
+    ZEL_ParmPlaces *myOuter;
 };

@@ -12,6 +12,7 @@
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
+#include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 #include <ZEL/multi/ZEL_MultiChangingPrivate.h>
 #include <ZEL/support/ZEL_InstanceMarksPrivate.h>
 #include <ZEL/support/ZEL_LostTextPrivate.h>
@@ -152,6 +153,7 @@ bool ZEL_Multi::grow(int count, bool evaluateChildren)
         const std::int64_t items = std::int64_t(count) - myNumItems;
         getParmList()->reserveParms(items * myInstancesPerItem, items * components);
     }
+    const ZEL_ItemPlaces places(getParmList()->myItemPlaces, count - myNumItems);
     while (myNumItems < count) {
         if (myNumItems >= most || !addInstance(myNumItems, evaluateChildren)) {
             return false;

@@ -9,6 +9,7 @@
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/list/ZEL_KindPrivate.h>
 #include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 
 #include <algorithm>
@@ -149,7 +150,9 @@ private:
 
 void ZEL_ParmList::ItemParms::makeAll()
 {
-    ZEL_ParmPlaces places(myTemplates, int(myEntries.size()));
+    ZEL_ParmPlaces own(1);
+    ZEL_ParmPlaces &places = myList.myItemPlaces ? *myList.myItemPlaces : own;
+    places.begin(myTemplates, int(myEntries.size()));
     for (Entry &entry : myEntries) {
         ZEL_OwnedParm made = places.make(&myList);
         // None for a template whose basic type is unknown: nothing could ever find or remove it.
@@ -195,9 +198,10 @@ void ZEL_ParmList::ItemParms::giveDefaults()
         if (!parm) {
             continue;
         }
-        if (!parm->getInstance()->getDefaultsInitFlag()) {
+        ZEL_Instance &instance = *parm->getInstance();
+        if (!instance.getDefaultsInitFlag() && !ZEL_Kind::copyNumberDefaults(instance)) {
             constexpr bool deleteChannels = false;
-            parm->getInstance()->revertToDefaults(deleteChannels);
+            instance.revertToDefaults(deleteChannels);
         }
         if (mySpareFlag) {
             parm->reloadChannelPtrs();

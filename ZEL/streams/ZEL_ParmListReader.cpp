@@ -1,15 +1,18 @@
 #include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
 
 #include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ByteBuffer.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_Packet.h>
+#include <KIT/KIT_PacketHeader.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 
+#include <cstring>
 #include <string>
 
 namespace
@@ -23,19 +26,29 @@ KIT_StringRef refTo(const KIT_WorkBuffer &word)
     return KIT_StringRef(word.buffer(), word.length());
 }
 
-bool opensGroup(const KIT_WorkBuffer &word)
+bool opensGroup(std::string_view word)
 {
-    return word.view() == "(" || word.view() == "[";
+    return word == "(" || word == "[";
 }
 
-/// Reads to the ")" that ends an entry's body, options included. False at the end of the stream.
-bool skipBody(KIT_IStream &is, KIT_WorkBuffer &word)
+/// Moves behind the word ")" that ends an entry's body, options included. False at the end of the
+/// stream.
+bool skipBody(KIT_IStream &is)
 {
-    while (is.getWord(word)) {
-        if (word.view() == ")") {
-            return true;
+    const std::string_view rest = is.rest();
+    const char *const begin = rest.data();
+    const char *const end = begin + rest.size();
+    const char *at = begin;
+    const auto next = [&] {
+        return static_cast<const char *>(std::memchr(at, ')', std::size_t(end - at)));
+    };
+    for (; (at = next()) != nullptr; ++at) {
+        if ((at == begin || KIT_IStream::isWhitespace(at[-1])) &&
+            (at + 1 == end || KIT_IStream::isWhitespace(at[1]))) {
+            return is.seekg(is.tellg() + (at + 1 - begin));
         }
     }
+    is.seekg(is.tellg() + is.remaining());
     return false;
 }
 
@@ -66,13 +79,6 @@ void unknownParm(const KIT_WorkBuffer &token, const std::string &text)
     }
 }
 
-/// Reads a packet's header as a look-ahead; errors are reported when it is read for good.
-bool peekPacket(KIT_Packet &packet, KIT_IStream &is, int &classId, int &packetId)
-{
-    const KIT_ErrorManager::Scope quiet(BASgetSTID());
-    return packet.beginRead(is, classId, packetId);
-}
-
 } // namespace
 
 // ---------------------------------------------------------------------- //
@@ -90,6 +96,14 @@ ZEL_Parm *ZEL_ParmListReader::findListed(std::string_view name)
     }
     myNext = index + 1;
     return parm;
+}
+
+/// The same, whether it is saved or not.
+bool ZEL_ParmListReader::isInList(std::string_view name, int &next) const
+{
+    const int index = myList.getLikelyParmIndex(name, next);
+    next = index >= 0 ? index + 1 : next;
+    return index >= 0;
 }
 
 ZEL_Parm *ZEL_ParmListReader::findParm(const KIT_StringRef &name, bool useMap)
@@ -126,44 +140,103 @@ bool ZEL_ParmListReader::growFor(const KIT_StringRef &name)
     return multi != nullptr;
 }
 
-bool ZEL_ParmListReader::isKnown(const KIT_StringRef &name)
+void ZEL_ParmListReader::testName(std::string_view name, KIT_StringArray &names)
 {
-    return myList.getParmIndex(name) >= 0 || growFor(name) ||
-           (myFallbackList && myFallbackList->getParmIndex(name) >= 0);
+    KIT_WorkBuffer text;
+    text.append(name);
+    const KIT_StringRef ref = refTo(text);
+    if (!growFor(ref) && !(myFallbackList && myFallbackList->getParmIndex(ref) >= 0)) {
+        names.append(text.buffer());
+    }
+}
+
+void ZEL_ParmListReader::readUnknownText(KIT_IStream &is, KIT_StringArray &names)
+{
+    float version = 0.0f;
+    bool skipsBodies = is.checkToken("{") && is.checkToken("version") && is.aread(version) &&
+                       !(version > theListFileVersion);
+    int next = 0;
+    std::string_view word;
+    while (is.getNonCommentWord(word, theListComment) && word != theListEnd) {
+        if (!isInList(word, next)) {
+            testName(word, names);
+        }
+        if (!is.getWord(word) || !opensGroup(word)) {
+            break;
+        }
+        // Bodies of a newer version may end elsewhere: their tokens are tried as names.
+        skipsBodies = skipsBodies && skipBody(is);
+    }
+}
+
+/// Moves past entries of this list, as long as they begin as most of a series do: does what KIT_Packet
+/// would, without keeping a packet for each.
+void ZEL_ParmListReader::skipUsual(KIT_IStream &is, KIT_WorkBuffer &name, int &next) const
+{
+    using Header = KIT_PacketHeader;
+    constexpr char theHead = char(Header::first(LIST_PARM, Header::LENGTH_1, false));
+    constexpr std::size_t theHeadBytes = 2;
+    const int classId = ZELlistPacketClass();
+    KIT_IStream::PacketSeries &series = is.series();
+    const bool isNested = is.isInShortPacket();
+    const bool goesOn = isNested ? is.packets().classId == classId
+                                 : series.begin >= 0 && !series.isOver &&
+                                       series.next == is.tellg() && series.classId == classId;
+    std::string_view rest = goesOn ? is.rest() : std::string_view();
+    while (rest.size() > theHeadBytes && rest[0] == theHead) {
+        const std::size_t length = static_cast<unsigned char>(rest[1]);
+        const std::size_t head = static_cast<unsigned char>(rest[theHeadBytes]);
+        const std::size_t shared = head >> 4;
+        const std::size_t own = head & KIT_ByteBuffer::theLongTextAfter;
+        if (length > rest.size() - theHeadBytes || own >= length ||
+            own == KIT_ByteBuffer::theLongTextAfter || shared > name.length()) {
+            return;
+        }
+        // Whoever reads the entry again takes the same part of the name before from this one.
+        name.truncate(shared);
+        name.append(rest.data() + theHeadBytes + 1, own);
+        if (!isInList(name.view(), next)) {
+            return;
+        }
+        rest.remove_prefix(theHeadBytes + length);
+        is.seekg(is.tellg() + std::int64_t(theHeadBytes + length));
+        series.next = isNested ? series.next : is.tellg();
+    }
+}
+
+/// Reads to the next entry that isn't of this list. False at the end of the list.
+bool ZEL_ParmListReader::skipListed(KIT_IStream &is, KIT_Packet &packet, KIT_WorkBuffer &name,
+                                    int &next)
+{
+    // Errors are reported when the packets are read for good.
+    const KIT_ErrorManager::Scope quiet(BASgetSTID());
+    for (;;) {
+        int classId = 0;
+        int packetId = 0;
+        packet.endRead();
+        skipUsual(is, name, next);
+        if (!packet.beginRead(is, classId, packetId) || classId != ZELlistPacketClass() ||
+            packetId == LIST_END) {
+            return false;
+        }
+        if (packetId == LIST_PARM && is.readTextAfter(name) && !isInList(name.view(), next)) {
+            return true;
+        }
+    }
 }
 
 void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &names)
 {
     const std::int64_t start = is.tellg();
-    KIT_WorkBuffer word;
-    const auto test = [&] {
-        if (!isKnown(refTo(word))) {
-            names.append(word.buffer());
-        }
-    };
     if (is.isBinary()) {
         KIT_Packet packet;
-        int classId = 0;
-        int packetId = 0;
-        while (peekPacket(packet, is, classId, packetId) && classId == ZELlistPacketClass() &&
-               packetId != LIST_END) {
-            if (packetId == LIST_PARM && is.readTextAfter(word)) {
-                test();
-            }
-            packet.endRead();
+        KIT_WorkBuffer name;
+        int next = 0;
+        while (skipListed(is, packet, name, next)) {
+            testName(name.view(), names);
         }
     } else {
-        float version = 0.0f;
-        bool skipsBodies = is.checkToken("{") && is.checkToken("version") && is.aread(version) &&
-                           !(version > theListFileVersion);
-        while (is.getNonCommentWord(word, theListComment) && word.view() != theListEnd) {
-            test();
-            if (!is.getWord(word) || !opensGroup(word)) {
-                break;
-            }
-            // Bodies of a newer version may end elsewhere: their tokens are tried as names.
-            skipsBodies = skipsBodies && skipBody(is, word);
-        }
+        readUnknownText(is, names);
     }
     is.seekg(start);
 }
@@ -234,13 +307,13 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
             failed = true;
             break;
         }
-        if (!opensGroup(word)) {
+        if (!opensGroup(word.view())) {
             missingToken("(", myName);
             return Result::ABANDONED;
         }
         // After a failure it is unknown where bodies end: nothing is skipped, and the tokens
         // are tried as names.
-        failed = failed || !skipBody(is, word);
+        failed = failed || !skipBody(is);
     }
     return failed ? Result::FAILED : Result::LOADED;
 }

@@ -12,6 +12,8 @@
 #include <ZEL/ZEL_ParmNameMap.h>
 #include <ZEL/list/ZEL_BlockNamesPrivate.h>
 
+class KIT_Packet;
+
 class ZEL_ParmListReader
 {
 public:
@@ -37,11 +39,16 @@ public:
 
 private:
     ZEL_Parm *findListed(std::string_view name);
-    bool isKnown(const KIT_StringRef &name);
+    bool isInList(std::string_view name, int &next) const;
     bool growFor(const KIT_StringRef &name);
     /// The names of a stream that are unknown here, in stream order; restores the stream's
     /// position. A multi-parameter that claims a name grows.
     void readUnknownNames(KIT_IStream &is, KIT_StringArray &names);
+    void readUnknownText(KIT_IStream &is, KIT_StringArray &names);
+    void skipUsual(KIT_IStream &is, KIT_WorkBuffer &name, int &next) const;
+    bool skipListed(KIT_IStream &is, KIT_Packet &packet, KIT_WorkBuffer &name, int &next);
+    /// Of one that isn't in the list.
+    void testName(std::string_view name, KIT_StringArray &names);
     Result readText(KIT_IStream &is);
     Result readBinary(KIT_IStream &is);
     bool readPacket(KIT_IStream &is, int packetId);

@@ -1,6 +1,7 @@
 // A list saved as a stream and loaded.
 
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_SaveParms.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_EnvControl.h>
@@ -49,6 +50,15 @@ void ZEL_ParmList::saveSingle(ZEL_Parm *parm, std::ostream &os, bool binary) con
         const ZEL_ParmListWriter::Parms parms(isSaved(parm) ? 1 : 0, parm);
         ZEL_ParmListWriter(os).write(parms, binary, compact);
     }
+}
+
+void ZELsaveParms(const std::vector<const ZEL_Parm *> &parms, std::ostream &os, bool binary)
+{
+    constexpr bool compact = false;
+    ZEL_ParmListWriter::Parms saved;
+    saved.reserve(parms.size());
+    std::copy_if(parms.begin(), parms.end(), std::back_inserter(saved), isSaved);
+    ZEL_ParmListWriter(os).write(saved, binary, compact);
 }
 
 bool ZEL_ParmList::canBeStream(std::string_view start)

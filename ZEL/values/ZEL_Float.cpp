@@ -137,7 +137,12 @@ double ZEL_Float::evaluateChannel(ZEL_ParmList *list, TRK_Channel *channel, doub
     const double value =
         collection ? collection->evaluate(channel, time, false, thread) : storedValue(index);
     timeDependent = list && (channel->getPendingFlag() || channel->isTimeDependent());
-    storeValue(index, value);
+    if (timeDependent) {
+        storeValue(index, value);
+    } else {
+        // Seldom another value: not written, its cache line stays with all threads that read it.
+        BASstoreIfDifferent(values()[index], value);
+    }
     return value;
 }
 
@@ -481,6 +486,13 @@ void ZEL_Float::applyDefault(int index, bool allowChannel)
     if (allowChannel && isExpression(expression)) {
         addChannel(index, expression, defaultLanguage(*found));
     }
+}
+
+bool ZEL_Float::copyNumberDefaults()
+{
+    return ZEL_ValueInstance::copyNumberDefaults([&](int i, const ZEL_Default *record) {
+        BASstore(values()[i], record ? record->getFloat() : 0.0);
+    });
 }
 
 void ZEL_Float::revertToDefault(int index)

@@ -4,6 +4,7 @@
 
 #include <BAS/BAS_Number.h>
 #include <BAS/BAS_Thread.h>
+#include <KIT/KIT_Digits.h>
 #include <KIT/KIT_OByteStream.h>
 #include <KIT/KIT_PacketHeader.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -115,12 +116,15 @@ bool ZEL_Float::save(std::ostream &os, int binary, bool compiled) const
 void ZEL_Float::saveAscii(KIT_ByteBuffer &out) const
 {
     if (const double *numbers = plainValues()) {
-        out.append(ZEL_ValueFrames::thePlainOpening);
-        for (int i = 0, size = getVectorSize(); i < size; ++i) {
-            out.append('\t');
-            out.appendDecimal(BASload(numbers[i]));
-        }
-        out.append(ZEL_ValueFrames::thePlainClosing);
+        const double *const end = numbers + getVectorSize();
+        const std::size_t most = std::size_t(end - numbers) * (1 + KIT_Digits::theMostBytes);
+        ZEL_ValueFrames::savePlainAscii(out, most, [&](char *at) {
+            for (const double *number = numbers; number != end; ++number) {
+                *at++ = '\t';
+                at = KIT_Digits::write(at, BASload(*number));
+            }
+            return at;
+        });
         return;
     }
     const auto writeValue = [&](int i) { out.appendDecimal(valueToSave(i)); };
@@ -196,7 +200,7 @@ void ZEL_Float::savePackets(KIT_ByteBuffer &out) const
 
 bool ZEL_Float::load(KIT_IStream &is)
 {
-    if (!hasSlots() && (is.isBinary() ? loadPlainBinary(is) : loadPlainAscii(is))) {
+    if (!hasChannels() && (is.isBinary() ? loadPlainBinary(is) : loadPlainAscii(is))) {
         setLockedField(0);
         return KITgetErrorSeverity() < KIT_ERROR_ABORT;
     }

@@ -378,6 +378,15 @@ void ZEL_Ordinal::applyDefault(int index, bool allowChannel)
     }
 }
 
+bool ZEL_Ordinal::copyNumberDefaults()
+{
+    // The defaults of a switcher are its folders.
+    return !isSwitcherList() &&
+           ZEL_ValueInstance::copyNumberDefaults([&](int i, const ZEL_Default *record) {
+               setInternalValue(i, record ? record->getOrdinal() : 0);
+           });
+}
+
 void ZEL_Ordinal::revertToDefault(int index)
 {
     if (validIndex(index)) {

@@ -73,8 +73,11 @@ bool ZEL_String::savePlainAscii(std::ostream &os) const
     if (!out || KIT_String::needsEscapes(text, '"')) {
         return false;
     }
-    *out << ZEL_ValueFrames::thePlainOpening << std::string_view("\t\"") << text << '"'
-         << ZEL_ValueFrames::thePlainClosing;
+    ZEL_ValueFrames::savePlainAscii(*out, text.size() + 3, [text](char *at) {
+        at = ZEL_ValueFrames::putText(ZEL_ValueFrames::putText(at, "\t\""), text);
+        *at = '"';
+        return at + 1;
+    });
     if (!out->isGood()) {
         os.setstate(std::ios::failbit);
     }
@@ -160,7 +163,7 @@ bool ZEL_String::loadPlainBinary(KIT_IStream &is)
 
 bool ZEL_String::load(KIT_IStream &is)
 {
-    if (!hasSlots() && (is.isBinary() ? loadPlainBinary(is) : loadPlainAscii(is))) {
+    if (!hasChannels() && (is.isBinary() ? loadPlainBinary(is) : loadPlainAscii(is))) {
         setLockedField(0);
         return KITgetErrorSeverity() < KIT_ERROR_ABORT;
     }

@@ -106,6 +106,27 @@ void ZEL_ValueInstance::insertHardKey(TRK_Channel *channel, double time, const C
     change();
 }
 
+template <class Store>
+bool ZEL_ValueInstance::copyNumberDefaults(const Store &store)
+{
+    const ZEL_Template &description = *getTemplatePtr();
+    const ZEL_Default *const factory = description.getFactoryDefaults();
+    const int size = getVectorSize();
+    if (rare()) {
+        return false;
+    }
+    for (int i = 0; i < size; ++i) {
+        if (description.getDefault(i) || (factory && factory[i].gotString())) {
+            return false;
+        }
+    }
+    for (int i = 0; i < size; ++i) {
+        store(i, factory ? factory + i : nullptr);
+    }
+    setDefaultsInitFlag(true);
+    return true;
+}
+
 template <class Apply>
 void ZEL_ValueInstance::revertComponents(bool deleteChannels, const Apply &apply)
 {

@@ -34,8 +34,8 @@ public:
 
     /// Writes the shortest text, without a NUL, where theMostBytes have room; returns its end.
     static char *write(char *to, double value);
-    /// The longest that the shortest text of a number can be.
-    static constexpr int theMostBytes = 32;
+    /// No text is longer; bytes after the text may be written over.
+    static constexpr int theMostBytes = 40;
 
     const char *buffer() const { return myBuffer; }
     int length() const { return myLength; }

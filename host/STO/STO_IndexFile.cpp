@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <ostream>
 #include <sys/stat.h>
+#include <utility>
 
 namespace
 {
@@ -130,10 +131,20 @@ private:
         if (open) {
             text.pop_back();
         }
-        if (named && myIndex.findSection(name.view()) < 0) {
-            myIndex.addSection(name.buffer(), text);
+        if (named) {
+            add(name, std::move(text), first);
         }
         return true;
+    }
+
+    void add(const KIT_WorkBuffer &name, std::string text, int line)
+    {
+        const std::string key(name.view());
+        if (myIndex.myByName.emplace(key, myIndex.mySections.size()).second) {
+            myIndex.mySections.push_back({KIT_String(key), std::move(text), line});
+        } else {
+            myIndex.myRepeats.push_back({key, line});
+        }
     }
 
     void fault(STO_ErrorCode code, const std::string &what)
@@ -184,6 +195,7 @@ void STO_IndexFile::release()
 {
     mySections.clear();
     myByName.clear();
+    myRepeats.clear();
     myFile.clear();
     myDamagedFlag = false;
 }
@@ -205,7 +217,7 @@ bool STO_IndexFile::addSection(const char *name, std::string_view text)
     }
     const auto [entry, added] = myByName.emplace(name, mySections.size());
     if (added) {
-        mySections.push_back({KIT_String(std::string(name)), std::string(text)});
+        mySections.push_back({KIT_String(std::string(name)), std::string(text), 0});
     } else {
         mySections[entry->second].text = text;
     }
@@ -246,24 +258,37 @@ int64_t STO_IndexFile::guessStreamSize() const
     return static_cast<int64_t>(size);
 }
 
-void STO_IndexFile::write(std::ostream &stream) const
+void STO_IndexFile::writeStart(std::ostream &stream)
 {
     stream << theHeader << theVersionText << '\n';
-    KIT_WorkBuffer name;
-    for (const Section &section : mySections) {
-        name.clear();
-        KITappendQuoted(name, section.name.nonNullStr(), section.name.length());
-        stream << theSection << name.view() << '\n';
-        std::string_view rest = section.text;
-        while (!rest.empty()) {
-            const size_t feed = rest.find('\n');
-            stream << '\t' << rest.substr(0, feed) << '\n';
-            rest.remove_prefix(feed == std::string_view::npos ? rest.size() : feed + 1);
-        }
-        const bool open = !section.text.empty() && section.text.back() != '\n';
-        stream << (open ? theOpenEnd : theEnd) << '\n';
+}
+
+void STO_IndexFile::writeSection(std::ostream &stream, std::string_view name, std::string_view text)
+{
+    KIT_WorkBuffer quoted;
+    KITappendQuoted(quoted, name.data(), name.size());
+    stream << theSection << quoted.view() << '\n';
+    const bool open = !text.empty() && text.back() != '\n';
+    while (!text.empty()) {
+        const size_t feed = text.find('\n');
+        stream << '\t' << text.substr(0, feed) << '\n';
+        text.remove_prefix(feed == std::string_view::npos ? text.size() : feed + 1);
     }
+    stream << (open ? theOpenEnd : theEnd) << '\n';
+}
+
+void STO_IndexFile::writeEnd(std::ostream &stream)
+{
     stream << theLastLine << '\n';
+}
+
+void STO_IndexFile::write(std::ostream &stream) const
+{
+    writeStart(stream);
+    for (const Section &section : mySections) {
+        writeSection(stream, section.name.view(), section.text);
+    }
+    writeEnd(stream);
 }
 
 bool STO_IndexFile::canWrite() const

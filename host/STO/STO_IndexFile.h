@@ -5,7 +5,7 @@
 ///             section that is truncated or contains a line that isn't its own, a line that belongs
 ///             to none, or a missing last line. A damaged file gives the sections that are whole,
 ///             and must not be written back.
-/// Units:      sections from 0, in the order of the file.
+/// Units:      sections from 0, in the order of the file; lines from 1.
 /// Ownership:  owns names and texts; the file is closed as soon as it is read.
 /// Threads:    one thread at a time. Code that changes a file that others may change too holds its
 ///             STO_FileLock from reading to writing.
@@ -59,6 +59,14 @@ public:
     bool read(std::string_view bytes, const char *name);
     /// Removes all content.
     void release();
+    /// A section that doesn't count, as one before it has its name.
+    struct Repeat
+    {
+        std::string name;
+        int line;
+    };
+    /// Those of the file that was read.
+    const std::vector<Repeat> &getRepeats() const { return myRepeats; }
 
     // ---------------------------------------------------------------- //
     /// \name Sections
@@ -67,6 +75,8 @@ public:
     /// The index must be valid.
     const KIT_String &getSectionName(int64_t index) const { return at(index).name; }
     const std::string &getSectionText(int64_t index) const { return at(index).text; }
+    /// Where the section begins in the file that was read; 0 for one that was added.
+    int getSectionLine(int64_t index) const { return at(index).line; }
     /// -1 if there is none.
     int64_t findSection(std::string_view name) const;
     /// Replaces the text of a section of that name, or adds one at the end. False for an empty
@@ -81,6 +91,10 @@ public:
     /// An estimate of how many bytes write() produces, seldom too low.
     int64_t guessStreamSize() const;
     void write(std::ostream &stream) const;
+    /// The same in pieces, for who has the sections elsewhere.
+    static void writeStart(std::ostream &stream);
+    static void writeSection(std::ostream &stream, std::string_view name, std::string_view text);
+    static void writeEnd(std::ostream &stream);
     /// False, with a message, for a damaged file.
     bool canWrite() const;
 
@@ -89,6 +103,7 @@ private:
     {
         KIT_String name;
         std::string text;
+        int line = 0;
     };
     class Parser;
 
@@ -97,6 +112,7 @@ private:
 
     std::vector<Section> mySections;
     std::unordered_map<std::string, size_t> myByName;
+    std::vector<Repeat> myRepeats;
     std::string myFile;
     bool myDamagedFlag = false;
 };

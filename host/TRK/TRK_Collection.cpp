@@ -240,6 +240,7 @@ bool TRK_Collection::readReference(const KIT_StringRef &path, const KIT_StringRe
 {
     const TRK_Collection *collection = path.isNull() ? this : resolvePath(path);
     if (collection == nullptr) {
+        TRK_ReferenceTold::tellLost(*this, path);
         return false;
     }
     const TRK_ReferenceTold told(*collection, name);

@@ -144,6 +144,8 @@ public:
             theTRKEvalThread.listener = myListener;
         }
     }
+    /// Notifies it of a path that leads to no node.
+    static void tellLost(const TRK_Collection &collection, const KIT_StringRef &path);
     TRK_ReferenceTold(const TRK_ReferenceTold &) = delete;
     TRK_ReferenceTold &operator=(const TRK_ReferenceTold &) = delete;
 

@@ -4,6 +4,8 @@
 
 TRK_ReferenceListener::~TRK_ReferenceListener() = default;
 
+void TRK_ReferenceListener::pathLost(const TRK_Collection &, const KIT_StringRef &) {}
+
 TRK_ReferenceScope::TRK_ReferenceScope(TRK_ReferenceListener &listener)
     : myOuter(theTRKEvalThread.listener)
 {
@@ -13,6 +15,17 @@ TRK_ReferenceScope::TRK_ReferenceScope(TRK_ReferenceListener &listener)
 TRK_ReferenceScope::~TRK_ReferenceScope()
 {
     theTRKEvalThread.listener = myOuter;
+}
+
+void TRK_ReferenceTold::tellLost(const TRK_Collection &collection, const KIT_StringRef &path)
+{
+    // It may evaluate, which is not this text's reading.
+    TRK_ReferenceListener *const listener = theTRKEvalThread.listener;
+    if (listener != nullptr) {
+        theTRKEvalThread.listener = nullptr;
+        listener->pathLost(collection, path);
+        theTRKEvalThread.listener = listener;
+    }
 }
 
 void TRK_ReferenceTold::tell(const TRK_Collection &collection, const KIT_StringRef &name)

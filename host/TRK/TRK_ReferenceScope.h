@@ -4,7 +4,7 @@
 /// Vocabulary: *direct* = read by the evaluated text itself, not by what it reads in turn.
 /// Ownership:  a scope lives on the C++ stack and borrows its listener.
 /// Threads:    a scope is notified of evaluations of the thread that opened it only.
-/// Errors:     none. A path that doesn't exist is not reported, a name that doesn't exist is.
+/// Errors:     none. A name that doesn't exist is reported like one that does.
 /// Cost:       without a scope a reference costs one check of a thread-local pointer.
 ///
 /// Only this finds names that are computed; for the literal ones in a text see
@@ -24,6 +24,8 @@ public:
     virtual ~TRK_ReferenceListener();
     /// The name was read in that collection, as a channel, an alias, or a parameter of its list.
     virtual void referenceRead(const TRK_Collection &collection, const KIT_StringRef &name) = 0;
+    /// The path, from that collection's node on, leads to none. Base: does nothing.
+    virtual void pathLost(const TRK_Collection &collection, const KIT_StringRef &path);
 };
 
 class KIT_API TRK_ReferenceScope

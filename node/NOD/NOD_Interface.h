@@ -33,17 +33,26 @@ public:
         SCRIPT_TEXT, ///< the text of a dialog script
         TEMPLATES    ///< an array of the application's
     };
+    /// Which files an `#include` of a script may open.
+    enum class Includes
+    {
+        ANY,      ///< unless the process confines all (TOK_TokenStream::setAllIncludesConfined)
+        CONFINED, ///< those in the script's folder and on the search path
+        NONE
+    };
 
     // ------------------------------------------------------------------ //
     /// \name Making one   (null after an error in the report)
     // ------------------------------------------------------------------ //
     ///@{
-    static std::shared_ptr<const NOD_Interface> fromFile(const std::string &path,
-                                                         NOD_Report &report);
+    static std::shared_ptr<const NOD_Interface>
+    fromFile(const std::string &path, NOD_Report &report, Includes includes = Includes::ANY);
     /// A script, or the contents of a script's braces; `name` is shown in messages, and is the type
     /// name of a script without a name.
-    static std::shared_ptr<const NOD_Interface>
-    fromText(std::string_view text, const std::string &name, NOD_Report &report);
+    static std::shared_ptr<const NOD_Interface> fromText(std::string_view text,
+                                                         const std::string &name,
+                                                         NOD_Report &report,
+                                                         Includes includes = Includes::ANY);
     /// An array up to its terminator; null templates are an interface without parameters. What the
     /// templates borrow must outlive the interface, or `keep` owns it. Without a label the type name
     /// takes its place.
@@ -53,7 +62,7 @@ public:
     /// Reads a script into a page of the caller's, such as that of a DS_ScriptReader. False after an
     /// error.
     static bool parse(KIT_IStream &is, const std::string &name, ZEL_ScriptPage &page,
-                      NOD_Report &report);
+                      NOD_Report &report, Includes includes = Includes::ANY);
     /// The same of a file.
     static bool parseFile(const std::string &path, ZEL_ScriptPage &page, NOD_Report &report);
     ///@}
@@ -91,7 +100,7 @@ public:
 private:
     NOD_Interface(Source source, const std::string &file);
 
-    bool read(KIT_IStream &is, NOD_Report &report);
+    bool read(KIT_IStream &is, NOD_Report &report, Includes includes);
     void describe();
     void nameTables();
 

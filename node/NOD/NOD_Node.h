@@ -15,10 +15,11 @@
 ///             manager and returns false.
 ///
 /// The slots of ZEL_ParmOwner below are filled as far as a plain tree of nodes needs: a fuller
-/// application adds menu scripts and data references where these say that there are none.
+/// application adds menu scripts where these say that there are none.
 #pragma once
 
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_NodeSeed.h>
 #include <NOD/NOD_SpareParms.h>
 
 #include <KIT/KIT_StringHolder.h>
@@ -33,6 +34,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class KIT_IStream;
@@ -54,9 +56,12 @@ public:
     static constexpr const char *thePresetTable = "Node";
 
     /// A root, whose path is "/". Null templates make a node without parameters. A node with a type
-    /// starts with the type's preset "Permanent Defaults", if there is one; what is wrong with it
-    /// is reported to the thread's error manager.
+    /// starts with the type's preset "Permanent Defaults", if there is one and no load is running
+    /// (ZEL_ParmList::isLoading); what is wrong with it is reported to the thread's error manager.
     explicit NOD_Node(ZEL_Template *templates = nullptr, const char *nodeType = nullptr);
+    /// For NOD_NodeMaker. What the list of parameters asks its owner while it is made reaches the slots
+    /// below, not those that a derived class overrides.
+    explicit NOD_Node(const NOD_NodeSeed &seed);
     ~NOD_Node() override;
 
     NOD_Node(const NOD_Node &) = delete;
@@ -75,6 +80,10 @@ public:
     static bool isValidName(const std::string &name);
     /// What the node was made of; null for one without parameters, or of a plain array.
     const std::shared_ptr<const NOD_Interface> &getInterface() const { return myInterface; }
+    /// The array of a node that has no interface; null for none.
+    ZEL_Template *getPlainTemplates() const { return myPlainTemplates; }
+    /// The name of the node's type; "" for none.
+    const std::string &getTypeName() const;
     NOD_Node *getParent() const { return myParent; }
     NOD_Node *getChild(const std::string &name) const;
     const std::vector<std::unique_ptr<NOD_Node>> &getChildren() const { return myChildren; }
@@ -93,8 +102,9 @@ public:
     bool loadChannels(KIT_IStream &is);
     /// The presets of the node's type; null for a node without one.
     ZEL_PresetInfo *getPresets() { return myPresets.get(); }
-    /// Links each parameter to the channels of its names, as after channels were added or removed.
-    void linkChannels() { myParms->reloadChannelPtrs(); }
+    /// Links each parameter to the channels of its names, as after channels were added or removed, or
+    /// aliases set: dependencies are found anew.
+    void linkChannels();
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -135,6 +145,21 @@ public:
     ///@}
 
     // ------------------------------------------------------------------ //
+    /// \name What a saved node had that nobody knows here   (see NOD_NodeSections.h)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Names of sections, without the node's path, and their contents.
+    using Sections = std::vector<std::pair<std::string, std::string>>;
+
+    /// The sections are saved again with the node. A type name is that of a type that isn't there, for a
+    /// node without parameters; "" for none.
+    void keepSections(const std::string &typeName, Sections sections);
+    const Sections &getKeptSections() const { return myKeptSections; }
+    /// Whether the node's type wasn't there when it was loaded, nor was it given one since.
+    bool isTypeMissing() const { return !myInterface && !myPlainTemplates && !myPlainType.empty(); }
+    ///@}
+
+    // ------------------------------------------------------------------ //
     /// \name Surroundings
     // ------------------------------------------------------------------ //
     ///@{
@@ -145,9 +170,15 @@ public:
     }
     /// A variable of this node and of all below it, for expressions and texts as `$NAME`.
     void setVariable(const std::string &name, const std::string &value);
+    /// Those of this node alone.
+    const std::map<std::string, std::string> &getVariables() const { return myVariables; }
+    void clearVariables() { myVariables.clear(); }
     /// What keeps the dependencies of the whole tree, null for none. The graph sets itself.
     void setGraph(NOD_Graph *graph) { getRoot()->myGraph = graph; }
+    /// Null without one.
     NOD_Graph *getGraph() { return getRoot()->myGraph; }
+    /// What makes the nodes of the tree from now on: added, copied, loaded. Empty: plain ones.
+    void setNodeMaker(NOD_NodeMaker maker) { getRoot()->myMaker = std::move(maker); }
     /// Increases whenever parameters are added or removed: caches by parm index are then stale.
     std::uint32_t getStructureVersion() const { return myStructureVersion; }
     ///@}
@@ -181,7 +212,12 @@ public:
     /// The node has no sections of its own.
     bool loadPresetSection(const char *, KIT_IStream &) override { return false; }
     int getParmEditState() override { return 0; }
-    ZEL_Parm *followChannelReference(int, double, int, int &) override { return nullptr; }
+    /// The target of the one literal reference in the channel's expression there; null for others.
+    ZEL_Parm *followChannelReference(int index, double time, int parmIndex,
+                                     int &component) override;
+    /// The value of the expression as text, for conditions; empty if it fails.
+    KIT_StringHolder evaluateDisableExpression(const ZEL_Parm &parm,
+                                               const KIT_StringRef &expression) override;
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -198,47 +234,48 @@ public:
 private:
     friend class NOD_Scene;
 
-    /// What a list is made of, and the name that its tables and its presets go by.
-    struct Description
-    {
-        ZEL_Template *templates;
-        const char *sharedName;
-        const char *nodeType;
-        std::shared_ptr<const NOD_Interface> interface;
-    };
-
-    NOD_Node(NOD_Node *parent, const char *name, Description description);
-
-    static Description describe(std::shared_ptr<const NOD_Interface> interface);
-    NOD_Node *adopt(const char *name, Description description);
+    NOD_Node *adopt(const char *name, NOD_NodeSeed seed);
     /// Another node with all that this one has, but for its children.
     NOD_Node *copyTo(NOD_Node &parent, const char *name);
     std::unique_ptr<NOD_Node> takeChild(const NOD_Node &child);
-    void renew(Description description);
-    void keepDescription(Description description);
+    std::unique_ptr<ZEL_ParmList> makeList(const NOD_NodeSeed &seed, bool buildDefaults);
+    void renew(const NOD_NodeSeed &seed);
+    void keepSeed(const NOD_NodeSeed &seed);
+    /// Once it is made and has its place.
+    void begin();
+    void structureChanged();
+    /// After a child came or got its name, and before it goes or loses it.
+    void addName(NOD_Node &child);
+    void removeName(const NOD_Node &child) { myChildrenByName.erase(child.myName); }
 
     void applyDefaultPreset();
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
     NOD_Node *getRoot();
+    /// The graph, once there is something to watch.
+    NOD_Graph *getWatcher() { return myWatchedFlag ? getGraph() : nullptr; }
     NOD_Node *step(const std::string &name);
     void appendPath(KIT_WorkBuffer &path) const;
 
     NOD_Node *myParent = nullptr;
     NOD_Graph *myGraph = nullptr; ///< of the root only
+    NOD_NodeMaker myMaker;        ///< the same
     std::string myName;
     std::map<std::string, std::string> myVariables;
     ChangeCallback myChangeCallback;
     DependencyCallback myDependencyCallback;
     std::uint32_t myStructureVersion = 0;
+    bool myWatchedFlag = false; ///< it has been made
     // Parameters read their templates until they are destroyed.
     std::shared_ptr<const NOD_Interface> myInterface;
     ZEL_Template *myPlainTemplates = nullptr; ///< of a node without an interface
     std::string myPlainType;
     NOD_SpareParms mySpares;
+    Sections myKeptSections;
     std::unique_ptr<ZEL_PresetInfo> myPresets;
     // The order matters: parameters give their channels back, so they must be destroyed first, and
     // the children before either.
     TRK_Collection myChannels;
     std::unique_ptr<ZEL_ParmList> myParms;
     std::vector<std::unique_ptr<NOD_Node>> myChildren;
+    std::unordered_map<std::string, NOD_Node *> myChildrenByName; ///< empty for few
 };

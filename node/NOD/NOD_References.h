@@ -15,6 +15,7 @@
 
 #include <NOD/NOD_API.h>
 
+#include <functional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -34,6 +35,10 @@ public:
 
     /// Takes the references of a node and all below it, before the tree changes.
     explicit NOD_References(NOD_Node &root);
+    /// What a path in a node leads to, null for nothing.
+    using Resolve = std::function<NOD_Node *(NOD_Node &node, const std::string &path)>;
+    /// The same where the paths were written for another tree: they lead to what `resolve` says.
+    NOD_References(NOD_Node &root, Resolve resolve);
 
     /// The node is about to be destroyed: what leads to it becomes lost, and what it has is forgotten.
     /// Returns how many references of others are lost by it.
@@ -54,9 +59,10 @@ private:
     using Paths = std::vector<Reference>;
 
     void take(NOD_Node &node);
-    static void takeParm(NOD_Node &node, ZEL_Parm &parm, Paths &paths);
+    void takeParm(NOD_Node &node, ZEL_Parm &parm, Paths &paths);
     static void rewriteNode(NOD_Node &node, const Paths &paths, std::vector<Change> &changes);
 
+    Resolve myResolve;
     std::vector<NOD_Node *> myOrder; ///< of the nodes that have references
     std::unordered_map<NOD_Node *, Paths> myPaths;
 };

@@ -14,11 +14,13 @@
 
 #include <KIT/KIT_StringRef.h>
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_NodeSeed.h>
 
 #include <map>
 #include <memory>
 #include <string>
 
+class NOD_Conditions;
 class NOD_Graph;
 class NOD_Interface;
 class NOD_Node;
@@ -48,6 +50,8 @@ public:
     /// parameters. Null, with an error, if there is no such parent, or the name is taken or none.
     NOD_Node *add(const std::string &path, std::shared_ptr<const NOD_Interface> description,
                   NOD_Report &report);
+    /// For nodes of the application's own classes, from now on: see NOD_NodeSeed.h.
+    void setNodeMaker(NOD_NodeMaker maker);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -65,6 +69,9 @@ public:
     NOD_Node *copy(NOD_Node &node, NOD_Node &parent, const std::string &name, NOD_Report &report);
     /// With all below it. How many references of other nodes are lost by it is a warning.
     bool remove(NOD_Node &node, NOD_Report &report);
+    /// A scene as a new one is: without nodes, variables and what the root has, the time as at the start.
+    /// Interfaces stay.
+    void clear();
     /// The name if the parent has no child of that name, else with the first number after it that makes
     /// it free: "light", "light1".
     static std::string freeName(const NOD_Node &parent, const std::string &name);
@@ -91,6 +98,8 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     static constexpr double theUsualFrameRate = 24.0;
+    static constexpr double theUsualFirstFrame = 1.0;
+    static constexpr double theUsualLastFrame = 240.0;
 
     /// Makes this the scene whose time and nodes expressions and Python code see.
     void makeCurrent();
@@ -114,7 +123,10 @@ public:
     /// \name What watches the nodes
     // ------------------------------------------------------------------ //
     ///@{
+    /// The edges between components, and changes on their way to what reads them.
     NOD_Graph &getGraph() { return *myGraph; }
+    /// The enabled and visible states of all parameters.
+    NOD_Conditions &getConditions() { return *myConditions; }
     ///@}
 
 private:
@@ -124,11 +136,12 @@ private:
 
     std::map<std::string, std::shared_ptr<const NOD_Interface>> myInterfaces;
     double myFrameRate = theUsualFrameRate;
-    double myFirstFrame = 1.0;
-    double myLastFrame = 240.0;
+    double myFirstFrame = theUsualFirstFrame;
+    double myLastFrame = theUsualLastFrame;
     double myTime = 0.0;
-    // The order matters: the nodes end first.
+    // The order matters: the destructor ends those that watch the nodes before them.
     std::unique_ptr<NOD_NodeSource> mySource;
     std::unique_ptr<NOD_Node> myRoot;
     std::unique_ptr<NOD_Graph> myGraph;
+    std::unique_ptr<NOD_Conditions> myConditions;
 };

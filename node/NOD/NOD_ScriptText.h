@@ -29,5 +29,6 @@ class ZEL_Template;
 /// empty.
 NOD_API std::string NODscriptText(const ZEL_Template *templates, const std::string &name,
                                   const std::string &label, NOD_Report &losses);
-/// The text that the interface was read from, else that of its templates.
+/// The text that the interface was read from, so that nothing of it is lost; that of its templates if it
+/// was made of templates, or, with a warning, if its script includes files.
 NOD_API std::string NODscriptText(const NOD_Interface &interface, NOD_Report &losses);

@@ -46,6 +46,8 @@ public:
     void set(ZEL_ParmList &list, const ZEL_Template *templates);
     /// One more; null if the list has the token, or if the description makes no parameter.
     ZEL_Parm *add(ZEL_ParmList &list, const ZEL_Template &description);
+    /// The descriptions of the set, in its order.
+    std::vector<const ZEL_Template *> getDescriptions() const { return present(); }
     /// False if no spare parameter of the set has the token.
     bool remove(ZEL_ParmList &list, const KIT_StringRef &token);
     /// Keeps an owner of what templates borrow that were or will be given to this.

@@ -15,6 +15,7 @@ endfunction()
 function(check_output program file)
     execute_process(COMMAND "${CMAKE_COMMAND}" -E env "LD_LIBRARY_PATH=${TREE}/${LIBDIR}"
             "ZEL_PATH=${WORK}/nowhere" "${program}"
+        WORKING_DIRECTORY "${WORK}"
         RESULT_VARIABLE code OUTPUT_VARIABLE out ERROR_VARIABLE err)
     file(READ "${consumer}/${file}" expected)
     if(NOT code EQUAL 0 OR NOT out STREQUAL expected OR NOT err STREQUAL "")
@@ -40,18 +41,23 @@ elseif(MODE STREQUAL "cmake_package")
     run("${CMAKE_COMMAND}" --build "${WORK}")
     check_output("${WORK}/xform" expected.txt)
     check_output("${WORK}/tables" expected_tables.txt)
+    check_output("${WORK}/scene" expected_scene.txt)
 elseif(MODE STREQUAL "pkg_config")
     find_program(pkg_config pkg-config REQUIRED)
-    execute_process(
-        COMMAND "${CMAKE_COMMAND}" -E env "PKG_CONFIG_PATH=${TREE}/${LIBDIR}/pkgconfig"
-            "${pkg_config}" --cflags --libs zel
-        OUTPUT_VARIABLE flags RESULT_VARIABLE code)
-    if(NOT code EQUAL 0)
-        message(FATAL_ERROR "pkg-config does not know zel")
-    endif()
-    separate_arguments(flags UNIX_COMMAND "${flags}")
-    run("${CXX}" -std=c++17 "${consumer}/xform.cpp" -o "${WORK}/xform" ${flags})
-    check_output("${WORK}/xform" expected.txt)
+    foreach(built IN ITEMS "zel xform expected.txt" "zelnode scene expected_scene.txt")
+        separate_arguments(built)
+        list(POP_FRONT built package program expected)
+        execute_process(
+            COMMAND "${CMAKE_COMMAND}" -E env "PKG_CONFIG_PATH=${TREE}/${LIBDIR}/pkgconfig"
+                "${pkg_config}" --cflags --libs ${package}
+            OUTPUT_VARIABLE flags RESULT_VARIABLE code)
+        if(NOT code EQUAL 0)
+            message(FATAL_ERROR "pkg-config does not know ${package}")
+        endif()
+        separate_arguments(flags UNIX_COMMAND "${flags}")
+        run("${CXX}" -std=c++17 "${consumer}/${program}.cpp" -o "${WORK}/${program}" ${flags})
+        check_output("${WORK}/${program}" ${expected})
+    endforeach()
 elseif(MODE STREQUAL "front_page")
     # As lists would eat semicolons, the texts are compared as they are read.
     file(READ "${ROOT}/README.md" page)

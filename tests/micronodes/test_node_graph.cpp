@@ -173,7 +173,7 @@ TEST(NodeGraph, ParametersComeAndGoUnderTheirEdges)
     EXPECT_EQ(pair.change(*pair.a, "w"), "/a/w /b/tx");
 
     // Removed while it is pushed, and its reader not notified yet. Removal is a change of its own, which
-    // notifies both once more.
+    // notifies the reader once more.
     std::string told;
     bool isRemoved = false;
     pair.graph->setDirtyCallback([&](LNK_MicroNode &node) {
@@ -190,7 +190,7 @@ TEST(NodeGraph, ParametersComeAndGoUnderTheirEdges)
     const int index = list.getParmIndex("s");
     list.getParmPtr(index)->setSendExtra(0);
     pair.graph->parmChanged(*pair.a, TRK_CHANGE_VALUE, index);
-    EXPECT_EQ(told, "sstxtx");
+    EXPECT_EQ(told, "stxtx");
     EXPECT_EQ(list.getParmIndex("s"), -1);
     EXPECT_EQ(pair.b->getParms().getNumParmInputs(), 1);
 }

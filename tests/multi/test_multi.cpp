@@ -15,6 +15,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <set>
 #include <sstream>
 #include <tuple>
 #include <utility>
@@ -567,6 +568,31 @@ TEST(MultiItem, TextsTakeTheNumbers)
     EXPECT_GT(p.multi().getMemoryUsage(true), before + 7 * std::int64_t(sizeof(ZEL_Template)));
     p.setCount(2.0);
     EXPECT_EQ("ch(\"a2\") + 2", p.expression("v2", 0));
+}
+
+TEST(MultiItem, ItemsMadeInOneStepLieInFewBlocks)
+{
+    MultiList p;
+    p.items.add(ZEL_XYZ, 3, "pos#");
+    p.build();
+    const auto countBlocks = [&] {
+        std::set<const char *> blocks;
+        for (int i = 1; i < p.list->getEntries(); ++i) {
+            const ZEL_Parm *parm = p.list->getParmPtr(i);
+            blocks.insert(reinterpret_cast<const char *>(parm) - parm->getInstance()->getPlace());
+        }
+        return blocks.size();
+    };
+    p.setCount(100.0);
+    EXPECT_LE(countBlocks(), 6u);
+    // A block stays for the items that are left, and new ones get their own.
+    p.set("pos51", 5.0, 2);
+    p.setCount(51.0);
+    p.setCount(52.0);
+    p.setCount(53.0);
+    EXPECT_LE(countBlocks(), 5u);
+    EXPECT_EQ("0,0,5", valueText(p.parm("pos51")));
+    EXPECT_EQ("0,0,0", valueText(p.parm("pos53")));
 }
 
 TEST(MultiItem, ChildrenOfAnUnknownTypeAreLeftOut)

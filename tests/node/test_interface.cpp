@@ -424,6 +424,12 @@ TEST(NodeInterface, ScriptsComeBack)
             ASSERT_TRUE(read) << report.asText();
             EXPECT_EQ(NODcheckInterface(read->getTemplates(), report), 0) << report.asText();
             checkWayBack(*read, entry.path().string());
+            // Elsewhere the files that it includes aren't found.
+            const Shared copy =
+                NOD_Interface::fromText(NODscriptText(*read, report), "copy", report);
+            ASSERT_TRUE(copy) << report.asText();
+            EXPECT_EQ(copy->getParmCount(), read->getParmCount()) << entry.path();
+            EXPECT_FALSE(report.hasErrors()) << report.asText();
             ++scripts;
         }
     }

@@ -7,11 +7,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <iterator>
 #include <map>
 #include <random>
 #include <set>
+#include <sstream>
 #include <tuple>
 
 namespace
@@ -268,6 +270,40 @@ TEST(ListLoad, TheUsualFormAndAnyOtherSayTheSame)
         EXPECT_EQ(p.contents(), theF5) << body;
         EXPECT_TRUE(p.load(text(std::string("n\t") + body)));
         EXPECT_EQ(p.instance("n").getLockedFlag(0), body[0] == '(') << body;
+    }
+    EXPECT_EQ(takeTexts(), "");
+}
+
+TEST(ListLoad, AnEntryIsReadUpToItsBracket)
+{
+    // As save writes it or with other white space, plain or locked, never animated or once.
+    for (const bool wasAnimated : {false, true}) {
+        for (const char *token : {"t", "f", "n", "on", "text"}) {
+            StreamList p;
+            ZEL_Instance &instance = p.instance(token);
+            for (const bool locked : {false, true}) {
+                p.list.setInt(1, token, 0, 0.0, false);
+                instance.setLockedFlag(0, locked);
+                std::ostringstream os;
+                instance.save(os, 0, false);
+                std::string other = os.str();
+                std::replace(other.begin(), other.end(), '\t', ' ');
+                for (const std::string &body : {os.str(), other}) {
+                    instance.setLockedFlag(0, false);
+                    p.list.setInt(2, token, 0, 0.0, false);
+                    if (wasAnimated) {
+                        instance.addChannel(0);
+                        instance.removeChannel(0);
+                    }
+                    const std::string data = body + "next";
+                    KIT_IStream is(data.data(), data.size(), KIT_IStream::TEXT);
+                    EXPECT_TRUE(instance.load(is)) << data;
+                    EXPECT_EQ(is.rest(), "\nnext") << data;
+                    EXPECT_EQ(p.list.evalInt(token, 0, 0.0), 1) << data;
+                    EXPECT_EQ(instance.getLockedFlag(0), locked) << data;
+                }
+            }
+        }
     }
     EXPECT_EQ(takeTexts(), "");
 }

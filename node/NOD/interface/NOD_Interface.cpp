@@ -26,9 +26,14 @@ ZEL_Template theNoTemplates[] = {ZEL_Template()};
 class ScriptStream : public DS_Stream
 {
 public:
-    ScriptStream(KIT_IStream &is, const std::string &name, NOD_Report &report)
-        : DS_Stream(is, name.c_str(), theNotReduced), myReport(report)
+    using Includes = NOD_Interface::Includes;
+
+    ScriptStream(KIT_IStream &is, const std::string &name, NOD_Report &report, Includes includes)
+        : DS_Stream(is, name.c_str(), includes == Includes::NONE), myReport(report)
     {
+        if (includes == Includes::CONFINED) {
+            setIncludesConfined(true);
+        }
         setOwnSink(take, this);
     }
 
@@ -36,8 +41,6 @@ public:
     void cppError(const char *text) override { addPlaced(KIT_ERROR_ABORT, text); }
 
 private:
-    static constexpr bool theNotReduced = false;
-
     void add(KIT_ErrorSeverity severity, const std::string &file, int line, std::string text)
     {
         while (!text.empty() && text.back() == '\n') {
@@ -150,13 +153,13 @@ NOD_Interface::~NOD_Interface()
 // ---------------------------------------------------------------------- //
 
 bool NOD_Interface::parse(KIT_IStream &is, const std::string &name, ZEL_ScriptPage &page,
-                          NOD_Report &report)
+                          NOD_Report &report, Includes includes)
 {
     NOD_Report found;
     bool parsed = false;
     {
         const NOD_ReportScope scope(found, name);
-        ScriptStream stream(is, name, found);
+        ScriptStream stream(is, name, found, includes);
         parsed = parsePage(page, stream);
         if (!parsed && !found.hasErrors() && KITgetErrorManager().getSeverity() < KIT_ERROR_ABORT) {
             // Some blocks fail at their start without a message.
@@ -174,11 +177,11 @@ bool NOD_Interface::parseFile(const std::string &path, ZEL_ScriptPage &page, NOD
     return openFile(is, path, report) && parse(is, path, page, report);
 }
 
-bool NOD_Interface::read(KIT_IStream &is, NOD_Report &report)
+bool NOD_Interface::read(KIT_IStream &is, NOD_Report &report, Includes includes)
 {
     myText = is.rest();
     myPage = std::make_unique<ZEL_ScriptPage>();
-    if (!parse(is, myFile, *myPage, report)) {
+    if (!parse(is, myFile, *myPage, report, includes)) {
         return false;
     }
     describe();
@@ -186,7 +189,7 @@ bool NOD_Interface::read(KIT_IStream &is, NOD_Report &report)
 }
 
 std::shared_ptr<const NOD_Interface> NOD_Interface::fromFile(const std::string &path,
-                                                             NOD_Report &report)
+                                                             NOD_Report &report, Includes includes)
 {
     errno = 0;
     KIT_IFStream is(path.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
@@ -194,11 +197,12 @@ std::shared_ptr<const NOD_Interface> NOD_Interface::fromFile(const std::string &
         return nullptr;
     }
     std::shared_ptr<NOD_Interface> made(new NOD_Interface(Source::SCRIPT_FILE, path));
-    return made->read(is, report) ? made : nullptr;
+    return made->read(is, report, includes) ? made : nullptr;
 }
 
-std::shared_ptr<const NOD_Interface>
-NOD_Interface::fromText(std::string_view text, const std::string &name, NOD_Report &report)
+std::shared_ptr<const NOD_Interface> NOD_Interface::fromText(std::string_view text,
+                                                             const std::string &name,
+                                                             NOD_Report &report, Includes includes)
 {
     const std::size_t start = text.find_first_not_of(" \t\r\n");
     const bool wholeFlag = start != std::string_view::npos && text[start] == '{';
@@ -206,7 +210,7 @@ NOD_Interface::fromText(std::string_view text, const std::string &name, NOD_Repo
         wholeFlag ? std::string(text) : "{ name \"" + name + "\"\n" + std::string(text) + "\n}";
     KIT_IStream is(whole.data(), whole.size(), KIT_IStream::TEXT);
     std::shared_ptr<NOD_Interface> made(new NOD_Interface(Source::SCRIPT_TEXT, name));
-    return made->read(is, report) ? made : nullptr;
+    return made->read(is, report, includes) ? made : nullptr;
 }
 
 std::shared_ptr<const NOD_Interface> NOD_Interface::fromTemplates(ZEL_Template *templates,

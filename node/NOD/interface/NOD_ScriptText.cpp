@@ -77,6 +77,19 @@ private:
     NOD_Report &myReport;
 };
 
+/// Whether a line may be an `#include`: such a text is none without its files.
+bool includesFiles(const std::string &text)
+{
+    for (std::size_t at = text.find("include"); at != std::string::npos;
+         at = text.find("include", at + 1)) {
+        const std::size_t before = text.find_last_not_of(" \t", at == 0 ? 0 : at - 1);
+        if (at > 0 && before != std::string::npos && text[before] == '#') {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 std::string NODscriptText(const ZEL_Template *templates, const std::string &name,
@@ -96,8 +109,14 @@ std::string NODscriptText(const ZEL_Template *templates, const std::string &name
 
 std::string NODscriptText(const NOD_Interface &interface, NOD_Report &losses)
 {
-    return interface.getSource() == NOD_Interface::Source::TEMPLATES
-               ? NODscriptText(interface.getTemplates(), interface.getTypeName(),
-                               interface.getLabel(), losses)
-               : interface.getText();
+    const bool madeFlag = interface.getSource() == NOD_Interface::Source::TEMPLATES;
+    if (!madeFlag && !includesFiles(interface.getText())) {
+        return interface.getText();
+    }
+    if (!madeFlag) {
+        losses.warning(interface.getFile(),
+                       "the script includes files: only its parameters are written");
+    }
+    return NODscriptText(interface.getTemplates(), interface.getTypeName(), interface.getLabel(),
+                         losses);
 }

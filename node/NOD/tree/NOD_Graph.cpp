@@ -1,57 +1,81 @@
 #include <NOD/NOD_Graph.h>
 
-#include <NOD/NOD_Node.h>
+#include <NOD/NOD_Batch.h>
+#include <NOD/NOD_Conditions.h>
+#include <NOD/tree/NOD_GraphWalkPrivate.h>
+#include <NOD/tree/NOD_LostReferencesPrivate.h>
+#include <NOD/tree/NOD_WholeNodePrivate.h>
 
+#include <BAS/BAS_Allocate.h>
 #include <BAS/BAS_Thread.h>
-#include <KIT/KIT_String.h>
-#include <KIT/KIT_WorkBuffer.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Manager.h>
 #include <TRK/TRK_Segment.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
-#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_Instance.h>
+#include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_ParmMicroNode.h>
-#include <ZEL/ZEL_RefId.h>
 
-#include <ostream>
-#include <string>
+#include <new>
+#include <utility>
 
 namespace
 {
 
-template <class Call>
-void forEachNode(NOD_Node &node, const Call &call)
+constexpr std::uint32_t theAllComponents = ~0u;
+
+std::uint32_t bitOf(int component)
 {
-    call(node);
-    for (const std::unique_ptr<NOD_Node> &child : node.getChildren()) {
-        forEachNode(*child, call);
-    }
+    return 1u << (unsigned(component) & 31u);
 }
 
-template <class Call>
-void forEachParm(NOD_Node &node, const Call &call)
+bool usesVariable(ZEL_Parm &parm, const char *name)
 {
-    for (int i = 0; i < node.getParms().getEntries(); ++i) {
-        if (ZEL_Parm *parm = node.getParms().getParmPtr(i)) {
-            call(i, *parm);
+    bool usesFlag = parm.getInstance() && parm.getInstance()->notifyVarChange(-1, name);
+    for (int k = 0; !usesFlag && k < parm.getVectorSize(); ++k) {
+        const TRK_Channel *const channel = parm.getChannel(k);
+        for (int i = 0; channel && i < channel->getNSegments(); ++i) {
+            const char *const text = channel->getSegment(i)->getExpression();
+            usesFlag = usesFlag || TRK_Manager::scanForVariableInString(text, name);
         }
     }
+    return usesFlag;
 }
 
-std::string pathOf(const NOD_Node &node, const KIT_StringRef &name)
+/// Collects what changes during its life.
+struct Collecting
 {
-    KIT_WorkBuffer buffer;
-    const std::string path = node.getFullPath(buffer);
-    return (path == "/" ? path : path + "/") + name.nonNullStr();
-}
+    explicit Collecting(int &depth) : myDepth(depth) { ++myDepth; }
+    ~Collecting() { --myDepth; }
+    Collecting(const Collecting &) = delete;
+    Collecting &operator=(const Collecting &) = delete;
+
+private:
+    int &myDepth;
+};
 
 } // namespace
+
+/// Where a push starts: it seems to be read by all that has changed.
+class NOD_Graph::Hub : public LNK_MicroNode
+{
+public:
+    void add(LNK_MicroNode &changed) { myChanged.append(&changed); }
+    bool isEmpty() const { return myChanged.isEmpty(); }
+    void getOutputs(KIT_Array<LNK_MicroNode *> &outputs) const override
+    {
+        outputs.append(myChanged.data(), myChanged.entries());
+    }
+
+private:
+    KIT_Array<LNK_MicroNode *> myChanged;
+};
 
 // ---------------------------------------------------------------------- //
 // Life
 // ---------------------------------------------------------------------- //
 
-NOD_Graph::NOD_Graph(NOD_Node &node) : myRoot(&node)
+NOD_Graph::NOD_Graph(NOD_Node &node) : myRoot(&node), myLost(std::make_unique<NOD_LostReferences>())
 {
     while (myRoot->getParent()) {
         myRoot = myRoot->getParent();
@@ -61,190 +85,146 @@ NOD_Graph::NOD_Graph(NOD_Node &node) : myRoot(&node)
 
 NOD_Graph::~NOD_Graph()
 {
+    if (myConditions) {
+        myConditions->treeRemoved();
+    }
     if (myRoot) {
         myRoot->setGraph(nullptr);
-        forEachNode(*myRoot, [](NOD_Node &node) { node.getParms().clearMicroNodeInputs(); });
+        NODforEachNode(*myRoot, [](NOD_Node &node) { node.getParms().clearMicroNodeInputs(); });
     }
 }
 
-void NOD_Graph::nodeRemoved(const NOD_Node &node)
+void NOD_Graph::nodeRemoved(NOD_Node &node)
 {
+    nodeLeaves(node);
+    myLost->forget(node);
+    const auto pending = myPendingPlaces.find(&node);
+    if (pending != myPendingPlaces.end()) {
+        myPending[pending->second].node = nullptr;
+        myPendingPlaces.erase(pending);
+    }
+    const auto dirty = myDirtyPlaces.find(&node);
+    if (dirty != myDirtyPlaces.end()) {
+        myDirtyNodes[dirty->second] = nullptr;
+        myDirtyPlaces.erase(dirty);
+    }
+    if (myConditions) {
+        myConditions->nodeRemoved(node);
+    }
     myWholeNodes.erase(&node);
 }
 
 void NOD_Graph::treeRemoved()
 {
+    if (myConditions) {
+        myConditions->treeRemoved();
+    }
     myRoot = nullptr;
     myWholeNodes.clear();
+    myPending.clear();
+    myPendingPlaces.clear();
+    myDirtyNodes.clear();
+    myDirtyPlaces.clear();
+    myLost->clear();
 }
 
 // ---------------------------------------------------------------------- //
-// Graph nodes
+// What a batch has to do
 // ---------------------------------------------------------------------- //
 
-LNK_MicroNode *NOD_Graph::findWholeNode(const NOD_Node &node) const
+NOD_Graph::Pending &NOD_Graph::pendingOf(NOD_Node &node)
 {
-    const auto entry = myWholeNodes.find(&node);
-    return entry != myWholeNodes.end() ? entry->second.get() : nullptr;
+    const auto place = myPendingPlaces.find(&node);
+    if (place != myPendingPlaces.end()) {
+        return myPending[place->second];
+    }
+    // Without memory for its place one without a node stays, which does nothing.
+    myPending.emplace_back();
+    myPendingPlaces.emplace(&node, myPending.size() - 1);
+    myPending.back().node = &node;
+    return myPending.back();
 }
 
-LNK_MicroNode &NOD_Graph::getWholeNode(NOD_Node &node)
+/// Components whose references are to be found, and which of them are to be pushed.
+void NOD_Graph::mark(NOD_Node &node, const std::string &token, std::uint32_t bits)
 {
-    std::unique_ptr<LNK_MicroNode> &whole = myWholeNodes[&node];
-    if (!whole) {
-        whole = std::make_unique<LNK_MicroNode>();
-        forEachParm(node, [&](int, ZEL_Parm &parm) {
-            if (parm.hasMicroNodes()) {
-                makeMicroNode(node, parm, 0);
-            }
-        });
-    }
-    return *whole;
-}
-
-ZEL_ParmMicroNode *NOD_Graph::makeMicroNode(NOD_Node &node, ZEL_Parm &parm, int component)
-{
-    if (!parm.hasMicroNodes()) {
-        // A fresh node has no time dependence yet: it takes over that of the channels.
-        std::uint32_t timeDependentField = 0;
-        for (int i = 0; i < parm.getVectorSize(); ++i) {
-            timeDependentField |= std::uint32_t(parm.isTimeDependent(i)) << (i & 31);
-        }
-        for (int i = 0; i < parm.getVectorSize() && parm.microNode(i); ++i) {
-            parm.setTimeDependentMicroNode(i, (timeDependentField >> (i & 31) & 1u) != 0);
-        }
-    }
-    LNK_MicroNode *whole = parm.getType().isCookable() ? findWholeNode(node) : nullptr;
-    for (int i = 0; whole && i < parm.getVectorSize(); ++i) {
-        whole->addExplicitInput(*parm.microNode(i));
-    }
-    return parm.microNode(component);
-}
-
-// ---------------------------------------------------------------------- //
-// References
-// ---------------------------------------------------------------------- //
-
-void NOD_Graph::rebuild(double time)
-{
-    if (myRoot) {
-        forEachNode(*myRoot, [&](NOD_Node &node) { rebuild(node, -1, time); });
-    }
-}
-
-void NOD_Graph::rebuild(NOD_Node &node, int parmIndex, double time)
-{
-    ZEL_AutoBlockErrors block(BASgetSTID());
-    if (ZEL_Parm *parm = node.getParms().getParmPtr(parmIndex)) {
-        rebuildParm(node, parmIndex, *parm, time);
-    } else if (parmIndex < 0) {
-        forEachParm(node, [&](int i, ZEL_Parm &each) { rebuildParm(node, i, each, time); });
-    }
-}
-
-void NOD_Graph::rebuildParm(NOD_Node &node, int parmIndex, ZEL_Parm &parm, double time)
-{
-    if (parm.hasMicroNodes() && findWholeNode(node)) {
-        makeMicroNode(node, parm, 0);
-    }
-    for (int i = 0; i < parm.getVectorSize(); ++i) {
-        clearReferences(parm, i);
-    }
-    parm.buildOpDependencies(ZEL_RefId(parmIndex, -1), BASgetSTID());
-    for (int i = 0; i < parm.getVectorSize(); ++i) {
-        const Reader reader{&node, &parm, i};
-        findChannelReferences(reader);
-        if (parm.getChannel(i) || parm.getType().isStringType()) {
-            evaluate(reader, time);
-        }
-    }
-}
-
-void NOD_Graph::clearReferences(ZEL_Parm &parm, int component)
-{
-    // Removing inputs clears flags of the whole list: don't where there are none.
-    if (parm.hasMicroNodes() && parm.microNode(component)->getNumInputs() > 0) {
-        parm.microNode(component)->clearInputs();
-    }
-}
-
-void NOD_Graph::findChannelReferences(const Reader &reader)
-{
-    const TRK_Channel *channel = reader.parm->getChannel(reader.component);
-    for (int i = 0; channel && i < channel->getNSegments(); ++i) {
-        const TRK_Segment &segment = *channel->getSegment(i);
-        if (segment.isInterpolated() || segment.getExprLanguage() != TRK_LANGUAGE_NATIVE) {
-            continue;
-        }
-        TRK_Manager::forEachReference(segment.getExpression(),
-                                      [&](const KIT_StringRef &path, const KIT_StringRef &name) {
-                                          if (NOD_Node *target = reader.node->findNode(path)) {
-                                              addReference(reader, *target, name);
-                                          }
-                                      });
-    }
-}
-
-void NOD_Graph::evaluate(const Reader &reader, double time)
-{
-    const ZEL_Parm &parm = *reader.parm;
-    // The count of a multi-parameter makes its items when it is read.
-    if (parm.isMultiParm() || parm.getType().isDataType()) {
+    Pending &pending = pendingOf(node);
+    if (pending.fullFlag && bits == 0) {
         return;
     }
-    const Reader outer = myReader;
-    myReader = reader;
-    {
-        const TRK_ReferenceScope scope(*this);
-        const int thread = BASgetSTID();
-        if (parm.getType().isStringType()) {
-            constexpr bool expand = true;
-            KIT_String value;
-            parm.getValue(time, value, reader.component, expand, thread);
-        } else {
-            double value = 0.0;
-            parm.getValue(time, value, reader.component, thread);
+    pending.parms[token] |= bits;
+    constexpr std::size_t theFew = 8;
+    if (!pending.fullFlag && pending.parms.size() > theFew &&
+        pending.parms.size() > std::size_t(node.getParms().getEntries() / 4)) {
+        pending.allFlag = pending.fullFlag = true;
+    }
+}
+
+void NOD_Graph::markStructure(NOD_Node &node)
+{
+    Pending &pending = pendingOf(node);
+    // Parameters that are replaced take the marks of their own changes along.
+    pending.pushAllFlag = pending.pushAllFlag || pending.fullFlag;
+    pending.allFlag = pending.namesFlag = true;
+    noteDirty(node);
+    if (myConditions) {
+        myConditions->structureChanged(node);
+    }
+}
+
+void NOD_Graph::markReader(const NOD_GraphReader &reader)
+{
+    if (!reader.isCondition()) {
+        mark(*reader.node, reader.token, bitOf(reader.component));
+    } else if (myConditions) {
+        myConditions->mark(*reader.node, reader.component);
+    }
+}
+
+void NOD_Graph::markReadersOf(const LNK_MicroNode &node)
+{
+    KIT_Array<LNK_MicroNode *> readers;
+    node.getOutputs(readers);
+    for (LNK_MicroNode *reader : readers) {
+        const auto *const own = dynamic_cast<const ZEL_ParmMicroNode *>(reader);
+        ZEL_Parm *const parm = own ? own->parm() : nullptr;
+        if (auto *const of = parm ? dynamic_cast<NOD_Node *>(parm->getParmOwner()) : nullptr) {
+            mark(*of, parm->getToken(), bitOf(own->subIndex()));
+        } else if (!own) {
+            reader->becameDirty();
         }
     }
-    myReader = outer;
+    mySelfReaders.erase(&node);
 }
 
-void NOD_Graph::referenceRead(const TRK_Collection &collection, const KIT_StringRef &name)
+void NOD_Graph::markReadersOf(ZEL_Parm &parm)
 {
-    if (NOD_Node *target = dynamic_cast<NOD_Node *>(collection.getPathResolver())) {
-        addReference(myReader, *target, name);
+    for (int i = 0; parm.hasMicroNodes() && i < parm.getVectorSize(); ++i) {
+        markReadersOf(*parm.microNode(i));
     }
 }
 
-void NOD_Graph::referenceFound(NOD_Node &node, const TRK_Referrer &from, const KIT_StringRef &path,
-                               const KIT_StringRef &name)
+void NOD_Graph::markReadersOf(NOD_Node &node)
 {
-    ZEL_Parm *parm = node.getParms().getParmPtr(from.parm);
-    NOD_Node *target = node.findNode(path);
-    for (int i = 0; parm && target && i < parm->getVectorSize(); ++i) {
-        if (from.component < 0 || from.component == i) {
-            addReference(Reader{&node, parm, i}, *target, name);
+    NODforEachParm(node, [&](int, ZEL_Parm &parm) { markReadersOf(parm); });
+    if (const LNK_MicroNode *whole = findWholeNode(node)) {
+        markReadersOf(*whole);
+    }
+}
+
+void NOD_Graph::markWatchers(const NOD_Node &node)
+{
+    if (!myLost->isEmpty()) {
+        NOD_LostReferences::Readers readers;
+        myLost->addWatchers(NODpathOf(node), readers);
+        for (const NOD_GraphReader &reader : readers) {
+            markReader(reader);
         }
-    }
-}
-
-void NOD_Graph::addReference(const Reader &reader, NOD_Node &target, const KIT_StringRef &name)
-{
-    LNK_MicroNode *input = nullptr;
-    if (name.isNull()) {
-        input = &getWholeNode(target);
-    } else {
-        int component = 0;
-        ZEL_Parm *parm = target.getParms().getParmPtrFromChannel(name, &component);
-        input = parm ? makeMicroNode(target, *parm, component) : nullptr;
-    }
-    if (input) {
-        makeMicroNode(*reader.node, *reader.parm, reader.component)->addExplicitInput(*input);
     }
 }
 
 // ---------------------------------------------------------------------- //
-// Changes
+// Notifications
 // ---------------------------------------------------------------------- //
 
 void NOD_Graph::parmChanged(NOD_Node &node, TRK_CHANGE_TYPE type, int parmIndex)
@@ -252,10 +232,287 @@ void NOD_Graph::parmChanged(NOD_Node &node, TRK_CHANGE_TYPE type, int parmIndex)
     if (type != TRK_CHANGE_VALUE || !myRoot) {
         return;
     }
-    rebuild(node, parmIndex, TRK_Manager::getContext().getEvaluateTime(BASgetSTID()));
-    constexpr bool changedOnly = false;
-    node.getParms().propagateDirtyParmMicroNodes(parmIndex, myDirtyCallback, findWholeNode(node),
-                                                 changedOnly);
+    if (ZEL_Parm *const parm = node.getParms().getParmPtr(parmIndex)) {
+        Pending &pending = pendingOf(node);
+        if (!pending.fullFlag) {
+            std::uint32_t bits = 0;
+            for (int i = 0; i < parm->getVectorSize(); ++i) {
+                bits |= parm->isSendExtra(i) ? bitOf(i) : 0u;
+            }
+            mark(node, parm->getToken(), bits);
+        }
+    } else {
+        pendingOf(node).allFlag = true;
+    }
+    flushUnlessInBatch();
+}
+
+void NOD_Graph::structureChanged(NOD_Node &node)
+{
+    markStructure(node);
+    flushUnlessInBatch();
+}
+
+void NOD_Graph::channelsChanged(NOD_Node &node)
+{
+    markReadersOf(node);
+    markStructure(node);
+    pendingOf(node).pushAllFlag = true;
+    flushUnlessInBatch();
+}
+
+void NOD_Graph::parmLeaves(NOD_Node &node, int parmIndex)
+{
+    // What it takes along is found at the end of the batch, without it.
+    if (ZEL_Parm *const parm = node.getParms().getParmPtr(parmIndex)) {
+        markReadersOf(*parm);
+        Pending &pending = pendingOf(node);
+        pending.pushWholeFlag = pending.pushWholeFlag || parm->getType().isCookable();
+    }
+    markStructure(node);
+}
+
+void NOD_Graph::nodeLeaves(NOD_Node &node)
+{
+    NOD_LostReferences::Readers readers;
+    myLost->addWaiting(node, readers, [](const std::string &) { return true; });
+    for (const NOD_GraphReader &reader : readers) {
+        markReader(reader);
+    }
+    markReadersOf(node);
+    markWatchers(node);
+    markStructure(node);
+}
+
+void NOD_Graph::treeLeaves(NOD_Node &node)
+{
+    NODforEachNode(node, [&](NOD_Node &each) { nodeLeaves(each); });
+}
+
+void NOD_Graph::nodeAppears(NOD_Node &node)
+{
+    markWatchers(node);
+    markStructure(node);
+    pendingOf(node).fullFlag = true;
+    flushUnlessInBatch();
+}
+
+void NOD_Graph::treeAppears(NOD_Node &node)
+{
+    const NOD_Batch batch(this);
+    NODforEachNode(node, [&](NOD_Node &each) {
+        markWatchers(each);
+        markStructure(each);
+    });
+}
+
+void NOD_Graph::variableChanged(NOD_Node &node, const std::string &name)
+{
+    const NOD_Batch batch(this);
+    NODforEachNode(node, [&](NOD_Node &each) {
+        NODforEachParm(each, [&](int, ZEL_Parm &parm) {
+            if (usesVariable(parm, name.c_str())) {
+                mark(each, parm.getToken(), theAllComponents);
+            }
+        });
+        if (myConditions) {
+            myConditions->markExpressions(each);
+        }
+    });
+}
+
+// ---------------------------------------------------------------------- //
+// The end of a batch
+// ---------------------------------------------------------------------- //
+
+void NOD_Graph::endBatch()
+{
+    --myDepth;
+    try {
+        flushUnlessInBatch();
+    } catch (const std::bad_alloc &) {
+        BASnoteFailedAllocation();
+    }
+}
+
+void NOD_Graph::flushUnlessInBatch()
+{
+    // In the middle of an evaluation what is evaluated for its references would end it.
+    if (myDepth == 0 && !TRK_Manager::isEvaluating()) {
+        settle();
+    }
+}
+
+void NOD_Graph::settle()
+{
+    try {
+        flush();
+    } catch (const std::bad_alloc &) {
+        myBrokenFlag = true;
+        throw;
+    }
+}
+
+void NOD_Graph::flush()
+{
+    const int thread = BASgetSTID();
+    const ZEL_AutoBlockErrors block(thread);
+    const ZEL_Multi::KeepItems keep;
+    while (myRoot && (myBrokenFlag || !myPending.empty())) {
+        Hub hub;
+        {
+            const Collecting collecting(myDepth);
+            markLost();
+            markAppeared();
+            const std::vector<Pending> pending = std::move(myPending);
+            myPending.clear();
+            myPendingPlaces.clear();
+            findReferences(pending, TRK_Manager::getContext().getEvaluateTime(thread));
+            collectChanged(pending, hub);
+        }
+        if (!hub.isEmpty()) {
+            push(hub);
+        }
+    }
+    if (myConditions) {
+        myConditions->update();
+    }
+}
+
+/// After a change that found no memory: everything may have changed.
+void NOD_Graph::markLost()
+{
+    if (myBrokenFlag) {
+        NODforEachNode(*myRoot, [&](NOD_Node &node) {
+            markStructure(node);
+            pendingOf(node).pushAllFlag = true;
+        });
+        myBrokenFlag = false;
+    }
+}
+
+/// Those that wait for a name which is there now.
+void NOD_Graph::markAppeared()
+{
+    for (std::size_t i = 0; !myLost->isEmpty() && i < myPending.size(); ++i) {
+        NOD_Node *const node = myPending[i].namesFlag ? myPending[i].node : nullptr;
+        NOD_LostReferences::Readers readers;
+        if (node) {
+            myLost->addWaiting(*node, readers, [&](const std::string &name) {
+                int component = 0;
+                return node->getParms().getParmPtrFromChannel(name.c_str(), &component) != nullptr;
+            });
+        }
+        for (const NOD_GraphReader &reader : readers) {
+            markReader(reader);
+        }
+    }
+}
+
+void NOD_Graph::findReferences(const std::vector<Pending> &pending, double time)
+{
+    for (const Pending &each : pending) {
+        if (each.node && each.allFlag) {
+            rebuild(*each.node, -1, time);
+        } else if (each.node) {
+            for (const auto &[token, bits] : each.parms) {
+                const int parmIndex = each.node->getParms().getParmIndex(token.c_str());
+                if (parmIndex >= 0) {
+                    rebuild(*each.node, parmIndex, time);
+                }
+            }
+        }
+    }
+}
+
+void NOD_Graph::collectChanged(const std::vector<Pending> &pending, Hub &hub)
+{
+    for (const Pending &each : pending) {
+        if (!each.node) {
+            continue;
+        }
+        if (each.allFlag || each.pushAllFlag) {
+            const std::uint32_t bits = each.pushAllFlag ? theAllComponents : 0u;
+            NODforEachParm(*each.node, [&](int i, ZEL_Parm &parm) {
+                if (bits != 0 || parm.hasAnySendExtraFlags()) {
+                    collectChanged(*each.node, i, parm, bits, hub);
+                }
+            });
+        }
+        for (const auto &[token, bits] : each.parms) {
+            const int parmIndex = each.node->getParms().getParmIndex(token.c_str());
+            if (ZEL_Parm *const parm = each.node->getParms().getParmPtr(parmIndex)) {
+                collectChanged(*each.node, parmIndex, *parm, bits, hub);
+            }
+        }
+        LNK_MicroNode *const whole = each.pushWholeFlag ? findWholeNode(*each.node) : nullptr;
+        if (whole) {
+            hub.add(*whole);
+        }
+    }
+}
+
+void NOD_Graph::collectChanged(NOD_Node &node, int parmIndex, ZEL_Parm &parm, std::uint32_t bits,
+                               Hub &hub)
+{
+    bool anyFlag = false;
+    for (int i = 0; i < parm.getVectorSize(); ++i) {
+        if ((bits & bitOf(i)) == 0 && !parm.isSendExtra(i)) {
+            continue;
+        }
+        anyFlag = true;
+        if (parm.hasMicroNodes()) {
+            hub.add(*parm.microNode(i));
+        } else if (myConditions) {
+            myConditions->changed(node, parmIndex, i);
+        }
+    }
+    LNK_MicroNode *const whole = anyFlag && !parm.hasMicroNodes() && parm.getType().isCookable()
+                                     ? findWholeNode(node)
+                                     : nullptr;
+    if (whole) {
+        hub.add(*whole);
+    }
+    if (parm.hasAnySendExtraFlags()) {
+        parm.getInstance()->clearSendExtra();
+    }
+}
+
+void NOD_Graph::push(Hub &hub)
+{
+    hub.propagateDirty(
+        [&](LNK_MicroNode &node) {
+            const auto *const own = dynamic_cast<const ZEL_ParmMicroNode *>(&node);
+            ZEL_Parm *const parm = own ? own->parm() : nullptr;
+            auto *const of = parm ? dynamic_cast<NOD_Node *>(parm->getParmOwner()) : nullptr;
+            if (of) {
+                noteDirty(*of);
+                if (myConditions && myConditions->hasConditions(*of)) {
+                    myConditions->changed(*of, own->parmIndex(), own->subIndex());
+                }
+            } else if (const auto *const whole = dynamic_cast<const WholeNode *>(&node)) {
+                noteDirty(whole->node);
+            }
+            const bool tellFlag =
+                of || (&node != &hub && !dynamic_cast<const NOD_ConditionNode *>(&node));
+            if (tellFlag && myDirtyCallback) {
+                myDirtyCallback(node);
+            }
+        },
+        false);
+}
+
+// ---------------------------------------------------------------------- //
+// Bringing up to date
+// ---------------------------------------------------------------------- //
+
+void NOD_Graph::noteDirty(NOD_Node &node)
+{
+    if (myDirtyPlaces.count(&node) == 0) {
+        myDirtyNodes.push_back(nullptr);
+        myDirtyPlaces.emplace(&node, myDirtyNodes.size() - 1);
+        myDirtyNodes.back() = &node;
+    }
 }
 
 int NOD_Graph::update(double time)
@@ -264,56 +521,45 @@ int NOD_Graph::update(double time)
     if (!myRoot) {
         return count;
     }
-    ZEL_AutoBlockErrors block(BASgetSTID());
-    forEachNode(*myRoot, [&](NOD_Node &node) {
-        forEachParm(node, [&](int parmIndex, ZEL_Parm &parm) {
-            for (int i = 0; parm.hasMicroNodes() && i < parm.getVectorSize(); ++i) {
-                if (parm.microNode(i)->requiresUpdate()) {
-                    // What it read before may differ from what it reads now.
-                    const Reader reader{&node, &parm, i};
-                    clearReferences(parm, i);
-                    parm.buildOpDependencies(ZEL_RefId(parmIndex, i), BASgetSTID());
-                    findChannelReferences(reader);
-                    evaluate(reader, time);
-                    parm.microNode(i)->update();
-                    ++count;
-                }
-            }
-        });
-        if (LNK_MicroNode *whole = findWholeNode(node)) {
-            whole->update();
+    settle();
+    const ZEL_AutoBlockErrors block(BASgetSTID());
+    const ZEL_Multi::KeepItems keep;
+    const Collecting collecting(myDepth);
+    // Evaluation may make graph nodes, which are dirty, and items.
+    for (std::size_t i = 0; i < myDirtyNodes.size(); ++i) {
+        if (NOD_Node *const node = myDirtyNodes[i]) {
+            myDirtyPlaces.erase(node);
+            myDirtyNodes[i] = nullptr;
+            count += updateNode(*node, time);
         }
-    });
+    }
+    myDirtyNodes.clear();
+    myDirtyPlaces.clear();
     return count;
 }
 
-// ---------------------------------------------------------------------- //
-// Text
-// ---------------------------------------------------------------------- //
-
-void NOD_Graph::writeDOT(std::ostream &os)
+int NOD_Graph::updateNode(NOD_Node &node, double time)
 {
-    KIT_Array<const LNK_MicroNode *> nodes;
-    std::unordered_map<const LNK_MicroNode *, std::string> labels;
-    const auto add = [&](const LNK_MicroNode &linked, std::string label) {
-        if (linked.getNumInputs() > 0 || linked.getNumOutputs() > 0) {
-            nodes.append(&linked);
-            labels.emplace(&linked, std::move(label));
+    int count = 0;
+    NODforEachParm(node, [&](int parmIndex, ZEL_Parm &parm) {
+        bool dirtyFlag = false;
+        for (int i = 0; parm.hasMicroNodes() && i < parm.getVectorSize(); ++i) {
+            dirtyFlag = dirtyFlag || parm.microNode(i)->requiresUpdate();
         }
-    };
-    if (myRoot) {
-        forEachNode(*myRoot, [&](NOD_Node &node) {
-            if (const LNK_MicroNode *whole = findWholeNode(node)) {
-                KIT_WorkBuffer path;
-                add(*whole, node.getFullPath(path));
+        if (!dirtyFlag) {
+            return;
+        }
+        // What it read before may differ from what it reads now.
+        rebuildParm(node, parmIndex, parm, time);
+        for (int i = 0; i < parm.getVectorSize(); ++i) {
+            if (parm.microNode(i)->requiresUpdate()) {
+                parm.microNode(i)->update();
+                ++count;
             }
-            forEachParm(node, [&](int, ZEL_Parm &parm) {
-                for (int i = 0; parm.hasMicroNodes() && i < parm.getVectorSize(); ++i) {
-                    add(*parm.microNode(i), pathOf(node, parm.getChannelToken(i)));
-                }
-            });
-        });
+        }
+    });
+    if (LNK_MicroNode *whole = findWholeNode(node)) {
+        whole->update();
     }
-    LNK_MicroNode::dumpAsDOT(os, "parameters", nodes,
-                             [&](const LNK_MicroNode &node) { return labels[&node]; });
+    return count;
 }

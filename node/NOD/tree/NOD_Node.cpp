@@ -1,5 +1,6 @@
 #include <NOD/NOD_Node.h>
 
+#include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_NodeState.h>
@@ -11,6 +12,10 @@
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <SNK/SNK_NodeSource.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Expression.h>
+#include <TRK/TRK_Manager.h>
+#include <TRK/TRK_Segment.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
@@ -39,40 +44,44 @@ struct ScriptContext : ZEL_ParmOwnerContext
 // ---------------------------------------------------------------------- //
 
 NOD_Node::NOD_Node(ZEL_Template *templates, const char *nodeType)
-    : NOD_Node(nullptr, "", {templates, nodeType, nodeType, nullptr})
-{}
-
-NOD_Node::Description NOD_Node::describe(std::shared_ptr<const NOD_Interface> interface)
+    : NOD_Node(NOD_NodeSeed(templates, nodeType))
 {
-    if (!interface) {
-        return {nullptr, nullptr, nullptr, nullptr};
-    }
-    return {interface->getTemplates(), interface->getSharedName().c_str(),
-            interface->getTypeName().c_str(), std::move(interface)};
+    begin();
 }
 
-NOD_Node::NOD_Node(NOD_Node *parent, const char *name, Description description)
-    : myParent(parent), myName(name)
+NOD_Node::NOD_Node(const NOD_NodeSeed &seed) : myParent(seed.myParent), myName(seed.myName)
 {
-    constexpr bool deleteChannels = false;
     myChannels.setPathResolver(this);
-    if (description.nodeType && *description.nodeType) {
-        myPresets = std::make_unique<ZEL_PresetInfo>(thePresetTable, description.nodeType);
+    if (!seed.myTypeName.empty()) {
+        myPresets = std::make_unique<ZEL_PresetInfo>(thePresetTable, seed.myTypeName.c_str());
     }
-    myParms = std::make_unique<ZEL_ParmList>(
-        description.templates ? description.templates : theNoTemplates, &myChannels, this,
-        myPresets.get(), KIT_StringRef(description.sharedName), deleteChannels);
-    keepDescription(std::move(description));
+    constexpr bool buildDefaults = true;
+    myParms = makeList(seed, buildDefaults);
+    keepSeed(seed);
     setParmList(myParms.get());
     myParms->setEventHandler(this, handleChange);
-    applyDefaultPreset();
 }
 
-void NOD_Node::keepDescription(Description description)
+std::unique_ptr<ZEL_ParmList> NOD_Node::makeList(const NOD_NodeSeed &seed, bool buildDefaults)
 {
-    myPlainTemplates = description.interface ? nullptr : description.templates;
-    myPlainType = description.interface || !description.nodeType ? "" : description.nodeType;
-    myInterface = std::move(description.interface);
+    constexpr bool deleteChannels = false;
+    const char *const sharedName = seed.mySharedName.empty() ? nullptr : seed.mySharedName.c_str();
+    return std::make_unique<ZEL_ParmList>(seed.myTemplates ? seed.myTemplates : theNoTemplates,
+                                          &myChannels, this, myPresets.get(),
+                                          KIT_StringRef(sharedName), deleteChannels, buildDefaults);
+}
+
+void NOD_Node::keepSeed(const NOD_NodeSeed &seed)
+{
+    myPlainTemplates = seed.myInterface ? nullptr : seed.myTemplates;
+    myPlainType = seed.myInterface ? "" : seed.myTypeName;
+    myInterface = seed.myInterface;
+}
+
+void NOD_Node::begin()
+{
+    applyDefaultPreset();
+    myWatchedFlag = true;
 }
 
 NOD_Node::~NOD_Node()
@@ -90,13 +99,27 @@ NOD_Node::~NOD_Node()
 
 void NOD_Node::applyDefaultPreset()
 {
-    const int preset = myPresets ? myPresets->getDefaultPreset() : -1;
+    // What is loaded is meant as it was saved, whatever presets are here.
+    const int preset = myPresets && !ZEL_ParmList::isLoading() ? myPresets->getDefaultPreset() : -1;
     if (preset >= 0) {
         // An earlier error that wasn't read yet must not count as one of this load.
         KIT_ErrorManager::Scope scope(BASgetSTID());
         myPresets->loadPresetFile(myParms.get(), myPresets->getPresetPath(preset));
         scope.getOuterManager().stealErrors(scope.getManager());
     }
+}
+
+const std::string &NOD_Node::getTypeName() const
+{
+    return myInterface ? myInterface->getTypeName() : myPlainType;
+}
+
+void NOD_Node::keepSections(const std::string &typeName, Sections sections)
+{
+    if (!typeName.empty() && !myInterface && !myPlainTemplates) {
+        myPlainType = typeName;
+    }
+    myKeptSections = std::move(sections);
 }
 
 bool NOD_Node::isValidName(const std::string &name)
@@ -106,12 +129,14 @@ bool NOD_Node::isValidName(const std::string &name)
 
 NOD_Node *NOD_Node::copyTo(NOD_Node &parent, const char *name)
 {
-    const char *const type = myPlainType.c_str();
-    NOD_Node *const copy =
-        parent.adopt(name, myInterface ? describe(myInterface)
-                                       : Description{myPlainTemplates, type, type, nullptr});
+    // A type that is missing must not name the tables of one that comes later.
+    const char *const type = myPlainTemplates ? myPlainType.c_str() : "";
+    NOD_Node *const copy = parent.adopt(name, myInterface ? NOD_NodeSeed(myInterface)
+                                                          : NOD_NodeSeed(myPlainTemplates, type));
     if (copy) {
+        copy->keepSections(myPlainType, myKeptSections);
         mySpares.copyTo(copy->mySpares, *copy->myParms);
+        copy->structureChanged();
         copy->myVariables = myVariables;
         NOD_NodeState(*this).restore(*copy);
     }
@@ -122,32 +147,59 @@ std::unique_ptr<NOD_Node> NOD_Node::takeChild(const NOD_Node &child)
 {
     const auto at = std::find_if(myChildren.begin(), myChildren.end(),
                                  [&](const auto &one) { return one.get() == &child; });
+    removeName(child);
     std::unique_ptr<NOD_Node> taken = std::move(*at);
     myChildren.erase(at);
     return taken;
 }
 
-NOD_Node *NOD_Node::adopt(const char *name, Description description)
+NOD_Node *NOD_Node::adopt(const char *name, NOD_NodeSeed seed)
 {
     if (!name || !isValidName(name) || getChild(name)) {
         return nullptr;
     }
-    myChildren.emplace_back(new NOD_Node(this, name, std::move(description)));
-    return myChildren.back().get();
+    seed.myParent = this;
+    seed.myName = name;
+    const NOD_NodeMaker &maker = getRoot()->myMaker;
+    std::unique_ptr<NOD_Node> made = maker ? maker(seed) : nullptr;
+    myChildren.push_back(made ? std::move(made) : std::make_unique<NOD_Node>(seed));
+    NOD_Node *const child = myChildren.back().get();
+    addName(*child);
+    child->begin();
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->nodeAppears(*child);
+    }
+    return child;
 }
 
 NOD_Node *NOD_Node::addChild(const char *name, ZEL_Template *templates, const char *nodeType)
 {
-    return adopt(name, {templates, nodeType, nodeType, nullptr});
+    return adopt(name, NOD_NodeSeed(templates, nodeType));
 }
 
 NOD_Node *NOD_Node::addChild(const char *name, std::shared_ptr<const NOD_Interface> description)
 {
-    return adopt(name, describe(std::move(description)));
+    return adopt(name, NOD_NodeSeed(std::move(description)));
+}
+
+void NOD_Node::addName(NOD_Node &child)
+{
+    constexpr std::size_t theFew = 8;
+    if (!myChildrenByName.empty()) {
+        myChildrenByName[child.myName] = &child;
+    } else if (myChildren.size() > theFew) {
+        for (const std::unique_ptr<NOD_Node> &each : myChildren) {
+            myChildrenByName[each->myName] = each.get();
+        }
+    }
 }
 
 NOD_Node *NOD_Node::getChild(const std::string &name) const
 {
+    if (!myChildrenByName.empty()) {
+        const auto named = myChildrenByName.find(name);
+        return named == myChildrenByName.end() ? nullptr : named->second;
+    }
     for (const std::unique_ptr<NOD_Node> &child : myChildren) {
         if (child->myName == name) {
             return child.get();
@@ -197,26 +249,46 @@ bool NOD_Node::loadChannels(KIT_IStream &is)
     return loaded;
 }
 
+void NOD_Node::linkChannels()
+{
+    myParms->reloadChannelPtrs();
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->channelsChanged(*this);
+    }
+}
+
 // ---------------------------------------------------------------------- //
 // Spare parameters, and a new interface
 // ---------------------------------------------------------------------- //
 
+void NOD_Node::structureChanged()
+{
+    ++myStructureVersion;
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->structureChanged(*this);
+    }
+}
+
 ZEL_Parm *NOD_Node::addSpareParm(const ZEL_Template &description)
 {
-    ZEL_Parm *parm = mySpares.add(*myParms, description);
-    myStructureVersion += parm ? 1 : 0;
+    ZEL_Parm *const parm = mySpares.add(*myParms, description);
+    if (parm) {
+        structureChanged();
+    }
     return parm;
 }
 
 bool NOD_Node::removeSpareParm(const char *token)
 {
+    const NOD_Batch batch(*this);
     return mySpares.remove(*myParms, KIT_StringRef(token));
 }
 
 void NOD_Node::setSpareParms(const ZEL_Template *templates)
 {
+    const NOD_Batch batch(*this);
     mySpares.set(*myParms, templates);
-    ++myStructureVersion;
+    structureChanged();
 }
 
 void NOD_Node::setSpareParms(const std::shared_ptr<const NOD_Interface> &description)
@@ -228,30 +300,33 @@ void NOD_Node::setSpareParms(const std::shared_ptr<const NOD_Interface> &descrip
 bool NOD_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,
                                             KIT_String &)
 {
+    const NOD_Batch batch(*this);
     mySpares.createForLoad(*myParms, names, map);
-    ++myStructureVersion;
+    structureChanged();
     return true;
 }
 
 void NOD_Node::renewParms(ZEL_Template *templates, const char *nodeType)
 {
-    renew({templates, nodeType, nodeType, nullptr});
+    renew(NOD_NodeSeed(templates, nodeType));
 }
 
 void NOD_Node::renewParms(std::shared_ptr<const NOD_Interface> description)
 {
-    renew(describe(std::move(description)));
+    renew(NOD_NodeSeed(std::move(description)));
 }
 
-void NOD_Node::renew(Description description)
+void NOD_Node::renew(const NOD_NodeSeed &seed)
 {
     // Defaults are applied later: what is taken over needs none, and they mustn't touch its channels.
     constexpr bool buildDefaults = false;
     constexpr bool deleteChannels = false;
     constexpr bool forceCopy = false;
-    auto fresh = std::make_unique<ZEL_ParmList>(
-        description.templates ? description.templates : theNoTemplates, &myChannels, this,
-        myPresets.get(), KIT_StringRef(description.sharedName), deleteChannels, buildDefaults);
+    const NOD_Batch batch(*this);
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->nodeLeaves(*this);
+    }
+    std::unique_ptr<ZEL_ParmList> fresh = makeList(seed, buildDefaults);
     const NOD_SpareParms::Templates formerSpares = mySpares.moveTo(*fresh);
     fresh->adoptParmList(*myParms, forceCopy);
     fresh->updateFromOldTemplate(myParms.get());
@@ -262,13 +337,16 @@ void NOD_Node::renew(Description description)
     myParms->setEventHandler(this, handleChange);
     myParms->buildDelayedDefaults(deleteChannels);
     fresh.reset();
-    keepDescription(std::move(description));
-    ++myStructureVersion;
+    keepSeed(seed);
+    structureChanged();
 }
 
 void NOD_Node::setVariable(const std::string &name, const std::string &value)
 {
     myVariables[name] = value;
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->variableChanged(*this, name);
+    }
 }
 
 void NOD_Node::handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex)
@@ -277,7 +355,7 @@ void NOD_Node::handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex)
     if (node.myChangeCallback) {
         node.myChangeCallback(node, type, parmIndex);
     }
-    if (NOD_Graph *graph = node.getGraph()) {
+    if (NOD_Graph *graph = node.getWatcher()) {
         graph->parmChanged(node, type, parmIndex);
     }
 }
@@ -311,14 +389,17 @@ void NOD_Node::rebuildParmDependency(int parmIndex)
     if (myDependencyCallback) {
         myDependencyCallback(*this, parmIndex);
     }
-    if (NOD_Graph *graph = getGraph()) {
+    if (NOD_Graph *graph = getWatcher()) {
         graph->parmChanged(*this, TRK_CHANGE_VALUE, parmIndex);
     }
 }
 
-void NOD_Node::parmRemoved(int)
+void NOD_Node::parmRemoved(int parmIndex)
 {
     ++myStructureVersion;
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->parmLeaves(*this, parmIndex);
+    }
 }
 
 void NOD_Node::spareParmRemoved(const char *)
@@ -335,11 +416,14 @@ void NOD_Node::multiItemCreated(const KIT_ValArray<ZEL_Parm *> &parms)
         }
     }
     ++myStructureVersion;
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->itemAppears(*this);
+    }
 }
 
 void NOD_Node::multiInstancesChanged()
 {
-    ++myStructureVersion;
+    structureChanged();
 }
 
 bool NOD_Node::runMenuScript(const char *, std::ostream &, std::ostream &err)
@@ -363,6 +447,35 @@ void NOD_Node::pushScriptContext(std::unique_ptr<ZEL_ParmOwnerContext> &scope)
 {
     KIT_WorkBuffer path;
     scope = std::make_unique<ScriptContext>(getFullPath(path));
+}
+
+ZEL_Parm *NOD_Node::followChannelReference(int index, double time, int parmIndex, int &component)
+{
+    const ZEL_Parm *const parm = myParms->getParmPtr(parmIndex);
+    const TRK_Channel *const channel = parm ? parm->getChannel(index) : nullptr;
+    const TRK_Segment *const segment = channel ? channel->getExpressionSegment(time) : nullptr;
+    if (!segment || segment->isInterpolated() ||
+        segment->getExprLanguage() != TRK_LANGUAGE_NATIVE) {
+        return nullptr;
+    }
+    int count = 0;
+    ZEL_Parm *target = nullptr;
+    TRK_Manager::forEachReference(
+        segment->getExpression(), [&](const KIT_StringRef &path, const KIT_StringRef &name) {
+            NOD_Node *const node = ++count == 1 ? findNode(path) : nullptr;
+            target = node ? node->myParms->getParmPtrFromChannel(name, &component) : nullptr;
+        });
+    return target;
+}
+
+KIT_StringHolder NOD_Node::evaluateDisableExpression(const ZEL_Parm &,
+                                                     const KIT_StringRef &expression)
+{
+    const int thread = BASgetSTID();
+    const double time = TRK_Manager::getContext().getEvaluateTime(thread);
+    KIT_String text;
+    TRK_Expression::evaluateTextString(expression.c_str(), time, &myChannels, thread, text);
+    return KIT_StringHolder(text.nonNullStr());
 }
 
 // ---------------------------------------------------------------------- //
@@ -391,7 +504,7 @@ bool NOD_Node::getVariable(const KIT_StringRef &name, KIT_String &value)
 void NOD_Node::referenceFound(const TRK_Referrer &from, const KIT_StringRef &path,
                               const KIT_StringRef &name, int)
 {
-    if (NOD_Graph *graph = getGraph()) {
+    if (NOD_Graph *graph = getWatcher()) {
         graph->referenceFound(*this, from, path, name);
     }
 }

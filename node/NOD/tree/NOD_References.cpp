@@ -145,6 +145,11 @@ std::string placeholder(std::size_t number, const std::string &path)
 // ---------------------------------------------------------------------- //
 
 NOD_References::NOD_References(NOD_Node &root)
+    : NOD_References(
+          root, [](NOD_Node &node, const std::string &path) { return node.findNode(path.c_str()); })
+{}
+
+NOD_References::NOD_References(NOD_Node &root, Resolve resolve) : myResolve(std::move(resolve))
 {
     take(root);
 }
@@ -172,7 +177,7 @@ void NOD_References::takeParm(NOD_Node &node, ZEL_Parm &parm, Paths &paths)
         const std::string path(text);
         const auto same = [&](const Reference &other) { return other.path == path; };
         if (std::none_of(paths.begin(), paths.end(), same)) {
-            paths.push_back({path, node.findNode(path.c_str())});
+            paths.push_back({path, myResolve(node, path)});
         }
     };
     for (int k = 0; k < parm.getVectorSize(); ++k) {

@@ -1,6 +1,8 @@
 #include <NOD/NOD_Scene.h>
 
 #include <KIT/KIT_WorkBuffer.h>
+#include <NOD/NOD_Batch.h>
+#include <NOD/NOD_Conditions.h>
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
@@ -59,7 +61,8 @@ void appendTree(NOD_Node &node, std::vector<NOD_Node *> &nodes)
 // ---------------------------------------------------------------------- //
 
 NOD_Scene::NOD_Scene()
-    : myRoot(std::make_unique<NOD_Node>()), myGraph(std::make_unique<NOD_Graph>(*myRoot))
+    : myRoot(std::make_unique<NOD_Node>()), myGraph(std::make_unique<NOD_Graph>(*myRoot)),
+      myConditions(std::make_unique<NOD_Conditions>(*myGraph))
 {
     if (!theCurrent.load()) {
         makeCurrent();
@@ -71,6 +74,7 @@ NOD_Scene::~NOD_Scene()
     NOD_Scene *self = this;
     theCurrent.compare_exchange_strong(self, nullptr);
     mySource.reset();
+    myConditions.reset();
     myGraph.reset();
 }
 
@@ -97,6 +101,11 @@ NOD_Node *NOD_Scene::add(const std::string &path, std::shared_ptr<const NOD_Inte
     return canName(*parent, nullptr, name, report)
                ? parent->addChild(name.c_str(), std::move(description))
                : nullptr;
+}
+
+void NOD_Scene::setNodeMaker(NOD_NodeMaker maker)
+{
+    myRoot->setNodeMaker(std::move(maker));
 }
 
 // ---------------------------------------------------------------------- //
@@ -127,8 +136,13 @@ bool NOD_Scene::rename(NOD_Node &node, const std::string &name, NOD_Report &repo
     if (!isChangeable(node, report) || !canName(*node.getParent(), &node, name, report)) {
         return false;
     }
+    const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
+    myGraph->treeLeaves(node);
+    node.getParent()->removeName(node);
     node.myName = name;
+    node.getParent()->addName(node);
+    myGraph->treeAppears(node);
     settle(references);
     return true;
 }
@@ -144,10 +158,14 @@ bool NOD_Scene::move(NOD_Node &node, NOD_Node &parent, NOD_Report &report)
             return false;
         }
     }
+    const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
+    myGraph->treeLeaves(node);
     parent.myChildren.reserve(parent.myChildren.size() + 1);
     parent.myChildren.push_back(node.getParent()->takeChild(node));
+    parent.addName(node);
     node.myParent = &parent;
+    myGraph->treeAppears(node);
     settle(references);
     return true;
 }
@@ -158,6 +176,7 @@ NOD_Node *NOD_Scene::copy(NOD_Node &node, NOD_Node &parent, const std::string &n
     if (!isChangeable(node, report) || !canName(parent, nullptr, name, report)) {
         return nullptr;
     }
+    const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
     // Those that are there now: the copy may become one of them.
     std::vector<NOD_Node *> originals;
@@ -180,12 +199,34 @@ bool NOD_Scene::remove(NOD_Node &node, NOD_Report &report)
     if (!isChangeable(node, report)) {
         return false;
     }
+    const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
     if (const int lost = references.forget(node)) {
         report.warning(pathOf(node), std::to_string(lost) + " references of other nodes lead here");
     }
     const std::unique_ptr<NOD_Node> removed = node.getParent()->takeChild(node);
     return true;
+}
+
+void NOD_Scene::clear()
+{
+    TRK_Collection &channels = myRoot->getChannels();
+    while (!myRoot->getChildren().empty()) {
+        myRoot->takeChild(*myRoot->getChildren().back());
+    }
+    myRoot->setSpareParms(static_cast<const ZEL_Template *>(nullptr));
+    if (myRoot->getInterface()) {
+        myRoot->renewParms(std::shared_ptr<const NOD_Interface>());
+    }
+    while (channels.entries() > 0) {
+        channels.deleteChannel(channels.getChannel(channels.entries() - 1));
+    }
+    myRoot->clearVariables();
+    myRoot->keepSections("", {});
+    myFrameRate = theUsualFrameRate;
+    myFirstFrame = theUsualFirstFrame;
+    myLastFrame = theUsualLastFrame;
+    setTime(0.0);
 }
 
 std::string NOD_Scene::freeName(const NOD_Node &parent, const std::string &name)
@@ -236,6 +277,7 @@ void NOD_Scene::applyTime() const
     if (isCurrent()) {
         TRK_Manager::getContext().setFPS(myFrameRate);
         TRK_Manager::getContext().setCurrentTime(myTime);
+        myConditions->timeChanged();
     }
 }
 

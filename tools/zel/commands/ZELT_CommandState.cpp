@@ -3,10 +3,10 @@
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
-#include "ZELT_State.h"
 
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
+#include <NOD/NOD_Conditions.h>
 #include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
@@ -18,40 +18,20 @@
 namespace
 {
 
-/// A row of the table: what is said of a parameter or tab.
-struct State
-{
-    bool disabled;
-    bool hidden;
-    bool noCook;
-};
-
-/// Reports a number that a condition compares and whose evaluation fails; a text reports its own.
-template <class HOLDS>
-State evaluate(const ZEL_Parm &parm, ZELT_Messages &messages, const HOLDS &holds)
+/// What conditions say of all parameters. Reports a number that a condition compares and whose evaluation
+/// fails; a text reports its own.
+std::vector<NOD_ParmState> statesOf(const ZEL_ParmList &parms, ZELT_Messages &messages)
 {
     int &error = EVL::theErrNo[BASgetSTID()];
     error = EVL::EVL_OK;
-    const State state = {holds(ZEL_CONDTYPE_DISABLE), holds(ZEL_CONDTYPE_HIDE),
-                         holds(ZEL_CONDTYPE_NOCOOK)};
-    if (error != EVL::EVL_OK) {
-        messages.add(KIT_ERROR_ABORT, "TRK", error, "", 0,
-                     parm.getToken() + std::string(": a condition: ") + ZELTevaluationError(error));
-        error = EVL::EVL_OK;
-    }
-    return state;
-}
-
-State stateOf(const ZEL_Parm &parm, ZELT_Messages &messages)
-{
-    return evaluate(parm, messages,
-                    [&](ZEL_ConditionalType type) { return ZELTholds(parm, type); });
-}
-
-State stateOfTab(const ZEL_Parm &parm, int tab, ZELT_Messages &messages)
-{
-    return evaluate(parm, messages,
-                    [&](ZEL_ConditionalType type) { return ZELTtabHolds(parm, tab, type); });
+    return NOD_Conditions::statesOf(parms, [&](const ZEL_Parm &parm) {
+        if (error != EVL::EVL_OK) {
+            messages.add(KIT_ERROR_ABORT, "TRK", error, "", 0,
+                         parm.getToken() + std::string(": a condition: ") +
+                             ZELTevaluationError(error));
+            error = EVL::EVL_OK;
+        }
+    });
 }
 
 std::string folderLabel(const ZEL_Parm &parm, int tab)
@@ -60,59 +40,59 @@ std::string folderLabel(const ZEL_Parm &parm, int tab)
     return folders ? folders[tab].getString() : "";
 }
 
-std::vector<std::string> asRow(const std::string &name, const State &state)
+std::vector<std::string> asRow(const std::string &name, const NOD_ConditionState &state)
 {
-    return {name, state.disabled ? "disabled" : "enabled", state.hidden ? "hidden" : "visible",
-            state.noCook ? "nocook" : "cook"};
+    return {name, state.disabledFlag ? "disabled" : "enabled",
+            state.hiddenFlag ? "hidden" : "visible", state.noCookFlag ? "nocook" : "cook"};
 }
 
-ZELT_Json asJson(const State &state)
+ZELT_Json asJson(const NOD_ConditionState &state)
 {
     ZELT_Json out;
-    out["disabled"] = state.disabled;
-    out["hidden"] = state.hidden;
-    out["nocook"] = state.noCook;
+    out["disabled"] = state.disabledFlag;
+    out["hidden"] = state.hiddenFlag;
+    out["nocook"] = state.noCookFlag;
     return out;
 }
 
-void printText(const ZEL_ParmList &parms, ZELT_Messages &messages)
+void printText(const ZEL_ParmList &parms, const std::vector<NOD_ParmState> &states)
 {
     std::vector<std::vector<std::string>> rows;
-    for (int i = 0; i < parms.getEntries(); ++i) {
+    for (int i = 0; i < int(states.size()); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
-        const ZEL_Template *const description = parm.getTemplatePtr();
-        if (!description) {
+        const NOD_ParmState &state = states[std::size_t(i)];
+        if (!parm.getTemplatePtr()) {
             continue; // a base parameter has no state
         }
-        rows.push_back(asRow(parm.getToken(), stateOf(parm, messages)));
-        for (int tab = 0; description->isSwitcher() && tab < parm.getVectorSize(); ++tab) {
-            rows.push_back(asRow("  tab " + ZELTquote(folderLabel(parm, tab)),
-                                 stateOfTab(parm, tab, messages)));
+        rows.push_back(asRow(parm.getToken(), state));
+        for (int tab = 0; tab < int(state.tabs.size()); ++tab) {
+            rows.push_back(
+                asRow("  tab " + ZELTquote(folderLabel(parm, tab)), state.tabs[std::size_t(tab)]));
         }
     }
     std::cout << ZELTtable(rows);
 }
 
-void printJson(const ZEL_ParmList &parms, ZELT_Messages &messages)
+void printJson(const ZEL_ParmList &parms, const std::vector<NOD_ParmState> &states)
 {
     ZELT_Json out = ZELT_Json::array();
-    for (int i = 0; i < parms.getEntries(); ++i) {
+    for (int i = 0; i < int(states.size()); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
-        const ZEL_Template *const description = parm.getTemplatePtr();
-        if (!description) {
+        const NOD_ParmState &state = states[std::size_t(i)];
+        if (!parm.getTemplatePtr()) {
             continue;
         }
         ZELT_Json json;
         json["token"] = parm.getToken();
-        json.update(asJson(stateOf(parm, messages)));
-        if (description->isSwitcher()) {
+        json.update(asJson(state));
+        if (parm.getTemplatePtr()->isSwitcher()) {
             json["tabs"] = ZELT_Json::array();
-            for (int tab = 0; tab < parm.getVectorSize(); ++tab) {
-                ZELT_Json one;
-                one["label"] = folderLabel(parm, tab);
-                one.update(asJson(stateOfTab(parm, tab, messages)));
-                json["tabs"].push_back(one);
-            }
+        }
+        for (int tab = 0; tab < int(state.tabs.size()); ++tab) {
+            ZELT_Json one;
+            one["label"] = folderLabel(parm, tab);
+            one.update(asJson(state.tabs[std::size_t(tab)]));
+            json["tabs"].push_back(one);
         }
         out.push_back(json);
     }
@@ -132,10 +112,12 @@ int showState(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
         return 1;
     }
     const TRK_EvalContext::Scope context(BASgetSTID(), call.node.time);
+    const ZEL_ParmList &parms = session->getParms();
+    const std::vector<NOD_ParmState> states = statesOf(parms, messages);
     if (options.json) {
-        printJson(session->getParms(), messages);
+        printJson(parms, states);
     } else {
-        printText(session->getParms(), messages);
+        printText(parms, states);
     }
     messages.takeErrors("");
     return messages.hasErrors() ? 1 : 0;

@@ -2,9 +2,8 @@
 
 #include "ZELT_Shell.h"
 
-#include "ZELT_State.h"
-
 #include <KIT/KIT_TokenString.h>
+#include <NOD/NOD_Conditions.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
@@ -20,28 +19,29 @@ void printYesNo(bool yes)
     std::cout << (yes ? "yes\n" : "no\n");
 }
 
-void printCondition(ZELT_Shell &shell, const std::string &token, ZEL_ConditionalType type)
+/// What conditions say of a parameter.
+void printState(ZELT_Shell &shell, const std::string &token, bool NOD_ConditionState::*flag,
+                bool yes)
 {
     if (const ZEL_Parm *const parm = shell.findParm(token)) {
-        printYesNo(ZELTholds(*parm, type));
+        const ZEL_ParmList &parms = shell.getParms();
+        printYesNo(NOD_Conditions::stateOf(parms, parms.getParmIndex(parm)).*flag == yes);
     }
 }
 
 void enabled(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    if (const ZEL_Parm *const parm = shell.findParm(words[1])) {
-        printYesNo(!ZELTholds(*parm, ZEL_CONDTYPE_DISABLE));
-    }
+    printState(shell, words[1], &NOD_ConditionState::disabledFlag, false);
 }
 
 void hidden(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    printCondition(shell, words[1], ZEL_CONDTYPE_HIDE);
+    printState(shell, words[1], &NOD_ConditionState::hiddenFlag, true);
 }
 
 void noCook(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    printCondition(shell, words[1], ZEL_CONDTYPE_NOCOOK);
+    printState(shell, words[1], &NOD_ConditionState::noCookFlag, true);
 }
 
 void dirty(ZELT_Shell &shell, const ZELT_ShellWords &words)

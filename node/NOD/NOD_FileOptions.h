@@ -1,0 +1,52 @@
+/// \file NOD_FileOptions.h
+/// How scene and node files are written, and what reading one may open.
+///
+/// Ownership:  owns its texts.
+/// Threads:    plain values.
+#pragma once
+
+#include <NOD/NOD_API.h>
+
+#include <string>
+
+struct NOD_API NOD_SaveOptions
+{
+    enum class Form
+    {
+        TEXT,  ///< for people and version control
+        BINARY ///< the same, smaller and faster; docs/scene-files.md has both
+    };
+    enum class Values
+    {
+        ALL,
+        CHANGED ///< those that differ from a new node's; they change where the interface's defaults do
+    };
+    enum class Interfaces
+    {
+        AS_MADE, ///< scripts of files by their paths, texts as texts, the application's by their names
+        AS_TEXTS ///< all in the file, as dialog scripts
+    };
+
+    Form form = Form::TEXT;
+    Values values = Values::ALL;
+    Interfaces interfaces = Interfaces::AS_MADE;
+    /// The folder that paths of scripts below it are relative to: that of the file. Needed only where a
+    /// stream is written; without it the paths are absolute.
+    std::string folder;
+};
+
+struct NOD_API NOD_LoadOptions
+{
+    enum class Scripts
+    {
+        ANYWHERE, ///< scripts of interfaces are opened wherever the file says they are
+        IN_FOLDER, ///< those in the file's folder and below, links followed, and what they include there
+        NONE       ///< no script is read: all interfaces are the application's
+    };
+
+    /// For files of strangers IN_FOLDER or NONE, and SNKsetPythonEnabled(false). Reading a file runs nothing
+    /// in any case but what docs/security.md says of values.
+    Scripts scripts = Scripts::ANYWHERE;
+    /// As in NOD_SaveOptions, where a stream is read; without it relative paths are of the current folder.
+    std::string folder;
+};

@@ -1,0 +1,165 @@
+#include <NOD/files/NOD_SectionFilePrivate.h>
+
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_MessageCatalogue.h>
+#include <KIT/KIT_Write.h>
+#include <NOD/NOD_Report.h>
+
+#include <cstdlib>
+#include <ostream>
+#include <unordered_set>
+#include <utility>
+
+namespace
+{
+
+/// No text begins with it, and a transfer as text damages it.
+constexpr std::string_view theMark("\x89NOD\r\n\x1a\n", 8);
+constexpr std::uint32_t theVersion = 1;
+
+void tell(NOD_Report &report, const std::string &file, int line, const std::string &subject,
+          const std::string &text)
+{
+    report.add({KIT_ERROR_ABORT, file, line, subject, text, {}, 0});
+}
+
+/// What the index file says has file and line in its text.
+void takePlaced(KIT_ErrorManager &manager, const std::string &file, NOD_Report &report)
+{
+    for (std::int64_t i = 0; i < manager.entries(); ++i) {
+        const KIT_ErrorManager::Error &entry = manager.getError(i);
+        std::string text = entry.text.c_str();
+        int line = 0;
+        const std::string start = file + ", line ";
+        if (text.compare(0, start.size(), start) == 0) {
+            char *end = nullptr;
+            line = int(std::strtol(text.c_str() + start.size(), &end, 10));
+            text.erase(0, std::size_t(end - text.c_str()));
+            text.erase(0, text.find_first_not_of(": "));
+        }
+        report.add({KIT_ERROR_ABORT,
+                    file,
+                    line,
+                    {},
+                    KITformatMessage(entry.category.c_str(), entry.code, text.c_str()),
+                    entry.category,
+                    entry.code});
+    }
+    manager.clearAndDestroyErrors();
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------- //
+// In
+// ---------------------------------------------------------------------- //
+
+bool NOD_SectionFile::canBeOne(std::string_view start)
+{
+    return start.find('\0') == std::string_view::npos || start.substr(0, theMark.size()) == theMark;
+}
+
+bool NOD_SectionFile::read(std::string bytes, const std::string &file, NOD_Report &report)
+{
+    mySections.clear();
+    myBytes = std::move(bytes);
+    myLength = myBytes.size();
+    const std::string_view start = std::string_view(myBytes).substr(0, theMark.size());
+    return start == theMark ? readBinary(file, report) : readText(file, report);
+}
+
+bool NOD_SectionFile::readText(const std::string &file, NOD_Report &report)
+{
+    KIT_ErrorManager::Scope errors(BASgetSTID());
+    if (myBytes.empty()) {
+        tell(report, file, 0, {}, "is empty");
+        return false;
+    }
+    const bool whole = myIndex.read(myBytes, file.c_str());
+    takePlaced(errors.getManager(), file, report);
+    std::string().swap(myBytes);
+    for (std::int64_t i = 0; i < myIndex.getNumSections(); ++i) {
+        mySections.push_back({myIndex.getSectionName(i).view(), myIndex.getSectionText(i),
+                              myIndex.getSectionLine(i)});
+    }
+    for (const STO_IndexFile::Repeat &repeat : myIndex.getRepeats()) {
+        tell(report, file, repeat.line, repeat.name, "is there twice: the first one counts");
+    }
+    return whole || !mySections.empty();
+}
+
+bool NOD_SectionFile::readBinary(const std::string &file, NOD_Report &report)
+{
+    KIT_IStream is(myBytes.data(), myBytes.size(), KIT_IStream::BINARY);
+    is.seekg(std::int64_t(theMark.size()));
+    std::uint32_t version = 0;
+    if (!is.bread(version) || version != theVersion) {
+        tell(report, file, 0, {}, "version " + std::to_string(version) + " can't be read here");
+        return false;
+    }
+    std::unordered_set<std::string_view> names;
+    for (;;) {
+        const std::int64_t begin = is.tellg();
+        std::uint32_t nameLength = 0;
+        std::uint64_t length = 0;
+        std::string_view name;
+        const bool header = is.bread(nameLength) && is.bread(length);
+        if (header && nameLength == 0 && length == mySections.size() && is.eof()) {
+            return true;
+        }
+        if (header && nameLength > 0 && nameLength <= std::uint64_t(is.remaining())) {
+            name = is.rest().substr(0, nameLength);
+            is.seekg(is.tellg() + nameLength);
+        }
+        if (name.empty() || length > std::uint64_t(is.remaining())) {
+            tell(report, file, 0, std::string(name),
+                 "is damaged at byte " + std::to_string(begin) + ": the rest isn't read");
+            return true;
+        }
+        if (names.insert(name).second) {
+            mySections.push_back({name, is.rest().substr(0, std::size_t(length)), 0});
+        } else {
+            tell(report, file, 0, std::string(name), "is there twice: the first one counts");
+        }
+        is.seekg(is.tellg() + std::int64_t(length));
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Out
+// ---------------------------------------------------------------------- //
+
+NOD_SectionWriter::NOD_SectionWriter(std::ostream &os, NOD_SaveOptions::Form form)
+    : myStream(os), myBinaryFlag(form == NOD_SaveOptions::Form::BINARY)
+{
+    if (myBinaryFlag) {
+        os << theMark;
+        KITwrite(os, theVersion);
+    } else {
+        STO_IndexFile::writeStart(os);
+    }
+}
+
+void NOD_SectionWriter::add(const std::string &name, std::string_view text)
+{
+    ++myCount;
+    if (!myBinaryFlag) {
+        STO_IndexFile::writeSection(myStream, name, text);
+        return;
+    }
+    KITwrite(myStream, std::uint32_t(name.size()));
+    KITwrite(myStream, std::uint64_t(text.size()));
+    myStream << name << text;
+}
+
+void NOD_SectionWriter::end()
+{
+    if (!myBinaryFlag) {
+        STO_IndexFile::writeEnd(myStream);
+        return;
+    }
+    KITwrite(myStream, std::uint32_t(0));
+    KITwrite(myStream, myCount);
+}
