@@ -1,7 +1,7 @@
 // How cost grows: three sizes of a list and of a set of channels, ten times as many each time. The counter
 // `ns` is the time of one parameter or channel: where it stays the same, cost is linear. The rows of spare
 // parameters have `base_ns` beside it, the time to build a list of as many; those of blocks, of which each
-// shrinks from ten items to one in one load, the time to grow them again. Items of one block, presets,
+// changes between one item and ten in one load, the time to change them back. Items of one block, presets,
 // scripts and graphs have their sizes in the programs named after them.
 
 #include "BenchBeside.h"
@@ -253,8 +253,8 @@ struct BlockRig
     {
         const auto name = [&](const std::string &token) {
             tokens.push_back(token);
-            names.emplace_back(tokens.back().c_str(), tokens.back().c_str());
-            return &names.back();
+            labels.emplace_back(tokens.back().c_str(), tokens.back().c_str());
+            return &labels.back();
         };
         for (int i = 0; i < size; ++i) {
             const std::string number = std::to_string(i);
@@ -278,6 +278,11 @@ struct BlockRig
         };
         fewer = stream(theLeast);
         more = stream(theMost);
+        names = "{ version 0.8\n";
+        for (int i = 0; i < size; ++i) {
+            names += "a" + std::to_string(i) + "_" + std::to_string(theMost) + " [ 0 ] ( 1 )\n";
+        }
+        names += "}\n";
         load(more);
     }
     void load(const std::string &text)
@@ -290,17 +295,28 @@ struct BlockRig
 
     ZEL_Default least{double(theLeast)};
     std::deque<std::string> tokens;
-    std::deque<ZEL_Name> names;
+    std::deque<ZEL_Name> labels;
     std::deque<std::vector<ZEL_Template>> blocks;
     std::vector<ZEL_Template> templates;
     std::unique_ptr<ZEL_ParmList> list;
     ZEL_UndoDataArray before; // with the fewer items
     std::string fewer, more;
+    std::string names; // of the last items alone
 };
 
 void loadFewer(BlockRig &r)
 {
     r.load(r.fewer);
+}
+
+void loadMore(BlockRig &r)
+{
+    r.load(r.more);
+}
+
+void loadNames(BlockRig &r)
+{
+    r.load(r.names);
 }
 
 void undoToFewer(BlockRig &r)
@@ -310,19 +326,19 @@ void undoToFewer(BlockRig &r)
 
 using BlockOperation = void (*)(BlockRig &);
 
-void runBlocks(benchmark::State &state, BlockOperation operation)
+void runBlocks(benchmark::State &state, BlockOperation operation, BlockOperation back)
 {
     BlockRig r(int(state.range(0)));
     const double steps =
         double(state.range(0)) * BlockRig::theChildren * (BlockRig::theMost - BlockRig::theLeast);
     operation(r);
     benchBeside(
-        state, steps, steps, [&] { operation(r); }, [&] { r.load(r.more); });
+        state, steps, steps, [&] { operation(r); }, [&] { back(r); });
 }
 
-void addBlocks(const char *name, BlockOperation operation)
+void addBlocks(const char *name, BlockOperation operation, BlockOperation back)
 {
-    benchSizes(benchmark::RegisterBenchmark(name, runBlocks, operation));
+    benchSizes(benchmark::RegisterBenchmark(name, runBlocks, operation, back));
 }
 
 using Operation = void (*)(Rig &);
@@ -358,8 +374,9 @@ int main(int argc, char **argv)
     addSpares("spares/rebuild", false, rebuild);
     addSpares("spares/rebuild_items", true, rebuild);
     addSpares("spares/add_one_by_one", false, addOneByOne, removeAll);
-    addBlocks("blocks/load_fewer", loadFewer);
-    addBlocks("blocks/undo_to_fewer", undoToFewer);
+    addBlocks("blocks/load_fewer", loadFewer, loadMore);
+    addBlocks("blocks/undo_to_fewer", undoToFewer, loadMore);
+    addBlocks("blocks/load_names", loadNames, loadFewer);
     add("channels/read_by_name", true, readByName);
     add("channels/save", true, saveChannels);
     add("channels/load", true, loadChannels);

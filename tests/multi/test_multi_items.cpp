@@ -45,9 +45,10 @@ protected:
 
 int largestNumber(const std::string &text)
 {
+    constexpr int theMost = 1000;
     int largest = 0, number = 0;
     for (const char c : text) {
-        number = c >= '0' && c <= '9' ? number * 10 + c - '0' : 0;
+        number = c >= '0' && c <= '9' ? std::min(number * 10 + c - '0', theMost) : 0;
         largest = std::max(largest, number);
     }
     return largest;
