@@ -134,8 +134,9 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     std::int64_t getUnannouncedCount() const { return myUnannouncedCount; }
-    /// The node's path and the parameter's token, of the last one: "/light/t".
-    const std::string &getLastUnannounced() const { return myLastUnannounced; }
+    /// The node's path and the parameter's token, of the first one: "/light/t".
+    const std::string &getFirstUnannounced() const { return myFirstUnannounced; }
+    /// Counts from 0 again.
     void resetUnannounced();
     ///@}
 
@@ -173,5 +174,5 @@ private:
     bool myLostFlag = false; ///< while restoring: something has changed the tree
     std::vector<std::unique_ptr<NOD_Node>> myRemoved; ///< while restoring, by a callback
     std::int64_t myUnannouncedCount = 0;
-    std::string myLastUnannounced;
+    std::string myFirstUnannounced;
 };

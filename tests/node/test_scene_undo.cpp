@@ -109,7 +109,7 @@ TEST(SceneUndo, EveryStateComesBackToTheByte)
         for (long i = 0; i < std::min(theProgram, operations - done); ++i) {
             ASSERT_TRUE(check(program.operate()));
         }
-        EXPECT_EQ(program.undo().getUnannouncedCount(), 0) << program.undo().getLastUnannounced();
+        EXPECT_EQ(program.undo().getUnannouncedCount(), 0) << program.undo().getFirstUnannounced();
         while (program.undo().undo()) {
             --program.at;
             ASSERT_TRUE(check(program.compare("undo")));
@@ -270,7 +270,7 @@ TEST(SceneUndo, ChangesThatNobodyAnnouncedAreCounted)
         set(made, 4.0);
     }
     EXPECT_EQ(undo.getUnannouncedCount(), 2);
-    EXPECT_EQ(undo.getLastUnannounced(), "/a/v");
+    EXPECT_EQ(undo.getFirstUnannounced(), "/a/v");
     ASSERT_TRUE(undo.undo());
     EXPECT_EQ(p.value(p.a, "v"), 2.0);
     EXPECT_EQ(undo.getUnannouncedCount(), 2);

@@ -305,17 +305,18 @@ void NOD_UndoStack::parmChanged(NOD_Node &node, int parmIndex)
             return;
         }
     }
-    ++myUnannouncedCount;
-    KIT_WorkBuffer path;
-    myLastUnannounced = node.getFullPath(path);
-    myLastUnannounced += myLastUnannounced == "/" ? "" : "/";
-    myLastUnannounced += parm ? parm->getToken() : "";
+    if (myUnannouncedCount++ == 0) {
+        KIT_WorkBuffer path;
+        myFirstUnannounced = node.getFullPath(path);
+        myFirstUnannounced += myFirstUnannounced == "/" ? "" : "/";
+        myFirstUnannounced += parm ? parm->getToken() : "";
+    }
 }
 
 void NOD_UndoStack::resetUnannounced()
 {
     myUnannouncedCount = 0;
-    myLastUnannounced.clear();
+    myFirstUnannounced.clear();
 }
 
 // ---------------------------------------------------------------------- //
