@@ -57,7 +57,7 @@ static void tell(NOD_Scene &scene, const char *when)
     const ZEL_Parm *intensity = ZELfindParm(scene.find("/rig/key")->getParms(), "intensity");
     std::printf("%s: key at %g, intensity %g (%s), focal %g\n", when, value("/rig/key", "ty"),
                 value("/rig/key", "intensity"),
-                intensity->getEnableState() ? "enabled" : "disabled", value("/camera", "focal"));
+                intensity->getEnableState(0) ? "enabled" : "disabled", value("/camera", "focal"));
 }
 
 /// The sum of a light's intensity over a hundred frames.
