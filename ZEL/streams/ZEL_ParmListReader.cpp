@@ -28,7 +28,7 @@ KIT_StringRef refTo(const KIT_WorkBuffer &word)
 
 bool opensGroup(std::string_view word)
 {
-    return word == "(" || word == "[";
+    return word.size() == 1 && (word[0] == '(' || word[0] == '[');
 }
 
 /// Moves behind the word ")" that ends an entry's body, options included. False at the end of the

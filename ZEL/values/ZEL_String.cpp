@@ -168,8 +168,10 @@ inline __attribute__((always_inline)) bool ZEL_String::readValue(ZEL_ParmList *l
         out.clear();
         return true;
     }
+    // Only now: the owner may just have made an override. Without a record there is none, nor a channel.
+    const Rare *const record = rare();
     // The owner is asked at the caller's time, an override at that of the value.
-    if (hasOverrideData() &&
+    if (record && hasOverrideData() &&
         evalOverrideValueImpl(list, getType().isAnimatible() ? time : 0.0, index, thread, out)) {
         return false;
     }
@@ -177,13 +179,14 @@ inline __attribute__((always_inline)) bool ZEL_String::readValue(ZEL_ParmList *l
         out.harden("");
         return true;
     }
-    TRK_Collection *collection = getChannelGroupPtr();
-    if (!validIndex(index) || getChannel(index) || (expand && !collection)) {
+    if (!validIndex(index) || (record && record->channel(index))) {
         evalValue(list, time, index, thread, out);
-    } else if (expand) {
+    } else if (!expand) {
+        texts()[index].get(myLock, out);
+    } else if (TRK_Collection *collection = getChannelGroupPtr()) {
         expandStored(list, time, out, index, thread, collection);
     } else {
-        texts()[index].get(myLock, out);
+        evalValue(list, time, index, thread, out);
     }
     return true;
 }
