@@ -1,5 +1,6 @@
 /// \file NOD_Edit.h
-/// A block of edits that one undo takes back, and the usual edits, which announce themselves.
+/// A block of edits that one undo takes back, and the usual edits, which announce themselves. It is a batch
+/// of the graph, too (NOD_Batch.h).
 ///
 ///     {
 ///         NOD_Edit edit(scene, "Place light");
@@ -24,6 +25,7 @@
 #pragma once
 
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_Batch.h>
 #include <TRK/TRK_Types.h>
 #include <ZEL/ZEL_SetOptions.h>
 
@@ -133,5 +135,6 @@ private:
     Place find(NOD_Node &node, std::string_view name, bool wholeFlag = false);
     ZEL_Parm *findBlock(NOD_Node &node, std::string_view token, int item, int end);
 
+    NOD_Batch myBatch; ///< ends after the block
     NOD_UndoStack *myStack;
 };

@@ -181,6 +181,8 @@ private:
     void markReadersOf(ZEL_Parm &parm);
     void markReadersOf(NOD_Node &node);
     void markWatchers(const NOD_Node &node);
+    template <class Call>
+    void mend(const Call &call);
     void flushUnlessInBatch();
     void flush();
     void markLost();

@@ -175,7 +175,7 @@ public:
     void setVariable(const std::string &name, const std::string &value);
     /// Those of this node alone.
     const std::map<std::string, std::string> &getVariables() const { return myVariables; }
-    void clearVariables() { myVariables.clear(); }
+    void clearVariables();
     /// What keeps the dependencies of the whole tree, null for none. The graph sets itself.
     void setGraph(NOD_Graph *graph) { getRoot()->myGraph = graph; }
     /// Null without one.

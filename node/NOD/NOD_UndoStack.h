@@ -68,6 +68,8 @@ public:
     NOD_UndoStack(const NOD_UndoStack &) = delete;
     NOD_UndoStack &operator=(const NOD_UndoStack &) = delete;
 
+    /// Of the tree.
+    NOD_Node &getRoot() const { return myRoot; }
     /// Drops what exceeds them; an open block counts when it ends. With 0 steps nothing is recorded, and
     /// all steps are forgotten; refused within a block.
     bool setLimits(std::size_t most, std::int64_t mostBytes);

@@ -432,6 +432,10 @@ std::vector<NOD_ParmState> NOD_Conditions::statesOf(const ZEL_ParmList &parms,
 
 NOD_ParmState NOD_Conditions::stateOf(const ZEL_ParmList &parms, int parmIndex)
 {
+    const ZEL_Parm *const parm = parms.getParmPtr(parmIndex);
+    if (!parm) {
+        return NOD_ParmState(); // the index of one that isn't found by its token
+    }
     const NOD_ConditionPlan plan(parms, theNoCookFlag);
     const ZEL_Multi::KeepItems keep;
     NOD_ConditionPlan::Results results;
@@ -439,5 +443,5 @@ NOD_ParmState NOD_Conditions::stateOf(const ZEL_ParmList &parms, int parmIndex)
         results.push_back(plan.liesIn(parmIndex, condition.parm) &&
                           condition.test->eval(*parms.getParmPtr(condition.parm), parms, nullptr));
     }
-    return stateIn(plan, results, parmIndex, *parms.getParmPtr(parmIndex));
+    return stateIn(plan, results, parmIndex, *parm);
 }

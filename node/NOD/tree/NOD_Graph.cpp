@@ -96,11 +96,7 @@ NOD_Graph::~NOD_Graph()
 
 void NOD_Graph::nodeRemoved(NOD_Node &node)
 {
-    try {
-        nodeLeaves(node);
-    } catch (const std::bad_alloc &) {
-        // The node is being destroyed all the same: what read it is told no more.
-    }
+    mend([&] { nodeLeaves(node); });
     myLost->forget(node);
     const auto pending = myPendingPlaces.find(&node);
     if (pending != myPendingPlaces.end()) {
@@ -295,18 +291,22 @@ void NOD_Graph::treeLeaves(NOD_Node &node)
 
 void NOD_Graph::nodeAppears(NOD_Node &node)
 {
-    markWatchers(node);
-    markStructure(node);
-    pendingOf(node).fullFlag = true;
-    flushUnlessInBatch();
+    mend([&] {
+        markWatchers(node);
+        markStructure(node);
+        pendingOf(node).fullFlag = true;
+        flushUnlessInBatch();
+    });
 }
 
 void NOD_Graph::treeAppears(NOD_Node &node)
 {
     const NOD_Batch batch(this);
-    NODforEachNode(node, [&](NOD_Node &each) {
-        markWatchers(each);
-        markStructure(each);
+    mend([&] {
+        NODforEachNode(node, [&](NOD_Node &each) {
+            markWatchers(each);
+            markStructure(each);
+        });
     });
 }
 
@@ -332,10 +332,18 @@ void NOD_Graph::variableChanged(NOD_Node &node, const std::string &name)
 void NOD_Graph::endBatch()
 {
     --myDepth;
+    mend([&] { flushUnlessInBatch(); });
+}
+
+/// Of what has happened already and must not fail: without memory the next flush finds everything.
+template <class Call>
+void NOD_Graph::mend(const Call &call)
+{
     try {
-        flushUnlessInBatch();
+        call();
     } catch (const std::bad_alloc &) {
         BASnoteFailedAllocation();
+        myBrokenFlag = true;
     }
 }
 

@@ -471,6 +471,16 @@ void NOD_Node::renewAs(const std::shared_ptr<const NOD_Interface> &interface,
     myPlainType = interface ? "" : typeName;
 }
 
+void NOD_Node::clearVariables()
+{
+    const std::map<std::string, std::string> former = std::move(myVariables);
+    myVariables.clear();
+    NOD_Graph *const graph = getWatcher();
+    for (auto at = former.begin(); graph && at != former.end(); ++at) {
+        graph->variableChanged(*this, at->first);
+    }
+}
+
 void NOD_Node::setVariable(const std::string &name, const std::string &value)
 {
     const NOD_Edit edit(*this, "Set variable " + name);

@@ -63,14 +63,16 @@ struct NOD_Edit::Place
 // Blocks
 // ---------------------------------------------------------------------- //
 
-NOD_Edit::NOD_Edit(NOD_UndoStack &stack, const std::string &label) : myStack(&stack)
+NOD_Edit::NOD_Edit(NOD_UndoStack &stack, const std::string &label)
+    : myBatch(stack.getRoot()), myStack(&stack)
 {
     myStack->begin(label);
 }
 
 NOD_Edit::NOD_Edit(NOD_Scene &scene, const std::string &label) : NOD_Edit(scene.getUndo(), label) {}
 
-NOD_Edit::NOD_Edit(NOD_Node &node, const std::string &label) : myStack(node.getUndo())
+NOD_Edit::NOD_Edit(NOD_Node &node, const std::string &label)
+    : myBatch(node), myStack(node.getUndo())
 {
     if (myStack) {
         myStack->begin(label);
