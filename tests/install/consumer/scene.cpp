@@ -33,7 +33,7 @@ static std::shared_ptr<const NOD_Interface> describeLight(NOD_Report &report)
     NOD_InterfaceBuilder light("light", "Light");
     light.add(ZEL_XYZ, "t", "Translate").size(3);
     light.add(ZEL_TOGGLE, "on", "On").defaultTo(1);
-    light.add(ZEL_FLT, "intensity", "Intensity").hardRange(0, 100).disableWhen("{ on == 0 }");
+    light.add(ZEL_FLT, "intensity", "Intensity").hardRange(0, 100).disableWhen("{ on == off }");
     light
         .block("filters", "Filters",
                [](NOD_InterfaceBuilder &item) { item.add(ZEL_FLT, "amount#", "Amount #"); })
