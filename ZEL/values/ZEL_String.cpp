@@ -177,13 +177,15 @@ inline __attribute__((always_inline)) bool ZEL_String::readValue(ZEL_ParmList *l
         out.harden("");
         return true;
     }
-    TRK_Collection *collection = getChannelGroupPtr();
-    if (!validIndex(index) || getChannel(index) || (expand && !collection)) {
+    const Rare *const record = rare();
+    if (!validIndex(index) || (record && record->channel(index))) {
         evalValue(list, time, index, thread, out);
-    } else if (expand) {
+    } else if (!expand) {
+        texts()[index].get(myLock, out);
+    } else if (TRK_Collection *const collection = getChannelGroupPtr()) {
         expandStored(list, time, out, index, thread, collection);
     } else {
-        texts()[index].get(myLock, out);
+        evalValue(list, time, index, thread, out);
     }
     return true;
 }
