@@ -44,7 +44,8 @@ struct NOD_API NOD_LoadOptions
         NONE       ///< no script is read: all interfaces are the application's
     };
 
-    /// For files of strangers IN_FOLDER or NONE, and SNKsetPythonEnabled(false). Reading a file runs nothing
+    /// Descriptions of spare parameters are read in any case, and include nothing. For files of strangers
+    /// IN_FOLDER or NONE, and SNKsetPythonEnabled(false). Reading a file runs nothing
     /// in any case but what docs/security.md says of values.
     Scripts scripts = Scripts::ANYWHERE;
     /// As in NOD_SaveOptions, where a stream is read; without it relative paths are of the current folder.

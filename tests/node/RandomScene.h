@@ -59,11 +59,11 @@ public:
     static std::shared_ptr<const NOD_Interface> application()
     {
         static const std::shared_ptr<const NOD_Interface> made = [] {
-            NOD_Report report;
+            NOD_Report making;
             NOD_InterfaceBuilder lamp("lamp", "Lamp");
             lamp.add(ZEL_FLT, "power", "Power").defaultTo(1.0);
             lamp.add(ZEL_STRING, "note", "Note");
-            return lamp.make(report);
+            return lamp.make(making);
         }();
         return made;
     }
