@@ -219,6 +219,9 @@ TEST(SceneUndo, ADragIsOneStepAndEscapeLeavesNone)
         for (int x = 1; x <= 3; ++x) {
             NOD_Edit(p.scene, "move").set(p.a, "tx", x);
             NOD_Edit(p.scene, "move").insertItem(p.a, "points", 0);
+            p.takeDirty();
+            NOD_Edit(p.scene, "move").set(p.a, "v", x);
+            EXPECT_EQ(p.takeDirty(), 2) << "what reads it hears of it while the drag goes on";
         }
         p.scene.rename(p.a, "dragged", p.report);
         EXPECT_FALSE(p.undo().undo());
