@@ -14,25 +14,31 @@
 ///             is edited.
 ///
 /// While one is open, every edit of the scene belongs to it, and there is no undo. Within an open block
-/// it belongs to that, and can't be cancelled.
+/// it belongs to that, and can't be cancelled. It is no batch of the graph: what reads an edit hears of it
+/// while the drag goes on.
 #pragma once
 
-#include <NOD/NOD_Edit.h>
+#include <NOD/NOD_API.h>
 
 #include <string>
+
+class NOD_Scene;
+class NOD_UndoStack;
 
 class NOD_API NOD_Drag
 {
 public:
-    NOD_Drag(NOD_Scene &scene, const std::string &label) : myEdit(scene, label) {}
-    NOD_Drag(NOD_UndoStack &stack, const std::string &label) : myEdit(stack, label) {}
+    NOD_Drag(NOD_Scene &scene, const std::string &label);
+    NOD_Drag(NOD_UndoStack &stack, const std::string &label);
+    /// Ends it, unless it is over.
+    ~NOD_Drag();
     NOD_Drag(const NOD_Drag &) = delete;
     NOD_Drag &operator=(const NOD_Drag &) = delete;
 
     /// Takes back what was changed: the drag is over and leaves no step. False, with nothing done, within
     /// an open block or with one open in it.
-    bool cancel() { return myEdit.cancel(); }
+    bool cancel();
 
 private:
-    NOD_Edit myEdit;
+    NOD_UndoStack *myStack; ///< null: it is over
 };

@@ -37,7 +37,8 @@
 /// Undo and redo restore the tree, parameters in the sense of NOD_NodeState.h (with what that names as
 /// left alone), variables of nodes, frame rate and frame range, so that a saved scene has the same bytes. The
 /// current time, presets in files, the scene's list of interfaces and what a callback keeps are no part
-/// of it; nor are items whose count an expression determines: they come and go when the count is read.
+/// of it; nor is what follows reads: items whose count an expression determines, which come and go when the
+/// count is read, and the value that is saved beside a pending one, which is that of the last read.
 #pragma once
 
 #include <NOD/NOD_API.h>

@@ -214,11 +214,17 @@ TEST(SceneUndo, ADragIsOneStepAndEscapeLeavesNone)
 {
     Pair p;
     const std::string start = pictureOf(p.scene);
+    int pushed = 0;
+    p.scene.getGraph().setDirtyCallback([&](LNK_MicroNode &) { ++pushed; });
     for (const bool escape : {true, false}) {
         NOD_Drag drag(p.scene, "drag");
         for (int x = 1; x <= 3; ++x) {
             NOD_Edit(p.scene, "move").set(p.a, "tx", x);
             NOD_Edit(p.scene, "move").insertItem(p.a, "points", 0);
+            pushed = 0;
+            NOD_Edit(p.scene, "move").set(p.a, "v", x);
+            EXPECT_EQ(pushed, 2) << "what reads it hears of it while the drag goes on";
+            p.takeDirty();
         }
         p.scene.rename(p.a, "dragged", p.report);
         EXPECT_FALSE(p.undo().undo());
