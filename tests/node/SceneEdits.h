@@ -41,6 +41,7 @@ inline std::string pathOf(const NOD_Node &node)
 /// pending value is its present one.
 inline std::string pictureOf(NOD_Scene &scene)
 {
+    const KIT_ErrorManager::Scope quiet(BASgetSTID()); // expressions may refer to nothing
     const auto readAll = [](NOD_Node &node, const auto &self) -> void {
         ZEL_ParmList &list = node.getParms();
         for (int i = 0; i < list.getEntries(); ++i) {
@@ -55,7 +56,6 @@ inline std::string pictureOf(NOD_Scene &scene)
         }
     };
     readAll(scene.getRoot(), readAll);
-    const KIT_ErrorManager::Scope quiet(BASgetSTID());
     NOD_Report report;
     std::ostringstream os;
     NOD_SceneFile::save(scene, os, NOD_SaveOptions(), report);
