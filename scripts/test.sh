@@ -69,11 +69,12 @@ run_tests() {
 
 # fuzz NAME: a fixed number of runs from the seeds; what it finds stays in the build folder.
 fuzz() {
-    local name=$1 found="build/fuzz/found/$1" options=()
+    local name=$1 found="build/fuzz/found/$1" options=() runs=$fuzz_runs
+    [ "$name" != scene_file ] || runs=$((fuzz_runs / 5)) # each makes and saves several scenes
     mkdir -p "$found/corpus"
     [ ! -f "build/fuzz/fuzz/$name.dict" ] || options+=("-dict=build/fuzz/fuzz/$name.dict")
     [ ! -d "fuzz/corpus/$name" ] || options+=("fuzz/corpus/$name")
-    "${fixed_addresses[@]}" "build/fuzz/fuzz/fuzz_$name" -runs="$fuzz_runs" -seed=1 -timeout=20 \
+    "${fixed_addresses[@]}" "build/fuzz/fuzz/fuzz_$name" -runs="$runs" -seed=1 -timeout=20 \
         -rss_limit_mb=2048 -artifact_prefix="$found/" "$found/corpus" "${options[@]}" \
         >"$found/log" 2>&1 || { tail -n 60 "$found/log"; return 1; }
     tail -n 1 "$found/log"
@@ -94,7 +95,7 @@ headline "Tests of threads under the thread sanitizer (build/tsan)"
 check "tsan: build" build tsan "${thread_groups[@]/#/zel_test_}" || true
 run_tests tsan --label-regex "^($(IFS='|'; echo "${thread_groups[*]}"))\$"
 
-headline "Fuzz targets, $fuzz_runs runs each (build/fuzz)"
+headline "Fuzz targets, up to $fuzz_runs runs each (build/fuzz)"
 check "fuzz: build" build fuzz || true
 for name in $(names_of fuzz/fuzz_); do
     say "$name"

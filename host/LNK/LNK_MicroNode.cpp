@@ -114,7 +114,12 @@ bool LNK_MicroNode::addExplicitInput(LNK_MicroNode &input)
         return false;
     }
     myInputs.append(&input);
-    input.myOutputs.append(this);
+    try {
+        input.myOutputs.append(this);
+    } catch (...) {
+        myInputs.removeLast(); // half an edge would outlive its other end
+        throw;
+    }
     return true;
 }
 

@@ -84,7 +84,7 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// The nodes of a saved scene find their descriptions here. One of the same type name is replaced;
-    /// nodes made of it keep it.
+    /// nodes made of it keep it. Null, as after a fault, is left out.
     void addInterface(std::shared_ptr<const NOD_Interface> description);
     /// Null if there is none.
     std::shared_ptr<const NOD_Interface> findInterface(const std::string &typeName) const;

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
 
 namespace
@@ -361,6 +362,9 @@ TEST(SceneUndo, PlainEditsSayWhatTheyRefuse)
     EXPECT_FALSE(edit.removeKey(p.a, "v", 3.0)) << "the last one";
     EXPECT_TRUE(edit.removeChannel(p.a, "v"));
     EXPECT_EQ(p.value(p.a, "v"), 4.0);
+    EXPECT_TRUE(edit.key(p.a, "mode", 1.0, 1.7));
+    EXPECT_EQ(p.a.getParms().evalInt("mode", 0, 1.0), 2);
+    EXPECT_FALSE(edit.key(p.a, "mode", 1.0, 1e300) || edit.key(p.a, "mode", 1.0, std::nan("")));
     EXPECT_TRUE(edit.alias(p.a, "tx", "height") && edit.set(p.a, "height", 7));
     EXPECT_FALSE(edit.alias(p.a, "tz", "height") || edit.alias(p.a, "tz", "no name"));
     EXPECT_TRUE(edit.insertItem(p.a, "points", 2));
@@ -374,6 +378,18 @@ TEST(SceneUndo, PlainEditsSayWhatTheyRefuse)
     EXPECT_TRUE(edit.cancel());
     EXPECT_EQ(p.undo().getUnannouncedCount(), 0);
     takeMessages();
+}
+
+TEST(SceneUndo, VariablesThatWereClearedComeBack)
+{
+    Pair p;
+    p.a.setVariable("SIDE", "left");
+    p.a.clearVariables();
+    EXPECT_EQ(p.undo().getUndoLabel(), "Clear variables");
+    KIT_String value;
+    EXPECT_FALSE(p.a.getVariable("SIDE", value));
+    ASSERT_TRUE(p.undo().undo());
+    EXPECT_TRUE(p.a.getVariable("SIDE", value) && value == "left");
 }
 
 TEST_F(PresetFolders, APresetIsAStep)

@@ -257,6 +257,8 @@ TEST(Tree, RefusalsSayWhy)
                                "/a: a node can't be moved into itself\n"
                                "/a/b: there is a node of that name already\n");
     EXPECT_EQ(NOD_Scene::freeName(*a, "b"), "b1");
+    scene.addInterface(nullptr);
+    EXPECT_TRUE(scene.getInterfaces().empty());
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <unordered_set>
 #include <utility>
 
 namespace
@@ -29,12 +30,6 @@ constexpr const char *theNodeKinds[] = {"spares", "channels", "values", "aliases
 bool startsWith(std::string_view text, std::string_view start)
 {
     return text.substr(0, start.size()) == start;
-}
-
-/// What the application describes itself stays its own.
-bool isOfApplication(const std::shared_ptr<const NOD_Interface> &interface)
-{
-    return interface && interface->getSource() == NOD_Interface::Source::TEMPLATES;
 }
 
 /// "KIND REST".
@@ -186,10 +181,18 @@ std::shared_ptr<const NOD_Interface> NOD_TreeReader::readInterface(const std::st
     }
     if (!made) {
         keepInterface(section, path);
-    } else if (made->getTypeName() == key && !isOfApplication(myScene.findInterface(key))) {
+    } else if (made->getTypeName() == key && maySet(myScene.findInterface(key))) {
         myScene.addInterface(made);
     }
     return made;
+}
+
+/// Whether the scene's interface of that name becomes the file's: one of the application's own stays, and for
+/// a part of a scene so does any that is there.
+bool NOD_TreeReader::maySet(const std::shared_ptr<const NOD_Interface> &present) const
+{
+    return !present || (present->getSource() != NOD_Interface::Source::TEMPLATES &&
+                        myByName.count(thePartSection) == 0);
 }
 
 std::shared_ptr<const NOD_Interface> NOD_TreeReader::readScript(const Section &section,
@@ -428,9 +431,12 @@ void NOD_TreeReader::readRest()
     }
     NOD_Node &root = myScene.getRoot();
     NOD_Node::Sections all = root.getKeptSections();
+    std::unordered_set<std::string> names;
+    for (const auto &section : all) {
+        names.insert(section.first);
+    }
     for (auto &section : myKept) {
-        const auto isSame = [&](const auto &other) { return other.first == section.first; };
-        if (std::none_of(all.begin(), all.end(), isSame)) {
+        if (names.insert(section.first).second) {
             all.push_back(std::move(section));
         }
     }

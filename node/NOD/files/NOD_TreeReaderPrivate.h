@@ -63,6 +63,7 @@ private:
     void add(KIT_ErrorSeverity severity, const Section &section, int line, const std::string &text);
     std::shared_ptr<const NOD_Interface> readInterface(const std::string &key,
                                                        const Section &section);
+    bool maySet(const std::shared_ptr<const NOD_Interface> &present) const;
     std::shared_ptr<const NOD_Interface> readScript(const Section &section,
                                                     const std::string &written);
     std::shared_ptr<const NOD_Interface> findInterface(const std::string &key);

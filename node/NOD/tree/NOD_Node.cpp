@@ -196,7 +196,9 @@ void NOD_Node::enterTree(std::unique_ptr<NOD_Node> &owner, NOD_Node &parent, std
                          const std::string &name)
 {
     std::string newName = name;
-    parent.myChildren.reserve(parent.myChildren.size() + 1);
+    if (parent.myChildren.size() == parent.myChildren.capacity()) {
+        parent.myChildren.reserve(2 * parent.myChildren.size() + 1);
+    }
     // From here on nothing fails.
     std::unique_ptr<NOD_Node> node = owner ? std::move(owner) : myParent->takeChild(*this);
     const auto at =
@@ -473,6 +475,10 @@ void NOD_Node::renewAs(const std::shared_ptr<const NOD_Interface> &interface,
 
 void NOD_Node::clearVariables()
 {
+    const NOD_Edit edit(*this, "Clear variables");
+    if (NOD_UndoStack *const undo = getUndo()) {
+        undo->textsChange(*this);
+    }
     const std::map<std::string, std::string> former = std::move(myVariables);
     myVariables.clear();
     NOD_Graph *const graph = getWatcher();

@@ -254,8 +254,10 @@ std::string NOD_Scene::freeName(const NOD_Node &parent, const std::string &name)
 
 void NOD_Scene::addInterface(std::shared_ptr<const NOD_Interface> description)
 {
-    const std::string name = description->getTypeName();
-    myInterfaces[name] = std::move(description);
+    if (description) {
+        const std::string name = description->getTypeName();
+        myInterfaces[name] = std::move(description);
+    }
 }
 
 std::shared_ptr<const NOD_Interface> NOD_Scene::findInterface(const std::string &typeName) const

@@ -14,6 +14,7 @@
 #include <ZEL/ZEL_StringHandle.h>
 
 #include <charconv>
+#include <cmath>
 
 namespace
 {
@@ -200,13 +201,14 @@ bool NOD_Edit::revert(NOD_Node &node, std::string_view name)
 
 bool NOD_Edit::key(NOD_Node &node, std::string_view name, double time, double value)
 {
+    constexpr double theIntegerEnd = 9223372036854775808.0;
     const Place place = find(node, name);
-    if (!place) {
+    ZEL_IntHandle integer(node.getParms(), name);
+    if (!place || (integer && !(std::abs(value) < theIntegerEnd))) {
         return false;
     }
     change(node, *place.parm);
-    ZEL_IntHandle integer(node.getParms(), name);
-    return integer ? integer.key(time, std::int64_t(value))
+    return integer ? integer.key(time, std::llround(value))
                    : ZEL_FloatHandle(node.getParms(), name).key(time, value);
 }
 

@@ -328,7 +328,9 @@ bool NOD_UndoStack::undo()
     if (isInBlock() || myRestoringFlag || myDone.empty() || isLibraryAtWork()) {
         return false;
     }
-    myUndone.reserve(myUndone.size() + 1);
+    if (myUndone.size() == myUndone.capacity()) {
+        myUndone.reserve(2 * myUndone.size() + 1);
+    }
     // A step that can't be taken back stays where it is.
     NOD_UndoStep &step = *myDone.back();
     Restoring restoring(*this);
