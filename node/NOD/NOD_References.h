@@ -31,6 +31,7 @@ public:
     {
         NOD_Node *node;
         int parmIndex;
+        int lost; ///< references that can't be written with the new names, such as one with a quote
     };
 
     /// Takes the references of a node and all below it, before the tree changes.
@@ -62,6 +63,7 @@ private:
 
     void take(NOD_Node &node);
     void takeParm(NOD_Node &node, ZEL_Parm &parm, Paths &paths);
+    int countLost(NOD_Node &node, ZEL_Parm &parm, const Paths &former, const Paths &known);
     void rewriteNode(NOD_Node &node, const Paths &paths, const Announce &announce,
                      std::vector<Change> &changes);
 

@@ -58,7 +58,8 @@ public:
     // ------------------------------------------------------------------ //
     /// \name Changing the tree
     /// References of all nodes keep leading to the nodes that they led to, by NOD_References; those that
-    /// a removal or a copy leaves without a target stay as they are. False or null after an error in the
+    /// a removal or a copy leaves without a target stay as they are, and each that can't be written with the
+    /// new names, such as one with a quote, is a warning. False or null after an error in the
     /// report: nothing is changed then. The root can't be changed.
     // ------------------------------------------------------------------ //
     ///@{
@@ -136,7 +137,7 @@ public:
 private:
     void applyTime() const;
     bool isChangeable(NOD_Node &node, NOD_Report &report) const;
-    void settle(NOD_References &references);
+    void settle(NOD_References &references, NOD_Report &report);
 
     std::map<std::string, std::shared_ptr<const NOD_Interface>> myInterfaces;
     double myFrameRate = theUsualFrameRate;

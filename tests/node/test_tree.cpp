@@ -7,8 +7,11 @@
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_Scene.h>
+#include <NOD/NOD_UndoStack.h>
+#include <ZEL/ZEL_FloatHandle.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_StringHandle.h>
 
 #include <gtest/gtest.h>
 
@@ -232,6 +235,29 @@ TEST(Tree, ReferencesFollowTheirNodes)
         tree.check();
         ASSERT_FALSE(testing::Test::HasFailure()) << "step " << step;
     }
+}
+
+TEST(Tree, ReferencesThatNoNewNameCanBeWrittenForAreTold)
+{
+    NOD_Scene scene;
+    NOD_Report report;
+    const auto item = NOD_Interface::fromText(theScript, "item", report);
+    NOD_Node *const a = scene.add("/a", item, report);
+    NOD_Node *const b = scene.add("/b", item, report);
+    ASSERT_TRUE(a && b);
+    ZEL_FloatHandle(b->getParms(), "number").expression("ch('/a/v')");
+    ZEL_StringHandle(b->getParms(), "words").set("/a");
+    EXPECT_TRUE(scene.rename(*a, "c", report));
+    EXPECT_TRUE(report.isEmpty()) << report.asText();
+    EXPECT_TRUE(scene.rename(*a, "it's", report));
+    EXPECT_EQ(report.asText(),
+              "/b/number: warning: 1 references can't be written for the new names "
+              "and are lost\n");
+    report.clear();
+    scene.getUndo().undo();
+    EXPECT_TRUE(scene.rename(*a, "two words", report));
+    EXPECT_EQ(report.asText(), "/b/words: warning: 1 references can't be written for the new names "
+                               "and are lost\n");
 }
 
 TEST(Tree, RefusalsSayWhy)

@@ -13,6 +13,7 @@
 #include <ZEL/ZEL_Type.h>
 
 #include <algorithm>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -294,8 +295,30 @@ void NOD_References::rewriteNode(NOD_Node &node, const Paths &paths, const Annou
         if (announce) {
             announce(node, *parm);
         }
-        if (replaceInParm(*parm, renames)) {
-            changes.push_back({&node, i});
+        const bool changedFlag = replaceInParm(*parm, renames);
+        const int lost = countLost(node, *parm, own, paths);
+        if (changedFlag || lost > 0) {
+            changes.push_back({&node, i, lost});
         }
     }
+}
+
+/// Of a parameter's former paths, those whose targets none of its paths leads to now.
+int NOD_References::countLost(NOD_Node &node, ZEL_Parm &parm, const Paths &former,
+                              const Paths &known)
+{
+    Paths present;
+    takeParm(node, parm, present);
+    std::set<const NOD_Node *> found;
+    for (const Reference &reference : present) {
+        found.insert(node.findNode(reference.path.c_str()));
+    }
+    int lost = 0;
+    for (const Reference &reference : former) {
+        const auto same = std::find_if(known.begin(), known.end(), [&](const Reference &other) {
+            return other.path == reference.path;
+        });
+        lost += same != known.end() && same->target && !found.count(same->target);
+    }
+    return lost;
 }

@@ -127,13 +127,19 @@ bool NOD_Scene::isChangeable(NOD_Node &node, NOD_Report &report) const
     return false;
 }
 
-void NOD_Scene::settle(NOD_References &references)
+void NOD_Scene::settle(NOD_References &references, NOD_Report &report)
 {
     const auto announce = [&](NOD_Node &node, ZEL_Parm &parm) { myUndo->change(node, parm); };
     for (const NOD_References::Change &change : references.rewrite(announce)) {
         constexpr bool sendEvent = true;
         constexpr bool updateMulti = false;
         ZEL_Parm *const parm = change.node->getParms().getParmPtr(change.parmIndex);
+        if (change.lost > 0) {
+            const std::string path = pathOf(*change.node);
+            report.warning((path == "/" ? path : path + "/") + parm->getToken(),
+                           std::to_string(change.lost) + " references can't be written for the new "
+                                                         "names and are lost");
+        }
         parm->privateValueChanged(-1, sendEvent, updateMulti);
     }
 }
@@ -151,7 +157,7 @@ bool NOD_Scene::rename(NOD_Node &node, const std::string &name, NOD_Report &repo
     NOD_References references(*myRoot);
     myUndo->nodeMoves(node, node.getParent(), name);
     node.changePlace(*node.getParent(), NOD_TreePlace::of(node).place, name);
-    settle(references);
+    settle(references, report);
     return true;
 }
 
@@ -171,7 +177,7 @@ bool NOD_Scene::move(NOD_Node &node, NOD_Node &parent, NOD_Report &report)
     NOD_References references(*myRoot);
     myUndo->nodeMoves(node, &parent, node.getName());
     node.changePlace(parent, parent.getChildren().size(), node.getName());
-    settle(references);
+    settle(references, report);
     return true;
 }
 
@@ -196,7 +202,7 @@ NOD_Node *NOD_Scene::copy(NOD_Node &node, NOD_Node &parent, const std::string &n
         }
     }
     references.copied(copies);
-    settle(references);
+    settle(references, report);
     return made;
 }
 
