@@ -80,6 +80,21 @@ inline std::unique_ptr<NOD_Scene> makeNodes(int count)
     return scene;
 }
 
+/// The scene of that many nodes that was asked for last, or else a new one, which `prepare` completes.
+template <class Prepare>
+NOD_Scene &sceneOf(int count, const Prepare &prepare)
+{
+    static std::unique_ptr<NOD_Scene> theScene;
+    static int theSize = 0;
+    if (theSize != count) {
+        theScene.reset();
+        theSize = count;
+        theScene = makeNodes(count);
+        prepare(*theScene);
+    }
+    return *theScene;
+}
+
 /// How many components a change of a group's first parameter reaches, itself included.
 inline int reachOf(int count)
 {

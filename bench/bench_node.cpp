@@ -25,15 +25,8 @@ using namespace bench;
 
 NOD_Scene &sceneOf(const benchmark::State &state)
 {
-    static std::unique_ptr<NOD_Scene> theScene;
-    static int theSize = 0;
-    if (theSize != int(state.range(0))) {
-        theScene.reset();
-        theSize = int(state.range(0));
-        theScene = makeNodes(theSize);
-        theScene->getGraph().update(0.0);
-    }
-    return *theScene;
+    return bench::sceneOf(int(state.range(0)),
+                          [](NOD_Scene &scene) { scene.getGraph().update(0.0); });
 }
 
 void set(NOD_Node &node, int parm, double value)

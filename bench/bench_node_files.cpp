@@ -44,15 +44,9 @@ double residentBytes()
 
 NOD_Scene &sceneOf(const benchmark::State &state)
 {
-    static std::unique_ptr<NOD_Scene> theScene;
-    static int theSize = 0;
-    if (theSize != int(state.range(0))) {
-        theScene.reset();
-        theSize = int(state.range(0));
-        theScene = makeNodes(theSize);
-        theScene->addInterface(theScene->getRoot().getChildren()[0]->getInterface());
-    }
-    return *theScene;
+    return bench::sceneOf(int(state.range(0)), [](NOD_Scene &scene) {
+        scene.addInterface(scene.getRoot().getChildren()[0]->getInterface());
+    });
 }
 
 double parmsOf(const benchmark::State &state)
