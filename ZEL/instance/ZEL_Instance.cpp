@@ -1,5 +1,6 @@
 #include <ZEL/ZEL_Instance.h>
 
+#include <BAS/BAS_LostText.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Channel.h>
@@ -13,7 +14,6 @@
 #include <ZEL/ZEL_Value.h>
 #include <ZEL/instance/ZEL_InstancePrivate.h>
 #include <ZEL/instance/ZEL_UndoStreamPrivate.h>
-#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <cstring>
 #include <memory>
@@ -208,7 +208,7 @@ bool ZEL_Instance::isAllDefault(ZEL_DefaultType type) const
 
 bool ZEL_Instance::saveUndoData(std::shared_ptr<ZEL_UndoData> &data) const
 {
-    const ZEL_LostText lost;
+    const BAS_LostText lost;
     ZEL_UndoStream::Turn stream;
     const bool ok = save(*stream, 0, false);
     // A text cut off for lack of memory would be restored as if it were complete.

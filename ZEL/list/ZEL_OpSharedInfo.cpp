@@ -1,7 +1,7 @@
 #include <ZEL/ZEL_OpSharedInfo.h>
 
+#include <BAS/BAS_LostText.h>
 #include <ZEL/ZEL_Template.h>
-#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <algorithm>
 #include <unordered_map>
@@ -45,7 +45,7 @@ ZEL_OpSharedInfo::ZEL_OpSharedInfo(const ZEL_Template *templates, int count)
     : myParmTokens(tableSize(std::size_t(count))),
       myChannelTokens(tableSize(channelCount(templates, count)))
 {
-    const ZEL_LostText lost;
+    const BAS_LostText lost;
     for (int i = 0; i < count; ++i) {
         const ZEL_Template &entry = templates[i];
         myParmTokens.insert(entry.getTokenRef(), i);
@@ -85,7 +85,7 @@ std::shared_ptr<ZEL_OpSharedInfo> ZEL_OpSharedInfo::get(const KIT_StringRef &sha
     }
     auto info = std::make_shared<ZEL_OpSharedInfo>(templates, count);
     if (!sharedName.isEmpty()) {
-        const ZEL_LostText lost;
+        const BAS_LostText lost;
         KIT_StringHolder key(sharedName);
         lost.check();
         theRegister().emplace(std::move(key), info);

@@ -1,5 +1,6 @@
 #include <ZEL/ZEL_ParmList.h>
 
+#include <BAS/BAS_LostText.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -14,7 +15,6 @@
 #include <ZEL/list/ZEL_KindPrivate.h>
 #include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
-#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 ZEL_ORCallback *ZEL_ParmList::theORCallback = nullptr;
 
@@ -115,7 +115,7 @@ int ZEL_ParmList::appendParm(ZEL_Parm *parm)
     myParms.append(parm);
     if (parm && parm->getInstance()) {
         try {
-            const ZEL_LostText lost;
+            const BAS_LostText lost;
             registerParm(*parm, index);
             lost.check();
         } catch (...) {

@@ -1,10 +1,10 @@
 #include <ZEL/ZEL_FileMenu.h>
 
+#include <BAS/BAS_LostText.h>
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_PathSearch.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
-#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <iterator>
 
@@ -159,7 +159,7 @@ void ZEL_FileMenu::fill()
     if (!myRows.empty()) {
         return;
     }
-    const ZEL_LostText lost;
+    const BAS_LostText lost;
     try {
         fillFromFiles();
         // The process keeps these rows.

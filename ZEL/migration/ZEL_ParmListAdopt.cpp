@@ -2,6 +2,7 @@
 
 #include <ZEL/ZEL_ParmList.h>
 
+#include <BAS/BAS_LostText.h>
 #include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
@@ -10,7 +11,6 @@
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
-#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <algorithm>
 #include <unordered_set>

@@ -2,6 +2,7 @@
 
 #include <ZEL/ZEL_ParmList.h>
 
+#include <BAS/BAS_LostText.h>
 #include <BAS/BAS_Thread.h>
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
@@ -13,7 +14,6 @@
 #include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 #include <ZEL/migration/ZEL_SwitcherMirrorPrivate.h>
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
-#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <memory>
 #include <new>
@@ -29,7 +29,7 @@ namespace
 /// set is removed.
 KIT_StringHolder tokenOf(const ZEL_Parm &parm)
 {
-    const ZEL_LostText lost;
+    const BAS_LostText lost;
     KIT_StringHolder token(parm.getTokenRef());
     lost.check();
     return token;

@@ -3,6 +3,7 @@
 #include <ZEL/ZEL_Multi.h>
 
 #include <BAS/BAS_Allocate.h>
+#include <BAS/BAS_LostText.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_String.h>
@@ -15,7 +16,6 @@
 #include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 #include <ZEL/multi/ZEL_MultiChangingPrivate.h>
 #include <ZEL/support/ZEL_InstanceMarksPrivate.h>
-#include <ZEL/support/ZEL_LostTextPrivate.h>
 #include <ZEL/templates/ZEL_TemplateSpecPrivate.h>
 
 #include <algorithm>
@@ -272,7 +272,7 @@ private:
 bool ZEL_Multi::addInstance(int item, bool)
 {
     NewItem newItem(*this);
-    const ZEL_LostText lost;
+    const BAS_LostText lost;
     KIT_ValArray<int> numbers;
     instanceNumbers(item, numbers);
     makeNames(numbers);

@@ -1,6 +1,7 @@
 #include <ZEL/ZEL_PresetInfo.h>
 
 #include <BAS/BAS_Character.h>
+#include <BAS/BAS_LostText.h>
 #include <KIT/KIT_Directory.h>
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
@@ -12,7 +13,6 @@
 #include <STO/STO_Info.h>
 #include <STO/STO_Reader.h>
 #include <STO/STO_Writer.h>
-#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -91,7 +91,7 @@ bool failWriting(const std::string &file)
 /// Replaces an index file with these sections; the caller holds the lock. `lost` detects a section
 /// that was read or changed without memory for its name: it would be missing from the file.
 bool writeIndex(STO_IndexFile &index, const std::string &file, const STO_FileLock &lock,
-                const ZEL_LostText &lost)
+                const BAS_LostText &lost)
 {
     lost.check();
     KIT_ByteBuffer bytes;
@@ -126,7 +126,7 @@ void ZEL_PresetInfo::refresh()
     if (!myNeedsRefresh) {
         return;
     }
-    const ZEL_LostText lost;
+    const BAS_LostText lost;
     KIT_String opFile(myOpName);
     KIT_OpUtils::ensureValidOpBasedFileName(opFile);
     myPresetFile = "presets/" + myTable.toStdString() + "/" + opFile.toStdString() + ".idx";
@@ -256,7 +256,7 @@ bool ZEL_PresetInfo::savePresetToDir(ZEL_ParmList *list, const char *name, const
     if (!lock.isHeld()) {
         return failWriting(file);
     }
-    const ZEL_LostText lost;
+    const BAS_LostText lost;
     STO_IndexFile index;
     index.open(file.c_str());
     if (!index.canWrite() || !index.addSection(name, os.str()) ||
@@ -296,7 +296,7 @@ bool ZEL_PresetInfo::deletePresetFromDir(const char *name, const char *dir)
     if (!lock.isHeld()) {
         return failWriting(file);
     }
-    const ZEL_LostText lost;
+    const BAS_LostText lost;
     STO_IndexFile index;
     index.open(file.c_str());
     if (!index.removeSection(name) || !index.canWrite() || !writeIndex(index, file, lock, lost)) {

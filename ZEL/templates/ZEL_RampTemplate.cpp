@@ -1,6 +1,7 @@
 #include <ZEL/ZEL_RampTemplate.h>
 
 #include <BAS/BAS_Character.h>
+#include <BAS/BAS_LostText.h>
 #include <KIT/KIT_VarEncode.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ChoiceList.h>
@@ -8,7 +9,6 @@
 #include <ZEL/ZEL_Range.h>
 #include <ZEL/ZEL_SharedMenus.h>
 #include <ZEL/ZEL_SpareData.h>
-#include <ZEL/support/ZEL_LostTextPrivate.h>
 #include <ZEL/templates/ZEL_TemplatePrivate.h>
 
 #include <memory>
@@ -64,7 +64,7 @@ const ZEL_Template *builtInPart(ZEL_MultiType type, ZEL_RampParmIndex index)
 /// A name owned by the copy. Without a prefix the token stays unchanged.
 std::unique_ptr<ZEL_Name> makeName(const ZEL_Template &source, const KIT_WorkBuffer *prefix)
 {
-    const ZEL_LostText lost;
+    const BAS_LostText lost;
     auto name = std::make_unique<ZEL_Name>();
     name->setTokenAndLabelRef(source.getTokenRef(), source.getLabelRef());
     if (prefix) {

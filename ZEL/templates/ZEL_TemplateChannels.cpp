@@ -1,10 +1,10 @@
 #include <ZEL/ZEL_Template.h>
 
+#include <BAS/BAS_LostText.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_VarEncode.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_SpareData.h>
-#include <ZEL/support/ZEL_LostTextPrivate.h>
 
 #include <algorithm>
 #include <cstring>
@@ -93,7 +93,7 @@ KIT_StringHolder makeChannelToken(const char *base, const ChannelStyle *style, i
 /// Makes one of the two arrays.
 const KIT_StringHolder *ZEL_Template::buildChannelNames(bool decoded) const
 {
-    const ZEL_LostText lost;
+    const BAS_LostText lost;
     KIT_WorkBuffer base;
     if (decoded) {
         KIT_VarEncode::decodeParm(getToken(), base);

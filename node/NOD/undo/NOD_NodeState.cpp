@@ -1,6 +1,6 @@
 #include <NOD/NOD_NodeState.h>
 
-#include <BAS/BAS_Allocate.h>
+#include <BAS/BAS_LostText.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <NOD/NOD_Batch.h>
@@ -71,21 +71,6 @@ void NOD_NodeState::Contents::cut(std::size_t count)
 namespace
 {
 
-/// A text without memory is empty, and no state.
-class LostText
-{
-public:
-    void check() const
-    {
-        if (BASfailedAllocations() != myBefore) {
-            throw std::bad_alloc();
-        }
-    }
-
-private:
-    std::uint64_t myBefore = BASfailedAllocations();
-};
-
 /// Takes back what was added of a parameter unless all of it was.
 template <class Contents>
 class Adding
@@ -108,7 +93,7 @@ public:
     }
 
 private:
-    LostText myLost;
+    BAS_LostText myLost;
     Contents &myContents;
     std::size_t myCount;
     bool myDoneFlag = false;
@@ -277,7 +262,7 @@ NOD_NodeState NOD_NodeState::present(NOD_Node &node) const
 
 void NOD_NodeState::restoreSilently(NOD_Node &node, Changes &changes) const
 {
-    const LostText lost;
+    const BAS_LostText lost;
     // What existed before needs no limit.
     const ZEL_InputBudget noLimit(ZEL_InputBudget::NO_LIMIT, 0);
     const TRK_AutoEventHandler events;

@@ -1,4 +1,4 @@
-/// \file ZEL_LostTextPrivate.h
+/// \file BAS_LostText.h
 /// Detects that a text was lost for lack of memory during its lifetime. Such a text is empty, which
 /// is allowed for a value, but not for a name or for what is kept for the whole process.
 ///
@@ -9,7 +9,7 @@
 
 #include <new>
 
-class ZEL_LostText
+class BAS_LostText
 {
 public:
     /// Throws std::bad_alloc if a text was lost.
