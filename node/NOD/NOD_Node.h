@@ -166,7 +166,13 @@ public:
     /// \name Surroundings
     // ------------------------------------------------------------------ //
     ///@{
-    void setChangeCallback(ChangeCallback callback) { myChangeCallback = std::move(callback); }
+    /// It may change anything, the tree and itself included: what it removes exists until the library is
+    /// done with the change.
+    void setChangeCallback(ChangeCallback callback)
+    {
+        myChangeCallback =
+            callback ? std::make_shared<const ChangeCallback>(std::move(callback)) : nullptr;
+    }
     void setDependencyCallback(DependencyCallback callback)
     {
         myDependencyCallback = std::move(callback);
@@ -283,7 +289,7 @@ private:
     NOD_NodeMaker myMaker;           ///< the same
     std::string myName;
     std::map<std::string, std::string> myVariables;
-    ChangeCallback myChangeCallback;
+    std::shared_ptr<const ChangeCallback> myChangeCallback;
     DependencyCallback myDependencyCallback;
     std::uint32_t myStructureVersion = 0;
     bool myWatchedFlag = false; ///< it has been made

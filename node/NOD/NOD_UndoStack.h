@@ -159,6 +159,9 @@ private:
     void parmChanged(NOD_Node &node, int parmIndex);
 
     void drop();
+    void forget(std::unique_ptr<NOD_UndoStep> step) noexcept;
+    /// What was kept while the library was at work.
+    void release();
     void recount(NOD_UndoStep &step, std::int64_t former);
 
     NOD_Node &myRoot;
@@ -175,7 +178,9 @@ private:
     int myPauses = 0;
     bool myRestoringFlag = false;
     bool myLostFlag = false; ///< while restoring: something has changed the tree
-    std::vector<std::unique_ptr<NOD_Node>> myRemoved; ///< while restoring, by a callback
+    // By a callback: kept until the library is done with them.
+    std::vector<std::unique_ptr<NOD_Node>> myRemoved;
+    std::vector<std::unique_ptr<NOD_UndoStep>> myForgotten;
     std::int64_t myUnannouncedCount = 0;
     std::string myFirstUnannounced;
 };

@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <random>
 #include <string>
@@ -258,6 +259,48 @@ TEST(Tree, ReferencesThatNoNewNameCanBeWrittenForAreTold)
     EXPECT_TRUE(scene.rename(*a, "two words", report));
     EXPECT_EQ(report.asText(), "/b/words: warning: 1 references can't be written for the new names "
                                "and are lost\n");
+}
+
+/// Each with undo and without; under the address sanitizer this shows what is used after it is gone.
+TEST(Tree, AChangeCallbackMayTakeAwayWhatItIsToldOf)
+{
+    const std::vector<std::function<void(NOD_Scene &, NOD_Node &)>> doings = {
+        [](NOD_Scene &scene, NOD_Node &node) {
+            NOD_Report report;
+            scene.remove(node, report);
+        },
+        [](NOD_Scene &scene, NOD_Node &node) {
+            NOD_Report report;
+            scene.remove(node, report);
+            scene.getUndo().clear();
+        },
+        [](NOD_Scene &scene, NOD_Node &) { scene.clear(); },
+        [](NOD_Scene &, NOD_Node &node) {
+            node.renewParms(std::shared_ptr<const NOD_Interface>(node.getInterface()));
+        },
+        [](NOD_Scene &, NOD_Node &node) { node.setChangeCallback({}); },
+    };
+    for (const bool undoFlag : {true, false}) {
+        for (std::size_t i = 0; i < doings.size(); ++i) {
+            NOD_Scene scene;
+            NOD_Report report;
+            NOD_Node *const node =
+                scene.add("/a", NOD_Interface::fromText(theScript, "item", report), report);
+            scene.getUndo().setLimits(undoFlag ? 10 : 0, 1 << 20);
+            int calls = 0;
+            const std::string text = "captured by the callback, and longer than a short string";
+            node->setChangeCallback([&, text](NOD_Node &changed, TRK_CHANGE_TYPE, int) {
+                if (calls++ == 0) {
+                    doings[i](scene, changed);
+                    EXPECT_EQ(text.size(), 56u);
+                }
+            });
+            ZEL_FloatHandle(node->getParms(), "v").set(1.0);
+            EXPECT_GE(calls, 1);
+            EXPECT_EQ(scene.find("/a") != nullptr, i > 2) << i;
+            EXPECT_TRUE(scene.add("/b", nullptr, report)) << report.asText();
+        }
+    }
 }
 
 TEST(Tree, RefusalsSayWhy)

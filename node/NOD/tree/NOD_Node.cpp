@@ -507,8 +507,8 @@ void NOD_Node::handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex)
     if (undo) {
         undo->parmChanged(node, parmIndex);
     }
-    if (node.myChangeCallback) {
-        node.myChangeCallback(node, type, parmIndex);
+    if (const auto callback = node.myChangeCallback) { // it may replace itself
+        (*callback)(node, type, parmIndex);
     }
     if (NOD_Graph *graph = node.getWatcher()) {
         graph->parmChanged(node, type, parmIndex);

@@ -228,7 +228,7 @@ void NOD_Scene::clear()
     const NOD_Batch batch(*this);
     TRK_Collection &channels = myRoot->getChannels();
     while (!myRoot->getChildren().empty()) {
-        myRoot->takeChild(*myRoot->getChildren().back());
+        myUndo->nodeRemoved(myRoot->takeChild(*myRoot->getChildren().back()));
     }
     myRoot->setSpareParms(static_cast<const ZEL_Template *>(nullptr));
     if (myRoot->getInterface()) {

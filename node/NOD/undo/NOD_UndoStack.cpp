@@ -14,6 +14,18 @@
 #include <optional>
 #include <utility>
 
+namespace
+{
+
+/// Whether the library works on parameters that must exist until it is done.
+bool isLibraryAtWork()
+{
+    return ZEL_Multi::KeepItems::isOpen() || TRK_Manager::isEvaluating() ||
+           TRK_EventManager::isDelivering();
+}
+
+} // namespace
+
 /// While it lives, nothing is recorded. Ends with what callbacks have done to the tree.
 class NOD_UndoStack::Restoring
 {
@@ -29,7 +41,7 @@ public:
         if (std::exchange(myStack.myLostFlag, false)) {
             myStack.clear();
         }
-        myStack.myRemoved.clear();
+        myStack.release();
     }
     Restoring(const Restoring &) = delete;
     Restoring &operator=(const Restoring &) = delete;
@@ -57,18 +69,6 @@ private:
     std::optional<NOD_Batch> myBatch;
     NOD_UndoStep::Told myTold;
 };
-
-namespace
-{
-
-/// Whether parameters may be in use that an undo would take away.
-bool isLibraryAtWork()
-{
-    return ZEL_Multi::KeepItems::isOpen() || TRK_Manager::isEvaluating() ||
-           TRK_EventManager::isDelivering();
-}
-
-} // namespace
 
 // ---------------------------------------------------------------------- //
 // Life and limits
@@ -105,6 +105,7 @@ void NOD_UndoStack::drop()
     while (!myDone.empty() &&
            (myDone.size() > myMost || (myBytes > myMostBytes && myDone.size() > 1))) {
         myBytes -= myDone.front()->bytes;
+        forget(std::move(myDone.front()));
         myDone.pop_front();
     }
 }
@@ -122,9 +123,35 @@ void NOD_UndoStack::clear()
         myLostFlag = true; // the step at work is one of them
         return;
     }
+    for (auto &step : myDone) {
+        forget(std::move(step));
+    }
+    for (auto &step : myUndone) {
+        forget(std::move(step));
+    }
     myDone.clear();
     myUndone.clear();
     myBytes = 0;
+}
+
+/// The library may be at work on one of its nodes.
+void NOD_UndoStack::forget(std::unique_ptr<NOD_UndoStep> step) noexcept
+{
+    try {
+        if (isLibraryAtWork()) {
+            myForgotten.push_back(std::move(step));
+        }
+    } catch (const std::bad_alloc &) {
+        static_cast<void>(step.release()); // rather never freed than too early
+    }
+}
+
+void NOD_UndoStack::release()
+{
+    if (!isLibraryAtWork()) {
+        myRemoved.clear();
+        myForgotten.clear();
+    }
 }
 
 NOD_UndoStack::Pause::Pause(NOD_UndoStack &stack) : myStack(stack)
@@ -147,6 +174,9 @@ NOD_UndoStack::Pause::~Pause()
 
 void NOD_UndoStack::begin(const std::string &label)
 {
+    if (!myRestoringFlag) {
+        release();
+    }
     if (myRestoringFlag || myMost == 0 || myPauses > 0) {
         ++myIgnoredDepth;
         return;
@@ -177,8 +207,9 @@ bool NOD_UndoStack::end()
         clear();
         throw;
     }
-    for (const auto &undone : myUndone) {
+    for (auto &undone : myUndone) {
         myBytes -= undone->bytes;
+        forget(std::move(undone));
     }
     myUndone.clear();
     recount(*myDone.back(), 0);
@@ -252,9 +283,11 @@ void NOD_UndoStack::nodeAdded(NOD_Node &node)
 
 void NOD_UndoStack::nodeMoves(NOD_Node &node, NOD_Node *parent, const std::string &name)
 {
+    if (!parent) {
+        myRemoved.reserve(myRemoved.size() + 1);
+    }
     if (myRestoringFlag) {
         myLostFlag = true;
-        myRemoved.reserve(myRemoved.size() + 1);
     } else if (isRecording()) {
         NOD_TreePlace to;
         to.parent = parent;
@@ -270,11 +303,11 @@ void NOD_UndoStack::nodeMoves(NOD_Node &node, NOD_Node *parent, const std::strin
 
 void NOD_UndoStack::nodeRemoved(std::unique_ptr<NOD_Node> node)
 {
-    if (myRestoringFlag) {
-        // It may have changes that are still to be told.
-        myRemoved.push_back(std::move(node));
-    } else if (isRecording()) {
+    if (isRecording()) {
         myOpen->own(std::move(node));
+    } else if (myRestoringFlag || isLibraryAtWork()) {
+        // It may have changes that are still to be told, or be the one whose change is being told.
+        myRemoved.push_back(std::move(node));
     }
 }
 
