@@ -157,6 +157,42 @@ TEST(SceneFile, NothingIsLostWhereTypesAreMissing)
     }
 }
 
+/// What has no place, or is about nothing that is there, is told and doesn't move; the root's own type may be
+/// missing, too.
+TEST(SceneFile, WhatIsKeptStaysWhereItWas)
+{
+    const std::string odd = "#STO_INDEX 1.0\n"
+                            "section \"scene\"\n\tversion 1.0\n\tframerate 24\n\trange 1 240\n"
+                            "\ttime 0\nend\n"
+                            "section \"node /\"\n\ttype \"gone\"\nend\n"
+                            "section \"values /\"\n\tanything\nend\n"
+                            "section \"node /a\"\nend\n"
+                            "section \"interface\"\n\ta word\nend\n"
+                            "section \"future /\"\n\ta text\nend\n"
+                            "#END\n";
+    NOD_Scene scene;
+    NOD_Report report;
+    ASSERT_TRUE(load(scene, odd, report, {}));
+    EXPECT_FALSE(report.hasErrors()) << report.asText();
+    EXPECT_EQ(difference(saved(scene, saveOptions(Form::TEXT), report), odd), "");
+
+    const std::string part = "#STO_INDEX 1.0\nsection \"part\"\n\tversion 1.0\nend\n"
+                             "section \"scene\"\n\tversion 1.0\nend\n"
+                             "section \"future /\"\n\ta text\nend\n";
+    NOD_Scene other;
+    NOD_Report found;
+    std::istringstream none(part + "#END\n");
+    EXPECT_FALSE(NOD_NodeFile::load(other, other.getRoot(), none, "none", {}, found));
+    EXPECT_TRUE(other.getRoot().getKeptSections().empty());
+    NOD_Node &above = *other.add("/above", nullptr, found);
+    std::istringstream one(part + "section \"node /b\"\nend\n#END\n");
+    EXPECT_TRUE(NOD_NodeFile::load(other, above, one, "one", {}, found));
+    EXPECT_NE(found.asText().find("has no place in this file"), std::string::npos)
+        << found.asText();
+    EXPECT_TRUE(above.getKeptSections().empty());
+    EXPECT_EQ(other.getRoot().getKeptSections().size(), 1u);
+}
+
 TEST(SceneFile, HistoryLeavesNoTrace)
 {
     NOD_Report report;

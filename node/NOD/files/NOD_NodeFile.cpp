@@ -103,12 +103,12 @@ NOD_Node *loadBytes(NOD_Scene &scene, NOD_Node &parent, std::string bytes, const
     reader.readInterfaces();
     constexpr bool isPart = true;
     reader.readNodes(parent, isPart);
-    reader.readRest();
     if (reader.getNodes().empty()) {
         report.add(
             {KIT_ERROR_ABORT, name, 0, theNodeSection, "there is no node in the file", {}, 0});
         return nullptr;
     }
+    reader.readRest();
     NOD_Node *const top = reader.getNodes().front();
     settleReferences(*top, reader.getTopName(), above.empty() ? "/" : above);
     return top;

@@ -25,18 +25,10 @@ constexpr std::int64_t theBytesOfParm = 256;
 constexpr std::int64_t theBytesOfNode = 1024;
 
 /// The sections of a node, but for its first one.
-constexpr const char *theNodeKinds[] = {"spares", "channels", "values", "aliases"};
 
 bool startsWith(std::string_view text, std::string_view start)
 {
     return text.substr(0, start.size()) == start;
-}
-
-/// "KIND REST".
-std::string restOf(std::string_view name)
-{
-    const std::size_t blank = name.find(' ');
-    return blank == std::string_view::npos ? std::string() : std::string(name.substr(blank + 1));
 }
 
 /// The line of a channels' message, within the section.
@@ -133,7 +125,7 @@ void NOD_TreeReader::readInterfaces()
     const std::string start = theInterfaceSection + std::string(" ");
     for (const Section &section : myFile.getSections()) {
         if (startsWith(section.name, start)) {
-            const std::string key = restOf(section.name);
+            const std::string key = NODrestOf(section.name);
             use(std::string(section.name));
             myInterfaces[key] = readInterface(key, section);
         }
@@ -260,7 +252,7 @@ void NOD_TreeReader::readNodes(NOD_Node &above, bool isPart)
     std::vector<Place> places;
     for (const Section &section : myFile.getSections()) {
         if (startsWith(section.name, start)) {
-            const std::string path = restOf(section.name);
+            const std::string path = NODrestOf(section.name);
             use(std::string(section.name));
             const auto level = std::count(path.begin(), path.end(), '/') - (path == "/");
             places.push_back({&section, path, level});
@@ -411,12 +403,13 @@ void NOD_TreeReader::readRest()
             continue;
         }
         const std::string name(section.name);
-        const std::string kind = name.substr(0, name.find(' '));
-        NOD_Node *const node = find(restOf(name));
-        if (std::find(std::begin(theNodeKinds), std::end(theNodeKinds), kind) !=
-            std::end(theNodeKinds)) {
+        const std::string kind = NODkindOf(name);
+        NOD_Node *const node = find(NODrestOf(name));
+        if (NODisNodeKind(kind)) {
             error(section, 0, "there is no such node: left out");
-        } else if (node && node->getParent()) {
+        } else if (name == theSceneSection || name == thePartSection) {
+            error(section, 0, "has no place in this file: left out");
+        } else if (node && node != myByPath["/"]) {
             warning(section, 0, "isn't known here: kept as it is");
             kept[node].emplace_back(kind, section.text);
         } else {

@@ -41,8 +41,8 @@ public:
     bool checkVersion(const Section &section, const NOD_Line &line);
 
     void readInterfaces();
-    /// All nodes of the file below `above`, whose path in the file is "/". Those at the top, at which
-    /// `isPart` wants a single one, get free names.
+    /// All nodes of the file below `above`, whose path in the file is "/". Of a part there is one at
+    /// the top, which gets a free name.
     void readNodes(NOD_Node &above, bool isPart);
     /// The sections that nobody has used.
     void readRest();
@@ -65,7 +65,7 @@ private:
                                                        const Section &section);
     bool maySet(const std::shared_ptr<const NOD_Interface> &present) const;
     std::shared_ptr<const NOD_Interface> readScript(const Section &section,
-                                                    const std::string &written);
+                                                    const std::string &path);
     std::shared_ptr<const NOD_Interface> findInterface(const std::string &key);
     void keepInterface(const Section &section, const std::string &path);
     NOD_Node *makeNode(const Section &section, const std::string &path, NOD_Node &above,

@@ -9,8 +9,9 @@
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
 
-#include <algorithm>
+#include <cstring>
 #include <ostream>
+#include <unordered_set>
 #include <utility>
 
 namespace
@@ -23,9 +24,11 @@ const void *idOf(const NOD_Node &node)
                                : node.getPlainTemplates();
 }
 
-std::string kindOf(const std::string &section)
+/// A script that wasn't there, or the application's own that is missing.
+bool isInterface(const std::string &section)
 {
-    return section.substr(0, section.find(' '));
+    return section.compare(0, std::strlen(theInterfaceSection) + 1,
+                           std::string(theInterfaceSection) + " ") == 0;
 }
 
 } // namespace
@@ -46,7 +49,7 @@ void NOD_TreeWriter::writeTree(NOD_Node &top)
     // What nobody knows, and belongs to no node.
     for (const auto &[name, text] :
          top.getParent() ? NOD_Node::Sections() : top.getKeptSections()) {
-        if (kindOf(name) != theInterfaceSection) {
+        if (!isInterface(name) && !NODisNodeKind(name)) {
             mySections.add(name, text);
         }
     }
@@ -119,13 +122,15 @@ std::string NOD_TreeWriter::interfaceText(const std::string &key, NOD_Node &node
 
 void NOD_TreeWriter::writeInterfaces()
 {
+    std::unordered_set<std::string> missing;
+    for (const Place &place : myPlaces) {
+        if (place.node->isTypeMissing()) {
+            missing.insert(place.node->getTypeName());
+        }
+    }
     for (const auto &[name, text] : myScene.getRoot().getKeptSections()) {
-        const std::string key = name.substr(std::min(name.find(' '), name.size() - 1) + 1);
-        const auto isOfType = [&](const Place &place) {
-            return place.node->isTypeMissing() && place.node->getTypeName() == key;
-        };
-        if (kindOf(name) != theInterfaceSection ||
-            !std::any_of(myPlaces.begin(), myPlaces.end(), isOfType)) {
+        const std::string key = NODrestOf(name);
+        if (!isInterface(name) || missing.count(key) == 0) {
             continue;
         }
         // A script that wasn't there has its whole path here.
@@ -192,7 +197,9 @@ void NOD_TreeWriter::writeNode(const Place &place)
     write("channels", place.path, sections.channels);
     write("values", place.path, sections.values);
     write("aliases", place.path, sections.aliases);
-    for (const auto &[kind, text] : isRoot ? NOD_Node::Sections() : sections.kept) {
-        mySections.add(kind + " " + place.path, text);
+    for (const auto &[kind, text] : sections.kept) {
+        if (!isRoot || NODisNodeKind(kind)) { // the others are the scene's
+            mySections.add(kind + " " + place.path, text);
+        }
     }
 }
