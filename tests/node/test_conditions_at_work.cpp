@@ -20,6 +20,7 @@
 #include <random>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace
@@ -314,6 +315,36 @@ TEST(ConditionsAtWork, AHandlerMayChangeAnything)
     a.getParms().setInt(0, "on", 0, 0.0, true);
     EXPECT_GT(events, 1);
     rig.check();
+}
+
+TEST(ConditionsAtWork, TemplatesInThePlaceOfOthersHaveTheirOwnConditions)
+{
+    const auto script = [](const std::string &word) {
+        NOD_Report report;
+        return NOD_Interface::fromText("parm { name on type toggle } parm { name v type float " +
+                                           word + " \"{ on == off }\" }",
+                                       "place", report);
+    };
+    const auto first = script("disablewhen");
+    const auto second = script("hidewhen");
+    ZEL_Template place[] = {first->getTemplates()[0], first->getTemplates()[1], ZEL_Template()};
+    NOD_Scene scene;
+    NOD_Report report;
+    NOD_Node &node = *scene.add("/a", nullptr, report);
+    const auto states = [&] {
+        const ZEL_Parm &v = *node.getParms().getParmPtr("v");
+        return std::make_pair(v.getEnableState(0) != 0, v.getVisibleState(0));
+    };
+    node.renewParms(place);
+    EXPECT_EQ(states(), std::make_pair(false, true));
+    {
+        const NOD_Batch batch(scene);
+        node.renewParms(static_cast<ZEL_Template *>(nullptr));
+        place[0] = second->getTemplates()[0];
+        place[1] = second->getTemplates()[1];
+        node.renewParms(place);
+    }
+    EXPECT_EQ(states(), std::make_pair(true, false));
 }
 
 } // namespace

@@ -106,6 +106,7 @@ void NOD_Conditions::structureChanged(NOD_Node &node)
         state = std::make_unique<NodeState>();
     }
     state->staleFlag = true;
+    state->plan.reset(); // plans are shared by what templates they are of, which may end now
     queue(node, *state);
 }
 
