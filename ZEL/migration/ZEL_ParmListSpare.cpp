@@ -190,7 +190,7 @@ void ZEL_ParmList::DeferredRemovals::destroy(ZEL_Parm *parm) const
     }
 }
 
-/// Marks a parameter, and a multi-parameter's items, as removed when the present rebuild ends.
+/// Marks a parameter, and a multi-parameter's items, as removed when the present rebuild or load ends.
 void ZEL_ParmList::retireParm(ZEL_Parm &parm)
 {
     if (parm.getInstance()->isLeaving()) {

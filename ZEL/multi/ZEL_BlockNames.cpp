@@ -145,8 +145,10 @@ void ZEL_ParmList::BlockNames::findIn(std::uint64_t prefix, const char *name, in
         if (!multi || multi->isLeaving()) {
             continue;
         }
-        if (multi->matchInstancePattern(name, number)) {
+        int matched = -1;
+        if (multi->matchInstancePattern(name, matched)) {
             best = entry.index;
+            number = matched;
             return;
         }
         failed = &entry;
@@ -173,10 +175,5 @@ ZEL_Multi *ZEL_ParmList::BlockNames::find(const KIT_StringRef &name, int &number
         at = addDigits(hash, at);
     }
     findIn(hash.value(), text, best, number);
-    if (best == theNone) {
-        return nullptr;
-    }
-    ZEL_Multi *const multi = myList.getParmPtr(best)->asMulti();
-    multi->matchInstancePattern(text, number);
-    return multi;
+    return best == theNone ? nullptr : myList.getParmPtr(best)->asMulti();
 }

@@ -318,12 +318,10 @@ bool ZEL_Multi::mayHaveToWait()
 /// Those of another list are there while this one is being made of it.
 bool ZEL_Multi::wouldReplace(const ZEL_Template *made) const
 {
-    const ZEL_ParmList *list = getParmList();
+    ZEL_ParmList *list = getParmList();
     return std::any_of(made, made + myInstancesPerItem, [list](const ZEL_Template &child) {
-        const ZEL_Parm *old = list->getParmPtr(child.getTokenRef());
-        if (old && old->getInstance() && old->getInstance()->isLeaving()) {
-            return false;
-        }
+        int at = -1;
+        const ZEL_Parm *old = list->findStayingParm(child.getTokenRef(), at);
         const ZEL_Multi *owner = old ? old->getMultiParmOwner() : nullptr;
         return owner ? owner->getParmList() == list : old && old->isSpareParm();
     });
@@ -342,7 +340,7 @@ void ZEL_Multi::makeNames(const KIT_ValArray<int> &numbers)
 /// Whether the last item's names can all become parameters.
 bool ZEL_Multi::acceptNames() const
 {
-    const ZEL_ParmList *list = getParmList();
+    ZEL_ParmList *list = getParmList();
     const ZEL_Template *block = getMultiParmTemplate();
     const std::size_t first = myChildNames.size() - std::size_t(myInstancesPerItem);
     const auto tokenOf = [&](int child) -> const KIT_StringRef & {
@@ -363,10 +361,8 @@ bool ZEL_Multi::acceptNames() const
     };
     for (int child = 0; child < myInstancesPerItem; ++child) {
         const KIT_StringRef &token = tokenOf(child);
-        const ZEL_Parm *const present = list->getParmPtr(token);
-        const bool isTaken =
-            present && !(present->getInstance() && present->getInstance()->isLeaving());
-        if (isTaken || isRepeated(child)) {
+        int at = -1;
+        if (list->findStayingParm(token, at) || isRepeated(child)) {
             KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_EXISTS, token.c_str());
             return false;
         }
@@ -600,14 +596,8 @@ void ZEL_Multi::markLeaving(int firstItem, int endItem) const
     for (int item = firstItem; item < endItem; ++item) {
         for (int child = 0; child < myInstancesPerItem; ++child) {
             int index = -1;
-            ZEL_Parm *const parm = findOwnChild(item, child, index);
-            if (!parm || parm->getInstance()->isLeaving()) {
-                continue;
-            }
-            parm->getInstance()->setLeaving(true);
-            parm->clearAndDestroyChannels(false);
-            if (const ZEL_Multi *const nested = parm->asMulti()) {
-                nested->markLeaving(0, nested->myNumItems);
+            if (ZEL_Parm *const parm = findOwnChild(item, child, index)) {
+                getParmList()->retireParm(*parm);
             }
         }
     }
@@ -637,7 +627,8 @@ void ZEL_Multi::countLeaving()
     myLeavingEnd = 0;
 }
 
-/// Removes those that leave, or keeps them if somebody may hold them.
+/// Removes those that leave, or keeps them if somebody may hold them: with the values that they have, and
+/// without the channels that they had.
 void ZEL_Multi::settle()
 {
     if (myLeavingEnd == 0 || myBusy) {

@@ -56,7 +56,7 @@ char *putWhole(char *to, uint64_t whole)
 ///
 /// As a part of 2^64, a little too large, of which each multiplication by 1000 gives three decimals:
 /// then it is too large by less than 3 times 1000 for each of them, and what is left of decimals is
-/// more than 18 times that.
+/// more than six times that.
 char *putFraction(char *to, uint64_t fraction, int decimals)
 {
     constexpr int theShift = 59;
