@@ -86,7 +86,8 @@ public:
     /// The same for a destructor: without memory for the step all steps are forgotten.
     void endOrForget() noexcept;
     /// Takes back what the block has changed and ends it: no step, and what could be redone still can.
-    /// False, with nothing done, for an inner block, and without a begin.
+    /// False, with nothing done, for an inner block, and without a begin. Unlike undo() also from within a
+    /// change callback.
     bool cancel();
     /// Announces within a block; nothing outside of one.
     void change(NOD_Node &node);
@@ -162,7 +163,7 @@ private:
     void forget(std::unique_ptr<NOD_UndoStep> step) noexcept;
     /// What was kept while the library was at work.
     void release();
-    void recount(NOD_UndoStep &step, std::int64_t former);
+    void recount(NOD_UndoStep &step);
 
     NOD_Node &myRoot;
     NOD_Scene *myScene;

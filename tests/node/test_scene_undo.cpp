@@ -380,6 +380,21 @@ TEST(SceneUndo, PlainEditsSayWhatTheyRefuse)
     takeMessages();
 }
 
+TEST(SceneUndo, LimitsHoldForWhatIsDoneAgain)
+{
+    Pair p;
+    for (int i = 1; i <= 5; ++i) {
+        NOD_Edit(p.scene, "v").set(p.a, "v", double(i));
+    }
+    while (p.undo().undo()) {
+    }
+    ASSERT_TRUE(p.undo().setLimits(3, 1 << 20));
+    while (p.undo().redo()) {
+    }
+    EXPECT_EQ(p.undo().getUndoCount(), 3u);
+    EXPECT_EQ(p.value(p.a, "v"), 5.0);
+}
+
 TEST(SceneUndo, VariablesThatWereClearedComeBack)
 {
     Pair p;

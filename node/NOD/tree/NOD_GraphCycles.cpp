@@ -306,7 +306,8 @@ std::int64_t NOD_Graph::getMemoryUsage() const
             *myRoot, [&](NOD_Node &node) { bytes += node.getParms().getMicroNodesMemoryUsage(); });
     }
     for (const auto &[node, whole] : myWholeNodes) {
-        bytes += whole->getMemoryUsage(inclusive) + std::int64_t(sizeof(node) + sizeof(whole));
+        bytes += (whole ? whole->getMemoryUsage(inclusive) : 0) +
+                 std::int64_t(sizeof(node) + sizeof(whole));
     }
     return bytes;
 }

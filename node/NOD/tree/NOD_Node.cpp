@@ -6,6 +6,7 @@
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_NodeState.h>
 #include <NOD/NOD_UndoStack.h>
+#include <NOD/tree/NOD_GraphWalkPrivate.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
@@ -168,21 +169,12 @@ void unlink(ZEL_ParmList &list)
     }
 }
 
-template <class Call>
-void forEachBelow(NOD_Node &node, const Call &call)
-{
-    call(node);
-    for (const auto &child : node.getChildren()) {
-        forEachBelow(*child, call);
-    }
-}
-
 } // namespace
 
 std::unique_ptr<NOD_Node> NOD_Node::leaveTree()
 {
     if (NOD_Graph *const graph = getWatcher()) {
-        forEachBelow(*this, [&](NOD_Node &node) {
+        NODforEachNode(*this, [&](NOD_Node &node) {
             graph->nodeRemoved(node);
             unlink(*node.myParms);
         });
@@ -236,11 +228,12 @@ void NOD_Node::changePlace(NOD_Node &parent, std::size_t place, const std::strin
 
 std::unique_ptr<NOD_Node> NOD_Node::takeChild(const NOD_Node &child)
 {
-    const auto at = std::find_if(myChildren.begin(), myChildren.end(),
+    // Mostly the last one.
+    const auto at = std::find_if(myChildren.rbegin(), myChildren.rend(),
                                  [&](const auto &one) { return one.get() == &child; });
     removeName(child);
     std::unique_ptr<NOD_Node> taken = std::move(*at);
-    myChildren.erase(at);
+    myChildren.erase(std::next(at).base());
     return taken;
 }
 
@@ -397,7 +390,6 @@ bool NOD_Node::removeSpareParm(const char *token)
 {
     NOD_Edit edit(*this, std::string("Remove parameter ") + (token ? token : ""));
     edit.change(*this);
-    const NOD_Batch batch(*this);
     return mySpares.remove(*myParms, KIT_StringRef(token));
 }
 
@@ -405,7 +397,6 @@ void NOD_Node::setSpareParms(const ZEL_Template *templates)
 {
     NOD_Edit edit(*this, "Set spare parameters");
     edit.change(*this);
-    const NOD_Batch batch(*this);
     mySpares.set(*myParms, templates);
     structureChanged();
 }

@@ -1,6 +1,7 @@
 #include <NOD/NOD_References.h>
 
 #include <NOD/NOD_Node.h>
+#include <NOD/tree/NOD_GraphWalkPrivate.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_String.h>
@@ -22,12 +23,6 @@ namespace
 
 /// From and to, in place of paths.
 using Renames = std::vector<std::pair<std::string, std::string>>;
-
-std::string pathOf(const NOD_Node &node)
-{
-    KIT_WorkBuffer buffer;
-    return node.getFullPath(buffer);
-}
 
 /// From the root down.
 std::vector<const NOD_Node *> lineOf(const NOD_Node &node)
@@ -59,7 +54,8 @@ std::string relativePath(const NOD_Node &from, const NOD_Node &to)
 std::string pathLike(const std::string &style, const NOD_Node &from, const NOD_Node &target)
 {
     const bool slashFlag = style.size() > 1 && style.back() == '/';
-    return (style[0] == '/' ? pathOf(target) : relativePath(from, target)) + (slashFlag ? "/" : "");
+    return (style[0] == '/' ? NODpathOf(target) : relativePath(from, target)) +
+           (slashFlag ? "/" : "");
 }
 
 /// Replaces one path after the other; whether any was there.

@@ -1,6 +1,5 @@
 #include <NOD/NOD_Scene.h>
 
-#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Conditions.h>
 #include <NOD/NOD_Edit.h>
@@ -11,6 +10,7 @@
 #include <NOD/NOD_References.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_UndoStack.h>
+#include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <NOD/undo/NOD_UndoStepPrivate.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_Parm.h>
@@ -27,34 +27,19 @@ namespace
 
 std::atomic<NOD_Scene *> theCurrent{nullptr};
 
-std::string pathOf(const NOD_Node &node)
-{
-    KIT_WorkBuffer buffer;
-    return node.getFullPath(buffer);
-}
-
 /// Whether a child may get that name; `self` may have it.
 bool canName(const NOD_Node &parent, const NOD_Node *self, const std::string &name,
              NOD_Report &report)
 {
     const NOD_Node *const other = parent.getChild(name);
     if (!NOD_Node::isValidName(name)) {
-        report.error(pathOf(parent), "\"" + name + "\" can't be a node's name");
+        report.error(NODpathOf(parent), "\"" + name + "\" can't be a node's name");
     } else if (other && other != self) {
-        report.error(pathOf(*other), "there is a node of that name already");
+        report.error(NODpathOf(*other), "there is a node of that name already");
     } else {
         return true;
     }
     return false;
-}
-
-/// The node, and all below it, parents first.
-void appendTree(NOD_Node &node, std::vector<NOD_Node *> &nodes)
-{
-    nodes.push_back(&node);
-    for (const auto &child : node.getChildren()) {
-        appendTree(*child, nodes);
-    }
 }
 
 } // namespace
@@ -135,8 +120,7 @@ void NOD_Scene::settle(NOD_References &references, NOD_Report &report)
         constexpr bool updateMulti = false;
         ZEL_Parm *const parm = change.node->getParms().getParmPtr(change.parmIndex);
         if (change.lost > 0) {
-            const std::string path = pathOf(*change.node);
-            report.warning((path == "/" ? path : path + "/") + parm->getToken(),
+            report.warning(NODpathOf(*change.node, parm->getTokenRef()),
                            std::to_string(change.lost) + " references can't be written for the new "
                                                          "names and are lost");
         }
@@ -153,7 +137,6 @@ bool NOD_Scene::rename(NOD_Node &node, const std::string &name, NOD_Report &repo
         return true;
     }
     const NOD_Edit edit(*this, "Rename " + node.getName() + " to " + name);
-    const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
     myUndo->nodeMoves(node, node.getParent(), name);
     node.changePlace(*node.getParent(), NOD_TreePlace::of(node).place, name);
@@ -168,12 +151,11 @@ bool NOD_Scene::move(NOD_Node &node, NOD_Node &parent, NOD_Report &report)
     }
     for (const NOD_Node *at = &parent; at; at = at->getParent()) {
         if (at == &node) {
-            report.error(pathOf(node), "a node can't be moved into itself");
+            report.error(NODpathOf(node), "a node can't be moved into itself");
             return false;
         }
     }
     const NOD_Edit edit(*this, "Move " + node.getName());
-    const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
     myUndo->nodeMoves(node, &parent, node.getName());
     node.changePlace(parent, parent.getChildren().size(), node.getName());
@@ -188,11 +170,10 @@ NOD_Node *NOD_Scene::copy(NOD_Node &node, NOD_Node &parent, const std::string &n
         return nullptr;
     }
     const NOD_Edit edit(*this, "Copy " + node.getName());
-    const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
     // Those that are there now: the copy may become one of them.
     std::vector<NOD_Node *> originals;
-    appendTree(node, originals);
+    NODforEachNode(node, [&](NOD_Node &one) { originals.push_back(&one); });
     std::unordered_map<NOD_Node *, NOD_Node *> copies;
     NOD_Node *const made = copies[&node] = node.copyTo(parent, name.c_str());
     for (NOD_Node *original : originals) {
@@ -212,10 +193,10 @@ bool NOD_Scene::remove(NOD_Node &node, NOD_Report &report)
         return false;
     }
     const NOD_Edit edit(*this, "Remove " + node.getName());
-    const NOD_Batch batch(*this);
     NOD_References references(*myRoot);
     if (const int lost = references.forget(node)) {
-        report.warning(pathOf(node), std::to_string(lost) + " references of other nodes lead here");
+        report.warning(NODpathOf(node),
+                       std::to_string(lost) + " references of other nodes lead here");
     }
     myUndo->nodeMoves(node, nullptr, node.getName());
     myUndo->nodeRemoved(node.leaveTree());

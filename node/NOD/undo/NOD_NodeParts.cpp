@@ -80,16 +80,17 @@ void NOD_NodeParts::restore(NOD_Node &node, const Texts &texts)
     node.myVariables.swap(values);
     node.myKeptSections.swap(kept);
     NOD_Graph *const graph = node.getGraph();
-    const auto tellOthers = [&](const Values &some, const Values &others) {
-        for (const auto &[name, value] : some) {
-            const auto other = others.find(name);
-            if (graph && (other == others.end() || other->second != value)) {
-                graph->variableChanged(node, name);
-            }
+    for (const auto &[name, value] : values) {
+        const auto other = texts->variables.find(name);
+        if (graph && (other == texts->variables.end() || other->second != value)) {
+            graph->variableChanged(node, name);
         }
-    };
-    tellOthers(values, texts->variables);
-    tellOthers(texts->variables, values);
+    }
+    for (const auto &[name, value] : texts->variables) {
+        if (graph && values.count(name) == 0) {
+            graph->variableChanged(node, name);
+        }
+    }
 }
 
 void NOD_NodeParts::restore(NOD_Node &node, const OtherChannels &channels)

@@ -31,7 +31,6 @@ struct NOD_NodeState::Contents
     }
     void add(NOD_ParmMemory state)
     {
-        places.reserve(places.size() + 1);
         parms.push_back(std::move(state));
         places[parms.back().token] = parms.size() - 1;
     }

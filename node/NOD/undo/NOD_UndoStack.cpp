@@ -1,8 +1,8 @@
 #include <NOD/NOD_UndoStack.h>
 
-#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Node.h>
+#include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <NOD/undo/NOD_UndoStepPrivate.h>
 #include <TRK/TRK_EventManager.h>
 #include <TRK/TRK_Manager.h>
@@ -111,10 +111,11 @@ void NOD_UndoStack::drop()
 }
 
 /// What a step takes differs with the nodes that it has.
-void NOD_UndoStack::recount(NOD_UndoStep &step, std::int64_t former)
+void NOD_UndoStack::recount(NOD_UndoStep &step)
 {
+    myBytes -= step.bytes;
     step.bytes = step.getMemoryUsage();
-    myBytes += step.bytes - former;
+    myBytes += step.bytes;
 }
 
 void NOD_UndoStack::clear()
@@ -212,7 +213,7 @@ bool NOD_UndoStack::end()
         forget(std::move(undone));
     }
     myUndone.clear();
-    recount(*myDone.back(), 0);
+    recount(*myDone.back());
     drop();
     return true;
 }
@@ -339,10 +340,7 @@ void NOD_UndoStack::parmChanged(NOD_Node &node, int parmIndex)
         }
     }
     if (myUnannouncedCount++ == 0) {
-        KIT_WorkBuffer path;
-        myFirstUnannounced = node.getFullPath(path);
-        myFirstUnannounced += myFirstUnannounced == "/" ? "" : "/";
-        myFirstUnannounced += parm ? parm->getToken() : "";
+        myFirstUnannounced = NODpathOf(node, parm ? parm->getToken() : "");
     }
 }
 
@@ -368,7 +366,7 @@ bool NOD_UndoStack::undo()
     NOD_UndoStep &step = *myDone.back();
     Restoring restoring(*this);
     restoring.run(step, &NOD_UndoStep::undo);
-    recount(step, step.bytes);
+    recount(step);
     myUndone.push_back(std::move(myDone.back()));
     myDone.pop_back();
     restoring.tell();
@@ -383,10 +381,11 @@ bool NOD_UndoStack::redo()
     NOD_UndoStep &step = *myUndone.back();
     Restoring restoring(*this);
     restoring.run(step, &NOD_UndoStep::redo);
-    recount(step, step.bytes);
+    recount(step);
     myDone.push_back(std::move(myUndone.back()));
     myUndone.pop_back();
     restoring.tell();
+    drop(); // limits may have been set meanwhile
     return true;
 }
 

@@ -27,9 +27,10 @@ NOD_TreePlace NOD_TreePlace::of(const NOD_Node &node)
     at.name = node.getName();
     if (at.parent) {
         const auto &all = at.parent->getChildren();
-        const auto found = std::find_if(all.begin(), all.end(),
+        // Mostly the last one.
+        const auto found = std::find_if(all.rbegin(), all.rend(),
                                         [&](const auto &child) { return child.get() == &node; });
-        at.place = std::size_t(found - all.begin());
+        at.place = std::size_t(all.rend() - found) - 1;
     }
     return at;
 }
