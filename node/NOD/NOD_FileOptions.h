@@ -41,7 +41,7 @@ struct NOD_API NOD_LoadOptions
     {
         ANYWHERE, ///< scripts of interfaces are opened wherever the file says they are
         IN_FOLDER, ///< those in the file's folder and below, links followed, and what they include there
-        NONE       ///< no script is read: only types that the file leaves to the application have parameters
+        NONE ///< no script is read: types that the file leaves to the application have parameters
     };
 
     /// Descriptions of spare parameters are read in any case, and include nothing. For files of strangers
