@@ -12,6 +12,7 @@
 /// Cost:       a name made from literals measures and hashes them once and allocates nothing.
 #pragma once
 
+#include <KIT/KIT_SmallObject.h>
 #include <KIT/KIT_StringHolder.h>
 #include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_API.h>
@@ -22,7 +23,7 @@
 class KIT_String;
 class KIT_WorkBuffer;
 
-class ZEL_API ZEL_Name
+class ZEL_API ZEL_Name : public KIT_SmallObject<>
 {
 public:
     /// Selects the constructor that shares two holders.

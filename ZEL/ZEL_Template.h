@@ -24,6 +24,7 @@
 #pragma once
 
 #include <BAS/BAS_Relaxed.h>
+#include <KIT/KIT_SmallObject.h>
 #include <KIT/KIT_StringHolder.h>
 #include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_API.h>
@@ -80,7 +81,7 @@ enum ZEL_TypeExtended : int32_t
     ZEL_TYPEX_JOINED_NODE = 24 ///< joined to the next
 };
 
-class ZEL_API ZEL_Template
+class ZEL_API ZEL_Template : public KIT_SmallObject<>
 {
 public:
     /// How far a parameter is exported, an ordered level; callers also test it bit by bit. Stored:

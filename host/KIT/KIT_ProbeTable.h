@@ -15,6 +15,7 @@
 #pragma once
 
 #include <KIT/KIT_Prime.h>
+#include <KIT/KIT_SmallObjectAllocator.h>
 #include <KIT/KIT_StringRef.h>
 
 #include <algorithm>
@@ -144,7 +145,7 @@ KIT_ProbeTable<Slot, Sizing>::KIT_ProbeTable(size_t capacity)
     if (capacity > UINT32_MAX) {
         throw std::bad_alloc();
     }
-    mySlots = static_cast<Slot *>(::operator new(blockBytes(capacity)));
+    mySlots = static_cast<Slot *>(KIT_SmallObjectAllocator::allocate(blockBytes(capacity)));
     myCapacity = static_cast<uint32_t>(capacity);
     this->setCapacity(myCapacity);
     for (uint32_t i = 0; i < myCapacity; ++i) {
@@ -159,7 +160,7 @@ KIT_ProbeTable<Slot, Sizing>::~KIT_ProbeTable()
     for (uint32_t i = 0; i < myCapacity; ++i) {
         mySlots[i].~Slot();
     }
-    ::operator delete(mySlots);
+    KIT_SmallObjectAllocator::deallocate(mySlots, myCapacity == 0 ? 0 : blockBytes(myCapacity));
 }
 
 template <class Slot, class Sizing>
