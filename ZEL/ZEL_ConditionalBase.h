@@ -22,6 +22,10 @@ enum ZEL_ConditionalType : int32_t
     ZEL_CONDTYPE_NOCOOK = 2   ///< a change does not recompute the owner
 };
 
+/// All of them, in order.
+constexpr ZEL_ConditionalType theZELConditionalTypes[] = {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE,
+                                                          ZEL_CONDTYPE_NOCOOK};
+
 /// Which class a conditional is.
 enum ZEL_ConditionalGroupType : int32_t
 {

@@ -15,23 +15,26 @@
 /// Units:      a token is the first component of its parameter, `h[1]`, `h["ty"]` and a handle made
 ///             with a channel token or an alias any other. Time in the channel library's seconds.
 ///             Where none is given, it is the list's evaluation time on the calling thread.
-/// Ownership:  borrows the list and must not be used after it; keeps a copy of the name. When
+/// Ownership:  borrows nothing: keeps a copy of the name, and a share of the list's ZEL_HandleAnchor. When
 ///             parameters were added or removed, the next use looks the name up again: a handle
 ///             outlives its parameter, is valid again with the next one of the name, and may be made
-///             before there is one.
+///             before there is one. It follows the parameters to a list that takes over its own
+///             (ZEL_ParmList::adoptParmList), and isn't valid any more once the list is gone.
 /// Threads:    reads of one handle from any number of threads at once, as those of the list, also the
 ///             first after a change of the list. Setting, and assigning to it, one thread at a time.
 /// Errors:     one that isn't valid reads 0 or "", and refuses what is set; nothing is reported. False
 ///             for a change that was refused: not valid, locked, not editable, or as the operation
 ///             says.
-/// Cost:       making one is a look-up and a copy of the name. A read compares the list's count of
-///             changes, inline, and is the virtual call that `ZEL_Parm::getValue` is.
+/// Cost:       making one is a look-up and a copy of the name, and for the first one of a list a small
+///             allocation. A read compares the anchor's count of changes, inline, and is the virtual
+///             call that `ZEL_Parm::getValue` is.
 #pragma once
 
 #include <BAS/BAS_Relaxed.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_StringHolder.h>
 #include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_HandleAnchor.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -63,7 +66,8 @@ public:
         const ZEL_Instance *const held = instance();
         return held ? held->getParm() : nullptr;
     }
-    ZEL_ParmList *list() const { return myList; }
+    /// Null without one, and once it is gone.
+    ZEL_ParmList *list() const { return myAnchor->getList(); }
     /// The token, channel token or alias.
     std::string_view name() const { return myName.view(); }
     /// The component's index; only for a valid one.
@@ -99,7 +103,8 @@ protected:
 
     explicit ZEL_Handle(Kind kind) : myKind(kind) {}
     ZEL_Handle(ZEL_ParmList &list, std::string_view name, Kind kind)
-        : myList(&list), myName(name.data() ? name.data() : "", name.size()), myKind(kind)
+        : myAnchor(list.getHandleAnchor()), myName(name.data() ? name.data() : "", name.size()),
+          myKind(kind)
     {
         find();
     }
@@ -115,22 +120,25 @@ protected:
     ZEL_Instance *instance() const
     {
         // Acquired before the two others are read: see find().
-        if (__builtin_expect(myList && __atomic_load_n(&myCount, __ATOMIC_ACQUIRE) ==
-                                           myList->getAddRemoveCount(),
-                             true)) {
+        if (__builtin_expect(
+                __atomic_load_n(&myCount, __ATOMIC_ACQUIRE) == myAnchor->getChangeCount(), true)) {
             return BASload(myInstance);
         }
         return find();
     }
 
-    double now() const { return myList ? myList->getEvalTime(BASgetSTID()) : 0.0; }
+    double now() const
+    {
+        const ZEL_ParmList *const parms = list();
+        return parms ? parms->getEvalTime(BASgetSTID()) : 0.0;
+    }
 
     template <class T>
     T read(double time, int thread) const
     {
         T value = T();
         if (const ZEL_Instance *const held = instance()) {
-            held->getValue(myList, time, value, component(), thread);
+            held->getValue(list(), time, value, component(), thread);
         }
         return value;
     }
@@ -167,7 +175,7 @@ private:
     /// There is no such component.
     static constexpr int theNoIndex = -2;
 
-    ZEL_Parm *look(int &index) const;
+    ZEL_Parm *look(ZEL_ParmList &parms, int &index) const;
     /// Apart from the reads that it would else be copied into. Null on no list.
     __attribute__((cold)) ZEL_Instance *find() const;
     bool isOfKind(const ZEL_Type &type) const;
@@ -180,10 +188,10 @@ private:
     static bool hasExpression(const ZEL_Parm &held, int index, double time);
     static void dropOtherKeys(TRK_Channel &channel, double time);
 
-    ZEL_ParmList *myList = nullptr;
+    ZEL_HandleAnchorPtr myAnchor;
     mutable ZEL_Instance *myInstance = nullptr;
     KIT_StringHolder myName;
-    mutable std::uint32_t myCount = 0;
+    mutable std::uint32_t myCount = 0; ///< that of no anchor
     mutable int myComponent = 0;
     int myIndex = theNamedOne;
     Kind myKind;
@@ -251,23 +259,24 @@ protected:
 // Inline parts
 // ---------------------------------------------------------------------- //
 
-inline ZEL_Parm *ZEL_Handle::look(int &index) const
+inline ZEL_Parm *ZEL_Handle::look(ZEL_ParmList &parms, int &index) const
 {
     index = myIndex == theNamedOne ? 0 : myIndex;
-    ZEL_Parm *const found = myList->getParmPtr(myName);
-    return found || myIndex != theNamedOne ? found : myList->getParmPtrFromChannel(myName, &index);
+    ZEL_Parm *const found = parms.getParmPtr(myName);
+    return found || myIndex != theNamedOne ? found : parms.getParmPtrFromChannel(myName, &index);
 }
 
 /// Threads that read may come here at once. All of them find the same, and the count is stored last,
 /// so that whoever sees it sees the rest too.
 inline ZEL_Instance *ZEL_Handle::find() const
 {
-    if (!myList) {
+    ZEL_ParmList *const parms = list();
+    if (!parms) {
         return nullptr;
     }
-    const std::uint32_t count = myList->getAddRemoveCount();
+    const std::uint32_t count = myAnchor->getChangeCount();
     int index = 0;
-    ZEL_Parm *const found = look(index);
+    ZEL_Parm *const found = look(*parms, index);
     ZEL_Instance *held = found ? found->getInstance() : nullptr;
     if (held && (!isOfKind(held->getType()) || !held->validIndex(index))) {
         held = nullptr;
@@ -304,12 +313,13 @@ inline std::string ZEL_Handle::reason() const
     if (isValid()) {
         return std::string();
     }
-    if (!myList) {
-        return "the handle is on no list";
-    }
     const std::string quoted = '"' + std::string(name()) + '"';
+    ZEL_ParmList *const parms = list();
+    if (!parms) {
+        return name().empty() ? "the handle is on no list" : "the list of " + quoted + " is gone";
+    }
     int index = 0;
-    const ZEL_Parm *const found = look(index);
+    const ZEL_Parm *const found = look(*parms, index);
     if (!found) {
         return "there is no parameter " + quoted;
     }
@@ -350,10 +360,10 @@ std::array<T, N> ZEL_Handle::readArray(double time) const
     const int size = held ? held->getVectorSize() : 0;
     const int thread = BASgetSTID();
     if (size == int(N)) {
-        held->getValues(myList, time, values.data(), thread);
+        held->getValues(list(), time, values.data(), thread);
     } else {
         for (int i = 0; i < size && i < int(N); ++i) {
-            held->getValue(myList, time, values[std::size_t(i)], i, thread);
+            held->getValue(list(), time, values[std::size_t(i)], i, thread);
         }
     }
     return values;

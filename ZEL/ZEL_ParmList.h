@@ -32,6 +32,7 @@
 #include <TRK/TRK_Types.h>
 #include <TRK/TRK_ValueSource.h>
 #include <ZEL/ZEL_API.h>
+#include <ZEL/ZEL_HandleAnchor.h>
 #include <ZEL/ZEL_NameTable.h>
 #include <ZEL/ZEL_ParmTypes.h>
 #include <ZEL/ZEL_UndoData.h>
@@ -91,7 +92,8 @@ public:
     /// Replaces an older list of the same node: copies its parameters, spare ones and items
     /// included, on the same templates; copies its masks; and takes over its collection and
     /// channels, which `source` loses. `templates` are those of `source`, for the name tables.
-    /// Parameters at their factory default get the default anew, unless `forceCopy`.
+    /// Parameters at their factory default get the default anew, unless `forceCopy`. Handles on
+    /// `source` (ZEL_Handle.h) are on this list from then on.
     ZEL_ParmList(ZEL_ParmList &source, ZEL_Template *templates, ZEL_ParmOwner *owner,
                  ZEL_PresetInfo *presetInfo, const KIT_StringRef &sharedName, bool forceCopy);
     /// Destroys the parameters from the last to the first.
@@ -207,7 +209,8 @@ public:
     ZEL_Parm *addSpareParm(ZEL_Template &description);
     /// Takes over the state of an older list of the same node for parameters with the same token,
     /// and its collection, which `from` loses; channels that aren't taken over are deleted. For a
-    /// list made with `buildDefaults` false; call `buildDelayedDefaults` afterwards.
+    /// list made with `buildDefaults` false; call `buildDelayedDefaults` afterwards. Handles on
+    /// `from` (ZEL_Handle.h) are on this list from then on.
     void adoptParmList(ZEL_ParmList &from, bool forceCopy);
     /// Sets the active take flag of each parameter if the one with the same token in `oldList` has
     /// it; copies nothing else. Null is allowed.
@@ -410,7 +413,9 @@ public:
     /// Increases with each parameter that is added or removed; indices kept from before may be
     /// stale.
     std::uint32_t getAddRemoveCount() const { return myAddRemoveCount; }
-    void setAddRemoveCount(std::uint32_t count) { myAddRemoveCount = count; }
+    void setAddRemoveCount(std::uint32_t count) { countChanges(count - myAddRemoveCount); }
+    /// What handles on this list hold on to; made by the first call, on any thread.
+    ZEL_HandleAnchor &getHandleAnchor();
 
     /// Gives a component's channel an alias, which the list's look-up finds too; "" clears.
     /// Refused for a spare or unregistered parameter and for an alias that is in use.
@@ -537,8 +542,20 @@ private:
 
     bool isTimeDependentNow(double time, bool evaluate, int index, int thread);
 
+    /// Parameters were added or removed.
+    void countChanges(std::uint32_t count = 1)
+    {
+        myAddRemoveCount += count;
+        for (ZEL_HandleAnchor *at = myAnchor; at; at = at->myNext) {
+            ++at->myChangeCount;
+        }
+    }
+    void takeHandles(ZEL_ParmList &from);
+    void dropHandles();
+
     KIT_ValArray<ZEL_Parm *> myParms;
     std::uint32_t myAddRemoveCount = 0;
+    ZEL_HandleAnchor *myAnchor = nullptr; // the first of them
     std::shared_ptr<ZEL_OpSharedInfo> mySharedInfo;
     ZEL_NameTable myInstanceTokens;
     ZEL_NameTable myInstanceChannels;

@@ -8,6 +8,7 @@
 // `bytes` of save and load are those of the file. What is loaded is saved again, to the same bytes.
 
 #include "BenchBeside.h"
+#include "BenchMemory.h"
 #include "BenchNodes.h"
 #include "BenchSink.h"
 
@@ -16,7 +17,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <fstream>
 #include <sstream>
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -32,14 +32,6 @@ const std::shared_ptr<const NOD_Interface> &nodeType()
 {
     static const std::shared_ptr<const NOD_Interface> theType = makeNodeType();
     return theType;
-}
-
-double residentBytes()
-{
-    long pages = 0;
-    long resident = 0;
-    std::ifstream("/proc/self/statm") >> pages >> resident;
-    return double(resident) * 4096.0;
 }
 
 NOD_Scene &sceneOf(const benchmark::State &state)
@@ -63,9 +55,9 @@ void make(benchmark::State &state)
     benchBeside(
         state, parmsOf(state), parmsOf(state),
         [&] {
-            const double before = residentBytes();
+            const double before = benchResidentBytes();
             scene = makeNodes(count);
-            bytes = std::max(bytes, residentBytes() - before);
+            bytes = std::max(bytes, benchResidentBytes() - before);
         },
         [&] {
             NOD_Report report;

@@ -10,6 +10,7 @@
 // threads on one list over that of one.
 
 #include "BenchBeside.h"
+#include "BenchMemory.h"
 
 #include <BAS/BAS_Thread.h>
 #include <TRK/TRK_Channel.h>
@@ -26,12 +27,10 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <random>
 #include <string>
 #include <thread>
-#include <unistd.h>
 #include <unordered_map>
 #include <vector>
 
@@ -341,18 +340,6 @@ void buildLists(benchmark::State &state)
         });
 }
 
-long residentBytes()
-{
-    long pages = 0, resident = 0;
-    if (std::FILE *file = std::fopen("/proc/self/statm", "r")) {
-        if (std::fscanf(file, "%ld %ld", &pages, &resident) != 2) {
-            resident = 0;
-        }
-        std::fclose(file);
-    }
-    return resident * sysconf(_SC_PAGESIZE);
-}
-
 /// What the process grows by, list and all, for each float of one component.
 void bytesPerParameter(benchmark::State &state)
 {
@@ -361,12 +348,12 @@ void bytesPerParameter(benchmark::State &state)
     for (auto _ : state) {
         std::vector<std::unique_ptr<ZEL_ParmList>> lists;
         lists.reserve(theLists);
-        const long before = residentBytes();
+        const double before = benchResidentBytes();
         for (int i = 0; i < theLists; ++i) {
             lists.push_back(r.makeList(nullptr));
         }
-        const long after = residentBytes();
-        state.counters["bytes"] = double(after - before) / (theLists * theParms);
+        const double after = benchResidentBytes();
+        state.counters["bytes"] = (after - before) / (theLists * theParms);
         state.SetIterationTime(1e-3);
     }
 }

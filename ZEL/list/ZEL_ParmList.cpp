@@ -16,6 +16,8 @@
 #include <ZEL/list/ZEL_ParmPlacesPrivate.h>
 #include <ZEL/support/ZEL_LoadScopePrivate.h>
 
+#include <utility>
+
 ZEL_ORCallback *ZEL_ParmList::theORCallback = nullptr;
 
 // -------------------------------------------------------------------------- //
@@ -78,6 +80,7 @@ bool ZEL_ParmList::doAllChildrenFollow()
 
 ZEL_ParmList::~ZEL_ParmList()
 {
+    dropHandles();
     myChannelSource.leave();
     myChildOrder = ChildOrder::UNKNOWN;
     // Remove each parameter before it is destroyed, so that looking it up meanwhile returns null.
@@ -89,6 +92,50 @@ ZEL_ParmList::~ZEL_ParmList()
     clearContextOptionDeps();
     clearCookContextOptionDeps();
 }
+
+// -------------------------------------------------------------------------- //
+// Handles
+// -------------------------------------------------------------------------- //
+
+ZEL_HandleAnchor &ZEL_ParmList::getHandleAnchor()
+{
+    ZEL_HandleAnchor *held = __atomic_load_n(&myAnchor, __ATOMIC_ACQUIRE);
+    if (!held) {
+        auto *const made = new ZEL_HandleAnchor(*this);
+        constexpr bool mayFailFalsely = false;
+        if (__atomic_compare_exchange_n(&myAnchor, &held, made, mayFailFalsely, __ATOMIC_ACQ_REL,
+                                        __ATOMIC_ACQUIRE)) {
+            return *made;
+        }
+        made->release(); // another thread was first
+    }
+    return *held;
+}
+
+void ZEL_ParmList::takeHandles(ZEL_ParmList &from)
+{
+    ZEL_HandleAnchor **end = &myAnchor;
+    while (*end) {
+        end = &(*end)->myNext;
+    }
+    *end = std::exchange(from.myAnchor, nullptr);
+    for (ZEL_HandleAnchor *at = *end; at; at = at->myNext) {
+        at->setList(this);
+    }
+}
+
+void ZEL_ParmList::dropHandles()
+{
+    while (ZEL_HandleAnchor *const first = myAnchor) {
+        myAnchor = std::exchange(first->myNext, nullptr);
+        first->setList(nullptr);
+        first->release();
+    }
+}
+
+// -------------------------------------------------------------------------- //
+// Defaults and parameters
+// -------------------------------------------------------------------------- //
 
 void ZEL_ParmList::buildDelayedDefaults(bool deleteChannels)
 {
@@ -124,7 +171,7 @@ int ZEL_ParmList::appendParm(ZEL_Parm *parm)
         }
     }
     owned.release();
-    ++myAddRemoveCount;
+    countChanges();
     return index;
 }
 

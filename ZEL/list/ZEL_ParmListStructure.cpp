@@ -61,7 +61,7 @@ void ZEL_ParmList::takeOut(int index)
     shiftNames(index, index == last);
     myParms.removeIndex(index);
     myNumMoved += last - index;
-    ++myAddRemoveCount;
+    countChanges();
     ++myNumRemovals;
     // Children are removed through this list too, so the parameter itself must be out of it by now.
     parm->destroyChildParms();
@@ -102,7 +102,7 @@ void ZEL_ParmList::takeOutAll(const std::vector<std::int32_t> &indices,
             table->renumber(places.data());
         }
     }
-    myAddRemoveCount += std::uint32_t(indices.size());
+    countChanges(std::uint32_t(indices.size()));
     ++myNumRemovals;
 }
 

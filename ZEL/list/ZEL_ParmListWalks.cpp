@@ -327,6 +327,9 @@ std::int64_t ZEL_ParmList::getMemoryUsage(bool inclusive) const
     forEachBackward(myParms, [&](const ZEL_Parm &parm) {
         bytes += std::int64_t(sizeof(parm)) + parm.getMemoryUsage(true);
     });
+    for (const ZEL_HandleAnchor *at = myAnchor; at; at = at->myNext) {
+        bytes += std::int64_t(sizeof(*at));
+    }
     bytes += LNKgetContextOptionDepsMemory(myContextOptionDeps);
     bytes += LNKgetContextOptionDepsMemory(myCookContextOptionDeps);
     return bytes;

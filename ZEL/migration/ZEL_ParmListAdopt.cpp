@@ -155,6 +155,7 @@ ZEL_ParmList::ZEL_ParmList(ZEL_ParmList &source, ZEL_Template *templates, ZEL_Pa
         buildDelayedDefaults(deleteChannels);
     } catch (...) {
         loan.giveBack(*this);
+        source.takeHandles(*this);
         throw;
     }
 }
@@ -279,6 +280,7 @@ void ZEL_ParmList::adoptParmList(ZEL_ParmList &from, bool forceCopy)
     adoptAll(from, forceCopy);
     from.leaveCollection(*this);
     myChannelSource.becomeSourceIfNone();
+    takeHandles(from);
 }
 
 void ZEL_ParmList::adoptAll(ZEL_ParmList &from, bool forceCopy)

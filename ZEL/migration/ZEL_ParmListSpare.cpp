@@ -283,7 +283,7 @@ void ZEL_ParmList::keepOneOf(ZEL_Parm &old, int oldIndex, ZEL_Parm &made)
     }
     const ZEL_OwnedParm dropped(&made);
     unregisterLastParm();
-    ++myAddRemoveCount;
+    countChanges();
 }
 
 /// Creates the new parameter; null if the description creates none.

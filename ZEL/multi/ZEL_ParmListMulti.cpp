@@ -233,7 +233,7 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
     parms.placeAll(instances);
     parms.giveDefaults();
     parms.appendNew(created);
-    ++myAddRemoveCount;
+    countChanges();
 }
 
 // ---------------------------------------------------------------------- //

@@ -48,8 +48,7 @@ void ZEL_ScriptGroup::buildConditionals()
     }
 
     myConditional = std::make_unique<ZEL_ConditionalSwitcher>();
-    for (const ZEL_ConditionalType type :
-         {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE, ZEL_CONDTYPE_NOCOOK}) {
+    for (const ZEL_ConditionalType type : theZELConditionalTypes) {
         const ZEL_Conditional *const one = whole ? whole->getConditional(type) : nullptr;
         if (one) {
             myConditional->addConditional(*one);

@@ -1,5 +1,8 @@
 #include <KIT/KIT_Error.h>
 
+#include <cerrno>
+#include <cstring>
+
 void KITaddError(const char *category, int code, const char *text)
 {
     KITgetErrorManager().add(category, code, text, KIT_ERROR_ABORT);
@@ -28,4 +31,9 @@ void KITaddCommonError(int code, const char *text)
 void KITaddCommonWarning(int code, const char *text)
 {
     KITgetErrorManager().commonWarning(code, text);
+}
+
+std::string KITsystemReason()
+{
+    return errno ? std::strerror(errno) : "the reason is not known";
 }

@@ -9,6 +9,8 @@
 
 #include <KIT/KIT_ErrorManager.h>
 
+#include <string>
+
 /// Add with the severity 4, 3 or 5. `text` is put into the catalogue's sentence; null means none.
 KIT_API void KITaddError(const char *category, int code, const char *text = nullptr);
 KIT_API void KITaddWarning(const char *category, int code, const char *text = nullptr);
@@ -21,3 +23,6 @@ KIT_API void KITaddCommonWarning(int code, const char *text = nullptr);
 
 /// The highest severity in the current manager; 4 or more stops a stream operation.
 KIT_API KIT_ErrorSeverity KITgetErrorSeverity();
+
+/// The system's text for `errno`; where that is 0, that the reason isn't known. So set it to 0 before.
+KIT_API std::string KITsystemReason();

@@ -130,19 +130,29 @@ public:
 
     // ------------------------------------------------------------------ //
     /// \name Spare parameters, and a new interface   (see NOD_SpareParms.h)
+    /// A node whose type is missing gets no spare parameters: it is saved as it was, so they would be
+    /// lost. That is reported to the thread's error manager. Handles (ZEL_Handle.h) stay good through all
+    /// of this: they are about the parameter that has their name then.
     // ------------------------------------------------------------------ //
     ///@{
-    /// One more spare parameter; null if the name is taken. Pointers to the others end with it.
+    /// One more spare parameter; null if the name is taken. Pointers to the others end with it. What the
+    /// description points to must outlive the node and its steps of undo.
     ZEL_Parm *addSpareParm(const ZEL_Template &description);
+    /// The same of a parameter of an interface, by its token or the first one; null also if there is none.
+    /// The node shares the interface from then on.
+    ZEL_Parm *addSpareParm(const std::shared_ptr<const NOD_Interface> &description,
+                           const char *token = nullptr);
     /// False if there is none of that name.
     bool removeSpareParm(const char *token);
-    /// The whole new set, null for none.
-    void setSpareParms(const ZEL_Template *templates);
-    void setSpareParms(const std::shared_ptr<const NOD_Interface> &description);
+    /// The whole new set, null for none. False if there can be none.
+    bool setSpareParms(const ZEL_Template *templates);
+    bool setSpareParms(const std::shared_ptr<const NOD_Interface> &description);
     const NOD_SpareParms &getSpareParms() const { return mySpares; }
     /// Rebuilds the list from other templates, borrowed from now on, and takes over what has the
     /// same token and kind: values, locks, channels, items, and the spare parameters. What is at
-    /// its default takes the new one. The old list is destroyed, and pointers into it end.
+    /// its default takes the new one. The old list is destroyed, and pointers into it end; handles on it
+    /// are on the new one. A node whose type was missing loads the sections that it kept; what is wrong
+    /// with them is reported to the thread's error manager.
     void renewParms(std::shared_ptr<const NOD_Interface> description);
     void renewParms(ZEL_Template *templates, const char *nodeType = nullptr);
     ///@}
@@ -261,6 +271,8 @@ private:
     /// Once it is made and has its place.
     void begin();
     void structureChanged();
+    /// Reports why not.
+    bool mayHaveSpareParms() const;
     /// Out of its parent, with all below it; nothing depends on it any more.
     std::unique_ptr<NOD_Node> leaveTree();
     /// To a place among a parent's children, from its own parent or, if it has none, from its owner. Out

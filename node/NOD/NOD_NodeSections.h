@@ -51,6 +51,8 @@ struct NOD_API NOD_NodeSections
     /// afterwards, but values keep what they have. So for values that were cut down to what differs, the
     /// node must be a new one, made while ZEL_ParmList::isLoading: without presets.
     void load(NOD_Node &node, NOD_Report &report) const;
+    /// Loads what a node kept while its type was missing. The rest stays kept.
+    static void loadKept(NOD_Node &node, NOD_Report &report);
 };
 
 /// The parameters of a node in canonical order, once the counts of its blocks are as their values say.

@@ -16,6 +16,7 @@
 #include <NOD/NOD_API.h>
 #include <NOD/NOD_NodeSeed.h>
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
@@ -47,10 +48,12 @@ public:
     const NOD_Node &getRoot() const { return *myRoot; }
     /// By a path from the root, with or without the leading "/"; null if there is none.
     NOD_Node *find(const KIT_StringRef &path);
-    /// A new node at a path whose parent exists, and of an interface that may be null: a node without
-    /// parameters. Null, with an error, if there is no such parent, or the name is taken or none.
+    /// A new node at a path whose parent exists. Null, with an error, if there is no such parent, the name
+    /// is taken or none, or the interface is null, as after a fault in its script.
     NOD_Node *add(const std::string &path, std::shared_ptr<const NOD_Interface> description,
                   NOD_Report &report);
+    /// One without parameters: `scene.add("/lights", nullptr, report)`.
+    NOD_Node *add(const std::string &path, std::nullptr_t, NOD_Report &report);
     /// For nodes of the application's own classes, from now on: see NOD_NodeSeed.h.
     void setNodeMaker(NOD_NodeMaker maker);
     ///@}
@@ -70,7 +73,8 @@ public:
     /// originals do, and to the originals' targets elsewhere.
     NOD_Node *copy(NOD_Node &node, NOD_Node &parent, const std::string &name, NOD_Report &report);
     /// With all below it. How many references of other nodes are lost by it is a warning. While a step
-    /// can bring it back, it still exists, outside of the tree.
+    /// can bring it back, it still exists, outside of the tree, and handles (ZEL_Handle.h) on it read and
+    /// set it; once no step can, they are on no list.
     bool remove(NOD_Node &node, NOD_Report &report);
     /// A scene as a new one is: without nodes, variables and what the root has, the time as at the start.
     /// Interfaces stay.
@@ -137,6 +141,8 @@ public:
 private:
     void applyTime() const;
     bool isChangeable(NOD_Node &node, NOD_Report &report) const;
+    NOD_Node *addAny(const std::string &path, std::shared_ptr<const NOD_Interface> description,
+                     NOD_Report &report);
     void settle(NOD_References &references, NOD_Report &report);
 
     std::map<std::string, std::shared_ptr<const NOD_Interface>> myInterfaces;

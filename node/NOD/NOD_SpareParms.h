@@ -19,6 +19,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,8 +51,15 @@ public:
     std::vector<const ZEL_Template *> getDescriptions() const { return present(); }
     /// False if no spare parameter of the set has the token.
     bool remove(ZEL_ParmList &list, const KIT_StringRef &token);
+    /// Owners of what templates borrow.
+    using Owners = std::set<std::shared_ptr<const void>>;
+    struct Described
+    {
+        std::vector<ZEL_Template> templates;
+        Owners owners;
+    };
     /// The descriptions of a set in order, null for none: a new object after each change.
-    using Set = std::shared_ptr<const std::vector<ZEL_Template>>;
+    using Set = std::shared_ptr<const Described>;
     Set getSet() const;
     /// Makes one that this had the whole set again.
     void setSet(ZEL_ParmList &list, const Set &descriptions);
@@ -95,5 +103,5 @@ private:
     /// The spare floats that loads made. Kept to the end, so that they can be added again.
     struct SpareFloat;
     std::map<std::string, std::shared_ptr<SpareFloat>> myFloats;
-    std::vector<std::shared_ptr<const void>> myKept; ///< owners of what the templates borrow
+    Owners myKept;
 };

@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <memory>
 #include <random>
 #include <sstream>
 
@@ -351,6 +352,35 @@ TEST(Handles, FollowTheirNameThroughChangesOfTheList)
     EXPECT_EQ("there is no parameter \"sparey\"", y.reason());
     rig.list.updateSpareParmTemplates(nullptr, false);
     EXPECT_FALSE(later);
+}
+
+TEST(Handles, FollowTheParametersToAListThatTakesOver)
+{
+    Rig rig;
+    auto next = std::make_unique<ZEL_ParmList>(rig.templates, nullptr, &rig.owner, nullptr, "",
+                                               false, false);
+    ZEL_FloatHandle f(rig.list, "f"), early(*next, "f"), item(rig.list, "item2");
+    EXPECT_TRUE(f.set(2.5) && ZEL_IntHandle(rig.list, "count").set(2) && item.set(4.0));
+    next->adoptParmList(rig.list, false);
+    for (const ZEL_FloatHandle &each : {f, early, item["item2"]}) {
+        EXPECT_EQ(next.get(), each.list());
+    }
+    EXPECT_EQ(2.5, f(0.0));
+    EXPECT_EQ(2.5, early(0.0));
+    EXPECT_EQ(4.0, item(0.0));
+    EXPECT_TRUE(ZEL_IntHandle(*next, "count").set(0));
+    EXPECT_FALSE(item);
+    auto last = std::make_unique<ZEL_ParmList>(*next, rig.templates, &rig.owner, nullptr, "", true);
+    next.reset();
+    EXPECT_TRUE(early.set(7.0));
+    EXPECT_EQ(7.0, f(0.0));
+    EXPECT_FALSE(item);
+    last.reset();
+    EXPECT_EQ(0.0, f(0.0));
+    EXPECT_EQ("the list of \"f\" is gone", early["f"].reason());
+    EXPECT_FALSE(f.set(1.0) || f.key(0.0, 1.0) || f.expression("1") || f[0]);
+    f = ZEL_FloatHandle(rig.list, "f");
+    EXPECT_TRUE(f);
 }
 
 TEST(Handles, LoopsVisitEveryParameterInOrder)

@@ -14,6 +14,7 @@
 #include <NOD/NOD_UndoStack.h>
 #include <common/ListFixture.h>
 
+#include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Color.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_JSONValue.h>

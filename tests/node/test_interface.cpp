@@ -547,6 +547,25 @@ TEST(NodeInterface, CallsSayWhatTheirWordsSay)
     EXPECT_EQ(made->getTypeName() + made->getLabel(), read->getTypeName() + read->getLabel());
 }
 
+TEST(NodeInterface, ATextWithoutBracesHasItsOwnLinesAndAnyName)
+{
+    for (const std::string name : {"plain", "say \"x\" }\\", "two\nlines", "}"}) {
+        for (const bool braceFlag : {false, true}) {
+            NOD_Report report;
+            const std::string start = braceFlag ? "{ name t\n" : "\n", end = braceFlag ? " }" : "";
+            NOD_Interface::fromText(start + "parm { name a }\nparm { nome b }" + end, name, report);
+            ASSERT_FALSE(report.isEmpty());
+            EXPECT_EQ(report.getMessages()[0].line, 3) << report.asText();
+            report.clear();
+            const Shared made =
+                NOD_Interface::fromText(start + "parm { name a }" + end, name, report);
+            ASSERT_TRUE(made && report.isEmpty()) << report.asText();
+            EXPECT_EQ(made->getTypeName(), braceFlag ? "t" : name == "}" ? "node" : name);
+            EXPECT_STREQ(made->getTemplates()->getToken(), "a");
+        }
+    }
+}
+
 TEST(NodeInterface, FaultsHaveTheirParameter)
 {
     const std::string block = "multiparm { name m ";

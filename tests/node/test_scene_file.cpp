@@ -4,8 +4,10 @@
 #include <NOD/NOD_NodeFile.h>
 #include <NOD/NOD_NodeSections.h>
 #include <NOD/NOD_SceneFile.h>
+#include <NOD/NOD_UndoStack.h>
 #include <STO/STO_IndexFile.h>
 #include <STO/STO_Writer.h>
+#include <common/ListFixture.h>
 #include <node/RandomScene.h>
 
 #include <gtest/gtest.h>
@@ -136,6 +138,17 @@ TEST(SceneFile, GoldenFilesAreSavedToTheirBytes)
     EXPECT_EQ(contents[0], contents[1]);
 }
 
+/// What was missing comes.
+void giveTypes(NOD_Node &node, const NOD_Node &like)
+{
+    if (node.isTypeMissing()) {
+        node.renewParms(like.getInterface());
+    }
+    for (const auto &child : node.getChildren()) {
+        giveTypes(*child, *like.getChild(child->getName()));
+    }
+}
+
 /// Nodes of interfaces that aren't there keep all they had.
 TEST(SceneFile, NothingIsLostWhereTypesAreMissing)
 {
@@ -150,9 +163,24 @@ TEST(SceneFile, NothingIsLostWhereTypesAreMissing)
             ASSERT_TRUE(load(poor, bytes, report, noScripts));
             EXPECT_TRUE(report.hasErrors());
             poor.setTime(made.scene.getTime());
+            const auto &nodes = poor.getRoot().getChildren();
+            NOD_Node &node = **std::find_if(nodes.begin(), nodes.end(),
+                                            [](const auto &one) { return one->isTypeMissing(); });
+            takeMessages();
+            EXPECT_FALSE(node.addSpareParm(RandomScene::application()));
+            EXPECT_FALSE(node.setSpareParms(RandomScene::application()));
+            EXPECT_EQ(takeMessages(), "ZEL 28; ZEL 28") << "they wouldn't be saved";
             NOD_Report saving;
             EXPECT_EQ(difference(saved(poor, saveOptions(form), saving), bytes), "");
             EXPECT_TRUE(saving.isEmpty()) << saving.asText();
+            poor.addInterface(RandomScene::application());
+            giveTypes(poor.getRoot(), made.scene.getRoot());
+            EXPECT_EQ(takeMessages(), "");
+            EXPECT_EQ(difference(saved(poor, saveOptions(form), saving), bytes), "");
+            while (poor.getUndo().undo()) {
+            }
+            EXPECT_TRUE(node.isTypeMissing());
+            EXPECT_EQ(difference(saved(poor, saveOptions(form), saving), bytes), "");
         }
     }
 }
@@ -175,6 +203,11 @@ TEST(SceneFile, WhatIsKeptStaysWhereItWas)
     ASSERT_TRUE(load(scene, odd, report, {}));
     EXPECT_FALSE(report.hasErrors()) << report.asText();
     EXPECT_EQ(difference(saved(scene, saveOptions(Form::TEXT), report), odd), "");
+    scene.getRoot().renewParms(std::shared_ptr<const NOD_Interface>());
+    EXPECT_TRUE(scene.getUndo().undo());
+    EXPECT_EQ(difference(saved(scene, saveOptions(Form::TEXT), report), odd), "");
+    scene.clear();
+    EXPECT_FALSE(scene.getRoot().isTypeMissing());
 
     const std::string part = "#STO_INDEX 1.0\nsection \"part\"\n\tversion 1.0\nend\n"
                              "section \"scene\"\n\tversion 1.0\nend\n"

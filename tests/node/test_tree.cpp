@@ -313,6 +313,7 @@ TEST(Tree, RefusalsSayWhy)
     EXPECT_FALSE(scene.add("/a", nullptr, report));
     EXPECT_FALSE(scene.add("/no/b", nullptr, report));
     EXPECT_FALSE(scene.add("/a/..", nullptr, report));
+    EXPECT_FALSE(scene.add("/c", NOD_Interface::fromText("parm {", "c", report), report));
     EXPECT_FALSE(scene.rename(scene.getRoot(), "r", report));
     EXPECT_FALSE(scene.rename(*b, "x/y", report));
     EXPECT_FALSE(scene.move(*a, *b, report));
@@ -321,6 +322,8 @@ TEST(Tree, RefusalsSayWhy)
     EXPECT_EQ(report.asText(), "/a: there is a node of that name already\n"
                                "/no/b: there is no node /no\n"
                                "/a: \"..\" can't be a node's name\n"
+                               "c(1): parameter without a name\n"
+                               "/c: there is no interface for the node\n"
                                "/: the root can't be renamed, moved, copied or removed\n"
                                "/a: \"x/y\" can't be a node's name\n"
                                "/a: a node can't be moved into itself\n"

@@ -3,6 +3,7 @@
 #include "ZELT_Messages.h"
 
 #include <BAS/BAS_Allocate.h>
+#include <KIT/KIT_Error.h>
 #include <STO/STO_Writer.h>
 
 #include <cerrno>
@@ -14,7 +15,7 @@ namespace
 
 bool fail(const std::string &file, ZELT_Messages &messages)
 {
-    messages.error(file, "can't be written: " + ZELTsystemError());
+    messages.error(file, "can't be written: " + KITsystemReason());
     return false;
 }
 

@@ -9,9 +9,7 @@
 #include <NOD/NOD_Report.h>
 #include <SNK/SNK_Python.h>
 
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <set>
 #include <string>
@@ -145,9 +143,4 @@ void ZELT_Messages::takeErrors(const std::string &file)
         }
     }
     manager.clearAndDestroyErrors();
-}
-
-std::string ZELTsystemError()
-{
-    return errno ? std::strerror(errno) : "the reason is not known";
 }

@@ -50,6 +50,3 @@ private:
     bool myJsonFlag = false;
     int myErrors = 0;
 };
-
-/// Why the last system call failed, as a sentence: "No such file or directory".
-std::string ZELTsystemError();

@@ -7,7 +7,7 @@
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_AutoJSONParser.h>
-#include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_Error.h>
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_JSONValue.h>
 #include <KIT/KIT_String.h>
@@ -121,7 +121,7 @@ bool splitAt(const std::string &text, char c, std::string &left, std::string &ri
 
 std::string unreadable()
 {
-    return "can't be read: " + ZELTsystemError();
+    return "can't be read: " + KITsystemReason();
 }
 
 constexpr const char *theNotWhole = "isn't loaded as a whole";

@@ -64,6 +64,7 @@ public:
     static std::unique_ptr<ZELT_Session> open(const ZELT_NodeCall &call, ZELT_Messages &messages);
 
     NOD_Node &getNode() { return *myNode; }
+    const NOD_Node &getNode() const { return *myNode; }
     ZEL_ParmList &getParms() { return myNode->getParms(); }
 
     // ------------------------------------------------------------------ //

@@ -182,12 +182,9 @@ std::string menuText(const ZEL_ChoiceList &menu)
     return text;
 }
 
-constexpr ZEL_ConditionalType theConditionTypes[] = {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE,
-                                                     ZEL_CONDTYPE_NOCOOK};
-
 void addConditions(ZELT_Json &out, const ZEL_ConditionalBase *base)
 {
-    for (const ZEL_ConditionalType type : theConditionTypes) {
+    for (const ZEL_ConditionalType type : theZELConditionalTypes) {
         const ZEL_Conditional *const condition = base ? base->getConditional(type) : nullptr;
         if (condition) {
             KIT_String text;
@@ -302,7 +299,7 @@ std::string defaultsText(const ZEL_Template &description)
 std::string conditionsText(const ZEL_ConditionalBase *base)
 {
     std::string text;
-    for (const ZEL_ConditionalType type : theConditionTypes) {
+    for (const ZEL_ConditionalType type : theZELConditionalTypes) {
         const ZEL_Conditional *const condition = base ? base->getConditional(type) : nullptr;
         if (condition) {
             KIT_String list;

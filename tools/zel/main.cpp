@@ -5,6 +5,7 @@
 #include "ZELT_Terminal.h"
 
 #include <BAS/BAS_Allocate.h>
+#include <KIT/KIT_Error.h>
 #include <SNK/SNK_Python.h>
 #include <TOK/TOK_TokenStream.h>
 
@@ -34,7 +35,7 @@ int run(int argc, char **argv)
     const int result = line.run(messages);
     std::cout.flush();
     if (!std::cout) {
-        messages.error("", "the output can't be written: " + ZELTsystemError());
+        messages.error("", "the output can't be written: " + KITsystemReason());
         return 1;
     }
     if (BASfailedAllocations() > 0) {

@@ -1,6 +1,7 @@
 #include <NOD/files/NOD_FilesPrivate.h>
 
 #include <BAS/BAS_Allocate.h>
+#include <KIT/KIT_Error.h>
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Report.h>
@@ -9,7 +10,6 @@
 #include <STO/STO_Writer.h>
 
 #include <cerrno>
-#include <cstring>
 #include <new>
 #include <ostream>
 
@@ -19,11 +19,6 @@ namespace
 void tell(NOD_Report &report, const std::string &file, const std::string &text)
 {
     report.add({KIT_ERROR_ABORT, file, 0, {}, text, {}, 0});
-}
-
-std::string reason()
-{
-    return errno ? std::strerror(errno) : "the reason is not known";
 }
 
 } // namespace
@@ -53,7 +48,7 @@ bool NODwriteFile(const std::string &path, const NOD_SaveOptions &options, NOD_R
     errno = 0;
     STO_Writer writer(path.c_str(), nullptr, STO_Writer::FILE_PATH);
     if (!writer.getStream()) {
-        tell(report, path, "can't be written: " + reason());
+        tell(report, path, "can't be written: " + KITsystemReason());
         return false;
     }
     if (!write(*writer.getStream(), placed)) {
@@ -61,7 +56,7 @@ bool NODwriteFile(const std::string &path, const NOD_SaveOptions &options, NOD_R
     }
     errno = 0;
     if (!writer.close()) {
-        tell(report, path, "can't be written: " + reason());
+        tell(report, path, "can't be written: " + KITsystemReason());
         return false;
     }
     return true;
@@ -72,7 +67,7 @@ bool NODreadFile(const std::string &path, std::string &bytes, NOD_Report &report
     errno = 0;
     KIT_IFStream is(path.c_str(), KIT_IStream::BINARY, NOD_SectionFile::canBeOne);
     if (!is.isReadable()) {
-        tell(report, path, "can't be read: " + reason());
+        tell(report, path, "can't be read: " + KITsystemReason());
         return false;
     }
     bytes = is.rest();

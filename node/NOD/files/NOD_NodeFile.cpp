@@ -1,6 +1,5 @@
 #include <NOD/NOD_NodeFile.h>
 
-#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Node.h>
@@ -12,6 +11,7 @@
 #include <NOD/files/NOD_SectionNamesPrivate.h>
 #include <NOD/files/NOD_TreeReaderPrivate.h>
 #include <NOD/files/NOD_TreeWriterPrivate.h>
+#include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <ZEL/ZEL_InputBudget.h>
 
 #include <algorithm>
@@ -21,12 +21,6 @@
 
 namespace
 {
-
-std::string pathOf(const NOD_Node &node)
-{
-    KIT_WorkBuffer buffer;
-    return node.getFullPath(buffer);
-}
 
 /// An absolute path of names only; "" if it leads above the root.
 std::string plainPath(const std::string &from, const std::string &path)
@@ -57,10 +51,10 @@ std::string plainPath(const std::string &from, const std::string &path)
 /// the path `above`.
 void settleReferences(NOD_Node &top, const std::string &topName, const std::string &above)
 {
-    const std::string from = pathOf(top);
+    const std::string from = NODpathOf(top);
     const std::string start = (above == "/" ? "" : above) + "/" + topName;
     const auto resolve = [&](NOD_Node &node, const std::string &path) -> NOD_Node * {
-        const std::string meant = plainPath(start + pathOf(node).substr(from.size()), path);
+        const std::string meant = plainPath(start + NODpathOf(node).substr(from.size()), path);
         const bool inside = meant.compare(0, start.size(), start) == 0 &&
                             (meant.size() == start.size() || meant[start.size()] == '/');
         return inside ? top.findNode((from + meant.substr(start.size())).c_str()) : nullptr;
@@ -130,7 +124,7 @@ bool NOD_NodeFile::save(NOD_Scene &scene, NOD_Node &node, std::ostream &os,
     return NODwriteTo(os, "node", report, [&] {
         NOD_TreeWriter writer(scene, os, options, report);
         writer.writeHead(thePartSection, "version " + std::string(theFileVersionText) + "\nabove " +
-                                             NODquoted(pathOf(*node.getParent())) + "\n");
+                                             NODquoted(NODpathOf(*node.getParent())) + "\n");
         writer.writeTree(node);
         writer.end();
     });

@@ -2,21 +2,22 @@
 
 #include <BAS/BAS_Thread.h>
 #include <DS/DS_Stream.h>
-#include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_Error.h>
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_String.h>
+#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/interface/NOD_TemplateMakerPrivate.h>
 #include <TOK/TOK_TokenStream.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ScriptImports.h>
 #include <ZEL/ZEL_ScriptPage.h>
-#include <ZEL/ZEL_SpareData.h>
+#include <ZEL/ZEL_ScriptQuote.h>
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -102,15 +103,11 @@ bool parsePage(ZEL_ScriptPage &page, DS_Stream &stream)
     return true;
 }
 
-/// Scripts cook unless they say otherwise.
+/// Items of blocks too.
 void settleNoCook(ZEL_Template *templates)
 {
     for (ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
-        at->setNoCook(false);
-        if (const ZEL_SpareData *const spare = at->getSparePtr()) {
-            constexpr bool noCookByDefault = false;
-            at->setNoCook(*spare, noCookByDefault);
-        }
+        NODsettleNoCook(*at);
         if (at->isMultiType() && !at->isRampType()) {
             settleNoCook(at->getMultiParmTemplate());
         }
@@ -135,6 +132,15 @@ int countParms(const ZEL_Template *templates, std::vector<const ZEL_Template *> 
     return count;
 }
 
+/// The beginning of a script of that name. A bracket can be no name, in quotes neither.
+std::string scriptHead(const std::string &name)
+{
+    const bool bracketFlag = name == "}" || name == "[" || name == "]";
+    KIT_WorkBuffer quoted;
+    ZELprotectString(quoted, bracketFlag ? "node" : name.c_str(), false, false);
+    return "{ name \"" + std::string(quoted.view()) + '"';
+}
+
 std::string stemOf(const std::string &file)
 {
     const std::size_t start = file.rfind('/') + 1; // 0 without one
@@ -146,8 +152,7 @@ std::string stemOf(const std::string &file)
 bool openFile(const KIT_IStream &is, const std::string &path, NOD_Report &report)
 {
     if (!is.isReadable()) {
-        const char *const reason = errno ? std::strerror(errno) : "the reason is not known";
-        report.add({KIT_ERROR_ABORT, path, 0, {}, std::string("can't be read: ") + reason, {}, 0});
+        report.add({KIT_ERROR_ABORT, path, 0, {}, "can't be read: " + KITsystemReason(), {}, 0});
     }
     return is.isReadable();
 }
@@ -219,12 +224,22 @@ std::shared_ptr<const NOD_Interface> NOD_Interface::fromText(std::string_view te
                                                              const std::string &name,
                                                              NOD_Report &report, Includes includes)
 {
-    const std::string whole = isWholeScript(text)
-                                  ? std::string(text)
-                                  : "{ name \"" + name + "\"\n" + std::string(text) + "\n}";
+    const bool wholeFlag = isWholeScript(text);
+    const std::string whole =
+        wholeFlag ? std::string(text) : scriptHead(name) + "\n" + std::string(text) + "\n}";
     KIT_IStream is(whole.data(), whole.size(), KIT_IStream::TEXT);
     std::shared_ptr<NOD_Interface> made(new NOD_Interface(Source::SCRIPT_TEXT, name));
-    return made->read(is, report, includes) ? made : nullptr;
+    NOD_Report found;
+    const bool readFlag = made->read(is, found, includes);
+    for (NOD_Message message : found.getMessages()) {
+        if (!wholeFlag && message.file == name) {
+            // The lines of head and end aren't the caller's.
+            const auto lines = int(std::count(text.begin(), text.end(), '\n')) + 1;
+            message.line = std::min(message.line - (message.line > 1), lines);
+        }
+        report.add(std::move(message));
+    }
+    return readFlag ? made : nullptr;
 }
 
 std::shared_ptr<const NOD_Interface> NOD_Interface::fromTemplates(ZEL_Template *templates,

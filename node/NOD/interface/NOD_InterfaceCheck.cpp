@@ -388,8 +388,7 @@ void Check::checkConditions(const Placed &at)
 
 void Check::checkCondition(const Placed &at, const ZEL_ConditionalBase *base)
 {
-    for (const ZEL_ConditionalType type :
-         {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE, ZEL_CONDTYPE_NOCOOK}) {
+    for (const ZEL_ConditionalType type : theZELConditionalTypes) {
         const ZEL_Conditional *const one = base ? base->getConditional(type) : nullptr;
         for (int i = 0; one && i < one->entries(); ++i) {
             const ZEL_ConditionalInfo &group = *(*one)(i);

@@ -574,8 +574,7 @@ void NOD_ScriptWriter::writeRange(const ZEL_Template &parm)
 
 void NOD_ScriptWriter::writeConditions(const ZEL_ConditionalBase *base, const char *ending)
 {
-    for (const ZEL_ConditionalType type :
-         {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE, ZEL_CONDTYPE_NOCOOK}) {
+    for (const ZEL_ConditionalType type : theZELConditionalTypes) {
         const ZEL_Conditional *const one = base ? base->getConditional(type) : nullptr;
         if (one) {
             writeCondition(std::string(ZEL_Conditional::getName(type, false)) + ending, *one);

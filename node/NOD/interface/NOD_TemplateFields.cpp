@@ -92,13 +92,10 @@ std::string menuText(const ZEL_ChoiceList &menu)
     return out;
 }
 
-constexpr ZEL_ConditionalType theConditionTypes[] = {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE,
-                                                     ZEL_CONDTYPE_NOCOOK};
-
 void addConditions(NOD_TemplateFields &fields, const ZEL_ConditionalBase *base,
                    const std::string &place)
 {
-    for (const ZEL_ConditionalType type : theConditionTypes) {
+    for (const ZEL_ConditionalType type : theZELConditionalTypes) {
         const ZEL_Conditional *const one = base ? base->getConditional(type) : nullptr;
         // An empty one is as good as none.
         if (one && one->entries()) {

@@ -56,16 +56,6 @@ ZEL_Callback callbackOf(const NOD_ParmRecord &parm)
                : ZEL_ScriptParm().getScriptParmCallback();
 }
 
-/// A change recomputes the owner unless the tag says otherwise.
-void settleNoCook(ZEL_Template &one)
-{
-    one.setNoCook(false);
-    if (const ZEL_SpareData *const spare = one.getSparePtr()) {
-        constexpr bool noCookByDefault = false;
-        one.setNoCook(*spare, noCookByDefault);
-    }
-}
-
 /// What the calls said that doesn't fit each other.
 std::vector<std::string> findFaults(const NOD_ParmRecord &parm)
 {
@@ -104,6 +94,15 @@ std::vector<std::string> findFaults(const NOD_ParmRecord &parm)
 // ---------------------------------------------------------------------- //
 // Templates
 // ---------------------------------------------------------------------- //
+
+void NODsettleNoCook(ZEL_Template &one)
+{
+    one.setNoCook(false);
+    if (const ZEL_SpareData *const spare = one.getSparePtr()) {
+        constexpr bool noCookByDefault = false;
+        one.setNoCook(*spare, noCookByDefault);
+    }
+}
 
 ZEL_Template *NOD_TemplateMaker::make(const NOD_ParmRecords &members, NOD_Report &report)
 {
@@ -154,7 +153,7 @@ void NOD_TemplateMaker::fillFolders(const NOD_ParmRecord &set, Place &place)
     one.initialize(set.type, ZEL_TYPEX_NONE, ZEL_Template::ZEL_EXPORT_0, folders, makeName(set, ""),
                    sizes.data(), nullptr, nullptr, callbackOf(set), makeSpare(spare), parmGroup,
                    nullptr, makeConditions(set));
-    settleNoCook(one);
+    NODsettleNoCook(one);
     if (set.baseParmFlag) {
         one.setBaseParm(true);
     }
@@ -179,7 +178,7 @@ void NOD_TemplateMaker::fillBlock(const NOD_ParmRecord &block, Place &place)
                   exportOf(block), multiSize, makeName(block, label),
                   makeDefaults(block, ZEL_INT_E), makeRange(block), makeSpare(block.spare),
                   block.help.empty() ? nullptr : block.help.c_str(), conditions, callbackOf(block));
-    settleNoCook(one);
+    NODsettleNoCook(one);
 }
 
 void NOD_TemplateMaker::fillBaseParm(const NOD_ParmRecord &parm, Place &place, bool endsLineFlag)
@@ -229,7 +228,7 @@ void NOD_TemplateMaker::fillParm(const NOD_ParmRecord &parm, Place &place, bool 
                    makeDefaults(parm, type), makeMenu(parm), makeRange(parm), callbackOf(parm),
                    makeSpare(parm.spare), parmGroup,
                    parm.help.empty() ? nullptr : parm.help.c_str(), myConditions.back().get());
-    settleNoCook(one);
+    NODsettleNoCook(one);
 }
 
 // ---------------------------------------------------------------------- //
@@ -329,8 +328,7 @@ ZEL_ConditionalBase *NOD_TemplateMaker::makeConditions(const NOD_ParmRecord &set
         return nullptr;
     }
     auto made = std::make_unique<ZEL_ConditionalSwitcher>();
-    for (const ZEL_ConditionalType type :
-         {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE, ZEL_CONDTYPE_NOCOOK}) {
+    for (const ZEL_ConditionalType type : theZELConditionalTypes) {
         if (const ZEL_Conditional *const one = set.conditions.getConditional(type)) {
             made->addConditional(*one);
         }

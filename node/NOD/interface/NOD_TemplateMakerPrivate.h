@@ -16,6 +16,9 @@
 
 class NOD_Report;
 
+/// A change recomputes the owner unless the tag of the template says otherwise.
+void NODsettleNoCook(ZEL_Template &one);
+
 class NOD_TemplateMaker
 {
 public:

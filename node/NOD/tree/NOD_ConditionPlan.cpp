@@ -132,8 +132,7 @@ void NOD_ConditionPlan::addConditions(const ZEL_ParmList &parms, int parmIndex, 
                                       bool noCookFlag)
 {
     const ZEL_Template &description = *parms.getParmPtr(parmIndex)->getTemplatePtr();
-    for (const ZEL_ConditionalType type :
-         {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE, ZEL_CONDTYPE_NOCOOK}) {
+    for (const ZEL_ConditionalType type : theZELConditionalTypes) {
         const ZEL_Conditional *const test = conditionOf(description, tab, type);
         if (test && test->entries() > 0 && (noCookFlag || type != ZEL_CONDTYPE_NOCOOK)) {
             myConditions.push_back({parmIndex, tab, type, test, false, myControls.size()});

@@ -4,12 +4,14 @@
 #include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Interface.h>
+#include <NOD/NOD_NodeSections.h>
 #include <NOD/NOD_NodeState.h>
+#include <NOD/NOD_Report.h>
 #include <NOD/NOD_UndoStack.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
 
 #include <BAS/BAS_Thread.h>
-#include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>
@@ -375,8 +377,20 @@ void NOD_Node::structureChanged()
     }
 }
 
+bool NOD_Node::mayHaveSpareParms() const
+{
+    if (isTypeMissing()) {
+        KIT_WorkBuffer path;
+        KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_TYPE_MISSING, getFullPath(path));
+    }
+    return !isTypeMissing();
+}
+
 ZEL_Parm *NOD_Node::addSpareParm(const ZEL_Template &description)
 {
+    if (!mayHaveSpareParms()) {
+        return nullptr;
+    }
     NOD_Edit edit(*this, std::string("Add parameter ") + description.getTokenRef().nonNullStr());
     edit.change(*this);
     ZEL_Parm *const parm = mySpares.add(*myParms, description);
@@ -386,6 +400,20 @@ ZEL_Parm *NOD_Node::addSpareParm(const ZEL_Template &description)
     return parm;
 }
 
+ZEL_Parm *NOD_Node::addSpareParm(const std::shared_ptr<const NOD_Interface> &description,
+                                 const char *token)
+{
+    const ZEL_Template *found = description ? description->getTemplates() : nullptr;
+    while (found && token && !found->isTerminator() && found->getTokenRef() != token) {
+        ++found;
+    }
+    if (!found || found->isTerminator()) {
+        return nullptr;
+    }
+    mySpares.keep(description);
+    return addSpareParm(*found);
+}
+
 bool NOD_Node::removeSpareParm(const char *token)
 {
     NOD_Edit edit(*this, std::string("Remove parameter ") + (token ? token : ""));
@@ -393,23 +421,30 @@ bool NOD_Node::removeSpareParm(const char *token)
     return mySpares.remove(*myParms, KIT_StringRef(token));
 }
 
-void NOD_Node::setSpareParms(const ZEL_Template *templates)
+bool NOD_Node::setSpareParms(const ZEL_Template *templates)
 {
+    if (templates && !mayHaveSpareParms()) {
+        return false;
+    }
     NOD_Edit edit(*this, "Set spare parameters");
     edit.change(*this);
     mySpares.set(*myParms, templates);
     structureChanged();
+    return true;
 }
 
-void NOD_Node::setSpareParms(const std::shared_ptr<const NOD_Interface> &description)
+bool NOD_Node::setSpareParms(const std::shared_ptr<const NOD_Interface> &description)
 {
     mySpares.keep(description);
-    setSpareParms(description ? description->getTemplates() : nullptr);
+    return setSpareParms(description ? description->getTemplates() : nullptr);
 }
 
 bool NOD_Node::createSpareParametersForLoad(KIT_StringArray &names, ZEL_ParmNameMap &map,
                                             KIT_String &)
 {
+    if (isTypeMissing()) {
+        return false;
+    }
     const NOD_Batch batch(*this);
     mySpares.createForLoad(*myParms, names, map);
     structureChanged();
@@ -427,7 +462,18 @@ void NOD_Node::renewParms(std::shared_ptr<const NOD_Interface> description)
 {
     NOD_Edit edit(*this, "Renew parameters");
     edit.change(*this);
+    const bool keptFlag = description && isTypeMissing();
     renew(NOD_NodeSeed(std::move(description)));
+    if (keptFlag) {
+        NOD_Report report;
+        NOD_NodeSections::loadKept(*this, report);
+        for (const NOD_Message &message : report.getMessages()) {
+            const bool codeFlag = !message.category.empty();
+            KITgetErrorManager().add(codeFlag ? message.category.c_str() : ZEL_ERROR_CATEGORY,
+                                     codeFlag ? message.code : int(ZEL_ERR_PARM),
+                                     message.asText().c_str(), message.severity);
+        }
+    }
 }
 
 void NOD_Node::renew(const NOD_NodeSeed &seed)

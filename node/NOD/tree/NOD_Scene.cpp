@@ -81,6 +81,21 @@ NOD_Node *NOD_Scene::find(const KIT_StringRef &path)
 NOD_Node *NOD_Scene::add(const std::string &path, std::shared_ptr<const NOD_Interface> description,
                          NOD_Report &report)
 {
+    if (!description) {
+        report.error(path, "there is no interface for the node");
+        return nullptr;
+    }
+    return addAny(path, std::move(description), report);
+}
+
+NOD_Node *NOD_Scene::add(const std::string &path, std::nullptr_t, NOD_Report &report)
+{
+    return addAny(path, nullptr, report);
+}
+
+NOD_Node *NOD_Scene::addAny(const std::string &path,
+                            std::shared_ptr<const NOD_Interface> description, NOD_Report &report)
+{
     const std::size_t slash = path.rfind('/');
     const std::string above = slash == std::string::npos ? "/" : path.substr(0, slash);
     const std::string name = path.substr(slash + 1); // all of it without a slash
@@ -212,7 +227,7 @@ void NOD_Scene::clear()
         myUndo->nodeRemoved(myRoot->takeChild(*myRoot->getChildren().back()));
     }
     myRoot->setSpareParms(static_cast<const ZEL_Template *>(nullptr));
-    if (myRoot->getInterface()) {
+    if (myRoot->getInterface() || myRoot->isTypeMissing()) {
         myRoot->renewParms(std::shared_ptr<const NOD_Interface>());
     }
     while (channels.entries() > 0) {

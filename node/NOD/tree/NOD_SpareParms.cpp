@@ -116,9 +116,14 @@ NOD_SpareParms::Set NOD_SpareParms::getSet() const
 {
     const Descriptions descriptions = mySet ? Descriptions() : present();
     if (!descriptions.empty()) {
-        auto set = std::make_shared<std::vector<ZEL_Template>>(descriptions.size());
-        for (std::size_t i = 0; i < descriptions.size(); ++i) {
-            (*set)[i] = *descriptions[i];
+        auto set = std::make_shared<Described>();
+        set->templates.reserve(descriptions.size());
+        for (const ZEL_Template *one : descriptions) {
+            set->templates.push_back(*one);
+        }
+        set->owners = myKept;
+        for (const auto &[name, made] : myFloats) {
+            set->owners.insert(made);
         }
         mySet = std::move(set);
     }
@@ -128,8 +133,13 @@ NOD_SpareParms::Set NOD_SpareParms::getSet() const
 void NOD_SpareParms::setSet(ZEL_ParmList &list, const Set &descriptions)
 {
     Descriptions wanted;
-    for (std::size_t i = 0; descriptions && i < descriptions->size(); ++i) {
-        wanted.push_back(&(*descriptions)[i]);
+    if (descriptions) {
+        for (const ZEL_Template &one : descriptions->templates) {
+            wanted.push_back(&one);
+        }
+        for (const std::shared_ptr<const void> &owner : descriptions->owners) {
+            keep(owner);
+        }
     }
     rebuild(list, wanted);
     mySet = descriptions;
@@ -138,9 +148,9 @@ void NOD_SpareParms::setSet(ZEL_ParmList &list, const Set &descriptions)
 ZEL_Parm *NOD_SpareParms::add(ZEL_ParmList &list, const ZEL_Template &description)
 {
     myTemplates.push_back(copies({&description}));
-    mySet.reset();
     try {
         if (ZEL_Parm *parm = list.addSpareParm(myTemplates.back()[0])) {
+            mySet.reset();
             return parm;
         }
     } catch (...) {
@@ -167,8 +177,8 @@ bool NOD_SpareParms::remove(ZEL_ParmList &list, const KIT_StringRef &token)
 
 void NOD_SpareParms::keep(std::shared_ptr<const void> owner)
 {
-    if (owner && std::find(myKept.begin(), myKept.end(), owner) == myKept.end()) {
-        myKept.push_back(std::move(owner));
+    if (owner) {
+        myKept.insert(std::move(owner));
     }
 }
 

@@ -62,7 +62,8 @@ NOD_NodeParts::OtherChannels NOD_NodeParts::otherChannels(NOD_Node &node)
 void NOD_NodeParts::restore(NOD_Node &node, const StructureParts &structure)
 {
     if (node.myInterface != structure.interface ||
-        node.myPlainTemplates != structure.plainTemplates) {
+        node.myPlainTemplates != structure.plainTemplates ||
+        node.myPlainType != structure.plainType) {
         node.renewAs(structure.interface, structure.plainTemplates, structure.plainType);
     }
     if (node.mySpares.getSet() != structure.spares) {
@@ -126,8 +127,9 @@ std::int64_t NOD_NodeParts::getMemoryUsage(const Structure &structure, const Tex
     std::int64_t bytes = channels ? channels->getMemoryUsage(true) : 0;
     if (structure) {
         bytes += std::int64_t(sizeof(*structure) + structure->plainType.capacity());
-        bytes +=
-            structure->spares ? std::int64_t(structure->spares->size() * sizeof(ZEL_Template)) : 0;
+        bytes += structure->spares
+                     ? std::int64_t(structure->spares->templates.size() * sizeof(ZEL_Template))
+                     : 0;
     }
     constexpr std::size_t link = 4 * sizeof(void *);
     const auto add = [&](const std::string &name, const std::string &text) {

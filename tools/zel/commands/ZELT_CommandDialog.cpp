@@ -6,6 +6,7 @@
 #include <BAS/BAS_Thread.h>
 #include <DS/DS_Command.h>
 #include <DS/DS_CommandList.h>
+#include <KIT/KIT_Error.h>
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_WorkArgs.h>
 #include <ZEL/ZEL_Parm.h>
@@ -248,7 +249,7 @@ bool isReadable(const std::string &file, ZELT_Messages &messages)
     if (KIT_IFStream(file.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS).isReadable()) {
         return true;
     }
-    messages.error(file, "can't be read: " + ZELTsystemError());
+    messages.error(file, "can't be read: " + KITsystemReason());
     return false;
 }
 

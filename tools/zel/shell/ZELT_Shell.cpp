@@ -10,6 +10,7 @@
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_ParmList.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <iostream>
 #include <optional>
@@ -32,7 +33,7 @@ const ZELT_ShellCommand *findCommand(const std::string &name)
 } // namespace
 
 ZELT_Shell::ZELT_Shell(ZELT_ScriptPtr script, ZELT_Messages &messages)
-    : myMessages(messages), myScript(script.get()), mySession(*script), myUndo(mySession.getNode())
+    : myMessages(messages), mySession(*script), myUndo(mySession.getNode())
 {
     keepScript(std::move(script));
 }
@@ -130,10 +131,12 @@ NOD_Graph &ZELT_Shell::getGraph()
     return *myGraph;
 }
 
-void ZELT_Shell::setScript(ZELT_ScriptPtr script)
+const NOD_Interface &ZELT_Shell::getScript() const
 {
-    myScript = script.get();
-    keepScript(std::move(script));
+    const ZEL_Template *const used = mySession.getNode().getPlainTemplates();
+    return **std::find_if(myScripts.begin(), myScripts.end(), [&](const ZELT_ScriptPtr &script) {
+        return script->getTemplates() == used;
+    });
 }
 
 void ZELT_Shell::keepScript(ZELT_ScriptPtr script)

@@ -109,10 +109,9 @@ public:
     NOD_Graph &getGraph();
     double getTime() const { return myTime; }
     void setTime(double time) { myTime = time; }
-    /// The script that the node's interface was made of last.
-    const NOD_Interface &getScript() const { return *myScript; }
-    void setScript(ZELT_ScriptPtr script);
-    /// Keeps a script whose templates the node uses too.
+    /// The script that the node's interface is made of.
+    const NOD_Interface &getScript() const;
+    /// Keeps a script whose templates the node uses, or a step of undo does.
     void keepScript(ZELT_ScriptPtr script);
 
     // ------------------------------------------------------------------ //
@@ -145,7 +144,6 @@ private:
     void callAndTell(const ZELT_ShellCommand &command, const ZELT_ShellWords &words);
 
     ZELT_Messages &myMessages;
-    const NOD_Interface *myScript;
     std::vector<ZELT_ScriptPtr> myScripts; ///< all of them, oldest first
     ZELT_Session mySession;
     NOD_UndoStack myUndo;

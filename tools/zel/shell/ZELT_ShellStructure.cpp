@@ -74,13 +74,12 @@ void addSpares(ZELT_Shell &shell, const ZELT_ShellWords &words)
         return;
     }
     for (const ZEL_Template *at = script->getTemplates(); !at->isTerminator(); ++at) {
-        if (shell.getNode().addSpareParm(*at)) {
+        if (shell.getNode().addSpareParm(script, at->getToken())) {
             std::cout << "added " << at->getToken() << '\n';
         } else {
             shell.fail(std::string("there is a parameter ") + at->getToken());
         }
     }
-    shell.keepScript(std::move(script));
     shell.getSession().growBlocks(shell.getTime());
 }
 
@@ -115,10 +114,8 @@ void adopt(ZELT_Shell &shell, const ZELT_ShellWords &words)
     }
     const std::vector<Former> former = formerParms(shell.getParms());
     shell.getNode().renewParms(script->getTemplates());
-    // Earlier steps would restore channels that no parameter has now.
-    shell.getUndo().clear();
     shell.getSession().growBlocks(shell.getTime());
-    shell.setScript(std::move(script));
+    shell.keepScript(std::move(script));
 
     std::unordered_set<std::string> known;
     for (const Former &one : former) {
@@ -133,8 +130,8 @@ void adopt(ZELT_Shell &shell, const ZELT_ShellWords &words)
 }
 
 constexpr ZELT_ShellCommand theCommands[] = {
-    {"spare", theSpareUsage, 1, 2, ZELT_SHELL_PLAIN, spare},
-    {"adopt", "FILE", 1, 1, ZELT_SHELL_PLAIN, adopt},
+    {"spare", theSpareUsage, 1, 2, ZELT_SHELL_EDITS, spare},
+    {"adopt", "FILE", 1, 1, ZELT_SHELL_EDITS, adopt},
 };
 
 } // namespace
