@@ -512,7 +512,7 @@ TEST(MultiLoad, OneStreamIsAsGoodAsOneForEachEntry)
 
 TEST(MultiLoad, ItemsThatAreWantedAgainAreAsNew)
 {
-    constexpr int theSteps = 1000;
+    constexpr int theSteps = 300;
     std::mt19937 random(1);
     const auto below = [&](int count) { return int(random() % unsigned(count)); };
     const auto entry = [](const std::string &name, int value) {
