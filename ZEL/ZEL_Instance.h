@@ -359,6 +359,9 @@ public:
         return testFlag(OWN_AUTO_SELECT) ? rare()->autoSelect : testFlag(NO_AUTO_SELECT) ? 0 : ~0u;
     }
     void setAutoSelectFlag(int index, bool flag);
+    /// What the saved form has as options is as in a new instance: neither locks nor colours nor marks of
+    /// what was changed, and the template's masks. A label is the template's.
+    void resetOptions();
 
     /// Whether the user interface has the component selected; not saved. False for an index outside
     /// the vector.

@@ -26,7 +26,8 @@
 /// Items are never renumbered: on insertion and removal, values move between the parameters of
 /// neighbouring items. Items are created and removed lazily, on the next read or load after the
 /// value changed. Those that a load of the list makes surplus leave when its last entry is read, with
-/// those of all other blocks, unless the load needs their names before; they aren't counted meanwhile.
+/// those of all other blocks, unless the load needs their names before; they aren't counted meanwhile, and
+/// one that is wanted again then has nothing of its former state.
 ///
 /// No read takes a parameter away while code of the library holds one: within an expression, a
 /// listener of channels or a `KeepItems` scope items are only added, since whoever reads may belong
@@ -253,10 +254,12 @@ private:
     void abandonItem();
     bool leaveLate(int count);
     void markLeaving(int firstItem, int endItem) const;
-    void markStaying(int firstItem, int endItem) const;
+    void keepLeavingItem();
+    void renewChild(ZEL_Parm &parm, int child);
     void countLeaving();
     int getItemsEnd() const { return myLeavingEnd > 0 ? myLeavingEnd : myNumItems; }
-    void settle();
+    void settle(int count);
+    KIT_ValArray<ZEL_Parm *> itemParms(int item) const;
     void announceItem(int item);
 
     int myNumItems = 0;

@@ -26,6 +26,7 @@
 
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>
+#include <KIT/KIT_StringHolder.h>
 #include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_Callback.h>
@@ -127,6 +128,9 @@ public:
     /// \name Contents
     // ---------------------------------------------------------------- //
     const ZEL_Name &getName() const { return myName; }
+    /// The file and line, from 1, where the block begins; "" and 0 of a source without a name.
+    const KIT_StringHolder &getFile() const { return myFile; }
+    int getLine() const { return myLine; }
     const ZEL_Type &getType() const { return myType; }
     ZEL_TypeExtended getTypeExtended() const { return myTypeExtended; }
     /// The kind of a ramp; ZEL_MULTITYPE_NONE for anything else. A multi-parameter's kind is its
@@ -187,6 +191,7 @@ private:
     };
     static const Keyword theKeywords[];
 
+    void beginParse(const DS_Stream &stream);
     bool parseWord(DS_Stream &stream, const Context &context, KIT_String &token);
     int finishParse(DS_Stream &stream);
 
@@ -256,4 +261,6 @@ private:
     int myExportLevel = 0;
     bool myBaseParmFlag = false;
     KIT_String myOption;
+    KIT_StringHolder myFile;
+    int myLine = 0;
 };

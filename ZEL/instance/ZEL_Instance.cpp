@@ -584,6 +584,19 @@ void ZEL_Instance::putAutoSelect(std::uint32_t field)
     setFlag(OWN_AUTO_SELECT, own);
 }
 
+void ZEL_Instance::resetOptions()
+{
+    setLockedField(0);
+    putAutoScope(myTemplate->getAutoScopeField());
+    putAutoSelect(myTemplate->getAutoSelectField());
+    setFlag(ZEL_INST_EXPRESSION | ZEL_INST_BYPASS | ZEL_INST_SAVE_LABEL | ZEL_INST_SAVE_AUTOSCOPE |
+                ZEL_INST_SAVE_AUTOSELECT,
+            false);
+    if (Rare *const record = rare()) {
+        record->colors.reset();
+    }
+}
+
 void ZEL_Instance::setAutoScopeField(std::uint32_t field)
 {
     putAutoScope(field);

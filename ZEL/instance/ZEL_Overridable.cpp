@@ -517,7 +517,7 @@ bool ZEL_Overridable::setOverrideNumber(double time, Number value, bool replaceE
         return false;
     }
     ZEL_Instance::setValue(time, value, replaceExpression, index, addKey, keySet);
-    return offer(time, value, index);
+    return !hasOverrideData() || offer(time, value, index);
 }
 
 bool ZEL_Overridable::setOverrideFloat(double time, double value, bool replaceExpression, int index,

@@ -3,7 +3,8 @@
 ///
 /// Each block that shrinks would move all that follows its items in the list; at the end, all that leave do
 /// so in one pass. Until then they are marked, aren't counted, and lose their channels. A reader that needs
-/// one of their names, or more items of their block, removes them first (`findSettledParm`).
+/// one of their names, or more items of their block, removes them first (`findSettledParm`). Where items are
+/// kept meanwhile, those of them that are wanted again stay, as if they were made then.
 ///
 /// Ownership:  borrows the list, which must outlive it.
 /// Threads:    the list's own.

@@ -240,7 +240,7 @@ void ZEL_ParmList::LateRemovals::removeEach() const
     for (int i = 0; i < myList.getEntries(); ++i) {
         const ZEL_Parm *const parm = myList.getParmPtr(i);
         if (ZEL_Multi *const multi = parm ? parm->asMulti() : nullptr) {
-            multi->settle();
+            multi->settle(multi->myNumItems);
         }
     }
 }
@@ -267,7 +267,7 @@ void ZEL_ParmList::LateRemovals::finish()
 }
 
 /// The parameter of that token. One of an item that leaves is removed first, with all that leave of its
-/// block.
+/// block, or passed over while items are kept.
 ZEL_Parm *ZEL_ParmList::findSettledParm(const KIT_StringRef &token)
 {
     ZEL_Parm *const parm = getParmPtr(token);
@@ -279,7 +279,8 @@ ZEL_Parm *ZEL_ParmList::findSettledParm(const KIT_StringRef &token)
         owner = owner->getMultiParmOwner();
     }
     if (ZEL_Multi *const multi = owner ? owner->getParm()->asMulti() : nullptr) {
-        multi->settle();
+        multi->settle(multi->myNumItems);
     }
-    return getParmPtr(token);
+    int index = -1;
+    return findStayingParm(token, index);
 }

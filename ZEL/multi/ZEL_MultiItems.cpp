@@ -119,7 +119,7 @@ void ZEL_Multi::setNumInstances(int count, bool evaluateChildren)
         return;
     }
     if (count > myNumItems) {
-        settle();
+        settle(count);
     }
     if (count == myNumItems || mustWait(count) || leaveLate(count)) {
         return;
@@ -603,21 +603,48 @@ void ZEL_Multi::markLeaving(int firstItem, int endItem) const
     }
 }
 
-void ZEL_Multi::markStaying(int firstItem, int endItem) const
+/// Counts the next of those that leave again, as if it were made now: it may be in use.
+void ZEL_Multi::keepLeavingItem()
 {
-    for (int item = firstItem; item < endItem; ++item) {
-        for (int child = 0; child < myInstancesPerItem; ++child) {
-            int index = -1;
-            ZEL_Parm *const parm = findOwnChild(item, child, index);
-            if (!parm) {
-                continue;
-            }
-            parm->getInstance()->setLeaving(false);
-            if (const ZEL_Multi *const nested = parm->asMulti()) {
-                nested->markStaying(0, nested->myNumItems);
-            }
+    const int item = myNumItems;
+    for (int child = 0; child < myInstancesPerItem; ++child) {
+        int index = -1;
+        if (ZEL_Parm *const parm = findOwnChild(item, child, index)) {
+            renewChild(*parm, child);
         }
     }
+    ++myNumItems;
+    announceItem(item);
+    if (getTemplatePtr()->isRampType() && !getDefaultsInitFlag()) {
+        setRampInstanceToDefaultValue(item, itemParms(item));
+    }
+}
+
+/// The items of a nested block leave, but for those that its default has.
+void ZEL_Multi::renewChild(ZEL_Parm &parm, int child)
+{
+    constexpr bool deleteChannels = true, sendEvent = true, updateMulti = true;
+    ZEL_Instance &instance = *parm.getInstance();
+    instance.setLeaving(false);
+    if (ZEL_Multi *const nested = parm.asMulti()) {
+        nested->myLeavingEnd = nested->getItemsEnd();
+        nested->myNumItems = 0;
+    }
+    for (int i = 0; i < parm.getVectorSize(); ++i) {
+        getParmList()->setChannelAlias(&parm, i, KIT_StringHolder::theEmptyString);
+    }
+    if (instance.getSaveLabelFlag()) {
+        ZEL_Name fresh(*getMultiParmTemplate()[child].getNamePtr());
+        KIT_ValArray<int> numbers;
+        instanceNumbers(myNumItems, numbers);
+        fresh.instance(numbers);
+        parm.getTemplatePtr()->getNamePtr()->setLabel(fresh.getLabel());
+    }
+    instance.resetOptions();
+    parm.restoreFactoryDefaults();
+    instance.setDefaultsInitFlag(false);
+    instance.revertToDefaults(deleteChannels);
+    parm.privateValueChanged(-1, sendEvent, updateMulti);
 }
 
 /// Counts those again that leave.
@@ -627,21 +654,26 @@ void ZEL_Multi::countLeaving()
     myLeavingEnd = 0;
 }
 
-/// Removes those that leave, or keeps them if somebody may hold them: with the values that they have, and
-/// without the channels that they had.
-void ZEL_Multi::settle()
+/// Removes those that leave. If somebody may hold them, those below `count` stay instead, and the others
+/// leave when the load ends.
+void ZEL_Multi::settle(int count)
 {
     if (myLeavingEnd == 0 || myBusy) {
         return;
     }
-    if (areItemsKept()) {
-        markStaying(myNumItems, myLeavingEnd);
-        countLeaving();
-        return;
-    }
     {
         const Changing changing(*this);
-        shrink(myNumItems);
+        if (areItemsKept()) {
+            if (count <= myNumItems) {
+                return;
+            }
+            while (myNumItems < std::min(count, myLeavingEnd)) {
+                keepLeavingItem();
+            }
+            myLeavingEnd = myNumItems < myLeavingEnd ? myLeavingEnd : 0;
+        } else {
+            shrink(myNumItems);
+        }
     }
     notifyChanged();
 }
@@ -650,15 +682,21 @@ void ZEL_Multi::settle()
 // Items that move
 // -------------------------------------------------------------------------- //
 
-void ZEL_Multi::announceItem(int item)
+KIT_ValArray<ZEL_Parm *> ZEL_Multi::itemParms(int item) const
 {
-    ZEL_ParmOwner *owner = getParmOwner();
     KIT_ValArray<ZEL_Parm *> parms;
-    for (int child = 0; owner && child < myInstancesPerItem; ++child) {
+    for (int child = 0; child < myInstancesPerItem; ++child) {
         if (ZEL_Parm *parm = findChild(item, child)) {
             parms.append(parm);
         }
     }
+    return parms;
+}
+
+void ZEL_Multi::announceItem(int item)
+{
+    ZEL_ParmOwner *owner = getParmOwner();
+    const KIT_ValArray<ZEL_Parm *> parms = owner ? itemParms(item) : KIT_ValArray<ZEL_Parm *>();
     if (!parms.isEmpty()) {
         const KeepItems keep;
         owner->multiItemCreated(parms);
@@ -745,7 +783,7 @@ void ZEL_Multi::swapInstances(int first, int second)
         myBusy || myNumItems == std::numeric_limits<int>::max()) {
         return;
     }
-    settle();
+    settle(std::numeric_limits<int>::max());
     {
         // The temporary item ignores the range and doesn't change the value: it is removed before
         // we return.

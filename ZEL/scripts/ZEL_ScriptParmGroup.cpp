@@ -19,6 +19,7 @@ int ZEL_ScriptParm::parseGroup(DS_Stream &stream, ZEL_ScriptPage *page, const ch
         getSpareData(true)->mergeFrom(simpleFlag ? ZEL_SpareData::groupTypeSimple
                                                  : ZEL_SpareData::groupTypeCollapsible);
     }
+    beginParse(stream);
     myGroup.reset(newGroup(false));
     KIT_BitArray visibleTabs;
     KIT_String token;
@@ -108,6 +109,7 @@ int ZEL_ScriptParm::parseGroupAttribute(DS_Stream &stream)
 bool ZEL_ScriptParm::parseMultiParm(DS_Stream &stream, ZEL_MultiType type, ZEL_ScriptPage *page,
                                     int depth)
 {
+    beginParse(stream);
     myGroup.reset(newGroup(true));
     std::unique_ptr<ZEL_ScriptPage> items(newPage());
     items->nestIn(*page, ZEL_ScriptPage::INVISIBLE);

@@ -98,6 +98,7 @@ const ZEL_ScriptParm::Keyword ZEL_ScriptParm::theKeywords[] = {
 int ZEL_ScriptParm::parse(DS_Stream &stream, int depth)
 {
     constexpr const char *theEndError = "Expecting close brace for parm";
+    beginParse(stream);
     if (!stream.getOpenBrace()) {
         return 0;
     }
@@ -114,6 +115,14 @@ int ZEL_ScriptParm::parse(DS_Stream &stream, int depth)
         }
     }
     return finishParse(stream);
+}
+
+void ZEL_ScriptParm::beginParse(const DS_Stream &stream)
+{
+    if (const TOK_Manager *const place = stream.getManager()) {
+        myFile = KIT_StringHolder(place->getFileName());
+        myLine = place->getLineNumber();
+    }
 }
 
 bool ZEL_ScriptParm::parseWord(DS_Stream &stream, const Context &context, KIT_String &token)

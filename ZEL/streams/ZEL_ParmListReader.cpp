@@ -111,7 +111,8 @@ ZEL_Parm *ZEL_ParmListReader::findParm(const KIT_StringRef &name, bool useMap)
     if (!name.isEmpty()) {
         ZEL_Parm *parm = myList.findSettledParm(name);
         if (!isSaved(parm) && growFor(name)) {
-            parm = myList.getParmPtr(myList.getParmIndex(name));
+            int index = -1;
+            parm = myList.findStayingParm(name, index);
         }
         if (isSaved(parm)) {
             return parm;

@@ -1,13 +1,16 @@
 #include <KIT/KIT_EnvControl.h>
 
 #include <BAS/BAS_Number.h>
+#include <KIT/KIT_Error.h>
 
 #include <algorithm>
 #include <atomic>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
+#include <string>
 
 namespace
 {
@@ -35,14 +38,34 @@ const Row *findRow(int setting)
 
 constexpr int theSettingCount = 512;
 
+/// False if there is anything beside the number but blanks. One beyond an int is the nearest.
+bool readNumber(const char *text, int &number)
+{
+    const char *end = nullptr;
+    int64_t value = 0;
+    constexpr int theBase = 10, theFlags = 0;
+    if (!BASparseInteger(text, &end, value, theBase, theFlags) ||
+        end[std::strspn(end, " \t\r\n")] != '\0') {
+        return false;
+    }
+    number = static_cast<int>(std::clamp<int64_t>(value, INT_MIN, INT_MAX));
+    return true;
+}
+
 class Settings
 {
 public:
     Settings()
     {
         for (const Row &row : theRows) {
-            const int64_t value = BASparseInteger(KITgetEnv(row.variable));
-            myValues[row.setting] = static_cast<int>(std::clamp<int64_t>(value, INT_MIN, INT_MAX));
+            const char *const text = KITgetEnv(row.variable);
+            int number = 0;
+            if (text && readNumber(text, number)) {
+                myValues[row.setting] = number;
+            } else if (text && *text) {
+                KITaddCommonWarning(KIT_COMMON_BAD_SETTING,
+                                    (std::string(row.variable) + "=" + text).c_str());
+            }
         }
     }
     std::atomic<int> &operator[](int setting) { return myValues[setting]; }
@@ -92,6 +115,11 @@ bool KIT_EnvControl::setInt(int setting, int value)
     }
     getSettings()[setting].store(value, std::memory_order_relaxed);
     return true;
+}
+
+void KIT_EnvControl::readEnvironment()
+{
+    getSettings();
 }
 
 const char *KIT_EnvControl::getVariable(int setting)

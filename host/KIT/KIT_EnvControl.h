@@ -5,7 +5,9 @@
 ///             have an environment variable, which gives the start value; *limit* = a setting with
 ///             a default, which applies while the setting is not above 0, and an upper bound.
 /// Threads:    any thread.
-/// Errors:     a number outside the range reads as 0 and cannot be set.
+/// Errors:     a number outside the range reads as 0 and cannot be set. A variable that is no whole
+///             number isn't used: a warning of the thread that reads a setting first, or calls
+///             readEnvironment(), which an application does where it looks for messages.
 /// Cost:       getInt() is one load after the first call.
 ///
 /// KIT_Settings.def has a row for each setting and each variable that is a text.
@@ -35,6 +37,8 @@ public:
     static int getUpperBound(int setting);
     /// False for a number outside the range.
     static bool setInt(int setting, int value);
+    /// Takes the start values from the environment, if no setting has been read yet.
+    static void readEnvironment();
     /// The environment variable of a setting, or null.
     static const char *getVariable(int setting);
 };

@@ -131,8 +131,9 @@ struct TRK_EvalState
 class TRK_ReferenceTold
 {
 public:
+    // Delegates, so that the destructor runs if the listener throws.
     TRK_ReferenceTold(const TRK_Collection &collection, const KIT_StringRef &name)
-        : myListener(theTRKEvalThread.listener)
+        : TRK_ReferenceTold()
     {
         if (myListener != nullptr) {
             tell(collection, name);
@@ -150,6 +151,7 @@ public:
     TRK_ReferenceTold &operator=(const TRK_ReferenceTold &) = delete;
 
 private:
+    TRK_ReferenceTold() : myListener(theTRKEvalThread.listener) {}
     void tell(const TRK_Collection &collection, const KIT_StringRef &name);
 
     TRK_ReferenceListener *myListener;

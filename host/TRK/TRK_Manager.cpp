@@ -55,7 +55,8 @@ bool TRK_Manager::getVariable(const KIT_StringRef &name, double time,
                               bool &timeDependent) const
 {
     TRK_PathResolver *resolver = collection != nullptr ? collection->getPathResolver() : nullptr;
-    if (name.equals("OS")) {
+    const std::string_view word = name.view();
+    if (word == "OS") {
         if (resolver == nullptr) {
             return false;
         }
@@ -68,20 +69,20 @@ bool TRK_Manager::getVariable(const KIT_StringRef &name, double time,
         value.harden(last.data(), last.size());
         return true;
     }
-    const bool frameFlag = name.equals("F");
-    if (frameFlag || name.equals("FF") || name.equals("T")) {
+    const bool frameFlag = word == "F";
+    if (frameFlag || word == "FF" || word == "T") {
         const double frame = timeToFrame(time);
-        const double number = frameFlag ? std::floor(frame + 0.5) : name.equals("T") ? time : frame;
+        const double number = frameFlag ? std::floor(frame + 0.5) : word == "T" ? time : frame;
         value = KIT_Digits(number).buffer();
         timeDependent = true;
         return true;
     }
-    if (name.equals("FPS")) {
+    if (word == "FPS") {
         value = KIT_Digits(getFPS()).buffer();
         return true;
     }
-    if (name.equals("PI") || name.equals("E")) {
-        value = KIT_Digits(name.equals("PI") ? std::acos(-1.0) : std::exp(1.0)).buffer();
+    if (word == "PI" || word == "E") {
+        value = KIT_Digits(word == "PI" ? std::acos(-1.0) : std::exp(1.0)).buffer();
         return true;
     }
     return (resolver != nullptr && resolver->getVariable(name, value)) ||

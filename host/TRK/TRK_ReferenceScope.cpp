@@ -20,11 +20,10 @@ TRK_ReferenceScope::~TRK_ReferenceScope()
 void TRK_ReferenceTold::tellLost(const TRK_Collection &collection, const KIT_StringRef &path)
 {
     // It may evaluate, which is not this text's reading.
-    TRK_ReferenceListener *const listener = theTRKEvalThread.listener;
-    if (listener != nullptr) {
+    const TRK_ReferenceTold told;
+    if (told.myListener != nullptr) {
         theTRKEvalThread.listener = nullptr;
-        listener->pathLost(collection, path);
-        theTRKEvalThread.listener = listener;
+        told.myListener->pathLost(collection, path);
     }
 }
 

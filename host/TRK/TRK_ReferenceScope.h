@@ -4,7 +4,8 @@
 /// Vocabulary: *direct* = read by the evaluated text itself, not by what it reads in turn.
 /// Ownership:  a scope lives on the C++ stack and borrows its listener.
 /// Threads:    a scope is notified of evaluations of the thread that opened it only.
-/// Errors:     none. A name that doesn't exist is reported like one that does.
+/// Errors:     none. A name that doesn't exist is reported like one that does. What a listener throws ends
+///             the evaluation; the scope stays open.
 /// Cost:       without a scope a reference costs one check of a thread-local pointer.
 ///
 /// Only this finds names that are computed; for the literal ones in a text see

@@ -167,6 +167,7 @@ private:
         std::map<std::string, std::uint32_t> parms;
     };
     class Hub;
+    class Reading;
     class WholeNode;
     class CycleSearch;
 
@@ -182,6 +183,8 @@ private:
     void markReadersOf(NOD_Node &node);
     void markWatchers(const NOD_Node &node);
     template <class Call>
+    auto orBroken(const Call &call);
+    template <class Call>
     void mend(const Call &call);
     void flushUnlessInBatch();
     void flush();
@@ -193,6 +196,7 @@ private:
                         Hub &hub);
     void push(Hub &hub);
 
+    void rebuildAll(double time);
     void rebuildParm(NOD_Node &node, int parmIndex, ZEL_Parm &parm, double time);
     void clearReferences(ZEL_Parm &parm, int component);
     bool findTextReferences(const Reader &reader);
@@ -205,6 +209,7 @@ private:
     ZEL_ParmMicroNode *makeMicroNode(NOD_Node &node, ZEL_Parm &parm, int component);
     LNK_MicroNode *findWholeNode(const NOD_Node &node) const;
     void noteDirty(NOD_Node &node);
+    int updateDirty(double time);
     int updateNode(NOD_Node &node, double time);
     static std::string pathOf(const LNK_MicroNode &node);
 

@@ -129,6 +129,28 @@ struct LosingItems : Points
     std::string full;
 };
 
+/// Lists: items that a load lets go, and that what it notifies wants again.
+struct WantingItemsAgain : LosingItems
+{
+    WantingItemsAgain() { list->setEventHandler(this, react); }
+    static void react(void *data, TRK_CHANGE_TYPE, int parmIndex)
+    {
+        auto &self = *static_cast<WantingItemsAgain *>(data);
+        if (self.isArmed && parmIndex == 0) {
+            self.isArmed = false;
+            self.setCount(2);
+        }
+    }
+    bool run()
+    {
+        isArmed = false;
+        const bool isFull = load(full);
+        isArmed = true;
+        return load("{ version 0.8 points [ 0 ] ( 1 ) t [ 0 ] ( 1 2 3 ) }") && isFull;
+    }
+    bool isArmed = false;
+};
+
 /// Lists: made, and one that takes its place.
 struct ReplacingAList : Points
 {
@@ -405,6 +427,7 @@ std::string UsingPresets::theFolder, UsingPresets::theFirst;
 
 REFUSE_EACH(LoadingAList)
 REFUSE_EACH(LosingItems)
+REFUSE_EACH(WantingItemsAgain)
 REFUSE_EACH(ReplacingAList)
 REFUSE_EACH(MovingItems)
 REFUSE_EACH(ReplacingSpares)

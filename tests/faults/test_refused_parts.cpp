@@ -9,6 +9,7 @@
 #include <KIT/KIT_Ramp.h>
 #include <NOD/NOD_Graph.h>
 #include <TRK/TRK_FullKey.h>
+#include <TRK/TRK_ReferenceScope.h>
 #include <ZEL/ZEL_BatchList.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_FileMenu.h>
@@ -488,6 +489,71 @@ struct FollowingTheGraph
     std::unique_ptr<NOD_Graph> graph;
 };
 REFUSE_EACH(FollowingTheGraph)
+
+/// What a graph had no memory to do, its next update does.
+struct UpdatingTheGraph : FollowingTheGraph
+{
+    UpdatingTheGraph()
+    {
+        graph = std::make_unique<NOD_Graph>(*node);
+        graph->rebuild(0.0);
+        graph->update(0.0);
+        list->setFloat(2.0, "t", 1, 0.0, true);
+    }
+    bool run()
+    {
+        graph->update(0.0);
+        return true;
+    }
+    std::string text(Texts texts)
+    {
+        std::string dirty;
+        for (int i = 0; i < list->getEntries(); ++i) {
+            for (int k = 0; k < list->getParmPtr(i)->getVectorSize(); ++k) {
+                dirty += list->parmMicroNode(i, k)->requiresUpdate() ? "d" : "-";
+            }
+        }
+        return dirty + textOf(*list, texts);
+    }
+};
+REFUSE_EACH(UpdatingTheGraph)
+
+/// Who listens to references may have no memory for one, and still hears of the next.
+struct ListeningToReferences : MultiList, TRK_ReferenceListener
+{
+    ListeningToReferences()
+    {
+        top.add(ZEL_FLT, 3, "n");
+        buildTop();
+        animate("n", "ch(\"n2\") + ch(\"../a/way/that/leads/nowhere\") + ch(\"n3\")", 0);
+    }
+    bool run()
+    {
+        told.clear();
+        value = list->evalFloat("n", 0, 0.0);
+        return true;
+    }
+    void referenceRead(const TRK_Collection &, const KIT_StringRef &name) override
+    {
+        told.push_back(name.nonNullStr() + std::string(" read, in a text of a certain length"));
+    }
+    void pathLost(const TRK_Collection &, const KIT_StringRef &path) override
+    {
+        told.push_back(path.nonNullStr() + std::string(" lost"));
+    }
+    std::string text(Texts)
+    {
+        std::string all;
+        for (const std::string &each : told) {
+            all += each + ";";
+        }
+        return all + std::to_string(value);
+    }
+    std::vector<std::string> told;
+    double value = 0.0;
+    TRK_ReferenceScope scope{*this};
+};
+REFUSE_EACH(ListeningToReferences)
 
 struct ConvertingARamp : MultiList
 {

@@ -2,12 +2,14 @@
 
 #include "MultiList.h"
 
+#include <KIT/KIT_Color.h>
 #include <TRK/TRK_Segment.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
 #include <set>
+#include <sstream>
 #include <tuple>
 
 namespace
@@ -102,6 +104,75 @@ struct LoadedList : MultiList
     }
     Block inner[2], others;
     TokenOwner owner;
+};
+
+/// A block of all that items have, and one of which an item that is made wants items of the first.
+struct StayingList : MultiList
+{
+    explicit StayingList(int wanted)
+    {
+        inner.add(ZEL_FLT, 1, "x#_#");
+        items.add(ZEL_XYZ, 3, "v#");
+        items.add(ZEL_STRING, 1, "s#");
+        items.addMulti(ZEL_MULTITYPE_LIST, "w#", inner.templates(), 1.0);
+        items.addMulti(ZEL_MULTITYPE_RAMP_FLT, "g#", nullptr, 2.0);
+        others.add(ZEL_FLT, 1, "z#");
+        top.addMulti(ZEL_MULTITYPE_LIST, "a", items.templates(), 1.0);
+        top.addMulti(ZEL_MULTITYPE_LIST, "b", others.templates());
+        hooked.created = [this, wanted](const KIT_ValArray<ZEL_Parm *> &parms) {
+            if (parms[0]->getToken() == std::string("z1")) {
+                setCount(wanted, "a");
+            }
+        };
+        buildTop(&hooked);
+    }
+    ~StayingList() { list.reset(); }
+    void fill(unsigned seed)
+    {
+        std::mt19937 random(seed);
+        setCount(random() % 5, "a");
+        for (int i = 1; i <= numItems("a"); ++i) {
+            setCount(random() % 4, ("w" + std::to_string(i)).c_str());
+            setCount(random() % 5, ("g" + std::to_string(i)).c_str());
+        }
+        load("{ version 0.8 pt1 [ 0 zellabel=\"Another\" ] ( 1 ) }");
+        for (int i = 0; i < list->getEntries(); ++i) {
+            ZEL_Parm &parm = *list->getParmPtr(i);
+            const unsigned what = random();
+            if (parm.isMultiParm() || !parm.getMultiParmOwner()) {
+                continue;
+            }
+            ZEL_Instance &instance = *parm.getInstance();
+            parm.setValue(0.0, int(what % 7), false, 0, ZEL_ADDKEY_PENDING, false);
+            if (what & 1u) {
+                parm.setExpression(0.0, "1 + 2", TRK_LANGUAGE_NATIVE, 0, false, false, false);
+                list->setChannelAlias(&parm, 0, ("alias" + std::to_string(i)).c_str());
+            }
+            if (what & 2u) {
+                instance.setAutoScopedFlag(0, !instance.getAutoScopedFlag(0));
+                instance.setAutoSelectFlag(0, !instance.getAutoSelectFlag(0));
+                instance.setChannelCustomColor(0, KIT_Color(1.0f, 0.5f, 0.0f));
+            }
+            if (what & 8u) {
+                instance.overwriteDefault(0.0, 0);
+            }
+            parm.setLockedFlag(0, (what & 4u) != 0);
+        }
+    }
+    std::string state()
+    {
+        std::ostringstream os;
+        for (int i = 0; i < list->getEntries(); ++i) {
+            list->evalFloat(list->getParmPtr(i)->getToken(), 0, 0.0); // surplus items leave
+        }
+        const ScopedSetting sorted(KIT_ENV_SORTED_SAVE, 1);
+        list->save(os, false, false);
+        list->saveChannelAliases(os, false);
+        const ZEL_Parm *const first = list->getParmPtr("pt1");
+        return os.str() + (first ? first->getLabel() : "");
+    }
+    Block inner, others;
+    HookedOwner hooked;
 };
 
 } // namespace
@@ -437,6 +508,41 @@ TEST(MultiLoad, OneStreamIsAsGoodAsOneForEachEntry)
     }
     EXPECT_GT(removals, theSteps / 2);
     EXPECT_GT(both, theSteps / 3);
+}
+
+TEST(MultiLoad, ItemsThatAreWantedAgainAreAsNew)
+{
+    constexpr int theSteps = 300;
+    std::mt19937 random(1);
+    const auto below = [&](int count) { return int(random() % unsigned(count)); };
+    const auto entry = [](const std::string &name, int value) {
+        return name + " [ 0 ] ( " + std::to_string(value) + " ) ";
+    };
+    const auto stream = [](const std::string &text) { return "{ version 0.8 " + text + "}"; };
+    int stayed = 0;
+    for (int step = 0; step < theSteps; ++step) {
+        const int wanted = 1 + below(4);
+        const std::string counts[] = {entry("a", below(3)), entry("b", 1)};
+        std::string values;
+        for (const char *const name : {"pt", "w", "g", "x#_", "s"}) {
+            std::string token = name;
+            std::replace(token.begin(), token.end(), '#', char('1' + below(wanted)));
+            values += below(3) ? "" : entry(token + char('1' + below(wanted)), below(5));
+        }
+        const unsigned seed = random();
+        StayingList inOne(wanted), inThree(wanted);
+        inOne.fill(seed);
+        inThree.fill(seed);
+        const int before = inOne.numItems("a");
+        ASSERT_EQ(inOne.state(), inThree.state());
+        inOne.load(stream(counts[0] + counts[1] + values));
+        inThree.load(stream(counts[0]));
+        inThree.load(stream(counts[1]));
+        inThree.load(stream(values));
+        ASSERT_EQ(inOne.state(), inThree.state()) << step << ": " << counts[0] << values;
+        stayed += before > 2 && wanted > 2;
+    }
+    EXPECT_GT(stayed, theSteps / 10);
 }
 
 TEST(MultiLoad, AStreamFindsTheBlockThatTheListFinds)

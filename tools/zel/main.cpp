@@ -5,6 +5,7 @@
 #include "ZELT_Terminal.h"
 
 #include <BAS/BAS_Allocate.h>
+#include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <SNK/SNK_Python.h>
 #include <TOK/TOK_TokenStream.h>
@@ -30,6 +31,8 @@ int run(int argc, char **argv)
         return *ended;
     }
     messages.setJson(line.getOptions().json);
+    KIT_EnvControl::readEnvironment();
+    messages.takeErrors("");
     SNKsetPythonEnabled(!line.getOptions().noScripts);
     TOK_TokenStream::setAllIncludesConfined(line.getOptions().noScripts);
     const int result = line.run(messages);

@@ -2,13 +2,13 @@
 
 #include <NOD/NOD_Graph.h>
 #include <NOD/tree/NOD_ConditionPlanPrivate.h>
+#include <NOD/tree/NOD_GraphScopesPrivate.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <NOD/tree/NOD_LostReferencesPrivate.h>
 #include <NOD/tree/NOD_WholeNodePrivate.h>
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_String.h>
-#include <TRK/TRK_ReferenceScope.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_Multi.h>
@@ -311,14 +311,8 @@ bool NOD_Conditions::evaluateExpressions(NOD_Node &node, NodeState &state, int n
     const NOD_Graph::Reader reader{&node, nullptr, number, &own};
     own.clearInputs();
     myGraph->myLost->forget(node, NOD_GraphReader::tokenOfCondition(number));
-    const NOD_Graph::Reader outer = std::exchange(myGraph->myReader, reader);
-    bool holdsFlag = false;
-    {
-        const TRK_ReferenceScope scope(*myGraph);
-        holdsFlag = test.eval(parm, node.getParms(), nullptr);
-    }
-    myGraph->myReader = outer;
-    return holdsFlag;
+    const NOD_Graph::Reading reading(*myGraph, reader);
+    return test.eval(parm, node.getParms(), nullptr);
 }
 
 // ---------------------------------------------------------------------- //

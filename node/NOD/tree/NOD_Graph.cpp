@@ -2,6 +2,7 @@
 
 #include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Conditions.h>
+#include <NOD/tree/NOD_GraphScopesPrivate.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <NOD/tree/NOD_LostReferencesPrivate.h>
 #include <NOD/tree/NOD_WholeNodePrivate.h>
@@ -357,12 +358,7 @@ void NOD_Graph::flushUnlessInBatch()
 
 void NOD_Graph::settle()
 {
-    try {
-        flush();
-    } catch (const std::bad_alloc &) {
-        myBrokenFlag = true;
-        throw;
-    }
+    orBroken([&] { flush(); });
 }
 
 void NOD_Graph::flush()
@@ -531,11 +527,16 @@ void NOD_Graph::noteDirty(NOD_Node &node)
 
 int NOD_Graph::update(double time)
 {
-    int count = 0;
     if (!myRoot) {
-        return count;
+        return 0;
     }
     settle();
+    return orBroken([&] { return updateDirty(time); });
+}
+
+int NOD_Graph::updateDirty(double time)
+{
+    int count = 0;
     const ZEL_AutoBlockErrors block(BASgetSTID());
     const ZEL_Multi::KeepItems keep;
     const Collecting collecting(myDepth);

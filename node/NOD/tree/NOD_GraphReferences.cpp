@@ -3,6 +3,7 @@
 #include <NOD/NOD_Graph.h>
 
 #include <NOD/NOD_Conditions.h>
+#include <NOD/tree/NOD_GraphScopesPrivate.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <NOD/tree/NOD_LostReferencesPrivate.h>
 #include <NOD/tree/NOD_WholeNodePrivate.h>
@@ -71,9 +72,13 @@ ZEL_ParmMicroNode *NOD_Graph::makeMicroNode(NOD_Node &node, ZEL_Parm &parm, int 
 
 void NOD_Graph::rebuild(double time)
 {
-    if (!myRoot) {
-        return;
+    if (myRoot) {
+        orBroken([&] { rebuildAll(time); });
     }
+}
+
+void NOD_Graph::rebuildAll(double time)
+{
     myPending.clear();
     myPendingPlaces.clear();
     myLost->clear();
@@ -93,11 +98,13 @@ void NOD_Graph::rebuild(NOD_Node &node, int parmIndex, double time)
 {
     const ZEL_AutoBlockErrors block(BASgetSTID());
     const ZEL_Multi::KeepItems keep;
-    if (ZEL_Parm *parm = node.getParms().getParmPtr(parmIndex)) {
-        rebuildParm(node, parmIndex, *parm, time);
-    } else if (parmIndex < 0) {
-        NODforEachParm(node, [&](int i, ZEL_Parm &each) { rebuildParm(node, i, each, time); });
-    }
+    orBroken([&] {
+        if (ZEL_Parm *parm = node.getParms().getParmPtr(parmIndex)) {
+            rebuildParm(node, parmIndex, *parm, time);
+        } else if (parmIndex < 0) {
+            NODforEachParm(node, [&](int i, ZEL_Parm &each) { rebuildParm(node, i, each, time); });
+        }
+    });
 }
 
 void NOD_Graph::rebuildParm(NOD_Node &node, int parmIndex, ZEL_Parm &parm, double time)
@@ -192,21 +199,16 @@ void NOD_Graph::evaluate(const Reader &reader, double time)
     if (parm.isMultiParm() || parm.getType().isDataType()) {
         return;
     }
-    const Reader outer = myReader;
-    myReader = reader;
-    {
-        const TRK_ReferenceScope scope(*this);
-        const int thread = BASgetSTID();
-        if (parm.getType().isStringType()) {
-            constexpr bool expand = true;
-            KIT_String value;
-            parm.getValue(time, value, reader.component, expand, thread);
-        } else {
-            double value = 0.0;
-            parm.getValue(time, value, reader.component, thread);
-        }
+    const Reading reading(*this, reader);
+    const int thread = BASgetSTID();
+    if (parm.getType().isStringType()) {
+        constexpr bool expand = true;
+        KIT_String value;
+        parm.getValue(time, value, reader.component, expand, thread);
+    } else {
+        double value = 0.0;
+        parm.getValue(time, value, reader.component, thread);
     }
-    myReader = outer;
 }
 
 // ---------------------------------------------------------------------- //

@@ -5,12 +5,18 @@
 #include "ZELT_Script.h"
 
 #include <KIT/KIT_MessageCatalogue.h>
+#include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmTypes.h>
+#include <ZEL/ZEL_ScriptGroup.h>
+#include <ZEL/ZEL_ScriptPage.h>
+#include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
 #include <iostream>
+#include <unordered_map>
 
 namespace
 {
@@ -20,24 +26,97 @@ struct Call
     std::vector<std::string> files;
 };
 
-/// Tells the names that the text form of streams can't hold; in a block, those of its first item.
-void tellNames(const ZEL_Template *from, bool blockFlag, const std::string &file,
-               ZELT_Messages &messages)
+/// Tells the names of a script's parameters that can't be used everywhere; in a block, those of its first
+/// item.
+class NameCheck
 {
-    for (const ZEL_Template *at = from; at && !at->isTerminator(); ++at) {
-        std::string name = at->getToken();
-        if (blockFlag) {
-            std::replace(name.begin(), name.end(), '#', '1');
-        }
-        if (at->getType().getBasicType() != ZEL_Type::ZEL_BASIC_NONE &&
-            !ZEL_ParmList::isTextName(KIT_StringRef(name.c_str()))) {
-            messages.add(KIT_ERROR_WARNING, ZEL_ERROR_CATEGORY, ZEL_ERR_TEXT_NAME, file, 0,
-                         KITformatMessage(ZEL_ERROR_CATEGORY, ZEL_ERR_TEXT_NAME, name.c_str()));
-        }
-        if (at->isMultiType() && !at->isRampType()) {
-            tellNames(at->getMultiParmTemplate(), true, file, messages);
+public:
+    NameCheck(const NOD_Interface &script, const std::string &file, ZELT_Messages &messages)
+        : myFile(file), myMessages(messages)
+    {
+        collect(*script.getPage());
+        constexpr bool blockFlag = false;
+        tell(script.getTemplates(), blockFlag);
+    }
+
+private:
+    void collect(const ZEL_ScriptPage &page);
+    void tell(const ZEL_Template *from, bool blockFlag);
+    void tell(const ZEL_Template &at, int code, const std::string &name);
+
+    const std::string &myFile;
+    ZELT_Messages &myMessages;
+    std::unordered_map<const ZEL_Name *, const ZEL_ScriptParm *> myParms;
+};
+
+void NameCheck::collect(const ZEL_ScriptPage &page)
+{
+    for (int i = 0; i < page.getParmEntries(); ++i) {
+        const ZEL_ScriptParm &parm = *page.getParm(i);
+        myParms[&parm.getName()] = &parm;
+        const ZEL_ScriptGroup *const group = parm.getGroup();
+        for (int k = 0; group && k < group->getPageCount(); ++k) {
+            collect(*group->getPage(k));
         }
     }
+}
+
+std::string itemName(const char *name, bool blockFlag)
+{
+    std::string text = name;
+    if (blockFlag) {
+        std::replace(text.begin(), text.end(), '#', '1');
+    }
+    return text;
+}
+
+bool isExpression(const ZEL_Template &one, const ZEL_Default &value)
+{
+    const ZEL_Type &type = one.getType();
+    return type.isStringType()
+               ? ZEL_Parm::isStringExpression(value.getString(), value.getStringMeaning(), &one)
+           : type.isOrdinalType() ? ZEL_Parm::isOrdinalExpression(value, &one)
+                                  : type.isFloatType() && *value.getString();
+}
+
+/// Whether a component has an expression that no channel can hold.
+bool hasNoChannel(const ZEL_Template &one, bool blockFlag)
+{
+    const ZEL_Default *const defaults = one.isSwitcher() ? nullptr : one.getFactoryDefaults();
+    for (int i = 0; defaults && i < one.getVectorSize(); ++i) {
+        const std::string name = itemName(one.getChannelToken(i).nonNullStr(), blockFlag);
+        if (!TRK_Collection::isValidChannelName(name.c_str()) && isExpression(one, defaults[i])) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void NameCheck::tell(const ZEL_Template *from, bool blockFlag)
+{
+    for (const ZEL_Template *at = from; at && !at->isTerminator(); ++at) {
+        const std::string name = itemName(at->getToken(), blockFlag);
+        if (at->getType().getBasicType() != ZEL_Type::ZEL_BASIC_NONE &&
+            !ZEL_ParmList::isTextName(KIT_StringRef(name.c_str()))) {
+            tell(*at, ZEL_ERR_TEXT_NAME, name);
+        }
+        if (hasNoChannel(*at, blockFlag)) {
+            tell(*at, ZEL_ERR_CHANNEL_NAME, name);
+        }
+        if (at->isMultiType() && !at->isRampType()) {
+            tell(at->getMultiParmTemplate(), true);
+        }
+    }
+}
+
+void NameCheck::tell(const ZEL_Template &at, int code, const std::string &name)
+{
+    const auto found = myParms.find(at.getNamePtr());
+    const ZEL_ScriptParm *const parm = found == myParms.end() ? nullptr : found->second;
+    const bool placedFlag = parm && parm->getLine() > 0;
+    myMessages.add(KIT_ERROR_WARNING, ZEL_ERROR_CATEGORY, code,
+                   placedFlag ? parm->getFile().c_str() : myFile, placedFlag ? parm->getLine() : 0,
+                   KITformatMessage(ZEL_ERROR_CATEGORY, code, name.c_str()));
 }
 
 int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
@@ -49,7 +128,7 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         ZELT_ScriptPtr script = ZELTloadScript(file, messages);
         good = good && script;
         if (script) {
-            tellNames(script->getTemplates(), false, file, messages);
+            const NameCheck names(*script, file, messages);
         }
         if (options.json) {
             ZELT_Json result;
