@@ -38,7 +38,8 @@ bool isSavedAsText(const ZEL_Parm &parm)
     return parm.getType().isOrdinalType();
 }
 
-std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm)
+std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm,
+                                                   NOD_ChannelTaker &channels)
 {
     std::shared_ptr<NOD_ParmMemory::Rare> rare;
     const auto get = [&]() -> NOD_ParmMemory::Rare & {
@@ -48,9 +49,9 @@ std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm)
     for (int k = 0; k < parm.getVectorSize(); ++k) {
         if (const TRK_Channel *const channel = parm.getChannel(k)) {
             get().links.emplace_back(k, channel->getName());
-            TRK_Channel *const copy = get().channels.addChannel(channel->getName());
-            NODcopyChannel(*channel, *copy);
-            get().channels.setChannelAlias(copy, channel->getAlias());
+            if (!NODfindChannel(get().channels, channel->getName())) {
+                get().channels.push_back(channels.take(*channel));
+            }
         }
         if (parm.getChannelAlias(k) != parm.getChannelToken(k)) {
             get().aliases.emplace_back(k, parm.getChannelAlias(k));
@@ -60,19 +61,6 @@ std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm)
         }
     }
     return rare;
-}
-
-std::string textOf(const TRK_Channel &channel)
-{
-    TRK_Collection alone;
-    TRK_Channel *const copy = alone.addChannel(channel.getName());
-    NODcopyChannel(channel, *copy);
-    alone.setChannelAlias(copy, channel.getAlias());
-    std::ostringstream os;
-    if (!alone.save(os) || !os) {
-        throw std::bad_alloc();
-    }
-    return os.str();
 }
 
 bool isSameRare(const NOD_ParmMemory::Rare *a, const NOD_ParmMemory::Rare *b)
@@ -119,27 +107,6 @@ void readPending(const ZEL_Parm &parm)
 
 } // namespace
 
-void NODcopyChannel(const TRK_Channel &from, TRK_Channel &to)
-{
-    to.copyContents(from);
-    to.setLocked(from.getLocked());
-    to.setScope(from.getScope());
-}
-
-bool NODhasSameChannels(const TRK_Collection &a, const TRK_Collection &b)
-{
-    if (a.entries() != b.entries()) {
-        return false;
-    }
-    for (int i = 0; i < a.entries(); ++i) {
-        const TRK_Channel *const other = b.getChannel(a.getChannel(i)->getName());
-        if (!other || textOf(*a.getChannel(i)) != textOf(*other)) {
-            return false;
-        }
-    }
-    return true;
-}
-
 // ---------------------------------------------------------------------- //
 // Taking and comparing
 // ---------------------------------------------------------------------- //
@@ -153,7 +120,7 @@ NOD_ParmMemory NOD_ParmTaker::take(const ZEL_Parm &parm)
     state.basicType = int(parm.getType().getBasicType());
     state.blockDepth = blockDepthOf(parm);
     state.masks = masksOf(parm);
-    state.rare = rareOf(parm);
+    state.rare = rareOf(parm, myChannels);
     if (parm.getType().isDataType()) {
         parm.saveUndoData(state.items);
         return state;
@@ -178,9 +145,9 @@ bool NOD_ParmMemory::isSame(const NOD_ParmMemory &other) const
 
 bool NOD_ParmMemory::hasSameChannels(const NOD_ParmMemory &other) const
 {
-    return rare && other.rare ? NODhasSameChannels(rare->channels, other.rare->channels)
-                              : (!rare || rare->channels.entries() == 0) &&
-                                    (!other.rare || other.rare->channels.entries() == 0);
+    static const NOD_ChannelMemories theNone;
+    return NODhasSameChannels(rare ? rare->channels : theNone,
+                              other.rare ? other.rare->channels : theNone);
 }
 
 std::int64_t NOD_ParmMemory::getMemoryUsage() const
@@ -191,7 +158,7 @@ std::int64_t NOD_ParmMemory::getMemoryUsage() const
         const std::size_t texts = rare->links.capacity() + rare->aliases.capacity();
         bytes += std::int64_t(sizeof(*rare) + texts * sizeof(rare->links[0]) +
                               rare->colors.capacity() * sizeof(rare->colors[0]));
-        bytes += rare->channels.getMemoryUsage(false);
+        bytes += NODmemoryOf(rare->channels);
     }
     return bytes;
 }
@@ -258,13 +225,13 @@ void NOD_ParmMemory::restoreChannels(ZEL_Parm &parm, const NOD_ParmMemory &prese
             parm.getInstance()->removeChannel(k);
         }
     }
-    for (int i = 0; rare && i < rare->channels.entries(); ++i) {
-        const TRK_Channel &kept = *rare->channels.getChannel(i);
-        const TRK_Channel *const now =
-            present.rare ? present.rare->channels.getChannel(kept.getName()) : nullptr;
-        TRK_Channel *const channel = collection->addChannel(kept.getName());
-        if (channel && (!now || textOf(*now) != textOf(kept))) {
-            NODcopyChannel(kept, *channel);
+    for (std::size_t i = 0; rare && i < rare->channels.size(); ++i) {
+        const NOD_ChannelMemory &kept = rare->channels[i];
+        const NOD_ChannelMemory *const now =
+            present.rare ? NODfindChannel(present.rare->channels, kept.name) : nullptr;
+        TRK_Channel *const channel = collection->addChannel(kept.name);
+        if (channel && (!now || !(*now == kept))) {
+            kept.contents->restore(*channel);
         }
     }
 }
@@ -351,11 +318,11 @@ bool NOD_ParmMemory::restoreAliases(ZEL_Parm &parm) const
         }
     }
     TRK_Collection *const collection = parm.getChannelGroupPtr();
-    for (int i = 0; collection && i < rare->channels.entries(); ++i) {
-        const TRK_Channel &kept = *rare->channels.getChannel(i);
-        TRK_Channel *const channel = collection->getChannel(kept.getName());
-        if (channel && channel->getAlias() != kept.getAlias()) {
-            collection->setChannelAlias(channel, kept.getAlias());
+    for (std::size_t i = 0; collection && i < rare->channels.size(); ++i) {
+        const NOD_ChannelMemory &kept = rare->channels[i];
+        TRK_Channel *const channel = collection->getChannel(kept.name);
+        if (channel && channel->getAlias() != kept.alias) {
+            collection->setChannelAlias(channel, kept.alias);
         }
     }
     return !rare->aliases.empty();

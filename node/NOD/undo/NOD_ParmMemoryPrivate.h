@@ -10,7 +10,7 @@
 
 #include <KIT/KIT_Color.h>
 #include <KIT/KIT_StringHolder.h>
-#include <TRK/TRK_Collection.h>
+#include <NOD/undo/NOD_ChannelMemoryPrivate.h>
 
 #include <cstdint>
 #include <memory>
@@ -30,7 +30,7 @@ struct NOD_ParmMemory
         std::vector<std::pair<int, KIT_StringHolder>> links;
         std::vector<std::pair<int, KIT_StringHolder>> aliases;
         std::vector<std::pair<int, KIT_Color>> colors;
-        TRK_Collection channels; ///< copies, under their names
+        NOD_ChannelMemories channels;
     };
     struct Masks
     {
@@ -77,13 +77,11 @@ private:
 class NOD_ParmTaker
 {
 public:
+    explicit NOD_ParmTaker(NOD_ChannelTaker &channels) : myChannels(channels) {}
+
     NOD_ParmMemory take(const ZEL_Parm &parm);
 
 private:
+    NOD_ChannelTaker &myChannels;
     std::ostringstream myStream;
 };
-
-/// A channel as another one of the same name has it, its marks included, but for the alias.
-void NODcopyChannel(const TRK_Channel &from, TRK_Channel &to);
-/// Whether both collections have the same channels, however they are ordered.
-bool NODhasSameChannels(const TRK_Collection &a, const TRK_Collection &b);
