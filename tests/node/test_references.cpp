@@ -66,12 +66,12 @@ struct Program : SceneEdits
         }
         case 4: {
             std::ostringstream os;
-            anyNode().getParms().save(os, below(2), false);
+            const bool binary = below(2) == 0;
+            anyNode().getParms().save(os, binary, false);
             const std::string bytes = os.str();
             KIT_IStream is(bytes.data(), bytes.size(),
-                           bytes[0] == 'c' || bytes[0] == '{' ? KIT_IStream::TEXT
-                                                              : KIT_IStream::BINARY);
-            list.load(is);
+                           binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+            list.load(is, nullptr, nullptr);
             break;
         }
         case 5: {

@@ -3,6 +3,8 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_String.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_Data.h>
 #include <ZEL/ZEL_Multi.h>
