@@ -57,9 +57,9 @@ public:
     /// changed.
     std::vector<Change> rewrite(const Announce &announce = {});
 
-    /// Of the node, those of each parameter once.
-    void forEachPath(const NOD_Node &node,
-                     const std::function<void(const std::string &path)> &call) const;
+    /// What was taken of a node: the paths of each parameter, each once.
+    using PathCall = std::function<void(const KIT_StringHolder &token, const std::string &path)>;
+    void forEachPath(const NOD_Node &node, const PathCall &call) const;
 
 private:
     struct Reference

@@ -110,7 +110,8 @@ void NOD_ReferenceIndex::read(NOD_Node &node)
     const NOD_References references({&node}, [](NOD_Node &, const std::string &) {
         return static_cast<NOD_Node *>(nullptr); // where they lead is asked later
     });
-    references.forEachPath(node, [&](const std::string &path) { paths.insert(path); });
+    references.forEachPath(
+        node, [&](const KIT_StringHolder &, const std::string &path) { paths.insert(path); });
     if (paths.empty()) {
         return;
     }

@@ -152,8 +152,9 @@ NOD_References::NOD_References(NOD_Node &root, Resolve resolve) : myResolve(std:
 }
 
 NOD_References::NOD_References(const std::vector<NOD_Node *> &nodes)
-    : NOD_References(
-          nodes, [](NOD_Node &node, const std::string &path) { return node.findNode(path.c_str()); })
+    : NOD_References(nodes, [](NOD_Node &node, const std::string &path) {
+          return node.findNode(path.c_str());
+      })
 {}
 
 NOD_References::NOD_References(const std::vector<NOD_Node *> &nodes, Resolve resolve)
@@ -331,13 +332,12 @@ int NOD_References::countLost(NOD_Node &node, ZEL_Parm &parm, const Paths &forme
     }));
 }
 
-void NOD_References::forEachPath(const NOD_Node &node,
-                                 const std::function<void(const std::string &path)> &call) const
+void NOD_References::forEachPath(const NOD_Node &node, const PathCall &call) const
 {
     const auto all = myPaths.find(&node);
     for (std::size_t i = 0; all != myPaths.end() && i < all->second.size(); ++i) {
         for (const Reference &reference : all->second[i].paths) {
-            call(reference.path);
+            call(all->second[i].token, reference.path);
         }
     }
 }
