@@ -325,9 +325,8 @@ void undo_blocks(benchmark::State &state)
     NOD_Report report;
     for (int i = 0; i < count; ++i) {
         const std::string name = "b" + std::to_string(i) + "_";
-        builder.block(name, "Block", [&](NOD_InterfaceBuilder &items) {
-            items.add(ZEL_FLT, name + "v#");
-        });
+        builder.block(name, "Block",
+                      [&](NOD_InterfaceBuilder &items) { items.add(ZEL_FLT, name + "v#"); });
     }
     NOD_Scene scene;
     NOD_Node *const node = scene.add("/blocks", builder.make(report), report);

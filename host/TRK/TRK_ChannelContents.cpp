@@ -17,8 +17,8 @@ struct TRK_ChannelContents::Key
 
     static Numbers numbersOf(const TRK_Segment &segment)
     {
-        return {segment.getStart(),           segment.getInValue(),  segment.getInSlope(),
-                segment.getInAcceleration(),  segment.getOutValue(), segment.getOutSlope(),
+        return {segment.getStart(),          segment.getInValue(),  segment.getInSlope(),
+                segment.getInAcceleration(), segment.getOutValue(), segment.getOutSlope(),
                 segment.getOutAcceleration()};
     }
     bool holds(const TRK_Segment &segment) const
@@ -33,8 +33,7 @@ struct TRK_ChannelContents::Key
     /// What is saved of it; a curve's text is its word, however it was written.
     bool isSame(const Key &other, bool lastFlag) const
     {
-        return hasSameBits(other.numbers,
-                           lastFlag ? theNumIn : std::tuple_size_v<Numbers>) &&
+        return hasSameBits(other.numbers, lastFlag ? theNumIn : std::tuple_size_v<Numbers>) &&
                language == other.language && interpolator == other.interpolator &&
                (interpolator != TRK_INTERP_EXPRESSION || text == other.text);
     }

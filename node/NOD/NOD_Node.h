@@ -288,10 +288,10 @@ private:
     void appendPath(KIT_WorkBuffer &path) const;
 
     NOD_Node *myParent = nullptr;
-    NOD_Graph *myGraph = nullptr;    ///< of the root only
-    NOD_UndoStack *myUndo = nullptr; ///< the same
+    NOD_Graph *myGraph = nullptr;               ///< of the root only
+    NOD_UndoStack *myUndo = nullptr;            ///< the same
     NOD_ReferenceIndex *myReferences = nullptr; ///< the same
-    NOD_NodeMaker myMaker;           ///< the same
+    NOD_NodeMaker myMaker;                      ///< the same
     std::string myName;
     std::map<std::string, std::string> myVariables;
     std::shared_ptr<const ChangeCallback> myChangeCallback;

@@ -443,9 +443,11 @@ TEST_F(Channels, ContentsComeBackAndShareWhatStays)
         case 6: channel->setKeyValue(1.0, time, false, false, false); break;
         default: channel->setKeyValue(time, time + 0.5, false, true, false);
         }
-        const TRK_ChannelContents *const last = states.empty() ? nullptr : states.back().first.get();
+        const TRK_ChannelContents *const last =
+            states.empty() ? nullptr : states.back().first.get();
         states.emplace_back(std::make_unique<TRK_ChannelContents>(*channel, last), saved(*channel));
-        const bool sameFlag = step > 0 && states[std::size_t(step) - 1].second == states.back().second;
+        const bool sameFlag =
+            step > 0 && states[std::size_t(step) - 1].second == states.back().second;
         ASSERT_EQ(step > 0 && states.back().first->isSame(*last), sameFlag) << step;
     }
     std::int64_t bytes = 0;

@@ -228,7 +228,16 @@ TEST(References, NoneIsMissed)
             }
             switch (program.below(8)) {
             case 0: program.edit(); break;
-            case 1: program.below(2) ? program.undo().undo() : program.undo().redo(); break;
+            case 1:
+                NOD_Edit(program.scene, "v")
+                    .expression(program.anyNode(), "v", "ch('" + program.anyReference() + "/v')");
+                break;
+            case 2: // of more than the last change of the tree
+                for (int more = program.below(4); more >= 0; --more) {
+                    program.undo().undo();
+                }
+                break;
+            case 3: program.undo().redo(); break;
             default: program.editQuietly(program.anyNode());
             }
             program.changeTree();

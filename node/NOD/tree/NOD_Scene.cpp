@@ -52,7 +52,8 @@ bool canName(const NOD_Node &parent, const NOD_Node *self, const std::string &na
 
 NOD_Scene::NOD_Scene()
     : myRoot(std::make_unique<NOD_Node>()),
-      myReferences(std::make_unique<NOD_ReferenceIndex>(*myRoot)), myGraph(std::make_unique<NOD_Graph>(*myRoot)),
+      myReferences(std::make_unique<NOD_ReferenceIndex>(*myRoot)),
+      myGraph(std::make_unique<NOD_Graph>(*myRoot)),
       myConditions(std::make_unique<NOD_Conditions>(*myGraph)),
       myUndo(std::make_unique<NOD_UndoStack>(*myRoot, NOD_UndoStack::theUsualMost,
                                              NOD_UndoStack::theUsualBytes, this))

@@ -131,7 +131,8 @@ bool NOD_NodeParts::isSame(const OtherChannels &a, const OtherChannels &b)
 std::int64_t NOD_NodeParts::getMemoryUsage(const Structure &structure, const Texts &texts,
                                            const OtherChannels &channels)
 {
-    std::int64_t bytes = channels ? std::int64_t(sizeof(*channels)) + NODmemoryOf(channels->channels) : 0;
+    std::int64_t bytes =
+        channels ? std::int64_t(sizeof(*channels)) + NODmemoryOf(channels->channels) : 0;
     if (structure) {
         bytes += std::int64_t(sizeof(*structure) + structure->plainType.capacity());
         bytes +=

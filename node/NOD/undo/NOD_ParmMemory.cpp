@@ -40,8 +40,7 @@ bool isSavedAsText(const ZEL_Parm &parm)
     return parm.getType().isOrdinalType();
 }
 
-std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm,
-                                                   NOD_ChannelTaker &channels)
+std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm, NOD_ChannelTaker &channels)
 {
     std::shared_ptr<NOD_ParmMemory::Rare> rare;
     const auto get = [&]() -> NOD_ParmMemory::Rare & {
