@@ -423,6 +423,9 @@ TEST_F(Channels, ContentsComeBackAndShareWhatStays)
     const auto saved = [](TRK_Channel &channel) {
         std::ostringstream os;
         channel.getCollection()->save(os);
+        for (const double time : {17.25, 151.5, 286.75}) {
+            os << channel.getCollection()->evaluate(&channel, time, false, theThread) << ' ';
+        }
         return os.str();
     };
     TRK_Channel *const channel = make("c", "linear()");
@@ -437,7 +440,13 @@ TEST_F(Channels, ContentsComeBackAndShareWhatStays)
         case 0: channel->setKeyValue(double(random() % 100), step, false, true, false); break;
         case 1: channel->removeKey(time); break;
         case 2: channel->changeExpression(time, "$F * 2", TRK_LANGUAGE_NATIVE, false); break;
-        case 3: channel->getExpressionSegment(time)->setInSlope(time, false); break;
+        case 3: {
+            TRK_Segment *const segment = channel->getExpressionSegment(time);
+            segment->setInSlope(time, false);
+            segment->setOutSlope(time * 2, false);
+            segment->setOutAcceleration(time * 3, false);
+            break;
+        }
         case 4: channel->setDefaultString("ch('x')", TRK_LANGUAGE_PYTHON); break;
         case 5: channel->setLocked(random() % 2 == 0); break;
         case 6: channel->setKeyValue(1.0, time, false, false, false); break;

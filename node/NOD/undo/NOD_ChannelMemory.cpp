@@ -34,20 +34,41 @@ std::int64_t NODmemoryOf(const NOD_ChannelMemories &channels)
     return bytes;
 }
 
-NOD_ChannelMemory NOD_ChannelTaker::take(const TRK_Channel &channel)
+NOD_ChannelTaker::Contents NOD_ChannelTaker::lastOf(const TRK_Channel &channel) const
 {
-    std::weak_ptr<const TRK_ChannelContents> &last = myLast[&channel];
-    const std::shared_ptr<const TRK_ChannelContents> former = last.lock();
-    NOD_ChannelMemory taken{channel.getName(), channel.getAlias(),
-                            std::make_shared<TRK_ChannelContents>(channel, former.get())};
-    if (!taken.contents->isShared()) {
-        last = taken.contents;
-    }
+    const auto last = myLast.find(&channel);
+    return last == myLast.end() ? nullptr : last->second.lock();
+}
+
+void NOD_ChannelTaker::keep(const TRK_Channel &channel, const Contents &contents)
+{
+    myLast[&channel] = contents;
     if (myLast.size() > mySweep) {
         for (auto at = myLast.begin(); at != myLast.end();) {
             at = at->second.expired() ? myLast.erase(at) : std::next(at);
         }
         mySweep = 2 * myLast.size() + 64;
     }
+}
+
+NOD_ChannelMemory NOD_ChannelTaker::peek(const TRK_Channel &channel) const
+{
+    return {channel.getName(), channel.getAlias(),
+            std::make_shared<TRK_ChannelContents>(channel, lastOf(channel).get())};
+}
+
+NOD_ChannelMemory NOD_ChannelTaker::take(const TRK_Channel &channel)
+{
+    NOD_ChannelMemory taken = peek(channel);
+    // One that has nothing of its own may end before the one that it shares everything with.
+    if (!taken.contents->isShared()) {
+        keep(channel, taken.contents);
+    }
     return taken;
+}
+
+void NOD_ChannelTaker::restore(const NOD_ChannelMemory &kept, TRK_Channel &channel)
+{
+    kept.contents->restore(channel);
+    keep(channel, kept.contents);
 }

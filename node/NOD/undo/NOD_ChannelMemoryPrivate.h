@@ -37,13 +37,21 @@ const NOD_ChannelMemory *NODfindChannel(const NOD_ChannelMemories &channels,
 bool NODhasSameChannels(const NOD_ChannelMemories &a, const NOD_ChannelMemories &b);
 std::int64_t NODmemoryOf(const NOD_ChannelMemories &channels);
 
-/// Takes channels of a node, and shares what is as it was when it was taken last.
+/// Takes channels of a node, and shares what is as it was when it was taken or restored last.
 class NOD_ChannelTaker
 {
 public:
     NOD_ChannelMemory take(const TRK_Channel &channel);
+    /// The same for a moment: what is taken next shares nothing with it.
+    NOD_ChannelMemory peek(const TRK_Channel &channel) const;
+    void restore(const NOD_ChannelMemory &kept, TRK_Channel &channel);
 
 private:
+    using Contents = std::shared_ptr<const TRK_ChannelContents>;
+
+    Contents lastOf(const TRK_Channel &channel) const;
+    void keep(const TRK_Channel &channel, const Contents &contents);
+
     /// By channels of the moment, which may be others now.
     std::unordered_map<const TRK_Channel *, std::weak_ptr<const TRK_ChannelContents>> myLast;
     std::size_t mySweep = 64; ///< so many, and those that nobody has any more are dropped

@@ -114,7 +114,7 @@ void NOD_NodeParts::restore(NOD_Node &node, const OtherChannels &channels)
     }
     for (const NOD_ChannelMemory &kept : channels->channels) {
         if (TRK_Channel *const channel = collection.addChannel(kept.name)) {
-            kept.contents->restore(*channel);
+            channelTaker(node).restore(kept, *channel);
             collection.setChannelAlias(channel, kept.alias);
         }
     }

@@ -274,7 +274,8 @@ void NOD_NodeState::restoreSilently(NOD_Node &node, Changes &changes) const
     if (myContents->texts) {
         NOD_NodeParts::restore(node, myContents->texts);
     }
-    NOD_ParmTaker taker(NOD_NodeParts::channelTaker(node));
+    NOD_ChannelTaker &channels = NOD_NodeParts::channelTaker(node);
+    NOD_ParmTaker taker(channels);
     std::vector<std::pair<ZEL_Parm *, const NOD_ParmMemory *>> restored;
     ZEL_ParmList::LateRemovals removals(node.getParms());
     const auto restoreParm = [&](const NOD_ParmMemory &state) {
@@ -282,12 +283,12 @@ void NOD_NodeState::restoreSilently(NOD_Node &node, Changes &changes) const
         if (!parm || !parm->getInstance()) {
             return;
         }
-        const NOD_ParmMemory present = taker.take(*parm);
+        const NOD_ParmMemory present = taker.peek(*parm);
         if (!state.isSame(present)) {
             changes.push_back({state.token, state.masks.locks != present.masks.locks,
                                !state.hasSameChannels(present)});
             restored.emplace_back(parm, &state);
-            state.restore(*parm, present);
+            state.restore(*parm, present, channels);
         }
     };
     // A new item starts from its defaults, without channels, so it must be there before its state; and

@@ -40,7 +40,8 @@ bool isSavedAsText(const ZEL_Parm &parm)
     return parm.getType().isOrdinalType();
 }
 
-std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm, NOD_ChannelTaker &channels)
+std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm, NOD_ChannelTaker &channels,
+                                                   bool momentFlag)
 {
     std::shared_ptr<NOD_ParmMemory::Rare> rare;
     const auto get = [&]() -> NOD_ParmMemory::Rare & {
@@ -51,7 +52,8 @@ std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm, NOD_Cha
         if (const TRK_Channel *const channel = parm.getChannel(k)) {
             get().links.emplace_back(k, channel->getName());
             if (!NODfindChannel(get().channels, channel->getName())) {
-                get().channels.push_back(channels.take(*channel));
+                get().channels.push_back(momentFlag ? channels.peek(*channel)
+                                                    : channels.take(*channel));
             }
         }
         if (parm.getChannelAlias(k) != parm.getChannelToken(k)) {
@@ -114,6 +116,18 @@ void readPending(const ZEL_Parm &parm)
 
 NOD_ParmMemory NOD_ParmTaker::take(const ZEL_Parm &parm)
 {
+    constexpr bool momentFlag = false;
+    return takeAll(parm, momentFlag);
+}
+
+NOD_ParmMemory NOD_ParmTaker::peek(const ZEL_Parm &parm)
+{
+    constexpr bool momentFlag = true;
+    return takeAll(parm, momentFlag);
+}
+
+NOD_ParmMemory NOD_ParmTaker::takeAll(const ZEL_Parm &parm, bool momentFlag)
+{
     constexpr bool compiled = false;
     NOD_ParmMemory state;
     readPending(parm);
@@ -121,7 +135,7 @@ NOD_ParmMemory NOD_ParmTaker::take(const ZEL_Parm &parm)
     state.basicType = int(parm.getType().getBasicType());
     state.blockDepth = blockDepthOf(parm);
     state.masks = masksOf(parm);
-    state.rare = rareOf(parm, myChannels);
+    state.rare = rareOf(parm, myChannels, momentFlag);
     if (parm.getType().isDataType()) {
         parm.saveUndoData(state.items);
         return state;
@@ -168,13 +182,14 @@ std::int64_t NOD_ParmMemory::getMemoryUsage() const
 // Restoring
 // ---------------------------------------------------------------------- //
 
-void NOD_ParmMemory::restore(ZEL_Parm &parm, const NOD_ParmMemory &present) const
+void NOD_ParmMemory::restore(ZEL_Parm &parm, const NOD_ParmMemory &present,
+                             NOD_ChannelTaker &channels) const
 {
     if (basicType != present.basicType || blockDepth != present.blockDepth) {
         return;
     }
     try {
-        restoreLinked(parm, present);
+        restoreLinked(parm, present, channels);
     } catch (...) {
         dropUnlinked(parm);
         throw;
@@ -182,9 +197,10 @@ void NOD_ParmMemory::restore(ZEL_Parm &parm, const NOD_ParmMemory &present) cons
     restoreMasks(parm);
 }
 
-void NOD_ParmMemory::restoreLinked(ZEL_Parm &parm, const NOD_ParmMemory &present) const
+void NOD_ParmMemory::restoreLinked(ZEL_Parm &parm, const NOD_ParmMemory &present,
+                                   NOD_ChannelTaker &channels) const
 {
-    restoreChannels(parm, present);
+    restoreChannels(parm, present, channels);
     // A load sets marks and clears none.
     ZEL_Instance &instance = *parm.getInstance();
     instance.setExpressionState(false);
@@ -209,7 +225,8 @@ void NOD_ParmMemory::dropUnlinked(ZEL_Parm &parm) const
     }
 }
 
-void NOD_ParmMemory::restoreChannels(ZEL_Parm &parm, const NOD_ParmMemory &present) const
+void NOD_ParmMemory::restoreChannels(ZEL_Parm &parm, const NOD_ParmMemory &present,
+                                     NOD_ChannelTaker &channels) const
 {
     TRK_Collection *const collection = parm.getChannelGroupPtr();
     if (!collection) {
@@ -232,7 +249,7 @@ void NOD_ParmMemory::restoreChannels(ZEL_Parm &parm, const NOD_ParmMemory &prese
             present.rare ? NODfindChannel(present.rare->channels, kept.name) : nullptr;
         TRK_Channel *const channel = collection->addChannel(kept.name);
         if (channel && (!now || !(*now == kept))) {
-            kept.contents->restore(*channel);
+            channels.restore(kept, *channel);
         }
     }
 }

@@ -50,7 +50,7 @@ struct NOD_ParmMemory
     std::int64_t getMemoryUsage() const;
 
     /// Nothing for a parameter of another kind.
-    void restore(ZEL_Parm &parm, const NOD_ParmMemory &present) const;
+    void restore(ZEL_Parm &parm, const NOD_ParmMemory &present, NOD_ChannelTaker &channels) const;
     /// The aliases that differ, once those of all parameters that are restored are cleared: one may
     /// have been another's. Whether there were or are any.
     bool clearAliases(ZEL_Parm &parm) const;
@@ -65,9 +65,11 @@ struct NOD_ParmMemory
     int blockDepth = -1; ///< of a block: in how many others it is; -1 for no block
 
 private:
-    void restoreLinked(ZEL_Parm &parm, const NOD_ParmMemory &present) const;
+    void restoreLinked(ZEL_Parm &parm, const NOD_ParmMemory &present,
+                       NOD_ChannelTaker &channels) const;
     void dropUnlinked(ZEL_Parm &parm) const;
-    void restoreChannels(ZEL_Parm &parm, const NOD_ParmMemory &present) const;
+    void restoreChannels(ZEL_Parm &parm, const NOD_ParmMemory &present,
+                         NOD_ChannelTaker &channels) const;
     void restoreBody(ZEL_Parm &parm) const;
     void restoreMasks(ZEL_Parm &parm) const;
     void linkChannels(ZEL_Parm &parm) const;
@@ -80,8 +82,12 @@ public:
     explicit NOD_ParmTaker(NOD_ChannelTaker &channels) : myChannels(channels) {}
 
     NOD_ParmMemory take(const ZEL_Parm &parm);
+    /// For a moment, as NOD_ChannelTaker::peek.
+    NOD_ParmMemory peek(const ZEL_Parm &parm);
 
 private:
+    NOD_ParmMemory takeAll(const ZEL_Parm &parm, bool momentFlag);
+
     NOD_ChannelTaker &myChannels;
     std::ostringstream myStream;
 };
