@@ -712,6 +712,8 @@ protected:
     Rare *rare() const { return rareIn(__atomic_load_n(&myRare, __ATOMIC_ACQUIRE)); }
     /// With VALUE_MOVED, when there is a record.
     void *movedValue() const { return reinterpret_cast<const Rare *>(BASload(myRare))->movedValue; }
+    /// A text of the parameter is, or is about to be, another one: TRK_PathResolver::textsChanged.
+    void tellTextsChanged() const;
     /// Called once, before the first channel is put into a slot: from then on evaluating threads
     /// write the values. Kinds that hold values in the object move them out of it. Base: nothing.
     virtual void moveValuesApart();

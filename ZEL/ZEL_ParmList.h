@@ -451,6 +451,8 @@ public:
     static void renameOpSharedInfo(const KIT_StringRef &oldName, const KIT_StringHolder &newName);
     ///@}
 
+    class LateRemovals; ///< ZEL_LateRemovals.h
+
 private:
     friend class ZEL_Multi; // asks where children are
     friend class ZEL_ParmListReader;
@@ -516,7 +518,6 @@ private:
     void takeOut(int index);
     void takeOutAll(const std::vector<std::int32_t> &indices, std::vector<std::int32_t> &places);
     class ItemRemovals;
-    class LateRemovals;
     class BlockNames;
     bool removeItemParms(const ZEL_Multi &multi, int firstItem, int endItem);
     ZEL_Parm *findSettledParm(const KIT_StringRef &token);

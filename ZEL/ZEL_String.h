@@ -151,7 +151,11 @@ private:
     ZEL_StringRep *texts() const { return getVectorSize() > 1 ? myTexts.several : &myTexts.only; }
     void makeTexts();
     void getStored(int index, KIT_WorkBuffer &out) const { texts()[index].get(myLock, out); }
-    void storeText(int index, const char *text) { texts()[index].harden(myLock, text); }
+    void storeText(int index, const char *text)
+    {
+        texts()[index].harden(myLock, text);
+        tellTextsChanged();
+    }
     void noteTimeDependent(bool timeDependent) const;
 
     bool hasMenu() const { return getChoiceListPtr() != nullptr; }

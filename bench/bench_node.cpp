@@ -7,14 +7,24 @@
 //   graph/reach         one change that reaches 1,000 components, of fewer nodes all; time of one that it
 //                       reaches, beside a walk over an array of arrays of numbers with the same edges
 //   graph/batch         the same, and a change in each node beside it, in one batch
+//   tree/rename         of a node that two others read, with its step of undo; time of one
+//   tree/move           of the same into another node and back
+//   tree/copy           of the same
+//   tree/remove         of that copy
+//   undo/keys           keys of one channel, one after the other, each a step: 100, 1,000 and 10,000 of them;
+//                       time and bytes of a step
+//   undo/blocks         undo and redo of a step that gives each of so many blocks three items; of one block
 //
-// The graph's rows at 100, 1,000 and 10,000 nodes of 100 parameters, 10 of them keyed and one driven by an
+// The graph's and the tree's rows at 100, 1,000 and 10,000 nodes of 100 parameters, 10 of them keyed and one driven by an
 // expression that reads another node.
 
 #include "BenchBeside.h"
 #include "BenchNodes.h"
 
 #include <NOD/NOD_Conditions.h>
+#include <NOD/NOD_Edit.h>
+#include <NOD/NOD_UndoStack.h>
+#include <TRK/TRK_Channel.h>
 
 #include <benchmark/benchmark.h>
 
@@ -186,6 +196,160 @@ void graph_batch(benchmark::State &state)
     state.counters["ns"] = best * 1e9 / (count + 1);
 }
 
+// -------------------------------------------------------------------------- //
+// The tree
+// -------------------------------------------------------------------------- //
+
+/// The best time of one call, in counter `us`; after each, untimed, `back`.
+template <class Call, class Back>
+void timeEach(benchmark::State &state, const Call &call, const Back &back)
+{
+    double best = 1e9;
+    for (auto _ : state) {
+        const double time = benchSeconds(call);
+        best = std::min(best, time);
+        state.SetIterationTime(time);
+        back();
+    }
+    state.counters["us"] = best * 1e6;
+}
+
+void renameTo(NOD_Scene &scene, NOD_Node &node, const std::string &name)
+{
+    NOD_Report report;
+    require(scene.rename(node, name, report) && report.isEmpty(), "no rename");
+}
+
+/// A node in the middle that two others read, the first of which is found by its expression.
+NOD_Node &middleOf(NOD_Scene &scene, int count)
+{
+    constexpr int theMiddle = 40;
+    require(count > 2 * theMiddle + 2, "too few nodes");
+    return *scene.find(("/" + nodeName(theMiddle)).c_str());
+}
+
+void requireReader(NOD_Scene &scene, const std::string &path)
+{
+    const NOD_Node &reader = *scene.find(("/" + nodeName(81)).c_str());
+    KIT_String text;
+    reader.getParms().getParmPtr(theReader)->getChannel(0)->getExpression(0.0, text);
+    require(text.toStdString().find("\"" + path + "/") != std::string::npos,
+            "a reference was not rewritten");
+}
+
+void tree_rename(benchmark::State &state)
+{
+    NOD_Scene &scene = sceneOf(state);
+    NOD_Node &node = middleOf(scene, int(state.range(0)));
+    const std::string name = node.getName();
+    timeEach(
+        state, [&] { renameTo(scene, node, "renamed"); },
+        [&] {
+            requireReader(scene, "../renamed");
+            renameTo(scene, node, name);
+        });
+}
+
+void tree_move(benchmark::State &state)
+{
+    NOD_Scene &scene = sceneOf(state);
+    NOD_Node &node = middleOf(scene, int(state.range(0)));
+    NOD_Node &parent = *scene.find(("/" + nodeName(0)).c_str());
+    NOD_Report report;
+    timeEach(
+        state, [&] { scene.move(node, parent, report); },
+        [&] {
+            requireReader(scene, "../node0/node40");
+            scene.move(node, scene.getRoot(), report);
+        });
+    require(report.isEmpty(), "no move");
+}
+
+void tree_copy(benchmark::State &state)
+{
+    NOD_Scene &scene = sceneOf(state);
+    NOD_Node &node = middleOf(scene, int(state.range(0)));
+    NOD_Report report;
+    NOD_Node *copy = nullptr;
+    timeEach(
+        state, [&] { copy = scene.copy(node, scene.getRoot(), "copied", report); },
+        [&] { require(scene.remove(*copy, report) && report.isEmpty(), "no copy"); });
+}
+
+void tree_remove(benchmark::State &state)
+{
+    NOD_Scene &scene = sceneOf(state);
+    NOD_Node &node = middleOf(scene, int(state.range(0)));
+    NOD_Report report;
+    const auto copy = [&] { return scene.copy(node, scene.getRoot(), "copied", report); };
+    NOD_Node *copied = copy();
+    timeEach(
+        state, [&] { scene.remove(*copied, report); }, [&] { copied = copy(); });
+    require(scene.remove(*copied, report) && report.isEmpty(), "no copy");
+}
+
+// -------------------------------------------------------------------------- //
+// Undo
+// -------------------------------------------------------------------------- //
+
+void undo_keys(benchmark::State &state)
+{
+    const int count = int(state.range(0));
+    double best = 1e9;
+    double bytes = 0.0;
+    for (auto _ : state) {
+        NOD_Scene scene;
+        NOD_Report report;
+        NOD_Node &node = *scene.add("/node", makeNodeType(), report);
+        NOD_UndoStack &undo = scene.getUndo();
+        undo.setLimits(std::size_t(count), std::int64_t(1) << 40);
+        undo.clear();
+        const double time = benchSeconds([&] {
+            for (int i = 0; i < count; ++i) {
+                NOD_Edit(scene, "key").key(node, nameOf(0), double(i), numberOf(0, 0, 0, i % 3));
+            }
+        });
+        best = std::min(best, time);
+        bytes = double(undo.getMemoryUsage());
+        require(undo.getUndoCount() == std::size_t(count), "not all keys are steps");
+        state.SetIterationTime(time);
+    }
+    state.counters["us"] = best * 1e6 / count;
+    state.counters["bytes"] = bytes / count;
+}
+
+void undo_blocks(benchmark::State &state)
+{
+    const int count = int(state.range(0));
+    NOD_InterfaceBuilder builder("bench_blocks");
+    NOD_Report report;
+    for (int i = 0; i < count; ++i) {
+        const std::string name = "b" + std::to_string(i) + "_";
+        builder.block(name, "Block",
+                      [&](NOD_InterfaceBuilder &items) { items.add(ZEL_FLT, name + "v#"); });
+    }
+    NOD_Scene scene;
+    NOD_Node *const node = scene.add("/blocks", builder.make(report), report);
+    require(node != nullptr, "no node");
+    {
+        NOD_Edit edit(scene, "items");
+        for (int i = 0; i < count; ++i) {
+            edit.set(*node, "b" + std::to_string(i) + "_", 3);
+        }
+    }
+    const int full = node->getParms().getEntries();
+    double best = 1e9;
+    for (auto _ : state) {
+        const double time = benchSeconds([&] { scene.getUndo().undo(); });
+        require(node->getParms().getEntries() < full, "the items stay");
+        const double again = benchSeconds([&] { scene.getUndo().redo(); });
+        require(node->getParms().getEntries() == full, "the items don't come back");
+        best = std::min(best, time + again);
+        state.SetIterationTime(time + again);
+    }
+    state.counters["us"] = best * 1e6 / count;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -195,6 +359,12 @@ int main(int argc, char **argv)
     benchSizes(benchmark::RegisterBenchmark("graph/make", graph_make));
     benchSizes(benchmark::RegisterBenchmark("graph/reach", graph_reach));
     benchSizes(benchmark::RegisterBenchmark("graph/batch", graph_batch));
+    benchSizes(benchmark::RegisterBenchmark("tree/rename", tree_rename));
+    benchSizes(benchmark::RegisterBenchmark("tree/move", tree_move));
+    benchSizes(benchmark::RegisterBenchmark("tree/copy", tree_copy));
+    benchSizes(benchmark::RegisterBenchmark("tree/remove", tree_remove));
+    benchSizes(benchmark::RegisterBenchmark("undo/keys", undo_keys));
+    benchSizes(benchmark::RegisterBenchmark("undo/blocks", undo_blocks));
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

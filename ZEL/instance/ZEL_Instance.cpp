@@ -451,6 +451,13 @@ ZEL_ParmOwner *ZEL_Instance::getParmOwner() const
     return list ? list->getParmOwner() : nullptr;
 }
 
+void ZEL_Instance::tellTextsChanged() const
+{
+    if (const TRK_Collection *const collection = getChannelGroupPtr()) {
+        collection->tellTextsChanged();
+    }
+}
+
 TRK_Collection *ZEL_Instance::getChannelGroupPtr() const
 {
     const ZEL_ParmList *list = getParmList();

@@ -142,8 +142,13 @@ TRK_Channel **ZEL_Instance::makeSlots()
 void ZEL_Instance::putChannel(int index, TRK_Channel *channel)
 {
     const Rare *record = rare();
-    if (channel || (record && record->channels)) {
-        __atomic_store_n(makeSlots() + index, channel, __ATOMIC_RELEASE);
+    if (!channel && !(record && record->channels)) {
+        return;
+    }
+    TRK_Channel **const slot = makeSlots() + index;
+    if (*slot != channel) {
+        __atomic_store_n(slot, channel, __ATOMIC_RELEASE);
+        tellTextsChanged(); // of the channel, or of the value below it
     }
 }
 

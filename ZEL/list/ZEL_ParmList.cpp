@@ -228,6 +228,9 @@ void ZEL_ParmList::registerParm(const ZEL_Parm &parm, int index)
     for (int i = 0; i < description.getVectorSize(); ++i) {
         myInstanceChannels.insert(channels[i], index);
     }
+    if (myCollection) {
+        myCollection->tellTextsChanged();
+    }
 }
 
 void ZEL_ParmList::setChannelGroupPtr(TRK_Collection *collection)

@@ -4,9 +4,9 @@
 
 #include <BAS/BAS_Allocate.h>
 #include <ZEL/ZEL_Instance.h>
+#include <ZEL/ZEL_LateRemovals.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
-#include <ZEL/list/ZEL_LateRemovalsPrivate.h>
 #include <ZEL/multi/ZEL_MultiChangingPrivate.h>
 
 #include <algorithm>

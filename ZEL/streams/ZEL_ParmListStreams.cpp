@@ -11,7 +11,7 @@
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_EventManager.h>
 #include <ZEL/ZEL_InputBudget.h>
-#include <ZEL/list/ZEL_LateRemovalsPrivate.h>
+#include <ZEL/ZEL_LateRemovals.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/streams/ZEL_ParmListReaderPrivate.h>
 #include <ZEL/streams/ZEL_ParmListWriterPrivate.h>

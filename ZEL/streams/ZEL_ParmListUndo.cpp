@@ -5,8 +5,8 @@
 #include <KIT/KIT_StringArray.h>
 #include <TRK/TRK_EventManager.h>
 #include <ZEL/ZEL_InputBudget.h>
+#include <ZEL/ZEL_LateRemovals.h>
 #include <ZEL/instance/ZEL_UndoStreamPrivate.h>
-#include <ZEL/list/ZEL_LateRemovalsPrivate.h>
 #include <ZEL/list/ZEL_RestoringPrivate.h>
 #include <ZEL/streams/ZEL_ParmListPrivate.h>
 #include <ZEL/streams/ZEL_ParmListReaderPrivate.h>

@@ -71,6 +71,7 @@ void ZEL_String::adopt(ZEL_Instance &source)
         for (int i = 0; i < size; ++i) {
             texts()[i].unsafeHarden(other->texts()[i]);
         }
+        tellTextsChanged();
     }
     setDefaultsInitFlag(true);
 }

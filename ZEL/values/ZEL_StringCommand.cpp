@@ -52,7 +52,7 @@ int ZEL_String::loadCommand(int argc, const char *const argv[], int index, bool 
         } else {
             ZEL_ValueFrames::deleteHeldChannel(*this, held, i);
             CON_Manager::expandControlSequences(token);
-            texts()[i].hardenIfNeeded(myLock, token.c_str());
+            storeText(i, token.c_str());
         }
     };
     return ZEL_ValueFrames::loadCommand(*this, argc, argv, index, asSet, read);

@@ -163,6 +163,7 @@ bool ZEL_String::loadPlainBinary(KIT_IStream &is)
 
 bool ZEL_String::load(KIT_IStream &is)
 {
+    tellTextsChanged();
     if (!hasChannels() && (is.isBinary() ? loadPlainBinary(is) : loadPlainAscii(is))) {
         setLockedField(0);
         return KITgetErrorSeverity() < KIT_ERROR_ABORT;

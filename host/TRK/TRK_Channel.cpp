@@ -84,6 +84,13 @@ void TRK_Channel::setChanged(bool changed, int)
     }
 }
 
+void TRK_Channel::tellTextsChanged() const
+{
+    if (myCollection != nullptr) {
+        myCollection->tellTextsChanged();
+    }
+}
+
 void TRK_Channel::notifyIf(bool notify)
 {
     if (notify) {
@@ -127,6 +134,9 @@ void TRK_Channel::setDefaultString(const char *text, TRK_ExprLanguage language)
 {
     myDefaultString = text != nullptr ? text : "";
     myDefaultExpression.changeExpression(text, language);
+    if (!myDefaultString.isEmpty()) {
+        tellTextsChanged();
+    }
 }
 
 // ---------------------------------------------------------------- //
@@ -526,6 +536,7 @@ void TRK_Channel::copyContents(const TRK_Channel &source)
     myPendingTime = source.myPendingTime;
     myPendingFlag = source.myPendingFlag;
     updateTimeFlag();
+    tellTextsChanged();
 }
 
 int TRK_Channel::changeString(const char *from, const char *to, bool wholeWord)

@@ -176,6 +176,7 @@ public:
     int64_t getMemoryUsage(bool inclusive) const;
 
 private:
+    friend class TRK_ChannelContents;
     friend class TRK_Collection;
     friend class TRK_CollectionReader;
     friend class TRK_Segment;
@@ -195,6 +196,7 @@ private:
     void setPending(double time);
     void notifyIf(bool notify);
     void updateTimeFlag();
+    void tellTextsChanged() const;
     bool takesString(double time) const;
     double evaluateExpression(const TRK_Segment &segment, const TRK_Collection *collection,
                               double time, int thread, bool &timeDependent) const;

@@ -28,6 +28,7 @@ TRK_Collection::TRK_Collection() = default;
 
 TRK_Collection::~TRK_Collection()
 {
+    myPathResolver = nullptr; // it may be gone already
     // They may remove themselves meanwhile.
     for (TRK_ValueSource *listener : std::exchange(myListeners, {})) {
         listener->collectionDestroyed();

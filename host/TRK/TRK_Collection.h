@@ -89,6 +89,14 @@ public:
     void removeListener(TRK_ValueSource *listener);
     void setPathResolver(TRK_PathResolver *resolver) { myPathResolver = resolver; }
     TRK_PathResolver *getPathResolver() const { return myPathResolver; }
+    /// Calls TRK_PathResolver::textsChanged: for whoever changes a text that belongs to this collection's
+    /// node. Expressions of channels do so themselves.
+    void tellTextsChanged() const
+    {
+        if (myPathResolver) {
+            myPathResolver->textsChanged();
+        }
+    }
 
     /// The value of a reference as an expression here resolves it: from the value source, else from
     /// the channel of that name or alias. False: unknown; no error is raised.

@@ -595,6 +595,7 @@ void TRK_CollectionReader::store(const Data &data)
     channel->setLocked(data.lockFlag);
     channel->setScope(data.scopeFlag);
     channel->updateTimeFlag();
+    channel->tellTextsChanged();
     myCollection.setChannelAlias(channel, KIT_StringRef(data.alias.c_str()));
     channel->setChanged(true, 0);
 }

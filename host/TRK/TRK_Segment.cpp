@@ -71,6 +71,9 @@ void TRK_Segment::changeExpression(const char *text, TRK_ExprLanguage language)
     myInterpolator = TRKstringToInterpolator(myText.c_str());
     if (myChannel != nullptr) {
         myChannel->updateTimeFlag();
+        if (!isInterpolated()) {
+            myChannel->tellTextsChanged();
+        }
     }
 }
 

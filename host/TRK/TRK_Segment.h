@@ -99,6 +99,7 @@ public:
 
 private:
     friend class TRK_Channel;
+    friend class TRK_ChannelContents;
     friend class TRK_CollectionReader;
     static constexpr double theForever = __builtin_huge_val();
 

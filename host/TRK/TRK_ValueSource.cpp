@@ -11,4 +11,6 @@ void TRK_PathResolver::referenceFound(const TRK_Referrer &, const KIT_StringRef 
                                       const KIT_StringRef &, int)
 {}
 
+void TRK_PathResolver::textsChanged() {}
+
 TRK_LanguageEvaluator::~TRK_LanguageEvaluator() = default;

@@ -59,6 +59,10 @@ public:
     /// node), or with a null name to that node. Base: does nothing.
     virtual void referenceFound(const TRK_Referrer &from, const KIT_StringRef &path,
                                 const KIT_StringRef &name, int thread);
+    /// A text or an expression of this node may be another one, or be new: also where no event is
+    /// raised, and where it turns out to be the same. Not to throw, nor to read the node: its change may
+    /// have just begun. Base: does nothing.
+    virtual void textsChanged();
 };
 
 /// An interpreter for expressions of language 1; see TRK_Manager::setPythonEvaluator.

@@ -39,8 +39,10 @@
 
 class KIT_IStream;
 class KIT_StringArray;
+class NOD_ChannelTaker;
 class NOD_Graph;
 class NOD_Interface;
+class NOD_ReferenceIndex;
 class NOD_UndoStack;
 class ZEL_Parm;
 class ZEL_Template;
@@ -250,9 +252,11 @@ public:
     void getPath(KIT_WorkBuffer &path) override;
     void referenceFound(const TRK_Referrer &from, const KIT_StringRef &path,
                         const KIT_StringRef &name, int thread) override;
+    void textsChanged() override;
     ///@}
 
 private:
+    friend class NOD_ReferenceIndex;
     friend class NOD_Scene;
     friend class NOD_UndoStack;
     friend class NOD_UndoStep;
@@ -296,15 +300,17 @@ private:
     void appendPath(KIT_WorkBuffer &path) const;
 
     NOD_Node *myParent = nullptr;
-    NOD_Graph *myGraph = nullptr;    ///< of the root only
-    NOD_UndoStack *myUndo = nullptr; ///< the same
-    NOD_NodeMaker myMaker;           ///< the same
+    NOD_Graph *myGraph = nullptr;               ///< of the root only
+    NOD_UndoStack *myUndo = nullptr;            ///< the same
+    NOD_ReferenceIndex *myReferences = nullptr; ///< the same
+    NOD_NodeMaker myMaker;                      ///< the same
     std::string myName;
     std::map<std::string, std::string> myVariables;
     std::shared_ptr<const ChangeCallback> myChangeCallback;
     DependencyCallback myDependencyCallback;
     std::uint32_t myStructureVersion = 0;
     bool myWatchedFlag = false; ///< it has been made
+    bool myUnreadFlag = true;   ///< relaxed: changes of its texts needn't be told
     // Parameters read their templates until they are destroyed.
     std::shared_ptr<const NOD_Interface> myInterface;
     ZEL_Template *myPlainTemplates = nullptr; ///< of a node without an interface
@@ -312,6 +318,7 @@ private:
     NOD_SpareParms mySpares;
     Sections myKeptSections;
     std::unique_ptr<ZEL_PresetInfo> myPresets;
+    std::unique_ptr<NOD_ChannelTaker> myChannelTaker; ///< of states for undo; null: none yet
     // The order matters: parameters give their channels back, so they must be destroyed first, and
     // the children before either.
     TRK_Collection myChannels;

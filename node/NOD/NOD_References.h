@@ -7,12 +7,13 @@
 ///             path. *target* = the node that it leads to. *lost* = leading nowhere.
 /// Ownership:  borrows the nodes.
 /// Threads:    the thread that changes the tree, while nothing evaluates.
-/// Cost:       linear in the parameters with a channel or text; only what changes is written.
+/// Cost:       linear in the parameters of the nodes that it takes; only what changes is written.
 ///
 /// A path stays absolute or relative as it was. Paths that an expression computes can't be followed,
 /// nor those that menu scripts, conditions and other calls of Python contain.
 #pragma once
 
+#include <KIT/KIT_StringHolder.h>
 #include <NOD/NOD_API.h>
 
 #include <functional>
@@ -36,10 +37,13 @@ public:
 
     /// Takes the references of a node and all below it, before the tree changes.
     explicit NOD_References(NOD_Node &root);
+    /// The same of some nodes alone.
+    explicit NOD_References(const std::vector<NOD_Node *> &nodes);
     /// What a path in a node leads to, null for nothing.
     using Resolve = std::function<NOD_Node *(NOD_Node &node, const std::string &path)>;
     /// The same where the paths were written for another tree: they lead to what `resolve` says.
     NOD_References(NOD_Node &root, Resolve resolve);
+    NOD_References(const std::vector<NOD_Node *> &nodes, Resolve resolve);
 
     /// The node is about to be destroyed: what leads to it becomes lost, and what it has is forgotten.
     /// Returns how many references of others are lost by it.
@@ -53,6 +57,10 @@ public:
     /// changed.
     std::vector<Change> rewrite(const Announce &announce = {});
 
+    /// What was taken of a node: the paths of each parameter, each once.
+    using PathCall = std::function<void(const KIT_StringHolder &token, const std::string &path)>;
+    void forEachPath(const NOD_Node &node, const PathCall &call) const;
+
 private:
     struct Reference
     {
@@ -60,14 +68,21 @@ private:
         NOD_Node *target; ///< null: lost
     };
     using Paths = std::vector<Reference>;
+    struct ParmPaths
+    {
+        KIT_StringHolder token;
+        Paths paths;
+    };
+    using NodePaths = std::vector<ParmPaths>;
 
+    void takeTree(NOD_Node &node);
     void take(NOD_Node &node);
     void takeParm(NOD_Node &node, ZEL_Parm &parm, Paths &paths);
-    int countLost(NOD_Node &node, ZEL_Parm &parm, const Paths &former, const Paths &known);
-    void rewriteNode(NOD_Node &node, const Paths &paths, const Announce &announce,
+    int countLost(NOD_Node &node, ZEL_Parm &parm, const Paths &former);
+    void rewriteParm(NOD_Node &node, const ParmPaths &own, const Announce &announce,
                      std::vector<Change> &changes);
 
     Resolve myResolve;
     std::vector<NOD_Node *> myOrder; ///< of the nodes that have references
-    std::unordered_map<NOD_Node *, Paths> myPaths;
+    std::unordered_map<const NOD_Node *, NodePaths> myPaths;
 };

@@ -10,6 +10,9 @@
 /// Threads:    evaluation of all nodes from any thread at once; every change of the scene belongs to
 ///             one thread, while no thread evaluates. One scene of a process is current at a time.
 /// Errors:     look-ups return null; operations that can fail take a report.
+/// Cost:       a change of the tree costs the nodes that it is about, those that refer to them, and a look at
+///             each path that has a name like theirs; besides, the nodes whose texts or expressions have changed
+///             since the last one. Among many siblings a place is searched.
 #pragma once
 
 #include <KIT/KIT_StringRef.h>
@@ -26,6 +29,7 @@ class NOD_Graph;
 class NOD_Interface;
 class NOD_Node;
 class NOD_NodeSource;
+class NOD_ReferenceIndex;
 class NOD_References;
 class NOD_Report;
 class NOD_UndoStack;
@@ -153,6 +157,7 @@ private:
     // The order matters: the destructor ends those that watch the nodes before them.
     std::unique_ptr<NOD_NodeSource> mySource;
     std::unique_ptr<NOD_Node> myRoot;
+    std::unique_ptr<NOD_ReferenceIndex> myReferences;
     std::unique_ptr<NOD_Graph> myGraph;
     std::unique_ptr<NOD_Conditions> myConditions;
     std::unique_ptr<NOD_UndoStack> myUndo;

@@ -15,7 +15,8 @@
 ///             can be called again then. A block that ends without memory for its step forgets all
 ///             steps, since the others don't know how to take it back. An exception that passes a block ends it
 ///             as usual: what was done until then is a step.
-/// Cost:       linear in what a step changed. An edit that is announced costs the state of its
+/// Cost:       linear in what a step changed, of a channel in its keys; but steps share the keys that
+///             stay, and remember those around a change. An edit that is announced costs the state of its
 ///             parameter before and, once for each step, after.
 ///
 /// Editing calls of NOD_Scene, NOD_Node and NOD_Edit announce by themselves, and are a step of their own

@@ -2,6 +2,8 @@
 
 #include <EVL/EVL.h>
 #include <KIT/KIT_Error.h>
+#include <KIT/KIT_IStream.h>
+#include <TRK/TRK_ChannelContents.h>
 #include <TRK/TRK_ChannelRef.h>
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_EvalContext.h>
@@ -15,7 +17,9 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <memory>
 #include <random>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -412,6 +416,63 @@ TEST_F(Channels, EventsWaitForTheEndOfTheBatch)
     a->setChanged(true, 0);
     EXPECT_EQ(seen.size(), 3u);
     EXPECT_EQ(events.depth(), 0);
+}
+
+TEST_F(Channels, ContentsComeBackAndShareWhatStays)
+{
+    const auto saved = [](TRK_Channel &channel) {
+        std::ostringstream os;
+        channel.getCollection()->save(os);
+        for (const double time : {17.25, 151.5, 286.75}) {
+            os << channel.getCollection()->evaluate(&channel, time, false, theThread) << ' ';
+        }
+        return os.str();
+    };
+    TRK_Channel *const channel = make("c", "linear()");
+    TRK_Collection others;
+    TRK_Channel *const other = others.addChannel("c");
+    std::mt19937 random(3);
+    std::vector<std::pair<std::unique_ptr<TRK_ChannelContents>, std::string>> states;
+    constexpr int theSteps = 1500;
+    for (int step = 0; step < theSteps; ++step) {
+        const double time = double(random() % 400);
+        switch (step < 300 ? 0 : random() % 10) {
+        case 0: channel->setKeyValue(double(random() % 100), step, false, true, false); break;
+        case 1: channel->removeKey(time); break;
+        case 2: channel->changeExpression(time, "$F * 2", TRK_LANGUAGE_NATIVE, false); break;
+        case 3: {
+            TRK_Segment *const segment = channel->getExpressionSegment(time);
+            segment->setInSlope(time, false);
+            segment->setOutSlope(time * 2, false);
+            segment->setOutAcceleration(time * 3, false);
+            break;
+        }
+        case 4: channel->setDefaultString("ch('x')", TRK_LANGUAGE_PYTHON); break;
+        case 5: channel->setLocked(random() % 2 == 0); break;
+        case 6: channel->setKeyValue(1.0, time, false, false, false); break;
+        default: channel->setKeyValue(time, time + 0.5, false, true, false);
+        }
+        const TRK_ChannelContents *const last =
+            states.empty() ? nullptr : states.back().first.get();
+        states.emplace_back(std::make_unique<TRK_ChannelContents>(*channel, last), saved(*channel));
+        const bool sameFlag =
+            step > 0 && states[std::size_t(step) - 1].second == states.back().second;
+        ASSERT_EQ(step > 0 && states.back().first->isSame(*last), sameFlag) << step;
+    }
+    std::int64_t bytes = 0;
+    for (const auto &[contents, text] : states) {
+        contents->restore(*other);
+        ASSERT_EQ(saved(*other), text);
+        ASSERT_TRUE(TRK_ChannelContents(*other).isSame(*contents));
+        bytes += contents->getMemoryUsage();
+    }
+    // Each alone has some 40,000 bytes at the end.
+    EXPECT_LT(bytes, 8000 * theSteps);
+    EXPECT_GT(states.back().first->getMemoryUsage(), 0);
+    // What the first ones leave behind counts for those that stay.
+    const std::int64_t alone = TRK_ChannelContents(*channel).getMemoryUsage();
+    states.erase(states.begin(), states.end() - 1);
+    EXPECT_GT(states.back().first->getMemoryUsage(), alone / 2);
 }
 
 TEST_F(Channels, ManagerTimeAndErrors)

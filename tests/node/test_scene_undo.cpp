@@ -395,6 +395,34 @@ TEST(SceneUndo, LimitsHoldForWhatIsDoneAgain)
     EXPECT_EQ(p.value(p.a, "v"), 5.0);
 }
 
+TEST(SceneUndo, AKeyKeepsWhatItChangesNotItsChannel)
+{
+    Pair p;
+    const auto keep = [&](int from, int end) {
+        const std::int64_t before = p.undo().getMemoryUsage();
+        for (int i = from; i < end; ++i) {
+            NOD_Edit(p.scene, "key").key(p.a, "v", double(i), double(i % 7));
+        }
+        return p.undo().getMemoryUsage() - before;
+    };
+    const std::int64_t few = keep(0, 500);
+    EXPECT_LT(keep(500, 1000), few + few / 2);
+    const std::int64_t all = p.undo().getMemoryUsage();
+    for (int i = 1000; i < 1500; ++i) {
+        ASSERT_TRUE(p.undo().undo() && p.undo().redo());
+        keep(i, i + 1);
+    }
+    EXPECT_LT(p.undo().getMemoryUsage() - all, 2 * few);
+    const std::string last = pictureOf(p.scene);
+    for (int i = 0; i < 1499; ++i) {
+        ASSERT_TRUE(p.undo().undo());
+    }
+    EXPECT_EQ(p.a.getParms().getParmPtr("v")->getChannel(0)->getNKeys(), 1);
+    while (p.undo().redo()) {
+    }
+    EXPECT_EQ(pictureOf(p.scene), last);
+}
+
 TEST(SceneUndo, VariablesThatWereClearedComeBack)
 {
     Pair p;

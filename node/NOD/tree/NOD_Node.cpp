@@ -9,7 +9,10 @@
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_UndoStack.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
+#include <NOD/tree/NOD_ReferenceIndexPrivate.h>
+#include <NOD/undo/NOD_ChannelMemoryPrivate.h>
 
+#include <BAS/BAS_Relaxed.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
@@ -99,6 +102,9 @@ NOD_Node::~NOD_Node()
     } else if (NOD_Graph *const graph = getGraph()) {
         graph->nodeRemoved(*this);
     }
+    if (NOD_ReferenceIndex *const references = getRoot()->myReferences) {
+        references->forget(*this);
+    }
     myParms->setEventHandler(nullptr, nullptr);
     myParms->clearParmOwner();
     setParmList(nullptr);
@@ -181,6 +187,9 @@ std::unique_ptr<NOD_Node> NOD_Node::leaveTree()
             unlink(*node.myParms);
         });
     }
+    if (NOD_ReferenceIndex *const references = getRoot()->myReferences) {
+        references->forgetTree(*this);
+    }
     std::unique_ptr<NOD_Node> taken = myParent->takeChild(*this);
     myParent = nullptr;
     return taken;
@@ -190,20 +199,31 @@ void NOD_Node::enterTree(std::unique_ptr<NOD_Node> &owner, NOD_Node &parent, std
                          const std::string &name)
 {
     std::string newName = name;
+    const bool comesFlag = bool(owner);
     if (parent.myChildren.size() == parent.myChildren.capacity()) {
         parent.myChildren.reserve(2 * parent.myChildren.size() + 1);
     }
     // From here on nothing fails.
-    std::unique_ptr<NOD_Node> node = owner ? std::move(owner) : myParent->takeChild(*this);
-    const auto at =
-        parent.myChildren.begin() + std::ptrdiff_t(std::min(place, parent.myChildren.size()));
-    parent.myChildren.insert(at, std::move(node));
+    const bool staysFlag = !owner && myParent == &parent && place < parent.myChildren.size() &&
+                           parent.myChildren[place].get() == this;
+    if (staysFlag) {
+        parent.removeName(*this);
+    } else {
+        std::unique_ptr<NOD_Node> node = owner ? std::move(owner) : myParent->takeChild(*this);
+        const auto at =
+            parent.myChildren.begin() + std::ptrdiff_t(std::min(place, parent.myChildren.size()));
+        parent.myChildren.insert(at, std::move(node));
+    }
     myParent = &parent;
     myName.swap(newName);
     try {
         parent.addName(*this);
     } catch (const std::bad_alloc &) {
         parent.myChildrenByName.clear(); // only slower
+    }
+    NOD_ReferenceIndex *const references = comesFlag ? getRoot()->myReferences : nullptr;
+    if (references) {
+        NODforEachNode(*this, [&](NOD_Node &node) { references->note(node); });
     }
 }
 
@@ -498,6 +518,7 @@ void NOD_Node::renew(const NOD_NodeSeed &seed)
     myParms->buildDelayedDefaults(deleteChannels);
     fresh.reset();
     keepSeed(seed);
+    textsChanged();
     structureChanged();
 }
 
@@ -698,6 +719,16 @@ void NOD_Node::referenceFound(const TRK_Referrer &from, const KIT_StringRef &pat
 {
     if (NOD_Graph *graph = getWatcher()) {
         graph->referenceFound(*this, from, path, name);
+    }
+}
+
+void NOD_Node::textsChanged()
+{
+    if (BASload(myUnreadFlag)) {
+        return;
+    }
+    if (NOD_ReferenceIndex *const references = getRoot()->myReferences) {
+        references->note(*this);
     }
 }
 

@@ -148,23 +148,41 @@ NOD_References::NOD_References(NOD_Node &root)
 
 NOD_References::NOD_References(NOD_Node &root, Resolve resolve) : myResolve(std::move(resolve))
 {
-    take(root);
+    takeTree(root);
+}
+
+NOD_References::NOD_References(const std::vector<NOD_Node *> &nodes)
+    : NOD_References(nodes, [](NOD_Node &node, const std::string &path) {
+          return node.findNode(path.c_str());
+      })
+{}
+
+NOD_References::NOD_References(const std::vector<NOD_Node *> &nodes, Resolve resolve)
+    : myResolve(std::move(resolve))
+{
+    for (NOD_Node *node : nodes) {
+        take(*node);
+    }
+}
+
+void NOD_References::takeTree(NOD_Node &root)
+{
+    NODforEachNode(root, [this](NOD_Node &node) { take(node); });
 }
 
 void NOD_References::take(NOD_Node &node)
 {
-    Paths paths;
-    for (int i = 0; i < node.getParms().getEntries(); ++i) {
-        if (ZEL_Parm *const parm = node.getParms().getParmPtr(i)) {
-            takeParm(node, *parm, paths);
+    NodePaths all;
+    NODforEachParm(node, [&](int, ZEL_Parm &parm) {
+        Paths paths;
+        takeParm(node, parm, paths);
+        if (!paths.empty()) {
+            all.push_back({KIT_StringHolder(parm.getTokenRef()), std::move(paths)});
         }
-    }
-    if (!paths.empty()) {
+    });
+    if (!all.empty()) {
         myOrder.push_back(&node);
-        myPaths[&node] = std::move(paths);
-    }
-    for (const auto &child : node.getChildren()) {
-        take(*child);
+        myPaths[&node] = std::move(all);
     }
 }
 
@@ -211,12 +229,16 @@ int NOD_References::forget(NOD_Node &node)
             at = myPaths.erase(at);
             continue;
         }
-        for (Reference &reference : at->second) {
-            if (isGone(reference.target)) {
-                reference.target = nullptr;
-                ++lost;
+        std::set<std::string> paths;
+        for (ParmPaths &parm : at->second) {
+            for (Reference &reference : parm.paths) {
+                if (isGone(reference.target)) {
+                    reference.target = nullptr;
+                    paths.insert(reference.path);
+                }
             }
         }
+        lost += int(paths.size());
         ++at;
     }
     return lost;
@@ -230,13 +252,15 @@ void NOD_References::copied(const std::unordered_map<NOD_Node *, NOD_Node *> &co
         if (copy == copies.end()) {
             continue;
         }
-        Paths paths = myPaths[original];
-        for (Reference &reference : paths) {
-            const auto target = copies.find(reference.target);
-            reference.target = target == copies.end() ? reference.target : target->second;
+        NodePaths all = myPaths[original];
+        for (ParmPaths &parm : all) {
+            for (Reference &reference : parm.paths) {
+                const auto target = copies.find(reference.target);
+                reference.target = target == copies.end() ? reference.target : target->second;
+            }
         }
         myOrder.push_back(copy->second);
-        myPaths[copy->second] = std::move(paths);
+        myPaths[copy->second] = std::move(all);
     }
 }
 
@@ -251,20 +275,25 @@ std::vector<NOD_References::Change> NOD_References::rewrite(const Announce &anno
         const auto leadsElsewhere = [&](const Reference &reference) {
             return reference.target && node->findNode(reference.path.c_str()) != reference.target;
         };
-        const Paths &paths = myPaths[node];
-        if (std::any_of(paths.begin(), paths.end(), leadsElsewhere)) {
-            rewriteNode(*node, paths, announce, changes);
+        for (const ParmPaths &parm : myPaths[node]) {
+            if (std::any_of(parm.paths.begin(), parm.paths.end(), leadsElsewhere)) {
+                rewriteParm(*node, parm, announce, changes);
+            }
         }
     }
     return changes;
 }
 
-void NOD_References::rewriteNode(NOD_Node &node, const Paths &paths, const Announce &announce,
+void NOD_References::rewriteParm(NOD_Node &node, const ParmPaths &own, const Announce &announce,
                                  std::vector<Change> &changes)
 {
+    ZEL_Parm *const parm = node.getParms().getParmPtr(own.token);
+    if (!parm) {
+        return;
+    }
     // A path also stands for those that begin with it, and one's new path may be another's old one: so
     // each becomes a text of its own first, the longest before the others.
-    Paths sorted = paths;
+    Paths sorted = own.paths;
     std::sort(sorted.begin(), sorted.end(), [](const Reference &a, const Reference &b) {
         return a.path.size() != b.path.size() ? a.path.size() > b.path.size() : a.path < b.path;
     });
@@ -279,29 +308,18 @@ void NOD_References::rewriteNode(NOD_Node &node, const Paths &paths, const Annou
         renames.emplace_back(placeholder(i, path),
                              staysFlag ? path : pathLike(path, node, *target));
     }
-    for (int i = 0; i < node.getParms().getEntries(); ++i) {
-        ZEL_Parm *const parm = node.getParms().getParmPtr(i);
-        Paths own;
-        if (parm) {
-            takeParm(node, *parm, own);
-        }
-        if (own.empty()) {
-            continue;
-        }
-        if (announce) {
-            announce(node, *parm);
-        }
-        const bool changedFlag = replaceInParm(*parm, renames);
-        const int lost = countLost(node, *parm, own, paths);
-        if (changedFlag || lost > 0) {
-            changes.push_back({&node, i, lost});
-        }
+    if (announce) {
+        announce(node, *parm);
+    }
+    const bool changedFlag = replaceInParm(*parm, renames);
+    const int lost = countLost(node, *parm, own.paths);
+    if (changedFlag || lost > 0) {
+        changes.push_back({&node, node.getParms().getParmIndex(parm), lost});
     }
 }
 
 /// Of a parameter's former paths, those whose targets none of its paths leads to now.
-int NOD_References::countLost(NOD_Node &node, ZEL_Parm &parm, const Paths &former,
-                              const Paths &known)
+int NOD_References::countLost(NOD_Node &node, ZEL_Parm &parm, const Paths &former)
 {
     Paths present;
     takeParm(node, parm, present);
@@ -309,12 +327,17 @@ int NOD_References::countLost(NOD_Node &node, ZEL_Parm &parm, const Paths &forme
     for (const Reference &reference : present) {
         found.insert(node.findNode(reference.path.c_str()));
     }
-    int lost = 0;
-    for (const Reference &reference : former) {
-        const auto same = std::find_if(known.begin(), known.end(), [&](const Reference &other) {
-            return other.path == reference.path;
-        });
-        lost += same != known.end() && same->target && !found.count(same->target);
+    return int(std::count_if(former.begin(), former.end(), [&](const Reference &reference) {
+        return reference.target && !found.count(reference.target);
+    }));
+}
+
+void NOD_References::forEachPath(const NOD_Node &node, const PathCall &call) const
+{
+    const auto all = myPaths.find(&node);
+    for (std::size_t i = 0; all != myPaths.end() && i < all->second.size(); ++i) {
+        for (const Reference &reference : all->second[i].paths) {
+            call(all->second[i].token, reference.path);
+        }
     }
-    return lost;
 }

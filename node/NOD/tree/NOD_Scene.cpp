@@ -11,6 +11,7 @@
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_UndoStack.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
+#include <NOD/tree/NOD_ReferenceIndexPrivate.h>
 #include <NOD/undo/NOD_UndoStepPrivate.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_Parm.h>
@@ -18,6 +19,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <set>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -49,7 +51,9 @@ bool canName(const NOD_Node &parent, const NOD_Node *self, const std::string &na
 // ---------------------------------------------------------------------- //
 
 NOD_Scene::NOD_Scene()
-    : myRoot(std::make_unique<NOD_Node>()), myGraph(std::make_unique<NOD_Graph>(*myRoot)),
+    : myRoot(std::make_unique<NOD_Node>()),
+      myReferences(std::make_unique<NOD_ReferenceIndex>(*myRoot)),
+      myGraph(std::make_unique<NOD_Graph>(*myRoot)),
       myConditions(std::make_unique<NOD_Conditions>(*myGraph)),
       myUndo(std::make_unique<NOD_UndoStack>(*myRoot, NOD_UndoStack::theUsualMost,
                                              NOD_UndoStack::theUsualBytes, this))
@@ -67,6 +71,7 @@ NOD_Scene::~NOD_Scene()
     myUndo.reset();
     myConditions.reset();
     myGraph.reset();
+    myReferences.reset();
 }
 
 // ---------------------------------------------------------------------- //
@@ -152,7 +157,7 @@ bool NOD_Scene::rename(NOD_Node &node, const std::string &name, NOD_Report &repo
         return true;
     }
     const NOD_Edit edit(*this, "Rename " + node.getName() + " to " + name);
-    NOD_References references(*myRoot);
+    NOD_References references(myReferences->findReaders(node));
     myUndo->nodeMoves(node, node.getParent(), name);
     node.changePlace(*node.getParent(), NOD_TreePlace::of(node).place, name);
     settle(references, report);
@@ -171,7 +176,15 @@ bool NOD_Scene::move(NOD_Node &node, NOD_Node &parent, NOD_Report &report)
         }
     }
     const NOD_Edit edit(*this, "Move " + node.getName());
-    NOD_References references(*myRoot);
+    // Relative paths of what moves lead elsewhere, too.
+    std::vector<NOD_Node *> readers = myReferences->findReadersBelow(node);
+    const std::set<const NOD_Node *> below(readers.begin(), readers.end());
+    for (NOD_Node *reader : myReferences->findReaders(node)) {
+        if (below.count(reader) == 0) {
+            readers.push_back(reader);
+        }
+    }
+    NOD_References references(readers);
     myUndo->nodeMoves(node, &parent, node.getName());
     node.changePlace(parent, parent.getChildren().size(), node.getName());
     settle(references, report);
@@ -185,7 +198,7 @@ NOD_Node *NOD_Scene::copy(NOD_Node &node, NOD_Node &parent, const std::string &n
         return nullptr;
     }
     const NOD_Edit edit(*this, "Copy " + node.getName());
-    NOD_References references(*myRoot);
+    NOD_References references(myReferences->findReadersBelow(node));
     // Those that are there now: the copy may become one of them.
     std::vector<NOD_Node *> originals;
     NODforEachNode(node, [&](NOD_Node &one) { originals.push_back(&one); });
@@ -208,7 +221,7 @@ bool NOD_Scene::remove(NOD_Node &node, NOD_Report &report)
         return false;
     }
     const NOD_Edit edit(*this, "Remove " + node.getName());
-    NOD_References references(*myRoot);
+    NOD_References references(myReferences->findReaders(node));
     if (const int lost = references.forget(node)) {
         report.warning(NODpathOf(node),
                        std::to_string(lost) + " references of other nodes lead here");
@@ -224,7 +237,9 @@ void NOD_Scene::clear()
     const NOD_Batch batch(*this);
     TRK_Collection &channels = myRoot->getChannels();
     while (!myRoot->getChildren().empty()) {
-        myUndo->nodeRemoved(myRoot->takeChild(*myRoot->getChildren().back()));
+        NOD_Node &last = *myRoot->getChildren().back();
+        myReferences->forgetTree(last);
+        myUndo->nodeRemoved(myRoot->takeChild(last));
     }
     myRoot->setSpareParms(static_cast<const ZEL_Template *>(nullptr));
     if (myRoot->getInterface() || myRoot->isTypeMissing()) {

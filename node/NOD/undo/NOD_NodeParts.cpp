@@ -36,6 +36,14 @@ std::vector<TRK_Channel *> unlinked(NOD_Node &node)
 
 } // namespace
 
+NOD_ChannelTaker &NOD_NodeParts::channelTaker(NOD_Node &node)
+{
+    if (!node.myChannelTaker) {
+        node.myChannelTaker = std::make_unique<NOD_ChannelTaker>();
+    }
+    return *node.myChannelTaker;
+}
+
 NOD_NodeParts::Structure NOD_NodeParts::structure(const NOD_Node &node)
 {
     return std::make_shared<StructureParts>(StructureParts{
@@ -49,12 +57,10 @@ NOD_NodeParts::Texts NOD_NodeParts::texts(const NOD_Node &node)
 
 NOD_NodeParts::OtherChannels NOD_NodeParts::otherChannels(NOD_Node &node)
 {
-    auto others = std::make_shared<TRK_Collection>();
-    others->setExprLanguage(node.myChannels.getExprLanguage());
+    auto others = std::make_shared<ChannelParts>();
+    others->language = node.myChannels.getExprLanguage();
     for (const TRK_Channel *channel : unlinked(node)) {
-        TRK_Channel *const copy = others->addChannel(channel->getName());
-        NODcopyChannel(*channel, *copy);
-        others->setChannelAlias(copy, channel->getAlias());
+        others->channels.push_back(channelTaker(node).take(*channel));
     }
     return others;
 }
@@ -97,17 +103,20 @@ void NOD_NodeParts::restore(NOD_Node &node, const Texts &texts)
 void NOD_NodeParts::restore(NOD_Node &node, const OtherChannels &channels)
 {
     TRK_Collection &collection = node.myChannels;
-    collection.setExprLanguage(channels->getExprLanguage());
+    collection.setExprLanguage(channels->language);
+    std::unordered_set<KIT_StringHolder, KIT_StringRefHash> names;
+    for (const NOD_ChannelMemory &kept : channels->channels) {
+        names.insert(kept.name);
+    }
     for (TRK_Channel *channel : unlinked(node)) {
-        if (!channels->getChannel(channel->getName())) {
+        if (names.count(channel->getName()) == 0) {
             collection.deleteChannel(channel);
         }
     }
-    for (int i = 0; i < channels->entries(); ++i) {
-        const TRK_Channel &kept = *channels->getChannel(i);
-        if (TRK_Channel *const channel = collection.addChannel(kept.getName())) {
-            NODcopyChannel(kept, *channel);
-            collection.setChannelAlias(channel, kept.getAlias());
+    for (const NOD_ChannelMemory &kept : channels->channels) {
+        if (TRK_Channel *const channel = collection.addChannel(kept.name)) {
+            channelTaker(node).restore(kept, *channel);
+            collection.setChannelAlias(channel, kept.alias);
         }
     }
     if (NOD_Graph *const graph = node.getGraph()) {
@@ -117,14 +126,14 @@ void NOD_NodeParts::restore(NOD_Node &node, const OtherChannels &channels)
 
 bool NOD_NodeParts::isSame(const OtherChannels &a, const OtherChannels &b)
 {
-    return a && b ? a->getExprLanguage() == b->getExprLanguage() && NODhasSameChannels(*a, *b)
-                  : a == b;
+    return a && b ? *a == *b : a == b;
 }
 
 std::int64_t NOD_NodeParts::getMemoryUsage(const Structure &structure, const Texts &texts,
                                            const OtherChannels &channels)
 {
-    std::int64_t bytes = channels ? channels->getMemoryUsage(true) : 0;
+    std::int64_t bytes =
+        channels ? std::int64_t(sizeof(*channels)) + NODmemoryOf(channels->channels) : 0;
     if (structure) {
         bytes += std::int64_t(sizeof(*structure) + structure->plainType.capacity());
         bytes += structure->spares

@@ -8,7 +8,8 @@
 #pragma once
 
 #include <NOD/NOD_Node.h>
-#include <TRK/TRK_Collection.h>
+#include <NOD/undo/NOD_ChannelMemoryPrivate.h>
+#include <TRK/TRK_Types.h>
 
 #include <cstdint>
 #include <map>
@@ -45,8 +46,19 @@ struct NOD_NodeParts
         }
     };
     using Texts = std::shared_ptr<const TextParts>;
-    using OtherChannels = std::shared_ptr<const TRK_Collection>;
+    struct ChannelParts
+    {
+        TRK_ExprLanguage language;
+        NOD_ChannelMemories channels;
+        bool operator==(const ChannelParts &other) const
+        {
+            return language == other.language && NODhasSameChannels(channels, other.channels);
+        }
+    };
+    using OtherChannels = std::shared_ptr<const ChannelParts>;
 
+    /// Kept with the node, so that one state after the other shares what stays.
+    static NOD_ChannelTaker &channelTaker(NOD_Node &node);
     static Structure structure(const NOD_Node &node);
     static Texts texts(const NOD_Node &node);
     static OtherChannels otherChannels(NOD_Node &node);

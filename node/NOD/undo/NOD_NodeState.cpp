@@ -11,6 +11,7 @@
 #include <TRK/TRK_EventManager.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_InputBudget.h>
+#include <ZEL/ZEL_LateRemovals.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 
@@ -190,7 +191,7 @@ void addParm(Contents &contents, NOD_ParmTaker &taker, ZEL_Parm &parm)
 
 } // namespace
 
-void NOD_NodeState::add(NOD_Node &, ZEL_Parm &parm)
+void NOD_NodeState::add(NOD_Node &node, ZEL_Parm &parm)
 {
     if (covers(parm)) {
         return;
@@ -198,7 +199,7 @@ void NOD_NodeState::add(NOD_Node &, ZEL_Parm &parm)
     settleBelow(parm);
     // A save stops at an error that is still in the error manager.
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
-    NOD_ParmTaker taker;
+    NOD_ParmTaker taker(NOD_NodeParts::channelTaker(node));
     Adding<Contents> adding(*myContents);
     addParm(*myContents, taker, parm);
     adding.done();
@@ -219,7 +220,7 @@ void NOD_NodeState::addWhole(NOD_Node &node)
     ZEL_ParmList &list = node.getParms();
     settleAll(list);
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
-    NOD_ParmTaker taker;
+    NOD_ParmTaker taker(NOD_NodeParts::channelTaker(node));
     Adding<Contents> adding(*myContents);
     for (int i = 0; i < list.getEntries(); ++i) {
         ZEL_Parm *const parm = list.getParmPtr(i);
@@ -273,19 +274,21 @@ void NOD_NodeState::restoreSilently(NOD_Node &node, Changes &changes) const
     if (myContents->texts) {
         NOD_NodeParts::restore(node, myContents->texts);
     }
-    NOD_ParmTaker taker;
+    NOD_ChannelTaker &channels = NOD_NodeParts::channelTaker(node);
+    NOD_ParmTaker taker(channels);
     std::vector<std::pair<ZEL_Parm *, const NOD_ParmMemory *>> restored;
+    ZEL_ParmList::LateRemovals removals(node.getParms());
     const auto restoreParm = [&](const NOD_ParmMemory &state) {
-        ZEL_Parm *const parm = node.getParms().getParmPtr(state.token);
+        ZEL_Parm *const parm = removals.find(state.token);
         if (!parm || !parm->getInstance()) {
             return;
         }
-        const NOD_ParmMemory present = taker.take(*parm);
+        const NOD_ParmMemory present = taker.peek(*parm);
         if (!state.isSame(present)) {
             changes.push_back({state.token, state.masks.locks != present.masks.locks,
                                !state.hasSameChannels(present)});
             restored.emplace_back(parm, &state);
-            state.restore(*parm, present);
+            state.restore(*parm, present, channels);
         }
     };
     // A new item starts from its defaults, without channels, so it must be there before its state; and
@@ -301,6 +304,7 @@ void NOD_NodeState::restoreSilently(NOD_Node &node, Changes &changes) const
     for (const NOD_ParmMemory *state : order) {
         restoreParm(*state);
     }
+    removals.finish();
     bool aliasFlag = false;
     for (const auto &[parm, state] : restored) {
         aliasFlag |= state->clearAliases(*parm);

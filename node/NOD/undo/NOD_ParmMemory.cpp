@@ -3,6 +3,8 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_String.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_Data.h>
 #include <ZEL/ZEL_Multi.h>
@@ -38,7 +40,8 @@ bool isSavedAsText(const ZEL_Parm &parm)
     return parm.getType().isOrdinalType();
 }
 
-std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm)
+std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm, NOD_ChannelTaker &channels,
+                                                   bool momentFlag)
 {
     std::shared_ptr<NOD_ParmMemory::Rare> rare;
     const auto get = [&]() -> NOD_ParmMemory::Rare & {
@@ -48,9 +51,10 @@ std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm)
     for (int k = 0; k < parm.getVectorSize(); ++k) {
         if (const TRK_Channel *const channel = parm.getChannel(k)) {
             get().links.emplace_back(k, channel->getName());
-            TRK_Channel *const copy = get().channels.addChannel(channel->getName());
-            NODcopyChannel(*channel, *copy);
-            get().channels.setChannelAlias(copy, channel->getAlias());
+            if (!NODfindChannel(get().channels, channel->getName())) {
+                get().channels.push_back(momentFlag ? channels.peek(*channel)
+                                                    : channels.take(*channel));
+            }
         }
         if (parm.getChannelAlias(k) != parm.getChannelToken(k)) {
             get().aliases.emplace_back(k, parm.getChannelAlias(k));
@@ -60,19 +64,6 @@ std::shared_ptr<const NOD_ParmMemory::Rare> rareOf(const ZEL_Parm &parm)
         }
     }
     return rare;
-}
-
-std::string textOf(const TRK_Channel &channel)
-{
-    TRK_Collection alone;
-    TRK_Channel *const copy = alone.addChannel(channel.getName());
-    NODcopyChannel(channel, *copy);
-    alone.setChannelAlias(copy, channel.getAlias());
-    std::ostringstream os;
-    if (!alone.save(os) || !os) {
-        throw std::bad_alloc();
-    }
-    return os.str();
 }
 
 bool isSameRare(const NOD_ParmMemory::Rare *a, const NOD_ParmMemory::Rare *b)
@@ -119,32 +110,23 @@ void readPending(const ZEL_Parm &parm)
 
 } // namespace
 
-void NODcopyChannel(const TRK_Channel &from, TRK_Channel &to)
-{
-    to.copyContents(from);
-    to.setLocked(from.getLocked());
-    to.setScope(from.getScope());
-}
-
-bool NODhasSameChannels(const TRK_Collection &a, const TRK_Collection &b)
-{
-    if (a.entries() != b.entries()) {
-        return false;
-    }
-    for (int i = 0; i < a.entries(); ++i) {
-        const TRK_Channel *const other = b.getChannel(a.getChannel(i)->getName());
-        if (!other || textOf(*a.getChannel(i)) != textOf(*other)) {
-            return false;
-        }
-    }
-    return true;
-}
-
 // ---------------------------------------------------------------------- //
 // Taking and comparing
 // ---------------------------------------------------------------------- //
 
 NOD_ParmMemory NOD_ParmTaker::take(const ZEL_Parm &parm)
+{
+    constexpr bool momentFlag = false;
+    return takeAll(parm, momentFlag);
+}
+
+NOD_ParmMemory NOD_ParmTaker::peek(const ZEL_Parm &parm)
+{
+    constexpr bool momentFlag = true;
+    return takeAll(parm, momentFlag);
+}
+
+NOD_ParmMemory NOD_ParmTaker::takeAll(const ZEL_Parm &parm, bool momentFlag)
 {
     constexpr bool compiled = false;
     NOD_ParmMemory state;
@@ -153,7 +135,7 @@ NOD_ParmMemory NOD_ParmTaker::take(const ZEL_Parm &parm)
     state.basicType = int(parm.getType().getBasicType());
     state.blockDepth = blockDepthOf(parm);
     state.masks = masksOf(parm);
-    state.rare = rareOf(parm);
+    state.rare = rareOf(parm, myChannels, momentFlag);
     if (parm.getType().isDataType()) {
         parm.saveUndoData(state.items);
         return state;
@@ -178,9 +160,9 @@ bool NOD_ParmMemory::isSame(const NOD_ParmMemory &other) const
 
 bool NOD_ParmMemory::hasSameChannels(const NOD_ParmMemory &other) const
 {
-    return rare && other.rare ? NODhasSameChannels(rare->channels, other.rare->channels)
-                              : (!rare || rare->channels.entries() == 0) &&
-                                    (!other.rare || other.rare->channels.entries() == 0);
+    static const NOD_ChannelMemories theNone;
+    return NODhasSameChannels(rare ? rare->channels : theNone,
+                              other.rare ? other.rare->channels : theNone);
 }
 
 std::int64_t NOD_ParmMemory::getMemoryUsage() const
@@ -191,7 +173,7 @@ std::int64_t NOD_ParmMemory::getMemoryUsage() const
         const std::size_t texts = rare->links.capacity() + rare->aliases.capacity();
         bytes += std::int64_t(sizeof(*rare) + texts * sizeof(rare->links[0]) +
                               rare->colors.capacity() * sizeof(rare->colors[0]));
-        bytes += rare->channels.getMemoryUsage(false);
+        bytes += NODmemoryOf(rare->channels);
     }
     return bytes;
 }
@@ -200,13 +182,14 @@ std::int64_t NOD_ParmMemory::getMemoryUsage() const
 // Restoring
 // ---------------------------------------------------------------------- //
 
-void NOD_ParmMemory::restore(ZEL_Parm &parm, const NOD_ParmMemory &present) const
+void NOD_ParmMemory::restore(ZEL_Parm &parm, const NOD_ParmMemory &present,
+                             NOD_ChannelTaker &channels) const
 {
     if (basicType != present.basicType || blockDepth != present.blockDepth) {
         return;
     }
     try {
-        restoreLinked(parm, present);
+        restoreLinked(parm, present, channels);
     } catch (...) {
         dropUnlinked(parm);
         throw;
@@ -214,9 +197,10 @@ void NOD_ParmMemory::restore(ZEL_Parm &parm, const NOD_ParmMemory &present) cons
     restoreMasks(parm);
 }
 
-void NOD_ParmMemory::restoreLinked(ZEL_Parm &parm, const NOD_ParmMemory &present) const
+void NOD_ParmMemory::restoreLinked(ZEL_Parm &parm, const NOD_ParmMemory &present,
+                                   NOD_ChannelTaker &channels) const
 {
-    restoreChannels(parm, present);
+    restoreChannels(parm, present, channels);
     // A load sets marks and clears none.
     ZEL_Instance &instance = *parm.getInstance();
     instance.setExpressionState(false);
@@ -241,7 +225,8 @@ void NOD_ParmMemory::dropUnlinked(ZEL_Parm &parm) const
     }
 }
 
-void NOD_ParmMemory::restoreChannels(ZEL_Parm &parm, const NOD_ParmMemory &present) const
+void NOD_ParmMemory::restoreChannels(ZEL_Parm &parm, const NOD_ParmMemory &present,
+                                     NOD_ChannelTaker &channels) const
 {
     TRK_Collection *const collection = parm.getChannelGroupPtr();
     if (!collection) {
@@ -258,13 +243,13 @@ void NOD_ParmMemory::restoreChannels(ZEL_Parm &parm, const NOD_ParmMemory &prese
             parm.getInstance()->removeChannel(k);
         }
     }
-    for (int i = 0; rare && i < rare->channels.entries(); ++i) {
-        const TRK_Channel &kept = *rare->channels.getChannel(i);
-        const TRK_Channel *const now =
-            present.rare ? present.rare->channels.getChannel(kept.getName()) : nullptr;
-        TRK_Channel *const channel = collection->addChannel(kept.getName());
-        if (channel && (!now || textOf(*now) != textOf(kept))) {
-            NODcopyChannel(kept, *channel);
+    for (std::size_t i = 0; rare && i < rare->channels.size(); ++i) {
+        const NOD_ChannelMemory &kept = rare->channels[i];
+        const NOD_ChannelMemory *const now =
+            present.rare ? NODfindChannel(present.rare->channels, kept.name) : nullptr;
+        TRK_Channel *const channel = collection->addChannel(kept.name);
+        if (channel && (!now || !(*now == kept))) {
+            channels.restore(kept, *channel);
         }
     }
 }
@@ -351,11 +336,11 @@ bool NOD_ParmMemory::restoreAliases(ZEL_Parm &parm) const
         }
     }
     TRK_Collection *const collection = parm.getChannelGroupPtr();
-    for (int i = 0; collection && i < rare->channels.entries(); ++i) {
-        const TRK_Channel &kept = *rare->channels.getChannel(i);
-        TRK_Channel *const channel = collection->getChannel(kept.getName());
-        if (channel && channel->getAlias() != kept.getAlias()) {
-            collection->setChannelAlias(channel, kept.getAlias());
+    for (std::size_t i = 0; collection && i < rare->channels.size(); ++i) {
+        const NOD_ChannelMemory &kept = rare->channels[i];
+        TRK_Channel *const channel = collection->getChannel(kept.name);
+        if (channel && channel->getAlias() != kept.alias) {
+            collection->setChannelAlias(channel, kept.alias);
         }
     }
     return !rare->aliases.empty();

@@ -10,7 +10,7 @@
 
 #include <KIT/KIT_Color.h>
 #include <KIT/KIT_StringHolder.h>
-#include <TRK/TRK_Collection.h>
+#include <NOD/undo/NOD_ChannelMemoryPrivate.h>
 
 #include <cstdint>
 #include <memory>
@@ -30,7 +30,7 @@ struct NOD_ParmMemory
         std::vector<std::pair<int, KIT_StringHolder>> links;
         std::vector<std::pair<int, KIT_StringHolder>> aliases;
         std::vector<std::pair<int, KIT_Color>> colors;
-        TRK_Collection channels; ///< copies, under their names
+        NOD_ChannelMemories channels;
     };
     struct Masks
     {
@@ -50,7 +50,7 @@ struct NOD_ParmMemory
     std::int64_t getMemoryUsage() const;
 
     /// Nothing for a parameter of another kind.
-    void restore(ZEL_Parm &parm, const NOD_ParmMemory &present) const;
+    void restore(ZEL_Parm &parm, const NOD_ParmMemory &present, NOD_ChannelTaker &channels) const;
     /// The aliases that differ, once those of all parameters that are restored are cleared: one may
     /// have been another's. Whether there were or are any.
     bool clearAliases(ZEL_Parm &parm) const;
@@ -65,9 +65,11 @@ struct NOD_ParmMemory
     int blockDepth = -1; ///< of a block: in how many others it is; -1 for no block
 
 private:
-    void restoreLinked(ZEL_Parm &parm, const NOD_ParmMemory &present) const;
+    void restoreLinked(ZEL_Parm &parm, const NOD_ParmMemory &present,
+                       NOD_ChannelTaker &channels) const;
     void dropUnlinked(ZEL_Parm &parm) const;
-    void restoreChannels(ZEL_Parm &parm, const NOD_ParmMemory &present) const;
+    void restoreChannels(ZEL_Parm &parm, const NOD_ParmMemory &present,
+                         NOD_ChannelTaker &channels) const;
     void restoreBody(ZEL_Parm &parm) const;
     void restoreMasks(ZEL_Parm &parm) const;
     void linkChannels(ZEL_Parm &parm) const;
@@ -77,13 +79,15 @@ private:
 class NOD_ParmTaker
 {
 public:
+    explicit NOD_ParmTaker(NOD_ChannelTaker &channels) : myChannels(channels) {}
+
     NOD_ParmMemory take(const ZEL_Parm &parm);
+    /// For a moment, as NOD_ChannelTaker::peek.
+    NOD_ParmMemory peek(const ZEL_Parm &parm);
 
 private:
+    NOD_ParmMemory takeAll(const ZEL_Parm &parm, bool momentFlag);
+
+    NOD_ChannelTaker &myChannels;
     std::ostringstream myStream;
 };
-
-/// A channel as another one of the same name has it, its marks included, but for the alias.
-void NODcopyChannel(const TRK_Channel &from, TRK_Channel &to);
-/// Whether both collections have the same channels, however they are ordered.
-bool NODhasSameChannels(const TRK_Collection &a, const TRK_Collection &b);
