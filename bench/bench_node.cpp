@@ -7,7 +7,8 @@
 //   graph/reach         one change that reaches 1,000 components, of fewer nodes all; time of one that it
 //                       reaches, beside a walk over an array of arrays of numbers with the same edges
 //   graph/batch         the same, and a change in each node beside it, in one batch
-//   tree/rename         of a node that two others read, with its step of undo; time of one
+//   tree/rename         of a node that two others read, with its step of undo; time of one, after the first,
+//                       which reads the expressions of the whole scene
 //   tree/move           of the same into another node and back
 //   tree/copy           of the same
 //   tree/remove         of that copy
@@ -225,7 +226,11 @@ NOD_Node &middleOf(NOD_Scene &scene, int count)
 {
     constexpr int theMiddle = 40;
     require(count > 2 * theMiddle + 2, "too few nodes");
-    return *scene.find(("/" + nodeName(theMiddle)).c_str());
+    NOD_Node &node = *scene.find(("/" + nodeName(theMiddle)).c_str());
+    // The first change of the tree reads the expressions of all nodes.
+    renameTo(scene, node, "first");
+    renameTo(scene, node, nodeName(theMiddle));
+    return node;
 }
 
 void requireReader(NOD_Scene &scene, const std::string &path)

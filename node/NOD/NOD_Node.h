@@ -261,6 +261,7 @@ private:
     friend class NOD_UndoStack;
     friend class NOD_UndoStep;
     friend struct NOD_NodeParts;
+    friend struct NOD_TreePlace;
 
     NOD_Node *adopt(const char *name, NOD_NodeSeed seed);
     /// Another node with all that this one has, but for its children.
@@ -287,6 +288,8 @@ private:
     void comeBack();
     /// Within the tree.
     void changePlace(NOD_Node &parent, std::size_t place, const std::string &name);
+    /// Among the parent's children.
+    std::size_t findPlace() const;
     /// After a child came or got its name, and before it goes or loses it.
     void addName(NOD_Node &child);
     void removeName(const NOD_Node &child) { myChildrenByName.erase(child.myName); }
@@ -305,6 +308,7 @@ private:
     NOD_ReferenceIndex *myReferences = nullptr; ///< the same
     NOD_NodeMaker myMaker;                      ///< the same
     std::string myName;
+    mutable std::size_t myLastPlace = 0; ///< among its siblings, when it was asked last
     std::map<std::string, std::string> myVariables;
     std::shared_ptr<const ChangeCallback> myChangeCallback;
     DependencyCallback myDependencyCallback;

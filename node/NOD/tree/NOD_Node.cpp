@@ -210,9 +210,9 @@ void NOD_Node::enterTree(std::unique_ptr<NOD_Node> &owner, NOD_Node &parent, std
         parent.removeName(*this);
     } else {
         std::unique_ptr<NOD_Node> node = owner ? std::move(owner) : myParent->takeChild(*this);
-        const auto at =
-            parent.myChildren.begin() + std::ptrdiff_t(std::min(place, parent.myChildren.size()));
-        parent.myChildren.insert(at, std::move(node));
+        myLastPlace = std::min(place, parent.myChildren.size());
+        parent.myChildren.insert(parent.myChildren.begin() + std::ptrdiff_t(myLastPlace),
+                                 std::move(node));
     }
     myParent = &parent;
     myName.swap(newName);
@@ -248,14 +248,27 @@ void NOD_Node::changePlace(NOD_Node &parent, std::size_t place, const std::strin
     }
 }
 
+std::size_t NOD_Node::findPlace() const
+{
+    const auto &all = myParent->myChildren;
+    const std::size_t last = std::min(myLastPlace, all.size() - 1);
+    // Siblings that have come or left since have moved it by so many.
+    for (std::size_t moved = 0;; ++moved) {
+        if (moved <= last && all[last - moved].get() == this) {
+            return myLastPlace = last - moved;
+        }
+        if (last + moved < all.size() && all[last + moved].get() == this) {
+            return myLastPlace = last + moved;
+        }
+    }
+}
+
 std::unique_ptr<NOD_Node> NOD_Node::takeChild(const NOD_Node &child)
 {
-    // Mostly the last one.
-    const auto at = std::find_if(myChildren.rbegin(), myChildren.rend(),
-                                 [&](const auto &one) { return one.get() == &child; });
+    const auto at = myChildren.begin() + std::ptrdiff_t(child.findPlace());
     removeName(child);
     std::unique_ptr<NOD_Node> taken = std::move(*at);
-    myChildren.erase(std::next(at).base());
+    myChildren.erase(at);
     return taken;
 }
 

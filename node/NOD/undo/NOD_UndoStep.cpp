@@ -3,7 +3,6 @@
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Scene.h>
 
-#include <algorithm>
 
 namespace
 {
@@ -26,11 +25,7 @@ NOD_TreePlace NOD_TreePlace::of(const NOD_Node &node)
     at.parent = node.getParent();
     at.name = node.getName();
     if (at.parent) {
-        const auto &all = at.parent->getChildren();
-        // Mostly the last one.
-        const auto found = std::find_if(all.rbegin(), all.rend(),
-                                        [&](const auto &child) { return child.get() == &node; });
-        at.place = std::size_t(all.rend() - found) - 1;
+        at.place = node.findPlace();
     }
     return at;
 }
