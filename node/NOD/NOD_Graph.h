@@ -37,6 +37,7 @@
 #include <iosfwd>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -169,6 +170,7 @@ private:
     class Hub;
     class WholeNode;
     class CycleSearch;
+    struct Variables;
 
     void referenceRead(const TRK_Collection &collection, const KIT_StringRef &name) override;
     void pathLost(const TRK_Collection &collection, const KIT_StringRef &path) override;
@@ -180,12 +182,14 @@ private:
     void markReadersOf(const LNK_MicroNode &node);
     void markReadersOf(ZEL_Parm &parm);
     void markReadersOf(NOD_Node &node);
+    void markReadersOf(const Variables &variables, NOD_Node &node);
     void markWatchers(const NOD_Node &node);
     template <class Call>
     void mend(const Call &call);
     void flushUnlessInBatch();
     void flush();
     void markLost();
+    void markVariables();
     void markAppeared();
     void findReferences(const std::vector<Pending> &pending, double time);
     void collectChanged(const std::vector<Pending> &pending, Hub &hub);
@@ -216,6 +220,7 @@ private:
     bool myBrokenFlag = false; ///< a change was lost for want of memory
     std::vector<Pending> myPending;
     std::unordered_map<const NOD_Node *, std::size_t> myPendingPlaces;
+    std::map<NOD_Node *, std::set<std::string>> myVariables; ///< that have changed in a batch
     std::unique_ptr<NOD_LostReferences> myLost;
     std::unordered_set<const LNK_MicroNode *> mySelfReaders; ///< an edge can't lead to its own node
     std::unordered_map<const NOD_Node *, std::unique_ptr<WholeNode>> myWholeNodes;

@@ -76,6 +76,7 @@ void NOD_Graph::rebuild(double time)
     }
     myPending.clear();
     myPendingPlaces.clear();
+    myVariables.clear();
     myLost->clear();
     myBrokenFlag = false;
     NODforEachNode(*myRoot, [&](NOD_Node &node) {
