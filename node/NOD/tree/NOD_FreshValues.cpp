@@ -4,6 +4,7 @@
 #include <KIT/KIT_ErrorManager.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
+#include <NOD/tree/NOD_LoadingPrivate.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -22,12 +23,7 @@ std::string tokenOf(const ZEL_Parm &parm)
 /// Without the presets of its type.
 NOD_Node &makeNode(NOD_Node &root, const std::shared_ptr<const NOD_Interface> &description)
 {
-    struct Loading
-    {
-        Loading() { ZEL_ParmList::beginLoading(); }
-        ~Loading() { ZEL_ParmList::endLoading(); }
-    };
-    const Loading loading;
+    const NOD_Loading loading;
     return *root.addChild("fresh", description);
 }
 

@@ -13,6 +13,7 @@
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptText.h>
 #include <NOD/tree/NOD_FreshValuesPrivate.h>
+#include <NOD/tree/NOD_LoadingPrivate.h>
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
@@ -33,15 +34,6 @@ namespace
 {
 
 using Parms = std::vector<const ZEL_Parm *>;
-
-/// The library loads while it lives: no presets, no checks of access.
-struct Loading
-{
-    Loading() { ZEL_ParmList::beginLoading(); }
-    ~Loading() { ZEL_ParmList::endLoading(); }
-    Loading(const Loading &) = delete;
-    Loading &operator=(const Loading &) = delete;
-};
 
 KIT_IStream streamOf(const std::string &text, KIT_IStream::Mode mode = KIT_IStream::TEXT)
 {
@@ -498,7 +490,7 @@ void NOD_NodeSections::load(NOD_Node &node, NOD_Report &report) const
 {
     NOD_Edit edit(node, "Load " + node.getName());
     edit.change(node);
-    const Loading loading;
+    const NOD_Loading loading;
     const NOD_Batch batch(node);
     node.clearVariables();
     for (const auto &[name, value] : variables) {
@@ -522,5 +514,6 @@ void NOD_NodeSections::load(NOD_Node &node, NOD_Report &report) const
         const NOD_ReportScope scope(report, {}, "values");
         loadValues(list, values);
     }
+    list.validateChannelNames(); // a load that gave up didn't
     loadAliases(list, aliases, report);
 }
