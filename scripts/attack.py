@@ -72,6 +72,14 @@ def chain(count, kind, step, last="1"):
     return page("".join(rows) + parm(f"p{count}", f'type {kind} default {{ "{last}" }}'))
 
 
+def section(name, text):
+    return f'section "{name}"\n' + "".join(f"\t{line}\n" for line in text.splitlines()) + "end\n"
+
+
+def node(path, more=""):
+    return section(f"node {path}", 'type "t"\n' + more)
+
+
 def noise(size, seed=1):
     return bytes(random.Random(seed).getrandbits(8) for _ in range(size))
 
@@ -93,6 +101,7 @@ VALUE_CALLS = [
     "diff {script} {values} {none}", "shell {script} < {load}",
     "preset save Node attack x {script} --values {values}",
 ]
+SCENE_CALLS = ["scene {scene}", "scene {scene} --convert OUT", "scene {scene} --convert OUT --binary"]
 CHANNEL_CALLS = ["eval {script} --channels {channels}", "eval {script} --channels {channels} --frames 1:10"]
 
 LINES = ("list\ntree\nshow p\ntype p\nevents on\nset m 3\nundo\nredo\nset p 2\nsnapshot a\nrestore a\nmessages\n"
@@ -114,6 +123,11 @@ def rows():
 
     def keys(name, text, of=NUMBER):
         out.append((name, {"script": of, "channels": text}, CHANNEL_CALLS))
+
+    def scene(name, script, text, head=""):
+        sections = section("scene", "version 1.0\n" + head) + section("interface t", "text\n" + script)
+        out.append((name, {"scene": "#STO_INDEX 1.0\n" + sections + text(MOST - 1000 - len(sections)) + "#END\n"},
+                    SCENE_CALLS))
 
     # Parameters without a template or instance.
     script("base_parm", page(parm("p", "baseparm")))
@@ -274,6 +288,23 @@ def rows():
     keys("channels_noise", noise(99000))
     keys("channels_mark", "\ufeff" + channels("channel p { key 0 1 linear() }\n"))
     keys("channels_open", channels("{ " * 45000))
+
+    # Scenes.
+    def nodes(size):
+        return fill(lambda i: node(f"/{i}"), size)
+
+    scene("scene_parms", page(fill(lambda i: parm(f"p{i}"), 40000)), nodes)
+    scene("scene_sizes", page(fill(lambda i: parm(f"p{i}", "size 256"), 40000)), nodes)
+    scene("scene_items", page(block("m", 1000, parm("q#"))), nodes)
+    scene("scene_names", NUMBER, lambda size: fill(lambda i: node(f"/{'n' * 500}{i}"), size))
+    scene("scene_levels", NUMBER, lambda size: fill(lambda i: node("/a" * (i + 1)), size))
+    scene("scene_variables", page(fill(lambda i: parm(f"p{i}", 'type string default { "$A" }'), 20000)),
+          lambda size: fill(lambda i: node(f"/{i}", f'variable "V{i}" "1"\n'), size),
+          fill(lambda i: f'variable "W{i}" "1"\n', 40000))
+    scene("scene_counts", page(block("m", 2, parm("q#"))), lambda size: fill(
+        lambda i: node(f"/{i}") + section(f"channels /{i}", channels(
+            f'channel m {{ key 0 0 "ch(\\"../{i * 7919 % 300}/m\\")+1" }}')) +
+        section(f"values /{i}", stream(entry("m", "[ m 2 ]") + entry("q1", 3))), size))
 
     # Commands, presets, devices and pipes.
     command = "command\n{\n name c\n default { \"c\" }\n" + fill(lambda i: parm(f"p{i}", f'option "-{i}"'), 90000) + "}\n"

@@ -48,6 +48,9 @@ struct NOD_API NOD_LoadOptions
     /// IN_FOLDER or NONE, and SNKsetPythonEnabled(false). Reading a file runs nothing
     /// in any case but what docs/security.md says of values.
     Scripts scripts = Scripts::ANYWHERE;
+    /// Memory that nodes may take beside what grows with the file's length, in 1,048,576 bytes: of a file
+    /// of one's own as much as it needs. 0: as docs/security.md says.
+    int nodeMegabytes = 0;
     /// As in NOD_SaveOptions, where a stream is read; without it relative paths are of the current folder.
     std::string folder;
 };

@@ -37,6 +37,7 @@
 #include <iosfwd>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -170,6 +171,7 @@ private:
     class Reading;
     class WholeNode;
     class CycleSearch;
+    struct Variables;
 
     void referenceRead(const TRK_Collection &collection, const KIT_StringRef &name) override;
     void pathLost(const TRK_Collection &collection, const KIT_StringRef &path) override;
@@ -181,6 +183,7 @@ private:
     void markReadersOf(const LNK_MicroNode &node);
     void markReadersOf(ZEL_Parm &parm);
     void markReadersOf(NOD_Node &node);
+    void markReadersOf(const Variables &variables, NOD_Node &node);
     void markWatchers(const NOD_Node &node);
     template <class Call>
     auto orBroken(const Call &call);
@@ -189,6 +192,7 @@ private:
     void flushUnlessInBatch();
     void flush();
     void markLost();
+    void markVariables();
     void markAppeared();
     void findReferences(const std::vector<Pending> &pending, double time);
     void collectChanged(const std::vector<Pending> &pending, Hub &hub);
@@ -221,6 +225,7 @@ private:
     bool myBrokenFlag = false; ///< a change was lost for want of memory
     std::vector<Pending> myPending;
     std::unordered_map<const NOD_Node *, std::size_t> myPendingPlaces;
+    std::map<NOD_Node *, std::set<std::string>> myVariables; ///< that have changed in a batch
     std::unique_ptr<NOD_LostReferences> myLost;
     std::unordered_set<const LNK_MicroNode *> mySelfReaders; ///< an edge can't lead to its own node
     std::unordered_map<const NOD_Node *, std::unique_ptr<WholeNode>> myWholeNodes;

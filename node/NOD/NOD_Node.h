@@ -107,6 +107,9 @@ public:
     ZEL_PresetInfo *getPresets() { return myPresets.get(); }
     /// Sets what the preset of that name has; false if there is none, or it is malformed.
     bool loadPreset(const std::string &name);
+    /// The same of a preset's path, as ZEL_PresetInfo::getPresetPath has it. Its sections may be in either
+    /// order.
+    bool loadPresetFile(const char *path);
     /// Links each parameter to the channels of its names, as after channels were added or removed, or
     /// aliases set: dependencies are found anew.
     void linkChannels();
@@ -292,9 +295,14 @@ private:
     std::size_t findPlace() const;
     /// After a child came or got its name, and before it goes or loses it.
     void addName(NOD_Node &child);
-    void removeName(const NOD_Node &child) { myChildrenByName.erase(child.myName); }
+    void removeName(const NOD_Node &child)
+    {
+        myChildrenByName.erase(child.myName);
+        myTakenNumbers.clear();
+    }
 
     void applyDefaultPreset();
+    bool readPreset(const char *path);
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
     NOD_Node *getRoot();
     /// The graph, once there is something to watch.
@@ -329,4 +337,6 @@ private:
     std::unique_ptr<ZEL_ParmList> myParms;
     std::vector<std::unique_ptr<NOD_Node>> myChildren;
     std::unordered_map<std::string, NOD_Node *> myChildrenByName; ///< empty for few
+    /// Up to which number behind a name NOD_Scene::freeName has found all taken.
+    mutable std::unordered_map<std::string, int> myTakenNumbers;
 };

@@ -84,7 +84,7 @@ public:
     /// Interfaces stay.
     void clear();
     /// The name if the parent has no child of that name, else with the first number after it that makes
-    /// it free: "light", "light1".
+    /// it free: "light", "light1". For the thread that changes the scene.
     static std::string freeName(const NOD_Node &parent, const std::string &name);
     ///@}
 

@@ -8,8 +8,8 @@
 /// Errors:     the report has a message with file, section and line for each thing that can't be written
 ///             or read; all else is. The results say whether there is a file, or was a scene in it;
 ///             NOD_Report::hasErrors() whether something was left out.
-/// Cost:       linear in the scene, or in the file and the nodes in it, which the limits of
-///             ZEL_InputBudget hold together: a file counts as one input.
+/// Cost:       linear in the scene, or in the file and the nodes in it. The memory of both is limited, as
+///             docs/security.md says: a file counts as one input.
 ///
 /// Equal scenes have equal bytes, whatever their history. What was loaded of a saved file is saved to the
 /// same bytes again, in either form. A node of a type that nobody knows here is there without parameters and
@@ -28,7 +28,9 @@ class NOD_Scene;
 class NOD_API NOD_SceneFile
 {
 public:
-    /// Replaces the file at once or, after an error, leaves it as it was; false then.
+    /// Replaces the file at once or, after an error, leaves it as it was; false then. A scene with more
+    /// levels than a reading takes isn't saved; one whose nodes need more memory than a reading with
+    /// options of their defaults gives them is, with a warning.
     static bool save(NOD_Scene &scene, const std::string &path, const NOD_SaveOptions &options,
                      NOD_Report &report);
     /// False after a failed write.

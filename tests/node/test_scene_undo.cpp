@@ -7,6 +7,7 @@
 #include <presets/PresetFolders.h>
 
 #include <NOD/NOD_Graph.h>
+#include <NOD/NOD_NodeSections.h>
 #include <ZEL/ZEL_PresetInfo.h>
 
 #include <gtest/gtest.h>
@@ -450,4 +451,68 @@ TEST_F(PresetFolders, APresetIsAStep)
     ASSERT_TRUE(p.undo().undo());
     EXPECT_EQ(pictureOf(p.scene), before);
     EXPECT_EQ(p.undo().getUnannouncedCount(), 0);
+}
+
+/// Channels of items stand before the values that make the items; a preset may have them behind, too.
+TEST_F(PresetFolders, APresetBringsBackChannelsAndItems)
+{
+    NOD_Report report;
+    const auto blocks = NOD_Interface::fromText(
+        "{ name presetblocks parm { name t type vector size 3 } "
+        "multiparm { name items default { 1 } parm { name w# default { \"$F * 2\" } } "
+        "parm { name s# type string } } }",
+        "presetblocks", report);
+    NOD_Scene scene;
+    NOD_Node &a = *scene.add("/a", blocks, report);
+    const auto express = [&](const char *token, int k, const char *text) {
+        ASSERT_TRUE(a.getParms().getParmPtr(token)) << token;
+        a.getParms().getParmPtr(token)->setExpression(0.0, text, TRK_LANGUAGE_NATIVE, k, true, true,
+                                                      true);
+    };
+    a.getParms().setInt(3, "items", 0, 0.0, true);
+    a.getParms().evalInt("items", 0, 0.0);
+    express("t", 1, "$F");
+    express("w2", 0, "ch('ty') + 1");
+    express("s3", 0, "chs('s1')");
+    a.getParms().getParmPtr("w3")->setValue(0.0, 5.0, false, 0, ZEL_ADDKEY_FORCE,
+                                            ZEL_KEYSET_PREFERENCE);
+    std::ostringstream os;
+    ASSERT_TRUE(a.getPresets()->savePreset(&a.getParms(), os));
+    const std::string text = os.str();
+    const std::size_t channels = text.find("channels\n");
+    const std::size_t values = text.find("values\n");
+    ASSERT_LT(channels, values);
+    const std::string other =
+        text.substr(0, channels) + text.substr(values) + text.substr(channels, values - channels);
+    const auto contents = [&](NOD_Node &node) {
+        const auto sections = NOD_NodeSections::take(node, NOD_NodeSections::Form::TEXT, report);
+        return sections.channels + sections.values;
+    };
+    const std::string expected = contents(a);
+    for (const std::string &preset : {text, other}) {
+        const std::string path = in("a") + "/one.preset";
+        writeFile(path, preset);
+        NOD_Node &b = *scene.add("/b", blocks, report);
+        EXPECT_TRUE(b.loadPresetFile(path.c_str()));
+        EXPECT_EQ(difference(expected, contents(b)), "");
+        EXPECT_EQ(KITgetErrorManager().entries(), 0);
+        scene.getGraph().update(0.0);
+        b.getParms().setFloat(8.0, "ty", 0, 0.0, true);
+        scene.remove(b, report);
+    }
+    EXPECT_TRUE(report.isEmpty()) << report.asText();
+
+    // What is loaded is as it was saved, whatever new nodes begin with.
+    std::ostringstream saved;
+    NOD_SaveOptions onlyChanged;
+    onlyChanged.values = NOD_SaveOptions::Values::CHANGED;
+    scene.add("/new", blocks, report);
+    ASSERT_TRUE(NOD_SceneFile::save(scene, saved, onlyChanged, report));
+    const std::string fresh = contents(*scene.find("/new"));
+    ASSERT_TRUE(
+        a.getPresets()->savePresetToDir(&a.getParms(), "Permanent Defaults", in("a").c_str()));
+    EXPECT_EQ(contents(*scene.add("/preset", blocks, report)), expected);
+    std::istringstream is(saved.str());
+    ASSERT_TRUE(NOD_SceneFile::load(scene, is, "scene", {}, report));
+    EXPECT_EQ(difference(fresh, contents(*scene.find("/new"))), "");
 }

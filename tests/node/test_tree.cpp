@@ -329,6 +329,13 @@ TEST(Tree, RefusalsSayWhy)
                                "/a: a node can't be moved into itself\n"
                                "/a/b: there is a node of that name already\n");
     EXPECT_EQ(NOD_Scene::freeName(*a, "b"), "b1");
+    EXPECT_EQ(NOD_Scene::freeName(*a, "b"), "b1") << "nobody has taken it";
+    for (const char *name : {"b1", "b2", "b3"}) {
+        EXPECT_EQ(NOD_Scene::freeName(*a, "b"), name);
+        a->addChild(name);
+    }
+    EXPECT_TRUE(scene.rename(*a->getChild("b2"), "c", report));
+    EXPECT_EQ(NOD_Scene::freeName(*a, "b"), "b2");
     scene.addInterface(nullptr);
     EXPECT_TRUE(scene.getInterfaces().empty());
 }

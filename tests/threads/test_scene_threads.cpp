@@ -1,4 +1,5 @@
 // A scene that nobody changes, evaluated by all: expressions across nodes, texts, menus in Python, conditions.
+// Another one is loaded and saved beside it.
 
 #include <common/Threads.h>
 
@@ -10,6 +11,7 @@
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_Scene.h>
+#include <NOD/NOD_SceneFile.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
@@ -17,6 +19,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -59,13 +62,11 @@ std::string allOf(NOD_Node &node, int thread)
     return all;
 }
 
-TEST(SceneThreads, AllNodesAreEvaluatedByAllAtOnce)
+/// What all evaluate.
+std::vector<NOD_Node *> fill(NOD_Scene &scene, NOD_Report &report)
 {
-    NOD_Report report;
-    NOD_Scene scene;
-    scene.makeCurrent();
     const auto item = NOD_Interface::fromText(theItem, "item", report);
-    ASSERT_TRUE(item) << report.asText();
+    EXPECT_TRUE(item) << report.asText();
     std::vector<NOD_Node *> nodes;
     for (int i = 0; i < theNodes; ++i) {
         const std::string before = "../n" + std::to_string(i / 2);
@@ -82,6 +83,15 @@ TEST(SceneThreads, AllNodesAreEvaluatedByAllAtOnce)
         parms.setString(KIT_String(words.c_str(), true), TRK_MEANING_LITERAL, "text", 0, 0.0, true);
     }
     scene.getGraph().update(0.5);
+    return nodes;
+}
+
+TEST(SceneThreads, AllNodesAreEvaluatedByAllAtOnce)
+{
+    NOD_Report report;
+    NOD_Scene scene;
+    scene.makeCurrent();
+    const std::vector<NOD_Node *> nodes = fill(scene, report);
     std::vector<std::string> expected;
     for (NOD_Node *node : nodes) {
         expected.push_back(allOf(*node, BASgetSTID()));
@@ -102,6 +112,43 @@ TEST(SceneThreads, AllNodesAreEvaluatedByAllAtOnce)
                       expected[std::size_t((i + 7 * t) % theNodes)]);
         }
     }
+}
+
+/// By the thread that owns them, while others evaluate the first one.
+TEST(SceneThreads, AnotherIsLoadedAndSavedBeside)
+{
+    NOD_Report report;
+    NOD_Scene scene;
+    scene.makeCurrent();
+    const std::vector<NOD_Node *> nodes = fill(scene, report);
+    const auto save = [](NOD_Scene &from, NOD_SaveOptions::Form form, NOD_Report &told) {
+        NOD_SaveOptions options;
+        options.form = form;
+        std::ostringstream os;
+        NOD_SceneFile::save(from, os, options, told);
+        return os.str();
+    };
+    constexpr NOD_SaveOptions::Form forms[] = {NOD_SaveOptions::Form::TEXT,
+                                               NOD_SaveOptions::Form::BINARY};
+    const std::string bytes[] = {save(scene, forms[0], report), save(scene, forms[1], report)};
+    ASSERT_TRUE(report.isEmpty()) << report.asText();
+    const std::string expected = allOf(*nodes[7], BASgetSTID());
+    std::vector<std::string> faults(theThreads);
+    onThreads(theThreads, [&](int t) {
+        std::string &fault = faults[std::size_t(t)];
+        for (int i = 0; t > 0 && i < theNodes; ++i) {
+            fault += allOf(*nodes[7], BASgetSTID()) == expected ? "" : "another value";
+        }
+        for (int i = 0; t == 0 && i < 2; ++i) {
+            NOD_Scene own;
+            NOD_Report told;
+            std::istringstream is(bytes[i]);
+            NOD_SceneFile::load(own, is, "own", {}, told);
+            fault += save(own, forms[1 - i], told) == bytes[1 - i] ? "" : "other bytes ";
+            fault += told.asText();
+        }
+    });
+    EXPECT_EQ(faults, std::vector<std::string>(theThreads));
 }
 
 } // namespace

@@ -121,6 +121,9 @@ bool NOD_NodeFile::save(NOD_Scene &scene, NOD_Node &node, std::ostream &os,
         report.error("/", "the root is no node of a file: save the scene");
         return false;
     }
+    if (!NOD_TreeWriter::isReadable(node, report)) {
+        return false;
+    }
     return NODwriteTo(os, "node", report, [&] {
         NOD_TreeWriter writer(scene, os, options, report);
         writer.writeHead(thePartSection, "version " + std::string(theFileVersionText) + "\nabove " +

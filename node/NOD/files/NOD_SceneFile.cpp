@@ -113,6 +113,9 @@ bool loadBytes(NOD_Scene &scene, std::string bytes, const std::string &name,
 bool NOD_SceneFile::save(NOD_Scene &scene, std::ostream &os, const NOD_SaveOptions &options,
                          NOD_Report &report)
 {
+    if (!NOD_TreeWriter::isReadable(scene.getRoot(), report)) {
+        return false;
+    }
     return NODwriteTo(os, "scene", report, [&] {
         NOD_TreeWriter writer(scene, os, options, report);
         writer.writeHead(theSceneSection, headOf(scene));

@@ -18,6 +18,8 @@ namespace
 /// No text begins with it, and a transfer as text damages it.
 constexpr std::string_view theMark("\x89NOD\r\n\x1a\n", 8);
 constexpr std::uint32_t theVersion = 1;
+/// What a section takes at least beside its name and text.
+constexpr std::size_t theFrameLength = 12;
 
 void tell(NOD_Report &report, const std::string &file, int line, const std::string &subject,
           const std::string &text)
@@ -145,6 +147,7 @@ NOD_SectionWriter::NOD_SectionWriter(std::ostream &os, NOD_SaveOptions::Form for
 void NOD_SectionWriter::add(const std::string &name, std::string_view text)
 {
     ++myCount;
+    myLength += std::int64_t(theFrameLength + name.size() + text.size());
     if (!myBinaryFlag) {
         STO_IndexFile::writeSection(myStream, name, text);
         return;

@@ -55,9 +55,12 @@ public:
     NOD_SectionWriter(std::ostream &os, NOD_SaveOptions::Form form);
     void add(const std::string &name, std::string_view text);
     void end();
+    /// Of what was written so far, but for tabs, escapes and the like.
+    std::int64_t getLength() const { return myLength; }
 
 private:
     std::ostream &myStream;
     bool myBinaryFlag;
     std::uint64_t myCount = 0;
+    std::int64_t myLength = 0;
 };

@@ -1,12 +1,15 @@
 #include <NOD/files/NOD_TreeReaderPrivate.h>
 
-#include <KIT/KIT_EnvControl.h>
+#include <BAS/BAS_Thread.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_NodeSections.h>
 #include <NOD/NOD_Scene.h>
 #include <NOD/files/NOD_InterfacePathsPrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
+#include <NOD/tree/NOD_LoadingPrivate.h>
+#include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_InputBudget.h>
+#include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmTypes.h>
 
@@ -18,17 +21,42 @@
 namespace
 {
 
-/// Deeper than any scene, and no danger to a thread's stack where trees are walked.
-constexpr std::ptrdiff_t theMostLevels = 1000;
-/// Of a parameter of a node: what it takes without a value of its own.
-constexpr std::int64_t theBytesOfParm = 256;
-constexpr std::int64_t theBytesOfNode = 1024;
-
-/// The sections of a node, but for its first one.
-
 bool startsWith(std::string_view text, std::string_view start)
 {
     return text.substr(0, start.size()) == start;
+}
+
+/// Whether items came or went as the node's driven blocks read their counts.
+bool followDrivenBlocks(NOD_Node &node)
+{
+    const int thread = BASgetSTID();
+    ZEL_ParmList &list = node.getParms();
+    bool changed = false;
+    for (int i = 0; i < list.getEntries(); ++i) {
+        ZEL_Parm *const parm = list.getParmPtr(i);
+        if (parm && parm->isMultiParm() && parm->getChannel(0)) {
+            const int before = parm->getMultiParmNumItems();
+            int count = 0;
+            parm->getValue(list.getEvalTime(thread), count, 0, thread);
+            changed = changed || parm->getMultiParmNumItems() != before;
+        }
+    }
+    return changed;
+}
+
+/// Blocks have the items that their streams name; lets those whose count is an expression have those that it
+/// asks for, now that what it reads is there, items of other blocks among it.
+void followDrivenBlocks(const std::vector<NOD_Node *> &nodes)
+{
+    constexpr int theMostRounds = 16; // what changes for ever isn't told apart
+    const ZEL_AutoBlockErrors block(BASgetSTID());
+    bool changed = true;
+    for (int round = 0; changed && round < theMostRounds; ++round) {
+        changed = false;
+        for (NOD_Node *node : nodes) {
+            changed = followDrivenBlocks(*node) || changed;
+        }
+    }
 }
 
 /// The line of a channels' message, within the section.
@@ -45,9 +73,7 @@ NOD_TreeReader::NOD_TreeReader(NOD_Scene &scene, const NOD_SectionFile &file,
                                const std::string &name, const NOD_LoadOptions &options,
                                NOD_Report &report)
     : myScene(scene), myFile(file), myName(name), myOptions(options), myReport(report),
-      myUsedFlags(file.getSections().size()),
-      myRoom((std::int64_t(KIT_EnvControl::getLimit(KIT_ENV_MAX_STREAM_MEGABYTES)) << 20) +
-             file.getLength() * ZEL_InputBudget::theBytesPerByte)
+      myUsedFlags(file.getSections().size()), myRoom(NODroomForNodes(file.getLength(), options))
 {
     for (std::size_t i = 0; i < file.getSections().size(); ++i) {
         myByName.emplace(file.getSections()[i].name, i);
@@ -262,9 +288,13 @@ void NOD_TreeReader::readNodes(NOD_Node &above, bool isPart)
     std::stable_sort(places.begin(), places.end(),
                      [](const Place &a, const Place &b) { return a.level < b.level; });
     myByPath["/"] = &above;
+    std::ptrdiff_t levelsAbove = 0;
+    for (const NOD_Node *node = above.getParent(); node; node = node->getParent()) {
+        ++levelsAbove;
+    }
     std::vector<std::pair<const Place *, NOD_NodeSections>> made;
     for (const Place &place : places) {
-        if (place.level > theMostLevels) {
+        if (levelsAbove + place.level > theMostLevels) {
             error(*place.section, 0,
                   "is deeper than " + std::to_string(theMostLevels) + " levels: left out");
             continue;
@@ -280,6 +310,7 @@ void NOD_TreeReader::readNodes(NOD_Node &above, bool isPart)
     for (auto &[place, head] : made) {
         readNode(place->path, *find(place->path), std::move(head));
     }
+    followDrivenBlocks(myNodes);
     for (const auto &[key, missing] : myMissing) {
         warning(*missing.section, 1,
                 "the type \"" + key + "\" isn't known here: " +
@@ -327,19 +358,17 @@ NOD_Node *NOD_TreeReader::findParent(const Section &section, const std::string &
     return parent;
 }
 
-/// Whether the limits of an input have room for a node of the interface.
-bool NOD_TreeReader::isAllowed(const Section &section, const NOD_Interface *interface)
+/// Whether the file has room for a node that takes so much.
+bool NOD_TreeReader::isAllowed(const Section &section, std::int64_t bytes)
 {
-    const std::int64_t parms = interface ? interface->getParmCount() : 0;
-    const std::int64_t bytes = theBytesOfNode + parms * theBytesOfParm;
     if (bytes <= myRoom) {
         myRoom -= bytes;
         return true;
     }
     error(section, 0,
-          "nodes take more memory than the limit of " +
-              std::to_string(KIT_EnvControl::getLimit(KIT_ENV_MAX_STREAM_MEGABYTES)) + " MB (" +
-              KIT_EnvControl::getVariable(KIT_ENV_MAX_STREAM_MEGABYTES) + "): left out");
+          "nodes take more memory than the " +
+              NODmegabytes(NODroomForNodes(myFile.getLength(), myOptions)) +
+              " that a file of this length may make (" + NODroomSetting(myOptions) + "): left out");
     return false;
 }
 
@@ -348,9 +377,17 @@ NOD_Node *NOD_TreeReader::makeNode(const Section &section, const std::string &pa
 {
     const std::shared_ptr<const NOD_Interface> interface =
         head.type.empty() ? nullptr : findInterface(head.type);
-    if (!isAllowed(section, interface.get())) {
+    const auto known = myBytes.find(interface.get());
+    const NOD_NodeBytes bytes = known != myBytes.end()
+                                    ? known->second
+                                    : NOD_NodeBytes(interface ? interface->getParmCount() : 0);
+    if (!isAllowed(section, bytes.all)) {
         return nullptr;
     }
+    // Items that each node of the type begins with are paid for by the room, not as the file's own.
+    const ZEL_InputBudget items(ZEL_InputBudget::DEFAULTS,
+                                bytes.items / ZEL_InputBudget::theBytesPerByte);
+    const NOD_Loading loading;
     NOD_Node *node = nullptr;
     if (path == "/" && !isPart) {
         node = &above;
@@ -364,6 +401,9 @@ NOD_Node *NOD_TreeReader::makeNode(const Section &section, const std::string &pa
             name = NOD_Scene::freeName(above, name);
         }
         node = parent->addChild(name.c_str(), interface);
+    }
+    if (node && interface && known == myBytes.end()) {
+        myBytes.emplace(interface.get(), NOD_NodeBytes(*node));
     }
     if (node && !interface && !head.type.empty()) {
         Missing &missing = myMissing.try_emplace(head.type, Missing{&section, 0}).first->second;

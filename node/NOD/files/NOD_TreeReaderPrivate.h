@@ -12,6 +12,7 @@
 #include <NOD/NOD_Report.h>
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionFilePrivate.h>
+#include <NOD/files/NOD_TreeLimitsPrivate.h>
 
 #include <cstdint>
 #include <map>
@@ -72,7 +73,7 @@ private:
                        bool isPart, const NOD_NodeSections &head);
     NOD_Node *findParent(const Section &section, const std::string &path, bool isPart);
     NOD_NodeSections readHead(const Section &section);
-    bool isAllowed(const Section &section, const NOD_Interface *interface);
+    bool isAllowed(const Section &section, std::int64_t bytes);
     void readNode(const std::string &path, NOD_Node &node, NOD_NodeSections sections);
     void take(const NOD_Report &found, const std::string &path);
 
@@ -84,6 +85,7 @@ private:
     std::unordered_map<std::string, std::size_t> myByName;
     std::vector<bool> myUsedFlags;
     std::int64_t myRoom; ///< bytes that nodes may still take
+    std::unordered_map<const NOD_Interface *, NOD_NodeBytes> myBytes; ///< of the first node of each
     std::map<std::string, std::shared_ptr<const NOD_Interface>> myInterfaces; ///< by key
     std::map<std::string, std::shared_ptr<const NOD_Interface>> myScripts;    ///< by path
     std::map<std::string, Missing> myMissing;                                 ///< by key

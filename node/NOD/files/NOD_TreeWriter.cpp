@@ -1,5 +1,6 @@
 #include <NOD/files/NOD_TreeWriterPrivate.h>
 
+#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_NodeSections.h>
@@ -8,6 +9,7 @@
 #include <NOD/files/NOD_InterfacePathsPrivate.h>
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
+#include <NOD/files/NOD_TreeLimitsPrivate.h>
 
 #include <cstring>
 #include <ostream>
@@ -37,6 +39,38 @@ NOD_TreeWriter::NOD_TreeWriter(NOD_Scene &scene, std::ostream &os, const NOD_Sav
                                NOD_Report &report)
     : myScene(scene), myOptions(options), myReport(report), mySections(os, options.form)
 {}
+
+bool NOD_TreeWriter::isReadable(NOD_Node &top, NOD_Report &report)
+{
+    std::vector<std::pair<NOD_Node *, std::ptrdiff_t>> open{{&top, top.getParent() ? 1 : 0}};
+    while (!open.empty()) {
+        const auto [node, level] = open.back();
+        open.pop_back();
+        if (level > theMostLevels) {
+            KIT_WorkBuffer path;
+            report.error(node->getFullPath(path),
+                         "is deeper than " + std::to_string(theMostLevels) +
+                             " levels, which can't be read: nothing is saved");
+            return false;
+        }
+        for (const auto &child : node->getChildren()) {
+            open.emplace_back(child.get(), level + 1);
+        }
+    }
+    return true;
+}
+
+void NOD_TreeWriter::end()
+{
+    mySections.end();
+    const NOD_LoadOptions usual;
+    const std::int64_t room = NODroomForNodes(mySections.getLength(), usual);
+    if (myNodeBytes > room) {
+        myReport.warning("", "the nodes take " + NODmegabytes(myNodeBytes) +
+                                 " when they are read, and a reading gives them " +
+                                 NODmegabytes(room) + " (" + NODroomSetting(usual) + ")");
+    }
+}
 
 void NOD_TreeWriter::writeTree(NOD_Node &top)
 {
@@ -172,6 +206,7 @@ void NOD_TreeWriter::take(const NOD_Report &found, const std::string &path)
 void NOD_TreeWriter::writeNode(const Place &place)
 {
     using Form = NOD_NodeSections::Form;
+    myNodeBytes += NOD_NodeBytes(*place.node).all;
     const bool binary = myOptions.form == NOD_SaveOptions::Form::BINARY;
     const bool changed = myOptions.values == NOD_SaveOptions::Values::CHANGED;
     NOD_Report found;

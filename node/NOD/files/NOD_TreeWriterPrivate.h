@@ -12,6 +12,7 @@
 #include <NOD/files/NOD_SectionFilePrivate.h>
 #include <NOD/tree/NOD_FreshValuesPrivate.h>
 
+#include <cstdint>
 #include <iosfwd>
 #include <map>
 #include <string>
@@ -28,11 +29,14 @@ public:
     NOD_TreeWriter(NOD_Scene &scene, std::ostream &os, const NOD_SaveOptions &options,
                    NOD_Report &report);
 
+    /// Whether a reading takes all levels below the node; else there is an error.
+    static bool isReadable(NOD_Node &top, NOD_Report &report);
     /// The first section.
     void writeHead(const std::string &name, const std::string &text) { mySections.add(name, text); }
     /// A node and all below it, a node of a parent under the path "/NAME".
     void writeTree(NOD_Node &top);
-    void end() { mySections.end(); }
+    /// The last section. Tells if nodes need more memory than a reading gives them.
+    void end();
 
 private:
     struct Place
@@ -57,4 +61,5 @@ private:
     std::vector<Place> myPlaces;
     std::unordered_map<const void *, std::string> myKeys;
     std::map<std::string, std::string> myInterfaces; ///< texts by key
+    std::int64_t myNodeBytes = 0;
 };

@@ -17,6 +17,8 @@
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_ParmMicroNode.h>
 
+#include <algorithm>
+#include <deque>
 #include <new>
 #include <utility>
 
@@ -99,6 +101,7 @@ void NOD_Graph::nodeRemoved(NOD_Node &node)
 {
     mend([&] { nodeLeaves(node); });
     myLost->forget(node);
+    myVariables.erase(&node);
     const auto pending = myPendingPlaces.find(&node);
     if (pending != myPendingPlaces.end()) {
         myPending[pending->second].node = nullptr;
@@ -124,6 +127,7 @@ void NOD_Graph::treeRemoved()
     myWholeNodes.clear();
     myPending.clear();
     myPendingPlaces.clear();
+    myVariables.clear();
     myDirtyNodes.clear();
     myDirtyPlaces.clear();
     myLost->clear();
@@ -313,17 +317,8 @@ void NOD_Graph::treeAppears(NOD_Node &node)
 
 void NOD_Graph::variableChanged(NOD_Node &node, const std::string &name)
 {
-    const NOD_Batch batch(this);
-    NODforEachNode(node, [&](NOD_Node &each) {
-        NODforEachParm(each, [&](int, ZEL_Parm &parm) {
-            if (usesVariable(parm, name.c_str())) {
-                mark(each, parm.getToken(), theAllComponents);
-            }
-        });
-        if (myConditions) {
-            myConditions->markExpressions(each);
-        }
-    });
+    myVariables[&node].insert(name);
+    flushUnlessInBatch();
 }
 
 // ---------------------------------------------------------------------- //
@@ -366,11 +361,12 @@ void NOD_Graph::flush()
     const int thread = BASgetSTID();
     const ZEL_AutoBlockErrors block(thread);
     const ZEL_Multi::KeepItems keep;
-    while (myRoot && (myBrokenFlag || !myPending.empty())) {
+    while (myRoot && (myBrokenFlag || !myPending.empty() || !myVariables.empty())) {
         Hub hub;
         {
             const Collecting collecting(myDepth);
             markLost();
+            markVariables();
             markAppeared();
             const std::vector<Pending> pending = std::move(myPending);
             myPending.clear();
@@ -398,6 +394,69 @@ void NOD_Graph::markLost()
             pendingOf(node).pushAllFlag = true;
         });
         myBrokenFlag = false;
+    }
+}
+
+/// Variables that have changed at a node, behind those at the nodes above.
+struct NOD_Graph::Variables
+{
+    const Variables *above;
+    const std::set<std::string> *names;
+};
+
+/// The readers of variables: one walk for all that have changed.
+void NOD_Graph::markVariables()
+{
+    const std::map<NOD_Node *, std::set<std::string>> changed = std::move(myVariables);
+    myVariables.clear();
+    if (changed.empty()) {
+        return;
+    }
+    std::deque<Variables> all;
+    std::vector<std::pair<NOD_Node *, const Variables *>> open;
+    open.emplace_back(changed.size() == 1 ? changed.begin()->first : myRoot, nullptr);
+    while (!open.empty()) {
+        auto [node, variables] = open.back();
+        open.pop_back();
+        const auto own = changed.find(node);
+        if (own != changed.end()) {
+            all.push_back({variables, &own->second});
+            variables = &all.back();
+        }
+        const auto &children = node->getChildren();
+        for (auto child = children.rbegin(); child != children.rend(); ++child) {
+            open.emplace_back(child->get(), variables);
+        }
+        if (variables) {
+            markReadersOf(*variables, *node);
+        }
+    }
+}
+
+void NOD_Graph::markReadersOf(const Variables &variables, NOD_Node &node)
+{
+    const auto place = myPendingPlaces.find(&node);
+    const Pending *const pending =
+        place != myPendingPlaces.end() ? &myPending[place->second] : nullptr;
+    const auto isUsed = [&](ZEL_Parm &parm) {
+        bool usedFlag = false;
+        for (const Variables *at = &variables; at && !usedFlag; at = at->above) {
+            usedFlag = std::any_of(at->names->begin(), at->names->end(), [&](const auto &name) {
+                return usesVariable(parm, name.c_str());
+            });
+        }
+        return usedFlag;
+    };
+    // A node that was loaded does all of it anyway.
+    if (!pending || !pending->allFlag || !pending->pushAllFlag) {
+        NODforEachParm(node, [&](int, ZEL_Parm &parm) {
+            if (isUsed(parm)) {
+                mark(node, parm.getToken(), theAllComponents);
+            }
+        });
+    }
+    if (myConditions) {
+        myConditions->markExpressions(node);
     }
 }
 

@@ -81,6 +81,7 @@ void NOD_Graph::rebuildAll(double time)
 {
     myPending.clear();
     myPendingPlaces.clear();
+    myVariables.clear();
     myLost->clear();
     myBrokenFlag = false;
     NODforEachNode(*myRoot, [&](NOD_Node &node) {

@@ -115,10 +115,7 @@ void NOD_Node::applyDefaultPreset()
     // What is loaded is meant as it was saved, whatever presets are here.
     const int preset = myPresets && !ZEL_ParmList::isLoading() ? myPresets->getDefaultPreset() : -1;
     if (preset >= 0) {
-        // An earlier error that wasn't read yet must not count as one of this load.
-        KIT_ErrorManager::Scope scope(BASgetSTID());
-        myPresets->loadPresetFile(myParms.get(), myPresets->getPresetPath(preset));
-        scope.getOuterManager().stealErrors(scope.getManager());
+        readPreset(myPresets->getPresetPath(preset));
     }
 }
 
@@ -387,7 +384,35 @@ bool NOD_Node::loadPreset(const std::string &name)
     }
     NOD_Edit edit(*this, "Load preset " + name);
     edit.change(*this);
-    return myPresets->loadPresetFile(myParms.get(), myPresets->getPresetPath(preset));
+    return readPreset(myPresets->getPresetPath(preset));
+}
+
+bool NOD_Node::loadPresetFile(const char *path)
+{
+    NOD_Edit edit(*this, "Load preset");
+    edit.change(*this);
+    return readPreset(path);
+}
+
+/// Channels of items may come before the values that make the items, and values before their channels: such
+/// a preset is read twice.
+bool NOD_Node::readPreset(const char *path)
+{
+    const NOD_Batch batch(*this);
+    const std::uint32_t structureBefore = myStructureVersion;
+    ZEL_PresetInfo presets(thePresetTable, getTypeName().c_str());
+    // An earlier error that wasn't read yet must not count as one of this load.
+    KIT_ErrorManager::Scope scope(BASgetSTID());
+    bool loaded = presets.loadPresetFile(myParms.get(), path);
+    if (myStructureVersion != structureBefore || scope.getManager().entries() > 0) {
+        scope.getManager().clearAndDestroyErrors();
+        loaded = presets.loadPresetFile(myParms.get(), path);
+    }
+    scope.getOuterManager().stealErrors(scope.getManager());
+    if (NOD_Graph *const graph = getWatcher()) {
+        graph->channelsChanged(*this);
+    }
+    return loaded;
 }
 
 void NOD_Node::linkChannels()

@@ -514,6 +514,7 @@ void NOD_NodeSections::load(NOD_Node &node, NOD_Report &report) const
         const NOD_ReportScope scope(report, {}, "values");
         loadValues(list, values);
     }
+    list.validateChannelNames(); // a load that gave up didn't
     loadAliases(list, aliases, report);
 }
 

@@ -259,8 +259,12 @@ void NOD_Scene::clear()
 std::string NOD_Scene::freeName(const NOD_Node &parent, const std::string &name)
 {
     std::string free = name;
-    for (int number = 1; parent.getChild(free); ++number) {
-        free = name + std::to_string(number);
+    if (parent.getChild(free)) {
+        int &taken = parent.myTakenNumbers[name];
+        do {
+            free = name + std::to_string(++taken);
+        } while (parent.getChild(free));
+        --taken; // by its caller, perhaps
     }
     return free;
 }

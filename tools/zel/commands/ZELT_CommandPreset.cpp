@@ -144,7 +144,7 @@ int apply(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         return 1;
     }
     const KIT_String path = presets.getPresetPath(index);
-    if (!presets.loadPresetFile(&session->getParms(), path)) {
+    if (!session->getNode().loadPresetFile(path)) {
         return fail("the preset " + placeOf(call) + " isn't loaded as a whole", messages);
     }
     messages.takeErrors(path.toStdString());

@@ -35,7 +35,7 @@ void loadPreset(ZELT_Shell &shell, const ZELT_ShellWords &words)
         shell.fail("there is no preset " + ZELTquote(words[2]));
         return;
     }
-    if (!presets.loadPresetFile(&shell.getParms(), presets.getPresetPath(index))) {
+    if (!shell.getNode().loadPresetFile(presets.getPresetPath(index))) {
         shell.fail("the preset isn't loaded as a whole");
     }
     shell.getSession().growBlocks(shell.getTime());
