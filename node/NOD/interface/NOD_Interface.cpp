@@ -6,6 +6,7 @@
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/interface/NOD_TemplatePathsPrivate.h>
 #include <TOK/TOK_TokenStream.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ScriptImports.h>
@@ -17,6 +18,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -266,6 +268,16 @@ void NOD_Interface::nameTables()
     static std::atomic<std::uint64_t> theLast{0};
     const std::uint64_t number = theLast.fetch_add(1, std::memory_order_relaxed) + 1;
     mySharedName = KIT_StringHolder(myTypeName + "@" + std::to_string(number));
+}
+
+const NOD_Interface::NodePaths &NOD_Interface::getNodePaths() const
+{
+    static std::mutex theLock;
+    const std::lock_guard<std::mutex> guard(theLock);
+    if (!myNodePaths) {
+        myNodePaths = std::make_unique<const NodePaths>(NODtemplatePaths(myTemplates));
+    }
+    return *myNodePaths;
 }
 
 int NOD_Interface::getParmCount() const
