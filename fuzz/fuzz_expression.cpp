@@ -7,6 +7,7 @@
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_Expression.h>
 #include <TRK/TRK_Manager.h>
+#include <TRK/TRK_NodePaths.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -37,6 +38,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                                       [](const KIT_StringRef &, const KIT_StringRef &) {});
     KIT_String changed(text.c_str(), true);
     manager.changeStringOpRef(changed, "/a", "/b");
+    using Form = TRK_NodePaths::Form;
+    for (const Form form :
+         {Form::TEXT, Form::NATIVE, Form::PYTHON, Form::NATIVE_TEXT, Form::PYTHON_TEXT}) {
+        std::string rewritten = text;
+        std::size_t paths = 0;
+        TRK_NodePaths::forEach(rewritten, form, &collection, [&](std::string &path) {
+            path.append(++paths % 2 ? "'\"\\" : "$a`\xff");
+            return true;
+        });
+    }
     EVL::theErrNo[thread] = 0;
     return 0;
 }

@@ -6,7 +6,7 @@
 #include <KIT/KIT_StringHolder.h>
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_Manager.h>
-#include <TRK/TRK_NodePaths.h>
+#include <TRK/TRK_TextScanPrivate.h>
 
 #include <algorithm>
 #include <cctype>
@@ -70,8 +70,8 @@ std::string inText(const std::string &text)
     std::size_t backslashes = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
-        if (c == '`' || (c == '$' && (backslashes > 0 ||
-                                      TRK_NodePaths::scanVariable(text.c_str() + i, name) > 0))) {
+        if (c == '`' ||
+            (c == '$' && (backslashes > 0 || TRKscanVariable(text.c_str() + i, name) > 0))) {
             out.append(backslashes + 1, '\\');
         }
         backslashes = c == '\\' ? backslashes + 1 : 0;
@@ -184,7 +184,7 @@ std::size_t TRK_LiteralValue::takeNative(std::size_t at)
 std::size_t TRK_LiteralValue::takeVariable(std::size_t at)
 {
     std::string_view name;
-    const std::size_t length = TRK_NodePaths::scanVariable(mySource.c_str() + at, name);
+    const std::size_t length = TRKscanVariable(mySource.c_str() + at, name);
     if (length == 0) {
         add('$', at);
         return 1;

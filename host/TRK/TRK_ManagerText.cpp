@@ -6,6 +6,7 @@
 #include <TRK/TRK_Evaluation.h>
 #include <TRK/TRK_Expression.h>
 #include <TRK/TRK_NodePaths.h>
+#include <TRK/TRK_TextScanPrivate.h>
 
 #include <cstring>
 #include <memory>
@@ -119,8 +120,7 @@ private:
     size_t takeVariable(const char *text)
     {
         std::string_view name;
-        const size_t length =
-            has(TRK_EXPAND_VARIABLES) ? TRK_NodePaths::scanVariable(text, name) : 0;
+        const size_t length = has(TRK_EXPAND_VARIABLES) ? TRKscanVariable(text, name) : 0;
         if (length == 0) {
             myOut.append('$');
             return 1;
@@ -144,7 +144,7 @@ private:
             myOut.append('`');
             return 1;
         }
-        const char *end = TRK_NodePaths::findClosingBacktick(text + 1);
+        const char *end = TRKfindClosingBacktick(text + 1);
         if (end == nullptr) {
             TRK_EvalState::raise(EVL::EVL_SYNTAX, myThread);
             myOut.append('`');
@@ -268,7 +268,7 @@ bool TRK_Manager::scanForVariableInString(const char *text, const char *name)
     }
     for (const char *c = std::strchr(text, '$'); c != nullptr; c = std::strchr(c + 1, '$')) {
         std::string_view found;
-        if (TRK_NodePaths::scanVariable(c, found) != 0 && found == name) {
+        if (TRKscanVariable(c, found) != 0 && found == name) {
             return true;
         }
     }
@@ -285,7 +285,7 @@ void TRK_Manager::forEachReference(const char *expression, const ReferenceCall &
 
 void TRK_Manager::buildStringOpDependencies(const char *text, const ReferenceCall &call)
 {
-    TRK_NodePaths::forEachExpression(text, [&call](const char *begin, const char *end) {
+    TRKforEachBacktick(text, [&call](const char *begin, const char *end) {
         forEachReference(std::string(begin, end).c_str(), call);
     });
 }

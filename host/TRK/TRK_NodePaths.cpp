@@ -4,6 +4,7 @@
 
 #include <BAS/BAS_Character.h>
 #include <TRK/TRK_Evaluation.h>
+#include <TRK/TRK_TextScanPrivate.h>
 
 #include <algorithm>
 #include <cstring>
@@ -346,7 +347,7 @@ TRK_NodePaths::Result TRK_NodePaths::forEach(std::string &text, Form form,
     TRK_Literal literal(text);
     if (form == Form::TEXT) {
         if (hasExpression(text.c_str())) {
-            forEachExpression(text.c_str(), [&](const char *begin, const char *end) {
+            TRKforEachBacktick(text.c_str(), [&](const char *begin, const char *end) {
                 finder.scan(kind, std::size_t(begin - text.c_str()),
                             std::size_t(end - text.c_str()));
             });
@@ -369,65 +370,12 @@ TRK_NodePaths::Result TRK_NodePaths::forEach(std::string &text, Form form,
     return result;
 }
 
-std::size_t TRK_NodePaths::scanVariable(const char *text, std::string_view &name)
-{
-    const bool braceFlag = text[1] == '{';
-    const char *start = text + (braceFlag ? 2 : 1);
-    if (!BASisNameStart(*start)) {
-        return 0;
-    }
-    const char *end = start;
-    while (BASisWordChar(*end)) {
-        ++end;
-    }
-    if (braceFlag && *end != '}') {
-        return 0;
-    }
-    name = std::string_view(start, static_cast<std::size_t>(end - start));
-    return static_cast<std::size_t>(end - text) + (braceFlag ? 1 : 0);
-}
-
-const char *TRK_NodePaths::findClosingBacktick(const char *text)
-{
-    char quote = '\0';
-    for (; *text != '\0'; ++text) {
-        if (*text == '\\' && text[1] != '\0') {
-            ++text;
-        } else if (quote != '\0') {
-            quote = *text == quote ? '\0' : quote;
-        } else if (*text == '"' || *text == '\'') {
-            quote = *text;
-        } else if (*text == '`') {
-            return text;
-        }
-    }
-    return nullptr;
-}
-
-void TRK_NodePaths::forEachExpression(const char *text,
-                                      const std::function<void(const char *, const char *)> &call)
-{
-    while (text != nullptr && *text != '\0') {
-        if (*text == '\\' && text[1] != '\0') {
-            text += 2;
-            continue;
-        }
-        const char *end = *text == '`' ? findClosingBacktick(text + 1) : nullptr;
-        if (end == nullptr) {
-            ++text;
-            continue;
-        }
-        call(text + 1, end);
-        text = end + 1;
-    }
-}
-
 bool TRK_NodePaths::hasExpression(const char *text)
 {
     bool found = false;
     if (text == nullptr || std::strchr(text, '`') == nullptr) {
         return false;
     }
-    forEachExpression(text, [&](const char *, const char *) { found = true; });
+    TRKforEachBacktick(text, [&](const char *, const char *) { found = true; });
     return found;
 }

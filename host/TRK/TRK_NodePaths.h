@@ -24,10 +24,8 @@
 #include <BAS/BAS_API.h>
 #include <TRK/TRK_Types.h>
 
-#include <cstddef>
 #include <functional>
 #include <string>
-#include <string_view>
 
 class TRK_Collection;
 
@@ -72,11 +70,4 @@ public:
                           const Call &call, Part part = Part::NODE);
     /// Whether a literal text has an expression in backticks.
     static bool hasExpression(const char *text);
-    /// Calls with the bounds of each expression in the backticks of a literal text.
-    static void forEachExpression(const char *text,
-                                  const std::function<void(const char *, const char *)> &call);
-    /// The backtick that ends an expression, ignoring quoted ones. Null if there is none.
-    static const char *findClosingBacktick(const char *text);
-    /// A variable's name at a "$"; returns the length of the whole, 0 if there is none.
-    static std::size_t scanVariable(const char *text, std::string_view &name);
 };

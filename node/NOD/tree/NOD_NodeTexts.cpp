@@ -252,11 +252,13 @@ Result NOD_NodeTexts::forEach(ZEL_Parm &parm, const TRK_Collection &variables, c
             add(sum, readChannel(*channel, givesText, variables, call));
         }
     }
-    if (auto *const texts = dynamic_cast<ZEL_String *>(parm.getInstance())) {
+    if (auto *const texts = givesText ? dynamic_cast<ZEL_String *>(parm.getInstance()) : nullptr) {
         texts->rewriteTexts([&](int, KIT_String &raw) {
             std::string text(raw.nonNullStr());
             const Result one = TRK_NodePaths::forEach(text, Form::TEXT, &variables, call);
-            raw = text;
+            if (one.changed > 0) {
+                raw = text;
+            }
             add(sum, one);
             return one.changed > 0;
         });
