@@ -415,7 +415,7 @@ TEST(Tree, PathsInInterfacesAreTold)
         "type", report);
     NOD_Node *const a = scene.add("/a", nullptr, report);
     scene.add("/a/b", nullptr, report);
-    scene.add("/x", type, report);
+    NOD_Node *const x = scene.add("/x", type, report);
     scene.add("/y", type, report);
     NOD_Node *const z = scene.add("/z", nullptr, report);
     z->setSpareParms(NOD_Interface::fromText(
@@ -436,6 +436,7 @@ TEST(Tree, PathsInInterfacesAreTold)
     tell("/x/s", 2, "callback of the interface", "/a/b");
     tell("/z/p", 1, "hidewhen of the spare parameter", "../a");
     EXPECT_EQ(report.asText(), expected);
+    EXPECT_EQ(ZEL_StringHandle(x->getParms(), "s")(0.0), "/c") << "a value of the node's own";
     report.clear();
     EXPECT_TRUE(scene.rename(*z, "w", report));
     EXPECT_TRUE(report.isEmpty()) << report.asText();
