@@ -192,8 +192,9 @@ struct Tree
                 const std::size_t end = word.find(" ..no ../../textures/a.pic");
                 if (token == "number" || token == "code") {
                     KIT_String expression;
-                    node->getParms().getParmPtr(token.c_str())
-->getExpressionOnly(0.0, expression, 0, BASgetSTID());
+                    node->getParms()
+                        .getParmPtr(token.c_str())
+                        ->getExpressionOnly(0.0, expression, 0, BASgetSTID());
                     EXPECT_EQ(value(*node, token.c_str()), value(*to, "v"))
                         << name << ": " << expression.nonNullStr() << SNKgetExpressionError();
                 } else if (token == "text") {
@@ -357,18 +358,46 @@ TEST(Tree, ReferencesThatNoNewNameCanBeWrittenForAreTold)
     }
 }
 
+TEST(Tree, KnownVariablesInPathsAreNotNames)
+{
+    NOD_Scene scene;
+    NOD_Report report;
+    const auto item = NOD_Interface::fromText(theScript, "item", report);
+    scene.getRoot().setVariable("a", "known");
+    NOD_Node *const odd = scene.add("/$a", item, report);
+    NOD_Node *const reader = scene.add("/b", item, report);
+    ZEL_FloatHandle number(reader->getParms(), "number");
+    for (const auto &[text, result] :
+         {std::pair("ch(\"/$a/v\")", "ch(\"/$a/v\")"), std::pair("ch('/$a/v')", "ch('/c/v')")}) {
+        number.expression(text);
+        EXPECT_TRUE(scene.rename(*odd, "c", report));
+        KIT_String expression;
+        reader->getParms().getParmPtr("number")->getExpressionOnly(0.0, expression, 0,
+                                                                   BASgetSTID());
+        EXPECT_STREQ(expression.c_str(), result);
+        EXPECT_TRUE(scene.rename(*odd, "$a", report));
+    }
+    scene.getRoot().clearVariables();
+    number.expression("ch(\"/$a/v\")");
+    EXPECT_TRUE(scene.rename(*odd, "$x", report));
+    KIT_String expression;
+    reader->getParms().getParmPtr("number")->getExpressionOnly(0.0, expression, 0, BASgetSTID());
+    EXPECT_STREQ(expression.c_str(), "ch(\"/\\$x/v\")");
+    EXPECT_TRUE(report.isEmpty()) << report.asText();
+}
+
 /// What belongs to the node is rewritten, but for what nobody can read here.
 TEST(Tree, KeptSectionsOfMissingTypesFollow)
 {
     const char *const channels =
         "channels 1.0\n{\n    channel n {\n        default 0\n"
         "        key 0 0 \"ch(\\\"PATH/v\\\")\" # \"ch('/a/v')\"\n"
-        "        key 1 0 python \"vmr.ch('PATH/v')\"\n    }\n"
+        "        key 1 0 python \"vmr.node('PATH').parm('v').eval()\"\n    }\n"
         "    channel s {\n        alias \"/a\"\n        text \"'PATH'\"\n    }\n}\n";
     const char *const values =
         "{\nversion 0.8\n# \"/a\"\nn\t[ 0\tlocks=0 ]\t(\t[ n\t0 ] \t)\n"
         "s\t[ 0\tlocks=0 ]\t(\t\"x `chs('PATH/v')`\"\t\"see PATH\"\tPATH\t)\n"
-        "d\t[ 0\tlocks=0 ]\t(\t\"key_value_dict:{\\\"k\\\":\\\"x /a\\\"}\"\t)\n}\n";
+        "d\t[ 0\tlocks=0 ]\t(\t\"key_value_dict:{\\\"k\\\":\\\"x /a y\\\"}\"\t)\n}\n";
     const auto with = [](const char *text, const std::string &path, const std::string &bare) {
         std::string out(text);
         for (std::size_t at = 0; (at = out.find("PATH", at)) != std::string::npos;) {
