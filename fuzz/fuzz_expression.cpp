@@ -11,7 +11,9 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <string>
+#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
@@ -42,11 +44,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     for (const Form form :
          {Form::TEXT, Form::NATIVE, Form::PYTHON, Form::NATIVE_TEXT, Form::PYTHON_TEXT}) {
         std::string rewritten = text;
-        std::size_t paths = 0;
-        TRK_NodePaths::forEach(rewritten, form, &collection, [&](std::string &path) {
-            path.append(++paths % 2 ? "'\"\\" : "$a`\xff");
+        std::vector<std::string> written;
+        std::vector<std::string> read;
+        const auto write = [&](std::string &path) {
+            constexpr const char *paths[] = {"/x'\"", "/\\", "/$F{", "/`\xff"};
+            written.push_back(path = paths[written.size() % std::size(paths)]);
             return true;
-        });
+        };
+        const auto take = [&](const std::string &path) {
+            read.push_back(path);
+            return true;
+        };
+        const int refused = TRK_NodePaths::forEach(rewritten, form, &collection, write).refused;
+        TRK_NodePaths::forEach(rewritten, form, &collection, take);
+        if (refused == 0 && read != written) {
+            std::abort(); // what is written is read again
+        }
     }
     EVL::theErrNo[thread] = 0;
     return 0;
