@@ -105,10 +105,21 @@ TRK_LiteralValue::TRK_LiteralValue(const std::string &source, const TRK_Literal 
                                    const TRK_Collection *collection)
     : mySource(source), myLiteral(literal), myCollection(collection)
 {
+    const std::string_view contents =
+        std::string_view(source).substr(literal.begin, literal.end - literal.begin);
+    if (contents.find_first_of("\\$`{}") == std::string_view::npos) {
+        text = contents;
+        return;
+    }
     for (std::size_t at = literal.begin; at < literal.end;) {
         at += take(at);
     }
     myPlaces.push_back(literal.end);
+}
+
+std::size_t TRK_LiteralValue::placeOf(std::size_t index) const
+{
+    return myPlaces.empty() ? myLiteral.begin + index : myPlaces[index];
 }
 
 void TRK_LiteralValue::add(char c, std::size_t place, bool computed)
@@ -128,8 +139,8 @@ void TRK_LiteralValue::takeComputed(std::size_t at, std::size_t length)
 bool TRK_LiteralValue::isPlain(std::size_t from, std::size_t to) const
 {
     const auto begin = myComputed.begin();
-    return std::find(begin + std::ptrdiff_t(from), begin + std::ptrdiff_t(to), true) ==
-           begin + std::ptrdiff_t(to);
+    return myComputed.empty() || std::find(begin + std::ptrdiff_t(from), begin + std::ptrdiff_t(to),
+                                           true) == begin + std::ptrdiff_t(to);
 }
 
 /// Each of these returns the bytes that were used.
@@ -291,7 +302,7 @@ bool TRK_LiteralValue::spell(const std::vector<TRK_LiteralChange> &changes,
     if (std::all_of(changes.begin(), changes.end(),
                     [&](const TRK_LiteralChange &change) { return canSplice(change); })) {
         for (const TRK_LiteralChange &change : changes) {
-            made.push_back({myPlaces[change.from], myPlaces[change.to], spellPath(change.path)});
+            made.push_back({placeOf(change.from), placeOf(change.to), spellPath(change.path)});
         }
     } else {
         made.push_back({myLiteral.start, myLiteral.after, {}});

@@ -89,6 +89,7 @@ private:
     std::size_t takeEscape(std::size_t at);
     void takeComputed(std::size_t at, std::size_t length);
     void add(char c, std::size_t place, bool computed = false);
+    std::size_t placeOf(std::size_t index) const;
     void addCode(unsigned code, std::size_t place);
 
     bool canSplice(const TRK_LiteralChange &change) const;
