@@ -100,8 +100,8 @@ private:
     const std::string &mySource;
     const TRK_Literal &myLiteral;
     const TRK_Collection *myCollection;
-    std::vector<std::size_t>
-        myPlaces; ///< of each character of the value in the source, and of the end
+    // Of each character of the value; both are empty where it is as the source has it.
+    std::vector<std::size_t> myPlaces; ///< in the source, with that of the end
     std::vector<bool> myComputed;
     std::size_t myField = 0; ///< the next one
 };

@@ -24,7 +24,7 @@
 /// - the descriptions of spare parameters: other ones would rebuild the node's, and pointers to them would
 ///   end when any node gets another name.
 ///
-/// Paths that an expression computes can't be followed.
+/// Paths that an expression computes, also from a variable that is known, can't be followed.
 #pragma once
 
 #include <NOD/NOD_API.h>
