@@ -24,7 +24,6 @@ class NOD_Report;
 class ZEL_ScriptImports;
 class ZEL_ScriptPage;
 class ZEL_Template;
-struct NOD_TemplatePath;
 
 class NOD_API NOD_Interface
 {
@@ -94,10 +93,15 @@ public:
     const ZEL_ScriptPage *getPage() const { return myPage.get(); }
     /// Parameters, those of blocks once; folders don't count.
     int getParmCount() const;
-    /// A literal path of a node in the interface itself, such as in a condition.
-    using NodePaths = std::vector<NOD_TemplatePath>;
+    /// A literal path of a node in the interface itself: in a condition, menu script, callback or default.
+    struct NodePath
+    {
+        std::string parm;  ///< the token of the parameter
+        const char *place; ///< what has it: "disablewhen", "default" and so on
+        std::string path;
+    };
     /// All that there are, whether they lead anywhere or not. Found when they are first asked for.
-    const NodePaths &getNodePaths() const;
+    const std::vector<NodePath> &getNodePaths() const;
     /// The name under which lists made of this interface share their tables: no other interface of
     /// the process has it.
     const KIT_StringHolder &getSharedName() const { return mySharedName; }
@@ -121,5 +125,5 @@ private:
     std::unique_ptr<ZEL_ScriptImports> myImports;
     std::unique_ptr<ZEL_Template[]> myOwnTemplates;
     ZEL_Template *myTemplates = nullptr;
-    mutable std::unique_ptr<const NodePaths> myNodePaths; ///< null: not found yet
+    mutable std::unique_ptr<const std::vector<NodePath>> myNodePaths; ///< null: not found yet
 };

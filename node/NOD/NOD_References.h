@@ -36,7 +36,6 @@
 
 class NOD_Node;
 class ZEL_Parm;
-struct NOD_TemplatePath;
 
 class NOD_API NOD_References
 {
@@ -89,8 +88,6 @@ private:
 
     void take(NOD_Node &node);
     void takeMentions(NOD_Node &node);
-    void takeTemplates(NOD_Node &node, const std::vector<NOD_TemplatePath> &found,
-                       const char *whose);
     void rewriteNode(NOD_Node &node, const Paths &paths, const Announce &announce,
                      std::vector<Change> &changes);
     void rewriteSections(NOD_Node &node, const Paths &paths, std::vector<Change> &changes);

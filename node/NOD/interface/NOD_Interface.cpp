@@ -270,12 +270,12 @@ void NOD_Interface::nameTables()
     mySharedName = KIT_StringHolder(myTypeName + "@" + std::to_string(number));
 }
 
-const NOD_Interface::NodePaths &NOD_Interface::getNodePaths() const
+const std::vector<NOD_Interface::NodePath> &NOD_Interface::getNodePaths() const
 {
     static std::mutex theLock;
     const std::lock_guard<std::mutex> guard(theLock);
     if (!myNodePaths) {
-        myNodePaths = std::make_unique<const NodePaths>(NODtemplatePaths(myTemplates));
+        myNodePaths = std::make_unique<const std::vector<NodePath>>(NODtemplatePaths(myTemplates));
     }
     return *myNodePaths;
 }

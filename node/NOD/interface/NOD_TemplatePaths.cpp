@@ -39,7 +39,7 @@ public:
         }
     }
 
-    std::vector<NOD_TemplatePath> found;
+    std::vector<NOD_Interface::NodePath> found;
 
 private:
     void addOwn(const ZEL_Template &one)
@@ -121,14 +121,14 @@ private:
 
 } // namespace
 
-std::vector<NOD_TemplatePath> NODtemplatePaths(const ZEL_Template *templates)
+std::vector<NOD_Interface::NodePath> NODtemplatePaths(const ZEL_Template *templates)
 {
     Collector collector;
     collector.addAll(templates);
     return collector.found;
 }
 
-std::vector<NOD_TemplatePath>
+std::vector<NOD_Interface::NodePath>
 NODtemplatePaths(const std::vector<const ZEL_Template *> &descriptions)
 {
     Collector collector;

@@ -7,20 +7,14 @@
 /// Cost:       linear in the templates and their texts.
 #pragma once
 
-#include <string>
+#include <NOD/NOD_Interface.h>
+
 #include <vector>
 
 class ZEL_Template;
 
-struct NOD_TemplatePath
-{
-    std::string parm;  ///< the token of the parameter
-    const char *place; ///< what has it: "disablewhen", "default" and so on
-    std::string path;
-};
-
 /// Of an array up to its terminator, with those of blocks' items; null for none.
-std::vector<NOD_TemplatePath> NODtemplatePaths(const ZEL_Template *templates);
+std::vector<NOD_Interface::NodePath> NODtemplatePaths(const ZEL_Template *templates);
 /// The same of single ones.
-std::vector<NOD_TemplatePath>
+std::vector<NOD_Interface::NodePath>
 NODtemplatePaths(const std::vector<const ZEL_Template *> &descriptions);

@@ -179,9 +179,10 @@ bool NOD_Graph::findTextReferences(const Reader &reader)
     std::string text(raw.nonNullStr());
     const bool expressionFlag = TRK_NodePaths::hasExpression(text.c_str());
     if (!expressionFlag) {
-        TRK_NodePaths::forEach(
-            text, TRK_NodePaths::Form::TEXT, &reader.node->getChannels(),
-            [&](const std::string &path) { return follow(reader, *reader.node, path.c_str()) != nullptr; });
+        TRK_NodePaths::forEach(text, TRK_NodePaths::Form::TEXT, &reader.node->getChannels(),
+                               [&](const std::string &path) {
+                                   return follow(reader, *reader.node, path.c_str()) != nullptr;
+                               });
     }
     return expressionFlag || text.find_first_of("$`") != std::string::npos;
 }

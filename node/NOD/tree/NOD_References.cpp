@@ -143,7 +143,8 @@ Rewriter::Place placeOf(NOD_Node &node, NOD_NodeTexts::Section &section)
 // ---------------------------------------------------------------------- //
 
 NOD_References::NOD_References(NOD_Node &root)
-    : myResolve([](NOD_Node &node, const std::string &path) { return node.findNode(path.c_str()); }),
+    : myResolve(
+          [](NOD_Node &node, const std::string &path) { return node.findNode(path.c_str()); }),
       myTellsFlag(true)
 {
     take(root);
@@ -187,13 +188,20 @@ void NOD_References::take(NOD_Node &node)
 
 void NOD_References::takeMentions(NOD_Node &node)
 {
+    const auto add = [&](const std::vector<NOD_Interface::NodePath> &found, const char *whose) {
+        for (const NOD_Interface::NodePath &one : found) {
+            if (NOD_Node *const target = node.findNode(one.path.c_str())) {
+                const std::string place = std::string("the ") + one.place + " of the " + whose;
+                myMentions.push_back({&node, one.parm, place, {one.path, target}});
+            }
+        }
+    };
     if (node.getInterface()) {
-        takeTemplates(node, node.getInterface()->getNodePaths(), "interface");
+        add(node.getInterface()->getNodePaths(), "interface");
     } else if (node.getPlainTemplates()) {
-        takeTemplates(node, NODtemplatePaths(node.getPlainTemplates()), "interface");
+        add(NODtemplatePaths(node.getPlainTemplates()), "interface");
     }
-    takeTemplates(node, NODtemplatePaths(node.getSpareParms().getDescriptions()),
-                  "spare parameter");
+    add(NODtemplatePaths(node.getSpareParms().getDescriptions()), "spare parameter");
     for (const NOD_NodeTexts::Section &section : node.getKeptSections()) {
         if (!NOD_NodeTexts::isReadable(section)) {
             NOD_NodeTexts::forEachPossible(section, node, [&](const std::string &path) {
@@ -202,19 +210,6 @@ void NOD_References::takeMentions(NOD_Node &node)
                         {&node, "", "the kept section \"" + section.first + "\"", {path, target}});
                 }
             });
-        }
-    }
-}
-
-void NOD_References::takeTemplates(NOD_Node &node, const std::vector<NOD_TemplatePath> &found,
-                                   const char *whose)
-{
-    for (const NOD_TemplatePath &one : found) {
-        if (NOD_Node *const target = node.findNode(one.path.c_str())) {
-            myMentions.push_back({&node,
-                                  one.parm,
-                                  std::string("the ") + one.place + " of the " + whose,
-                                  {one.path, target}});
         }
     }
 }
