@@ -28,6 +28,7 @@
 #include <ZEL/ZEL_StringRep.h>
 #include <ZEL/ZEL_ValueInstance.h>
 
+#include <functional>
 #include <memory>
 
 class ZEL_API ZEL_String : public ZEL_ValueInstance
@@ -101,6 +102,11 @@ public:
     int changeOpRef(const char *oldFullPath, const char *newFullPath, const char *oldRelativePath,
                     const char *newRelativePath, const char *name,
                     void (*callback)(void *, ZEL_Parm *, int), void *data, int thread) override;
+    /// Called with a component's stored text; returns whether it was changed.
+    using Rewrite = std::function<bool(int index, KIT_String &text)>;
+    /// Stores what is changed, as changeOpRef does: without an event, whatever the locks. From the last
+    /// component to the first, but for those with a channel. Returns the number that were changed.
+    int rewriteTexts(const Rewrite &rewrite);
     bool findString(const char *text, bool fullWord, bool usePattern) const override;
     int changeString(const char *from, const char *to, bool fullWord) override;
     bool notifyVarChange(int index, const char *name) override;

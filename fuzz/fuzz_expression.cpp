@@ -7,10 +7,13 @@
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_Expression.h>
 #include <TRK/TRK_Manager.h>
+#include <TRK/TRK_NodePaths.h>
 
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <string>
+#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
@@ -37,6 +40,27 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                                       [](const KIT_StringRef &, const KIT_StringRef &) {});
     KIT_String changed(text.c_str(), true);
     manager.changeStringOpRef(changed, "/a", "/b");
+    using Form = TRK_NodePaths::Form;
+    for (const Form form :
+         {Form::TEXT, Form::NATIVE, Form::PYTHON, Form::NATIVE_TEXT, Form::PYTHON_TEXT}) {
+        std::string rewritten = text;
+        std::vector<std::string> written;
+        std::vector<std::string> read;
+        const auto write = [&](std::string &path) {
+            constexpr const char *paths[] = {"/x'\"", "/\\", "/$F{", "/`\xff"};
+            written.push_back(path = paths[written.size() % std::size(paths)]);
+            return true;
+        };
+        const auto take = [&](const std::string &path) {
+            read.push_back(path);
+            return true;
+        };
+        const int refused = TRK_NodePaths::forEach(rewritten, form, &collection, write).refused;
+        TRK_NodePaths::forEach(rewritten, form, &collection, take);
+        if (refused == 0 && read != written) {
+            std::abort(); // what is written is read again
+        }
+    }
     EVL::theErrNo[thread] = 0;
     return 0;
 }

@@ -37,27 +37,37 @@ int ZEL_String::changeOpRef(const char *oldFullPath, const char *newFullPath,
                             int thread)
 {
     const TRK_Collection *collection = getChannelGroupPtr();
-    int changed = 0;
     for (int i = getVectorSize() - 1; collection && i >= 0; --i) {
         if (TRK_Channel *channel = getChannel(i)) {
             forceStringExpressions(channel);
-            continue;
         }
-        KIT_String text(texts()[i].unsafeGet(), true);
-        if (TRK_Manager::changeStringOpRef(text, oldFullPath, newFullPath, oldRelativePath,
-                                           newRelativePath, name, collection, thread) == 0) {
-            continue;
-        }
-        if (callback) {
-            const ZEL_Multi::KeepItems keep;
-            callback(data, getParm(), i);
-        }
-        storeText(i, text.c_str());
-        setDirtyFlags(i);
-        ++changed;
     }
+    const int changed = rewriteTexts([&](int index, KIT_String &text) {
+        const bool changedFlag =
+            TRK_Manager::changeStringOpRef(text, oldFullPath, newFullPath, oldRelativePath,
+                                           newRelativePath, name, collection, thread) > 0;
+        if (changedFlag && callback) {
+            const ZEL_Multi::KeepItems keep;
+            callback(data, getParm(), index);
+        }
+        return changedFlag;
+    });
     return changed + ZEL_ValueInstance::changeOpRef(oldFullPath, newFullPath, oldRelativePath,
                                                     newRelativePath, name, callback, data, thread);
+}
+
+int ZEL_String::rewriteTexts(const Rewrite &rewrite)
+{
+    int changed = 0;
+    for (int i = getVectorSize() - 1; getChannelGroupPtr() && i >= 0; --i) {
+        KIT_String text(getChannel(i) ? "" : texts()[i].unsafeGet(), true);
+        if (!getChannel(i) && rewrite(i, text)) {
+            storeText(i, text.c_str());
+            setDirtyFlags(i);
+            ++changed;
+        }
+    }
+    return changed;
 }
 
 bool ZEL_String::findString(const char *text, bool fullWord, bool usePattern) const

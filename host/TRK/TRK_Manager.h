@@ -106,23 +106,18 @@ public:
     /// Calls \p call for each reference in the backticks of a literal text.
     static void buildStringOpDependencies(const char *text, const ReferenceCall &call);
     /// Reports to the collection's path resolver what a literal text refers to: the references in
-    /// its backticks, or if there are none, each of its words that contains a "/" and is a node's
-    /// path.
+    /// its backticks, or if there are none, all of it if that is a node's path, else each of its words
+    /// that is (TRK_NodePaths).
     static void buildStringOpDependencies(const char *text, const TRK_Referrer &from,
                                           const TRK_Collection *collection, int thread);
-    using PathCall = std::function<void(std::string_view path)>;
-    /// Calls \p call with the paths that changeStringOpRef would look at, whether they lead anywhere or
-    /// not: the node's part of the references by a literal name in an expression of either language.
-    static void forEachExpressionPath(const char *expression, const PathCall &call);
-    /// The same of the backticks of a literal text or, if there are none, its words that contain a "/".
-    static void forEachTextPath(const char *text, const PathCall &call);
     /// Rewrites the paths of references in an expression, or in the backticks of a literal text:
-    /// the path \p from and those below it become \p to. Returns the number of changes.
+    /// the path \p from and those below it become \p to, in the spelling of their places. Returns the
+    /// number of changes.
     static int changeStringOpRef(KIT_String &text, const char *from, const char *to);
     /// The same in a literal text for a node that was renamed, both by its full path and by the
     /// path relative to \p collection's node: in its backticks or, if there are none, in its words
     /// that contain a "/". With a \p name only references that end in it. Null paths change
-    /// nothing. \p collection and \p thread have no effect.
+    /// nothing; so do those that the text can't hold. \p thread has no effect.
     static int changeStringOpRef(KIT_String &text, const char *oldFullPath, const char *newFullPath,
                                  const char *oldRelativePath, const char *newRelativePath,
                                  const char *name, const TRK_Collection *collection, int thread);

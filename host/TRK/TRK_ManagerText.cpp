@@ -1,11 +1,12 @@
 #include <TRK/TRK_Manager.h>
 
-#include <BAS/BAS_Character.h>
 #include <CON/CON_Manager.h>
 #include <EVL/EVL.h>
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_Evaluation.h>
 #include <TRK/TRK_Expression.h>
+#include <TRK/TRK_NodePaths.h>
+#include <TRK/TRK_TextScanPrivate.h>
 
 #include <cstring>
 #include <memory>
@@ -22,43 +23,6 @@ constexpr const char *theBlanks = " \t\r\n";
 bool isExpandable(const char *text)
 {
     return std::strchr(text, '$') != nullptr || std::strchr(text, '`') != nullptr;
-}
-
-/// A variable's name at a "$"; returns the length of the whole, 0 if there is none.
-size_t scanVariable(const char *text, std::string_view &name)
-{
-    const bool braceFlag = text[1] == '{';
-    const char *start = text + (braceFlag ? 2 : 1);
-    if (!BASisNameStart(*start)) {
-        return 0;
-    }
-    const char *end = start;
-    while (BASisWordChar(*end)) {
-        ++end;
-    }
-    if (braceFlag && *end != '}') {
-        return 0;
-    }
-    name = std::string_view(start, static_cast<size_t>(end - start));
-    return static_cast<size_t>(end - text) + (braceFlag ? 1 : 0);
-}
-
-/// The backtick that ends an expression, ignoring quoted ones. Null if there is none.
-const char *findClosingBacktick(const char *text)
-{
-    char quote = '\0';
-    for (; *text != '\0'; ++text) {
-        if (*text == '\\' && text[1] != '\0') {
-            ++text;
-        } else if (quote != '\0') {
-            quote = *text == quote ? '\0' : quote;
-        } else if (*text == '"' || *text == '\'') {
-            quote = *text;
-        } else if (*text == '`') {
-            return text;
-        }
-    }
-    return nullptr;
 }
 
 /// Raises the error of an evaluation that isn't within its limits.
@@ -156,7 +120,7 @@ private:
     size_t takeVariable(const char *text)
     {
         std::string_view name;
-        const size_t length = has(TRK_EXPAND_VARIABLES) ? scanVariable(text, name) : 0;
+        const size_t length = has(TRK_EXPAND_VARIABLES) ? TRKscanVariable(text, name) : 0;
         if (length == 0) {
             myOut.append('$');
             return 1;
@@ -180,7 +144,7 @@ private:
             myOut.append('`');
             return 1;
         }
-        const char *end = findClosingBacktick(text + 1);
+        const char *end = TRKfindClosingBacktick(text + 1);
         if (end == nullptr) {
             TRK_EvalState::raise(EVL::EVL_SYNTAX, myThread);
             myOut.append('`');
@@ -218,38 +182,6 @@ private:
     KIT_WorkBuffer myOut;
 };
 
-/// Calls \p call for each expression in the backticks of a literal text.
-template <class F>
-void forEachBacktick(const char *text, F call)
-{
-    while (text != nullptr && *text != '\0') {
-        if (*text == '\\' && text[1] != '\0') {
-            text += 2;
-            continue;
-        }
-        const char *end = *text == '`' ? findClosingBacktick(text + 1) : nullptr;
-        if (end == nullptr) {
-            ++text;
-            continue;
-        }
-        call(text + 1, end);
-        text = end + 1;
-    }
-}
-
-/// Calls \p call for each word between blanks that contains a "/".
-template <class F>
-void forEachPathWord(const char *text, F call)
-{
-    while (*text != '\0') {
-        const char *begin = text + std::strspn(text, theBlanks);
-        text = begin + std::strcspn(begin, theBlanks);
-        if (std::memchr(begin, '/', static_cast<size_t>(text - begin)) != nullptr) {
-            call(begin, text);
-        }
-    }
-}
-
 /// Which references get a new path.
 struct PathChange
 {
@@ -274,92 +206,26 @@ struct PathChange
     }
 };
 
-/// Calls \p call with start and length of each literal argument of ch, chs and the like in one expression.
-/// It may replace the argument, and returns the length of what is there afterwards.
-template <class F>
-void forEachArgument(const std::string &expression, F call)
+/// Rewrites the paths in a text.
+int changePaths(KIT_String &text, TRK_NodePaths::Form form, const TRK_Collection *collection,
+                const PathChange &change)
 {
-    size_t at = 0;
-    while ((at = expression.find("ch", at)) != std::string::npos) {
-        const bool wordFlag = at == 0 || !BASisWordChar(expression[at - 1]);
-        size_t open = at + 2;
-        while (open < expression.size() && BASisWordChar(expression[open])) {
-            ++open;
-        }
-        at = open;
-        open = expression.find_first_not_of(theBlanks, open);
-        if (!wordFlag || open == std::string::npos || expression[open] != '(') {
-            continue;
-        }
-        const size_t quote = expression.find_first_not_of(theBlanks, open + 1);
-        if (quote == std::string::npos || (expression[quote] != '"' && expression[quote] != '\'')) {
-            continue;
-        }
-        const size_t end = expression.find(expression[quote], quote + 1);
-        if (end != std::string::npos) {
-            at = quote + 1 + call(quote + 1, end - quote - 1);
-        }
+    std::string changed = text.toStdString();
+    const bool blankFlag = std::strpbrk(change.from, theBlanks) != nullptr;
+    const auto rewrite = [&](std::string &path) {
+        const bool wholeFlag = blankFlag || path.find_first_of(theBlanks) == std::string::npos ||
+                               form != TRK_NodePaths::Form::TEXT;
+        const bool concernsFlag = wholeFlag && change.concerns(path);
+        path = concernsFlag ? change.changed(path) : path;
+        return concernsFlag;
+    };
+    const int count =
+        TRK_NodePaths::forEach(changed, form, collection, rewrite, TRK_NodePaths::Part::ALL)
+            .changed;
+    if (count > 0) {
+        text = changed;
     }
-}
-
-/// Rewrites the literal arguments in one expression.
-int changePaths(std::string &expression, const PathChange &change)
-{
-    int count = 0;
-    forEachArgument(expression, [&](size_t start, size_t length) {
-        const std::string path = expression.substr(start, length);
-        if (!change.concerns(path)) {
-            return length;
-        }
-        const std::string changed = change.changed(path);
-        expression.replace(start, length, changed);
-        ++count;
-        return changed.size();
-    });
     return count;
-}
-
-/// Rewrites the expressions in the backticks of a literal text.
-int changeBackticks(std::string &text, const PathChange &change)
-{
-    std::string result;
-    int count = 0;
-    const char *copied = text.c_str();
-    forEachBacktick(text.c_str(), [&](const char *begin, const char *end) {
-        std::string expression(begin, end);
-        count += changePaths(expression, change);
-        result.append(copied, begin);
-        result += expression;
-        copied = end;
-    });
-    result += copied;
-    text = result;
-    return count;
-}
-
-/// Rewrites the words of a literal text that are paths.
-int changeWords(std::string &text, const PathChange &change)
-{
-    std::string result;
-    int count = 0;
-    const char *copied = text.c_str();
-    forEachPathWord(text.c_str(), [&](const char *begin, const char *end) {
-        const std::string_view word(begin, static_cast<size_t>(end - begin));
-        if (change.concerns(word)) {
-            result.append(copied, begin);
-            result += change.changed(word);
-            copied = end;
-            ++count;
-        }
-    });
-    result += copied;
-    text = result;
-    return count;
-}
-
-bool hasBacktick(const char *text)
-{
-    return std::strchr(text, '`') != nullptr;
 }
 
 } // namespace
@@ -402,7 +268,7 @@ bool TRK_Manager::scanForVariableInString(const char *text, const char *name)
     }
     for (const char *c = std::strchr(text, '$'); c != nullptr; c = std::strchr(c + 1, '$')) {
         std::string_view found;
-        if (scanVariable(c, found) != 0 && found == name) {
+        if (TRKscanVariable(c, found) != 0 && found == name) {
             return true;
         }
     }
@@ -417,35 +283,9 @@ void TRK_Manager::forEachReference(const char *expression, const ReferenceCall &
     }
 }
 
-void TRK_Manager::forEachExpressionPath(const char *expression, const PathCall &call)
-{
-    const std::string text(expression ? expression : "");
-    forEachArgument(text, [&](size_t start, size_t length) {
-        const std::string_view argument(text.data() + start, length);
-        const size_t slash = argument.rfind('/');
-        if (slash != std::string_view::npos) {
-            call(argument.substr(0, slash == 0 ? 1 : slash));
-        }
-        return length;
-    });
-}
-
-void TRK_Manager::forEachTextPath(const char *text, const PathCall &call)
-{
-    if (text && hasBacktick(text)) {
-        forEachBacktick(text, [&](const char *begin, const char *end) {
-            forEachExpressionPath(std::string(begin, end).c_str(), call);
-        });
-    } else if (text) {
-        forEachPathWord(text, [&](const char *begin, const char *end) {
-            call(std::string_view(begin, static_cast<size_t>(end - begin)));
-        });
-    }
-}
-
 void TRK_Manager::buildStringOpDependencies(const char *text, const ReferenceCall &call)
 {
-    forEachBacktick(text, [&call](const char *begin, const char *end) {
+    TRKforEachBacktick(text, [&call](const char *begin, const char *end) {
         forEachReference(std::string(begin, end).c_str(), call);
     });
 }
@@ -457,18 +297,22 @@ void TRK_Manager::buildStringOpDependencies(const char *text, const TRK_Referrer
     if (text == nullptr || resolver == nullptr) {
         return;
     }
-    if (hasBacktick(text)) {
+    if (TRK_NodePaths::hasExpression(text)) {
         buildStringOpDependencies(text, [&](const KIT_StringRef &path, const KIT_StringRef &name) {
             resolver->referenceFound(from, path, name, thread);
         });
         return;
     }
-    forEachPathWord(text, [&](const char *begin, const char *end) {
-        const KIT_StringHolder path(begin, static_cast<size_t>(end - begin));
-        if (resolver->findCollection(path) != nullptr) {
-            resolver->referenceFound(from, path, KIT_StringRef(), thread);
-        }
-    });
+    std::string words(text);
+    TRK_NodePaths::forEach(words, TRK_NodePaths::Form::TEXT, collection,
+                           [&](const std::string &word) {
+                               const KIT_StringHolder path(word);
+                               const bool foundFlag = resolver->findCollection(path) != nullptr;
+                               if (foundFlag) {
+                                   resolver->referenceFound(from, path, KIT_StringRef(), thread);
+                               }
+                               return foundFlag;
+                           });
 }
 
 int TRK_Manager::changeStringOpRef(KIT_String &text, const char *from, const char *to)
@@ -477,35 +321,26 @@ int TRK_Manager::changeStringOpRef(KIT_String &text, const char *from, const cha
     if (!change.isUsable() || text.isEmpty()) {
         return 0;
     }
-    std::string changed = text.toStdString();
-    const int count =
-        hasBacktick(text.c_str()) ? changeBackticks(changed, change) : changePaths(changed, change);
-    if (count > 0) {
-        text = changed;
-    }
-    return count;
+    const bool textFlag = TRK_NodePaths::hasExpression(text.c_str());
+    return changePaths(text, textFlag ? TRK_NodePaths::Form::TEXT : TRK_NodePaths::Form::NATIVE,
+                       nullptr, change);
 }
 
 int TRK_Manager::changeStringOpRef(KIT_String &text, const char *oldFullPath,
                                    const char *newFullPath, const char *oldRelativePath,
                                    const char *newRelativePath, const char *name,
-                                   const TRK_Collection *, int)
+                                   const TRK_Collection *collection, int)
 {
     if (text.isEmpty()) {
         return 0;
     }
     const PathChange changes[] = {{oldFullPath, newFullPath, name},
                                   {oldRelativePath, newRelativePath, name}};
-    const bool backtickFlag = hasBacktick(text.c_str());
-    std::string changed = text.toStdString();
     int count = 0;
     for (const PathChange &change : changes) {
         if (change.isUsable()) {
-            count += backtickFlag ? changeBackticks(changed, change) : changeWords(changed, change);
+            count += changePaths(text, TRK_NodePaths::Form::TEXT, collection, change);
         }
-    }
-    if (count > 0) {
-        text = changed;
     }
     return count;
 }

@@ -17,6 +17,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class KIT_IStream;
 class NOD_Report;
@@ -92,6 +93,15 @@ public:
     const ZEL_ScriptPage *getPage() const { return myPage.get(); }
     /// Parameters, those of blocks once; folders don't count.
     int getParmCount() const;
+    /// A literal path of a node in the interface itself: in a condition, menu script, callback or default.
+    struct NodePath
+    {
+        std::string parm;  ///< the token of the parameter
+        const char *place; ///< what has it: "disablewhen", "default" and so on
+        std::string path;
+    };
+    /// All that there are, whether they lead anywhere or not. Found when they are first asked for.
+    const std::vector<NodePath> &getNodePaths() const;
     /// The name under which lists made of this interface share their tables: no other interface of
     /// the process has it.
     const KIT_StringHolder &getSharedName() const { return mySharedName; }
@@ -115,4 +125,5 @@ private:
     std::unique_ptr<ZEL_ScriptImports> myImports;
     std::unique_ptr<ZEL_Template[]> myOwnTemplates;
     ZEL_Template *myTemplates = nullptr;
+    mutable std::unique_ptr<const std::vector<NodePath>> myNodePaths; ///< null: not found yet
 };

@@ -65,9 +65,9 @@ public:
     // ------------------------------------------------------------------ //
     /// \name Changing the tree
     /// References of all nodes keep leading to the nodes that they led to, by NOD_References; those that
-    /// a removal or a copy leaves without a target stay as they are, and each that can't be written with the
-    /// new names, such as one with a quote, is a warning. False or null after an error in the
-    /// report: nothing is changed then. The root can't be changed.
+    /// a removal or a copy leaves without a target stay as they are, and each that its place can't hold with
+    /// the new names, or that belongs to an interface, is a warning that says why. False or null after an
+    /// error in the report: nothing is changed then. The root can't be changed.
     // ------------------------------------------------------------------ //
     ///@{
     bool rename(NOD_Node &node, const std::string &name, NOD_Report &report);

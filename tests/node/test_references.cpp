@@ -101,10 +101,11 @@ struct Program : SceneEdits
     Leads scan()
     {
         Leads leads;
-        const NOD_References all(scene.getRoot());
         for (NOD_Node *node : nodes()) {
-            all.forEachPath(*node, [&](const KIT_StringHolder &token, const std::string &path) {
-                leads[{node, token.c_str()}][path] = node->findNode(path.c_str());
+            NOD_References::forEachPath(*node, [&](const auto &token, const std::string &path) {
+                NOD_Node *const target = node->findNode(path.c_str());
+                leads[{node, token.c_str()}][path] = target;
+                return target != nullptr;
             });
         }
         return leads;

@@ -8,6 +8,7 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/interface/NOD_TemplateMakerPrivate.h>
+#include <NOD/interface/NOD_TemplatePathsPrivate.h>
 #include <TOK/TOK_TokenStream.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ScriptImports.h>
@@ -18,6 +19,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstring>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -281,6 +284,16 @@ void NOD_Interface::nameTables()
     static std::atomic<std::uint64_t> theLast{0};
     const std::uint64_t number = theLast.fetch_add(1, std::memory_order_relaxed) + 1;
     mySharedName = KIT_StringHolder(myTypeName + "@" + std::to_string(number));
+}
+
+const std::vector<NOD_Interface::NodePath> &NOD_Interface::getNodePaths() const
+{
+    static std::mutex theLock;
+    const std::lock_guard<std::mutex> guard(theLock);
+    if (!myNodePaths) {
+        myNodePaths = std::make_unique<const std::vector<NodePath>>(NODtemplatePaths(myTemplates));
+    }
+    return *myNodePaths;
 }
 
 int NOD_Interface::getParmCount() const

@@ -13,6 +13,7 @@
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Expression.h>
 #include <TRK/TRK_Manager.h>
+#include <TRK/TRK_NodePaths.h>
 #include <TRK/TRK_Segment.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_Multi.h>
@@ -183,14 +184,15 @@ bool NOD_Graph::findTextReferences(const Reader &reader)
     constexpr bool expand = false;
     KIT_String raw;
     reader.parm->getValue(0.0, raw, reader.component, expand, BASgetSTID());
-    const std::string_view text(raw.nonNullStr());
-    const bool backtickFlag = text.find('`') != std::string_view::npos;
-    if (!backtickFlag && text.find('/') != std::string_view::npos) {
-        TRK_Manager::forEachTextPath(raw.nonNullStr(), [&](std::string_view word) {
-            follow(reader, *reader.node, KIT_StringRef(word.data(), word.size()));
-        });
+    std::string text(raw.nonNullStr());
+    const bool expressionFlag = TRK_NodePaths::hasExpression(text.c_str());
+    if (!expressionFlag) {
+        TRK_NodePaths::forEach(text, TRK_NodePaths::Form::TEXT, &reader.node->getChannels(),
+                               [&](const std::string &path) {
+                                   return follow(reader, *reader.node, path.c_str()) != nullptr;
+                               });
     }
-    return backtickFlag || text.find('$') != std::string_view::npos;
+    return expressionFlag || text.find_first_of("$`") != std::string::npos;
 }
 
 void NOD_Graph::evaluate(const Reader &reader, double time)

@@ -126,6 +126,7 @@ const std::string &NOD_Node::getTypeName() const
 
 void NOD_Node::keepSections(const std::string &typeName, Sections sections)
 {
+    textsChanged();
     if (NOD_UndoStack *const undo = getUndo()) {
         undo->textsChange(*this);
     }
@@ -429,6 +430,7 @@ void NOD_Node::linkChannels()
 
 void NOD_Node::structureChanged()
 {
+    textsChanged();
     ++myStructureVersion;
     if (NOD_Graph *const graph = getWatcher()) {
         graph->structureChanged(*this);
@@ -556,7 +558,6 @@ void NOD_Node::renew(const NOD_NodeSeed &seed)
     myParms->buildDelayedDefaults(deleteChannels);
     fresh.reset();
     keepSeed(seed);
-    textsChanged();
     structureChanged();
 }
 

@@ -5,6 +5,7 @@
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_References.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
+#include <NOD/tree/NOD_NodeTextsPrivate.h>
 
 #include <algorithm>
 #include <functional>
@@ -106,18 +107,23 @@ void NOD_ReferenceIndex::refresh()
 void NOD_ReferenceIndex::read(NOD_Node &node)
 {
     drop(node);
-    std::set<std::string_view> paths;
-    const NOD_References references({&node}, [](NOD_Node &, const std::string &) {
-        return static_cast<NOD_Node *>(nullptr); // where they lead is asked later
+    std::set<std::string> paths;
+    NOD_References::forEachPath(node, [&](const KIT_StringHolder &, const std::string &path) {
+        paths.insert(path);
+        return false; // where they lead is asked later
     });
-    references.forEachPath(
-        node, [&](const KIT_StringHolder &, const std::string &path) { paths.insert(path); });
+    NOD_References::forEachMention(node, [&](const std::string &path) { paths.insert(path); });
+    const auto &kept = node.getKeptSections();
+    if (std::any_of(kept.begin(), kept.end(),
+                    [](const auto &section) { return !NOD_NodeTexts::isReadable(section); })) {
+        myOpaque.insert(&node);
+    }
     if (paths.empty()) {
         return;
     }
     std::set<std::size_t> names;
     Entry &entry = myEntries[&node];
-    for (const std::string_view path : paths) {
+    for (const std::string &path : paths) {
         entry.paths.append(path).push_back('\0');
         forEachStep(path, [&](std::string_view step) {
             if (isName(step)) {
@@ -136,6 +142,7 @@ void NOD_ReferenceIndex::read(NOD_Node &node)
 
 void NOD_ReferenceIndex::drop(const NOD_Node &node) noexcept
 {
+    myOpaque.erase(const_cast<NOD_Node *>(&node));
     const auto entry = myEntries.find(&node);
     if (entry == myEntries.end()) {
         return;
@@ -178,10 +185,13 @@ NOD_ReferenceIndex::Nodes NOD_ReferenceIndex::findReaders(NOD_Node &target)
     const auto readers = myReaders.find(std::hash<std::string_view>()(target.getName()));
     if (readers != myReaders.end()) {
         for (NOD_Node *reader : readers->second) {
-            if (entersByName(*reader, target)) {
+            if (entersByName(*reader, target) && myOpaque.count(reader) == 0) {
                 found.emplace_back(NODpathOf(*reader), reader);
             }
         }
+    }
+    for (NOD_Node *const reader : myOpaque) {
+        found.emplace_back(NODpathOf(*reader), reader);
     }
     std::sort(found.begin(), found.end());
     Nodes nodes;
@@ -196,7 +206,7 @@ NOD_ReferenceIndex::Nodes NOD_ReferenceIndex::findReadersBelow(NOD_Node &node)
     refresh();
     Nodes nodes;
     NODforEachNode(node, [&](NOD_Node &each) {
-        if (myEntries.count(&each) != 0) {
+        if (myEntries.count(&each) != 0 || myOpaque.count(&each) != 0) {
             nodes.push_back(&each);
         }
     });

@@ -2,7 +2,7 @@
 /// Which nodes of a tree have literal paths (NOD_References.h), by the names that these consist of, so that
 /// a change of the tree looks at what concerns it and at nothing else. Not installed.
 ///
-/// Vocabulary: *reader* = a node with paths; *unread* = said of one whose texts may have changed since they
+/// Vocabulary: *reader* = a node with what may be a path; *unread* = said of one whose texts may have changed since they
 ///             were read here.
 /// Ownership:  borrows the tree; a node is forgotten before it ends or leaves.
 /// Threads:    the thread that changes the tree; `note` any.
@@ -63,6 +63,8 @@ private:
     NOD_Node &myRoot;
     std::unordered_map<std::size_t, Readers> myReaders; ///< by the hash of a name
     std::unordered_map<const NOD_Node *, Entry> myEntries;
+    std::unordered_set<NOD_Node *>
+        myOpaque;      ///< with texts whose form isn't known: may refer to anything
     std::mutex myLock; ///< of what is unread
     std::unordered_set<NOD_Node *> myUnread;
     bool myLostFlag = false; ///< some of those that are unread are not in there

@@ -1,28 +1,22 @@
 #include <NOD/NOD_References.h>
 
+#include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
+#include <NOD/interface/NOD_TemplatePathsPrivate.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
+#include <NOD/tree/NOD_NodeTextsPrivate.h>
 
-#include <BAS/BAS_Thread.h>
-#include <KIT/KIT_String.h>
-#include <KIT/KIT_WorkBuffer.h>
-#include <TRK/TRK_Channel.h>
-#include <TRK/TRK_Manager.h>
-#include <TRK/TRK_Segment.h>
+#include <KIT/KIT_StringHolder.h>
 #include <ZEL/ZEL_Parm.h>
-#include <ZEL/ZEL_ParmList.h>
-#include <ZEL/ZEL_Type.h>
+#include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
-#include <set>
-#include <string_view>
+#include <map>
+#include <tuple>
 #include <utility>
 
 namespace
 {
-
-/// From and to, in place of paths.
-using Renames = std::vector<std::pair<std::string, std::string>>;
 
 /// From the root down.
 std::vector<const NOD_Node *> lineOf(const NOD_Node &node)
@@ -58,81 +52,88 @@ std::string pathLike(const std::string &style, const NOD_Node &from, const NOD_N
            (slashFlag ? "/" : "");
 }
 
-/// Replaces one path after the other; whether any was there.
-bool replace(KIT_String &text, const Renames &renames)
+/// What was written with what it is to lead to.
+class Rewriter
 {
-    bool changed = false;
-    for (const auto &[from, to] : renames) {
-        changed |= TRK_Manager::changeStringOpRef(text, from.c_str(), to.c_str()) > 0;
-    }
-    return changed;
-}
+public:
+    /// `find` gives the former target of a path, null for none.
+    using Find = std::function<NOD_Node *(const std::string &path)>;
+    /// Calls the function that it is given for each path in a place, see TRK_NodePaths::forEach.
+    using Place = std::function<TRK_NodePaths::Result(const TRK_NodePaths::Call &call)>;
 
-bool replaceInChannel(TRK_Channel &channel, const Renames &renames)
-{
-    bool changed = false;
-    for (int i = 0; i < channel.getNSegments(); ++i) {
-        TRK_Segment &segment = *channel.getSegment(i);
-        KIT_String text(segment.getExpression(), true);
-        if (!segment.isInterpolated() && replace(text, renames) &&
-            text != segment.getExpression()) {
-            segment.changeExpression(text.c_str(), segment.getExprLanguage());
-            changed = true;
+    Rewriter(NOD_Node &node, const Find &find) : myNode(node), myFind(find) {}
+
+    bool leadsElsewhere(const Place &place) const
+    {
+        bool elsewhereFlag = false;
+        place([&](const std::string &path) {
+            const NOD_Node *const target = myFind(path);
+            elsewhereFlag |= target && myNode.findNode(path.c_str()) != target;
+            return target != nullptr;
+        });
+        return elsewhereFlag;
+    }
+
+    void rewrite(const Place &place)
+    {
+        std::vector<const NOD_Node *> wanted;
+        const TRK_NodePaths::Result result = place([&](std::string &path) {
+            const NOD_Node *const target = myFind(path);
+            if (target && myNode.findNode(path.c_str()) != target) {
+                path = pathLike(path, myNode, *target);
+            }
+            if (target) {
+                wanted.push_back(target);
+            }
+            return target != nullptr;
+        });
+        changed = result.changed;
+        lost = countLost(place, wanted);
+        why = result.why ? result.why : "what is there then reads as another path";
+    }
+
+    int changed = 0;
+    int lost = 0;
+    std::string why;
+
+private:
+    /// Of those, how many aren't found again, in their order.
+    int countLost(const Place &place, const std::vector<const NOD_Node *> &wanted) const
+    {
+        std::vector<const NOD_Node *> present;
+        place([&](const std::string &path) {
+            const NOD_Node *const target = myNode.findNode(path.c_str());
+            if (target) {
+                present.push_back(target);
+            }
+            return target != nullptr;
+        });
+        int count = 0;
+        auto from = present.begin();
+        for (const NOD_Node *target : wanted) {
+            const auto found = std::find(from, present.end(), target);
+            count += found == present.end();
+            from = found == present.end() ? from : found + 1;
         }
+        return count;
     }
-    KIT_String text(channel.getDefaultString().nonNullStr(), true);
-    if (text.isstring() && replace(text, renames) && text != channel.getDefaultString()) {
-        channel.setDefaultString(text.c_str(), channel.getDefaultLanguage());
-        changed = true;
-    }
-    if (changed) {
-        constexpr bool reserved = false;
-        channel.setChanged(true, reserved);
-    }
-    return changed;
+
+    NOD_Node &myNode;
+    const Find &myFind;
+};
+
+Rewriter::Place placeOf(NOD_Node &node, ZEL_Parm &parm)
+{
+    return [&](const TRK_NodePaths::Call &call) {
+        return NOD_NodeTexts::forEach(parm, &node.getChannels(), call);
+    };
 }
 
-KIT_String rawText(const ZEL_Parm &parm, int component)
+Rewriter::Place placeOf(NOD_Node &node, NOD_NodeTexts::Section &section)
 {
-    constexpr bool expand = false;
-    KIT_String text;
-    parm.getValue(0.0, text, component, expand, BASgetSTID());
-    return text;
-}
-
-/// The literal texts of components without a channel.
-bool replaceInTexts(ZEL_Parm &parm, const Renames &renames)
-{
-    std::vector<KIT_String> before;
-    for (int k = 0; k < parm.getVectorSize(); ++k) {
-        before.push_back(rawText(parm, k));
-    }
-    for (const auto &[from, to] : renames) {
-        parm.changeOpRef(from.c_str(), to.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr,
-                         BASgetSTID());
-    }
-    bool changed = false;
-    for (int k = 0; k < parm.getVectorSize(); ++k) {
-        changed |= before[std::size_t(k)] != rawText(parm, k);
-    }
-    return changed;
-}
-
-bool replaceInParm(ZEL_Parm &parm, const Renames &renames)
-{
-    bool changed = parm.getType().isStringType() && replaceInTexts(parm, renames);
-    for (int k = 0; k < parm.getVectorSize(); ++k) {
-        if (TRK_Channel *const channel = parm.getChannel(k)) {
-            changed |= replaceInChannel(*channel, renames);
-        }
-    }
-    return changed;
-}
-
-/// No path of people's contains it. One that ends in a slash keeps it.
-std::string placeholder(std::size_t number, const std::string &path)
-{
-    return "/\x01" + std::to_string(number) + "\x01" + (path.back() == '/' ? "/" : "");
+    return [&](const TRK_NodePaths::Call &call) {
+        return NOD_NodeTexts::forEach(section, &node.getChannels(), call);
+    };
 }
 
 } // namespace
@@ -141,73 +142,122 @@ std::string placeholder(std::size_t number, const std::string &path)
 // Before
 // ---------------------------------------------------------------------- //
 
-NOD_References::NOD_References(NOD_Node &root)
-    : NOD_References(
-          root, [](NOD_Node &node, const std::string &path) { return node.findNode(path.c_str()); })
+NOD_References::NOD_References()
+    : myResolve(
+          [](NOD_Node &node, const std::string &path) { return node.findNode(path.c_str()); }),
+      myTellsFlag(true)
 {}
 
-NOD_References::NOD_References(NOD_Node &root, Resolve resolve) : myResolve(std::move(resolve))
+NOD_References::NOD_References(NOD_Node &root) : NOD_References()
 {
-    takeTree(root);
+    NODforEachNode(root, [this](NOD_Node &node) { take(node); });
 }
 
-NOD_References::NOD_References(const std::vector<NOD_Node *> &nodes)
-    : NOD_References(nodes, [](NOD_Node &node, const std::string &path) {
-          return node.findNode(path.c_str());
-      })
-{}
-
-NOD_References::NOD_References(const std::vector<NOD_Node *> &nodes, Resolve resolve)
-    : myResolve(std::move(resolve))
+NOD_References::NOD_References(const std::vector<NOD_Node *> &nodes) : NOD_References()
 {
     for (NOD_Node *node : nodes) {
         take(*node);
     }
 }
 
-void NOD_References::takeTree(NOD_Node &root)
+NOD_References::NOD_References(NOD_Node &root, Resolve resolve)
+    : myResolve(std::move(resolve)), myTellsFlag(false)
 {
     NODforEachNode(root, [this](NOD_Node &node) { take(node); });
 }
 
 void NOD_References::take(NOD_Node &node)
 {
-    NodePaths all;
-    NODforEachParm(node, [&](int, ZEL_Parm &parm) {
-        Paths paths;
-        takeParm(node, parm, paths);
-        if (!paths.empty()) {
-            all.push_back({KIT_StringHolder(parm.getTokenRef()), std::move(paths)});
+    std::map<std::string, NOD_Node *> found;
+    const auto add = [&](const std::string &path) {
+        const auto entry = found.find(path);
+        return (entry != found.end() ? entry->second : found[path] = myResolve(node, path)) !=
+               nullptr;
+    };
+    NODforEachParm(node, [&](int, ZEL_Parm &parm) { placeOf(node, parm)(add); });
+    for (const NOD_NodeTexts::Section &section : node.getKeptSections()) {
+        if (NOD_NodeTexts::isReadable(section)) {
+            NOD_NodeTexts::Section unchanged = section;
+            placeOf(node, unchanged)(add);
         }
-    });
-    if (!all.empty()) {
+    }
+    if (!found.empty()) {
+        Paths &paths = myPaths[&node];
         myOrder.push_back(&node);
-        myPaths[&node] = std::move(all);
+        for (const auto &[path, target] : found) {
+            paths.push_back({path, target});
+        }
+    }
+    if (myTellsFlag) {
+        takeMentions(node);
     }
 }
 
-void NOD_References::takeParm(NOD_Node &node, ZEL_Parm &parm, Paths &paths)
+namespace
 {
-    const auto add = [&](std::string_view text) {
-        const std::string path(text);
-        const auto same = [&](const Reference &other) { return other.path == path; };
-        if (std::none_of(paths.begin(), paths.end(), same)) {
-            paths.push_back({path, myResolve(node, path)});
+
+/// Calls for each path of interface and spare descriptions, with whose it is.
+template <class Call>
+void forEachDescribed(const NOD_Node &node, const Call &call)
+{
+    const auto callAll = [&](const std::vector<NOD_Interface::NodePath> &found, const char *whose) {
+        for (const NOD_Interface::NodePath &one : found) {
+            call(one, whose);
         }
     };
-    for (int k = 0; k < parm.getVectorSize(); ++k) {
-        const TRK_Channel *const channel = parm.getChannel(k);
-        for (int i = 0; channel && i < channel->getNSegments(); ++i) {
-            if (!channel->getSegment(i)->isInterpolated()) {
-                TRK_Manager::forEachExpressionPath(channel->getSegment(i)->getExpression(), add);
-            }
+    if (node.getInterface()) {
+        callAll(node.getInterface()->getNodePaths(), "interface");
+    } else if (node.getPlainTemplates()) {
+        callAll(NODtemplatePaths(node.getPlainTemplates()), "interface");
+    }
+    callAll(NODtemplatePaths(node.getSpareParms().getDescriptions()), "spare parameter");
+}
+
+} // namespace
+
+void NOD_References::takeMentions(NOD_Node &node)
+{
+    forEachDescribed(node, [&](const NOD_Interface::NodePath &one, const char *whose) {
+        if (NOD_Node *const target = node.findNode(one.path.c_str())) {
+            const std::string place = std::string("the ") + one.place + " of the " + whose;
+            myMentions.push_back({&node, one.parm, place, {one.path, target}});
         }
-        if (channel) {
-            TRK_Manager::forEachExpressionPath(channel->getDefaultString().nonNullStr(), add);
-        } else if (parm.getType().isStringType()) {
-            TRK_Manager::forEachTextPath(rawText(parm, k).nonNullStr(), add);
+    });
+    for (const NOD_NodeTexts::Section &section : node.getKeptSections()) {
+        if (!NOD_NodeTexts::isReadable(section)) {
+            NOD_NodeTexts::forEachPossible(section, node, [&](const std::string &path) {
+                if (NOD_Node *const target = node.findNode(path.c_str())) {
+                    myMentions.push_back(
+                        {&node, "", "the kept section \"" + section.first + "\"", {path, target}});
+                }
+            });
         }
     }
+}
+
+void NOD_References::forEachPath(NOD_Node &node, const PathCall &call)
+{
+    const TRK_Collection *const anyVariables = nullptr;
+    NODforEachParm(node, [&](int, ZEL_Parm &parm) {
+        const KIT_StringHolder token(parm.getTokenRef());
+        NOD_NodeTexts::forEach(parm, anyVariables,
+                               [&](const std::string &path) { return call(token, path); });
+    });
+    for (const NOD_NodeTexts::Section &section : node.getKeptSections()) {
+        if (NOD_NodeTexts::isReadable(section)) {
+            NOD_NodeTexts::Section unchanged = section;
+            NOD_NodeTexts::forEach(unchanged, anyVariables, [&](const std::string &path) {
+                return call(KIT_StringHolder(), path);
+            });
+        }
+    }
+}
+
+void NOD_References::forEachMention(NOD_Node &node,
+                                    const std::function<void(const std::string &path)> &call)
+{
+    forEachDescribed(node,
+                     [&](const NOD_Interface::NodePath &one, const char *) { call(one.path); });
 }
 
 // ---------------------------------------------------------------------- //
@@ -229,17 +279,22 @@ int NOD_References::forget(NOD_Node &node)
             at = myPaths.erase(at);
             continue;
         }
-        std::set<std::string> paths;
-        for (ParmPaths &parm : at->second) {
-            for (Reference &reference : parm.paths) {
-                if (isGone(reference.target)) {
-                    reference.target = nullptr;
-                    paths.insert(reference.path);
-                }
+        for (Reference &reference : at->second) {
+            if (isGone(reference.target)) {
+                reference.target = nullptr;
+                ++lost;
             }
         }
-        lost += int(paths.size());
         ++at;
+    }
+    myMentions.erase(std::remove_if(myMentions.begin(), myMentions.end(),
+                                    [&](const Mention &one) { return isGone(one.node); }),
+                     myMentions.end());
+    for (Mention &mention : myMentions) {
+        if (isGone(mention.reference.target)) {
+            mention.reference.target = nullptr;
+            ++lost;
+        }
     }
     return lost;
 }
@@ -252,15 +307,24 @@ void NOD_References::copied(const std::unordered_map<NOD_Node *, NOD_Node *> &co
         if (copy == copies.end()) {
             continue;
         }
-        NodePaths all = myPaths[original];
-        for (ParmPaths &parm : all) {
-            for (Reference &reference : parm.paths) {
-                const auto target = copies.find(reference.target);
-                reference.target = target == copies.end() ? reference.target : target->second;
-            }
+        Paths paths = myPaths[original];
+        for (Reference &reference : paths) {
+            const auto target = copies.find(reference.target);
+            reference.target = target == copies.end() ? reference.target : target->second;
         }
         myOrder.push_back(copy->second);
-        myPaths[copy->second] = std::move(all);
+        myPaths[copy->second] = std::move(paths);
+    }
+    for (std::size_t i = 0, size = myMentions.size(); i < size; ++i) {
+        const auto copy = copies.find(myMentions[i].node);
+        if (copy != copies.end()) {
+            Mention mention = myMentions[i];
+            const auto target = copies.find(mention.reference.target);
+            mention.node = copy->second;
+            mention.reference.target =
+                target == copies.end() ? mention.reference.target : target->second;
+            myMentions.push_back(std::move(mention));
+        }
     }
 }
 
@@ -275,69 +339,74 @@ std::vector<NOD_References::Change> NOD_References::rewrite(const Announce &anno
         const auto leadsElsewhere = [&](const Reference &reference) {
             return reference.target && node->findNode(reference.path.c_str()) != reference.target;
         };
-        for (const ParmPaths &parm : myPaths[node]) {
-            if (std::any_of(parm.paths.begin(), parm.paths.end(), leadsElsewhere)) {
-                rewriteParm(*node, parm, announce, changes);
-            }
+        const Paths &paths = myPaths[node];
+        if (std::any_of(paths.begin(), paths.end(), leadsElsewhere)) {
+            rewriteNode(*node, paths, announce, changes);
         }
     }
+    tellMentions(changes);
     return changes;
 }
 
-void NOD_References::rewriteParm(NOD_Node &node, const ParmPaths &own, const Announce &announce,
+void NOD_References::rewriteNode(NOD_Node &node, const Paths &paths, const Announce &announce,
                                  std::vector<Change> &changes)
 {
-    ZEL_Parm *const parm = node.getParms().getParmPtr(own.token);
-    if (!parm) {
-        return;
-    }
-    // A path also stands for those that begin with it, and one's new path may be another's old one: so
-    // each becomes a text of its own first, the longest before the others.
-    Paths sorted = own.paths;
-    std::sort(sorted.begin(), sorted.end(), [](const Reference &a, const Reference &b) {
-        return a.path.size() != b.path.size() ? a.path.size() > b.path.size() : a.path < b.path;
-    });
-    Renames renames;
-    for (std::size_t i = 0; i < sorted.size(); ++i) {
-        const std::string &path = sorted[i].path;
-        renames.emplace_back(path, placeholder(i, path));
-    }
-    for (std::size_t i = 0; i < sorted.size(); ++i) {
-        const auto &[path, target] = sorted[i];
-        const bool staysFlag = !target || node.findNode(path.c_str()) == target;
-        renames.emplace_back(placeholder(i, path),
-                             staysFlag ? path : pathLike(path, node, *target));
-    }
-    if (announce) {
-        announce(node, *parm);
-    }
-    const bool changedFlag = replaceInParm(*parm, renames);
-    const int lost = countLost(node, *parm, own.paths);
-    if (changedFlag || lost > 0) {
-        changes.push_back({&node, node.getParms().getParmIndex(parm), lost});
-    }
-}
-
-/// Of a parameter's former paths, those whose targets none of its paths leads to now.
-int NOD_References::countLost(NOD_Node &node, ZEL_Parm &parm, const Paths &former)
-{
-    Paths present;
-    takeParm(node, parm, present);
-    std::set<const NOD_Node *> found;
-    for (const Reference &reference : present) {
-        found.insert(node.findNode(reference.path.c_str()));
-    }
-    return int(std::count_if(former.begin(), former.end(), [&](const Reference &reference) {
-        return reference.target && !found.count(reference.target);
-    }));
-}
-
-void NOD_References::forEachPath(const NOD_Node &node, const PathCall &call) const
-{
-    const auto all = myPaths.find(&node);
-    for (std::size_t i = 0; all != myPaths.end() && i < all->second.size(); ++i) {
-        for (const Reference &reference : all->second[i].paths) {
-            call(all->second[i].token, reference.path);
+    const Rewriter::Find find = [&](const std::string &path) -> NOD_Node * {
+        const auto entry =
+            std::lower_bound(paths.begin(), paths.end(), path,
+                             [](const Reference &a, const std::string &b) { return a.path < b; });
+        return entry != paths.end() && entry->path == path ? entry->target : nullptr;
+    };
+    NODforEachParm(node, [&](int index, ZEL_Parm &parm) {
+        Rewriter rewriter(node, find);
+        const Rewriter::Place place = placeOf(node, parm);
+        if (!rewriter.leadsElsewhere(place)) {
+            return;
         }
+        if (announce) {
+            announce(node, parm);
+        }
+        rewriter.rewrite(place);
+        changes.push_back({&node, index, rewriter.lost, {}, {}, rewriter.why});
+    });
+    NOD_Node::Sections sections = node.getKeptSections();
+    bool changedFlag = false;
+    for (NOD_NodeTexts::Section &section : sections) {
+        Rewriter rewriter(node, find);
+        const Rewriter::Place place = placeOf(node, section);
+        if (NOD_NodeTexts::isReadable(section) && rewriter.leadsElsewhere(place)) {
+            rewriter.rewrite(place);
+            changedFlag |= rewriter.changed > 0;
+            changes.push_back({&node,
+                               -1,
+                               rewriter.lost,
+                               {},
+                               "the kept section \"" + section.first + "\"",
+                               rewriter.why});
+        }
+    }
+    if (changedFlag) {
+        node.keepSections("", std::move(sections));
+    }
+}
+
+/// One for all nodes of an interface.
+void NOD_References::tellMentions(std::vector<Change> &changes)
+{
+    std::map<std::tuple<const void *, std::string, std::string>, std::size_t> told;
+    for (const Mention &mention : myMentions) {
+        const auto &[path, target] = mention.reference;
+        if (!target || mention.node->findNode(path.c_str()) == target) {
+            continue;
+        }
+        const void *owner = mention.node->getInterface().get();
+        owner = owner ? owner : mention.node;
+        const auto [entry, isFirst] =
+            told.try_emplace({owner, mention.parm, mention.place}, changes.size());
+        if (isFirst) {
+            changes.push_back({mention.node, -1, 0, mention.parm, mention.place,
+                               "\"" + path + "\" isn't rewritten there"});
+        }
+        ++changes[entry->second].lost;
     }
 }

@@ -139,12 +139,19 @@ void NOD_Scene::settle(NOD_References &references, NOD_Report &report)
         constexpr bool sendEvent = true;
         constexpr bool updateMulti = false;
         ZEL_Parm *const parm = change.node->getParms().getParmPtr(change.parmIndex);
-        if (change.lost > 0) {
+        const std::string lost = std::to_string(change.lost) + " references";
+        if (change.lost > 0 && parm) {
             report.warning(NODpathOf(*change.node, parm->getTokenRef()),
-                           std::to_string(change.lost) + " references can't be written for the new "
-                                                         "names and are lost");
+                           lost +
+                               " can't be written for the new names and are lost: " + change.why);
+        } else if (change.lost > 0) {
+            report.warning(change.parm.empty() ? NODpathOf(*change.node)
+                                               : NODpathOf(*change.node, change.parm.c_str()),
+                           lost + " in " + change.place + " are lost: " + change.why);
         }
-        parm->privateValueChanged(-1, sendEvent, updateMulti);
+        if (parm) {
+            parm->privateValueChanged(-1, sendEvent, updateMulti);
+        }
     }
 }
 
