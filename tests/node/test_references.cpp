@@ -64,9 +64,9 @@ struct Program : SceneEdits
         }
         case 3: {
             TRK_Collection others;
-            TRK_Channel *const other = others.addChannel("other");
-            other->initializeFirstSegment(expression.c_str(), TRK_LANGUAGE_NATIVE);
-            channel->copyContents(*other);
+            TRK_Channel *const foreign = others.addChannel("foreign");
+            foreign->initializeFirstSegment(expression.c_str(), TRK_LANGUAGE_NATIVE);
+            channel->copyContents(*foreign);
             break;
         }
         case 4: {
@@ -151,11 +151,11 @@ struct Program : SceneEdits
         for (const auto &[from, paths] : before) {
             const auto copy = copies.find(from.first);
             for (const auto &[text, target] : paths) {
-                const auto other = copies.find(target);
+                const auto twin = copies.find(target);
                 expectLead(after, from, target);
                 if (copy != copies.end()) {
                     expectLead(after, {copy->second, from.second},
-                               other == copies.end() ? target : other->second);
+                               twin == copies.end() ? target : twin->second);
                 }
             }
         }

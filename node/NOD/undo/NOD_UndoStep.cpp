@@ -3,7 +3,6 @@
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Scene.h>
 
-
 namespace
 {
 
