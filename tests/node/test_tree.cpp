@@ -351,8 +351,8 @@ TEST(Tree, ReferencesThatNoNewNameCanBeWrittenForAreTold)
         write(*b, text);
         EXPECT_TRUE(scene.rename(*a, name, report));
         const std::string told = std::string("/b/") + (parm ? parm : "") +
-                                 ": warning: 1 references can't be written for the new names and "
-                                 "are lost: " +
+                                 ": warning: lost references: 1, which can't be written for the "
+                                 "new names: " +
                                  why + "\n";
         EXPECT_EQ(report.asText(), parm ? told : "") << text;
     }
@@ -419,9 +419,9 @@ TEST(Tree, KeptSectionsOfMissingTypesFollow)
     EXPECT_TRUE(scene.rename(*a, "c$", report));
     EXPECT_EQ(b->getKeptSections(), sections("/c$", "\"/c$\""));
     EXPECT_EQ(report.asText(),
-              "/b: warning: 1 references in the kept section \"spares\" are lost: \"../a\" isn't "
+              "/b: warning: lost references: 1 in the kept section \"spares\": \"../a\" isn't "
               "rewritten there\n"
-              "/b: warning: 1 references in the kept section \"later\" are lost: \"/a\" isn't "
+              "/b: warning: lost references: 1 in the kept section \"later\": \"/a\" isn't "
               "rewritten there\n");
     scene.getUndo().undo();
     EXPECT_EQ(b->getKeptSections(), sections("/a", "/a"));
@@ -454,9 +454,8 @@ TEST(Tree, PathsInInterfacesAreTold)
     EXPECT_TRUE(scene.rename(*a, "c", report));
     std::string expected;
     const auto tell = [&](const char *parm, int count, const char *place, const char *path) {
-        expected += std::string(parm) + ": warning: " + std::to_string(count) +
-                    " references in the " + place + " are lost: \"" + path +
-                    "\" isn't rewritten there\n";
+        expected += std::string(parm) + ": warning: lost references: " + std::to_string(count) +
+                    " in the " + place + ": \"" + path + "\" isn't rewritten there\n";
     };
     tell("/x/n", 2, "disablewhen of the interface", "/a");
     tell("/x/n", 2, "default of the interface", "../a");
