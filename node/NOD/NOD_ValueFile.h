@@ -1,0 +1,91 @@
+/// \file NOD_ValueFile.h
+/// Values for a node from whatever file has them: a parameter stream, a channel file, a preset, a node or a
+/// scene. And a node's values in each of these forms.
+///
+/// Vocabulary: *kind* = what a file is, by its first bytes; *section* = the part of a file with several
+///             that is meant, named behind a `?`: a preset's name (`light.idx?Night`), a node's path
+///             (`shot.scene?/rig/key`), with `%3F` and the like for other bytes.
+/// Ownership:  owns the bytes.
+/// Threads:    the thread that changes the node, while nothing evaluates.
+/// Errors:     the report has a message with the file for each thing that can't be read or used; all else is.
+#pragma once
+
+#include <NOD/NOD_API.h>
+
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+class NOD_Node;
+class NOD_Report;
+class NOD_Scene;
+class NOD_SectionFile;
+
+enum class NOD_FileKind
+{
+    NONE,
+    SCRIPT,   ///< a dialog script, or another text
+    STREAM,   ///< of parameters, text or binary
+    CHANNELS, ///< a collection of channels
+    PRESET,   ///< one alone
+    PRESETS,  ///< an index file of them
+    NODE,
+    SCENE
+};
+
+class NOD_API NOD_ValueFile
+{
+public:
+    /// A text that is nothing else is a script.
+    static NOD_FileKind kindOf(std::string_view start);
+    /// By the first 64 KiB; NONE if there is no such file, or it is a pipe or device, which this doesn't read.
+    static NOD_FileKind kindOf(const std::string &path);
+    /// "a parameter stream" and so on.
+    static const char *getKindName(NOD_FileKind kind);
+
+    // ------------------------------------------------------------------ //
+    /// \name In
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// False if there is no such file, or it has no values: a script.
+    bool read(const std::string &path, NOD_Report &report);
+    /// The same with a file's bytes; `name` is for messages, and may have a section behind it.
+    bool read(std::string bytes, const std::string &name, NOD_Report &report);
+    NOD_FileKind getKind() const { return myKind; }
+    /// Gives the node what is in the file, as one step of undo. A stream and a preset change the parameters
+    /// that they have, a channel file the channels; of a node or a scene it is all that NOD_NodeSections.h
+    /// names, of the one node that is there or is meant. False if not all could be used.
+    bool apply(NOD_Node &node, NOD_Report &report) const;
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Out
+    // ------------------------------------------------------------------ //
+    ///@{
+    enum class Form
+    {
+        TEXT,    ///< a parameter stream
+        BINARY,  ///< the same
+        COMPACT, ///< the same, without what has no value to keep
+        CHANNELS,
+        NODE ///< all of the node, with the nodes below it, as text; paths of scripts as they are from `folder`
+    };
+
+    /// False, with an error, for what the form can't hold: a stream with such a name isn't written. A stream
+    /// that refers to channels is a warning: they are in no stream.
+    static bool save(NOD_Scene &scene, NOD_Node &node, Form form, std::ostream &os,
+                     const std::string &folder, NOD_Report &report);
+    ///@}
+
+private:
+    bool applyStream(NOD_Node &node) const;
+    bool applyPreset(NOD_Node &node, NOD_Report &report) const;
+    bool applyNode(NOD_Node &node, NOD_Report &report) const;
+    std::string pickSection(const NOD_SectionFile &file, const char *kind,
+                            NOD_Report &report) const;
+
+    NOD_FileKind myKind = NOD_FileKind::NONE;
+    std::string myName;
+    std::string mySection; ///< "" for none
+    std::string myBytes;
+};

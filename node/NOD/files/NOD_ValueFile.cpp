@@ -1,0 +1,396 @@
+#include <NOD/NOD_ValueFile.h>
+
+#include <BAS/BAS_Character.h>
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_IFStream.h>
+#include <NOD/NOD_Edit.h>
+#include <NOD/NOD_Node.h>
+#include <NOD/NOD_NodeFile.h>
+#include <NOD/NOD_NodeSections.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/files/NOD_FilesPrivate.h>
+#include <NOD/files/NOD_LinesPrivate.h>
+#include <NOD/files/NOD_SectionFilePrivate.h>
+#include <NOD/files/NOD_SectionNamesPrivate.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_PresetInfo.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+#include <system_error>
+#include <utility>
+
+namespace
+{
+
+// Stored.
+constexpr std::string_view theIndexStart = "#STO_INDEX";
+constexpr std::string_view thePresetStart = "#PSI_PRESET";
+constexpr std::string_view theSectionWord = "section \"";
+constexpr std::size_t theStart = 65536;
+
+bool startsWith(std::string_view text, std::string_view start)
+{
+    return text.substr(0, start.size()) == start;
+}
+
+/// From the first word that is no comment on, without a byte order mark.
+std::string_view firstWords(std::string_view text)
+{
+    if (startsWith(text, "\xef\xbb\xbf")) {
+        text.remove_prefix(3);
+    }
+    for (;;) {
+        const auto word = std::find_if_not(text.begin(), text.end(), BASisBlank);
+        text.remove_prefix(std::size_t(word - text.begin()));
+        if (text.empty() || text[0] != '#') {
+            return text;
+        }
+        text.remove_prefix(std::min(text.find('\n'), text.size()));
+    }
+}
+
+/// What an index file is, by its first section.
+NOD_FileKind kindOfIndex(std::string_view text)
+{
+    const std::size_t at = text.find(theSectionWord);
+    const std::string_view name =
+        at == std::string_view::npos ? "" : text.substr(at + theSectionWord.size());
+    return startsWith(name, std::string(theSceneSection) + "\"")  ? NOD_FileKind::SCENE
+           : startsWith(name, std::string(thePartSection) + "\"") ? NOD_FileKind::NODE
+                                                                  : NOD_FileKind::PRESETS;
+}
+
+/// A binary file of nodes has the name of its first section at a fixed place.
+NOD_FileKind kindOfBinary(std::string_view bytes)
+{
+    constexpr std::size_t theNamePlace = 24; // after mark, version and two lengths
+    if (!NOD_SectionFile::canBeOne(bytes)) {
+        return ZEL_ParmList::canBeStream(bytes) ? NOD_FileKind::STREAM : NOD_FileKind::NONE;
+    }
+    const std::string_view name = bytes.substr(std::min(theNamePlace, bytes.size()));
+    return startsWith(name, thePartSection) ? NOD_FileKind::NODE : NOD_FileKind::SCENE;
+}
+
+bool canBeAny(std::string_view start)
+{
+    return NOD_ValueFile::kindOf(start) != NOD_FileKind::NONE;
+}
+
+int hexadecimal(char c)
+{
+    return c >= '0' && c <= '9'   ? c - '0'
+           : c >= 'A' && c <= 'F' ? c - 'A' + 10
+           : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                                  : -1;
+}
+
+/// `%3F` and the like as the bytes that they stand for.
+std::string unescaped(std::string_view text)
+{
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const int high = text[i] == '%' && i + 2 < text.size() ? hexadecimal(text[i + 1]) : -1;
+        const int low = high >= 0 ? hexadecimal(text[i + 2]) : -1;
+        out += low < 0 ? text[i] : char(high * 16 + low);
+        i += low < 0 ? 0 : 2;
+    }
+    return out;
+}
+
+bool exists(const std::string &path)
+{
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+}
+
+KIT_IStream streamOf(const std::string &bytes, KIT_IStream::Mode mode)
+{
+    return KIT_IStream(bytes.data(), bytes.size(), mode);
+}
+
+bool hasChannels(ZEL_ParmList &parms)
+{
+    for (int i = 0; i < parms.getEntries(); ++i) {
+        const ZEL_Parm &parm = *parms.getParmPtr(i);
+        for (int k = 0; k < parm.getVectorSize(); ++k) {
+            if (parm.getChannel(k)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------- //
+// Kinds
+// ---------------------------------------------------------------------- //
+
+NOD_FileKind NOD_ValueFile::kindOf(std::string_view start)
+{
+    constexpr std::size_t theLookedAt = 64;
+    if (start.substr(0, theLookedAt).find('\0') != std::string_view::npos) {
+        return kindOfBinary(start);
+    }
+    if (start.find('\0') != std::string_view::npos) {
+        return NOD_FileKind::NONE;
+    }
+    if (startsWith(start, theIndexStart)) {
+        return kindOfIndex(start);
+    }
+    if (startsWith(start, thePresetStart)) {
+        return NOD_FileKind::PRESET;
+    }
+    const std::string_view words = firstWords(start);
+    if (startsWith(words, "channels")) {
+        return NOD_FileKind::CHANNELS;
+    }
+    const bool braceFlag = startsWith(words, "{");
+    return braceFlag && startsWith(firstWords(words.substr(1)), "version") ? NOD_FileKind::STREAM
+                                                                           : NOD_FileKind::SCRIPT;
+}
+
+NOD_FileKind NOD_ValueFile::kindOf(const std::string &path)
+{
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(path, ignored)) {
+        return NOD_FileKind::NONE;
+    }
+    std::string start(theStart, '\0');
+    std::ifstream is(path, std::ios::binary);
+    is.read(start.data(), std::streamsize(start.size()));
+    start.resize(std::size_t(is.gcount()));
+    return start.empty() ? NOD_FileKind::NONE : kindOf(std::string_view(start));
+}
+
+const char *NOD_ValueFile::getKindName(NOD_FileKind kind)
+{
+    switch (kind) {
+    case NOD_FileKind::SCRIPT: return "a dialog script";
+    case NOD_FileKind::STREAM: return "a parameter stream";
+    case NOD_FileKind::CHANNELS: return "a channel file";
+    case NOD_FileKind::PRESET: return "a preset";
+    case NOD_FileKind::PRESETS: return "a file of presets";
+    case NOD_FileKind::NODE: return "a node file";
+    case NOD_FileKind::SCENE: return "a scene file";
+    default: return "no file of parameters";
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// In
+// ---------------------------------------------------------------------- //
+
+bool NOD_ValueFile::read(const std::string &path, NOD_Report &report)
+{
+    const std::size_t mark = path.find('?');
+    const std::string file = exists(path) ? path : path.substr(0, mark);
+    errno = 0;
+    KIT_IFStream is(file.c_str(), KIT_IStream::BINARY, canBeAny);
+    if (!is.isReadable()) {
+        const int number = errno;
+        report.add({KIT_ERROR_ABORT,
+                    file,
+                    0,
+                    {},
+                    std::string("can't be read: ") +
+                        (number ? std::strerror(number) : "the reason is not known"),
+                    {},
+                    0});
+        return false;
+    }
+    return read(std::string(is.rest()), path, report);
+}
+
+bool NOD_ValueFile::read(std::string bytes, const std::string &name, NOD_Report &report)
+{
+    const std::size_t mark = exists(name) ? std::string::npos : name.find('?');
+    myName = name.substr(0, mark);
+    mySection = mark == std::string::npos ? "" : unescaped(name.substr(mark + 1));
+    myBytes = std::move(bytes);
+    myKind = kindOf(std::string_view(myBytes));
+    if (myKind == NOD_FileKind::NONE || myKind == NOD_FileKind::SCRIPT) {
+        report.add({KIT_ERROR_ABORT,
+                    myName,
+                    0,
+                    {},
+                    std::string("has no values: it is ") + getKindName(myKind),
+                    {},
+                    0});
+        return false;
+    }
+    return true;
+}
+
+bool NOD_ValueFile::apply(NOD_Node &node, NOD_Report &report) const
+{
+    const int before = report.getErrorCount();
+    bool whole = false;
+    NOD_Edit edit(node, "Load " + myName);
+    edit.change(node);
+    if (myKind == NOD_FileKind::NODE || myKind == NOD_FileKind::SCENE) {
+        whole = applyNode(node, report);
+    } else if (myKind == NOD_FileKind::PRESET || myKind == NOD_FileKind::PRESETS) {
+        whole = applyPreset(node, report);
+    } else {
+        const NOD_ReportScope scope(report, myName);
+        whole = applyStream(node);
+    }
+    if (!whole && report.getErrorCount() == before) {
+        report.add({KIT_ERROR_ABORT, myName, 0, {}, "isn't loaded as a whole", {}, 0});
+    }
+    return report.getErrorCount() == before;
+}
+
+bool NOD_ValueFile::applyStream(NOD_Node &node) const
+{
+    const bool binaryFlag = myBytes.find('\0') != std::string::npos;
+    KIT_IStream is = streamOf(myBytes, binaryFlag ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+    return myKind == NOD_FileKind::CHANNELS ? node.loadChannels(is)
+                                            : node.getParms().load(is, myName.c_str(), nullptr);
+}
+
+/// The name of the section of that kind that is meant, or the only one; "" after an error.
+std::string NOD_ValueFile::pickSection(const NOD_SectionFile &file, const char *kind,
+                                       NOD_Report &report) const
+{
+    const std::string start = kind[0] ? std::string(kind) + " " : "";
+    std::string only;
+    int count = 0;
+    for (const NOD_SectionFile::Section &section : file.getSections()) {
+        if (!startsWith(section.name, start)) {
+            continue;
+        }
+        const std::string_view rest = section.name.substr(start.size());
+        if (rest == mySection) {
+            return std::string(section.name);
+        }
+        // A node file is about the node that is not below others.
+        const bool belowFlag =
+            myKind == NOD_FileKind::NODE && std::count(rest.begin(), rest.end(), '/') > 1;
+        if (!belowFlag) {
+            only = section.name;
+            ++count;
+        }
+    }
+    if (mySection.empty() && count == 1) {
+        return only;
+    }
+    const std::string what = kind[0] ? kind : "preset";
+    report.add({KIT_ERROR_ABORT,
+                myName,
+                0,
+                {},
+                !mySection.empty() ? "there is no " + what + " " + mySection
+                : count == 0       ? "there is no " + what + " in it"
+                                   : "has " + std::to_string(count) + " " + what +
+                                   "s: say which as FILE?" + (kind[0] ? "/PATH" : "NAME"),
+                {},
+                0});
+    return "";
+}
+
+bool NOD_ValueFile::applyPreset(NOD_Node &node, NOD_Report &report) const
+{
+    std::string text = myBytes;
+    if (myKind == NOD_FileKind::PRESETS) {
+        NOD_SectionFile file;
+        const std::string name =
+            file.read(myBytes, myName, report) ? pickSection(file, "", report) : "";
+        const auto &sections = file.getSections();
+        const auto found = std::find_if(sections.begin(), sections.end(),
+                                        [&](const auto &section) { return section.name == name; });
+        if (name.empty() || found == sections.end()) {
+            return false;
+        }
+        text = found->text;
+    }
+    const NOD_ReportScope scope(report, myName);
+    KIT_IStream is = streamOf(text, KIT_IStream::TEXT);
+    ZEL_PresetInfo presets(NOD_Node::thePresetTable, node.getTypeName().c_str());
+    return presets.loadPreset(&node.getParms(), is);
+}
+
+bool NOD_ValueFile::applyNode(NOD_Node &node, NOD_Report &report) const
+{
+    NOD_SectionFile file;
+    if (!file.read(myBytes, myName, report)) {
+        return false;
+    }
+    const std::string head = pickSection(file, theNodeSection, report);
+    if (head.empty()) {
+        return false;
+    }
+    const std::string path = NODrestOf(head);
+    NOD_NodeSections sections;
+    const std::pair<const char *, std::string NOD_NodeSections::*> parts[] = {
+        {"spares", &NOD_NodeSections::spares},
+        {"channels", &NOD_NodeSections::channels},
+        {"values", &NOD_NodeSections::values},
+        {"aliases", &NOD_NodeSections::aliases}};
+    for (const NOD_SectionFile::Section &section : file.getSections()) {
+        for (const auto &[kind, part] : parts) {
+            if (section.name == std::string(kind) + " " + path) {
+                sections.*part = section.text;
+            }
+        }
+        if (section.name == head) {
+            for (const NOD_Line &line : NODreadLines(section.text)) {
+                if (line.words[0] == "variable" && line.words.size() == 3) {
+                    sections.variables[line.words[1]] = line.words[2];
+                }
+            }
+        }
+    }
+    NOD_Report found;
+    sections.load(node, found);
+    for (NOD_Message message : found.getMessages()) {
+        message.file = myName;
+        message.subject = NODplacedSubject(message.subject, path);
+        report.add(std::move(message));
+    }
+    return !found.hasErrors();
+}
+
+// ---------------------------------------------------------------------- //
+// Out
+// ---------------------------------------------------------------------- //
+
+bool NOD_ValueFile::save(NOD_Scene &scene, NOD_Node &node, Form form, std::ostream &os,
+                         const std::string &folder, NOD_Report &report)
+{
+    const int before = report.getErrorCount();
+    if (form == Form::NODE) {
+        NOD_SaveOptions options;
+        options.folder = folder;
+        return NOD_NodeFile::save(scene, node, os, options, report) &&
+               report.getErrorCount() == before;
+    }
+    ZEL_ParmList &parms = node.getParms();
+    return NODwriteTo(
+               os, "values", report,
+               [&] {
+                   const NOD_ReportScope scope(report);
+                   if (form == Form::CHANNELS) {
+                       node.getChannels().save(os);
+                       return;
+                   }
+                   parms.save(os, form != Form::TEXT, form == Form::COMPACT);
+                   if (hasChannels(parms)) {
+                       report.warning(
+                           "",
+                           "the stream refers to channels, which it doesn't hold: save them with it, or "
+                           "the node as a whole");
+                   }
+               }) &&
+           report.getErrorCount() == before;
+}

@@ -1,0 +1,400 @@
+#include <NOD/NOD_TextEdit.h>
+
+#include <BAS/BAS_Character.h>
+#include <BAS/BAS_Number.h>
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_AutoJSONParser.h>
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_JSONValue.h>
+#include <KIT/KIT_String.h>
+#include <KIT/KIT_WorkBuffer.h>
+#include <NOD/NOD_Edit.h>
+#include <NOD/NOD_Node.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_TimeText.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_FullKey.h>
+#include <ZEL/ZEL_ChoiceList.h>
+#include <ZEL/ZEL_InputBudget.h>
+#include <ZEL/ZEL_KeyValueDictDataItem.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_Range.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace
+{
+
+constexpr bool thePropagate = true;
+
+std::string quoted(std::string_view text)
+{
+    KIT_WorkBuffer buffer;
+    buffer.appendQuoted(text);
+    return std::string(buffer.view());
+}
+
+bool readNumber(const std::string &text, double &number)
+{
+    if (!BASisFloat(text.c_str())) {
+        return false;
+    }
+    number = BASparseFloat(text.c_str());
+    return true;
+}
+
+/// Null for a text that is no JSON object.
+std::shared_ptr<const ZEL_DataItem> parseDictionary(const std::string &text)
+{
+    KIT_IStream stream(text.data(), text.size(), KIT_IStream::TEXT);
+    KIT_AutoJSONParser parser(stream);
+    KIT_JSONValue value;
+    value.parseValue(parser);
+    KIT_JSONValueMap *const map = value.getMap();
+    return map ? std::make_shared<ZEL_KeyValueDictDataItem>(map) : nullptr;
+}
+
+/// Why a component can't be changed at that time, "" if it can.
+std::string refusal(const ZEL_Parm &parm, int index, double time)
+{
+    const std::string token = parm.getToken();
+    return parm.getLockedFlag(index)                 ? token + " is locked"
+           : !parm.canAccess(ZEL_Parm::theWriteMask) ? token + " isn't allowed to change"
+           : !parm.isEditable(time, index)           ? token + " can't be changed"
+                                                     : "";
+}
+
+/// Whether an expression drives the component at that time, which a value then replaces. A curve
+/// between keys stays one.
+bool hasExpression(const ZEL_Parm &parm, int index, double time)
+{
+    const TRK_Channel *const channel = parm.getChannel(index);
+    const TRK_Segment *const segment = channel ? channel->getExpressionSegment(time) : nullptr;
+    return segment && !segment->isInterpolated();
+}
+
+bool hasNumbers(const ZEL_Parm &parm)
+{
+    return parm.getType().isFloatType() || parm.getType().isOrdinalType();
+}
+
+// ---------------------------------------------------------------------- //
+// Texts as values
+// ---------------------------------------------------------------------- //
+
+/// The place of a menu's token; -1 if it has none.
+int findMenuToken(const ZEL_Parm &parm, const std::string &token)
+{
+    const ZEL_ChoiceList *const menu = parm.getChoiceListPtr();
+    const ZEL_Name *names = nullptr;
+    if (menu) {
+        menu->getChoiceNames(names, parm.getParmOwner(), parm.getSparePtr(), &parm, false);
+    }
+    for (int i = 0; names && !names[i].isSentinel(); ++i) {
+        if (names[i].getTokenRef() == KIT_StringRef(token.c_str())) {
+            return i;
+        }
+    }
+    const bool toggleFlag = parm.getType().getOrdinalType() == ZEL_Type::ZEL_ORD_TOGGLE;
+    return !toggleFlag ? -1 : token == "on" ? 1 : token == "off" ? 0 : -1;
+}
+
+/// A value of a parameter of numbers; in `fault` why it is none.
+double numberOf(const ZEL_Parm &parm, const std::string &value, std::string &fault)
+{
+    double number = 0.0;
+    if (!readNumber(value, number)) {
+        const bool ordinalFlag = parm.getType().isOrdinalType();
+        const int place = ordinalFlag ? findMenuToken(parm, value) : -1;
+        if (place < 0) {
+            fault =
+                quoted(value) +
+                (ordinalFlag ? " is no number, and not in the menu of " : " is no number for ") +
+                parm.getToken();
+        }
+        number = place;
+    }
+    return number;
+}
+
+std::vector<std::string> wordsOf(const std::string &text)
+{
+    std::vector<std::string> words;
+    for (std::size_t at = 0; at < text.size();) {
+        const auto end = std::find_if(text.begin() + std::ptrdiff_t(at), text.end(), BASisBlank);
+        const std::size_t stop = std::size_t(end - text.begin());
+        if (stop > at) {
+            words.push_back(text.substr(at, stop - at));
+        }
+        at = stop + 1;
+    }
+    return words;
+}
+
+/// A value for each of so many components; none, with a fault, if the text has another number of them.
+std::vector<std::string> valuesOf(const ZEL_Parm &parm, int count, const std::string &text,
+                                  std::string &fault)
+{
+    const std::vector<std::string> words =
+        count > 1 && hasNumbers(parm) ? wordsOf(text) : std::vector<std::string>{text};
+    if (words.size() < 2) {
+        return std::vector<std::string>(std::size_t(count), text);
+    }
+    if (words.size() != std::size_t(count)) {
+        fault = quoted(text) + " has " + std::to_string(words.size()) + " values for the " +
+                std::to_string(count) + " components of " + parm.getToken();
+        return {};
+    }
+    return words;
+}
+
+std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, double time)
+{
+    const ZEL_Type &type = parm.getType();
+    std::string fault = refusal(parm, index, time);
+    if (!fault.empty()) {
+        return fault;
+    }
+    const bool replaceFlag = hasExpression(parm, index, time);
+    if (type.isStringType()) {
+        parm.setValue(time, value.c_str(), TRK_MEANING_LITERAL, replaceFlag, index,
+                      ZEL_ADDKEY_PENDING, thePropagate);
+        return "";
+    }
+    if (type.isDataType()) {
+        if (!type.hasDataType(ZEL_Type::ZEL_DATA_KEY_VALUE_DICT)) {
+            return std::string(parm.getToken()) + " holds data, which has no text";
+        }
+        const std::shared_ptr<const ZEL_DataItem> item = parseDictionary(value);
+        if (!item) {
+            return quoted(value) + " is no JSON object for " + parm.getToken();
+        }
+        parm.setValue(time, item, replaceFlag, index, ZEL_ADDKEY_PENDING, thePropagate);
+        return "";
+    }
+    const double number = numberOf(parm, value, fault);
+    if (fault.empty()) {
+        parm.setValue(time, number, replaceFlag, index, ZEL_ADDKEY_PENDING, thePropagate);
+    }
+    return fault;
+}
+
+/// What a block has instead of the items that were asked for; "" if it has them. The library's own
+/// message about the refused item is dropped if an event handler's read makes the items.
+std::string missedCount(const ZEL_Parm &multi, const std::string &value, double time)
+{
+    double wanted = 0.0;
+    readNumber(value, wanted);
+    wanted = std::max(wanted, 0.0);
+    if (const ZEL_Range *const range = multi.getTemplatePtr()->getRangePtr()) {
+        wanted = range->hasParmMin() ? std::max(wanted, range->getParmMin()) : wanted;
+        wanted = range->hasParmMax() ? std::min(wanted, range->getParmMax()) : wanted;
+    }
+    int count = 0;
+    multi.getValue(time, count, 0, BASgetSTID());
+    count = std::max(count, 0); // a negative value has none
+    return std::fabs(count - wanted) <= 0.5
+               ? ""
+               : multi.getToken() + std::string(" keeps ") + std::to_string(count) + " items";
+}
+
+// ---------------------------------------------------------------------- //
+// Keys
+// ---------------------------------------------------------------------- //
+
+/// A key from which the value runs in a straight line to the next.
+std::string keyNumber(ZEL_Parm &parm, int index, double time, double value)
+{
+    const bool freshFlag = !parm.getChannel(index);
+    parm.addChannel(index);
+    TRK_Channel *const channel = parm.getChannel(index);
+    if (!channel) {
+        return std::string(parm.getToken()) + " can't be animated";
+    }
+    TRK_FullKey key;
+    key.time = time;
+    key.in.value = value;
+    key.out.value = value;
+    key.expression = KIT_StringHolder(TRKinterpolatorToString(TRK_INTERP_LINEAR));
+    channel->putFullKey(key);
+    // A new channel has a key of its own, which was not requested.
+    while (freshFlag && channel->getNKeys() > 1) {
+        const bool firstFlag = channel->findKey(time) != 0;
+        channel->removeKey(channel->getKeyTime(firstFlag ? 0 : 1));
+    }
+    constexpr bool sendEvent = true;
+    constexpr bool updateMulti = true;
+    parm.privateValueChanged(index, sendEvent, updateMulti);
+    return "";
+}
+
+/// Keys all components of a place; why it can't, or "".
+std::string keyPlace(const NOD_Place &place, ZEL_Parm &parm, double time, const std::string &value,
+                     NOD_Edit &edit)
+{
+    if (!hasNumbers(parm) && !parm.getType().isStringType()) {
+        return std::string(parm.getToken()) + " holds nothing to key";
+    }
+    std::string fault;
+    const std::vector<std::string> values = valuesOf(parm, place.end - place.first, value, fault);
+    for (std::size_t i = 0; fault.empty() && i < values.size(); ++i) {
+        const int index = place.first + int(i);
+        fault = refusal(parm, index, time);
+        const double number =
+            fault.empty() && hasNumbers(parm) ? numberOf(parm, values[i], fault) : 0.0;
+        if (fault.empty() && hasNumbers(parm)) {
+            fault = keyNumber(parm, index, time, number);
+        } else if (fault.empty() && !edit.key(*place.node, parm.getChannelToken(index).nonNullStr(),
+                                              time, std::string_view(values[i]))) {
+            fault = std::string(parm.getToken()) + " can't be animated";
+        }
+    }
+    return fault;
+}
+
+// ---------------------------------------------------------------------- //
+// One text
+// ---------------------------------------------------------------------- //
+
+/// Splits at the first of a character; false without one.
+bool splitAt(const std::string &text, char c, std::string &left, std::string &right)
+{
+    const std::size_t place = text.find(c);
+    if (place == std::string::npos) {
+        return false;
+    }
+    left = text.substr(0, place);
+    right = text.substr(place + 1);
+    return true;
+}
+
+} // namespace
+
+NOD_TextEdit::NOD_TextEdit(NOD_Node &node, double time, NOD_Report &report)
+    : myNode(node), myTime(time), myReport(report)
+{}
+
+bool NOD_TextEdit::fail(const std::string &fault)
+{
+    if (!fault.empty()) {
+        myReport.error("", fault);
+    }
+    return fault.empty();
+}
+
+/// Edits all places as one step, up to the first fault, which apply() returns.
+template <class Apply>
+bool NOD_TextEdit::forEach(const char *what, const std::string &address, const Apply &apply)
+{
+    const ZEL_InputBudget budget(0);
+    const std::vector<NOD_Place> places = NODfindPlaces(myNode, address, myReport);
+    NOD_Edit edit(myNode, what + address);
+    bool good = !places.empty();
+    for (const NOD_Place &place : places) {
+        // The items of a block go with its count.
+        ZEL_Parm *const parm = good ? place.find() : nullptr;
+        if (parm) {
+            edit.change(*place.node, *parm);
+            good = fail(apply(place, *parm, edit));
+        }
+    }
+    return good;
+}
+
+bool NOD_TextEdit::set(const std::string &address, const std::string &value)
+{
+    return forEach("Set ", address, [&](const NOD_Place &place, ZEL_Parm &parm, NOD_Edit &) {
+        std::string fault;
+        const std::vector<std::string> values =
+            valuesOf(parm, place.end - place.first, value, fault);
+        for (std::size_t i = 0; fault.empty() && i < values.size(); ++i) {
+            fault = setComponent(parm, place.first + int(i), values[i], myTime);
+        }
+        if (parm.isMultiParm()) {
+            NODgrowBlocks(*place.node, myTime);
+            fault = fault.empty() ? missedCount(parm, value, myTime) : fault;
+        }
+        return fault;
+    });
+}
+
+bool NOD_TextEdit::setExpression(const std::string &address, const std::string &text,
+                                 TRK_ExprLanguage language)
+{
+    constexpr bool evaluate = false;
+    constexpr bool deleteChannel = true;
+    return forEach("Expression ", address, [&](const NOD_Place &place, ZEL_Parm &parm, NOD_Edit &) {
+        std::string fault;
+        for (int i = place.first; fault.empty() && i < place.end; ++i) {
+            fault = refusal(parm, i, myTime);
+            if (!fault.empty()) {
+                return fault;
+            }
+            parm.setExpression(myTime, text.c_str(), language, i, evaluate, deleteChannel,
+                               thePropagate);
+            if (!TRK_Collection::isValidChannelName(parm.getChannelToken(i).c_str()) &&
+                !KIT_String(text.c_str()).isFloat()) {
+                fault = std::string(parm.getToken()) + " can't be animated";
+            }
+        }
+        if (parm.isMultiParm()) {
+            NODgrowBlocks(*place.node, myTime);
+        }
+        return fault;
+    });
+}
+
+bool NOD_TextEdit::key(const std::string &address, double time, const std::string &value)
+{
+    return forEach("Key ", address, [&](const NOD_Place &place, ZEL_Parm &parm, NOD_Edit &edit) {
+        return keyPlace(place, parm, time, value, edit);
+    });
+}
+
+bool NOD_TextEdit::assign(const std::string &text)
+{
+    std::string address;
+    std::string value;
+    return splitAt(text, '=', address, value) ? set(address, value) : fail(text + " has no =");
+}
+
+bool NOD_TextEdit::assignExpression(const std::string &text)
+{
+    std::string address;
+    std::string expression;
+    return splitAt(text, '=', address, expression) ? setExpression(address, expression)
+                                                   : fail(text + " has no =");
+}
+
+bool NOD_TextEdit::assignKey(const std::string &text)
+{
+    std::string left;
+    std::string value;
+    std::string address;
+    std::string time;
+    double seconds = 0.0;
+    if (!splitAt(text, '=', left, value) || !splitAt(left, '@', address, time) ||
+        !NODreadTime(time, seconds)) {
+        return fail(text + " isn't of the form TOKEN[:INDEX]@TIME=VALUE");
+    }
+    return key(address, seconds, value);
+}
+
+void NODgrowBlocks(NOD_Node &node, double time)
+{
+    const ZEL_InputBudget budget(0);
+    ZEL_ParmList &parms = node.getParms();
+    // The items of a block may hold blocks of their own, which come after it in the list.
+    for (int i = 0; i < parms.getEntries(); ++i) {
+        const ZEL_Parm *const parm = parms.getParmPtr(i);
+        if (parm->isMultiParm()) {
+            int count = 0;
+            parm->getValue(time, count, 0, BASgetSTID());
+        }
+    }
+}
