@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <iterator>
 #include <limits>
 
 namespace
@@ -566,10 +568,13 @@ void TRK_Channel::updateTimeFlag()
         if (segment.isInterpolated()) {
             return false;
         }
-        const char *text = segment.getExpression();
-        return TRK_Manager::scanForVariableInString(text, "F") ||
-               TRK_Manager::scanForVariableInString(text, "FF") ||
-               TRK_Manager::scanForVariableInString(text, "T");
+        const char *const text = segment.getExpression();
+        constexpr const char *theNames[] = {"F",  "FF", "T",  "F1", "F2", "F3",
+                                            "F4", "F5", "F6", "F7", "F8", "F9"};
+        return std::strchr(text, '$') &&
+               std::any_of(std::begin(theNames), std::end(theNames), [=](const char *name) {
+                   return TRK_Manager::scanForVariableInString(text, name);
+               });
     };
     myTimeFlag = mySegments.size() > 1 || (mySegments.size() == 1 && usesTime(mySegments[0]));
     BASstore(myTimeMark, uint8_t(0));

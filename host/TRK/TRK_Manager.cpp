@@ -11,6 +11,8 @@
 #include <TRK/TRK_Evaluation.h>
 
 #include <cmath>
+#include <string>
+#include <string_view>
 
 TRK_Manager &TRK_Manager::getContext()
 {
@@ -50,6 +52,28 @@ void TRK_Manager::setGlobalVariable(const KIT_StringRef &name, const char *value
     CON_Manager::getContext().setVariable(name, value);
 }
 
+namespace
+{
+
+/// The digits that `F1` to `F9` ask for; 0 for any other name.
+int paddedFrameDigits(std::string_view text)
+{
+    return text.size() == 2 && text[0] == 'F' && text[1] >= '1' && text[1] <= '9' ? text[1] - '0'
+                                                                                  : 0;
+}
+
+/// The frame as a whole number with zeros in front: 7 in four digits is 0007, -7 is -0007.
+std::string paddedFrame(double frame, int digits)
+{
+    std::string text = KIT_Digits(std::floor(frame + 0.5)).buffer();
+    const std::size_t sign = text[0] == '-' ? 1 : 0;
+    const std::size_t wanted = std::size_t(digits) + sign;
+    text.insert(sign, wanted > text.size() ? wanted - text.size() : 0, '0');
+    return text;
+}
+
+} // namespace
+
 bool TRK_Manager::getVariable(const KIT_StringRef &name, double time,
                               const TRK_Collection *collection, KIT_String &value,
                               bool &timeDependent) const
@@ -74,6 +98,12 @@ bool TRK_Manager::getVariable(const KIT_StringRef &name, double time,
         const double frame = timeToFrame(time);
         const double number = frameFlag ? std::floor(frame + 0.5) : word == "T" ? time : frame;
         value = KIT_Digits(number).buffer();
+        timeDependent = true;
+        return true;
+    }
+    if (const int digits = paddedFrameDigits(word)) {
+        const std::string text = paddedFrame(timeToFrame(time), digits);
+        value.harden(text.data(), text.size());
         timeDependent = true;
         return true;
     }

@@ -271,7 +271,7 @@ TEST_F(Channels, StringsAreExpressions)
 
 TEST_F(Channels, EachVariableTellsBeforeTheFirstEvaluation)
 {
-    const char *const timed[] = {"F", "FF", "T"};
+    const char *const timed[] = {"F", "FF", "T", "F4"};
     const char *const still[] = {"FPS", "PI", "E", "OS", "HOME"};
     const char *const forms[] = {"$%",         "${%}",         "-$%",       "1 + 2 * $%",
                                  "floor($%)",  "if(1, $%, 0)", "itoa($%)",  "max(1, $%, 2)",
@@ -285,7 +285,8 @@ TEST_F(Channels, EachVariableTellsBeforeTheFirstEvaluation)
             const bool usesTime = random() % 2 == 0;
             depends = depends || usesTime;
             std::string form = forms[random() % std::size(forms)];
-            form.replace(form.find('%'), 1, usesTime ? timed[random() % 3] : still[random() % 5]);
+            form.replace(form.find('%'), 1,
+                         usesTime ? timed[random() % std::size(timed)] : still[random() % 5]);
             expression += (expression.empty() ? "" : "+") + form;
         }
         TRK_Channel *channel = make("made", i % 2 ? expression.c_str() : "1");
