@@ -365,7 +365,7 @@ TEST(Expressions, TextsExpand)
         {"\\$HIP $HIP ${HIP} `1`", 3 | 8 | 16, "$HIP /show/shot /show/shot 1", false},
         {"$HIP `1`", 8 | 16, "$HIP `1`", false},
         {"$F4 ${F1}.$F9 $F0 $F10", 3, "0013 13.000000013 $F0 $F10", true},
-        {"`$F4 + 1` `strcat($F4, 'x')`", 3, "00131 0013x", true},
+        {"`$F4 + 1` `strcat($F4, 'x')`", 3, "14 0013x", true},
         {"$NOPE ${NOPE} $ ${", 3, "$NOPE ${NOPE} $ ${", false},
         {"`1+1` $HIP", 1, "`1+1` /show/shot", false},
     };
