@@ -106,7 +106,7 @@ public:
     /// Calls \p call for each reference in the backticks of a literal text.
     static void buildStringOpDependencies(const char *text, const ReferenceCall &call);
     /// Reports to the collection's path resolver what a literal text refers to: the references in
-    /// its backticks, or if there are none, all of it if that is a node's path, else each of its words
+    /// its backticks, or if there are none, all of it if that is a node's path with a "/", else each of its words
     /// that is (TRK_NodePaths).
     static void buildStringOpDependencies(const char *text, const TRK_Referrer &from,
                                           const TRK_Collection *collection, int thread);

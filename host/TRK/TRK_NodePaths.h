@@ -2,7 +2,7 @@
 /// The literal paths of nodes in expressions and texts: finding them, and writing others in their places.
 ///
 /// Vocabulary: *path* = the node's part of a reference, "../light" in ch("../light/tx"), or all of a text
-///             that is a node's path. *spelling* = how the place of a path writes it: in the escapes of
+///             that is a node's path, with a "/". *spelling* = how the place of a path writes it: in the escapes of
 ///             its quotes, or behind a backslash what a text would expand. Callers see paths without.
 /// Ownership:  nothing is kept.
 /// Threads:    any; the collection is asked for variables.
@@ -14,8 +14,8 @@
 ///     vmr.ch('PATH/name')          in Python ch, chs and parm of any object, in any spelling of a
 ///     vmr.node('PATH')             text but those whose path is computed, and in the fields of f'{...}'
 ///     size `chs("PATH/name")`      the backticks of a text
-///     PATH                         a text without backticks, if all of it leads to a node; else those of
-///     see PATH and PATH            its words that contain a "/"
+///     PATH                         a text without backticks, if it contains a "/" and all of it leads to a
+///     see PATH and PATH            node; else those of its words that contain one
 ///
 /// A path with a variable that is known is computed, and left out; one with an unknown variable, which
 /// stays as it is written, isn't.

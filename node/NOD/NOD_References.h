@@ -24,7 +24,8 @@
 /// - the descriptions of spare parameters: other ones would rebuild the node's, and pointers to them would
 ///   end when any node gets another name.
 ///
-/// Paths that an expression computes, also from a variable that is known, can't be followed.
+/// Not followed are paths that an expression computes, also from a variable that is known; the name of a child
+/// or ".." as a text, which may be any other text; and words that the name of another node has become part of.
 #pragma once
 
 #include <KIT/KIT_StringHolder.h>

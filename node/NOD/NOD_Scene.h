@@ -12,7 +12,7 @@
 /// Errors:     look-ups return null; operations that can fail take a report.
 /// Cost:       a change of the tree costs the nodes that it is about, those that refer to them, and a look at
 ///             each path that has a name like theirs; besides, the nodes whose texts or expressions have changed
-///             since the last one.
+///             since the last one, and the kept sections of nodes whose type is missing.
 #pragma once
 
 #include <KIT/KIT_StringRef.h>

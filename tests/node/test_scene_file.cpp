@@ -7,6 +7,7 @@
 #include <NOD/NOD_UndoStack.h>
 #include <STO/STO_IndexFile.h>
 #include <STO/STO_Writer.h>
+#include <ZEL/ZEL_ParmTypes.h>
 #include <common/ListFixture.h>
 #include <node/RandomScene.h>
 
@@ -347,6 +348,15 @@ TEST(SceneFile, ItemsAreThoseThatTheCountAsksFor)
             }
             EXPECT_EQ(loaded.scene.find("/a")->getParms().evalFloat("w3", 0, 0.0), 7.5);
             EXPECT_EQ(difference(loaded.save(Form::TEXT, values), bytes), "") << names[0];
+
+            // A count that asks for more than a file may is told, once, with its node.
+            other = bytes;
+            const std::string count = "ch('/c/n')";
+            other.replace(other.find(count), count.size(), "123456 * 10");
+            Loaded greedy(other);
+            EXPECT_EQ(greedy.report.getErrorCount(), 1) << greedy.report.asText();
+            EXPECT_EQ(greedy.report.getMessages().at(0).subject, "values /b");
+            EXPECT_EQ(greedy.report.getMessages().at(0).code, ZEL_ERR_TOO_MANY_ITEMS);
         }
     }
     EXPECT_TRUE(report.isEmpty()) << report.asText();

@@ -1,13 +1,14 @@
 #include <NOD/files/NOD_TreeReaderPrivate.h>
 
 #include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ErrorManager.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_NodeSections.h>
 #include <NOD/NOD_Scene.h>
 #include <NOD/files/NOD_InterfacePathsPrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
+#include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <NOD/tree/NOD_LoadingPrivate.h>
-#include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 #include <unordered_set>
 #include <utility>
 
@@ -44,18 +46,46 @@ bool followDrivenBlocks(NOD_Node &node)
     return changed;
 }
 
+/// What a node's blocks asked for and didn't get, each once. An expression that fails is told to who reads it.
+void tellLimits(NOD_Node &node, KIT_ErrorManager &errors, std::set<std::string> &told,
+                const std::string &file, NOD_Report &report)
+{
+    NOD_Report all;
+    all.take(errors, file, "values " + NODpathOf(node));
+    for (const NOD_Message &message : all.getMessages()) {
+        const bool limitFlag =
+            message.category == ZEL_ERROR_CATEGORY &&
+            (message.code == ZEL_ERR_TOO_MANY_ITEMS || message.code == ZEL_ERR_TOO_MANY_BYTES);
+        if (limitFlag && told.insert(message.asText()).second) {
+            report.add(message);
+        }
+    }
+}
+
 /// Blocks have the items that their streams name; lets those whose count is an expression have those that it
 /// asks for, now that what it reads is there, items of other blocks among it.
-void followDrivenBlocks(const std::vector<NOD_Node *> &nodes)
+void followDrivenBlocks(const std::vector<NOD_Node *> &nodes, const std::string &file,
+                        NOD_Report &report)
 {
-    constexpr int theMostRounds = 16; // what changes for ever isn't told apart
-    const ZEL_AutoBlockErrors block(BASgetSTID());
+    constexpr int theMostRounds = 16;
+    KIT_ErrorManager::Scope errors(BASgetSTID());
+    std::set<std::string> told;
     bool changed = true;
     for (int round = 0; changed && round < theMostRounds; ++round) {
         changed = false;
         for (NOD_Node *node : nodes) {
             changed = followDrivenBlocks(*node) || changed;
+            tellLimits(*node, errors.getManager(), told, file, report);
         }
+    }
+    if (changed) {
+        report.add({KIT_ERROR_WARNING,
+                    file,
+                    0,
+                    {},
+                    "counts of blocks change each other without an end",
+                    {},
+                    0});
     }
 }
 
@@ -310,7 +340,7 @@ void NOD_TreeReader::readNodes(NOD_Node &above, bool isPart)
     for (auto &[place, head] : made) {
         readNode(place->path, *find(place->path), std::move(head));
     }
-    followDrivenBlocks(myNodes);
+    followDrivenBlocks(myNodes, myName, myReport);
     for (const auto &[key, missing] : myMissing) {
         warning(*missing.section, 1,
                 "the type \"" + key + "\" isn't known here: " +

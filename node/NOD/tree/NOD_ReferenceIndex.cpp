@@ -168,7 +168,7 @@ bool NOD_ReferenceIndex::entersByName(NOD_Node &reader, const NOD_Node &target) 
     for (std::size_t start = 0, end; !enters && start < paths.size(); start = end + 1) {
         end = paths.find('\0', start);
         const std::string_view path(paths.data() + start, end - start);
-        NOD_Node *at = path.front() == '/' ? &myRoot : &reader;
+        NOD_Node *at = !path.empty() && path.front() == '/' ? &myRoot : &reader;
         forEachStep(path, [&](std::string_view step) {
             at = at->step(std::string(step));
             enters = enters || (at == &target && isName(step));

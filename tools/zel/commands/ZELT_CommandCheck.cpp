@@ -26,8 +26,8 @@ struct Call
     std::vector<std::string> files;
 };
 
-/// Tells the names of a script's parameters that can't be used everywhere; in a block, those of its first
-/// item.
+/// Tells the names of a script's parameters that can't be used everywhere; in a block, those of the
+/// last item that it begins with.
 class NameCheck
 {
 public:
@@ -35,13 +35,12 @@ public:
         : myFile(file), myMessages(messages)
     {
         collect(*script.getPage());
-        constexpr bool blockFlag = false;
-        tell(script.getTemplates(), blockFlag);
+        tell(script.getTemplates(), 0);
     }
 
 private:
     void collect(const ZEL_ScriptPage &page);
-    void tell(const ZEL_Template *from, bool blockFlag);
+    void tell(const ZEL_Template *from, int item);
     void tell(const ZEL_Template &at, int code, const std::string &name);
 
     const std::string &myFile;
@@ -61,13 +60,14 @@ void NameCheck::collect(const ZEL_ScriptPage &page)
     }
 }
 
-std::string itemName(const char *name, bool blockFlag)
+/// The name of an item's parameter with the item's number; as it is outside of blocks.
+std::string itemName(std::string name, int item)
 {
-    std::string text = name;
-    if (blockFlag) {
-        std::replace(text.begin(), text.end(), '#', '1');
+    const std::string number = item > 0 ? std::to_string(item) : "#";
+    for (std::size_t at = 0; (at = name.find('#', at)) != std::string::npos; at += number.size()) {
+        name.replace(at, 1, number);
     }
-    return text;
+    return name;
 }
 
 bool isExpression(const ZEL_Template &one, const ZEL_Default &value)
@@ -79,12 +79,21 @@ bool isExpression(const ZEL_Template &one, const ZEL_Default &value)
                                   : type.isFloatType() && *value.getString();
 }
 
+/// The number of the last item that a new block has; of the first one, without any.
+int lastItem(const ZEL_Template &block)
+{
+    constexpr double theMost = 1e6;
+    const ZEL_Default *const count = block.getFactoryDefaults();
+    const double items = count ? std::clamp(double(count->getFloat()), 1.0, theMost) : 1.0;
+    return std::max(block.getMultiStartOffset() + int(items) - 1, 1);
+}
+
 /// Whether a component has an expression that no channel can hold.
-bool hasNoChannel(const ZEL_Template &one, bool blockFlag)
+bool hasNoChannel(const ZEL_Template &one, int item)
 {
     const ZEL_Default *const defaults = one.isSwitcher() ? nullptr : one.getFactoryDefaults();
     for (int i = 0; defaults && i < one.getVectorSize(); ++i) {
-        const std::string name = itemName(one.getChannelToken(i).nonNullStr(), blockFlag);
+        const std::string name = itemName(one.getChannelToken(i).nonNullStr(), item);
         if (!TRK_Collection::isValidChannelName(name.c_str()) && isExpression(one, defaults[i])) {
             return true;
         }
@@ -92,19 +101,19 @@ bool hasNoChannel(const ZEL_Template &one, bool blockFlag)
     return false;
 }
 
-void NameCheck::tell(const ZEL_Template *from, bool blockFlag)
+void NameCheck::tell(const ZEL_Template *from, int item)
 {
     for (const ZEL_Template *at = from; at && !at->isTerminator(); ++at) {
-        const std::string name = itemName(at->getToken(), blockFlag);
+        const std::string name = itemName(at->getToken(), item);
         if (at->getType().getBasicType() != ZEL_Type::ZEL_BASIC_NONE &&
             !ZEL_ParmList::isTextName(KIT_StringRef(name.c_str()))) {
             tell(*at, ZEL_ERR_TEXT_NAME, name);
         }
-        if (hasNoChannel(*at, blockFlag)) {
+        if (hasNoChannel(*at, item)) {
             tell(*at, ZEL_ERR_CHANNEL_NAME, name);
         }
         if (at->isMultiType() && !at->isRampType()) {
-            tell(at->getMultiParmTemplate(), true);
+            tell(at->getMultiParmTemplate(), lastItem(*at));
         }
     }
 }
