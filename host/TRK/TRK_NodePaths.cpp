@@ -337,6 +337,9 @@ TRK_NodePaths::Result TRK_NodePaths::forEach(std::string &text, Form form,
                                              const TRK_Collection *collection, const Call &call,
                                              Part part)
 {
+    if (text.find('\0') != std::string::npos) {
+        return {}; // no text of a parameter or channel has one
+    }
     const bool pythonFlag = form == Form::PYTHON || form == Form::PYTHON_TEXT;
     if (!pythonFlag && part == Part::NODE && text.find('/') == std::string::npos) {
         return {};
