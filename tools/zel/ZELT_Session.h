@@ -1,8 +1,7 @@
 /// \file ZELT_Session.h
 /// A node with the parameters of a script, its values, channels, and the addresses of components.
 ///
-/// Vocabulary: *address* = `TOKEN`, `TOKEN:INDEX`, or a channel token such as `tx`; without an index
-///             it means all components.
+/// Vocabulary: *address* = as in NOD_Address.h.
 /// Units:      component indices from 0; times in seconds.
 /// Ownership:  owns the node, and the script if open() read it; else that is borrowed and must
 ///             outlive it.
@@ -77,17 +76,17 @@ public:
     static KIT_IStream::Mode streamMode(const KIT_IStream &is);
 
     // ------------------------------------------------------------------ //
-    /// \name Components   (why it failed, "" for success)
+    /// \name Components   (why it failed, "" for success; as NOD_TextEdit.h)
     // ------------------------------------------------------------------ //
+    /// One parameter: a pattern may match no more.
     std::string resolve(const std::string &text, ZELT_Address &address);
-    /// A number, a menu token, or a text, by the kind of the parameter.
     std::string set(const std::string &address, const std::string &value, double time);
     std::string setExpression(const std::string &address, const std::string &text,
                               TRK_ExprLanguage language, double time);
     std::string setKey(const std::string &address, double time, const std::string &value);
 
     // ------------------------------------------------------------------ //
-    /// \name The forms of the command line: `A=VALUE`, `A=TEXT`, `A@TIME=VALUE`
+    /// \name In one text: `A=VALUE`, `A=TEXT`, `A@TIME=VALUE`
     // ------------------------------------------------------------------ //
     std::string applySet(const std::string &option, double time);
     std::string applyExpression(const std::string &option, double time);
@@ -99,7 +98,8 @@ public:
 private:
     explicit ZELT_Session(ZELT_ScriptPtr script);
 
-    std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, double time);
+    template <class Edit>
+    std::string edit(double time, const Edit &edit);
 
     ZELT_ScriptPtr myScript; // null if it is borrowed
     NOD_Node myRoot;

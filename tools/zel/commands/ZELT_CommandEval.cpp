@@ -9,15 +9,16 @@
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Error.h>
+#include <NOD/NOD_Address.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_TimeText.h>
 #include <TRK/TRK_EvalContext.h>
-#include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 #include <future>
 #include <iostream>
 #include <mutex>
@@ -27,49 +28,19 @@
 namespace
 {
 
-constexpr std::int64_t theMostRows = 10000000;
-
 // -------------------------------------------------------------------- //
 // Rows: times
 // -------------------------------------------------------------------- //
 
 struct Rows
 {
-    bool framesFlag = false; ///< given as frames
-    double first = 0.0;      ///< a frame, or the time
-    double step = 1.0;
-    std::int64_t count = 1;
+    bool framesFlag = false; ///< the range counts
+    NOD_FrameRange range;    ///< of one frame without
+    double now = 0.0;        ///< the time without frames
 
-    double frame(std::int64_t row) const { return first + double(row) * step; }
-    double time(std::int64_t row) const
-    {
-        return framesFlag ? TRK_Manager::getContext().frameToTime(frame(row)) : first;
-    }
+    double frame(std::int64_t row) const { return range.getFrame(row); }
+    double time(std::int64_t row) const { return framesFlag ? range.getTime(row) : now; }
 };
-
-/// "A:B" or "A:B:STEP". Returns why it is neither, or "".
-std::string parseFrames(const std::string &text, Rows &rows)
-{
-    double numbers[3] = {0.0, 0.0, 1.0};
-    std::size_t start = 0;
-    std::size_t parts = 0;
-    while (parts < 3 && start <= text.size()) {
-        const std::size_t end = std::min(text.find(':', start), text.size());
-        if (!ZELTparseNumber(text.substr(start, end - start), numbers[parts++])) {
-            return "--frames " + text + " isn't of the form A:B or A:B:STEP";
-        }
-        start = end + 1;
-    }
-    const double count = std::floor((numbers[1] - numbers[0]) / numbers[2] + 1e-9) + 1.0;
-    if (parts < 2 || start <= text.size() || !(count >= 1.0)) {
-        return "--frames " + text + " has no frames";
-    }
-    if (count > double(theMostRows)) {
-        return "--frames " + text + " has more than " + std::to_string(theMostRows) + " frames";
-    }
-    rows = {true, numbers[0], numbers[2], std::int64_t(count)};
-    return "";
-}
 
 // -------------------------------------------------------------------- //
 // Columns: components
@@ -86,45 +57,31 @@ struct Column
 
 using Columns = std::vector<Column>;
 
-void addColumns(const ZELT_Address &address, Columns &columns)
+void addColumns(const NOD_Place &place, Columns &columns)
 {
-    const ZEL_Parm &parm = *address.parm;
-    for (int i = address.first; i < address.end; ++i) {
+    const ZEL_Parm &parm = *place.find();
+    for (int i = place.first; i < place.end; ++i) {
         columns.push_back(
-            {parm.getToken(), KIT_StringHolder(parm.getToken()), i,
+            {parm.getToken(), place.token, i,
              parm.getVectorSize() > 1 ? parm.getChannelToken(i).nonNullStr() : parm.getToken()});
     }
 }
 
-bool hasValue(const ZEL_Parm &parm)
-{
-    // Without a template there are no components.
-    return parm.getVectorSize() > 0 && !parm.getTemplatePtr()->isSwitcher() &&
-           !parm.isCallbackType();
-}
-
-bool findColumns(ZELT_Session &session, const std::vector<std::string> &tokens, Columns &columns,
+bool findColumns(ZELT_Session &session, const std::vector<std::string> &addresses, Columns &columns,
                  ZELT_Messages &messages)
 {
-    bool good = true;
-    for (const std::string &token : tokens) {
-        ZELT_Address address;
-        const std::string fault = session.resolve(token, address);
-        if (fault.empty()) {
-            addColumns(address, columns);
-        } else {
-            messages.error("", fault);
-            good = false;
-        }
+    NOD_Report report;
+    std::vector<NOD_Place> places =
+        addresses.empty() ? NODallPlaces(session.getNode()) : std::vector<NOD_Place>();
+    for (const std::string &address : addresses) {
+        const std::vector<NOD_Place> found = NODfindPlaces(session.getNode(), address, report);
+        places.insert(places.end(), found.begin(), found.end());
     }
-    ZEL_ParmList &parms = session.getParms();
-    for (int i = 0; tokens.empty() && i < parms.getEntries(); ++i) {
-        ZEL_Parm *const parm = parms.getParmPtr(i);
-        if (hasValue(*parm)) {
-            addColumns({parm, 0, parm->getVectorSize()}, columns);
-        }
+    for (const NOD_Place &place : places) {
+        addColumns(place, columns);
     }
-    return good;
+    messages.add(report);
+    return !report.hasErrors();
 }
 
 // -------------------------------------------------------------------- //
@@ -151,9 +108,9 @@ class Evaluation
 public:
     Evaluation(ZELT_Session &session, const Columns &columns, const Rows &rows, Table &table)
         : mySession(session), myColumns(columns), myRows(rows), myTable(table),
-          myProgress("evaluating", rows.count)
+          myProgress("evaluating", rows.range.count)
     {
-        table.cells.resize(std::size_t(rows.count) * columns.size());
+        table.cells.resize(std::size_t(rows.range.count) * columns.size());
         table.errors.resize(table.cells.size());
         table.faults.resize(columns.size());
     }
@@ -161,7 +118,7 @@ public:
     /// On the thread that owns the list, where reading a block's count may make or remove items.
     void runHere()
     {
-        for (std::int64_t row = 0; row < myRows.count; ++row) {
+        for (std::int64_t row = 0; row < myRows.range.count; ++row) {
             const TRK_EvalContext::Work work;
             const ZEL_InputBudget budget(0);
             mySession.growBlocks(myRows.time(row));
@@ -191,9 +148,9 @@ private:
         // Errors are reported by column and row, not by thread.
         const KIT_ErrorManager::Scope quiet(BASgetSTID());
         constexpr std::int64_t run = 16;
-        for (std::int64_t row = myNext.fetch_add(run); row < myRows.count;
+        for (std::int64_t row = myNext.fetch_add(run); row < myRows.range.count;
              row = myNext.fetch_add(run)) {
-            const std::int64_t end = std::min(row + run, myRows.count);
+            const std::int64_t end = std::min(row + run, myRows.range.count);
             for (std::int64_t i = row; i < end; ++i) {
                 const TRK_EvalContext::Work work;
                 evaluateRow(i);
@@ -279,7 +236,7 @@ void printTable(const Table &table, const Columns &columns, const Rows &rows)
     for (const Column &column : columns) {
         text[0].push_back(column.heading);
     }
-    for (std::int64_t row = 0; row < rows.count; ++row) {
+    for (std::int64_t row = 0; row < rows.range.count; ++row) {
         std::vector<std::string> line;
         if (rows.framesFlag) {
             line.push_back(ZELTnumber(rows.frame(row)));
@@ -310,7 +267,7 @@ void printJson(const Table &table, const Columns &columns, const Rows &rows)
     }
     out["rows"] = ZELT_Json::array();
     std::size_t cell = 0;
-    for (std::int64_t row = 0; row < rows.count; ++row) {
+    for (std::int64_t row = 0; row < rows.range.count; ++row) {
         ZELT_Json json;
         if (rows.framesFlag) {
             json["frame"] = rows.frame(row);
@@ -366,10 +323,11 @@ struct Call
 int evaluateNode(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     Rows rows;
-    rows.first = call.node.time;
-    const std::string fault = call.frames.empty() ? "" : parseFrames(call.frames, rows);
+    rows.now = call.node.time;
+    rows.framesFlag = !call.frames.empty();
+    const std::string fault = rows.framesFlag ? rows.range.read(call.frames) : "";
     if (!fault.empty()) {
-        messages.error("", fault);
+        messages.error("", "--frames " + fault);
         return 1;
     }
     ZELT_NodeCall node = call.node;
