@@ -375,14 +375,7 @@ bool TRK_LiteralValue::respell(const std::vector<TRK_LiteralChange> &changes,
     if (!isPlain(0, text.size())) {
         return false;
     }
-    std::string value;
-    std::size_t done = 0;
-    for (const TRK_LiteralChange &change : changes) {
-        value.append(text, done, change.from - done);
-        value += change.path;
-        done = change.to;
-    }
-    value.append(text, done, std::string::npos);
+    const std::string value = TRKwithChanges(text, changes, &TRK_LiteralChange::path);
     const bool bytesFlag = myLiteral.bytesFlag || !isUtf8(value);
     if (bytesFlag && myLiteral.isResult) {
         return false;

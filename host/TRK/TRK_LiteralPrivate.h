@@ -65,6 +65,21 @@ struct TRK_LiteralEdit
     std::string text;
 };
 
+/// A text with `put` of each change in its place. The changes are in order and don't overlap.
+template <class Change>
+std::string TRKwithChanges(const std::string &text, const std::vector<Change> &changes,
+                           std::string Change::*put)
+{
+    std::string out;
+    std::size_t done = 0;
+    for (const Change &change : changes) {
+        out.append(text, done, change.from - done);
+        out += change.*put;
+        done = change.to;
+    }
+    return out.append(text, done, std::string::npos);
+}
+
 class TRK_LiteralValue
 {
 public:

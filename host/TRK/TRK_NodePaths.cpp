@@ -315,15 +315,7 @@ TRK_NodePaths::Result Finder::write(std::string &out)
     // Fields of a text come before the text that they are in.
     std::sort(myEdits.begin(), myEdits.end(),
               [](const auto &a, const auto &b) { return a.from < b.from; });
-    std::string written;
-    std::size_t done = 0;
-    for (const TRK_LiteralEdit &edit : myEdits) {
-        written.append(mySource, done, edit.from - done);
-        written += edit.text;
-        done = edit.to;
-    }
-    written.append(mySource, done, std::string::npos);
-    out.swap(written);
+    out = TRKwithChanges(mySource, myEdits, &TRK_LiteralEdit::text);
     return myResult;
 }
 
