@@ -712,6 +712,8 @@ protected:
     Rare *rare() const { return rareIn(__atomic_load_n(&myRare, __ATOMIC_ACQUIRE)); }
     /// With VALUE_MOVED, when there is a record.
     void *movedValue() const { return reinterpret_cast<const Rare *>(BASload(myRare))->movedValue; }
+    /// As removeChannel(), but without tellTextsChanged().
+    bool dropChannel(int index);
     /// A text of the parameter is, or is about to be, another one: TRK_PathResolver::textsChanged.
     void tellTextsChanged() const;
     /// Called once, before the first channel is put into a slot: from then on evaluating threads

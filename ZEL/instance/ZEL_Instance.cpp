@@ -77,18 +77,9 @@ ZEL_Instance::~ZEL_Instance()
     clearSendExtra();
     if (const Rare *record = rare()) {
         destroyMicroNodes();
-        // As clearAndDestroyChannels(), but what resolves paths for the collection isn't told: it may be
-        // gone already.
-        TRK_Collection *const collection = getChannelGroupPtr();
+        // What resolves paths for the collection isn't told: it may be gone already.
         for (int i = 0, size = getVectorSize(); i < size; ++i) {
-            TRK_Channel *const channel = channelAt(i);
-            if (channel) {
-                makeSlots()[i] = nullptr;
-            }
-            if (channel && collection) {
-                constexpr bool byItsHolder = true;
-                collection->deleteChannel(channel, byItsHolder);
-            }
+            dropChannel(i);
         }
         delete record;
     }

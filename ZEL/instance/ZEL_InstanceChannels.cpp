@@ -164,11 +164,20 @@ void ZEL_Instance::setChannel(int index, TRK_Channel *channel)
 
 bool ZEL_Instance::removeChannel(int index)
 {
+    const bool removedFlag = dropChannel(index);
+    if (removedFlag) {
+        tellTextsChanged();
+    }
+    return removedFlag;
+}
+
+bool ZEL_Instance::dropChannel(int index)
+{
     TRK_Channel *channel = channelAt(index);
     if (!channel) {
         return false;
     }
-    putChannel(index, nullptr);
+    __atomic_store_n(makeSlots() + index, static_cast<TRK_Channel *>(nullptr), __ATOMIC_RELEASE);
     if (TRK_Collection *collection = getChannelGroupPtr()) {
         // Told as the holder, so that lists don't search all their components for it. Not looked at
         // here: while a list is destroyed, another component may have deleted it already.
