@@ -34,10 +34,11 @@ private:
     {
         std::string name;
         NOD_NodeState state;
-        std::int64_t bytes = 0;
     };
 
+    /// Of all: what they share is counted for one of those that are left.
+    std::int64_t countBytes() const;
+
     std::deque<Entry> myEntries; ///< the oldest first
-    std::int64_t myBytes = 0;
     std::int64_t myMostBytes;
 };

@@ -422,6 +422,9 @@ TEST(SceneUndo, AKeyKeepsWhatItChangesNotItsChannel)
     while (p.undo().redo()) {
     }
     EXPECT_EQ(pictureOf(p.scene), last);
+    // A step that is left alone counts what it shared with the others: all of the channel.
+    p.undo().setLimits(1, all);
+    EXPECT_GT(p.undo().getMemoryUsage(), 1500 * std::int64_t(sizeof(double)));
 }
 
 TEST(SceneUndo, VariablesThatWereClearedComeBack)

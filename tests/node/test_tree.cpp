@@ -387,6 +387,26 @@ TEST(Tree, KnownVariablesInPathsAreNotNames)
 }
 
 /// What belongs to the node is rewritten, but for what nobody can read here.
+TEST(Tree, KeptSectionsThatCameBackFollow)
+{
+    NOD_Scene scene;
+    NOD_Report report;
+    NOD_Node *const a = scene.add("/a", nullptr, report);
+    NOD_Node *const b = scene.add("/b", nullptr, report);
+    NOD_Node *const x = scene.add("/x", nullptr, report);
+    const auto values = [](const std::string &path) {
+        return NOD_Node::Sections{{"values", "{\nversion 0.8\ns\t(\t" + path + "\t)\n}\n"}};
+    };
+    b->keepSections("gone", values("/a"));
+    EXPECT_TRUE(scene.rename(*a, "c", report) && scene.rename(*x, "y", report));
+    EXPECT_EQ(b->getKeptSections(), values("\"/c\""));
+    EXPECT_TRUE(scene.getUndo().undo() && scene.getUndo().undo());
+    EXPECT_EQ(b->getKeptSections(), values("/a"));
+    EXPECT_TRUE(scene.rename(*a, "z", report));
+    EXPECT_EQ(b->getKeptSections(), values("\"/z\""));
+    EXPECT_TRUE(report.isEmpty()) << report.asText();
+}
+
 TEST(Tree, KeptSectionsOfMissingTypesFollow)
 {
     const char *const channels =

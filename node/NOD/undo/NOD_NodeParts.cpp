@@ -84,6 +84,7 @@ void NOD_NodeParts::restore(NOD_Node &node, const Texts &texts)
     using Values = std::map<std::string, std::string>;
     Values values = texts->variables;
     NOD_Node::Sections kept = texts->kept;
+    node.textsChanged();
     node.myVariables.swap(values);
     node.myKeptSections.swap(kept);
     NOD_Graph *const graph = node.getGraph();

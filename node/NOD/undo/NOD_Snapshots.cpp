@@ -5,25 +5,28 @@
 
 std::vector<std::string> NOD_Snapshots::put(const std::string &name, NOD_NodeState state)
 {
-    Entry entry{name, std::move(state), 0};
-    entry.bytes =
-        std::int64_t(sizeof(entry) + entry.name.capacity()) + entry.state.getMemoryUsage();
-    myEntries.push_back(std::move(entry));
-    myBytes += myEntries.back().bytes;
+    myEntries.push_back({name, std::move(state)});
     const auto last = myEntries.end() - 1;
     const auto old =
         std::find_if(myEntries.begin(), last, [&](const Entry &e) { return e.name == name; });
     if (old != last) {
-        myBytes -= old->bytes;
         myEntries.erase(old);
     }
     std::vector<std::string> dropped;
-    while (myBytes > myMostBytes && myEntries.size() > 1) {
+    while (myEntries.size() > 1 && countBytes() > myMostBytes) {
         dropped.push_back(myEntries.front().name);
-        myBytes -= myEntries.front().bytes;
         myEntries.pop_front();
     }
     return dropped;
+}
+
+std::int64_t NOD_Snapshots::countBytes() const
+{
+    std::int64_t bytes = 0;
+    for (const Entry &entry : myEntries) {
+        bytes += std::int64_t(sizeof(entry) + entry.name.capacity()) + entry.state.getMemoryUsage();
+    }
+    return bytes;
 }
 
 const NOD_NodeState *NOD_Snapshots::find(const std::string &name) const

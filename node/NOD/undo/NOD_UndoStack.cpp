@@ -107,6 +107,9 @@ void NOD_UndoStack::drop()
         myBytes -= myDone.front()->bytes;
         forget(std::move(myDone.front()));
         myDone.pop_front();
+        if (!myDone.empty()) {
+            recount(*myDone.front()); // it may have shared what the dropped one was counted for
+        }
     }
 }
 
