@@ -110,6 +110,8 @@ public:
     /// The same of a preset's path, as ZEL_PresetInfo::getPresetPath has it. Its sections may be in either
     /// order.
     bool loadPresetFile(const char *path);
+    /// The same of the text of one.
+    bool loadPresetText(const std::string &text);
     /// Links each parameter to the channels of its names, as after channels were added or removed, or
     /// aliases set: dependencies are found anew.
     void linkChannels();
@@ -302,7 +304,9 @@ private:
     }
 
     void applyDefaultPreset();
-    bool readPreset(const char *path);
+    bool readPresetFile(const char *path);
+    template <class Load>
+    bool readPreset(const Load &load);
     static void handleChange(void *data, TRK_CHANGE_TYPE type, int parmIndex);
     NOD_Node *getRoot();
     /// The graph, once there is something to watch.

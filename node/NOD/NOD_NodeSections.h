@@ -22,6 +22,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 
 class NOD_FreshValues;
 class NOD_Report;
@@ -41,6 +42,9 @@ struct NOD_API NOD_NodeSections
     std::string values;   ///< as ZEL_ParmList::save; binary if it begins with a byte of 0
     std::string aliases;  ///< as ZEL_ParmList::saveChannelAliases
     NOD_Node::Sections kept;
+
+    /// The text of a section's kind, "values" and so on; null for one that isn't among these.
+    std::string *findText(std::string_view kind);
 
     /// What the node is like now. Sections without content are empty. With `fresh`, which learns what
     /// nodes of each interface begin with, the values are only those that differ from it. Values with a

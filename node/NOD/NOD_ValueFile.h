@@ -12,6 +12,7 @@
 
 #include <NOD/NOD_API.h>
 
+#include <cstddef>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -78,6 +79,7 @@ public:
     ///@}
 
 private:
+    bool take(std::string bytes, const std::string &name, std::size_t mark, NOD_Report &report);
     bool applyStream(NOD_Node &node) const;
     bool applyPreset(NOD_Node &node, NOD_Report &report) const;
     bool applyNode(NOD_Node &node, NOD_Report &report) const;

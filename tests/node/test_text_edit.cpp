@@ -208,7 +208,7 @@ TEST_F(TextEdit, EveryKindOfFileGivesBackWhatItHolds)
     for (const char *text : {"t=1 2 3", "kind=spot", "groups=2", "weight2=5", "label=two words"}) {
         EXPECT_TRUE(edit.assign(text)) << report.asText();
     }
-    EXPECT_TRUE(edit.assignKey("ty@1=4"));
+    EXPECT_TRUE(edit.assignKey("ty@1=4") && edit.assignExpression("weight1=3 * 2"));
     const std::string all = sectionsOf("/rig/key");
 
     const std::size_t steps = scene.getUndo().getUndoCount();

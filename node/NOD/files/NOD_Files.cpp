@@ -6,7 +6,6 @@
 #include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/files/NOD_InterfacePathsPrivate.h>
-#include <NOD/files/NOD_SectionFilePrivate.h>
 #include <STO/STO_Writer.h>
 
 #include <cerrno>
@@ -62,10 +61,11 @@ bool NODwriteFile(const std::string &path, const NOD_SaveOptions &options, NOD_R
     return true;
 }
 
-bool NODreadFile(const std::string &path, std::string &bytes, NOD_Report &report)
+bool NODreadFile(const std::string &path, std::string &bytes, NOD_Report &report,
+                 bool (*canBe)(std::string_view start))
 {
     errno = 0;
-    KIT_IFStream is(path.c_str(), KIT_IStream::BINARY, NOD_SectionFile::canBeOne);
+    KIT_IFStream is(path.c_str(), KIT_IStream::BINARY, canBe);
     if (!is.isReadable()) {
         tell(report, path, "can't be read: " + KITsystemReason());
         return false;

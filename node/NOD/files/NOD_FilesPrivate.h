@@ -10,6 +10,7 @@
 #include <functional>
 #include <iosfwd>
 #include <string>
+#include <string_view>
 
 class NOD_Report;
 
@@ -19,7 +20,9 @@ bool NODwriteTo(std::ostream &os, const std::string &name, NOD_Report &report,
 /// Replaces a file, all at once, by what `write` writes with the options of the file's folder.
 bool NODwriteFile(const std::string &path, const NOD_SaveOptions &options, NOD_Report &report,
                   const std::function<bool(std::ostream &, const NOD_SaveOptions &)> &write);
-bool NODreadFile(const std::string &path, std::string &bytes, NOD_Report &report);
+/// `canBe` is as for KIT_IFStream: what can't be such a file isn't read.
+bool NODreadFile(const std::string &path, std::string &bytes, NOD_Report &report,
+                 bool (*canBe)(std::string_view start));
 bool NODreadStream(std::istream &is, const std::string &name, std::string &bytes,
                    NOD_Report &report);
 /// The options with the file's folder, unless they have one.

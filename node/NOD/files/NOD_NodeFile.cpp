@@ -150,7 +150,7 @@ NOD_Node *NOD_NodeFile::load(NOD_Scene &scene, NOD_Node &parent, const std::stri
                              const NOD_LoadOptions &options, NOD_Report &report)
 {
     std::string bytes;
-    return NODreadFile(path, bytes, report)
+    return NODreadFile(path, bytes, report, NOD_SectionFile::canBeOne)
                ? loadBytes(scene, parent, std::move(bytes), path, NODplaced(options, path), report)
                : nullptr;
 }

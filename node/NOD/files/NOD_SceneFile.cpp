@@ -141,7 +141,7 @@ bool NOD_SceneFile::load(NOD_Scene &scene, const std::string &path, const NOD_Lo
                          NOD_Report &report)
 {
     std::string bytes;
-    return NODreadFile(path, bytes, report) &&
+    return NODreadFile(path, bytes, report, NOD_SectionFile::canBeOne) &&
            loadBytes(scene, std::move(bytes), path, NODplaced(options, path), report);
 }
 

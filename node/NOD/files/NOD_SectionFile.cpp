@@ -63,6 +63,17 @@ bool NOD_SectionFile::canBeOne(std::string_view start)
     return start.find('\0') == std::string_view::npos || start.substr(0, theMark.size()) == theMark;
 }
 
+std::string_view NOD_SectionFile::firstName(std::string_view start)
+{
+    KIT_IStream is(start.data(), start.size(), KIT_IStream::BINARY);
+    is.seekg(std::int64_t(theMark.size()));
+    std::uint32_t version = 0;
+    std::uint32_t nameLength = 0;
+    std::uint64_t length = 0;
+    const bool header = is.bread(version) && is.bread(nameLength) && is.bread(length);
+    return header ? is.rest().substr(0, nameLength) : std::string_view();
+}
+
 bool NOD_SectionFile::read(std::string bytes, const std::string &file, NOD_Report &report)
 {
     mySections.clear();

@@ -34,6 +34,8 @@ public:
 
     /// Whether a file that starts with these bytes can be of either form: a test for KIT_IFStream.
     static bool canBeOne(std::string_view start);
+    /// The name of the first section of a binary file that starts with these bytes; "" if it isn't there.
+    static std::string_view firstName(std::string_view start);
     /// False if the bytes are of neither form, or of a newer one.
     bool read(std::string bytes, const std::string &file, NOD_Report &report);
     const std::vector<Section> &getSections() const { return mySections; }

@@ -445,14 +445,12 @@ NOD_Node *NOD_TreeReader::makeNode(const Section &section, const std::string &pa
 void NOD_TreeReader::readNode(const std::string &path, NOD_Node &node, NOD_NodeSections sections)
 {
     const bool isMissing = !node.getInterface() && !sections.type.empty();
-    std::string *const texts[] = {&sections.spares, &sections.channels, &sections.values,
-                                  &sections.aliases};
-    for (std::size_t i = 0; i < std::size(theNodeKinds); ++i) {
-        const Section *const section = use(theNodeKinds[i] + (" " + path));
+    for (const char *const kind : theNodeKinds) {
+        const Section *const section = use(kind + (" " + path));
         if (section && isMissing) {
-            sections.kept.emplace_back(theNodeKinds[i], section->text);
+            sections.kept.emplace_back(kind, section->text);
         } else if (section) {
-            *texts[i] = section->text;
+            *sections.findText(kind) = section->text;
         }
     }
     NOD_Report found;

@@ -1,6 +1,5 @@
 #include <NOD/files/NOD_TreeWriterPrivate.h>
 
-#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_NodeSections.h>
@@ -10,8 +9,8 @@
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
 #include <NOD/files/NOD_TreeLimitsPrivate.h>
+#include <NOD/tree/NOD_GraphWalkPrivate.h>
 
-#include <cstring>
 #include <ostream>
 #include <unordered_set>
 #include <utility>
@@ -29,8 +28,7 @@ const void *idOf(const NOD_Node &node)
 /// A script that wasn't there, or the application's own that is missing.
 bool isInterface(const std::string &section)
 {
-    return section.compare(0, std::strlen(theInterfaceSection) + 1,
-                           std::string(theInterfaceSection) + " ") == 0;
+    return section.find(' ') != std::string::npos && NODkindOf(section) == theInterfaceSection;
 }
 
 } // namespace
@@ -47,10 +45,8 @@ bool NOD_TreeWriter::isReadable(NOD_Node &top, NOD_Report &report)
         const auto [node, level] = open.back();
         open.pop_back();
         if (level > theMostLevels) {
-            KIT_WorkBuffer path;
-            report.error(node->getFullPath(path),
-                         "is deeper than " + std::to_string(theMostLevels) +
-                             " levels, which can't be read: nothing is saved");
+            report.error(NODpathOf(*node), "is deeper than " + std::to_string(theMostLevels) +
+                                               " levels, which can't be read: nothing is saved");
             return false;
         }
         for (const auto &child : node->getChildren()) {

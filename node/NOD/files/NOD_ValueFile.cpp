@@ -1,9 +1,7 @@
 #include <NOD/NOD_ValueFile.h>
 
 #include <BAS/BAS_Character.h>
-#include <BAS/BAS_Thread.h>
-#include <KIT/KIT_ErrorManager.h>
-#include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_NodeFile.h>
@@ -15,12 +13,8 @@
 #include <NOD/files/NOD_SectionNamesPrivate.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
-#include <ZEL/ZEL_PresetInfo.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <ostream>
@@ -68,15 +62,13 @@ NOD_FileKind kindOfIndex(std::string_view text)
                                                                   : NOD_FileKind::PRESETS;
 }
 
-/// A binary file of nodes has the name of its first section at a fixed place.
 NOD_FileKind kindOfBinary(std::string_view bytes)
 {
-    constexpr std::size_t theNamePlace = 24; // after mark, version and two lengths
     if (!NOD_SectionFile::canBeOne(bytes)) {
         return ZEL_ParmList::canBeStream(bytes) ? NOD_FileKind::STREAM : NOD_FileKind::NONE;
     }
-    const std::string_view name = bytes.substr(std::min(theNamePlace, bytes.size()));
-    return startsWith(name, thePartSection) ? NOD_FileKind::NODE : NOD_FileKind::SCENE;
+    return NOD_SectionFile::firstName(bytes) == thePartSection ? NOD_FileKind::NODE
+                                                               : NOD_FileKind::SCENE;
 }
 
 bool canBeAny(std::string_view start)
@@ -109,11 +101,6 @@ bool exists(const std::string &path)
 {
     std::error_code ignored;
     return std::filesystem::exists(path, ignored);
-}
-
-KIT_IStream streamOf(const std::string &bytes, KIT_IStream::Mode mode)
-{
-    return KIT_IStream(bytes.data(), bytes.size(), mode);
 }
 
 bool hasChannels(ZEL_ParmList &parms)
@@ -192,28 +179,21 @@ const char *NOD_ValueFile::getKindName(NOD_FileKind kind)
 
 bool NOD_ValueFile::read(const std::string &path, NOD_Report &report)
 {
-    const std::size_t mark = path.find('?');
-    const std::string file = exists(path) ? path : path.substr(0, mark);
-    errno = 0;
-    KIT_IFStream is(file.c_str(), KIT_IStream::BINARY, canBeAny);
-    if (!is.isReadable()) {
-        const int number = errno;
-        report.add({KIT_ERROR_ABORT,
-                    file,
-                    0,
-                    {},
-                    std::string("can't be read: ") +
-                        (number ? std::strerror(number) : "the reason is not known"),
-                    {},
-                    0});
-        return false;
-    }
-    return read(std::string(is.rest()), path, report);
+    // A file may have a "?" in its name.
+    const std::size_t mark = exists(path) ? std::string::npos : path.find('?');
+    std::string bytes;
+    return NODreadFile(path.substr(0, mark), bytes, report, canBeAny) &&
+           take(std::move(bytes), path, mark, report);
 }
 
 bool NOD_ValueFile::read(std::string bytes, const std::string &name, NOD_Report &report)
 {
-    const std::size_t mark = exists(name) ? std::string::npos : name.find('?');
+    return take(std::move(bytes), name, name.find('?'), report);
+}
+
+bool NOD_ValueFile::take(std::string bytes, const std::string &name, std::size_t mark,
+                         NOD_Report &report)
+{
     myName = name.substr(0, mark);
     mySection = mark == std::string::npos ? "" : unescaped(name.substr(mark + 1));
     myBytes = std::move(bytes);
@@ -254,7 +234,8 @@ bool NOD_ValueFile::apply(NOD_Node &node, NOD_Report &report) const
 bool NOD_ValueFile::applyStream(NOD_Node &node) const
 {
     const bool binaryFlag = myBytes.find('\0') != std::string::npos;
-    KIT_IStream is = streamOf(myBytes, binaryFlag ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+    KIT_IStream is(myBytes.data(), myBytes.size(),
+                   binaryFlag ? KIT_IStream::BINARY : KIT_IStream::TEXT);
     return myKind == NOD_FileKind::CHANNELS ? node.loadChannels(is)
                                             : node.getParms().load(is, myName.c_str(), nullptr);
 }
@@ -315,9 +296,7 @@ bool NOD_ValueFile::applyPreset(NOD_Node &node, NOD_Report &report) const
         text = found->text;
     }
     const NOD_ReportScope scope(report, myName);
-    KIT_IStream is = streamOf(text, KIT_IStream::TEXT);
-    ZEL_PresetInfo presets(NOD_Node::thePresetTable, node.getTypeName().c_str());
-    return presets.loadPreset(&node.getParms(), is);
+    return node.loadPresetText(text);
 }
 
 bool NOD_ValueFile::applyNode(NOD_Node &node, NOD_Report &report) const
@@ -332,16 +311,11 @@ bool NOD_ValueFile::applyNode(NOD_Node &node, NOD_Report &report) const
     }
     const std::string path = NODrestOf(head);
     NOD_NodeSections sections;
-    const std::pair<const char *, std::string NOD_NodeSections::*> parts[] = {
-        {"spares", &NOD_NodeSections::spares},
-        {"channels", &NOD_NodeSections::channels},
-        {"values", &NOD_NodeSections::values},
-        {"aliases", &NOD_NodeSections::aliases}};
     for (const NOD_SectionFile::Section &section : file.getSections()) {
-        for (const auto &[kind, part] : parts) {
-            if (section.name == std::string(kind) + " " + path) {
-                sections.*part = section.text;
-            }
+        std::string *const text =
+            NODrestOf(section.name) == path ? sections.findText(NODkindOf(section.name)) : nullptr;
+        if (text) {
+            *text = section.text;
         }
         if (section.name == head) {
             for (const NOD_Line &line : NODreadLines(section.text)) {

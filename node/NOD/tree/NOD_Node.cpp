@@ -115,7 +115,7 @@ void NOD_Node::applyDefaultPreset()
     // What is loaded is meant as it was saved, whatever presets are here.
     const int preset = myPresets && !ZEL_ParmList::isLoading() ? myPresets->getDefaultPreset() : -1;
     if (preset >= 0) {
-        readPreset(myPresets->getPresetPath(preset));
+        readPresetFile(myPresets->getPresetPath(preset));
     }
 }
 
@@ -385,29 +385,46 @@ bool NOD_Node::loadPreset(const std::string &name)
     }
     NOD_Edit edit(*this, "Load preset " + name);
     edit.change(*this);
-    return readPreset(myPresets->getPresetPath(preset));
+    return readPresetFile(myPresets->getPresetPath(preset));
 }
 
 bool NOD_Node::loadPresetFile(const char *path)
 {
     NOD_Edit edit(*this, "Load preset");
     edit.change(*this);
-    return readPreset(path);
+    return readPresetFile(path);
+}
+
+bool NOD_Node::loadPresetText(const std::string &text)
+{
+    NOD_Edit edit(*this, "Load preset");
+    edit.change(*this);
+    return readPreset([&](ZEL_PresetInfo &presets) {
+        KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+        return presets.loadPreset(myParms.get(), is);
+    });
+}
+
+bool NOD_Node::readPresetFile(const char *path)
+{
+    return readPreset(
+        [&](ZEL_PresetInfo &presets) { return presets.loadPresetFile(myParms.get(), path); });
 }
 
 /// Channels of items may come before the values that make the items, and values before their channels: such
 /// a preset is read twice.
-bool NOD_Node::readPreset(const char *path)
+template <class Load>
+bool NOD_Node::readPreset(const Load &load)
 {
     const NOD_Batch batch(*this);
     const std::uint32_t structureBefore = myStructureVersion;
     ZEL_PresetInfo presets(thePresetTable, getTypeName().c_str());
     // An earlier error that wasn't read yet must not count as one of this load.
     KIT_ErrorManager::Scope scope(BASgetSTID());
-    bool loaded = presets.loadPresetFile(myParms.get(), path);
+    bool loaded = load(presets);
     if (myStructureVersion != structureBefore || scope.getManager().entries() > 0) {
         scope.getManager().clearAndDestroyErrors();
-        loaded = presets.loadPresetFile(myParms.get(), path);
+        loaded = load(presets);
     }
     scope.getOuterManager().stealErrors(scope.getManager());
     if (NOD_Graph *const graph = getWatcher()) {

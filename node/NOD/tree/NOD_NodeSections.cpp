@@ -518,22 +518,25 @@ void NOD_NodeSections::load(NOD_Node &node, NOD_Report &report) const
     loadAliases(list, aliases, report);
 }
 
+std::string *NOD_NodeSections::findText(std::string_view kind)
+{
+    return kind == "spares"     ? &spares
+           : kind == "channels" ? &channels
+           : kind == "values"   ? &values
+           : kind == "aliases"  ? &aliases
+                                : nullptr;
+}
+
 void NOD_NodeSections::loadKept(NOD_Node &node, NOD_Report &report)
 {
     NOD_NodeSections sections;
-    const std::map<std::string, std::string NOD_NodeSections::*> texts = {
-        {"spares", &NOD_NodeSections::spares},
-        {"channels", &NOD_NodeSections::channels},
-        {"values", &NOD_NodeSections::values},
-        {"aliases", &NOD_NodeSections::aliases}};
     bool anyFlag = false;
     for (const auto &section : node.getKeptSections()) {
-        const auto text = texts.find(section.first);
-        if (text == texts.end()) {
-            sections.kept.push_back(section);
-        } else {
-            sections.*text->second = section.second;
+        if (std::string *const text = sections.findText(section.first)) {
+            *text = section.second;
             anyFlag = true;
+        } else {
+            sections.kept.push_back(section);
         }
     }
     if (anyFlag) {
