@@ -620,15 +620,16 @@ protected:
     bool loadAsciiOptions(KIT_IStream &is, unsigned int &mask);
     /// True if any option was written.
     bool saveBinaryOptions(int classId, KIT_Packet &packet, std::ostream &os) const;
+    /// The options that are written only where they are set.
+    static constexpr std::uint32_t theWrittenFlags = ZEL_INST_EXPRESSION | ZEL_INST_SAVE_AUTOSCOPE |
+                                                     ZEL_INST_SAVE_AUTOSELECT | ZEL_INST_BYPASS |
+                                                     ZEL_INST_SAVE_LABEL;
     /// Whether the instance has neither options to write, the always written ones aside, nor a
     /// channel: what most have, and each kind writes and reads in one piece. May be false for some
     /// that have none.
     bool isPlain() const
     {
-        constexpr std::uint32_t theWritten = ZEL_INST_EXPRESSION | ZEL_INST_SAVE_AUTOSCOPE |
-                                             ZEL_INST_SAVE_AUTOSELECT | ZEL_INST_BYPASS |
-                                             ZEL_INST_SAVE_LABEL;
-        if ((myFlags & theWritten) != 0) {
+        if ((myFlags & theWrittenFlags) != 0) {
             return false;
         }
         const Rare *record = rare();

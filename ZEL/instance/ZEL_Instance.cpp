@@ -599,9 +599,7 @@ void ZEL_Instance::resetOptions()
     setLockedField(0);
     putAutoScope(myTemplate->getAutoScopeField());
     putAutoSelect(myTemplate->getAutoSelectField());
-    setFlag(ZEL_INST_EXPRESSION | ZEL_INST_BYPASS | ZEL_INST_SAVE_LABEL | ZEL_INST_SAVE_AUTOSCOPE |
-                ZEL_INST_SAVE_AUTOSELECT,
-            false);
+    setFlag(theWrittenFlags, false);
     if (Rare *const record = rare()) {
         record->colors.reset();
     }

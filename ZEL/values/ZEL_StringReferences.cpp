@@ -60,8 +60,11 @@ int ZEL_String::rewriteTexts(const Rewrite &rewrite)
 {
     int changed = 0;
     for (int i = getVectorSize() - 1; getChannelGroupPtr() && i >= 0; --i) {
-        KIT_String text(getChannel(i) ? "" : texts()[i].unsafeGet(), true);
-        if (!getChannel(i) && rewrite(i, text)) {
+        if (getChannel(i)) {
+            continue;
+        }
+        KIT_String text(texts()[i].unsafeGet(), true);
+        if (rewrite(i, text)) {
             storeText(i, text.c_str());
             setDirtyFlags(i);
             ++changed;

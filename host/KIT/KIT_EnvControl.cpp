@@ -2,13 +2,13 @@
 
 #include <BAS/BAS_Number.h>
 #include <KIT/KIT_Error.h>
+#include <KIT/KIT_String.h>
 
 #include <algorithm>
 #include <atomic>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <iterator>
 #include <string>
 
@@ -38,20 +38,6 @@ const Row *findRow(int setting)
 
 constexpr int theSettingCount = 512;
 
-/// False if there is anything beside the number but blanks. One beyond an int is the nearest.
-bool readNumber(const char *text, int &number)
-{
-    const char *end = nullptr;
-    int64_t value = 0;
-    constexpr int theBase = 10, theFlags = 0;
-    if (!BASparseInteger(text, &end, value, theBase, theFlags) ||
-        end[std::strspn(end, " \t\r\n")] != '\0') {
-        return false;
-    }
-    number = static_cast<int>(std::clamp<int64_t>(value, INT_MIN, INT_MAX));
-    return true;
-}
-
 class Settings
 {
 public:
@@ -59,9 +45,9 @@ public:
     {
         for (const Row &row : theRows) {
             const char *const text = KITgetEnv(row.variable);
-            int number = 0;
-            if (text && readNumber(text, number)) {
-                myValues[row.setting] = number;
+            if (text && KIT_String(text).isInteger(KIT_INTEGER_SKIP_BLANKS)) {
+                myValues[row.setting] =
+                    static_cast<int>(std::clamp<int64_t>(BASparseInteger(text), INT_MIN, INT_MAX));
             } else if (text && *text) {
                 KITaddCommonWarning(KIT_COMMON_BAD_SETTING,
                                     (std::string(row.variable) + "=" + text).c_str());

@@ -7,11 +7,11 @@
 #include <TRK/TRK_Evaluation.h>
 #include <TRK/TRK_EventManager.h>
 #include <TRK/TRK_Manager.h>
+#include <TRK/TRK_TextScanPrivate.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <iterator>
 #include <limits>
 
 namespace
@@ -568,13 +568,12 @@ void TRK_Channel::updateTimeFlag()
         if (segment.isInterpolated()) {
             return false;
         }
-        const char *const text = segment.getExpression();
-        constexpr const char *theNames[] = {"F",  "FF", "T",  "F1", "F2", "F3",
-                                            "F4", "F5", "F6", "F7", "F8", "F9"};
-        return std::strchr(text, '$') &&
-               std::any_of(std::begin(theNames), std::end(theNames), [=](const char *name) {
-                   return TRK_Manager::scanForVariableInString(text, name);
-               });
+        std::string_view name;
+        const char *at = std::strchr(segment.getExpression(), '$');
+        while (at && !(TRKscanVariable(at, name) > 0 && TRKisTimeVariable(name))) {
+            at = std::strchr(at + 1, '$');
+        }
+        return at != nullptr;
     };
     myTimeFlag = mySegments.size() > 1 || (mySegments.size() == 1 && usesTime(mySegments[0]));
     BASstore(myTimeMark, uint8_t(0));

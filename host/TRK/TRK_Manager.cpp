@@ -9,6 +9,7 @@
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_EvalContext.h>
 #include <TRK/TRK_Evaluation.h>
+#include <TRK/TRK_TextScanPrivate.h>
 
 #include <cmath>
 #include <string>
@@ -55,13 +56,6 @@ void TRK_Manager::setGlobalVariable(const KIT_StringRef &name, const char *value
 namespace
 {
 
-/// The digits that `F1` to `F9` ask for; 0 for any other name.
-int paddedFrameDigits(std::string_view text)
-{
-    return text.size() == 2 && text[0] == 'F' && text[1] >= '1' && text[1] <= '9' ? text[1] - '0'
-                                                                                  : 0;
-}
-
 /// The frame as a whole number with zeros in front: 7 in four digits is 0007, -7 is -0007.
 std::string paddedFrame(double frame, int digits)
 {
@@ -101,7 +95,7 @@ bool TRK_Manager::getVariable(const KIT_StringRef &name, double time,
         timeDependent = true;
         return true;
     }
-    if (const int digits = paddedFrameDigits(word)) {
+    if (const int digits = TRKpaddedFrameDigits(word)) {
         const std::string text = paddedFrame(timeToFrame(time), digits);
         value.harden(text.data(), text.size());
         timeDependent = true;

@@ -1,5 +1,6 @@
 #include <TRK/TRK_NodePaths.h>
 
+#include <TRK/TRK_ExpressionFunctions.h>
 #include <TRK/TRK_LiteralPrivate.h>
 
 #include <BAS/BAS_Character.h>
@@ -31,24 +32,16 @@ enum class Argument
 /// What the first argument of a function is.
 Argument argumentOf(std::string_view name, Kind kind)
 {
-    struct Row
-    {
-        std::string_view name;
-        Argument native;
-        Argument python;
-    };
-    static constexpr Row theRows[] = {
-        {"ch", Argument::PARM, Argument::PARM},    {"chs", Argument::PARM, Argument::PARM},
-        {"chf", Argument::PARM, Argument::NONE},   {"chi", Argument::PARM, Argument::NONE},
-        {"chsop", Argument::PARM, Argument::NONE}, {"parm", Argument::NONE, Argument::PARM},
-        {"node", Argument::NONE, Argument::NODE},
-    };
-    for (const Row &row : theRows) {
-        if (row.name == name) {
-            return kind == Kind::PYTHON ? row.python : row.native;
-        }
+    if (kind == Kind::PYTHON) {
+        return name == "ch" || name == "chs" || name == "parm" ? Argument::PARM
+               : name == "node"                                ? Argument::NODE
+                                                               : Argument::NONE;
     }
-    return Argument::NONE;
+    const TRK_FunctionEntry *const entry = TRKfindFunction(name.data(), name.size());
+    const bool channelFlag = entry && (entry->kind == TRK_FunctionKind::CHANNEL ||
+                                       entry->kind == TRK_FunctionKind::CHANNEL_INT ||
+                                       entry->kind == TRK_FunctionKind::CHANNEL_TEXT);
+    return channelFlag ? Argument::PARM : Argument::NONE;
 }
 
 bool isWordByte(char c)
@@ -79,7 +72,9 @@ public:
     void readText(const TRK_Literal &literal);
     /// Whether all of the source is one literal.
     bool isOneLiteral(Kind kind, TRK_Literal &literal);
-    TRK_NodePaths::Result write(std::string &out);
+    const TRK_NodePaths::Result &getResult() const { return myResult; }
+    /// The source with all changes.
+    std::string write();
 
 private:
     char at(std::size_t place) const { return place < mySource.size() ? mySource[place] : '\0'; }
@@ -310,13 +305,12 @@ void Finder::change(const TRK_LiteralValue &value, const std::vector<TRK_Literal
     }
 }
 
-TRK_NodePaths::Result Finder::write(std::string &out)
+std::string Finder::write()
 {
     // Fields of a text come before the text that they are in.
     std::sort(myEdits.begin(), myEdits.end(),
               [](const auto &a, const auto &b) { return a.from < b.from; });
-    out = TRKwithChanges(mySource, myEdits, &TRK_LiteralEdit::text);
-    return myResult;
+    return TRKwithChanges(mySource, myEdits, &TRK_LiteralEdit::text);
 }
 
 } // namespace
@@ -354,14 +348,15 @@ TRK_NodePaths::Result TRK_NodePaths::forEach(std::string &text, Form form,
     } else {
         finder.scan(kind, 0, text.size());
     }
-    std::string written;
-    Result result = finder.write(written);
+    const Result result = finder.getResult();
+    if (result.changed == 0) {
+        return result;
+    }
+    std::string written = finder.write();
     if (form != Form::TEXT && written.size() > TRK_Limits::theExpressionLength) {
         return {0, result.refused + result.changed, "the expression would be too long"};
     }
-    if (result.changed > 0) {
-        text.swap(written);
-    }
+    text.swap(written);
     return result;
 }
 

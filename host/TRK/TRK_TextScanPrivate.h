@@ -29,6 +29,19 @@ inline std::size_t TRKscanVariable(const char *text, std::string_view &name)
     return static_cast<std::size_t>(end - text) + (braceFlag ? 1 : 0);
 }
 
+/// The digits that `F1` to `F9` ask for; 0 for any other name.
+inline int TRKpaddedFrameDigits(std::string_view name)
+{
+    const bool paddedFlag = name.size() == 2 && name[0] == 'F' && name[1] >= '1' && name[1] <= '9';
+    return paddedFlag ? name[1] - '0' : 0;
+}
+
+/// Whether the value of the variable depends on time.
+inline bool TRKisTimeVariable(std::string_view name)
+{
+    return name == "F" || name == "FF" || name == "T" || TRKpaddedFrameDigits(name) > 0;
+}
+
 /// The backtick that ends an expression, ignoring quoted ones. Null if there is none.
 inline const char *TRKfindClosingBacktick(const char *text)
 {
