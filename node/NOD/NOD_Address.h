@@ -16,7 +16,6 @@
 #include <NOD/NOD_API.h>
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 class NOD_Node;
@@ -42,5 +41,3 @@ NOD_API std::vector<NOD_Place> NODfindPlaces(NOD_Node &base, const std::string &
                                              NOD_Report &report);
 /// All components of all parameters of the node that have a value.
 NOD_API std::vector<NOD_Place> NODallPlaces(NOD_Node &node);
-/// Whether a text has anything that a pattern has a meaning for.
-NOD_API bool NODisPattern(std::string_view text);

@@ -37,6 +37,7 @@
 #include <vector>
 
 class NOD_Node;
+class NOD_ReferenceIndex;
 class ZEL_Parm;
 
 class NOD_API NOD_References
@@ -79,11 +80,10 @@ public:
     using PathCall = std::function<bool(const KIT_StringHolder &token, const std::string &path)>;
     /// Calls for all that may be a literal path in parameters and in kept sections of a known form.
     static void forEachPath(NOD_Node &node, const PathCall &call);
-    /// The same in interface and spare descriptions, which aren't rewritten.
-    static void forEachMention(NOD_Node &node,
-                               const std::function<void(const std::string &path)> &call);
 
 private:
+    friend class NOD_ReferenceIndex;
+
     struct Reference
     {
         std::string path;
@@ -103,6 +103,9 @@ private:
 
     void take(NOD_Node &node);
     void takeMentions(NOD_Node &node);
+    /// As forEachPath(), in interface and spare descriptions, which aren't rewritten.
+    static void forEachMention(NOD_Node &node,
+                               const std::function<void(const std::string &path)> &call);
     void rewriteNode(NOD_Node &node, const Paths &paths, const Announce &announce,
                      std::vector<Change> &changes);
     void tellMentions(std::vector<Change> &changes);

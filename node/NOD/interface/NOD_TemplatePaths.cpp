@@ -69,8 +69,7 @@ private:
 
     void addConditions(const ZEL_ConditionalBase *base)
     {
-        for (const ZEL_ConditionalType type :
-             {ZEL_CONDTYPE_DISABLE, ZEL_CONDTYPE_HIDE, ZEL_CONDTYPE_NOCOOK}) {
+        for (const ZEL_ConditionalType type : theZELConditionalTypes) {
             const ZEL_Conditional *const one = base ? base->getConditional(type) : nullptr;
             for (int i = 0; one && i < one->entries(); ++i) {
                 for (const KIT_String &operand : (*one)(i)->getControlParms()) {

@@ -2,7 +2,7 @@
 /// The literal paths of nodes that templates have: in conditions, menu scripts, callbacks, defaults. Not
 /// installed.
 ///
-/// Ownership:  what is found borrows from the templates.
+/// Ownership:  what is found has texts of its own.
 /// Threads:    any, while nobody changes the templates.
 /// Cost:       linear in the templates and their texts.
 #pragma once

@@ -48,6 +48,12 @@ bool split(const std::string &address, Parts &parts)
     return number >= 0;
 }
 
+/// Whether a text has anything that a pattern has a meaning for.
+bool isPattern(const std::string &text)
+{
+    return text.find_first_of("*?[") != std::string::npos;
+}
+
 bool matches(const char *text, const std::string &pattern)
 {
     return KIT_String::matchPattern(text, pattern.c_str());
@@ -67,7 +73,7 @@ void step(NOD_Node &from, const std::string &name, Nodes &out)
         }
     } else if (NOD_Node *const child = from.getChild(name)) {
         out.push_back(child);
-    } else if (NODisPattern(name)) {
+    } else if (isPattern(name)) {
         for (const auto &each : from.getChildren()) {
             if (matches(each->getName().c_str(), name)) {
                 out.push_back(each.get());
@@ -162,7 +168,7 @@ Places findIn(NOD_Node &node, const Parts &parts, std::string &fault)
     int index = parts.index;
     ZEL_Parm *const parm = findPlain(node.getParms(), parts.name, index);
     if (!parm) {
-        if (NODisPattern(parts.name)) {
+        if (isPattern(parts.name)) {
             out = findMatching(node, parts);
         }
         if (out.empty()) {
@@ -215,9 +221,4 @@ std::vector<NOD_Place> NODallPlaces(NOD_Node &node)
         }
     }
     return out;
-}
-
-bool NODisPattern(std::string_view text)
-{
-    return text.find_first_of("*?[") != std::string_view::npos;
 }

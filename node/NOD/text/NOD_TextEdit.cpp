@@ -1,7 +1,6 @@
 #include <NOD/NOD_TextEdit.h>
 
 #include <BAS/BAS_Character.h>
-#include <BAS/BAS_Number.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_AutoJSONParser.h>
 #include <KIT/KIT_IStream.h>
@@ -12,6 +11,7 @@
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_TimeText.h>
+#include <NOD/text/NOD_NumberTextPrivate.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_ChoiceList.h>
@@ -37,15 +37,6 @@ std::string quoted(std::string_view text)
     KIT_WorkBuffer buffer;
     buffer.appendQuoted(text);
     return std::string(buffer.view());
-}
-
-bool readNumber(const std::string &text, double &number)
-{
-    if (!BASisFloat(text.c_str())) {
-        return false;
-    }
-    number = BASparseFloat(text.c_str());
-    return true;
 }
 
 /// Null for a text that is no JSON object.
@@ -108,7 +99,7 @@ int findMenuToken(const ZEL_Parm &parm, const std::string &token)
 double numberOf(const ZEL_Parm &parm, const std::string &value, std::string &fault)
 {
     double number = 0.0;
-    if (!readNumber(value, number)) {
+    if (!NODreadFloat(value, number)) {
         const bool ordinalFlag = parm.getType().isOrdinalType();
         const int place = ordinalFlag ? findMenuToken(parm, value) : -1;
         if (place < 0) {
@@ -189,7 +180,7 @@ std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, do
 std::string missedCount(const ZEL_Parm &multi, const std::string &value, double time)
 {
     double wanted = 0.0;
-    readNumber(value, wanted);
+    NODreadFloat(value, wanted);
     wanted = std::max(wanted, 0.0);
     if (const ZEL_Range *const range = multi.getTemplatePtr()->getRangePtr()) {
         wanted = range->hasParmMin() ? std::max(wanted, range->getParmMin()) : wanted;

@@ -1,24 +1,10 @@
 #include <NOD/NOD_TimeText.h>
 
-#include <BAS/BAS_Number.h>
+#include <NOD/text/NOD_NumberTextPrivate.h>
 #include <TRK/TRK_Manager.h>
 
 #include <algorithm>
 #include <cmath>
-
-namespace
-{
-
-bool readNumber(const std::string &text, double &number)
-{
-    if (!BASisFloat(text.c_str())) {
-        return false;
-    }
-    number = BASparseFloat(text.c_str());
-    return true;
-}
-
-} // namespace
 
 bool NODreadTime(const std::string &text, double &seconds)
 {
@@ -27,8 +13,8 @@ bool NODreadTime(const std::string &text, double &seconds)
     double number = 0.0;
     // "inf" ends in one, too.
     const bool good =
-        readNumber(text, number) ||
-        ((framesFlag || unit == 's') && readNumber(text.substr(0, text.size() - 1), number));
+        NODreadFloat(text, number) ||
+        ((framesFlag || unit == 's') && NODreadFloat(text.substr(0, text.size() - 1), number));
     if (!good || !std::isfinite(number)) {
         return false;
     }
@@ -48,7 +34,7 @@ std::string NOD_FrameRange::read(const std::string &text)
     std::size_t parts = 0;
     while (parts < 3 && start <= text.size()) {
         const std::size_t end = std::min(text.find(':', start), text.size());
-        if (!readNumber(text.substr(start, end - start), numbers[parts++])) {
+        if (!NODreadFloat(text.substr(start, end - start), numbers[parts++])) {
             return text + " isn't of the form A:B or A:B:STEP";
         }
         start = end + 1;

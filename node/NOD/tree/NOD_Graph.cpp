@@ -317,7 +317,7 @@ void NOD_Graph::treeAppears(NOD_Node &node)
 
 void NOD_Graph::variableChanged(NOD_Node &node, const std::string &name)
 {
-    myVariables[&node].insert(name);
+    mend([&] { myVariables[&node].insert(name); });
     flushUnlessInBatch();
 }
 

@@ -140,9 +140,9 @@ void NOD_ReferenceIndex::read(NOD_Node &node)
     }
 }
 
-void NOD_ReferenceIndex::drop(const NOD_Node &node) noexcept
+void NOD_ReferenceIndex::drop(NOD_Node &node) noexcept
 {
-    myOpaque.erase(const_cast<NOD_Node *>(&node));
+    myOpaque.erase(&node);
     const auto entry = myEntries.find(&node);
     if (entry == myEntries.end()) {
         return;

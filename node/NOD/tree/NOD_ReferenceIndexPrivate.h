@@ -57,7 +57,7 @@ private:
 
     void refresh();
     void read(NOD_Node &node);
-    void drop(const NOD_Node &node) noexcept;
+    void drop(NOD_Node &node) noexcept;
     bool entersByName(NOD_Node &reader, const NOD_Node &target) const;
 
     NOD_Node &myRoot;

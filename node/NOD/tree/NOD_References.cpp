@@ -170,9 +170,11 @@ void NOD_References::take(NOD_Node &node)
 {
     std::map<std::string, NOD_Node *> found;
     const auto add = [&](const std::string &path) {
-        const auto entry = found.find(path);
-        return (entry != found.end() ? entry->second : found[path] = myResolve(node, path)) !=
-               nullptr;
+        const auto [entry, isNew] = found.try_emplace(path, nullptr);
+        if (isNew) {
+            entry->second = myResolve(node, path);
+        }
+        return entry->second != nullptr;
     };
     NODforEachParm(node, [&](int, ZEL_Parm &parm) { placeOf(node, parm)(add); });
     for (const NOD_NodeTexts::Section &section : node.getKeptSections()) {
@@ -369,6 +371,9 @@ void NOD_References::rewriteNode(NOD_Node &node, const Paths &paths, const Annou
         rewriter.rewrite(place);
         changes.push_back({&node, index, rewriter.lost, {}, {}, rewriter.why});
     });
+    if (node.getKeptSections().empty()) {
+        return;
+    }
     NOD_Node::Sections sections = node.getKeptSections();
     bool changedFlag = false;
     for (NOD_NodeTexts::Section &section : sections) {
