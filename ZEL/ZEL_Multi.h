@@ -237,6 +237,7 @@ private:
     void instanceNumbers(int item, KIT_ValArray<int> &numbers) const;
     void firstToken(KIT_WorkBuffer &token) const;
     bool grow(int count, bool evaluateChildren);
+    void reserveItems(std::int64_t more);
     void shrink(int count);
     void notifyChanged() const;
     bool addInstance(int item, bool evaluateChildren);

@@ -487,6 +487,7 @@ private:
     /// they throw.
     ZEL_ParmList(TRK_Collection *collection, ZEL_ParmOwner *owner, ZEL_PresetInfo *presetInfo);
 
+    void makeRoom(int parms);
     void registerParm(const ZEL_Parm &parm, int index);
     void unregisterLastParm();
     bool doAllChildrenFollow();

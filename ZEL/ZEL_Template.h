@@ -94,6 +94,10 @@ public:
         ZEL_EXPORT_3 = 3  ///< a dialog script's level 2
     };
 
+    /// An array lies behind the one made before, as the parameters that they describe do.
+    static void *operator new[](size_t size);
+    static void operator delete[](void *memory, size_t size) noexcept;
+
     // ---------------------------------------------------------------- //
     /// \name Making a template
     // ---------------------------------------------------------------- //
@@ -397,6 +401,13 @@ public:
                                    int &instance, const KIT_ValArray<int> *instances = nullptr);
 
 private:
+    /// Frees tokens that newTokens() made.
+    struct TokensDeleter
+    {
+        void operator()(KIT_StringHolder *tokens) const noexcept;
+    };
+    using Tokens = std::unique_ptr<KIT_StringHolder[], TokensDeleter>;
+
     /// An array of tokens, created on first request by any thread.
     class TokenArray
     {
@@ -408,18 +419,17 @@ private:
 
         const KIT_StringHolder *get() const { return myTokens.load(std::memory_order_acquire); }
         /// If another thread was first, returns that thread's array and drops this one.
-        const KIT_StringHolder *publish(std::unique_ptr<KIT_StringHolder[]> made);
+        const KIT_StringHolder *publish(Tokens made);
         /// Only while no other thread reads.
         void drop()
         {
-            if (myTokens.load(std::memory_order_relaxed)) {
-                free();
+            if (KIT_StringHolder *tokens = myTokens.load(std::memory_order_relaxed)) {
+                TokensDeleter()(tokens);
+                myTokens.store(nullptr, std::memory_order_relaxed);
             }
         }
 
     private:
-        void free();
-
         std::atomic<KIT_StringHolder *> myTokens{nullptr};
     };
 
@@ -440,6 +450,7 @@ private:
     friend struct ZEL_TemplateSpec;
     void become(const ZEL_TemplateSpec &content);
     void becomeMulti(const ZEL_TemplateSpec &content);
+    static Tokens newTokens(int count);
     const KIT_StringHolder *buildChannelNames(bool decoded) const;
     ZEL_Default *makeOverride(int index);
     void setFlag(const ZEL_Type &flag, bool on);

@@ -2,7 +2,7 @@
 
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/list/ZEL_KindPrivate.h>
-#include <ZEL/list/ZEL_PlaceMemoryPrivate.h>
+#include <ZEL/support/ZEL_PlaceMemoryPrivate.h>
 
 #include <algorithm>
 #include <cstdint>

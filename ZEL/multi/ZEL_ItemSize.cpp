@@ -105,8 +105,7 @@ std::int64_t childBytes(const ZEL_Template &child, std::int64_t levels)
 
 ZEL_ItemCost ZELestimateItem(const ZEL_Template *block, std::int64_t levels)
 {
-    ZEL_ItemCost cost{isItemNamed(block) ? 1 : 0,
-                      theItem + std::int64_t(sizeof(ZEL_Template))}; // terminator
+    ZEL_ItemCost cost{isItemNamed(block) ? 1 : 0, theItem};
     for (; block && !block->isTerminator(); ++block) {
         cost.bytes += childBytes(*block, levels);
         if (const int least = block->isMultiType() ? ZELhardMinimum(*block) : 0) {

@@ -94,6 +94,16 @@ void assignChild(const ZEL_Parm *from, ZEL_Parm *to)
     }
 }
 
+/// Items that come one by one find room for as many again, or each would move those before it.
+template <class T>
+void reserveMore(std::vector<T> &entries, std::size_t more)
+{
+    const std::size_t wanted = entries.size() + more;
+    if (wanted > entries.capacity()) {
+        entries.reserve(std::max(wanted, 2 * entries.capacity()));
+    }
+}
+
 /// Whether items differ in a default's text.
 bool hasMarkedText(const ZEL_Template &child)
 {
@@ -152,6 +162,7 @@ bool ZEL_Multi::grow(int count, bool evaluateChildren)
         }
         const std::int64_t items = std::int64_t(count) - myNumItems;
         getParmList()->reserveParms(items * myInstancesPerItem, items * components);
+        reserveItems(items);
     }
     const ZEL_ItemPlaces places(getParmList()->myItemPlaces, count - myNumItems);
     while (myNumItems < count) {
@@ -160,6 +171,20 @@ bool ZEL_Multi::grow(int count, bool evaluateChildren)
         }
     }
     return true;
+}
+
+/// A bounded number: a hostile count shouldn't allocate before its items exist.
+void ZEL_Multi::reserveItems(std::int64_t more)
+{
+    constexpr std::int64_t theMost = std::int64_t(1) << 20;
+    const auto items = std::size_t(std::min(more, theMost));
+    const auto children = std::size_t(std::min(more * myInstancesPerItem, theMost));
+    reserveMore(myItemTemplates, items);
+    reserveMore(myChildNames, children);
+    reserveMore(myChildConditionals, children);
+    reserveMore(myChildDefaults, children);
+    reserveMore(myDefaultStringFirst, children);
+    reserveMore(myDefaultStringEnd, children);
 }
 
 void ZEL_Multi::shrink(int count)
@@ -276,8 +301,7 @@ bool ZEL_Multi::addInstance(int item, bool)
     KIT_ValArray<int> numbers;
     instanceNumbers(item, numbers);
     makeNames(numbers);
-    myItemTemplates.push_back(
-        std::make_unique<ZEL_Template[]>(std::size_t(myInstancesPerItem) + 1));
+    myItemTemplates.push_back(std::make_unique<ZEL_Template[]>(std::size_t(myInstancesPerItem)));
     ZEL_Template *made = myItemTemplates.back().get();
     const ZEL_Template *block = getMultiParmTemplate();
     const std::size_t first = flatIndex(item, 0);

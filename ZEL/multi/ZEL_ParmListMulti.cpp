@@ -113,6 +113,14 @@ void ZEL_ParmList::reserveParms(std::int64_t parms, std::int64_t components)
     };
     myInstanceTokens.reserve(entries(myInstanceTokens, parms));
     myInstanceChannels.reserve(entries(myInstanceChannels, components));
+    makeRoom(int(std::clamp<std::int64_t>(parms, 0, theMost)));
+}
+
+void ZEL_ParmList::makeRoom(int parms)
+{
+    if (myParms.size() + parms > myParms.capacity()) {
+        myParms.setCapacity(std::max(myParms.size() + parms, KITbumpAlloc(myParms.capacity())));
+    }
 }
 
 /// The parameters of one item while they are added to the list, one per description.
@@ -223,9 +231,7 @@ void ZEL_ParmList::appendMultiParms(const ZEL_Multi &multi, ZEL_Template *templa
                                     bool spare, const KIT_ValArray<int> &instances,
                                     KIT_ValArray<ZEL_Parm *> &created)
 {
-    if (myParms.size() + count > myParms.capacity()) {
-        myParms.setCapacity(std::max(myParms.size() + count, KITbumpAlloc(myParms.capacity())));
-    }
+    makeRoom(count);
     ItemParms parms(*this, multi, templates, count, spare);
     // Create all children before appending any: the atomic reference-count increment in append
     // drains the store buffer, so interleaving the two would stall once per child.

@@ -6,6 +6,7 @@
 #include <ZEL/ZEL_SpareData.h>
 #include <ZEL/menus/ZEL_FileHistoryMenuPrivate.h>
 #include <ZEL/support/ZEL_InstanceMatchPrivate.h>
+#include <ZEL/support/ZEL_PlaceMemoryPrivate.h>
 #include <ZEL/templates/ZEL_TemplatePrivate.h>
 #include <ZEL/templates/ZEL_TemplateSpecPrivate.h>
 
@@ -46,6 +47,21 @@ KeptSpareData &keptSpareData()
 }
 
 } // namespace
+
+void *ZEL_Template::operator new[](size_t size)
+{
+    return size <= ZEL_PlaceMemory::theMostBytes ? ZEL_PlaceMemory::allocate(size)
+                                                 : KIT_SmallObjectAllocator::allocate(size);
+}
+
+void ZEL_Template::operator delete[](void *memory, size_t size) noexcept
+{
+    if (size > ZEL_PlaceMemory::theMostBytes) {
+        KIT_SmallObjectAllocator::deallocate(memory, size);
+    } else {
+        ZEL_PlaceMemory::deallocate(memory, size);
+    }
+}
 
 ZEL_SpareData *ZELcreateKeptSpareData()
 {

@@ -67,6 +67,16 @@ void appendIndex(KIT_WorkBuffer &out, unsigned index)
     out.append(static_cast<char>('0' + index % 10));
 }
 
+struct alignas(KIT_StringHolder) TokenCount
+{
+    int32_t count;
+};
+
+size_t tokenBytes(int count)
+{
+    return sizeof(TokenCount) + static_cast<size_t>(count) * sizeof(KIT_StringHolder);
+}
+
 KIT_StringHolder makeChannelToken(const char *base, const ChannelStyle *style, int vectorSize,
                                   int index)
 {
@@ -90,10 +100,32 @@ KIT_StringHolder makeChannelToken(const char *base, const ChannelStyle *style, i
 // Channel tokens
 // -------------------------------------------------------------------- //
 
+/// In one block with their number in front.
+ZEL_Template::Tokens ZEL_Template::newTokens(int count)
+{
+    void *const memory = KIT_SmallObjectAllocator::allocate(tokenBytes(count));
+    auto *const tokens = reinterpret_cast<KIT_StringHolder *>(new (memory) TokenCount{count} + 1);
+    std::uninitialized_default_construct_n(tokens, count);
+    return Tokens(tokens);
+}
+
+void ZEL_Template::TokensDeleter::operator()(KIT_StringHolder *tokens) const noexcept
+{
+    TokenCount *const block = reinterpret_cast<TokenCount *>(tokens) - 1;
+    std::destroy_n(tokens, block->count);
+    KIT_SmallObjectAllocator::deallocate(block, tokenBytes(block->count));
+}
+
 /// Makes one of the two arrays.
 const KIT_StringHolder *ZEL_Template::buildChannelNames(bool decoded) const
 {
     const BAS_LostText lost;
+    Tokens made = newTokens(myVectorSize);
+    if (!decoded && myVectorSize == 1) {
+        made[0] = KIT_StringHolder(getTokenRef()); // of one component: the name's own text
+        lost.check();
+        return myChannelTokens.publish(std::move(made));
+    }
     KIT_WorkBuffer base;
     if (decoded) {
         KIT_VarEncode::decodeParm(getToken(), base);
@@ -101,8 +133,6 @@ const KIT_StringHolder *ZEL_Template::buildChannelNames(bool decoded) const
         base.append(getTokenRef());
     }
     const ChannelStyle *style = findStyle(myType.getChannelType(), myVectorSize);
-    std::unique_ptr<KIT_StringHolder[]> made(
-        new KIT_StringHolder[static_cast<size_t>(myVectorSize)]);
     for (int i = 0; i < myVectorSize; i++) {
         made[size_t(i)] = makeChannelToken(base.buffer(), style, myVectorSize, i);
     }
@@ -113,7 +143,7 @@ const KIT_StringHolder *ZEL_Template::buildChannelNames(bool decoded) const
     return (decoded ? myDecodedTokens : myChannelTokens).publish(std::move(made));
 }
 
-const KIT_StringHolder *ZEL_Template::TokenArray::publish(std::unique_ptr<KIT_StringHolder[]> made)
+const KIT_StringHolder *ZEL_Template::TokenArray::publish(Tokens made)
 {
     KIT_StringHolder *present = nullptr;
     if (myTokens.compare_exchange_strong(present, made.get(), std::memory_order_acq_rel,
@@ -121,12 +151,6 @@ const KIT_StringHolder *ZEL_Template::TokenArray::publish(std::unique_ptr<KIT_St
         return made.release();
     }
     return present;
-}
-
-void ZEL_Template::TokenArray::free()
-{
-    delete[] myTokens.load(std::memory_order_relaxed);
-    myTokens.store(nullptr, std::memory_order_relaxed);
 }
 
 const KIT_StringHolder &ZEL_Template::getChannelToken(int index) const

@@ -1,7 +1,7 @@
 /// \file ZEL_PlaceMemoryPrivate.h
-/// The memory of the blocks in which a list's parameters lie: what is allocated one after the other
-/// lies one after the other, over many lists, so that a walk over a scene runs forward in memory. Not
-/// installed.
+/// The memory of the blocks in which a list's parameters lie, and of arrays of templates: what is
+/// allocated one after the other lies one after the other, over many lists, so that a walk over a scene
+/// runs forward in memory, and what a list gives back the next list gets. Not installed.
 ///
 /// Vocabulary: *chunk* = 2 MB of memory, from the system; *line* = a cache line.
 /// Units:      sizes in bytes; blocks begin at a line and take whole lines.

@@ -1,4 +1,4 @@
-#include <ZEL/list/ZEL_PlaceMemoryPrivate.h>
+#include <ZEL/support/ZEL_PlaceMemoryPrivate.h>
 
 #include <KIT/KIT_SmallObjectAllocator.h>
 
