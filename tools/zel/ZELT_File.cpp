@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <fstream>
+#include <iostream>
 #include <sys/stat.h>
 
 namespace
@@ -36,6 +37,10 @@ bool ZELTwriteFile(const std::string &file, const std::string &bytes, ZELT_Messa
         // Texts may be missing: a file that is whole isn't replaced by one that may not be.
         errno = ENOMEM;
         return fail(file, messages);
+    }
+    if (file == "-") {
+        std::cout << bytes; // what fails is told at the program's end
+        return true;
     }
     struct stat old;
     if (stat(file.c_str(), &old) == 0 && !S_ISREG(old.st_mode) && !S_ISDIR(old.st_mode)) {

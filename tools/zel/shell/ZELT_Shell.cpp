@@ -10,7 +10,6 @@
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_ParmList.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <iostream>
 #include <optional>
@@ -33,10 +32,8 @@ const ZELT_ShellCommand *findCommand(const std::string &name)
 } // namespace
 
 ZELT_Shell::ZELT_Shell(ZELT_ScriptPtr script, ZELT_Messages &messages)
-    : myMessages(messages), mySession(*script), myUndo(mySession.getNode())
-{
-    keepScript(std::move(script));
-}
+    : myMessages(messages), mySession(std::move(script))
+{}
 
 ZELT_Shell::~ZELT_Shell() = default;
 
@@ -98,7 +95,7 @@ void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &w
         std::optional<NOD_Edit> step;
         if ((command.flags & ZELT_SHELL_EDITS) != 0) {
             // What a command edits is known when it has.
-            step.emplace(myUndo, std::string(line));
+            step.emplace(getUndo(), std::string(line));
             step->change(getNode());
         }
         callAndTell(command, words);
@@ -123,25 +120,9 @@ bool ZELT_Shell::runAction(const ZELT_ShellAction *begin, const ZELT_ShellAction
 // What commands work on
 // -------------------------------------------------------------------- //
 
-NOD_Graph &ZELT_Shell::getGraph()
-{
-    if (!myGraph) {
-        myGraph = std::make_unique<NOD_Graph>(mySession.getNode());
-    }
-    return *myGraph;
-}
-
 const NOD_Interface &ZELT_Shell::getScript() const
 {
-    const ZEL_Template *const used = mySession.getNode().getPlainTemplates();
-    return **std::find_if(myScripts.begin(), myScripts.end(), [&](const ZELT_ScriptPtr &script) {
-        return script->getTemplates() == used;
-    });
-}
-
-void ZELT_Shell::keepScript(ZELT_ScriptPtr script)
-{
-    myScripts.push_back(std::move(script));
+    return *mySession.getNode().getInterface();
 }
 
 // -------------------------------------------------------------------- //

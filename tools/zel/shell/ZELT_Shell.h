@@ -3,7 +3,7 @@
 ///
 /// Vocabulary: *current time* = what commands without a time work at; 0 at first.
 ///             *subject* = a file of commands with their table: values, blocks, presets ...
-/// Ownership:  owns its scripts; borrows the messages, which must outlive it.
+/// Ownership:  owns its scene; borrows the messages, which must outlive it.
 /// Threads:    one thread.
 /// Errors:     a command that fails prints `! reason` and changes nothing, or as much as it says.
 ///             What the library reports stays with the thread's error manager until the command
@@ -103,16 +103,13 @@ public:
     NOD_Node &getNode() { return mySession.getNode(); }
     ZEL_ParmList &getParms() { return mySession.getParms(); }
     ZELT_Messages &getMessages() { return myMessages; }
-    NOD_UndoStack &getUndo() { return myUndo; }
+    NOD_UndoStack &getUndo() { return mySession.getScene().getUndo(); }
     NOD_Snapshots &getSnapshots() { return mySnapshots; }
-    /// Made by the first call.
-    NOD_Graph &getGraph();
+    NOD_Graph &getGraph() { return mySession.getScene().getGraph(); }
     double getTime() const { return myTime; }
     void setTime(double time) { myTime = time; }
     /// The script that the node's interface is made of.
     const NOD_Interface &getScript() const;
-    /// Keeps a script whose templates the node uses, or a step of undo does.
-    void keepScript(ZELT_ScriptPtr script);
 
     // ------------------------------------------------------------------ //
     /// \name Output and words   (what is wrong is printed)
@@ -144,10 +141,7 @@ private:
     void callAndTell(const ZELT_ShellCommand &command, const ZELT_ShellWords &words);
 
     ZELT_Messages &myMessages;
-    std::vector<ZELT_ScriptPtr> myScripts; ///< all of them, oldest first
     ZELT_Session mySession;
-    NOD_UndoStack myUndo;
     NOD_Snapshots mySnapshots;
-    std::unique_ptr<NOD_Graph> myGraph;
     double myTime = 0.0;
 };
