@@ -7,6 +7,7 @@
 #include <STO/STO_Writer.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sys/stat.h>
@@ -52,4 +53,9 @@ bool ZELTwriteFile(const std::string &file, const std::string &bytes, ZELT_Messa
         *os << bytes;
     }
     return writer.close() || fail(file, messages);
+}
+
+std::string ZELTfolderOf(const std::string &file)
+{
+    return std::filesystem::absolute(file == "-" ? "./x" : file).parent_path().string();
 }

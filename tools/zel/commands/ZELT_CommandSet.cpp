@@ -7,7 +7,6 @@
 #include <NOD/NOD_SceneFile.h>
 #include <NOD/NOD_ValueFile.h>
 
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -56,17 +55,12 @@ Form formOf(const Call &call)
     }
 }
 
-std::string folderOf(const std::string &path)
-{
-    return std::filesystem::absolute(path == "-" ? "." : path).parent_path().string();
-}
-
 /// Once more the file that was opened, in its form unless another is asked for.
 bool saveScene(ZELT_Session &session, const Call &call, const std::string &file, std::ostream &os,
                NOD_Report &report)
 {
     NOD_SaveOptions options;
-    options.folder = folderOf(call.out);
+    options.folder = ZELTfolderOf(call.out);
     options.form = call.form == "binary" || (call.form.empty() && isBinary(file))
                        ? NOD_SaveOptions::Form::BINARY
                        : NOD_SaveOptions::Form::TEXT;
@@ -98,7 +92,7 @@ int set(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     }
     const bool saved = sceneFlag ? saveScene(*session, call, file, os, report)
                                  : NOD_ValueFile::save(session->getScene(), session->getNode(),
-                                                       form, os, folderOf(call.out), report);
+                                                       form, os, ZELTfolderOf(call.out), report);
     messages.add(report);
     messages.takeErrors(call.out);
     if (!saved || report.hasErrors() || messages.hasErrors()) {
