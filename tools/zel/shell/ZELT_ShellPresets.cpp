@@ -14,7 +14,7 @@
 namespace
 {
 
-ZEL_PresetInfo presetsOf(const ZELT_Shell &shell)
+ZEL_PresetInfo presetsOf(ZELT_Shell &shell)
 {
     return {NOD_Node::thePresetTable, shell.getNode().getTypeName().c_str()};
 }
