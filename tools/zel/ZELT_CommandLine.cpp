@@ -80,11 +80,13 @@ int ZELT_CommandLine::run(ZELT_Messages &messages) const
 
 void ZELTaddNode(CLI::App &command, ZELT_NodeCall &node)
 {
-    command.add_option("FILE", node.file, "A dialog script")->required();
-    command.add_option("--values", node.inputs.values, "A parameter stream, in either form");
+    command.add_option("FILE", node.file, "A dialog script, or a scene or node file")->required();
+    addList(command, "--values", node.inputs.values,
+            "A stream, channel file, preset, or node or scene file; - for standard input");
     command.add_option("--channels", node.inputs.channels, "A channel file");
-    addList(command, "--set", node.inputs.sets, "TOKEN[:INDEX]=VALUE");
-    addList(command, "--expr", node.inputs.expressions, "TOKEN[:INDEX]=TEXT, an expression");
-    addList(command, "--key", node.inputs.keys, "TOKEN[:INDEX]@TIME=VALUE");
-    command.add_option("--time", node.time, "Seconds; frame 1 is 0");
+    addList(command, "--set", node.inputs.sets, "ADDRESS=VALUE");
+    addList(command, "--expr", node.inputs.expressions, "ADDRESS=TEXT, an expression");
+    addList(command, "--key", node.inputs.keys, "ADDRESS@TIME=VALUE");
+    command.add_option("--time", node.time, "Seconds, or a frame such as 12f; frame 1 is 0");
+    command.add_option("--fps", node.framesPerSecond, "Frames a second; 24 without a scene");
 }

@@ -7,7 +7,9 @@
 #include <STO/STO_Writer.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <sys/stat.h>
 
 namespace
@@ -37,6 +39,10 @@ bool ZELTwriteFile(const std::string &file, const std::string &bytes, ZELT_Messa
         errno = ENOMEM;
         return fail(file, messages);
     }
+    if (file == "-") {
+        std::cout << bytes; // what fails is told at the program's end
+        return true;
+    }
     struct stat old;
     if (stat(file.c_str(), &old) == 0 && !S_ISREG(old.st_mode) && !S_ISDIR(old.st_mode)) {
         // A pipe or device stays what it is.
@@ -47,4 +53,9 @@ bool ZELTwriteFile(const std::string &file, const std::string &bytes, ZELT_Messa
         *os << bytes;
     }
     return writer.close() || fail(file, messages);
+}
+
+std::string ZELTfolderOf(const std::string &file)
+{
+    return std::filesystem::absolute(file == "-" ? "./x" : file).parent_path().string();
 }

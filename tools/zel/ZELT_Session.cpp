@@ -5,18 +5,26 @@
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Error.h>
+#include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IFStream.h>
 #include <NOD/NOD_Address.h>
+#include <NOD/NOD_NodeFile.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_SceneFile.h>
 #include <NOD/NOD_TextEdit.h>
+#include <NOD/NOD_TimeText.h>
+#include <NOD/NOD_UndoStack.h>
+#include <NOD/NOD_ValueFile.h>
 #include <SNK/SNK_Python.h>
+#include <TOK/TOK_TokenStream.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <iostream>
+#include <iterator>
 
 namespace
 {
@@ -28,44 +36,141 @@ std::string unreadable()
 
 constexpr const char *theNotWhole = "isn't loaded as a whole";
 
+/// A new node gets no presets: what a command prints depends on its arguments only.
+struct WithoutPresets
+{
+    WithoutPresets() { ZEL_ParmList::beginLoading(); }
+    ~WithoutPresets() { ZEL_ParmList::endLoading(); }
+    WithoutPresets(const WithoutPresets &) = delete;
+    WithoutPresets &operator=(const WithoutPresets &) = delete;
+};
+
+void appendNodes(NOD_Node &node, std::vector<NOD_Node *> &out)
+{
+    if (node.getParms().getEntries() > 0) {
+        out.push_back(&node);
+    }
+    for (const auto &child : node.getChildren()) {
+        appendNodes(*child, out);
+    }
+}
+
 /// The first error, "" for none.
 std::string faultOf(const NOD_Report &report)
 {
-    const auto &all = report.getMessages();
-    const auto fault = std::find_if(all.begin(), all.end(), [](const NOD_Message &message) {
-        return message.severity >= KIT_ERROR_ABORT;
-    });
-    return fault == all.end() ? "" : fault->asText();
+    for (const NOD_Message &message : report.getMessages()) {
+        if (message.severity >= KIT_ERROR_ABORT) {
+            return (message.subject.empty() ? "" : message.subject + ": ") + message.text;
+        }
+    }
+    return "";
 }
 
 } // namespace
 
-ZELT_Session::ZELT_Session(const NOD_Interface &script)
-    : mySource(myRoot), myNode(myRoot.addChild(script.getTypeName().c_str(), script.getTemplates()))
+ZELT_Session::ZELT_Session(ZELT_ScriptPtr script)
 {
-    growBlocks(0.0);
-}
-
-ZELT_Session::ZELT_Session(ZELT_ScriptPtr script) : ZELT_Session(*script)
-{
-    myScript = std::move(script);
+    addNode(std::move(script));
 }
 
 ZELT_Session::~ZELT_Session() = default;
 
+void ZELT_Session::addNode(ZELT_ScriptPtr script)
+{
+    const WithoutPresets scope;
+    NOD_Report report;
+    const std::string name = script->getTypeName();
+    myNode = myScene.add("/" + (NOD_Node::isValidName(name) ? name : "node"), script, report);
+    growBlocks(0.0);
+    myScene.getUndo().clear();
+}
+
 std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_Messages &messages)
 {
-    ZELT_ScriptPtr script = ZELTloadScript(file, messages);
-    return std::unique_ptr<ZELT_Session>(script ? new ZELT_Session(std::move(script)) : nullptr);
+    const NOD_FileKind kind = NOD_ValueFile::kindOf(file.substr(0, file.find('?')));
+    std::unique_ptr<ZELT_Session> session;
+    if (kind == NOD_FileKind::SCENE || kind == NOD_FileKind::NODE) {
+        session.reset(new ZELT_Session);
+        if (!session->openNodes(file, messages)) {
+            session.reset();
+        }
+    } else if (ZELT_ScriptPtr script = ZELTloadScript(file, messages)) {
+        session = std::make_unique<ZELT_Session>(std::move(script));
+    }
+    return session;
+}
+
+bool ZELT_Session::openNodes(const std::string &file, ZELT_Messages &messages)
+{
+    const std::size_t mark = file.find('?');
+    myFile = file.substr(0, mark);
+    NOD_LoadOptions options;
+    options.scripts = TOK_TokenStream::areAllIncludesConfined()
+                          ? NOD_LoadOptions::Scripts::IN_FOLDER
+                          : NOD_LoadOptions::Scripts::ANYWHERE;
+    NOD_Report report;
+    const bool sceneFlag = NOD_ValueFile::kindOf(myFile) == NOD_FileKind::SCENE;
+    const bool loaded = sceneFlag ? NOD_SceneFile::load(myScene, myFile, options, report)
+                                  : NOD_NodeFile::load(myScene, myScene.getRoot(), myFile, options,
+                                                       report) != nullptr;
+    messages.add(report);
+    if (!loaded || report.hasErrors()) {
+        return false;
+    }
+    myScene.getUndo().clear();
+    myNode = &myScene.getRoot();
+    const std::vector<NOD_Node *> nodes = getNodes();
+    if (mark != std::string::npos) {
+        const std::string path = file.substr(mark + 1);
+        myNode = myScene.find(path.c_str());
+        if (!myNode) {
+            messages.error(myFile, "there is no node " + path);
+        }
+    } else if (nodes.size() == 1) {
+        myNode = nodes[0];
+    }
+    return myNode != nullptr;
 }
 
 std::unique_ptr<ZELT_Session> ZELT_Session::open(const ZELT_NodeCall &call, ZELT_Messages &messages)
 {
     std::unique_ptr<ZELT_Session> session = open(call.file, messages);
-    if (session && !ZELTapplyInputs(*session, call.inputs, call.time, messages)) {
+    if (!session) {
         return nullptr;
     }
+    session->myScene.makeCurrent();
+    if (call.framesPerSecond != 0.0 && !session->myScene.setFrameRate(call.framesPerSecond)) {
+        messages.error("", "--fps isn't above 0");
+        return nullptr;
+    }
+    if (!NODreadTime(call.time, session->myTime)) {
+        messages.error("", "--time " + call.time + " is no time: seconds, or a frame such as 12f");
+        return nullptr;
+    }
+    if (!ZELTapplyInputs(*session, call.inputs, session->myTime, messages)) {
+        return nullptr;
+    }
+    session->myScene.getUndo().clear();
     return session;
+}
+
+std::vector<NOD_Node *> ZELT_Session::getNodes()
+{
+    std::vector<NOD_Node *> nodes;
+    if (myNode->getParent()) {
+        nodes.push_back(myNode);
+    } else {
+        appendNodes(*myNode, nodes);
+    }
+    return nodes;
+}
+
+bool ZELT_Session::isOneNode(ZELT_Messages &messages) const
+{
+    if (!myNode->getParent()) {
+        messages.error(myFile, "has several nodes: say which as " + myFile + "?/PATH");
+    }
+    return myNode->getParent();
 }
 
 // -------------------------------------------------------------------- //
@@ -105,7 +210,9 @@ std::string ZELT_Session::loadChannels(const std::string &file)
 
 void ZELT_Session::growBlocks(double time)
 {
-    NODgrowBlocks(*myNode, time);
+    for (NOD_Node *const node : getNodes()) {
+        NODgrowBlocks(*node, time);
+    }
 }
 
 // -------------------------------------------------------------------- //
@@ -123,45 +230,26 @@ std::string ZELT_Session::resolve(const std::string &text, ZELT_Address &address
     return "";
 }
 
-template <class Edit>
-std::string ZELT_Session::edit(double time, const Edit &edit)
-{
-    NOD_Report report;
-    NOD_TextEdit editor(*myNode, time, report);
-    edit(editor);
-    return faultOf(report);
-}
-
 std::string ZELT_Session::set(const std::string &address, const std::string &value, double time)
 {
-    return edit(time, [&](NOD_TextEdit &editor) { editor.set(address, value); });
+    NOD_Report report;
+    NOD_TextEdit(*myNode, time, report).set(address, value);
+    return faultOf(report);
 }
 
 std::string ZELT_Session::setExpression(const std::string &address, const std::string &text,
                                         TRK_ExprLanguage language, double time)
 {
-    return edit(time, [&](NOD_TextEdit &editor) { editor.setExpression(address, text, language); });
+    NOD_Report report;
+    NOD_TextEdit(*myNode, time, report).setExpression(address, text, language);
+    return faultOf(report);
 }
 
 std::string ZELT_Session::setKey(const std::string &address, double time, const std::string &value)
 {
-    return edit(time, [&](NOD_TextEdit &editor) { editor.key(address, time, value); });
-}
-
-std::string ZELT_Session::applySet(const std::string &option, double time)
-{
-    return edit(time, [&](NOD_TextEdit &editor) { editor.assign(option); });
-}
-
-std::string ZELT_Session::applyExpression(const std::string &option, double time)
-{
-    return edit(time, [&](NOD_TextEdit &editor) { editor.assignExpression(option); });
-}
-
-std::string ZELT_Session::applyKey(const std::string &option)
-{
-    constexpr double anyTime = 0.0; // the key has its own
-    return edit(anyTime, [&](NOD_TextEdit &editor) { editor.assignKey(option); });
+    NOD_Report report;
+    NOD_TextEdit(*myNode, time, report).key(address, time, value);
+    return faultOf(report);
 }
 
 bool ZELTtakeFault(const std::string &file, const std::string &fault, ZELT_Messages &messages)
@@ -175,39 +263,87 @@ bool ZELTtakeFault(const std::string &file, const std::string &fault, ZELT_Messa
     return messages.getErrorCount() == before;
 }
 
+namespace
+{
+
+/// What an operation reported; false if there was an error.
+bool take(NOD_Report &report, ZELT_Messages &messages)
+{
+    const int before = messages.getErrorCount();
+    messages.takeErrors("");
+    // What the library has reported needs no second message.
+    if (messages.getErrorCount() == before) {
+        messages.add(report);
+    }
+    report.clear();
+    return messages.getErrorCount() == before;
+}
+
+bool readFile(NOD_ValueFile &file, const std::string &path, NOD_Report &report)
+{
+    if (path != "-") {
+        return file.read(path, report);
+    }
+    const std::string bytes(std::istreambuf_iterator<char>(std::cin), {});
+    return file.read(bytes, "standard input", report);
+}
+
+/// Values may refer to channels, so channel files come first; a plain value removes its channel, so they are
+/// loaded again: what they animate is animated.
+bool applyFiles(ZELT_Session &session, const ZELT_Inputs &inputs, ZELT_Messages &messages)
+{
+    std::vector<std::string> paths = inputs.values;
+    if (!inputs.channels.empty()) {
+        paths.push_back(inputs.channels);
+    }
+    bool good = paths.empty() || session.isOneNode(messages);
+    std::vector<NOD_ValueFile> channels;
+    std::vector<NOD_ValueFile> others;
+    NOD_Report report;
+    for (const std::string &path : paths) {
+        NOD_ValueFile file;
+        good = good && readFile(file, path, report);
+        good = take(report, messages) && good;
+        (file.getKind() == NOD_FileKind::CHANNELS ? channels : others).push_back(std::move(file));
+    }
+    for (const auto *const files : {&channels, &others}) {
+        for (const NOD_ValueFile &file : *files) {
+            good = good && file.apply(session.getNode(), report);
+            good = take(report, messages) && good;
+        }
+    }
+    for (std::size_t i = 0; i < channels.size() && !others.empty() && good; ++i) {
+        NOD_Report reportedAlready;
+        channels[i].apply(session.getNode(), reportedAlready);
+    }
+    session.growBlocks(0.0);
+    return good;
+}
+
+} // namespace
+
 bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double time,
                      ZELT_Messages &messages)
 {
     const ZEL_InputBudget budget(std::int64_t(inputs.sets.size() + inputs.expressions.size()));
-    bool good = true;
-    const auto report = [&](const std::string &fault) {
-        good = ZELTtakeFault("", fault, messages) && good;
-    };
-    report(""); // what making the parameters reported
-    // Values may refer to channels, so these come first; a plain value removes its channel, so they
-    // are loaded again: what the channel file animates is animated.
-    if (!inputs.channels.empty()) {
-        good = ZELTtakeFault(inputs.channels, session.loadChannels(inputs.channels), messages);
-    }
-    if (!inputs.values.empty()) {
-        good = ZELTtakeFault(inputs.values, session.loadValues(inputs.values), messages) && good;
-        if (!inputs.channels.empty()) {
-            const KIT_ErrorManager::Scope reportedAlready(BASgetSTID());
-            session.loadChannels(inputs.channels);
-        }
-    }
+    NOD_Report report;
+    bool good = take(report, messages); // what making the parameters reported
+    good = applyFiles(session, inputs, messages) && good;
+    NOD_TextEdit edit(session.getNode(), time, report);
     for (const std::string &option : inputs.sets) {
-        report(session.applySet(option, time));
+        edit.assign(option);
+        good = take(report, messages) && good;
     }
     for (const std::string &option : inputs.expressions) {
-        report(session.applyExpression(option, time));
+        edit.assignExpression(option);
+        good = take(report, messages) && good;
     }
     for (const std::string &option : inputs.keys) {
-        report(session.applyKey(option));
+        edit.assignKey(option);
+        good = take(report, messages) && good;
     }
     session.growBlocks(time);
-    report("");
-    return good;
+    return take(report, messages) && good;
 }
 
 std::string ZELTevaluationError(int error)

@@ -1,10 +1,10 @@
 /// \file ZELT_Session.h
-/// A node with the parameters of a script, its values, channels, and the addresses of components.
+/// A scene with what a command works on: the node of a dialog script, or the nodes of a scene or node file; its
+/// values and changes.
 ///
 /// Vocabulary: *address* = as in NOD_Address.h.
 /// Units:      component indices from 0; times in seconds.
-/// Ownership:  owns the node, and the script if open() read it; else that is borrowed and must
-///             outlive it.
+/// Ownership:  owns the scene.
 /// Threads:    as NOD_Node: evaluation from any thread, the rest from the one that made it.
 /// Errors:     operations on addresses return why they failed, "" for success. Files that are
 ///             wrong leave messages with the thread's error manager.
@@ -14,7 +14,7 @@
 
 #include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Node.h>
-#include <NOD/NOD_NodeSource.h>
+#include <NOD/NOD_Scene.h>
 #include <TRK/TRK_Types.h>
 
 #include <memory>
@@ -34,7 +34,7 @@ struct ZELT_Address
 /// The values and changes of a node, as a command line gives them.
 struct ZELT_Inputs
 {
-    std::string values;
+    std::vector<std::string> values; ///< files with values, of any kind; "-": standard input
     std::string channels;
     std::vector<std::string> sets;
     std::vector<std::string> expressions;
@@ -44,27 +44,37 @@ struct ZELT_Inputs
 /// A node as a command line describes it.
 struct ZELT_NodeCall
 {
-    std::string file; ///< a dialog script
+    std::string
+        file; ///< a dialog script, or a scene or node file, with "?/PATH" for one of its nodes
     ZELT_Inputs inputs;
-    double time = 0.0; ///< when values are set and read
+    std::string time = "0";     ///< when values are set and read: seconds, or a frame as `12f`
+    double framesPerSecond = 0; ///< 0: those of the scene
 };
 
 class ZELT_Session
 {
 public:
-    explicit ZELT_Session(const NOD_Interface &script);
+    explicit ZELT_Session(ZELT_ScriptPtr script);
     ~ZELT_Session();
     ZELT_Session(const ZELT_Session &) = delete;
     ZELT_Session &operator=(const ZELT_Session &) = delete;
 
-    /// Reads a script and makes a node of it; null after a message.
+    /// Reads a script and makes a node of it, or reads a scene; null after a message.
     static std::unique_ptr<ZELT_Session> open(const std::string &file, ZELT_Messages &messages);
     /// The same with its values and changes; null after a message if any of them is wrong.
     static std::unique_ptr<ZELT_Session> open(const ZELT_NodeCall &call, ZELT_Messages &messages);
 
+    NOD_Scene &getScene() { return myScene; }
+    /// The node, or the root of a scene with several.
     NOD_Node &getNode() { return *myNode; }
     const NOD_Node &getNode() const { return *myNode; }
     ZEL_ParmList &getParms() { return myNode->getParms(); }
+    /// The node, or all nodes of a scene that have parameters, in the order of the tree.
+    std::vector<NOD_Node *> getNodes();
+    /// Whether it is about one node; else a message says how to choose one.
+    bool isOneNode(ZELT_Messages &messages) const;
+    /// What the call says.
+    double getTime() const { return myTime; }
 
     // ------------------------------------------------------------------ //
     /// \name Files   (why it failed, "" for success; more with the thread's error manager)
@@ -76,35 +86,28 @@ public:
     static KIT_IStream::Mode streamMode(const KIT_IStream &is);
 
     // ------------------------------------------------------------------ //
-    /// \name Components   (why it failed, "" for success; as NOD_TextEdit.h)
+    /// \name Components   (why it failed, "" for success; as NOD_TextEdit)
     // ------------------------------------------------------------------ //
-    /// One parameter: a pattern may match no more.
+    /// One parameter: a pattern must match no more.
     std::string resolve(const std::string &text, ZELT_Address &address);
     std::string set(const std::string &address, const std::string &value, double time);
     std::string setExpression(const std::string &address, const std::string &text,
                               TRK_ExprLanguage language, double time);
     std::string setKey(const std::string &address, double time, const std::string &value);
 
-    // ------------------------------------------------------------------ //
-    /// \name In one text: `A=VALUE`, `A=TEXT`, `A@TIME=VALUE`
-    // ------------------------------------------------------------------ //
-    std::string applySet(const std::string &option, double time);
-    std::string applyExpression(const std::string &option, double time);
-    std::string applyKey(const std::string &option);
-
     /// Brings the items of all blocks up to their counts.
     void growBlocks(double time);
 
 private:
-    explicit ZELT_Session(ZELT_ScriptPtr script);
+    ZELT_Session() = default;
 
-    template <class Edit>
-    std::string edit(double time, const Edit &edit);
+    void addNode(ZELT_ScriptPtr script);
+    bool openNodes(const std::string &file, ZELT_Messages &messages);
 
-    ZELT_ScriptPtr myScript; // null if it is borrowed
-    NOD_Node myRoot;
-    NOD_NodeSource mySource;
-    NOD_Node *myNode;
+    std::string myFile; ///< of a scene; "" for a script
+    NOD_Scene myScene;
+    NOD_Node *myNode = nullptr;
+    double myTime = 0.0;
 };
 
 /// Reports what the library reported or, without that, the fault; false if there was an error. `file`

@@ -119,11 +119,11 @@ int diff(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     std::vector<Entry> left;
     bool readLeft = false;
     {
-        ZELT_Session session(*script);
+        ZELT_Session session(script);
         readLeft = ZELTtakeFault(call.left, session.loadValues(call.left), messages);
         left = allEntries(session.getParms());
     }
-    ZELT_Session session(*script);
+    ZELT_Session session(script);
     const ZEL_ParmList &right = session.getParms();
     const bool readRight = ZELTtakeFault(call.right, session.loadValues(call.right), messages);
     if (!readLeft || !readRight) {

@@ -9,16 +9,19 @@
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Error.h>
+#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Address.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_TimeText.h>
 #include <TRK/TRK_EvalContext.h>
+#include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <future>
 #include <iostream>
 #include <mutex>
@@ -35,10 +38,10 @@ namespace
 struct Rows
 {
     bool framesFlag = false; ///< the range counts
-    NOD_FrameRange range;    ///< of one frame without
-    double now = 0.0;        ///< the time without frames
+    NOD_FrameRange range;
+    double now = 0.0; ///< the one time without frames
 
-    double frame(std::int64_t row) const { return range.getFrame(row); }
+    std::int64_t count() const { return framesFlag ? range.count : 1; }
     double time(std::int64_t row) const { return framesFlag ? range.getTime(row) : now; }
 };
 
@@ -49,38 +52,78 @@ struct Rows
 /// A component by the name of its parameter, which the item of a block may lose while it evaluates.
 struct Column
 {
-    std::string token;
-    KIT_StringHolder key;
-    int index;
-    std::string heading;
+    NOD_Place place;     ///< of one component
+    std::string name;    ///< of the parameter; with its node's path, if there are several nodes
+    std::string heading; ///< of the component: its channel's name, in the same way
+    std::vector<std::string> words; ///< what a number stands for; none where it is a number
 };
 
 using Columns = std::vector<Column>;
 
-void addColumns(const NOD_Place &place, Columns &columns)
+/// The tokens of a menu that no script makes, or what a toggle is.
+std::vector<std::string> wordsOf(const ZEL_Parm &parm)
 {
-    const ZEL_Parm &parm = *place.find();
-    for (int i = place.first; i < place.end; ++i) {
-        columns.push_back(
-            {parm.getToken(), place.token, i,
-             parm.getVectorSize() > 1 ? parm.getChannelToken(i).nonNullStr() : parm.getToken()});
+    if (!parm.getType().isOrdinalType()) {
+        return {};
+    }
+    if (parm.getType().getOrdinalType() == ZEL_Type::ZEL_ORD_TOGGLE) {
+        return {"off", "on"};
+    }
+    std::vector<std::string> words;
+    const ZEL_ChoiceList *const menu = parm.getChoiceListPtr();
+    const bool madeFlag = menu && menu->getScript().isstring();
+    for (const ZEL_Name *name = menu && !madeFlag ? menu->choiceNamesPtr() : nullptr;
+         name && !name->isSentinel(); ++name) {
+        words.emplace_back(name->getToken());
+    }
+    return words;
+}
+
+void addColumns(const NOD_Place &place, const std::string &path, bool numbersFlag, Columns &columns)
+{
+    const ZEL_Parm *const parm = place.find();
+    for (int i = place.first; parm && i < place.end; ++i) {
+        Column column;
+        column.place = place;
+        column.place.first = i;
+        column.place.end = i + 1;
+        column.name = path + parm->getToken();
+        column.heading =
+            parm->getVectorSize() > 1 ? path + parm->getChannelToken(i).nonNullStr() : column.name;
+        column.words = numbersFlag ? std::vector<std::string>() : wordsOf(*parm);
+        columns.push_back(std::move(column));
     }
 }
 
-bool findColumns(ZELT_Session &session, const std::vector<std::string> &addresses, Columns &columns,
-                 ZELT_Messages &messages)
+/// What stands in front of a parameter's name: its node's path, unless there is one node only.
+std::string pathOf(ZELT_Session &session, const NOD_Node &node)
+{
+    if (&node == &session.getNode()) {
+        return "";
+    }
+    KIT_WorkBuffer path;
+    return std::string(node.getFullPath(path)) + "/";
+}
+
+bool findColumns(ZELT_Session &session, const std::vector<std::string> &addresses, bool numbersFlag,
+                 Columns &columns, ZELT_Messages &messages)
 {
     NOD_Report report;
-    std::vector<NOD_Place> places =
-        addresses.empty() ? NODallPlaces(session.getNode()) : std::vector<NOD_Place>();
+    std::vector<NOD_Place> places;
     for (const std::string &address : addresses) {
         const std::vector<NOD_Place> found = NODfindPlaces(session.getNode(), address, report);
         places.insert(places.end(), found.begin(), found.end());
     }
-    for (const NOD_Place &place : places) {
-        addColumns(place, columns);
+    if (addresses.empty()) {
+        for (NOD_Node *const node : session.getNodes()) {
+            const std::vector<NOD_Place> found = NODallPlaces(*node);
+            places.insert(places.end(), found.begin(), found.end());
+        }
     }
     messages.add(report);
+    for (const NOD_Place &place : places) {
+        addColumns(place, pathOf(session, *place.node), numbersFlag, columns);
+    }
     return !report.hasErrors();
 }
 
@@ -108,9 +151,9 @@ class Evaluation
 public:
     Evaluation(ZELT_Session &session, const Columns &columns, const Rows &rows, Table &table)
         : mySession(session), myColumns(columns), myRows(rows), myTable(table),
-          myProgress("evaluating", rows.range.count)
+          myProgress("evaluating", rows.count())
     {
-        table.cells.resize(std::size_t(rows.range.count) * columns.size());
+        table.cells.resize(std::size_t(rows.count()) * columns.size());
         table.errors.resize(table.cells.size());
         table.faults.resize(columns.size());
     }
@@ -118,7 +161,7 @@ public:
     /// On the thread that owns the list, where reading a block's count may make or remove items.
     void runHere()
     {
-        for (std::int64_t row = 0; row < myRows.range.count; ++row) {
+        for (std::int64_t row = 0; row < myRows.count(); ++row) {
             const TRK_EvalContext::Work work;
             const ZEL_InputBudget budget(0);
             mySession.growBlocks(myRows.time(row));
@@ -148,9 +191,9 @@ private:
         // Errors are reported by column and row, not by thread.
         const KIT_ErrorManager::Scope quiet(BASgetSTID());
         constexpr std::int64_t run = 16;
-        for (std::int64_t row = myNext.fetch_add(run); row < myRows.range.count;
+        for (std::int64_t row = myNext.fetch_add(run); row < myRows.count();
              row = myNext.fetch_add(run)) {
-            const std::int64_t end = std::min(row + run, myRows.range.count);
+            const std::int64_t end = std::min(row + run, myRows.count());
             for (std::int64_t i = row; i < end; ++i) {
                 const TRK_EvalContext::Work work;
                 evaluateRow(i);
@@ -163,13 +206,13 @@ private:
         const int thread = BASgetSTID();
         const double time = myRows.time(row);
         const TRK_EvalContext::Scope context(thread, time);
-        const ZEL_ParmList &parms = mySession.getParms();
         std::size_t cell = std::size_t(row) * myColumns.size();
         for (std::size_t i = 0; i < myColumns.size(); ++i, ++cell) {
-            const ZEL_Parm *const parm = parms.getParmPtr(myColumns[i].key);
+            const NOD_Place &place = myColumns[i].place;
+            const ZEL_Parm *const parm = place.find();
             if (parm) {
                 ZELT_EvaluationErrors errors(thread);
-                myTable.cells[cell] = ZELTevaluate(*parm, myColumns[i].index, time, thread);
+                myTable.cells[cell] = ZELTevaluate(*parm, place.first, time, thread);
                 myTable.errors[cell] = std::uint8_t(errors.find());
                 noteFault(i, row, myTable.errors[cell]);
             }
@@ -198,12 +241,15 @@ private:
 };
 
 /// Whether reading a block's count may change its items while others evaluate.
-bool hasAnimatedBlock(ZEL_ParmList &parms)
+bool hasAnimatedBlock(ZELT_Session &session)
 {
-    for (int i = 0; i < parms.getEntries(); ++i) {
-        const ZEL_Parm *const parm = parms.getParmPtr(i);
-        if (parm->isMultiParm() && parm->isTimeDependent(0)) {
-            return true;
+    for (NOD_Node *const node : session.getNodes()) {
+        const ZEL_ParmList &parms = node->getParms();
+        for (int i = 0; i < parms.getEntries(); ++i) {
+            const ZEL_Parm *const parm = parms.getParmPtr(i);
+            if (parm->isMultiParm() && parm->isTimeDependent(0)) {
+                return true;
+            }
         }
     }
     return false;
@@ -213,7 +259,7 @@ void evaluate(ZELT_Session &session, const Columns &columns, const Rows &rows, i
               Table &table)
 {
     Evaluation evaluation(session, columns, rows, table);
-    if (threads == 1 || hasAnimatedBlock(session.getParms())) {
+    if (threads == 1 || hasAnimatedBlock(session)) {
         const KIT_ErrorManager::Scope quiet(BASgetSTID());
         evaluation.runHere();
     } else {
@@ -226,68 +272,187 @@ void evaluate(ZELT_Session &session, const Columns &columns, const Rows &rows, i
 // Output
 // -------------------------------------------------------------------- //
 
-void printTable(const Table &table, const Columns &columns, const Rows &rows)
+/// A time without the last digits, in which it isn't exact.
+std::string timeText(double seconds)
 {
-    std::vector<std::vector<std::string>> text(1);
-    if (rows.framesFlag) {
-        text[0].push_back("frame");
-    }
-    text[0].push_back("time");
-    for (const Column &column : columns) {
-        text[0].push_back(column.heading);
-    }
-    for (std::int64_t row = 0; row < rows.range.count; ++row) {
-        std::vector<std::string> line;
-        if (rows.framesFlag) {
-            line.push_back(ZELTnumber(rows.frame(row)));
-        }
-        line.push_back(ZELTnumber(rows.time(row)));
-        for (std::size_t i = 0; i < columns.size(); ++i) {
-            const std::size_t cell = std::size_t(row) * columns.size() + i;
-            line.push_back(ZELTcellText(table.cells[cell], table.errors[cell] != EVL::EVL_OK));
-        }
-        text.push_back(std::move(line));
-    }
-    std::cout << ZELTtable(text);
+    constexpr double theDigits = 1e6;
+    const double rounded = std::round(seconds * theDigits) / theDigits;
+    return ZELTnumber(std::isfinite(rounded) ? rounded : seconds);
 }
 
-void printJson(const Table &table, const Columns &columns, const Rows &rows)
+/// The word that a number stands for; null if it stands for itself.
+const std::string *wordOf(const Column &column, const ZELT_Cell &cell)
 {
-    ZELT_Json out;
-    out["columns"] = ZELT_Json::array();
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        ZELT_Json json;
-        json["token"] = columns[i].token;
-        json["index"] = columns[i].index;
-        json["channel"] = columns[i].heading;
-        if (table.faults[i].row >= 0) {
-            json["error"] = table.faults[i].text;
-        }
-        out["columns"].push_back(json);
+    const auto *const number = std::get_if<std::int64_t>(&cell);
+    return number && *number >= 0 && std::uint64_t(*number) < column.words.size()
+               ? &column.words[std::size_t(*number)]
+               : nullptr;
+}
+
+std::string cellText(const Column &column, const ZELT_Cell &cell, bool failedFlag)
+{
+    const std::string *const word = wordOf(column, cell);
+    return word ? *word + (failedFlag ? "!" : "") : ZELTcellText(cell, failedFlag);
+}
+
+/// A field of a comma separated line (RFC 4180): a text without quotes of its own but where it needs them.
+std::string csvField(const std::string &text)
+{
+    if (text.find_first_of("\",\n\r") == std::string::npos) {
+        return text;
     }
-    out["rows"] = ZELT_Json::array();
-    std::size_t cell = 0;
-    for (std::int64_t row = 0; row < rows.range.count; ++row) {
+    std::string out = "\"";
+    for (const char c : text) {
+        out += c == '"' ? "\"\"" : std::string(1, c);
+    }
+    return out + "\"";
+}
+
+std::string csvCell(const Column &column, const ZELT_Cell &cell, bool failedFlag)
+{
+    const auto *const text = std::get_if<std::string>(&cell);
+    return failedFlag ? "" : csvField(text ? *text : cellText(column, cell, false));
+}
+
+class Output
+{
+public:
+    Output(const Table &table, const Columns &columns, const Rows &rows)
+        : myTable(table), myColumns(columns), myRows(rows)
+    {}
+
+    /// A line for each parameter.
+    void printParms() const
+    {
+        std::vector<std::vector<std::string>> text;
+        for (std::size_t i = 0; i < myColumns.size(); ++i) {
+            const std::string cell = cellText(myColumns[i], myTable.cells[i], failed(i));
+            if (i > 0 && isSameParm(myColumns[i - 1], myColumns[i])) {
+                text.back().back() += ' ' + cell;
+            } else {
+                text.push_back({isAlone(i) ? myColumns[i].heading : myColumns[i].name, cell});
+            }
+        }
+        std::cout << ZELTtable(text);
+    }
+
+    void printTable() const
+    {
+        std::vector<std::vector<std::string>> text{{"frame", "time"}};
+        for (const Column &column : myColumns) {
+            text[0].push_back(column.heading);
+        }
+        for (std::int64_t row = 0; row < myRows.count(); ++row) {
+            std::vector<std::string> line{ZELTnumber(myRows.range.getFrame(row)),
+                                          timeText(myRows.time(row))};
+            for (std::size_t i = 0; i < myColumns.size(); ++i) {
+                const std::size_t cell = cellOf(row, i);
+                line.push_back(cellText(myColumns[i], myTable.cells[cell], failed(cell)));
+            }
+            text.push_back(std::move(line));
+        }
+        std::cout << ZELTtable(text);
+    }
+
+    /// With frames a line for each; else a line for each component.
+    void printCsv() const
+    {
+        if (!myRows.framesFlag) {
+            std::cout << "parameter,value\r\n";
+            for (std::size_t i = 0; i < myColumns.size(); ++i) {
+                std::cout << csvField(myColumns[i].heading) << ','
+                          << csvCell(myColumns[i], myTable.cells[i], failed(i)) << "\r\n";
+            }
+            return;
+        }
+        std::cout << "frame,time";
+        for (const Column &column : myColumns) {
+            std::cout << ',' << csvField(column.heading);
+        }
+        std::cout << "\r\n";
+        for (std::int64_t row = 0; row < myRows.count(); ++row) {
+            std::cout << ZELTnumber(myRows.range.getFrame(row)) << ','
+                      << timeText(myRows.time(row));
+            for (std::size_t i = 0; i < myColumns.size(); ++i) {
+                const std::size_t cell = cellOf(row, i);
+                std::cout << ',' << csvCell(myColumns[i], myTable.cells[cell], failed(cell));
+            }
+            std::cout << "\r\n";
+        }
+    }
+
+    void printJson() const
+    {
+        ZELT_Json out;
+        out["columns"] = ZELT_Json::array();
+        for (std::size_t i = 0; i < myColumns.size(); ++i) {
+            out["columns"].push_back(columnJson(i));
+        }
+        out["rows"] = ZELT_Json::array();
+        for (std::int64_t row = 0; row < myRows.count(); ++row) {
+            out["rows"].push_back(rowJson(row));
+        }
+        ZELTprintJson(out);
+    }
+
+private:
+    static bool isSameParm(const Column &a, const Column &b)
+    {
+        return a.name == b.name && a.place.first + 1 == b.place.first;
+    }
+    /// Whether it is one component of several.
+    bool isAlone(std::size_t i) const
+    {
+        const bool nextFlag =
+            i + 1 < myColumns.size() && isSameParm(myColumns[i], myColumns[i + 1]);
+        return !nextFlag;
+    }
+    std::size_t cellOf(std::int64_t row, std::size_t column) const
+    {
+        return std::size_t(row) * myColumns.size() + column;
+    }
+    bool failed(std::size_t cell) const { return myTable.errors[cell] != EVL::EVL_OK; }
+
+    ZELT_Json columnJson(std::size_t i) const
+    {
+        const Column &column = myColumns[i];
         ZELT_Json json;
-        if (rows.framesFlag) {
-            json["frame"] = rows.frame(row);
+        json["token"] = column.name;
+        json["index"] = column.place.first;
+        json["channel"] = column.heading;
+        if (myTable.faults[i].row >= 0) {
+            json["error"] = myTable.faults[i].text;
         }
-        json["time"] = rows.time(row);
+        return json;
+    }
+
+    ZELT_Json rowJson(std::int64_t row) const
+    {
+        ZELT_Json json;
+        if (myRows.framesFlag) {
+            json["frame"] = myRows.range.getFrame(row);
+        }
+        json["time"] = myRows.time(row);
         json["values"] = ZELT_Json::array();
-        bool failed = false;
+        bool failedFlag = false;
         ZELT_Json errors = ZELT_Json::array();
-        for (std::size_t i = 0; i < columns.size(); ++i, ++cell) {
-            json["values"].push_back(ZELTcellJson(table.cells[cell]));
-            errors.push_back(table.errors[cell]);
-            failed = failed || table.errors[cell] != EVL::EVL_OK;
+        for (std::size_t i = 0; i < myColumns.size(); ++i) {
+            const std::size_t cell = cellOf(row, i);
+            const std::string *const word = wordOf(myColumns[i], myTable.cells[cell]);
+            json["values"].push_back(word ? ZELT_Json(*word) : ZELTcellJson(myTable.cells[cell]));
+            errors.push_back(myTable.errors[cell]);
+            failedFlag = failedFlag || failed(cell);
         }
-        if (failed) {
+        if (failedFlag) {
             json["errors"] = std::move(errors);
         }
-        out["rows"].push_back(std::move(json));
+        return json;
     }
-    ZELTprintJson(out);
-}
+
+    const Table &myTable;
+    const Columns &myColumns;
+    const Rows &myRows;
+};
 
 bool reportFaults(const Table &table, const Columns &columns, const Rows &rows,
                   ZELT_Messages &messages)
@@ -315,15 +480,29 @@ int threadCount(int asked)
 struct Call
 {
     ZELT_NodeCall node;
-    std::vector<std::string> tokens; ///< addresses; none: all parameters
-    std::string frames;              ///< "A:B" or "A:B:STEP"; empty: the node's time
-    int threads = 1;                 ///< 0: as many as there are cores
+    std::vector<std::string> addresses; ///< none: all parameters
+    std::string frames;                 ///< "A:B" or "A:B:STEP"; empty: the node's time
+    std::string format;                 ///< "" for what people read
+    bool numbers = false;
+    int threads = 1; ///< 0: as many as there are cores
 };
+
+void print(const Call &call, const ZELT_Options &options, const Output &output)
+{
+    if (options.json || call.format == "json") {
+        output.printJson();
+    } else if (call.format == "csv") {
+        output.printCsv();
+    } else if (call.frames.empty()) {
+        output.printParms();
+    } else {
+        output.printTable();
+    }
+}
 
 int evaluateNode(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     Rows rows;
-    rows.now = call.node.time;
     rows.framesFlag = !call.frames.empty();
     const std::string fault = rows.framesFlag ? rows.range.read(call.frames) : "";
     if (!fault.empty()) {
@@ -331,19 +510,18 @@ int evaluateNode(const Call &call, const ZELT_Options &options, ZELT_Messages &m
         return 1;
     }
     ZELT_NodeCall node = call.node;
-    node.time = rows.time(0);
+    if (rows.framesFlag) {
+        node.time = ZELTnumber(rows.range.first) + "f";
+    }
     const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(node, messages);
     Columns columns;
-    if (!session || !findColumns(*session, call.tokens, columns, messages)) {
+    if (!session || !findColumns(*session, call.addresses, call.numbers, columns, messages)) {
         return 1;
     }
+    rows.now = session->getTime();
     Table table;
     evaluate(*session, columns, rows, threadCount(call.threads), table);
-    if (options.json) {
-        printJson(table, columns, rows);
-    } else {
-        printTable(table, columns, rows);
-    }
+    print(call, options, Output(table, columns, rows));
     return reportFaults(table, columns, rows, messages) ? 0 : 1;
 }
 
@@ -356,8 +534,12 @@ void ZELTaddEval(ZELT_CommandLine &line)
         "zel eval examples/transform.ds t --channels examples/transform.chan --frames 1:48:12",
         evaluateNode);
     ZELTaddNode(command, call.node);
-    command.add_option("TOKEN", call.tokens, "TOKEN[:INDEX] or a channel; all without one");
+    command.add_option("ADDRESS", call.addresses,
+                       "TOKEN[:INDEX], a channel, or a pattern; all without one");
     command.add_option("--frames", call.frames, "A:B or A:B:STEP, a row for each frame");
+    command.add_option("--format", call.format, "table, csv or json")
+        ->check(CLI::IsMember({"table", "csv", "json"}));
+    command.add_flag("--numbers", call.numbers, "Numbers, not tokens, for menus and toggles");
     command.add_option("--threads", call.threads, "Threads; 0 for one a core")
         ->check(CLI::Range(0, 256));
 }

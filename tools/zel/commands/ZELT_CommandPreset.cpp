@@ -134,13 +134,13 @@ int show(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 
 int apply(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(call.node.file, messages);
-    if (!session) {
+    const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(call.node, messages);
+    if (!session || !session->isOneNode(messages)) {
         return 1;
     }
     ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
     const int index = findPreset(presets, call, messages);
-    if (index < 0 || !ZELTapplyInputs(*session, call.node.inputs, call.node.time, messages)) {
+    if (index < 0) {
         return 1;
     }
     const KIT_String path = presets.getPresetPath(index);
@@ -148,7 +148,7 @@ int apply(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         return fail("the preset " + placeOf(call) + " isn't loaded as a whole", messages);
     }
     messages.takeErrors(path.toStdString());
-    session->growBlocks(call.node.time);
+    session->growBlocks(session->getTime());
     const std::string values = savedValues(*session);
     if (!ZELTtakeFault(call.out, "", messages)) {
         return 1;

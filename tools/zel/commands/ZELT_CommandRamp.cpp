@@ -268,10 +268,10 @@ struct Call
 int drawRamp(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(call.node, messages);
-    if (!session) {
+    if (!session || !session->isOneNode(messages)) {
         return 1;
     }
-    const double time = call.node.time;
+    const double time = session->getTime();
     const TRK_EvalContext::Scope context(BASgetSTID(), time);
     session->growBlocks(time);
     const ZEL_Parm *const parm = session->getParms().getParmPtr(call.token.c_str());

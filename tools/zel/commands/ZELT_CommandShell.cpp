@@ -1,5 +1,6 @@
 #include "ZELT_CommandLine.h"
-#include "ZELT_Script.h"
+#include "ZELT_Messages.h"
+#include "ZELT_Session.h"
 #include "shell/ZELT_Shell.h"
 
 #ifdef ZELT_WITH_EDIT
@@ -39,25 +40,36 @@ bool readFromTerminal(std::string &line)
 struct Call
 {
     std::string file;
+    bool stop = false;
+    bool keepGoing = false;
 };
 
-int runShell(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
+bool readLine(bool terminalFlag, std::string &line)
 {
-    ZELT_ScriptPtr script = ZELTloadScript(call.file, messages);
-    if (!script) {
+    return terminalFlag ? readFromTerminal(line) : bool(std::getline(std::cin, line));
+}
+
+int runShell(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
+{
+    std::unique_ptr<ZELT_Session> session = ZELT_Session::open(call.file, messages);
+    if (!session) {
         return 1;
     }
-    ZELT_Shell shell(std::move(script), messages);
+    ZELT_Shell shell(std::move(session), messages);
+    shell.setJson(options.json);
     // What making the parameters reported.
     const bool wholeFlag = ZELTtakeFault(call.file, "", messages);
     const bool terminalFlag = isatty(STDIN_FILENO) == 1;
-    std::string line;
-    while (terminalFlag ? readFromTerminal(line) : bool(std::getline(std::cin, line))) {
-        if (!shell.run(line)) {
+    const bool stopFlag = call.stop || (!terminalFlag && !call.keepGoing);
+    std::string text;
+    for (int number = 1; readLine(terminalFlag, text) && shell.run(text); ++number) {
+        if (stopFlag && shell.getFailureCount() > 0) {
+            messages.add(KIT_ERROR_ABORT, "", 0, "standard input", number,
+                         "this command failed, and what follows isn't done (see --keep-going)");
             break;
         }
     }
-    return wholeFlag ? 0 : 1;
+    return wholeFlag && shell.getFailureCount() == 0 ? 0 : 1;
 }
 
 } // namespace
@@ -67,5 +79,9 @@ void ZELTaddShell(ZELT_CommandLine &line)
     const auto [command, call] =
         line.add("shell", "A session on a terminal, or commands on standard input",
                  "echo 'eval t' | zel shell examples/transform.ds", runShell);
-    command.add_option("FILE", call.file, "A dialog script")->required();
+    command.add_option("FILE", call.file, "A dialog script, or a scene or node file")->required();
+    CLI::Option *const stop = command.add_flag(
+        "-e,--stop", call.stop, "End at the first command that fails, as without a terminal");
+    command.add_flag("-k,--keep-going", call.keepGoing, "Go on after it, as on a terminal")
+        ->excludes(stop);
 }

@@ -108,10 +108,10 @@ int showState(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
 {
     const ZEL_InputBudget budget(0);
     const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(call.node, messages);
-    if (!session) {
+    if (!session || !session->isOneNode(messages)) {
         return 1;
     }
-    const TRK_EvalContext::Scope context(BASgetSTID(), call.node.time);
+    const TRK_EvalContext::Scope context(BASgetSTID(), session->getTime());
     const ZEL_ParmList &parms = session->getParms();
     const std::vector<NOD_ParmState> states = statesOf(parms, messages);
     if (options.json) {

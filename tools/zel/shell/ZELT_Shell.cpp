@@ -1,19 +1,24 @@
 #include "ZELT_Shell.h"
 
 #include "ZELT_Format.h"
+#include "ZELT_Json.h"
 #include "ZELT_Script.h"
 
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_ErrorManager.h>
+#include <NOD/NOD_Interface.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_TimeText.h>
 #include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_ParmList.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <iostream>
 #include <optional>
+#include <sstream>
+#include <utility>
 
 namespace
 {
@@ -30,13 +35,46 @@ const ZELT_ShellCommand *findCommand(const std::string &name)
     return nullptr;
 }
 
+/// What is printed while it lives.
+class Captured
+{
+public:
+    Captured() : myBefore(std::cout.rdbuf(myText.rdbuf())) {}
+    ~Captured() { std::cout.rdbuf(myBefore); }
+    Captured(const Captured &) = delete;
+    Captured &operator=(const Captured &) = delete;
+
+    std::string end()
+    {
+        std::cout.rdbuf(myBefore);
+        return myText.str();
+    }
+
+private:
+    std::ostringstream myText;
+    std::streambuf *myBefore;
+};
+
+void printReply(std::string_view line, const std::string &output,
+                const std::vector<std::string> &errors)
+{
+    ZELT_Json json;
+    json["line"] = line;
+    json["ok"] = errors.empty();
+    json["output"] = ZELT_Json::array();
+    std::istringstream lines(output);
+    for (std::string one; std::getline(lines, one);) {
+        json["output"].push_back(one);
+    }
+    json["errors"] = errors;
+    std::cout << ZELTjsonText(json) << std::endl; // a program waits for it
+}
+
 } // namespace
 
-ZELT_Shell::ZELT_Shell(ZELT_ScriptPtr script, ZELT_Messages &messages)
-    : myMessages(messages), mySession(*script), myUndo(mySession.getNode())
-{
-    keepScript(std::move(script));
-}
+ZELT_Shell::ZELT_Shell(std::unique_ptr<ZELT_Session> session, ZELT_Messages &messages)
+    : myMessages(messages), mySession(std::move(session)), myTime(mySession->getTime())
+{}
 
 ZELT_Shell::~ZELT_Shell() = default;
 
@@ -45,6 +83,24 @@ ZELT_Shell::~ZELT_Shell() = default;
 // -------------------------------------------------------------------- //
 
 bool ZELT_Shell::run(std::string_view line)
+{
+    myReasons.clear();
+    bool goesOn = true;
+    if (myJsonFlag) {
+        Captured output;
+        goesOn = runLine(line);
+        ZELT_ShellWords words;
+        if (goesOn && (!ZELTsplitWords(line, words) || !words.empty())) {
+            printReply(line, output.end(), myReasons);
+        }
+    } else {
+        goesOn = runLine(line);
+    }
+    myFailures += !myReasons.empty();
+    return goesOn;
+}
+
+bool ZELT_Shell::runLine(std::string_view line)
 {
     ZELT_ShellWords words;
     if (!ZELTsplitWords(line, words)) {
@@ -98,7 +154,7 @@ void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &w
         std::optional<NOD_Edit> step;
         if ((command.flags & ZELT_SHELL_EDITS) != 0) {
             // What a command edits is known when it has.
-            step.emplace(myUndo, std::string(line));
+            step.emplace(getUndo(), std::string(line));
             step->change(getNode());
         }
         callAndTell(command, words);
@@ -123,25 +179,13 @@ bool ZELT_Shell::runAction(const ZELT_ShellAction *begin, const ZELT_ShellAction
 // What commands work on
 // -------------------------------------------------------------------- //
 
-NOD_Graph &ZELT_Shell::getGraph()
+const NOD_Interface *ZELT_Shell::findScript()
 {
-    if (!myGraph) {
-        myGraph = std::make_unique<NOD_Graph>(mySession.getNode());
+    const NOD_Interface *const script = getNode().getInterface().get();
+    if (!script) {
+        fail("the node has no script");
     }
-    return *myGraph;
-}
-
-const NOD_Interface &ZELT_Shell::getScript() const
-{
-    const ZEL_Template *const used = mySession.getNode().getPlainTemplates();
-    return **std::find_if(myScripts.begin(), myScripts.end(), [&](const ZELT_ScriptPtr &script) {
-        return script->getTemplates() == used;
-    });
-}
-
-void ZELT_Shell::keepScript(ZELT_ScriptPtr script)
-{
-    myScripts.push_back(std::move(script));
+    return script;
 }
 
 // -------------------------------------------------------------------- //
@@ -150,7 +194,21 @@ void ZELT_Shell::keepScript(ZELT_ScriptPtr script)
 
 void ZELT_Shell::fail(const std::string &reason)
 {
-    std::cout << "! " << ZELTprintable(reason) << '\n';
+    myReasons.push_back(reason);
+    if (!myJsonFlag) {
+        std::cout << "! " << ZELTprintable(reason) << '\n';
+    }
+}
+
+void ZELT_Shell::tell(const NOD_Report &report)
+{
+    for (const NOD_Message &message : report.getMessages()) {
+        if (message.severity >= KIT_ERROR_ABORT) {
+            fail(message.asText());
+        } else {
+            std::cout << ZELTprintable(message.asText()) << '\n';
+        }
+    }
 }
 
 void ZELT_Shell::settle(const std::string &fault, const std::string &file)
@@ -171,7 +229,7 @@ ZEL_Parm *ZELT_Shell::findParm(const std::string &token)
 
 bool ZELT_Shell::findComponents(const std::string &text, ZELT_Address &address)
 {
-    const std::string fault = mySession.resolve(text, address);
+    const std::string fault = mySession->resolve(text, address);
     settle(fault);
     return fault.empty();
 }
@@ -179,7 +237,7 @@ bool ZELT_Shell::findComponents(const std::string &text, ZELT_Address &address)
 bool ZELT_Shell::readTime(const ZELT_ShellWords &words, std::size_t place, double &value)
 {
     value = myTime;
-    if (place < words.size() && !ZELTparseNumber(words[place], value)) {
+    if (place < words.size() && !NODreadTime(words[place], value)) {
         fail(words[place] + " is no time");
         return false;
     }

@@ -1,11 +1,12 @@
 /// \file ZELT_Shell.h
-/// A session of `zel shell`: one line in, plain text out, and the table of its commands.
+/// A session of `zel shell`: one line in, its reply out, and the table of its commands.
 ///
 /// Vocabulary: *current time* = what commands without a time work at; 0 at first.
 ///             *subject* = a file of commands with their table: values, blocks, presets ...
-/// Ownership:  owns its scripts; borrows the messages, which must outlive it.
+/// Ownership:  owns its scene; borrows the messages, which must outlive it.
 /// Threads:    one thread.
-/// Errors:     a command that fails prints `! reason` and changes nothing, or as much as it says.
+/// Errors:     a command that fails prints `! reason` and changes nothing, or as much as it says; as JSON
+///             a reply is one line `{"line", "ok", "output", "errors"}`.
 ///             What the library reports stays with the thread's error manager until the command
 ///             `messages` prints it.
 ///
@@ -27,6 +28,7 @@
 #include <string_view>
 #include <vector>
 
+class NOD_Report;
 class ZELT_Messages;
 class ZELT_Shell;
 
@@ -90,34 +92,36 @@ inline constexpr const ZELT_ShellTable *theZELTShellTables[] = {
 class ZELT_Shell
 {
 public:
-    ZELT_Shell(ZELT_ScriptPtr script, ZELT_Messages &messages);
+    ZELT_Shell(std::unique_ptr<ZELT_Session> session, ZELT_Messages &messages);
     ~ZELT_Shell();
 
+    void setJson(bool on) { myJsonFlag = on; }
     /// Runs one line; false if it ends the session.
     bool run(std::string_view line);
+    /// How many lines have failed.
+    int getFailureCount() const { return myFailures; }
 
     // ------------------------------------------------------------------ //
     /// \name What commands work on
     // ------------------------------------------------------------------ //
-    ZELT_Session &getSession() { return mySession; }
-    NOD_Node &getNode() { return mySession.getNode(); }
-    ZEL_ParmList &getParms() { return mySession.getParms(); }
+    ZELT_Session &getSession() { return *mySession; }
+    NOD_Node &getNode() { return mySession->getNode(); }
+    ZEL_ParmList &getParms() { return mySession->getParms(); }
     ZELT_Messages &getMessages() { return myMessages; }
-    NOD_UndoStack &getUndo() { return myUndo; }
+    NOD_UndoStack &getUndo() { return mySession->getScene().getUndo(); }
     NOD_Snapshots &getSnapshots() { return mySnapshots; }
-    /// Made by the first call.
-    NOD_Graph &getGraph();
+    NOD_Graph &getGraph() { return mySession->getScene().getGraph(); }
     double getTime() const { return myTime; }
     void setTime(double time) { myTime = time; }
-    /// The script that the node's interface is made of.
-    const NOD_Interface &getScript() const;
-    /// Keeps a script whose templates the node uses, or a step of undo does.
-    void keepScript(ZELT_ScriptPtr script);
+    /// What the node's interface is made of; null, with a message, for none, as of a scene's root.
+    const NOD_Interface *findScript();
 
     // ------------------------------------------------------------------ //
     /// \name Output and words   (what is wrong is printed)
     // ------------------------------------------------------------------ //
     void fail(const std::string &reason);
+    /// Each error of a report is a reason; warnings are printed as they are.
+    void tell(const NOD_Report &report);
     /// Fails with `fault`, after the name of the file that it concerns; does nothing for "".
     void settle(const std::string &fault, const std::string &file = "");
     /// Null if there is no such parameter.
@@ -136,6 +140,7 @@ public:
     }
 
 private:
+    bool runLine(std::string_view line);
     bool runAction(const ZELT_ShellAction *begin, const ZELT_ShellAction *end,
                    const ZELT_ShellWords &words);
     void dispatch(const ZELT_ShellWords &words, std::string_view line);
@@ -144,10 +149,10 @@ private:
     void callAndTell(const ZELT_ShellCommand &command, const ZELT_ShellWords &words);
 
     ZELT_Messages &myMessages;
-    std::vector<ZELT_ScriptPtr> myScripts; ///< all of them, oldest first
-    ZELT_Session mySession;
-    NOD_UndoStack myUndo;
+    std::unique_ptr<ZELT_Session> mySession;
     NOD_Snapshots mySnapshots;
-    std::unique_ptr<NOD_Graph> myGraph;
     double myTime = 0.0;
+    bool myJsonFlag = false;
+    int myFailures = 0;
+    std::vector<std::string> myReasons; ///< of the line that runs
 };

@@ -4,8 +4,14 @@
 
 #include "ZELT_Format.h"
 
+#include <NOD/NOD_Address.h>
+#include <NOD/NOD_Report.h>
 #include <TRK/TRK_Channel.h>
+#include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_Parm.h>
+
+#include <iostream>
+#include <vector>
 
 namespace
 {
@@ -43,9 +49,33 @@ void unkey(ZELT_Shell &shell, const ZELT_ShellWords &words)
     }
 }
 
+/// A line for each key: channel, time, value, what runs to the next.
+void keys(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    NOD_Report report;
+    const std::vector<NOD_Place> places = NODfindPlaces(shell.getNode(), words[1], report);
+    shell.tell(report);
+    for (const NOD_Place &place : places) {
+        const ZEL_Parm &parm = *place.find();
+        for (int i = place.first; i < place.end; ++i) {
+            const TRK_Channel *const channel = parm.getChannel(i);
+            for (int k = 0; channel && k < channel->getNKeys(); ++k) {
+                TRK_FullKey key;
+                if (!channel->getFullKey(channel->getKeyTime(k), key)) {
+                    continue;
+                }
+                std::cout << parm.getChannelToken(i).nonNullStr() << "  " << ZELTnumber(key.time)
+                          << "  " << ZELTnumber(key.out.value) << "  "
+                          << ZELTprintable(key.expression.nonNullStr()) << '\n';
+            }
+        }
+    }
+}
+
 constexpr ZELT_ShellCommand theCommands[] = {
     {"expr", "TOKEN[:I] TEXT [expression|python]", 2, 3, ZELT_SHELL_EDITS, expression},
     {"key", "TOKEN[:I] T VALUE", 3, 3, ZELT_SHELL_EDITS, key},
+    {"keys", "ADDRESS", 1, 1, ZELT_SHELL_PLAIN, keys},
     {"unkey", "TOKEN[:I]", 1, 1, ZELT_SHELL_EDITS, unkey},
 };
 

@@ -8,6 +8,7 @@
 
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
+#include <KIT/KIT_String.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_Template.h>
@@ -27,7 +28,22 @@ void help(ZELT_Shell &, const ZELT_ShellWords &)
     std::cout << "quit\n";
 }
 
-void list(ZELT_Shell &shell, const ZELT_ShellWords &)
+/// What a value alone doesn't show: `  (animated locked changed)`.
+std::string marksOf(const ZEL_Parm &parm)
+{
+    bool animatedFlag = false;
+    bool lockedFlag = false;
+    for (int k = 0; k < parm.getVectorSize(); ++k) {
+        animatedFlag |= parm.getChannel(k) != nullptr;
+        lockedFlag |= parm.getLockedFlag(k);
+    }
+    const std::string marks = std::string(animatedFlag ? " animated" : "") +
+                              (lockedFlag ? " locked" : "") +
+                              (parm.isTrueFactoryDefault() ? "" : " changed");
+    return marks.empty() ? "" : "  (" + marks.substr(1) + ")";
+}
+
+void list(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     const int thread = BASgetSTID();
     const ZEL_ParmList &parms = shell.getParms();
@@ -37,6 +53,9 @@ void list(ZELT_Shell &shell, const ZELT_ShellWords &)
         if (!description) {
             continue; // a base parameter has no value
         }
+        if (words.size() > 1 && !KIT_String::matchPattern(parm.getToken(), words[1].c_str())) {
+            continue;
+        }
         std::cout << parm.getToken();
         const int size = description->isSwitcher() ? 0 : parm.getVectorSize();
         for (int k = 0; k < size; ++k) {
@@ -44,13 +63,15 @@ void list(ZELT_Shell &shell, const ZELT_ShellWords &)
             const ZELT_Cell cell = ZELTevaluate(parm, k, shell.getTime(), thread);
             std::cout << ' ' << ZELTcellText(cell, errors.find() != EVL::EVL_OK);
         }
-        std::cout << '\n';
+        std::cout << marksOf(parm) << '\n';
     }
 }
 
 void tree(ZELT_Shell &shell, const ZELT_ShellWords &)
 {
-    std::cout << ZELTdescribeTree(shell.getScript().getTemplates());
+    if (const NOD_Interface *const script = shell.findScript()) {
+        std::cout << ZELTdescribeTree(script->getTemplates());
+    }
 }
 
 /// The script describes what has no value, too. Null, with a message, for an unknown name.
@@ -60,7 +81,11 @@ const ZEL_Template *findDescription(ZELT_Shell &shell, const std::string &token)
     if (!parm || parm->getTemplatePtr()) {
         return parm ? parm->getTemplatePtr() : nullptr;
     }
-    const ZEL_Template *at = shell.getScript().getTemplates();
+    const NOD_Interface *const script = shell.findScript();
+    if (!script) {
+        return nullptr;
+    }
+    const ZEL_Template *at = script->getTemplates();
     while (!at->isTerminator() && at->getTokenRef() != KIT_StringRef(token.c_str())) {
         ++at;
     }
@@ -95,7 +120,7 @@ void setTime(ZELT_Shell &shell, const ZELT_ShellWords &words)
 
 constexpr ZELT_ShellCommand theCommands[] = {
     {"help", "", 0, 0, ZELT_SHELL_PLAIN, help},
-    {"list", "", 0, 0, ZELT_SHELL_PLAIN, list},
+    {"list", "[PATTERN]", 0, 1, ZELT_SHELL_PLAIN, list},
     {"tree", "", 0, 0, ZELT_SHELL_PLAIN, tree},
     {"show", "TOKEN", 1, 1, ZELT_SHELL_PLAIN, show},
     {"type", "TOKEN", 1, 1, ZELT_SHELL_PLAIN, type},

@@ -14,9 +14,9 @@
 namespace
 {
 
-ZEL_PresetInfo presetsOf(const ZELT_Shell &shell)
+ZEL_PresetInfo presetsOf(ZELT_Shell &shell)
 {
-    return {NOD_Node::thePresetTable, shell.getScript().getTypeName().c_str()};
+    return {NOD_Node::thePresetTable, shell.getNode().getTypeName().c_str()};
 }
 
 void listPresets(ZELT_Shell &shell, const ZELT_ShellWords &)

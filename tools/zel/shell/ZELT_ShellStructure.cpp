@@ -113,9 +113,8 @@ void adopt(ZELT_Shell &shell, const ZELT_ShellWords &words)
         return;
     }
     const std::vector<Former> former = formerParms(shell.getParms());
-    shell.getNode().renewParms(script->getTemplates());
+    shell.getNode().renewParms(script);
     shell.getSession().growBlocks(shell.getTime());
-    shell.keepScript(std::move(script));
 
     std::unordered_set<std::string> known;
     for (const Former &one : former) {
