@@ -28,6 +28,7 @@
 #include <vector>
 
 class KIT_IStream;
+class ZEL_Parm;
 class ZEL_ParmList;
 
 class ZEL_API ZEL_PresetInfo
@@ -63,6 +64,10 @@ public:
     /// Uses another preset file, given relative to a folder of the search path; null or "" restores
     /// the node type's.
     void setIndexFile(const char *file);
+
+    /// The tables, and the node types of one, that have a preset file in the search path: sorted, each once.
+    static KIT_StringArray findTables();
+    static KIT_StringArray findTypes(const char *table);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -87,12 +92,32 @@ public:
     ///@{
     /// Writes what the list's owner saves; without one the list's channels and values, as text.
     bool savePreset(ZEL_ParmList *list, std::ostream &os);
+    /// Writes a preset of some of a list's parameters, in that order, and of their channels.
+    static bool savePreset(const std::vector<const ZEL_Parm *> &parms, std::ostream &os);
     /// Saves to any file; the path is as for loadPresetFile().
     bool savePresetFile(ZEL_ParmList *list, const char *path);
     /// Saves into the preset file below a save folder, replacing the preset of that name and
     /// keeping the others. On failure the file doesn't change. Refused if the path has a variable,
     /// as in a table "$HOME": loading would expand it.
     bool savePresetToDir(ZEL_ParmList *list, const char *name, const char *dir);
+    /// What to do with a preset that has the new name in the file.
+    enum class Existing
+    {
+        REFUSE,
+        REPLACE
+    };
+    /// The same with the text of a preset, which isn't looked into. `existing` holds, whatever other
+    /// processes do at the same time.
+    bool savePresetTextToDir(const std::string &text, const char *name, const char *dir,
+                             Existing existing);
+    /// Saves the preset of a name, wherever it was found, under another one.
+    bool copyPresetToDir(const char *name, const char *newName, const char *dir, Existing existing);
+    /// Renames in the preset file below a save folder or, with a null `dir`, in the file in which the
+    /// preset was found.
+    bool renamePresetInDir(const char *name, const char *newName, const char *dir,
+                           Existing existing);
+    /// Whether the preset file below a save folder has a preset of that name.
+    bool hasPresetInDir(const char *name, const char *dir);
     /// Deletes from the preset file below a save folder or, with a null `dir`, from the file in
     /// which the preset was found. False, and nothing changed, if there is no such preset.
     bool deletePresetFromDir(const char *name, const char *dir);
@@ -101,6 +126,11 @@ public:
     static void makeValidPresetFileName(KIT_String &name);
     /// The save folders at the time of the first call.
     static const KIT_StringArray &getValidSaveDirs();
+    /// Why nothing is saved in a folder, as "doesn't exist"; "" for a save folder.
+    static std::string explainSaveDir(const char *dir);
+    /// `FOLDER: why` for each folder of the search path that is no save folder; a sentence if the
+    /// search path has no folder at all.
+    static KIT_StringArray explainSearchPath();
     ///@}
 
 private:
@@ -116,6 +146,8 @@ private:
     const Preset *getPreset(int index);
     std::string findSaveFile(const char *dir) const;
     std::string findDeleteFile(const char *name, const char *dir);
+    template <class Change>
+    bool changeFile(const std::string &file, const Change &change);
 
     KIT_String myTable;
     KIT_String myOpName;

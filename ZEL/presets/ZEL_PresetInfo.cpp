@@ -3,7 +3,6 @@
 #include <BAS/BAS_Character.h>
 #include <BAS/BAS_LostText.h>
 #include <KIT/KIT_Directory.h>
-#include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_OpUtils.h>
 #include <KIT/KIT_PathSearch.h>
@@ -13,6 +12,7 @@
 #include <STO/STO_Info.h>
 #include <STO/STO_Reader.h>
 #include <STO/STO_Writer.h>
+#include <ZEL/presets/ZEL_PresetFoldersPrivate.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -25,13 +25,6 @@ namespace
 const KIT_String theEmptyString("");
 constexpr int theDataFiles = 0;
 constexpr const char *theSaveLabel = "Preset Save";
-
-KIT_String expanded(const char *text)
-{
-    KIT_String out(text ? text : "", true);
-    out.expandVariables();
-    return out;
-}
 
 KIT_String withoutSlashes(KIT_String text)
 {
@@ -54,29 +47,6 @@ bool hasVariable(const std::string &path)
 bool isSaveDir(const std::string &dir)
 {
     return ZEL_PresetInfo::getValidSaveDirs().find(dir.c_str()) >= 0;
-}
-
-/// The caller's folder in the form of the search path's components.
-std::string folderOf(const char *dir)
-{
-    const KIT_String folder = expanded(dir);
-    return folder == "/" ? "/" : withoutSlashes(folder).toStdString();
-}
-
-KIT_StringArray findSaveDirs()
-{
-    const KIT_PathSearch &search = KIT_PathSearch::getInstance(theDataFiles);
-    const KIT_String installed = KIT_PathSearch::getInstallFolder();
-    const bool ignoreCase = KIT_EnvControl::getInt(KIT_ENV_FOLD_PATH_CASE) != 0;
-    KIT_StringArray dirs;
-    for (std::int64_t i = 0; i < search.getNumComponents(); ++i) {
-        const KIT_String &dir = search.getComponent(i);
-        if (STO_Info::canWriteDirectory(dir) &&
-            !KIT_PathSearch::isBelow(dir, installed.nonNullStr(), ignoreCase)) {
-            dirs.append(dir.c_str());
-        }
-    }
-    return dirs;
 }
 
 /// Reports the system's reason and returns false.
@@ -231,13 +201,31 @@ void ZEL_PresetInfo::setIndexFile(const char *file)
 /// lead outside of it, or its name has variables.
 std::string ZEL_PresetInfo::findSaveFile(const char *dir) const
 {
-    const std::string folder = folderOf(dir);
+    const std::string folder = ZELpresetFolder(dir);
     const std::string file = folder + "/" + myPresetFile.toStdString();
     if (!isSaveDir(folder) || !KIT_PathSearch::isPlainName(myPresetFile) ||
         myPresetFile.findChar('?') || hasVariable(file)) {
         return "";
     }
     return STO_Info::leadsBelow(file.c_str(), folder.c_str()) ? file : "";
+}
+
+/// Reads the index file, changes it and writes it back; nothing is written if the change is false.
+template <class Change>
+bool ZEL_PresetInfo::changeFile(const std::string &file, const Change &change)
+{
+    const STO_FileLock lock(file.c_str());
+    if (!lock.isHeld()) {
+        return failWriting(file);
+    }
+    const BAS_LostText lost;
+    STO_IndexFile index;
+    index.open(file.c_str());
+    if (!change(index) || !index.canWrite() || !writeIndex(index, file, lock, lost)) {
+        return false;
+    }
+    myNeedsRefresh = true;
+    return true;
 }
 
 bool ZEL_PresetInfo::savePresetToDir(ZEL_ParmList *list, const char *name, const char *dir)
@@ -249,22 +237,54 @@ bool ZEL_PresetInfo::savePresetToDir(ZEL_ParmList *list, const char *name, const
     }
     // Before the lock: the owner's save may itself save presets.
     std::ostringstream os;
-    if (!savePreset(list, os)) {
-        return false;
-    }
-    const STO_FileLock lock(file.c_str());
-    if (!lock.isHeld()) {
-        return failWriting(file);
-    }
-    const BAS_LostText lost;
+    return savePreset(list, os) &&
+           changeFile(file, [&](STO_IndexFile &index) { return index.addSection(name, os.str()); });
+}
+
+bool ZEL_PresetInfo::savePresetTextToDir(const std::string &text, const char *name, const char *dir,
+                                         Existing existing)
+{
+    refresh();
+    const std::string file = findSaveFile(dir);
+    return !file.empty() && name && *name && KITcreateDirectoryForFile(file.c_str()) &&
+           changeFile(file, [&](STO_IndexFile &index) {
+               return (existing == Existing::REPLACE || index.findSection(name) < 0) &&
+                      index.addSection(name, text);
+           });
+}
+
+bool ZEL_PresetInfo::copyPresetToDir(const char *name, const char *newName, const char *dir,
+                                     Existing existing)
+{
+    const int index = getPresetIndex(name);
+    std::string text;
+    return index >= 0 && STO_Reader::readBytes(getPresetPath(index), text) &&
+           savePresetTextToDir(text, newName, dir, existing);
+}
+
+bool ZEL_PresetInfo::renamePresetInDir(const char *name, const char *newName, const char *dir,
+                                       Existing existing)
+{
+    refresh();
+    const std::string file = findDeleteFile(name, dir);
+    return !file.empty() && name && newName && *newName &&
+           changeFile(file, [&](STO_IndexFile &index) {
+               const std::int64_t from = index.findSection(name);
+               if (from < 0 || index.findSection(newName) == from ||
+                   (existing == Existing::REFUSE && index.findSection(newName) >= 0)) {
+                   return false;
+               }
+               const std::string text = index.getSectionText(from);
+               return index.removeSection(name) && index.addSection(newName, text);
+           });
+}
+
+bool ZEL_PresetInfo::hasPresetInDir(const char *name, const char *dir)
+{
+    refresh();
+    const std::string file = findSaveFile(dir);
     STO_IndexFile index;
-    index.open(file.c_str());
-    if (!index.canWrite() || !index.addSection(name, os.str()) ||
-        !writeIndex(index, file, lock, lost)) {
-        return false;
-    }
-    myNeedsRefresh = true;
-    return true;
+    return !file.empty() && name && index.open(file.c_str()) && index.findSection(name) >= 0;
 }
 
 /// The file from which to remove a preset; "" when none may be changed.
@@ -289,21 +309,8 @@ bool ZEL_PresetInfo::deletePresetFromDir(const char *name, const char *dir)
 {
     refresh();
     const std::string file = findDeleteFile(name, dir);
-    if (file.empty()) {
-        return false;
-    }
-    const STO_FileLock lock(file.c_str());
-    if (!lock.isHeld()) {
-        return failWriting(file);
-    }
-    const BAS_LostText lost;
-    STO_IndexFile index;
-    index.open(file.c_str());
-    if (!index.removeSection(name) || !index.canWrite() || !writeIndex(index, file, lock, lost)) {
-        return false;
-    }
-    myNeedsRefresh = true;
-    return true;
+    return !file.empty() &&
+           changeFile(file, [&](STO_IndexFile &index) { return index.removeSection(name); });
 }
 
 void ZEL_PresetInfo::makeValidPresetFileName(KIT_String &name)
@@ -313,10 +320,4 @@ void ZEL_PresetInfo::makeValidPresetFileName(KIT_String &name)
         return;
     }
     name += name.lastChar() == '.' ? "preset" : ".preset";
-}
-
-const KIT_StringArray &ZEL_PresetInfo::getValidSaveDirs()
-{
-    static const KIT_StringArray theDirs = findSaveDirs();
-    return theDirs;
 }

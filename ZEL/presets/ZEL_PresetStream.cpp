@@ -9,10 +9,13 @@
 #include <KIT/KIT_Write.h>
 #include <STO/STO_Reader.h>
 #include <STO/STO_Writer.h>
+#include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmOwner.h>
 #include <ZEL/ZEL_ParmTypes.h>
+#include <ZEL/ZEL_SaveParms.h>
 
 #include <cstring>
 #include <ostream>
@@ -144,13 +147,49 @@ bool ZEL_PresetInfo::loadPresetFile(ZEL_ParmList *list, const char *path)
     return reader.getStream() && loadPreset(list, *reader.getStream());
 }
 
+namespace
+{
+
+bool saveHeader(std::ostream &os)
+{
+    os << theHeader << '\n' << theVersionWord << ' ' << theVersion << '\n';
+    return KITcheckOutStream(os, theSaveLabel, nullptr) && isWithoutError();
+}
+
+} // namespace
+
+bool ZEL_PresetInfo::savePreset(const std::vector<const ZEL_Parm *> &parms, std::ostream &os)
+{
+    if (!os || !saveHeader(os)) {
+        return false;
+    }
+    TRK_Collection channels;
+    for (const ZEL_Parm *parm : parms) {
+        for (int i = 0; i < parm->getVectorSize(); ++i) {
+            const TRK_Channel *const from = parm->getChannel(i);
+            TRK_Channel *const to = from ? channels.addChannel(from->getName()) : nullptr;
+            if (to) {
+                to->copyContents(*from);
+                to->setLocked(from->getLocked());
+                to->setScope(from->getScope());
+                channels.setChannelAlias(to, from->getAlias());
+            }
+        }
+    }
+    constexpr bool binary = false;
+    os << theChannels << '\n';
+    channels.save(os, binary);
+    os << theValues << '\n';
+    ZELsaveParms(parms, os, binary);
+    return KITcheckOutStream(os, theSaveLabel, nullptr) && isWithoutError();
+}
+
 bool ZEL_PresetInfo::savePreset(ZEL_ParmList *list, std::ostream &os)
 {
     if (!list || !os) {
         return false;
     }
-    os << theHeader << '\n' << theVersionWord << ' ' << theVersion << '\n';
-    if (!KITcheckOutStream(os, theSaveLabel, nullptr) || !isWithoutError()) {
+    if (!saveHeader(os)) {
         return false;
     }
     if (ZEL_ParmOwner *const owner = list->getParmOwner()) {

@@ -16,6 +16,7 @@
 #include <iosfwd>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class NOD_Node;
 class NOD_Report;
@@ -53,6 +54,9 @@ public:
     /// The same with a file's bytes; `name` is for messages, and may have a section behind it.
     bool read(std::string bytes, const std::string &name, NOD_Report &report);
     NOD_FileKind getKind() const { return myKind; }
+    bool isBinary() const { return myBytes.find('\0') != std::string::npos; }
+    /// Of a node or scene file the path of the node that is meant, and of all below it; none after an error.
+    std::vector<std::string> findNodes(NOD_Report &report) const;
     /// Gives the node what is in the file, as one step of undo. A stream and a preset change the parameters
     /// that they have, a channel file the channels; of a node or a scene it is all that NOD_NodeSections.h
     /// names, of the one node that is there or is meant. False if not all could be used.

@@ -233,9 +233,7 @@ bool NOD_ValueFile::apply(NOD_Node &node, NOD_Report &report) const
 
 bool NOD_ValueFile::applyStream(NOD_Node &node) const
 {
-    const bool binaryFlag = myBytes.find('\0') != std::string::npos;
-    KIT_IStream is(myBytes.data(), myBytes.size(),
-                   binaryFlag ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+    KIT_IStream is = streamOf(myBytes, isBinary() ? KIT_IStream::BINARY : KIT_IStream::TEXT);
     return myKind == NOD_FileKind::CHANNELS ? node.loadChannels(is)
                                             : node.getParms().load(is, myName.c_str(), nullptr);
 }
@@ -278,6 +276,23 @@ std::string NOD_ValueFile::pickSection(const NOD_SectionFile &file, const char *
                 {},
                 0});
     return "";
+}
+
+std::vector<std::string> NOD_ValueFile::findNodes(NOD_Report &report) const
+{
+    std::vector<std::string> paths;
+    NOD_SectionFile file;
+    const std::string head =
+        file.read(myBytes, myName, report) ? pickSection(file, theNodeSection, report) : "";
+    if (!head.empty()) {
+        paths.push_back(NODrestOf(head));
+    }
+    for (const NOD_SectionFile::Section &section : file.getSections()) {
+        if (!head.empty() && startsWith(section.name, head + "/")) {
+            paths.push_back(NODrestOf(section.name));
+        }
+    }
+    return paths;
 }
 
 bool NOD_ValueFile::applyPreset(NOD_Node &node, NOD_Report &report) const

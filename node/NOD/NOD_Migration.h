@@ -1,0 +1,111 @@
+/// \file NOD_Migration.h
+/// A node gets another interface and takes its values over, with a true account of each of them.
+///
+///     NOD_Migration migration;
+///     migration.addRename("birthrate", "rate", report);
+///     migration.addRename("strength#", "force#", report);
+///     if (migration.run(node, present, 0.0, report) && migration.hasLoss()) {
+///         for (const NOD_Migration::Entry &entry : migration.getEntries()) ...
+///
+/// Vocabulary: *rename* = a token of the former interface, and what it is called in the present one; with a
+///             `#` for each number in the tokens of items. *at its default* = never set: it begins from
+///             the present default, as NOD_Node::renewParms has it.
+/// Units:      values are those at a time, in seconds.
+/// Ownership:  owns its texts.
+/// Threads:    the thread that changes the tree, while nothing evaluates.
+/// Errors:     false, with nothing done, after an error in the report: a rename that fits neither interface, or
+///             two of one name. What a load would report of values, adoption reports too.
+/// Cost:       linear in the node; with renames that of a copy of it.
+///
+/// What renewParms does, and in addition: what is renamed goes over with channels, locks and aliases, a block
+/// with its items; an entry of a menu is found by its token, wherever it is in the new menu. What expressions
+/// say of names stays as it is written: one that reads a name that is gone fails, and is then told as changed.
+#pragma once
+
+#include <NOD/NOD_API.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+class NOD_Interface;
+class NOD_Node;
+class NOD_Report;
+class ZEL_Template;
+
+class NOD_API NOD_Migration
+{
+public:
+    enum class Fate
+    {
+        CARRIED, ///< it has the value that it had
+        DEFAULT, ///< it was at its default, and has another one now
+        CHANGED, ///< it is there and has another value: clamped, cut, an entry that the menu hasn't
+        LOST,    ///< there is no place for its value
+        NEW      ///< of the present interface alone
+    };
+    struct Entry
+    {
+        Fate fate;
+        std::string token;    ///< in the former interface; of a new one in the present
+        std::string newToken; ///< in the present interface; "" if it is lost
+        std::string before;   ///< the value that it had, all components; "" if it is new
+        std::string after;    ///< the value that it has; "" if it is lost
+        std::string reason;   ///< why it is lost or changed, as far as that is known
+        bool defaultFlag =
+            false; ///< it was at its default: with it nothing is lost that anybody has set
+
+        /// `changed life 12 -> 10: ...`
+        std::string asText() const;
+    };
+    using Entries = std::vector<Entry>;
+
+    /// "carried" and so on.
+    static const char *getFateName(Fate fate);
+
+    // ------------------------------------------------------------------ //
+    /// \name Renames   (false after an error in the report)
+    // ------------------------------------------------------------------ //
+    ///@{
+    bool addRename(const std::string &former, const std::string &present, NOD_Report &report);
+    /// `FORMER=PRESENT`
+    bool addRename(const std::string &text, NOD_Report &report);
+    /// A line for each: `FORMER PRESENT`. A `#` before or behind them begins a comment.
+    bool readRenames(std::string_view text, const std::string &name, NOD_Report &report);
+    bool readRenames(const std::string &path, NOD_Report &report);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name Work   (one step of undo)
+    // ------------------------------------------------------------------ //
+    ///@{
+    bool run(NOD_Node &node, std::shared_ptr<const NOD_Interface> description, double time,
+             NOD_Report &report);
+    /// Of an array, borrowed as by NOD_Node::renewParms.
+    bool run(NOD_Node &node, ZEL_Template *templates, double time, NOD_Report &report);
+    ///@}
+
+    // ------------------------------------------------------------------ //
+    /// \name What became of them   (in the order of the former list, then what is new)
+    // ------------------------------------------------------------------ //
+    ///@{
+    const Entries &getEntries() const { return myEntries; }
+    int count(Fate fate) const;
+    /// Whether a value that was set is lost or changed.
+    bool hasLoss() const;
+    ///@}
+
+private:
+    class Run;
+
+    template <class Renew>
+    bool run(NOD_Node &node, const ZEL_Template *templates, double time, NOD_Report &report,
+             const Renew &renew);
+    std::string targetOf(const std::string &token) const;
+    bool checkRenames(NOD_Node &node, const ZEL_Template *templates, NOD_Report &report) const;
+
+    std::vector<std::pair<std::string, std::string>> myRenames;
+    Entries myEntries;
+};
