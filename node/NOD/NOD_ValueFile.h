@@ -76,6 +76,10 @@ public:
         NODE ///< all of the node, with the nodes below it, as text; paths of scripts as they are from `folder`
     };
 
+    /// By its word, such as `text`; false if there is none.
+    static bool findForm(std::string_view word, Form &form);
+    /// That of the file that was read; of a preset, which is none of them, that of a stream.
+    Form getForm() const;
     /// False, with an error, for what the form can't hold: a stream with such a name isn't written. A stream
     /// that refers to channels is a warning: they are in no stream.
     static bool save(NOD_Scene &scene, NOD_Node &node, Form form, std::ostream &os,

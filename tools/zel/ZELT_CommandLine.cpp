@@ -78,6 +78,12 @@ int ZELT_CommandLine::run(ZELT_Messages &messages) const
     return myCalled(myOptions, messages);
 }
 
+void ZELTaddList(CLI::App &command, const char *name, std::vector<std::string> &list,
+                 const char *what)
+{
+    addList(command, name, list, what);
+}
+
 void ZELTaddNode(CLI::App &command, ZELT_NodeCall &node)
 {
     command.add_option("FILE", node.file, "A dialog script, or a scene or node file")->required();

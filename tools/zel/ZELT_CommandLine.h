@@ -32,6 +32,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 class ZELT_CommandLine;
 class ZELT_Messages;
@@ -109,5 +111,8 @@ private:
     Run myCalled;
 };
 
+/// An option that may be given several times, with one value each.
+void ZELTaddList(CLI::App &command, const char *name, std::vector<std::string> &list,
+                 const char *what);
 /// The arguments and options of a command that works on a node: FILE, and its values and changes.
 void ZELTaddNode(CLI::App &command, ZELT_NodeCall &node);

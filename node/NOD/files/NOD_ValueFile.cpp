@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <ostream>
 #include <system_error>
 #include <utility>
@@ -353,6 +354,31 @@ bool NOD_ValueFile::applyNode(NOD_Node &node, NOD_Report &report) const
 // ---------------------------------------------------------------------- //
 // Out
 // ---------------------------------------------------------------------- //
+
+bool NOD_ValueFile::findForm(std::string_view word, Form &form)
+{
+    constexpr std::pair<std::string_view, Form> theForms[] = {{"text", Form::TEXT},
+                                                              {"binary", Form::BINARY},
+                                                              {"compact", Form::COMPACT},
+                                                              {"channels", Form::CHANNELS},
+                                                              {"node", Form::NODE}};
+    const auto *const found = std::find_if(std::begin(theForms), std::end(theForms),
+                                           [&](const auto &one) { return one.first == word; });
+    if (found != std::end(theForms)) {
+        form = found->second;
+    }
+    return found != std::end(theForms);
+}
+
+NOD_ValueFile::Form NOD_ValueFile::getForm() const
+{
+    switch (myKind) {
+    case NOD_FileKind::CHANNELS: return Form::CHANNELS;
+    case NOD_FileKind::NODE:
+    case NOD_FileKind::SCENE: return Form::NODE;
+    default: return isBinary() ? Form::BINARY : Form::TEXT;
+    }
+}
 
 bool NOD_ValueFile::save(NOD_Scene &scene, NOD_Node &node, Form form, std::ostream &os,
                          const std::string &folder, NOD_Report &report)

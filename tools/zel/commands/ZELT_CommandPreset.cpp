@@ -7,10 +7,16 @@
 #include "ZELT_Session.h"
 
 #include <KIT/KIT_String.h>
+#include <NOD/NOD_Node.h>
+#include <NOD/NOD_PresetText.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_Scene.h>
+#include <NOD/NOD_ValueFile.h>
 #include <STO/STO_Reader.h>
-#include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_PresetInfo.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <sstream>
 
@@ -23,21 +29,31 @@ struct Call
     std::string table;
     std::string opName;
     std::string name;
+    std::string newName;
     ZELT_NodeCall node;
-    std::string folder; ///< one of the search path; "": the first that may be written
-    std::string out;    ///< where the values are written; "": standard output
+    std::vector<std::string> only; ///< addresses of parameters; none: all
+    std::string folder;            ///< one of the search path; "": the first that may be written
+    std::string out = "-";         ///< where the values are written
+    std::string form = "text";
+    bool forceFlag = false;
 };
 
+using Existing = ZEL_PresetInfo::Existing;
+
 /// Where a preset is, for people.
-std::string placeOf(const Call &call)
+std::string placeOf(const Call &call, const std::string &name)
 {
-    return ZELTquote(call.name) + " of " + call.table + "/" + call.opName;
+    return ZELTquote(name) + " of " + call.table + "/" + call.opName;
 }
 
 int fail(const std::string &text, ZELT_Messages &messages)
 {
+    const int before = messages.getErrorCount();
     messages.takeErrors("");
-    messages.error("", text);
+    // What the library has reported needs no second message.
+    if (messages.getErrorCount() == before) {
+        messages.error("", text);
+    }
     return 1;
 }
 
@@ -46,19 +62,52 @@ int findPreset(ZEL_PresetInfo &presets, const Call &call, ZELT_Messages &message
 {
     const int index = presets.getPresetIndex(call.name.c_str());
     if (index < 0) {
-        fail("there is no preset " + placeOf(call), messages);
+        messages.takeErrors("");
+        messages.error("", "there is no preset " + placeOf(call, call.name));
     }
     return index;
 }
 
-/// The folders that presets may be saved in, for a message.
-std::string folderNames()
+std::string joined(const KIT_StringArray &texts)
 {
-    std::string names;
-    for (const KIT_String &dir : ZEL_PresetInfo::getValidSaveDirs()) {
-        names += (names.empty() ? "" : ", ") + dir.toStdString();
+    std::string line;
+    for (const KIT_String &text : texts) {
+        line += (line.empty() ? "" : ", ") + text.toStdString();
     }
-    return names.empty() ? "none of the search path" : names;
+    return line;
+}
+
+/// Why a folder takes no preset of that name, a sentence.
+std::string refusalOf(const Call &call, const std::string &name, const std::string &folder,
+                      ZEL_PresetInfo &presets)
+{
+    const KIT_StringArray &folders = ZEL_PresetInfo::getValidSaveDirs();
+    if (folder.empty()) {
+        return "no folder of the search path takes presets: " +
+               joined(ZEL_PresetInfo::explainSearchPath());
+    }
+    const std::string why = ZEL_PresetInfo::explainSaveDir(folder.c_str());
+    if (!why.empty()) {
+        return folder + " " + why +
+               "; presets are saved in: " + (folders.isEmpty() ? "no folder" : joined(folders));
+    }
+    if (!call.forceFlag && presets.hasPresetInDir(name.c_str(), folder.c_str())) {
+        return folder + " has one of that name; --force replaces it";
+    }
+    return "no path below " + folder + " can be made of " + call.table + " and " + call.opName;
+}
+
+int failToSave(const Call &call, const std::string &name, const std::string &folder,
+               ZEL_PresetInfo &presets, ZELT_Messages &messages)
+{
+    return fail("the preset " + placeOf(call, name) +
+                    " isn't saved: " + refusalOf(call, name, folder, presets),
+                messages);
+}
+
+Existing existingOf(const Call &call)
+{
+    return call.forceFlag ? Existing::REPLACE : Existing::REFUSE;
 }
 
 /// What was done to which preset, for people in one line.
@@ -75,34 +124,63 @@ void printDone(const char *done, const std::string &name, const std::string &pat
     }
 }
 
-std::string savedValues(ZELT_Session &session)
+// -------------------------------------------------------------------- //
+// Looking
+// -------------------------------------------------------------------- //
+
+using Rows = std::vector<std::vector<std::string>>;
+
+/// Rows as a table, or as an array of objects with the heading's words as keys.
+void printRows(const Rows &rows, const ZELT_Options &options)
 {
-    constexpr bool binary = false;
-    constexpr bool compact = false;
-    std::ostringstream os;
-    session.getParms().save(os, binary, compact);
-    return os.str();
+    if (!options.json) {
+        Rows printed = rows;
+        std::for_each(printed.begin() + 1, printed.end(),
+                      [](auto &row) { row[0] = ZELTquote(row[0]); });
+        std::cout << ZELTtable(printed);
+        return;
+    }
+    ZELT_Json json = ZELT_Json::array();
+    for (std::size_t i = 1; i < rows.size(); ++i) {
+        ZELT_Json one;
+        for (std::size_t k = 0; k < rows[i].size(); ++k) {
+            one[rows[0][k]] = rows[i][k];
+        }
+        json.push_back(one);
+    }
+    ZELTprintJson(json);
+}
+
+Rows presetRows(const Call &call)
+{
+    ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
+    Rows rows = {{"preset", "path"}};
+    for (int i = 0; i < presets.getNumPresets(); ++i) {
+        rows.push_back(
+            {presets.getPresetName(i).toStdString(), presets.getPresetPath(i).toStdString()});
+    }
+    return rows;
+}
+
+Rows nameRows(const char *heading, const KIT_StringArray &names)
+{
+    Rows rows = {{heading}};
+    for (const KIT_String &name : names) {
+        rows.push_back({name.toStdString()});
+    }
+    return rows;
 }
 
 int list(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
-    ZELT_Json json = ZELT_Json::array();
-    std::vector<std::vector<std::string>> rows = {{"preset", "path"}};
-    for (int i = 0; i < presets.getNumPresets(); ++i) {
-        const std::string name = presets.getPresetName(i).toStdString();
-        const std::string path = presets.getPresetPath(i).toStdString();
-        rows.push_back({ZELTquote(name), path});
-        ZELT_Json one;
-        one["name"] = name;
-        one["path"] = path;
-        json.push_back(one);
+    Rows rows = call.table.empty() ? nameRows("table", ZEL_PresetInfo::findTables())
+                : call.opName.empty()
+                    ? nameRows("type", ZEL_PresetInfo::findTypes(call.table.c_str()))
+                    : presetRows(call);
+    if (options.json && rows[0].size() > 1) {
+        rows[0][0] = "name";
     }
-    if (options.json) {
-        ZELTprintJson(json);
-    } else {
-        std::cout << ZELTtable(rows);
-    }
+    printRows(rows, options);
     messages.takeErrors("");
     return messages.hasErrors() ? 1 : 0;
 }
@@ -132,10 +210,52 @@ int show(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     return 0;
 }
 
+// -------------------------------------------------------------------- //
+// Applying and saving
+// -------------------------------------------------------------------- //
+
+/// The node without the values and changes of the call, which come after the preset.
+std::unique_ptr<ZELT_Session> openBare(const ZELT_NodeCall &node, ZELT_Messages &messages)
+{
+    ZELT_NodeCall bare = node;
+    bare.inputs = ZELT_Inputs();
+    std::unique_ptr<ZELT_Session> session = ZELT_Session::open(bare, messages);
+    return session && session->isOneNode(messages) ? std::move(session) : nullptr;
+}
+
+bool write(ZELT_Session &session, const Call &call, const ZELT_Options &options,
+           ZELT_Messages &messages)
+{
+    NOD_ValueFile::Form form = NOD_ValueFile::Form::TEXT;
+    NOD_ValueFile::findForm(call.form, form);
+    const bool jsonFlag = options.json && call.out == "-";
+    if (jsonFlag && (call.form == "binary" || call.form == "compact")) {
+        messages.error("", "JSON can't hold the binary form");
+        return false;
+    }
+    const std::string folder =
+        std::filesystem::absolute(call.out == "-" ? "." : call.out).parent_path().string();
+    NOD_Report report;
+    std::ostringstream os;
+    const bool saved =
+        NOD_ValueFile::save(session.getScene(), session.getNode(), form, os, folder, report);
+    messages.add(report);
+    if (!saved || report.hasErrors()) {
+        return false;
+    }
+    if (!jsonFlag) {
+        return ZELTwriteFile(call.out, os.str(), messages);
+    }
+    ZELT_Json json;
+    json["values"] = os.str();
+    ZELTprintJson(json);
+    return true;
+}
+
 int apply(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(call.node, messages);
-    if (!session || !session->isOneNode(messages)) {
+    const std::unique_ptr<ZELT_Session> session = openBare(call.node, messages);
+    if (!session) {
         return 1;
     }
     ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
@@ -143,86 +263,179 @@ int apply(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     if (index < 0) {
         return 1;
     }
-    const KIT_String path = presets.getPresetPath(index);
-    if (!session->getNode().loadPresetFile(path)) {
-        return fail("the preset " + placeOf(call) + " isn't loaded as a whole", messages);
-    }
-    messages.takeErrors(path.toStdString());
+    NOD_Node &node = session->getNode();
+    NOD_Report report;
+    const bool applied =
+        NODapplyPreset(node, presets.getPresetPath(index).toStdString(), call.only, report);
+    messages.add(report);
     session->growBlocks(session->getTime());
-    const std::string values = savedValues(*session);
-    if (!ZELTtakeFault(call.out, "", messages)) {
+    if (!applied || !ZELTapplyInputs(*session, call.node.inputs, session->getTime(), messages)) {
         return 1;
     }
-    if (!call.out.empty()) {
-        return ZELTwriteFile(call.out, values, messages) ? 0 : 1;
-    }
-    if (options.json) {
-        ZELT_Json json;
-        json["values"] = values;
-        ZELTprintJson(json);
-    } else {
-        std::cout << values;
-    }
-    return 0;
+    const bool written = write(*session, call, options, messages);
+    return written && ZELTtakeFault("", "", messages) ? 0 : 1;
 }
 
 int save(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(call.node, messages);
-    if (!session) {
+    if (!session || !session->isOneNode(messages)) {
+        return 1;
+    }
+    NOD_Report report;
+    std::ostringstream text;
+    const bool made = NODsavePreset(session->getNode(), call.only, text, report);
+    messages.add(report);
+    if (!made) {
         return 1;
     }
     ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
     const std::string folder = ZELTpresetFolder(call.folder);
-    if (!presets.savePresetToDir(&session->getParms(), call.name.c_str(), folder.c_str())) {
-        return fail("the preset " + placeOf(call) + " isn't saved in " + ZELTquote(folder) +
-                        "; presets are saved in: " + folderNames(),
-                    messages);
+    if (!presets.savePresetTextToDir(text.str(), call.name.c_str(), folder.c_str(),
+                                     existingOf(call))) {
+        return failToSave(call, call.name, folder, presets, messages);
     }
     messages.takeErrors("");
     printDone("saved", call.name, ZELTpresetPath(presets, call.name, folder), options);
     return 0;
 }
 
+// -------------------------------------------------------------------- //
+// Arranging
+// -------------------------------------------------------------------- //
+
+int copy(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
+{
+    ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
+    if (findPreset(presets, call, messages) < 0) {
+        return 1;
+    }
+    const std::string folder = ZELTpresetFolder(call.folder);
+    if (!presets.copyPresetToDir(call.name.c_str(), call.newName.c_str(), folder.c_str(),
+                                 existingOf(call))) {
+        return failToSave(call, call.newName, folder, presets, messages);
+    }
+    messages.takeErrors("");
+    printDone("copied to", call.newName, ZELTpresetPath(presets, call.newName, folder), options);
+    return 0;
+}
+
+/// The folder that is named, or the one of the search path in which the preset was found; "" if it is in none.
+std::string folderOf(ZEL_PresetInfo &presets, const Call &call)
+{
+    if (!call.folder.empty()) {
+        return call.folder;
+    }
+    const std::string path = ZELTpresetPath(presets, call.name, "");
+    const std::size_t place = path.rfind("/" + presets.getPresetFile().toStdString() + "?");
+    return place == std::string::npos ? "" : path.substr(0, place);
+}
+
+int rename(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
+{
+    ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
+    if (findPreset(presets, call, messages) < 0) {
+        return 1;
+    }
+    const std::string folder = folderOf(presets, call);
+    if (!presets.renamePresetInDir(call.name.c_str(), call.newName.c_str(), folder.c_str(),
+                                   existingOf(call))) {
+        const std::string why = !presets.hasPresetInDir(call.name.c_str(), folder.c_str()) &&
+                                        ZEL_PresetInfo::explainSaveDir(folder.c_str()).empty()
+                                    ? "it isn't in " + folder
+                                    : refusalOf(call, call.newName, folder, presets);
+        return fail("the preset " + placeOf(call, call.name) + " isn't renamed: " + why, messages);
+    }
+    messages.takeErrors("");
+    printDone("renamed to", call.newName, ZELTpresetPath(presets, call.newName, folder), options);
+    return 0;
+}
+
 int remove(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
-    const char *const folder = call.folder.empty() ? nullptr : call.folder.c_str();
+    if (findPreset(presets, call, messages) < 0) {
+        return 1;
+    }
+    const std::string folder = folderOf(presets, call);
     const std::string path = ZELTpresetPath(presets, call.name, call.folder);
-    if (!presets.deletePresetFromDir(call.name.c_str(), folder)) {
-        return fail("the preset " + placeOf(call) +
-                        " isn't deleted; presets are deleted in: " + folderNames(),
-                    messages);
+    if (!presets.deletePresetFromDir(call.name.c_str(), folder.c_str())) {
+        const std::string why = folder.empty() ? "it is in no folder of the search path"
+                                : !ZEL_PresetInfo::explainSaveDir(folder.c_str()).empty()
+                                    ? refusalOf(call, call.name, folder, presets)
+                                    : "it isn't in " + folder;
+        return fail("the preset " + placeOf(call, call.name) + " isn't deleted: " + why, messages);
     }
     messages.takeErrors("");
     printDone("deleted", call.name, path, options);
     return 0;
 }
 
-/// A command on the presets of a node type.
-ZELT_CommandLine::Added<Call> add(ZELT_CommandLine &line, CLI::App &group, const char *name,
-                                  const char *what, const char *example,
-                                  ZELT_CommandLine::Function<Call> function)
+// -------------------------------------------------------------------- //
+// Calls
+// -------------------------------------------------------------------- //
+
+using Added = ZELT_CommandLine::Added<Call>;
+
+/// A command on one preset of a node type.
+Added addNamed(ZELT_CommandLine &line, CLI::App &group, const char *name, const char *what,
+               const char *example, ZELT_CommandLine::Function<Call> function)
 {
-    const auto added = line.addTo(group, name, what, example, function);
+    const Added added = line.addTo(group, name, what, example, function);
     added.command.add_option("TABLE", added.call.table, "The family of node types")->required();
     added.command.add_option("OPNAME", added.call.opName, "The node type")->required();
-    return added;
-}
-
-/// The same on one preset.
-ZELT_CommandLine::Added<Call> addNamed(ZELT_CommandLine &line, CLI::App &group, const char *name,
-                                       const char *what, const char *example,
-                                       ZELT_CommandLine::Function<Call> function)
-{
-    const auto added = add(line, group, name, what, example, function);
     added.command.add_option("NAME", added.call.name, "The preset")->required();
     return added;
 }
 
-void addFolder(const ZELT_CommandLine::Added<Call> &added)
+void addFolder(const Added &added)
 {
     added.command.add_option("--dir", added.call.folder, "A folder of the search path");
+}
+
+void addForce(const Added &added)
+{
+    added.command.add_flag("--force", added.call.forceFlag, "Replaces one of that name");
+}
+
+void addOnly(const Added &added)
+{
+    ZELTaddList(added.command, "--only", added.call.only,
+                "Only these parameters: tokens, or patterns of them");
+}
+
+/// One that makes a preset of another.
+void addArranging(ZELT_CommandLine &line, CLI::App &group, const char *name, const char *what,
+                  const char *example, ZELT_CommandLine::Function<Call> function)
+{
+    const Added added = addNamed(line, group, name, what, example, function);
+    added.command.add_option("NEWNAME", added.call.newName, "The new name")->required();
+    addFolder(added);
+    addForce(added);
+}
+
+void addApply(ZELT_CommandLine &line, CLI::App &group)
+{
+    const Added added =
+        addNamed(line, group, "apply", "Load one, then the changes; print the values",
+                 "zel preset apply Node light Night examples/light.ds", apply);
+    ZELTaddNode(added.command, added.call.node);
+    addOnly(added);
+    added.command.add_option("-o,--out", added.call.out, "A file for the values");
+    added.command.add_option("--as", added.call.form, "text, binary, compact, channels or node")
+        ->check(CLI::IsMember({"text", "binary", "compact", "channels", "node"}));
+}
+
+void addSave(ZELT_CommandLine &line, CLI::App &group)
+{
+    const Added added = addNamed(
+        line, group, "save", "Save values as one",
+        "zel preset save Node light Night examples/light.ds --values examples/light_night.parms",
+        save);
+    ZELTaddNode(added.command, added.call.node);
+    addOnly(added);
+    addFolder(added);
+    addForce(added);
 }
 
 } // namespace
@@ -231,22 +444,18 @@ void ZELTaddPreset(ZELT_CommandLine &line)
 {
     CLI::App &group = line.addGroup("preset", "Presets on the search path (ZEL_PATH)",
                                     "zel preset list Node light");
-    add(line, group, "list", "List them by name", "zel preset list Node light", list);
+    const Added listed = line.addTo(group, "list", "List tables, their types, or presets by name",
+                                    "zel preset list Node light", list);
+    listed.command.add_option("TABLE", listed.call.table, "The family of node types");
+    listed.command.add_option("OPNAME", listed.call.opName, "The node type");
+    addSave(line, group);
     addNamed(line, group, "show", "Print the text of one", "zel preset show Node light Night",
              show);
-
-    const auto applied = addNamed(line, group, "apply", "Load one and print the values",
-                                  "zel preset apply Node light Night examples/light.ds", apply);
-    ZELTaddNode(applied.command, applied.call.node);
-    applied.command.add_option("--out", applied.call.out, "A file for the values, as text");
-
-    const auto saved = addNamed(
-        line, group, "save", "Save values as one",
-        "zel preset save Node light Night examples/light.ds --values examples/light_night.parms",
-        save);
-    ZELTaddNode(saved.command, saved.call.node);
-    addFolder(saved);
-
+    addApply(line, group);
+    addArranging(line, group, "copy", "Save one under another name",
+                 "zel preset copy Node light Night Dusk", copy);
+    addArranging(line, group, "rename", "Rename one", "zel preset rename Node light Dusk Dawn",
+                 rename);
     addFolder(addNamed(line, group, "delete", "Delete one", "zel preset delete Node light Night",
                        remove));
 }
