@@ -75,6 +75,10 @@ public:
     /// A text to write instead of all parameters; null or "" for none.
     void setParmDSOverride(const char *text) { myParmOverride.harden(text); }
 
+    /// A text to write in the header in place of the time, so that every run writes the same; null for
+    /// the time.
+    void setStamp(const char *text) { myStamp.harden(text); }
+
     // ---------------------------------------------------------------- //
     /// \name Pieces
     // ---------------------------------------------------------------- //
@@ -97,6 +101,7 @@ protected:
     KIT_String myCreatorName;
     std::ostream *myOutput = nullptr;
     KIT_String myParmOverride;
+    KIT_String myStamp; ///< unset: the time
 
 private:
     void endOutput();

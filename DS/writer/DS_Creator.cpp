@@ -6,6 +6,7 @@
 #include <DS/DS_SelectorBinding.h>
 #include <DS/writer/DS_CreatorPrivate.h>
 
+#include <algorithm>
 #include <ctime>
 #include <ostream>
 #include <string>
@@ -22,6 +23,15 @@ std::string commentText(const char *text)
         safe.insert(at + 1, " ");
     }
     return safe;
+}
+
+/// The same in one line.
+std::string lineText(const char *text)
+{
+    std::string line = commentText(text);
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    return line;
 }
 
 /// Calls for each line; a line feed at the end doesn't start another line.
@@ -66,7 +76,7 @@ DS_Creator::DS_Creator(DS_ParmReader &reader, const char *creator)
 
 DS_Creator::DS_Creator(const DS_Creator &other)
     : myReader(other.myReader), myCreatorName(other.myCreatorName),
-      myParmOverride(other.myParmOverride)
+      myParmOverride(other.myParmOverride), myStamp(other.myStamp)
 {}
 
 DS_Creator::~DS_Creator()
@@ -98,12 +108,13 @@ void DS_Creator::writeHeader(const char *creator, const char *source)
         return;
     }
     const std::time_t now = std::time(nullptr);
-    const char *const text = std::ctime(&now);
+    const char *const clock = std::ctime(&now);
+    const std::string text = myStamp ? lineText(myStamp) + "\n" : clock ? clock : "\n";
     *myOutput << "/*\n"
               << " * Velmora Dialog Script generated automatically\n"
               << " * by " << commentText(creator) << " from source file " << commentText(source)
               << "\n"
-              << " * Generated: " << (text ? text : "\n") << " */\n\n";
+              << " * Generated: " << text << " */\n\n";
 }
 
 void DS_Creator::writeTrailer(const char *, const char *) {}

@@ -33,3 +33,7 @@ class ZEL_Template;
 /// empty.
 NOD_API int NODcheckInterface(const ZEL_Template *templates, NOD_Report &report,
                               KIT_ErrorSeverity severity = KIT_ERROR_WARNING);
+/// Menus whose script has no language, for applications without a command language: they are empty, and nothing
+/// else says why.
+NOD_API int NODcheckMenuScripts(const ZEL_Template *templates, NOD_Report &report,
+                                KIT_ErrorSeverity severity = KIT_ERROR_WARNING);

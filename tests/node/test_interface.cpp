@@ -587,7 +587,7 @@ TEST(NodeInterface, FaultsHaveTheirParameter)
         {parm("name a#"),
          "a#: a # in the token means an item's number, and no block is around it\n"},
         {parm("name \"a b\"") + parm("name \"a c\" baseparm"),
-         "a b: no text stream can hold a parameter of this token\n"},
+         "a b: The text form cannot hold the name, so its value is left out; the binary form can: a b\n"},
         {parm("name a range { 0! 1 } default { -1 }") + parm("name b range { 0 1 } default { 2 }") +
              parm("name c type vector range { 0 1! } default { 0 1 2 }") +
              "multiparm { name d range { 1! 4! } default 5 }",

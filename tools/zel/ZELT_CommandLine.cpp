@@ -1,9 +1,12 @@
 #include "ZELT_CommandLine.h"
 
 #include "ZELT_Messages.h"
+#include "ZELT_Nearest.h"
 #include "ZELT_Session.h"
 
 #include <TRK/TRK_EvalContext.h>
+
+#include <algorithm>
 
 namespace
 {
@@ -18,6 +21,62 @@ constexpr void (*theCommands[])(ZELT_CommandLine &line) = {
 std::string exampleText(const char *example)
 {
     return std::string("Example:\n  ") + example;
+}
+
+std::vector<std::string> commandNames(const CLI::App &app)
+{
+    std::vector<std::string> names;
+    for (const CLI::App *command : app.get_subcommands({})) {
+        names.push_back(command->get_name());
+    }
+    return names;
+}
+
+std::vector<std::string> optionNames(const CLI::App &app)
+{
+    std::vector<std::string> names;
+    for (const CLI::Option *option : app.get_options()) {
+        for (const std::string &name : option->get_lnames()) {
+            names.push_back("--" + name);
+        }
+        for (const std::string &name : option->get_snames()) {
+            names.push_back("-" + name);
+        }
+    }
+    return names;
+}
+
+bool isOneOf(const std::string &word, const std::vector<std::string> &words)
+{
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+/// What the first word is that no command has: a command or an option. "" if there is none.
+std::string findUnknown(const CLI::App &app, const std::vector<std::string> &words)
+{
+    const CLI::App *at = &app;
+    std::string path;
+    for (std::size_t i = 0; i < words.size() && words[i] != "--"; ++i) {
+        const std::string word = words[i].substr(0, words[i].find('='));
+        const std::vector<std::string> commands = commandNames(*at);
+        if (word.size() > 1 && word[0] == '-') {
+            const std::vector<std::string> options = optionNames(*at);
+            const bool togetherFlag = word[1] != '-' && isOneOf(word.substr(0, 2), options);
+            if (!isOneOf(word, options) && !togetherFlag) {
+                return "zel" + path + " has no option " + word + ZELTdidYouMean(word, options);
+            }
+            const CLI::Option *const option = at->get_option_no_throw(word);
+            i += option && option->get_items_expected_min() > 0 &&
+                 words[i].find('=') == std::string::npos;
+        } else if (!commands.empty()) {
+            if (!isOneOf(word, commands)) {
+                return "there is no command" + path + " " + word + ZELTdidYouMean(word, commands);
+            }
+            at = at->get_subcommand(word);
+            path += " " + word;
+        }
+    }
+    return "";
 }
 
 /// Without the limit an option would take the words after its value too: each takes exactly one.
@@ -67,7 +126,8 @@ std::optional<int> ZELT_CommandLine::parse(int argc, char **argv, ZELT_Messages 
         myApp.exit(asked);
         return 0;
     } catch (const CLI::ParseError &fault) {
-        messages.error("", std::string(fault.what()) + " (see --help)");
+        const std::string unknown = findUnknown(myApp, {argv + 1, argv + argc});
+        messages.error("", (unknown.empty() ? fault.what() : unknown) + " (see --help)");
         return theWrongCall;
     }
 }

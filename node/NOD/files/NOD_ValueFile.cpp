@@ -234,7 +234,8 @@ bool NOD_ValueFile::apply(NOD_Node &node, NOD_Report &report) const
 
 bool NOD_ValueFile::applyStream(NOD_Node &node) const
 {
-    KIT_IStream is = streamOf(myBytes, isBinary() ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+    KIT_IStream is(myBytes.data(), myBytes.size(),
+                   isBinary() ? KIT_IStream::BINARY : KIT_IStream::TEXT);
     return myKind == NOD_FileKind::CHANNELS ? node.loadChannels(is)
                                             : node.getParms().load(is, myName.c_str(), nullptr);
 }

@@ -1,6 +1,7 @@
 #include <NOD/NOD_InterfaceCheck.h>
 
 #include <KIT/KIT_Digits.h>
+#include <KIT/KIT_MessageCatalogue.h>
 #include <KIT/KIT_Regex.h>
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_Report.h>
@@ -10,6 +11,7 @@
 #include <ZEL/ZEL_ConditionalSwitcher.h>
 #include <ZEL/ZEL_InstanceString.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmTypes.h>
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
@@ -226,7 +228,14 @@ void Check::checkToken(const Placed &at)
     std::string item = at.pattern;
     std::replace(item.begin(), item.end(), '#', '1');
     if (!ZEL_ParmList::isTextName(KIT_StringRef(item.c_str()))) {
-        fault(at, "no text stream can hold a parameter of this token");
+        myReport.add({mySeverity,
+                      {},
+                      0,
+                      token,
+                      KITformatMessage(ZEL_ERROR_CATEGORY, ZEL_ERR_TEXT_NAME, item.c_str()),
+                      ZEL_ERROR_CATEGORY,
+                      ZEL_ERR_TEXT_NAME});
+        ++myFaults;
     }
     if (const int marks = countMarks(token); marks != at.depth) {
         fault(at, at.depth == 0
@@ -396,7 +405,10 @@ void Check::checkCondition(const Placed &at, const ZEL_ConditionalBase *base)
                 const std::string place = std::string(ZEL_Conditional::getName(type, false)) + ": ";
                 const KIT_String &left = group.getControlParms()(j);
                 if (left.lastChar() != ')' && !isKnown(at, left.toStdString())) {
-                    fault(at, place + "there is no parameter " + left.toStdString());
+                    fault(at, place + "there is no parameter " + left.toStdString() +
+                                  (isWord(left.view(), false)
+                                       ? ""
+                                       : "; an expression is one that ends in a parenthesis"));
                 }
                 const ZEL_ConditionalOperator op = group.getOperators()(j);
                 if (op == ZEL_CONDOP_MATCH || op == ZEL_CONDOP_NOMATCH) {
@@ -453,4 +465,29 @@ void Check::checkFolders(const Placed &at)
 int NODcheckInterface(const ZEL_Template *templates, NOD_Report &report, KIT_ErrorSeverity severity)
 {
     return Check(report, severity).run(templates);
+}
+
+int NODcheckMenuScripts(const ZEL_Template *templates, NOD_Report &report,
+                        KIT_ErrorSeverity severity)
+{
+    int faults = 0;
+    for (const ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
+        const ZEL_ChoiceList *const menu = at->getChoiceListPtr();
+        if (menu && menu->getScript().isstring() &&
+            menu->getScriptLanguage() == TRK_SCRIPT_COMMAND) {
+            report.add({severity,
+                        {},
+                        0,
+                        at->getToken() ? at->getToken() : "",
+                        "the menu stays empty: its script is in no language that is known here; "
+                        "`language python` says it is Python",
+                        {},
+                        0});
+            ++faults;
+        }
+        if (at->isMultiType() && !at->isRampType()) {
+            faults += NODcheckMenuScripts(at->getMultiParmTemplate(), report, severity);
+        }
+    }
+    return faults;
 }

@@ -5,6 +5,8 @@
 #include "ZELT_Script.h"
 
 #include <KIT/KIT_MessageCatalogue.h>
+#include <NOD/NOD_InterfaceCheck.h>
+#include <NOD/NOD_Report.h>
 #include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -14,9 +16,9 @@
 #include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_Template.h>
 
-#include <algorithm>
 #include <iostream>
 #include <unordered_map>
+#include <utility>
 
 namespace
 {
@@ -128,6 +130,18 @@ void NameCheck::tell(const ZEL_Template &at, int code, const std::string &name)
                    KITformatMessage(ZEL_ERROR_CATEGORY, code, name.c_str()));
 }
 
+void tellMenuFaults(const NOD_Interface &script, const std::string &file, ZELT_Messages &messages)
+{
+    NOD_Report faults;
+    NODcheckMenuScripts(script.getTemplates(), faults);
+    NOD_Report report;
+    for (NOD_Message message : faults.getMessages()) {
+        message.file = file;
+        report.add(std::move(message));
+    }
+    messages.add(report);
+}
+
 int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     ZELT_Json results = ZELT_Json::array();
@@ -138,6 +152,7 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         good = good && script;
         if (script) {
             const NameCheck names(*script, file, messages);
+            tellMenuFaults(*script, file, messages);
         }
         if (options.json) {
             ZELT_Json result;

@@ -285,11 +285,16 @@ int drawRamp(const Call &call, const ZELT_Options &options, ZELT_Messages &messa
     const std::string picture =
         parm->isRampTypeColor() ? drawBand(call.token, ramp) : drawCurve(call.token, ramp);
     messages.takeErrors("");
-    if (messages.hasErrors() || !ZELTwriteFile(call.svg, picture, messages)) {
+    const bool inJsonFlag = options.json && call.svg == "-"; // one document
+    if (messages.hasErrors() || !(inJsonFlag || ZELTwriteFile(call.svg, picture, messages))) {
         return 1;
     }
     if (options.json) {
-        ZELTprintJson(asJson(*parm, ramp));
+        ZELT_Json json = asJson(*parm, ramp);
+        if (inJsonFlag) {
+            json["svg"] = picture;
+        }
+        ZELTprintJson(json);
     }
     return 0;
 }
@@ -304,5 +309,6 @@ void ZELTaddRamp(ZELT_CommandLine &line)
                  drawRamp);
     ZELTaddNode(command, call.node);
     command.add_option("TOKEN", call.token, "The ramp")->required();
-    command.add_option("--svg", call.svg, "The picture to write")->required();
+    command.add_option("--svg", call.svg, "The picture to write; - for standard output")
+        ->required();
 }

@@ -1,0 +1,12 @@
+/// \file ZELT_Nearest.h
+/// The word that somebody may have meant.
+///
+/// Threads:    any.
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// `; did you mean NAME?` with the one of the words that is nearest, a letter more, less or other in each three;
+/// "" if none is near.
+std::string ZELTdidYouMean(const std::string &word, const std::vector<std::string> &words);
