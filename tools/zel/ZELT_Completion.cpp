@@ -93,7 +93,7 @@ std::string pathCases(const std::vector<Place> &places, const char *indent)
     std::string text;
     for (const Place &place : places) {
         if (!place.path.empty()) {
-            text += indent + quoted(place.path) + ") path=" + quoted(place.path) + " ;;\n";
+            text += indent + quoted(place.path) + ") place=" + quoted(place.path) + " ;;\n";
         }
     }
     return text;
@@ -111,7 +111,7 @@ std::string valueCases(const std::vector<Place> &places, const char *indent)
         for (const Word &option : place.options) {
             if (option.takesValueFlag) {
                 text += indent + quoted(place.path + " " + option.text) +
-                        ") words=" + quoted(option.values) + " known=1 ;;\n";
+                        ") found=" + quoted(option.values) + " known=1 ;;\n";
             }
         }
     }
@@ -123,10 +123,33 @@ std::string wordCases(const std::vector<Place> &places, const char *indent)
     std::string text;
     for (const Place &place : places) {
         text += indent + quoted(place.path) + ") options=" + quoted(joined(place.options)) +
-                " words=" + quoted(place.commands.empty() ? place.values : joined(place.commands)) +
+                " found=" + quoted(place.commands.empty() ? place.values : joined(place.commands)) +
                 " ;;\n";
     }
     return text;
+}
+
+/// What bash and zsh have in common: the word that is typed is number `last` of `line`, the first of which is
+/// number `first`; `found` is set to the words that may be there.
+std::string search(const std::vector<Place> &places, const char *first)
+{
+    return "    local place= found= options= known= i\n"
+           "    for ((i = " +
+           std::string(first) +
+           "; i < last; i++)); do\n"
+           "        case \"$place ${line[i]}\" in\n" +
+           pathCases(places, "            ") +
+           "        esac\n"
+           "    done\n"
+           "    case \"$place ${line[last - 1]}\" in\n" +
+           valueCases(places, "        ") +
+           "    esac\n"
+           "    if [[ -z $known ]]; then\n"
+           "        case \"$place\" in\n" +
+           wordCases(places, "            ") +
+           "        esac\n"
+           "        [[ ${line[last]} == -* ]] && found=\"$options\"\n"
+           "    fi\n";
 }
 
 std::string bashScript(const std::vector<Place> &places)
@@ -134,22 +157,9 @@ std::string bashScript(const std::vector<Place> &places)
     return "# zel(1): completion for bash.\n"
            "_zel()\n"
            "{\n"
-           "    local current=\"${COMP_WORDS[COMP_CWORD]}\" path= words= options= known= i\n"
-           "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
-           "        case \"$path ${COMP_WORDS[i]}\" in\n" +
-           pathCases(places, "            ") +
-           "        esac\n"
-           "    done\n"
-           "    case \"$path ${COMP_WORDS[COMP_CWORD - 1]}\" in\n" +
-           valueCases(places, "        ") +
-           "    esac\n"
-           "    if [[ -z $known ]]; then\n"
-           "        case \"$path\" in\n" +
-           wordCases(places, "            ") +
-           "        esac\n"
-           "        [[ $current == -* ]] && words=\"$options\"\n"
-           "    fi\n"
-           "    COMPREPLY=($(compgen -W \"$words\" -- \"$current\"))\n"
+           "    local last=$COMP_CWORD line=(\"${COMP_WORDS[@]}\")\n" +
+           search(places, "1") +
+           "    COMPREPLY=($(compgen -W \"$found\" -- \"${line[last]}\"))\n"
            "}\n"
            "complete -o bashdefault -o default -F _zel zel\n";
 }
@@ -158,32 +168,19 @@ std::string zshScript(const std::vector<Place> &places)
 {
     return "#compdef zel\n"
            "# zel(1): completion for zsh.\n"
-           "local current=\"${words[CURRENT]}\" path_words= found= options= known= i\n"
-           "local -a line\n"
-           "line=(\"${words[@]}\")\n"
-           "() {\n"
-           "    local path= words=\n"
-           "    for ((i = 2; i < CURRENT; i++)); do\n"
-           "        case \"$path ${line[i]}\" in\n" +
-           pathCases(places, "            ") +
-           "        esac\n"
-           "    done\n"
-           "    case \"$path ${line[CURRENT - 1]}\" in\n" +
-           valueCases(places, "        ") +
-           "    esac\n"
-           "    if [[ -z $known ]]; then\n"
-           "        case \"$path\" in\n" +
-           wordCases(places, "            ") +
-           "        esac\n"
-           "        [[ $current == -* ]] && words=\"$options\"\n"
+           "_zel()\n"
+           "{\n"
+           "    local last=$CURRENT\n"
+           "    local -a line\n"
+           "    line=(\"${words[@]}\")\n" +
+           search(places, "2") +
+           "    if [[ -n $found ]]; then\n"
+           "        compadd -- ${=found}\n"
+           "    else\n"
+           "        _files\n"
            "    fi\n"
-           "    found=\"$words\"\n"
            "}\n"
-           "if [[ -n $found ]]; then\n"
-           "    compadd -- ${=found}\n"
-           "else\n"
-           "    _files\n"
-           "fi\n";
+           "_zel \"$@\"\n";
 }
 
 std::string fishScript(const std::vector<Place> &places)

@@ -130,12 +130,17 @@ void NameCheck::tell(const ZEL_Template &at, int code, const std::string &name)
                    KITformatMessage(ZEL_ERROR_CATEGORY, code, name.c_str()));
 }
 
-void tellMenuFaults(const NOD_Interface &script, const std::string &file, ZELT_Messages &messages)
+/// Tells what is wrong with what a script describes, though it can be read.
+void tellFaults(const NOD_Interface &script, const std::string &file, ZELT_Messages &messages)
 {
     NOD_Report faults;
+    NODcheckInterface(script.getTemplates(), faults);
     NODcheckMenuScripts(script.getTemplates(), faults);
     NOD_Report report;
     for (NOD_Message message : faults.getMessages()) {
+        if (message.category == ZEL_ERROR_CATEGORY && message.code == ZEL_ERR_TEXT_NAME) {
+            continue; // told with its line
+        }
         message.file = file;
         report.add(std::move(message));
     }
@@ -152,7 +157,7 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         good = good && script;
         if (script) {
             const NameCheck names(*script, file, messages);
-            tellMenuFaults(*script, file, messages);
+            tellFaults(*script, file, messages);
         }
         if (options.json) {
             ZELT_Json result;

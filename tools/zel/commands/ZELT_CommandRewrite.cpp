@@ -79,7 +79,7 @@ void ZELTaddRewrite(ZELT_CommandLine &line)
 {
     const auto [command, call] =
         line.add("rewrite", "Write a script anew, as the library writes scripts",
-                 "zel rewrite examples/NONE.ds --stamp first", rewrite);
+                 "zel rewrite examples/light.ds --stamp first", rewrite);
     command.add_option("FILE", call.file, "A dialog script")->required();
     command.add_option("--stamp", call.stamp, "A text for the comment, in place of the time");
 }
