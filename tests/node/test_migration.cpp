@@ -123,8 +123,8 @@ TEST_F(Migration, TellsWhatBecomesOfEachValue)
         "carried strength2 as push2 0.5\n"
         "carried jets2 1\n"
         "carried angle2_1 30\n"
-        "new drag 0.1\n"
-        "new seed \"s\"\n");
+        "new seed \"s\"\n"
+        "new drag 0.1\n");
     EXPECT_TRUE(migration.hasLoss());
     EXPECT_EQ(migration.count(NOD_Migration::Fate::CHANGED), 4);
     EXPECT_TRUE(node.getParms().getParmPtr("speed")->getLockedFlag(0));
@@ -140,14 +140,15 @@ TEST_F(Migration, TellsWhatBecomesOfEachValue)
 /// parameter of the interface.
 TEST_F(Migration, NamesThatMeanSomethingElseNow)
 {
-    NOD_Node &node = add("{ parm { name a type float } parm { name b type float default { 2 } }"
-                         "  parm { name c type float default { 3 } } parm { name d type float } }",
-                         {"a=10", "c=30", "d=40"});
-    const auto extra = NOD_Interface::fromText("{ parm { name gain type float } }", "x", report);
+    NOD_Node &node =
+        add("{ name r parm { name a type float } parm { name b type float default { 2 } }"
+            "  parm { name c type float default { 3 } } parm { name d type float } }",
+            {"a=10", "c=30", "d=40"});
+    const auto extra = NOD_Interface::fromText("parm { name gain type float }", "x", report);
     node.setSpareParms(extra);
     NOD_TextEdit(node, 0.0, report).assign("gain=7");
     EXPECT_EQ(migrate(node,
-                      "{ parm { name a type float default { 2 } } parm { name b type float }"
+                      "{ name r parm { name a type float default { 2 } } parm { name b type float }"
                       "  parm { name c type float default { 3 } } parm { name e type float }"
                       "  parm { name level type float } }",
                       {"a=b", "b=a", "c=e", "gain=level"}),
@@ -155,11 +156,13 @@ TEST_F(Migration, NamesThatMeanSomethingElseNow)
               "lost d 40: there is none now\ncarried gain as level 7\nnew c 3\n");
     EXPECT_TRUE(node.getSpareParms().getDescriptions().empty());
 
-    NOD_Node &other = add("{ parm { name a type float } parm { name b type float } }", {"b=5"});
+    NOD_Node &other =
+        add("{ name r parm { name a type float } parm { name b type float } }", {"b=5"});
     NOD_TextEdit(other, 0.0, report).assignExpression("a=ch(\"b\")");
     migration = NOD_Migration();
-    EXPECT_EQ(migrate(other, "{ parm { name a type float } parm { name x type float } }", {"b=x"}),
-              "changed a 5 -> 0!: its evaluation fails now\ncarried b as x 5\n");
+    EXPECT_EQ(
+        migrate(other, "{ name r parm { name a type float } parm { name x type float } }", {"b=x"}),
+        "changed a 5 -> 0!: its evaluation fails now\ncarried b as x 5\n");
 
     const std::pair<std::initializer_list<const char *>, const char *> faults[] = {
         {{"nothing=a"}, "nothing: is to be renamed, but there is no parameter of that name\n"},
@@ -172,8 +175,8 @@ TEST_F(Migration, NamesThatMeanSomethingElseNow)
         {{"=a"}, "a rename has no name\n"}};
     for (const auto &[renames, expected] : faults) {
         migration = NOD_Migration();
-        const std::string found = migrate(add("{ parm { name a type float } }", {}),
-                                          "{ parm { name b type float } }", renames);
+        const std::string found = migrate(add("{ name r parm { name a type float } }", {}),
+                                          "{ name r parm { name b type float } }", renames);
         EXPECT_EQ(found.substr(0, std::string(expected).size()), expected);
     }
     migration = NOD_Migration();
@@ -248,17 +251,17 @@ TEST_F(Migration, PresetsOfSomeParameters)
 TEST_F(Migration, DifferencesOfScripts)
 {
     const auto from = NOD_Interface::fromText(
-        "{ parm { name a type float default { 1 } } // why\n parm { name \"//b\" type int }\n"
+        "{ name r parm { name a type float default { 1 } } // why\n parm { name \"//b\" type int }\n"
         "  multiparm { name m parm { name x# type float } parm { name y# type float } } }",
         "from", report);
     const auto to = NOD_Interface::fromText(
         "/*\n * Velmora Dialog Script generated automatically\n */\n"
-        "{ parm { name a type float } multiparm { name m parm { name y# type float } }\n"
+        "{ name r parm { name a type float } multiparm { name m parm { name y# type float } }\n"
         "} // End of Group: x\n",
         "to", report);
     NOD_Report told;
     EXPECT_EQ(NODcompareInterfaces(*from, *to, told), 4);
-    EXPECT_EQ(told.asText(), "comments are left out\na: default 1 is 0, not 1\n"
+    EXPECT_EQ(told.asText(), "comments are left out\na: default 1 is missing: 1\n"
                              "//b: there is no parameter of that name\n"
                              "x#: there is no parameter of that name\n");
     told.clear();
