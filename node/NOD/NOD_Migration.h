@@ -8,8 +8,8 @@
 ///         for (const NOD_Migration::Entry &entry : migration.getEntries()) ...
 ///
 /// Vocabulary: *rename* = a token of the former interface, and what it is called in the present one; with a
-///             `#` for each number in the tokens of items. *at its default* = never set: it begins from
-///             the present default, as NOD_Node::renewParms has it.
+///             `#` for each number in the tokens of items. *at its default* = never set nor locked: it
+///             begins from the present default, as NOD_Node::renewParms has it.
 /// Units:      values are those at a time, in seconds.
 /// Ownership:  owns its texts.
 /// Threads:    the thread that changes the tree, while nothing evaluates.
@@ -18,7 +18,7 @@
 /// Cost:       linear in the node; with renames that of a copy of it.
 ///
 /// What renewParms does, and in addition: what is renamed goes over with channels, locks and aliases, a block
-/// with its items; an entry of a menu is found by its token, wherever it is in the new menu. What expressions
+/// with its items; a locked parameter keeps lock and value, also one at its default; an entry of a menu is found by its token, wherever it is in the new menu. What expressions
 /// say of names stays as it is written: one that reads a name that is gone fails, and is then told as changed.
 #pragma once
 

@@ -34,6 +34,7 @@ constexpr const char *theFormer = R"({ name rig
   parm { name mode type ordinal menu { "a" "A" "b" "B" } }
   parm { name shape type string default { "box" } menu { "box" "B" "ball" "L" } }
   parm { name note type string default { "none" } }
+  parm { name held type float default { 3 } }
   parm { name gone type string default { "never set" } }
   multiparm { name forces parm { name strength# type float default { 1 } }
     multiparm { name jets# parm { name angle#_# type float } } } })";
@@ -47,6 +48,7 @@ constexpr const char *thePresent = R"({ name rig
   parm { name kind type ordinal menu { "area" "A" "point" "P" "spot" "S" } }
   parm { name mode type ordinal menu { "a" "A" "c" "C" } }
   parm { name shape type string default { "box" } menu { "box" "B" "cone" "C" } }
+  parm { name held type float default { 4 } }
   parm { name drag type float default { 0.1 } }
   multiparm { name fields parm { name push# type float default { 1 } }
     multiparm { name jets# parm { name angle#_# type float } } } })";
@@ -101,7 +103,9 @@ TEST_F(Migration, TellsWhatBecomesOfEachValue)
     NOD_TextEdit edit(node, 0.0, report);
     EXPECT_TRUE(edit.assignKey("rate@0=1") && edit.assignKey("rate@2=9"));
     EXPECT_TRUE(edit.assignExpression("t:0=ch(\"rate\") * 2"));
-    node.getParms().getParmPtr("speed")->setLockedFlag(0, true);
+    for (const char *locked : {"speed", "held"}) {
+        node.getParms().getParmPtr(locked)->setLockedFlag(0, true);
+    }
     const std::string before = contents(node);
     const std::size_t steps = scene.getUndo().getUndoCount();
 
@@ -116,6 +120,7 @@ TEST_F(Migration, TellsWhatBecomesOfEachValue)
         "changed mode b -> c: b is no entry of the menu now\n"
         "changed shape \"ball\" -> \"ball\": \"ball\" is no entry of the menu now\n"
         "lost note \"slow\": there is none now\n"
+        "carried held 3\n"
         "lost gone \"never set\" (its default): there is none now\n"
         "carried forces as fields 2\n"
         "carried strength1 as push1 1\n"
@@ -128,6 +133,7 @@ TEST_F(Migration, TellsWhatBecomesOfEachValue)
     EXPECT_TRUE(migration.hasLoss());
     EXPECT_EQ(migration.count(NOD_Migration::Fate::CHANGED), 4);
     EXPECT_TRUE(node.getParms().getParmPtr("speed")->getLockedFlag(0));
+    EXPECT_TRUE(node.getParms().getParmPtr("held")->getLockedFlag(0));
     EXPECT_EQ(node.getParms().getParmPtr("power")->getChannelCount(), 1);
     EXPECT_EQ(node.getChannels().entries(), 2);
     EXPECT_EQ(scene.getUndo().getUndoCount(), steps + 1);
@@ -163,6 +169,12 @@ TEST_F(Migration, NamesThatMeanSomethingElseNow)
     EXPECT_EQ(
         migrate(other, "{ name r parm { name a type float } parm { name x type float } }", {"b=x"}),
         "changed a 5 -> 0!: its evaluation fails now\ncarried b as x 5\n");
+
+    NOD_Node &third =
+        add("{ name r parm { name a type float } parm { name x type float } }", {"x=9"});
+    migration = NOD_Migration();
+    EXPECT_EQ(migrate(third, "{ name r parm { name x type float } }", {"a=x"}),
+              "carried a as x 0\nlost x 9: another parameter has its name now\n");
 
     const std::pair<std::initializer_list<const char *>, const char *> faults[] = {
         {{"nothing=a"}, "nothing: is to be renamed, but there is no parameter of that name\n"},
@@ -232,11 +244,12 @@ TEST_F(Migration, PresetsOfSomeParameters)
 
     NOD_Node &other = add(theFormer, {"note=fast", "seed=4", "life=1"});
     EXPECT_TRUE(NODapplyPreset(other, path, {"rate", "forces"}, report)) << report.asText();
-    EXPECT_EQ(migrate(other, theFormer, {}),
-              "carried rate 1 key\ncarried life 1\ncarried speed 0\ncarried t 0 0 0\n"
-              "carried seed 4\ncarried kind point\ncarried mode a\ncarried shape \"box\"\n"
-              "carried note \"fast\"\ncarried gone \"never set\"\ncarried forces 2\n"
-              "carried strength1 1\ncarried jets1 0\ncarried strength2 0.5\ncarried jets2 0\n");
+    EXPECT_EQ(
+        migrate(other, theFormer, {}),
+        "carried rate 1 key\ncarried life 1\ncarried speed 0\ncarried t 0 0 0\n"
+        "carried seed 4\ncarried kind point\ncarried mode a\ncarried shape \"box\"\n"
+        "carried note \"fast\"\ncarried held 3\ncarried gone \"never set\"\ncarried forces 2\n"
+        "carried strength1 1\ncarried jets1 0\ncarried strength2 0.5\ncarried jets2 0\n");
     EXPECT_TRUE(NODapplyPreset(other, path, {}, report));
     EXPECT_EQ(contents(other).find("life\t[ 0\tlocks=0 ]\t(\t1\t)"), std::string::npos);
 

@@ -199,8 +199,9 @@ struct Former
     unsigned kind = 0;
     bool multiFlag = false;
     bool defaultFlag = false;
-    bool copyFlag = false;  ///< its value goes over
-    bool movedFlag = false; ///< it, or a block that it is in, is renamed
+    bool copyFlag = false; ///< its value goes over
+    bool movedFlag =
+        false; ///< adoption doesn't find it: it, or a block that it is in, is renamed; or it is locked
     std::vector<Component> components;
     std::vector<bool> entryFlags; ///< of each component: whether the value is an entry of the menu
 };
@@ -233,7 +234,7 @@ public:
     {}
 
     void takeFormer();
-    /// What is renamed, from a copy of the node as it was.
+    /// What adoption doesn't find, from a copy of the node as it was.
     void moveRenamed(NOD_Node &former);
     void findEntries();
     void tell();
@@ -272,8 +273,10 @@ void NOD_Migration::Run::takeFormer()
         former.target = myMigration.targetOf(former.token);
         former.kind = unsigned(parm->getType().getBasicType());
         former.multiFlag = parm->isMultiParm();
-        former.defaultFlag = parm->isTrueFactoryDefault();
-        former.movedFlag = former.target != former.token;
+        // A lock says that the value is meant to stay, though adoption takes the default for none.
+        const bool lockedFlag = parm->getLockedField() != 0;
+        former.defaultFlag = parm->isTrueFactoryDefault() && !lockedFlag;
+        former.movedFlag = former.target != former.token || lockedFlag;
         const ZEL_Multi *const block = parm->getMultiParmOwner();
         for (const ZEL_Multi *at = block; at; at = at->getMultiParmOwner()) {
             former.movedFlag |= myMigration.targetOf(at->getTemplatePtr()->getToken()) !=

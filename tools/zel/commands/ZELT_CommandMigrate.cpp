@@ -170,15 +170,17 @@ int migrate(const Call &call, const ZELT_Options &options, ZELT_Messages &messag
     if (!good || messages.hasErrors()) {
         return 1;
     }
-    print(migration, options.json, call.out == "-" ? std::cerr : std::cout);
     // A warning is something of the input that isn't in the output either.
     const bool lossFlag = (migration.hasLoss() || !report.isEmpty()) && !call.allowLossFlag;
+    if (!lossFlag && !call.dryFlag && !ZELTwriteFile(call.out, os.str(), messages)) {
+        return 1;
+    }
+    print(migration, options.json, call.out == "-" ? std::cerr : std::cout);
     if (lossFlag) {
         messages.error(call.input, std::string("not all of it is carried") +
                                        (call.dryFlag ? "" : "; written with --allow-loss only"));
-        return 1;
     }
-    return call.dryFlag || ZELTwriteFile(call.out, os.str(), messages) ? 0 : 1;
+    return lossFlag ? 1 : 0;
 }
 
 } // namespace
