@@ -16,7 +16,7 @@
 ///
 /// A parameter is disabled, or hidden, by its own condition or with the tab or block that it lies in; a tab
 /// with its set of folders; a block's items with the block. Events 6 and 7 go out for what changes. A type
-/// that is invisible counts as visible here: it says so itself.
+/// that is invisible counts as visible here: it says so itself. Only shownOf() puts both together.
 ///
 /// A condition is evaluated after a change of what it reads: a parameter of its node, what that one's
 /// expression reads in turn, or on the left of a comparison what an expression refers to, in any node.
@@ -38,6 +38,7 @@
 class NOD_ConditionPlan;
 class NOD_Graph;
 class NOD_Node;
+class ZEL_Conditional;
 class ZEL_Parm;
 class ZEL_ParmList;
 
@@ -54,6 +55,37 @@ struct NOD_ParmState : NOD_ConditionState
     std::vector<NOD_ConditionState> tabs; ///< of a set of folders
 };
 
+/// One thing that disables or hides a parameter or tab, or keeps it from cooking.
+struct NOD_API NOD_StateReason
+{
+    enum class By
+    {
+        CONDITION,    ///< that of `type`, which holds
+        INVISIBLE,    ///< the type of the parameter
+        INVISIBLE_TAB ///< the tab isn't among those to be shown
+    };
+
+    By by = By::CONDITION;
+    ZEL_ConditionalType type = ZEL_CONDTYPE_HIDE;
+    int parmIndex = -1; ///< whose it is: the parameter itself, or what it lies in
+    int tab = -1;       ///< of a set of folders; -1 for all of it
+    const ZEL_Conditional *condition = nullptr;
+
+    /// As a script has it: `hidewhen { a == 1 }`, `hidewhentab { a == 1 }`, `invisible`, `invisibletab`.
+    std::string asText() const;
+};
+
+/// What a person sees of a parameter or tab, and why, the nearest reason first.
+struct NOD_ShownState : NOD_ConditionState
+{
+    std::vector<NOD_StateReason> reasons;
+};
+
+struct NOD_ShownParm : NOD_ShownState
+{
+    std::vector<NOD_ShownState> tabs; ///< of a set of folders
+};
+
 class NOD_API NOD_Conditions
 {
 public:
@@ -68,7 +100,11 @@ public:
     /// are, and of others would be. Calls after the conditions of each parameter.
     static std::vector<NOD_ParmState> statesOf(const ZEL_ParmList &parms,
                                                const Evaluated &evaluated = {});
-    /// The same for one parameter: evaluates its own conditions and those of what it lies in.
+    /// The same with what the interface itself hides, and the reasons: own ones, and those of all that a
+    /// parameter lies in. They borrow the list.
+    static std::vector<NOD_ShownParm> shownOf(const ZEL_ParmList &parms,
+                                              const Evaluated &evaluated = {});
+    /// The same as statesOf() for one parameter: evaluates its own conditions and those of what it lies in.
     static NOD_ParmState stateOf(const ZEL_ParmList &parms, int parmIndex);
 
     /// How many conditions have been evaluated since the beginning.

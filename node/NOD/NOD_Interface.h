@@ -81,6 +81,8 @@ public:
     const std::string &getTypeName() const { return myTypeName; }
     /// What people read of it; never empty.
     const std::string &getLabel() const { return myLabel; }
+    /// The help text of a script's dialog; "" for none.
+    const std::string &getHelp() const { return myHelp; }
     /// The file of a script, or the name it was given in messages; "" for templates.
     const std::string &getFile() const { return myFile; }
     /// The text of a script; "" for templates.
@@ -117,6 +119,7 @@ private:
     Source mySource;
     std::string myTypeName;
     std::string myLabel;
+    std::string myHelp;
     std::string myFile;
     std::string myText;
     KIT_StringHolder mySharedName;

@@ -7,6 +7,7 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/interface/NOD_HelpPagePrivate.h>
 #include <NOD/interface/NOD_TemplateMakerPrivate.h>
 #include <NOD/interface/NOD_TemplatePathsPrivate.h>
 #include <TOK/TOK_TokenStream.h>
@@ -162,6 +163,14 @@ bool openFile(const KIT_IStream &is, const std::string &path, NOD_Report &report
 
 } // namespace
 
+int NOD_HelpPage::parseHelp(DS_Stream &stream, KIT_String &help)
+{
+    const int result = ZEL_ScriptPage::parseHelp(stream, help);
+    myHelp = help.nonNullStr();
+    myHelp.erase(myHelp.find_last_not_of('\n') + 1);
+    return result;
+}
+
 NOD_Interface::NOD_Interface(Source source, const std::string &file)
     : mySource(source), myFile(file), myTemplates(theNoTemplates)
 {}
@@ -203,7 +212,7 @@ bool NOD_Interface::parseFile(const std::string &path, ZEL_ScriptPage &page, NOD
 bool NOD_Interface::read(KIT_IStream &is, NOD_Report &report, Includes includes)
 {
     myText = is.rest();
-    myPage = std::make_unique<ZEL_ScriptPage>();
+    myPage = std::make_unique<NOD_HelpPage>();
     if (!parse(is, myFile, *myPage, report, includes)) {
         return false;
     }
@@ -267,6 +276,7 @@ void NOD_Interface::describe()
         myTypeName = stemOf(myFile);
     }
     myLabel = myPage->getLabel().nonNullStr();
+    myHelp = static_cast<const NOD_HelpPage &>(*myPage).getHelp();
     const auto count = static_cast<std::uint32_t>(myPage->computeTemplateSize());
     myOwnTemplates.reset(new ZEL_Template[count + 1]);
     myTemplates = myOwnTemplates.get();

@@ -103,7 +103,7 @@ std::shared_ptr<const NOD_ConditionPlan> NOD_ConditionPlan::of(const ZEL_ParmLis
     return plan->myConditions.empty() ? nullptr : plan;
 }
 
-NOD_ConditionPlan::NOD_ConditionPlan(const ZEL_ParmList &parms, bool noCookFlag)
+NOD_ConditionPlan::NOD_ConditionPlan(const ZEL_ParmList &parms, bool noCookFlag, bool placesFlag)
 {
     for (int i = 0; i < parms.getEntries(); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
@@ -123,7 +123,7 @@ NOD_ConditionPlan::NOD_ConditionPlan(const ZEL_ParmList &parms, bool noCookFlag)
     }
     std::sort(myReaders.begin(), myReaders.end());
     myReaders.erase(std::unique(myReaders.begin(), myReaders.end()), myReaders.end());
-    if (!myConditions.empty()) {
+    if (!myConditions.empty() || placesFlag) {
         findPlaces(parms);
     }
 }
@@ -213,8 +213,8 @@ void NOD_ConditionPlan::findPlaces(const ZEL_ParmList &parms)
 // What conditions say
 // ---------------------------------------------------------------------- //
 
-bool NOD_ConditionPlan::saysOwn(const Results &results, int parm, int tab,
-                                ZEL_ConditionalType type) const
+const ZEL_Conditional *NOD_ConditionPlan::findOwn(int parm, int tab, ZEL_ConditionalType type,
+                                                  int &number) const
 {
     const auto key = std::make_tuple(parm, tab, type);
     const auto keyOf = [](const Condition &one) {
@@ -223,8 +223,15 @@ bool NOD_ConditionPlan::saysOwn(const Results &results, int parm, int tab,
     const auto at = std::lower_bound(
         myConditions.begin(), myConditions.end(), key,
         [&](const Condition &one, const auto &other) { return keyOf(one) < other; });
-    return at != myConditions.end() && keyOf(*at) == key &&
-           results[std::size_t(at - myConditions.begin())] != 0;
+    number = int(at - myConditions.begin());
+    return at != myConditions.end() && keyOf(*at) == key ? at->test : nullptr;
+}
+
+bool NOD_ConditionPlan::saysOwn(const Results &results, int parm, int tab,
+                                ZEL_ConditionalType type) const
+{
+    int number = 0;
+    return findOwn(parm, tab, type, number) && results[std::size_t(number)] != 0;
 }
 
 bool NOD_ConditionPlan::says(const Results &results, int parm, int tab,
@@ -235,7 +242,7 @@ bool NOD_ConditionPlan::says(const Results &results, int parm, int tab,
             tab = theParm;
             continue;
         }
-        const Place place = myPlaces.empty() ? Place() : myPlaces[std::size_t(parm)];
+        const Place place = getPlace(parm);
         if (place.parm < 0) {
             return false;
         }

@@ -41,8 +41,9 @@ public:
 
     /// A shared one where it can be; null without conditions that disable or hide.
     static std::shared_ptr<const NOD_ConditionPlan> of(const ZEL_ParmList &parms);
-    /// With `noCookFlag` those that keep from cooking, too.
-    NOD_ConditionPlan(const ZEL_ParmList &parms, bool noCookFlag);
+    /// With `noCookFlag` those that keep from cooking, too. Without conditions places are found only if
+    /// they are asked for.
+    NOD_ConditionPlan(const ZEL_ParmList &parms, bool noCookFlag, bool placesFlag = false);
 
     const std::vector<Condition> &getConditions() const { return myConditions; }
     const Control *beginControls(int number) const
@@ -71,19 +72,24 @@ public:
     bool saysOwn(const Results &results, int parm, int tab, ZEL_ConditionalType type) const;
     /// With those around it.
     bool says(const Results &results, int parm, int tab, ZEL_ConditionalType type) const;
-    /// Whether a parameter is the other one, or lies in it.
-    bool liesIn(int parm, int around) const;
-    /// Appends the parameter and all that lie in it, some twice.
-    void addGoverned(int parm, std::vector<int> &parms) const;
-
-private:
+    /// Null without one, else its condition of that type; `number` is set to its number.
+    const ZEL_Conditional *findOwn(int parm, int tab, ZEL_ConditionalType type, int &number) const;
     /// Where a parameter lies; parm -1: at the top.
     struct Place
     {
         int parm = -1;
         int tab = theParm;
     };
+    Place getPlace(int parm) const
+    {
+        return myPlaces.empty() ? Place() : myPlaces[std::size_t(parm)];
+    }
+    /// Whether a parameter is the other one, or lies in it.
+    bool liesIn(int parm, int around) const;
+    /// Appends the parameter and all that lie in it, some twice.
+    void addGoverned(int parm, std::vector<int> &parms) const;
 
+private:
     void addConditions(const ZEL_ParmList &parms, int parmIndex, int tab, bool noCookFlag);
     void addControls(const ZEL_ParmList &parms, Condition &condition);
     void findPlaces(const ZEL_ParmList &parms);

@@ -12,6 +12,7 @@
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_Multi.h>
+#include <ZEL/ZEL_SpareData.h>
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
@@ -399,14 +400,10 @@ NOD_ParmState stateIn(const NOD_ConditionPlan &plan, const NOD_ConditionPlan::Re
     return state;
 }
 
-} // namespace
-
-std::vector<NOD_ParmState> NOD_Conditions::statesOf(const ZEL_ParmList &parms,
-                                                    const Evaluated &evaluated)
+/// Of all conditions. Calls after those of each of the first `count` parameters: reading one may make items.
+NOD_ConditionPlan::Results evaluatePlan(const NOD_ConditionPlan &plan, const ZEL_ParmList &parms,
+                                        int count, const NOD_Conditions::Evaluated &evaluated)
 {
-    const NOD_ConditionPlan plan(parms, theNoCookFlag);
-    const ZEL_Multi::KeepItems keep;
-    const int count = parms.getEntries(); // reading one may make items
     NOD_ConditionPlan::Results results;
     auto condition = plan.getConditions().begin();
     for (int i = 0; i < count; ++i) {
@@ -418,6 +415,114 @@ std::vector<NOD_ParmState> NOD_Conditions::statesOf(const ZEL_ParmList &parms,
             evaluated(parm);
         }
     }
+    return results;
+}
+
+/// Finds what a person sees, from a parameter or tab outwards.
+class Shown
+{
+public:
+    Shown(const ZEL_ParmList &parms, const NOD_ConditionPlan &plan,
+          const NOD_ConditionPlan::Results &results)
+        : myParms(parms), myPlan(plan), myResults(results)
+    {}
+
+    NOD_ShownState find(int parm, int tab) const
+    {
+        NOD_ShownState state;
+        add(state, parm, tab, ZEL_CONDTYPE_NOCOOK);
+        state.noCookFlag = !state.reasons.empty();
+        while (parm >= 0) {
+            state.disabledFlag = add(state, parm, tab, ZEL_CONDTYPE_DISABLE) || state.disabledFlag;
+            state.hiddenFlag = add(state, parm, tab, ZEL_CONDTYPE_HIDE) || state.hiddenFlag;
+            state.hiddenFlag = addInvisible(state, parm, tab) || state.hiddenFlag;
+            if (tab != NOD_ConditionPlan::theParm) {
+                tab = NOD_ConditionPlan::theParm;
+                continue;
+            }
+            const NOD_ConditionPlan::Place place = myPlan.getPlace(parm);
+            parm = place.parm;
+            tab = place.tab;
+        }
+        return state;
+    }
+
+private:
+    bool add(NOD_ShownState &state, int parm, int tab, ZEL_ConditionalType type) const
+    {
+        int number = 0;
+        const ZEL_Conditional *const own = myPlan.findOwn(parm, tab, type, number);
+        if (!own || !myResults[std::size_t(number)]) {
+            return false;
+        }
+        state.reasons.push_back({NOD_StateReason::By::CONDITION, type, parm, tab, own});
+        return true;
+    }
+
+    bool addInvisible(NOD_ShownState &state, int parm, int tab) const
+    {
+        using By = NOD_StateReason::By;
+        const ZEL_Template *const description = myParms.getParmPtr(parm)->getTemplatePtr();
+        const ZEL_SpareData *const spare = description ? description->getSparePtr() : nullptr;
+        const bool tabFlag = tab != NOD_ConditionPlan::theParm;
+        const bool hiddenFlag =
+            tabFlag ? spare && description->isSwitcher() && !spare->getVisibleTab(tab)
+                    : description && description->getInvisible();
+        if (hiddenFlag) {
+            state.reasons.push_back({tabFlag ? By::INVISIBLE_TAB : By::INVISIBLE, ZEL_CONDTYPE_HIDE,
+                                     parm, tab, nullptr});
+        }
+        return hiddenFlag;
+    }
+
+    const ZEL_ParmList &myParms;
+    const NOD_ConditionPlan &myPlan;
+    const NOD_ConditionPlan::Results &myResults;
+};
+
+} // namespace
+
+std::string NOD_StateReason::asText() const
+{
+    if (by != By::CONDITION) {
+        return by == By::INVISIBLE ? "invisible" : "invisibletab";
+    }
+    KIT_String text;
+    condition->getStringFromList(text);
+    text.trim();
+    return ZEL_Conditional::getName(type, false) +
+           std::string(tab == NOD_ConditionPlan::theParm ? " " : "tab ") + text.nonNullStr();
+}
+
+std::vector<NOD_ShownParm> NOD_Conditions::shownOf(const ZEL_ParmList &parms,
+                                                   const Evaluated &evaluated)
+{
+    constexpr bool placesFlag = true;
+    const NOD_ConditionPlan plan(parms, theNoCookFlag, placesFlag);
+    const ZEL_Multi::KeepItems keep;
+    const int count = parms.getEntries();
+    const NOD_ConditionPlan::Results results = evaluatePlan(plan, parms, count, evaluated);
+    const Shown shown(parms, plan, results);
+    std::vector<NOD_ShownParm> states;
+    for (int i = 0; i < count; ++i) {
+        NOD_ShownParm state;
+        static_cast<NOD_ShownState &>(state) = shown.find(i, NOD_ConditionPlan::theParm);
+        const ZEL_Parm &parm = *parms.getParmPtr(i);
+        for (int tab = 0; parm.getType().isSwitcher() && tab < parm.getVectorSize(); ++tab) {
+            state.tabs.push_back(shown.find(i, tab));
+        }
+        states.push_back(std::move(state));
+    }
+    return states;
+}
+
+std::vector<NOD_ParmState> NOD_Conditions::statesOf(const ZEL_ParmList &parms,
+                                                    const Evaluated &evaluated)
+{
+    const NOD_ConditionPlan plan(parms, theNoCookFlag);
+    const ZEL_Multi::KeepItems keep;
+    const int count = parms.getEntries();
+    const NOD_ConditionPlan::Results results = evaluatePlan(plan, parms, count, evaluated);
     std::vector<NOD_ParmState> states;
     for (int i = 0; i < count; ++i) {
         states.push_back(stateIn(plan, results, i, *parms.getParmPtr(i)));

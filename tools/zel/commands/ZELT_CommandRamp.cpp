@@ -8,219 +8,15 @@
 #include <BAS/BAS_Number.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Ramp.h>
+#include <NOD/NOD_RampPicture.h>
 #include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_RampUtils.h>
 
-#include <algorithm>
 #include <charconv>
-#include <cmath>
-#include <cstdio>
-#include <limits>
 
 namespace
 {
-
-// The plot, in the units of the picture.
-constexpr double theLeft = 56.0;
-constexpr double theTop = 16.0;
-constexpr double theWidth = 560.0;
-constexpr double theCurveHeight = 200.0;
-constexpr double theBandHeight = 56.0;
-constexpr int theSteps = 160;
-
-// -------------------------------------------------------------------- //
-// What is drawn
-// -------------------------------------------------------------------- //
-
-struct Span
-{
-    double low;
-    double high;
-
-    void include(double value)
-    {
-        if (std::isfinite(value)) {
-            low = std::min(low, value);
-            high = std::max(high, value);
-        }
-    }
-    double share(double value) const { return (value - low) / (high - low); }
-};
-
-Span positionsOf(const KIT_Ramp &ramp)
-{
-    Span span{0.0, 1.0};
-    for (int i = 0; i < ramp.getNodeCount(); ++i) {
-        span.include(double(ramp.getNode(i)->position));
-    }
-    return span;
-}
-
-/// Even steps, and both sides of every key, where a curve may jump.
-std::vector<float> samplesOf(const KIT_Ramp &ramp, const Span &span)
-{
-    std::vector<float> samples;
-    for (int i = 0; i <= theSteps; ++i) {
-        samples.push_back(float(span.low + (span.high - span.low) * i / theSteps));
-    }
-    for (int i = 0; i < ramp.getNodeCount(); ++i) {
-        const float position = ramp.getNode(i)->position;
-        if (std::isfinite(position)) {
-            const float before = std::nextafter(position, -std::numeric_limits<float>::infinity());
-            samples.push_back(std::max(before, float(span.low)));
-            samples.push_back(position);
-        }
-    }
-    std::sort(samples.begin(), samples.end());
-    samples.erase(std::unique(samples.begin(), samples.end()), samples.end());
-    return samples;
-}
-
-Span valuesOf(const KIT_Ramp &ramp, const std::vector<float> &samples)
-{
-    Span span{std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
-    for (const float sample : samples) {
-        span.include(double(ramp.evaluateFloat(sample)));
-    }
-    for (int i = 0; i < ramp.getNodeCount(); ++i) {
-        span.include(double(ramp.getNode(i)->alpha));
-    }
-    if (!(span.low < span.high)) {
-        const double middle = std::isfinite(span.low) ? span.low : 0.0;
-        span = {middle - 0.5, middle + 0.5};
-    }
-    return span;
-}
-
-// -------------------------------------------------------------------- //
-// SVG
-// -------------------------------------------------------------------- //
-
-/// To a hundredth: finer than what is seen.
-std::string coordinate(double value)
-{
-    return ZELTnumber(std::round(value * 100.0) / 100.0 + 0.0);
-}
-
-std::string escape(const std::string &text)
-{
-    std::string out;
-    for (const char c : text) {
-        out += c == '&'   ? std::string("&amp;")
-               : c == '<' ? std::string("&lt;")
-               : c == '>' ? std::string("&gt;")
-                          : std::string(1, c);
-    }
-    return out;
-}
-
-/// Light as a screen's byte, by the curve of IEC 61966-2-1.
-int screenByte(float light)
-{
-    const double linear = light > 0.0f ? std::min(double(light), 1.0) : 0.0;
-    const double coded =
-        linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1.0 / 2.4) - 0.055;
-    return int(std::lround(coded * 255.0));
-}
-
-std::string screenColor(const float rgb[3])
-{
-    char text[8];
-    std::snprintf(text, sizeof text, "#%02x%02x%02x", unsigned(screenByte(rgb[0])),
-                  unsigned(screenByte(rgb[1])), unsigned(screenByte(rgb[2])));
-    return text;
-}
-
-std::string label(double x, double y, const char *anchor, double value)
-{
-    return "<text x=\"" + coordinate(x) + "\" y=\"" + coordinate(y) + "\" text-anchor=\"" + anchor +
-           "\">" + coordinate(value) + "</text>\n";
-}
-
-double across(const Span &positions, double position)
-{
-    return theLeft + theWidth * positions.share(position);
-}
-
-std::string openPicture(const std::string &title, double plotHeight, double bottom)
-{
-    const std::string width = coordinate(theLeft + theWidth + 24.0);
-    const std::string height = coordinate(theTop + plotHeight + bottom);
-    return "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + width + "\" height=\"" + height +
-           "\" viewBox=\"0 0 " + width + " " + height +
-           "\" font-family=\"sans-serif\" font-size=\"11\" fill=\"#555\">\n<title>" +
-           escape(title) + "</title>\n<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>\n";
-}
-
-std::string frame(double height, const char *fill)
-{
-    return "<rect x=\"" + coordinate(theLeft) + "\" y=\"" + coordinate(theTop) + "\" width=\"" +
-           coordinate(theWidth) + "\" height=\"" + coordinate(height) + "\" fill=\"" + fill +
-           "\" stroke=\"#bbb\"/>\n";
-}
-
-std::string drawCurve(const std::string &title, const KIT_Ramp &ramp)
-{
-    const Span positions = positionsOf(ramp);
-    const std::vector<float> samples = samplesOf(ramp, positions);
-    const Span values = valuesOf(ramp, samples);
-    const auto up = [&](float value) {
-        return theTop + theCurveHeight * (1.0 - values.share(double(value)));
-    };
-    std::string out = openPicture(title, theCurveHeight, 28.0) + frame(theCurveHeight, "#fafafa");
-    std::string path;
-    bool penDown = false;
-    for (const float sample : samples) {
-        const float value = ramp.evaluateFloat(sample);
-        if (std::isfinite(value)) {
-            path += (penDown ? "L" : "M") + coordinate(across(positions, double(sample))) + " " +
-                    coordinate(up(value)) + " ";
-        }
-        penDown = std::isfinite(value);
-    }
-    out += "<path fill=\"none\" stroke=\"#2266aa\" stroke-width=\"2\" d=\"" + path + "\"/>\n";
-    for (int i = 0; i < ramp.getNodeCount(); ++i) {
-        const KIT_RampNode &node = *ramp.getNode(i);
-        if (std::isfinite(node.position) && std::isfinite(node.alpha)) {
-            out += "<circle cx=\"" + coordinate(across(positions, double(node.position))) +
-                   "\" cy=\"" + coordinate(up(node.alpha)) +
-                   "\" r=\"4\" fill=\"#fff\" stroke=\"#cc4422\" stroke-width=\"2\"/>\n";
-        }
-    }
-    out += label(theLeft - 6.0, theTop + theCurveHeight + 4.0, "end", values.low) +
-           label(theLeft - 6.0, theTop + 4.0, "end", values.high) +
-           label(theLeft, theTop + theCurveHeight + 18.0, "middle", positions.low) +
-           label(theLeft + theWidth, theTop + theCurveHeight + 18.0, "middle", positions.high);
-    return out + "</svg>\n";
-}
-
-std::string drawBand(const std::string &title, const KIT_Ramp &ramp)
-{
-    const Span positions = positionsOf(ramp);
-    std::string out = openPicture(title, theBandHeight, 36.0);
-    out += "<linearGradient id=\"band\">\n";
-    for (const float sample : samplesOf(ramp, positions)) {
-        float rgba[4];
-        ramp.evaluate(sample, rgba);
-        const double share = std::round(positions.share(double(sample)) * 1e4) / 1e4;
-        out += "<stop offset=\"" + ZELTnumber(share) + "\" stop-color=\"" + screenColor(rgba) +
-               "\"/>\n";
-    }
-    out += "</linearGradient>\n" + frame(theBandHeight, "url(#band)");
-    for (int i = 0; i < ramp.getNodeCount(); ++i) {
-        const KIT_RampNode &node = *ramp.getNode(i);
-        const float rgb[3] = {node.red, node.green, node.blue};
-        if (std::isfinite(node.position)) {
-            out += "<path d=\"M" + coordinate(across(positions, double(node.position))) + " " +
-                   coordinate(theTop + theBandHeight + 1.0) + "l-6 12h12z\" fill=\"" +
-                   screenColor(rgb) + "\" stroke=\"#555\"/>\n";
-        }
-    }
-    out += label(theLeft, theTop + theBandHeight + 28.0, "middle", positions.low) +
-           label(theLeft + theWidth, theTop + theBandHeight + 28.0, "middle", positions.high);
-    return out + "</svg>\n";
-}
 
 // -------------------------------------------------------------------- //
 // JSON
@@ -282,8 +78,7 @@ int drawRamp(const Call &call, const ZELT_Options &options, ZELT_Messages &messa
     }
     KIT_Ramp ramp;
     ZEL_RampUtils::updateRampFromMultiParm(time, *parm, &ramp, nullptr, nullptr);
-    const std::string picture =
-        parm->isRampTypeColor() ? drawBand(call.token, ramp) : drawCurve(call.token, ramp);
+    const std::string picture = NODdrawRamp(ramp, parm->isRampTypeColor(), call.token);
     messages.takeErrors("");
     const bool inJsonFlag = options.json && call.svg == "-"; // one document
     if (messages.hasErrors() || !(inJsonFlag || ZELTwriteFile(call.svg, picture, messages))) {

@@ -2,6 +2,8 @@
 #include "ZELT_Script.h"
 #include "ZELT_Show.h"
 
+#include <NOD/NOD_Description.h>
+
 #include <iostream>
 
 namespace
@@ -19,9 +21,9 @@ int show(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
         return 1;
     }
     if (options.json) {
-        ZELTprintJson(ZELTdescribeJson(script->getTemplates()));
+        std::cout << NODdescriptionJson(NODdescribe(*script));
     } else {
-        std::cout << ZELTdescribeTree(script->getTemplates());
+        std::cout << ZELTdescribeTree(NODdescribe(*script));
     }
     return 0;
 }

@@ -7,7 +7,9 @@
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <NOD/NOD_Conditions.h>
+#include <NOD/NOD_Description.h>
 #include <TRK/TRK_EvalContext.h>
+#include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -18,13 +20,13 @@
 namespace
 {
 
-/// What conditions say of all parameters. Reports a number that a condition compares and whose evaluation
+/// What a person sees of all parameters. Reports a number that a condition compares and whose evaluation
 /// fails; a text reports its own.
-std::vector<NOD_ParmState> statesOf(const ZEL_ParmList &parms, ZELT_Messages &messages)
+std::vector<NOD_ShownParm> statesOf(const ZEL_ParmList &parms, ZELT_Messages &messages)
 {
     int &error = EVL::theErrNo[BASgetSTID()];
     error = EVL::EVL_OK;
-    return NOD_Conditions::statesOf(parms, [&](const ZEL_Parm &parm) {
+    return NOD_Conditions::shownOf(parms, [&](const ZEL_Parm &parm) {
         if (error != EVL::EVL_OK) {
             messages.add(KIT_ERROR_ABORT, "TRK", error, "", 0,
                          parm.getToken() + std::string(": a condition: ") +
@@ -40,58 +42,108 @@ std::string folderLabel(const ZEL_Parm &parm, int tab)
     return folders ? folders[tab].getString() : "";
 }
 
-std::vector<std::string> asRow(const std::string &name, const NOD_ConditionState &state)
+/// A parameter or tab with its state.
+struct Subject
 {
-    return {name, state.disabledFlag ? "disabled" : "enabled",
-            state.hiddenFlag ? "hidden" : "visible", state.noCookFlag ? "nocook" : "cook"};
+    const ZEL_ParmList &parms;
+    int parm;
+    int tab; ///< -1: the parameter itself
+    const NOD_ShownState &state;
+};
+
+/// Own reasons as they are, others with the folder or block that they are of.
+std::string whyText(const Subject &of)
+{
+    std::string text;
+    for (const NOD_StateReason &reason : of.state.reasons) {
+        text += (text.empty() ? "" : "; ") + reason.asText();
+        if (reason.parmIndex == of.parm && reason.tab == of.tab) {
+            continue;
+        }
+        const ZEL_Parm &owner = *of.parms.getParmPtr(reason.parmIndex);
+        text += std::string(" of ") + owner.getToken();
+        if (reason.tab >= 0) {
+            text += ", tab " + ZELTquote(folderLabel(owner, reason.tab));
+        }
+    }
+    return text;
 }
 
-ZELT_Json asJson(const NOD_ConditionState &state)
+std::vector<std::string> asRow(const std::string &name, const Subject &of)
+{
+    return {name, of.state.disabledFlag ? "disabled" : "enabled",
+            of.state.hiddenFlag ? "hidden" : "visible", of.state.noCookFlag ? "nocook" : "cook",
+            whyText(of)};
+}
+
+const char *byWord(const NOD_StateReason &reason)
+{
+    switch (reason.by) {
+    case NOD_StateReason::By::CONDITION: return ZEL_Conditional::getName(reason.type, false);
+    case NOD_StateReason::By::INVISIBLE: return "invisible";
+    case NOD_StateReason::By::INVISIBLE_TAB: break;
+    }
+    return "invisibletab";
+}
+
+ZELT_Json asJson(const Subject &of)
 {
     ZELT_Json out;
-    out["disabled"] = state.disabledFlag;
-    out["hidden"] = state.hiddenFlag;
-    out["nocook"] = state.noCookFlag;
+    out["disabled"] = of.state.disabledFlag;
+    out["hidden"] = of.state.hiddenFlag;
+    out["nocook"] = of.state.noCookFlag;
+    out["why"] = ZELT_Json::array();
+    for (const NOD_StateReason &reason : of.state.reasons) {
+        const ZEL_Parm &owner = *of.parms.getParmPtr(reason.parmIndex);
+        ZELT_Json json;
+        json["by"] = byWord(reason);
+        json["of"] = owner.getToken();
+        json["tab"] = reason.tab < 0 ? ZELT_Json() : ZELT_Json(reason.tab);
+        json["folder"] = reason.tab < 0 ? ZELT_Json() : ZELT_Json(folderLabel(owner, reason.tab));
+        json["condition"] =
+            reason.condition ? ZELT_Json(NODdescribe(*reason.condition).text) : ZELT_Json();
+        out["why"].push_back(json);
+    }
     return out;
 }
 
-void printText(const ZEL_ParmList &parms, const std::vector<NOD_ParmState> &states)
+void printText(const ZEL_ParmList &parms, const std::vector<NOD_ShownParm> &states)
 {
     std::vector<std::vector<std::string>> rows;
     for (int i = 0; i < int(states.size()); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
-        const NOD_ParmState &state = states[std::size_t(i)];
+        const NOD_ShownParm &state = states[std::size_t(i)];
         if (!parm.getTemplatePtr()) {
             continue; // a base parameter has no state
         }
-        rows.push_back(asRow(parm.getToken(), state));
+        rows.push_back(asRow(parm.getToken(), {parms, i, -1, state}));
         for (int tab = 0; tab < int(state.tabs.size()); ++tab) {
-            rows.push_back(
-                asRow("  tab " + ZELTquote(folderLabel(parm, tab)), state.tabs[std::size_t(tab)]));
+            rows.push_back(asRow("  tab " + ZELTquote(folderLabel(parm, tab)),
+                                 {parms, i, tab, state.tabs[std::size_t(tab)]}));
         }
     }
     std::cout << ZELTtable(rows);
 }
 
-void printJson(const ZEL_ParmList &parms, const std::vector<NOD_ParmState> &states)
+void printJson(const ZEL_ParmList &parms, const std::vector<NOD_ShownParm> &states)
 {
     ZELT_Json out = ZELT_Json::array();
     for (int i = 0; i < int(states.size()); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
-        const NOD_ParmState &state = states[std::size_t(i)];
+        const NOD_ShownParm &state = states[std::size_t(i)];
         if (!parm.getTemplatePtr()) {
             continue;
         }
         ZELT_Json json;
         json["token"] = parm.getToken();
-        json.update(asJson(state));
+        json.update(asJson({parms, i, -1, state}));
         if (parm.getTemplatePtr()->isSwitcher()) {
             json["tabs"] = ZELT_Json::array();
         }
         for (int tab = 0; tab < int(state.tabs.size()); ++tab) {
             ZELT_Json one;
             one["label"] = folderLabel(parm, tab);
-            one.update(asJson(state.tabs[std::size_t(tab)]));
+            one.update(asJson({parms, i, tab, state.tabs[std::size_t(tab)]}));
             json["tabs"].push_back(one);
         }
         out.push_back(json);
@@ -113,7 +165,7 @@ int showState(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
     }
     const TRK_EvalContext::Scope context(BASgetSTID(), session->getTime());
     const ZEL_ParmList &parms = session->getParms();
-    const std::vector<NOD_ParmState> states = statesOf(parms, messages);
+    const std::vector<NOD_ShownParm> states = statesOf(parms, messages);
     if (options.json) {
         printJson(parms, states);
     } else {
@@ -128,7 +180,7 @@ int showState(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
 void ZELTaddState(ZELT_CommandLine &line)
 {
     const auto [command, call] =
-        line.add("state", "Tell what conditions say of parameters and folders",
+        line.add("state", "Tell what is enabled and shown of parameters and folders, and why",
                  "zel state examples/scatter.ds --set usedensity=1", showState);
     ZELTaddNode(command, call.node);
 }

@@ -1,0 +1,129 @@
+#include <NOD/describe/NOD_PageWriterPrivate.h>
+
+#include <NOD/describe/NOD_PageTextPrivate.h>
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr int theDeepestHeading = 6;
+
+constexpr const char *theStyle =
+    "body { font: 16px/1.5 sans-serif; max-width: 46em; margin: 2em auto; padding: 0 1em; }\n"
+    "h1, h2, h3, h4, h5, h6 { line-height: 1.25; margin: 1.6em 0 0.4em; }\n"
+    "h2 { border-bottom: 1px solid #bbb; }\n"
+    "p, ul { margin: 0.4em 0; }\n"
+    "code { background: #eee; color: #222; padding: 0.1em 0.3em; border-radius: 3px; }\n"
+    "h2 code, h3 code, h4 code, h5 code, h6 code { font-size: 0.8em; font-weight: normal; }\n"
+    "svg { max-width: 100%; height: auto; }\n";
+
+} // namespace
+
+// ---------------------------------------------------------------------- //
+// Markdown
+// ---------------------------------------------------------------------- //
+
+std::string NOD_MarkdownWriter::text(std::string_view text) const
+{
+    return NODmarkdownText(text);
+}
+
+std::string NOD_MarkdownWriter::code(std::string_view text) const
+{
+    return NODmarkdownCode(text);
+}
+
+std::string NOD_MarkdownWriter::strong(std::string_view text) const
+{
+    const std::string phrase = NODmarkdownText(text);
+    return phrase.empty() ? "" : "**" + phrase + "**";
+}
+
+void NOD_MarkdownWriter::heading(int level, const std::string &phrase, const std::string &)
+{
+    myText += myText.empty() ? "" : "\n";
+    myText +=
+        std::string(std::size_t(std::min(level, theDeepestHeading)), '#') + " " + phrase + "\n";
+}
+
+void NOD_MarkdownWriter::paragraph(const std::string &phrase)
+{
+    myText += "\n" + phrase + "\n";
+}
+
+void NOD_MarkdownWriter::list(const std::vector<std::string> &phrases)
+{
+    myText += "\n";
+    for (const std::string &phrase : phrases) {
+        myText += "- " + phrase + "\n";
+    }
+}
+
+void NOD_MarkdownWriter::picture(const std::string &title, const std::string &file,
+                                 const std::string &)
+{
+    myText += "\n![" + NODmarkdownText(title) + "](" + file + ")\n";
+}
+
+std::string NOD_MarkdownWriter::finish(const std::string &)
+{
+    return myText;
+}
+
+// ---------------------------------------------------------------------- //
+// HTML
+// ---------------------------------------------------------------------- //
+
+std::string NOD_HtmlWriter::text(std::string_view text) const
+{
+    return NODhtmlText(text);
+}
+
+std::string NOD_HtmlWriter::code(std::string_view text) const
+{
+    return "<code>" + NODhtmlText(text) + "</code>";
+}
+
+std::string NOD_HtmlWriter::strong(std::string_view text) const
+{
+    return "<strong>" + NODhtmlText(text) + "</strong>";
+}
+
+void NOD_HtmlWriter::heading(int level, const std::string &phrase, const std::string &anchor)
+{
+    const std::string tag = "h" + std::to_string(std::min(level, theDeepestHeading));
+    std::string id = NODhtmlText(anchor);
+    for (char &c : id) {
+        c = c == ' ' || c == '\n' || c == '\t' ? '_' : c;
+    }
+    myText +=
+        "<" + tag + (id.empty() ? "" : " id=\"" + id + "\"") + ">" + phrase + "</" + tag + ">\n";
+}
+
+void NOD_HtmlWriter::paragraph(const std::string &phrase)
+{
+    myText += "<p>" + phrase + "</p>\n";
+}
+
+void NOD_HtmlWriter::list(const std::vector<std::string> &phrases)
+{
+    myText += "<ul>\n";
+    for (const std::string &phrase : phrases) {
+        myText += "<li>" + phrase + "</li>\n";
+    }
+    myText += "</ul>\n";
+}
+
+void NOD_HtmlWriter::picture(const std::string &, const std::string &, const std::string &svg)
+{
+    myText += svg;
+}
+
+std::string NOD_HtmlWriter::finish(const std::string &title)
+{
+    return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+           "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>" +
+           NODhtmlText(title) + "</title>\n<style>\n" + theStyle + "</style>\n</head>\n<body>\n" +
+           myText + "</body>\n</html>\n";
+}
