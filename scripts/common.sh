@@ -7,7 +7,8 @@ cd "$root" || exit 1
 # Debian and Ubuntu package names.
 build_packages=(g++ cmake ninja-build libtbb-dev libfmt-dev libre2-dev python3-dev pybind11-dev
                 libcli11-dev libedit-dev nlohmann-json3-dev)
-test_packages=(libgtest-dev libbenchmark-dev clang clang-format libclang-rt-14-dev pkg-config ccache)
+test_packages=(libgtest-dev libbenchmark-dev clang clang-format libclang-rt-14-dev pkg-config ccache
+               python3-jsonschema)
 
 jobs=$(nproc 2>/dev/null || echo 2)
 

@@ -4,6 +4,9 @@
 
 #include <NOD/NOD_Report.h>
 
+#include <iostream>
+#include <iterator>
+
 namespace
 {
 
@@ -21,6 +24,10 @@ auto reported(ZELT_Messages &messages, const Read &read)
 
 ZELT_ScriptPtr ZELTloadScript(const std::string &file, ZELT_Messages &messages)
 {
+    if (file == "-") {
+        const std::string text(std::istreambuf_iterator<char>(std::cin), {});
+        return ZELTloadScriptText(text, file, messages);
+    }
     return reported(messages,
                     [&](NOD_Report &report) { return NOD_Interface::fromFile(file, report); });
 }

@@ -16,6 +16,7 @@ class ZEL_ScriptPage;
 
 using ZELT_ScriptPtr = std::shared_ptr<const NOD_Interface>;
 
+/// "-" is standard input.
 ZELT_ScriptPtr ZELTloadScript(const std::string &file, ZELT_Messages &messages);
 /// The same for a text: a script, or the contents of a script's braces.
 ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &name,
