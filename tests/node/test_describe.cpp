@@ -258,7 +258,8 @@ TEST(NodeDescribe, StatesHaveTheirReasons)
 // Places count without any condition, too.
 TEST(NodeDescribe, FoldersHideWithoutConditions)
 {
-    NOD_Node node(read("group { name g invisibletab parm { name a type float } }")->getTemplates());
+    const Interface interface = read("group { name g invisibletab parm { name a type float } }");
+    NOD_Node node(interface->getTemplates());
     EXPECT_TRUE(NOD_Conditions::shownOf(node.getParms())[1].hiddenFlag);
     EXPECT_FALSE(NOD_Conditions::statesOf(node.getParms())[1].hiddenFlag);
 }

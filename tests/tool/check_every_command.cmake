@@ -25,6 +25,7 @@ set(for_NEW "${OUT}/script.ds")
 set(for_SHELL "bash")
 set(options_migrate --dry-run)
 set(options_convert --to text)
+set(options_doc --out "${OUT}/doc")
 set(options_ramp --svg "${OUT}/ramp.svg")
 
 # expand(OUT WORD...): the words of a usage with their meanings, for the parameter `token`.
