@@ -147,10 +147,10 @@ void printJson(const std::string &file, const NOD_Stats &stats, const std::optio
     for (const NOD_Stats::Row &row : stats.getCounts()) {
         json[row.name] = row.number;
     }
-    json["memory"] = ZELT_Json{{"bytes", stats.getBytes()},
-                               {"parameters", stats.listBytes},
-                               {"channels", stats.channelBytes},
-                               {"interfaces", stats.interfaceBytes}};
+    json["memory"] = stats.getBytes();
+    json["memory_parameters"] = stats.listBytes;
+    json["memory_channels"] = stats.channelBytes;
+    json["memory_interfaces"] = stats.interfaceBytes;
     if (times) {
         json["times"] = ZELT_Json{{"load", times->load},
                                   {"evaluation", times->first},
