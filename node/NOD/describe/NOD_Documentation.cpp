@@ -288,9 +288,22 @@ private:
             if (set.isInvisible || folder.isTabInvisible) {
                 facts += " It isn't shown.";
             }
-            myWriter.paragraph(facts + conditions(set.conditions) + conditions(folder.conditions));
+            myWriter.paragraph(facts + conditions(folder.conditions));
+            writeSetConditions(set, &folder == &set.folders.front());
             writeHelp(folder.help);
             writeMembers(folder.members, level + 1);
+        }
+    }
+
+    /// Once for all folders: many may have a long one.
+    void writeSetConditions(const Parm &set, bool firstFlag)
+    {
+        const bool manyFlag = set.folders.size() > 1;
+        const std::string phrase = firstFlag || !manyFlag ? conditions(set.conditions) : "";
+        if (!phrase.empty()) {
+            myWriter.paragraph((manyFlag ? "All folders of the set:" : "The folder:") + phrase);
+        } else if (!set.conditions.empty() && !firstFlag) {
+            myWriter.paragraph("It is in the set of " + myWriter.code(set.token) + ".");
         }
     }
 

@@ -7,7 +7,6 @@
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <NOD/NOD_Conditions.h>
-#include <NOD/NOD_Description.h>
 #include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_InputBudget.h>
@@ -16,6 +15,7 @@
 #include <ZEL/ZEL_Template.h>
 
 #include <iostream>
+#include <map>
 
 namespace
 {
@@ -49,31 +49,60 @@ struct Subject
     int parm;
     int tab; ///< -1: the parameter itself
     const NOD_ShownState &state;
+
+    bool hasOwn(const NOD_StateReason &reason) const
+    {
+        return reason.parmIndex == parm && reason.tab == tab;
+    }
 };
 
-/// Own reasons as they are, others with the folder or block that they are of.
-std::string whyText(const Subject &of)
-{
-    std::string text;
-    for (const NOD_StateReason &reason : of.state.reasons) {
-        text += (text.empty() ? "" : "; ") + reason.asText();
-        if (reason.parmIndex == of.parm && reason.tab == of.tab) {
-            continue;
-        }
-        const ZEL_Parm &owner = *of.parms.getParmPtr(reason.parmIndex);
-        text += std::string(" of ") + owner.getToken();
-        if (reason.tab >= 0) {
-            text += ", tab " + ZELTquote(folderLabel(owner, reason.tab));
-        }
-    }
-    return text;
-}
+/// What a member says of conditions around it is short: many may lie in a folder with a long one.
+constexpr std::size_t theLongest = 200;
 
-std::vector<std::string> asRow(const std::string &name, const Subject &of)
+/// Each condition's text is made once.
+class ReasonTexts
+{
+public:
+    /// As a script has it.
+    const std::string &find(const NOD_StateReason &reason)
+    {
+        std::string &text = myTexts[reason.condition];
+        if (text.empty() || !reason.condition) {
+            text = reason.asText();
+        }
+        return text;
+    }
+
+    /// Own reasons as they are, others with the folder or block that they are of.
+    std::string join(const Subject &of)
+    {
+        std::string text;
+        for (const NOD_StateReason &reason : of.state.reasons) {
+            const std::string &one = find(reason);
+            text += text.empty() ? "" : "; ";
+            if (of.hasOwn(reason)) {
+                text += one;
+                continue;
+            }
+            const ZEL_Parm &owner = *of.parms.getParmPtr(reason.parmIndex);
+            text += one.size() > theLongest ? one.substr(0, theLongest) + "..." : one;
+            text += std::string(" of ") + owner.getToken();
+            if (reason.tab >= 0) {
+                text += ", tab " + ZELTquote(folderLabel(owner, reason.tab));
+            }
+        }
+        return text;
+    }
+
+private:
+    std::map<const ZEL_Conditional *, std::string> myTexts;
+};
+
+std::vector<std::string> asRow(const std::string &name, const Subject &of, ReasonTexts &texts)
 {
     return {name, of.state.disabledFlag ? "disabled" : "enabled",
             of.state.hiddenFlag ? "hidden" : "visible", of.state.noCookFlag ? "nocook" : "cook",
-            whyText(of)};
+            texts.join(of)};
 }
 
 const char *byWord(const NOD_StateReason &reason)
@@ -86,7 +115,7 @@ const char *byWord(const NOD_StateReason &reason)
     return "invisibletab";
 }
 
-ZELT_Json asJson(const Subject &of)
+ZELT_Json asJson(const Subject &of, ReasonTexts &texts)
 {
     ZELT_Json out;
     out["disabled"] = of.state.disabledFlag;
@@ -100,8 +129,10 @@ ZELT_Json asJson(const Subject &of)
         json["of"] = owner.getToken();
         json["tab"] = reason.tab < 0 ? ZELT_Json() : ZELT_Json(reason.tab);
         json["folder"] = reason.tab < 0 ? ZELT_Json() : ZELT_Json(folderLabel(owner, reason.tab));
-        json["condition"] =
-            reason.condition ? ZELT_Json(NODdescribe(*reason.condition).text) : ZELT_Json();
+        // Without the keyword in front.
+        const std::string text = reason.condition ? texts.find(reason) : "";
+        const bool toldFlag = !text.empty() && (of.hasOwn(reason) || text.size() <= theLongest);
+        json["condition"] = toldFlag ? ZELT_Json(text.substr(text.find(' ') + 1)) : ZELT_Json();
         out["why"].push_back(json);
     }
     return out;
@@ -109,6 +140,7 @@ ZELT_Json asJson(const Subject &of)
 
 void printText(const ZEL_ParmList &parms, const std::vector<NOD_ShownParm> &states)
 {
+    ReasonTexts texts;
     std::vector<std::vector<std::string>> rows;
     for (int i = 0; i < int(states.size()); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
@@ -116,10 +148,10 @@ void printText(const ZEL_ParmList &parms, const std::vector<NOD_ShownParm> &stat
         if (!parm.getTemplatePtr()) {
             continue; // a base parameter has no state
         }
-        rows.push_back(asRow(parm.getToken(), {parms, i, -1, state}));
+        rows.push_back(asRow(parm.getToken(), {parms, i, -1, state}, texts));
         for (int tab = 0; tab < int(state.tabs.size()); ++tab) {
             rows.push_back(asRow("  tab " + ZELTquote(folderLabel(parm, tab)),
-                                 {parms, i, tab, state.tabs[std::size_t(tab)]}));
+                                 {parms, i, tab, state.tabs[std::size_t(tab)]}, texts));
         }
     }
     std::cout << ZELTtable(rows);
@@ -127,6 +159,7 @@ void printText(const ZEL_ParmList &parms, const std::vector<NOD_ShownParm> &stat
 
 void printJson(const ZEL_ParmList &parms, const std::vector<NOD_ShownParm> &states)
 {
+    ReasonTexts texts;
     ZELT_Json out = ZELT_Json::array();
     for (int i = 0; i < int(states.size()); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
@@ -136,14 +169,14 @@ void printJson(const ZEL_ParmList &parms, const std::vector<NOD_ShownParm> &stat
         }
         ZELT_Json json;
         json["token"] = parm.getToken();
-        json.update(asJson({parms, i, -1, state}));
+        json.update(asJson({parms, i, -1, state}, texts));
         if (parm.getTemplatePtr()->isSwitcher()) {
             json["tabs"] = ZELT_Json::array();
         }
         for (int tab = 0; tab < int(state.tabs.size()); ++tab) {
             ZELT_Json one;
             one["label"] = folderLabel(parm, tab);
-            one.update(asJson({parms, i, tab, state.tabs[std::size_t(tab)]}));
+            one.update(asJson({parms, i, tab, state.tabs[std::size_t(tab)]}, texts));
             json["tabs"].push_back(one);
         }
         out.push_back(json);
