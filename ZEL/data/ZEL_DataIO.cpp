@@ -12,20 +12,13 @@
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 #include <ZEL/support/ZEL_PacketClassPrivate.h>
+#include <ZEL/support/ZEL_ValuePacketsPrivate.h>
 
 #include <algorithm>
 #include <sstream>
 
 namespace
 {
-
-/// Packet ids of a data parameter. Stored: append only.
-enum DataPacket
-{
-    DATA_END = 0,
-    DATA_TYPE = 1,
-    DATA_PAYLOAD = 2
-};
 
 // The label of strings, so that their listeners receive these messages too.
 constexpr const char *theLoadLabel = "String Parameter Load";

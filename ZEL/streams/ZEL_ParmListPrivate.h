@@ -13,7 +13,8 @@ enum ZEL_ListPacket
 {
     LIST_END = 0,
     LIST_VERSION = 1,
-    LIST_PARM = 2
+    LIST_PARM = 2,
+    LIST_TEXT = 14 ///< a parameter as its text; the ids between are free
 };
 
 /// The class number of those packets.

@@ -207,7 +207,7 @@ void ZEL_ParmListReader::skipUsual(KIT_IStream &is, KIT_WorkBuffer &name, int &n
 
 /// Reads to the next entry that isn't of this list. False at the end of the list.
 bool ZEL_ParmListReader::skipListed(KIT_IStream &is, KIT_Packet &packet, KIT_WorkBuffer &name,
-                                    int &next)
+                                    int &next, std::string_view &unknown)
 {
     // Errors are reported when the packets are read for good.
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
@@ -221,6 +221,11 @@ bool ZEL_ParmListReader::skipListed(KIT_IStream &is, KIT_Packet &packet, KIT_Wor
             return false;
         }
         if (packetId == LIST_PARM && is.readTextAfter(name) && !isInList(name.view(), next)) {
+            unknown = name.view();
+            return true;
+        }
+        // Its name doesn't share with those around it.
+        if (packetId == LIST_TEXT && is.readText(unknown) && !isInList(unknown, next)) {
             return true;
         }
     }
@@ -233,8 +238,9 @@ void ZEL_ParmListReader::readUnknownNames(KIT_IStream &is, KIT_StringArray &name
         KIT_Packet packet;
         KIT_WorkBuffer name;
         int next = 0;
-        while (skipListed(is, packet, name, next)) {
-            testName(name.view(), names);
+        std::string_view unknown;
+        while (skipListed(is, packet, name, next, unknown)) {
+            testName(unknown, names);
         }
     } else {
         readUnknownText(is, names);
@@ -359,6 +365,9 @@ bool ZEL_ParmListReader::readPacket(KIT_IStream &is, int packetId)
         }
         return true;
     }
+    if (packetId == LIST_TEXT) {
+        return readTextParm(is);
+    }
     if (packetId != LIST_PARM) {
         KITaddCommonWarning(KIT_COMMON_UNKNOWN_PACKET, myName ? myName : theListLoadLabel);
         return true;
@@ -371,5 +380,23 @@ bool ZEL_ParmListReader::readPacket(KIT_IStream &is, int packetId)
         return parm->load(is);
     }
     unknownParm(myToken, withName(myToken.buffer(), ": ", myName));
+    return true;
+}
+
+/// An entry of which no one knew a kind when the stream was made of a text.
+bool ZEL_ParmListReader::readTextParm(KIT_IStream &is)
+{
+    std::string_view token, text;
+    if (!is.readText(token) || !is.readText(text)) {
+        return false;
+    }
+    KIT_WorkBuffer name;
+    name.append(token);
+    ZEL_Parm *const listed = findListed(token);
+    if (ZEL_Parm *const parm = listed ? listed : findParm(refTo(name), theUseMap)) {
+        KIT_IStream words(text.data(), text.size(), KIT_IStream::TEXT);
+        return parm->load(words);
+    }
+    unknownParm(name, withName(name.buffer(), ": ", myName));
     return true;
 }

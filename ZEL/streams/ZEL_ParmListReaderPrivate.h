@@ -46,12 +46,15 @@ private:
     void readUnknownNames(KIT_IStream &is, KIT_StringArray &names);
     void readUnknownText(KIT_IStream &is, KIT_StringArray &names);
     void skipUsual(KIT_IStream &is, KIT_WorkBuffer &name, int &next) const;
-    bool skipListed(KIT_IStream &is, KIT_Packet &packet, KIT_WorkBuffer &name, int &next);
+    /// `name` is that of the last packet with packets.
+    bool skipListed(KIT_IStream &is, KIT_Packet &packet, KIT_WorkBuffer &name, int &next,
+                    std::string_view &unknown);
     /// Of one that isn't in the list.
     void testName(std::string_view name, KIT_StringArray &names);
     Result readText(KIT_IStream &is);
     Result readBinary(KIT_IStream &is);
     bool readPacket(KIT_IStream &is, int packetId);
+    bool readTextParm(KIT_IStream &is);
 
     ZEL_ParmList &myList;
     const char *myName;

@@ -60,13 +60,13 @@ bool hasLowByte(std::string_view name)
     return found != 0;
 }
 
-bool isLeftOutOfCompact(const ZEL_Parm &parm)
+} // namespace
+
+bool ZELisLeftOutOfCompact(const ZEL_Parm &parm)
 {
     const ZEL_Type &type = parm.getType();
     return type.hasAnyOf(ZEL_TYPE_SEPARATOR) || type.hasAnyOf(ZEL_TYPE_LABEL);
 }
-
-} // namespace
 
 bool ZELisOneWord(std::string_view name)
 {
@@ -156,7 +156,7 @@ void ZEL_ParmListWriter::writeBinary(const Parms &parms, bool compact)
     myBytes.appendPacket(classId, LIST_VERSION, theListFileVersion);
     std::string_view before;
     for (const ZEL_Parm *parm : parms) {
-        if (compact && isLeftOutOfCompact(*parm)) {
+        if (compact && ZELisLeftOutOfCompact(*parm)) {
             continue;
         }
         const KIT_ByteBuffer::Packet packet = myBytes.beginPacket(classId, LIST_PARM);

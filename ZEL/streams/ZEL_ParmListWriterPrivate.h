@@ -19,6 +19,9 @@
 
 class ZEL_Parm;
 
+/// Of those that have no value to keep.
+bool ZELisLeftOutOfCompact(const ZEL_Parm &parm);
+
 class ZEL_ParmListWriter
 {
 public:

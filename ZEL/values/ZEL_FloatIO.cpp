@@ -12,23 +12,12 @@
 #include <TRK/TRK_Manager.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 #include <ZEL/support/ZEL_PacketClassPrivate.h>
+#include <ZEL/support/ZEL_ValuePacketsPrivate.h>
 
 #include <cstring>
 
 namespace
 {
-
-/// Packet ids of a float, those of its options among them. Stored: append only.
-enum FloatPacket
-{
-    FLOAT_END = 0,
-    FLOAT_CHANNEL = 1,
-    FLOAT_VALUE = 2,
-    FLOAT_FLAGS = 3,
-#define ZEL_INSTANCE_OPTION(name, word, packet, floatPacket, row) FLOAT_##name = floatPacket,
-#include <ZEL/ZEL_InstanceOptions.def>
-#undef ZEL_INSTANCE_OPTION
-};
 
 constexpr const char *theLoadLabel = "Float Parameter Load";
 constexpr const char *theSaveLabel = "Float Parameter Save";

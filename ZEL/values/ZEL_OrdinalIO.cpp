@@ -7,20 +7,13 @@
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
 #include <ZEL/support/ZEL_PacketClassPrivate.h>
+#include <ZEL/support/ZEL_ValuePacketsPrivate.h>
 
 #include <cstring>
 #include <ostream>
 
 namespace
 {
-
-/// Packet ids of an ordinal's values; options use the shared ids. Stored: append only.
-enum OrdinalPacket
-{
-    ORDINAL_TOKEN = 1,
-    ORDINAL_INTEGER = 2,
-    ORDINAL_CHANNEL = 3
-};
 
 constexpr const char *theLoadLabel = "Ordinal Parameter Load";
 constexpr const char *theSaveLabel = "Ordinal Parameter Save";

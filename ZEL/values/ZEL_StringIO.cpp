@@ -9,17 +9,10 @@
 #include <KIT/KIT_Write.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 #include <ZEL/support/ZEL_PacketClassPrivate.h>
+#include <ZEL/support/ZEL_ValuePacketsPrivate.h>
 
 namespace
 {
-
-/// Packet ids of a string. Stored: append only.
-enum StringPacket
-{
-    STRING_END = 0,
-    STRING_VALUE = 1,
-    STRING_CHANNEL = 2
-};
 
 constexpr const char *theLoadLabel = "String Parameter Load";
 constexpr const char *theSaveLabel = "String Parameter Save";

@@ -1,0 +1,47 @@
+#include "ZELT_Stream.h"
+
+#include "ZELT_Messages.h"
+#include "ZELT_Session.h"
+
+#include <KIT/KIT_IFStream.h>
+#include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmStream.h>
+
+#include <cerrno>
+#include <iostream>
+
+bool ZELTreadStreamBytes(const std::string &file, std::string &bytes, ZELT_Messages &messages)
+{
+    errno = 0;
+    const auto take = [&](const KIT_IStream &is) {
+        if (!is.isReadable()) {
+            messages.error(file, "can't be read: " + ZELTsystemError());
+            return false;
+        }
+        bytes = is.rest();
+        return true;
+    };
+    return file == "-"
+               ? take(KIT_IStream(std::cin, KIT_IStream::BINARY))
+               : take(KIT_IFStream(file.c_str(), KIT_IStream::BINARY, ZEL_ParmList::canBeStream));
+}
+
+bool ZELTparseStream(const std::string &bytes, const std::string &file, ZEL_ParmList *list,
+                     ZEL_ParmStream &stream, ZELT_Messages &messages)
+{
+    KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::TEXT);
+    is.setBinary(ZELT_Session::streamMode(is) == KIT_IStream::BINARY);
+    if (!ZELTtakeFault(file, stream.read(is, nullptr, list) ? "" : "isn't a parameter stream",
+                       messages)) {
+        return false;
+    }
+    if (!is.isBinary()) {
+        is.skipWhitespace();
+    }
+    if (!is.eof()) {
+        messages.error(file,
+                       "goes on after the stream's end, at byte " + std::to_string(is.tellg()));
+        return false;
+    }
+    return true;
+}
