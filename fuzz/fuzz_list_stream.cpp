@@ -1,6 +1,7 @@
 // The stream of a whole list with nested multi-parameters and a fallback list. Of the first byte, bit 0
 // makes it binary, bit 1 gives the list an owner, bit 2 reads the bytes as an alias block first. The
-// list loads or fails; what it then saves loads again, in text to the same bytes.
+// list loads or fails; what it then saves loads again, in text to the same bytes. As entries, a stream in either
+// form has the same bytes when it is read again, also by way of the other one.
 
 #include "FuzzMemory.h"
 
@@ -12,6 +13,7 @@
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_ParmStream.h>
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/ZEL_TypeConstants.h>
 #include <common/TestOwner.h>
@@ -65,6 +67,38 @@ struct Lists
     ZEL_ParmList list, fallback;
 };
 
+bool take(ZEL_ParmStream &stream, const std::string &data, bool binary,
+          ZEL_ParmList *list = nullptr)
+{
+    KIT_IStream is(data.data(), data.size(), binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+    return stream.read(is, "fuzz", list);
+}
+
+/// "" for what the form can't hold.
+std::string written(const ZEL_ParmStream &stream, bool binary)
+{
+    std::ostringstream os;
+    stream.write(os, binary ? ZEL_ParmStream::Form::BINARY : ZEL_ParmStream::Form::TEXT);
+    return os.str();
+}
+
+void checkEntries(const std::string &data, bool binary, ZEL_ParmList *list)
+{
+    ZEL_ParmStream stream;
+    if (!take(stream, data, binary, list)) {
+        return;
+    }
+    for (const bool form : {false, true}) {
+        const std::string once = written(stream, form);
+        ZEL_ParmStream back, other;
+        if (!once.empty() && (!take(back, once, form) || written(back, form) != once ||
+                              (!form && (!take(other, written(back, true), true) ||
+                                         written(other, false) != once)))) {
+            std::abort();
+        }
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -84,6 +118,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::TEXT);
         lists.list.loadChannelAliases(is, nullptr);
     }
+    checkEntries(bytes, binary, nullptr);
+    checkEntries(bytes, binary, &lists.list);
     lists.load(bytes, binary);
     KITgetErrorManager().clearAndDestroyErrors();
 

@@ -26,7 +26,10 @@ using Item = ZEL_StreamText::Item;
 // What this library writes around the values.
 constexpr std::string_view theChannelStart = "[ ";
 constexpr std::string_view theChannelEnd = " ] ";
+constexpr std::string_view theUsualEnd = " ] \t";
 constexpr std::string_view theLabelStart = "zellabel=";
+/// How far the end of a text without escapes is sought, so that many bad ones take no time.
+constexpr std::size_t theMostSought = 4096;
 
 bool begins(std::string_view text, std::string_view start)
 {
@@ -94,7 +97,7 @@ bool takeQuoted(std::string_view &at, Kind kind, Item &item)
     std::size_t end = quotedEnd(at);
     if (end == std::string_view::npos || !begins(at.substr(end), "\t")) {
         // The tokens of a menu have no escapes.
-        const std::size_t close = at.find("\"\t", 1);
+        const std::size_t close = at.substr(0, theMostSought).find("\"\t", 1);
         if (kind == Kind::STRING || kind == Kind::DATA || close == std::string_view::npos) {
             return false;
         }
@@ -117,7 +120,7 @@ bool takeDriven(std::string_view &at, Kind kind, Item &item)
     item.clearFlag = !name.empty() && name != "]" && !(kind == Kind::ORDINAL && isQuote(name[0]));
     item.valueFlag = take(rest, "\t");
     if (item.valueFlag) {
-        const std::size_t end = rest.find(std::string(theChannelEnd) + '\t');
+        const std::size_t end = rest.substr(0, theMostSought).find(theUsualEnd);
         item.all = rest.substr(0, end);
         rest.remove_prefix(std::min(end, rest.size()));
         // An empty text, and what stands in front of the bracket.

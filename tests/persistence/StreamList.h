@@ -11,6 +11,7 @@
 #include <KIT/KIT_StringArray.h>
 #include <ZEL/ZEL_DataFactory.h>
 #include <ZEL/ZEL_ParmNameMap.h>
+#include <ZEL/ZEL_ParmStream.h>
 #include <common/Packets.h>
 #include <common/TestOwner.h>
 
@@ -35,6 +36,32 @@ inline bool loadList(ZEL_ParmList &list, const std::string &data, bool binary = 
 {
     KIT_IStream is(data.data(), data.size(), binary ? KIT_IStream::BINARY : KIT_IStream::TEXT);
     return list.load(is, name, fallback);
+}
+
+inline bool isBinaryData(const std::string &data)
+{
+    return data.find('\0') != std::string::npos;
+}
+
+inline bool parseStream(ZEL_ParmStream &stream, const std::string &data,
+                        ZEL_ParmList *list = nullptr)
+{
+    KIT_IStream is(data.data(), data.size(),
+                   isBinaryData(data) ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+    return stream.read(is, nullptr, list);
+}
+
+/// The stream in a form; "refused" if it can't have it.
+inline std::string converted(const std::string &data, bool binary, ZEL_ParmList *list = nullptr)
+{
+    ZEL_ParmStream stream;
+    std::ostringstream os;
+    if (!parseStream(stream, data, list)) {
+        return "unreadable";
+    }
+    return stream.write(os, binary ? ZEL_ParmStream::Form::BINARY : ZEL_ParmStream::Form::TEXT)
+               ? os.str()
+               : "refused" + os.str();
 }
 
 struct StreamList

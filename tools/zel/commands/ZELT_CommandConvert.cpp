@@ -15,13 +15,23 @@ namespace
 
 struct Call
 {
-    std::vector<std::string> files; ///< a script in front of the others, as in earlier versions
+    std::string in;
+    std::vector<std::string> out; ///< of two, they are after a script: as in earlier versions
     std::string script;
     std::string form; ///< "text" or "binary"
     bool compact = false;
 };
 
 constexpr int theWrongCall = 2;
+
+/// The help is about the present form, which has one file there.
+struct Usage : CLI::Formatter
+{
+    std::string make_option_usage(const CLI::Option *option) const override
+    {
+        return make_option_name(option, true);
+    }
+};
 
 void warn(const std::string &file, const char *text, ZELT_Messages &messages)
 {
@@ -30,14 +40,18 @@ void warn(const std::string &file, const char *text, ZELT_Messages &messages)
 
 int convert(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
 {
-    const bool frontFlag = call.files.size() > 2;
-    const std::string script = frontFlag ? call.files[0] : call.script;
-    const std::string &from = call.files[frontFlag ? 1 : 0];
-    const std::string &to = call.files.back();
-    if ((frontFlag && !call.script.empty()) || (call.compact && script.empty())) {
-        messages.error("", frontFlag ? "FILE and --script are both a script (see --help)"
-                                     : "--compact needs the script that says what has no value "
-                                       "(see --help)");
+    const bool frontFlag = call.out.size() > 1;
+    const std::string &script = frontFlag ? call.in : call.script;
+    const std::string &from = frontFlag ? call.out[0] : call.in;
+    const std::string &to = call.out.back();
+    const char *const wrong = call.out.size() > 2 ? "there are more files than a script, IN and OUT"
+                              : frontFlag && !call.script.empty()
+                                  ? "the file in front of IN and --script are both a script"
+                              : call.compact && script.empty()
+                                  ? "--compact needs the script, which says what has no value"
+                                  : nullptr;
+    if (wrong) {
+        messages.error("", std::string(wrong) + " (see --help)");
         return theWrongCall;
     }
     const std::unique_ptr<ZELT_Session> session =
@@ -77,13 +91,14 @@ void ZELTaddConvert(ZELT_CommandLine &line)
                  "zel convert examples/light.parms light.bparms --to binary "
                  "--script examples/light.ds",
                  convert);
-    constexpr int theFewest = 2;
-    constexpr int theMost = 3;
+    command.formatter(std::make_shared<Usage>());
+    command.add_option("IN", call.in, "A stream in either form; - for standard input")->required();
     command
-        .add_option("IN OUT", call.files,
-                    "A stream in either form and the one to write; - for standard input and output")
+        .add_option(
+            "OUT", call.out,
+            "The stream to write; - for standard output. With a script in front: FILE IN OUT")
         ->required()
-        ->expected(theFewest, theMost);
+        ->expected(1, CLI::detail::expected_max_vector_size);
     command.add_option("--to", call.form, "text or binary")
         ->required()
         ->check(CLI::IsMember({"text", "binary"}));
