@@ -218,13 +218,33 @@ private:
         }
         ZEL_StreamEntry entry;
         entry.token = token;
-        KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
-        if (takeText(is, entry) && is.eof()) {
+        if (takeWhole(text, entry)) {
             myTo.myEntries.push_back(std::move(entry));
             return true;
         }
         myStream.seekg(start);
         return keep(ZELlistPacketClass(), LIST_TEXT, std::string(token));
+    }
+
+    /// A body of any kind: of one that isn't known, a text stream may have had it.
+    bool takeWhole(std::string_view text, ZEL_StreamEntry &entry)
+    {
+        KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+        if (takeText(is, entry) && is.eof()) {
+            return true;
+        }
+        for (const Kind kind : {Kind::STRING, Kind::ORDINAL, Kind::FLOAT, Kind::DATA}) {
+            ZEL_StreamText body;
+            is.seekg(0);
+            if (body.read(is, kind) && is.eof()) {
+                const std::string token = entry.token;
+                entry = ZEL_StreamEntry();
+                entry.token = token;
+                entry.bytes = text;
+                return true;
+            }
+        }
+        return false;
     }
 
     ZEL_ParmStream &myTo;

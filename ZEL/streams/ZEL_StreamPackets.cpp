@@ -185,11 +185,13 @@ private:
         to = number;
         return good;
     }
-    bool readLabel(bool unsetFlag)
+    /// An empty one is none: a float has that packet always.
+    bool readLabel()
     {
         std::string label;
-        const bool good = !myEntry.options.label && myEntry.values.empty() && readText(label);
-        if (!label.empty() || !unsetFlag) {
+        const bool good = !myEntry.options.label && myEntry.values.empty() && readText(label) &&
+                          (!label.empty() || myEntry.kind == Kind::FLOAT);
+        if (!label.empty()) {
             myEntry.options.label = label;
         }
         return good;
@@ -217,7 +219,7 @@ private:
         case FLOAT_LOCKS: return readField(&ZEL_StreamOptions::locks);
         case FLOAT_AUTOSCOPE: return readField(&ZEL_StreamOptions::autoScope);
         case FLOAT_AUTOSELECT: return readField(&ZEL_StreamOptions::autoSelect);
-        case FLOAT_LABEL: return readLabel(true);
+        case FLOAT_LABEL: return readLabel();
         case FLOAT_CHANNEL: {
             ZEL_StreamValue &value = addDriven(good);
             return good && readNumber<double>(value);
@@ -234,7 +236,7 @@ private:
         case OPTION_AUTOSCOPE: return readField(&ZEL_StreamOptions::autoScope);
         case OPTION_BYPASS: return readField(&ZEL_StreamOptions::bypass);
         case OPTION_AUTOSELECT: return readField(&ZEL_StreamOptions::autoSelect);
-        case OPTION_LABEL: return readLabel(false);
+        case OPTION_LABEL: return readLabel();
         case OPTION_COLOR: return readColor();
         default: break;
         }
@@ -445,21 +447,23 @@ bool ZEL_StreamEntry::fitsPackets() const
     if (kind == Kind::PACKETS || kind == Kind::WORDS) {
         return kind == Kind::PACKETS;
     }
-    const bool optionsFit = kind == Kind::FLOAT ? !options.bypass && options.colors.empty() &&
-                                                      !(options.label && options.label->empty())
+    const bool optionsFit = kind == Kind::FLOAT ? !options.bypass && options.colors.empty()
                                                 : options.flags.value_or(0) == 0;
-    return optionsFit && std::all_of(values.begin(), values.end(), [this](const auto &value) {
-               const auto *number = std::get_if<std::int64_t>(&value.value);
-               const auto *text = std::get_if<std::string>(&value.value);
-               DataPackets packets;
-               switch (kind) {
-               case Kind::FLOAT: return std::holds_alternative<double>(value.value);
-               case Kind::ORDINAL:
-                   return number ? *number >= std::numeric_limits<std::int32_t>::min() &&
-                                       *number <= std::numeric_limits<std::int32_t>::max()
-                                 : text && !value.drivenFlag;
-               case Kind::STRING: return text != nullptr;
-               default: return text && !value.drivenFlag && packetsOf(*text, packets);
-               }
-           });
+    if (!optionsFit || (options.label && options.label->empty())) {
+        return false;
+    }
+    return std::all_of(values.begin(), values.end(), [this](const auto &value) {
+        const auto *number = std::get_if<std::int64_t>(&value.value);
+        const auto *text = std::get_if<std::string>(&value.value);
+        DataPackets packets;
+        switch (kind) {
+        case Kind::FLOAT: return std::holds_alternative<double>(value.value);
+        case Kind::ORDINAL:
+            return number ? *number >= std::numeric_limits<std::int32_t>::min() &&
+                                *number <= std::numeric_limits<std::int32_t>::max()
+                          : text && !value.drivenFlag;
+        case Kind::STRING: return text != nullptr;
+        default: return text && !value.drivenFlag && packetsOf(*text, packets);
+        }
+    });
 }

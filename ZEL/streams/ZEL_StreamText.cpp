@@ -260,26 +260,27 @@ bool ZEL_StreamText::readLoose(KIT_IStream &is, Kind kind)
     std::string_view word;
     is.getWord(word);
     blockFlag = word == "[";
-    if ((blockFlag && (!readOptions(is) || !is.getWord(word))) || word != "(") {
+    if (!blockFlag && word != "(") {
         return false;
     }
     const std::int64_t afterBracket = is.tellg();
-    for (Found found = Found::ITEM; found != Found::END;) {
+    clearFlag = !blockFlag || (readOptions(is) && is.getWord(word) && word == "(");
+    for (Found found = Found::ITEM; clearFlag && found != Found::END;) {
         Item item;
         found = readItem(is, kind, item);
+        clearFlag = found != Found::CUT;
         if (found == Found::ITEM) {
             items.push_back(std::move(item));
-        } else if (found == Found::CUT) {
-            // Not in the grammar of the kind: its end is the next bracket that is a word.
-            clearFlag = false;
-            is.seekg(afterBracket);
-            do {
-                if (!is.getWord(word)) {
-                    return false;
-                }
-            } while (word != ")");
-            found = Found::END;
         }
+    }
+    if (!clearFlag) {
+        // Not in the grammar of the kind: it ends as what a load skips does.
+        is.seekg(afterBracket);
+        do {
+            if (!is.getWord(word)) {
+                return false;
+            }
+        } while (word != ")");
     }
     all = since(is, begin);
     return true;
@@ -305,8 +306,8 @@ bool ZEL_StreamText::readOptions(KIT_IStream &is)
             if (!is.getWord(word)) {
                 return false;
             }
-            if (word == "]") {
-                return true;
+            if (word == "]" || word == ")") {
+                return word == "]";
             }
             const std::size_t equals = std::min(word.find('='), word.size());
             option.word = word.substr(0, equals);
@@ -540,7 +541,7 @@ bool takeOrdinal(const Item &item, const ZEL_Parm *parm, ZEL_StreamValue &value)
         !item.quotedFlag || item.all == '"' + item.text + '"' || item.all == quoted(item.text);
     value.value = item.text;
     return spelledFlag && !item.drivenFlag && !hasNul(item.text) &&
-           (isBareWord(item.text) || hasToken(parm, item.text));
+           (isBareWord(item.text) || parseInteger(item.text, number) || hasToken(parm, item.text));
 }
 
 /// A load makes a reference of some texts.
