@@ -122,9 +122,11 @@ TEST(StreamEntries, ByWayOfTheOtherFormTheBytesAreTheSame)
         StreamList p;
         EXPECT_EQ(converted(converted(text, theBinary), theText), text);
         // A list that knows the kind of a value spells it as it would save it.
+        // A fresh one each time: entries make items, whose kinds are then known.
+        StreamList q, r;
         const std::string spelled = converted(text, theText, &p.list);
-        const std::string binary = converted(text, theBinary, &p.list);
-        EXPECT_EQ(converted(spelled, theText, &p.list), spelled);
+        const std::string binary = converted(text, theBinary, &q.list);
+        EXPECT_EQ(converted(spelled, theText, &r.list), spelled);
         EXPECT_EQ(converted(binary, theText), spelled);
         EXPECT_EQ(converted(binary, theBinary), binary);
         // They say the same to a list. In binary a load ends at the first failure.
