@@ -69,7 +69,7 @@ public:
     /// Reads code up to its end, or to the brace that closes a field; returns the position there.
     std::size_t scan(Kind kind, std::size_t at, std::size_t end, char outer = '\0');
     /// All of the text, or the contents of one literal.
-    void readText(const TRK_Literal &literal);
+    void readText(const TRK_Literal &literal, bool isOfPaths = false);
     /// Whether all of the source is one literal.
     bool isOneLiteral(Kind kind, TRK_Literal &literal);
     const TRK_NodePaths::Result &getResult() const { return myResult; }
@@ -264,7 +264,7 @@ void Finder::readReference(const TRK_LiteralValue &value, std::vector<TRK_Litera
     }
 }
 
-void Finder::readText(const TRK_Literal &literal)
+void Finder::readText(const TRK_Literal &literal, bool isOfPaths)
 {
     const TRK_LiteralValue value(mySource, literal, myCollection);
     const std::string &text = value.text;
@@ -272,7 +272,8 @@ void Finder::readText(const TRK_Literal &literal)
     const auto ask = [&](std::size_t from, std::size_t to) {
         const std::string former = text.substr(from, to - from);
         std::string path = former;
-        if (former.find('/') == std::string::npos || !value.isPlain(from, to) || !myCall(path)) {
+        if ((!isOfPaths && former.find('/') == std::string::npos) || !value.isPlain(from, to) ||
+            !myCall(path)) {
             return false;
         }
         const bool isAll = from == 0 && to == text.size();
@@ -327,21 +328,22 @@ TRK_NodePaths::Result TRK_NodePaths::forEach(std::string &text, Form form,
         return {}; // no text of a parameter or channel has one
     }
     const bool pythonFlag = form == Form::PYTHON || form == Form::PYTHON_TEXT;
-    if (!pythonFlag && part == Part::NODE && text.find('/') == std::string::npos) {
+    if (!pythonFlag && form != Form::PATHS && part == Part::NODE &&
+        text.find('/') == std::string::npos) {
         return {};
     }
     Finder finder(text, collection, call, part);
     const bool textFlag = form == Form::NATIVE_TEXT || form == Form::PYTHON_TEXT;
     const Kind kind = pythonFlag ? Kind::PYTHON : Kind::NATIVE;
     TRK_Literal literal(text);
-    if (form == Form::TEXT) {
+    if (form == Form::TEXT || form == Form::PATHS) {
         if (hasExpression(text.c_str())) {
             TRKforEachBacktick(text.c_str(), [&](const char *begin, const char *end) {
                 finder.scan(kind, std::size_t(begin - text.c_str()),
                             std::size_t(end - text.c_str()));
             });
         } else {
-            finder.readText(literal);
+            finder.readText(literal, form == Form::PATHS);
         }
     } else if (textFlag && finder.isOneLiteral(kind, literal)) {
         finder.readText(literal);
@@ -353,7 +355,7 @@ TRK_NodePaths::Result TRK_NodePaths::forEach(std::string &text, Form form,
         return result;
     }
     std::string written = finder.write();
-    if (form != Form::TEXT && written.size() > TRK_Limits::theExpressionLength) {
+    if (form != Form::TEXT && form != Form::PATHS && written.size() > TRK_Limits::theExpressionLength) {
         return {0, result.refused + result.changed, "the expression would be too long"};
     }
     text.swap(written);

@@ -15,7 +15,8 @@
 ///     vmr.node('PATH')             text but those whose path is computed, and in the fields of f'{...}'
 ///     size `chs("PATH/name")`      the backticks of a text
 ///     PATH                         a text without backticks, if it contains a "/" and all of it leads to a
-///     see PATH and PATH            node; else those of its words that contain one
+///     see PATH and PATH            node; else those of its words that contain one. A text of nodes' paths
+///                                  needs no "/": `light`, `..`
 ///
 /// A path with a variable that is known is computed, and left out; one with an unknown variable, which
 /// stays as it is written, isn't.
@@ -36,6 +37,7 @@ public:
     enum class Form
     {
         TEXT,   ///< a literal text
+        PATHS,  ///< one of nodes' paths: words without a "/" too
         NATIVE, ///< an expression
         PYTHON, ///< an expression in Python
         NATIVE_TEXT, ///< what gives a text: an expression, and one literal is as a text without backticks

@@ -25,7 +25,8 @@
 ///   end when any node gets another name.
 ///
 /// Not followed are paths that an expression computes, also from a variable that is known; the name of a child
-/// or ".." as a text, which may be any other text; and words that the name of another node has become part of.
+/// or ".." as a text, which may be any other text, but for parameters of nodes' paths (ZEL_TYPEX_NODE_PATH,
+/// ZEL_TYPEX_NODE_PATHS); and words that the name of another node has become part of.
 #pragma once
 
 #include <KIT/KIT_StringHolder.h>

@@ -32,7 +32,9 @@ struct Program : SceneEdits
         const std::string path = below(3)   ? pathOf(anyNode())
                                  : below(2) ? "../" + name
                                             : pathOf(anyNode()) + "/../" + name;
-        return below(3) ? path : "two/words " + path + "/";
+        return below(5) == 0 ? (below(3) ? name : "..") // followed where nodes' paths are wanted
+               : below(3)    ? path
+                             : "two/words " + path + "/";
     }
     /// Changes that raise no event, or reach the node by a way around its parameters.
     void editQuietly(NOD_Node &node)

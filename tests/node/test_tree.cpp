@@ -311,6 +311,32 @@ TEST_P(TreeLaw, ReferencesFollowTheirNodes)
 
 INSTANTIATE_TEST_SUITE_P(Names, TreeLaw, testing::Bool());
 
+TEST(Tree, ParametersOfNodePathsNeedNoSlash)
+{
+    NOD_Scene scene;
+    NOD_Report report;
+    const auto item = NOD_Interface::fromText(R"({ name item
+      parm { name one type oppath } parm { name all type oplist } parm { name text type string } })",
+                                              "item", report);
+    NOD_Node *const a = scene.add("/a", item, report);
+    NOD_Node *const b = scene.add("/a/b", item, report);
+    NOD_Node *const c = scene.add("/c", item, report);
+    ASSERT_TRUE(a && b && c);
+    const auto text = [](NOD_Node &node, const char *token) {
+        return ZEL_StringHandle(node.getParms(), token).get().toStdString();
+    };
+    for (const char *token : {"one", "all", "text"}) {
+        ZEL_StringHandle(a->getParms(), token).set(token == std::string("all") ? "b no ." : "b");
+        ZEL_StringHandle(b->getParms(), token).set("..");
+    }
+    EXPECT_TRUE(scene.rename(*b, "d", report));
+    EXPECT_EQ(text(*a, "one") + "; " + text(*a, "all") + "; " + text(*a, "text"), "d; d no .; b");
+    EXPECT_TRUE(scene.move(*b, *c, report));
+    EXPECT_EQ(text(*a, "one") + "; " + text(*a, "all"), "../c/d; ../c/d no .");
+    EXPECT_EQ(text(*b, "one") + "; " + text(*b, "text"), "../../a; ..");
+    EXPECT_FALSE(report.hasErrors());
+}
+
 TEST(Tree, ReferencesThatNoNewNameCanBeWrittenForAreTold)
 {
     const auto python = [](const char *token) {

@@ -6,6 +6,7 @@
 #include <NOD/tree/NOD_GraphScopesPrivate.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <NOD/tree/NOD_LostReferencesPrivate.h>
+#include <NOD/tree/NOD_NodeTextsPrivate.h>
 #include <NOD/tree/NOD_WholeNodePrivate.h>
 
 #include <BAS/BAS_Thread.h>
@@ -187,7 +188,7 @@ bool NOD_Graph::findTextReferences(const Reader &reader)
     std::string text(raw.nonNullStr());
     const bool expressionFlag = TRK_NodePaths::hasExpression(text.c_str());
     if (!expressionFlag) {
-        TRK_NodePaths::forEach(text, TRK_NodePaths::Form::TEXT, &reader.node->getChannels(),
+        TRK_NodePaths::forEach(text, NOD_NodeTexts::formOf(*reader.parm), &reader.node->getChannels(),
                                [&](const std::string &path) {
                                    return follow(reader, *reader.node, path.c_str()) != nullptr;
                                });

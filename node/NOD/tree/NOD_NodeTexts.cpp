@@ -10,6 +10,7 @@
 #include <TRK/TRK_Segment.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_String.h>
+#include <ZEL/ZEL_Template.h>
 #include <ZEL/ZEL_Type.h>
 
 #include <algorithm>
@@ -243,6 +244,17 @@ std::size_t childAt(const std::string &text, std::size_t at, bool isBinary, NOD_
 
 } // namespace
 
+TRK_NodePaths::Form NOD_NodeTexts::formOf(const ZEL_Parm &parm)
+{
+    const ZEL_Template *const description = parm.getTemplatePtr();
+    const ZEL_TypeExtended kind =
+        description ? description->getTypeExtended() : ZEL_TYPEX_NONE;
+    const bool isOfPaths = kind == ZEL_TYPEX_NODE_PATH || kind == ZEL_TYPEX_NODE_PATHS ||
+                           parm.getType().hasStringType(ZEL_Type::ZEL_STR_OP_REF_NAME) ||
+                           parm.getType().hasStringType(ZEL_Type::ZEL_STR_OP_REF_LIST);
+    return isOfPaths ? Form::PATHS : Form::TEXT;
+}
+
 Result NOD_NodeTexts::forEach(ZEL_Parm &parm, const TRK_Collection *variables, const Call &call)
 {
     Result sum;
@@ -255,7 +267,7 @@ Result NOD_NodeTexts::forEach(ZEL_Parm &parm, const TRK_Collection *variables, c
     if (auto *const texts = givesText ? dynamic_cast<ZEL_String *>(parm.getInstance()) : nullptr) {
         texts->rewriteTexts([&](int, KIT_String &raw) {
             std::string text(raw.nonNullStr());
-            const Result one = TRK_NodePaths::forEach(text, Form::TEXT, variables, call);
+            const Result one = TRK_NodePaths::forEach(text, formOf(parm), variables, call);
             if (one.changed > 0) {
                 raw = text;
             }

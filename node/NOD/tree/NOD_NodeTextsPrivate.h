@@ -25,6 +25,8 @@ struct NOD_NodeTexts
     using Result = TRK_NodePaths::Result;
     using Section = std::pair<std::string, std::string>; ///< a kept one
 
+    /// Of a parameter's texts.
+    static TRK_NodePaths::Form formOf(const ZEL_Parm &parm);
     /// Calls for each path in the expressions and texts of a parameter, in an order that only depends on
     /// them, and writes those that it replaces, without an event.
     static Result forEach(ZEL_Parm &parm, const TRK_Collection *variables, const Call &call);

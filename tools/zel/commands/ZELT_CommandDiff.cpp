@@ -64,7 +64,7 @@ bool readWhole(const ZELT_ScriptPtr &script, const std::string &file, ZEL_ParmSt
     if (!ZELTreadStreamBytes(file, bytes, messages)) {
         return false;
     }
-    ZELT_Session session(*script);
+    ZELT_Session session(script);
     ZEL_ParmList &list = session.getParms();
     const bool loaded = load(list, bytes);
     session.growBlocks(0.0);

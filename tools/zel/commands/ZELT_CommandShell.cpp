@@ -1,14 +1,12 @@
 #include "ZELT_CommandLine.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
+#include "shell/ZELT_LineReader.h"
 #include "shell/ZELT_Shell.h"
+#include "shell/ZELT_ShellCompletion.h"
 
-#ifdef ZELT_WITH_EDIT
-#include <editline/readline.h>
-#endif
-
-#include <cstdlib>
 #include <iostream>
+#include <optional>
 #include <unistd.h>
 
 namespace
@@ -16,38 +14,12 @@ namespace
 
 constexpr const char *thePrompt = "zel> ";
 
-/// One line from a terminal, which may be edited and recalled with the arrow keys; false at the end.
-bool readFromTerminal(std::string &line)
-{
-#ifdef ZELT_WITH_EDIT
-    std::cout.flush();
-    char *const text = readline(thePrompt);
-    if (!text) {
-        return false;
-    }
-    line = text;
-    if (!line.empty()) {
-        add_history(text);
-    }
-    std::free(text);
-    return true;
-#else
-    std::cout << thePrompt << std::flush;
-    return bool(std::getline(std::cin, line));
-#endif
-}
-
 struct Call
 {
     std::string file;
     bool stop = false;
     bool keepGoing = false;
 };
-
-bool readLine(bool terminalFlag, std::string &line)
-{
-    return terminalFlag ? readFromTerminal(line) : bool(std::getline(std::cin, line));
-}
 
 int runShell(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
@@ -61,8 +33,16 @@ int runShell(const Call &call, const ZELT_Options &options, ZELT_Messages &messa
     const bool wholeFlag = ZELTtakeFault(call.file, "", messages);
     const bool terminalFlag = isatty(STDIN_FILENO) == 1;
     const bool stopFlag = call.stop || (!terminalFlag && !call.keepGoing);
+    std::optional<ZELT_LineReader> terminal;
+    if (terminalFlag) {
+        terminal.emplace(thePrompt,
+                         [&](const std::string &text) { return ZELTcompleteLine(shell, text); });
+    }
+    const auto read = [&](std::string &line) {
+        return terminal ? terminal->read(line) : bool(std::getline(std::cin, line));
+    };
     std::string text;
-    for (int number = 1; readLine(terminalFlag, text) && shell.run(text); ++number) {
+    for (int number = 1; read(text) && shell.run(text); ++number) {
         if (stopFlag && shell.getFailureCount() > 0) {
             messages.add(KIT_ERROR_ABORT, "", 0, "standard input", number,
                          "this command failed, and what follows isn't done (see --keep-going)");

@@ -20,10 +20,7 @@
 #include <sstream>
 #include <utility>
 
-namespace
-{
-
-const ZELT_ShellCommand *findCommand(const std::string &name)
+const ZELT_ShellCommand *ZELTfindShellCommand(const std::string &name)
 {
     for (const ZELT_ShellTable *const table : theZELTShellTables) {
         for (const ZELT_ShellCommand &command : *table) {
@@ -34,6 +31,9 @@ const ZELT_ShellCommand *findCommand(const std::string &name)
     }
     return nullptr;
 }
+
+namespace
+{
 
 /// What is printed while it lives.
 class Captured
@@ -115,7 +115,7 @@ bool ZELT_Shell::runLine(std::string_view line)
 
 void ZELT_Shell::dispatch(const ZELT_ShellWords &words, std::string_view line)
 {
-    const ZELT_ShellCommand *const command = findCommand(words[0]);
+    const ZELT_ShellCommand *const command = ZELTfindShellCommand(words[0]);
     const std::size_t given = words.size() - 1;
     if (!command) {
         fail("there is no command " + words[0]);

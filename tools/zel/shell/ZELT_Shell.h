@@ -89,6 +89,9 @@ inline constexpr const ZELT_ShellTable *theZELTShellTables[] = {
 #include "ZELT_ShellTables.def"
 };
 
+/// Null for a name that no command has.
+const ZELT_ShellCommand *ZELTfindShellCommand(const std::string &name);
+
 class ZELT_Shell
 {
 public:
