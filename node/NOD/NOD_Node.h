@@ -79,7 +79,7 @@ public:
     NOD_Node *addChild(const char *name, ZEL_Template *templates = nullptr,
                        const char *nodeType = nullptr);
     const std::string &getName() const { return myName; }
-    /// Not empty, "." or "..", and without "/".
+    /// Not empty, "." or "..", and without "/" and bytes of 0.
     static bool isValidName(const std::string &name);
     /// What the node was made of; null for one without parameters, or of a plain array.
     const std::shared_ptr<const NOD_Interface> &getInterface() const { return myInterface; }
