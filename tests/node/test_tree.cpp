@@ -323,7 +323,7 @@ TEST(Tree, ParametersOfNodePathsNeedNoSlash)
     NOD_Node *const c = scene.add("/c", item, report);
     ASSERT_TRUE(a && b && c);
     const auto text = [](NOD_Node &node, const char *token) {
-        return ZEL_StringHandle(node.getParms(), token).get().toStdString();
+        return ZEL_StringHandle(node.getParms(), token)(0.0);
     };
     for (const char *token : {"one", "all", "text"}) {
         ZEL_StringHandle(a->getParms(), token).set(token == std::string("all") ? "b no ." : "b");

@@ -3,6 +3,7 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
 
+#include <KIT/KIT_Error.h>
 #include <KIT/KIT_IFStream.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmStream.h>
@@ -15,7 +16,7 @@ bool ZELTreadStreamBytes(const std::string &file, std::string &bytes, ZELT_Messa
     errno = 0;
     const auto take = [&](const KIT_IStream &is) {
         if (!is.isReadable()) {
-            messages.error(file, "can't be read: " + ZELTsystemError());
+            messages.error(file, "can't be read: " + KITsystemReason());
             return false;
         }
         bytes = is.rest();
