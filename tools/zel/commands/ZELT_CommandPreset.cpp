@@ -68,33 +68,11 @@ int findPreset(ZEL_PresetInfo &presets, const Call &call, ZELT_Messages &message
     return index;
 }
 
-std::string joined(const KIT_StringArray &texts)
-{
-    std::string line;
-    for (const KIT_String &text : texts) {
-        line += (line.empty() ? "" : ", ") + text.toStdString();
-    }
-    return line;
-}
-
 /// Why a folder takes no preset of that name, a sentence.
 std::string refusalOf(const Call &call, const std::string &name, const std::string &folder,
                       ZEL_PresetInfo &presets)
 {
-    const KIT_StringArray &folders = ZEL_PresetInfo::getValidSaveDirs();
-    if (folder.empty()) {
-        return "no folder of the search path takes presets: " +
-               joined(ZEL_PresetInfo::explainSearchPath());
-    }
-    const std::string why = ZEL_PresetInfo::explainSaveDir(folder.c_str());
-    if (!why.empty()) {
-        return folder + " " + why +
-               "; presets are saved in: " + (folders.isEmpty() ? "no folder" : joined(folders));
-    }
-    if (!call.forceFlag && presets.hasPresetInDir(name.c_str(), folder.c_str())) {
-        return folder + " has one of that name; --force replaces it";
-    }
-    return "no path below " + folder + " can be made of " + call.table + " and " + call.opName;
+    return ZELTpresetRefusal(presets, name, folder, call.forceFlag ? "" : "--force");
 }
 
 int failToSave(const Call &call, const std::string &name, const std::string &folder,
@@ -320,24 +298,13 @@ int copy(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     return 0;
 }
 
-/// The folder that is named, or the one of the search path in which the preset was found; "" if it is in none.
-std::string folderOf(ZEL_PresetInfo &presets, const Call &call)
-{
-    if (!call.folder.empty()) {
-        return call.folder;
-    }
-    const std::string path = ZELTpresetPath(presets, call.name, "");
-    const std::size_t place = path.rfind("/" + presets.getPresetFile().toStdString() + "?");
-    return place == std::string::npos ? "" : path.substr(0, place);
-}
-
 int rename(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
     if (findPreset(presets, call, messages) < 0) {
         return 1;
     }
-    const std::string folder = folderOf(presets, call);
+    const std::string folder = ZELTpresetOrigin(presets, call.name, call.folder);
     if (!presets.renamePresetInDir(call.name.c_str(), call.newName.c_str(), folder.c_str(),
                                    existingOf(call))) {
         const std::string why = !presets.hasPresetInDir(call.name.c_str(), folder.c_str()) &&
@@ -357,13 +324,10 @@ int remove(const Call &call, const ZELT_Options &options, ZELT_Messages &message
     if (findPreset(presets, call, messages) < 0) {
         return 1;
     }
-    const std::string folder = folderOf(presets, call);
+    const std::string folder = ZELTpresetOrigin(presets, call.name, call.folder);
     const std::string path = ZELTpresetPath(presets, call.name, call.folder);
     if (!presets.deletePresetFromDir(call.name.c_str(), folder.c_str())) {
-        const std::string why = folder.empty() ? "it is in no folder of the search path"
-                                : !ZEL_PresetInfo::explainSaveDir(folder.c_str()).empty()
-                                    ? refusalOf(call, call.name, folder, presets)
-                                    : "it isn't in " + folder;
+        const std::string why = ZELTpresetRemains(presets, call.name, folder);
         return fail("the preset " + placeOf(call, call.name) + " isn't deleted: " + why, messages);
     }
     messages.takeErrors("");
