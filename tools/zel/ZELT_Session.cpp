@@ -139,7 +139,7 @@ std::unique_ptr<ZELT_Session> ZELT_Session::open(const ZELT_NodeCall &call, ZELT
         return nullptr;
     }
     session->myScene.makeCurrent();
-    if (call.framesPerSecond != 0.0 && !session->myScene.setFrameRate(call.framesPerSecond)) {
+    if (call.framesPerSecond && !session->myScene.setFrameRate(*call.framesPerSecond)) {
         messages.error("", "--fps isn't above 0");
         return nullptr;
     }

@@ -18,6 +18,7 @@
 #include <TRK/TRK_Types.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,8 +48,8 @@ struct ZELT_NodeCall
     std::string
         file; ///< a dialog script, or a scene or node file, with "?/PATH" for one of its nodes
     ZELT_Inputs inputs;
-    std::string time = "0";     ///< when values are set and read: seconds, or a frame as `12f`
-    double framesPerSecond = 0; ///< 0: those of the scene
+    std::string time = "0"; ///< when values are set and read: seconds, or a frame as `12f`
+    std::optional<double> framesPerSecond; ///< none: those of the scene
 };
 
 class ZELT_Session

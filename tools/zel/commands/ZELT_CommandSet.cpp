@@ -23,12 +23,6 @@ struct Call
     std::string form; ///< "": that of the input
 };
 
-constexpr std::pair<const char *, Form> theForms[] = {{"text", Form::TEXT},
-                                                      {"binary", Form::BINARY},
-                                                      {"compact", Form::COMPACT},
-                                                      {"channels", Form::CHANNELS},
-                                                      {"node", Form::NODE}};
-
 /// What binary files of this library have and texts don't; false for one that can't be read.
 bool isBinary(const std::string &path)
 {
@@ -41,10 +35,9 @@ bool isBinary(const std::string &path)
 /// The kind of the file that the values come from.
 Form formOf(const Call &call)
 {
-    for (const auto &[name, form] : theForms) {
-        if (call.form == name) {
-            return form;
-        }
+    Form asked = Form::TEXT;
+    if (NOD_ValueFile::findForm(call.form, asked)) {
+        return asked;
     }
     const std::string file = call.input.substr(0, call.input.find('?'));
     switch (NOD_ValueFile::kindOf(file)) {
