@@ -76,6 +76,9 @@ public:
     bool isOneNode(ZELT_Messages &messages) const;
     /// What the call says.
     double getTime() const { return myTime; }
+    /// The first file with values that the node hasn't all taken, as for parameters that it doesn't have; "" for none.
+    const std::string &getPartlyLoaded() const { return myPartlyLoaded; }
+    void notePartlyLoaded(const std::string &file);
 
     // ------------------------------------------------------------------ //
     /// \name Files   (why it failed, "" for success; more with the thread's error manager)
@@ -109,6 +112,7 @@ private:
     NOD_Scene myScene;
     NOD_Node *myNode = nullptr;
     double myTime = 0.0;
+    std::string myPartlyLoaded;
 };
 
 /// Reports what the library reported or, without that, the fault; false if there was an error. `file`

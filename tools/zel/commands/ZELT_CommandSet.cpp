@@ -21,6 +21,7 @@ struct Call
     std::string input; ///< values, before those of --values; "" for none
     std::string out;
     std::string form; ///< "": that of the input
+    bool allowLoss = false;
 };
 
 /// What binary files of this library have and texts don't; false for one that can't be read.
@@ -70,6 +71,11 @@ int set(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     if (!session) {
         return 1;
     }
+    if (!session->getPartlyLoaded().empty() && !call.allowLoss) {
+        messages.error(session->getPartlyLoaded(),
+                       "not all of it is carried; written with --allow-loss only");
+        return 1;
+    }
     const std::string file = node.file.substr(0, node.file.find('?'));
     const NOD_FileKind kind = NOD_ValueFile::kindOf(file);
     const bool sceneFlag = kind == NOD_FileKind::SCENE && call.form != "node" &&
@@ -107,4 +113,6 @@ void ZELTaddSet(ZELT_CommandLine &line)
         ->required();
     command.add_option("--as", call.form, "text, binary, compact, channels or node")
         ->check(CLI::IsMember({"text", "binary", "compact", "channels", "node"}));
+    command.add_flag("--allow-loss", call.allowLoss,
+                     "Write also where a file has values that the node doesn't take");
 }
