@@ -46,10 +46,10 @@ std::string placeOf(const Call &call, const std::string &name)
     return ZELTquote(name) + " of " + call.table + "/" + call.opName;
 }
 
-int fail(const std::string &text, ZELT_Messages &messages)
+int fail(const std::string &text, ZELT_Messages &messages, const std::string &file = "")
 {
     const int before = messages.getErrorCount();
-    messages.takeErrors("");
+    messages.takeErrors(file);
     // What the library has reported needs no second message.
     if (messages.getErrorCount() == before) {
         messages.error("", text);
@@ -75,12 +75,17 @@ std::string refusalOf(const Call &call, const std::string &name, const std::stri
     return ZELTpresetRefusal(presets, name, folder, call.forceFlag ? "" : "--force");
 }
 
+std::string fileOf(const std::string &folder, ZEL_PresetInfo &presets)
+{
+    return folder.empty() ? "" : folder + "/" + presets.getPresetFile().toStdString();
+}
+
 int failToSave(const Call &call, const std::string &name, const std::string &folder,
                ZEL_PresetInfo &presets, ZELT_Messages &messages)
 {
     return fail("the preset " + placeOf(call, name) +
                     " isn't saved: " + refusalOf(call, name, folder, presets),
-                messages);
+                messages, fileOf(folder, presets));
 }
 
 Existing existingOf(const Call &call)
@@ -311,7 +316,8 @@ int rename(const Call &call, const ZELT_Options &options, ZELT_Messages &message
                                         ZEL_PresetInfo::explainSaveDir(folder.c_str()).empty()
                                     ? "it isn't in " + folder
                                     : refusalOf(call, call.newName, folder, presets);
-        return fail("the preset " + placeOf(call, call.name) + " isn't renamed: " + why, messages);
+        return fail("the preset " + placeOf(call, call.name) + " isn't renamed: " + why, messages,
+                    fileOf(folder, presets));
     }
     messages.takeErrors("");
     printDone("renamed to", call.newName, ZELTpresetPath(presets, call.newName, folder), options);
@@ -328,7 +334,8 @@ int remove(const Call &call, const ZELT_Options &options, ZELT_Messages &message
     const std::string path = ZELTpresetPath(presets, call.name, call.folder);
     if (!presets.deletePresetFromDir(call.name.c_str(), folder.c_str())) {
         const std::string why = ZELTpresetRemains(presets, call.name, folder);
-        return fail("the preset " + placeOf(call, call.name) + " isn't deleted: " + why, messages);
+        return fail("the preset " + placeOf(call, call.name) + " isn't deleted: " + why, messages,
+                    fileOf(folder, presets));
     }
     messages.takeErrors("");
     printDone("deleted", call.name, path, options);
