@@ -3,40 +3,33 @@
 #include "ZELT_Shell.h"
 
 #include "ZELT_File.h"
+#include "ZELT_Messages.h"
 
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ValueFile.h>
 
-#include <algorithm>
-#include <iterator>
 #include <sstream>
 #include <string>
-#include <utility>
 
 namespace
 {
 
-using Form = NOD_ValueFile::Form;
-
-constexpr std::pair<const char *, Form> theForms[] = {{"text", Form::TEXT},
-                                                      {"binary", Form::BINARY},
-                                                      {"compact", Form::COMPACT},
-                                                      {"channels", Form::CHANNELS},
-                                                      {"node", Form::NODE}};
-
 void save(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    const auto *const form = std::find_if(std::begin(theForms), std::end(theForms),
-                                          [&](const auto &one) { return words[1] == one.first; });
-    if (form == std::end(theForms)) {
+    NOD_ValueFile::Form form = NOD_ValueFile::Form::TEXT;
+    if (!NOD_ValueFile::findForm(words[1], form)) {
         shell.fail("the form is text, binary, compact, channels or node");
         return;
     }
     std::ostringstream os;
     NOD_Report report;
-    const bool savedFlag = NOD_ValueFile::save(shell.getSession().getScene(), shell.getNode(),
-                                               form->second, os, ZELTfolderOf(words[2]), report);
-    shell.tell(report);
+    const bool savedFlag = NOD_ValueFile::save(shell.getSession().getScene(), shell.getNode(), form,
+                                               os, ZELTfolderOf(words[2]), report);
+    if (words[2] == "-" && savedFlag) {
+        shell.getMessages().add(report); // not between the lines of the file
+    } else {
+        shell.tell(report);
+    }
     if (savedFlag && !ZELTwriteFile(words[2], os.str(), shell.getMessages())) {
         shell.fail(words[2] + " isn't written");
     }
