@@ -6,7 +6,7 @@
 /// Ownership:  owns the entries; borrows streams and lists during a call.
 /// Threads:    one thread at a time; a list that is passed, on its own.
 /// Errors:     to the error manager: what ZEL_ParmList::load reports of a stream's frame, and for each entry
-///             that a form can't hold "ZEL" 28. Nothing about values.
+///             that a form can't hold "ZEL" 29. Nothing about values.
 ///
 /// Both forms hold the same entries. Read and written once more, also by way of the other form, a stream that
 /// this library wrote has the same bytes; a text that a person wrote has the same words, but comments and the

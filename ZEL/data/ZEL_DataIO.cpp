@@ -12,7 +12,7 @@
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 #include <ZEL/support/ZEL_PacketClassPrivate.h>
-#include <ZEL/support/ZEL_ValuePacketsPrivate.h>
+#include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
 
 #include <algorithm>
 #include <sstream>

@@ -130,7 +130,7 @@ std::int64_t ZEL_Multi::getMemoryUsage(bool inclusive) const
     std::int64_t bytes = ZEL_Float::getMemoryUsage(false);
     bytes += inclusive ? std::int64_t(sizeof(*this)) : 0;
     for (std::size_t item = 0; item < myItemTemplates.size(); ++item) {
-        for (int child = 0; child <= myInstancesPerItem; ++child) {
+        for (int child = 0; child < myInstancesPerItem; ++child) {
             bytes += myItemTemplates[item][std::size_t(child)].getMemoryUsage(true);
         }
     }

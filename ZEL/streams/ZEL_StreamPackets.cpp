@@ -8,7 +8,7 @@
 #include <ZEL/ZEL_DataFactory.h>
 #include <ZEL/ZEL_DataItem.h>
 #include <ZEL/support/ZEL_PacketClassPrivate.h>
-#include <ZEL/support/ZEL_ValuePacketsPrivate.h>
+#include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
 
 #include <algorithm>
 #include <limits>

@@ -12,7 +12,7 @@
 #include <TRK/TRK_Manager.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 #include <ZEL/support/ZEL_PacketClassPrivate.h>
-#include <ZEL/support/ZEL_ValuePacketsPrivate.h>
+#include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
 
 #include <cstring>
 

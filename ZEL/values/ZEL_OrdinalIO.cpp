@@ -7,7 +7,7 @@
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
 #include <ZEL/support/ZEL_PacketClassPrivate.h>
-#include <ZEL/support/ZEL_ValuePacketsPrivate.h>
+#include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
 
 #include <cstring>
 #include <ostream>

@@ -9,7 +9,7 @@
 #include <KIT/KIT_Write.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 #include <ZEL/support/ZEL_PacketClassPrivate.h>
-#include <ZEL/support/ZEL_ValuePacketsPrivate.h>
+#include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
 
 namespace
 {

@@ -281,7 +281,8 @@ void Finder::readText(const TRK_Literal &literal, bool isOfPaths)
             ++myResult.refused;
             myResult.why = "a path with a blank can only be all of a text";
         } else if (path != former) {
-            changes.push_back({from, to, asWord(path)});
+            const bool bareFlag = isOfPaths && path[0] != '~';
+            changes.push_back({from, to, bareFlag ? path : asWord(path)});
         }
         return true;
     };

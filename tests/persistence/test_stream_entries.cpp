@@ -214,7 +214,7 @@ TEST(StreamEntries, WhatAFormCannotHoldIsRefused)
     for (const auto &[packets, name] : cases) {
         const std::string data = version + packets + entry("k", text("b")) + listPacket(0, "");
         EXPECT_EQ(converted(data, theText), "refused");
-        EXPECT_EQ(takeTexts(), std::string("ZEL 28 ") + name);
+        EXPECT_EQ(takeTexts(), std::string("ZEL 29 ") + name);
         const std::string series = converted(data, theBinary);
         EXPECT_EQ(idsOf(series), idsOf(data)) << name;
         EXPECT_EQ(converted(series, theBinary), series) << name;

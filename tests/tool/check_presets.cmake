@@ -70,7 +70,7 @@ set(input "preset list\npreset save Seven\nsave text -\nset light_intensity 7\np
 set light_intensity 1\npreset load Seven\nraw light_intensity\nundo\nraw light_intensity\npreset list\n\
 preset delete Seven ${OUT}/first\npreset delete Seven\npreset list\npreset load Seven\npreset delete Seven\n\
 preset save Seven nowhere\npreset wibble\npreset load\npreset save a b c\nmessages\n")
-call(shell examples/light.ds)
+call(shell -k examples/light.ds)
 
 if(UPDATE)
     file(WRITE "${GOLDEN}" "${transcript}")

@@ -7,10 +7,20 @@
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_ValueFile.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmStream.h>
 
 #include <iostream>
+#include <map>
+#include <optional>
+#include <set>
+#include <sstream>
+#include <string_view>
+#include <vector>
 
 namespace
 {
@@ -56,14 +66,57 @@ bool load(ZEL_ParmList &list, const std::string &bytes)
     return loaded;
 }
 
-/// The stream with what the script's list has beside it. False if not all of it could be loaded.
-bool readWhole(const ZELT_ScriptPtr &script, const std::string &file, ZEL_ParmStream &stream,
-               ZELT_Messages &messages)
+/// What a file has: the entries of a stream, and channels by their names.
+struct Side
 {
-    std::string bytes;
-    if (!ZELTreadStreamBytes(file, bytes, messages)) {
+    ZEL_ParmStream stream;
+    std::map<std::string, std::string> channels;
+};
+
+/// A channel in one line, as a file of channels has it.
+std::string channelText(const TRK_Channel &channel)
+{
+    TRK_Collection alone;
+    alone.addChannel(channel.getName())->copyContents(channel);
+    std::ostringstream os;
+    alone.save(os);
+    std::istringstream words(os.str());
+    std::string text;
+    for (std::string word; words >> word;) {
+        (text += text.empty() ? "" : " ") += word;
+    }
+    const std::size_t start = text.find("{ ", text.find("{ ") + 1);
+    const std::size_t end = text.rfind(" } }");
+    return start < end && end != std::string::npos ? text.substr(start + 2, end - start - 2) : text;
+}
+
+/// A channel file, a preset, or a node: given to a node of the script.
+bool readOther(const ZELT_ScriptPtr &script, const std::string &name, const NOD_ValueFile &file,
+               NOD_Report &report, Side &side, ZELT_Messages &messages)
+{
+    ZELT_Session session(script);
+    file.apply(session.getNode(), report);
+    session.growBlocks(0.0);
+    messages.add(report);
+    std::ostringstream os;
+    constexpr bool binary = false, compact = false;
+    session.getParms().save(os, binary, compact);
+    if (report.hasErrors() || !ZELTtakeFault(name, "", messages) ||
+        !ZELTparseStream(os.str(), name, &session.getParms(), side.stream, messages)) {
         return false;
     }
+    side.stream.complete(session.getParms());
+    const TRK_Collection &channels = session.getNode().getChannels();
+    for (int i = 0; const TRK_Channel *const channel = channels.getChannel(i); ++i) {
+        side.channels[channel->getName().nonNullStr()] = channelText(*channel);
+    }
+    return true;
+}
+
+/// The stream with what the script's list has beside it. False if not all of it could be loaded.
+bool readStream(const ZELT_ScriptPtr &script, const std::string &file, const std::string &bytes,
+                ZEL_ParmStream &stream, ZELT_Messages &messages)
+{
     ZELT_Session session(script);
     ZEL_ParmList &list = session.getParms();
     const bool loaded = load(list, bytes);
@@ -76,6 +129,50 @@ bool readWhole(const ZELT_ScriptPtr &script, const std::string &file, ZEL_ParmSt
     return true;
 }
 
+bool readSide(const ZELT_ScriptPtr &script, const std::string &file, Side &side,
+              ZELT_Messages &messages)
+{
+    NOD_Report report;
+    NOD_ValueFile values;
+    std::string bytes;
+    const NOD_FileKind kind = file == "-" ? NOD_FileKind::NONE : NOD_ValueFile::kindOf(file);
+    const bool isOther = kind == NOD_FileKind::NONE ? file.find('?') != std::string::npos
+                                                    : kind > NOD_FileKind::STREAM;
+    if (isOther) {
+        return (values.read(file, report) || report.hasErrors()) &&
+               readOther(script, file, values, report, side, messages);
+    }
+    if (!ZELTreadStreamBytes(file, bytes, messages)) {
+        return false;
+    }
+    if (NOD_ValueFile::kindOf(std::string_view(bytes)) > NOD_FileKind::STREAM) {
+        return values.read(bytes, "standard input", report) &&
+               readOther(script, file, values, report, side, messages);
+    }
+    return readStream(script, file, bytes, side.stream, messages);
+}
+
+std::vector<ZEL_StreamDifference> compare(const Side &left, const Side &right)
+{
+    auto differences = ZEL_ParmStream::compare(left.stream, right.stream);
+    std::set<std::string> names;
+    for (const Side *side : {&left, &right}) {
+        for (const auto &[name, text] : side->channels) {
+            names.insert(name);
+        }
+    }
+    const auto find = [](const Side &side, const std::string &name) {
+        const auto found = side.channels.find(name);
+        return found == side.channels.end() ? std::optional<std::string>() : found->second;
+    };
+    for (const std::string &name : names) {
+        if (find(left, name) != find(right, name)) {
+            differences.push_back({"channel " + name, find(left, name), find(right, name)});
+        }
+    }
+    return differences;
+}
+
 struct Call
 {
     std::string file;
@@ -86,15 +183,15 @@ struct Call
 int diff(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     const ZELT_ScriptPtr script = ZELTloadScript(call.file, messages);
-    ZEL_ParmStream left, right;
+    Side left, right;
     if (!script) {
         return 1;
     }
-    const bool readLeft = readWhole(script, call.left, left, messages);
-    if (!readWhole(script, call.right, right, messages) || !readLeft) {
+    const bool readLeft = readSide(script, call.left, left, messages);
+    if (!readSide(script, call.right, right, messages) || !readLeft) {
         return 1;
     }
-    const auto differences = ZEL_ParmStream::compare(left, right);
+    const auto differences = compare(left, right);
     if (options.json) {
         ZELT_Json out = ZELT_Json::array();
         for (const ZEL_StreamDifference &difference : differences) {
@@ -114,9 +211,12 @@ int diff(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 void ZELTaddDiff(ZELT_CommandLine &line)
 {
     const auto [command, call] = line.add(
-        "diff", "Tell the parameters whose saved values differ",
+        "diff", "Tell the parameters and channels whose saved values differ",
         "zel diff examples/light.ds examples/light.parms examples/light_night.parms", diff);
     command.add_option("FILE", call.file, "A dialog script")->required();
-    command.add_option("A", call.left, "A stream in either form; - for standard input")->required();
+    command
+        .add_option("A", call.left,
+                    "A stream, channel file, preset, or node or scene file; - for standard input")
+        ->required();
     command.add_option("B", call.right, "Another one")->required();
 }

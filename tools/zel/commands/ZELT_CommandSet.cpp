@@ -106,7 +106,7 @@ void ZELTaddSet(ZELT_CommandLine &line)
 {
     const auto [command, call] = line.add(
         "set", "Change values, and write them as the file that they came from",
-        "zel set examples/light.ds examples/light.parms --set light_intensity=2 -o out.parms", set);
+        "zel set examples/light.ds examples/light.parms --set light_intensity=2 -o -", set);
     ZELTaddNode(command, call.node);
     command.add_option("IN", call.input, "Values, as for --values; a scene or node needs none");
     command.add_option("-o,--out", call.out, "The file to write; - for standard output")

@@ -3,6 +3,7 @@
 #include "ZELT_Shell.h"
 
 #include "ZELT_File.h"
+#include "ZELT_Messages.h"
 
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ValueFile.h>
@@ -24,7 +25,11 @@ void save(ZELT_Shell &shell, const ZELT_ShellWords &words)
     NOD_Report report;
     const bool savedFlag = NOD_ValueFile::save(shell.getSession().getScene(), shell.getNode(), form,
                                                os, ZELTfolderOf(words[2]), report);
-    shell.tell(report);
+    if (words[2] == "-" && savedFlag) {
+        shell.getMessages().add(report); // not between the lines of the file
+    } else {
+        shell.tell(report);
+    }
     if (savedFlag && !ZELTwriteFile(words[2], os.str(), shell.getMessages())) {
         shell.fail(words[2] + " isn't written");
     }
