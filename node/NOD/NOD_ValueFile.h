@@ -59,7 +59,8 @@ public:
     std::vector<std::string> findNodes(NOD_Report &report) const;
     /// Gives the node what is in the file, as one step of undo. A stream and a preset change the parameters
     /// that they have, a channel file the channels; of a node or a scene it is all that NOD_NodeSections.h
-    /// names, of the one node that is there or is meant. False if not all could be used.
+    /// names, of the one node that is there or is meant. False if not all could be used, as a stream whose
+    /// channels the node hasn't: they are in a file of their own, which comes first.
     bool apply(NOD_Node &node, NOD_Report &report) const;
     ///@}
 

@@ -1,5 +1,5 @@
 # Checks that docs/tool.md names every command of ZEL and of its shell with its usage, and in a command's
-# section its options; that docs/zel.1 names every command.
+# section its options; that docs/zel.1 names every command and is a page without warnings.
 #
 #   cmake -DZEL=... -DFOLDER=... -P check_commands.cmake
 cmake_minimum_required(VERSION 3.25)
@@ -57,6 +57,14 @@ function(check_command)
         message(SEND_ERROR "docs/zel.1 doesn't have: ${name}")
     endif()
 endfunction()
+
+find_program(man man)
+if(man)
+    execute_process(COMMAND "${man}" -l --warnings "${FOLDER}/docs/zel.1" OUTPUT_QUIET ERROR_VARIABLE warnings)
+    if(NOT warnings STREQUAL "")
+        message(SEND_ERROR "docs/zel.1: ${warnings}")
+    endif()
+endif()
 
 file(READ "${FOLDER}/docs/tool.md" document)
 escape("${document}" document)

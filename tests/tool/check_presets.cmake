@@ -67,6 +67,7 @@ call(preset list ${node})
 call(preset save ${node} Day examples/light.ds)
 
 set(input "preset list\npreset save Seven\nsave text -\nset light_intensity 7\npreset save Seven ${OUT}/second\n\
+preset save Seven ${OUT}/second\npreset replace Seven ${OUT}/second\n\
 set light_intensity 1\npreset load Seven\nraw light_intensity\nundo\nraw light_intensity\npreset list\n\
 preset delete Seven ${OUT}/first\npreset delete Seven\npreset list\npreset load Seven\npreset delete Seven\n\
 preset save Seven nowhere\npreset wibble\npreset load\npreset save a b c\nmessages\n")

@@ -139,7 +139,8 @@ void ZELT_Messages::takeErrors(const std::string &file)
             placedFlag ? entry.text
                        : KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str());
         if (reported.insert(text).second) {
-            add(entry.severity, entry.category, entry.code, file, 0, text);
+            const bool namedFlag = text.find(file) != std::string::npos;
+            add(entry.severity, entry.category, entry.code, namedFlag ? "" : file, 0, text);
         }
     }
     manager.clearAndDestroyErrors();

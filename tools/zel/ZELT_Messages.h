@@ -38,7 +38,7 @@ public:
              const std::string &file, int line, const std::string &text);
     void add(const NOD_Report &report);
     /// Moves what the calling thread's error manager holds here. `file` is put before messages
-    /// that have no place of their own.
+    /// that have no place of their own and don't name it.
     void takeErrors(const std::string &file);
 
 private:

@@ -139,7 +139,7 @@ std::unique_ptr<ZELT_Session> ZELT_Session::open(const ZELT_NodeCall &call, ZELT
         return nullptr;
     }
     session->myScene.makeCurrent();
-    if (call.framesPerSecond != 0.0 && !session->myScene.setFrameRate(call.framesPerSecond)) {
+    if (call.framesPerSecond && !session->myScene.setFrameRate(*call.framesPerSecond)) {
         messages.error("", "--fps isn't above 0");
         return nullptr;
     }
@@ -163,6 +163,11 @@ std::vector<NOD_Node *> ZELT_Session::getNodes()
         appendNodes(*myNode, nodes);
     }
     return nodes;
+}
+
+void ZELT_Session::notePartlyLoaded(const std::string &file)
+{
+    myPartlyLoaded = myPartlyLoaded.empty() ? file : myPartlyLoaded;
 }
 
 bool ZELT_Session::isOneNode(ZELT_Messages &messages) const
@@ -297,24 +302,28 @@ bool applyFiles(ZELT_Session &session, const ZELT_Inputs &inputs, ZELT_Messages 
         paths.push_back(inputs.channels);
     }
     bool good = paths.empty() || session.isOneNode(messages);
-    std::vector<NOD_ValueFile> channels;
-    std::vector<NOD_ValueFile> others;
+    std::vector<std::pair<std::string, NOD_ValueFile>> channels;
+    std::vector<std::pair<std::string, NOD_ValueFile>> others;
     NOD_Report report;
     for (const std::string &path : paths) {
         NOD_ValueFile file;
         good = good && readFile(file, path, report);
         good = take(report, messages) && good;
-        (file.getKind() == NOD_FileKind::CHANNELS ? channels : others).push_back(std::move(file));
+        (file.getKind() == NOD_FileKind::CHANNELS ? channels : others)
+            .emplace_back(path, std::move(file));
     }
     for (const auto *const files : {&channels, &others}) {
-        for (const NOD_ValueFile &file : *files) {
+        for (const auto &[path, file] : *files) {
             good = good && file.apply(session.getNode(), report);
+            if (!report.isEmpty()) {
+                session.notePartlyLoaded(path);
+            }
             good = take(report, messages) && good;
         }
     }
     for (std::size_t i = 0; i < channels.size() && !others.empty() && good; ++i) {
         NOD_Report reportedAlready;
-        channels[i].apply(session.getNode(), reportedAlready);
+        channels[i].second.apply(session.getNode(), reportedAlready);
     }
     session.growBlocks(0.0);
     return good;

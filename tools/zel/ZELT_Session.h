@@ -18,6 +18,7 @@
 #include <TRK/TRK_Types.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,8 +48,8 @@ struct ZELT_NodeCall
     std::string
         file; ///< a dialog script, or a scene or node file, with "?/PATH" for one of its nodes
     ZELT_Inputs inputs;
-    std::string time = "0";     ///< when values are set and read: seconds, or a frame as `12f`
-    double framesPerSecond = 0; ///< 0: those of the scene
+    std::string time = "0"; ///< when values are set and read: seconds, or a frame as `12f`
+    std::optional<double> framesPerSecond; ///< none: those of the scene
 };
 
 class ZELT_Session
@@ -75,6 +76,9 @@ public:
     bool isOneNode(ZELT_Messages &messages) const;
     /// What the call says.
     double getTime() const { return myTime; }
+    /// The first file with values that the node hasn't all taken, as for parameters that it doesn't have; "" for none.
+    const std::string &getPartlyLoaded() const { return myPartlyLoaded; }
+    void notePartlyLoaded(const std::string &file);
 
     // ------------------------------------------------------------------ //
     /// \name Files   (why it failed, "" for success; more with the thread's error manager)
@@ -108,6 +112,7 @@ private:
     NOD_Scene myScene;
     NOD_Node *myNode = nullptr;
     double myTime = 0.0;
+    std::string myPartlyLoaded;
 };
 
 /// Reports what the library reported or, without that, the fault; false if there was an error. `file`

@@ -10,6 +10,7 @@
 #include <SNK/SNK_Python.h>
 #include <TOK/TOK_TokenStream.h>
 
+#include <csignal>
 #include <exception>
 #include <iostream>
 #include <new>
@@ -19,6 +20,16 @@
 namespace
 {
 
+int runCommand(const ZELT_CommandLine &line, ZELT_Messages &messages)
+{
+    messages.setJson(line.getOptions().json);
+    KIT_EnvControl::readEnvironment();
+    messages.takeErrors("");
+    SNKsetPythonEnabled(!line.getOptions().noScripts);
+    TOK_TokenStream::setAllIncludesConfined(line.getOptions().noScripts);
+    return line.run(messages);
+}
+
 int run(int argc, char **argv)
 {
     std::optional<ZELT_Terminal> terminal;
@@ -27,15 +38,8 @@ int run(int argc, char **argv)
     }
     ZELT_Messages messages;
     ZELT_CommandLine line;
-    if (const std::optional<int> ended = line.parse(argc, argv, messages)) {
-        return *ended;
-    }
-    messages.setJson(line.getOptions().json);
-    KIT_EnvControl::readEnvironment();
-    messages.takeErrors("");
-    SNKsetPythonEnabled(!line.getOptions().noScripts);
-    TOK_TokenStream::setAllIncludesConfined(line.getOptions().noScripts);
-    const int result = line.run(messages);
+    const std::optional<int> ended = line.parse(argc, argv, messages);
+    const int result = ended ? *ended : runCommand(line, messages);
     std::cout.flush();
     if (!std::cout) {
         messages.error("", "the output can't be written: " + KITsystemReason());
@@ -52,6 +56,8 @@ int run(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
+    // A reader that has gone is output that can't be written.
+    std::signal(SIGPIPE, SIG_IGN);
     try {
         return run(argc, argv);
     } catch (const std::bad_alloc &) {

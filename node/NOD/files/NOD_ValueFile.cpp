@@ -104,6 +104,14 @@ bool exists(const std::string &path)
     return std::filesystem::exists(path, ignored);
 }
 
+bool hasLostChannel(const NOD_Report &report)
+{
+    const auto &messages = report.getMessages();
+    return std::any_of(messages.begin(), messages.end(), [](const NOD_Message &message) {
+        return message.category == ZEL_ERROR_CATEGORY && message.code == ZEL_ERR_NO_CHANNEL;
+    });
+}
+
 bool hasChannels(ZEL_ParmList &parms)
 {
     for (int i = 0; i < parms.getEntries(); ++i) {
@@ -223,8 +231,17 @@ bool NOD_ValueFile::apply(NOD_Node &node, NOD_Report &report) const
     } else if (myKind == NOD_FileKind::PRESET || myKind == NOD_FileKind::PRESETS) {
         whole = applyPreset(node, report);
     } else {
-        const NOD_ReportScope scope(report, myName);
-        whole = applyStream(node);
+        NOD_Report found;
+        {
+            const NOD_ReportScope scope(found, myName);
+            whole = applyStream(node);
+        }
+        // It is about a value that isn't there: the numbers beside names of channels mean nothing.
+        if (myKind == NOD_FileKind::STREAM && hasLostChannel(found)) {
+            found.add(
+                {KIT_ERROR_ABORT, myName, 0, {}, "refers to channels that aren't there", {}, 0});
+        }
+        report.append(found);
     }
     if (!whole && report.getErrorCount() == before) {
         report.add({KIT_ERROR_ABORT, myName, 0, {}, "isn't loaded as a whole", {}, 0});

@@ -46,10 +46,10 @@ std::string placeOf(const Call &call, const std::string &name)
     return ZELTquote(name) + " of " + call.table + "/" + call.opName;
 }
 
-int fail(const std::string &text, ZELT_Messages &messages)
+int fail(const std::string &text, ZELT_Messages &messages, const std::string &file = "")
 {
     const int before = messages.getErrorCount();
-    messages.takeErrors("");
+    messages.takeErrors(file);
     // What the library has reported needs no second message.
     if (messages.getErrorCount() == before) {
         messages.error("", text);
@@ -68,33 +68,16 @@ int findPreset(ZEL_PresetInfo &presets, const Call &call, ZELT_Messages &message
     return index;
 }
 
-std::string joined(const KIT_StringArray &texts)
-{
-    std::string line;
-    for (const KIT_String &text : texts) {
-        line += (line.empty() ? "" : ", ") + text.toStdString();
-    }
-    return line;
-}
-
 /// Why a folder takes no preset of that name, a sentence.
 std::string refusalOf(const Call &call, const std::string &name, const std::string &folder,
                       ZEL_PresetInfo &presets)
 {
-    const KIT_StringArray &folders = ZEL_PresetInfo::getValidSaveDirs();
-    if (folder.empty()) {
-        return "no folder of the search path takes presets: " +
-               joined(ZEL_PresetInfo::explainSearchPath());
-    }
-    const std::string why = ZEL_PresetInfo::explainSaveDir(folder.c_str());
-    if (!why.empty()) {
-        return folder + " " + why +
-               "; presets are saved in: " + (folders.isEmpty() ? "no folder" : joined(folders));
-    }
-    if (!call.forceFlag && presets.hasPresetInDir(name.c_str(), folder.c_str())) {
-        return folder + " has one of that name; --force replaces it";
-    }
-    return "no path below " + folder + " can be made of " + call.table + " and " + call.opName;
+    return ZELTpresetRefusal(presets, name, folder, call.forceFlag ? "" : "--force");
+}
+
+std::string fileOf(const std::string &folder, ZEL_PresetInfo &presets)
+{
+    return folder.empty() ? "" : folder + "/" + presets.getPresetFile().toStdString();
 }
 
 int failToSave(const Call &call, const std::string &name, const std::string &folder,
@@ -102,7 +85,7 @@ int failToSave(const Call &call, const std::string &name, const std::string &fol
 {
     return fail("the preset " + placeOf(call, name) +
                     " isn't saved: " + refusalOf(call, name, folder, presets),
-                messages);
+                messages, fileOf(folder, presets));
 }
 
 Existing existingOf(const Call &call)
@@ -320,31 +303,21 @@ int copy(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     return 0;
 }
 
-/// The folder that is named, or the one of the search path in which the preset was found; "" if it is in none.
-std::string folderOf(ZEL_PresetInfo &presets, const Call &call)
-{
-    if (!call.folder.empty()) {
-        return call.folder;
-    }
-    const std::string path = ZELTpresetPath(presets, call.name, "");
-    const std::size_t place = path.rfind("/" + presets.getPresetFile().toStdString() + "?");
-    return place == std::string::npos ? "" : path.substr(0, place);
-}
-
 int rename(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
     if (findPreset(presets, call, messages) < 0) {
         return 1;
     }
-    const std::string folder = folderOf(presets, call);
+    const std::string folder = ZELTpresetOrigin(presets, call.name, call.folder);
     if (!presets.renamePresetInDir(call.name.c_str(), call.newName.c_str(), folder.c_str(),
                                    existingOf(call))) {
         const std::string why = !presets.hasPresetInDir(call.name.c_str(), folder.c_str()) &&
                                         ZEL_PresetInfo::explainSaveDir(folder.c_str()).empty()
                                     ? "it isn't in " + folder
                                     : refusalOf(call, call.newName, folder, presets);
-        return fail("the preset " + placeOf(call, call.name) + " isn't renamed: " + why, messages);
+        return fail("the preset " + placeOf(call, call.name) + " isn't renamed: " + why, messages,
+                    fileOf(folder, presets));
     }
     messages.takeErrors("");
     printDone("renamed to", call.newName, ZELTpresetPath(presets, call.newName, folder), options);
@@ -357,14 +330,12 @@ int remove(const Call &call, const ZELT_Options &options, ZELT_Messages &message
     if (findPreset(presets, call, messages) < 0) {
         return 1;
     }
-    const std::string folder = folderOf(presets, call);
+    const std::string folder = ZELTpresetOrigin(presets, call.name, call.folder);
     const std::string path = ZELTpresetPath(presets, call.name, call.folder);
     if (!presets.deletePresetFromDir(call.name.c_str(), folder.c_str())) {
-        const std::string why = folder.empty() ? "it is in no folder of the search path"
-                                : !ZEL_PresetInfo::explainSaveDir(folder.c_str()).empty()
-                                    ? refusalOf(call, call.name, folder, presets)
-                                    : "it isn't in " + folder;
-        return fail("the preset " + placeOf(call, call.name) + " isn't deleted: " + why, messages);
+        const std::string why = ZELTpresetRemains(presets, call.name, folder);
+        return fail("the preset " + placeOf(call, call.name) + " isn't deleted: " + why, messages,
+                    fileOf(folder, presets));
     }
     messages.takeErrors("");
     printDone("deleted", call.name, path, options);

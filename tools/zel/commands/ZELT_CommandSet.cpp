@@ -21,13 +21,8 @@ struct Call
     std::string input; ///< values, before those of --values; "" for none
     std::string out;
     std::string form; ///< "": that of the input
+    bool allowLoss = false;
 };
-
-constexpr std::pair<const char *, Form> theForms[] = {{"text", Form::TEXT},
-                                                      {"binary", Form::BINARY},
-                                                      {"compact", Form::COMPACT},
-                                                      {"channels", Form::CHANNELS},
-                                                      {"node", Form::NODE}};
 
 /// What binary files of this library have and texts don't; false for one that can't be read.
 bool isBinary(const std::string &path)
@@ -41,10 +36,9 @@ bool isBinary(const std::string &path)
 /// The kind of the file that the values come from.
 Form formOf(const Call &call)
 {
-    for (const auto &[name, form] : theForms) {
-        if (call.form == name) {
-            return form;
-        }
+    Form asked = Form::TEXT;
+    if (NOD_ValueFile::findForm(call.form, asked)) {
+        return asked;
     }
     const std::string file = call.input.substr(0, call.input.find('?'));
     switch (NOD_ValueFile::kindOf(file)) {
@@ -75,6 +69,11 @@ int set(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     }
     const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(node, messages);
     if (!session) {
+        return 1;
+    }
+    if (!session->getPartlyLoaded().empty() && !call.allowLoss) {
+        messages.error(session->getPartlyLoaded(),
+                       "not all of it is carried; written with --allow-loss only");
         return 1;
     }
     const std::string file = node.file.substr(0, node.file.find('?'));
@@ -114,4 +113,6 @@ void ZELTaddSet(ZELT_CommandLine &line)
         ->required();
     command.add_option("--as", call.form, "text, binary, compact, channels or node")
         ->check(CLI::IsMember({"text", "binary", "compact", "channels", "node"}));
+    command.add_flag("--allow-loss", call.allowLoss,
+                     "Write also where a file has values that the node doesn't take");
 }

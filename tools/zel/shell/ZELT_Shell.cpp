@@ -39,19 +39,30 @@ namespace
 class Captured
 {
 public:
-    Captured() : myBefore(std::cout.rdbuf(myText.rdbuf())) {}
-    ~Captured() { std::cout.rdbuf(myBefore); }
+    Captured() : myState(std::cout.rdstate()), myBefore(std::cout.rdbuf(myText.rdbuf())) {}
+    ~Captured() { restore(); }
     Captured(const Captured &) = delete;
     Captured &operator=(const Captured &) = delete;
 
     std::string end()
     {
-        std::cout.rdbuf(myBefore);
+        restore();
         return myText.str();
     }
 
 private:
+    /// Another buffer clears what the stream says of the one before.
+    void restore()
+    {
+        if (myBefore) {
+            std::cout.rdbuf(myBefore);
+            std::cout.setstate(myState);
+            myBefore = nullptr;
+        }
+    }
+
     std::ostringstream myText;
+    std::ios::iostate myState;
     std::streambuf *myBefore;
 };
 

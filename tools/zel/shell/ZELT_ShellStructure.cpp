@@ -2,55 +2,19 @@
 
 #include "ZELT_Shell.h"
 
+#include "ZELT_Format.h"
 #include "ZELT_Script.h"
 
-#include <KIT/KIT_StringHolder.h>
+#include <NOD/NOD_Migration.h>
+#include <NOD/NOD_Report.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_Template.h>
 
 #include <iostream>
-#include <unordered_set>
 
 namespace
 {
-
-/// What decides whether a parameter of the old list continues in the new one.
-struct Former
-{
-    std::string token;
-    unsigned kind;
-    bool multiFlag;
-    bool defaultFlag;
-};
-
-std::vector<Former> formerParms(const ZEL_ParmList &parms)
-{
-    std::vector<Former> former;
-    for (int i = 0; i < parms.getEntries(); ++i) {
-        const ZEL_Parm &parm = *parms.getParmPtr(i);
-        // Items continue with the parameter that they belong to; base parameters have nothing to.
-        if (parm.getInstance() && !parm.getMultiParmOwner()) {
-            former.push_back({parm.getToken(), unsigned(parm.getType().getBasicType()),
-                              parm.isMultiParm(), parm.isTrueFactoryDefault()});
-        }
-    }
-    return former;
-}
-
-std::string fateOf(const Former &former, const ZEL_ParmList &parms)
-{
-    const ZEL_Parm *const parm = parms.getParmPtr(former.token.c_str());
-    if (!parm) {
-        return "lost " + former.token + ": there is none now";
-    }
-    if (unsigned(parm->getType().getBasicType()) != former.kind ||
-        (parm->isMultiParm() && !former.multiFlag)) {
-        return "lost " + former.token + ": it is of another kind now";
-    }
-    const bool startsAnew = former.defaultFlag && !parm->isMultiParm();
-    return (startsAnew ? "default " : "carried ") + former.token;
-}
 
 void listSpares(ZELT_Shell &shell, const ZELT_ShellWords &)
 {
@@ -112,19 +76,13 @@ void adopt(ZELT_Shell &shell, const ZELT_ShellWords &words)
         shell.fail(words[1] + " isn't adopted");
         return;
     }
-    const std::vector<Former> former = formerParms(shell.getParms());
-    shell.getNode().renewParms(script);
+    NOD_Migration migration;
+    NOD_Report report;
+    migration.run(shell.getNode(), script, shell.getTime(), report);
+    shell.tell(report);
     shell.getSession().growBlocks(shell.getTime());
-
-    std::unordered_set<std::string> known;
-    for (const Former &one : former) {
-        std::cout << fateOf(one, shell.getParms()) << '\n';
-        known.insert(one.token);
-    }
-    for (const Former &one : formerParms(shell.getParms())) {
-        if (known.insert(one.token).second) {
-            std::cout << "new " << one.token << '\n';
-        }
+    for (const NOD_Migration::Entry &entry : migration.getEntries()) {
+        std::cout << ZELTprintable(entry.asText()) << '\n';
     }
 }
 
