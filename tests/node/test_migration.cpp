@@ -20,6 +20,8 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -69,7 +71,7 @@ protected:
 
     /// The account, a line for each; or what is wrong.
     std::string migrate(NOD_Node &node, const char *script,
-                        std::initializer_list<const char *> renames)
+                        const std::vector<const char *> &renames)
     {
         NOD_Report faults;
         for (const char *rename : renames) {
@@ -176,7 +178,7 @@ TEST_F(Migration, NamesThatMeanSomethingElseNow)
     EXPECT_EQ(migrate(third, "{ name r parm { name x type float } }", {"a=x"}),
               "carried a as x 0\nlost x 9: another parameter has its name now\n");
 
-    const std::pair<std::initializer_list<const char *>, const char *> faults[] = {
+    const std::pair<std::vector<const char *>, const char *> faults[] = {
         {{"nothing=a"}, "nothing: is to be renamed, but there is no parameter of that name\n"},
         {{"a=nothing"},
          "nothing: is the new name of a, but the new interface has no parameter of that name\n"},

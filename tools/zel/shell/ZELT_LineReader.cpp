@@ -172,7 +172,8 @@ ZELT_LineReader::Editor::Editor(const char *prompt, Complete complete)
     el_set(myEdit, EL_PROMPT, promptOf);
     el_set(myEdit, EL_EDITOR, "emacs");
     el_set(myEdit, EL_GETCFN, readCharacter);
-    el_set(myEdit, EL_ADDFN, "zel-complete", "Completes the word", completeAt);
+    // The narrow call makes copies that it never frees.
+    el_wset(myEdit, EL_ADDFN, L"zel-complete", L"Completes the word", completeAt);
     el_set(myEdit, EL_BIND, "^I", "zel-complete", nullptr);
     el_set(myEdit, EL_BIND, "^R", "em-inc-search-prev", nullptr);
     el_source(myEdit, nullptr); // a user's own keys
