@@ -170,6 +170,11 @@ void ZELT_Session::notePartlyLoaded(const std::string &file)
     myPartlyLoaded = myPartlyLoaded.empty() ? file : myPartlyLoaded;
 }
 
+void ZELT_Session::noteInput(const NOD_ValueFile &file)
+{
+    myInputForm = myInputForm ? *myInputForm : file.getForm();
+}
+
 bool ZELT_Session::isOneNode(ZELT_Messages &messages) const
 {
     if (!myNode->getParent()) {
@@ -309,6 +314,7 @@ bool applyFiles(ZELT_Session &session, const ZELT_Inputs &inputs, ZELT_Messages 
         NOD_ValueFile file;
         good = good && readFile(file, path, report);
         good = take(report, messages) && good;
+        session.noteInput(file);
         (file.getKind() == NOD_FileKind::CHANNELS ? channels : others)
             .emplace_back(path, std::move(file));
     }

@@ -15,6 +15,7 @@
 #include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Scene.h>
+#include <NOD/NOD_ValueFile.h>
 #include <TRK/TRK_Types.h>
 
 #include <memory>
@@ -79,6 +80,9 @@ public:
     /// The first file with values that the node hasn't all taken, as for parameters that it doesn't have; "" for none.
     const std::string &getPartlyLoaded() const { return myPartlyLoaded; }
     void notePartlyLoaded(const std::string &file);
+    /// Of the first file with values; none without one.
+    const std::optional<NOD_ValueFile::Form> &getInputForm() const { return myInputForm; }
+    void noteInput(const NOD_ValueFile &file);
 
     // ------------------------------------------------------------------ //
     /// \name Files   (why it failed, "" for success; more with the thread's error manager)
@@ -113,6 +117,7 @@ private:
     NOD_Node *myNode = nullptr;
     double myTime = 0.0;
     std::string myPartlyLoaded;
+    std::optional<NOD_ValueFile::Form> myInputForm;
 };
 
 /// Reports what the library reported or, without that, the fault; false if there was an error. `file`

@@ -33,22 +33,6 @@ bool isBinary(const std::string &path)
     return std::string(start, std::size_t(is.gcount())).find('\0') != std::string::npos;
 }
 
-/// The kind of the file that the values come from.
-Form formOf(const Call &call)
-{
-    Form asked = Form::TEXT;
-    if (NOD_ValueFile::findForm(call.form, asked)) {
-        return asked;
-    }
-    const std::string file = call.input.substr(0, call.input.find('?'));
-    switch (NOD_ValueFile::kindOf(file)) {
-    case NOD_FileKind::CHANNELS: return Form::CHANNELS;
-    case NOD_FileKind::NODE:
-    case NOD_FileKind::SCENE: return Form::NODE;
-    default: return isBinary(file) ? Form::BINARY : Form::TEXT;
-    }
-}
-
 /// Once more the file that was opened, in its form unless another is asked for.
 bool saveScene(ZELT_Session &session, const Call &call, const std::string &file, std::ostream &os,
                NOD_Report &report)
@@ -85,10 +69,9 @@ int set(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     }
     std::ostringstream os;
     NOD_Report report;
-    Form form = formOf(call);
-    if (kind == NOD_FileKind::NODE && call.form.empty()) {
-        form = Form::NODE;
-    }
+    Form form =
+        kind == NOD_FileKind::NODE ? Form::NODE : session->getInputForm().value_or(Form::TEXT);
+    NOD_ValueFile::findForm(call.form, form);
     const bool saved = sceneFlag ? saveScene(*session, call, file, os, report)
                                  : NOD_ValueFile::save(session->getScene(), session->getNode(),
                                                        form, os, ZELTfolderOf(call.out), report);
