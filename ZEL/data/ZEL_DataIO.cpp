@@ -11,8 +11,8 @@
 #include <ZEL/ZEL_DataItem.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
-#include <ZEL/support/ZEL_PacketClassPrivate.h>
 #include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
+#include <ZEL/support/ZEL_PacketClassPrivate.h>
 
 #include <algorithm>
 #include <sstream>

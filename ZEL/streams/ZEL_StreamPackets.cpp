@@ -7,8 +7,8 @@
 #include <KIT/KIT_Packet.h>
 #include <ZEL/ZEL_DataFactory.h>
 #include <ZEL/ZEL_DataItem.h>
-#include <ZEL/support/ZEL_PacketClassPrivate.h>
 #include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
+#include <ZEL/support/ZEL_PacketClassPrivate.h>
 
 #include <algorithm>
 #include <limits>

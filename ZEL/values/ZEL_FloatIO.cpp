@@ -11,8 +11,8 @@
 #include <KIT/KIT_Write.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
-#include <ZEL/support/ZEL_PacketClassPrivate.h>
 #include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
+#include <ZEL/support/ZEL_PacketClassPrivate.h>
 
 #include <cstring>
 

@@ -5,9 +5,9 @@
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_Write.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
+#include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
 #include <ZEL/support/ZEL_PacketClassPrivate.h>
-#include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
 
 #include <cstring>
 #include <ostream>

@@ -8,8 +8,8 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
-#include <ZEL/support/ZEL_PacketClassPrivate.h>
 #include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
+#include <ZEL/support/ZEL_PacketClassPrivate.h>
 
 namespace
 {

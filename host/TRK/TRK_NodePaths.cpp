@@ -356,7 +356,8 @@ TRK_NodePaths::Result TRK_NodePaths::forEach(std::string &text, Form form,
         return result;
     }
     std::string written = finder.write();
-    if (form != Form::TEXT && form != Form::PATHS && written.size() > TRK_Limits::theExpressionLength) {
+    if (form != Form::TEXT && form != Form::PATHS &&
+        written.size() > TRK_Limits::theExpressionLength) {
         return {0, result.refused + result.changed, "the expression would be too long"};
     }
     text.swap(written);

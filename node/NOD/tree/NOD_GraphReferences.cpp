@@ -188,8 +188,8 @@ bool NOD_Graph::findTextReferences(const Reader &reader)
     std::string text(raw.nonNullStr());
     const bool expressionFlag = TRK_NodePaths::hasExpression(text.c_str());
     if (!expressionFlag) {
-        TRK_NodePaths::forEach(text, NOD_NodeTexts::formOf(*reader.parm), &reader.node->getChannels(),
-                               [&](const std::string &path) {
+        TRK_NodePaths::forEach(text, NOD_NodeTexts::formOf(*reader.parm),
+                               &reader.node->getChannels(), [&](const std::string &path) {
                                    return follow(reader, *reader.node, path.c_str()) != nullptr;
                                });
     }

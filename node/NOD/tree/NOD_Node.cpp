@@ -138,8 +138,8 @@ void NOD_Node::keepSections(const std::string &typeName, Sections sections)
 
 bool NOD_Node::isValidName(const std::string &name)
 {
-    return !name.empty() && name != "." && name != ".." &&
-           name.find('/') == std::string::npos && name.find('\0') == std::string::npos;
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+           name.find('\0') == std::string::npos;
 }
 
 NOD_Node *NOD_Node::copyTo(NOD_Node &parent, const char *name)

@@ -247,8 +247,7 @@ std::size_t childAt(const std::string &text, std::size_t at, bool isBinary, NOD_
 TRK_NodePaths::Form NOD_NodeTexts::formOf(const ZEL_Parm &parm)
 {
     const ZEL_Template *const description = parm.getTemplatePtr();
-    const ZEL_TypeExtended kind =
-        description ? description->getTypeExtended() : ZEL_TYPEX_NONE;
+    const ZEL_TypeExtended kind = description ? description->getTypeExtended() : ZEL_TYPEX_NONE;
     const bool isOfPaths = kind == ZEL_TYPEX_NODE_PATH || kind == ZEL_TYPEX_NODE_PATHS ||
                            parm.getType().hasStringType(ZEL_Type::ZEL_STR_OP_REF_NAME) ||
                            parm.getType().hasStringType(ZEL_Type::ZEL_STR_OP_REF_LIST);

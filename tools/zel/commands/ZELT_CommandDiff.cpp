@@ -138,18 +138,17 @@ bool readSide(const ZELT_ScriptPtr &script, const std::string &file, Side &side,
     const NOD_FileKind kind = file == "-" ? NOD_FileKind::NONE : NOD_ValueFile::kindOf(file);
     const bool isOther = kind == NOD_FileKind::NONE ? file.find('?') != std::string::npos
                                                     : kind > NOD_FileKind::STREAM;
-    if (isOther) {
-        return (values.read(file, report) || report.hasErrors()) &&
-               readOther(script, file, values, report, side, messages);
-    }
-    if (!ZELTreadStreamBytes(file, bytes, messages)) {
+    if (!isOther && !ZELTreadStreamBytes(file, bytes, messages)) {
         return false;
     }
-    if (NOD_ValueFile::kindOf(std::string_view(bytes)) > NOD_FileKind::STREAM) {
-        return values.read(bytes, "standard input", report) &&
-               readOther(script, file, values, report, side, messages);
+    if (!isOther && NOD_ValueFile::kindOf(std::string_view(bytes)) <= NOD_FileKind::STREAM) {
+        return readStream(script, file, bytes, side.stream, messages);
     }
-    return readStream(script, file, bytes, side.stream, messages);
+    if (!(isOther ? values.read(file, report) : values.read(bytes, "standard input", report))) {
+        messages.add(report);
+        return false;
+    }
+    return readOther(script, file, values, report, side, messages);
 }
 
 std::vector<ZEL_StreamDifference> compare(const Side &left, const Side &right)
