@@ -91,8 +91,9 @@ void checkEntries(const std::string &data, bool binary, ZEL_ParmList *list)
     for (const bool form : {false, true}) {
         const std::string once = written(stream, form);
         ZEL_ParmStream back, other;
-        if (!once.empty() && (!take(back, once, form) || written(back, form) != once ||
-                              (!form && (!take(other, written(back, true), true) ||
+        // Where a text's entry is broken, the kind of its parameter says where it ends.
+        if (!once.empty() && (!take(back, once, form, list) || written(back, form) != once ||
+                              (!form && (!take(other, written(back, true), true, list) ||
                                          written(other, false) != once)))) {
             std::abort();
         }

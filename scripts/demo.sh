@@ -47,8 +47,8 @@ shown scene examples/studio.scene
 shown scene examples/studio.scene --convert "$streams/studio.bscene" --binary
 wc -c examples/studio.scene "$streams/studio.bscene"
 
-headline "zel rewrite: a script as the library writes it"
-shown rewrite examples/ramps.ds | sed -n 1,20p
+headline "zel rewrite: a script as the library writes it; 1, since it leaves out the comments"
+(shown rewrite examples/ramps.ds || true) | sed -n 1,20p
 
 headline "zel command: a command line as values, and back"
 shown command examples/commands/image.cmd 'resize -v -q 80 in.pic out.pic'
