@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -81,15 +82,24 @@ public:
     static bool findForm(std::string_view word, Form &form);
     /// That of the file that was read; of a preset, which is none of them, that of a stream.
     Form getForm() const;
-    /// False, with an error, for what the form can't hold: a stream with such a name isn't written. A stream
-    /// that refers to channels is a warning: they are in no stream.
+    /// Names of the node's channels that no parameter has: a reference may read them.
+    static std::vector<std::string> findStrayChannels(NOD_Node &node);
+    /// What the form has no place for: of a channel file, parameters with a value that isn't their default
+    /// and no channel; of a stream, stray channels.
+    static std::vector<std::string> findLeftOut(NOD_Node &node, Form form);
+    /// Whether what is written has all that was loaded and set: else false, with an error for each loss.
+    /// `partlyLoaded` is a file that apply() reported anything of, "" for none; a preset has no form.
+    static bool checkCarried(NOD_Node &node, std::optional<Form> form,
+                             const std::string &partlyLoaded, NOD_Report &report);
+    /// False, with an error, for what the form can't hold: a stream with such a name isn't written. A
+    /// warning each: channels that a stream refers to, what findLeftOut finds, aliases, spare parameters.
     static bool save(NOD_Scene &scene, NOD_Node &node, Form form, std::ostream &os,
                      const std::string &folder, NOD_Report &report);
     ///@}
 
 private:
     bool take(std::string bytes, const std::string &name, std::size_t mark, NOD_Report &report);
-    bool applyStream(NOD_Node &node) const;
+    bool applyStream(NOD_Node &node, NOD_Report &report) const;
     bool applyPreset(NOD_Node &node, NOD_Report &report) const;
     bool applyNode(NOD_Node &node, NOD_Report &report) const;
     std::string pickSection(const NOD_SectionFile &file, const char *kind,
@@ -100,3 +110,6 @@ private:
     std::string mySection; ///< "" for none
     std::string myBytes;
 };
+
+/// Second names of channels that aren't there: neither a channel file nor a preset has them.
+NOD_API std::vector<std::string> NODaliasesWithoutChannel(NOD_Node &node);

@@ -222,8 +222,9 @@ TEST_F(TextEdit, EveryKindOfFileGivesBackWhatItHolds)
         std::ostringstream os;
         NOD_Report told;
         EXPECT_TRUE(NOD_ValueFile::save(scene, node("/rig/key"), form, os, "", told));
-        const bool streamFlag = form != Form::CHANNELS && form != Form::NODE;
-        EXPECT_EQ(told.getMessages().size(), streamFlag ? 1U : 0U) << told.asText();
+        EXPECT_EQ(told.getMessages().size(), form == Form::NODE ? 0U : 1U) << told.asText();
+        EXPECT_EQ(NOD_ValueFile::checkCarried(node("/rig/key"), form, "", told),
+                  form != Form::CHANNELS);
         return os.str();
     };
     const auto apply = [&](const std::string &bytes, const std::string &name, const char *path) {
@@ -263,6 +264,8 @@ TEST_F(TextEdit, EveryKindOfFileGivesBackWhatItHolds)
         {"#STO_INDEX 1.0\n#END\n", "i?Night", "i: there is no preset Night\n"},
         {"#STO_INDEX 1.0\nsection \"scene\"\nend\n#END\n", "e", "e: there is no node in it\n"},
         {"channels 1.0 { wibble }", "w", "w: "},
+        {"{ version 0.8 }\n{", "m", "m: goes on after the stream's end, at byte 16\n"},
+        {"channels 1.0 { } }", "n", "n: goes on after the stream's end, at byte 17\n"},
     };
     for (const auto &[bytes, name, expected] : faults) {
         NOD_ValueFile file;

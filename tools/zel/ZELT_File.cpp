@@ -44,7 +44,13 @@ bool ZELTwriteFile(const std::string &file, const std::string &bytes, ZELT_Messa
         return true;
     }
     struct stat old;
-    if (stat(file.c_str(), &old) == 0 && !S_ISREG(old.st_mode) && !S_ISDIR(old.st_mode)) {
+    const bool thereFlag = stat(file.c_str(), &old) == 0;
+    const std::size_t mark = file.find('?');
+    if (!thereFlag && mark != std::string::npos && stat(file.substr(0, mark).c_str(), &old) == 0) {
+        messages.error(file, "is a part of a file: only whole files are written");
+        return false;
+    }
+    if (thereFlag && !S_ISREG(old.st_mode) && !S_ISDIR(old.st_mode)) {
         // A pipe or device stays what it is.
         return writeBytes(file, bytes) || fail(file, messages);
     }

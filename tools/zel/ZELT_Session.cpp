@@ -21,10 +21,13 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <filesystem>
 #include <iostream>
 #include <iterator>
+#include <system_error>
 
 namespace
 {
@@ -167,7 +170,15 @@ std::vector<NOD_Node *> ZELT_Session::getNodes()
 
 void ZELT_Session::notePartlyLoaded(const std::string &file)
 {
-    myPartlyLoaded = myPartlyLoaded.empty() ? file : myPartlyLoaded;
+    myPartlyLoaded.push_back(file);
+}
+
+bool ZELT_Session::isPartlyLoaded(const std::string &file) const
+{
+    std::error_code ignored;
+    return std::any_of(myPartlyLoaded.begin(), myPartlyLoaded.end(), [&](const std::string &one) {
+        return one == file || std::filesystem::equivalent(one, file, ignored);
+    });
 }
 
 void ZELT_Session::noteInput(const NOD_ValueFile &file)
@@ -300,7 +311,8 @@ bool readFile(NOD_ValueFile &file, const std::string &path, NOD_Report &report)
 
 /// Values may refer to channels, so channel files come first; a plain value removes its channel, so they are
 /// loaded again: what they animate is animated.
-bool applyFiles(ZELT_Session &session, const ZELT_Inputs &inputs, ZELT_Messages &messages)
+bool applyFiles(ZELT_Session &session, const ZELT_Inputs &inputs, bool &channelsFlag,
+                ZELT_Messages &messages)
 {
     std::vector<std::string> paths = inputs.values;
     if (!inputs.channels.empty()) {
@@ -318,6 +330,7 @@ bool applyFiles(ZELT_Session &session, const ZELT_Inputs &inputs, ZELT_Messages 
         (file.getKind() == NOD_FileKind::CHANNELS ? channels : others)
             .emplace_back(path, std::move(file));
     }
+    channelsFlag = !channels.empty();
     for (const auto *const files : {&channels, &others}) {
         for (const auto &[path, file] : *files) {
             good = good && file.apply(session.getNode(), report);
@@ -343,7 +356,8 @@ bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double ti
     const ZEL_InputBudget budget(std::int64_t(inputs.sets.size() + inputs.expressions.size()));
     NOD_Report report;
     bool good = take(report, messages); // what making the parameters reported
-    good = applyFiles(session, inputs, messages) && good;
+    bool channelsFlag = false;
+    good = applyFiles(session, inputs, channelsFlag, messages) && good;
     NOD_TextEdit edit(session.getNode(), time, report);
     for (const std::string &option : inputs.sets) {
         edit.assign(option);
@@ -358,6 +372,11 @@ bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double ti
         good = take(report, messages) && good;
     }
     session.growBlocks(time);
+    if (channelsFlag && good) {
+        for (const std::string &name : NOD_ValueFile::findStrayChannels(session.getNode())) {
+            report.warning("", "no parameter has the channel " + name);
+        }
+    }
     return take(report, messages) && good;
 }
 

@@ -78,8 +78,12 @@ public:
     /// What the call says.
     double getTime() const { return myTime; }
     /// The first file with values that the node hasn't all taken, as for parameters that it doesn't have; "" for none.
-    const std::string &getPartlyLoaded() const { return myPartlyLoaded; }
+    std::string getPartlyLoaded() const
+    {
+        return myPartlyLoaded.empty() ? std::string() : myPartlyLoaded.front();
+    }
     void notePartlyLoaded(const std::string &file);
+    bool isPartlyLoaded(const std::string &file) const;
     /// Of the first file with values; none without one.
     const std::optional<NOD_ValueFile::Form> &getInputForm() const { return myInputForm; }
     void noteInput(const NOD_ValueFile &file);
@@ -116,7 +120,7 @@ private:
     NOD_Scene myScene;
     NOD_Node *myNode = nullptr;
     double myTime = 0.0;
-    std::string myPartlyLoaded;
+    std::vector<std::string> myPartlyLoaded;
     std::optional<NOD_ValueFile::Form> myInputForm;
 };
 

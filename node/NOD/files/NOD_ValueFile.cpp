@@ -11,8 +11,11 @@
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionFilePrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
+#include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -110,6 +113,58 @@ bool hasLostChannel(const NOD_Report &report)
     return std::any_of(messages.begin(), messages.end(), [](const NOD_Message &message) {
         return message.category == ZEL_ERROR_CATEGORY && message.code == ZEL_ERR_NO_CHANNEL;
     });
+}
+
+/// Calls `use` with each component: a parameter and an index.
+template <class Use>
+void forComponents(ZEL_ParmList &parms, const Use &use)
+{
+    for (int i = 0; i < parms.getEntries(); ++i) {
+        const ZEL_Parm &parm = *parms.getParmPtr(i);
+        for (int k = 0; k < parm.getVectorSize(); ++k) {
+            use(parm, k);
+        }
+    }
+}
+
+void addOnce(std::vector<std::string> &names, const std::string &name)
+{
+    if (names.empty() || names.back() != name) {
+        names.push_back(name);
+    }
+}
+
+/// The first few of them in a sentence.
+std::string joined(const std::vector<std::string> &names)
+{
+    constexpr std::size_t theMost = 10;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(names.size(), theMost); ++i) {
+        text += (i > 0 ? ", " : "") + names[i];
+    }
+    return names.size() <= theMost
+               ? text
+               : text + " and " + std::to_string(names.size() - theMost) + " more";
+}
+
+/// What a stream or channel file has no place for, but for values and channels.
+void warnOfLeftOut(NOD_Node &node, NOD_ValueFile::Form form, NOD_Report &report)
+{
+    const auto warn = [&](const char *what, const std::vector<std::string> &names) {
+        if (!names.empty()) {
+            report.warning("", what + joined(names));
+        }
+    };
+    const bool channelsFlag = form == NOD_ValueFile::Form::CHANNELS;
+    warn(channelsFlag ? "a channel file holds no values, so without those of: "
+                      : "a stream holds no channels, so without those that no parameter has: ",
+         NOD_ValueFile::findLeftOut(node, form));
+    warn("the form holds no aliases, so without: ", NODaliasesWithoutChannel(node));
+    std::vector<std::string> spares;
+    for (const ZEL_Template *description : node.getSpareParms().getDescriptions()) {
+        spares.emplace_back(description->getToken());
+    }
+    warn("the form doesn't describe spare parameters: ", spares);
 }
 
 bool hasChannels(ZEL_ParmList &parms)
@@ -234,7 +289,7 @@ bool NOD_ValueFile::apply(NOD_Node &node, NOD_Report &report) const
         NOD_Report found;
         {
             const NOD_ReportScope scope(found, myName);
-            whole = applyStream(node);
+            whole = applyStream(node, report);
         }
         // It is about a value that isn't there: the numbers beside names of channels mean nothing.
         if (myKind == NOD_FileKind::STREAM && hasLostChannel(found)) {
@@ -249,12 +304,26 @@ bool NOD_ValueFile::apply(NOD_Node &node, NOD_Report &report) const
     return report.getErrorCount() == before;
 }
 
-bool NOD_ValueFile::applyStream(NOD_Node &node) const
+bool NOD_ValueFile::applyStream(NOD_Node &node, NOD_Report &report) const
 {
     KIT_IStream is(myBytes.data(), myBytes.size(),
                    isBinary() ? KIT_IStream::BINARY : KIT_IStream::TEXT);
-    return myKind == NOD_FileKind::CHANNELS ? node.loadChannels(is)
-                                            : node.getParms().load(is, myName.c_str(), nullptr);
+    const bool whole = myKind == NOD_FileKind::CHANNELS
+                           ? node.loadChannels(is)
+                           : node.getParms().load(is, myName.c_str(), nullptr);
+    if (!isBinary()) {
+        is.skipWhitespace();
+    }
+    if (whole && !is.eof()) {
+        report.add({KIT_ERROR_ABORT,
+                    myName,
+                    0,
+                    {},
+                    "goes on after the stream's end, at byte " + std::to_string(is.tellg()),
+                    {},
+                    0});
+    }
+    return whole;
 }
 
 /// The name of the section of that kind that is meant, or the only one; "" after an error.
@@ -398,11 +467,76 @@ NOD_ValueFile::Form NOD_ValueFile::getForm() const
     }
 }
 
+std::vector<std::string> NOD_ValueFile::findStrayChannels(NOD_Node &node)
+{
+    std::vector<std::string> names;
+    const TRK_Collection &channels = node.getChannels();
+    for (int i = 0; const TRK_Channel *const channel = channels.getChannel(i); ++i) {
+        int component = 0;
+        if (node.getParms().getParmIndex(channel->getName(), component) < 0) {
+            names.emplace_back(channel->getName().nonNullStr());
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> NOD_ValueFile::findLeftOut(NOD_Node &node, Form form)
+{
+    if (form == Form::NODE) {
+        return {};
+    }
+    if (form != Form::CHANNELS) {
+        return findStrayChannels(node);
+    }
+    constexpr auto theFactory =
+        ZEL_DefaultType(ZEL_DEFAULT_FACTORY_EXPRESSION | ZEL_DEFAULT_FACTORY_VALUE);
+    std::vector<std::string> tokens;
+    forComponents(node.getParms(), [&](const ZEL_Parm &parm, int component) {
+        if (parm.getTemplatePtr() && !parm.getTemplatePtr()->isSwitcher() &&
+            !parm.getChannel(component) && !parm.isDefault(component, theFactory, true)) {
+            addOnce(tokens, parm.getToken());
+        }
+    });
+    return tokens;
+}
+
+bool NOD_ValueFile::checkCarried(NOD_Node &node, std::optional<Form> form,
+                                 const std::string &partlyLoaded, NOD_Report &report)
+{
+    constexpr const char *theRest = "not all of it is carried; written with --allow-loss only";
+    const std::vector<std::string> leftOut =
+        form ? findLeftOut(node, *form) : std::vector<std::string>();
+    if (!partlyLoaded.empty()) {
+        report.add({KIT_ERROR_ABORT, partlyLoaded, 0, {}, theRest, {}, 0});
+    }
+    if (!leftOut.empty()) {
+        report.error("", std::string(*form == Form::CHANNELS
+                                         ? "a channel file can't hold the values of "
+                                         : "a stream can't hold the channels ") +
+                             joined(leftOut) + ": " + theRest);
+    }
+    return partlyLoaded.empty() && leftOut.empty();
+}
+
+std::vector<std::string> NODaliasesWithoutChannel(NOD_Node &node)
+{
+    std::vector<std::string> aliases;
+    forComponents(node.getParms(), [&](const ZEL_Parm &parm, int component) {
+        if (!parm.getChannel(component) &&
+            parm.getChannelAlias(component) != parm.getChannelToken(component)) {
+            aliases.emplace_back(parm.getChannelAlias(component).nonNullStr());
+        }
+    });
+    return aliases;
+}
+
 bool NOD_ValueFile::save(NOD_Scene &scene, NOD_Node &node, Form form, std::ostream &os,
                          const std::string &folder, NOD_Report &report)
 {
     const int before = report.getErrorCount();
-    if (form == Form::NODE) {
+    if (form != Form::NODE) {
+        warnOfLeftOut(node, form, report);
+    } else {
         NOD_SaveOptions options;
         options.folder = folder;
         return NOD_NodeFile::save(scene, node, os, options, report) &&

@@ -4,6 +4,7 @@
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
+#include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_Template.h>
@@ -136,6 +137,17 @@ ZEL_Parm *findPlain(ZEL_ParmList &parms, const std::string &name, int &index)
     ZEL_Parm *parm = parms.getParmPtr(name.c_str());
     if (!parm && index < 0) {
         parm = parms.getParmPtrFromChannel(name.c_str(), &index);
+    }
+    // The list's look-up doesn't have aliases that came with a channel.
+    for (int i = 0; !parm && index < 0 && i < parms.getEntries(); ++i) {
+        ZEL_Parm *const each = parms.getParmPtr(i);
+        for (int k = 0; !parm && k < each->getVectorSize(); ++k) {
+            const TRK_Channel *const channel = each->getChannel(k);
+            if (channel && channel->getAlias() == name.c_str()) {
+                parm = each;
+                index = k;
+            }
+        }
     }
     return parm;
 }

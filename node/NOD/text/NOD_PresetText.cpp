@@ -7,6 +7,7 @@
 #include <NOD/NOD_NodeSections.h>
 #include <NOD/NOD_NodeState.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_ValueFile.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -59,6 +60,10 @@ bool NODsavePreset(NOD_Node &node, const std::vector<std::string> &only, std::os
         return false;
     }
     const int before = report.getErrorCount();
+    for (const std::string &alias :
+         only.empty() ? NODaliasesWithoutChannel(node) : std::vector<std::string>()) {
+        report.warning("", "a preset holds no aliases, so without " + alias);
+    }
     bool saved = false;
     {
         const NOD_ReportScope scope(report);

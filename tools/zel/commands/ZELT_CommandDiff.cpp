@@ -11,6 +11,7 @@
 #include <NOD/NOD_ValueFile.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_Collection.h>
+#include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmStream.h>
 
@@ -66,11 +67,11 @@ bool load(ZEL_ParmList &list, const std::string &bytes)
     return loaded;
 }
 
-/// What a file has: the entries of a stream, and channels by their names.
+/// What a file has: the entries of a stream; channels and aliases as `channel NAME`, `alias CHANNEL`.
 struct Side
 {
     ZEL_ParmStream stream;
-    std::map<std::string, std::string> channels;
+    std::map<std::string, std::string> named;
 };
 
 /// A channel in one line, as a file of channels has it.
@@ -108,7 +109,19 @@ bool readOther(const ZELT_ScriptPtr &script, const std::string &name, const NOD_
     side.stream.complete(session.getParms());
     const TRK_Collection &channels = session.getNode().getChannels();
     for (int i = 0; const TRK_Channel *const channel = channels.getChannel(i); ++i) {
-        side.channels[channel->getName().nonNullStr()] = channelText(*channel);
+        side.named[std::string("channel ") + channel->getName().nonNullStr()] =
+            channelText(*channel);
+    }
+    const ZEL_ParmList &parms = session.getParms();
+    for (int i = 0; i < parms.getEntries(); ++i) {
+        const ZEL_Parm &parm = *parms.getParmPtr(i);
+        for (int k = 0; k < parm.getVectorSize(); ++k) {
+            const std::string token = parm.getChannelToken(k).nonNullStr();
+            const std::string alias = parm.getChannelAlias(k).nonNullStr();
+            if (alias != token) {
+                side.named["alias " + token] = alias;
+            }
+        }
     }
     return true;
 }
@@ -156,17 +169,17 @@ std::vector<ZEL_StreamDifference> compare(const Side &left, const Side &right)
     auto differences = ZEL_ParmStream::compare(left.stream, right.stream);
     std::set<std::string> names;
     for (const Side *side : {&left, &right}) {
-        for (const auto &[name, text] : side->channels) {
+        for (const auto &[name, text] : side->named) {
             names.insert(name);
         }
     }
     const auto find = [](const Side &side, const std::string &name) {
-        const auto found = side.channels.find(name);
-        return found == side.channels.end() ? std::optional<std::string>() : found->second;
+        const auto found = side.named.find(name);
+        return found == side.named.end() ? std::optional<std::string>() : found->second;
     };
     for (const std::string &name : names) {
         if (find(left, name) != find(right, name)) {
-            differences.push_back({"channel " + name, find(left, name), find(right, name)});
+            differences.push_back({name, find(left, name), find(right, name)});
         }
     }
     return differences;

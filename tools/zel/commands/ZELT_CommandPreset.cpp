@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <sstream>
 
 namespace
@@ -36,6 +37,7 @@ struct Call
     std::string out = "-";         ///< where the values are written
     std::string form = "text";
     bool forceFlag = false;
+    bool allowLossFlag = false;
 };
 
 using Existing = ZEL_PresetInfo::Existing;
@@ -197,11 +199,13 @@ int show(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 // Applying and saving
 // -------------------------------------------------------------------- //
 
-/// The node without the values and changes of the call, which come after the preset.
+/// The node with the files of the call, but without its changes, which come after the preset.
 std::unique_ptr<ZELT_Session> openBare(const ZELT_NodeCall &node, ZELT_Messages &messages)
 {
     ZELT_NodeCall bare = node;
     bare.inputs = ZELT_Inputs();
+    bare.inputs.values = node.inputs.values;
+    bare.inputs.channels = node.inputs.channels;
     std::unique_ptr<ZELT_Session> session = ZELT_Session::open(bare, messages);
     return session && session->isOneNode(messages) ? std::move(session) : nullptr;
 }
@@ -252,7 +256,10 @@ int apply(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         NODapplyPreset(node, presets.getPresetPath(index).toStdString(), call.only, report);
     messages.add(report);
     session->growBlocks(session->getTime());
-    if (!applied || !ZELTapplyInputs(*session, call.node.inputs, session->getTime(), messages)) {
+    ZELT_Inputs changes = call.node.inputs;
+    changes.values.clear();
+    changes.channels.clear();
+    if (!applied || !ZELTapplyInputs(*session, changes, session->getTime(), messages)) {
         return 1;
     }
     const bool written = write(*session, call, options, messages);
@@ -267,7 +274,10 @@ int save(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     }
     NOD_Report report;
     std::ostringstream text;
-    const bool made = NODsavePreset(session->getNode(), call.only, text, report);
+    const bool made =
+        (call.allowLossFlag || NOD_ValueFile::checkCarried(session->getNode(), std::nullopt,
+                                                           session->getPartlyLoaded(), report)) &&
+        NODsavePreset(session->getNode(), call.only, text, report);
     messages.add(report);
     if (!made) {
         return 1;
@@ -407,6 +417,8 @@ void addSave(ZELT_CommandLine &line, CLI::App &group)
     addOnly(added);
     addFolder(added);
     addForce(added);
+    added.command.add_flag("--allow-loss", added.call.allowLossFlag,
+                           "Save also where a file has values that the node doesn't take");
 }
 
 } // namespace

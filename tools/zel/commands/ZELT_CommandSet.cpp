@@ -55,15 +55,11 @@ int set(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     if (!session) {
         return 1;
     }
-    if (!session->getPartlyLoaded().empty() && !call.allowLoss) {
-        messages.error(session->getPartlyLoaded(),
-                       "not all of it is carried; written with --allow-loss only");
-        return 1;
-    }
     const std::string file = node.file.substr(0, node.file.find('?'));
     const NOD_FileKind kind = NOD_ValueFile::kindOf(file);
     const bool sceneFlag = kind == NOD_FileKind::SCENE && call.form != "node" &&
-                           (call.form.empty() || call.form == "text" || call.form == "binary");
+                           (call.form.empty() || (node.file.find('?') == std::string::npos &&
+                                                  (call.form == "text" || call.form == "binary")));
     if (!sceneFlag && !session->isOneNode(messages)) {
         return 1;
     }
@@ -72,6 +68,12 @@ int set(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     Form form =
         kind == NOD_FileKind::NODE ? Form::NODE : session->getInputForm().value_or(Form::TEXT);
     NOD_ValueFile::findForm(call.form, form);
+    if (!call.allowLoss &&
+        !NOD_ValueFile::checkCarried(session->getNode(), sceneFlag ? Form::NODE : form,
+                                     session->getPartlyLoaded(), report)) {
+        messages.add(report);
+        return 1;
+    }
     const bool saved = sceneFlag ? saveScene(*session, call, file, os, report)
                                  : NOD_ValueFile::save(session->getScene(), session->getNode(),
                                                        form, os, ZELTfolderOf(call.out), report);

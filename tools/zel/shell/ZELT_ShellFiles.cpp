@@ -23,6 +23,11 @@ void save(ZELT_Shell &shell, const ZELT_ShellWords &words)
     }
     std::ostringstream os;
     NOD_Report report;
+    // What was in the file and isn't in the node would be gone.
+    if (shell.getSession().isPartlyLoaded(words[2])) {
+        shell.fail(words[2] + ": not all of it was loaded: save to another file");
+        return;
+    }
     const bool savedFlag = NOD_ValueFile::save(shell.getSession().getScene(), shell.getNode(), form,
                                                os, ZELTfolderOf(words[2]), report);
     if (words[2] == "-" && savedFlag) {
@@ -42,6 +47,18 @@ void load(ZELT_Shell &shell, const ZELT_ShellWords &words)
     if (file.read(words[1], report)) {
         file.apply(shell.getNode(), report);
         shell.getSession().growBlocks(shell.getTime());
+        if (!report.isEmpty()) {
+            shell.getSession().notePartlyLoaded(words[1]);
+        }
+        if (!report.isEmpty() && !report.hasErrors()) {
+            report.add({KIT_ERROR_ABORT, words[1], 0, {}, "not all of it is carried", {}, 0});
+        }
+        const bool channelsFlag = file.getKind() == NOD_FileKind::CHANNELS;
+        for (const std::string &name : channelsFlag
+                                           ? NOD_ValueFile::findStrayChannels(shell.getNode())
+                                           : std::vector<std::string>()) {
+            report.warning("", "no parameter has the channel " + name);
+        }
     }
     shell.tell(report);
 }

@@ -84,6 +84,9 @@ void adopt(ZELT_Shell &shell, const ZELT_ShellWords &words)
     for (const NOD_Migration::Entry &entry : migration.getEntries()) {
         std::cout << ZELTprintable(entry.asText()) << '\n';
     }
+    if (migration.hasLoss()) {
+        shell.fail("not all of it is carried: undo brings it back");
+    }
 }
 
 constexpr ZELT_ShellCommand theCommands[] = {
