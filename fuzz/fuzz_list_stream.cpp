@@ -92,8 +92,9 @@ void checkEntries(const std::string &data, bool binary, ZEL_ParmList *list)
         const std::string once = written(stream, form);
         ZEL_ParmStream back, other;
         // Where a text's entry is broken, the kind of its parameter says where it ends.
-        if (!once.empty() && (!take(back, once, form, list) || written(back, form) != once ||
-                              (!form && (!take(other, written(back, true), true, list) ||
+        ZEL_ParmList *const kinds = form ? nullptr : list;
+        if (!once.empty() && (!take(back, once, form, kinds) || written(back, form) != once ||
+                              (!form && (!take(other, written(back, true), true) ||
                                          written(other, false) != once)))) {
             std::abort();
         }

@@ -12,7 +12,8 @@
 /// Ownership:  borrows node and report.
 /// Threads:    the thread that changes the tree, while nothing evaluates.
 /// Errors:     false, after an error in the report: no such thing, a locked or protected component, a text
-///             that is no value of it. Of several places those before the fault keep their edit.
+///             that is no value of it: no number, an infinite one, no entry of the menu, more than 1 of a toggle.
+///             A number that a range or a whole number changes is a warning with what it became. Of several places those before the fault keep their edit.
 ///             What expressions and texts can't evaluate is no fault here.
 /// Cost:       limits of ZEL_InputBudget hold, as for a file: a count of items comes from outside.
 ///
@@ -25,6 +26,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 class NOD_Edit;
 class NOD_Node;
@@ -70,6 +72,10 @@ private:
     double myTime;
     NOD_Report &myReport;
 };
+
+/// The words of a component's numbers, from 0 on, as NOD_TextEdit takes them: the tokens of its menu, which is
+/// made if a script makes it, or `off` and `on` of a toggle. None for other kinds, and where a pick is a bit.
+NOD_API std::vector<std::string> NODordinalWords(const ZEL_Parm &parm);
 
 /// Brings the items of all blocks of the node up to their counts at a time, under the limits of an input.
 NOD_API void NODgrowBlocks(NOD_Node &node, double time);

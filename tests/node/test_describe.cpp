@@ -193,6 +193,30 @@ TEST(NodeDescribe, PagesSayConditionsInWords)
           "by the expression `1+1`", "They are numbered from 0.", "It isn't shown."}) {
         EXPECT_NE(page.find(part), std::string::npos) << part << "\n\n" << page;
     }
+
+    // A toggle and a choice are compared as words, a strip as a number, a string as its text.
+    const std::pair<const char *, const char *> rows[] = {
+        {"t == on", "**t** is on."},
+        {"t == 1", "**t** is `1` (never: what is compared is the word off or on)."},
+        {"t != 0", "**t** isn't `0` (always: what is compared is the word off or on)."},
+        {"o == b", "**o** is **B**."},
+        {"o == 2", "**o** is **Two**."},
+        {"o == 1", "**o** is `1` (never: what is compared is the token of an entry of its menu)."},
+        {"o > 1", "**o** is above `1`."},
+        {"s == 1", "**s** is **B**."},
+        {"s == b", "**s** is `b` (never: what is compared is a number)."},
+        {"x == 1", "**x** is `1`."},
+        {"x == b", "**x** is **B**."}};
+    for (const auto &[condition, phrase] : rows) {
+        const std::string menu = " menu { a A b B 2 Two } } ";
+        const std::string text =
+            "{ name n parm { name t label t type toggle } parm { name o label o type ordinal" +
+            menu + "parm { name s label s type buttonstrip" + menu +
+            "parm { name x label x type string" + menu + "parm { name f type float hidewhen \"{ " +
+            condition + " }\" } }";
+        const std::string bytes = NODdocument(*read(text.c_str()), report)[0].bytes;
+        EXPECT_NE(bytes.find(std::string(" Hidden when ") + phrase), std::string::npos) << bytes;
+    }
 }
 
 namespace

@@ -143,6 +143,11 @@ TEST_F(TextEdit, ValuesAreReadByTheKindOfTheParameterAndEachEditIsAStep)
         {"kind=spot", "kind\t[ 0\tlocks=0 ]\t(\t\"spot\"\t)|"},
         {"kind=1", "kind\t[ 0\tlocks=0 ]\t(\t\"spot\"\t)|"},
         {"kind=square", "\"square\" is no number, and not in the menu of kind\n"},
+        {"kind=2", "\"2\" is no entry of kind, which are 0 to 1\n"},
+        {"kind=0.5", "\"0.5\" is no entry of kind, which are 0 to 1\n"},
+        {"on=2", "\"2\" is no entry of on, which are 0 to 1\n"},
+        {"lw1=nan", "\"nan\" is no finite number for lw1\n"},
+        {"lw1=1e400", "\"1e400\" is no finite number for lw1\n"},
         {"on=on", "on\t[ 0\tlocks=0 ]\t(\t\"on\"\t)|"},
         {"label=a = b", "label\t[ 0\tlocks=0 ]\t(\t\"a = b\"\t)|"},
         {"label=", ""},
@@ -195,6 +200,7 @@ TEST_F(TextEdit, TimesAreSecondsOrFrames)
     EXPECT_EQ(range.getTime(4), 1.0 / 24.0);
     EXPECT_EQ(range.read("5:1:-2"), "");
     EXPECT_EQ(range.count, 3);
+    EXPECT_EQ(range.read("1:2:3:4"), "1:2:3:4 isn't of the form A:B or A:B:STEP");
     for (const char *text : {"", "1", "1:", "2:1", "1:2:0", "1:2:3:4", "1:1e9", "1:x", "nan:1"}) {
         EXPECT_NE(range.read(text), "") << text;
         EXPECT_EQ(range.count, 3);

@@ -58,6 +58,20 @@ std::string ZELTcellText(const ZELT_Cell &cell, bool failed)
     return failed ? text + '!' : text;
 }
 
+const std::string *ZELTwordOf(const std::vector<std::string> &words, const ZELT_Cell &cell)
+{
+    const auto *const number = std::get_if<std::int64_t>(&cell);
+    return number && *number >= 0 && std::uint64_t(*number) < words.size()
+               ? &words[std::size_t(*number)]
+               : nullptr;
+}
+
+std::string ZELTwordText(const std::vector<std::string> &words, const ZELT_Cell &cell, bool failed)
+{
+    const std::string *const word = ZELTwordOf(words, cell);
+    return word ? *word + (failed ? "!" : "") : ZELTcellText(cell, failed);
+}
+
 ZELT_Json ZELTcellJson(const ZELT_Cell &cell)
 {
     return cell.index() == 1   ? ZELT_Json(std::get<1>(cell))

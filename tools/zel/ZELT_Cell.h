@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <string>
 #include <variant>
+#include <vector>
 
 class ZEL_Parm;
 
@@ -38,6 +39,10 @@ private:
 /// Texts are expanded.
 ZELT_Cell ZELTevaluate(const ZEL_Parm &parm, int index, double time, int thread);
 
+/// The word that a number stands for, of those from 0 on (NODordinalWords); null if it stands for itself.
+const std::string *ZELTwordOf(const std::vector<std::string> &words, const ZELT_Cell &cell);
+/// As ZELTcellText, with the word instead of a number that has one.
+std::string ZELTwordText(const std::vector<std::string> &words, const ZELT_Cell &cell, bool failed);
 /// A number, a text in quotes, or `-`, with a `!` after it if the evaluation failed.
 std::string ZELTcellText(const ZELT_Cell &cell, bool failed);
 /// A number, a text, or null.

@@ -126,6 +126,9 @@ std::optional<int> ZELT_CommandLine::parse(int argc, char **argv, ZELT_Messages 
         myApp.exit(asked);
         return 0;
     } catch (const CLI::ParseError &fault) {
+        // What was to be read stands behind the fault.
+        messages.setJson(
+            isOneOf("--json", {argv + 1, std::find(argv + 1, argv + argc, std::string("--"))}));
         const std::string unknown = findUnknown(myApp, {argv + 1, argv + argc});
         messages.error("", (unknown.empty() ? fault.what() : unknown) + " (see --help)");
         return theWrongCall;

@@ -74,7 +74,14 @@ void ZELT_Messages::takeScriptMessage(void *data, KIT_ErrorSeverity severity, co
 
 void ZELT_Messages::takeTraceback(void *data, const char *header, const char *detail)
 {
-    static_cast<ZELT_Messages *>(data)->error("", std::string(header) + "\n" + detail);
+    ZELT_Messages &messages = *static_cast<ZELT_Messages *>(data);
+    const std::string text = std::string(header) + "\n" + detail;
+    if (SNKisPythonEnabled()) {
+        messages.error("", text);
+    } else if (messages.myNotRun.insert(text).second) {
+        // It isn't run by request, so it is no fault.
+        messages.add(KIT_ERROR_WARNING, theToolCategory, 0, "", 0, text);
+    }
 }
 
 void ZELT_Messages::error(const std::string &file, const std::string &text)

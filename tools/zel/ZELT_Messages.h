@@ -13,6 +13,7 @@
 #include <KIT/KIT_ErrorManager.h>
 
 #include <mutex>
+#include <set>
 #include <string>
 
 class NOD_Report;
@@ -47,6 +48,7 @@ private:
     static void takeTraceback(void *data, const char *header, const char *detail);
 
     std::mutex myLock;
+    std::set<std::string> myNotRun; ///< scripts that were told once
     bool myJsonFlag = false;
     int myErrors = 0;
 };

@@ -9,6 +9,7 @@
 #include <NOD/NOD_RampPicture.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/describe/NOD_PageWriterPrivate.h>
+#include <NOD/text/NOD_NumberTextPrivate.h>
 #include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
@@ -137,6 +138,92 @@ std::string toggleWord(const Parm &parm, const std::string &value)
            : value == "off" || value == "0" ? "off"
            : value == "on" || value == "1"  ? "on"
                                             : "";
+}
+
+/// What a condition compares of a parameter.
+enum class Compared
+{
+    TEXT,   ///< a text of its own
+    WORD,   ///< the token of its menu's entry
+    SWITCH, ///< "off" or "on"
+    NUMBER,
+};
+
+Compared comparedOf(const Parm &parm)
+{
+    const bool menuFlag = parm.menu && !parm.menu->isDynamic && !parm.menu->entries.empty();
+    if (parm.type == "toggle") {
+        return menuFlag ? Compared::WORD : parm.menu ? Compared::TEXT : Compared::SWITCH;
+    }
+    if (parm.type == "ordinal") {
+        return menuFlag ? Compared::WORD : parm.menu ? Compared::TEXT : Compared::NUMBER;
+    }
+    const bool numberFlag = parm.type == "int" || parm.type == "float" ||
+                            parm.type == "buttonstrip" || parm.type == "iconstrip";
+    return numberFlag ? Compared::NUMBER : Compared::TEXT;
+}
+
+/// The texts that a condition may see of it; none if it may see any.
+std::vector<std::string> comparedTexts(const Parm &parm, Compared kind)
+{
+    std::vector<std::string> texts;
+    if (kind == Compared::SWITCH) {
+        texts = {"off", "on"};
+    } else if (kind == Compared::WORD) {
+        for (const NOD_DescribedEntry &entry : parm.menu->entries) {
+            texts.push_back(entry.token);
+        }
+    }
+    return texts;
+}
+
+bool isSame(const std::string &value, const std::string &right)
+{
+    double a = 0.0;
+    double b = 0.0;
+    return NODreadFloat(value, a) && NODreadFloat(right, b) ? !(a < b) && !(a > b) : value == right;
+}
+
+/// What the condition's right word stands for: an entry of the menu or the toggle; "" for itself.
+std::string rightLabel(const Parm &parm, Compared kind, const std::string &right)
+{
+    if (kind == Compared::SWITCH || !parm.menu) {
+        return "";
+    }
+    const auto &entries = parm.menu->entries;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const bool stripFlag = kind == Compared::NUMBER && parm.menu->mode != "toggle";
+        if (kind == Compared::NUMBER ? stripFlag && isSame(std::to_string(i), right)
+                                     : isSame(entries[i].token, right)) {
+            return entries[i].label.empty() ? entries[i].token : entries[i].label;
+        }
+    }
+    return "";
+}
+
+/// What no reader of a comparison by `is` or a number expects: that it holds never, or always.
+std::string surprise(const Parm &parm, Compared kind, const std::string &op,
+                     const std::string &right)
+{
+    double number = 0.0;
+    const bool equalFlag = op == "==" || op == "!=";
+    const bool orderFlag = op[0] == '<' || op[0] == '>';
+    const std::vector<std::string> texts = comparedTexts(parm, kind);
+    bool anyFlag =
+        kind == Compared::TEXT || (kind == Compared::NUMBER && NODreadFloat(right, number));
+    for (const std::string &text : texts) {
+        anyFlag =
+            anyFlag || (equalFlag ? isSame(text, right)
+                                  : NODreadFloat(text, number) && NODreadFloat(right, number));
+    }
+    if (anyFlag || (!equalFlag && !orderFlag)) {
+        return "";
+    }
+    const char *const compared = kind == Compared::SWITCH ? "the word off or on"
+                                 : kind == Compared::WORD ? "the token of an entry of its menu"
+                                                          : "a number";
+    return std::string(op == "!=" ? " (always: " : " (never: ") + "what is compared is " +
+           compared + ")";
 }
 
 // ---------------------------------------------------------------------- //
@@ -469,13 +556,16 @@ private:
         for (const OperatorWords &row : theOperators) {
             out += one.op == row.op ? std::string(" ") + row.words : "";
         }
-        const std::string word = parm ? toggleWord(*parm, one.right) : "";
-        const std::string label = parm ? entryLabel(*parm, one.right) : "";
+        const Compared kind = parm ? comparedOf(*parm) : Compared::TEXT;
+        const std::string label = parm ? rightLabel(*parm, kind, one.right) : "";
+        const bool switchFlag =
+            kind == Compared::SWITCH && (one.right == "on" || one.right == "off");
         return out + " " +
-               (!word.empty()       ? word
+               (switchFlag          ? one.right
                 : !label.empty()    ? myWriter.strong(label)
                 : one.right.empty() ? "empty"
-                                    : myWriter.code(one.right));
+                                    : myWriter.code(one.right)) +
+               (parm ? surprise(*parm, kind, one.op, one.right) : "");
     }
 
     void writeImports()

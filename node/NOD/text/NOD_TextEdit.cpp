@@ -3,6 +3,7 @@
 #include <BAS/BAS_Character.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_AutoJSONParser.h>
+#include <KIT/KIT_Digits.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_JSONValue.h>
 #include <KIT/KIT_String.h>
@@ -78,39 +79,59 @@ bool hasNumbers(const ZEL_Parm &parm)
 // Texts as values
 // ---------------------------------------------------------------------- //
 
-/// The place of a menu's token; -1 if it has none.
-int findMenuToken(const ZEL_Parm &parm, const std::string &token)
-{
-    const ZEL_ChoiceList *const menu = parm.getChoiceListPtr();
-    const ZEL_Name *names = nullptr;
-    if (menu) {
-        menu->getChoiceNames(names, parm.getParmOwner(), parm.getSparePtr(), &parm, false);
-    }
-    for (int i = 0; names && !names[i].isSentinel(); ++i) {
-        if (names[i].getTokenRef() == KIT_StringRef(token.c_str())) {
-            return i;
-        }
-    }
-    const bool toggleFlag = parm.getType().getOrdinalType() == ZEL_Type::ZEL_ORD_TOGGLE;
-    return !toggleFlag ? -1 : token == "on" ? 1 : token == "off" ? 0 : -1;
-}
-
 /// A value of a parameter of numbers; in `fault` why it is none.
 double numberOf(const ZEL_Parm &parm, const std::string &value, std::string &fault)
 {
+    const bool ordinalFlag = parm.getType().isOrdinalType();
+    const std::vector<std::string> words =
+        ordinalFlag ? NODordinalWords(parm) : std::vector<std::string>();
     double number = 0.0;
     if (!NODreadFloat(value, number)) {
-        const bool ordinalFlag = parm.getType().isOrdinalType();
-        const int place = ordinalFlag ? findMenuToken(parm, value) : -1;
-        if (place < 0) {
-            fault =
-                quoted(value) +
+        auto found = std::find(words.begin(), words.end(), value);
+        const bool toggleFlag = parm.getType().getOrdinalType() == ZEL_Type::ZEL_ORD_TOGGLE;
+        if (found != words.end()) {
+            return double(found - words.begin());
+        }
+        if (toggleFlag && (value == "on" || value == "off")) {
+            return value == "on" ? 1.0 : 0.0;
+        }
+        fault = quoted(value) +
                 (ordinalFlag ? " is no number, and not in the menu of " : " is no number for ") +
                 parm.getToken();
-        }
-        number = place;
+    } else if (!std::isfinite(number)) {
+        fault = quoted(value) + " is no finite number for " + parm.getToken();
+    } else if (!words.empty() &&
+               (number < 0.0 || number >= double(words.size()) || std::floor(number) < number)) {
+        fault = quoted(value) + " is no entry of " + parm.getToken() + ", which are 0 to " +
+                std::to_string(words.size() - 1);
     }
     return number;
+}
+
+std::string numberText(double number)
+{
+    return KIT_Digits(number).buffer();
+}
+
+/// What a range or a whole number made of a number that was set; "" if it is that number.
+std::string changeOf(const ZEL_Parm &parm, int index, double number, double time)
+{
+    const ZEL_Template *const description = parm.getTemplatePtr();
+    const ZEL_Range *const range = description ? description->getRangePtr() : nullptr;
+    const bool outsideFlag = range && ((range->hasParmMin() && number < range->getParmMin()) ||
+                                       (range->hasParmMax() && number > range->getParmMax()));
+    const bool brokenFlag = parm.getType().isOrdinalType() && std::floor(number) < number;
+    const bool noCountFlag = parm.isMultiParm() && number < 0.0;
+    if (!outsideFlag && !brokenFlag && !noCountFlag) {
+        return "";
+    }
+    double became = 0.0;
+    parm.getValue(time, became, index, BASgetSTID());
+    became = noCountFlag ? std::max(became, 0.0) : became;
+    return std::fabs(became - number) > 0.0
+               ? std::string(parm.getChannelToken(index).nonNullStr()) + ": " + numberText(number) +
+                     " became " + numberText(became)
+               : "";
 }
 
 std::vector<std::string> wordsOf(const std::string &text)
@@ -144,7 +165,8 @@ std::vector<std::string> valuesOf(const ZEL_Parm &parm, int count, const std::st
     return words;
 }
 
-std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, double time)
+std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, double time,
+                         NOD_Report &report)
 {
     const ZEL_Type &type = parm.getType();
     std::string fault = refusal(parm, index, time);
@@ -171,6 +193,10 @@ std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, do
     const double number = numberOf(parm, value, fault);
     if (fault.empty()) {
         parm.setValue(time, number, replaceFlag, index, ZEL_ADDKEY_PENDING, thePropagate);
+        const std::string change = changeOf(parm, index, number, time);
+        if (!change.empty()) {
+            report.warning("", change);
+        }
     }
     return fault;
 }
@@ -304,7 +330,7 @@ bool NOD_TextEdit::set(const std::string &address, const std::string &value)
         const std::vector<std::string> values =
             valuesOf(parm, place.end - place.first, value, fault);
         for (std::size_t i = 0; fault.empty() && i < values.size(); ++i) {
-            fault = setComponent(parm, place.first + int(i), values[i], myTime);
+            fault = setComponent(parm, place.first + int(i), values[i], myTime, myReport);
         }
         if (parm.isMultiParm()) {
             NODgrowBlocks(*place.node, myTime);
@@ -374,6 +400,28 @@ bool NOD_TextEdit::assignKey(const std::string &text)
         return fail(text + " isn't of the form TOKEN[:INDEX]@TIME=VALUE");
     }
     return key(address, seconds, value);
+}
+
+std::vector<std::string> NODordinalWords(const ZEL_Parm &parm)
+{
+    std::vector<std::string> words;
+    const ZEL_ChoiceList *const menu = parm.getChoiceListPtr();
+    if (!parm.getType().isOrdinalType() ||
+        (menu && (menu->getType() & ZEL_CHOICELIST_TOGGLE) != 0)) {
+        return words;
+    }
+    const ZEL_Name *names = nullptr;
+    if (menu) {
+        menu->getChoiceNames(names, parm.getParmOwner(), parm.getSparePtr(), &parm, false);
+    }
+    for (; names && !names->isSentinel(); ++names) {
+        words.emplace_back(names->getToken());
+    }
+    const bool toggleFlag = parm.getType().getOrdinalType() == ZEL_Type::ZEL_ORD_TOGGLE;
+    if (words.empty() && toggleFlag) {
+        words = {"off", "on"};
+    }
+    return words;
 }
 
 void NODgrowBlocks(NOD_Node &node, double time)

@@ -40,7 +40,10 @@ std::string NOD_FrameRange::read(const std::string &text)
         start = end + 1;
     }
     const double all = std::floor((numbers[1] - numbers[0]) / numbers[2] + 1e-9) + 1.0;
-    if (parts < 2 || start <= text.size() || !(all >= 1.0)) {
+    if (parts < 2 || start <= text.size()) {
+        return text + " isn't of the form A:B or A:B:STEP";
+    }
+    if (!(all >= 1.0)) {
         return text + " has no frames";
     }
     if (all > double(theMost)) {

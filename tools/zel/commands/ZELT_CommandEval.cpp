@@ -12,12 +12,11 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Address.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_TextEdit.h>
 #include <NOD/NOD_TimeText.h>
 #include <TRK/TRK_EvalContext.h>
-#include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
-#include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
 #include <atomic>
@@ -60,25 +59,6 @@ struct Column
 
 using Columns = std::vector<Column>;
 
-/// The tokens of a menu that no script makes, or what a toggle is.
-std::vector<std::string> wordsOf(const ZEL_Parm &parm)
-{
-    if (!parm.getType().isOrdinalType()) {
-        return {};
-    }
-    if (parm.getType().getOrdinalType() == ZEL_Type::ZEL_ORD_TOGGLE) {
-        return {"off", "on"};
-    }
-    std::vector<std::string> words;
-    const ZEL_ChoiceList *const menu = parm.getChoiceListPtr();
-    const bool madeFlag = menu && menu->getScript().isstring();
-    for (const ZEL_Name *name = menu && !madeFlag ? menu->choiceNamesPtr() : nullptr;
-         name && !name->isSentinel(); ++name) {
-        words.emplace_back(name->getToken());
-    }
-    return words;
-}
-
 void addColumns(const NOD_Place &place, const std::string &path, bool numbersFlag, Columns &columns)
 {
     const ZEL_Parm *const parm = place.find();
@@ -90,7 +70,7 @@ void addColumns(const NOD_Place &place, const std::string &path, bool numbersFla
         column.name = path + parm->getToken();
         column.heading =
             parm->getVectorSize() > 1 ? path + parm->getChannelToken(i).nonNullStr() : column.name;
-        column.words = numbersFlag ? std::vector<std::string>() : wordsOf(*parm);
+        column.words = numbersFlag ? std::vector<std::string>() : NODordinalWords(*parm);
         columns.push_back(std::move(column));
     }
 }
@@ -280,21 +260,6 @@ std::string timeText(double seconds)
     return ZELTnumber(std::isfinite(rounded) ? rounded : seconds);
 }
 
-/// The word that a number stands for; null if it stands for itself.
-const std::string *wordOf(const Column &column, const ZELT_Cell &cell)
-{
-    const auto *const number = std::get_if<std::int64_t>(&cell);
-    return number && *number >= 0 && std::uint64_t(*number) < column.words.size()
-               ? &column.words[std::size_t(*number)]
-               : nullptr;
-}
-
-std::string cellText(const Column &column, const ZELT_Cell &cell, bool failedFlag)
-{
-    const std::string *const word = wordOf(column, cell);
-    return word ? *word + (failedFlag ? "!" : "") : ZELTcellText(cell, failedFlag);
-}
-
 /// A field of a comma separated line (RFC 4180): a text without quotes of its own but where it needs them.
 std::string csvField(const std::string &text)
 {
@@ -311,7 +276,7 @@ std::string csvField(const std::string &text)
 std::string csvCell(const Column &column, const ZELT_Cell &cell, bool failedFlag)
 {
     const auto *const text = std::get_if<std::string>(&cell);
-    return failedFlag ? "" : csvField(text ? *text : cellText(column, cell, false));
+    return failedFlag ? "" : csvField(text ? *text : ZELTwordText(column.words, cell, false));
 }
 
 class Output
@@ -326,7 +291,7 @@ public:
     {
         std::vector<std::vector<std::string>> text;
         for (std::size_t i = 0; i < myColumns.size(); ++i) {
-            const std::string cell = cellText(myColumns[i], myTable.cells[i], failed(i));
+            const std::string cell = ZELTwordText(myColumns[i].words, myTable.cells[i], failed(i));
             if (i > 0 && isSameParm(myColumns[i - 1], myColumns[i])) {
                 text.back().back() += ' ' + cell;
             } else {
@@ -347,7 +312,7 @@ public:
                                           timeText(myRows.time(row))};
             for (std::size_t i = 0; i < myColumns.size(); ++i) {
                 const std::size_t cell = cellOf(row, i);
-                line.push_back(cellText(myColumns[i], myTable.cells[cell], failed(cell)));
+                line.push_back(ZELTwordText(myColumns[i].words, myTable.cells[cell], failed(cell)));
             }
             text.push_back(std::move(line));
         }
@@ -438,7 +403,7 @@ private:
         ZELT_Json errors = ZELT_Json::array();
         for (std::size_t i = 0; i < myColumns.size(); ++i) {
             const std::size_t cell = cellOf(row, i);
-            const std::string *const word = wordOf(myColumns[i], myTable.cells[cell]);
+            const std::string *const word = ZELTwordOf(myColumns[i].words, myTable.cells[cell]);
             json["values"].push_back(word ? ZELT_Json(*word) : ZELTcellJson(myTable.cells[cell]));
             errors.push_back(myTable.errors[cell]);
             failedFlag = failedFlag || failed(cell);

@@ -5,6 +5,9 @@
 #include "shell/ZELT_Shell.h"
 #include "shell/ZELT_ShellCompletion.h"
 
+#include <KIT/KIT_Error.h>
+
+#include <cstdio>
 #include <iostream>
 #include <optional>
 #include <unistd.h>
@@ -23,6 +26,11 @@ struct Call
 
 int runShell(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
+    if (call.file == "-") {
+        constexpr int theWrongCall = 2;
+        messages.error("", "standard input has the commands, so FILE can't be - (see --help)");
+        return theWrongCall;
+    }
     std::unique_ptr<ZELT_Session> session = ZELT_Session::open(call.file, messages);
     if (!session) {
         return 1;
@@ -49,7 +57,12 @@ int runShell(const Call &call, const ZELT_Options &options, ZELT_Messages &messa
             break;
         }
     }
-    return wholeFlag && shell.getFailureCount() == 0 ? 0 : 1;
+    // A folder, or nothing at all.
+    const bool unreadFlag = !terminal && std::ferror(stdin) != 0;
+    if (unreadFlag) {
+        messages.error("standard input", "can't be read: " + KITsystemReason());
+    }
+    return wholeFlag && !unreadFlag && shell.getFailureCount() == 0 ? 0 : 1;
 }
 
 } // namespace

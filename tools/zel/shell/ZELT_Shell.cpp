@@ -2,6 +2,7 @@
 
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
+#include "ZELT_Nearest.h"
 #include "ZELT_Script.h"
 
 #include <BAS/BAS_Thread.h>
@@ -114,7 +115,9 @@ bool ZELT_Shell::run(std::string_view line)
 bool ZELT_Shell::runLine(std::string_view line)
 {
     ZELT_ShellWords words;
-    if (!ZELTsplitWords(line, words)) {
+    if (line.find('\0') != std::string_view::npos) {
+        fail("the line has a byte of zero");
+    } else if (!ZELTsplitWords(line, words)) {
         fail("a quote isn't closed");
     } else if (!words.empty() && (words[0] == "quit" || words[0] == "exit")) {
         return false;
@@ -129,7 +132,13 @@ void ZELT_Shell::dispatch(const ZELT_ShellWords &words, std::string_view line)
     const ZELT_ShellCommand *const command = ZELTfindShellCommand(words[0]);
     const std::size_t given = words.size() - 1;
     if (!command) {
-        fail("there is no command " + words[0]);
+        std::vector<std::string> names{"quit", "exit"};
+        for (const ZELT_ShellTable *const table : theZELTShellTables) {
+            for (const ZELT_ShellCommand &one : *table) {
+                names.emplace_back(one.name);
+            }
+        }
+        fail("there is no command " + words[0] + ZELTdidYouMean(words[0], names));
     } else if (given < command->least || given > command->most) {
         fail(std::string("usage: ") + command->name + ' ' + command->usage);
     } else {
@@ -243,6 +252,14 @@ bool ZELT_Shell::findComponents(const std::string &text, ZELT_Address &address)
     const std::string fault = mySession->resolve(text, address);
     settle(fault);
     return fault.empty();
+}
+
+std::vector<NOD_Place> ZELT_Shell::findPlaces(const std::string &address)
+{
+    NOD_Report report;
+    std::vector<NOD_Place> places = NODfindPlaces(getNode(), address, report);
+    tell(report);
+    return places;
 }
 
 bool ZELT_Shell::readTime(const ZELT_ShellWords &words, std::size_t place, double &value)

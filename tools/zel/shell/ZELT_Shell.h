@@ -18,6 +18,7 @@
 #include "ZELT_Script.h"
 #include "ZELT_Session.h"
 
+#include <NOD/NOD_Address.h>
 #include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Snapshots.h>
@@ -130,6 +131,8 @@ public:
     /// Null if there is no such parameter.
     ZEL_Parm *findParm(const std::string &token);
     bool findComponents(const std::string &text, ZELT_Address &address);
+    /// What an address names, by patterns too; none after a failure.
+    std::vector<NOD_Place> findPlaces(const std::string &address);
     /// The word at that place as a time; the current one if the line is shorter.
     bool readTime(const ZELT_ShellWords &words, std::size_t place, double &time);
     /// A number from 0 on.

@@ -4,8 +4,6 @@
 
 #include "ZELT_Format.h"
 
-#include <NOD/NOD_Address.h>
-#include <NOD/NOD_Report.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_Parm.h>
@@ -38,10 +36,9 @@ void key(ZELT_Shell &shell, const ZELT_ShellWords &words)
 
 void unkey(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    ZELT_Address address;
-    if (shell.findComponents(words[1], address)) {
-        for (int i = address.first; i < address.end; ++i) {
-            TRK_Channel *const channel = address.parm->getChannel(i);
+    for (const NOD_Place &place : shell.findPlaces(words[1])) {
+        for (int i = place.first; i < place.end; ++i) {
+            TRK_Channel *const channel = place.find()->getChannel(i);
             if (!channel || !channel->removeKey(shell.getTime())) {
                 shell.fail("no key at time " + ZELTnumber(shell.getTime()));
             }
@@ -52,10 +49,7 @@ void unkey(ZELT_Shell &shell, const ZELT_ShellWords &words)
 /// A line for each key: channel, time, value, what runs to the next.
 void keys(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    NOD_Report report;
-    const std::vector<NOD_Place> places = NODfindPlaces(shell.getNode(), words[1], report);
-    shell.tell(report);
-    for (const NOD_Place &place : places) {
+    for (const NOD_Place &place : shell.findPlaces(words[1])) {
         const ZEL_Parm &parm = *place.find();
         for (int i = place.first; i < place.end; ++i) {
             const TRK_Channel *const channel = parm.getChannel(i);
@@ -76,7 +70,7 @@ constexpr ZELT_ShellCommand theCommands[] = {
     {"expr", "TOKEN[:I] TEXT [expression|python]", 2, 3, ZELT_SHELL_EDITS, expression},
     {"key", "TOKEN[:I] T VALUE", 3, 3, ZELT_SHELL_EDITS, key},
     {"keys", "ADDRESS", 1, 1, ZELT_SHELL_PLAIN, keys},
-    {"unkey", "TOKEN[:I]", 1, 1, ZELT_SHELL_EDITS, unkey},
+    {"unkey", "ADDRESS", 1, 1, ZELT_SHELL_EDITS, unkey},
 };
 
 } // namespace

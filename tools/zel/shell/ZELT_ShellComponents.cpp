@@ -16,10 +16,11 @@ namespace
 void revert(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     constexpr bool propagate = true;
-    ZELT_Address address;
-    if (shell.findComponents(words[1], address)) {
-        for (int i = address.first; i < address.end; ++i) {
-            address.parm->revertToDefault(shell.getTime(), i, propagate);
+    for (const NOD_Place &place : shell.findPlaces(words[1])) {
+        // The items of a block go with its count.
+        ZEL_Parm *const parm = place.find();
+        for (int i = place.first; parm && i < place.end; ++i) {
+            parm->revertToDefault(shell.getTime(), i, propagate);
         }
         shell.getSession().growBlocks(shell.getTime());
     }
@@ -27,10 +28,9 @@ void revert(ZELT_Shell &shell, const ZELT_ShellWords &words)
 
 void setLocked(ZELT_Shell &shell, const std::string &text, bool locked)
 {
-    ZELT_Address address;
-    if (shell.findComponents(text, address)) {
-        for (int i = address.first; i < address.end; ++i) {
-            address.parm->setLockedFlag(i, locked);
+    for (const NOD_Place &place : shell.findPlaces(text)) {
+        for (int i = place.first; i < place.end; ++i) {
+            place.find()->setLockedFlag(i, locked);
         }
     }
 }
@@ -75,9 +75,9 @@ void printMenu(ZELT_Shell &shell, const ZELT_ShellWords &words)
 }
 
 constexpr ZELT_ShellCommand theCommands[] = {
-    {"default", "TOKEN[:I]", 1, 1, ZELT_SHELL_EDITS, revert},
-    {"lock", "TOKEN[:I]", 1, 1, ZELT_SHELL_EDITS, lock},
-    {"unlock", "TOKEN[:I]", 1, 1, ZELT_SHELL_EDITS, unlock},
+    {"default", "ADDRESS", 1, 1, ZELT_SHELL_EDITS, revert},
+    {"lock", "ADDRESS", 1, 1, ZELT_SHELL_EDITS, lock},
+    {"unlock", "ADDRESS", 1, 1, ZELT_SHELL_EDITS, unlock},
     {"alias", "TOKEN:I NAME", 2, 2, ZELT_SHELL_EDITS, alias},
     {"menu", "TOKEN", 1, 1, ZELT_SHELL_PLAIN, printMenu},
 };

@@ -9,6 +9,7 @@
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_String.h>
+#include <NOD/NOD_TextEdit.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_Template.h>
@@ -47,6 +48,7 @@ void list(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     const int thread = BASgetSTID();
     const ZEL_ParmList &parms = shell.getParms();
+    bool anyFlag = false;
     for (int i = 0; i < parms.getEntries(); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
         const ZEL_Template *const description = parm.getTemplatePtr();
@@ -56,14 +58,19 @@ void list(ZELT_Shell &shell, const ZELT_ShellWords &words)
         if (words.size() > 1 && !KIT_String::matchPattern(parm.getToken(), words[1].c_str())) {
             continue;
         }
+        anyFlag = true;
         std::cout << parm.getToken();
         const int size = description->isSwitcher() ? 0 : parm.getVectorSize();
+        const std::vector<std::string> names = NODordinalWords(parm);
         for (int k = 0; k < size; ++k) {
             ZELT_EvaluationErrors errors(thread);
             const ZELT_Cell cell = ZELTevaluate(parm, k, shell.getTime(), thread);
-            std::cout << ' ' << ZELTcellText(cell, errors.find() != EVL::EVL_OK);
+            std::cout << ' ' << ZELTwordText(names, cell, errors.find() != EVL::EVL_OK);
         }
         std::cout << marksOf(parm) << '\n';
+    }
+    if (words.size() > 1 && !anyFlag) {
+        shell.fail("there is no parameter " + words[1]);
     }
 }
 

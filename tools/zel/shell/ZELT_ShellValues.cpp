@@ -7,6 +7,8 @@
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_String.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_TextEdit.h>
 #include <ZEL/ZEL_Parm.h>
 
 #include <iostream>
@@ -16,7 +18,9 @@ namespace
 
 void set(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    shell.settle(shell.getSession().set(words[1], words[2], shell.getTime()));
+    NOD_Report report;
+    NOD_TextEdit(shell.getNode(), shell.getTime(), report).set(words[1], words[2]);
+    shell.tell(report);
 }
 
 void raw(ZELT_Shell &shell, const ZELT_ShellWords &words)
@@ -57,7 +61,7 @@ void eval(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     printValues(shell, words, [](const ZEL_Parm &parm, int index, double when, int thread) {
         constexpr bool failed = false; // what failed isn't printed
-        return ZELTcellText(ZELTevaluate(parm, index, when, thread), failed);
+        return ZELTwordText(NODordinalWords(parm), ZELTevaluate(parm, index, when, thread), failed);
     });
 }
 
