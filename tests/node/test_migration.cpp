@@ -220,7 +220,7 @@ TEST_F(Migration, TheSameInterfaceCarriesEverything)
             case 0: edit.assign(pick(names) + "=" + number); break;
             case 1: edit.assignKey(pick(names) + "@" + number + "=" + number); break;
             case 2: edit.assignExpression(pick(names) + "=$T + " + number); break;
-            default: edit.assign("kind=" + number.substr(0, 1)); break;
+            default: edit.assign("kind=" + std::to_string(random() % 3)); break;
             }
         }
         const std::string before = contents(node);
