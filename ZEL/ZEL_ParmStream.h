@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+class KIT_ByteBuffer;
 class KIT_IStream;
 class ZEL_ParmList;
 
@@ -82,6 +83,8 @@ public:
 private:
     class Reader;
     class Writer;
+
+    bool isReadAgain(const KIT_ByteBuffer &bytes, Form form) const;
 
     float myVersion = 0.0f;
     bool myCommentFlag = false;

@@ -91,11 +91,11 @@ void checkEntries(const std::string &data, bool binary, ZEL_ParmList *list)
     for (const bool form : {false, true}) {
         const std::string once = written(stream, form);
         ZEL_ParmStream back, other;
-        // Where a text's entry is broken, the kind of its parameter says where it ends.
-        ZEL_ParmList *const kinds = form ? nullptr : list;
-        if (!once.empty() && (!take(back, once, form, kinds) || written(back, form) != once ||
-                              (!form && (!take(other, written(back, true), true) ||
-                                         written(other, false) != once)))) {
+        if (!once.empty() && (!take(back, once, form) || written(back, form) != once)) {
+            std::abort();
+        }
+        const std::string packets = once.empty() || form ? "" : written(back, true);
+        if (!packets.empty() && (!take(other, packets, true) || written(other, false) != once)) {
             std::abort();
         }
     }

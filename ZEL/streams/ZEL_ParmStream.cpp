@@ -373,11 +373,35 @@ private:
     bool myGoodFlag = true;
 };
 
+/// What a broken stream holds may read as something else where it is written. Such is told, not written.
+bool ZEL_ParmStream::isReadAgain(const KIT_ByteBuffer &bytes, Form form) const
+{
+    const std::string once(bytes.view());
+    ZEL_ParmStream back;
+    bool same = false;
+    {
+        const KIT_ErrorManager::Scope quiet(BASgetSTID());
+        KIT_IStream is(once.data(), once.size(),
+                       form == Form::TEXT ? KIT_IStream::TEXT : KIT_IStream::BINARY);
+        same = back.read(is, nullptr);
+        Writer again(back);
+        same = same && (form == Form::TEXT ? again.writeText() : again.writeBinary()) &&
+               once == again.getBytes().view();
+    }
+    if (!same) {
+        const auto differences = compare(*this, back);
+        KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_FORM,
+                    differences.empty() ? "" : differences.front().token.c_str());
+    }
+    return same;
+}
+
 bool ZEL_ParmStream::write(std::ostream &os, Form form) const
 {
     const std::uint64_t refusedBefore = BASfailedAllocations();
     Writer writer(*this);
-    if (!(form == Form::TEXT ? writer.writeText() : writer.writeBinary())) {
+    if (!(form == Form::TEXT ? writer.writeText() : writer.writeBinary()) ||
+        !isReadAgain(writer.getBytes(), form)) {
         return false;
     }
     writer.getBytes().writeTo(os);
