@@ -315,6 +315,20 @@ std::string Finder::write()
     return TRKwithChanges(mySource, myEdits, &TRK_LiteralEdit::text);
 }
 
+/// Of the whole with all changes; null if it reads as what was meant.
+const char *whyNot(const std::string &former, const std::string &written, bool literalFlag)
+{
+    if (!literalFlag) {
+        return written.size() > TRK_Limits::theExpressionLength ? "the expression would be too long"
+                                                                : nullptr;
+    }
+    // A quote between two backticks decides whether they are an expression.
+    return TRK_NodePaths::hasExpression(written.c_str()) !=
+                   TRK_NodePaths::hasExpression(former.c_str())
+               ? "its quotes would change what is in backticks"
+               : nullptr;
+}
+
 } // namespace
 
 // ---------------------------------------------------------------- //
@@ -334,10 +348,11 @@ TRK_NodePaths::Result TRK_NodePaths::forEach(std::string &text, Form form,
         return {};
     }
     Finder finder(text, collection, call, part);
+    const bool literalFlag = form == Form::TEXT || form == Form::PATHS;
     const bool textFlag = form == Form::NATIVE_TEXT || form == Form::PYTHON_TEXT;
     const Kind kind = pythonFlag ? Kind::PYTHON : Kind::NATIVE;
     TRK_Literal literal(text);
-    if (form == Form::TEXT || form == Form::PATHS) {
+    if (literalFlag) {
         if (hasExpression(text.c_str())) {
             TRKforEachBacktick(text.c_str(), [&](const char *begin, const char *end) {
                 finder.scan(kind, std::size_t(begin - text.c_str()),
@@ -356,9 +371,9 @@ TRK_NodePaths::Result TRK_NodePaths::forEach(std::string &text, Form form,
         return result;
     }
     std::string written = finder.write();
-    if (form != Form::TEXT && form != Form::PATHS &&
-        written.size() > TRK_Limits::theExpressionLength) {
-        return {0, result.refused + result.changed, "the expression would be too long"};
+    const char *const why = whyNot(text, written, literalFlag);
+    if (why != nullptr) {
+        return {0, result.refused + result.changed, why};
     }
     text.swap(written);
     return result;

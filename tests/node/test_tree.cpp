@@ -359,6 +359,7 @@ TEST(Tree, ReferencesThatNoNewNameCanBeWrittenForAreTold)
     const Case cases[] = {
         {literal, "/a", "two words", nullptr, ""},
         {literal, "see /a", "two words", "words", "a path with a blank can only be all of a text"},
+        {literal, "`x' /a `", "it's", "words", "its quotes would change what is in backticks"},
         {python("key"), "'/a'", "\xff", "key", "a text of Python's is UTF-8"},
         {python("code"), "vmr.ch('/a/v')", "\xff", nullptr, ""},
         {python("code"), "vmr.ch(f'/a/{\"v\"}')", "\xff", "code",
