@@ -44,6 +44,7 @@
 /// child's name, the item is without that child in every operation.
 #pragma once
 
+#include <KIT/KIT_TableMemory.h>
 #include <KIT/KIT_ValArray.h>
 #include <ZEL/ZEL_Float.h>
 #include <ZEL/ZEL_InputBudget.h>
@@ -222,6 +223,15 @@ private:
     static bool mayHaveToWait();
     bool wouldReplace(const ZEL_Template *made) const;
     ZEL_InputBudget::Request requestFor(std::int64_t count) const;
+    /// What the description of one child in one item refers to.
+    struct Child
+    {
+        std::unique_ptr<ZEL_Name> name;
+        std::unique_ptr<ZEL_ConditionalBase> conditional; // null: the block's
+        std::unique_ptr<ZEL_Default[]> defaults;          // null: the block's
+        std::size_t firstText = 0;                        // of its defaults in myDefaultStrings
+    };
+
     void followValue() const;
     void followDefault();
     bool followSnapshot();
@@ -243,7 +253,7 @@ private:
     bool addInstance(int item, bool evaluateChildren);
     void makeNames(const KIT_ValArray<int> &numbers);
     bool acceptNames() const;
-    void describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL_Name *name,
+    void describeChild(ZEL_Template &made, const ZEL_Template &child, Child &own,
                        const KIT_ValArray<int> &numbers);
     std::unique_ptr<ZEL_Default[]> instanceDefaults(const ZEL_Template &child,
                                                     const KIT_ValArray<int> &numbers);
@@ -266,16 +276,12 @@ private:
     int myNumItems = 0;
     int myInstancesPerItem;
     int myTemplateCount;
-    // One entry for each item: its templates, with a terminator.
-    std::vector<std::unique_ptr<ZEL_Template[]>> myItemTemplates;
-    // The following are indexed by flat index.
-    std::vector<std::unique_ptr<ZEL_Name>> myChildNames;
-    std::vector<std::unique_ptr<ZEL_ConditionalBase>> myChildConditionals;
-    std::vector<std::unique_ptr<ZEL_Default[]>> myChildDefaults;
-    // The default texts of all children, and each child's range in them.
+    template <class T>
+    using Table = std::vector<T, KIT_TableAllocator<T>>;
+    Table<Child> myChildren; // by flat index
     std::vector<std::unique_ptr<KIT_String>> myDefaultStrings;
-    std::vector<std::uint32_t> myDefaultStringFirst;
-    std::vector<std::uint32_t> myDefaultStringEnd;
+    // One entry for each item.
+    Table<std::unique_ptr<ZEL_Template[]>> myItemTemplates;
     std::unique_ptr<KIT_ValArray<int>> myInstanceIndex;
     bool myBusy = false;
     int myLeavingEnd = 0;                   // where items that leave after a load end; 0 without

@@ -36,7 +36,7 @@ T readValue(const ZEL_Parm &parm, double time, int index, int thread)
 static_assert(sizeof(void *) != 8 || (sizeof(ZEL_Parm) == 16 && sizeof(ZEL_Float) == 48 &&
                                       sizeof(ZEL_Ordinal) == 64 && sizeof(ZEL_String) == 64),
               "a parameter and its number are a cache line; a text or menu is 16 bytes more");
-static_assert(sizeof(void *) != 8 || (sizeof(ZEL_Data) == 96 && sizeof(ZEL_Multi) == 272),
+static_assert(sizeof(void *) != 8 || (sizeof(ZEL_Data) == 96 && sizeof(ZEL_Multi) == 176),
               "as ARCHITECTURE.md says");
 
 template <class T>

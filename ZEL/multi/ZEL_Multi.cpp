@@ -134,10 +134,11 @@ std::int64_t ZEL_Multi::getMemoryUsage(bool inclusive) const
             bytes += myItemTemplates[item][std::size_t(child)].getMemoryUsage(true);
         }
     }
-    for (std::size_t flat = 0; flat < myChildNames.size(); ++flat) {
-        bytes += myChildNames[flat]->getMemoryUsage(true);
-        bytes += myChildConditionals[flat] ? myChildConditionals[flat]->getMemoryUsage(true) : 0;
-        if (myChildDefaults[flat]) {
+    for (std::size_t flat = 0; flat < myChildren.size(); ++flat) {
+        const Child &child = myChildren[flat];
+        bytes += child.name->getMemoryUsage(true);
+        bytes += child.conditional ? child.conditional->getMemoryUsage(true) : 0;
+        if (child.defaults) {
             const int perItem = myInstancesPerItem;
             const ZEL_Template &made =
                 myItemTemplates[flat / std::size_t(perItem)][flat % std::size_t(perItem)];
@@ -148,9 +149,8 @@ std::int64_t ZEL_Multi::getMemoryUsage(bool inclusive) const
         bytes += text->getMemoryUsage(true);
     }
     bytes += std::int64_t(myItemTemplates.capacity() * sizeof(void *));
-    bytes += std::int64_t(myChildNames.capacity() * 3 * sizeof(void *));
+    bytes += std::int64_t(myChildren.capacity() * sizeof(Child));
     bytes += std::int64_t(myDefaultStrings.capacity() * sizeof(void *));
-    bytes += std::int64_t(myDefaultStringFirst.capacity() * 2 * sizeof(std::uint32_t));
     return bytes + (myInstanceIndex ? myInstanceIndex->getMemoryUsage(true) : 0);
 }
 
@@ -402,16 +402,16 @@ const char *ZEL_Multi::getMultiParmToken(int child, int item) const
     if (!isValidItem(item) || child < 0 || child >= myInstancesPerItem) {
         return nullptr;
     }
-    return myChildNames[flatIndex(item, child)]->getToken();
+    return myChildren[flatIndex(item, child)].name->getToken();
 }
 
 int ZEL_Multi::findMultiParmIndex(const char *token, bool) const
 {
     const KIT_StringRef wanted(token);
     // An item under construction is found too: its parameters may already look it up.
-    const std::size_t end = wanted.isNull() ? 0 : myChildNames.size();
+    const std::size_t end = wanted.isNull() ? 0 : myChildren.size();
     for (std::size_t flat = 0; flat < end; ++flat) {
-        if (myChildNames[flat]->getTokenRef() == wanted) {
+        if (myChildren[flat].name->getTokenRef() == wanted) {
             return int(flat);
         }
     }

@@ -95,8 +95,8 @@ void assignChild(const ZEL_Parm *from, ZEL_Parm *to)
 }
 
 /// Items that come one by one find room for as many again, or each would move those before it.
-template <class T>
-void reserveMore(std::vector<T> &entries, std::size_t more)
+template <class Entries>
+void reserveMore(Entries &entries, std::size_t more)
 {
     const std::size_t wanted = entries.size() + more;
     if (wanted > entries.capacity()) {
@@ -180,11 +180,7 @@ void ZEL_Multi::reserveItems(std::int64_t more)
     const auto items = std::size_t(std::min(more, theMost));
     const auto children = std::size_t(std::min(more * myInstancesPerItem, theMost));
     reserveMore(myItemTemplates, items);
-    reserveMore(myChildNames, children);
-    reserveMore(myChildConditionals, children);
-    reserveMore(myChildDefaults, children);
-    reserveMore(myDefaultStringFirst, children);
-    reserveMore(myDefaultStringEnd, children);
+    reserveMore(myChildren, children);
 }
 
 void ZEL_Multi::shrink(int count)
@@ -306,8 +302,7 @@ bool ZEL_Multi::addInstance(int item, bool)
     const ZEL_Template *block = getMultiParmTemplate();
     const std::size_t first = flatIndex(item, 0);
     for (int child = 0; child < myInstancesPerItem; ++child) {
-        describeChild(made[child], block[child], myChildNames[first + std::size_t(child)].get(),
-                      numbers);
+        describeChild(made[child], block[child], myChildren[first + std::size_t(child)], numbers);
         getParmList()->prefetchChannels(made[child]);
     }
     lost.check();
@@ -355,9 +350,10 @@ void ZEL_Multi::makeNames(const KIT_ValArray<int> &numbers)
 {
     const ZEL_Template *block = getMultiParmTemplate();
     for (int child = 0; child < myInstancesPerItem; ++child) {
-        myChildNames.push_back(std::make_unique<ZEL_Name>(*block[child].getNamePtr()));
-        myChildNames.back()->instance(numbers);
-        getParmList()->prefetchToken(myChildNames.back()->getTokenRef());
+        auto name = std::make_unique<ZEL_Name>(*block[child].getNamePtr());
+        name->instance(numbers);
+        getParmList()->prefetchToken(name->getTokenRef());
+        myChildren.push_back({std::move(name), nullptr, nullptr, myDefaultStrings.size()});
     }
 }
 
@@ -366,9 +362,9 @@ bool ZEL_Multi::acceptNames() const
 {
     ZEL_ParmList *list = getParmList();
     const ZEL_Template *block = getMultiParmTemplate();
-    const std::size_t first = myChildNames.size() - std::size_t(myInstancesPerItem);
+    const std::size_t first = myChildren.size() - std::size_t(myInstancesPerItem);
     const auto tokenOf = [&](int child) -> const KIT_StringRef & {
-        return myChildNames[first + std::size_t(child)]->getTokenRef();
+        return myChildren[first + std::size_t(child)].name->getTokenRef();
     };
     // The few names of most blocks are compared faster than they are hashed into a set.
     constexpr int theFew = 16;
@@ -398,36 +394,32 @@ bool ZEL_Multi::acceptNames() const
     return true;
 }
 
-void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL_Name *name,
+void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, Child &own,
                               const KIT_ValArray<int> &numbers)
 {
     ZEL_ConditionalBase *const conditional = child.getConditionalBasePtr();
     const bool isOwn = conditional && conditional->hasItemNumbers();
-    std::unique_ptr<ZEL_ConditionalBase> instanced(isOwn ? conditional->instance(numbers)
-                                                         : nullptr);
-    myChildConditionals.push_back(std::move(instanced));
-    myDefaultStringFirst.push_back(std::uint32_t(myDefaultStrings.size()));
+    own.conditional.reset(isOwn ? conditional->instance(numbers) : nullptr);
+    own.firstText = myDefaultStrings.size();
     ZEL_TemplateSpec content;
     content.exportLevel = child.exportLevel();
-    content.name = name;
+    content.name = own.name.get();
     content.defaults = child.getFactoryDefaults();
     content.range = child.getRangePtr();
     content.callback = child.getCallback();
     content.spare = child.getSparePtr();
     content.shareHelp(child);
-    content.conditional = isOwn ? myChildConditionals.back().get() : conditional;
+    content.conditional = isOwn ? own.conditional.get() : conditional;
     if (child.isMultiType()) {
         // The nested block is shared unchanged until that multi-parameter creates its own items.
-        myChildDefaults.emplace_back();
         content.multiType = child.getMultiType();
         content.items = child.getMultiParmTemplate();
         content.multiSize = child.getMultiSize();
         content.makeMulti(made);
     } else {
-        myChildDefaults.push_back(instanceDefaults(child, numbers));
-        ZEL_Default *own = myChildDefaults.back().get();
-        if (own) {
-            content.defaults = own;
+        own.defaults = instanceDefaults(child, numbers);
+        if (own.defaults) {
+            content.defaults = own.defaults.get();
         }
         content.type = &child.getType();
         content.extended = child.getTypeExtended();
@@ -437,7 +429,6 @@ void ZEL_Multi::describeChild(ZEL_Template &made, const ZEL_Template &child, ZEL
         content.parmGroup = child.getParmGroup();
         content.makeParm(made);
     }
-    myDefaultStringEnd.push_back(std::uint32_t(myDefaultStrings.size()));
 }
 
 /// The child's defaults with the instance numbers in their texts; null if the child's can be
@@ -574,14 +565,10 @@ void ZEL_Multi::cutItems()
     const std::size_t first = flatIndex(myNumItems, 0);
     // Destroy the templates first: they refer to the rest.
     cut(myItemTemplates, std::size_t(myNumItems));
-    if (first < myDefaultStringFirst.size()) {
-        cut(myDefaultStrings, myDefaultStringFirst[first]);
+    if (first < myChildren.size()) {
+        cut(myDefaultStrings, myChildren[first].firstText);
     }
-    cut(myDefaultStringFirst, first);
-    cut(myDefaultStringEnd, first);
-    cut(myChildDefaults, first);
-    cut(myChildConditionals, first);
-    cut(myChildNames, first);
+    cut(myChildren, first);
 }
 
 /// Removes what exists of an item after the last one, parameters included.

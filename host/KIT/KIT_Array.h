@@ -13,6 +13,8 @@
 
 #pragma once
 
+#include <KIT/KIT_TableMemory.h>
+
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
@@ -62,7 +64,7 @@ public:
     ~KIT_Array()
     {
         destroy(0, mySize);
-        release(myData);
+        release(myData, myCapacity);
     }
     KIT_Array &operator=(const KIT_Array &other)
     {
@@ -260,15 +262,15 @@ private:
         if constexpr (theOverAlignedFlag) {
             return static_cast<T *>(::operator new(bytes, std::align_val_t(alignof(T))));
         } else {
-            return static_cast<T *>(::operator new(bytes));
+            return static_cast<T *>(KIT_TableMemory::allocate(bytes));
         }
     }
-    static void release(T *data)
+    static void release(T *data, int64_t capacity)
     {
         if constexpr (theOverAlignedFlag) {
             ::operator delete(data, std::align_val_t(alignof(T)));
         } else {
-            ::operator delete(data);
+            KIT_TableMemory::deallocate(data, static_cast<size_t>(capacity) * sizeof(T));
         }
     }
     void destroy(int64_t first, int64_t last)
@@ -292,7 +294,7 @@ private:
                 myData[i].~T();
             }
         }
-        release(myData);
+        release(myData, myCapacity);
         myData = data;
         myCapacity = capacity;
     }
@@ -303,9 +305,10 @@ private:
         const int64_t capacity = KITbumpAlloc(myCapacity);
         struct Slots
         {
-            ~Slots() { release(data); }
+            ~Slots() { release(data, capacity); }
             T *data;
-        } slots{allocate(capacity)};
+            int64_t capacity;
+        } slots{allocate(capacity), capacity};
         new (static_cast<void *>(slots.data + mySize)) T(std::forward<Args>(args)...);
         relocate(std::exchange(slots.data, nullptr), capacity);
     }

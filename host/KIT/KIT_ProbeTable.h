@@ -15,8 +15,8 @@
 #pragma once
 
 #include <KIT/KIT_Prime.h>
-#include <KIT/KIT_SmallObjectAllocator.h>
 #include <KIT/KIT_StringRef.h>
+#include <KIT/KIT_TableMemory.h>
 
 #include <algorithm>
 #include <new>
@@ -114,22 +114,6 @@ public:
 
 private:
     static size_t blockBytes(size_t capacity) { return capacity * sizeof(Slot) + sizeof(uint64_t); }
-    /// The small-object allocator keeps the pages of a large table for the next one, but rounds smaller ones
-    /// up by as much as a half.
-    static constexpr size_t theLargeTable = 65536;
-    static void *allocate(size_t bytes)
-    {
-        return bytes >= theLargeTable ? KIT_SmallObjectAllocator::allocate(bytes)
-                                      : ::operator new(bytes);
-    }
-    static void deallocate(void *block, size_t bytes)
-    {
-        if (bytes >= theLargeTable) {
-            KIT_SmallObjectAllocator::deallocate(block, bytes);
-        } else {
-            ::operator delete(block);
-        }
-    }
     bool isEmpty(uint32_t index) const { return mySlots[index].key().isNull(); }
     uint32_t homeOf(const KIT_StringRef &name) const { return this->home(name.hash(), myCapacity); }
     uint32_t homeAt(uint32_t index) const { return homeOf(mySlots[index].key()); }
@@ -161,7 +145,7 @@ KIT_ProbeTable<Slot, Sizing>::KIT_ProbeTable(size_t capacity)
     if (capacity > UINT32_MAX) {
         throw std::bad_alloc();
     }
-    mySlots = static_cast<Slot *>(allocate(blockBytes(capacity)));
+    mySlots = static_cast<Slot *>(KIT_TableMemory::allocate(blockBytes(capacity)));
     myCapacity = static_cast<uint32_t>(capacity);
     this->setCapacity(myCapacity);
     for (uint32_t i = 0; i < myCapacity; ++i) {
@@ -176,7 +160,7 @@ KIT_ProbeTable<Slot, Sizing>::~KIT_ProbeTable()
     for (uint32_t i = 0; i < myCapacity; ++i) {
         mySlots[i].~Slot();
     }
-    deallocate(mySlots, myCapacity == 0 ? 0 : blockBytes(myCapacity));
+    KIT_TableMemory::deallocate(mySlots, myCapacity == 0 ? 0 : blockBytes(myCapacity));
 }
 
 template <class Slot, class Sizing>
