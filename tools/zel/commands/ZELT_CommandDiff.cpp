@@ -54,7 +54,7 @@ bool load(ZEL_ParmList &list, const std::string &bytes)
 {
     KIT_ErrorManager::Scope reported(BASgetSTID());
     KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::TEXT);
-    is.setBinary(ZELT_Session::streamMode(is) == KIT_IStream::BINARY);
+    is.setBinary(NOD_ValueFile::isBinary(bytes));
     const bool loaded = list.load(is, nullptr, nullptr);
     KIT_ErrorManager &from = reported.getManager();
     for (int i = 0; i < from.entries(); ++i) {
