@@ -115,10 +115,16 @@ bool NOD_Presets::attempt(const std::string &what, const std::string &folder,
     const int before = report.getErrorCount();
     const std::string file =
         folder.empty() ? "" : folder + "/" + myInfo.getPresetFile().toStdString();
+    NOD_Report found;
     bool good = false;
     {
-        const NOD_ReportScope scope(report, file);
+        const NOD_ReportScope scope(found);
         good = change();
+    }
+    for (NOD_Message message : found.getMessages()) {
+        const bool namedFlag = message.text.find(file) != std::string::npos;
+        message.file = namedFlag ? message.file : file;
+        report.add(std::move(message));
     }
     if (!good && report.getErrorCount() == before) {
         report.error("", what + ": " + reason());

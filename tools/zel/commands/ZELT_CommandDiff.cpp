@@ -7,6 +7,7 @@
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ValueFile.h>
 #include <TRK/TRK_Channel.h>

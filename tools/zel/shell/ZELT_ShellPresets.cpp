@@ -32,6 +32,8 @@ void loadPreset(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     NOD_Report report;
     const std::string path = presetsOf(shell).find(words[2], report);
+    shell.tell(report);
+    report.clear(); // what is told of other files is no loss
     if (!path.empty()) {
         NODapplyPreset(shell.getNode(), path, {}, report);
         shell.getSession().growBlocks(shell.getTime());
