@@ -19,6 +19,7 @@
 #include <string_view>
 #include <vector>
 
+class KIT_IStream;
 class NOD_Node;
 class NOD_Report;
 class NOD_Scene;
@@ -45,6 +46,15 @@ public:
     static NOD_FileKind kindOf(const std::string &path);
     /// "a parameter stream" and so on.
     static const char *getKindName(NOD_FileKind kind);
+    /// Whether a file that starts with these bytes is in a binary form: the numbers in front of it have bytes of
+    /// zero, which no text has.
+    static bool isBinary(std::string_view start);
+    /// False if there is no such file.
+    static bool isBinaryFile(const std::string &path);
+    /// Where the `?` of a section is; npos for none. A file may have a `?` in its name.
+    static std::size_t findSection(const std::string &path);
+    /// False, with an error, if the bytes go on after what was read from them.
+    static bool checkEnd(KIT_IStream &is, const std::string &name, NOD_Report &report);
 
     // ------------------------------------------------------------------ //
     /// \name In
@@ -55,7 +65,8 @@ public:
     /// The same with a file's bytes; `name` is for messages, and may have a section behind it.
     bool read(std::string bytes, const std::string &name, NOD_Report &report);
     NOD_FileKind getKind() const { return myKind; }
-    bool isBinary() const { return myBytes.find('\0') != std::string::npos; }
+    /// Without the section.
+    const std::string &getName() const { return myName; }
     /// Of a node or scene file the path of the node that is meant, and of all below it; none after an error.
     std::vector<std::string> findNodes(NOD_Report &report) const;
     /// Gives the node what is in the file, as one step of undo. A stream and a preset change the parameters
@@ -63,6 +74,11 @@ public:
     /// names, of the one node that is there or is meant. False if not all could be used, as a stream whose
     /// channels the node hasn't: they are in a file of their own, which comes first.
     bool apply(NOD_Node &node, NOD_Report &report) const;
+    /// All of them, up to the first that can't be used. Values may refer to channels, so channel files come first;
+    /// a plain value removes its channel, so they come again after the others: what they animate is animated. The
+    /// names of those that anything was reported of are added to `partly`.
+    static bool applyAll(const std::vector<NOD_ValueFile> &files, NOD_Node &node,
+                         std::vector<std::string> &partly, NOD_Report &report);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -78,7 +94,9 @@ public:
         NODE ///< all of the node, with the nodes below it, as text; paths of scripts as they are from `folder`
     };
 
-    /// By its word, such as `text`; false if there is none.
+    /// `text` and so on.
+    static std::vector<std::string> getFormWords();
+    /// By its word; false if there is none.
     static bool findForm(std::string_view word, Form &form);
     /// That of the file that was read; of a preset, which is none of them, that of a stream.
     Form getForm() const;
@@ -87,10 +105,12 @@ public:
     /// What the form has no place for: of a channel file, parameters with a value that isn't their default
     /// and no channel; of a stream, stray channels.
     static std::vector<std::string> findLeftOut(NOD_Node &node, Form form);
-    /// Whether what is written has all that was loaded and set: else false, with an error for each loss.
-    /// `partlyLoaded` is a file that apply() reported anything of, "" for none; a preset has no form.
+    /// Whether what is written has all that was loaded and set: else false, with an error for each loss, which
+    /// ends in `offer`: what a person can do about it, "" for nothing. `partlyLoaded` is a file that apply()
+    /// reported anything of, "" for none; a preset has no form.
     static bool checkCarried(NOD_Node &node, std::optional<Form> form,
-                             const std::string &partlyLoaded, NOD_Report &report);
+                             const std::string &partlyLoaded, const std::string &offer,
+                             NOD_Report &report);
     /// False, with an error, for what the form can't hold: a stream with such a name isn't written. A
     /// warning each: channels that a stream refers to, what findLeftOut finds, aliases, spare parameters.
     static bool save(NOD_Scene &scene, NOD_Node &node, Form form, std::ostream &os,

@@ -116,6 +116,7 @@ set(for_B 1)
 set(for_N 777)
 set(for_DATAINDEX 0)
 set(for_FOLDER "${OUT}")
+set(for_NODE "/")
 
 # each_line(DONE WORD...): calls the shell with every line that the rest of a usage allows.
 function(each_line done)

@@ -4,6 +4,7 @@
 #include "ZELT_Nearest.h"
 #include "ZELT_Session.h"
 
+#include <NOD/NOD_ValueFile.h>
 #include <TRK/TRK_EvalContext.h>
 
 #include <algorithm>
@@ -145,6 +146,17 @@ void ZELTaddList(CLI::App &command, const char *name, std::vector<std::string> &
                  const char *what)
 {
     addList(command, name, list, what);
+}
+
+void ZELTaddForm(CLI::App &command, std::string &form)
+{
+    command.add_option("--as", form, "text, binary, compact, channels or node")
+        ->check(CLI::IsMember(NOD_ValueFile::getFormWords()));
+}
+
+void ZELTaddAllowLoss(CLI::App &command, bool &allowLossFlag, const char *what)
+{
+    command.add_flag("--allow-loss", allowLossFlag, what);
 }
 
 void ZELTaddNode(CLI::App &command, ZELT_NodeCall &node)

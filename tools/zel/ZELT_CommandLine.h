@@ -114,5 +114,8 @@ private:
 /// An option that may be given several times, with one value each.
 void ZELTaddList(CLI::App &command, const char *name, std::vector<std::string> &list,
                  const char *what);
+/// `--as`: one of the forms of values.
+void ZELTaddForm(CLI::App &command, std::string &form);
+void ZELTaddAllowLoss(CLI::App &command, bool &allowLossFlag, const char *what);
 /// The arguments and options of a command that works on a node: FILE, and its values and changes.
 void ZELTaddNode(CLI::App &command, ZELT_NodeCall &node);

@@ -1,12 +1,13 @@
 #include "ZELT_Session.h"
 
+#include "ZELT_File.h"
 #include "ZELT_Messages.h"
 
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_ErrorManager.h>
-#include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_OpUtils.h>
 #include <NOD/NOD_Address.h>
 #include <NOD/NOD_NodeFile.h>
 #include <NOD/NOD_Report.h>
@@ -22,7 +23,6 @@
 #include <ZEL/ZEL_ParmList.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
@@ -31,22 +31,6 @@
 
 namespace
 {
-
-std::string unreadable()
-{
-    return "can't be read: " + KITsystemReason();
-}
-
-constexpr const char *theNotWhole = "isn't loaded as a whole";
-
-/// A new node gets no presets: what a command prints depends on its arguments only.
-struct WithoutPresets
-{
-    WithoutPresets() { ZEL_ParmList::beginLoading(); }
-    ~WithoutPresets() { ZEL_ParmList::endLoading(); }
-    WithoutPresets(const WithoutPresets &) = delete;
-    WithoutPresets &operator=(const WithoutPresets &) = delete;
-};
 
 void appendNodes(NOD_Node &node, std::vector<NOD_Node *> &out)
 {
@@ -80,23 +64,25 @@ ZELT_Session::~ZELT_Session() = default;
 
 void ZELT_Session::addNode(ZELT_ScriptPtr script)
 {
-    const WithoutPresets scope;
     NOD_Report report;
-    const std::string name = script->getTypeName();
-    myNode = myScene.add("/" + (NOD_Node::isValidName(name) ? name : "node"), script, report);
+    myNode = ZELTaddBareNode(myScene, script->getTypeName(), script, report);
     growBlocks(0.0);
     myScene.getUndo().clear();
 }
 
 std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_Messages &messages)
 {
-    const NOD_FileKind kind = NOD_ValueFile::kindOf(file.substr(0, file.find('?')));
+    const NOD_FileKind kind =
+        NOD_ValueFile::kindOf(file.substr(0, NOD_ValueFile::findSection(file)));
     std::unique_ptr<ZELT_Session> session;
     if (kind == NOD_FileKind::SCENE || kind == NOD_FileKind::NODE) {
         session.reset(new ZELT_Session);
         if (!session->openNodes(file, messages)) {
             session.reset();
         }
+    } else if (kind != NOD_FileKind::NONE && kind != NOD_FileKind::SCRIPT) {
+        messages.error(file, std::string("is ") + NOD_ValueFile::getKindName(kind) +
+                                 ", which has no nodes");
     } else if (ZELT_ScriptPtr script = ZELTloadScript(file, messages)) {
         session = std::make_unique<ZELT_Session>(std::move(script));
     }
@@ -105,12 +91,9 @@ std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_M
 
 bool ZELT_Session::openNodes(const std::string &file, ZELT_Messages &messages)
 {
-    const std::size_t mark = file.find('?');
+    const std::size_t mark = NOD_ValueFile::findSection(file);
     myFile = file.substr(0, mark);
-    NOD_LoadOptions options;
-    options.scripts = TOK_TokenStream::areAllIncludesConfined()
-                          ? NOD_LoadOptions::Scripts::IN_FOLDER
-                          : NOD_LoadOptions::Scripts::ANYWHERE;
+    const NOD_LoadOptions options = ZELTloadOptions();
     NOD_Report report;
     const bool sceneFlag = NOD_ValueFile::kindOf(myFile) == NOD_FileKind::SCENE;
     const bool loaded = sceneFlag ? NOD_SceneFile::load(myScene, myFile, options, report)
@@ -124,7 +107,7 @@ bool ZELT_Session::openNodes(const std::string &file, ZELT_Messages &messages)
     myNode = &myScene.getRoot();
     const std::vector<NOD_Node *> nodes = getNodes();
     if (mark != std::string::npos) {
-        const std::string path = file.substr(mark + 1);
+        const std::string path = KIT_OpUtils::decodeBytes(file.substr(mark + 1));
         myNode = myScene.find(path.c_str());
         if (!myNode) {
             messages.error(myFile, "there is no node " + path);
@@ -168,11 +151,6 @@ std::vector<NOD_Node *> ZELT_Session::getNodes()
     return nodes;
 }
 
-void ZELT_Session::notePartlyLoaded(const std::string &file)
-{
-    myPartlyLoaded.push_back(file);
-}
-
 bool ZELT_Session::isPartlyLoaded(const std::string &file) const
 {
     std::error_code ignored;
@@ -186,6 +164,17 @@ void ZELT_Session::noteInput(const NOD_ValueFile &file)
     myInputForm = myInputForm ? *myInputForm : file.getForm();
 }
 
+bool ZELT_Session::saveScene(std::ostream &os, const std::string &out,
+                             std::optional<NOD_SaveOptions::Form> form, NOD_Report &report)
+{
+    NOD_SaveOptions options;
+    options.folder = ZELTfolderOf(out);
+    options.form = form                                  ? *form
+                   : NOD_ValueFile::isBinaryFile(myFile) ? NOD_SaveOptions::Form::BINARY
+                                                         : NOD_SaveOptions::Form::TEXT;
+    return NOD_SceneFile::save(myScene, os, options, report);
+}
+
 bool ZELT_Session::isOneNode(ZELT_Messages &messages) const
 {
     if (!myNode->getParent()) {
@@ -194,51 +183,12 @@ bool ZELT_Session::isOneNode(ZELT_Messages &messages) const
     return myNode->getParent();
 }
 
-// -------------------------------------------------------------------- //
-// Files
-// -------------------------------------------------------------------- //
-
-KIT_IStream::Mode ZELT_Session::streamMode(const KIT_IStream &is)
-{
-    // The numbers in front of a binary stream have bytes of zero, which no text has.
-    constexpr std::size_t lookedAt = 64;
-    return is.rest().substr(0, lookedAt).find('\0') == std::string_view::npos ? KIT_IStream::TEXT
-                                                                              : KIT_IStream::BINARY;
-}
-
-std::string ZELT_Session::loadValues(const std::string &file)
-{
-    errno = 0;
-    KIT_IFStream is(file.c_str(), KIT_IStream::TEXT, ZEL_ParmList::canBeStream);
-    if (!is.isReadable()) {
-        return unreadable();
-    }
-    is.setBinary(streamMode(is) == KIT_IStream::BINARY);
-    const bool loaded = getParms().load(is, file.c_str(), nullptr);
-    growBlocks(0.0);
-    return loaded ? "" : theNotWhole;
-}
-
-std::string ZELT_Session::loadChannels(const std::string &file)
-{
-    errno = 0;
-    KIT_IFStream is(file.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
-    if (!is.isReadable()) {
-        return unreadable();
-    }
-    return myNode->loadChannels(is) ? "" : theNotWhole;
-}
-
 void ZELT_Session::growBlocks(double time)
 {
     for (NOD_Node *const node : getNodes()) {
         NODgrowBlocks(*node, time);
     }
 }
-
-// -------------------------------------------------------------------- //
-// Components
-// -------------------------------------------------------------------- //
 
 std::string ZELT_Session::resolve(const std::string &text, ZELT_Address &address)
 {
@@ -249,28 +199,6 @@ std::string ZELT_Session::resolve(const std::string &text, ZELT_Address &address
     }
     address = {places[0].find(), places[0].first, places[0].end};
     return "";
-}
-
-std::string ZELT_Session::set(const std::string &address, const std::string &value, double time)
-{
-    NOD_Report report;
-    NOD_TextEdit(*myNode, time, report).set(address, value);
-    return faultOf(report);
-}
-
-std::string ZELT_Session::setExpression(const std::string &address, const std::string &text,
-                                        TRK_ExprLanguage language, double time)
-{
-    NOD_Report report;
-    NOD_TextEdit(*myNode, time, report).setExpression(address, text, language);
-    return faultOf(report);
-}
-
-std::string ZELT_Session::setKey(const std::string &address, double time, const std::string &value)
-{
-    NOD_Report report;
-    NOD_TextEdit(*myNode, time, report).key(address, time, value);
-    return faultOf(report);
 }
 
 bool ZELTtakeFault(const std::string &file, const std::string &fault, ZELT_Messages &messages)
@@ -300,17 +228,6 @@ bool take(NOD_Report &report, ZELT_Messages &messages)
     return messages.getErrorCount() == before;
 }
 
-bool readFile(NOD_ValueFile &file, const std::string &path, NOD_Report &report)
-{
-    if (path != "-") {
-        return file.read(path, report);
-    }
-    const std::string bytes(std::istreambuf_iterator<char>(std::cin), {});
-    return file.read(bytes, "standard input", report);
-}
-
-/// Values may refer to channels, so channel files come first; a plain value removes its channel, so they are
-/// loaded again: what they animate is animated.
 bool applyFiles(ZELT_Session &session, const ZELT_Inputs &inputs, bool &channelsFlag,
                 ZELT_Messages &messages)
 {
@@ -319,36 +236,51 @@ bool applyFiles(ZELT_Session &session, const ZELT_Inputs &inputs, bool &channels
         paths.push_back(inputs.channels);
     }
     bool good = paths.empty() || session.isOneNode(messages);
-    std::vector<std::pair<std::string, NOD_ValueFile>> channels;
-    std::vector<std::pair<std::string, NOD_ValueFile>> others;
+    std::vector<NOD_ValueFile> files;
     NOD_Report report;
     for (const std::string &path : paths) {
         NOD_ValueFile file;
-        good = good && readFile(file, path, report);
-        good = take(report, messages) && good;
+        good = good && ZELTreadValues(file, path, report);
         session.noteInput(file);
-        (file.getKind() == NOD_FileKind::CHANNELS ? channels : others)
-            .emplace_back(path, std::move(file));
+        channelsFlag = channelsFlag || file.getKind() == NOD_FileKind::CHANNELS;
+        files.push_back(std::move(file));
     }
-    channelsFlag = !channels.empty();
-    for (const auto *const files : {&channels, &others}) {
-        for (const auto &[path, file] : *files) {
-            good = good && file.apply(session.getNode(), report);
-            if (!report.isEmpty()) {
-                session.notePartlyLoaded(path);
-            }
-            good = take(report, messages) && good;
-        }
-    }
-    for (std::size_t i = 0; i < channels.size() && !others.empty() && good; ++i) {
-        NOD_Report reportedAlready;
-        channels[i].second.apply(session.getNode(), reportedAlready);
-    }
+    good = good &&
+           NOD_ValueFile::applyAll(files, session.getNode(), session.getAllPartlyLoaded(), report);
+    good = take(report, messages) && good;
     session.growBlocks(0.0);
     return good;
 }
 
 } // namespace
+
+NOD_Node *ZELTaddBareNode(NOD_Scene &scene, const std::string &name, const ZELT_ScriptPtr &script,
+                          NOD_Report &report)
+{
+    ZEL_ParmList::beginLoading();
+    NOD_Node *const node =
+        scene.add("/" + (NOD_Node::isValidName(name) ? name : "node"), script, report);
+    ZEL_ParmList::endLoading();
+    return node;
+}
+
+bool ZELTreadValues(NOD_ValueFile &file, const std::string &path, NOD_Report &report)
+{
+    if (path != "-") {
+        return file.read(path, report);
+    }
+    return file.read(std::string(std::istreambuf_iterator<char>(std::cin), {}), "standard input",
+                     report);
+}
+
+NOD_LoadOptions ZELTloadOptions()
+{
+    NOD_LoadOptions options;
+    options.scripts = TOK_TokenStream::areAllIncludesConfined()
+                          ? NOD_LoadOptions::Scripts::IN_FOLDER
+                          : NOD_LoadOptions::Scripts::ANYWHERE;
+    return options;
+}
 
 bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double time,
                      ZELT_Messages &messages)

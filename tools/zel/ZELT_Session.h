@@ -12,17 +12,17 @@
 
 #include "ZELT_Script.h"
 
-#include <KIT/KIT_IStream.h>
+#include <NOD/NOD_FileOptions.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Scene.h>
 #include <NOD/NOD_ValueFile.h>
-#include <TRK/TRK_Types.h>
 
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+class NOD_Report;
 class ZELT_Messages;
 
 /// Some components of a parameter; null for no such parameter.
@@ -32,6 +32,9 @@ struct ZELT_Address
     int first = 0; ///< the first component
     int end = 0;   ///< after the last
 };
+
+/// What a command offers where not all is carried (NOD_ValueFile::checkCarried).
+inline constexpr const char *theZELTLossOffer = "written with --allow-loss only";
 
 /// The values and changes of a node, as a command line gives them.
 struct ZELT_Inputs
@@ -82,31 +85,19 @@ public:
     {
         return myPartlyLoaded.empty() ? std::string() : myPartlyLoaded.front();
     }
-    void notePartlyLoaded(const std::string &file);
+    /// By their names, as NOD_ValueFile::applyAll adds them.
+    std::vector<std::string> &getAllPartlyLoaded() { return myPartlyLoaded; }
     bool isPartlyLoaded(const std::string &file) const;
     /// Of the first file with values; none without one.
     const std::optional<NOD_ValueFile::Form> &getInputForm() const { return myInputForm; }
     void noteInput(const NOD_ValueFile &file);
 
-    // ------------------------------------------------------------------ //
-    /// \name Files   (why it failed, "" for success; more with the thread's error manager)
-    // ------------------------------------------------------------------ //
-    /// A parameter stream in either form.
-    std::string loadValues(const std::string &file);
-    std::string loadChannels(const std::string &file);
-    /// The form of a stream, by its first bytes.
-    static KIT_IStream::Mode streamMode(const KIT_IStream &is);
-
-    // ------------------------------------------------------------------ //
-    /// \name Components   (why it failed, "" for success; as NOD_TextEdit)
-    // ------------------------------------------------------------------ //
-    /// One parameter: a pattern must match no more.
+    /// One parameter: a pattern must match no more. Why it is none, "" for success.
     std::string resolve(const std::string &text, ZELT_Address &address);
-    std::string set(const std::string &address, const std::string &value, double time);
-    std::string setExpression(const std::string &address, const std::string &text,
-                              TRK_ExprLanguage language, double time);
-    std::string setKey(const std::string &address, double time, const std::string &value);
-
+    /// Writes the whole scene, in the form of the file that was opened unless another is asked for; `out` is the
+    /// file that it is for. False after an error in the report.
+    bool saveScene(std::ostream &os, const std::string &out,
+                   std::optional<NOD_SaveOptions::Form> form, NOD_Report &report);
     /// Brings the items of all blocks up to their counts.
     void growBlocks(double time);
 
@@ -127,6 +118,13 @@ private:
 /// Reports what the library reported or, without that, the fault; false if there was an error. `file`
 /// is the one that it concerns, "" for none.
 bool ZELTtakeFault(const std::string &file, const std::string &fault, ZELT_Messages &messages);
+/// A node of the script in a scene. It gets no presets: what a command prints depends on its arguments only.
+NOD_Node *ZELTaddBareNode(NOD_Scene &scene, const std::string &name, const ZELT_ScriptPtr &script,
+                          NOD_Report &report);
+/// Files with values, "-" for standard input.
+bool ZELTreadValues(NOD_ValueFile &file, const std::string &path, NOD_Report &report);
+/// Which scripts a scene or node file may open.
+NOD_LoadOptions ZELTloadOptions();
 /// Reads and sets all of them at a time, in this order; false if any is wrong.
 bool ZELTapplyInputs(ZELT_Session &session, const ZELT_Inputs &inputs, double time,
                      ZELT_Messages &messages);

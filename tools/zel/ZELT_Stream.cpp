@@ -5,6 +5,8 @@
 
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IFStream.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_ValueFile.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmStream.h>
 
@@ -31,18 +33,13 @@ bool ZELTparseStream(const std::string &bytes, const std::string &file, ZEL_Parm
                      ZEL_ParmStream &stream, ZELT_Messages &messages)
 {
     KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::TEXT);
-    is.setBinary(ZELT_Session::streamMode(is) == KIT_IStream::BINARY);
+    is.setBinary(NOD_ValueFile::isBinary(bytes));
     if (!ZELTtakeFault(file, stream.read(is, nullptr, list) ? "" : "isn't a parameter stream",
                        messages)) {
         return false;
     }
-    if (!is.isBinary()) {
-        is.skipWhitespace();
-    }
-    if (!is.eof()) {
-        messages.error(file,
-                       "goes on after the stream's end, at byte " + std::to_string(is.tellg()));
-        return false;
-    }
-    return true;
+    NOD_Report report;
+    const bool endFlag = NOD_ValueFile::checkEnd(is, file, report);
+    messages.add(report);
+    return endFlag;
 }

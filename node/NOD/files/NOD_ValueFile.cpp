@@ -2,6 +2,7 @@
 
 #include <BAS/BAS_Character.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_OpUtils.h>
 #include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_NodeFile.h>
@@ -80,31 +81,18 @@ bool canBeAny(std::string_view start)
     return NOD_ValueFile::kindOf(start) != NOD_FileKind::NONE;
 }
 
-int hexadecimal(char c)
-{
-    return c >= '0' && c <= '9'   ? c - '0'
-           : c >= 'A' && c <= 'F' ? c - 'A' + 10
-           : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                                  : -1;
-}
-
-/// `%3F` and the like as the bytes that they stand for.
-std::string unescaped(std::string_view text)
-{
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const int high = text[i] == '%' && i + 2 < text.size() ? hexadecimal(text[i + 1]) : -1;
-        const int low = high >= 0 ? hexadecimal(text[i + 2]) : -1;
-        out += low < 0 ? text[i] : char(high * 16 + low);
-        i += low < 0 ? 0 : 2;
-    }
-    return out;
-}
-
-bool exists(const std::string &path)
+/// The first 64 KiB; nothing if there is no such file, or it is a pipe or device, which this doesn't read.
+std::string startOf(const std::string &path)
 {
     std::error_code ignored;
-    return std::filesystem::exists(path, ignored);
+    if (!std::filesystem::is_regular_file(path, ignored)) {
+        return "";
+    }
+    std::string start(theStart, '\0');
+    std::ifstream is(path, std::ios::binary);
+    is.read(start.data(), std::streamsize(start.size()));
+    start.resize(std::size_t(is.gcount()));
+    return start;
 }
 
 bool hasLostChannel(const NOD_Report &report)
@@ -169,16 +157,24 @@ void warnOfLeftOut(NOD_Node &node, NOD_ValueFile::Form form, NOD_Report &report)
 
 bool hasChannels(ZEL_ParmList &parms)
 {
-    for (int i = 0; i < parms.getEntries(); ++i) {
-        const ZEL_Parm &parm = *parms.getParmPtr(i);
-        for (int k = 0; k < parm.getVectorSize(); ++k) {
-            if (parm.getChannel(k)) {
-                return true;
-            }
-        }
-    }
-    return false;
+    bool anyFlag = false;
+    forComponents(parms, [&](const ZEL_Parm &parm, int component) {
+        anyFlag = anyFlag || parm.getChannel(component);
+    });
+    return anyFlag;
 }
+
+void tell(const std::string &file, const std::string &text, NOD_Report &report)
+{
+    report.add({KIT_ERROR_ABORT, file, 0, {}, text, {}, 0});
+}
+
+constexpr std::pair<const char *, NOD_ValueFile::Form> theForms[] = {
+    {"text", NOD_ValueFile::Form::TEXT},
+    {"binary", NOD_ValueFile::Form::BINARY},
+    {"compact", NOD_ValueFile::Form::COMPACT},
+    {"channels", NOD_ValueFile::Form::CHANNELS},
+    {"node", NOD_ValueFile::Form::NODE}};
 
 } // namespace
 
@@ -188,8 +184,7 @@ bool hasChannels(ZEL_ParmList &parms)
 
 NOD_FileKind NOD_ValueFile::kindOf(std::string_view start)
 {
-    constexpr std::size_t theLookedAt = 64;
-    if (start.substr(0, theLookedAt).find('\0') != std::string_view::npos) {
+    if (isBinary(start)) {
         return kindOfBinary(start);
     }
     if (start.find('\0') != std::string_view::npos) {
@@ -212,14 +207,7 @@ NOD_FileKind NOD_ValueFile::kindOf(std::string_view start)
 
 NOD_FileKind NOD_ValueFile::kindOf(const std::string &path)
 {
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(path, ignored)) {
-        return NOD_FileKind::NONE;
-    }
-    std::string start(theStart, '\0');
-    std::ifstream is(path, std::ios::binary);
-    is.read(start.data(), std::streamsize(start.size()));
-    start.resize(std::size_t(is.gcount()));
+    const std::string start = startOf(path);
     return start.empty() ? NOD_FileKind::NONE : kindOf(std::string_view(start));
 }
 
@@ -237,14 +225,41 @@ const char *NOD_ValueFile::getKindName(NOD_FileKind kind)
     }
 }
 
+bool NOD_ValueFile::isBinary(std::string_view start)
+{
+    constexpr std::size_t theLookedAt = 64;
+    return start.substr(0, theLookedAt).find('\0') != std::string_view::npos;
+}
+
+bool NOD_ValueFile::isBinaryFile(const std::string &path)
+{
+    return isBinary(startOf(path));
+}
+
+std::size_t NOD_ValueFile::findSection(const std::string &path)
+{
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored) ? std::string::npos : path.find('?');
+}
+
+bool NOD_ValueFile::checkEnd(KIT_IStream &is, const std::string &name, NOD_Report &report)
+{
+    if (!is.isBinary()) {
+        is.skipWhitespace();
+    }
+    if (!is.eof()) {
+        tell(name, "goes on after the stream's end, at byte " + std::to_string(is.tellg()), report);
+    }
+    return is.eof();
+}
+
 // ---------------------------------------------------------------------- //
 // In
 // ---------------------------------------------------------------------- //
 
 bool NOD_ValueFile::read(const std::string &path, NOD_Report &report)
 {
-    // A file may have a "?" in its name.
-    const std::size_t mark = exists(path) ? std::string::npos : path.find('?');
+    const std::size_t mark = findSection(path);
     std::string bytes;
     return NODreadFile(path.substr(0, mark), bytes, report, canBeAny) &&
            take(std::move(bytes), path, mark, report);
@@ -259,17 +274,14 @@ bool NOD_ValueFile::take(std::string bytes, const std::string &name, std::size_t
                          NOD_Report &report)
 {
     myName = name.substr(0, mark);
-    mySection = mark == std::string::npos ? "" : unescaped(name.substr(mark + 1));
+    mySection = mark == std::string::npos ? "" : KIT_OpUtils::decodeBytes(name.substr(mark + 1));
     myBytes = std::move(bytes);
     myKind = kindOf(std::string_view(myBytes));
     if (myKind == NOD_FileKind::NONE || myKind == NOD_FileKind::SCRIPT) {
-        report.add({KIT_ERROR_ABORT,
-                    myName,
-                    0,
-                    {},
-                    std::string("has no values: it is ") + getKindName(myKind),
-                    {},
-                    0});
+        tell(myName,
+             std::string("has no values: it is ") +
+                 (myBytes.empty() ? "empty" : getKindName(myKind)),
+             report);
         return false;
     }
     return true;
@@ -293,37 +305,58 @@ bool NOD_ValueFile::apply(NOD_Node &node, NOD_Report &report) const
         }
         // It is about a value that isn't there: the numbers beside names of channels mean nothing.
         if (myKind == NOD_FileKind::STREAM && hasLostChannel(found)) {
-            found.add(
-                {KIT_ERROR_ABORT, myName, 0, {}, "refers to channels that aren't there", {}, 0});
+            tell(myName, "refers to channels that aren't there", found);
         }
         report.append(found);
     }
     if (!whole && report.getErrorCount() == before) {
-        report.add({KIT_ERROR_ABORT, myName, 0, {}, "isn't loaded as a whole", {}, 0});
+        tell(myName, "isn't loaded as a whole", report);
     }
     return report.getErrorCount() == before;
+}
+
+bool NOD_ValueFile::applyAll(const std::vector<NOD_ValueFile> &files, NOD_Node &node,
+                             std::vector<std::string> &partly, NOD_Report &report)
+{
+    const auto isChannels = [](const NOD_ValueFile &file) {
+        return file.getKind() == NOD_FileKind::CHANNELS;
+    };
+    bool good = true;
+    const auto applyOne = [&](const NOD_ValueFile &file) {
+        NOD_Report found;
+        good = good && file.apply(node, found);
+        if (!found.isEmpty()) {
+            partly.push_back(file.getName());
+        }
+        report.append(found);
+    };
+    NOD_Edit edit(node, "Load files");
+    edit.change(node);
+    for (const bool channelsFlag : {true, false}) {
+        for (const NOD_ValueFile &file : files) {
+            if (isChannels(file) == channelsFlag) {
+                applyOne(file);
+            }
+        }
+    }
+    const bool othersFlag = !std::all_of(files.begin(), files.end(), isChannels);
+    for (const NOD_ValueFile &file : files) {
+        if (good && othersFlag && isChannels(file)) {
+            NOD_Report reportedAlready;
+            file.apply(node, reportedAlready);
+        }
+    }
+    return good;
 }
 
 bool NOD_ValueFile::applyStream(NOD_Node &node, NOD_Report &report) const
 {
     KIT_IStream is(myBytes.data(), myBytes.size(),
-                   isBinary() ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+                   isBinary(myBytes) ? KIT_IStream::BINARY : KIT_IStream::TEXT);
     const bool whole = myKind == NOD_FileKind::CHANNELS
                            ? node.loadChannels(is)
                            : node.getParms().load(is, myName.c_str(), nullptr);
-    if (!isBinary()) {
-        is.skipWhitespace();
-    }
-    if (whole && !is.eof()) {
-        report.add({KIT_ERROR_ABORT,
-                    myName,
-                    0,
-                    {},
-                    "goes on after the stream's end, at byte " + std::to_string(is.tellg()),
-                    {},
-                    0});
-    }
-    return whole;
+    return whole && checkEnd(is, myName, report);
 }
 
 /// The name of the section of that kind that is meant, or the only one; "" after an error.
@@ -353,16 +386,12 @@ std::string NOD_ValueFile::pickSection(const NOD_SectionFile &file, const char *
         return only;
     }
     const std::string what = kind[0] ? kind : "preset";
-    report.add({KIT_ERROR_ABORT,
-                myName,
-                0,
-                {},
-                !mySection.empty() ? "there is no " + what + " " + mySection
-                : count == 0       ? "there is no " + what + " in it"
-                                   : "has " + std::to_string(count) + " " + what +
-                                   "s: say which as FILE?" + (kind[0] ? "/PATH" : "NAME"),
-                {},
-                0});
+    tell(myName,
+         !mySection.empty() ? "there is no " + what + " " + mySection
+         : count == 0       ? "there is no " + what + " in it"
+                      : "has " + std::to_string(count) + " " + what + "s: say which as FILE?" +
+                            (kind[0] ? "/PATH" : "NAME"),
+         report);
     return "";
 }
 
@@ -442,13 +471,17 @@ bool NOD_ValueFile::applyNode(NOD_Node &node, NOD_Report &report) const
 // Out
 // ---------------------------------------------------------------------- //
 
+std::vector<std::string> NOD_ValueFile::getFormWords()
+{
+    std::vector<std::string> words;
+    for (const auto &[word, form] : theForms) {
+        words.emplace_back(word);
+    }
+    return words;
+}
+
 bool NOD_ValueFile::findForm(std::string_view word, Form &form)
 {
-    constexpr std::pair<std::string_view, Form> theForms[] = {{"text", Form::TEXT},
-                                                              {"binary", Form::BINARY},
-                                                              {"compact", Form::COMPACT},
-                                                              {"channels", Form::CHANNELS},
-                                                              {"node", Form::NODE}};
     const auto *const found = std::find_if(std::begin(theForms), std::end(theForms),
                                            [&](const auto &one) { return one.first == word; });
     if (found != std::end(theForms)) {
@@ -463,7 +496,7 @@ NOD_ValueFile::Form NOD_ValueFile::getForm() const
     case NOD_FileKind::CHANNELS: return Form::CHANNELS;
     case NOD_FileKind::NODE:
     case NOD_FileKind::SCENE: return Form::NODE;
-    default: return isBinary() ? Form::BINARY : Form::TEXT;
+    default: return isBinary(myBytes) ? Form::BINARY : Form::TEXT;
     }
 }
 
@@ -501,19 +534,20 @@ std::vector<std::string> NOD_ValueFile::findLeftOut(NOD_Node &node, Form form)
 }
 
 bool NOD_ValueFile::checkCarried(NOD_Node &node, std::optional<Form> form,
-                                 const std::string &partlyLoaded, NOD_Report &report)
+                                 const std::string &partlyLoaded, const std::string &offer,
+                                 NOD_Report &report)
 {
-    constexpr const char *theRest = "not all of it is carried; written with --allow-loss only";
+    const std::string rest = "not all of it is carried" + (offer.empty() ? "" : "; " + offer);
     const std::vector<std::string> leftOut =
         form ? findLeftOut(node, *form) : std::vector<std::string>();
     if (!partlyLoaded.empty()) {
-        report.add({KIT_ERROR_ABORT, partlyLoaded, 0, {}, theRest, {}, 0});
+        tell(partlyLoaded, rest, report);
     }
     if (!leftOut.empty()) {
         report.error("", std::string(*form == Form::CHANNELS
                                          ? "a channel file can't hold the values of "
                                          : "a stream can't hold the channels ") +
-                             joined(leftOut) + ": " + theRest);
+                             joined(leftOut) + ": " + rest);
     }
     return partlyLoaded.empty() && leftOut.empty();
 }
@@ -534,30 +568,28 @@ bool NOD_ValueFile::save(NOD_Scene &scene, NOD_Node &node, Form form, std::ostre
                          const std::string &folder, NOD_Report &report)
 {
     const int before = report.getErrorCount();
-    if (form != Form::NODE) {
-        warnOfLeftOut(node, form, report);
-    } else {
+    if (form == Form::NODE) {
         NOD_SaveOptions options;
         options.folder = folder;
         return NOD_NodeFile::save(scene, node, os, options, report) &&
                report.getErrorCount() == before;
     }
+    warnOfLeftOut(node, form, report);
     ZEL_ParmList &parms = node.getParms();
-    return NODwriteTo(
-               os, "values", report,
-               [&] {
-                   const NOD_ReportScope scope(report);
-                   if (form == Form::CHANNELS) {
-                       node.getChannels().save(os);
-                       return;
-                   }
-                   parms.save(os, form != Form::TEXT, form == Form::COMPACT);
-                   if (hasChannels(parms)) {
-                       report.warning(
-                           "",
-                           "the stream refers to channels, which it doesn't hold: save them with it, or "
-                           "the node as a whole");
-                   }
-               }) &&
-           report.getErrorCount() == before;
+    const auto write = [&] {
+        const NOD_ReportScope scope(report);
+        if (form == Form::CHANNELS) {
+            node.getChannels().save(os);
+        } else {
+            parms.save(os, form != Form::TEXT, form == Form::COMPACT);
+        }
+    };
+    if (!NODwriteTo(os, "values", report, write)) {
+        return false;
+    }
+    if (form != Form::CHANNELS && hasChannels(parms)) {
+        report.warning("", "the stream refers to channels, which it doesn't hold: save them with "
+                           "it, or the node as a whole");
+    }
+    return report.getErrorCount() == before;
 }

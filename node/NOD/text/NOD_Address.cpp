@@ -5,6 +5,7 @@
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
 #include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_Template.h>
@@ -132,22 +133,17 @@ bool add(NOD_Node &node, const ZEL_Parm &parm, int index, Places &out)
 }
 
 /// By its name as it is: null if there is none. `index` is that of a channel's component.
-ZEL_Parm *findPlain(ZEL_ParmList &parms, const std::string &name, int &index)
+ZEL_Parm *findPlain(NOD_Node &node, const std::string &name, int &index)
 {
+    ZEL_ParmList &parms = node.getParms();
     ZEL_Parm *parm = parms.getParmPtr(name.c_str());
     if (!parm && index < 0) {
         parm = parms.getParmPtrFromChannel(name.c_str(), &index);
     }
-    // The list's look-up doesn't have aliases that came with a channel.
-    for (int i = 0; !parm && index < 0 && i < parms.getEntries(); ++i) {
-        ZEL_Parm *const each = parms.getParmPtr(i);
-        for (int k = 0; !parm && k < each->getVectorSize(); ++k) {
-            const TRK_Channel *const channel = each->getChannel(k);
-            if (channel && channel->getAlias() == name.c_str()) {
-                parm = each;
-                index = k;
-            }
-        }
+    if (!parm && index < 0) {
+        // The list's look-up doesn't have aliases that came with a channel.
+        const TRK_Channel *const channel = node.getChannels().findChannelOrAlias(name.c_str());
+        parm = channel ? parms.getParmPtrFromChannel(channel->getName(), &index) : nullptr;
     }
     return parm;
 }
@@ -178,7 +174,7 @@ Places findIn(NOD_Node &node, const Parts &parts, std::string &fault)
 {
     Places out;
     int index = parts.index;
-    ZEL_Parm *const parm = findPlain(node.getParms(), parts.name, index);
+    ZEL_Parm *const parm = findPlain(node, parts.name, index);
     if (!parm) {
         if (isPattern(parts.name)) {
             out = findMatching(node, parts);

@@ -7,6 +7,7 @@
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ValueFile.h>
 #include <TRK/TRK_Channel.h>
@@ -54,7 +55,7 @@ bool load(ZEL_ParmList &list, const std::string &bytes)
 {
     KIT_ErrorManager::Scope reported(BASgetSTID());
     KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::TEXT);
-    is.setBinary(ZELT_Session::streamMode(is) == KIT_IStream::BINARY);
+    is.setBinary(NOD_ValueFile::isBinary(bytes));
     const bool loaded = list.load(is, nullptr, nullptr);
     KIT_ErrorManager &from = reported.getManager();
     for (int i = 0; i < from.entries(); ++i) {

@@ -3,6 +3,7 @@
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Script.h"
+#include "ZELT_Session.h"
 
 #include <NOD/NOD_Migration.h>
 #include <NOD/NOD_Node.h>
@@ -11,11 +12,8 @@
 #include <NOD/NOD_Scene.h>
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/NOD_ValueFile.h>
-#include <ZEL/ZEL_ParmList.h>
 
-#include <filesystem>
 #include <iostream>
-#include <iterator>
 #include <sstream>
 
 namespace
@@ -37,24 +35,6 @@ struct Call
     bool allowLossFlag = false;
 };
 
-/// A new node gets no presets: what the command writes depends on its arguments only.
-struct WithoutPresets
-{
-    WithoutPresets() { ZEL_ParmList::beginLoading(); }
-    ~WithoutPresets() { ZEL_ParmList::endLoading(); }
-    WithoutPresets(const WithoutPresets &) = delete;
-    WithoutPresets &operator=(const WithoutPresets &) = delete;
-};
-
-bool readInput(NOD_ValueFile &file, const std::string &path, NOD_Report &report)
-{
-    if (path != "-") {
-        return file.read(path, report);
-    }
-    return file.read(std::string(std::istreambuf_iterator<char>(std::cin), {}), "standard input",
-                     report);
-}
-
 /// The node that the file is about; nodes below it, which aren't carried, are told.
 NOD_Node *addNode(NOD_Scene &scene, const ZELT_ScriptPtr &script, const NOD_ValueFile &file,
                   NOD_Report &report)
@@ -70,25 +50,7 @@ NOD_Node *addNode(NOD_Scene &scene, const ZELT_ScriptPtr &script, const NOD_Valu
             report.warning(paths[i], "a node below the one that is carried is left out");
         }
     }
-    const WithoutPresets scope;
-    return scene.add("/" + (NOD_Node::isValidName(name) ? name : "node"), script, report);
-}
-
-/// Values refer to channels, and a plain value removes its channel: what the channel file animates is animated.
-bool loadInput(NOD_Node &node, const NOD_ValueFile &file, const std::string &channels,
-               NOD_Report &report)
-{
-    NOD_ValueFile extra;
-    if (!channels.empty() && !(readInput(extra, channels, report) && extra.apply(node, report))) {
-        return false;
-    }
-    const bool good = file.apply(node, report);
-    if (!channels.empty()) {
-        NOD_Report reportedAlready;
-        extra.apply(node, reportedAlready);
-    }
-    NODgrowBlocks(node, 0.0);
-    return good;
+    return ZELTaddBareNode(scene, name, script, report);
 }
 
 bool write(NOD_Scene &scene, NOD_Node &node, const NOD_ValueFile &file, const Call &call,
@@ -101,9 +63,7 @@ bool write(NOD_Scene &scene, NOD_Node &node, const NOD_ValueFile &file, const Ca
     }
     NOD_ValueFile::Form form = file.getForm();
     NOD_ValueFile::findForm(call.form, form);
-    const std::string folder =
-        std::filesystem::absolute(call.out == "-" ? "." : call.out).parent_path().string();
-    return NOD_ValueFile::save(scene, node, form, os, folder, report);
+    return NOD_ValueFile::save(scene, node, form, os, ZELTfolderOf(call.out), report);
 }
 
 ZELT_Json asJson(const NOD_Migration::Entry &entry)
@@ -151,7 +111,9 @@ int migrate(const Call &call, const ZELT_Options &options, ZELT_Messages &messag
     NOD_Report report;
     NOD_Migration migration;
     NOD_Scene scene;
-    NOD_ValueFile file;
+    std::vector<NOD_ValueFile> files(call.channels.empty() ? 1 : 2);
+    const NOD_ValueFile &file = files[0];
+    std::vector<std::string> partly;
     bool good = true;
     for (const std::string &map : call.maps) {
         good = migration.readRenames(map, report) && good;
@@ -159,10 +121,14 @@ int migrate(const Call &call, const ZELT_Options &options, ZELT_Messages &messag
     for (const std::string &rename : call.renames) {
         good = migration.addRename(rename, report) && good;
     }
-    good = good && readInput(file, call.input, report);
+    good = good && ZELTreadValues(files[0], call.input, report) &&
+           (call.channels.empty() || ZELTreadValues(files[1], call.channels, report));
     NOD_Node *const node = good ? addNode(scene, former, file, report) : nullptr;
-    good = node && loadInput(*node, file, call.channels, report) &&
-           migration.run(*node, present, 0.0, report);
+    good = node && NOD_ValueFile::applyAll(files, *node, partly, report);
+    if (node) {
+        NODgrowBlocks(*node, 0.0);
+    }
+    good = good && migration.run(*node, present, 0.0, report);
     std::ostringstream os;
     good = good && (call.dryFlag || write(scene, *node, file, call, os, report));
     messages.add(report);
@@ -178,7 +144,8 @@ int migrate(const Call &call, const ZELT_Options &options, ZELT_Messages &messag
     print(migration, options.json, call.out == "-" ? std::cerr : std::cout);
     if (lossFlag) {
         messages.error(call.input, std::string("not all of it is carried") +
-                                       (call.dryFlag ? "" : "; written with --allow-loss only"));
+                                       (call.dryFlag ? "" : "; ") +
+                                       (call.dryFlag ? "" : theZELTLossOffer));
     }
     return lossFlag ? 1 : 0;
 }
@@ -203,10 +170,8 @@ void ZELTaddMigrate(ZELT_CommandLine &line)
     command.add_option("--channels", call.channels, "The channel file of a stream");
     ZELTaddList(command, "--rename", call.renames, "OLD=NEW, with # for the numbers of items");
     ZELTaddList(command, "--map", call.maps, "A file of renames: OLD NEW on each line");
-    command.add_option("--as", call.form, "text, binary, compact, channels or node")
-        ->check(CLI::IsMember({"text", "binary", "compact", "channels", "node"}));
-    command.add_flag("--allow-loss", call.allowLossFlag,
-                     "Exit 0 also where a value is lost or changed");
+    ZELTaddForm(command, call.form);
+    ZELTaddAllowLoss(command, call.allowLossFlag, "Exit 0 also where a value is lost or changed");
     command.parse_complete_callback([out, dry] {
         if (out->empty() && dry->empty()) {
             throw CLI::RequiredError("-o or --dry-run");

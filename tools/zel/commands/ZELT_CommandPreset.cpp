@@ -3,12 +3,12 @@
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
-#include "ZELT_Preset.h"
 #include "ZELT_Session.h"
 
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_PresetText.h>
+#include <NOD/NOD_Presets.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_Scene.h>
 #include <NOD/NOD_ValueFile.h>
@@ -16,7 +16,6 @@
 #include <ZEL/ZEL_PresetInfo.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <sstream>
@@ -40,65 +39,24 @@ struct Call
     bool allowLossFlag = false;
 };
 
-using Existing = ZEL_PresetInfo::Existing;
-
-/// Where a preset is, for people.
-std::string placeOf(const Call &call, const std::string &name)
+NOD_Presets presetsOf(const Call &call)
 {
-    return ZELTquote(name) + " of " + call.table + "/" + call.opName;
+    return {call.table, call.opName, "--force"};
 }
 
-int fail(const std::string &text, ZELT_Messages &messages, const std::string &file = "")
+NOD_Presets::Existing existingOf(const Call &call)
 {
-    const int before = messages.getErrorCount();
-    messages.takeErrors(file);
-    // What the library has reported needs no second message.
-    if (messages.getErrorCount() == before) {
-        messages.error("", text);
+    return call.forceFlag ? NOD_Presets::Existing::REPLACE : NOD_Presets::Existing::REFUSE;
+}
+
+/// What was done to which preset, for people in one line; no path after an error.
+int finish(const char *done, const std::string &name, const std::string &path,
+           const NOD_Report &report, const ZELT_Options &options, ZELT_Messages &messages)
+{
+    messages.add(report);
+    if (path.empty()) {
+        return 1;
     }
-    return 1;
-}
-
-/// -1 after a message if there is no such preset.
-int findPreset(ZEL_PresetInfo &presets, const Call &call, ZELT_Messages &messages)
-{
-    const int index = presets.getPresetIndex(call.name.c_str());
-    if (index < 0) {
-        messages.takeErrors("");
-        messages.error("", "there is no preset " + placeOf(call, call.name));
-    }
-    return index;
-}
-
-/// Why a folder takes no preset of that name, a sentence.
-std::string refusalOf(const Call &call, const std::string &name, const std::string &folder,
-                      ZEL_PresetInfo &presets)
-{
-    return ZELTpresetRefusal(presets, name, folder, call.forceFlag ? "" : "--force");
-}
-
-std::string fileOf(const std::string &folder, ZEL_PresetInfo &presets)
-{
-    return folder.empty() ? "" : folder + "/" + presets.getPresetFile().toStdString();
-}
-
-int failToSave(const Call &call, const std::string &name, const std::string &folder,
-               ZEL_PresetInfo &presets, ZELT_Messages &messages)
-{
-    return fail("the preset " + placeOf(call, name) +
-                    " isn't saved: " + refusalOf(call, name, folder, presets),
-                messages, fileOf(folder, presets));
-}
-
-Existing existingOf(const Call &call)
-{
-    return call.forceFlag ? Existing::REPLACE : Existing::REFUSE;
-}
-
-/// What was done to which preset, for people in one line.
-void printDone(const char *done, const std::string &name, const std::string &path,
-               const ZELT_Options &options)
-{
     if (options.json) {
         ZELT_Json json;
         json["name"] = name;
@@ -107,6 +65,7 @@ void printDone(const char *done, const std::string &name, const std::string &pat
     } else {
         std::cout << done << ' ' << path << '\n';
     }
+    return 0;
 }
 
 // -------------------------------------------------------------------- //
@@ -172,15 +131,14 @@ int list(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 
 int show(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
-    const int index = findPreset(presets, call, messages);
-    if (index < 0) {
-        return 1;
-    }
-    const std::string path = presets.getPresetPath(index).toStdString();
+    NOD_Report report;
+    const std::string path = presetsOf(call).find(call.name, report);
+    messages.add(report);
     std::string text;
-    if (!STO_Reader::readBytes(path.c_str(), text)) {
-        return fail(path + " can't be read", messages);
+    if (path.empty() ||
+        !ZELTtakeFault("", STO_Reader::readBytes(path.c_str(), text) ? "" : path + " can't be read",
+                       messages)) {
+        return 1;
     }
     if (options.json) {
         ZELT_Json json;
@@ -191,7 +149,6 @@ int show(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     } else {
         std::cout << text;
     }
-    messages.takeErrors("");
     return 0;
 }
 
@@ -210,8 +167,9 @@ std::unique_ptr<ZELT_Session> openBare(const ZELT_NodeCall &node, ZELT_Messages 
     return session && session->isOneNode(messages) ? std::move(session) : nullptr;
 }
 
-bool write(ZELT_Session &session, const Call &call, const ZELT_Options &options,
-           ZELT_Messages &messages)
+/// `partly`: the preset, if not all of it was used.
+bool write(ZELT_Session &session, const Call &call, const std::string &partly,
+           const ZELT_Options &options, ZELT_Messages &messages)
 {
     NOD_ValueFile::Form form = NOD_ValueFile::Form::TEXT;
     NOD_ValueFile::findForm(call.form, form);
@@ -220,14 +178,16 @@ bool write(ZELT_Session &session, const Call &call, const ZELT_Options &options,
         messages.error("", "JSON can't hold the binary form");
         return false;
     }
-    const std::string folder =
-        std::filesystem::absolute(call.out == "-" ? "." : call.out).parent_path().string();
+    NOD_Node &node = session.getNode();
     NOD_Report report;
     std::ostringstream os;
     const bool saved =
-        NOD_ValueFile::save(session.getScene(), session.getNode(), form, os, folder, report);
+        (call.allowLossFlag || NOD_ValueFile::checkCarried(
+                                   node, form, partly.empty() ? session.getPartlyLoaded() : partly,
+                                   theZELTLossOffer, report)) &&
+        NOD_ValueFile::save(session.getScene(), node, form, os, ZELTfolderOf(call.out), report);
     messages.add(report);
-    if (!saved || report.hasErrors()) {
+    if (!saved) {
         return false;
     }
     if (!jsonFlag) {
@@ -245,15 +205,14 @@ int apply(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     if (!session) {
         return 1;
     }
-    ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
-    const int index = findPreset(presets, call, messages);
-    if (index < 0) {
+    NOD_Report report;
+    const std::string path = presetsOf(call).find(call.name, report);
+    messages.add(report);
+    report.clear();
+    if (path.empty()) {
         return 1;
     }
-    NOD_Node &node = session->getNode();
-    NOD_Report report;
-    const bool applied =
-        NODapplyPreset(node, presets.getPresetPath(index).toStdString(), call.only, report);
+    const bool applied = NODapplyPreset(session->getNode(), path, call.only, report);
     messages.add(report);
     session->growBlocks(session->getTime());
     ZELT_Inputs changes = call.node.inputs;
@@ -262,7 +221,7 @@ int apply(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     if (!applied || !ZELTapplyInputs(*session, changes, session->getTime(), messages)) {
         return 1;
     }
-    const bool written = write(*session, call, options, messages);
+    const bool written = write(*session, call, report.isEmpty() ? "" : path, options, messages);
     return written && ZELTtakeFault("", "", messages) ? 0 : 1;
 }
 
@@ -275,22 +234,14 @@ int save(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     NOD_Report report;
     std::ostringstream text;
     const bool made =
-        (call.allowLossFlag || NOD_ValueFile::checkCarried(session->getNode(), std::nullopt,
-                                                           session->getPartlyLoaded(), report)) &&
+        (call.allowLossFlag ||
+         NOD_ValueFile::checkCarried(session->getNode(), std::nullopt, session->getPartlyLoaded(),
+                                     theZELTLossOffer, report)) &&
         NODsavePreset(session->getNode(), call.only, text, report);
-    messages.add(report);
-    if (!made) {
-        return 1;
-    }
-    ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
-    const std::string folder = ZELTpresetFolder(call.folder);
-    if (!presets.savePresetTextToDir(text.str(), call.name.c_str(), folder.c_str(),
-                                     existingOf(call))) {
-        return failToSave(call, call.name, folder, presets, messages);
-    }
-    messages.takeErrors("");
-    printDone("saved", call.name, ZELTpresetPath(presets, call.name, folder), options);
-    return 0;
+    const std::string path =
+        made ? presetsOf(call).save(text.str(), call.name, call.folder, existingOf(call), report)
+             : "";
+    return finish("saved", call.name, path, report, options, messages);
 }
 
 // -------------------------------------------------------------------- //
@@ -299,57 +250,25 @@ int save(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 
 int copy(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
-    if (findPreset(presets, call, messages) < 0) {
-        return 1;
-    }
-    const std::string folder = ZELTpresetFolder(call.folder);
-    if (!presets.copyPresetToDir(call.name.c_str(), call.newName.c_str(), folder.c_str(),
-                                 existingOf(call))) {
-        return failToSave(call, call.newName, folder, presets, messages);
-    }
-    messages.takeErrors("");
-    printDone("copied to", call.newName, ZELTpresetPath(presets, call.newName, folder), options);
-    return 0;
+    NOD_Report report;
+    const std::string path =
+        presetsOf(call).copy(call.name, call.newName, call.folder, existingOf(call), report);
+    return finish("copied to", call.newName, path, report, options, messages);
 }
 
 int rename(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
-    if (findPreset(presets, call, messages) < 0) {
-        return 1;
-    }
-    const std::string folder = ZELTpresetOrigin(presets, call.name, call.folder);
-    if (!presets.renamePresetInDir(call.name.c_str(), call.newName.c_str(), folder.c_str(),
-                                   existingOf(call))) {
-        const std::string why = !presets.hasPresetInDir(call.name.c_str(), folder.c_str()) &&
-                                        ZEL_PresetInfo::explainSaveDir(folder.c_str()).empty()
-                                    ? "it isn't in " + folder
-                                    : refusalOf(call, call.newName, folder, presets);
-        return fail("the preset " + placeOf(call, call.name) + " isn't renamed: " + why, messages,
-                    fileOf(folder, presets));
-    }
-    messages.takeErrors("");
-    printDone("renamed to", call.newName, ZELTpresetPath(presets, call.newName, folder), options);
-    return 0;
+    NOD_Report report;
+    const std::string path =
+        presetsOf(call).rename(call.name, call.newName, call.folder, existingOf(call), report);
+    return finish("renamed to", call.newName, path, report, options, messages);
 }
 
 int remove(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    ZEL_PresetInfo presets(call.table.c_str(), call.opName.c_str());
-    if (findPreset(presets, call, messages) < 0) {
-        return 1;
-    }
-    const std::string folder = ZELTpresetOrigin(presets, call.name, call.folder);
-    const std::string path = ZELTpresetPath(presets, call.name, call.folder);
-    if (!presets.deletePresetFromDir(call.name.c_str(), folder.c_str())) {
-        const std::string why = ZELTpresetRemains(presets, call.name, folder);
-        return fail("the preset " + placeOf(call, call.name) + " isn't deleted: " + why, messages,
-                    fileOf(folder, presets));
-    }
-    messages.takeErrors("");
-    printDone("deleted", call.name, path, options);
-    return 0;
+    NOD_Report report;
+    const std::string path = presetsOf(call).remove(call.name, call.folder, report);
+    return finish("deleted", call.name, path, report, options, messages);
 }
 
 // -------------------------------------------------------------------- //
@@ -403,8 +322,9 @@ void addApply(ZELT_CommandLine &line, CLI::App &group)
     ZELTaddNode(added.command, added.call.node);
     addOnly(added);
     added.command.add_option("-o,--out", added.call.out, "A file for the values");
-    added.command.add_option("--as", added.call.form, "text, binary, compact, channels or node")
-        ->check(CLI::IsMember({"text", "binary", "compact", "channels", "node"}));
+    ZELTaddForm(added.command, added.call.form);
+    ZELTaddAllowLoss(added.command, added.call.allowLossFlag,
+                     "Write also where not all that was loaded is carried");
 }
 
 void addSave(ZELT_CommandLine &line, CLI::App &group)
@@ -417,8 +337,8 @@ void addSave(ZELT_CommandLine &line, CLI::App &group)
     addOnly(added);
     addFolder(added);
     addForce(added);
-    added.command.add_flag("--allow-loss", added.call.allowLossFlag,
-                           "Save also where a file has values that the node doesn't take");
+    ZELTaddAllowLoss(added.command, added.call.allowLossFlag,
+                     "Save also where a file has values that the node doesn't take");
 }
 
 } // namespace

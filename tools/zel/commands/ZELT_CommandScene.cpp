@@ -3,6 +3,7 @@
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
+#include "ZELT_Session.h"
 
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -14,7 +15,6 @@
 #include <ZEL/ZEL_ParmList.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <iostream>
 #include <sstream>
 #include <vector>
@@ -156,7 +156,7 @@ bool convert(NOD_Scene &scene, const Call &call, ZELT_Messages &messages)
 {
     NOD_SaveOptions options;
     options.form = call.binary ? NOD_SaveOptions::Form::BINARY : NOD_SaveOptions::Form::TEXT;
-    options.folder = std::filesystem::absolute(call.to).parent_path().string();
+    options.folder = ZELTfolderOf(call.to);
     NOD_Report report;
     std::ostringstream os;
     const bool saved = NOD_SceneFile::save(scene, os, options, report);
@@ -166,12 +166,9 @@ bool convert(NOD_Scene &scene, const Call &call, ZELT_Messages &messages)
 
 int showScene(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    NOD_LoadOptions loading;
-    loading.scripts = options.noScripts ? NOD_LoadOptions::Scripts::IN_FOLDER
-                                        : NOD_LoadOptions::Scripts::ANYWHERE;
     NOD_Scene scene;
     NOD_Report report;
-    const bool loaded = NOD_SceneFile::load(scene, call.file, loading, report);
+    const bool loaded = NOD_SceneFile::load(scene, call.file, ZELTloadOptions(), report);
     messages.add(report);
     if (!loaded || (!call.to.empty() && !convert(scene, call, messages))) {
         return 1;

@@ -4,10 +4,9 @@
 #include "ZELT_Session.h"
 
 #include <NOD/NOD_Report.h>
-#include <NOD/NOD_SceneFile.h>
 #include <NOD/NOD_ValueFile.h>
 
-#include <fstream>
+#include <optional>
 #include <sstream>
 
 namespace
@@ -24,25 +23,12 @@ struct Call
     bool allowLoss = false;
 };
 
-/// What binary files of this library have and texts don't; false for one that can't be read.
-bool isBinary(const std::string &path)
+/// None: that of the file that was opened.
+std::optional<NOD_SaveOptions::Form> sceneForm(const Call &call)
 {
-    char start[16] = {};
-    std::ifstream is(path, std::ios::binary);
-    is.read(start, sizeof(start));
-    return std::string(start, std::size_t(is.gcount())).find('\0') != std::string::npos;
-}
-
-/// Once more the file that was opened, in its form unless another is asked for.
-bool saveScene(ZELT_Session &session, const Call &call, const std::string &file, std::ostream &os,
-               NOD_Report &report)
-{
-    NOD_SaveOptions options;
-    options.folder = ZELTfolderOf(call.out);
-    options.form = call.form == "binary" || (call.form.empty() && isBinary(file))
-                       ? NOD_SaveOptions::Form::BINARY
-                       : NOD_SaveOptions::Form::TEXT;
-    return NOD_SceneFile::save(session.getScene(), os, options, report);
+    return call.form.empty()       ? std::optional<NOD_SaveOptions::Form>()
+           : call.form == "binary" ? NOD_SaveOptions::Form::BINARY
+                                   : NOD_SaveOptions::Form::TEXT;
 }
 
 int set(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
@@ -55,10 +41,11 @@ int set(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     if (!session) {
         return 1;
     }
-    const std::string file = node.file.substr(0, node.file.find('?'));
+    const std::size_t section = NOD_ValueFile::findSection(node.file);
+    const std::string file = node.file.substr(0, section);
     const NOD_FileKind kind = NOD_ValueFile::kindOf(file);
     const bool sceneFlag = kind == NOD_FileKind::SCENE && call.form != "node" &&
-                           (call.form.empty() || (node.file.find('?') == std::string::npos &&
+                           (call.form.empty() || (section == std::string::npos &&
                                                   (call.form == "text" || call.form == "binary")));
     if (!sceneFlag && !session->isOneNode(messages)) {
         return 1;
@@ -70,11 +57,11 @@ int set(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     NOD_ValueFile::findForm(call.form, form);
     if (!call.allowLoss &&
         !NOD_ValueFile::checkCarried(session->getNode(), sceneFlag ? Form::NODE : form,
-                                     session->getPartlyLoaded(), report)) {
+                                     session->getPartlyLoaded(), theZELTLossOffer, report)) {
         messages.add(report);
         return 1;
     }
-    const bool saved = sceneFlag ? saveScene(*session, call, file, os, report)
+    const bool saved = sceneFlag ? session->saveScene(os, call.out, sceneForm(call), report)
                                  : NOD_ValueFile::save(session->getScene(), session->getNode(),
                                                        form, os, ZELTfolderOf(call.out), report);
     messages.add(report);
@@ -96,8 +83,7 @@ void ZELTaddSet(ZELT_CommandLine &line)
     command.add_option("IN", call.input, "Values, as for --values; a scene or node needs none");
     command.add_option("-o,--out", call.out, "The file to write; - for standard output")
         ->required();
-    command.add_option("--as", call.form, "text, binary, compact, channels or node")
-        ->check(CLI::IsMember({"text", "binary", "compact", "channels", "node"}));
-    command.add_flag("--allow-loss", call.allowLoss,
+    ZELTaddForm(command, call.form);
+    ZELTaddAllowLoss(command, call.allowLoss,
                      "Write also where a file has values that the node doesn't take");
 }

@@ -2,16 +2,11 @@
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
-#include "ZELT_Script.h"
+#include "ZELT_Session.h"
 
-#include <NOD/NOD_NodeFile.h>
-#include <NOD/NOD_Report.h>
-#include <NOD/NOD_Scene.h>
-#include <NOD/NOD_SceneFile.h>
 #include <NOD/NOD_Stats.h>
 #include <NOD/NOD_ValueFile.h>
 #include <ZEL/ZEL_InputBudget.h>
-#include <ZEL/ZEL_ParmList.h>
 
 #include <algorithm>
 #include <chrono>
@@ -26,47 +21,6 @@ struct Call
     std::string file;
     bool times = false;
 };
-
-// -------------------------------------------------------------------- //
-// Reading
-// -------------------------------------------------------------------- //
-
-/// A node of the script, without presets.
-bool addScript(NOD_Scene &scene, const std::string &file, ZELT_Messages &messages)
-{
-    const ZELT_ScriptPtr script = ZELTloadScript(file, messages);
-    if (!script) {
-        return false;
-    }
-    NOD_Report report;
-    ZEL_ParmList::beginLoading();
-    const bool added = scene.add("/node", script, report) != nullptr;
-    ZEL_ParmList::endLoading();
-    messages.add(report);
-    return added;
-}
-
-bool load(NOD_Scene &scene, const std::string &file, bool noScripts, ZELT_Messages &messages)
-{
-    NOD_LoadOptions options;
-    options.scripts =
-        noScripts ? NOD_LoadOptions::Scripts::IN_FOLDER : NOD_LoadOptions::Scripts::ANYWHERE;
-    const NOD_FileKind kind = NOD_ValueFile::kindOf(file);
-    NOD_Report report;
-    bool loaded = false;
-    if (kind == NOD_FileKind::SCENE) {
-        loaded = NOD_SceneFile::load(scene, file, options, report);
-    } else if (kind == NOD_FileKind::NODE) {
-        loaded = NOD_NodeFile::load(scene, scene.getRoot(), file, options, report) != nullptr;
-    } else if (kind == NOD_FileKind::NONE || kind == NOD_FileKind::SCRIPT) {
-        return addScript(scene, file, messages);
-    } else {
-        messages.error(file, std::string("is ") + NOD_ValueFile::getKindName(kind) +
-                                 ", which has no nodes");
-    }
-    messages.add(report);
-    return loaded && !report.hasErrors();
-}
 
 // -------------------------------------------------------------------- //
 // Times
@@ -85,13 +39,13 @@ struct Times
     NOD_EvaluationCount count;
 };
 
-void measureEvaluation(NOD_Scene &scene, Times &times)
+void measureEvaluation(NOD_Node &top, Times &times)
 {
     constexpr int theRepeats = 5;
     constexpr double theTime = 0.0;
     for (int i = 0; i <= theRepeats; ++i) {
         const auto start = std::chrono::steady_clock::now();
-        times.count = NODevaluateAll(scene.getRoot(), theTime);
+        times.count = NODevaluateAll(top, theTime);
         const double seconds = secondsSince(start);
         times.first = i == 0 ? seconds : times.first;
         times.again = i <= 1 ? seconds : std::min(times.again, seconds);
@@ -172,18 +126,20 @@ int showStats(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
 {
     const ZEL_InputBudget budget(0);
     const auto start = std::chrono::steady_clock::now();
-    NOD_Scene scene;
-    if (!load(scene, call.file, options.noScripts, messages)) {
+    const std::unique_ptr<ZELT_Session> session = ZELT_Session::open(call.file, messages);
+    if (!session) {
         return 1;
     }
+    const bool partFlag = NOD_ValueFile::findSection(call.file) != std::string::npos;
+    NOD_Node &top = partFlag ? session->getNode() : session->getScene().getRoot();
     std::optional<Times> times;
     if (call.times) {
         times.emplace();
         times->load = secondsSince(start);
-        measureEvaluation(scene, *times);
+        measureEvaluation(top, *times);
     }
     messages.takeErrors(call.file);
-    const NOD_Stats stats = NOD_Stats::of(scene.getRoot());
+    const NOD_Stats stats = NOD_Stats::of(top);
     options.json ? printJson(call.file, stats, times) : printText(stats, times);
     return messages.hasErrors() ? 1 : 0;
 }

@@ -33,6 +33,17 @@ const ZELT_ShellCommand *ZELTfindShellCommand(const std::string &name)
     return nullptr;
 }
 
+std::vector<std::string> ZELTshellCommandNames()
+{
+    std::vector<std::string> names{"quit", "exit"};
+    for (const ZELT_ShellTable *const table : theZELTShellTables) {
+        for (const ZELT_ShellCommand &command : *table) {
+            names.emplace_back(command.name);
+        }
+    }
+    return names;
+}
+
 namespace
 {
 
@@ -132,13 +143,7 @@ void ZELT_Shell::dispatch(const ZELT_ShellWords &words, std::string_view line)
     const ZELT_ShellCommand *const command = ZELTfindShellCommand(words[0]);
     const std::size_t given = words.size() - 1;
     if (!command) {
-        std::vector<std::string> names{"quit", "exit"};
-        for (const ZELT_ShellTable *const table : theZELTShellTables) {
-            for (const ZELT_ShellCommand &one : *table) {
-                names.emplace_back(one.name);
-            }
-        }
-        fail("there is no command " + words[0] + ZELTdidYouMean(words[0], names));
+        fail("there is no command " + words[0] + ZELTdidYouMean(words[0], ZELTshellCommandNames()));
     } else if (given < command->least || given > command->most) {
         fail(std::string("usage: ") + command->name + ' ' + command->usage);
     } else {

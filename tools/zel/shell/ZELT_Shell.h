@@ -93,6 +93,9 @@ inline constexpr const ZELT_ShellTable *theZELTShellTables[] = {
 /// Null for a name that no command has.
 const ZELT_ShellCommand *ZELTfindShellCommand(const std::string &name);
 
+/// Of all subjects, and the words that end a session.
+std::vector<std::string> ZELTshellCommandNames();
+
 class ZELT_Shell
 {
 public:

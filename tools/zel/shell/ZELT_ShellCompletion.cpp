@@ -136,21 +136,10 @@ Words fileNames(const std::string &typed)
     return names;
 }
 
-Words commandNames()
-{
-    Words names = {"quit"};
-    for (const ZELT_ShellTable *const table : theZELTShellTables) {
-        for (const ZELT_ShellCommand &command : *table) {
-            names.push_back(command.name);
-        }
-    }
-    return names;
-}
-
 Words candidates(ZELT_Shell &shell, const Words &before, const std::string &typed)
 {
     if (before.empty()) {
-        return commandNames();
+        return ZELTshellCommandNames();
     }
     const ZELT_ShellCommand *const command = ZELTfindShellCommand(before[0]);
     std::istringstream wanted(command ? wantedWord(command->usage, before) : "");

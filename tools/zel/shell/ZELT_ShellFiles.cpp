@@ -8,28 +8,59 @@
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ValueFile.h>
 
+#include <optional>
 #include <sstream>
 #include <string>
 
 namespace
 {
 
-void save(ZELT_Shell &shell, const ZELT_ShellWords &words)
+/// The node that the word there names, else the session's; null, with a message, for none with values.
+NOD_Node *findNode(ZELT_Shell &shell, const ZELT_ShellWords &words, std::size_t place)
 {
+    NOD_Node &base = shell.getNode();
+    NOD_Node *const node = place < words.size() ? base.findNode(words[place].c_str()) : &base;
+    if (!node) {
+        shell.fail("there is no node " + words[place]);
+    } else if (!node->getParent()) {
+        shell.fail("the root of a scene has no values: say which node, as in " + words[0] +
+                   " ... /PATH");
+        return nullptr;
+    }
+    return node;
+}
+
+bool isCarried(ZELT_Shell &shell, const std::string &file, NOD_Report &report)
+{
+    // What was in the file and isn't in the node would be gone.
+    const std::string partly = shell.getSession().isPartlyLoaded(file) ? file : "";
+    return NOD_ValueFile::checkCarried(shell.getNode(), std::nullopt, partly,
+                                       "save it to another file", report);
+}
+
+/// The bytes of the file; false after a message.
+bool write(ZELT_Shell &shell, const ZELT_ShellWords &words, std::ostream &os, NOD_Report &report)
+{
+    if (words[1] == "scene" && words.size() == 3) {
+        return isCarried(shell, words[2], report) &&
+               shell.getSession().saveScene(os, words[2], std::nullopt, report);
+    }
     NOD_ValueFile::Form form = NOD_ValueFile::Form::TEXT;
     if (!NOD_ValueFile::findForm(words[1], form)) {
-        shell.fail("the form is text, binary, compact, channels or node");
-        return;
+        shell.fail("the form is text, binary, compact, channels or node, or scene for all nodes");
+        return false;
     }
+    NOD_Node *const node = findNode(shell, words, 3);
+    return node && isCarried(shell, words[2], report) &&
+           NOD_ValueFile::save(shell.getSession().getScene(), *node, form, os,
+                               ZELTfolderOf(words[2]), report);
+}
+
+void save(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
     std::ostringstream os;
     NOD_Report report;
-    // What was in the file and isn't in the node would be gone.
-    if (shell.getSession().isPartlyLoaded(words[2])) {
-        shell.fail(words[2] + ": not all of it was loaded: save to another file");
-        return;
-    }
-    const bool savedFlag = NOD_ValueFile::save(shell.getSession().getScene(), shell.getNode(), form,
-                                               os, ZELTfolderOf(words[2]), report);
+    const bool savedFlag = write(shell, words, os, report);
     if (words[2] == "-" && savedFlag) {
         shell.getMessages().add(report); // not between the lines of the file
     } else {
@@ -42,21 +73,18 @@ void save(ZELT_Shell &shell, const ZELT_ShellWords &words)
 
 void load(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    NOD_ValueFile file;
+    NOD_Node *const node = findNode(shell, words, 2);
+    std::vector<NOD_ValueFile> files(1);
     NOD_Report report;
-    if (file.read(words[1], report)) {
-        file.apply(shell.getNode(), report);
+    if (node && files[0].read(words[1], report)) {
+        NOD_ValueFile::applyAll(files, *node, shell.getSession().getAllPartlyLoaded(), report);
         shell.getSession().growBlocks(shell.getTime());
-        if (!report.isEmpty()) {
-            shell.getSession().notePartlyLoaded(words[1]);
-        }
         if (!report.isEmpty() && !report.hasErrors()) {
             report.add({KIT_ERROR_ABORT, words[1], 0, {}, "not all of it is carried", {}, 0});
         }
-        const bool channelsFlag = file.getKind() == NOD_FileKind::CHANNELS;
-        for (const std::string &name : channelsFlag
-                                           ? NOD_ValueFile::findStrayChannels(shell.getNode())
-                                           : std::vector<std::string>()) {
+        const bool channelsFlag = files[0].getKind() == NOD_FileKind::CHANNELS;
+        for (const std::string &name :
+             channelsFlag ? NOD_ValueFile::findStrayChannels(*node) : std::vector<std::string>()) {
             report.warning("", "no parameter has the channel " + name);
         }
     }
@@ -64,9 +92,9 @@ void load(ZELT_Shell &shell, const ZELT_ShellWords &words)
 }
 
 constexpr ZELT_ShellCommand theCommands[] = {
-    {"save", "text|binary|compact|channels|node FILE", 2, 2, ZELT_SHELL_PLAIN, save},
-    {"load", "FILE", 1, 1, ZELT_SHELL_EDITS, load},
-    {"channels", "FILE", 1, 1, ZELT_SHELL_EDITS, load},
+    {"save", "text|binary|compact|channels|node|scene FILE [NODE]", 2, 3, ZELT_SHELL_PLAIN, save},
+    {"load", "FILE [NODE]", 1, 2, ZELT_SHELL_EDITS, load},
+    {"channels", "FILE [NODE]", 1, 2, ZELT_SHELL_EDITS, load},
 };
 
 } // namespace

@@ -3,10 +3,9 @@
 #include "ZELT_Shell.h"
 
 #include "ZELT_Format.h"
-#include "ZELT_Preset.h"
-#include "ZELT_Script.h"
 
 #include <NOD/NOD_PresetText.h>
+#include <NOD/NOD_Presets.h>
 #include <NOD/NOD_Report.h>
 #include <ZEL/ZEL_PresetInfo.h>
 
@@ -16,14 +15,14 @@
 namespace
 {
 
-ZEL_PresetInfo presetsOf(ZELT_Shell &shell)
+NOD_Presets presetsOf(ZELT_Shell &shell)
 {
-    return {NOD_Node::thePresetTable, shell.getNode().getTypeName().c_str()};
+    return {NOD_Node::thePresetTable, shell.getNode().getTypeName(), "preset replace"};
 }
 
 void listPresets(ZELT_Shell &shell, const ZELT_ShellWords &)
 {
-    ZEL_PresetInfo presets = presetsOf(shell);
+    ZEL_PresetInfo presets(NOD_Node::thePresetTable, shell.getNode().getTypeName().c_str());
     for (int i = 0; i < presets.getNumPresets(); ++i) {
         std::cout << ZELTquote(presets.getPresetName(i).toStdString()) << '\n';
     }
@@ -31,67 +30,60 @@ void listPresets(ZELT_Shell &shell, const ZELT_ShellWords &)
 
 void loadPreset(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    ZEL_PresetInfo presets = presetsOf(shell);
-    const int index = presets.getPresetIndex(words[2].c_str());
-    if (index < 0) {
-        shell.fail("there is no preset " + ZELTquote(words[2]));
-        return;
+    NOD_Report report;
+    const std::string path = presetsOf(shell).find(words[2], report);
+    shell.tell(report);
+    report.clear(); // what is told of other files is no loss
+    if (!path.empty()) {
+        NODapplyPreset(shell.getNode(), path, {}, report);
+        shell.getSession().growBlocks(shell.getTime());
+        if (!report.isEmpty() && !report.hasErrors()) {
+            report.add({KIT_ERROR_ABORT, path, 0, {}, "not all of it is carried", {}, 0});
+        }
     }
-    if (!shell.getNode().loadPresetFile(presets.getPresetPath(index))) {
-        shell.fail("the preset isn't loaded as a whole");
-    }
-    shell.getSession().growBlocks(shell.getTime());
+    shell.tell(report);
 }
 
-void writePreset(ZELT_Shell &shell, const ZELT_ShellWords &words, bool replaceFlag)
+/// What was done to which preset; no path after an error.
+void finish(ZELT_Shell &shell, const char *done, const std::string &path, const NOD_Report &report)
+{
+    shell.tell(report);
+    if (!path.empty()) {
+        std::cout << done << ' ' << path << '\n';
+    }
+}
+
+std::string folderOf(const ZELT_ShellWords &words)
+{
+    return words.size() > 3 ? words[3] : "";
+}
+
+void writePreset(ZELT_Shell &shell, const ZELT_ShellWords &words, NOD_Presets::Existing existing)
 {
     NOD_Report report;
     std::ostringstream text;
     const bool madeFlag = NODsavePreset(shell.getNode(), {}, text, report);
-    shell.tell(report);
-    if (!madeFlag) {
-        return;
-    }
-    using Existing = ZEL_PresetInfo::Existing;
-    ZEL_PresetInfo presets = presetsOf(shell);
-    const std::string folder = ZELTpresetFolder(words.size() > 3 ? words[3] : "");
-    if (presets.savePresetTextToDir(text.str(), words[2].c_str(), folder.c_str(),
-                                    replaceFlag ? Existing::REPLACE : Existing::REFUSE)) {
-        std::cout << "saved " << ZELTpresetPath(presets, words[2], folder) << '\n';
-    } else {
-        shell.fail(
-            "the preset isn't saved: " +
-            ZELTpresetRefusal(presets, words[2], folder, replaceFlag ? "" : "preset replace"));
-    }
+    const std::string path =
+        madeFlag ? presetsOf(shell).save(text.str(), words[2], folderOf(words), existing, report)
+                 : "";
+    finish(shell, "saved", path, report);
 }
 
 void savePreset(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    constexpr bool replace = false;
-    writePreset(shell, words, replace);
+    writePreset(shell, words, NOD_Presets::Existing::REFUSE);
 }
 
 void replacePreset(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    constexpr bool replace = true;
-    writePreset(shell, words, replace);
+    writePreset(shell, words, NOD_Presets::Existing::REPLACE);
 }
 
 void deletePreset(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
-    ZEL_PresetInfo presets = presetsOf(shell);
-    const std::string folder = words.size() > 3 ? words[3] : "";
-    const std::string path = ZELTpresetPath(presets, words[2], folder);
-    if (presets.deletePresetFromDir(words[2].c_str(),
-                                    words.size() > 3 ? folder.c_str() : nullptr)) {
-        std::cout << "deleted " << path << '\n';
-    } else if (path.empty()) {
-        shell.fail("there is no preset " + ZELTquote(words[2]));
-    } else {
-        shell.fail(
-            "the preset isn't deleted: " +
-            ZELTpresetRemains(presets, words[2], ZELTpresetOrigin(presets, words[2], folder)));
-    }
+    NOD_Report report;
+    const std::string path = presetsOf(shell).remove(words[2], folderOf(words), report);
+    finish(shell, "deleted", path, report);
 }
 
 constexpr ZELT_ShellAction theActions[] = {
