@@ -171,6 +171,9 @@ int lint(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
         printRules(options.json);
         return 0;
     }
+    if (NOD_LintOptions checked; !addOptions(call, checked, messages)) {
+        return 1;
+    }
     if (call.fix && std::count(call.files.begin(), call.files.end(), "-")) {
         messages.error("-", "--fix needs a file that it can write");
         return 1;
