@@ -187,7 +187,7 @@ void NOD_LintWalk::skipValues(const Keyword &keyword, int block)
         break;
     case Shape::OBSOLETE:
         if (!atEnd()) {
-            const KIT_String next(std::string(myTokens.text(myAt)).c_str());
+            const KIT_String next(std::string(myTokens.text(myAt)));
             myAt += next.isFloat() || next.isInteger();
         }
         break;
