@@ -6,6 +6,7 @@
 #include <NOD/NOD_Nearest.h>
 #include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_ScriptTypes.h>
+#include <ZEL/ZEL_TypeConstants.h>
 
 #include <algorithm>
 #include <iterator>
@@ -239,7 +240,7 @@ void Check::checkEffects()
         return;
     }
     const ZEL_Type &type = myBlock.record->getType();
-    const bool floatFlag = type.isFloatType() && !type.isOrdinalType();
+    const bool floatFlag = type.isFloatType() && !type.hasAnyOf(ZEL_TYPE_INTEGER);
     for (const Entry &entry : myBlock.entries) {
         const char *only = nullptr;
         if (entry.word == "logarithmic" && !floatFlag) {

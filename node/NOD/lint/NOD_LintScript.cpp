@@ -332,8 +332,15 @@ void NOD_LintScript::match(const ZEL_Template *templates)
         if (block >= 0) {
             myBlocks[std::size_t(block)].description = at;
         }
-        if (at->isMultiType() && !at->isRampType()) {
-            match(at->getMultiParmTemplate());
+        const ZEL_Template *const items = at->isMultiType() ? at->getMultiParmTemplate() : nullptr;
+        if (!at->isRampType()) {
+            match(items);
+            continue;
+        }
+        // The parts of its keys are the ramp's.
+        for (const ZEL_Template *part = items; part && block >= 0 && !part->isTerminator();
+             ++part) {
+            myBlockOfName.emplace(part->getNamePtr(), block);
         }
     }
 }

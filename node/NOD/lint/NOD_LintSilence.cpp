@@ -3,6 +3,7 @@
 #include <NOD/lint/NOD_LintContextPrivate.h>
 #include <NOD/lint/NOD_LintWordsPrivate.h>
 
+#include <algorithm>
 #include <string_view>
 
 NOD_LintSilence::NOD_LintSilence(NOD_LintContext &context)
