@@ -63,7 +63,7 @@ struct NOD_LintEdit
     std::string replacement;
 };
 
-struct NOD_LintFinding
+struct NOD_API NOD_LintFinding
 {
     const NOD_LintRule *rule = nullptr;
     std::string file;
