@@ -93,10 +93,8 @@ void DefaultCheck::tell(const std::string &text, std::size_t word, const std::st
     myToldFlag = true;
     Extra extra;
     extra.nearest = nearest;
-    const std::string_view raw = myContext.tokens().raw(myToken);
-    const bool sameFlag =
-        raw.substr(1, raw.size() < 2 ? 0 : raw.size() - 2) == myContext.tokens().text(myToken);
-    extra.offset = sameFlag && word < myWords.size() ? 1 + myWords[word].offset : 0;
+    const std::size_t place = word < myWords.size() ? myWords[word].offset : 0;
+    extra.offset = myWords.empty() ? 0 : myContext.tokens().rawOffset(myToken, place);
     myContext.add(NOD_LintCode::Z308, myBlock, myToken, text, extra);
 }
 

@@ -70,6 +70,8 @@ public:
         return std::string_view(myFiles[std::size_t(at.file)].text)
             .substr(at.begin, at.end - at.begin);
     }
+    /// Where in what is written a byte of what is meant is, from the token's beginning.
+    std::size_t rawOffset(int token, std::size_t offset) const;
     const std::vector<File> &getFiles() const { return myFiles; }
     const std::vector<Include> &getIncludes() const { return myIncludes; }
     int getColumn(int file, std::size_t offset) const;

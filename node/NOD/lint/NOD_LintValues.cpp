@@ -183,8 +183,9 @@ void DefaultCheck::checkExpression(const std::string &text)
         return;
     }
     Extra extra;
-    const std::size_t start = myContext.tokens().raw(myToken).find(text);
-    extra.offset = start == std::string_view::npos ? 0 : start + place;
+    const std::size_t start = myContext.tokens().text(myToken).find(text);
+    extra.offset =
+        start == std::string_view::npos ? 0 : myContext.tokens().rawOffset(myToken, start + place);
     myContext.add(NOD_LintCode::Z302, myNumber, myToken, "the expression " + text + ": " + fault,
                   extra);
 }

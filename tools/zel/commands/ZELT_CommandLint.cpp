@@ -97,6 +97,32 @@ ZELT_ScriptPtr mend(ZELT_ScriptPtr script, const std::string &file, const NOD_Li
     return script;
 }
 
+/// What the reader said, but for warnings where a rule says more.
+void tellReading(const NOD_Report &report, const std::vector<NOD_LintFinding> &findings,
+                 ZELT_Messages &messages)
+{
+    NOD_Report rest;
+    for (const NOD_Message &message : report.getMessages()) {
+        const bool saidFlag =
+            std::any_of(findings.begin(), findings.end(), [&message](const auto &finding) {
+                return finding.line == message.line && finding.file == message.file;
+            });
+        if (!saidFlag || message.severity >= KIT_ERROR_ABORT) {
+            rest.add(message);
+        }
+    }
+    messages.add(rest);
+}
+
+void dropSilent(std::vector<NOD_LintFinding> &findings, const NOD_LintOptions &options)
+{
+    findings.erase(std::remove_if(findings.begin(), findings.end(),
+                                  [&options](const NOD_LintFinding &finding) {
+                                      return !options.isOn(*finding.rule);
+                                  }),
+                   findings.end());
+}
+
 Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messages)
 {
     Result result;
@@ -105,11 +131,16 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
     if (!addOptions(call, options, messages) || !readFlag) {
         return result;
     }
-    ZELT_ScriptPtr script = ZELTloadScript(file, messages);
+    NOD_Report report;
+    ZELT_ScriptPtr script = ZELTloadScript(file, report);
+    if (script) {
+        result.findings = NODlint(*script);
+    }
+    tellReading(report, result.findings, messages);
     if (!script) {
         return result;
     }
-    result.findings = NODlint(*script, options);
+    dropSilent(result.findings, options);
     result.goodFlag = true;
     if (call.fix) {
         script = mend(script, file, options, result, messages);
@@ -149,7 +180,7 @@ void printRules(bool json)
     }
 }
 
-void printEnd(const Call &call, int findings, int fixable, int fixed)
+void printEnd(const Call &call, int findings, int fixable, int fixed, int failed)
 {
     const auto number = [](int count, const char *one) {
         return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
@@ -161,6 +192,9 @@ void printEnd(const Call &call, int findings, int fixable, int fixed)
     }
     if (fixable && !call.fix) {
         std::cout << ", " << fixable << " to fix by --fix";
+    }
+    if (failed) {
+        std::cout << ", " << number(failed, "script") << " not judged";
     }
     std::cout << '\n';
 }
@@ -180,13 +214,13 @@ int lint(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     }
     ZELT_Json results = ZELT_Json::array();
     ZELT_Progress progress("linting", std::int64_t(call.files.size()));
-    bool good = true;
+    int failed = 0;
     int findings = 0;
     int fixable = 0;
     int fixed = 0;
     for (const std::string &file : call.files) {
         const Result result = lintFile(file, call, messages);
-        good = good && result.goodFlag;
+        failed += !result.goodFlag;
         findings += int(result.findings.size());
         fixed += result.fixed;
         for (const NOD_LintFinding &finding : result.findings) {
@@ -207,9 +241,9 @@ int lint(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     if (options.json) {
         ZELTprintJson(results);
     } else {
-        printEnd(call, findings, fixable, fixed);
+        printEnd(call, findings, fixable, fixed, failed);
     }
-    return good && findings == 0 ? 0 : 1;
+    return failed == 0 && findings == 0 ? 0 : 1;
 }
 
 } // namespace
