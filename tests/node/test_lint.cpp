@@ -278,9 +278,10 @@ TEST(Lint, Conditions)
              Case{"hidewhen \"{ use == true }\"", "8:20 Z403"},
              Case{"hidewhen \"{ mode == 1 }\"", "8:21 Z403"},
              Case{"hidewhen \"{ mode != lo } { mode == lo n > 1 }\"", ""},
-             Case{"hidewhen \"{ use == 0 } { use == on }\"", "8:10 Z405"},
-             Case{"hidewhen \"{ use == 0 use == on }\"", "8:10 Z406"},
-             Case{"hidewhen \"{ use == 0 n > 1 } { use == 1 n < 1 }\"", ""},
+             Case{"hidewhen \"{ use == 0 }\"", "8:20 Z403"},
+             Case{"hidewhen \"{ use == off } { use == on }\"", "8:10 Z405"},
+             Case{"hidewhen \"{ use == off use == on }\"", "8:10 Z406"},
+             Case{"hidewhen \"{ use == off n > 1 } { use == on n < 1 }\"", ""},
              // A text may be set to what its menu doesn't have.
              Case{"hidewhen \"{ text == a } { text == b }\"", ""},
              Case{"hidewhen \"{ text == \\\"\\\" }\"", ""},
@@ -433,7 +434,7 @@ TEST(Lint, EditsMeet)
     EXPECT_EQ(mendAll(whole("parm { name a label A default { 1 2 } nolabel type vector2 }\n")),
               whole("parm { name a label A type vector2 nolabel default { 1 2 } }\n"));
     EXPECT_EQ(mendAll(whole("parm { name a label B label C label A type toggle }\n"
-                            "parm { name b label B hidewhen \"{ a = on } { a => off }\" }\n")),
+                            "parm { name b label B hidewhen \"{ a = 1 } { a => off }\" }\n")),
               whole("parm { name a label A type toggle }\n"
                     "parm { name b label B hidewhen \"{ a == on } { a >= off }\" }\n"));
     // No edit where macros and the preprocessor take part.
@@ -509,7 +510,7 @@ TEST(Lint, NearestWords)
 {
     EXPECT_EQ(NODnearestWord("flaot", {"int", "float"}), "float");
     EXPECT_EQ(NODnearestWord("float", {"flot", "float"}), ""); // it is there
-    EXPECT_EQ(NODnearestWord("x", {"height"}), "");
+    EXPECT_EQ(NODnearestWord("x", {"height", "y"}), "");
     constexpr std::size_t theStrict = 6;
     EXPECT_EQ(NODnearestWord("group_note", {"group_type"}, theStrict), "");
 }

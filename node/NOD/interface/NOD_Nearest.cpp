@@ -37,7 +37,7 @@ std::string NODnearestWord(const std::string &word, const std::vector<std::strin
     for (const std::string &other : words) {
         const bool farFlag = word.size() > theLongest || other.size() > theLongest;
         const std::size_t far = farFlag ? least : distance(word, other);
-        if (far < least) {
+        if (far < least && far < word.size()) {
             least = far;
             nearest = &other;
         }

@@ -11,6 +11,7 @@
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/ZEL_TypeConstants.h>
 
 #include <algorithm>
 #include <map>
@@ -127,6 +128,12 @@ std::vector<std::string> choicesOf(const ZEL_Template *control)
 bool isToggle(const ZEL_Template *control)
 {
     return control && control->getType().hasOrdinalType(ZEL_Type::ZEL_ORD_TOGGLE);
+}
+
+/// Of the one type whose off and on equal 0 and 1: the toggles of scripts can be animated, which is another.
+bool isBareToggle(const ZEL_Template *control)
+{
+    return control && control->getType() == ZEL_TOGGLE_E;
 }
 
 enum class Truth
@@ -307,7 +314,7 @@ void Check::checkChoice(const Comparison &one)
         return;
     }
     const bool knownFlag = std::find(choices.begin(), choices.end(), one.right) != choices.end() ||
-                           (isToggle(control) && (one.right == "0" || one.right == "1")) ||
+                           (isBareToggle(control) && (one.right == "0" || one.right == "1")) ||
                            // A text may be empty where a menu only offers what else it may be.
                            (one.right.empty() && control->getType().isStringType());
     const KIT_String right(one.right.c_str());
@@ -319,9 +326,13 @@ void Check::checkChoice(const Comparison &one)
     if (knownFlag || numberFlag) {
         return;
     }
-    const std::string what =
-        isToggle(control) ? " is a toggle: off, on, 0 or 1, not " : "'s menu has no entry ";
-    tell(NOD_LintCode::Z403, one.right, one.left + what + one.right,
+    if (isToggle(control)) {
+        const char *const instead = one.right == "0" ? "off" : one.right == "1" ? "on" : nullptr;
+        tell(NOD_LintCode::Z403, one.right, one.left + " is a toggle: off or on, not " + one.right,
+             instead ? instead : NODnearestWord(one.right, choices), instead);
+        return;
+    }
+    tell(NOD_LintCode::Z403, one.right, one.left + "'s menu has no entry " + one.right,
          NODnearestWord(one.right, choices));
 }
 
@@ -410,7 +421,7 @@ Truth Check::valueOf(const Comparison &one, const std::map<std::string, std::str
         return Truth::UNKNOWN;
     }
     std::string value = found->second;
-    if (isToggle(find(one.left)) && (one.right == "0" || one.right == "1")) {
+    if (isBareToggle(find(one.left)) && (one.right == "0" || one.right == "1")) {
         value = value == "off" ? "0" : "1";
     }
     const KIT_String left(value.c_str());

@@ -183,7 +183,7 @@ void checkRamp(NOD_LintContext &context, int number)
     if (token < 0) {
         const Entry *const type = block.find("type");
         context.add(NOD_LintCode::Z307, number, type ? type->first : block.keyword,
-                    "the ramp has no default, so all its keys are 0");
+                    "the ramp has no default, so a new one goes up in steps");
         return;
     }
     constexpr double theAny = 1e9;
