@@ -35,7 +35,9 @@ std::string NODnearestWord(const std::string &word, const std::vector<std::strin
     std::size_t least = std::max(word.size() / share, std::size_t(1)) + 1;
     const std::string *nearest = nullptr;
     for (const std::string &other : words) {
-        const bool farFlag = word.size() > theLongest || other.size() > theLongest;
+        const std::size_t more = std::max(word.size(), other.size());
+        const std::size_t less = std::min(word.size(), other.size());
+        const bool farFlag = more > theLongest || more - less >= least;
         const std::size_t far = farFlag ? least : distance(word, other);
         if (far < least && far < word.size()) {
             least = far;

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <iterator>
 #include <tuple>
+#include <unordered_map>
 
 namespace
 {
@@ -29,14 +30,12 @@ constexpr void (*theSubjects[])(NOD_LintContext &) = {
 /// By file, in the order in which they are read, then by place.
 void sortFindings(std::vector<NOD_LintFinding> &findings, const NOD_LintTokens &tokens)
 {
-    const auto numberOf = [&tokens](const std::string &file) {
-        const auto &files = tokens.getFiles();
-        return std::find_if(files.begin(), files.end(),
-                            [&file](const auto &one) { return one.name == file; }) -
-               files.begin();
-    };
-    const auto keyOf = [&numberOf](const NOD_LintFinding &one) {
-        return std::make_tuple(numberOf(one.file), one.line, one.column,
+    std::unordered_map<std::string_view, std::size_t> numbers;
+    for (const NOD_LintTokens::File &file : tokens.getFiles()) {
+        numbers.try_emplace(file.name, numbers.size());
+    }
+    const auto keyOf = [&numbers](const NOD_LintFinding &one) {
+        return std::make_tuple(numbers.at(one.file), one.line, one.column,
                                std::string_view(one.rule->code));
     };
     std::stable_sort(findings.begin(), findings.end(),

@@ -5,7 +5,6 @@
 #include <KIT/KIT_Regex.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringHolder.h>
-#include <NOD/NOD_Nearest.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_Name.h>
@@ -143,17 +142,26 @@ enum class Truth
     UNKNOWN
 };
 
+/// What all conditions of a script have in common.
+struct Shared
+{
+    std::map<const ZEL_Template *, std::vector<std::string>> choices;
+    std::size_t work = 0; ///< comparisons tried
+};
+
 class Check
 {
 public:
-    Check(NOD_LintContext &context, const Condition &condition)
-        : myContext(context), myCondition(condition), myNames(context.faults().names)
+    Check(NOD_LintContext &context, const Condition &condition, Shared &shared)
+        : myContext(context), myCondition(condition), myNames(context.faults().names),
+          myShared(shared)
     {}
 
     void run();
 
 private:
     static constexpr std::size_t theMostCases = 4096;
+    static constexpr std::size_t theMostWork = 200000; ///< comparisons of all of them
 
     void checkComparison(const Comparison &one);
     bool checkOperators(const Comparison &one);
@@ -168,6 +176,8 @@ private:
     Truth valueOf(const Comparison &one, const std::map<std::string, std::string> &values) const;
 
     const ZEL_Template *find(const std::string &left) const { return myNames.find(left); }
+    /// Those of choicesOf(), made once.
+    const std::vector<std::string> &choices(const ZEL_Template *control);
     /// The place of a word of the condition: its token, and the offset in it.
     int locate(const std::string &word, std::size_t &offset) const;
     void tell(NOD_LintCode code, const std::string &word, const std::string &text,
@@ -176,6 +186,7 @@ private:
     NOD_LintContext &myContext;
     const Condition &myCondition;
     const NOD_InterfaceNames &myNames;
+    Shared &myShared;
     bool myToldFlag = false;
 };
 
@@ -282,6 +293,15 @@ bool Check::tellJoinedOperator(const std::string &left)
     return true;
 }
 
+const std::vector<std::string> &Check::choices(const ZEL_Template *control)
+{
+    const auto [found, newFlag] = myShared.choices.try_emplace(control);
+    if (newFlag) {
+        found->second = choicesOf(control);
+    }
+    return found->second;
+}
+
 void Check::checkComparison(const Comparison &one)
 {
     checkLeft(one);
@@ -302,24 +322,24 @@ void Check::checkLeft(const Comparison &one)
         tell(NOD_LintCode::Z401, one.left,
              "there is no parameter " + one.left +
                  (expressionFlag ? "; an expression is one that ends in a parenthesis" : ""),
-             expressionFlag ? "" : NODnearestWord(one.left, myNames.getTokens()));
+             expressionFlag ? "" : myContext.nearest(one.left, myNames.getTokens()));
     }
 }
 
 void Check::checkChoice(const Comparison &one)
 {
     const ZEL_Template *const control = find(one.left);
-    const std::vector<std::string> choices = choicesOf(control);
-    if (choices.empty() || (one.op != ZEL_CONDOP_EQ && one.op != ZEL_CONDOP_NE)) {
+    const std::vector<std::string> &words = choices(control);
+    if (words.empty() || (one.op != ZEL_CONDOP_EQ && one.op != ZEL_CONDOP_NE)) {
         return;
     }
-    const bool knownFlag = std::find(choices.begin(), choices.end(), one.right) != choices.end() ||
+    const bool knownFlag = std::find(words.begin(), words.end(), one.right) != words.end() ||
                            (isBareToggle(control) && (one.right == "0" || one.right == "1")) ||
                            // A text may be empty where a menu only offers what else it may be.
                            (one.right.empty() && control->getType().isStringType());
     const KIT_String right(one.right.c_str());
     const bool numberFlag =
-        right.isFloat() && std::any_of(choices.begin(), choices.end(), [&](const auto &choice) {
+        right.isFloat() && std::any_of(words.begin(), words.end(), [&](const auto &choice) {
             const KIT_String number(choice.c_str());
             return number.isFloat() && number.toFloat() == right.toFloat();
         });
@@ -329,11 +349,11 @@ void Check::checkChoice(const Comparison &one)
     if (isToggle(control)) {
         const char *const instead = one.right == "0" ? "off" : one.right == "1" ? "on" : nullptr;
         tell(NOD_LintCode::Z403, one.right, one.left + " is a toggle: off or on, not " + one.right,
-             instead ? instead : NODnearestWord(one.right, choices), instead);
+             instead ? instead : myContext.nearest(one.right, words), instead);
         return;
     }
     tell(NOD_LintCode::Z403, one.right, one.left + "'s menu has no entry " + one.right,
-         NODnearestWord(one.right, choices));
+         myContext.nearest(one.right, words));
 }
 
 void Check::checkPattern(const Comparison &one)
@@ -355,32 +375,36 @@ void Check::checkPattern(const Comparison &one)
 
 void Check::checkCases()
 {
-    std::map<std::string, std::vector<std::string>> choices;
+    std::map<std::string, const std::vector<std::string> *> tried;
     std::size_t cases = 1;
+    std::size_t comparisons = 0;
     for (const std::vector<Comparison> &group : myCondition.groups) {
         for (const Comparison &one : group) {
             const ZEL_Template *const control = find(one.left);
             // A text can be set to what its menu doesn't offer.
-            std::vector<std::string> words;
-            if (control && control->getType().isOrdinalType() && control->getVectorSize() == 1) {
-                words = choicesOf(control);
+            const bool countFlag = control && control->getType().isOrdinalType() &&
+                                   control->getVectorSize() == 1 && !choices(control).empty();
+            if (countFlag && tried.emplace(one.left, &choices(control)).second) {
+                cases *= choices(control).size();
             }
-            if (!words.empty() && choices.emplace(one.left, words).second) {
-                cases *= words.size();
-                if (cases > theMostCases) {
-                    return;
-                }
+            if (cases > theMostCases || cases * ++comparisons > theMostWork) {
+                return;
             }
         }
+    }
+    constexpr std::size_t theMostOfAll = 5000000;
+    myShared.work += cases * comparisons;
+    if (myShared.work > theMostOfAll) {
+        return;
     }
     bool anyFlag = false;
     bool allFlag = true;
     for (std::size_t number = 0; number < cases; ++number) {
         std::map<std::string, std::string> values;
         std::size_t rest = number;
-        for (const auto &[name, words] : choices) {
-            values[name] = words[rest % words.size()];
-            rest /= words.size();
+        for (const auto &[name, words] : tried) {
+            values[name] = (*words)[rest % words->size()];
+            rest /= words->size();
         }
         const Truth truth = valueOf(values);
         anyFlag = anyFlag || truth != Truth::NO;
@@ -435,12 +459,13 @@ Truth Check::valueOf(const Comparison &one, const std::map<std::string, std::str
 
 void NODlintConditions(NOD_LintContext &context)
 {
+    Shared shared;
     for (std::size_t i = 0; i < context.blocks().size(); ++i) {
         for (const Entry &entry : context.blocks()[i].entries) {
             if (isCondition(entry.word) && entry.count() > 0) {
                 Condition condition{int(i), &entry, {}};
                 read(context, condition);
-                Check(context, condition).run();
+                Check(context, condition, shared).run();
             }
         }
     }

@@ -1,5 +1,6 @@
 #include <NOD/lint/NOD_LintContextPrivate.h>
 
+#include <NOD/NOD_Nearest.h>
 #include <TRK/TRK_Expression.h>
 
 #include <algorithm>
@@ -54,6 +55,13 @@ void NOD_LintContext::addAt(NOD_LintCode code, int file, int line, std::size_t o
     found.text = text;
     found.fix = std::move(fix);
     myFindings.push_back(std::move(found));
+}
+
+std::string NOD_LintContext::nearest(const std::string &word, const std::vector<std::string> &words)
+{
+    constexpr std::size_t theMost = 1000000;
+    myCompared += words.size();
+    return myCompared > theMost ? "" : NODnearestWord(word, words);
 }
 
 // ---------------------------------------------------------------------- //

@@ -11,6 +11,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// The rules by name; each is the number of its row.
@@ -54,6 +55,9 @@ public:
                std::optional<NOD_LintEdit> fix = std::nullopt);
     std::vector<NOD_LintFinding> take() { return std::move(myFindings); }
 
+    /// As NODnearestWord, as long as the rules haven't asked for more than can be compared in little time.
+    std::string nearest(const std::string &word, const std::vector<std::string> &words);
+
     // ------------------------------------------------------------------ //
     /// \name Edits   (none where a macro or another file takes part)
     // ------------------------------------------------------------------ //
@@ -75,6 +79,7 @@ private:
     const NOD_LintTokens &myTokens;
     NOD_InterfaceFaults myFaults;
     std::vector<NOD_LintFinding> myFindings;
+    std::size_t myCompared = 0; ///< words
 };
 
 // The rules by subject; each adds what it finds.

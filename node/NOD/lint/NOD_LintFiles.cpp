@@ -6,7 +6,7 @@
 #include <ZEL/ZEL_SpareData.h>
 
 #include <algorithm>
-#include <unordered_set>
+#include <unordered_map>
 
 namespace
 {
@@ -98,19 +98,45 @@ std::vector<std::string> definedNames(std::string_view text)
     return names;
 }
 
-/// Whether a text names it, in a comment too: rather too often than too seldom.
-bool hasName(std::string_view text, const std::string &name)
+/// The words of all files, in comments too: a name is rather used too often than too seldom.
+class Words
 {
-    for (std::size_t at = text.find(name); at != std::string_view::npos;
-         at = text.find(name, at + 1)) {
-        const std::size_t end = at + name.size();
-        if ((at == 0 || !isNameByte(text[at - 1])) &&
-            (end == text.size() || !isNameByte(text[end]))) {
-            return true;
+public:
+    explicit Words(const std::vector<NOD_LintTokens::File> &files)
+    {
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            add(files[i].text, i);
         }
     }
-    return false;
-}
+
+    /// Whether another file than this one has it.
+    bool isElsewhere(std::string_view word, std::size_t file) const
+    {
+        const auto found = myFiles.find(word);
+        return found != myFiles.end() && (found->second == theMany || found->second != file);
+    }
+
+private:
+    static constexpr std::size_t theMany = std::size_t(-1);
+
+    void add(std::string_view text, std::size_t file)
+    {
+        for (std::size_t at = 0; at < text.size();) {
+            std::size_t end = at;
+            while (end < text.size() && isNameByte(text[end])) {
+                ++end;
+            }
+            if (end > at) {
+                std::size_t &owner =
+                    myFiles.try_emplace(text.substr(at, end - at), file).first->second;
+                owner = owner == file ? file : theMany;
+            }
+            at = end + 1;
+        }
+    }
+
+    std::unordered_map<std::string_view, std::size_t> myFiles;
+};
 
 class Includes
 {
@@ -128,8 +154,9 @@ public:
         for (int i = 0; i < tokens.size(); ++i) {
             myUsed[std::size_t(tokens[i].file)] = true;
         }
+        const Words words(tokens.getFiles());
         for (std::size_t i = 1; i < myUsed.size(); ++i) {
-            myUsed[i] = myUsed[i] || hasNamedMacro(i);
+            myUsed[i] = myUsed[i] || hasNamedMacro(i, words);
         }
         passOn();
         for (const NOD_LintTokens::Include &include : tokens.getIncludes()) {
@@ -140,17 +167,12 @@ public:
     }
 
 private:
-    bool hasNamedMacro(std::size_t file) const
+    bool hasNamedMacro(std::size_t file, const Words &words) const
     {
-        const std::vector<NOD_LintTokens::File> &files = myContext.tokens().getFiles();
-        for (const std::string &name : definedNames(files[file].text)) {
-            for (std::size_t i = 0; i < files.size(); ++i) {
-                if (i != file && hasName(files[i].text, name)) {
-                    return true;
-                }
-            }
-        }
-        return false;
+        const std::vector<std::string> names =
+            definedNames(myContext.tokens().getFiles()[file].text);
+        return std::any_of(names.begin(), names.end(),
+                           [&](const std::string &name) { return words.isElsewhere(name, file); });
     }
 
     /// Who includes a file that is used is used too.

@@ -3,7 +3,6 @@
 #include <NOD/lint/NOD_LintContextPrivate.h>
 
 #include <KIT/KIT_String.h>
-#include <NOD/NOD_Nearest.h>
 #include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_ScriptTypes.h>
 #include <ZEL/ZEL_TypeConstants.h>
@@ -95,7 +94,7 @@ void Check::checkTypes()
         const std::string word = myContext.text(entry.first);
         if (ZELlookupScriptType(word.c_str()) < 0) {
             Extra extra;
-            extra.nearest = NODnearestWord(word, typeWords());
+            extra.nearest = myContext.nearest(word, typeWords());
             myContext.add(NOD_LintCode::Z201, myNumber, entry.first,
                           "there is no type " + word + ", so it is a float", extra);
         }

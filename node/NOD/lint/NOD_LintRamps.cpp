@@ -3,7 +3,6 @@
 #include <NOD/lint/NOD_LintContextPrivate.h>
 
 #include <KIT/KIT_String.h>
-#include <NOD/NOD_Nearest.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_RampTemplate.h>
@@ -106,7 +105,7 @@ std::size_t DefaultCheck::checkPart(std::size_t at)
     const std::string part = digits == std::string::npos ? "" : name.substr(digits);
     const std::vector<std::string> parts = {"pos", myColorFlag ? "c" : "value", "interp"};
     if (digits == 0 || std::find(parts.begin(), parts.end(), part) == parts.end()) {
-        const std::string nearest = NODnearestWord(part, parts);
+        const std::string nearest = myContext.nearest(part, parts);
         tell("the ramp's default has " + name + " where a part of a key is wanted", at,
              nearest.empty() || digits == 0 ? "" : name.substr(0, digits) + nearest);
         return myWords.size();
@@ -150,7 +149,7 @@ void DefaultCheck::checkValues(const std::string &part, std::size_t first, std::
         if (std::find(words.begin(), words.end(), text) == words.end()) {
             tell("the ramp's default has " + text + " where " +
                      (part == "interp" ? "an interpolation" : "a number") + " is wanted",
-                 i, NODnearestWord(text, words));
+                 i, myContext.nearest(text, words));
         }
     }
 }

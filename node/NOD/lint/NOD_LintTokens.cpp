@@ -104,16 +104,20 @@ int NOD_LintTokens::getColumn(int file, std::size_t offset) const
 {
     const std::string_view text = myFiles[std::size_t(file)].text;
     offset = std::min(offset, text.size());
-    const std::size_t before = offset == 0 ? std::string_view::npos : text.rfind('\n', offset - 1);
-    std::size_t start = before == std::string_view::npos ? 0 : before + 1;
-    if (start == 0 &&
-        text.substr(0, KIT_IStream::theByteOrderMark.size()) == KIT_IStream::theByteOrderMark) {
-        start = std::min(offset, KIT_IStream::theByteOrderMark.size());
+    if (myColumn.file != file || myColumn.offset > offset) {
+        const std::size_t before =
+            offset == 0 ? std::string_view::npos : text.rfind('\n', offset - 1);
+        const std::string_view mark = KIT_IStream::theByteOrderMark;
+        const bool markFlag =
+            before == std::string_view::npos && text.substr(0, mark.size()) == mark;
+        myColumn = {file, markFlag ? std::min(mark.size(), offset) : before + 1, 1};
     }
-    const std::string_view line = text.substr(start, offset - start);
-    return 1 + int(std::count_if(line.begin(), line.end(), [](char c) {
-               return (static_cast<unsigned char>(c) & 0xc0) != 0x80;
-           }));
+    for (; myColumn.offset < offset; ++myColumn.offset) {
+        const char c = text[myColumn.offset];
+        const bool firstByteFlag = (static_cast<unsigned char>(c) & 0xc0) != 0x80;
+        myColumn.column = c == '\n' ? 1 : myColumn.column + firstByteFlag;
+    }
+    return myColumn.column;
 }
 
 // ---------------------------------------------------------------------- //

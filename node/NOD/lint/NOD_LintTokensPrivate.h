@@ -3,7 +3,7 @@
 ///
 /// Units:      tokens by number, from 0; lines and columns from 1; offsets in bytes of a file.
 /// Ownership:  owns copies of all texts.
-/// Threads:    one thread at a time.
+/// Threads:    one thread at a time, const calls too.
 #pragma once
 
 #include <NOD/NOD_Interface.h>
@@ -93,4 +93,12 @@ private:
     std::vector<Include> myIncludes;
     int myLastFile = 0;
     bool myCutFlag = false;
+    /// The place whose column was asked for last: the next one is often on its line.
+    struct Column
+    {
+        int file = -1;
+        std::size_t offset = 0;
+        int column = 1;
+    };
+    mutable Column myColumn;
 };

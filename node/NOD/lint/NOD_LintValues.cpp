@@ -4,7 +4,6 @@
 #include <NOD/lint/NOD_LintPythonPrivate.h>
 
 #include <KIT/KIT_String.h>
-#include <NOD/NOD_Nearest.h>
 #include <TRK/TRK_Types.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Name.h>
@@ -78,7 +77,7 @@ void tellFaults(NOD_LintContext &context)
             }
             context.add(NOD_LintCode::Z303, number, token, fault.text, extra);
         } else if (fault.kind == NOD_FaultKind::DEFAULT_WORD) {
-            extra.nearest = NODnearestWord(fault.word, entriesOf(*fault.parm));
+            extra.nearest = context.nearest(fault.word, entriesOf(*fault.parm));
             context.add(NOD_LintCode::Z304, number, token, fault.text, extra);
         } else if (fault.kind == NOD_FaultKind::DEFAULT_INDEX) {
             context.add(NOD_LintCode::Z305, number, token, fault.text);
