@@ -39,6 +39,7 @@
 #include <ZEL/ZEL_Template.h>
 #include <ZEL/ZEL_Type.h>
 
+#include <cstddef>
 #include <memory>
 #include <string_view>
 
@@ -131,6 +132,8 @@ public:
     /// The file and line, from 1, where the block begins; "" and 0 of a source without a name.
     const KIT_StringHolder &getFile() const { return myFile; }
     int getLine() const { return myLine; }
+    /// The number of the keyword that the block follows among the tokens of the script, from 0.
+    std::size_t getTokenNumber() const { return myTokenNumber; }
     const ZEL_Type &getType() const { return myType; }
     ZEL_TypeExtended getTypeExtended() const { return myTypeExtended; }
     /// The kind of a ramp; ZEL_MULTITYPE_NONE for anything else. A multi-parameter's kind is its
@@ -263,4 +266,5 @@ private:
     KIT_String myOption;
     KIT_StringHolder myFile;
     int myLine = 0;
+    std::size_t myTokenNumber = 0;
 };

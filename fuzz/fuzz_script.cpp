@@ -1,6 +1,6 @@
 // Fuzzes dialog scripts: reads any text as a dialog, flattens it twice, walks the imports, builds a list
 // of what was read and saves and loads it in both forms. What could be read is written as a script and
-// read again.
+// read again. What could be read is judged, and can be read after the edits of what is found.
 
 #include "FuzzMemory.h"
 
@@ -10,6 +10,8 @@
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
+#include <NOD/NOD_Lint.h>
+#include <NOD/NOD_Report.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ScriptImports.h>
 #include <ZEL/ZEL_ScriptPage.h>
@@ -124,6 +126,29 @@ void checkRewriting(const std::string &text)
     }
 }
 
+/// Included files would be read in full, as the oracle of memory doesn't expect.
+void checkLint(const std::string &text)
+{
+    NOD_Report report;
+    const auto script =
+        NOD_Interface::fromText(text, "fuzz", report, NOD_Interface::Includes::NONE);
+    if (!script || script->getText() != text) {
+        return;
+    }
+    NOD_LintOptions options;
+    options.setIncludes(NOD_Interface::Includes::NONE);
+    const std::vector<NOD_LintFinding> findings = NODlint(*script, options);
+    for (const NOD_LintFinding &finding : findings) {
+        require(finding.rule && !finding.text.empty() && finding.line >= 0);
+        require(!finding.fix ||
+                (finding.fix->begin <= finding.fix->end && finding.fix->end <= text.size()));
+    }
+    int applied = 0;
+    const std::string mended = NODapplyLintFixes(findings, "fuzz", text, applied);
+    require(NOD_Interface::fromText(mended, "fuzz", report, NOD_Interface::Includes::NONE) !=
+            nullptr);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -146,6 +171,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::unique_ptr<ZEL_Template[]> templates = flatten(page);
     checkObsolete(page);
     checkList(templates.get());
-    checkRewriting(std::string(reinterpret_cast<const char *>(data), size));
+    const std::string text(reinterpret_cast<const char *>(data), size);
+    checkRewriting(text);
+    checkLint(text);
     return 0;
 }

@@ -123,6 +123,7 @@ void ZEL_ScriptParm::beginParse(const DS_Stream &stream)
         myFile = KIT_StringHolder(place->getFileName());
         myLine = place->getLineNumber();
     }
+    myTokenNumber = stream.getSpan().number;
 }
 
 bool ZEL_ScriptParm::parseWord(DS_Stream &stream, const Context &context, KIT_String &token)

@@ -76,7 +76,8 @@ std::string_view withoutLooseBrackets(std::string_view word)
 } // namespace
 
 TOK_Lexer::TOK_Lexer(std::string_view text, bool directives)
-    : myAt(text.data()), myEnd(text.data() + text.size()), myDirectivesFlag(directives)
+    : myText(text.data()), myTokenBegin(myText), myAt(myText), myEnd(text.data() + text.size()),
+      myDirectivesFlag(directives)
 {}
 
 TOK_Lexer::Fault TOK_Lexer::takeFault(int &line)
@@ -94,6 +95,7 @@ TOK_Lexer::Kind TOK_Lexer::next(std::string_view &token)
         return END;
     }
     myTokenLine = myLine;
+    myTokenBegin = myAt;
     myFirstFlag = myLineStartFlag;
     if (*myAt == '#' && myLineStartFlag && myDirectivesFlag && readDirective(token)) {
         return DIRECTIVE;

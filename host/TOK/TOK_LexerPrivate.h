@@ -2,13 +2,14 @@
 /// Splits one text into tokens and directive lines, by the rules of TOK_TokenStream.h.
 ///
 /// Vocabulary: *directive line* = a directive without its `#`, comments and joined line ends.
-/// Units:      lines from the first line's number.
+/// Units:      lines from the first line's number; offsets in bytes.
 /// Ownership:  borrows the text. A token is part of it, or kept in the lexer until the next call.
 /// Threads:    one thread at a time.
 /// Errors:     what is never closed extends to the end of the text; takeFault() then reports it.
 
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -35,6 +36,9 @@ public:
     Kind next(std::string_view &token);
     /// The line that the token of the last next() begins on.
     int getLine() const { return myTokenLine; }
+    /// Where that token begins and ends in the text, with its quotes; of a directive, from its `#`.
+    size_t getBegin() const { return static_cast<size_t>(myTokenBegin - myText); }
+    size_t getEnd() const { return static_cast<size_t>(myAt - myText); }
     /// Whether that token is the first of its line.
     bool isFirstOnLine() const { return myFirstFlag; }
     /// The error of the last next(), returned once.
@@ -50,6 +54,8 @@ private:
     std::string_view readQuoted();
     std::string_view copyQuoted(const char *begin);
 
+    const char *myText;
+    const char *myTokenBegin;
     const char *myAt;
     const char *myEnd;
     std::string myScratch;

@@ -87,7 +87,8 @@ void TOK_Preprocessor::pushFile(std::string &&text, const std::string &name)
     source->text = std::move(text);
     std::string_view view = source->text;
     if (startsWith(view, KIT_IStream::theByteOrderMark)) {
-        view.remove_prefix(KIT_IStream::theByteOrderMark.size());
+        source->markSize = KIT_IStream::theByteOrderMark.size();
+        view.remove_prefix(source->markSize);
     }
     source->lexer = TOK_Lexer(view, true);
     source->fileName = myNames.emplace_back(name).c_str();
@@ -127,6 +128,12 @@ bool TOK_Preprocessor::popSource()
     return true;
 }
 
+TOK_Span TOK_Preprocessor::getSpan() const
+{
+    return {myFile->markSize + myFile->lexer.getBegin(), myFile->markSize + myFile->lexer.getEnd(),
+            myMacroFlag, myTokens - (myTokens > 0)};
+}
+
 bool TOK_Preprocessor::next(std::string_view &token, bool &quoted)
 {
     while (!myStoppedFlag) {
@@ -143,6 +150,8 @@ bool TOK_Preprocessor::next(std::string_view &token, bool &quoted)
         } else if (!isSkipping()) {
             quoted = kind == TOK_Lexer::QUOTED;
             if (quoted || !expandMacro(token)) {
+                myMacroFlag = source.macro != nullptr;
+                myTokens++;
                 if (!myPlainHashFlag && !quoted && token[0] == '#' && !source.macro &&
                     source.lexer.isFirstOnLine()) {
                     warning("no directive: '" + std::string(token) + "'", myLine);
@@ -430,6 +439,7 @@ void TOK_Preprocessor::includeFile(const std::string &path)
             return;
         }
     }
+    myOwner.cppInclude(myFile->fileName, myLine, getSpan(), path.c_str(), text);
     pushFile(std::move(text), path);
 }
 

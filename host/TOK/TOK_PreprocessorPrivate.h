@@ -20,6 +20,7 @@
 #include <vector>
 
 class TOK_TokenStream;
+struct TOK_Span;
 
 class TOK_Preprocessor
 {
@@ -38,6 +39,8 @@ public:
     /// The file and line of the last token, or of the use of the macro that it comes from.
     const char *getFileName() const { return myFile->fileName; }
     int getLine() const { return myLine; }
+    /// Where that is in the file.
+    TOK_Span getSpan() const;
 
     void setOptions(const char *const *options);
     void setPath(const char *folders);
@@ -48,6 +51,7 @@ private:
     {
         std::string text; // of a file
         TOK_Lexer lexer{std::string_view(), true};
+        size_t markSize = 0; // of the byte order mark in front of what the lexer reads
         const char *fileName = "";
         std::string identity;       // of a file: the same for each path to it
         TOK_Macro *macro = nullptr; // null: a file
@@ -110,6 +114,8 @@ private:
     std::vector<std::string> myPath;
     Source *myFile = nullptr; // the innermost file
     int myLine = 0;
+    bool myMacroFlag = false; // the last token comes from a macro
+    size_t myTokens = 0;      // returned so far
     int myIncludeDepth;
     int myFileDepth = 0;
     int myMacroDepth = 0;

@@ -75,6 +75,11 @@ int TOK_TokenStream::getToken(KIT_String &token)
     return 1;
 }
 
+TOK_Span TOK_TokenStream::getSpan() const
+{
+    return myPreprocessor->getSpan();
+}
+
 void TOK_TokenStream::ungetToken(const KIT_String &token)
 {
     myPushedBack.push_back(token);
@@ -114,3 +119,7 @@ void TOK_TokenStream::cppError(const char *text)
 {
     KITaddCommonError(KIT_COMMON_BAD_SCRIPT, text);
 }
+
+void TOK_TokenStream::cppInclude(const char *, int, const TOK_Span &, const char *,
+                                 std::string_view)
+{}

@@ -56,7 +56,9 @@
 #include <KIT/KIT_String.h>
 #include <TOK/TOK_Manager.h>
 
+#include <cstddef>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 class KIT_IStream;
@@ -75,6 +77,15 @@ struct TOK_Limits
     static constexpr size_t theConditionDepth = 256;         ///< nested #if; ends the text
     static constexpr int theExpressionDepth = 64;            ///< nesting of an #if expression
     static constexpr int theExpressionSteps = 10000;         ///< its names, numbers, operators
+};
+
+/// The bytes of a file that a token was read from, with its quotes.
+struct TOK_Span
+{
+    std::size_t begin = 0;
+    std::size_t end = 0;
+    bool macroFlag = false; ///< the token is of a macro's text; the bytes are the macro's name
+    std::size_t number = 0; ///< how many tokens come before it, in all files
 };
 
 class KIT_API TOK_TokenStream
@@ -118,11 +129,17 @@ public:
 
     /// The position of the token read last; null for a source without a name.
     const TOK_Manager *getManager() const { return myManager.get(); }
+    /// Its bytes in its file, for tools that show or change the text.
+    TOK_Span getSpan() const;
 
     /// Receives the preprocessor's reports, with the position in the text. Base: the thread's
     /// current error manager, common code 14.
     virtual void cppWarning(const char *text);
     virtual void cppError(const char *text);
+    /// Told of each file that is included, before its first token: where the directive is, and what
+    /// will be read. Base: nothing.
+    virtual void cppInclude(const char *fromFile, int line, const TOK_Span &directive,
+                            const char *file, std::string_view text);
 
 protected:
     /// Null for a source without a name.

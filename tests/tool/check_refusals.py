@@ -33,8 +33,8 @@ WORDS = {
 # Options that a command can't do without.
 NEEDED = {"convert": ["--to", "text"], "doc": ["--out", ">pages"], "migrate": ["--out", ">out"],
           "ramp": ["--svg", ">out"], "set": ["--out", ">out"]}
-FLAGS = {"--binary", "--compact", "--allow-loss", "--dry-run", "--force", "--json", "--keep-going", "--no-scripts",
-         "--numbers", "--stop", "--times", "--help", "--stamp"}
+FLAGS = {"--binary", "--compact", "--allow-loss", "--dry-run", "--fix", "--force", "--json", "--keep-going", "--list",
+         "--no-scripts", "--numbers", "--stop", "--strict", "--times", "--help", "--stamp"}
 READS = {"--channels", "--map", "--script", "--values"}
 WRITES = {"--convert", "--out", "--svg"}
 # Values that are refused, and what the message names; `ramp` has another script.
@@ -47,6 +47,7 @@ WRONG = {
     "--time": [("soon", "soon"), ("1e999", "1e999")], "--fps": [("0", "--fps"), ("-24", "--fps")],
     "--frames": [("soon", "soon"), ("5:1", "5:1"), ("1:5:0", "1:5:0")], "--only": [("nothere", "nothere")],
     "--rename": [("nothere=other", "nothere"), ("nothere", "nothere")], "--dir": [("nowhere", "nowhere")],
+    "--disable": [("nothere", "nothere")], "--level": [("nothere", "nothere")],
 }
 # Values that are a wrong call.
 NO_CALL = {"--as": "nothere", "--format": "nothere", "--to": "nothere", "--threads": "-1", "--fps": "fast"}
@@ -186,7 +187,7 @@ def refuse_read(call, place):
         before = become_nobody if file == "secret" else None
         wrong = plain(call[:place]) + [file] + plain(call[place + 1 :])
         # Of several scripts the others are told.
-        quiet = call[0] not in ("check", "doc")
+        quiet = call[0] not in ("check", "doc", "lint")
         refused(wrong, file, before_run=before, quiet=quiet)
         refused([*wrong, "--json"], reason, before_run=before, quiet=quiet)
 

@@ -1,44 +1,9 @@
 #include "ZELT_Nearest.h"
 
-#include <algorithm>
-#include <numeric>
-
-namespace
-{
-
-/// How many letters must be added, removed, exchanged or swapped with the next one.
-std::size_t distance(const std::string &a, const std::string &b)
-{
-    std::vector<std::size_t> before;
-    std::vector<std::size_t> last(b.size() + 1);
-    std::iota(last.begin(), last.end(), std::size_t(0));
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::vector<std::size_t> row(b.size() + 1, i);
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            row[j] = std::min({row[j - 1] + 1, last[j] + 1, last[j - 1] + (a[i - 1] != b[j - 1])});
-            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
-                row[j] = std::min(row[j], before[j - 2] + 1);
-            }
-        }
-        before = std::move(last);
-        last = std::move(row);
-    }
-    return last[b.size()];
-}
-
-} // namespace
+#include <NOD/NOD_Nearest.h>
 
 std::string ZELTdidYouMean(const std::string &word, const std::vector<std::string> &words)
 {
-    constexpr std::size_t theLongest = 64; // of a word that anybody types
-    std::size_t least = std::max(word.size() / 3, std::size_t(1)) + 1;
-    const std::string *nearest = nullptr;
-    for (const std::string &other : words) {
-        const std::size_t far = word.size() > theLongest ? least : distance(word, other);
-        if (far < least) {
-            least = far;
-            nearest = &other;
-        }
-    }
-    return nearest ? "; did you mean " + *nearest + "?" : "";
+    const std::string nearest = NODnearestWord(word, words);
+    return nearest.empty() ? "" : "; did you mean " + nearest + "?";
 }

@@ -7,6 +7,5 @@
 #include <string>
 #include <vector>
 
-/// `; did you mean NAME?` with the one of the words that is nearest, a letter more, less or other in each three;
-/// "" if none is near.
+/// `; did you mean NAME?` with the one of the words that is nearest (NODnearestWord); "" if none is near.
 std::string ZELTdidYouMean(const std::string &word, const std::vector<std::string> &words);

@@ -24,12 +24,16 @@ auto reported(ZELT_Messages &messages, const Read &read)
 
 ZELT_ScriptPtr ZELTloadScript(const std::string &file, ZELT_Messages &messages)
 {
+    return reported(messages, [&](NOD_Report &report) { return ZELTloadScript(file, report); });
+}
+
+ZELT_ScriptPtr ZELTloadScript(const std::string &file, NOD_Report &report)
+{
     if (file == "-") {
         const std::string text(std::istreambuf_iterator<char>(std::cin), {});
-        return ZELTloadScriptText(text, file, messages);
+        return NOD_Interface::fromText(text, file, report);
     }
-    return reported(messages,
-                    [&](NOD_Report &report) { return NOD_Interface::fromFile(file, report); });
+    return NOD_Interface::fromFile(file, report);
 }
 
 ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &name,

@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 
+class NOD_Report;
 class ZELT_Messages;
 class ZEL_ScriptPage;
 
@@ -18,6 +19,8 @@ using ZELT_ScriptPtr = std::shared_ptr<const NOD_Interface>;
 
 /// "-" is standard input.
 ZELT_ScriptPtr ZELTloadScript(const std::string &file, ZELT_Messages &messages);
+/// The same, with what is said in a report of the caller's.
+ZELT_ScriptPtr ZELTloadScript(const std::string &file, NOD_Report &report);
 /// The same for a text: a script, or the contents of a script's braces.
 ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &name,
                                   ZELT_Messages &messages);

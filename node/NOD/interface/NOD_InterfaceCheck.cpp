@@ -5,6 +5,7 @@
 #include <KIT/KIT_Regex.h>
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/interface/NOD_InterfaceFaultsPrivate.h>
 #include <NOD/interface/NOD_TemplateFieldsPrivate.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Conditional.h>
@@ -18,38 +19,12 @@
 #include <cmath>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace
 {
-
-/// A template with its place.
-struct Placed
-{
-    const ZEL_Template *one;
-    int depth;                      ///< blocks around it
-    int rest;                       ///< templates after it in its array
-    bool rampPartFlag;              ///< made by the library
-    std::string pattern;            ///< the token with all `#`
-    std::vector<std::string> twins; ///< what is told of names that others have
-};
-
-/// `a12_#` as `a#_#`: what may name the same parameter looks the same.
-std::string shapeOf(std::string_view name)
-{
-    std::string shape;
-    for (const char c : name) {
-        const bool numberFlag = c == '#' || (c >= '0' && c <= '9');
-        if (!numberFlag) {
-            shape += c;
-        } else if (shape.empty() || shape.back() != '#') {
-            shape += '#';
-        }
-    }
-    return shape;
-}
 
 int countMarks(std::string_view name)
 {
@@ -66,60 +41,31 @@ std::string withMarks(std::string_view name, int depth)
     return pattern;
 }
 
-/// Names with an owner each, found by themselves or, if they are of items, with numbers in them.
-class Names
+/// What is told of a name that another one has.
+struct Twin
 {
-public:
-    /// The first owner of a name that can be the same; null without one. Adds the name then.
-    const ZEL_Template *add(const std::string &name, const ZEL_Template *owner)
-    {
-        if (const ZEL_Template *const other = find(name)) {
-            return other;
-        }
-        const bool patternFlag = name.find('#') != std::string::npos;
-        myOwners.emplace(name, owner);
-        (patternFlag ? myPatterns : myPlain)[shapeOf(name)].push_back(name);
-        return nullptr;
-    }
+    NOD_FaultKind kind;
+    std::string text;
+    std::string other; ///< its token
+};
 
-    /// The owner of that name; of a pattern, also of a name that an item of it would have.
-    const ZEL_Template *find(const std::string &name) const
-    {
-        const auto found = myOwners.find(name);
-        if (found != myOwners.end()) {
-            return found->second;
-        }
-        const bool patternFlag = name.find('#') != std::string::npos;
-        const auto &others = patternFlag ? myPlain : myPatterns;
-        const auto like = others.find(shapeOf(name));
-        if (like == others.end()) {
-            return nullptr;
-        }
-        for (const std::string &other : like->second) {
-            constexpr int theFirst = 0;
-            int item = 0;
-            const std::string &pattern = patternFlag ? name : other;
-            const std::string &plain = patternFlag ? other : name;
-            if (ZEL_Template::matchMultiInstance(plain.c_str(), pattern.c_str(), theFirst, item)) {
-                return myOwners.at(other);
-            }
-        }
-        return nullptr;
-    }
-
-private:
-    std::unordered_map<std::string, const ZEL_Template *> myOwners;
-    std::unordered_map<std::string, std::vector<std::string>> myPatterns; // by shape
-    std::unordered_map<std::string, std::vector<std::string>> myPlain;
+/// A template with its place.
+struct Placed
+{
+    const ZEL_Template *one;
+    int depth;               ///< blocks around it
+    int rest;                ///< templates after it in its array
+    bool rampPartFlag;       ///< made by the library
+    std::string pattern;     ///< the token with all `#`
+    std::vector<Twin> twins; ///< of its names
 };
 
 class Check
 {
 public:
-    Check(NOD_Report &report, KIT_ErrorSeverity severity) : myReport(report), mySeverity(severity)
-    {}
+    explicit Check(NOD_InterfaceFaults &found) : myFound(found), myNames(found.names) {}
 
-    int run(const ZEL_Template *templates);
+    void run(const ZEL_Template *templates);
 
 private:
     struct Row;
@@ -127,7 +73,8 @@ private:
 
     void collect(const ZEL_Template *templates, int depth, bool rampPartFlag);
     void addNames(Placed &at);
-    void fault(const Placed &at, const std::string &text);
+    void fault(const Placed &at, NOD_FaultKind kind, const std::string &text, std::string word = {},
+               int component = 0);
 
     void checkToken(const Placed &at);
     void tellTwins(const Placed &at);
@@ -139,16 +86,11 @@ private:
     void checkFolders(const Placed &at);
 
     void checkCondition(const Placed &at, const ZEL_ConditionalBase *base);
-    bool isKnown(const Placed &at, const std::string &name) const;
 
-    NOD_Report &myReport;
-    KIT_ErrorSeverity mySeverity;
-    int myFaults = 0;
+    NOD_InterfaceFaults &myFound;
+    NOD_InterfaceNames &myNames;
     std::vector<const ZEL_Template *> myPath; ///< arrays around the one that is collected
     std::vector<Placed> myPlaced;
-    Names myTokens;
-    Names myChannels;
-    std::unordered_set<std::string> myAnyNumbers; ///< the shapes of all names
 };
 
 // ---------------------------------------------------------------------- //
@@ -168,7 +110,7 @@ const Check::Row Check::theRows[] = {
     {&Check::checkConditions, false},    {&Check::checkFolders, false},
 };
 
-int Check::run(const ZEL_Template *templates)
+void Check::run(const ZEL_Template *templates)
 {
     constexpr int theTop = 0;
     collect(templates, theTop, false);
@@ -182,7 +124,6 @@ int Check::run(const ZEL_Template *templates)
             }
         }
     }
-    return myFaults;
 }
 
 void Check::collect(const ZEL_Template *templates, int depth, bool rampPartFlag)
@@ -199,7 +140,7 @@ void Check::collect(const ZEL_Template *templates, int depth, bool rampPartFlag)
         }
         const ZEL_Template *const items = one.getMultiParmTemplate();
         if (std::find(myPath.begin(), myPath.end(), items) != myPath.end()) {
-            fault(myPlaced.back(), "the block is in itself");
+            fault(myPlaced.back(), NOD_FaultKind::BLOCK, "the block is in itself");
         } else {
             collect(items, depth + 1, one.isRampType());
         }
@@ -207,19 +148,19 @@ void Check::collect(const ZEL_Template *templates, int depth, bool rampPartFlag)
     myPath.pop_back();
 }
 
-void Check::fault(const Placed &at, const std::string &text)
+void Check::fault(const Placed &at, NOD_FaultKind kind, const std::string &text, std::string word,
+                  int component)
 {
-    const char *const token = at.one->getToken();
-    myReport.add({mySeverity, {}, 0, token ? token : "", text, {}, 0});
-    ++myFaults;
+    myFound.faults.push_back({kind, at.one, text, std::move(word), component});
 }
 
 void Check::checkToken(const Placed &at)
 {
     const std::string token = at.one->getToken() ? at.one->getToken() : "";
     if (token.empty()) {
-        fault(at, std::string("a parameter has no token; its label is \"") +
-                      (at.one->getLabel() ? at.one->getLabel() : "") + "\"");
+        fault(at, NOD_FaultKind::NO_TOKEN,
+              std::string("a parameter has no token; its label is \"") +
+                  (at.one->getLabel() ? at.one->getLabel() : "") + "\"");
         return;
     }
     if (at.one->getType().isBasicType(ZEL_Type::ZEL_BASIC_NONE)) {
@@ -228,20 +169,15 @@ void Check::checkToken(const Placed &at)
     std::string item = at.pattern;
     std::replace(item.begin(), item.end(), '#', '1');
     if (!ZEL_ParmList::isTextName(KIT_StringRef(item.c_str()))) {
-        myReport.add({mySeverity,
-                      {},
-                      0,
-                      token,
-                      KITformatMessage(ZEL_ERROR_CATEGORY, ZEL_ERR_TEXT_NAME, item.c_str()),
-                      ZEL_ERROR_CATEGORY,
-                      ZEL_ERR_TEXT_NAME});
-        ++myFaults;
+        fault(at, NOD_FaultKind::TEXT_NAME,
+              KITformatMessage(ZEL_ERROR_CATEGORY, ZEL_ERR_TEXT_NAME, item.c_str()));
     }
     if (const int marks = countMarks(token); marks != at.depth) {
-        fault(at, at.depth == 0
-                      ? "a # in the token means an item's number, and no block is around it"
-                      : "the token has " + std::to_string(marks) + " # and is in " +
-                            std::to_string(at.depth) + (at.depth == 1 ? " block" : " blocks"));
+        fault(at, NOD_FaultKind::MARKS,
+              at.depth == 0
+                  ? "a # in the token means an item's number, and no block is around it"
+                  : "the token has " + std::to_string(marks) + " # and is in " +
+                        std::to_string(at.depth) + (at.depth == 1 ? " block" : " blocks"));
     }
 }
 
@@ -257,35 +193,40 @@ std::string channelPattern(const Placed &at, int component)
 void Check::addNames(Placed &at)
 {
     const ZEL_Template &one = *at.one;
-    myAnyNumbers.insert(shapeOf(at.pattern));
     if (at.pattern.empty()) {
         return;
     }
-    if (const ZEL_Template *const other = myTokens.add(at.pattern, &one)) {
+    if (const ZEL_Template *const other = myNames.addToken(at.pattern, &one)) {
         const std::string token = other->getToken();
         const bool itemsFlag = at.pattern.find('#') != std::string::npos;
-        at.twins.push_back(token == one.getToken() ? "another parameter has the same token"
-                           : itemsFlag             ? "an item has the token of " + token + " too"
-                                                   : "an item of " + token + " has the token too");
+        if (token == one.getToken()) {
+            at.twins.push_back(
+                {NOD_FaultKind::SAME_TOKEN, "another parameter has the same token", token});
+        } else {
+            at.twins.push_back({NOD_FaultKind::SAME_ITEM_TOKEN,
+                                itemsFlag ? "an item has the token of " + token + " too"
+                                          : "an item of " + token + " has the token too",
+                                token});
+        }
         return;
     }
     for (int i = 0; i < one.getVectorSize() && !one.isSwitcher(); ++i) {
         const std::string channel = channelPattern(at, i);
-        const ZEL_Template *const other = myChannels.add(channel, &one);
-        myAnyNumbers.insert(shapeOf(channel));
-        if (other) {
-            at.twins.push_back("its channel " + channel + " is " +
-                               (other == &one
-                                    ? "there twice"
-                                    : std::string("one of ") + other->getToken() + " too"));
+        if (const ZEL_Template *const other = myNames.addChannel(channel, &one)) {
+            at.twins.push_back(
+                {NOD_FaultKind::SAME_CHANNEL,
+                 "its channel " + channel + " is " +
+                     (other == &one ? "there twice"
+                                    : std::string("one of ") + other->getToken() + " too"),
+                 other->getToken()});
         }
     }
 }
 
 void Check::tellTwins(const Placed &at)
 {
-    for (const std::string &twin : at.twins) {
-        fault(at, twin);
+    for (const Twin &twin : at.twins) {
+        fault(at, twin.kind, twin.text, twin.other);
     }
 }
 
@@ -294,8 +235,9 @@ void Check::checkRange(const Placed &at)
     const ZEL_Range *const range = at.one->getRangePtr();
     if (range && range->getMinFlag() && range->getMaxFlag() &&
         !(range->getUIMin() <= range->getUIMax())) {
-        fault(at, std::string("the range begins at ") + KIT_Digits(range->getUIMin()).buffer() +
-                      " and ends at " + KIT_Digits(range->getUIMax()).buffer());
+        fault(at, NOD_FaultKind::RANGE,
+              std::string("the range begins at ") + KIT_Digits(range->getUIMin()).buffer() +
+                  " and ends at " + KIT_Digits(range->getUIMax()).buffer());
     }
 }
 
@@ -309,31 +251,12 @@ void Check::checkDefaults(const Placed &at)
             continue;
         }
         if (range->constrain(value->getFloat()) != value->getFloat()) {
-            fault(at, std::string("the default ") + KIT_Digits(value->getFloat()).buffer() +
-                          " is outside of the hard range");
+            fault(at, NOD_FaultKind::DEFAULT_RANGE,
+                  std::string("the default ") + KIT_Digits(value->getFloat()).buffer() +
+                      " is outside of the hard range",
+                  KIT_Digits(range->constrain(value->getFloat())).buffer(), i);
         }
     }
-}
-
-/// A static menu that offers these choices and no others; null if there is none.
-const ZEL_ChoiceList *onlyChoices(const ZEL_Template &one)
-{
-    const ZEL_ChoiceList *const menu = one.getChoiceListPtr();
-    const bool kindFlag = one.getType().isOrdinalType() || one.getType().isStringType();
-    return menu && kindFlag && menu->getStaticSize() > 0 && menu->choiceNamesPtr() &&
-                   (menu->getType() & ZEL_CHOICELIST_EXCLUSIVE_BIT)
-               ? menu
-               : nullptr;
-}
-
-bool hasEntry(const ZEL_ChoiceList &menu, std::string_view token)
-{
-    for (const ZEL_Name *at = menu.choiceNamesPtr(); !at->isSentinel(); ++at) {
-        if (token == at->getToken()) {
-            return true;
-        }
-    }
-    return false;
 }
 
 /// Neither an expression nor a reference.
@@ -345,7 +268,7 @@ bool isWord(std::string_view text, bool stringFlag)
 void Check::checkDefaultOfMenu(const Placed &at)
 {
     const ZEL_Template &one = *at.one;
-    const ZEL_ChoiceList *const menu = onlyChoices(one);
+    const ZEL_ChoiceList *const menu = NODonlyChoices(one);
     // The components of a strip are bits, its menu's entries.
     const bool maskFlag = one.getType().hasOrdinalType(ZEL_Type::ZEL_ORD_BUTTONSTRIP) ||
                           one.getType().hasOrdinalType(ZEL_Type::ZEL_ORD_ICONSTRIP);
@@ -358,14 +281,19 @@ void Check::checkDefaultOfMenu(const Placed &at)
         const bool literalFlag = value->getStringMeaning() == TRK_MEANING_LITERAL;
         if (value->gotString() && literalFlag &&
             isWord(text.view(), one.getType().isStringType()) && !text.isEmpty() &&
-            !hasEntry(*menu, text.view()) && !(one.getType().isOrdinalType() && text.isFloat())) {
-            fault(at, "the default " + text.toStdString() + " is no entry of the menu");
+            !NODhasEntry(*menu, text.view()) &&
+            !(one.getType().isOrdinalType() && text.isFloat())) {
+            fault(at, NOD_FaultKind::DEFAULT_WORD,
+                  "the default " + text.toStdString() + " is no entry of the menu",
+                  text.toStdString(), i);
         }
         const int index = value->getOrdinal();
         if (!value->gotString() && one.getType().isOrdinalType() && !maskFlag &&
             (index < 0 || index >= menu->getStaticSize())) {
-            fault(at, "the default is entry " + std::to_string(index) + " of a menu of " +
-                          std::to_string(menu->getStaticSize()));
+            fault(at, NOD_FaultKind::DEFAULT_INDEX,
+                  "the default is entry " + std::to_string(index) + " of a menu of " +
+                      std::to_string(menu->getStaticSize()),
+                  std::to_string(index), i);
         }
     }
 }
@@ -378,7 +306,8 @@ void Check::checkMenu(const Placed &at)
          entry && !entry->isSentinel(); ++entry) {
         const std::string_view token = entry->getToken();
         if (token != "_separator_" && !tokens.insert(token).second) {
-            fault(at, "two entries of the menu are " + std::string(token));
+            fault(at, NOD_FaultKind::MENU_TWINS,
+                  "two entries of the menu are " + std::string(token), std::string(token));
         }
     }
 }
@@ -404,31 +333,26 @@ void Check::checkCondition(const Placed &at, const ZEL_ConditionalBase *base)
             for (int j = 0; j < group.entries(); ++j) {
                 const std::string place = std::string(ZEL_Conditional::getName(type, false)) + ": ";
                 const KIT_String &left = group.getControlParms()(j);
-                if (left.lastChar() != ')' && !isKnown(at, left.toStdString())) {
-                    fault(at, place + "there is no parameter " + left.toStdString() +
-                                  (isWord(left.view(), false)
-                                       ? ""
-                                       : "; an expression is one that ends in a parenthesis"));
+                if (left.lastChar() != ')' && !myNames.isKnown(left.toStdString(), at.depth)) {
+                    fault(at, NOD_FaultKind::CONDITION,
+                          place + "there is no parameter " + left.toStdString() +
+                              (isWord(left.view(), false)
+                                   ? ""
+                                   : "; an expression is one that ends in a parenthesis"));
                 }
                 const ZEL_ConditionalOperator op = group.getOperators()(j);
                 if (op == ZEL_CONDOP_MATCH || op == ZEL_CONDOP_NOMATCH) {
                     const KIT_Regex pattern(group.getControlValues()(j).nonNullStr());
                     if (!pattern.isValid()) {
-                        fault(at, place + group.getControlValues()(j).toStdString() +
-                                      " is no regular expression: " +
-                                      pattern.getErrorText().nonNullStr());
+                        fault(at, NOD_FaultKind::CONDITION,
+                              place + group.getControlValues()(j).toStdString() +
+                                  " is no regular expression: " +
+                                  pattern.getErrorText().nonNullStr());
                     }
                 }
             }
         }
     }
-}
-
-/// In a block each `#` becomes a number, which may be that of an item anywhere.
-bool Check::isKnown(const Placed &at, const std::string &name) const
-{
-    return myTokens.find(name) || myChannels.find(name) ||
-           (at.depth > 0 && countMarks(name) > 0 && myAnyNumbers.count(shapeOf(name)));
 }
 
 void Check::checkFolders(const Placed &at)
@@ -444,12 +368,14 @@ void Check::checkFolders(const Placed &at)
         const ZEL_Default *const folder = NODgetDefault(set, i);
         const double count = folder ? folder->getFloat() : 0.0;
         if (!folder || !(count >= 0.0) || count != std::floor(count)) {
-            fault(at, "folder " + std::to_string(i + 1) + " has no count of members");
+            fault(at, NOD_FaultKind::FOLDERS,
+                  "folder " + std::to_string(i + 1) + " has no count of members");
             return;
         }
         for (double member = 0.0; member < count; ++member) {
             if (rest <= 0) {
-                fault(at, "folder " + std::to_string(i + 1) + " has fewer members than it says");
+                fault(at, NOD_FaultKind::FOLDERS,
+                      "folder " + std::to_string(i + 1) + " has fewer members than it says");
                 return;
             }
             const ZEL_Template *const end =
@@ -462,9 +388,48 @@ void Check::checkFolders(const Placed &at)
 
 } // namespace
 
+NOD_InterfaceFaults NODfindInterfaceFaults(const ZEL_Template *templates)
+{
+    NOD_InterfaceFaults found;
+    Check(found).run(templates);
+    return found;
+}
+
+const ZEL_ChoiceList *NODonlyChoices(const ZEL_Template &one)
+{
+    const ZEL_ChoiceList *const menu = one.getChoiceListPtr();
+    const bool kindFlag = one.getType().isOrdinalType() || one.getType().isStringType();
+    return menu && kindFlag && menu->getStaticSize() > 0 && menu->choiceNamesPtr() &&
+                   (menu->getType() & ZEL_CHOICELIST_EXCLUSIVE_BIT)
+               ? menu
+               : nullptr;
+}
+
+bool NODhasEntry(const ZEL_ChoiceList &menu, std::string_view token)
+{
+    for (const ZEL_Name *at = menu.choiceNamesPtr(); !at->isSentinel(); ++at) {
+        if (token == at->getToken()) {
+            return true;
+        }
+    }
+    return false;
+}
+
 int NODcheckInterface(const ZEL_Template *templates, NOD_Report &report, KIT_ErrorSeverity severity)
 {
-    return Check(report, severity).run(templates);
+    const NOD_InterfaceFaults found = NODfindInterfaceFaults(templates);
+    for (const NOD_InterfaceFault &fault : found.faults) {
+        const bool libraryFlag = fault.kind == NOD_FaultKind::TEXT_NAME;
+        const char *const token = fault.parm->getToken();
+        report.add({severity,
+                    {},
+                    0,
+                    token ? token : "",
+                    fault.text,
+                    libraryFlag ? ZEL_ERROR_CATEGORY : "",
+                    libraryFlag ? int(ZEL_ERR_TEXT_NAME) : 0});
+    }
+    return int(found.faults.size());
 }
 
 int NODcheckMenuScripts(const ZEL_Template *templates, NOD_Report &report,

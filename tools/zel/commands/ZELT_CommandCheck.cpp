@@ -1,5 +1,6 @@
 #include "ZELT_CommandLine.h"
 #include "ZELT_Json.h"
+#include "ZELT_Lint.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Progress.h"
 #include "ZELT_Script.h"
@@ -26,6 +27,7 @@ namespace
 struct Call
 {
     std::vector<std::string> files;
+    bool strict = false;
 };
 
 /// Tells the names of a script's parameters that can't be used everywhere; in a block, those of the
@@ -159,14 +161,25 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
             const NameCheck names(*script, file, messages);
             tellFaults(*script, file, messages);
         }
+        std::vector<NOD_LintFinding> findings;
+        if (script && call.strict) {
+            NOD_LintOptions judged;
+            good = ZELTreadLintFile(file, judged, messages) && good;
+            findings = NODlint(*script, judged);
+            good = good && findings.empty();
+        }
         if (options.json) {
             ZELT_Json result;
             result["file"] = file;
             result["ok"] = script != nullptr;
             result["parameters"] = script ? ZELT_Json(script->getParmCount()) : ZELT_Json();
+            if (call.strict) {
+                result["findings"] = ZELTlintJson(findings);
+            }
             results.push_back(result);
         } else if (script) {
             std::cout << file << ": ok, " << script->getParmCount() << " parameters\n";
+            ZELTprintLint(findings);
         } else {
             std::cout << file << ": failed\n";
         }
@@ -185,4 +198,5 @@ void ZELTaddCheck(ZELT_CommandLine &line)
     const auto [command, call] = line.add("check", "Parse dialog scripts and tell every message",
                                           "zel check examples/*.ds", check);
     command.add_option("FILE", call.files, "Dialog scripts")->required();
+    command.add_flag("--strict", call.strict, "Judge them as zel lint does, too");
 }

@@ -1,0 +1,95 @@
+/// \file NOD_LintContextPrivate.h
+/// What the rules read, and where they put what they find.
+///
+/// Ownership:  borrows the script.
+/// Threads:    one thread at a time.
+#pragma once
+
+#include <NOD/NOD_Lint.h>
+#include <NOD/interface/NOD_InterfaceFaultsPrivate.h>
+#include <NOD/lint/NOD_LintScriptPrivate.h>
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// The rules by name; each is the number of its row.
+enum class NOD_LintCode
+{
+#define NOD_LINT_RULE(code, name, level, fix, sentence, example, mended) code,
+#include <NOD/lint/NOD_LintRules.def>
+};
+
+class NOD_LintContext
+{
+public:
+    using Block = NOD_LintScript::Block;
+    using Entry = NOD_LintScript::Entry;
+
+    /// What is told of a place beside its text.
+    struct Extra
+    {
+        std::string nearest;
+        std::optional<NOD_LintEdit> fix;
+        std::size_t offset = 0; ///< of what is meant, in the token as it is written
+    };
+
+    explicit NOD_LintContext(const NOD_LintScript &script);
+
+    const NOD_LintScript &script() const { return myScript; }
+    const NOD_LintTokens &tokens() const { return myTokens; }
+    const std::vector<Block> &blocks() const { return myScript.getBlocks(); }
+    const Block &block(int number) const { return blocks()[std::size_t(number)]; }
+    const NOD_InterfaceFaults &faults() const { return myFaults; }
+    std::string text(int token) const { return std::string(myTokens.text(token)); }
+
+    /// A finding at a token of a block.
+    void add(NOD_LintCode code, int block, int token, const std::string &text)
+    {
+        add(code, block, token, text, Extra());
+    }
+    void add(NOD_LintCode code, int block, int token, const std::string &text, Extra extra);
+    /// One at a place of a file.
+    void addAt(NOD_LintCode code, int file, int line, std::size_t offset, const std::string &text,
+               std::optional<NOD_LintEdit> fix = std::nullopt);
+    std::vector<NOD_LintFinding> take() { return std::move(myFindings); }
+
+    /// As NODnearestWord, as long as the rules haven't asked for more than can be compared in little time.
+    std::string nearest(const std::string &word, const std::vector<std::string> &words);
+
+    // ------------------------------------------------------------------ //
+    /// \name Edits   (none where a macro or another file takes part)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// Replaces the tokens [first, last), as they are written, by a text; an empty one takes the blanks
+    /// in front away too.
+    std::optional<NOD_LintEdit> replace(int first, int last, const std::string &text) const;
+    /// Moves an entry behind a later one of its block.
+    std::optional<NOD_LintEdit> moveBehind(const Entry &moved, const Entry &other) const;
+    /// Part of a token as it is written.
+    std::optional<NOD_LintEdit> replacePart(int token, std::size_t offset, std::size_t length,
+                                            const std::string &text) const;
+    ///@}
+
+private:
+    bool isPlain(int first, int last) const;
+
+    const NOD_LintScript &myScript;
+    const NOD_LintTokens &myTokens;
+    NOD_InterfaceFaults myFaults;
+    std::vector<NOD_LintFinding> myFindings;
+    std::size_t myCompared = 0; ///< words
+};
+
+// The rules by subject; each adds what it finds.
+void NODlintNames(NOD_LintContext &context);
+void NODlintKeywords(NOD_LintContext &context);
+void NODlintValues(NOD_LintContext &context);
+void NODlintRamps(NOD_LintContext &context);
+void NODlintMenus(NOD_LintContext &context);
+void NODlintConditions(NOD_LintContext &context);
+void NODlintFiles(NOD_LintContext &context);
+
+/// Why an expression can't be read; "" if it can. `place` is the byte of the fault.
+std::string NODexpressionFault(const std::string &text, std::size_t &place);

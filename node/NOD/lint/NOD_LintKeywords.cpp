@@ -1,0 +1,266 @@
+// Rules of types and keywords: Z201 to Z208.
+
+#include <NOD/lint/NOD_LintContextPrivate.h>
+
+#include <KIT/KIT_String.h>
+#include <ZEL/ZEL_ScriptParm.h>
+#include <ZEL/ZEL_ScriptTypes.h>
+#include <ZEL/ZEL_TypeConstants.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace
+{
+
+using Block = NOD_LintContext::Block;
+using Entry = NOD_LintContext::Entry;
+using Extra = NOD_LintContext::Extra;
+using Kind = NOD_LintScript::Kind;
+
+constexpr std::string_view theLooks[] = {"invisible", "nolabel", "joinnext", "logarithmic"};
+
+bool isOneOf(std::string_view word, std::initializer_list<std::string_view> words)
+{
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+bool isLook(std::string_view word)
+{
+    return std::find(std::begin(theLooks), std::end(theLooks), word) != std::end(theLooks);
+}
+
+bool isDefault(std::string_view word)
+{
+    return word == "default" || word == "defaults";
+}
+
+bool isMenu(std::string_view word)
+{
+    return word.substr(0, 4) == "menu";
+}
+
+std::vector<std::string> typeWords()
+{
+    std::vector<std::string> words;
+    for (int i = 0; const char *const word = ZELgetScriptTypeWord(i); ++i) {
+        words.emplace_back(word);
+    }
+    return words;
+}
+
+class Check
+{
+public:
+    Check(NOD_LintContext &context, int number)
+        : myContext(context), myBlock(context.block(number)), myNumber(number)
+    {}
+
+    void run()
+    {
+        checkRepeats();
+        checkTags();
+        if (myBlock.kind == Kind::PARM) {
+            checkTypes();
+            checkSizes();
+            checkOrder();
+            checkSurplus();
+            checkEffects();
+        }
+    }
+
+private:
+    void checkTypes();
+    void checkSizes();
+    void checkOrder();
+    void checkSurplus();
+    void checkRepeats();
+    void checkTags();
+    void checkEffects();
+
+    void tellLost(const Entry &lost, const Entry &by);
+
+    NOD_LintContext &myContext;
+    const Block &myBlock;
+    int myNumber;
+};
+
+void Check::checkTypes()
+{
+    for (const Entry &entry : myBlock.entries) {
+        if (entry.word != "type" || entry.count() != 1) {
+            continue;
+        }
+        const std::string word = myContext.text(entry.first);
+        if (ZELlookupScriptType(word.c_str()) < 0) {
+            Extra extra;
+            extra.nearest = myContext.nearest(word, typeWords());
+            myContext.add(NOD_LintCode::Z201, myNumber, entry.first,
+                          "there is no type " + word + ", so it is a float", extra);
+        }
+    }
+}
+
+void Check::checkSizes()
+{
+    for (const Entry &entry : myBlock.entries) {
+        if (entry.word != "size" || entry.count() != 1) {
+            continue;
+        }
+        const std::string word = myContext.text(entry.first);
+        const KIT_String number(word.c_str());
+        if (!number.isInteger()) {
+            myContext.add(NOD_LintCode::Z202, myNumber, entry.first,
+                          "the size " + word + " is no whole number");
+        } else if (number.toInteger() < 1) {
+            myContext.add(NOD_LintCode::Z202, myNumber, entry.first,
+                          "a parameter of the size " + word + " has no component");
+        }
+    }
+}
+
+/// What a later keyword takes away.
+void Check::checkOrder()
+{
+    const std::vector<Entry> &entries = myBlock.entries;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const Entry &one = entries[i];
+        const bool defaultFlag = isDefault(one.word);
+        if (!defaultFlag && !isLook(one.word) && !isMenu(one.word)) {
+            continue;
+        }
+        const auto same = [&one](const Entry &other) {
+            return isDefault(one.word) ? isDefault(other.word)
+                   : isMenu(one.word)  ? isMenu(other.word)
+                                       : other.word == one.word;
+        };
+        const Entry *by = nullptr;
+        for (std::size_t k = i + 1; k < entries.size(); ++k) {
+            const Entry &other = entries[k];
+            if (same(other)) {
+                by = nullptr; // it comes again, in time
+            } else if (other.count() == 1 &&
+                       (other.word == "type" || (defaultFlag && other.word == "size"))) {
+                const bool ordinalFlag = myContext.text(other.first) == "ordinal";
+                by = !isMenu(one.word) || ordinalFlag ? &other : by;
+            }
+        }
+        if (by) {
+            tellLost(one, *by);
+        }
+    }
+}
+
+void Check::tellLost(const Entry &lost, const Entry &by)
+{
+    Extra extra;
+    extra.fix = myContext.moveBehind(lost, by);
+    const std::string word(lost.word);
+    if (isMenu(lost.word)) {
+        myContext.add(NOD_LintCode::Z203, myNumber, lost.keyword,
+                      "the " + word + " comes before `type ordinal`, which clears it", extra);
+    } else {
+        myContext.add(NOD_LintCode::Z204, myNumber, lost.keyword,
+                      word + " comes before `" + std::string(by.word) + "`, which drops it", extra);
+    }
+}
+
+void Check::checkSurplus()
+{
+    const ZEL_ScriptParm *const record = myBlock.record;
+    for (const Entry &entry : myBlock.entries) {
+        if (!isDefault(entry.word) || !record || entry.count() < 2) {
+            continue;
+        }
+        constexpr int theBracketed = 4;
+        int values = 0;
+        int surplus = -1;
+        for (int i = entry.first + 1; i < entry.last - 1; ++values) {
+            if (values == record->getSize()) {
+                surplus = i;
+            }
+            i += myContext.tokens().text(i) == "[" ? theBracketed : 1;
+        }
+        if (surplus >= 0 && record->getSize() > 0) {
+            Extra extra;
+            extra.fix = myContext.replace(surplus, entry.last - 1, "");
+            myContext.add(NOD_LintCode::Z205, myNumber, surplus,
+                          "there are " + std::to_string(values) + " defaults for " +
+                              std::to_string(record->getSize()) +
+                              (record->getSize() == 1 ? " component" : " components"),
+                          extra);
+        }
+    }
+}
+
+void Check::checkRepeats()
+{
+    const std::vector<Entry> &entries = myBlock.entries;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const Entry &one = entries[i];
+        if (!isOneOf(one.word, {"name", "label", "help", "default", "defaults", "option", "export",
+                                "callback", "rmantype", "type", "size", "range"})) {
+            continue;
+        }
+        const bool againFlag =
+            std::any_of(entries.begin() + long(i) + 1, entries.end(), [&one](const Entry &other) {
+                return other.word == one.word || (isDefault(one.word) && isDefault(other.word));
+            });
+        if (!againFlag) {
+            continue;
+        }
+        Extra extra;
+        // The others leave something behind that the last one doesn't take away.
+        if (!isOneOf(one.word, {"type", "size", "range"})) {
+            extra.fix = myContext.replace(one.keyword, one.last, "");
+        }
+        myContext.add(NOD_LintCode::Z206, myNumber, one.keyword,
+                      std::string(one.word) + " comes again, and only the last one counts", extra);
+    }
+}
+
+void Check::checkTags()
+{
+    for (const Entry &entry : myBlock.entries) {
+        constexpr int theOnePair = 4; // with its braces
+        if (isOneOf(entry.word, {"parmtag", "attribute", "grouptag"}) &&
+            entry.count() > theOnePair) {
+            const int surplus = entry.first + 3;
+            myContext.add(NOD_LintCode::Z207, myNumber, surplus,
+                          std::string(entry.word) + " holds one name and one value: " +
+                              myContext.text(surplus) + " is dropped");
+        }
+    }
+}
+
+void Check::checkEffects()
+{
+    if (!myBlock.record) {
+        return;
+    }
+    const ZEL_Type &type = myBlock.record->getType();
+    const bool floatFlag = type.isFloatType() && !type.hasAnyOf(ZEL_TYPE_INTEGER);
+    for (const Entry &entry : myBlock.entries) {
+        const char *only = nullptr;
+        if (entry.word == "logarithmic" && !floatFlag) {
+            only = "floats";
+        } else if (entry.word == "unquoted" && !type.isStringType()) {
+            only = "strings";
+        }
+        if (only) {
+            Extra extra;
+            extra.fix = myContext.replace(entry.keyword, entry.last, "");
+            myContext.add(NOD_LintCode::Z208, myNumber, entry.keyword,
+                          std::string(entry.word) + " has an effect on " + only + " only", extra);
+        }
+    }
+}
+
+} // namespace
+
+void NODlintKeywords(NOD_LintContext &context)
+{
+    for (std::size_t i = 0; i < context.blocks().size(); ++i) {
+        Check(context, int(i)).run();
+    }
+}

@@ -1,0 +1,184 @@
+#include <NOD/lint/NOD_LintTokensPrivate.h>
+
+#include <DS/DS_Stream.h>
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_String.h>
+
+#include <algorithm>
+
+/// Reads in silence: what is wrong with the text was told when it became an interface.
+class NOD_LintStream : public DS_Stream
+{
+public:
+    NOD_LintStream(KIT_IStream &is, const std::string &name, NOD_Interface::Includes includes,
+                   NOD_LintTokens &tokens)
+        : DS_Stream(is, name.c_str(), includes == NOD_Interface::Includes::NONE), myTokens(tokens)
+    {
+        if (includes == NOD_Interface::Includes::CONFINED) {
+            setIncludesConfined(true);
+        }
+    }
+
+    void cppWarning(const char *) override {}
+    void cppError(const char *) override {}
+    void cppInclude(const char *fromFile, int line, const TOK_Span &directive, const char *file,
+                    std::string_view text) override
+    {
+        const int from = myTokens.findFile(fromFile);
+        int included = myTokens.findFile(file);
+        if (included < 0) {
+            included = myTokens.addFile(file, text);
+        }
+        myTokens.myIncludes.push_back({from, line, directive.begin, directive.end, included});
+    }
+
+private:
+    NOD_LintTokens &myTokens;
+};
+
+NOD_LintTokens::NOD_LintTokens(const std::string &text, const std::string &file,
+                               NOD_Interface::Includes includes)
+{
+    // Without a name there are no lines.
+    const std::string name = file.empty() ? "script" : file;
+    addFile(name, text);
+    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+    NOD_LintStream stream(is, name, includes, *this);
+    KIT_String token;
+    while (stream.getToken(token)) {
+        if (size() >= theMost) {
+            myCutFlag = true;
+            break;
+        }
+        const TOK_Span span = stream.getSpan();
+        const TOK_Manager *const place = stream.getManager();
+        myTokens.push_back({span.begin, span.end, myTexts.size(), int(token.length()),
+                            std::max(findFile(place->getFileName()), 0), place->getLineNumber(),
+                            span.macroFlag});
+        myTexts += token.view();
+    }
+}
+
+int NOD_LintTokens::addFile(const std::string &name, std::string_view text)
+{
+    myFiles.push_back({name, std::string(text)});
+    return int(myFiles.size()) - 1;
+}
+
+/// Most are of the file of the one before; -1 for a file that isn't there.
+int NOD_LintTokens::findFile(std::string_view name)
+{
+    if (myFiles[std::size_t(myLastFile)].name != name) {
+        const auto found = std::find_if(myFiles.begin(), myFiles.end(),
+                                        [name](const File &file) { return file.name == name; });
+        if (found == myFiles.end()) {
+            return -1;
+        }
+        myLastFile = int(found - myFiles.begin());
+    }
+    return myLastFile;
+}
+
+std::size_t NOD_LintTokens::rawOffset(int token, std::size_t offset) const
+{
+    const std::string_view written = raw(token);
+    if (written.empty() || written[0] != '"') {
+        return std::min(offset, written.size());
+    }
+    std::size_t at = 1;
+    for (; offset > 0 && at < written.size(); --offset) {
+        constexpr std::size_t theDigits = 3; // of a byte
+        std::size_t digits = 0;
+        if (written[at++] == '\\') {
+            while (digits < theDigits && at + digits < written.size() &&
+                   written[at + digits] >= '0' && written[at + digits] <= '7') {
+                ++digits;
+            }
+            at += std::max(digits, std::size_t(1));
+        }
+    }
+    return std::min(at, written.size());
+}
+
+int NOD_LintTokens::getColumn(int file, std::size_t offset) const
+{
+    const std::string_view text = myFiles[std::size_t(file)].text;
+    offset = std::min(offset, text.size());
+    if (myColumn.file != file || myColumn.offset > offset) {
+        const std::size_t before =
+            offset == 0 ? std::string_view::npos : text.rfind('\n', offset - 1);
+        const std::string_view mark = KIT_IStream::theByteOrderMark;
+        const bool markFlag =
+            before == std::string_view::npos && text.substr(0, mark.size()) == mark;
+        myColumn = {file, markFlag ? std::min(mark.size(), offset) : before + 1, 1};
+    }
+    for (; myColumn.offset < offset; ++myColumn.offset) {
+        const char c = text[myColumn.offset];
+        const bool firstByteFlag = (static_cast<unsigned char>(c) & 0xc0) != 0x80;
+        myColumn.column = c == '\n' ? 1 : myColumn.column + firstByteFlag;
+    }
+    return myColumn.column;
+}
+
+// ---------------------------------------------------------------------- //
+// Comments
+// ---------------------------------------------------------------------- //
+
+/// The tokens of each file, sorted by their beginnings.
+std::vector<std::vector<std::size_t>> NOD_LintTokens::tokensByFile() const
+{
+    std::vector<std::vector<std::size_t>> files(myFiles.size());
+    for (std::size_t i = 0; i < myTokens.size(); ++i) {
+        files[std::size_t(myTokens[i].file)].push_back(i);
+    }
+    for (std::vector<std::size_t> &tokens : files) {
+        std::stable_sort(tokens.begin(), tokens.end(), [this](std::size_t a, std::size_t b) {
+            return myTokens[a].begin < myTokens[b].begin;
+        });
+    }
+    return files;
+}
+
+std::vector<NOD_LintTokens::Comment> NOD_LintTokens::findComments() const
+{
+    std::vector<Comment> found;
+    const bool anyFlag = std::any_of(myFiles.begin(), myFiles.end(), [](const File &file) {
+        return file.text.find("zel-lint:") != std::string::npos;
+    });
+    if (anyFlag) {
+        const auto tokens = tokensByFile();
+        for (std::size_t i = 0; i < myFiles.size(); ++i) {
+            findComments(int(i), tokens[i], found);
+        }
+    }
+    return found;
+}
+
+void NOD_LintTokens::findComments(int file, const std::vector<std::size_t> &tokens,
+                                  std::vector<Comment> &found) const
+{
+    static constexpr std::string_view theWord = "zel-lint:";
+    const std::string_view text = myFiles[std::size_t(file)].text;
+    std::size_t counted = 0;
+    int line = 1;
+    for (std::size_t at = text.find(theWord); at != std::string_view::npos;
+         at = text.find(theWord, at + theWord.size())) {
+        // In a text it is no comment.
+        const auto behind = std::upper_bound(tokens.begin(), tokens.end(), at,
+                                             [this](std::size_t offset, std::size_t token) {
+                                                 return offset < myTokens[token].begin;
+                                             });
+        const bool quotedFlag = behind != tokens.begin() && myTokens[*(behind - 1)].end > at;
+        const std::size_t lineStart = at == 0 ? std::string_view::npos : text.rfind('\n', at - 1);
+        const std::string_view before =
+            text.substr(lineStart + 1, at - (lineStart + 1)); // npos + 1 is 0
+        if (quotedFlag || before.find("//") == std::string_view::npos) {
+            continue;
+        }
+        line += int(std::count(text.begin() + long(counted), text.begin() + long(at), '\n'));
+        counted = at;
+        const std::size_t begin = at + theWord.size();
+        const std::size_t end = std::min(text.find_first_of("\r\n", begin), text.size());
+        found.push_back({file, line, begin, std::string(text.substr(begin, end - begin))});
+    }
+}

@@ -1,0 +1,242 @@
+// Rules of values: Z301 to Z306, Z309 and Z310.
+
+#include <NOD/lint/NOD_LintContextPrivate.h>
+#include <NOD/lint/NOD_LintPythonPrivate.h>
+
+#include <KIT/KIT_String.h>
+#include <TRK/TRK_Types.h>
+#include <ZEL/ZEL_ChoiceList.h>
+#include <ZEL/ZEL_Name.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ScriptParm.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <algorithm>
+
+namespace
+{
+
+using Block = NOD_LintContext::Block;
+using Entry = NOD_LintContext::Entry;
+using Extra = NOD_LintContext::Extra;
+using Kind = NOD_LintScript::Kind;
+
+/// The defaults that count; null without any.
+const Entry *findDefaults(const Block &block)
+{
+    const auto found =
+        std::find_if(block.entries.rbegin(), block.entries.rend(), [](const Entry &entry) {
+            return entry.word == "default" || entry.word == "defaults";
+        });
+    return found == block.entries.rend() ? nullptr : &*found;
+}
+
+/// The text of a component's default; -1 without one.
+int defaultToken(const NOD_LintContext &context, const Block &block, int component)
+{
+    const Entry *const entry = findDefaults(block);
+    if (!entry || entry->count() < 1) {
+        return -1;
+    }
+    if (block.kind != Kind::PARM) {
+        return context.tokens().text(entry->first) == "{" ? entry->first + 1 : entry->first;
+    }
+    constexpr int theBracketed = 4;
+    int at = entry->first + 1;
+    for (; component > 0 && at < entry->last - 1; --component) {
+        at += context.tokens().text(at) == "[" ? theBracketed : 1;
+    }
+    if (at >= entry->last - 1) {
+        return -1;
+    }
+    return context.tokens().text(at) == "[" ? at + 1 : at;
+}
+
+std::vector<std::string> entriesOf(const ZEL_Template &one)
+{
+    std::vector<std::string> words;
+    const ZEL_ChoiceList *const menu = one.getChoiceListPtr();
+    for (const ZEL_Name *entry = menu ? menu->choiceNamesPtr() : nullptr;
+         entry && !entry->isSentinel(); ++entry) {
+        words.emplace_back(entry->getToken() ? entry->getToken() : "");
+    }
+    return words;
+}
+
+/// What NODcheckInterface() finds too.
+void tellFaults(NOD_LintContext &context)
+{
+    for (const NOD_InterfaceFault &fault : context.faults().faults) {
+        const int number = context.script().findBlock(fault.parm);
+        const int token =
+            number < 0 ? -1 : defaultToken(context, context.block(number), fault.component);
+        Extra extra;
+        if (fault.kind == NOD_FaultKind::DEFAULT_RANGE) {
+            if (token >= 0) {
+                extra.fix = context.replace(token, token + 1, fault.word);
+            }
+            context.add(NOD_LintCode::Z303, number, token, fault.text, extra);
+        } else if (fault.kind == NOD_FaultKind::DEFAULT_WORD) {
+            extra.nearest = context.nearest(fault.word, entriesOf(*fault.parm));
+            context.add(NOD_LintCode::Z304, number, token, fault.text, extra);
+        } else if (fault.kind == NOD_FaultKind::DEFAULT_INDEX) {
+            context.add(NOD_LintCode::Z305, number, token, fault.text);
+        }
+    }
+}
+
+bool isWord(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+               c == '_' || c == ' ';
+    });
+}
+
+/// Checks the text of one component's default.
+class DefaultCheck
+{
+public:
+    DefaultCheck(NOD_LintContext &context, int number, int component)
+        : myContext(context), myNumber(number), myOne(*context.block(number).description),
+          myValue(myOne.getFactoryDefaults()[component]),
+          myToken(defaultToken(context, context.block(number), component))
+    {}
+
+    void run();
+
+private:
+    void checkNumber(const std::string &text);
+    void checkBackticks(const std::string &text);
+    void checkExpression(const std::string &text);
+
+    NOD_LintContext &myContext;
+    int myNumber;
+    const ZEL_Template &myOne;
+    const ZEL_Default &myValue;
+    int myToken;
+};
+
+void DefaultCheck::run()
+{
+    const std::string text = myValue.gotString() ? myValue.getString() : "";
+    if (text.empty() || myToken < 0) {
+        return;
+    }
+    const TRK_StringMeaning meaning = myValue.getStringMeaning();
+    const ZEL_Type &type = myOne.getType();
+    if (meaning == TRK_MEANING_PYTHON) {
+        constexpr bool bodyFlag = false;
+        if (const std::string fault = NODpythonFault(text, bodyFlag); !fault.empty()) {
+            myContext.add(NOD_LintCode::Z306, myNumber, myToken, fault);
+        }
+    } else if (meaning == TRK_MEANING_NATIVE) {
+        checkExpression(text);
+    } else if (meaning == TRK_MEANING_LITERAL && type.isStringType()) {
+        checkBackticks(text);
+    } else if (meaning == TRK_MEANING_LITERAL && (type.isFloatType() || type.isOrdinalType())) {
+        checkNumber(text);
+    }
+}
+
+void DefaultCheck::checkNumber(const std::string &text)
+{
+    if (KIT_String(text.c_str()).isFloat()) {
+        return;
+    }
+    const bool toggleFlag = myOne.getType().hasOrdinalType(ZEL_Type::ZEL_ORD_TOGGLE);
+    if (toggleFlag && (text == "on" || text == "off")) {
+        return;
+    }
+    const bool menuFlag = myOne.getChoiceListPtr() != nullptr;
+    if (isWord(text)) {
+        if (!menuFlag || !myOne.getType().isOrdinalType()) {
+            myContext.add(NOD_LintCode::Z301, myNumber, myToken,
+                          "the default " + text + " is no number and no expression");
+        }
+        return;
+    }
+    if (!myOne.getType().isOrdinalType() || ZEL_Parm::isOrdinalExpression(myValue, &myOne)) {
+        checkExpression(text);
+    }
+}
+
+/// Expressions within a text.
+void DefaultCheck::checkBackticks(const std::string &text)
+{
+    for (std::size_t open = text.find('`'); open != std::string::npos;) {
+        const std::size_t close = text.find('`', open + 1);
+        if (close == std::string::npos) {
+            return; // a text with one backtick has no expression
+        }
+        checkExpression(text.substr(open + 1, close - open - 1));
+        open = text.find('`', close + 1);
+    }
+}
+
+void DefaultCheck::checkExpression(const std::string &text)
+{
+    std::size_t place = 0;
+    const std::string fault = NODexpressionFault(text, place);
+    if (fault.empty()) {
+        return;
+    }
+    Extra extra;
+    const std::size_t start = myContext.tokens().text(myToken).find(text);
+    extra.offset =
+        start == std::string_view::npos ? 0 : myContext.tokens().rawOffset(myToken, start + place);
+    myContext.add(NOD_LintCode::Z302, myNumber, myToken, "the expression " + text + ": " + fault,
+                  extra);
+}
+
+void checkDefaults(NOD_LintContext &context, int number)
+{
+    const ZEL_Template *const one = context.block(number).description;
+    const ZEL_Default *const defaults = one ? one->getFactoryDefaults() : nullptr;
+    if (!defaults || one->isSwitcher() || context.block(number).kind != Kind::PARM) {
+        return;
+    }
+    for (int i = 0; i < one->getVectorSize(); ++i) {
+        DefaultCheck(context, number, i).run();
+    }
+}
+
+void checkRanges(NOD_LintContext &context, int number)
+{
+    for (const Entry &entry : context.block(number).entries) {
+        constexpr int theEnds = 4; // with the braces
+        if (entry.word != "range" || entry.count() < theEnds) {
+            continue;
+        }
+        double ends[2] = {0.0, 0.0};
+        bool goodFlag = true;
+        for (int i = 0; i < 2; ++i) {
+            const int token = entry.first + 1 + i;
+            std::string text = context.text(token);
+            text.erase(std::min(text.rfind('!'), text.size()));
+            const KIT_String end(text.c_str());
+            if (!end.isFloat()) {
+                context.add(NOD_LintCode::Z310, number, token,
+                            "the range's end " + context.text(token) + " is no number");
+                goodFlag = false;
+            }
+            ends[i] = end.toFloat();
+        }
+        if (goodFlag && !(ends[0] < ends[1])) {
+            context.add(NOD_LintCode::Z309, number, entry.keyword,
+                        "the range from " + context.text(entry.first + 1) + " to " +
+                            context.text(entry.first + 2) + " is empty, so it is dropped");
+        }
+    }
+}
+
+} // namespace
+
+void NODlintValues(NOD_LintContext &context)
+{
+    tellFaults(context);
+    for (std::size_t i = 0; i < context.blocks().size(); ++i) {
+        checkDefaults(context, int(i));
+        checkRanges(context, int(i));
+    }
+}

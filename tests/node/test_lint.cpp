@@ -1,0 +1,518 @@
+// Judging scripts: each rule on its own example, what silences rules, edits, and the page that shows them.
+
+#include <NOD/NOD_Interface.h>
+#include <NOD/NOD_Lint.h>
+#include <NOD/NOD_Nearest.h>
+#include <NOD/NOD_Report.h>
+#include <SNK/SNK_Python.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <unistd.h>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+/// A folder of the test's own, with what the examples include.
+class Folder
+{
+public:
+    Folder() : myPath(fs::temp_directory_path() / ("zel_lint_" + std::to_string(getpid())))
+    {
+        fs::create_directories(myPath);
+        write("unused.dsh", "// Nothing.\n#define NOBODYS 1\n");
+    }
+    ~Folder() { fs::remove_all(myPath); }
+
+    std::string write(const std::string &name, const std::string &text) const
+    {
+        std::ofstream(myPath / name, std::ios::binary) << text;
+        return (myPath / name).string();
+    }
+
+private:
+    fs::path myPath;
+};
+
+/// As a whole script; the contents begin on line 3.
+std::string whole(const std::string &contents)
+{
+    return "{\nname example label \"Example\"\n" + contents + "}\n";
+}
+
+std::vector<NOD_LintFinding> lintText(const std::string &text, const std::string &file = "example",
+                                      const NOD_LintOptions &options = {})
+{
+    NOD_Report report;
+    const auto script = NOD_Interface::fromText(text, file, report);
+    EXPECT_TRUE(script) << report.asText() << text;
+    return script ? NODlint(*script, options) : std::vector<NOD_LintFinding>();
+}
+
+std::string asText(const std::vector<NOD_LintFinding> &findings)
+{
+    std::string all;
+    for (const NOD_LintFinding &finding : findings) {
+        all += finding.asText() + "\n";
+    }
+    return all;
+}
+
+/// `line:column code`, for all.
+std::string places(const std::vector<NOD_LintFinding> &findings)
+{
+    std::string all;
+    for (const NOD_LintFinding &finding : findings) {
+        all += (all.empty() ? "" : ", ") + std::to_string(finding.line) + ":" +
+               std::to_string(finding.column) + " " + finding.rule->code;
+    }
+    return all;
+}
+
+std::string lintContents(const std::string &contents)
+{
+    return places(lintText(whole(contents)));
+}
+
+/// The line of a text's first such word, from 1.
+int lineOf(const std::string &text, const std::string &word)
+{
+    return 1 + int(std::count(text.begin(), text.begin() + long(text.find(word)), '\n'));
+}
+
+bool needsPython(const NOD_LintRule &rule)
+{
+    return std::string(rule.name).find("python") != std::string::npos;
+}
+
+// ---------------------------------------------------------------------- //
+// The table
+// ---------------------------------------------------------------------- //
+
+TEST(Lint, EachRuleFindsItsExampleAndNothingElse)
+{
+    const Folder folder;
+    for (const NOD_LintRule &rule : NODlintRules()) {
+        if (needsPython(rule) && !SNKisPythonBuiltIn()) {
+            continue;
+        }
+        SCOPED_TRACE(rule.code);
+        const std::string text = whole(rule.example);
+        const std::string file = folder.write("example.ds", text);
+        const std::vector<NOD_LintFinding> findings = lintText(text, file);
+        ASSERT_EQ(findings.size(), 1u) << asText(findings);
+        EXPECT_STREQ(findings[0].rule->code, rule.code);
+        EXPECT_EQ(findings[0].line, lineOf(text, rule.code)) << asText(findings);
+        EXPECT_GT(findings[0].column, 0);
+        EXPECT_EQ(findings[0].file, file);
+        EXPECT_EQ(bool(findings[0].fix), rule.fixFlag);
+
+        const std::string mended = whole(rule.mended);
+        EXPECT_EQ(asText(lintText(mended, file)), "");
+        if (rule.fixFlag) {
+            int applied = 0;
+            EXPECT_EQ(NODapplyLintFixes(findings, file, text, applied), mended);
+            EXPECT_EQ(applied, 1);
+        }
+    }
+}
+
+TEST(Lint, CodesAreInOrder)
+{
+    const std::vector<NOD_LintRule> &rules = NODlintRules();
+    EXPECT_TRUE(std::is_sorted(rules.begin(), rules.end(), [](const auto &a, const auto &b) {
+        return std::string(a.code) < b.code;
+    }));
+}
+
+/// The part of docs/lint.md that is made from the table.
+std::string rulesPage()
+{
+    std::ostringstream page;
+    page << "\n| code | name | level | fix |\n|---|---|---|---|\n";
+    for (const NOD_LintRule &rule : NODlintRules()) {
+        page << "| [" << rule.code << "](#" << rule.code << ") | `" << rule.name << "` | "
+             << NODlintLevelWord(rule.level) << " | " << (rule.fixFlag ? "yes" : "") << " |\n";
+    }
+    const auto indented = [](std::string text) {
+        std::string out;
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);) {
+            out += "    " + line + "\n";
+        }
+        return out;
+    };
+    for (const NOD_LintRule &rule : NODlintRules()) {
+        page << "\n### <a id=\"" << rule.code << "\"></a>" << rule.code << " " << rule.name
+             << "\n\n"
+             << rule.sentence << "\n\n"
+             << indented(rule.example) << "\n"
+             << (rule.fixFlag ? "`--fix` makes of it" : "Better:") << "\n\n"
+             << indented(rule.mended);
+    }
+    return page.str();
+}
+
+TEST(Lint, ThePageHasTheTable)
+{
+    const std::string file = ZEL_TESTS_DIR "/../docs/lint.md";
+    std::ifstream is(file);
+    const std::string page(std::istreambuf_iterator<char>(is), {});
+    const std::size_t mark = page.find("-->\n");
+    ASSERT_NE(mark, std::string::npos);
+    const std::string head = page.substr(0, mark + 4);
+    if (ZEL_UPDATE_GOLDEN) {
+        std::ofstream(file) << head << rulesPage();
+    } else {
+        EXPECT_EQ(page.substr(head.size()), rulesPage());
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// More of what rules see, and what they leave alone
+// ---------------------------------------------------------------------- //
+
+struct Case
+{
+    const char *contents; ///< from line 3
+    const char *places;
+};
+
+TEST(Lint, Names)
+{
+    for (const Case &one : {
+             Case{"parm { name \"a\" label \"A\" type float }\n"
+                  "group { name \"f\" label \"F\" parm { name \"a\" label \"B\" type float } }\n",
+                  "4:40 Z101"},
+             Case{"parm { name \"tx\" label \"A\" type float }\n"
+                  "parm { name \"t\" label \"T\" type vector }\n",
+                  "4:13 Z102"},
+             Case{"parm { name \"a\" label \"\" type float }\n", "3:17 Z107"},
+             Case{"parm { name \"a\" type float invisible }\nparm { name \"s\" type separator }\n",
+                  ""},
+             Case{"group { name \"f\" }\n", "3:14 Z107"},
+             Case{"parm { name \"m\" label \"M\" type ordinal menu { a \"\" _separator_ \"\" } }\n",
+                  "3:49 Z107"},
+             // A name that can't be saved can't be animated either: that is told once.
+             Case{"parm { name \"a b\" label \"A\" type float }\n", "3:13 Z103"},
+         }) {
+        EXPECT_EQ(lintContents(one.contents), one.places) << one.contents;
+    }
+}
+
+TEST(Lint, KeywordsAndTypes)
+{
+    for (const Case &one : {
+             // Looks that are there again after the type, and defaults after the size.
+             Case{"parm { name a label A invisible type float invisible }\n", ""},
+             Case{"parm { name a label A nolabel type float }\n", "3:23 Z204"},
+             Case{"parm { name a label A default { 1 } type float default { 2 } }\n", "3:23 Z206"},
+             Case{"parm { name a label A type float default { 1 } size 2 }\n", "3:34 Z204"},
+             Case{"parm { name a label A type float size 0 }\n", "3:39 Z202"},
+             Case{"parm { name a label A type float size 2.5 }\n", "3:39 Z202"},
+             Case{"parm { name a label A type float default { [ 1 literal ] 2 } }\n", "3:58 Z205"},
+             // A menu is cleared by `type ordinal` only.
+             Case{"parm { name a label A menu { x X } type string }\n", ""},
+             Case{"parm { name a label A type string logarithmic }\n", "3:35 Z208"},
+             Case{"parm { name a label A type float_minmax size 2 logarithmic }\n", ""},
+             Case{"group { name f label F grouptag { a b c d } }\n", "3:39 Z207"},
+         }) {
+        EXPECT_EQ(lintContents(one.contents), one.places) << one.contents;
+    }
+}
+
+TEST(Lint, Values)
+{
+    for (const Case &one : {
+             Case{"parm { name a label A type float default { \"ch(\\\"b\\\") + (1\" } }\n",
+                  "3:59 Z302"},
+             Case{"parm { name a label A type float default { \"$F * 2\" } }\n", ""},
+             Case{"parm { name a label A type string default { \"f`1 +`.pic\" } }\n", "3:51 Z302"},
+             Case{"parm { name a label A type string default { \"it`s\" } }\n", ""},
+             Case{"parm { name a label A type toggle default { on } }\n", ""},
+             Case{"parm { name a label A type toggle default { yes } }\n", "3:45 Z304"},
+             Case{"parm { name a label A type integer default { many } }\n", "3:46 Z301"},
+             Case{"parm { name a label A type vector default { 0 5 0 } range { 0! 1! } }\n",
+                  "3:47 Z303"},
+             Case{"parm { name a label A type float default { 5 } range { 0 1 } }\n", ""},
+             Case{"parm { name a label A type ordinal default { 1 } menu { x X y Y } }\n", ""},
+             Case{"parm { name a label A type float range { 1 1 } }\n", "3:34 Z309"},
+             Case{"parm { name a label A type float range { x! 1 } }\n", "3:42 Z310"},
+             Case{"multiparm { name a label A default 30 range { 0! 20! }\n"
+                  "parm { name b# label B type float } }\n",
+                  "3:36 Z303"},
+             Case{"parm { name r label R type ramp_flt default { 1 }\n"
+                  "parmtag { rampfloatdefault \"1pos ( 0 ) 2value ( 1 )\" } }\n",
+                  "4:40 Z308"},
+             Case{"parm { name r label R type ramp_rgb default { 1 }\n"
+                  "parmtag { rampcolordefault \"1pos ( 0 ) 1c ( 1 1 )\" } }\n",
+                  "4:45 Z308"},
+             Case{"parm { name r label R type ramp_flt parmtag { rampfloatdefault \"\" } }\n",
+                  "3:64 Z308"},
+         }) {
+        EXPECT_EQ(lintContents(one.contents), one.places) << one.contents;
+    }
+}
+
+constexpr const char *theControls = "parm { name use label U type toggle }\n"
+                                    "parm { name mode label M type ordinal menu { lo L hi H } }\n"
+                                    "parm { name text label T type string menu { a A b B } }\n"
+                                    "parm { name v label V type vector }\n"
+                                    "parm { name n label N type float\n";
+
+TEST(Lint, Conditions)
+{
+    for (const Case &one : {
+             Case{"hidewhen \"{ use == off mode != lo } { vx > 2 }\"", ""},
+             Case{"hidewhen \"{ use = off }\"", "8:17 Z402"},
+             Case{"hidewhen \"{ use=off }\"", "8:13 Z402"},
+             Case{"hidewhen \"{ use == on && mode == lo }\"", "8:23 Z402"},
+             Case{"hidewhen { { usee == off } { v == 0 } }", "8:14 Z401"},
+             Case{"hidewhen { { mode == lo } { mode hi } }", "8:10 Z405"},
+             Case{"hidewhen \"{ use == true }\"", "8:20 Z403"},
+             Case{"hidewhen \"{ mode == 1 }\"", "8:21 Z403"},
+             Case{"hidewhen \"{ mode != lo } { mode == lo n > 1 }\"", ""},
+             Case{"hidewhen \"{ use == 0 }\"", "8:20 Z403"},
+             Case{"hidewhen \"{ use == off } { use == on }\"", "8:10 Z405"},
+             Case{"hidewhen \"{ use == off use == on }\"", "8:10 Z406"},
+             Case{"hidewhen \"{ use == off n > 1 } { use == on n < 1 }\"", ""},
+             // A text may be set to what its menu doesn't have.
+             Case{"hidewhen \"{ text == a } { text == b }\"", ""},
+             Case{"hidewhen \"{ text == \\\"\\\" }\"", ""},
+             Case{"hidewhen \"{ text =~ \\\"(\\\" }\"", "8:23 Z404"},
+             Case{"hidewhen \"{ 'ch(1' == 1 }\"", "8:13 Z401"},
+             Case{"hidewhen \"{ strlen(,) == 1 }\"", "8:13 Z410"},
+         }) {
+        EXPECT_EQ(lintContents(std::string(theControls) + one.contents + " }\n"), one.places)
+            << one.contents;
+    }
+    // In a block: of the same item, of any item, of none.
+    const std::string block = "multiparm { name b label B\nparm { name a# label A type toggle }\n"
+                              "parm { name c# label C type float hidewhen \"{ a# == off }\" }\n"
+                              "parm { name d# label D type float hidewhen \"{ a1 == off }\" }\n"
+                              "parm { name e# label E type float hidewhen \"{ x# == off }\" } }\n";
+    EXPECT_EQ(lintContents(block), "7:47 Z401");
+    // Of folders and their sets, whichever folder says it.
+    const std::string folders = "parm { name a label A type toggle }\n"
+                                "group { name f label F hidewhen \"{ a == off }\" }\n"
+                                "group { name g label G hidewhentab \"{ b == off }\" }\n";
+    EXPECT_EQ(lintContents(folders), "5:39 Z401");
+}
+
+TEST(Lint, TheScript)
+{
+    EXPECT_EQ(places(lintText("{ name a label A } }\n")), "1:18 Z501");
+    EXPECT_EQ(lintContents("parm { name a label \"\xff\" type float help \"a\\nb\" }\n"),
+              "3:21 Z504");
+    EXPECT_EQ(lintContents("parm { name a label \"\xc3\xa4\xe2\x82\xac\" type float }\n"), "");
+}
+
+// ---------------------------------------------------------------------- //
+// Places
+// ---------------------------------------------------------------------- //
+
+TEST(Lint, PlacesInMacrosIncludesAndWideCharacters)
+{
+    const Folder folder;
+    folder.write("part.dsh", "\n  parm { name p type float }\n#define TYPE toggel\n");
+    const std::string file =
+        folder.write("main.ds", "\xef\xbb\xbf{ name m label M\n"
+                                "#include \"part.dsh\"\n"
+                                "parm { name q label \"\xc3\xa4\" type TYPE }\n"
+                                "parm { name r\n"
+                                "  help \"two\nlines\" size \"\xc3\xa4\" }\n"
+                                "}\n");
+    NOD_Report report;
+    const auto script = NOD_Interface::fromFile(file, report);
+    ASSERT_TRUE(script);
+    const std::vector<NOD_LintFinding> findings = NODlint(*script);
+    EXPECT_EQ(places(findings), "3:30 Z201, 4:13 Z107, 6:13 Z202, 2:15 Z107");
+    ASSERT_EQ(findings.size(), 4u);
+    EXPECT_EQ(fs::path(findings[3].file).filename(), "part.dsh");
+    EXPECT_EQ(findings[0].nearest, "toggle");
+    EXPECT_EQ(findings[0].parm, "q");
+    // The byte order mark is no column.
+    EXPECT_EQ(places(lintText("\xef\xbb\xbf{ name a label A } }")), "1:18 Z501");
+
+    // A file that was read without its includes is judged without them.
+    NOD_LintOptions alone;
+    alone.setIncludes(NOD_Interface::Includes::NONE);
+    const auto none =
+        NOD_Interface::fromText("{ name m label M parm { name a label A } }", file, report);
+    ASSERT_TRUE(none);
+    EXPECT_EQ(places(NODlint(*none, alone)), "");
+}
+
+TEST(Lint, IncludesThatAreUsed)
+{
+    const Folder folder;
+    folder.write("macro.dsh", "#ifndef G\n#define G\n#define SIZE 3\n#endif\n");
+    folder.write("outer.dsh", "#include \"inner.dsh\"\n");
+    folder.write("inner.dsh", "parm { name i label I }\n");
+    const std::string good = "#include \"macro.dsh\"\n{ name a label A\n#include \"outer.dsh\"\n";
+    EXPECT_EQ(
+        places(lintText(good + "parm { name a label A size SIZE } }\n", folder.write("a.ds", ""))),
+        "");
+    EXPECT_EQ(
+        places(lintText(good + "parm { name a label A size 3 } }\n", folder.write("a.ds", ""))),
+        "1:1 Z503");
+}
+
+// ---------------------------------------------------------------------- //
+// Silence
+// ---------------------------------------------------------------------- //
+
+TEST(Lint, CommentsSilenceTheirLine)
+{
+    const std::string bad = "parm { name \"a\" type float size x }";
+    const auto with = [&bad](const std::string &comment) {
+        return lintContents(bad + comment + "\n");
+    };
+    EXPECT_EQ(with(""), "3:13 Z107, 3:33 Z202");
+    EXPECT_EQ(with(" // zel-lint: disable=Z107"), "3:33 Z202");
+    EXPECT_EQ(with(" // why not? zel-lint: disable=missing-label,Z202 as it is"), "");
+    EXPECT_EQ(with("\n// zel-lint: disable=Z107"), "3:13 Z107, 3:33 Z202"); // another line
+    EXPECT_EQ(with("\n// zel-lint: disable-file=Z107,Z202"), "");
+    EXPECT_EQ(with(" // zel-lint: off"), "3:13 Z107, 3:33 Z202, 3:50 Z505");
+    EXPECT_EQ(with(" // zel-lint: disable=Z505,nothing"), "3:13 Z107, 3:33 Z202");
+    // A text is no comment.
+    EXPECT_EQ(lintContents("parm { name \"a\" type float help \"// zel-lint: disable=Z107\" }\n"),
+              "3:13 Z107");
+}
+
+TEST(Lint, OptionsChooseRules)
+{
+    const std::string text = whole("parm { name \"a\" type float size x range { 1 0 } }\n");
+    const auto with = [&text](const std::string &config, std::string &told) {
+        NOD_LintOptions options;
+        NOD_Report report;
+        options.readFile(config, ".zel-lint", report);
+        told = report.asText();
+        return places(lintText(text, "example", options));
+    };
+    std::string told;
+    EXPECT_EQ(with("", told), "3:13 Z107, 3:33 Z202, 3:35 Z309");
+    EXPECT_EQ(with("# all\r\nlevel: warning # not hints\r\n\r\n", told), "3:33 Z202, 3:35 Z309");
+    EXPECT_EQ(with("level: error", told), "3:33 Z202");
+    EXPECT_EQ(with("disable: Z107, bad-size", told), "3:35 Z309");
+    EXPECT_EQ(with("only: Z309 Z107\ndisable: Z107", told), "3:35 Z309");
+    EXPECT_EQ(told, "");
+    EXPECT_EQ(with("only: Z309\nonly: Z2\nlevel: high\nZ107\n", told), "3:35 Z309");
+    EXPECT_EQ(told, ".zel-lint(2): there is no rule Z2\n"
+                    ".zel-lint(3): the level is hint, warning or error, not high\n"
+                    ".zel-lint(4): a line says disable:, only: or level:\n");
+}
+
+// ---------------------------------------------------------------------- //
+// Edits
+// ---------------------------------------------------------------------- //
+
+/// Makes edits until there is none, and returns the text.
+std::string mendAll(std::string text)
+{
+    constexpr int theMostRounds = 50;
+    for (int round = 0; round < theMostRounds; ++round) {
+        int applied = 0;
+        text = NODapplyLintFixes(lintText(text), "example", text, applied);
+        if (applied == 0) {
+            return text;
+        }
+    }
+    ADD_FAILURE() << "edits never end:\n" << text;
+    return text;
+}
+
+TEST(Lint, EditsMeet)
+{
+    // Looks and defaults change places with the type one after the other.
+    EXPECT_EQ(mendAll(whole("parm { name a label A default { 1 2 } nolabel type vector2 }\n")),
+              whole("parm { name a label A type vector2 nolabel default { 1 2 } }\n"));
+    EXPECT_EQ(mendAll(whole("parm { name a label B label C label A type toggle }\n"
+                            "parm { name b label B hidewhen \"{ a = 1 } { a => off }\" }\n")),
+              whole("parm { name a label A type toggle }\n"
+                    "parm { name b label B hidewhen \"{ a == on } { a >= off }\" }\n"));
+    // No edit where macros and the preprocessor take part.
+    const std::string macro =
+        "#define TYPE type ordinal\n" +
+        whole("parm { name a label A menu { x X }\nTYPE\n}\n"
+              "parm { name b label A nolabel\n#ifdef X\n#endif\ntype float }\n");
+    EXPECT_EQ(mendAll(macro), macro);
+    EXPECT_EQ(places(lintText(macro)), "4:23 Z203, 7:23 Z204");
+}
+
+/// Parts of all examples in one parameter: whatever is edited can be read, and ends.
+TEST(Lint, EditsKeepScriptsReadable)
+{
+    const std::vector<std::string> parts = {
+        "default { 1 2 3 4 }",
+        "type ordinal",
+        "type vector",
+        "type float",
+        "menu { x X y Y }",
+        "nolabel",
+        "joinnext",
+        "invisible",
+        "label \"A\"",
+        "label B",
+        "logarithmic",
+        "unquoted",
+        "range { 0! 2! }",
+        "size 2",
+        "export all",
+        "hidewhen \"{ a = 1 }\"",
+        "// zel\n",
+        "/* */",
+        "help \"x\\\"}\"",
+        "\n",
+        "disablewhen \"{ a=1 } { a == 1 or a=>2 }\"",
+        "menu { [ \"return []\" ] }",
+        "default { [ 5 literal ] 9 }",
+    };
+    std::mt19937 random(7);
+    int edited = 0;
+    for (int round = 0; round < 400; ++round) {
+        std::string parm = "parm { name a";
+        for (int i = int(random() % 9); i >= 0; --i) {
+            parm += " " + parts[random() % parts.size()];
+        }
+        const std::string text = whole(parm + "\n}\n");
+        const std::string mended = mendAll(text);
+        edited += mended != text;
+        for (const NOD_LintFinding &finding : lintText(mended)) {
+            EXPECT_FALSE(finding.fix) << finding.asText() << "\n" << mended;
+        }
+    }
+    EXPECT_GT(edited, 100);
+}
+
+TEST(Lint, EditsThatOverlapWait)
+{
+    NOD_LintFinding first;
+    first.fix = NOD_LintEdit{"f", 2, 4, "X"};
+    NOD_LintFinding second;
+    second.fix = NOD_LintEdit{"f", 3, 5, "Y"};
+    NOD_LintFinding other;
+    other.fix = NOD_LintEdit{"g", 0, 1, "Z"};
+    NOD_LintFinding outside;
+    outside.fix = NOD_LintEdit{"f", 5, 99, "Z"};
+    int applied = 0;
+    EXPECT_EQ(NODapplyLintFixes({second, other, first, outside}, "f", "012345", applied), "01X45");
+    EXPECT_EQ(applied, 1);
+}
+
+TEST(Lint, NearestWords)
+{
+    EXPECT_EQ(NODnearestWord("flaot", {"int", "float"}), "float");
+    EXPECT_EQ(NODnearestWord("float", {"flot", "float"}), ""); // it is there
+    EXPECT_EQ(NODnearestWord("x", {"height", "y"}), "");
+    constexpr std::size_t theStrict = 6;
+    EXPECT_EQ(NODnearestWord("group_note", {"group_type"}, theStrict), "");
+}
+
+} // namespace
