@@ -20,6 +20,7 @@
 #include <vector>
 
 class TOK_TokenStream;
+struct TOK_Place;
 
 class TOK_Preprocessor
 {
@@ -39,6 +40,12 @@ public:
     const char *getFileName() const { return myFile->fileName; }
     int getLine() const { return myLine; }
 
+    void setKeepsTexts(bool keep) { myKeepFlag = keep; }
+    void setEndsOpenTexts(bool ends);
+    bool getPlace(TOK_Place &place) const;
+    bool getIncluder(int level, TOK_Place &place) const;
+    std::string_view getText() const { return mySources.front()->text; }
+
     void setOptions(const char *const *options);
     void setPath(const char *folders);
     void setConfined(bool confined) { myConfinedFlag = confined; }
@@ -49,9 +56,12 @@ private:
         std::string text; // of a file
         TOK_Lexer lexer{std::string_view(), true};
         const char *fileName = "";
-        std::string identity;       // of a file: the same for each path to it
-        TOK_Macro *macro = nullptr; // null: a file
-        size_t outerGroups = 0;     // open groups of the files around it
+        std::string identity;             // of a file: the same for each path to it
+        TOK_Macro *macro = nullptr;       // null: a file
+        size_t outerGroups = 0;           // open groups of the files around it
+        const Source *includer = nullptr; // of an included file
+        int includeLine = 0;
+        const char *includeAt = nullptr; // the directive, in the includer's text
     };
     struct Group
     {
@@ -94,6 +104,7 @@ private:
     bool isBeingRead(const std::string &path) const;
     bool expandMacro(std::string_view word);
 
+    static void describe(const Source &source, const char *begin, int line, TOK_Place &place);
     void checkFault();
     void error(const std::string &text, int line);
     void error(const std::string &text) { error(text, myLine); }
@@ -108,7 +119,11 @@ private:
     TOK_MacroMap myMacros;
     std::vector<std::string> myFolders; // of -I
     std::vector<std::string> myPath;
-    Source *myFile = nullptr; // the innermost file
+    Source *myFile = nullptr;            // the innermost file
+    const Source *myTokenFile = nullptr; // of the last token; null: it is gone
+    int myTokenLine = 0;
+    int myReportLine = 0;                        // above 0: something is being reported
+    std::vector<std::unique_ptr<Source>> myKept; // files that were read to their end
     int myLine = 0;
     int myIncludeDepth;
     int myFileDepth = 0;
@@ -124,4 +139,6 @@ private:
     bool myStoppedFlag = false;
     bool myReadableFlag = true;
     bool myConfinedFlag;
+    bool myKeepFlag = false;
+    bool myEndsOpenFlag = false;
 };

@@ -1,4 +1,4 @@
-#include "ZELT_Nearest.h"
+#include <KIT/KIT_Nearest.h>
 
 #include <algorithm>
 #include <numeric>
@@ -7,7 +7,7 @@ namespace
 {
 
 /// How many letters must be added, removed, exchanged or swapped with the next one.
-std::size_t distance(const std::string &a, const std::string &b)
+std::size_t distance(std::string_view a, std::string_view b)
 {
     std::vector<std::size_t> before;
     std::vector<std::size_t> last(b.size() + 1);
@@ -28,17 +28,27 @@ std::size_t distance(const std::string &a, const std::string &b)
 
 } // namespace
 
-std::string ZELTdidYouMean(const std::string &word, const std::vector<std::string> &words)
+const std::string *KITnearestWord(std::string_view word, const std::vector<std::string> &words)
 {
     constexpr std::size_t theLongest = 64; // of a word that anybody types
     std::size_t least = std::max(word.size() / 3, std::size_t(1)) + 1;
     const std::string *nearest = nullptr;
     for (const std::string &other : words) {
-        const std::size_t far = word.size() > theLongest ? least : distance(word, other);
+        if (word.size() > theLongest || other.size() >= word.size() + least ||
+            word.size() >= other.size() + least) {
+            continue; // it lacks or has at least that many letters
+        }
+        const std::size_t far = distance(word, other);
         if (far < least) {
             least = far;
             nearest = &other;
         }
     }
+    return nearest;
+}
+
+std::string KITdidYouMean(std::string_view word, const std::vector<std::string> &words)
+{
+    const std::string *const nearest = KITnearestWord(word, words);
     return nearest ? "; did you mean " + *nearest + "?" : "";
 }

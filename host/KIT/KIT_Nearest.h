@@ -1,0 +1,19 @@
+/// \file KIT_Nearest.h
+/// The word that somebody may have meant.
+///
+/// Threads:    any.
+/// Cost:       a word's length times each other's; words that are much longer are passed over.
+#pragma once
+
+#include <BAS/BAS_API.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The one of the words that is nearest: a letter more, less, other or swapped with the next in each
+/// three. Null if none is near; the first of several.
+KIT_API const std::string *KITnearestWord(std::string_view word,
+                                          const std::vector<std::string> &words);
+/// `; did you mean NAME?` with that word; "" without one.
+KIT_API std::string KITdidYouMean(std::string_view word, const std::vector<std::string> &words);
