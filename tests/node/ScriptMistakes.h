@@ -44,32 +44,7 @@ public:
 
     /// Makes up to that many mistakes, at least four lines apart, each of which is one for the reader by
     /// itself.
-    void make(int count)
-    {
-        const std::vector<std::string> good = myLines;
-        for (int tries = 0; tries < 400 && int(myMade.size()) < count; ++tries) {
-            const int line = pick(int(good.size()));
-            const auto near = [line](const ScriptMistake &one) {
-                return std::abs(one.line - 1 - line) < 4;
-            };
-            if (std::any_of(myMade.begin(), myMade.end(), near)) {
-                continue;
-            }
-            const Kind &kind = theKinds[std::size_t(pick(int(std::size(theKinds))))];
-            std::string text = good[std::size_t(line)];
-            if (!(this->*kind.make)(text) || text == good[std::size_t(line)]) {
-                continue;
-            }
-            std::vector<std::string> alone = good;
-            alone[std::size_t(line)] = text;
-            NOD_Report report;
-            NOD_Interface::fromText(textOf(alone), myFile, report);
-            if (!report.isEmpty()) {
-                myLines[std::size_t(line)] = text;
-                myMade.push_back({line + 1, kind.name});
-            }
-        }
-    }
+    void make(int count);
 
     std::string getText() const { return textOf(myLines); }
     const std::string &getFile() const { return myFile; }
@@ -107,15 +82,9 @@ private:
     {
         const auto at = std::size_t(pick(int(word.size()) - 1));
         switch (pick(3)) {
-        case 0:
-            std::swap(word[at], word[at + 1]);
-            break;
-        case 1:
-            word.erase(at, 1);
-            break;
-        default:
-            word.insert(at, 1, word[at]);
-            break;
+        case 0: std::swap(word[at], word[at + 1]); break;
+        case 1: word.erase(at, 1); break;
+        default: word.insert(at, 1, word[at]); break;
         }
         return word;
     }
@@ -159,9 +128,13 @@ private:
 
     bool dropValue(std::string &line)
     {
-        return change(line, "^(\\s*(name|label|type|option|help|callback|size|export))\\s+\\S.*$", "$1");
+        return change(line, "^(\\s*(name|label|type|option|help|callback|size|export))\\s+\\S.*$",
+                      "$1");
     }
-    bool dropClose(std::string &line) { return change(line, "^([^\"]*(\"[^\"]*\"[^\"]*)*)\\}\\s*$", "$1"); }
+    bool dropClose(std::string &line)
+    {
+        return change(line, "^([^\"]*(\"[^\"]*\"[^\"]*)*)\\}\\s*$", "$1");
+    }
     bool dropOpen(std::string &line) { return change(line, "^(\\s*[a-z]+\\s*)\\{", "$1"); }
     bool addClose(std::string &line)
     {
@@ -195,7 +168,10 @@ private:
     {
         return change(line, "^(\\s*(label|type|help|export)\\s+\\S.*)$", "$1 qqqqqqqqq");
     }
-    bool wrongExport(std::string &line) { return change(line, "^(\\s*export\\s+)\\S+", "$1wibble"); }
+    bool wrongExport(std::string &line)
+    {
+        return change(line, "^(\\s*export\\s+)\\S+", "$1wibble");
+    }
     bool breakCondition(std::string &line)
     {
         return change(line, "^(\\s*(hidewhen|disablewhen|nocookwhen)\\s+\"\\{.*) \\}\"", "$1\"");
@@ -224,3 +200,30 @@ inline const ScriptMistakes::Kind ScriptMistakes::theKinds[] = {
     {"wrong export", &ScriptMistakes::wrongExport},
     {"broken condition", &ScriptMistakes::breakCondition},
 };
+
+inline void ScriptMistakes::make(int count)
+{
+    const std::vector<std::string> good = myLines;
+    for (int tries = 0; tries < 400 && int(myMade.size()) < count; ++tries) {
+        const int line = pick(int(good.size()));
+        const auto near = [line](const ScriptMistake &one) {
+            return std::abs(one.line - 1 - line) < 4;
+        };
+        if (std::any_of(myMade.begin(), myMade.end(), near)) {
+            continue;
+        }
+        const Kind &kind = theKinds[std::size_t(pick(int(std::size(theKinds))))];
+        std::string text = good[std::size_t(line)];
+        if (!(this->*kind.make)(text) || text == good[std::size_t(line)]) {
+            continue;
+        }
+        std::vector<std::string> alone = good;
+        alone[std::size_t(line)] = text;
+        NOD_Report report;
+        NOD_Interface::fromText(textOf(alone), myFile, report);
+        if (!report.isEmpty()) {
+            myLines[std::size_t(line)] = text;
+            myMade.push_back({line + 1, kind.name});
+        }
+    }
+}

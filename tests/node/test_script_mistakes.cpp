@@ -77,8 +77,9 @@ TEST(ScriptMistakes, ThePlaceIsWhereTheMistakeIs)
 TEST(ScriptMistakes, ColumnsCountBytesAndCharacters)
 {
     NOD_Report report;
-    NOD_Interface::fromText("{\n\tname x\n\tparm { name a label \"\xc3\xa4\xe2\x82\xac\" wibble }\n}\n", "s.ds",
-                            report);
+    NOD_Interface::fromText(
+        "{\n\tname x\n\tparm { name a label \"\xc3\xa4\xe2\x82\xac\" wibble }\n}\n", "s.ds",
+        report);
     ASSERT_EQ(report.getMessages().size(), 1u);
     const KIT_MessageDetail &detail = *report.getMessages()[0].detail;
     EXPECT_EQ(detail.place.column, 31);
@@ -97,40 +98,42 @@ TEST(ScriptMistakes, ColumnsCountBytesAndCharacters)
 
 TEST(ScriptMistakes, EachOneIsTold)
 {
-    EXPECT_EQ(check("{\n"
-                    "  name x\n"
-                    "  parm {\n"
-                    "    name  a\n"
-                    "    lable \"A\"\n"
-                    "    type  flaot\n"
-                    "    range { 5 1 }\n"
-                    "    hidewhen \"{ b == 1\"\n"
-                    "  parm {\n"
-                    "    name  b\n"
-                    "    menu {\n"
-                    "      \"x\" \"X\"\n"
-                    "      \"y\"\n"
-                    "    }\n"
-                    "    export wibble\n"
-                    "  }\n"
-                    "  gruop {\n"
-                    "    name g\n"
-                    "    parm { label \"no name\" }\n"
-                    "  }\n"
-                    "}\n"),
-              "5:5-10 (5) Dialog Script: unknown identifier: 'lable'\n"
-              "6:11-16 (6) warning: Unknown parameter type - assuming float\n"
-              "7:16-17 (7) warning: Invalid range specification: the maximum value is less than the minimum "
-              "value.\n"
-              "8:14-24 (8) hidewhen: Missing }\n"
-              "8:24-24 (8) the block of 'parm' is not closed: its \"}\" is missing\n"
-              "13:7-10 (13) the menu entry 'y' has no label\n"
-              "15:12-18 (15) parm has bad export value\n"
-              "17:3-8 (17) script unknown identifier gruop\n"
-              "19:5-9 (19) parameter without a name\n");
+    EXPECT_EQ(
+        check("{\n"
+              "  name x\n"
+              "  parm {\n"
+              "    name  a\n"
+              "    lable \"A\"\n"
+              "    type  flaot\n"
+              "    range { 5 1 }\n"
+              "    hidewhen \"{ b == 1\"\n"
+              "  parm {\n"
+              "    name  b\n"
+              "    menu {\n"
+              "      \"x\" \"X\"\n"
+              "      \"y\"\n"
+              "    }\n"
+              "    export wibble\n"
+              "  }\n"
+              "  gruop {\n"
+              "    name g\n"
+              "    parm { label \"no name\" }\n"
+              "  }\n"
+              "}\n"),
+        "5:5-10 (5) Dialog Script: unknown identifier: 'lable'\n"
+        "6:11-16 (6) warning: Unknown parameter type - assuming float\n"
+        "7:16-17 (7) warning: Invalid range specification: the maximum value is less than the minimum "
+        "value.\n"
+        "8:14-24 (8) hidewhen: Missing }\n"
+        "8:24-24 (8) the block of 'parm' is not closed: its \"}\" is missing\n"
+        "13:7-10 (13) the menu entry 'y' has no label\n"
+        "15:12-18 (15) parm has bad export value\n"
+        "17:3-8 (17) script unknown identifier gruop\n"
+        "19:5-9 (19) parameter without a name\n");
     EXPECT_EQ(check("{ name x parm { name a } }"), "");
-    EXPECT_EQ(check("parm { name a }\nparm { nmae b }"),
-              "2:1-5 (2) parameter without a name\n2:8-12 (2) Dialog Script: unknown identifier: 'nmae'\n");
+    EXPECT_EQ(
+        check("parm { name a }\nparm { nmae b }"),
+        "2:1-5 (2) parameter without a name\n2:8-12 (2) Dialog Script: unknown identifier: 'nmae'\n");
 }
 
 namespace
@@ -157,21 +160,25 @@ void count(const ScriptMistakes &script, Counts &counts, bool showFlag)
     NODcheckScript(script.getText(), script.getFile(), report);
     std::string shown;
     for (const ScriptMistake &mistake : script.getMade()) {
-        const bool toldFlag = std::any_of(
-            report.getMessages().begin(), report.getMessages().end(),
-            [&](const NOD_Message &message) { return tells(message, mistake); });
+        const bool toldFlag =
+            std::any_of(report.getMessages().begin(), report.getMessages().end(),
+                        [&](const NOD_Message &message) { return tells(message, mistake); });
         counts.made++;
         counts.told += toldFlag;
-        shown += toldFlag ? "" : "  not told: " + mistake.kind + ", line " + std::to_string(mistake.line) +
-                                     ": " + script.getLine(mistake.line) + "\n";
+        shown += toldFlag
+                     ? ""
+                     : "  not told: " + mistake.kind + ", line " + std::to_string(mistake.line) +
+                           ": " + script.getLine(mistake.line) + "\n";
     }
     for (const NOD_Message &message : report.getMessages()) {
-        const bool rightFlag = std::any_of(
-            script.getMade().begin(), script.getMade().end(),
-            [&](const ScriptMistake &mistake) { return tells(message, mistake); });
+        const bool rightFlag =
+            std::any_of(script.getMade().begin(), script.getMade().end(),
+                        [&](const ScriptMistake &mistake) { return tells(message, mistake); });
         counts.messages++;
         counts.wrong += !rightFlag;
-        shown += rightFlag ? "" : "  false: " + positionOf(message.detail->place) + " " + message.asText() + "\n";
+        shown += rightFlag ? ""
+                           : "  false: " + positionOf(message.detail->place) + " " +
+                                 message.asText() + "\n";
     }
     if (showFlag && !shown.empty()) {
         std::cout << script.getFile() << "\n" << shown;
@@ -184,14 +191,16 @@ void count(const ScriptMistakes &script, Counts &counts, bool showFlag)
 
 Counts countOf(unsigned seed, int scripts)
 {
-    static constexpr const char *theFiles[] = {"camera", "file_reader", "keywords", "light", "ramps",
-                                               "render", "scatter",     "shader",   "transform"};
+    static constexpr const char *theFiles[] = {"camera",  "file_reader", "keywords",
+                                               "light",   "ramps",       "render",
+                                               "scatter", "shader",      "transform"};
     const bool showFlag = std::getenv("ZEL_SHOW_MISTAKES") != nullptr;
     std::mt19937 random(seed);
     Counts counts;
     for (int i = 0; i < scripts; ++i) {
         const char *const file = theFiles[random() % std::size(theFiles)];
-        ScriptMistakes script(std::string(ZEL_TESTS_DIR "/../examples/") + file + ".ds", unsigned(random()));
+        ScriptMistakes script(std::string(ZEL_TESTS_DIR "/../examples/") + file + ".ds",
+                              unsigned(random()));
         script.make(2 + int(random() % 4));
         count(script, counts, showFlag);
     }

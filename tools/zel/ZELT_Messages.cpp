@@ -153,7 +153,8 @@ std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
         out += (i ? "                 from " : "In file included from ") +
                asPosition(detail->includedFrom[i]) + "\n";
     }
-    out += asPosition(place) + ": " + severity + ": " + text + " [" + code + "]";
+    out +=
+        asPosition(place) + ": " + severity + ": " + text + (code.empty() ? "" : " [" + code + "]");
     out = ZELTprintable(out) + "\n" + asSource(place);
     if (!detail) {
         return out;
@@ -233,8 +234,9 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
         told.file = place;
         told.line = number;
         const bool knownFlag = detail && detail->place.line > 0;
-        std::cerr << asFull(word, knownFlag ? detail->place : told, rest,
-                            category + " " + std::to_string(code), detail);
+        std::cerr << asFull(
+            word, knownFlag ? detail->place : told, rest,
+            category == theToolCategory ? "" : category + " " + std::to_string(code), detail);
         return;
     }
     if (!myJsonFlag) {

@@ -19,6 +19,7 @@
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -34,6 +35,19 @@ constexpr const char *theExpressionCategory = "TRK";
 // One text
 // ---------------------------------------------------------------------- //
 
+/// The identifier that a fault is about: in quotes at its beginning, or of calls the last word; else "".
+std::string_view wordOf(int code, std::string_view fault)
+{
+    const bool callFlag = code == EVL::EVL_UNKNOWN_FUNCTION || code == EVL::EVL_BAD_ARGUMENT;
+    const bool quotedFlag = !fault.empty() && fault[0] == '"';
+    const std::size_t begin = quotedFlag ? 1 : fault.rfind(' ') + 1;
+    const std::string_view word =
+        fault.substr(begin, quotedFlag ? fault.find('"', 1) - 1 : fault.size());
+    const bool nameFlag = (callFlag || quotedFlag) && !word.empty() &&
+                          std::isalpha(static_cast<unsigned char>(word[0])) != 0;
+    return nameFlag ? word : std::string_view();
+}
+
 bool checkNative(const std::string &text, NOD_ExpressionFault &fault)
 {
     const std::unique_ptr<const TRK_Expression> compiled(TRK_Expression::compile(text.c_str()));
@@ -43,6 +57,10 @@ bool checkNative(const std::string &text, NOD_ExpressionFault &fault)
     fault.code = compiled->getError();
     fault.text = compiled->getErrorText();
     fault.offset = std::min(std::size_t(compiled->getErrorPosition()), text.size());
+    // The compiler has read the word by then.
+    const std::string_view word = wordOf(fault.code, fault.text);
+    const std::size_t begin = word.empty() ? std::string::npos : text.rfind(word, fault.offset);
+    fault.offset = begin == std::string::npos ? fault.offset : begin;
     return false;
 }
 
@@ -58,7 +76,8 @@ std::size_t lineOf(const std::string &traceback, const std::string &text)
 {
     static constexpr std::string_view theWord = ", line ";
     const std::size_t at = traceback.rfind(theWord);
-    const int line = at == std::string::npos ? 1 : std::atoi(traceback.c_str() + at + theWord.size());
+    const int line =
+        at == std::string::npos ? 1 : std::atoi(traceback.c_str() + at + theWord.size());
     std::size_t begin = 0;
     for (int i = 1; i < line && begin < text.size(); ++i) {
         begin = std::min(text.find('\n', begin), text.size() - 1) + 1;
@@ -164,10 +183,10 @@ void Check::checkDefaults(const ZEL_Template &one)
         }
         const std::string text = value->getString();
         const TRK_StringMeaning meaning = value->getStringMeaning();
-        const bool expressionFlag = type.isStringType()
-                                        ? ZEL_Parm::isStringExpression(text.c_str(), meaning, &one)
-                                    : type.isOrdinalType() ? ZEL_Parm::isOrdinalExpression(*value, &one)
-                                                           : type.isFloatType();
+        const bool expressionFlag =
+            type.isStringType()    ? ZEL_Parm::isStringExpression(text.c_str(), meaning, &one)
+            : type.isOrdinalType() ? ZEL_Parm::isOrdinalExpression(*value, &one)
+                                   : type.isFloatType();
         const Written written = {&one, "default", text};
         if (expressionFlag) {
             check(written, TRKstringMeaningToExprLanguage(meaning));
@@ -311,7 +330,8 @@ std::shared_ptr<const KIT_MessageDetail> Check::find(const Written &written, std
         for (const NOD_ScriptShape::Statement &one : block.statements) {
             const std::string &word = (*myTokens)[one.begin].text;
             for (int i = one.begin + 1; word.compare(0, written.place.size(), written.place) == 0 &&
-                                        one.block < 0 && i < one.end; ++i) {
+                                        one.block < 0 && i < one.end;
+                 ++i) {
                 const std::string &raw = (*myTokens)[i].text;
                 const std::size_t at = unescaped(raw).find(written.text);
                 if (at == std::string::npos) {
@@ -330,7 +350,8 @@ std::shared_ptr<const KIT_MessageDetail> Check::find(const Written &written, std
 
 } // namespace
 
-bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language, NOD_ExpressionFault &fault)
+bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language,
+                        NOD_ExpressionFault &fault)
 {
     return language == TRK_LANGUAGE_PYTHON ? checkPython(text, SNK_CODE_EXPRESSION, fault)
                                            : checkNative(text, fault);

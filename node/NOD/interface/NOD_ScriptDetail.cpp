@@ -86,7 +86,8 @@ std::shared_ptr<const KIT_MessageDetail> NODcompleteDetail(const NOD_ScriptToken
     const std::string &word = tokens[token].text;
     if (text == "parameter without a name" || text == "parameter page without a name") {
         at = own ? own->header : token;
-        detail->hint = own ? "'" + own->keyword + "' begins here and has no name" : "";
+        detail->hint =
+            own ? "the block of '" + own->keyword + "' that begins here has no name" : "";
         detail->expected = {"name"};
     }
     detail->place = tokens.getPlace(at, at);

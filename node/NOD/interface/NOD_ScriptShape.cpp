@@ -303,7 +303,7 @@ bool NOD_ScriptShape::readWord(int block, const NOD_ScriptWord &word, Statement 
     case Form::PARM:
     case Form::PAGE: return true;
     case Form::NUMBER: myAt += !atEnd() && KIT_String(at().text.c_str()).isFloat(); return true;
-    case Form::SKIPPED: return readSkipped(word, header);
+    case Form::SKIPPED: return readSkipped(block, word, header);
     case Form::WORD:
     case Form::CONDITION:
     case Form::TEXT:
@@ -354,16 +354,12 @@ bool NOD_ScriptShape::isMissingValue(int block, int header) const
     return blockFlag || typeFlag;
 }
 
-bool NOD_ScriptShape::readSkipped(const NOD_ScriptWord &word, int header)
+bool NOD_ScriptShape::readSkipped(int block, const NOD_ScriptWord &word, int header)
 {
     for (int i = 0; i < word.count && !atEnd() && !at().is("}"); ++i) {
         ++myAt;
     }
-    if (!word.blockFlag || atEnd() || !at().is("{")) {
-        return true;
-    }
-    ++myAt;
-    return readValues(-1, header, Form::LINES);
+    return !word.blockFlag || (openBlock(block, header) && readValues(block, header, Form::LINES));
 }
 
 /// Reads the brace after a keyword. False, with a fault, if it is missing; then what it would have had in it

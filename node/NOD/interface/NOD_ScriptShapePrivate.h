@@ -90,7 +90,7 @@ private:
     void readJunk(int block);
     bool readWord(int block, const NOD_ScriptWord &word, Statement &statement);
     bool isMissingValue(int block, int header) const;
-    bool readSkipped(const NOD_ScriptWord &word, int header);
+    bool readSkipped(int block, const NOD_ScriptWord &word, int header);
     bool openBlock(int block, int header);
     void readNested(int block, Statement &statement, const std::string &keyword);
     bool readValues(int block, int header, NOD_ScriptWord::Form form);
