@@ -59,7 +59,7 @@ TEST(ScriptMistakes, ThePlaceIsWhereTheMistakeIs)
         {"{\n  name x\n  label \"y\n  parm {\n    name \"a\"\n    label \"b\"\n  }\n}\n",
          "3:9-11 (5) script unknown identifier a\"\n"},
         {"{\n  name x\n  parm {\n    name a\n    parmtag { \"lonely\" }\n    label b\n    type float\n  }\n}\n",
-         "5:15-23 (8) Expecting tag name or closing brace\n"},
+         "5:15-23 (9) Expecting close brace for script\n"},
         {"{\n  name x\n  parm { name a type flaot }\n}\n",
          "3:22-27 (3) warning: Unknown parameter type - assuming float\n"},
         {"{\n  name x\n  parm {\n    label\n    name a\n    type float\n  }\n}\n",
@@ -67,7 +67,7 @@ TEST(ScriptMistakes, ThePlaceIsWhereTheMistakeIs)
         {"{\n  name x\n  parm {\n    type float\n  }\n}\n", "3:3-7 (5) parameter without a name\n"},
         // a brace too many
         {"{\n  name x\n  parm {\n    name a } }\n    type float\n  }\n  parm { name b }\n}\n",
-         "4:14-15 (5) script unknown identifier type\n"},
+         "4:12-13 (5) warning: What stands behind the closing brace of the script isn't read\n"},
     };
     for (const auto &[text, told] : cases) {
         EXPECT_EQ(read(text), told) << text;
@@ -82,11 +82,11 @@ TEST(ScriptMistakes, ColumnsCountBytesAndCharacters)
         report);
     ASSERT_EQ(report.getMessages().size(), 1u);
     const KIT_MessageDetail &detail = *report.getMessages()[0].detail;
-    EXPECT_EQ(detail.place.column, 31);
-    EXPECT_EQ(detail.place.character, 28);
-    EXPECT_EQ(detail.place.endColumn, 37);
-    EXPECT_EQ(detail.place.endCharacter, 34);
-    EXPECT_EQ(detail.place.offset, 41);
+    EXPECT_EQ(detail.place.column, 30);
+    EXPECT_EQ(detail.place.character, 27);
+    EXPECT_EQ(detail.place.endColumn, 36);
+    EXPECT_EQ(detail.place.endCharacter, 33);
+    EXPECT_EQ(detail.place.offset, 39);
     EXPECT_EQ(detail.subject, "a");
     EXPECT_EQ(detail.found, "wibble");
     EXPECT_EQ(detail.place.source, "\tparm { name a label \"\xc3\xa4\xe2\x82\xac\" wibble }");
@@ -122,18 +122,17 @@ TEST(ScriptMistakes, EachOneIsTold)
               "}\n"),
         "5:5-10 (5) Dialog Script: unknown identifier: 'lable'\n"
         "6:11-16 (6) warning: Unknown parameter type - assuming float\n"
-        "7:16-17 (7) warning: Invalid range specification: the maximum value is less than the minimum "
+        "7:15-16 (7) warning: Invalid range specification: the maximum value is less than the minimum "
         "value.\n"
-        "8:14-24 (8) hidewhen: Missing }\n"
+        "8:14-24 (8) hidewhen: Missing closing '}'\n"
         "8:24-24 (8) the block of 'parm' is not closed: its \"}\" is missing\n"
         "13:7-10 (13) the menu entry 'y' has no label\n"
         "15:12-18 (15) parm has bad export value\n"
         "17:3-8 (17) script unknown identifier gruop\n"
         "19:5-9 (19) parameter without a name\n");
     EXPECT_EQ(check("{ name x parm { name a } }"), "");
-    EXPECT_EQ(
-        check("parm { name a }\nparm { nmae b }"),
-        "2:1-5 (2) parameter without a name\n2:8-12 (2) Dialog Script: unknown identifier: 'nmae'\n");
+    EXPECT_EQ(check("parm { name a }\nparm { nmae b }"),
+              "2:8-12 (2) Dialog Script: unknown identifier: 'nmae'\n");
 }
 
 namespace

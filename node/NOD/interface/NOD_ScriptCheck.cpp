@@ -2,13 +2,14 @@
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_String.h>
 #include <NOD/interface/NOD_ScriptDetailPrivate.h>
 #include <NOD/interface/NOD_ScriptStreamPrivate.h>
 #include <ZEL/ZEL_ScriptPage.h>
 
 #include <algorithm>
-#include <optional>
+#include <iterator>
 #include <utility>
 
 namespace
@@ -53,6 +54,13 @@ int Piece::find(std::size_t offset) const
     return after == tokens.begin() ? -1 : (after - 1)->second;
 }
 
+/// A statement for the name of a block, perhaps misspelt.
+bool isName(const NOD_ScriptToken &word, bool inParm)
+{
+    const std::string *const nearest = KITnearestWord(word.text, NODgetScriptWords(inParm));
+    return nearest && *nearest == "name";
+}
+
 /// Reads the blocks of a script one by one, each again without the statement at which it stopped.
 class Pass
 {
@@ -66,9 +74,8 @@ private:
 
     void judge(int block);
     Piece compose(int block, const std::vector<bool> &dropped) const;
-    std::optional<Placed> read(const Piece &piece, std::vector<Placed> &said) const;
+    bool read(const Piece &piece, std::vector<Placed> &said) const;
     bool drop(int block, int token, std::vector<bool> &dropped) const;
-    void add(Placed placed);
 
     const NOD_ScriptTokens &myTokens;
     const Shape &myShape;
@@ -101,18 +108,12 @@ void Pass::judge(int block)
     }
     for (std::size_t round = 0; round <= statements.size(); ++round) {
         std::vector<Placed> said;
-        std::optional<Placed> stop = read(compose(block, dropped), said);
-        if (!stop) {
-            for (Placed &one : said) {
-                add(std::move(one));
-            }
+        const bool readFlag = read(compose(block, dropped), said);
+        if (readFlag || said.empty() || !drop(block, said.back().token, dropped)) {
+            std::move(said.begin(), said.end(), std::back_inserter(myPlaced));
             return;
         }
-        const int token = stop->token;
-        add(std::move(*stop));
-        if (!drop(block, token, dropped)) {
-            return;
-        }
+        myPlaced.push_back(std::move(said.back())); // the others are said again
     }
 }
 
@@ -136,9 +137,9 @@ Piece Pass::compose(int block, const std::vector<bool> &dropped) const
     Piece piece;
     piece.text = "{ ";
     int closes = 1;
+    const int depth = own.parent < 0 ? 0 : myShape.getBlocks()[std::size_t(own.parent)].depth;
     if (own.parent >= 0) {
         piece.text += "name s ";
-        const int depth = myShape.getBlocks()[std::size_t(own.parent)].depth;
         for (int i = 0; i < depth; ++i) {
             piece.text += "multiparm { name m" + std::string(std::size_t(i), '#') + " ";
         }
@@ -150,13 +151,13 @@ Piece Pass::compose(int block, const std::vector<bool> &dropped) const
     bool namedFlag = false;
     for (std::size_t i = 0; i < dropped.size(); ++i) {
         const Shape::Statement &one = own.statements[i];
-        namedFlag = namedFlag || (dropped[i] && myTokens[one.begin].is("name"));
+        namedFlag = namedFlag || (dropped[i] && isName(myTokens[one.begin], own.parmFlag));
         for (int token = one.begin; !dropped[i] && token < one.end; ++token) {
             piece.add(myTokens, token);
         }
     }
     // What is told of a name that can't be read is enough.
-    piece.text += namedFlag ? "name \"" + std::string(std::size_t(own.depth), '#') + "n\" " : "";
+    piece.text += namedFlag ? "name \"n" + std::string(std::size_t(depth), '#') + "\" " : "";
     piece.tokens.emplace_back(piece.text.size(), own.close >= 0 ? own.close : own.header);
     for (int i = 0; i < closes; ++i) {
         piece.text += "} ";
@@ -164,107 +165,94 @@ Piece Pass::compose(int block, const std::vector<bool> &dropped) const
     return piece;
 }
 
-/// The error that ended the reading; without one, all that was said.
-std::optional<Placed> Pass::read(const Piece &piece, std::vector<Placed> &said) const
+/// Reads a piece. False, with the message about it at the end of what is said, where reading stopped.
+bool Pass::read(const Piece &piece, std::vector<Placed> &said) const
 {
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
     NOD_Report found;
     KIT_IStream is(piece.text.data(), piece.text.size(), KIT_IStream::TEXT);
     NOD_ScriptStream stream(is, "", found, NOD_Interface::Includes::NONE);
     ZEL_ScriptPage page;
-    const std::size_t size = found.getMessages().size();
     const bool readFlag = page.parse(stream, true, nullptr, false, true, 0) != 0;
-    if (!readFlag && (found.getMessages().size() == size || !found.hasErrors())) {
+    if (!readFlag && !found.hasErrors()) {
         stream.error("Expecting open brace"); // some blocks fail without a message
     }
     for (NOD_Message message : found.getMessages()) {
         const int token =
             piece.find(message.detail ? std::size_t(message.detail->place.offset) : 0);
-        if (token < 0) {
-            continue;
+        if (token >= 0) {
+            message.detail = NODcompleteDetail(myTokens, myShape, token, message.text);
+            message.file = message.detail->place.file;
+            message.line = myTokens[token].line;
+            said.push_back({token, std::move(message)});
         }
-        message.detail = NODcompleteDetail(myTokens, myShape, token, message.text);
-        message.file = message.detail->place.file;
-        message.line = myTokens[token].line;
-        said.push_back({token, std::move(message)});
     }
-    if (readFlag || said.empty()) {
-        return std::nullopt;
-    }
-    return std::move(said.back());
+    return readFlag;
 }
 
-void Pass::add(Placed placed)
+bool samePlace(const KIT_MessageDetail &a, const KIT_MessageDetail &b)
 {
-    myPlaced.push_back(std::move(placed));
-}
-
-bool samePlace(const NOD_Message &a, const NOD_Message &b)
-{
-    return a.detail && b.detail && a.detail->place.offset == b.detail->place.offset &&
-           a.detail->place.file == b.detail->place.file;
+    return a.place.offset == b.place.offset && a.place.file == b.place.file;
 }
 
 /// What the reader said, and what else there is.
 class Merge
 {
 public:
-    Merge(const NOD_Report &reader, const NOD_ScriptTokens &tokens, const Shape &shape,
-          bool goodFlag);
-    void add(Placed found, bool goodFlag);
+    Merge(const NOD_ScriptTokens &tokens, const Shape &shape) : myTokens(tokens), myShape(shape) {}
+
+    /// Adds what the reader said up to the first fault, and the message that this one led to.
+    void addReader(const NOD_Report &reader);
+    void add(Placed found);
     void addTo(NOD_Report &report);
 
 private:
+    const NOD_ScriptTokens &myTokens;
+    const Shape &myShape;
     std::vector<Placed> myAll;
-    std::size_t myStop =
-        0; ///< the message that the first fault led to; the number of all without one
+    std::vector<bool> myCaused; ///< those that the first fault led to
 };
 
-Merge::Merge(const NOD_Report &reader, const NOD_ScriptTokens &tokens, const Shape &shape,
-             bool goodFlag)
+void Merge::addReader(const NOD_Report &reader)
 {
-    const std::vector<NOD_Message> &messages = reader.getMessages();
-    const std::vector<Shape::Fault> &faults = shape.getFaults();
-    std::size_t stop = messages.size();
-    int cause = tokens.size();
-    for (std::size_t i = 0; i < messages.size() && !faults.empty(); ++i) {
-        const auto detail = NODmakeDetail(tokens, shape, faults.front());
-        const NOD_Message &one = messages[i];
-        if (one.detail && one.detail->place.offset == detail->place.offset &&
-            one.detail->place.file == detail->place.file) {
-            stop = i;
-            cause = faults.front().token;
+    const std::vector<Shape::Fault> &faults = myShape.getFaults();
+    const std::shared_ptr<const KIT_MessageDetail> cause =
+        faults.empty() ? nullptr : NODmakeDetail(myTokens, myShape, faults.front());
+    for (const NOD_Message &message : reader.getMessages()) {
+        const KIT_MessagePlace place = message.detail ? message.detail->place : KIT_MessagePlace();
+        const int token =
+            place.offset < 0 ? -1 : myTokens.find(place.file, std::size_t(place.offset));
+        const bool causedFlag = cause && message.detail && samePlace(*message.detail, *cause);
+        if (causedFlag || faults.empty() || token < faults.front().token) {
+            myAll.push_back({token, message});
+            myCaused.push_back(causedFlag);
         }
     }
-    for (std::size_t i = 0; i < messages.size(); ++i) {
-        const KIT_MessageDetail *const detail = messages[i].detail.get();
-        const int token = detail && detail->place.offset >= 0
-                              ? tokens.find(detail->place.file, std::size_t(detail->place.offset))
-                              : -1;
-        if (i == stop || token < cause || goodFlag) {
-            myStop = i == stop ? myAll.size() : myStop;
-            myAll.push_back({token, messages[i]});
-        }
-    }
-    myStop = stop == messages.size() ? std::size_t(-1) : myStop;
 }
 
-void Merge::add(Placed found, bool goodFlag)
+void Merge::add(Placed found)
 {
     for (std::size_t i = 0; i < myAll.size(); ++i) {
         const NOD_Message &one = myAll[i].message;
-        if (samePlace(one, found.message) && (i == myStop || one.text == found.message.text)) {
+        if (one.detail && samePlace(*one.detail, *found.message.detail) &&
+            (myCaused[i] || one.text == found.message.text)) {
             return;
         }
     }
-    found.message.severity = goodFlag ? KIT_ERROR_WARNING : found.message.severity;
     myAll.push_back(std::move(found));
+    myCaused.push_back(false);
 }
 
 void Merge::addTo(NOD_Report &report)
 {
+    const auto keyOf = [this](const Placed &one) {
+        const KIT_MessageDetail *const detail = one.message.detail.get();
+        const std::int64_t offset = detail ? detail->place.offset : -1;
+        return std::pair(offset < 0 ? -1 : myTokens.find(detail->place.file, std::size_t(offset)),
+                         offset);
+    };
     std::stable_sort(myAll.begin(), myAll.end(),
-                     [](const Placed &a, const Placed &b) { return a.token < b.token; });
+                     [&](const Placed &a, const Placed &b) { return keyOf(a) < keyOf(b); });
     for (Placed &one : myAll) {
         report.add(std::move(one.message));
     }
@@ -298,10 +286,12 @@ void completeReport(const Source &source, const NOD_Report &reader, bool goodFla
         whole.add(std::move(message));
     }
     const Shape shape(tokens);
-    Merge merge(whole, tokens, shape, goodFlag);
+    Merge merge(tokens, shape);
+    merge.addReader(whole);
     for (Placed &one : Pass(tokens, shape).run()) {
         one.message.line -= headFlag && one.message.file == source.name;
-        merge.add(std::move(one), goodFlag);
+        one.message.severity = goodFlag ? KIT_ERROR_WARNING : one.message.severity;
+        merge.add(std::move(one));
     }
     NOD_Report merged;
     merge.addTo(merged);

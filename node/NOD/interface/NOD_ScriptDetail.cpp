@@ -61,7 +61,7 @@ NODmakeDetail(const NOD_ScriptTokens &tokens, const Shape &shape, const Shape::F
     detail->includedFrom = tokens.getIncluders(fault.token);
     detail->subject = subjectOf(shape, fault.block);
     detail->found = fault.afterFlag ? "" : tokens[fault.token].text;
-    detail->hint = fault.hint.empty() ? fault.text : fault.hint;
+    detail->hint = !fault.hint.empty() || fault.text == theNODScriptRest ? fault.hint : fault.text;
     if (!fault.expected.empty()) {
         detail->expected = {fault.expected};
     }

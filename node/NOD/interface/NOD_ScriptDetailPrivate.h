@@ -9,10 +9,6 @@
 
 #include <memory>
 
-/// Said of what comes after the closing brace.
-constexpr const char *theNODScriptRest =
-    "What stands behind the closing brace of the script isn't read";
-
 /// The fault of the shape that stopped the reader at a token; null if none did.
 const NOD_ScriptShape::Fault *NODfindCause(const NOD_ScriptShape &shape, int token);
 /// The detail of a fault.

@@ -49,6 +49,9 @@ NOD_ScriptShape::NOD_ScriptShape(const NOD_ScriptTokens &tokens) : myTokens(toke
     addBlock(-1, myAt, "script");
     ++myAt;
     readBlock(0);
+    if (!atEnd()) {
+        addFault(-1, myAt, theNODScriptRest);
+    }
     std::stable_sort(myFaults.begin(), myFaults.end(),
                      [](const Fault &a, const Fault &b) { return a.token < b.token; });
     for (Fault &fault : myFaults) {

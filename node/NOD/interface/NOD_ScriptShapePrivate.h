@@ -22,6 +22,10 @@
 #include <string>
 #include <vector>
 
+/// Said of what comes after the closing brace.
+constexpr const char *theNODScriptRest =
+    "What stands behind the closing brace of the script isn't read";
+
 class NOD_ScriptShape
 {
 public:
