@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <map>
 #include <random>
 #include <regex>
 #include <set>
@@ -92,7 +93,8 @@ private:
     bool misspellKeyword(std::string &line)
     {
         std::smatch found;
-        if (!std::regex_search(line, found, std::regex("^\\s*([a-z]{4,})(\\s|$)"))) {
+        static const std::regex theKeyword("^\\s*([a-z]{4,})(\\s|$)");
+        if (!std::regex_search(line, found, theKeyword)) {
             return false;
         }
         const std::string word = found[1];
@@ -107,7 +109,8 @@ private:
     bool misspellType(std::string &line)
     {
         std::smatch found;
-        if (!std::regex_search(line, found, std::regex("^\\s*type\\s+([a-z_0-9]{4,})"))) {
+        static const std::regex theType("^\\s*type\\s+([a-z_0-9]{4,})");
+        if (!std::regex_search(line, found, theType)) {
             return false;
         }
         const std::string word = found[1];
@@ -118,7 +121,8 @@ private:
 
     bool change(std::string &line, const char *pattern, const char *by)
     {
-        const std::regex what(pattern);
+        static std::map<std::string, std::regex> theCompiled;
+        const std::regex &what = theCompiled.try_emplace(pattern, pattern).first->second;
         if (!isPlain(line) || !std::regex_search(line, what)) {
             return false;
         }

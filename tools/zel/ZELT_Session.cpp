@@ -258,14 +258,6 @@ std::string ZELT_Session::set(const std::string &address, const std::string &val
     return faultOf(report);
 }
 
-std::string ZELT_Session::setExpression(const std::string &address, const std::string &text,
-                                        TRK_ExprLanguage language, double time)
-{
-    NOD_Report report;
-    NOD_TextEdit(*myNode, time, report).setExpression(address, text, language);
-    return faultOf(report);
-}
-
 std::string ZELT_Session::setKey(const std::string &address, double time, const std::string &value)
 {
     NOD_Report report;

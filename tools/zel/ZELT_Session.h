@@ -103,8 +103,6 @@ public:
     /// One parameter: a pattern must match no more.
     std::string resolve(const std::string &text, ZELT_Address &address);
     std::string set(const std::string &address, const std::string &value, double time);
-    std::string setExpression(const std::string &address, const std::string &text,
-                              TRK_ExprLanguage language, double time);
     std::string setKey(const std::string &address, double time, const std::string &value);
 
     /// Brings the items of all blocks up to their counts.

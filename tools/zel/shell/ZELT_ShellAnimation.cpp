@@ -4,6 +4,8 @@
 
 #include "ZELT_Format.h"
 
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_TextEdit.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_Parm.h>
@@ -21,9 +23,10 @@ void expression(ZELT_Shell &shell, const ZELT_ShellWords &words)
         shell.fail("the language is expression or python");
         return;
     }
-    shell.settle(shell.getSession().setExpression(
-        words[1], words[2], pythonFlag ? TRK_LANGUAGE_PYTHON : TRK_LANGUAGE_NATIVE,
-        shell.getTime()));
+    NOD_Report report;
+    NOD_TextEdit(shell.getNode(), shell.getTime(), report)
+        .setExpression(words[1], words[2], pythonFlag ? TRK_LANGUAGE_PYTHON : TRK_LANGUAGE_NATIVE);
+    shell.tell(report);
 }
 
 void key(ZELT_Shell &shell, const ZELT_ShellWords &words)
