@@ -7,7 +7,9 @@
 /// Ownership:  owns its messages and the text; a KIT_IStream is read whole on opening.
 /// Threads:    used by a single thread for its whole life.
 /// Errors:     error(), warning() and message() print to the standard error stream, or to a sink if
-///             one is set (setOwnSink, setMessageSink), and keep the text under common code 14. None of them
+///             one is set (setOwnSink, setMessageSink), and keep the text under common code 14. With
+///             setDetails() they also keep the place of the token that was read last, with its columns,
+///             and the includes that led to it. None of them
 ///             stops reading: the caller decides. Preprocessor messages go to the thread's current
 ///             error manager instead.
 /// Cost:       a block or message below 2,000 bytes allocates nothing but the result.
@@ -17,6 +19,10 @@
 #include <KIT/KIT_ErrorManager.h>
 #include <TOK/TOK_TokenStream.h>
 #include <ZEL/ZEL_API.h>
+
+#include <memory>
+
+struct KIT_MessageDetail;
 
 class ZEL_API DS_Stream : public TOK_TokenStream
 {
@@ -59,6 +65,13 @@ public:
     /// Moves all messages of another stream to the end of this one's.
     void stealErrors(DS_Stream &other);
 
+    /// Whether messages get a KIT_MessageDetail; false until it is called. Must be called before the
+    /// first token.
+    void setDetails(bool wanted);
+    /// That of the token read last, or during a report of the preprocessor of what that is about; null
+    /// without setDetails(). For sinks and overrides of cppError(): that of the message they receive.
+    std::shared_ptr<const KIT_MessageDetail> makeDetail() const;
+
     /// Receives the messages of all streams of the process instead of the standard error stream.
     /// `file` is null and `line` 0 for a source without a name; `text` is the message without
     /// severity, file and line.
@@ -75,10 +88,10 @@ public:
     }
 
 private:
-    using Report = void (KIT_ErrorManager::*)(int code, const char *text);
-    void report(KIT_ErrorSeverity severity, const char *word, const char *text, Report keep);
+    void report(KIT_ErrorSeverity severity, const char *word, const char *text);
 
     KIT_ErrorManager myErrors;
     MessageSink myOwnSink = nullptr;
     void *myOwnSinkData = nullptr;
+    bool myDetailsFlag = false;
 };

@@ -1,8 +1,10 @@
 #include <DS/DS_Stream.h>
 
+#include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ScriptQuote.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace
@@ -10,6 +12,8 @@ namespace
 
 constexpr const char *theNormalOptions[] = {"", "-P", "-h", "-H", "-x", nullptr};
 constexpr const char *theReducedOptions[] = {"", "-P", "-x", nullptr};
+
+constexpr std::size_t theLongestFound = 80;
 
 DS_Stream::MessageSink theMessageSink = nullptr;
 void *theMessageSinkData = nullptr;
@@ -107,17 +111,17 @@ int DS_Stream::parseBlock(KIT_String &result, char separator, bool protect)
 
 void DS_Stream::error(const char *text)
 {
-    report(KIT_ERROR_ABORT, " Error", text, &KIT_ErrorManager::commonError);
+    report(KIT_ERROR_ABORT, " Error", text);
 }
 
 void DS_Stream::warning(const char *text)
 {
-    report(KIT_ERROR_WARNING, " Warning", text, &KIT_ErrorManager::commonWarning);
+    report(KIT_ERROR_WARNING, " Warning", text);
 }
 
 void DS_Stream::message(const char *text)
 {
-    report(KIT_ERROR_MESSAGE, "", text, &KIT_ErrorManager::commonMessage);
+    report(KIT_ERROR_MESSAGE, "", text);
 }
 
 void DS_Stream::setMessageSink(MessageSink sink, void *data)
@@ -126,7 +130,7 @@ void DS_Stream::setMessageSink(MessageSink sink, void *data)
     theMessageSinkData = data;
 }
 
-void DS_Stream::report(KIT_ErrorSeverity severity, const char *word, const char *text, Report keep)
+void DS_Stream::report(KIT_ErrorSeverity severity, const char *word, const char *text)
 {
     KIT_WorkBuffer whole;
     text = text ? text : "";
@@ -143,7 +147,34 @@ void DS_Stream::report(KIT_ErrorSeverity severity, const char *word, const char 
     } else {
         std::fprintf(stderr, "%s\n", whole.buffer());
     }
-    (myErrors.*keep)(KIT_COMMON_BAD_SCRIPT, whole.buffer());
+    myErrors.add(theKITCommonCategory, KIT_COMMON_BAD_SCRIPT, whole.buffer(), severity,
+                 makeDetail());
+}
+
+void DS_Stream::setDetails(bool wanted)
+{
+    myDetailsFlag = wanted;
+    setKeepsTexts(wanted);
+}
+
+std::shared_ptr<const KIT_MessageDetail> DS_Stream::makeDetail() const
+{
+    TOK_Place token;
+    if (!myDetailsFlag || !getPlace(token)) {
+        return nullptr;
+    }
+    const auto set = [](KIT_MessagePlace &place, const TOK_Place &from) {
+        place.file = from.file;
+        place.setFromText(from.text, from.begin, from.end, from.line);
+    };
+    auto detail = std::make_shared<KIT_MessageDetail>();
+    set(detail->place, token);
+    detail->found =
+        token.text.substr(token.begin, std::min(token.end - token.begin, theLongestFound));
+    for (int level = 0; getIncluder(level, token); level++) {
+        set(detail->includedFrom.emplace_back(), token);
+    }
+    return detail;
 }
 
 void DS_Stream::clearErrors()

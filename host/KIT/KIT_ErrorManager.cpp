@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 // ------------------------------------------------------------------ //
 // The thread's managers
@@ -64,6 +65,13 @@ KIT_ErrorManager &KIT_ErrorManager::Scope::getOuterManager()
 void KIT_ErrorManager::add(const char *category, int code, const char *text,
                            KIT_ErrorSeverity severity)
 {
+    add(category, code, text, severity, nullptr);
+}
+
+void KIT_ErrorManager::add(const char *category, int code, const char *text,
+                           KIT_ErrorSeverity severity,
+                           std::shared_ptr<const KIT_MessageDetail> detail)
+{
     if ((myFlags & theDiscardFlag) != 0) {
         return;
     }
@@ -72,13 +80,14 @@ void KIT_ErrorManager::add(const char *category, int code, const char *text,
         countDropped(severity, 1);
         return;
     }
-    myErrors.push_back(Error{category ? category : "", code, text ? text : "", severity});
+    myErrors.push_back(
+        Error{category ? category : "", code, text ? text : "", severity, std::move(detail)});
 }
 
 void KIT_ErrorManager::countDropped(KIT_ErrorSeverity severity, int64_t count)
 {
     if (myDropped == 0) {
-        myErrors.push_back(Error{theKITCommonCategory, KIT_COMMON_DROPPED, "", severity});
+        myErrors.push_back(Error{theKITCommonCategory, KIT_COMMON_DROPPED, "", severity, nullptr});
     }
     myDropped += count;
     Error &counter = myErrors.back();
@@ -150,7 +159,7 @@ void KIT_ErrorManager::stealErrors(KIT_ErrorManager &from, int first, int last,
 void KIT_ErrorManager::takeError(const Error &error, int64_t dropped)
 {
     if (dropped == 0) {
-        add(error.category.c_str(), error.code, error.text.c_str(), error.severity);
+        add(error.category.c_str(), error.code, error.text.c_str(), error.severity, error.detail);
     } else if ((myFlags & theDiscardFlag) == 0) {
         mySeverity = std::max(mySeverity, error.severity);
         countDropped(error.severity, dropped);

@@ -3,7 +3,8 @@
 ///
 /// Vocabulary: *category* = which part the code belongs to ("ZEL", "TRK", "Common"); *code* = the
 ///             number of the sentence in the catalogue (KIT_MessageCatalogue.h); *text* = what is
-///             put into the sentence; *current manager* = the one that receives a thread's reports;
+///             put into the sentence; *detail* = the place of the mistake and what is known of it, where
+///             the reporter was asked for it; *current manager* = the one that receives a thread's reports;
 ///             *scope* = a manager that is current while it exists.
 /// Units:      indices from 0, in the order of reporting. Severities are ordered.
 /// Ownership:  owns its errors. A scope holds its manager by value.
@@ -17,10 +18,12 @@
 #include <BAS/BAS_API.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 class KIT_String;
+struct KIT_MessageDetail;
 
 enum KIT_ErrorSeverity
 {
@@ -51,6 +54,7 @@ public:
         int code = 0;
         std::string text;
         KIT_ErrorSeverity severity = KIT_ERROR_NONE;
+        std::shared_ptr<const KIT_MessageDetail> detail; ///< null without one
     };
 
     /// A flag: what is reported to the manager is discarded, its severity included.
@@ -74,6 +78,9 @@ public:
 
     /// Adds an error. Null category and text are "".
     void add(const char *category, int code, const char *text, KIT_ErrorSeverity severity);
+    /// The same with a detail, which may be null.
+    void add(const char *category, int code, const char *text, KIT_ErrorSeverity severity,
+             std::shared_ptr<const KIT_MessageDetail> detail);
     /// Add with the category "Common" and the severity 4, 3 or 1.
     void commonError(int code, const char *text = nullptr);
     void commonWarning(int code, const char *text = nullptr);

@@ -35,7 +35,7 @@ public:
     SNK_CompiledCode &operator=(const SNK_CompiledCode &) = delete;
 
     bool isValid() const { return myCode != nullptr; }
-    /// Why it isn't valid, in Python's words; "" if it is.
+    /// Why it is not valid, as Python tells it; "" if it is.
     const char *getErrorText() const { return myError.nonNullStr(); }
 
     /// Runs the code with the context's names as its globals.

@@ -73,10 +73,51 @@ std::string_view withoutLooseBrackets(std::string_view word)
     return word.substr(0, keep);
 }
 
+/// The next quote that no backslash hides, or the end.
+const char *findQuote(const char *at, const char *end)
+{
+    while (at < end && *at != '"') {
+        at += *at == '\\' && end - at > 1 ? 2 : 1;
+    }
+    return std::min(at, end);
+}
+
+std::string_view trimmed(std::string_view text)
+{
+    while (!text.empty() && isByte(text.back(), BLANK)) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+/// Without the braces at its end that close what the text didn't open.
+std::string_view withoutCloses(std::string_view text)
+{
+    for (;;) {
+        text = trimmed(text);
+        const auto opens = std::count(text.begin(), text.end(), '{');
+        const auto closes = std::count(text.begin(), text.end(), '}');
+        if (text.empty() || text.back() != '}' || closes <= opens) {
+            return text;
+        }
+        text.remove_suffix(1);
+    }
+}
+
+/// Whether what stands in front of a quote on its line looks like a keyword before its value, or a
+/// value before another one: `    label `, `menu { `.
+bool opensText(std::string_view before)
+{
+    const size_t first = std::min(before.find_first_not_of(" \t"), before.size());
+    before.remove_prefix(first);
+    const char last = before.empty() ? '\0' : before.back();
+    return !before.empty() && isLetter(before[0]) && (isByte(last, BLANK) || isByte(last, BRACKET));
+}
+
 } // namespace
 
 TOK_Lexer::TOK_Lexer(std::string_view text, bool directives)
-    : myText(text.data()), myTokenBegin(myText), myAt(myText), myEnd(text.data() + text.size()),
+    : myAt(text.data()), myTokenBegin(text.data()), myEnd(text.data() + text.size()),
       myDirectivesFlag(directives)
 {}
 
@@ -239,6 +280,14 @@ std::string_view TOK_Lexer::readWord()
 std::string_view TOK_Lexer::readQuoted()
 {
     const char *const begin = ++myAt;
+    if (myEndsOpenFlag) {
+        if (const char *const end = findOpenEnd(begin)) {
+            myFault = OPEN_QUOTE;
+            myFaultLine = myTokenLine;
+            myAt = end;
+            return std::string_view(begin, static_cast<size_t>(end - begin));
+        }
+    }
     while (myAt < myEnd) {
         if (!isByte(*myAt, SPECIAL)) {
             myAt++;
@@ -254,6 +303,34 @@ std::string_view TOK_Lexer::readQuoted()
         }
     }
     return copyQuoted(begin);
+}
+
+/// Where a quoted token ends whose closing quote seems to be missing: the quote that closes it is
+/// followed by more of a word, as the first one of another text is, or stands in a later line where a
+/// text would begin. Null if it seems to be there.
+const char *TOK_Lexer::findOpenEnd(const char *begin) const
+{
+    const char *const lineEnd = std::find(begin, myEnd, '\n');
+    const char *const close = findQuote(begin, myEnd);
+    const bool wordFlag =
+        myEnd - close > 1 && !isByte(close[1], BLANK) && !isByte(close[1], BRACKET);
+    const std::string_view rest(begin, static_cast<size_t>(lineEnd - begin));
+    if (close < lineEnd) {
+        const bool evenFlag = std::count(close, lineEnd, '"') % 2 != 0;
+        const std::string_view text = rest.substr(0, static_cast<size_t>(close - begin));
+        if (!wordFlag || evenFlag || text.empty() || !isByte(text.back(), BLANK)) {
+            return nullptr;
+        }
+        const auto isBlank = [](char c) { return isByte(c, BLANK); };
+        return std::find_if(text.begin(), text.end(), isBlank);
+    }
+    const std::string_view text(begin, static_cast<size_t>(close - begin));
+    const size_t feed = text.rfind('\n');
+    if (close == myEnd || wordFlag || opensText(text.substr(feed + 1))) {
+        const std::string_view kept = withoutCloses(rest);
+        return kept.data() + kept.size();
+    }
+    return nullptr;
 }
 
 /// Continues where the text can't be used in place: joins lines, and replaces NUL bytes by blanks.

@@ -2,10 +2,12 @@
 /// Splits one text into tokens and directive lines, by the rules of TOK_TokenStream.h.
 ///
 /// Vocabulary: *directive line* = a directive without its `#`, comments and joined line ends.
-/// Units:      lines from the first line's number; offsets in bytes.
+/// Units:      lines from the first line's number.
 /// Ownership:  borrows the text. A token is part of it, or kept in the lexer until the next call.
 /// Threads:    one thread at a time.
-/// Errors:     what is never closed extends to the end of the text; takeFault() then reports it.
+/// Errors:     what is never closed extends to the end of the text; takeFault() then reports it. With
+///             setEndsOpenTexts(), so does a quoted token whose closing quote seems to be missing, and
+///             it ends where it seems to end.
 
 #pragma once
 
@@ -33,12 +35,16 @@ public:
     /// With `directives` false every `#` is ordinary.
     TOK_Lexer(std::string_view text, bool directives);
 
+    void setEndsOpenTexts(bool ends) { myEndsOpenFlag = ends; }
+    bool endsOpenTexts() const { return myEndsOpenFlag; }
+
     Kind next(std::string_view &token);
+    /// Where the token of the last next() that found one begins, with its quotes or its `#`, and where
+    /// reading goes on.
+    const char *getBegin() const { return myTokenBegin; }
+    const char *getReadEnd() const { return myAt; }
     /// The line that the token of the last next() begins on.
     int getLine() const { return myTokenLine; }
-    /// Where that token begins and ends in the text, with its quotes; of a directive, from its `#`.
-    size_t getBegin() const { return static_cast<size_t>(myTokenBegin - myText); }
-    size_t getEnd() const { return static_cast<size_t>(myAt - myText); }
     /// Whether that token is the first of its line.
     bool isFirstOnLine() const { return myFirstFlag; }
     /// The error of the last next(), returned once.
@@ -53,10 +59,10 @@ private:
     std::string_view readWord();
     std::string_view readQuoted();
     std::string_view copyQuoted(const char *begin);
+    const char *findOpenEnd(const char *begin) const;
 
-    const char *myText;
-    const char *myTokenBegin;
     const char *myAt;
+    const char *myTokenBegin;
     const char *myEnd;
     std::string myScratch;
     int myLine = 1;
@@ -64,6 +70,7 @@ private:
     int myFaultLine = 0;
     Fault myFault = NO_FAULT;
     bool myDirectivesFlag;
+    bool myEndsOpenFlag = false;
     bool myLineStartFlag = true;
     bool myFirstFlag = false;
 };

@@ -87,10 +87,15 @@ void TOK_Preprocessor::pushFile(std::string &&text, const std::string &name)
     source->text = std::move(text);
     std::string_view view = source->text;
     if (startsWith(view, KIT_IStream::theByteOrderMark)) {
-        source->markSize = KIT_IStream::theByteOrderMark.size();
-        view.remove_prefix(source->markSize);
+        view.remove_prefix(KIT_IStream::theByteOrderMark.size());
     }
     source->lexer = TOK_Lexer(view, true);
+    source->lexer.setEndsOpenTexts(myEndsOpenFlag);
+    if (myFile) {
+        source->includer = myFile;
+        source->includeLine = myLine;
+        source->includeAt = myFile->lexer.getBegin();
+    }
     source->fileName = myNames.emplace_back(name).c_str();
     source->identity = identityOf(name);
     source->outerGroups = myGroups.size();
@@ -122,6 +127,11 @@ bool TOK_Preprocessor::popSource()
     if (mySources.size() == 1) {
         return false;
     }
+    if (myKeepFlag) {
+        myKept.push_back(std::move(mySources.back()));
+    } else if (myTokenFile == &source) {
+        myTokenFile = nullptr;
+    }
     mySources.pop_back();
     myFileDepth--;
     myFile = mySources.back().get(); // only files include files
@@ -130,8 +140,10 @@ bool TOK_Preprocessor::popSource()
 
 TOK_Span TOK_Preprocessor::getSpan() const
 {
-    return {myFile->markSize + myFile->lexer.getBegin(), myFile->markSize + myFile->lexer.getEnd(),
-            myMacroFlag, myTokens - (myTokens > 0)};
+    const char *const text = myFile->text.data();
+    return {static_cast<size_t>(myFile->lexer.getBegin() - text),
+            static_cast<size_t>(myFile->lexer.getReadEnd() - text), myMacroFlag,
+            myTokens - (myTokens > 0)};
 }
 
 bool TOK_Preprocessor::next(std::string_view &token, bool &quoted)
@@ -156,6 +168,8 @@ bool TOK_Preprocessor::next(std::string_view &token, bool &quoted)
                     source.lexer.isFirstOnLine()) {
                     warning("no directive: '" + std::string(token) + "'", myLine);
                 }
+                myTokenFile = myFile;
+                myTokenLine = myLine;
                 return true;
             }
         }
@@ -488,6 +502,59 @@ void TOK_Preprocessor::setPath(const char *folders)
 }
 
 // -------------------------------------------------------------------- //
+// Places
+// -------------------------------------------------------------------- //
+
+void TOK_Preprocessor::setEndsOpenTexts(bool ends)
+{
+    myEndsOpenFlag = ends;
+    myFile->lexer.setEndsOpenTexts(ends);
+}
+
+/// Where the token ends is found by reading it once more, which costs nothing while tokens are read.
+void TOK_Preprocessor::describe(const Source &source, const char *begin, int line, TOK_Place &place)
+{
+    place.file = source.fileName;
+    place.text = source.text;
+    place.line = line;
+    place.begin = static_cast<size_t>(begin - source.text.data());
+    const std::string_view rest = place.text.substr(place.begin);
+    TOK_Lexer again(rest, true);
+    again.setEndsOpenTexts(source.lexer.endsOpenTexts());
+    std::string_view token;
+    place.quotedFlag = again.next(token) == TOK_Lexer::QUOTED;
+    place.end = place.begin + static_cast<size_t>(again.getReadEnd() - rest.data());
+    int faultLine;
+    place.openFlag = place.quotedFlag && again.takeFault(faultLine) != TOK_Lexer::NO_FAULT;
+}
+
+bool TOK_Preprocessor::getPlace(TOK_Place &place) const
+{
+    const Source *const source = myReportLine > 0 ? myFile : myTokenFile;
+    if (!source || (myReportLine > 0 && myReportLine != source->lexer.getLine())) {
+        return false;
+    }
+    describe(*source, source->lexer.getBegin(), myReportLine > 0 ? myReportLine : myTokenLine,
+             place);
+    place.firstFlag = source->lexer.isFirstOnLine();
+    place.macroFlag = mySources.back()->macro != nullptr;
+    return true;
+}
+
+bool TOK_Preprocessor::getIncluder(int level, TOK_Place &place) const
+{
+    const Source *source = myReportLine > 0 ? myFile : myTokenFile;
+    for (int i = 0; source && i < level; i++) {
+        source = source->includer;
+    }
+    if (!source || !source->includer) {
+        return false;
+    }
+    describe(*source->includer, source->includeAt, source->includeLine, place);
+    return true;
+}
+
+// -------------------------------------------------------------------- //
 // Messages
 // -------------------------------------------------------------------- //
 
@@ -514,12 +581,16 @@ std::string TOK_Preprocessor::placed(const std::string &text, int line) const
 
 void TOK_Preprocessor::error(const std::string &text, int line)
 {
+    myReportLine = line;
     myOwner.cppError(placed(text, line).c_str());
+    myReportLine = 0;
 }
 
 void TOK_Preprocessor::warning(const std::string &text, int line)
 {
+    myReportLine = line;
     myOwner.cppWarning(placed(text, line).c_str());
+    myReportLine = 0;
 }
 
 void TOK_Preprocessor::stop(const std::string &text)

@@ -20,6 +20,7 @@
 #include <vector>
 
 class TOK_TokenStream;
+struct TOK_Place;
 struct TOK_Span;
 
 class TOK_Preprocessor
@@ -42,6 +43,12 @@ public:
     /// Where that is in the file.
     TOK_Span getSpan() const;
 
+    void setKeepsTexts(bool keep) { myKeepFlag = keep; }
+    void setEndsOpenTexts(bool ends);
+    bool getPlace(TOK_Place &place) const;
+    bool getIncluder(int level, TOK_Place &place) const;
+    std::string_view getText() const { return mySources.front()->text; }
+
     void setOptions(const char *const *options);
     void setPath(const char *folders);
     void setConfined(bool confined) { myConfinedFlag = confined; }
@@ -51,11 +58,13 @@ private:
     {
         std::string text; // of a file
         TOK_Lexer lexer{std::string_view(), true};
-        size_t markSize = 0; // of the byte order mark in front of what the lexer reads
         const char *fileName = "";
-        std::string identity;       // of a file: the same for each path to it
-        TOK_Macro *macro = nullptr; // null: a file
-        size_t outerGroups = 0;     // open groups of the files around it
+        std::string identity;             // of a file: the same for each path to it
+        TOK_Macro *macro = nullptr;       // null: a file
+        size_t outerGroups = 0;           // open groups of the files around it
+        const Source *includer = nullptr; // of an included file
+        int includeLine = 0;
+        const char *includeAt = nullptr; // the directive, in the includer's text
     };
     struct Group
     {
@@ -98,6 +107,7 @@ private:
     bool isBeingRead(const std::string &path) const;
     bool expandMacro(std::string_view word);
 
+    static void describe(const Source &source, const char *begin, int line, TOK_Place &place);
     void checkFault();
     void error(const std::string &text, int line);
     void error(const std::string &text) { error(text, myLine); }
@@ -112,7 +122,11 @@ private:
     TOK_MacroMap myMacros;
     std::vector<std::string> myFolders; // of -I
     std::vector<std::string> myPath;
-    Source *myFile = nullptr; // the innermost file
+    Source *myFile = nullptr;            // the innermost file
+    const Source *myTokenFile = nullptr; // of the last token; null: it is gone
+    int myTokenLine = 0;
+    int myReportLine = 0;                        // above 0: something is being reported
+    std::vector<std::unique_ptr<Source>> myKept; // files that were read to their end
     int myLine = 0;
     bool myMacroFlag = false; // the last token comes from a macro
     size_t myTokens = 0;      // returned so far
@@ -130,4 +144,6 @@ private:
     bool myStoppedFlag = false;
     bool myReadableFlag = true;
     bool myConfinedFlag;
+    bool myKeepFlag = false;
+    bool myEndsOpenFlag = false;
 };

@@ -110,6 +110,31 @@ bool TOK_TokenStream::areAllIncludesConfined()
     return theConfinedFlag;
 }
 
+void TOK_TokenStream::setKeepsTexts(bool keep)
+{
+    myPreprocessor->setKeepsTexts(keep);
+}
+
+void TOK_TokenStream::setEndsOpenTexts(bool ends)
+{
+    myPreprocessor->setEndsOpenTexts(ends);
+}
+
+bool TOK_TokenStream::getPlace(TOK_Place &place) const
+{
+    return myPreprocessor->getPlace(place);
+}
+
+bool TOK_TokenStream::getIncluder(int level, TOK_Place &place) const
+{
+    return myPreprocessor->getIncluder(level, place);
+}
+
+std::string_view TOK_TokenStream::getText() const
+{
+    return myPreprocessor->getText();
+}
+
 void TOK_TokenStream::cppWarning(const char *text)
 {
     KITaddCommonWarning(KIT_COMMON_BAD_SCRIPT, text);

@@ -88,6 +88,20 @@ struct TOK_Span
     std::size_t number = 0; ///< how many tokens come before it, in all files
 };
 
+/// Where a token is in the file that has it; of a token from a macro, the use of the macro.
+struct TOK_Place
+{
+    const char *file = ""; ///< as long as the stream lives
+    std::string_view text; ///< of the whole file, for as long
+    int line = 0;          ///< from 1
+    std::size_t begin = 0; ///< bytes of the text, with the quotes
+    std::size_t end = 0;
+    bool quotedFlag = false;
+    bool firstFlag = false; ///< the first token of its line
+    bool openFlag = false;  ///< with setEndsOpenTexts(): the closing quote seems to be missing
+    bool macroFlag = false;
+};
+
 class KIT_API TOK_TokenStream
 {
 public:
@@ -131,6 +145,24 @@ public:
     const TOK_Manager *getManager() const { return myManager.get(); }
     /// Its bytes in its file, for tools that show or change the text.
     TOK_Span getSpan() const;
+
+    // ---------------------------------------------------------------- //
+    /// \name Places   (for messages: columns, and where an included file comes from)
+    // ---------------------------------------------------------------- //
+    /// Keeps the texts of included files, so that places in them are known after their end. Must be
+    /// called before the first token.
+    void setKeepsTexts(bool keep);
+    /// For tools that look for mistakes: a quoted token whose closing quote seems to be missing ends
+    /// where it seems to, at the latest with its line. Must be called before the first token.
+    void setEndsOpenTexts(bool ends);
+    /// The place of the token read last; during a report of the preprocessor, of what it is about.
+    /// False if it isn't known.
+    bool getPlace(TOK_Place &place) const;
+    /// The `#include` that read that token's file, with 0; with 1 the one that read the file of that
+    /// one, and so on. False for none.
+    bool getIncluder(int level, TOK_Place &place) const;
+    /// The whole first text, for as long as the stream lives.
+    std::string_view getText() const;
 
     /// Receives the preprocessor's reports, with the position in the text. Base: the thread's
     /// current error manager, common code 14.

@@ -11,8 +11,11 @@
 #include <KIT/KIT_ErrorManager.h>
 #include <NOD/NOD_API.h>
 
+#include <memory>
 #include <string>
 #include <vector>
+
+struct KIT_MessageDetail;
 
 /// One message. Texts are empty where unknown.
 struct NOD_API NOD_Message
@@ -24,6 +27,7 @@ struct NOD_API NOD_Message
     std::string text;
     std::string category; ///< of a message of the libraries below: "ZEL", "TRK" ...
     int code = 0;         ///< its number in there
+    std::shared_ptr<const KIT_MessageDetail> detail = {}; ///< where the mistake is; may be null
 
     /// `file(line): subject: text`, with "warning: " in front of the text if it is no error.
     std::string asText() const;

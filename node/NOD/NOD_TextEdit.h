@@ -48,6 +48,7 @@ public:
     /// numbers it may also be as many values, with blanks between them. What an expression drives is
     /// replaced, a curve between keys gets a pending value.
     bool set(const std::string &address, const std::string &value);
+    /// One that can't be read is set all the same, and a warning tells what is wrong and where.
     bool setExpression(const std::string &address, const std::string &text,
                        TRK_ExprLanguage language = TRK_LANGUAGE_NATIVE);
     /// A key with a straight line to the next; of a string, its text up to the next. The values are as for set().

@@ -6,6 +6,8 @@
 #include <EVL/EVL.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_MessageCatalogue.h>
+#include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_String.h>
 
 #include <gtest/gtest.h>
@@ -232,6 +234,59 @@ TEST(Errors, EachThreadHasItsOwn)
     EXPECT_EQ(codes(scope.getManager()), "9");
     EXPECT_EQ(EVL::theErrNo[BASgetSTID()], EVL::EVL_SYNTAX);
     EVL::theErrNo[BASgetSTID()] = EVL::EVL_OK;
+}
+
+TEST(Errors, DetailsTravelWithTheirMessages)
+{
+    KIT_ErrorManager::Scope outer(BASgetSTID());
+    auto detail = std::make_shared<KIT_MessageDetail>();
+    detail->subject = "t";
+    {
+        KIT_ErrorManager::Scope inner(BASgetSTID());
+        inner.getManager().add("ZEL", 5, "t", KIT_ERROR_WARNING, detail);
+        inner.getManager().add("ZEL", 6, "u", KIT_ERROR_WARNING);
+        outer.getManager().stealErrors(inner.getManager(), 0, -1, KIT_ERROR_NONE, true);
+    }
+    EXPECT_EQ(codes(outer.getManager()), "5 6");
+    EXPECT_EQ(outer.getManager().getError(0).detail, detail);
+    EXPECT_EQ(outer.getManager().getError(1).detail, nullptr);
+}
+
+TEST(Errors, PlacesCountLinesBytesAndCharacters)
+{
+    const std::string text = "one\r\n\t\xc3\xa4 two\nthree";
+    KIT_MessagePlace place;
+    place.setFromText(text, 9, 12);
+    EXPECT_EQ(place.line, 2);
+    EXPECT_EQ(place.column, 5);
+    EXPECT_EQ(place.character, 4);
+    EXPECT_EQ(place.endColumn, 8);
+    EXPECT_EQ(place.source, "\t\xc3\xa4 two");
+    place.setFromText(text, 0, 1000);
+    EXPECT_EQ(place.source, "one");
+    EXPECT_EQ(place.endLine, 3);
+    EXPECT_EQ(place.endColumn, 6);
+    EXPECT_EQ(place.endOffset, int64_t(text.size()));
+    place.setFromText(std::string(100000, 'x'), 50000, 50001, 1);
+    EXPECT_EQ(place.line, 1);
+    EXPECT_EQ(place.column, 0) << "a line that is too long has none";
+    EXPECT_EQ(place.offset, 50000);
+}
+
+TEST(Errors, TheNearestWordIsOneSlipAway)
+{
+    const std::vector<std::string> words = {"float", "file", "string", "toggle"};
+    const auto nearest = [&words](const char *word) {
+        const std::string *const found = KITnearestWord(word, words);
+        return found ? *found : "";
+    };
+    EXPECT_EQ(nearest("flaot"), "float");
+    EXPECT_EQ(nearest("strin"), "string");
+    EXPECT_EQ(nearest("toogle"), "toggle");
+    EXPECT_EQ(nearest("wibble"), "");
+    EXPECT_EQ(nearest(std::string(1000, 'f').c_str()), "");
+    EXPECT_EQ(KITdidYouMean("fiel", words), "; did you mean file?");
+    EXPECT_EQ(KITdidYouMean("", words), "");
 }
 
 TEST(Errors, EveryCodeHasOneSentence)

@@ -1,8 +1,8 @@
 // Judging scripts: each rule on its own example, what silences rules, edits, and the page that shows them.
 
+#include <KIT/KIT_Nearest.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Lint.h>
-#include <NOD/NOD_Nearest.h>
 #include <NOD/NOD_Report.h>
 #include <SNK/SNK_Python.h>
 #include <gtest/gtest.h>
@@ -508,11 +508,11 @@ TEST(Lint, EditsThatOverlapWait)
 
 TEST(Lint, NearestWords)
 {
-    EXPECT_EQ(NODnearestWord("flaot", {"int", "float"}), "float");
-    EXPECT_EQ(NODnearestWord("float", {"flot", "float"}), ""); // it is there
-    EXPECT_EQ(NODnearestWord("x", {"height", "y"}), "");
+    EXPECT_EQ(KITdidYouMean("flaot", {"int", "float"}), "; did you mean float?");
+    EXPECT_EQ(KITdidYouMean("float", {"flot", "float"}), ""); // it is there
+    EXPECT_EQ(KITdidYouMean("x", {"height", "y"}), "");
     constexpr std::size_t theStrict = 6;
-    EXPECT_EQ(NODnearestWord("group_note", {"group_type"}, theStrict), "");
+    EXPECT_EQ(KITnearestWord("group_note", {"group_type"}, theStrict), nullptr);
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 #include "ZELT_CommandLine.h"
 
 #include "ZELT_Messages.h"
-#include "ZELT_Nearest.h"
 #include "ZELT_Session.h"
 
+#include <KIT/KIT_Nearest.h>
 #include <NOD/NOD_ValueFile.h>
 #include <TRK/TRK_EvalContext.h>
 
@@ -64,14 +64,14 @@ std::string findUnknown(const CLI::App &app, const std::vector<std::string> &wor
             const std::vector<std::string> options = optionNames(*at);
             const bool togetherFlag = word[1] != '-' && isOneOf(word.substr(0, 2), options);
             if (!isOneOf(word, options) && !togetherFlag) {
-                return "zel" + path + " has no option " + word + ZELTdidYouMean(word, options);
+                return "zel" + path + " has no option " + word + KITdidYouMean(word, options);
             }
             const CLI::Option *const option = at->get_option_no_throw(word);
             i += option && option->get_items_expected_min() > 0 &&
                  words[i].find('=') == std::string::npos;
         } else if (!commands.empty()) {
             if (!isOneOf(word, commands)) {
-                return "there is no command" + path + " " + word + ZELTdidYouMean(word, commands);
+                return "there is no command" + path + " " + word + KITdidYouMean(word, commands);
             }
             at = at->get_subcommand(word);
             path += " " + word;
@@ -112,6 +112,10 @@ CLI::App &ZELT_CommandLine::addCommand(CLI::App &parent, const char *name, const
     CLI::App &command = *parent.add_subcommand(name, what);
     command.footer(exampleText(example));
     command.add_flag("--json", myOptions.json, "One JSON document, and messages as JSON lines");
+    command
+        .add_option("--messages", myOptions.messages,
+                    "How messages look: plain, full, or auto, which is full on a terminal")
+        ->check(CLI::IsMember({"auto", "plain", "full"}));
     command.add_flag("--no-scripts", myOptions.noScripts,
                      "Run no menu script and no Python expression; include no file from elsewhere");
     command.callback([this, run = std::move(run)] { myCalled = run; });

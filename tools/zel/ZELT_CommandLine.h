@@ -42,7 +42,8 @@ struct ZELT_NodeCall;
 /// The options of every command.
 struct ZELT_Options
 {
-    bool json = false;      ///< one JSON document, messages as JSON lines
+    bool json = false;             ///< one JSON document, messages as JSON lines
+    std::string messages = "auto"; ///< how messages look: "plain", "full" or "auto"
     bool noScripts = false; ///< no menu script and no Python expression runs; includes are confined
 };
 

@@ -6,13 +6,16 @@
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_MessageCatalogue.h>
+#include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Report.h>
 #include <SNK/SNK_Python.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <set>
 #include <string>
+#include <unistd.h>
 
 namespace
 {
@@ -51,10 +54,126 @@ std::string asText(const std::string &severity, const std::string &file, int lin
     return out + ": " + (severity == "warning" ? "warning: " : "") + text;
 }
 
+ZELT_Json asJson(const KIT_MessagePlace &place)
+{
+    const auto known = [](std::int64_t number, std::int64_t least) {
+        return number >= least ? ZELT_Json(number) : ZELT_Json();
+    };
+    ZELT_Json json;
+    json["file"] = place.file.empty() ? ZELT_Json() : ZELT_Json(place.file);
+    json["line"] = known(place.line, 1);
+    json["column"] = known(place.column, 1);
+    json["character"] = known(place.character, 1);
+    json["endLine"] = known(place.endLine, 1);
+    json["endColumn"] = known(place.endColumn, 1);
+    json["endCharacter"] = known(place.endCharacter, 1);
+    json["offset"] = known(place.offset, 0);
+    json["endOffset"] = known(place.endOffset, 0);
+    return json;
+}
+
+void addDetail(ZELT_Json &json, const KIT_MessageDetail &detail)
+{
+    json["place"] = asJson(detail.place);
+    json["subject"] = detail.subject;
+    json["hint"] = detail.hint;
+    json["found"] = detail.found;
+    json["expected"] = detail.expected;
+    json["related"] = ZELT_Json::array();
+    for (const KIT_MessageRelated &related : detail.related) {
+        json["related"].push_back({{"place", asJson(related.place)}, {"text", related.text}});
+    }
+    json["includedFrom"] = ZELT_Json::array();
+    for (const KIT_MessagePlace &place : detail.includedFrom) {
+        json["includedFrom"].push_back(asJson(place));
+    }
+    json["fixes"] = ZELT_Json::array();
+    for (const KIT_MessageFix &fix : detail.fixes) {
+        ZELT_Json edits = ZELT_Json::array();
+        for (const KIT_MessageEdit &edit : fix.edits) {
+            edits.push_back({{"place", asJson(edit.place)}, {"text", edit.text}});
+        }
+        json["fixes"].push_back({{"what", fix.what}, {"edits", edits}});
+    }
+}
+
+/// `file:line:column`, as much of it as is known.
+std::string asPosition(const KIT_MessagePlace &place)
+{
+    std::string out = place.file.empty() ? "zel" : place.file;
+    if (place.line > 0) {
+        out += ":" + std::to_string(place.line);
+        out += place.column > 0 ? ":" + std::to_string(place.column) : "";
+    }
+    return out;
+}
+
+/// As wide as a text on a terminal: its tabs, and a blank for each other character.
+std::string asBlanks(const std::string &text)
+{
+    std::string out;
+    for (const char c : text) {
+        const bool innerFlag = (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+        out += innerFlag ? "" : c == '\t' ? "\t" : " ";
+    }
+    return out;
+}
+
+/// The line of the file with the mistake underlined; of a long line, the part around it.
+std::string asSource(const KIT_MessagePlace &place)
+{
+    constexpr std::size_t theBefore = 60;
+    constexpr std::size_t theWidth = 120;
+    if (place.column <= 0) {
+        return {};
+    }
+    const std::size_t begin = std::min(std::size_t(place.column) - 1, place.source.size());
+    const std::size_t last = place.endLine == place.line && place.endColumn > place.column
+                                 ? std::size_t(place.endColumn) - 1
+                             : place.endLine > place.line ? place.source.size()
+                                                          : begin + 1;
+    const std::size_t from =
+        place.source.size() > theWidth && begin > theBefore ? begin - theBefore : 0;
+    const std::size_t end = std::min({last, from + theWidth, place.source.size()});
+    const std::string mark = ZELTprintable(place.source.substr(begin, end - std::min(begin, end)));
+    const std::string number = std::to_string(place.line);
+    const std::string tildes(std::max(asBlanks(mark).size(), std::size_t(1)) - 1, '~');
+    return "  " + number + " | " + ZELTprintable(place.source.substr(from, theWidth)) + "\n  " +
+           std::string(number.size(), ' ') + " | " +
+           asBlanks(ZELTprintable(place.source.substr(from, begin - from))) + "^" + tildes + "\n";
+}
+
+/// As compilers print it.
+std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
+                   const std::string &text, const std::string &code,
+                   const KIT_MessageDetail *detail)
+{
+    std::string out;
+    for (std::size_t i = 0; detail && i < detail->includedFrom.size(); ++i) {
+        out += (i ? "                 from " : "In file included from ") +
+               asPosition(detail->includedFrom[i]) + "\n";
+    }
+    out +=
+        asPosition(place) + ": " + severity + ": " + text + (code.empty() ? "" : " [" + code + "]");
+    out = ZELTprintable(out) + "\n" + asSource(place);
+    if (!detail) {
+        return out;
+    }
+    if (!detail->hint.empty()) {
+        out += "  note: " + ZELTprintable(detail->hint) + "\n";
+    }
+    for (const KIT_MessageRelated &related : detail->related) {
+        out += ZELTprintable(asPosition(related.place) + ": note: " + related.text) + "\n" +
+               asSource(related.place);
+    }
+    return out;
+}
+
 } // namespace
 
 ZELT_Messages::ZELT_Messages()
 {
+    setForm("auto");
     DS_Stream::setMessageSink(takeScriptMessage, this);
     SNKsetTracebackHandler(takeTraceback, this);
 }
@@ -63,6 +182,11 @@ ZELT_Messages::~ZELT_Messages()
 {
     SNKsetTracebackHandler(nullptr, nullptr);
     DS_Stream::setMessageSink(nullptr, nullptr);
+}
+
+void ZELT_Messages::setForm(const std::string &form)
+{
+    myFullFlag = form == "full" || (form != "plain" && isatty(STDERR_FILENO) == 1);
 }
 
 void ZELT_Messages::takeScriptMessage(void *data, KIT_ErrorSeverity severity, const char *file,
@@ -90,7 +214,8 @@ void ZELT_Messages::error(const std::string &file, const std::string &text)
 }
 
 void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category, int code,
-                        const std::string &file, int line, const std::string &text)
+                        const std::string &file, int line, const std::string &text,
+                        const KIT_MessageDetail *detail)
 {
     std::string place = file;
     std::string rest = text;
@@ -104,6 +229,16 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
     const std::lock_guard<std::mutex> lock(myLock);
     myErrors += severity >= KIT_ERROR_ABORT;
     const std::string word = severityWord(severity);
+    if (!myJsonFlag && myFullFlag) {
+        KIT_MessagePlace told;
+        told.file = place;
+        told.line = number;
+        const bool knownFlag = detail && detail->place.line > 0;
+        std::cerr << asFull(
+            word, knownFlag ? detail->place : told, rest,
+            category == theToolCategory ? "" : category + " " + std::to_string(code), detail);
+        return;
+    }
     if (!myJsonFlag) {
         std::cerr << ZELTprintable(asText(word, place, number, rest)) << '\n';
         return;
@@ -115,6 +250,9 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
     json["file"] = place.empty() ? ZELT_Json() : ZELT_Json(place);
     json["line"] = number > 0 ? ZELT_Json(number) : ZELT_Json();
     json["text"] = rest;
+    if (detail) {
+        addDetail(json, *detail);
+    }
     std::cerr << ZELTjsonText(json) << '\n';
 }
 
@@ -127,7 +265,7 @@ void ZELT_Messages::add(const NOD_Report &report)
             (message.subject.empty() ? "" : message.subject + ": ") + message.text;
         if (reported.insert(message.asText()).second) {
             add(message.severity, message.category.empty() ? theToolCategory : message.category,
-                message.code, message.file, message.line, text);
+                message.code, message.file, message.line, text, message.detail.get());
         }
     }
 }
@@ -147,7 +285,8 @@ void ZELT_Messages::takeErrors(const std::string &file)
                        : KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str());
         if (reported.insert(text).second) {
             const bool namedFlag = text.find(file) != std::string::npos;
-            add(entry.severity, entry.category, entry.code, namedFlag ? "" : file, 0, text);
+            add(entry.severity, entry.category, entry.code, namedFlag ? "" : file, 0, text,
+                entry.detail.get());
         }
     }
     manager.clearAndDestroyErrors();

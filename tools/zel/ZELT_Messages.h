@@ -6,8 +6,11 @@
 /// Threads:    messages from any thread at once; making and ending one belong to the main thread.
 /// Errors:     hasErrors() decides between the exit codes 0 and 1.
 ///
-/// Text: `file(line): text`, with `warning: ` in front of the text if it is no error. JSON: one
-/// line `{"severity", "category", "code", "file", "line", "text"}` each, null where unknown.
+/// Plain: `file(line): text`, with `warning: ` in front of the text if it is no error. Full: as compilers
+/// print them, `file:line:column: error: text [category code]` at the place of the mistake, with the
+/// line of the file, a caret under the mistake, and notes. JSON: one line
+/// `{"severity", "category", "code", "file", "line", "text"}` each, null where unknown, and with a detail
+/// also "place", "subject", "hint", "found", "expected", "related", "includedFrom" and "fixes".
 #pragma once
 
 #include <KIT/KIT_ErrorManager.h>
@@ -17,6 +20,7 @@
 #include <string>
 
 class NOD_Report;
+struct KIT_MessageDetail;
 
 class ZELT_Messages
 {
@@ -28,6 +32,8 @@ public:
     ZELT_Messages &operator=(const ZELT_Messages &) = delete;
 
     void setJson(bool on) { myJsonFlag = on; }
+    /// "plain" or "full"; anything else, as at the beginning, is full on a terminal and plain elsewhere.
+    void setForm(const std::string &form);
     bool hasErrors() const { return myErrors != 0; }
     int getErrorCount() const { return myErrors; }
 
@@ -36,7 +42,8 @@ public:
     /// A message with all its parts; a place at the start of the text (`file(line): text`) counts when
     /// no file is given.
     void add(KIT_ErrorSeverity severity, const std::string &category, int code,
-             const std::string &file, int line, const std::string &text);
+             const std::string &file, int line, const std::string &text,
+             const KIT_MessageDetail *detail = nullptr);
     void add(const NOD_Report &report);
     /// Moves what the calling thread's error manager holds here. `file` is put before messages
     /// that have no place of their own and don't name it.
@@ -50,5 +57,6 @@ private:
     std::mutex myLock;
     std::set<std::string> myNotRun; ///< scripts that were told once
     bool myJsonFlag = false;
+    bool myFullFlag = false;
     int myErrors = 0;
 };

@@ -3,6 +3,7 @@
 #include "ZELT_Messages.h"
 
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptCheck.h>
 
 #include <iostream>
 #include <iterator>
@@ -34,6 +35,17 @@ ZELT_ScriptPtr ZELTloadScript(const std::string &file, NOD_Report &report)
         return NOD_Interface::fromText(text, file, report);
     }
     return NOD_Interface::fromFile(file, report);
+}
+
+ZELT_ScriptPtr ZELTcheckScript(const std::string &file, ZELT_Messages &messages)
+{
+    return reported(messages, [&](NOD_Report &report) {
+        if (file == "-") {
+            const std::string text(std::istreambuf_iterator<char>(std::cin), {});
+            return NODcheckScript(text, file, report);
+        }
+        return NODcheckScriptFile(file, report);
+    });
 }
 
 ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &name,

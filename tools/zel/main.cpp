@@ -23,6 +23,7 @@ namespace
 int runCommand(const ZELT_CommandLine &line, ZELT_Messages &messages)
 {
     messages.setJson(line.getOptions().json);
+    messages.setForm(line.getOptions().messages);
     KIT_EnvControl::readEnvironment();
     messages.takeErrors("");
     SNKsetPythonEnabled(!line.getOptions().noScripts);

@@ -8,6 +8,8 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/interface/NOD_HelpPagePrivate.h>
+#include <NOD/interface/NOD_ScriptDetailPrivate.h>
+#include <NOD/interface/NOD_ScriptStreamPrivate.h>
 #include <NOD/interface/NOD_TemplateMakerPrivate.h>
 #include <NOD/interface/NOD_TemplatePathsPrivate.h>
 #include <TOK/TOK_TokenStream.h>
@@ -42,55 +44,6 @@ bool isWholeScript(std::string_view text)
     return tokens.getToken(first) && first == "{";
 }
 
-/// Gives a report what the script's reader and its preprocessor say.
-class ScriptStream : public DS_Stream
-{
-public:
-    using Includes = NOD_Interface::Includes;
-
-    ScriptStream(KIT_IStream &is, const std::string &name, NOD_Report &report, Includes includes)
-        : DS_Stream(is, name.c_str(), includes == Includes::NONE), myReport(report)
-    {
-        if (includes == Includes::CONFINED) {
-            setIncludesConfined(true);
-        }
-        setOwnSink(take, this);
-    }
-
-    void cppWarning(const char *text) override { addPlaced(KIT_ERROR_WARNING, text); }
-    void cppError(const char *text) override { addPlaced(KIT_ERROR_ABORT, text); }
-
-private:
-    void add(KIT_ErrorSeverity severity, const std::string &file, int line, std::string text)
-    {
-        while (!text.empty() && text.back() == '\n') {
-            text.pop_back();
-        }
-        myReport.add({severity, file, line, {}, text, theKITCommonCategory, KIT_COMMON_BAD_SCRIPT});
-    }
-
-    static void take(void *data, KIT_ErrorSeverity severity, const char *file, int line,
-                     const char *text)
-    {
-        static_cast<ScriptStream *>(data)->add(severity, file ? file : "", line, text);
-    }
-
-    /// The preprocessor's texts begin with their place, which may be in an included file.
-    void addPlaced(KIT_ErrorSeverity severity, const std::string &text)
-    {
-        const std::size_t close = text.find("): ");
-        const std::size_t open = close == std::string::npos ? close : text.rfind('(', close);
-        if (open == std::string::npos || open == 0) {
-            add(severity, "", 0, text);
-        } else {
-            add(severity, text.substr(0, open), std::atoi(text.c_str() + open + 1),
-                text.substr(close + 3));
-        }
-    }
-
-    NOD_Report &myReport;
-};
-
 bool parsePage(ZEL_ScriptPage &page, DS_Stream &stream)
 {
     constexpr bool wantBrace = true;
@@ -102,7 +55,7 @@ bool parsePage(ZEL_ScriptPage &page, DS_Stream &stream)
     }
     KIT_String rest;
     if (stream.getToken(rest)) {
-        stream.warning("What stands behind the closing brace of the script isn't read");
+        stream.warning(theNODScriptRest);
     }
     return true;
 }
@@ -136,15 +89,6 @@ int countParms(const ZEL_Template *templates, std::vector<const ZEL_Template *> 
     return count;
 }
 
-/// The beginning of a script of that name. A bracket can be no name, in quotes neither.
-std::string scriptHead(const std::string &name)
-{
-    const bool bracketFlag = name == "}" || name == "[" || name == "]";
-    KIT_WorkBuffer quoted;
-    ZELprotectString(quoted, bracketFlag ? "node" : name.c_str(), false, false);
-    return "{ name \"" + std::string(quoted.view()) + '"';
-}
-
 std::string stemOf(const std::string &file)
 {
     const std::size_t start = file.rfind('/') + 1; // 0 without one
@@ -162,6 +106,18 @@ bool openFile(const KIT_IStream &is, const std::string &path, NOD_Report &report
 }
 
 } // namespace
+
+/// A bracket can be no name, in quotes neither.
+std::string NODscriptHead(std::string_view text, const std::string &name)
+{
+    if (isWholeScript(text)) {
+        return {};
+    }
+    const bool bracketFlag = name == "}" || name == "[" || name == "]";
+    KIT_WorkBuffer quoted;
+    ZELprotectString(quoted, bracketFlag ? "node" : name.c_str(), false, false);
+    return "{ name \"" + std::string(quoted.view()) + "\"\n";
+}
 
 int NOD_HelpPage::parseHelp(DS_Stream &stream, KIT_String &help)
 {
@@ -189,14 +145,18 @@ bool NOD_Interface::parse(KIT_IStream &is, const std::string &name, ZEL_ScriptPa
 {
     NOD_Report found;
     bool parsed = false;
+    const std::string_view text = is.rest();
     {
         const NOD_ReportScope scope(found, name);
-        ScriptStream stream(is, name, found, includes);
+        NOD_ScriptStream stream(is, name, found, includes);
         parsed = parsePage(page, stream);
         if (!parsed && !found.hasErrors() && KITgetErrorManager().getSeverity() < KIT_ERROR_ABORT) {
             // Some blocks fail at their start without a message.
             stream.error("Expecting open brace");
         }
+    }
+    if (!found.isEmpty()) {
+        NODcompleteDetails(found, text, name, includes, !parsed);
     }
     report.append(found);
     return parsed && !found.hasErrors();
@@ -236,18 +196,21 @@ std::shared_ptr<const NOD_Interface> NOD_Interface::fromText(std::string_view te
                                                              const std::string &name,
                                                              NOD_Report &report, Includes includes)
 {
-    const bool wholeFlag = isWholeScript(text);
-    const std::string whole =
-        wholeFlag ? std::string(text) : scriptHead(name) + "\n" + std::string(text) + "\n}";
+    const std::string head = NODscriptHead(text, name);
+    const std::string whole = head + std::string(text) + (head.empty() ? "" : "\n}");
     KIT_IStream is(whole.data(), whole.size(), KIT_IStream::TEXT);
     std::shared_ptr<NOD_Interface> made(new NOD_Interface(Source::SCRIPT_TEXT, name));
     NOD_Report found;
     const bool readFlag = made->read(is, found, includes);
     for (NOD_Message message : found.getMessages()) {
-        if (!wholeFlag && message.file == name) {
+        if (!head.empty() && message.file == name) {
             // The lines of head and end aren't the caller's.
             const auto lines = int(std::count(text.begin(), text.end(), '\n')) + 1;
             message.line = std::min(message.line - (message.line > 1), lines);
+            if (message.detail) {
+                message.detail =
+                    NODshiftDetail(*message.detail, name, 1, std::int64_t(head.size()));
+            }
         }
         report.add(std::move(message));
     }

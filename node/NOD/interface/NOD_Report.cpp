@@ -39,7 +39,7 @@ void NOD_Report::take(KIT_ErrorManager &manager, const std::string &file,
         const KIT_ErrorManager::Error &entry = manager.getError(i);
         add({entry.severity, file, 0, subject,
              KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str()),
-             entry.category, entry.code});
+             entry.category, entry.code, entry.detail});
     }
     manager.clearAndDestroyErrors();
 }

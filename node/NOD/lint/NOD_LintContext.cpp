@@ -1,6 +1,6 @@
+#include <KIT/KIT_Nearest.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
 
-#include <NOD/NOD_Nearest.h>
 #include <TRK/TRK_Expression.h>
 
 #include <algorithm>
@@ -61,7 +61,8 @@ std::string NOD_LintContext::nearest(const std::string &word, const std::vector<
 {
     constexpr std::size_t theMost = 1000000;
     myCompared += words.size();
-    return myCompared > theMost ? "" : NODnearestWord(word, words);
+    const std::string *const near = myCompared > theMost ? nullptr : KITnearestWord(word, words);
+    return near ? *near : "";
 }
 
 // ---------------------------------------------------------------------- //

@@ -55,7 +55,7 @@ public:
                std::optional<NOD_LintEdit> fix = std::nullopt);
     std::vector<NOD_LintFinding> take() { return std::move(myFindings); }
 
-    /// As NODnearestWord, as long as the rules haven't asked for more than can be compared in little time.
+    /// As KITnearestWord, as long as the rules haven't asked for more than can be compared in little time.
     std::string nearest(const std::string &word, const std::vector<std::string> &words);
 
     // ------------------------------------------------------------------ //

@@ -1,8 +1,8 @@
 // Rules of the script as a whole: Z501 to Z504.
 
+#include <KIT/KIT_Nearest.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
 
-#include <NOD/NOD_Nearest.h>
 #include <ZEL/ZEL_SpareData.h>
 
 #include <algorithm>
@@ -60,7 +60,8 @@ void tellTags(NOD_LintContext &context, int number)
         Extra extra;
         if (std::find(known.begin(), known.end(), name) == known.end()) {
             constexpr std::size_t theShare = 6; // applications have tags of their own
-            extra.nearest = NODnearestWord(name, known, theShare);
+            const std::string *const near = KITnearestWord(name, known, theShare);
+            extra.nearest = near ? *near : "";
         }
         if (!extra.nearest.empty()) {
             context.add(NOD_LintCode::Z502, number, entry.first + 1,

@@ -1,6 +1,5 @@
 #include <NOD/NOD_Lint.h>
 
-#include <NOD/NOD_Nearest.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/lint/NOD_LintWordsPrivate.h>
 

@@ -6,9 +6,12 @@
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_JSONValue.h>
+#include <KIT/KIT_MessageCatalogue.h>
+#include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Edit.h>
+#include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_TimeText.h>
@@ -274,6 +277,35 @@ std::string keyPlace(const NOD_Place &place, ZEL_Parm &parm, double time, const 
     return fault;
 }
 
+/// Whether it is no token of the parameter's menu.
+bool isExpressionOf(const ZEL_Parm &parm, const std::string &text)
+{
+    return !parm.getType().isOrdinalType() ||
+           ZEL_Parm::isOrdinalExpression(text.c_str(), parm.getTemplatePtr());
+}
+
+/// Says what is wrong with an expression that was set and can't be read.
+void tellExpression(const ZEL_Parm &parm, const std::string &text, TRK_ExprLanguage language,
+                    NOD_Report &report)
+{
+    NOD_ExpressionFault fault;
+    if (NODcheckExpression(text, language, fault)) {
+        return;
+    }
+    auto detail = std::make_shared<KIT_MessageDetail>();
+    detail->place.setFromText(text, fault.offset, fault.offset + 1);
+    detail->subject = parm.getToken();
+    NOD_Message message;
+    message.severity = KIT_ERROR_WARNING;
+    message.subject = parm.getToken();
+    message.category = "TRK";
+    message.code = fault.code;
+    message.text = KITformatMessage("TRK", fault.code, fault.text.c_str()) + ", at character " +
+                   std::to_string(detail->place.character);
+    message.detail = std::move(detail);
+    report.add(std::move(message));
+}
+
 // ---------------------------------------------------------------------- //
 // One text
 // ---------------------------------------------------------------------- //
@@ -361,6 +393,9 @@ bool NOD_TextEdit::setExpression(const std::string &address, const std::string &
         }
         if (parm.isMultiParm()) {
             NODgrowBlocks(*place.node, myTime);
+        }
+        if (fault.empty() && isExpressionOf(parm, text)) {
+            tellExpression(parm, text, language, myReport);
         }
         return fault;
     });

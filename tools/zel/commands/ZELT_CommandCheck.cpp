@@ -6,6 +6,7 @@
 #include "ZELT_Script.h"
 
 #include <KIT/KIT_MessageCatalogue.h>
+#include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/NOD_InterfaceCheck.h>
 #include <NOD/NOD_Report.h>
 #include <TRK/TRK_Collection.h>
@@ -138,12 +139,13 @@ void tellFaults(const NOD_Interface &script, const std::string &file, ZELT_Messa
     NOD_Report faults;
     NODcheckInterface(script.getTemplates(), faults);
     NODcheckMenuScripts(script.getTemplates(), faults);
+    NODcheckExpressions(script, faults);
     NOD_Report report;
     for (NOD_Message message : faults.getMessages()) {
         if (message.category == ZEL_ERROR_CATEGORY && message.code == ZEL_ERR_TEXT_NAME) {
             continue; // told with its line
         }
-        message.file = file;
+        message.file = message.file.empty() ? file : message.file;
         report.add(std::move(message));
     }
     messages.add(report);
@@ -155,7 +157,7 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     ZELT_Progress progress("checking", std::int64_t(call.files.size()));
     bool good = true;
     for (const std::string &file : call.files) {
-        ZELT_ScriptPtr script = ZELTloadScript(file, messages);
+        ZELT_ScriptPtr script = ZELTcheckScript(file, messages);
         good = good && script;
         if (script) {
             const NameCheck names(*script, file, messages);

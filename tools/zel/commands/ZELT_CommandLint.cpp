@@ -3,10 +3,10 @@
 #include "ZELT_Json.h"
 #include "ZELT_Lint.h"
 #include "ZELT_Messages.h"
-#include "ZELT_Nearest.h"
 #include "ZELT_Progress.h"
 #include "ZELT_Script.h"
 
+#include <KIT/KIT_Nearest.h>
 #include <NOD/NOD_Lint.h>
 #include <NOD/NOD_Report.h>
 
@@ -49,7 +49,7 @@ bool failRule(const std::string &word, ZELT_Messages &messages)
     for (const NOD_LintRule &rule : NODlintRules()) {
         words.emplace_back(word.empty() || word[0] == 'Z' ? rule.code : rule.name);
     }
-    messages.error("", "there is no rule " + word + ZELTdidYouMean(word, words));
+    messages.error("", "there is no rule " + word + KITdidYouMean(word, words));
     return false;
 }
 
@@ -64,7 +64,7 @@ bool addOptions(const Call &call, NOD_LintOptions &options, ZELT_Messages &messa
     NOD_LintLevel level = options.getLevel();
     if (!call.level.empty() && !NODreadLintLevel(call.level, level)) {
         messages.error("", "the level is hint, warning or error, not " + call.level +
-                               ZELTdidYouMean(call.level, {"hint", "warning", "error"}));
+                               KITdidYouMean(call.level, {"hint", "warning", "error"}));
         return false;
     }
     options.setLevel(level);

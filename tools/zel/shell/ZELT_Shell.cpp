@@ -2,12 +2,12 @@
 
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
-#include "ZELT_Nearest.h"
 #include "ZELT_Script.h"
 
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_Nearest.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_TimeText.h>
@@ -143,7 +143,7 @@ void ZELT_Shell::dispatch(const ZELT_ShellWords &words, std::string_view line)
     const ZELT_ShellCommand *const command = ZELTfindShellCommand(words[0]);
     const std::size_t given = words.size() - 1;
     if (!command) {
-        fail("there is no command " + words[0] + ZELTdidYouMean(words[0], ZELTshellCommandNames()));
+        fail("there is no command " + words[0] + KITdidYouMean(words[0], ZELTshellCommandNames()));
     } else if (given < command->least || given > command->most) {
         fail(std::string("usage: ") + command->name + ' ' + command->usage);
     } else {

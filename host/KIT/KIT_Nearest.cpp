@@ -1,4 +1,4 @@
-#include <NOD/NOD_Nearest.h>
+#include <KIT/KIT_Nearest.h>
 
 #include <algorithm>
 #include <numeric>
@@ -7,7 +7,7 @@ namespace
 {
 
 /// How many letters must be added, removed, exchanged or swapped with the next one.
-std::size_t distance(const std::string &a, const std::string &b)
+std::size_t distance(std::string_view a, std::string_view b)
 {
     std::vector<std::size_t> before;
     std::vector<std::size_t> last(b.size() + 1);
@@ -28,8 +28,8 @@ std::size_t distance(const std::string &a, const std::string &b)
 
 } // namespace
 
-std::string NODnearestWord(const std::string &word, const std::vector<std::string> &words,
-                           std::size_t share)
+const std::string *KITnearestWord(std::string_view word, const std::vector<std::string> &words,
+                                  std::size_t share)
 {
     constexpr std::size_t theLongest = 64; // of a word that anybody types
     std::size_t least = std::max(word.size() / share, std::size_t(1)) + 1;
@@ -44,5 +44,11 @@ std::string NODnearestWord(const std::string &word, const std::vector<std::strin
             nearest = &other;
         }
     }
-    return nearest && least > 0 ? *nearest : "";
+    return least > 0 ? nearest : nullptr;
+}
+
+std::string KITdidYouMean(std::string_view word, const std::vector<std::string> &words)
+{
+    const std::string *const nearest = KITnearestWord(word, words);
+    return nearest ? "; did you mean " + *nearest + "?" : "";
 }

@@ -1,0 +1,169 @@
+#include <NOD/interface/NOD_ScriptDetailPrivate.h>
+
+#include <KIT/KIT_Nearest.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace
+{
+
+using Shape = NOD_ScriptShape;
+
+/// The name of the innermost block that has one.
+std::string subjectOf(const Shape &shape, int block)
+{
+    while (block >= 0) {
+        const std::string name = shape.nameOf(block);
+        if (!name.empty()) {
+            return name;
+        }
+        block = shape.getBlocks()[std::size_t(block)].parent;
+    }
+    return {};
+}
+
+void addFix(KIT_MessageDetail &detail, const std::string &what, const std::string &text)
+{
+    detail.fixes.push_back({what, {{detail.place, text}}});
+}
+
+/// What a word of the wrong kind may have been meant as.
+void addNearest(KIT_MessageDetail &detail, const std::string &word,
+                const std::vector<std::string> &words)
+{
+    if (const std::string *const nearest = KITnearestWord(word, words)) {
+        detail.hint = "did you mean '" + *nearest + "'?";
+        detail.expected = {*nearest};
+        addFix(detail, "replace it by " + *nearest, *nearest);
+    }
+}
+
+bool startsWith(const std::string &text, std::string_view start)
+{
+    return text.compare(0, start.size(), start) == 0;
+}
+
+} // namespace
+
+const Shape::Fault *NODfindCause(const Shape &shape, int token)
+{
+    const std::vector<Shape::Fault> &faults = shape.getFaults();
+    return faults.empty() || faults.front().token > token ? nullptr : &faults.front();
+}
+
+std::shared_ptr<const KIT_MessageDetail>
+NODmakeDetail(const NOD_ScriptTokens &tokens, const Shape &shape, const Shape::Fault &fault)
+{
+    auto detail = std::make_shared<KIT_MessageDetail>();
+    detail->place = fault.afterFlag ? tokens.getPlaceAfter(fault.token)
+                                    : tokens.getPlace(fault.token, fault.last);
+    detail->includedFrom = tokens.getIncluders(fault.token);
+    detail->subject = subjectOf(shape, fault.block);
+    detail->found = fault.afterFlag ? "" : tokens[fault.token].text;
+    detail->hint = !fault.hint.empty() || fault.text == theNODScriptRest ? fault.hint : fault.text;
+    if (!fault.expected.empty()) {
+        detail->expected = {fault.expected};
+    }
+    if (fault.related >= 0) {
+        detail->related.push_back(
+            {tokens.getPlace(fault.related, fault.related), fault.relatedText});
+    }
+    if (!fault.fixText.empty()) {
+        addFix(*detail, fault.fixText, fault.fix);
+    }
+    return detail;
+}
+
+std::shared_ptr<const KIT_MessageDetail> NODcompleteDetail(const NOD_ScriptTokens &tokens,
+                                                           const Shape &shape, int token,
+                                                           const std::string &text)
+{
+    auto detail = std::make_shared<KIT_MessageDetail>();
+    int at = token;
+    int block = shape.findBlock(token);
+    const Shape::Block *own = block < 0 ? nullptr : &shape.getBlocks()[std::size_t(block)];
+    const std::string &word = tokens[token].text;
+    if (text == "parameter without a name" || text == "parameter page without a name") {
+        at = own ? own->header : token;
+        detail->hint =
+            own ? "the block of '" + own->keyword + "' that begins here has no name" : "";
+        detail->expected = {"name"};
+    }
+    detail->place = tokens.getPlace(at, at);
+    detail->includedFrom = tokens.getIncluders(at);
+    detail->subject = subjectOf(shape, block);
+    detail->found = word;
+    if (text.find("unknown identifier") != std::string::npos) {
+        addNearest(*detail, word, NODgetScriptWords(own && own->parmFlag));
+    } else if (startsWith(text, "Unknown parameter type")) {
+        detail->hint = "'" + word + "' is no type";
+        const std::string unknown = std::exchange(detail->hint, "");
+        addNearest(*detail, word, NODgetScriptTypeWords());
+        detail->hint = unknown + (detail->hint.empty() ? "" : "; " + detail->hint);
+    }
+    if (own && at != own->header && tokens[own->header].line != tokens[at].line) {
+        detail->related.push_back({tokens.getPlace(own->header, own->header),
+                                   "in the block of '" + own->keyword + "' that begins here"});
+    }
+    return detail;
+}
+
+void NODcompleteDetails(NOD_Report &report, std::string_view text, const std::string &name,
+                        NOD_Interface::Includes includes, bool stopped)
+{
+    constexpr std::size_t theMost = 1000; // messages
+    std::size_t last = 0;
+    const std::vector<NOD_Message> &messages = report.getMessages();
+    for (std::size_t i = 0; i < messages.size(); ++i) {
+        last = messages[i].severity >= KIT_ERROR_ABORT ? i + 1 : last;
+    }
+    const NOD_ScriptTokens tokens(text, name, includes);
+    const Shape shape(tokens);
+    NOD_Report completed;
+    for (std::size_t i = 0; i < messages.size(); ++i) {
+        NOD_Message message = messages[i];
+        const KIT_MessagePlace place = message.detail ? message.detail->place : KIT_MessagePlace();
+        const int token = place.offset < 0 || i >= theMost
+                              ? -1
+                              : tokens.find(place.file, std::size_t(place.offset));
+        const bool endFlag = message.text == theNODScriptRest || (stopped && i + 1 == last);
+        const Shape::Fault *const cause =
+            endFlag && token >= 0 ? NODfindCause(shape, token) : nullptr;
+        if (cause) {
+            message.detail = NODmakeDetail(tokens, shape, *cause);
+        } else if (token >= 0 && tokens[token].begin == std::size_t(place.offset)) {
+            message.detail = NODcompleteDetail(tokens, shape, token, message.text);
+        }
+        completed.add(std::move(message));
+    }
+    report = std::move(completed);
+}
+
+std::shared_ptr<const KIT_MessageDetail> NODshiftDetail(const KIT_MessageDetail &detail,
+                                                        const std::string &file, int lines,
+                                                        std::int64_t bytes)
+{
+    auto shifted = std::make_shared<KIT_MessageDetail>(detail);
+    const auto shift = [&](KIT_MessagePlace &place) {
+        if (place.file == file && place.line > lines) {
+            place.line -= lines;
+            place.endLine -= lines;
+            place.offset -= bytes;
+            place.endOffset -= bytes;
+        }
+    };
+    shift(shifted->place);
+    for (KIT_MessagePlace &place : shifted->includedFrom) {
+        shift(place);
+    }
+    for (KIT_MessageRelated &related : shifted->related) {
+        shift(related.place);
+    }
+    for (KIT_MessageFix &fix : shifted->fixes) {
+        for (KIT_MessageEdit &edit : fix.edits) {
+            shift(edit.place);
+        }
+    }
+    return shifted;
+}

@@ -1,0 +1,506 @@
+#include <NOD/interface/NOD_ScriptShapePrivate.h>
+
+#include <KIT/KIT_Nearest.h>
+#include <KIT/KIT_String.h>
+#include <ZEL/ZEL_ScriptTypes.h>
+
+#include <algorithm>
+
+namespace
+{
+
+using Form = NOD_ScriptWord::Form;
+
+bool isNested(const NOD_ScriptWord *word)
+{
+    return word && (word->form == Form::PARM || word->form == Form::PAGE);
+}
+
+/// The keyword that somebody may have meant; null if none is near.
+const NOD_ScriptWord *nearestWord(const std::string &word, bool inParm)
+{
+    const std::string *const nearest = KITnearestWord(word, NODgetScriptWords(inParm));
+    return nearest ? NODfindScriptWord(*nearest, inParm) : nullptr;
+}
+
+bool isItemBlock(const std::string &keyword)
+{
+    return keyword == "dynamic" || keyword.compare(0, 5, "multi") == 0;
+}
+
+std::string quoted(const std::string &word)
+{
+    return "'" + word + "'";
+}
+
+} // namespace
+
+NOD_ScriptShape::NOD_ScriptShape(const NOD_ScriptTokens &tokens) : myTokens(tokens)
+{
+    for (int i = 0; i < tokens.size(); ++i) {
+        if (tokens[i].openFlag) {
+            Fault &fault = addFault(-1, i, "the text is not closed: its second quote is missing");
+            fault.expected = "\"";
+        }
+    }
+    if (atEnd() || !at().is("{")) {
+        return;
+    }
+    addBlock(-1, myAt, "script");
+    ++myAt;
+    readBlock(0);
+    if (!atEnd()) {
+        addFault(-1, myAt, theNODScriptRest);
+    }
+    std::stable_sort(myFaults.begin(), myFaults.end(),
+                     [](const Fault &a, const Fault &b) { return a.token < b.token; });
+    for (Fault &fault : myFaults) {
+        fault.block = fault.block < 0 ? findBlock(fault.token) : fault.block;
+    }
+}
+
+int NOD_ScriptShape::findBlock(int token) const
+{
+    int found = -1;
+    for (int i = 0; i < int(myBlocks.size()); ++i) {
+        const Block &block = myBlocks[std::size_t(i)];
+        found = block.header <= token && token < block.end ? i : found; // inner ones come later
+    }
+    return found;
+}
+
+std::string NOD_ScriptShape::nameOf(int block) const
+{
+    if (block < 0) {
+        return {};
+    }
+    for (const Statement &one : myBlocks[std::size_t(block)].statements) {
+        if (myTokens[one.begin].is("name") && one.end == one.begin + 2) {
+            return myTokens[one.begin + 1].text;
+        }
+    }
+    return {};
+}
+
+const NOD_ScriptToken *NOD_ScriptShape::peek(int ahead) const
+{
+    return myAt + ahead < myTokens.size() ? &myTokens[myAt + ahead] : nullptr;
+}
+
+const NOD_ScriptToken *NOD_ScriptShape::nextLine(int token) const
+{
+    for (int i = token + 1; i < myTokens.size(); ++i) {
+        if (myTokens[i].firstFlag) {
+            return &myTokens[i];
+        }
+    }
+    return nullptr;
+}
+
+NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const std::string &text)
+{
+    Fault &fault = myFaults.emplace_back();
+    fault.token = fault.last = token;
+    fault.block = block;
+    fault.text = text;
+    return fault;
+}
+
+// ---------------------------------------------------------------------- //
+// Blocks
+// ---------------------------------------------------------------------- //
+
+int NOD_ScriptShape::addBlock(int parent, int header, const std::string &keyword)
+{
+    Block block;
+    block.parent = parent;
+    block.header = header;
+    block.keyword = keyword;
+    block.parmFlag = keyword == "parm";
+    block.depth = parent < 0 ? 0 : myBlocks[std::size_t(parent)].depth + isItemBlock(keyword);
+    myBlocks.push_back(std::move(block));
+    return int(myBlocks.size()) - 1;
+}
+
+void NOD_ScriptShape::readBlock(int block)
+{
+    while (!atEnd()) {
+        if (at().is("}")) {
+            if (readClose(block)) {
+                return;
+            }
+        } else if (endsHere(block)) {
+            break;
+        } else if (at().is("{")) {
+            Fault &fault = addFault(block, myAt, "an opening brace without a keyword");
+            fault.fixText = "remove the brace";
+            ++myAt;
+        } else {
+            readStatement(block);
+        }
+    }
+    Block &own = myBlocks[std::size_t(block)];
+    own.end = myAt;
+    // At the end of the text the innermost block tells it for those around it.
+    const bool toldFlag = atEnd() && !myFaults.empty() &&
+                          myFaults.back().token == myTokens.size() - 1 && myFaults.back().afterFlag;
+    if (toldFlag || myAt == 0) {
+        return;
+    }
+    Fault &fault =
+        addFault(block, myAt - 1,
+                 "the block of " + quoted(own.keyword) + " is not closed: its \"}\" is missing");
+    fault.afterFlag = true;
+    fault.related = own.header;
+    fault.relatedText = "it begins here";
+    fault.expected = "}";
+}
+
+/// Reads a brace. False if it doesn't close the block: it is too many, or closes one around it.
+bool NOD_ScriptShape::readClose(int block)
+{
+    if (isSurplusClose(block)) {
+        Fault &fault = addFault(block, myAt, "a closing brace too many");
+        fault.fixText = "remove the brace";
+        ++myAt;
+        return false;
+    }
+    Block &own = myBlocks[std::size_t(block)];
+    if (endsHere(block)) {
+        own.end = myAt;
+        Fault &fault = addFault(block, myAt - 1,
+                                "the block of " + quoted(own.keyword) +
+                                    " is not closed: its \"}\" is missing");
+        fault.afterFlag = true;
+        fault.related = own.header;
+        fault.relatedText = "it begins here";
+        fault.expected = "}";
+        return true;
+    }
+    own.close = myAt++;
+    own.end = myAt;
+    return true;
+}
+
+/// Whether the first statement that begins a line of its own is further in than the block's first line.
+bool NOD_ScriptShape::isIndented(int block) const
+{
+    const Block &own = myBlocks[std::size_t(block)];
+    const NOD_ScriptToken &header = myTokens[own.header];
+    for (const Statement &one : own.statements) {
+        const NOD_ScriptToken &first = myTokens[one.begin];
+        if (first.firstFlag && first.line != header.line) {
+            return first.indent > header.indent;
+        }
+    }
+    return !own.statements.empty(); // all of them on the first line
+}
+
+/// Whether the token begins a line that is further out than the one of a keyword, or as far.
+bool NOD_ScriptShape::isFurtherOut(int header, bool inclusive) const
+{
+    const NOD_ScriptToken &from = myTokens[header];
+    return at().firstFlag && at().file == from.file && at().line > from.line &&
+           (at().indent < from.indent || (inclusive && at().indent == from.indent));
+}
+
+/// Whether the token belongs to a block around this one.
+bool NOD_ScriptShape::endsHere(int block) const
+{
+    const Block &own = myBlocks[std::size_t(block)];
+    if (own.parent < 0) {
+        return false;
+    }
+    if (myTokens.isLeft(own.header, myAt)) {
+        return true;
+    }
+    if (at().is("}")) {
+        return isFurtherOut(own.header, false) && isIndented(block);
+    }
+    if (own.parmFlag && !at().quotedFlag && !NODfindScriptWord(at().text, true) &&
+        isNested(NODfindScriptWord(at().text, false))) {
+        return true;
+    }
+    return isFurtherOut(own.header, true) && isIndented(block);
+}
+
+/// Whether what follows a closing brace is further in than the block that it would close.
+bool NOD_ScriptShape::isSurplusClose(int block) const
+{
+    const Block &own = myBlocks[std::size_t(block)];
+    const NOD_ScriptToken &header = myTokens[own.header];
+    const NOD_ScriptToken *const next = nextLine(myAt);
+    if (!next || next->file != at().file || at().file != header.file || !isIndented(block)) {
+        return false;
+    }
+    const bool placedFlag = at().firstFlag && at().indent <= header.indent;
+    const bool wordFlag = !next->is("}") || own.parent < 0;
+    if (at().line == header.line && own.parent >= 0) {
+        return false;
+    }
+    return next->indent > header.indent && wordFlag && (!placedFlag || own.parent < 0);
+}
+
+// ---------------------------------------------------------------------- //
+// Statements
+// ---------------------------------------------------------------------- //
+
+void NOD_ScriptShape::readStatement(int block)
+{
+    const bool inParm = myBlocks[std::size_t(block)].parmFlag;
+    Statement statement = {myAt, myAt + 1};
+    const NOD_ScriptWord *const word = NODfindScriptWord(at().text, inParm);
+    if (!word) {
+        readUnknown(block, statement);
+    } else if (isNested(word)) {
+        ++myAt;
+        readNested(block, statement, word->word);
+    } else {
+        statement.soundFlag = readWord(block, *word, statement);
+    }
+    readJunk(block);
+    statement.end = myAt;
+    myBlocks[std::size_t(block)].statements.push_back(statement);
+}
+
+/// What can't be read and stands after a statement in its line belongs to it: one message for both.
+void NOD_ScriptShape::readJunk(int block)
+{
+    const bool inParm = myBlocks[std::size_t(block)].parmFlag;
+    while (!atEnd() && !at().firstFlag && !at().is("}") && !at().is("{") &&
+           !NODfindScriptWord(at().text, inParm) && !nearestWord(at().text, inParm) &&
+           !endsHere(block)) {
+        ++myAt;
+    }
+}
+
+void NOD_ScriptShape::readUnknown(int block, Statement &statement)
+{
+    const bool inParm = myBlocks[std::size_t(block)].parmFlag;
+    const NOD_ScriptWord *const near = nearestWord(at().text, inParm);
+    const NOD_ScriptToken *const next = peek(1);
+    const bool braceFlag = next && next->is("{");
+    ++myAt;
+    if (braceFlag && isNested(near)) {
+        const std::string &text = myTokens[statement.begin].text;
+        Fault &fault = addFault(block, statement.begin, "script unknown identifier " + text);
+        fault.hint = "did you mean " + quoted(near->word) + "?";
+        fault.expected = fault.fix = near->word;
+        fault.fixText = "replace it by " + fault.fix;
+        statement.soundFlag = false;
+        readNested(block, statement, near->word);
+    } else if (braceFlag) {
+        ++myAt;
+        readValues(block, statement.begin, Form::LINES);
+    } else if (near && near->form == Form::WORD && next && !next->firstFlag && !next->is("}")) {
+        ++myAt;
+    }
+}
+
+/// Reads what belongs to a keyword, which is the present token. False if it has a fault.
+bool NOD_ScriptShape::readWord(int block, const NOD_ScriptWord &word, Statement &)
+{
+    const int header = myAt++;
+    switch (word.form) {
+    case Form::ALONE:
+    case Form::PARM:
+    case Form::PAGE: return true;
+    case Form::NUMBER: myAt += !atEnd() && KIT_String(at().text.c_str()).isFloat(); return true;
+    case Form::SKIPPED: return readSkipped(block, word, header);
+    case Form::WORD:
+    case Form::CONDITION:
+    case Form::TEXT:
+        if (isMissingValue(block, header)) {
+            Fault &fault = addFault(block, header, quoted(word.word) + " has no value");
+            fault.expected = "a text";
+            return false;
+        }
+        if (word.form != Form::WORD && at().is("{")) {
+            ++myAt;
+            return readValues(block, header, Form::LINES);
+        }
+        ++myAt;
+        return true;
+    case Form::BLOCK:
+    case Form::PAIRS:
+    case Form::MENU:
+    case Form::LINES: break;
+    }
+    while (word.form == Form::MENU && !atEnd() && at().is("usetokenvalue")) {
+        ++myAt;
+    }
+    return openBlock(block, header) ? readValues(block, header, word.form) : false;
+}
+
+/// Whether what follows a keyword is no value of it but the next statement, or the end.
+bool NOD_ScriptShape::isMissingValue(int block, int header) const
+{
+    const bool inParm = myBlocks[std::size_t(block)].parmFlag;
+    if (atEnd() || at().is("}")) {
+        return true;
+    }
+    const NOD_ScriptWord *const word =
+        at().quotedFlag ? nullptr : NODfindScriptWord(at().text, inParm);
+    if (!word) {
+        const bool pageFlag = inParm && !at().quotedFlag && at().firstFlag;
+        return pageFlag && isNested(NODfindScriptWord(at().text, false));
+    }
+    const NOD_ScriptToken *const next = peek(1);
+    if (at().line > myTokens[header].line && at().firstFlag) {
+        return true;
+    }
+    if (!next || next->line != at().line) {
+        return false;
+    }
+    const bool blockFlag = word->form != Form::ALONE && word->form != Form::WORD && next->is("{");
+    const bool typeFlag = at().is("type") && ZELlookupScriptType(next->text.c_str()) >= 0;
+    return blockFlag || typeFlag;
+}
+
+bool NOD_ScriptShape::readSkipped(int block, const NOD_ScriptWord &word, int header)
+{
+    for (int i = 0; i < word.count && !atEnd() && !at().is("}"); ++i) {
+        ++myAt;
+    }
+    return !word.blockFlag || (openBlock(block, header) && readValues(block, header, Form::LINES));
+}
+
+/// Reads the brace after a keyword. False, with a fault, if it is missing; then what it would have had in it
+/// is passed over.
+bool NOD_ScriptShape::openBlock(int block, int header)
+{
+    if (!atEnd() && at().is("{")) {
+        ++myAt;
+        return true;
+    }
+    Fault &fault =
+        addFault(block, header, quoted(myTokens[header].text) + " needs a block in braces");
+    fault.last = std::max(header, myAt - 1);
+    fault.expected = "{";
+    // The values stand in this line, or in those up to a brace that nothing else has opened.
+    const bool inParm = block < 0 || myBlocks[std::size_t(block)].parmFlag;
+    const int line = myTokens[header].line;
+    int after = myAt;
+    for (; after < myTokens.size() && !myTokens[after].is("}") && !myTokens[after].is("{");
+         ++after) {
+        const NOD_ScriptToken &one = myTokens[after];
+        if (one.firstFlag && !one.quotedFlag && NODfindScriptWord(one.text, inParm)) {
+            break;
+        }
+    }
+    const bool closeFlag =
+        after < myTokens.size() && myTokens[after].is("}") &&
+        (myTokens[after].line == line ||
+         (myTokens[after].firstFlag && myTokens[after].indent == myTokens[header].indent));
+    if (closeFlag) {
+        myAt = after + 1;
+        return false;
+    }
+    while (!atEnd() && at().line == line && !at().firstFlag && !at().is("}") && !at().is("{") &&
+           !(NODfindScriptWord(at().text, inParm) && !at().quotedFlag)) {
+        ++myAt;
+    }
+    return false;
+}
+
+void NOD_ScriptShape::readNested(int block, Statement &statement, const std::string &keyword)
+{
+    const int header = statement.begin;
+    if (!atEnd() && at().is("{")) {
+        ++myAt;
+    } else {
+        Fault &fault = addFault(block, header, quoted(keyword) + " needs a block in braces");
+        fault.expected = "{";
+        statement.soundFlag = false;
+    }
+    statement.block = addBlock(block, header, keyword);
+    if (++myDepth > theMostBlocks) {
+        readValues(block, header, Form::LINES);
+        myBlocks[std::size_t(statement.block)].end = myAt;
+    } else {
+        readBlock(statement.block);
+    }
+    --myDepth;
+}
+
+// ---------------------------------------------------------------------- //
+// Values
+// ---------------------------------------------------------------------- //
+
+/// Reads up to the brace that closes the values of a keyword. False if there is a fault.
+bool NOD_ScriptShape::readValues(int block, int header, NOD_ScriptWord::Form form)
+{
+    const bool inParm = block >= 0 && myBlocks[std::size_t(block)].parmFlag;
+    const bool flatFlag = form != Form::LINES;
+    std::vector<int> values;
+    int depth = 1;
+    bool soundFlag = true;
+    for (; !atEnd(); ++myAt) {
+        const bool wordFlag = !at().quotedFlag && (NODfindScriptWord(at().text, inParm) ||
+                                                   NODfindScriptWord(at().text, !inParm));
+        if (at().is("}")) {
+            if (isFurtherOut(header, false)) {
+                break;
+            }
+            if (--depth == 0) {
+                ++myAt;
+                return checkValues(block, header, form, values) && soundFlag;
+            }
+        } else if (myTokens.isLeft(header, myAt) || (wordFlag && isFurtherOut(header, true))) {
+            break;
+        } else if (at().is("{") && flatFlag) {
+            const bool beginsFlag = !values.empty() && !myTokens[values.back()].quotedFlag &&
+                                    NODfindScriptWord(myTokens[values.back()].text, inParm);
+            if (beginsFlag) {
+                --myAt; // the keyword of that block
+                break;
+            }
+            Fault &fault = addFault(block, myAt, "an opening brace too many");
+            fault.fixText = "remove the brace";
+            soundFlag = false;
+        } else if (at().is("{")) {
+            ++depth;
+        } else {
+            values.push_back(myAt);
+        }
+    }
+    Fault &fault = addFault(block, myAt - 1,
+                            "the block of " + quoted(myTokens[header].text) +
+                                " is not closed: its \"}\" is missing");
+    fault.afterFlag = true;
+    fault.related = header;
+    fault.relatedText = "it begins here";
+    fault.expected = "}";
+    return false;
+}
+
+/// Pairs that lack their second half.
+bool NOD_ScriptShape::checkValues(int block, int header, NOD_ScriptWord::Form form,
+                                  const std::vector<int> &values)
+{
+    const bool pairsFlag = form == Form::PAIRS || (form == Form::MENU && !values.empty() &&
+                                                   !myTokens[values.front()].is("["));
+    if (!pairsFlag || values.size() % 2 == 0) {
+        return true;
+    }
+    // The first line with an odd number of them.
+    std::size_t odd = values.size() - 1;
+    for (std::size_t i = 0, first = 0; i < values.size(); ++i) {
+        const bool lastFlag =
+            i + 1 == values.size() || myTokens[values[i + 1]].line != myTokens[values[i]].line;
+        if (lastFlag && (i + 1 - first) % 2 != 0) {
+            odd = i;
+            break;
+        }
+        first = lastFlag ? i + 1 : first;
+    }
+    const int token = values[odd];
+    const char *const what = form == Form::MENU ? "the menu entry " : "the tag ";
+    Fault &fault = addFault(block, token,
+                            what + quoted(myTokens[token].text) +
+                                (form == Form::MENU ? " has no label" : " has no value"));
+    fault.related = header;
+    fault.relatedText = quoted(myTokens[header].text) + " begins here";
+    fault.expected = "a text";
+    return false;
+}

@@ -1,0 +1,112 @@
+/// \file NOD_ScriptShapePrivate.h
+/// The blocks and statements of a script, also of one whose braces and quotes are at fault.
+///
+/// Vocabulary: *block* = what stands between braces after `parm`, `group` and their like; the first one
+///             is the script's own. *Statement* = a keyword with all that belongs to it. *Fault* = a
+///             mistake of the shape: a brace or quote too few or too many, a value that is missing.
+///             *Indented* = a block whose statements begin further in than its first line does: then
+///             the indentation says where it ends if its brace doesn't.
+/// Units:      tokens, blocks and statements by index from 0, -1 for none; ends are exclusive.
+/// Ownership:  borrows the tokens.
+/// Threads:    one thread at a time.
+///
+/// A brace is missing where the grammar says so (`parm` inside of a parameter) or where a line begins no
+/// further in than the block's first one; a brace is too many where what follows is further in than
+/// the block that it would close.
+#pragma once
+
+#include <NOD/interface/NOD_ScriptTokensPrivate.h>
+#include <NOD/interface/NOD_ScriptWordsPrivate.h>
+
+#include <deque>
+#include <string>
+#include <vector>
+
+/// Said of what comes after the closing brace.
+constexpr const char *theNODScriptRest =
+    "What stands behind the closing brace of the script isn't read";
+
+class NOD_ScriptShape
+{
+public:
+    struct Statement
+    {
+        int begin; ///< the keyword
+        int end;
+        int block = -1;        ///< the block that it opens
+        bool soundFlag = true; ///< without a fault of its own
+    };
+    struct Block
+    {
+        int parent = -1;
+        int header = -1;     ///< the keyword; of the script the brace
+        std::string keyword; ///< as it should be
+        bool parmFlag = false;
+        int depth = 0;  ///< blocks with items around its statements
+        int close = -1; ///< its last brace; -1 if it is missing
+        int end = 0;
+        std::vector<Statement> statements;
+    };
+    struct Fault
+    {
+        int token;              ///< where it is
+        int last;               ///< to the end of that one
+        bool afterFlag = false; ///< nothing stands there: the place is after the token
+        int block = -1;         ///< in which it is
+        std::string text;
+        std::string hint; ///< for one whose text is the reader's
+        int related = -1;
+        std::string relatedText;
+        std::string expected;
+        std::string fix;       ///< replaces the place, if there is a fix
+        std::string fixText{}; ///< what it is called; "" for none
+    };
+
+    explicit NOD_ScriptShape(const NOD_ScriptTokens &tokens);
+
+    /// In the order of their tokens.
+    const std::vector<Fault> &getFaults() const { return myFaults; }
+    const std::deque<Block> &getBlocks() const { return myBlocks; }
+    /// The innermost block around a token.
+    int findBlock(int token) const;
+    /// The text of the first `name` of a block; "" without one.
+    std::string nameOf(int block) const;
+
+private:
+    static constexpr int theMostBlocks = 200; ///< in each other
+
+    const NOD_ScriptToken &at() const { return myTokens[myAt]; }
+    bool atEnd() const { return myAt >= myTokens.size(); }
+    const NOD_ScriptToken *peek(int ahead) const;
+    /// The first token of the next line that has one; null at the end.
+    const NOD_ScriptToken *nextLine(int token) const;
+
+    int addBlock(int parent, int header, const std::string &keyword);
+    void readBlock(int block);
+    bool readClose(int block);
+    bool endsHere(int block) const;
+    bool isSurplusClose(int block) const;
+    bool isFurtherOut(int header, bool inclusive) const;
+    bool isIndented(int block) const;
+
+    void readStatement(int block);
+    void readUnknown(int block, Statement &statement);
+    void readJunk(int block);
+    bool readWord(int block, const NOD_ScriptWord &word, Statement &statement);
+    bool isMissingValue(int block, int header) const;
+    bool readSkipped(int block, const NOD_ScriptWord &word, int header);
+    bool openBlock(int block, int header);
+    void readNested(int block, Statement &statement, const std::string &keyword);
+    bool readValues(int block, int header, NOD_ScriptWord::Form form);
+    bool checkValues(int block, int header, NOD_ScriptWord::Form form,
+                     const std::vector<int> &values);
+
+    Fault &addFault(int block, int token, const std::string &text);
+    std::string nameOfWord(int token) const;
+
+    const NOD_ScriptTokens &myTokens;
+    std::deque<Block> myBlocks;
+    std::vector<Fault> myFaults;
+    int myAt = 0;
+    int myDepth = 0;
+};

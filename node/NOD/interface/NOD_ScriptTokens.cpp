@@ -1,0 +1,179 @@
+#include <NOD/interface/NOD_ScriptTokensPrivate.h>
+
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_String.h>
+#include <NOD/interface/NOD_ScriptStreamPrivate.h>
+#include <TOK/TOK_TokenStream.h>
+
+#include <algorithm>
+
+namespace
+{
+
+/// The indentation of the line that an offset is on.
+int indentOf(std::string_view text, std::size_t offset)
+{
+    constexpr int theTab = 8;
+    constexpr std::size_t theLongest = KIT_MessagePlace::theLongestLine;
+    const std::size_t from = offset > theLongest ? offset - theLongest : 0;
+    const std::size_t feed = text.substr(from, offset - from).rfind('\n');
+    int indent = 0;
+    for (std::size_t at = feed == std::string_view::npos ? from : from + feed + 1; at < offset;
+         ++at) {
+        if (text[at] == '\t') {
+            indent += theTab - indent % theTab;
+        } else if (text[at] == ' ') {
+            ++indent;
+        } else {
+            break;
+        }
+    }
+    return indent;
+}
+
+} // namespace
+
+/// Keeps what the preprocessor says, but for open texts, which the tokens tell.
+class NOD_ScriptTokens::Stream : public NOD_ScriptStream
+{
+public:
+    using NOD_ScriptStream::NOD_ScriptStream;
+
+    void cppError(const char *text) override
+    {
+        TOK_Place place;
+        if (!getPlace(place) || !place.openFlag) {
+            NOD_ScriptStream::cppError(text);
+        }
+    }
+};
+
+NOD_ScriptTokens::NOD_ScriptTokens(std::string_view text, const std::string &name,
+                                   NOD_Interface::Includes includes)
+{
+    const KIT_ErrorManager::Scope quiet(BASgetSTID());
+    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+    myStream = std::make_unique<Stream>(is, name, myMessages, includes);
+    myStream->setEndsOpenTexts(true);
+    read();
+}
+
+NOD_ScriptTokens::~NOD_ScriptTokens() = default;
+
+void NOD_ScriptTokens::read()
+{
+    KIT_String token;
+    while (myStream->TOK_TokenStream::getToken(token)) {
+        if (size() == theMostTokens) {
+            myWholeFlag = false;
+            return;
+        }
+        add(token);
+    }
+}
+
+void NOD_ScriptTokens::add(const KIT_String &token)
+{
+    TOK_Place place;
+    if (!myStream->getPlace(place)) {
+        return;
+    }
+    NOD_ScriptToken added;
+    added.text = std::string(token.view());
+    added.file = fileOf(place.file, place.text);
+    added.line = place.line;
+    added.begin = place.begin;
+    added.end = place.end;
+    added.quotedFlag = place.quotedFlag;
+    added.firstFlag = place.firstFlag;
+    added.openFlag = place.openFlag;
+    const NOD_ScriptToken *const last = myTokens.empty() ? nullptr : &myTokens.back();
+    const bool sameFlag = last && last->file == added.file && last->line == added.line;
+    added.indent = sameFlag ? last->indent : indentOf(place.text, place.begin);
+    myFiles[std::size_t(added.file)].tokens.push_back(size());
+    myTokens.push_back(std::move(added));
+}
+
+/// A file that is read twice is two.
+int NOD_ScriptTokens::fileOf(const char *name, std::string_view text)
+{
+    for (int i = int(myFiles.size()); i-- > 0;) {
+        if (myFiles[std::size_t(i)].text.data() == text.data()) {
+            return i;
+        }
+    }
+    File file = {name, text, {}, {}};
+    TOK_Place place;
+    for (int level = 0; myStream->getIncluder(level, place); ++level) {
+        KIT_MessagePlace &at = file.includers.emplace_back();
+        at.file = place.file;
+        at.setFromText(place.text, place.begin, place.end, place.line);
+    }
+    myFiles.push_back(std::move(file));
+    return int(myFiles.size()) - 1;
+}
+
+int NOD_ScriptTokens::find(const std::string &file, std::size_t offset) const
+{
+    for (int i = int(myFiles.size()); i-- > 0;) {
+        const File &one = myFiles[std::size_t(i)];
+        if (one.name == file) {
+            const auto after = std::upper_bound(
+                one.tokens.begin(), one.tokens.end(), offset,
+                [this](std::size_t at, int token) { return at < (*this)[token].begin; });
+            return after == one.tokens.begin() ? -1 : *(after - 1);
+        }
+    }
+    return -1;
+}
+
+KIT_MessagePlace NOD_ScriptTokens::getPlace(int first, int last) const
+{
+    const NOD_ScriptToken &begin = (*this)[first];
+    const NOD_ScriptToken &end = (*this)[last];
+    const File &file = myFiles[std::size_t(begin.file)];
+    KIT_MessagePlace place;
+    place.file = file.name;
+    place.setFromText(file.text, begin.begin, end.file == begin.file ? end.end : begin.end,
+                      begin.line);
+    return place;
+}
+
+KIT_MessagePlace NOD_ScriptTokens::getPlaceAfter(int token) const
+{
+    const NOD_ScriptToken &before = (*this)[token];
+    const File &file = myFiles[std::size_t(before.file)];
+    const std::string_view own = file.text.substr(before.begin, before.end - before.begin);
+    KIT_MessagePlace place;
+    place.file = file.name;
+    place.setFromText(file.text, before.end, before.end,
+                      before.line + int(std::count(own.begin(), own.end(), '\n')));
+    return place;
+}
+
+KIT_MessagePlace NOD_ScriptTokens::getPlaceIn(int token, std::size_t offset) const
+{
+    const NOD_ScriptToken &one = (*this)[token];
+    const File &file = myFiles[std::size_t(one.file)];
+    const std::size_t at = std::min(one.begin + (one.quotedFlag ? 1 : 0) + offset, one.end);
+    const std::string_view before = file.text.substr(one.begin, at - one.begin);
+    KIT_MessagePlace place;
+    place.file = file.name;
+    place.setFromText(file.text, at, std::min(at + 1, one.end),
+                      one.line + int(std::count(before.begin(), before.end(), '\n')));
+    return place;
+}
+
+std::vector<KIT_MessagePlace> NOD_ScriptTokens::getIncluders(int token) const
+{
+    return myFiles[std::size_t((*this)[token].file)].includers;
+}
+
+bool NOD_ScriptTokens::isLeft(int inside, int token) const
+{
+    const int file = (*this)[inside].file;
+    const int now = (*this)[token].file;
+    return file != now && myFiles[std::size_t(now)].includers.size() <=
+                              myFiles[std::size_t(file)].includers.size();
+}
