@@ -89,7 +89,7 @@ def channels(body):
 
 
 SCRIPT_CALLS = [
-    "check {script}", "check --no-scripts {script}", "show {script}", "show --json {script}", "eval {script}",
+    "check {script}", "check --no-scripts {script}", "lint {script}", "show {script}", "show --json {script}", "eval {script}",
     "eval {script} --threads 2", "state {script}", "rewrite {script}", "command {script}",
     "convert {script} {none} OUT --to binary", "diff {script} {none} {none}",
     "ramp {script} m --svg OUT", "shell {script} < {lines}",
@@ -213,10 +213,21 @@ def rows():
     script("condition_text", page(parm("s", "type string " + text_default('`chs("s")`' * 50)) +
                                   fill(lambda i: parm(f"p{i}", 'hidewhen "{ s == x }"'), 60000)))
 
+    # What is judged: words, choices times comparisons, names that aren't there, one long line, edits that wait.
+    script("judged_words", f"#define A {'x ' * 40000}\n" + page("code { " + "A " * 200 + "}"))
+    script("judged_choices", page(parm("p", "type ordinal menu { " + "".join(f"m{i} M " for i in range(3000)) + "}")
+           + parm("q", 'hidewhen "' + "".join(f"{{ p == m{i} }}" for i in range(3000)) + '"')))
+    script("judged_names", page(fill(lambda i: parm(f"p{i}", f'hidewhen "{{ q{i} == 1 }}"'))))
+    script("judged_line", page(fill(lambda i: parm(f"p{i}").replace("\n", " "))))
+    script("judged_edits", page(parm("p", fill(lambda i: "nolabel ") + "type float")), ["lint {script} --fix"])
+    script("judged_order", page(fill(lambda i: parm(f"p{i}", "nolabel joinnext default { 1 2 } type float"))),
+           ["lint {script} --fix"])
     # Included files and macros.
     def included(name, files, calls=()):
         out.append((name, files, SCRIPT_CALLS + list(calls)))
 
+    included("judged_includes", {"script": fill(lambda i: '#include "u"\n', 90000) + page(""),
+                                 "u": fill(lambda i: f"#define Z{i} 1\n", 2000)})
     included("include_repeated", {"script": page('#include "big.dsh"\n' * 4000), "big.dsh": "// " + "x" * 53000})
     included("include_parms", {"script": page('#include "big.dsh"\n' * 2000),
                                "big.dsh": fill(lambda i: parm(f"p{i}"), 53000)})

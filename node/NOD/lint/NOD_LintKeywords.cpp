@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 
 namespace
 {
@@ -119,34 +120,31 @@ void Check::checkSizes()
     }
 }
 
-/// What a later keyword takes away.
+/// What a later keyword takes away, and what doesn't come again. From the last entry to the first.
 void Check::checkOrder()
 {
-    const std::vector<Entry> &entries = myBlock.entries;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const Entry &one = entries[i];
-        const bool defaultFlag = isDefault(one.word);
-        if (!defaultFlag && !isLook(one.word) && !isMenu(one.word)) {
+    const Entry *type = nullptr;    // the last ones there are
+    const Entry *ordinal = nullptr; // a type
+    const Entry *sized = nullptr;   // a type or size
+    std::set<std::string_view> kept;
+    for (auto entry = myBlock.entries.rbegin(); entry != myBlock.entries.rend(); ++entry) {
+        const bool typeFlag = entry->word == "type" && entry->count() == 1;
+        if (typeFlag || (entry->word == "size" && entry->count() == 1)) {
+            type = !type && typeFlag ? &*entry : type;
+            sized = sized ? sized : &*entry;
+            const bool ordinalFlag = typeFlag && myContext.tokens().text(entry->first) == "ordinal";
+            ordinal = !ordinal && ordinalFlag ? &*entry : ordinal;
             continue;
         }
-        const auto same = [&one](const Entry &other) {
-            return isDefault(one.word) ? isDefault(other.word)
-                   : isMenu(one.word)  ? isMenu(other.word)
-                                       : other.word == one.word;
-        };
-        const Entry *by = nullptr;
-        for (std::size_t k = i + 1; k < entries.size(); ++k) {
-            const Entry &other = entries[k];
-            if (same(other)) {
-                by = nullptr; // it comes again, in time
-            } else if (other.count() == 1 &&
-                       (other.word == "type" || (defaultFlag && other.word == "size"))) {
-                const bool ordinalFlag = myContext.text(other.first) == "ordinal";
-                by = !isMenu(one.word) || ordinalFlag ? &other : by;
-            }
-        }
-        if (by) {
-            tellLost(one, *by);
+        const bool menuFlag = isMenu(entry->word);
+        const bool defaultFlag = isDefault(entry->word);
+        const Entry *const by = menuFlag              ? ordinal
+                                : defaultFlag         ? sized
+                                : isLook(entry->word) ? type
+                                                      : nullptr;
+        const std::string_view word = menuFlag ? "menu" : defaultFlag ? "default" : entry->word;
+        if (kept.insert(word).second && by) {
+            tellLost(*entry, *by);
         }
     }
 }
