@@ -289,9 +289,12 @@ void Check::collect(const ZEL_ScriptPage &page)
 
 void Check::open()
 {
-    if (!myTokens && myScript.getPage()) {
-        collect(*myScript.getPage());
-        myTokens.emplace(myScript.getText(), myScript.getFile(), NOD_Interface::Includes::ANY);
+    if (myTokens || !myScript.getPage()) {
+        return;
+    }
+    collect(*myScript.getPage());
+    myTokens.emplace(myScript.getText(), myScript.getFile(), NOD_Interface::Includes::ANY);
+    if (myTokens->isWhole()) {
         myShape.emplace(*myTokens);
     }
 }
