@@ -221,3 +221,65 @@ TEST(ScriptMistakes, MistakesOfAProgramAreTold)
         EXPECT_LE(counts.wrong * 100, counts.messages * 2) << seed;
     }
 }
+
+namespace
+{
+
+/// A script with some bytes taken out, put in and moved.
+std::string spoilt(std::string text, std::mt19937 &random)
+{
+    static constexpr const char *theParts[] = {"\"",          "{",
+                                               "}",           "[",
+                                               "\n",          "\\",
+                                               "`",           "parm {",
+                                               "group {",     "menu {",
+                                               "multiparm {", "import {",
+                                               "default {",   "#define x {\n",
+                                               "#if 1\n",     "#include \"common.dsh\"\n",
+                                               "label",       "\xff"};
+    for (unsigned edits = 1 + random() % 8; edits > 0; --edits) {
+        const std::size_t at = random() % (text.size() + 1);
+        if (random() % 2 == 0) {
+            text.erase(at, random() % 30);
+        } else {
+            text.insert(at, theParts[random() % std::size(theParts)]);
+        }
+    }
+    return text;
+}
+
+} // namespace
+
+// Whatever the text: the verdict is the reader's, its first error is among the messages, and places are in
+// the text.
+TEST(ScriptMistakes, LawsHoldForAnyText)
+{
+    std::mt19937 random(7);
+    for (const char *const name : {"keywords", "light", "render", "shader"}) {
+        const std::string file = std::string(ZEL_TESTS_DIR "/../examples/") + name + ".ds";
+        std::ifstream is(file);
+        const std::string good(std::istreambuf_iterator<char>(is), {});
+        for (int i = 0; i < 60; ++i) {
+            const std::string text = spoilt(good, random);
+            NOD_Report reader;
+            NOD_Report all;
+            const bool goodFlag = NOD_Interface::fromText(text, file, reader) != nullptr;
+            EXPECT_EQ(NODcheckScript(text, file, all) != nullptr, goodFlag) << text;
+            EXPECT_TRUE(!all.hasErrors() || !goodFlag) << text;
+            const auto first = std::find_if(
+                reader.getMessages().begin(), reader.getMessages().end(),
+                [](const NOD_Message &one) { return one.severity >= KIT_ERROR_ABORT; });
+            EXPECT_TRUE(first == reader.getMessages().end() ||
+                        contents(all).find(") " + first->text + "\n") != std::string::npos)
+                << first->text << "\n"
+                << contents(all) << text;
+            for (const NOD_Message &one : all.getMessages()) {
+                const bool ownFlag = one.detail && one.detail->place.file == file;
+                EXPECT_TRUE(!ownFlag || (one.detail->place.offset >= 0 &&
+                                         one.detail->place.endOffset <= std::int64_t(text.size()) &&
+                                         one.detail->place.endOffset >= one.detail->place.offset))
+                    << one.text << text;
+            }
+        }
+    }
+}

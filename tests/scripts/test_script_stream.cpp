@@ -7,11 +7,13 @@
 #include <DS/DS_ParmReader.h>
 #include <DS/DS_SelectorBinding.h>
 #include <DS/DS_Stream.h>
+#include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ScriptQuote.h>
 #include <ZEL/ZEL_TypeConstants.h>
 
 #include <cstring>
+#include <memory>
 #include <tuple>
 
 namespace
@@ -260,4 +262,35 @@ TEST(ParmReader, OnlyASingleNumberIsLogarithmic)
     EXPECT_TRUE(info.isInvisible());
     EXPECT_EQ(info.getFlag(DS_ParmInfo::theLogarithmicFlag | DS_ParmInfo::theEmbedFlag),
               DS_ParmInfo::theLogarithmicFlag);
+}
+
+TEST(ScriptStream, MessagesHaveDetailsWhereTheyAreWanted)
+{
+    for (const bool wantedFlag : {false, true}) {
+        Script script("{\n  name x wibble }", "s");
+        script.stream.setDetails(wantedFlag);
+        KIT_ErrorManager::Scope scope(1);
+        static std::shared_ptr<const KIT_MessageDetail> theSeen;
+        theSeen.reset();
+        script.stream.setOwnSink(
+            [](void *data, KIT_ErrorSeverity, const char *, int, const char *) {
+                theSeen = static_cast<DS_Stream *>(data)->makeDetail();
+            },
+            &script.stream);
+        KIT_String token;
+        while (script.stream.getToken(token) && token != "wibble") {
+        }
+        script.stream.error("no such word");
+        EXPECT_EQ(messagesOf(script.stream),
+                  "Error (Common 14): Script: s Error(2): no such word\n");
+        EXPECT_EQ(theSeen != nullptr, wantedFlag);
+        if (theSeen) {
+            EXPECT_EQ(theSeen->place.file, "s");
+            EXPECT_EQ(theSeen->place.line, 2);
+            EXPECT_EQ(theSeen->place.column, 10);
+            EXPECT_EQ(theSeen->place.endColumn, 16);
+            EXPECT_EQ(theSeen->found, "wibble");
+        }
+        theSeen.reset();
+    }
 }

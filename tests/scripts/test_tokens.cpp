@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <initializer_list>
+#include <utility>
 
 namespace
 {
@@ -110,6 +112,74 @@ TEST(Tokens, PositionsAreThoseOfTheTokenReadLast)
     EXPECT_EQ(withoutName.getManager(), nullptr);
     EXPECT_TRUE(withoutName.getToken(token));
     EXPECT_EQ(scope.getManager().getError(0).text, "line 1: a quote is never closed");
+}
+
+/// Each token as its bytes in its file, with the line, and the lines of the includes around it.
+static std::string placesOf(TOK_TokenStream &stream)
+{
+    std::string all;
+    KIT_String token;
+    while (stream.getToken(token)) {
+        TOK_Place place;
+        EXPECT_TRUE(stream.getPlace(place));
+        all += (all.empty() ? "" : " ") +
+               std::string(place.text.substr(place.begin, place.end - place.begin)) + "@" +
+               std::to_string(place.line) + (place.firstFlag ? "!" : "") +
+               (place.openFlag ? "?" : "") + (place.macroFlag ? "m" : "");
+        TOK_Place from;
+        for (int level = 0; stream.getIncluder(level, from); level++) {
+            all += "<" + std::to_string(from.line);
+        }
+    }
+    return all;
+}
+
+TEST(Tokens, PlacesAreBytesOfTheFileThatHasTheToken)
+{
+    const ScriptFolder folder;
+    const std::string root = folder.write(
+        "root.ds", "a \"b c\" {\n#define M x } y\n#include \"one.ds\"\n  M ]]\n\"d\\\"e\"");
+    folder.write("one.ds", "\n#include \"two.ds\"\nf");
+    folder.write("two.ds", "g");
+    TOK_TokenStream stream(root.c_str(), -1);
+    stream.setKeepsTexts(true);
+    TOK_Place place;
+    EXPECT_FALSE(stream.getPlace(place)); // nothing was read
+    EXPECT_EQ(placesOf(stream), "a@1! \"b c\"@1 {@1 g@1!<2<3 f@3!<3 M@4!m M@4!m M@4!m ]@4 ]@4 "
+                                "\"d\\\"e\"@5!");
+    EXPECT_TRUE(stream.getPlace(place)); // the end changes nothing
+    EXPECT_EQ(place.line, 5);
+
+    // Without the texts the last token of an included file has no place after its end.
+    const std::string last = folder.write("last.ds", "#include \"two.ds\"\n");
+    TOK_TokenStream other(last.c_str(), -1);
+    KIT_String token;
+    EXPECT_TRUE(other.getToken(token));
+    EXPECT_TRUE(other.getPlace(place));
+    EXPECT_FALSE(other.getToken(token));
+    EXPECT_FALSE(other.getPlace(place));
+}
+
+TEST(Tokens, OpenTextsEndWhereTheySeemTo)
+{
+    const std::pair<const char *, const char *> cases[] = {
+        {"name \"x\nlabel \"y\"\nsize 1", "name@1! \"x@1? label@2! \"y\"@2 size@3! 1@3"},
+        {"{ \"a \"A\" }\nb", "{@1! \"a@1? \"A\"@1 }@1 b@2!"},
+        {"when \"{ a == 1 }\nmenu { \"a\" }", "when@1! \"{ a == 1 }@1? menu@2! {@2 \"a\"@2 }@2"},
+        {"tag { \"a\" \"b }\nc", "tag@1! {@1 \"a\"@1 \"b@1? }@1 c@2!"},
+        // these are closed
+        {"help \"one\n  two\"\nb", "help@1! \"one\n  two\"@1 b@3!"},
+        {"a \"b\"c \"d\"", "a@1! \"b\"@1 c@1 \"d\"@1"},
+        {"{\"a\"}", "{@1! \"a\"@1 }@1"},
+    };
+    for (const auto &[text, expected] : cases) {
+        const KIT_ErrorManager::Scope quiet(1);
+        KIT_IStream memory(text, std::strlen(text), KIT_IStream::TEXT);
+        TOK_TokenStream stream(memory, "s");
+        stream.setPreserveBackslashes(true);
+        stream.setEndsOpenTexts(true);
+        EXPECT_EQ(placesOf(stream), expected) << text;
+    }
 }
 
 TEST(Tokens, TokensPutBackComeFirstTheLastOneFirst)

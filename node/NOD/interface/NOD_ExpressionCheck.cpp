@@ -131,6 +131,7 @@ private:
     void add(const Written &written, const NOD_ExpressionFault &fault);
     void collect(const ZEL_ScriptPage &page);
     void open();
+    const NOD_ScriptShape::Block *findBlock(const Written &written);
     std::shared_ptr<const KIT_MessageDetail> find(const Written &written, std::size_t offset);
 
     const NOD_Interface &myScript;
@@ -288,9 +289,12 @@ void Check::collect(const ZEL_ScriptPage &page)
 
 void Check::open()
 {
-    if (!myTokens && myScript.getPage()) {
-        collect(*myScript.getPage());
-        myTokens.emplace(myScript.getText(), myScript.getFile(), NOD_Interface::Includes::ANY);
+    if (myTokens || !myScript.getPage()) {
+        return;
+    }
+    collect(*myScript.getPage());
+    myTokens.emplace(myScript.getText(), myScript.getFile(), NOD_Interface::Includes::ANY);
+    if (myTokens->isWhole()) {
         myShape.emplace(*myTokens);
     }
 }
@@ -312,40 +316,49 @@ std::string unescaped(const std::string &raw)
     return text.toStdString();
 }
 
-/// The token of the parameter's statement in which the expression is; null where it isn't found as it is.
-std::shared_ptr<const KIT_MessageDetail> Check::find(const Written &written, std::size_t offset)
+const NOD_ScriptShape::Block *Check::findBlock(const Written &written)
 {
     open();
     const auto parm = myParms.find(written.one->getNamePtr());
     if (!myShape || parm == myParms.end()) {
         return nullptr;
     }
-    for (const NOD_ScriptShape::Block &block : myShape->getBlocks()) {
-        const bool ownFlag = (*myTokens)[block.header].line == parm->second->getLine() &&
-                             myTokens->getPlace(block.header, block.header).file ==
-                                 parm->second->getFile().nonNullStr();
-        if (!ownFlag) {
+    const std::deque<NOD_ScriptShape::Block> &blocks = myShape->getBlocks();
+    const auto found = std::find_if(blocks.begin(), blocks.end(), [&](const auto &block) {
+        return (*myTokens)[block.header].line == parm->second->getLine() &&
+               myTokens->getPlace(block.header, block.header).file ==
+                   parm->second->getFile().nonNullStr();
+    });
+    return found == blocks.end() ? nullptr : &*found;
+}
+
+/// The token with the expression, else the keyword of its statement, else the parameter's.
+std::shared_ptr<const KIT_MessageDetail> Check::find(const Written &written, std::size_t offset)
+{
+    const NOD_ScriptShape::Block *const block = findBlock(written);
+    if (!block) {
+        return nullptr;
+    }
+    auto detail = std::make_shared<KIT_MessageDetail>();
+    detail->subject = written.one->getToken();
+    detail->place = myTokens->getPlace(block->header, block->header);
+    detail->includedFrom = myTokens->getIncluders(block->header);
+    for (const NOD_ScriptShape::Statement &one : block->statements) {
+        const std::string &word = (*myTokens)[one.begin].text;
+        if (one.block >= 0 || word.compare(0, written.place.size(), written.place) != 0) {
             continue;
         }
-        for (const NOD_ScriptShape::Statement &one : block.statements) {
-            const std::string &word = (*myTokens)[one.begin].text;
-            for (int i = one.begin + 1; word.compare(0, written.place.size(), written.place) == 0 &&
-                                        one.block < 0 && i < one.end;
-                 ++i) {
-                const std::string &raw = (*myTokens)[i].text;
-                const std::size_t at = unescaped(raw).find(written.text);
-                if (at == std::string::npos) {
-                    continue;
-                }
-                auto detail = std::make_shared<KIT_MessageDetail>();
-                detail->subject = written.one->getToken();
+        detail->place = myTokens->getPlace(one.begin, one.begin);
+        for (int i = one.begin + 1; i < one.end; ++i) {
+            const std::string &raw = (*myTokens)[i].text;
+            const std::size_t at = unescaped(raw).find(written.text);
+            if (at != std::string::npos) {
                 detail->place = myTokens->getPlaceIn(i, rawOffset(raw, at + offset));
-                detail->includedFrom = myTokens->getIncluders(i);
                 return detail;
             }
         }
     }
-    return nullptr;
+    return detail;
 }
 
 } // namespace

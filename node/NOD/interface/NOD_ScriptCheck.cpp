@@ -70,7 +70,10 @@ public:
     std::vector<Placed> run();
 
 private:
-    static constexpr std::size_t theMostErrors = 1000;
+    static constexpr std::size_t theMostMessages = 1000;
+    static constexpr std::size_t theMostWork = 20000000; ///< tokens that are read
+
+    bool isSpent() const { return myPlaced.size() >= theMostMessages || myWork >= theMostWork; }
 
     void judge(int block);
     Piece compose(int block, const std::vector<bool> &dropped) const;
@@ -80,6 +83,7 @@ private:
     const NOD_ScriptTokens &myTokens;
     const Shape &myShape;
     std::vector<Placed> myPlaced;
+    std::size_t myWork = 0;
 };
 
 std::vector<Placed> Pass::run()
@@ -92,8 +96,18 @@ std::vector<Placed> Pass::run()
             fault.text,      theKITCommonCategory, KIT_COMMON_BAD_SCRIPT, detail};
         myPlaced.push_back({fault.token, std::move(message)});
     }
-    for (int i = 0; i < int(myShape.getBlocks().size()) && myPlaced.size() < theMostErrors; ++i) {
+    const int blocks = int(myShape.getBlocks().size());
+    for (int i = 0; i < blocks && !isSpent(); ++i) {
         judge(i);
+    }
+    if (isSpent()) {
+        NOD_Message message;
+        message.severity = KIT_ERROR_WARNING;
+        message.file = myTokens.getPlace(0, 0).file;
+        message.text = "the script has more mistakes than are looked for; there may be others";
+        message.category = theKITCommonCategory;
+        message.code = KIT_COMMON_BAD_SCRIPT;
+        myPlaced.push_back({myTokens.size(), std::move(message)});
     }
     return std::move(myPlaced);
 }
@@ -106,9 +120,11 @@ void Pass::judge(int block)
     for (const Shape::Statement &one : statements) {
         dropped.push_back(!one.soundFlag || one.block >= 0);
     }
-    for (std::size_t round = 0; round <= statements.size(); ++round) {
+    for (std::size_t round = 0; round <= statements.size() && !isSpent(); ++round) {
         std::vector<Placed> said;
-        const bool readFlag = read(compose(block, dropped), said);
+        const Piece piece = compose(block, dropped);
+        myWork += piece.tokens.size();
+        const bool readFlag = read(piece, said);
         if (readFlag || said.empty() || !drop(block, said.back().token, dropped)) {
             std::move(said.begin(), said.end(), std::back_inserter(myPlaced));
             return;
@@ -234,7 +250,7 @@ void Merge::add(Placed found)
 {
     for (std::size_t i = 0; i < myAll.size(); ++i) {
         const NOD_Message &one = myAll[i].message;
-        if (one.detail && samePlace(*one.detail, *found.message.detail) &&
+        if (one.detail && found.message.detail && samePlace(*one.detail, *found.message.detail) &&
             (myCaused[i] || one.text == found.message.text)) {
             return;
         }
@@ -248,7 +264,8 @@ void Merge::addTo(NOD_Report &report)
     const auto keyOf = [this](const Placed &one) {
         const KIT_MessageDetail *const detail = one.message.detail.get();
         const std::int64_t offset = detail ? detail->place.offset : -1;
-        return std::pair(offset < 0 ? -1 : myTokens.find(detail->place.file, std::size_t(offset)),
+        return std::pair(offset < 0 ? one.token
+                                    : myTokens.find(detail->place.file, std::size_t(offset)),
                          offset);
     };
     std::stable_sort(myAll.begin(), myAll.end(),

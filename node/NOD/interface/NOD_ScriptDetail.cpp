@@ -119,6 +119,9 @@ void NODcompleteDetails(NOD_Report &report, std::string_view text, const std::st
         last = messages[i].severity >= KIT_ERROR_ABORT ? i + 1 : last;
     }
     const NOD_ScriptTokens tokens(text, name, includes);
+    if (!tokens.isWhole()) {
+        return; // the reader's own places stay
+    }
     const Shape shape(tokens);
     NOD_Report completed;
     for (std::size_t i = 0; i < messages.size(); ++i) {

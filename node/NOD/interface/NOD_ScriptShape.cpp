@@ -61,10 +61,12 @@ NOD_ScriptShape::NOD_ScriptShape(const NOD_ScriptTokens &tokens) : myTokens(toke
 
 int NOD_ScriptShape::findBlock(int token) const
 {
-    int found = -1;
-    for (int i = 0; i < int(myBlocks.size()); ++i) {
-        const Block &block = myBlocks[std::size_t(i)];
-        found = block.header <= token && token < block.end ? i : found; // inner ones come later
+    const auto after =
+        std::upper_bound(myBlocks.begin(), myBlocks.end(), token,
+                         [](int at, const Block &block) { return at < block.header; });
+    int found = int(after - myBlocks.begin()) - 1;
+    while (found >= 0 && token >= myBlocks[std::size_t(found)].end) {
+        found = myBlocks[std::size_t(found)].parent;
     }
     return found;
 }
@@ -87,14 +89,16 @@ const NOD_ScriptToken *NOD_ScriptShape::peek(int ahead) const
     return myAt + ahead < myTokens.size() ? &myTokens[myAt + ahead] : nullptr;
 }
 
-const NOD_ScriptToken *NOD_ScriptShape::nextLine(int token) const
+const NOD_ScriptToken *NOD_ScriptShape::nextLine(int token)
 {
-    for (int i = token + 1; i < myTokens.size(); ++i) {
-        if (myTokens[i].firstFlag) {
-            return &myTokens[i];
+    if (token < myLineBegin || token >= myLineEnd) {
+        myLineBegin = token;
+        myLineEnd = token + 1;
+        while (myLineEnd < myTokens.size() && !myTokens[myLineEnd].firstFlag) {
+            ++myLineEnd;
         }
     }
-    return nullptr;
+    return myLineEnd < myTokens.size() ? &myTokens[myLineEnd] : nullptr;
 }
 
 NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const std::string &text)
@@ -104,6 +108,18 @@ NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const st
     fault.block = block;
     fault.text = text;
     return fault;
+}
+
+/// The brace that is missing in front of the present token.
+void NOD_ScriptShape::addOpen(int block, int header, const std::string &keyword)
+{
+    Fault &fault =
+        addFault(block, myAt - 1,
+                 "the block of " + quoted(keyword) + " is not closed: its \"}\" is missing");
+    fault.afterFlag = true;
+    fault.related = header;
+    fault.relatedText = "it begins here";
+    fault.expected = "}";
 }
 
 // ---------------------------------------------------------------------- //
@@ -147,13 +163,7 @@ void NOD_ScriptShape::readBlock(int block)
     if (toldFlag || myAt == 0) {
         return;
     }
-    Fault &fault =
-        addFault(block, myAt - 1,
-                 "the block of " + quoted(own.keyword) + " is not closed: its \"}\" is missing");
-    fault.afterFlag = true;
-    fault.related = own.header;
-    fault.relatedText = "it begins here";
-    fault.expected = "}";
+    addOpen(block, own.header, own.keyword);
 }
 
 /// Reads a brace. False if it doesn't close the block: it is too many, or closes one around it.
@@ -168,13 +178,7 @@ bool NOD_ScriptShape::readClose(int block)
     Block &own = myBlocks[std::size_t(block)];
     if (endsHere(block)) {
         own.end = myAt;
-        Fault &fault = addFault(block, myAt - 1,
-                                "the block of " + quoted(own.keyword) +
-                                    " is not closed: its \"}\" is missing");
-        fault.afterFlag = true;
-        fault.related = own.header;
-        fault.relatedText = "it begins here";
-        fault.expected = "}";
+        addOpen(block, own.header, own.keyword);
         return true;
     }
     own.close = myAt++;
@@ -225,7 +229,7 @@ bool NOD_ScriptShape::endsHere(int block) const
 }
 
 /// Whether what follows a closing brace is further in than the block that it would close.
-bool NOD_ScriptShape::isSurplusClose(int block) const
+bool NOD_ScriptShape::isSurplusClose(int block)
 {
     const Block &own = myBlocks[std::size_t(block)];
     const NOD_ScriptToken &header = myTokens[own.header];
@@ -256,7 +260,7 @@ void NOD_ScriptShape::readStatement(int block)
         ++myAt;
         readNested(block, statement, word->word);
     } else {
-        statement.soundFlag = readWord(block, *word, statement);
+        statement.soundFlag = readWord(block, *word);
     }
     readJunk(block);
     statement.end = myAt;
@@ -298,7 +302,7 @@ void NOD_ScriptShape::readUnknown(int block, Statement &statement)
 }
 
 /// Reads what belongs to a keyword, which is the present token. False if it has a fault.
-bool NOD_ScriptShape::readWord(int block, const NOD_ScriptWord &word, Statement &)
+bool NOD_ScriptShape::readWord(int block, const NOD_ScriptWord &word)
 {
     const int header = myAt++;
     switch (word.form) {
@@ -464,13 +468,7 @@ bool NOD_ScriptShape::readValues(int block, int header, NOD_ScriptWord::Form for
             values.push_back(myAt);
         }
     }
-    Fault &fault = addFault(block, myAt - 1,
-                            "the block of " + quoted(myTokens[header].text) +
-                                " is not closed: its \"}\" is missing");
-    fault.afterFlag = true;
-    fault.related = header;
-    fault.relatedText = "it begins here";
-    fault.expected = "}";
+    addOpen(block, header, myTokens[header].text);
     return false;
 }
 

@@ -79,20 +79,20 @@ private:
     bool atEnd() const { return myAt >= myTokens.size(); }
     const NOD_ScriptToken *peek(int ahead) const;
     /// The first token of the next line that has one; null at the end.
-    const NOD_ScriptToken *nextLine(int token) const;
+    const NOD_ScriptToken *nextLine(int token);
 
     int addBlock(int parent, int header, const std::string &keyword);
     void readBlock(int block);
     bool readClose(int block);
     bool endsHere(int block) const;
-    bool isSurplusClose(int block) const;
+    bool isSurplusClose(int block);
     bool isFurtherOut(int header, bool inclusive) const;
     bool isIndented(int block) const;
 
     void readStatement(int block);
     void readUnknown(int block, Statement &statement);
     void readJunk(int block);
-    bool readWord(int block, const NOD_ScriptWord &word, Statement &statement);
+    bool readWord(int block, const NOD_ScriptWord &word);
     bool isMissingValue(int block, int header) const;
     bool readSkipped(int block, const NOD_ScriptWord &word, int header);
     bool openBlock(int block, int header);
@@ -102,11 +102,13 @@ private:
                      const std::vector<int> &values);
 
     Fault &addFault(int block, int token, const std::string &text);
-    std::string nameOfWord(int token) const;
+    void addOpen(int block, int header, const std::string &keyword);
 
     const NOD_ScriptTokens &myTokens;
     std::deque<Block> myBlocks;
     std::vector<Fault> myFaults;
     int myAt = 0;
     int myDepth = 0;
+    int myLineBegin = 0; ///< the tokens for which nextLine() was asked last
+    int myLineEnd = 0;
 };

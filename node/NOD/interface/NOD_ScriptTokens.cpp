@@ -52,6 +52,10 @@ public:
 NOD_ScriptTokens::NOD_ScriptTokens(std::string_view text, const std::string &name,
                                    NOD_Interface::Includes includes)
 {
+    if (text.size() > theMostBytes) {
+        myWholeFlag = false;
+        return;
+    }
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
     KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
     myStream = std::make_unique<Stream>(is, name, myMessages, includes);

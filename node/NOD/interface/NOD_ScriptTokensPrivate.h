@@ -8,7 +8,7 @@
 /// Ownership:  owns the texts of all files.
 /// Threads:    one thread at a time.
 /// Errors:     reports of the preprocessor are kept in getMessages(). A script of more tokens than
-///             theMostTokens is cut, and isWhole() is false.
+///             theMostTokens is cut, one of more than theMostBytes isn't read, and isWhole() is false.
 #pragma once
 
 #include <KIT/KIT_MessageDetail.h>
@@ -39,6 +39,7 @@ class NOD_ScriptTokens
 {
 public:
     static constexpr int theMostTokens = 1000000;
+    static constexpr std::size_t theMostBytes = std::size_t(1) << 24;
 
     NOD_ScriptTokens(std::string_view text, const std::string &name,
                      NOD_Interface::Includes includes);
