@@ -1,5 +1,6 @@
 #include <DS/DS_Stream.h>
 
+#include <DS/scriptstream/DS_BlockDepthPrivate.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ScriptQuote.h>
 
@@ -14,8 +15,9 @@ constexpr const char *theReducedOptions[] = {"", "-P", "-x", nullptr};
 DS_Stream::MessageSink theMessageSink = nullptr;
 void *theMessageSinkData = nullptr;
 
-/// The depth of braces after a token; below 1 when the token closes the block.
-int depthBehind(const char *token, int depth)
+} // namespace
+
+int DSblockDepth(const char *token, int depth)
 {
     bool quotedFlag = false;
     for (const char *at = token; *at && depth > 0; at++) {
@@ -29,8 +31,6 @@ int depthBehind(const char *token, int depth)
     }
     return depth;
 }
-
-} // namespace
 
 DS_Stream::DS_Stream(KIT_IStream &stream, const char *name, bool reduced)
     : TOK_TokenStream(stream, name)
@@ -80,7 +80,7 @@ int DS_Stream::parseBlock(KIT_String &result, char separator, bool protect)
             error("Expecting close brace for block");
             return 0;
         }
-        depth = depthBehind(token.nonNullStr(), depth);
+        depth = DSblockDepth(token.nonNullStr(), depth);
         if (depth < 1) {
             break;
         }

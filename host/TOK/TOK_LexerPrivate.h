@@ -37,6 +37,12 @@ public:
     int getLine() const { return myTokenLine; }
     /// Whether that token is the first of its line.
     bool isFirstOnLine() const { return myFirstFlag; }
+    /// The bytes of that token as they are written, in the text.
+    std::string_view getWritten() const
+    {
+        return std::string_view(myTokenAt, static_cast<size_t>(myAt - myTokenAt));
+    }
+    static bool isDirectiveWord(std::string_view word);
     /// The error of the last next(), returned once.
     Fault takeFault(int &line);
 
@@ -52,6 +58,7 @@ private:
 
     const char *myAt;
     const char *myEnd;
+    const char *myTokenAt;
     std::string myScratch;
     int myLine = 1;
     int myTokenLine = 1;

@@ -34,7 +34,7 @@ WORDS = {
 NEEDED = {"convert": ["--to", "text"], "doc": ["--out", ">pages"], "migrate": ["--out", ">out"],
           "ramp": ["--svg", ">out"], "set": ["--out", ">out"]}
 FLAGS = {"--binary", "--compact", "--allow-loss", "--dry-run", "--force", "--json", "--keep-going", "--no-scripts",
-         "--numbers", "--stop", "--times", "--help", "--stamp"}
+         "--numbers", "--stop", "--times", "--help", "--stamp", "--check", "--diff", "--sort"}
 READS = {"--channels", "--map", "--script", "--values"}
 WRITES = {"--convert", "--out", "--svg"}
 # Values that are refused, and what the message names; `ramp` has another script.
@@ -186,7 +186,7 @@ def refuse_read(call, place):
         before = become_nobody if file == "secret" else None
         wrong = plain(call[:place]) + [file] + plain(call[place + 1 :])
         # Of several scripts the others are told.
-        quiet = call[0] not in ("check", "doc")
+        quiet = call[0] not in ("check", "doc", "format")
         refused(wrong, file, before_run=before, quiet=quiet)
         refused([*wrong, "--json"], reason, before_run=before, quiet=quiet)
 
