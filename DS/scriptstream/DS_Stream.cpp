@@ -1,5 +1,6 @@
 #include <DS/DS_Stream.h>
 
+#include <DS/scriptstream/DS_BlockDepthPrivate.h>
 #include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_ScriptQuote.h>
@@ -18,8 +19,9 @@ constexpr std::size_t theLongestFound = 80;
 DS_Stream::MessageSink theMessageSink = nullptr;
 void *theMessageSinkData = nullptr;
 
-/// The depth of braces after a token; below 1 when the token closes the block.
-int depthBehind(const char *token, int depth)
+} // namespace
+
+int DSblockDepth(const char *token, int depth)
 {
     bool quotedFlag = false;
     for (const char *at = token; *at && depth > 0; at++) {
@@ -33,8 +35,6 @@ int depthBehind(const char *token, int depth)
     }
     return depth;
 }
-
-} // namespace
 
 DS_Stream::DS_Stream(KIT_IStream &stream, const char *name, bool reduced)
     : TOK_TokenStream(stream, name)
@@ -84,7 +84,7 @@ int DS_Stream::parseBlock(KIT_String &result, char separator, bool protect)
             error("Expecting close brace for block");
             return 0;
         }
-        depth = depthBehind(token.nonNullStr(), depth);
+        depth = DSblockDepth(token.nonNullStr(), depth);
         if (depth < 1) {
             break;
         }

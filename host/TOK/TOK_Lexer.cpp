@@ -42,15 +42,6 @@ bool isLetter(char c)
     return c >= 'a' && c <= 'z';
 }
 
-bool isDirectiveWord(std::string_view word)
-{
-    static constexpr std::string_view theWords[] = {
-#define TOK_DIRECTIVE(WORD, GROUP, RUN) WORD,
-#include <TOK/TOK_DirectivesPrivate.def>
-    };
-    return std::find(std::begin(theWords), std::end(theWords), word) != std::end(theWords);
-}
-
 /// The word without the brackets at its end that have no counterpart in it.
 std::string_view withoutLooseBrackets(std::string_view word)
 {
@@ -121,6 +112,15 @@ TOK_Lexer::TOK_Lexer(std::string_view text, bool directives)
       myDirectivesFlag(directives)
 {}
 
+bool TOK_Lexer::isDirectiveWord(std::string_view word)
+{
+    static constexpr std::string_view theWords[] = {
+#define TOK_DIRECTIVE(WORD, GROUP, RUN) WORD,
+#include <TOK/TOK_DirectivesPrivate.def>
+    };
+    return std::find(std::begin(theWords), std::end(theWords), word) != std::end(theWords);
+}
+
 TOK_Lexer::Fault TOK_Lexer::takeFault(int &line)
 {
     const Fault fault = myFault;
@@ -131,11 +131,11 @@ TOK_Lexer::Fault TOK_Lexer::takeFault(int &line)
 
 TOK_Lexer::Kind TOK_Lexer::next(std::string_view &token)
 {
-    if (!skipBlanks()) {
-        myTokenLine = myLine;
+    const bool moreFlag = skipBlanks();
+    myTokenLine = myLine;
+    if (!moreFlag) {
         return END;
     }
-    myTokenLine = myLine;
     myTokenBegin = myAt;
     myFirstFlag = myLineStartFlag;
     if (*myAt == '#' && myLineStartFlag && myDirectivesFlag && readDirective(token)) {

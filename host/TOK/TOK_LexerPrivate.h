@@ -47,6 +47,7 @@ public:
     int getLine() const { return myTokenLine; }
     /// Whether that token is the first of its line.
     bool isFirstOnLine() const { return myFirstFlag; }
+    static bool isDirectiveWord(std::string_view word);
     /// The error of the last next(), returned once.
     Fault takeFault(int &line);
 

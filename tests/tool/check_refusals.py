@@ -33,8 +33,9 @@ WORDS = {
 # Options that a command can't do without.
 NEEDED = {"convert": ["--to", "text"], "doc": ["--out", ">pages"], "migrate": ["--out", ">out"],
           "ramp": ["--svg", ">out"], "set": ["--out", ">out"]}
-FLAGS = {"--binary", "--compact", "--allow-loss", "--dry-run", "--fix", "--force", "--json", "--keep-going", "--list",
-         "--no-scripts", "--numbers", "--stop", "--strict", "--times", "--help", "--stamp"}
+FLAGS = {"--binary", "--check", "--compact", "--allow-loss", "--diff", "--dry-run", "--fix", "--force", "--json",
+         "--keep-going", "--list", "--no-scripts", "--numbers", "--sort", "--stop", "--strict", "--times",
+         "--help", "--stamp"}
 READS = {"--channels", "--map", "--script", "--values"}
 WRITES = {"--convert", "--out", "--svg"}
 # Values that are refused, and what the message names; `ramp` has another script.
@@ -187,7 +188,7 @@ def refuse_read(call, place):
         before = become_nobody if file == "secret" else None
         wrong = plain(call[:place]) + [file] + plain(call[place + 1 :])
         # Of several scripts the others are told.
-        quiet = call[0] not in ("check", "doc", "lint")
+        quiet = call[0] not in ("check", "doc", "format", "lint")
         refused(wrong, file, before_run=before, quiet=quiet)
         refused([*wrong, "--json"], reason, before_run=before, quiet=quiet)
 
