@@ -496,11 +496,13 @@ std::vector<std::string> seeds()
     std::vector<std::string> all;
     for (const char *folder : {"/../examples", "/../fuzz/corpus/script"}) {
         for (const auto &entry : fs::directory_iterator(std::string(ZEL_TESTS_DIR) + folder)) {
+            if (!entry.is_regular_file()) {
+                continue;
+            }
             std::ifstream is(entry.path(), std::ios::binary);
             const std::string text(std::istreambuf_iterator<char>(is), {});
             constexpr std::size_t theMost = 8000;
-            if (entry.is_regular_file() && text.size() < theMost &&
-                text.find('{') != std::string::npos) {
+            if (text.size() < theMost && text.find('{') != std::string::npos) {
                 all.push_back(text);
             }
         }
