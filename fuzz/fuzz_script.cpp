@@ -137,7 +137,9 @@ void checkLint(const std::string &text)
     }
     NOD_LintOptions options;
     options.setIncludes(NOD_Interface::Includes::NONE);
-    const std::vector<NOD_LintFinding> findings = NODlint(*script, options);
+    NOD_Report judging;
+    const std::vector<NOD_LintFinding> findings = NODlint(*script, options, &judging);
+    require(!judging.hasErrors());
     for (const NOD_LintFinding &finding : findings) {
         require(finding.rule && !finding.text.empty() && finding.line >= 0);
         require(!finding.fix ||

@@ -8,10 +8,10 @@
 ///             read.
 /// Ownership:  findings are copies.
 /// Threads:    one thread at a time, as reading scripts.
-/// Errors:     linting itself can't fail. Included files are read again; one that changed since gives
-///             findings at wrong places, and one that is gone none.
-/// Cost:       of reading the script twice more. A script of more than four million words is linted
-///             without places. Python that a script holds is compiled, never run.
+/// Errors:     a script that can't be judged gives no findings and an error in the report. Included files
+///             are read again; one that changed since gives findings at wrong places.
+/// Cost:       of reading the script once more, and of its words. One of more than four million words
+///             isn't judged. Python that a script holds is compiled, never run.
 ///
 /// A comment `zel-lint: disable=CODE,CODE` after `//` silences rules on its line, `disable-file=` in
 /// its file. All of it is described in docs/lint.md.
@@ -108,9 +108,10 @@ private:
 };
 
 /// What the rules object to, by file (the script first), line and column. The interface is one that
-/// was read from a whole script; any other gives nothing.
+/// was read from a whole script; any other can't be judged. `report` may be null.
 NOD_API std::vector<NOD_LintFinding> NODlint(const NOD_Interface &script,
-                                             const NOD_LintOptions &options = {});
+                                             const NOD_LintOptions &options = {},
+                                             NOD_Report *report = nullptr);
 /// A file's text after the fixes of the findings in it; those that overlap an earlier one are left
 /// for another round. `applied` returns how many were made.
 NOD_API std::string NODapplyLintFixes(const std::vector<NOD_LintFinding> &findings,

@@ -491,6 +491,94 @@ TEST(Lint, EditsKeepScriptsReadable)
     EXPECT_GT(edited, 100);
 }
 
+std::vector<std::string> seeds()
+{
+    std::vector<std::string> all;
+    for (const char *folder : {"/../examples", "/../fuzz/corpus/script"}) {
+        for (const auto &entry : fs::directory_iterator(std::string(ZEL_TESTS_DIR) + folder)) {
+            if (!entry.is_regular_file()) {
+                continue;
+            }
+            std::ifstream is(entry.path(), std::ios::binary);
+            const std::string text(std::istreambuf_iterator<char>(is), {});
+            constexpr std::size_t theMost = 8000;
+            if (text.size() < theMost && text.find('{') != std::string::npos) {
+                all.push_back(text);
+            }
+        }
+    }
+    std::sort(all.begin(), all.end()); // the folders' order is any
+    for (const NOD_LintRule &rule : NODlintRules()) {
+        all.push_back(whole(rule.example));
+    }
+    return all;
+}
+
+/// Takes a run of bytes between blanks away, or repeats it elsewhere.
+void change(std::string &text, std::mt19937 &random)
+{
+    const auto cut = [&] {
+        const std::size_t at = text.find_first_of(" \n\t", random() % (text.size() + 1));
+        return at == std::string::npos ? text.size() : at;
+    };
+    const std::size_t from = cut();
+    const std::size_t to = std::min(text.size(), text.find_first_of(" \n\t", from + 1));
+    const std::string word = text.substr(from, to - from);
+    if (random() % 2) {
+        text.erase(from, word.size());
+    } else {
+        text.insert(cut(), word);
+    }
+}
+
+/// Whatever the library reads as a script is followed to its end here too, and stays readable.
+TEST(Lint, EveryReadableScriptIsFollowed)
+{
+    std::mt19937 random(11);
+    int read = 0;
+    int found = 0;
+    for (const std::string &seed : seeds()) {
+        for (int round = 0; round < 40; ++round) {
+            std::string text = seed;
+            for (int i = int(random() % 4); i >= 0; --i) {
+                change(text, random);
+            }
+            NOD_Report report;
+            const auto script =
+                NOD_Interface::fromText(text, "example", report, NOD_Interface::Includes::NONE);
+            if (!script || script->getText() != text) {
+                continue;
+            }
+            ++read;
+            NOD_LintOptions options;
+            options.setIncludes(NOD_Interface::Includes::NONE);
+            NOD_Report judging;
+            const std::vector<NOD_LintFinding> findings = NODlint(*script, options, &judging);
+            EXPECT_TRUE(judging.isEmpty()) << text;
+            for (const NOD_LintFinding &finding : findings) {
+                EXPECT_GT(finding.line, 0) << finding.asText() << "\n" << text;
+            }
+            found += int(findings.size());
+            int applied = 0;
+            const std::string mended = NODapplyLintFixes(findings, "example", text, applied);
+            EXPECT_TRUE(
+                NOD_Interface::fromText(mended, "example", report, NOD_Interface::Includes::NONE))
+                << text << "\n"
+                << mended;
+        }
+    }
+    EXPECT_GT(read, 300);
+    EXPECT_GT(found, 300);
+}
+
+TEST(Lint, WhatIsNoScriptIsntJudged)
+{
+    NOD_Report report;
+    const auto array = NOD_Interface::fromTemplates(nullptr, "array");
+    EXPECT_TRUE(NODlint(*array, {}, &report).empty());
+    EXPECT_EQ(report.getErrorCount(), 1);
+}
+
 TEST(Lint, EditsThatOverlapWait)
 {
     NOD_LintFinding first;

@@ -209,7 +209,7 @@ std::shared_ptr<const NOD_Interface> NOD_Interface::fromText(std::string_view te
             message.line = std::min(message.line - (message.line > 1), lines);
             if (message.detail) {
                 message.detail =
-                    NODshiftDetail(*message.detail, name, 1, std::int64_t(head.size()));
+                    NODshiftDetail(*message.detail, name, 1, std::int64_t(head.size()), text);
             }
         }
         report.add(std::move(message));

@@ -217,7 +217,7 @@ class Merge
 public:
     Merge(const NOD_ScriptTokens &tokens, const Shape &shape) : myTokens(tokens), myShape(shape) {}
 
-    /// Adds what the reader said up to the first fault, and the message that this one led to.
+    /// Adds what the reader said up to the first fault, its first error, and the message that the fault led to.
     void addReader(const NOD_Report &reader);
     void add(Placed found);
     void addTo(NOD_Report &report);
@@ -234,12 +234,15 @@ void Merge::addReader(const NOD_Report &reader)
     const std::vector<Shape::Fault> &faults = myShape.getFaults();
     const std::shared_ptr<const KIT_MessageDetail> cause =
         faults.empty() ? nullptr : NODmakeDetail(myTokens, myShape, faults.front());
+    bool firstFlag = true; // no error so far
     for (const NOD_Message &message : reader.getMessages()) {
         const KIT_MessagePlace place = message.detail ? message.detail->place : KIT_MessagePlace();
         const int token =
             place.offset < 0 ? -1 : myTokens.find(place.file, std::size_t(place.offset));
         const bool causedFlag = cause && message.detail && samePlace(*message.detail, *cause);
-        if (causedFlag || faults.empty() || token < faults.front().token) {
+        const bool errorFlag = firstFlag && message.severity >= KIT_ERROR_ABORT;
+        firstFlag = firstFlag && !errorFlag;
+        if (causedFlag || errorFlag || faults.empty() || token < faults.front().token) {
             myAll.push_back({token, message});
             myCaused.push_back(causedFlag);
         }
@@ -250,8 +253,11 @@ void Merge::add(Placed found)
 {
     for (std::size_t i = 0; i < myAll.size(); ++i) {
         const NOD_Message &one = myAll[i].message;
-        if (one.detail && found.message.detail && samePlace(*one.detail, *found.message.detail) &&
-            (myCaused[i] || one.text == found.message.text)) {
+        const bool sameTextFlag = one.text == found.message.text;
+        // The rest of a script, of which there is one, may be beyond the caller's text.
+        if ((sameTextFlag && one.text == theNODScriptRest) ||
+            (one.detail && found.message.detail && samePlace(*one.detail, *found.message.detail) &&
+             (myCaused[i] || sameTextFlag))) {
             return;
         }
     }
@@ -282,6 +288,7 @@ struct Source
     const std::string &name;
     NOD_Interface::Includes includes;
     std::string head = {};
+    std::string_view own = {}; ///< the text without head and end
 };
 
 /// Adds what the reader said of a script, and what else is wrong with it.
@@ -314,7 +321,7 @@ void completeReport(const Source &source, const NOD_Report &reader, bool goodFla
     merge.addTo(merged);
     for (NOD_Message message : merged.getMessages()) {
         message.detail = headFlag && message.detail
-                             ? NODshiftDetail(*message.detail, source.name, 1, bytes)
+                             ? NODshiftDetail(*message.detail, source.name, 1, bytes, source.own)
                              : message.detail;
         report.add(std::move(message));
     }
@@ -361,6 +368,6 @@ std::shared_ptr<const NOD_Interface> NODcheckScript(std::string_view text, const
     }
     const std::string head = NODscriptHead(text, name);
     const std::string whole = head + std::string(text) + (head.empty() ? "" : "\n}");
-    completeReport({whole, name, includes, head}, reader, made != nullptr, report);
+    completeReport({whole, name, includes, head, text}, reader, made != nullptr, report);
     return made;
 }

@@ -145,7 +145,7 @@ void NODcompleteDetails(NOD_Report &report, std::string_view text, const std::st
 
 std::shared_ptr<const KIT_MessageDetail> NODshiftDetail(const KIT_MessageDetail &detail,
                                                         const std::string &file, int lines,
-                                                        std::int64_t bytes)
+                                                        std::int64_t bytes, std::string_view text)
 {
     auto shifted = std::make_shared<KIT_MessageDetail>(detail);
     const auto shift = [&](KIT_MessagePlace &place) {
@@ -154,6 +154,10 @@ std::shared_ptr<const KIT_MessageDetail> NODshiftDetail(const KIT_MessageDetail 
             place.endLine -= lines;
             place.offset -= bytes;
             place.endOffset -= bytes;
+            if (!text.empty() && place.endOffset > std::int64_t(text.size())) {
+                place.setFromText(text, std::size_t(std::max<std::int64_t>(place.offset, 0)),
+                                  text.size());
+            }
         }
     };
     shift(shifted->place);

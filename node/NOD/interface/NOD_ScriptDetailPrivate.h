@@ -28,7 +28,8 @@ void NODcompleteDetails(NOD_Report &report, std::string_view text, const std::st
 /// end, so that it is a script after another "}"; "" for a whole script.
 std::string NODscriptHead(std::string_view text, const std::string &name);
 /// The detail for a text of that name after `lines` lines of `bytes` bytes were taken away at its beginning;
-/// with numbers below 0 they are put there.
+/// with numbers below 0 they are put there. What then lies beyond `text`, unless that is empty, is cut.
 std::shared_ptr<const KIT_MessageDetail> NODshiftDetail(const KIT_MessageDetail &detail,
                                                         const std::string &file, int lines,
-                                                        std::int64_t bytes);
+                                                        std::int64_t bytes,
+                                                        std::string_view text = {});

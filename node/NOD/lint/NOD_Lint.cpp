@@ -1,5 +1,6 @@
 #include <NOD/NOD_Lint.h>
 
+#include <NOD/NOD_Report.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
 #include <NOD/lint/NOD_LintSilencePrivate.h>
 
@@ -73,11 +74,19 @@ std::string NOD_LintFinding::asText() const
     return out + " [" + rule->code + " " + rule->name + "]";
 }
 
-std::vector<NOD_LintFinding> NODlint(const NOD_Interface &script, const NOD_LintOptions &options)
+std::vector<NOD_LintFinding> NODlint(const NOD_Interface &script, const NOD_LintOptions &options,
+                                     NOD_Report *report)
 {
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
     const NOD_LintScript read(script, options.getIncludes());
-    if (read.getBlocks().empty() || read.getTokens().isCut()) {
+    const bool cutFlag = read.getTokens().isCut();
+    if (cutFlag || read.getEnd() < 0) {
+        const std::string limit = std::to_string(NOD_LintTokens::theMost);
+        if (report) {
+            report->error(script.getFile(),
+                          cutFlag ? "isn't judged: it has more words than the limit of " + limit
+                                  : "isn't judged: it is no whole script, or has changed");
+        }
         return {};
     }
     NOD_LintContext context(read);

@@ -167,8 +167,10 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         if (script && call.strict) {
             NOD_LintOptions judged;
             good = ZELTreadLintFile(file, judged, messages) && good;
-            findings = NODlint(*script, judged);
-            good = good && findings.empty();
+            NOD_Report report;
+            findings = NODlint(*script, judged, &report);
+            messages.add(report);
+            good = good && findings.empty() && !report.hasErrors();
         }
         if (options.json) {
             ZELT_Json result;

@@ -134,10 +134,11 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
     NOD_Report report;
     ZELT_ScriptPtr script = ZELTloadScript(file, report);
     if (script) {
-        result.findings = NODlint(*script);
+        NOD_LintOptions everything;
+        result.findings = NODlint(*script, everything, &report);
     }
     tellReading(report, result.findings, messages);
-    if (!script) {
+    if (!script || report.hasErrors()) {
         return result;
     }
     dropSilent(result.findings, options);
