@@ -42,7 +42,9 @@ struct ZELT_NodeCall;
 /// The options of every command.
 struct ZELT_Options
 {
-    bool json = false;      ///< one JSON document, messages as JSON lines
+    bool json = false; ///< one JSON document, messages as JSON lines
+    std::string
+        out; ///< of the commands that have it, the file for what they print; "" and "-": standard output
     bool noScripts = false; ///< no menu script and no Python expression runs; includes are confined
 };
 
@@ -89,6 +91,10 @@ public:
                        });
         return {command, *call};
     }
+
+    /// `-o`: what the command prints is written to a file instead, whole or, where it failed before it printed
+    /// anything, not at all.
+    void addOutput(CLI::App &command);
 
     // ------------------------------------------------------------------ //
     /// \name For the program

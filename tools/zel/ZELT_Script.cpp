@@ -2,6 +2,7 @@
 
 #include "ZELT_Messages.h"
 
+#include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Report.h>
 
 #include <iostream>
@@ -43,4 +44,12 @@ bool ZELTparseScript(const std::string &file, ZEL_ScriptPage &page, ZELT_Message
 {
     return reported(
         messages, [&](NOD_Report &report) { return NOD_Interface::parseFile(file, page, report); });
+}
+
+bool ZELTparseScriptText(const std::string &text, const std::string &name, ZEL_ScriptPage &page,
+                         ZELT_Messages &messages)
+{
+    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+    return reported(
+        messages, [&](NOD_Report &report) { return NOD_Interface::parse(is, name, page, report); });
 }

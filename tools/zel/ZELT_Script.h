@@ -23,3 +23,5 @@ ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &na
                                   ZELT_Messages &messages);
 /// Reads a script into a page of the caller's.
 bool ZELTparseScript(const std::string &file, ZEL_ScriptPage &page, ZELT_Messages &messages);
+bool ZELTparseScriptText(const std::string &text, const std::string &name, ZEL_ScriptPage &page,
+                         ZELT_Messages &messages);
