@@ -28,10 +28,11 @@ WORDS = {
     "NEW": "<light.ds", "OUT": ">out", "TABLE": "Node", "OPNAME": "light", "NAME": "Night", "NEWNAME": "Dusk",
     "ADDRESS": None, "LINE": None, "SHELL": "bash",
     "scene FILE": "<studio.scene", "command FILE": "<commands/image.cmd", "ramp FILE": "<shader.ds",
-    "ramp TOKEN": "palette", "preset save NAME": "Noon",
+    "ramp TOKEN": "palette", "convert OUT": None, "diff B": "<light_night.parms", "preset save NAME": "Noon",
 }
 # Options that a command can't do without.
-NEEDED = {"convert": ["--to", "text"], "doc": ["--out", ">pages"], "migrate": ["--out", ">out"],
+NEEDED = {"convert": ["--to", "text", "--out", ">out"], "rewrite": ["--allow-loss"],
+          "doc": ["--out", ">pages"], "migrate": ["--out", ">out"],
           "ramp": ["--svg", ">out"], "set": ["--out", ">out"]}
 FLAGS = {"--binary", "--check", "--compact", "--allow-loss", "--diff", "--dry-run", "--fix", "--force", "--json",
          "--keep-going", "--list", "--no-scripts", "--numbers", "--sort", "--stop", "--strict", "--times",

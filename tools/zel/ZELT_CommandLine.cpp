@@ -1,5 +1,7 @@
 #include "ZELT_CommandLine.h"
 
+#include "ZELT_Captured.h"
+#include "ZELT_File.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
 
@@ -122,6 +124,12 @@ CLI::App &ZELT_CommandLine::addCommand(CLI::App &parent, const char *name, const
     return command;
 }
 
+void ZELT_CommandLine::addOutput(CLI::App &command)
+{
+    command.add_option("-o,--out", myOptions.out,
+                       "A file for what is printed; - for standard output");
+}
+
 std::optional<int> ZELT_CommandLine::parse(int argc, char **argv, ZELT_Messages &messages)
 {
     try {
@@ -143,7 +151,16 @@ std::optional<int> ZELT_CommandLine::parse(int argc, char **argv, ZELT_Messages 
 int ZELT_CommandLine::run(ZELT_Messages &messages) const
 {
     const TRK_EvalContext::Work work;
-    return myCalled(myOptions, messages);
+    if (myOptions.out.empty() || myOptions.out == "-") {
+        return myCalled(myOptions, messages);
+    }
+    ZELT_Captured printed;
+    const int result = myCalled(myOptions, messages);
+    const std::string bytes = printed.end();
+    if (result != 0 && bytes.empty()) {
+        return result;
+    }
+    return ZELTwriteFile(myOptions.out, bytes, messages) ? result : 1;
 }
 
 void ZELTaddList(CLI::App &command, const char *name, std::vector<std::string> &list,

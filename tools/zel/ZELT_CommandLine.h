@@ -44,6 +44,8 @@ struct ZELT_Options
 {
     bool json = false;             ///< one JSON document, messages as JSON lines
     std::string messages = "auto"; ///< how messages look: "plain", "full" or "auto"
+    /// Of the commands that have it, the file for what they print; "" and "-" are standard output.
+    std::string out;
     bool noScripts = false; ///< no menu script and no Python expression runs; includes are confined
 };
 
@@ -90,6 +92,10 @@ public:
                        });
         return {command, *call};
     }
+
+    /// `-o`: what the command prints is written to a file instead, whole or, where it failed before it printed
+    /// anything, not at all.
+    void addOutput(CLI::App &command);
 
     // ------------------------------------------------------------------ //
     /// \name For the program

@@ -27,6 +27,7 @@
 #include <filesystem>
 #include <iostream>
 #include <iterator>
+#include <sstream>
 #include <system_error>
 
 namespace
@@ -42,6 +43,23 @@ void appendNodes(NOD_Node &node, std::vector<NOD_Node *> &out)
     }
 }
 
+bool loadFile(NOD_Scene &scene, const std::string &file, NOD_FileKind kind, NOD_Report &report)
+{
+    return kind == NOD_FileKind::SCENE ? NOD_SceneFile::load(scene, file, ZELTloadOptions(), report)
+                                       : NOD_NodeFile::load(scene, scene.getRoot(), file,
+                                                            ZELTloadOptions(), report) != nullptr;
+}
+
+bool loadBytes(NOD_Scene &scene, const std::string &bytes, NOD_FileKind kind, NOD_Report &report)
+{
+    constexpr const char *theName = "standard input";
+    std::istringstream is(bytes);
+    return kind == NOD_FileKind::SCENE
+               ? NOD_SceneFile::load(scene, is, theName, ZELTloadOptions(), report)
+               : NOD_NodeFile::load(scene, scene.getRoot(), is, theName, ZELTloadOptions(),
+                                    report) != nullptr;
+}
+
 /// The first error, "" for none.
 std::string faultOf(const NOD_Report &report)
 {
@@ -54,6 +72,42 @@ std::string faultOf(const NOD_Report &report)
 }
 
 } // namespace
+
+/// What a command line names: what it is, and its bytes if they came from standard input.
+struct ZELT_Session::Source
+{
+    NOD_FileKind kind;
+    std::string bytes;
+
+    bool hasNodes() const { return kind == NOD_FileKind::SCENE || kind == NOD_FileKind::NODE; }
+};
+
+ZELT_Session::Source ZELT_Session::readSource(const std::string &file)
+{
+    const std::string path = file.substr(0, NOD_ValueFile::findSection(file));
+    if (path != "-") {
+        return {NOD_ValueFile::kindOf(path), ""};
+    }
+    std::string bytes(std::istreambuf_iterator<char>(std::cin), {});
+    const NOD_FileKind kind = NOD_ValueFile::kindOf(std::string_view(bytes));
+    return {kind, std::move(bytes)};
+}
+
+ZELT_ScriptPtr ZELT_Session::loadScript(const std::string &file, const Source &source,
+                                        ZELT_Messages &messages, Reading reading)
+{
+    if (source.kind != NOD_FileKind::NONE && source.kind != NOD_FileKind::SCRIPT) {
+        messages.error(file, std::string("is ") + NOD_ValueFile::getKindName(source.kind) +
+                                 ", which has no nodes");
+        return nullptr;
+    }
+    const bool allFlag = reading == Reading::ALL_MISTAKES;
+    if (file == "-") {
+        return allFlag ? ZELTcheckScriptText(source.bytes, file, messages)
+                       : ZELTloadScriptText(source.bytes, file, messages);
+    }
+    return allFlag ? ZELTcheckScript(file, messages) : ZELTloadScript(file, messages);
+}
 
 ZELT_Session::ZELT_Session(ZELT_ScriptPtr script)
 {
@@ -72,33 +126,45 @@ void ZELT_Session::addNode(ZELT_ScriptPtr script)
 
 std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_Messages &messages)
 {
-    const NOD_FileKind kind =
-        NOD_ValueFile::kindOf(file.substr(0, NOD_ValueFile::findSection(file)));
+    const Source source = readSource(file);
     std::unique_ptr<ZELT_Session> session;
-    if (kind == NOD_FileKind::SCENE || kind == NOD_FileKind::NODE) {
+    if (source.hasNodes()) {
         session.reset(new ZELT_Session);
-        if (!session->openNodes(file, messages)) {
+        if (!session->openNodes(file, source, messages)) {
             session.reset();
         }
-    } else if (kind != NOD_FileKind::NONE && kind != NOD_FileKind::SCRIPT) {
-        messages.error(file, std::string("is ") + NOD_ValueFile::getKindName(kind) +
-                                 ", which has no nodes");
-    } else if (ZELT_ScriptPtr script = ZELTloadScript(file, messages)) {
+    } else if (ZELT_ScriptPtr script = loadScript(file, source, messages, Reading::FIRST_ERROR)) {
         session = std::make_unique<ZELT_Session>(std::move(script));
     }
     return session;
 }
 
-bool ZELT_Session::openNodes(const std::string &file, ZELT_Messages &messages)
+ZELT_ScriptPtr ZELT_Session::openInterface(const std::string &file, ZELT_Messages &messages,
+                                           Reading reading)
+{
+    const Source source = readSource(file);
+    if (!source.hasNodes()) {
+        return loadScript(file, source, messages, reading);
+    }
+    ZELT_Session session;
+    if (!session.openNodes(file, source, messages) || !session.isOneNode(messages)) {
+        return nullptr;
+    }
+    ZELT_ScriptPtr script = session.getNode().getInterface();
+    if (!script) {
+        messages.error(file, "the node has no interface");
+    }
+    return script;
+}
+
+bool ZELT_Session::openNodes(const std::string &file, const Source &source, ZELT_Messages &messages)
 {
     const std::size_t mark = NOD_ValueFile::findSection(file);
     myFile = file.substr(0, mark);
-    const NOD_LoadOptions options = ZELTloadOptions();
     NOD_Report report;
-    const bool sceneFlag = NOD_ValueFile::kindOf(myFile) == NOD_FileKind::SCENE;
-    const bool loaded = sceneFlag ? NOD_SceneFile::load(myScene, myFile, options, report)
-                                  : NOD_NodeFile::load(myScene, myScene.getRoot(), myFile, options,
-                                                       report) != nullptr;
+    const bool loaded = source.bytes.empty()
+                            ? loadFile(myScene, myFile, source.kind, report)
+                            : loadBytes(myScene, source.bytes, source.kind, report);
     messages.add(report);
     if (!loaded || report.hasErrors()) {
         return false;

@@ -64,9 +64,18 @@ public:
     ZELT_Session(const ZELT_Session &) = delete;
     ZELT_Session &operator=(const ZELT_Session &) = delete;
 
-    /// Reads a script and makes a node of it, or reads a scene; null after a message.
+    /// Reads a script and makes a node of it, or reads a scene; "-" is standard input. Null after a message.
     static std::unique_ptr<ZELT_Session> open(const std::string &file, ZELT_Messages &messages);
-    /// The same with its values and changes; null after a message if any of them is wrong.
+    /// What is told of a script that can't be read.
+    enum class Reading
+    {
+        FIRST_ERROR,
+        ALL_MISTAKES
+    };
+    /// The interface of a script, or of the one node of a node or scene file; "-" is standard input.
+    static ZELT_ScriptPtr openInterface(const std::string &file, ZELT_Messages &messages,
+                                        Reading reading = Reading::FIRST_ERROR);
+    /// A node with its values and changes; null after a message if any of them is wrong.
     static std::unique_ptr<ZELT_Session> open(const ZELT_NodeCall &call, ZELT_Messages &messages);
 
     NOD_Scene &getScene() { return myScene; }
@@ -102,10 +111,15 @@ public:
     void growBlocks(double time);
 
 private:
+    struct Source;
+
     ZELT_Session() = default;
 
     void addNode(ZELT_ScriptPtr script);
-    bool openNodes(const std::string &file, ZELT_Messages &messages);
+    bool openNodes(const std::string &file, const Source &source, ZELT_Messages &messages);
+    static Source readSource(const std::string &file);
+    static ZELT_ScriptPtr loadScript(const std::string &file, const Source &source,
+                                     ZELT_Messages &messages, Reading reading);
 
     std::string myFile; ///< of a scene; "" for a script
     NOD_Scene myScene;

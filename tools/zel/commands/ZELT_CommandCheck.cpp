@@ -4,6 +4,7 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Progress.h"
 #include "ZELT_Script.h"
+#include "ZELT_Session.h"
 
 #include <KIT/KIT_MessageCatalogue.h>
 #include <NOD/NOD_ExpressionCheck.h>
@@ -157,7 +158,8 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     ZELT_Progress progress("checking", std::int64_t(call.files.size()));
     bool good = true;
     for (const std::string &file : call.files) {
-        ZELT_ScriptPtr script = ZELTcheckScript(file, messages);
+        ZELT_ScriptPtr script =
+            ZELT_Session::openInterface(file, messages, ZELT_Session::Reading::ALL_MISTAKES);
         good = good && script;
         if (script) {
             const NameCheck names(*script, file, messages);
@@ -201,6 +203,6 @@ void ZELTaddCheck(ZELT_CommandLine &line)
 {
     const auto [command, call] = line.add("check", "Parse dialog scripts and tell every message",
                                           "zel check examples/*.ds", check);
-    command.add_option("FILE", call.files, "Dialog scripts")->required();
+    command.add_option("FILE", call.files, "Dialog scripts, or node and scene files")->required();
     command.add_flag("--strict", call.strict, "Judge them as zel lint does, too");
 }

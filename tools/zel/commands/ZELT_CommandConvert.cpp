@@ -17,6 +17,7 @@ struct Call
 {
     std::string in;
     std::vector<std::string> out; ///< of two, they are after a script: as in earlier versions
+    std::string named;            ///< that of `-o`
     std::string script;
     std::string form; ///< "text" or "binary"
     bool compact = false;
@@ -38,13 +39,19 @@ void warn(const std::string &file, const char *text, ZELT_Messages &messages)
     messages.add(KIT_ERROR_WARNING, "", 0, file, 0, text);
 }
 
-int convert(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
+int convert(const Call &given, const ZELT_Options &, ZELT_Messages &messages)
 {
+    Call call = given;
+    if (!call.named.empty()) {
+        call.out.push_back(call.named);
+    }
     const bool frontFlag = call.out.size() > 1;
     const std::string &script = frontFlag ? call.in : call.script;
     const std::string &from = frontFlag ? call.out[0] : call.in;
-    const std::string &to = call.out.back();
-    const char *const wrong = call.out.size() > 2 ? "there are more files than a script, IN and OUT"
+    const std::string to = call.out.empty() ? "" : call.out.back();
+    const char *const wrong = call.out.empty() ? "OUT is required"
+                              : call.out.size() > 2
+                                  ? "there are more files than a script, IN and OUT"
                               : frontFlag && !call.script.empty()
                                   ? "the file in front of IN and --script are both a script"
                               : call.compact && script.empty()
@@ -97,8 +104,8 @@ void ZELTaddConvert(ZELT_CommandLine &line)
         .add_option(
             "OUT", call.out,
             "The stream to write; - for standard output. With a script in front: FILE IN OUT")
-        ->required()
         ->expected(1, CLI::detail::expected_max_vector_size);
+    command.add_option("-o,--out", call.named, "The same, in place of OUT");
     command.add_option("--to", call.form, "text or binary")
         ->required()
         ->check(CLI::IsMember({"text", "binary"}));

@@ -232,4 +232,5 @@ void ZELTaddDiff(ZELT_CommandLine &line)
                     "A stream, channel file, preset, or node or scene file; - for standard input")
         ->required();
     command.add_option("B", call.right, "Another one")->required();
+    line.addOutput(command);
 }

@@ -4,6 +4,7 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Progress.h"
 #include "ZELT_Script.h"
+#include "ZELT_Session.h"
 
 #include <NOD/NOD_Documentation.h>
 #include <NOD/NOD_Report.h>
@@ -41,7 +42,7 @@ public:
 
     bool write(const std::string &file)
     {
-        const ZELT_ScriptPtr script = ZELTloadScript(file, myMessages);
+        const ZELT_ScriptPtr script = ZELT_Session::openInterface(file, myMessages);
         if (!script) {
             return false;
         }
@@ -111,7 +112,7 @@ void ZELTaddDoc(ZELT_CommandLine &line)
     const auto [command, call] =
         line.add("doc", "Write pages that document the interfaces of scripts",
                  "zel doc examples/light.ds examples/shader.ds -o pages", document);
-    command.add_option("FILE", call.files, "Dialog scripts")->required();
+    command.add_option("FILE", call.files, "Dialog scripts, or node and scene files")->required();
     command.add_option("-o,--out", call.folder, "The folder of the pages, made if there is none")
         ->required();
 }

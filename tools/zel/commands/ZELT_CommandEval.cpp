@@ -499,6 +499,7 @@ void ZELTaddEval(ZELT_CommandLine &line)
         "zel eval examples/transform.ds t --channels examples/transform.chan --frames 1:48:12",
         evaluateNode);
     ZELTaddNode(command, call.node);
+    line.addOutput(command);
     command.add_option("ADDRESS", call.addresses,
                        "TOKEN[:INDEX], a channel, or a pattern; all without one");
     command.add_option("--frames", call.frames, "A:B or A:B:STEP, a row for each frame");

@@ -2,6 +2,7 @@
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Script.h"
+#include "ZELT_Session.h"
 
 #include <DS/DS_Creator.h>
 #include <DS/DS_ScriptReader.h>
@@ -9,6 +10,7 @@
 #include <NOD/NOD_Report.h>
 
 #include <iostream>
+#include <iterator>
 #include <set>
 #include <sstream>
 
@@ -19,11 +21,12 @@ struct Call
 {
     std::string file;
     std::string stamp; ///< "": the time
+    bool allowLossFlag = false;
 };
 
 /// What the writer has no words for, by what it says itself and by what its script is read back as.
-void tellLosses(const Call &call, const DS_ScriptReader &reader, const std::string &script,
-                ZELT_Messages &messages)
+bool tellLosses(const Call &call, const DS_ScriptReader &reader, const std::string &source,
+                const std::string &script, ZELT_Messages &messages)
 {
     std::set<std::string> told;
     for (const KIT_String &loss : reader.getLosses()) {
@@ -33,7 +36,8 @@ void tellLosses(const Call &call, const DS_ScriptReader &reader, const std::stri
                      text);
     }
     NOD_Report report;
-    const auto before = NOD_Interface::fromFile(call.file, report);
+    const auto before = call.file == "-" ? NOD_Interface::fromText(source, call.file, report)
+                                         : NOD_Interface::fromFile(call.file, report);
     const auto after = NOD_Interface::fromText(script, call.file, report);
     NOD_Report differences;
     if (before && after) {
@@ -46,12 +50,18 @@ void tellLosses(const Call &call, const DS_ScriptReader &reader, const std::stri
         }
     }
     messages.add(report);
+    return !messages.hasErrors();
 }
 
 int rewrite(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     DS_ScriptReader reader(call.file.c_str());
-    if (!ZELTparseScript(call.file, reader.getPage(), messages)) {
+    std::string source;
+    if (call.file == "-") {
+        source.assign(std::istreambuf_iterator<char>(std::cin), {});
+    }
+    if (!(call.file == "-" ? ZELTparseScriptText(source, call.file, reader.getPage(), messages)
+                           : ZELTparseScript(call.file, reader.getPage(), messages))) {
         return 1;
     }
     std::ostringstream script;
@@ -61,7 +71,12 @@ int rewrite(const Call &call, const ZELT_Options &options, ZELT_Messages &messag
     creator.openOutput(script);
     creator.writeOutput();
     creator.closeOutput();
-    tellLosses(call, reader, script.str(), messages);
+    const bool wholeFlag = tellLosses(call, reader, source, script.str(), messages);
+    if (!wholeFlag && !options.out.empty() && options.out != "-" && !call.allowLossFlag) {
+        // The file may be the one that was read.
+        messages.error(options.out, std::string("not all of it is carried; ") + theZELTLossOffer);
+        return 1;
+    }
     if (options.json) {
         ZELT_Json document;
         document["file"] = call.file;
@@ -81,5 +96,8 @@ void ZELTaddRewrite(ZELT_CommandLine &line)
         line.add("rewrite", "Write a script anew, as the library writes scripts",
                  "zel rewrite examples/light.ds --stamp first", rewrite);
     command.add_option("FILE", call.file, "A dialog script")->required();
+    line.addOutput(command);
+    ZELTaddAllowLoss(command, call.allowLossFlag,
+                     "Write to a file also where the script isn't carried whole");
     command.add_option("--stamp", call.stamp, "A text for the comment, in place of the time");
 }

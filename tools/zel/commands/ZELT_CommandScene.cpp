@@ -168,7 +168,10 @@ int showScene(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
 {
     NOD_Scene scene;
     NOD_Report report;
-    const bool loaded = NOD_SceneFile::load(scene, call.file, ZELTloadOptions(), report);
+    const bool loaded =
+        call.file == "-"
+            ? NOD_SceneFile::load(scene, std::cin, "standard input", ZELTloadOptions(), report)
+            : NOD_SceneFile::load(scene, call.file, ZELTloadOptions(), report);
     messages.add(report);
     if (!loaded || (!call.to.empty() && !convert(scene, call, messages))) {
         return 1;
@@ -189,5 +192,6 @@ void ZELTaddScene(ZELT_CommandLine &line)
                  "zel scene examples/studio.scene", showScene);
     command.add_option("FILE", call.file, "A scene file in either form")->required();
     CLI::Option *const to = command.add_option("--convert", call.to, "A scene file to write");
+    line.addOutput(command);
     command.add_flag("--binary", call.binary, "In the binary form, rather than as text")->needs(to);
 }

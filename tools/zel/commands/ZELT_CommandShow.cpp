@@ -1,5 +1,6 @@
 #include "ZELT_CommandLine.h"
 #include "ZELT_Script.h"
+#include "ZELT_Session.h"
 #include "ZELT_Show.h"
 
 #include <NOD/NOD_Description.h>
@@ -16,7 +17,7 @@ struct Call
 
 int show(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    ZELT_ScriptPtr script = ZELTloadScript(call.file, messages);
+    const ZELT_ScriptPtr script = ZELT_Session::openInterface(call.file, messages);
     if (!script) {
         return 1;
     }
@@ -34,5 +35,6 @@ void ZELTaddShow(ZELT_CommandLine &line)
 {
     const auto [command, call] = line.add("show", "Show the interface that a script describes",
                                           "zel show --json examples/light.ds", show);
-    command.add_option("FILE", call.file, "A dialog script")->required();
+    command.add_option("FILE", call.file, "A dialog script, or a node or scene file")->required();
+    line.addOutput(command);
 }

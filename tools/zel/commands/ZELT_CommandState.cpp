@@ -216,4 +216,5 @@ void ZELTaddState(ZELT_CommandLine &line)
         line.add("state", "Tell what is enabled and shown of parameters and folders, and why",
                  "zel state examples/scatter.ds --set usedensity=1", showState);
     ZELTaddNode(command, call.node);
+    line.addOutput(command);
 }

@@ -1,5 +1,6 @@
 #include "ZELT_Shell.h"
 
+#include "ZELT_Captured.h"
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Script.h"
@@ -47,37 +48,6 @@ std::vector<std::string> ZELTshellCommandNames()
 namespace
 {
 
-/// What is printed while it lives.
-class Captured
-{
-public:
-    Captured() : myState(std::cout.rdstate()), myBefore(std::cout.rdbuf(myText.rdbuf())) {}
-    ~Captured() { restore(); }
-    Captured(const Captured &) = delete;
-    Captured &operator=(const Captured &) = delete;
-
-    std::string end()
-    {
-        restore();
-        return myText.str();
-    }
-
-private:
-    /// Another buffer clears what the stream says of the one before.
-    void restore()
-    {
-        if (myBefore) {
-            std::cout.rdbuf(myBefore);
-            std::cout.setstate(myState);
-            myBefore = nullptr;
-        }
-    }
-
-    std::ostringstream myText;
-    std::ios::iostate myState;
-    std::streambuf *myBefore;
-};
-
 void printReply(std::string_view line, const std::string &output,
                 const std::vector<std::string> &errors)
 {
@@ -110,7 +80,7 @@ bool ZELT_Shell::run(std::string_view line)
     myReasons.clear();
     bool goesOn = true;
     if (myJsonFlag) {
-        Captured output;
+        ZELT_Captured output;
         goesOn = runLine(line);
         ZELT_ShellWords words;
         if (goesOn && (!ZELTsplitWords(line, words) || !words.empty())) {

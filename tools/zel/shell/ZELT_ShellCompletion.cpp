@@ -93,11 +93,39 @@ std::string wantedWord(const std::string &usage, const Words &before)
     return wanted;
 }
 
-Words parameterNames(ZELT_Shell &shell)
+/// The node of the path that has been typed; null if there is none.
+NOD_Node *typedNode(ZELT_Shell &shell, const std::string &folder)
+{
+    const std::string path = folder.size() > 1 ? folder.substr(0, folder.size() - 1) : folder;
+    return folder.empty() ? &shell.getNode() : shell.getNode().findNode(path.c_str());
+}
+
+/// Those of the node that has been typed, and the nodes below it.
+Words parameterNames(ZELT_Shell &shell, const std::string &typed)
 {
     Words names;
-    for (int i = 0; i < shell.getParms().getEntries(); ++i) {
-        names.push_back(shell.getParms().getParmPtr(i)->getToken());
+    const std::string folder = typed.substr(0, typed.rfind('/') + 1); // npos + 1: none
+    NOD_Node *const node = typedNode(shell, folder);
+    for (int i = 0; node && i < node->getParms().getEntries(); ++i) {
+        names.push_back(folder + node->getParms().getParmPtr(i)->getToken());
+    }
+    for (std::size_t i = 0; node && i < node->getChildren().size(); ++i) {
+        names.push_back(folder + node->getChildren()[i]->getName().c_str() + "/");
+    }
+    return names;
+}
+
+Words nodePaths(ZELT_Shell &shell, const std::string &typed)
+{
+    Words names;
+    const std::string folder = typed.substr(0, typed.rfind('/') + 1);
+    const NOD_Node *const node = typedNode(shell, folder);
+    for (std::size_t i = 0; node && i < node->getChildren().size(); ++i) {
+        const NOD_Node &child = *node->getChildren()[i];
+        names.push_back(folder + child.getName().c_str());
+        if (!child.getChildren().empty()) {
+            names.push_back(names.back() + "/");
+        }
     }
     return names;
 }
@@ -148,7 +176,9 @@ Words candidates(ZELT_Shell &shell, const Words &before, const std::string &type
         const auto startsWith = [&kind](std::string_view word) { return kind.rfind(word, 0) == 0; };
         Words some;
         if (startsWith("TOKEN") || startsWith("ADDRESS") || startsWith("PATTERN")) {
-            some = parameterNames(shell);
+            some = parameterNames(shell, typed);
+        } else if (startsWith("NODE")) {
+            some = nodePaths(shell, typed);
         } else if (startsWith("FILE")) {
             some = fileNames(typed);
         } else if (startsWith("VALUE")) {

@@ -4,7 +4,7 @@
 /// Threads:    the shell's.
 /// Errors:     nothing is completed where nothing is known.
 ///
-/// The words of a usage are the rule: TOKEN, ADDRESS and PATTERN are parameters, FILE is a file, VALUE an
+/// The words of a usage are the rule: TOKEN, ADDRESS and PATTERN are parameters, NODE is a node, FILE a file, VALUE an
 /// entry of the menu of the parameter before, and words in small letters are themselves. A new command needs
 /// nothing more.
 #pragma once

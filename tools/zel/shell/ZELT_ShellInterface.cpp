@@ -9,6 +9,7 @@
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_String.h>
+#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_TextEdit.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -44,30 +45,55 @@ std::string marksOf(const ZEL_Parm &parm)
     return marks.empty() ? "" : "  (" + marks.substr(1) + ")";
 }
 
-void list(ZELT_Shell &shell, const ZELT_ShellWords &words)
+void printParm(ZELT_Shell &shell, const std::string &path, const ZEL_Parm &parm)
 {
     const int thread = BASgetSTID();
+    std::cout << path << parm.getToken();
+    const int size = parm.getTemplatePtr()->isSwitcher() ? 0 : parm.getVectorSize();
+    const std::vector<std::string> names = NODordinalWords(parm);
+    for (int k = 0; k < size; ++k) {
+        ZELT_EvaluationErrors errors(thread);
+        const ZELT_Cell cell = ZELTevaluate(parm, k, shell.getTime(), thread);
+        std::cout << ' ' << ZELTwordText(names, cell, errors.find() != EVL::EVL_OK);
+    }
+    std::cout << marksOf(parm) << '\n';
+}
+
+/// Of other nodes, with their paths.
+void printPlaces(ZELT_Shell &shell, const std::vector<NOD_Place> &places)
+{
+    for (const NOD_Place &place : places) {
+        KIT_WorkBuffer path;
+        if (const ZEL_Parm *const parm = place.find()) {
+            printParm(shell, std::string(place.node->getFullPath(path)) + "/", *parm);
+        }
+    }
+}
+
+void list(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    if (words.size() > 1 && words[1].find('/') != std::string::npos) {
+        printPlaces(shell, shell.findPlaces(words[1]));
+        return;
+    }
+    if (words.size() < 2 && !shell.getNode().getParent()) {
+        for (NOD_Node *const node : shell.getSession().getNodes()) {
+            printPlaces(shell, NODallPlaces(*node));
+        }
+        return;
+    }
     const ZEL_ParmList &parms = shell.getParms();
     bool anyFlag = false;
     for (int i = 0; i < parms.getEntries(); ++i) {
         const ZEL_Parm &parm = *parms.getParmPtr(i);
-        const ZEL_Template *const description = parm.getTemplatePtr();
-        if (!description) {
-            continue; // a base parameter has no value
+        // A base parameter has no value.
+        const bool listedFlag =
+            parm.getTemplatePtr() &&
+            (words.size() < 2 || KIT_String::matchPattern(parm.getToken(), words[1].c_str()));
+        if (listedFlag) {
+            printParm(shell, "", parm);
         }
-        if (words.size() > 1 && !KIT_String::matchPattern(parm.getToken(), words[1].c_str())) {
-            continue;
-        }
-        anyFlag = true;
-        std::cout << parm.getToken();
-        const int size = description->isSwitcher() ? 0 : parm.getVectorSize();
-        const std::vector<std::string> names = NODordinalWords(parm);
-        for (int k = 0; k < size; ++k) {
-            ZELT_EvaluationErrors errors(thread);
-            const ZELT_Cell cell = ZELTevaluate(parm, k, shell.getTime(), thread);
-            std::cout << ' ' << ZELTwordText(names, cell, errors.find() != EVL::EVL_OK);
-        }
-        std::cout << marksOf(parm) << '\n';
+        anyFlag = anyFlag || listedFlag;
     }
     if (words.size() > 1 && !anyFlag) {
         shell.fail("there is no parameter " + words[1]);
