@@ -43,6 +43,8 @@ public:
         return std::string_view(myTokenAt, static_cast<size_t>(myAt - myTokenAt));
     }
     static bool isDirectiveWord(std::string_view word);
+    /// Whether a directive's word ends before this byte.
+    static bool endsDirectiveWord(char next);
     /// The error of the last next(), returned once.
     Fault takeFault(int &line);
 
