@@ -91,6 +91,7 @@ def channels(body):
 SCRIPT_CALLS = [
     "check {script}", "check --no-scripts {script}", "lint {script}", "show {script}", "show --json {script}", "eval {script}",
     "eval {script} --threads 2", "state {script}", "rewrite {script}", "command {script}",
+    "format --sort {script} -o OUT", "format --diff {script}",
     "convert {script} {none} OUT --to binary", "diff {script} {none} {none}",
     "ramp {script} m --svg OUT", "shell {script} < {lines}",
     "preset save Node attack x {script}", "preset apply Node attack x {script}",

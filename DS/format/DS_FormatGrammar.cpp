@@ -2,6 +2,7 @@
 
 #include <DS/scriptstream/DS_BlockDepthPrivate.h>
 #include <KIT/KIT_String.h>
+#include <TOK/TOK_TokenStream.h>
 #include <ZEL/ZEL_Conditional.h>
 
 #include <algorithm>
@@ -80,7 +81,14 @@ unsigned char DS_FormatGrammar::depth() const
 void DS_FormatGrammar::placeDirective(DS_FormatPiece &piece)
 {
     const std::string_view word = directiveWord(piece.text);
-    if (word == "if" || word == "ifdef" || word == "ifndef") {
+    const bool startFlag = word == "if" || word == "ifdef" || word == "ifndef";
+    if (myGroupsBeyond > 0 || (startFlag && myGroups.size() >= TOK_Limits::theConditionDepth)) {
+        // None that can be read nests so deep.
+        myGroupsBeyond += startFlag ? 1 : word == "endif" ? -1 : 0;
+        piece.depth = depth();
+        return;
+    }
+    if (startFlag) {
         myGroups.push_back({myState, std::nullopt});
     } else if (!myGroups.empty() && (word == "else" || word == "elif")) {
         Group &group = myGroups.back();

@@ -77,5 +77,6 @@ private:
     std::vector<DS_FormatPiece> &myPieces;
     State myState;
     std::vector<Group> myGroups;
-    std::string myText; ///< of the word, as the script means it
+    int myGroupsBeyond = 0; ///< too deep to be followed
+    std::string myText;     ///< of the word, as the script means it
 };

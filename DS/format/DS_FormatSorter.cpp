@@ -89,10 +89,13 @@ std::size_t DS_FormatSorter::withComments(std::size_t keyword) const
     return begin;
 }
 
-/// Where a statement ends, with the comments behind it in its line; 0 if a directive is in it.
+/// Where a statement ends, with the comments behind it in its line; 0 if a directive is in it, or it isn't whole.
 std::size_t DS_FormatSorter::endOf(std::size_t keyword) const
 {
+    const DS_FormatKeyword &known = *myPieces[keyword].keyword;
     std::size_t end = keyword + 1;
+    int words = 0;
+    bool blockFlag = false;
     for (std::size_t i = end; i < myPieces.size(); i++) {
         const DS_FormatPiece &piece = myPieces[i];
         if (piece.isComment()) {
@@ -101,19 +104,24 @@ std::size_t DS_FormatSorter::endOf(std::size_t keyword) const
         if (!piece.statement) {
             break;
         }
+        if (TOK_SourceTokens::startsDirective(piece.text)) {
+            return 0; // it depends on what is around it
+        }
         if (piece.role == DS_FormatPiece::OPEN) {
-            const std::size_t close = i + piece.match;
-            const auto at = [&](std::size_t k) {
-                return myPieces.begin() + static_cast<std::ptrdiff_t>(k);
-            };
-            if (piece.match == 0 || std::any_of(at(i), at(close), [](const DS_FormatPiece &one) {
-                    return one.kind == TOK_SourceTokens::DIRECTIVE;
-                })) {
+            if (!isWhole(i)) {
                 return 0;
             }
-            i = close;
+            blockFlag = true;
+            i += piece.match;
+        } else {
+            words++;
         }
         end = i + 1;
+    }
+    const bool needsFlag = known.block != DS_FormatBlock::NONE && !blockFlag;
+    if (words < known.values || (needsFlag && !(known.optional && words > 0)) ||
+        (known.optional && words == 0 && !blockFlag && takesMore(end))) {
+        return 0;
     }
     while (end < myPieces.size() && myPieces[end].isComment() && myPieces[end].lines == 0) {
         end++;
@@ -121,9 +129,33 @@ std::size_t DS_FormatSorter::endOf(std::size_t keyword) const
     return end;
 }
 
+/// Whether the block of this brace has its end, and no directive before it.
+bool DS_FormatSorter::isWhole(std::size_t open) const
+{
+    const auto first = myPieces.begin() + static_cast<std::ptrdiff_t>(open);
+    const auto last = first + static_cast<std::ptrdiff_t>(first->match);
+    return first != last && std::none_of(first, last, [](const DS_FormatPiece &piece) {
+               return piece.kind == TOK_SourceTokens::DIRECTIVE;
+           });
+}
+
+/// Whether a word that no grammar knows follows, which a keyword with an optional value might take.
+bool DS_FormatSorter::takesMore(std::size_t from) const
+{
+    const auto next =
+        std::find_if(myPieces.begin() + static_cast<std::ptrdiff_t>(from), myPieces.end(),
+                     [](const DS_FormatPiece &piece) { return piece.isWord(); });
+    return next != myPieces.end() && !next->keyword && next->role != DS_FormatPiece::CLOSE;
+}
+
 void DS_FormatSorter::finishRun()
 {
-    if (myRun.size() > 1) {
+    // One whose value is optional could come to stand before a word that it takes.
+    const bool mayTakeFlag =
+        std::any_of(myRun.begin(), myRun.end(),
+                    [](const Statement &one) { return one.keyword->optional; }) &&
+        takesMore(myRun.back().end);
+    if (myRun.size() > 1 && !mayTakeFlag) {
         std::vector<DS_FormatPiece> sorted;
         Choice choice(myRun);
         while (const Statement *const next = choice.take()) {

@@ -29,6 +29,8 @@ private:
 
     std::size_t withComments(std::size_t keyword) const;
     std::size_t endOf(std::size_t keyword) const;
+    bool isWhole(std::size_t open) const;
+    bool takesMore(std::size_t from) const;
     void finishRun();
 
     std::vector<DS_FormatPiece> &myPieces;

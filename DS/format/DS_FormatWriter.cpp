@@ -145,7 +145,10 @@ void DS_FormatWriter::writeDirective(const DS_FormatPiece &piece)
 void DS_FormatWriter::writeWord(std::size_t index)
 {
     const DS_FormatPiece &piece = myPieces[index];
-    if (myText.empty() || breaksBefore(piece)) {
+    if (myTouchFlag) {
+        // Only the bracket keeps the word before it from being a directive.
+        myTouchFlag = false;
+    } else if (myText.empty() || breaksBefore(piece)) {
         const bool indentFlag = piece.statement && piece.role != DS_FormatPiece::OPEN;
         const bool blankFlag =
             piece.role != DS_FormatPiece::CLOSE &&
@@ -157,7 +160,10 @@ void DS_FormatWriter::writeWord(std::size_t index)
     append(piece.text);
     myOpenedFlag = piece.role == DS_FormatPiece::OPEN;
     // A directive's word may follow in the next line, but not in this one.
-    myMustBreakFlag = piece.text == "#" && myLineStart + 1 == myText.size();
+    const bool startFlag = myLineStart + piece.text.size() == myText.size() &&
+                           TOK_SourceTokens::startsDirective(piece.text);
+    myMustBreakFlag = startFlag && piece.text == "#";
+    myTouchFlag = startFlag && !myMustBreakFlag;
     if (myOpenedFlag && piece.block == DS_FormatBlock::MENU) {
         myMenuColumn = menuColumn(index);
     }
@@ -203,7 +209,11 @@ void DS_FormatWriter::join(const DS_FormatPiece &piece)
     const std::size_t column = piece.where == DS_FormatPiece::VALUE   ? theValueColumn
                                : piece.where == DS_FormatPiece::LABEL ? myMenuColumn
                                                                       : 0;
-    const std::string_view line = std::string_view(myText).substr(myLineStart);
+    // No column is further from the start of a line than these bytes.
+    constexpr std::size_t theFarthest = 4 * (2 * theLongestEntry);
+    const std::size_t start = std::max(
+        myLineStart, myText.size() - std::min(myText.size(), column > 0 ? theFarthest : 0));
+    const std::string_view line = std::string_view(myText).substr(start);
     const std::size_t end = line.rfind('\n');
     const std::size_t written =
         widthOf(end == std::string_view::npos ? line : line.substr(end + 1));

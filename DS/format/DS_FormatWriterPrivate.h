@@ -38,5 +38,6 @@ private:
     std::size_t myLineStart = 0;  ///< of the last line, behind its tabs
     std::size_t myMenuColumn = 0; ///< of the menu that is being written
     bool myOpenedFlag = true;     ///< nothing since a brace, or at all
+    bool myTouchFlag = false;     ///< the next word follows without a blank
     bool myMustBreakFlag = false; ///< the line can't go on
 };

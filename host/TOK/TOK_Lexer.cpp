@@ -112,6 +112,11 @@ TOK_Lexer::TOK_Lexer(std::string_view text, bool directives)
       myDirectivesFlag(directives)
 {}
 
+bool TOK_Lexer::endsDirectiveWord(char next)
+{
+    return isByte(next, BLANK) || std::strchr("\"<(/!\\", next);
+}
+
 bool TOK_Lexer::isDirectiveWord(std::string_view word)
 {
     static constexpr std::string_view theWords[] = {
@@ -216,7 +221,7 @@ bool TOK_Lexer::readDirective(std::string_view &line)
     while (end < myEnd && isLetter(*end)) {
         end++;
     }
-    const bool wholeFlag = end == myEnd || isByte(*end, BLANK) || std::strchr("\"<(/!\\", *end);
+    const bool wholeFlag = end == myEnd || endsDirectiveWord(*end);
     if (!wholeFlag || !isDirectiveWord(std::string_view(word, static_cast<size_t>(end - word)))) {
         return false;
     }

@@ -48,6 +48,8 @@ public:
     /// Whether that token is the first of its line.
     bool isFirstOnLine() const { return myFirstFlag; }
     static bool isDirectiveWord(std::string_view word);
+    /// Whether a directive's word ends before this byte.
+    static bool endsDirectiveWord(char next);
     /// The error of the last next(), returned once.
     Fault takeFault(int &line);
 

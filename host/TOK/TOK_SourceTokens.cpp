@@ -95,6 +95,7 @@ bool TOK_SourceTokens::startsDirective(std::string_view word)
     }
     const auto end =
         std::find_if(word.begin() + 1, word.end(), [](char c) { return c < 'a' || c > 'z'; });
-    const auto length = static_cast<size_t>(end - word.begin()) - 1;
-    return word.size() == 1 || TOK_Lexer::isDirectiveWord(word.substr(1, length));
+    const auto length = static_cast<size_t>(end - word.begin());
+    return word.size() == 1 || (TOK_Lexer::isDirectiveWord(word.substr(1, length - 1)) &&
+                                (length == word.size() || TOK_Lexer::endsDirectiveWord(*end)));
 }

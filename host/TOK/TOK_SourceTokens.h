@@ -22,9 +22,9 @@ class KIT_API TOK_SourceTokens
 public:
     enum Kind : unsigned char
     {
-        WORD,         ///< a word or a bracket
-        QUOTED,       ///< with its quotes and backslashes
-        DIRECTIVE,    ///< from its `#`, with comments and joined line ends, but for blanks at its end
+        WORD,      ///< a word or a bracket
+        QUOTED,    ///< with its quotes and backslashes
+        DIRECTIVE, ///< from its `#`, with comments and joined line ends, but for blanks at its end
         LINE_COMMENT, ///< from its `//`
         BLOCK_COMMENT
     };

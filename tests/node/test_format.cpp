@@ -222,6 +222,8 @@ TEST(Format, LaysOut)
          "parm {\n\tname    a\\ \n\tlabel   b\\\\ \n}\n"},
         {"what reads as a directive starts no line", "parm { menu { \\\n#define b #if c } }",
          "parm {\n\tmenu { #define b #if c\n\t}\n}\n"},
+        {"nor does it lose the bracket that keeps it from being one", "parm { name // c\n#endif} x",
+         "parm {\n\tname // c\n\t\t#endif} x\n"},
         {"line ends", "name a\r\nlabel b", "name    a\r\nlabel   b\r\n"},
         {"a mark of the byte order", "\xEF\xBB\xBFname a", "\xEF\xBB\xBFname    a\n"},
         {"nothing", "", ""},
