@@ -27,6 +27,11 @@ bool DS_Formatter::format(std::string_view text, std::string &result)
             std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(nul), '\n');
         return fail("has bytes of zero: it is no text", 1 + static_cast<int>(lines));
     }
+    if (!text.empty() && text.back() == '\\') {
+        // What it means depends on what follows the text.
+        const auto lines = std::count(text.begin(), text.end(), '\n');
+        return fail("ends in a backslash", 1 + static_cast<int>(lines));
+    }
     const TOK_SourceTokens tokens(text);
     if (tokens.getFault()) {
         return fail(tokens.getFault(), tokens.getFaultLine());

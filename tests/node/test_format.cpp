@@ -130,7 +130,8 @@ std::string formatted(const std::string &text, bool sort = false)
 
 bool canBeSplit(const std::string &text)
 {
-    return !TOK_SourceTokens(text).getFault() && text.find('\0') == std::string::npos;
+    return !TOK_SourceTokens(text).getFault() && (text.empty() || text.back() != '\\') &&
+           text.find('\0') == std::string::npos;
 }
 
 /// The laws; whether the script can be read.
@@ -273,6 +274,7 @@ TEST(Format, RefusesWhatIsNoScript)
     const std::pair<std::string, const char *> cases[] = {
         {"{ name a parm { flaot } }", "x.ds(1): Dialog Script: unknown identifier: 'flaot'\n"},
         {"{ name a }\n\"open", "x.ds(2): a quote is never closed\n"},
+        {"name a\n\\", "x.ds(2): ends in a backslash\n"},
         {std::string("{ name a\n}\0", 12), "x.ds(2): has bytes of zero: it is no text\n"},
     };
     for (const auto &[text, message] : cases) {
