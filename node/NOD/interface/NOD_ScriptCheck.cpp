@@ -275,49 +275,24 @@ void Merge::addTo(NOD_Report &report)
     }
 }
 
-/// A script in a text, perhaps with a head that isn't the caller's.
-struct Source
-{
-    std::string_view text;
-    const std::string &name;
-    NOD_Interface::Includes includes;
-    std::string head = {};
-};
-
 /// Adds what the reader said of a script, and what else is wrong with it.
-void completeReport(const Source &source, const NOD_Report &reader, bool goodFlag,
+void completeReport(std::string_view text, const std::string &name,
+                    NOD_Interface::Includes includes, const NOD_Report &reader, bool goodFlag,
                     NOD_Report &report)
 {
-    const NOD_ScriptTokens tokens(source.text, source.name, source.includes);
+    const NOD_ScriptTokens tokens(text, name, includes);
     if (!tokens.isWhole()) {
         report.append(reader);
         return;
     }
-    const bool headFlag = !source.head.empty();
-    const auto bytes = std::int64_t(source.head.size());
-    NOD_Report whole;
-    for (NOD_Message message : reader.getMessages()) {
-        message.detail = headFlag && message.detail
-                             ? NODshiftDetail(*message.detail, source.name, -1, -bytes)
-                             : message.detail;
-        whole.add(std::move(message));
-    }
     const Shape shape(tokens);
     Merge merge(tokens, shape);
-    merge.addReader(whole);
+    merge.addReader(reader);
     for (Placed &one : Pass(tokens, shape).run()) {
-        one.message.line -= headFlag && one.message.file == source.name;
         one.message.severity = goodFlag ? KIT_ERROR_WARNING : one.message.severity;
         merge.add(std::move(one));
     }
-    NOD_Report merged;
-    merge.addTo(merged);
-    for (NOD_Message message : merged.getMessages()) {
-        message.detail = headFlag && message.detail
-                             ? NODshiftDetail(*message.detail, source.name, 1, bytes)
-                             : message.detail;
-        report.add(std::move(message));
-    }
+    merge.addTo(report);
 }
 
 /// Whether a script that the reader accepts has a part that it doesn't read.
@@ -341,7 +316,7 @@ std::shared_ptr<const NOD_Interface> NODcheckScriptFile(const std::string &path,
     }
     const KIT_IFStream is(path.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
     if (is.isReadable()) {
-        completeReport({is.rest(), path, includes}, reader, made != nullptr, report);
+        completeReport(is.rest(), path, includes, reader, made != nullptr, report);
     } else {
         report.append(reader);
     }
@@ -360,7 +335,19 @@ std::shared_ptr<const NOD_Interface> NODcheckScript(std::string_view text, const
         return made;
     }
     const std::string head = NODscriptHead(text, name);
-    const std::string whole = head + std::string(text) + (head.empty() ? "" : "\n}");
-    completeReport({whole, name, includes, head}, reader, made != nullptr, report);
+    if (head.empty()) {
+        completeReport(text, name, includes, reader, made != nullptr, report);
+        return made;
+    }
+    // The same with places of the whole.
+    const std::string whole = head + std::string(text) + "\n}";
+    NOD_Report again;
+    NOD_Report found;
+    NOD_Interface::fromText(whole, name, again, includes);
+    completeReport(whole, name, includes, again, made != nullptr, found);
+    for (NOD_Message message : found.getMessages()) {
+        NODtakeHead(message, text, name, head);
+        report.add(std::move(message));
+    }
     return made;
 }
