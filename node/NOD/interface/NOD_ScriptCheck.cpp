@@ -71,7 +71,7 @@ public:
 
 private:
     static constexpr std::size_t theMostMessages = 1000;
-    static constexpr std::size_t theMostWork = 20000000; ///< tokens that are read
+    static constexpr std::size_t theMostWork = 4000000; ///< tokens that are read
 
     bool isSpent() const { return myPlaced.size() >= theMostMessages || myWork >= theMostWork; }
 

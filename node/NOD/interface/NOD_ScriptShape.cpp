@@ -73,15 +73,7 @@ int NOD_ScriptShape::findBlock(int token) const
 
 std::string NOD_ScriptShape::nameOf(int block) const
 {
-    if (block < 0) {
-        return {};
-    }
-    for (const Statement &one : myBlocks[std::size_t(block)].statements) {
-        if (myTokens[one.begin].is("name") && one.end == one.begin + 2) {
-            return myTokens[one.begin + 1].text;
-        }
-    }
-    return {};
+    return block < 0 ? std::string() : myBlocks[std::size_t(block)].name;
 }
 
 const NOD_ScriptToken *NOD_ScriptShape::peek(int ahead) const
@@ -103,6 +95,10 @@ const NOD_ScriptToken *NOD_ScriptShape::nextLine(int token)
 
 NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const std::string &text)
 {
+    if (myFaults.size() >= theMostFaults) {
+        mySurplus = Fault();
+        return mySurplus;
+    }
     Fault &fault = myFaults.emplace_back();
     fault.token = fault.last = token;
     fault.block = block;
@@ -264,7 +260,11 @@ void NOD_ScriptShape::readStatement(int block)
     }
     readJunk(block);
     statement.end = myAt;
-    myBlocks[std::size_t(block)].statements.push_back(statement);
+    Block &own = myBlocks[std::size_t(block)];
+    own.statements.push_back(statement);
+    if (own.name.empty() && myTokens[statement.begin].is("name") && myAt == statement.begin + 2) {
+        own.name = myTokens[statement.begin + 1].text;
+    }
 }
 
 /// What can't be read and stands after a statement in its line belongs to it: one message for both.

@@ -41,6 +41,7 @@ public:
         int parent = -1;
         int header = -1;     ///< the keyword; of the script the brace
         std::string keyword; ///< as it should be
+        std::string name;    ///< "" without one
         bool parmFlag = false;
         int depth = 0;  ///< blocks with items around its statements
         int close = -1; ///< its last brace; -1 if it is missing
@@ -58,9 +59,12 @@ public:
         int related = -1;
         std::string relatedText;
         std::string expected;
-        std::string fix;       ///< replaces the place, if there is a fix
-        std::string fixText{}; ///< what it is called; "" for none
+        std::string fix;     ///< replaces the place, if there is a fix
+        std::string fixText; ///< what it is called; "" for none
     };
+
+    /// Further ones aren't kept.
+    static constexpr std::size_t theMostFaults = 1000;
 
     explicit NOD_ScriptShape(const NOD_ScriptTokens &tokens);
 
@@ -107,6 +111,7 @@ private:
     const NOD_ScriptTokens &myTokens;
     std::deque<Block> myBlocks;
     std::vector<Fault> myFaults;
+    Fault mySurplus; ///< one that isn't kept
     int myAt = 0;
     int myDepth = 0;
     int myLineBegin = 0; ///< the tokens for which nextLine() was asked last
