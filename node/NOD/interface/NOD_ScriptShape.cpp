@@ -16,13 +16,6 @@ bool isNested(const NOD_ScriptWord *word)
     return word && (word->form == Form::PARM || word->form == Form::PAGE);
 }
 
-/// The keyword that somebody may have meant; null if none is near.
-const NOD_ScriptWord *nearestWord(const std::string &word, bool inParm)
-{
-    const std::string *const nearest = KITnearestWord(word, NODgetScriptWords(inParm));
-    return nearest ? NODfindScriptWord(*nearest, inParm) : nullptr;
-}
-
 bool isItemBlock(const std::string &keyword)
 {
     return keyword == "dynamic" || keyword.compare(0, 5, "multi") == 0;
@@ -104,6 +97,16 @@ NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const st
     fault.block = block;
     fault.text = text;
     return fault;
+}
+
+const NOD_ScriptWord *NOD_ScriptShape::findNearest(const std::string &word, bool inParm)
+{
+    const auto [found, newFlag] = myNearest[inParm ? 1 : 0].try_emplace(word, nullptr);
+    if (newFlag) {
+        const std::string *const nearest = KITnearestWord(word, NODgetScriptWords(inParm));
+        found->second = nearest ? NODfindScriptWord(*nearest, inParm) : nullptr;
+    }
+    return found->second;
 }
 
 /// The brace that is missing in front of the present token.
@@ -272,7 +275,7 @@ void NOD_ScriptShape::readJunk(int block)
 {
     const bool inParm = myBlocks[std::size_t(block)].parmFlag;
     while (!atEnd() && !at().firstFlag && !at().is("}") && !at().is("{") &&
-           !NODfindScriptWord(at().text, inParm) && !nearestWord(at().text, inParm) &&
+           !NODfindScriptWord(at().text, inParm) && !findNearest(at().text, inParm) &&
            !endsHere(block)) {
         ++myAt;
     }
@@ -281,7 +284,7 @@ void NOD_ScriptShape::readJunk(int block)
 void NOD_ScriptShape::readUnknown(int block, Statement &statement)
 {
     const bool inParm = myBlocks[std::size_t(block)].parmFlag;
-    const NOD_ScriptWord *const near = nearestWord(at().text, inParm);
+    const NOD_ScriptWord *const near = findNearest(at().text, inParm);
     const NOD_ScriptToken *const next = peek(1);
     const bool braceFlag = next && next->is("{");
     ++myAt;

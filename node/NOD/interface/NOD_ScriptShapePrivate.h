@@ -20,6 +20,7 @@
 
 #include <deque>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 /// Said of what comes after the closing brace.
@@ -105,6 +106,8 @@ private:
     bool checkValues(int block, int header, NOD_ScriptWord::Form form,
                      const std::vector<int> &values);
 
+    /// The keyword that somebody may have meant; null if none is near.
+    const NOD_ScriptWord *findNearest(const std::string &word, bool inParm);
     Fault &addFault(int block, int token, const std::string &text);
     void addOpen(int block, int header, const std::string &keyword);
 
@@ -112,6 +115,8 @@ private:
     std::deque<Block> myBlocks;
     std::vector<Fault> myFaults;
     Fault mySurplus; ///< one that isn't kept
+    std::unordered_map<std::string, const NOD_ScriptWord *>
+        myNearest[2]; ///< of a page, a parameter
     int myAt = 0;
     int myDepth = 0;
     int myLineBegin = 0; ///< the tokens for which nextLine() was asked last
