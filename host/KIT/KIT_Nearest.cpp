@@ -1,29 +1,35 @@
 #include <KIT/KIT_Nearest.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <numeric>
 
 namespace
 {
 
-/// How many letters must be added, removed, exchanged or swapped with the next one.
+constexpr std::size_t theLongest = 64; // of a word that anybody types
+constexpr std::size_t theSlips = theLongest / 3 + 1;
+
+/// How many letters must be added, removed, exchanged or swapped with the next one. Neither word is longer than
+/// a row.
 std::size_t distance(std::string_view a, std::string_view b)
 {
-    std::vector<std::size_t> before;
-    std::vector<std::size_t> last(b.size() + 1);
-    std::iota(last.begin(), last.end(), std::size_t(0));
+    using Row = std::array<std::size_t, theLongest + theSlips + 1>;
+    std::array<Row, 3> rows{}; // of the last two letters of `a`, and the present one
+    std::iota(rows[0].begin(), rows[0].begin() + std::ptrdiff_t(b.size()) + 1, std::size_t(0));
     for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::vector<std::size_t> row(b.size() + 1, i);
+        Row &row = rows[i % 3];
+        const Row &last = rows[(i - 1) % 3];
+        row[0] = i;
         for (std::size_t j = 1; j <= b.size(); ++j) {
             row[j] = std::min({row[j - 1] + 1, last[j] + 1, last[j - 1] + (a[i - 1] != b[j - 1])});
             if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
-                row[j] = std::min(row[j], before[j - 2] + 1);
+                row[j] = std::min(row[j], rows[(i - 2) % 3][j - 2] + 1);
             }
         }
-        before = std::move(last);
-        last = std::move(row);
     }
-    return last[b.size()];
+    return rows[a.size() % 3][b.size()];
 }
 
 } // namespace
@@ -31,7 +37,6 @@ std::size_t distance(std::string_view a, std::string_view b)
 const std::string *KITnearestWord(std::string_view word, const std::vector<std::string> &words,
                                   std::size_t share)
 {
-    constexpr std::size_t theLongest = 64; // of a word that anybody types
     std::size_t least = std::max(word.size() / share, std::size_t(1)) + 1;
     const std::string *nearest = nullptr;
     for (const std::string &other : words) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <iterator>
 
@@ -315,7 +316,13 @@ std::string_view TOK_Lexer::readQuoted()
 /// text would begin. Null if it seems to be there.
 const char *TOK_Lexer::findOpenEnd(const char *begin) const
 {
-    const char *const lineEnd = std::find(begin, myEnd, '\n');
+    // The rest of a longer line would be looked at for each of its texts.
+    constexpr std::ptrdiff_t theLongestLine = 4096;
+    const char *const limit = begin + std::min(myEnd - begin, theLongestLine);
+    const char *const lineEnd = std::find(begin, limit, '\n');
+    if (lineEnd == limit && limit != myEnd) {
+        return nullptr;
+    }
     const char *const close = findQuote(begin, myEnd);
     const bool wordFlag =
         myEnd - close > 1 && !isByte(close[1], BLANK) && !isByte(close[1], BRACKET);

@@ -142,6 +142,7 @@ private:
     std::unordered_map<const ZEL_Name *, const ZEL_ScriptParm *> myParms;
     std::optional<NOD_ScriptTokens> myTokens; ///< with the first fault
     std::optional<NOD_ScriptShape> myShape;
+    std::unordered_multimap<int, const NOD_ScriptShape::Block *> myBlocks; ///< by line
 };
 
 int Check::run()
@@ -296,6 +297,9 @@ void Check::open()
     myTokens.emplace(myScript.getText(), myScript.getFile(), NOD_Interface::Includes::ANY);
     if (myTokens->isWhole()) {
         myShape.emplace(*myTokens);
+        for (const NOD_ScriptShape::Block &block : myShape->getBlocks()) {
+            myBlocks.emplace((*myTokens)[block.header].line, &block);
+        }
     }
 }
 
@@ -323,13 +327,12 @@ const NOD_ScriptShape::Block *Check::findBlock(const Written &written)
     if (!myShape || parm == myParms.end()) {
         return nullptr;
     }
-    const std::deque<NOD_ScriptShape::Block> &blocks = myShape->getBlocks();
-    const auto found = std::find_if(blocks.begin(), blocks.end(), [&](const auto &block) {
-        return (*myTokens)[block.header].line == parm->second->getLine() &&
-               myTokens->getPlace(block.header, block.header).file ==
-                   parm->second->getFile().nonNullStr();
+    const auto [begin, end] = myBlocks.equal_range(parm->second->getLine());
+    const auto found = std::find_if(begin, end, [&](const auto &row) {
+        const int header = row.second->header;
+        return myTokens->getPlace(header, header).file == parm->second->getFile().nonNullStr();
     });
-    return found == blocks.end() ? nullptr : &*found;
+    return found == end ? nullptr : found->second;
 }
 
 /// The token with the expression, else the keyword of its statement, else the parameter's.

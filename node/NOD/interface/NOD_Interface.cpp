@@ -203,14 +203,8 @@ std::shared_ptr<const NOD_Interface> NOD_Interface::fromText(std::string_view te
     NOD_Report found;
     const bool readFlag = made->read(is, found, includes);
     for (NOD_Message message : found.getMessages()) {
-        if (!head.empty() && message.file == name) {
-            // The lines of head and end aren't the caller's.
-            const auto lines = int(std::count(text.begin(), text.end(), '\n')) + 1;
-            message.line = std::min(message.line - (message.line > 1), lines);
-            if (message.detail) {
-                message.detail =
-                    NODshiftDetail(*message.detail, name, 1, std::int64_t(head.size()), text);
-            }
+        if (!head.empty()) {
+            NODtakeHead(message, text, name, head); // head and end aren't the caller's
         }
         report.add(std::move(message));
     }

@@ -71,7 +71,7 @@ public:
 
 private:
     static constexpr std::size_t theMostMessages = 1000;
-    static constexpr std::size_t theMostWork = 20000000; ///< tokens that are read
+    static constexpr std::size_t theMostWork = 4000000; ///< tokens that are read
 
     bool isSpent() const { return myPlaced.size() >= theMostMessages || myWork >= theMostWork; }
 
@@ -253,11 +253,8 @@ void Merge::add(Placed found)
 {
     for (std::size_t i = 0; i < myAll.size(); ++i) {
         const NOD_Message &one = myAll[i].message;
-        const bool sameTextFlag = one.text == found.message.text;
-        // The rest of a script, of which there is one, may be beyond the caller's text.
-        if ((sameTextFlag && one.text == theNODScriptRest) ||
-            (one.detail && found.message.detail && samePlace(*one.detail, *found.message.detail) &&
-             (myCaused[i] || sameTextFlag))) {
+        if (one.detail && found.message.detail && samePlace(*one.detail, *found.message.detail) &&
+            (myCaused[i] || one.text == found.message.text)) {
             return;
         }
     }
@@ -281,50 +278,24 @@ void Merge::addTo(NOD_Report &report)
     }
 }
 
-/// A script in a text, perhaps with a head that isn't the caller's.
-struct Source
-{
-    std::string_view text;
-    const std::string &name;
-    NOD_Interface::Includes includes;
-    std::string head = {};
-    std::string_view own = {}; ///< the text without head and end
-};
-
 /// Adds what the reader said of a script, and what else is wrong with it.
-void completeReport(const Source &source, const NOD_Report &reader, bool goodFlag,
+void completeReport(std::string_view text, const std::string &name,
+                    NOD_Interface::Includes includes, const NOD_Report &reader, bool goodFlag,
                     NOD_Report &report)
 {
-    const NOD_ScriptTokens tokens(source.text, source.name, source.includes);
+    const NOD_ScriptTokens tokens(text, name, includes);
     if (!tokens.isWhole()) {
         report.append(reader);
         return;
     }
-    const bool headFlag = !source.head.empty();
-    const auto bytes = std::int64_t(source.head.size());
-    NOD_Report whole;
-    for (NOD_Message message : reader.getMessages()) {
-        message.detail = headFlag && message.detail
-                             ? NODshiftDetail(*message.detail, source.name, -1, -bytes)
-                             : message.detail;
-        whole.add(std::move(message));
-    }
     const Shape shape(tokens);
     Merge merge(tokens, shape);
-    merge.addReader(whole);
+    merge.addReader(reader);
     for (Placed &one : Pass(tokens, shape).run()) {
-        one.message.line -= headFlag && one.message.file == source.name;
         one.message.severity = goodFlag ? KIT_ERROR_WARNING : one.message.severity;
         merge.add(std::move(one));
     }
-    NOD_Report merged;
-    merge.addTo(merged);
-    for (NOD_Message message : merged.getMessages()) {
-        message.detail = headFlag && message.detail
-                             ? NODshiftDetail(*message.detail, source.name, 1, bytes, source.own)
-                             : message.detail;
-        report.add(std::move(message));
-    }
+    merge.addTo(report);
 }
 
 /// Whether a script that the reader accepts has a part that it doesn't read.
@@ -348,7 +319,7 @@ std::shared_ptr<const NOD_Interface> NODcheckScriptFile(const std::string &path,
     }
     const KIT_IFStream is(path.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
     if (is.isReadable()) {
-        completeReport({is.rest(), path, includes}, reader, made != nullptr, report);
+        completeReport(is.rest(), path, includes, reader, made != nullptr, report);
     } else {
         report.append(reader);
     }
@@ -367,7 +338,19 @@ std::shared_ptr<const NOD_Interface> NODcheckScript(std::string_view text, const
         return made;
     }
     const std::string head = NODscriptHead(text, name);
-    const std::string whole = head + std::string(text) + (head.empty() ? "" : "\n}");
-    completeReport({whole, name, includes, head, text}, reader, made != nullptr, report);
+    if (head.empty()) {
+        completeReport(text, name, includes, reader, made != nullptr, report);
+        return made;
+    }
+    // The same with places of the whole.
+    const std::string whole = head + std::string(text) + "\n}";
+    NOD_Report again;
+    NOD_Report found;
+    NOD_Interface::fromText(whole, name, again, includes);
+    completeReport(whole, name, includes, again, made != nullptr, found);
+    for (NOD_Message message : found.getMessages()) {
+        NODtakeHead(message, text, name, head);
+        report.add(std::move(message));
+    }
     return made;
 }

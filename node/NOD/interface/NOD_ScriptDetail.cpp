@@ -143,34 +143,42 @@ void NODcompleteDetails(NOD_Report &report, std::string_view text, const std::st
     report = std::move(completed);
 }
 
-std::shared_ptr<const KIT_MessageDetail> NODshiftDetail(const KIT_MessageDetail &detail,
-                                                        const std::string &file, int lines,
-                                                        std::int64_t bytes, std::string_view text)
+void NODtakeHead(NOD_Message &message, std::string_view text, const std::string &name,
+                 const std::string &head)
 {
-    auto shifted = std::make_shared<KIT_MessageDetail>(detail);
-    const auto shift = [&](KIT_MessagePlace &place) {
-        if (place.file == file && place.line > lines) {
-            place.line -= lines;
-            place.endLine -= lines;
-            place.offset -= bytes;
-            place.endOffset -= bytes;
-            if (!text.empty() && place.endOffset > std::int64_t(text.size())) {
-                place.setFromText(text, std::size_t(std::max<std::int64_t>(place.offset, 0)),
-                                  text.size());
-            }
+    if (message.file == name) {
+        const auto lines = int(std::count(text.begin(), text.end(), '\n')) + 1;
+        message.line = std::min(message.line - (message.line > 1), lines);
+    }
+    if (!message.detail) {
+        return;
+    }
+    auto detail = std::make_shared<KIT_MessageDetail>(*message.detail);
+    const auto take = [&](KIT_MessagePlace &place) {
+        const auto bytes = std::int64_t(head.size());
+        const auto size = std::int64_t(text.size());
+        if (place.file != name || place.offset < 0) {
+            return;
         }
+        if (place.offset < bytes || place.endOffset > bytes + size) {
+            const auto at = std::size_t(std::clamp(place.offset - bytes, std::int64_t(0), size));
+            place.setFromText(text, at, at);
+            return;
+        }
+        place.offset -= bytes;
+        place.endOffset -= bytes;
+        --place.line;
+        --place.endLine;
     };
-    shift(shifted->place);
-    for (KIT_MessagePlace &place : shifted->includedFrom) {
-        shift(place);
+    take(detail->place);
+    std::for_each(detail->includedFrom.begin(), detail->includedFrom.end(), take);
+    for (KIT_MessageRelated &related : detail->related) {
+        take(related.place);
     }
-    for (KIT_MessageRelated &related : shifted->related) {
-        shift(related.place);
-    }
-    for (KIT_MessageFix &fix : shifted->fixes) {
+    for (KIT_MessageFix &fix : detail->fixes) {
         for (KIT_MessageEdit &edit : fix.edits) {
-            shift(edit.place);
+            take(edit.place);
         }
     }
-    return shifted;
+    message.detail = std::move(detail);
 }

@@ -27,9 +27,7 @@ void NODcompleteDetails(NOD_Report &report, std::string_view text, const std::st
 /// What has to stand before a text that is the contents of a script's braces, with a line feed at its
 /// end, so that it is a script after another "}"; "" for a whole script.
 std::string NODscriptHead(std::string_view text, const std::string &name);
-/// The detail for a text of that name after `lines` lines of `bytes` bytes were taken away at its beginning;
-/// with numbers below 0 they are put there. What then lies beyond `text`, unless that is empty, is cut.
-std::shared_ptr<const KIT_MessageDetail> NODshiftDetail(const KIT_MessageDetail &detail,
-                                                        const std::string &file, int lines,
-                                                        std::int64_t bytes,
-                                                        std::string_view text = {});
+/// Changes the line and the places of a message of a script with such a head to those of the text without it.
+/// What is about the head is at the beginning of the text, what is about the brace at the end at its end.
+void NODtakeHead(NOD_Message &message, std::string_view text, const std::string &name,
+                 const std::string &head);

@@ -16,13 +16,6 @@ bool isNested(const NOD_ScriptWord *word)
     return word && (word->form == Form::PARM || word->form == Form::PAGE);
 }
 
-/// The keyword that somebody may have meant; null if none is near.
-const NOD_ScriptWord *nearestWord(const std::string &word, bool inParm)
-{
-    const std::string *const nearest = KITnearestWord(word, NODgetScriptWords(inParm));
-    return nearest ? NODfindScriptWord(*nearest, inParm) : nullptr;
-}
-
 bool isItemBlock(const std::string &keyword)
 {
     return keyword == "dynamic" || keyword.compare(0, 5, "multi") == 0;
@@ -73,15 +66,7 @@ int NOD_ScriptShape::findBlock(int token) const
 
 std::string NOD_ScriptShape::nameOf(int block) const
 {
-    if (block < 0) {
-        return {};
-    }
-    for (const Statement &one : myBlocks[std::size_t(block)].statements) {
-        if (myTokens[one.begin].is("name") && one.end == one.begin + 2) {
-            return myTokens[one.begin + 1].text;
-        }
-    }
-    return {};
+    return block < 0 ? std::string() : myBlocks[std::size_t(block)].name;
 }
 
 const NOD_ScriptToken *NOD_ScriptShape::peek(int ahead) const
@@ -103,11 +88,25 @@ const NOD_ScriptToken *NOD_ScriptShape::nextLine(int token)
 
 NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const std::string &text)
 {
+    if (myFaults.size() >= theMostFaults) {
+        mySurplus = Fault();
+        return mySurplus;
+    }
     Fault &fault = myFaults.emplace_back();
     fault.token = fault.last = token;
     fault.block = block;
     fault.text = text;
     return fault;
+}
+
+const NOD_ScriptWord *NOD_ScriptShape::findNearest(const std::string &word, bool inParm)
+{
+    const auto [found, newFlag] = myNearest[inParm ? 1 : 0].try_emplace(word, nullptr);
+    if (newFlag) {
+        const std::string *const nearest = KITnearestWord(word, NODgetScriptWords(inParm));
+        found->second = nearest ? NODfindScriptWord(*nearest, inParm) : nullptr;
+    }
+    return found->second;
 }
 
 /// The brace that is missing in front of the present token.
@@ -264,7 +263,11 @@ void NOD_ScriptShape::readStatement(int block)
     }
     readJunk(block);
     statement.end = myAt;
-    myBlocks[std::size_t(block)].statements.push_back(statement);
+    Block &own = myBlocks[std::size_t(block)];
+    own.statements.push_back(statement);
+    if (own.name.empty() && myTokens[statement.begin].is("name") && myAt == statement.begin + 2) {
+        own.name = myTokens[statement.begin + 1].text;
+    }
 }
 
 /// What can't be read and stands after a statement in its line belongs to it: one message for both.
@@ -272,7 +275,7 @@ void NOD_ScriptShape::readJunk(int block)
 {
     const bool inParm = myBlocks[std::size_t(block)].parmFlag;
     while (!atEnd() && !at().firstFlag && !at().is("}") && !at().is("{") &&
-           !NODfindScriptWord(at().text, inParm) && !nearestWord(at().text, inParm) &&
+           !NODfindScriptWord(at().text, inParm) && !findNearest(at().text, inParm) &&
            !endsHere(block)) {
         ++myAt;
     }
@@ -281,7 +284,7 @@ void NOD_ScriptShape::readJunk(int block)
 void NOD_ScriptShape::readUnknown(int block, Statement &statement)
 {
     const bool inParm = myBlocks[std::size_t(block)].parmFlag;
-    const NOD_ScriptWord *const near = nearestWord(at().text, inParm);
+    const NOD_ScriptWord *const near = findNearest(at().text, inParm);
     const NOD_ScriptToken *const next = peek(1);
     const bool braceFlag = next && next->is("{");
     ++myAt;

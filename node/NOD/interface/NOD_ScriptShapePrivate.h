@@ -20,6 +20,7 @@
 
 #include <deque>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 /// Said of what comes after the closing brace.
@@ -41,6 +42,7 @@ public:
         int parent = -1;
         int header = -1;     ///< the keyword; of the script the brace
         std::string keyword; ///< as it should be
+        std::string name;    ///< "" without one
         bool parmFlag = false;
         int depth = 0;  ///< blocks with items around its statements
         int close = -1; ///< its last brace; -1 if it is missing
@@ -58,9 +60,12 @@ public:
         int related = -1;
         std::string relatedText;
         std::string expected;
-        std::string fix;       ///< replaces the place, if there is a fix
-        std::string fixText{}; ///< what it is called; "" for none
+        std::string fix;     ///< replaces the place, if there is a fix
+        std::string fixText; ///< what it is called; "" for none
     };
+
+    /// Further ones aren't kept.
+    static constexpr std::size_t theMostFaults = 1000;
 
     explicit NOD_ScriptShape(const NOD_ScriptTokens &tokens);
 
@@ -101,12 +106,17 @@ private:
     bool checkValues(int block, int header, NOD_ScriptWord::Form form,
                      const std::vector<int> &values);
 
+    /// The keyword that somebody may have meant; null if none is near.
+    const NOD_ScriptWord *findNearest(const std::string &word, bool inParm);
     Fault &addFault(int block, int token, const std::string &text);
     void addOpen(int block, int header, const std::string &keyword);
 
     const NOD_ScriptTokens &myTokens;
     std::deque<Block> myBlocks;
     std::vector<Fault> myFaults;
+    Fault mySurplus; ///< one that isn't kept
+    std::unordered_map<std::string, const NOD_ScriptWord *>
+        myNearest[2]; ///< of a page, a parameter
     int myAt = 0;
     int myDepth = 0;
     int myLineBegin = 0; ///< the tokens for which nextLine() was asked last
