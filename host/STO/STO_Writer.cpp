@@ -96,8 +96,12 @@ bool STO_Writer::openPart(bool isOwn)
     myFile =
         ::open(myPart.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, everybody);
     if (myFile >= 0 && exists) {
+        // Who may not give a file away keeps it, in the group of the old one if that may be.
+        const bool givenFlag = ::fchown(myFile, old.st_uid, old.st_gid) == 0;
+        [[maybe_unused]] int ignored =
+            givenFlag ? 0 : ::fchown(myFile, static_cast<uid_t>(-1), old.st_gid);
         // A file of another user is usable without its permissions.
-        [[maybe_unused]] const int ignored = ::fchmod(myFile, old.st_mode & 07777);
+        ignored = ::fchmod(myFile, old.st_mode & (givenFlag ? 07777 : 0777));
     }
     return myFile >= 0;
 }

@@ -13,7 +13,7 @@
 ///
 /// A process that ends at any moment leaves either the old or the new file, complete, and at worst
 /// a part file. A path that is a link is resolved: its target is replaced, with its permissions
-/// kept.
+/// kept, and its owner and group where the user may give files to them.
 
 #pragma once
 

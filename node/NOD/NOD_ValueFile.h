@@ -13,6 +13,7 @@
 #include <NOD/NOD_API.h>
 
 #include <cstddef>
+#include <functional>
 #include <iosfwd>
 #include <optional>
 #include <string>
@@ -24,6 +25,7 @@ class NOD_Node;
 class NOD_Report;
 class NOD_Scene;
 class NOD_SectionFile;
+class ZEL_Parm;
 
 enum class NOD_FileKind
 {
@@ -131,5 +133,7 @@ private:
     std::string myBytes;
 };
 
-/// Second names of channels that aren't there: neither a channel file nor a preset has them.
-NOD_API std::vector<std::string> NODaliasesWithoutChannel(NOD_Node &node);
+/// Second names of channels that aren't there, of the parameters that count, or all: neither a channel file
+/// nor a preset has them.
+NOD_API std::vector<std::string>
+NODaliasesWithoutChannel(NOD_Node &node, const std::function<bool(const ZEL_Parm &)> &counts = {});

@@ -293,6 +293,13 @@ TEST_F(IndexFiles, WritersKeepPermissionsAndFollowLinks)
     struct stat info;
     ASSERT_EQ(::stat(in("b/real").c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0640u);
+    if (::geteuid() == 0) { // others can't give files away
+        ASSERT_EQ(::chown(in("b/real").c_str(), 1234, 5678), 0);
+        EXPECT_TRUE(writeAll(in("a/link"), "newer"));
+        ASSERT_EQ(::stat(in("b/real").c_str(), &info), 0);
+        EXPECT_EQ(info.st_uid, 1234u);
+        EXPECT_EQ(info.st_gid, 5678u);
+    }
 
     EXPECT_FALSE(writeAll(in("b"), "a folder"));
     EXPECT_FALSE(writeAll(in("nowhere/file"), "x"));

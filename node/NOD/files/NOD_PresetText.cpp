@@ -60,8 +60,10 @@ bool NODsavePreset(NOD_Node &node, const std::vector<std::string> &only, std::os
         return false;
     }
     const int before = report.getErrorCount();
-    for (const std::string &alias :
-         only.empty() ? NODaliasesWithoutChannel(node) : std::vector<std::string>()) {
+    const auto isSaved = [&](const ZEL_Parm &parm) {
+        return only.empty() || tokens.count(outermost(parm)) > 0;
+    };
+    for (const std::string &alias : NODaliasesWithoutChannel(node, isSaved)) {
         report.warning("", "a preset holds no aliases, so without " + alias);
     }
     bool saved = false;
@@ -73,7 +75,7 @@ bool NODsavePreset(NOD_Node &node, const std::vector<std::string> &only, std::os
         } else {
             std::vector<const ZEL_Parm *> parms;
             for (const ZEL_Parm *parm : NODparmsInOrder(node.getParms())) {
-                if (parm->getInstance() && tokens.count(outermost(*parm)) > 0) {
+                if (parm->getInstance() && isSaved(*parm)) {
                     parms.push_back(parm);
                 }
             }

@@ -552,11 +552,12 @@ bool NOD_ValueFile::checkCarried(NOD_Node &node, std::optional<Form> form,
     return partlyLoaded.empty() && leftOut.empty();
 }
 
-std::vector<std::string> NODaliasesWithoutChannel(NOD_Node &node)
+std::vector<std::string>
+NODaliasesWithoutChannel(NOD_Node &node, const std::function<bool(const ZEL_Parm &)> &counts)
 {
     std::vector<std::string> aliases;
     forComponents(node.getParms(), [&](const ZEL_Parm &parm, int component) {
-        if (!parm.getChannel(component) &&
+        if ((!counts || counts(parm)) && !parm.getChannel(component) &&
             parm.getChannelAlias(component) != parm.getChannelToken(component)) {
             aliases.emplace_back(parm.getChannelAlias(component).nonNullStr());
         }
