@@ -85,7 +85,7 @@ public:
     /// Codes or names, with commas or blanks between them. False, and nothing changed, if one is of no
     /// rule, which `unknown` returns.
     bool disable(std::string_view rules, std::string &unknown);
-    /// From now on only these, in place of those before.
+    /// From now on only these, in place of those before; false, with "" as unknown, if there are none.
     bool only(std::string_view rules, std::string &unknown);
     void setLevel(NOD_LintLevel level) { myLevel = level; }
     NOD_LintLevel getLevel() const { return myLevel; }

@@ -285,6 +285,9 @@ TEST(Lint, Conditions)
              // A text may be set to what its menu doesn't have.
              Case{"hidewhen \"{ text == a } { text == b }\"", ""},
              Case{"hidewhen \"{ text == \\\"\\\" }\"", ""},
+             // Behind an operator any word is a value.
+             Case{"hidewhen \"{ n == is } { n == and } { n == = }\"", ""},
+             Case{"hidewhen { { n == is } }", ""},
              Case{"hidewhen \"{ text =~ \\\"(\\\" }\"", "8:23 Z404"},
              Case{"hidewhen \"{ 'ch(1' == 1 }\"", "8:13 Z401"},
              Case{"hidewhen \"{ strlen(,) == 1 }\"", "8:13 Z410"},

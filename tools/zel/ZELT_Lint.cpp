@@ -20,6 +20,10 @@ bool ZELTreadLintFile(const std::string &script, NOD_LintOptions &options, ZELT_
     if (!std::filesystem::exists(file, fault)) {
         return true;
     }
+    if (!std::filesystem::is_regular_file(file, fault)) {
+        messages.error(file, "is no file");
+        return false;
+    }
     errno = 0;
     std::ifstream is(file, std::ios::binary);
     const std::string text(std::istreambuf_iterator<char>(is), {});

@@ -58,7 +58,7 @@ int Piece::find(std::size_t offset) const
 bool isName(const NOD_ScriptToken &word, bool inParm)
 {
     const std::string *const nearest = KITnearestWord(word.text, NODgetScriptWords(inParm));
-    return nearest && *nearest == "name";
+    return word.text == "name" || (nearest && *nearest == "name");
 }
 
 /// Reads the blocks of a script one by one, each again without the statement at which it stopped.

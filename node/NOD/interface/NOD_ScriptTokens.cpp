@@ -102,6 +102,10 @@ void NOD_ScriptTokens::add(const KIT_String &token)
 /// A file that is read twice is two.
 int NOD_ScriptTokens::fileOf(const char *name, std::string_view text)
 {
+    const int last = myTokens.empty() ? -1 : myTokens.back().file;
+    if (last >= 0 && myFiles[std::size_t(last)].text.data() == text.data()) {
+        return last;
+    }
     for (int i = int(myFiles.size()); i-- > 0;) {
         if (myFiles[std::size_t(i)].text.data() == text.data()) {
             return i;

@@ -165,6 +165,7 @@ private:
 
     void checkComparison(const Comparison &one);
     bool checkOperators(const Comparison &one);
+    bool followsOperator(const std::string &word) const;
     bool tellNoOperator(const std::string &word);
     bool tellJoinedOperator(const std::string &left);
     void checkLeft(const Comparison &one);
@@ -260,7 +261,25 @@ void Check::tell(NOD_LintCode code, const std::string &word, const std::string &
 bool Check::checkOperators(const Comparison &one)
 {
     return (!myNames.isKnown(one.left, 1) && tellNoOperator(one.left)) ||
-           tellNoOperator(one.right) || tellJoinedOperator(one.left);
+           (!followsOperator(one.right) && tellNoOperator(one.right)) ||
+           tellJoinedOperator(one.left);
+}
+
+/// Whether an operator stands in front of a word, which then is a value, whatever it looks like.
+bool Check::followsOperator(const std::string &word) const
+{
+    std::size_t offset = 0;
+    const int token = locate(word, offset);
+    const NOD_LintTokens &tokens = myContext.tokens();
+    if (tokens.text(myCondition.entry->first) == "{") {
+        ZEL_ConditionalOperator op;
+        return token > 0 &&
+               ZEL_Conditional::getOperatorFromString(myContext.text(token - 1).c_str(), op);
+    }
+    const std::string_view before = tokens.raw(token).substr(0, offset);
+    const std::size_t last = before.find_last_not_of(" \t\"\\");
+    constexpr std::string_view theMarks = "=!<>~^*";
+    return last != std::string_view::npos && theMarks.find(before[last]) != std::string_view::npos;
 }
 
 bool Check::tellNoOperator(const std::string &word)

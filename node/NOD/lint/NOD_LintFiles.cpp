@@ -6,6 +6,7 @@
 #include <ZEL/ZEL_SpareData.h>
 
 #include <algorithm>
+#include <optional>
 #include <unordered_map>
 
 namespace
@@ -99,6 +100,26 @@ std::vector<std::string> definedNames(std::string_view text)
     return names;
 }
 
+/// Whether a text has a directive that isn't one of those that guard or define: one that may change what
+/// other files mean.
+bool hasOtherDirective(std::string_view text)
+{
+    for (std::size_t at = text.find('#'); at != std::string_view::npos;
+         at = text.find('#', at + 1)) {
+        std::size_t first = text.find_first_not_of(" \t", at + 1);
+        first = std::min(first, text.size());
+        std::size_t last = first;
+        while (last < text.size() && isNameByte(text[last])) {
+            ++last;
+        }
+        const std::string_view word = text.substr(first, last - first);
+        if (word != "ifndef" && word != "define" && word != "endif" && word != "include") {
+            return true; // a "#" in a comment too: rather used too often than too seldom
+        }
+    }
+    return false;
+}
+
 /// The words of all files, in comments too: a name is rather used too often than too seldom.
 class Words
 {
@@ -157,7 +178,8 @@ public:
         }
         const Words words(tokens.getFiles());
         for (std::size_t i = 1; i < myUsed.size(); ++i) {
-            myUsed[i] = myUsed[i] || hasNamedMacro(i, words);
+            myUsed[i] = myUsed[i] || hasNamedMacro(i, words) ||
+                        hasOtherDirective(tokens.getFiles()[i].text);
         }
         passOn();
         for (const NOD_LintTokens::Include &include : tokens.getIncludes()) {
@@ -198,7 +220,11 @@ private:
         const std::size_t before =
             include.begin == 0 ? std::string_view::npos : text.rfind('\n', include.begin - 1);
         const std::size_t end = std::min(text.find('\n', include.end), text.size());
-        const NOD_LintEdit edit{from.name, before + 1, std::min(end + 1, text.size()), ""};
+        std::optional<NOD_LintEdit> edit{
+            NOD_LintEdit{from.name, before + 1, std::min(end + 1, text.size()), ""}};
+        if (text.substr(before + 1, end - before).find("/*") != std::string_view::npos) {
+            edit.reset(); // the comment may go on in the next line
+        }
         myContext.addAt(NOD_LintCode::Z503, include.fromFile, include.line, include.begin,
                         "nothing of " + files[std::size_t(include.file)].name + " is used", edit);
     }

@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <iterator>
 #include <set>
+#include <string_view>
+#include <vector>
 
 namespace
 {
@@ -194,17 +196,18 @@ void Check::checkSurplus()
 void Check::checkRepeats()
 {
     const std::vector<Entry> &entries = myBlock.entries;
+    std::vector<bool> again(entries.size());
+    std::set<std::string_view> later;
+    for (std::size_t i = entries.size(); i-- > 0;) {
+        again[i] = !later.insert(isDefault(entries[i].word) ? "default" : entries[i].word).second;
+    }
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const Entry &one = entries[i];
         if (!isOneOf(one.word, {"name", "label", "help", "default", "defaults", "option", "export",
                                 "callback", "rmantype", "type", "size", "range"})) {
             continue;
         }
-        const bool againFlag =
-            std::any_of(entries.begin() + long(i) + 1, entries.end(), [&one](const Entry &other) {
-                return other.word == one.word || (isDefault(one.word) && isDefault(other.word));
-            });
-        if (!againFlag) {
+        if (!again[i]) {
             continue;
         }
         Extra extra;

@@ -85,7 +85,7 @@ bool NOD_LintOptions::disable(std::string_view rules, std::string &unknown)
 bool NOD_LintOptions::only(std::string_view rules, std::string &unknown)
 {
     std::vector<const NOD_LintRule *> only;
-    if (!collect(rules, only, unknown)) {
+    if (!collect(rules, only, unknown) || only.empty()) {
         return false;
     }
     myOnly = std::move(only);
@@ -119,7 +119,7 @@ void NOD_LintOptions::readFile(std::string_view text, const std::string &file, N
         }
         if (word == "disable" || word == "only") {
             if (!(word == "disable" ? disable(value, unknown) : only(value, unknown))) {
-                fault = "there is no rule " + unknown;
+                fault = unknown.empty() ? "only: names no rule" : "there is no rule " + unknown;
             }
         } else if (word == "level") {
             if (NODreadLintLevel(value, level)) {

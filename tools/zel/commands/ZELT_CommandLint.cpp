@@ -12,6 +12,10 @@
 
 #include <algorithm>
 #include <iostream>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -45,9 +49,13 @@ std::string joined(const std::vector<std::string> &words)
 
 bool failRule(const std::string &word, ZELT_Messages &messages)
 {
+    if (word.empty()) {
+        messages.error("", "--only names no rule");
+        return false;
+    }
     std::vector<std::string> words;
     for (const NOD_LintRule &rule : NODlintRules()) {
-        words.emplace_back(word.empty() || word[0] == 'Z' ? rule.code : rule.name);
+        words.emplace_back(word[0] == 'Z' ? rule.code : rule.name);
     }
     messages.error("", "there is no rule " + word + KITdidYouMean(word, words));
     return false;
@@ -102,11 +110,12 @@ void tellReading(const NOD_Report &report, const std::vector<NOD_LintFinding> &f
                  ZELT_Messages &messages)
 {
     NOD_Report rest;
+    std::set<std::pair<std::string, int>> said;
+    for (const NOD_LintFinding &finding : findings) {
+        said.emplace(finding.file, finding.line);
+    }
     for (const NOD_Message &message : report.getMessages()) {
-        const bool saidFlag =
-            std::any_of(findings.begin(), findings.end(), [&message](const auto &finding) {
-                return finding.line == message.line && finding.file == message.file;
-            });
+        const bool saidFlag = said.count({message.file, message.line}) > 0;
         if (!saidFlag || message.severity >= KIT_ERROR_ABORT) {
             rest.add(message);
         }
