@@ -172,7 +172,11 @@ void NOD_LintWalk::readEntry(int block, bool parmFlag)
     const int first = myAt;
     skipValues(*row, block);
     myAt = std::min(myAt, myTokens.size());
-    myScript.myBlocks[std::size_t(block)].entries.push_back({keyword, first, myAt, row->word});
+    NOD_LintScript::Block &own = myScript.myBlocks[std::size_t(block)];
+    own.entries.push_back({keyword, first, myAt, row->word});
+    if (row->word == "name") {
+        own.name = myAt == first + 1 ? first : -1;
+    }
 }
 
 void NOD_LintWalk::skipValues(const Keyword &keyword, int block)
@@ -353,6 +357,5 @@ int NOD_LintScript::findBlock(const ZEL_Template *description) const
 
 int NOD_LintScript::nameOf(int block) const
 {
-    const Entry *const name = block < 0 ? nullptr : myBlocks[std::size_t(block)].find("name");
-    return name && name->count() == 1 ? name->first : -1;
+    return block < 0 ? -1 : myBlocks[std::size_t(block)].name;
 }

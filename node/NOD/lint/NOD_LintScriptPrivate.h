@@ -46,6 +46,7 @@ public:
         int open = -1;
         int close = -1;
         int depth = 0; ///< how many blocks of items are around it, itself included
+        int name = -1; ///< the token of what it is called; -1 without one
         std::vector<Entry> entries;
         const ZEL_ScriptParm *record = nullptr;    ///< null: none was kept
         const ZEL_Template *description = nullptr; ///< null: none was made
