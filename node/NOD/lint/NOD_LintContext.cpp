@@ -112,7 +112,8 @@ std::optional<NOD_LintEdit> NOD_LintContext::replace(int first, int last,
         const bool lineFlag = before == std::string::npos || file.text[before] == '\n';
         const bool restFlag = after != std::string::npos && file.text[after] != '\n';
         if (!lineFlag) {
-            begin = before + 1;
+            // What follows right away would else join what is in front.
+            begin = after == end && restFlag ? begin : before + 1;
         } else if (restFlag) {
             return NOD_LintEdit{file.name, begin, after, ""};
         }
