@@ -15,8 +15,7 @@
 /// The one of the words that is nearest: a letter more, less, other or swapped with the next in each
 /// `share`. Null if none is near or has a letter of the word, or the word itself is among them; the first
 /// of several.
-KIT_API const std::string *KITnearestWord(std::string_view word,
-                                          const std::vector<std::string> &words,
-                                          std::size_t share = 3);
+KIT_API const std::string *
+KITnearestWord(std::string_view word, const std::vector<std::string> &words, std::size_t share = 3);
 /// `; did you mean NAME?` with that word; "" without one.
 KIT_API std::string KITdidYouMean(std::string_view word, const std::vector<std::string> &words);

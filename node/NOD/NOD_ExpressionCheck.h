@@ -21,9 +21,9 @@ class NOD_Report;
 
 struct NOD_API NOD_ExpressionFault
 {
-    int code = 0;             ///< EVL::EVL_SYNTAX and so on
-    std::string text;         ///< `")" is missing`; of Python the last line of its traceback
-    std::size_t offset = 0;   ///< where; of Python the beginning of the line
+    int code = 0;           ///< EVL::EVL_SYNTAX and so on
+    std::string text;       ///< `")" is missing`; of Python the last line of its traceback
+    std::size_t offset = 0; ///< where; of Python the beginning of the line
 };
 
 /// False, with the fault, if a text can't be compiled.
