@@ -100,6 +100,10 @@ public:
     /// True if the text uses $NAME or ${NAME}.
     static bool scanForVariableInString(const char *text, const char *name);
 
+    using ExpressionCall = std::function<void(std::string_view expression)>;
+    /// Calls \p call for each expression in the backticks of a literal text, as expanding it finds them; each
+    /// is a part of \p text.
+    static void forEachExpression(const char *text, const ExpressionCall &call);
     using ReferenceCall = std::function<void(const KIT_StringRef &path, const KIT_StringRef &name)>;
     /// Calls \p call for each reference by a literal name in an expression.
     static void forEachReference(const char *expression, const ReferenceCall &call);

@@ -283,10 +283,17 @@ void TRK_Manager::forEachReference(const char *expression, const ReferenceCall &
     }
 }
 
-void TRK_Manager::buildStringOpDependencies(const char *text, const ReferenceCall &call)
+void TRK_Manager::forEachExpression(const char *text, const ExpressionCall &call)
 {
     TRKforEachBacktick(text, [&call](const char *begin, const char *end) {
-        forEachReference(std::string(begin, end).c_str(), call);
+        call(std::string_view(begin, std::size_t(end - begin)));
+    });
+}
+
+void TRK_Manager::buildStringOpDependencies(const char *text, const ReferenceCall &call)
+{
+    forEachExpression(text, [&call](std::string_view expression) {
+        forEachReference(std::string(expression).c_str(), call);
     });
 }
 

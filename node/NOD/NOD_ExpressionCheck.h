@@ -30,6 +30,9 @@ struct NOD_API NOD_ExpressionFault
 NOD_API bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language,
                                 NOD_ExpressionFault &fault);
 
+/// The same for statements in Python, such as the script of a menu.
+NOD_API bool NODcheckPythonScript(const std::string &text, NOD_ExpressionFault &fault);
+
 /// Adds a message for each expression of a script that can't be compiled: of defaults, of the left sides of
 /// conditions, and of menus. The detail has its place in the script. Returns their number.
 NOD_API int NODcheckExpressions(const NOD_Interface &script, NOD_Report &report,

@@ -9,6 +9,7 @@
 #include <SNK/SNK_CompiledCode.h>
 #include <SNK/SNK_Python.h>
 #include <TRK/TRK_Expression.h>
+#include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_ConditionalSwitcher.h>
@@ -91,7 +92,7 @@ bool checkPython(const std::string &text, SNK_CodeType type, NOD_ExpressionFault
         return true;
     }
     const SNK_CompiledCode code(text.c_str(), type, "expression", false);
-    if (code.isValid()) {
+    if (code.isValid() || !SNKisPythonStarted()) {
         return true;
     }
     fault.code = EVL::EVL_PYTHON;
@@ -124,7 +125,7 @@ public:
 private:
     void checkArray(const ZEL_Template *templates);
     void checkDefaults(const ZEL_Template &one);
-    void checkText(const Written &written, std::string_view text);
+    void checkText(const Written &written);
     void checkMenu(const ZEL_Template &one);
     void checkCondition(const ZEL_Template &one, const ZEL_ConditionalBase *base);
     void check(const Written &written, TRK_ExprLanguage language);
@@ -193,26 +194,19 @@ void Check::checkDefaults(const ZEL_Template &one)
         if (expressionFlag) {
             check(written, TRKstringMeaningToExprLanguage(meaning));
         } else if (type.isStringType()) {
-            checkText(written, text);
+            checkText(written);
         }
     }
 }
 
 /// The expressions in backticks.
-void Check::checkText(const Written &written, std::string_view text)
+void Check::checkText(const Written &written)
 {
-    for (std::size_t open = text.find('`'); open != std::string_view::npos;) {
-        const std::size_t close = text.find('`', open + 1);
-        if (close == std::string_view::npos) {
-            return;
+    TRK_Manager::forEachExpression(written.text.c_str(), [&](std::string_view expression) {
+        if (expression.find_first_not_of(" \t\n") != std::string_view::npos) {
+            check({written.one, written.place, std::string(expression)}, TRK_LANGUAGE_NATIVE);
         }
-        Written inner = written;
-        inner.text = std::string(text.substr(open + 1, close - open - 1));
-        if (inner.text.find_first_not_of(" \t\n") != std::string::npos) {
-            check(inner, TRK_LANGUAGE_NATIVE);
-        }
-        open = text.find('`', close + 1);
-    }
+    });
 }
 
 void Check::checkMenu(const ZEL_Template &one)
@@ -223,7 +217,7 @@ void Check::checkMenu(const ZEL_Template &one)
         return;
     }
     const std::string text = menu->getScript().nonNullStr();
-    if (!checkPython(text, SNK_CODE_BODY, fault)) {
+    if (!NODcheckPythonScript(text, fault)) {
         add({&one, "menu", text}, fault);
     }
 }
@@ -371,6 +365,11 @@ bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language,
 {
     return language == TRK_LANGUAGE_PYTHON ? checkPython(text, SNK_CODE_EXPRESSION, fault)
                                            : checkNative(text, fault);
+}
+
+bool NODcheckPythonScript(const std::string &text, NOD_ExpressionFault &fault)
+{
+    return checkPython(text, SNK_CODE_BODY, fault);
 }
 
 int NODcheckExpressions(const NOD_Interface &script, NOD_Report &report, KIT_ErrorSeverity severity)

@@ -1,5 +1,6 @@
 // Rules of conditions: Z401 to Z406 and Z410.
 
+#include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
 
 #include <KIT/KIT_Regex.h>
@@ -331,10 +332,10 @@ void Check::checkComparison(const Comparison &one)
 void Check::checkLeft(const Comparison &one)
 {
     if (!one.left.empty() && one.left.back() == ')') {
-        std::size_t place = 0;
-        const std::string fault = NODexpressionFault(one.left, place);
-        if (!fault.empty()) {
-            tell(NOD_LintCode::Z410, one.left, "the expression " + one.left + ": " + fault);
+        NOD_ExpressionFault fault;
+        if (!NODcheckExpression(one.left, TRK_LANGUAGE_NATIVE, fault)) {
+            tell(NOD_LintCode::Z410, one.left,
+                 "the expression " + one.left + ": " + NODfaultText(fault));
         }
     } else if (!myNames.isKnown(one.left, myContext.block(myCondition.block).depth)) {
         const bool expressionFlag = one.left.find_first_of("()`$+*/\" ") != std::string::npos;

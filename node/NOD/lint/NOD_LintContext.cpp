@@ -1,7 +1,6 @@
 #include <KIT/KIT_Nearest.h>
+#include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
-
-#include <TRK/TRK_Expression.h>
 
 #include <algorithm>
 #include <memory>
@@ -156,13 +155,7 @@ std::optional<NOD_LintEdit> NOD_LintContext::replacePart(int token, std::size_t 
                         at.begin + offset + length, text};
 }
 
-std::string NODexpressionFault(const std::string &text, std::size_t &place)
+std::string NODfaultText(const NOD_ExpressionFault &fault)
 {
-    const std::unique_ptr<TRK_Expression> compiled(TRK_Expression::compile(text.c_str()));
-    place = compiled->getErrorPosition();
-    if (!compiled->getError()) {
-        return "";
-    }
-    const std::string reason = compiled->getErrorText();
-    return reason.empty() ? "can't be read" : reason;
+    return fault.text.empty() ? "can't be read" : fault.text;
 }

@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+struct NOD_ExpressionFault;
+
 /// The rules by name; each is the number of its row.
 enum class NOD_LintCode
 {
@@ -91,5 +93,5 @@ void NODlintMenus(NOD_LintContext &context);
 void NODlintConditions(NOD_LintContext &context);
 void NODlintFiles(NOD_LintContext &context);
 
-/// Why an expression can't be read; "" if it can. `place` is the byte of the fault.
-std::string NODexpressionFault(const std::string &text, std::size_t &place);
+/// Why an expression can't be read.
+std::string NODfaultText(const NOD_ExpressionFault &fault);

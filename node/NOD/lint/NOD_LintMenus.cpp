@@ -1,7 +1,7 @@
 // Rules of menus: Z407 to Z409, and Z107 of their entries.
 
+#include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
-#include <NOD/lint/NOD_LintPythonPrivate.h>
 
 #include <TRK/TRK_Types.h>
 #include <ZEL/ZEL_ChoiceList.h>
@@ -56,11 +56,13 @@ void checkScript(NOD_LintContext &context, int number, const Entry &menu,
                  const ZEL_ChoiceList &made)
 {
     const int script = firstOf(context, menu) + 1;
+    NOD_ExpressionFault fault;
+    const auto isPython = [&] {
+        return NODcheckPythonScript(made.getScript().toStdString(), fault);
+    };
     if (made.getScriptLanguage() == TRK_SCRIPT_PYTHON) {
-        constexpr bool bodyFlag = true;
-        if (const std::string fault = NODpythonFault(made.getScript().toStdString(), bodyFlag);
-            !fault.empty()) {
-            context.add(NOD_LintCode::Z409, number, script, fault);
+        if (!isPython()) {
+            context.add(NOD_LintCode::Z409, number, script, fault.text);
         }
         return;
     }
@@ -69,8 +71,7 @@ void checkScript(NOD_LintContext &context, int number, const Entry &menu,
         languageFlag = languageFlag || context.tokens().text(i) == "language";
     }
     Extra extra;
-    constexpr bool bodyFlag = true;
-    if (!languageFlag && NODpythonFault(made.getScript().toStdString(), bodyFlag).empty()) {
+    if (!languageFlag && isPython()) {
         const int close = menu.last - 1;
         extra.fix = context.replace(close, close + 1, "language python }");
     }

@@ -1,9 +1,10 @@
 // Rules of values: Z301 to Z306, Z309 and Z310.
 
+#include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
-#include <NOD/lint/NOD_LintPythonPrivate.h>
 
 #include <KIT/KIT_String.h>
+#include <TRK/TRK_Manager.h>
 #include <TRK/TRK_Types.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Name.h>
@@ -107,7 +108,6 @@ public:
 
 private:
     void checkNumber(const std::string &text);
-    void checkBackticks(const std::string &text);
     void checkExpression(const std::string &text);
 
     NOD_LintContext &myContext;
@@ -126,14 +126,16 @@ void DefaultCheck::run()
     const TRK_StringMeaning meaning = myValue.getStringMeaning();
     const ZEL_Type &type = myOne.getType();
     if (meaning == TRK_MEANING_PYTHON) {
-        constexpr bool bodyFlag = false;
-        if (const std::string fault = NODpythonFault(text, bodyFlag); !fault.empty()) {
-            myContext.add(NOD_LintCode::Z306, myNumber, myToken, fault);
+        NOD_ExpressionFault fault;
+        if (!NODcheckExpression(text, TRK_LANGUAGE_PYTHON, fault)) {
+            myContext.add(NOD_LintCode::Z306, myNumber, myToken, fault.text);
         }
     } else if (meaning == TRK_MEANING_NATIVE) {
         checkExpression(text);
     } else if (meaning == TRK_MEANING_LITERAL && type.isStringType()) {
-        checkBackticks(text);
+        TRK_Manager::forEachExpression(text.c_str(), [this](std::string_view expression) {
+            checkExpression(std::string(expression));
+        });
     } else if (meaning == TRK_MEANING_LITERAL && (type.isFloatType() || type.isOrdinalType())) {
         checkNumber(text);
     }
@@ -161,32 +163,19 @@ void DefaultCheck::checkNumber(const std::string &text)
     }
 }
 
-/// Expressions within a text.
-void DefaultCheck::checkBackticks(const std::string &text)
-{
-    for (std::size_t open = text.find('`'); open != std::string::npos;) {
-        const std::size_t close = text.find('`', open + 1);
-        if (close == std::string::npos) {
-            return; // a text with one backtick has no expression
-        }
-        checkExpression(text.substr(open + 1, close - open - 1));
-        open = text.find('`', close + 1);
-    }
-}
-
 void DefaultCheck::checkExpression(const std::string &text)
 {
-    std::size_t place = 0;
-    const std::string fault = NODexpressionFault(text, place);
-    if (fault.empty()) {
+    NOD_ExpressionFault fault;
+    if (NODcheckExpression(text, TRK_LANGUAGE_NATIVE, fault)) {
         return;
     }
     Extra extra;
     const std::size_t start = myContext.tokens().text(myToken).find(text);
-    extra.offset =
-        start == std::string_view::npos ? 0 : myContext.tokens().rawOffset(myToken, start + place);
-    myContext.add(NOD_LintCode::Z302, myNumber, myToken, "the expression " + text + ": " + fault,
-                  extra);
+    extra.offset = start == std::string_view::npos
+                       ? 0
+                       : myContext.tokens().rawOffset(myToken, start + fault.offset);
+    myContext.add(NOD_LintCode::Z302, myNumber, myToken,
+                  "the expression " + text + ": " + NODfaultText(fault), extra);
 }
 
 void checkDefaults(NOD_LintContext &context, int number)
