@@ -26,6 +26,7 @@
 #include <KIT/KIT_ErrorManager.h>
 #include <NOD/NOD_API.h>
 
+class NOD_Interface;
 class NOD_Report;
 class ZEL_Template;
 
@@ -37,3 +38,7 @@ NOD_API int NODcheckInterface(const ZEL_Template *templates, NOD_Report &report,
 /// else says why.
 NOD_API int NODcheckMenuScripts(const ZEL_Template *templates, NOD_Report &report,
                                 KIT_ErrorSeverity severity = KIT_ERROR_WARNING);
+/// Warns of names of a script's parameters that can't be used everywhere, with their lines: one that the text
+/// form can't hold, one whose expression no channel can hold. In a block, those of the last item that it
+/// begins with.
+NOD_API void NODcheckNames(const NOD_Interface &script, NOD_Report &report);

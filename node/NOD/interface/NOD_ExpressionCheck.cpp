@@ -5,6 +5,7 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/interface/NOD_ScriptDetailPrivate.h>
+#include <NOD/interface/NOD_ScriptParmsPrivate.h>
 #include <NOD/interface/NOD_TemplateFieldsPrivate.h>
 #include <SNK/SNK_CompiledCode.h>
 #include <SNK/SNK_Python.h>
@@ -14,7 +15,6 @@
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_ConditionalSwitcher.h>
 #include <ZEL/ZEL_Parm.h>
-#include <ZEL/ZEL_ScriptGroup.h>
 #include <ZEL/ZEL_ScriptPage.h>
 #include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_Template.h>
@@ -130,7 +130,6 @@ private:
     void checkCondition(const ZEL_Template &one, const ZEL_ConditionalBase *base);
     void check(const Written &written, TRK_ExprLanguage language);
     void add(const Written &written, const NOD_ExpressionFault &fault);
-    void collect(const ZEL_ScriptPage &page);
     void open();
     const NOD_ScriptShape::Block *findBlock(const Written &written);
     std::shared_ptr<const KIT_MessageDetail> find(const Written &written, std::size_t offset);
@@ -140,7 +139,7 @@ private:
     KIT_ErrorSeverity mySeverity;
     int myFaults = 0;
     std::vector<const ZEL_Template *> myArrays; ///< around the present one
-    std::unordered_map<const ZEL_Name *, const ZEL_ScriptParm *> myParms;
+    NOD_ScriptParms myParms;
     std::optional<NOD_ScriptTokens> myTokens; ///< with the first fault
     std::optional<NOD_ScriptShape> myShape;
     std::unordered_multimap<int, const NOD_ScriptShape::Block *> myBlocks; ///< by line
@@ -270,24 +269,12 @@ void Check::add(const Written &written, const NOD_ExpressionFault &fault)
 // Where it is written
 // ---------------------------------------------------------------------- //
 
-void Check::collect(const ZEL_ScriptPage &page)
-{
-    for (int i = 0; i < page.getParmEntries(); ++i) {
-        const ZEL_ScriptParm &parm = *page.getParm(i);
-        myParms[&parm.getName()] = &parm;
-        const ZEL_ScriptGroup *const group = parm.getGroup();
-        for (int k = 0; group && k < group->getPageCount(); ++k) {
-            collect(*group->getPage(k));
-        }
-    }
-}
-
 void Check::open()
 {
     if (myTokens || !myScript.getPage()) {
         return;
     }
-    collect(*myScript.getPage());
+    myParms = NODscriptParms(myScript);
     myTokens.emplace(myScript.getText(), myScript.getFile(), NOD_Interface::Includes::ANY);
     if (myTokens->isWhole()) {
         myShape.emplace(*myTokens);
