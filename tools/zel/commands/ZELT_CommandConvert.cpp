@@ -72,8 +72,8 @@ int convert(const Call &given, const ZELT_Options &, ZELT_Messages &messages)
     }
     std::ostringstream os;
     const bool binaryFlag = call.form == "binary" || call.compact;
-    const bool written =
-        stream.write(os, binaryFlag ? ZEL_ParmStream::Form::BINARY : ZEL_ParmStream::Form::TEXT);
+    const bool written = stream.write(os, binaryFlag ? ZEL_ParmStream::Form::BINARY
+                                                     : ZEL_ParmStream::Form::MARKED_TEXT);
     if (!ZELTtakeFault(from, written ? "" : "can't be converted", messages)) {
         return 1;
     }
