@@ -30,3 +30,7 @@ NODcheckScriptFile(const std::string &path, NOD_Report &report,
 NOD_API std::shared_ptr<const NOD_Interface>
 NODcheckScript(std::string_view text, const std::string &name, NOD_Report &report,
                NOD_Interface::Includes includes = NOD_Interface::Includes::ANY);
+/// What is wrong with what a script describes, though it can be read: its names, templates, menus and
+/// expressions, each once, as warnings with the script's file.
+NOD_API void NODcheckDescription(const NOD_Interface &script, const std::string &file,
+                                 NOD_Report &report);

@@ -275,7 +275,7 @@ void Check::open()
         return;
     }
     myParms = NODscriptParms(myScript);
-    myTokens.emplace(myScript.getText(), myScript.getFile(), NOD_Interface::Includes::ANY);
+    myTokens.emplace(myScript.getText(), myScript.getFile(), myScript.getIncludes());
     if (myTokens->isWhole()) {
         myShape.emplace(*myTokens);
         for (const NOD_ScriptShape::Block &block : myShape->getBlocks()) {

@@ -118,11 +118,11 @@ int NOD_ScriptTokens::fileOf(const char *name, std::string_view text)
     if (last >= 0 && myFiles[std::size_t(last)].text.data() == text.data()) {
         return last;
     }
-    for (int i = int(myFiles.size()); i-- > 0;) {
-        if (myFiles[std::size_t(i)].text.data() == text.data()) {
-            return i;
-        }
+    const auto [found, newFlag] = myFilesByText.try_emplace(text.data(), int(myFiles.size()));
+    if (!newFlag) {
+        return found->second;
     }
+    myFilesByName[name] = found->second;
     File file = {name, text, {}, {}};
     TOK_Place place;
     for (int level = 0; myStream->getIncluder(level, place); ++level) {
@@ -136,16 +136,15 @@ int NOD_ScriptTokens::fileOf(const char *name, std::string_view text)
 
 int NOD_ScriptTokens::find(const std::string &file, std::size_t offset) const
 {
-    for (int i = int(myFiles.size()); i-- > 0;) {
-        const File &one = myFiles[std::size_t(i)];
-        if (one.name == file) {
-            const auto after = std::upper_bound(
-                one.tokens.begin(), one.tokens.end(), offset,
-                [this](std::size_t at, int token) { return at < (*this)[token].begin; });
-            return after == one.tokens.begin() ? -1 : *(after - 1);
-        }
+    const auto found = myFilesByName.find(file);
+    if (found == myFilesByName.end()) {
+        return -1;
     }
-    return -1;
+    const File &one = myFiles[std::size_t(found->second)];
+    const auto after =
+        std::upper_bound(one.tokens.begin(), one.tokens.end(), offset,
+                         [this](std::size_t at, int token) { return at < (*this)[token].begin; });
+    return after == one.tokens.begin() ? -1 : *(after - 1);
 }
 
 KIT_MessagePlace NOD_ScriptTokens::getPlace(int first, int last) const

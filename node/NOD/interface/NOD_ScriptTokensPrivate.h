@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 struct NOD_ScriptToken
@@ -38,8 +39,8 @@ struct NOD_ScriptToken
 class NOD_ScriptTokens
 {
 public:
-    static constexpr int theMostTokens = 1000000;
-    static constexpr std::size_t theMostBytes = std::size_t(1) << 24;
+    static constexpr int theMostTokens = 4000000;
+    static constexpr std::size_t theMostBytes = std::size_t(1) << 26;
 
     NOD_ScriptTokens(std::string_view text, const std::string &name,
                      NOD_Interface::Includes includes);
@@ -82,6 +83,8 @@ private:
 
     std::unique_ptr<Stream> myStream;
     std::vector<File> myFiles;
+    std::unordered_map<const char *, int> myFilesByText;
+    std::unordered_map<std::string, int> myFilesByName; ///< the last of the name
     std::vector<NOD_ScriptToken> myTokens;
     NOD_Report myMessages;
     bool myWholeFlag = true;

@@ -293,8 +293,8 @@ void NOD_LintWalk::skipCondition()
 // What the library made of it
 // ---------------------------------------------------------------------- //
 
-NOD_LintScript::NOD_LintScript(const NOD_Interface &script, NOD_Interface::Includes includes)
-    : myInterface(script), myTokens(script.getText(), script.getFile(), includes)
+NOD_LintScript::NOD_LintScript(const NOD_Interface &script)
+    : myInterface(script), myTokens(script.getText(), script.getFile(), script.getIncludes())
 {
     NOD_LintWalk(*this).run();
     if (script.getPage()) {

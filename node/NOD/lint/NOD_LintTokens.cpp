@@ -100,26 +100,6 @@ std::size_t NOD_LintTokens::rawOffset(int token, std::size_t offset) const
     return std::min(at, written.size());
 }
 
-int NOD_LintTokens::getColumn(int file, std::size_t offset) const
-{
-    const std::string_view text = myFiles[std::size_t(file)].text;
-    offset = std::min(offset, text.size());
-    if (myColumn.file != file || myColumn.offset > offset) {
-        const std::size_t before =
-            offset == 0 ? std::string_view::npos : text.rfind('\n', offset - 1);
-        const std::string_view mark = KIT_IStream::theByteOrderMark;
-        const bool markFlag =
-            before == std::string_view::npos && text.substr(0, mark.size()) == mark;
-        myColumn = {file, markFlag ? std::min(mark.size(), offset) : before + 1, 1};
-    }
-    for (; myColumn.offset < offset; ++myColumn.offset) {
-        const char c = text[myColumn.offset];
-        const bool firstByteFlag = (static_cast<unsigned char>(c) & 0xc0) != 0x80;
-        myColumn.column = c == '\n' ? 1 : myColumn.column + firstByteFlag;
-    }
-    return myColumn.column;
-}
-
 // ---------------------------------------------------------------------- //
 // Comments
 // ---------------------------------------------------------------------- //
