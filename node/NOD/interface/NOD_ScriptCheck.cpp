@@ -144,6 +144,7 @@ void Pass::judge(int block)
     std::vector<Placed> all;
     myNamed = false;
     Part part = {0, 0, findNamed(block, dropped), -1, -1};
+    bool droppedFlag = false; // a name may be missing after the last one
     do {
         part.end = findEnd(block, part.begin);
         std::vector<Placed> said;
@@ -158,7 +159,7 @@ void Pass::judge(int block)
             all.push_back(std::move(said.back()));
             continue; // without it
         }
-        const bool droppedFlag = stop >= part.begin && !dropped[std::size_t(stop)];
+        droppedFlag = stop >= part.begin && !dropped[std::size_t(stop)];
         const int end = droppedFlag ? stop + 1 : part.end;
         for (int i = part.begin; i < end; ++i) {
             keepContext(block, i, dropped, part);
@@ -171,7 +172,7 @@ void Pass::judge(int block)
             dropped[std::size_t(stop)] = true;
         }
         part.begin = end;
-    } while (part.begin < int(statements.size()) && !isSpent());
+    } while ((part.begin < int(statements.size()) || droppedFlag) && !isSpent());
     leaveRepeats(block, dropped, all);
     std::move(all.begin(), all.end(), std::back_inserter(myPlaced));
 }
