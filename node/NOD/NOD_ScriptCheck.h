@@ -11,7 +11,7 @@
 /// After a mistake reading goes on where the grammar is certain: with the next statement of the block, and
 /// with the block in which indentation and keywords put it where a brace is missing or too many. So
 /// mistakes that have nothing to do with each other are told each, and what follows from one isn't.
-/// Of a script of more than a million tokens or 16 MB only the reader's messages are
+/// Of a script of more than four million tokens or 64 MB only the reader's messages are
 /// told, with the places of the tokens where it noticed them.
 #pragma once
 

@@ -374,7 +374,7 @@ TEST(Lint, PlacesInMacrosIncludesAndWideCharacters)
     EXPECT_EQ(findings[0].message.detail->expected, std::vector<std::string>{"toggle"});
     EXPECT_EQ(findings[0].message.subject, "q");
     EXPECT_EQ(findings[3].message.detail->includedFrom.at(0).line, 2);
-    EXPECT_EQ(findings[0].message.detail->place.character, 29);
+    EXPECT_EQ(findings[0].message.detail->place.character, 30);
     // The byte order mark is no column.
     EXPECT_EQ(places(lintText("\xef\xbb\xbf{ name a label A } }")), "1:18 Z501");
 

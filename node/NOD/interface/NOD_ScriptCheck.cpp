@@ -170,6 +170,7 @@ void Pass::judge(int block)
         });
         if (droppedFlag) {
             dropped[std::size_t(stop)] = true;
+            myNamed = myNamed || isMeant(stop, block, "name");
         }
         part.begin = end;
     } while ((part.begin < int(statements.size()) || droppedFlag) && !isSpent());

@@ -21,10 +21,19 @@ namespace
 constexpr NOD_LintLevel HINT = NOD_LintLevel::HINT;
 constexpr NOD_LintLevel WARNING = NOD_LintLevel::WARNING;
 constexpr NOD_LintLevel ERROR = NOD_LintLevel::ERROR;
-constexpr const char *NO_FIX = nullptr;
-constexpr const char *FIX(const char *changes)
+struct Fix
 {
-    return changes;
+    bool usualFlag;
+    const char *changes;
+};
+constexpr Fix NO_FIX = {false, ""};
+constexpr Fix FIX(const char *changes)
+{
+    return {true, changes};
+}
+constexpr Fix SOME_FIX(const char *changes)
+{
+    return {false, changes};
 }
 
 constexpr void (*theSubjects[])(NOD_LintContext &) = {
@@ -61,7 +70,7 @@ const std::vector<NOD_LintRule> &NODlintRules()
 {
     static const std::vector<NOD_LintRule> theRules = {
 #define NOD_LINT_RULE(code, name, level, fix, sentence, example, mended)                           \
-    {#code, name, level, (fix) != nullptr, (fix) ? (fix) : "", sentence, example, mended},
+    {#code, name, level, (fix).usualFlag, (fix).changes, sentence, example, mended},
 #include <NOD/lint/NOD_LintRules.def>
     };
     return theRules;
