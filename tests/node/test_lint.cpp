@@ -266,6 +266,11 @@ TEST(Lint, Values)
              Case{"parm { name a label A type float default { \"ch(\\\"b\\\") + (1\" } }\n",
                   "3:59 Z302"},
              Case{"parm { name a label A type float default { \"$F * 2\" } }\n", ""},
+             // Escapes are longer than what they mean, and some mean themselves.
+             Case{"parm { name a label A type float default { \"\\061 + \\061 +\" } }\n",
+                  "3:57 Z302"},
+             Case{"parm { name a label A type string default { \"\\q\\101`1 +`\" } }\n",
+                  "3:55 Z302"},
              Case{"parm { name a label A type string default { \"f`1 +`.pic\" } }\n", "3:51 Z302"},
              Case{"parm { name a label A type string default { \"it`s\" } }\n", ""},
              Case{"parm { name a label A type toggle default { on } }\n", ""},

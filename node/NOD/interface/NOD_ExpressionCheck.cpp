@@ -284,16 +284,6 @@ void Check::open()
     }
 }
 
-/// Where an offset of the text behind escapes is in what stands in the script.
-std::size_t rawOffset(std::string_view raw, std::size_t offset)
-{
-    std::size_t at = 0;
-    for (; at < raw.size() && offset > 0; --offset) {
-        at += raw[at] == '\\' && at + 1 < raw.size() ? 2 : 1;
-    }
-    return std::min(at, raw.size());
-}
-
 std::string unescaped(const std::string &raw)
 {
     KIT_String text(raw);
@@ -337,7 +327,7 @@ std::shared_ptr<const KIT_MessageDetail> Check::find(const Written &written, std
             const std::string &raw = (*myTokens)[i].text;
             const std::size_t at = unescaped(raw).find(written.text);
             if (at != std::string::npos) {
-                detail->place = myTokens->getPlaceIn(i, rawOffset(raw, at + offset));
+                detail->place = myTokens->getPlaceIn(i, NODrawOffset(raw, at + offset));
                 return detail;
             }
         }

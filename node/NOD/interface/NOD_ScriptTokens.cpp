@@ -34,6 +34,28 @@ int indentOf(std::string_view text, std::size_t offset)
 
 } // namespace
 
+std::size_t NODrawOffset(std::string_view written, std::size_t offset)
+{
+    constexpr std::size_t theLetter = 2; // bytes of an escape of a letter
+    constexpr std::size_t theOctal = 4;
+    const auto isEscape = [written](std::size_t at, std::size_t size) {
+        KIT_String text(std::string(written.substr(at, size)));
+        return text.length() == size && text.expandControlSequences() == 1 && text.length() == 1;
+    };
+    std::size_t at = 0;
+    for (std::size_t meant = 0; at < written.size() && meant < offset; ++meant) {
+        if (written[at] != '\\') {
+            ++at;
+        } else if (isEscape(at, theLetter) || isEscape(at, theOctal)) {
+            at += isEscape(at, theLetter) ? theLetter : theOctal;
+        } else {
+            // Both bytes stay, and the second one begins no escape.
+            at += ++meant < offset ? theLetter : 1;
+        }
+    }
+    return std::min(at, written.size());
+}
+
 /// Keeps what the preprocessor says, but for open texts, which the tokens tell.
 class NOD_ScriptTokens::Stream : public NOD_ScriptStream
 {

@@ -36,6 +36,10 @@ struct NOD_ScriptToken
     bool is(std::string_view word) const { return !quotedFlag && text == word; }
 };
 
+/// Where a byte of what a text means is in the text as it is written, without quotes: the offset behind escapes that
+/// KIT_String::expandControlSequences resolves.
+std::size_t NODrawOffset(std::string_view written, std::size_t offset);
+
 class NOD_ScriptTokens
 {
 public:
