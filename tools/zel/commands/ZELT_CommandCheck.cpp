@@ -61,8 +61,9 @@ void print(const std::string &file, const Result &result)
     }
     const std::size_t count = result.findings.size();
     std::cout << file << ": "
-              << (count == 0 ? "ok"
-                             : std::to_string(count) + (count == 1 ? " finding" : " findings"))
+              << (result.goodFlag ? "ok"
+                  : count == 0    ? "not judged"
+                                  : std::to_string(count) + (count == 1 ? " finding" : " findings"))
               << ", " << result.script->getParmCount() << " parameters\n";
     ZELTprintLint(result.findings);
 }
