@@ -72,7 +72,7 @@ public:
 
 private:
     static constexpr std::size_t theMostMessages = 1000;
-    static constexpr std::size_t theMostWork = 4000000; ///< tokens that are read
+    static constexpr std::size_t theMostWork = 16000000; ///< tokens that are read
 
     /// Statements that are read together, and those on which their meaning depends.
     struct Part
