@@ -1,18 +1,34 @@
 /// \file ZELT_Lint.h
-/// What commands that judge scripts share: the configuration file and how findings are shown.
+/// What commands that judge scripts share: their options, the configuration file and how findings are shown.
 ///
 /// Errors:     false after a message.
 #pragma once
 
+#include "ZELT_Command.h"
 #include "ZELT_Json.h"
 
 #include <NOD/NOD_Lint.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 class ZELT_Messages;
 
+/// Which rules a command line wants.
+struct ZELT_LintCall
+{
+    std::vector<std::string> disabled;
+    std::vector<std::string> only;
+    std::string level;
+};
+
+/// Adds --disable, --only and --level; with `needed` they go with that option only.
+void ZELTaddLintOptions(ZELT_Command command, ZELT_LintCall &call,
+                        const std::optional<ZELT_Option> &needed = std::nullopt);
+/// Adds what the command line says to what a configuration file said.
+bool ZELTreadLintOptions(const ZELT_LintCall &call, NOD_LintOptions &options,
+                         ZELT_Messages &messages);
 /// Adds what the file `.zel-lint` in the folder of a script says, if there is one.
 bool ZELTreadLintFile(const std::string &script, NOD_LintOptions &options, ZELT_Messages &messages);
 

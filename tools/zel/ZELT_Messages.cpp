@@ -97,6 +97,23 @@ void addDetail(ZELT_Json &json, const KIT_MessageDetail &detail)
     }
 }
 
+ZELT_Json asJson(const std::string &severity, const std::string &category, int code,
+                 const std::string &file, int line, const std::string &text,
+                 const KIT_MessageDetail *detail)
+{
+    ZELT_Json json;
+    json["severity"] = severity;
+    json["category"] = category;
+    json["code"] = code;
+    json["file"] = file.empty() ? ZELT_Json() : ZELT_Json(file);
+    json["line"] = line > 0 ? ZELT_Json(line) : ZELT_Json();
+    json["text"] = text;
+    if (detail) {
+        addDetail(json, *detail);
+    }
+    return json;
+}
+
 /// `file:line:column`, as much of it as is known.
 std::string asPosition(const KIT_MessagePlace &place)
 {
@@ -171,6 +188,12 @@ std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
 
 } // namespace
 
+ZELT_Json ZELTmessageJson(const NOD_Message &message)
+{
+    return asJson(severityWord(message.severity), message.category, message.code, message.file,
+                  message.line, message.text, message.detail.get());
+}
+
 ZELT_Messages::ZELT_Messages()
 {
     setForm("auto");
@@ -243,17 +266,7 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
         std::cerr << ZELTprintable(asText(word, place, number, rest)) << '\n';
         return;
     }
-    ZELT_Json json;
-    json["severity"] = word;
-    json["category"] = category;
-    json["code"] = code;
-    json["file"] = place.empty() ? ZELT_Json() : ZELT_Json(place);
-    json["line"] = number > 0 ? ZELT_Json(number) : ZELT_Json();
-    json["text"] = rest;
-    if (detail) {
-        addDetail(json, *detail);
-    }
-    std::cerr << ZELTjsonText(json) << '\n';
+    std::cerr << ZELTjsonText(asJson(word, category, code, place, number, rest, detail)) << '\n';
 }
 
 void ZELT_Messages::add(const NOD_Report &report)

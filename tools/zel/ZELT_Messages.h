@@ -13,6 +13,8 @@
 /// also "place", "subject", "hint", "found", "expected", "related", "includedFrom" and "fixes".
 #pragma once
 
+#include "ZELT_Json.h"
+
 #include <KIT/KIT_ErrorManager.h>
 
 #include <mutex>
@@ -21,6 +23,10 @@
 
 class NOD_Report;
 struct KIT_MessageDetail;
+struct NOD_Message;
+
+/// A message as it is printed with --json.
+ZELT_Json ZELTmessageJson(const NOD_Message &message);
 
 class ZELT_Messages
 {

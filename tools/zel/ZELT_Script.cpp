@@ -4,7 +4,6 @@
 
 #include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Report.h>
-#include <NOD/NOD_ScriptCheck.h>
 
 #include <iostream>
 #include <iterator>
@@ -36,18 +35,6 @@ ZELT_ScriptPtr ZELTloadScript(const std::string &file, NOD_Report &report)
         return NOD_Interface::fromText(text, file, report);
     }
     return NOD_Interface::fromFile(file, report);
-}
-
-ZELT_ScriptPtr ZELTcheckScript(const std::string &file, ZELT_Messages &messages)
-{
-    return reported(messages, [&](NOD_Report &report) { return NODcheckScriptFile(file, report); });
-}
-
-ZELT_ScriptPtr ZELTcheckScriptText(const std::string &text, const std::string &name,
-                                   ZELT_Messages &messages)
-{
-    return reported(messages,
-                    [&](NOD_Report &report) { return NODcheckScript(text, name, report); });
 }
 
 ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &name,

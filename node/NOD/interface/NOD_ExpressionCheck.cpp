@@ -275,23 +275,13 @@ void Check::open()
         return;
     }
     myParms = NODscriptParms(myScript);
-    myTokens.emplace(myScript.getText(), myScript.getFile(), NOD_Interface::Includes::ANY);
+    myTokens.emplace(myScript.getText(), myScript.getFile(), myScript.getIncludes());
     if (myTokens->isWhole()) {
         myShape.emplace(*myTokens);
         for (const NOD_ScriptShape::Block &block : myShape->getBlocks()) {
             myBlocks.emplace((*myTokens)[block.header].line, &block);
         }
     }
-}
-
-/// Where an offset of the text behind escapes is in what stands in the script.
-std::size_t rawOffset(std::string_view raw, std::size_t offset)
-{
-    std::size_t at = 0;
-    for (; at < raw.size() && offset > 0; --offset) {
-        at += raw[at] == '\\' && at + 1 < raw.size() ? 2 : 1;
-    }
-    return std::min(at, raw.size());
 }
 
 std::string unescaped(const std::string &raw)
@@ -337,7 +327,7 @@ std::shared_ptr<const KIT_MessageDetail> Check::find(const Written &written, std
             const std::string &raw = (*myTokens)[i].text;
             const std::size_t at = unescaped(raw).find(written.text);
             if (at != std::string::npos) {
-                detail->place = myTokens->getPlaceIn(i, rawOffset(raw, at + offset));
+                detail->place = myTokens->getPlaceIn(i, NODrawOffset(raw, at + offset));
                 return detail;
             }
         }

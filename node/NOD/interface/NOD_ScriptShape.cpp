@@ -110,7 +110,8 @@ NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const st
 const NOD_ScriptWord *NOD_ScriptShape::findNearest(const std::string &word, bool inParm)
 {
     const auto [found, newFlag] = myNearest[inParm ? 1 : 0].try_emplace(word, nullptr);
-    if (newFlag) {
+    constexpr std::size_t theMost = 20000; // words that are compared
+    if (newFlag && myNearest[inParm ? 1 : 0].size() <= theMost) {
         const std::string *const nearest = KITnearestWord(word, NODgetScriptWords(inParm));
         found->second = nearest ? NODfindScriptWord(*nearest, inParm) : nullptr;
     }
@@ -205,17 +206,19 @@ bool NOD_ScriptShape::readClose(int block)
 }
 
 /// Whether the first statement that begins a line of its own is further in than the block's first line.
-bool NOD_ScriptShape::isIndented(int block) const
+bool NOD_ScriptShape::isIndented(int block)
 {
-    const Block &own = myBlocks[std::size_t(block)];
+    Block &own = myBlocks[std::size_t(block)];
     const NOD_ScriptToken &header = myTokens[own.header];
-    for (const Statement &one : own.statements) {
-        const NOD_ScriptToken &first = myTokens[one.begin];
+    for (; own.looked < own.statements.size(); ++own.looked) {
+        const NOD_ScriptToken &first = myTokens[own.statements[own.looked].begin];
+        own.indentedFlag = true; // all so far on the first line
         if (first.firstFlag && first.line != header.line) {
-            return first.indent > header.indent;
+            own.indentedFlag = first.indent > header.indent;
+            break;
         }
     }
-    return !own.statements.empty(); // all of them on the first line
+    return own.indentedFlag;
 }
 
 /// Whether the token begins a line that is further out than the one of a keyword, or as far.
@@ -227,7 +230,7 @@ bool NOD_ScriptShape::isFurtherOut(int header, bool inclusive) const
 }
 
 /// Whether the token belongs to a block around this one.
-bool NOD_ScriptShape::endsHere(int block) const
+bool NOD_ScriptShape::endsHere(int block)
 {
     const Block &own = myBlocks[std::size_t(block)];
     if (own.parent < 0) {
@@ -461,16 +464,17 @@ bool NOD_ScriptShape::openBlock(int block, int header)
     // The values stand in this line, or in those up to a brace that nothing else has opened.
     const bool inParm = block < 0 || myBlocks[std::size_t(block)].parmFlag;
     const int line = myTokens[header].line;
+    constexpr int theMostValues = 1000; // so that no keyword looks at the whole rest
+    const int end = std::min(myTokens.size(), myAt + theMostValues);
     int after = myAt;
-    for (; after < myTokens.size() && !myTokens[after].is("}") && !myTokens[after].is("{");
-         ++after) {
+    for (; after < end && !myTokens[after].is("}") && !myTokens[after].is("{"); ++after) {
         const NOD_ScriptToken &one = myTokens[after];
         if (one.firstFlag && !one.quotedFlag && NODfindScriptWord(one.text, inParm)) {
             break;
         }
     }
     const bool closeFlag =
-        after < myTokens.size() && myTokens[after].is("}") &&
+        after < end && myTokens[after].is("}") &&
         (myTokens[after].line == line ||
          (myTokens[after].firstFlag && myTokens[after].indent == myTokens[header].indent));
     if (closeFlag) {
