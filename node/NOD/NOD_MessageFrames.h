@@ -44,6 +44,7 @@ private:
         std::size_t size = 0; ///< of the header, with the empty line; 0 for none
         std::size_t length = 0;
         const char *fault = nullptr;
+        std::size_t skip = 1; ///< after a fault, where the next header may begin
     };
 
     std::string_view rest() const { return std::string_view(myBytes).substr(myBegin); }

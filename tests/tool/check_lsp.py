@@ -20,6 +20,7 @@ The answers are written in SESSION.out, with $FOLDER for the folder.
 
 import json
 import os
+import signal
 import subprocess
 import sys
 
@@ -161,9 +162,11 @@ def frames(text):
 
 
 def main():
-    zel, folder, path = sys.argv[1:4]
+    zel, folder, path = (os.path.abspath(path) for path in sys.argv[1:4])
     server = Server(zel, folder)
     code = None
+    signal.signal(signal.SIGALRM, lambda *_: sys.exit("no answer:\n" + "\n".join(server.out)))
+    signal.alarm(240)
     with open(path, encoding="utf-8") as session:
         for line in session:
             if not line.strip():
@@ -187,9 +190,10 @@ def main():
     with open(golden, encoding="utf-8") as file:
         expected = file.read()
     if text != expected:
-        with open("lsp.actual", "w", encoding="utf-8") as file:
+        name = os.path.basename(golden) + ".actual"
+        with open(name, "w", encoding="utf-8") as file:
             file.write(text)
-        subprocess.run(["diff", "-u", golden, "lsp.actual"], check=False)
+        subprocess.run(["diff", "-u", golden, name], check=False)
         raise SystemExit("the answers differ from " + golden)
 
 

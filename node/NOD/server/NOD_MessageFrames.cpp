@@ -112,6 +112,7 @@ NOD_MessageFrames::Header NOD_MessageFrames::readHeader() const
         if (sameLetters(line.substr(0, colon + 1), theName)) {
             const std::size_t value = line.find_first_not_of(' ', colon + 1);
             header.fault = readLength(line.substr(std::min(value, line.size())), header.length);
+            header.skip = at;
             lengthFlag = true;
         }
     }
@@ -145,7 +146,7 @@ NOD_MessageFrames::Result NOD_MessageFrames::next(std::string &text)
     }
     const Header header = readHeader();
     if (header.fault) {
-        return skipToHeader(std::max<std::size_t>(header.size, 1), header.fault, text);
+        return skipToHeader(header.skip, header.fault, text);
     }
     if (header.size == 0) {
         return Result::NOTHING;

@@ -243,7 +243,7 @@ bool NOD_ScriptServer::Private::mustWait(const Request &request, const Json &par
 {
     NOD_ServerDocument &document = myWorkspace.get(params);
     return request.passFlag && myStage == Stage::READY &&
-           (myRunningFlag || (document.isDue() && !document.getPass()));
+           (myRunningFlag || document.isDue());
 }
 
 /// Those for which nothing more has to be read, or all of them when the server ends.
@@ -321,7 +321,6 @@ void NOD_ScriptServer::Private::change(const Json &params)
 void NOD_ScriptServer::Private::close(const Json &params)
 {
     NOD_ServerDocument &document = myWorkspace.get(params);
-    const Json cleared = NODserverDiagnostics(myWorkspace, document, nullptr);
     const std::string uri = document.getUri();
     myWorkspace.close(uri);
     notify("textDocument/publishDiagnostics", {{"uri", uri}, {"diagnostics", Json::array()}});

@@ -319,6 +319,9 @@ void Completer::addKeywords(const Source &before)
         if (block.parmFlag || importFlag || !NODisImportKeyword(word)) {
             const char *const doc = NODfindKeywordDoc(word, block.parmFlag);
             add(word, KEYWORD, "", doc ? doc : "");
+            if (NODfindScriptWord(word, block.parmFlag)->form == NOD_ScriptWord::SKIPPED) {
+                myItems.back()["sortText"] = "~" + word; // last
+            }
         }
     }
 }

@@ -4,6 +4,8 @@
 #include <NOD/NOD_ScriptFormat.h>
 #include <NOD/server/NOD_ServerWorkspacePrivate.h>
 
+#include <algorithm>
+
 namespace
 {
 
@@ -16,9 +18,13 @@ std::string formatted(NOD_ServerWorkspace &workspace, NOD_ServerDocument &docume
     const std::string &text = document.file()->getText().get();
     if (!NODformatScript(text, document.getPath(), {}, result, report,
                          workspace.includesFor(document))) {
-        const std::string why =
-            report.isEmpty() ? std::string() : ": " + report.getMessages().front().asText();
-        throw NOD_ServerError{NOD_ServerError::REQUEST_FAILED, "can't be laid out" + why};
+        const std::vector<NOD_Message> &all = report.getMessages();
+        const auto first = std::find_if(all.begin(), all.end(), [](const NOD_Message &one) {
+            return one.severity >= KIT_ERROR_ABORT;
+        });
+        throw NOD_ServerError{NOD_ServerError::REQUEST_FAILED,
+                              "can't be laid out" +
+                                  (first == all.end() ? "" : ": " + first->asText())};
     }
     return result;
 }
