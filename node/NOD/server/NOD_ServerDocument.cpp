@@ -27,6 +27,7 @@ void NOD_ServerDocument::change(const NOD_ServerJson &changes, long version)
     myPass.reset();
     myDueFlag = true;
     if (!changes.is_array()) {
+        myLostFlag = true;
         throw NOD_ServerError{NOD_ServerError::INVALID_PARAMS, "contentChanges is no array"};
     }
     for (const NOD_ServerJson &one : changes) {
