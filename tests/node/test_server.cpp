@@ -212,7 +212,7 @@ TEST(Server, LargeAndDeepDocumentsAreAnswered)
 {
     ServerClient client;
     std::string large = "{ name large\n";
-    while (large.size() < 50000000) {
+    while (large.size() < 18000000) {
         large += "parm { name \"a" + std::to_string(large.size()) + "\" type float }\n";
     }
     client.open(theUri, large + "}");

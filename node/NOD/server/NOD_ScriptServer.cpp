@@ -242,8 +242,7 @@ void NOD_ScriptServer::Private::answerRequest(const Json &id, const std::string 
 bool NOD_ScriptServer::Private::mustWait(const Request &request, const Json &params)
 {
     NOD_ServerDocument &document = myWorkspace.get(params);
-    return request.passFlag && myStage == Stage::READY &&
-           (myRunningFlag || document.isDue());
+    return request.passFlag && myStage == Stage::READY && (myRunningFlag || document.isDue());
 }
 
 /// Those for which nothing more has to be read, or all of them when the server ends.

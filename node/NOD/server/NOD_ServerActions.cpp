@@ -3,6 +3,7 @@
 #include <NOD/server/NOD_ServerWorkspacePrivate.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -33,33 +34,28 @@ Json workspaceEdit(const NOD_ServerDocument &document, Json edits)
     return {{"changes", changes}};
 }
 
-Json editsOf(const NOD_ServerPass &pass, const Finding::Fix &fix)
-{
-    Json edits = Json::array();
-    for (const Finding::Edit &edit : fix.edits) {
-        edits.push_back(NODserverEdit(pass.getText(), edit.begin, edit.end, edit.text));
-    }
-    return edits;
-}
-
 /// The safe fixes that don't touch each other; others are left for another round.
 Json allEdits(const NOD_ServerPass &pass)
 {
+    NOD_ServerTextWalk walk(pass.getText());
     Json edits = Json::array();
-    std::vector<Finding::Edit> made;
+    std::size_t end = 0;
+    bool firstFlag = true;
     for (const Finding &finding : pass.getFindings()) {
         if (finding.fixes.empty() || !finding.fixes.front().safeFlag) {
             continue;
         }
-        const std::vector<Finding::Edit> &own = finding.fixes.front().edits;
-        const bool freeFlag = std::all_of(own.begin(), own.end(), [&](const Finding::Edit &edit) {
-            return std::all_of(made.begin(), made.end(), [&](const Finding::Edit &other) {
-                return edit.end < other.begin || other.end < edit.begin;
+        const NOD_ServerFix &fix = finding.fixes.front();
+        const bool freeFlag =
+            std::all_of(fix.edits.begin(), fix.edits.end(), [&](const NOD_ServerFix::Edit &edit) {
+                return firstFlag || edit.begin > end;
             });
-        });
         if (freeFlag) {
-            made.insert(made.end(), own.begin(), own.end());
-            for (Json &edit : editsOf(pass, finding.fixes.front())) {
+            for (const NOD_ServerFix::Edit &edit : fix.edits) {
+                end = std::max(end, edit.end);
+            }
+            firstFlag = false;
+            for (Json &edit : NODserverEdits(walk, fix)) {
                 edits.push_back(std::move(edit));
             }
         }
@@ -81,17 +77,18 @@ NOD_ServerJson NODserverActions(NOD_ServerWorkspace &workspace, NOD_ServerDocume
     if (!pass) {
         return actions;
     }
+    NOD_ServerTextWalk walk(pass->getText());
     for (const Finding &finding : pass->getFindings()) {
         if (finding.begin > end || finding.end < begin || !isWanted(params, theFix)) {
             continue;
         }
-        for (const Finding::Fix &fix : finding.fixes) {
+        for (const NOD_ServerFix &fix : finding.fixes) {
             actions.push_back(
                 {{"title", fix.title},
                  {"kind", theFix},
                  {"isPreferred", fix.safeFlag && finding.fixes.size() == 1},
-                 {"diagnostics", {NODserverDiagnostic(workspace.client, *pass, finding)}},
-                 {"edit", workspaceEdit(document, editsOf(*pass, fix))}});
+                 {"diagnostics", {NODserverDiagnostic(workspace.client, *pass, walk, finding)}},
+                 {"edit", workspaceEdit(document, NODserverEdits(walk, fix))}});
         }
     }
     Json all = isWanted(params, theFixAll) ? allEdits(*pass) : Json::array();

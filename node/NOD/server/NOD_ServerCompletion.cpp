@@ -69,6 +69,7 @@ private:
     void add(const std::string &label, Kind kind, const std::string &detail = {},
              const std::string &doc = {});
 
+    const Json &range();
     bool addFiles(std::string_view line);
     void addFolder(const fs::path &folder);
     bool addCall(std::string_view line);
@@ -86,6 +87,7 @@ private:
     NOD_ServerFilePtr myFile;
     std::size_t myOffset;
     std::size_t myBegin; ///< of the word that is being written
+    Json myRange;        ///< of that word; null until it is asked for
     Json myItems = Json::array();
     std::set<std::string> myLabels;
 };
@@ -98,7 +100,7 @@ void Completer::add(const std::string &label, Kind kind, const std::string &deta
     }
     Json item = {{"label", label},
                  {"kind", int(kind)},
-                 {"textEdit", NODserverEdit(myFile->getText(), myBegin, myOffset, label)}};
+                 {"textEdit", {{"range", range()}, {"newText", label}}}};
     if (!detail.empty()) {
         item["detail"] = detail;
     }
@@ -106,6 +108,14 @@ void Completer::add(const std::string &label, Kind kind, const std::string &deta
         item["documentation"] = doc;
     }
     myItems.push_back(std::move(item));
+}
+
+const Json &Completer::range()
+{
+    if (myRange.is_null()) {
+        myRange = NODserverRange(myFile->getText(), myBegin, myOffset);
+    }
+    return myRange;
 }
 
 Json Completer::run()

@@ -13,12 +13,13 @@ Json asJson(NOD_ServerPosition at)
     return {{"line", at.line}, {"character", at.unit}};
 }
 
-Json relatedOf(const NOD_ServerPass &pass, const NOD_ServerFinding &finding)
+Json relatedOf(const NOD_ServerPass &pass, NOD_ServerTextWalk &walk,
+               const NOD_ServerFinding &finding)
 {
     Json all = Json::array();
     for (const NOD_ServerFinding::Related &one : finding.related) {
         Json location = {{"uri", pass.getUri()},
-                         {"range", NODserverRange(pass.getText(), one.begin, one.end)}};
+                         {"range", NODserverRange(walk, one.begin, one.end)}};
         if (!one.file.empty()) {
             location = {{"uri", NODserverUri(one.file)},
                         {"range", {{"start", asJson(one.from)}, {"end", asJson(one.to)}}}};
@@ -28,25 +29,31 @@ Json relatedOf(const NOD_ServerPass &pass, const NOD_ServerFinding &finding)
     return all;
 }
 
-Json fixesOf(const NOD_ServerPass &pass, const NOD_ServerFinding &finding)
+Json fixesOf(NOD_ServerTextWalk &walk, const NOD_ServerFinding &finding)
 {
     Json all = Json::array();
-    for (const NOD_ServerFinding::Fix &fix : finding.fixes) {
-        Json edits = Json::array();
-        for (const NOD_ServerFinding::Edit &edit : fix.edits) {
-            edits.push_back(NODserverEdit(pass.getText(), edit.begin, edit.end, edit.text));
-        }
-        all.push_back({{"title", fix.title}, {"edits", edits}, {"safe", fix.safeFlag}});
+    for (const NOD_ServerFix &fix : finding.fixes) {
+        all.push_back(
+            {{"title", fix.title}, {"edits", NODserverEdits(walk, fix)}, {"safe", fix.safeFlag}});
     }
     return {{"fixes", all}};
 }
 
 } // namespace
 
-NOD_ServerJson NODserverDiagnostic(const NOD_ServerClient &client, const NOD_ServerPass &pass,
-                                   const NOD_ServerFinding &finding)
+NOD_ServerJson NODserverEdits(NOD_ServerTextWalk &walk, const NOD_ServerFix &fix)
 {
-    Json one = {{"range", NODserverRange(pass.getText(), finding.begin, finding.end)},
+    Json edits = Json::array();
+    for (const NOD_ServerFix::Edit &edit : fix.edits) {
+        edits.push_back(NODserverEdit(walk, edit.begin, edit.end, edit.text));
+    }
+    return edits;
+}
+
+NOD_ServerJson NODserverDiagnostic(const NOD_ServerClient &client, const NOD_ServerPass &pass,
+                                   NOD_ServerTextWalk &walk, const NOD_ServerFinding &finding)
+{
+    Json one = {{"range", NODserverRange(walk, finding.begin, finding.end)},
                 {"severity", int(finding.severity)},
                 {"source", finding.source},
                 {"message", finding.text}};
@@ -54,10 +61,10 @@ NOD_ServerJson NODserverDiagnostic(const NOD_ServerClient &client, const NOD_Ser
         one["code"] = finding.code;
     }
     if (client.relatedFlag && !finding.related.empty()) {
-        one["relatedInformation"] = relatedOf(pass, finding);
+        one["relatedInformation"] = relatedOf(pass, walk, finding);
     }
     if (client.dataFlag && !finding.fixes.empty()) {
-        one["data"] = fixesOf(pass, finding);
+        one["data"] = fixesOf(walk, finding);
     }
     return one;
 }
@@ -67,8 +74,9 @@ NOD_ServerJson NODserverDiagnostics(const NOD_ServerWorkspace &workspace,
 {
     Json all = Json::array();
     if (pass) {
+        NOD_ServerTextWalk walk(pass->getText());
         for (const NOD_ServerFinding &finding : pass->getFindings()) {
-            all.push_back(NODserverDiagnostic(workspace.client, *pass, finding));
+            all.push_back(NODserverDiagnostic(workspace.client, *pass, walk, finding));
         }
     }
     return {{"uri", document.getUri()}, {"version", document.getVersion()}, {"diagnostics", all}};

@@ -12,6 +12,7 @@ class NOD_ServerPass;
 class NOD_ServerWorkspace;
 struct NOD_ServerClient;
 struct NOD_ServerFinding;
+struct NOD_ServerFix;
 
 using NOD_ServerFeature = NOD_ServerJson(NOD_ServerWorkspace &workspace,
                                          NOD_ServerDocument &document,
@@ -32,7 +33,8 @@ NOD_ServerFeature NODserverActions;
 NOD_ServerJson NODserverDiagnostics(const NOD_ServerWorkspace &workspace,
                                     const NOD_ServerDocument &document, const NOD_ServerPass *pass);
 NOD_ServerJson NODserverDiagnostic(const NOD_ServerClient &client, const NOD_ServerPass &pass,
-                                   const NOD_ServerFinding &finding);
+                                   NOD_ServerTextWalk &walk, const NOD_ServerFinding &finding);
+NOD_ServerJson NODserverEdits(NOD_ServerTextWalk &walk, const NOD_ServerFix &fix);
 /// Takes what a client says of itself in its first request.
 void NODreadServerClient(NOD_ServerWorkspace &workspace, const NOD_ServerJson &params);
 /// The answer to that.

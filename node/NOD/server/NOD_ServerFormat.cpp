@@ -35,11 +35,12 @@ Json editsBetween(const NOD_ServerFile &file, const std::string &result, std::si
 {
     const NOD_ServerSource &was = file.getSource();
     const NOD_ServerSource now(result);
+    NOD_ServerTextWalk walk(file.getText());
     Json edits = Json::array();
     const auto add = [&](std::size_t begin, std::size_t end, std::string_view text) {
         const std::string_view old = was.getText().substr(begin, end - begin);
         if (old != text && begin >= from && end <= to) {
-            edits.push_back(NODserverEdit(file.getText(), begin, end, std::string(text)));
+            edits.push_back(NODserverEdit(walk, begin, end, std::string(text)));
         }
     };
     const std::size_t count = was.getTokens().size();

@@ -88,12 +88,19 @@ std::size_t NODserverOffset(const NOD_ServerText &text, const NOD_ServerJson &po
     return *offset;
 }
 
-NOD_ServerJson NODserverRange(const NOD_ServerText &text, std::size_t begin, std::size_t end)
+NOD_ServerJson NODserverRange(NOD_ServerTextWalk &text, std::size_t begin, std::size_t end)
 {
-    return {{"start", asJson(text.findPosition(begin))}, {"end", asJson(text.findPosition(end))}};
+    const NOD_ServerPosition from = text.find(begin);
+    return {{"start", asJson(from)}, {"end", asJson(text.find(end))}};
 }
 
-NOD_ServerJson NODserverEdit(const NOD_ServerText &text, std::size_t begin, std::size_t end,
+NOD_ServerJson NODserverRange(const NOD_ServerText &text, std::size_t begin, std::size_t end)
+{
+    NOD_ServerTextWalk walk(text);
+    return NODserverRange(walk, begin, end);
+}
+
+NOD_ServerJson NODserverEdit(NOD_ServerTextWalk &text, std::size_t begin, std::size_t end,
                              const std::string &newText)
 {
     return {{"range", NODserverRange(text, begin, end)}, {"newText", newText}};

@@ -45,6 +45,7 @@ const NOD_ServerJson *NODfindServerMember(const NOD_ServerJson &object,
 
 /// The offset of a position.
 std::size_t NODserverOffset(const NOD_ServerText &text, const NOD_ServerJson &position);
+NOD_ServerJson NODserverRange(NOD_ServerTextWalk &text, std::size_t begin, std::size_t end);
 NOD_ServerJson NODserverRange(const NOD_ServerText &text, std::size_t begin, std::size_t end);
-NOD_ServerJson NODserverEdit(const NOD_ServerText &text, std::size_t begin, std::size_t end,
+NOD_ServerJson NODserverEdit(NOD_ServerTextWalk &text, std::size_t begin, std::size_t end,
                              const std::string &newText);

@@ -139,10 +139,3 @@ int NOD_ServerNames::find(const std::string &name) const
         whole < 0 && name.size() > 1 && theComponents.find(name.back()) != std::string_view::npos;
     return partFlag ? findWhole(name.substr(0, name.size() - 1)) : whole;
 }
-
-int NOD_ServerNames::findByBlock(int block) const
-{
-    const auto found = std::find_if(myParms.begin(), myParms.end(),
-                                    [block](const Parm &one) { return one.block == block; });
-    return found == myParms.end() ? -1 : int(found - myParms.begin());
-}

@@ -60,7 +60,6 @@ public:
     const std::vector<Use> &getUses() const { return myUses; }
     /// The parameter of that name, of that component (`tx`), or of an item (`weight2` of `weight#`).
     int find(const std::string &name) const;
-    int findByBlock(int block) const;
 
 private:
     void addUses(const NOD_ServerSource &source);

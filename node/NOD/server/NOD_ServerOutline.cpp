@@ -3,6 +3,7 @@
 #include <NOD/server/NOD_ServerWorkspacePrivate.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -33,7 +34,7 @@ std::string valueOf(const Source &source, int block, std::string_view keyword)
     return value < 0 ? std::string() : std::string(source.text(value));
 }
 
-Json symbolOf(const NOD_ServerFile &file, int number)
+Json symbolOf(const NOD_ServerFile &file, NOD_ServerTextWalk &walk, int number)
 {
     const Source &source = file.getSource();
     const Source::Block &block = source.block(number);
@@ -47,22 +48,29 @@ Json symbolOf(const NOD_ServerFile &file, int number)
     const std::string type = valueOf(source, number, "type");
     Json one = {{"name", name.empty() ? word : name},
                 {"kind", int(kindOf(source, block))},
-                {"range", NODserverRange(file.getText(), source.blockBegin(number),
-                                         source.blockEnd(number))},
-                {"selectionRange", NODserverRange(file.getText(), place.begin, place.end)}};
+                {"range", NODserverRange(walk, source.blockBegin(number), source.blockEnd(number))},
+                {"selectionRange", NODserverRange(walk, place.begin, place.end)}};
     const std::string detail = block.parmFlag ? type : word;
     one["detail"] = detail + (label.empty() || label == name ? "" : " \"" + label + "\"");
     return one;
 }
 
-/// In the order of the text; parents come before what is in them.
+/// Of each block; the first one, the script, has none.
+std::vector<Json> symbolsOf(const NOD_ServerFile &file)
+{
+    NOD_ServerTextWalk walk(file.getText());
+    std::vector<Json> symbols(file.getSource().getBlocks().size());
+    for (std::size_t i = 1; i < symbols.size(); ++i) {
+        symbols[i] = symbolOf(file, walk, int(i));
+    }
+    return symbols;
+}
+
+/// Parents come before what is in them.
 Json treeOf(const NOD_ServerFile &file)
 {
     const std::vector<Source::Block> &blocks = file.getSource().getBlocks();
-    std::vector<Json> symbols(blocks.size());
-    for (std::size_t i = 1; i < blocks.size(); ++i) {
-        symbols[i] = symbolOf(file, int(i));
-    }
+    std::vector<Json> symbols = symbolsOf(file);
     for (std::size_t i = blocks.size(); i-- > 1;) {
         Json &children = symbols[std::size_t(blocks[i].parent)]["children"];
         children.push_back(std::move(symbols[i]));
@@ -83,17 +91,14 @@ void reverse(Json &symbols)
 /// For clients that know no tree.
 Json listOf(const NOD_ServerFile &file)
 {
-    const Source &source = file.getSource();
+    const std::vector<Json> symbols = symbolsOf(file);
     Json all = Json::array();
-    for (int i = 1; i < int(source.getBlocks().size()); ++i) {
-        const Json symbol = symbolOf(file, i);
-        const int parent = source.block(i).parent;
-        const std::string above =
-            parent == 0 ? std::string() : symbolOf(file, parent)["name"].get<std::string>();
-        all.push_back({{"name", symbol["name"]},
-                       {"kind", symbol["kind"]},
-                       {"containerName", above},
-                       {"location", {{"uri", file.getUri()}, {"range", symbol["range"]}}}});
+    for (std::size_t i = 1; i < symbols.size(); ++i) {
+        const auto parent = std::size_t(file.getSource().block(int(i)).parent);
+        all.push_back({{"name", symbols[i]["name"]},
+                       {"kind", symbols[i]["kind"]},
+                       {"containerName", parent == 0 ? Json("") : symbols[parent]["name"]},
+                       {"location", {{"uri", file.getUri()}, {"range", symbols[i]["range"]}}}});
     }
     return all;
 }

@@ -1,5 +1,6 @@
 #include <NOD/server/NOD_ServerPassPrivate.h>
 
+#include <KIT/KIT_IStream.h>
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptCheck.h>
@@ -103,6 +104,26 @@ void NOD_ServerPass::run()
     std::stable_sort(myFindings.begin(), myFindings.end(), [](const Finding &a, const Finding &b) {
         return std::pair(a.begin, a.end) < std::pair(b.begin, b.end);
     });
+    cut();
+}
+
+/// Errors stay before what is less.
+void NOD_ServerPass::cut()
+{
+    if (myFindings.size() <= theMostFindings) {
+        return;
+    }
+    const std::size_t more = myFindings.size() - theMostFindings;
+    std::stable_sort(myFindings.begin(), myFindings.end(),
+                     [](const Finding &a, const Finding &b) { return a.severity < b.severity; });
+    myFindings.resize(theMostFindings);
+    std::stable_sort(myFindings.begin(), myFindings.end(),
+                     [](const Finding &a, const Finding &b) { return a.begin < b.begin; });
+    Finding finding;
+    finding.severity = Finding::INFORMATION;
+    finding.source = theReader;
+    finding.text = std::to_string(more) + " more findings aren't shown";
+    myFindings.insert(myFindings.begin(), std::move(finding));
 }
 
 void NOD_ServerPass::addLarge()
@@ -121,7 +142,7 @@ std::size_t NOD_ServerPass::lineBegin(std::size_t line) const
 }
 
 /// Of a place that is only a line, or a line and a column: the word there, or what the line has.
-void NOD_ServerPass::setWord(Finding &finding, std::size_t line, std::size_t column) const
+void NOD_ServerPass::setWord(Finding &finding, std::size_t line, std::size_t column)
 {
     const std::string &text = myText->get();
     std::size_t at = lineBegin(line);
@@ -132,12 +153,26 @@ void NOD_ServerPass::setWord(Finding &finding, std::size_t line, std::size_t col
         finding.end = std::max(at, end - (end > at && text[end - 1] == '\r' ? 1 : 0));
         return;
     }
-    const std::string_view mark = "\xef\xbb\xbf";
-    at += line <= 1 && text.compare(0, mark.size(), mark) == 0 ? mark.size() : 0;
-    finding.begin = skipCharacters(text, at, int(column) - 1);
-    const NOD_ServerSource word(std::string_view(text).substr(finding.begin, end - finding.begin));
+    constexpr std::size_t theLongestWord = 200;
+    finding.begin = findColumn(line, column);
+    const NOD_ServerSource word(std::string_view(text).substr(
+        finding.begin, std::min(end - std::min(finding.begin, end), theLongestWord)));
     const std::size_t size = word.getTokens().empty() ? 0 : word.token(0).end;
     finding.end = finding.begin + size;
+}
+
+/// The offset of a column in characters.
+std::size_t NOD_ServerPass::findColumn(std::size_t line, std::size_t column)
+{
+    const std::string &text = myText->get();
+    if (myColumn.line != line || myColumn.column > column || myColumn.column == 0) {
+        const std::string_view mark = KIT_IStream::theByteOrderMark;
+        const bool markFlag = line <= 1 && text.compare(0, mark.size(), mark) == 0;
+        myColumn = {line, 1, lineBegin(line) + (markFlag ? mark.size() : 0)};
+    }
+    myColumn.offset = skipCharacters(text, myColumn.offset, int(column - myColumn.column));
+    myColumn.column = column;
+    return myColumn.offset;
 }
 
 void NOD_ServerPass::add(const NOD_Message &message)
@@ -185,16 +220,16 @@ void NOD_ServerPass::setPlace(Finding &finding, const KIT_MessageDetail &detail)
         addRelated(finding, related.place, related.text);
     }
     for (const KIT_MessageFix &fix : detail.fixes) {
-        Finding::Fix own_fix{fix.what, {}, false};
+        NOD_ServerFix mended{fix.what, {}, false};
         for (const KIT_MessageEdit &edit : fix.edits) {
             if (edit.place.file == myPath && edit.place.offset >= 0) {
-                own_fix.edits.push_back({std::min(std::size_t(edit.place.offset), size),
-                                         std::min(std::size_t(edit.place.endOffset), size),
-                                         edit.text});
+                mended.edits.push_back({std::min(std::size_t(edit.place.offset), size),
+                                        std::min(std::size_t(edit.place.endOffset), size),
+                                        edit.text});
             }
         }
-        if (own_fix.edits.size() == fix.edits.size() && !fix.edits.empty()) {
-            finding.fixes.push_back(std::move(own_fix));
+        if (mended.edits.size() == fix.edits.size() && !fix.edits.empty()) {
+            finding.fixes.push_back(std::move(mended));
         }
     }
 }

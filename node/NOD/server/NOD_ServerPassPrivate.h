@@ -22,6 +22,21 @@ struct KIT_MessagePlace;
 struct NOD_LintFinding;
 struct NOD_Message;
 
+/// Edits after which a mistake is gone.
+struct NOD_ServerFix
+{
+    struct Edit
+    {
+        std::size_t begin;
+        std::size_t end;
+        std::string text;
+    };
+
+    std::string title;
+    std::vector<Edit> edits;
+    bool safeFlag = false; ///< may be made without asking
+};
+
 /// One mistake, as the protocol tells it.
 struct NOD_ServerFinding
 {
@@ -31,18 +46,6 @@ struct NOD_ServerFinding
         WARNING = 2,
         INFORMATION = 3,
         HINT = 4
-    };
-    struct Edit
-    {
-        std::size_t begin;
-        std::size_t end;
-        std::string text;
-    };
-    struct Fix
-    {
-        std::string title;
-        std::vector<Edit> edits;
-        bool safeFlag = false; ///< may be made without asking
     };
     struct Related
     {
@@ -61,7 +64,7 @@ struct NOD_ServerFinding
     std::size_t begin = 0;
     std::size_t end = 0;
     std::vector<Related> related;
-    std::vector<Fix> fixes;
+    std::vector<NOD_ServerFix> fixes; ///< alternatives, the likeliest first
 };
 
 /// What is read of a script, and how it is judged.
@@ -76,6 +79,8 @@ class NOD_ServerPass : public NOD_ScriptServer::Pass
 public:
     /// Larger documents aren't read.
     static constexpr std::size_t theMostBytes = std::size_t(1) << 24;
+    /// Further ones are counted.
+    static constexpr std::size_t theMostFindings = 1000;
 
     NOD_ServerPass(std::string uri, std::string path, std::shared_ptr<const NOD_ServerText> text,
                    const NOD_ServerRules &rules);
@@ -91,21 +96,30 @@ public:
     const std::shared_ptr<const NOD_Interface> &getInterface() const { return myInterface; }
 
 private:
-    void lint(const NOD_Report &said);
     void add(const NOD_Message &message);
     void add(const NOD_LintFinding &finding);
     void addLarge();
     void setPlace(NOD_ServerFinding &finding, const KIT_MessageDetail &detail);
     void addRelated(NOD_ServerFinding &finding, const KIT_MessagePlace &place,
                     const std::string &text) const;
-    void setWord(NOD_ServerFinding &finding, std::size_t line, std::size_t column) const;
+    void setWord(NOD_ServerFinding &finding, std::size_t line, std::size_t column);
     std::size_t lineBegin(std::size_t line) const;
+    std::size_t findColumn(std::size_t line, std::size_t column);
+    void cut();
 
     std::string myUri;
     std::string myPath;
     std::shared_ptr<const NOD_ServerText> myText;
     NOD_ServerRules myRules;
     std::vector<std::size_t> myFeeds; ///< where the lines of the reader begin
+    /// The place whose column was asked for last: the next one is often on its line.
+    struct Column
+    {
+        std::size_t line = 0;
+        std::size_t column = 0;
+        std::size_t offset = 0;
+    };
+    Column myColumn;
     std::vector<NOD_ServerFinding> myFindings;
     std::shared_ptr<const NOD_Interface> myInterface;
 };

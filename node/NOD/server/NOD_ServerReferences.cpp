@@ -9,9 +9,16 @@ namespace
 
 using Json = NOD_ServerJson;
 
+Json locationOf(const NOD_ServerFile &file, NOD_ServerTextWalk &walk, std::size_t begin,
+                std::size_t end)
+{
+    return {{"uri", file.getUri()}, {"range", NODserverRange(walk, begin, end)}};
+}
+
 Json locationOf(const NOD_ServerFile &file, std::size_t begin, std::size_t end)
 {
-    return {{"uri", file.getUri()}, {"range", NODserverRange(file.getText(), begin, end)}};
+    NOD_ServerTextWalk walk(file.getText());
+    return locationOf(file, walk, begin, end);
 }
 
 Json locationOf(const NOD_ServerFile &file, int token)
@@ -90,10 +97,11 @@ NOD_ServerJson NODserverReferences(NOD_ServerWorkspace &workspace, NOD_ServerDoc
             *target.file, target.file->getNames().getParms()[std::size_t(target.parm)].token));
     }
     for (const NOD_ServerFilePtr &file : files) {
+        NOD_ServerTextWalk walk(file->getText());
         for (const NOD_ServerNames::Use &use : file->getNames().getUses()) {
             const NOD_ServerDeclaration meant = NODfindDeclaration(files, use.name);
             if (meant.file == target.file && meant.parm == target.parm) {
-                found.push_back(locationOf(*file, use.begin, use.end));
+                found.push_back(locationOf(*file, walk, use.begin, use.end));
             }
         }
     }

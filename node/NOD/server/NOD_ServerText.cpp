@@ -86,20 +86,35 @@ std::optional<std::size_t> NOD_ServerText::findOffset(NOD_ServerPosition positio
 
 NOD_ServerPosition NOD_ServerText::findPosition(std::size_t offset) const
 {
-    offset = std::min(offset, myText.size());
-    const std::size_t line = findLine(offset);
-    const std::string_view text = getLine(line);
-    const std::size_t column = std::min(offset - myLines[line], text.size());
+    return NOD_ServerTextWalk(*this).find(offset);
+}
+
+long NOD_ServerText::countUnits(std::size_t begin, std::size_t end) const
+{
     if (myEncoding == Encoding::UTF8) {
-        return {long(line), long(column)};
+        return long(end - begin);
     }
+    const std::string_view text = myText;
     long units = 0;
-    for (std::size_t at = 0; at < column;) {
+    for (std::size_t at = begin; at < end;) {
         const std::size_t size = charSize(text, at);
         at += size;
-        units += at > column ? 0 : size == 4 ? 2 : 1;
+        units += at > end ? 0 : size == 4 ? 2 : 1;
     }
-    return {long(line), units};
+    return units;
+}
+
+NOD_ServerPosition NOD_ServerTextWalk::find(std::size_t offset)
+{
+    offset = std::min(offset, myText.get().size());
+    const std::size_t line = myText.findLine(offset);
+    const std::size_t begin = myText.getLineBegin(line);
+    const std::size_t end = begin + std::min(offset - begin, myText.getLine(line).size());
+    const bool onFlag = long(line) == myPosition.line && myOffset <= end && myOffset >= begin;
+    const long units = onFlag ? myPosition.unit : 0;
+    myPosition = {long(line), units + myText.countUnits(onFlag ? myOffset : begin, end)};
+    myOffset = end;
+    return myPosition;
 }
 
 void NOD_ServerText::replace(std::size_t begin, std::size_t end, std::string_view text)

@@ -47,6 +47,8 @@ public:
     /// One line after the last is the end of the text.
     std::optional<std::size_t> findOffset(NOD_ServerPosition position) const;
     NOD_ServerPosition findPosition(std::size_t offset) const;
+    /// The units of the bytes [begin, end) of a line.
+    long countUnits(std::size_t begin, std::size_t end) const;
 
     void replace(std::size_t begin, std::size_t end, std::string_view text);
 
@@ -56,4 +58,18 @@ private:
     std::string myText;
     std::vector<std::size_t> myLines; ///< where each begins
     Encoding myEncoding;
+};
+
+/// Positions of offsets that mostly come in their order: a long line is counted once.
+class NOD_ServerTextWalk
+{
+public:
+    explicit NOD_ServerTextWalk(const NOD_ServerText &text) : myText(text) {}
+
+    NOD_ServerPosition find(std::size_t offset);
+
+private:
+    const NOD_ServerText &myText;
+    std::size_t myOffset = 0;
+    NOD_ServerPosition myPosition;
 };
