@@ -33,7 +33,7 @@ void NOD_ServerDocument::change(const NOD_ServerJson &changes, long version)
     for (const NOD_ServerJson &one : changes) {
         try {
             apply(one);
-        } catch (const NOD_ServerError &) {
+        } catch (...) { // one that doesn't fit, or memory that is refused halfway
             myLostFlag = true;
             throw;
         }

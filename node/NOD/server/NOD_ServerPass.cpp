@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <set>
 #include <utility>
 
@@ -69,11 +70,23 @@ NOD_ServerPass::NOD_ServerPass(std::string uri, std::string path,
 
 void NOD_ServerPass::run()
 {
-    const std::string &text = myText->get();
-    if (text.size() > theMostBytes) {
-        addLarge();
-        return;
+    try {
+        if (myText->get().size() <= theMostBytes) {
+            read();
+            return;
+        }
+        tell("the script is larger than " + std::to_string(theMostBytes >> 20) +
+             " MB: the server doesn't check it, zel check does");
+    } catch (const std::bad_alloc &) {
+        myInterface.reset();
+        myFindings.clear();
+        tell("there is not enough memory to check the script");
     }
+}
+
+void NOD_ServerPass::read()
+{
+    const std::string &text = myText->get();
     myFeeds = {0};
     for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 1)) {
         myFeeds.push_back(at + 1);
@@ -119,21 +132,17 @@ void NOD_ServerPass::cut()
     myFindings.resize(theMostFindings);
     std::stable_sort(myFindings.begin(), myFindings.end(),
                      [](const Finding &a, const Finding &b) { return a.begin < b.begin; });
-    Finding finding;
-    finding.severity = Finding::INFORMATION;
-    finding.source = theReader;
-    finding.text = std::to_string(more) + " more findings aren't shown";
-    myFindings.insert(myFindings.begin(), std::move(finding));
+    tell(std::to_string(more) + " more findings aren't shown");
 }
 
-void NOD_ServerPass::addLarge()
+/// About the whole script, in front of all.
+void NOD_ServerPass::tell(const std::string &text)
 {
     Finding finding;
     finding.severity = Finding::INFORMATION;
     finding.source = theReader;
-    finding.text = "the script is larger than " + std::to_string(theMostBytes >> 20) +
-                   " MB: the server doesn't check it, zel check does";
-    myFindings.push_back(std::move(finding));
+    finding.text = text;
+    myFindings.insert(myFindings.begin(), std::move(finding));
 }
 
 std::size_t NOD_ServerPass::lineBegin(std::size_t line) const

@@ -96,9 +96,10 @@ public:
     const std::shared_ptr<const NOD_Interface> &getInterface() const { return myInterface; }
 
 private:
+    void read();
     void add(const NOD_Message &message);
     void add(const NOD_LintFinding &finding);
-    void addLarge();
+    void tell(const std::string &text);
     void setPlace(NOD_ServerFinding &finding, const KIT_MessageDetail &detail);
     void addRelated(NOD_ServerFinding &finding, const KIT_MessagePlace &place,
                     const std::string &text) const;
