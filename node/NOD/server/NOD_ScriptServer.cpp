@@ -339,8 +339,9 @@ std::shared_ptr<NOD_ServerPass> NOD_ScriptServer::Private::beginPass()
 {
     NOD_ServerDocument *const due =
         myRunningFlag || myStage != Stage::READY ? nullptr : myWorkspace.findDue();
-    myRunningFlag = myRunningFlag || due;
-    return due ? due->makePass(myWorkspace.rules) : nullptr;
+    std::shared_ptr<NOD_ServerPass> pass = due ? due->makePass(myWorkspace.rules) : nullptr;
+    myRunningFlag = myRunningFlag || pass;
+    return pass;
 }
 
 void NOD_ScriptServer::Private::endPass(const std::shared_ptr<NOD_ServerPass> &pass)

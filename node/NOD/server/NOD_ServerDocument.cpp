@@ -76,10 +76,11 @@ const NOD_ServerFilePtr &NOD_ServerDocument::file()
 
 std::shared_ptr<NOD_ServerPass> NOD_ServerDocument::makePass(const NOD_ServerRules &rules)
 {
-    myDueFlag = false;
     NOD_ServerRules own = rules;
     own.includes = myFileFlag ? rules.includes : NOD_Interface::Includes::NONE;
-    return std::make_shared<NOD_ServerPass>(myUri, myPath, myText, own);
+    auto pass = std::make_shared<NOD_ServerPass>(myUri, myPath, myText, own);
+    myDueFlag = false;
+    return pass;
 }
 
 bool NOD_ServerDocument::takePass(const std::shared_ptr<const NOD_ServerPass> &pass)
