@@ -29,6 +29,7 @@ constexpr Request theRequests[] = {
     {"textDocument/completion", NODserverCompletion, false},
     {"textDocument/definition", NODserverDefinition, false},
     {"textDocument/references", NODserverReferences, false},
+    {"textDocument/rename", NODserverRename, false},
     {"textDocument/codeAction", NODserverActions, true},
 };
 

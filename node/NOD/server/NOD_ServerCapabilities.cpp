@@ -74,7 +74,7 @@ NOD_ServerJson NODserverCapabilities(const NOD_ServerWorkspace &workspace)
                                  {"resolveProvider", false}};
     for (const char *const name :
          {"hoverProvider", "definitionProvider", "referencesProvider", "documentSymbolProvider",
-          "documentFormattingProvider", "documentRangeFormattingProvider"}) {
+          "documentFormattingProvider", "documentRangeFormattingProvider", "renameProvider"}) {
         can[name] = true;
     }
     can["codeActionProvider"] = {{"codeActionKinds", {"quickfix", "source.fixAll"}}};

@@ -19,7 +19,7 @@ using NOD_ServerFeature = NOD_ServerJson(NOD_ServerWorkspace &workspace,
                                          const NOD_ServerJson &params);
 
 // Files NOD_ServerFormat.cpp, NOD_ServerOutline.cpp, NOD_ServerHover.cpp, NOD_ServerCompletion.cpp,
-// NOD_ServerReferences.cpp, NOD_ServerActions.cpp.
+// NOD_ServerReferences.cpp, NOD_ServerRename.cpp, NOD_ServerActions.cpp.
 NOD_ServerFeature NODserverFormat;
 NOD_ServerFeature NODserverFormatRange;
 NOD_ServerFeature NODserverOutline;
@@ -27,6 +27,7 @@ NOD_ServerFeature NODserverHover;
 NOD_ServerFeature NODserverCompletion;
 NOD_ServerFeature NODserverDefinition;
 NOD_ServerFeature NODserverReferences;
+NOD_ServerFeature NODserverRename;
 NOD_ServerFeature NODserverActions;
 
 /// The parameters of `textDocument/publishDiagnostics`; without a pass they clear what is shown.
