@@ -314,7 +314,7 @@ void ZELTaddDialog(ZELT_CommandLine &line)
     const auto [command, call] = line.add(
         "command", "List dialog commands, show one, or read and write its line",
         "zel command examples/commands/image.cmd \"resize -v -q 80 in.pic out.pic\"", runDialog);
-    command.add_option("FILE", call.file, "A file of dialog commands")->required();
-    command.add_option("LINE", call.line,
-                       "A command's name for its form, or its line; the list without one");
+    command.addOption("FILE", call.file, "A file of dialog commands").required();
+    command.addOption("LINE", call.line,
+                      "A command's name for its form, or its line; the list without one");
 }
