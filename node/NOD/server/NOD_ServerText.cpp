@@ -94,12 +94,11 @@ long NOD_ServerText::countUnits(std::size_t begin, std::size_t end) const
     if (myEncoding == Encoding::UTF8) {
         return long(end - begin);
     }
-    const std::string_view text = myText;
+    // Without branches: lines may be long.
     long units = 0;
-    for (std::size_t at = begin; at < end;) {
-        const std::size_t size = charSize(text, at);
-        at += size;
-        units += at > end ? 0 : size == 4 ? 2 : 1;
+    for (std::size_t at = begin; at < end; ++at) {
+        const auto byte = static_cast<unsigned char>(myText[at]);
+        units += ((byte & 0xc0) != 0x80) + (byte >= 0xf0);
     }
     return units;
 }
@@ -109,7 +108,11 @@ NOD_ServerPosition NOD_ServerTextWalk::find(std::size_t offset)
     offset = std::min(offset, myText.get().size());
     const std::size_t line = myText.findLine(offset);
     const std::size_t begin = myText.getLineBegin(line);
-    const std::size_t end = begin + std::min(offset - begin, myText.getLine(line).size());
+    std::size_t end = begin + std::min(offset - begin, myText.getLine(line).size());
+    const std::string &text = myText.get();
+    while (end > begin && end < text.size() && (byteAt(text, end) & 0xc0) == 0x80) {
+        --end; // the beginning of a character
+    }
     const bool onFlag = long(line) == myPosition.line && myOffset <= end && myOffset >= begin;
     const long units = onFlag ? myPosition.unit : 0;
     myPosition = {long(line), units + myText.countUnits(onFlag ? myOffset : begin, end)};
