@@ -39,10 +39,11 @@ std::vector<std::string> saidIn(const NOD_Report &report)
 } // namespace
 
 bool NODformatScript(std::string_view text, const std::string &name,
-                     const DS_FormatOptions &options, std::string &result, NOD_Report &report)
+                     const DS_FormatOptions &options, std::string &result, NOD_Report &report,
+                     NOD_Interface::Includes includes)
 {
     NOD_Report found;
-    const Script script = NOD_Interface::fromText(text, name, found);
+    const Script script = NOD_Interface::fromText(text, name, found, includes);
     if (!script) {
         report.append(found);
         return false;
@@ -56,7 +57,7 @@ bool NODformatScript(std::string_view text, const std::string &name,
     }
     if (options.sort && formatted != text) {
         NOD_Report again;
-        const Script sorted = NOD_Interface::fromText(formatted, name, again);
+        const Script sorted = NOD_Interface::fromText(formatted, name, again, includes);
         if (!sorted || !isSame(*script, *sorted) || saidIn(again) != saidIn(found)) {
             report.add({KIT_ERROR_ABORT,
                         name,
