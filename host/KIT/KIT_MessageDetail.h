@@ -70,4 +70,22 @@ struct KIT_MessageDetail
     std::vector<std::string> expected;          ///< the words that could be there
     std::string hint;                           ///< a sentence that helps, in addition to the text
     std::vector<KIT_MessageFix> fixes;          ///< alternatives, the likeliest first
+
+    /// Calls `change` for every place in it.
+    template <class Change>
+    void changePlaces(const Change &change)
+    {
+        change(place);
+        for (KIT_MessagePlace &one : includedFrom) {
+            change(one);
+        }
+        for (KIT_MessageRelated &one : related) {
+            change(one.place);
+        }
+        for (KIT_MessageFix &fix : fixes) {
+            for (KIT_MessageEdit &edit : fix.edits) {
+                change(edit.place);
+            }
+        }
+    }
 };

@@ -58,8 +58,8 @@ private:
     int myErrors = 0;
 };
 
-/// Collects what the libraries below report on the calling thread while it lives, and moves it to the
-/// report at its end. What was reported before stays with the thread's own manager.
+/// Collects what the libraries below report on the calling thread while it lives, with details, and moves
+/// it to the report at its end. What was reported before stays with the thread's own manager.
 class NOD_API NOD_ReportScope
 {
 public:

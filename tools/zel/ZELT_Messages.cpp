@@ -97,13 +97,15 @@ void addDetail(ZELT_Json &json, const KIT_MessageDetail &detail)
     }
 }
 
-/// `file:line:column`, as much of it as is known.
+/// `file:line:column`, as much of it as is known; of a binary `file: byte offset`.
 std::string asPosition(const KIT_MessagePlace &place)
 {
     std::string out = place.file.empty() ? "zel" : place.file;
     if (place.line > 0) {
         out += ":" + std::to_string(place.line);
         out += place.column > 0 ? ":" + std::to_string(place.column) : "";
+    } else if (place.offset >= 0) {
+        out += ": byte " + std::to_string(place.offset);
     }
     return out;
 }
@@ -159,6 +161,9 @@ std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
     if (!detail) {
         return out;
     }
+    if (!detail->subject.empty() && text.find(detail->subject) == std::string::npos) {
+        out += "  note: in '" + ZELTprintable(detail->subject) + "'\n";
+    }
     if (!detail->hint.empty()) {
         out += "  note: " + ZELTprintable(detail->hint) + "\n";
     }
@@ -174,6 +179,8 @@ std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
 ZELT_Messages::ZELT_Messages()
 {
     setForm("auto");
+    KITgetErrorManager().setFlags(KIT_ErrorManager::theDetailsFlag);
+    DS_Stream::setAllDetails(true);
     DS_Stream::setMessageSink(takeScriptMessage, this);
     SNKsetTracebackHandler(takeTraceback, this);
 }
@@ -182,6 +189,7 @@ ZELT_Messages::~ZELT_Messages()
 {
     SNKsetTracebackHandler(nullptr, nullptr);
     DS_Stream::setMessageSink(nullptr, nullptr);
+    DS_Stream::setAllDetails(false);
 }
 
 void ZELT_Messages::setForm(const std::string &form)
@@ -192,8 +200,10 @@ void ZELT_Messages::setForm(const std::string &form)
 void ZELT_Messages::takeScriptMessage(void *data, KIT_ErrorSeverity severity, const char *file,
                                       int line, const char *text)
 {
+    const DS_Stream *const stream = DS_Stream::getReporting();
+    const std::shared_ptr<const KIT_MessageDetail> detail = stream ? stream->makeDetail() : nullptr;
     static_cast<ZELT_Messages *>(data)->add(severity, theKITCommonCategory, KIT_COMMON_BAD_SCRIPT,
-                                            file ? file : "", line, text);
+                                            file ? file : "", line, text, detail.get());
 }
 
 void ZELT_Messages::takeTraceback(void *data, const char *header, const char *detail)
@@ -233,9 +243,12 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
         KIT_MessagePlace told;
         told.file = place;
         told.line = number;
-        const bool knownFlag = detail && detail->place.line > 0;
+        if (detail && detail->place.isKnown()) {
+            told = detail->place;
+            told.file = told.file.empty() ? place : told.file;
+        }
         std::cerr << asFull(
-            word, knownFlag ? detail->place : told, rest,
+            word, told, rest,
             category == theToolCategory ? "" : category + " " + std::to_string(code), detail);
         return;
     }
@@ -250,8 +263,13 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
     json["file"] = place.empty() ? ZELT_Json() : ZELT_Json(place);
     json["line"] = number > 0 ? ZELT_Json(number) : ZELT_Json();
     json["text"] = rest;
-    if (detail) {
-        addDetail(json, *detail);
+    const KIT_MessageDetail none;
+    addDetail(json, detail ? *detail : none);
+    if (json["place"]["file"].is_null()) {
+        json["place"]["file"] = json["file"];
+    }
+    if (json["place"]["line"].is_null() && json["place"]["offset"].is_null()) {
+        json["place"]["line"] = json["line"];
     }
     std::cerr << ZELTjsonText(json) << '\n';
 }

@@ -9,8 +9,8 @@
 /// Plain: `file(line): text`, with `warning: ` in front of the text if it is no error. Full: as compilers
 /// print them, `file:line:column: error: text [category code]` at the place of the mistake, with the
 /// line of the file, a caret under the mistake, and notes. JSON: one line
-/// `{"severity", "category", "code", "file", "line", "text"}` each, null where unknown, and with a detail
-/// also "place", "subject", "hint", "found", "expected", "related", "includedFrom" and "fixes".
+/// `{"severity", "category", "code", "file", "line", "text", "place", "subject", "hint", "found",
+/// "expected", "related", "includedFrom", "fixes"}` each, null or empty where unknown.
 #pragma once
 
 #include <KIT/KIT_ErrorManager.h>

@@ -62,7 +62,9 @@ std::string NOD_Report::asText() const
 NOD_ReportScope::NOD_ReportScope(NOD_Report &report, std::string file, std::string subject)
     : myReport(report), myFile(std::move(file)), mySubject(std::move(subject)),
       myErrors(BASgetSTID())
-{}
+{
+    myErrors.setFlags(myErrors.getFlags() | KIT_ErrorManager::theDetailsFlag);
+}
 
 NOD_ReportScope::~NOD_ReportScope()
 {
