@@ -69,8 +69,7 @@ KIT_ErrorManager &KIT_ErrorManager::Scope::getOuterManager()
 void KIT_ErrorManager::add(const char *category, int code, const char *text,
                            KIT_ErrorSeverity severity)
 {
-    add(category, code, text, severity,
-        wantsDetails() ? KIT_MessageSource::makeDetail() : nullptr);
+    add(category, code, text, severity, wantsDetails() ? KIT_MessageSource::makeDetail() : nullptr);
 }
 
 void KIT_ErrorManager::add(const char *category, int code, const char *text,

@@ -11,6 +11,7 @@
 #include <SNK/SNK_Python.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <iostream>
 #include <set>
@@ -145,6 +146,21 @@ std::string asSource(const KIT_MessagePlace &place)
            asBlanks(ZELTprintable(place.source.substr(from, begin - from))) + "^" + tildes + "\n";
 }
 
+/// Whether a text has a name as a word of its own.
+bool names(const std::string &text, const std::string &name)
+{
+    const auto isPart = [&](std::size_t at) {
+        const auto c = static_cast<unsigned char>(at < text.size() ? text[at] : ' ');
+        return std::isalnum(c) != 0 || c == '_';
+    };
+    for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + 1)) {
+        if ((at == 0 || !isPart(at - 1)) && !isPart(at + name.size())) {
+            return true;
+        }
+    }
+    return false;
+}
+
 /// As compilers print it.
 std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
                    const std::string &text, const std::string &code,
@@ -161,7 +177,7 @@ std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
     if (!detail) {
         return out;
     }
-    if (!detail->subject.empty() && text.find(detail->subject) == std::string::npos) {
+    if (!detail->subject.empty() && !names(text, detail->subject)) {
         out += "  note: in '" + ZELTprintable(detail->subject) + "'\n";
     }
     if (!detail->hint.empty()) {
@@ -223,7 +239,7 @@ void ZELT_Messages::error(const std::string &file, const std::string &text)
     add(KIT_ERROR_ABORT, theToolCategory, 0, file, 0, text);
 }
 
-void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category, int code,
+void ZELT_Messages::add(KIT_ErrorSeverity severity, std::string category, int code,
                         const std::string &file, int line, const std::string &text,
                         const KIT_MessageDetail *detail)
 {
@@ -235,6 +251,12 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
     }
     while (!rest.empty() && rest.back() == '\n') {
         rest.pop_back();
+    }
+    if (category == theKITCommonCategory && code == KIT_COMMON_BAD_SCRIPT) {
+        if (const KIT_MessageEntry *const own = KITfindTextMessage(rest)) {
+            category = own->category;
+            code = own->code;
+        }
     }
     const std::lock_guard<std::mutex> lock(myLock);
     myErrors += severity >= KIT_ERROR_ABORT;

@@ -146,9 +146,8 @@ bool NOD_SectionFile::readBinary(const std::string &file, NOD_Report &report)
             return true;
         }
         if (names.insert(name).second) {
-            mySections.push_back(
-                {name, is.rest().substr(0, std::size_t(length)), 0, std::size_t(begin),
-                 std::size_t(is.tellg())});
+            mySections.push_back({name, is.rest().substr(0, std::size_t(length)), 0,
+                                  std::size_t(begin), std::size_t(is.tellg())});
         } else {
             tell(report, file, 0, std::string(name), "is there twice: the first one counts", begin);
         }

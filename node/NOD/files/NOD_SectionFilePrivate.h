@@ -48,8 +48,8 @@ public:
     placeDetail(const std::shared_ptr<const KIT_MessageDetail> &detail, const Section &section,
                 const std::string &file, const std::string &inner = {});
     /// Of a line of a section's text, from 1; 0 is the line that the section begins with.
-    static std::shared_ptr<const KIT_MessageDetail>
-    makeDetail(const Section &section, int line, const std::string &file);
+    static std::shared_ptr<const KIT_MessageDetail> makeDetail(const Section &section, int line,
+                                                               const std::string &file);
     const std::vector<Section> &getSections() const { return mySections; }
     std::int64_t getLength() const { return std::int64_t(myLength); }
 

@@ -174,10 +174,10 @@ void NOD_TreeReader::take(const NOD_Report &found, const std::string &path)
             const Section &section = myFile.getSections()[entry->second];
             const int line = kind == "channels" ? lineIn(message.text) : message.line;
             placed.line = section.line > 0 ? section.line + line : placed.line;
-            placed.detail =
-                message.detail ? NOD_SectionFile::placeDetail(message.detail, section, myName,
-                                                              kind == "spares" ? kind : "")
-                               : NOD_SectionFile::makeDetail(section, line, myName);
+            placed.detail = message.detail
+                                ? NOD_SectionFile::placeDetail(message.detail, section, myName,
+                                                               kind == "spares" ? kind : "")
+                                : NOD_SectionFile::makeDetail(section, line, myName);
         }
         placed.subject = NODplacedSubject(message.subject, path);
         myReport.add(std::move(placed));
@@ -238,9 +238,8 @@ std::shared_ptr<const NOD_Interface> NOD_TreeReader::readInterface(const std::st
                 message.line += section.line > 0 ? section.line + 1 : 1;
                 message.file = myName;
                 message.subject = std::string(section.name);
-                message.detail =
-                    NOD_SectionFile::placeDetail(message.detail, script, myName,
-                                                 type.empty() ? theNamelessType : type);
+                message.detail = NOD_SectionFile::placeDetail(
+                    message.detail, script, myName, type.empty() ? theNamelessType : type);
                 myReport.add(std::move(message));
             }
         }

@@ -424,7 +424,7 @@ bool NOD_ValueFile::applyPreset(NOD_Node &node, NOD_Report &report) const
 {
     std::string text = myBytes;
     NOD_SectionFile file;
-    const NOD_SectionFile::Section *section = nullptr;
+    const NOD_SectionFile::Section *placed = nullptr;
     if (myKind == NOD_FileKind::PRESETS) {
         const std::string name =
             file.read(myBytes, myName, report) ? pickSection(file, "", report) : "";
@@ -434,7 +434,7 @@ bool NOD_ValueFile::applyPreset(NOD_Node &node, NOD_Report &report) const
         if (name.empty() || found == sections.end()) {
             return false;
         }
-        section = &*found;
+        placed = &*found;
         text = found->text;
     }
     NOD_Report found;
@@ -444,8 +444,8 @@ bool NOD_ValueFile::applyPreset(NOD_Node &node, NOD_Report &report) const
         loaded = node.loadPresetText(text);
     }
     for (NOD_Message message : found.getMessages()) {
-        message.detail = section ? NOD_SectionFile::placeDetail(message.detail, *section, myName)
-                                 : message.detail;
+        message.detail =
+            placed ? NOD_SectionFile::placeDetail(message.detail, *placed, myName) : message.detail;
         report.add(std::move(message));
     }
     return loaded;
@@ -483,9 +483,9 @@ bool NOD_ValueFile::applyNode(NOD_Node &node, NOD_Report &report) const
     sections.load(node, found);
     for (NOD_Message message : found.getMessages()) {
         const std::string kind = message.subject.substr(0, message.subject.find('/'));
-        const auto section = byKind.find(kind);
-        if (section != byKind.end()) {
-            message.detail = NOD_SectionFile::placeDetail(message.detail, section->second, myName,
+        const auto whole = byKind.find(kind);
+        if (whole != byKind.end()) {
+            message.detail = NOD_SectionFile::placeDetail(message.detail, whole->second, myName,
                                                           kind == "spares" ? kind : "");
         }
         message.file = myName;
