@@ -15,6 +15,7 @@
 #include <BAS/BAS_API.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,8 +61,13 @@ struct KIT_MessageFix
     std::vector<KIT_MessageEdit> edits;
 };
 
-struct KIT_MessageDetail
+struct KIT_API KIT_MessageDetail
 {
+    /// Of the bytes [begin, end) of a text; what is found is what they are.
+    static std::shared_ptr<KIT_MessageDetail> ofText(std::string_view text, std::string_view file,
+                                                     std::size_t begin, std::size_t end,
+                                                     std::string_view subject = {});
+
     KIT_MessagePlace place;                     ///< where the mistake is
     std::string subject;                        ///< the parameter or section it is about
     std::vector<KIT_MessagePlace> includedFrom; ///< the `#include` lines, the innermost first
