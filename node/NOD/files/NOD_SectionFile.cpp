@@ -162,38 +162,52 @@ bool NOD_SectionFile::readBinary(const std::string &file, NOD_Report &report)
 namespace
 {
 
-constexpr const char *theTab = "\t"; // in front of each line of a text
+constexpr const char *theTab = "\t";      // in front of each line of a text
+constexpr const char *theEndLine = "end"; // after a text that ends in a line feed
+
+/// One end of a place in a section's text, as it is in the file.
+struct End
+{
+    End(std::int64_t offset, const NOD_SectionFile::Section &section)
+    {
+        const std::string_view text = section.text;
+        const auto lines = std::count(text.begin(), text.begin() + offset, '\n');
+        behindFlag = std::size_t(offset) == text.size() && (text.empty() || text.back() == '\n');
+        line = section.line + 1 + int(lines);
+        at = std::int64_t(section.textStart) + offset + lines + !behindFlag;
+    }
+
+    int line;
+    std::int64_t at;
+    bool behindFlag; ///< in the line after the text, which has no tab
+};
 
 /// From a place in the section's text to one of the file.
 void moveToFile(KIT_MessagePlace &place, const NOD_SectionFile::Section &section)
 {
-    const auto tabsBefore = [&](std::int64_t offset) {
-        return 1 + std::count(section.text.begin(), section.text.begin() + offset, '\n');
-    };
-    const auto size = std::int64_t(section.text.size());
-    if (place.offset < 0 || place.offset > place.endOffset || place.endOffset > size) {
+    if (place.offset < 0 || place.offset > place.endOffset ||
+        place.endOffset > std::int64_t(section.text.size())) {
         return;
     }
     if (section.line <= 0) { // a binary has no lines
-        const std::int64_t begin = place.offset;
-        const std::int64_t end = place.endOffset;
-        place = KIT_MessagePlace();
-        place.offset = begin + std::int64_t(section.textStart);
-        place.endOffset = end + std::int64_t(section.textStart);
+        const auto start = std::int64_t(section.textStart);
+        const KIT_MessagePlace inner = std::exchange(place, KIT_MessagePlace());
+        place.offset = inner.offset + start;
+        place.endOffset = inner.endOffset + start;
         return;
     }
-    const std::int64_t tabs = tabsBefore(place.offset);
-    const std::int64_t endTabs = tabsBefore(place.endOffset);
-    place.line = section.line + int(tabs);
-    place.endLine = section.line + int(endTabs);
-    place.offset += std::int64_t(section.textStart) + tabs;
-    place.endOffset += std::int64_t(section.textStart) + endTabs;
-    for (int *const column :
-         {&place.column, &place.character, &place.endColumn, &place.endCharacter}) {
-        *column += *column > 0;
-    }
+    const End begin(place.offset, section);
+    const End end(place.endOffset, section);
+    place.line = begin.line;
+    place.offset = begin.at;
+    place.endLine = end.line;
+    place.endOffset = end.at;
+    place.column += place.column > 0 && !begin.behindFlag;
+    place.character += place.character > 0 && !begin.behindFlag;
+    place.endColumn += place.endColumn > 0 && !end.behindFlag;
+    place.endCharacter += place.endCharacter > 0 && !end.behindFlag;
     if (place.column > 0) {
-        place.source.insert(0, theTab);
+        place.source = begin.behindFlag ? theEndLine : theTab + place.source;
     }
 }
 
