@@ -101,7 +101,10 @@ void addDetail(ZELT_Json &json, const KIT_MessageDetail &detail)
 /// `file:line:column`, as much of it as is known; of a binary `file: byte offset`.
 std::string asPosition(const KIT_MessagePlace &place)
 {
-    std::string out = place.file.empty() ? "zel" : place.file;
+    if (place.file.empty()) {
+        return "zel"; // of a word of the command line
+    }
+    std::string out = place.file;
     if (place.line > 0) {
         out += ":" + std::to_string(place.line);
         out += place.column > 0 ? ":" + std::to_string(place.column) : "";
