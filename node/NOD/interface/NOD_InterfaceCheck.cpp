@@ -464,10 +464,11 @@ std::shared_ptr<KIT_MessageDetail> findFault(NOD_ScriptPlaces &places,
     case NOD_FaultKind::CONDITION: {
         const std::string keyword = fault.text.substr(0, fault.text.find(':'));
         const std::size_t pattern = fault.text.find(" is no regular expression");
-        const std::string left =
-            pattern == std::string::npos
-                ? wordAfter(fault.text, "there is no parameter ")
-                : fault.text.substr(keyword.size() + 2, pattern - keyword.size() - 2);
+        if (pattern != std::string::npos) {
+            const std::size_t begin = keyword.size() + 2;
+            return places.find(one, keyword, fault.text.substr(begin, pattern - begin), 0);
+        }
+        const std::string left = wordAfter(fault.text, "there is no parameter ");
         return places.find(one, keyword, left.substr(0, left.find(';')), 0);
     }
     case NOD_FaultKind::FOLDERS:
