@@ -12,6 +12,7 @@ namespace
 struct Call
 {
     std::vector<std::string> codes;
+    bool list = false;
     bool page = false;
 };
 
@@ -43,7 +44,7 @@ int print(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         }
         found.insert(found.end(), some.begin(), some.end());
     }
-    if (call.codes.empty()) {
+    if (call.list) {
         found = NODfindMessages("");
     }
     ZELT_Json all = ZELT_Json::array();
@@ -51,8 +52,8 @@ int print(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         if (options.json) {
             all.push_back(asJson(help));
         } else {
-            std::cout << (call.codes.empty() ? help.code + "  " + help.sentence + "\n"
-                                             : NODmessageText(help));
+            std::cout << (call.list ? help.code + "  " + help.sentence + "\n"
+                                    : NODmessageText(help));
         }
     }
     if (options.json) {
@@ -67,7 +68,16 @@ void ZELTaddMessages(ZELT_CommandLine &line)
 {
     const auto [command, call] =
         line.add("messages", "Explain the codes of messages", "zel messages DS24 Z101", print);
-    command.add_option("CODE", call.codes, "As messages end: DS24, \"ZEL 5\", Z101; none for all");
-    command.add_flag("--page", call.page,
-                     "All of them as a page of Markdown, which is docs/messages.md");
+    CLI::Option *const codes = command.add_option(
+        "CODE", call.codes, "As messages end: DS24, \"ZEL 5\", Z101; or a category");
+    CLI::Option *const list = command.add_flag("--list", call.list, "All of them, a line each");
+    CLI::Option *const page = command.add_flag(
+        "--page", call.page, "All of them as a page of Markdown, which is docs/messages.md");
+    codes->excludes(list)->excludes(page);
+    list->excludes(page);
+    command.parse_complete_callback([codes, list, page] {
+        if (!codes->count() && !list->count() && !page->count()) {
+            throw CLI::RequiredError("CODE");
+        }
+    });
 }
