@@ -73,3 +73,19 @@ void KIT_MessagePlace::setFromText(std::string_view text, std::size_t begin, std
         endCharacter = countCharacters(text.substr(first, end - first)) + 1;
     }
 }
+
+std::shared_ptr<KIT_MessageDetail> KIT_MessageDetail::ofText(std::string_view text,
+                                                             std::string_view file,
+                                                             std::size_t begin, std::size_t end,
+                                                             std::string_view subject)
+{
+    constexpr std::size_t theLongestFound = 80;
+    auto detail = std::make_shared<KIT_MessageDetail>();
+    detail->place.file = file;
+    detail->place.setFromText(text, begin, end);
+    const auto first = std::size_t(detail->place.offset);
+    const auto last = std::size_t(detail->place.endOffset);
+    detail->found = text.substr(first, std::min(last - first, theLongestFound));
+    detail->subject = subject;
+    return detail;
+}

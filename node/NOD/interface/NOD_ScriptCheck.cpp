@@ -554,13 +554,13 @@ void NODcheckDescription(const NOD_Interface &script, const std::string &file, N
 {
     NOD_Report faults;
     NODcheckNames(script, faults);
-    NODcheckInterface(script.getTemplates(), faults);
-    NODcheckMenuScripts(script.getTemplates(), faults);
+    NODcheckInterface(script, faults);
+    NODcheckMenuScripts(script, faults);
     NODcheckExpressions(script, faults);
     for (NOD_Message message : faults.getMessages()) {
         if (message.category == ZEL_ERROR_CATEGORY && message.code == ZEL_ERR_TEXT_NAME &&
-            message.line == 0) {
-            continue; // told with its line
+            !message.subject.empty()) {
+            continue; // told as a name
         }
         message.file = message.file.empty() ? file : message.file;
         report.add(std::move(message));
