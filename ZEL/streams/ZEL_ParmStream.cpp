@@ -49,6 +49,11 @@ Kind kindOf(const ZEL_Parm *parm)
 
 } // namespace
 
+ZEL_ParmStream::ZEL_ParmStream(Entries entries, float version)
+    : myVersion(version), myWholeFlag(true), myEntries(std::move(entries))
+{
+}
+
 // ---------------------------------------------------------------------- //
 // In
 // ---------------------------------------------------------------------- //
