@@ -18,7 +18,8 @@ class NOD_Report;
 /// Numbers are the same within any of the three.
 struct NOD_API NOD_Tolerance
 {
-    std::string pattern = "*"; ///< of tokens, or `:KIND` of NOD_Records.def; the last one that matches counts
+    std::string pattern =
+        "*"; ///< of tokens, or `:KIND` of NOD_Records.def; the last one that matches counts
     double absolute = 0.0;
     double relative = 0.0; ///< of the larger one
     int lastPlaces = 0;    ///< how many doubles they are apart

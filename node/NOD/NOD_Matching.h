@@ -59,4 +59,5 @@ private:
 };
 
 /// How much two records have in common: 1 for all, 0 for nothing.
-NOD_API double NODlikeness(const NOD_Record &left, const NOD_Record &right);
+NOD_API double NODlikeness(const NOD_Record &left, const NOD_Record &right,
+                           const NOD_CompareOptions &options = {});

@@ -91,8 +91,7 @@ bool appendByEdits(const NOD_Hashes &left, const NOD_Hashes &right, const Range 
             return false;
         }
         for (int k = -edits; k <= edits && !found; k += 2) {
-            const bool down =
-                k == -edits || (k != edits && at(reach, k - 1) < at(reach, k + 1));
+            const bool down = k == -edits || (k != edits && at(reach, k - 1) < at(reach, k + 1));
             int x = down ? at(reach, k + 1) : at(reach, k - 1) + 1;
             while (goes(x, x - k)) {
                 ++x;
@@ -265,9 +264,9 @@ void pairInGap(const Gap &gap, const std::function<double(int, int)> &cost, NOD_
             }
             const double one = cost(gap.left[i], gap.right[j]);
             each[i * m + j] = float(one);
-            best[i * width + j] = std::min({best[(i + 1) * width + j + 1] + one,
-                                            best[(i + 1) * width + j] + 1.0,
-                                            best[i * width + j + 1] + 1.0});
+            best[i * width + j] =
+                std::min({best[(i + 1) * width + j + 1] + one, best[(i + 1) * width + j] + 1.0,
+                          best[i * width + j + 1] + 1.0});
         }
     }
     std::size_t i = 0;

@@ -31,8 +31,7 @@ class Apply
 public:
     Apply(const NOD_Difference::Changes &changes, const NOD_Record &old, NOD_Report &report)
         : myChanges(changes), myReport(report), myTop(old.copy())
-    {
-    }
+    {}
 
     std::unique_ptr<NOD_Record> run();
 
@@ -113,8 +112,8 @@ void Apply::find()
         } else if (change.verb == Verb::CHANGED &&
                    !NODisSameValue(record->getValue(), change.oldValue)) {
             myGoodFlag = false;
-            myReport.error(NODpathText(change.oldPath), "is " + shown(record->getValue()) +
-                                                            ", not " + shown(change.oldValue));
+            myReport.error(NODpathText(change.oldPath),
+                           "is " + shown(record->getValue()) + ", not " + shown(change.oldValue));
         } else {
             myFound.push_back({&change, record});
         }
@@ -201,10 +200,9 @@ void Apply::gatherArrivals()
             add(*found.change, std::move(myTaken[found.record]));
         }
     }
-    std::stable_sort(myArrivals.begin(), myArrivals.end(),
-                     [](const Arrivals &a, const Arrivals &b) {
-                         return a.parent.size() < b.parent.size();
-                     });
+    std::stable_sort(
+        myArrivals.begin(), myArrivals.end(),
+        [](const Arrivals &a, const Arrivals &b) { return a.parent.size() < b.parent.size(); });
 }
 
 /// Those that come have their places, the others fill the rest.

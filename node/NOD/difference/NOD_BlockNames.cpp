@@ -19,7 +19,7 @@ bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-/// The token as the library makes it, with a `#` for each number of an item. False if it has not all of them.
+/// The token as the library makes it, with a `#` for each number of an item. False if it has other numbers.
 bool makePattern(const char *token, NOD_BlockNames::Member &member)
 {
     std::vector<int> numbers;
@@ -31,23 +31,19 @@ bool makePattern(const char *token, NOD_BlockNames::Member &member)
     constexpr bool repeat = false;
     ZELinstanceString(made, token, numbers.data(), int(numbers.size()), fillToken, repeat);
     member.pattern = std::string(made.view());
-    member.levels.clear();
-    std::size_t at = 0;
-    std::vector<char> found(numbers.size(), 0);
-    while (at < member.pattern.size()) {
-        bool markFlag = false;
-        for (std::size_t level = 0; level < numbers.size() && !markFlag; ++level) {
-            const std::string digits = std::to_string(numbers[level]);
-            markFlag = member.pattern.compare(at, digits.size(), digits) == 0;
-            if (markFlag) {
-                member.pattern.replace(at, digits.size(), "#");
-                member.levels.push_back(int(level));
-                found[level] = 1;
-            }
-        }
-        ++at;
+    if (member.pattern.find('#') != std::string::npos) {
+        return false;
     }
-    return std::string(found.begin(), found.end()).find('\0') == std::string::npos;
+    std::size_t at = 0;
+    for (const int number : numbers) {
+        const std::string digits = std::to_string(number);
+        at = member.pattern.find(digits, at);
+        if (at == std::string::npos) {
+            return false;
+        }
+        member.pattern.replace(at++, digits.size(), "#");
+    }
+    return member.pattern.find(std::to_string(theMarkNumber).substr(0, 8)) == std::string::npos;
 }
 
 } // namespace
@@ -84,27 +80,20 @@ void NOD_BlockNames::addMembers(const ZEL_Template *templates, const Member &blo
     }
 }
 
-const NOD_BlockNames::Member *NOD_BlockNames::findPattern(const std::string &pattern) const
-{
-    const auto found = myMembers.find(pattern);
-    return found == myMembers.end() ? nullptr : &found->second;
-}
-
 bool NOD_BlockNames::takeItems(const Member &member, const std::vector<std::string_view> &numbers,
                                std::vector<int> &items) const
 {
     items.assign(member.blocks.size(), -1);
-    if (numbers.size() != member.levels.size()) {
+    if (numbers.size() != member.starts.size()) {
         return false;
     }
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        const std::string_view digits = numbers[i];
-        const std::size_t level = std::size_t(member.levels[i]);
+    for (std::size_t level = 0; level < numbers.size(); ++level) {
+        const std::string_view digits = numbers[level];
         int number = 0;
         const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), number);
         const bool plainFlag = result.ec == std::errc() && (digits.size() == 1 || digits[0] != '0');
         const int item = plainFlag ? number - member.starts[level] : -1;
-        if (item < 0 || (items[level] >= 0 && items[level] != item)) {
+        if (item < 0) {
             return false;
         }
         items[level] = item;
@@ -143,22 +132,21 @@ const NOD_BlockNames::Member *NOD_BlockNames::find(std::string_view name,
             }
         }
         pattern.append(name.substr(done));
-        const Member *const member = findPattern(pattern);
-        if (member && takeItems(*member, numbers, items)) {
-            return member;
+        const auto member = myMembers.find(pattern);
+        if (member != myMembers.end() && takeItems(member->second, numbers, items)) {
+            return &member->second;
         }
     }
     return nullptr;
 }
 
-std::string NOD_BlockNames::nameOf(const Member &member, const std::vector<int> &items)
+std::string NOD_BlockNames::nameOf(const std::string &pattern, const std::vector<int> &numbers)
 {
     std::string name;
     std::size_t mark = 0;
-    for (const char c : member.pattern) {
-        if (c == '#' && mark < member.levels.size()) {
-            const std::size_t level = std::size_t(member.levels[mark++]);
-            name += std::to_string(items[level] + member.starts[level]);
+    for (const char c : pattern) {
+        if (c == '#' && mark < numbers.size()) {
+            name += std::to_string(numbers[mark++]);
         } else {
             name += c;
         }

@@ -1,6 +1,8 @@
 /// \file NOD_BlockNamesPrivate.h
 /// Which item of which block a name in a stream belongs to. Not installed.
 ///
+/// Members whose names have not each number once, the outermost block's first, count as parameters outside of blocks.
+///
 /// Vocabulary: *pattern* = a member's name with a `#` for each number in it: `pt#`, `weight#_#`.
 /// Ownership:  owns its texts.
 /// Threads:    const calls from any thread.
@@ -23,7 +25,6 @@ public:
         std::string pattern;
         std::vector<std::string> blocks; ///< patterns of the blocks it is in, the outermost first
         std::vector<int> starts;         ///< of each, the number of its first item
-        std::vector<int> levels;         ///< of each `#`, which block's number it is
     };
 
     NOD_BlockNames() = default;
@@ -31,11 +32,12 @@ public:
     void add(const ZEL_Template *templates);
     /// The member that has such names, and its items; null if there is none.
     const Member *find(std::string_view name, std::vector<int> &items) const;
-    /// By its pattern; null if there is none.
-    const Member *findPattern(const std::string &pattern) const;
     /// Whether a parameter of this token or pattern is a block.
     bool isBlock(const std::string &pattern) const { return myBlocks.count(pattern) != 0; }
-    static std::string nameOf(const Member &member, const std::vector<int> &items);
+    /// The number of a block's first item.
+    int startOf(const std::string &pattern) const { return myBlocks.at(pattern); }
+    /// Each `#` of the pattern becomes a number, in this order.
+    static std::string nameOf(const std::string &pattern, const std::vector<int> &numbers);
 
 private:
     void addMembers(const ZEL_Template *templates, const Member &block, int depth);

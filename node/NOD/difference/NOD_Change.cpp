@@ -67,9 +67,7 @@ NOD_Change NOD_Change::inverse() const
     std::swap(back.oldPath, back.newPath);
     std::swap(back.oldValue, back.newValue);
     std::swap(back.oldAfter, back.newAfter);
-    back.verb = verb == Verb::ADDED     ? Verb::REMOVED
-                : verb == Verb::REMOVED ? Verb::ADDED
-                                        : verb;
+    back.verb = verb == Verb::ADDED ? Verb::REMOVED : verb == Verb::REMOVED ? Verb::ADDED : verb;
     return back;
 }
 

@@ -61,8 +61,8 @@ void readKey(const std::vector<std::string> &words, NOD_Record &channel)
 void readLine(const std::vector<std::string> &words, NOD_Record &channel)
 {
     const std::string &word = words[0];
-    const bool markFlag = std::find(std::begin(theMarks), std::end(theMarks), word) !=
-                          std::end(theMarks);
+    const bool markFlag =
+        std::find(std::begin(theMarks), std::end(theMarks), word) != std::end(theMarks);
     if (markFlag) {
         channel.add(Kind::MARK, word);
     } else if (word == "key" && words.size() > 2) {

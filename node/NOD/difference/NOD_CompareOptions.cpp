@@ -118,8 +118,7 @@ bool NOD_Tolerance::parse(const std::string &text, NOD_Tolerance &tolerance, NOD
         rest.remove_prefix(equals + 1);
     }
     const auto take = [&](std::string_view end) {
-        const bool found =
-            rest.size() > end.size() && rest.substr(rest.size() - end.size()) == end;
+        const bool found = rest.size() > end.size() && rest.substr(rest.size() - end.size()) == end;
         rest.remove_suffix(found ? end.size() : 0);
         return found;
     };
@@ -129,8 +128,9 @@ bool NOD_Tolerance::parse(const std::string &text, NOD_Tolerance &tolerance, NOD
     constexpr double theMostPlaces = 1e9;
     if (!parseAll(rest, number) || !(number >= 0.0) || !std::isfinite(number) ||
         (places && (number > theMostPlaces || number != std::floor(number)))) {
-        report.error("", "\"" + text + "\" is no tolerance: it is a number, as 0.001, 0.1% or 4ulp, "
-                                       "with PATTERN= in front");
+        report.error("", "\"" + text +
+                             "\" is no tolerance: it is a number, as 0.001, 0.1% or 4ulp, "
+                             "with PATTERN= in front");
         return false;
     }
     tolerance.lastPlaces = places ? int(number) : 0;

@@ -16,8 +16,7 @@ class Walk
 public:
     Walk(const NOD_Matching &matching, const NOD_CompareOptions &options)
         : myMatching(matching), myOptions(options)
-    {
-    }
+    {}
 
     void compare(const NOD_Record &left, const NOD_Record &right);
     NOD_Difference::Changes takeChanges() { return std::move(myChanges); }
@@ -60,13 +59,13 @@ NOD_Change Walk::changeOf(Verb verb, const NOD_Record *left, const NOD_Record *r
     change.verb = verb;
     if (left) {
         change.oldPath = NODpathOf(*left);
-        change.oldAfter = verb == Verb::CHANGED || verb == Verb::RENAMED ? std::nullopt
-                                                                         : placeOf(*left);
+        change.oldAfter =
+            verb == Verb::CHANGED || verb == Verb::RENAMED ? std::nullopt : placeOf(*left);
     }
     if (right) {
         change.newPath = NODpathOf(*right);
-        change.newAfter = verb == Verb::CHANGED || verb == Verb::RENAMED ? std::nullopt
-                                                                         : placeOf(*right);
+        change.newAfter =
+            verb == Verb::CHANGED || verb == Verb::RENAMED ? std::nullopt : placeOf(*right);
     }
     return change;
 }
@@ -76,8 +75,7 @@ std::unique_ptr<NOD_Record> Walk::copyWithout(const NOD_Record &record) const
     if (record.isClosed() || record.getTraits().siblings != NOD_Siblings::TREE) {
         return record.copy();
     }
-    auto made =
-        std::make_unique<NOD_Record>(record.getKind(), record.getName(), record.getValue());
+    auto made = std::make_unique<NOD_Record>(record.getKind(), record.getName(), record.getValue());
     for (const auto &part : record.getParts()) {
         const bool treeFlag = part->getTraits().siblings == NOD_Siblings::TREE;
         if (!treeFlag) {
@@ -99,7 +97,8 @@ bool Walk::counts(const NOD_Record &record, const NOD_Record *other) const
         return one && one->getKind() == Kind::VALUE && one->getParent() &&
                one->getParent()->find(Kind::DRIVER, one->getName());
     };
-    return myOptions.counts(record.getKind()) && !(isDriven(&record) && (!other || isDriven(other)));
+    return myOptions.counts(record.getKind()) &&
+           !(isDriven(&record) && (!other || isDriven(other)));
 }
 
 void Walk::tellAdded(const NOD_Record &right)

@@ -95,7 +95,8 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
     myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
     myKind = NOD_ValueFile::kindOf(std::string_view(bytes));
     myBinaryFlag = NOD_ValueFile::isBinary(bytes);
-    myNodes = std::make_shared<NOD_NodeRecords>(options.isExact ? Reading::EXACT : Reading::MEANING);
+    myNodes =
+        std::make_shared<NOD_NodeRecords>(options.isExact ? Reading::EXACT : Reading::MEANING);
     myNodes->setInterface(theOnlyType, options.interface);
     if (options.asNode) {
         return readAsNode(bytes, name, options, report);
@@ -146,9 +147,8 @@ bool NOD_Document::readAsNode(const std::string &bytes, const std::string &name,
     return true;
 }
 
-bool NOD_Document::readScene(std::string bytes, const std::string &name,
-                             const std::string &section, const NOD_DocumentOptions &options,
-                             NOD_Report &report)
+bool NOD_Document::readScene(std::string bytes, const std::string &name, const std::string &section,
+                             const NOD_DocumentOptions &options, NOD_Report &report)
 {
     const auto file = std::make_shared<NOD_SectionFile>();
     if (!file->read(std::move(bytes), name, report)) {
@@ -191,8 +191,7 @@ bool NOD_Document::choose(const std::string &section, const std::string &name, N
     return true;
 }
 
-bool NOD_Document::readScript(const std::string &bytes, const std::string &name,
-                              NOD_Report &report)
+bool NOD_Document::readScript(const std::string &bytes, const std::string &name, NOD_Report &report)
 {
     const std::shared_ptr<const NOD_Interface> interface =
         NOD_Interface::fromText(bytes, name, report);
@@ -208,8 +207,7 @@ void NOD_Document::take(NOD_Node &node, bool isExact, NOD_Report &report)
     myBinaryFlag = false;
     myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
     myNodes = std::make_shared<NOD_NodeRecords>(isExact ? Reading::EXACT : Reading::MEANING);
-    NOD_NodeSections sections =
-        NOD_NodeSections::take(node, NOD_NodeSections::Form::TEXT, report);
+    NOD_NodeSections sections = NOD_NodeSections::take(node, NOD_NodeSections::Form::TEXT, report);
     myNodes->setInterface(sections.type, node.getInterface());
     myNodes->read(sections, *myTop);
 }

@@ -173,29 +173,26 @@ ZEL_StreamEntry entryOf(const NOD_Record &parm, const std::string &token)
 
 using Use = std::function<void(const NOD_Record &parm, const std::string &token)>;
 
-void forEntries(const NOD_Record &record, const NOD_BlockNames &names, std::vector<int> &items,
-                const Use &use)
+/// `numbers` are those of the items around.
+void forEntries(const NOD_Record &record, std::vector<int> &numbers, const Use &use)
 {
     for (const auto &part : record.getParts()) {
         if (part->getKind() != Kind::PARM) {
             continue;
         }
-        const NOD_BlockNames::Member *const member =
-            items.empty() ? nullptr : names.findPattern(part->getName());
-        const bool fits = member && member->starts.size() == items.size();
-        const std::string token =
-            fits ? NOD_BlockNames::nameOf(*member, items) : part->getName();
         if (textOf(part->valueOf(Kind::FORM)) != theAbsentForm) {
-            use(*part, token);
+            use(*part, NOD_BlockNames::nameOf(part->getName(), numbers));
         }
-        items.push_back(0);
+        const NOD_Value start = part->valueOf(Kind::START);
+        const auto *first = std::get_if<std::int64_t>(&start);
+        numbers.push_back(first ? int(*first) : theUsualStart);
         for (const auto &item : part->getParts()) {
             if (item->getKind() == Kind::ITEM) {
-                forEntries(*item, names, items, use);
-                ++items.back();
+                forEntries(*item, numbers, use);
+                ++numbers.back();
             }
         }
-        items.pop_back();
+        numbers.pop_back();
     }
 }
 
@@ -219,9 +216,8 @@ void NODaddEntry(const ZEL_StreamEntry &entry, NOD_Record &parm)
     // Items stay at the end.
     NOD_Record::Parts items;
     NOD_Record::Parts &parts = parm.changeParts();
-    const auto first = std::find_if(parts.begin(), parts.end(), [](const auto &part) {
-        return part->getKind() == Kind::ITEM;
-    });
+    const auto first = std::find_if(parts.begin(), parts.end(),
+                                    [](const auto &part) { return part->getKind() == Kind::ITEM; });
     std::move(first, parts.end(), std::back_inserter(items));
     parts.erase(first, parts.end());
     for (const Option &option : theOptions) {
@@ -277,20 +273,18 @@ void NODdropCount(NOD_Record &parm, int count)
     parm.find(Kind::FORM)->setValue(std::string(theCountForm));
 }
 
-void NODlistTokens(const NOD_Record &contents, const NOD_BlockNames &names,
-                   std::vector<std::string> &tokens)
+void NODlistTokens(const NOD_Record &contents, std::vector<std::string> &tokens)
 {
-    std::vector<int> items;
-    forEntries(contents, names, items, [&](const NOD_Record &, const std::string &token) {
-        tokens.push_back(token);
-    });
+    std::vector<int> numbers;
+    forEntries(contents, numbers,
+               [&](const NOD_Record &, const std::string &token) { tokens.push_back(token); });
 }
 
-std::vector<ZEL_StreamEntry> NODentriesOf(const NOD_Record &contents, const NOD_BlockNames &names)
+std::vector<ZEL_StreamEntry> NODentriesOf(const NOD_Record &contents)
 {
     std::vector<ZEL_StreamEntry> entries;
-    std::vector<int> items;
-    forEntries(contents, names, items, [&](const NOD_Record &parm, const std::string &token) {
+    std::vector<int> numbers;
+    forEntries(contents, numbers, [&](const NOD_Record &parm, const std::string &token) {
         entries.push_back(entryOf(parm, token));
     });
     return entries;

@@ -10,12 +10,13 @@
 #include <string>
 #include <vector>
 
-class NOD_BlockNames;
-
 /// The form of a block that has items and no entry of its own; stored in patches, as are the others.
 constexpr const char *theAbsentForm = "absent";
 /// The form of a block whose count is that of its items.
 constexpr const char *theCountForm = "count";
+
+/// That of a block's first item which needn't be told.
+constexpr int theUsualStart = 1;
 
 /// What its record is called: its token, or words for a packet that is no parameter's.
 std::string NODentryKey(const ZEL_StreamEntry &entry);
@@ -26,7 +27,6 @@ int NODplainCount(const NOD_Record &parm);
 /// Takes the count away if it is that of the items.
 void NODdropCount(NOD_Record &parm, int count);
 /// The tokens of all entries in the usual order: the items of a block behind it.
-void NODlistTokens(const NOD_Record &contents, const NOD_BlockNames &names,
-                   std::vector<std::string> &tokens);
+void NODlistTokens(const NOD_Record &contents, std::vector<std::string> &tokens);
 /// All entries in that order.
-std::vector<ZEL_StreamEntry> NODentriesOf(const NOD_Record &contents, const NOD_BlockNames &names);
+std::vector<ZEL_StreamEntry> NODentriesOf(const NOD_Record &contents);

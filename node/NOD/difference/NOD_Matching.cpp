@@ -70,7 +70,27 @@ struct Share
     int all = 0;
 };
 
-void addShare(const NOD_Record &left, const NOD_Record &right, Share &share)
+/// Equal but for numbers within their tolerance.
+bool areAlike(const NOD_Record &left, const NOD_Record &right, const NOD_CompareOptions &options)
+{
+    if (left.getHash() == right.getHash()) {
+        return true;
+    }
+    const NOD_Record::Parts &parts = left.getParts();
+    if (options.tolerances.empty() || parts.size() != right.getParts().size() ||
+        !options.isSame(NODpathOf(right), left.getValue(), right.getValue())) {
+        return false;
+    }
+    return std::all_of(parts.begin(), parts.end(), [&](const auto &part) {
+        const NOD_Record *const other = part->getKind() == Kind::ITEM
+                                            ? right.findItem(part->getItem())
+                                            : right.find(part->getKind(), part->getName());
+        return other && areAlike(*part, *other, options);
+    });
+}
+
+void addShare(const NOD_Record &left, const NOD_Record &right, const NOD_CompareOptions &options,
+              Share &share)
 {
     const PartMap map = mapOf(right);
     int common = 0;
@@ -81,7 +101,7 @@ void addShare(const NOD_Record &left, const NOD_Record &right, Share &share)
         }
         ++leftParts;
         const auto found = map.find({part->getKind(), part->getName()});
-        common += found != map.end() && part->getHash() == found->second->getHash() ? 1 : 0;
+        common += found != map.end() && areAlike(*part, *found->second, options) ? 1 : 0;
     }
     const auto counts = [](const auto &part) { return !isTree(*part); };
     const int rightParts =
@@ -111,7 +131,8 @@ std::string pathKey(const NOD_Record &record)
 
 } // namespace
 
-double NODlikeness(const NOD_Record &left, const NOD_Record &right)
+double NODlikeness(const NOD_Record &left, const NOD_Record &right,
+                   const NOD_CompareOptions &options)
 {
     const NOD_Record *const a = contentsOf(left);
     const NOD_Record *const b = contentsOf(right);
@@ -119,7 +140,7 @@ double NODlikeness(const NOD_Record &left, const NOD_Record &right)
         return a == b ? 1.0 : 0.0;
     }
     Share share;
-    addShare(*a, *b, share);
+    addShare(*a, *b, options, share);
     return share.all == 0 ? 1.0 : double(share.same) / share.all;
 }
 
@@ -195,7 +216,7 @@ void NOD_Matching::pairItemsOf(const NOD_Record &left, const NOD_Record &right)
     // One member that differs is a change; so is half of them.
     const auto cost = [&](int i, int j) {
         Share share;
-        addShare(*records[0][std::size_t(i)], *records[1][std::size_t(j)], share);
+        addShare(*records[0][std::size_t(i)], *records[1][std::size_t(j)], myOptions, share);
         const int others = share.all - share.same;
         return others <= 1 ? 1.0 : 4.0 * others / share.all;
     };
@@ -269,9 +290,8 @@ void NOD_Matching::pairSame(const Records &left, const Records &right)
             }
         }
     };
-    pairWhere([&](const NOD_Record &record) {
-        return contentsKey(record) + " " + record.getName();
-    });
+    pairWhere(
+        [&](const NOD_Record &record) { return contentsKey(record) + " " + record.getName(); });
     pairWhere(contentsKey);
 }
 
@@ -293,7 +313,7 @@ void NOD_Matching::pairAlike(const Records &left, const Records &right)
         if (partnerOf(a) || partnerOf(b) || !mayBeSame(a, b) || ++looks > theMostPairs) {
             return;
         }
-        const double likeness = NODlikeness(a, b) + (nearFlag ? 0.2 : 0.0);
+        const double likeness = NODlikeness(a, b, myOptions) + (nearFlag ? 0.2 : 0.0);
         if (likeness >= (nearFlag ? theLeastLikeness + 0.2 : 0.8)) {
             std::string keys[] = {pathKey(a), pathKey(b)};
             std::sort(std::begin(keys), std::end(keys));

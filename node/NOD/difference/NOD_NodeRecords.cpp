@@ -173,9 +173,8 @@ void NOD_NodeRecords::read(const NOD_NodeSections &sections, NOD_Record &content
     if (!sections.spares.empty() && !readSpares(sections.spares, contents)) {
         contents.add(Kind::SECTION, "spares", sections.spares);
     }
-    if (!sections.channels.empty() &&
-        (!NODreadChannels(sections.channels, "", contents, ignored) ||
-         NODchannelText(contents) != sections.channels)) {
+    if (!sections.channels.empty() && (!NODreadChannels(sections.channels, "", contents, ignored) ||
+                                       NODchannelText(contents) != sections.channels)) {
         removeParts(contents, {Kind::CHANNEL, Kind::LANGUAGE});
         contents.add(Kind::SECTION, "channels", sections.channels);
     }

@@ -110,8 +110,7 @@ NOD_ClosedParts::~NOD_ClosedParts() = default;
 
 NOD_Record::NOD_Record(Kind kind, std::string name, NOD_Value value)
     : myKind(kind), myName(std::move(name)), myValue(std::move(value))
-{
-}
+{}
 
 NOD_Record::~NOD_Record() = default;
 

@@ -41,8 +41,7 @@ public:
 
     ClosedNode(std::shared_ptr<const NOD_SectionFile> file, std::shared_ptr<NOD_NodeRecords> nodes)
         : myFile(std::move(file)), myNodes(std::move(nodes))
-    {
-    }
+    {}
 
     void add(std::string_view kind, std::string_view text) { myTexts.emplace_back(kind, text); }
     void open(NOD_Record &record) const override
@@ -74,8 +73,7 @@ private:
 
 std::string headOf(const NOD_NodeSections &sections)
 {
-    std::string head =
-        sections.type.empty() ? "" : "type " + NODquoted(sections.type) + "\n";
+    std::string head = sections.type.empty() ? "" : "type " + NODquoted(sections.type) + "\n";
     for (const auto &[name, value] : sections.variables) {
         head += "variable " + NODquoted(name) + " " + NODquoted(value) + "\n";
     }
@@ -174,8 +172,7 @@ public:
     Reader(const std::shared_ptr<const NOD_SectionFile> &file, const std::string &name,
            const std::shared_ptr<NOD_NodeRecords> &nodes, NOD_Record &top, NOD_Report &report)
         : myFile(file), myName(name), myNodes(nodes), myTop(top), myReport(report)
-    {
-    }
+    {}
 
     bool run()
     {
@@ -185,8 +182,7 @@ public:
         };
         const auto head = std::find_if(sections.begin(), sections.end(), isHead);
         if (head == sections.end()) {
-            myReport.add(
-                {KIT_ERROR_ABORT, myName, 0, {}, "is no file of a scene or node", {}, 0});
+            myReport.add({KIT_ERROR_ABORT, myName, 0, {}, "is no file of a scene or node", {}, 0});
             return false;
         }
         readHead(*head);
@@ -300,8 +296,7 @@ bool writeTree(const NOD_Record &node, const std::string &path, NOD_NodeRecords 
         NOD_NodeSections sections;
         goodFlag = NODwriteNode(*contents, nodes, sections, report);
         const auto isHead = [](const auto &section) { return section.first == theNodeSection; };
-        const auto head =
-            std::find_if(sections.kept.begin(), sections.kept.end(), isHead);
+        const auto head = std::find_if(sections.kept.begin(), sections.kept.end(), isHead);
         writer.add(theNodeSection + (" " + place),
                    head == sections.kept.end() ? headOf(sections) : head->second);
         for (const char *const kind : theNodeKinds) {
@@ -320,8 +315,8 @@ bool writeTree(const NOD_Record &node, const std::string &path, NOD_NodeRecords 
     }
     for (const auto &part : node.getParts()) {
         if (part->getKind() == Kind::NODE) {
-            goodFlag = writeTree(*part, path + "/" + part->getName(), nodes, writer, report) &&
-                       goodFlag;
+            goodFlag =
+                writeTree(*part, path + "/" + part->getName(), nodes, writer, report) && goodFlag;
         }
     }
     return goodFlag;

@@ -53,9 +53,9 @@ NOD_StreamRecords::NOD_StreamRecords(std::shared_ptr<const NOD_Interface> interf
     NOD_Report ignored;
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
     const std::shared_ptr<const NOD_Interface> set =
-        spares.empty() ? nullptr
-                       : NOD_Interface::fromText(spares, "spares", ignored,
-                                                 NOD_Interface::Includes::NONE);
+        spares.empty()
+            ? nullptr
+            : NOD_Interface::fromText(spares, "spares", ignored, NOD_Interface::Includes::NONE);
     if (!myInterface && !set) {
         return;
     }
@@ -120,8 +120,7 @@ void NOD_StreamRecords::keepDrivenTexts(std::string_view bytes, ZEL_ParmStream &
     }
     NOD_Report ignored;
     ZEL_ParmStream words;
-    if (!parse(bytes, "", nullptr, words, ignored) ||
-        words.getEntries().size() != entries.size()) {
+    if (!parse(bytes, "", nullptr, words, ignored) || words.getEntries().size() != entries.size()) {
         return;
     }
     for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -145,6 +144,16 @@ NOD_Record *NOD_StreamRecords::itemOf(NOD_Record &block, int item) const
     return parts[first + std::size_t(item)].get();
 }
 
+NOD_Record &NOD_StreamRecords::makeParm(NOD_Record &place, const std::string &name) const
+{
+    NOD_Record &parm = place.add(Kind::PARM, name);
+    const int start = myNames.isBlock(name) ? myNames.startOf(name) : theUsualStart;
+    if (start != theUsualStart) {
+        parm.add(Kind::START, {}, std::int64_t(start));
+    }
+    return parm;
+}
+
 /// The record that the parameter is a part of, and what it is called there.
 NOD_Record &NOD_StreamRecords::placeOf(const std::string &token, std::size_t entries,
                                        NOD_Record &contents, std::string &name) const
@@ -160,7 +169,7 @@ NOD_Record &NOD_StreamRecords::placeOf(const std::string &token, std::size_t ent
     for (std::size_t level = 0; level < items.size(); ++level) {
         NOD_Record *block = at->find(Kind::PARM, member->blocks[level]);
         if (!block) {
-            block = &at->add(Kind::PARM, member->blocks[level]);
+            block = &makeParm(*at, member->blocks[level]);
             block->add(Kind::FORM, {}, std::string(theAbsentForm));
         }
         at = itemOf(*block, items[level]);
@@ -190,7 +199,7 @@ void NOD_StreamRecords::build(const ZEL_ParmStream &stream, NOD_Record &contents
         // A block may be there already, for one of its items.
         NOD_Record *parm = myNames.isBlock(name) ? place.find(Kind::PARM, name) : nullptr;
         if (!parm) {
-            parm = &place.add(Kind::PARM, name);
+            parm = &makeParm(place, name);
         }
         NODaddEntry(entries[i], *parm);
     }
@@ -237,7 +246,7 @@ bool NOD_StreamRecords::read(std::string_view bytes, const std::string &name, Re
             tokens.push_back(NODentryKey(entry));
         }
         std::vector<std::string> usual;
-        NODlistTokens(contents, myNames, usual);
+        NODlistTokens(contents, usual);
         if (usual != tokens) {
             contents.add(Kind::ORDER, {}, joined(tokens));
         }
@@ -254,7 +263,7 @@ bool NOD_StreamRecords::write(const NOD_Record &contents, bool binary, std::stri
 {
     const NOD_Value version = contents.valueOf(Kind::VERSION);
     const auto *number = std::get_if<double>(&version);
-    std::vector<ZEL_StreamEntry> entries = NODentriesOf(contents, myNames);
+    std::vector<ZEL_StreamEntry> entries = NODentriesOf(contents);
     const NOD_Value order = contents.valueOf(Kind::ORDER);
     if (const auto *tokens = std::get_if<std::string>(&order)) {
         std::unordered_map<std::string, std::size_t> places;

@@ -54,6 +54,7 @@ private:
     void build(const ZEL_ParmStream &stream, NOD_Record &contents) const;
     NOD_Record &placeOf(const std::string &token, std::size_t entries, NOD_Record &contents,
                         std::string &name) const;
+    NOD_Record &makeParm(NOD_Record &place, const std::string &name) const;
     NOD_Record *itemOf(NOD_Record &block, int item) const;
     void countItems(NOD_Record &record, std::size_t entries) const;
 
