@@ -51,7 +51,7 @@ public:
     /// \name In
     // ------------------------------------------------------------------ //
     ///@{
-    /// A file of any kind, a dialog script too, which can't be written again. `?NAME` or `?/PATH` behind the path means a
+    /// A file of any kind, a dialog script too. `?NAME` or `?/PATH` behind the path means a
     /// part, as in NOD_ValueFile.h.
     bool read(const std::string &path, const NOD_DocumentOptions &options, NOD_Report &report);
     /// The same of a file's bytes; `name` is for messages, and has the part behind it.
@@ -60,6 +60,8 @@ public:
     /// All that a user has made of a node.
     void take(NOD_Node &node, bool isExact, NOD_Report &report);
     bool take(NOD_Scene &scene, bool isExact, NOD_Report &report);
+    /// What it declares, which can't be written again.
+    void take(const NOD_Interface &interface);
     NOD_FileKind getKind() const { return myKind; }
     bool isBinary() const { return myBinaryFlag; }
     const NOD_Record &getTop() const { return *myTop; }

@@ -53,6 +53,8 @@ std::string NODpathText(const NOD_RecordPath &path)
             rest += "[" + std::to_string(step.item) + "]";
         } else if (step.kind == NOD_RecordKind::PARM || step.kind == NOD_RecordKind::DECLARATION) {
             rest += (rest.empty() ? "" : " ") + step.name;
+        } else if (step.kind == NOD_RecordKind::PROPERTY) {
+            rest += (rest.empty() ? "" : " ") + step.name;
         } else if (!isSilent(step.kind)) {
             rest += (rest.empty() ? "" : " ") + std::string(NODtraitsOf(step.kind).people);
             rest += step.name.empty() ? "" : " " + step.name;

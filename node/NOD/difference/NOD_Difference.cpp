@@ -197,7 +197,7 @@ NOD_Difference NOD_Difference::between(const NOD_Record &left, const NOD_Record 
 {
     Walk walk(matching, options);
     walk.compare(left, right);
-    return NOD_Difference(walk.takeChanges());
+    return NOD_Difference(walk.takeChanges(), options.isExact);
 }
 
 NOD_Difference NOD_Difference::inverse() const
@@ -207,5 +207,5 @@ NOD_Difference NOD_Difference::inverse() const
     for (const NOD_Change &change : myChanges) {
         changes.push_back(change.inverse());
     }
-    return NOD_Difference(std::move(changes));
+    return NOD_Difference(std::move(changes), myExactFlag);
 }

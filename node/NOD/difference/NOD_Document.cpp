@@ -20,6 +20,7 @@
 #include <TRK/TRK_Collection.h>
 
 #include <algorithm>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -55,7 +56,16 @@ void readInterfaces(const NOD_SectionFile &file, const std::string &name,
             nodes.setInterface(key, interface);
         }
     }
+    std::set<std::string> ofApplication;
+    for (const NOD_SectionFile::Section &section : file.getSections()) {
+        if (section.text == std::string(theInterfaceOfApplication) + "\n") {
+            ofApplication.emplace(section.name);
+        }
+    }
     for (NOD_Message message : reading.getMessages()) {
+        if (ofApplication.count(message.subject) != 0) {
+            continue; // nobody expects it here
+        }
         message.severity = std::min(message.severity, KIT_ERROR_WARNING);
         report.add(std::move(message));
     }
@@ -210,6 +220,13 @@ void NOD_Document::take(NOD_Node &node, bool isExact, NOD_Report &report)
     NOD_NodeSections sections = NOD_NodeSections::take(node, NOD_NodeSections::Form::TEXT, report);
     myNodes->setInterface(sections.type, node.getInterface());
     myNodes->read(sections, *myTop);
+}
+
+void NOD_Document::take(const NOD_Interface &interface)
+{
+    myKind = NOD_FileKind::SCRIPT;
+    myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
+    NODreadScript(interface, *myTop);
 }
 
 bool NOD_Document::take(NOD_Scene &scene, bool isExact, NOD_Report &report)

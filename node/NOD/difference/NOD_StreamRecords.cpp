@@ -91,20 +91,25 @@ bool NOD_StreamRecords::parse(std::string_view bytes, const std::string &name, Z
 bool NOD_StreamRecords::complete(std::string_view bytes, const std::string &name,
                                  ZEL_ParmStream &stream, NOD_Report &report)
 {
-    NOD_ValueFile file;
-    if (!file.read(std::string(bytes), name, report)) {
-        return false;
-    }
     NOD_StreamRecords fresh(myInterface); // values of another stream would stay
+    ZEL_ParmList &list = fresh.myNode->getParms();
     NOD_Report loading;
-    file.apply(*fresh.myNode, loading);
-    fresh.myNode->getParms().validateChannelNames();
-    NODgrowBlocks(*fresh.myNode, 0.0);
+    bool loadedFlag = false;
+    {
+        const NOD_ReportScope scope(loading, name);
+        KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::TEXT);
+        is.setBinary(NOD_ValueFile::isBinary(bytes));
+        loadedFlag = list.load(is, nullptr, nullptr);
+        NODgrowBlocks(*fresh.myNode, 0.0);
+    }
     for (const NOD_Message &message : loading.getMessages()) {
         // That a stream's channels aren't there is nothing to tell.
         if (message.category != ZEL_ERROR_CATEGORY || message.code != ZEL_ERR_NO_CHANNEL) {
             report.add(message);
         }
+    }
+    if (!loadedFlag && loading.isEmpty()) {
+        report.add({KIT_ERROR_ABORT, name, 0, {}, "isn't loaded as a whole", {}, 0});
     }
     stream.complete(fresh.myNode->getParms());
     return true;
