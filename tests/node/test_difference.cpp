@@ -469,13 +469,14 @@ TEST(Difference, APatchThatDoesNotFitIsRefusedAsAWhole)
 
 TEST(Difference, PatchesThatAreNone)
 {
-    const std::string start = R"({"format":"zel difference","version":1,"edits":[)";
+    const std::string start = R"({"format":"zel difference","version":1,"exact":true,"edits":[)";
     const std::pair<const char *, const char *> theFaults[] = {
         {"", "parse error"},
         {"[]", "\"format\" is missing"},
         {R"({"format":"x","version":1,"edits":[]})", "isn't a patch of parameters"},
         {R"({"format":"zel difference","version":2,"edits":[]})", "is a patch of version 2"},
-        {R"({"format":"zel difference","version":1})", "\"edits\" is missing"}};
+        {R"({"format":"zel difference","version":1,"exact":false})", "and no patch"},
+        {R"({"format":"zel difference","version":1,"exact":true})", "\"edits\" is missing"}};
     const std::pair<const char *, const char *> theEdits[] = {
         {R"({"verb":"hidden"})", "\"hidden\" is nothing that happens to anything"},
         {R"({"verb":"changed","path":[]})", "expected a path"},

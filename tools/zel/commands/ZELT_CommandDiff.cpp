@@ -15,7 +15,7 @@ namespace
 
 struct Call
 {
-    std::vector<std::string> files; ///< maybe a script, and the two
+    std::string files[3]; ///< a script and the two, or the two
     std::vector<std::string> tolerances;
     bool exact = false;
     bool patch = false;
@@ -67,9 +67,10 @@ int diff(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     }
     messages.add(report);
     ZELT_Comparison comparison(how.isExact);
-    const std::string script = call.files.size() > 2 ? call.files.front() : "";
+    const bool scriptFlag = !call.files[2].empty();
     if (report.hasErrors() ||
-        !comparison.read(script, *(call.files.end() - 2), call.files.back(), messages)) {
+        !comparison.read(scriptFlag ? call.files[0] : "", call.files[scriptFlag ? 1 : 0],
+                         call.files[scriptFlag ? 2 : 1], messages)) {
         return 1;
     }
     const NOD_Difference difference =
@@ -96,22 +97,26 @@ void ZELTaddDiff(ZELT_CommandLine &line)
         "Tell what differs between two streams, channel files, presets, nodes, scenes or scripts",
         "zel diff examples/light.ds examples/light.parms examples/light_night.parms", diff);
     command
-        .add_option(
-            "FILES", call.files,
-            "[SCRIPT] A B: two files of one kind, - for standard input, and before them the script "
-            "that they have the values of")
-        ->required()
-        ->expected(2, 3);
-    ZELTaddList(
-        command, "--tolerance", call.tolerances,
+        .addOption(
+            "FILE", call.files[0],
+            "The dialog script that A and B have the values of; or, without B, the first of the two")
+        .required();
+    command
+        .addOption(
+            "A", call.files[1],
+            "A stream, channel file, preset, node or scene file, or a script; - for standard input")
+        .required();
+    command.addOption("B", call.files[2], "Another one");
+    const ZELT_Option tolerance = command.addList(
+        "--tolerance", call.tolerances,
         "How far numbers may be apart: 0.001, 0.1% or 4ulp, with PATTERN= in front for some");
-    command.add_flag(
+    command.addFlag(
         "--exact", call.exact,
         "Tell all that a saved file has, the order of entries too, not only what it means");
-    CLI::Option *const patch =
-        command.add_flag("--patch", call.patch, "Print a patch for `zel patch`: JSON, exact");
-    command.add_flag("--stat", call.stat, "Print how many edits there are, and where")
-        ->excludes(patch);
-    patch->excludes(command.get_option("--tolerance"));
+    const ZELT_Option patch =
+        command.addFlag("--patch", call.patch, "Print a patch for `zel patch`: JSON, exact")
+            .excludes(tolerance);
+    command.addFlag("--stat", call.stat, "Print how many edits there are, and where")
+        .excludes(patch);
     line.addOutput(command);
 }

@@ -11,15 +11,17 @@ namespace
 
 struct Call
 {
-    std::vector<std::string> files; ///< maybe a script; the file, and the patch
+    std::string files[3]; ///< a script, the file and the patch, or the last two
     std::string out;
     bool reverse = false;
 };
 
 int patch(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
 {
-    const std::string script = call.files.size() > 2 ? call.files.front() : "";
-    const std::string &name = *(call.files.end() - 2);
+    const bool scriptFlag = !call.files[2].empty();
+    const std::string script = scriptFlag ? call.files[0] : "";
+    const std::string &name = call.files[scriptFlag ? 1 : 0];
+    const std::string &patchName = call.files[scriptFlag ? 2 : 1];
     constexpr bool isExact = true;
     ZELT_Comparison reader(isExact);
     NOD_Document document;
@@ -27,10 +29,10 @@ int patch(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     NOD_Report report;
     std::string text, bytes;
     if (!reader.readOne(script, name, document, messages) ||
-        !ZELTreadBytes(call.files.back(), text, messages)) {
+        !ZELTreadBytes(patchName, text, messages)) {
         return 1;
     }
-    bool doneFlag = difference.fromJson(text, call.files.back(), report);
+    bool doneFlag = difference.fromJson(text, patchName, report);
     if (doneFlag && call.reverse) {
         difference = difference.inverse();
     }
@@ -53,19 +55,22 @@ int patch(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
 
 void ZELTaddPatch(ZELT_CommandLine &line)
 {
-    const auto [command, call] =
-        line.add("patch", "Apply what `zel diff --patch` has printed to a file",
-                 "zel patch examples/light.ds examples/light.parms dusk.json -o dusk.parms", patch);
+    const auto [command, call] = line.add(
+        "patch", "Apply what `zel diff --patch` has printed to a file",
+        "zel patch examples/light.ds examples/light.parms examples/night.json -o -", patch);
     command
-        .add_option(
-            "FILES", call.files,
-            "[SCRIPT] IN PATCH: a stream, channel file, node or scene file, and what is applied to it, "
-            "and before them the script that a stream has the values of")
-        ->required()
-        ->expected(2, 3);
+        .addOption(
+            "FILE", call.files[0],
+            "The dialog script that IN has the values of; or, without PATCH, the file itself")
+        .required();
     command
-        .add_option("-o,--out", call.out,
-                    "The file to write, in the form of IN; - for standard output")
-        ->required();
-    command.add_flag("--reverse", call.reverse, "Take the changes back");
+        .addOption("IN", call.files[1],
+                   "A stream, channel file, node or scene file; or, without PATCH, the patch")
+        .required();
+    command.addOption("PATCH", call.files[2], "What `zel diff --patch` has printed");
+    command
+        .addOption("-o,--out", call.out,
+                   "The file to write, in the form of IN; - for standard output")
+        .required();
+    command.addFlag("--reverse", call.reverse, "Take the changes back");
 }
