@@ -134,18 +134,14 @@ std::string brief(const NOD_Record &record)
 // Groups
 // ---------------------------------------------------------------------- //
 
-/// How many of the steps name the group.
+/// How many of the steps name the group: those of nodes, and what is looked for in the last one.
 std::size_t groupLength(const NOD_RecordPath &path)
 {
-    std::size_t length = 0;
-    while (length < path.size() &&
-           (path[length].kind == Kind::NODE || path[length].kind == Kind::CONTENTS)) {
-        ++length;
-    }
-    return std::min(
-        length +
-            (path.empty() || path[length - (length == path.size())].kind == Kind::NODE ? 0 : 1),
-        path.size());
+    const auto isOuter = [](const NOD_PathStep &step) {
+        return step.kind == Kind::NODE || step.kind == Kind::CONTENTS;
+    };
+    const auto inner = std::find_if_not(path.begin(), path.end(), isOuter);
+    return std::size_t(inner - path.begin()) + (inner == path.end() ? 0 : 1);
 }
 
 std::string groupOf(const NOD_Change &change)
