@@ -73,7 +73,8 @@ public:
     ///@{
     /// Another state of what was read, such as NOD_Difference::apply() makes of it.
     void setTop(std::unique_ptr<NOD_Record> top);
-    /// The bytes of the file in the form that was read, or another one.
+    /// The bytes of the file in the form that was read, or another one. False, with an error, for what such a file
+    /// can't have.
     bool write(std::string &bytes, NOD_Report &report);
     bool write(std::string &bytes, bool binary, NOD_Report &report);
     /// Gives a node, or a scene, the state: as one step of undo, or as a load does.
@@ -88,10 +89,13 @@ private:
                     const NOD_DocumentOptions &options, NOD_Report &report);
     bool choose(const std::string &section, const std::string &name, NOD_Report &report);
     bool writeChannels(bool binary, std::string &bytes, NOD_Report &report) const;
+    bool writeAny(bool binary, std::string &bytes, NOD_Report &report) const;
+    bool isReadAgain(const std::string &bytes, NOD_Report &report) const;
     bool readScene(std::string bytes, const std::string &name, const std::string &section,
                    const NOD_DocumentOptions &options, NOD_Report &report);
     bool readScript(const std::string &bytes, const std::string &name, NOD_Report &report);
 
+    NOD_DocumentOptions myOptions;
     NOD_FileKind myKind = NOD_FileKind::NONE;
     bool myBinaryFlag = false;
     std::unique_ptr<NOD_Record> myTop;

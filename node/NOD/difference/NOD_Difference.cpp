@@ -43,14 +43,14 @@ std::optional<std::string> Walk::placeOf(const NOD_Record &record) const
     if (!myOptions.hasOrder(record.getKind())) {
         return std::nullopt;
     }
-    std::string before;
+    const NOD_Record *before = nullptr;
     for (const auto &part : record.getParent()->getParts()) {
         if (part.get() == &record) {
             break;
         }
-        before = part->getKind() == record.getKind() ? part->getName() : before;
+        before = part->getKind() == record.getKind() ? part.get() : before;
     }
-    return before;
+    return before ? before->getName() : std::string();
 }
 
 NOD_Change Walk::changeOf(Verb verb, const NOD_Record *left, const NOD_Record *right) const

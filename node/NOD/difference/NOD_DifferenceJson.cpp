@@ -329,7 +329,9 @@ bool NOD_Difference::fromJson(std::string_view text, const std::string &name, NO
             throw Fault("isn't a patch of parameters");
         }
         if (memberOf(json, "version") != Json(theVersion)) {
-            throw Fault("is a patch of version " + memberOf(json, "version").dump() +
+            const Json &version = json["version"];
+            throw Fault("is a patch of version " +
+                        (version.is_number() ? version.dump() : std::string("none")) +
                         "; this can read version " + std::to_string(theVersion));
         }
         if (memberOf(json, "exact") != Json(true)) {

@@ -1,7 +1,7 @@
 #include <NOD/NOD_Document.h>
 
 #include <KIT/KIT_IStream.h>
-#include <NOD/NOD_Change.h>
+#include <NOD/NOD_Difference.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_NodeSections.h>
@@ -103,6 +103,7 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
     const std::string file = name.substr(0, mark);
     const std::string section = mark == std::string::npos ? "" : name.substr(mark + 1);
     myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
+    myOptions = options;
     myKind = NOD_ValueFile::kindOf(std::string_view(bytes));
     myBinaryFlag = NOD_ValueFile::isBinary(bytes);
     myNodes =
@@ -255,7 +256,30 @@ bool NOD_Document::write(std::string &bytes, NOD_Report &report)
     return write(bytes, myBinaryFlag, report);
 }
 
+/// A patch may have put anything anywhere: what isn't read again is no part of the file.
+bool NOD_Document::isReadAgain(const std::string &bytes, NOD_Report &report) const
+{
+    NOD_Document again;
+    NOD_Report reading;
+    if (!again.read(bytes, "", myOptions, reading)) {
+        report.append(reading);
+        return false;
+    }
+    const NOD_CompareOptions meaning;
+    const NOD_Difference lost = NOD_Difference::between(*myTop, again.getTop(), meaning);
+    for (const NOD_Change &change : lost.getChanges()) {
+        report.error(NODpathText(change.getPath()),
+                     "can't be written: it isn't read again as it is");
+    }
+    return lost.isEmpty();
+}
+
 bool NOD_Document::write(std::string &bytes, bool binary, NOD_Report &report)
+{
+    return writeAny(binary, bytes, report) && isReadAgain(bytes, report);
+}
+
+bool NOD_Document::writeAny(bool binary, std::string &bytes, NOD_Report &report) const
 {
     std::ostringstream os;
     switch (myKind) {
