@@ -88,6 +88,11 @@ const KindMark *markFor(const ZEL_StreamEntry &entry)
 
 } // namespace
 
+ZEL_ParmStream::ZEL_ParmStream(Entries entries, float version)
+    : myVersion(version), myWholeFlag(true), myEntries(std::move(entries))
+{
+}
+
 // ---------------------------------------------------------------------- //
 // In
 // ---------------------------------------------------------------------- //
