@@ -91,28 +91,22 @@ void NOD_ServerPass::read()
     for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 1)) {
         myFeeds.push_back(at + 1);
     }
-    NOD_Report report;
-    myInterface = NODcheckScript(text, myPath, report, myRules.includes);
-    std::vector<NOD_LintFinding> judged;
+    NOD_Report said;
+    myInterface = NODcheckScript(text, myPath, said, myRules.includes);
     const bool wholeFlag = NODscriptHead(text, myPath).empty();
     if (myInterface && wholeFlag && myRules.lintFlag) {
         NOD_LintOptions options;
         if (myRules.includes != NOD_Interface::Includes::NONE) {
-            readLintFile(myPath, options, report);
+            readLintFile(myPath, options, said);
         }
-        options.setIncludes(myRules.includes);
-        judged = NODlint(*myInterface, options, &report);
-    }
-    std::set<std::pair<std::string, int>> said;
-    for (const NOD_LintFinding &finding : judged) {
-        said.emplace(finding.file, finding.line);
-        add(finding);
-    }
-    for (const NOD_Message &message : report.getMessages()) {
-        // A rule says more than the reader's warning of its line.
-        if (message.severity >= KIT_ERROR_ABORT || said.count({message.file, message.line}) == 0) {
-            add(message);
+        NOD_Judgement judged = NODjudge(*myInterface, options, said);
+        for (const NOD_LintFinding &finding : judged.findings) {
+            add(finding);
         }
+        said = std::move(judged.rest);
+    }
+    for (const NOD_Message &message : said.getMessages()) {
+        myFindings.push_back(findingOf(message));
     }
     std::stable_sort(myFindings.begin(), myFindings.end(), [](const Finding &a, const Finding &b) {
         return std::pair(a.begin, a.end) < std::pair(b.begin, b.end);
@@ -184,7 +178,7 @@ std::size_t NOD_ServerPass::findColumn(std::size_t line, std::size_t column)
     return myColumn.offset;
 }
 
-void NOD_ServerPass::add(const NOD_Message &message)
+Finding NOD_ServerPass::findingOf(const NOD_Message &message)
 {
     Finding finding;
     finding.severity = severityOf(message.severity);
@@ -202,7 +196,7 @@ void NOD_ServerPass::add(const NOD_Message &message)
         place.line = message.line;
         addRelated(finding, place, message.text);
     }
-    myFindings.push_back(std::move(finding));
+    return finding;
 }
 
 void NOD_ServerPass::setPlace(Finding &finding, const KIT_MessageDetail &detail)
@@ -273,24 +267,15 @@ void NOD_ServerPass::addRelated(Finding &finding, const KIT_MessagePlace &place,
 
 void NOD_ServerPass::add(const NOD_LintFinding &found)
 {
-    Finding finding;
+    Finding finding = findingOf(found.message);
     finding.severity = severityOf(found.rule->level);
     finding.source = theJudge;
     finding.code = found.rule->code;
-    finding.text = found.parm.empty() ? found.text : found.parm + ": " + found.text;
-    finding.text += found.nearest.empty() ? "" : "; did you mean " + found.nearest + "?";
-    if (found.file == myPath) {
-        setWord(finding, std::size_t(found.line), std::size_t(std::max(found.column, 0)));
-    } else {
-        KIT_MessagePlace place;
-        place.file = found.file;
-        place.line = found.line;
-        addRelated(finding, place, finding.text);
-    }
-    if (found.fix && found.fix->file == myPath) {
-        finding.fixes.push_back({std::string("fix ") + found.rule->name,
-                                 {{found.fix->begin, found.fix->end, found.fix->replacement}},
-                                 true});
+    const std::vector<std::string> &meant = found.message.detail->expected;
+    finding.text += meant.empty() ? "" : "; did you mean " + meant.front() + "?";
+    for (NOD_ServerFix &fix : finding.fixes) {
+        fix.title = std::string("fix ") + found.rule->name;
+        fix.safeFlag = true;
     }
     myFindings.push_back(std::move(finding));
 }

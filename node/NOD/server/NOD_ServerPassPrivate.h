@@ -97,7 +97,7 @@ public:
 
 private:
     void read();
-    void add(const NOD_Message &message);
+    NOD_ServerFinding findingOf(const NOD_Message &message);
     void add(const NOD_LintFinding &finding);
     void tell(const std::string &text);
     void setPlace(NOD_ServerFinding &finding, const KIT_MessageDetail &detail);
