@@ -1,9 +1,8 @@
-// The same for files of scenes, and for a document that the language server has open.
+// The same for files of scenes.
 
 #include "Refusal.h"
 
 #include <NOD/NOD_SceneFile.h>
-#include <NOD/NOD_ScriptServer.h>
 #include <node/RandomScene.h>
 
 #include <sstream>
@@ -80,44 +79,6 @@ struct ReadingAScene
     NOD_Scene scene;
 };
 
-/// A change, the outline and the mistakes.
-struct ServingAScript
-{
-    ServingAScript()
-    {
-        server.receive(R"({"id":1,"method":"initialize","params":{"capabilities":{}}})");
-        server.receive(R"({"method":"textDocument/didOpen","params":{"textDocument":)"
-                       R"({"uri":"u","version":1,"text":"{ name n }"}}})");
-        work();
-    }
-    bool run()
-    {
-        work(); // what was refused last time
-        said.clear();
-        server.receive(
-            R"({"method":"textDocument/didChange","params":{"textDocument":{"uri":"u","version":2},)"
-            R"("contentChanges":[{"text":"{ name n parm { name a label \"A\" type flaot } parm { )"
-            R"(name b type float hidewhen \"{ a = 1 }\" } }"},)"
-            R"({"range":{"start":{"line":0,"character":7},"end":{"line":0,"character":8}},)"
-            R"("text":"other\r\n"}]}})");
-        server.receive(R"({"id":2,"method":"textDocument/documentSymbol",)"
-                       R"("params":{"textDocument":{"uri":"u"}}})");
-        work();
-        return said.find("not enough memory") == std::string::npos;
-    }
-    void work()
-    {
-        while (server.step() || server.runPass()) {
-            for (const std::string &one : server.takeOutput()) {
-                said += one + "\n";
-            }
-        }
-    }
-    std::string text(Texts texts) { return texts == Texts::READ ? said : ""; }
-    NOD_ScriptServer server;
-    std::string said;
-};
-
 using WritingASceneAsText = WritingAScene<NOD_SaveOptions::Form::TEXT>;
 using WritingASceneInBinary = WritingAScene<NOD_SaveOptions::Form::BINARY>;
 using ReadingASceneOfText = ReadingAScene<NOD_SaveOptions::Form::TEXT>;
@@ -126,6 +87,5 @@ REFUSE_EACH(WritingASceneAsText)
 REFUSE_EACH(WritingASceneInBinary)
 REFUSE_EACH(ReadingASceneOfText)
 REFUSE_EACH(ReadingASceneInBinary)
-REFUSE_EACH(ServingAScript)
 
 } // namespace

@@ -287,16 +287,17 @@ bool Completer::isInComment(const Source &before) const
 
 void Completer::addPlaced()
 {
-    const Source before(text().substr(0, myBegin));
+    const Source before(myFile->getSource(), myBegin);
     const Source::Expectation &expected = before.getExpectation();
     if (isInComment(before)) {
         return;
     }
     // A text that is open belongs to the statement before it.
     const int last = int(before.getTokens().size()) - 1;
-    const bool openFlag = last >= 0 && before.token(last).kind == TOK_SourceTokens::QUOTED &&
-                          before.token(last).end == myBegin &&
-                          (before.raw(last).size() == 1 || before.raw(last).back() != '"');
+    const bool openFlag =
+        last >= 0 && before.token(last).kind == TOK_SourceTokens::QUOTED &&
+        before.token(last).end == myBegin &&
+        (before.isCut() || before.raw(last).size() == 1 || before.raw(last).back() != '"');
     const int statement = openFlag ? before.token(last).statement : expected.statement;
     if (statement < 0) {
         addKeywords(before);

@@ -33,6 +33,23 @@ NOD_ServerSource::NOD_ServerSource(std::string_view text) : myText(text)
     read();
 }
 
+NOD_ServerSource::NOD_ServerSource(const NOD_ServerSource &whole, std::size_t end)
+    : myText(whole.myText.substr(0, end))
+{
+    const auto after = std::find_if(whole.myTokens.begin(), whole.myTokens.end(),
+                                    [end](const Token &token) { return token.begin >= end; });
+    myTokens.assign(whole.myTokens.begin(), after);
+    for (Token &token : myTokens) {
+        token.statement = -1;
+    }
+    myCutFlag = !myTokens.empty() && myTokens.back().end > end;
+    if (myCutFlag) {
+        myTokens.back().end = end;
+    }
+    myBlocks.emplace_back();
+    read();
+}
+
 std::string_view NOD_ServerSource::raw(int number) const
 {
     const Token &at = token(number);

@@ -58,6 +58,10 @@ public:
     };
 
     explicit NOD_ServerSource(std::string_view text);
+    /// The beginning of a source, up to an offset.
+    NOD_ServerSource(const NOD_ServerSource &whole, std::size_t end);
+    /// Whether that is in its last token.
+    bool isCut() const { return myCutFlag; }
 
     std::string_view getText() const { return myText; }
     const std::vector<Token> &getTokens() const { return myTokens; }
@@ -129,6 +133,7 @@ private:
     std::vector<Block> myBlocks;
     Expectation myExpected;
     State myState = State::KEYWORD;
+    bool myCutFlag = false;
     int myDepth = 0;
     int myCount = 0; ///< of values that are still missing
 };
