@@ -66,6 +66,6 @@ private:
     ZEL_ParmNameMap myMap;
     ZEL_ParmList::BlockNames myBlocks;
     KIT_MessageSource *mySource = nullptr; // while a stream is read
-    int myNext = 0;         // index after that of the last entry's parameter
-    KIT_WorkBuffer myToken; // of the entry, until the next one in a binary stream
+    int myNext = 0;                        // index after that of the last entry's parameter
+    KIT_WorkBuffer myToken;                // of the entry, until the next one in a binary stream
 };

@@ -30,6 +30,9 @@ struct KIT_MessageEntry
     bool isText;
 };
 
+/// The category of the text messages of scripts, which error managers hold under common code 14.
+constexpr const char *theKITScriptCategory = "DS";
+
 /// Of codes of an error manager: the sentence, or null for a code that is not in the catalogue.
 KIT_API const char *KITgetMessageText(const char *category, int code);
 

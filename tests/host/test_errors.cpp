@@ -1,6 +1,5 @@
 // Error managers, scopes, the message catalogue and the expression error numbers.
 
-
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Error.h>

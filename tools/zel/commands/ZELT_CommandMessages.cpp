@@ -30,6 +30,10 @@ ZELT_Json asJson(const NOD_MessageHelp &help)
 
 int print(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
+    if (call.page && options.json) {
+        ZELTprintJson({{"page", NODmessagePage()}});
+        return 0;
+    }
     if (call.page) {
         std::cout << NODmessagePage();
         return 0;
