@@ -88,16 +88,11 @@ bool failRule(const std::string &word, ZELT_Messages &messages)
 
 } // namespace
 
-void ZELTaddLintOptions(CLI::App &command, ZELT_LintCall &call, CLI::Option *needed)
+void ZELTaddLintOptions(CLI::App &command, ZELT_LintCall &call)
 {
     ZELTaddList(command, "--disable", call.disabled, "RULE,RULE: codes or names to leave out");
     ZELTaddList(command, "--only", call.only, "RULE,RULE: codes or names, and no others");
     command.add_option("--level", call.level, "The least that counts: hint, warning or error");
-    for (const char *const name : {"--disable", "--only", "--level"}) {
-        if (needed) {
-            command.get_option(name)->needs(needed);
-        }
-    }
 }
 
 bool ZELTreadLintOptions(const ZELT_LintCall &call, NOD_LintOptions &options,

@@ -15,7 +15,6 @@ class ZELT_Messages;
 namespace CLI
 {
 class App;
-class Option;
 } // namespace CLI
 
 /// Which rules a command line wants.
@@ -24,10 +23,12 @@ struct ZELT_LintCall
     std::vector<std::string> disabled;
     std::vector<std::string> only;
     std::string level;
+
+    bool isEmpty() const { return disabled.empty() && only.empty() && level.empty(); }
 };
 
-/// Adds --disable, --only and --level; with `needed` they go with that option only.
-void ZELTaddLintOptions(CLI::App &command, ZELT_LintCall &call, CLI::Option *needed = nullptr);
+/// Adds --disable, --only and --level.
+void ZELTaddLintOptions(CLI::App &command, ZELT_LintCall &call);
 /// Adds what the command line says to what a configuration file said.
 bool ZELTreadLintOptions(const ZELT_LintCall &call, NOD_LintOptions &options,
                          ZELT_Messages &messages);
