@@ -156,6 +156,8 @@ struct Warning
 constexpr Warning theWarnings[] = {
     {"Unknown parameter type", NOD_LintCode::Z201},
     {"Too many defaults specified", NOD_LintCode::Z205},
+    {"Too many defaults specified", NOD_LintCode::Z204},
+    {"Warning defaults must be specified after type", NOD_LintCode::Z204},
     {"Invalid range specification", NOD_LintCode::Z309},
     {"incorrect number of #s", NOD_LintCode::Z105},
     {theNODScriptRest, NOD_LintCode::Z501},
