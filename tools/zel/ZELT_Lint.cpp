@@ -1,6 +1,6 @@
 #include "ZELT_Lint.h"
 
-#include "ZELT_CommandLine.h"
+#include "ZELT_Command.h"
 #include "ZELT_File.h"
 #include "ZELT_Format.h"
 #include "ZELT_Messages.h"
@@ -88,11 +88,11 @@ bool failRule(const std::string &word, ZELT_Messages &messages)
 
 } // namespace
 
-void ZELTaddLintOptions(CLI::App &command, ZELT_LintCall &call)
+void ZELTaddLintOptions(ZELT_Command command, ZELT_LintCall &call)
 {
-    ZELTaddList(command, "--disable", call.disabled, "RULE,RULE: codes or names to leave out");
-    ZELTaddList(command, "--only", call.only, "RULE,RULE: codes or names, and no others");
-    command.add_option("--level", call.level, "The least that counts: hint, warning or error");
+    command.addList("--disable", call.disabled, "RULE,RULE: codes or names to leave out");
+    command.addList("--only", call.only, "RULE,RULE: codes or names, and no others");
+    command.addOption("--level", call.level, "The least that counts: hint, warning or error");
 }
 
 bool ZELTreadLintOptions(const ZELT_LintCall &call, NOD_LintOptions &options,

@@ -11,11 +11,8 @@
 #include <string>
 #include <vector>
 
+class ZELT_Command;
 class ZELT_Messages;
-namespace CLI
-{
-class App;
-} // namespace CLI
 
 /// Which rules a command line wants.
 struct ZELT_LintCall
@@ -28,7 +25,7 @@ struct ZELT_LintCall
 };
 
 /// Adds --disable, --only and --level.
-void ZELTaddLintOptions(CLI::App &command, ZELT_LintCall &call);
+void ZELTaddLintOptions(ZELT_Command command, ZELT_LintCall &call);
 /// Adds what the command line says to what a configuration file said.
 bool ZELTreadLintOptions(const ZELT_LintCall &call, NOD_LintOptions &options,
                          ZELT_Messages &messages);
