@@ -88,18 +88,11 @@ bool failRule(const std::string &word, ZELT_Messages &messages)
 
 } // namespace
 
-void ZELTaddLintOptions(ZELT_Command command, ZELT_LintCall &call,
-                        const std::optional<ZELT_Option> &needed)
+void ZELTaddLintOptions(ZELT_Command command, ZELT_LintCall &call)
 {
-    const ZELT_Option options[] = {
-        command.addList("--disable", call.disabled, "RULE,RULE: codes or names to leave out"),
-        command.addList("--only", call.only, "RULE,RULE: codes or names, and no others"),
-        command.addOption("--level", call.level, "The least that counts: hint, warning or error")};
-    for (const ZELT_Option &option : options) {
-        if (needed) {
-            option.needs(*needed);
-        }
-    }
+    command.addList("--disable", call.disabled, "RULE,RULE: codes or names to leave out");
+    command.addList("--only", call.only, "RULE,RULE: codes or names, and no others");
+    command.addOption("--level", call.level, "The least that counts: hint, warning or error");
 }
 
 bool ZELTreadLintOptions(const ZELT_LintCall &call, NOD_LintOptions &options,

@@ -4,15 +4,14 @@
 /// Errors:     false after a message.
 #pragma once
 
-#include "ZELT_Command.h"
 #include "ZELT_Json.h"
 
 #include <NOD/NOD_Lint.h>
 
-#include <optional>
 #include <string>
 #include <vector>
 
+class ZELT_Command;
 class ZELT_Messages;
 
 /// Which rules a command line wants.
@@ -21,11 +20,12 @@ struct ZELT_LintCall
     std::vector<std::string> disabled;
     std::vector<std::string> only;
     std::string level;
+
+    bool isEmpty() const { return disabled.empty() && only.empty() && level.empty(); }
 };
 
-/// Adds --disable, --only and --level; with `needed` they go with that option only.
-void ZELTaddLintOptions(ZELT_Command command, ZELT_LintCall &call,
-                        const std::optional<ZELT_Option> &needed = std::nullopt);
+/// Adds --disable, --only and --level.
+void ZELTaddLintOptions(ZELT_Command command, ZELT_LintCall &call);
 /// Adds what the command line says to what a configuration file said.
 bool ZELTreadLintOptions(const ZELT_LintCall &call, NOD_LintOptions &options,
                          ZELT_Messages &messages);

@@ -319,7 +319,11 @@ void ZELT_Messages::add(const NOD_Report &report)
     for (const NOD_Message &message : report.getMessages()) {
         const std::string text =
             (message.subject.empty() ? "" : message.subject + ": ") + message.text;
-        if (reported.insert(message.asText()).second) {
+        // On one line plain text can't tell two places.
+        const bool placedFlag = (myJsonFlag || myFullFlag) && message.detail;
+        const std::string place =
+            placedFlag ? "@" + std::to_string(message.detail->place.offset) : "";
+        if (reported.insert(message.asText() + place).second) {
             add(message.severity, message.category.empty() ? theToolCategory : message.category,
                 message.code, message.file, message.line, text, message.detail.get());
         }

@@ -84,10 +84,13 @@ private:
         int size;
     };
 
-    bool isSpent() const { return myPlaced.size() >= theMostMessages || myWork >= theMostWork; }
+    bool isSpent(std::size_t more = 0) const
+    {
+        return myPlaced.size() + more >= theMostMessages || myWork >= theMostWork;
+    }
 
     void judge(int block);
-    int findEnd(int block, int begin) const;
+    int findEnd(int block, int begin, int most) const;
     int findNamed(int block, const std::vector<bool> &dropped) const;
     void keepContext(int block, int statement, const std::vector<bool> &dropped, Part &part) const;
     Piece compose(int block, const Part &part, const std::vector<bool> &dropped);
@@ -143,10 +146,13 @@ void Pass::judge(int block)
     }
     std::vector<Placed> all;
     myNamed = false;
+    constexpr int theFewest = 8; // tokens that are read together: fewer where mistakes are many
+    constexpr int theMost = 256;
+    int tokens = theMost;
     Part part = {0, 0, findNamed(block, dropped), -1, -1};
     bool droppedFlag = false; // a name may be missing after the last one
     do {
-        part.end = findEnd(block, part.begin);
+        part.end = findEnd(block, part.begin, tokens);
         std::vector<Placed> said;
         const Piece piece = compose(block, part, dropped);
         myWork += piece.tokens.size();
@@ -172,20 +178,20 @@ void Pass::judge(int block)
             dropped[std::size_t(stop)] = true;
             myNamed = myNamed || isMeant(stop, block, "name");
         }
+        tokens = droppedFlag ? std::max(tokens / 2, theFewest) : std::min(tokens * 2, theMost);
         part.begin = end;
-    } while ((part.begin < int(statements.size()) || droppedFlag) && !isSpent());
+    } while ((part.begin < int(statements.size()) || droppedFlag) && !isSpent(all.size()));
     leaveRepeats(block, dropped, all);
     std::move(all.begin(), all.end(), std::back_inserter(myPlaced));
 }
 
 /// Where a few statements end that are read together.
-int Pass::findEnd(int block, int begin) const
+int Pass::findEnd(int block, int begin, int most) const
 {
-    constexpr int theMostTokens = 256;
     const std::vector<Shape::Statement> &statements =
         myShape.getBlocks()[std::size_t(block)].statements;
     int end = begin;
-    for (int tokens = 0; end < int(statements.size()) && tokens < theMostTokens; ++end) {
+    for (int tokens = 0; end < int(statements.size()) && tokens < most; ++end) {
         const Shape::Statement &one = statements[std::size_t(end)];
         tokens += one.block >= 0 ? 1 : one.end - one.begin;
     }

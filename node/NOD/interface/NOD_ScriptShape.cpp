@@ -11,6 +11,8 @@ namespace
 
 using Form = NOD_ScriptWord::Form;
 
+constexpr const char *theSurplus = "a closing brace too many";
+
 bool isNested(const NOD_ScriptWord *word)
 {
     return word && (word->form == Form::PARM || word->form == Form::PAGE);
@@ -188,8 +190,14 @@ void NOD_ScriptShape::readBlock(int block)
 /// Reads a brace. False if it doesn't close the block: it is too many, or closes one around it.
 bool NOD_ScriptShape::readClose(int block)
 {
+    Fault *const last = myFaults.empty() ? nullptr : &myFaults.back();
+    if (last && last->last == myAt - 1 && last->text == theSurplus &&
+        myTokens[last->token].line == at().line && isSurplusClose(block)) {
+        last->last = myAt++; // the same mistake
+        return false;
+    }
     if (isSurplusClose(block)) {
-        Fault &fault = addFault(block, myAt, "a closing brace too many");
+        Fault &fault = addFault(block, myAt, theSurplus);
         fault.fixText = "remove the brace";
         ++myAt;
         return false;

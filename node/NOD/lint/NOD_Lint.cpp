@@ -156,12 +156,18 @@ struct Warning
 constexpr Warning theWarnings[] = {
     {"Unknown parameter type", NOD_LintCode::Z201},
     {"Too many defaults specified", NOD_LintCode::Z205},
+    {"Too many defaults specified", NOD_LintCode::Z204},
+    {"Warning defaults must be specified after type", NOD_LintCode::Z204},
     {"Invalid range specification", NOD_LintCode::Z309},
     {"incorrect number of #s", NOD_LintCode::Z105},
     {theNODScriptRest, NOD_LintCode::Z501},
+    {"default: ", NOD_LintCode::Z301},
     {"default: ", NOD_LintCode::Z302},
     {"default: ", NOD_LintCode::Z306},
     {"menu: ", NOD_LintCode::Z409},
+    {"hidewhen: there is no parameter", NOD_LintCode::Z402},
+    {"disablewhen: there is no parameter", NOD_LintCode::Z402},
+    {"nocookwhen: there is no parameter", NOD_LintCode::Z402},
     {"hidewhen: ", NOD_LintCode::Z410},
     {"disablewhen: ", NOD_LintCode::Z410},
     {"nocookwhen: ", NOD_LintCode::Z410},
@@ -196,9 +202,7 @@ public:
     {
         for (const NOD_LintFinding *const one : findings) {
             myPlaces.emplace(keyOf(one->message), one);
-            if (!one->message.subject.empty()) {
-                mySubjects.emplace(one->message.subject, one);
-            }
+            mySubjects.emplace(one->message.subject, one);
         }
     }
 
@@ -211,8 +215,10 @@ public:
         const std::string &subject =
             message.subject.empty() && message.detail ? message.detail->subject : message.subject;
         const auto named = mySubjects.equal_range(subject);
+        const auto scripts = mySubjects.equal_range(""); // of the script as a whole
         const auto placed = myPlaces.equal_range(keyOf(message));
         return std::any_of(named.first, named.second, saysIt) ||
+               std::any_of(scripts.first, scripts.second, saysIt) ||
                (message.line > 0 && std::any_of(placed.first, placed.second, saysIt));
     }
 

@@ -22,6 +22,12 @@ struct Call
     ZELT_LintCall rules;
 };
 
+/// Which rules judge is asked of those who judge.
+bool isStrict(const Call &call)
+{
+    return call.strict || !call.rules.isEmpty();
+}
+
 /// What came of one script.
 struct Result
 {
@@ -34,15 +40,16 @@ Result checkFile(const std::string &file, const Call &call, ZELT_Messages &messa
 {
     Result result;
     NOD_Report said;
+    const bool strict = isStrict(call);
     const int before = messages.getErrorCount();
     NOD_LintOptions options;
-    const bool optionsFlag = !call.strict || (ZELTreadLintFile(file, options, messages) &&
-                                              ZELTreadLintOptions(call.rules, options, messages));
+    const bool optionsFlag = !strict || (ZELTreadLintFile(file, options, messages) &&
+                                         ZELTreadLintOptions(call.rules, options, messages));
     result.script = ZELT_Session::openInterface(file, messages, &said);
     if (result.script) {
         NODcheckDescription(*result.script, file, said);
     }
-    if (result.script && call.strict && optionsFlag) {
+    if (result.script && strict && optionsFlag) {
         NOD_Judgement judged = NODjudge(*result.script, options, said);
         result.findings = std::move(judged.findings);
         said = std::move(judged.rest);
@@ -85,7 +92,7 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
             one["ok"] = result.goodFlag;
             one["parameters"] =
                 result.script ? ZELT_Json(result.script->getParmCount()) : ZELT_Json();
-            if (call.strict) {
+            if (isStrict(call)) {
                 one["findings"] = ZELTlintJson(result.findings);
             }
             results.push_back(one);
@@ -107,7 +114,6 @@ void ZELTaddCheck(ZELT_CommandLine &line)
     const auto [command, call] = line.add("check", "Parse dialog scripts and tell every message",
                                           "zel check examples/*.ds", check);
     command.addOption("FILE", call.files, "Dialog scripts, or node and scene files").required();
-    const ZELT_Option strict =
-        command.addFlag("--strict", call.strict, "Judge them as zel lint does, too");
-    ZELTaddLintOptions(command, call.rules, strict);
+    command.addFlag("--strict", call.strict, "Judge them as zel lint does, too");
+    ZELTaddLintOptions(command, call.rules);
 }
