@@ -363,9 +363,9 @@ void ZELTaddDialog(ZELT_CommandLine &line)
     const auto [command, call] = line.add(
         "command", "List dialog commands, show one, or read and write its line",
         "zel command examples/commands/image.cmd \"resize -v -q 80 in.pic out.pic\"", runDialog);
-    command.add_option("FILE", call.file, "A file of dialog commands; - for standard input")
-        ->required();
-    command.add_option(
+    command.addOption("FILE", call.file, "A file of dialog commands; - for standard input")
+        .required();
+    command.addOption(
         "LINE", call.line,
         "A command's name for its form, or its line; - reads it from standard input; the list "
         "without one");
