@@ -2,7 +2,6 @@
 
 #include "ZELT_Messages.h"
 
-#include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Report.h>
 
 #include <iostream>
@@ -42,18 +41,4 @@ ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &na
 {
     return reported(
         messages, [&](NOD_Report &report) { return NOD_Interface::fromText(text, name, report); });
-}
-
-bool ZELTparseScript(const std::string &file, ZEL_ScriptPage &page, ZELT_Messages &messages)
-{
-    return reported(
-        messages, [&](NOD_Report &report) { return NOD_Interface::parseFile(file, page, report); });
-}
-
-bool ZELTparseScriptText(const std::string &text, const std::string &name, ZEL_ScriptPage &page,
-                         ZELT_Messages &messages)
-{
-    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
-    return reported(
-        messages, [&](NOD_Report &report) { return NOD_Interface::parse(is, name, page, report); });
 }

@@ -13,7 +13,6 @@
 
 class NOD_Report;
 class ZELT_Messages;
-class ZEL_ScriptPage;
 
 using ZELT_ScriptPtr = std::shared_ptr<const NOD_Interface>;
 
@@ -24,7 +23,3 @@ ZELT_ScriptPtr ZELTloadScript(const std::string &file, NOD_Report &report);
 /// As ZELTloadScript for a text: a script, or the contents of a script's braces.
 ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &name,
                                   ZELT_Messages &messages);
-/// Reads a script into a page of the caller's.
-bool ZELTparseScript(const std::string &file, ZEL_ScriptPage &page, ZELT_Messages &messages);
-bool ZELTparseScriptText(const std::string &text, const std::string &name, ZEL_ScriptPage &page,
-                         ZELT_Messages &messages);
