@@ -1,5 +1,6 @@
 #include <NOD/NOD_DifferenceText.h>
 
+#include <BAS/BAS_Character.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Difference.h>
 
@@ -44,7 +45,17 @@ std::string shown(Kind kind, const NOD_Value &value)
     const auto *text = std::get_if<std::string>(&value);
     const bool curveFlag =
         kind == Kind::EXPRESSION && text && text->size() > 2 && text->find('(') == text->size() - 2;
-    return quoteFlag && !curveFlag ? shown(value) : NODvalueText(value);
+    if (quoteFlag && !curveFlag) {
+        return shown(value);
+    }
+    std::string words; // of whole scripts and the like, by a blank each
+    for (const char c : NODvalueText(value)) {
+        const bool blankFlag = BASisBlank(c);
+        if (!blankFlag || (!words.empty() && words.back() != ' ')) {
+            words += blankFlag ? ' ' : c;
+        }
+    }
+    return words;
 }
 
 /// Texts of files may have any bytes.
