@@ -73,10 +73,10 @@ public:
     ///@{
     /// Another state of what was read, such as NOD_Difference::apply() makes of it.
     void setTop(std::unique_ptr<NOD_Record> top);
-    /// The bytes of the file in the form that was read, or another one. False, with an error, for what such a file
+    /// The bytes of the file in the form that was read; a stream or a channel file also in the other one. False, with an error, for what such a file
     /// can't have.
-    bool write(std::string &bytes, NOD_Report &report);
-    bool write(std::string &bytes, bool binary, NOD_Report &report);
+    bool write(std::string &bytes, NOD_Report &report) const;
+    bool write(std::string &bytes, bool binary, NOD_Report &report) const;
     /// Gives a node, or a scene, the state: as one step of undo, or as a load does.
     bool give(NOD_Node &node, NOD_Report &report);
     bool give(NOD_Scene &scene, NOD_Report &report);

@@ -21,11 +21,6 @@ std::string pathOf(const std::string &file)
     return file.substr(0, NOD_ValueFile::findSection(file));
 }
 
-std::string nameOf(const std::string &file)
-{
-    return file == "-" ? "standard input" : file;
-}
-
 } // namespace
 
 bool ZELTreadBytes(const std::string &file, std::string &bytes, ZELT_Messages &messages)
@@ -56,7 +51,7 @@ bool ZELT_Comparison::readAny(const std::string &file, const std::string &bytes,
     if (options.load.folder.empty() && file != "-") {
         options.load.folder = ZELTfolderOf(pathOf(file));
     }
-    const bool readFlag = document.read(bytes, nameOf(file), options, report);
+    const bool readFlag = document.read(bytes, file, options, report);
     messages.add(report);
     return readFlag && !report.hasErrors();
 }

@@ -13,7 +13,8 @@ constexpr const char *theVerbs[] = {"added", "removed", "changed", "renamed", "m
 /// What a person knows without being told.
 bool isSilent(NOD_RecordKind kind)
 {
-    return kind == NOD_RecordKind::CONTENTS || kind == NOD_RecordKind::VALUE;
+    return kind == NOD_RecordKind::CONTENTS || kind == NOD_RecordKind::VALUE ||
+           kind == NOD_RecordKind::WORDS;
 }
 
 } // namespace

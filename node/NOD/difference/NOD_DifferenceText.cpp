@@ -1,5 +1,6 @@
 #include <NOD/NOD_DifferenceText.h>
 
+#include <BAS/BAS_Character.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Difference.h>
 
@@ -44,9 +45,25 @@ std::string shown(Kind kind, const NOD_Value &value)
     const auto *text = std::get_if<std::string>(&value);
     const bool curveFlag =
         kind == Kind::EXPRESSION && text && text->size() > 2 && text->find('(') == text->size() - 2;
-    std::string out = quoteFlag && !curveFlag ? shown(value) : NODvalueText(value);
-    std::replace(out.begin(), out.end(), '\n', ' ');
-    return out;
+    if (quoteFlag && !curveFlag) {
+        return shown(value);
+    }
+    std::string words; // of whole scripts and the like, by a blank each
+    for (const char c : NODvalueText(value)) {
+        const bool blankFlag = BASisBlank(c);
+        if (!blankFlag || (!words.empty() && words.back() != ' ')) {
+            words += blankFlag ? ' ' : c;
+        }
+    }
+    return words;
+}
+
+/// Texts of files may have any bytes.
+std::string onOneLine(std::string text)
+{
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c >= 0 && c < ' '; }, ' ');
+    return text;
 }
 
 // ---------------------------------------------------------------------- //
@@ -213,10 +230,10 @@ std::vector<NOD_DifferenceLine> NODdifferenceLines(const NOD_Difference &differe
         if (group.empty()) {
             order.push_back(groupOf(change));
         }
-        group.push_back({markOf(change), textOf(change, top)});
+        group.push_back({markOf(change), onOneLine(textOf(change, top))});
     }
     for (const std::string &name : order) {
-        lines.push_back({' ', name});
+        lines.push_back({' ', onOneLine(name)});
         for (NOD_DifferenceLine &line : groups[name]) {
             lines.push_back(std::move(line));
         }
@@ -251,7 +268,7 @@ std::vector<NOD_DifferenceLine> NODdifferenceStat(const NOD_Difference &differen
     };
     std::vector<NOD_DifferenceLine> lines;
     for (const std::string &name : order) {
-        lines.push_back({' ', name + ": " + textOfCounts(groups[name])});
+        lines.push_back({' ', onOneLine(name) + ": " + textOfCounts(groups[name])});
     }
     const std::size_t count = difference.getChanges().size();
     lines.push_back({' ', std::to_string(count) + (count == 1 ? " edit" : " edits") +

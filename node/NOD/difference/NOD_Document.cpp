@@ -71,6 +71,14 @@ void readInterfaces(const NOD_SectionFile &file, const std::string &name,
     }
 }
 
+/// A text of sections may have bytes of zero in it: values in the binary form.
+NOD_FileKind kindOf(std::string_view bytes)
+{
+    const NOD_FileKind kind = NOD_ValueFile::kindOf(bytes);
+    const bool cutFlag = kind == NOD_FileKind::NONE && !NOD_ValueFile::isBinary(bytes);
+    return cutFlag ? NOD_ValueFile::kindOf(bytes.substr(0, bytes.find('\0'))) : kind;
+}
+
 } // namespace
 
 NOD_Document::NOD_Document() : myTop(std::make_unique<NOD_Record>(Kind::DOCUMENT)) {}
@@ -104,7 +112,7 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
     const std::string section = mark == std::string::npos ? "" : name.substr(mark + 1);
     myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
     myOptions = options;
-    myKind = NOD_ValueFile::kindOf(std::string_view(bytes));
+    myKind = kindOf(bytes);
     myBinaryFlag = NOD_ValueFile::isBinary(bytes);
     myNodes =
         std::make_shared<NOD_NodeRecords>(options.isExact ? Reading::EXACT : Reading::MEANING);
@@ -251,7 +259,7 @@ void NOD_Document::setTop(std::unique_ptr<NOD_Record> top)
     myTop = std::move(top);
 }
 
-bool NOD_Document::write(std::string &bytes, NOD_Report &report)
+bool NOD_Document::write(std::string &bytes, NOD_Report &report) const
 {
     return write(bytes, myBinaryFlag, report);
 }
@@ -274,9 +282,11 @@ bool NOD_Document::isReadAgain(const std::string &bytes, NOD_Report &report) con
     return lost.isEmpty();
 }
 
-bool NOD_Document::write(std::string &bytes, bool binary, NOD_Report &report)
+bool NOD_Document::write(std::string &bytes, bool binary, NOD_Report &report) const
 {
-    return writeAny(binary, bytes, report) && isReadAgain(bytes, report);
+    // In the other form what is kept as words may have a meaning.
+    return writeAny(binary, bytes, report) &&
+           (binary != myBinaryFlag || isReadAgain(bytes, report));
 }
 
 bool NOD_Document::writeAny(bool binary, std::string &bytes, NOD_Report &report) const
@@ -287,8 +297,8 @@ bool NOD_Document::writeAny(bool binary, std::string &bytes, NOD_Report &report)
     case NOD_FileKind::CHANNELS: return writeChannels(binary, bytes, report);
     case NOD_FileKind::SCENE:
     case NOD_FileKind::NODE: {
-        if (!myTop->find(Kind::VERSION)) {
-            break;
+        if (!myTop->find(Kind::VERSION) || binary != myBinaryFlag) {
+            break; // its nodes are in one form
         }
         NOD_SectionWriter writer(os, binary ? NOD_SaveOptions::Form::BINARY
                                             : NOD_SaveOptions::Form::TEXT);

@@ -115,12 +115,18 @@ bool NOD_StreamRecords::complete(std::string_view bytes, const std::string &name
     return true;
 }
 
-/// A scene has the texts beside channels in quotes, which a list writes as they are: such entries are their words.
+/// A scene has the texts beside channels in quotes, which a list writes as they are: such entries are their words, where
+/// they wouldn't be written to the same bytes again.
 void NOD_StreamRecords::keepDrivenTexts(std::string_view bytes, ZEL_ParmStream &stream) const
 {
     ZEL_ParmStream::Entries entries = stream.getEntries();
     if (NOD_ValueFile::isBinary(bytes) ||
         std::none_of(entries.begin(), entries.end(), isDrivenText)) {
+        return;
+    }
+    std::ostringstream again;
+    const KIT_ErrorManager::Scope quiet(BASgetSTID());
+    if (stream.write(again, ZEL_ParmStream::Form::TEXT) && again.str() == bytes) {
         return;
     }
     NOD_Report ignored;
