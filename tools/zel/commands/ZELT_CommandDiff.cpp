@@ -226,11 +226,11 @@ void ZELTaddDiff(ZELT_CommandLine &line)
     const auto [command, call] = line.add(
         "diff", "Tell the parameters and channels whose saved values differ",
         "zel diff examples/light.ds examples/light.parms examples/light_night.parms", diff);
-    command.add_option("FILE", call.file, "A dialog script")->required();
+    command.addOption("FILE", call.file, "A dialog script").required();
     command
-        .add_option("A", call.left,
-                    "A stream, channel file, preset, or node or scene file; - for standard input")
-        ->required();
-    command.add_option("B", call.right, "Another one")->required();
+        .addOption("A", call.left,
+                   "A stream, channel file, preset, or node or scene file; - for standard input")
+        .required();
+    command.addOption("B", call.right, "Another one").required();
     line.addOutput(command);
 }
