@@ -72,16 +72,12 @@ void ZELTaddMessages(ZELT_CommandLine &line)
 {
     const auto [command, call] =
         line.add("messages", "Explain the codes of messages", "zel messages DS24 Z101", print);
-    CLI::Option *const codes = command.add_option(
+    const ZELT_Option codes = command.addOption(
         "CODE", call.codes, "As messages end: DS24, \"ZEL 5\", Z101; or a category");
-    CLI::Option *const list = command.add_flag("--list", call.list, "All of them, a line each");
-    CLI::Option *const page = command.add_flag(
+    const ZELT_Option list = command.addFlag("--list", call.list, "All of them, a line each");
+    const ZELT_Option page = command.addFlag(
         "--page", call.page, "All of them as a page of Markdown, which is docs/messages.md");
-    codes->excludes(list)->excludes(page);
-    list->excludes(page);
-    command.parse_complete_callback([codes, list, page] {
-        if (!codes->count() && !list->count() && !page->count()) {
-            throw CLI::RequiredError("CODE");
-        }
-    });
+    codes.excludes(list).excludes(page);
+    list.excludes(page);
+    command.needsOne("CODE", {codes, list, page});
 }
