@@ -6,7 +6,6 @@
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
-#include <NOD/NOD_Scene.h>
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/NOD_ValueFile.h>
 #include <NOD/difference/NOD_EntryRecordsPrivate.h>
@@ -60,9 +59,10 @@ NOD_StreamRecords::NOD_StreamRecords(std::shared_ptr<const NOD_Interface> interf
         return;
     }
     const NOD_Loading loading;
-    myScene = std::make_unique<NOD_Scene>();
-    myNode = myInterface ? myScene->add("/node", myInterface, ignored)
-                         : myScene->add("/node", nullptr, ignored);
+    // By itself: what watches the nodes of a scene would follow each item that comes.
+    myNode = myInterface ? std::make_unique<NOD_Node>(myInterface->getTemplates(),
+                                                      myInterface->getSharedName().nonNullStr())
+                         : std::make_unique<NOD_Node>();
     if (myInterface) {
         myNames.add(myInterface->getTemplates());
     }
