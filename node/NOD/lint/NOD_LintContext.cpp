@@ -24,6 +24,7 @@ void NOD_LintContext::add(NOD_LintCode code, int block, int token, const std::st
 {
     const int name = block > 0 ? myScript.nameOf(block) : -1;
     const std::string subject = name >= 0 ? this->text(name) : "";
+    token = token < 0 ? name : token; // what isn't written is told at the name
     if (token < 0 || token >= myTokens.size()) {
         KIT_MessagePlace place;
         place.file = myTokens.getFiles().front().name;
