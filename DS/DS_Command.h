@@ -15,7 +15,7 @@
 /// Ownership:  owns all of it, the list included; nothing outlives the command.
 /// Threads:    one thread at a time. The menu builders are the process's: set them before reading.
 /// Errors:     parse() returns 0 and the stream has the message. Words that can't be assigned are
-///             ignored. A command without parameters, or without a file, has no list: its lines
+///             ignored, and words that are no value give another one: setCommand() lists both. A command without parameters, or without a file, has no list: its lines
 ///             consist of its name alone.
 ///
 /// Lines. `getCommand` writes records in the order of the script. `setCommand(line)`, `getCommand`
@@ -44,6 +44,7 @@
 #pragma once
 
 #include <KIT/KIT_String.h>
+#include <KIT/KIT_StringArray.h>
 #include <ZEL/ZEL_API.h>
 #include <ZEL/ZEL_ChoiceList.h>
 
@@ -92,9 +93,13 @@ public:
     /// Takes the settings from a line; ignores a line of another command. Optional records that
     /// aren't on the line are switched off, required ones stay as they are; a toggle without its
     /// option is switched off, required or not.
-    void setCommand(const char *line);
+    void setCommand(const char *line) { setCommand(line, nullptr); }
+    /// The same; appends to `losses` a sentence for each word that nothing accepts, which are all of another
+    /// command's line, or that reads as another value.
+    void setCommand(const char *line, KIT_StringArray *losses);
     /// The same with the line of the script's `default`, or the name alone.
-    void setDefaultCommand();
+    void setDefaultCommand() { setDefaultCommand(nullptr); }
+    void setDefaultCommand(KIT_StringArray *losses);
     void getCommand(KIT_String &result);
     /// Enables each record by its companion, a vector's texts and sliders by the chosen folder.
     /// Non-zero if a state changed.

@@ -21,11 +21,14 @@
 
 class DS_Command;
 class DS_Stream;
+class KIT_IStream;
 
 class ZEL_API DS_CommandList
 {
 public:
     explicit DS_CommandList(const char *file);
+    /// Reads an open stream, which includes no files; `name` is the file's in messages and of presets.
+    DS_CommandList(KIT_IStream &stream, const char *name);
     /// Reads several; a null name ends the array.
     explicit DS_CommandList(const char *const *files);
     ~DS_CommandList();
@@ -53,6 +56,7 @@ public:
 
 private:
     void load(const char *file);
+    void load(DS_Stream &stream);
     void readCommand(DS_Stream &stream, const char *file);
     void defaultEntry();
     std::int64_t find(const char *name) const;

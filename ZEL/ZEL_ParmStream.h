@@ -10,7 +10,8 @@
 ///
 /// Both forms hold the same entries. Read and written once more, also by way of the other form, a stream that
 /// this library wrote has the same bytes; a text that a person wrote has the same words, but comments and the
-/// blanks between its words are the library's.
+/// blanks between its words are the library's. A text doesn't tell the kinds of its entries, so packets come
+/// back from it by a list that has the parameters, or by comments that name the kinds (Form::MARKED_TEXT).
 #pragma once
 
 #include <ZEL/ZEL_StreamEntry.h>
@@ -38,7 +39,8 @@ public:
     enum class Form
     {
         TEXT,
-        BINARY
+        BINARY,
+        MARKED_TEXT ///< a text with a comment `#kind KIND TOKEN...` for the entries that no list knew
     };
     using Entries = std::vector<ZEL_StreamEntry>;
     static constexpr float theVersion = 0.8f; ///< of what this library writes
@@ -52,12 +54,13 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     /// Reads one stream in the form that `is` has, and stays behind its end. The kinds of a text's entries are
-    /// those of the list's parameters, where there is one; blocks that claim the name of an entry grow. False
+    /// those of the list's parameters, where there is one, else what its comments say; blocks that claim the name
+    /// of an entry grow. False
     /// if the stream can't be taken apart. `name` is for messages, and may be null.
     bool read(KIT_IStream &is, const char *name, ZEL_ParmList *list = nullptr);
     const Entries &getEntries() const { return myEntries; }
     float getVersion() const { return myVersion; }
-    /// Whether there were comments, which aren't kept.
+    /// Whether there were comments other than of kinds; they aren't kept.
     bool hasComments() const { return myCommentFlag; }
     /// Whether the stream had its end. One that is cut between two entries hasn't.
     bool isWhole() const { return myWholeFlag; }
@@ -67,7 +70,8 @@ public:
     /// \name Out
     // ------------------------------------------------------------------ //
     ///@{
-    /// False, with nothing written, if the form can't hold an entry.
+    /// False, with nothing written, if the form can't hold an entry; MARKED_TEXT holds those that give the same
+    /// packets again.
     bool write(std::ostream &os, Form form) const;
     /// Leaves out what a compact stream has not: the list's separators and labels.
     void leaveOutValueless(const ZEL_ParmList &list);
@@ -91,6 +95,7 @@ private:
     class Writer;
 
     bool isReadAgain(const KIT_ByteBuffer &bytes, Form form) const;
+    bool givesPackets(const ZEL_ParmStream &text) const;
 
     float myVersion = 0.0f;
     bool myCommentFlag = false;

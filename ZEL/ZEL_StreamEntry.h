@@ -72,4 +72,5 @@ struct ZEL_API ZEL_StreamEntry
     int classId = 0;                     ///< of PACKETS
     int packetId = 0;                    ///< of PACKETS
     bool plainFlag = false; ///< PACKETS: what they are doesn't depend on where they are
+    bool knownFlag = false; ///< a list knew the kind when it was read
 };

@@ -74,11 +74,13 @@ bool take(ZEL_ParmStream &stream, const std::string &data, bool binary,
     return stream.read(is, "fuzz", list);
 }
 
+using Form = ZEL_ParmStream::Form;
+
 /// "" for what the form can't hold.
-std::string written(const ZEL_ParmStream &stream, bool binary)
+std::string written(const ZEL_ParmStream &stream, Form form)
 {
     std::ostringstream os;
-    stream.write(os, binary ? ZEL_ParmStream::Form::BINARY : ZEL_ParmStream::Form::TEXT);
+    stream.write(os, form);
     return os.str();
 }
 
@@ -88,14 +90,20 @@ void checkEntries(const std::string &data, bool binary, ZEL_ParmList *list)
     if (!take(stream, data, binary, list)) {
         return;
     }
-    for (const bool form : {false, true}) {
+    for (const Form form : {Form::TEXT, Form::MARKED_TEXT, Form::BINARY}) {
         const std::string once = written(stream, form);
         ZEL_ParmStream back, other;
-        if (!once.empty() && (!take(back, once, form) || written(back, form) != once)) {
+        if (!once.empty() &&
+            (!take(back, once, form == Form::BINARY) || written(back, form) != once)) {
             std::abort();
         }
-        const std::string packets = once.empty() || form ? "" : written(back, true);
-        if (!packets.empty() && (!take(other, packets, true) || written(other, false) != once)) {
+        const std::string packets =
+            once.empty() || form == Form::BINARY ? "" : written(back, Form::BINARY);
+        if (!packets.empty() && (!take(other, packets, true) || written(other, form) != once)) {
+            std::abort();
+        }
+        if (form == Form::MARKED_TEXT && !list && !once.empty() &&
+            packets != written(stream, Form::BINARY)) {
             std::abort();
         }
     }

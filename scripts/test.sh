@@ -81,6 +81,23 @@ fuzz() {
     tail -n 1 "$found/log"
 }
 
+# run_fuzz NAME...: the targets side by side, one for each core; each one's report is in build/fuzz/NAME.report,
+# and build/fuzz/NAME.passed is there if nothing was found.
+run_fuzz() {
+    local name
+    for name in "$@"; do
+        rm -f "build/fuzz/$name.passed"
+        while [ "$(jobs -rp | wc -l)" -ge "$jobs" ]; do wait -n || true; done
+        { fuzz "$name" && touch "build/fuzz/$name.passed"; } >"build/fuzz/$name.report" 2>&1 &
+    done
+    wait
+}
+
+fuzz_report() {
+    cat "build/fuzz/$1.report"
+    [ -f "build/fuzz/$1.passed" ]
+}
+
 install_missing "${build_packages[@]}" "${test_packages[@]}"
 mkdir -p build
 
@@ -98,9 +115,11 @@ run_tests tsan --label-regex "^($(IFS='|'; echo "${thread_groups[*]}"))\$"
 
 headline "Fuzz targets, up to $fuzz_runs runs each (build/fuzz)"
 check "fuzz: build" build fuzz || true
-for name in $(names_of fuzz/fuzz_); do
+mapfile -t fuzz_names < <(names_of fuzz/fuzz_)
+run_fuzz "${fuzz_names[@]}"
+for name in "${fuzz_names[@]}"; do
     say "$name"
-    check "fuzz: $name" fuzz "$name" || true
+    check "fuzz: $name" fuzz_report "$name" || true
 done
 
 headline "Format"

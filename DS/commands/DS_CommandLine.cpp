@@ -18,10 +18,18 @@
 namespace
 {
 
+void tellIgnored(const KIT_WorkArgs &words, int begin, int end, KIT_StringArray *losses)
+{
+    for (int i = begin; losses && i < end; ++i) {
+        losses->append(("nothing takes the word \"" + std::string(words[i]) + '"').c_str());
+    }
+}
+
 class Feeder
 {
 public:
-    Feeder(const ZEL_ScriptPage &page, ZEL_ParmList &list)
+    Feeder(const ZEL_ScriptPage &page, ZEL_ParmList &list, KIT_StringArray *losses)
+        : myLosses(losses)
     {
         KIT_ValArray<ZEL_ScriptParm *> records;
         DS_CommandParm::collect(page, records);
@@ -54,7 +62,8 @@ public:
                 const size_t index = myPlaces[myNextPlace++];
                 at += feed(index, words, at, myParms[index].getSize());
             } else {
-                ++at; // nothing accepts it
+                tellIgnored(words, at, at + 1, myLosses);
+                ++at;
             }
         }
     }
@@ -68,9 +77,22 @@ private:
             words.push_back(line[at + i]);
         }
         myParms[index].setWords(words.data(), count);
+        for (int i = 0; myLosses && i < count; ++i) {
+            tellChanged(myParms[index], i, words[size_t(i)]);
+        }
         return count;
     }
 
+    void tellChanged(const DS_CommandParm &parm, int component, const char *word)
+    {
+        if (!parm.holds(component, word)) {
+            myLosses->append((parm.getToken() + ": \"" + word + "\" reads as \"" +
+                              parm.getWord(component).text + '"')
+                                 .c_str());
+        }
+    }
+
+    KIT_StringArray *myLosses; ///< null: nobody asks
     std::vector<DS_CommandParm> myParms;
     std::unordered_map<std::string_view, size_t> myOptions;
     std::vector<size_t> myPlaces;
@@ -79,31 +101,31 @@ private:
 
 } // namespace
 
-void DS_Command::setCommand(const char *line)
+void DS_Command::setCommand(const char *line, KIT_StringArray *losses)
 {
     const ZEL_InputBudget budget(line ? std::int64_t(std::strlen(line)) : 0);
-    if (!myParmList) {
-        return;
-    }
     KIT_String text(line, true);
     if (myRManSyntax) {
         text.substitute("[", "");
         text.substitute("]", "");
     }
     KIT_WorkArgs words;
-    if (text.cshParse(words) == 0 || myCommandName != words[0]) {
+    const int count = text.cshParse(words);
+    const bool ownFlag = count > 0 && myCommandName == words[0];
+    if (!ownFlag || !myParmList) {
+        tellIgnored(words, ownFlag ? 1 : 0, count, losses);
         return;
     }
-    Feeder feeder(*myPage, *myParmList);
+    Feeder feeder(*myPage, *myParmList, losses);
     feeder.resetAll();
     feeder.feedAll(words);
 }
 
-void DS_Command::setDefaultCommand()
+void DS_Command::setDefaultCommand(KIT_StringArray *losses)
 {
     if (myPage) {
         myPage->setEmptyDefault(myCommandName);
-        setCommand(myPage->getDefault());
+        setCommand(myPage->getDefault(), losses);
     }
 }
 

@@ -33,6 +33,15 @@ DS_CommandList::DS_CommandList(const char *file)
     defaultEntry();
 }
 
+DS_CommandList::DS_CommandList(KIT_IStream &stream, const char *name)
+{
+    constexpr bool reduced = true;
+    myFileName.harden(name);
+    DS_Stream text(stream, myFileName.nonNullStr(), reduced);
+    load(text);
+    defaultEntry();
+}
+
 DS_CommandList::DS_CommandList(const char *const *files)
 {
     for (; files && *files; ++files) {
@@ -47,6 +56,11 @@ void DS_CommandList::load(const char *file)
 {
     myFileName.harden(file);
     DS_Stream stream(myFileName.nonNullStr(), -1);
+    load(stream);
+}
+
+void DS_CommandList::load(DS_Stream &stream)
+{
     KIT_String token;
     while (stream.getToken(token)) {
         if (token == "{") {

@@ -135,6 +135,11 @@ DS_CommandParm::Kind DS_CommandParm::findKind(const ZEL_ScriptParm &record)
     return type.isStringType() ? Kind::TEXT : Kind::NONE;
 }
 
+std::string DS_CommandParm::getToken() const
+{
+    return myRecord.getName().getToken();
+}
+
 const KIT_String &DS_CommandParm::getOption() const
 {
     return myRecord.getOption();
@@ -324,6 +329,23 @@ DS_CommandParm::Word DS_CommandParm::getWord(int component) const
     case Kind::NUMBER_FIELD: return getFieldWord(getText(myParm, component));
     case Kind::VECTOR: return getVectorWord(component);
     default: return {getText(myParm, component), false, true};
+    }
+}
+
+bool DS_CommandParm::holds(int component, const char *word) const
+{
+    if (component >= getSize()) {
+        return false;
+    }
+    const std::string text = DSstripBackticks(word);
+    const std::string now = getWord(component).text;
+    if (now == text || now == word) {
+        return true;
+    }
+    switch (myKind) {
+    case Kind::TOGGLE: return std::strcmp(word, isSet(now.c_str()) ? "on" : "off") == 0;
+    case Kind::ORDINAL: return text == std::to_string(getInt(myParm, component));
+    default: return isNumber(text) && isNumber(now) && shortest(text) == shortest(now);
     }
 }
 

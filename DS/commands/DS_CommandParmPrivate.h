@@ -56,6 +56,7 @@ public:
     static ZEL_Type getLooks();
 
     Kind getKind() const { return myKind; }
+    std::string getToken() const;
     const KIT_String &getOption() const;
     bool isPositional() const { return getOption().isEmpty(); }
     bool isRequired() const;
@@ -73,6 +74,8 @@ public:
     /// Reads the words of the first `count` components; `words` has `count` entries.
     void setWords(const char *const *words, int count);
     Word getWord(int component) const;
+    /// Whether the component's value is what the word says: text, number, menu entry or 0 and 1.
+    bool holds(int component, const char *word) const;
     /// Disables by the companion; true if a state changed.
     bool disable();
 

@@ -47,6 +47,43 @@ Kind kindOf(const ZEL_Parm *parm)
                                   : Kind::WORDS;
 }
 
+// ---------------------------------------------------------------------- //
+// Comments that name kinds
+// ---------------------------------------------------------------------- //
+
+constexpr std::string_view theKindComment = "#kind";
+
+/// What a text of a kind is; a menu's entries may look like expressions.
+struct KindMark
+{
+    std::string_view word;
+    Kind kind;
+    bool tokensFlag;
+};
+
+constexpr KindMark theKindMarks[] = {
+    {"float", Kind::FLOAT, false}, {"ordinal", Kind::ORDINAL, false},
+    {"menu", Kind::ORDINAL, true}, {"string", Kind::STRING, false},
+    {"data", Kind::DATA, false},   {"words", Kind::WORDS, false}}; // what has no mark
+constexpr const KindMark *theNoMark = std::end(theKindMarks) - 1;
+
+bool hasTokens(const ZEL_StreamEntry &entry)
+{
+    return entry.kind == Kind::ORDINAL &&
+           std::any_of(entry.values.begin(), entry.values.end(), [](const ZEL_StreamValue &value) {
+               return std::holds_alternative<std::string>(value.value);
+           });
+}
+
+const KindMark *markFor(const ZEL_StreamEntry &entry)
+{
+    return entry.knownFlag
+               ? theNoMark
+               : std::find_if(std::begin(theKindMarks), theNoMark, [&](const KindMark &mark) {
+                     return mark.kind == entry.kind && mark.tokensFlag == hasTokens(entry);
+                 });
+}
+
 } // namespace
 
 ZEL_ParmStream::ZEL_ParmStream(Entries entries, float version)
@@ -134,14 +171,33 @@ private:
             if (token.front() != theListComment) {
                 return true;
             }
-            myTo.myCommentFlag = true;
+            const bool kindFlag = token == theKindComment;
             KIT_WorkBuffer rest;
             // The comment may be its line's last word.
             if (myStream.peek() != '\n') {
                 myStream.getLine(rest);
             }
+            if (!kindFlag || !takeKinds(rest.view())) {
+                myTo.myCommentFlag = true;
+            }
         }
         return false;
+    }
+
+    /// The rest of a comment; false if it names no kind.
+    bool takeKinds(std::string_view line)
+    {
+        KIT_IStream is(line.data(), line.size(), KIT_IStream::TEXT);
+        std::string_view word;
+        const KindMark *mark = std::end(theKindMarks);
+        if (is.getWord(word)) {
+            mark = std::find_if(std::begin(theKindMarks), std::end(theKindMarks),
+                                [&](const KindMark &one) { return one.word == word; });
+        }
+        while (mark != std::end(theKindMarks) && is.getWord(word)) {
+            myMarks[std::string(word)] = mark;
+        }
+        return mark != std::end(theKindMarks);
     }
 
     /// Blocks grow for the name of an item; what can't grow is unknown.
@@ -158,12 +214,15 @@ private:
     bool takeText(KIT_IStream &is, ZEL_StreamEntry &entry)
     {
         const ZEL_Parm *const parm = findParm(entry.token);
-        const Kind kind = kindOf(parm);
+        const auto mark = parm ? myMarks.end() : myMarks.find(entry.token);
+        const bool markFlag = mark != myMarks.end() && mark->second != theNoMark;
+        const Kind kind = markFlag ? mark->second->kind : kindOf(parm);
         ZEL_StreamText text;
         if (!text.read(is, kind)) {
             return false;
         }
-        text.makeEntry(kind, parm, entry);
+        text.makeEntry(kind, parm, entry, markFlag && mark->second->tokensFlag);
+        entry.knownFlag = !markFlag;
         return true;
     }
 
@@ -208,6 +267,7 @@ private:
         ZEL_StreamEntry entry;
         entry.token = token;
         if (ZELreadStreamPackets(myStream, entry)) {
+            entry.knownFlag = kindOf(findParm(token)) == entry.kind;
             myTo.myEntries.push_back(std::move(entry));
             return true;
         }
@@ -257,6 +317,7 @@ private:
     const char *myName;
     const ZEL_InputBudget myBudget;
     std::optional<ZEL_ParmListReader> myParms;
+    std::unordered_map<std::string, const KindMark *> myMarks;
     KIT_WorkBuffer myToken; // of the parameter's packet before
 };
 
@@ -282,15 +343,26 @@ public:
     explicit Writer(const ZEL_ParmStream &from) : myFrom(from) {}
 
     /// False if the form can't hold an entry; all of them are reported.
-    bool writeText()
+    bool write(Form form) { return form == Form::BINARY ? writeBinary() : writeText(form); }
+
+    const KIT_ByteBuffer &getBytes() const { return myBytes; }
+
+private:
+    bool writeText(Form form)
     {
         char digits[32];
         const char *const end = std::to_chars(digits, std::end(digits), myFrom.myVersion).ptr;
         myBytes << "{\nversion " << std::string_view(digits, std::size_t(end - digits)) << '\n';
+        if (form == Form::MARKED_TEXT) {
+            writeKinds();
+        }
         for (const ZEL_StreamEntry &entry : myFrom.myEntries) {
             const std::optional<std::string> text =
                 ZELisTextName(entry.token) ? entry.getText() : std::nullopt;
             if (text) {
+                if (form == Form::MARKED_TEXT) {
+                    writeKindOf(entry);
+                }
                 myBytes << entry.token << '\t' << *text << '\n';
             } else {
                 refuse(entry);
@@ -298,6 +370,36 @@ public:
         }
         myBytes << theListEnd << '\n';
         return myGoodFlag;
+    }
+
+    /// Those of all names; what a later entry of a name has else stands before it.
+    void writeKinds()
+    {
+        constexpr std::size_t theMost = 100;
+        for (const ZEL_StreamEntry &entry : myFrom.myEntries) {
+            myMarks.emplace(entry.token, markFor(entry));
+        }
+        for (const KindMark *mark = theKindMarks; mark != theNoMark; ++mark) {
+            std::string line;
+            for (const ZEL_StreamEntry &entry : myFrom.myEntries) {
+                if (markFor(entry) == mark && myMarks[entry.token] == mark) {
+                    line += ' ' + entry.token;
+                }
+                const bool lastFlag = &entry == &myFrom.myEntries.back();
+                if (!line.empty() && (lastFlag || line.size() > theMost)) {
+                    myBytes << theKindComment << ' ' << mark->word << line << '\n';
+                    line.clear();
+                }
+            }
+        }
+    }
+    void writeKindOf(const ZEL_StreamEntry &entry)
+    {
+        const KindMark *&mark = myMarks[entry.token];
+        if (mark != markFor(entry)) {
+            mark = markFor(entry);
+            myBytes << theKindComment << ' ' << mark->word << ' ' << entry.token << '\n';
+        }
     }
 
     bool writeBinary()
@@ -322,9 +424,6 @@ public:
         return myGoodFlag;
     }
 
-    const KIT_ByteBuffer &getBytes() const { return myBytes; }
-
-private:
     void refuse(const ZEL_StreamEntry &entry)
     {
         myGoodFlag = false;
@@ -375,6 +474,7 @@ private:
     const ZEL_ParmStream &myFrom;
     KIT_ByteBuffer myBytes;
     std::string_view myTokenBefore;
+    std::unordered_map<std::string_view, const KindMark *> myMarks; ///< that count so far
     bool myGoodFlag = true;
 };
 
@@ -387,16 +487,41 @@ bool ZEL_ParmStream::isReadAgain(const KIT_ByteBuffer &bytes, Form form) const
     {
         const KIT_ErrorManager::Scope quiet(BASgetSTID());
         KIT_IStream is(once.data(), once.size(),
-                       form == Form::TEXT ? KIT_IStream::TEXT : KIT_IStream::BINARY);
-        same = back.read(is, nullptr);
+                       form == Form::BINARY ? KIT_IStream::BINARY : KIT_IStream::TEXT);
         Writer again(back);
-        same = same && (form == Form::TEXT ? again.writeText() : again.writeBinary()) &&
-               once == again.getBytes().view();
+        same = back.read(is, nullptr) && again.write(form) && once == again.getBytes().view();
     }
     if (!same) {
         const auto differences = compare(*this, back);
         KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_FORM,
                     differences.empty() ? "" : differences.front().token.c_str());
+    }
+    return same && (form != Form::MARKED_TEXT || givesPackets(back));
+}
+
+/// Whether the text, read again without a list, makes the packets of the entries that no list knew; each that
+/// doesn't is reported.
+bool ZEL_ParmStream::givesPackets(const ZEL_ParmStream &text) const
+{
+    const auto packetsOf = [](const ZEL_StreamEntry &entry) {
+        const KIT_ErrorManager::Scope quiet(BASgetSTID());
+        ZEL_ParmStream alone;
+        alone.myEntries = {entry};
+        Writer writer(alone);
+        return writer.write(Form::BINARY) ? std::string(writer.getBytes().view()) : std::string();
+    };
+    const auto isThere = [&](std::size_t i) {
+        return i < std::min(myEntries.size(), text.myEntries.size()) &&
+               text.myEntries[i].token == myEntries[i].token &&
+               (myEntries[i].knownFlag || packetsOf(text.myEntries[i]) == packetsOf(myEntries[i]));
+    };
+    bool same = true;
+    for (std::size_t i = 0; i < std::max(myEntries.size(), text.myEntries.size()); ++i) {
+        if (!isThere(i)) {
+            const Entries &entries = i < myEntries.size() ? myEntries : text.myEntries;
+            KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_FORM, entries[i].token.c_str());
+            same = false;
+        }
     }
     return same;
 }
@@ -405,8 +530,7 @@ bool ZEL_ParmStream::write(std::ostream &os, Form form) const
 {
     const std::uint64_t refusedBefore = BASfailedAllocations();
     Writer writer(*this);
-    if (!(form == Form::TEXT ? writer.writeText() : writer.writeBinary()) ||
-        !isReadAgain(writer.getBytes(), form)) {
+    if (!writer.write(form) || !isReadAgain(writer.getBytes(), form)) {
         return false;
     }
     writer.getBytes().writeTo(os);

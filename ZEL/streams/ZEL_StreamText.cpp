@@ -530,7 +530,7 @@ bool takeNumber(const Item &item, ZEL_StreamValue &value)
 }
 
 /// A load looks in the menu first, and makes an expression of what is neither there nor a word.
-bool takeOrdinal(const Item &item, const ZEL_Parm *parm, ZEL_StreamValue &value)
+bool takeOrdinal(const Item &item, const ZEL_Parm *parm, bool tokensFlag, ZEL_StreamValue &value)
 {
     std::int64_t number = 0;
     if (!item.quotedFlag && parseInteger(item.all, number)) {
@@ -541,7 +541,8 @@ bool takeOrdinal(const Item &item, const ZEL_Parm *parm, ZEL_StreamValue &value)
         !item.quotedFlag || item.all == '"' + item.text + '"' || item.all == quoted(item.text);
     value.value = item.text;
     return spelledFlag && !item.drivenFlag && !hasNul(item.text) &&
-           (isBareWord(item.text) || parseInteger(item.text, number) || hasToken(parm, item.text));
+           (tokensFlag || isBareWord(item.text) || parseInteger(item.text, number) ||
+            hasToken(parm, item.text));
 }
 
 /// A load makes a reference of some texts.
@@ -559,7 +560,8 @@ bool takeString(const Item &item, const ZEL_Parm *parm, ZEL_StreamValue &value)
                (isPlainWord(item.text) || item.text.empty() ? item.text : quoted(item.text));
 }
 
-bool takeValue(Kind kind, const Item &item, const ZEL_Parm *parm, ZEL_StreamValue &value)
+bool takeValue(Kind kind, const Item &item, const ZEL_Parm *parm, bool tokensFlag,
+               ZEL_StreamValue &value)
 {
     value.drivenFlag = item.drivenFlag;
     value.channel = item.channel;
@@ -568,7 +570,7 @@ bool takeValue(Kind kind, const Item &item, const ZEL_Parm *parm, ZEL_StreamValu
     }
     switch (kind) {
     case Kind::FLOAT: return takeNumber(item, value);
-    case Kind::ORDINAL: return takeOrdinal(item, parm, value);
+    case Kind::ORDINAL: return takeOrdinal(item, parm, tokensFlag, value);
     case Kind::STRING: return takeString(item, parm, value);
     default: value.value = item.text; return !hasNul(item.text);
     }
@@ -612,13 +614,14 @@ bool ZEL_StreamText::takeOptions(ZEL_StreamOptions &to) const
     return before == after && !(to.label && hasNul(*to.label));
 }
 
-void ZEL_StreamText::makeEntry(Kind kind, const ZEL_Parm *parm, ZEL_StreamEntry &entry) const
+void ZEL_StreamText::makeEntry(Kind kind, const ZEL_Parm *parm, ZEL_StreamEntry &entry,
+                               bool tokensFlag) const
 {
     entry.kind = kind;
     bool good = kind != Kind::WORDS && clearFlag && takeOptions(entry.options);
     for (std::size_t i = 0; good && i < items.size(); ++i) {
         entry.values.emplace_back();
-        good = takeValue(kind, items[i], parm, entry.values.back());
+        good = takeValue(kind, items[i], parm, tokensFlag, entry.values.back());
     }
     if (good && kind != Kind::FLOAT) {
         // Their loads unlock what has no locks.

@@ -39,8 +39,10 @@ struct ZEL_StreamText
     /// missing. A load finds the items' ends by the kind; of WORDS, only the end of the whole is known.
     bool read(KIT_IStream &is, Kind kind);
     /// Makes it the entry's contents, of a kind that isn't PACKETS: of WORDS where packets of the kind wouldn't
-    /// load as this text does. `parm` is the parameter, null for none.
-    void makeEntry(Kind kind, const ZEL_Parm *parm, ZEL_StreamEntry &entry) const;
+    /// load as this text does. `parm` is the parameter, null for none; `tokensFlag` says that an ordinal's texts are
+    /// entries of its menu.
+    void makeEntry(Kind kind, const ZEL_Parm *parm, ZEL_StreamEntry &entry,
+                   bool tokensFlag = false) const;
 
     std::string_view all; ///< spelled
     bool clearFlag = true;

@@ -127,10 +127,11 @@ bool TOK_Lexer::isDirectiveWord(std::string_view word)
     return std::find(std::begin(theWords), std::end(theWords), word) != std::end(theWords);
 }
 
-TOK_Lexer::Fault TOK_Lexer::takeFault(int &line)
+TOK_Lexer::Fault TOK_Lexer::takeFault(int &line, const char *&begin)
 {
     const Fault fault = myFault;
     line = myFaultLine;
+    begin = myFaultBegin;
     myFault = NO_FAULT;
     return fault;
 }
@@ -202,6 +203,7 @@ void TOK_Lexer::skipBlockComment()
     if (close == myEnd) {
         myFault = OPEN_COMMENT;
         myFaultLine = myLine;
+        myFaultBegin = myAt;
     }
     const char *const behind = close == myEnd ? myEnd : close + 2;
     myLine += static_cast<int>(std::count(myAt, behind, '\n'));
@@ -290,6 +292,7 @@ std::string_view TOK_Lexer::readQuoted()
         if (const char *const end = findOpenEnd(begin)) {
             myFault = OPEN_QUOTE;
             myFaultLine = myTokenLine;
+            myFaultBegin = myTokenBegin;
             myAt = end;
             return std::string_view(begin, static_cast<size_t>(end - begin));
         }
@@ -365,6 +368,7 @@ std::string_view TOK_Lexer::copyQuoted(const char *begin)
     if (myAt == myEnd) {
         myFault = OPEN_QUOTE;
         myFaultLine = myTokenLine;
+        myFaultBegin = myTokenBegin;
     } else {
         myAt++;
     }

@@ -50,8 +50,8 @@ public:
     static bool isDirectiveWord(std::string_view word);
     /// Whether a directive's word ends before this byte.
     static bool endsDirectiveWord(char next);
-    /// The error of the last next(), returned once.
-    Fault takeFault(int &line);
+    /// The error of the last next(), returned once, and where what isn't closed begins.
+    Fault takeFault(int &line, const char *&begin);
 
 private:
     bool skipBlanks();
@@ -71,6 +71,7 @@ private:
     int myLine = 1;
     int myTokenLine = 1;
     int myFaultLine = 0;
+    const char *myFaultBegin = nullptr;
     Fault myFault = NO_FAULT;
     bool myDirectivesFlag;
     bool myEndsOpenFlag = false;

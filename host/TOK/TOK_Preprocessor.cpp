@@ -42,6 +42,8 @@ std::string joined(const std::string &folder, const std::string &path)
     return folder.empty() || folder.back() == '/' ? folder + path : folder + '/' + path;
 }
 
+constexpr std::string_view theComment = "/*";
+
 bool isNameEnd(std::string_view rest)
 {
     const std::string_view before = rest;
@@ -67,7 +69,7 @@ void TOK_Preprocessor::openText(std::string &&text, const char *name, bool reada
     pushFile(std::move(text), name);
     myReadableFlag = readable;
     if (!readable) {
-        error("can't read the text", 0);
+        error("can't read the text", 0, nullptr);
     }
 }
 
@@ -77,7 +79,7 @@ void TOK_Preprocessor::openFile(const char *fileName)
     myReadableFlag = readFile(fileName, text);
     pushFile(std::move(text), fileName);
     if (!myReadableFlag) {
-        error("can't read the file", 0);
+        error("can't read the file", 0, nullptr);
     }
 }
 
@@ -106,7 +108,7 @@ void TOK_Preprocessor::pushFile(std::string &&text, const std::string &name)
     const size_t nul = view.find('\0');
     if (nul != std::string_view::npos) {
         const auto lines = std::count(view.begin(), view.begin() + static_cast<long>(nul), '\n');
-        warning("NUL bytes are read as blanks", 1 + static_cast<int>(lines));
+        warning("NUL bytes are read as blanks", 1 + static_cast<int>(lines), view.data() + nul);
     }
 }
 
@@ -121,7 +123,7 @@ bool TOK_Preprocessor::popSource()
         return true;
     }
     while (myGroups.size() > source.outerGroups) {
-        error("#if without #endif", myGroups.back().line);
+        error("#if without #endif", myGroups.back().line, myGroups.back().begin);
         myGroups.pop_back();
     }
     if (mySources.size() == 1) {
@@ -166,7 +168,8 @@ bool TOK_Preprocessor::next(std::string_view &token, bool &quoted)
                 myTokens++;
                 if (!myPlainHashFlag && !quoted && token[0] == '#' && !source.macro &&
                     source.lexer.isFirstOnLine()) {
-                    warning("no directive: '" + std::string(token) + "'", myLine);
+                    warning("no directive: '" + std::string(token) + "'", myLine,
+                            source.lexer.getBegin());
                 }
                 myTokenFile = myFile;
                 myTokenLine = myLine;
@@ -215,7 +218,8 @@ void TOK_Preprocessor::runDefine(std::string_view rest)
     TOK_Condition::skipBlanks(rest);
     const auto [at, newFlag] = myMacros.try_emplace(name);
     if (!newFlag && at->second.text != rest) {
-        warning("defined with another text before: '" + name + "'", myLine);
+        warning("defined with another text before: '" + name + "'", myLine,
+                myFile->lexer.getBegin());
     }
     at->second.text = rest;
 }
@@ -267,7 +271,8 @@ void TOK_Preprocessor::openGroup(bool value)
         return;
     }
     const bool deadFlag = isSkipping();
-    myGroups.push_back({myLine, value && !deadFlag, !value && !deadFlag, false});
+    myGroups.push_back(
+        {myLine, myFile->lexer.getBegin(), value && !deadFlag, !value && !deadFlag, false});
 }
 
 /// The group that a directive continues; null, with an error, if there is none in this file.
@@ -524,18 +529,24 @@ void TOK_Preprocessor::describe(const Source &source, const char *begin, int lin
     std::string_view token;
     place.quotedFlag = again.next(token) == TOK_Lexer::QUOTED;
     place.end = place.begin + static_cast<size_t>(again.getReadEnd() - rest.data());
+    if (again.getBegin() != rest.data() || startsWith(rest, theComment)) { // no token
+        place.end = place.begin + (startsWith(rest, theComment) ? theComment.size() : 1);
+        place.quotedFlag = false;
+    }
     int faultLine;
-    place.openFlag = place.quotedFlag && again.takeFault(faultLine) != TOK_Lexer::NO_FAULT;
+    const char *faultBegin;
+    place.openFlag =
+        place.quotedFlag && again.takeFault(faultLine, faultBegin) != TOK_Lexer::NO_FAULT;
 }
 
 bool TOK_Preprocessor::getPlace(TOK_Place &place) const
 {
     const Source *const source = myReportLine > 0 ? myFile : myTokenFile;
-    if (!source || (myReportLine > 0 && myReportLine != source->lexer.getLine())) {
+    if (!source || (myReportLine > 0 && !myReportBegin)) {
         return false;
     }
-    describe(*source, source->lexer.getBegin(), myReportLine > 0 ? myReportLine : myTokenLine,
-             place);
+    describe(*source, myReportLine > 0 ? myReportBegin : source->lexer.getBegin(),
+             myReportLine > 0 ? myReportLine : myTokenLine, place);
     place.firstFlag = source->lexer.isFirstOnLine();
     place.macroFlag = mySources.back()->macro != nullptr;
     return true;
@@ -562,11 +573,12 @@ void TOK_Preprocessor::checkFault()
 {
     const Source &source = *mySources.back();
     int line;
-    const TOK_Lexer::Fault fault = mySources.back()->lexer.takeFault(line);
+    const char *begin;
+    const TOK_Lexer::Fault fault = mySources.back()->lexer.takeFault(line, begin);
     if (fault != TOK_Lexer::NO_FAULT) {
         error(fault == TOK_Lexer::OPEN_QUOTE ? "a quote is never closed"
                                              : "a comment is never closed",
-              source.macro ? myLine : line);
+              source.macro ? myLine : line, source.macro ? myFile->lexer.getBegin() : begin);
     }
 }
 
@@ -579,16 +591,18 @@ std::string TOK_Preprocessor::placed(const std::string &text, int line) const
     return line ? name + "(" + std::to_string(line) + "): " + text : name + ": " + text;
 }
 
-void TOK_Preprocessor::error(const std::string &text, int line)
+void TOK_Preprocessor::error(const std::string &text, int line, const char *begin)
 {
     myReportLine = line;
+    myReportBegin = begin;
     myOwner.cppError(placed(text, line).c_str());
     myReportLine = 0;
 }
 
-void TOK_Preprocessor::warning(const std::string &text, int line)
+void TOK_Preprocessor::warning(const std::string &text, int line, const char *begin)
 {
     myReportLine = line;
+    myReportBegin = begin;
     myOwner.cppWarning(placed(text, line).c_str());
     myReportLine = 0;
 }

@@ -69,9 +69,10 @@ private:
     struct Group
     {
         int line;
-        bool activeFlag;  // its tokens are returned
-        bool pendingFlag; // no branch was taken yet, and one still can be
-        bool elseFlag;    // #else was read
+        const char *begin; // of its directive, in its file's text
+        bool activeFlag;   // its tokens are returned
+        bool pendingFlag;  // no branch was taken yet, and one still can be
+        bool elseFlag;     // #else was read
     };
     struct Directive
     {
@@ -109,9 +110,10 @@ private:
 
     static void describe(const Source &source, const char *begin, int line, TOK_Place &place);
     void checkFault();
-    void error(const std::string &text, int line);
-    void error(const std::string &text) { error(text, myLine); }
-    void warning(const std::string &text, int line);
+    /// What is about the text from `begin` on; null: the position isn't known.
+    void error(const std::string &text, int line, const char *begin);
+    void error(const std::string &text) { error(text, myLine, myFile->lexer.getBegin()); }
+    void warning(const std::string &text, int line, const char *begin);
     std::string placed(const std::string &text, int line) const;
     void stop(const std::string &text);
 
@@ -126,6 +128,7 @@ private:
     const Source *myTokenFile = nullptr; // of the last token; null: it is gone
     int myTokenLine = 0;
     int myReportLine = 0;                        // above 0: something is being reported
+    const char *myReportBegin = nullptr;         // where it begins
     std::vector<std::unique_ptr<Source>> myKept; // files that were read to their end
     int myLine = 0;
     bool myMacroFlag = false; // the last token comes from a macro

@@ -59,7 +59,8 @@ TOK_SourceTokens::TOK_SourceTokens(std::string_view text)
         }
         at = written.data() + written.size();
         int line = 0;
-        const TOK_Lexer::Fault fault = lexer.takeFault(line);
+        const char *open = nullptr;
+        const TOK_Lexer::Fault fault = lexer.takeFault(line, open);
         if (fault != TOK_Lexer::NO_FAULT) {
             myFault = fault == TOK_Lexer::OPEN_QUOTE ? "a quote is never closed"
                                                      : "a comment is never closed";

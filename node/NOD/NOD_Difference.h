@@ -29,7 +29,9 @@ public:
     using Changes = std::vector<NOD_Change>;
 
     NOD_Difference() = default;
-    explicit NOD_Difference(Changes changes) : myChanges(std::move(changes)) {}
+    explicit NOD_Difference(Changes changes, bool isExact = true)
+        : myChanges(std::move(changes)), myExactFlag(isExact)
+    {}
 
     // ------------------------------------------------------------------ //
     /// \name Comparing
@@ -43,6 +45,8 @@ public:
     /// In the order of the new state.
     const Changes &getChanges() const { return myChanges; }
     bool isEmpty() const { return myChanges.empty(); }
+    /// Whether it was made to be applied.
+    bool isExact() const { return myExactFlag; }
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -61,10 +65,11 @@ public:
     ///@{
     /// With a line end.
     std::string toJson() const;
-    /// False after an error: no JSON, another version, or no patch. `name` is for messages.
+    /// False after an error: no JSON, another version, no patch, or one that isn't exact. `name` is for messages.
     bool fromJson(std::string_view text, const std::string &name, NOD_Report &report);
     ///@}
 
 private:
     Changes myChanges;
+    bool myExactFlag = true;
 };

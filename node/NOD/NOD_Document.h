@@ -51,7 +51,7 @@ public:
     /// \name In
     // ------------------------------------------------------------------ //
     ///@{
-    /// A file of any kind, a dialog script too, which can't be written again. `?NAME` or `?/PATH` behind the path means a
+    /// A file of any kind, a dialog script too. `?NAME` or `?/PATH` behind the path means a
     /// part, as in NOD_ValueFile.h.
     bool read(const std::string &path, const NOD_DocumentOptions &options, NOD_Report &report);
     /// The same of a file's bytes; `name` is for messages, and has the part behind it.
@@ -60,6 +60,8 @@ public:
     /// All that a user has made of a node.
     void take(NOD_Node &node, bool isExact, NOD_Report &report);
     bool take(NOD_Scene &scene, bool isExact, NOD_Report &report);
+    /// What it declares, which can't be written again.
+    void take(const NOD_Interface &interface);
     NOD_FileKind getKind() const { return myKind; }
     bool isBinary() const { return myBinaryFlag; }
     const NOD_Record &getTop() const { return *myTop; }
@@ -71,9 +73,10 @@ public:
     ///@{
     /// Another state of what was read, such as NOD_Difference::apply() makes of it.
     void setTop(std::unique_ptr<NOD_Record> top);
-    /// The bytes of the file in the form that was read, or another one.
-    bool write(std::string &bytes, NOD_Report &report);
-    bool write(std::string &bytes, bool binary, NOD_Report &report);
+    /// The bytes of the file in the form that was read; a stream or a channel file also in the other one. False, with an error, for what such a file
+    /// can't have.
+    bool write(std::string &bytes, NOD_Report &report) const;
+    bool write(std::string &bytes, bool binary, NOD_Report &report) const;
     /// Gives a node, or a scene, the state: as one step of undo, or as a load does.
     bool give(NOD_Node &node, NOD_Report &report);
     bool give(NOD_Scene &scene, NOD_Report &report);
@@ -86,10 +89,13 @@ private:
                     const NOD_DocumentOptions &options, NOD_Report &report);
     bool choose(const std::string &section, const std::string &name, NOD_Report &report);
     bool writeChannels(bool binary, std::string &bytes, NOD_Report &report) const;
+    bool writeAny(bool binary, std::string &bytes, NOD_Report &report) const;
+    bool isReadAgain(const std::string &bytes, NOD_Report &report) const;
     bool readScene(std::string bytes, const std::string &name, const std::string &section,
                    const NOD_DocumentOptions &options, NOD_Report &report);
     bool readScript(const std::string &bytes, const std::string &name, NOD_Report &report);
 
+    NOD_DocumentOptions myOptions;
     NOD_FileKind myKind = NOD_FileKind::NONE;
     bool myBinaryFlag = false;
     std::unique_ptr<NOD_Record> myTop;

@@ -62,6 +62,15 @@ struct Command
         command->setCommand(line.c_str());
         return this->line();
     }
+    /// What setting this line loses, "; " between the sentences.
+    std::string lossesOf(const std::string &line)
+    {
+        KIT_StringArray losses;
+        KIT_String all;
+        command->setCommand(line.c_str(), &losses);
+        losses.join("; ", all);
+        return all.toStdString();
+    }
     /// "token type..." of each template, "; " between them.
     std::string dump() const
     {

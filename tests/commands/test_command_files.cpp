@@ -211,6 +211,21 @@ TEST(CommandFiles, NoCommands)
     EXPECT_EQ(namesOf(*missing.list), "a");
 }
 
+TEST(CommandFiles, FromAStream)
+{
+    const std::string text = "command { name a parm { name x type string } } { name b }";
+    KIT_IStream memory(text.data(), text.size(), KIT_IStream::TEXT);
+    const DS_CommandList list(memory, "folder/some.cmd");
+    EXPECT_EQ(namesOf(list), "a,b");
+    EXPECT_EQ(list.getFileName(), "folder/some.cmd");
+    EXPECT_EQ(CommandFile(text).list->getEntries(), list.getEntries());
+    const std::string includes = "#include \"" + std::string(ZEL_TESTS_DIR) +
+                                 "/../examples/commands/image.cmd\"\n{ name c }";
+    KIT_IStream reduced(includes.data(), includes.size(), KIT_IStream::TEXT);
+    KIT_ErrorManager::Scope scope(1);
+    EXPECT_EQ(namesOf(DS_CommandList(reduced, "")), "c") << "a stream includes no file";
+}
+
 TEST(CommandFiles, RandomTokens)
 {
     static constexpr const char *theTokens[] = {

@@ -133,8 +133,41 @@ TEST(CommandLines, ThereAndBack)
         const std::string back = tool.after(line);
         EXPECT_EQ(back, expected ? expected : line);
         EXPECT_EQ(tool.after(back), back) << line;
+        EXPECT_EQ(tool.lossesOf(back), "");
+        EXPECT_TRUE(expected || tool.lossesOf(line).empty()) << line;
         EXPECT_EQ(Command(script).after(back), back) << line;
     }
+}
+
+TEST(CommandLines, WhatIsLostIsListed)
+{
+    const std::tuple<std::string, const char *, const char *> cases[] = {
+        {theKinds, "tool x -n 1 2 -t \"y z\"",
+         "nothing takes the word \"x\"; nothing takes the word \"2\"; nothing takes the word \"y z\""},
+        {theKinds, "other -n 1",
+         "nothing takes the word \"other\"; nothing takes the word \"-n\"; nothing takes the word \"1\""},
+        {theKinds, "", ""},
+        {theKinds, "tool -m 1 -a 1.50 -v 01 2 3 -c +1 `$F` 7", ""},
+        {theKinds, "tool -m three -a much -v 1 2.5 4",
+         "m: \"three\" reads as \"one\"; a: \"much\" reads as \"0\"; v: \"2.5\" reads as \"2\""},
+        {theKinds, "tool -f 1", ""}, // the other component stays
+        {thePlaces, "tool 1 1 2 3 text on", ""},
+        {thePlaces, "tool 1 1 2 3 text maybe 5",
+         "t: \"maybe\" reads as \"1\"; nothing takes the word \"5\""},
+        {asRMan(thePlaces), "\"tool\" [ 1 ] [ 1 2 3 ] [ \"a\" ] [ 0 ] [ 9 ]",
+         "nothing takes the word \"9\""},
+        {"{ name tool }", "tool a", "nothing takes the word \"a\""},
+        {"{ name tool parm { name r option -r type angle range { 0! 5! } } }", "tool -r 9",
+         "r: \"9\" reads as \"5\""},
+    };
+    for (const auto &[script, line, losses] : cases) {
+        EXPECT_EQ(Command(script).lossesOf(line), losses) << line;
+    }
+    Command tool("{ name tool default { \"tool a b\" } parm { name s type string } }");
+    KIT_StringArray losses;
+    tool.command->setDefaultCommand(&losses);
+    EXPECT_EQ(tool.line(), "tool a");
+    EXPECT_EQ(losses.entries(), 1);
 }
 
 TEST(CommandLines, Settings)

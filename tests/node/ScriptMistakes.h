@@ -3,6 +3,7 @@
 
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptFormat.h>
 #include <ZEL/ZEL_ScriptTypes.h>
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 #include <random>
 #include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -26,21 +28,40 @@ inline bool isScriptKeyword(const std::string &word)
     return theWords.count(word) != 0;
 }
 
+/// How a script is laid out, beside its words.
+enum class ScriptLayout
+{
+    AS_IS,
+    FORMATTED, ///< by zel format
+    CRLF,
+    PAIRS, ///< two keywords a line
+    FLAT   ///< no indentation
+};
+
 struct ScriptMistake
 {
-    int line = 0; ///< from 1
+    int line = 0; ///< of the laid out text, from 1
+    int made = 0; ///< of the lines, from 0
     std::string kind;
 };
 
 class ScriptMistakes
 {
 public:
-    ScriptMistakes(const std::string &file, unsigned seed) : myFile(file), myRandom(seed)
+    ScriptMistakes(const std::string &file, unsigned seed, ScriptLayout layout)
+        : myFile(file), myRandom(seed), myLayout(layout)
     {
         std::ifstream is(file);
-        for (std::string line; std::getline(is, line);) {
+        std::string text(std::istreambuf_iterator<char>(is), {});
+        if (layout == ScriptLayout::FORMATTED) {
+            NOD_Report report;
+            NODformatScript(text, file, {}, text, report);
+        }
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);) {
             myLines.push_back(line);
         }
+        pair();
     }
 
     /// Makes up to that many mistakes, at least four lines apart, each of which is one for the reader by
@@ -50,7 +71,10 @@ public:
     std::string getText() const { return textOf(myLines); }
     const std::string &getFile() const { return myFile; }
     const std::vector<ScriptMistake> &getMade() const { return myMade; }
-    const std::string &getLine(int line) const { return myLines[std::size_t(line - 1)]; }
+    const std::string &getLine(const ScriptMistake &one) const
+    {
+        return myLines[std::size_t(one.made)];
+    }
 
 private:
     using Make = bool (ScriptMistakes::*)(std::string &line);
@@ -63,13 +87,36 @@ private:
 
     int pick(int count) { return std::uniform_int_distribution<int>(0, count - 1)(myRandom); }
 
-    static std::string textOf(const std::vector<std::string> &lines)
+    /// Finds the lines that are put behind the ones before.
+    void pair()
     {
+        static const std::regex theStatement(
+            "^\\s*[a-z]+(\\s+(\"[^\"\\\\]*\"|[^\"/#{}\\[]*))?\\s*$");
+        myBehind.resize(myLines.size());
+        const auto isStatement = [this](std::size_t line) {
+            return std::regex_match(myLines[line], theStatement);
+        };
+        for (std::size_t i = 1; i < myLines.size() && myLayout == ScriptLayout::PAIRS; ++i) {
+            myBehind[i] = !myBehind[i - 1] && isStatement(i - 1) && isStatement(i);
+        }
+    }
+
+    std::string textOf(const std::vector<std::string> &lines) const
+    {
+        const bool bareFlag = myLayout == ScriptLayout::FLAT;
         std::string all;
-        for (const std::string &line : lines) {
-            all += line + "\n";
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            const std::size_t first = std::min(lines[i].find_first_not_of(" \t"), lines[i].size());
+            all += bareFlag || myBehind[i] ? lines[i].substr(first) : lines[i];
+            const bool joinedFlag = i + 1 < lines.size() && myBehind[i + 1];
+            all += joinedFlag ? " " : myLayout == ScriptLayout::CRLF ? "\r\n" : "\n";
         }
         return all;
+    }
+
+    int lineOf(int made) const
+    {
+        return made + 1 - int(std::count(myBehind.begin(), myBehind.begin() + made + 1, true));
     }
 
     static bool isPlain(const std::string &line)
@@ -181,9 +228,45 @@ private:
         return change(line, "^(\\s*(hidewhen|disablewhen|nocookwhen)\\s+\"\\{.*) \\}\"", "$1\"");
     }
 
+    /// Whether the words say where it is, where there is no indentation: the block of a brace may go on to the
+    /// end, and any brace may be the one too many.
+    bool isDecided(const std::vector<std::string> &lines, std::size_t line,
+                   const std::string &kind) const
+    {
+        static const std::regex theParmsOnly("^\\s*(type|size|menu|joinnext|export|callback)\\b.*");
+        if (myLayout != ScriptLayout::FLAT) {
+            return true;
+        }
+        const bool bareFlag = lines[line].find_first_not_of(" \t}") == std::string::npos;
+        const std::string &next = line + 1 < lines.size() ? lines[line + 1] : "";
+        return kind == "no closing brace" ? !bareFlag
+               : kind == "surplus brace"  ? std::regex_match(next, theParmsOnly)
+                                          : true;
+    }
+
+    /// A directive in the place of a comment or of nothing.
+    bool addDirective(std::string &line, const char *directive)
+    {
+        const std::size_t first = line.find_first_not_of(" \t");
+        const bool freeFlag = first == std::string::npos || line.compare(first, 2, "//") == 0;
+        line = freeFlag ? directive : line;
+        return freeFlag;
+    }
+    bool includeNothing(std::string &line) { return addDirective(line, "#include \"none.dsh\""); }
+    bool misspellInclude(std::string &line)
+    {
+        return addDirective(line, "#inlcude \"common.dsh\"");
+    }
+    bool openIf(std::string &line) { return addDirective(line, "#if 1"); }
+    bool addEndif(std::string &line) { return addDirective(line, "#endif"); }
+    bool addElse(std::string &line) { return addDirective(line, "#else"); }
+    bool defineNothing(std::string &line) { return addDirective(line, "#define"); }
+
     std::string myFile;
     std::mt19937 myRandom;
+    ScriptLayout myLayout;
     std::vector<std::string> myLines;
+    std::vector<bool> myBehind;
     std::vector<ScriptMistake> myMade;
 };
 
@@ -203,6 +286,12 @@ inline const ScriptMistakes::Kind ScriptMistakes::theKinds[] = {
     {"surplus word", &ScriptMistakes::addWord},
     {"wrong export", &ScriptMistakes::wrongExport},
     {"broken condition", &ScriptMistakes::breakCondition},
+    {"include of nothing", &ScriptMistakes::includeNothing},
+    {"misspelt include", &ScriptMistakes::misspellInclude},
+    {"#if without end", &ScriptMistakes::openIf},
+    {"surplus #endif", &ScriptMistakes::addEndif},
+    {"surplus #else", &ScriptMistakes::addElse},
+    {"#define of nothing", &ScriptMistakes::defineNothing},
 };
 
 inline void ScriptMistakes::make(int count)
@@ -211,14 +300,15 @@ inline void ScriptMistakes::make(int count)
     for (int tries = 0; tries < 400 && int(myMade.size()) < count; ++tries) {
         const int line = pick(int(good.size()));
         const auto near = [line](const ScriptMistake &one) {
-            return std::abs(one.line - 1 - line) < 4;
+            return std::abs(one.made - line) < 4;
         };
         if (std::any_of(myMade.begin(), myMade.end(), near)) {
             continue;
         }
         const Kind &kind = theKinds[std::size_t(pick(int(std::size(theKinds))))];
         std::string text = good[std::size_t(line)];
-        if (!(this->*kind.make)(text) || text == good[std::size_t(line)]) {
+        if (!(this->*kind.make)(text) || text == good[std::size_t(line)] ||
+            !isDecided(good, std::size_t(line), kind.name)) {
             continue;
         }
         std::vector<std::string> alone = good;
@@ -227,7 +317,7 @@ inline void ScriptMistakes::make(int count)
         NOD_Interface::fromText(textOf(alone), myFile, report);
         if (!report.isEmpty()) {
             myLines[std::size_t(line)] = text;
-            myMade.push_back({line + 1, kind.name});
+            myMade.push_back({lineOf(line), line, kind.name});
         }
     }
 }

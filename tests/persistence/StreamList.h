@@ -52,16 +52,15 @@ inline bool parseStream(ZEL_ParmStream &stream, const std::string &data,
 }
 
 /// The stream in a form; "refused" if it can't have it.
-inline std::string converted(const std::string &data, bool binary, ZEL_ParmList *list = nullptr)
+inline std::string converted(const std::string &data, ZEL_ParmStream::Form form,
+                             ZEL_ParmList *list = nullptr)
 {
     ZEL_ParmStream stream;
     std::ostringstream os;
     if (!parseStream(stream, data, list)) {
         return "unreadable";
     }
-    return stream.write(os, binary ? ZEL_ParmStream::Form::BINARY : ZEL_ParmStream::Form::TEXT)
-               ? os.str()
-               : "refused" + os.str();
+    return stream.write(os, form) ? os.str() : "refused" + os.str();
 }
 
 struct StreamList

@@ -157,10 +157,14 @@ TEST(RoundTrips, AThousandParametersOfAllKinds)
     const std::string compact = savedList(*p.list, false, true);
 
     // Without a load: each form of the other, and the way back also without the list.
-    EXPECT_TRUE(converted(text, true, p.list.get()) == binary);
-    EXPECT_TRUE(converted(binary, false) == text);
-    EXPECT_TRUE(converted(converted(text, true), false) == text);
-    EXPECT_TRUE(converted(converted(compact, false), true, p.list.get()) == compact);
+    using Form = ZEL_ParmStream::Form;
+    EXPECT_TRUE(converted(text, Form::BINARY, p.list.get()) == binary);
+    EXPECT_TRUE(converted(binary, Form::TEXT) == text);
+    EXPECT_TRUE(converted(converted(text, Form::BINARY), Form::TEXT) == text);
+    EXPECT_TRUE(converted(converted(compact, Form::TEXT), Form::BINARY, p.list.get()) == compact);
+    for (const std::string &packets : {binary, compact}) {
+        EXPECT_TRUE(converted(converted(packets, Form::MARKED_TEXT), Form::BINARY) == packets);
+    }
     EXPECT_EQ(takeTexts(), "");
     for (const std::string &data : {text, binary, compact}) {
         LongList q;

@@ -13,8 +13,9 @@
 namespace
 {
 
-constexpr bool theText = false;
-constexpr bool theBinary = true;
+constexpr auto theText = ZEL_ParmStream::Form::TEXT;
+constexpr auto theBinary = ZEL_ParmStream::Form::BINARY;
+constexpr auto theMarkedText = ZEL_ParmStream::Form::MARKED_TEXT;
 
 std::string readFile(const std::string &path)
 {
@@ -117,6 +118,7 @@ TEST(StreamEntries, ByWayOfTheOtherFormTheBytesAreTheSame)
 {
     std::mt19937 random(7);
     int compared = 0;
+    int refused = 0;
     for (int i = 0; i < 500; ++i) {
         const std::string text = randomStream(random);
         StreamList p;
@@ -129,17 +131,31 @@ TEST(StreamEntries, ByWayOfTheOtherFormTheBytesAreTheSame)
         EXPECT_EQ(converted(spelled, theText, &r.list), spelled);
         EXPECT_EQ(converted(binary, theText), spelled);
         EXPECT_EQ(converted(binary, theBinary), binary);
+        const std::string marked = converted(binary, theMarkedText);
+        if (marked != "refused") {
+            EXPECT_EQ(converted(marked, theBinary), binary);
+            EXPECT_EQ(converted(marked, theText), spelled);
+            EXPECT_EQ(converted(marked, theMarkedText), marked);
+            EXPECT_EQ(converted(text, theMarkedText, &r.list), spelled) << "the list knows it";
+        } else {
+            // A quote that isn't closed: another entry's text goes on.
+            ++refused;
+            EXPECT_NE(converted(spelled, theBinary), binary);
+            EXPECT_EQ(takeTexts().substr(0, 6), "ZEL 29");
+        }
         // They say the same to a list. In binary a load ends at the first failure.
         const std::string direct = loaded(text);
         if (!direct.empty()) {
             ++compared;
             EXPECT_EQ(loaded(spelled), direct) << text;
             EXPECT_EQ(loaded(binary), direct) << text;
+            EXPECT_TRUE(marked == "refused" || loaded(marked) == direct) << text;
             EXPECT_EQ(loaded(converted(text, theBinary)), direct) << text;
         }
         ASSERT_FALSE(HasFailure()) << text << takeTexts();
     }
     EXPECT_GT(compared, 50);
+    EXPECT_LT(refused, 50);
     // A token that ends in a backslash has no closing quote to a load.
     StreamList p;
     const std::string open = framed("on\t[ 0\tlocks=0 ]\t(\t\"a\\\"\t)\nfoo\t(\t\"b\"\t)\n");
@@ -161,6 +177,47 @@ TEST(StreamEntries, GoldenFilesInBothForms)
         EXPECT_EQ(converted(data, theText), text) << name;
         EXPECT_EQ(converted(data, theBinary, &p.list), binary) << name;
     }
+    EXPECT_EQ(takeTexts(), "");
+}
+
+TEST(StreamEntries, CommentsNameKinds)
+{
+    const std::string marked = "{ version 0.8 #kind float a b\n#kind menu m\n#kind string s\n"
+                               " a ( 1 ) b ( \"x\" ) m ( \"two words\" ) s ( \"1\" ) c ( 1 ) }";
+    ZEL_ParmStream stream;
+    ASSERT_TRUE(parseStream(stream, marked));
+    EXPECT_FALSE(stream.hasComments());
+    using Kind = ZEL_StreamEntry::Kind;
+    const Kind kinds[] = {Kind::FLOAT, Kind::WORDS, Kind::ORDINAL, Kind::STRING, Kind::WORDS};
+    for (std::size_t i = 0; i < std::size(kinds); ++i) {
+        EXPECT_EQ(stream.getEntries()[i].kind, kinds[i]) << "b is no number any more";
+    }
+    EXPECT_EQ(idsOf(converted(marked, theBinary)), "1 2 14 2 2 14 0 ");
+    // A list knows better, and other comments are none of kinds.
+    StreamList p;
+    EXPECT_EQ(converted("{ version 0.8 #kind string f\n f ( 1 ) }", theMarkedText, &p.list),
+              framed("f\t(\t1\t)\n"));
+    for (const char *comment : {"#kind", "#kind of f", "#kinds float f", "# kind float f"}) {
+        ASSERT_TRUE(parseStream(stream, framed(std::string(comment) + "\nf ( 1 )\n")));
+        EXPECT_TRUE(stream.hasComments()) << comment;
+        EXPECT_EQ(stream.getEntries()[0].kind, Kind::WORDS) << comment;
+    }
+    // Many names are several lines; what a name has later stands there.
+    std::string many;
+    for (int i = 0; i < 100; ++i) {
+        many += "parameter" + std::to_string(i) + " ";
+    }
+    std::string text = "{ version 0.8 #kind float " + many + "\n";
+    std::istringstream names(many);
+    for (std::string name; names >> name;) {
+        text += name + " ( 1 )\n";
+    }
+    const std::string binary = converted(text + "}", theBinary);
+    EXPECT_EQ(converted(converted(binary, theMarkedText), theBinary), binary);
+    const std::string twice = framed("#kind string s\ns\t[ 0\tlocks=0 ]\t(\t\"a\"\t)\n"
+                                     "#kind words s\ns\t(\t2\t)\n#kind float s\ns\t(\t1\t)\n");
+    EXPECT_EQ(idsOf(converted(twice, theBinary)), "1 2 14 2 0 ");
+    EXPECT_EQ(converted(converted(twice, theBinary), theMarkedText), twice);
     EXPECT_EQ(takeTexts(), "");
 }
 

@@ -29,14 +29,15 @@ WORDS = {
     "ADDRESS": None, "LINE": None, "SHELL": "bash",
     "scene FILE": "<studio.scene", "command FILE": "<commands/image.cmd", "ramp FILE": "<shader.ds",
     "ramp TOKEN": "palette", "convert OUT": None, "diff B": "<light_night.parms", "preset save NAME": "Noon",
+    "PATCH": "<night.json",
 }
 # Options that a command can't do without.
 NEEDED = {"convert": ["--to", "text", "--out", ">out"], "rewrite": ["--allow-loss"],
           "doc": ["--out", ">pages"], "migrate": ["--out", ">out"],
-          "ramp": ["--svg", ">out"], "set": ["--out", ">out"]}
+          "ramp": ["--svg", ">out"], "patch": ["--out", ">out"], "set": ["--out", ">out"]}
 FLAGS = {"--binary", "--check", "--compact", "--allow-loss", "--diff", "--dry-run", "--fix", "--force", "--json",
          "--keep-going", "--list", "--no-scripts", "--numbers", "--sort", "--stop", "--strict", "--times",
-         "--help", "--stamp"}
+         "--help", "--stamp", "--exact", "--patch", "--stat", "--reverse"}
 READS = {"--channels", "--map", "--script", "--values"}
 WRITES = {"--convert", "--out", "--svg"}
 # Values that are refused, and what the message names; `ramp` has another script.
@@ -49,6 +50,7 @@ WRONG = {
     "--time": [("soon", "soon"), ("1e999", "1e999")], "--fps": [("0", "--fps"), ("-24", "--fps")],
     "--frames": [("soon", "soon"), ("5:1", "5:1"), ("1:5:0", "1:5:0")], "--only": [("nothere", "nothere")],
     "--rename": [("nothere=other", "nothere"), ("nothere", "nothere")], "--dir": [("nowhere", "nowhere")],
+    "--tolerance": [("much", "much"), ("-1", "-1")],
     "--disable": [("nothere", "nothere")], "--level": [("nothere", "nothere")],
 }
 # Values that are a wrong call.

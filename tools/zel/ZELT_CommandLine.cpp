@@ -9,6 +9,8 @@
 #include <NOD/NOD_ValueFile.h>
 #include <TRK/TRK_EvalContext.h>
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 
 namespace
@@ -82,67 +84,65 @@ std::string findUnknown(const CLI::App &app, const std::vector<std::string> &wor
     return "";
 }
 
-/// Without the limit an option would take the words after its value too: each takes exactly one.
-void addList(CLI::App &command, const char *name, std::vector<std::string> &list, const char *what)
-{
-    command.add_option(name, list, what)->expected(1)->allow_extra_args(false)->take_all();
-}
-
 } // namespace
 
 ZELT_CommandLine::ZELT_CommandLine()
-    : myApp("Reads, shows, evaluates, converts and compares parameters of dialog scripts.", "zel")
+    : myApp(std::make_unique<CLI::App>(
+          "Reads, shows, evaluates, converts and compares parameters of dialog scripts.", "zel"))
 {
-    myApp.set_version_flag("--version", ZELT_VERSION);
-    myApp.require_subcommand(1);
+    myApp->set_version_flag("--version", ZELT_VERSION);
+    myApp->require_subcommand(1);
     for (const auto add : theCommands) {
         add(*this);
     }
 }
 
-CLI::App &ZELT_CommandLine::addGroup(const char *name, const char *what, const char *example)
+ZELT_CommandLine::~ZELT_CommandLine() = default;
+
+ZELT_Command ZELT_CommandLine::addGroup(const char *name, const char *what, const char *example)
 {
-    CLI::App &group = *myApp.add_subcommand(name, what);
+    CLI::App &group = *myApp->add_subcommand(name, what);
     group.footer(exampleText(example));
     group.require_subcommand(1);
-    return group;
+    return ZELT_Command(group);
 }
 
-CLI::App &ZELT_CommandLine::addCommand(CLI::App &parent, const char *name, const char *what,
-                                       const char *example, Run run)
+ZELT_Command ZELT_CommandLine::addCommand(ZELT_Command parent, const char *name, const char *what,
+                                          const char *example, Run run)
 {
-    CLI::App &command = *parent.add_subcommand(name, what);
-    command.footer(exampleText(example));
-    command.add_flag("--json", myOptions.json, "One JSON document, and messages as JSON lines");
+    CLI::App &app = *parent.getApp().add_subcommand(name, what);
+    const ZELT_Command command(app);
+    app.footer(exampleText(example));
+    command.addFlag("--json", myOptions.json, "One JSON document, and messages as JSON lines");
     command
-        .add_option("--messages", myOptions.messages,
-                    "How messages look: plain, full, or auto, which is full on a terminal")
-        ->check(CLI::IsMember({"auto", "plain", "full"}));
-    command.add_flag("--no-scripts", myOptions.noScripts,
-                     "Run no menu script and no Python expression; include no file from elsewhere");
-    command.callback([this, run = std::move(run)] { myCalled = run; });
+        .addOption("--messages", myOptions.messages,
+                   "How messages look: plain, full, or auto, which is full on a terminal")
+        .oneOf({"auto", "plain", "full"});
+    command.addFlag("--no-scripts", myOptions.noScripts,
+                    "Run no menu script and no Python expression; include no file from elsewhere");
+    app.callback([this, run = std::move(run)] { myCalled = run; });
     return command;
 }
 
-void ZELT_CommandLine::addOutput(CLI::App &command)
+void ZELT_CommandLine::addOutput(ZELT_Command command)
 {
-    command.add_option("-o,--out", myOptions.out,
-                       "A file for what is printed; - for standard output");
+    command.addOption("-o,--out", myOptions.out,
+                      "A file for what is printed; - for standard output");
 }
 
 std::optional<int> ZELT_CommandLine::parse(int argc, char **argv, ZELT_Messages &messages)
 {
     try {
-        myApp.parse(argc, argv);
+        myApp->parse(argc, argv);
         return std::nullopt;
     } catch (const CLI::Success &asked) {
-        myApp.exit(asked);
+        myApp->exit(asked);
         return 0;
     } catch (const CLI::ParseError &fault) {
         // What was to be read stands behind the fault.
         messages.setJson(
             isOneOf("--json", {argv + 1, std::find(argv + 1, argv + argc, std::string("--"))}));
-        const std::string unknown = findUnknown(myApp, {argv + 1, argv + argc});
+        const std::string unknown = findUnknown(*myApp, {argv + 1, argv + argc});
         messages.error("", (unknown.empty() ? fault.what() : unknown) + " (see --help)");
         return theWrongCall;
     }
@@ -163,32 +163,26 @@ int ZELT_CommandLine::run(ZELT_Messages &messages) const
     return ZELTwriteFile(myOptions.out, bytes, messages) ? result : 1;
 }
 
-void ZELTaddList(CLI::App &command, const char *name, std::vector<std::string> &list,
-                 const char *what)
+void ZELTaddForm(ZELT_Command command, std::string &form)
 {
-    addList(command, name, list, what);
+    command.addOption("--as", form, "text, binary, compact, channels or node")
+        .oneOf(NOD_ValueFile::getFormWords());
 }
 
-void ZELTaddForm(CLI::App &command, std::string &form)
+void ZELTaddAllowLoss(ZELT_Command command, bool &allowLossFlag, const char *what)
 {
-    command.add_option("--as", form, "text, binary, compact, channels or node")
-        ->check(CLI::IsMember(NOD_ValueFile::getFormWords()));
+    command.addFlag("--allow-loss", allowLossFlag, what);
 }
 
-void ZELTaddAllowLoss(CLI::App &command, bool &allowLossFlag, const char *what)
+void ZELTaddNode(ZELT_Command command, ZELT_NodeCall &node)
 {
-    command.add_flag("--allow-loss", allowLossFlag, what);
-}
-
-void ZELTaddNode(CLI::App &command, ZELT_NodeCall &node)
-{
-    command.add_option("FILE", node.file, "A dialog script, or a scene or node file")->required();
-    addList(command, "--values", node.inputs.values,
-            "A stream, channel file, preset, or node or scene file; - for standard input");
-    command.add_option("--channels", node.inputs.channels, "A channel file");
-    addList(command, "--set", node.inputs.sets, "ADDRESS=VALUE");
-    addList(command, "--expr", node.inputs.expressions, "ADDRESS=TEXT, an expression");
-    addList(command, "--key", node.inputs.keys, "ADDRESS@TIME=VALUE");
-    command.add_option("--time", node.time, "Seconds, or a frame such as 12f; frame 1 is 0");
-    command.add_option("--fps", node.framesPerSecond, "Frames a second; 24 without a scene");
+    command.addOption("FILE", node.file, "A dialog script, or a scene or node file").required();
+    command.addList("--values", node.inputs.values,
+                    "A stream, channel file, preset, or node or scene file; - for standard input");
+    command.addOption("--channels", node.inputs.channels, "A channel file");
+    command.addList("--set", node.inputs.sets, "ADDRESS=VALUE");
+    command.addList("--expr", node.inputs.expressions, "ADDRESS=TEXT, an expression");
+    command.addList("--key", node.inputs.keys, "ADDRESS@TIME=VALUE");
+    command.addOption("--time", node.time, "Seconds, or a frame such as 12f; frame 1 is 0");
+    command.addOption("--fps", node.framesPerSecond, "Frames a second; 24 without a scene");
 }

@@ -23,11 +23,11 @@
 ///     {
 ///         const auto [command, call] =
 ///             line.add("count", "Count the parameters", "zel count examples/light.ds", count);
-///         command.add_option("FILE", call.file, "A dialog script")->required();
+///         command.addOption("FILE", call.file, "A dialog script").required();
 ///     }
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "ZELT_Command.h"
 
 #include <functional>
 #include <memory>
@@ -61,12 +61,13 @@ public:
     template <class CALL>
     struct Added
     {
-        CLI::App &command;
+        ZELT_Command command;
         CALL &call;
     };
 
     /// With all commands.
     ZELT_CommandLine();
+    ~ZELT_CommandLine();
 
     // ------------------------------------------------------------------ //
     /// \name For the commands' files
@@ -76,16 +77,16 @@ public:
     Added<CALL> add(const char *name, const char *what, const char *example,
                     Function<CALL> function)
     {
-        return addTo(myApp, name, what, example, function);
+        return addTo(ZELT_Command(*myApp), name, what, example, function);
     }
     /// The common first word of commands that belong together; they follow with addTo().
-    CLI::App &addGroup(const char *name, const char *what, const char *example);
+    ZELT_Command addGroup(const char *name, const char *what, const char *example);
     template <class CALL>
-    Added<CALL> addTo(CLI::App &group, const char *name, const char *what, const char *example,
+    Added<CALL> addTo(ZELT_Command group, const char *name, const char *what, const char *example,
                       Function<CALL> function)
     {
         const auto call = std::make_shared<CALL>();
-        CLI::App &command =
+        const ZELT_Command command =
             addCommand(group, name, what, example,
                        [call, function](const ZELT_Options &options, ZELT_Messages &messages) {
                            return function(*call, options, messages);
@@ -95,11 +96,12 @@ public:
 
     /// `-o`: what the command prints is written to a file instead, whole or, where it failed before it printed
     /// anything, not at all.
-    void addOutput(CLI::App &command);
+    void addOutput(ZELT_Command command);
 
     // ------------------------------------------------------------------ //
     /// \name For the program
     // ------------------------------------------------------------------ //
+    const CLI::App &getApp() const { return *myApp; }
     /// The exit code if no command is to run: help was requested, or the call is wrong.
     std::optional<int> parse(int argc, char **argv, ZELT_Messages &messages);
     /// What parse() read.
@@ -110,19 +112,16 @@ public:
 private:
     using Run = std::function<int(const ZELT_Options &options, ZELT_Messages &messages)>;
 
-    CLI::App &addCommand(CLI::App &parent, const char *name, const char *what, const char *example,
-                         Run run);
+    ZELT_Command addCommand(ZELT_Command parent, const char *name, const char *what,
+                            const char *example, Run run);
 
-    CLI::App myApp;
+    std::unique_ptr<CLI::App> myApp;
     ZELT_Options myOptions;
     Run myCalled;
 };
 
-/// An option that may be given several times, with one value each.
-void ZELTaddList(CLI::App &command, const char *name, std::vector<std::string> &list,
-                 const char *what);
 /// `--as`: one of the forms of values.
-void ZELTaddForm(CLI::App &command, std::string &form);
-void ZELTaddAllowLoss(CLI::App &command, bool &allowLossFlag, const char *what);
+void ZELTaddForm(ZELT_Command command, std::string &form);
+void ZELTaddAllowLoss(ZELT_Command command, bool &allowLossFlag, const char *what);
 /// The arguments and options of a command that works on a node: FILE, and its values and changes.
-void ZELTaddNode(CLI::App &command, ZELT_NodeCall &node);
+void ZELTaddNode(ZELT_Command command, ZELT_NodeCall &node);

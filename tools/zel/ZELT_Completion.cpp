@@ -1,5 +1,7 @@
 #include "ZELT_Completion.h"
 
+#include <CLI/CLI.hpp>
+
 #include <vector>
 
 namespace

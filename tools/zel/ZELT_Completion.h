@@ -4,9 +4,12 @@
 /// Threads:    one thread.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <string>
+
+namespace CLI
+{
+class App;
+} // namespace CLI
 
 /// For bash, zsh or fish; "" for another shell. Where no command, option or known value fits, the shell
 /// completes files.

@@ -13,7 +13,8 @@ constexpr const char *theVerbs[] = {"added", "removed", "changed", "renamed", "m
 /// What a person knows without being told.
 bool isSilent(NOD_RecordKind kind)
 {
-    return kind == NOD_RecordKind::CONTENTS || kind == NOD_RecordKind::VALUE;
+    return kind == NOD_RecordKind::CONTENTS || kind == NOD_RecordKind::VALUE ||
+           kind == NOD_RecordKind::WORDS;
 }
 
 } // namespace
@@ -52,6 +53,8 @@ std::string NODpathText(const NOD_RecordPath &path)
         } else if (step.kind == NOD_RecordKind::ITEM) {
             rest += "[" + std::to_string(step.item) + "]";
         } else if (step.kind == NOD_RecordKind::PARM || step.kind == NOD_RecordKind::DECLARATION) {
+            rest += (rest.empty() ? "" : " ") + step.name;
+        } else if (step.kind == NOD_RecordKind::PROPERTY) {
             rest += (rest.empty() ? "" : " ") + step.name;
         } else if (!isSilent(step.kind)) {
             rest += (rest.empty() ? "" : " ") + std::string(NODtraitsOf(step.kind).people);

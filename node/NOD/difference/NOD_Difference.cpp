@@ -43,14 +43,14 @@ std::optional<std::string> Walk::placeOf(const NOD_Record &record) const
     if (!myOptions.hasOrder(record.getKind())) {
         return std::nullopt;
     }
-    std::string before;
+    const NOD_Record *before = nullptr;
     for (const auto &part : record.getParent()->getParts()) {
         if (part.get() == &record) {
             break;
         }
-        before = part->getKind() == record.getKind() ? part->getName() : before;
+        before = part->getKind() == record.getKind() ? part.get() : before;
     }
-    return before;
+    return before ? before->getName() : std::string();
 }
 
 NOD_Change Walk::changeOf(Verb verb, const NOD_Record *left, const NOD_Record *right) const
@@ -197,7 +197,7 @@ NOD_Difference NOD_Difference::between(const NOD_Record &left, const NOD_Record 
 {
     Walk walk(matching, options);
     walk.compare(left, right);
-    return NOD_Difference(walk.takeChanges());
+    return NOD_Difference(walk.takeChanges(), options.isExact);
 }
 
 NOD_Difference NOD_Difference::inverse() const
@@ -207,5 +207,5 @@ NOD_Difference NOD_Difference::inverse() const
     for (const NOD_Change &change : myChanges) {
         changes.push_back(change.inverse());
     }
-    return NOD_Difference(std::move(changes));
+    return NOD_Difference(std::move(changes), myExactFlag);
 }

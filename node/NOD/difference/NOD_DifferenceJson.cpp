@@ -305,16 +305,19 @@ NOD_Change changeOf(const Json &json)
 
 } // namespace
 
+/// A line for each edit.
 std::string NOD_Difference::toJson() const
 {
-    Json out;
-    out["format"] = theFormat;
-    out["version"] = theVersion;
-    out["edits"] = Json::array();
+    constexpr int theOneLine = -1;
+    std::string out = std::string("{\"format\": \"") + theFormat +
+                      "\", \"version\": " + std::to_string(theVersion) +
+                      ", \"exact\": " + (myExactFlag ? "true" : "false") + ",\n \"edits\": [";
+    const char *separator = "\n  ";
     for (const NOD_Change &change : myChanges) {
-        out["edits"].push_back(jsonOf(change));
+        out += separator + jsonOf(change).dump(theOneLine);
+        separator = ",\n  ";
     }
-    return out.dump(1) + "\n";
+    return out + "]}\n";
 }
 
 bool NOD_Difference::fromJson(std::string_view text, const std::string &name, NOD_Report &report)
@@ -327,8 +330,13 @@ bool NOD_Difference::fromJson(std::string_view text, const std::string &name, NO
             throw Fault("isn't a patch of parameters");
         }
         if (memberOf(json, "version") != Json(theVersion)) {
-            throw Fault("is a patch of version " + memberOf(json, "version").dump() +
+            const Json &version = json["version"];
+            throw Fault("is a patch of version " +
+                        (version.is_number() ? version.dump() : std::string("none")) +
                         "; this can read version " + std::to_string(theVersion));
+        }
+        if (memberOf(json, "exact") != Json(true)) {
+            throw Fault("is a comparison that leaves out what has no meaning, and no patch");
         }
         Changes changes;
         const Json &edits = memberOf(json, "edits");

@@ -1,7 +1,7 @@
 #include <NOD/NOD_Document.h>
 
 #include <KIT/KIT_IStream.h>
-#include <NOD/NOD_Change.h>
+#include <NOD/NOD_Difference.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_NodeSections.h>
@@ -20,6 +20,7 @@
 #include <TRK/TRK_Collection.h>
 
 #include <algorithm>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -55,10 +56,27 @@ void readInterfaces(const NOD_SectionFile &file, const std::string &name,
             nodes.setInterface(key, interface);
         }
     }
+    std::set<std::string> ofApplication;
+    for (const NOD_SectionFile::Section &section : file.getSections()) {
+        if (section.text == std::string(theInterfaceOfApplication) + "\n") {
+            ofApplication.emplace(section.name);
+        }
+    }
     for (NOD_Message message : reading.getMessages()) {
+        if (ofApplication.count(message.subject) != 0) {
+            continue; // nobody expects it here
+        }
         message.severity = std::min(message.severity, KIT_ERROR_WARNING);
         report.add(std::move(message));
     }
+}
+
+/// A text of sections may have bytes of zero in it: values in the binary form.
+NOD_FileKind kindOf(std::string_view bytes)
+{
+    const NOD_FileKind kind = NOD_ValueFile::kindOf(bytes);
+    const bool cutFlag = kind == NOD_FileKind::NONE && !NOD_ValueFile::isBinary(bytes);
+    return cutFlag ? NOD_ValueFile::kindOf(bytes.substr(0, bytes.find('\0'))) : kind;
 }
 
 } // namespace
@@ -93,7 +111,8 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
     const std::string file = name.substr(0, mark);
     const std::string section = mark == std::string::npos ? "" : name.substr(mark + 1);
     myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
-    myKind = NOD_ValueFile::kindOf(std::string_view(bytes));
+    myOptions = options;
+    myKind = kindOf(bytes);
     myBinaryFlag = NOD_ValueFile::isBinary(bytes);
     myNodes =
         std::make_shared<NOD_NodeRecords>(options.isExact ? Reading::EXACT : Reading::MEANING);
@@ -212,6 +231,13 @@ void NOD_Document::take(NOD_Node &node, bool isExact, NOD_Report &report)
     myNodes->read(sections, *myTop);
 }
 
+void NOD_Document::take(const NOD_Interface &interface)
+{
+    myKind = NOD_FileKind::SCRIPT;
+    myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
+    NODreadScript(interface, *myTop);
+}
+
 bool NOD_Document::take(NOD_Scene &scene, bool isExact, NOD_Report &report)
 {
     std::ostringstream os;
@@ -233,12 +259,37 @@ void NOD_Document::setTop(std::unique_ptr<NOD_Record> top)
     myTop = std::move(top);
 }
 
-bool NOD_Document::write(std::string &bytes, NOD_Report &report)
+bool NOD_Document::write(std::string &bytes, NOD_Report &report) const
 {
     return write(bytes, myBinaryFlag, report);
 }
 
-bool NOD_Document::write(std::string &bytes, bool binary, NOD_Report &report)
+/// A patch may have put anything anywhere: what isn't read again is no part of the file.
+bool NOD_Document::isReadAgain(const std::string &bytes, NOD_Report &report) const
+{
+    NOD_Document again;
+    NOD_Report reading;
+    if (!again.read(bytes, "", myOptions, reading)) {
+        report.append(reading);
+        return false;
+    }
+    const NOD_CompareOptions meaning;
+    const NOD_Difference lost = NOD_Difference::between(*myTop, again.getTop(), meaning);
+    for (const NOD_Change &change : lost.getChanges()) {
+        report.error(NODpathText(change.getPath()),
+                     "can't be written: it isn't read again as it is");
+    }
+    return lost.isEmpty();
+}
+
+bool NOD_Document::write(std::string &bytes, bool binary, NOD_Report &report) const
+{
+    // In the other form what is kept as words may have a meaning.
+    return writeAny(binary, bytes, report) &&
+           (binary != myBinaryFlag || isReadAgain(bytes, report));
+}
+
+bool NOD_Document::writeAny(bool binary, std::string &bytes, NOD_Report &report) const
 {
     std::ostringstream os;
     switch (myKind) {
@@ -246,8 +297,8 @@ bool NOD_Document::write(std::string &bytes, bool binary, NOD_Report &report)
     case NOD_FileKind::CHANNELS: return writeChannels(binary, bytes, report);
     case NOD_FileKind::SCENE:
     case NOD_FileKind::NODE: {
-        if (!myTop->find(Kind::VERSION)) {
-            break;
+        if (!myTop->find(Kind::VERSION) || binary != myBinaryFlag) {
+            break; // its nodes are in one form
         }
         NOD_SectionWriter writer(os, binary ? NOD_SaveOptions::Form::BINARY
                                             : NOD_SaveOptions::Form::TEXT);

@@ -123,7 +123,8 @@ void takeOption(const NOD_Record &part, ZEL_StreamOptions &options)
     }
 }
 
-void takePart(const NOD_Record &part, ZEL_StreamEntry &entry)
+/// There are no more components than `most`.
+void takePart(const NOD_Record &part, int most, ZEL_StreamEntry &entry)
 {
     const bool valueFlag = part.getKind() == Kind::VALUE;
     if (!valueFlag && part.getKind() != Kind::DRIVER) {
@@ -131,8 +132,8 @@ void takePart(const NOD_Record &part, ZEL_StreamEntry &entry)
         return;
     }
     const int component = componentOf(part.getName());
-    if (component < 0) {
-        return;
+    if (component < 0 || component >= most) {
+        return; // such a gap is told once it is read again
     }
     if (entry.values.size() <= std::size_t(component)) {
         entry.values.resize(std::size_t(component) + 1);
@@ -159,7 +160,7 @@ ZEL_StreamEntry entryOf(const NOD_Record &parm, const std::string &token)
     int items = 0;
     for (const auto &part : parm.getParts()) {
         items += part->getKind() == Kind::ITEM ? 1 : 0;
-        takePart(*part, entry);
+        takePart(*part, int(parm.getParts().size()), entry);
     }
     entry.bytes = textOf(parm.valueOf(Kind::WORDS));
     std::sort(entry.options.colors.begin(), entry.options.colors.end(),
@@ -185,7 +186,8 @@ void forEntries(const NOD_Record &record, std::vector<int> &numbers, const Use &
         }
         const NOD_Value start = part->valueOf(Kind::START);
         const auto *first = std::get_if<std::int64_t>(&start);
-        numbers.push_back(first ? int(*first) : theUsualStart);
+        constexpr std::int64_t theMost = 1000000000;
+        numbers.push_back(first ? int(std::clamp(*first, -theMost, theMost)) : theUsualStart);
         for (const auto &item : part->getParts()) {
             if (item->getKind() == Kind::ITEM) {
                 forEntries(*item, numbers, use);

@@ -124,6 +124,39 @@ bool mayBeSame(const NOD_Record &left, const NOD_Record &right)
                                 b->valueOf(Kind::PROPERTY, "kind"));
 }
 
+std::string lowerCase(const std::string &text)
+{
+    std::string lower;
+    std::transform(text.begin(), text.end(), std::back_inserter(lower),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
+    return lower;
+}
+
+/// 1 for the same letters in the same order, 0 for none.
+double textLikeness(const std::string &left, const std::string &right)
+{
+    const auto hashes = [](const std::string &text) {
+        const std::string lower = lowerCase(text);
+        return NOD_Hashes(lower.begin(), lower.end());
+    };
+    const std::size_t all = left.size() + right.size();
+    constexpr std::size_t theLongest = 200;
+    return all == 0 || all > theLongest
+               ? 0.0
+               : 2.0 * double(NODcommonPlaces(hashes(left), hashes(right)).size()) / double(all);
+}
+
+std::string labelOf(const NOD_Record &declaration)
+{
+    return NODvalueText(declaration.valueOf(Kind::PROPERTY, "label"));
+}
+
+double namesLikeness(const NOD_Record &left, const NOD_Record &right)
+{
+    return std::max(textLikeness(left.getName(), right.getName()),
+                    textLikeness(labelOf(left), labelOf(right)));
+}
+
 std::string pathKey(const NOD_Record &record)
 {
     return NODpathText(NODpathOf(record));
@@ -313,8 +346,11 @@ void NOD_Matching::pairAlike(const Records &left, const Records &right)
         if (partnerOf(a) || partnerOf(b) || !mayBeSame(a, b) || ++looks > theMostPairs) {
             return;
         }
-        const double likeness = NODlikeness(a, b, myOptions) + (nearFlag ? 0.2 : 0.0);
-        if (likeness >= (nearFlag ? theLeastLikeness + 0.2 : 0.8)) {
+        double likeness = NODlikeness(a, b, myOptions) + (nearFlag ? 0.2 : 0.0);
+        if (a.getKind() == Kind::DECLARATION) {
+            likeness = (likeness + namesLikeness(a, b)) / 2.0;
+        }
+        if (likeness >= (nearFlag ? theLeastLikeness + 0.1 : 0.8)) {
             std::string keys[] = {pathKey(a), pathKey(b)};
             std::sort(std::begin(keys), std::end(keys));
             candidates.push_back({likeness, keys[0] + "\n" + keys[1], &a, &b});

@@ -5,6 +5,7 @@
 #include <NOD/files/NOD_LinesPrivate.h>
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -41,6 +42,7 @@ std::string nameOf(std::string_view block)
 bool readSpares(std::string_view script, NOD_Record &contents)
 {
     std::vector<std::pair<std::string, std::string>> spares;
+    std::unordered_set<std::string> names;
     const std::string_view start(theScriptStart);
     const std::string_view end(theScriptEnd);
     if (script.substr(0, start.size()) != start || script.size() < start.size() + end.size() ||
@@ -56,9 +58,7 @@ bool readSpares(std::string_view script, NOD_Record &contents)
         }
         at += 1 + theBlockEnd.size();
         const std::string name = nameOf(script.substr(0, at));
-        const bool twice = std::any_of(spares.begin(), spares.end(),
-                                       [&](const auto &one) { return one.first == name; });
-        if (name.empty() || twice) {
+        if (name.empty() || !names.insert(name).second) {
             return false;
         }
         spares.emplace_back(name, script.substr(0, at));

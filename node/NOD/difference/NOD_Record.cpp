@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 #include <iterator>
+#include <map>
 #include <unordered_map>
 #include <utility>
 
@@ -233,14 +234,21 @@ void NOD_Record::close(std::shared_ptr<const NOD_ClosedParts> closed)
 std::uint64_t NOD_Record::hashOfParts() const
 {
     std::uint64_t keyed = 0;
-    std::uint64_t ordered = 0;
+    std::uint64_t ordered = 0; // of all kinds together: each is a sequence of its own
+    std::vector<std::pair<Kind, std::uint64_t>> sequences;
     for (const auto &part : myParts) {
         const std::uint64_t one = mixed(part->getHash() ^ textHash(part->myName));
         if (part->getTraits().siblings == NOD_Siblings::KEYED) {
             keyed += one;
         } else {
-            ordered = mixed(ordered ^ one);
+            const auto isOf = [&](const auto &sequence) { return sequence.first == part->myKind; };
+            auto at = std::find_if(sequences.begin(), sequences.end(), isOf);
+            at = at == sequences.end() ? sequences.insert(at, {part->myKind, 0}) : at;
+            at->second = mixed(at->second ^ one);
         }
+    }
+    for (const auto &[kind, hash] : sequences) {
+        ordered += mixed(hash);
     }
     return keyed ^ mixed(ordered);
 }
@@ -265,7 +273,7 @@ bool NOD_Record::hasSameParts(const NOD_Record &other) const
     const auto keyOf = [](const NOD_Record &part) {
         return std::to_string(int(part.myKind)) + ' ' + part.myName;
     };
-    Parts::const_iterator at = right.begin();
+    std::map<Kind, Parts::const_iterator> places; // each kind is a sequence of its own
     for (const auto &part : right) {
         if (part->getTraits().siblings == NOD_Siblings::KEYED) {
             keyed[keyOf(*part)] = part.get();
@@ -279,11 +287,11 @@ bool NOD_Record::hasSameParts(const NOD_Record &other) const
             }
             continue;
         }
-        at = std::find_if(at, right.end(), [](const std::unique_ptr<NOD_Record> &one) {
-            return one->getTraits().siblings != NOD_Siblings::KEYED;
+        Parts::const_iterator &at = places.try_emplace(part->myKind, right.begin()).first->second;
+        at = std::find_if(at, right.end(), [&](const std::unique_ptr<NOD_Record> &one) {
+            return one->myKind == part->myKind;
         });
-        if (at == right.end() || (*at)->myKind != part->myKind || (*at)->myName != part->myName ||
-            !part->isSame(**at)) {
+        if (at == right.end() || (*at)->myName != part->myName || !part->isSame(**at)) {
             return false;
         }
         ++at;

@@ -6,7 +6,6 @@
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
-#include <NOD/NOD_Scene.h>
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/NOD_ValueFile.h>
 #include <NOD/difference/NOD_EntryRecordsPrivate.h>
@@ -60,9 +59,10 @@ NOD_StreamRecords::NOD_StreamRecords(std::shared_ptr<const NOD_Interface> interf
         return;
     }
     const NOD_Loading loading;
-    myScene = std::make_unique<NOD_Scene>();
-    myNode = myInterface ? myScene->add("/node", myInterface, ignored)
-                         : myScene->add("/node", nullptr, ignored);
+    // By itself: what watches the nodes of a scene would follow each item that comes.
+    myNode = myInterface ? std::make_unique<NOD_Node>(myInterface->getTemplates(),
+                                                      myInterface->getSharedName().nonNullStr())
+                         : std::make_unique<NOD_Node>();
     if (myInterface) {
         myNames.add(myInterface->getTemplates());
     }
@@ -91,31 +91,42 @@ bool NOD_StreamRecords::parse(std::string_view bytes, const std::string &name, Z
 bool NOD_StreamRecords::complete(std::string_view bytes, const std::string &name,
                                  ZEL_ParmStream &stream, NOD_Report &report)
 {
-    NOD_ValueFile file;
-    if (!file.read(std::string(bytes), name, report)) {
-        return false;
-    }
     NOD_StreamRecords fresh(myInterface); // values of another stream would stay
+    ZEL_ParmList &list = fresh.myNode->getParms();
     NOD_Report loading;
-    file.apply(*fresh.myNode, loading);
-    fresh.myNode->getParms().validateChannelNames();
-    NODgrowBlocks(*fresh.myNode, 0.0);
+    bool loadedFlag = false;
+    {
+        const NOD_ReportScope scope(loading, name);
+        KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::TEXT);
+        is.setBinary(NOD_ValueFile::isBinary(bytes));
+        loadedFlag = list.load(is, nullptr, nullptr);
+        NODgrowBlocks(*fresh.myNode, 0.0);
+    }
     for (const NOD_Message &message : loading.getMessages()) {
         // That a stream's channels aren't there is nothing to tell.
         if (message.category != ZEL_ERROR_CATEGORY || message.code != ZEL_ERR_NO_CHANNEL) {
             report.add(message);
         }
     }
+    if (!loadedFlag && loading.isEmpty()) {
+        report.add({KIT_ERROR_ABORT, name, 0, {}, "isn't loaded as a whole", {}, 0});
+    }
     stream.complete(fresh.myNode->getParms());
     return true;
 }
 
-/// A scene has the texts beside channels in quotes, which a list writes as they are: such entries are their words.
+/// A scene has the texts beside channels in quotes, which a list writes as they are: such entries are their words, where
+/// they wouldn't be written to the same bytes again.
 void NOD_StreamRecords::keepDrivenTexts(std::string_view bytes, ZEL_ParmStream &stream) const
 {
     ZEL_ParmStream::Entries entries = stream.getEntries();
     if (NOD_ValueFile::isBinary(bytes) ||
         std::none_of(entries.begin(), entries.end(), isDrivenText)) {
+        return;
+    }
+    std::ostringstream again;
+    const KIT_ErrorManager::Scope quiet(BASgetSTID());
+    if (stream.write(again, ZEL_ParmStream::Form::TEXT) && again.str() == bytes) {
         return;
     }
     NOD_Report ignored;

@@ -18,7 +18,6 @@
 class NOD_Interface;
 class NOD_Node;
 class NOD_Report;
-class NOD_Scene;
 class ZEL_ParmList;
 class ZEL_ParmStream;
 struct ZEL_StreamEntry;
@@ -59,7 +58,6 @@ private:
     void countItems(NOD_Record &record, std::size_t entries) const;
 
     std::shared_ptr<const NOD_Interface> myInterface;
-    std::unique_ptr<NOD_Scene> myScene;
-    NOD_Node *myNode = nullptr; ///< null: no parameters are known
+    std::unique_ptr<NOD_Node> myNode; ///< null: no parameters are known
     NOD_BlockNames myNames;
 };

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
+#include <unordered_map>
 #include <utility>
 
 namespace
@@ -54,12 +56,8 @@ int Piece::find(std::size_t offset) const
     return after == tokens.begin() ? -1 : (after - 1)->second;
 }
 
-/// A statement for the name of a block, perhaps misspelt.
-bool isName(const NOD_ScriptToken &word, bool inParm)
-{
-    const std::string *const nearest = KITnearestWord(word.text, NODgetScriptWords(inParm));
-    return word.text == "name" || (nearest && *nearest == "name");
-}
+constexpr std::string_view theSurplus = "Too many defaults specified";
+constexpr std::string_view theNoType = "Unknown parameter type";
 
 /// Reads the blocks of a script one by one, each again without the statement at which it stopped.
 class Pass
@@ -78,7 +76,9 @@ private:
     void judge(int block);
     Piece compose(int block, const std::vector<bool> &dropped) const;
     bool read(const Piece &piece, std::vector<Placed> &said) const;
-    bool drop(int block, int token, std::vector<bool> &dropped) const;
+    int findStatement(int block, int token) const;
+    void leaveRepeats(int block, const std::vector<bool> &dropped, std::vector<Placed> &said) const;
+    bool isMeant(int statement, int block, std::string_view keyword) const;
 
     const NOD_ScriptTokens &myTokens;
     const Shape &myShape;
@@ -89,6 +89,9 @@ private:
 std::vector<Placed> Pass::run()
 {
     for (const Shape::Fault &fault : myShape.getFaults()) {
+        if (fault.afterFlag && fault.token + 1 == myTokens.size() && myTokens.isEndMissing()) {
+            continue; // the brace is where nothing is read
+        }
         auto detail = std::make_shared<KIT_MessageDetail>(*NODmakeDetail(myTokens, myShape, fault));
         detail->hint = fault.hint;
         NOD_Message message = {
@@ -125,26 +128,60 @@ void Pass::judge(int block)
         const Piece piece = compose(block, dropped);
         myWork += piece.tokens.size();
         const bool readFlag = read(piece, said);
-        if (readFlag || said.empty() || !drop(block, said.back().token, dropped)) {
+        const int stop = readFlag || said.empty() ? -1 : findStatement(block, said.back().token);
+        if (stop < 0 || dropped[std::size_t(stop)]) {
+            leaveRepeats(block, dropped, said);
             std::move(said.begin(), said.end(), std::back_inserter(myPlaced));
             return;
         }
+        dropped[std::size_t(stop)] = true;
         myPlaced.push_back(std::move(said.back())); // the others are said again
     }
 }
 
-/// Leaves out the statement of a token; false if there is none.
-bool Pass::drop(int block, int token, std::vector<bool> &dropped) const
+/// The statement of a token; -1 if there is none.
+int Pass::findStatement(int block, int token) const
 {
     const std::vector<Shape::Statement> &statements =
         myShape.getBlocks()[std::size_t(block)].statements;
-    for (std::size_t i = 0; i < statements.size(); ++i) {
-        if (!dropped[i] && token >= statements[i].begin && token < statements[i].end) {
-            dropped[i] = true;
-            return true;
-        }
+    const auto after =
+        std::upper_bound(statements.begin(), statements.end(), token,
+                         [](int at, const Shape::Statement &one) { return at < one.begin; });
+    const bool foundFlag = after != statements.begin() && token < (after - 1)->end;
+    return foundFlag ? int(after - statements.begin()) - 1 : -1;
+}
+
+/// Whether a statement has a keyword, perhaps misspelt.
+bool Pass::isMeant(int statement, int block, std::string_view keyword) const
+{
+    const Shape::Block &own = myShape.getBlocks()[std::size_t(block)];
+    const Shape::Statement &one = own.statements[std::size_t(statement)];
+    const std::string &word = myTokens[one.begin].text;
+    if (one.block >= 0 || word == keyword) {
+        return one.block < 0;
     }
-    return false;
+    const std::string *const nearest = KITnearestWord(word, NODgetScriptWords(own.parmFlag));
+    return nearest && *nearest == keyword;
+}
+
+/// Leaves out what a statement says again, and defaults too many where the type or size isn't known.
+void Pass::leaveRepeats(int block, const std::vector<bool> &dropped,
+                        std::vector<Placed> &said) const
+{
+    bool sizedFlag = true;
+    for (std::size_t i = 0; i < dropped.size(); ++i) {
+        sizedFlag =
+            sizedFlag &&
+            !(dropped[i] && (isMeant(int(i), block, "type") || isMeant(int(i), block, "size")));
+    }
+    std::set<std::pair<int, std::string>> told;
+    const auto end = std::remove_if(said.begin(), said.end(), [&](const Placed &one) {
+        const std::string &text = one.message.text;
+        sizedFlag = sizedFlag && text.compare(0, theNoType.size(), theNoType) != 0;
+        return (text == theSurplus && !sizedFlag) ||
+               !told.emplace(findStatement(block, one.token), text).second;
+    });
+    said.erase(end, said.end());
 }
 
 Piece Pass::compose(int block, const std::vector<bool> &dropped) const
@@ -167,7 +204,7 @@ Piece Pass::compose(int block, const std::vector<bool> &dropped) const
     bool namedFlag = false;
     for (std::size_t i = 0; i < dropped.size(); ++i) {
         const Shape::Statement &one = own.statements[i];
-        namedFlag = namedFlag || (dropped[i] && isName(myTokens[one.begin], own.parmFlag));
+        namedFlag = namedFlag || (dropped[i] && isMeant(int(i), block, "name"));
         for (int token = one.begin; !dropped[i] && token < one.end; ++token) {
             piece.add(myTokens, token);
         }
@@ -211,6 +248,28 @@ bool samePlace(const KIT_MessageDetail &a, const KIT_MessageDetail &b)
     return a.place.offset == b.place.offset && a.place.file == b.place.file;
 }
 
+/// The parameter that a message is about.
+std::pair<std::string, std::int64_t> parmOf(const KIT_MessageDetail &detail)
+{
+    return {detail.subject, detail.related.empty() ? -1 : detail.related[0].place.offset};
+}
+
+/// Adds messages but for those of defaults too many, of which there is one for each default: after the first one of
+/// a parameter, and of one whose type isn't known.
+void addOnce(const NOD_Report &from, NOD_Report &report)
+{
+    std::set<std::pair<std::string, std::int64_t>> told;
+    for (const NOD_Message &message : from.getMessages()) {
+        const bool surplusFlag = message.text == theSurplus;
+        const bool typeFlag = message.text.compare(0, theNoType.size(), theNoType) == 0;
+        const bool countFlag = message.detail && (surplusFlag || typeFlag);
+        const bool newFlag = !countFlag || told.insert(parmOf(*message.detail)).second;
+        if (newFlag || !surplusFlag) {
+            report.add(message);
+        }
+    }
+}
+
 /// What the reader said, and what else there is.
 class Merge
 {
@@ -219,14 +278,19 @@ public:
 
     /// Adds what the reader said up to the first fault, its first error, and the message that the fault led to.
     void addReader(const NOD_Report &reader);
+    /// Adds what the preprocessor says of the rest.
+    void addTokens(bool goodFlag);
     void add(Placed found);
     void addTo(NOD_Report &report);
 
 private:
+    void keep(Placed one, bool causedFlag);
+
     const NOD_ScriptTokens &myTokens;
     const Shape &myShape;
     std::vector<Placed> myAll;
     std::vector<bool> myCaused; ///< those that the first fault led to
+    std::unordered_multimap<std::int64_t, std::size_t> myByOffset;
 };
 
 void Merge::addReader(const NOD_Report &reader)
@@ -234,48 +298,81 @@ void Merge::addReader(const NOD_Report &reader)
     const std::vector<Shape::Fault> &faults = myShape.getFaults();
     const std::shared_ptr<const KIT_MessageDetail> cause =
         faults.empty() ? nullptr : NODmakeDetail(myTokens, myShape, faults.front());
-    bool firstFlag = true; // no error so far
+    const auto tokenOf = [this](const NOD_Message &message) {
+        const std::int64_t offset = message.detail ? message.detail->place.offset : -1;
+        return offset < 0 ? -1 : myTokens.find(message.detail->place.file, std::size_t(offset));
+    };
+    bool firstFlag = true;               // no error so far
+    const NOD_Message *caused = nullptr; // its first error, else the first warning
     for (const NOD_Message &message : reader.getMessages()) {
-        const KIT_MessagePlace place = message.detail ? message.detail->place : KIT_MessagePlace();
-        const int token =
-            place.offset < 0 ? -1 : myTokens.find(place.file, std::size_t(place.offset));
-        const bool causedFlag = cause && message.detail && samePlace(*message.detail, *cause);
-        const bool errorFlag = firstFlag && message.severity >= KIT_ERROR_ABORT;
-        firstFlag = firstFlag && !errorFlag;
-        if (causedFlag || errorFlag || faults.empty() || token < faults.front().token) {
-            myAll.push_back({token, message});
-            myCaused.push_back(causedFlag);
+        const int token = tokenOf(message);
+        const bool causedFlag = cause && message.detail &&
+                                (samePlace(*message.detail, *cause) || token == faults[0].token);
+        const bool errorFlag = message.severity >= KIT_ERROR_ABORT;
+        if (causedFlag && (!caused || (errorFlag && caused->severity < KIT_ERROR_ABORT))) {
+            caused = &message;
+        } else if (!causedFlag &&
+                   ((firstFlag && errorFlag) || faults.empty() || token < faults[0].token)) {
+            keep({token, message}, false);
         }
+        firstFlag = firstFlag && !errorFlag;
+    }
+    if (caused) {
+        keep({faults[0].token, *caused}, true);
+        myAll.back().message.detail = cause;
+    }
+}
+
+void Merge::addTokens(bool goodFlag)
+{
+    for (NOD_Message message : myTokens.getMessages().getMessages()) {
+        message.severity = goodFlag ? KIT_ERROR_WARNING : message.severity;
+        add({-1, std::move(message)});
     }
 }
 
 void Merge::add(Placed found)
 {
-    for (std::size_t i = 0; i < myAll.size(); ++i) {
-        const NOD_Message &one = myAll[i].message;
-        if (one.detail && found.message.detail && samePlace(*one.detail, *found.message.detail) &&
-            (myCaused[i] || one.text == found.message.text)) {
-            return;
-        }
+    const KIT_MessageDetail *const detail = found.message.detail.get();
+    const auto [begin, end] = myByOffset.equal_range(detail ? detail->place.offset : -1);
+    const bool saidFlag = std::any_of(begin, end, [&](const auto &row) {
+        const NOD_Message &one = myAll[row.second].message;
+        return one.detail && detail && samePlace(*one.detail, *detail) &&
+               (myCaused[row.second] || one.text == found.message.text);
+    });
+    if (!saidFlag) {
+        keep(std::move(found), false);
     }
-    myAll.push_back(std::move(found));
-    myCaused.push_back(false);
+}
+
+void Merge::keep(Placed one, bool causedFlag)
+{
+    const KIT_MessageDetail *const detail = one.message.detail.get();
+    myByOffset.emplace(detail ? detail->place.offset : -1, myAll.size());
+    myAll.push_back(std::move(one));
+    myCaused.push_back(causedFlag);
 }
 
 void Merge::addTo(NOD_Report &report)
 {
-    const auto keyOf = [this](const Placed &one) {
+    std::vector<std::pair<std::pair<int, std::int64_t>, std::size_t>> order;
+    for (const Placed &one : myAll) {
         const KIT_MessageDetail *const detail = one.message.detail.get();
-        const std::int64_t offset = detail ? detail->place.offset : -1;
-        return std::pair(offset < 0 ? one.token
-                                    : myTokens.find(detail->place.file, std::size_t(offset)),
-                         offset);
-    };
-    std::stable_sort(myAll.begin(), myAll.end(),
-                     [&](const Placed &a, const Placed &b) { return keyOf(a) < keyOf(b); });
-    for (Placed &one : myAll) {
-        report.add(std::move(one.message));
+        std::int64_t offset = detail ? detail->place.offset : -1;
+        int token = offset < 0 ? one.token : myTokens.find(detail->place.file, std::size_t(offset));
+        // A file without tokens is where it is included.
+        for (std::size_t i = 0; token < 0 && detail && i < detail->includedFrom.size(); ++i) {
+            offset = detail->includedFrom[i].offset;
+            token = myTokens.find(detail->includedFrom[i].file, std::size_t(offset));
+        }
+        order.push_back({{token, offset}, order.size()});
     }
+    std::sort(order.begin(), order.end());
+    NOD_Report all;
+    for (const auto &row : order) {
+        all.add(std::move(myAll[row.second].message));
+    }
+    addOnce(all, report);
 }
 
 /// Adds what the reader said of a script, and what else is wrong with it.
@@ -285,7 +382,7 @@ void completeReport(std::string_view text, const std::string &name,
 {
     const NOD_ScriptTokens tokens(text, name, includes);
     if (!tokens.isWhole()) {
-        report.append(reader);
+        addOnce(reader, report);
         return;
     }
     const Shape shape(tokens);
@@ -295,6 +392,7 @@ void completeReport(std::string_view text, const std::string &name,
         one.message.severity = goodFlag ? KIT_ERROR_WARNING : one.message.severity;
         merge.add(std::move(one));
     }
+    merge.addTokens(goodFlag);
     merge.addTo(report);
 }
 
@@ -306,6 +404,15 @@ bool hasRest(const NOD_Report &reader)
                        [](const NOD_Message &one) { return one.text == theNODScriptRest; });
 }
 
+/// Whether a line that looks like a directive stands in front of a whole script.
+bool beginsWithHash(std::string_view text)
+{
+    const std::size_t first = std::min(text.find_first_not_of(" \t\r\n"), text.size());
+    const std::size_t line = std::min(text.find('\n', first), text.size());
+    const std::size_t brace = std::min(text.find_first_not_of(" \t\r\n", line), text.size());
+    return first < text.size() && text[first] == '#' && brace < text.size() && text[brace] == '{';
+}
+
 } // namespace
 
 std::shared_ptr<const NOD_Interface> NODcheckScriptFile(const std::string &path, NOD_Report &report,
@@ -314,7 +421,7 @@ std::shared_ptr<const NOD_Interface> NODcheckScriptFile(const std::string &path,
     NOD_Report reader;
     std::shared_ptr<const NOD_Interface> made = NOD_Interface::fromFile(path, reader, includes);
     if (made && !hasRest(reader)) {
-        report.append(reader);
+        addOnce(reader, report);
         return made;
     }
     const KIT_IFStream is(path.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
@@ -334,11 +441,11 @@ std::shared_ptr<const NOD_Interface> NODcheckScript(std::string_view text, const
     std::shared_ptr<const NOD_Interface> made =
         NOD_Interface::fromText(text, name, reader, includes);
     if (made && !hasRest(reader)) {
-        report.append(reader);
+        addOnce(reader, report);
         return made;
     }
     const std::string head = NODscriptHead(text, name);
-    if (head.empty()) {
+    if (head.empty() || beginsWithHash(text)) {
         completeReport(text, name, includes, reader, made != nullptr, report);
         return made;
     }

@@ -21,6 +21,12 @@ bool isItemBlock(const std::string &keyword)
     return keyword == "dynamic" || keyword.compare(0, 5, "multi") == 0;
 }
 
+/// What looks like a directive, which has no indentation.
+bool isHash(const NOD_ScriptToken &token)
+{
+    return token.firstFlag && !token.quotedFlag && token.text[0] == '#';
+}
+
 std::string quoted(const std::string &word)
 {
     return "'" + word + "'";
@@ -32,10 +38,12 @@ NOD_ScriptShape::NOD_ScriptShape(const NOD_ScriptTokens &tokens) : myTokens(toke
 {
     for (int i = 0; i < tokens.size(); ++i) {
         if (tokens[i].openFlag) {
+            myOpenTexts.emplace(i, myFaults.size());
             Fault &fault = addFault(-1, i, "the text is not closed: its second quote is missing");
             fault.expected = "\"";
         }
     }
+    readDirectives();
     if (atEnd() || !at().is("{")) {
         return;
     }
@@ -125,6 +133,17 @@ void NOD_ScriptShape::addOpen(int block, int header, const std::string &keyword)
 // Blocks
 // ---------------------------------------------------------------------- //
 
+/// Lines in front of the script that look like directives, which are words for the reader.
+void NOD_ScriptShape::readDirectives()
+{
+    while (!atEnd() && isHash(at())) {
+        Fault &fault = addFault(-1, myAt, quoted(at().text) + " is no directive");
+        for (++myAt; !atEnd() && !at().firstFlag; ++myAt) {
+        }
+        fault.last = myAt - 1;
+    }
+}
+
 int NOD_ScriptShape::addBlock(int parent, int header, const std::string &keyword)
 {
     Block block;
@@ -203,7 +222,7 @@ bool NOD_ScriptShape::isIndented(int block) const
 bool NOD_ScriptShape::isFurtherOut(int header, bool inclusive) const
 {
     const NOD_ScriptToken &from = myTokens[header];
-    return at().firstFlag && at().file == from.file && at().line > from.line &&
+    return at().firstFlag && at().file == from.file && at().line > from.line && !isHash(at()) &&
            (at().indent < from.indent || (inclusive && at().indent == from.indent));
 }
 
@@ -232,6 +251,10 @@ bool NOD_ScriptShape::isSurplusClose(int block)
 {
     const Block &own = myBlocks[std::size_t(block)];
     const NOD_ScriptToken &header = myTokens[own.header];
+    const NOD_ScriptToken *const follows = peek(1);
+    if (own.parmFlag && follows && isParmsOnly(*follows)) {
+        return true;
+    }
     const NOD_ScriptToken *const next = nextLine(myAt);
     if (!next || next->file != at().file || at().file != header.file || !isIndented(block)) {
         return false;
@@ -241,7 +264,17 @@ bool NOD_ScriptShape::isSurplusClose(int block)
     if (at().line == header.line && own.parent >= 0) {
         return false;
     }
+    if (next->is("}") && own.parent >= 0 && header.firstFlag && !at().firstFlag) {
+        return next->indent == header.indent; // its own brace follows
+    }
     return next->indent > header.indent && wordFlag && (!placedFlag || own.parent < 0);
+}
+
+/// Whether a token is a keyword that no page has.
+bool NOD_ScriptShape::isParmsOnly(const NOD_ScriptToken &token) const
+{
+    return !token.quotedFlag && NODfindScriptWord(token.text, true) &&
+           !NODfindScriptWord(token.text, false);
 }
 
 // ---------------------------------------------------------------------- //
@@ -263,10 +296,32 @@ void NOD_ScriptShape::readStatement(int block)
     }
     readJunk(block);
     statement.end = myAt;
+    checkOpenTexts(statement);
     Block &own = myBlocks[std::size_t(block)];
     own.statements.push_back(statement);
     if (own.name.empty() && myTokens[statement.begin].is("name") && myAt == statement.begin + 2) {
         own.name = myTokens[statement.begin + 1].text;
+    }
+}
+
+/// A text that isn't closed is told alone: what is read of it isn't what was meant.
+void NOD_ScriptShape::checkOpenTexts(Statement &statement)
+{
+    if (statement.block >= 0 || myOpenTexts.empty()) {
+        return;
+    }
+    for (int i = statement.begin; i < statement.end; ++i) {
+        const auto found = myOpenTexts.find(i);
+        if (found == myOpenTexts.end()) {
+            continue;
+        }
+        statement.soundFlag = false;
+        Fault &fault = found->second < myFaults.size() ? myFaults[found->second] : mySurplus;
+        if (myTokens[i].text.empty() && i > statement.begin + 1) {
+            fault.token = statement.begin + 1;
+            fault.last = i;
+            fault.text = "a quote too many, or the first one of the text is missing";
+        }
     }
 }
 
@@ -275,8 +330,12 @@ void NOD_ScriptShape::readJunk(int block)
 {
     const bool inParm = myBlocks[std::size_t(block)].parmFlag;
     while (!atEnd() && !at().firstFlag && !at().is("}") && !at().is("{") &&
-           !NODfindScriptWord(at().text, inParm) && !findNearest(at().text, inParm) &&
-           !endsHere(block)) {
+           (at().quotedFlag || (!NODfindScriptWord(at().text, inParm) &&
+                                !findNearest(at().text, inParm) && !endsHere(block)))) {
+        const NOD_ScriptToken *const next = peek(1);
+        if (next && next->is("{") && !at().quotedFlag) {
+            break; // a keyword with a block
+        }
         ++myAt;
     }
 }
@@ -301,6 +360,21 @@ void NOD_ScriptShape::readUnknown(int block, Statement &statement)
         readValues(block, statement.begin, Form::LINES);
     } else if (near && near->form == Form::WORD && next && !next->firstFlag && !next->is("}")) {
         ++myAt;
+    } else if (near && near->form == Form::SKIPPED) {
+        readUnknownValues(block, *near, statement.begin);
+    }
+}
+
+/// What a misspelt keyword has on its line.
+void NOD_ScriptShape::readUnknownValues(int block, const NOD_ScriptWord &near, int header)
+{
+    for (int i = 0; i < near.count && !atEnd() && !at().firstFlag && !at().is("}") && !at().is("{");
+         ++i) {
+        ++myAt;
+    }
+    if (near.blockFlag && !atEnd() && at().is("{")) {
+        ++myAt;
+        readValues(block, header, Form::LINES);
     }
 }
 

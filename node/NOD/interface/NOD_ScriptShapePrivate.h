@@ -91,11 +91,15 @@ private:
     bool readClose(int block);
     bool endsHere(int block) const;
     bool isSurplusClose(int block);
+    bool isParmsOnly(const NOD_ScriptToken &token) const;
     bool isFurtherOut(int header, bool inclusive) const;
     bool isIndented(int block) const;
 
+    void readDirectives();
     void readStatement(int block);
+    void checkOpenTexts(Statement &statement);
     void readUnknown(int block, Statement &statement);
+    void readUnknownValues(int block, const NOD_ScriptWord &near, int header);
     void readJunk(int block);
     bool readWord(int block, const NOD_ScriptWord &word);
     bool isMissingValue(int block, int header) const;
@@ -114,7 +118,8 @@ private:
     const NOD_ScriptTokens &myTokens;
     std::deque<Block> myBlocks;
     std::vector<Fault> myFaults;
-    Fault mySurplus; ///< one that isn't kept
+    std::unordered_map<int, std::size_t> myOpenTexts; ///< their faults, by token
+    Fault mySurplus;                                  ///< one that isn't kept
     std::unordered_map<std::string, const NOD_ScriptWord *>
         myNearest[2]; ///< of a page, a parameter
     int myAt = 0;

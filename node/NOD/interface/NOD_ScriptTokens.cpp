@@ -38,7 +38,10 @@ int indentOf(std::string_view text, std::size_t offset)
 class NOD_ScriptTokens::Stream : public NOD_ScriptStream
 {
 public:
-    using NOD_ScriptStream::NOD_ScriptStream;
+    Stream(KIT_IStream &is, const std::string &name, NOD_Interface::Includes includes,
+           NOD_ScriptTokens &tokens)
+        : NOD_ScriptStream(is, name, tokens.myMessages, includes), myTokens(tokens)
+    {}
 
     void cppError(const char *text) override
     {
@@ -46,7 +49,16 @@ public:
         if (!getPlace(place) || !place.openFlag) {
             NOD_ScriptStream::cppError(text);
         }
+        const std::string_view said = myTokens.myMessages.isEmpty()
+                                          ? std::string_view()
+                                          : myTokens.myMessages.getMessages().back().text;
+        if (said == "a comment is never closed" || said.substr(0, 3) == "#if") {
+            myTokens.myLostAt = myTokens.size();
+        }
     }
+
+private:
+    NOD_ScriptTokens &myTokens;
 };
 
 NOD_ScriptTokens::NOD_ScriptTokens(std::string_view text, const std::string &name,
@@ -58,7 +70,7 @@ NOD_ScriptTokens::NOD_ScriptTokens(std::string_view text, const std::string &nam
     }
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
     KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
-    myStream = std::make_unique<Stream>(is, name, myMessages, includes);
+    myStream = std::make_unique<Stream>(is, name, includes, *this);
     myStream->setEndsOpenTexts(true);
     read();
 }

@@ -51,6 +51,8 @@ public:
     const NOD_ScriptToken &operator[](int index) const { return myTokens[std::size_t(index)]; }
     bool isWhole() const { return myWholeFlag; }
     const NOD_Report &getMessages() const { return myMessages; }
+    /// Whether the preprocessor takes away what stands at the end: a comment that isn't closed, an #if.
+    bool isEndMissing() const { return myLostAt == size(); }
 
     /// The last token of the file that begins at or before an offset; -1 for none.
     int find(const std::string &file, std::size_t offset) const;
@@ -83,4 +85,5 @@ private:
     std::vector<NOD_ScriptToken> myTokens;
     NOD_Report myMessages;
     bool myWholeFlag = true;
+    int myLostAt = -1; ///< the tokens in front of the last such mistake
 };

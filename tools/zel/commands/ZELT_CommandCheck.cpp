@@ -93,6 +93,6 @@ void ZELTaddCheck(ZELT_CommandLine &line)
 {
     const auto [command, call] = line.add("check", "Parse dialog scripts and tell every message",
                                           "zel check examples/*.ds", check);
-    command.add_option("FILE", call.files, "Dialog scripts, or node and scene files")->required();
-    command.add_flag("--strict", call.strict, "Judge them as zel lint does, too");
+    command.addOption("FILE", call.files, "Dialog scripts, or node and scene files").required();
+    command.addFlag("--strict", call.strict, "Judge them as zel lint does, too");
 }

@@ -33,8 +33,8 @@ void ZELTaddCompletion(ZELT_CommandLine &line)
 {
     const auto [command, call] = line.add("completion", "Print what completes commands in a shell",
                                           "zel completion bash > zel.bash", complete);
-    call.program = command.get_parent();
-    command.add_option("SHELL", call.shell, "bash, zsh or fish")
-        ->required()
-        ->check(CLI::IsMember({"bash", "zsh", "fish"}));
+    call.program = &line.getApp();
+    command.addOption("SHELL", call.shell, "bash, zsh or fish")
+        .required()
+        .oneOf({"bash", "zsh", "fish"});
 }

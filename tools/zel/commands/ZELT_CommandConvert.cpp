@@ -25,15 +25,6 @@ struct Call
 
 constexpr int theWrongCall = 2;
 
-/// The help is about the present form, which has one file there.
-struct Usage : CLI::Formatter
-{
-    std::string make_option_usage(const CLI::Option *option) const override
-    {
-        return make_option_name(option, true);
-    }
-};
-
 void warn(const std::string &file, const char *text, ZELT_Messages &messages)
 {
     messages.add(KIT_ERROR_WARNING, "", 0, file, 0, text);
@@ -81,8 +72,8 @@ int convert(const Call &given, const ZELT_Options &, ZELT_Messages &messages)
     }
     std::ostringstream os;
     const bool binaryFlag = call.form == "binary" || call.compact;
-    const bool written =
-        stream.write(os, binaryFlag ? ZEL_ParmStream::Form::BINARY : ZEL_ParmStream::Form::TEXT);
+    const bool written = stream.write(os, binaryFlag ? ZEL_ParmStream::Form::BINARY
+                                                     : ZEL_ParmStream::Form::MARKED_TEXT);
     if (!ZELTtakeFault(from, written ? "" : "can't be converted", messages)) {
         return 1;
     }
@@ -98,18 +89,14 @@ void ZELTaddConvert(ZELT_CommandLine &line)
                  "zel convert examples/light.parms light.bparms --to binary "
                  "--script examples/light.ds",
                  convert);
-    command.formatter(std::make_shared<Usage>());
-    command.add_option("IN", call.in, "A stream in either form; - for standard input")->required();
-    command
-        .add_option(
-            "OUT", call.out,
-            "The stream to write; - for standard output. With a script in front: FILE IN OUT")
-        ->expected(1, CLI::detail::expected_max_vector_size);
-    command.add_option("-o,--out", call.named, "The same, in place of OUT");
-    command.add_option("--to", call.form, "text or binary")
-        ->required()
-        ->check(CLI::IsMember({"text", "binary"}));
-    command.add_flag("--compact", call.compact,
-                     "Binary, without what the script says has no value to keep");
-    command.add_option("--script", call.script, "The dialog script of the parameters");
+    command.nameArgumentsOnce(); // the present form has one file there
+    command.addOption("IN", call.in, "A stream in either form; - for standard input").required();
+    command.addOption(
+        "OUT", call.out,
+        "The stream to write; - for standard output. With a script in front: FILE IN OUT");
+    command.addOption("-o,--out", call.named, "The same, in place of OUT");
+    command.addOption("--to", call.form, "text or binary").required().oneOf({"text", "binary"});
+    command.addFlag("--compact", call.compact,
+                    "Binary, without what the script says has no value to keep");
+    command.addOption("--script", call.script, "The dialog script of the parameters");
 }

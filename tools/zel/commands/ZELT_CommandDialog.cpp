@@ -8,6 +8,7 @@
 #include <DS/DS_CommandList.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkArgs.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -15,6 +16,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <iostream>
+#include <iterator>
+#include <memory>
 
 namespace
 {
@@ -225,13 +228,29 @@ void printSettings(DS_Command &command)
     std::cout << ZELTtable(rows) << '\n' << lineOf(command) << '\n';
 }
 
-void printList(const DS_CommandList &commands, bool json)
+void tellLosses(const DS_Command &command, const KIT_StringArray &losses, const std::string &file,
+                ZELT_Messages &messages)
+{
+    for (const KIT_String &loss : losses) {
+        messages.error(file, command.getCommandName().toStdString() + ": " + loss.toStdString());
+    }
+}
+
+void setDefaults(DS_Command &command, const std::string &file, ZELT_Messages &messages)
+{
+    KIT_StringArray losses;
+    command.setDefaultCommand(&losses);
+    tellLosses(command, losses, file, messages);
+}
+
+void printList(const DS_CommandList &commands, const std::string &file, bool json,
+               ZELT_Messages &messages)
 {
     ZELT_Json all = ZELT_Json::array();
     std::vector<std::vector<std::string>> rows = {{"command", "label", "default"}};
     for (int i = 0; i < commands.getEntries(); ++i) {
         DS_Command &command = *commands.getCommand(i);
-        command.setDefaultCommand();
+        setDefaults(command, file, messages);
         all.push_back(describe(command));
         rows.push_back({command.getCommandName().toStdString(), command.getLabel().toStdString(),
                         lineOf(command)});
@@ -243,14 +262,25 @@ void printList(const DS_CommandList &commands, bool json)
     }
 }
 
-bool isReadable(const std::string &file, ZELT_Messages &messages)
+std::string readInput()
 {
+    return std::string(std::istreambuf_iterator<char>(std::cin), {});
+}
+
+/// Null, with a message, for a file that can't be read.
+std::unique_ptr<DS_CommandList> readCommands(const std::string &file, ZELT_Messages &messages)
+{
+    if (file == "-") {
+        const std::string text = readInput();
+        KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+        return std::make_unique<DS_CommandList>(is, "standard input");
+    }
     errno = 0;
     if (KIT_IFStream(file.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS).isReadable()) {
-        return true;
+        return std::make_unique<DS_CommandList>(file.c_str());
     }
     messages.error(file, "can't be read: " + KITsystemReason());
-    return false;
+    return nullptr;
 }
 
 /// Whether it is the placeholder for a file without commands.
@@ -260,13 +290,8 @@ bool isPlaceholder(const DS_CommandList &commands)
            commands.getCommand(0)->getCommandName() == "null";
 }
 
-void showOne(DS_Command &command, const std::string &line, bool formFlag, bool json)
+void printOne(DS_Command &command, bool formFlag, bool json)
 {
-    if (formFlag) {
-        command.setDefaultCommand();
-    } else {
-        command.setCommand(line.c_str());
-    }
     command.disableParms();
     if (json) {
         ZELTprintJson(describeSettings(command));
@@ -280,29 +305,53 @@ void showOne(DS_Command &command, const std::string &line, bool formFlag, bool j
 struct Call
 {
     std::string file;
-    std::string line; ///< empty: the list; one word: that command's form; more: a command line
+    std::string
+        line; ///< empty: the list; one word: that command's form; more: a command line; "-": the input's
 };
+
+/// Sets and prints the command that the line is about.
+void showLine(const DS_CommandList &commands, const Call &call, const std::string &line, bool json,
+              ZELT_Messages &messages)
+{
+    KIT_WorkArgs words;
+    const int count = KIT_String(line.c_str()).cshParse(words);
+    if (count == 0) {
+        printList(commands, call.file, json, messages);
+        return;
+    }
+    DS_Command *const command = commands.getCommand(words[0]);
+    if (!command) {
+        messages.error(call.file, "there is no command " + std::string(words[0]));
+        return;
+    }
+    const bool formFlag = count == 1;
+    if (formFlag) {
+        setDefaults(*command, call.file, messages);
+    } else {
+        KIT_StringArray losses;
+        command->setCommand(line.c_str(), &losses);
+        tellLosses(*command, losses, call.file, messages);
+    }
+    printOne(*command, formFlag, json);
+}
 
 int runDialog(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    if (!isReadable(call.file, messages)) {
+    if (call.file == "-" && call.line == "-") {
+        constexpr int theWrongCall = 2;
+        messages.error("", "FILE and LINE can't both be - (see --help)");
+        return theWrongCall;
+    }
+    const std::unique_ptr<DS_CommandList> commands = readCommands(call.file, messages);
+    messages.takeErrors(call.file);
+    if (!commands) {
         return 1;
     }
-    const DS_CommandList commands(call.file.c_str());
-    messages.takeErrors(call.file);
-    if (isPlaceholder(commands)) {
+    if (isPlaceholder(*commands)) {
         messages.error(call.file, "has no commands");
         return 1;
     }
-    KIT_WorkArgs words;
-    const int count = KIT_String(call.line.c_str()).cshParse(words);
-    if (count == 0) {
-        printList(commands, options.json);
-    } else if (DS_Command *const command = commands.getCommand(words[0])) {
-        showOne(*command, call.line, count == 1, options.json);
-    } else {
-        messages.error(call.file, "there is no command " + std::string(words[0]));
-    }
+    showLine(*commands, call, call.line == "-" ? readInput() : call.line, options.json, messages);
     messages.takeErrors(call.file);
     return messages.hasErrors() ? 1 : 0;
 }
@@ -314,7 +363,11 @@ void ZELTaddDialog(ZELT_CommandLine &line)
     const auto [command, call] = line.add(
         "command", "List dialog commands, show one, or read and write its line",
         "zel command examples/commands/image.cmd \"resize -v -q 80 in.pic out.pic\"", runDialog);
-    command.add_option("FILE", call.file, "A file of dialog commands")->required();
-    command.add_option("LINE", call.line,
-                       "A command's name for its form, or its line; the list without one");
+    command.addOption("FILE", call.file, "A file of dialog commands; - for standard input")
+        .required();
+    command.addOption(
+        "LINE", call.line,
+        "A command's name for its form, or its line; - reads it from standard input; the list "
+        "without one");
+    line.addOutput(command);
 }

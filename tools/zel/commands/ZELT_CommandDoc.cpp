@@ -112,7 +112,7 @@ void ZELTaddDoc(ZELT_CommandLine &line)
     const auto [command, call] =
         line.add("doc", "Write pages that document the interfaces of scripts",
                  "zel doc examples/light.ds examples/shader.ds -o pages", document);
-    command.add_option("FILE", call.files, "Dialog scripts, or node and scene files")->required();
-    command.add_option("-o,--out", call.folder, "The folder of the pages, made if there is none")
-        ->required();
+    command.addOption("FILE", call.files, "Dialog scripts, or node and scene files").required();
+    command.addOption("-o,--out", call.folder, "The folder of the pages, made if there is none")
+        .required();
 }

@@ -500,12 +500,11 @@ void ZELTaddEval(ZELT_CommandLine &line)
         evaluateNode);
     ZELTaddNode(command, call.node);
     line.addOutput(command);
-    command.add_option("ADDRESS", call.addresses,
-                       "TOKEN[:INDEX], a channel, or a pattern; all without one");
-    command.add_option("--frames", call.frames, "A:B or A:B:STEP, a row for each frame");
-    command.add_option("--format", call.format, "table, csv or json")
-        ->check(CLI::IsMember({"table", "csv", "json"}));
-    command.add_flag("--numbers", call.numbers, "Numbers, not tokens, for menus and toggles");
-    command.add_option("--threads", call.threads, "Threads; 0 for one a core")
-        ->check(CLI::Range(0, 256));
+    command.addOption("ADDRESS", call.addresses,
+                      "TOKEN[:INDEX], a channel, or a pattern; all without one");
+    command.addOption("--frames", call.frames, "A:B or A:B:STEP, a row for each frame");
+    command.addOption("--format", call.format, "table, csv or json")
+        .oneOf({"table", "csv", "json"});
+    command.addFlag("--numbers", call.numbers, "Numbers, not tokens, for menus and toggles");
+    command.addOption("--threads", call.threads, "Threads; 0 for one a core").within(0, 256);
 }

@@ -116,17 +116,17 @@ void ZELTaddFormat(ZELT_CommandLine &line)
         line.add("format", "Lay dialog scripts out anew: blanks and line ends alone change",
                  "zel format --check --diff examples/*.ds", format);
     command
-        .add_option(
+        .addOption(
             "FILE", call.files,
             "Dialog scripts, each written in its place; - is standard input, written to standard output")
-        ->required();
-    command.add_flag(
+        .required();
+    command.addFlag(
         "--check", call.check,
         "Write nothing; print the names of those that would change, and exit with 1 if there are any");
-    command.add_flag("--diff", call.diff,
-                     "Write nothing; print what would change, as patch reads it");
-    command.add_flag("--sort", call.layout.sort,
-                     "Put keywords in the language's order, where the order means nothing");
-    command.add_option("-o,--out", call.out,
-                       "Another file to write the one script to, or - for standard output");
+    command.addFlag("--diff", call.diff,
+                    "Write nothing; print what would change, as patch reads it");
+    command.addFlag("--sort", call.layout.sort,
+                    "Put keywords in the language's order, where the order means nothing");
+    command.addOption("-o,--out", call.out,
+                      "Another file to write the one script to, or - for standard output");
 }

@@ -263,16 +263,12 @@ void ZELTaddLint(ZELT_CommandLine &line)
     const auto [command, call] =
         line.add("lint", "Judge dialog scripts: what in them can't have been meant",
                  "zel lint examples/*.ds --level warning", lint);
-    CLI::Option *const files = command.add_option("FILE", call.files, "Dialog scripts");
-    ZELTaddList(command, "--disable", call.disabled, "RULE,RULE: codes or names to leave out");
-    ZELTaddList(command, "--only", call.only, "RULE,RULE: codes or names, and no others");
-    command.add_option("--level", call.level, "The least that counts: hint, warning or error");
-    command.add_flag("--fix", call.fix, "Make the edits that are safe, and write the scripts");
-    CLI::Option *const list = command.add_flag("--list", call.list, "List the rules");
-    files->excludes(list);
-    command.parse_complete_callback([files, list] {
-        if (!files->count() && !list->count()) {
-            throw CLI::RequiredError("FILE");
-        }
-    });
+    const ZELT_Option files = command.addOption("FILE", call.files, "Dialog scripts");
+    command.addList("--disable", call.disabled, "RULE,RULE: codes or names to leave out");
+    command.addList("--only", call.only, "RULE,RULE: codes or names, and no others");
+    command.addOption("--level", call.level, "The least that counts: hint, warning or error");
+    command.addFlag("--fix", call.fix, "Make the edits that are safe, and write the scripts");
+    const ZELT_Option list = command.addFlag("--list", call.list, "List the rules");
+    files.excludes(list);
+    command.needsOne("FILE", {files, list});
 }

@@ -159,22 +159,17 @@ void ZELTaddMigrate(ZELT_CommandLine &line)
         "zel migrate examples/migration/emitter_v1.ds examples/migration/emitter.ds "
         "examples/migration/emitter_v1.parms --rename birthrate=rate --allow-loss -o emitter.parms",
         migrate);
-    command.add_option("OLD", call.former, "The dialog script that the values are of")->required();
-    command.add_option("NEW", call.present, "The dialog script that they are to be of")->required();
-    command.add_option("IN", call.input, "A stream, channel file, preset, or node or scene file")
-        ->required();
-    CLI::Option *const out =
-        command.add_option("-o,--out", call.out, "The file to write; - for standard output");
-    CLI::Option *const dry =
-        command.add_flag("--dry-run", call.dryFlag, "Only tell; write nothing");
-    command.add_option("--channels", call.channels, "The channel file of a stream");
-    ZELTaddList(command, "--rename", call.renames, "OLD=NEW, with # for the numbers of items");
-    ZELTaddList(command, "--map", call.maps, "A file of renames: OLD NEW on each line");
+    command.addOption("OLD", call.former, "The dialog script that the values are of").required();
+    command.addOption("NEW", call.present, "The dialog script that they are to be of").required();
+    command.addOption("IN", call.input, "A stream, channel file, preset, or node or scene file")
+        .required();
+    const ZELT_Option out =
+        command.addOption("-o,--out", call.out, "The file to write; - for standard output");
+    const ZELT_Option dry = command.addFlag("--dry-run", call.dryFlag, "Only tell; write nothing");
+    command.addOption("--channels", call.channels, "The channel file of a stream");
+    command.addList("--rename", call.renames, "OLD=NEW, with # for the numbers of items");
+    command.addList("--map", call.maps, "A file of renames: OLD NEW on each line");
     ZELTaddForm(command, call.form);
     ZELTaddAllowLoss(command, call.allowLossFlag, "Exit 0 also where a value is lost or changed");
-    command.parse_complete_callback([out, dry] {
-        if (out->empty() && dry->empty()) {
-            throw CLI::RequiredError("-o or --dry-run");
-        }
-    });
+    command.needsOne("-o or --dry-run", {out, dry});
 }

@@ -278,56 +278,56 @@ int remove(const Call &call, const ZELT_Options &options, ZELT_Messages &message
 using Added = ZELT_CommandLine::Added<Call>;
 
 /// A command on one preset of a node type.
-Added addNamed(ZELT_CommandLine &line, CLI::App &group, const char *name, const char *what,
+Added addNamed(ZELT_CommandLine &line, ZELT_Command group, const char *name, const char *what,
                const char *example, ZELT_CommandLine::Function<Call> function)
 {
     const Added added = line.addTo(group, name, what, example, function);
-    added.command.add_option("TABLE", added.call.table, "The family of node types")->required();
-    added.command.add_option("OPNAME", added.call.opName, "The node type")->required();
-    added.command.add_option("NAME", added.call.name, "The preset")->required();
+    added.command.addOption("TABLE", added.call.table, "The family of node types").required();
+    added.command.addOption("OPNAME", added.call.opName, "The node type").required();
+    added.command.addOption("NAME", added.call.name, "The preset").required();
     return added;
 }
 
 void addFolder(const Added &added)
 {
-    added.command.add_option("--dir", added.call.folder, "A folder of the search path");
+    added.command.addOption("--dir", added.call.folder, "A folder of the search path");
 }
 
 void addForce(const Added &added)
 {
-    added.command.add_flag("--force", added.call.forceFlag, "Replaces one of that name");
+    added.command.addFlag("--force", added.call.forceFlag, "Replaces one of that name");
 }
 
 void addOnly(const Added &added)
 {
-    ZELTaddList(added.command, "--only", added.call.only,
-                "Only these parameters: tokens, or patterns of them");
+    added.command.addList("--only", added.call.only,
+                          "Only these parameters: tokens, or patterns of them");
 }
 
 /// One that makes a preset of another.
-void addArranging(ZELT_CommandLine &line, CLI::App &group, const char *name, const char *what,
+void addArranging(ZELT_CommandLine &line, ZELT_Command group, const char *name, const char *what,
                   const char *example, ZELT_CommandLine::Function<Call> function)
 {
     const Added added = addNamed(line, group, name, what, example, function);
-    added.command.add_option("NEWNAME", added.call.newName, "The new name")->required();
+    added.command.addOption("NEWNAME", added.call.newName, "The new name").required();
     addFolder(added);
     addForce(added);
 }
 
-void addApply(ZELT_CommandLine &line, CLI::App &group)
+void addApply(ZELT_CommandLine &line, ZELT_Command group)
 {
     const Added added =
         addNamed(line, group, "apply", "Load one, then the changes; print the values",
                  "zel preset apply Node light Night examples/light.ds", apply);
     ZELTaddNode(added.command, added.call.node);
     addOnly(added);
-    added.command.add_option("-o,--out", added.call.out, "A file for the values");
+    added.command.addOption("-o,--out", added.call.out, "A file for the values");
     ZELTaddForm(added.command, added.call.form);
     ZELTaddAllowLoss(added.command, added.call.allowLossFlag,
                      "Write also where not all that was loaded is carried");
 }
 
-void addSave(ZELT_CommandLine &line, CLI::App &group)
+void addSave(ZELT_CommandLine &line, ZELT_Command group)
 {
     const Added added = addNamed(
         line, group, "save", "Save values as one",
@@ -345,12 +345,12 @@ void addSave(ZELT_CommandLine &line, CLI::App &group)
 
 void ZELTaddPreset(ZELT_CommandLine &line)
 {
-    CLI::App &group = line.addGroup("preset", "Presets on the search path (ZEL_PATH)",
-                                    "zel preset list Node light");
+    ZELT_Command group = line.addGroup("preset", "Presets on the search path (ZEL_PATH)",
+                                       "zel preset list Node light");
     const Added listed = line.addTo(group, "list", "List tables, their types, or presets by name",
                                     "zel preset list Node light", list);
-    listed.command.add_option("TABLE", listed.call.table, "The family of node types");
-    listed.command.add_option("OPNAME", listed.call.opName, "The node type");
+    listed.command.addOption("TABLE", listed.call.table, "The family of node types");
+    listed.command.addOption("OPNAME", listed.call.opName, "The node type");
     addSave(line, group);
     addNamed(line, group, "show", "Print the text of one", "zel preset show Node light Night",
              show);

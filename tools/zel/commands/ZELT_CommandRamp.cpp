@@ -103,7 +103,6 @@ void ZELTaddRamp(ZELT_CommandLine &line)
                  "zel ramp examples/shader.ds palette --values examples/shader.parms --svg out.svg",
                  drawRamp);
     ZELTaddNode(command, call.node);
-    command.add_option("TOKEN", call.token, "The ramp")->required();
-    command.add_option("--svg", call.svg, "The picture to write; - for standard output")
-        ->required();
+    command.addOption("TOKEN", call.token, "The ramp").required();
+    command.addOption("--svg", call.svg, "The picture to write; - for standard output").required();
 }

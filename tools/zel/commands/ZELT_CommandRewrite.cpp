@@ -95,9 +95,9 @@ void ZELTaddRewrite(ZELT_CommandLine &line)
     const auto [command, call] =
         line.add("rewrite", "Write a script anew, as the library writes scripts",
                  "zel rewrite examples/light.ds --stamp first", rewrite);
-    command.add_option("FILE", call.file, "A dialog script")->required();
+    command.addOption("FILE", call.file, "A dialog script").required();
     line.addOutput(command);
     ZELTaddAllowLoss(command, call.allowLossFlag,
                      "Write to a file also where the script isn't carried whole");
-    command.add_option("--stamp", call.stamp, "A text for the comment, in place of the time");
+    command.addOption("--stamp", call.stamp, "A text for the comment, in place of the time");
 }

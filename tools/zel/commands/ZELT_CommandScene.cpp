@@ -190,8 +190,8 @@ void ZELTaddScene(ZELT_CommandLine &line)
     const auto [command, call] =
         line.add("scene", "Show what a scene file holds, or write it in another form",
                  "zel scene examples/studio.scene", showScene);
-    command.add_option("FILE", call.file, "A scene file in either form")->required();
-    CLI::Option *const to = command.add_option("--convert", call.to, "A scene file to write");
+    command.addOption("FILE", call.file, "A scene file in either form").required();
+    const ZELT_Option to = command.addOption("--convert", call.to, "A scene file to write");
     line.addOutput(command);
-    command.add_flag("--binary", call.binary, "In the binary form, rather than as text")->needs(to);
+    command.addFlag("--binary", call.binary, "In the binary form, rather than as text").needs(to);
 }

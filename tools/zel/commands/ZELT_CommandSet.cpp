@@ -80,9 +80,8 @@ void ZELTaddSet(ZELT_CommandLine &line)
         "set", "Change values, and write them as the file that they came from",
         "zel set examples/light.ds examples/light.parms --set light_intensity=2 -o -", set);
     ZELTaddNode(command, call.node);
-    command.add_option("IN", call.input, "Values, as for --values; a scene or node needs none");
-    command.add_option("-o,--out", call.out, "The file to write; - for standard output")
-        ->required();
+    command.addOption("IN", call.input, "Values, as for --values; a scene or node needs none");
+    command.addOption("-o,--out", call.out, "The file to write; - for standard output").required();
     ZELTaddForm(command, call.form);
     ZELTaddAllowLoss(command, call.allowLoss,
                      "Write also where a file has values that the node doesn't take");

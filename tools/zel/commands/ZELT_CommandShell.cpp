@@ -72,9 +72,9 @@ void ZELTaddShell(ZELT_CommandLine &line)
     const auto [command, call] =
         line.add("shell", "A session on a terminal, or commands on standard input",
                  "echo 'eval t' | zel shell examples/transform.ds", runShell);
-    command.add_option("FILE", call.file, "A dialog script, or a scene or node file")->required();
-    CLI::Option *const stop = command.add_flag(
+    command.addOption("FILE", call.file, "A dialog script, or a scene or node file").required();
+    const ZELT_Option stop = command.addFlag(
         "-e,--stop", call.stop, "End at the first command that fails, as without a terminal");
-    command.add_flag("-k,--keep-going", call.keepGoing, "Go on after it, as on a terminal")
-        ->excludes(stop);
+    command.addFlag("-k,--keep-going", call.keepGoing, "Go on after it, as on a terminal")
+        .excludes(stop);
 }

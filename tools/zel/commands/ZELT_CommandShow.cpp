@@ -35,6 +35,6 @@ void ZELTaddShow(ZELT_CommandLine &line)
 {
     const auto [command, call] = line.add("show", "Show the interface that a script describes",
                                           "zel show --json examples/light.ds", show);
-    command.add_option("FILE", call.file, "A dialog script, or a node or scene file")->required();
+    command.addOption("FILE", call.file, "A dialog script, or a node or scene file").required();
     line.addOutput(command);
 }

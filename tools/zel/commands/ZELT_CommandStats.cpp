@@ -151,6 +151,6 @@ void ZELTaddStats(ZELT_CommandLine &line)
     const auto [command, call] =
         line.add("stats", "Count what is in a script, a node or a scene, and its memory",
                  "zel stats examples/studio.scene --times", showStats);
-    command.add_option("FILE", call.file, "A dialog script, or a node or scene file")->required();
-    command.add_flag("--times", call.times, "Also how long loading and evaluating takes");
+    command.addOption("FILE", call.file, "A dialog script, or a node or scene file").required();
+    command.addFlag("--times", call.times, "Also how long loading and evaluating takes");
 }
