@@ -49,16 +49,16 @@ std::string told(const NOD_Merge &merge)
 /// A merge of three files, by their bytes.
 struct Merged
 {
-    Merged(const std::string &base, const std::string &ours, const std::string &theirs,
+    Merged(const std::string &b, const std::string &o, const std::string &t,
            const std::shared_ptr<const NOD_Interface> &interface = nullptr,
            const std::vector<std::pair<std::string, Side>> &policies = {})
-        : base(documentOf(base, interface)), ours(documentOf(ours, interface)),
-          theirs(documentOf(theirs, interface)), made(documentOf(ours, interface))
+        : base(documentOf(b, interface)), ours(documentOf(o, interface)),
+          theirs(documentOf(t, interface)), made(documentOf(o, interface))
     {
         for (const auto &[pattern, side] : policies) {
             merge.addPolicy(pattern, side);
         }
-        made.setTop(merge.merge(this->base.getTop(), this->ours.getTop(), this->theirs.getTop()));
+        made.setTop(merge.merge(base.getTop(), ours.getTop(), theirs.getTop()));
         conflicts = told(merge);
     }
 
@@ -295,7 +295,7 @@ TEST_P(MergeLaws, Streams)
             SceneEdits made(GetParam());
             NOD_Node &node = *made.nodes()[0];
             interface = node.getInterface();
-            const auto edit = [&](int count) {
+            const auto make = [&](int count) {
                 for (int i = 0; i < count; ++i) {
                     NOD_Edit edit(made.scene, "edit");
                     made.editItems(edit, node);
@@ -304,9 +304,9 @@ TEST_P(MergeLaws, Streams)
                     made.editByHand(edit, node);
                 }
             };
-            edit(5);
+            make(5);
             made.random.seed(GetParam() * 100 + side);
-            edit(side == 0 ? 0 : 1 + int(GetParam() % 5));
+            make(side == 0 ? 0 : 1 + int(GetParam() % 5));
             pictureOf(made.scene);
             takeMessages();
             states[side] = savedStream(node, binary);
@@ -316,3 +316,194 @@ TEST_P(MergeLaws, Streams)
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, MergeLaws, testing::Range(1u, 25u));
+
+// ---------------------------------------------------------------------- //
+// What a person sees
+// ---------------------------------------------------------------------- //
+
+namespace
+{
+
+constexpr const char *thePointScript = R"({ name points
+  parm { name v type float }
+  parm { name t type vector3 size 3 }
+  parm { name s type string }
+  multiparm { name pts default 0
+    parm { name p# type float }
+    multiparm { name ws# default 0 parm { name w#_# type float } } } })";
+
+std::shared_ptr<const NOD_Interface> pointInterface()
+{
+    NOD_Report report;
+    static const auto made = NOD_Interface::fromText(thePointScript, "points", report);
+    return made;
+}
+
+/// A stream with these entries, and items of these values.
+std::string stream(const std::string &entries, const std::vector<int> &items = {})
+{
+    std::string text = "{\nversion 0.8\n" + entries;
+    if (!items.empty()) {
+        text += "pts\t(\t" + std::to_string(items.size()) + "\t)\n";
+    }
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        text += "p" + std::to_string(i + 1) + "\t(\t" + std::to_string(items[i]) + "\t)\n";
+    }
+    return text + "}\n";
+}
+
+/// The merged stream is `wanted`; the conflicts.
+std::string merged(const std::string &b, const std::string &o, const std::string &t,
+                   const std::string &wanted,
+                   const std::vector<std::pair<std::string, Side>> &policies = {})
+{
+    Merged made(b, o, t, pointInterface(), policies);
+    NOD_Document document = documentOf(wanted, pointInterface());
+    std::string bytes;
+    NOD_Report report;
+    document.write(bytes, report);
+    EXPECT_EQ(made.bytes(), bytes);
+    return made.conflicts;
+}
+
+} // namespace
+
+TEST(Merge, ComponentsAndEntriesJoin)
+{
+    EXPECT_EQ(merged(stream("v ( 1 ) t ( 1 2 3 )"), stream("v ( 2 ) t ( 1 2 4 )"),
+                     stream("v ( 1 ) t ( 5 2 3 ) s ( \"x\" )"),
+                     stream("v ( 2 ) t ( 5 2 4 ) s ( \"x\" )")),
+              "");
+    EXPECT_EQ(merged(stream("v ( 1 )"), stream("v ( 2 )"), stream("v ( 3 )"), stream("v ( 2 )")),
+              "v: both changed it: base 1, ours 2, theirs 3; ours stands\n");
+    EXPECT_EQ(merged(stream("v ( 1 )"), stream("v ( 2 )"), stream(""), stream("v ( 2 )")),
+              "v: one changed it, the other one removed it: base 3 parts, ours 3 parts, theirs "
+              "nothing; ours stands\n");
+}
+
+TEST(Merge, ItemsOfBothAreThere)
+{
+    EXPECT_EQ(merged(stream("", {1, 2}), stream("", {7, 1, 2}), stream("", {1, 2, 8}),
+                     stream("", {7, 1, 2, 8})),
+              "");
+    EXPECT_EQ(merged(stream("", {1, 2}), stream("", {1, 7, 2}), stream("", {1, 8, 2}),
+                     stream("", {1, 7, 8, 2})),
+              "");
+    EXPECT_EQ(merged(stream("", {1, 2}), stream("", {1, 7, 2}), stream("", {1, 7, 2}),
+                     stream("", {1, 7, 2})),
+              "");
+    EXPECT_EQ(merged(stream("", {1, 2, 3}), stream("", {2, 3}), stream("", {1, 2, 9}),
+                     stream("", {2, 9})),
+              "");
+}
+
+TEST(Merge, Policies)
+{
+    const std::string b = stream("v ( 1 ) s ( \"a\" )");
+    const std::string o = stream("v ( 2 ) s ( \"b\" )");
+    const std::string t = stream("v ( 3 ) s ( \"c\" )");
+    EXPECT_EQ(
+        merged(b, o, t, stream("v ( 3 ) s ( \"a\" )"), {{"*", Side::THEIRS}, {"s", Side::BASE}}),
+        "v: both changed it: base 1, ours 2, theirs 3; theirs stands\n"
+        "s: both changed it: base \"a\", ours \"b\", theirs \"c\"; base stands\n");
+    NOD_Merge merge;
+    std::vector<std::string> asked;
+    merge.addPolicy("v", Side::OURS);
+    merge.setChooser([&](const NOD_Conflict &conflict) {
+        asked.push_back(NODpathText(conflict.getPath()));
+        return Side::THEIRS;
+    });
+    const NOD_Document base = documentOf(b, pointInterface());
+    const NOD_Document ours = documentOf(o, pointInterface());
+    const NOD_Document theirs = documentOf(t, pointInterface());
+    merge.merge(base.getTop(), ours.getTop(), theirs.getTop());
+    EXPECT_EQ(asked, std::vector<std::string>{"s"});
+    EXPECT_EQ(merge.getOpenCount(), 0u);
+}
+
+namespace
+{
+
+/// Nodes by path and the parameters that have a value, as `/a xy /a/b z`.
+std::string scene(const std::string &nodes)
+{
+    std::string text = "#STO_INDEX 1.0\nsection \"scene\"\n\tversion 1.0\nend\n";
+    std::istringstream words(nodes);
+    for (std::string path, values; words >> path >> values;) {
+        text += "section \"node " + path + "\"\n\ttype \"x\"\nend\nsection \"values " + path +
+                "\"\n\t{\n\tversion 0.8\n";
+        for (const char value : values) {
+            text += std::string("\t") + value + "\t( 1 )\n";
+        }
+        text += "\t}\nend\n";
+    }
+    return text + "#END\n";
+}
+
+std::string nodesOf(const NOD_Record &record, const std::string &path = {})
+{
+    std::string all;
+    for (const auto &part : record.getParts()) {
+        if (part->getKind() == Kind::NODE) {
+            std::string values;
+            if (const NOD_Record *const contents = part->find(Kind::CONTENTS)) {
+                for (const auto &one : contents->getParts()) {
+                    values += one->getKind() == Kind::PARM ? one->getName() : "";
+                }
+            }
+            const std::string place = path + "/" + part->getName();
+            all += place + " " + values + " " + nodesOf(*part, place);
+        }
+    }
+    return all;
+}
+
+std::string mergedScene(const std::string &b, const std::string &o, const std::string &t,
+                        const std::string &wanted,
+                        const std::vector<std::pair<std::string, Side>> &policies = {})
+{
+    Merged made(scene(b), scene(o), scene(t), nullptr, policies);
+    EXPECT_EQ(nodesOf(made.made.getTop()), wanted);
+    documentOf(made.bytes());
+    return made.conflicts;
+}
+
+} // namespace
+
+TEST(Merge, NodesAreAddedRenamedAndMovedByBoth)
+{
+    EXPECT_EQ(mergedScene("/a abc /b de", "/c abc /b de", "/a abcx /b de", "/c abcx /b de "), "");
+    EXPECT_EQ(mergedScene("/a abc", "/a abc /n x", "/a abc /m y", "/a abc /n x /m y "), "");
+    // A name by one, a place by the other.
+    EXPECT_EQ(mergedScene("/a abc /b de", "/c abc /b de", "/b de /b/a abc", "/b de /b/c abc "), "");
+    EXPECT_EQ(mergedScene("/a abc /b de", "/c abc /b de", "/d abc /b de", "/c abc /b de "),
+              "/c: both moved or renamed it: base /a, ours /c, theirs /d; ours stands\n");
+}
+
+TEST(Merge, NodesThatOneSideRemoved)
+{
+    EXPECT_EQ(mergedScene("/a abc /b de", "/b de", "/a abc /b dex", "/b dex "), "");
+    EXPECT_EQ(
+        mergedScene("/a abc /b de", "/a abcx /b de", "/b de", "/a abcx /b de "),
+        "/a: one changed it, the other one removed it: base 1 part, ours 1 part, theirs nothing; "
+        "ours stands\n");
+    EXPECT_EQ(
+        mergedScene("/a abc /b de", "/a abcx /b de", "/b de", "/b de ", {{"/a", Side::THEIRS}}),
+        "/a: one changed it, the other one removed it: base 1 part, ours 1 part, theirs nothing; "
+        "theirs stands\n");
+    // Something new in it.
+    const char *const under = "/a/n: what it is in was removed: base nothing, ours nothing, theirs "
+                              "/a/n; ours stands\n";
+    EXPECT_EQ(mergedScene("/a abc /b de", "/b de", "/a abc /b de /a/n xyz", "/b de "), under);
+    EXPECT_NE(mergedScene("/a abc /b de", "/b de", "/a abc /b de /a/n xyz",
+                          "/b de /a abc /a/n xyz ", {{"*", Side::THEIRS}}),
+              "");
+}
+
+TEST(Merge, NodesThatCannotBeWhereBothWant)
+{
+    EXPECT_EQ(mergedScene("/a abc /b de", "/b de /b/a abc", "/a abc /a/b de", "/b de /b/a abc "),
+              "/b/a: both moved one into the other: base /a, ours /b/a, theirs /a; ours stands\n");
+    EXPECT_EQ(mergedScene("/a abc", "/a abc /n x", "/n abc", "/n1 abc /n x "),
+              "/n: its name is taken: base nothing, ours /n, theirs /n; ours stands\n");
+}
