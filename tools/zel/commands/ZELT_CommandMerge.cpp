@@ -44,10 +44,10 @@ bool read(const Call &call, Files &files, ZELT_Messages &messages)
         files.names[i] = call.files[scriptFlag ? i + 1 : i];
     }
     NOD_Report report;
-    files.script = scriptFlag ? call.files[0]
-                   : !call.script.empty()
-                       ? call.script
-                       : NODfindScript(call.path.empty() ? files.names[1] : call.path, report);
+    const std::string &given = call.script.empty() && scriptFlag ? call.files[0] : call.script;
+    files.script = given.empty()
+                       ? NODfindScript(call.path.empty() ? files.names[1] : call.path, report)
+                       : given;
     messages.add(report);
     if (report.hasErrors()) {
         return false;
@@ -177,8 +177,8 @@ int merge(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     addNotes(call, files, merge, made, bytes);
     print(call, options, files, merge);
     const bool goodFlag =
-        ZELTwriteFile(call.out, bytes, messages) &&
-        (call.report.empty() || ZELTwriteFile(call.report, merge.toJson(), messages));
+        (call.report.empty() || ZELTwriteFile(call.report, merge.toJson(), messages)) &&
+        ZELTwriteFile(call.out, bytes, messages);
     return goodFlag && merge.getOpenCount() == 0 ? 0 : 1;
 }
 
