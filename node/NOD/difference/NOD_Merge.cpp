@@ -1,9 +1,11 @@
 #include <NOD/NOD_Merge.h>
 
 #include <KIT/KIT_String.h>
+#include <NOD/difference/NOD_MergeChannelsPrivate.h>
 #include <NOD/difference/NOD_MergeTreePrivate.h>
 
 #include <algorithm>
+#include <iterator>
 
 // ---------------------------------------------------------------------- //
 // Who stands
@@ -48,8 +50,7 @@ NOD_MergeSide NOD_MergeJudge::decide(NOD_Conflict::Kind kind, const NOD_MergeTri
     conflict.kind = kind;
     const auto set = [&](NOD_ConflictSide &side, Side which) {
         if (const NOD_Record *const record = triple.of(which)) {
-            side.path = pathOf(*record, which);
-            side.records.push_back(record->copy());
+            addTo(side, *record, which, true);
         }
     };
     set(conflict.base, Side::BASE);
@@ -58,9 +59,28 @@ NOD_MergeSide NOD_MergeJudge::decide(NOD_Conflict::Kind kind, const NOD_MergeTri
     return decide(std::move(conflict));
 }
 
+void NOD_MergeJudge::addTo(NOD_ConflictSide &place, const NOD_Record &record, Side side,
+                           bool isMain) const
+{
+    if (isMain || place.records.empty()) {
+        place.path = pathOf(record, side);
+    }
+    std::unique_ptr<NOD_Record> copy = record.copy();
+    if (myBound) {
+        NODreleaseNames(record, *copy);
+    }
+    place.records.push_back(std::move(copy));
+}
+
 NOD_RecordPath NOD_MergeJudge::pathOf(const NOD_Record &record, Side side) const
 {
-    return myPaths ? myPaths(record, side) : NODpathOf(record);
+    if (!myBound) {
+        return NODpathOf(record);
+    }
+    NOD_RecordPath path = (*myBound)[std::size_t(side)];
+    const NOD_RecordPath within = NODreleasedPath(record);
+    path.insert(path.end(), within.begin(), within.end());
+    return path;
 }
 
 NOD_Merge::Conflicts NOD_MergeJudge::takeConflicts()
@@ -92,6 +112,38 @@ bool NODareEqual(const NOD_Record &left, const NOD_Record &right)
     return left.getHash() == right.getHash() && left.isSame(right);
 }
 
+NOD_BoundStates::NOD_BoundStates(NOD_MergeJudge &judge, const NOD_MergeTriple &triple)
+    : myJudge(judge), myTriple(triple)
+{
+    const NOD_Record *const states[] = {triple.base, triple.ours, triple.theirs};
+    if (!std::all_of(std::begin(states), std::end(states), [](const auto *one) { return one; }) ||
+        std::none_of(std::begin(states), std::end(states),
+                     [](const auto *one) { return NODhasItemChannels(*one); })) {
+        return;
+    }
+    for (std::size_t side = 0; side < 3; ++side) {
+        myPrefixes[side] = judge.pathOf(*states[side], NOD_MergeSide(side));
+        myCopies[side] = states[side]->copy();
+        NODbindChannels(*myCopies[side]);
+    }
+    myTriple = {myCopies[0].get(), myCopies[1].get(), myCopies[2].get()};
+    myFormer = judge.setBound(&myPrefixes);
+}
+
+NOD_BoundStates::~NOD_BoundStates()
+{
+    if (isBound()) {
+        myJudge.setBound(myFormer);
+    }
+}
+
+void NOD_BoundStates::release(NOD_Record &made) const
+{
+    if (isBound()) {
+        NODreleaseChannels(made);
+    }
+}
+
 std::unique_ptr<NOD_Record> NOD_Merge::merge(const NOD_Record &base, const NOD_Record &ours,
                                              const NOD_Record &theirs)
 {
@@ -103,7 +155,9 @@ std::unique_ptr<NOD_Record> NOD_Merge::merge(const NOD_Record &base, const NOD_R
         return ours.copy();
     }
     NOD_MergeJudge judge(myPolicies, myChooser);
-    std::unique_ptr<NOD_Record> made = NOD_MergeTree(judge, {&base, &ours, &theirs}).run();
+    const NOD_BoundStates bound(judge, {&base, &ours, &theirs});
+    std::unique_ptr<NOD_Record> made = NOD_MergeTree(judge, bound.get()).run();
+    bound.release(*made);
     myConflicts = judge.takeConflicts();
     return made;
 }

@@ -260,10 +260,7 @@ void NOD_MergeParts::mergeGroup(const Triples &group, Slots &slots)
         for (const auto &[place, which] : theSides) {
             for (const Triple &one : group) {
                 if (const NOD_Record *const record = one.of(which)) {
-                    place->path = place->records.empty() || record->getKind() == Kind::VALUE
-                                      ? myJudge.pathOf(*record, which)
-                                      : place->path;
-                    place->records.push_back(record->copy());
+                    myJudge.addTo(*place, *record, which, record->getKind() == Kind::VALUE);
                 }
             }
             removedFlag = removedFlag || (which != Side::BASE && !place->isThere());
@@ -383,7 +380,30 @@ std::unique_ptr<NOD_Record> NOD_MergeParts::merge(const Triple &triple)
         myJudge.setPlace(made.get());
         return made;
     }
-    auto made = std::make_unique<NOD_Record>(ours->getKind(), ours->getName());
+    if (ours->getKind() == Kind::CONTENTS && base) {
+        const NOD_BoundStates bound(myJudge, triple);
+        if (bound.isBound()) {
+            return mergeBound(bound);
+        }
+    }
+    return mergeAll(triple);
+}
+
+/// Its items are other ones where channels are parts of them.
+std::unique_ptr<NOD_Record> NOD_MergeParts::mergeBound(const NOD_BoundStates &bound)
+{
+    const NOD_CompareOptions exactly{true, {}};
+    const Triple &triple = bound.get();
+    const NOD_Matching ours(*triple.base, *triple.ours, exactly);
+    const NOD_Matching theirs(*triple.base, *triple.theirs, exactly);
+    std::unique_ptr<NOD_Record> made = NOD_MergeParts(myJudge, ours, theirs).mergeAll(triple);
+    bound.release(*made);
+    return made;
+}
+
+std::unique_ptr<NOD_Record> NOD_MergeParts::mergeAll(const Triple &triple)
+{
+    auto made = std::make_unique<NOD_Record>(triple.ours->getKind(), triple.ours->getName());
     mergeValue(triple, *made);
     Slots slots;
     mergeParts(triple, slots);

@@ -56,6 +56,8 @@ private:
     void mergeGroup(const Triples &group, Slots &slots);
     void mergePart(const Triple &triple, Slots &slots);
     void mergeRemoved(const Triple &triple, Slots &slots);
+    std::unique_ptr<NOD_Record> mergeBound(const NOD_BoundStates &bound);
+    std::unique_ptr<NOD_Record> mergeAll(const Triple &triple);
     std::unique_ptr<NOD_Record> mergeAdded(const Triple &triple);
     void take(const Triple &triple, Side side, Slots &slots);
     bool hasMoved(const Triple &triple, Side side) const;

@@ -33,6 +33,7 @@ struct Call
 struct Files
 {
     std::string script;
+    ZELT_ScriptPtr interface; ///< null without a script
     std::string names[3];
     NOD_Document documents[3]; ///< base, ours, theirs
 };
@@ -52,16 +53,20 @@ bool read(const Call &call, Files &files, ZELT_Messages &messages)
     if (report.hasErrors()) {
         return false;
     }
+    if (!files.script.empty() && !(files.interface = ZELTloadScript(files.script, messages))) {
+        return false;
+    }
     constexpr bool isExact = true;
     ZELT_Comparison reader(isExact);
     bool goodFlag = true;
     for (int i = 0; i < 3; ++i) {
         // What both sides have added began as nothing.
         std::string bytes;
-        if (i == 0 && !ZELTreadBytes(files.names[0], bytes, messages)) {
+        const bool lookFlag = i == 0 && files.names[0] != "-";
+        if (lookFlag && !ZELTreadBytes(files.names[0], bytes, messages)) {
             return false;
         }
-        const bool emptyFlag = i == 0 && bytes.empty();
+        const bool emptyFlag = lookFlag && bytes.empty();
         goodFlag = (emptyFlag ||
                     reader.readOne(files.script, files.names[i], files.documents[i], messages)) &&
                    goodFlag;
@@ -116,8 +121,7 @@ void addNotes(const Call &call, const Files &files, const NOD_Merge &merge,
         NOD_Report report;
         NOD_DocumentOptions options;
         options.isExact = true;
-        ZELT_Messages ignored;
-        options.interface = files.script.empty() ? nullptr : ZELTloadScript(files.script, ignored);
+        options.interface = files.interface;
         return document.read(text, files.names[1], options, report) && report.isEmpty();
     };
     NOD_Document without, with;
