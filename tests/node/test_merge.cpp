@@ -104,11 +104,25 @@ bool isCoveredBy(const NOD_Conflict &conflict, const NOD_Change &change)
     return false;
 }
 
+/// Channels of items have other names where items have other numbers; a test of their own is below.
+bool isOfItemChannel(const NOD_RecordPath &path)
+{
+    bool itemFlag = false;
+    for (const NOD_PathStep &step : path) {
+        itemFlag = itemFlag || step.kind == Kind::ITEM;
+        const bool numberFlag = step.name.find_first_of("0123456789") != std::string::npos;
+        if ((step.kind == Kind::DRIVER && itemFlag) || (step.kind == Kind::CHANNEL && numberFlag)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 /// Layout, and numbers beside channels, aren't promised.
 bool isPromised(const NOD_Change &change, const NOD_Record &old, const NOD_Record &made)
 {
     const NOD_RecordTraits &traits = NODtraitsOf(change.getKind());
-    if (traits.comparison == NOD_Comparison::LAYOUT ||
+    if (traits.comparison == NOD_Comparison::LAYOUT || isOfItemChannel(change.getPath()) ||
         (change.verb == Verb::MOVED && traits.siblings == NOD_Siblings::LISTED)) {
         return false;
     }
@@ -506,4 +520,46 @@ TEST(Merge, NodesThatCannotBeWhereBothWant)
               "/b/a: both moved one into the other: base /a, ours /b/a, theirs /a; ours stands\n");
     EXPECT_EQ(mergedScene("/a abc", "/a abc /n x", "/n abc", "/n1 abc /n x "),
               "/n: its name is taken: base nothing, ours /n, theirs /n; ours stands\n");
+}
+
+TEST(Merge, ChannelsFollowTheirItems)
+{
+    const auto state = [](const std::vector<int> &items, const std::vector<std::string> &driven) {
+        std::string channels;
+        std::string values = "pts\t(\t" + std::to_string(items.size()) + "\t)\n";
+        for (std::size_t i = 0; i < items.size(); ++i) {
+            const std::string token = "p" + std::to_string(i + 1);
+            const std::string value = std::to_string(items[i]);
+            values += token + "\t(\t" +
+                      (driven[i].empty() ? value : "[ " + token + "\t" + value + " ]") + "\t)\n";
+            channels +=
+                driven[i].empty() ? "" : "channel " + token + " { default 0 " + driven[i] + " } ";
+        }
+        NOD_Scene one;
+        NOD_Report report;
+        NOD_Node &node = *one.add("/n", pointInterface(), report);
+        const std::string texts[] = {"channels 1.0 { " + channels + "}", stream(values)};
+        KIT_IStream first(texts[0].data(), texts[0].size(), KIT_IStream::TEXT);
+        node.loadChannels(first);
+        KIT_IStream second(texts[1].data(), texts[1].size(), KIT_IStream::TEXT);
+        node.getParms().load(second, nullptr, nullptr);
+        return savedScene(one, NOD_SaveOptions::Form::TEXT);
+    };
+    const std::string key = "key 0 1 linear()";
+    const std::string keys = "key 0 1 linear() key 2 5 linear()";
+    Merged made(state({1, 2}, {"", key}), state({7, 1, 2}, {"", "", key}),
+                state({1, 2, 3}, {"", keys, ""}));
+    EXPECT_EQ(made.conflicts, "");
+    const NOD_Record *const contents =
+        made.made.getTop().find(Kind::NODE, "n")->find(Kind::CONTENTS);
+    ASSERT_NE(contents->find(Kind::CHANNEL, "p3"), nullptr);
+    EXPECT_EQ(contents->find(Kind::CHANNEL, "p2"), nullptr);
+    EXPECT_NE(contents->find(Kind::CHANNEL, "p3")->find(Kind::KEY, "2"), nullptr);
+    const NOD_Record &item = *contents->find(Kind::PARM, "pts")->findItem(2);
+    EXPECT_EQ(NODvalueText(item.find(Kind::PARM, "p#")->valueOf(Kind::DRIVER, "0")), "p3");
+    // A key that both changed: the conflict says where it is.
+    Merged two(state({1, 2}, {"", key}), state({7, 1, 2}, {"", "", "key 0 3 linear()"}),
+               state({1, 2}, {"", "key 0 4 linear()"}));
+    EXPECT_EQ(two.conflicts, "/n: channel p3 key 0 value: both changed it: base \"1\", ours \"3\", "
+                             "theirs \"4\"; ours stands\n");
 }
