@@ -20,6 +20,14 @@ constexpr const char *theSentences[] = {"both changed it",
                                         "what it is in was removed",
                                         "both moved one into the other"};
 
+/// What a person looks at first in a parameter or a key.
+bool isTold(NOD_RecordKind kind)
+{
+    using Kind = NOD_RecordKind;
+    return kind == Kind::VALUE || kind == Kind::DRIVER || kind == Kind::WORDS ||
+           kind == Kind::KEY_VALUE;
+}
+
 std::string shown(const NOD_Record &record)
 {
     const std::size_t parts = record.getParts().size();
@@ -28,6 +36,15 @@ std::string shown(const NOD_Record &record)
     }
     if (!std::holds_alternative<std::monostate>(record.getValue())) {
         return NODvalueText(record.getValue());
+    }
+    std::string values;
+    for (const auto &part : record.getParts()) {
+        if (isTold(part->getKind())) {
+            values += (values.empty() ? "" : " ") + shown(*part);
+        }
+    }
+    if (!values.empty()) {
+        return values;
     }
     return parts == 0 ? "there" : std::to_string(parts) + (parts == 1 ? " part" : " parts");
 }

@@ -38,9 +38,9 @@ std::string tokenOf(const NOD_Record &top, const NOD_RecordPath &path)
 /// On one line.
 std::string noteOf(const NOD_Conflict &conflict)
 {
-    std::string text = "\t# conflict: " + conflict.asText();
+    std::string text = "# conflict: " + conflict.asText();
     std::replace_if(
-        text.begin() + 1, text.end(),
+        text.begin(), text.end(),
         [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, ' ');
     return text + "\n";
 }

@@ -2,6 +2,8 @@
 
 #include <NOD/difference/NOD_RecordJsonPrivate.h>
 
+#include <string>
+
 namespace
 {
 
@@ -44,12 +46,12 @@ Json conflictJson(const NOD_Conflict &conflict)
 
 std::string NOD_Merge::toJson() const
 {
-    Json out;
-    out["format"] = theFormat;
-    out["version"] = theVersion;
-    out["conflicts"] = Json::array();
+    std::string text = "{\"format\":" + Json(theFormat).dump() +
+                       ",\"version\":" + std::to_string(theVersion) + ",\"conflicts\":[";
+    const char *between = "\n  ";
     for (const NOD_Conflict &conflict : myConflicts) {
-        out["conflicts"].push_back(conflictJson(conflict));
+        text += between + conflictJson(conflict).dump();
+        between = ",\n  ";
     }
-    return out.dump(2) + "\n";
+    return text + "]}\n";
 }

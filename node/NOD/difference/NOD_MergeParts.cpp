@@ -229,7 +229,13 @@ void NOD_MergeParts::mergeParts(const Triple &triple, Slots &slots)
             groups[group].push_back(part);
         }
     }
-    for (const auto &[name, group] : groups) {
+    for (auto &[name, group] : groups) {
+        std::sort(group.begin(), group.end(), [](const Triple &a, const Triple &b) {
+            const NOD_Record &one = anyOf(a);
+            const NOD_Record &other = anyOf(b);
+            return std::make_pair(one.getKind(), one.getName()) <
+                   std::make_pair(other.getKind(), other.getName());
+        });
         mergeGroup(group, slots);
     }
 }
