@@ -9,6 +9,7 @@ are those of PAGE. Exit 77, with a message, where there is no Git.
 
 import json
 import os
+import pty
 import re
 import shutil
 import subprocess
@@ -40,8 +41,14 @@ def channels(*keys):
     return "channels 1.0\n{\n    channel amount {\n        default 0\n" + lines + "    }\n}\n"
 
 
-def run(*words, fails=False):
-    done = subprocess.run(words, cwd=OUT, env=environment(), check=False, capture_output=True, text=True)
+def run(*words, fails=False, answers=None):
+    """`answers` are typed on a terminal."""
+    typed = subprocess.DEVNULL
+    if answers:
+        keyboard, typed = pty.openpty()
+        os.write(keyboard, answers.encode())
+    done = subprocess.run(words, cwd=OUT, env=environment(), check=False, stdin=typed, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, text=True)
     if (done.returncode != 0) != fails:
         sys.exit(f"{' '.join(words)}: {done.returncode}\n{done.stdout}{done.stderr}")
     return done.stdout
@@ -167,6 +174,9 @@ def conflict():
     run(ZEL, "merge", "lamp.ds", *states, "-o", "again.parms", "--theirs", "amount", "--base", "not?")
     expect("policies", read("again.parms"),
            stream(amount="3", tint="0\t0\t0", points="1", w2=None, label2=None))
+    wanted = read("again.parms")
+    run(ZEL, "merge", "lamp.ds", *states, "-o", "again.parms", "--interactive", answers="what\ntheirs\nb\n")
+    expect("answers", read("again.parms"), wanted)
     run("git", "checkout", "-q", "--theirs", "lamp.parms")
     run("git", "commit", "-q", "-am", "theirs it is")
 
