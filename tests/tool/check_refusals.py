@@ -29,17 +29,19 @@ WORDS = {
     "ADDRESS": None, "LINE": None, "SHELL": "bash", "CODE": "DS24",
     "scene FILE": "<studio.scene", "command FILE": "<commands/image.cmd", "ramp FILE": "<shader.ds",
     "ramp TOKEN": "palette", "convert OUT": None, "diff B": "<light_night.parms", "preset save NAME": "Noon",
-    "PATCH": "<night.json",
+    "PATCH": "<night.json", "THEIRS": "<light_night.parms",
 }
 # Options that a command can't do without.
 NEEDED = {"convert": ["--to", "text", "--out", ">out"], "rewrite": ["--allow-loss"],
           "doc": ["--out", ">pages"], "migrate": ["--out", ">out"],
-          "ramp": ["--svg", ">out"], "patch": ["--out", ">out"], "set": ["--out", ">out"]}
+          "ramp": ["--svg", ">out"], "patch": ["--out", ">out"], "set": ["--out", ">out"],
+          "merge": ["--out", ">out"]}
 FLAGS = {"--binary", "--check", "--compact", "--allow-loss", "--diff", "--dry-run", "--fix", "--force", "--json",
          "--keep-going", "--list", "--no-scripts", "--numbers", "--page", "--sort", "--stop", "--strict", "--times",
-         "--help", "--stamp", "--exact", "--patch", "--stat", "--reverse"}
+         "--help", "--stamp", "--exact", "--patch", "--stat", "--reverse",
+         "--interactive", "--no-notes", "--ours", "--theirs", "--base", "--path"}
 READS = {"--channels", "--map", "--script", "--values"}
-WRITES = {"--convert", "--out", "--svg"}
+WRITES = {"--convert", "--out", "--report", "--svg"}
 # Values that are refused, and what the message names; `ramp` has another script.
 SETS = [("nothere=1", "nothere"), ("{number}=red", "red"), ("{number}", "{number}"), ("{number}:7=1", "7"),
         ("{menu}=nothere", "nothere"), ("nothere*=1", "nothere*")]

@@ -1,6 +1,7 @@
 #include <NOD/NOD_Difference.h>
 
 #include <NOD/NOD_Report.h>
+#include <NOD/difference/NOD_RecordJsonPrivate.h>
 
 #include <cmath>
 #include <cstring>
@@ -356,4 +357,19 @@ bool NOD_Difference::fromJson(std::string_view text, const std::string &name, NO
         report.add({KIT_ERROR_ABORT, name, 0, place, fault.what(), {}, 0});
     }
     return false;
+}
+
+nlohmann::ordered_json NODjsonOf(const NOD_Record &record)
+{
+    return jsonOf(record);
+}
+
+nlohmann::ordered_json NODjsonOf(const NOD_RecordPath &path)
+{
+    return jsonOf(path);
+}
+
+nlohmann::ordered_json NODjsonOf(const std::string &text)
+{
+    return jsonOf(text);
 }

@@ -1,0 +1,85 @@
+/// \file NOD_MergeJudgePrivate.h
+/// Gathers the conflicts of a merge and says who stands. Not installed.
+///
+/// Ownership:  borrows policies and chooser.
+/// Threads:    one thread at a time.
+#pragma once
+
+#include <NOD/NOD_Merge.h>
+
+#include <array>
+#include <unordered_map>
+#include <utility>
+
+/// The same thing in the three states; null where it isn't.
+struct NOD_MergeTriple
+{
+    const NOD_Record *base = nullptr;
+    const NOD_Record *ours = nullptr;
+    const NOD_Record *theirs = nullptr;
+
+    const NOD_Record *of(NOD_MergeSide side) const
+    {
+        return side == NOD_MergeSide::OURS ? ours : side == NOD_MergeSide::THEIRS ? theirs : base;
+    }
+};
+
+class NOD_MergeJudge
+{
+public:
+    using Side = NOD_MergeSide;
+    using Policies = std::vector<std::pair<std::string, Side>>;
+    using Prefixes = std::array<NOD_RecordPath, 3>; ///< by side
+
+    NOD_MergeJudge(const Policies &policies, const NOD_Merge::Chooser &chooser)
+        : myPolicies(policies), myChooser(chooser)
+    {}
+
+    Side decide(NOD_Conflict conflict);
+    /// Of single records.
+    Side decide(NOD_Conflict::Kind kind, const NOD_MergeTriple &triple);
+    /// Where the last conflict stands in the merged state; null if nowhere.
+    void setPlace(const NOD_Record *record) { setPlace(getCount() - 1, record); }
+    void setPlace(std::size_t conflict, const NOD_Record *record) { myPlaces[conflict] = record; }
+    std::size_t getCount() const { return myConflicts.size(); }
+    /// What one side of a conflict has; the path is set if it is the first, or `isMain`.
+    void addTo(NOD_ConflictSide &place, const NOD_Record &record, Side side, bool isMain) const;
+    /// The records are in copies with bound channels (NOD_MergeChannelsPrivate.h) of records with these paths, or, with
+    /// null, in the states themselves.
+    const Prefixes *setBound(const Prefixes *prefixes) { return std::exchange(myBound, prefixes); }
+    NOD_RecordPath pathOf(const NOD_Record &record, Side side) const;
+    /// With the paths of the merged state, which is complete now.
+    NOD_Merge::Conflicts takeConflicts();
+
+private:
+    const Policies &myPolicies;
+    const NOD_Merge::Chooser &myChooser;
+    const Prefixes *myBound = nullptr;
+    NOD_Merge::Conflicts myConflicts;
+    std::vector<const NOD_Record *> myPlaces;
+};
+
+/// Copies of three states with bound channels, where items have any; the judge knows of them while they are there.
+class NOD_BoundStates
+{
+public:
+    NOD_BoundStates(NOD_MergeJudge &judge, const NOD_MergeTriple &triple);
+    ~NOD_BoundStates();
+    NOD_BoundStates(const NOD_BoundStates &) = delete;
+    NOD_BoundStates &operator=(const NOD_BoundStates &) = delete;
+
+    bool isBound() const { return myCopies[0] != nullptr; }
+    /// The copies, or what they would be of.
+    const NOD_MergeTriple &get() const { return myTriple; }
+    void release(NOD_Record &made) const;
+
+private:
+    NOD_MergeJudge &myJudge;
+    NOD_MergeTriple myTriple;
+    NOD_MergeJudge::Prefixes myPrefixes;
+    const NOD_MergeJudge::Prefixes *myFormer = nullptr;
+    std::array<std::unique_ptr<NOD_Record>, 3> myCopies;
+};
+
+/// Equal in all parts; not their names.
+bool NODareEqual(const NOD_Record &left, const NOD_Record &right);

@@ -1,0 +1,57 @@
+#include "ZELT_CommandLine.h"
+#include "ZELT_Comparison.h"
+#include "ZELT_Messages.h"
+
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptMap.h>
+
+#include <iostream>
+
+namespace
+{
+
+struct Call
+{
+    std::string file;
+    std::string script;
+};
+
+int cat(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
+{
+    std::string bytes;
+    if (!ZELTreadBytes(call.file, bytes, messages)) {
+        return 1;
+    }
+    if (!NOD_ValueFile::isBinary(bytes)) {
+        std::cout << bytes;
+        return 0;
+    }
+    NOD_Report report;
+    const std::string script = call.script.empty() ? NODfindScript(call.file, report) : call.script;
+    constexpr bool isExact = true;
+    constexpr bool isBinary = false;
+    ZELT_Comparison reader(isExact);
+    NOD_Document document;
+    std::string text;
+    const bool goodFlag = !report.hasErrors() &&
+                          reader.readOne(script, call.file, document, messages) &&
+                          document.write(text, isBinary, report);
+    messages.add(report);
+    std::cout << text;
+    return goodFlag ? 0 : 1;
+}
+
+} // namespace
+
+void ZELTaddCat(ZELT_CommandLine &line)
+{
+    const auto [command, call] =
+        line.add("cat", "Print a binary stream, channel file or scene as text, and a text as it is",
+                 "zel cat examples/light.parms", cat);
+    command
+        .addOption("FILE", call.file,
+                   "A stream, channel file, node or scene file; - for standard input")
+        .required();
+    command.addOption("--script", call.script,
+                      "The dialog script that it has the values of; else .zelscripts says it");
+}

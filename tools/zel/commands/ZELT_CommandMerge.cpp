@@ -1,0 +1,224 @@
+#include "ZELT_CommandLine.h"
+#include "ZELT_Comparison.h"
+#include "ZELT_File.h"
+#include "ZELT_Messages.h"
+
+#include <NOD/NOD_ConflictNotes.h>
+#include <NOD/NOD_Merge.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptMap.h>
+
+#include <iostream>
+#include <unistd.h>
+
+namespace
+{
+
+using Side = NOD_MergeSide;
+
+struct Call
+{
+    std::string files[4]; ///< a script, or none, and the three
+    std::string script;
+    std::string path; ///< what the files are called where they come from
+    std::string out;
+    std::string report;
+    std::vector<std::string> ours;
+    std::vector<std::string> theirs;
+    std::vector<std::string> base;
+    bool interactive = false;
+    bool noNotes = false;
+};
+
+struct Files
+{
+    std::string script;
+    ZELT_ScriptPtr interface; ///< null without a script
+    std::string names[3];
+    NOD_Document documents[3]; ///< base, ours, theirs
+};
+
+bool read(const Call &call, Files &files, ZELT_Messages &messages)
+{
+    const bool scriptFlag = !call.files[3].empty();
+    for (int i = 0; i < 3; ++i) {
+        files.names[i] = call.files[scriptFlag ? i + 1 : i];
+    }
+    NOD_Report report;
+    const std::string &given = call.script.empty() && scriptFlag ? call.files[0] : call.script;
+    files.script = given.empty()
+                       ? NODfindScript(call.path.empty() ? files.names[1] : call.path, report)
+                       : given;
+    messages.add(report);
+    if (report.hasErrors()) {
+        return false;
+    }
+    if (!files.script.empty() && !(files.interface = ZELTloadScript(files.script, messages))) {
+        return false;
+    }
+    constexpr bool isExact = true;
+    ZELT_Comparison reader(isExact);
+    bool goodFlag = true;
+    for (int i = 0; i < 3; ++i) {
+        // What both sides have added began as nothing.
+        std::string bytes;
+        const bool lookFlag = i == 0 && files.names[0] != "-";
+        if (lookFlag && !ZELTreadBytes(files.names[0], bytes, messages)) {
+            return false;
+        }
+        const bool emptyFlag = lookFlag && bytes.empty();
+        goodFlag = (emptyFlag ||
+                    reader.readOne(files.script, files.names[i], files.documents[i], messages)) &&
+                   goodFlag;
+    }
+    const NOD_FileKind kind = files.documents[1].getKind();
+    for (const int i : {0, 2}) {
+        const NOD_FileKind other = files.documents[i].getKind();
+        if (goodFlag && other != kind && (i != 0 || other != NOD_FileKind::NONE)) {
+            messages.error(files.names[i], std::string("is ") + NOD_ValueFile::getKindName(other) +
+                                               ", which can't be merged with " +
+                                               NOD_ValueFile::getKindName(kind));
+            goodFlag = false;
+        }
+    }
+    return goodFlag;
+}
+
+/// What a person at the terminal says; ours at the end of the input.
+Side ask(const NOD_Conflict &conflict)
+{
+    std::cerr << conflict.asText() << '\n';
+    for (std::string answer;;) {
+        std::cerr << "[o]urs, [t]heirs or [b]ase? " << std::flush;
+        if (!std::getline(std::cin, answer)) {
+            std::cerr << '\n';
+            return Side::OURS;
+        }
+        for (const Side side : {Side::OURS, Side::THEIRS, Side::BASE}) {
+            const std::string name = NODmergeSideName(side);
+            if (answer == name || answer == name.substr(0, 1)) {
+                return side;
+            }
+        }
+    }
+}
+
+/// Comments that wouldn't be read as such are left out.
+void addNotes(const Call &call, const Files &files, const NOD_Merge &merge,
+              const NOD_Document &made, std::string &bytes)
+{
+    if (call.noNotes || made.isBinary() || made.getKind() != NOD_FileKind::STREAM) {
+        return;
+    }
+    NOD_Merge::Conflicts open;
+    for (const NOD_Conflict &conflict : merge.getConflicts()) {
+        if (!conflict.isDecided) {
+            open.push_back(conflict);
+        }
+    }
+    const std::string noted = NODaddConflictNotes(bytes, made.getTop(), open);
+    const auto readAgain = [&](const std::string &text, NOD_Document &document) {
+        NOD_Report report;
+        NOD_DocumentOptions options;
+        options.isExact = true;
+        options.interface = files.interface;
+        return document.read(text, files.names[1], options, report) && report.isEmpty();
+    };
+    NOD_Document without, with;
+    if (!open.empty() && readAgain(bytes, without) && readAgain(noted, with) &&
+        with.getTop().isSame(without.getTop())) {
+        bytes = noted;
+    }
+}
+
+void print(const Call &call, const ZELT_Options &options, const Files &files,
+           const NOD_Merge &merge)
+{
+    std::ostream &os = call.out == "-" ? std::cerr : std::cout;
+    const std::string &name = call.path.empty() ? files.names[1] : call.path;
+    if (options.json) {
+        os << merge.toJson();
+        return;
+    }
+    for (const NOD_Conflict &conflict : merge.getConflicts()) {
+        os << name << ": " << (conflict.isDecided ? "decided: " : "conflict: ") << conflict.asText()
+           << '\n';
+    }
+}
+
+int merge(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
+{
+    Files files;
+    if (call.interactive && isatty(STDIN_FILENO) == 0) {
+        messages.error("", "--interactive asks on a terminal, and standard input is none");
+        return 1;
+    }
+    if (!read(call, files, messages)) {
+        return 1;
+    }
+    NOD_Merge merge;
+    const std::pair<const std::vector<std::string> &, Side> policies[] = {
+        {call.base, Side::BASE}, {call.theirs, Side::THEIRS}, {call.ours, Side::OURS}};
+    for (const auto &[patterns, side] : policies) {
+        for (const std::string &pattern : patterns) {
+            merge.addPolicy(pattern, side);
+        }
+    }
+    if (call.interactive) {
+        merge.setChooser(ask);
+    }
+    NOD_Document &made = files.documents[1];
+    std::unique_ptr<NOD_Record> top =
+        merge.merge(files.documents[0].getTop(), made.getTop(), files.documents[2].getTop());
+    made.setTop(std::move(top));
+    std::string bytes;
+    NOD_Report report;
+    const bool writtenFlag = made.write(bytes, report);
+    messages.add(report);
+    if (!writtenFlag) {
+        return 1;
+    }
+    addNotes(call, files, merge, made, bytes);
+    print(call, options, files, merge);
+    const bool goodFlag =
+        (call.report.empty() || ZELTwriteFile(call.report, merge.toJson(), messages)) &&
+        ZELTwriteFile(call.out, bytes, messages);
+    return goodFlag && merge.getOpenCount() == 0 ? 0 : 1;
+}
+
+} // namespace
+
+void ZELTaddMerge(ZELT_CommandLine &line)
+{
+    const auto [command, call] =
+        line.add("merge", "Join what two people made of one file",
+                 "zel merge examples/light.ds examples/light.parms examples/light_night.parms "
+                 "examples/light.parms -o -",
+                 merge);
+    command
+        .addOption("FILE", call.files[0],
+                   "The dialog script that the three have the values of; or, without THEIRS, the "
+                   "file that both began with")
+        .required();
+    command.addOption("A", call.files[1], "The file that both began with; or, without THEIRS, ours")
+        .required();
+    command.addOption("B", call.files[2], "Ours; or, without THEIRS, theirs").required();
+    command.addOption("THEIRS", call.files[3], "Theirs");
+    command
+        .addOption("-o,--out", call.out,
+                   "The file to write, in the form of ours; - for standard output")
+        .required();
+    command.addOption("--script", call.script,
+                      "The dialog script, where it isn't an argument; else .zelscripts says it");
+    command.addOption("--path", call.path,
+                      "What the file is called: for messages, and to find its script");
+    command.addOption("--report", call.report, "A file for the conflicts, as JSON");
+    command.addList("--ours", call.ours, "Where both differ, ours stands if the path fits");
+    command.addList("--theirs", call.theirs,
+                    "Theirs stands if the path fits, unless --ours fits, too");
+    command.addList("--base", call.base,
+                    "What both began with stands if the path fits, unless another one fits");
+    command.addFlag("--interactive", call.interactive, "Ask about each conflict");
+    command.addFlag("--no-notes", call.noNotes,
+                    "Write no comments about conflicts in front of entries");
+}
