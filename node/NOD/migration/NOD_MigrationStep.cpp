@@ -1,0 +1,310 @@
+#include <NOD/NOD_MigrationStep.h>
+
+#include <KIT/KIT_Digits.h>
+#include <KIT/KIT_WorkBuffer.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace
+{
+
+using Step = NOD_MigrationStep;
+using Kind = Step::Kind;
+using Value = Step::Value;
+
+constexpr const char *theKindWords[] = {"rename", "retype", "unit",   "menu",
+                                        "split",  "join",   "freeze", "drop"};
+constexpr const char *theValueWords[] = {"float", "int", "toggle", "menu", "string"};
+
+/// Whether a value of the one, made one of the other, can be found again: rows are from, columns to.
+constexpr bool theUndoable[std::size(theValueWords)][std::size(theValueWords)] = {
+    // float int toggle menu string
+    {true, false, false, false, true}, // float
+    {true, true, false, false, true},  // int
+    {true, true, true, false, true},   // toggle
+    {true, true, false, true, true},   // menu
+    {false, false, false, true, true}, // string
+};
+
+template <class Word, std::size_t N>
+bool findWord(const char *const (&words)[N], std::string_view word, Word &found)
+{
+    const auto *const at = std::find(std::begin(words), std::end(words), word);
+    if (at != std::end(words)) {
+        found = Word(at - std::begin(words));
+    }
+    return at != std::end(words);
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+std::string withNumbers(const std::string &pattern, const std::vector<std::string> &numbers)
+{
+    std::string token;
+    std::size_t next = 0;
+    for (const char c : pattern) {
+        token += c == '#' && next < numbers.size() ? numbers[next++] : std::string(1, c);
+    }
+    return token;
+}
+
+/// In quotes if it is no single word.
+std::string wordText(const std::string &text)
+{
+    const bool plainFlag = !text.empty() && text[0] != '#' && text[0] != '"' &&
+                           std::all_of(text.begin(), text.end(), [](char c) {
+                               return static_cast<unsigned char>(c) > ' ' && c != '"' && c != '\\';
+                           });
+    KIT_WorkBuffer buffer;
+    buffer.appendQuoted(text);
+    return plainFlag ? text : std::string(buffer.view());
+}
+
+char undone(char sign)
+{
+    switch (sign) {
+    case '*': return '/';
+    case '/': return '*';
+    case '+': return '-';
+    default: return '+';
+    }
+}
+
+/// What a name of the former version is called in the present one: several names after a split.
+std::vector<std::string> presentNames(const std::vector<Step> &steps, const std::string &name)
+{
+    for (const Step &step : steps) {
+        const int source = step.isValueStep() || step.targets.empty() ? -1 : step.findSource(name);
+        std::vector<std::string> names;
+        for (std::size_t i = 0; source >= 0 && i < step.targets.size(); ++i) {
+            names.push_back(step.targetOf(name, source, int(i)));
+        }
+        if (!names.empty()) {
+            return names;
+        }
+    }
+    return {name};
+}
+
+/// The value steps of a name, in words that don't name it.
+std::string valueTexts(const std::vector<Step> &steps, const std::string &name)
+{
+    std::string texts;
+    for (Step step : steps) {
+        if (step.isValueStep() && step.findSource(name) >= 0) {
+            step.sources.clear();
+            texts += step.asText() + "\n";
+        }
+    }
+    return texts;
+}
+
+/// What a join makes one has to be one: then the first of its parameters stands for all.
+enum class Part
+{
+    NONE,
+    FIRST,
+    OTHER,
+    UNEQUAL
+};
+
+Part partOf(const std::vector<Step> &steps, const std::string &name)
+{
+    for (const Step &step : steps) {
+        const int source = step.kind == Kind::JOIN ? step.findSource(name) : -1;
+        if (source < 0) {
+            continue;
+        }
+        for (const std::string &one : step.sources) {
+            if (valueTexts(steps, one) != valueTexts(steps, step.sources[0])) {
+                return Part::UNEQUAL;
+            }
+        }
+        return source == 0 ? Part::FIRST : Part::OTHER;
+    }
+    return Part::NONE;
+}
+
+/// A value step without its names; false if it can't be undone.
+bool undoValue(const std::vector<Step> &steps, Step &step)
+{
+    if (step.kind == Kind::RETYPE) {
+        const bool good = theUndoable[std::size_t(step.from)][std::size_t(step.to)];
+        std::swap(step.from, step.to);
+        return good;
+    }
+    if (step.kind == Kind::UNIT) {
+        step.operations = NODundoOperations(step.operations);
+        step.undoFlag = !step.undoFlag;
+        return true;
+    }
+    // Two entries that have become one.
+    const auto same = [&](const Step &one) {
+        return one.kind == Kind::MENU && one.sources == step.sources &&
+               one.newEntry == step.newEntry;
+    };
+    const bool good = std::count_if(steps.begin(), steps.end(), same) == 1;
+    std::swap(step.entry, step.newEntry);
+    return good;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------- //
+// Words
+// ---------------------------------------------------------------------- //
+
+const char *NOD_MigrationStep::getKindWord(Kind kind)
+{
+    return theKindWords[std::size_t(kind)];
+}
+
+bool NOD_MigrationStep::findKind(std::string_view word, Kind &kind)
+{
+    return findWord(theKindWords, word, kind);
+}
+
+std::vector<std::string> NOD_MigrationStep::getKindWords()
+{
+    return {std::begin(theKindWords), std::end(theKindWords)};
+}
+
+const char *NOD_MigrationStep::getValueWord(Value value)
+{
+    return theValueWords[std::size_t(value)];
+}
+
+bool NOD_MigrationStep::findValue(std::string_view word, Value &value)
+{
+    return findWord(theValueWords, word, value);
+}
+
+std::vector<std::string> NOD_MigrationStep::getValueWords()
+{
+    return {std::begin(theValueWords), std::end(theValueWords)};
+}
+
+// ---------------------------------------------------------------------- //
+// Steps
+// ---------------------------------------------------------------------- //
+
+NOD_MigrationStep NOD_MigrationStep::rename(const std::string &former, const std::string &present)
+{
+    NOD_MigrationStep step;
+    step.sources = {former};
+    step.targets = {present};
+    return step;
+}
+
+std::string NOD_MigrationStep::asText() const
+{
+    std::string text = getKindWord(kind);
+    for (const std::vector<std::string> *names : {&sources, &targets}) {
+        for (const std::string &name : *names) {
+            text += " " + wordText(name);
+        }
+    }
+    for (const Operation &operation : operations) {
+        text += std::string(" ") + operation.sign + " " + KIT_Digits(operation.number).buffer();
+    }
+    switch (kind) {
+    case Kind::RETYPE: return text + " " + getValueWord(from) + " " + getValueWord(to);
+    case Kind::MENU: return text + " " + wordText(entry) + " " + wordText(newEntry);
+    case Kind::DROP: return text + " " + wordText(reason);
+    default: return text;
+    }
+}
+
+int NOD_MigrationStep::findSource(const std::string &token) const
+{
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        std::vector<std::string> numbers;
+        if (NODmatchNumbers(token, sources[i], numbers)) {
+            return int(i);
+        }
+    }
+    return -1;
+}
+
+std::string NOD_MigrationStep::targetOf(const std::string &token, int source, int target) const
+{
+    std::vector<std::string> numbers;
+    if (std::size_t(target) >= targets.size() ||
+        !NODmatchNumbers(token, sources[std::size_t(source)], numbers)) {
+        return token;
+    }
+    return withNumbers(targets[std::size_t(target)], numbers);
+}
+
+bool NODmatchNumbers(const std::string &token, const std::string &pattern,
+                     std::vector<std::string> &numbers)
+{
+    std::size_t at = 0;
+    for (const char c : pattern) {
+        if (c != '#') {
+            if (at >= token.size() || token[at++] != c) {
+                return false;
+            }
+            continue;
+        }
+        const std::size_t start = at;
+        if (at < token.size() && token[at] == '#') {
+            ++at;
+        } else {
+            while (at < token.size() && isDigit(token[at])) {
+                ++at;
+            }
+        }
+        if (at == start) {
+            return false;
+        }
+        numbers.push_back(token.substr(start, at - start));
+    }
+    return at == token.size();
+}
+
+std::vector<NOD_MigrationStep::Operation>
+NODundoOperations(std::vector<NOD_MigrationStep::Operation> operations)
+{
+    std::reverse(operations.begin(), operations.end());
+    for (Step::Operation &operation : operations) {
+        operation.sign = undone(operation.sign);
+    }
+    return operations;
+}
+
+std::vector<NOD_MigrationStep> NODundoSteps(const std::vector<NOD_MigrationStep> &steps,
+                                            std::vector<std::size_t> &faults)
+{
+    std::vector<Step> back;
+    for (std::size_t i = steps.size(); i-- > 0;) {
+        Step step = steps[i];
+        if (step.isValueStep()) {
+            const Part part = partOf(steps, step.sources[0]);
+            if (part == Part::OTHER) {
+                continue;
+            }
+            if (part == Part::UNEQUAL || !undoValue(steps, step)) {
+                faults.insert(faults.begin(), i);
+                continue;
+            }
+            for (const std::string &name : presentNames(steps, step.sources[0])) {
+                step.sources = {name};
+                back.push_back(step);
+            }
+        } else if (step.kind == Kind::DROP) {
+            faults.insert(faults.begin(), i);
+        } else if (step.kind != Kind::FREEZE) {
+            std::swap(step.sources, step.targets);
+            step.kind = step.kind == Kind::SPLIT  ? Kind::JOIN
+                        : step.kind == Kind::JOIN ? Kind::SPLIT
+                                                  : step.kind;
+            back.push_back(step);
+        }
+    }
+    return back;
+}
