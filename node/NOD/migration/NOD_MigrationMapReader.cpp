@@ -110,7 +110,7 @@ void NOD_MigrationMapReader::fail(std::size_t begin, std::size_t end, const std:
     detail->expected = std::move(expected);
     NOD_Message message;
     message.file = myMap.myName;
-    message.line = myLine;
+    message.line = detail->place.line;
     message.text = text;
     message.detail = std::move(detail);
     myReport.add(std::move(message));
@@ -256,7 +256,9 @@ void NOD_MigrationMapReader::readVersion(const Words &words)
 
 void NOD_MigrationMapReader::end()
 {
-    const std::size_t size = myText.size();
+    // What is missing is missing behind the last word; its line is counted.
+    myLine = 0;
+    const std::size_t size = myText.find_last_not_of(" \t\r\n") + 1;
     if (myTestFlag) {
         fail(size, size, "the test has no end", {}, {"end"});
     }
