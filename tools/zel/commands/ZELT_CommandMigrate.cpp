@@ -6,6 +6,7 @@
 #include "ZELT_Session.h"
 
 #include <NOD/NOD_Migration.h>
+#include <NOD/NOD_MigrationCheck.h>
 #include <NOD/NOD_MigrationMap.h>
 #include <NOD/NOD_MigrationWalk.h>
 #include <NOD/NOD_Node.h>
@@ -37,6 +38,7 @@ struct Call
     std::string from; ///< a version of the map; "" for what the file says
     std::string to;   ///< "" for the last
     bool dryFlag = false;
+    bool checkFlag = false;
     bool allowLossFlag = false;
 };
 
@@ -257,6 +259,39 @@ int walk(const Call &call, NOD_MigrationMap &map, const ZELT_Options &options,
     return finish(call, input, scene, node, files[0], walk, good, report, options, messages);
 }
 
+/// Whether each map covers its scripts and does what its tests say.
+int check(std::vector<NOD_MigrationMap> &maps, const ZELT_Options &options, ZELT_Messages &messages)
+{
+    ZELT_Json json = ZELT_Json::array();
+    for (NOD_MigrationMap &map : maps) {
+        NOD_Report report;
+        int tests = 0;
+        int failed = 0;
+        int holes = 0;
+        if (map.isPlain()) {
+            map.tell(0, "", "has no versions to be checked", report);
+        } else if (map.loadScripts(report)) {
+            holes = NODcheckMigration(map, report);
+            failed = NODrunMigrationTests(map, report, &tests);
+        }
+        messages.add(report);
+        messages.takeErrors("");
+        json.push_back({{"map", map.getName()},
+                        {"versions", map.isPlain() ? 0 : int(map.getVersions().size())},
+                        {"holes", holes},
+                        {"tests", tests},
+                        {"failed", failed}});
+        if (!options.json && !report.hasErrors()) {
+            std::cout << map.getName() << ": versions " << map.getVersionNames() << ", " << tests
+                      << (tests == 1 ? " test\n" : " tests\n");
+        }
+    }
+    if (options.json) {
+        std::cout << ZELTjsonDocument(json) << '\n';
+    }
+    return messages.hasErrors() ? 1 : 0;
+}
+
 int run(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     NOD_Report report;
@@ -270,6 +305,9 @@ int run(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     messages.add(report);
     if (!good) {
         return 1;
+    }
+    if (call.checkFlag) {
+        return check(maps, options, messages);
     }
     if (!versionsFlag) {
         if (call.input.empty() || !call.from.empty() || !call.to.empty()) {
@@ -295,10 +333,9 @@ void ZELTaddMigrate(ZELT_CommandLine &line)
         "zel migrate examples/migration/emitter_v1.ds examples/migration/emitter.ds "
         "examples/migration/emitter_v1.parms --rename birthrate=rate --allow-loss -o emitter.parms",
         run);
-    command
-        .addOption("OLD", call.former,
-                   "The dialog script that the values are of; with a --map of versions IN")
-        .required();
+    const ZELT_Option former = command.addOption(
+        "OLD", call.former,
+        "The dialog script that the values are of; with a --map of versions, IN itself");
     const ZELT_Option present =
         command.addOption("NEW", call.present, "The dialog script that they are to be of");
     const ZELT_Option input = command.addOption(
@@ -309,10 +346,18 @@ void ZELTaddMigrate(ZELT_CommandLine &line)
     const ZELT_Option dry = command.addFlag("--dry-run", call.dryFlag, "Only tell; write nothing");
     command.addOption("--channels", call.channels, "The channel file of a stream");
     command.addList("--rename", call.renames, "OLD=NEW, with # for the numbers of items");
-    command.addList("--map", call.maps, "A file of renames, OLD NEW on each line, or of versions");
+    const ZELT_Option maps = command.addList(
+        "--map", call.maps, "A file of renames, OLD NEW on each line, or of versions");
     command.addOption("--from", call.from, "The version that the values are of");
     command.addOption("--to", call.to, "The version that they are to be of; else the last");
     ZELTaddForm(command, call.form);
     ZELTaddAllowLoss(command, call.allowLossFlag, "Exit 0 also where a value is lost or changed");
-    command.needsOne("-o or --dry-run", {out, dry});
+    const ZELT_Option check =
+        command
+            .addFlag("--check", call.checkFlag,
+                     "Whether the maps cover the scripts of their versions; runs their tests")
+            .needs(maps);
+    check.excludes(former);
+    command.needsOne("OLD NEW IN", {former, check});
+    command.needsOne("-o or --dry-run", {out, dry, check});
 }
