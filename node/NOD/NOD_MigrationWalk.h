@@ -33,7 +33,8 @@ public:
 
     /// With it what can't be undone on the way down is left out, with a warning.
     void setAllowLoss(bool allow) { myAllowLossFlag = allow; }
-    /// From the version that the node is of, as one step of undo. The map's scripts are loaded, those of the versions
+    /// From the version that the node is of, as one step of undo; the node says then which one it is
+    /// (NOD_Node::getTypeVersion). The map's scripts are loaded, those of the versions
     /// on the way at least. With `last` the node gets that interface in place of the last version's.
     bool run(NOD_Node &node, const NOD_MigrationMap &map, int from, int to, double time,
              NOD_Report &report, const std::shared_ptr<const NOD_Interface> &last = nullptr);

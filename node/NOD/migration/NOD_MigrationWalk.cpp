@@ -77,6 +77,7 @@ bool NOD_MigrationWalk::run(NOD_Node &node, const NOD_MigrationMap &map, int fro
             return false;
         }
         myLossFlag = myLossFlag || migration.hasLoss();
+        node.setTypeVersion(version.name);
         myStages.push_back({map.getVersions()[here].name, version.name, migration.getEntries()});
     }
     return true;

@@ -238,6 +238,20 @@ int findVersion(const NOD_MigrationMap &map, const std::string &name, NOD_Report
     return version;
 }
 
+/// What a node file says; standard input is read once, by what applies it.
+std::string versionIn(const std::string &input, NOD_Report &report)
+{
+    NOD_ValueFile file;
+    return input != "-" && ZELTreadValues(file, input, report) ? file.findNodeVersion() : "";
+}
+
+/// Files without a version may be of one that the map names.
+int findFrom(const NOD_MigrationMap &map, const std::string &name, NOD_Report &report)
+{
+    return name.empty() && map.getUnmarked() >= 0 ? map.getUnmarked()
+                                                  : findVersion(map, name, report);
+}
+
 int walk(const Call &call, NOD_MigrationMap &map, const ZELT_Options &options,
          ZELT_Messages &messages)
 {
@@ -247,7 +261,8 @@ int walk(const Call &call, NOD_MigrationMap &map, const ZELT_Options &options,
     NOD_MigrationWalk walk;
     std::vector<NOD_ValueFile> files(call.channels.empty() ? 1 : 2);
     bool good = map.loadScripts(report);
-    const int from = good ? findVersion(map, call.from, report) : -1;
+    const std::string said = call.from.empty() ? versionIn(input, report) : call.from;
+    const int from = good && !report.hasErrors() ? findFrom(map, said, report) : -1;
     const int to = call.to.empty() ? map.getLast() : findVersion(map, call.to, report);
     good = from >= 0 && to >= 0;
     NOD_Node *const node =
