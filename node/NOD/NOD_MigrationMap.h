@@ -72,6 +72,9 @@ class NOD_API NOD_MigrationMap
 public:
     /// More bytes are refused.
     static constexpr std::size_t theMostBytes = std::size_t(1) << 20;
+    /// In all versions together.
+    static constexpr int theMostSteps = 4096;
+    static constexpr int theMostTests = 1024;
 
     // ------------------------------------------------------------------ //
     /// \name In and out

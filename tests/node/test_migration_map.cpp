@@ -108,6 +108,11 @@ TEST(MigrationMap, FaultsHaveTheirPlaces)
     NOD_MigrationMap map;
     NOD_Report report;
     EXPECT_FALSE(map.read(std::string(NOD_MigrationMap::theMostBytes + 1, '\n'), "m", report));
+    std::string many = head;
+    for (int i = 0; i < NOD_MigrationMap::theMostSteps + 9; ++i) {
+        many += "freeze a" + std::to_string(i) + "\n";
+    }
+    EXPECT_EQ(faultsOf(many), "4100:1-7: more than 4096 steps: the rest isn't read\n");
     EXPECT_FALSE(map.read("nowhere/m", report));
     EXPECT_EQ(report.asText(), "m: has more than 1048576 bytes\n"
                                "nowhere/m: can't be read: No such file or directory\n");

@@ -20,6 +20,7 @@ using Kind = Step::Kind;
 constexpr const char *theStart = "migration";
 constexpr const char *theFormat = "1.0";
 constexpr std::size_t theMany = ~std::size_t(0);
+constexpr std::size_t theMostParts = 32; // components of a vector
 
 /// The words of each kind of step: how many, and what they are.
 struct Form
@@ -33,8 +34,8 @@ constexpr Form theForms[] = {
     {4, 4, "retype NAME KIND KIND"},
     {4, theMany, "unit NAME * FACTOR + OFFSET"},
     {4, 4, "menu NAME FORMER PRESENT"},
-    {4, theMany, "split VECTOR NAME NAME ..."},
-    {4, theMany, "join NAME NAME ... VECTOR"},
+    {4, theMostParts + 2, "split VECTOR NAME NAME ..."},
+    {4, theMostParts + 2, "join NAME NAME ... VECTOR"},
     {2, 2, "freeze NAME"},
     {3, 3, "drop NAME REASON"},
 };
@@ -372,6 +373,13 @@ bool NOD_MigrationMapReader::readValue(const Word &word, Step::Value &value)
 /// Whether it goes with the steps before it.
 bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
 {
+    if (++mySteps > NOD_MigrationMap::theMostSteps) {
+        if (mySteps == NOD_MigrationMap::theMostSteps + 1) {
+            fail(words[0], "more than " + std::to_string(NOD_MigrationMap::theMostSteps) +
+                               " steps: the rest isn't read");
+        }
+        return false;
+    }
     for (const std::vector<std::string> *names : {&step.sources, &step.targets}) {
         for (const std::string &name : *names) {
             if (marksIn(name) != marksIn(step.sources[0])) {
@@ -416,6 +424,9 @@ bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
 void NOD_MigrationMapReader::readTest(const Words &words)
 {
     myTestFlag = true;
+    if (++myTests == NOD_MigrationMap::theMostTests + 1) {
+        fail(words[0], "more than " + std::to_string(NOD_MigrationMap::theMostTests) + " tests");
+    }
     NOD_MigrationTest test;
     test.line = myLine;
     if (expectWords(words, 2, 4, "test NAME from VERSION")) {

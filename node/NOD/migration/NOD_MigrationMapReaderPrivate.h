@@ -56,6 +56,8 @@ private:
     NOD_Report &myReport;
     std::size_t myAt = 0;
     int myLine = 0;
+    int mySteps = 0;
+    int myTests = 0;
     bool myStartedFlag = false;
     bool myTestFlag = false; ///< in a test
 };

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace
 {
@@ -112,22 +113,37 @@ enum class Part
     UNEQUAL
 };
 
-Part partOf(const std::vector<Step> &steps, const std::string &name)
+/// The joins of a version, and whether the parameters of each have the same value steps.
+class Joins
 {
-    for (const Step &step : steps) {
-        const int source = step.kind == Kind::JOIN ? step.findSource(name) : -1;
-        if (source < 0) {
-            continue;
-        }
-        for (const std::string &one : step.sources) {
-            if (valueTexts(steps, one) != valueTexts(steps, step.sources[0])) {
-                return Part::UNEQUAL;
+public:
+    explicit Joins(const std::vector<Step> &steps)
+    {
+        for (const Step &step : steps) {
+            const std::string first =
+                step.kind == Kind::JOIN ? valueTexts(steps, step.sources[0]) : "";
+            if (step.kind == Kind::JOIN) {
+                myJoins.emplace_back(&step, std::all_of(step.sources.begin(), step.sources.end(),
+                                                        [&](const std::string &name) {
+                                                            return valueTexts(steps, name) == first;
+                                                        }));
             }
         }
-        return source == 0 ? Part::FIRST : Part::OTHER;
     }
-    return Part::NONE;
-}
+    Part partOf(const std::string &name) const
+    {
+        for (const auto &[join, equalFlag] : myJoins) {
+            const int source = join->findSource(name);
+            if (source >= 0) {
+                return !equalFlag ? Part::UNEQUAL : source == 0 ? Part::FIRST : Part::OTHER;
+            }
+        }
+        return Part::NONE;
+    }
+
+private:
+    std::vector<std::pair<const Step *, bool>> myJoins;
+};
 
 /// A value step without its names; false if it can't be undone.
 bool undoValue(const std::vector<Step> &steps, Step &step)
@@ -281,10 +297,11 @@ std::vector<NOD_MigrationStep> NODundoSteps(const std::vector<NOD_MigrationStep>
                                             std::vector<std::size_t> &faults)
 {
     std::vector<Step> back;
+    const Joins joins(steps);
     for (std::size_t i = steps.size(); i-- > 0;) {
         Step step = steps[i];
         if (step.isValueStep()) {
-            const Part part = partOf(steps, step.sources[0]);
+            const Part part = joins.partOf(step.sources[0]);
             if (part == Part::OTHER) {
                 continue;
             }
