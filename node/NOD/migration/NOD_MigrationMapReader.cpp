@@ -44,7 +44,7 @@ constexpr const char *theTestWords[] = {"set", "key", "expression", "expect"};
 
 bool isName(const std::string &text)
 {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
+    return !text.empty() && text[0] != '#' && std::all_of(text.begin(), text.end(), [](char c) {
         return static_cast<unsigned char>(c) > ' ' && std::strchr("=:@\"\\", c) == nullptr;
     });
 }
