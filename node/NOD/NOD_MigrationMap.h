@@ -28,6 +28,7 @@
 #include <vector>
 
 class NOD_Interface;
+class NOD_Node;
 class NOD_Report;
 
 /// Values of a former version, and what they are in a present one.
@@ -112,6 +113,9 @@ public:
     /// Reads those of the versions that have no interface yet.
     bool loadScripts(NOD_Report &report);
     void setInterface(int version, std::shared_ptr<const NOD_Interface> interface);
+    /// Gives a node of the last version the names that its parameters had in all others, for streams that are loaded
+    /// directly: they say no version, so nothing else of the steps is done.
+    void addRenames(NOD_Node &node) const;
     /// An error at the line of a version, or at one of its steps.
     void tell(int line, const std::string &subject, const std::string &text,
               NOD_Report &report) const;

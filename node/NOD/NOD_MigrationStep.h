@@ -94,6 +94,3 @@ NOD_API std::vector<NOD_MigrationStep> NODundoSteps(const std::vector<NOD_Migrat
 /// The operations of a unit that lead back.
 NOD_API std::vector<NOD_MigrationStep::Operation>
 NODundoOperations(std::vector<NOD_MigrationStep::Operation> operations);
-/// Whether a token has numbers where the pattern has `#`; they are appended. A `#` of a token counts as one.
-NOD_API bool NODmatchNumbers(const std::string &token, const std::string &pattern,
-                             std::vector<std::string> &numbers);

@@ -121,7 +121,8 @@ public:
     /// \name Names that a load doesn't know
     // ------------------------------------------------------------------ //
     ///@{
-    /// Streams of older versions say `savedName` for what is called `name` now.
+    /// Streams of older versions say `savedName` for what is called `name` now, both with a `#` for each number in the
+    /// names of items. NOD_MigrationMap::addRenames takes those of a map.
     void addRename(const std::string &savedName, const std::string &name)
     {
         mySpares.addRename(savedName, name);

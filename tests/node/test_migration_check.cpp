@@ -1,5 +1,6 @@
 // Whether a map covers its scripts, the tests in it, and files with nodes of older versions.
 
+#include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_MigrationCheck.h>
 #include <NOD/NOD_MigrationMap.h>
@@ -287,6 +288,26 @@ TEST_F(MigrationFiles, OlderNodesAreBroughtUp)
         load(missing, marked);
         EXPECT_EQ(saved(missing, form), marked);
     }
+}
+
+/// A stream that is loaded directly knows the names of all versions.
+TEST_F(MigrationFiles, StreamsHaveTheNamesOfAllVersions)
+{
+    const NOD_MigrationMap names = mapOf(
+        "migration 1.0\nversion 1\nversion 2\nrename a b\nrename w# v#\nversion 3\nrename b c\n"
+        "rename v# u#\nrename m n\n",
+        {"", "", "parm { name c type float } multiparm { name n parm { name u# type float } }"});
+    NOD_Report report;
+    NOD_Scene scene;
+    NOD_Node &node = *scene.add("/x", names.getVersions()[2].interface, report);
+    names.addRenames(node);
+    const std::string stream = "{ version 0.8 a [ 0 locks=0 ] ( 3 ) m [ 0 locks=0 ] ( 2 ) w2 [ 0 "
+                               "locks=0 ] ( 5 ) }";
+    KIT_IStream is(stream.data(), stream.size(), KIT_IStream::TEXT);
+    EXPECT_TRUE(node.getParms().load(is, "s", nullptr));
+    EXPECT_EQ(valueOf(scene, "/x", "c"), 3);
+    EXPECT_EQ(valueOf(scene, "/x", "n"), 2);
+    EXPECT_EQ(valueOf(scene, "/x", "u2"), 5);
 }
 
 } // namespace

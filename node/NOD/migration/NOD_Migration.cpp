@@ -107,6 +107,7 @@ private:
         return myNode.getParms().getParmPtr(token.c_str());
     }
     void plan(const ZEL_Parm &parm, Former &former) const;
+    bool isPushedOut(const Former &former) const;
     void dropWith(const std::string &block, Former &former) const;
     void clearLeft();
     void reset(ZEL_Parm &parm) const;
@@ -157,6 +158,14 @@ void NOD_Migration::Run::plan(const ZEL_Parm &parm, Former &former) const
             former.goals.clear();
         }
     }
+}
+
+/// Whether another one has its name now.
+bool NOD_Migration::Run::isPushedOut(const Former &former) const
+{
+    return former.keepsName() && myClaimed.count(former.token) > 0 &&
+           std::all_of(former.steps.begin(), former.steps.end(),
+                       [](const Step *step) { return step->targets.empty(); });
 }
 
 /// The items of a block that is given up are too.
@@ -283,7 +292,7 @@ void NOD_Migration::Run::moveOthers(NOD_Node &former)
     const ZEL_InputBudget noLimit(ZEL_InputBudget::NO_LIMIT, 0);
     clearLeft();
     for (Former &one : myFormer) {
-        if (one.movedFlag) {
+        if (one.movedFlag && !isPushedOut(one)) {
             move(one, former);
         }
     }
@@ -398,7 +407,7 @@ NOD_Migration::Entry NOD_Migration::Run::fateOf(const Former &former) const
         lost.reason = former.steps.back()->reason;
         return lost;
     }
-    if (former.keepsName() && myClaimed.count(former.token) > 0 && former.steps.empty()) {
+    if (isPushedOut(former)) {
         lost.reason = "another parameter has its name now";
         return lost;
     }

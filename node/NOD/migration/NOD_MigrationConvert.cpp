@@ -138,7 +138,12 @@ bool numberFor(const ZEL_Parm &parm, const std::string &text, double &number)
         number = double(found - words.begin());
         return true;
     }
-    return words.empty() && NODreadFloat(text, number) && std::isfinite(number);
+    const bool toggleFlag = parm.getType().getOrdinalType() == ZEL_Type::ZEL_ORD_TOGGLE;
+    if (!(words.empty() || toggleFlag) || !NODreadFloat(text, number) || !std::isfinite(number)) {
+        return false;
+    }
+    number = toggleFlag && std::fabs(number) > 0.0 ? 1.0 : number;
+    return true;
 }
 
 void carryMarks(const ZEL_Parm &from, int fromIndex, ZEL_Parm &to, int toIndex)

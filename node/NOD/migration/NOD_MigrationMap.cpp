@@ -5,6 +5,7 @@
 #include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Interface.h>
+#include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/migration/NOD_MigrationMapReaderPrivate.h>
 
@@ -154,6 +155,28 @@ bool NOD_MigrationMap::loadScripts(NOD_Report &report)
 void NOD_MigrationMap::setInterface(int version, std::shared_ptr<const NOD_Interface> interface)
 {
     myVersions[std::size_t(version)].interface = std::move(interface);
+}
+
+void NOD_MigrationMap::addRenames(NOD_Node &node) const
+{
+    std::vector<std::pair<std::string, std::string>> names;
+    for (const NOD_MigrationVersion &version : myVersions) {
+        for (const NOD_MigrationStep &step : version.steps) {
+            if (step.kind != NOD_MigrationStep::Kind::RENAME) {
+                continue;
+            }
+            for (auto &[former, present] : names) {
+                present = present == step.sources[0] ? step.targets[0] : present;
+            }
+            names.emplace_back(step.sources[0], step.targets[0]);
+        }
+    }
+    // What the oldest version meant by a name comes last, and counts.
+    for (auto name = names.rbegin(); name != names.rend(); ++name) {
+        if (name->first != name->second) {
+            node.addRename(name->first, name->second);
+        }
+    }
 }
 
 void NOD_MigrationMap::tell(int line, const std::string &subject, const std::string &text,

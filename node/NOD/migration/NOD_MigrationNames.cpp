@@ -1,6 +1,6 @@
 #include <NOD/migration/NOD_MigrationNamesPrivate.h>
 
-#include <NOD/NOD_MigrationStep.h>
+#include <NOD/tree/NOD_NumberPatternPrivate.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Template.h>
@@ -43,6 +43,7 @@ void NOD_MigrationNames::add(const ZEL_Template *templates, int depth, const std
             token += marks ? "_#" : "#";
         }
         if (hasValue(*at) || at->isMultiType()) {
+            myPlaces.emplace(token, myNames.size());
             myNames.push_back({token, at, block});
         }
         if (at->isMultiType()) {
@@ -53,9 +54,13 @@ void NOD_MigrationNames::add(const ZEL_Template *templates, int depth, const std
 
 const NOD_MigrationName *NOD_MigrationNames::find(const std::string &token) const
 {
+    const auto place = myPlaces.find(token);
+    if (place != myPlaces.end()) {
+        return &myNames[place->second];
+    }
     for (const NOD_MigrationName &name : myNames) {
         std::vector<std::string> numbers;
-        if (name.token == token || NODmatchNumbers(token, name.token, numbers)) {
+        if (NODmatchNumbers(token, name.token, numbers)) {
             return &name;
         }
     }

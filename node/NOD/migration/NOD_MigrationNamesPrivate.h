@@ -6,6 +6,7 @@
 #pragma once
 
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class ZEL_Template;
@@ -31,6 +32,7 @@ private:
     void add(const ZEL_Template *templates, int depth, const std::string &block);
 
     std::vector<NOD_MigrationName> myNames;
+    std::unordered_map<std::string, std::size_t> myPlaces; ///< the first of each token
 };
 
 /// The tokens of a menu with a fixed table; none for others.

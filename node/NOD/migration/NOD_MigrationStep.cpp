@@ -2,6 +2,7 @@
 
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <NOD/tree/NOD_NumberPatternPrivate.h>
 
 #include <algorithm>
 #include <iterator>
@@ -36,21 +37,6 @@ bool findWord(const char *const (&words)[N], std::string_view word, Word &found)
         found = Word(at - std::begin(words));
     }
     return at != std::end(words);
-}
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-std::string withNumbers(const std::string &pattern, const std::vector<std::string> &numbers)
-{
-    std::string token;
-    std::size_t next = 0;
-    for (const char c : pattern) {
-        token += c == '#' && next < numbers.size() ? numbers[next++] : std::string(1, c);
-    }
-    return token;
 }
 
 /// In quotes if it is no single word.
@@ -253,34 +239,7 @@ std::string NOD_MigrationStep::targetOf(const std::string &token, int source, in
         !NODmatchNumbers(token, sources[std::size_t(source)], numbers)) {
         return token;
     }
-    return withNumbers(targets[std::size_t(target)], numbers);
-}
-
-bool NODmatchNumbers(const std::string &token, const std::string &pattern,
-                     std::vector<std::string> &numbers)
-{
-    std::size_t at = 0;
-    for (const char c : pattern) {
-        if (c != '#') {
-            if (at >= token.size() || token[at++] != c) {
-                return false;
-            }
-            continue;
-        }
-        const std::size_t start = at;
-        if (at < token.size() && token[at] == '#') {
-            ++at;
-        } else {
-            while (at < token.size() && isDigit(token[at])) {
-                ++at;
-            }
-        }
-        if (at == start) {
-            return false;
-        }
-        numbers.push_back(token.substr(start, at - start));
-    }
-    return at == token.size();
+    return NODwithNumbers(targets[std::size_t(target)], numbers);
 }
 
 std::vector<NOD_MigrationStep::Operation>
