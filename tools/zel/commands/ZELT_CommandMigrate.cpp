@@ -363,8 +363,9 @@ void ZELTaddMigrate(ZELT_CommandLine &line)
     command.addList("--rename", call.renames, "OLD=NEW, with # for the numbers of items");
     const ZELT_Option maps = command.addList(
         "--map", call.maps, "A file of renames, OLD NEW on each line, or of versions");
-    command.addOption("--from", call.from, "The version that the values are of");
-    command.addOption("--to", call.to, "The version that they are to be of; else the last");
+    command.addOption("--from", call.from, "The version that the values are of").needs(maps);
+    command.addOption("--to", call.to, "The version that they are to be of; else the last")
+        .needs(maps);
     ZELTaddForm(command, call.form);
     ZELTaddAllowLoss(command, call.allowLossFlag, "Exit 0 also where a value is lost or changed");
     const ZELT_Option check =
