@@ -19,6 +19,7 @@
 /// docs/migration.md describes the file.
 #pragma once
 
+#include <KIT/KIT_ErrorManager.h>
 #include <NOD/NOD_API.h>
 #include <NOD/NOD_MigrationStep.h>
 
@@ -116,9 +117,9 @@ public:
     /// Gives a node of the last version the names that its parameters had in all others, for streams that are loaded
     /// directly: they say no version, so nothing else of the steps is done.
     void addRenames(NOD_Node &node) const;
-    /// An error at the line of a version, or at one of its steps.
-    void tell(int line, const std::string &subject, const std::string &text,
-              NOD_Report &report) const;
+    /// An error, or another message, at the line of a version or of one of its steps.
+    void tell(int line, const std::string &subject, const std::string &text, NOD_Report &report,
+              KIT_ErrorSeverity severity = KIT_ERROR_ABORT) const;
     ///@}
 
 private:

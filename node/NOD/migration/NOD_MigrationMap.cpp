@@ -180,9 +180,10 @@ void NOD_MigrationMap::addRenames(NOD_Node &node) const
 }
 
 void NOD_MigrationMap::tell(int line, const std::string &subject, const std::string &text,
-                            NOD_Report &report) const
+                            NOD_Report &report, KIT_ErrorSeverity severity) const
 {
     NOD_Message message;
+    message.severity = severity;
     message.file = myName;
     message.line = line;
     message.subject = subject;

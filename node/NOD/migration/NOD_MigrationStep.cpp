@@ -19,15 +19,12 @@ constexpr const char *theKindWords[] = {"rename", "retype", "unit",   "menu",
                                         "split",  "join",   "freeze", "drop"};
 constexpr const char *theValueWords[] = {"float", "int", "toggle", "menu", "string"};
 
-/// Whether a value of the one, made one of the other, can be found again: rows are from, columns to.
-constexpr bool theUndoable[std::size(theValueWords)][std::size(theValueWords)] = {
-    // float int toggle menu string
-    {true, false, false, false, true}, // float
-    {true, true, false, false, true},  // int
-    {true, true, true, false, true},   // toggle
-    {true, true, false, true, true},   // menu
-    {false, false, false, true, true}, // string
-};
+/// Whether a value of the one, made one of the other, can be found again. A number that another kind of number can't hold
+/// is told as changed when it becomes one; a text has many ways to say a number.
+bool isUndoable(Value from, Value to)
+{
+    return from != Value::STRING || to == Value::MENU;
+}
 
 template <class Word, std::size_t N>
 bool findWord(const char *const (&words)[N], std::string_view word, Word &found)
@@ -135,7 +132,7 @@ private:
 bool undoValue(const std::vector<Step> &steps, Step &step)
 {
     if (step.kind == Kind::RETYPE) {
-        const bool good = theUndoable[std::size_t(step.from)][std::size_t(step.to)];
+        const bool good = isUndoable(step.from, step.to);
         std::swap(step.from, step.to);
         return good;
     }

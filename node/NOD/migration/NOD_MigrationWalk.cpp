@@ -36,11 +36,8 @@ bool NOD_MigrationWalk::plan(const NOD_MigrationMap &map, int from, int to, NOD_
         for (const std::size_t fault : faults) {
             const NOD_MigrationStep &left = above.steps[fault];
             const std::string text = "can't be undone: " + left.asText();
-            if (!myAllowLossFlag) {
-                map.tell(left.line, left.sources[0], text, report);
-                continue;
-            }
-            report.warning(left.sources[0], text);
+            map.tell(left.line, left.sources[0], text, report,
+                     myAllowLossFlag ? KIT_ERROR_WARNING : KIT_ERROR_ABORT);
         }
     }
     return report.getErrorCount() == before;
