@@ -49,11 +49,16 @@ NOD_TreeVersions::interfaceFor(std::shared_ptr<const NOD_Interface> present, std
         return present;
     }
     const auto &former = map->getVersions()[std::size_t(found)].interface;
-    if (!former) {
+    if (!former || !map->getVersions().back().interface) {
         version = map->getVersions()[std::size_t(found)].name;
         warning =
             "is of version " + version + " of its type, whose script isn't there: loaded as it is";
         return present;
+    }
+    if (present->getSource() == NOD_Interface::Source::SCRIPT_TEXT) {
+        // The file's own is of that version too.
+        present = map->getVersions().back().interface;
+        myScene.addInterface(present);
     }
     myNext.map = map;
     myNext.version = found;
