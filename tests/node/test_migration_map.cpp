@@ -299,6 +299,17 @@ TEST_F(Walk, WhatDrivesAValueGoesWithIt)
     EXPECT_TRUE(report.isEmpty()) << report.asText();
 }
 
+TEST_F(Walk, TellsWhereWhatAnExpressionReadsHasChangedToo)
+{
+    const std::string script = "parm { name a type float } parm { name e type float }";
+    const NOD_MigrationMap by = map("unit a * 0.01\nunit e * 2\n", {script, script});
+    NOD_Node &node = add(by, 0, {"a=50"});
+    EXPECT_TRUE(NOD_TextEdit(node, 0.0, report).assignExpression("e=ch('a') + 1"));
+    EXPECT_EQ(run(node, by, 0, 1),
+              "converted a 50 -> 0.5 [unit a * 0.01]\n"
+              "changed e [ch('a') + 1] -> [(ch('a') + 1) * 2]: is 3 now, not 102 [unit e * 2]\n");
+}
+
 // ---------------------------------------------------------------------- //
 // Laws
 // ---------------------------------------------------------------------- //

@@ -10,6 +10,7 @@
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/migration/NOD_MigrationComponentsPrivate.h>
 #include <NOD/migration/NOD_MigrationConvertPrivate.h>
+#include <NOD/text/NOD_NumberTextPrivate.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
@@ -119,6 +120,8 @@ private:
     Entry compared(const Former &former, const NOD_MigrationComponents &present,
                    const ZEL_Parm &parm) const;
     std::string menuFault(const Former &former, const ZEL_Parm &parm) const;
+    std::string deviation(const Former &former, const NOD_MigrationComponent &was,
+                          const NOD_MigrationComponent &is) const;
 
     NOD_Migration &myMigration;
     NOD_Node &myNode;
@@ -347,6 +350,17 @@ std::string NOD_Migration::Run::menuFault(const Former &former, const ZEL_Parm &
     return "";
 }
 
+/// Why a converted component doesn't evaluate to the converted value; "" if it does.
+std::string NOD_Migration::Run::deviation(const Former &former, const NOD_MigrationComponent &was,
+                                          const NOD_MigrationComponent &is) const
+{
+    double before = 0.0;
+    double after = 0.0;
+    const bool numbersFlag = !former.values.empty() && former.copyFlag &&
+                             NODreadFloat(was.value, before) && NODreadFloat(is.value, after);
+    return numbersFlag ? Converter(former.values, myTime).deviation(before, after) : "";
+}
+
 NOD_Migration::Entry NOD_Migration::Run::compared(const Former &former,
                                                   const NOD_MigrationComponents &present,
                                                   const ZEL_Parm &parm) const
@@ -369,6 +383,8 @@ NOD_Migration::Entry NOD_Migration::Run::compared(const Former &former,
             entry.reason = "its evaluation fails now";
         } else if (result.outcome != Converter::Outcome::EXACT) {
             entry.reason = result.reason;
+        } else if (entry.reason.empty()) {
+            entry.reason = deviation(former, was, is);
         }
     }
     if (present.size() < former.components.size()) {

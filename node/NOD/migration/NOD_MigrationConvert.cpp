@@ -287,6 +287,19 @@ NOD_MigrationConverter::Result NOD_MigrationConverter::convertNumber(const ZEL_P
     return result;
 }
 
+std::string NOD_MigrationConverter::deviation(double before, double after) const
+{
+    constexpr double theTolerance = 1e-9;
+    const bool menuFlag = std::any_of(mySteps.begin(), mySteps.end(),
+                                      [](const Step *step) { return step->kind == Kind::MENU; });
+    Result ignored;
+    const double expected = apply(before, ignored);
+    const double scale = std::max({1.0, std::fabs(expected), std::fabs(after)});
+    return menuFlag || !(std::fabs(expected - after) > theTolerance * scale)
+               ? ""
+               : "is " + digits(after) + " now, not " + digits(expected);
+}
+
 /// Keys with their slopes, the pending value, expressions.
 void NOD_MigrationConverter::convertChannel(TRK_Channel &channel, const Tokens &tokens,
                                             Result &result) const

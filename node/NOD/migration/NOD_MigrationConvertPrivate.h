@@ -40,6 +40,10 @@ public:
     /// `to` is at its default, without a channel and unlocked.
     Result convert(const ZEL_Parm &from, int fromIndex, ZEL_Parm &to, int toIndex) const;
 
+    /// Why a number isn't what the steps make of it, as where an expression reads what has changed too; "" if it is,
+    /// but for rounding, and where they are about more than numbers.
+    std::string deviation(double before, double after) const;
+
 private:
     struct Tokens;
 
