@@ -112,8 +112,6 @@ private:
     template <class Renew>
     bool run(NOD_Node &node, const ZEL_Template *templates, double time, NOD_Report &report,
              const Renew &renew);
-    /// Whether a parameter gets another name.
-    bool isMoved(const std::string &token) const;
     bool checkNames(NOD_Node &node, const ZEL_Template *templates, NOD_Report &report) const;
 
     std::vector<NOD_MigrationStep> mySteps;

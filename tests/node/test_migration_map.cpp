@@ -299,6 +299,21 @@ TEST_F(Walk, WhatDrivesAValueGoesWithIt)
     EXPECT_TRUE(report.isEmpty()) << report.asText();
 }
 
+/// A step or a lock of a block alone leaves its items what they have, also those of blocks in it.
+TEST_F(Walk, ItemsStayWithTheirBlock)
+{
+    const std::string script = "multiparm { name m default 1 parm { name w# type float }"
+                               " multiparm { name n# parm { name v#_# type float } } }"
+                               " multiparm { name k default 2 parm { name u# type float } }";
+    const NOD_MigrationMap by = map("freeze m\nfreeze k\n", {script, script});
+    NOD_Node &node = add(by, 0, {"m=2", "w2=5", "n1=1", "v1_1=3", "u1=4"});
+    node.getParms().getParmPtr("m")->setLockedFlag(0, true);
+    const std::string before = contents(node);
+    run(node, by, 0, 1);
+    EXPECT_EQ(contents(node), before);
+    EXPECT_FALSE(walk.hasLoss());
+}
+
 TEST_F(Walk, TellsWhereWhatAnExpressionReadsHasChangedToo)
 {
     const std::string script = "parm { name a type float } parm { name e type float }";

@@ -185,6 +185,7 @@ void NOD_Migration::Run::dropWith(const std::string &block, Former &former) cons
 
 void NOD_Migration::Run::takeFormer()
 {
+    std::set<const ZEL_Multi *> moved; // blocks that are filled anew, and so are their items
     for (const ZEL_Parm *parm : NODparmsInOrder(myNode.getParms())) {
         if (!NODhasValue(*parm)) {
             continue;
@@ -203,8 +204,11 @@ void NOD_Migration::Run::takeFormer()
         former.movedFlag = !former.steps.empty() || lockedFlag;
         const ZEL_Multi *const block = parm->getMultiParmOwner();
         for (const ZEL_Multi *at = block; at; at = at->getMultiParmOwner()) {
-            former.movedFlag |= myMigration.isMoved(at->getTemplatePtr()->getToken());
+            former.movedFlag |= moved.count(at) > 0;
             dropWith(at->getTemplatePtr()->getToken(), former);
+        }
+        if (former.multiFlag && former.movedFlag) {
+            moved.insert(static_cast<const ZEL_Multi *>(parm->getInstance()));
         }
         former.copyFlag = !former.defaultFlag || former.multiFlag ||
                           (block && block->getTemplatePtr()->isRampType());

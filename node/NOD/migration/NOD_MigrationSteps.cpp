@@ -154,10 +154,3 @@ bool NOD_Migration::checkNames(NOD_Node &node, const ZEL_Template *templates,
     }
     return report.getErrorCount() == before;
 }
-
-bool NOD_Migration::isMoved(const std::string &token) const
-{
-    return std::any_of(mySteps.begin(), mySteps.end(), [&](const NOD_MigrationStep &step) {
-        return !step.targets.empty() && step.findSource(token) >= 0;
-    });
-}
