@@ -70,7 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             map.setInterface(i, theInterface);
         }
         if (!map.isPlain()) {
-            require(NODcheckMigration(map, report) == report.getErrorCount());
+            const int holes = NODcheckMigration(map, report);
+            require(holes == report.getErrorCount());
             NODrunMigrationTests(map, report);
         }
     }

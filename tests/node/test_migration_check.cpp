@@ -33,8 +33,8 @@ NOD_MigrationMap mapOf(const std::string &text, const std::vector<std::string> &
     NOD_MigrationMap map;
     EXPECT_TRUE(map.read(std::string_view(text), "m", report)) << report.asText() << text;
     for (std::size_t i = 0; i < scripts.size() && !map.getVersions().empty(); ++i) {
-        map.setInterface(int(i),
-                         NOD_Interface::fromText("{ name rig " + scripts[i] + " }", "rig", report));
+        map.setInterface(
+            int(i), NOD_Interface::fromText("{ name rig " + scripts[i] + " }\n", "rig", report));
     }
     EXPECT_TRUE(report.isEmpty()) << report.asText();
     return map;
@@ -43,7 +43,8 @@ NOD_MigrationMap mapOf(const std::string &text, const std::vector<std::string> &
 std::string checked(const NOD_MigrationMap &map)
 {
     NOD_Report report;
-    EXPECT_EQ(NODcheckMigration(map, report), report.getErrorCount());
+    const int holes = NODcheckMigration(map, report);
+    EXPECT_EQ(holes, report.getErrorCount());
     return report.asText();
 }
 

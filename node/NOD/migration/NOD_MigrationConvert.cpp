@@ -162,9 +162,7 @@ bool NODvalueKindOf(const ZEL_Template &description, Value &kind)
     if (type.isFloatType()) {
         kind = type.hasFloatType(ZEL_Type::ZEL_FLOAT_INTEGER) ? Value::INT : Value::FLOAT;
     } else if (type.isOrdinalType()) {
-        kind = type.getOrdinalType() == ZEL_Type::ZEL_ORD_TOGGLE && !description.getChoiceListPtr()
-                   ? Value::TOGGLE
-                   : Value::MENU;
+        kind = type.getOrdinalType() == ZEL_Type::ZEL_ORD_TOGGLE ? Value::TOGGLE : Value::MENU;
     } else {
         kind = Value::STRING;
     }

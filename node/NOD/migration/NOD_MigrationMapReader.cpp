@@ -54,6 +54,12 @@ std::ptrdiff_t marksIn(const std::string &name)
     return std::count(name.begin(), name.end(), '#');
 }
 
+/// A parameter has one at most.
+bool isMove(const Step &step)
+{
+    return !step.isValueStep() && step.kind != Kind::FREEZE;
+}
+
 /// Whether both are about a parameter of the former version that the other is about too.
 bool overlap(const Step &a, const Step &b)
 {
@@ -390,10 +396,11 @@ bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
         }
     }
     for (const Step &other : myMap.myVersions.back().steps) {
-        const bool bothFlag = overlap(step, other) || overlap(other, step);
-        const bool moveFlag = !step.isValueStep() && step.kind != Kind::FREEZE;
-        const bool otherFlag = !other.isValueStep() && other.kind != Kind::FREEZE;
-        if (bothFlag && moveFlag && otherFlag) {
+        const bool menusFlag = step.kind == Kind::MENU && other.kind == Kind::MENU;
+        const bool movesFlag = isMove(step) && isMove(other);
+        const bool bothFlag =
+            (menusFlag || movesFlag) && (overlap(step, other) || overlap(other, step));
+        if (bothFlag && movesFlag) {
             fail(words.front().begin, words.back().end,
                  step.sources[0] + ": line " + std::to_string(other.line) +
                      " has it already: " + other.asText());
@@ -408,8 +415,7 @@ bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
                 return false;
             }
         }
-        if (bothFlag && step.kind == Kind::MENU && other.kind == Kind::MENU &&
-            step.entry == other.entry) {
+        if (bothFlag && menusFlag && step.entry == other.entry) {
             fail(words[2], "line " + std::to_string(other.line) + " has the entry already");
             return false;
         }

@@ -222,7 +222,8 @@ int NOD_MigrationStep::findSource(const std::string &token) const
 {
     for (std::size_t i = 0; i < sources.size(); ++i) {
         std::vector<std::string> numbers;
-        if (NODmatchNumbers(token, sources[i], numbers)) {
+        const bool patternFlag = sources[i].find('#') != std::string::npos;
+        if (patternFlag ? NODmatchNumbers(token, sources[i], numbers) : token == sources[i]) {
             return int(i);
         }
     }
