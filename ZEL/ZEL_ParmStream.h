@@ -43,6 +43,11 @@ public:
         MARKED_TEXT ///< a text with a comment `#kind KIND TOKEN...` for the entries that no list knew
     };
     using Entries = std::vector<ZEL_StreamEntry>;
+    static constexpr float theVersion = 0.8f; ///< of what this library writes
+
+    ZEL_ParmStream() = default;
+    /// One of entries that came from another.
+    explicit ZEL_ParmStream(Entries entries, float version = theVersion);
 
     // ------------------------------------------------------------------ //
     /// \name In
@@ -54,6 +59,7 @@ public:
     /// if the stream can't be taken apart. `name` is for messages, and may be null.
     bool read(KIT_IStream &is, const char *name, ZEL_ParmList *list = nullptr);
     const Entries &getEntries() const { return myEntries; }
+    float getVersion() const { return myVersion; }
     /// Whether there were comments other than of kinds; they aren't kept.
     bool hasComments() const { return myCommentFlag; }
     /// Whether the stream had its end. One that is cut between two entries hasn't.

@@ -26,17 +26,18 @@ ZEL, EXAMPLES, OUT = (os.path.abspath(path) for path in sys.argv[1:4])
 WORDS = {
     "FILE": "<light.ds", "IN": "<light.parms", "A": "<light.parms", "B": "<light.parms", "OLD": "<light.ds",
     "NEW": "<light.ds", "OUT": ">out", "TABLE": "Node", "OPNAME": "light", "NAME": "Night", "NEWNAME": "Dusk",
-    "ADDRESS": None, "LINE": None, "SHELL": "bash",
+    "ADDRESS": None, "LINE": None, "SHELL": "bash", "CODE": "DS24",
     "scene FILE": "<studio.scene", "command FILE": "<commands/image.cmd", "ramp FILE": "<shader.ds",
     "ramp TOKEN": "palette", "convert OUT": None, "diff B": "<light_night.parms", "preset save NAME": "Noon",
+    "PATCH": "<night.json",
 }
 # Options that a command can't do without.
 NEEDED = {"convert": ["--to", "text", "--out", ">out"], "rewrite": ["--allow-loss"],
           "doc": ["--out", ">pages"], "migrate": ["--out", ">out"],
-          "ramp": ["--svg", ">out"], "set": ["--out", ">out"]}
+          "ramp": ["--svg", ">out"], "patch": ["--out", ">out"], "set": ["--out", ">out"]}
 FLAGS = {"--binary", "--check", "--compact", "--allow-loss", "--diff", "--dry-run", "--fix", "--force", "--json",
-         "--keep-going", "--list", "--no-scripts", "--numbers", "--sort", "--stop", "--strict", "--times",
-         "--help", "--stamp"}
+         "--keep-going", "--list", "--no-scripts", "--numbers", "--page", "--sort", "--stop", "--strict", "--times",
+         "--help", "--stamp", "--exact", "--patch", "--stat", "--reverse"}
 READS = {"--channels", "--map", "--script", "--values"}
 WRITES = {"--convert", "--out", "--svg"}
 # Values that are refused, and what the message names; `ramp` has another script.
@@ -49,6 +50,7 @@ WRONG = {
     "--time": [("soon", "soon"), ("1e999", "1e999")], "--fps": [("0", "--fps"), ("-24", "--fps")],
     "--frames": [("soon", "soon"), ("5:1", "5:1"), ("1:5:0", "1:5:0")], "--only": [("nothere", "nothere")],
     "--rename": [("nothere=other", "nothere"), ("nothere", "nothere")], "--dir": [("nowhere", "nowhere")],
+    "--tolerance": [("much", "much"), ("-1", "-1")],
     "--disable": [("nothere", "nothere")], "--level": [("nothere", "nothere")],
 }
 # Values that are a wrong call.

@@ -2,6 +2,8 @@
 
 #include "ZELT_Format.h"
 
+#include <cstdlib>
+
 namespace
 {
 
@@ -23,6 +25,24 @@ bool ZELT_Terminal::writeOut()
     myPending.clear();
     const auto size = static_cast<std::streamsize>(text.size());
     return myBuffer->sputn(text.data(), size) == size;
+}
+
+void ZELT_Terminal::printColored(std::ostream &os, const std::string &text, int color)
+{
+    auto *const terminal = dynamic_cast<ZELT_Terminal *>(os.rdbuf());
+    const char *const none = std::getenv("NO_COLOR");
+    const bool colorFlag = terminal && !(none && *none);
+    const auto put = [&](const std::string &code) {
+        terminal->sync(); // what is before it
+        terminal->myBuffer->sputn(code.data(), static_cast<std::streamsize>(code.size()));
+    };
+    if (colorFlag) {
+        put("\033[" + std::to_string(color) + "m");
+    }
+    os << text;
+    if (colorFlag) {
+        put("\033[0m");
+    }
 }
 
 ZELT_Terminal::int_type ZELT_Terminal::overflow(int_type c)

@@ -18,6 +18,10 @@ public:
     ZELT_Terminal(const ZELT_Terminal &) = delete;
     ZELT_Terminal &operator=(const ZELT_Terminal &) = delete;
 
+    /// The text in a colour, a number of the terminal's, where the stream is such a terminal; else the text. No
+    /// colour where NO_COLOR is set.
+    static void printColored(std::ostream &os, const std::string &text, int color);
+
 protected:
     int_type overflow(int_type c) override;
     std::streamsize xsputn(const char *text, std::streamsize count) override;

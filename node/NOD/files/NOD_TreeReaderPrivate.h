@@ -43,6 +43,11 @@ public:
     bool checkVersion(const Section &section, const NOD_Line &line);
 
     void readInterfaces();
+    /// Those of the file by key, null where there is none.
+    const std::map<std::string, std::shared_ptr<const NOD_Interface>> &getInterfaces() const
+    {
+        return myInterfaces;
+    }
     /// All nodes of the file below `above`, whose path in the file is "/". Of a part there is one at
     /// the top, which gets a free name.
     void readNodes(NOD_Node &above, bool isPart);

@@ -1,0 +1,347 @@
+#include <NOD/NOD_Document.h>
+
+#include <KIT/KIT_IStream.h>
+#include <NOD/NOD_Difference.h>
+#include <NOD/NOD_Interface.h>
+#include <NOD/NOD_Node.h>
+#include <NOD/NOD_NodeSections.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_Scene.h>
+#include <NOD/NOD_SceneFile.h>
+#include <NOD/NOD_TextEdit.h>
+#include <NOD/difference/NOD_ChannelRecordsPrivate.h>
+#include <NOD/difference/NOD_NodeRecordsPrivate.h>
+#include <NOD/difference/NOD_SceneRecordsPrivate.h>
+#include <NOD/difference/NOD_ScriptRecordsPrivate.h>
+#include <NOD/files/NOD_FilesPrivate.h>
+#include <NOD/files/NOD_SectionNamesPrivate.h>
+#include <NOD/files/NOD_TreeReaderPrivate.h>
+#include <NOD/tree/NOD_LoadingPrivate.h>
+#include <TRK/TRK_Collection.h>
+
+#include <algorithm>
+#include <set>
+#include <sstream>
+#include <utility>
+
+namespace
+{
+
+using Kind = NOD_RecordKind;
+using Reading = NOD_StreamRecords::Reading;
+
+/// The key of the one node of a document without others.
+constexpr const char *theOnlyType = "";
+
+void tell(const std::string &name, const std::string &text, NOD_Report &report)
+{
+    report.add({KIT_ERROR_ABORT, name, 0, {}, text, {}, 0});
+}
+
+/// The interfaces of a file by the keys that its nodes have. What can't be had is a warning: its nodes' values are
+/// compared as the words they are.
+void readInterfaces(const NOD_SectionFile &file, const std::string &name,
+                    const NOD_DocumentOptions &options, NOD_NodeRecords &nodes, NOD_Report &report)
+{
+    NOD_Scene scene;
+    for (const auto &[type, interface] : options.interfaces) {
+        scene.addInterface(interface);
+        nodes.setInterface(type, interface);
+    }
+    NOD_Report reading;
+    NOD_TreeReader reader(scene, file, name, options.load, reading);
+    reader.readInterfaces();
+    for (const auto &[key, interface] : reader.getInterfaces()) {
+        if (interface) {
+            nodes.setInterface(key, interface);
+        }
+    }
+    std::set<std::string> ofApplication;
+    for (const NOD_SectionFile::Section &section : file.getSections()) {
+        if (section.text == std::string(theInterfaceOfApplication) + "\n") {
+            ofApplication.emplace(section.name);
+        }
+    }
+    for (NOD_Message message : reading.getMessages()) {
+        if (ofApplication.count(message.subject) != 0) {
+            continue; // nobody expects it here
+        }
+        message.severity = std::min(message.severity, KIT_ERROR_WARNING);
+        report.add(std::move(message));
+    }
+}
+
+/// A text of sections may have bytes of zero in it: values in the binary form.
+NOD_FileKind kindOf(std::string_view bytes)
+{
+    const NOD_FileKind kind = NOD_ValueFile::kindOf(bytes);
+    const bool cutFlag = kind == NOD_FileKind::NONE && !NOD_ValueFile::isBinary(bytes);
+    return cutFlag ? NOD_ValueFile::kindOf(bytes.substr(0, bytes.find('\0'))) : kind;
+}
+
+} // namespace
+
+NOD_Document::NOD_Document() : myTop(std::make_unique<NOD_Record>(Kind::DOCUMENT)) {}
+NOD_Document::~NOD_Document() = default;
+NOD_Document::NOD_Document(NOD_Document &&other) noexcept = default;
+NOD_Document &NOD_Document::operator=(NOD_Document &&other) noexcept = default;
+
+// ---------------------------------------------------------------------- //
+// In
+// ---------------------------------------------------------------------- //
+
+bool NOD_Document::read(const std::string &path, const NOD_DocumentOptions &options,
+                        NOD_Report &report)
+{
+    const std::size_t mark = NOD_ValueFile::findSection(path);
+    const std::string file = path.substr(0, mark);
+    std::string bytes;
+    if (!NODreadFile(file, bytes, report, [](std::string_view) { return true; })) {
+        return false;
+    }
+    NOD_DocumentOptions placed = options;
+    placed.load = NODplaced(options.load, file);
+    return read(std::move(bytes), path, placed, report);
+}
+
+bool NOD_Document::read(std::string bytes, const std::string &name,
+                        const NOD_DocumentOptions &options, NOD_Report &report)
+{
+    const std::size_t mark = NOD_ValueFile::findSection(name);
+    const std::string file = name.substr(0, mark);
+    const std::string section = mark == std::string::npos ? "" : name.substr(mark + 1);
+    myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
+    myOptions = options;
+    myKind = kindOf(bytes);
+    myBinaryFlag = NOD_ValueFile::isBinary(bytes);
+    myNodes =
+        std::make_shared<NOD_NodeRecords>(options.isExact ? Reading::EXACT : Reading::MEANING);
+    myNodes->setInterface(theOnlyType, options.interface);
+    if (options.asNode) {
+        return readAsNode(bytes, name, options, report);
+    }
+    switch (myKind) {
+    case NOD_FileKind::STREAM: return readStream(bytes, file, options, report);
+    case NOD_FileKind::CHANNELS: return NODreadChannels(bytes, file, *myTop, report);
+    case NOD_FileKind::PRESET:
+    case NOD_FileKind::PRESETS: return readAsNode(bytes, name, options, report);
+    case NOD_FileKind::NODE:
+    case NOD_FileKind::SCENE: return readScene(std::move(bytes), file, section, options, report);
+    case NOD_FileKind::SCRIPT: return readScript(bytes, file, report);
+    default: tell(file, "is no file of parameters", report); return false;
+    }
+}
+
+bool NOD_Document::readStream(const std::string &bytes, const std::string &name,
+                              const NOD_DocumentOptions &options, NOD_Report &report)
+{
+    NOD_StreamRecords stream(options.interface);
+    return stream.read(bytes, name, options.isExact ? Reading::EXACT : Reading::COMPLETED, *myTop,
+                       report);
+}
+
+/// What it makes of a node.
+bool NOD_Document::readAsNode(const std::string &bytes, const std::string &name,
+                              const NOD_DocumentOptions &options, NOD_Report &report)
+{
+    NOD_ValueFile file;
+    NOD_Scene scene;
+    if (!file.read(bytes, name, report)) {
+        return false;
+    }
+    NOD_Report making;
+    NOD_Node *node = nullptr;
+    {
+        const NOD_Loading loading;
+        node = options.interface ? scene.add("/node", options.interface, making)
+                                 : scene.add("/node", nullptr, making);
+    }
+    if (!node || !file.apply(*node, report)) {
+        return false;
+    }
+    NODgrowBlocks(*node, 0.0);
+    const NOD_FileKind kind = myKind;
+    take(*node, options.isExact, report);
+    myKind = kind;
+    return true;
+}
+
+bool NOD_Document::readScene(std::string bytes, const std::string &name, const std::string &section,
+                             const NOD_DocumentOptions &options, NOD_Report &report)
+{
+    const auto file = std::make_shared<NOD_SectionFile>();
+    if (!file->read(std::move(bytes), name, report)) {
+        return false;
+    }
+    readInterfaces(*file, name, options, *myNodes, report);
+    if (myKind == NOD_FileKind::NODE) {
+        myTop->setValue(std::string(thePartSection));
+    }
+    return NODreadScene(file, name, myNodes, *myTop, report) &&
+           (section.empty() || choose(section, name, report));
+}
+
+/// What is left is the node's contents, and the nodes below it.
+bool NOD_Document::choose(const std::string &section, const std::string &name, NOD_Report &report)
+{
+    NOD_RecordPath path;
+    std::istringstream names(section);
+    for (std::string one; std::getline(names, one, '/');) {
+        if (!one.empty()) {
+            path.push_back({Kind::NODE, one});
+        }
+    }
+    NOD_Record *const node = NODfindRecord(*myTop, path);
+    if (!node || path.empty()) {
+        tell(name, "has no node " + section, report);
+        return false;
+    }
+    auto top = std::make_unique<NOD_Record>(Kind::DOCUMENT);
+    for (auto &part : node->changeParts()) {
+        if (part->getKind() != Kind::CONTENTS) {
+            top->add(std::move(part));
+            continue;
+        }
+        for (auto &inner : part->changeParts()) {
+            top->add(std::move(inner));
+        }
+    }
+    myTop = std::move(top);
+    return true;
+}
+
+bool NOD_Document::readScript(const std::string &bytes, const std::string &name, NOD_Report &report)
+{
+    const std::shared_ptr<const NOD_Interface> interface =
+        NOD_Interface::fromText(bytes, name, report);
+    if (interface) {
+        NODreadScript(*interface, *myTop);
+    }
+    return interface != nullptr;
+}
+
+void NOD_Document::take(NOD_Node &node, bool isExact, NOD_Report &report)
+{
+    myKind = NOD_FileKind::NODE;
+    myBinaryFlag = false;
+    myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
+    myNodes = std::make_shared<NOD_NodeRecords>(isExact ? Reading::EXACT : Reading::MEANING);
+    NOD_NodeSections sections = NOD_NodeSections::take(node, NOD_NodeSections::Form::TEXT, report);
+    myNodes->setInterface(sections.type, node.getInterface());
+    myNodes->read(sections, *myTop);
+}
+
+void NOD_Document::take(const NOD_Interface &interface)
+{
+    myKind = NOD_FileKind::SCRIPT;
+    myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
+    NODreadScript(interface, *myTop);
+}
+
+bool NOD_Document::take(NOD_Scene &scene, bool isExact, NOD_Report &report)
+{
+    std::ostringstream os;
+    NOD_DocumentOptions options;
+    options.isExact = isExact;
+    options.interfaces = scene.getInterfaces();
+    if (!NOD_SceneFile::save(scene, os, {}, report)) {
+        return false;
+    }
+    return read(os.str(), "scene", options, report);
+}
+
+// ---------------------------------------------------------------------- //
+// Out
+// ---------------------------------------------------------------------- //
+
+void NOD_Document::setTop(std::unique_ptr<NOD_Record> top)
+{
+    myTop = std::move(top);
+}
+
+bool NOD_Document::write(std::string &bytes, NOD_Report &report) const
+{
+    return write(bytes, myBinaryFlag, report);
+}
+
+/// A patch may have put anything anywhere: what isn't read again is no part of the file.
+bool NOD_Document::isReadAgain(const std::string &bytes, NOD_Report &report) const
+{
+    NOD_Document again;
+    NOD_Report reading;
+    if (!again.read(bytes, "", myOptions, reading)) {
+        report.append(reading);
+        return false;
+    }
+    const NOD_CompareOptions meaning;
+    const NOD_Difference lost = NOD_Difference::between(*myTop, again.getTop(), meaning);
+    for (const NOD_Change &change : lost.getChanges()) {
+        report.error(NODpathText(change.getPath()),
+                     "can't be written: it isn't read again as it is");
+    }
+    return lost.isEmpty();
+}
+
+bool NOD_Document::write(std::string &bytes, bool binary, NOD_Report &report) const
+{
+    // In the other form what is kept as words may have a meaning.
+    return writeAny(binary, bytes, report) &&
+           (binary != myBinaryFlag || isReadAgain(bytes, report));
+}
+
+bool NOD_Document::writeAny(bool binary, std::string &bytes, NOD_Report &report) const
+{
+    std::ostringstream os;
+    switch (myKind) {
+    case NOD_FileKind::STREAM: return myNodes->writeStream(*myTop, binary, bytes, report);
+    case NOD_FileKind::CHANNELS: return writeChannels(binary, bytes, report);
+    case NOD_FileKind::SCENE:
+    case NOD_FileKind::NODE: {
+        if (!myTop->find(Kind::VERSION) || binary != myBinaryFlag) {
+            break; // its nodes are in one form
+        }
+        NOD_SectionWriter writer(os, binary ? NOD_SaveOptions::Form::BINARY
+                                            : NOD_SaveOptions::Form::TEXT);
+        const bool goodFlag = NODwriteScene(*myTop, *myNodes, writer, report);
+        bytes = os.str();
+        return goodFlag;
+    }
+    default: break;
+    }
+    tell(NOD_ValueFile::getKindName(myKind), "can't be written again from its records", report);
+    return false;
+}
+
+bool NOD_Document::writeChannels(bool binary, std::string &bytes, NOD_Report &report) const
+{
+    const std::string text = NODchannelText(*myTop);
+    TRK_Collection channels;
+    std::ostringstream os;
+    const NOD_ReportScope scope(report);
+    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+    const bool goodFlag = (text.empty() || channels.load(is)) && channels.save(os, binary);
+    bytes = os.str();
+    return goodFlag;
+}
+
+bool NOD_Document::give(NOD_Node &node, NOD_Report &report)
+{
+    NOD_NodeSections sections;
+    if (!NODwriteNode(*myTop, *myNodes, sections, report)) {
+        return false;
+    }
+    NOD_Report loading;
+    sections.load(node, loading);
+    report.append(loading);
+    return !loading.hasErrors();
+}
+
+bool NOD_Document::give(NOD_Scene &scene, NOD_Report &report)
+{
+    std::string bytes;
+    if (!write(bytes, false, report)) {
+        return false;
+    }
+    std::istringstream is(bytes);
+    return NOD_SceneFile::load(scene, is, "scene", {}, report) && !report.hasErrors();
+}

@@ -1,0 +1,228 @@
+#include <NOD/difference/NOD_NodeRecordsPrivate.h>
+
+#include <NOD/NOD_Report.h>
+#include <NOD/difference/NOD_ChannelRecordsPrivate.h>
+#include <NOD/files/NOD_LinesPrivate.h>
+
+#include <algorithm>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+using Kind = NOD_RecordKind;
+
+// Stored.
+constexpr const char *theBinaryForm = "binary";
+constexpr const char *theScriptStart = "{\n    name    \"spares\"\n";
+constexpr const char *theScriptEnd = "}\n";
+constexpr std::string_view theBlockEnd = "    }\n";
+constexpr std::string_view theNameWord = "name";
+
+std::string textOf(const NOD_Value &value)
+{
+    const auto *text = std::get_if<std::string>(&value);
+    return text ? *text : std::string();
+}
+
+/// What a declaration of the library's own writing says its name is; "" if that can't be seen.
+std::string nameOf(std::string_view block)
+{
+    for (const NOD_Line &line : NODreadLines(block)) {
+        if (line.words[0] == theNameWord && line.words.size() == 2) {
+            return line.words[1];
+        }
+    }
+    return {};
+}
+
+/// The script's declarations one by one. False if it isn't as the library writes it.
+bool readSpares(std::string_view script, NOD_Record &contents)
+{
+    std::vector<std::pair<std::string, std::string>> spares;
+    std::unordered_set<std::string> names;
+    const std::string_view start(theScriptStart);
+    const std::string_view end(theScriptEnd);
+    if (script.substr(0, start.size()) != start || script.size() < start.size() + end.size() ||
+        script.substr(script.size() - end.size()) != end) {
+        return false;
+    }
+    script.remove_prefix(start.size());
+    script.remove_suffix(end.size());
+    while (!script.empty()) {
+        std::size_t at = script.find("\n" + std::string(theBlockEnd));
+        if (at == std::string_view::npos) {
+            return false;
+        }
+        at += 1 + theBlockEnd.size();
+        const std::string name = nameOf(script.substr(0, at));
+        if (name.empty() || !names.insert(name).second) {
+            return false;
+        }
+        spares.emplace_back(name, script.substr(0, at));
+        script.remove_prefix(at);
+    }
+    for (auto &[name, text] : spares) {
+        contents.add(Kind::SPARE, name, std::move(text));
+    }
+    return true;
+}
+
+std::string spareText(const NOD_Record &contents)
+{
+    std::string text;
+    for (const auto &part : contents.getParts()) {
+        text += part->getKind() == Kind::SPARE ? textOf(part->getValue()) : "";
+    }
+    return text.empty() ? text : theScriptStart + text + theScriptEnd;
+}
+
+void readAliases(const std::string &text, NOD_Record &contents)
+{
+    for (const NOD_Line &line : NODreadLines(text)) {
+        if (line.words.size() == 2) {
+            contents.add(Kind::ALIAS, line.words[0], line.words[1]);
+        }
+    }
+}
+
+std::string aliasText(const NOD_Record &contents)
+{
+    std::string text;
+    for (const auto &part : contents.getParts()) {
+        if (part->getKind() == Kind::ALIAS) {
+            text += "\t" + part->getName() + " " + textOf(part->getValue()) + "\n";
+        }
+    }
+    return text.empty() ? text : "{\n" + text + "}\n";
+}
+
+void removeParts(NOD_Record &contents, const std::vector<Kind> &kinds)
+{
+    NOD_Record::Parts &parts = contents.changeParts();
+    const auto isOne = [&](const auto &part) {
+        return std::find(kinds.begin(), kinds.end(), part->getKind()) != kinds.end();
+    };
+    parts.erase(std::remove_if(parts.begin(), parts.end(), isOne), parts.end());
+}
+
+} // namespace
+
+void NOD_NodeRecords::setInterface(const std::string &key,
+                                   std::shared_ptr<const NOD_Interface> interface)
+{
+    myInterfaces[key] = std::move(interface);
+    myStreams.erase(key);
+}
+
+/// Nodes without spare parameters share what is known of their interface.
+NOD_StreamRecords &NOD_NodeRecords::streamOf(const std::string &type, const std::string &spares,
+                                             std::unique_ptr<NOD_StreamRecords> &own)
+{
+    const auto known = myInterfaces.find(type);
+    const std::shared_ptr<const NOD_Interface> interface =
+        known == myInterfaces.end() ? nullptr : known->second;
+    if (!spares.empty()) {
+        own = std::make_unique<NOD_StreamRecords>(interface, spares);
+        return *own;
+    }
+    std::unique_ptr<NOD_StreamRecords> &stream = myStreams[type];
+    if (!stream) {
+        stream = std::make_unique<NOD_StreamRecords>(interface);
+    }
+    return *stream;
+}
+
+void NOD_NodeRecords::readValues(const NOD_NodeSections &sections, NOD_Record &contents)
+{
+    if (sections.values.empty()) {
+        return;
+    }
+    NOD_Report ignored;
+    std::unique_ptr<NOD_StreamRecords> own;
+    NOD_StreamRecords &stream = streamOf(sections.type, sections.spares, own);
+    const bool binaryFlag = sections.values[0] == '\0';
+    if (binaryFlag) {
+        contents.add(Kind::FORM, {}, std::string(theBinaryForm));
+    }
+    NOD_Record values(Kind::CONTENTS);
+    std::string again;
+    const bool readFlag = stream.read(sections.values, "", myReading, values, ignored);
+    const bool exactFlag = myReading == Reading::EXACT;
+    if (!readFlag || (exactFlag && (!stream.write(values, binaryFlag, again, ignored) ||
+                                    again != sections.values))) {
+        contents.add(Kind::SECTION, "values", sections.values);
+        return;
+    }
+    for (auto &part : values.changeParts()) {
+        contents.add(std::move(part));
+    }
+}
+
+void NOD_NodeRecords::read(const NOD_NodeSections &sections, NOD_Record &contents)
+{
+    NOD_Report ignored;
+    if (!sections.type.empty()) {
+        contents.add(Kind::TYPE, {}, sections.type);
+    }
+    for (const auto &[name, value] : sections.variables) {
+        contents.add(Kind::VARIABLE, name, value);
+    }
+    if (!sections.spares.empty() && !readSpares(sections.spares, contents)) {
+        contents.add(Kind::SECTION, "spares", sections.spares);
+    }
+    if (!sections.channels.empty() && (!NODreadChannels(sections.channels, "", contents, ignored) ||
+                                       NODchannelText(contents) != sections.channels)) {
+        removeParts(contents, {Kind::CHANNEL, Kind::LANGUAGE});
+        contents.add(Kind::SECTION, "channels", sections.channels);
+    }
+    readValues(sections, contents);
+    readAliases(sections.aliases, contents);
+    if (aliasText(contents) != sections.aliases) {
+        removeParts(contents, {Kind::ALIAS});
+        contents.add(Kind::SECTION, "aliases", sections.aliases);
+    }
+    for (const auto &[kind, text] : sections.kept) {
+        contents.add(Kind::SECTION, kind, text);
+    }
+}
+
+bool NOD_NodeRecords::write(const NOD_Record &contents, NOD_NodeSections &sections,
+                            NOD_Report &report)
+{
+    sections.type = textOf(contents.valueOf(Kind::TYPE));
+    sections.spares = spareText(contents);
+    sections.channels = NODchannelText(contents);
+    sections.aliases = aliasText(contents);
+    bool valuesFlag = false;
+    for (const auto &part : contents.getParts()) {
+        if (part->getKind() == Kind::VARIABLE) {
+            sections.variables[part->getName()] = textOf(part->getValue());
+        }
+        valuesFlag = valuesFlag || part->getKind() == Kind::PARM;
+        if (part->getKind() != Kind::SECTION) {
+            continue;
+        }
+        if (std::string *const text = sections.findText(part->getName())) {
+            *text = textOf(part->getValue());
+        } else {
+            sections.kept.emplace_back(part->getName(), textOf(part->getValue()));
+        }
+    }
+    if (!valuesFlag) {
+        return true;
+    }
+    std::unique_ptr<NOD_StreamRecords> own;
+    const bool binaryFlag = contents.find(Kind::FORM) != nullptr;
+    return streamOf(sections.type, sections.spares, own)
+        .write(contents, binaryFlag, sections.values, report);
+}
+
+bool NOD_NodeRecords::writeStream(const NOD_Record &contents, bool binary, std::string &bytes,
+                                  NOD_Report &report)
+{
+    std::unique_ptr<NOD_StreamRecords> own;
+    return streamOf("", "", own).write(contents, binary, bytes, report);
+}

@@ -1,0 +1,103 @@
+#include "ZELT_Comparison.h"
+
+#include "ZELT_File.h"
+#include "ZELT_Messages.h"
+#include "ZELT_Session.h"
+
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_IFStream.h>
+#include <NOD/NOD_Report.h>
+
+#include <cerrno>
+#include <iostream>
+#include <iterator>
+
+namespace
+{
+
+/// Without the part that is meant.
+std::string pathOf(const std::string &file)
+{
+    return file.substr(0, NOD_ValueFile::findSection(file));
+}
+
+} // namespace
+
+bool ZELTreadBytes(const std::string &file, std::string &bytes, ZELT_Messages &messages)
+{
+    if (file == "-") {
+        bytes.assign(std::istreambuf_iterator<char>(std::cin), {});
+        return true;
+    }
+    errno = 0;
+    KIT_IFStream is(file.c_str(), KIT_IStream::BINARY);
+    if (!is.isReadable()) {
+        messages.error(file, "can't be read: " + KITsystemReason());
+        return false;
+    }
+    bytes = is.rest();
+    return true;
+}
+
+bool ZELT_Comparison::readAny(const std::string &file, const std::string &bytes,
+                              NOD_Document &document, ZELT_Messages &messages)
+{
+    NOD_Report report;
+    NOD_DocumentOptions options;
+    options.isExact = myExactFlag;
+    options.interface = myScript;
+    options.load = ZELTloadOptions();
+    options.asNode = myNodeFlag;
+    if (options.load.folder.empty() && file != "-") {
+        options.load.folder = ZELTfolderOf(pathOf(file));
+    }
+    const bool readFlag = document.read(bytes, file, options, report);
+    messages.add(report);
+    return readFlag && !report.hasErrors();
+}
+
+bool ZELT_Comparison::readOne(const std::string &script, const std::string &file,
+                              NOD_Document &document, ZELT_Messages &messages)
+{
+    std::string bytes;
+    if (!script.empty() && !(myScript = ZELTloadScript(script, messages))) {
+        return false;
+    }
+    return ZELTreadBytes(file == "-" ? file : pathOf(file), bytes, messages) &&
+           readAny(file, bytes, document, messages);
+}
+
+bool ZELT_Comparison::read(const std::string &script, const std::string &left,
+                           const std::string &right, ZELT_Messages &messages)
+{
+    std::string leftBytes, rightBytes;
+    if (!script.empty() && !(myScript = ZELTloadScript(script, messages))) {
+        return false;
+    }
+    const bool leftFlag = ZELTreadBytes(left == "-" ? left : pathOf(left), leftBytes, messages);
+    if (!ZELTreadBytes(right == "-" ? right : pathOf(right), rightBytes, messages) || !leftFlag) {
+        return false;
+    }
+    const NOD_FileKind kinds[] = {NOD_ValueFile::kindOf(std::string_view(leftBytes)),
+                                  NOD_ValueFile::kindOf(std::string_view(rightBytes))};
+    myNodeFlag = myScript && kinds[0] != kinds[1];
+    if (kinds[0] != kinds[1] && !myScript) {
+        messages.error(right, std::string("is ") + NOD_ValueFile::getKindName(kinds[1]) +
+                                  ", which can't be compared with " +
+                                  NOD_ValueFile::getKindName(kinds[0]) +
+                                  " without the script that they have the values of");
+        return false;
+    }
+    if (!myScript && kinds[0] == NOD_FileKind::SCRIPT) {
+        myLeftScript = ZELTloadScript(left, messages);
+        myRightScript = ZELTloadScript(right, messages);
+        if (!myLeftScript || !myRightScript) {
+            return false;
+        }
+        myLeft.take(*myLeftScript);
+        myRight.take(*myRightScript);
+        return true;
+    }
+    const bool readFlag = readAny(left, leftBytes, myLeft, messages);
+    return readAny(right, rightBytes, myRight, messages) && readFlag;
+}

@@ -1,0 +1,49 @@
+/// \file ZELT_Comparison.h
+/// Two files of a command line, as what is compared.
+///
+/// Ownership:  owns both.
+/// Errors:     false after a message with the file.
+#pragma once
+
+#include "ZELT_Script.h"
+
+#include <NOD/NOD_Difference.h>
+#include <NOD/NOD_Document.h>
+
+#include <string>
+
+class ZELT_Messages;
+
+class ZELT_Comparison
+{
+public:
+    explicit ZELT_Comparison(bool isExact) : myExactFlag(isExact) {}
+
+    /// Of one kind; with a script, which is "" for none, of any: they are then what they make of a node. "-" is
+    /// standard input.
+    bool read(const std::string &script, const std::string &left, const std::string &right,
+              ZELT_Messages &messages);
+    bool readOne(const std::string &script, const std::string &file, NOD_Document &document,
+                 ZELT_Messages &messages);
+    const NOD_Document &getLeft() const { return myLeft; }
+    const NOD_Document &getRight() const { return myRight; }
+    bool isOfScripts() const { return myLeftScript != nullptr; }
+    /// Null unless both are dialog scripts.
+    const ZELT_ScriptPtr &getLeftScript() const { return myLeftScript; }
+    const ZELT_ScriptPtr &getRightScript() const { return myRightScript; }
+
+private:
+    bool readAny(const std::string &file, const std::string &bytes, NOD_Document &document,
+                 ZELT_Messages &messages);
+
+    bool myExactFlag;
+    bool myNodeFlag = false; ///< they are of different kinds
+    ZELT_ScriptPtr myScript;
+    NOD_Document myLeft;
+    NOD_Document myRight;
+    ZELT_ScriptPtr myLeftScript;
+    ZELT_ScriptPtr myRightScript;
+};
+
+/// All bytes of a file, "-" for standard input.
+bool ZELTreadBytes(const std::string &file, std::string &bytes, ZELT_Messages &messages);
