@@ -42,7 +42,8 @@ std::string faultsOf(const std::string &text)
     for (const NOD_Message &message : report.getMessages()) {
         const KIT_MessageDetail &detail = *message.detail;
         faults += std::to_string(message.line) + ":" + std::to_string(detail.place.column) + "-" +
-                  std::to_string(detail.place.endColumn) + ": " + message.text;
+                  std::to_string(detail.place.endColumn) + ": " +
+                  (message.subject.empty() ? "" : message.subject + ": ") + message.text;
         for (const std::string &word : detail.expected) {
             faults += " |" + word;
         }
@@ -72,9 +73,9 @@ TEST(MigrationMap, FaultsHaveTheirPlaces)
                              "|freeze |drop |test |version\n"},
         {head + "rename a", "4:9-9: a word is missing: rename FORMER PRESENT\n"},
         {head + "rename a b c # d", "4:12-13: a word too many: rename FORMER PRESENT\n"},
-        {head + "rename a# b", "4:1-12: a# has not as many # as b\n"},
-        {head + "rename a b\nrename a c", "5:1-11: a: line 4 has it already: rename a b\n"},
-        {head + "rename a c\nrename b c", "5:1-11: c is to be the name of a and b\n"},
+        {head + "rename a# b", "4:1-12: a#: has not as many # as b\n"},
+        {head + "rename a b\nrename a c", "5:1-11: a: is to be called b and c\n"},
+        {head + "rename a c\nrename b c", "5:1-11: c: is to be the name of a and b\n"},
         {head + "rename a b\ndrop a x", "5:1-9: a: line 4 has it already: rename a b\n"},
         {head + "rename x# y#\ndrop x2 z", nullptr},
         {head + "rename \"a", "4:8-10: the closing quote is missing\n"},
@@ -97,7 +98,7 @@ TEST(MigrationMap, FaultsHaveTheirPlaces)
          "7:5-8: has no time\n"
          "8:8-11: a time is a number of seconds\n"},
         {"a b\nc", "2:1-2: a line is a former and a present name\n"},
-        {"a b\nc b", "2:1-4: b is to be the name of a and c\n"}};
+        {"a b\nc b", "2:1-4: b: is to be the name of a and c\n"}};
     for (const auto &[text, expected] : faults) {
         if (expected) {
             EXPECT_EQ(faultsOf(text), expected) << text;

@@ -108,19 +108,30 @@ bool NOD_MigrationMapReader::takeLine(Words &words)
 }
 
 void NOD_MigrationMapReader::fail(std::size_t begin, std::size_t end, const std::string &text,
-                                  std::string found, std::vector<std::string> expected)
+                                  std::string found, std::vector<std::string> expected,
+                                  const std::string &subject)
 {
     auto detail = std::make_shared<KIT_MessageDetail>();
     detail->place.file = myMap.myName;
     detail->place.setFromText(myText, begin, end, myLine);
+    detail->subject = subject;
     detail->found = std::move(found);
     detail->expected = std::move(expected);
     NOD_Message message;
     message.file = myMap.myName;
     message.line = detail->place.line;
+    message.subject = subject;
     message.text = text;
     message.detail = std::move(detail);
     myReport.add(std::move(message));
+}
+
+void NOD_MigrationMapReader::failLine(const Words &words, const std::string &subject,
+                                      const std::string &text)
+{
+    const std::size_t begin = words.front().begin;
+    const std::size_t end = words.back().end;
+    fail(begin, end, text, std::string(myText.substr(begin, end - begin)), {}, subject);
 }
 
 void NOD_MigrationMapReader::fail(const Word &word, const std::string &text,
@@ -389,8 +400,7 @@ bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
     for (const std::vector<std::string> *names : {&step.sources, &step.targets}) {
         for (const std::string &name : *names) {
             if (marksIn(name) != marksIn(step.sources[0])) {
-                fail(words.front().begin, words.back().end,
-                     step.sources[0] + " has not as many # as " + name);
+                failLine(words, step.sources[0], "has not as many # as " + name);
                 return false;
             }
         }
@@ -401,17 +411,18 @@ bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
         const bool bothFlag =
             (menusFlag || movesFlag) && (overlap(step, other) || overlap(other, step));
         if (bothFlag && movesFlag) {
-            fail(words.front().begin, words.back().end,
-                 step.sources[0] + ": line " + std::to_string(other.line) +
-                     " has it already: " + other.asText());
+            const bool renamesFlag = step.kind == Kind::RENAME && other.kind == Kind::RENAME;
+            failLine(words, step.sources[0],
+                     renamesFlag ? "is to be called " + other.targets[0] + " and " + step.targets[0]
+                                 : "line " + std::to_string(other.line) +
+                                       " has it already: " + other.asText());
             return false;
         }
         for (const std::string &name : step.targets) {
             if (std::find(other.targets.begin(), other.targets.end(), name) !=
                 other.targets.end()) {
-                fail(words.front().begin, words.back().end,
-                     name + " is to be the name of " + other.sources[0] + " and " +
-                         step.sources[0]);
+                failLine(words, name,
+                         "is to be the name of " + other.sources[0] + " and " + step.sources[0]);
                 return false;
             }
         }

@@ -48,7 +48,9 @@ private:
     /// Of one word, or from one to another.
     void fail(const Word &word, const std::string &text, std::vector<std::string> expected = {});
     void fail(std::size_t begin, std::size_t end, const std::string &text, std::string found = {},
-              std::vector<std::string> expected = {});
+              std::vector<std::string> expected = {}, const std::string &subject = {});
+    /// Of a whole line, which is about a name.
+    void failLine(const Words &words, const std::string &subject, const std::string &text);
     bool readNumber(const Word &word, double &number);
 
     NOD_MigrationMap &myMap;

@@ -15,7 +15,7 @@ namespace
 void place(const NOD_Report &found, const NOD_MigrationMap &map, int line, NOD_Report &report)
 {
     for (NOD_Message message : found.getMessages()) {
-        if (message.file.empty() && message.category.empty()) {
+        if (message.file.empty() && (message.category.empty() || message.category == "NOD")) {
             map.tell(line, message.subject, message.text, report);
         } else {
             report.add(std::move(message));
