@@ -13,24 +13,26 @@
 /// Units:      values are those at a time, in seconds.
 /// Ownership:  owns its texts.
 /// Threads:    the thread that changes the tree, while nothing evaluates.
-/// Errors:     false, with nothing done, after an error in the report: a rename that fits neither interface, or
-///             two of one name. What a load would report of values, adoption reports too.
-/// Cost:       linear in the node; with renames that of a copy of it.
+/// Errors:     false, with nothing done, after an error in the report: a step whose names neither interface has, or
+///             two renames of one name. What a load would report of values, adoption reports too.
+/// Cost:       linear in the node; with steps that of a copy of it.
 ///
 /// What renewParms does, and in addition: what is renamed goes over with channels, locks and aliases, a block
 /// with its items; a locked parameter keeps lock and value, also one at its default; an entry of a menu is found by its token, wherever it is in the new menu. What expressions
 /// say of names stays as it is written: one that reads a name that is gone fails, and is then told as changed.
+/// NOD_MigrationStep.h has what else a step can do; NOD_MigrationWalk.h goes through the versions of a map.
 #pragma once
 
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_MigrationStep.h>
 
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 class NOD_Interface;
+class NOD_MigrationMap;
 class NOD_Node;
 class NOD_Report;
 class ZEL_Template;
@@ -44,18 +46,22 @@ public:
         DEFAULT, ///< it was at its default, and has another one now
         CHANGED, ///< it is there and has another value: clamped, cut, an entry that the menu hasn't
         LOST,    ///< there is no place for its value
-        NEW      ///< of the present interface alone
+        NEW,     ///< of the present interface alone
+        CONVERTED, ///< it means the same, and is written otherwise: what a step is for
+        DROPPED    ///< a step gives it up, and says why
     };
     struct Entry
     {
-        Fate fate;
-        std::string token;    ///< in the former interface; of a new one in the present
-        std::string newToken; ///< in the present interface; "" if it is lost
-        std::string before;   ///< the value that it had, all components; "" if it is new
-        std::string after;    ///< the value that it has; "" if it is lost
-        std::string reason;   ///< why it is lost or changed, as far as that is known
+        Fate fate = Fate::CARRIED;
+        std::string token; ///< in the former interface; of a new one in the present
+        std::string
+            newToken; ///< in the present interface, several with blanks between; "" if it is lost
+        std::string before; ///< the value that it had, all components; "" if it is new
+        std::string after;  ///< the value that it has; "" if it is lost
+        std::string reason; ///< why it is lost or changed, as far as that is known
         bool defaultFlag =
             false; ///< it was at its default: with it nothing is lost that anybody has set
+        std::vector<NOD_MigrationStep> steps; ///< those that were about it
 
         /// `changed life 12 -> 10: ...`
         std::string asText() const;
@@ -66,15 +72,18 @@ public:
     static const char *getFateName(Fate fate);
 
     // ------------------------------------------------------------------ //
-    /// \name Renames   (false after an error in the report)
+    /// \name Steps   (false after an error in the report)
     // ------------------------------------------------------------------ //
     ///@{
+    bool addStep(const NOD_MigrationStep &step, NOD_Report &report);
     bool addRename(const std::string &former, const std::string &present, NOD_Report &report);
     /// `FORMER=PRESENT`
     bool addRename(const std::string &text, NOD_Report &report);
     /// A line for each: `FORMER PRESENT`. A `#` before or behind them begins a comment.
     bool readRenames(std::string_view text, const std::string &name, NOD_Report &report);
     bool readRenames(const std::string &path, NOD_Report &report);
+    /// Those of a plain map.
+    bool addRenames(const NOD_MigrationMap &map, NOD_Report &report);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -103,9 +112,8 @@ private:
     template <class Renew>
     bool run(NOD_Node &node, const ZEL_Template *templates, double time, NOD_Report &report,
              const Renew &renew);
-    std::string targetOf(const std::string &token) const;
-    bool checkRenames(NOD_Node &node, const ZEL_Template *templates, NOD_Report &report) const;
+    bool checkNames(NOD_Node &node, const ZEL_Template *templates, NOD_Report &report) const;
 
-    std::vector<std::pair<std::string, std::string>> myRenames;
+    std::vector<NOD_MigrationStep> mySteps;
     Entries myEntries;
 };

@@ -121,7 +121,8 @@ public:
     /// \name Names that a load doesn't know
     // ------------------------------------------------------------------ //
     ///@{
-    /// Streams of older versions say `savedName` for what is called `name` now.
+    /// Streams of older versions say `savedName` for what is called `name` now, both with a `#` for each number in the
+    /// names of items. NOD_MigrationMap::addRenames takes those of a map.
     void addRename(const std::string &savedName, const std::string &name)
     {
         mySpares.addRename(savedName, name);
@@ -175,6 +176,12 @@ public:
     /// node without parameters; "" for none.
     void keepSections(const std::string &typeName, Sections sections);
     const Sections &getKeptSections() const { return myKeptSections; }
+    /// The version of its type that the node is of (NOD_MigrationMap.h), where a file or a walk has said it; "" if
+    /// not. It is one of the kept sections, and saved as a line of the node's own.
+    std::string getTypeVersion() const;
+    void setTypeVersion(const std::string &version);
+    /// Its name: no section of a file has a blank in its kind.
+    static constexpr const char *theVersionSection = "node version";
     /// Whether the node's type wasn't there when it was loaded, nor was it given one since.
     bool isTypeMissing() const { return !myInterface && !myPlainTemplates && !myPlainType.empty(); }
     ///@}

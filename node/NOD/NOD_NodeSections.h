@@ -35,7 +35,9 @@ struct NOD_API NOD_NodeSections
         BINARY ///< the values only: the others are texts in either form
     };
 
-    std::string type;                             ///< "" for a node without one
+    std::string type; ///< "" for a node without one
+    std::string
+        version; ///< of the type, as a file says it (NOD_MigrationMap.h); load() doesn't look at it
     std::map<std::string, std::string> variables; ///< the node's own
     std::string spares;   ///< a dialog script of the spare parameters' descriptions
     std::string channels; ///< as TRK_Collection::save

@@ -27,6 +27,7 @@
 class NOD_Conditions;
 class NOD_Graph;
 class NOD_Interface;
+class NOD_MigrationMap;
 class NOD_Node;
 class NOD_NodeSource;
 class NOD_ReferenceIndex;
@@ -101,6 +102,11 @@ public:
     {
         return myInterfaces;
     }
+    /// Files with nodes of older versions of the type are brought up to the last one by the map, whose scripts are
+    /// loaded, and nodes of the type are saved as of that one. Replaces the type's map; null removes it.
+    void setMigrationMap(const std::string &typeName, std::shared_ptr<const NOD_MigrationMap> map);
+    /// Null if there is none.
+    std::shared_ptr<const NOD_MigrationMap> findMigrationMap(const std::string &typeName) const;
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -150,6 +156,7 @@ private:
     void settle(NOD_References &references, NOD_Report &report);
 
     std::map<std::string, std::shared_ptr<const NOD_Interface>> myInterfaces;
+    std::map<std::string, std::shared_ptr<const NOD_MigrationMap>> myMaps; ///< by type name
     double myFrameRate = theUsualFrameRate;
     double myFirstFrame = theUsualFirstFrame;
     double myLastFrame = theUsualLastFrame;

@@ -79,6 +79,7 @@ public:
     /// \name Names that a load doesn't know
     // ------------------------------------------------------------------ //
     ///@{
+    /// Both may have a `#` for each number in the names of items.
     void addRename(const std::string &savedName, const std::string &name);
     /// Borrowed, up to a terminator; null for none.
     void setKnown(ZEL_Template *templates) { myKnown = templates; }
@@ -92,6 +93,7 @@ private:
     using Descriptions = std::vector<const ZEL_Template *>;
 
     Descriptions present() const;
+    std::string renamed(const std::string &name) const;
     void rebuild(ZEL_ParmList &list, const Descriptions &descriptions);
     void addForLoad(const char *name, Descriptions &descriptions);
 

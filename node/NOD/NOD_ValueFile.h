@@ -71,6 +71,9 @@ public:
     const std::string &getName() const { return myName; }
     /// Of a node or scene file the path of the node that is meant, and of all below it; none after an error.
     std::vector<std::string> findNodes(NOD_Report &report) const;
+    /// The version of its type that the node of a node or scene file says it is of (NOD_MigrationMap.h); "" if it
+    /// doesn't, and of other files.
+    std::string findNodeVersion() const;
     /// Gives the node what is in the file, as one step of undo. A stream and a preset change the parameters
     /// that they have, a channel file the channels; of a node or a scene it is all that NOD_NodeSections.h
     /// names, of the one node that is there or is meant. False if not all could be used, as a stream whose

@@ -196,10 +196,11 @@ TEST_F(Migration, NamesThatMeanSomethingElseNow)
     migration = NOD_Migration();
     NOD_Report told;
     EXPECT_TRUE(migration.readRenames("# old new\n\na b # one\n\ts# t#\n", "map", told));
-    EXPECT_FALSE(migration.readRenames("a\na b c\nx b\n", "map", told));
+    EXPECT_FALSE(migration.readRenames("a\na b c\n", "map", told));
+    EXPECT_FALSE(migration.readRenames("x b\n", "map", told));
     EXPECT_EQ(told.asText(), "map(1): a line is a former and a present name\n"
                              "map(2): a line is a former and a present name\n"
-                             "map(3): b: is to be the name of a and x\n");
+                             "map(1): b: is to be the name of a and x\n");
     EXPECT_FALSE(migration.readRenames("nowhere/map", told));
 }
 

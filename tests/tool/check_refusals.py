@@ -56,7 +56,7 @@ WRONG = {
     "--disable": [("nothere", "nothere")], "--level": [("nothere", "nothere")],
 }
 # Values that are a wrong call.
-NO_CALL = {"--as": "nothere", "--format": "nothere", "--to": "nothere", "--messages": "nothere", "--threads": "-1", "--fps": "fast"}
+NO_CALL = {"--as": "nothere", "--format": "nothere", "--to": "nothere", "--messages": "nothere", "--from": "nothere", "--threads": "-1", "--fps": "fast"}
 # Lines of the shell.
 LINES = [
     ("eval nothere", "nothere"), ("set {number} red", "red"), ("set {number}:7 1", "7"), ("key {number} soon 1", "soon"),

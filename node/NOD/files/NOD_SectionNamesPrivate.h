@@ -14,6 +14,7 @@ constexpr const char *theSceneSection = "scene";
 constexpr const char *thePartSection = "part";
 constexpr const char *theInterfaceSection = "interface";
 constexpr const char *theNodeSection = "node";
+constexpr const char *theNodeVersion = "version"; ///< a line of a node
 constexpr const char *theInterfaceFile = "file";
 constexpr const char *theInterfaceText = "text";
 constexpr const char *theInterfaceOfApplication = "application";

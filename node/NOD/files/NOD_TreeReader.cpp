@@ -103,7 +103,8 @@ NOD_TreeReader::NOD_TreeReader(NOD_Scene &scene, const NOD_SectionFile &file,
                                const std::string &name, const NOD_LoadOptions &options,
                                NOD_Report &report)
     : myScene(scene), myFile(file), myName(name), myOptions(options), myReport(report),
-      myUsedFlags(file.getSections().size()), myRoom(NODroomForNodes(file.getLength(), options))
+      myUsedFlags(file.getSections().size()), myRoom(NODroomForNodes(file.getLength(), options)),
+      myVersions(scene)
 {
     for (std::size_t i = 0; i < file.getSections().size(); ++i) {
         myByName.emplace(file.getSections()[i].name, i);
@@ -360,6 +361,7 @@ void NOD_TreeReader::readNodes(NOD_Node &above, bool isPart)
         readNode(place->path, *find(place->path), std::move(head));
     }
     followDrivenBlocks(myNodes, myName, myReport);
+    myVersions.bringUp(myName, myReport);
     for (const auto &[key, missing] : myMissing) {
         warning(*missing.section, 1,
                 "the type \"" + key + "\" isn't known here: " +
@@ -377,6 +379,8 @@ NOD_NodeSections NOD_TreeReader::readHead(const Section &section)
         const std::vector<std::string> &words = line.words;
         if (words.size() == 2 && words[0] == "type") {
             head.type = words[1];
+        } else if (words.size() == 2 && words[0] == theNodeVersion) {
+            head.version = words[1];
         } else if (words.size() == 3 && words[0] == "variable") {
             head.variables[words[1]] = words[2];
         } else {
@@ -422,10 +426,14 @@ bool NOD_TreeReader::isAllowed(const Section &section, std::int64_t bytes)
 }
 
 NOD_Node *NOD_TreeReader::makeNode(const Section &section, const std::string &path, NOD_Node &above,
-                                   bool isPart, const NOD_NodeSections &head)
+                                   bool isPart, NOD_NodeSections &head)
 {
-    const std::shared_ptr<const NOD_Interface> interface =
-        head.type.empty() ? nullptr : findInterface(head.type);
+    std::string fault;
+    const std::shared_ptr<const NOD_Interface> interface = myVersions.interfaceFor(
+        head.type.empty() ? nullptr : findInterface(head.type), head.version, fault);
+    if (!fault.empty()) {
+        warning(section, 0, fault);
+    }
     const auto known = myBytes.find(interface.get());
     const NOD_NodeBytes bytes = known != myBytes.end()
                                     ? known->second
@@ -451,6 +459,7 @@ NOD_Node *NOD_TreeReader::makeNode(const Section &section, const std::string &pa
         }
         node = parent->addChild(name.c_str(), interface);
     }
+    myVersions.made(node, path);
     if (node && interface && known == myBytes.end()) {
         myBytes.emplace(interface.get(), NOD_NodeBytes(*node));
     }
@@ -471,6 +480,9 @@ void NOD_TreeReader::readNode(const std::string &path, NOD_Node &node, NOD_NodeS
         } else if (section) {
             *sections.findText(kind) = section->text;
         }
+    }
+    if (!sections.version.empty()) {
+        sections.kept.emplace_back(NOD_Node::theVersionSection, sections.version);
     }
     NOD_Report found;
     sections.load(node, found);

@@ -13,6 +13,7 @@
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionFilePrivate.h>
 #include <NOD/files/NOD_TreeLimitsPrivate.h>
+#include <NOD/files/NOD_TreeVersionsPrivate.h>
 
 #include <cstdint>
 #include <map>
@@ -75,7 +76,7 @@ private:
     std::shared_ptr<const NOD_Interface> findInterface(const std::string &key);
     void keepInterface(const Section &section, const std::string &path);
     NOD_Node *makeNode(const Section &section, const std::string &path, NOD_Node &above,
-                       bool isPart, const NOD_NodeSections &head);
+                       bool isPart, NOD_NodeSections &head);
     NOD_Node *findParent(const Section &section, const std::string &path, bool isPart);
     NOD_NodeSections readHead(const Section &section);
     bool isAllowed(const Section &section, std::int64_t bytes);
@@ -98,4 +99,5 @@ private:
     std::unordered_map<std::string, NOD_Node *> myByPath;
     std::vector<NOD_Node *> myNodes;
     std::string myTopName;
+    NOD_TreeVersions myVersions;
 };

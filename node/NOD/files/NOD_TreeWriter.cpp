@@ -9,6 +9,7 @@
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
 #include <NOD/files/NOD_TreeLimitsPrivate.h>
+#include <NOD/files/NOD_TreeVersionsPrivate.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
 
 #include <ostream>
@@ -79,7 +80,7 @@ void NOD_TreeWriter::writeTree(NOD_Node &top)
     // What nobody knows, and belongs to no node.
     for (const auto &[name, text] :
          top.getParent() ? NOD_Node::Sections() : top.getKeptSections()) {
-        if (!isInterface(name) && !NODisNodeKind(name)) {
+        if (!isInterface(name) && !NODisNodeKind(name) && name != NOD_Node::theVersionSection) {
             mySections.add(name, text);
         }
     }
@@ -213,6 +214,8 @@ void NOD_TreeWriter::writeNode(const Place &place)
     const void *const id = idOf(*place.node);
     const std::string type = id ? myKeys[id] : sections.type;
     head += type.empty() ? "" : "type " + NODquoted(type) + "\n";
+    const std::string version = NODversionToSave(myScene, *place.node);
+    head += version.empty() ? "" : theNodeVersion + (" " + NODquoted(version)) + "\n";
     const bool isRoot = !place.node->getParent();
     for (const auto &[name, value] : sections.variables) {
         // A scene's are in its first section.
@@ -229,7 +232,8 @@ void NOD_TreeWriter::writeNode(const Place &place)
     write("values", place.path, sections.values);
     write("aliases", place.path, sections.aliases);
     for (const auto &[kind, text] : sections.kept) {
-        if (!isRoot || NODisNodeKind(kind)) { // the others are the scene's
+        const bool ownFlag = !isRoot || NODisNodeKind(kind); // the others are the scene's
+        if (ownFlag && kind != NOD_Node::theVersionSection) {
             mySections.add(kind + " " + place.path, text);
         }
     }

@@ -420,6 +420,26 @@ std::vector<std::string> NOD_ValueFile::findNodes(NOD_Report &report) const
     return paths;
 }
 
+std::string NOD_ValueFile::findNodeVersion() const
+{
+    NOD_Report ignored;
+    NOD_SectionFile file;
+    const bool nodeFlag = myKind == NOD_FileKind::NODE || myKind == NOD_FileKind::SCENE;
+    const std::string head = nodeFlag && file.read(myBytes, myName, ignored)
+                                 ? pickSection(file, theNodeSection, ignored)
+                                 : "";
+    for (const NOD_SectionFile::Section &section : file.getSections()) {
+        const auto lines = !head.empty() && section.name == head ? NODreadLines(section.text)
+                                                                 : std::vector<NOD_Line>();
+        for (const NOD_Line &line : lines) {
+            if (line.words.size() == 2 && line.words[0] == theNodeVersion) {
+                return line.words[1];
+            }
+        }
+    }
+    return "";
+}
+
 bool NOD_ValueFile::applyPreset(NOD_Node &node, NOD_Report &report) const
 {
     std::string text = myBytes;

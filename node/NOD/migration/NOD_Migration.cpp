@@ -1,10 +1,6 @@
 #include <NOD/NOD_Migration.h>
 
 #include <BAS/BAS_Thread.h>
-#include <EVL/EVL.h>
-#include <KIT/KIT_ErrorManager.h>
-#include <KIT/KIT_String.h>
-#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
@@ -12,11 +8,10 @@
 #include <NOD/NOD_NodeState.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_TextEdit.h>
-#include <TRK/TRK_Channel.h>
-#include <TRK/TRK_Collection.h>
-#include <ZEL/ZEL_ChoiceList.h>
+#include <NOD/migration/NOD_MigrationComponentsPrivate.h>
+#include <NOD/migration/NOD_MigrationConvertPrivate.h>
+#include <NOD/text/NOD_NumberTextPrivate.h>
 #include <ZEL/ZEL_InputBudget.h>
-#include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -24,200 +19,63 @@
 
 #include <algorithm>
 #include <set>
-#include <sstream>
+#include <utility>
 
 namespace
 {
 
-// ---------------------------------------------------------------------- //
-// What a component has
-// ---------------------------------------------------------------------- //
+using Step = NOD_MigrationStep;
+using Converter = NOD_MigrationConverter;
 
-struct Component
+/// Where a component goes.
+struct Goal
 {
-    std::string text;  ///< for people
-    std::string body;  ///< all that is made of it; equal ones are the same
-    std::string value; ///< what it evaluates to at the time
-    bool failedFlag = false;
+    std::string token;
+    int component;
 };
-
-std::string quoted(std::string_view text)
-{
-    KIT_WorkBuffer buffer;
-    buffer.appendQuoted(text);
-    return std::string(buffer.view());
-}
-
-/// Keeps what an evaluation reports to itself, and knows whether there was anything.
-class Evaluation
-{
-public:
-    Evaluation() : myThread(BASgetSTID()), myErrors(myThread)
-    {
-        EVL::theErrNo[myThread] = EVL::EVL_OK;
-    }
-    ~Evaluation() { EVL::theErrNo[myThread] = EVL::EVL_OK; }
-    Evaluation(const Evaluation &) = delete;
-    Evaluation &operator=(const Evaluation &) = delete;
-
-    bool failed()
-    {
-        return EVL::theErrNo[myThread] != EVL::EVL_OK || myErrors.getManager().entries() > 0;
-    }
-
-private:
-    int myThread;
-    KIT_ErrorManager::Scope myErrors;
-};
-
-std::string valueOf(const ZEL_Parm &parm, int index, double time, bool expand)
-{
-    if (parm.getType().isDataType()) {
-        constexpr int text = 0;
-        constexpr bool compiled = false;
-        std::ostringstream os;
-        parm.save(os, text, compiled);
-        return os.str();
-    }
-    KIT_String value;
-    parm.getValue(time, value, index, expand, BASgetSTID());
-    return parm.getType().isStringType() ? quoted(value.view()) : value.toStdString();
-}
-
-/// The channel under a name that doesn't tell whose it is.
-std::string bodyOf(const TRK_Channel &channel)
-{
-    TRK_Collection alone;
-    alone.addChannel("c")->copyContents(channel);
-    std::ostringstream os;
-    alone.save(os);
-    return os.str();
-}
-
-std::string textOf(const TRK_Channel &channel, double time)
-{
-    const TRK_Segment *const segment = channel.getExpressionSegment(time);
-    if (channel.getNKeys() > 1 || !segment || segment->isInterpolated()) {
-        return std::to_string(channel.getNKeys()) + (channel.getNKeys() == 1 ? " key" : " keys");
-    }
-    KIT_String text;
-    channel.getExpression(time, text);
-    return "[" + text.toStdString() + "]";
-}
-
-Component componentOf(const ZEL_Parm &parm, int index, double time)
-{
-    Component component;
-    {
-        Evaluation evaluation;
-        component.value = valueOf(parm, index, time, true);
-        component.failedFlag = evaluation.failed();
-    }
-    if (const TRK_Channel *const channel = parm.getChannel(index)) {
-        component.text = textOf(*channel, time);
-        component.body = bodyOf(*channel);
-    } else {
-        component.text = valueOf(parm, index, time, false);
-        component.body = component.text;
-    }
-    component.body += parm.getLockedFlag(index) ? "\nlocked" : "";
-    if (parm.getChannelAlias(index) != parm.getChannelToken(index)) {
-        component.body += "\nalias " + std::string(parm.getChannelAlias(index).view());
-    }
-    return component;
-}
-
-std::vector<Component> componentsOf(const ZEL_Parm &parm, double time)
-{
-    std::vector<Component> components;
-    for (int k = 0; k < parm.getVectorSize(); ++k) {
-        components.push_back(componentOf(parm, k, time));
-    }
-    return components;
-}
-
-std::string textOf(const std::vector<Component> &components)
-{
-    std::string text;
-    for (const Component &component : components) {
-        text += (text.empty() ? "" : " ") + component.text;
-    }
-    return text;
-}
-
-std::string valuesOf(const std::vector<Component> &components)
-{
-    std::string text;
-    for (const Component &component : components) {
-        text += (text.empty() ? "" : " ") + component.value + (component.failedFlag ? "!" : "");
-    }
-    return text;
-}
-
-// ---------------------------------------------------------------------- //
-// Parameters
-// ---------------------------------------------------------------------- //
-
-/// Base parameters, folders, buttons and labels have no value of anybody's.
-bool hasValue(const ZEL_Parm &parm)
-{
-    const ZEL_Type &type = parm.getType();
-    return parm.getInstance() && parm.getVectorSize() > 0 && !parm.getTemplatePtr()->isSwitcher() &&
-           !parm.isCallbackType() &&
-           !(type.isStringType() && type.hasStringType(ZEL_TYPE_LABEL.getStringType()));
-}
-
-/// The place of a token in the menu; -1 if it has none.
-int findEntry(const ZEL_Parm &parm, const std::string &token)
-{
-    const ZEL_ChoiceList *const menu = parm.getChoiceListPtr();
-    const ZEL_Name *names = nullptr;
-    if (menu) {
-        menu->getChoiceNames(names, parm.getParmOwner(), parm.getSparePtr(), &parm, false);
-    }
-    for (int i = 0; names && !names[i].isSentinel(); ++i) {
-        if (names[i].getTokenRef() == KIT_StringRef(token.c_str())) {
-            return i;
-        }
-    }
-    return -1;
-}
-
-/// A menu of these entries and no others.
-bool hasFixedMenu(const ZEL_Parm &parm)
-{
-    const ZEL_ChoiceList *const menu = parm.getChoiceListPtr();
-    return menu && menu->choiceNamesPtr() && menu->getStaticSize() > 0 &&
-           (menu->getType() & ZEL_CHOICELIST_EXCLUSIVE_BIT) != 0;
-}
 
 /// What decides whether a parameter continues, and with what.
 struct Former
 {
     std::string token;
-    std::string target; ///< what it is called now
+    std::vector<Goal> goals;         ///< of each component; none if it is dropped
+    std::vector<const Step *> steps; ///< of the map, about it
+    Converter::Steps values;         ///< those that change values
     unsigned kind = 0;
     bool multiFlag = false;
     bool defaultFlag = false;
     bool copyFlag = false; ///< its value goes over
     bool movedFlag =
-        false; ///< adoption doesn't find it: it, or a block that it is in, is renamed; or it is locked
-    std::vector<Component> components;
+        false; ///< adoption doesn't find it: it, or a block that it is in, has a step; or it is locked
+    NOD_MigrationComponents components;
     std::vector<bool> entryFlags; ///< of each component: whether the value is an entry of the menu
+    std::vector<Converter::Result> results; ///< of each component, once it is converted
+
+    bool isDropped() const { return goals.empty(); }
+    /// Whether all of it is one parameter of the same name.
+    bool keepsName() const { return !goals.empty() && goals[0].token == token; }
 };
+
+/// The names that its components go to, each once.
+std::string targetsOf(const Former &former)
+{
+    std::string names;
+    for (std::size_t k = 0; k < former.goals.size(); ++k) {
+        if (k == 0 || former.goals[k].token != former.goals[k - 1].token) {
+            names += (names.empty() ? "" : " ") + former.goals[k].token;
+        }
+    }
+    return names;
+}
 
 bool fits(const Former &former, const ZEL_Parm &parm)
 {
-    return parm.getInstance() && unsigned(parm.getType().getBasicType()) == former.kind &&
+    const bool retypeFlag =
+        std::any_of(former.values.begin(), former.values.end(),
+                    [](const Step *step) { return step->kind == Step::Kind::RETYPE; });
+    return parm.getInstance() &&
+           (retypeFlag || unsigned(parm.getType().getBasicType()) == former.kind) &&
            (!parm.isMultiParm() || former.multiFlag);
-}
-
-/// The text of a string without its quotes.
-std::string rawText(const ZEL_Parm &parm, int index, double time)
-{
-    KIT_String value;
-    parm.getValue(time, value, index, false, BASgetSTID());
-    return value.toStdString();
 }
 
 } // namespace
@@ -235,7 +93,7 @@ public:
 
     void takeFormer();
     /// What adoption doesn't find, from a copy of the node as it was.
-    void moveRenamed(NOD_Node &former);
+    void moveOthers(NOD_Node &former);
     void findEntries();
     void tell();
     bool hasMoved() const
@@ -249,48 +107,121 @@ private:
     {
         return myNode.getParms().getParmPtr(token.c_str());
     }
+    void plan(const ZEL_Parm &parm, Former &former) const;
+    bool isPushedOut(const Former &former) const;
+    void dropWith(const std::string &block, Former &former) const;
+    void clearLeft();
     void reset(ZEL_Parm &parm) const;
-    void copy(const ZEL_Parm &from, ZEL_Parm &to) const;
+    void resetOnce(ZEL_Parm &parm);
+    void move(Former &one, NOD_Node &former);
+    Converter::Result copy(const Former &one, const ZEL_Parm &from, int index, ZEL_Parm &to,
+                           int toIndex) const;
     Entry fateOf(const Former &former) const;
-    Entry compared(const Former &former, const ZEL_Parm &parm) const;
+    Entry compared(const Former &former, const NOD_MigrationComponents &present,
+                   const ZEL_Parm &parm) const;
     std::string menuFault(const Former &former, const ZEL_Parm &parm) const;
+    std::string deviation(const Former &former, const NOD_MigrationComponent &was,
+                          const NOD_MigrationComponent &is) const;
 
     NOD_Migration &myMigration;
     NOD_Node &myNode;
     double myTime;
     std::vector<Former> myFormer;
-    std::set<std::string> myClaimed; ///< names that renames give
+    std::set<std::string> myClaimed; ///< names that steps give
+    std::set<std::string> myReset;   ///< parameters that are as new ones, or were
 };
+
+/// What the steps say of it.
+void NOD_Migration::Run::plan(const ZEL_Parm &parm, Former &former) const
+{
+    for (int k = 0; k < parm.getVectorSize(); ++k) {
+        former.goals.push_back({former.token, k});
+    }
+    for (const Step &step : myMigration.mySteps) {
+        const int source = step.findSource(former.token);
+        if (source < 0) {
+            continue;
+        }
+        former.steps.push_back(&step);
+        if (step.isValueStep()) {
+            former.values.push_back(&step);
+        }
+        for (std::size_t k = 0; k < former.goals.size() && !step.targets.empty(); ++k) {
+            const bool splitFlag = step.kind == Step::Kind::SPLIT;
+            const bool joinFlag = step.kind == Step::Kind::JOIN;
+            const int target = splitFlag ? int(k) : 0;
+            former.goals[k] = {std::size_t(target) < step.targets.size()
+                                   ? step.targetOf(former.token, source, target)
+                                   : std::string(),
+                               joinFlag    ? source
+                               : splitFlag ? 0
+                                           : int(k)};
+        }
+        if (step.kind == Step::Kind::DROP) {
+            former.goals.clear();
+        }
+    }
+}
+
+/// Whether another one has its name now.
+bool NOD_Migration::Run::isPushedOut(const Former &former) const
+{
+    return former.keepsName() && myClaimed.count(former.token) > 0 &&
+           std::all_of(former.steps.begin(), former.steps.end(),
+                       [](const Step *step) { return step->targets.empty(); });
+}
+
+/// The items of a block that is given up are too.
+void NOD_Migration::Run::dropWith(const std::string &block, Former &former) const
+{
+    for (const Step &step : myMigration.mySteps) {
+        if (step.kind == Step::Kind::DROP && step.findSource(block) >= 0) {
+            former.goals.clear();
+            former.steps.push_back(&step);
+            former.movedFlag = true;
+        }
+    }
+}
 
 void NOD_Migration::Run::takeFormer()
 {
+    std::set<const ZEL_Multi *> moved; // blocks that are filled anew, and so are their items
     for (const ZEL_Parm *parm : NODparmsInOrder(myNode.getParms())) {
-        if (!hasValue(*parm)) {
+        if (!NODhasValue(*parm)) {
             continue;
         }
         Former former;
         former.token = parm->getToken();
-        former.target = myMigration.targetOf(former.token);
+        plan(*parm, former);
         former.kind = unsigned(parm->getType().getBasicType());
         former.multiFlag = parm->isMultiParm();
         // A lock says that the value is meant to stay, though adoption takes the default for none.
         const bool lockedFlag = parm->getLockedField() != 0;
-        former.defaultFlag = parm->isTrueFactoryDefault() && !lockedFlag;
-        former.movedFlag = former.target != former.token || lockedFlag;
+        const bool frozenFlag =
+            std::any_of(former.steps.begin(), former.steps.end(),
+                        [](const Step *step) { return step->kind == Step::Kind::FREEZE; });
+        former.defaultFlag = parm->isTrueFactoryDefault() && !lockedFlag && !frozenFlag;
+        former.movedFlag = !former.steps.empty() || lockedFlag;
         const ZEL_Multi *const block = parm->getMultiParmOwner();
         for (const ZEL_Multi *at = block; at; at = at->getMultiParmOwner()) {
-            former.movedFlag |= myMigration.targetOf(at->getTemplatePtr()->getToken()) !=
-                                at->getTemplatePtr()->getToken();
+            former.movedFlag |= moved.count(at) > 0;
+            dropWith(at->getTemplatePtr()->getToken(), former);
+        }
+        if (former.multiFlag && former.movedFlag) {
+            moved.insert(static_cast<const ZEL_Multi *>(parm->getInstance()));
         }
         former.copyFlag = !former.defaultFlag || former.multiFlag ||
                           (block && block->getTemplatePtr()->isRampType());
-        former.components = componentsOf(*parm, myTime);
+        former.components = NODcomponentsOf(*parm, myTime);
+        former.results.resize(former.components.size());
         for (int k = 0; k < parm->getVectorSize(); ++k) {
             former.entryFlags.push_back(!parm->getChannel(k) &&
-                                        findEntry(*parm, rawText(*parm, k, myTime)) >= 0);
+                                        NODfindEntry(*parm, NODrawText(*parm, k, myTime)) >= 0);
         }
-        if (former.target != former.token) {
-            myClaimed.insert(former.target);
+        for (const Goal &goal : former.goals) {
+            if (goal.token != former.token) {
+                myClaimed.insert(goal.token);
+            }
         }
         myFormer.push_back(std::move(former));
     }
@@ -307,45 +238,69 @@ void NOD_Migration::Run::reset(ZEL_Parm &parm) const
     parm.revertToDefaults(myTime);
 }
 
-void NOD_Migration::Run::copy(const ZEL_Parm &from, ZEL_Parm &to) const
+/// Several may become components of one.
+void NOD_Migration::Run::resetOnce(ZEL_Parm &parm)
 {
-    constexpr bool replaceExpression = true;
-    constexpr bool propagate = true;
-    constexpr bool copyChannels = true;
-    const int size = std::min(from.getVectorSize(), to.getVectorSize());
-    for (int k = 0; k < size; ++k) {
-        to.copyValue(myTime, k, from, k, replaceExpression, propagate, copyChannels,
-                     ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
-        to.setLockedFlag(k, from.getLockedFlag(k));
-    }
-    if (to.isMultiParm()) {
-        int count = 0;
-        to.getValue(myTime, count, 0, BASgetSTID()); // its items follow it
+    if (myReset.insert(parm.getToken()).second) {
+        reset(parm);
     }
 }
 
-void NOD_Migration::Run::moveRenamed(NOD_Node &former)
+Converter::Result NOD_Migration::Run::copy(const Former &one, const ZEL_Parm &from, int index,
+                                           ZEL_Parm &to, int toIndex) const
 {
-    // What existed before needs no limit.
-    const ZEL_InputBudget noLimit(ZEL_InputBudget::NO_LIMIT, 0);
-    // Adoption goes by tokens: a name that means another parameter now has been given the wrong value.
+    if (!one.values.empty()) {
+        return Converter(one.values, myTime).convert(from, index, to, toIndex);
+    }
+    constexpr bool replaceExpression = true;
+    constexpr bool propagate = true;
+    constexpr bool copyChannels = true;
+    to.copyValue(myTime, toIndex, from, index, replaceExpression, propagate, copyChannels,
+                 ZEL_ADDKEY_PENDING, ZEL_KEYSET_PREFERENCE);
+    to.setLockedFlag(toIndex, from.getLockedFlag(index));
+    return {};
+}
+
+/// Adoption goes by tokens: a name that means another parameter now has been given the wrong value.
+void NOD_Migration::Run::clearLeft()
+{
     for (const Former &one : myFormer) {
-        ZEL_Parm *const left = one.target == one.token ? nullptr : find(one.token);
+        ZEL_Parm *const left = one.keepsName() ? nullptr : find(one.token);
         if (left && left->isSpareParm() && myClaimed.count(one.token) == 0) {
             myNode.removeSpareParm(one.token.c_str());
-        } else if (left && fits(one, *left)) {
+        } else if (left && unsigned(left->getType().getBasicType()) == one.kind) {
             reset(*left);
         }
     }
-    for (const Former &one : myFormer) {
-        ZEL_Parm *const to = one.movedFlag ? find(one.target) : nullptr;
-        const ZEL_Parm *const from = former.getParms().getParmPtr(one.token.c_str());
-        if (!to || !from || !fits(one, *to)) {
+}
+
+void NOD_Migration::Run::move(Former &one, NOD_Node &former)
+{
+    const ZEL_Parm *const from = former.getParms().getParmPtr(one.token.c_str());
+    for (std::size_t k = 0; from && k < one.goals.size(); ++k) {
+        ZEL_Parm *const to = find(one.goals[k].token);
+        if (!to || !fits(one, *to)) {
             continue;
         }
-        reset(*to);
-        if (one.copyFlag) {
-            copy(*from, *to);
+        resetOnce(*to);
+        if (one.copyFlag && one.goals[k].component < to->getVectorSize()) {
+            one.results[k] = copy(one, *from, int(k), *to, one.goals[k].component);
+        }
+        if (to->isMultiParm()) {
+            int count = 0;
+            to->getValue(myTime, count, 0, BASgetSTID()); // its items follow it
+        }
+    }
+}
+
+void NOD_Migration::Run::moveOthers(NOD_Node &former)
+{
+    // What existed before needs no limit.
+    const ZEL_InputBudget noLimit(ZEL_InputBudget::NO_LIMIT, 0);
+    clearLeft();
+    for (Former &one : myFormer) {
+        if (one.movedFlag && !isPushedOut(one)) {
+            move(one, former);
         }
     }
 }
@@ -354,24 +309,26 @@ void NOD_Migration::Run::moveRenamed(NOD_Node &former)
 void NOD_Migration::Run::findEntries()
 {
     for (const Former &one : myFormer) {
-        ZEL_Parm *const parm = one.defaultFlag ? nullptr : find(one.target);
-        if (!parm || !fits(one, *parm) || !parm->getType().isOrdinalType()) {
-            continue;
-        }
-        const int size = std::min(parm->getVectorSize(), int(one.components.size()));
-        for (int k = 0; k < size; ++k) {
-            const std::string &token = one.components[std::size_t(k)].text;
-            if (!one.entryFlags[std::size_t(k)] || parm->getChannel(k) ||
-                rawText(*parm, k, myTime) == token || findEntry(*parm, token) < 0) {
+        const bool wholeFlag = !one.defaultFlag && one.values.empty();
+        for (std::size_t k = 0; wholeFlag && k < one.goals.size(); ++k) {
+            ZEL_Parm *const parm = find(one.goals[k].token);
+            const int index = one.goals[k].component;
+            if (!parm || !fits(one, *parm) || !parm->getType().isOrdinalType() ||
+                index >= parm->getVectorSize()) {
+                continue;
+            }
+            const std::string &token = one.components[k].text;
+            if (!one.entryFlags[k] || parm->getChannel(index) ||
+                NODrawText(*parm, index, myTime) == token || NODfindEntry(*parm, token) < 0) {
                 continue;
             }
             constexpr bool replaceExpression = true;
             constexpr bool propagate = true;
-            const bool lockedFlag = parm->getLockedFlag(k);
-            parm->setLockedFlag(k, false);
-            parm->setValue(myTime, token.c_str(), TRK_MEANING_LITERAL, replaceExpression, k,
+            const bool lockedFlag = parm->getLockedFlag(index);
+            parm->setLockedFlag(index, false);
+            parm->setValue(myTime, token.c_str(), TRK_MEANING_LITERAL, replaceExpression, index,
                            ZEL_ADDKEY_PENDING, propagate);
-            parm->setLockedFlag(k, lockedFlag);
+            parm->setLockedFlag(index, lockedFlag);
         }
     }
 }
@@ -384,32 +341,54 @@ void NOD_Migration::Run::findEntries()
 std::string NOD_Migration::Run::menuFault(const Former &former, const ZEL_Parm &parm) const
 {
     const bool stringFlag = parm.getType().isStringType();
-    for (int k = 0; hasFixedMenu(parm) && k < parm.getVectorSize(); ++k) {
+    for (int k = 0; NODhasFixedMenu(parm) && k < parm.getVectorSize(); ++k) {
         if (std::size_t(k) >= former.components.size() || !former.entryFlags[std::size_t(k)]) {
             continue;
         }
         const std::string &text = former.components[std::size_t(k)].text;
-        const std::string token = stringFlag ? rawText(parm, k, myTime) : text;
-        if (findEntry(parm, token) < 0) {
+        const std::string token = stringFlag ? NODrawText(parm, k, myTime) : text;
+        if (NODfindEntry(parm, token) < 0) {
             return text + " is no entry of the menu now";
         }
     }
     return "";
 }
 
-NOD_Migration::Entry NOD_Migration::Run::compared(const Former &former, const ZEL_Parm &parm) const
+/// Why a converted component doesn't evaluate to the converted value; "" if it does.
+std::string NOD_Migration::Run::deviation(const Former &former, const NOD_MigrationComponent &was,
+                                          const NOD_MigrationComponent &is) const
 {
-    const std::vector<Component> present = componentsOf(parm, myTime);
-    Entry entry{Fate::CARRIED,   former.token, former.target,     textOf(former.components),
-                textOf(present), {},           former.defaultFlag};
+    double before = 0.0;
+    double after = 0.0;
+    const bool numbersFlag = !former.values.empty() && former.copyFlag &&
+                             NODreadFloat(was.value, before) && NODreadFloat(is.value, after);
+    return numbersFlag ? Converter(former.values, myTime).deviation(before, after) : "";
+}
+
+NOD_Migration::Entry NOD_Migration::Run::compared(const Former &former,
+                                                  const NOD_MigrationComponents &present,
+                                                  const ZEL_Parm &parm) const
+{
+    Entry entry;
+    entry.fate = Fate::CARRIED;
+    entry.token = former.token;
+    entry.newToken = targetsOf(former);
+    entry.before = NODtextOf(former.components);
+    entry.after = NODtextOf(present);
+    entry.defaultFlag = former.defaultFlag;
     const std::size_t both = std::min(present.size(), former.components.size());
     bool sameFlag = true;
     for (std::size_t k = 0; k < both; ++k) {
-        const Component &was = former.components[k];
-        const Component &is = present[k];
+        const NOD_MigrationComponent &was = former.components[k];
+        const NOD_MigrationComponent &is = present[k];
+        const Converter::Result &result = former.results[k];
         sameFlag &= was.body == is.body && was.value == is.value && was.failedFlag == is.failedFlag;
         if (is.failedFlag && !was.failedFlag) {
             entry.reason = "its evaluation fails now";
+        } else if (result.outcome != Converter::Outcome::EXACT) {
+            entry.reason = result.reason;
+        } else if (entry.reason.empty()) {
+            entry.reason = deviation(former, was, is);
         }
     }
     if (present.size() < former.components.size()) {
@@ -417,54 +396,87 @@ NOD_Migration::Entry NOD_Migration::Run::compared(const Former &former, const ZE
                        std::to_string(former.components.size()) + " components now";
         sameFlag = false;
     }
-    const std::string fault = menuFault(former, parm);
-    if (sameFlag && (fault.empty() || former.defaultFlag)) {
+    const bool convertedFlag = !former.values.empty() && former.copyFlag;
+    const std::string fault = convertedFlag ? "" : menuFault(former, parm);
+    if (convertedFlag && entry.reason.empty()) {
+        entry.fate = sameFlag ? Fate::CARRIED : Fate::CONVERTED;
+        return entry;
+    }
+    if (sameFlag && entry.reason.empty() && (fault.empty() || former.defaultFlag)) {
         return entry;
     }
     entry.fate = former.defaultFlag && !former.copyFlag ? Fate::DEFAULT : Fate::CHANGED;
     entry.reason = entry.fate == Fate::DEFAULT ? "" : fault.empty() ? entry.reason : fault;
     if (entry.before == entry.after && fault.empty()) {
         // What is written is the same, and means something else.
-        entry.before = valuesOf(former.components);
-        entry.after = valuesOf(present);
+        entry.before = NODvaluesOf(former.components);
+        entry.after = NODvaluesOf(present);
     }
     return entry;
 }
 
 NOD_Migration::Entry NOD_Migration::Run::fateOf(const Former &former) const
 {
-    const ZEL_Parm *const parm = find(former.target);
-    Entry lost{Fate::LOST, former.token, {}, textOf(former.components), {}, {}, former.defaultFlag};
-    if (former.target == former.token && myClaimed.count(former.token) > 0) {
-        lost.reason = "another parameter has its name now";
-    } else if (!parm || !hasValue(*parm)) {
-        lost.reason = "there is none now";
-    } else if (!fits(former, *parm)) {
-        lost.reason = "it is of another kind now";
-    } else {
-        return compared(former, *parm);
+    Entry lost;
+    lost.fate = Fate::LOST;
+    lost.token = former.token;
+    lost.before = NODtextOf(former.components);
+    lost.defaultFlag = former.defaultFlag;
+    if (former.isDropped()) {
+        lost.fate = Fate::DROPPED;
+        lost.reason = former.steps.back()->reason;
+        return lost;
     }
-    return lost;
+    if (isPushedOut(former)) {
+        lost.reason = "another parameter has its name now";
+        return lost;
+    }
+    NOD_MigrationComponents present;
+    const ZEL_Parm *last = nullptr;
+    for (std::size_t k = 0; k < former.goals.size(); ++k) {
+        const Goal &goal = former.goals[k];
+        const ZEL_Parm *const parm = find(goal.token);
+        const Converter::Result &result = former.results[k];
+        if (!parm || !NODhasValue(*parm)) {
+            lost.reason = "there is none now";
+        } else if (!fits(former, *parm)) {
+            lost.reason = "it is of another kind now";
+        } else if (result.outcome == Converter::Outcome::LOST) {
+            lost.reason = result.reason;
+        } else {
+            last = parm;
+            if (goal.component < parm->getVectorSize()) {
+                present.push_back(NODcomponentOf(*parm, goal.component, myTime));
+            }
+        }
+    }
+    return last ? compared(former, present, *last) : lost;
 }
 
 void NOD_Migration::Run::tell()
 {
     std::set<std::string> known;
     for (const Former &former : myFormer) {
-        myMigration.myEntries.push_back(fateOf(former));
-        if (myMigration.myEntries.back().fate != Fate::LOST) {
-            known.insert(former.target);
+        Entry entry = fateOf(former);
+        for (const Step *step : former.steps) {
+            entry.steps.push_back(*step);
         }
+        if (entry.fate != Fate::LOST) {
+            for (const Goal &goal : former.goals) {
+                known.insert(goal.token);
+            }
+        }
+        myMigration.myEntries.push_back(std::move(entry));
     }
     for (const ZEL_Parm *parm : NODparmsInOrder(myNode.getParms())) {
-        if (hasValue(*parm) && known.insert(parm->getToken()).second) {
-            myMigration.myEntries.push_back({Fate::NEW,
-                                             parm->getToken(),
-                                             parm->getToken(),
-                                             {},
-                                             textOf(componentsOf(*parm, myTime)),
-                                             {},
-                                             true});
+        if (NODhasValue(*parm) && known.insert(parm->getToken()).second) {
+            Entry entry;
+            entry.fate = Fate::NEW;
+            entry.token = parm->getToken();
+            entry.newToken = parm->getToken();
+            entry.after = NODtextOf(NODcomponentsOf(*parm, myTime));
+            entry.defaultFlag = true;
+            myMigration.myEntries.push_back(std::move(entry));
         }
     }
 }
@@ -514,7 +526,7 @@ bool NOD_Migration::run(NOD_Node &node, const ZEL_Template *templates, double ti
                         NOD_Report &report, const Renew &renew)
 {
     myEntries.clear();
-    if (!checkRenames(node, templates, report)) {
+    if (!checkNames(node, templates, report)) {
         return false;
     }
     const NOD_ReportScope scope(report);
@@ -527,50 +539,10 @@ bool NOD_Migration::run(NOD_Node &node, const ZEL_Template *templates, double ti
     renew();
     NODgrowBlocks(node, time);
     if (former) {
-        work.moveRenamed(*former);
+        work.moveOthers(*former);
     }
     work.findEntries();
     NODgrowBlocks(node, time);
     work.tell();
     return true;
-}
-
-// ---------------------------------------------------------------------- //
-// Entries
-// ---------------------------------------------------------------------- //
-
-const char *NOD_Migration::getFateName(Fate fate)
-{
-    switch (fate) {
-    case Fate::CARRIED: return "carried";
-    case Fate::DEFAULT: return "default";
-    case Fate::CHANGED: return "changed";
-    case Fate::LOST: return "lost";
-    default: return "new";
-    }
-}
-
-std::string NOD_Migration::Entry::asText() const
-{
-    std::string text = std::string(getFateName(fate)) + " " + token;
-    text += newToken.empty() || newToken == token ? "" : " as " + newToken;
-    text += " " + (fate == Fate::NEW ? after : before);
-    if (fate == Fate::CHANGED || fate == Fate::DEFAULT) {
-        text += " -> " + after;
-    }
-    text += fate == Fate::LOST && defaultFlag ? " (its default)" : "";
-    return text + (reason.empty() ? "" : ": " + reason);
-}
-
-int NOD_Migration::count(Fate fate) const
-{
-    return int(std::count_if(myEntries.begin(), myEntries.end(),
-                             [&](const Entry &entry) { return entry.fate == fate; }));
-}
-
-bool NOD_Migration::hasLoss() const
-{
-    return std::any_of(myEntries.begin(), myEntries.end(), [](const Entry &entry) {
-        return entry.fate == Fate::CHANGED || (entry.fate == Fate::LOST && !entry.defaultFlag);
-    });
 }

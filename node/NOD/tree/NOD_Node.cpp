@@ -125,6 +125,32 @@ const std::string &NOD_Node::getTypeName() const
     return myInterface ? myInterface->getTypeName() : myPlainType;
 }
 
+std::string NOD_Node::getTypeVersion() const
+{
+    for (const auto &[name, text] : myKeptSections) {
+        if (name == theVersionSection) {
+            return text;
+        }
+    }
+    return "";
+}
+
+void NOD_Node::setTypeVersion(const std::string &version)
+{
+    if (version == getTypeVersion()) {
+        return;
+    }
+    Sections all = myKeptSections;
+    all.erase(
+        std::remove_if(all.begin(), all.end(),
+                       [](const auto &section) { return section.first == theVersionSection; }),
+        all.end());
+    if (!version.empty()) {
+        all.emplace_back(theVersionSection, version);
+    }
+    keepSections("", std::move(all));
+}
+
 void NOD_Node::keepSections(const std::string &typeName, Sections sections)
 {
     textsChanged();

@@ -293,6 +293,23 @@ std::shared_ptr<const NOD_Interface> NOD_Scene::findInterface(const std::string 
     return entry == myInterfaces.end() ? nullptr : entry->second;
 }
 
+void NOD_Scene::setMigrationMap(const std::string &typeName,
+                                std::shared_ptr<const NOD_MigrationMap> map)
+{
+    if (map) {
+        myMaps[typeName] = std::move(map);
+    } else {
+        myMaps.erase(typeName);
+    }
+}
+
+std::shared_ptr<const NOD_MigrationMap>
+NOD_Scene::findMigrationMap(const std::string &typeName) const
+{
+    const auto entry = myMaps.find(typeName);
+    return entry == myMaps.end() ? nullptr : entry->second;
+}
+
 // ---------------------------------------------------------------------- //
 // Time
 // ---------------------------------------------------------------------- //

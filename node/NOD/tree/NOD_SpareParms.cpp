@@ -2,6 +2,7 @@
 
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>
+#include <NOD/tree/NOD_NumberPatternPrivate.h>
 #include <ZEL/ZEL_Instance.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Parm.h>
@@ -227,6 +228,22 @@ void NOD_SpareParms::addRename(const std::string &savedName, const std::string &
     myRenames[savedName] = name;
 }
 
+/// By its name, or by the pattern of an item's; "" if it has none.
+std::string NOD_SpareParms::renamed(const std::string &name) const
+{
+    const auto exact = myRenames.find(name);
+    if (exact != myRenames.end()) {
+        return exact->second;
+    }
+    for (const auto &[saved, present] : myRenames) {
+        std::vector<std::string> numbers;
+        if (saved.find('#') != std::string::npos && NODmatchNumbers(name, saved, numbers)) {
+            return NODwithNumbers(present, numbers);
+        }
+    }
+    return "";
+}
+
 void NOD_SpareParms::addForLoad(const char *name, Descriptions &descriptions)
 {
     for (ZEL_Template *known = myKnown; known && !known->isTerminator(); ++known) {
@@ -251,9 +268,9 @@ void NOD_SpareParms::createForLoad(ZEL_ParmList &list, const KIT_StringArray &na
     Descriptions descriptions = present();
     const std::size_t before = descriptions.size();
     for (const KIT_String &name : names) {
-        const auto renamed = myRenames.find(name.nonNullStr());
-        if (renamed != myRenames.end()) {
-            map.addMap(name.nonNullStr(), renamed->second.c_str());
+        const std::string present = renamed(name.nonNullStr());
+        if (!present.empty()) {
+            map.addMap(name.nonNullStr(), present.c_str());
         } else if (list.getParmIndex(name.nonNullStr()) < 0) {
             addForLoad(name.nonNullStr(), descriptions);
         }

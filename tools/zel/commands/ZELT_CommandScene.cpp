@@ -7,6 +7,7 @@
 
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <NOD/NOD_MigrationMap.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_Scene.h>
@@ -16,7 +17,9 @@
 
 #include <algorithm>
 #include <iostream>
+#include <memory>
 #include <sstream>
+#include <string>
 #include <vector>
 
 namespace
@@ -26,6 +29,7 @@ struct Call
 {
     std::string file;
     std::string to;
+    std::vector<std::string> maps;
     bool binary = false;
 };
 
@@ -49,7 +53,8 @@ Row rowOf(NOD_Node &node)
     const auto &kept = node.getKeptSections();
     // Interfaces that aren't there are kept at the root.
     const auto isOther = [](const auto &section) {
-        return section.first.rfind("interface ", 0) != 0;
+        return section.first.rfind("interface ", 0) != 0 &&
+               section.first != NOD_Node::theVersionSection;
     };
     Row row{node.getFullPath(path),
             node.getTypeName(),
@@ -164,10 +169,34 @@ bool convert(NOD_Scene &scene, const Call &call, ZELT_Messages &messages)
     return saved && ZELTwriteFile(call.to, os.str(), messages);
 }
 
+/// Those of the types of older nodes; a map that doesn't name its type is refused.
+bool addMaps(const std::vector<std::string> &paths, NOD_Scene &scene, NOD_Report &report)
+{
+    for (const std::string &path : paths) {
+        const auto map = std::make_shared<NOD_MigrationMap>();
+        if (!map->read(path, report)) {
+            return false;
+        }
+        if (map->getType().empty()) {
+            map->tell(0, "", "doesn't say the type of its nodes", report);
+            return false;
+        }
+        if (!map->loadScripts(report)) {
+            return false;
+        }
+        scene.setMigrationMap(map->getType(), map);
+    }
+    return true;
+}
+
 int showScene(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     NOD_Scene scene;
     NOD_Report report;
+    if (!addMaps(call.maps, scene, report)) {
+        messages.add(report);
+        return 1;
+    }
     const bool loaded =
         call.file == "-"
             ? NOD_SceneFile::load(scene, std::cin, "standard input", ZELTloadOptions(), report)
@@ -193,5 +222,6 @@ void ZELTaddScene(ZELT_CommandLine &line)
     command.addOption("FILE", call.file, "A scene file in either form").required();
     const ZELT_Option to = command.addOption("--convert", call.to, "A scene file to write");
     line.addOutput(command);
+    command.addList("--map", call.maps, "The migration map of a type, for its older nodes");
     command.addFlag("--binary", call.binary, "In the binary form, rather than as text").needs(to);
 }

@@ -1,0 +1,114 @@
+#include <NOD/files/NOD_TreeVersionsPrivate.h>
+
+#include <NOD/NOD_Interface.h>
+#include <NOD/NOD_MigrationMap.h>
+#include <NOD/NOD_MigrationWalk.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_Scene.h>
+
+#include <utility>
+
+namespace
+{
+
+using Fate = NOD_Migration::Fate;
+
+} // namespace
+
+std::string NODversionToSave(const NOD_Scene &scene, const NOD_Node &node)
+{
+    const std::string own = node.getTypeVersion();
+    if (!own.empty()) {
+        return own;
+    }
+    const auto map = node.isTypeMissing() ? nullptr : scene.findMigrationMap(node.getTypeName());
+    return map ? map->getVersions().back().name : "";
+}
+
+std::shared_ptr<const NOD_Interface>
+NOD_TreeVersions::interfaceFor(std::shared_ptr<const NOD_Interface> present, std::string &version,
+                               std::string &warning)
+{
+    myNext = Older();
+    const auto map = present ? myScene.findMigrationMap(present->getTypeName()) : nullptr;
+    if (!map) {
+        warning = present && !version.empty()
+                      ? "is of version " + version +
+                            " of its type, which no map is known for: loaded as it is"
+                      : "";
+        return present;
+    }
+    const int found = version.empty() ? map->getUnmarked() : map->findVersion(version);
+    if (found < 0 && !version.empty()) {
+        warning = "is of version " + version + " of its type, and " + map->getName() + " has " +
+                  map->getVersionNames() + ": loaded as it is";
+        return present;
+    }
+    version = "";
+    if (found < 0 || found == map->getLast()) {
+        return present;
+    }
+    const auto &former = map->getVersions()[std::size_t(found)].interface;
+    if (!former || !map->getVersions().back().interface) {
+        version = map->getVersions()[std::size_t(found)].name;
+        warning =
+            "is of version " + version + " of its type, whose script isn't there: loaded as it is";
+        return present;
+    }
+    if (present->getSource() == NOD_Interface::Source::SCRIPT_TEXT) {
+        // The file's own is of that version too.
+        present = map->getVersions().back().interface;
+        myScene.addInterface(present);
+    }
+    myNext.map = map;
+    myNext.version = found;
+    myNext.present = std::move(present);
+    return former;
+}
+
+void NOD_TreeVersions::made(NOD_Node *node, const std::string &path)
+{
+    if (node && myNext.map) {
+        myNext.node = node;
+        myNext.path = path;
+        myOlder.push_back(std::move(myNext));
+    }
+    myNext = Older();
+}
+
+void NOD_TreeVersions::bringUp(const std::string &file, NOD_Report &report)
+{
+    for (const Older &older : myOlder) {
+        NOD_MigrationWalk walk;
+        NOD_Report found;
+        const bool good = walk.run(*older.node, *older.map, older.version, older.map->getLast(),
+                                   myScene.getTime(), found, older.present);
+        report.append(found);
+        if (!good) {
+            older.node->setTypeVersion(older.map->getVersions()[std::size_t(older.version)].name);
+            report.add({KIT_ERROR_WARNING,
+                        file,
+                        0,
+                        "values " + older.path,
+                        "can't be brought up to the last version: loaded as it is",
+                        {},
+                        0});
+        }
+        for (const NOD_MigrationWalk::Stage &stage : walk.getStages()) {
+            for (const NOD_Migration::Entry &entry : stage.entries) {
+                if (entry.fate == Fate::CHANGED ||
+                    (entry.fate == Fate::LOST && !entry.defaultFlag)) {
+                    report.add(
+                        {KIT_ERROR_WARNING,
+                         file,
+                         0,
+                         "values " + (older.path == "/" ? "" : older.path) + "/" + entry.token,
+                         "version " + stage.from + " to " + stage.to + ": " + entry.asText(),
+                         {},
+                         0});
+                }
+            }
+        }
+    }
+    myOlder.clear();
+}
