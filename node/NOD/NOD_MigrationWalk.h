@@ -6,7 +6,8 @@
 /// Ownership:  owns its stages; borrows the map while it runs.
 /// Threads:    the thread that changes the tree, while nothing evaluates.
 /// Errors:     false, with nothing done, after an error in the report: a step with a name that a version hasn't, or
-///             one that can't be undone on the way down.
+///             one that can't be undone on the way down. Where the tree records no undo, as while a scene is loaded,
+///             the node stays at the version that it came to, and says so.
 #pragma once
 
 #include <NOD/NOD_API.h>

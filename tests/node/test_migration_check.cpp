@@ -259,7 +259,9 @@ TEST_F(MigrationFiles, OlderNodesAreBroughtUp)
                       "f: values /x/l: warning: version 2 to 3: lost l 1: there is none now\n");
             EXPECT_EQ(valueOf(scene, "/x", "c"), 2);
             // What it reads is gone with the last step, and the unit is around it all the same.
-            EXPECT_EQ(scene.find("/x/y")->getParms().getParmPtr("c")->getChannelCount(), 1);
+            const ZEL_Parm *const read = scene.find("/x/y")->getParms().getParmPtr("c");
+            ASSERT_TRUE(read);
+            EXPECT_EQ(read->getChannelCount(), 1);
             const std::string present = saved(scene, form);
             EXPECT_NE(present.find("version \"3\""), std::string::npos);
 
@@ -269,6 +271,23 @@ TEST_F(MigrationFiles, OlderNodesAreBroughtUp)
             EXPECT_EQ(load(again, present), "");
             EXPECT_EQ(saved(again, form), present);
         }
+
+        // A map whose last step doesn't fit: the node is of the version that it came to.
+        NOD_Scene half;
+        half.addInterface(interface(2));
+        half.setMigrationMap(
+            "rig", std::make_shared<NOD_MigrationMap>(
+                       mapOf("migration 1.0\nversion 1\nversion 2\nrename a b\ndrop n x\n"
+                             "version 3\nrename b z\n",
+                             {"parm { name a type float } parm { name n type float }",
+                              "parm { name b type float }", "parm { name c type float }"})));
+        EXPECT_NE(load(half, marked)
+                      .find("z: is the new name of b, but the new interface has no "
+                            "parameter of that name\n"),
+                  std::string::npos);
+        EXPECT_EQ(half.find("/x")->getTypeVersion(), "2");
+        EXPECT_EQ(valueOf(half, "/x", "b"), 8);
+        EXPECT_NE(saved(half, form).find("version \"2\""), std::string::npos);
 
         // Nobody knows what to do: all stays, and is said.
         NOD_Scene plain;

@@ -259,7 +259,7 @@ TEST_F(Walk, EachStepCarriesItsValue)
 TEST_F(Walk, WhatDrivesAValueGoesWithIt)
 {
     const NOD_MigrationMap by = map(
-        "unit a * 0.01\nrename a b\nunit e * 2 + 1\nsplit t u v\nmenu kind point omni\n",
+        "unit a * 0.01 + 5\nrename a b\nunit e * 2 + 1\nsplit t u v\nmenu kind point omni\n",
         {"parm { name a type float } parm { name e type float } parm { name t type float size 2 }"
          " parm { name kind type ordinal menu { point P spot S } }",
          "parm { name b type float } parm { name e type float } parm { name u type float }"
@@ -276,7 +276,7 @@ TEST_F(Walk, WhatDrivesAValueGoesWithIt)
     node.getParms().getParmPtr("t")->setLockedFlag(0, true);
     const std::string before = contents(node);
 
-    EXPECT_EQ(run(node, by, 0, 1), "converted a as b 2 keys -> 2 keys [unit a * 0.01]\n"
+    EXPECT_EQ(run(node, by, 0, 1), "converted a as b 2 keys -> 2 keys [unit a * 0.01 + 5]\n"
                                    "converted e [$T * (3 + 1)] -> [($T * (3 + 1)) * 2 + 1] [unit e "
                                    "* 2 + 1]\n"
                                    "carried t as u v 0 1 key [split t u v]\n"
@@ -284,9 +284,9 @@ TEST_F(Walk, WhatDrivesAValueGoesWithIt)
     EXPECT_FALSE(walk.hasLoss());
     ZEL_ParmList &parms = node.getParms();
     const TRK_Channel &channel = *parms.getParmPtr("b")->getChannel(0);
-    EXPECT_EQ(channel.getSegment(0)->getInValue(), 1.0);
+    EXPECT_EQ(channel.getSegment(0)->getInValue(), 6.0);
     EXPECT_EQ(channel.getSegment(0)->getOutSlope(), 0.5);
-    EXPECT_EQ(channel.getSegment(1)->getInValue(), 3.0);
+    EXPECT_EQ(channel.getSegment(1)->getInValue(), 8.0);
     EXPECT_EQ(parms.getParmPtr("b")->getChannelAlias(0), KIT_StringHolder("thick"));
     EXPECT_TRUE(parms.getParmPtr("u")->getLockedFlag(0));
     EXPECT_FALSE(parms.getParmPtr("v")->getLockedFlag(0));

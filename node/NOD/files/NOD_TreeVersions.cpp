@@ -85,12 +85,17 @@ void NOD_TreeVersions::bringUp(const std::string &file, NOD_Report &report)
                                    myScene.getTime(), found, older.present);
         report.append(found);
         if (!good) {
-            older.node->setTypeVersion(older.map->getVersions()[std::size_t(older.version)].name);
+            // A scene that is being loaded records no undo: it may have come a part of the way.
+            if (older.node->getTypeVersion().empty()) {
+                older.node->setTypeVersion(
+                    older.map->getVersions()[std::size_t(older.version)].name);
+            }
             report.add({KIT_ERROR_WARNING,
                         file,
                         0,
                         "values " + older.path,
-                        "can't be brought up to the last version: loaded as it is",
+                        "can't be brought up to the last version: it is of version " +
+                            older.node->getTypeVersion(),
                         {},
                         0});
         }
