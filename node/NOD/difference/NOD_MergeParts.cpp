@@ -2,6 +2,7 @@
 
 #include <NOD/NOD_Matching.h>
 #include <NOD/difference/NOD_AlignmentPrivate.h>
+#include <NOD/files/NOD_SectionNamesPrivate.h>
 
 #include <algorithm>
 #include <map>
@@ -16,6 +17,7 @@ using Side = NOD_MergeSide;
 using Triple = NOD_MergeTriple;
 using Records = std::vector<const NOD_Record *>;
 
+const NOD_Record::Parts theNoParts;
 constexpr Side theOtherSides[] = {Side::OURS, Side::THEIRS};
 
 bool isTree(const NOD_Record &record)
@@ -39,18 +41,39 @@ bool isContainer(Kind kind)
     return kind == Kind::PARM || kind == Kind::CHANNEL || kind == Kind::CONTENTS;
 }
 
-/// Parts of one key are one thing: two edits of it are a conflict. "" is a thing of its own.
-std::string groupOf(const NOD_Record &part, bool isWhole)
+/// What is one thing with all others of its kind.
+enum class Whole
 {
-    switch (part.getKind()) {
-    case Kind::FORM:
-    case Kind::WORDS: return isWhole ? "entry" : "";
+    NONE,
+    ENTRY,   ///< an entry without its items
+    CONTENTS ///< parameters, channels and what goes with them
+};
+
+/// Parts of one key are one thing: two edits of it are a conflict. "" is a thing of its own.
+std::string groupOf(const NOD_Record &part, Whole whole)
+{
+    const Kind kind = part.getKind();
+    if (whole == Whole::ENTRY && kind != Kind::ITEM && kind != Kind::CHANNEL &&
+        kind != Kind::START) {
+        return "entry";
+    }
+    switch (kind) {
+    case Kind::PARM:
+    case Kind::CHANNEL:
+    case Kind::SPARE:
+    case Kind::ALIAS:
+    case Kind::SECTION:
+    case Kind::TYPE: return whole == Whole::CONTENTS ? "contents" : "";
     case Kind::VALUE:
-    case Kind::DRIVER: return isWhole ? "entry" : "component " + part.getName();
+    case Kind::DRIVER: return "component " + part.getName();
     case Kind::KEY_SLOPE: return "slope";
     case Kind::KEY_ACCEL: return "accel";
-    case Kind::EXPRESSION:
-    case Kind::LANGUAGE: return part.getParent()->getKind() == Kind::KEY ? "expression" : "";
+    case Kind::LANGUAGE:
+        if (whole == Whole::CONTENTS) {
+            return "contents";
+        }
+        [[fallthrough]];
+    case Kind::EXPRESSION: return part.getParent()->getKind() == Kind::KEY ? "expression" : "";
     case Kind::DEFAULT_TEXT:
     case Kind::TEXT_LANGUAGE: return "default text";
     case Kind::RANGE: return "range";
@@ -73,11 +96,33 @@ bool hasOtherForms(const Triple &triple)
     return ours != formOf(triple.theirs) || (triple.base && ours != formOf(triple.base));
 }
 
-/// Nodes of two types have nothing in common.
-bool hasOtherTypes(const Triple &triple)
+/// What the parts of contents are read by: sections that couldn't be taken apart, the form of the entries, the
+/// language that channels have unless they say another one.
+std::string shapeOf(const NOD_Record *contents)
 {
-    const NOD_Value ours = triple.ours->valueOf(Kind::TYPE);
-    return anyOf(triple).getKind() == Kind::CONTENTS && ours != triple.theirs->valueOf(Kind::TYPE);
+    std::string shape;
+    for (const auto &part : contents ? contents->getParts() : theNoParts) {
+        const Kind kind = part->getKind();
+        if (kind == Kind::SECTION &&
+            (NOD_NodeSections().findText(part->getName()) || part->getName() == theNodeSection)) {
+            shape += "section " + part->getName() + "\n";
+        } else if (kind == Kind::FORM || kind == Kind::LANGUAGE) {
+            shape += NODvalueText(part->getValue()) + "\n";
+        }
+    }
+    return shape;
+}
+
+/// Nodes of two types have nothing in common.
+bool haveOtherShapes(const Triple &triple)
+{
+    const Kind kind = anyOf(triple).getKind();
+    if (kind != Kind::CONTENTS && kind != Kind::DOCUMENT) {
+        return false;
+    }
+    const std::string shape = shapeOf(triple.ours);
+    return triple.ours->valueOf(Kind::TYPE) != triple.theirs->valueOf(Kind::TYPE) ||
+           shape != shapeOf(triple.theirs) || (triple.base && shape != shapeOf(triple.base));
 }
 
 /// What is read again from the channel whenever it is asked for.
@@ -219,10 +264,12 @@ NOD_MergeParts::Triples NOD_MergeParts::triplesOf(const Triple &parent) const
 
 void NOD_MergeParts::mergeParts(const Triple &triple, Slots &slots)
 {
-    const bool wholeFlag = hasOtherForms(triple);
+    const Whole whole = hasOtherForms(triple)     ? Whole::ENTRY
+                        : haveOtherShapes(triple) ? Whole::CONTENTS
+                                                  : Whole::NONE;
     std::map<std::string, Triples> groups;
     for (const Triple &part : triplesOf(triple)) {
-        const std::string group = groupOf(anyOf(part), wholeFlag);
+        const std::string group = groupOf(anyOf(part), whole);
         if (group.empty()) {
             mergePart(part, slots);
         } else {
@@ -340,7 +387,7 @@ std::unique_ptr<NOD_Record> NOD_MergeParts::mergeAdded(const Triple &triple)
     if (traits.comparison == NOD_Comparison::LAYOUT) {
         return triple.ours->copy();
     }
-    if (isContainer(triple.ours->getKind()) && !hasOtherTypes(triple)) {
+    if (isContainer(triple.ours->getKind()) && !haveOtherShapes(triple)) {
         return merge(triple);
     }
     const Side side = myJudge.decide(NOD_Conflict::Kind::BOTH_ADDED, triple);
@@ -380,7 +427,7 @@ std::unique_ptr<NOD_Record> NOD_MergeParts::merge(const Triple &triple)
     if (areSame(base, theirs) || areSame(ours, theirs)) {
         return ours->copy();
     }
-    if (hasOtherTypes(triple)) {
+    if (ours->getKind() == Kind::CONTENTS && haveOtherShapes(triple)) {
         const Side side = myJudge.decide(NOD_Conflict::Kind::BOTH_CHANGED, triple);
         auto made = triple.of(side)->copy();
         myJudge.setPlace(made.get());
