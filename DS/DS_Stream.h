@@ -68,10 +68,14 @@ public:
     /// Whether messages get a KIT_MessageDetail; false until it is called. Must be called before the
     /// first token.
     void setDetails(bool wanted);
+    /// The same for all streams of the process that are made from now on.
+    static void setAllDetails(bool wanted);
     /// That of the token read last, or during a report of the preprocessor of what that is about; null
     /// without setDetails(). For sinks and overrides of cppError(): that of the message they receive.
     std::shared_ptr<const KIT_MessageDetail> makeDetail() const;
 
+    /// The stream whose message the calling thread's sink receives just now; null at any other time.
+    static const DS_Stream *getReporting();
     /// Receives the messages of all streams of the process instead of the standard error stream.
     /// `file` is null and `line` 0 for a source without a name; `text` is the message without
     /// severity, file and line.

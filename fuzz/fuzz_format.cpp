@@ -2,9 +2,9 @@
 // read says the same afterwards, with the keywords sorted too.
 
 #include "FuzzMemory.h"
+#include "FuzzScript.h"
 
 #include <DS/DS_Formatter.h>
-#include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <NOD/NOD_Description.h>
 #include <NOD/NOD_Interface.h>
@@ -15,27 +15,11 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 namespace
 {
-
-void require(bool condition)
-{
-    if (!condition) {
-        std::abort();
-    }
-}
-
-void setLimits()
-{
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 2);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 16);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_SCRIPT_NESTING, 8);
-    KIT_EnvControl::setInt(KIT_ENV_EXPERIMENTAL_PARMS, 1);
-}
 
 /// Blanks at the end of a comment or directive don't count.
 std::vector<std::string> wordsOf(const std::string &text)
@@ -87,7 +71,7 @@ std::string formatted(const std::string &text, bool sort)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const FuzzMemory oracle(size);
-    setLimits();
+    setScriptLimits();
     KIT_ErrorManager::Scope scope(1);
     const std::string text(reinterpret_cast<const char *>(data), size);
     std::string laid;

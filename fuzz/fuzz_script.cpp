@@ -3,15 +3,17 @@
 // read again. What could be read is judged, and can be read after the edits of what is found.
 
 #include "FuzzMemory.h"
+#include "FuzzScript.h"
 
 #include <DS/DS_Creator.h>
 #include <DS/DS_ScriptReader.h>
 #include <DS/DS_Stream.h>
-#include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Lint.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptCheck.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ScriptImports.h>
 #include <ZEL/ZEL_ScriptPage.h>
@@ -19,7 +21,6 @@
 #include <ZEL/ZEL_Template.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <sstream>
@@ -27,22 +28,6 @@
 
 namespace
 {
-
-void require(bool condition)
-{
-    if (!condition) {
-        std::abort();
-    }
-}
-
-/// Items of nested multi-parameters multiply, so few of them are allowed.
-void setLimits()
-{
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 2);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 16);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_SCRIPT_NESTING, 8);
-    KIT_EnvControl::setInt(KIT_ENV_EXPERIMENTAL_PARMS, 1);
-}
 
 void checkImports(const ZEL_ScriptImports *imports)
 {
@@ -135,20 +120,33 @@ void checkLint(const std::string &text)
     if (!script || script->getText() != text) {
         return;
     }
-    NOD_LintOptions options;
-    options.setIncludes(NOD_Interface::Includes::NONE);
     NOD_Report judging;
-    const std::vector<NOD_LintFinding> findings = NODlint(*script, options, &judging);
+    const std::vector<NOD_LintFinding> findings = NODlint(*script, {}, &judging);
     require(!judging.hasErrors());
     for (const NOD_LintFinding &finding : findings) {
-        require(finding.rule && !finding.text.empty() && finding.line >= 0);
-        require(!finding.fix ||
-                (finding.fix->begin <= finding.fix->end && finding.fix->end <= text.size()));
+        require(finding.rule && finding.message.detail && !finding.message.text.empty());
     }
     int applied = 0;
     const std::string mended = NODapplyLintFixes(findings, "fuzz", text, applied);
     require(NOD_Interface::fromText(mended, "fuzz", report, NOD_Interface::Includes::NONE) !=
             nullptr);
+    require(NODmendScript(script, "fuzz", {}, report).script != nullptr);
+}
+
+/// All mistakes: the verdict is the reader's, and places are in the text.
+void checkMistakes(const std::string &text)
+{
+    NOD_Report reader;
+    NOD_Report all;
+    const auto none = NOD_Interface::Includes::NONE;
+    const bool goodFlag = NOD_Interface::fromText(text, "fuzz", reader, none) != nullptr;
+    require((NODcheckScript(text, "fuzz", all, none) != nullptr) == goodFlag);
+    require(all.hasErrors() != goodFlag);
+    for (const NOD_Message &message : all.getMessages()) {
+        require(!message.detail ||
+                (message.detail->place.endOffset >= message.detail->place.offset &&
+                 message.detail->place.endOffset <= int64_t(text.size())));
+    }
 }
 
 } // namespace
@@ -156,7 +154,7 @@ void checkLint(const std::string &text)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const FuzzMemory oracle(size);
-    setLimits();
+    setScriptLimits();
     KIT_ErrorManager::Scope scope(1);
     KIT_IStream memory(reinterpret_cast<const char *>(data), size, KIT_IStream::TEXT);
     DS_Stream stream(memory, "fuzz", true);
@@ -176,5 +174,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::string text(reinterpret_cast<const char *>(data), size);
     checkRewriting(text);
     checkLint(text);
+    checkMistakes(text);
     return 0;
 }

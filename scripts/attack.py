@@ -9,6 +9,7 @@ A call exceeds the limits if it takes over 2 s of processor time (20 s if it onl
 by a signal. The inputs have at most 100 kB, devices and pipes aside.
 """
 import concurrent.futures
+import json
 import os
 import random
 import shutil
@@ -94,7 +95,7 @@ SCRIPT_CALLS = [
     "format --sort {script} -o OUT", "format --diff {script}",
     "convert {script} {none} OUT --to binary", "diff {script} {none} {none}",
     "ramp {script} m --svg OUT", "shell {script} < {lines}",
-    "preset save Node attack x {script}", "preset apply Node attack x {script}",
+    "preset save Node attack x {script}", "preset apply Node attack x {script}", "lsp < {served}",
 ]
 VALUE_CALLS = [
     "eval {script} --values {values}", "state {script} --values {values}",
@@ -194,6 +195,14 @@ def rows():
     script("double_python", chain(60, "float", lambda n: PYTHON(f"vmr.ch('{n}')+vmr.ch('{n}')")))
     script("self_python", page(parm("p", PYTHON("vmr.ch('p')+vmr.ch('p')"))))
     script("long_chain", chain(1200, "float", lambda n: text_default(f'ch("{n}")', "expression")))
+    script("mistakes_line", "{ name a " + fill(lambda i: "parm { name p zork { 1 } } ") + "}")
+    script("mistakes_flat", page(fill(lambda i: f"parm {{\nnaem p{i}\ntype flaot\n}}\n")))
+    script("mistakes_one_block", page("parm { name p " + fill(lambda i: f"zork{i} 1\n") + "}"))
+    script("mistakes_no_braces", page("parm { name p " + fill(lambda i: "range ") + "}"))
+    script("mistakes_open_texts", page(fill(lambda i: f'label "a{i} help "b\n')))
+    script("mistakes_surplus", page(fill(lambda i: f"parm {{ name p{i} }} }}\n")))
+    script("mistakes_endifs", page(fill(lambda i: "#endif\n")))
+    script("mistakes_then_texts", page("zork\n" + fill(lambda i: '"a" ')))
     script("holes", page(parm("s", "type string " + text_default("`1/0`" * 15000))))
     script("many_texts", page(fill(lambda i: parm(f"s{i}", "type string " + text_default(
         f'`chs("s{i + 1}")`' * 3)))))
@@ -409,6 +418,27 @@ def run(zel, folder, call):
     return ", ".join(found)
 
 
+def served(folder, script):
+    """What an editor sends that has a script open and asks for everything in its middle."""
+    text = script.decode("utf-8", "replace") if isinstance(script, bytes) else script
+    lines = text.split("\n")
+    middle = {"line": len(lines) // 2, "character": len(lines[len(lines) // 2]) // 2}
+    document = {"textDocument": {"uri": f"file://{folder}/script"}}
+    messages = [{"id": 0, "method": "initialize", "params": {"capabilities": {}}},
+                {"method": "textDocument/didOpen", "params": {"textDocument": {
+                    **document["textDocument"], "version": 1, "text": text}}}]
+    for i, method in enumerate(["completion", "hover", "definition", "references", "documentSymbol", "codeAction",
+                                "formatting"]):
+        messages.append({"id": i + 1, "method": "textDocument/" + method, "params": {
+            **document, "position": middle, "context": {"includeDeclaration": True},
+            "range": {"start": {"line": 0, "character": 0}, "end": middle}}})
+    frames = b""
+    for message in messages:
+        body = json.dumps({"jsonrpc": "2.0", **message}).encode()
+        frames += b"Content-Length: %d\r\n\r\n" % len(body) + body
+    return frames
+
+
 def attack(zel, row):
     name, files, calls = row
     folder = tempfile.mkdtemp(prefix="zel_attack_")
@@ -419,6 +449,8 @@ def attack(zel, row):
         write(folder, {"lines": LINES.replace("{script}", os.path.join(folder, "script"))
                        .replace("OUT", os.path.join(folder, "OUT")),
                        "load": f"load {folder}/values\nlist\nundo\nredo\n"})
+        if "script" in files:
+            write(folder, {"served": served(folder, files["script"])})
         if size > MOST:
             lines.append(f"{name}: the input has {size} bytes")
         if "pipe" in files:

@@ -1,19 +1,12 @@
 #include <DS/format/DS_FormatKeywordsPrivate.h>
 
-#include <algorithm>
-#include <iterator>
+#include <ZEL/scripts/ZEL_ScriptShapesPrivate.h>
+
+#include <cstddef>
 #include <map>
-#include <vector>
 
 namespace
 {
-
-enum Form
-{
-    ALONE,
-    WORD,
-    BLOCK
-};
 
 /// What keywords of a parameter set that others change, read or set too.
 enum Part : unsigned
@@ -25,40 +18,47 @@ enum Part : unsigned
     SPARE = 16 // the order of tags
 };
 
-/// What the parser of a keyword reads: what isn't here is a word, or nothing, that stands by itself.
-struct Reader
+/// What keywords set and use by their parser; others stand by themselves.
+struct Effect
 {
-    std::string_view name;
-    DS_FormatBlock block;
+    std::string_view parser;
     unsigned sets;
     unsigned uses;
 };
 
-constexpr Reader theReaders[] = {
-    {"parseType", DS_FormatBlock::NONE, TYPE | SIZE | SPARE, 0},
-    {"parseLook", DS_FormatBlock::NONE, 0, TYPE},
-    {"parseLogarithmic", DS_FormatBlock::NONE, 0, TYPE},
-    {"parseSize", DS_FormatBlock::NONE, SIZE, TYPE},
-    {"parseDefaults", DS_FormatBlock::DEFAULTS, DEFAULT, TYPE | SIZE},
-    {"parseMenuWord", DS_FormatBlock::MENU, MENU, TYPE},
-    {"parseTag", DS_FormatBlock::TAGS, SPARE, 0},
-    {"parseGroupTag", DS_FormatBlock::TAGS, SPARE, 0},
-    {"parseCallback", DS_FormatBlock::NONE, SPARE, 0},
-    {"parseRenderManType", DS_FormatBlock::NONE, SPARE, 0},
-    {"parseOpFilter", DS_FormatBlock::NONE, SPARE, 0},
-    {"parseUnquoted", DS_FormatBlock::NONE, SPARE, 0},
-    {"parseCondition", DS_FormatBlock::CONDITIONS, 0, 0},
-    {"parseGroupCondition", DS_FormatBlock::CONDITIONS, 0, 0},
-    {"parseTabCondition", DS_FormatBlock::CONDITIONS, 0, 0},
-    {"parseRangeWord", DS_FormatBlock::RANGE, 0, 0},
-    {"parseRange", DS_FormatBlock::RANGE, 0, 0},
-    {"parseDefault", DS_FormatBlock::SINGLE, 0, 0},
-    {"parseHelpWord", DS_FormatBlock::TEXTS, 0, 0},
-    {"parseParm", DS_FormatBlock::PARM, 0, 0},
-    {"parseGroup", DS_FormatBlock::PAGE, 0, 0},
-    {"parseMulti", DS_FormatBlock::PAGE, 0, 0},
-    {"parseImportWord", DS_FormatBlock::PAGE, 0, 0},
+constexpr Effect theEffects[] = {
+    {"parseType", TYPE | SIZE | SPARE, 0},
+    {"parseLook", 0, TYPE},
+    {"parseLogarithmic", 0, TYPE},
+    {"parseSize", SIZE, TYPE},
+    {"parseDefaults", DEFAULT, TYPE | SIZE},
+    {"parseMenuWord", MENU, TYPE},
+    {"parseTag", SPARE, 0},
+    {"parseGroupTag", SPARE, 0},
+    {"parseCallback", SPARE, 0},
+    {"parseRenderManType", SPARE, 0},
+    {"parseOpFilter", SPARE, 0},
+    {"parseUnquoted", SPARE, 0},
 };
+
+constexpr DS_FormatBlock blockOf(ZEL_ScriptShape shape)
+{
+    switch (shape) {
+    case ZEL_ScriptShape::DEFAULTS: return DS_FormatBlock::DEFAULTS;
+    case ZEL_ScriptShape::MENU: return DS_FormatBlock::MENU;
+    case ZEL_ScriptShape::TAGS: return DS_FormatBlock::TAGS;
+    case ZEL_ScriptShape::CONDITION: return DS_FormatBlock::CONDITIONS;
+    case ZEL_ScriptShape::RANGE: return DS_FormatBlock::RANGE;
+    case ZEL_ScriptShape::VALUE: return DS_FormatBlock::SINGLE;
+    case ZEL_ScriptShape::TEXTS: return DS_FormatBlock::TEXTS;
+    case ZEL_ScriptShape::RAW: return DS_FormatBlock::RAW;
+    case ZEL_ScriptShape::PARM: return DS_FormatBlock::PARM;
+    case ZEL_ScriptShape::GROUP:
+    case ZEL_ScriptShape::ITEMS:
+    case ZEL_ScriptShape::IMPORT: return DS_FormatBlock::PAGE;
+    default: return DS_FormatBlock::NONE;
+    }
+}
 
 /// Two keywords for one thing, the first being the other's rank.
 constexpr std::string_view theSynonyms[][2] = {
@@ -68,55 +68,36 @@ constexpr std::string_view theSynonyms[][2] = {
 
 using Keywords = std::map<std::string_view, DS_FormatKeyword>;
 
-void add(Keywords &keywords, std::string_view word, Form form, std::string_view parser)
+void add(Keywords &keywords, const ZEL_ScriptKeywordShape &row)
 {
-    const auto reader = std::find_if(std::begin(theReaders), std::end(theReaders),
-                                     [&](const Reader &one) { return one.name == parser; });
-    DS_FormatKeyword keyword{word, 0, false, false, DS_FormatBlock::NONE, int(keywords.size()),
-                             0,    0};
-    if (reader != std::end(theReaders)) {
-        keyword.block = reader->block;
-        keyword.sets = reader->sets;
-        keyword.uses = reader->uses;
-    }
-    const bool bareFlag = keyword.block == DS_FormatBlock::NONE;
-    keyword.values = form == WORD && bareFlag ? 1 : 0;
-    keyword.optional = form == WORD ? !bareFlag : parser == "parseObsolete";
-    for (const auto &[first, second] : theSynonyms) {
-        const auto found = word == second ? keywords.find(first) : keywords.end();
-        keyword.rank = found == keywords.end() ? keyword.rank : found->second.rank;
-    }
-    keywords.emplace(word, keyword);
-}
-
-void addSkipped(Keywords &keywords, std::string_view word, int count)
-{
-    DS_FormatKeyword keyword{word,
-                             count < 0 ? -count - 1 : count,
-                             false,
-                             true,
-                             count < 0 ? DS_FormatBlock::RAW : DS_FormatBlock::NONE,
+    const bool valueFlag =
+        row.shape == ZEL_ScriptShape::CONDITION || row.shape == ZEL_ScriptShape::VALUE;
+    DS_FormatKeyword keyword{row.word,
+                             valueFlag ? 0 : row.count,
+                             valueFlag || row.shape == ZEL_ScriptShape::NUMBER,
+                             row.skippedFlag,
+                             blockOf(row.shape),
                              int(keywords.size()),
                              0,
                              0};
-    keywords.emplace(word, keyword); // one that the grammar knows itself stays
+    for (const Effect &effect : theEffects) {
+        keyword.sets = effect.parser == row.parser ? effect.sets : keyword.sets;
+        keyword.uses = effect.parser == row.parser ? effect.uses : keyword.uses;
+    }
+    for (const auto &[first, second] : theSynonyms) {
+        const auto found = row.word == second ? keywords.find(first) : keywords.end();
+        keyword.rank = found == keywords.end() ? keyword.rank : found->second.rank;
+    }
+    keywords.emplace(row.word, keyword); // one that the grammar knows itself stays
 }
 
-Keywords parmKeywords()
+template <std::size_t COUNT>
+Keywords makeKeywords(const ZEL_ScriptKeywordShape (&rows)[COUNT])
 {
     Keywords keywords;
-#define ZEL_PARM_KEYWORD(word, form, parser, argument, writer) add(keywords, word, form, #parser);
-#define ZEL_PARM_SKIPPED(word, count, writer) addSkipped(keywords, word, count);
-#include <ZEL/scripts/ZEL_ScriptKeywords.def>
-    return keywords;
-}
-
-Keywords pageKeywords()
-{
-    Keywords keywords;
-#define ZEL_PAGE_KEYWORD(word, form, parser, argument, place) add(keywords, word, form, #parser);
-#define ZEL_PAGE_SKIPPED(word, count) addSkipped(keywords, word, count);
-#include <ZEL/scripts/ZEL_ScriptKeywords.def>
+    for (const ZEL_ScriptKeywordShape &row : rows) {
+        add(keywords, row);
+    }
     return keywords;
 }
 
@@ -137,8 +118,8 @@ bool DSisFormatList(DS_FormatBlock block)
 
 const DS_FormatKeyword *DSfindFormatKeyword(std::string_view word, bool parm)
 {
-    static const Keywords theParmKeywords = parmKeywords();
-    static const Keywords thePageKeywords = pageKeywords();
+    static const Keywords theParmKeywords = makeKeywords(theZELParmShapes);
+    static const Keywords thePageKeywords = makeKeywords(theZELPageShapes);
     const Keywords &keywords = parm ? theParmKeywords : thePageKeywords;
     const auto found = keywords.find(word);
     return found == keywords.end() ? nullptr : &found->second;

@@ -18,6 +18,8 @@ constexpr std::size_t theLongestFound = 80;
 
 DS_Stream::MessageSink theMessageSink = nullptr;
 void *theMessageSinkData = nullptr;
+bool theDetailsFlag = false;
+__thread const DS_Stream *theReporting;
 
 } // namespace
 
@@ -40,12 +42,14 @@ DS_Stream::DS_Stream(KIT_IStream &stream, const char *name, bool reduced)
     : TOK_TokenStream(stream, name)
 {
     setPreserveBackslashes(true);
+    setDetails(theDetailsFlag);
     setCPPOptions(reduced ? theReducedOptions : theNormalOptions);
 }
 
 DS_Stream::DS_Stream(const char *fileName, int mode) : TOK_TokenStream(fileName, mode)
 {
     setPreserveBackslashes(true);
+    setDetails(theDetailsFlag);
     setCPPOptions(theNormalOptions);
 }
 
@@ -142,13 +146,25 @@ void DS_Stream::report(KIT_ErrorSeverity severity, const char *word, const char 
     }
     const MessageSink sink = myOwnSink ? myOwnSink : theMessageSink;
     if (sink) {
+        theReporting = this;
         sink(myOwnSink ? myOwnSinkData : theMessageSinkData, severity,
              place ? place->getFileName() : nullptr, place ? place->getLineNumber() : 0, text);
+        theReporting = nullptr;
     } else {
         std::fprintf(stderr, "%s\n", whole.buffer());
     }
     myErrors.add(theKITCommonCategory, KIT_COMMON_BAD_SCRIPT, whole.buffer(), severity,
                  makeDetail());
+}
+
+const DS_Stream *DS_Stream::getReporting()
+{
+    return theReporting;
+}
+
+void DS_Stream::setAllDetails(bool wanted)
+{
+    theDetailsFlag = wanted;
 }
 
 void DS_Stream::setDetails(bool wanted)

@@ -1,5 +1,7 @@
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 
+#include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_MessageSource.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_EvalContext.h>
@@ -41,7 +43,12 @@ void ZEL_ValueFrames::deleteHeldChannel(ZEL_Instance &instance, HeldChannels &he
 
 bool ZEL_ValueFrames::reportCut(const char *token)
 {
-    KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING, token);
+    const std::shared_ptr<KIT_MessageDetail> detail = KIT_MessageSource::makeDetail();
+    if (detail) {
+        detail->expected = {token};
+    }
+    KITgetErrorManager().add(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING, token, KIT_ERROR_ABORT,
+                             detail);
     return false;
 }
 

@@ -5,6 +5,8 @@
 #include <BAS/BAS_Number.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_MessageSource.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
 #include <STO/STO_Reader.h>
@@ -52,9 +54,14 @@ bool isWithoutError()
     return KITgetErrorSeverity() < KIT_ERROR_ABORT;
 }
 
-bool fail(ZEL_ErrorCode code, const char *text)
+bool fail(ZEL_ErrorCode code, const char *text, const char *expected,
+          KIT_MessageSource::Word word = KIT_MessageSource::Word::NEXT)
 {
-    KITaddError(ZEL_ERROR_CATEGORY, code, text);
+    const std::shared_ptr<KIT_MessageDetail> detail = KIT_MessageSource::makeDetail(word);
+    if (detail) {
+        detail->expected = {expected};
+    }
+    KITgetErrorManager().add(ZEL_ERROR_CATEGORY, code, text, KIT_ERROR_ABORT, detail);
     return false;
 }
 
@@ -62,15 +69,15 @@ bool loadHeader(KIT_IStream &is)
 {
     is.skipByteOrderMark();
     if (!is.checkToken(theHeader)) {
-        return fail(ZEL_ERR_PRESET_HEADER, nullptr);
+        return fail(ZEL_ERR_PRESET_HEADER, nullptr, theHeader);
     }
     if (!is.checkToken(theVersionWord)) {
-        return fail(ZEL_ERR_PRESET_WORD, theVersionWord);
+        return fail(ZEL_ERR_PRESET_WORD, theVersionWord, theVersionWord);
     }
     // Exact match, not a minimum: the format of other versions is unknown.
     float version = 0.0f;
     if (!is.aread(version) || version != static_cast<float>(BASparseFloat(theVersion))) {
-        return fail(ZEL_ERR_PRESET_VERSION, nullptr);
+        return fail(ZEL_ERR_PRESET_VERSION, nullptr, theVersion, KIT_MessageSource::Word::LAST);
     }
     return true;
 }
@@ -109,11 +116,13 @@ bool ZEL_PresetInfo::loadPreset(ZEL_ParmList *list, KIT_IStream &is)
         return false;
     }
     const TextMode text(is);
+    KIT_MessageSource source(is);
     if (!loadHeader(is)) {
         return false;
     }
     KIT_WorkBuffer word;
     while (is.getWord(word)) {
+        source.setSubject(word.view());
         const bool isOwn = word.view() == theChannels || word.view() == theValues;
         ZEL_ParmOwner *const owner = list->getParmOwner();
         const bool loaded = isOwn   ? loadPresetContents(list, word.buffer(), is)

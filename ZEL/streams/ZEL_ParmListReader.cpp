@@ -4,6 +4,9 @@
 #include <KIT/KIT_ByteBuffer.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_MessageSource.h>
+#include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_Packet.h>
 #include <KIT/KIT_PacketHeader.h>
 #include <KIT/KIT_StringArray.h>
@@ -64,22 +67,51 @@ std::string withName(std::string text, const char *separator, const char *name)
     return text;
 }
 
-void missingToken(const char *token, const char *name)
+void missingToken(const char *token, const char *name,
+                  KIT_MessageSource::Word word = KIT_MessageSource::Word::NEXT)
 {
-    KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING, withName(token, " ", name).c_str());
+    const std::shared_ptr<KIT_MessageDetail> detail = KIT_MessageSource::makeDetail(word);
+    if (detail) {
+        detail->expected = {token};
+    }
+    KITgetErrorManager().add(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING,
+                             withName(token, " ", name).c_str(), KIT_ERROR_ABORT, detail);
 }
 
-void unknownParm(const KIT_WorkBuffer &token, const std::string &text)
+} // namespace
+
+void ZEL_ParmListReader::unknownParm(const KIT_WorkBuffer &token, const std::string &text) const
 {
     // Folder parameters that every old scene contains and no list has.
     const std::string_view view = token.view();
     constexpr std::string_view thePrefix = "stdswitcher";
     if (view != "standardfolder" && view.substr(0, thePrefix.size()) != thePrefix) {
-        KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_UNKNOWN_PARM, text.c_str());
+        const std::shared_ptr<KIT_MessageDetail> detail = KIT_MessageSource::makeDetail();
+        if (detail) {
+            addNearest(token.view(), *detail);
+        }
+        KITgetErrorManager().add(ZEL_ERROR_CATEGORY, ZEL_ERR_UNKNOWN_PARM, text.c_str(),
+                                 KIT_ERROR_WARNING, detail);
     }
 }
 
-} // namespace
+/// A stream is made by a program: names that differ are those of another version, so none is a fix.
+void ZEL_ParmListReader::addNearest(std::string_view name, KIT_MessageDetail &detail) const
+{
+    std::vector<std::string> names;
+    for (int i = 0; i < myList.getEntries(); ++i) {
+        const ZEL_Parm *const parm = myList.getParmPtr(i);
+        if (isSaved(parm)) {
+            names.emplace_back(parm->getInstance()->getTokenRef().view());
+        }
+    }
+    const std::string *const nearest = KITnearestWord(std::string(name), names);
+    detail.found = name;
+    if (nearest) {
+        detail.hint = "did you mean '" + *nearest + "'?";
+        detail.expected = {*nearest};
+    }
+}
 
 // ---------------------------------------------------------------------- //
 // Finding the parameter of an entry
@@ -269,6 +301,8 @@ void ZEL_ParmListReader::offerUnknownNames(KIT_StringArray &names)
 
 ZEL_ParmListReader::Result ZEL_ParmListReader::read(KIT_IStream &is)
 {
+    KIT_MessageSource source(is);
+    mySource = &source;
     if (!is.isBinary()) {
         is.skipByteOrderMark();
     }
@@ -277,7 +311,9 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::read(KIT_IStream &is)
         readUnknownNames(is, names);
         offerUnknownNames(names);
     }
-    return is.isBinary() ? readBinary(is) : readText(is);
+    const Result result = is.isBinary() ? readBinary(is) : readText(is);
+    mySource = nullptr;
+    return result;
 }
 
 ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
@@ -299,6 +335,7 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
     std::string_view name;
     KIT_WorkBuffer word;
     while (is.getNonCommentWord(name, theListComment) && name != theListEnd) {
+        mySource->setSubject(name);
         ZEL_Parm *parm = findListed(name);
         if (!parm) {
             word.clear();
@@ -315,12 +352,13 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
             break;
         }
         if (!opensGroup(word.view())) {
-            missingToken("(", myName);
+            missingToken("(", myName, KIT_MessageSource::Word::LAST);
             return Result::ABANDONED;
         }
         // After a failure it is unknown where bodies end: nothing is skipped, and the tokens
         // are tried as names.
         failed = failed || !skipBody(is);
+        mySource->setSubject({});
     }
     return failed ? Result::FAILED : Result::LOADED;
 }
@@ -340,6 +378,7 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::readBinary(KIT_IStream &is)
         }
         const bool loaded = readPacket(is, packetId);
         packet.endRead();
+        mySource->setSubject({});
         if (!loaded) {
             return Result::FAILED;
         }
@@ -375,6 +414,7 @@ bool ZEL_ParmListReader::readPacket(KIT_IStream &is, int packetId)
     if (!is.readTextAfter(myToken)) {
         return false;
     }
+    mySource->setSubject(myToken.view());
     ZEL_Parm *const listed = findListed(myToken.view());
     if (ZEL_Parm *parm = listed ? listed : findParm(refTo(myToken), theUseMap)) {
         return parm->load(is);
@@ -392,6 +432,7 @@ bool ZEL_ParmListReader::readTextParm(KIT_IStream &is)
     }
     KIT_WorkBuffer name;
     name.append(token);
+    mySource->setSubject(token);
     ZEL_Parm *const listed = findListed(token);
     if (ZEL_Parm *const parm = listed ? listed : findParm(refTo(name), theUseMap)) {
         KIT_IStream words(text.data(), text.size(), KIT_IStream::TEXT);

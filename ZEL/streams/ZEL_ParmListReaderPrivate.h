@@ -12,7 +12,9 @@
 #include <ZEL/ZEL_ParmNameMap.h>
 #include <ZEL/list/ZEL_BlockNamesPrivate.h>
 
+class KIT_MessageSource;
 class KIT_Packet;
+struct KIT_MessageDetail;
 
 class ZEL_ParmListReader
 {
@@ -55,12 +57,15 @@ private:
     Result readBinary(KIT_IStream &is);
     bool readPacket(KIT_IStream &is, int packetId);
     bool readTextParm(KIT_IStream &is);
+    void unknownParm(const KIT_WorkBuffer &token, const std::string &text) const;
+    void addNearest(std::string_view name, KIT_MessageDetail &detail) const;
 
     ZEL_ParmList &myList;
     const char *myName;
     ZEL_ParmList *myFallbackList;
     ZEL_ParmNameMap myMap;
     ZEL_ParmList::BlockNames myBlocks;
-    int myNext = 0;         // index after that of the last entry's parameter
-    KIT_WorkBuffer myToken; // of the entry, until the next one in a binary stream
+    KIT_MessageSource *mySource = nullptr; // while a stream is read
+    int myNext = 0;                        // index after that of the last entry's parameter
+    KIT_WorkBuffer myToken;                // of the entry, until the next one in a binary stream
 };

@@ -6,6 +6,8 @@
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_MessageSource.h>
 #include <KIT/KIT_Packet.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -99,7 +101,7 @@ class ZEL_ParmStream::Reader
 {
 public:
     Reader(ZEL_ParmStream &to, KIT_IStream &is, const char *name, ZEL_ParmList *list)
-        : myTo(to), myStream(is), myName(name), myBudget(is.remaining())
+        : myTo(to), myStream(is), mySource(is), myName(name), myBudget(is.remaining())
     {
         if (list) {
             myParms.emplace(*list, name, nullptr);
@@ -111,7 +113,7 @@ public:
         myStream.skipByteOrderMark();
         for (const char *token : {"{", "version"}) {
             if (!myStream.checkToken(token)) {
-                return isMissing(token);
+                return isMissing(token, KIT_MessageSource::Word::NEXT);
             }
         }
         if (!myStream.aread(myTo.myVersion)) {
@@ -126,6 +128,7 @@ public:
             }
             ZEL_StreamEntry entry;
             entry.token = token;
+            mySource.setSubject(token);
             if (!takeText(myStream, entry)) {
                 return isMissing("bracket of " + entry.token);
             }
@@ -152,10 +155,15 @@ public:
     }
 
 private:
-    bool isMissing(std::string what)
+    bool isMissing(std::string what, KIT_MessageSource::Word word = KIT_MessageSource::Word::LAST)
     {
+        const std::shared_ptr<KIT_MessageDetail> detail = KIT_MessageSource::makeDetail(word);
+        if (detail) {
+            detail->expected = {what};
+        }
         what += myName ? " (" + std::string(myName) + ")" : "";
-        KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING, what.c_str());
+        KITgetErrorManager().add(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING, what.c_str(),
+                                 KIT_ERROR_ABORT, detail);
         return false;
     }
     void tellVersion()
@@ -314,6 +322,7 @@ private:
 
     ZEL_ParmStream &myTo;
     KIT_IStream &myStream;
+    KIT_MessageSource mySource;
     const char *myName;
     const ZEL_InputBudget myBudget;
     std::optional<ZEL_ParmListReader> myParms;

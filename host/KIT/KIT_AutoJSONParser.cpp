@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -65,10 +66,14 @@ public:
         myOpen.pop_back();
         return put(std::move(array));
     }
-    bool parse_error(std::size_t, const std::string &, const nlohmann::detail::exception &) override
+    bool parse_error(std::size_t read, const std::string &,
+                     const nlohmann::detail::exception &) override
     {
+        myFault = read > 0 ? read - 1 : 0;
         return false;
     }
+    /// Where the parser gave up, the last byte that it read.
+    std::size_t getFault() const { return myFault; }
 
 private:
     struct Container
@@ -101,12 +106,15 @@ private:
 
     std::vector<Container> myOpen;
     KIT_JSONValue myRoot;
+    std::size_t myFault = 0;
 };
 
-bool parseText(std::string_view text, KIT_JSONValue &value)
+/// `fault` returns where it goes wrong.
+bool parseText(std::string_view text, KIT_JSONValue &value, std::size_t &fault)
 {
     TextBuilder builder;
     if (!nlohmann::json::sax_parse(text.begin(), text.end(), &builder)) {
+        fault = std::min(builder.getFault(), text.size());
         return false;
     }
     value = std::move(builder.root());
@@ -147,6 +155,7 @@ public:
         }
     }
     bool atEnd() const { return myBytes.empty(); }
+    std::size_t remaining() const { return myBytes.size(); }
 
 private:
     enum Kind
@@ -307,10 +316,12 @@ private:
     std::string_view myBytes;
 };
 
-bool parseBinary(std::string_view bytes, KIT_JSONValue &value)
+bool parseBinary(std::string_view bytes, KIT_JSONValue &value, std::size_t &fault)
 {
     BinaryReader reader(bytes);
-    return reader.read(value, 0) && reader.atEnd();
+    const bool good = reader.read(value, 0) && reader.atEnd();
+    fault = bytes.size() - reader.remaining();
+    return good;
 }
 
 } // namespace
@@ -325,8 +336,9 @@ bool KIT_AutoJSONParser::parse(KIT_JSONValue &value)
 {
     const std::string_view bytes = myStream.rest();
     bool good = false;
+    std::size_t fault = 0;
     try {
-        good = isBinary() ? parseBinary(bytes, value) : parseText(bytes, value);
+        good = isBinary() ? parseBinary(bytes, value, fault) : parseText(bytes, value, fault);
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &) {
@@ -336,5 +348,6 @@ bool KIT_AutoJSONParser::parse(KIT_JSONValue &value)
         value = KIT_JSONValue();
     }
     myStream.seekg(myStream.tellg() + myStream.remaining());
+    myFaultOffset = good ? -1 : std::int64_t(fault);
     return good;
 }

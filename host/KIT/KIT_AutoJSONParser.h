@@ -34,7 +34,10 @@ public:
     /// Whether the document is in the binary form.
     bool isBinary() const;
     bool parse(KIT_JSONValue &value);
+    /// Where the document that was parsed goes wrong, in bytes from its start; -1 if it doesn't.
+    std::int64_t getFaultOffset() const { return myFaultOffset; }
 
 private:
     KIT_IStream &myStream;
+    std::int64_t myFaultOffset = -1;
 };

@@ -3,6 +3,8 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_MessageCatalogue.h>
+#include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_MessageSource.h>
 #include <KIT/KIT_String.h>
 
 #include <algorithm>
@@ -46,6 +48,8 @@ KIT_ErrorSeverity KITgetErrorSeverity()
 
 KIT_ErrorManager::Scope::Scope(int thread) : myOuter(theScopeManager), myThread(thread)
 {
+    const KIT_ErrorManager *const outer = myOuter ? myOuter : theBottomManager;
+    myManager.myFlags = outer ? outer->myFlags & theDetailsFlag : 0;
     theScopeManager = &myManager;
 }
 
@@ -65,7 +69,7 @@ KIT_ErrorManager &KIT_ErrorManager::Scope::getOuterManager()
 void KIT_ErrorManager::add(const char *category, int code, const char *text,
                            KIT_ErrorSeverity severity)
 {
-    add(category, code, text, severity, nullptr);
+    add(category, code, text, severity, wantsDetails() ? KIT_MessageSource::makeDetail() : nullptr);
 }
 
 void KIT_ErrorManager::add(const char *category, int code, const char *text,

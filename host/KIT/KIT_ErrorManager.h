@@ -59,6 +59,9 @@ public:
 
     /// A flag: what is reported to the manager is discarded, its severity included.
     static constexpr unsigned theDiscardFlag = 0x4;
+    /// A flag: what is reported gets the place that the thread reads at (KIT_MessageSource.h). A scope
+    /// has it from the manager before.
+    static constexpr unsigned theDetailsFlag = 0x8;
     /// How many messages are kept besides the entry that counts the rest.
     static constexpr int64_t theMaxErrors = 1000;
 
@@ -75,10 +78,16 @@ public:
     KIT_ErrorSeverity getSeverity() const { return mySeverity; }
     void setFlags(unsigned flags) { myFlags = flags; }
     unsigned getFlags() const { return myFlags; }
+    /// Whether the detail of a message that is added now would be kept.
+    bool wantsDetails() const
+    {
+        return (myFlags & (theDetailsFlag | theDiscardFlag)) == theDetailsFlag && myDropped == 0 &&
+               entries() < theMaxErrors;
+    }
 
     /// Adds an error. Null category and text are "".
     void add(const char *category, int code, const char *text, KIT_ErrorSeverity severity);
-    /// The same with a detail, which may be null.
+    /// The same with a detail, which may be null; the one without asks the thread's sources for it.
     void add(const char *category, int code, const char *text, KIT_ErrorSeverity severity,
              std::shared_ptr<const KIT_MessageDetail> detail);
     /// Add with the category "Common" and the severity 4, 3 or 1.

@@ -82,6 +82,11 @@ public:
     {
         return std::string_view(myData + myPosition, static_cast<size_t>(remaining()));
     }
+    /// All bytes, whatever the limit is.
+    std::string_view bytes() const
+    {
+        return std::string_view(myData, static_cast<size_t>(myLength));
+    }
     /// Keeps reading from passing `end` until popLimit(). `end` is clamped to the range from the
     /// position to the present limit.
     void pushLimit(int64_t end)

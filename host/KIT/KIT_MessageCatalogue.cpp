@@ -1,6 +1,7 @@
 #include <KIT/KIT_MessageCatalogue.h>
 
 #include <cstring>
+#include <iterator>
 
 namespace
 {
@@ -9,15 +10,114 @@ struct Message
 {
     const char *category;
     int code;
+    const char *severity;
     const char *sentence;
 };
 
-#define KIT_MESSAGE(category, enumerator, number, severity, sentence) {category, number, sentence},
+// As the columns have them.
+constexpr const char *NONE = "varies";
+constexpr const char *MESSAGE = "message";
+constexpr const char *WARNING = "warning";
+constexpr const char *ABORT = "error";
+constexpr const char *FATAL = "fatal";
+
+#define KIT_MESSAGE(category, enumerator, number, severity, sentence)                              \
+    {category, number, severity, sentence},
 constexpr Message theMessages[] = {
 #include <KIT/KIT_Messages.def>
 };
 
+#define KIT_MESSAGE_HELP(category, number, cause, remedy, kind, example)                           \
+    {category, number, "", "", cause, remedy, #kind, example, false},
+constexpr KIT_MessageEntry theHelp[] = {
+#include <KIT/KIT_MessageHelp.def>
+};
+
+#define KIT_TEXT_MESSAGE(category, number, severity, sentence, cause, remedy, kind, example)       \
+    {category, number, severity, sentence, cause, remedy, #kind, example, true},
+constexpr KIT_MessageEntry theTexts[] = {
+#include <KIT/KIT_TextMessages.def>
+};
+
+constexpr std::string_view theHole = "{}";
+
+/// Whether a text is a sentence with something in each of its holes.
+bool isOf(std::string_view sentence, std::string_view text)
+{
+    const std::size_t first = sentence.find(theHole);
+    if (first == std::string_view::npos || text.substr(0, first) != sentence.substr(0, first)) {
+        return text == sentence;
+    }
+    sentence.remove_prefix(first + theHole.size());
+    text.remove_prefix(first);
+    for (;;) {
+        const std::size_t next = sentence.find(theHole);
+        const std::string_view part = sentence.substr(0, next);
+        if (next == std::string_view::npos) { // the last part ends the text
+            return text.size() >= part.size() && text.substr(text.size() - part.size()) == part;
+        }
+        const std::size_t at = text.find(part);
+        if (at == std::string_view::npos) {
+            return false;
+        }
+        text.remove_prefix(at + part.size());
+        sentence.remove_prefix(next + theHole.size());
+    }
+}
+
+/// Bytes that a sentence says itself: of two that fit a text, the one that says more is meant.
+std::size_t ownBytes(std::string_view sentence)
+{
+    std::size_t bytes = sentence.size();
+    for (std::size_t at = sentence.find(theHole); at != std::string_view::npos;
+         at = sentence.find(theHole, at + theHole.size())) {
+        bytes -= theHole.size();
+    }
+    return bytes;
+}
+
+KIT_MessageEntry withHelp(const Message &message)
+{
+    KIT_MessageEntry entry = {message.category, message.code, message.severity,
+                              message.sentence, "",           "",
+                              "NONE",           "",           false};
+    for (const KIT_MessageEntry &help : theHelp) {
+        if (help.code == message.code && std::strcmp(help.category, message.category) == 0) {
+            entry.cause = help.cause;
+            entry.remedy = help.remedy;
+            entry.kind = help.kind;
+            entry.example = help.example;
+        }
+    }
+    return entry;
+}
+
 } // namespace
+
+const KIT_MessageEntry *KITfindTextMessage(std::string_view text)
+{
+    const KIT_MessageEntry *found = nullptr;
+    for (const KIT_MessageEntry &entry : theTexts) {
+        if (isOf(entry.sentence, text) &&
+            (!found || ownBytes(entry.sentence) > ownBytes(found->sentence))) {
+            found = &entry;
+        }
+    }
+    return found;
+}
+
+const std::vector<KIT_MessageEntry> &KITgetMessageEntries()
+{
+    static const std::vector<KIT_MessageEntry> theEntries = [] {
+        std::vector<KIT_MessageEntry> entries;
+        for (const Message &message : theMessages) {
+            entries.push_back(withHelp(message));
+        }
+        entries.insert(entries.end(), std::begin(theTexts), std::end(theTexts));
+        return entries;
+    }();
+    return theEntries;
+}
 
 const char *KITgetMessageText(const char *category, int code)
 {

@@ -15,6 +15,8 @@ int countCharacters(std::string_view text)
     }));
 }
 
+constexpr std::string_view theMark = "\xef\xbb\xbf"; ///< of the byte order
+
 /// The line around an offset; false if it is too long.
 bool findLine(std::string_view text, std::size_t at, std::size_t &begin, std::size_t &end)
 {
@@ -26,6 +28,9 @@ bool findLine(std::string_view text, std::size_t at, std::size_t &begin, std::si
         return false;
     }
     begin = feed == std::string_view::npos ? 0 : from + feed + 1;
+    if (begin == 0 && at >= theMark.size() && text.substr(0, theMark.size()) == theMark) {
+        begin = theMark.size(); // it is no column
+    }
     const std::string_view after = text.substr(at, theLongest);
     const std::size_t close = after.find('\n');
     if (close == std::string_view::npos && after.size() == theLongest) {
@@ -67,4 +72,20 @@ void KIT_MessagePlace::setFromText(std::string_view text, std::size_t begin, std
         endColumn = int(end - first) + 1;
         endCharacter = countCharacters(text.substr(first, end - first)) + 1;
     }
+}
+
+std::shared_ptr<KIT_MessageDetail> KIT_MessageDetail::ofText(std::string_view text,
+                                                             std::string_view file,
+                                                             std::size_t begin, std::size_t end,
+                                                             std::string_view subject)
+{
+    constexpr std::size_t theLongestFound = 80;
+    auto detail = std::make_shared<KIT_MessageDetail>();
+    detail->place.file = file;
+    detail->place.setFromText(text, begin, end);
+    const auto first = std::size_t(detail->place.offset);
+    const auto last = std::size_t(detail->place.endOffset);
+    detail->found = text.substr(first, std::min(last - first, theLongestFound));
+    detail->subject = subject;
+    return detail;
 }

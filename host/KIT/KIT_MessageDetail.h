@@ -15,6 +15,7 @@
 #include <BAS/BAS_API.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,8 +61,13 @@ struct KIT_MessageFix
     std::vector<KIT_MessageEdit> edits;
 };
 
-struct KIT_MessageDetail
+struct KIT_API KIT_MessageDetail
 {
+    /// Of the bytes [begin, end) of a text; what is found is what they are.
+    static std::shared_ptr<KIT_MessageDetail> ofText(std::string_view text, std::string_view file,
+                                                     std::size_t begin, std::size_t end,
+                                                     std::string_view subject = {});
+
     KIT_MessagePlace place;                     ///< where the mistake is
     std::string subject;                        ///< the parameter or section it is about
     std::vector<KIT_MessagePlace> includedFrom; ///< the `#include` lines, the innermost first
@@ -70,4 +76,22 @@ struct KIT_MessageDetail
     std::vector<std::string> expected;          ///< the words that could be there
     std::string hint;                           ///< a sentence that helps, in addition to the text
     std::vector<KIT_MessageFix> fixes;          ///< alternatives, the likeliest first
+
+    /// Calls `change` for every place in it.
+    template <class Change>
+    void changePlaces(const Change &change)
+    {
+        change(place);
+        for (KIT_MessagePlace &one : includedFrom) {
+            change(one);
+        }
+        for (KIT_MessageRelated &one : related) {
+            change(one.place);
+        }
+        for (KIT_MessageFix &fix : fixes) {
+            for (KIT_MessageEdit &edit : fix.edits) {
+                change(edit.place);
+            }
+        }
+    }
 };

@@ -181,6 +181,7 @@ bool KIT_Packet::beginRead(KIT_IStream &stream, int &classId, int &packetId)
     if (stream.eof()) {
         return false;
     }
+    const int64_t begin = stream.tellg();
     KIT_IStream::PacketState &state = stream.packets();
     KIT_IStream::PacketSeries &series = stream.series();
     bool isInSeries = false;
@@ -192,10 +193,10 @@ bool KIT_Packet::beginRead(KIT_IStream &stream, int &classId, int &packetId)
     Header header;
     if (!(isInSeries || state.isShort ? !stream.eof() && readShort(stream, header)
                                       : readPlain(stream, header))) {
-        return refuse(stream, "header cut short");
+        return refuse(stream, begin, "header cut short");
     }
     if (header.length > static_cast<uint64_t>(stream.remaining())) {
-        return refuse(stream, "length beyond the data");
+        return refuse(stream, begin, "length beyond the data");
     }
     const int64_t end = stream.tellg() + static_cast<int64_t>(header.length);
     const size_t depth = stream.getLimitDepth();
@@ -242,10 +243,12 @@ void KIT_Packet::leave()
     }
 }
 
-bool KIT_Packet::refuse(KIT_IStream &stream, const char *reason)
+/// Of a packet that begins there.
+bool KIT_Packet::refuse(KIT_IStream &stream, int64_t begin, const char *reason)
 {
-    stream.seekg(stream.tellg() + stream.remaining());
+    stream.seekg(begin);
     KITaddCommonError(KIT_COMMON_CUT_PACKET, reason);
+    stream.seekg(begin + stream.remaining());
     return false;
 }
 

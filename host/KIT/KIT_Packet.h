@@ -74,7 +74,7 @@ private:
     bool attach(std::ostream &stream, int classId, int packetId);
     bool completeHeader();
     void leave();
-    static bool refuse(KIT_IStream &stream, const char *reason);
+    static bool refuse(KIT_IStream &stream, int64_t begin, const char *reason);
 
     std::ostream *myOutput = nullptr;
     KIT_ByteBuffer *myBytes = nullptr; // the output's buffer, when it is a KIT_OByteStream

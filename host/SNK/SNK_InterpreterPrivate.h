@@ -26,6 +26,8 @@ void *makeNames(const char *module);
 void release(void *object);
 
 bool run(const char *statements, void *names, KIT_String &error);
+/// Raises KeyboardInterrupt in all code that runs for a hold.
+void interrupt();
 /// Null code or names result in an exception.
 void evaluate(void *code, void *names, SNK_ResultType wanted, SNK_Result &result);
 /// Compiles and runs the code of an expression, with its own names.

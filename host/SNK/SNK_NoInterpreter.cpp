@@ -35,6 +35,8 @@ void *makeNames(const char *)
 
 void release(void *) {}
 
+void interrupt() {}
+
 bool run(const char *, void *, KIT_String &error)
 {
     error = theNoPython;

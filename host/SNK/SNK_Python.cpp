@@ -68,6 +68,11 @@ bool SNKisPythonStarted()
     return SNK_Interpreter::isStarted();
 }
 
+void SNKinterruptPython()
+{
+    SNK_Interpreter::interrupt();
+}
+
 void SNKsetPythonEnabled(bool enabled)
 {
     theEnabledFlag.store(enabled, std::memory_order_relaxed);

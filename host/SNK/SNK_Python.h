@@ -46,5 +46,9 @@ KIT_API bool SNKisPythonStarted();
 KIT_API void SNKsetPythonEnabled(bool enabled);
 KIT_API bool SNKisPythonEnabled();
 
+/// Ends the code that this library runs on other threads: it gets a KeyboardInterrupt, when a call of Python's
+/// that it waits in has come back. Waits for the interpreter, so no signal handler may call it.
+KIT_API void SNKinterruptPython();
+
 /// Why the calling thread's last failed expression failed; "" if none has failed.
 KIT_API const char *SNKgetExpressionError();

@@ -92,6 +92,8 @@ bool makeModuleOnce()
 
 } // namespace
 
+SNK_PythonHold *SNK_PythonHold::theNewest = nullptr;
+
 SNK_PythonHold::SNK_PythonHold() : myError(nullptr)
 {
     if (!SNKisPythonEnabled()) {
@@ -107,14 +109,54 @@ SNK_PythonHold::SNK_PythonHold() : myError(nullptr)
     if (!makeModuleOnce()) {
         PyGILState_Release(myState);
         myError = "The module vmr could not be made.\n";
+        return;
     }
+    link();
 }
 
 SNK_PythonHold::~SNK_PythonHold()
 {
     if (!myError) {
+        unlink();
         PyGILState_Release(myState);
     }
+}
+
+void SNK_PythonHold::link()
+{
+    myThread = PyThread_get_thread_ident();
+    myOlder = theNewest;
+    if (myOlder) {
+        myOlder->myNewer = this;
+    }
+    theNewest = this;
+}
+
+void SNK_PythonHold::unlink()
+{
+    (myNewer ? myNewer->myOlder : theNewest) = myOlder;
+    if (myOlder) {
+        myOlder->myNewer = myNewer;
+    }
+    // An interrupt that came too late isn't for the next code.
+    PyThreadState_SetAsyncExc(myThread, nullptr);
+}
+
+void SNK_PythonHold::interruptAll()
+{
+    for (const SNK_PythonHold *hold = theNewest; hold; hold = hold->myOlder) {
+        PyThreadState_SetAsyncExc(hold->myThread, PyExc_KeyboardInterrupt);
+    }
+}
+
+void SNK_Interpreter::interrupt()
+{
+    if (!isStarted()) {
+        return;
+    }
+    const PyGILState_STATE state = PyGILState_Ensure();
+    SNK_PythonHold::interruptAll();
+    PyGILState_Release(state);
 }
 
 bool SNK_Interpreter::isStarted()

@@ -19,7 +19,18 @@ public:
     bool isHeld() const { return myError == nullptr; }
     const char *getError() const { return myError; }
 
+    /// Raises KeyboardInterrupt on each thread that has one. With the interpreter held.
+    static void interruptAll();
+
 private:
+    void link();
+    void unlink();
+
+    // The interpreter guards the list.
+    static SNK_PythonHold *theNewest;
+    SNK_PythonHold *myOlder = nullptr;
+    SNK_PythonHold *myNewer = nullptr;
+    unsigned long myThread = 0;
     const char *myError;
     PyGILState_STATE myState{};
 };

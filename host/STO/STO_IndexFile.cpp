@@ -3,6 +3,7 @@
 #include <BAS/BAS_Number.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_MessageSource.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <STO/STO_Reader.h>
 
@@ -46,7 +47,8 @@ class STO_IndexFile::Parser
 {
 public:
     Parser(STO_IndexFile &index, std::string_view bytes, const char *name)
-        : myIndex(index), myRest(bytes), myName(name ? name : "")
+        : myIndex(index), mySource(bytes, name ? name : "", false), myBytes(bytes), myRest(bytes),
+          myName(name ? name : "")
     {
         const std::string_view mark = KIT_IStream::theByteOrderMark;
         myRest.remove_prefix(startsWith(bytes, mark) ? mark.size() : 0);
@@ -118,6 +120,10 @@ private:
             fault(STO_INDEX_DAMAGED, "the section's name");
         }
         const int first = myLineNumber;
+        mySource.setSubject(named ? name.view() : std::string_view());
+        mySource.setOpening(myLine, "the section begins here");
+        const auto start = static_cast<size_t>(myLine.data() - myBytes.data());
+        const auto textStart = static_cast<size_t>(myRest.data() - myBytes.data());
         std::string text;
         while (nextLine() && startsWith(myLine, "\t")) {
             text += myLine.substr(1);
@@ -126,24 +132,29 @@ private:
         const bool open = myLine == theOpenEnd && !text.empty();
         if (!open && myLine != theEnd) {
             fault(STO_INDEX_DAMAGED, "section from line " + std::to_string(first) + " has no end");
+            mySource.setSubject({});
+            mySource.setOpening({}, nullptr);
             return false;
         }
         if (open) {
             text.pop_back();
         }
         if (named) {
-            add(name, std::move(text), first);
+            add(name, {KIT_String(), std::move(text), first, start, textStart});
         }
+        mySource.setSubject({});
+        mySource.setOpening({}, nullptr);
         return true;
     }
 
-    void add(const KIT_WorkBuffer &name, std::string text, int line)
+    void add(const KIT_WorkBuffer &name, Section section)
     {
         const std::string key(name.view());
         if (myIndex.myByName.emplace(key, myIndex.mySections.size()).second) {
-            myIndex.mySections.push_back({KIT_String(key), std::move(text), line});
+            section.name = key;
+            myIndex.mySections.push_back(std::move(section));
         } else {
-            myIndex.myRepeats.push_back({key, line});
+            myIndex.myRepeats.push_back({key, section.line});
         }
     }
 
@@ -154,10 +165,13 @@ private:
         if (!what.empty()) {
             text += ": " + what;
         }
+        mySource.setWord(myLine.data() ? myLine : myBytes.substr(myBytes.size()));
         KITaddWarning(theSTOCategory, code, text.c_str());
     }
 
     STO_IndexFile &myIndex;
+    KIT_MessageSource mySource;
+    std::string_view myBytes;
     std::string_view myRest;
     std::string_view myLine;
     std::string myName;
@@ -217,7 +231,7 @@ bool STO_IndexFile::addSection(const char *name, std::string_view text)
     }
     const auto [entry, added] = myByName.emplace(name, mySections.size());
     if (added) {
-        mySections.push_back({KIT_String(std::string(name)), std::string(text), 0});
+        mySections.push_back({KIT_String(std::string(name)), std::string(text), 0, 0, 0});
     } else {
         mySections[entry->second].text = text;
     }

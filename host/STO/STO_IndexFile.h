@@ -77,6 +77,10 @@ public:
     const std::string &getSectionText(int64_t index) const { return at(index).text; }
     /// Where the section begins in the file that was read; 0 for one that was added.
     int getSectionLine(int64_t index) const { return at(index).line; }
+    /// The byte where that line begins, and the one after it: of the text, with a tab in front of each
+    /// of its lines.
+    size_t getSectionStart(int64_t index) const { return at(index).start; }
+    size_t getTextStart(int64_t index) const { return at(index).textStart; }
     /// -1 if there is none.
     int64_t findSection(std::string_view name) const;
     /// Replaces the text of a section of that name, or adds one at the end. False for an empty
@@ -104,6 +108,8 @@ private:
         KIT_String name;
         std::string text;
         int line = 0;
+        size_t start = 0;
+        size_t textStart = 0;
     };
     class Parser;
 

@@ -145,16 +145,16 @@ TOK_Lexer::Kind TOK_Lexer::next(std::string_view &token)
     }
     myTokenBegin = myAt;
     myFirstFlag = myLineStartFlag;
-    if (*myAt == '#' && myLineStartFlag && myDirectivesFlag && readDirective(token)) {
-        return DIRECTIVE;
+    myOpenFlag = false;
+    Kind kind = DIRECTIVE;
+    if (*myAt != '#' || !myLineStartFlag || !myDirectivesFlag || !readDirective(token)) {
+        myLineStartFlag = false;
+        kind = *myAt == '"' ? QUOTED : WORD;
+        token = kind == QUOTED ? readQuoted() : readWord();
+        myOpenFlag = kind == QUOTED && myFault == OPEN_QUOTE;
     }
-    myLineStartFlag = false;
-    if (*myAt == '"') {
-        token = readQuoted();
-        return QUOTED;
-    }
-    token = readWord();
-    return WORD;
+    myTokenEnd = myAt;
+    return kind;
 }
 
 // -------------------------------------------------------------------- //
@@ -314,26 +314,32 @@ std::string_view TOK_Lexer::readQuoted()
     return copyQuoted(begin);
 }
 
+const char *TOK_Lexer::findLineEnd(const char *begin)
+{
+    if (begin < myLineBegin || begin > myLineEnd) {
+        myLineBegin = begin;
+        const void *const feed = std::memchr(begin, '\n', static_cast<size_t>(myEnd - begin));
+        myLineEnd = feed ? static_cast<const char *>(feed) : myEnd;
+    }
+    return myLineEnd;
+}
+
 /// Where a quoted token ends whose closing quote seems to be missing: the quote that closes it is
 /// followed by more of a word, as the first one of another text is, or stands in a later line where a
 /// text would begin. Null if it seems to be there.
-const char *TOK_Lexer::findOpenEnd(const char *begin) const
+const char *TOK_Lexer::findOpenEnd(const char *begin)
 {
-    // The rest of a longer line would be looked at for each of its texts.
-    constexpr std::ptrdiff_t theLongestLine = 4096;
-    const char *const limit = begin + std::min(myEnd - begin, theLongestLine);
-    const char *const lineEnd = std::find(begin, limit, '\n');
-    if (lineEnd == limit && limit != myEnd) {
-        return nullptr;
-    }
+    const char *const lineEnd = findLineEnd(begin);
     const char *const close = findQuote(begin, myEnd);
     const bool wordFlag =
         myEnd - close > 1 && !isByte(close[1], BLANK) && !isByte(close[1], BRACKET);
     const std::string_view rest(begin, static_cast<size_t>(lineEnd - begin));
     if (close < lineEnd) {
-        const bool evenFlag = std::count(close, lineEnd, '"') % 2 != 0;
+        // The rest of a longer line would be looked at for each of its texts.
+        constexpr std::ptrdiff_t theLongestRest = 4096;
         const std::string_view text = rest.substr(0, static_cast<size_t>(close - begin));
-        if (!wordFlag || evenFlag || text.empty() || !isByte(text.back(), BLANK)) {
+        if (!wordFlag || text.empty() || !isByte(text.back(), BLANK) ||
+            lineEnd - close > theLongestRest || std::count(close, lineEnd, '"') % 2 != 0) {
             return nullptr;
         }
         const auto isBlank = [](char c) { return isByte(c, BLANK); };

@@ -43,6 +43,9 @@ public:
     /// reading goes on.
     const char *getBegin() const { return myTokenBegin; }
     const char *getReadEnd() const { return myAt; }
+    /// Where that token ends, with its quotes, and whether its closing quote is or seems to be missing.
+    const char *getEnd() const { return myTokenEnd; }
+    bool isOpen() const { return myOpenFlag; }
     /// The line that the token of the last next() begins on.
     int getLine() const { return myTokenLine; }
     /// Whether that token is the first of its line.
@@ -62,10 +65,12 @@ private:
     std::string_view readWord();
     std::string_view readQuoted();
     std::string_view copyQuoted(const char *begin);
-    const char *findOpenEnd(const char *begin) const;
+    const char *findOpenEnd(const char *begin);
+    const char *findLineEnd(const char *begin);
 
     const char *myAt;
     const char *myTokenBegin;
+    const char *myTokenEnd = nullptr;
     const char *myEnd;
     std::string myScratch;
     int myLine = 1;
@@ -77,4 +82,7 @@ private:
     bool myEndsOpenFlag = false;
     bool myLineStartFlag = true;
     bool myFirstFlag = false;
+    bool myOpenFlag = false;
+    const char *myLineBegin = nullptr; // the part of a line whose end was looked for last
+    const char *myLineEnd = nullptr;
 };

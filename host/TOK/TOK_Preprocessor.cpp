@@ -545,8 +545,18 @@ bool TOK_Preprocessor::getPlace(TOK_Place &place) const
     if (!source || (myReportLine > 0 && !myReportBegin)) {
         return false;
     }
-    describe(*source, myReportLine > 0 ? myReportBegin : source->lexer.getBegin(),
-             myReportLine > 0 ? myReportLine : myTokenLine, place);
+    if (myReportLine > 0) {
+        describe(*source, myReportBegin, myReportLine, place);
+    } else {
+        const char *const text = source->text.data();
+        place.file = source->fileName;
+        place.text = source->text;
+        place.line = myTokenLine;
+        place.begin = static_cast<size_t>(source->lexer.getBegin() - text);
+        place.end = static_cast<size_t>(source->lexer.getEnd() - text);
+        place.quotedFlag = *source->lexer.getBegin() == '"';
+        place.openFlag = place.quotedFlag && source->lexer.isOpen();
+    }
     place.firstFlag = source->lexer.isFirstOnLine();
     place.macroFlag = mySources.back()->macro != nullptr;
     return true;

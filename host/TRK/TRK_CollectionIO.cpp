@@ -4,6 +4,7 @@
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_MessageSource.h>
 #include <KIT/KIT_Write.h>
 #include <TRK/TRK_Evaluation.h>
 
@@ -168,7 +169,7 @@ class TRK_CollectionReader
 {
 public:
     TRK_CollectionReader(KIT_IStream &stream, TRK_Collection &collection)
-        : myStream(stream), myCollection(collection)
+        : myStream(stream), myCollection(collection), mySource(stream)
     {}
 
     bool read();
@@ -214,8 +215,17 @@ private:
     bool fail(int code, const std::string &what);
     bool failToken(int code);
 
+    /// The token, or as much of it as is read.
+    std::string_view word() const
+    {
+        const auto from = static_cast<size_t>(myBegin);
+        return myStream.bytes().substr(from, static_cast<size_t>(myStream.tellg()) - from);
+    }
+
     KIT_IStream &myStream;
     TRK_Collection &myCollection;
+    KIT_MessageSource mySource;
+    int64_t myBegin = 0; ///< of the token
     std::unordered_set<std::string> myNames;
     std::string myToken;
     Kind myKind = Kind::END;
@@ -225,6 +235,10 @@ private:
 bool TRK_CollectionReader::fail(int code, const std::string &what)
 {
     const std::string text = "line " + std::to_string(myStream.getLineNumber()) + ": " + what;
+    // Of a text that isn't closed, the quote.
+    constexpr size_t theQuote = 1;
+    const bool openFlag = code == TRK_FILE_END && myKind == Kind::TEXT;
+    mySource.setWord(word().substr(0, openFlag ? theQuote : std::string_view::npos));
     KITaddError("TRK", code, text.c_str());
     return false;
 }
@@ -255,6 +269,7 @@ bool TRK_CollectionReader::next()
         } while (commentFlag && c >= 0 && c != '\n');
     }
     myHeldFlag = true;
+    myBegin = myStream.tellg();
     if (c < 0) {
         myKind = Kind::END;
         return true;
@@ -425,6 +440,8 @@ bool TRK_CollectionReader::parseChannel()
         return failToken(TRK_FILE_NAME);
     }
     data.name = myToken;
+    mySource.setSubject(data.name);
+    mySource.setOpening(word(), "the channel begins here");
     take();
     if (!expect(Kind::OPEN, "\"{\"")) {
         return false;
@@ -436,6 +453,8 @@ bool TRK_CollectionReader::parseChannel()
             }
             take();
             store(data);
+            mySource.setSubject({});
+            mySource.setOpening({}, nullptr);
             return true;
         }
         if (myKind != Kind::WORD) {
@@ -606,11 +625,12 @@ bool TRK_Collection::load(KIT_IStream &stream)
         stream.skipByteOrderMark();
         return TRK_CollectionReader(stream, *this).read();
     }
-    KIT_WorkBuffer text;
-    if (!stream.readWorkBuffer(text, true)) {
+    const KIT_MessageSource source(stream);
+    std::string_view text;
+    if (!stream.readText(text)) {
         KITaddError("TRK", TRK_FILE_END, "the length in front of the channels");
         return false;
     }
-    KIT_IStream inner(text.buffer(), text.length(), KIT_IStream::TEXT);
+    KIT_IStream inner(text.data(), text.size(), KIT_IStream::TEXT);
     return TRK_CollectionReader(inner, *this).read();
 }

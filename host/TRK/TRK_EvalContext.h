@@ -56,7 +56,8 @@ public:
 
     /// While it lives, the evaluations of the calling thread share a total of steps beside the limit of
     /// each: one command that evaluates a list of many parameters ends in bounded time. Once the total
-    /// is used up, evaluations that take steps end at once, as at their own limit. An application
+    /// is used up, or while a BAS_Interrupt stands, evaluations that take steps end at once, as at their own
+    /// limit. An application
     /// opens one around what it does at a request; one inside of another has a total of its own.
     class KIT_API Work
     {

@@ -1,6 +1,7 @@
 #include <TRK/TRK_Expression.h>
 
 #include <BAS/BAS_Allocate.h>
+#include <BAS/BAS_Interrupt.h>
 #include <BAS/BAS_Number.h>
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
@@ -42,7 +43,8 @@ void TRK_EvalShare::deduct()
 int64_t TRK_EvalShare::restart(int64_t steps)
 {
     advance(steps);
-    const int64_t left = myLeft.load(std::memory_order_relaxed) - myUsed;
+    const int64_t left =
+        BAS_Interrupt::isRequested() ? 0 : myLeft.load(std::memory_order_relaxed) - myUsed;
     mySteps = TRK_Limits::theSteps - std::clamp<int64_t>(left, 0, TRK_Limits::theSteps);
     return mySteps;
 }

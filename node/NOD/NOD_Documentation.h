@@ -28,5 +28,9 @@ NOD_API std::string NODpageName(const NOD_Interface &interface);
 /// `NAME.md`, `NAME.html`, which stands alone, and for the former `NAME_TOKEN.svg` of each ramp.
 NOD_API std::vector<NOD_Page> NODdocument(const NOD_Interface &interface, NOD_Report &report);
 
+/// What the Markdown page says of one parameter or folder, without its picture and what is in it; "" if there is
+/// none of that name. Any thread.
+NOD_API std::string NODparmPage(const NOD_Interface &interface, const std::string &name);
+
 /// What a word for a type means: "A number" of "float". Null for an unknown word.
 NOD_API const char *NODtypeMeaning(const std::string &word);

@@ -77,6 +77,8 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     Source getSource() const { return mySource; }
+    /// Which files it was allowed to include; ANY for templates.
+    Includes getIncludes() const { return myIncludes; }
     /// The script's name, else its file's without the extension; never empty, without "/".
     const std::string &getTypeName() const { return myTypeName; }
     /// What people read of it; never empty.
@@ -117,6 +119,7 @@ private:
     void nameTables();
 
     Source mySource;
+    Includes myIncludes = Includes::ANY;
     std::string myTypeName;
     std::string myLabel;
     std::string myHelp;

@@ -34,9 +34,14 @@ class ZEL_Template;
 /// empty.
 NOD_API int NODcheckInterface(const ZEL_Template *templates, NOD_Report &report,
                               KIT_ErrorSeverity severity = KIT_ERROR_WARNING);
+/// The same, with file, line and column of what is at fault where the script says it.
+NOD_API int NODcheckInterface(const NOD_Interface &script, NOD_Report &report,
+                              KIT_ErrorSeverity severity = KIT_ERROR_WARNING);
 /// Menus whose script has no language, for applications without a command language: they are empty, and nothing
 /// else says why.
 NOD_API int NODcheckMenuScripts(const ZEL_Template *templates, NOD_Report &report,
+                                KIT_ErrorSeverity severity = KIT_ERROR_WARNING);
+NOD_API int NODcheckMenuScripts(const NOD_Interface &script, NOD_Report &report,
                                 KIT_ErrorSeverity severity = KIT_ERROR_WARNING);
 /// Warns of names of a script's parameters that can't be used everywhere, with their lines: one that the text
 /// form can't hold, one whose expression no channel can hold. In a block, those of the last item that it

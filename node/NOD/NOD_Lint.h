@@ -4,8 +4,7 @@
 /// Vocabulary: *rule* = what is judged, a row of NOD_LintRules.def with a code that stays the same;
 ///             *finding* = a place that a rule objects to; *fix* = an edit after which the rule is
 ///             content, there where only one edit can be meant.
-/// Units:      lines and columns from 1, columns in characters; edits in bytes of the file as it was
-///             read.
+/// Units:      those of KIT_MessageDetail.h; edits in bytes of the file as it was read.
 /// Ownership:  findings are copies.
 /// Threads:    one thread at a time, as reading scripts.
 /// Errors:     a script that can't be judged gives no findings and an error in the report. Included files
@@ -19,14 +18,12 @@
 
 #include <NOD/NOD_API.h>
 #include <NOD/NOD_Interface.h>
+#include <NOD/NOD_Report.h>
 
-#include <cstddef>
-#include <optional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
-
-class NOD_Report;
 
 /// How bad it is.
 enum class NOD_LintLevel
@@ -41,7 +38,8 @@ struct NOD_LintRule
     const char *code; ///< "Z101": stays the same, and isn't used again
     const char *name; ///< "duplicate-token"
     NOD_LintLevel level;
-    bool fixFlag;         ///< its findings usually come with a fix
+    bool fixFlag;        ///< its findings usually come with a fix
+    const char *changes; ///< what of a parameter a fix may change, in words with blanks; "" nothing
     const char *sentence; ///< what it objects to, and what comes of it
     const char *example;  ///< contents of a script's braces, with the code in a comment on the line
     const char *mended;   ///< the same as it should be
@@ -54,31 +52,23 @@ NOD_API const char *NODlintLevelWord(NOD_LintLevel level);
 /// False for any other word.
 NOD_API bool NODreadLintLevel(const std::string &word, NOD_LintLevel &level);
 
-/// `replacement` for the bytes [begin, end) of a file.
-struct NOD_LintEdit
-{
-    std::string file;
-    std::size_t begin = 0;
-    std::size_t end = 0;
-    std::string replacement;
-};
+/// The category of findings as messages. Their code is the number in the rule's: 101 of Z101.
+constexpr const char *theNODLintCategory = "LINT";
 
 struct NOD_API NOD_LintFinding
 {
     const NOD_LintRule *rule = nullptr;
-    std::string file;
-    int line = 0;
-    int column = 0;      ///< 0 where unknown
-    std::string parm;    ///< the token of the parameter, folder or block; "" for the script
-    std::string text;    ///< what is wrong, without the place
-    std::string nearest; ///< the word that may have been meant; "" for none
-    std::optional<NOD_LintEdit> fix;
+    /// What is wrong, as any reader tells it: an error, a warning, or a message for a hint. The subject is the token
+    /// of the parameter, folder or block, "" for the script. There always is a detail, with the place, the word
+    /// that may have been meant as the expected one, and the fix if there is one.
+    NOD_Message message;
 
-    /// `file:line:column: level: parm: text; did you mean nearest? [code name]`
+    /// `file:line:column: level: subject: text; did you mean word? [code name]`
     std::string asText() const;
+    bool hasFix() const;
 };
 
-/// Which rules judge, and which files may be read.
+/// Which rules judge.
 class NOD_API NOD_LintOptions
 {
 public:
@@ -89,9 +79,6 @@ public:
     bool only(std::string_view rules, std::string &unknown);
     void setLevel(NOD_LintLevel level) { myLevel = level; }
     NOD_LintLevel getLevel() const { return myLevel; }
-    /// Which files the script may include: as it was read.
-    void setIncludes(NOD_Interface::Includes includes) { myIncludes = includes; }
-    NOD_Interface::Includes getIncludes() const { return myIncludes; }
     /// Adds what a configuration file says: a line `disable: CODES`, `only: CODES` or `level: WORD` each,
     /// with `#` before comments. Lines that say nothing are errors, and the rest is added.
     void readFile(std::string_view text, const std::string &file, NOD_Report &report);
@@ -104,7 +91,6 @@ private:
     std::vector<const NOD_LintRule *> myOnly;
     bool myOnlyFlag = false;
     NOD_LintLevel myLevel = NOD_LintLevel::HINT;
-    NOD_Interface::Includes myIncludes = NOD_Interface::Includes::ANY;
 };
 
 /// What the rules object to, by file (the script first), line and column. The interface is one that
@@ -112,7 +98,33 @@ private:
 NOD_API std::vector<NOD_LintFinding> NODlint(const NOD_Interface &script,
                                              const NOD_LintOptions &options = {},
                                              NOD_Report *report = nullptr);
+
+/// What a script's readers and the rules say of it, each mistake once.
+struct NOD_Judgement
+{
+    bool judgedFlag = false; ///< false after an error in the rest
+    std::vector<NOD_LintFinding> findings;
+    NOD_Report rest; ///< what was said and no rule says, whether the rule is on or not
+};
+/// The findings, and what else was said when the script was read and checked.
+NOD_API NOD_Judgement NODjudge(const NOD_Interface &script, const NOD_LintOptions &options,
+                               const NOD_Report &said);
+
 /// A file's text after the fixes of the findings in it; those that overlap an earlier one are left
-/// for another round. `applied` returns how many were made.
+/// for another round. `applied` returns how many were made. What they do to the interface is not looked at.
 NOD_API std::string NODapplyLintFixes(const std::vector<NOD_LintFinding> &findings,
                                       const std::string &file, std::string_view text, int &applied);
+
+/// A script after its fixes.
+struct NOD_MendedScript
+{
+    std::shared_ptr<const NOD_Interface> script;
+    int fixed = 0;
+    std::vector<NOD_LintFinding> findings; ///< those that are left
+};
+/// Makes the fixes of the findings in the script's own file, judges it again, and goes on until none is left. A fix
+/// after which the script can't be read, or means something else than before in more than its rule says, is
+/// not made, with a warning. `name` is the file that the script is from. Nothing is written.
+NOD_API NOD_MendedScript NODmendScript(std::shared_ptr<const NOD_Interface> script,
+                                       const std::string &name, const NOD_LintOptions &options,
+                                       NOD_Report &report);

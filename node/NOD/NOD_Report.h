@@ -25,7 +25,7 @@ struct NOD_API NOD_Message
     int line = 0;
     std::string subject; ///< a node's path, a parameter's token, or both: "/obj/light/tx"
     std::string text;
-    std::string category; ///< of a message of the libraries below: "ZEL", "TRK" ...
+    std::string category; ///< "ZEL", "TRK" ... of the libraries below, "DS" of scripts, "NOD"
     int code = 0;         ///< its number in there
     std::shared_ptr<const KIT_MessageDetail> detail = {}; ///< where the mistake is; may be null
 
@@ -36,6 +36,7 @@ struct NOD_API NOD_Message
 class NOD_API NOD_Report
 {
 public:
+    /// A message without a code, and one of a script, gets that of its text in the catalogue.
     void add(NOD_Message message);
     /// `subject` may be empty.
     void error(const std::string &subject, const std::string &text);
@@ -58,8 +59,8 @@ private:
     int myErrors = 0;
 };
 
-/// Collects what the libraries below report on the calling thread while it lives, and moves it to the
-/// report at its end. What was reported before stays with the thread's own manager.
+/// Collects what the libraries below report on the calling thread while it lives, with details, and moves
+/// it to the report at its end. What was reported before stays with the thread's own manager.
 class NOD_API NOD_ReportScope
 {
 public:

@@ -11,7 +11,7 @@
 /// After a mistake reading goes on where the grammar is certain: with the next statement of the block, and
 /// with the block in which indentation and keywords put it where a brace is missing or too many. So
 /// mistakes that have nothing to do with each other are told each, and what follows from one isn't.
-/// Of a script of more than a million tokens or 16 MB only the reader's messages are
+/// Of a script of more than four million tokens or 64 MB only the reader's messages are
 /// told, with the places of the tokens where it noticed them.
 #pragma once
 
@@ -30,3 +30,7 @@ NODcheckScriptFile(const std::string &path, NOD_Report &report,
 NOD_API std::shared_ptr<const NOD_Interface>
 NODcheckScript(std::string_view text, const std::string &name, NOD_Report &report,
                NOD_Interface::Includes includes = NOD_Interface::Includes::ANY);
+/// What is wrong with what a script describes, though it can be read: its names, templates, menus and
+/// expressions, each once, as warnings with the script's file.
+NOD_API void NODcheckDescription(const NOD_Interface &script, const std::string &file,
+                                 NOD_Report &report);

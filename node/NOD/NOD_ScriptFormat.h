@@ -10,6 +10,7 @@
 
 #include <DS/DS_Formatter.h>
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_Interface.h>
 
 #include <string>
 #include <string_view>
@@ -20,4 +21,5 @@ class NOD_Report;
 /// name it, and what it includes is looked for beside it.
 NOD_API bool NODformatScript(std::string_view text, const std::string &name,
                              const DS_FormatOptions &options, std::string &result,
-                             NOD_Report &report);
+                             NOD_Report &report,
+                             NOD_Interface::Includes includes = NOD_Interface::Includes::ANY);

@@ -65,6 +65,8 @@ public:
     ///@}
 
 private:
+    template <class Run>
+    bool within(const std::string &text, const Run &run);
     bool fail(const std::string &fault);
     template <class Apply>
     bool forEach(const char *what, const std::string &address, const Apply &apply);

@@ -193,3 +193,27 @@ TEST(Json, MapsKeepKeysInOrderAndAreShared)
     map->clear();
     EXPECT_EQ(writtenJson(copy), "{}");
 }
+
+TEST(Json, AFaultHasItsPlace)
+{
+    const struct
+    {
+        std::string text;
+        std::int64_t offset;
+    } cases[] = {{"[1,x]", 3},
+                 {"[1,\nx]", 4},
+                 {"[1,2", 4},
+                 {"[1]x", 3},
+                 {"", 0},
+                 {"[1,2]", -1},
+                 {fromHex("820102"), -1},
+                 {fromHex("8201"), 2},
+                 {fromHex("8101ff"), 2}};
+    for (const auto &c : cases) {
+        KIT_IStream stream(c.text.data(), c.text.size(), KIT_IStream::TEXT);
+        KIT_AutoJSONParser parser(stream);
+        KIT_JSONValue value;
+        EXPECT_EQ(parser.parse(value), c.offset < 0) << c.text;
+        EXPECT_EQ(parser.getFaultOffset(), c.offset) << c.text;
+    }
+}

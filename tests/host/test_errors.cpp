@@ -1,7 +1,5 @@
 // Error managers, scopes, the message catalogue and the expression error numbers.
 
-#include "DocTables.h"
-
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Error.h>
@@ -310,23 +308,4 @@ TEST(Errors, EveryCodeHasOneSentence)
                  "The language of an expression is not available");
     EXPECT_STREQ(EVL::getErrorText(EVL::EVL_OK), "No error");
     EXPECT_STREQ(EVL::getErrorText(-1), EVL::getErrorText(1000));
-}
-
-TEST(Errors, ThePageOfMessagesHasEachOfThem)
-{
-    const std::map<std::string, const char *> words = {
-        {"NONE", "varies"}, {"WARNING", "warning"}, {"ABORT", "error"}, {"FATAL", "fatal"}};
-    std::string rows;
-#define KIT_MESSAGE(category, enumerator, number, severity, sentence)                              \
-    rows += std::string(category " " #number " | ") + words.at(#severity) + " | " sentence "\n";
-#include <KIT/KIT_Messages.def>
-
-    std::string page;
-    for (const std::vector<std::string> &cells : readDocTables("messages.md")) {
-        ASSERT_EQ(cells.size(), 4u) << cells[0];
-        if (cells[0] != "code" && cells[0] != "---") {
-            page += cells[0] + " | " + cells[1] + " | " + cells[2] + "\n";
-        }
-    }
-    EXPECT_EQ(page, rows);
 }

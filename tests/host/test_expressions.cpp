@@ -1,5 +1,6 @@
 // Expressions of language 0: values, errors, references, cycles, limits, and the expansion of texts.
 
+#include <BAS/BAS_Interrupt.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_EnvControl.h>
 #include <TRK/TRK_Collection.h>
@@ -348,6 +349,30 @@ TEST(Expressions, OfOneWorkShareATotalOfSteps)
     }
     KIT_EnvControl::setInt(KIT_ENV_MAX_WORK_STEPS, 0);
     EXPECT_EQ(runs(theThread), theMost);
+}
+
+TEST(Expressions, AnInterruptEndsThoseOfAWork)
+{
+    World world;
+    TRK_Collection &c = world.collection;
+    world.add(c, "sum", "1+2");
+    const auto evaluate = [&](int error) {
+        const double value = c.evaluate(c.getChannel("sum"), 0, false, theThread);
+        EXPECT_EQ(takeErrNo(), error);
+        return value;
+    };
+    BAS_Interrupt::request();
+    EXPECT_EQ(evaluate(EVL::EVL_OK), 3.0) << "nobody asked for it";
+    {
+        const TRK_EvalContext::Work work;
+        EXPECT_EQ(evaluate(EVL::EVL_DEPTH), 0.0);
+        BAS_Interrupt::clear();
+        EXPECT_EQ(evaluate(EVL::EVL_OK), 3.0);
+        onThreads(1, [](int) { BAS_Interrupt::request(); });
+        EXPECT_EQ(evaluate(EVL::EVL_DEPTH), 0.0);
+    }
+    EXPECT_TRUE(BAS_Interrupt::isRequested());
+    BAS_Interrupt::clear();
 }
 
 TEST(Expressions, TextsExpand)

@@ -182,6 +182,53 @@ TEST_P(Laws, StreamsAndTheirPatches)
     }
 }
 
+namespace
+{
+
+/// Declarations in folders, of names and labels that come again.
+std::string randomScript(std::mt19937 &random, int depth = 0)
+{
+    const auto below = [&](unsigned count) { return unsigned(random()) % count; };
+    const char *const theTypes[] = {"float", "integer", "string", "vector", "toggle"};
+    static int number = 0;
+    number = depth == 0 ? 0 : number;
+    std::string text;
+    for (unsigned i = 2 + below(5); i > 0; --i) {
+        const std::string name =
+            std::string(1, char('a' + below(20))) + std::to_string(++number / 3);
+        if (depth < 2 && below(4) == 0) {
+            text += "group { name \"g" + name + "\" label \"Folder " + std::to_string(below(3)) +
+                    "\" " + randomScript(random, depth + 1) + "}\n";
+        } else {
+            text += "parm { name \"" + name + std::to_string(number) + "\" label \"Label " +
+                    std::to_string(below(5)) + "\" type " + theTypes[below(5)] +
+                    (below(3) ? "" : " help \"Some help.\"") +
+                    (below(3) ? "" : " hidewhen \"{ x == 1 }\"") + " }\n";
+        }
+    }
+    return text;
+}
+
+} // namespace
+
+TEST_P(Laws, ScriptsAreStatesToo)
+{
+    std::mt19937 random(GetParam());
+    for (int round = 0; round < 10; ++round) {
+        const std::string a = "{ name n\n" + randomScript(random) + "}\n";
+        const std::string b = "{ name n\n" + randomScript(random) + "}\n";
+        const NOD_Document left = documentOf(a), same = documentOf(a), right = documentOf(b);
+        EXPECT_EQ(edits(NOD_Difference::between(left.getTop(), same.getTop(), exactly())), "");
+        const auto there = NOD_Difference::between(left.getTop(), right.getTop(), exactly());
+        const auto back = NOD_Difference::between(right.getTop(), left.getTop(), exactly());
+        EXPECT_EQ(setOf(there.inverse()), setOf(back)) << a << b;
+        NOD_Report report;
+        const auto made = there.apply(left.getTop(), report);
+        ASSERT_TRUE(made) << report.asText() << edits(there) << a << b;
+        EXPECT_TRUE(made->isSame(right.getTop())) << edits(there) << a << b;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Seeds, Laws, testing::Range(1u, 25u));
 
 // ---------------------------------------------------------------------- //

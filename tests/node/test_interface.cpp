@@ -5,6 +5,7 @@
 #include <NOD/NOD_InterfaceBuilder.h>
 #include <NOD/NOD_InterfaceCheck.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptRewrite.h>
 #include <NOD/NOD_ScriptText.h>
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_ConditionalSwitcher.h>
@@ -16,6 +17,7 @@
 #include <functional>
 #include <map>
 #include <random>
+#include <set>
 #include <sstream>
 
 namespace
@@ -731,4 +733,32 @@ TEST(NodeInterface, WhatScriptsCantSayIsTold)
     none.clear();
     EXPECT_EQ(NODscriptText(nullptr, "some", "", none), "{\n    name    \"some\"\n}\n");
     EXPECT_TRUE(none.isEmpty());
+}
+
+TEST(NodeInterface, AScriptWrittenAnewSaysWhatItLost)
+{
+    const std::string folder = std::string(ZEL_TESTS_DIR) + "/";
+    const NOD_RewriteOptions options{"test", "then"};
+    NOD_Report report;
+    const auto plain = NODrewriteScriptFile(folder + "tool/plain.ds", options, report);
+    ASSERT_TRUE(plain && report.isEmpty()) << report.asText();
+    EXPECT_EQ(plain->losses.asText(), "");
+    EXPECT_NE(plain->text.find("then"), std::string::npos);
+    const auto light = NODrewriteScriptFile(folder + "../examples/light.ds", options, report);
+    ASSERT_TRUE(light && report.isEmpty()) << report.asText();
+    std::set<std::string> subjects;
+    for (const NOD_Message &message : light->losses.getMessages()) {
+        EXPECT_EQ(message.severity, KIT_ERROR_ABORT);
+        EXPECT_EQ(message.file, folder + "../examples/light.ds");
+        EXPECT_TRUE(subjects.insert(message.subject + message.text).second) << "told twice";
+    }
+    EXPECT_GT(subjects.size(), 3u);
+    // What it wrote it writes again, without a loss, but for the source's name.
+    const auto again = NODrewriteScript(plain->text, "plain.ds", options, report);
+    ASSERT_TRUE(again && report.isEmpty()) << report.asText();
+    EXPECT_EQ(again->losses.asText(), "");
+    EXPECT_EQ(again->text.substr(again->text.find("*/")),
+              plain->text.substr(plain->text.find("*/")));
+    EXPECT_FALSE(NODrewriteScript("{ parm { } }", "broken", options, report));
+    EXPECT_TRUE(report.hasErrors());
 }

@@ -1,9 +1,12 @@
 // Judging scripts: each rule on its own example, what silences rules, edits, and the page that shows them.
 
+#include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_Nearest.h>
 #include <NOD/NOD_Interface.h>
+#include <NOD/NOD_InterfaceDifference.h>
 #include <NOD/NOD_Lint.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptCheck.h>
 #include <SNK/SNK_Python.h>
 #include <gtest/gtest.h>
 
@@ -11,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <set>
 #include <sstream>
 #include <unistd.h>
 
@@ -69,8 +73,8 @@ std::string places(const std::vector<NOD_LintFinding> &findings)
 {
     std::string all;
     for (const NOD_LintFinding &finding : findings) {
-        all += (all.empty() ? "" : ", ") + std::to_string(finding.line) + ":" +
-               std::to_string(finding.column) + " " + finding.rule->code;
+        all += (all.empty() ? "" : ", ") + std::to_string(finding.message.line) + ":" +
+               std::to_string(finding.message.detail->place.column) + " " + finding.rule->code;
     }
     return all;
 }
@@ -91,6 +95,31 @@ bool needsPython(const NOD_LintRule &rule)
     return std::string(rule.name).find("python") != std::string::npos;
 }
 
+/// Makes edits until there is none, and returns the text.
+std::string mendAll(const std::string &text, const std::string &file = "example")
+{
+    NOD_Report report;
+    const auto script = NOD_Interface::fromText(text, file, report);
+    if (!script) {
+        ADD_FAILURE() << report.asText() << text;
+        return text;
+    }
+    NOD_Report told;
+    const NOD_MendedScript mended = NODmendScript(script, file, {}, told);
+    EXPECT_EQ(told.asText(), "") << text;
+    return mended.script->getText();
+}
+
+/// With the line ends of another system.
+std::string withReturns(const std::string &text)
+{
+    std::string out;
+    for (const char c : text) {
+        out += c == '\n' ? "\r\n" : std::string(1, c);
+    }
+    return out;
+}
+
 // ---------------------------------------------------------------------- //
 // The table
 // ---------------------------------------------------------------------- //
@@ -108,10 +137,13 @@ TEST(Lint, EachRuleFindsItsExampleAndNothingElse)
         const std::vector<NOD_LintFinding> findings = lintText(text, file);
         ASSERT_EQ(findings.size(), 1u) << asText(findings);
         EXPECT_STREQ(findings[0].rule->code, rule.code);
-        EXPECT_EQ(findings[0].line, lineOf(text, rule.code)) << asText(findings);
-        EXPECT_GT(findings[0].column, 0);
-        EXPECT_EQ(findings[0].file, file);
-        EXPECT_EQ(bool(findings[0].fix), rule.fixFlag);
+        const NOD_Message &message = findings[0].message;
+        ASSERT_TRUE(message.detail);
+        EXPECT_EQ(message.line, lineOf(text, rule.code)) << asText(findings);
+        EXPECT_GT(message.detail->place.column, 0);
+        EXPECT_EQ(message.file, file);
+        EXPECT_EQ("Z" + std::to_string(message.code), rule.code);
+        EXPECT_EQ(findings[0].hasFix(), rule.fixFlag);
 
         const std::string mended = whole(rule.mended);
         EXPECT_EQ(asText(lintText(mended, file)), "");
@@ -119,6 +151,8 @@ TEST(Lint, EachRuleFindsItsExampleAndNothingElse)
             int applied = 0;
             EXPECT_EQ(NODapplyLintFixes(findings, file, text, applied), mended);
             EXPECT_EQ(applied, 1);
+            EXPECT_EQ(mendAll(text, file), mended);
+            EXPECT_EQ(mendAll(withReturns(text), file), withReturns(mended));
         }
     }
 }
@@ -233,6 +267,11 @@ TEST(Lint, Values)
              Case{"parm { name a label A type float default { \"ch(\\\"b\\\") + (1\" } }\n",
                   "3:59 Z302"},
              Case{"parm { name a label A type float default { \"$F * 2\" } }\n", ""},
+             // Escapes are longer than what they mean, and some mean themselves.
+             Case{"parm { name a label A type float default { \"\\061 + \\061 +\" } }\n",
+                  "3:58 Z302"},
+             Case{"parm { name a label A type string default { \"\\q\\101`1 +`\" } }\n",
+                  "3:56 Z302"},
              Case{"parm { name a label A type string default { \"f`1 +`.pic\" } }\n", "3:51 Z302"},
              Case{"parm { name a label A type string default { \"it`s\" } }\n", ""},
              Case{"parm { name a label A type toggle default { on } }\n", ""},
@@ -335,21 +374,20 @@ TEST(Lint, PlacesInMacrosIncludesAndWideCharacters)
     const auto script = NOD_Interface::fromFile(file, report);
     ASSERT_TRUE(script);
     const std::vector<NOD_LintFinding> findings = NODlint(*script);
-    EXPECT_EQ(places(findings), "3:30 Z201, 4:13 Z107, 6:13 Z202, 2:15 Z107");
+    EXPECT_EQ(places(findings), "3:31 Z201, 4:13 Z107, 6:13 Z202, 2:15 Z107");
     ASSERT_EQ(findings.size(), 4u);
-    EXPECT_EQ(fs::path(findings[3].file).filename(), "part.dsh");
-    EXPECT_EQ(findings[0].nearest, "toggle");
-    EXPECT_EQ(findings[0].parm, "q");
+    EXPECT_EQ(fs::path(findings[3].message.file).filename(), "part.dsh");
+    EXPECT_EQ(findings[0].message.detail->expected, std::vector<std::string>{"toggle"});
+    EXPECT_EQ(findings[0].message.subject, "q");
+    EXPECT_EQ(findings[3].message.detail->includedFrom.at(0).line, 2);
+    EXPECT_EQ(findings[0].message.detail->place.character, 30);
     // The byte order mark is no column.
     EXPECT_EQ(places(lintText("\xef\xbb\xbf{ name a label A } }")), "1:18 Z501");
 
     // A file that was read without its includes is judged without them.
-    NOD_LintOptions alone;
-    alone.setIncludes(NOD_Interface::Includes::NONE);
-    const auto none =
-        NOD_Interface::fromText("{ name m label M parm { name a label A } }", file, report);
-    ASSERT_TRUE(none);
-    EXPECT_EQ(places(NODlint(*none, alone)), "");
+    const auto none = NOD_Interface::fromText("{ name m label M\n#include \"part.dsh\"\n}", file,
+                                              report, NOD_Interface::Includes::NONE);
+    EXPECT_FALSE(none);
 }
 
 TEST(Lint, IncludesThatAreUsed)
@@ -416,21 +454,6 @@ TEST(Lint, OptionsChooseRules)
 // Edits
 // ---------------------------------------------------------------------- //
 
-/// Makes edits until there is none, and returns the text.
-std::string mendAll(std::string text)
-{
-    constexpr int theMostRounds = 50;
-    for (int round = 0; round < theMostRounds; ++round) {
-        int applied = 0;
-        text = NODapplyLintFixes(lintText(text), "example", text, applied);
-        if (applied == 0) {
-            return text;
-        }
-    }
-    ADD_FAILURE() << "edits never end:\n" << text;
-    return text;
-}
-
 TEST(Lint, EditsMeet)
 {
     // Looks and defaults change places with the type one after the other.
@@ -488,7 +511,7 @@ TEST(Lint, EditsKeepScriptsReadable)
         const std::string mended = mendAll(text);
         edited += mended != text;
         for (const NOD_LintFinding &finding : lintText(mended)) {
-            EXPECT_FALSE(finding.fix) << finding.asText() << "\n" << mended;
+            EXPECT_FALSE(finding.hasFix()) << finding.asText() << "\n" << mended;
         }
     }
     EXPECT_GT(edited, 100);
@@ -553,13 +576,11 @@ TEST(Lint, EveryReadableScriptIsFollowed)
                 continue;
             }
             ++read;
-            NOD_LintOptions options;
-            options.setIncludes(NOD_Interface::Includes::NONE);
             NOD_Report judging;
-            const std::vector<NOD_LintFinding> findings = NODlint(*script, options, &judging);
+            const std::vector<NOD_LintFinding> findings = NODlint(*script, {}, &judging);
             EXPECT_TRUE(judging.isEmpty()) << text;
             for (const NOD_LintFinding &finding : findings) {
-                EXPECT_GT(finding.line, 0) << finding.asText() << "\n" << text;
+                EXPECT_GT(finding.message.line, 0) << finding.asText() << "\n" << text;
             }
             found += int(findings.size());
             int applied = 0;
@@ -582,16 +603,100 @@ TEST(Lint, WhatIsNoScriptIsntJudged)
     EXPECT_EQ(report.getErrorCount(), 1);
 }
 
+// A fix changes the interface where its rule says so.
+TEST(Lint, FixesKeepTheRest)
+{
+    // Without its line, and not with a comment.
+    EXPECT_EQ(mendAll(whole(
+                  "parm { name v type float\n    label a\n\n    label b // why\n    label c\n}\n")),
+              whole("parm { name v type float\n\n    // why\n    label c\n}\n"));
+    const std::string comment = whole("parm { name v type float\n    default { 1 // why\n }\n"
+                                      "    default { 2 } label c\n}\n");
+    EXPECT_EQ(mendAll(comment), comment);
+    // Every script before and after, but for the fields of the rules.
+    std::mt19937 random(5);
+    const std::vector<std::string> parts = {
+        "default { 1 2 3 4 }", "type ordinal", "type vector", "type float", "menu { x X y Y }",
+        "menumini { z Z }",    "size 2",       "nolabel",     "joinnext",   "logarithmic",
+        "range { 0! 1 }",      "label b",      "help h",      "invisible",  "callback c",
+        "type string",         "unquoted",     "option o"};
+    for (int i = 0; i < 300; ++i) {
+        std::string body;
+        for (int k = 0; k < 5; ++k) {
+            body += parts[random() % parts.size()] + (random() % 2 ? " " : "\n");
+        }
+        const std::string text = whole("parm { name a label A " + body + "}\n");
+        NOD_Report report;
+        const auto script = NOD_Interface::fromText(text, "example", report);
+        ASSERT_TRUE(script) << text;
+        NOD_Report told;
+        const NOD_MendedScript mended = NODmendScript(script, "example", {}, told);
+        NOD_Report differences;
+        NODcompareInterfaces(script->getTemplates(), mended.script->getTemplates(), differences);
+        for (const NOD_Message &one : differences.getMessages()) {
+            const std::string field = one.text.substr(0, one.text.find(' '));
+            static const std::set<std::string> theFields = {"menu",     "default", "type", "range",
+                                                            "extended", "kind",    "tag"};
+            EXPECT_TRUE(theFields.count(field) != 0) << one.text << "\n"
+                                                     << text << mended.script->getText();
+        }
+        for (const NOD_LintFinding &left : mended.findings) {
+            EXPECT_TRUE(!left.hasFix() || !told.isEmpty()) << left.asText() << text;
+        }
+    }
+}
+
+// Each mistake once, whoever finds it.
+TEST(Lint, JudgingTellsOnce)
+{
+    for (const NOD_LintRule &rule : NODlintRules()) {
+        const std::string text = whole(rule.example);
+        NOD_Report said;
+        const auto script = NODcheckScript(text, "example", said);
+        if (!script) {
+            continue; // an include that is no file here
+        }
+        NODcheckDescription(*script, "example", said);
+        const NOD_Judgement judged = NODjudge(*script, {}, said);
+        EXPECT_EQ(judged.rest.asText(), "") << rule.code;
+        EXPECT_TRUE(judged.judgedFlag);
+        NOD_LintOptions options;
+        std::string unknown;
+        options.disable(rule.code, unknown);
+        EXPECT_EQ(NODjudge(*script, options, said).rest.asText(), "") << rule.code;
+    }
+    // Another warning of the same line stays, and so does an error.
+    NOD_Report said;
+    const auto script = NODcheckScript("{ name a parm { name b label B type flaot } }", "s", said);
+    ASSERT_TRUE(script) << said.asText();
+    EXPECT_EQ(said.getMessages().size(), 1u);
+    said.add({KIT_ERROR_WARNING, "s", 1, "b", "something else", "", 0});
+    said.add({KIT_ERROR_ABORT, "s", 1, "b", "Unknown parameter type", "", 0});
+    const NOD_Judgement judged = NODjudge(*script, {}, said);
+    EXPECT_EQ(judged.rest.asText(),
+              "s(1): b: warning: something else\ns(1): b: Unknown parameter type\n");
+    EXPECT_FALSE(judged.judgedFlag);
+    EXPECT_EQ(places(judged.findings), "1:37 Z201");
+}
+
 TEST(Lint, EditsThatOverlapWait)
 {
-    NOD_LintFinding first;
-    first.fix = NOD_LintEdit{"f", 2, 4, "X"};
-    NOD_LintFinding second;
-    second.fix = NOD_LintEdit{"f", 3, 5, "Y"};
-    NOD_LintFinding other;
-    other.fix = NOD_LintEdit{"g", 0, 1, "Z"};
-    NOD_LintFinding outside;
-    outside.fix = NOD_LintEdit{"f", 5, 99, "Z"};
+    const auto finding = [](const char *file, std::int64_t begin, std::int64_t end,
+                            const char *text) {
+        auto detail = std::make_shared<KIT_MessageDetail>();
+        KIT_MessagePlace place;
+        place.file = file;
+        place.offset = begin;
+        place.endOffset = end;
+        detail->fixes.push_back({"", {{place, text}}});
+        NOD_LintFinding one;
+        one.message.detail = detail;
+        return one;
+    };
+    const NOD_LintFinding first = finding("f", 2, 4, "X");
+    const NOD_LintFinding second = finding("f", 3, 5, "Y");
+    const NOD_LintFinding other = finding("g", 0, 1, "Z");
+    const NOD_LintFinding outside = finding("f", 5, 99, "Z");
     int applied = 0;
     EXPECT_EQ(NODapplyLintFixes({second, other, first, outside}, "f", "012345", applied), "01X45");
     EXPECT_EQ(applied, 1);

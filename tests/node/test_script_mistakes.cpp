@@ -67,7 +67,7 @@ TEST(ScriptMistakes, ThePlaceIsWhereTheMistakeIs)
         {"{\n  name x\n  parm {\n    type float\n  }\n}\n", "3:3-7 (5) parameter without a name\n"},
         // a brace too many
         {"{\n  name x\n  parm {\n    name a } }\n    type float\n  }\n  parm { name b }\n}\n",
-         "4:12-13 (5) warning: What stands behind the closing brace of the script isn't read\n"},
+         "4:12-15 (5) warning: What stands behind the closing brace of the script isn't read\n"},
     };
     for (const auto &[text, told] : cases) {
         EXPECT_EQ(read(text), told) << text;

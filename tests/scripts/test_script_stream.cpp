@@ -294,3 +294,25 @@ TEST(ScriptStream, MessagesHaveDetailsWhereTheyAreWanted)
         theSeen.reset();
     }
 }
+
+/// A sink of all streams is told which one reports, and whether they keep places is a setting of the process.
+TEST(ScriptStream, TheSinkOfAllStreamsCanAskForTheDetail)
+{
+    static std::shared_ptr<const KIT_MessageDetail> theSeen;
+    DS_Stream::setMessageSink(
+        [](void *, KIT_ErrorSeverity, const char *, int, const char *) {
+            theSeen = DS_Stream::getReporting()->makeDetail();
+        },
+        nullptr);
+    for (const bool wantedFlag : {true, false}) {
+        DS_Stream::setAllDetails(wantedFlag);
+        Script script("{\n  name x }", "s");
+        KIT_String token;
+        script.stream.getToken(token);
+        script.stream.error("no such word");
+        EXPECT_EQ(theSeen != nullptr && theSeen->place.line == 1, wantedFlag);
+        EXPECT_EQ(DS_Stream::getReporting(), nullptr);
+    }
+    DS_Stream::setMessageSink(nullptr, nullptr);
+    theSeen.reset();
+}

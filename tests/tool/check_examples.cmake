@@ -1,5 +1,6 @@
 # Runs the example that the help of each command of ZEL shows, in a copy of examples/ and in the order of the
-# help: each ends with 0, but for `diff` and `rewrite`, whose examples show a difference and a loss.
+# help: each ends with 0, but for `diff` and `rewrite`, whose examples show a difference and a loss, and `lsp`,
+# whose client has gone.
 #
 #   cmake -DZEL=... -DFOLDER=... -DOUT=FOLDER -P check_examples.cmake
 cmake_minimum_required(VERSION 3.25)
@@ -12,6 +13,7 @@ cmake_path(GET ZEL PARENT_PATH program)
 set(ENV{PATH} "${program}:$ENV{PATH}")
 set(code_diff 1)
 set(code_rewrite 1)
+set(code_lsp 1)
 
 # run_examples(WORD...): of the command of these words, or of all that begin with them.
 function(run_examples)

@@ -26,7 +26,7 @@ ZEL, EXAMPLES, OUT = (os.path.abspath(path) for path in sys.argv[1:4])
 WORDS = {
     "FILE": "<light.ds", "IN": "<light.parms", "A": "<light.parms", "B": "<light.parms", "OLD": "<light.ds",
     "NEW": "<light.ds", "OUT": ">out", "TABLE": "Node", "OPNAME": "light", "NAME": "Night", "NEWNAME": "Dusk",
-    "ADDRESS": None, "LINE": None, "SHELL": "bash",
+    "ADDRESS": None, "LINE": None, "SHELL": "bash", "CODE": "DS24",
     "scene FILE": "<studio.scene", "command FILE": "<commands/image.cmd", "ramp FILE": "<shader.ds",
     "ramp TOKEN": "palette", "convert OUT": None, "diff B": "<light_night.parms", "preset save NAME": "Noon",
     "PATCH": "<night.json", "THEIRS": "<light_night.parms",
@@ -37,7 +37,7 @@ NEEDED = {"convert": ["--to", "text", "--out", ">out"], "rewrite": ["--allow-los
           "ramp": ["--svg", ">out"], "patch": ["--out", ">out"], "set": ["--out", ">out"],
           "merge": ["--out", ">out"]}
 FLAGS = {"--binary", "--check", "--compact", "--allow-loss", "--diff", "--dry-run", "--fix", "--force", "--json",
-         "--keep-going", "--list", "--no-scripts", "--numbers", "--sort", "--stop", "--strict", "--times",
+         "--keep-going", "--list", "--no-scripts", "--numbers", "--page", "--sort", "--stop", "--strict", "--times",
          "--help", "--stamp", "--exact", "--patch", "--stat", "--reverse",
          "--interactive", "--no-notes", "--ours", "--theirs", "--base", "--path"}
 READS = {"--channels", "--map", "--script", "--values"}

@@ -1,28 +1,30 @@
 """A session of `zel shell` on a terminal: completion, history, Ctrl-C, Ctrl-D.
 
-    check_terminal.py ZEL SCRIPT FOLDER
+    check_terminal.py ZEL SCRIPT SCENE FOLDER
 """
 
 import os
 import pty
 import select
 import shutil
+import signal
 import stat
+import subprocess
 import sys
 import termios
 import time
 
-zel, script, folder = sys.argv[1:]
+zel, script, scene, folder = sys.argv[1:]
 PROMPT = "zel> "
 
 
 class Terminal:
-    def __init__(self):
+    def __init__(self, file=script):
         self.seen = ""
         self.child, self.fd = pty.fork()
         if self.child == 0:
             os.environ.update(XDG_STATE_HOME=folder, TERM="xterm", LC_ALL="C.UTF-8")
-            os.execv(zel, [zel, "shell", script])
+            os.execv(zel, [zel, "shell", file])
         self.expect(PROMPT)
 
     def expect(self, text):
@@ -44,6 +46,18 @@ class Terminal:
         while termios.tcgetattr(self.fd)[3] & termios.ICANON:  # keys that come before are a plain line
             time.sleep(0.01)
         os.write(self.fd, text.encode())
+
+    def interrupt(self, line):
+        """Ctrl-C while the line's command runs, which must never end by itself."""
+        self.send(line + "\n")
+        end = time.monotonic() + 60
+        while not termios.tcgetattr(self.fd)[3] & termios.ICANON:  # the line is still being read
+            if time.monotonic() > end:
+                sys.exit(f"{line!r} doesn't run")
+            time.sleep(0.01)
+        os.write(self.fd, b"\x03")
+        self.expect("! interrupted")
+        self.expect(PROMPT)
 
     def end(self):
         self.send("\x04")
@@ -98,3 +112,60 @@ second.expect("! there is no command nonsense")
 second.expect(PROMPT)
 if second.end() != 1:
     sys.exit("a session with a failure ends with 1")
+
+# Ctrl-C stops what runs; the session and what it has stay, and what was cut short writes nothing.
+third = Terminal()
+third.send("expr coneangle '6 * 7' python\n")
+third.expect(PROMPT)
+third.send("eval coneangle\n")
+if "42\r\n" not in third.expect(PROMPT):
+    third.end()
+else:
+    endless = "all(True for x in iter(int, 1))"
+    third.send("set light_intensity 7\n")
+    third.expect(PROMPT)
+    third.interrupt(f'expr coneangle "{endless}" python')  # what reads it is told
+    third.interrupt("eval coneangle")
+    third.interrupt("list")
+    third.send("eval light_intensity\n")
+    third.expect("7\r\n")
+    third.expect(PROMPT)
+    third.send("undo\n")
+    third.expect(PROMPT)
+    third.send("eval coneangle\n")
+    third.expect("42\r\n")
+    third.expect(PROMPT)
+    third.send(f"save text {folder}/saved.parms\n")
+    third.expect(PROMPT)
+    if third.end() != 1:
+        sys.exit("an interrupted command has failed")
+    if not os.path.exists(f"{folder}/saved.parms"):
+        sys.exit("a session that goes on after Ctrl-C doesn't save")
+
+    # Lines that don't come from a terminal end with the signal.
+    with subprocess.Popen([zel, "shell", script], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as process:
+        process.stdin.write(f"eval coneangle\nexpr coneangle '{endless}' python\neval coneangle\n".encode())
+        process.stdin.flush()
+        process.stdout.readline()
+        process.send_signal(signal.SIGINT)
+        if process.wait(60) != -signal.SIGINT:
+            sys.exit(f"a script that is interrupted ends with {process.returncode}")
+
+# Nodes and their parameters in a scene.
+fourth = Terminal(scene)
+for typed, answer in (
+    ("eval /r\tk\tconea\t\n", "45\r\n"),
+    ("list /rig/fill/light_t\t\n", "/rig/fill/light_type point"),
+    (f"save text {folder}/key.parms /r\t/k\t\n", "key"),
+):
+    fourth.send(typed)
+    fourth.expect(answer)
+    fourth.expect(PROMPT)
+fourth.send("eval /rig/\t\t")
+fourth.expect("/rig/fill/")
+fourth.expect("/rig/key/")
+fourth.send("\x15\n")
+fourth.expect(PROMPT)
+fourth.end()
+if "coneangle" not in open(os.path.join(folder, "key.parms"), encoding="utf-8").read():
+    sys.exit("a node whose path was completed isn't saved")

@@ -11,6 +11,7 @@
 #include <SNK/SNK_Python.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <iostream>
 #include <set>
@@ -97,13 +98,40 @@ void addDetail(ZELT_Json &json, const KIT_MessageDetail &detail)
     }
 }
 
-/// `file:line:column`, as much of it as is known.
+ZELT_Json asJson(const std::string &severity, const std::string &category, int code,
+                 const std::string &file, int line, const std::string &text,
+                 const KIT_MessageDetail *detail)
+{
+    ZELT_Json json;
+    json["severity"] = severity;
+    json["category"] = category;
+    json["code"] = code;
+    json["file"] = file.empty() ? ZELT_Json() : ZELT_Json(file);
+    json["line"] = line > 0 ? ZELT_Json(line) : ZELT_Json();
+    json["text"] = text;
+    const KIT_MessageDetail none;
+    addDetail(json, detail ? *detail : none);
+    if (json["place"]["file"].is_null()) {
+        json["place"]["file"] = json["file"];
+    }
+    if (json["place"]["line"].is_null() && json["place"]["offset"].is_null()) {
+        json["place"]["line"] = json["line"];
+    }
+    return json;
+}
+
+/// `file:line:column`, as much of it as is known; of a binary `file: byte offset`.
 std::string asPosition(const KIT_MessagePlace &place)
 {
-    std::string out = place.file.empty() ? "zel" : place.file;
+    if (place.file.empty()) {
+        return "zel"; // of a word of the command line
+    }
+    std::string out = place.file;
     if (place.line > 0) {
         out += ":" + std::to_string(place.line);
         out += place.column > 0 ? ":" + std::to_string(place.column) : "";
+    } else if (place.offset >= 0) {
+        out += ": byte " + std::to_string(place.offset);
     }
     return out;
 }
@@ -143,6 +171,21 @@ std::string asSource(const KIT_MessagePlace &place)
            asBlanks(ZELTprintable(place.source.substr(from, begin - from))) + "^" + tildes + "\n";
 }
 
+/// Whether a text has a name as a word of its own.
+bool names(const std::string &text, const std::string &name)
+{
+    const auto isPart = [&](std::size_t at) {
+        const auto c = static_cast<unsigned char>(at < text.size() ? text[at] : ' ');
+        return std::isalnum(c) != 0 || c == '_';
+    };
+    for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + 1)) {
+        if ((at == 0 || !isPart(at - 1)) && !isPart(at + name.size())) {
+            return true;
+        }
+    }
+    return false;
+}
+
 /// As compilers print it.
 std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
                    const std::string &text, const std::string &code,
@@ -159,6 +202,9 @@ std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
     if (!detail) {
         return out;
     }
+    if (!detail->subject.empty() && !names(text, detail->subject)) {
+        out += "  note: in '" + ZELTprintable(detail->subject) + "'\n";
+    }
     if (!detail->hint.empty()) {
         out += "  note: " + ZELTprintable(detail->hint) + "\n";
     }
@@ -171,9 +217,17 @@ std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
 
 } // namespace
 
+ZELT_Json ZELTmessageJson(const NOD_Message &message)
+{
+    return asJson(severityWord(message.severity), message.category, message.code, message.file,
+                  message.line, message.text, message.detail.get());
+}
+
 ZELT_Messages::ZELT_Messages()
 {
     setForm("auto");
+    KITgetErrorManager().setFlags(KIT_ErrorManager::theDetailsFlag);
+    DS_Stream::setAllDetails(true);
     DS_Stream::setMessageSink(takeScriptMessage, this);
     SNKsetTracebackHandler(takeTraceback, this);
 }
@@ -182,6 +236,7 @@ ZELT_Messages::~ZELT_Messages()
 {
     SNKsetTracebackHandler(nullptr, nullptr);
     DS_Stream::setMessageSink(nullptr, nullptr);
+    DS_Stream::setAllDetails(false);
 }
 
 void ZELT_Messages::setForm(const std::string &form)
@@ -192,8 +247,10 @@ void ZELT_Messages::setForm(const std::string &form)
 void ZELT_Messages::takeScriptMessage(void *data, KIT_ErrorSeverity severity, const char *file,
                                       int line, const char *text)
 {
+    const DS_Stream *const stream = DS_Stream::getReporting();
+    const std::shared_ptr<const KIT_MessageDetail> detail = stream ? stream->makeDetail() : nullptr;
     static_cast<ZELT_Messages *>(data)->add(severity, theKITCommonCategory, KIT_COMMON_BAD_SCRIPT,
-                                            file ? file : "", line, text);
+                                            file ? file : "", line, text, detail.get());
 }
 
 void ZELT_Messages::takeTraceback(void *data, const char *header, const char *detail)
@@ -213,7 +270,7 @@ void ZELT_Messages::error(const std::string &file, const std::string &text)
     add(KIT_ERROR_ABORT, theToolCategory, 0, file, 0, text);
 }
 
-void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category, int code,
+void ZELT_Messages::add(KIT_ErrorSeverity severity, std::string category, int code,
                         const std::string &file, int line, const std::string &text,
                         const KIT_MessageDetail *detail)
 {
@@ -226,6 +283,12 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
     while (!rest.empty() && rest.back() == '\n') {
         rest.pop_back();
     }
+    if (category == theKITCommonCategory && code == KIT_COMMON_BAD_SCRIPT) {
+        if (const KIT_MessageEntry *const own = KITfindTextMessage(rest)) {
+            category = own->category;
+            code = own->code;
+        }
+    }
     const std::lock_guard<std::mutex> lock(myLock);
     myErrors += severity >= KIT_ERROR_ABORT;
     const std::string word = severityWord(severity);
@@ -233,9 +296,12 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
         KIT_MessagePlace told;
         told.file = place;
         told.line = number;
-        const bool knownFlag = detail && detail->place.line > 0;
+        if (detail && detail->place.isKnown()) {
+            told = detail->place;
+            told.file = told.file.empty() ? place : told.file;
+        }
         std::cerr << asFull(
-            word, knownFlag ? detail->place : told, rest,
+            word, told, rest,
             category == theToolCategory ? "" : category + " " + std::to_string(code), detail);
         return;
     }
@@ -243,17 +309,7 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, const std::string &category,
         std::cerr << ZELTprintable(asText(word, place, number, rest)) << '\n';
         return;
     }
-    ZELT_Json json;
-    json["severity"] = word;
-    json["category"] = category;
-    json["code"] = code;
-    json["file"] = place.empty() ? ZELT_Json() : ZELT_Json(place);
-    json["line"] = number > 0 ? ZELT_Json(number) : ZELT_Json();
-    json["text"] = rest;
-    if (detail) {
-        addDetail(json, *detail);
-    }
-    std::cerr << ZELTjsonText(json) << '\n';
+    std::cerr << ZELTjsonText(asJson(word, category, code, place, number, rest, detail)) << '\n';
 }
 
 void ZELT_Messages::add(const NOD_Report &report)
@@ -263,7 +319,11 @@ void ZELT_Messages::add(const NOD_Report &report)
     for (const NOD_Message &message : report.getMessages()) {
         const std::string text =
             (message.subject.empty() ? "" : message.subject + ": ") + message.text;
-        if (reported.insert(message.asText()).second) {
+        // On one line plain text can't tell two places.
+        const bool placedFlag = (myJsonFlag || myFullFlag) && message.detail;
+        const std::string place =
+            placedFlag ? "@" + std::to_string(message.detail->place.offset) : "";
+        if (reported.insert(message.asText() + place).second) {
             add(message.severity, message.category.empty() ? theToolCategory : message.category,
                 message.code, message.file, message.line, text, message.detail.get());
         }

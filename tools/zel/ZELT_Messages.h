@@ -9,9 +9,11 @@
 /// Plain: `file(line): text`, with `warning: ` in front of the text if it is no error. Full: as compilers
 /// print them, `file:line:column: error: text [category code]` at the place of the mistake, with the
 /// line of the file, a caret under the mistake, and notes. JSON: one line
-/// `{"severity", "category", "code", "file", "line", "text"}` each, null where unknown, and with a detail
-/// also "place", "subject", "hint", "found", "expected", "related", "includedFrom" and "fixes".
+/// `{"severity", "category", "code", "file", "line", "text", "place", "subject", "hint", "found",
+/// "expected", "related", "includedFrom", "fixes"}` each, null or empty where unknown.
 #pragma once
+
+#include "ZELT_Json.h"
 
 #include <KIT/KIT_ErrorManager.h>
 
@@ -21,6 +23,10 @@
 
 class NOD_Report;
 struct KIT_MessageDetail;
+struct NOD_Message;
+
+/// A message as it is printed with --json.
+ZELT_Json ZELTmessageJson(const NOD_Message &message);
 
 class ZELT_Messages
 {
@@ -40,10 +46,9 @@ public:
     /// An error of the tool's own. An empty file is none.
     void error(const std::string &file, const std::string &text);
     /// A message with all its parts; a place at the start of the text (`file(line): text`) counts when
-    /// no file is given.
-    void add(KIT_ErrorSeverity severity, const std::string &category, int code,
-             const std::string &file, int line, const std::string &text,
-             const KIT_MessageDetail *detail = nullptr);
+    /// no file is given. A script's message gets the code of its text.
+    void add(KIT_ErrorSeverity severity, std::string category, int code, const std::string &file,
+             int line, const std::string &text, const KIT_MessageDetail *detail = nullptr);
     void add(const NOD_Report &report);
     /// Moves what the calling thread's error manager holds here. `file` is put before messages
     /// that have no place of their own and don't name it.

@@ -2,9 +2,7 @@
 
 #include "ZELT_Messages.h"
 
-#include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Report.h>
-#include <NOD/NOD_ScriptCheck.h>
 
 #include <iostream>
 #include <iterator>
@@ -38,35 +36,9 @@ ZELT_ScriptPtr ZELTloadScript(const std::string &file, NOD_Report &report)
     return NOD_Interface::fromFile(file, report);
 }
 
-ZELT_ScriptPtr ZELTcheckScript(const std::string &file, ZELT_Messages &messages)
-{
-    return reported(messages, [&](NOD_Report &report) { return NODcheckScriptFile(file, report); });
-}
-
-ZELT_ScriptPtr ZELTcheckScriptText(const std::string &text, const std::string &name,
-                                   ZELT_Messages &messages)
-{
-    return reported(messages,
-                    [&](NOD_Report &report) { return NODcheckScript(text, name, report); });
-}
-
 ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &name,
                                   ZELT_Messages &messages)
 {
     return reported(
         messages, [&](NOD_Report &report) { return NOD_Interface::fromText(text, name, report); });
-}
-
-bool ZELTparseScript(const std::string &file, ZEL_ScriptPage &page, ZELT_Messages &messages)
-{
-    return reported(
-        messages, [&](NOD_Report &report) { return NOD_Interface::parseFile(file, page, report); });
-}
-
-bool ZELTparseScriptText(const std::string &text, const std::string &name, ZEL_ScriptPage &page,
-                         ZELT_Messages &messages)
-{
-    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
-    return reported(
-        messages, [&](NOD_Report &report) { return NOD_Interface::parse(is, name, page, report); });
 }

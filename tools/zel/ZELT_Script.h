@@ -13,7 +13,6 @@
 
 class NOD_Report;
 class ZELT_Messages;
-class ZEL_ScriptPage;
 
 using ZELT_ScriptPtr = std::shared_ptr<const NOD_Interface>;
 
@@ -21,14 +20,6 @@ using ZELT_ScriptPtr = std::shared_ptr<const NOD_Interface>;
 ZELT_ScriptPtr ZELTloadScript(const std::string &file, ZELT_Messages &messages);
 /// The same, with what is said in a report of the caller's.
 ZELT_ScriptPtr ZELTloadScript(const std::string &file, NOD_Report &report);
-/// Of a file or a text, with all mistakes that the script has.
-ZELT_ScriptPtr ZELTcheckScript(const std::string &file, ZELT_Messages &messages);
-ZELT_ScriptPtr ZELTcheckScriptText(const std::string &text, const std::string &name,
-                                   ZELT_Messages &messages);
 /// As ZELTloadScript for a text: a script, or the contents of a script's braces.
 ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &name,
                                   ZELT_Messages &messages);
-/// Reads a script into a page of the caller's.
-bool ZELTparseScript(const std::string &file, ZEL_ScriptPage &page, ZELT_Messages &messages);
-bool ZELTparseScriptText(const std::string &text, const std::string &name, ZEL_ScriptPage &page,
-                         ZELT_Messages &messages);

@@ -12,6 +12,7 @@
 #include <NOD/NOD_NodeFile.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_SceneFile.h>
+#include <NOD/NOD_ScriptCheck.h>
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/NOD_TimeText.h>
 #include <NOD/NOD_UndoStack.h>
@@ -94,19 +95,18 @@ ZELT_Session::Source ZELT_Session::readSource(const std::string &file)
 }
 
 ZELT_ScriptPtr ZELT_Session::loadScript(const std::string &file, const Source &source,
-                                        ZELT_Messages &messages, Reading reading)
+                                        ZELT_Messages &messages, NOD_Report *mistakes)
 {
     if (source.kind != NOD_FileKind::NONE && source.kind != NOD_FileKind::SCRIPT) {
         messages.error(file, std::string("is ") + NOD_ValueFile::getKindName(source.kind) +
                                  ", which has no nodes");
         return nullptr;
     }
-    const bool allFlag = reading == Reading::ALL_MISTAKES;
     if (file == "-") {
-        return allFlag ? ZELTcheckScriptText(source.bytes, file, messages)
-                       : ZELTloadScriptText(source.bytes, file, messages);
+        return mistakes ? NODcheckScript(source.bytes, file, *mistakes)
+                        : ZELTloadScriptText(source.bytes, file, messages);
     }
-    return allFlag ? ZELTcheckScript(file, messages) : ZELTloadScript(file, messages);
+    return mistakes ? NODcheckScriptFile(file, *mistakes) : ZELTloadScript(file, messages);
 }
 
 ZELT_Session::ZELT_Session(ZELT_ScriptPtr script)
@@ -133,18 +133,18 @@ std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_M
         if (!session->openNodes(file, source, messages)) {
             session.reset();
         }
-    } else if (ZELT_ScriptPtr script = loadScript(file, source, messages, Reading::FIRST_ERROR)) {
+    } else if (ZELT_ScriptPtr script = loadScript(file, source, messages, nullptr)) {
         session = std::make_unique<ZELT_Session>(std::move(script));
     }
     return session;
 }
 
 ZELT_ScriptPtr ZELT_Session::openInterface(const std::string &file, ZELT_Messages &messages,
-                                           Reading reading)
+                                           NOD_Report *mistakes)
 {
     const Source source = readSource(file);
     if (!source.hasNodes()) {
-        return loadScript(file, source, messages, reading);
+        return loadScript(file, source, messages, mistakes);
     }
     ZELT_Session session;
     if (!session.openNodes(file, source, messages) || !session.isOneNode(messages)) {

@@ -66,15 +66,10 @@ public:
 
     /// Reads a script and makes a node of it, or reads a scene; "-" is standard input. Null after a message.
     static std::unique_ptr<ZELT_Session> open(const std::string &file, ZELT_Messages &messages);
-    /// What is told of a script that can't be read.
-    enum class Reading
-    {
-        FIRST_ERROR,
-        ALL_MISTAKES
-    };
-    /// The interface of a script, or of the one node of a node or scene file; "-" is standard input.
+    /// The interface of a script, or of the one node of a node or scene file; "-" is standard input. With `mistakes`
+    /// all that the script has are added there, else what the reader says is told.
     static ZELT_ScriptPtr openInterface(const std::string &file, ZELT_Messages &messages,
-                                        Reading reading = Reading::FIRST_ERROR);
+                                        NOD_Report *mistakes = nullptr);
     /// A node with its values and changes; null after a message if any of them is wrong.
     static std::unique_ptr<ZELT_Session> open(const ZELT_NodeCall &call, ZELT_Messages &messages);
 
@@ -119,7 +114,7 @@ private:
     bool openNodes(const std::string &file, const Source &source, ZELT_Messages &messages);
     static Source readSource(const std::string &file);
     static ZELT_ScriptPtr loadScript(const std::string &file, const Source &source,
-                                     ZELT_Messages &messages, Reading reading);
+                                     ZELT_Messages &messages, NOD_Report *mistakes);
 
     std::string myFile; ///< of a scene; "" for a script
     NOD_Scene myScene;

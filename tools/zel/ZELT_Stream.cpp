@@ -5,6 +5,7 @@
 
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_MessageSource.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ValueFile.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -34,6 +35,7 @@ bool ZELTparseStream(const std::string &bytes, const std::string &file, ZEL_Parm
 {
     KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::TEXT);
     is.setBinary(NOD_ValueFile::isBinary(bytes));
+    const KIT_MessageSource source(bytes, file, is.isBinary());
     if (!ZELTtakeFault(file, stream.read(is, nullptr, list) ? "" : "isn't a parameter stream",
                        messages)) {
         return false;

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 
 namespace
 {
@@ -335,7 +336,47 @@ public:
         return myWriter.finish(title);
     }
 
+    /// What the page says of one parameter or folder, without what is in it; "" if there is none.
+    std::string writeOne(const std::string &name)
+    {
+        constexpr int theLevel = 3;
+        std::optional<Parm> found;
+        findOne(myDescription.parms, name, found);
+        if (!found) {
+            return "";
+        }
+        writeMembers({*found}, theLevel);
+        return myWriter.finish(name);
+    }
+
 private:
+    static void findOne(const std::vector<Parm> &parms, const std::string &name,
+                        std::optional<Parm> &found)
+    {
+        for (const Parm &parm : parms) {
+            if (parm.kind != Parm::Kind::FOLDERS && parm.token == name) {
+                found = parm;
+                found->members.clear();
+            }
+            for (const NOD_DescribedFolder &folder : parm.folders) {
+                if (!found && folder.name == name) {
+                    found = parm;
+                    found->folders = {folder};
+                    found->folders.front().members.clear();
+                }
+                if (!found) {
+                    findOne(folder.members, name, found);
+                }
+            }
+            if (!found) {
+                findOne(parm.members, name, found);
+            }
+            if (found) {
+                return;
+            }
+        }
+    }
+
     std::string titled(const std::string &label, const std::string &token) const
     {
         const std::string text = myWriter.text(label);
@@ -601,6 +642,14 @@ const char *NODtypeMeaning(const std::string &word)
         }
     }
     return nullptr;
+}
+
+std::string NODparmPage(const NOD_Interface &interface, const std::string &name)
+{
+    const NOD_Description description = NODdescribe(interface);
+    const Pictures pictures;
+    NOD_MarkdownWriter markdown;
+    return PageAuthor(description, pictures, markdown).writeOne(name);
 }
 
 std::string NODpageName(const NOD_Interface &interface)

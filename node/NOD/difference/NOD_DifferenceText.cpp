@@ -55,6 +55,7 @@ std::string shown(Kind kind, const NOD_Value &value)
             words += blankFlag ? ' ' : c;
         }
     }
+    words.erase(words.find_last_not_of(' ') + 1);
     return words;
 }
 
@@ -164,8 +165,9 @@ std::size_t groupLength(const NOD_RecordPath &path)
 std::string groupOf(const NOD_Change &change)
 {
     const NOD_RecordPath &path = change.getPath();
-    return NODpathText(
-        NOD_RecordPath(path.begin(), path.begin() + std::ptrdiff_t(groupLength(path))));
+    const std::string name =
+        NODpathText(NOD_RecordPath(path.begin(), path.begin() + std::ptrdiff_t(groupLength(path))));
+    return name.empty() ? "/" : name; // the root's own contents
 }
 
 /// Whether the component is its parameter's only one.

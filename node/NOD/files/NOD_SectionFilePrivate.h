@@ -16,11 +16,13 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 class NOD_Report;
+struct KIT_MessageDetail;
 
 class NOD_SectionFile
 {
@@ -29,7 +31,9 @@ public:
     {
         std::string_view name;
         std::string_view text;
-        int line; ///< 0 in the binary form
+        int line;              ///< 0 in the binary form
+        std::size_t start;     ///< in bytes of the file
+        std::size_t textStart; ///< in bytes of the file
     };
 
     /// Whether a file that starts with these bytes can be of either form: a test for KIT_IFStream.
@@ -38,6 +42,14 @@ public:
     static std::string_view firstName(std::string_view start);
     /// False if the bytes are of neither form, or of a newer one.
     bool read(std::string bytes, const std::string &file, NOD_Report &report);
+    /// A detail of a section's text with the places of the file that it was read from; null for null.
+    /// `inner` is the name that its reader took the text for; places in other files stay.
+    static std::shared_ptr<const KIT_MessageDetail>
+    placeDetail(const std::shared_ptr<const KIT_MessageDetail> &detail, const Section &section,
+                const std::string &file, const std::string &inner = {});
+    /// Of a line of a section's text, from 1; 0 is the line that the section begins with.
+    static std::shared_ptr<const KIT_MessageDetail> makeDetail(const Section &section, int line,
+                                                               const std::string &file);
     const std::vector<Section> &getSections() const { return mySections; }
     std::int64_t getLength() const { return std::int64_t(myLength); }
 

@@ -128,7 +128,14 @@ void NOD_TreeReader::add(KIT_ErrorSeverity severity, const Section &section, int
                          const std::string &text)
 {
     const int placed = section.line > 0 ? section.line + line : line;
-    myReport.add({severity, myName, placed, std::string(section.name), text, {}, 0});
+    myReport.add({severity,
+                  myName,
+                  placed,
+                  std::string(section.name),
+                  text,
+                  {},
+                  0,
+                  NOD_SectionFile::makeDetail(section, line, myName)});
 }
 
 void NOD_TreeReader::error(const Section &section, int line, const std::string &text)
@@ -163,9 +170,14 @@ void NOD_TreeReader::take(const NOD_Report &found, const std::string &path)
         const std::string kind = message.subject.substr(0, message.subject.find('/'));
         const auto entry = myByName.find(kind + " " + path);
         placed.file = myName;
-        if (entry != myByName.end() && myFile.getSections()[entry->second].line > 0) {
+        if (entry != myByName.end()) {
+            const Section &section = myFile.getSections()[entry->second];
             const int line = kind == "channels" ? lineIn(message.text) : message.line;
-            placed.line = myFile.getSections()[entry->second].line + line;
+            placed.line = section.line > 0 ? section.line + line : placed.line;
+            placed.detail = message.detail
+                                ? NOD_SectionFile::placeDetail(message.detail, section, myName,
+                                                               kind == "spares" ? kind : "")
+                                : NOD_SectionFile::makeDetail(section, line, myName);
         }
         placed.subject = NODplacedSubject(message.subject, path);
         myReport.add(std::move(placed));
@@ -217,10 +229,17 @@ std::shared_ptr<const NOD_Interface> NOD_TreeReader::readInterface(const std::st
             made = NOD_Interface::fromText(text.substr(std::min(end + 1, text.size())),
                                            type.empty() ? theNamelessType : type, found,
                                            anywhere ? Includes::ANY : Includes::NONE);
+            Section script = section;
+            const std::size_t head = std::min(end + 1, text.size());
+            script.text.remove_prefix(head);
+            script.textStart += head + (section.line > 0);
+            script.line += section.line > 0;
             for (NOD_Message message : found.getMessages()) {
                 message.line += section.line > 0 ? section.line + 1 : 1;
                 message.file = myName;
                 message.subject = std::string(section.name);
+                message.detail = NOD_SectionFile::placeDetail(
+                    message.detail, script, myName, type.empty() ? theNamelessType : type);
                 myReport.add(std::move(message));
             }
         }

@@ -2,6 +2,8 @@
 
 #include <BAS/BAS_Character.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_MessageSource.h>
 #include <KIT/KIT_OpUtils.h>
 #include <NOD/NOD_Edit.h>
 #include <NOD/NOD_Node.h>
@@ -22,6 +24,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <ostream>
 #include <system_error>
 #include <utility>
@@ -164,9 +167,10 @@ bool hasChannels(ZEL_ParmList &parms)
     return anyFlag;
 }
 
-void tell(const std::string &file, const std::string &text, NOD_Report &report)
+void tell(const std::string &file, const std::string &text, NOD_Report &report,
+          const std::shared_ptr<const KIT_MessageDetail> &detail = nullptr)
 {
-    report.add({KIT_ERROR_ABORT, file, 0, {}, text, {}, 0});
+    report.add({KIT_ERROR_ABORT, file, 0, {}, text, {}, 0, detail});
 }
 
 constexpr std::pair<const char *, NOD_ValueFile::Form> theForms[] = {
@@ -248,7 +252,10 @@ bool NOD_ValueFile::checkEnd(KIT_IStream &is, const std::string &name, NOD_Repor
         is.skipWhitespace();
     }
     if (!is.eof()) {
-        tell(name, "goes on after the stream's end, at byte " + std::to_string(is.tellg()), report);
+        const auto detail = KIT_MessageSource(is).describe(KIT_MessageSource::Word::NEXT);
+        detail->place.file = name;
+        tell(name, "goes on after the stream's end, at byte " + std::to_string(is.tellg()), report,
+             detail);
     }
     return is.eof();
 }
@@ -353,6 +360,7 @@ bool NOD_ValueFile::applyStream(NOD_Node &node, NOD_Report &report) const
 {
     KIT_IStream is(myBytes.data(), myBytes.size(),
                    isBinary(myBytes) ? KIT_IStream::BINARY : KIT_IStream::TEXT);
+    const KIT_MessageSource source(myBytes, myName, is.isBinary());
     const bool whole = myKind == NOD_FileKind::CHANNELS
                            ? node.loadChannels(is)
                            : node.getParms().load(is, myName.c_str(), nullptr);
@@ -415,8 +423,9 @@ std::vector<std::string> NOD_ValueFile::findNodes(NOD_Report &report) const
 bool NOD_ValueFile::applyPreset(NOD_Node &node, NOD_Report &report) const
 {
     std::string text = myBytes;
+    NOD_SectionFile file;
+    const NOD_SectionFile::Section *placed = nullptr;
     if (myKind == NOD_FileKind::PRESETS) {
-        NOD_SectionFile file;
         const std::string name =
             file.read(myBytes, myName, report) ? pickSection(file, "", report) : "";
         const auto &sections = file.getSections();
@@ -425,10 +434,21 @@ bool NOD_ValueFile::applyPreset(NOD_Node &node, NOD_Report &report) const
         if (name.empty() || found == sections.end()) {
             return false;
         }
+        placed = &*found;
         text = found->text;
     }
-    const NOD_ReportScope scope(report, myName);
-    return node.loadPresetText(text);
+    NOD_Report found;
+    bool loaded = false;
+    {
+        const NOD_ReportScope scope(found, myName);
+        loaded = node.loadPresetText(text);
+    }
+    for (NOD_Message message : found.getMessages()) {
+        message.detail =
+            placed ? NOD_SectionFile::placeDetail(message.detail, *placed, myName) : message.detail;
+        report.add(std::move(message));
+    }
+    return loaded;
 }
 
 bool NOD_ValueFile::applyNode(NOD_Node &node, NOD_Report &report) const
@@ -443,11 +463,13 @@ bool NOD_ValueFile::applyNode(NOD_Node &node, NOD_Report &report) const
     }
     const std::string path = NODrestOf(head);
     NOD_NodeSections sections;
+    std::map<std::string, NOD_SectionFile::Section> byKind;
     for (const NOD_SectionFile::Section &section : file.getSections()) {
         std::string *const text =
             NODrestOf(section.name) == path ? sections.findText(NODkindOf(section.name)) : nullptr;
         if (text) {
             *text = section.text;
+            byKind.emplace(NODkindOf(section.name), section);
         }
         if (section.name == head) {
             for (const NOD_Line &line : NODreadLines(section.text)) {
@@ -460,6 +482,12 @@ bool NOD_ValueFile::applyNode(NOD_Node &node, NOD_Report &report) const
     NOD_Report found;
     sections.load(node, found);
     for (NOD_Message message : found.getMessages()) {
+        const std::string kind = message.subject.substr(0, message.subject.find('/'));
+        const auto whole = byKind.find(kind);
+        if (whole != byKind.end()) {
+            message.detail = NOD_SectionFile::placeDetail(message.detail, whole->second, myName,
+                                                          kind == "spares" ? kind : "");
+        }
         message.file = myName;
         message.subject = NODplacedSubject(message.subject, path);
         report.add(std::move(message));

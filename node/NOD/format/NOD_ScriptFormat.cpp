@@ -4,8 +4,11 @@
 #include <NOD/NOD_InterfaceDifference.h>
 #include <NOD/NOD_Report.h>
 
+#include <algorithm>
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -21,13 +24,26 @@ bool isSame(const NOD_Interface &one, const NOD_Interface &other)
            one.getLabel() == other.getLabel() && one.getHelp() == other.getHelp();
 }
 
+/// Messages without their places, which change.
+std::vector<std::string> saidIn(const NOD_Report &report)
+{
+    std::vector<std::string> said;
+    for (NOD_Message message : report.getMessages()) {
+        message.line = 0;
+        said.push_back(message.asText());
+    }
+    std::sort(said.begin(), said.end());
+    return said;
+}
+
 } // namespace
 
 bool NODformatScript(std::string_view text, const std::string &name,
-                     const DS_FormatOptions &options, std::string &result, NOD_Report &report)
+                     const DS_FormatOptions &options, std::string &result, NOD_Report &report,
+                     NOD_Interface::Includes includes)
 {
     NOD_Report found;
-    const Script script = NOD_Interface::fromText(text, name, found);
+    const Script script = NOD_Interface::fromText(text, name, found, includes);
     if (!script) {
         report.append(found);
         return false;
@@ -41,9 +57,8 @@ bool NODformatScript(std::string_view text, const std::string &name,
     }
     if (options.sort && formatted != text) {
         NOD_Report again;
-        const Script sorted = NOD_Interface::fromText(formatted, name, again);
-        if (!sorted || !isSame(*script, *sorted) ||
-            again.getMessages().size() != found.getMessages().size()) {
+        const Script sorted = NOD_Interface::fromText(formatted, name, again, includes);
+        if (!sorted || !isSame(*script, *sorted) || saidIn(again) != saidIn(found)) {
             report.add({KIT_ERROR_ABORT,
                         name,
                         0,

@@ -2,10 +2,10 @@
 
 #include <EVL/EVL.h>
 #include <KIT/KIT_MessageCatalogue.h>
+#include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Report.h>
-#include <NOD/interface/NOD_ScriptDetailPrivate.h>
-#include <NOD/interface/NOD_ScriptParmsPrivate.h>
+#include <NOD/interface/NOD_ScriptPlacesPrivate.h>
 #include <NOD/interface/NOD_TemplateFieldsPrivate.h>
 #include <SNK/SNK_CompiledCode.h>
 #include <SNK/SNK_Python.h>
@@ -15,16 +15,12 @@
 #include <ZEL/ZEL_Conditional.h>
 #include <ZEL/ZEL_ConditionalSwitcher.h>
 #include <ZEL/ZEL_Parm.h>
-#include <ZEL/ZEL_ScriptPage.h>
-#include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <memory>
-#include <optional>
-#include <unordered_map>
 #include <vector>
 
 namespace
@@ -117,7 +113,7 @@ class Check
 {
 public:
     Check(const NOD_Interface &script, NOD_Report &report, KIT_ErrorSeverity severity)
-        : myScript(script), myReport(report), mySeverity(severity)
+        : myScript(script), myReport(report), mySeverity(severity), myPlaces(script)
     {}
 
     int run();
@@ -130,19 +126,13 @@ private:
     void checkCondition(const ZEL_Template &one, const ZEL_ConditionalBase *base);
     void check(const Written &written, TRK_ExprLanguage language);
     void add(const Written &written, const NOD_ExpressionFault &fault);
-    void open();
-    const NOD_ScriptShape::Block *findBlock(const Written &written);
-    std::shared_ptr<const KIT_MessageDetail> find(const Written &written, std::size_t offset);
 
     const NOD_Interface &myScript;
     NOD_Report &myReport;
     KIT_ErrorSeverity mySeverity;
     int myFaults = 0;
     std::vector<const ZEL_Template *> myArrays; ///< around the present one
-    NOD_ScriptParms myParms;
-    std::optional<NOD_ScriptTokens> myTokens; ///< with the first fault
-    std::optional<NOD_ScriptShape> myShape;
-    std::unordered_multimap<int, const NOD_ScriptShape::Block *> myBlocks; ///< by line
+    NOD_ScriptPlaces myPlaces;
 };
 
 int Check::run()
@@ -257,92 +247,12 @@ void Check::add(const Written &written, const NOD_ExpressionFault &fault)
     message.category = theExpressionCategory;
     message.code = fault.code;
     message.file = myScript.getFile();
-    message.detail = find(written, fault.offset);
+    message.detail = myPlaces.find(*written.one, written.place, written.text, fault.offset);
     if (message.detail) {
         message.file = message.detail->place.file;
         message.line = message.detail->place.line;
     }
     myReport.add(std::move(message));
-}
-
-// ---------------------------------------------------------------------- //
-// Where it is written
-// ---------------------------------------------------------------------- //
-
-void Check::open()
-{
-    if (myTokens || !myScript.getPage()) {
-        return;
-    }
-    myParms = NODscriptParms(myScript);
-    myTokens.emplace(myScript.getText(), myScript.getFile(), NOD_Interface::Includes::ANY);
-    if (myTokens->isWhole()) {
-        myShape.emplace(*myTokens);
-        for (const NOD_ScriptShape::Block &block : myShape->getBlocks()) {
-            myBlocks.emplace((*myTokens)[block.header].line, &block);
-        }
-    }
-}
-
-/// Where an offset of the text behind escapes is in what stands in the script.
-std::size_t rawOffset(std::string_view raw, std::size_t offset)
-{
-    std::size_t at = 0;
-    for (; at < raw.size() && offset > 0; --offset) {
-        at += raw[at] == '\\' && at + 1 < raw.size() ? 2 : 1;
-    }
-    return std::min(at, raw.size());
-}
-
-std::string unescaped(const std::string &raw)
-{
-    KIT_String text(raw);
-    text.expandControlSequences(0);
-    return text.toStdString();
-}
-
-const NOD_ScriptShape::Block *Check::findBlock(const Written &written)
-{
-    open();
-    const auto parm = myParms.find(written.one->getNamePtr());
-    if (!myShape || parm == myParms.end()) {
-        return nullptr;
-    }
-    const auto [begin, end] = myBlocks.equal_range(parm->second->getLine());
-    const auto found = std::find_if(begin, end, [&](const auto &row) {
-        const int header = row.second->header;
-        return myTokens->getPlace(header, header).file == parm->second->getFile().nonNullStr();
-    });
-    return found == end ? nullptr : found->second;
-}
-
-/// The token with the expression, else the keyword of its statement, else the parameter's.
-std::shared_ptr<const KIT_MessageDetail> Check::find(const Written &written, std::size_t offset)
-{
-    const NOD_ScriptShape::Block *const block = findBlock(written);
-    if (!block) {
-        return nullptr;
-    }
-    auto detail = std::make_shared<KIT_MessageDetail>();
-    detail->subject = written.one->getToken();
-    detail->place = myTokens->getPlace(block->header, block->header);
-    detail->includedFrom = myTokens->getIncluders(block->header);
-    for (const NOD_ScriptShape::Statement &one : block->statements) {
-        const std::string &word = (*myTokens)[one.begin].text;
-        if (one.block >= 0 || word.compare(0, written.place.size(), written.place) != 0) {
-            continue;
-        }
-        detail->place = myTokens->getPlace(one.begin, one.begin);
-        for (int i = one.begin + 1; i < one.end; ++i) {
-            const std::string &raw = (*myTokens)[i].text;
-            const std::size_t at = unescaped(raw).find(written.text);
-            if (at != std::string::npos) {
-                detail->place = myTokens->getPlaceIn(i, rawOffset(raw, at + offset));
-                return detail;
-            }
-        }
-    }
-    return detail;
 }
 
 } // namespace

@@ -172,6 +172,7 @@ bool NOD_Interface::parseFile(const std::string &path, ZEL_ScriptPage &page, NOD
 bool NOD_Interface::read(KIT_IStream &is, NOD_Report &report, Includes includes)
 {
     myText = is.rest();
+    myIncludes = includes;
     myPage = std::make_unique<NOD_HelpPage>();
     if (!parse(is, myFile, *myPage, report, includes)) {
         return false;

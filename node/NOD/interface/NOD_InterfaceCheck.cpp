@@ -2,10 +2,12 @@
 
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_MessageCatalogue.h>
+#include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_Regex.h>
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/interface/NOD_InterfaceFaultsPrivate.h>
+#include <NOD/interface/NOD_ScriptPlacesPrivate.h>
 #include <NOD/interface/NOD_TemplateFieldsPrivate.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Conditional.h>
@@ -415,44 +417,154 @@ bool NODhasEntry(const ZEL_ChoiceList &menu, std::string_view token)
     return false;
 }
 
-int NODcheckInterface(const ZEL_Template *templates, NOD_Report &report, KIT_ErrorSeverity severity)
+namespace
+{
+
+/// The first parameter of that token but `one`; null if there is none.
+const ZEL_Template *findOther(const ZEL_Template *templates, const std::string &token,
+                              const ZEL_Template &one, std::vector<const ZEL_Template *> &path)
+{
+    if (std::find(path.begin(), path.end(), templates) != path.end()) {
+        return nullptr;
+    }
+    path.push_back(templates);
+    const ZEL_Template *found = nullptr;
+    for (const ZEL_Template *at = templates; !found && at && !at->isTerminator(); ++at) {
+        if (at != &one && at->getToken() && token == at->getToken()) {
+            found = at;
+        } else if (at->isMultiType() && !at->isRampType()) {
+            found = findOther(at->getMultiParmTemplate(), token, one, path);
+        }
+    }
+    path.pop_back();
+    return found;
+}
+
+/// The word of a text that begins after `start`, up to the blank or the end.
+std::string wordAfter(const std::string &text, std::string_view start)
+{
+    const std::size_t at = text.find(start);
+    const std::size_t begin = at == std::string::npos ? text.size() : at + start.size();
+    return text.substr(begin, text.find(' ', begin) - begin);
+}
+
+/// Where the script says what a fault is about.
+std::shared_ptr<KIT_MessageDetail> findFault(NOD_ScriptPlaces &places,
+                                             const NOD_InterfaceFault &fault)
+{
+    const ZEL_Template &one = *fault.parm;
+    const std::string token = one.getToken() ? one.getToken() : "";
+    switch (fault.kind) {
+    case NOD_FaultKind::RANGE: return places.findWord(one, "range", {});
+    case NOD_FaultKind::DEFAULT_RANGE:
+    case NOD_FaultKind::DEFAULT_WORD:
+        return places.findWord(one, "default", wordAfter(fault.text, "the default "));
+    case NOD_FaultKind::DEFAULT_INDEX: return places.findWord(one, "default", fault.word);
+    case NOD_FaultKind::MENU_TWINS: return places.findWord(one, "menu", fault.word);
+    case NOD_FaultKind::CONDITION: {
+        const std::string keyword = fault.text.substr(0, fault.text.find(':'));
+        const std::size_t pattern = fault.text.find(" is no regular expression");
+        if (pattern != std::string::npos) {
+            const std::size_t begin = keyword.size() + 2;
+            return places.find(one, keyword, fault.text.substr(begin, pattern - begin), 0);
+        }
+        const std::string left = wordAfter(fault.text, "there is no parameter ");
+        return places.find(one, keyword, left.substr(0, left.find(';')), 0);
+    }
+    case NOD_FaultKind::FOLDERS:
+    case NOD_FaultKind::BLOCK: return places.findWord(one, "", {});
+    default: return places.findWord(one, "name", token);
+    }
+}
+
+/// Adds a message about a parameter, with its place if it has one.
+void tell(NOD_Message message, const std::shared_ptr<KIT_MessageDetail> &detail, NOD_Report &report)
+{
+    if (detail) {
+        message.file = detail->place.file;
+        message.line = detail->place.line;
+        message.detail = detail;
+    }
+    report.add(std::move(message));
+}
+
+/// `places` is null without a script.
+int tellFaults(const ZEL_Template *templates, NOD_ScriptPlaces *places, NOD_Report &report,
+               KIT_ErrorSeverity severity)
 {
     const NOD_InterfaceFaults found = NODfindInterfaceFaults(templates);
     for (const NOD_InterfaceFault &fault : found.faults) {
         const bool libraryFlag = fault.kind == NOD_FaultKind::TEXT_NAME;
         const char *const token = fault.parm->getToken();
-        report.add({severity,
-                    {},
-                    0,
-                    token ? token : "",
-                    fault.text,
-                    libraryFlag ? ZEL_ERROR_CATEGORY : "",
-                    libraryFlag ? int(ZEL_ERR_TEXT_NAME) : 0});
+        const auto detail = places ? findFault(*places, fault) : nullptr;
+        std::vector<const ZEL_Template *> path;
+        const ZEL_Template *const other =
+            detail && !fault.word.empty() && fault.kind <= NOD_FaultKind::SAME_CHANNEL
+                ? findOther(templates, fault.word, *fault.parm, path)
+                : nullptr;
+        const auto twin = other ? places->findWord(*other, "name", fault.word) : nullptr;
+        if (twin) {
+            detail->related.push_back({twin->place, "'" + fault.word + "' is here"});
+        }
+        tell({severity,
+              {},
+              0,
+              token ? token : "",
+              fault.text,
+              libraryFlag ? ZEL_ERROR_CATEGORY : "",
+              libraryFlag ? int(ZEL_ERR_TEXT_NAME) : 0},
+             detail, report);
     }
     return int(found.faults.size());
 }
 
-int NODcheckMenuScripts(const ZEL_Template *templates, NOD_Report &report,
-                        KIT_ErrorSeverity severity)
+int tellMenuScripts(const ZEL_Template *templates, NOD_ScriptPlaces *places, NOD_Report &report,
+                    KIT_ErrorSeverity severity)
 {
     int faults = 0;
     for (const ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
         const ZEL_ChoiceList *const menu = at->getChoiceListPtr();
         if (menu && menu->getScript().isstring() &&
             menu->getScriptLanguage() == TRK_SCRIPT_COMMAND) {
-            report.add({severity,
-                        {},
-                        0,
-                        at->getToken() ? at->getToken() : "",
-                        "the menu stays empty: its script is in no language that is known here; "
-                        "`language python` says it is Python",
-                        {},
-                        0});
+            tell({severity,
+                  {},
+                  0,
+                  at->getToken() ? at->getToken() : "",
+                  "the menu stays empty: its script is in no language that is known here; "
+                  "`language python` says it is Python",
+                  {},
+                  0},
+                 places ? places->findWord(*at, "menu", "[") : nullptr, report);
             ++faults;
         }
         if (at->isMultiType() && !at->isRampType()) {
-            faults += NODcheckMenuScripts(at->getMultiParmTemplate(), report, severity);
+            faults += tellMenuScripts(at->getMultiParmTemplate(), places, report, severity);
         }
     }
     return faults;
+}
+
+} // namespace
+
+int NODcheckInterface(const ZEL_Template *templates, NOD_Report &report, KIT_ErrorSeverity severity)
+{
+    return tellFaults(templates, nullptr, report, severity);
+}
+
+int NODcheckInterface(const NOD_Interface &script, NOD_Report &report, KIT_ErrorSeverity severity)
+{
+    NOD_ScriptPlaces places(script);
+    return tellFaults(script.getTemplates(), &places, report, severity);
+}
+
+int NODcheckMenuScripts(const ZEL_Template *templates, NOD_Report &report,
+                        KIT_ErrorSeverity severity)
+{
+    return tellMenuScripts(templates, nullptr, report, severity);
+}
+
+int NODcheckMenuScripts(const NOD_Interface &script, NOD_Report &report, KIT_ErrorSeverity severity)
+{
+    NOD_ScriptPlaces places(script);
+    return tellMenuScripts(script.getTemplates(), &places, report, severity);
 }

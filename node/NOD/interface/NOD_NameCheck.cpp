@@ -1,7 +1,8 @@
 #include <KIT/KIT_MessageCatalogue.h>
+#include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_InterfaceCheck.h>
 #include <NOD/NOD_Report.h>
-#include <NOD/interface/NOD_ScriptParmsPrivate.h>
+#include <NOD/interface/NOD_ScriptPlacesPrivate.h>
 #include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -32,7 +33,8 @@ class NameCheck
 {
 public:
     NameCheck(const NOD_Interface &script, NOD_Report &report)
-        : myFile(script.getFile()), myParms(NODscriptParms(script)), myReport(report)
+        : myFile(script.getFile()), myParms(NODscriptParms(script)), myPlaces(script),
+          myReport(report)
     {
         tell(script.getTemplates(), 0);
     }
@@ -43,6 +45,7 @@ private:
 
     const std::string &myFile;
     const NOD_ScriptParms myParms;
+    NOD_ScriptPlaces myPlaces;
     NOD_Report &myReport;
 };
 
@@ -115,7 +118,8 @@ void NameCheck::tell(const ZEL_Template &at, int code, const std::string &name)
                   {},
                   KITformatMessage(ZEL_ERROR_CATEGORY, code, name.c_str()),
                   ZEL_ERROR_CATEGORY,
-                  code});
+                  code,
+                  myPlaces.findWord(at, "name", at.getToken() ? at.getToken() : "")});
 }
 
 } // namespace

@@ -18,6 +18,14 @@ std::string NOD_Message::asText() const
 
 void NOD_Report::add(NOD_Message message)
 {
+    const bool scriptFlag =
+        message.category == theKITCommonCategory && message.code == KIT_COMMON_BAD_SCRIPT;
+    if (message.category.empty() || scriptFlag) {
+        if (const KIT_MessageEntry *const own = KITfindTextMessage(message.text)) {
+            message.category = own->category;
+            message.code = own->code;
+        }
+    }
     myErrors += message.severity >= KIT_ERROR_ABORT;
     myMessages.push_back(std::move(message));
 }
@@ -62,7 +70,9 @@ std::string NOD_Report::asText() const
 NOD_ReportScope::NOD_ReportScope(NOD_Report &report, std::string file, std::string subject)
     : myReport(report), myFile(std::move(file)), mySubject(std::move(subject)),
       myErrors(BASgetSTID())
-{}
+{
+    myErrors.setFlags(myErrors.getFlags() | KIT_ErrorManager::theDetailsFlag);
+}
 
 NOD_ReportScope::~NOD_ReportScope()
 {

@@ -4,8 +4,11 @@
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_String.h>
+#include <NOD/NOD_ExpressionCheck.h>
+#include <NOD/NOD_InterfaceCheck.h>
 #include <NOD/interface/NOD_ScriptDetailPrivate.h>
 #include <NOD/interface/NOD_ScriptStreamPrivate.h>
+#include <ZEL/ZEL_ParmTypes.h>
 #include <ZEL/ZEL_ScriptPage.h>
 
 #include <algorithm>
@@ -69,12 +72,28 @@ public:
 
 private:
     static constexpr std::size_t theMostMessages = 1000;
-    static constexpr std::size_t theMostWork = 4000000; ///< tokens that are read
+    static constexpr std::size_t theMostWork = 16000000; ///< tokens that are read
 
-    bool isSpent() const { return myPlaced.size() >= theMostMessages || myWork >= theMostWork; }
+    /// Statements that are read together, and those on which their meaning depends.
+    struct Part
+    {
+        int begin;
+        int end;
+        int name; ///< -1 for none
+        int type; ///< the last one before them
+        int size;
+    };
+
+    bool isSpent(std::size_t more = 0) const
+    {
+        return myPlaced.size() + more >= theMostMessages || myWork >= theMostWork;
+    }
 
     void judge(int block);
-    Piece compose(int block, const std::vector<bool> &dropped) const;
+    int findEnd(int block, int begin, int most) const;
+    int findNamed(int block, const std::vector<bool> &dropped) const;
+    void keepContext(int block, int statement, const std::vector<bool> &dropped, Part &part) const;
+    Piece compose(int block, const Part &part, const std::vector<bool> &dropped);
     bool read(const Piece &piece, std::vector<Placed> &said) const;
     int findStatement(int block, int token) const;
     void leaveRepeats(int block, const std::vector<bool> &dropped, std::vector<Placed> &said) const;
@@ -84,6 +103,7 @@ private:
     const Shape &myShape;
     std::vector<Placed> myPlaced;
     std::size_t myWork = 0;
+    bool myNamed = false; ///< a name of the present block is at fault
 };
 
 std::vector<Placed> Pass::run()
@@ -115,6 +135,7 @@ std::vector<Placed> Pass::run()
     return std::move(myPlaced);
 }
 
+/// Reads the statements of a block, a few at a time and again after each one at which reading stopped.
 void Pass::judge(int block)
 {
     const std::vector<Shape::Statement> &statements =
@@ -123,19 +144,81 @@ void Pass::judge(int block)
     for (const Shape::Statement &one : statements) {
         dropped.push_back(!one.soundFlag || one.block >= 0);
     }
-    for (std::size_t round = 0; round <= statements.size() && !isSpent(); ++round) {
+    std::vector<Placed> all;
+    myNamed = false;
+    constexpr int theFewest = 8; // tokens that are read together: fewer where mistakes are many
+    constexpr int theMost = 256;
+    int tokens = theMost;
+    Part part = {0, 0, findNamed(block, dropped), -1, -1};
+    bool droppedFlag = false; // a name may be missing after the last one
+    do {
+        part.end = findEnd(block, part.begin, tokens);
         std::vector<Placed> said;
-        const Piece piece = compose(block, dropped);
+        const Piece piece = compose(block, part, dropped);
         myWork += piece.tokens.size();
         const bool readFlag = read(piece, said);
         const int stop = readFlag || said.empty() ? -1 : findStatement(block, said.back().token);
-        if (stop < 0 || dropped[std::size_t(stop)]) {
-            leaveRepeats(block, dropped, said);
-            std::move(said.begin(), said.end(), std::back_inserter(myPlaced));
-            return;
+        if (stop >= 0 && stop == part.name) {
+            dropped[std::size_t(stop)] = true;
+            part.name = -1;
+            myNamed = true;
+            all.push_back(std::move(said.back()));
+            continue; // without it
         }
-        dropped[std::size_t(stop)] = true;
-        myPlaced.push_back(std::move(said.back())); // the others are said again
+        droppedFlag = stop >= part.begin && !dropped[std::size_t(stop)];
+        const int end = droppedFlag ? stop + 1 : part.end;
+        for (int i = part.begin; i < end; ++i) {
+            keepContext(block, i, dropped, part);
+        }
+        std::copy_if(said.begin(), said.end(), std::back_inserter(all), [&](const Placed &one) {
+            const int at = findStatement(block, one.token);
+            return at < 0 || at >= part.begin;
+        });
+        if (droppedFlag) {
+            dropped[std::size_t(stop)] = true;
+            myNamed = myNamed || isMeant(stop, block, "name");
+        }
+        tokens = droppedFlag ? std::max(tokens / 2, theFewest) : std::min(tokens * 2, theMost);
+        part.begin = end;
+    } while ((part.begin < int(statements.size()) || droppedFlag) && !isSpent(all.size()));
+    leaveRepeats(block, dropped, all);
+    std::move(all.begin(), all.end(), std::back_inserter(myPlaced));
+}
+
+/// Where a few statements end that are read together.
+int Pass::findEnd(int block, int begin, int most) const
+{
+    const std::vector<Shape::Statement> &statements =
+        myShape.getBlocks()[std::size_t(block)].statements;
+    int end = begin;
+    for (int tokens = 0; end < int(statements.size()) && tokens < most; ++end) {
+        const Shape::Statement &one = statements[std::size_t(end)];
+        tokens += one.block >= 0 ? 1 : one.end - one.begin;
+    }
+    return end;
+}
+
+/// The statement that names the block; -1 without one.
+int Pass::findNamed(int block, const std::vector<bool> &dropped) const
+{
+    const std::vector<Shape::Statement> &statements =
+        myShape.getBlocks()[std::size_t(block)].statements;
+    for (std::size_t i = 0; i < statements.size(); ++i) {
+        if (!dropped[i] && myTokens[statements[i].begin].text == "name") {
+            return int(i);
+        }
+    }
+    return -1;
+}
+
+/// Remembers a statement on which the meaning of later ones depends.
+void Pass::keepContext(int block, int statement, const std::vector<bool> &dropped, Part &part) const
+{
+    if (!dropped[std::size_t(statement)]) {
+        const Shape::Block &own = myShape.getBlocks()[std::size_t(block)];
+        const std::string &word = myTokens[own.statements[std::size_t(statement)].begin].text;
+        part.type = word == "type" ? statement : part.type;
+        part.size = word == "size" ? statement : part.size;
     }
 }
 
@@ -184,7 +267,7 @@ void Pass::leaveRepeats(int block, const std::vector<bool> &dropped,
     said.erase(end, said.end());
 }
 
-Piece Pass::compose(int block, const std::vector<bool> &dropped) const
+Piece Pass::compose(int block, const Part &part, const std::vector<bool> &dropped)
 {
     const Shape::Block &own = myShape.getBlocks()[std::size_t(block)];
     Piece piece;
@@ -201,16 +284,27 @@ Piece Pass::compose(int block, const std::vector<bool> &dropped) const
         piece.text += "{ ";
         closes += depth + 1;
     }
-    bool namedFlag = false;
-    for (std::size_t i = 0; i < dropped.size(); ++i) {
-        const Shape::Statement &one = own.statements[i];
-        namedFlag = namedFlag || (dropped[i] && isMeant(int(i), block, "name"));
-        for (int token = one.begin; !dropped[i] && token < one.end; ++token) {
+    const auto add = [&](int statement) {
+        const Shape::Statement &one = own.statements[std::size_t(statement)];
+        for (int token = one.begin; token < one.end; ++token) {
             piece.add(myTokens, token);
         }
+    };
+    const std::set<int> context = {part.name, part.type, part.size}; // in their order
+    for (const int before : context) {
+        if (before >= 0 && (before < part.begin || before >= part.end)) {
+            add(before);
+        }
     }
-    // What is told of a name that can't be read is enough.
-    piece.text += namedFlag ? "name \"n" + std::string(std::size_t(depth), '#') + "\" " : "";
+    for (int i = part.begin; i < part.end; ++i) {
+        myNamed = myNamed || (dropped[std::size_t(i)] && isMeant(i, block, "name"));
+        if (!dropped[std::size_t(i)]) {
+            add(i);
+        }
+    }
+    // What is told of a name that can't be read is enough, and that there is none at the end.
+    const bool nameFlag = part.name < 0 && (myNamed || part.end < int(dropped.size()));
+    piece.text += nameFlag ? "name \"n" + std::string(std::size_t(depth), '#') + "\" " : "";
     piece.tokens.emplace_back(piece.text.size(), own.close >= 0 ? own.close : own.header);
     for (int i = 0; i < closes; ++i) {
         piece.text += "} ";
@@ -460,4 +554,21 @@ std::shared_ptr<const NOD_Interface> NODcheckScript(std::string_view text, const
         report.add(std::move(message));
     }
     return made;
+}
+
+void NODcheckDescription(const NOD_Interface &script, const std::string &file, NOD_Report &report)
+{
+    NOD_Report faults;
+    NODcheckNames(script, faults);
+    NODcheckInterface(script, faults);
+    NODcheckMenuScripts(script, faults);
+    NODcheckExpressions(script, faults);
+    for (NOD_Message message : faults.getMessages()) {
+        if (message.category == ZEL_ERROR_CATEGORY && message.code == ZEL_ERR_TEXT_NAME &&
+            !message.subject.empty()) {
+            continue; // told as a name
+        }
+        message.file = message.file.empty() ? file : message.file;
+        report.add(std::move(message));
+    }
 }

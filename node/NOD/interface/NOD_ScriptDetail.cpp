@@ -170,15 +170,6 @@ void NODtakeHead(NOD_Message &message, std::string_view text, const std::string 
         --place.line;
         --place.endLine;
     };
-    take(detail->place);
-    std::for_each(detail->includedFrom.begin(), detail->includedFrom.end(), take);
-    for (KIT_MessageRelated &related : detail->related) {
-        take(related.place);
-    }
-    for (KIT_MessageFix &fix : detail->fixes) {
-        for (KIT_MessageEdit &edit : fix.edits) {
-            take(edit.place);
-        }
-    }
+    detail->changePlaces(take);
     message.detail = std::move(detail);
 }

@@ -11,6 +11,8 @@ namespace
 
 using Form = NOD_ScriptWord::Form;
 
+constexpr const char *theSurplus = "a closing brace too many";
+
 bool isNested(const NOD_ScriptWord *word)
 {
     return word && (word->form == Form::PARM || word->form == Form::PAGE);
@@ -110,7 +112,8 @@ NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const st
 const NOD_ScriptWord *NOD_ScriptShape::findNearest(const std::string &word, bool inParm)
 {
     const auto [found, newFlag] = myNearest[inParm ? 1 : 0].try_emplace(word, nullptr);
-    if (newFlag) {
+    constexpr std::size_t theMost = 20000; // words that are compared
+    if (newFlag && myNearest[inParm ? 1 : 0].size() <= theMost) {
         const std::string *const nearest = KITnearestWord(word, NODgetScriptWords(inParm));
         found->second = nearest ? NODfindScriptWord(*nearest, inParm) : nullptr;
     }
@@ -187,8 +190,14 @@ void NOD_ScriptShape::readBlock(int block)
 /// Reads a brace. False if it doesn't close the block: it is too many, or closes one around it.
 bool NOD_ScriptShape::readClose(int block)
 {
+    Fault *const last = myFaults.empty() ? nullptr : &myFaults.back();
+    if (last && last->last == myAt - 1 && last->text == theSurplus &&
+        myTokens[last->token].line == at().line && isSurplusClose(block)) {
+        last->last = myAt++; // the same mistake
+        return false;
+    }
     if (isSurplusClose(block)) {
-        Fault &fault = addFault(block, myAt, "a closing brace too many");
+        Fault &fault = addFault(block, myAt, theSurplus);
         fault.fixText = "remove the brace";
         ++myAt;
         return false;
@@ -205,17 +214,19 @@ bool NOD_ScriptShape::readClose(int block)
 }
 
 /// Whether the first statement that begins a line of its own is further in than the block's first line.
-bool NOD_ScriptShape::isIndented(int block) const
+bool NOD_ScriptShape::isIndented(int block)
 {
-    const Block &own = myBlocks[std::size_t(block)];
+    Block &own = myBlocks[std::size_t(block)];
     const NOD_ScriptToken &header = myTokens[own.header];
-    for (const Statement &one : own.statements) {
-        const NOD_ScriptToken &first = myTokens[one.begin];
+    for (; own.looked < own.statements.size(); ++own.looked) {
+        const NOD_ScriptToken &first = myTokens[own.statements[own.looked].begin];
+        own.indentedFlag = true; // all so far on the first line
         if (first.firstFlag && first.line != header.line) {
-            return first.indent > header.indent;
+            own.indentedFlag = first.indent > header.indent;
+            break;
         }
     }
-    return !own.statements.empty(); // all of them on the first line
+    return own.indentedFlag;
 }
 
 /// Whether the token begins a line that is further out than the one of a keyword, or as far.
@@ -227,7 +238,7 @@ bool NOD_ScriptShape::isFurtherOut(int header, bool inclusive) const
 }
 
 /// Whether the token belongs to a block around this one.
-bool NOD_ScriptShape::endsHere(int block) const
+bool NOD_ScriptShape::endsHere(int block)
 {
     const Block &own = myBlocks[std::size_t(block)];
     if (own.parent < 0) {
@@ -461,16 +472,17 @@ bool NOD_ScriptShape::openBlock(int block, int header)
     // The values stand in this line, or in those up to a brace that nothing else has opened.
     const bool inParm = block < 0 || myBlocks[std::size_t(block)].parmFlag;
     const int line = myTokens[header].line;
+    constexpr int theMostValues = 1000; // so that no keyword looks at the whole rest
+    const int end = std::min(myTokens.size(), myAt + theMostValues);
     int after = myAt;
-    for (; after < myTokens.size() && !myTokens[after].is("}") && !myTokens[after].is("{");
-         ++after) {
+    for (; after < end && !myTokens[after].is("}") && !myTokens[after].is("{"); ++after) {
         const NOD_ScriptToken &one = myTokens[after];
         if (one.firstFlag && !one.quotedFlag && NODfindScriptWord(one.text, inParm)) {
             break;
         }
     }
     const bool closeFlag =
-        after < myTokens.size() && myTokens[after].is("}") &&
+        after < end && myTokens[after].is("}") &&
         (myTokens[after].line == line ||
          (myTokens[after].firstFlag && myTokens[after].indent == myTokens[header].indent));
     if (closeFlag) {

@@ -48,6 +48,8 @@ public:
         int close = -1; ///< its last brace; -1 if it is missing
         int end = 0;
         std::vector<Statement> statements;
+        std::size_t looked = 0;    ///< statements that were looked at for the indentation
+        bool indentedFlag = false; ///< of the last one of those
     };
     struct Fault
     {
@@ -89,11 +91,11 @@ private:
     int addBlock(int parent, int header, const std::string &keyword);
     void readBlock(int block);
     bool readClose(int block);
-    bool endsHere(int block) const;
+    bool endsHere(int block);
     bool isSurplusClose(int block);
     bool isParmsOnly(const NOD_ScriptToken &token) const;
     bool isFurtherOut(int header, bool inclusive) const;
-    bool isIndented(int block) const;
+    bool isIndented(int block);
 
     void readDirectives();
     void readStatement(int block);

@@ -34,6 +34,28 @@ int indentOf(std::string_view text, std::size_t offset)
 
 } // namespace
 
+std::size_t NODrawOffset(std::string_view written, std::size_t offset)
+{
+    constexpr std::size_t theLetter = 2; // bytes of an escape of a letter
+    constexpr std::size_t theOctal = 4;
+    const auto isEscape = [written](std::size_t at, std::size_t size) {
+        KIT_String text(std::string(written.substr(at, size)));
+        return text.length() == size && text.expandControlSequences() == 1 && text.length() == 1;
+    };
+    std::size_t at = 0;
+    for (std::size_t meant = 0; at < written.size() && meant < offset; ++meant) {
+        if (written[at] != '\\') {
+            ++at;
+        } else if (isEscape(at, theLetter) || isEscape(at, theOctal)) {
+            at += isEscape(at, theLetter) ? theLetter : theOctal;
+        } else {
+            // Both bytes stay, and the second one begins no escape.
+            at += ++meant < offset ? theLetter : 1;
+        }
+    }
+    return std::min(at, written.size());
+}
+
 /// Keeps what the preprocessor says, but for open texts, which the tokens tell.
 class NOD_ScriptTokens::Stream : public NOD_ScriptStream
 {
@@ -118,11 +140,11 @@ int NOD_ScriptTokens::fileOf(const char *name, std::string_view text)
     if (last >= 0 && myFiles[std::size_t(last)].text.data() == text.data()) {
         return last;
     }
-    for (int i = int(myFiles.size()); i-- > 0;) {
-        if (myFiles[std::size_t(i)].text.data() == text.data()) {
-            return i;
-        }
+    const auto [found, newFlag] = myFilesByText.try_emplace(text.data(), int(myFiles.size()));
+    if (!newFlag) {
+        return found->second;
     }
+    myFilesByName[name] = found->second;
     File file = {name, text, {}, {}};
     TOK_Place place;
     for (int level = 0; myStream->getIncluder(level, place); ++level) {
@@ -136,16 +158,15 @@ int NOD_ScriptTokens::fileOf(const char *name, std::string_view text)
 
 int NOD_ScriptTokens::find(const std::string &file, std::size_t offset) const
 {
-    for (int i = int(myFiles.size()); i-- > 0;) {
-        const File &one = myFiles[std::size_t(i)];
-        if (one.name == file) {
-            const auto after = std::upper_bound(
-                one.tokens.begin(), one.tokens.end(), offset,
-                [this](std::size_t at, int token) { return at < (*this)[token].begin; });
-            return after == one.tokens.begin() ? -1 : *(after - 1);
-        }
+    const auto found = myFilesByName.find(file);
+    if (found == myFilesByName.end()) {
+        return -1;
     }
-    return -1;
+    const File &one = myFiles[std::size_t(found->second)];
+    const auto after =
+        std::upper_bound(one.tokens.begin(), one.tokens.end(), offset,
+                         [this](std::size_t at, int token) { return at < (*this)[token].begin; });
+    return after == one.tokens.begin() ? -1 : *(after - 1);
 }
 
 KIT_MessagePlace NOD_ScriptTokens::getPlace(int first, int last) const

@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 struct NOD_ScriptToken
@@ -35,11 +36,15 @@ struct NOD_ScriptToken
     bool is(std::string_view word) const { return !quotedFlag && text == word; }
 };
 
+/// Where a byte of what a text means is in the text as it is written, without quotes: the offset behind escapes that
+/// KIT_String::expandControlSequences resolves.
+std::size_t NODrawOffset(std::string_view written, std::size_t offset);
+
 class NOD_ScriptTokens
 {
 public:
-    static constexpr int theMostTokens = 1000000;
-    static constexpr std::size_t theMostBytes = std::size_t(1) << 24;
+    static constexpr int theMostTokens = 4000000;
+    static constexpr std::size_t theMostBytes = std::size_t(1) << 26;
 
     NOD_ScriptTokens(std::string_view text, const std::string &name,
                      NOD_Interface::Includes includes);
@@ -82,6 +87,8 @@ private:
 
     std::unique_ptr<Stream> myStream;
     std::vector<File> myFiles;
+    std::unordered_map<const char *, int> myFilesByText;
+    std::unordered_map<std::string, int> myFilesByName; ///< the last of the name
     std::vector<NOD_ScriptToken> myTokens;
     NOD_Report myMessages;
     bool myWholeFlag = true;

@@ -1,56 +1,54 @@
 #include <NOD/interface/NOD_ScriptWordsPrivate.h>
 
-#include <iterator>
+#include <ZEL/scripts/ZEL_ScriptShapesPrivate.h>
+
+#include <cstddef>
 #include <map>
 
 namespace
 {
 
-/// What the parsers of the table read; of those that aren't here, the form in the table says it.
-constexpr std::pair<std::string_view, NOD_ScriptWord::Form> theParsers[] = {
-    {"parseCondition", NOD_ScriptWord::CONDITION},
-    {"parseGroupCondition", NOD_ScriptWord::CONDITION},
-    {"parseTabCondition", NOD_ScriptWord::CONDITION},
-    {"parseDefault", NOD_ScriptWord::TEXT},
-    {"parseTag", NOD_ScriptWord::PAIRS},
-    {"parseGroupTag", NOD_ScriptWord::PAIRS},
-    {"parseMenuWord", NOD_ScriptWord::MENU},
-    {"parseHelpWord", NOD_ScriptWord::LINES},
-    {"parseObsolete", NOD_ScriptWord::NUMBER},
-    {"parseParm", NOD_ScriptWord::PARM},
-    {"parseGroup", NOD_ScriptWord::PAGE},
-    {"parseMulti", NOD_ScriptWord::PAGE},
-    {"parseImportWord", NOD_ScriptWord::PAGE},
-};
+constexpr NOD_ScriptWord::Form formOf(const ZEL_ScriptKeywordShape &row)
+{
+    switch (row.shape) {
+    case ZEL_ScriptShape::NUMBER: return NOD_ScriptWord::NUMBER;
+    case ZEL_ScriptShape::CONDITION: return NOD_ScriptWord::CONDITION;
+    case ZEL_ScriptShape::VALUE: return NOD_ScriptWord::TEXT;
+    case ZEL_ScriptShape::TAGS: return NOD_ScriptWord::PAIRS;
+    case ZEL_ScriptShape::RANGE:
+    case ZEL_ScriptShape::DEFAULTS: return NOD_ScriptWord::BLOCK;
+    case ZEL_ScriptShape::MENU: return NOD_ScriptWord::MENU;
+    case ZEL_ScriptShape::TEXTS: return NOD_ScriptWord::LINES;
+    case ZEL_ScriptShape::PARM: return NOD_ScriptWord::PARM;
+    case ZEL_ScriptShape::GROUP:
+    case ZEL_ScriptShape::ITEMS:
+    case ZEL_ScriptShape::IMPORT: return NOD_ScriptWord::PAGE;
+    default: break;
+    }
+    return row.skippedFlag ? NOD_ScriptWord::SKIPPED
+           : row.count > 0 ? NOD_ScriptWord::WORD
+                           : NOD_ScriptWord::ALONE;
+}
 
 using Words = std::map<std::string_view, NOD_ScriptWord>;
 
-void add(Words &words, const char *word, NOD_ScriptWord::Form form, std::string_view parser)
+template <std::size_t COUNT>
+Words makeWords(const ZEL_ScriptKeywordShape (&rows)[COUNT])
 {
-    for (const auto &[name, special] : theParsers) {
-        form = name == parser ? special : form;
+    Words words;
+    for (const ZEL_ScriptKeywordShape &row : rows) {
+        const bool blockFlag = row.shape == ZEL_ScriptShape::RAW;
+        const int skipped = row.skippedFlag ? row.count : 0;
+        words.try_emplace(row.word,
+                          NOD_ScriptWord{row.word.data(), formOf(row), skipped, blockFlag});
     }
-    words.try_emplace(word, NOD_ScriptWord{word, form});
-}
-
-Words makeWords(bool inParm)
-{
-    using W = NOD_ScriptWord;
-    Words parm;
-    Words page;
-#define ZEL_PARM_KEYWORD(word, form, parser, argument, writer) add(parm, word, W::form, #parser);
-#define ZEL_PAGE_KEYWORD(word, form, parser, argument, place) add(page, word, W::form, #parser);
-#define ZEL_PARM_SKIPPED(word, count, writer) parm.try_emplace(word, W{word, W::SKIPPED, count});
-#define ZEL_PAGE_SKIPPED(word, count)                                                              \
-    page.try_emplace(word, W{word, W::SKIPPED, (count) < 0 ? -(count)-1 : (count), (count) < 0});
-#include <ZEL/scripts/ZEL_ScriptKeywords.def>
-    return inParm ? parm : page;
+    return words;
 }
 
 const Words &wordsOf(bool inParm)
 {
-    static const Words theParm = makeWords(true);
-    static const Words thePage = makeWords(false);
+    static const Words theParm = makeWords(theZELParmShapes);
+    static const Words thePage = makeWords(theZELPageShapes);
     return inParm ? theParm : thePage;
 }
 

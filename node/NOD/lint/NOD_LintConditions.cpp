@@ -248,6 +248,7 @@ void Check::tell(NOD_LintCode code, const std::string &word, const std::string &
     Extra extra;
     extra.nearest = nearest;
     const int token = locate(word, extra.offset);
+    extra.length = extra.offset > 0 ? word.size() : 0;
     if (instead && myContext.tokens().raw(token).substr(extra.offset, word.size()) == word) {
         extra.fix = myContext.replacePart(token, extra.offset, word.size(), instead);
     }

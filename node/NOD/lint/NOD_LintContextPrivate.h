@@ -5,6 +5,7 @@
 /// Threads:    one thread at a time.
 #pragma once
 
+#include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Lint.h>
 #include <NOD/interface/NOD_InterfaceFaultsPrivate.h>
 #include <NOD/lint/NOD_LintScriptPrivate.h>
@@ -29,12 +30,21 @@ public:
     using Block = NOD_LintScript::Block;
     using Entry = NOD_LintScript::Entry;
 
+    /// A text for the bytes [begin, end) of a file.
+    struct Edit
+    {
+        int file;
+        std::size_t begin;
+        std::size_t end;
+        std::string text;
+    };
     /// What is told of a place beside its text.
     struct Extra
     {
         std::string nearest;
-        std::optional<NOD_LintEdit> fix;
+        std::optional<Edit> fix;
         std::size_t offset = 0; ///< of what is meant, in the token as it is written
+        std::size_t length = 0; ///< of that; 0: to the token's end
     };
 
     explicit NOD_LintContext(const NOD_LintScript &script);
@@ -52,9 +62,9 @@ public:
         add(code, block, token, text, Extra());
     }
     void add(NOD_LintCode code, int block, int token, const std::string &text, Extra extra);
-    /// One at a place of a file.
-    void addAt(NOD_LintCode code, int file, int line, std::size_t offset, const std::string &text,
-               std::optional<NOD_LintEdit> fix = std::nullopt);
+    /// One at the bytes [begin, end) of a file.
+    void addAt(NOD_LintCode code, int file, int line, std::size_t begin, std::size_t end,
+               const std::string &text, std::optional<Edit> fix = std::nullopt);
     std::vector<NOD_LintFinding> take() { return std::move(myFindings); }
 
     /// As KITnearestWord, as long as the rules haven't asked for more than can be compared in little time.
@@ -64,18 +74,25 @@ public:
     /// \name Edits   (none where a macro or another file takes part)
     // ------------------------------------------------------------------ //
     ///@{
-    /// Replaces the tokens [first, last), as they are written, by a text; an empty one takes the blanks
-    /// in front away too.
-    std::optional<NOD_LintEdit> replace(int first, int last, const std::string &text) const;
+    /// Replaces the tokens [first, last), as they are written, by a text.
+    std::optional<Edit> replace(int first, int last, const std::string &text) const;
+    /// Takes them away, with the line if nothing else is on it. None if a comment is among them.
+    std::optional<Edit> remove(int first, int last) const;
     /// Moves an entry behind a later one of its block.
-    std::optional<NOD_LintEdit> moveBehind(const Entry &moved, const Entry &other) const;
+    std::optional<Edit> moveBehind(const Entry &moved, const Entry &other) const;
     /// Part of a token as it is written.
-    std::optional<NOD_LintEdit> replacePart(int token, std::size_t offset, std::size_t length,
-                                            const std::string &text) const;
+    std::optional<Edit> replacePart(int token, std::size_t offset, std::size_t length,
+                                    const std::string &text) const;
     ///@}
 
 private:
     bool isPlain(int first, int last) const;
+    std::string_view textBetween(int token, int next) const;
+    void add(NOD_LintCode code, const KIT_MessagePlace &place, int file, std::string subject,
+             const std::string &text, Extra extra);
+    KIT_MessagePlace getPlace(int file, std::size_t begin, std::size_t end, int line) const;
+    std::vector<KIT_MessagePlace> getIncluders(int file) const;
+    int lineOf(const Edit &edit, const KIT_MessagePlace &place) const;
 
     const NOD_LintScript &myScript;
     const NOD_LintTokens &myTokens;

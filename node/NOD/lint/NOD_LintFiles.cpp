@@ -220,12 +220,13 @@ private:
         const std::size_t before =
             include.begin == 0 ? std::string_view::npos : text.rfind('\n', include.begin - 1);
         const std::size_t end = std::min(text.find('\n', include.end), text.size());
-        std::optional<NOD_LintEdit> edit{
-            NOD_LintEdit{from.name, before + 1, std::min(end + 1, text.size()), ""}};
+        std::optional<NOD_LintContext::Edit> edit{
+            {include.fromFile, before + 1, std::min(end + 1, text.size()), ""}};
         if (text.substr(before + 1, end - before).find("/*") != std::string_view::npos) {
             edit.reset(); // the comment may go on in the next line
         }
         myContext.addAt(NOD_LintCode::Z503, include.fromFile, include.line, include.begin,
+                        include.end,
                         "nothing of " + files[std::size_t(include.file)].name + " is used", edit);
     }
 

@@ -1,5 +1,6 @@
 // Rules of types and keywords: Z201 to Z208.
 
+#include <NOD/interface/NOD_ScriptWordsPrivate.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
 
 #include <KIT/KIT_String.h>
@@ -41,15 +42,6 @@ bool isDefault(std::string_view word)
 bool isMenu(std::string_view word)
 {
     return word.substr(0, 4) == "menu";
-}
-
-std::vector<std::string> typeWords()
-{
-    std::vector<std::string> words;
-    for (int i = 0; const char *const word = ZELgetScriptTypeWord(i); ++i) {
-        words.emplace_back(word);
-    }
-    return words;
 }
 
 class Check
@@ -97,7 +89,7 @@ void Check::checkTypes()
         const std::string word = myContext.text(entry.first);
         if (ZELlookupScriptType(word.c_str()) < 0) {
             Extra extra;
-            extra.nearest = myContext.nearest(word, typeWords());
+            extra.nearest = myContext.nearest(word, NODgetScriptTypeWords());
             myContext.add(NOD_LintCode::Z201, myNumber, entry.first,
                           "there is no type " + word + ", so it is a float", extra);
         }
@@ -183,7 +175,7 @@ void Check::checkSurplus()
         }
         if (surplus >= 0 && record->getSize() > 0) {
             Extra extra;
-            extra.fix = myContext.replace(surplus, entry.last - 1, "");
+            extra.fix = myContext.remove(surplus, entry.last - 1);
             myContext.add(NOD_LintCode::Z205, myNumber, surplus,
                           "there are " + std::to_string(values) + " defaults for " +
                               std::to_string(record->getSize()) +
@@ -213,7 +205,7 @@ void Check::checkRepeats()
         Extra extra;
         // The others leave something behind that the last one doesn't take away.
         if (!isOneOf(one.word, {"type", "size", "range"})) {
-            extra.fix = myContext.replace(one.keyword, one.last, "");
+            extra.fix = myContext.remove(one.keyword, one.last);
         }
         myContext.add(NOD_LintCode::Z206, myNumber, one.keyword,
                       std::string(one.word) + " comes again, and only the last one counts", extra);
@@ -250,7 +242,7 @@ void Check::checkEffects()
         }
         if (only) {
             Extra extra;
-            extra.fix = myContext.replace(entry.keyword, entry.last, "");
+            extra.fix = myContext.remove(entry.keyword, entry.last);
             myContext.add(NOD_LintCode::Z208, myNumber, entry.keyword,
                           std::string(entry.word) + " has an effect on " + only + " only", extra);
         }

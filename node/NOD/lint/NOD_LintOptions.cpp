@@ -1,5 +1,6 @@
 #include <NOD/NOD_Lint.h>
 
+#include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/lint/NOD_LintWordsPrivate.h>
 
@@ -104,6 +105,7 @@ void NOD_LintOptions::readFile(std::string_view text, const std::string &file, N
     for (std::size_t at = 0; at <= text.size();) {
         const std::size_t end = std::min(text.find('\n', at), text.size());
         std::string_view row = text.substr(at, end - at);
+        const std::size_t begin = at;
         at = end + 1;
         ++line;
         row = row.substr(0, row.find('#'));
@@ -131,7 +133,14 @@ void NOD_LintOptions::readFile(std::string_view text, const std::string &file, N
             fault = "a line says disable:, only: or level:";
         }
         if (!fault.empty()) {
-            report.add({KIT_ERROR_ABORT, file, line, {}, fault, {}, 0});
+            report.add({KIT_ERROR_ABORT,
+                        file,
+                        line,
+                        {},
+                        fault,
+                        {},
+                        0,
+                        KIT_MessageDetail::ofText(text, file, begin, end)});
         }
     }
 }

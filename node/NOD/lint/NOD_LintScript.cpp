@@ -6,6 +6,7 @@
 #include <ZEL/ZEL_ScriptPage.h>
 #include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_Template.h>
+#include <ZEL/scripts/ZEL_ScriptShapesPrivate.h>
 
 #include <algorithm>
 #include <iterator>
@@ -14,85 +15,14 @@
 namespace
 {
 
-/// How many tokens follow a keyword.
-enum class Shape
-{
-    COUNT,      ///< that many
-    TEXT_BLOCK, ///< as many, and a block in whose texts braces count
-    OBSOLETE,   ///< a number, or none
-    VALUE,      ///< one, or one in braces
-    PAIRS,      ///< a block of names and values
-    WORDS,      ///< a block of words
-    DEFAULTS,   ///< a block of words, and of texts with meanings in brackets
-    MENU,
-    CONDITION,
-    FOLDER, ///< a page, and so on
-    ITEMS,
-    IMPORT,
-    PARM
-};
-
-struct Keyword
-{
-    std::string_view word;
-    Shape shape;
-    int count = 0;
-};
-
-/// The shape of a keyword from the form and the parser of its row.
-constexpr Shape shapeOf(std::string_view form, std::string_view parser)
-{
-    constexpr std::pair<std::string_view, Shape> theParsers[] = {
-        {"parseObsolete", Shape::OBSOLETE},
-        {"parseDefault", Shape::VALUE},
-        {"parseTag", Shape::PAIRS},
-        {"parseGroupTag", Shape::PAIRS},
-        {"parseRange", Shape::WORDS},
-        {"parseRangeWord", Shape::WORDS},
-        {"parseDefaults", Shape::DEFAULTS},
-        {"parseMenuWord", Shape::MENU},
-        {"parseCondition", Shape::CONDITION},
-        {"parseGroupCondition", Shape::CONDITION},
-        {"parseTabCondition", Shape::CONDITION},
-        {"parseHelpWord", Shape::TEXT_BLOCK},
-        {"parseGroup", Shape::FOLDER},
-        {"parseMulti", Shape::ITEMS},
-        {"parseImportWord", Shape::IMPORT},
-        {"parseParm", Shape::PARM},
-    };
-    for (const auto &row : theParsers) {
-        if (row.first == parser) {
-            return row.second;
-        }
-    }
-    return form == "BLOCK" ? Shape::TEXT_BLOCK : Shape::COUNT;
-}
-
-constexpr int countOf(std::string_view form)
-{
-    return form == "WORD" ? 1 : 0;
-}
-
-constexpr Keyword theParmKeywords[] = {
-#define ZEL_PARM_KEYWORD(word, form, parser, argument, writer)                                     \
-    {word, shapeOf(#form, #parser), countOf(#form)},
-#define ZEL_PARM_SKIPPED(word, count, writer) {word, Shape::COUNT, count},
-#include <ZEL/scripts/ZEL_ScriptKeywords.def>
-};
-
-constexpr Keyword thePageKeywords[] = {
-#define ZEL_PAGE_KEYWORD(word, form, parser, argument, place)                                      \
-    {word, shapeOf(#form, #parser), countOf(#form)},
-#define ZEL_PAGE_SKIPPED(word, count)                                                              \
-    {word, count < 0 ? Shape::TEXT_BLOCK : Shape::COUNT, count < 0 ? -(count)-1 : (count)},
-#include <ZEL/scripts/ZEL_ScriptKeywords.def>
-};
+using Shape = ZEL_ScriptShape;
+using Keyword = ZEL_ScriptKeywordShape;
 
 /// Null for an unknown one.
 const Keyword *findKeyword(std::string_view word, bool parmFlag)
 {
-    const auto first = parmFlag ? std::begin(theParmKeywords) : std::begin(thePageKeywords);
-    const auto last = parmFlag ? std::end(theParmKeywords) : std::end(thePageKeywords);
+    const auto first = parmFlag ? std::begin(theZELParmShapes) : std::begin(theZELPageShapes);
+    const auto last = parmFlag ? std::end(theZELParmShapes) : std::end(theZELPageShapes);
     const auto found =
         std::find_if(first, last, [word](const Keyword &row) { return row.word == word; });
     return found == last ? nullptr : found;
@@ -184,24 +114,26 @@ void NOD_LintWalk::skipValues(const Keyword &keyword, int block)
     const int depth = myScript.myBlocks[std::size_t(block)].depth;
     const int word = myAt - 1;
     switch (keyword.shape) {
-    case Shape::COUNT: myAt += keyword.count; break;
-    case Shape::TEXT_BLOCK:
+    case Shape::UNKNOWN:
+    case Shape::WORDS: myAt += keyword.count; break;
+    case Shape::TEXTS:
+    case Shape::RAW:
         myAt += keyword.count;
         skipTextBlock();
         break;
-    case Shape::OBSOLETE:
+    case Shape::NUMBER:
         if (!atEnd()) {
             const KIT_String next(std::string(myTokens.text(myAt)));
             myAt += next.isFloat() || next.isInteger();
         }
         break;
     case Shape::VALUE: myAt += is(myAt, "{") ? 3 : 1; break;
-    case Shape::PAIRS: skipWords(2); break;
-    case Shape::WORDS: skipWords(1); break;
+    case Shape::TAGS: skipWords(2); break;
+    case Shape::RANGE: skipWords(1); break;
     case Shape::DEFAULTS: skipDefaults(); break;
     case Shape::MENU: skipMenu(); break;
     case Shape::CONDITION: skipCondition(); break;
-    case Shape::FOLDER: readBlock(Kind::FOLDER, word, depth); break;
+    case Shape::GROUP: readBlock(Kind::FOLDER, word, depth); break;
     case Shape::ITEMS: readBlock(Kind::ITEMS, word, depth + 1); break;
     case Shape::IMPORT: readBlock(Kind::IMPORT, word, depth); break;
     case Shape::PARM: readBlock(Kind::PARM, word, depth); break;
@@ -293,8 +225,8 @@ void NOD_LintWalk::skipCondition()
 // What the library made of it
 // ---------------------------------------------------------------------- //
 
-NOD_LintScript::NOD_LintScript(const NOD_Interface &script, NOD_Interface::Includes includes)
-    : myInterface(script), myTokens(script.getText(), script.getFile(), includes)
+NOD_LintScript::NOD_LintScript(const NOD_Interface &script)
+    : myInterface(script), myTokens(script.getText(), script.getFile(), script.getIncludes())
 {
     NOD_LintWalk(*this).run();
     if (script.getPage()) {

@@ -55,7 +55,7 @@ public:
         const Entry *find(std::string_view word) const;
     };
 
-    NOD_LintScript(const NOD_Interface &script, NOD_Interface::Includes includes);
+    explicit NOD_LintScript(const NOD_Interface &script);
 
     const NOD_Interface &getInterface() const { return myInterface; }
     const NOD_LintTokens &getTokens() const { return myTokens; }

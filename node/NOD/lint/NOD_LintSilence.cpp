@@ -19,7 +19,7 @@ NOD_LintSilence::NOD_LintSilence(NOD_LintContext &context)
         const std::string &file = context.tokens().getFiles()[std::size_t(comment.file)].name;
         const auto fault = [&](const std::string &what) {
             context.addAt(NOD_LintCode::Z505, comment.file, comment.line, comment.begin + start,
-                          what);
+                          comment.begin + end, what);
         };
         if (!fileFlag && word.substr(0, theLineWord.size()) != theLineWord) {
             fault("a zel-lint: comment says disable=CODES or disable-file=CODES");
@@ -45,8 +45,8 @@ NOD_LintSilence::NOD_LintSilence(NOD_LintContext &context)
 
 bool NOD_LintSilence::has(const NOD_LintFinding &finding) const
 {
-    const auto file = myFiles.find(finding.file);
-    const auto line = myLines.find({finding.file, finding.line});
+    const auto file = myFiles.find(finding.message.file);
+    const auto line = myLines.find({finding.message.file, finding.message.line});
     return (file != myFiles.end() && file->second.count(finding.rule)) ||
            (line != myLines.end() && line->second.count(finding.rule));
 }

@@ -3,6 +3,7 @@
 #include <DS/DS_Stream.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_String.h>
+#include <NOD/interface/NOD_ScriptTokensPrivate.h>
 
 #include <algorithm>
 
@@ -82,42 +83,8 @@ int NOD_LintTokens::findFile(std::string_view name)
 std::size_t NOD_LintTokens::rawOffset(int token, std::size_t offset) const
 {
     const std::string_view written = raw(token);
-    if (written.empty() || written[0] != '"') {
-        return std::min(offset, written.size());
-    }
-    std::size_t at = 1;
-    for (; offset > 0 && at < written.size(); --offset) {
-        constexpr std::size_t theDigits = 3; // of a byte
-        std::size_t digits = 0;
-        if (written[at++] == '\\') {
-            while (digits < theDigits && at + digits < written.size() &&
-                   written[at + digits] >= '0' && written[at + digits] <= '7') {
-                ++digits;
-            }
-            at += std::max(digits, std::size_t(1));
-        }
-    }
-    return std::min(at, written.size());
-}
-
-int NOD_LintTokens::getColumn(int file, std::size_t offset) const
-{
-    const std::string_view text = myFiles[std::size_t(file)].text;
-    offset = std::min(offset, text.size());
-    if (myColumn.file != file || myColumn.offset > offset) {
-        const std::size_t before =
-            offset == 0 ? std::string_view::npos : text.rfind('\n', offset - 1);
-        const std::string_view mark = KIT_IStream::theByteOrderMark;
-        const bool markFlag =
-            before == std::string_view::npos && text.substr(0, mark.size()) == mark;
-        myColumn = {file, markFlag ? std::min(mark.size(), offset) : before + 1, 1};
-    }
-    for (; myColumn.offset < offset; ++myColumn.offset) {
-        const char c = text[myColumn.offset];
-        const bool firstByteFlag = (static_cast<unsigned char>(c) & 0xc0) != 0x80;
-        myColumn.column = c == '\n' ? 1 : myColumn.column + firstByteFlag;
-    }
-    return myColumn.column;
+    const std::size_t quote = !written.empty() && written[0] == '"' ? 1 : 0;
+    return quote + NODrawOffset(written.substr(quote), offset);
 }
 
 // ---------------------------------------------------------------------- //

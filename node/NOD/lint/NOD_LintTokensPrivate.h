@@ -3,7 +3,7 @@
 ///
 /// Units:      tokens by number, from 0; lines and columns from 1; offsets in bytes of a file.
 /// Ownership:  owns copies of all texts.
-/// Threads:    one thread at a time, const calls too.
+/// Threads:    one thread at a time.
 #pragma once
 
 #include <NOD/NOD_Interface.h>
@@ -74,7 +74,6 @@ public:
     std::size_t rawOffset(int token, std::size_t offset) const;
     const std::vector<File> &getFiles() const { return myFiles; }
     const std::vector<Include> &getIncludes() const { return myIncludes; }
-    int getColumn(int file, std::size_t offset) const;
     /// In the order of the files.
     std::vector<Comment> findComments() const;
 
@@ -93,12 +92,4 @@ private:
     std::vector<Include> myIncludes;
     int myLastFile = 0;
     bool myCutFlag = false;
-    /// The place whose column was asked for last: the next one is often on its line.
-    struct Column
-    {
-        int file = -1;
-        std::size_t offset = 0;
-        int column = 1;
-    };
-    mutable Column myColumn;
 };

@@ -3,6 +3,7 @@
 #include <NOD/NOD_Migration.h>
 
 #include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
@@ -14,6 +15,7 @@
 #include <cstring>
 #include <set>
 #include <sstream>
+#include <utility>
 
 namespace
 {
@@ -132,8 +134,11 @@ bool NOD_Migration::readRenames(std::string_view text, const std::string &name, 
     const int before = report.getErrorCount();
     std::istringstream lines{std::string(text)};
     int number = 0;
+    std::size_t begin = 0;
+    std::size_t next = 0;
     for (std::string line; std::getline(lines, line);) {
         ++number;
+        begin = std::exchange(next, next + line.size() + 1);
         std::istringstream words(line);
         std::string former;
         std::string present;
@@ -150,6 +155,8 @@ bool NOD_Migration::readRenames(std::string_view text, const std::string &name, 
         for (NOD_Message message : found.getMessages()) {
             message.file = name;
             message.line = number;
+            message.detail =
+                KIT_MessageDetail::ofText(text, name, begin, begin + line.size(), former);
             report.add(std::move(message));
         }
     }

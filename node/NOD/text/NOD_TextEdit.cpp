@@ -43,6 +43,16 @@ std::string quoted(std::string_view text)
     return std::string(buffer.view());
 }
 
+/// Where a text stops to be JSON; -1 where it doesn't.
+std::int64_t findJsonFault(const std::string &text)
+{
+    KIT_IStream stream(text.data(), text.size(), KIT_IStream::TEXT);
+    KIT_AutoJSONParser parser(stream);
+    KIT_JSONValue value;
+    value.parseValue(parser);
+    return parser.getFaultOffset();
+}
+
 /// Null for a text that is no JSON object.
 std::shared_ptr<const ZEL_DataItem> parseDictionary(const std::string &text)
 {
@@ -408,33 +418,94 @@ bool NOD_TextEdit::key(const std::string &address, double time, const std::strin
     });
 }
 
+namespace
+{
+
+/// Where in `ADDRESS=VALUE` a message is: at the value that it begins with, else at the address.
+std::shared_ptr<const KIT_MessageDetail> placeIn(const std::string &text,
+                                                 const NOD_Message &message)
+{
+    const std::size_t split = std::min(text.find('='), text.size());
+    const std::size_t value = std::min(split + 1, text.size());
+    const std::size_t slash = text.substr(0, split).rfind('/') + 1; // 0 without one
+    const std::string name =
+        text.substr(slash, std::min(text.find_first_of(":@=", slash), split) - slash);
+    if (message.detail) { // of an expression, in the value
+        auto detail = std::make_shared<KIT_MessageDetail>(*message.detail);
+        const KIT_MessagePlace inner = detail->place;
+        detail->place.setFromText(text,
+                                  value + std::size_t(std::max<std::int64_t>(inner.offset, 0)),
+                                  value + std::size_t(std::max<std::int64_t>(inner.endOffset, 0)));
+        return detail;
+    }
+    const bool quotedFlag = !message.text.empty() && message.text[0] == '"';
+    const std::string word =
+        quotedFlag ? message.text.substr(1, message.text.find('"', 1) - 1) : std::string();
+    const std::size_t found = word.empty() ? std::string::npos : text.find(word, value);
+    const bool wordFlag = found != std::string::npos && message.text != text + " has no =";
+    const bool valueFlag = wordFlag || (quotedFlag && value < text.size());
+    const std::size_t begin = wordFlag ? found : valueFlag ? value : 0;
+    const std::size_t end = wordFlag    ? found + word.size()
+                            : valueFlag ? text.size()
+                                        : std::min(text.find('@'), split);
+    const std::int64_t fault = message.text.find(" is no JSON object") == std::string::npos
+                                   ? -1
+                                   : findJsonFault(text.substr(value));
+    return fault < 0 ? KIT_MessageDetail::ofText(text, "", begin, end, name)
+                     : KIT_MessageDetail::ofText(text, "", value + std::size_t(fault),
+                                                 value + std::size_t(fault) + 1, name);
+}
+
+} // namespace
+
+/// Gives what an edit reports its place in the text.
+template <class Run>
+bool NOD_TextEdit::within(const std::string &text, const Run &run)
+{
+    NOD_Report found;
+    NOD_TextEdit inner(myNode, myTime, found);
+    const bool good = run(inner);
+    for (NOD_Message message : found.getMessages()) {
+        message.detail = placeIn(text, message);
+        myReport.add(std::move(message));
+    }
+    return good;
+}
+
 bool NOD_TextEdit::assign(const std::string &text)
 {
-    std::string address;
-    std::string value;
-    return splitAt(text, '=', address, value) ? set(address, value) : fail(text + " has no =");
+    return within(text, [&](NOD_TextEdit &inner) {
+        std::string address;
+        std::string value;
+        return splitAt(text, '=', address, value) ? inner.set(address, value)
+                                                  : inner.fail(text + " has no =");
+    });
 }
 
 bool NOD_TextEdit::assignExpression(const std::string &text)
 {
-    std::string address;
-    std::string expression;
-    return splitAt(text, '=', address, expression) ? setExpression(address, expression)
-                                                   : fail(text + " has no =");
+    return within(text, [&](NOD_TextEdit &inner) {
+        std::string address;
+        std::string expression;
+        return splitAt(text, '=', address, expression) ? inner.setExpression(address, expression)
+                                                       : inner.fail(text + " has no =");
+    });
 }
 
 bool NOD_TextEdit::assignKey(const std::string &text)
 {
-    std::string left;
-    std::string value;
-    std::string address;
-    std::string time;
-    double seconds = 0.0;
-    if (!splitAt(text, '=', left, value) || !splitAt(left, '@', address, time) ||
-        !NODreadTime(time, seconds)) {
-        return fail(text + " isn't of the form TOKEN[:INDEX]@TIME=VALUE");
-    }
-    return key(address, seconds, value);
+    return within(text, [&](NOD_TextEdit &inner) {
+        std::string left;
+        std::string value;
+        std::string address;
+        std::string time;
+        double seconds = 0.0;
+        if (!splitAt(text, '=', left, value) || !splitAt(left, '@', address, time) ||
+            !NODreadTime(time, seconds)) {
+            return inner.fail(text + " isn't of the form TOKEN[:INDEX]@TIME=VALUE");
+        }
+        return inner.key(address, seconds, value);
+    });
 }
 
 std::vector<std::string> NODordinalWords(const ZEL_Parm &parm)

@@ -16,6 +16,7 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_MessageCatalogue.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkBuffer.h>
@@ -546,10 +547,16 @@ void NOD_Node::renewParms(std::shared_ptr<const NOD_Interface> description)
         NOD_Report report;
         NOD_NodeSections::loadKept(*this, report);
         for (const NOD_Message &message : report.getMessages()) {
-            const bool codeFlag = !message.category.empty();
-            KITgetErrorManager().add(codeFlag ? message.category.c_str() : ZEL_ERROR_CATEGORY,
-                                     codeFlag ? message.code : int(ZEL_ERR_PARM),
-                                     message.asText().c_str(), message.severity);
+            // What is a text alone has no sentence in an error manager.
+            const bool scriptFlag = message.category == theKITScriptCategory;
+            const bool codeFlag = KITgetMessageText(message.category.c_str(), message.code);
+            KITgetErrorManager().add(scriptFlag ? theKITCommonCategory
+                                     : codeFlag ? message.category.c_str()
+                                                : ZEL_ERROR_CATEGORY,
+                                     scriptFlag ? int(KIT_COMMON_BAD_SCRIPT)
+                                     : codeFlag ? message.code
+                                                : int(ZEL_ERR_PARM),
+                                     message.asText().c_str(), message.severity, message.detail);
         }
     }
 }

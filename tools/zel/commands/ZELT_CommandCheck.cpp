@@ -6,10 +6,8 @@
 #include "ZELT_Script.h"
 #include "ZELT_Session.h"
 
-#include <NOD/NOD_ExpressionCheck.h>
-#include <NOD/NOD_InterfaceCheck.h>
 #include <NOD/NOD_Report.h>
-#include <ZEL/ZEL_ParmTypes.h>
+#include <NOD/NOD_ScriptCheck.h>
 
 #include <iostream>
 #include <utility>
@@ -21,63 +19,85 @@ struct Call
 {
     std::vector<std::string> files;
     bool strict = false;
+    ZELT_LintCall rules;
 };
 
-/// Tells what is wrong with what a script describes, though it can be read.
-void tellFaults(const NOD_Interface &script, const std::string &file, ZELT_Messages &messages)
+/// Which rules judge is asked of those who judge.
+bool isStrict(const Call &call)
 {
-    NOD_Report faults;
-    NODcheckNames(script, faults);
-    NODcheckInterface(script.getTemplates(), faults);
-    NODcheckMenuScripts(script.getTemplates(), faults);
-    NODcheckExpressions(script, faults);
-    NOD_Report report;
-    for (NOD_Message message : faults.getMessages()) {
-        if (message.category == ZEL_ERROR_CATEGORY && message.code == ZEL_ERR_TEXT_NAME &&
-            message.line == 0) {
-            continue; // told with its line
-        }
-        message.file = message.file.empty() ? file : message.file;
-        report.add(std::move(message));
+    return call.strict || !call.rules.isEmpty();
+}
+
+/// What came of one script.
+struct Result
+{
+    ZELT_ScriptPtr script; ///< null if it can't be read
+    bool goodFlag = false;
+    std::vector<NOD_LintFinding> findings;
+};
+
+Result checkFile(const std::string &file, const Call &call, ZELT_Messages &messages)
+{
+    Result result;
+    NOD_Report said;
+    const bool strict = isStrict(call);
+    const int before = messages.getErrorCount();
+    NOD_LintOptions options;
+    const bool optionsFlag = !strict || (ZELTreadLintFile(file, options, messages) &&
+                                         ZELTreadLintOptions(call.rules, options, messages));
+    result.script = ZELT_Session::openInterface(file, messages, &said);
+    if (result.script) {
+        NODcheckDescription(*result.script, file, said);
     }
-    messages.add(report);
+    if (result.script && strict && optionsFlag) {
+        NOD_Judgement judged = NODjudge(*result.script, options, said);
+        result.findings = std::move(judged.findings);
+        said = std::move(judged.rest);
+    }
+    messages.add(said);
+    result.goodFlag =
+        result.script && result.findings.empty() && messages.getErrorCount() == before;
+    return result;
+}
+
+void print(const std::string &file, const Result &result)
+{
+    if (!result.script) {
+        std::cout << file << ": failed\n";
+        return;
+    }
+    const std::size_t count = result.findings.size();
+    std::cout << file << ": "
+              << (result.goodFlag ? "ok"
+                  : count == 0    ? "not judged"
+                                  : std::to_string(count) + (count == 1 ? " finding" : " findings"))
+              << ", " << result.script->getParmCount() << " parameters\n";
+    ZELTprintLint(result.findings);
 }
 
 int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
+    if (NOD_LintOptions rules; !ZELTreadLintOptions(call.rules, rules, messages)) {
+        return 1;
+    }
     ZELT_Json results = ZELT_Json::array();
     ZELT_Progress progress("checking", std::int64_t(call.files.size()));
     bool good = true;
     for (const std::string &file : call.files) {
-        ZELT_ScriptPtr script =
-            ZELT_Session::openInterface(file, messages, ZELT_Session::Reading::ALL_MISTAKES);
-        good = good && script;
-        if (script) {
-            tellFaults(*script, file, messages);
-        }
-        std::vector<NOD_LintFinding> findings;
-        if (script && call.strict) {
-            NOD_LintOptions judged;
-            good = ZELTreadLintFile(file, judged, messages) && good;
-            NOD_Report report;
-            findings = NODlint(*script, judged, &report);
-            messages.add(report);
-            good = good && findings.empty() && !report.hasErrors();
-        }
+        const Result result = checkFile(file, call, messages);
+        good = good && result.goodFlag;
         if (options.json) {
-            ZELT_Json result;
-            result["file"] = file;
-            result["ok"] = script != nullptr;
-            result["parameters"] = script ? ZELT_Json(script->getParmCount()) : ZELT_Json();
-            if (call.strict) {
-                result["findings"] = ZELTlintJson(findings);
+            ZELT_Json one;
+            one["file"] = file;
+            one["ok"] = result.goodFlag;
+            one["parameters"] =
+                result.script ? ZELT_Json(result.script->getParmCount()) : ZELT_Json();
+            if (isStrict(call)) {
+                one["findings"] = ZELTlintJson(result.findings);
             }
-            results.push_back(result);
-        } else if (script) {
-            std::cout << file << ": ok, " << script->getParmCount() << " parameters\n";
-            ZELTprintLint(findings);
+            results.push_back(one);
         } else {
-            std::cout << file << ": failed\n";
+            print(file, result);
         }
         progress.advance();
     }
@@ -95,4 +115,5 @@ void ZELTaddCheck(ZELT_CommandLine &line)
                                           "zel check examples/*.ds", check);
     command.addOption("FILE", call.files, "Dialog scripts, or node and scene files").required();
     command.addFlag("--strict", call.strict, "Judge them as zel lint does, too");
+    ZELTaddLintOptions(command, call.rules);
 }

@@ -6,13 +6,12 @@
 #include "ZELT_Progress.h"
 #include "ZELT_Script.h"
 
-#include <KIT/KIT_Nearest.h>
+#include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Lint.h>
 #include <NOD/NOD_Report.h>
 
 #include <algorithm>
 #include <iostream>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,9 +22,7 @@ namespace
 struct Call
 {
     std::vector<std::string> files;
-    std::vector<std::string> disabled;
-    std::vector<std::string> only;
-    std::string level;
+    ZELT_LintCall rules;
     bool fix = false;
     bool list = false;
 };
@@ -38,126 +35,39 @@ struct Result
     std::vector<NOD_LintFinding> findings;
 };
 
-std::string joined(const std::vector<std::string> &words)
-{
-    std::string all;
-    for (const std::string &word : words) {
-        all += word + ",";
-    }
-    return all;
-}
-
-bool failRule(const std::string &word, ZELT_Messages &messages)
-{
-    if (word.empty()) {
-        messages.error("", "--only names no rule");
-        return false;
-    }
-    std::vector<std::string> words;
-    for (const NOD_LintRule &rule : NODlintRules()) {
-        words.emplace_back(word[0] == 'Z' ? rule.code : rule.name);
-    }
-    messages.error("", "there is no rule " + word + KITdidYouMean(word, words));
-    return false;
-}
-
-/// What the command line says, after the configuration file.
-bool addOptions(const Call &call, NOD_LintOptions &options, ZELT_Messages &messages)
-{
-    std::string unknown;
-    if (!options.disable(joined(call.disabled), unknown) ||
-        (!call.only.empty() && !options.only(joined(call.only), unknown))) {
-        return failRule(unknown, messages);
-    }
-    NOD_LintLevel level = options.getLevel();
-    if (!call.level.empty() && !NODreadLintLevel(call.level, level)) {
-        messages.error("", "the level is hint, warning or error, not " + call.level +
-                               KITdidYouMean(call.level, {"hint", "warning", "error"}));
-        return false;
-    }
-    options.setLevel(level);
-    return true;
-}
-
-/// Makes the edits until none is left; null, after a message, if a text could not be read any more.
-ZELT_ScriptPtr mend(ZELT_ScriptPtr script, const std::string &file, const NOD_LintOptions &options,
-                    Result &result, ZELT_Messages &messages)
-{
-    constexpr int theMostRounds = 100; // each makes one edit at least
-    for (int round = 0; round < theMostRounds; ++round) {
-        int applied = 0;
-        const std::string text =
-            NODapplyLintFixes(result.findings, file, script->getText(), applied);
-        if (applied == 0) {
-            break;
-        }
-        NOD_Report report;
-        const ZELT_ScriptPtr mended = NOD_Interface::fromText(text, file, report);
-        if (!mended) {
-            messages.add(report);
-            messages.error(file, "can't be read after its fixes, so none is made");
-            return nullptr;
-        }
-        result.fixed += applied;
-        script = mended;
-        result.findings = NODlint(*script, options);
-    }
-    return script;
-}
-
-/// What the reader said, but for warnings where a rule says more.
-void tellReading(const NOD_Report &report, const std::vector<NOD_LintFinding> &findings,
-                 ZELT_Messages &messages)
-{
-    NOD_Report rest;
-    std::set<std::pair<std::string, int>> said;
-    for (const NOD_LintFinding &finding : findings) {
-        said.emplace(finding.file, finding.line);
-    }
-    for (const NOD_Message &message : report.getMessages()) {
-        const bool saidFlag = said.count({message.file, message.line}) > 0;
-        if (!saidFlag || message.severity >= KIT_ERROR_ABORT) {
-            rest.add(message);
-        }
-    }
-    messages.add(rest);
-}
-
-void dropSilent(std::vector<NOD_LintFinding> &findings, const NOD_LintOptions &options)
-{
-    findings.erase(std::remove_if(findings.begin(), findings.end(),
-                                  [&options](const NOD_LintFinding &finding) {
-                                      return !options.isOn(*finding.rule);
-                                  }),
-                   findings.end());
-}
-
 Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messages)
 {
     Result result;
     NOD_LintOptions options;
     const bool readFlag = ZELTreadLintFile(file, options, messages);
-    if (!addOptions(call, options, messages) || !readFlag) {
+    if (!ZELTreadLintOptions(call.rules, options, messages) || !readFlag) {
         return result;
     }
-    NOD_Report report;
-    ZELT_ScriptPtr script = ZELTloadScript(file, report);
-    if (script) {
-        NOD_LintOptions everything;
-        result.findings = NODlint(*script, everything, &report);
-    }
-    tellReading(report, result.findings, messages);
-    if (!script || report.hasErrors()) {
+    NOD_Report said;
+    const ZELT_ScriptPtr script = ZELTloadScript(file, said);
+    if (!script) {
+        messages.add(said);
         return result;
     }
-    dropSilent(result.findings, options);
-    result.goodFlag = true;
-    if (call.fix) {
-        script = mend(script, file, options, result, messages);
+    NOD_Judgement judged = NODjudge(*script, options, said);
+    messages.add(judged.rest);
+    result.goodFlag = judged.judgedFlag;
+    result.findings = std::move(judged.findings);
+    if (call.fix && result.goodFlag) {
+        NOD_Report report;
+        NOD_MendedScript mended = NODmendScript(script, file, options, report);
+        messages.add(report);
+        result.fixed = mended.fixed;
+        result.findings = std::move(mended.findings);
         result.goodFlag =
-            script && (result.fixed == 0 || ZELTwriteFile(file, script->getText(), messages));
+            result.fixed == 0 || ZELTwriteFile(file, mended.script->getText(), messages);
     }
     return result;
+}
+
+bool isFixable(const NOD_LintFinding &finding, const std::string &file)
+{
+    return finding.hasFix() && finding.message.detail->fixes[0].edits[0].place.file == file;
 }
 
 void printRules(bool json)
@@ -215,7 +125,7 @@ int lint(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
         printRules(options.json);
         return 0;
     }
-    if (NOD_LintOptions checked; !addOptions(call, checked, messages)) {
+    if (NOD_LintOptions checked; !ZELTreadLintOptions(call.rules, checked, messages)) {
         return 1;
     }
     if (call.fix && std::count(call.files.begin(), call.files.end(), "-")) {
@@ -234,12 +144,13 @@ int lint(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
         findings += int(result.findings.size());
         fixed += result.fixed;
         for (const NOD_LintFinding &finding : result.findings) {
-            fixable += finding.fix && finding.fix->file == file;
+            fixable += isFixable(finding, file);
         }
         if (options.json) {
             ZELT_Json one;
             one["file"] = file;
-            one["ok"] = result.goodFlag;
+            one["ok"] = result.goodFlag && result.findings.empty();
+            one["judged"] = result.goodFlag;
             one["fixed"] = result.fixed;
             one["findings"] = ZELTlintJson(result.findings);
             results.push_back(one);
@@ -264,9 +175,7 @@ void ZELTaddLint(ZELT_CommandLine &line)
         line.add("lint", "Judge dialog scripts: what in them can't have been meant",
                  "zel lint examples/*.ds --level warning", lint);
     const ZELT_Option files = command.addOption("FILE", call.files, "Dialog scripts");
-    command.addList("--disable", call.disabled, "RULE,RULE: codes or names to leave out");
-    command.addList("--only", call.only, "RULE,RULE: codes or names, and no others");
-    command.addOption("--level", call.level, "The least that counts: hint, warning or error");
+    ZELTaddLintOptions(command, call.rules);
     command.addFlag("--fix", call.fix, "Make the edits that are safe, and write the scripts");
     const ZELT_Option list = command.addFlag("--list", call.list, "List the rules");
     files.excludes(list);

@@ -4,15 +4,11 @@
 #include "ZELT_Script.h"
 #include "ZELT_Session.h"
 
-#include <DS/DS_Creator.h>
-#include <DS/DS_ScriptReader.h>
-#include <NOD/NOD_InterfaceDifference.h>
-#include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptRewrite.h>
 
 #include <iostream>
 #include <iterator>
-#include <set>
-#include <sstream>
+#include <optional>
 
 namespace
 {
@@ -24,54 +20,21 @@ struct Call
     bool allowLossFlag = false;
 };
 
-/// What the writer has no words for, by what it says itself and by what its script is read back as.
-bool tellLosses(const Call &call, const DS_ScriptReader &reader, const std::string &source,
-                const std::string &script, ZELT_Messages &messages)
-{
-    std::set<std::string> told;
-    for (const KIT_String &loss : reader.getLosses()) {
-        const std::string text = loss.toStdString();
-        told.insert(text.substr(0, text.rfind(": ")));
-        messages.add(KIT_ERROR_ABORT, theKITCommonCategory, KIT_COMMON_BAD_SCRIPT, call.file, 0,
-                     text);
-    }
-    NOD_Report report;
-    const auto before = call.file == "-" ? NOD_Interface::fromText(source, call.file, report)
-                                         : NOD_Interface::fromFile(call.file, report);
-    const auto after = NOD_Interface::fromText(script, call.file, report);
-    NOD_Report differences;
-    if (before && after) {
-        NODcompareInterfaces(*before, *after, differences);
-    }
-    for (NOD_Message message : differences.getMessages()) {
-        if (told.count(message.subject) == 0) {
-            message.file = call.file;
-            report.add(std::move(message));
-        }
-    }
-    messages.add(report);
-    return !messages.hasErrors();
-}
-
 int rewrite(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    DS_ScriptReader reader(call.file.c_str());
-    std::string source;
-    if (call.file == "-") {
-        source.assign(std::istreambuf_iterator<char>(std::cin), {});
-    }
-    if (!(call.file == "-" ? ZELTparseScriptText(source, call.file, reader.getPage(), messages)
-                           : ZELTparseScript(call.file, reader.getPage(), messages))) {
+    const NOD_RewriteOptions how{"zel rewrite", call.stamp};
+    NOD_Report report;
+    const std::optional<NOD_RewrittenScript> script =
+        call.file == "-"
+            ? NODrewriteScript(std::string(std::istreambuf_iterator<char>(std::cin), {}), call.file,
+                               how, report)
+            : NODrewriteScriptFile(call.file, how, report);
+    messages.add(report);
+    if (!script) {
         return 1;
     }
-    std::ostringstream script;
-    DS_Creator creator(reader, "zel rewrite");
-    creator.setStamp(call.stamp.empty() ? nullptr : call.stamp.c_str());
-    creator.prepareToWriteOutput();
-    creator.openOutput(script);
-    creator.writeOutput();
-    creator.closeOutput();
-    const bool wholeFlag = tellLosses(call, reader, source, script.str(), messages);
+    messages.add(script->losses);
+    const bool wholeFlag = !messages.hasErrors();
     if (!wholeFlag && !options.out.empty() && options.out != "-" && !call.allowLossFlag) {
         // The file may be the one that was read.
         messages.error(options.out, std::string("not all of it is carried; ") + theZELTLossOffer);
@@ -80,10 +43,10 @@ int rewrite(const Call &call, const ZELT_Options &options, ZELT_Messages &messag
     if (options.json) {
         ZELT_Json document;
         document["file"] = call.file;
-        document["script"] = script.str();
+        document["script"] = script->text;
         ZELTprintJson(document);
     } else {
-        std::cout << script.str();
+        std::cout << script->text;
     }
     return messages.hasErrors() ? 1 : 0;
 }

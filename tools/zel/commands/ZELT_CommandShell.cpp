@@ -1,6 +1,7 @@
 #include "ZELT_CommandLine.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
+#include "shell/ZELT_Interrupts.h"
 #include "shell/ZELT_LineReader.h"
 #include "shell/ZELT_Shell.h"
 #include "shell/ZELT_ShellCompletion.h"
@@ -41,8 +42,10 @@ int runShell(const Call &call, const ZELT_Options &options, ZELT_Messages &messa
     const bool wholeFlag = ZELTtakeFault(call.file, "", messages);
     const bool terminalFlag = isatty(STDIN_FILENO) == 1;
     const bool stopFlag = call.stop || (!terminalFlag && !call.keepGoing);
+    std::optional<ZELT_Interrupts> interrupts;
     std::optional<ZELT_LineReader> terminal;
     if (terminalFlag) {
+        interrupts.emplace();
         terminal.emplace(thePrompt,
                          [&](const std::string &text) { return ZELTcompleteLine(shell, text); });
     }

@@ -1,5 +1,8 @@
 #include "ZELT_LineReader.h"
 
+#include <BAS/BAS_Interrupt.h>
+
+#include <cstdio>
 #include <iostream>
 #include <utility>
 
@@ -11,8 +14,16 @@ public:
     Editor(const char *prompt, Complete) : myPrompt(prompt) {}
     bool read(std::string &line)
     {
-        std::cout << myPrompt << std::flush;
-        return bool(std::getline(std::cin, line));
+        for (;;) {
+            BAS_Interrupt::clear();
+            std::cout << myPrompt << std::flush;
+            if (std::getline(std::cin, line) || !BAS_Interrupt::isRequested()) {
+                return bool(std::cin);
+            }
+            std::clearerr(stdin);
+            std::cin.clear();
+            std::cout << '\n';
+        }
     }
 
 private:
@@ -24,7 +35,6 @@ private:
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
-#include <csignal>
 #include <cstdlib>
 #include <cwchar>
 #include <filesystem>
@@ -33,31 +43,6 @@ private:
 
 namespace
 {
-
-volatile std::sig_atomic_t theInterrupt = 0;
-
-void noteInterrupt(int)
-{
-    theInterrupt = 1;
-}
-
-/// While it lives, Ctrl-C ends a read instead of the process.
-class Interrupts
-{
-public:
-    Interrupts()
-    {
-        struct sigaction action = {};
-        action.sa_handler = noteInterrupt; // without SA_RESTART
-        sigaction(SIGINT, &action, &myBefore);
-    }
-    ~Interrupts() { sigaction(SIGINT, &myBefore, nullptr); }
-    Interrupts(const Interrupts &) = delete;
-    Interrupts &operator=(const Interrupts &) = delete;
-
-private:
-    struct sigaction myBefore = {};
-};
 
 /// "" if there is no place for it.
 std::filesystem::path historyFile()
@@ -77,8 +62,8 @@ int readCharacter(EditLine *, wchar_t *out)
     std::mbstate_t state = {};
     for (;;) {
         char byte = '\0';
-        const ssize_t count = theInterrupt ? -1 : ::read(STDIN_FILENO, &byte, 1);
-        if (count < 0 && errno == EINTR && !theInterrupt) {
+        const ssize_t count = BAS_Interrupt::isRequested() ? -1 : ::read(STDIN_FILENO, &byte, 1);
+        if (count < 0 && errno == EINTR && !BAS_Interrupt::isRequested()) {
             continue;
         }
         if (count <= 0) {
@@ -155,7 +140,6 @@ private:
 
     const char *const myPrompt;
     const Complete myComplete;
-    const Interrupts myInterrupts;
     const std::filesystem::path myFile = historyFile();
     EditLine *const myEdit;
     History *const myHistory;
@@ -195,12 +179,12 @@ ZELT_LineReader::Editor::~Editor()
 bool ZELT_LineReader::Editor::read(std::string &line)
 {
     for (;;) {
-        theInterrupt = 0;
+        BAS_Interrupt::clear();
         el_resize(myEdit);
         std::cout.flush();
         int length = 0;
         const char *const text = el_gets(myEdit, &length);
-        if (theInterrupt) {
+        if (BAS_Interrupt::isRequested()) {
             std::cout << "^C" << std::endl;
             el_reset(myEdit);
             continue;

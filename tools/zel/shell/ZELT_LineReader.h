@@ -5,10 +5,10 @@
 ///             $XDG_STATE_HOME/zel/history (~/.local/state/zel/history without that variable). It is
 ///             written after each line; of two sessions at once the last one's lines stay.
 /// Ownership:  owns the terminal's state while it lives.
-/// Threads:    one thread; one object at a time, since signals belong to the process.
+/// Threads:    one thread.
 /// Errors:     a history that can't be written is told once, and the session goes on.
 ///
-/// Ctrl-C gives up the line that is typed, or nothing while a command runs, and Ctrl-D ends the input. Without
+/// Ctrl-C, which ZELT_Interrupts notes, gives up the line that is typed, and Ctrl-D ends the input. Without
 /// libedit lines are read as they are, with neither history nor completion.
 #pragma once
 

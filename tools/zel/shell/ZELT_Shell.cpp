@@ -2,9 +2,11 @@
 
 #include "ZELT_Captured.h"
 #include "ZELT_Format.h"
+#include "ZELT_Interrupts.h"
 #include "ZELT_Json.h"
 #include "ZELT_Script.h"
 
+#include <BAS/BAS_Interrupt.h>
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_ErrorManager.h>
@@ -139,8 +141,10 @@ void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &w
     const TRK_EvalContext::Scope context(BASgetSTID(), myTime);
     const TRK_EvalContext::Work work;
     const ZEL_InputBudget budget(std::int64_t(line.size()));
+    const ZELT_Interrupts::Command running((command.flags & ZELT_SHELL_FINISHES) == 0);
     if ((command.flags & ZELT_SHELL_SEES_MESSAGES) != 0) {
         callAndTell(command, words);
+        takeInterrupt(nullptr);
         return;
     }
     // Saves and loads stop at an error, so earlier ones that aren't printed yet are set aside.
@@ -153,8 +157,21 @@ void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &w
             step->change(getNode());
         }
         callAndTell(command, words);
+        takeInterrupt(step ? &*step : nullptr);
     }
+    takeInterrupt(nullptr); // of what the step's end has evaluated
     scope.getOuterManager().stealErrors(scope.getManager());
+}
+
+/// What a command that was stopped has changed may be half of it.
+void ZELT_Shell::takeInterrupt(NOD_Edit *step)
+{
+    if (!BAS_Interrupt::isRequested()) {
+        return;
+    }
+    BAS_Interrupt::clear();
+    const bool backFlag = step && step->cancel();
+    fail(backFlag ? "interrupted: nothing is changed" : "interrupted");
 }
 
 bool ZELT_Shell::runAction(const ZELT_ShellAction *begin, const ZELT_ShellAction *end,
@@ -189,6 +206,9 @@ const NOD_Interface *ZELT_Shell::findScript()
 
 void ZELT_Shell::fail(const std::string &reason)
 {
+    if (BAS_Interrupt::isRequested()) {
+        return; // what was cut short fails; takeInterrupt() says so
+    }
     myReasons.push_back(reason);
     if (!myJsonFlag) {
         std::cout << "! " << ZELTprintable(reason) << '\n';

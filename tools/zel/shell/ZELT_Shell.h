@@ -40,8 +40,9 @@ using ZELT_ShellWords = std::vector<std::string>;
 enum ZELT_ShellFlag : unsigned
 {
     ZELT_SHELL_PLAIN = 0,
-    ZELT_SHELL_EDITS = 1,        ///< a step that can be undone
-    ZELT_SHELL_SEES_MESSAGES = 2 ///< the messages of earlier commands are in the error manager
+    ZELT_SHELL_EDITS = 1,         ///< a step that can be undone
+    ZELT_SHELL_SEES_MESSAGES = 2, ///< the messages of earlier commands are in the error manager
+    ZELT_SHELL_FINISHES = 4       ///< an interrupt doesn't stop it: it writes files or restores
 };
 
 /// A command, as a row of its subject's table.
@@ -155,6 +156,7 @@ private:
     void dispatch(const ZELT_ShellWords &words, std::string_view line);
     void call(const ZELT_ShellCommand &command, const ZELT_ShellWords &words,
               std::string_view line);
+    void takeInterrupt(NOD_Edit *step);
     void callAndTell(const ZELT_ShellCommand &command, const ZELT_ShellWords &words);
 
     ZELT_Messages &myMessages;

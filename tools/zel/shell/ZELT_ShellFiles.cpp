@@ -3,8 +3,10 @@
 #include "ZELT_Shell.h"
 
 #include "ZELT_File.h"
+
 #include "ZELT_Messages.h"
 
+#include <BAS/BAS_Interrupt.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ValueFile.h>
 
@@ -66,7 +68,8 @@ void save(ZELT_Shell &shell, const ZELT_ShellWords &words)
     } else {
         shell.tell(report);
     }
-    if (savedFlag && !ZELTwriteFile(words[2], os.str(), shell.getMessages())) {
+    if (savedFlag && !BAS_Interrupt::isRequested() &&
+        !ZELTwriteFile(words[2], os.str(), shell.getMessages())) {
         shell.fail(words[2] + " isn't written");
     }
 }

@@ -52,10 +52,10 @@ void redo(ZELT_Shell &shell, const ZELT_ShellWords &)
 }
 
 constexpr ZELT_ShellCommand theCommands[] = {
-    {"snapshot", "[NAME]", 0, 1, ZELT_SHELL_PLAIN, snapshot},
-    {"restore", "NAME", 1, 1, ZELT_SHELL_EDITS, restore},
-    {"undo", "", 0, 0, ZELT_SHELL_PLAIN, undo},
-    {"redo", "", 0, 0, ZELT_SHELL_PLAIN, redo},
+    {"snapshot", "[NAME]", 0, 1, ZELT_SHELL_FINISHES, snapshot},
+    {"restore", "NAME", 1, 1, ZELT_SHELL_EDITS | ZELT_SHELL_FINISHES, restore},
+    {"undo", "", 0, 0, ZELT_SHELL_FINISHES, undo},
+    {"redo", "", 0, 0, ZELT_SHELL_FINISHES, redo},
 };
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "ZELT_Script.h"
 #include "ZELT_Show.h"
 
+#include <BAS/BAS_Interrupt.h>
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_String.h>
@@ -47,6 +48,9 @@ std::string marksOf(const ZEL_Parm &parm)
 
 void printParm(ZELT_Shell &shell, const std::string &path, const ZEL_Parm &parm)
 {
+    if (BAS_Interrupt::isRequested()) {
+        return;
+    }
     const int thread = BASgetSTID();
     std::cout << path << parm.getToken();
     const int size = parm.getTemplatePtr()->isSwitcher() ? 0 : parm.getVectorSize();

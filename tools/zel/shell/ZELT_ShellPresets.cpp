@@ -99,7 +99,8 @@ void preset(ZELT_Shell &shell, const ZELT_ShellWords &words)
 }
 
 constexpr ZELT_ShellCommand theCommands[] = {
-    {"preset", "list|load|save|replace|delete [NAME] [FOLDER]", 1, 3, ZELT_SHELL_EDITS, preset},
+    {"preset", "list|load|save|replace|delete [NAME] [FOLDER]", 1, 3,
+     ZELT_SHELL_EDITS | ZELT_SHELL_FINISHES, preset},
 };
 
 } // namespace

@@ -1,0 +1,3 @@
+#include <BAS/BAS_Interrupt.h>
+
+std::atomic<bool> BAS_Interrupt::theFlag{false};

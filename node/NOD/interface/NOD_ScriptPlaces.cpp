@@ -1,0 +1,117 @@
+#include <NOD/interface/NOD_ScriptPlacesPrivate.h>
+
+#include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_String.h>
+#include <ZEL/ZEL_ScriptParm.h>
+#include <ZEL/ZEL_Template.h>
+
+#include <algorithm>
+
+namespace
+{
+
+std::string unescaped(const std::string &raw)
+{
+    KIT_String text(raw);
+    text.expandControlSequences(0);
+    return text.toStdString();
+}
+
+} // namespace
+
+void NOD_ScriptPlaces::open()
+{
+    if (myTokens || !myScript.getPage()) {
+        return;
+    }
+    myParms = NODscriptParms(myScript);
+    myTokens.emplace(myScript.getText(), myScript.getFile(), myScript.getIncludes());
+    if (myTokens->isWhole()) {
+        myShape.emplace(*myTokens);
+        for (const NOD_ScriptShape::Block &block : myShape->getBlocks()) {
+            myBlocks.emplace((*myTokens)[block.header].line, &block);
+        }
+    }
+}
+
+const NOD_ScriptShape::Block *NOD_ScriptPlaces::findBlock(const ZEL_Template &one)
+{
+    open();
+    const auto parm = myParms.find(one.getNamePtr());
+    if (!myShape || parm == myParms.end()) {
+        return nullptr;
+    }
+    const auto [begin, end] = myBlocks.equal_range(parm->second->getLine());
+    const std::string name = one.getToken() ? one.getToken() : "";
+    const NOD_ScriptShape::Block *found = nullptr;
+    for (auto row = begin; row != end; ++row) {
+        const NOD_ScriptShape::Block &block = *row->second;
+        const int header = block.header;
+        if (myTokens->getPlace(header, header).file != parm->second->getFile().nonNullStr()) {
+            continue;
+        }
+        // Several may begin on the line.
+        if (!found || (block.name == name && found->name != name)) {
+            found = &block;
+        }
+    }
+    return found;
+}
+
+template <class Take>
+std::shared_ptr<KIT_MessageDetail>
+NOD_ScriptPlaces::search(const ZEL_Template &one, const std::string &keyword, const Take &take)
+{
+    const NOD_ScriptShape::Block *const block = findBlock(one);
+    if (!block) {
+        return nullptr;
+    }
+    auto detail = std::make_shared<KIT_MessageDetail>();
+    detail->subject = one.getToken() ? one.getToken() : "";
+    detail->place = myTokens->getPlace(block->header, block->header);
+    detail->includedFrom = myTokens->getIncluders(block->header);
+    for (const Statement &statement : block->statements) {
+        const std::string &word = (*myTokens)[statement.begin].text;
+        if (keyword.empty() || statement.block >= 0 ||
+            word.compare(0, keyword.size(), keyword) != 0) {
+            continue;
+        }
+        detail->place = myTokens->getPlace(statement.begin, statement.begin);
+        for (int i = statement.begin + 1; i < statement.end; ++i) {
+            if (take(i, detail->place)) {
+                return detail;
+            }
+        }
+    }
+    return detail;
+}
+
+std::shared_ptr<KIT_MessageDetail> NOD_ScriptPlaces::find(const ZEL_Template &one,
+                                                          const std::string &keyword,
+                                                          const std::string &text,
+                                                          std::size_t offset)
+{
+    return search(one, keyword, [&](int token, KIT_MessagePlace &place) {
+        const std::string &raw = (*myTokens)[token].text;
+        const std::size_t at = unescaped(raw).find(text);
+        if (at == std::string::npos) {
+            return false;
+        }
+        place = myTokens->getPlaceIn(token, NODrawOffset(raw, at + offset));
+        return true;
+    });
+}
+
+std::shared_ptr<KIT_MessageDetail> NOD_ScriptPlaces::findWord(const ZEL_Template &one,
+                                                              const std::string &keyword,
+                                                              const std::string &word)
+{
+    return search(one, keyword, [&](int token, KIT_MessagePlace &place) {
+        const std::string text = unescaped((*myTokens)[token].text);
+        if (text != word && !word.empty()) {
+            return false;
+        }
+        place = myTokens->getPlace(token, token);
+        return true;
+    });
+}

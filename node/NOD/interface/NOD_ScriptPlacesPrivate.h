@@ -1,0 +1,50 @@
+/// \file NOD_ScriptPlacesPrivate.h
+/// Where in a script its parameters, and what is said of them, are written.
+///
+/// Ownership:  borrows the interface.
+/// Threads:    one thread at a time.
+/// Cost:       nothing until the first place is asked for; then the script is read again, once.
+#pragma once
+
+#include <NOD/interface/NOD_ScriptParmsPrivate.h>
+#include <NOD/interface/NOD_ScriptShapePrivate.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+class ZEL_Template;
+struct KIT_MessageDetail;
+struct KIT_MessagePlace;
+
+class NOD_ScriptPlaces
+{
+public:
+    explicit NOD_ScriptPlaces(const NOD_Interface &script) : myScript(script) {}
+
+    /// The text in a statement of a parameter whose keyword begins with `keyword`, at `offset` bytes
+    /// of what the text means; else that statement's keyword, else that of the parameter's block. Null
+    /// for an interface without a script, and for what the script doesn't describe.
+    std::shared_ptr<KIT_MessageDetail> find(const ZEL_Template &one, const std::string &keyword,
+                                            const std::string &text, std::size_t offset);
+    /// The word that is `word`, all of it, in such a statement; else as find().
+    std::shared_ptr<KIT_MessageDetail> findWord(const ZEL_Template &one, const std::string &keyword,
+                                                const std::string &word);
+
+private:
+    using Statement = NOD_ScriptShape::Statement;
+
+    void open();
+    const NOD_ScriptShape::Block *findBlock(const ZEL_Template &one);
+    /// Calls `take` for each word after the keyword of such a statement until it returns true.
+    template <class Take>
+    std::shared_ptr<KIT_MessageDetail> search(const ZEL_Template &one, const std::string &keyword,
+                                              const Take &take);
+
+    const NOD_Interface &myScript;
+    NOD_ScriptParms myParms;
+    std::optional<NOD_ScriptTokens> myTokens;
+    std::optional<NOD_ScriptShape> myShape;
+    std::unordered_multimap<int, const NOD_ScriptShape::Block *> myBlocks; ///< by line
+};

@@ -1,0 +1,281 @@
+#include <NOD/server/NOD_ServerPassPrivate.h>
+
+#include <KIT/KIT_IStream.h>
+#include <KIT/KIT_MessageDetail.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptCheck.h>
+#include <NOD/interface/NOD_ScriptDetailPrivate.h>
+#include <NOD/server/NOD_ServerSourcePrivate.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <new>
+#include <set>
+#include <utility>
+
+namespace
+{
+
+using Finding = NOD_ServerFinding;
+
+constexpr const char *theReader = "zel";
+constexpr const char *theJudge = "zel lint";
+
+Finding::Severity severityOf(KIT_ErrorSeverity severity)
+{
+    return severity >= KIT_ERROR_ABORT     ? Finding::ERROR
+           : severity == KIT_ERROR_WARNING ? Finding::WARNING
+                                           : Finding::INFORMATION;
+}
+
+Finding::Severity severityOf(NOD_LintLevel level)
+{
+    return level == NOD_LintLevel::ERROR     ? Finding::ERROR
+           : level == NOD_LintLevel::WARNING ? Finding::WARNING
+                                             : Finding::HINT;
+}
+
+/// The offset of a character of UTF-8 in a line, from 0.
+std::size_t skipCharacters(const std::string &text, std::size_t at, int count)
+{
+    while (count > 0 && at < text.size() && text[at] != '\n') {
+        do {
+            ++at;
+        } while (at < text.size() && (static_cast<unsigned char>(text[at]) & 0xc0) == 0x80);
+        --count;
+    }
+    return at;
+}
+
+/// What the file `.zel-lint` beside a script says.
+void readLintFile(const std::string &script, NOD_LintOptions &options, NOD_Report &report)
+{
+    const std::string file = (std::filesystem::path(script).parent_path() / ".zel-lint").string();
+    std::error_code fault;
+    if (std::filesystem::is_regular_file(file, fault)) {
+        std::ifstream is(file, std::ios::binary);
+        options.readFile(std::string(std::istreambuf_iterator<char>(is), {}), file, report);
+    }
+}
+
+} // namespace
+
+NOD_ServerPass::NOD_ServerPass(std::string uri, std::string path,
+                               std::shared_ptr<const NOD_ServerText> text,
+                               const NOD_ServerRules &rules)
+    : myUri(std::move(uri)), myPath(std::move(path)), myText(std::move(text)), myRules(rules)
+{}
+
+void NOD_ServerPass::run()
+{
+    try {
+        if (myText->get().size() <= theMostBytes) {
+            read();
+            return;
+        }
+        tell("the script is larger than " + std::to_string(theMostBytes >> 20) +
+             " MB: the server doesn't check it, zel check does");
+    } catch (const std::bad_alloc &) {
+        myInterface.reset();
+        myFindings.clear();
+        tell("there is not enough memory to check the script");
+    }
+}
+
+void NOD_ServerPass::read()
+{
+    const std::string &text = myText->get();
+    myFeeds = {0};
+    for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 1)) {
+        myFeeds.push_back(at + 1);
+    }
+    NOD_Report said;
+    myInterface = NODcheckScript(text, myPath, said, myRules.includes);
+    const bool wholeFlag = NODscriptHead(text, myPath).empty();
+    if (myInterface && wholeFlag && myRules.lintFlag) {
+        NOD_LintOptions options;
+        if (myRules.includes != NOD_Interface::Includes::NONE) {
+            readLintFile(myPath, options, said);
+        }
+        NOD_Judgement judged = NODjudge(*myInterface, options, said);
+        for (const NOD_LintFinding &finding : judged.findings) {
+            add(finding);
+        }
+        said = std::move(judged.rest);
+    }
+    for (const NOD_Message &message : said.getMessages()) {
+        myFindings.push_back(findingOf(message));
+    }
+    std::stable_sort(myFindings.begin(), myFindings.end(), [](const Finding &a, const Finding &b) {
+        return std::pair(a.begin, a.end) < std::pair(b.begin, b.end);
+    });
+    cut();
+}
+
+/// Errors stay before what is less.
+void NOD_ServerPass::cut()
+{
+    if (myFindings.size() <= theMostFindings) {
+        return;
+    }
+    const std::size_t more = myFindings.size() - theMostFindings;
+    std::stable_sort(myFindings.begin(), myFindings.end(),
+                     [](const Finding &a, const Finding &b) { return a.severity < b.severity; });
+    myFindings.resize(theMostFindings);
+    std::stable_sort(myFindings.begin(), myFindings.end(),
+                     [](const Finding &a, const Finding &b) { return a.begin < b.begin; });
+    tell(std::to_string(more) + " more findings aren't shown");
+}
+
+/// About the whole script, in front of all.
+void NOD_ServerPass::tell(const std::string &text)
+{
+    Finding finding;
+    finding.severity = Finding::INFORMATION;
+    finding.source = theReader;
+    finding.text = text;
+    myFindings.insert(myFindings.begin(), std::move(finding));
+}
+
+std::size_t NOD_ServerPass::lineBegin(std::size_t line) const
+{
+    return line == 0 ? 0 : myFeeds[std::min(line, myFeeds.size()) - 1];
+}
+
+/// Of a place that is only a line, or a line and a column: the word there, or what the line has.
+void NOD_ServerPass::setWord(Finding &finding, std::size_t line, std::size_t column)
+{
+    const std::string &text = myText->get();
+    std::size_t at = lineBegin(line);
+    const std::size_t end = std::min(text.find('\n', at), text.size());
+    if (column == 0) {
+        at = std::min(text.find_first_not_of(" \t", at), end);
+        finding.begin = at;
+        finding.end = std::max(at, end - (end > at && text[end - 1] == '\r' ? 1 : 0));
+        return;
+    }
+    constexpr std::size_t theLongestWord = 200;
+    finding.begin = findColumn(line, column);
+    const NOD_ServerSource word(std::string_view(text).substr(
+        finding.begin, std::min(end - std::min(finding.begin, end), theLongestWord)));
+    const std::size_t size = word.getTokens().empty() ? 0 : word.token(0).end;
+    finding.end = finding.begin + size;
+}
+
+/// The offset of a column in characters.
+std::size_t NOD_ServerPass::findColumn(std::size_t line, std::size_t column)
+{
+    const std::string &text = myText->get();
+    if (myColumn.line != line || myColumn.column > column || myColumn.column == 0) {
+        const std::string_view mark = KIT_IStream::theByteOrderMark;
+        const bool markFlag = line <= 1 && text.compare(0, mark.size(), mark) == 0;
+        myColumn = {line, 1, lineBegin(line) + (markFlag ? mark.size() : 0)};
+    }
+    myColumn.offset = skipCharacters(text, myColumn.offset, int(column - myColumn.column));
+    myColumn.column = column;
+    return myColumn.offset;
+}
+
+Finding NOD_ServerPass::findingOf(const NOD_Message &message)
+{
+    Finding finding;
+    finding.severity = severityOf(message.severity);
+    finding.source = theReader;
+    finding.code = message.category + " " + std::to_string(message.code);
+    finding.text = message.subject.empty() ? message.text : message.subject + ": " + message.text;
+    const bool ownFlag = message.file.empty() || message.file == myPath;
+    if (message.detail) {
+        setPlace(finding, *message.detail);
+    } else if (ownFlag) {
+        setWord(finding, std::size_t(std::max(message.line, 0)), 0);
+    } else {
+        KIT_MessagePlace place;
+        place.file = message.file;
+        place.line = message.line;
+        addRelated(finding, place, message.text);
+    }
+    return finding;
+}
+
+void NOD_ServerPass::setPlace(Finding &finding, const KIT_MessageDetail &detail)
+{
+    const KIT_MessagePlace *own = &detail.place;
+    if (own->file != myPath && !detail.includedFrom.empty()) {
+        addRelated(finding, *own, finding.text);
+        own = &detail.includedFrom.back();
+    }
+    const std::size_t size = myText->get().size();
+    if (own->file != myPath) {
+        addRelated(finding, *own, finding.text);
+    } else if (own->offset >= 0) {
+        finding.begin = std::min(std::size_t(own->offset), size);
+        finding.end =
+            std::clamp(std::size_t(std::max(own->endOffset, own->offset)), finding.begin, size);
+    } else {
+        setWord(finding, std::size_t(std::max(own->line, 0)), 0);
+    }
+    if (!detail.hint.empty()) {
+        finding.text += "; " + detail.hint;
+    }
+    for (const KIT_MessageRelated &related : detail.related) {
+        addRelated(finding, related.place, related.text);
+    }
+    for (const KIT_MessageFix &fix : detail.fixes) {
+        NOD_ServerFix mended{fix.what, {}, false};
+        for (const KIT_MessageEdit &edit : fix.edits) {
+            if (edit.place.file == myPath && edit.place.offset >= 0) {
+                mended.edits.push_back({std::min(std::size_t(edit.place.offset), size),
+                                        std::min(std::size_t(edit.place.endOffset), size),
+                                        edit.text});
+            }
+        }
+        if (mended.edits.size() == fix.edits.size() && !fix.edits.empty()) {
+            finding.fixes.push_back(std::move(mended));
+        }
+    }
+}
+
+void NOD_ServerPass::addRelated(Finding &finding, const KIT_MessagePlace &place,
+                                const std::string &text) const
+{
+    Finding::Related related;
+    related.text = text;
+    if (place.file == myPath || place.file.empty()) {
+        const std::size_t size = myText->get().size();
+        const std::size_t at = place.offset >= 0 ? std::size_t(place.offset)
+                                                 : lineBegin(std::size_t(std::max(place.line, 0)));
+        related.begin = std::min(at, size);
+        related.end = std::clamp(std::size_t(std::max<std::int64_t>(place.endOffset, 0)),
+                                 related.begin, size);
+    } else {
+        related.file = place.file;
+        const long line = std::max(place.line, 1) - 1;
+        const std::string_view source = place.source;
+        const NOD_ServerText one = myText->makeLike(std::string(source));
+        const auto unit = [&](int column) {
+            return one.findPosition(std::size_t(std::max(column, 1) - 1)).unit;
+        };
+        related.from = {line, unit(place.column)};
+        related.to = {line, place.endLine > place.line
+                                ? long(one.findPosition(source.size()).unit)
+                                : unit(std::max(place.endColumn, place.column))};
+    }
+    finding.related.push_back(std::move(related));
+}
+
+void NOD_ServerPass::add(const NOD_LintFinding &found)
+{
+    Finding finding = findingOf(found.message);
+    finding.severity = severityOf(found.rule->level);
+    finding.source = theJudge;
+    finding.code = found.rule->code;
+    const std::vector<std::string> &meant = found.message.detail->expected;
+    finding.text += meant.empty() ? "" : "; did you mean " + meant.front() + "?";
+    for (NOD_ServerFix &fix : finding.fixes) {
+        fix.title = std::string("fix ") + found.rule->name;
+        fix.safeFlag = true;
+    }
+    myFindings.push_back(std::move(finding));
+}
