@@ -104,7 +104,7 @@ std::string shapeOf(const NOD_Record *contents)
     for (const auto &part : contents ? contents->getParts() : theNoParts) {
         const Kind kind = part->getKind();
         if (kind == Kind::SECTION &&
-            (NOD_NodeSections().findText(part->getName()) || part->getName() == theNodeSection)) {
+            (NODisNodeKind(part->getName()) || part->getName() == theNodeSection)) {
             shape += "section " + part->getName() + "\n";
         } else if (kind == Kind::FORM || kind == Kind::LANGUAGE) {
             shape += NODvalueText(part->getValue()) + "\n";
