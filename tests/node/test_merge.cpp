@@ -241,8 +241,8 @@ int countOf(const NOD_Record &record, const std::multiset<std::string> &lines)
 }
 
 /// Of items that both sides have changed it may be seen in another way which is which: what counts is what is there.
-bool isDone(const NOD_Change &change, const NOD_Record &base, const NOD_Record &made,
-            const NOD_Difference &done)
+bool isDone(const NOD_Change &change, const NOD_Record &base, const NOD_Record &side,
+            const NOD_Record &made, const NOD_Difference &done)
 {
     const NOD_PathStep &last = change.getPath().back();
     const NOD_RecordPath &path = change.getPath();
@@ -258,6 +258,7 @@ bool isDone(const NOD_Change &change, const NOD_Record &base, const NOD_Record &
                                        : has(made, last.kind, last.name, nullptr);
     case Verb::REMOVED:
         return last.kind != Kind::ITEM ||
+               countOf(side, linesOf(*change.record)) > 0 || // another one
                countOf(made, linesOf(*change.record)) < countOf(base, linesOf(*change.record));
     default: return false;
     }
@@ -277,7 +278,7 @@ std::string lostOf(const Merged &merged, const NOD_Document &side)
                 return isCoveredBy(conflict, change);
             });
         if (isPromised(change, base, side.getTop()) && !isIn(change, done) && !toldFlag &&
-            !isDone(change, base, merged.made.getTop(), done)) {
+            !isDone(change, base, side.getTop(), merged.made.getTop(), done)) {
             lost += std::string(NOD_Change::getVerbName(change.verb)) + " " +
                     NODpathText(change.getPath()) + " of " + NODtraitsOf(change.getKind()).word +
                     "\n";

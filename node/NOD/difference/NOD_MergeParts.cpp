@@ -81,6 +81,19 @@ std::string groupOf(const NOD_Record &part, Whole whole)
     }
 }
 
+/// Spare parameters that not all states have as they are: their values go with them.
+std::unordered_set<std::string> changedSpares(const std::vector<Triple> &parts)
+{
+    std::unordered_set<std::string> names;
+    for (const Triple &part : parts) {
+        if (anyOf(part).getKind() == Kind::SPARE &&
+            !(areSame(part.base, part.ours) && areSame(part.base, part.theirs))) {
+            names.insert(anyOf(part).getName());
+        }
+    }
+    return names;
+}
+
 NOD_Value formOf(const NOD_Record *record)
 {
     return record ? record->valueOf(Kind::FORM) : NOD_Value();
@@ -268,10 +281,16 @@ void NOD_MergeParts::mergeParts(const Triple &triple, Slots &slots)
                         : haveOtherShapes(triple) ? Whole::CONTENTS
                                                   : Whole::NONE;
     std::map<std::string, Triples> groups;
-    for (const Triple &part : triplesOf(triple)) {
-        const std::string group = groupOf(anyOf(part), whole);
+    const Triples parts = triplesOf(triple);
+    const std::unordered_set<std::string> spares = changedSpares(parts);
+    for (const Triple &part : parts) {
+        const NOD_Record &one = anyOf(part);
+        const bool spareFlag = (one.getKind() == Kind::PARM || one.getKind() == Kind::SPARE) &&
+                               spares.count(one.getName()) != 0;
+        const std::string group =
+            spareFlag && whole == Whole::NONE ? "spare " + one.getName() : groupOf(one, whole);
         if (group.empty()) {
-            mergePart(part, slots);
+            mergePart(part, triple.base != nullptr, slots);
         } else {
             groups[group].push_back(part);
         }
@@ -283,7 +302,7 @@ void NOD_MergeParts::mergeParts(const Triple &triple, Slots &slots)
             return std::make_pair(one.getKind(), one.getName()) <
                    std::make_pair(other.getKind(), other.getName());
         });
-        mergeGroup(group, slots);
+        mergeGroup(group, triple.base != nullptr, slots);
     }
 }
 
@@ -294,7 +313,7 @@ void NOD_MergeParts::take(const Triple &triple, Side side, Slots &slots)
     }
 }
 
-void NOD_MergeParts::mergeGroup(const Triples &group, Slots &slots)
+void NOD_MergeParts::mergeGroup(const Triples &group, bool hasBase, Slots &slots)
 {
     const auto areAll = [&](Side left, Side right) {
         return std::all_of(group.begin(), group.end(),
@@ -322,6 +341,7 @@ void NOD_MergeParts::mergeGroup(const Triples &group, Slots &slots)
                         : conflict.base.isThere() ? NOD_Conflict::Kind::BOTH_CHANGED
                                                   : NOD_Conflict::Kind::BOTH_ADDED;
         side = myJudge.decide(std::move(conflict));
+        side = side == Side::BASE && !hasBase ? Side::OURS : side;
     } else if (areAll(Side::BASE, Side::OURS)) {
         side = Side::THEIRS;
     }
@@ -343,11 +363,11 @@ bool NOD_MergeParts::hasMoved(const Triple &triple, Side side) const
            !(side == Side::OURS ? myOurs : myTheirs).stays(*triple.base);
 }
 
-void NOD_MergeParts::mergePart(const Triple &triple, Slots &slots)
+void NOD_MergeParts::mergePart(const Triple &triple, bool hasBase, Slots &slots)
 {
     const auto &[base, ours, theirs] = triple;
     if (ours && theirs) {
-        std::unique_ptr<NOD_Record> made = base ? merge(triple) : mergeAdded(triple);
+        std::unique_ptr<NOD_Record> made = base ? merge(triple) : mergeAdded(triple, hasBase);
         if (made) {
             slots.push_back({triple, std::move(made)});
         }
@@ -377,8 +397,8 @@ void NOD_MergeParts::mergeRemoved(const Triple &triple, Slots &slots)
     }
 }
 
-/// By both sides; null if neither stands.
-std::unique_ptr<NOD_Record> NOD_MergeParts::mergeAdded(const Triple &triple)
+/// By both sides; null if neither stands. Of what it is in without a base there is nothing else to stand.
+std::unique_ptr<NOD_Record> NOD_MergeParts::mergeAdded(const Triple &triple, bool hasBase)
 {
     if (areSame(triple.ours, triple.theirs)) {
         return triple.ours->copy();
@@ -391,10 +411,10 @@ std::unique_ptr<NOD_Record> NOD_MergeParts::mergeAdded(const Triple &triple)
         return merge(triple);
     }
     const Side side = myJudge.decide(NOD_Conflict::Kind::BOTH_ADDED, triple);
-    if (side == Side::BASE) {
+    if (side == Side::BASE && hasBase && triple.ours->getKind() != Kind::CONTENTS) {
         return nullptr;
     }
-    auto made = triple.of(side)->copy();
+    auto made = triple.of(side == Side::BASE ? Side::OURS : side)->copy();
     myJudge.setPlace(made.get());
     return made;
 }
