@@ -118,11 +118,20 @@ bool isOfItemChannel(const NOD_RecordPath &path)
     return false;
 }
 
+bool hasDriver(const NOD_Record &record)
+{
+    const NOD_Record::Parts &parts = record.getParts();
+    return record.getKind() == Kind::DRIVER ||
+           std::any_of(parts.begin(), parts.end(),
+                       [](const auto &part) { return hasDriver(*part); });
+}
+
 /// Layout, and numbers beside channels, aren't promised.
 bool isPromised(const NOD_Change &change, const NOD_Record &old, const NOD_Record &made)
 {
     const NOD_RecordTraits &traits = NODtraitsOf(change.getKind());
     if (traits.comparison == NOD_Comparison::LAYOUT || isOfItemChannel(change.getPath()) ||
+        (change.getKind() == Kind::ITEM && change.record && hasDriver(*change.record)) ||
         (change.verb == Verb::MOVED && traits.siblings == NOD_Siblings::LISTED)) {
         return false;
     }
