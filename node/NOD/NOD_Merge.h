@@ -11,7 +11,7 @@
 /// The states are exact ones (NOD_Document.h), so that the merged one can be written. Different parts of a thing are
 /// merged one by one, down to the component of a value and the number of a key. A few parts are one thing, in
 /// which two edits are a conflict: a component's value and the channel that drives it; the two slopes of a key;
-/// an expression and its language; all of an entry whose form differs. The contents of two nodes of different types are
+/// an expression and its language; all of an entry whose form differs; a spare parameter that changed, and its value. The contents of two nodes of different types are
 /// one thing, too.
 ///
 /// Items, nodes and spare parameters that both sides added at one place are both there, ours first. Equal edits are

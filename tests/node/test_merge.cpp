@@ -118,11 +118,20 @@ bool isOfItemChannel(const NOD_RecordPath &path)
     return false;
 }
 
+bool hasDriver(const NOD_Record &record)
+{
+    const NOD_Record::Parts &parts = record.getParts();
+    return record.getKind() == Kind::DRIVER ||
+           std::any_of(parts.begin(), parts.end(),
+                       [](const auto &part) { return hasDriver(*part); });
+}
+
 /// Layout, and numbers beside channels, aren't promised.
 bool isPromised(const NOD_Change &change, const NOD_Record &old, const NOD_Record &made)
 {
     const NOD_RecordTraits &traits = NODtraitsOf(change.getKind());
     if (traits.comparison == NOD_Comparison::LAYOUT || isOfItemChannel(change.getPath()) ||
+        (change.getKind() == Kind::ITEM && change.record && hasDriver(*change.record)) ||
         (change.verb == Verb::MOVED && traits.siblings == NOD_Siblings::LISTED)) {
         return false;
     }
@@ -192,59 +201,6 @@ bool isIn(const NOD_Change &change, const NOD_Difference &difference)
     return std::any_of(difference.getChanges().begin(), difference.getChanges().end(), isIt);
 }
 
-/// Which node is which may be seen in another way in the merged state.
-bool hasNodes(const NOD_Difference &difference)
-{
-    const auto &all = difference.getChanges();
-    return std::any_of(all.begin(), all.end(),
-                       [](const NOD_Change &one) { return one.getKind() == Kind::NODE; });
-}
-
-/// Edits of one side that are neither done nor told.
-std::string lostOf(const Merged &merged, const NOD_Document &side)
-{
-    std::string lost;
-    const NOD_Record &base = merged.base.getTop();
-    const auto there = NOD_Difference::between(base, side.getTop(), exactly());
-    const auto done = NOD_Difference::between(base, merged.made.getTop(), exactly());
-    for (const NOD_Change &change : there.getChanges()) {
-        const auto &conflicts = merged.merge.getConflicts();
-        const bool toldFlag =
-            std::any_of(conflicts.begin(), conflicts.end(), [&](const NOD_Conflict &conflict) {
-                return isCoveredBy(conflict, change);
-            });
-        const NOD_PathStep &last = change.getPath().back();
-        const bool elsewhereFlag =
-            change.verb == Verb::CHANGED && hasNodes(done) &&
-            has(merged.made.getTop(), last.kind, last.name, &change.newValue);
-        if (isPromised(change, base, side.getTop()) && !isIn(change, done) && !toldFlag &&
-            !elsewhereFlag) {
-            lost += std::string(NOD_Change::getVerbName(change.verb)) + " " +
-                    NODpathText(change.getPath()) + " of " + NODtraitsOf(change.getKind()).word +
-                    "\n";
-        }
-    }
-    return lost;
-}
-
-/// Kinds and the three sides; ours and theirs exchanged if asked for.
-std::multiset<std::string> conflictsOf(const NOD_Merge &merge, bool swapped)
-{
-    std::multiset<std::string> all;
-    for (const NOD_Conflict &conflict : merge.getConflicts()) {
-        const NOD_ConflictSide *sides[] = {&conflict.base, &conflict.ours, &conflict.theirs};
-        if (swapped) {
-            std::swap(sides[1], sides[2]);
-        }
-        std::string line = NOD_Conflict::getKindName(conflict.kind);
-        for (const NOD_ConflictSide *side : sides) {
-            line += "; " + NODpathText(side->path) + " " + side->asText();
-        }
-        all.insert(line);
-    }
-    return all;
-}
-
 /// All there is and counts, in no order, and without the numbers that items have in names.
 std::multiset<std::string> linesOf(const NOD_Record &record, const std::string &path = {},
                                    bool itemFlag = false)
@@ -273,6 +229,89 @@ std::multiset<std::string> linesOf(const NOD_Record &record, const std::string &
         lines.merge(linesOf(*part, here, itemFlag || kind == Kind::ITEM));
     }
     return lines;
+}
+
+/// Which node is which may be seen in another way in the merged state.
+bool hasNodes(const NOD_Difference &difference)
+{
+    const auto &all = difference.getChanges();
+    return std::any_of(all.begin(), all.end(),
+                       [](const NOD_Change &one) { return one.getKind() == Kind::NODE; });
+}
+
+/// How many items there are with these contents.
+int countOf(const NOD_Record &record, const std::multiset<std::string> &lines)
+{
+    int count = record.getKind() == Kind::ITEM && linesOf(record) == lines ? 1 : 0;
+    for (const auto &part : record.getParts()) {
+        count += countOf(*part, lines);
+    }
+    return count;
+}
+
+/// Of items that both sides have changed it may be seen in another way which is which: what counts is what is there.
+bool isDone(const NOD_Change &change, const NOD_Record &base, const NOD_Record &side,
+            const NOD_Record &made, const NOD_Difference &done)
+{
+    const NOD_PathStep &last = change.getPath().back();
+    const NOD_RecordPath &path = change.getPath();
+    const bool itemFlag = std::any_of(
+        path.begin(), path.end(), [](const NOD_PathStep &step) { return step.kind == Kind::ITEM; });
+    if (!itemFlag && !hasNodes(done)) {
+        return false;
+    }
+    switch (change.verb) {
+    case Verb::CHANGED: return has(made, last.kind, last.name, &change.newValue);
+    case Verb::ADDED:
+        return last.kind == Kind::ITEM ? countOf(made, linesOf(*change.record)) > 0
+                                       : has(made, last.kind, last.name, nullptr);
+    case Verb::REMOVED:
+        return last.kind != Kind::ITEM ||
+               countOf(side, linesOf(*change.record)) > 0 || // another one
+               countOf(made, linesOf(*change.record)) < countOf(base, linesOf(*change.record));
+    default: return false;
+    }
+}
+
+/// Edits of one side that are neither done nor told.
+std::string lostOf(const Merged &merged, const NOD_Document &side)
+{
+    std::string lost;
+    const NOD_Record &base = merged.base.getTop();
+    const auto there = NOD_Difference::between(base, side.getTop(), exactly());
+    const auto done = NOD_Difference::between(base, merged.made.getTop(), exactly());
+    for (const NOD_Change &change : there.getChanges()) {
+        const auto &conflicts = merged.merge.getConflicts();
+        const bool toldFlag =
+            std::any_of(conflicts.begin(), conflicts.end(), [&](const NOD_Conflict &conflict) {
+                return isCoveredBy(conflict, change);
+            });
+        if (isPromised(change, base, side.getTop()) && !isIn(change, done) && !toldFlag &&
+            !isDone(change, base, side.getTop(), merged.made.getTop(), done)) {
+            lost += std::string(NOD_Change::getVerbName(change.verb)) + " " +
+                    NODpathText(change.getPath()) + " of " + NODtraitsOf(change.getKind()).word +
+                    "\n";
+        }
+    }
+    return lost;
+}
+
+/// Kinds and the three sides; ours and theirs exchanged if asked for.
+std::multiset<std::string> conflictsOf(const NOD_Merge &merge, bool swapped)
+{
+    std::multiset<std::string> all;
+    for (const NOD_Conflict &conflict : merge.getConflicts()) {
+        const NOD_ConflictSide *sides[] = {&conflict.base, &conflict.ours, &conflict.theirs};
+        if (swapped) {
+            std::swap(sides[1], sides[2]);
+        }
+        std::string line = NOD_Conflict::getKindName(conflict.kind);
+        for (const NOD_ConflictSide *side : sides) {
+            line += "; " + NODpathText(side->path) + " " + side->asText();
+        }
+        all.insert(line);
+    }
+    return all;
 }
 
 void checkLaws(const std::string &b, const std::string &o, const std::string &t,

@@ -61,6 +61,10 @@ std::string NOD_ConflictSide::asText() const
     if (records.empty()) {
         return "nothing";
     }
+    constexpr std::size_t theMostShown = 4;
+    if (records.size() > theMostShown) {
+        return std::to_string(records.size()) + " parts";
+    }
     if (records.size() == 1) {
         return shown(*records[0]);
     }

@@ -2,6 +2,7 @@
 
 #include <NOD/NOD_Matching.h>
 #include <NOD/difference/NOD_AlignmentPrivate.h>
+#include <NOD/files/NOD_SectionNamesPrivate.h>
 
 #include <algorithm>
 #include <map>
@@ -16,6 +17,7 @@ using Side = NOD_MergeSide;
 using Triple = NOD_MergeTriple;
 using Records = std::vector<const NOD_Record *>;
 
+const NOD_Record::Parts theNoParts;
 constexpr Side theOtherSides[] = {Side::OURS, Side::THEIRS};
 
 bool isTree(const NOD_Record &record)
@@ -39,23 +41,57 @@ bool isContainer(Kind kind)
     return kind == Kind::PARM || kind == Kind::CHANNEL || kind == Kind::CONTENTS;
 }
 
-/// Parts of one key are one thing: two edits of it are a conflict. "" is a thing of its own.
-std::string groupOf(const NOD_Record &part, bool isWhole)
+/// What is one thing with all others of its kind.
+enum class Whole
 {
-    switch (part.getKind()) {
-    case Kind::FORM:
-    case Kind::WORDS: return isWhole ? "entry" : "";
+    NONE,
+    ENTRY,   ///< an entry without its items
+    CONTENTS ///< parameters, channels and what goes with them
+};
+
+/// Parts of one key are one thing: two edits of it are a conflict. "" is a thing of its own.
+std::string groupOf(const NOD_Record &part, Whole whole)
+{
+    const Kind kind = part.getKind();
+    if (whole == Whole::ENTRY && kind != Kind::ITEM && kind != Kind::CHANNEL &&
+        kind != Kind::START) {
+        return "entry";
+    }
+    switch (kind) {
+    case Kind::PARM:
+    case Kind::CHANNEL:
+    case Kind::SPARE:
+    case Kind::ALIAS:
+    case Kind::SECTION:
+    case Kind::TYPE: return whole == Whole::CONTENTS ? "contents" : "";
     case Kind::VALUE:
-    case Kind::DRIVER: return isWhole ? "entry" : "component " + part.getName();
+    case Kind::DRIVER: return "component " + part.getName();
     case Kind::KEY_SLOPE: return "slope";
     case Kind::KEY_ACCEL: return "accel";
-    case Kind::EXPRESSION:
-    case Kind::LANGUAGE: return part.getParent()->getKind() == Kind::KEY ? "expression" : "";
+    case Kind::LANGUAGE:
+        if (whole == Whole::CONTENTS) {
+            return "contents";
+        }
+        [[fallthrough]];
+    case Kind::EXPRESSION: return part.getParent()->getKind() == Kind::KEY ? "expression" : "";
     case Kind::DEFAULT_TEXT:
     case Kind::TEXT_LANGUAGE: return "default text";
     case Kind::RANGE: return "range";
     default: return "";
     }
+}
+
+/// Spare parameters that not all states have as they are: their values go with them.
+std::unordered_set<std::string> changedSpares(const std::vector<Triple> &parts)
+{
+    std::unordered_set<std::string> names;
+    for (const Triple &part : parts) {
+        if (anyOf(part).getKind() == Kind::SPARE &&
+            !(areSame(part.base, part.ours) && areSame(part.base, part.theirs))) {
+            names.insert(anyOf(part).getName());
+        }
+    }
+    return names;
 }
 
 NOD_Value formOf(const NOD_Record *record)
@@ -73,11 +109,33 @@ bool hasOtherForms(const Triple &triple)
     return ours != formOf(triple.theirs) || (triple.base && ours != formOf(triple.base));
 }
 
-/// Nodes of two types have nothing in common.
-bool hasOtherTypes(const Triple &triple)
+/// What the parts of contents are read by: sections that couldn't be taken apart, the form of the entries, the
+/// language that channels have unless they say another one.
+std::string shapeOf(const NOD_Record *contents)
 {
-    const NOD_Value ours = triple.ours->valueOf(Kind::TYPE);
-    return anyOf(triple).getKind() == Kind::CONTENTS && ours != triple.theirs->valueOf(Kind::TYPE);
+    std::string shape;
+    for (const auto &part : contents ? contents->getParts() : theNoParts) {
+        const Kind kind = part->getKind();
+        if (kind == Kind::SECTION &&
+            (NODisNodeKind(part->getName()) || part->getName() == theNodeSection)) {
+            shape += "section " + part->getName() + "\n";
+        } else if (kind == Kind::FORM || kind == Kind::LANGUAGE) {
+            shape += NODvalueText(part->getValue()) + "\n";
+        }
+    }
+    return shape;
+}
+
+/// Nodes of two types have nothing in common.
+bool haveOtherShapes(const Triple &triple)
+{
+    const Kind kind = anyOf(triple).getKind();
+    if (kind != Kind::CONTENTS && kind != Kind::DOCUMENT) {
+        return false;
+    }
+    const std::string shape = shapeOf(triple.ours);
+    return triple.ours->valueOf(Kind::TYPE) != triple.theirs->valueOf(Kind::TYPE) ||
+           shape != shapeOf(triple.theirs) || (triple.base && shape != shapeOf(triple.base));
 }
 
 /// What is read again from the channel whenever it is asked for.
@@ -219,12 +277,20 @@ NOD_MergeParts::Triples NOD_MergeParts::triplesOf(const Triple &parent) const
 
 void NOD_MergeParts::mergeParts(const Triple &triple, Slots &slots)
 {
-    const bool wholeFlag = hasOtherForms(triple);
+    const Whole whole = hasOtherForms(triple)     ? Whole::ENTRY
+                        : haveOtherShapes(triple) ? Whole::CONTENTS
+                                                  : Whole::NONE;
     std::map<std::string, Triples> groups;
-    for (const Triple &part : triplesOf(triple)) {
-        const std::string group = groupOf(anyOf(part), wholeFlag);
+    const Triples parts = triplesOf(triple);
+    const std::unordered_set<std::string> spares = changedSpares(parts);
+    for (const Triple &part : parts) {
+        const NOD_Record &one = anyOf(part);
+        const bool spareFlag = (one.getKind() == Kind::PARM || one.getKind() == Kind::SPARE) &&
+                               spares.count(one.getName()) != 0;
+        const std::string group =
+            spareFlag && whole == Whole::NONE ? "spare " + one.getName() : groupOf(one, whole);
         if (group.empty()) {
-            mergePart(part, slots);
+            mergePart(part, triple.base != nullptr, slots);
         } else {
             groups[group].push_back(part);
         }
@@ -236,7 +302,7 @@ void NOD_MergeParts::mergeParts(const Triple &triple, Slots &slots)
             return std::make_pair(one.getKind(), one.getName()) <
                    std::make_pair(other.getKind(), other.getName());
         });
-        mergeGroup(group, slots);
+        mergeGroup(group, triple.base != nullptr, slots);
     }
 }
 
@@ -247,7 +313,7 @@ void NOD_MergeParts::take(const Triple &triple, Side side, Slots &slots)
     }
 }
 
-void NOD_MergeParts::mergeGroup(const Triples &group, Slots &slots)
+void NOD_MergeParts::mergeGroup(const Triples &group, bool hasBase, Slots &slots)
 {
     const auto areAll = [&](Side left, Side right) {
         return std::all_of(group.begin(), group.end(),
@@ -275,6 +341,7 @@ void NOD_MergeParts::mergeGroup(const Triples &group, Slots &slots)
                         : conflict.base.isThere() ? NOD_Conflict::Kind::BOTH_CHANGED
                                                   : NOD_Conflict::Kind::BOTH_ADDED;
         side = myJudge.decide(std::move(conflict));
+        side = side == Side::BASE && !hasBase ? Side::OURS : side;
     } else if (areAll(Side::BASE, Side::OURS)) {
         side = Side::THEIRS;
     }
@@ -296,11 +363,11 @@ bool NOD_MergeParts::hasMoved(const Triple &triple, Side side) const
            !(side == Side::OURS ? myOurs : myTheirs).stays(*triple.base);
 }
 
-void NOD_MergeParts::mergePart(const Triple &triple, Slots &slots)
+void NOD_MergeParts::mergePart(const Triple &triple, bool hasBase, Slots &slots)
 {
     const auto &[base, ours, theirs] = triple;
     if (ours && theirs) {
-        std::unique_ptr<NOD_Record> made = base ? merge(triple) : mergeAdded(triple);
+        std::unique_ptr<NOD_Record> made = base ? merge(triple) : mergeAdded(triple, hasBase);
         if (made) {
             slots.push_back({triple, std::move(made)});
         }
@@ -330,8 +397,8 @@ void NOD_MergeParts::mergeRemoved(const Triple &triple, Slots &slots)
     }
 }
 
-/// By both sides; null if neither stands.
-std::unique_ptr<NOD_Record> NOD_MergeParts::mergeAdded(const Triple &triple)
+/// By both sides; null if neither stands. Of what it is in without a base there is nothing else to stand.
+std::unique_ptr<NOD_Record> NOD_MergeParts::mergeAdded(const Triple &triple, bool hasBase)
 {
     if (areSame(triple.ours, triple.theirs)) {
         return triple.ours->copy();
@@ -340,14 +407,14 @@ std::unique_ptr<NOD_Record> NOD_MergeParts::mergeAdded(const Triple &triple)
     if (traits.comparison == NOD_Comparison::LAYOUT) {
         return triple.ours->copy();
     }
-    if (isContainer(triple.ours->getKind()) && !hasOtherTypes(triple)) {
+    if (isContainer(triple.ours->getKind()) && !haveOtherShapes(triple)) {
         return merge(triple);
     }
     const Side side = myJudge.decide(NOD_Conflict::Kind::BOTH_ADDED, triple);
-    if (side == Side::BASE) {
+    if (side == Side::BASE && hasBase && triple.ours->getKind() != Kind::CONTENTS) {
         return nullptr;
     }
-    auto made = triple.of(side)->copy();
+    auto made = triple.of(side == Side::BASE ? Side::OURS : side)->copy();
     myJudge.setPlace(made.get());
     return made;
 }
@@ -380,7 +447,7 @@ std::unique_ptr<NOD_Record> NOD_MergeParts::merge(const Triple &triple)
     if (areSame(base, theirs) || areSame(ours, theirs)) {
         return ours->copy();
     }
-    if (hasOtherTypes(triple)) {
+    if (ours->getKind() == Kind::CONTENTS && haveOtherShapes(triple)) {
         const Side side = myJudge.decide(NOD_Conflict::Kind::BOTH_CHANGED, triple);
         auto made = triple.of(side)->copy();
         myJudge.setPlace(made.get());

@@ -53,12 +53,12 @@ private:
     Triples triplesOf(const Triple &parent) const;
     void addBaseItems(const NOD_Record &base, Triples &triples) const;
     void addItems(const Triple &parent, Triples &triples) const;
-    void mergeGroup(const Triples &group, Slots &slots);
-    void mergePart(const Triple &triple, Slots &slots);
+    void mergeGroup(const Triples &group, bool hasBase, Slots &slots);
+    void mergePart(const Triple &triple, bool hasBase, Slots &slots);
     void mergeRemoved(const Triple &triple, Slots &slots);
     std::unique_ptr<NOD_Record> mergeBound(const NOD_BoundStates &bound);
     std::unique_ptr<NOD_Record> mergeAll(const Triple &triple);
-    std::unique_ptr<NOD_Record> mergeAdded(const Triple &triple);
+    std::unique_ptr<NOD_Record> mergeAdded(const Triple &triple, bool hasBase);
     void take(const Triple &triple, Side side, Slots &slots);
     bool hasMoved(const Triple &triple, Side side) const;
     Places placesOf(const Triple &parent, const Slot &slot) const;
