@@ -243,6 +243,9 @@ bool Pass::isMeant(int statement, int block, std::string_view keyword) const
     if (one.block >= 0 || word == keyword) {
         return one.block < 0;
     }
+    if (!KITnearestWord(word, {std::string(keyword)})) {
+        return false; // most words are near to none of those that are asked for
+    }
     const std::string *const nearest = KITnearestWord(word, NODgetScriptWords(own.parmFlag));
     return nearest && *nearest == keyword;
 }

@@ -112,7 +112,7 @@ NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const st
 const NOD_ScriptWord *NOD_ScriptShape::findNearest(const std::string &word, bool inParm)
 {
     const auto [found, newFlag] = myNearest[inParm ? 1 : 0].try_emplace(word, nullptr);
-    constexpr std::size_t theMost = 20000; // words that are compared
+    constexpr std::size_t theMost = 4000; // words that are compared
     if (newFlag && myNearest[inParm ? 1 : 0].size() <= theMost) {
         const std::string *const nearest = KITnearestWord(word, NODgetScriptWords(inParm));
         found->second = nearest ? NODfindScriptWord(*nearest, inParm) : nullptr;

@@ -4,9 +4,11 @@
 #include "ZELT_Session.h"
 #include "ZELT_Stream.h"
 
+#include <NOD/NOD_Batch.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmStream.h>
 
+#include <optional>
 #include <sstream>
 #include <vector>
 
@@ -57,6 +59,10 @@ int convert(const Call &given, const ZELT_Options &, ZELT_Messages &messages)
     ZEL_ParmList *const list = session ? &session->getParms() : nullptr;
     std::string bytes;
     ZEL_ParmStream stream;
+    std::optional<NOD_Batch> batch; // the items that the stream's names make are followed once
+    if (session) {
+        batch.emplace(session->getNode());
+    }
     if ((!script.empty() && !session) || !ZELTreadStreamBytes(from, bytes, messages) ||
         !ZELTparseStream(bytes, from, list, stream, messages)) {
         return 1;
