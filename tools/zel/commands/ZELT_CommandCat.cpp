@@ -19,7 +19,8 @@ struct Call
 int cat(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
 {
     std::string bytes;
-    if (!ZELTreadBytes(call.file, bytes, messages)) {
+    if (!ZELTreadBytes(call.file, bytes, messages) ||
+        (!call.script.empty() && !ZELTloadScript(call.script, messages))) {
         return 1;
     }
     if (!NOD_ValueFile::isBinary(bytes)) {
