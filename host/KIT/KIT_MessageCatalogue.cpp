@@ -16,7 +16,7 @@ struct Message
 
 // As the columns have them.
 constexpr const char *NONE = "varies";
-constexpr const char *MESSAGE = "message";
+[[maybe_unused]] constexpr const char *MESSAGE = "message";
 constexpr const char *WARNING = "warning";
 constexpr const char *ABORT = "error";
 constexpr const char *FATAL = "fatal";
