@@ -14,12 +14,12 @@ class ServerClient
 public:
     using Json = nlohmann::json;
 
-    explicit ServerClient(const std::string &encoding = "utf-16")
+    explicit ServerClient(const std::string &encoding = "utf-16", const Json &options = {})
     {
         Json able = {{"general", {{"positionEncodings", {encoding}}}}};
         able["textDocument"]["documentSymbol"]["hierarchicalDocumentSymbolSupport"] = true;
         able["textDocument"]["publishDiagnostics"]["dataSupport"] = true;
-        request("initialize", {{"capabilities", able}});
+        request("initialize", {{"capabilities", able}, {"initializationOptions", options}});
     }
 
     /// The result, or the error.

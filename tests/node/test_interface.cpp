@@ -617,6 +617,10 @@ TEST(NodeInterface, FaultsHaveTheirParameter)
          "a: hidewhen: there is no parameter m7\n"
          "v#: hidewhen: there is no parameter x#\n"
          "g: hidewhen: there is no parameter y\ng: disablewhen: there is no parameter z\n"},
+        {parm("name a hidewhen \"{ a == 1 && b == 2 }\" disablewhen \"{ u = 1 }\"") +
+             parm("name b hidewhen \"{ a <> 1 }\" disablewhen \"{ b == = a == is }\""),
+         "a: disablewhen: = is no operator\na: hidewhen: && is no operator\n"
+         "b: hidewhen: <> is no operator\n"},
     };
     for (const auto &[contents, expected] : theScripts) {
         EXPECT_EQ(faultsOf(contents), expected) << contents;

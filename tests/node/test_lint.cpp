@@ -2,6 +2,7 @@
 
 #include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_Nearest.h>
+#include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_InterfaceDifference.h>
 #include <NOD/NOD_Lint.h>
@@ -311,6 +312,7 @@ TEST(Lint, Conditions)
              Case{"hidewhen \"{ use == off mode != lo } { vx > 2 }\"", ""},
              Case{"hidewhen \"{ use = off }\"", "8:17 Z402"},
              Case{"hidewhen \"{ use=off }\"", "8:13 Z402"},
+             Case{"hidewhen \"{ n <> 1 }\"", "8:15 Z402"},
              Case{"hidewhen \"{ use == on && mode == lo }\"", "8:23 Z402"},
              Case{"hidewhen { { usee == off } { v == 0 } }", "8:14 Z401"},
              Case{"hidewhen { { mode == lo } { mode hi } }", "8:10 Z405"},
@@ -345,6 +347,45 @@ TEST(Lint, Conditions)
                                 "group { name f label F hidewhen \"{ a == off }\" }\n"
                                 "group { name g label G hidewhentab \"{ b == off }\" }\n";
     EXPECT_EQ(lintContents(folders), "5:39 Z401");
+}
+
+// Beside what is wrong, what the thing is.
+TEST(Lint, TextsSayAsMuchAsCheckDoes)
+{
+    const auto text = [](const std::string &contents) {
+        const std::vector<NOD_LintFinding> found = lintText(whole(contents));
+        return found.size() == 1 ? found[0].message.text : asText(found);
+    };
+    EXPECT_EQ(text("parm { name a label A type float default { \"foo(1)\" } }\n"),
+              "the expression foo(1) calls an unknown function: foo");
+    EXPECT_EQ(text("parm { name a label A type float default { \"(1\" } }\n"),
+              "the expression (1: \")\" is missing");
+    EXPECT_EQ(text("parm { name a label A type float hidewhen \"{ foo(1) == 2 }\" }\n"),
+              "hidewhen: the expression foo(1) calls an unknown function: foo");
+    EXPECT_EQ(text("parm { name a label A type toggle default { yes } }\n"),
+              "the default of a toggle is off or on, not yes");
+}
+
+TEST(Lint, PythonIsAtFaultWhereCheckSaysIt)
+{
+    const std::string script =
+        whole("parm { name a label A type float default { [ \"2 +\" python ] } }\n"
+              "parm { name b label B type string menu { [ \"y = (\" ] language python } }\n");
+    NOD_Report report;
+    const auto read = NOD_Interface::fromText(script, "example", report);
+    ASSERT_TRUE(read) << report.asText();
+    NODcheckExpressions(*read, report);
+    std::string told;
+    for (const NOD_Message &message : report.getMessages()) {
+        told += std::to_string(message.line) + ":" + std::to_string(message.detail->place.column) +
+                "\n";
+    }
+    std::string found;
+    for (const NOD_LintFinding &finding : NODlint(*read)) {
+        found += std::to_string(finding.message.line) + ":" +
+                 std::to_string(finding.message.detail->place.column) + "\n";
+    }
+    EXPECT_EQ(found, told);
 }
 
 TEST(Lint, TheScript)

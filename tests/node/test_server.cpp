@@ -6,6 +6,7 @@
 #include <NOD/NOD_MessageFrames.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -205,6 +206,29 @@ TEST(Server, EditsGiveTheText)
                 ASSERT_EQ(outline[0]["name"], edited.text()) << round;
             }
         }
+    }
+}
+
+TEST(Server, FindingsSayAllTheyKnowOnce)
+{
+    const std::string script = "{ name s parm { name a label A type flaot }\n"
+                               "parm { name \"b c\" label B type float default { \"foo(1)\" } }\n"
+                               "parm { name d label D type float hidewhen \"{ zz == 1 }\" } }";
+    for (const bool lintFlag : {true, false}) {
+        ServerClient client("utf-16", {{"lint", lintFlag}});
+        client.open(theUri, script);
+        std::vector<std::string> lines = {"", "", ""};
+        for (const Json &one : client.diagnostics(theUri)) {
+            const std::string text = one["message"];
+            const int line = one["range"]["start"]["line"];
+            lines.at(std::size_t(line)) += text + "\n";
+            EXPECT_EQ(text.find("did you mean"), text.rfind("did you mean")) << text;
+        }
+        const std::vector<long> counts = {1, 3, 1};
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            EXPECT_EQ(std::count(lines[i].begin(), lines[i].end(), '\n'), counts[i]) << lines[i];
+        }
+        EXPECT_NE(lines[0].find("did you mean"), std::string::npos) << lines[0];
     }
 }
 

@@ -3,10 +3,12 @@
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_MessageCatalogue.h>
 #include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_Regex.h>
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/interface/NOD_InterfaceFaultsPrivate.h>
+#include <NOD/interface/NOD_NoOperatorPrivate.h>
 #include <NOD/interface/NOD_ScriptPlacesPrivate.h>
 #include <NOD/interface/NOD_TemplateFieldsPrivate.h>
 #include <ZEL/ZEL_ChoiceList.h>
@@ -76,7 +78,7 @@ private:
     void collect(const ZEL_Template *templates, int depth, bool rampPartFlag);
     void addNames(Placed &at);
     void fault(const Placed &at, NOD_FaultKind kind, const std::string &text, std::string word = {},
-               int component = 0);
+               int component = 0, std::string hint = {});
 
     void checkToken(const Placed &at);
     void tellTwins(const Placed &at);
@@ -88,11 +90,16 @@ private:
     void checkFolders(const Placed &at);
 
     void checkCondition(const Placed &at, const ZEL_ConditionalBase *base);
+    void checkComparison(const Placed &at, const std::string &place,
+                         const ZEL_ConditionalInfo &group, int index);
+    const NOD_NoOperator *findNoOperator(const Placed &at, const ZEL_Conditional &one) const;
+    std::string nearestHint(const std::string &name);
 
     NOD_InterfaceFaults &myFound;
     NOD_InterfaceNames &myNames;
     std::vector<const ZEL_Template *> myPath; ///< arrays around the one that is collected
     std::vector<Placed> myPlaced;
+    std::size_t myCompared = 0; ///< names
 };
 
 // ---------------------------------------------------------------------- //
@@ -151,9 +158,9 @@ void Check::collect(const ZEL_Template *templates, int depth, bool rampPartFlag)
 }
 
 void Check::fault(const Placed &at, NOD_FaultKind kind, const std::string &text, std::string word,
-                  int component)
+                  int component, std::string hint)
 {
-    myFound.faults.push_back({kind, at.one, text, std::move(word), component});
+    myFound.faults.push_back({kind, at.one, text, std::move(word), component, std::move(hint)});
 }
 
 void Check::checkToken(const Placed &at)
@@ -330,31 +337,82 @@ void Check::checkCondition(const Placed &at, const ZEL_ConditionalBase *base)
 {
     for (const ZEL_ConditionalType type : theZELConditionalTypes) {
         const ZEL_Conditional *const one = base ? base->getConditional(type) : nullptr;
-        for (int i = 0; one && i < one->entries(); ++i) {
-            const ZEL_ConditionalInfo &group = *(*one)(i);
-            for (int j = 0; j < group.entries(); ++j) {
-                const std::string place = std::string(ZEL_Conditional::getName(type, false)) + ": ";
-                const KIT_String &left = group.getControlParms()(j);
-                if (left.lastChar() != ')' && !myNames.isKnown(left.toStdString(), at.depth)) {
-                    fault(at, NOD_FaultKind::CONDITION,
-                          place + "there is no parameter " + left.toStdString() +
-                              (isWord(left.view(), false)
-                                   ? ""
-                                   : "; an expression is one that ends in a parenthesis"));
-                }
-                const ZEL_ConditionalOperator op = group.getOperators()(j);
-                if (op == ZEL_CONDOP_MATCH || op == ZEL_CONDOP_NOMATCH) {
-                    const KIT_Regex pattern(group.getControlValues()(j).nonNullStr());
-                    if (!pattern.isValid()) {
-                        fault(at, NOD_FaultKind::CONDITION,
-                              place + group.getControlValues()(j).toStdString() +
-                                  " is no regular expression: " +
-                                  pattern.getErrorText().nonNullStr());
-                    }
-                }
+        if (!one) {
+            continue;
+        }
+        const std::string place = std::string(ZEL_Conditional::getName(type, false)) + ": ";
+        if (const NOD_NoOperator *const word = findNoOperator(at, *one)) {
+            fault(at, NOD_FaultKind::CONDITION, place + word->getText(), std::string(word->word), 0,
+                  word->getHint());
+            continue; // the rest is read as it wasn't meant
+        }
+        for (int i = 0; i < one->entries(); ++i) {
+            for (int j = 0; j < (*one)(i)->entries(); ++j) {
+                checkComparison(at, place, *(*one)(i), j);
             }
         }
     }
+}
+
+/// A word that can only have been meant as an operator: it stands for a name, or is a value of `==` behind which
+/// stands what is no name.
+const NOD_NoOperator *Check::findNoOperator(const Placed &at, const ZEL_Conditional &one) const
+{
+    const auto isName = [&](const KIT_String &left) {
+        return left.lastChar() == ')' || myNames.isKnown(left.toStdString(), at.depth);
+    };
+    for (int i = 0; i < one.entries(); ++i) {
+        const ZEL_ConditionalInfo &group = *one(i);
+        for (int j = 0; j < group.entries(); ++j) {
+            const KIT_String &left = group.getControlParms()(j);
+            const NOD_NoOperator *found = isName(left) ? nullptr : NODfindNoOperator(left.view());
+            if (!found && group.getOperators()(j) == ZEL_CONDOP_EQ && j + 1 < group.entries() &&
+                !isName(group.getControlParms()(j + 1))) {
+                found = NODfindNoOperator(group.getControlValues()(j).view());
+            }
+            if (NODisUnequalSign(group.getOperators()(j), group.getControlValues()(j).view())) {
+                found = NODfindNoOperator("<>");
+            }
+            if (found) {
+                return found;
+            }
+        }
+    }
+    return nullptr;
+}
+
+void Check::checkComparison(const Placed &at, const std::string &place,
+                            const ZEL_ConditionalInfo &group, int index)
+{
+    const KIT_String &left = group.getControlParms()(index);
+    if (left.lastChar() != ')' && !myNames.isKnown(left.toStdString(), at.depth)) {
+        const bool wordFlag = isWord(left.view(), false);
+        fault(at, NOD_FaultKind::CONDITION,
+              place + "there is no parameter " + left.toStdString() +
+                  (wordFlag ? "" : "; an expression is one that ends in a parenthesis"),
+              left.toStdString(), 0, wordFlag ? nearestHint(left.toStdString()) : "");
+    }
+    const ZEL_ConditionalOperator op = group.getOperators()(index);
+    if (op == ZEL_CONDOP_MATCH || op == ZEL_CONDOP_NOMATCH) {
+        const KIT_String &value = group.getControlValues()(index);
+        const KIT_Regex pattern(value.nonNullStr());
+        if (!pattern.isValid()) {
+            fault(at, NOD_FaultKind::CONDITION,
+                  place + value.toStdString() +
+                      " is no regular expression: " + pattern.getErrorText().nonNullStr(),
+                  value.toStdString());
+        }
+    }
+}
+
+/// As long as there is no more to compare than takes little time.
+std::string Check::nearestHint(const std::string &name)
+{
+    constexpr std::size_t theMost = 1000000;
+    myCompared += myNames.getTokens().size();
+    const std::string *const near =
+        myCompared > theMost ? nullptr : KITnearestWord(name, myNames.getTokens());
+    return near ? "did you mean '" + *near + "'?" : "";
 }
 
 void Check::checkFolders(const Placed &at)
@@ -462,14 +520,7 @@ std::shared_ptr<KIT_MessageDetail> findFault(NOD_ScriptPlaces &places,
     case NOD_FaultKind::DEFAULT_INDEX: return places.findWord(one, "default", fault.word);
     case NOD_FaultKind::MENU_TWINS: return places.findWord(one, "menu", fault.word);
     case NOD_FaultKind::CONDITION: {
-        const std::string keyword = fault.text.substr(0, fault.text.find(':'));
-        const std::size_t pattern = fault.text.find(" is no regular expression");
-        if (pattern != std::string::npos) {
-            const std::size_t begin = keyword.size() + 2;
-            return places.find(one, keyword, fault.text.substr(begin, pattern - begin), 0);
-        }
-        const std::string left = wordAfter(fault.text, "there is no parameter ");
-        return places.find(one, keyword, left.substr(0, left.find(';')), 0);
+        return places.findOperand(one, fault.text.substr(0, fault.text.find(':')), fault.word);
     }
     case NOD_FaultKind::FOLDERS:
     case NOD_FaultKind::BLOCK: return places.findWord(one, "", {});
@@ -497,6 +548,9 @@ int tellFaults(const ZEL_Template *templates, NOD_ScriptPlaces *places, NOD_Repo
         const bool libraryFlag = fault.kind == NOD_FaultKind::TEXT_NAME;
         const char *const token = fault.parm->getToken();
         const auto detail = places ? findFault(*places, fault) : nullptr;
+        if (detail) {
+            detail->hint = fault.hint;
+        }
         std::vector<const ZEL_Template *> path;
         const ZEL_Template *const other =
             detail && !fault.word.empty() && fault.kind <= NOD_FaultKind::SAME_CHANNEL

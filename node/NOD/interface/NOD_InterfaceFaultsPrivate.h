@@ -26,7 +26,7 @@ enum class NOD_FaultKind
     DEFAULT_WORD,  ///< the word is no entry
     DEFAULT_INDEX, ///< the word is the number
     MENU_TWINS,    ///< the word is the entry
-    CONDITION,
+    CONDITION,     ///< the word is what is at fault
     FOLDERS,
     BLOCK
 };
@@ -38,6 +38,7 @@ struct NOD_InterfaceFault
     std::string text;
     std::string word; ///< as the kind says
     int component;    ///< of a default
+    std::string hint; ///< what would help; "" for nothing
 };
 
 struct NOD_InterfaceFaults

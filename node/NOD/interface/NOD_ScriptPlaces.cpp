@@ -115,3 +115,34 @@ std::shared_ptr<KIT_MessageDetail> NOD_ScriptPlaces::findWord(const ZEL_Template
         return true;
     });
 }
+
+std::shared_ptr<KIT_MessageDetail> NOD_ScriptPlaces::findOperand(const ZEL_Template &one,
+                                                                 const std::string &keyword,
+                                                                 const std::string &word)
+{
+    constexpr std::string_view theBlanks = " \t\r\n{}\"";
+    constexpr std::string_view theMarks = "=!<>~^*";
+    const bool markFlag = !word.empty() && theMarks.find(word[0]) != std::string_view::npos;
+    const auto endsWord = [&](char c) {
+        return theBlanks.find(c) != std::string_view::npos ||
+               (!markFlag && theMarks.find(c) != std::string_view::npos);
+    };
+    return search(one, keyword, [&](int token, KIT_MessagePlace &place) {
+        const std::string &raw = (*myTokens)[token].text;
+        const std::string text = unescaped(raw);
+        std::size_t found = text.find(word);
+        for (std::size_t at = found; at != std::string::npos; at = text.find(word, at + 1)) {
+            const std::size_t end = at + word.size();
+            if ((at == 0 || endsWord(text[at - 1])) &&
+                (end >= text.size() || endsWord(text[end]))) {
+                found = at;
+                break;
+            }
+        }
+        if (found == std::string::npos) {
+            return false;
+        }
+        place = myTokens->getPlaceIn(token, NODrawOffset(raw, found));
+        return true;
+    });
+}

@@ -31,6 +31,9 @@ public:
     /// The word that is `word`, all of it, in such a statement; else as find().
     std::shared_ptr<KIT_MessageDetail> findWord(const ZEL_Template &one, const std::string &keyword,
                                                 const std::string &word);
+    /// The same of what a condition compares, or with what: a word by itself in the text of the condition.
+    std::shared_ptr<KIT_MessageDetail>
+    findOperand(const ZEL_Template &one, const std::string &keyword, const std::string &word);
 
 private:
     using Statement = NOD_ScriptShape::Statement;

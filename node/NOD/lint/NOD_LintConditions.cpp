@@ -1,6 +1,7 @@
 // Rules of conditions: Z401 to Z406 and Z410.
 
 #include <NOD/NOD_ExpressionCheck.h>
+#include <NOD/interface/NOD_NoOperatorPrivate.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
 
 #include <KIT/KIT_Regex.h>
@@ -27,26 +28,6 @@ bool isCondition(std::string_view word)
 {
     return word.substr(0, 8) == "hidewhen" || word.substr(0, 11) == "disablewhen" ||
            word.substr(0, 10) == "nocookwhen";
-}
-
-/// What people write where an operator is wanted, and what it should be; "" if no other word would do.
-struct NoOperator
-{
-    std::string_view word;
-    const char *instead;
-};
-
-constexpr NoOperator theNoOperators[] = {
-    {"=", "=="}, {"===", "=="}, {"=>", ">="}, {"=<", "<="}, {"<>", "!="}, {"~=", "=~"},
-    {"~", "=~"}, {"&&", ""},    {"||", ""},   {"and", ""},  {"or", ""},   {"&", ""},
-    {"|", ""},   {"is", "=="},  {"eq", "=="}, {"ne", "!="}, {"not", ""},  {"!==", "!="},
-};
-
-const NoOperator *findNoOperator(std::string_view word)
-{
-    const auto found = std::find_if(std::begin(theNoOperators), std::end(theNoOperators),
-                                    [word](const NoOperator &row) { return row.word == word; });
-    return found == std::end(theNoOperators) ? nullptr : &*found;
 }
 
 struct Comparison
@@ -264,6 +245,7 @@ bool Check::checkOperators(const Comparison &one)
 {
     return (!myNames.isKnown(one.left, 1) && tellNoOperator(one.left)) ||
            (!followsOperator(one.right) && tellNoOperator(one.right)) ||
+           (NODisUnequalSign(one.op, one.right) && tellNoOperator("<>")) ||
            tellJoinedOperator(one.left);
 }
 
@@ -286,12 +268,11 @@ bool Check::followsOperator(const std::string &word) const
 
 bool Check::tellNoOperator(const std::string &word)
 {
-    const NoOperator *const row = findNoOperator(word);
+    const NOD_NoOperator *const row = NODfindNoOperator(word);
     if (row) {
-        const std::string instead = row->instead;
-        tell(NOD_LintCode::Z402, word,
-             word + " is no operator" + (instead.empty() ? "" : "; " + instead + " is one"), "",
-             instead.empty() ? nullptr : row->instead);
+        const std::string hint = row->getHint();
+        tell(NOD_LintCode::Z402, word, row->getText() + (hint.empty() ? "" : "; " + hint), "",
+             hint.empty() ? nullptr : row->instead);
     }
     return row != nullptr;
 }
@@ -335,8 +316,7 @@ void Check::checkLeft(const Comparison &one)
     if (!one.left.empty() && one.left.back() == ')') {
         NOD_ExpressionFault fault;
         if (!NODcheckExpression(one.left, TRK_LANGUAGE_NATIVE, fault)) {
-            tell(NOD_LintCode::Z410, one.left,
-                 "the expression " + one.left + ": " + NODfaultText(fault));
+            tell(NOD_LintCode::Z410, one.left, NODfaultText(one.left, fault));
         }
     } else if (!myNames.isKnown(one.left, myContext.block(myCondition.block).depth)) {
         const bool expressionFlag = one.left.find_first_of("()`$+*/\" ") != std::string::npos;

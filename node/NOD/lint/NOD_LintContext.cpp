@@ -1,3 +1,5 @@
+#include <EVL/EVL.h>
+#include <KIT/KIT_MessageCatalogue.h>
 #include <KIT/KIT_Nearest.h>
 #include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
@@ -237,7 +239,23 @@ std::optional<NOD_LintContext::Edit> NOD_LintContext::replacePart(int token, std
     return Edit{at.file, at.begin + offset, at.begin + offset + length, text};
 }
 
-std::string NODfaultText(const NOD_ExpressionFault &fault)
+std::string NODfaultText(const std::string &expression, const NOD_ExpressionFault &fault)
 {
-    return fault.text.empty() ? "can't be read" : fault.text;
+    constexpr std::string_view theSubject = "An expression ";
+    const std::string start = "the expression " + expression;
+    if (fault.code == EVL::EVL_SYNTAX) {
+        return start + ": " + (fault.text.empty() ? "can't be read" : fault.text);
+    }
+    const std::string text = KITformatMessage("TRK", fault.code, fault.text.c_str());
+    const bool subjectFlag = text.compare(0, theSubject.size(), theSubject) == 0;
+    return start + (subjectFlag ? " " + text.substr(theSubject.size()) : ": " + text);
+}
+
+void NODsetFaultPlace(const NOD_LintContext &context, int token, const std::string &expression,
+                      const NOD_ExpressionFault &fault, NOD_LintContext::Extra &extra)
+{
+    const std::size_t start = context.tokens().text(token).find(expression);
+    extra.offset = start == std::string_view::npos
+                       ? 0
+                       : context.tokens().rawOffset(token, start + fault.offset);
 }

@@ -110,5 +110,8 @@ void NODlintMenus(NOD_LintContext &context);
 void NODlintConditions(NOD_LintContext &context);
 void NODlintFiles(NOD_LintContext &context);
 
-/// Why an expression can't be read.
-std::string NODfaultText(const NOD_ExpressionFault &fault);
+/// Which expression can't be read, and why.
+std::string NODfaultText(const std::string &expression, const NOD_ExpressionFault &fault);
+/// Where in a token it can't be read.
+void NODsetFaultPlace(const NOD_LintContext &context, int token, const std::string &expression,
+                      const NOD_ExpressionFault &fault, NOD_LintContext::Extra &extra);

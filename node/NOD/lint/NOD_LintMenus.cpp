@@ -57,12 +57,13 @@ void checkScript(NOD_LintContext &context, int number, const Entry &menu,
 {
     const int script = firstOf(context, menu) + 1;
     NOD_ExpressionFault fault;
-    const auto isPython = [&] {
-        return NODcheckPythonScript(made.getScript().toStdString(), fault);
-    };
+    const std::string text = made.getScript().toStdString();
+    const auto isPython = [&] { return NODcheckPythonScript(text, fault); };
+    Extra extra;
     if (made.getScriptLanguage() == TRK_SCRIPT_PYTHON) {
         if (!isPython()) {
-            context.add(NOD_LintCode::Z409, number, script, fault.text);
+            NODsetFaultPlace(context, script, text, fault, extra);
+            context.add(NOD_LintCode::Z409, number, script, fault.text, extra);
         }
         return;
     }
@@ -70,7 +71,6 @@ void checkScript(NOD_LintContext &context, int number, const Entry &menu,
     for (int i = menu.first; i < menu.last; ++i) {
         languageFlag = languageFlag || context.tokens().text(i) == "language";
     }
-    Extra extra;
     if (!languageFlag && isPython()) {
         const int close = menu.last - 1;
         extra.fix = context.replace(close, close + 1, "language python }");

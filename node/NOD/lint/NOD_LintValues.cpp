@@ -79,7 +79,11 @@ void tellFaults(NOD_LintContext &context)
             context.add(NOD_LintCode::Z303, number, token, fault.text, extra);
         } else if (fault.kind == NOD_FaultKind::DEFAULT_WORD) {
             extra.nearest = context.nearest(fault.word, entriesOf(*fault.parm));
-            context.add(NOD_LintCode::Z304, number, token, fault.text, extra);
+            const bool toggleFlag = fault.parm->getType().hasOrdinalType(ZEL_Type::ZEL_ORD_TOGGLE);
+            context.add(NOD_LintCode::Z304, number, token,
+                        toggleFlag ? "the default of a toggle is off or on, not " + fault.word
+                                   : fault.text,
+                        extra);
         } else if (fault.kind == NOD_FaultKind::DEFAULT_INDEX) {
             context.add(NOD_LintCode::Z305, number, token, fault.text);
         }
@@ -128,7 +132,9 @@ void DefaultCheck::run()
     if (meaning == TRK_MEANING_PYTHON) {
         NOD_ExpressionFault fault;
         if (!NODcheckExpression(text, TRK_LANGUAGE_PYTHON, fault)) {
-            myContext.add(NOD_LintCode::Z306, myNumber, myToken, fault.text);
+            Extra extra;
+            NODsetFaultPlace(myContext, myToken, text, fault, extra);
+            myContext.add(NOD_LintCode::Z306, myNumber, myToken, fault.text, extra);
         }
     } else if (meaning == TRK_MEANING_NATIVE) {
         checkExpression(text);
@@ -170,12 +176,8 @@ void DefaultCheck::checkExpression(const std::string &text)
         return;
     }
     Extra extra;
-    const std::size_t start = myContext.tokens().text(myToken).find(text);
-    extra.offset = start == std::string_view::npos
-                       ? 0
-                       : myContext.tokens().rawOffset(myToken, start + fault.offset);
-    myContext.add(NOD_LintCode::Z302, myNumber, myToken,
-                  "the expression " + text + ": " + NODfaultText(fault), extra);
+    NODsetFaultPlace(myContext, myToken, text, fault, extra);
+    myContext.add(NOD_LintCode::Z302, myNumber, myToken, NODfaultText(text, fault), extra);
 }
 
 void checkDefaults(NOD_LintContext &context, int number)

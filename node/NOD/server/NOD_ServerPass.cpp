@@ -49,6 +49,16 @@ std::size_t skipCharacters(const std::string &text, std::size_t at, int count)
     return at;
 }
 
+/// What is told of another file: many editors show nothing of a finding but its text.
+std::string inFile(const KIT_MessagePlace &place, const std::string &text)
+{
+    if (place.file.empty()) {
+        return text;
+    }
+    const std::string name = std::filesystem::path(place.file).filename().string();
+    return name + (place.line > 0 ? ":" + std::to_string(place.line) : "") + ": " + text;
+}
+
 /// What the file `.zel-lint` beside a script says.
 void readLintFile(const std::string &script, NOD_LintOptions &options, NOD_Report &report)
 {
@@ -93,6 +103,9 @@ void NOD_ServerPass::read()
     }
     NOD_Report said;
     myInterface = NODcheckScript(text, myPath, said, myRules.includes);
+    if (myInterface) {
+        NODcheckDescription(*myInterface, myPath, said);
+    }
     const bool wholeFlag = NODscriptHead(text, myPath).empty();
     if (myInterface && wholeFlag && myRules.lintFlag) {
         NOD_LintOptions options;
@@ -195,6 +208,7 @@ Finding NOD_ServerPass::findingOf(const NOD_Message &message)
         place.file = message.file;
         place.line = message.line;
         addRelated(finding, place, message.text);
+        finding.text = inFile(place, finding.text);
     }
     return finding;
 }
@@ -202,13 +216,14 @@ Finding NOD_ServerPass::findingOf(const NOD_Message &message)
 void NOD_ServerPass::setPlace(Finding &finding, const KIT_MessageDetail &detail)
 {
     const KIT_MessagePlace *own = &detail.place;
-    if (own->file != myPath && !detail.includedFrom.empty()) {
+    if (own->file != myPath) {
         addRelated(finding, *own, finding.text);
-        own = &detail.includedFrom.back();
+        finding.text = inFile(*own, finding.text);
+        own = detail.includedFrom.empty() ? own : &detail.includedFrom.back();
     }
     const std::size_t size = myText->get().size();
     if (own->file != myPath) {
-        addRelated(finding, *own, finding.text);
+        // where the document begins
     } else if (own->offset >= 0) {
         finding.begin = std::min(std::size_t(own->offset), size);
         finding.end =
@@ -271,8 +286,6 @@ void NOD_ServerPass::add(const NOD_LintFinding &found)
     finding.severity = severityOf(found.rule->level);
     finding.source = theJudge;
     finding.code = found.rule->code;
-    const std::vector<std::string> &meant = found.message.detail->expected;
-    finding.text += meant.empty() ? "" : "; did you mean " + meant.front() + "?";
     for (NOD_ServerFix &fix : finding.fixes) {
         fix.title = std::string("fix ") + found.rule->name;
         fix.safeFlag = true;
