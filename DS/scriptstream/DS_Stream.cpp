@@ -186,7 +186,9 @@ std::shared_ptr<const KIT_MessageDetail> DS_Stream::makeDetail() const
     auto detail = std::make_shared<KIT_MessageDetail>();
     set(detail->place, token);
     detail->found =
-        token.text.substr(token.begin, std::min(token.end - token.begin, theLongestFound));
+        token.macroFlag
+            ? token.macroToken.substr(0, theLongestFound)
+            : token.text.substr(token.begin, std::min(token.end - token.begin, theLongestFound));
     for (int level = 0; getIncluder(level, token); level++) {
         set(detail->includedFrom.emplace_back(), token);
     }

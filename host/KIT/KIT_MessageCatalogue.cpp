@@ -1,7 +1,9 @@
 #include <KIT/KIT_MessageCatalogue.h>
 
+#include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 namespace
 {
@@ -65,15 +67,20 @@ bool isOf(std::string_view sentence, std::string_view text)
     }
 }
 
-/// Bytes that a sentence says itself: of two that fit a text, the one that says more is meant.
-std::size_t ownBytes(std::string_view sentence)
+/// Which of two sentences that fit a text says more by itself. What a text begins with counts first: in a hole
+/// there may be a name from outside, and that name may read like another sentence.
+bool isCloser(std::string_view sentence, std::string_view other)
 {
-    std::size_t bytes = sentence.size();
-    for (std::size_t at = sentence.find(theHole); at != std::string_view::npos;
-         at = sentence.find(theHole, at + theHole.size())) {
-        bytes -= theHole.size();
-    }
-    return bytes;
+    const auto weight = [](std::string_view one) {
+        const std::size_t start = std::min(one.find(theHole), one.size());
+        std::size_t bytes = one.size();
+        for (std::size_t at = one.find(theHole); at != std::string_view::npos;
+             at = one.find(theHole, at + theHole.size())) {
+            bytes -= theHole.size();
+        }
+        return std::make_pair(start, bytes);
+    };
+    return weight(sentence) > weight(other);
 }
 
 KIT_MessageEntry withHelp(const Message &message)
@@ -94,12 +101,12 @@ KIT_MessageEntry withHelp(const Message &message)
 
 } // namespace
 
-const KIT_MessageEntry *KITfindTextMessage(std::string_view text)
+const KIT_MessageEntry *KITfindTextMessage(std::string_view text, std::string_view category)
 {
     const KIT_MessageEntry *found = nullptr;
     for (const KIT_MessageEntry &entry : theTexts) {
-        if (isOf(entry.sentence, text) &&
-            (!found || ownBytes(entry.sentence) > ownBytes(found->sentence))) {
+        if ((category.empty() || category == entry.category) && isOf(entry.sentence, text) &&
+            (!found || isCloser(entry.sentence, found->sentence))) {
             found = &entry;
         }
     }

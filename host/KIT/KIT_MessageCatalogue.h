@@ -39,8 +39,9 @@ KIT_API const char *KITgetMessageText(const char *category, int code);
 /// The sentence with the text put in. An empty or null text removes the ": {}".
 KIT_API std::string KITformatMessage(const char *category, int code, const char *text);
 
-/// The text message that a text is; null if it is none.
-KIT_API const KIT_MessageEntry *KITfindTextMessage(std::string_view text);
+/// The text message that a text is, of one category or, with "", of any; null if it is none.
+KIT_API const KIT_MessageEntry *KITfindTextMessage(std::string_view text,
+                                                   std::string_view category = {});
 
 /// Every code, by category in the order of the tables, then by number.
 KIT_API const std::vector<KIT_MessageEntry> &KITgetMessageEntries();

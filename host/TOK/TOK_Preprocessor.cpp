@@ -558,7 +558,12 @@ bool TOK_Preprocessor::getPlace(TOK_Place &place) const
         place.openFlag = place.quotedFlag && source->lexer.isOpen();
     }
     place.firstFlag = source->lexer.isFirstOnLine();
-    place.macroFlag = mySources.back()->macro != nullptr;
+    const Source &last = *mySources.back();
+    place.macroFlag = last.macro != nullptr;
+    if (place.macroFlag) {
+        place.macroToken = {last.lexer.getBegin(),
+                            std::size_t(last.lexer.getEnd() - last.lexer.getBegin())};
+    }
     return true;
 }
 

@@ -100,6 +100,8 @@ struct TOK_Place
     bool firstFlag = false; ///< the first token of its line
     bool openFlag = false;  ///< with setEndsOpenTexts(): the closing quote seems to be missing
     bool macroFlag = false;
+    std::string_view
+        macroToken; ///< of a token from a macro: itself, with the quotes, until the next one is read
 };
 
 class KIT_API TOK_TokenStream

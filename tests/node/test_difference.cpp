@@ -1,5 +1,6 @@
 // Comparison, patches and their laws, by random edits of nodes and scenes.
 
+#include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Difference.h>
 #include <NOD/NOD_Document.h>
 #include <NOD/NOD_Matching.h>
@@ -520,13 +521,16 @@ TEST(Difference, PatchesThatAreNone)
 {
     const std::string start = R"({"format":"zel difference","version":1,"exact":true,"edits":[)";
     const std::pair<const char *, const char *> theFaults[] = {
-        {"", "parse error"},
+        {"", "a.json(1): is no JSON: reading ends here"},
+        {"{\n\"format\" 1}", "a.json(2): is no JSON: reading ends here"},
+        {"{\n\"formt\": 1}", "a.json(2): \"format\" is missing"},
         {"[]", "\"format\" is missing"},
         {R"({"format":"x","version":1,"edits":[]})", "isn't a patch of parameters"},
         {R"({"format":"zel difference","version":2,"edits":[]})", "is a patch of version 2"},
         {R"({"format":"zel difference","version":1,"exact":false})", "and no patch"},
         {R"({"format":"zel difference","version":1,"exact":true})", "\"edits\" is missing"}};
     const std::pair<const char *, const char *> theEdits[] = {
+        {R"({"verb":"chnged"})", "\"chnged\" is nothing that happens to anything"},
         {R"({"verb":"hidden"})", "\"hidden\" is nothing that happens to anything"},
         {R"({"verb":"changed","path":[]})", "expected a path"},
         {R"({"verb":"changed","path":[["parm"]]})", "expected steps of a kind and a name"},
@@ -550,6 +554,17 @@ TEST(Difference, PatchesThatAreNone)
         EXPECT_NE(told(start + edit + "]}").find(std::string("edit 1: ") + message),
                   std::string::npos)
             << told(start + edit + "]}");
+    }
+    {
+        NOD_Report report;
+        NOD_Difference difference;
+        EXPECT_FALSE(difference.fromJson(start + "\n{\"verb\" : \"chnged\"}]}", "a", report));
+        const NOD_Message &message = report.getMessages().front();
+        ASSERT_TRUE(message.detail);
+        EXPECT_EQ(message.detail->place.line, 2);
+        EXPECT_EQ(message.detail->place.column, 12);
+        EXPECT_EQ(message.detail->expected, std::vector<std::string>{"changed"});
+        EXPECT_EQ(message.code, 96);
     }
 }
 

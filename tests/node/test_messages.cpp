@@ -194,6 +194,10 @@ TEST(Messages, NoTextIsTakenForAnother)
                 << text;
         }
     }
+    // A name that reads like another sentence doesn't choose the code.
+    EXPECT_EQ(KITfindTextMessage("there is no node a is to be the name of b and c")->code, 70);
+    EXPECT_EQ(KITfindTextMessage("script unknown identifier is locked", "DS")->code, 8);
+    EXPECT_EQ(KITfindTextMessage("wibble is locked", "DS"), nullptr);
     EXPECT_EQ(KITfindTextMessage("wibble"), nullptr);
     EXPECT_EQ(KITfindTextMessage(""), nullptr);
 }
@@ -339,6 +343,8 @@ TEST(Messages, PlacesOfEachReader)
          "2:52-53 [b] NOD 11\n"},
         {"SCRIPT", "parm { name b type float hidewhen \"{ wibble == 1 }\" }",
          "2:38-39 [b] NOD 15\n"},
+        {"ALL", "#define PARM parm { name m type flaot }\nPARM",
+         "3:1-5 [m] DS 27 expected float\n"},
         {"EDIT", "a=red", "1:3-6 [a] NOD 75\n"},
         {"EDIT", "nothere=1", "1:1-8 [nothere] NOD 71\n"},
         {"RENAMES", "a b\na c\n", "2:1-4 [a] NOD 84\n"},

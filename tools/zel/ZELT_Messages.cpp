@@ -284,10 +284,13 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, std::string category, int co
         rest.pop_back();
     }
     if (category == theKITCommonCategory && code == KIT_COMMON_BAD_SCRIPT) {
-        if (const KIT_MessageEntry *const own = KITfindTextMessage(rest)) {
+        if (const KIT_MessageEntry *const own = KITfindTextMessage(rest, theKITScriptCategory)) {
             category = own->category;
             code = own->code;
         }
+    }
+    if (category.empty()) {
+        category = theToolCategory;
     }
     const std::lock_guard<std::mutex> lock(myLock);
     myErrors += severity >= KIT_ERROR_ABORT;

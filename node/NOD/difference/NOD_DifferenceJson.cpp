@@ -1,13 +1,18 @@
 #include <NOD/NOD_Difference.h>
 
+#include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_Nearest.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/difference/NOD_RecordJsonPrivate.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -22,6 +27,16 @@ constexpr int theDeepest = 1000; ///< records in records; a scene has fewer leve
 struct Fault : std::runtime_error
 {
     using std::runtime_error::runtime_error;
+    /// A word that is none of those there are, as it stands in the text: after its key, or a key itself.
+    Fault(const std::string &text, std::string ofKey, std::string wrong,
+          std::vector<std::string> words)
+        : std::runtime_error(text), key(std::move(ofKey)), found(std::move(wrong)),
+          candidates(std::move(words))
+    {}
+
+    std::string key;
+    std::string found;
+    std::vector<std::string> candidates;
 };
 
 // ---------------------------------------------------------------------- //
@@ -213,7 +228,15 @@ NOD_Value valueOf(const Json &json)
 const Json &memberOf(const Json &json, const char *name)
 {
     if (!json.is_object() || !json.contains(name)) {
-        throw Fault(std::string("\"") + name + "\" is missing");
+        std::vector<std::string> keys;
+        if (json.is_object()) {
+            for (const auto &member : json.items()) {
+                keys.push_back(member.key());
+            }
+        }
+        const std::string *const nearest = KITnearestWord(name, keys);
+        throw Fault(std::string("\"") + name + "\" is missing", "", nearest ? *nearest : "",
+                    {name});
     }
     return json[name];
 }
@@ -278,7 +301,11 @@ NOD_Change changeOf(const Json &json)
     NOD_Change change;
     const std::string verb = textOf(memberOf(json, "verb"));
     if (!NOD_Change::findVerb(verb, change.verb)) {
-        throw Fault("\"" + verb + "\" is nothing that happens to anything");
+        using Named = NOD_Change;
+        throw Fault("\"" + verb + "\" is nothing that happens to anything", "verb", verb,
+                    {Named::getVerbName(Verb::ADDED), Named::getVerbName(Verb::REMOVED),
+                     Named::getVerbName(Verb::CHANGED), Named::getVerbName(Verb::RENAMED),
+                     Named::getVerbName(Verb::MOVED)});
     }
     if (change.verb != Verb::ADDED) {
         change.oldPath = pathOf(memberOf(json, "path"));
@@ -301,6 +328,61 @@ NOD_Change changeOf(const Json &json)
         change.newAfter = textOf(json["newAfter"]);
     }
     return change;
+}
+
+/// Where `"word"` is in a text, after `"key":` if there is a key; npos for nowhere.
+std::size_t findWord(std::string_view text, const std::string &key, const std::string &word)
+{
+    constexpr const char *theBlanks = " \t\r\n";
+    const std::string quotedKey = '"' + key + '"';
+    const std::string quoted = '"' + word + '"';
+    if (key.empty()) {
+        return text.find(quoted);
+    }
+    for (std::size_t at = text.find(quotedKey); at != std::string_view::npos;
+         at = text.find(quotedKey, at + 1)) {
+        std::size_t next = text.find_first_not_of(theBlanks, at + quotedKey.size());
+        if (next != std::string_view::npos && text[next] == ':') {
+            next = text.find_first_not_of(theBlanks, next + 1);
+            if (next != std::string_view::npos && text.substr(next, quoted.size()) == quoted) {
+                return next;
+            }
+        }
+    }
+    return std::string_view::npos;
+}
+
+/// Without a place if the word stands there in another form, with escapes.
+std::shared_ptr<const KIT_MessageDetail> detailOf(std::string_view text, const std::string &name,
+                                                  const Fault &fault)
+{
+    const std::size_t at =
+        fault.found.empty() ? std::string_view::npos : findWord(text, fault.key, fault.found);
+    if (fault.candidates.empty()) {
+        return nullptr;
+    }
+    const bool knownFlag = at != std::string_view::npos;
+    auto detail = knownFlag
+                      ? KIT_MessageDetail::ofText(text, name, at + 1, at + 1 + fault.found.size())
+                      : std::make_shared<KIT_MessageDetail>();
+    detail->place.file = name;
+    detail->found = fault.found;
+    detail->expected = fault.candidates;
+    if (const std::string *const nearest = KITnearestWord(fault.found, fault.candidates)) {
+        detail->expected = {*nearest};
+        detail->hint = "did you mean '" + *nearest + "'?";
+        if (knownFlag) {
+            detail->fixes.push_back({"replace it by " + *nearest, {{detail->place, *nearest}}});
+        }
+    }
+    return detail;
+}
+
+void addFault(const std::string &name, const std::string &subject, const std::string &what,
+              std::shared_ptr<const KIT_MessageDetail> detail, NOD_Report &report)
+{
+    const int line = detail ? detail->place.line : 0;
+    report.add({KIT_ERROR_ABORT, name, line, subject, what, {}, 0, std::move(detail)});
 }
 
 } // namespace
@@ -350,11 +432,16 @@ bool NOD_Difference::fromJson(std::string_view text, const std::string &name, NO
         }
         myChanges.swap(changes);
         return true;
-    } catch (const Json::exception &fault) {
-        report.add({KIT_ERROR_ABORT, name, 0, {}, fault.what(), {}, 0});
+    } catch (const Json::parse_error &fault) {
+        const std::size_t end = std::min(fault.byte, text.size());
+        addFault(name, "", "is no JSON: reading ends here",
+                 KIT_MessageDetail::ofText(text, name, end - (end > 0), end), report);
+    } catch (const Json::exception &) {
+        addFault(name, listFlag ? "edit " + std::to_string(number + 1) : "",
+                 "isn't of the form of a patch", nullptr, report);
     } catch (const Fault &fault) {
-        const std::string place = listFlag ? "edit " + std::to_string(number + 1) : "";
-        report.add({KIT_ERROR_ABORT, name, 0, place, fault.what(), {}, 0});
+        addFault(name, listFlag ? "edit " + std::to_string(number + 1) : "", fault.what(),
+                 detailOf(text, name, fault), report);
     }
     return false;
 }

@@ -21,7 +21,8 @@ void NOD_Report::add(NOD_Message message)
     const bool scriptFlag =
         message.category == theKITCommonCategory && message.code == KIT_COMMON_BAD_SCRIPT;
     if (message.category.empty() || scriptFlag) {
-        if (const KIT_MessageEntry *const own = KITfindTextMessage(message.text)) {
+        if (const KIT_MessageEntry *const own =
+                KITfindTextMessage(message.text, scriptFlag ? theKITScriptCategory : "")) {
             message.category = own->category;
             message.code = own->code;
         }

@@ -44,6 +44,29 @@ bool startsWith(const std::string &text, std::string_view start)
     return text.compare(0, start.size(), start) == 0;
 }
 
+/// The token of a place. All tokens of a macro are at the place of its use: of these the one that was read.
+int findToken(const NOD_ScriptTokens &tokens, const KIT_MessageDetail &detail)
+{
+    const KIT_MessagePlace &place = detail.place;
+    if (place.offset < 0) {
+        return -1;
+    }
+    const int last = tokens.find(place.file, std::size_t(place.offset));
+    const auto isSamePlace = [&](int token) {
+        return token >= 0 && tokens[token].file == tokens[last].file &&
+               tokens[token].begin == tokens[last].begin;
+    };
+    const bool quotedFlag = detail.found.size() > 1 && detail.found.front() == '"';
+    const std::string found =
+        quotedFlag ? detail.found.substr(1, detail.found.size() - 2) : detail.found;
+    for (int token = last; isSamePlace(token); --token) {
+        if (tokens[token].text == found) {
+            return token;
+        }
+    }
+    return last;
+}
+
 } // namespace
 
 const Shape::Fault *NODfindCause(const Shape &shape, int token)
@@ -126,16 +149,13 @@ void NODcompleteDetails(NOD_Report &report, std::string_view text, const std::st
     NOD_Report completed;
     for (std::size_t i = 0; i < messages.size(); ++i) {
         NOD_Message message = messages[i];
-        const KIT_MessagePlace place = message.detail ? message.detail->place : KIT_MessagePlace();
-        const int token = place.offset < 0 || i >= theMost
-                              ? -1
-                              : tokens.find(place.file, std::size_t(place.offset));
+        const int token = message.detail && i < theMost ? findToken(tokens, *message.detail) : -1;
         const bool endFlag = message.text == theNODScriptRest || (stopped && i + 1 == last);
         const Shape::Fault *const cause =
             endFlag && token >= 0 ? NODfindCause(shape, token) : nullptr;
         if (cause) {
             message.detail = NODmakeDetail(tokens, shape, *cause);
-        } else if (token >= 0 && tokens[token].begin == std::size_t(place.offset)) {
+        } else if (token >= 0 && tokens[token].begin == std::size_t(message.detail->place.offset)) {
             message.detail = NODcompleteDetail(tokens, shape, token, message.text);
         }
         completed.add(std::move(message));

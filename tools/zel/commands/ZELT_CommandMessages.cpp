@@ -28,6 +28,23 @@ ZELT_Json asJson(const NOD_MessageHelp &help)
     return json;
 }
 
+/// A category and the number after it are one code, as messages print it.
+std::vector<std::string> joined(const std::vector<std::string> &words)
+{
+    std::vector<std::string> codes;
+    for (const std::string &word : words) {
+        const bool numberFlag =
+            !word.empty() && word.find_first_not_of("0123456789") == std::string::npos;
+        if (numberFlag && !codes.empty() &&
+            codes.back().find_first_of("0123456789") == std::string::npos) {
+            codes.back() += " " + word;
+        } else {
+            codes.push_back(word);
+        }
+    }
+    return codes;
+}
+
 int print(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     if (call.page && options.json) {
@@ -40,7 +57,7 @@ int print(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     }
     std::vector<NOD_MessageHelp> found;
     bool good = true;
-    for (const std::string &code : call.codes) {
+    for (const std::string &code : joined(call.codes)) {
         const std::vector<NOD_MessageHelp> some = NODfindMessages(code);
         if (some.empty()) {
             messages.error("", "there is no code " + code);

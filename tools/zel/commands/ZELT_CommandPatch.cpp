@@ -46,7 +46,8 @@ int patch(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     for (NOD_Message message : report.getMessages()) {
         message.file = message.file.empty() ? name : message.file;
         messages.add(message.severity, message.category, message.code, message.file, message.line,
-                     message.subject + (message.subject.empty() ? "" : ": ") + message.text);
+                     message.subject + (message.subject.empty() ? "" : ": ") + message.text,
+                     message.detail.get());
     }
     return doneFlag && ZELTwriteFile(call.out, bytes, messages) ? 0 : 1;
 }
