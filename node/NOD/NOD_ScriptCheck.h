@@ -11,6 +11,8 @@
 /// After a mistake reading goes on where the grammar is certain: with the next statement of the block, and
 /// with the block in which indentation and keywords put it where a brace is missing or too many. So
 /// mistakes that have nothing to do with each other are told each, and what follows from one isn't.
+/// Of what is left without the faulty statements NODcheckDescription() is told too, as warnings, but for what may
+/// follow from what is left out.
 /// Of a script of more than four million tokens or 64 MB only the reader's messages are
 /// told, with the places of the tokens where it noticed them.
 #pragma once

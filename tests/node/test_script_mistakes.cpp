@@ -150,6 +150,39 @@ TEST(ScriptMistakes, EachOneIsTold)
 }
 
 // Also after the first mistake, where the reader stops, in the order of the script.
+// What can be read is judged, and only what doesn't follow from what can't.
+TEST(ScriptMistakes, WhatIsLeftIsJudged)
+{
+    const auto checkAll = [](const std::string &text) {
+        NOD_Report report;
+        EXPECT_FALSE(NODcheckScript(text, "s.ds", report)) << text;
+        return contents(report);
+    };
+    const std::string broken =
+        "warning: default: The expression cannot be read: \")\" is missing\n";
+    EXPECT_EQ(checkAll("{ name x\n"
+                       "parm { name a lable A type float default { \"(1\" } }\n"
+                       "parm { name b type float hidewhen \"{ zz == 1 }\" } }"),
+              "2:15-20 (2) Dialog Script: unknown identifier: 'lable'\n2:47-48 (2) " + broken +
+                  "3:38-39 (3) warning: hidewhen: there is no parameter zz\n");
+    // Of a text without braces, with the caller's places.
+    EXPECT_EQ(checkAll("parm { name a lable A type float default { \"(1\" } }\n"),
+              "1:15-20 (1) Dialog Script: unknown identifier: 'lable'\n1:47-48 (1) " + broken);
+    // The name may be that of the parameter which can't be read.
+    EXPECT_EQ(checkAll("{ name x\n"
+                       "parm { nmae zz type float }\n"
+                       "parm { name b type float hidewhen \"{ zz == 1 }\" default { \"(1\" } } }"),
+              "2:8-12 (2) Dialog Script: unknown identifier: 'nmae'\n3:62-63 (3) " + broken);
+    // The expression may be a text, of a type that can't be read.
+    EXPECT_EQ(checkAll("{ name x\nparm { name b tpye string default { \"(1\" } } }"),
+              "2:15-19 (2) Dialog Script: unknown identifier: 'tpye'\n");
+    // The lines that are shown are those of the script.
+    NOD_Report report;
+    NODcheckScript("parm { name a lable A type float default { \"(1\" } }\n", "s.ds", report);
+    ASSERT_EQ(report.getMessages().size(), 2u);
+    EXPECT_EQ(report.getMessages()[1].detail->place.source.substr(0, 22), "parm { name a lable A ");
+}
+
 TEST(ScriptMistakes, ThePreprocessorsAreTold)
 {
     EXPECT_EQ(check("{\nname a\n#include \"none.h\"\nparm { nmae p }\n#if 1\n#endif x\n#else\n"

@@ -8,6 +8,7 @@
 #include <NOD/NOD_InterfaceCheck.h>
 #include <NOD/interface/NOD_ScriptDetailPrivate.h>
 #include <NOD/interface/NOD_ScriptStreamPrivate.h>
+#include <NOD/interface/NOD_SoundPartPrivate.h>
 #include <ZEL/ZEL_ParmTypes.h>
 #include <ZEL/ZEL_ScriptPage.h>
 
@@ -485,11 +486,21 @@ void completeReport(std::string_view text, const std::string &name,
     const Shape shape(tokens);
     Merge merge(tokens, shape);
     merge.addReader(reader);
+    NOD_Report mistakes;
     for (Placed &one : Pass(tokens, shape).run()) {
+        mistakes.add(one.message);
         one.message.severity = goodFlag ? KIT_ERROR_WARNING : one.message.severity;
         merge.add(std::move(one));
     }
     merge.addTokens(goodFlag);
+    if (!goodFlag) {
+        mistakes.append(reader);
+        NOD_Report judged;
+        NODcheckSoundPart(text, name, includes, mistakes, judged);
+        for (const NOD_Message &message : judged.getMessages()) {
+            merge.add({-1, message});
+        }
+    }
     merge.addTo(report);
 }
 

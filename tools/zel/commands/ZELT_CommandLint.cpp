@@ -9,9 +9,11 @@
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Lint.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptCheck.h>
 
 #include <algorithm>
 #include <iostream>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,6 +37,16 @@ struct Result
     std::vector<NOD_LintFinding> findings;
 };
 
+/// With all mistakes of the script.
+ZELT_ScriptPtr checkScript(const std::string &file, NOD_Report &said)
+{
+    if (file == "-") {
+        const std::string text(std::istreambuf_iterator<char>(std::cin), {});
+        return NODcheckScript(text, file, said);
+    }
+    return NODcheckScriptFile(file, said);
+}
+
 Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messages)
 {
     Result result;
@@ -44,7 +56,7 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
         return result;
     }
     NOD_Report said;
-    const ZELT_ScriptPtr script = ZELTloadScript(file, said);
+    const ZELT_ScriptPtr script = checkScript(file, said);
     if (!script) {
         messages.add(said);
         return result;
