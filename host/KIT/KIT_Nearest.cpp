@@ -1,5 +1,7 @@
 #include <KIT/KIT_Nearest.h>
 
+#include <KIT/KIT_MessageDetail.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -56,4 +58,19 @@ std::string KITdidYouMean(std::string_view word, const std::vector<std::string> 
 {
     const std::string *const nearest = KITnearestWord(word, words);
     return nearest ? "; did you mean " + *nearest + "?" : "";
+}
+
+bool KITaddNearest(KIT_MessageDetail &detail, std::string_view word,
+                   const std::vector<std::string> &words)
+{
+    const std::string *const nearest = KITnearestWord(word, words);
+    if (!nearest) {
+        return false;
+    }
+    detail.hint = "did you mean '" + *nearest + "'?";
+    detail.expected = {*nearest};
+    if (detail.place.isKnown()) {
+        detail.fixes.push_back({"replace it by " + *nearest, {{detail.place, *nearest}}});
+    }
+    return true;
 }

@@ -347,6 +347,8 @@ TEST(Messages, PlacesOfEachReader)
          "3:1-5 [m] DS 27 expected float\n"},
         {"EDIT", "a=red", "1:3-6 [a] NOD 75\n"},
         {"EDIT", "nothere=1", "1:1-8 [nothere] NOD 71\n"},
+        {"EDIT", "mnu=1", "1:1-4 [mnu] NOD 71 expected menu\n"},
+        {"EDIT", "menu=tow", "1:6-9 [menu] NOD 76 expected two\n"},
         {"RENAMES", "a b\na c\n", "2:1-4 [a] NOD 84\n"},
         {"LINT", "# x\nlevel: wibble\n", "2:1-14 [] NOD 92\n"},
     };

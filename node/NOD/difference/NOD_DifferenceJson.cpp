@@ -368,13 +368,7 @@ std::shared_ptr<const KIT_MessageDetail> detailOf(std::string_view text, const s
     detail->place.file = name;
     detail->found = fault.found;
     detail->expected = fault.candidates;
-    if (const std::string *const nearest = KITnearestWord(fault.found, fault.candidates)) {
-        detail->expected = {*nearest};
-        detail->hint = "did you mean '" + *nearest + "'?";
-        if (knownFlag) {
-            detail->fixes.push_back({"replace it by " + *nearest, {{detail->place, *nearest}}});
-        }
-    }
+    KITaddNearest(*detail, fault.found, fault.candidates);
     return detail;
 }
 

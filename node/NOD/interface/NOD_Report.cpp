@@ -46,8 +46,12 @@ void NOD_Report::take(KIT_ErrorManager &manager, const std::string &file,
 {
     for (std::int64_t i = 0; i < manager.entries(); ++i) {
         const KIT_ErrorManager::Error &entry = manager.getError(i);
+        // A script reader's text is already a sentence with its position.
+        const bool placedFlag =
+            entry.category == theKITCommonCategory && entry.code == KIT_COMMON_BAD_SCRIPT;
         add({entry.severity, file, 0, subject,
-             KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str()),
+             placedFlag ? entry.text
+                        : KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str()),
              entry.category, entry.code, entry.detail});
     }
     manager.clearAndDestroyErrors();

@@ -28,17 +28,6 @@ void addFix(KIT_MessageDetail &detail, const std::string &what, const std::strin
     detail.fixes.push_back({what, {{detail.place, text}}});
 }
 
-/// What a word of the wrong kind may have been meant as.
-void addNearest(KIT_MessageDetail &detail, const std::string &word,
-                const std::vector<std::string> &words)
-{
-    if (const std::string *const nearest = KITnearestWord(word, words)) {
-        detail.hint = "did you mean '" + *nearest + "'?";
-        detail.expected = {*nearest};
-        addFix(detail, "replace it by " + *nearest, *nearest);
-    }
-}
-
 bool startsWith(const std::string &text, std::string_view start)
 {
     return text.compare(0, start.size(), start) == 0;
@@ -118,11 +107,11 @@ std::shared_ptr<const KIT_MessageDetail> NODcompleteDetail(const NOD_ScriptToken
     detail->subject = subjectOf(shape, block);
     detail->found = word;
     if (text.find("unknown identifier") != std::string::npos) {
-        addNearest(*detail, word, NODgetScriptWords(own && own->parmFlag));
+        KITaddNearest(*detail, word, NODgetScriptWords(own && own->parmFlag));
     } else if (startsWith(text, "Unknown parameter type")) {
         detail->hint = "'" + word + "' is no type";
         const std::string unknown = std::exchange(detail->hint, "");
-        addNearest(*detail, word, NODgetScriptTypeWords());
+        KITaddNearest(*detail, word, NODgetScriptTypeWords());
         detail->hint = unknown + (detail->hint.empty() ? "" : "; " + detail->hint);
     }
     if (own && at != own->header && tokens[own->header].line != tokens[at].line) {

@@ -1,6 +1,8 @@
 #include <NOD/NOD_Address.h>
 
 #include <BAS/BAS_Number.h>
+#include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
@@ -13,6 +15,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <memory>
+#include <utility>
 
 namespace
 {
@@ -169,6 +173,11 @@ Places findMatching(NOD_Node &node, const Parts &parts)
     return out;
 }
 
+std::string noParameter(const std::string &name)
+{
+    return "there is no parameter " + name;
+}
+
 /// What the name is in one node; or, in `fault`, why it is nothing.
 Places findIn(NOD_Node &node, const Parts &parts, std::string &fault)
 {
@@ -180,7 +189,7 @@ Places findIn(NOD_Node &node, const Parts &parts, std::string &fault)
             out = findMatching(node, parts);
         }
         if (out.empty()) {
-            fault = "there is no parameter " + parts.name;
+            fault = noParameter(parts.name);
         }
     } else if (!parm->getInstance()) {
         fault = parts.name + " is a base parameter, which has no value";
@@ -188,6 +197,28 @@ Places findIn(NOD_Node &node, const Parts &parts, std::string &fault)
         fault = parts.name + " has no component " + std::to_string(index);
     }
     return out;
+}
+
+/// With the name that may have been meant, where it is the name of a parameter that isn't there.
+void tellFault(const Nodes &nodes, const Parts &parts, const std::string &fault, NOD_Report &report)
+{
+    NOD_Message message{KIT_ERROR_ABORT, {}, 0, {}, fault, {}, 0};
+    message.subject = parts.path.substr(0, std::max(parts.path.size(), std::size_t(1)) - 1);
+    std::vector<std::string> names;
+    for (NOD_Node *const node : nodes) {
+        for (const NOD_Place &place : NODallPlaces(*node)) {
+            names.emplace_back(place.token.nonNullStr());
+            const ZEL_Parm *const parm = place.find();
+            for (int i = place.first; parm && i < place.end; ++i) {
+                names.emplace_back(parm->getChannelToken(i).nonNullStr());
+            }
+        }
+    }
+    auto detail = std::make_shared<KIT_MessageDetail>();
+    if (fault == noParameter(parts.name) && KITaddNearest(*detail, parts.name, names)) {
+        message.detail = std::move(detail);
+    }
+    report.add(std::move(message));
 }
 
 } // namespace
@@ -214,7 +245,7 @@ std::vector<NOD_Place> NODfindPlaces(NOD_Node &base, const std::string &address,
     if (nodes.empty()) {
         report.error("", "there is no node " + parts.path.substr(0, parts.path.size() - 1));
     } else if (out.empty()) {
-        report.error(parts.path.empty() ? "" : parts.path.substr(0, parts.path.size() - 1), fault);
+        tellFault(nodes, parts, fault, report);
     }
     return out;
 }

@@ -8,6 +8,7 @@
 #include <KIT/KIT_JSONValue.h>
 #include <KIT/KIT_MessageCatalogue.h>
 #include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Edit.h>
@@ -421,16 +422,32 @@ bool NOD_TextEdit::key(const std::string &address, double time, const std::strin
 namespace
 {
 
+/// The words that could be where a message is: names of parameters, or those of a menu.
+std::vector<std::string> wordsFor(NOD_Node &node, const std::string &text,
+                                  const NOD_Message &message)
+{
+    if (message.detail) {
+        return message.detail->expected;
+    }
+    NOD_Report none;
+    const std::string address = text.substr(0, text.find_first_of("=@"));
+    const bool menuFlag = message.text.find(", and not in the menu of ") != std::string::npos;
+    const std::vector<NOD_Place> places =
+        menuFlag ? NODfindPlaces(node, address, none) : std::vector<NOD_Place>();
+    const ZEL_Parm *const parm = places.empty() ? nullptr : places.front().find();
+    return parm && parm->getType().isOrdinalType() ? NODordinalWords(*parm)
+                                                   : std::vector<std::string>();
+}
+
 /// Where in `ADDRESS=VALUE` a message is: at the value that it begins with, else at the address.
-std::shared_ptr<const KIT_MessageDetail> placeIn(const std::string &text,
-                                                 const NOD_Message &message)
+std::shared_ptr<KIT_MessageDetail> placeIn(const std::string &text, const NOD_Message &message)
 {
     const std::size_t split = std::min(text.find('='), text.size());
     const std::size_t value = std::min(split + 1, text.size());
     const std::size_t slash = text.substr(0, split).rfind('/') + 1; // 0 without one
     const std::string name =
         text.substr(slash, std::min(text.find_first_of(":@=", slash), split) - slash);
-    if (message.detail) { // of an expression, in the value
+    if (message.detail && message.detail->place.isKnown()) { // of an expression, in the value
         auto detail = std::make_shared<KIT_MessageDetail>(*message.detail);
         const KIT_MessagePlace inner = detail->place;
         detail->place.setFromText(text,
@@ -466,7 +483,9 @@ bool NOD_TextEdit::within(const std::string &text, const Run &run)
     NOD_TextEdit inner(myNode, myTime, found);
     const bool good = run(inner);
     for (NOD_Message message : found.getMessages()) {
-        message.detail = placeIn(text, message);
+        auto detail = placeIn(text, message);
+        KITaddNearest(*detail, detail->found, wordsFor(myNode, text, message));
+        message.detail = std::move(detail);
         myReport.add(std::move(message));
     }
     return good;
