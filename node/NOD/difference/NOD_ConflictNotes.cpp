@@ -67,10 +67,11 @@ std::string NODaddConflictNotes(const std::string &text, const NOD_Record &top,
     for (std::string line; std::getline(is, line);) {
         lines.push_back(line);
     }
-    for (const auto &[token, note] : std::map<std::string, std::string>(notes)) {
+    for (const auto &row : std::map<std::string, std::string>(notes)) {
+        const std::string &token = row.first;
         const auto isIt = [&](const std::string &line) { return firstWord(line) == token; };
         if (!token.empty() && std::none_of(lines.begin(), lines.end(), isIt)) {
-            notes[""] += note;
+            notes[""] += row.second;
             notes.erase(token);
         }
     }

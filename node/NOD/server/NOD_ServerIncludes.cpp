@@ -28,7 +28,6 @@ public:
     void cppInclude(const char *from, int, const TOK_Span &directive, const char *file,
                     std::string_view text) override
     {
-        TOK_Place place;
         std::string written;
         const NOD_ServerFilePtr includer = findFile(from);
         const std::string_view all = includer ? includer->getText().get() : getText();
