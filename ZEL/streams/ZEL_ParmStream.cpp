@@ -90,8 +90,7 @@ const KindMark *markFor(const ZEL_StreamEntry &entry)
 
 ZEL_ParmStream::ZEL_ParmStream(Entries entries, float version)
     : myVersion(version), myWholeFlag(true), myEntries(std::move(entries))
-{
-}
+{}
 
 // ---------------------------------------------------------------------- //
 // In
