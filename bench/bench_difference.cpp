@@ -14,6 +14,7 @@
 #include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Difference.h>
 #include <NOD/NOD_Document.h>
+#include <NOD/NOD_Interface.h>
 #include <NOD/NOD_SceneFile.h>
 
 #include <benchmark/benchmark.h>
