@@ -71,7 +71,10 @@ run_tests() {
 # fuzz NAME: a fixed number of runs from the seeds; what it finds stays in the build folder.
 fuzz() {
     local name=$1 found="build/fuzz/found/$1" options=() runs=$fuzz_runs
-    [ "$name" != scene_file ] || runs=$((fuzz_runs / 10)) # each makes and saves several scenes
+    case $name in
+    scene_file | merge) runs=$((fuzz_runs / 10)) ;; # each makes and saves several scenes or streams
+    lsp) runs=$((fuzz_runs / 4)) ;;                 # each checks several scripts
+    esac
     mkdir -p "$found/corpus"
     [ ! -f "build/fuzz/fuzz/$name.dict" ] || options+=("-dict=build/fuzz/fuzz/$name.dict")
     [ ! -d "fuzz/corpus/$name" ] || options+=("fuzz/corpus/$name")
