@@ -73,7 +73,7 @@ fuzz() {
     local name=$1 found="build/fuzz/found/$1" options=() runs=$fuzz_runs
     case $name in
     scene_file | merge) runs=$((fuzz_runs / 10)) ;; # each makes and saves several scenes or streams
-    lsp) runs=$((fuzz_runs / 4)) ;;                 # each checks several scripts
+    lsp | script) runs=$((fuzz_runs / 4)) ;;        # each checks several scripts
     esac
     mkdir -p "$found/corpus"
     [ ! -f "build/fuzz/fuzz/$name.dict" ] || options+=("-dict=build/fuzz/fuzz/$name.dict")
