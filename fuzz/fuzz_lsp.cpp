@@ -55,19 +55,8 @@ bool work(NOD_ScriptServer &server)
 void receiveFrames(NOD_ScriptServer &server, std::string_view bytes)
 {
     NOD_MessageFrames frames;
-    std::string text;
     frames.add(bytes);
-    for (;;) {
-        const NOD_MessageFrames::Result result = frames.next(text);
-        if (result == NOD_MessageFrames::Result::NOTHING) {
-            return;
-        }
-        if (result == NOD_MessageFrames::Result::MESSAGE) {
-            server.receive(text);
-        } else {
-            server.receiveFault(text);
-        }
-    }
+    server.receive(frames);
 }
 
 void receiveLines(NOD_ScriptServer &server, std::string_view bytes)

@@ -32,6 +32,8 @@
 #include <string>
 #include <vector>
 
+class NOD_MessageFrames;
+
 class NOD_API NOD_ScriptServer
 {
 public:
@@ -52,6 +54,8 @@ public:
     void receive(const std::string &message);
     /// Answers a frame that can't be read.
     void receiveFault(const std::string &fault);
+    /// Takes all that have come whole, and answers faulty ones.
+    void receive(NOD_MessageFrames &frames);
     /// Does what the next message says. False if none waits.
     bool step();
 

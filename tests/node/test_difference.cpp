@@ -5,6 +5,7 @@
 #include <NOD/NOD_Document.h>
 #include <NOD/NOD_Matching.h>
 #include <node/RandomScene.h>
+#include <node/SavedNodes.h>
 #include <node/SceneEdits.h>
 
 #include <gtest/gtest.h>
@@ -109,24 +110,6 @@ void checkLaws(const std::string &a, const std::string &b,
     }
     same.setTop(std::move(old));
     EXPECT_EQ(bytesOf(same, binary), a) << edits(there);
-}
-
-std::string savedScene(NOD_Scene &scene, NOD_SaveOptions::Form form)
-{
-    NOD_Report report;
-    std::ostringstream os;
-    NOD_SaveOptions options;
-    options.form = form;
-    NOD_SceneFile::save(scene, os, options, report);
-    return os.str();
-}
-
-std::string savedStream(NOD_Node &node, bool binary)
-{
-    std::ostringstream os;
-    constexpr bool compact = false;
-    node.getParms().save(os, binary, compact);
-    return os.str();
 }
 
 class Laws : public testing::TestWithParam<unsigned>

@@ -4,6 +4,7 @@
 #include <NOD/NOD_Document.h>
 #include <NOD/NOD_Merge.h>
 #include <node/RandomScene.h>
+#include <node/SavedNodes.h>
 #include <node/SceneEdits.h>
 
 #include <gtest/gtest.h>
@@ -343,24 +344,6 @@ void checkLaws(const std::string &b, const std::string &o, const std::string &t,
         EXPECT_EQ(other.merge.getOpenCount(), 0u);
         documentOf(other.bytes(), interface);
     }
-}
-
-std::string savedScene(NOD_Scene &scene, NOD_SaveOptions::Form form)
-{
-    NOD_Report report;
-    std::ostringstream os;
-    NOD_SaveOptions options;
-    options.form = form;
-    NOD_SceneFile::save(scene, os, options, report);
-    return os.str();
-}
-
-std::string savedStream(NOD_Node &node, bool binary)
-{
-    std::ostringstream os;
-    constexpr bool compact = false;
-    node.getParms().save(os, binary, compact);
-    return os.str();
 }
 
 class MergeLaws : public testing::TestWithParam<unsigned>

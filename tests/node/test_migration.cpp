@@ -12,6 +12,7 @@
 #include <NOD/NOD_UndoStack.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
+#include <node/SavedNodes.h>
 
 #include <gtest/gtest.h>
 
@@ -83,13 +84,6 @@ protected:
             out += entry.asText() + "\n";
         }
         return out;
-    }
-
-    static std::string contents(NOD_Node &node)
-    {
-        NOD_Report faults;
-        const auto all = NOD_NodeSections::take(node, NOD_NodeSections::Form::TEXT, faults);
-        return all.channels + all.values + all.aliases + all.spares + faults.asText();
     }
 
     NOD_Report report;

@@ -10,6 +10,7 @@
 #include <NOD/NOD_Scene.h>
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/NOD_UndoStack.h>
+#include <node/SavedNodes.h>
 
 #include <KIT/KIT_MessageDetail.h>
 #include <TRK/TRK_Channel.h>
@@ -185,12 +186,6 @@ protected:
             }
         }
         return out;
-    }
-    static std::string contents(NOD_Node &node)
-    {
-        NOD_Report faults;
-        const auto all = NOD_NodeSections::take(node, NOD_NodeSections::Form::TEXT, faults);
-        return all.channels + all.values + all.aliases + all.spares + faults.asText();
     }
 
     NOD_Report report;

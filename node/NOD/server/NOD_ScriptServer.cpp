@@ -1,5 +1,6 @@
 #include <NOD/NOD_ScriptServer.h>
 
+#include <NOD/NOD_MessageFrames.h>
 #include <NOD/server/NOD_ServerFeaturesPrivate.h>
 #include <NOD/server/NOD_ServerWorkspacePrivate.h>
 
@@ -374,6 +375,22 @@ void NOD_ScriptServer::receive(const std::string &message)
 void NOD_ScriptServer::receiveFault(const std::string &fault)
 {
     my->fail(nullptr, Error::INVALID_REQUEST, fault);
+}
+
+void NOD_ScriptServer::receive(NOD_MessageFrames &frames)
+{
+    std::string text;
+    for (;;) {
+        const NOD_MessageFrames::Result result = frames.next(text);
+        if (result == NOD_MessageFrames::Result::NOTHING) {
+            return;
+        }
+        if (result == NOD_MessageFrames::Result::MESSAGE) {
+            receive(text);
+        } else {
+            receiveFault(text);
+        }
+    }
 }
 
 bool NOD_ScriptServer::step()

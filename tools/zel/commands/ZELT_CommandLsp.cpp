@@ -133,22 +133,6 @@ void send(NOD_ScriptServer &server)
     std::cout.flush();
 }
 
-void receive(NOD_ScriptServer &server, NOD_MessageFrames &frames)
-{
-    std::string text;
-    for (;;) {
-        const NOD_MessageFrames::Result result = frames.next(text);
-        if (result == NOD_MessageFrames::Result::NOTHING) {
-            return;
-        }
-        if (result == NOD_MessageFrames::Result::MESSAGE) {
-            server.receive(text);
-        } else {
-            server.receiveFault(text);
-        }
-    }
-}
-
 /// Until the client says so, the input ends or the output can't be written.
 void serve(NOD_ScriptServer &server, Desk &desk)
 {
@@ -158,7 +142,7 @@ void serve(NOD_ScriptServer &server, Desk &desk)
     while (!server.isOver() && std::cout) {
         const Desk::News news = desk.take(idleFlag);
         frames.add(news.bytes);
-        receive(server, frames);
+        server.receive(frames);
         if (news.done) {
             busyFlag = false;
             server.endPass(news.done);
