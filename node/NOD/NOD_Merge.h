@@ -24,6 +24,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,7 +34,7 @@ class NOD_API NOD_Merge
 public:
     using Side = NOD_MergeSide;
     using Conflicts = std::vector<NOD_Conflict>;
-    using Chooser = std::function<Side(const NOD_Conflict &)>;
+    using Chooser = std::function<std::optional<Side>(const NOD_Conflict &)>;
 
     // ------------------------------------------------------------------ //
     /// \name Who stands

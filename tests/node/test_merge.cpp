@@ -515,6 +515,12 @@ TEST(Merge, Policies)
     merge.merge(base.getTop(), ours.getTop(), theirs.getTop());
     EXPECT_EQ(asked, std::vector<std::string>{"s"});
     EXPECT_EQ(merge.getOpenCount(), 0u);
+
+    // Who says nothing has decided nothing.
+    NOD_Merge silent;
+    silent.setChooser([](const NOD_Conflict &) { return std::nullopt; });
+    silent.merge(base.getTop(), ours.getTop(), theirs.getTop());
+    EXPECT_EQ(silent.getOpenCount(), 2u);
 }
 
 namespace

@@ -15,6 +15,8 @@
 namespace
 {
 
+constexpr const char *theNoFile = "/dev/null";
+
 /// Without the part that is meant.
 std::string pathOf(const std::string &file)
 {
@@ -30,7 +32,7 @@ bool ZELTreadBytes(const std::string &file, std::string &bytes, ZELT_Messages &m
         return true;
     }
     errno = 0;
-    KIT_IFStream is(file.c_str(), KIT_IStream::BINARY);
+    KIT_IFStream is(pathOf(file).c_str(), KIT_IStream::BINARY);
     if (!is.isReadable()) {
         messages.error(file, "can't be read: " + KITsystemReason());
         return false;
@@ -56,15 +58,12 @@ bool ZELT_Comparison::readAny(const std::string &file, const std::string &bytes,
     return readFlag && !report.hasErrors();
 }
 
-bool ZELT_Comparison::readOne(const std::string &script, const std::string &file,
-                              NOD_Document &document, ZELT_Messages &messages)
+bool ZELT_Comparison::readOne(const ZELT_ScriptPtr &script, const std::string &file,
+                              const std::string &bytes, NOD_Document &document,
+                              ZELT_Messages &messages)
 {
-    std::string bytes;
-    if (!script.empty() && !(myScript = ZELTloadScript(script, messages))) {
-        return false;
-    }
-    return ZELTreadBytes(file == "-" ? file : pathOf(file), bytes, messages) &&
-           readAny(file, bytes, document, messages);
+    myScript = script;
+    return readAny(file, bytes, document, messages);
 }
 
 bool ZELT_Comparison::read(const std::string &script, const std::string &left,
@@ -74,12 +73,17 @@ bool ZELT_Comparison::read(const std::string &script, const std::string &left,
     if (!script.empty() && !(myScript = ZELTloadScript(script, messages))) {
         return false;
     }
-    const bool leftFlag = ZELTreadBytes(left == "-" ? left : pathOf(left), leftBytes, messages);
-    if (!ZELTreadBytes(right == "-" ? right : pathOf(right), rightBytes, messages) || !leftFlag) {
+    const bool leftFlag = ZELTreadBytes(left, leftBytes, messages);
+    if (!ZELTreadBytes(right, rightBytes, messages) || !leftFlag) {
         return false;
     }
-    const NOD_FileKind kinds[] = {NOD_ValueFile::kindOf(std::string_view(leftBytes)),
-                                  NOD_ValueFile::kindOf(std::string_view(rightBytes))};
+    NOD_FileKind kinds[] = {NOD_ValueFile::kindOf(std::string_view(leftBytes)),
+                            NOD_ValueFile::kindOf(std::string_view(rightBytes))};
+    // What Git gives for a file that isn't there on one side.
+    const bool noLeftFlag = left == theNoFile && kinds[1] != NOD_FileKind::SCRIPT;
+    const bool noRightFlag = right == theNoFile && kinds[0] != NOD_FileKind::SCRIPT;
+    kinds[0] = noLeftFlag ? kinds[1] : kinds[0];
+    kinds[1] = noRightFlag ? kinds[0] : kinds[1];
     myNodeFlag = myScript && kinds[0] != kinds[1];
     if (kinds[0] != kinds[1] && !myScript) {
         messages.error(right, std::string("is ") + NOD_ValueFile::getKindName(kinds[1]) +
@@ -98,6 +102,6 @@ bool ZELT_Comparison::read(const std::string &script, const std::string &left,
         myRight.take(*myRightScript);
         return true;
     }
-    const bool readFlag = readAny(left, leftBytes, myLeft, messages);
-    return readAny(right, rightBytes, myRight, messages) && readFlag;
+    const bool readFlag = noLeftFlag || readAny(left, leftBytes, myLeft, messages);
+    return (noRightFlag || readAny(right, rightBytes, myRight, messages)) && readFlag;
 }

@@ -23,8 +23,9 @@ public:
     /// standard input.
     bool read(const std::string &script, const std::string &left, const std::string &right,
               ZELT_Messages &messages);
-    bool readOne(const std::string &script, const std::string &file, NOD_Document &document,
-                 ZELT_Messages &messages);
+    /// One state, from its bytes; the script is null for none.
+    bool readOne(const ZELT_ScriptPtr &script, const std::string &file, const std::string &bytes,
+                 NOD_Document &document, ZELT_Messages &messages);
     const NOD_Document &getLeft() const { return myLeft; }
     const NOD_Document &getRight() const { return myRight; }
     bool isOfScripts() const { return myLeftScript != nullptr; }

@@ -173,7 +173,7 @@ void Walk::compare(const NOD_Record &left, const NOD_Record &right)
     }
     if (!NODisSameValue(left.getValue(), right.getValue()) && counts(left, &right)) {
         const NOD_RecordPath path = NODpathOf(right);
-        if (path.empty() || !myOptions.isSame(path, left.getValue(), right.getValue())) {
+        if (!path.empty() && !myOptions.isSame(path, left.getValue(), right.getValue())) {
             NOD_Change change = changeOf(Verb::CHANGED, &left, &right);
             change.oldValue = left.getValue();
             change.newValue = right.getValue();

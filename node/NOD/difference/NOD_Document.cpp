@@ -343,5 +343,8 @@ bool NOD_Document::give(NOD_Scene &scene, NOD_Report &report)
         return false;
     }
     std::istringstream is(bytes);
-    return NOD_SceneFile::load(scene, is, "scene", {}, report) && !report.hasErrors();
+    NOD_Report loading;
+    const bool loadFlag = NOD_SceneFile::load(scene, is, "scene", {}, loading);
+    report.append(loading);
+    return loadFlag && !loading.hasErrors();
 }

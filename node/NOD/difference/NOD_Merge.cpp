@@ -31,12 +31,14 @@ NOD_MergeSide NOD_MergeJudge::decide(NOD_Conflict conflict)
     const auto policy = std::find_if(myPolicies.rbegin(), myPolicies.rend(), [&](const auto &one) {
         return fits(one.first, conflict.getPath());
     });
-    conflict.isDecided = policy != myPolicies.rend() || myChooser;
+    std::optional<Side> decided;
     if (policy != myPolicies.rend()) {
-        conflict.standing = policy->second;
+        decided = policy->second;
     } else if (myChooser) {
-        conflict.standing = myChooser(conflict);
+        decided = myChooser(conflict);
     }
+    conflict.isDecided = decided.has_value();
+    conflict.standing = decided.value_or(conflict.standing);
     const NOD_ConflictSide &side = conflict.of(conflict.standing);
     conflict.path = side.isThere() ? side.path : conflict.getPath();
     myConflicts.push_back(std::move(conflict));

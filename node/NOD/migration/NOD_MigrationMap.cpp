@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <utility>
 
 namespace
@@ -161,15 +162,18 @@ void NOD_MigrationMap::addRenames(NOD_Node &node) const
 {
     std::vector<std::pair<std::string, std::string>> names;
     for (const NOD_MigrationVersion &version : myVersions) {
+        // All steps of a version hold at once, by the names of the version before.
+        std::map<std::string, std::string> renames;
         for (const NOD_MigrationStep &step : version.steps) {
-            if (step.kind != NOD_MigrationStep::Kind::RENAME) {
-                continue;
+            if (step.kind == NOD_MigrationStep::Kind::RENAME) {
+                renames.emplace(step.sources[0], step.targets[0]);
             }
-            for (auto &[former, present] : names) {
-                present = present == step.sources[0] ? step.targets[0] : present;
-            }
-            names.emplace_back(step.sources[0], step.targets[0]);
         }
+        for (auto &[former, present] : names) {
+            const auto next = renames.find(present);
+            present = next == renames.end() ? present : next->second;
+        }
+        names.insert(names.end(), renames.begin(), renames.end());
     }
     // What the oldest version meant by a name comes last, and counts.
     for (auto name = names.rbegin(); name != names.rend(); ++name) {

@@ -19,8 +19,9 @@ struct Call
 int cat(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
 {
     std::string bytes;
+    ZELT_ScriptPtr script;
     if (!ZELTreadBytes(call.file, bytes, messages) ||
-        (!call.script.empty() && !ZELTloadScript(call.script, messages))) {
+        (!call.script.empty() && !(script = ZELTloadScript(call.script, messages)))) {
         return 1;
     }
     if (!NOD_ValueFile::isBinary(bytes)) {
@@ -28,14 +29,17 @@ int cat(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
         return 0;
     }
     NOD_Report report;
-    const std::string script = call.script.empty() ? NODfindScript(call.file, report) : call.script;
+    const std::string found = script ? "" : NODfindScript(call.file, report);
+    if (!found.empty() && !(script = ZELTloadScript(found, messages))) {
+        return 1;
+    }
     constexpr bool isExact = true;
     constexpr bool isBinary = false;
     ZELT_Comparison reader(isExact);
     NOD_Document document;
     std::string text;
     const bool goodFlag = !report.hasErrors() &&
-                          reader.readOne(script, call.file, document, messages) &&
+                          reader.readOne(script, call.file, bytes, document, messages) &&
                           document.write(text, isBinary, report);
     messages.add(report);
     std::cout << text;

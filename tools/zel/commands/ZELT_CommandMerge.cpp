@@ -9,6 +9,7 @@
 #include <NOD/NOD_ScriptMap.h>
 
 #include <iostream>
+#include <optional>
 #include <unistd.h>
 
 namespace
@@ -60,15 +61,14 @@ bool read(const Call &call, Files &files, ZELT_Messages &messages)
     ZELT_Comparison reader(isExact);
     bool goodFlag = true;
     for (int i = 0; i < 3; ++i) {
-        // What both sides have added began as nothing.
         std::string bytes;
-        const bool lookFlag = i == 0 && files.names[0] != "-";
-        if (lookFlag && !ZELTreadBytes(files.names[0], bytes, messages)) {
+        if (!ZELTreadBytes(files.names[i], bytes, messages)) {
             return false;
         }
-        const bool emptyFlag = lookFlag && bytes.empty();
-        goodFlag = (emptyFlag ||
-                    reader.readOne(files.script, files.names[i], files.documents[i], messages)) &&
+        // What both sides have added began as nothing.
+        const bool emptyFlag = i == 0 && bytes.empty();
+        goodFlag = (emptyFlag || reader.readOne(files.interface, files.names[i], bytes,
+                                                files.documents[i], messages)) &&
                    goodFlag;
     }
     const NOD_FileKind kind = files.documents[1].getKind();
@@ -84,15 +84,15 @@ bool read(const Call &call, Files &files, ZELT_Messages &messages)
     return goodFlag;
 }
 
-/// What a person at the terminal says; ours at the end of the input.
-Side ask(const NOD_Conflict &conflict)
+/// What a person at the terminal says; nothing at the end of the input.
+std::optional<Side> ask(const NOD_Conflict &conflict)
 {
     std::cerr << conflict.asText() << '\n';
     for (std::string answer;;) {
         std::cerr << "[o]urs, [t]heirs or [b]ase? " << std::flush;
         if (!std::getline(std::cin, answer)) {
             std::cerr << '\n';
-            return Side::OURS;
+            return std::nullopt;
         }
         for (const Side side : {Side::OURS, Side::THEIRS, Side::BASE}) {
             const std::string name = NODmergeSideName(side);

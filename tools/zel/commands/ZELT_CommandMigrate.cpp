@@ -245,11 +245,12 @@ std::string versionIn(const std::string &input, NOD_Report &report)
     return input != "-" && ZELTreadValues(file, input, report) ? file.findNodeVersion() : "";
 }
 
-/// Files without a version may be of one that the map names.
-int findFrom(const NOD_MigrationMap &map, const std::string &name, NOD_Report &report)
+/// Files without a version may be of one that the map names. What standard input says isn't known yet.
+int findFrom(const NOD_MigrationMap &map, const std::string &name, const std::string &input,
+             NOD_Report &report)
 {
-    return name.empty() && map.getUnmarked() >= 0 ? map.getUnmarked()
-                                                  : findVersion(map, name, report);
+    return name.empty() && input != "-" && map.getUnmarked() >= 0 ? map.getUnmarked()
+                                                                  : findVersion(map, name, report);
 }
 
 int walk(const Call &call, NOD_MigrationMap &map, const ZELT_Options &options,
@@ -262,7 +263,7 @@ int walk(const Call &call, NOD_MigrationMap &map, const ZELT_Options &options,
     std::vector<NOD_ValueFile> files(call.channels.empty() ? 1 : 2);
     bool good = map.loadScripts(report);
     const std::string said = call.from.empty() ? versionIn(input, report) : call.from;
-    const int from = good && !report.hasErrors() ? findFrom(map, said, report) : -1;
+    const int from = good && !report.hasErrors() ? findFrom(map, said, input, report) : -1;
     const int to = call.to.empty() ? map.getLast() : findVersion(map, call.to, report);
     good = from >= 0 && to >= 0;
     NOD_Node *const node =

@@ -19,7 +19,6 @@ struct Call
 int patch(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
 {
     const bool scriptFlag = !call.files[2].empty();
-    const std::string script = scriptFlag ? call.files[0] : "";
     const std::string &name = call.files[scriptFlag ? 1 : 0];
     const std::string &patchName = call.files[scriptFlag ? 2 : 1];
     constexpr bool isExact = true;
@@ -27,8 +26,11 @@ int patch(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     NOD_Document document;
     NOD_Difference difference;
     NOD_Report report;
-    std::string text, bytes;
-    if (!reader.readOne(script, name, document, messages) ||
+    std::string text, input, bytes;
+    ZELT_ScriptPtr script;
+    if ((scriptFlag && !(script = ZELTloadScript(call.files[0], messages))) ||
+        !ZELTreadBytes(name, input, messages) ||
+        !reader.readOne(script, name, input, document, messages) ||
         !ZELTreadBytes(patchName, text, messages)) {
         return 1;
     }
