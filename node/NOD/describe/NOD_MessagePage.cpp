@@ -28,10 +28,10 @@ constexpr Group theGroups[] = {
      "files](channels.md#the-text-form)."},
     {"DS", "Dialog scripts",
      "An error manager has them under Common 14, with file and line in the text; reports and the tool give "
-     "each the code of its text. 60 to 65 are those of conditions, 70 to 88 those of the preprocessor; 100 to "
-     "111 are told by `zel check` besides the reader's own."},
+     "each the code of its text. 60 to 69 are those of conditions, 70 to 99 those of the preprocessor; 100 to "
+     "119 are told by `zel check` besides the reader's own."},
     {"NOD", "Descriptions, files and edits",
-     "Of libzelnode and the tool. 1 to 19 are about what a script describes, 40 to 69 about files, 70 to 93 "
+     "Of libzelnode and the tool. 1 to 39 are about what a script describes, 40 to 69 about files, 70 to 99 "
      "about what is written on a command line or in a file of settings."},
 };
 

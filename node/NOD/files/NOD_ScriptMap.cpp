@@ -50,7 +50,7 @@ std::string NODfindScript(const std::string &file, NOD_Report &report)
         const fs::path map = folder / theMapName;
         bool readFlag = true;
         const std::string script =
-            fs::exists(map, ignored)
+            fs::is_regular_file(map, ignored)
                 ? scriptOf(map, path.lexically_relative(folder).generic_string(), readFlag, report)
                 : std::string();
         if (!script.empty() || !readFlag) {

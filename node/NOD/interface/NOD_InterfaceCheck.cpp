@@ -23,6 +23,7 @@
 #include <cmath>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -478,24 +479,38 @@ bool NODhasEntry(const ZEL_ChoiceList &menu, std::string_view token)
 namespace
 {
 
-/// The first parameter of that token but `one`; null if there is none.
-const ZEL_Template *findOther(const ZEL_Template *templates, const std::string &token,
-                              const ZEL_Template &one, std::vector<const ZEL_Template *> &path)
+/// Parameters by token, those of a token in their order.
+using ParmsByToken = std::unordered_map<std::string, std::vector<const ZEL_Template *>>;
+
+void collect(const ZEL_Template *templates, std::vector<const ZEL_Template *> &path,
+             ParmsByToken &parms)
 {
     if (std::find(path.begin(), path.end(), templates) != path.end()) {
-        return nullptr;
+        return;
     }
     path.push_back(templates);
-    const ZEL_Template *found = nullptr;
-    for (const ZEL_Template *at = templates; !found && at && !at->isTerminator(); ++at) {
-        if (at != &one && at->getToken() && token == at->getToken()) {
-            found = at;
-        } else if (at->isMultiType() && !at->isRampType()) {
-            found = findOther(at->getMultiParmTemplate(), token, one, path);
+    for (const ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
+        if (at->getToken()) {
+            parms[at->getToken()].push_back(at);
+        }
+        if (at->isMultiType() && !at->isRampType()) {
+            collect(at->getMultiParmTemplate(), path, parms);
         }
     }
     path.pop_back();
-    return found;
+}
+
+/// The first parameter of that token but `one`; null if there is none.
+const ZEL_Template *findOther(const ParmsByToken &parms, const std::string &token,
+                              const ZEL_Template &one)
+{
+    const auto row = parms.find(token);
+    if (row == parms.end()) {
+        return nullptr;
+    }
+    const auto found = std::find_if(row->second.begin(), row->second.end(),
+                                    [&](const ZEL_Template *at) { return at != &one; });
+    return found == row->second.end() ? nullptr : *found;
 }
 
 /// The word of a text that begins after `start`, up to the blank or the end.
@@ -544,6 +559,7 @@ int tellFaults(const ZEL_Template *templates, NOD_ScriptPlaces *places, NOD_Repo
                KIT_ErrorSeverity severity)
 {
     const NOD_InterfaceFaults found = NODfindInterfaceFaults(templates);
+    ParmsByToken parms; // once one is asked for
     for (const NOD_InterfaceFault &fault : found.faults) {
         const bool libraryFlag = fault.kind == NOD_FaultKind::TEXT_NAME;
         const char *const token = fault.parm->getToken();
@@ -551,11 +567,14 @@ int tellFaults(const ZEL_Template *templates, NOD_ScriptPlaces *places, NOD_Repo
         if (detail) {
             detail->hint = fault.hint;
         }
-        std::vector<const ZEL_Template *> path;
+        const bool twinFlag =
+            detail && !fault.word.empty() && fault.kind <= NOD_FaultKind::SAME_CHANNEL;
+        if (twinFlag && parms.empty()) {
+            std::vector<const ZEL_Template *> path;
+            collect(templates, path, parms);
+        }
         const ZEL_Template *const other =
-            detail && !fault.word.empty() && fault.kind <= NOD_FaultKind::SAME_CHANNEL
-                ? findOther(templates, fault.word, *fault.parm, path)
-                : nullptr;
+            twinFlag ? findOther(parms, fault.word, *fault.parm) : nullptr;
         const auto twin = other ? places->findWord(*other, "name", fault.word) : nullptr;
         if (twin) {
             detail->related.push_back({twin->place, "'" + fault.word + "' is here"});

@@ -17,6 +17,11 @@ std::string unescaped(const std::string &raw)
     return text.toStdString();
 }
 
+std::string keyOf(int line)
+{
+    return std::to_string(line) + ":";
+}
+
 } // namespace
 
 void NOD_ScriptPlaces::open()
@@ -29,7 +34,9 @@ void NOD_ScriptPlaces::open()
     if (myTokens->isWhole()) {
         myShape.emplace(*myTokens);
         for (const NOD_ScriptShape::Block &block : myShape->getBlocks()) {
-            myBlocks.emplace((*myTokens)[block.header].line, &block);
+            const int line = (*myTokens)[block.header].line;
+            myBlocks.emplace(keyOf(line), &block);
+            myBlocks.emplace(keyOf(line) + block.name, &block);
         }
     }
 }
@@ -41,21 +48,21 @@ const NOD_ScriptShape::Block *NOD_ScriptPlaces::findBlock(const ZEL_Template &on
     if (!myShape || parm == myParms.end()) {
         return nullptr;
     }
-    const auto [begin, end] = myBlocks.equal_range(parm->second->getLine());
+    const std::string key = keyOf(parm->second->getLine());
+    const std::string file = parm->second->getFile().nonNullStr();
     const std::string name = one.getToken() ? one.getToken() : "";
-    const NOD_ScriptShape::Block *found = nullptr;
-    for (auto row = begin; row != end; ++row) {
-        const NOD_ScriptShape::Block &block = *row->second;
-        const int header = block.header;
-        if (myTokens->getPlace(header, header).file != parm->second->getFile().nonNullStr()) {
-            continue;
-        }
-        // Several may begin on the line.
-        if (!found || (block.name == name && found->name != name)) {
-            found = &block;
-        }
-    }
-    return found;
+    const NOD_ScriptShape::Block *const named = findBlock(key + name, file);
+    return named ? named : findBlock(key, file);
+}
+
+const NOD_ScriptShape::Block *NOD_ScriptPlaces::findBlock(const std::string &key,
+                                                          const std::string &file) const
+{
+    const auto [begin, end] = myBlocks.equal_range(key);
+    const auto found = std::find_if(begin, end, [&](const auto &row) {
+        return myTokens->getFileName(row.second->header) == file;
+    });
+    return found == end ? nullptr : found->second;
 }
 
 template <class Take>

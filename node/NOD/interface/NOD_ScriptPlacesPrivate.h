@@ -49,5 +49,9 @@ private:
     NOD_ScriptParms myParms;
     std::optional<NOD_ScriptTokens> myTokens;
     std::optional<NOD_ScriptShape> myShape;
-    std::unordered_multimap<int, const NOD_ScriptShape::Block *> myBlocks; ///< by line
+    using Blocks = std::unordered_multimap<std::string, const NOD_ScriptShape::Block *>;
+
+    const NOD_ScriptShape::Block *findBlock(const std::string &key, const std::string &file) const;
+
+    Blocks myBlocks; ///< by line, and by line and name: thousands may begin on one line
 };

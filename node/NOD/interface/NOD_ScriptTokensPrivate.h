@@ -59,6 +59,11 @@ public:
     /// Whether the preprocessor takes away what stands at the end: a comment that isn't closed, an #if.
     bool isEndMissing() const { return myLostAt == size(); }
 
+    /// Of the file that a token is in.
+    const std::string &getFileName(int token) const
+    {
+        return myFiles[std::size_t((*this)[token].file)].name;
+    }
     /// The last token of the file that begins at or before an offset; -1 for none.
     int find(const std::string &file, std::size_t offset) const;
     /// From the beginning of one token to the end of another.

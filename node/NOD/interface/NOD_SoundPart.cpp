@@ -246,19 +246,12 @@ bool SoundPart::isCertain(const NOD_Message &message) const
 void SoundPart::restorePlaces(NOD_Message &message) const
 {
     auto detail = std::make_shared<KIT_MessageDetail>(*message.detail);
-    const auto restore = [this](KIT_MessagePlace &place) {
+    detail->changePlaces([this](KIT_MessagePlace &place) {
         if (place.file == myName && place.offset >= 0) {
             place.setFromText(myWhole, std::size_t(place.offset), std::size_t(place.endOffset),
                               place.line);
         }
-    };
-    restore(detail->place);
-    for (KIT_MessageRelated &related : detail->related) {
-        restore(related.place);
-    }
-    for (KIT_MessagePlace &place : detail->includedFrom) {
-        restore(place);
-    }
+    });
     message.detail = std::move(detail);
 }
 

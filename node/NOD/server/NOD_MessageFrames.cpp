@@ -153,8 +153,10 @@ NOD_MessageFrames::Result NOD_MessageFrames::next(std::string &text)
     }
     const std::string_view bytes = rest();
     const std::size_t end = std::min(bytes.size(), header.size + header.length);
-    const std::size_t inner = findHeader(bytes.substr(0, end), std::max(mySearched, header.size));
-    if (inner != npos) {
+    // It may begin in the message and end behind it.
+    const std::size_t reach = std::min(bytes.size(), end + theName.size() + 16);
+    const std::size_t inner = findHeader(bytes.substr(0, reach), std::max(mySearched, header.size));
+    if (inner < end) {
         return skipToHeader(inner, "the message is shorter than its length", text);
     }
     if (bytes.size() < header.size + header.length) {

@@ -341,7 +341,9 @@ std::shared_ptr<NOD_ServerPass> NOD_ScriptServer::Private::beginPass()
 {
     NOD_ServerDocument *const due =
         myRunningFlag || myStage != Stage::READY ? nullptr : myWorkspace.findDue();
-    std::shared_ptr<NOD_ServerPass> pass = due ? due->makePass(myWorkspace.rules) : nullptr;
+    NOD_ServerRules rules = myWorkspace.rules;
+    rules.includes = due ? myWorkspace.includesFor(*due) : rules.includes;
+    std::shared_ptr<NOD_ServerPass> pass = due ? due->makePass(rules) : nullptr;
     myRunningFlag = myRunningFlag || pass;
     return pass;
 }

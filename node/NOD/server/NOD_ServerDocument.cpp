@@ -76,9 +76,7 @@ const NOD_ServerFilePtr &NOD_ServerDocument::file()
 
 std::shared_ptr<NOD_ServerPass> NOD_ServerDocument::makePass(const NOD_ServerRules &rules)
 {
-    NOD_ServerRules own = rules;
-    own.includes = myFileFlag ? rules.includes : NOD_Interface::Includes::NONE;
-    auto pass = std::make_shared<NOD_ServerPass>(myUri, myPath, myText, own);
+    auto pass = std::make_shared<NOD_ServerPass>(myUri, myPath, myText, rules);
     myDueFlag = false;
     return pass;
 }

@@ -1,11 +1,9 @@
 #include <NOD/server/NOD_ServerPassPrivate.h>
 
-#include <KIT/KIT_IStream.h>
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptCheck.h>
 #include <NOD/interface/NOD_ScriptDetailPrivate.h>
-#include <NOD/server/NOD_ServerSourcePrivate.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -35,18 +33,6 @@ Finding::Severity severityOf(NOD_LintLevel level)
     return level == NOD_LintLevel::ERROR     ? Finding::ERROR
            : level == NOD_LintLevel::WARNING ? Finding::WARNING
                                              : Finding::HINT;
-}
-
-/// The offset of a character of UTF-8 in a line, from 0.
-std::size_t skipCharacters(const std::string &text, std::size_t at, int count)
-{
-    while (count > 0 && at < text.size() && text[at] != '\n') {
-        do {
-            ++at;
-        } while (at < text.size() && (static_cast<unsigned char>(text[at]) & 0xc0) == 0x80);
-        --count;
-    }
-    return at;
 }
 
 /// What is told of another file: many editors show nothing of a finding but its text.
@@ -157,38 +143,15 @@ std::size_t NOD_ServerPass::lineBegin(std::size_t line) const
     return line == 0 ? 0 : myFeeds[std::min(line, myFeeds.size()) - 1];
 }
 
-/// Of a place that is only a line, or a line and a column: the word there, or what the line has.
-void NOD_ServerPass::setWord(Finding &finding, std::size_t line, std::size_t column)
+/// Of a place that is only a line: what the line has.
+void NOD_ServerPass::setLine(Finding &finding, std::size_t line)
 {
     const std::string &text = myText->get();
     std::size_t at = lineBegin(line);
     const std::size_t end = std::min(text.find('\n', at), text.size());
-    if (column == 0) {
-        at = std::min(text.find_first_not_of(" \t", at), end);
-        finding.begin = at;
-        finding.end = std::max(at, end - (end > at && text[end - 1] == '\r' ? 1 : 0));
-        return;
-    }
-    constexpr std::size_t theLongestWord = 200;
-    finding.begin = findColumn(line, column);
-    const NOD_ServerSource word(std::string_view(text).substr(
-        finding.begin, std::min(end - std::min(finding.begin, end), theLongestWord)));
-    const std::size_t size = word.getTokens().empty() ? 0 : word.token(0).end;
-    finding.end = finding.begin + size;
-}
-
-/// The offset of a column in characters.
-std::size_t NOD_ServerPass::findColumn(std::size_t line, std::size_t column)
-{
-    const std::string &text = myText->get();
-    if (myColumn.line != line || myColumn.column > column || myColumn.column == 0) {
-        const std::string_view mark = KIT_IStream::theByteOrderMark;
-        const bool markFlag = line <= 1 && text.compare(0, mark.size(), mark) == 0;
-        myColumn = {line, 1, lineBegin(line) + (markFlag ? mark.size() : 0)};
-    }
-    myColumn.offset = skipCharacters(text, myColumn.offset, int(column - myColumn.column));
-    myColumn.column = column;
-    return myColumn.offset;
+    at = std::min(text.find_first_not_of(" \t", at), end);
+    finding.begin = at;
+    finding.end = std::max(at, end - (end > at && text[end - 1] == '\r' ? 1 : 0));
 }
 
 Finding NOD_ServerPass::findingOf(const NOD_Message &message)
@@ -196,13 +159,15 @@ Finding NOD_ServerPass::findingOf(const NOD_Message &message)
     Finding finding;
     finding.severity = severityOf(message.severity);
     finding.source = theReader;
-    finding.code = message.category + " " + std::to_string(message.code);
+    if (!message.category.empty()) {
+        finding.code = message.category + " " + std::to_string(message.code);
+    }
     finding.text = message.subject.empty() ? message.text : message.subject + ": " + message.text;
     const bool ownFlag = message.file.empty() || message.file == myPath;
     if (message.detail) {
         setPlace(finding, *message.detail);
     } else if (ownFlag) {
-        setWord(finding, std::size_t(std::max(message.line, 0)), 0);
+        setLine(finding, std::size_t(std::max(message.line, 0)));
     } else {
         KIT_MessagePlace place;
         place.file = message.file;
@@ -229,7 +194,7 @@ void NOD_ServerPass::setPlace(Finding &finding, const KIT_MessageDetail &detail)
         finding.end =
             std::clamp(std::size_t(std::max(own->endOffset, own->offset)), finding.begin, size);
     } else {
-        setWord(finding, std::size_t(std::max(own->line, 0)), 0);
+        setLine(finding, std::size_t(std::max(own->line, 0)));
     }
     if (!detail.hint.empty()) {
         finding.text += "; " + detail.hint;

@@ -89,7 +89,6 @@ public:
 
     const std::string &getUri() const { return myUri; }
     const NOD_ServerText &getText() const { return *myText; }
-    const std::shared_ptr<const NOD_ServerText> &shareText() const { return myText; }
     /// After run(), by place.
     const std::vector<NOD_ServerFinding> &getFindings() const { return myFindings; }
     /// Null for a script that can't be read.
@@ -103,9 +102,8 @@ private:
     void setPlace(NOD_ServerFinding &finding, const KIT_MessageDetail &detail);
     void addRelated(NOD_ServerFinding &finding, const KIT_MessagePlace &place,
                     const std::string &text) const;
-    void setWord(NOD_ServerFinding &finding, std::size_t line, std::size_t column);
+    void setLine(NOD_ServerFinding &finding, std::size_t line);
     std::size_t lineBegin(std::size_t line) const;
-    std::size_t findColumn(std::size_t line, std::size_t column);
     void cut();
 
     std::string myUri;
@@ -113,14 +111,6 @@ private:
     std::shared_ptr<const NOD_ServerText> myText;
     NOD_ServerRules myRules;
     std::vector<std::size_t> myFeeds; ///< where the lines of the reader begin
-    /// The place whose column was asked for last: the next one is often on its line.
-    struct Column
-    {
-        std::size_t line = 0;
-        std::size_t column = 0;
-        std::size_t offset = 0;
-    };
-    Column myColumn;
     std::vector<NOD_ServerFinding> myFindings;
     std::shared_ptr<const NOD_Interface> myInterface;
 };

@@ -1,6 +1,7 @@
 #include <NOD/server/NOD_ServerWorkspacePrivate.h>
 
 #include <NOD/server/NOD_ServerUriPrivate.h>
+#include <TOK/TOK_TokenStream.h>
 
 #include <algorithm>
 
@@ -80,7 +81,13 @@ void NOD_ServerWorkspace::refresh()
 
 NOD_Interface::Includes NOD_ServerWorkspace::includesFor(const NOD_ServerDocument &document) const
 {
-    return document.hasFile() ? rules.includes : NOD_Interface::Includes::NONE;
+    using Includes = NOD_Interface::Includes;
+    if (!document.hasFile()) {
+        return Includes::NONE;
+    }
+    return rules.includes == Includes::ANY && TOK_TokenStream::areAllIncludesConfined()
+               ? Includes::CONFINED
+               : rules.includes;
 }
 
 const NOD_ServerIncludes &NOD_ServerWorkspace::includesOf(NOD_ServerDocument &document)
