@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
@@ -56,6 +57,7 @@ public:
             const auto found = myOptions.find(words[at]);
             if (found != myOptions.end()) {
                 DS_CommandParm &parm = myParms[found->second];
+                tellAgain(found->second, words[at]);
                 const bool wordlessFlag = parm.getKind() == DS_CommandParm::Kind::TOGGLE;
                 at += 1 + feed(found->second, words, at + 1, wordlessFlag ? 0 : parm.getSize());
             } else if (myNextPlace < myPlaces.size()) {
@@ -83,6 +85,14 @@ private:
         return count;
     }
 
+    void tellAgain(size_t index, const char *option)
+    {
+        if (myLosses && !myGiven.insert(index).second) {
+            myLosses->append(
+                (std::string(option) + " is there more than once: the last one counts").c_str());
+        }
+    }
+
     void tellChanged(const DS_CommandParm &parm, int component, const char *word)
     {
         if (!parm.holds(component, word)) {
@@ -95,6 +105,7 @@ private:
     KIT_StringArray *myLosses; ///< null: nobody asks
     std::vector<DS_CommandParm> myParms;
     std::unordered_map<std::string_view, size_t> myOptions;
+    std::set<size_t> myGiven; ///< options that the line has had
     std::vector<size_t> myPlaces;
     size_t myNextPlace = 0;
 };

@@ -151,6 +151,7 @@ TEST(CommandLines, WhatIsLostIsListed)
         {theKinds, "tool -m three -a much -v 1 2.5 4",
          "m: \"three\" reads as \"one\"; a: \"much\" reads as \"0\"; v: \"2.5\" reads as \"2\""},
         {theKinds, "tool -f 1", ""}, // the other component stays
+        {theKinds, "tool -c 1 2 3 -c 4 5 6", "-c is there more than once: the last one counts"},
         {thePlaces, "tool 1 1 2 3 text on", ""},
         {thePlaces, "tool 1 1 2 3 text maybe 5",
          "t: \"maybe\" reads as \"1\"; nothing takes the word \"5\""},

@@ -10,7 +10,6 @@
 
 #include <cerrno>
 #include <iostream>
-#include <iterator>
 
 namespace
 {
@@ -27,18 +26,21 @@ std::string pathOf(const std::string &file)
 
 bool ZELTreadBytes(const std::string &file, std::string &bytes, ZELT_Messages &messages)
 {
-    if (file == "-") {
-        bytes.assign(std::istreambuf_iterator<char>(std::cin), {});
-        return true;
-    }
     errno = 0;
-    KIT_IFStream is(pathOf(file).c_str(), KIT_IStream::BINARY);
-    if (!is.isReadable()) {
-        messages.error(file, "can't be read: " + KITsystemReason());
-        return false;
-    }
-    bytes = is.rest();
-    return true;
+    const auto take = [&](const KIT_IStream &is) {
+        if (!is.isReadable()) {
+            messages.error(file, "can't be read: " + KITsystemReason());
+            return false;
+        }
+        bytes = is.rest();
+        if (bytes.empty() && errno == EISDIR) { // standard input tells it at the first byte
+            messages.error(file, "can't be read: " + KITsystemReason());
+            return false;
+        }
+        return true;
+    };
+    return file == "-" ? take(KIT_IStream(std::cin, KIT_IStream::BINARY))
+                       : take(KIT_IFStream(pathOf(file).c_str(), KIT_IStream::BINARY));
 }
 
 bool ZELT_Comparison::readAny(const std::string &file, const std::string &bytes,
@@ -70,6 +72,10 @@ bool ZELT_Comparison::read(const std::string &script, const std::string &left,
                            const std::string &right, ZELT_Messages &messages)
 {
     std::string leftBytes, rightBytes;
+    if (left == "-" && right == "-") {
+        messages.error("-", "standard input is only one of the two");
+        return false;
+    }
     if (!script.empty() && !(myScript = ZELTloadScript(script, messages))) {
         return false;
     }

@@ -136,7 +136,8 @@ void NOD_TreeReader::add(KIT_ErrorSeverity severity, const Section &section, int
                   text,
                   {},
                   0,
-                  NOD_SectionFile::makeDetail(section, line, myName)});
+                  myDetails++ < theMostDetails ? NOD_SectionFile::makeDetail(section, line, myName)
+                                               : nullptr});
 }
 
 void NOD_TreeReader::error(const Section &section, int line, const std::string &text)

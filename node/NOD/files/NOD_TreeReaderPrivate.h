@@ -99,5 +99,8 @@ private:
     std::unordered_map<std::string, NOD_Node *> myByPath;
     std::vector<NOD_Node *> myNodes;
     std::string myTopName;
+    /// Further messages have a line alone: the text of each place is looked for.
+    static constexpr int theMostDetails = 1000;
+    int myDetails = 0;
     NOD_TreeVersions myVersions;
 };
