@@ -602,6 +602,24 @@ TEST(Merge, NodesThatOneSideRemoved)
               "");
 }
 
+// What the head of a node says is merged line by line, the version of its type too.
+TEST(Merge, HeadsOfNodesJoin)
+{
+    const auto file = [](const std::string &lines) {
+        std::string text = scene("/a x");
+        const std::string type = "\ttype \"x\"\n";
+        return text.replace(text.find(type) + type.size(), 0, lines);
+    };
+    const std::string version = "\tversion \"3\"\n", p = "\tvariable \"p\" \"1\"\n",
+                      q = "\tvariable \"q\" \"2\"\n";
+    Merged joined(file(version), file(version + p), file(version + q), nullptr);
+    EXPECT_EQ(joined.conflicts, "");
+    EXPECT_EQ(joined.bytes(), file(version + p + q));
+    Merged marked(file(p), file(version + p), file(p + q), nullptr);
+    EXPECT_EQ(marked.conflicts, "");
+    EXPECT_EQ(marked.bytes(), file(version + p + q));
+}
+
 TEST(Merge, NodesThatCannotBeWhereBothWant)
 {
     EXPECT_EQ(mergedScene("/a abc /b de", "/b de /b/a abc", "/a abc /a/b de", "/b de /b/a abc "),

@@ -167,6 +167,9 @@ void NOD_NodeRecords::read(const NOD_NodeSections &sections, NOD_Record &content
     if (!sections.type.empty()) {
         contents.add(Kind::TYPE, {}, sections.type);
     }
+    if (!sections.version.empty()) {
+        contents.add(Kind::TYPE_VERSION, {}, sections.version);
+    }
     for (const auto &[name, value] : sections.variables) {
         contents.add(Kind::VARIABLE, name, value);
     }
@@ -193,6 +196,7 @@ bool NOD_NodeRecords::write(const NOD_Record &contents, NOD_NodeSections &sectio
                             NOD_Report &report)
 {
     sections.type = textOf(contents.valueOf(Kind::TYPE));
+    sections.version = textOf(contents.valueOf(Kind::TYPE_VERSION));
     sections.spares = spareText(contents);
     sections.channels = NODchannelText(contents);
     sections.aliases = aliasText(contents);

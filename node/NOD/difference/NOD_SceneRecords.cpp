@@ -74,6 +74,8 @@ private:
 std::string headOf(const NOD_NodeSections &sections)
 {
     std::string head = sections.type.empty() ? "" : "type " + NODquoted(sections.type) + "\n";
+    head +=
+        sections.version.empty() ? "" : theNodeVersion + (" " + NODquoted(sections.version)) + "\n";
     for (const auto &[name, value] : sections.variables) {
         head += "variable " + NODquoted(name) + " " + NODquoted(value) + "\n";
     }
@@ -86,6 +88,8 @@ void takeHead(std::string_view text, NOD_NodeSections &sections)
         const std::vector<std::string> &words = line.words;
         if (words.size() == 2 && words[0] == "type") {
             sections.type = words[1];
+        } else if (words.size() == 2 && words[0] == theNodeVersion) {
+            sections.version = words[1];
         } else if (words.size() == 3 && words[0] == "variable") {
             sections.variables[words[1]] = words[2];
         }

@@ -267,8 +267,8 @@ NOD_MigrationConverter::Result NOD_MigrationConverter::convertNumber(const ZEL_P
     double value = 0.0;
     from.getValue(myTime, value, fromIndex, BASgetSTID());
     if (menusFlag) {
-        const auto index = std::size_t(std::max(value, 0.0));
-        const std::string entry = index < tokens.from.size() ? tokens.from[index] : "";
+        const bool knownFlag = value >= 0.0 && value < double(tokens.from.size());
+        const std::string entry = knownFlag ? tokens.from[std::size_t(value)] : "";
         const auto found = std::find(tokens.to.begin(), tokens.to.end(), entryOf(entry));
         if (found == tokens.to.end()) {
             return {Outcome::LOST, entryOf(entry) + " is no entry of the menu now"};
