@@ -10,7 +10,7 @@ Each line of a session is an object, or a comment after `#`:
     {"open": NAME, "text": TEXT}            a document of the folder `tests/tool/lsp/files`; without a text the file's
     {"change": NAME, "from": OLD, "to": NEW}   replaces the first OLD
     {"close": NAME}
-    {"raw": TEXT, "answers": N}             bytes as they are, {LENGTH:TEXT} is a frame
+    {"raw": TEXT, "answers": N}             bytes as they are, with {LENGTH:TEXT} for a frame and $FOLDER for the folder
     {"end": CODE}                           closes the input; the server ends with that code
 
 `doc` and `at` of a request are its document and position, the latter as the text around it with `@` in its place;
@@ -120,7 +120,7 @@ class Server:
 
     def run(self, step):
         if "raw" in step:
-            self.write(frames(step["raw"]))
+            self.write(frames(step["raw"].replace("$FOLDER", self.folder)))
             for _ in range(step.get("answers", 1)):
                 self.read()
         elif "request" in step:

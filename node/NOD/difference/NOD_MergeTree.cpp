@@ -373,15 +373,14 @@ bool NOD_MergeTree::openCircles()
     return changedFlag;
 }
 
-/// Each round decides for at least one entity, which has a few turns.
+/// Each round decides for at least one entity, which has a few turns. Circles are looked for when everything is in
+/// something that is there: what isn't there is nowhere.
 void NOD_MergeTree::settlePlaces()
 {
-    bool removedFlag = true;
-    bool circleFlag = true;
-    while (removedFlag || circleFlag) {
-        removedFlag = freeFromRemoved();
-        circleFlag = openCircles();
-    }
+    do {
+        while (freeFromRemoved()) {
+        }
+    } while (openCircles());
 }
 
 // ---------------------------------------------------------------------- //
