@@ -11,8 +11,6 @@ namespace
 
 using Form = NOD_ScriptWord::Form;
 
-constexpr const char *theSurplus = "a closing brace too many";
-
 bool isNested(const NOD_ScriptWord *word)
 {
     return word && (word->form == Form::PARM || word->form == Form::PAGE);
@@ -41,7 +39,8 @@ NOD_ScriptShape::NOD_ScriptShape(const NOD_ScriptTokens &tokens) : myTokens(toke
     for (int i = 0; i < tokens.size(); ++i) {
         if (tokens[i].openFlag) {
             myOpenTexts.emplace(i, myFaults.size());
-            Fault &fault = addFault(-1, i, "the text is not closed: its second quote is missing");
+            Fault &fault = addFault(-1, i, NOD_SCRIPT_OPEN_TEXT,
+                                    "the text is not closed: its second quote is missing");
             fault.expected = "\"";
         }
     }
@@ -53,7 +52,7 @@ NOD_ScriptShape::NOD_ScriptShape(const NOD_ScriptTokens &tokens) : myTokens(toke
     ++myAt;
     readBlock(0);
     if (!atEnd()) {
-        addFault(-1, myAt, theNODScriptRest);
+        addFault(-1, myAt, NOD_SCRIPT_REST, theNODScriptRest);
     }
     std::stable_sort(myFaults.begin(), myFaults.end(),
                      [](const Fault &a, const Fault &b) { return a.token < b.token; });
@@ -96,7 +95,8 @@ const NOD_ScriptToken *NOD_ScriptShape::nextLine(int token)
     return myLineEnd < myTokens.size() ? &myTokens[myLineEnd] : nullptr;
 }
 
-NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const std::string &text)
+NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, NOD_ScriptCode code,
+                                                  const std::string &text)
 {
     if (myFaults.size() >= theMostFaults) {
         mySurplus = Fault();
@@ -105,6 +105,7 @@ NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const st
     Fault &fault = myFaults.emplace_back();
     fault.token = fault.last = token;
     fault.block = block;
+    fault.code = code;
     fault.text = text;
     return fault;
 }
@@ -124,7 +125,7 @@ const NOD_ScriptWord *NOD_ScriptShape::findNearest(const std::string &word, bool
 void NOD_ScriptShape::addOpen(int block, int header, const std::string &keyword)
 {
     Fault &fault =
-        addFault(block, myAt - 1,
+        addFault(block, myAt - 1, NOD_SCRIPT_OPEN_BLOCK,
                  "the block of " + quoted(keyword) + " is not closed: its \"}\" is missing");
     fault.afterFlag = true;
     fault.related = header;
@@ -140,7 +141,8 @@ void NOD_ScriptShape::addOpen(int block, int header, const std::string &keyword)
 void NOD_ScriptShape::readDirectives()
 {
     while (!atEnd() && isHash(at())) {
-        Fault &fault = addFault(-1, myAt, quoted(at().text) + " is no directive");
+        Fault &fault =
+            addFault(-1, myAt, NOD_SCRIPT_NO_DIRECTIVE, quoted(at().text) + " is no directive");
         for (++myAt; !atEnd() && !at().firstFlag; ++myAt) {
         }
         fault.last = myAt - 1;
@@ -169,7 +171,8 @@ void NOD_ScriptShape::readBlock(int block)
         } else if (endsHere(block)) {
             break;
         } else if (at().is("{")) {
-            Fault &fault = addFault(block, myAt, "an opening brace without a keyword");
+            Fault &fault = addFault(block, myAt, NOD_SCRIPT_OPENING_BRACE,
+                                    "an opening brace without a keyword");
             fault.fixText = "remove the brace";
             ++myAt;
         } else {
@@ -191,13 +194,13 @@ void NOD_ScriptShape::readBlock(int block)
 bool NOD_ScriptShape::readClose(int block)
 {
     Fault *const last = myFaults.empty() ? nullptr : &myFaults.back();
-    if (last && last->last == myAt - 1 && last->text == theSurplus &&
+    if (last && last->last == myAt - 1 && last->code == NOD_SCRIPT_CLOSING_BRACE &&
         myTokens[last->token].line == at().line && isSurplusClose(block)) {
         last->last = myAt++; // the same mistake
         return false;
     }
     if (isSurplusClose(block)) {
-        Fault &fault = addFault(block, myAt, theSurplus);
+        Fault &fault = addFault(block, myAt, NOD_SCRIPT_CLOSING_BRACE, "a closing brace too many");
         fault.fixText = "remove the brace";
         ++myAt;
         return false;
@@ -331,6 +334,7 @@ void NOD_ScriptShape::checkOpenTexts(Statement &statement)
         if (myTokens[i].text.empty() && i > statement.begin + 1) {
             fault.token = statement.begin + 1;
             fault.last = i;
+            fault.code = NOD_SCRIPT_STRAY_QUOTE;
             fault.text = "a quote too many, or the first one of the text is missing";
         }
     }
@@ -360,7 +364,8 @@ void NOD_ScriptShape::readUnknown(int block, Statement &statement)
     ++myAt;
     if (braceFlag && isNested(near)) {
         const std::string &text = myTokens[statement.begin].text;
-        Fault &fault = addFault(block, statement.begin, "script unknown identifier " + text);
+        Fault &fault = addFault(block, statement.begin, NOD_SCRIPT_NO_PAGE_WORD,
+                                "script unknown identifier " + text);
         fault.hint = "did you mean " + quoted(near->word) + "?";
         fault.expected = fault.fix = near->word;
         fault.fixText = "replace it by " + fault.fix;
@@ -403,7 +408,8 @@ bool NOD_ScriptShape::readWord(int block, const NOD_ScriptWord &word)
     case Form::CONDITION:
     case Form::TEXT:
         if (isMissingValue(block, header)) {
-            Fault &fault = addFault(block, header, quoted(word.word) + " has no value");
+            Fault &fault =
+                addFault(block, header, NOD_SCRIPT_NO_VALUE, quoted(word.word) + " has no value");
             fault.expected = "a text";
             return false;
         }
@@ -465,8 +471,8 @@ bool NOD_ScriptShape::openBlock(int block, int header)
         ++myAt;
         return true;
     }
-    Fault &fault =
-        addFault(block, header, quoted(myTokens[header].text) + " needs a block in braces");
+    Fault &fault = addFault(block, header, NOD_SCRIPT_NO_BLOCK,
+                            quoted(myTokens[header].text) + " needs a block in braces");
     fault.last = std::max(header, myAt - 1);
     fault.expected = "{";
     // The values stand in this line, or in those up to a brace that nothing else has opened.
@@ -502,7 +508,8 @@ void NOD_ScriptShape::readNested(int block, Statement &statement, const std::str
     if (!atEnd() && at().is("{")) {
         ++myAt;
     } else {
-        Fault &fault = addFault(block, header, quoted(keyword) + " needs a block in braces");
+        Fault &fault = addFault(block, header, NOD_SCRIPT_NO_BLOCK,
+                                quoted(keyword) + " needs a block in braces");
         fault.expected = "{";
         statement.soundFlag = false;
     }
@@ -548,7 +555,8 @@ bool NOD_ScriptShape::readValues(int block, int header, NOD_ScriptWord::Form for
                 --myAt; // the keyword of that block
                 break;
             }
-            Fault &fault = addFault(block, myAt, "an opening brace too many");
+            Fault &fault =
+                addFault(block, myAt, NOD_SCRIPT_SURPLUS_OPENING, "an opening brace too many");
             fault.fixText = "remove the brace";
             soundFlag = false;
         } else if (at().is("{")) {
@@ -583,9 +591,10 @@ bool NOD_ScriptShape::checkValues(int block, int header, NOD_ScriptWord::Form fo
     }
     const int token = values[odd];
     const char *const what = form == Form::MENU ? "the menu entry " : "the tag ";
-    Fault &fault = addFault(block, token,
-                            what + quoted(myTokens[token].text) +
-                                (form == Form::MENU ? " has no label" : " has no value"));
+    Fault &fault = addFault(
+        block, token, form == Form::MENU ? NOD_SCRIPT_NO_ENTRY_LABEL : NOD_SCRIPT_NO_TAG_VALUE,
+        what + quoted(myTokens[token].text) +
+            (form == Form::MENU ? " has no label" : " has no value"));
     fault.related = header;
     fault.relatedText = quoted(myTokens[header].text) + " begins here";
     fault.expected = "a text";

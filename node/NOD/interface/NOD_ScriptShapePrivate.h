@@ -15,6 +15,7 @@
 /// the block that it would close.
 #pragma once
 
+#include <NOD/interface/NOD_MessageCodesPrivate.h>
 #include <NOD/interface/NOD_ScriptTokensPrivate.h>
 #include <NOD/interface/NOD_ScriptWordsPrivate.h>
 
@@ -57,6 +58,7 @@ public:
         int last;               ///< to the end of that one
         bool afterFlag = false; ///< nothing stands there: the place is after the token
         int block = -1;         ///< in which it is
+        NOD_ScriptCode code;
         std::string text;
         std::string hint; ///< for one whose text is the reader's
         int related = -1;
@@ -114,7 +116,7 @@ private:
 
     /// The keyword that somebody may have meant; null if none is near.
     const NOD_ScriptWord *findNearest(const std::string &word, bool inParm);
-    Fault &addFault(int block, int token, const std::string &text);
+    Fault &addFault(int block, int token, NOD_ScriptCode code, const std::string &text);
     void addOpen(int block, int header, const std::string &keyword);
 
     const NOD_ScriptTokens &myTokens;

@@ -7,8 +7,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <new>
 #include <set>
 #include <utility>
@@ -43,17 +41,6 @@ std::string inFile(const KIT_MessagePlace &place, const std::string &text)
     }
     const std::string name = std::filesystem::path(place.file).filename().string();
     return name + (place.line > 0 ? ":" + std::to_string(place.line) : "") + ": " + text;
-}
-
-/// What the file `.zel-lint` beside a script says.
-void readLintFile(const std::string &script, NOD_LintOptions &options, NOD_Report &report)
-{
-    const std::string file = (std::filesystem::path(script).parent_path() / ".zel-lint").string();
-    std::error_code fault;
-    if (std::filesystem::is_regular_file(file, fault)) {
-        std::ifstream is(file, std::ios::binary);
-        options.readFile(std::string(std::istreambuf_iterator<char>(is), {}), file, report);
-    }
 }
 
 } // namespace
@@ -93,12 +80,14 @@ void NOD_ServerPass::read()
         NODcheckDescription(*myInterface, myPath, said);
     }
     const bool wholeFlag = NODscriptHead(text, myPath).empty();
-    if (myInterface && wholeFlag && myRules.lintFlag) {
+    if (wholeFlag && myRules.lintFlag) {
         NOD_LintOptions options;
         if (myRules.includes != NOD_Interface::Includes::NONE) {
-            readLintFile(myPath, options, said);
+            options.readFolder(myPath, said);
         }
-        NOD_Judgement judged = NODjudge(*myInterface, options, said);
+        NOD_Judgement judged =
+            myInterface ? NODjudge(*myInterface, options, said)
+                        : NODjudgeSoundPart(text, myPath, options, said, myRules.includes);
         for (const NOD_LintFinding &finding : judged.findings) {
             add(finding);
         }
