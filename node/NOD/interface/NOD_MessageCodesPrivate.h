@@ -45,6 +45,8 @@ constexpr const char *theNODCategory = "NOD";
 /// Of category "NOD".
 enum NOD_MessageCode
 {
+    NOD_SURPLUS_MARK = 2,
+    NOD_ITEM_MARKS = 3,
     NOD_DEFAULT_RANGE = 11,
     NOD_DEFAULT_WORD = 12,
     NOD_NO_CONDITION_PARM = 15,

@@ -108,9 +108,6 @@ private:
 std::vector<Placed> Pass::run()
 {
     for (const Shape::Fault &fault : myShape.getFaults()) {
-        if (fault.afterFlag && fault.token + 1 == myTokens.size() && myTokens.isEndMissing()) {
-            continue; // the brace is where nothing is read
-        }
         auto detail = std::make_shared<KIT_MessageDetail>(*NODmakeDetail(myTokens, myShape, fault));
         detail->hint = fault.hint;
         NOD_Message message = {KIT_ERROR_ABORT, detail->place.file,   detail->place.line, {},
@@ -405,7 +402,7 @@ void Merge::addReader(const NOD_Report &reader)
         const bool errorFlag = message.severity >= KIT_ERROR_ABORT;
         if (causedFlag && (!caused || (errorFlag && caused->severity < KIT_ERROR_ABORT))) {
             caused = &message;
-        } else if (!causedFlag &&
+        } else if (!causedFlag && (firstFlag || !errorFlag || !myTokens.isEndMissing()) &&
                    ((firstFlag && errorFlag) || faults.empty() || token < faults[0].token)) {
             keep({token, message}, false);
         }

@@ -11,6 +11,8 @@ namespace
 
 using Form = NOD_ScriptWord::Form;
 
+constexpr int theMostValues = 1000; // so that no keyword looks at the whole rest
+
 bool isNested(const NOD_ScriptWord *word)
 {
     return word && (word->form == Form::PARM || word->form == Form::PAGE);
@@ -53,6 +55,12 @@ NOD_ScriptShape::NOD_ScriptShape(const NOD_ScriptTokens &tokens) : myTokens(toke
     readBlock(0);
     if (!atEnd()) {
         addFault(-1, myAt, NOD_SCRIPT_REST, theNODScriptRest);
+    }
+    if (tokens.isEndMissing()) { // the brace is where nothing is read
+        const auto end = std::remove_if(myFaults.begin(), myFaults.end(), [this](const Fault &one) {
+            return one.afterFlag && one.token + 1 == myTokens.size();
+        });
+        myFaults.erase(end, myFaults.end());
     }
     std::stable_sort(myFaults.begin(), myFaults.end(),
                      [](const Fault &a, const Fault &b) { return a.token < b.token; });
@@ -121,9 +129,13 @@ const NOD_ScriptWord *NOD_ScriptShape::findNearest(const std::string &word, bool
     return found->second;
 }
 
-/// The brace that is missing in front of the present token.
+/// The brace that is missing in front of the present token. Of a block that lacks both of its braces one is told.
 void NOD_ScriptShape::addOpen(int block, int header, const std::string &keyword)
 {
+    if (block >= 0 && myBlocks[std::size_t(block)].header == header &&
+        myBlocks[std::size_t(block)].bareFlag) {
+        return;
+    }
     Fault &fault =
         addFault(block, myAt - 1, NOD_SCRIPT_OPEN_BLOCK,
                  "the block of " + quoted(keyword) + " is not closed: its \"}\" is missing");
@@ -279,7 +291,9 @@ bool NOD_ScriptShape::isSurplusClose(int block)
         return false;
     }
     if (next->is("}") && own.parent >= 0 && header.firstFlag && !at().firstFlag) {
-        return next->indent == header.indent; // its own brace follows
+        // Its own brace follows, unless that is the one of a block which isn't further out.
+        const int outer = myTokens[myBlocks[std::size_t(own.parent)].header].indent;
+        return next->indent == header.indent && outer < header.indent;
     }
     return next->indent > header.indent && wordFlag && (!placedFlag || own.parent < 0);
 }
@@ -417,6 +431,7 @@ bool NOD_ScriptShape::readWord(int block, const NOD_ScriptWord &word)
             ++myAt;
             return readValues(block, header, Form::LINES);
         }
+        skipBracedText();
         ++myAt;
         return true;
     case Form::BLOCK:
@@ -428,6 +443,22 @@ bool NOD_ScriptShape::readWord(int block, const NOD_ScriptWord &word)
         ++myAt;
     }
     return openBlock(block, header) ? readValues(block, header, word.form) : false;
+}
+
+/// Passes over what stands in braces where one text is wanted, as the reader will tell; up to the closing one.
+void NOD_ScriptShape::skipBracedText()
+{
+    const int last = std::min(myTokens.size(), myAt + theMostValues);
+    for (int i = myAt + 1; at().is("{") && i < last && !myTokens[i].is("{"); ++i) {
+        if (myTokens[i].is("}")) {
+            myAt = i;
+            return;
+        }
+        if (myTokens[i].firstFlag && !myTokens[i].quotedFlag &&
+            NODfindScriptWord(myTokens[i].text, true)) {
+            return;
+        }
+    }
 }
 
 /// Whether what follows a keyword is no value of it but the next statement, or the end.
@@ -478,7 +509,6 @@ bool NOD_ScriptShape::openBlock(int block, int header)
     // The values stand in this line, or in those up to a brace that nothing else has opened.
     const bool inParm = block < 0 || myBlocks[std::size_t(block)].parmFlag;
     const int line = myTokens[header].line;
-    constexpr int theMostValues = 1000; // so that no keyword looks at the whole rest
     const int end = std::min(myTokens.size(), myAt + theMostValues);
     int after = myAt;
     for (; after < end && !myTokens[after].is("}") && !myTokens[after].is("{"); ++after) {
@@ -505,15 +535,15 @@ bool NOD_ScriptShape::openBlock(int block, int header)
 void NOD_ScriptShape::readNested(int block, Statement &statement, const std::string &keyword)
 {
     const int header = statement.begin;
-    if (!atEnd() && at().is("{")) {
-        ++myAt;
-    } else {
-        Fault &fault = addFault(block, header, NOD_SCRIPT_NO_BLOCK,
-                                quoted(keyword) + " needs a block in braces");
-        fault.expected = "{";
-        statement.soundFlag = false;
-    }
+    const bool openFlag = openNested(block, header, keyword);
+    statement.soundFlag = statement.soundFlag && openFlag;
     statement.block = addBlock(block, header, keyword);
+    const bool bareFlag = !myTokens[myAt - 1].is("{");
+    myBlocks[std::size_t(statement.block)].bareFlag = bareFlag;
+    if (bareFlag && isNothingNested(header)) {
+        myBlocks[std::size_t(statement.block)].end = myAt;
+        return;
+    }
     if (++myDepth > theMostBlocks) {
         readValues(block, header, Form::LINES);
         myBlocks[std::size_t(statement.block)].end = myAt;
@@ -521,6 +551,37 @@ void NOD_ScriptShape::readNested(int block, Statement &statement, const std::str
         readBlock(statement.block);
     }
     --myDepth;
+}
+
+/// Reads the brace after the keyword of a block. False, with a fault, if it is missing.
+bool NOD_ScriptShape::openNested(int block, int header, const std::string &keyword)
+{
+    if (!atEnd() && at().is("{")) {
+        ++myAt;
+        return true;
+    }
+    Fault &fault =
+        addFault(block, header, NOD_SCRIPT_NO_BLOCK, quoted(keyword) + " needs a block in braces");
+    fault.expected = "{";
+    // A word in front of the brace, which was meant as a name.
+    const NOD_ScriptToken *const next = peek(1);
+    if (!atEnd() && next && next->is("{") && !at().firstFlag && !next->firstFlag &&
+        !NODfindScriptWord(at().text, keyword == "parm")) {
+        fault.last = myAt;
+        myAt += 2;
+    }
+    return false;
+}
+
+/// Whether after a keyword without a brace stands what can't be of its block: the end of the block around it, or a
+/// block that isn't further in.
+bool NOD_ScriptShape::isNothingNested(int header) const
+{
+    if (atEnd()) {
+        return true;
+    }
+    return at().firstFlag && at().indent <= myTokens[header].indent &&
+           (at().is("}") || (!at().quotedFlag && isNested(NODfindScriptWord(at().text, false))));
 }
 
 // ---------------------------------------------------------------------- //

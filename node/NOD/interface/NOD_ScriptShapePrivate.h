@@ -45,8 +45,9 @@ public:
         std::string keyword; ///< as it should be
         std::string name;    ///< "" without one
         bool parmFlag = false;
-        int depth = 0;  ///< blocks with items around its statements
-        int close = -1; ///< its last brace; -1 if it is missing
+        bool bareFlag = false; ///< its opening brace is missing
+        int depth = 0;         ///< blocks with items around its statements
+        int close = -1;        ///< its last brace; -1 if it is missing
         int end = 0;
         std::vector<Statement> statements;
         std::size_t looked = 0;    ///< statements that were looked at for the indentation
@@ -110,6 +111,9 @@ private:
     bool readSkipped(int block, const NOD_ScriptWord &word, int header);
     bool openBlock(int block, int header);
     void readNested(int block, Statement &statement, const std::string &keyword);
+    bool openNested(int block, int header, const std::string &keyword);
+    bool isNothingNested(int header) const;
+    void skipBracedText();
     bool readValues(int block, int header, NOD_ScriptWord::Form form);
     bool checkValues(int block, int header, NOD_ScriptWord::Form form,
                      const std::vector<int> &values);

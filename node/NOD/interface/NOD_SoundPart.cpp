@@ -258,7 +258,9 @@ void NODcheckSoundPart(std::string_view text, const std::string &name,
         NODcheckDescription(*script, name, found);
     }
     for (NOD_Message message : found.getMessages()) {
-        const bool nameFlag = NODisMessage(message, NOD_NO_CONDITION_PARM);
+        const bool nameFlag = NODisMessage(message, NOD_NO_CONDITION_PARM) ||
+                              NODisMessage(message, NOD_SURPLUS_MARK) ||
+                              NODisMessage(message, NOD_ITEM_MARKS);
         if (part.isCertain(message) && !(nameFlag && part.hasLostNames())) {
             part.restorePlaces(message);
             report.add(std::move(message));

@@ -263,6 +263,7 @@ NOD_Report withoutSaid(const NOD_Report &said, const Found &found)
 /// How much of a script a rule depends on beside the statement that it objects to.
 enum class Needs
 {
+    NOTHING,
     NAMES, ///< all parameters and files
     BLOCK  ///< all statements of the block
 };
@@ -273,22 +274,30 @@ struct Needing
     Needs needs;
 };
 
+/// Those of a rule that isn't here: the statements that decide what a parameter is.
 constexpr Needing theNeeding[] = {
-    {NOD_LintCode::Z104, Needs::NAMES}, {NOD_LintCode::Z105, Needs::NAMES},
-    {NOD_LintCode::Z107, Needs::BLOCK}, {NOD_LintCode::Z307, Needs::BLOCK},
-    {NOD_LintCode::Z401, Needs::NAMES}, {NOD_LintCode::Z313, Needs::NAMES},
-    {NOD_LintCode::Z501, Needs::NAMES}, {NOD_LintCode::Z503, Needs::NAMES},
+    {NOD_LintCode::Z201, Needs::NOTHING}, {NOD_LintCode::Z104, Needs::NAMES},
+    {NOD_LintCode::Z105, Needs::NAMES},   {NOD_LintCode::Z107, Needs::BLOCK},
+    {NOD_LintCode::Z307, Needs::BLOCK},   {NOD_LintCode::Z401, Needs::NAMES},
+    {NOD_LintCode::Z313, Needs::NAMES},   {NOD_LintCode::Z501, Needs::NAMES},
+    {NOD_LintCode::Z503, Needs::NAMES},
 };
 
 bool isCertain(const NOD_SoundPart &part, const NOD_LintFinding &finding)
 {
-    if (!part.isCertain(finding.message)) {
-        return false;
+    const auto row =
+        std::find_if(std::begin(theNeeding), std::end(theNeeding), [&finding](const Needing &one) {
+            return finding.rule == &NODlintRules()[std::size_t(one.rule)];
+        });
+    if (row == std::end(theNeeding)) {
+        return part.isCertain(finding.message);
     }
-    return std::all_of(std::begin(theNeeding), std::end(theNeeding), [&](const Needing &row) {
-        return finding.rule != &NODlintRules()[std::size_t(row.rule)] ||
-               (row.needs == Needs::NAMES ? !part.hasLostNames() : part.isWhole(finding.message));
-    });
+    switch (row->needs) {
+    case Needs::NAMES: return part.isCertain(finding.message) && !part.hasLostNames();
+    case Needs::BLOCK: return part.isCertain(finding.message) && part.isWhole(finding.message);
+    case Needs::NOTHING: break;
+    }
+    return finding.message.detail->place.offset >= 0;
 }
 
 } // namespace

@@ -212,9 +212,6 @@ void DefaultCheck::checkHeld()
         extra.fix = myContext.replace(myToken, myToken + 1, text);
         myContext.add(NOD_LintCode::Z311, myNumber, myToken,
                       start + " is no whole number: the value is " + text, extra);
-    } else if (type.hasOrdinalType(ZEL_Type::ZEL_ORD_TOGGLE) && value != 0.0 && value != 1.0) {
-        myContext.add(NOD_LintCode::Z311, myNumber, myToken,
-                      start + " is none of a toggle, which is 0 or 1");
     }
 }
 

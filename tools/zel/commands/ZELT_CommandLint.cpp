@@ -153,7 +153,7 @@ int lint(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
         findings += int(result.findings.size());
         fixed += result.fixed;
         for (const NOD_LintFinding &finding : result.findings) {
-            fixable += isFixable(finding, file);
+            fixable += result.goodFlag && isFixable(finding, file);
         }
         if (options.json) {
             ZELT_Json one;
