@@ -234,6 +234,21 @@ void NOD_ServerPass::addRelated(Finding &finding, const KIT_MessagePlace &place,
     finding.related.push_back(std::move(related));
 }
 
+/// The word that may have been meant, where the place is one word.
+void NOD_ServerPass::addReplacement(Finding &finding, const std::string &word) const
+{
+    std::size_t begin = finding.begin;
+    std::size_t end = finding.end;
+    std::string_view written = std::string_view(myText->get()).substr(begin, end - begin);
+    const bool quotedFlag = written.size() > 1 && written.front() == '"' && written.back() == '"';
+    begin += quotedFlag ? 1 : 0;
+    end -= quotedFlag ? 1 : 0;
+    written = std::string_view(myText->get()).substr(begin, end - begin);
+    if (!written.empty() && written.find_first_of(" \t\r\n\"\\{}") == std::string_view::npos) {
+        finding.fixes.push_back({"replace it by " + word, {{begin, end, word}}, false});
+    }
+}
+
 void NOD_ServerPass::add(const NOD_LintFinding &found)
 {
     Finding finding = findingOf(found.message);
@@ -243,6 +258,10 @@ void NOD_ServerPass::add(const NOD_LintFinding &found)
     for (NOD_ServerFix &fix : finding.fixes) {
         fix.title = std::string("fix ") + found.rule->name;
         fix.safeFlag = true;
+    }
+    const KIT_MessageDetail &detail = *found.message.detail;
+    if (finding.fixes.empty() && !detail.expected.empty() && detail.place.file == myPath) {
+        addReplacement(finding, detail.expected.front());
     }
     myFindings.push_back(std::move(finding));
 }
