@@ -49,8 +49,8 @@ Result checkFile(const std::string &file, const Call &call, ZELT_Messages &messa
     if (result.script) {
         NODcheckDescription(*result.script, file, said);
     }
-    if (result.script && strict && optionsFlag) {
-        NOD_Judgement judged = NODjudge(*result.script, options, said);
+    if (strict && optionsFlag) {
+        NOD_Judgement judged = ZELTjudge(file, "", result.script.get(), options, said);
         result.findings = std::move(judged.findings);
         said = std::move(judged.rest);
     }
@@ -64,6 +64,7 @@ void print(const std::string &file, const Result &result)
 {
     if (!result.script) {
         std::cout << file << ": failed\n";
+        ZELTprintLint(result.findings);
         return;
     }
     const std::size_t count = result.findings.size();

@@ -37,11 +37,11 @@ struct Result
     std::vector<NOD_LintFinding> findings;
 };
 
-/// With all mistakes of the script.
-ZELT_ScriptPtr checkScript(const std::string &file, NOD_Report &said)
+/// With all mistakes of the script; `text` returns what is read from standard input.
+ZELT_ScriptPtr checkScript(const std::string &file, std::string &text, NOD_Report &said)
 {
     if (file == "-") {
-        const std::string text(std::istreambuf_iterator<char>(std::cin), {});
+        text.assign(std::istreambuf_iterator<char>(std::cin), {});
         return NODcheckScript(text, file, said);
     }
     return NODcheckScriptFile(file, said);
@@ -56,12 +56,9 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
         return result;
     }
     NOD_Report said;
-    const ZELT_ScriptPtr script = checkScript(file, said);
-    if (!script) {
-        messages.add(said);
-        return result;
-    }
-    NOD_Judgement judged = NODjudge(*script, options, said);
+    std::string text;
+    const ZELT_ScriptPtr script = checkScript(file, text, said);
+    NOD_Judgement judged = ZELTjudge(file, text, script.get(), options, said);
     messages.add(judged.rest);
     result.goodFlag = judged.judgedFlag;
     result.findings = std::move(judged.findings);
@@ -156,7 +153,7 @@ int lint(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
         findings += int(result.findings.size());
         fixed += result.fixed;
         for (const NOD_LintFinding &finding : result.findings) {
-            fixable += isFixable(finding, file);
+            fixable += result.goodFlag && isFixable(finding, file);
         }
         if (options.json) {
             ZELT_Json one;
