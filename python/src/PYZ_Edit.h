@@ -13,14 +13,15 @@
 
 /// Calls `work(scene, node, report)` with the interpreter free.
 template <class Work>
-auto PYZeditNode(const PYZ_Node &self, const char *className, const Work &work, std::string_view text = {},
-                 PYZ_Faults faults = PYZ_Faults::RAISE)
+auto PYZeditNode(const PYZ_Node &self, const char *className, const Work &work,
+                 std::string_view text = {}, PYZ_Faults faults = PYZ_Faults::RAISE)
 {
     NOD_Scene &scene = self.getScene().get();
     const PYZ_Changing changing(&scene);
     NOD_Node &node = self.get();
     auto result = PYZchange(
-        &scene, className, [&](NOD_Report &report) { return work(scene, node, report); }, text, faults);
+        &scene, className, [&](NOD_Report &report) { return work(scene, node, report); }, text,
+        faults);
     changing.raiseKept();
     return result;
 }

@@ -124,8 +124,9 @@ PYZ_Changing::PYZ_Changing(NOD_Scene *scene)
     const unsigned long self = PyThread_get_thread_ident();
     if (gate.changer != self) {
         if (theReadings > 0) {
-            PYZraise("BusyError", "nothing can be changed while this thread evaluates: an expression "
-                                  "can read values, not set them");
+            PYZraise("BusyError",
+                     "nothing can be changed while this thread evaluates: an expression "
+                     "can read values, not set them");
         }
         while (gate.changer != 0 || gate.readings > 0) {
             wait(gate.waitingChangers);

@@ -62,7 +62,9 @@ std::string interfaceText(const PYZ_Interface &self)
 {
     std::string text = file + ": ";
     switch (kind) {
-    case NOD_FileKind::SCRIPT: text += "is no scene; zel.Interface(path) reads a dialog script"; break;
+    case NOD_FileKind::SCRIPT:
+        text += "is no scene; zel.Interface(path) reads a dialog script";
+        break;
     case NOD_FileKind::NONE: text += "there is no such file, or it can't be read"; break;
     default:
         text += std::string("is ") + NOD_ValueFile::getKindName(kind) +
@@ -83,14 +85,16 @@ py::object load(const py::object &path, const py::object &scripts, bool strict)
         PYZchange(
             &scene, "SceneError",
             [&](NOD_Report &report) {
-                NOD_Node *const node = NOD_NodeFile::load(scene, scene.getRoot(), file, options, report);
+                NOD_Node *const node =
+                    NOD_NodeFile::load(scene, scene.getRoot(), file, options, report);
                 return node != nullptr;
             },
             {}, faults);
     } else if (kind == NOD_FileKind::SCENE) {
         PYZchange(
             &scene, "SceneError",
-            [&](NOD_Report &report) { return NOD_SceneFile::load(scene, file, options, report); }, {}, faults);
+            [&](NOD_Report &report) { return NOD_SceneFile::load(scene, file, options, report); },
+            {}, faults);
     } else {
         refuse(file, kind);
     }
@@ -104,8 +108,8 @@ NOD_SaveOptions PYZsaveOptions(bool binary, bool changedOnly, bool selfContained
     NOD_SaveOptions options;
     options.form = binary ? NOD_SaveOptions::Form::BINARY : NOD_SaveOptions::Form::TEXT;
     options.values = changedOnly ? NOD_SaveOptions::Values::CHANGED : NOD_SaveOptions::Values::ALL;
-    options.interfaces =
-        selfContained ? NOD_SaveOptions::Interfaces::AS_TEXTS : NOD_SaveOptions::Interfaces::AS_MADE;
+    options.interfaces = selfContained ? NOD_SaveOptions::Interfaces::AS_TEXTS
+                                       : NOD_SaveOptions::Interfaces::AS_MADE;
     return options;
 }
 
@@ -165,12 +169,13 @@ What the parameters of a node type are, read from a dialog script. Scripts that 
                  return PYZ_Interface{read(path, includes)};
              }),
              py::arg("path"), py::kw_only(), py::arg("includes") = true);
-    type.def_static("from_text",
-                    [](const py::object &text, const py::object &name, const py::object &includes) {
-                        return PYZ_Interface{readText(text, name, includes)};
-                    },
-                    py::arg("text"), py::arg("name") = "script", py::kw_only(), py::arg("includes") = true,
-                    R"(from_text(text, name='script', *, includes=True) -> Interface
+    type.def_static(
+        "from_text",
+        [](const py::object &text, const py::object &name, const py::object &includes) {
+            return PYZ_Interface{readText(text, name, includes)};
+        },
+        py::arg("text"), py::arg("name") = "script", py::kw_only(), py::arg("includes") = true,
+        R"(from_text(text, name='script', *, includes=True) -> Interface
 
 The same of a script's text, or of the contents of its braces. The name is shown in messages, and is the type
 name of a script without a name.
@@ -188,27 +193,33 @@ name of a script without a name.
     type.def("__hash__", [](const PYZ_Interface &self) {
         return std::hash<const void *>()(self.interface.get());
     });
-    type.def_property_readonly("name", [](const PYZ_Interface &self) { return PYZtext(self.interface->getTypeName()); },
-                               "The name of the node type.");
-    type.def_property_readonly("label", [](const PYZ_Interface &self) { return PYZtext(self.interface->getLabel()); },
-                               "What people read of it.");
-    type.def_property_readonly("help", [](const PYZ_Interface &self) { return PYZtext(self.interface->getHelp()); },
-                               "The help text of the dialog.");
-    type.def_property_readonly("file", [](const PYZ_Interface &self) { return PYZtext(self.interface->getFile()); },
-                               "The file of the script, or its name in messages.");
+    type.def_property_readonly(
+        "name", [](const PYZ_Interface &self) { return PYZtext(self.interface->getTypeName()); },
+        "The name of the node type.");
+    type.def_property_readonly(
+        "label", [](const PYZ_Interface &self) { return PYZtext(self.interface->getLabel()); },
+        "What people read of it.");
+    type.def_property_readonly(
+        "help", [](const PYZ_Interface &self) { return PYZtext(self.interface->getHelp()); },
+        "The help text of the dialog.");
+    type.def_property_readonly(
+        "file", [](const PYZ_Interface &self) { return PYZtext(self.interface->getFile()); },
+        "The file of the script, or its name in messages.");
     type.def_property_readonly("text", scriptText, "The text of the script.");
-    type.def("describe", describe,
-             "describe() -> dict\n\nAll of it as data: the document of docs/interface.schema.json.");
+    type.def(
+        "describe", describe,
+        "describe() -> dict\n\nAll of it as data: the document of docs/interface.schema.json.");
     type.def("__reduce__", [](const py::object &self) {
         const NOD_Interface &interface = *self.cast<const PYZ_Interface &>().interface;
         return py::make_tuple(
-            self.get_type().attr("from_text"),
+            py::module_::import("zel._pickles").attr("interface"),
             py::make_tuple(py::bytes(interface.getText()), PYZtext(interface.getFile())));
     });
     type.def("__copy__", [](const py::object &self) { return self; });
     type.def("__deepcopy__", [](const py::object &self, const py::object &) { return self; });
 
-    module.def("load", load, py::arg("path"), py::kw_only(), py::arg("scripts") = true, py::arg("strict") = true,
+    module.def("load", load, py::arg("path"), py::kw_only(), py::arg("scripts") = true,
+               py::arg("strict") = true,
                R"(load(path, *, scripts=True, strict=True) -> Scene
 
 A scene from its file, or with the node of a node file. Interfaces are read from their scripts wherever those

@@ -85,8 +85,8 @@ std::vector<int> placesOf(const Keys &self, const py::object &index)
         return {placeOf(index.cast<py::ssize_t>(), self.count())};
     }
     py::size_t start = 0, stop = 0, step = 0, length = 0;
-    if (!py::reinterpret_borrow<py::slice>(index).compute(std::size_t(self.count()), &start, &stop, &step,
-                                                          &length)) {
+    if (!py::reinterpret_borrow<py::slice>(index).compute(std::size_t(self.count()), &start, &stop,
+                                                          &step, &length)) {
         throw py::error_already_set();
     }
     std::vector<int> places;
@@ -157,9 +157,11 @@ GivenKey toKey(const py::handle item, const ZEL_Parm &parm, const std::string &n
     }
     TRK_FullKey &key = given.key;
     key.time = number(full.attr("time"), "time");
-    key.expression = KIT_StringHolder(PYZfromText(full.attr("expression"), "a key's expression").c_str());
-    key.language = PYZfromText(full.attr("language"), "a language") == "python" ? TRK_LANGUAGE_PYTHON
-                                                                                : TRK_LANGUAGE_NATIVE;
+    key.expression =
+        KIT_StringHolder(PYZfromText(full.attr("expression"), "a key's expression").c_str());
+    key.language = PYZfromText(full.attr("language"), "a language") == "python"
+                       ? TRK_LANGUAGE_PYTHON
+                       : TRK_LANGUAGE_NATIVE;
     if (PYZkindOf(parm) == PYZ_Kind::TEXT) {
         given.text = std::get<std::string>(PYZtoCell(full.attr("value"), parm, name));
         return given;
@@ -211,7 +213,8 @@ bool putKey(NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, int index, const Giv
 }
 
 /// All keys but those at the times go; without any the channel goes, and the value stays.
-bool keepKeys(NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, int index, const std::vector<double> &times)
+bool keepKeys(NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, int index,
+              const std::vector<double> &times)
 {
     const std::string_view name = parm.getChannelToken(index).view();
     TRK_Channel *const channel = parm.getChannel(index);
@@ -224,9 +227,8 @@ bool keepKeys(NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, int index, const s
     std::vector<double> gone;
     for (int i = 0; i < channel->getNKeys(); ++i) {
         const double time = channel->getKeyTime(i);
-        const bool keptFlag = std::any_of(times.begin(), times.end(), [&](double kept) {
-            return channel->findKey(kept) == i;
-        });
+        const bool keptFlag = std::any_of(times.begin(), times.end(),
+                                          [&](double kept) { return channel->findKey(kept) == i; });
         if (!keptFlag) {
             gone.push_back(time);
         }
@@ -242,9 +244,10 @@ bool keepKeys(NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, int index, const s
 void add(const Keys &self, const py::object &key)
 {
     const std::vector<GivenKey> keys = toKeys(self, py::make_tuple(key));
-    PYZeditParm(self.parm, "Key ", [&](NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
-        return putKey(edit, node, parm, self.parm.getFirst(), keys[0]);
-    });
+    PYZeditParm(self.parm, "Key ",
+                [&](NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
+                    return putKey(edit, node, parm, self.parm.getFirst(), keys[0]);
+                });
 }
 
 void removeKeys(const Keys &self, const py::object &index)
@@ -267,7 +270,8 @@ void removeKeys(const Keys &self, const py::object &index)
 }
 
 /// Replaces the keys at some places by others.
-void replaceKeys(const Keys &self, const std::vector<int> &places, const std::vector<GivenKey> &keys)
+void replaceKeys(const Keys &self, const std::vector<int> &places,
+                 const std::vector<GivenKey> &keys)
 {
     std::vector<double> times;
     {
@@ -282,17 +286,18 @@ void replaceKeys(const Keys &self, const std::vector<int> &places, const std::ve
     for (const GivenKey &key : keys) {
         times.push_back(key.key.time);
     }
-    PYZeditParm(self.parm, "Set keys of ", [&](NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
-        bool done = true;
-        for (const GivenKey &key : keys) {
-            done = done && putKey(edit, node, parm, self.parm.getFirst(), key);
-        }
-        done = done && keepKeys(edit, node, parm, self.parm.getFirst(), times);
-        if (!done) {
-            edit.cancel();
-        }
-        return done;
-    });
+    PYZeditParm(self.parm, "Set keys of ",
+                [&](NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
+                    bool done = true;
+                    for (const GivenKey &key : keys) {
+                        done = done && putKey(edit, node, parm, self.parm.getFirst(), key);
+                    }
+                    done = done && keepKeys(edit, node, parm, self.parm.getFirst(), times);
+                    if (!done) {
+                        edit.cancel();
+                    }
+                    return done;
+                });
 }
 
 void setKeyAt(const Keys &self, const py::object &index, const py::object &value)
@@ -344,24 +349,30 @@ zel.Key(...) all of it. Keys that are put in go where their times are.
         .def("__setitem__", setKeyAt)
         .def("__delitem__", removeKeys)
         .def("__repr__", keysText)
-        .def("add",
-             [](const Keys &self, const py::object &time, const py::object &value) {
-                 add(self, value.is_none() ? time : py::object(py::make_tuple(time, value)));
-             },
-             py::arg("key"), py::arg("value") = py::none(),
-             "add(key) or add(time, value)\n\nOne more key, or another one at its time in seconds; makes the channel.")
-        .def("clear",
-             [](const Keys &self) { removeKeys(self, py::slice(std::nullopt, std::nullopt, std::nullopt)); },
-             "clear()\n\nRemoves all keys: the component keeps the value that it has at the scene's time.")
-        .def_property_readonly("times",
-                               [](const Keys &self) { return listTimes(self, [](double time) { return time; }); },
-                               "The times in seconds.")
-        .def_property_readonly("frames",
-                               [](const Keys &self) {
-                                   return listTimes(self, [&](double time) {
-                                       return self.parm.getScene()->timeToFrame(time);
-                                   });
-                               },
-                               "The times in frames of the scene.")
-        .def_property_readonly("parm", [](const Keys &self) { return self.parm; }, "The component.");
+        .def(
+            "add",
+            [](const Keys &self, const py::object &time, const py::object &value) {
+                add(self, value.is_none() ? time : py::object(py::make_tuple(time, value)));
+            },
+            py::arg("key"), py::arg("value") = py::none(),
+            "add(key) or add(time, value)\n\nOne more key, or another one at its time in seconds; makes the channel.")
+        .def(
+            "clear",
+            [](const Keys &self) {
+                removeKeys(self, py::slice(std::nullopt, std::nullopt, std::nullopt));
+            },
+            "clear()\n\nRemoves all keys: the component keeps the value that it has at the scene's time.")
+        .def_property_readonly(
+            "times",
+            [](const Keys &self) { return listTimes(self, [](double time) { return time; }); },
+            "The times in seconds.")
+        .def_property_readonly(
+            "frames",
+            [](const Keys &self) {
+                return listTimes(
+                    self, [&](double time) { return self.parm.getScene()->timeToFrame(time); });
+            },
+            "The times in frames of the scene.")
+        .def_property_readonly(
+            "parm", [](const Keys &self) { return self.parm; }, "The component.");
 }

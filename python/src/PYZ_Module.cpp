@@ -19,7 +19,8 @@ PYBIND11_MODULE(_zel, module)
     PYZdefineNode(module);
     PYZdefineParm(module);
     PYZdefineKeys(module);
-    module.def("enable_python", SNKsetPythonEnabled, py::arg("on"),
-               "enable_python(on)\n\nWhether menus and expressions in Python run in this process: for files of "
-               "strangers they had better not.");
+    module.def(
+        "enable_python", SNKsetPythonEnabled, py::arg("on"),
+        "enable_python(on)\n\nWhether menus and expressions in Python run in this process: for files of "
+        "strangers they had better not.");
 }

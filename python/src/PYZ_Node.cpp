@@ -10,6 +10,7 @@
 #include <NOD/NOD_PresetText.h>
 #include <NOD/NOD_Presets.h>
 #include <NOD/NOD_ValueFile.h>
+#include <ZEL/ZEL_Parm.h>
 
 #include <sstream>
 
@@ -164,7 +165,8 @@ py::object copyNode(const PYZ_Node &self, const py::object &name, const PYZ_Node
     const std::string wanted = name.is_none() ? std::string() : PYZfromText(name, "a name");
     NOD_Node *const made = change(self, [&](NOD_Scene &scene, NOD_Node &node, NOD_Report &report) {
         return scene.copy(node, *above,
-                          wanted.empty() ? NOD_Scene::freeName(*above, node.getName()) : wanted, report);
+                          wanted.empty() ? NOD_Scene::freeName(*above, node.getName()) : wanted,
+                          report);
     });
     changing.raiseKept();
     return PYZnode(self.getSceneObject(), made);
@@ -206,9 +208,10 @@ std::string nodeText(const PYZ_Node &self)
     if (!node.getTypeName().empty()) {
         text += node.getTypeName() + ", ";
     }
-    return text + (count == 0   ? "no parameters"
-                   : count == 1 ? "1 parameter"
-                                : std::to_string(count) + " parameters") +
+    return text +
+           (count == 0   ? "no parameters"
+            : count == 1 ? "1 parameter"
+                         : std::to_string(count) + " parameters") +
            '>';
 }
 
@@ -265,7 +268,9 @@ void loadPreset(const PYZ_Node &self, const py::object &name, const py::object &
     PYZeditNode(self, "PresetError", [&](NOD_Scene &, NOD_Node &node, NOD_Report &report) {
         const bool fileFlag = text.find('/') != std::string::npos;
         const std::string path =
-            fileFlag ? text : NOD_Presets(NOD_Node::thePresetTable, node.getTypeName(), "").find(text, report);
+            fileFlag
+                ? text
+                : NOD_Presets(NOD_Node::thePresetTable, node.getTypeName(), "").find(text, report);
         return !path.empty() && NODapplyPreset(node, path, addresses, report);
     });
 }
@@ -283,8 +288,8 @@ std::string presetText(const PYZ_Node &self, const py::object &only)
     return os.str();
 }
 
-py::object savePreset(const PYZ_Node &self, const py::object &name, const py::object &folder, bool replace,
-                      const py::object &only)
+py::object savePreset(const PYZ_Node &self, const py::object &name, const py::object &folder,
+                      bool replace, const py::object &only)
 {
     const std::string text = presetText(self, only);
     const std::string shown = PYZfromText(name, "a preset's name");
@@ -292,8 +297,9 @@ py::object savePreset(const PYZ_Node &self, const py::object &name, const py::ob
     std::string path;
     PYZeditNode(self, "PresetError", [&](NOD_Scene &, NOD_Node &node, NOD_Report &report) {
         NOD_Presets presets(NOD_Node::thePresetTable, node.getTypeName(), "replace=True");
-        path = presets.save(text, shown, where,
-                            replace ? NOD_Presets::Existing::REPLACE : NOD_Presets::Existing::REFUSE, report);
+        path = presets.save(
+            text, shown, where,
+            replace ? NOD_Presets::Existing::REPLACE : NOD_Presets::Existing::REFUSE, report);
         return !path.empty();
     });
     return PYZtext(path);
@@ -326,97 +332,115 @@ void defineMapping(py::class_<PYZ_Node> &type)
     type.def("__len__", [](const PYZ_Node &self) { return tokensOf(self.get()).size(); });
     type.def("__bool__", [](const PYZ_Node &) { return true; });
     type.def("__iter__", [](const PYZ_Node &self) { return py::iter(listTokens(self)); });
-    type.def("keys", listTokens, "keys() -> list of str\n\nThe names of all parameters that have a value.");
+    type.def("keys", listTokens,
+             "keys() -> list of str\n\nThe names of all parameters that have a value.");
     type.def("values", listParms, "values() -> list of Parm");
-    type.def("items",
-             [](PYZ_Node &self) {
-                 return py::list(py::module_::import("builtins").attr("zip")(listTokens(self), listParms(self)));
-             },
-             "items() -> list of (str, Parm)");
-    type.def("get",
-             [](PYZ_Node &self, const py::object &name, const py::object &otherwise) {
-                 return self.has(name) ? self.find(name) : otherwise;
-             },
-             py::arg("name"), py::arg("default") = py::none(), "get(name, default=None) -> Parm");
-    type.def("as_dict", asDict, py::kw_only(), py::arg("changed_only") = false,
-             "as_dict(*, changed_only=False) -> dict\n\nThe values by name at the scene's time; with `changed_only` "
-             "of what isn't at its default.");
-    type.def("update", update, py::arg("values") = py::none(),
-             "update(values, **more)\n\nSets values by name, all of them or, after an exception, none: one step of "
-             "undo.");
+    type.def(
+        "items",
+        [](PYZ_Node &self) {
+            return py::list(
+                py::module_::import("builtins").attr("zip")(listTokens(self), listParms(self)));
+        },
+        "items() -> list of (str, Parm)");
+    type.def(
+        "get",
+        [](PYZ_Node &self, const py::object &name, const py::object &otherwise) {
+            return self.has(name) ? self.find(name) : otherwise;
+        },
+        py::arg("name"), py::arg("default") = py::none(), "get(name, default=None) -> Parm");
+    type.def(
+        "as_dict", asDict, py::kw_only(), py::arg("changed_only") = false,
+        "as_dict(*, changed_only=False) -> dict\n\nThe values by name at the scene's time; with `changed_only` "
+        "of what isn't at its default.");
+    type.def(
+        "update", update, py::arg("values") = py::none(),
+        "update(values, **more)\n\nSets values by name, all of them or, after an exception, none: one step of "
+        "undo.");
 }
 
 void defineTree(py::class_<PYZ_Node> &type)
 {
-    type.def_property("name", [](const PYZ_Node &self) { return PYZtext(self.get().getName()); },
-                      [](const PYZ_Node &self, const py::object &name) {
-                          const std::string text = PYZfromText(name, "a name");
-                          change(self, [&](NOD_Scene &scene, NOD_Node &node, NOD_Report &report) {
-                              return scene.rename(node, text, report);
-                          });
-                      },
-                      "The node's name; references to it follow another one.");
-    type.def_property_readonly("path", [](const PYZ_Node &self) { return PYZtext(PYZpathOf(self.get())); },
-                               "The names from the root on: '/lights/key'.");
-    type.def_property_readonly("type", [](const PYZ_Node &self) { return PYZtext(self.get().getTypeName()); },
-                               "The name of the node's type; '' for none.");
-    type.def_property_readonly("interface",
-                               [](const PYZ_Node &self) -> py::object {
-                                   const auto &interface = self.get().getInterface();
-                                   return interface ? py::cast(PYZ_Interface{interface}) : py::none();
-                               },
-                               "What the node was made of; None for a node without parameters.");
-    type.def_property_readonly("scene", [](const PYZ_Node &self) { return self.getSceneObject(); },
-                               "The scene that the node is or was in.");
-    type.def_property_readonly("parent",
-                               [](const PYZ_Node &self) {
-                                   return PYZnode(self.getSceneObject(), self.get().getParent());
-                               },
-                               "The node above; None for the root.");
+    type.def_property(
+        "name", [](const PYZ_Node &self) { return PYZtext(self.get().getName()); },
+        [](const PYZ_Node &self, const py::object &name) {
+            const std::string text = PYZfromText(name, "a name");
+            change(self, [&](NOD_Scene &scene, NOD_Node &node, NOD_Report &report) {
+                return scene.rename(node, text, report);
+            });
+        },
+        "The node's name; references to it follow another one.");
+    type.def_property_readonly(
+        "path", [](const PYZ_Node &self) { return PYZtext(PYZpathOf(self.get())); },
+        "The names from the root on: '/lights/key'.");
+    type.def_property_readonly(
+        "type", [](const PYZ_Node &self) { return PYZtext(self.get().getTypeName()); },
+        "The name of the node's type; '' for none.");
+    type.def_property_readonly(
+        "interface",
+        [](const PYZ_Node &self) -> py::object {
+            const auto &interface = self.get().getInterface();
+            return interface ? py::cast(PYZ_Interface{interface}) : py::none();
+        },
+        "What the node was made of; None for a node without parameters.");
+    type.def_property_readonly(
+        "scene", [](const PYZ_Node &self) { return self.getSceneObject(); },
+        "The scene that the node is or was in.");
+    type.def_property_readonly(
+        "parent",
+        [](const PYZ_Node &self) { return PYZnode(self.getSceneObject(), self.get().getParent()); },
+        "The node above; None for the root.");
     type.def_property_readonly("children", listChildren, "The nodes right below, in their order.");
-    type.def_property_readonly("is_gone", [](const PYZ_Node &self) { return !self.isThere(); },
-                               "Whether the node isn't in the scene any more.");
-    type.def("find",
-             [](const PYZ_Node &self, const py::object &path) {
-                 const std::string text = PYZfromText(path, "a path");
-                 return PYZnode(self.getSceneObject(), self.get().findNode(KIT_StringRef(text.c_str())));
-             },
-             py::arg("path"), "find(path) -> Node or None\n\nBy a path from this node: '../key'; None if there is none.");
-    type.def("remove",
-             [](const PYZ_Node &self) {
-                 change(self, [](NOD_Scene &scene, NOD_Node &node, NOD_Report &report) {
-                     return scene.remove(node, report);
-                 });
-             },
-             "remove()\n\nRemoves the node with all below it. References to them that are lost are a warning.");
-    type.def("move",
-             [](const PYZ_Node &self, const PYZ_Node &parent) {
-                 checkScene(self, parent);
-                 const PYZ_Changing changing(&self.getScene().get());
-                 NOD_Node &above = parent.get();
-                 change(self, [&](NOD_Scene &scene, NOD_Node &node, NOD_Report &report) {
-                     return scene.move(node, above, report);
-                 });
-                 changing.raiseKept();
-             },
-             py::arg("parent").none(false), "move(parent)\n\nTo the end of another node's children.");
-    type.def("copy", copyNode, py::arg("name") = py::none(), py::arg("parent") = nullptr,
-             "copy(name=None, parent=None) -> Node\n\nA copy with all below it, beside the node or below another one; "
-             "without a name\nunder the first that is free.");
-    type.def_property("variables", getVariables, setVariables,
-                      "The node's own variables, which texts and expressions of it and below see as $NAME. A new dict "
-                      "each time:\nto change them set another one.");
-    type.def("renew",
-             [](const PYZ_Node &self, const PYZ_Interface &interface) {
-                 change(self, [&](NOD_Scene &, NOD_Node &node, NOD_Report &) {
-                     const NOD_Edit edit(node, "New interface");
-                     node.renewParms(interface.interface);
-                     return true;
-                 });
-             },
-             py::arg("interface").none(false),
-             "renew(interface)\n\nGives the node another interface; what has the same name and kind keeps its value. "
-             "zel.migrate() gives an account.");
+    type.def_property_readonly(
+        "is_gone", [](const PYZ_Node &self) { return !self.isThere(); },
+        "Whether the node isn't in the scene any more.");
+    type.def(
+        "find",
+        [](const PYZ_Node &self, const py::object &path) {
+            const std::string text = PYZfromText(path, "a path");
+            return PYZnode(self.getSceneObject(), self.get().findNode(KIT_StringRef(text.c_str())));
+        },
+        py::arg("path"),
+        "find(path) -> Node or None\n\nBy a path from this node: '../key'; None if there is none.");
+    type.def(
+        "remove",
+        [](const PYZ_Node &self) {
+            change(self, [](NOD_Scene &scene, NOD_Node &node, NOD_Report &report) {
+                return scene.remove(node, report);
+            });
+        },
+        "remove()\n\nRemoves the node with all below it. References to them that are lost are a warning.");
+    type.def(
+        "move",
+        [](const PYZ_Node &self, const PYZ_Node &parent) {
+            checkScene(self, parent);
+            const PYZ_Changing changing(&self.getScene().get());
+            NOD_Node &above = parent.get();
+            change(self, [&](NOD_Scene &scene, NOD_Node &node, NOD_Report &report) {
+                return scene.move(node, above, report);
+            });
+            changing.raiseKept();
+        },
+        py::arg("parent").none(false), "move(parent)\n\nTo the end of another node's children.");
+    type.def(
+        "copy", copyNode, py::arg("name") = py::none(), py::arg("parent") = nullptr,
+        "copy(name=None, parent=None) -> Node\n\nA copy with all below it, beside the node or below another one; "
+        "without a name\nunder the first that is free.");
+    type.def_property(
+        "variables", getVariables, setVariables,
+        "The node's own variables, which texts and expressions of it and below see as $NAME. A new dict "
+        "each time:\nto change them set another one.");
+    type.def(
+        "renew",
+        [](const PYZ_Node &self, const PYZ_Interface &interface) {
+            change(self, [&](NOD_Scene &, NOD_Node &node, NOD_Report &) {
+                const NOD_Edit edit(node, "New interface");
+                node.renewParms(interface.interface);
+                return true;
+            });
+        },
+        py::arg("interface").none(false),
+        "renew(interface)\n\nGives the node another interface; what has the same name and kind keeps its value. "
+        "zel.migrate() gives an account.");
 }
 
 void defineEvents(py::class_<PYZ_Node> &type)
@@ -434,18 +458,20 @@ Calls `handler(node, what, parm)` for each change of the node: `what` is "value"
 "locked", and `parm` the parameter, or None for several. An exception of a handler is raised by the edit once
 it is done. Usable as a decorator.
 )");
-    type.def("on_press", add(PYZ_Scene::PRESS), py::arg("handler"),
-             "on_press(handler) -> handler\n\nCalls `handler(parm)` for each button that is pressed: see Parm.press().");
-    type.def("off",
-             [](const PYZ_Node &self, const py::object &handler) {
-                 PYZ_Scene &scene = self.getScene();
-                 const bool changeFlag = scene.removeHandler(self.get(), PYZ_Scene::CHANGE, handler);
-                 const bool pressFlag = scene.removeHandler(self.get(), PYZ_Scene::PRESS, handler);
-                 if (!changeFlag && !pressFlag) {
-                     throw py::value_error("it is no handler of the node");
-                 }
-             },
-             py::arg("handler"), "off(handler)\n\nCalls the handler no more.");
+    type.def(
+        "on_press", add(PYZ_Scene::PRESS), py::arg("handler"),
+        "on_press(handler) -> handler\n\nCalls `handler(parm)` for each button that is pressed: see Parm.press().");
+    type.def(
+        "off",
+        [](const PYZ_Node &self, const py::object &handler) {
+            PYZ_Scene &scene = self.getScene();
+            const bool changeFlag = scene.removeHandler(self.get(), PYZ_Scene::CHANGE, handler);
+            const bool pressFlag = scene.removeHandler(self.get(), PYZ_Scene::PRESS, handler);
+            if (!changeFlag && !pressFlag) {
+                throw py::value_error("it is no handler of the node");
+            }
+        },
+        py::arg("handler"), "off(handler)\n\nCalls the handler no more.");
 }
 
 void defineFiles(py::class_<PYZ_Node> &type)
@@ -456,23 +482,34 @@ void defineFiles(py::class_<PYZ_Node> &type)
 Values from a parameter stream, a channel file, a preset, a node or a scene; `light.idx?Night` and
 `shot.scene?/rig/key` mean a part of a file. One step of undo. Not `strict`: what can't be used is a warning.
 )");
-    type.def("save", save, py::arg("path"), py::arg("form") = "text",
-             "save(path, form='text')\n\nForms: text, binary, compact (without what has no value to keep), channels, "
-             "node.");
-    type.def("to_bytes",
-             [](const PYZ_Node &self, const py::object &form) { return py::bytes(written(self, form, {})); },
-             py::arg("form") = "text", "to_bytes(form='text') -> bytes\n\nWhat save() writes.");
-    type.def("load_preset", loadPreset, py::arg("name"), py::kw_only(), py::arg("only") = py::tuple(),
-             "load_preset(name, *, only=())\n\nThe values of a preset of the node's type by its name, or of a file; of "
-             "some parameters\nby addresses, which may be patterns.");
-    type.def("save_preset", savePreset, py::arg("name"), py::kw_only(), py::arg("folder") = "",
-             py::arg("replace") = false, py::arg("only") = py::tuple(),
-             "save_preset(name, *, folder='', replace=False, only=()) -> str\n\nSaves a preset of the node's type in a "
-             "folder of the search path,\nthe first that takes presets; returns its path.");
-    type.def("preset_text",
-             [](const PYZ_Node &self, const py::object &only) { return py::bytes(presetText(self, only)); },
-             py::kw_only(), py::arg("only") = py::tuple(), "preset_text(*, only=()) -> bytes\n\nThe preset alone.");
-    type.def_property_readonly("presets", listPresets, "The names of the presets of the node's type.");
+    type.def(
+        "save", save, py::arg("path"), py::arg("form") = "text",
+        "save(path, form='text')\n\nForms: text, binary, compact (without what has no value to keep), channels, "
+        "node.");
+    type.def(
+        "to_bytes",
+        [](const PYZ_Node &self, const py::object &form) {
+            return py::bytes(written(self, form, {}));
+        },
+        py::arg("form") = "text", "to_bytes(form='text') -> bytes\n\nWhat save() writes.");
+    type.def(
+        "load_preset", loadPreset, py::arg("name"), py::kw_only(), py::arg("only") = py::tuple(),
+        "load_preset(name, *, only=())\n\nThe values of a preset of the node's type by its name, or of a file; of "
+        "some parameters\nby addresses, which may be patterns.");
+    type.def(
+        "save_preset", savePreset, py::arg("name"), py::kw_only(), py::arg("folder") = "",
+        py::arg("replace") = false, py::arg("only") = py::tuple(),
+        "save_preset(name, *, folder='', replace=False, only=()) -> str\n\nSaves a preset of the node's type in a "
+        "folder of the search path,\nthe first that takes presets; returns its path.");
+    type.def(
+        "preset_text",
+        [](const PYZ_Node &self, const py::object &only) {
+            return py::bytes(presetText(self, only));
+        },
+        py::kw_only(), py::arg("only") = py::tuple(),
+        "preset_text(*, only=()) -> bytes\n\nThe preset alone.");
+    type.def_property_readonly("presets", listPresets,
+                               "The names of the presets of the node's type.");
 }
 
 } // namespace
@@ -534,7 +571,7 @@ bool PYZ_Node::has(py::handle name) const
            get().getParms().getParmPtrFromChannel(token, &component);
 }
 
-int PYZ_Node::visit(visitproc visit, void *arg) const
+int PYZ_Node::traverse(visitproc visit, void *arg) const
 {
     Py_VISIT(myScene.ptr());
     Py_VISIT(myParms.ptr());
@@ -554,8 +591,9 @@ std::string PYZpathOf(const NOD_Node &node)
 
 void PYZdefineNode(py::module_ &module)
 {
-    py::class_<PYZ_Node> type(module, "Node", PYZcollected<PYZ_Node>(), py::is_final(),
-                              R"(A node of a scene: a mapping of the names of its parameters to zel.Parm.
+    py::class_<PYZ_Node> type(
+        module, "Node", PYZcollected<PYZ_Node>(), py::is_final(),
+        R"(A node of a scene: a mapping of the names of its parameters to zel.Parm.
 
 A component of a vector has a name, too: node["ty"] is node["t"][1]. node["t"] = (1, 2, 3) sets the value.
 )");
@@ -563,10 +601,12 @@ A component of a vector has a name, too: node["ty"] is node["t"][1]. node["t"] =
     type.def("__eq__", [](const PYZ_Node &self, const py::object &other) {
         return py::isinstance<PYZ_Node>(other) && self.isSame(other.cast<const PYZ_Node &>());
     });
-    type.def("__hash__", [](const PYZ_Node &self) { return std::hash<const void *>()(self.getIdentity()); });
+    type.def("__hash__",
+             [](const PYZ_Node &self) { return std::hash<const void *>()(self.getIdentity()); });
     type.def("__reduce__", [](const PYZ_Node &self) {
-        return py::make_tuple(py::module_::import("operator").attr("getitem"),
-                              py::make_tuple(self.getSceneObject(), PYZtext(PYZpathOf(self.get()))));
+        return py::make_tuple(
+            py::module_::import("operator").attr("getitem"),
+            py::make_tuple(self.getSceneObject(), PYZtext(PYZpathOf(self.get()))));
     });
     defineMapping(type);
     defineTree(type);

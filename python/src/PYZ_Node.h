@@ -25,7 +25,10 @@ public:
     const py::object &getSceneObject() const { return myScene; }
     PYZ_Scene &getScene() const { return *mySceneData; }
     /// The same node, there or not.
-    bool isSame(const PYZ_Node &other) const { return myNode == other.myNode && myScene.is(other.myScene); }
+    bool isSame(const PYZ_Node &other) const
+    {
+        return myNode == other.myNode && myScene.is(other.myScene);
+    }
     const void *getIdentity() const { return myNode; }
     const std::string &getFirstPath() const { return myPath; }
 
@@ -33,7 +36,7 @@ public:
     py::object find(py::handle name);
     bool has(py::handle name) const;
 
-    int visit(visitproc visit, void *arg) const;
+    int traverse(visitproc visit, void *arg) const;
 
 private:
     py::object myScene;

@@ -71,25 +71,27 @@ py::object at(const PYZ_Parm &self, const py::object &time, const py::object &fr
     return PYZread(self, PYZtimeOf(self.getScene().get(), time, frame));
 }
 
-void set(const PYZ_Parm &self, const py::object &value, const py::object &time, const py::object &frame)
+void set(const PYZ_Parm &self, const py::object &value, const py::object &time,
+         const py::object &frame)
 {
     PYZwrite(self, value, PYZtimeOf(self.getScene().get(), time, frame));
 }
 
 void revert(const PYZ_Parm &self)
 {
-    PYZeditParm(self, "Revert ", [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
-        changes.change(node, parm);
-        bool done = false;
-        for (int k = self.getFirst(); k < self.getEnd(parm); ++k) {
-            if (!parm.getLockedFlag(k)) {
-                constexpr bool propagate = true;
-                parm.revertToDefault(self.getTime(), k, propagate);
-                done = true;
-            }
-        }
-        return done;
-    });
+    PYZeditParm(self, "Revert ",
+                [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
+                    changes.change(node, parm);
+                    bool done = false;
+                    for (int k = self.getFirst(); k < self.getEnd(parm); ++k) {
+                        if (!parm.getLockedFlag(k)) {
+                            constexpr bool propagate = true;
+                            parm.revertToDefault(self.getTime(), k, propagate);
+                            done = true;
+                        }
+                    }
+                    return done;
+                });
 }
 
 py::object getToken(const PYZ_Parm &self)
@@ -125,9 +127,11 @@ py::object getExpression(const PYZ_Parm &self)
 
 void dropChannel(const PYZ_Parm &self, int index)
 {
-    PYZeditParm(self, "Remove channel of ", [&](NOD_Edit &changes, NOD_Node &node, const ZEL_Parm &parm, NOD_Report &) {
-        return !parm.getChannel(index) || changes.removeChannel(node, parm.getChannelToken(index).view());
-    });
+    PYZeditParm(self, "Remove channel of ",
+                [&](NOD_Edit &changes, NOD_Node &node, const ZEL_Parm &parm, NOD_Report &) {
+                    return !parm.getChannel(index) ||
+                           changes.removeChannel(node, parm.getChannelToken(index).view());
+                });
 }
 
 void setExpression(const PYZ_Parm &self, const py::object &text, const py::object &language)
@@ -144,10 +148,12 @@ void setExpression(const PYZ_Parm &self, const py::object &text, const py::objec
     }
     const TRK_ExprLanguage chosen = word == "python" ? TRK_LANGUAGE_PYTHON : TRK_LANGUAGE_NATIVE;
     const double time = self.getTime();
-    PYZeditParm(self, "Set expression of ", [&](NOD_Edit &, NOD_Node &node, const ZEL_Parm &held, NOD_Report &report) {
-        const std::string address = std::string(held.getToken()) + ':' + std::to_string(index);
-        return NOD_TextEdit(node, time, report).setExpression(address, code, chosen);
-    });
+    PYZeditParm(self, "Set expression of ",
+                [&](NOD_Edit &, NOD_Node &node, const ZEL_Parm &held, NOD_Report &report) {
+                    const std::string address =
+                        std::string(held.getToken()) + ':' + std::to_string(index);
+                    return NOD_TextEdit(node, time, report).setExpression(address, code, chosen);
+                });
 }
 
 void setExpressionOf(const PYZ_Parm &self, const py::object &text)
@@ -161,11 +167,12 @@ void setExpressionOf(const PYZ_Parm &self, const py::object &text)
     }
     const py::tuple texts(text);
     if (int(texts.size()) != self.get().getVectorSize()) {
-        throw py::value_error(self.getNameThen() + " has " + std::to_string(self.get().getVectorSize()) +
-                              " components");
+        throw py::value_error(self.getNameThen() + " has " +
+                              std::to_string(self.get().getVectorSize()) + " components");
     }
     const PYZ_Changing changing(self.getScenePtr());
-    const NOD_Edit all(self.getNode(), "Set expressions of " + std::string(self.getToken().c_str()));
+    const NOD_Edit all(self.getNode(),
+                       "Set expressions of " + std::string(self.getToken().c_str()));
     for (std::size_t k = 0; k < texts.size(); ++k) {
         const PYZ_Parm one(self.getSceneObject(), self.getNode(), self.getToken(), int(k));
         setExpression(one, texts[k], py::str("native"));
@@ -182,7 +189,9 @@ py::object getKeys(const PYZ_Parm &self)
 void setKeys(const PYZ_Parm &self, const py::object &keys)
 {
     if (!self.isVector(self.get())) {
-        PYZsetKeys(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), self.getFirst()), keys);
+        PYZsetKeys(
+            PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), self.getFirst()),
+            keys);
         return;
     }
     const py::tuple all(keys);
@@ -193,7 +202,8 @@ void setKeys(const PYZ_Parm &self, const py::object &keys)
     const PYZ_Changing changing(self.getScenePtr());
     const NOD_Edit edit(self.getNode(), "Set keys of " + std::string(self.getToken().view()));
     for (std::size_t k = 0; k < all.size(); ++k) {
-        PYZsetKeys(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), int(k)), all[k]);
+        PYZsetKeys(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), int(k)),
+                   all[k]);
     }
 }
 
@@ -204,7 +214,8 @@ py::object getLanguage(const PYZ_Parm &self)
         if (!channel) {
             return py::none();
         }
-        const bool pythonFlag = channel->getExprLanguageAtTime(self.getTime()) == TRK_LANGUAGE_PYTHON;
+        const bool pythonFlag =
+            channel->getExprLanguageAtTime(self.getTime()) == TRK_LANGUAGE_PYTHON;
         return py::str(pythonFlag ? "python" : "native");
     });
 }
@@ -274,25 +285,28 @@ bool isShown(const PYZ_Parm &self, bool visible)
         state = NOD_Conditions::stateOf(node.getParms(), index);
     }
     const int component = self.getComponent() < 0 ? 0 : self.getComponent();
-    return visible ? !state.hiddenFlag && parm.getType().isVisible() && parm.getVisibleState(component)
-                   : !state.disabledFlag && parm.getEnableState(component) != 0;
+    return visible
+               ? !state.hiddenFlag && parm.getType().isVisible() && parm.getVisibleState(component)
+               : !state.disabledFlag && parm.getEnableState(component) != 0;
 }
 
 bool isLocked(const PYZ_Parm &self)
 {
     const ZEL_Parm &parm = self.get();
-    return self.isVector(parm) ? parm.areAllComponentsLocked() : parm.getLockedFlag(self.getFirst());
+    return self.isVector(parm) ? parm.areAllComponentsLocked()
+                               : parm.getLockedFlag(self.getFirst());
 }
 
 void setLocked(const PYZ_Parm &self, bool locked)
 {
-    PYZeditParm(self, locked ? "Lock " : "Unlock ", [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
-        changes.change(node, parm);
-        for (int k = self.getFirst(); k < self.getEnd(parm); ++k) {
-            parm.setLockedFlag(k, locked);
-        }
-        return true;
-    });
+    PYZeditParm(self, locked ? "Lock " : "Unlock ",
+                [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
+                    changes.change(node, parm);
+                    for (int k = self.getFirst(); k < self.getEnd(parm); ++k) {
+                        parm.setLockedFlag(k, locked);
+                    }
+                    return true;
+                });
 }
 
 void press(const PYZ_Parm &self)
@@ -375,17 +389,19 @@ void insertItem(const PYZ_Parm &self, py::ssize_t index)
 {
     const int count = checkBlock(self);
     const py::ssize_t place = std::clamp<py::ssize_t>(index < 0 ? index + count : index, 0, count);
-    PYZeditParm(self, "Insert item of ", [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &, NOD_Report &) {
-        return changes.insertItem(node, self.getToken().view(), int(place));
-    });
+    PYZeditParm(self, "Insert item of ",
+                [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &, NOD_Report &) {
+                    return changes.insertItem(node, self.getToken().view(), int(place));
+                });
 }
 
 void removeItem(const PYZ_Parm &self, py::ssize_t index)
 {
     const int place = placeOf(index, checkBlock(self), "item");
-    PYZeditParm(self, "Remove item of ", [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &, NOD_Report &) {
-        return changes.removeItem(node, self.getToken().view(), place);
-    });
+    PYZeditParm(self, "Remove item of ",
+                [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &, NOD_Report &) {
+                    return changes.removeItem(node, self.getToken().view(), place);
+                });
 }
 
 void moveItem(const PYZ_Parm &self, py::ssize_t from, py::ssize_t to)
@@ -393,9 +409,10 @@ void moveItem(const PYZ_Parm &self, py::ssize_t from, py::ssize_t to)
     const int count = checkBlock(self);
     const int first = placeOf(from, count, "item");
     const int second = placeOf(to, count, "item");
-    PYZeditParm(self, "Move item of ", [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &, NOD_Report &) {
-        return changes.moveItem(node, self.getToken().view(), first, second);
-    });
+    PYZeditParm(self, "Move item of ",
+                [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &, NOD_Report &) {
+                    return changes.moveItem(node, self.getToken().view(), first, second);
+                });
 }
 
 // ---------------------------------------------------------------------- //
@@ -413,7 +430,8 @@ std::string parmText(const PYZ_Parm &self)
         return start + typeWord(self) + '>';
     }
     try {
-        return start + typeWord(self) + " = " + std::string(py::repr(PYZread(self, self.getTime()))) + '>';
+        return start + typeWord(self) + " = " +
+               std::string(py::repr(PYZread(self, self.getTime()))) + '>';
     } catch (py::error_already_set &) {
         return start + typeWord(self) + ", which can't be evaluated>";
     }
@@ -421,75 +439,87 @@ std::string parmText(const PYZ_Parm &self)
 
 void defineValues(py::class_<PYZ_Parm> &type)
 {
-    type.def("at", at, py::arg("time") = py::none(), py::arg("frame") = py::none(),
-             "at(time=None, frame=None) -> value\n\nThe value at a time in seconds, or at a frame.");
-    type.def("set", set, py::arg("value"), py::arg("time") = py::none(), py::arg("frame") = py::none(),
-             "set(value, time=None, frame=None)\n\nSets the value at a time. On a channel it is pending there until "
-             "a key keeps it: see keys.");
-    type.def_property_readonly("raw",
-                               [](const PYZ_Parm &self) {
-                                   return PYZread(self, self.getTime(), PYZ_Texts::RAW);
-                               },
-                               "The value, of a text with its variables and expressions as they were written.");
-    type.def_property_readonly("default", PYZreadDefault, "The value of a new node; None of a dictionary.");
-    type.def_property_readonly("is_default",
-                               [](const PYZ_Parm &self) { return self.get().isTrueFactoryDefault(); },
-                               "Whether all components have their defaults.");
+    type.def(
+        "at", at, py::arg("time") = py::none(), py::arg("frame") = py::none(),
+        "at(time=None, frame=None) -> value\n\nThe value at a time in seconds, or at a frame.");
+    type.def(
+        "set", set, py::arg("value"), py::arg("time") = py::none(), py::arg("frame") = py::none(),
+        "set(value, time=None, frame=None)\n\nSets the value at a time. On a channel it is pending there until "
+        "a key keeps it: see keys.");
+    type.def_property_readonly(
+        "raw", [](const PYZ_Parm &self) { return PYZread(self, self.getTime(), PYZ_Texts::RAW); },
+        "The value, of a text with its variables and expressions as they were written.");
+    type.def_property_readonly("default", PYZreadDefault,
+                               "The value of a new node; None of a dictionary.");
+    type.def_property_readonly(
+        "is_default", [](const PYZ_Parm &self) { return self.get().isTrueFactoryDefault(); },
+        "Whether all components have their defaults.");
     type.def("revert", revert, "revert()\n\nSets the default; locked components stay.");
-    type.def_property_readonly("token", getToken,
-                               "The token of the menu's entry that the value is, 'on' or 'off' of a toggle, else None.");
-    type.def_property("expression", getExpression, setExpressionOf,
-                      "What drives the component at the scene's time; None for keys or a constant. Setting one removes "
-                      "keys, and\nNone removes the expression, whose value stays.");
-    type.def("set_expression", setExpression, py::arg("expression"), py::arg("language") = "native",
-             "set_expression(expression, language='native')\n\nThe same in a language: 'native' or 'python'.");
-    type.def_property_readonly("language", getLanguage, "The language of the expression; None without a channel.");
-    type.def_property("keys", getKeys, setKeys,
-                      "The keys, a sequence that can be read and edited: see zel.Keys. Set it to keys, or to pairs of "
-                      "time and\nvalue; an empty list removes them, and the value stays.");
+    type.def_property_readonly(
+        "token", getToken,
+        "The token of the menu's entry that the value is, 'on' or 'off' of a toggle, else None.");
+    type.def_property(
+        "expression", getExpression, setExpressionOf,
+        "What drives the component at the scene's time; None for keys or a constant. Setting one removes "
+        "keys, and\nNone removes the expression, whose value stays.");
+    type.def(
+        "set_expression", setExpression, py::arg("expression"), py::arg("language") = "native",
+        "set_expression(expression, language='native')\n\nThe same in a language: 'native' or 'python'.");
+    type.def_property_readonly("language", getLanguage,
+                               "The language of the expression; None without a channel.");
+    type.def_property(
+        "keys", getKeys, setKeys,
+        "The keys, a sequence that can be read and edited: see zel.Keys. Set it to keys, or to pairs of "
+        "time and\nvalue; an empty list removes them, and the value stays.");
     type.def("press", press, "press()\n\nPresses a button: calls what Node.on_press() was given.");
 }
 
 void defineState(py::class_<PYZ_Parm> &type)
 {
-    type.def_property_readonly("name",
-                               [](const PYZ_Parm &self) { return PYZtext(self.getName(self.get())); },
-                               "The parameter's token, or the component's channel token.");
-    type.def_property_readonly("label", [](const PYZ_Parm &self) { return PYZtext(self.get().getLabel()); },
-                               "What people read of it.");
+    type.def_property_readonly(
+        "name", [](const PYZ_Parm &self) { return PYZtext(self.getName(self.get())); },
+        "The parameter's token, or the component's channel token.");
+    type.def_property_readonly(
+        "label", [](const PYZ_Parm &self) { return PYZtext(self.get().getLabel()); },
+        "What people read of it.");
     type.def_property_readonly("type", typeWord, "The word that a dialog script has for the type.");
-    type.def_property_readonly("kind",
-                               [](const PYZ_Parm &self) { return PYZkindWord(PYZkindOf(self.get())); },
-                               "What its values are: 'float', 'int', 'bool', 'str' or 'dict'.");
-    type.def_property_readonly("node",
-                               [](const PYZ_Parm &self) {
-                                   return PYZnode(self.getSceneObject(), &self.getNode());
-                               },
-                               "The node that it is of.");
-    type.def_property_readonly("menu", getMenu,
-                               "The entries of its menu, each with token and label; None without one. Runs a menu's "
-                               "script.");
+    type.def_property_readonly(
+        "kind", [](const PYZ_Parm &self) { return PYZkindWord(PYZkindOf(self.get())); },
+        "What its values are: 'float', 'int', 'bool', 'str' or 'dict'.");
+    type.def_property_readonly(
+        "node",
+        [](const PYZ_Parm &self) { return PYZnode(self.getSceneObject(), &self.getNode()); },
+        "The node that it is of.");
+    type.def_property_readonly(
+        "menu", getMenu,
+        "The entries of its menu, each with token and label; None without one. Runs a menu's "
+        "script.");
     type.def_property_readonly("range", getRange,
                                "min, max, and whether either is a hard limit; None without one.");
-    type.def_property_readonly("enabled", [](const PYZ_Parm &self) { return isShown(self, false); },
-                               "Whether its conditions, and those of what it is in, let people edit it.");
-    type.def_property_readonly("visible", [](const PYZ_Parm &self) { return isShown(self, true); },
-                               "Whether its conditions, and those of what it is in, show it.");
+    type.def_property_readonly(
+        "enabled", [](const PYZ_Parm &self) { return isShown(self, false); },
+        "Whether its conditions, and those of what it is in, let people edit it.");
+    type.def_property_readonly(
+        "visible", [](const PYZ_Parm &self) { return isShown(self, true); },
+        "Whether its conditions, and those of what it is in, show it.");
     type.def_property("locked", isLocked, setLocked, "Whether all of its components refuse edits.");
-    type.def_property_readonly("is_animated",
-                               [](const PYZ_Parm &self) {
-                                   const ZEL_Parm &parm = self.get();
-                                   bool channelFlag = false;
-                                   for (int k = self.getFirst(); k < self.getEnd(parm); ++k) {
-                                       channelFlag = channelFlag || parm.getChannel(k);
-                                   }
-                                   return channelFlag;
-                               },
-                               "Whether keys or an expression drive a component.");
-    type.def_property_readonly("is_spare", [](const PYZ_Parm &self) { return self.get().isSpareParm(); },
-                               "Whether the node's type doesn't have it.");
-    type.def_property_readonly("is_gone", [](const PYZ_Parm &self) { return !self.isThere(); },
-                               "Whether the node hasn't it any more.");
+    type.def_property_readonly(
+        "is_animated",
+        [](const PYZ_Parm &self) {
+            const ZEL_Parm &parm = self.get();
+            bool channelFlag = false;
+            for (int k = self.getFirst(); k < self.getEnd(parm); ++k) {
+                channelFlag = channelFlag || parm.getChannel(k);
+            }
+            return channelFlag;
+        },
+        "Whether keys or an expression drive a component.");
+    type.def_property_readonly(
+        "is_spare", [](const PYZ_Parm &self) { return self.get().isSpareParm(); },
+        "Whether the node's type doesn't have it.");
+    type.def_property_readonly(
+        "is_gone", [](const PYZ_Parm &self) { return !self.isThere(); },
+        "Whether the node hasn't it any more.");
 }
 
 void defineParts(py::class_<PYZ_Parm> &type)
@@ -513,8 +543,10 @@ void defineParts(py::class_<PYZ_Parm> &type)
     });
     type.def_property_readonly("items", getItems,
                                "Of a multi-parameter a list for each item, of its parameters.");
-    type.def("insert", insertItem, py::arg("index"), "insert(index)\n\nInserts an item of a multi-parameter.");
-    type.def("remove", removeItem, py::arg("index"), "remove(index)\n\nRemoves an item of a multi-parameter.");
+    type.def("insert", insertItem, py::arg("index"),
+             "insert(index)\n\nInserts an item of a multi-parameter.");
+    type.def("remove", removeItem, py::arg("index"),
+             "remove(index)\n\nRemoves an item of a multi-parameter.");
     type.def("move", moveItem, py::arg("index"), py::arg("new_index"),
              "move(index, new_index)\n\nMoves an item of a multi-parameter to another place.");
 }
@@ -523,7 +555,8 @@ void defineParts(py::class_<PYZ_Parm> &type)
 
 PYZ_Parm::PYZ_Parm(py::object scene, NOD_Node &node, const KIT_StringHolder &token, int component)
     : myScene(std::move(scene)), mySceneData(&PYZ_Scene::of(myScene)),
-      myAnchor(node.getParms().getHandleAnchor()), myNode(&node), myToken(token), myComponent(component)
+      myAnchor(node.getParms().getHandleAnchor()), myNode(&node), myToken(token),
+      myComponent(component)
 {}
 
 ZEL_Parm *PYZ_Parm::find() const
@@ -556,7 +589,8 @@ ZEL_Parm &PYZ_Parm::get() const
     if (!myAnchor->getList() || !mySceneData->isInTree(*myNode)) {
         PYZraise("GoneError", "the node of the parameter " + getNameThen() + " is gone");
     }
-    PYZraise("GoneError", "the parameter " + getNameThen() + " of " + PYZpathOf(*myNode) + " is gone");
+    PYZraise("GoneError",
+             "the parameter " + getNameThen() + " of " + PYZpathOf(*myNode) + " is gone");
 }
 
 NOD_Node &PYZ_Parm::getNode() const
@@ -589,12 +623,14 @@ int PYZ_Parm::getSingle(const ZEL_Parm &parm, const char *what) const
 
 std::string PYZ_Parm::getName(const ZEL_Parm &parm) const
 {
-    return myComponent < 0 ? std::string(myToken.view()) : std::string(parm.getChannelToken(myComponent).view());
+    return myComponent < 0 ? std::string(myToken.view())
+                           : std::string(parm.getChannelToken(myComponent).view());
 }
 
 std::string PYZ_Parm::getNameThen() const
 {
-    return std::string(myToken.view()) + (myComponent < 0 ? "" : '[' + std::to_string(myComponent) + ']');
+    return std::string(myToken.view()) +
+           (myComponent < 0 ? "" : '[' + std::to_string(myComponent) + ']');
 }
 
 bool PYZ_Parm::isSame(const PYZ_Parm &other) const
@@ -608,7 +644,7 @@ std::size_t PYZ_Parm::getHash() const
     return std::hash<const void *>()(myNode) * 31 + myToken.hash() * 7 + std::size_t(myComponent);
 }
 
-int PYZ_Parm::visit(visitproc visit, void *arg) const
+int PYZ_Parm::traverse(visitproc visit, void *arg) const
 {
     Py_VISIT(myScene.ptr());
     return 0;
@@ -628,13 +664,14 @@ parm[1] is the second component, with all that a parameter has.
     });
     type.def("__hash__", &PYZ_Parm::getHash);
     type.def("__reduce__", [](const PYZ_Parm &self) {
-        return py::make_tuple(
-            py::module_::import("operator").attr("getitem"),
-            py::make_tuple(PYZnode(self.getSceneObject(), &self.getNode()), PYZtext(self.getName(self.get()))));
+        return py::make_tuple(py::module_::import("operator").attr("getitem"),
+                              py::make_tuple(PYZnode(self.getSceneObject(), &self.getNode()),
+                                             PYZtext(self.getName(self.get()))));
     });
     // The two that sit in loops do without pybind11's search of overloads.
     static PyGetSetDef value = {"value", getValue, setValue,
-                                "The value at the scene's time: of several components a tuple.", nullptr};
+                                "The value at the scene's time: of several components a tuple.",
+                                nullptr};
     type.attr("value") = py::reinterpret_steal<py::object>(
         PyDescr_NewGetSet(reinterpret_cast<PyTypeObject *>(type.ptr()), &value));
     defineValues(type);

@@ -49,7 +49,7 @@ public:
     bool isSame(const PYZ_Parm &other) const;
     std::size_t getHash() const;
 
-    int visit(visitproc visit, void *arg) const;
+    int traverse(visitproc visit, void *arg) const;
 
 private:
     ZEL_Parm *find() const;

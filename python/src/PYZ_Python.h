@@ -57,7 +57,7 @@ T *PYZself(PyObject *object)
     return instance->simple_layout ? static_cast<T *>(instance->simple_value_holder[0]) : nullptr;
 }
 
-/// What a class needs so that the collector of cycles sees what its C++ object holds: `void visit(visitproc, void *)`
+/// What a class needs so that the collector of cycles sees what its C++ object holds: `int traverse(visitproc visit, void *arg) const`
 /// calls Py_VISIT of each.
 template <class T>
 py::custom_type_setup PYZcollected()
@@ -68,7 +68,7 @@ py::custom_type_setup PYZcollected()
         type.tp_traverse = [](PyObject *object, visitproc visit, void *arg) -> int {
             Py_VISIT(Py_TYPE(object));
             const T *const self = PYZself<T>(object);
-            return self ? self->visit(visit, arg) : 0;
+            return self ? self->traverse(visit, arg) : 0;
         };
     });
 }

@@ -21,7 +21,8 @@ py::object PYZmessage(const NOD_Message &message);
 [[noreturn]] void PYZraise(const char *className, std::string_view text);
 /// Raises the errors of the report, if there are any or the work has failed, and warns of the rest. `text` is for a
 /// failure that the report doesn't explain.
-void PYZtell(const NOD_Report &report, const char *className, bool done, std::string_view text = {});
+void PYZtell(const NOD_Report &report, const char *className, bool done,
+             std::string_view text = {});
 
 /// How bad errors are.
 enum class PYZ_Faults
@@ -42,13 +43,14 @@ auto PYZgather(NOD_Report &report, const std::string &file, const Work &work)
 
 /// The same as a change, after which all is told.
 template <class Work>
-auto PYZchange(NOD_Scene *scene, const char *className, const Work &work, std::string_view text = {},
-               PYZ_Faults faults = PYZ_Faults::RAISE)
+auto PYZchange(NOD_Scene *scene, const char *className, const Work &work,
+               std::string_view text = {}, PYZ_Faults faults = PYZ_Faults::RAISE)
 {
     const PYZ_Changing changing(scene);
     NOD_Report report;
     auto result = PYZgather(report, {}, work);
     changing.raiseKept();
-    PYZtell(report, faults == PYZ_Faults::WARN && bool(result) ? nullptr : className, bool(result), text);
+    PYZtell(report, faults == PYZ_Faults::WARN && bool(result) ? nullptr : className, bool(result),
+            text);
     return result;
 }

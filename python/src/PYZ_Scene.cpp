@@ -11,6 +11,7 @@
 #include <NOD/NOD_SceneFile.h>
 #include <NOD/NOD_Stats.h>
 #include <NOD/NOD_UndoStack.h>
+#include <ZEL/ZEL_Parm.h>
 
 #include <cmath>
 #include <sstream>
@@ -34,7 +35,8 @@ py::object parmAt(const py::object &scene, NOD_Node &node, int index)
     const ZEL_Parm *const parm = index >= 0 && index < node.getParms().getEntries()
                                      ? node.getParms().getParmPtr(index)
                                      : nullptr;
-    return parm ? py::cast(PYZ_Parm(scene, node, KIT_StringHolder(parm->getTokenRef()), PYZ_Parm::theWhole))
+    return parm ? py::cast(PYZ_Parm(scene, node, KIT_StringHolder(parm->getTokenRef()),
+                                    PYZ_Parm::theWhole))
                 : py::none();
 }
 
@@ -80,9 +82,8 @@ public:
         if (!myOpenFlag) {
             return false;
         }
-        const bool done = PYZchange(&scene().get(), nullptr, [&](NOD_Report &) {
-            return scene()->getUndo().cancel();
-        });
+        const bool done = PYZchange(&scene().get(), nullptr,
+                                    [&](NOD_Report &) { return scene()->getUndo().cancel(); });
         myOpenFlag = myOpenFlag && !done;
         return done;
     }
@@ -171,7 +172,8 @@ std::string sceneText(const PYZ_Scene &scene)
 // Files
 // ---------------------------------------------------------------------- //
 
-void save(PYZ_Scene &scene, const py::object &path, bool binary, bool changedOnly, bool selfContained)
+void save(PYZ_Scene &scene, const py::object &path, bool binary, bool changedOnly,
+          bool selfContained)
 {
     const std::string file = PYZfromPath(path);
     const NOD_SaveOptions options = PYZsaveOptions(binary, changedOnly, selfContained);
@@ -196,11 +198,12 @@ void load(PYZ_Scene &scene, const py::object &path, const py::object &scripts, b
     const NOD_LoadOptions options = PYZloadOptions(scripts);
     PYZchange(
         &scene.get(), "SceneError",
-        [&](NOD_Report &report) { return NOD_SceneFile::load(scene.get(), file, options, report); }, {},
-        strict ? PYZ_Faults::RAISE : PYZ_Faults::WARN);
+        [&](NOD_Report &report) { return NOD_SceneFile::load(scene.get(), file, options, report); },
+        {}, strict ? PYZ_Faults::RAISE : PYZ_Faults::WARN);
 }
 
-py::object fromBytes(const py::bytes &bytes, const py::object &name, const py::object &scripts, bool strict)
+py::object fromBytes(const py::bytes &bytes, const py::object &name, const py::object &scripts,
+                     bool strict)
 {
     py::object made = py::cast(std::make_unique<PYZ_Scene>());
     PYZ_Scene &scene = PYZ_Scene::of(made);
@@ -228,8 +231,7 @@ py::object undo(const py::object &self, const py::object &label)
     }
     const PYZ_Changing changing(&scene.get());
     NOD_Report report;
-    const bool done =
-        PYZgather(report, {}, [&](NOD_Report &) { return scene->getUndo().undo(); });
+    const bool done = PYZgather(report, {}, [&](NOD_Report &) { return scene->getUndo().undo(); });
     changing.raiseKept();
     PYZtell(report, nullptr, true);
     return py::bool_(done);
@@ -239,8 +241,7 @@ bool redo(PYZ_Scene &scene)
 {
     const PYZ_Changing changing(&scene.get());
     NOD_Report report;
-    const bool done =
-        PYZgather(report, {}, [&](NOD_Report &) { return scene->getUndo().redo(); });
+    const bool done = PYZgather(report, {}, [&](NOD_Report &) { return scene->getUndo().redo(); });
     changing.raiseKept();
     PYZtell(report, nullptr, true);
     return done;
@@ -283,7 +284,8 @@ void setRange(PYZ_Scene &scene, const std::pair<double, double> &range)
 {
     const PYZ_Changing changing(&scene.get());
     if (!scene->setFrameRange(range.first, range.second)) {
-        throw py::value_error("a frame range must be finite, and its last frame not before its first");
+        throw py::value_error(
+            "a frame range must be finite, and its last frame not before its first");
     }
 }
 
@@ -323,40 +325,46 @@ A new node at a path whose parent exists, with the parameters of the interface.
     type.def("__len__", countNodes);
     type.def("__iter__", [](const py::object &self) { return py::iter(listPaths(self)); });
     type.def("__bool__", [](const PYZ_Scene &) { return true; });
-    type.def("keys", listPaths, "keys() -> list of str\n\nThe paths of all nodes, in the order of the tree.");
-    type.def("values", listNodes, "values() -> list of Node\n\nAll nodes, in the order of the tree.");
-    type.def("items",
-             [](const py::object &self) {
-                 return py::list(py::module_::import("builtins").attr("zip")(listPaths(self), listNodes(self)));
-             },
-             "items() -> list of (str, Node)");
-    type.def("get",
-             [](const py::object &self, const py::object &path, const py::object &otherwise) {
-                 NOD_Node *const node = findNode(PYZ_Scene::of(self), PYZfromText(path, "a path"));
-                 return node ? PYZnode(self, node) : otherwise;
-             },
-             py::arg("path"), py::arg("default") = py::none(),
-             "get(path, default=None) -> Node\n\nThe node of a path, else the default.");
-    type.def_property_readonly("root",
-                               [](const py::object &self) {
-                                   return PYZnode(self, &PYZ_Scene::of(self)->getRoot());
-                               },
-                               "The node that all others are below.");
-    type.def("clear",
-             [](PYZ_Scene &scene) {
-                 PYZchange(&scene.get(), "EditError", [&](NOD_Report &) {
-                     scene->clear();
-                     return true;
-                 });
-             },
-             "clear()\n\nMakes the scene as a new one is; what undo remembers is forgotten.");
-    type.def("add_interface",
-             [](PYZ_Scene &scene, const PYZ_Interface &interface) {
-                 const PYZ_Changing changing(&scene.get());
-                 scene->addInterface(interface.interface);
-             },
-             py::arg("interface").none(false),
-             "add_interface(interface)\n\nThe interface of its type name for scenes that leave it to the application.");
+    type.def("keys", listPaths,
+             "keys() -> list of str\n\nThe paths of all nodes, in the order of the tree.");
+    type.def("values", listNodes,
+             "values() -> list of Node\n\nAll nodes, in the order of the tree.");
+    type.def(
+        "items",
+        [](const py::object &self) {
+            return py::list(
+                py::module_::import("builtins").attr("zip")(listPaths(self), listNodes(self)));
+        },
+        "items() -> list of (str, Node)");
+    type.def(
+        "get",
+        [](const py::object &self, const py::object &path, const py::object &otherwise) {
+            NOD_Node *const node = findNode(PYZ_Scene::of(self), PYZfromText(path, "a path"));
+            return node ? PYZnode(self, node) : otherwise;
+        },
+        py::arg("path"), py::arg("default") = py::none(),
+        "get(path, default=None) -> Node\n\nThe node of a path, else the default.");
+    type.def_property_readonly(
+        "root",
+        [](const py::object &self) { return PYZnode(self, &PYZ_Scene::of(self)->getRoot()); },
+        "The node that all others are below.");
+    type.def(
+        "clear",
+        [](PYZ_Scene &scene) {
+            PYZchange(&scene.get(), "EditError", [&](NOD_Report &) {
+                scene->clear();
+                return true;
+            });
+        },
+        "clear()\n\nMakes the scene as a new one is; what undo remembers is forgotten.");
+    type.def(
+        "add_interface",
+        [](PYZ_Scene &scene, const PYZ_Interface &interface) {
+            const PYZ_Changing changing(&scene.get());
+            scene->addInterface(interface.interface);
+        },
+        py::arg("interface").none(false),
+        "add_interface(interface)\n\nThe interface of its type name for scenes that leave it to the application.");
     type.def_property_readonly(
         "interfaces",
         [](const PYZ_Scene &scene) {
@@ -371,29 +379,35 @@ A new node at a path whose parent exists, with the parameters of the interface.
 
 void defineTime(py::class_<PYZ_Scene> &type)
 {
-    type.def_property("time", [](const PYZ_Scene &scene) { return scene->getTime(); }, setTime,
-                      "The current time in seconds; frame 1 is time 0.");
-    type.def_property("frame", [](const PYZ_Scene &scene) { return scene->getFrame(); },
-                      [](PYZ_Scene &scene, double frame) { setTime(scene, scene->frameToTime(frame)); },
-                      "The current frame.");
-    type.def_property("frame_rate", [](const PYZ_Scene &scene) { return scene->getFrameRate(); }, setRate,
-                      "Frames a second. Keys stay at their times in seconds.");
-    type.def_property("frame_range",
-                      [](const PYZ_Scene &scene) {
-                          return py::make_tuple(scene->getFirstFrame(), scene->getLastFrame());
-                      },
-                      [](PYZ_Scene &scene, const py::object &range) {
-                          const py::tuple ends(range);
-                          if (ends.size() != 2) {
-                              throw py::value_error("a frame range has a first and a last frame");
-                          }
-                          setRange(scene, {ends[0].cast<double>(), ends[1].cast<double>()});
-                      },
-                      "The first and the last frame.");
-    type.def("time_of", [](const PYZ_Scene &scene, double frame) { return scene->frameToTime(frame); },
-             py::arg("frame"), "time_of(frame) -> float\n\nThe time of a frame in seconds.");
-    type.def("frame_of", [](const PYZ_Scene &scene, double time) { return scene->timeToFrame(time); },
-             py::arg("time"), "frame_of(time) -> float\n\nThe frame of a time in seconds.");
+    type.def_property(
+        "time", [](const PYZ_Scene &scene) { return scene->getTime(); }, setTime,
+        "The current time in seconds; frame 1 is time 0.");
+    type.def_property(
+        "frame", [](const PYZ_Scene &scene) { return scene->getFrame(); },
+        [](PYZ_Scene &scene, double frame) { setTime(scene, scene->frameToTime(frame)); },
+        "The current frame.");
+    type.def_property(
+        "frame_rate", [](const PYZ_Scene &scene) { return scene->getFrameRate(); }, setRate,
+        "Frames a second. Keys stay at their times in seconds.");
+    type.def_property(
+        "frame_range",
+        [](const PYZ_Scene &scene) {
+            return py::make_tuple(scene->getFirstFrame(), scene->getLastFrame());
+        },
+        [](PYZ_Scene &scene, const py::object &range) {
+            const py::tuple ends(range);
+            if (ends.size() != 2) {
+                throw py::value_error("a frame range has a first and a last frame");
+            }
+            setRange(scene, {ends[0].cast<double>(), ends[1].cast<double>()});
+        },
+        "The first and the last frame.");
+    type.def(
+        "time_of", [](const PYZ_Scene &scene, double frame) { return scene->frameToTime(frame); },
+        py::arg("frame"), "time_of(frame) -> float\n\nThe time of a frame in seconds.");
+    type.def(
+        "frame_of", [](const PYZ_Scene &scene, double time) { return scene->timeToFrame(time); },
+        py::arg("time"), "frame_of(time) -> float\n\nThe frame of a time in seconds.");
 }
 
 void defineUndo(py::class_<PYZ_Scene> &type)
@@ -415,41 +429,48 @@ True
 Without one it takes the last step back: false if there is none. Each edit outside of a block is a
 step. What was done before an exception leaves a block is a step; `cancel()` of the block takes it back.
 )");
-    type.def("redo", redo, "redo() -> bool\n\nDoes the last step again that was taken back; false if there is none.");
-    type.def_property_readonly("undo_labels",
-                               [](const PYZ_Scene &scene) {
-                                   const NOD_UndoStack &stack = scene->getUndo();
-                                   return labels(stack.getUndoCount(),
-                                                 [&](std::size_t i) { return stack.getUndoLabel(i); });
-                               },
-                               "What can be taken back, the next one first.");
-    type.def_property_readonly("redo_labels",
-                               [](const PYZ_Scene &scene) {
-                                   const NOD_UndoStack &stack = scene->getUndo();
-                                   return labels(stack.getRedoCount(),
-                                                 [&](std::size_t i) { return stack.getRedoLabel(i); });
-                               },
-                               "What can be done again, the next one first.");
-    type.def("limit_undo",
-             [](PYZ_Scene &scene, std::size_t steps, std::int64_t bytes) {
-                 const PYZ_Changing changing(&scene.get());
-                 if (!scene->getUndo().setLimits(steps, bytes)) {
-                     PYZraise("EditError", "the limits of undo can't change within a block");
-                 }
-             },
-             py::arg("steps"), py::arg("bytes") = NOD_UndoStack::theUsualBytes,
-             "limit_undo(steps, bytes=...)\n\nHow many steps are kept, and in how much memory. With 0 steps nothing "
-             "is recorded:\nwhat a script that only saves in the end wants.");
+    type.def(
+        "redo", redo,
+        "redo() -> bool\n\nDoes the last step again that was taken back; false if there is none.");
+    type.def_property_readonly(
+        "undo_labels",
+        [](const PYZ_Scene &scene) {
+            const NOD_UndoStack &stack = scene->getUndo();
+            return labels(stack.getUndoCount(),
+                          [&](std::size_t i) { return stack.getUndoLabel(i); });
+        },
+        "What can be taken back, the next one first.");
+    type.def_property_readonly(
+        "redo_labels",
+        [](const PYZ_Scene &scene) {
+            const NOD_UndoStack &stack = scene->getUndo();
+            return labels(stack.getRedoCount(),
+                          [&](std::size_t i) { return stack.getRedoLabel(i); });
+        },
+        "What can be done again, the next one first.");
+    type.def(
+        "limit_undo",
+        [](PYZ_Scene &scene, std::size_t steps, std::int64_t bytes) {
+            const PYZ_Changing changing(&scene.get());
+            if (!scene->getUndo().setLimits(steps, bytes)) {
+                PYZraise("EditError", "the limits of undo can't change within a block");
+            }
+        },
+        py::arg("steps"), py::arg("bytes") = NOD_UndoStack::theUsualBytes,
+        "limit_undo(steps, bytes=...)\n\nHow many steps are kept, and in how much memory. With 0 steps nothing "
+        "is recorded:\nwhat a script that only saves in the end wants.");
 
-    py::class_<UndoBlock>(type, "UndoBlock", "A block of edits that one undo takes back.", py::is_final())
+    py::class_<UndoBlock>(type, "UndoBlock", "A block of edits that one undo takes back.",
+                          py::is_final())
         .def("__enter__",
              [](const py::object &self) {
                  self.cast<UndoBlock &>().begin();
                  return self;
              })
         .def("__exit__", [](UndoBlock &block, const py::args &) { block.end(); })
-        .def("cancel", &UndoBlock::cancel,
-             "cancel() -> bool\n\nTakes back what was done in the block and ends it; false for an inner block.");
+        .def(
+            "cancel", &UndoBlock::cancel,
+            "cancel() -> bool\n\nTakes back what was done in the block and ends it; false for an inner block.");
 }
 
 } // namespace
@@ -506,7 +527,8 @@ void PYZ_Scene::addHandler(NOD_Node &node, Event event, const py::object &handle
             const PYZ_Hold hold;
             const py::object self = py::cast(this);
             call(changed, CHANGE,
-                 py::make_tuple(PYZnode(self, &changed), eventWord(type), parmAt(self, changed, index)));
+                 py::make_tuple(PYZnode(self, &changed), eventWord(type),
+                                parmAt(self, changed, index)));
         });
         node.setDependencyCallback([this](NOD_Node &changed, int index) {
             const PYZ_Hold hold;
@@ -543,7 +565,7 @@ void PYZ_Scene::call(NOD_Node &node, Event event, const py::tuple &arguments)
     }
 }
 
-int PYZ_Scene::visit(visitproc visit, void *arg) const
+int PYZ_Scene::traverse(visitproc visit, void *arg) const
 {
     for (const auto &[node, watch] : myWatches) {
         Py_VISIT(watch.handlers[CHANGE].ptr());
@@ -578,25 +600,29 @@ True
 Replaces the file at once or, after an error, leaves it as it was. `changed_only` leaves out values that are
 those of a new node; `self_contained` writes the interfaces as texts, not as the paths of their scripts.
 )");
-    type.def("load", load, py::arg("path"), py::kw_only(), py::arg("scripts") = true, py::arg("strict") = true,
+    type.def("load", load, py::arg("path"), py::kw_only(), py::arg("scripts") = true,
+             py::arg("strict") = true,
              R"(load(path, *, scripts=True, strict=True)
 
 Replaces everything but the interfaces by what is in the file. Not `strict`: what can't be read is a warning.
 For `scripts` see zel.load().
 )");
-    type.def("to_bytes", toBytes, py::kw_only(), py::arg("binary") = false, py::arg("changed_only") = false,
-             py::arg("self_contained") = false, "to_bytes(...) -> bytes\n\nWhat save() writes.");
-    type.def_static("from_bytes", fromBytes, py::arg("data"), py::arg("name") = "bytes", py::kw_only(),
-                    py::arg("scripts") = true, py::arg("strict") = true,
+    type.def("to_bytes", toBytes, py::kw_only(), py::arg("binary") = false,
+             py::arg("changed_only") = false, py::arg("self_contained") = false,
+             "to_bytes(...) -> bytes\n\nWhat save() writes.");
+    type.def_static("from_bytes", fromBytes, py::arg("data"), py::arg("name") = "bytes",
+                    py::kw_only(), py::arg("scripts") = true, py::arg("strict") = true,
                     "from_bytes(data, name='bytes', *, scripts=True, strict=True) -> Scene");
-    type.def("make_current",
-             [](PYZ_Scene &scene) { const PYZ_Changing changing(&scene.get()); },
-             "make_current()\n\nMakes this the scene that code in Python sees as `vmr`, as evaluating anything of it "
-             "does.");
-    type.def("stats", stats, "stats() -> dict\n\nHow much there is of everything, as `zel stats` prints it.");
+    type.def(
+        "make_current", [](PYZ_Scene &scene) { const PYZ_Changing changing(&scene.get()); },
+        "make_current()\n\nMakes this the scene that code in Python sees as `vmr`, as evaluating anything of it "
+        "does.");
+    type.def("stats", stats,
+             "stats() -> dict\n\nHow much there is of everything, as `zel stats` prints it.");
     type.def("__reduce__", [](const py::object &self) {
         constexpr bool binary = true, changedOnly = false, selfContained = true;
-        return py::make_tuple(self.get_type().attr("from_bytes"),
-                              py::make_tuple(toBytes(PYZ_Scene::of(self), binary, changedOnly, selfContained)));
+        return py::make_tuple(
+            py::module_::import("zel._pickles").attr("scene"),
+            py::make_tuple(toBytes(PYZ_Scene::of(self), binary, changedOnly, selfContained)));
     });
 }

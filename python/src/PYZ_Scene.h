@@ -44,7 +44,7 @@ public:
     /// False if it isn't one of the node's.
     bool removeHandler(NOD_Node &node, Event event, const py::object &handler);
 
-    int visit(visitproc visit, void *arg) const;
+    int traverse(visitproc visit, void *arg) const;
 
 private:
     struct Watch

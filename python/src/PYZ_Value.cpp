@@ -8,7 +8,7 @@
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_TextEdit.h>
 #include <SNK/SNK_Python.h>
-#include <TRK/TRK_Manager.h>
+#include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_DataItem.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
@@ -28,7 +28,8 @@ py::object json()
     return py::module_::import("json");
 }
 
-PYZ_Cell evaluate(const ZEL_Parm &parm, PYZ_Kind kind, int index, double time, PYZ_Texts texts, int thread)
+PYZ_Cell evaluate(const ZEL_Parm &parm, PYZ_Kind kind, int index, double time, PYZ_Texts texts,
+                  int thread)
 {
     switch (kind) {
     case PYZ_Kind::FLOAT: {
@@ -90,7 +91,8 @@ bool isPlain(const ZEL_Parm &parm, PYZ_Kind kind, int index)
 }
 
 /// Reads what may take long or fail.
-std::vector<PYZ_Cell> evaluateAll(const PYZ_Parm &handle, PYZ_Kind kind, double time, PYZ_Texts texts)
+std::vector<PYZ_Cell> evaluateAll(const PYZ_Parm &handle, PYZ_Kind kind, double time,
+                                  PYZ_Texts texts)
 {
     std::vector<PYZ_Cell> cells;
     NOD_Report report;
@@ -124,7 +126,8 @@ std::vector<PYZ_Cell> evaluateAll(const PYZ_Parm &handle, PYZ_Kind kind, double 
 
 [[noreturn]] void raiseKind(const std::string &name, PYZ_Kind kind, py::handle value)
 {
-    throw py::type_error(name + " takes " + PYZkindWord(kind) + ", not " + Py_TYPE(value.ptr())->tp_name);
+    throw py::type_error(name + " takes " + PYZkindWord(kind) + ", not " +
+                         Py_TYPE(value.ptr())->tp_name);
 }
 
 double toDouble(py::handle value, const std::string &name)
@@ -171,10 +174,12 @@ std::int64_t toEntry(const std::string &word, const ZEL_Parm &parm, const std::s
 bool writeCell(ZEL_Parm &parm, int index, double time, const PYZ_Cell &cell)
 {
     if (const double *const number = std::get_if<double>(&cell)) {
-        return parm.setValue(time, *number, !theReplaceExpression, index, ZEL_ADDKEY_PENDING, thePropagate);
+        return parm.setValue(time, *number, !theReplaceExpression, index, ZEL_ADDKEY_PENDING,
+                             thePropagate);
     }
     if (const std::int64_t *const integer = std::get_if<std::int64_t>(&cell)) {
-        return parm.setValue(time, *integer, !theReplaceExpression, index, ZEL_ADDKEY_PENDING, thePropagate);
+        return parm.setValue(time, *integer, !theReplaceExpression, index, ZEL_ADDKEY_PENDING,
+                             thePropagate);
     }
     const std::string &text = std::get<std::string>(cell);
     return parm.setValue(time, text.c_str(), TRK_MEANING_LITERAL, !theReplaceExpression, index,
@@ -189,7 +194,8 @@ bool writeVector(ZEL_Parm &parm, double time, const std::vector<PYZ_Cell> &cells
     for (const PYZ_Cell &cell : cells) {
         numbers.push_back(std::get<T>(cell));
     }
-    return parm.setValues(time, numbers.data(), !theReplaceExpression, ZEL_ADDKEY_PENDING, thePropagate);
+    return parm.setValues(time, numbers.data(), !theReplaceExpression, ZEL_ADDKEY_PENDING,
+                          thePropagate);
 }
 
 bool writeCells(ZEL_Parm &parm, int first, double time, const std::vector<PYZ_Cell> &cells)
@@ -248,10 +254,12 @@ std::vector<PYZ_Cell> toCells(const PYZ_Parm &handle, const ZEL_Parm &parm, py::
 
 void writeDict(const PYZ_Parm &handle, const std::string &text, double time)
 {
-    PYZeditParm(handle, "Set ", [&](NOD_Edit &, NOD_Node &node, const ZEL_Parm &parm, NOD_Report &report) {
-        const std::string address = std::string(parm.getToken()) + ':' + std::to_string(handle.getFirst());
-        return NOD_TextEdit(node, time, report).set(address, text);
-    });
+    PYZeditParm(handle, "Set ",
+                [&](NOD_Edit &, NOD_Node &node, const ZEL_Parm &parm, NOD_Report &report) {
+                    const std::string address =
+                        std::string(parm.getToken()) + ':' + std::to_string(handle.getFirst());
+                    return NOD_TextEdit(node, time, report).set(address, text);
+                });
 }
 
 } // namespace
@@ -259,17 +267,21 @@ void writeDict(const PYZ_Parm &handle, const std::string &text, double time)
 PYZ_Kind PYZkindOf(const ZEL_Parm &parm)
 {
     const ZEL_Type &type = parm.getType();
-    if (!parm.getInstance() || parm.getVectorSize() == 0 || type.isSwitcher() || parm.isCallbackType()) {
+    if (!parm.getInstance() || parm.getVectorSize() == 0 || type.isSwitcher() ||
+        parm.isCallbackType()) {
         return PYZ_Kind::NONE;
     }
     if (type.isFloatType()) {
-        return type.hasFloatType(ZEL_Type::ZEL_FLOAT_INTEGER) || parm.isMultiParm() ? PYZ_Kind::INTEGER
-                                                                                    : PYZ_Kind::FLOAT;
+        return type.hasFloatType(ZEL_Type::ZEL_FLOAT_INTEGER) || parm.isMultiParm()
+                   ? PYZ_Kind::INTEGER
+                   : PYZ_Kind::FLOAT;
     }
     if (type.isOrdinalType()) {
         return type.hasOrdinalType(ZEL_Type::ZEL_ORD_TOGGLE) ? PYZ_Kind::TOGGLE : PYZ_Kind::INTEGER;
     }
-    return type.isStringType() ? PYZ_Kind::TEXT : type.isDataType() ? PYZ_Kind::DICT : PYZ_Kind::NONE;
+    return type.isStringType() ? PYZ_Kind::TEXT
+           : type.isDataType() ? PYZ_Kind::DICT
+                               : PYZ_Kind::NONE;
 }
 
 const char *PYZkindWord(PYZ_Kind kind)
@@ -295,7 +307,8 @@ py::object PYZfromCell(const PYZ_Cell &cell, PYZ_Kind kind)
         return boolFlag ? py::object(py::bool_(*integer != 0)) : py::object(py::int_(*integer));
     }
     if (const std::string *const text = std::get_if<std::string>(&cell)) {
-        return kind == PYZ_Kind::DICT ? json().attr("loads")(PYZtext(*text)) : py::object(PYZtext(*text));
+        return kind == PYZ_Kind::DICT ? json().attr("loads")(PYZtext(*text))
+                                      : py::object(PYZtext(*text));
     }
     return py::none();
 }
@@ -348,7 +361,8 @@ py::object PYZread(const PYZ_Parm &handle, double time, PYZ_Texts texts)
     }
     const bool vectorFlag = handle.isVector(parm);
     if (!vectorFlag && isPlain(parm, kind, handle.getFirst())) {
-        return PYZfromCell(evaluate(parm, kind, handle.getFirst(), time, texts, BASgetSTID()), kind);
+        return PYZfromCell(evaluate(parm, kind, handle.getFirst(), time, texts, BASgetSTID()),
+                           kind);
     }
     const std::vector<PYZ_Cell> cells = evaluateAll(handle, kind, time, texts);
     if (!vectorFlag) {
@@ -403,7 +417,7 @@ py::object PYZreadDefault(const PYZ_Parm &handle)
 
 std::string PYZrefusal(const ZEL_Parm &parm, int index, double time, const std::string &name)
 {
-    return parm.getLockedFlag(index) ? name + " is locked"
+    return parm.getLockedFlag(index)       ? name + " is locked"
            : !parm.isEditable(time, index) ? name + " can't be edited"
                                            : std::string();
 }
