@@ -73,14 +73,14 @@ std::string interfaceText(const PYZ_Interface &self)
     PYZraise("SceneError", text);
 }
 
-py::object load(const py::object &path, const py::object &scripts, bool strict)
+py::object load(const py::object &path, const py::object &scripts, const py::object &strict)
 {
     const std::string file = PYZfromPath(path);
     const NOD_LoadOptions options = PYZloadOptions(scripts);
     const NOD_FileKind kind = NOD_ValueFile::kindOf(file);
     py::object made = py::cast(std::make_unique<PYZ_Scene>());
     NOD_Scene &scene = PYZ_Scene::of(made).get();
-    const PYZ_Faults faults = strict ? PYZ_Faults::RAISE : PYZ_Faults::WARN;
+    const PYZ_Faults faults = PYZfaultsOf(scripts, strict);
     if (kind == NOD_FileKind::NODE) {
         PYZchange(
             &scene, "SceneError",
@@ -145,6 +145,13 @@ NOD_LoadOptions PYZloadOptions(py::handle scripts)
     case Scripts::NONE: options.scripts = NOD_LoadOptions::Scripts::NONE; break;
     }
     return options;
+}
+
+PYZ_Faults PYZfaultsOf(py::handle scripts, py::handle strict)
+{
+    const bool strictFlag =
+        strict.is_none() ? scriptsOf(scripts) == Scripts::ANYWHERE : strict.cast<bool>();
+    return strictFlag ? PYZ_Faults::RAISE : PYZ_Faults::WARN;
 }
 
 NOD_Interface::Includes PYZincludes(py::handle scripts)
@@ -219,11 +226,12 @@ name of a script without a name.
     type.def("__deepcopy__", [](const py::object &self, const py::object &) { return self; });
 
     module.def("load", load, py::arg("path"), py::kw_only(), py::arg("scripts") = true,
-               py::arg("strict") = true,
-               R"(load(path, *, scripts=True, strict=True) -> Scene
+               py::arg("strict") = py::none(),
+               R"(load(path, *, scripts=True, strict=None) -> Scene
 
 A scene from its file, or with the node of a node file. Interfaces are read from their scripts wherever those
 are (True), only in the file's folder ("folder"), or not at all (False): for files of strangers, whose nodes
-then are there without parameters and are saved as they were. Not `strict`: what can't be read is a warning.
+then are there without parameters and are saved as they were. Not `strict`: what can't be read is a warning,
+as without scripts unless `strict` says so.
 )");
 }

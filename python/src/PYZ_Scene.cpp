@@ -192,18 +192,19 @@ py::bytes toBytes(PYZ_Scene &scene, bool binary, bool changedOnly, bool selfCont
     return py::bytes(os.str());
 }
 
-void load(PYZ_Scene &scene, const py::object &path, const py::object &scripts, bool strict)
+void load(PYZ_Scene &scene, const py::object &path, const py::object &scripts,
+          const py::object &strict)
 {
     const std::string file = PYZfromPath(path);
     const NOD_LoadOptions options = PYZloadOptions(scripts);
     PYZchange(
         &scene.get(), "SceneError",
         [&](NOD_Report &report) { return NOD_SceneFile::load(scene.get(), file, options, report); },
-        {}, strict ? PYZ_Faults::RAISE : PYZ_Faults::WARN);
+        {}, PYZfaultsOf(scripts, strict));
 }
 
 py::object fromBytes(const py::bytes &bytes, const py::object &name, const py::object &scripts,
-                     bool strict)
+                     const py::object &strict)
 {
     py::object made = py::cast(std::make_unique<PYZ_Scene>());
     PYZ_Scene &scene = PYZ_Scene::of(made);
@@ -215,7 +216,7 @@ py::object fromBytes(const py::bytes &bytes, const py::object &name, const py::o
         [&](NOD_Report &report) {
             return NOD_SceneFile::load(scene.get(), is, shown, options, report);
         },
-        {}, strict ? PYZ_Faults::RAISE : PYZ_Faults::WARN);
+        {}, PYZfaultsOf(scripts, strict));
     return made;
 }
 
@@ -601,18 +602,17 @@ Replaces the file at once or, after an error, leaves it as it was. `changed_only
 those of a new node; `self_contained` writes the interfaces as texts, not as the paths of their scripts.
 )");
     type.def("load", load, py::arg("path"), py::kw_only(), py::arg("scripts") = true,
-             py::arg("strict") = true,
-             R"(load(path, *, scripts=True, strict=True)
+             py::arg("strict") = py::none(),
+             R"(load(path, *, scripts=True, strict=None)
 
-Replaces everything but the interfaces by what is in the file. Not `strict`: what can't be read is a warning.
-For `scripts` see zel.load().
+Replaces everything but the interfaces by what is in the file. For `scripts` and `strict` see zel.load().
 )");
     type.def("to_bytes", toBytes, py::kw_only(), py::arg("binary") = false,
              py::arg("changed_only") = false, py::arg("self_contained") = false,
              "to_bytes(...) -> bytes\n\nWhat save() writes.");
     type.def_static("from_bytes", fromBytes, py::arg("data"), py::arg("name") = "bytes",
-                    py::kw_only(), py::arg("scripts") = true, py::arg("strict") = true,
-                    "from_bytes(data, name='bytes', *, scripts=True, strict=True) -> Scene");
+                    py::kw_only(), py::arg("scripts") = true, py::arg("strict") = py::none(),
+                    "from_bytes(data, name='bytes', *, scripts=True, strict=None) -> Scene");
     type.def(
         "make_current", [](PYZ_Scene &scene) { const PYZ_Changing changing(&scene.get()); },
         "make_current()\n\nMakes this the scene that code in Python sees as `vmr`, as evaluating anything of it "
