@@ -1,9 +1,12 @@
 // The module zel._zel: what the package zel is made of.
+#include "PYZ_Compare.h"
 #include "PYZ_Interface.h"
 #include "PYZ_Keys.h"
+#include "PYZ_Migration.h"
 #include "PYZ_Node.h"
 #include "PYZ_Parm.h"
 #include "PYZ_Scene.h"
+#include "PYZ_Script.h"
 
 #include <SNK/SNK_Python.h>
 
@@ -19,6 +22,9 @@ PYBIND11_MODULE(_zel, module)
     PYZdefineNode(module);
     PYZdefineParm(module);
     PYZdefineKeys(module);
+    PYZdefineCompare(module);
+    PYZdefineMigration(module);
+    PYZdefineScript(module);
     module.def(
         "enable_python", SNKsetPythonEnabled, py::arg("on"),
         "enable_python(on)\n\nWhether menus and expressions in Python run in this process: for files of "

@@ -11,33 +11,24 @@
 (1.0, 24.0, 3.0)
 """
 
+from . import _zel
 from . import errors as _errors
 from . import records as _records
-from ._zel import Interface, Keys, Node, Parm, Scene, __version__, enable_python, load
-from .errors import *
-from .records import *
 
-__all__ = [
-    "Interface",
-    "Keys",
-    "Node",
-    "Parm",
-    "Scene",
-    "enable_python",
-    "load",
-]
+__version__ = _zel.__version__
+__all__ = []
 
 
 def _adopt(module):
-    """The classes of a module of the package, as its own."""
+    """What is public in a module of the package, as the package's own."""
     for name, value in list(vars(module).items()):
-        if isinstance(value, type) and value.__module__ == module.__name__:
+        if name.startswith("_") or getattr(value, "__module__", None) != module.__name__:
+            continue
+        if isinstance(value, type):
             value.__module__ = __name__
-            globals()[name] = value
-            __all__.append(name)
+        globals()[name] = value
+        __all__.append(name)
 
 
-_adopt(_errors)
-_adopt(_records)
-for _class in (Interface, Keys, Node, Parm, Scene):
-    _class.__module__ = __name__
+for _module in (_zel, _errors, _records):
+    _adopt(_module)
