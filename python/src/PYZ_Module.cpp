@@ -1,4 +1,5 @@
 // The module zel._zel: what the package zel is made of.
+#include "PYZ_Arrays.h"
 #include "PYZ_Compare.h"
 #include "PYZ_Interface.h"
 #include "PYZ_Keys.h"
@@ -25,6 +26,7 @@ PYBIND11_MODULE(_zel, module)
     PYZdefineCompare(module);
     PYZdefineMigration(module);
     PYZdefineScript(module);
+    PYZdefineArrays(module);
     module.def(
         "enable_python", SNKsetPythonEnabled, py::arg("on"),
         "enable_python(on)\n\nWhether menus and expressions in Python run in this process: for files of "

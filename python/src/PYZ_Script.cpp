@@ -76,13 +76,25 @@ py::list lint(const py::object &script, const py::object &disable, const py::obj
               const py::object &level)
 {
     const NOD_LintOptions options = lintOptions(disable, only, level);
-    const PYZ_InterfacePtr judged = scriptOf(script);
-    std::vector<NOD_LintFinding> findings;
-    PYZchange(nullptr, "ScriptError", [&](NOD_Report &report) {
-        findings = NODlint(*judged, options, &report);
+    const bool madeFlag = py::isinstance<PYZ_Interface>(script);
+    PYZ_InterfacePtr judged = madeFlag ? script.cast<const PYZ_Interface &>().interface : nullptr;
+    const std::string path = madeFlag ? std::string() : PYZfromPath(script);
+    NOD_Judgement judgement;
+    NOD_Report said;
+    const PYZ_Changing changing(nullptr);
+    PYZgather(said, {}, [&](NOD_Report &report) {
+        judged = madeFlag ? judged : NOD_Interface::fromFile(path, report);
         return true;
     });
-    return listFindings(findings);
+    if (!judged) {
+        PYZtell(said, "ScriptError", false);
+    }
+    PYZchange(nullptr, "ScriptError", [&](NOD_Report &) {
+        judgement = NODjudge(*judged, options, said);
+        return true;
+    });
+    PYZtell(judgement.rest, "ScriptError", judgement.judgedFlag);
+    return listFindings(judgement.findings);
 }
 
 py::object mend(const py::object &script, const py::object &disable, const py::object &only,
@@ -272,9 +284,9 @@ void PYZdefineScript(py::module_ &module)
 
 What in a script that can be read can't have been meant: see docs/lint.md. A path, or an interface.
 
->>> script = zel.Interface.from_text('{ name a parm { name "x" type float range { 5 1 } } }', "a.ds")
->>> [finding.code for finding in zel.lint(script, level="warning")]
-['Z305']
+>>> script = zel.Interface.from_text('{ name a label "A" parm { name "x" type float } }', "a.ds")
+>>> [finding.code for finding in zel.lint(script)]
+['Z107']
 )");
     module.def(
         "mend", mend, py::arg("script"), py::kw_only(), py::arg("disable") = "",
@@ -290,10 +302,10 @@ What in a script that can be read can't have been meant: see docs/lint.md. A pat
 
 A script laid out anew; with `sort` its keywords in the order of the language.
 
->>> print(zel.format('parm { name "x" type float }'), end="")
+>>> print(zel.format('parm { name "x" type float }').expandtabs(4), end="")
 parm {
-	name    "x"
-	type    float
+    name    "x"
+    type    float
 }
 )");
     module.def(
