@@ -1,0 +1,203 @@
+#include "PYZ_Gate.h"
+
+#include "PYZ_Report.h"
+
+#include <NOD/NOD_Scene.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <vector>
+
+namespace
+{
+
+/// Of the process; never destroyed, since other threads may still be there when it ends.
+struct State
+{
+    unsigned long changer = 0; ///< a thread's number; 0 for none
+    int changes = 0;           ///< that it has nested
+    int readings = 0;          ///< of all threads
+    int waiters = 0;
+    int waitingChangers = 0;
+    std::mutex mutex;
+    std::condition_variable left;
+    std::vector<std::unique_ptr<NOD_Scene>> buried;
+    PyObject *kept[3] = {}; ///< type, value and traceback of an exception
+};
+
+State &state()
+{
+    static State *const theState = new State;
+    return *theState;
+}
+
+thread_local int theReadings = 0; ///< of this thread
+
+/// Waits with the interpreter free until another thread may have left.
+void wait(int &waiters)
+{
+    State &gate = state();
+    ++waiters;
+    ++gate.waiters;
+    {
+        const PYZ_Rest rest;
+        std::unique_lock<std::mutex> lock(gate.mutex);
+        gate.left.wait_for(lock, std::chrono::milliseconds(2));
+    }
+    --gate.waiters;
+    --waiters;
+    if (PyErr_CheckSignals() != 0) {
+        throw py::error_already_set();
+    }
+}
+
+void wakeOthers()
+{
+    if (state().waiters > 0) {
+        state().left.notify_all();
+    }
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------- //
+// Reading
+// ---------------------------------------------------------------------- //
+
+PYZ_Reading::PYZ_Reading(NOD_Scene *scene)
+{
+    State &gate = state();
+    if (gate.changer == PyThread_get_thread_ident()) {
+        return;
+    }
+    int ignored = 0;
+    while (theReadings == 0) {
+        if (gate.changer != 0 || gate.waitingChangers > 0) {
+            wait(ignored);
+        } else if (scene && !scene->isCurrent()) {
+            const PYZ_Changing changing(scene);
+        } else {
+            break;
+        }
+    }
+    ++theReadings;
+    ++gate.readings;
+    myCountedFlag = true;
+}
+
+PYZ_Reading::~PYZ_Reading()
+{
+    if (myCountedFlag) {
+        --theReadings;
+        --state().readings;
+        wakeOthers();
+    }
+}
+
+void PYZ_Reading::await()
+{
+    const State &gate = state();
+    int ignored = 0;
+    while (gate.changer != 0 && gate.changer != PyThread_get_thread_ident()) {
+        wait(ignored);
+    }
+}
+
+PYZ_Reading::Helper::Helper()
+{
+    ++theReadings;
+}
+
+PYZ_Reading::Helper::~Helper()
+{
+    --theReadings;
+}
+
+// ---------------------------------------------------------------------- //
+// Changing
+// ---------------------------------------------------------------------- //
+
+PYZ_Changing::PYZ_Changing(NOD_Scene *scene)
+{
+    State &gate = state();
+    const unsigned long self = PyThread_get_thread_ident();
+    if (gate.changer != self) {
+        if (theReadings > 0) {
+            PYZraise("BusyError",
+                     "nothing can be changed while this thread evaluates: an expression "
+                     "can read values, not set them");
+        }
+        while (gate.changer != 0 || gate.readings > 0) {
+            wait(gate.waitingChangers);
+        }
+        gate.changer = self;
+    }
+    ++gate.changes;
+    if (scene && !scene->isCurrent()) {
+        try {
+            scene->makeCurrent();
+        } catch (...) {
+            leave();
+            throw;
+        }
+    }
+}
+
+PYZ_Changing::~PYZ_Changing()
+{
+    State &gate = state();
+    if (gate.changes == 1) {
+        std::vector<std::unique_ptr<NOD_Scene>> buried;
+        buried.swap(gate.buried);
+        buried.clear();
+        if (gate.kept[0]) {
+            // Another exception is on its way: this one is shown.
+            PyObject *type = nullptr, *value = nullptr, *trace = nullptr;
+            PyErr_Fetch(&type, &value, &trace);
+            PyErr_Restore(gate.kept[0], gate.kept[1], gate.kept[2]);
+            gate.kept[0] = gate.kept[1] = gate.kept[2] = nullptr;
+            PyErr_WriteUnraisable(Py_None);
+            PyErr_Restore(type, value, trace);
+        }
+    }
+    leave();
+}
+
+void PYZ_Changing::leave()
+{
+    State &gate = state();
+    if (--gate.changes == 0) {
+        gate.changer = 0;
+        wakeOthers();
+    }
+}
+
+void PYZ_Changing::keepException()
+{
+    State &gate = state();
+    if (gate.kept[0] || gate.changes == 0) {
+        PyErr_WriteUnraisable(Py_None);
+    } else {
+        PyErr_Fetch(&gate.kept[0], &gate.kept[1], &gate.kept[2]);
+    }
+}
+
+void PYZ_Changing::raiseKept() const
+{
+    State &gate = state();
+    if (gate.changes == 1 && gate.kept[0]) {
+        PyErr_Restore(gate.kept[0], gate.kept[1], gate.kept[2]);
+        gate.kept[0] = gate.kept[1] = gate.kept[2] = nullptr;
+        throw py::error_already_set();
+    }
+}
+
+void PYZ_Changing::bury(std::unique_ptr<NOD_Scene> scene) noexcept
+{
+    State &gate = state();
+    gate.buried.push_back(std::move(scene));
+    if (gate.changer == 0 && gate.readings == 0) {
+        const PYZ_Changing changing(nullptr);
+    }
+}

@@ -1,0 +1,67 @@
+/// \file PYZ_Gate.h
+/// Who may use the library now: any number of threads that evaluate, or one that changes something.
+///
+/// Vocabulary: *reading* = evaluation, which may rest from the interpreter; *changing* = everything else that isn't done
+///             at once: edits, files, scripts, whose readers are one for the process.
+/// Threads:    all of it with the interpreter lock. Who has to wait lets go of it, and who waits for the lock may have
+///             the gate: so nobody waits for each other. Both nest on one thread, a reading in a changing too.
+/// Errors:     zel.BusyError for a change by what a reading of the same thread runs, such as an expression in Python.
+///             A signal's exception, as KeyboardInterrupt, ends the wait.
+/// Cost:       without others a few words of memory that no other thread touches without the lock.
+///
+/// One scene of the process is current: whoever comes with another one makes that current first, once nobody reads.
+#pragma once
+
+#include "PYZ_Python.h"
+
+#include <memory>
+
+class NOD_Report;
+class NOD_Scene;
+
+class PYZ_Reading
+{
+public:
+    /// Null: the scene doesn't matter.
+    explicit PYZ_Reading(NOD_Scene *scene);
+    ~PYZ_Reading();
+    PYZ_Reading(const PYZ_Reading &) = delete;
+    PYZ_Reading &operator=(const PYZ_Reading &) = delete;
+
+    /// Waits while another thread changes something. Until the interpreter lock is let go of, which making an object
+    /// of Python's may do, what can't run anything may be read without a scope.
+    static void await();
+
+    /// Counts a thread that works for a reading of another one as part of it. Without the interpreter lock.
+    class Helper
+    {
+    public:
+        Helper();
+        ~Helper();
+        Helper(const Helper &) = delete;
+        Helper &operator=(const Helper &) = delete;
+    };
+
+private:
+    bool myCountedFlag = false;
+};
+
+class PYZ_Changing
+{
+public:
+    explicit PYZ_Changing(NOD_Scene *scene);
+    ~PYZ_Changing();
+    PYZ_Changing(const PYZ_Changing &) = delete;
+    PYZ_Changing &operator=(const PYZ_Changing &) = delete;
+
+    /// For an exception that leaves a handler of an event: it is raised when the change is done, of several the
+    /// first.
+    static void keepException();
+    /// Raises what was kept, in the outermost change.
+    void raiseKept() const;
+    /// Destroys the scene as soon as nobody is at work.
+    static void bury(std::unique_ptr<NOD_Scene> scene) noexcept;
+
+private:
+    static void leave();
+};

@@ -1,0 +1,20 @@
+/// \file PYZ_Interface.h
+/// `zel.Interface`: what the parameters of a node type are.
+///
+/// Ownership:  shares the interface, which is immutable.
+#pragma once
+
+#include "PYZ_Python.h"
+
+#include <NOD/NOD_Interface.h>
+
+#include <memory>
+
+using PYZ_InterfacePtr = std::shared_ptr<const NOD_Interface>;
+
+struct PYZ_Interface
+{
+    PYZ_InterfacePtr interface; ///< never null
+};
+
+void PYZdefineInterface(py::module_ &module);

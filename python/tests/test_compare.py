@@ -1,0 +1,103 @@
+import json
+
+import pytest
+
+import zel
+
+
+@pytest.fixture
+def pair(scene, kinds):
+    left, right = scene.add("left", kinds), scene.add("right", kinds)
+    right.update(size=2, t=(1, 2, 4), points=3)
+    right["count"].keys = [(0, 1), (1, 5)]
+    return left, right
+
+
+def test_a_difference_is_a_sequence_of_changes(pair):
+    difference = zel.diff(*pair)
+    assert difference and len(difference) == len(list(difference))
+    sizes = [change for change in difference if change.path == "size"]
+    assert [(one.verb, one.old, one.new) for one in sizes] == [("changed", 1.5, 2.0)]
+    assert "size" in str(difference) and not zel.diff(pair[0], pair[0])
+    assert not zel.diff(pair[0], pair[0].copy("twin"))
+
+
+def test_exact_differences_are_applied_and_taken_back(scene, pair):
+    left, right = pair
+    before = left.to_bytes("node")
+    difference = zel.diff(left, right, exact=True)
+    again = zel.Difference.from_json(difference.to_json())
+    assert len(again) == len(difference) and json.loads(difference.to_json())
+    assert again.apply(left) is left
+    assert not zel.diff(left, right, exact=True) and left["count"].at(1) == 5
+    assert scene.undo() and left.to_bytes("node") == before
+    difference.apply(left)
+    difference.inverse().apply(left)
+    assert left.to_bytes("node") == before
+    with pytest.raises(zel.PatchError):
+        difference.inverse().apply(left)
+
+
+def test_files_bytes_and_scripts_are_compared(examples, tmp_path, kinds):
+    light = zel.Interface(examples / "light.ds")
+    day, night = examples / "light.parms", examples / "light_night.parms"
+    difference = zel.diff(day, night, interface=light, exact=True)
+    assert difference.apply(day, interface=light) == night.read_bytes()
+    assert zel.diff(day.read_bytes(), night, interface=light, tolerance="0.1")
+    assert zel.diff(light, examples / "light.ds") == [] or not zel.diff(light, examples / "light.ds")
+    assert zel.diff(light, kinds)
+    with pytest.raises(zel.PatchError, match="compared"):
+        zel.diff(light, day)
+    with pytest.raises(zel.PatchError):
+        zel.diff(day, night, tolerance="wide")
+    with pytest.raises(zel.PatchError):
+        zel.diff(tmp_path / "nothing", day)
+
+
+def test_merges_join_and_say_what_cannot_be_had(scene, kinds, tmp_path):
+    base = scene.add("n", kinds)
+    start = base.to_bytes()
+    base["size"].value = 3
+    base["count"].value = 8
+    ours = base.to_bytes()
+    scene.undo(), scene.undo()
+    base["t"].value = (9, 9, 9)
+    base["count"].value = 9
+    theirs = base.to_bytes()
+    merged = zel.merge(start, ours, theirs, interface=kinds)
+    (conflict,) = merged.conflicts
+    assert (conflict.base, conflict.ours, conflict.theirs, conflict.standing) == ("4", "8", "9", "ours")
+    assert merged.open_count == 1 and "count" in str(conflict)
+    chosen = zel.merge(start, ours, theirs, interface=kinds, choose=lambda conflict: "theirs")
+    assert chosen.open_count == 0
+    chosen.save(tmp_path / "n.parms")
+    scene.undo(), scene.undo()
+    base.load(tmp_path / "n.parms")
+    assert base.as_dict(changed_only=True) == {"size": 3, "t": (9, 9, 9), "count": 9}
+    assert zel.merge(start, ours, theirs, interface=kinds, policies={"*count*": "base"}).open_count == 0
+    with pytest.raises(ZeroDivisionError):
+        zel.merge(start, ours, theirs, interface=kinds, choose=lambda conflict: 1 / 0)
+    with pytest.raises(ValueError, match="side"):
+        zel.merge(start, ours, theirs, interface=kinds, policies={"*": "mine"})
+
+
+def test_migration_by_names_and_by_maps(scene, examples):
+    old = zel.Interface(examples / "migration/emitter_v1.ds")
+    emitter = zel.MigrationMap(examples / "migration/emitter.map")
+    assert len(emitter.versions) == 3 and emitter.check().failed == 0 < emitter.check().tests
+    node = scene.add("e", emitter.interface(emitter.versions[0]))
+    name = list(node)[0]
+    account = zel.migrate(node, emitter, start=emitter.versions[0])
+    assert account and {one.version for one in account} == set(emitter.versions[1:])
+    assert node.interface == emitter.interface()
+    scene.undo()
+    assert list(node)[0] == name
+    with pytest.raises(zel.MapError, match="version"):
+        zel.migrate(node, emitter, start="none")
+    with pytest.raises(zel.MapError):
+        zel.migrate(node, old, renames={"nothing": "else"})
+    with pytest.raises(TypeError):
+        zel.migrate(node, "path")
+    small = zel.Interface.from_text('parm { name "other" type float }', "small")
+    node[name].value = 3
+    assert zel.migrate(node, small).has_loss

@@ -1,0 +1,80 @@
+import pytest
+
+import zel
+
+
+@pytest.fixture
+def keys(node):
+    node["size"].keys = [(0, 1), (1, 3), (2, 2)]
+    return node["size"].keys
+
+
+def test_keys_are_a_sequence(node, keys):
+    assert len(keys) == 3 and keys.times == [0, 1, 2] and keys.frames == [1, 25, 49]
+    assert keys[1].value == 3 and keys[-1].time == 2
+    assert [key.value for key in keys] == [1, 3, 2]
+    assert [key.time for key in keys[::2]] == [0, 2] and keys[5:] == []
+    with pytest.raises(IndexError):
+        keys[3]
+    assert keys.parm == node["size"][0] and "3" in repr(keys)
+
+
+def test_keys_are_edited_in_place(node, keys):
+    keys[1] = 5
+    assert node["size"].at(1) == 5
+    keys[1] = zel.Key(1.5, 4, slope=2, expression="linear()")
+    assert keys.times == [0, 1.5, 2] and keys[1].slope == 2 and keys[1].expression == "linear()"
+    assert node["size"].at(1.75) == 3.0
+    del keys[0]
+    del keys[-1:]
+    assert [(key.time, key.value) for key in keys] == [(1.5, 4)]
+    keys.add(3, 7)
+    keys[:] = [(0, 1), keys[1]]
+    assert keys.times == [0, 3]
+    keys.clear()
+    assert len(keys) == 0 and not node["size"].is_animated
+
+
+def test_vectors_have_keys_for_each_component(node):
+    node["t"].keys = ([(0, 1)], [(0, 2), (1, 4)], [])
+    assert [len(keys) for keys in node["t"].keys] == [1, 2, 0]
+    assert node["t"].at(0.5) == (1, 3, 3)
+    with pytest.raises(ValueError):
+        node["t"].keys = ([], [])
+
+
+def test_keys_of_texts(scene, node):
+    node["note"].keys = [(0, "a b"), (1, "c")]
+    assert node["note"].at(0.5) == "a b" and node["note"].at(1.5) == "c"
+    assert [key.value for key in node["note"].keys] == ["a b", "c"]
+
+
+def test_an_edit_of_keys_is_one_step(scene, node, keys):
+    before = scene.to_bytes()
+    for edit in (
+        lambda: keys.__setitem__(slice(0, 2), [(0.5, 9)]),
+        lambda: setattr(node["size"], "keys", []),
+        lambda: keys.__delitem__(0),
+        lambda: setattr(node["t"], "keys", ([(0, 1)], [(0, 1)], [(0, 1)])),
+    ):
+        edit()
+        assert scene.to_bytes() != before
+        assert scene.undo() and scene.to_bytes() == before
+        assert scene.redo() and scene.undo()
+
+
+@pytest.mark.parametrize("bad", [3, (1,), (1, 2, 3), ("a", 1), (0, "x"), (float("nan"), 1), (0, float("inf"))])
+def test_what_is_no_key_is_refused(node, keys, bad):
+    with pytest.raises((TypeError, ValueError)):
+        keys.add(bad)
+    with pytest.raises((TypeError, ValueError)):
+        node["size"].keys = [(0, 1), bad]
+    assert keys.times == [0, 1, 2]
+
+
+def test_locked_keys_stay(node, keys):
+    node["size"].locked = True
+    for edit in (keys.clear, lambda: keys.add(5, 1), lambda: keys.__setitem__(0, 4)):
+        with pytest.raises(zel.EditError):
+            edit()
+    assert [key.value for key in keys] == [1, 3, 2]

@@ -1,0 +1,158 @@
+"""Lives, cycles and threads."""
+
+import gc
+import pathlib
+import resource
+import sys
+import threading
+import weakref
+
+import pytest
+
+import zel
+
+
+def test_cycles_by_handlers_are_collected(kinds):
+    class Watcher:
+        pass
+
+    def build():
+        scene = zel.Scene()
+        node = scene.add("n", kinds)
+        watcher = Watcher()
+        watcher.scene, watcher.parm = scene, node["size"]
+        node.on_change(lambda *event: watcher)
+        node.on_press(lambda parm: (watcher, node))
+        return weakref.ref(watcher), weakref.ref(scene)
+
+    refs = [build() for _ in range(3)]
+    gc.collect()
+    assert [ref() for pair in refs for ref in pair] == [None] * 6
+
+
+def test_handlers_may_change_anything(scene, kinds):
+    node, other = scene.add("n", kinds), scene.add("other", kinds)
+
+    @node.on_change
+    def changed(where, what, parm):
+        other["size"].value = node["size"].value
+        if node["size"].value == 3:
+            node.remove()
+
+    node["size"].value = 2
+    assert other["size"].value == 2
+    node["size"].value = 3
+    assert node.is_gone and other["size"].value == 3
+
+
+def test_evaluations_change_nothing(scene, node):
+    sys.modules["zel_test_scene"] = scene
+    try:
+        node["size"].set_expression("__import__('sys').modules['zel_test_scene']['n']['count'].value", "python")
+        assert node["size"].value == 4
+        node["size"].set_expression("setattr(__import__('sys').modules['zel_test_scene'], 'frame', 3)", "python")
+        with pytest.raises(zel.EvaluationError, match="BusyError"):
+            node["size"].value
+    finally:
+        del sys.modules["zel_test_scene"]
+
+
+def run(*works):
+    """Each work in a thread of its own; the first exception is raised."""
+    failures = []
+
+    def guarded(work):
+        try:
+            work()
+        except BaseException as failure:
+            failures.append(failure)
+
+    threads = [threading.Thread(target=guarded, args=(work,)) for work in works]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join(120)
+        assert not thread.is_alive()
+    if failures:
+        raise failures[0]
+
+
+def test_threads_read_while_others_change(kinds):
+    scenes = [zel.Scene(), zel.Scene()]
+    for scene in scenes:
+        node = scene.add("n", kinds)
+        node["size"].expression = "ch('count') + $F - $F"
+        node["tx"].set_expression("vmr.ch('count') * 2", "python")
+    stop = []
+
+    def read(scene):
+        for _ in range(15):
+            node = scene["n"]
+            value = node["size"].value
+            assert value == int(value) and node["t"].at(frame=5)[0] % 2 == 0
+        stop.append(1)
+
+    def edit(scene):
+        rounds = 0
+        while len(stop) < 4:
+            scene["n"]["count"].value = rounds % 9
+            with scene.undo("More"):
+                scene.add("extra", kinds)["points"].value = rounds % 5
+            scene.undo()
+            rounds += 1
+
+    run(*[lambda scene=scene: read(scene) for scene in scenes * 2], *[lambda scene=scene: edit(scene) for scene in scenes])
+
+
+def test_nodes_come_and_go_under_readers(scene, kinds):
+    node = scene.add("n", kinds)
+    parm = node["size"]
+    parm.expression = "$F"
+    gone = []
+
+    def read():
+        while not gone:
+            try:
+                assert parm.at(frame=2) == 2.0
+            except zel.GoneError:
+                pass
+
+    def edit():
+        for _ in range(200):
+            node.remove()
+            scene.undo()
+        gone.append(1)
+
+    run(read, read, edit)
+
+
+def test_a_thousand_rounds_keep_the_memory(kinds):
+    def rounds(count):
+        for number in range(count):
+            scene = zel.Scene()
+            node = scene.add("n", kinds)
+            node.on_change(lambda *event: scene)
+            with scene.undo("Edit"):
+                node.update(size=number % 7, t=(1, 2, number), points=number % 5)
+                node["size"].keys = [(0, 1), (1, number % 3)]
+                node["ty"].expression = "ch('size')"
+            assert node["ty"].value == 1
+            node.copy()
+            scene.undo(), scene.undo(), scene.redo()
+            try:
+                node["nothing"]
+            except KeyError:
+                pass
+        gc.collect()
+
+    def resident():
+        with open("/proc/self/statm", encoding="ascii") as file:
+            return int(file.read().split()[1]) * resource.getpagesize()
+
+    rounds(200)
+    before, objects = resident(), len(gc.get_objects())
+    rounds(1000)
+    assert len(gc.get_objects()) - objects < 200
+    # A sanitizer keeps what is freed for a while.
+    megabytes = 400 if "libasan" in pathlib.Path("/proc/self/maps").read_text() else 8
+    assert resident() - before < megabytes * 2**20
