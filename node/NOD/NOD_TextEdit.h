@@ -32,6 +32,7 @@ class NOD_Edit;
 class NOD_Node;
 class NOD_Report;
 class ZEL_Parm;
+struct NOD_EditFault;
 
 class NOD_API NOD_TextEdit
 {
@@ -67,9 +68,10 @@ public:
 private:
     template <class Run>
     bool within(const std::string &text, const Run &run);
-    bool fail(const std::string &fault);
+    bool fail(const NOD_EditFault &fault, const std::string &value);
     template <class Apply>
-    bool forEach(const char *what, const std::string &address, const Apply &apply);
+    bool forEach(const char *what, const std::string &address, const std::string &value,
+                 const Apply &apply);
 
     NOD_Node &myNode;
     double myTime;

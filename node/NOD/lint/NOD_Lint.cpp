@@ -199,15 +199,16 @@ bool says(const NOD_LintFinding &finding, const NOD_Message &message)
            });
 }
 
-/// Findings by parameter, and by line.
+/// Findings by parameter, and by line. Of thousands of one parameter or line only some are asked: what they don't
+/// say is told twice.
 class Said
 {
 public:
     explicit Said(const std::vector<const NOD_LintFinding *> &findings)
     {
         for (const NOD_LintFinding *const one : findings) {
-            myPlaces.emplace(keyOf(one->message), one);
-            mySubjects.emplace(one->message.subject, one);
+            add(myPlaces[keyOf(one->message)], one);
+            add(mySubjects[one->message.subject], one);
         }
     }
 
@@ -216,25 +217,40 @@ public:
         if (message.severity >= KIT_ERROR_ABORT) {
             return false;
         }
-        const auto saysIt = [&](const auto &row) { return says(*row.second, message); };
         const std::string &subject =
             message.subject.empty() && message.detail ? message.detail->subject : message.subject;
-        const auto named = mySubjects.equal_range(subject);
-        const auto scripts = mySubjects.equal_range(""); // of the script as a whole
-        const auto placed = myPlaces.equal_range(keyOf(message));
-        return std::any_of(named.first, named.second, saysIt) ||
-               std::any_of(scripts.first, scripts.second, saysIt) ||
-               (message.line > 0 && std::any_of(placed.first, placed.second, saysIt));
+        return anySays(mySubjects, subject, message) ||
+               anySays(mySubjects, "", message) || // of the script as a whole
+               (message.line > 0 && anySays(myPlaces, keyOf(message), message));
     }
 
 private:
+    using Findings = std::vector<const NOD_LintFinding *>;
+    using ByKey = std::unordered_map<std::string, Findings>;
+
+    static void add(Findings &findings, const NOD_LintFinding *one)
+    {
+        constexpr std::size_t theMost = 1000;
+        if (findings.size() < theMost) {
+            findings.push_back(one);
+        }
+    }
+
+    static bool anySays(const ByKey &all, const std::string &key, const NOD_Message &message)
+    {
+        const auto found = all.find(key);
+        return found != all.end() &&
+               std::any_of(found->second.begin(), found->second.end(),
+                           [&message](const NOD_LintFinding *one) { return says(*one, message); });
+    }
+
     static std::string keyOf(const NOD_Message &message)
     {
         return message.file + ":" + std::to_string(message.line);
     }
 
-    std::unordered_multimap<std::string, const NOD_LintFinding *> mySubjects;
-    std::unordered_multimap<std::string, const NOD_LintFinding *> myPlaces;
+    ByKey mySubjects;
+    ByKey myPlaces;
 };
 
 /// What no finding says.

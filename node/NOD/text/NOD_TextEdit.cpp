@@ -32,6 +32,17 @@
 #include <memory>
 #include <vector>
 
+/// Why an edit isn't made; without a text it is.
+struct NOD_EditFault
+{
+    std::string text = {};
+    std::string word = {};                  ///< of the value; "" where the address is at fault
+    std::vector<std::string> expected = {}; ///< one of which may have been meant
+    std::int64_t offset = -1;               ///< in the word; -1: all of it
+
+    bool empty() const { return text.empty(); }
+};
+
 namespace
 {
 
@@ -94,7 +105,7 @@ bool hasNumbers(const ZEL_Parm &parm)
 // ---------------------------------------------------------------------- //
 
 /// A value of a parameter of numbers; in `fault` why it is none.
-double numberOf(const ZEL_Parm &parm, const std::string &value, std::string &fault)
+double numberOf(const ZEL_Parm &parm, const std::string &value, NOD_EditFault &fault)
 {
     const bool ordinalFlag = parm.getType().isOrdinalType();
     const std::vector<std::string> words =
@@ -109,15 +120,18 @@ double numberOf(const ZEL_Parm &parm, const std::string &value, std::string &fau
         if (toggleFlag && (value == "on" || value == "off")) {
             return value == "on" ? 1.0 : 0.0;
         }
-        fault = quoted(value) +
+        fault = {
+            quoted(value) +
                 (ordinalFlag ? " is no number, and not in the menu of " : " is no number for ") +
-                parm.getToken();
+                parm.getToken(),
+            value, words};
     } else if (!std::isfinite(number)) {
-        fault = quoted(value) + " is no finite number for " + parm.getToken();
+        fault = {quoted(value) + " is no finite number for " + parm.getToken(), value};
     } else if (!words.empty() &&
                (number < 0.0 || number >= double(words.size()) || std::floor(number) < number)) {
-        fault = quoted(value) + " is no entry of " + parm.getToken() + ", which are 0 to " +
-                std::to_string(words.size() - 1);
+        fault = {quoted(value) + " is no entry of " + parm.getToken() + ", which are 0 to " +
+                     std::to_string(words.size() - 1),
+                 value};
     }
     return number;
 }
@@ -164,7 +178,7 @@ std::vector<std::string> wordsOf(const std::string &text)
 
 /// A value for each of so many components; none, with a fault, if the text has another number of them.
 std::vector<std::string> valuesOf(const ZEL_Parm &parm, int count, const std::string &text,
-                                  std::string &fault)
+                                  NOD_EditFault &fault)
 {
     const std::vector<std::string> words =
         count > 1 && hasNumbers(parm) ? wordsOf(text) : std::vector<std::string>{text};
@@ -172,18 +186,19 @@ std::vector<std::string> valuesOf(const ZEL_Parm &parm, int count, const std::st
         return std::vector<std::string>(std::size_t(count), text);
     }
     if (words.size() != std::size_t(count)) {
-        fault = quoted(text) + " has " + std::to_string(words.size()) + " values for the " +
-                std::to_string(count) + " components of " + parm.getToken();
+        fault = {quoted(text) + " has " + std::to_string(words.size()) + " values for the " +
+                     std::to_string(count) + " components of " + parm.getToken(),
+                 text};
         return {};
     }
     return words;
 }
 
-std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, double time,
-                         NOD_Report &report)
+NOD_EditFault setComponent(ZEL_Parm &parm, int index, const std::string &value, double time,
+                           NOD_Report &report)
 {
     const ZEL_Type &type = parm.getType();
-    std::string fault = refusal(parm, index, time);
+    NOD_EditFault fault = {refusal(parm, index, time)};
     if (!fault.empty()) {
         return fault;
     }
@@ -191,18 +206,21 @@ std::string setComponent(ZEL_Parm &parm, int index, const std::string &value, do
     if (type.isStringType()) {
         parm.setValue(time, value.c_str(), TRK_MEANING_LITERAL, replaceFlag, index,
                       ZEL_ADDKEY_PENDING, thePropagate);
-        return "";
+        return {};
     }
     if (type.isDataType()) {
         if (!type.hasDataType(ZEL_Type::ZEL_DATA_KEY_VALUE_DICT)) {
-            return std::string(parm.getToken()) + " holds data, which has no text";
+            return {std::string(parm.getToken()) + " holds data, which has no text"};
         }
         const std::shared_ptr<const ZEL_DataItem> item = parseDictionary(value);
         if (!item) {
-            return quoted(value) + " is no JSON object for " + parm.getToken();
+            return {quoted(value) + " is no JSON object for " + parm.getToken(),
+                    value,
+                    {},
+                    findJsonFault(value)};
         }
         parm.setValue(time, item, replaceFlag, index, ZEL_ADDKEY_PENDING, thePropagate);
-        return "";
+        return {};
     }
     const double number = numberOf(parm, value, fault);
     if (fault.empty()) {
@@ -265,24 +283,24 @@ std::string keyNumber(ZEL_Parm &parm, int index, double time, double value)
 }
 
 /// Keys all components of a place; why it can't, or "".
-std::string keyPlace(const NOD_Place &place, ZEL_Parm &parm, double time, const std::string &value,
-                     NOD_Edit &edit)
+NOD_EditFault keyPlace(const NOD_Place &place, ZEL_Parm &parm, double time,
+                       const std::string &value, NOD_Edit &edit)
 {
     if (!hasNumbers(parm) && !parm.getType().isStringType()) {
-        return std::string(parm.getToken()) + " holds nothing to key";
+        return {std::string(parm.getToken()) + " holds nothing to key"};
     }
-    std::string fault;
+    NOD_EditFault fault;
     const std::vector<std::string> values = valuesOf(parm, place.end - place.first, value, fault);
     for (std::size_t i = 0; fault.empty() && i < values.size(); ++i) {
         const int index = place.first + int(i);
-        fault = refusal(parm, index, time);
+        fault.text = refusal(parm, index, time);
         const double number =
             fault.empty() && hasNumbers(parm) ? numberOf(parm, values[i], fault) : 0.0;
         if (fault.empty() && hasNumbers(parm)) {
-            fault = keyNumber(parm, index, time, number);
+            fault.text = keyNumber(parm, index, time, number);
         } else if (fault.empty() && !edit.key(*place.node, parm.getChannelToken(index).nonNullStr(),
                                               time, std::string_view(values[i]))) {
-            fault = std::string(parm.getToken()) + " can't be animated";
+            fault.text = std::string(parm.getToken()) + " can't be animated";
         }
     }
     return fault;
@@ -339,17 +357,32 @@ NOD_TextEdit::NOD_TextEdit(NOD_Node &node, double time, NOD_Report &report)
     : myNode(node), myTime(time), myReport(report)
 {}
 
-bool NOD_TextEdit::fail(const std::string &fault)
+/// `value` is the text that the fault's word is of.
+bool NOD_TextEdit::fail(const NOD_EditFault &fault, const std::string &value)
 {
-    if (!fault.empty()) {
-        myReport.error("", fault);
+    if (fault.empty()) {
+        return true;
     }
-    return fault.empty();
+    NOD_Message message;
+    message.text = fault.text;
+    const std::size_t found = fault.word.empty() ? std::string::npos : value.find(fault.word);
+    if (found != std::string::npos) {
+        auto detail = std::make_shared<KIT_MessageDetail>();
+        const std::size_t begin = found + std::size_t(std::max<std::int64_t>(fault.offset, 0));
+        detail->place.setFromText(value, begin,
+                                  fault.offset < 0 ? found + fault.word.size() : begin + 1);
+        detail->found = fault.word;
+        detail->expected = fault.expected;
+        message.detail = std::move(detail);
+    }
+    myReport.add(std::move(message));
+    return false;
 }
 
 /// Edits all places as one step, up to the first fault, which apply() returns.
 template <class Apply>
-bool NOD_TextEdit::forEach(const char *what, const std::string &address, const Apply &apply)
+bool NOD_TextEdit::forEach(const char *what, const std::string &address, const std::string &value,
+                           const Apply &apply)
 {
     const ZEL_InputBudget budget(0);
     const std::vector<NOD_Place> places = NODfindPlaces(myNode, address, myReport);
@@ -360,7 +393,7 @@ bool NOD_TextEdit::forEach(const char *what, const std::string &address, const A
         ZEL_Parm *const parm = good ? place.find() : nullptr;
         if (parm) {
             edit.change(*place.node, *parm);
-            good = fail(apply(place, *parm, edit));
+            good = fail(apply(place, *parm, edit), value);
         }
     }
     return good;
@@ -368,8 +401,8 @@ bool NOD_TextEdit::forEach(const char *what, const std::string &address, const A
 
 bool NOD_TextEdit::set(const std::string &address, const std::string &value)
 {
-    return forEach("Set ", address, [&](const NOD_Place &place, ZEL_Parm &parm, NOD_Edit &) {
-        std::string fault;
+    return forEach("Set ", address, value, [&](const NOD_Place &place, ZEL_Parm &parm, NOD_Edit &) {
+        NOD_EditFault fault;
         const std::vector<std::string> values =
             valuesOf(parm, place.end - place.first, value, fault);
         for (std::size_t i = 0; fault.empty() && i < values.size(); ++i) {
@@ -377,7 +410,7 @@ bool NOD_TextEdit::set(const std::string &address, const std::string &value)
         }
         if (parm.isMultiParm()) {
             NODgrowBlocks(*place.node, myTime);
-            fault = fault.empty() ? missedCount(parm, value, myTime) : fault;
+            fault.text = fault.empty() ? missedCount(parm, value, myTime) : fault.text;
         }
         return fault;
     });
@@ -388,58 +421,43 @@ bool NOD_TextEdit::setExpression(const std::string &address, const std::string &
 {
     constexpr bool evaluate = false;
     constexpr bool deleteChannel = true;
-    return forEach("Expression ", address, [&](const NOD_Place &place, ZEL_Parm &parm, NOD_Edit &) {
-        std::string fault;
-        for (int i = place.first; fault.empty() && i < place.end; ++i) {
-            fault = refusal(parm, i, myTime);
-            if (!fault.empty()) {
-                return fault;
+    return forEach(
+        "Expression ", address, text, [&](const NOD_Place &place, ZEL_Parm &parm, NOD_Edit &) {
+            NOD_EditFault fault;
+            for (int i = place.first; fault.empty() && i < place.end; ++i) {
+                fault.text = refusal(parm, i, myTime);
+                if (!fault.empty()) {
+                    return fault;
+                }
+                parm.setExpression(myTime, text.c_str(), language, i, evaluate, deleteChannel,
+                                   thePropagate);
+                if (!TRK_Collection::isValidChannelName(parm.getChannelToken(i).c_str()) &&
+                    !KIT_String(text.c_str()).isFloat()) {
+                    fault.text = std::string(parm.getToken()) + " can't be animated";
+                }
             }
-            parm.setExpression(myTime, text.c_str(), language, i, evaluate, deleteChannel,
-                               thePropagate);
-            if (!TRK_Collection::isValidChannelName(parm.getChannelToken(i).c_str()) &&
-                !KIT_String(text.c_str()).isFloat()) {
-                fault = std::string(parm.getToken()) + " can't be animated";
+            if (parm.isMultiParm()) {
+                NODgrowBlocks(*place.node, myTime);
             }
-        }
-        if (parm.isMultiParm()) {
-            NODgrowBlocks(*place.node, myTime);
-        }
-        if (fault.empty() && isExpressionOf(parm, text)) {
-            tellExpression(parm, text, language, myReport);
-        }
-        return fault;
-    });
+            if (fault.empty() && isExpressionOf(parm, text)) {
+                tellExpression(parm, text, language, myReport);
+            }
+            return fault;
+        });
 }
 
 bool NOD_TextEdit::key(const std::string &address, double time, const std::string &value)
 {
-    return forEach("Key ", address, [&](const NOD_Place &place, ZEL_Parm &parm, NOD_Edit &edit) {
-        return keyPlace(place, parm, time, value, edit);
-    });
+    return forEach("Key ", address, value,
+                   [&](const NOD_Place &place, ZEL_Parm &parm, NOD_Edit &edit) {
+                       return keyPlace(place, parm, time, value, edit);
+                   });
 }
 
 namespace
 {
 
-/// The words that could be where a message is: names of parameters, or those of a menu.
-std::vector<std::string> wordsFor(NOD_Node &node, const std::string &text,
-                                  const NOD_Message &message)
-{
-    if (message.detail) {
-        return message.detail->expected;
-    }
-    NOD_Report none;
-    const std::string address = text.substr(0, text.find_first_of("=@"));
-    const bool menuFlag = message.text.find(", and not in the menu of ") != std::string::npos;
-    const std::vector<NOD_Place> places =
-        menuFlag ? NODfindPlaces(node, address, none) : std::vector<NOD_Place>();
-    const ZEL_Parm *const parm = places.empty() ? nullptr : places.front().find();
-    return parm && parm->getType().isOrdinalType() ? NODordinalWords(*parm)
-                                                   : std::vector<std::string>();
-}
-
-/// Where in `ADDRESS=VALUE` a message is: at the value that it begins with, else at the address.
+/// Where in `ADDRESS=VALUE` a message is: in the value, if it has a place there, else at the address.
 std::shared_ptr<KIT_MessageDetail> placeIn(const std::string &text, const NOD_Message &message)
 {
     const std::size_t split = std::min(text.find('='), text.size());
@@ -447,30 +465,17 @@ std::shared_ptr<KIT_MessageDetail> placeIn(const std::string &text, const NOD_Me
     const std::size_t slash = text.substr(0, split).rfind('/') + 1; // 0 without one
     const std::string name =
         text.substr(slash, std::min(text.find_first_of(":@=", slash), split) - slash);
-    if (message.detail && message.detail->place.isKnown()) { // of an expression, in the value
-        auto detail = std::make_shared<KIT_MessageDetail>(*message.detail);
-        const KIT_MessagePlace inner = detail->place;
-        detail->place.setFromText(text,
-                                  value + std::size_t(std::max<std::int64_t>(inner.offset, 0)),
-                                  value + std::size_t(std::max<std::int64_t>(inner.endOffset, 0)));
-        return detail;
+    if (!message.detail || !message.detail->place.isKnown()) {
+        return KIT_MessageDetail::ofText(text, "", 0, std::min(text.find('@'), split), name);
     }
-    const bool quotedFlag = !message.text.empty() && message.text[0] == '"';
-    const std::string word =
-        quotedFlag ? message.text.substr(1, message.text.find('"', 1) - 1) : std::string();
-    const std::size_t found = word.empty() ? std::string::npos : text.find(word, value);
-    const bool wordFlag = found != std::string::npos && message.text != text + " has no =";
-    const bool valueFlag = wordFlag || (quotedFlag && value < text.size());
-    const std::size_t begin = wordFlag ? found : valueFlag ? value : 0;
-    const std::size_t end = wordFlag    ? found + word.size()
-                            : valueFlag ? text.size()
-                                        : std::min(text.find('@'), split);
-    const std::int64_t fault = message.text.find(" is no JSON object") == std::string::npos
-                                   ? -1
-                                   : findJsonFault(text.substr(value));
-    return fault < 0 ? KIT_MessageDetail::ofText(text, "", begin, end, name)
-                     : KIT_MessageDetail::ofText(text, "", value + std::size_t(fault),
-                                                 value + std::size_t(fault) + 1, name);
+    const KIT_MessagePlace &inner = message.detail->place;
+    const auto offset = [&](std::int64_t at) {
+        return value + std::size_t(std::max<std::int64_t>(at, 0));
+    };
+    auto detail =
+        KIT_MessageDetail::ofText(text, "", offset(inner.offset), offset(inner.endOffset), name);
+    detail->hint = message.detail->hint;
+    return detail;
 }
 
 } // namespace
@@ -484,7 +489,8 @@ bool NOD_TextEdit::within(const std::string &text, const Run &run)
     const bool good = run(inner);
     for (NOD_Message message : found.getMessages()) {
         auto detail = placeIn(text, message);
-        KITaddNearest(*detail, detail->found, wordsFor(myNode, text, message));
+        KITaddNearest(*detail, detail->found,
+                      message.detail ? message.detail->expected : std::vector<std::string>());
         message.detail = std::move(detail);
         myReport.add(std::move(message));
     }
@@ -497,7 +503,7 @@ bool NOD_TextEdit::assign(const std::string &text)
         std::string address;
         std::string value;
         return splitAt(text, '=', address, value) ? inner.set(address, value)
-                                                  : inner.fail(text + " has no =");
+                                                  : inner.fail({text + " has no ="}, text);
     });
 }
 
@@ -507,7 +513,7 @@ bool NOD_TextEdit::assignExpression(const std::string &text)
         std::string address;
         std::string expression;
         return splitAt(text, '=', address, expression) ? inner.setExpression(address, expression)
-                                                       : inner.fail(text + " has no =");
+                                                       : inner.fail({text + " has no ="}, text);
     });
 }
 
@@ -521,7 +527,7 @@ bool NOD_TextEdit::assignKey(const std::string &text)
         double seconds = 0.0;
         if (!splitAt(text, '=', left, value) || !splitAt(left, '@', address, time) ||
             !NODreadTime(time, seconds)) {
-            return inner.fail(text + " isn't of the form TOKEN[:INDEX]@TIME=VALUE");
+            return inner.fail({text + " isn't of the form TOKEN[:INDEX]@TIME=VALUE"}, text);
         }
         return inner.key(address, seconds, value);
     });
