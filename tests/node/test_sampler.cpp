@@ -101,7 +101,7 @@ TEST_F(Sampled, OnlyNumbersCanBeSampled)
     EXPECT_FALSE(add("/a/text"));
     EXPECT_NE(report.asText().find("has no numbers"), std::string::npos);
     const std::vector<NOD_Place> places = NODfindPlaces(scene.getRoot(), "/a/n", report);
-    scene.find("/a")->renewParms(nullptr);
+    scene.find("/a")->renewParms(static_cast<ZEL_Template *>(nullptr));
     EXPECT_FALSE(sampler.add(places.at(0), report));
     EXPECT_EQ(sampler.getWidth(), 0u);
     EXPECT_TRUE(sample().empty());
