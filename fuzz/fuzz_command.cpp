@@ -2,6 +2,7 @@
 // of the line is written, read and written again, which must be the same line, in both syntaxes,
 // unless a place without an option may be off.
 
+#include "FuzzLimits.h"
 #include "FuzzMemory.h"
 
 #include <DS/DS_Command.h>
@@ -95,8 +96,7 @@ void checkLines(DS_Command &command, const char *line, bool distinctFlag)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const FuzzMemory oracle(size);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 2);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 16);
+    setFuzzLimits(2, 16);
     KIT_EnvControl::setInt(KIT_ENV_MAX_SCRIPT_NESTING, 8);
     KIT_ErrorManager::Scope scope(1);
     const uint8_t *const end = data + size;

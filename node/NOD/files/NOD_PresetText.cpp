@@ -66,6 +66,13 @@ bool NODsavePreset(NOD_Node &node, const std::vector<std::string> &only, std::os
     for (const std::string &alias : NODaliasesWithoutChannel(node, isSaved)) {
         report.warning("", "a preset holds no aliases, so without " + alias);
     }
+    for (const ZEL_Template *description : node.getSpareParms().getDescriptions()) {
+        const ZEL_Parm *const parm = node.getParms().getParmPtr(description->getTokenRef());
+        if (parm && isSaved(*parm)) {
+            report.warning("", std::string("a preset doesn't describe spare parameters: ") +
+                                   description->getToken());
+        }
+    }
     bool saved = false;
     {
         const NOD_ReportScope scope(report);

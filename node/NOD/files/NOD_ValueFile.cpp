@@ -191,11 +191,11 @@ NOD_FileKind NOD_ValueFile::kindOf(std::string_view start)
     if (isBinary(start)) {
         return kindOfBinary(start);
     }
+    if (startsWith(start, theIndexStart)) {
+        return kindOfIndex(start); // a section may have values in the binary form
+    }
     if (start.find('\0') != std::string_view::npos) {
         return NOD_FileKind::NONE;
-    }
-    if (startsWith(start, theIndexStart)) {
-        return kindOfIndex(start);
     }
     if (startsWith(start, thePresetStart)) {
         return NOD_FileKind::PRESET;

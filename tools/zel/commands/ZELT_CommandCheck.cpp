@@ -28,51 +28,86 @@ bool isStrict(const Call &call)
     return call.strict || !call.rules.isEmpty();
 }
 
-/// What came of one script.
+/// What came of one interface.
 struct Result
 {
+    std::string name;
     ZELT_ScriptPtr script; ///< null if it can't be read
     bool goodFlag = false;
     std::vector<NOD_LintFinding> findings;
 };
 
-Result checkFile(const std::string &file, const Call &call, ZELT_Messages &messages)
+/// `said` has what its reader told.
+Result checkOne(const ZELT_NodeInterface &one, const NOD_LintOptions *rules, NOD_Report said,
+                ZELT_Messages &messages)
 {
-    Result result;
-    NOD_Report said;
-    const bool strict = isStrict(call);
+    Result result{one.name, one.script, false, {}};
     const int before = messages.getErrorCount();
-    NOD_LintOptions options;
-    const bool optionsFlag = !strict || (ZELTreadLintFile(file, options, messages) &&
-                                         ZELTreadLintOptions(call.rules, options, messages));
-    result.script = ZELT_Session::openInterface(file, messages, &said);
-    if (result.script) {
-        NODcheckDescription(*result.script, file, said);
-    }
-    if (result.script && strict && optionsFlag) {
-        NOD_Judgement judged = NODjudge(*result.script, options, said);
+    NODcheckDescription(*one.script, one.name, said);
+    if (rules) {
+        NOD_Judgement judged = NODjudge(*one.script, *rules, said);
         result.findings = std::move(judged.findings);
         said = std::move(judged.rest);
     }
     messages.add(said);
-    result.goodFlag =
-        result.script && result.findings.empty() && messages.getErrorCount() == before;
+    result.goodFlag = result.findings.empty() && messages.getErrorCount() == before;
     return result;
 }
 
-void print(const std::string &file, const Result &result)
+/// The script of a file, or what each of its nodes is an instance of.
+std::vector<Result> checkFile(const std::string &file, const Call &call, ZELT_Messages &messages)
+{
+    NOD_Report said;
+    NOD_LintOptions options;
+    const int before = messages.getErrorCount();
+    const bool rulesFlag = isStrict(call) && ZELTreadLintFile(file, options, messages) &&
+                           ZELTreadLintOptions(call.rules, options, messages);
+    const bool unfitFlag = messages.getErrorCount() != before;
+    const std::vector<ZELT_NodeInterface> all =
+        ZELT_Session::openInterfaces(file, messages, &said);
+    std::vector<Result> results;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (all[i].first == i) {
+            results.push_back(
+                checkOne(all[i], rulesFlag ? &options : nullptr, said, messages));
+            results.back().goodFlag = results.back().goodFlag && !unfitFlag;
+        } else {
+            results.push_back(results[all[i].first]);
+            results.back().name = all[i].name;
+        }
+    }
+    if (all.empty()) {
+        messages.add(said);
+        results.push_back({file, nullptr, false, {}});
+    }
+    return results;
+}
+
+void print(const Result &result)
 {
     if (!result.script) {
-        std::cout << file << ": failed\n";
+        std::cout << result.name << ": failed\n";
         return;
     }
     const std::size_t count = result.findings.size();
-    std::cout << file << ": "
+    std::cout << result.name << ": "
               << (result.goodFlag ? "ok"
                   : count == 0    ? "not judged"
                                   : std::to_string(count) + (count == 1 ? " finding" : " findings"))
               << ", " << result.script->getParmCount() << " parameters\n";
     ZELTprintLint(result.findings);
+}
+
+ZELT_Json asJson(const Result &result, bool strict)
+{
+    ZELT_Json one;
+    one["file"] = result.name;
+    one["ok"] = result.goodFlag;
+    one["parameters"] = result.script ? ZELT_Json(result.script->getParmCount()) : ZELT_Json();
+    if (strict) {
+        one["findings"] = ZELTlintJson(result.findings);
+    }
+    return one;
 }
 
 int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
@@ -84,20 +119,13 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     ZELT_Progress progress("checking", std::int64_t(call.files.size()));
     bool good = true;
     for (const std::string &file : call.files) {
-        const Result result = checkFile(file, call, messages);
-        good = good && result.goodFlag;
-        if (options.json) {
-            ZELT_Json one;
-            one["file"] = file;
-            one["ok"] = result.goodFlag;
-            one["parameters"] =
-                result.script ? ZELT_Json(result.script->getParmCount()) : ZELT_Json();
-            if (isStrict(call)) {
-                one["findings"] = ZELTlintJson(result.findings);
+        for (const Result &result : checkFile(file, call, messages)) {
+            good = good && result.goodFlag;
+            if (options.json) {
+                results.push_back(asJson(result, isStrict(call)));
+            } else {
+                print(result);
             }
-            results.push_back(one);
-        } else {
-            print(file, result);
         }
         progress.advance();
     }

@@ -4,12 +4,11 @@
 #include "ZELT_Lint.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Progress.h"
-#include "ZELT_Script.h"
+#include "ZELT_Session.h"
 
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Lint.h>
 #include <NOD/NOD_Report.h>
-#include <NOD/NOD_ScriptCheck.h>
 
 #include <algorithm>
 #include <iostream>
@@ -29,7 +28,7 @@ struct Call
     bool list = false;
 };
 
-/// What came of one script.
+/// What came of one file.
 struct Result
 {
     bool goodFlag = false;
@@ -37,16 +36,28 @@ struct Result
     std::vector<NOD_LintFinding> findings;
 };
 
-/// With all mistakes of the script.
-ZELT_ScriptPtr checkScript(const std::string &file, NOD_Report &said)
+/// Judges one, and mends it where that was asked. `said` has what its reader told.
+Result lintOne(const ZELT_NodeInterface &one, const NOD_LintOptions &options, const Call &call,
+               const NOD_Report &said, ZELT_Messages &messages)
 {
-    if (file == "-") {
-        const std::string text(std::istreambuf_iterator<char>(std::cin), {});
-        return NODcheckScript(text, file, said);
+    Result result;
+    NOD_Judgement judged = NODjudge(*one.script, options, said);
+    messages.add(judged.rest);
+    result.goodFlag = judged.judgedFlag;
+    result.findings = std::move(judged.findings);
+    if (call.fix && result.goodFlag) {
+        NOD_Report report;
+        NOD_MendedScript mended = NODmendScript(one.script, one.name, options, report);
+        messages.add(report);
+        result.fixed = mended.fixed;
+        result.findings = std::move(mended.findings);
+        result.goodFlag =
+            result.fixed == 0 || ZELTwriteFile(one.name, mended.script->getText(), messages);
     }
-    return NODcheckScriptFile(file, said);
+    return result;
 }
 
+/// A script, or what the nodes of a file are instances of, each once.
 Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messages)
 {
     Result result;
@@ -56,23 +67,24 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
         return result;
     }
     NOD_Report said;
-    const ZELT_ScriptPtr script = checkScript(file, said);
-    if (!script) {
-        messages.add(said);
+    const std::vector<ZELT_NodeInterface> all =
+        ZELT_Session::openInterfaces(file, messages, &said);
+    if (call.fix && !all.empty() && !all[0].path.empty()) {
+        messages.error(file, "--fix needs a script: this one has nodes");
         return result;
     }
-    NOD_Judgement judged = NODjudge(*script, options, said);
-    messages.add(judged.rest);
-    result.goodFlag = judged.judgedFlag;
-    result.findings = std::move(judged.findings);
-    if (call.fix && result.goodFlag) {
-        NOD_Report report;
-        NOD_MendedScript mended = NODmendScript(script, file, options, report);
-        messages.add(report);
-        result.fixed = mended.fixed;
-        result.findings = std::move(mended.findings);
-        result.goodFlag =
-            result.fixed == 0 || ZELTwriteFile(file, mended.script->getText(), messages);
+    if (all.empty()) {
+        messages.add(said);
+    }
+    result.goodFlag = !all.empty();
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (all[i].first == i) {
+            Result one = lintOne(all[i], options, call, said, messages);
+            result.goodFlag = result.goodFlag && one.goodFlag;
+            result.fixed += one.fixed;
+            std::move(one.findings.begin(), one.findings.end(),
+                      std::back_inserter(result.findings));
+        }
     }
     return result;
 }

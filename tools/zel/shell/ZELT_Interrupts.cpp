@@ -86,10 +86,18 @@ ZELT_Interrupts::~ZELT_Interrupts()
     }
 }
 
-ZELT_Interrupts::Command::Command(bool stopsFlag)
+ZELT_Interrupts::Command::Command()
 {
-    theHeedsFlag.store(stopsFlag, std::memory_order_relaxed);
-    tellWatcher(stopsFlag);
+    tellWatcher(true);
+}
+
+bool ZELT_Interrupts::Command::finish()
+{
+    theHeedsFlag.store(false); // before it is asked for
+    tellWatcher(false);
+    const bool goesOnFlag = !BAS_Interrupt::isRequested();
+    BAS_Interrupt::clear();
+    return goesOnFlag;
 }
 
 ZELT_Interrupts::Command::~Command()

@@ -141,7 +141,7 @@ void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &w
     const TRK_EvalContext::Scope context(BASgetSTID(), myTime);
     const TRK_EvalContext::Work work;
     const ZEL_InputBudget budget(std::int64_t(line.size()));
-    const ZELT_Interrupts::Command running((command.flags & ZELT_SHELL_FINISHES) == 0);
+    const ZELT_Interrupts::Command running;
     if ((command.flags & ZELT_SHELL_SEES_MESSAGES) != 0) {
         callAndTell(command, words);
         takeInterrupt(nullptr);
@@ -166,12 +166,16 @@ void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &w
 /// What a command that was stopped has changed may be half of it.
 void ZELT_Shell::takeInterrupt(NOD_Edit *step)
 {
-    if (!BAS_Interrupt::isRequested()) {
-        return;
+    // What takes it back evaluates, too.
+    if (BAS_Interrupt::isRequested() && !finish()) {
+        const bool backFlag = step && step->cancel();
+        fail(backFlag ? "interrupted: nothing is changed" : "interrupted");
     }
-    BAS_Interrupt::clear();
-    const bool backFlag = step && step->cancel();
-    fail(backFlag ? "interrupted: nothing is changed" : "interrupted");
+}
+
+bool ZELT_Shell::finish()
+{
+    return ZELT_Interrupts::Command::finish();
 }
 
 bool ZELT_Shell::runAction(const ZELT_ShellAction *begin, const ZELT_ShellAction *end,

@@ -41,8 +41,7 @@ enum ZELT_ShellFlag : unsigned
 {
     ZELT_SHELL_PLAIN = 0,
     ZELT_SHELL_EDITS = 1,         ///< a step that can be undone
-    ZELT_SHELL_SEES_MESSAGES = 2, ///< the messages of earlier commands are in the error manager
-    ZELT_SHELL_FINISHES = 4       ///< an interrupt doesn't stop it: it writes files or restores
+    ZELT_SHELL_SEES_MESSAGES = 2 ///< the messages of earlier commands are in the error manager
 };
 
 /// A command, as a row of its subject's table.
@@ -128,6 +127,9 @@ public:
     /// \name Output and words   (what is wrong is printed)
     // ------------------------------------------------------------------ //
     void fail(const std::string &reason);
+    /// From here on the command isn't stopped by Ctrl-C, as before it writes a file. False if it was before: then it
+    /// undoes what it did, and fails.
+    static bool finish();
     /// Each error of a report is a reason; warnings are printed as they are.
     void tell(const NOD_Report &report);
     /// Fails with `fault`, after the name of the file that it concerns; does nothing for "".
