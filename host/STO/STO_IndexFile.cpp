@@ -63,9 +63,12 @@ public:
         while (nextLine()) {
             if (startsWith(myLine, theSection)) {
                 // A line that breaks off a section may be the first of the next one.
-                while (!readSection() && startsWith(myLine, theSection)) {
+                bool whole = readSection();
+                while (!whole && startsWith(myLine, theSection)) {
+                    whole = readSection();
                 }
-                ended = false;
+                // What breaks off a section at the end of the file has been told.
+                ended = !whole && (myLine == theLastLine || myLine.data() == nullptr);
             } else if (!myLine.empty() && myLine[0] != '#') {
                 fault(STO_INDEX_DAMAGED, "a line of no section");
             } else {

@@ -75,7 +75,7 @@ std::string joined(const std::vector<std::string> &words)
 bool failRule(const std::string &word, ZELT_Messages &messages)
 {
     if (word.empty()) {
-        messages.error("", "--only names no rule");
+        messages.error("", "only: names no rule");
         return false;
     }
     std::vector<std::string> words;

@@ -267,7 +267,9 @@ void ZELT_Messages::takeTraceback(void *data, const char *header, const char *de
 
 void ZELT_Messages::error(const std::string &file, const std::string &text)
 {
-    add(KIT_ERROR_ABORT, theToolCategory, 0, file, 0, text);
+    const KIT_MessageEntry *const known = KITfindTextMessage(text);
+    add(KIT_ERROR_ABORT, known ? known->category : theToolCategory, known ? known->code : 0, file,
+        0, text);
 }
 
 void ZELT_Messages::add(KIT_ErrorSeverity severity, std::string category, int code,

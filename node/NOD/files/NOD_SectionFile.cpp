@@ -5,6 +5,7 @@
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_MessageCatalogue.h>
 #include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
 #include <NOD/NOD_Report.h>
 
@@ -234,6 +235,15 @@ NOD_SectionFile::placeDetail(const std::shared_ptr<const KIT_MessageDetail> &det
     return placed;
 }
 
+/// The line that a section begins with, as it is written here.
+std::string NOD_SectionFile::headerOf(std::string_view name)
+{
+    KIT_WorkBuffer line;
+    line.append("section ");
+    line.appendQuoted(name);
+    return std::string(line.view());
+}
+
 std::shared_ptr<const KIT_MessageDetail>
 NOD_SectionFile::makeDetail(const Section &section, int line, const std::string &file)
 {
@@ -247,11 +257,13 @@ NOD_SectionFile::makeDetail(const Section &section, int line, const std::string 
         detail.place.setFromText(section.text, begin, end, line);
         return placeDetail(std::make_shared<KIT_MessageDetail>(std::move(detail)), section, file);
     }
+    if (section.line > 0) {
+        const std::string header = headerOf(section.name);
+        detail.place.setFromText(header, 0, header.size(), section.line);
+    }
     detail.place.file = file;
-    detail.place.line = detail.place.endLine = section.line;
-    detail.place.column = detail.place.character = section.line > 0;
-    detail.place.offset = detail.place.endOffset = std::int64_t(section.start);
-    detail.place.endColumn = detail.place.endCharacter = detail.place.column;
+    detail.place.offset += std::int64_t(section.start) + (detail.place.offset < 0);
+    detail.place.endOffset += std::int64_t(section.start) + (detail.place.endOffset < 0);
     detail.subject = section.name;
     return std::make_shared<KIT_MessageDetail>(std::move(detail));
 }

@@ -54,6 +54,7 @@ public:
     std::int64_t getLength() const { return std::int64_t(myLength); }
 
 private:
+    static std::string headerOf(std::string_view name);
     bool readText(const std::string &file, NOD_Report &report);
     bool readBinary(const std::string &file, NOD_Report &report);
 

@@ -38,6 +38,8 @@ constexpr std::string_view thePresetStart = "#PSI_PRESET";
 constexpr std::string_view theSectionWord = "section \"";
 constexpr std::size_t theStart = 65536;
 
+constexpr const char *theNotWhole = "isn't loaded as a whole";
+
 bool startsWith(std::string_view text, std::string_view start)
 {
     return text.substr(0, start.size()) == start;
@@ -317,7 +319,7 @@ bool NOD_ValueFile::apply(NOD_Node &node, NOD_Report &report) const
         report.append(found);
     }
     if (!whole && report.getErrorCount() == before) {
-        tell(myName, "isn't loaded as a whole", report);
+        tell(myName, theNotWhole, report);
     }
     return report.getErrorCount() == before;
 }
@@ -364,6 +366,10 @@ bool NOD_ValueFile::applyStream(NOD_Node &node, NOD_Report &report) const
     const bool whole = myKind == NOD_FileKind::CHANNELS
                            ? node.loadChannels(is)
                            : node.getParms().load(is, myName.c_str(), nullptr);
+    if (!whole && KITgetErrorSeverity() < KIT_ERROR_ABORT) {
+        tell(myName, theNotWhole, report,
+             KIT_MessageSource(is).describe(KIT_MessageSource::Word::NEXT));
+    }
     return whole && checkEnd(is, myName, report);
 }
 

@@ -6,6 +6,7 @@
 #include "ZELT_Script.h"
 #include "ZELT_Session.h"
 
+#include <NOD/NOD_MenuFileCheck.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptCheck.h>
 
@@ -32,16 +33,17 @@ bool isStrict(const Call &call)
 struct Result
 {
     std::string name;
-    ZELT_ScriptPtr script; ///< null if it can't be read
+    ZELT_ScriptPtr script = nullptr; ///< null if it can't be read
     bool goodFlag = false;
-    std::vector<NOD_LintFinding> findings;
+    std::vector<NOD_LintFinding> findings = {};
+    int rows = -1; ///< of a menu's file
 };
 
 /// `said` has what its reader told.
 Result checkOne(const ZELT_NodeInterface &one, const NOD_LintOptions *rules, NOD_Report said,
                 ZELT_Messages &messages)
 {
-    Result result{one.name, one.script, false, {}};
+    Result result{one.name, one.script};
     const int before = messages.getErrorCount();
     NODcheckDescription(*one.script, one.name, said);
     if (rules) {
@@ -54,9 +56,23 @@ Result checkOne(const ZELT_NodeInterface &one, const NOD_LintOptions *rules, NOD
     return result;
 }
 
+/// A file with the rows of a menu.
+Result checkMenu(const std::string &file, ZELT_Messages &messages)
+{
+    NOD_Report report;
+    Result result{file};
+    result.rows = NODcheckMenuFile(file, report);
+    result.goodFlag = !report.hasErrors();
+    messages.add(report);
+    return result;
+}
+
 /// The script of a file, or what each of its nodes is an instance of.
 std::vector<Result> checkFile(const std::string &file, const Call &call, ZELT_Messages &messages)
 {
+    if (NODisMenuFile(file)) {
+        return {checkMenu(file, messages)};
+    }
     NOD_Report said;
     NOD_LintOptions options;
     const int before = messages.getErrorCount();
@@ -78,15 +94,19 @@ std::vector<Result> checkFile(const std::string &file, const Call &call, ZELT_Me
     }
     if (all.empty()) {
         messages.add(said);
-        results.push_back({file, nullptr, false, {}});
+        results.push_back({file});
     }
     return results;
 }
 
 void print(const Result &result)
 {
-    if (!result.script) {
+    if (!result.script && (result.rows < 0 || !result.goodFlag)) {
         std::cout << result.name << ": failed\n";
+        return;
+    }
+    if (!result.script) {
+        std::cout << result.name << ": ok, " << result.rows << " rows\n";
         return;
     }
     const std::size_t count = result.findings.size();
@@ -104,6 +124,9 @@ ZELT_Json asJson(const Result &result, bool strict)
     one["file"] = result.name;
     one["ok"] = result.goodFlag;
     one["parameters"] = result.script ? ZELT_Json(result.script->getParmCount()) : ZELT_Json();
+    if (result.rows >= 0) {
+        one["rows"] = result.rows;
+    }
     if (strict) {
         one["findings"] = ZELTlintJson(result.findings);
     }
@@ -141,7 +164,7 @@ void ZELTaddCheck(ZELT_CommandLine &line)
 {
     const auto [command, call] = line.add("check", "Parse dialog scripts and tell every message",
                                           "zel check examples/*.ds", check);
-    command.addOption("FILE", call.files, "Dialog scripts, or node and scene files").required();
+    command.addOption("FILE", call.files, "Dialog scripts, node and scene files, or files of menus").required();
     command.addFlag("--strict", call.strict, "Judge them as zel lint does, too");
     ZELTaddLintOptions(command, call.rules);
 }

@@ -10,6 +10,8 @@
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkArgs.h>
+#include <NOD/NOD_CommandCheck.h>
+#include <NOD/NOD_Report.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
@@ -260,11 +262,17 @@ void printList(const DS_CommandList &commands, const std::string &file, bool jso
     }
 }
 
-/// Null, with a message, for a file that can't be read.
+/// Null, with messages, for a file that can't be read.
 std::unique_ptr<DS_CommandList> readCommands(const std::string &file, ZELT_Messages &messages)
 {
     std::string text;
     if (!ZELTreadBytes(file, text, messages, ZELTcanBeText)) {
+        return nullptr;
+    }
+    NOD_Report report;
+    const bool goodFlag = NODcheckCommands(text, file == "-" ? "standard input" : file, report);
+    messages.add(report);
+    if (!goodFlag) {
         return nullptr;
     }
     if (file != "-") {
