@@ -225,7 +225,8 @@ std::unique_ptr<ZELT_Session> ZELT_Session::open(const ZELT_NodeCall &call, ZELT
         return nullptr;
     }
     if (!NODreadTime(call.time, session->myTime)) {
-        messages.error("", "--time " + call.time + " is no time: seconds, or a frame such as 12f");
+        messages.wordError(call.time, "--time " + call.time +
+                                          " is no time: seconds, or a frame such as 12f");
         return nullptr;
     }
     if (!ZELTapplyInputs(*session, call.inputs, session->myTime, messages)) {

@@ -1,6 +1,7 @@
 #include <NOD/NOD_ValueFile.h>
 
 #include <BAS/BAS_Character.h>
+#include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_MessageSource.h>
