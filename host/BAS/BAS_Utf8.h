@@ -22,8 +22,13 @@ inline std::size_t BASutf8Length(std::string_view text)
     }
     const std::size_t length = first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
     if (first < 0xc2 || first > 0xf4 || text.size() < length ||
-        !isBetween(1, first == 0xe0 ? 0xa0 : first == 0xf0 ? 0x90 : 0x80,
-                   first == 0xed ? 0x9f : first == 0xf4 ? 0x8f : 0xbf)) {
+        !isBetween(1,
+                   first == 0xe0   ? 0xa0
+                   : first == 0xf0 ? 0x90
+                                   : 0x80,
+                   first == 0xed   ? 0x9f
+                   : first == 0xf4 ? 0x8f
+                                   : 0xbf)) {
         return 0;
     }
     for (std::size_t i = 2; i < length; ++i) {
@@ -40,8 +45,8 @@ inline std::size_t BASprintableLength(std::string_view text)
 {
     const std::size_t length = BASutf8Length(text);
     const unsigned last = length ? static_cast<unsigned char>(text[length - 1]) : 0;
-    const bool controlFlag =
-        length == 1 ? (last < ' ' && last != '\n' && last != '\t') || last == 0x7f
-                    : length == 2 && text[0] == '\xc2' && last < 0xa0;
+    const bool controlFlag = length == 1
+                                 ? (last < ' ' && last != '\n' && last != '\t') || last == 0x7f
+                                 : length == 2 && text[0] == '\xc2' && last < 0xa0;
     return controlFlag ? 0 : length;
 }

@@ -60,6 +60,7 @@ public:
             return;
         }
         bool ended = false;
+        bool brokenFlag = false; // what follows may be the rest of a section
         while (nextLine()) {
             if (startsWith(myLine, theSection)) {
                 // A line that breaks off a section may be the first of the next one.
@@ -69,6 +70,9 @@ public:
                 }
                 // What breaks off a section at the end of the file has been told.
                 ended = !whole && (myLine == theLastLine || myLine.data() == nullptr);
+                brokenFlag = !whole;
+            } else if (brokenFlag && isOfSection()) {
+                ended = false;
             } else if (!myLine.empty() && myLine[0] != '#') {
                 fault(STO_INDEX_DAMAGED, "a line of no section");
             } else {
@@ -96,6 +100,11 @@ private:
             myLine.remove_suffix(1);
         }
         return true;
+    }
+
+    bool isOfSection() const
+    {
+        return startsWith(myLine, "\t") || myLine == theEnd || myLine == theOpenEnd;
     }
 
     bool checkHeader()

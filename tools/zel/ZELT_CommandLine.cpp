@@ -152,8 +152,8 @@ std::optional<int> ZELT_CommandLine::parse(int argc, char **argv, ZELT_Messages 
         messages.setJson(
             isOneOf("--json", {argv + 1, std::find(argv + 1, argv + argc, std::string("--"))}));
         const Unknown unknown = findUnknown(*myApp, {argv + 1, argv + argc});
-        messages.wordError(unknown.word, (unknown.text.empty() ? fault.what() : unknown.text) +
-                                             " (see --help)");
+        messages.wordError(unknown.word,
+                           (unknown.text.empty() ? fault.what() : unknown.text) + " (see --help)");
         return theWrongCall;
     }
 }

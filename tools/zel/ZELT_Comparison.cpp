@@ -6,7 +6,6 @@
 
 #include <NOD/NOD_Report.h>
 
-
 namespace
 {
 

@@ -82,7 +82,7 @@ bool failRule(const std::string &word, ZELT_Messages &messages)
     for (const NOD_LintRule &rule : NODlintRules()) {
         words.emplace_back(word[0] == 'Z' ? rule.code : rule.name);
     }
-    messages.error("", "there is no rule " + word + KITdidYouMean(word, words));
+    messages.wordError(word, "there is no rule " + word + KITdidYouMean(word, words));
     return false;
 }
 
@@ -105,8 +105,8 @@ bool ZELTreadLintOptions(const ZELT_LintCall &call, NOD_LintOptions &options,
     }
     NOD_LintLevel level = options.getLevel();
     if (!call.level.empty() && !NODreadLintLevel(call.level, level)) {
-        messages.error("", "the level is hint, warning or error, not " + call.level +
-                               KITdidYouMean(call.level, {"hint", "warning", "error"}));
+        messages.wordError(call.level, "the level is hint, warning or error, not " + call.level +
+                                           KITdidYouMean(call.level, {"hint", "warning", "error"}));
         return false;
     }
     options.setLevel(level);

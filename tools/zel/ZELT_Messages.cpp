@@ -80,7 +80,9 @@ ZELT_Json asJson(const KIT_MessagePlace &place)
     };
     ZELT_Json json;
     json["file"] = place.file.empty() ? ZELT_Json() : ZELT_Json(place.file);
-    json["argument"] = known(argumentOf(place), 1);
+    if (const int argument = argumentOf(place)) {
+        json["argument"] = argument;
+    }
     json["line"] = known(place.line, 1);
     json["column"] = known(place.column, 1);
     json["character"] = known(place.character, 1);
@@ -291,21 +293,13 @@ void ZELT_Messages::takeTraceback(void *data, const char *header, const char *de
 
 void ZELT_Messages::error(const std::string &file, const std::string &text)
 {
-    tell(file, text, nullptr);
+    add(KIT_ERROR_ABORT, "", 0, file, 0, text);
 }
 
 void ZELT_Messages::wordError(const std::string &word, const std::string &text)
 {
     const auto detail = KIT_MessageDetail::ofText(word, "", 0, word.size());
-    tell("", text, word.empty() ? nullptr : detail.get());
-}
-
-void ZELT_Messages::tell(const std::string &file, const std::string &text,
-                         const KIT_MessageDetail *detail)
-{
-    const KIT_MessageEntry *const known = KITfindTextMessage(text);
-    add(KIT_ERROR_ABORT, known ? known->category : theToolCategory, known ? known->code : 0, file,
-        0, text, detail);
+    add(KIT_ERROR_ABORT, "", 0, "", 0, text, word.empty() ? nullptr : detail.get());
 }
 
 void ZELT_Messages::add(KIT_ErrorSeverity severity, std::string category, int code,
@@ -328,7 +322,9 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, std::string category, int co
         }
     }
     if (category.empty()) {
-        category = theToolCategory;
+        const KIT_MessageEntry *const known = KITfindTextMessage(rest);
+        category = known ? known->category : theToolCategory;
+        code = known ? known->code : 0;
     }
     const std::lock_guard<std::mutex> lock(myLock);
     myErrors += severity >= KIT_ERROR_ABORT;

@@ -51,7 +51,7 @@ public:
     /// One about a word of the command line; "" is none.
     void wordError(const std::string &word, const std::string &text);
     /// A message with all its parts; a place at the start of the text (`file(line): text`) counts when
-    /// no file is given. A script's message gets the code of its text.
+    /// no file is given. A script's message, and one without a category, gets the code of its text.
     void add(KIT_ErrorSeverity severity, std::string category, int code, const std::string &file,
              int line, const std::string &text, const KIT_MessageDetail *detail = nullptr);
     void add(const NOD_Report &report);
@@ -60,7 +60,6 @@ public:
     void takeErrors(const std::string &file);
 
 private:
-    void tell(const std::string &file, const std::string &text, const KIT_MessageDetail *detail);
     static void takeScriptMessage(void *data, KIT_ErrorSeverity severity, const char *file,
                                   int line, const char *text);
     static void takeTraceback(void *data, const char *header, const char *detail);

@@ -142,9 +142,8 @@ std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_M
     return session;
 }
 
-std::vector<ZELT_NodeInterface> ZELT_Session::openInterfaces(const std::string &file,
-                                                             ZELT_Messages &messages,
-                                                             NOD_Report *mistakes)
+std::vector<ZELT_NodeInterface>
+ZELT_Session::openInterfaces(const std::string &file, ZELT_Messages &messages, NOD_Report *mistakes)
 {
     Source source;
     std::vector<ZELT_NodeInterface> all;
@@ -225,8 +224,8 @@ std::unique_ptr<ZELT_Session> ZELT_Session::open(const ZELT_NodeCall &call, ZELT
         return nullptr;
     }
     if (!NODreadTime(call.time, session->myTime)) {
-        messages.wordError(call.time, "--time " + call.time +
-                                          " is no time: seconds, or a frame such as 12f");
+        messages.wordError(call.time,
+                           "--time " + call.time + " is no time: seconds, or a frame such as 12f");
         return nullptr;
     }
     if (!ZELTapplyInputs(*session, call.inputs, session->myTime, messages)) {

@@ -664,8 +664,9 @@ std::vector<NOD_Page> NODdocument(const NOD_Interface &interface, NOD_Report &re
     const std::string name = NODpageName(interface);
     const std::unique_ptr<NOD_PageWriter> markdown = NODmarkdownWriter();
     const std::unique_ptr<NOD_PageWriter> html = NODhtmlWriter();
-    std::vector<NOD_Page> pages{{name + ".md", PageAuthor(description, pictures, *markdown).write()},
-                                {name + ".html", PageAuthor(description, pictures, *html).write()}};
+    std::vector<NOD_Page> pages{
+        {name + ".md", PageAuthor(description, pictures, *markdown).write()},
+        {name + ".html", PageAuthor(description, pictures, *html).write()}};
     for (const auto &[token, picture] : pictures) {
         pages.push_back({picture.file, picture.svg});
     }

@@ -21,15 +21,9 @@ constexpr const char *theStyle =
 class MarkdownWriter : public NOD_PageWriter
 {
 public:
-    std::string text(std::string_view text) const override
-    {
-        return NODmarkdownText(text);
-    }
+    std::string text(std::string_view text) const override { return NODmarkdownText(text); }
 
-    std::string code(std::string_view text) const override
-    {
-        return NODmarkdownCode(text);
-    }
+    std::string code(std::string_view text) const override { return NODmarkdownCode(text); }
 
     std::string strong(std::string_view text) const override
     {
@@ -44,10 +38,7 @@ public:
             std::string(std::size_t(std::min(level, theDeepestHeading)), '#') + " " + phrase + "\n";
     }
 
-    void paragraph(const std::string &phrase) override
-    {
-        myText += "\n" + phrase + "\n";
-    }
+    void paragraph(const std::string &phrase) override { myText += "\n" + phrase + "\n"; }
 
     void list(const std::vector<std::string> &phrases) override
     {
@@ -57,16 +48,12 @@ public:
         }
     }
 
-    void picture(const std::string &title, const std::string &file,
-                                 const std::string &) override
+    void picture(const std::string &title, const std::string &file, const std::string &) override
     {
         myText += "\n![" + NODmarkdownText(title) + "](" + file + ")\n";
     }
 
-    std::string finish(const std::string &) override
-    {
-        return myText;
-    }
+    std::string finish(const std::string &) override { return myText; }
 
 private:
     std::string myText;
@@ -75,10 +62,7 @@ private:
 class HtmlWriter : public NOD_PageWriter
 {
 public:
-    std::string text(std::string_view text) const override
-    {
-        return NODhtmlText(text);
-    }
+    std::string text(std::string_view text) const override { return NODhtmlText(text); }
 
     std::string code(std::string_view text) const override
     {
@@ -97,14 +81,11 @@ public:
         for (char &c : id) {
             c = c == ' ' || c == '\n' || c == '\t' ? '_' : c;
         }
-        myText +=
-            "<" + tag + (id.empty() ? "" : " id=\"" + id + "\"") + ">" + phrase + "</" + tag + ">\n";
+        myText += "<" + tag + (id.empty() ? "" : " id=\"" + id + "\"") + ">" + phrase + "</" + tag +
+                  ">\n";
     }
 
-    void paragraph(const std::string &phrase) override
-    {
-        myText += "<p>" + phrase + "</p>\n";
-    }
+    void paragraph(const std::string &phrase) override { myText += "<p>" + phrase + "</p>\n"; }
 
     void list(const std::vector<std::string> &phrases) override
     {
@@ -124,8 +105,8 @@ public:
     {
         return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
                "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>" +
-               NODhtmlText(title) + "</title>\n<style>\n" + theStyle + "</style>\n</head>\n<body>\n" +
-               myText + "</body>\n</html>\n";
+               NODhtmlText(title) + "</title>\n<style>\n" + theStyle +
+               "</style>\n</head>\n<body>\n" + myText + "</body>\n</html>\n";
     }
 
 private:

@@ -255,7 +255,7 @@ bool NOD_ValueFile::checkEnd(KIT_IStream &is, const std::string &name, NOD_Repor
         is.skipWhitespace();
     }
     if (!is.eof()) {
-        const auto detail = KIT_MessageSource(is).describe(KIT_MessageSource::Word::NEXT);
+        const auto detail = KIT_MessageSource(is).describe();
         detail->place.file = name;
         tell(name, "goes on after the stream's end, at byte " + std::to_string(is.tellg()), report,
              detail);

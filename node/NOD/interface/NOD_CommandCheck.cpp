@@ -1,10 +1,11 @@
 #include <NOD/NOD_CommandCheck.h>
 
 #include <BAS/BAS_Character.h>
+#include <KIT/KIT_MessageCatalogue.h>
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptCheck.h>
-#include <NOD/interface/NOD_ScriptShapePrivate.h>
+#include <NOD/interface/NOD_ScriptTokensPrivate.h>
 
 #include <algorithm>
 #include <memory>
@@ -12,6 +13,8 @@
 
 namespace
 {
+
+constexpr int theRestCode = 44; ///< of what stands behind the brace that closes a script
 
 /// The braces of one command.
 struct Command
@@ -48,7 +51,8 @@ std::vector<Command> findCommands(const NOD_ScriptTokens &tokens, std::string_vi
             depth = 0;
         }
         if (depth == 0 && beginFlag) {
-            column = i > 0 && tokens[i - 1].is("command") ? columnOf(text, tokens[i - 1].begin) : at;
+            column =
+                i > 0 && tokens[i - 1].is("command") ? columnOf(text, tokens[i - 1].begin) : at;
         }
         // What follows a brace too many is the rest of its command.
         const bool restFlag = depth == 0 && !all.empty() && !token.firstFlag &&
@@ -92,10 +96,12 @@ class Alone
 public:
     Alone(std::string_view text, const std::string &macros, const NOD_ScriptTokens &tokens,
           const Command &command)
-        : myBegin(std::int64_t(tokens[command.first].begin)), myMacroBytes(std::int64_t(macros.size()))
+        : myBegin(std::int64_t(tokens[command.first].begin)),
+          myMacroBytes(std::int64_t(macros.size()))
     {
         const auto begin = std::size_t(myBegin);
-        const std::size_t end = command.end < tokens.size() ? tokens[command.end].begin : text.size();
+        const std::size_t end =
+            command.end < tokens.size() ? tokens[command.end].begin : text.size();
         const auto lines = std::count(macros.begin(), macros.end(), '\n');
         // Blanks keep the columns of its first line.
         myBlanks = columnOf(text, begin);
@@ -156,7 +162,8 @@ bool NODcheckCommands(std::string_view text, const std::string &name, NOD_Report
         }
     }
     for (const NOD_Message &message : found.getMessages()) {
-        if (found.hasErrors() || message.text == theNODScriptRest) {
+        if (found.hasErrors() ||
+            (message.category == theKITScriptCategory && message.code == theRestCode)) {
             report.add(message);
         }
     }

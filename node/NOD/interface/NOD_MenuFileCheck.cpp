@@ -110,8 +110,7 @@ private:
         }
         const auto [former, newFlag] = myTokens.emplace(token, myLine);
         if (!newFlag) {
-            tell(begin, end,
-                 "line " + std::to_string(former->second) + " has the entry already");
+            tell(begin, end, "line " + std::to_string(former->second) + " has the entry already");
         }
     }
 

@@ -28,8 +28,6 @@ void addFix(KIT_MessageDetail &detail, const std::string &what, const std::strin
     detail.fixes.push_back({what, {{detail.place, text}}});
 }
 
-constexpr std::string_view theNoBrace = "Conditional doesn't start with an opening curly brace.";
-
 bool startsWith(const std::string &text, std::string_view start)
 {
     return text.compare(0, start.size(), start) == 0;
@@ -115,13 +113,6 @@ std::shared_ptr<const KIT_MessageDetail> NODcompleteDetail(const NOD_ScriptToken
         const std::string unknown = std::exchange(detail->hint, "");
         KITaddNearest(*detail, word, NODgetScriptTypeWords());
         detail->hint = unknown + (detail->hint.empty() ? "" : "; " + detail->hint);
-    }
-    if (const std::vector<std::string> *const words = NODgetScriptValueWords(text)) {
-        KITaddNearest(*detail, word, *words);
-    }
-    if (text.find(theNoBrace) != std::string::npos && tokens[at].quotedFlag) {
-        detail->place = tokens.getPlaceIn(at, 0); // of the condition, not the quote in front
-        detail->found = word.substr(0, 1);
     }
     if (own && at != own->header && tokens[own->header].line != tokens[at].line) {
         detail->related.push_back({tokens.getPlace(own->header, own->header),

@@ -1,6 +1,5 @@
 #include <NOD/interface/NOD_ScriptWordsPrivate.h>
 
-#include <TRK/TRK_Types.h>
 #include <ZEL/scripts/ZEL_ScriptShapesPrivate.h>
 
 #include <cstddef>
@@ -94,22 +93,4 @@ const std::vector<std::string> &NODgetScriptTypeWords()
         return words;
     }();
     return theTypes;
-}
-
-const std::vector<std::string> *NODgetScriptValueWords(std::string_view message)
-{
-    static const std::vector<std::string> theLevels = {"none", "dialog", "all"};
-    static const std::vector<std::string> theLanguages = {
-        TRKscriptLanguageAsString(TRK_SCRIPT_COMMAND), TRKscriptLanguageAsString(TRK_SCRIPT_PYTHON)};
-    static const std::vector<std::string> theMeanings = [] {
-        std::vector<std::string> words;
-        for (int i = TRK_MEANING_LITERAL; i <= TRK_MEANING_COLLECTION; ++i) {
-            words.emplace_back(TRKmeaningToString(TRK_StringMeaning(i)));
-        }
-        return words;
-    }();
-    return message == "parm has bad export value"   ? &theLevels
-           : message == "Invalid language for menu" ? &theLanguages
-           : message == "Invalid string meaning"    ? &theMeanings
-                                                    : nullptr;
 }

@@ -38,5 +38,3 @@ const NOD_ScriptWord *NODfindScriptWord(std::string_view word, bool inParm);
 /// All of them, for those who look for the nearest.
 const std::vector<std::string> &NODgetScriptWords(bool inParm);
 const std::vector<std::string> &NODgetScriptTypeWords();
-/// The words of which a reader's message says that the one at its place is none; null for any other message.
-const std::vector<std::string> *NODgetScriptValueWords(std::string_view message);

@@ -79,13 +79,11 @@ std::vector<Result> checkFile(const std::string &file, const Call &call, ZELT_Me
     const bool rulesFlag = isStrict(call) && ZELTreadLintFile(file, options, messages) &&
                            ZELTreadLintOptions(call.rules, options, messages);
     const bool unfitFlag = messages.getErrorCount() != before;
-    const std::vector<ZELT_NodeInterface> all =
-        ZELT_Session::openInterfaces(file, messages, &said);
+    const std::vector<ZELT_NodeInterface> all = ZELT_Session::openInterfaces(file, messages, &said);
     std::vector<Result> results;
     for (std::size_t i = 0; i < all.size(); ++i) {
         if (all[i].first == i) {
-            results.push_back(
-                checkOne(all[i], rulesFlag ? &options : nullptr, said, messages));
+            results.push_back(checkOne(all[i], rulesFlag ? &options : nullptr, said, messages));
             results.back().goodFlag = results.back().goodFlag && !unfitFlag;
         } else {
             results.push_back(results[all[i].first]);
@@ -164,7 +162,8 @@ void ZELTaddCheck(ZELT_CommandLine &line)
 {
     const auto [command, call] = line.add("check", "Parse dialog scripts and tell every message",
                                           "zel check examples/*.ds", check);
-    command.addOption("FILE", call.files, "Dialog scripts, node and scene files, or files of menus").required();
+    command.addOption("FILE", call.files, "Dialog scripts, node and scene files, or files of menus")
+        .required();
     command.addFlag("--strict", call.strict, "Judge them as zel lint does, too");
     ZELTaddLintOptions(command, call.rules);
 }

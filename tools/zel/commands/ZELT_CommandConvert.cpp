@@ -65,7 +65,8 @@ int convert(const Call &given, const ZELT_Options &, ZELT_Messages &messages)
     if (session) {
         batch.emplace(session->getNode());
     }
-    if ((!script.empty() && !session) || !ZELTreadBytes(from, bytes, messages, ZEL_ParmList::canBeStream) ||
+    if ((!script.empty() && !session) ||
+        !ZELTreadBytes(from, bytes, messages, ZEL_ParmList::canBeStream) ||
         !ZELTparseStream(bytes, from, list, stream, messages)) {
         return 1;
     }

@@ -43,8 +43,7 @@ public:
     /// Of a scene the interfaces of all nodes, each once.
     bool write(const std::string &file)
     {
-        const std::vector<ZELT_NodeInterface> all =
-            ZELT_Session::openInterfaces(file, myMessages);
+        const std::vector<ZELT_NodeInterface> all = ZELT_Session::openInterfaces(file, myMessages);
         bool good = !all.empty();
         for (std::size_t i = 0; i < all.size(); ++i) {
             good = (all[i].first != i || write(*all[i].script, all[i].name)) && good;

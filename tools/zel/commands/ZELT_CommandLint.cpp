@@ -67,8 +67,7 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
         return result;
     }
     NOD_Report said;
-    const std::vector<ZELT_NodeInterface> all =
-        ZELT_Session::openInterfaces(file, messages, &said);
+    const std::vector<ZELT_NodeInterface> all = ZELT_Session::openInterfaces(file, messages, &said);
     if (call.fix && !all.empty() && !all[0].path.empty()) {
         messages.error(file, "--fix needs a script: this one has nodes");
         return result;

@@ -377,10 +377,10 @@ void addSave(ZELT_CommandLine &line, ZELT_Command group)
 
 void ZELTaddPreset(ZELT_CommandLine &line)
 {
-    ZELT_Command group = line.addGroup("preset", "Presets on the search path (ZEL_PATH)",
-                                       "zel preset list Node light");
+    ZELT_Command group =
+        line.addGroup("preset", "Presets on the search path (ZEL_PATH)", "zel preset list");
     const Added listed = line.addTo(group, "list", "List tables, their types, or presets by name",
-                                    "zel preset list Node light", list);
+                                    "zel preset list", list);
     listed.command.addOption("TABLE", listed.call.table, "The family of node types");
     listed.command.addOption("OPNAME", listed.call.opName, "The node type");
     addSave(line, group);

@@ -40,7 +40,7 @@ using ZELT_ShellWords = std::vector<std::string>;
 enum ZELT_ShellFlag : unsigned
 {
     ZELT_SHELL_PLAIN = 0,
-    ZELT_SHELL_EDITS = 1,         ///< a step that can be undone
+    ZELT_SHELL_EDITS = 1,        ///< a step that can be undone
     ZELT_SHELL_SEES_MESSAGES = 2 ///< the messages of earlier commands are in the error manager
 };
 
