@@ -23,7 +23,7 @@ class Terminal:
         self.seen = ""
         self.child, self.fd = pty.fork()
         if self.child == 0:
-            os.environ.update(XDG_STATE_HOME=folder, TERM="xterm", LC_ALL="C.UTF-8")
+            os.environ.update(XDG_STATE_HOME=folder, ZEL_PATH=folder, TERM="xterm", LC_ALL="C.UTF-8")
             os.execv(zel, [zel, "shell", file])
         self.expect(PROMPT)
 
@@ -141,6 +141,36 @@ else:
         sys.exit("an interrupted command has failed")
     if not os.path.exists(f"{folder}/saved.parms"):
         sys.exit("a session that goes on after Ctrl-C doesn't save")
+
+    # What restores a state evaluates too, here for as long as a file is there; what it has changed is taken back.
+    flag = os.path.join(folder, "flag")
+    with open(os.path.join(folder, "block.ds"), "w") as file:
+        file.write("{ name b multiparm { name m parm { name v# type float } } parm { name n type int } }\n")
+    waits = f"2 + sum(0 for x in iter(lambda: __import__('os').path.exists('{flag}'), False))"
+    fifth = Terminal(os.path.join(folder, "block.ds"))
+    for line in (f'expr m "{waits}" python', "snapshot two", "preset save Two " + folder, "set m 1", "undo"):
+        fifth.send(line + "\n")
+        fifth.expect(PROMPT)
+    open(flag, "w").close()
+    fifth.interrupt("snapshot none")
+    fifth.interrupt("redo")
+    fifth.interrupt("preset save None " + folder)
+    os.remove(flag)
+    fifth.send("redo\n")
+    fifth.expect("set m 1")
+    fifth.expect(PROMPT)
+    open(flag, "w").close()
+    fifth.interrupt("undo")
+    fifth.interrupt("restore two")
+    fifth.interrupt("preset load Two")
+    os.remove(flag)
+    for line, answer in (("eval m", "1\r\n"), ("undo", "set m 1"), ("eval m", "2\r\n"), ("redo", "set m 1"),
+                         ("restore none", "! there is no snapshot none"), ("eval v1", "0\r\n"),
+                         ("preset load None", "! there is no preset")):
+        fifth.send(line + "\n")
+        fifth.expect(answer)
+        fifth.expect(PROMPT)
+    fifth.end()
 
     # Lines that don't come from a terminal end with the signal.
     with subprocess.Popen([zel, "shell", script], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as process:
