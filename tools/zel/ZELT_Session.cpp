@@ -133,7 +133,7 @@ std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_M
     }
     if (source.hasNodes()) {
         session.reset(new ZELT_Session);
-        if (!session->openNodes(file, source, messages)) {
+        if (!session->openNodes(file, source, messages, nullptr)) {
             session.reset();
         }
     } else if (ZELT_ScriptPtr script = loadScript(file, source, messages, nullptr)) {
@@ -157,7 +157,7 @@ ZELT_Session::openInterfaces(const std::string &file, ZELT_Messages &messages, N
         return all;
     }
     ZELT_Session session;
-    if (session.openNodes(file, source, messages)) {
+    if (session.openNodes(file, source, messages, mistakes)) {
         Firsts firsts;
         session.addInterfaces(session.getNode(), firsts, all);
         if (all.empty()) {
@@ -185,7 +185,8 @@ void ZELT_Session::addInterfaces(const NOD_Node &node, Firsts &firsts,
     }
 }
 
-bool ZELT_Session::openNodes(const std::string &file, const Source &source, ZELT_Messages &messages)
+bool ZELT_Session::openNodes(const std::string &file, const Source &source, ZELT_Messages &messages,
+                             NOD_Report *mistakes)
 {
     const std::size_t mark = NOD_ValueFile::findSection(file);
     myFile = file.substr(0, mark);
@@ -193,7 +194,11 @@ bool ZELT_Session::openNodes(const std::string &file, const Source &source, ZELT
     const bool loaded = source.bytes.empty()
                             ? loadFile(myScene, myFile, source.kind, report)
                             : loadBytes(myScene, source.bytes, source.kind, report);
-    messages.add(report);
+    if (mistakes) {
+        mistakes->append(report);
+    } else {
+        messages.add(report);
+    }
     if (!loaded || report.hasErrors()) {
         return false;
     }

@@ -78,8 +78,8 @@ public:
     /// Reads a script and makes a node of it, or reads a scene; "-" is standard input. Null after a message.
     static std::unique_ptr<ZELT_Session> open(const std::string &file, ZELT_Messages &messages);
     /// The interface of a script, of the node that `file` names, or of each node of a node or scene file, in the
-    /// order of the tree; "-" is standard input. None after a message. With `mistakes` all that a script has are
-    /// added there, else what the reader says is told.
+    /// order of the tree; "-" is standard input. None after a message. With `mistakes` all that the scripts have, and
+    /// what the reader of nodes says, are added there, else what is read is told.
     static std::vector<ZELT_NodeInterface> openInterfaces(const std::string &file,
                                                           ZELT_Messages &messages,
                                                           NOD_Report *mistakes = nullptr);
@@ -124,7 +124,8 @@ private:
     ZELT_Session() = default;
 
     void addNode(ZELT_ScriptPtr script);
-    bool openNodes(const std::string &file, const Source &source, ZELT_Messages &messages);
+    bool openNodes(const std::string &file, const Source &source, ZELT_Messages &messages,
+                   NOD_Report *mistakes);
     static bool readSource(const std::string &file, Source &source, ZELT_Messages &messages);
     using Firsts = std::unordered_map<const NOD_Interface *, std::size_t>;
     void addInterfaces(const NOD_Node &node, Firsts &firsts,

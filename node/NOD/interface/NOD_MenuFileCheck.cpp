@@ -95,7 +95,7 @@ private:
             judgeToken(begin, end, words);
         } else if (count != myFields - 1 && count > 0) {
             tell(begin + std::size_t(first - whole.begin()), end,
-                 "has " + std::to_string(count) + (count == 1 ? " field: " : " fields: ") +
+                 "has " + std::to_string(count) + (count == 1 ? " field" : " fields") + ": " +
                      std::to_string(myFields) + " make a row, " + std::to_string(myFields - 1) +
                      " a separator; the line is skipped");
         }

@@ -39,20 +39,18 @@ struct Result
     int rows = -1; ///< of a menu's file
 };
 
-/// `said` has what its reader told.
-Result checkOne(const ZELT_NodeInterface &one, const NOD_LintOptions *rules, NOD_Report said,
-                ZELT_Messages &messages)
+/// `said` has what its reader told, and gets what is to be told besides findings.
+Result checkOne(const ZELT_NodeInterface &one, const NOD_LintOptions *rules, NOD_Report &said)
 {
     Result result{one.name, one.script};
-    const int before = messages.getErrorCount();
     NODcheckDescription(*one.script, one.name, said);
+    const int before = said.getErrorCount();
     if (rules) {
         NOD_Judgement judged = NODjudge(*one.script, *rules, said);
         result.findings = std::move(judged.findings);
         said = std::move(judged.rest);
     }
-    messages.add(said);
-    result.goodFlag = result.findings.empty() && messages.getErrorCount() == before;
+    result.goodFlag = result.findings.empty() && said.getErrorCount() <= before;
     return result;
 }
 
@@ -83,15 +81,15 @@ std::vector<Result> checkFile(const std::string &file, const Call &call, ZELT_Me
     std::vector<Result> results;
     for (std::size_t i = 0; i < all.size(); ++i) {
         if (all[i].first == i) {
-            results.push_back(checkOne(all[i], rulesFlag ? &options : nullptr, said, messages));
+            results.push_back(checkOne(all[i], rulesFlag ? &options : nullptr, said));
             results.back().goodFlag = results.back().goodFlag && !unfitFlag;
         } else {
             results.push_back(results[all[i].first]);
             results.back().name = all[i].name;
         }
     }
+    messages.add(said);
     if (all.empty()) {
-        messages.add(said);
         results.push_back({file});
     }
     return results;

@@ -36,13 +36,13 @@ struct Result
     std::vector<NOD_LintFinding> findings;
 };
 
-/// Judges one, and mends it where that was asked. `said` has what its reader told.
+/// Judges one, and mends it where that was asked. `said` has what its reader told, and gets what no finding says.
 Result lintOne(const ZELT_NodeInterface &one, const NOD_LintOptions &options, const Call &call,
-               const NOD_Report &said, ZELT_Messages &messages)
+               NOD_Report &said, ZELT_Messages &messages)
 {
     Result result;
     NOD_Judgement judged = NODjudge(*one.script, options, said);
-    messages.add(judged.rest);
+    said = std::move(judged.rest);
     result.goodFlag = judged.judgedFlag;
     result.findings = std::move(judged.findings);
     if (call.fix && result.goodFlag) {
@@ -69,11 +69,9 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
     NOD_Report said;
     const std::vector<ZELT_NodeInterface> all = ZELT_Session::openInterfaces(file, messages, &said);
     if (call.fix && !all.empty() && !all[0].path.empty()) {
+        messages.add(said);
         messages.error(file, "--fix needs a script: this one has nodes");
         return result;
-    }
-    if (all.empty()) {
-        messages.add(said);
     }
     result.goodFlag = !all.empty();
     for (std::size_t i = 0; i < all.size(); ++i) {
@@ -85,6 +83,7 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
                       std::back_inserter(result.findings));
         }
     }
+    messages.add(said);
     return result;
 }
 
