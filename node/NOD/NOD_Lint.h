@@ -82,6 +82,8 @@ public:
     /// Adds what a configuration file says: a line `disable: CODES`, `only: CODES` or `level: WORD` each,
     /// with `#` before comments. Lines that say nothing are errors, and the rest is added.
     void readFile(std::string_view text, const std::string &file, NOD_Report &report);
+    /// The same of the file `.zel-lint` in the folder of a script, if there is one. False after an error.
+    bool readFolder(const std::string &script, NOD_Report &report);
 
     /// Whether findings of the rule are to be told.
     bool isOn(const NOD_LintRule &rule) const;
@@ -102,13 +104,19 @@ NOD_API std::vector<NOD_LintFinding> NODlint(const NOD_Interface &script,
 /// What a script's readers and the rules say of it, each mistake once.
 struct NOD_Judgement
 {
-    bool judgedFlag = false; ///< false after an error in the rest
+    bool judgedFlag = false; ///< false after an error in the rest: then of all that is sound
     std::vector<NOD_LintFinding> findings;
     NOD_Report rest; ///< what was said and no rule says, whether the rule is on or not
 };
 /// The findings, and what else was said when the script was read and checked.
 NOD_API NOD_Judgement NODjudge(const NOD_Interface &script, const NOD_LintOptions &options,
                                const NOD_Report &said);
+
+/// The same of a script that can't be read, of which `said` is what NODcheckScript() says: of the script without what
+/// is at fault. What may follow from what is left out isn't found.
+NOD_API NOD_Judgement NODjudgeSoundPart(
+    std::string_view text, const std::string &name, const NOD_LintOptions &options,
+    const NOD_Report &said, NOD_Interface::Includes includes = NOD_Interface::Includes::ANY);
 
 /// A file's text after the fixes of the findings in it; those that overlap an earlier one are left
 /// for another round. `applied` returns how many were made. What they do to the interface is not looked at.

@@ -257,6 +257,11 @@ TEST(Lint, KeywordsAndTypes)
              Case{"parm { name a label A type string logarithmic }\n", "3:35 Z208"},
              Case{"parm { name a label A type float_minmax size 2 logarithmic }\n", ""},
              Case{"group { name f label F grouptag { a b c d } }\n", "3:39 Z207"},
+             // Quotes in pairs are code.
+             Case{"parm { name a label x\"y type string default { [ ch(\"a\") expression ] } }\n",
+                  "3:22 Z209"},
+             Case{"parm { name a label A type string menu { [ s=\"x y\" ] language command } }\n",
+                  "3:44 Z408"},
          }) {
         EXPECT_EQ(lintContents(one.contents), one.places) << one.contents;
     }
@@ -264,38 +269,56 @@ TEST(Lint, KeywordsAndTypes)
 
 TEST(Lint, Values)
 {
-    for (const Case &one : {
-             Case{"parm { name a label A type float default { \"ch(\\\"b\\\") + (1\" } }\n",
-                  "3:59 Z302"},
-             Case{"parm { name a label A type float default { \"$F * 2\" } }\n", ""},
-             // Escapes are longer than what they mean, and some mean themselves.
-             Case{"parm { name a label A type float default { \"\\061 + \\061 +\" } }\n",
-                  "3:58 Z302"},
-             Case{"parm { name a label A type string default { \"\\q\\101`1 +`\" } }\n",
-                  "3:56 Z302"},
-             Case{"parm { name a label A type string default { \"f`1 +`.pic\" } }\n", "3:51 Z302"},
-             Case{"parm { name a label A type string default { \"it`s\" } }\n", ""},
-             Case{"parm { name a label A type toggle default { on } }\n", ""},
-             Case{"parm { name a label A type toggle default { yes } }\n", "3:45 Z304"},
-             Case{"parm { name a label A type integer default { many } }\n", "3:46 Z301"},
-             Case{"parm { name a label A type vector default { 0 5 0 } range { 0! 1! } }\n",
-                  "3:47 Z303"},
-             Case{"parm { name a label A type float default { 5 } range { 0 1 } }\n", ""},
-             Case{"parm { name a label A type ordinal default { 1 } menu { x X y Y } }\n", ""},
-             Case{"parm { name a label A type float range { 1 1 } }\n", "3:34 Z309"},
-             Case{"parm { name a label A type float range { x! 1 } }\n", "3:42 Z310"},
-             Case{"multiparm { name a label A default 30 range { 0! 20! }\n"
-                  "parm { name b# label B type float } }\n",
-                  "3:36 Z303"},
-             Case{"parm { name r label R type ramp_flt default { 1 }\n"
-                  "parmtag { rampfloatdefault \"1pos ( 0 ) 2value ( 1 )\" } }\n",
-                  "4:40 Z308"},
-             Case{"parm { name r label R type ramp_rgb default { 1 }\n"
-                  "parmtag { rampcolordefault \"1pos ( 0 ) 1c ( 1 1 )\" } }\n",
-                  "4:45 Z308"},
-             Case{"parm { name r label R type ramp_flt parmtag { rampfloatdefault \"\" } }\n",
-                  "3:64 Z308"},
-         }) {
+    for (
+        const Case &one : {
+            Case{"parm { name a label A type float default { \"ch(\\\"b\\\") + (1\" } }\n",
+                 "3:59 Z302"},
+            Case{"parm { name a label A type float default { \"$F * 2\" } }\n", ""},
+            // Escapes are longer than what they mean, and some mean themselves.
+            Case{"parm { name a label A type float default { \"\\061 + \\061 +\" } }\n",
+                 "3:58 Z302"},
+            Case{"parm { name a label A type string default { \"\\q\\101`1 +`\" } }\n",
+                 "3:56 Z302"},
+            Case{"parm { name a label A type string default { \"f`1 +`.pic\" } }\n", "3:51 Z302"},
+            Case{"parm { name a label A type string default { \"it`s\" } }\n", ""},
+            Case{"parm { name a label A type toggle default { on } }\n", ""},
+            Case{"parm { name a label A type toggle default { yes } }\n", "3:45 Z304"},
+            Case{"parm { name a label A type integer default { many } }\n", "3:46 Z301"},
+            Case{"parm { name a label A type vector default { 0 5 0 } range { 0! 1! } }\n",
+                 "3:47 Z303"},
+            Case{"parm { name a label A type float default { 5 } range { 0 1 } }\n", ""},
+            Case{"parm { name a label A type ordinal default { 1 } menu { x X y Y } }\n", ""},
+            Case{"parm { name a label A type ordinal default { 0.5 } menu { x X y Y } }\n",
+                 "3:46 Z311"},
+            Case{"parm { name a label A type intvector2 default { -1.5 5e9 } }\n",
+                 "3:49 Z311, 3:54 Z311"},
+            Case{"parm { name a label A type toggle default { 2 } }\n", "3:45 Z305"},
+            Case{"parm { name a label A type vector2 default { [ 1 litral ] [ ch(\"ax\") 1 ] } }\n",
+                 "3:50 Z312"},
+            // What is read: of a component, another node's, by a computed name, of an item.
+            Case{
+                "parm { name v label V type vector }\n"
+                "parm { name a label A type string default { \"`ch('vy')`/`ch('../x/y')`\" } }\n"
+                "parm { name b label B type float default { \"ch(\\\"v$F\\\") + ch(\\\"vw\\\")\" } }\n",
+                "5:64 Z313"},
+            Case{"multiparm { name m label M\n"
+                 "parm { name p# label P type float default { \"ch('q#') + ch('p1')\" } }\n"
+                 "parm { name q# label Q type float hidewhen \"{ ch('r#') > 1 }\" } }\n",
+                 "5:51 Z313"},
+            Case{"parm { name a label A type float range { 1 1 } }\n", "3:34 Z309"},
+            Case{"parm { name a label A type float range { x! 1 } }\n", "3:42 Z310"},
+            Case{"multiparm { name a label A default 30 range { 0! 20! }\n"
+                 "parm { name b# label B type float } }\n",
+                 "3:36 Z303"},
+            Case{"parm { name r label R type ramp_flt default { 1 }\n"
+                 "parmtag { rampfloatdefault \"1pos ( 0 ) 2value ( 1 )\" } }\n",
+                 "4:40 Z308"},
+            Case{"parm { name r label R type ramp_rgb default { 1 }\n"
+                 "parmtag { rampcolordefault \"1pos ( 0 ) 1c ( 1 1 )\" } }\n",
+                 "4:45 Z308"},
+            Case{"parm { name r label R type ramp_flt parmtag { rampfloatdefault \"\" } }\n",
+                 "3:64 Z308"},
+        }) {
         EXPECT_EQ(lintContents(one.contents), one.places) << one.contents;
     }
 }
@@ -489,6 +512,23 @@ TEST(Lint, OptionsChooseRules)
     EXPECT_EQ(told, ".zel-lint(2): there is no rule Z2\n"
                     ".zel-lint(3): the level is hint, warning or error, not high\n"
                     ".zel-lint(4): a line says disable:, only: or level:\n");
+}
+
+TEST(Lint, TheFolderHasItsOptions)
+{
+    const Folder folder;
+    NOD_LintOptions options;
+    NOD_Report report;
+    const std::string script = folder.write("a.ds", whole("parm { name \"a\" type float }\n"));
+    EXPECT_TRUE(options.readFolder(script, report));
+    EXPECT_TRUE(options.isOn(NODlintRules().front()));
+    const std::string file = folder.write(".zel-lint", "disable: Z101\nwibble\n");
+    EXPECT_FALSE(options.readFolder(script, report));
+    EXPECT_EQ(report.asText(), file + "(2): a line says disable:, only: or level:\n");
+    EXPECT_FALSE(options.isOn(NODlintRules().front()));
+    fs::remove(file);
+    fs::create_directory(file);
+    EXPECT_FALSE(options.readFolder(script, report));
 }
 
 // ---------------------------------------------------------------------- //
@@ -685,6 +725,63 @@ TEST(Lint, FixesKeepTheRest)
             EXPECT_TRUE(!left.hasFix() || !told.isEmpty()) << left.asText() << text;
         }
     }
+}
+
+/// What the rules say of the sound part of a script that can't be read, and what else is said.
+NOD_Judgement judgeBroken(const std::string &text)
+{
+    NOD_Report said;
+    EXPECT_FALSE(NODcheckScript(text, "example", said)) << text;
+    return NODjudgeSoundPart(text, "example", {}, said);
+}
+
+bool isFoundIn(const NOD_LintFinding &one, const std::vector<NOD_LintFinding> &all)
+{
+    return std::any_of(all.begin(), all.end(), [&one](const NOD_LintFinding &other) {
+        return one.rule == other.rule && one.message.subject == other.message.subject &&
+               one.message.text == other.message.text;
+    });
+}
+
+// A mistake elsewhere takes no finding away, and one in the middle adds none.
+TEST(Lint, TheSoundPartIsJudged)
+{
+    for (const NOD_LintRule &rule : NODlintRules()) {
+        const std::string code = rule.code;
+        if ((needsPython(rule) && !SNKisPythonBuiltIn()) || code == "Z501" || code == "Z503") {
+            continue; // where it ends, and what it includes, is another matter then
+        }
+        const std::string example = rule.example;
+        const std::string broken = whole(example + "parm { name zz lable \"Z\" type float }\n");
+        EXPECT_EQ(asText(judgeBroken(broken).findings), asText(lintText(whole(example))));
+        const std::vector<NOD_LintFinding> whatIs = lintText(whole(example));
+        for (std::size_t at = example.find(" name "); at != std::string::npos;
+             at = example.find(" name ", at + 1)) {
+            for (const char *const junk :
+                 {" lable \"X\"", " zork", " tpye float", " parmtag { x }"}) {
+                const std::string text =
+                    whole(std::string(example).insert(at, junk)); // in front of the name
+                for (const NOD_LintFinding &one : judgeBroken(text).findings) {
+                    EXPECT_TRUE(isFoundIn(one, whatIs)) << one.asText() << "\n" << text;
+                }
+            }
+        }
+    }
+}
+
+// Each fix is one of the whole: it takes no line away that holds what can't be read.
+TEST(Lint, FixesOfTheSoundPart)
+{
+    const std::string text = whole("parm { name a label A type integer\n lable B logarithmic\n"
+                                   " default { 0.5 } }\n");
+    const NOD_Judgement judged = judgeBroken(text);
+    EXPECT_EQ(places(judged.findings), "4:10 Z208, 5:12 Z311");
+    EXPECT_FALSE(judged.judgedFlag);
+    EXPECT_EQ(judged.rest.asText(), "example(4): Dialog Script: unknown identifier: 'lable'\n");
+    ASSERT_EQ(judged.findings.size(), 2u);
+    EXPECT_FALSE(judged.findings[0].hasFix());
+    EXPECT_TRUE(judged.findings[1].hasFix());
+    EXPECT_EQ(judged.findings[0].message.detail->place.source, " lable B logarithmic");
 }
 
 // Each mistake once, whoever finds it.

@@ -149,6 +149,43 @@ TEST(ScriptMistakes, EachOneIsTold)
               "2:8-12 (2) Dialog Script: unknown identifier: 'nmae'\n");
 }
 
+// One message for one mistake, however much of the script is behind it.
+TEST(ScriptMistakes, OneMistakeIsOneMessage)
+{
+    const auto script = [](const std::string &contents) {
+        return "{\nname x\n" + contents + "}\n";
+    };
+    const std::string needs = "Expecting open brace for script\n";
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {script("parm { name a label A }\n/* open\nparm { name b }\n"),
+         "4:1-3 (4) a comment is never closed\n"},
+        {script("parm { name a /* open\n label A }\n"), "3:15-17 (3) a comment is never closed\n"},
+        // A block that isn't there, and one with its name in front.
+        {script("multiparm\nparm { name b }\n"), "3:1-10 (4) " + needs},
+        {script("group\n"), "3:1-6 (4) " + needs},
+        {script("multiparm name m\nparm { name b# }\n"), "3:1-10 (3) " + needs},
+        {script("multiparm m {\n name m\n parm { name b# }\n}\n"), "3:1-12 (3) " + needs},
+        // A text in braces.
+        {script("parm {\n name a\n help { \"b\" }\n type float\n}\n"),
+         "5:9-12 (5) Dialog Script: unknown identifier: 'b'\n"},
+    };
+    for (const auto &[text, told] : cases) {
+        EXPECT_EQ(check(text), told) << text;
+    }
+    // Suggestions of the words that a message is about.
+    for (const auto &[body, hint] : std::vector<std::pair<const char *, const char *>>{
+             {"export viwer", ""},
+             {"export al", "all"},
+             {"default { [ \"1\" expresion ] }", "expression"},
+             {"menu { [ \"x\" ] language pyton }", "python"}}) {
+        NOD_Report report;
+        NODcheckScript("{ name x parm { name a " + std::string(body) + " } }", "s.ds", report);
+        ASSERT_EQ(report.getMessages().size(), 1u) << body;
+        const KIT_MessageDetail &detail = *report.getMessages()[0].detail;
+        EXPECT_EQ(detail.expected.empty() ? "" : detail.expected[0], hint) << body;
+    }
+}
+
 // Also after the first mistake, where the reader stops, in the order of the script.
 // What can be read is judged, and only what doesn't follow from what can't.
 TEST(ScriptMistakes, WhatIsLeftIsJudged)

@@ -10,10 +10,10 @@ Each line of a session is an object, or a comment after `#`:
     {"open": NAME, "text": TEXT}            a document of the folder `tests/tool/lsp/files`; without a text the file's
     {"change": NAME, "from": OLD, "to": NEW}   replaces the first OLD
     {"close": NAME}
-    {"raw": TEXT, "answers": N}             bytes as they are, with {LENGTH:TEXT} for a frame and $FOLDER for the folder
+    {"raw": TEXT, "answers": N}             bytes as they are, with {LENGTH:TEXT} for a frame
     {"end": CODE}                           closes the input; the server ends with that code
 
-`doc` and `at` of a request are its document and position, the latter as the text around it with `@` in its place;
+$FOLDER is the folder. `doc` and `at` of a request are its document and position, the latter as the text around it with `@` in its place;
 `to` ends a range that begins there. `open` and `change` wait for the diagnostics, unless `wait` is false.
 The answers are written in SESSION.out, with $FOLDER for the folder.
 """
@@ -120,7 +120,7 @@ class Server:
 
     def run(self, step):
         if "raw" in step:
-            self.write(frames(step["raw"].replace("$FOLDER", self.folder)))
+            self.write(frames(step["raw"]))
             for _ in range(step.get("answers", 1)):
                 self.read()
         elif "request" in step:
@@ -175,7 +175,7 @@ def main():
             if line.startswith("#"):
                 server.out.append(line.rstrip())
                 continue
-            step = json.loads(line)
+            step = json.loads(line.replace("$FOLDER", folder))
             server.out.append("> " + line.strip())
             if "end" in step:
                 code = step["end"]

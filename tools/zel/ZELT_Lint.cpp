@@ -1,42 +1,20 @@
 #include "ZELT_Lint.h"
 
 #include "ZELT_Command.h"
-#include "ZELT_File.h"
 #include "ZELT_Format.h"
 #include "ZELT_Messages.h"
 
-#include <KIT/KIT_Error.h>
 #include <KIT/KIT_Nearest.h>
 #include <NOD/NOD_Report.h>
 
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 
 bool ZELTreadLintFile(const std::string &script, NOD_LintOptions &options, ZELT_Messages &messages)
 {
-    const std::string file = (std::filesystem::path(script).parent_path() / ".zel-lint").string();
-    std::error_code fault;
-    if (!std::filesystem::exists(file, fault)) {
-        return true;
-    }
-    if (!std::filesystem::is_regular_file(file, fault)) {
-        messages.error(file, "is no file");
-        return false;
-    }
-    errno = 0;
-    std::ifstream is(file, std::ios::binary);
-    const std::string text(std::istreambuf_iterator<char>(is), {});
-    if (!is.is_open() || is.bad()) {
-        messages.error(file, "can't be read: " + KITsystemReason());
-        return false;
-    }
     NOD_Report report;
-    options.readFile(text, file, report);
+    const bool goodFlag = options.readFolder(script, report);
     messages.add(report);
-    return !report.hasErrors();
+    return goodFlag;
 }
 
 void ZELTprintLint(const std::vector<NOD_LintFinding> &findings)

@@ -153,6 +153,10 @@ ZELT_Session::openInterfaces(const std::string &file, ZELT_Messages &messages, N
     if (!source.hasNodes()) {
         if (ZELT_ScriptPtr script = loadScript(file, source, messages, mistakes)) {
             all.push_back({file, "", std::move(script), 0});
+        } else if (unread && source.kind == NOD_FileKind::SCRIPT) {
+            NOD_Report told; // with the mistakes
+            *unread = std::move(source.bytes);
+            static_cast<void>(file == "-" || ZELTreadBytes(file, *unread, told, ZELTcanBeText));
         }
         return all;
     }

@@ -79,10 +79,12 @@ public:
     static std::unique_ptr<ZELT_Session> open(const std::string &file, ZELT_Messages &messages);
     /// The interface of a script, of the node that `file` names, or of each node of a node or scene file, in the
     /// order of the tree; "-" is standard input. None after a message. With `mistakes` all that the scripts have, and
-    /// what the reader of nodes says, are added there, else what is read is told.
+    /// what the reader of nodes says, are added there, else what is read is told; `unread`
+    /// returns the text of a script that can't be read.
     static std::vector<ZELT_NodeInterface> openInterfaces(const std::string &file,
                                                           ZELT_Messages &messages,
-                                                          NOD_Report *mistakes = nullptr);
+                                                          NOD_Report *mistakes = nullptr,
+                                                          std::string *unread = nullptr);
     /// A node with its values and changes; null after a message if any of them is wrong.
     static std::unique_ptr<ZELT_Session> open(const ZELT_NodeCall &call, ZELT_Messages &messages);
 

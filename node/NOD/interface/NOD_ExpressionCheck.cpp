@@ -112,8 +112,8 @@ struct Written
 class Check
 {
 public:
-    Check(const NOD_Interface &script, NOD_Report &report, KIT_ErrorSeverity severity)
-        : myScript(script), myReport(report), mySeverity(severity), myPlaces(script)
+    Check(NOD_ScriptPlaces &places, NOD_Report &report, KIT_ErrorSeverity severity)
+        : myScript(places.getScript()), myReport(report), mySeverity(severity), myPlaces(places)
     {}
 
     int run();
@@ -132,7 +132,7 @@ private:
     KIT_ErrorSeverity mySeverity;
     int myFaults = 0;
     std::vector<const ZEL_Template *> myArrays; ///< around the present one
-    NOD_ScriptPlaces myPlaces;
+    NOD_ScriptPlaces &myPlaces;
 };
 
 int Check::run()
@@ -271,5 +271,11 @@ bool NODcheckPythonScript(const std::string &text, NOD_ExpressionFault &fault)
 
 int NODcheckExpressions(const NOD_Interface &script, NOD_Report &report, KIT_ErrorSeverity severity)
 {
-    return Check(script, report, severity).run();
+    NOD_ScriptPlaces places(script);
+    return NODcheckExpressions(places, report, severity);
+}
+
+int NODcheckExpressions(NOD_ScriptPlaces &places, NOD_Report &report, KIT_ErrorSeverity severity)
+{
+    return Check(places, report, severity).run();
 }

@@ -78,8 +78,8 @@ private:
 
     void collect(const ZEL_Template *templates, int depth, bool rampPartFlag);
     void addNames(Placed &at);
-    void fault(const Placed &at, NOD_FaultKind kind, const std::string &text, std::string word = {},
-               int component = 0, std::string hint = {});
+    NOD_InterfaceFault &fault(const Placed &at, NOD_FaultKind kind, const std::string &text,
+                              std::string word = {}, int component = 0, std::string hint = {});
 
     void checkToken(const Placed &at);
     void tellTwins(const Placed &at);
@@ -91,7 +91,7 @@ private:
     void checkFolders(const Placed &at);
 
     void checkCondition(const Placed &at, const ZEL_ConditionalBase *base);
-    void checkComparison(const Placed &at, const std::string &place,
+    void checkComparison(const Placed &at, const std::string &keyword,
                          const ZEL_ConditionalInfo &group, int index);
     const NOD_NoOperator *findNoOperator(const Placed &at, const ZEL_Conditional &one) const;
     std::string nearestHint(const std::string &name);
@@ -158,10 +158,11 @@ void Check::collect(const ZEL_Template *templates, int depth, bool rampPartFlag)
     myPath.pop_back();
 }
 
-void Check::fault(const Placed &at, NOD_FaultKind kind, const std::string &text, std::string word,
-                  int component, std::string hint)
+NOD_InterfaceFault &Check::fault(const Placed &at, NOD_FaultKind kind, const std::string &text,
+                                 std::string word, int component, std::string hint)
 {
-    myFound.faults.push_back({kind, at.one, text, std::move(word), component, std::move(hint)});
+    myFound.faults.push_back({kind, at.one, text, std::move(word), component, std::move(hint), {}});
+    return myFound.faults.back();
 }
 
 void Check::checkToken(const Placed &at)
@@ -261,10 +262,11 @@ void Check::checkDefaults(const Placed &at)
             continue;
         }
         if (range->constrain(value->getFloat()) != value->getFloat()) {
+            const std::string number = KIT_Digits(value->getFloat()).buffer();
             fault(at, NOD_FaultKind::DEFAULT_RANGE,
-                  std::string("the default ") + KIT_Digits(value->getFloat()).buffer() +
-                      " is outside of the hard range",
-                  KIT_Digits(range->constrain(value->getFloat())).buffer(), i);
+                  "the default " + number + " is outside of the hard range",
+                  KIT_Digits(range->constrain(value->getFloat())).buffer(), i)
+                .found = number;
         }
     }
 }
@@ -341,15 +343,16 @@ void Check::checkCondition(const Placed &at, const ZEL_ConditionalBase *base)
         if (!one) {
             continue;
         }
-        const std::string place = std::string(ZEL_Conditional::getName(type, false)) + ": ";
+        const std::string keyword = ZEL_Conditional::getName(type, false);
         if (const NOD_NoOperator *const word = findNoOperator(at, *one)) {
-            fault(at, NOD_FaultKind::CONDITION, place + word->getText(), std::string(word->word), 0,
-                  word->getHint());
+            fault(at, NOD_FaultKind::CONDITION, keyword + ": " + word->getText(),
+                  std::string(word->word), 0, word->getHint())
+                .found = keyword;
             continue; // the rest is read as it wasn't meant
         }
         for (int i = 0; i < one->entries(); ++i) {
             for (int j = 0; j < (*one)(i)->entries(); ++j) {
-                checkComparison(at, place, *(*one)(i), j);
+                checkComparison(at, keyword, *(*one)(i), j);
             }
         }
     }
@@ -382,16 +385,17 @@ const NOD_NoOperator *Check::findNoOperator(const Placed &at, const ZEL_Conditio
     return nullptr;
 }
 
-void Check::checkComparison(const Placed &at, const std::string &place,
+void Check::checkComparison(const Placed &at, const std::string &keyword,
                             const ZEL_ConditionalInfo &group, int index)
 {
     const KIT_String &left = group.getControlParms()(index);
     if (left.lastChar() != ')' && !myNames.isKnown(left.toStdString(), at.depth)) {
         const bool wordFlag = isWord(left.view(), false);
         fault(at, NOD_FaultKind::CONDITION,
-              place + "there is no parameter " + left.toStdString() +
+              keyword + ": there is no parameter " + left.toStdString() +
                   (wordFlag ? "" : "; an expression is one that ends in a parenthesis"),
-              left.toStdString(), 0, wordFlag ? nearestHint(left.toStdString()) : "");
+              left.toStdString(), 0, wordFlag ? nearestHint(left.toStdString()) : "")
+            .found = keyword;
     }
     const ZEL_ConditionalOperator op = group.getOperators()(index);
     if (op == ZEL_CONDOP_MATCH || op == ZEL_CONDOP_NOMATCH) {
@@ -399,9 +403,10 @@ void Check::checkComparison(const Placed &at, const std::string &place,
         const KIT_Regex pattern(value.nonNullStr());
         if (!pattern.isValid()) {
             fault(at, NOD_FaultKind::CONDITION,
-                  place + value.toStdString() +
+                  keyword + ": " + value.toStdString() +
                       " is no regular expression: " + pattern.getErrorText().nonNullStr(),
-                  value.toStdString());
+                  value.toStdString())
+                .found = keyword;
         }
     }
 }
@@ -513,14 +518,6 @@ const ZEL_Template *findOther(const ParmsByToken &parms, const std::string &toke
     return found == row->second.end() ? nullptr : *found;
 }
 
-/// The word of a text that begins after `start`, up to the blank or the end.
-std::string wordAfter(const std::string &text, std::string_view start)
-{
-    const std::size_t at = text.find(start);
-    const std::size_t begin = at == std::string::npos ? text.size() : at + start.size();
-    return text.substr(begin, text.find(' ', begin) - begin);
-}
-
 /// Where the script says what a fault is about.
 std::shared_ptr<KIT_MessageDetail> findFault(NOD_ScriptPlaces &places,
                                              const NOD_InterfaceFault &fault)
@@ -529,14 +526,11 @@ std::shared_ptr<KIT_MessageDetail> findFault(NOD_ScriptPlaces &places,
     const std::string token = one.getToken() ? one.getToken() : "";
     switch (fault.kind) {
     case NOD_FaultKind::RANGE: return places.findWord(one, "range", {});
-    case NOD_FaultKind::DEFAULT_RANGE:
+    case NOD_FaultKind::DEFAULT_RANGE: return places.findWord(one, "default", fault.found);
     case NOD_FaultKind::DEFAULT_WORD:
-        return places.findWord(one, "default", wordAfter(fault.text, "the default "));
     case NOD_FaultKind::DEFAULT_INDEX: return places.findWord(one, "default", fault.word);
     case NOD_FaultKind::MENU_TWINS: return places.findWord(one, "menu", fault.word);
-    case NOD_FaultKind::CONDITION: {
-        return places.findOperand(one, fault.text.substr(0, fault.text.find(':')), fault.word);
-    }
+    case NOD_FaultKind::CONDITION: return places.findOperand(one, fault.found, fault.word);
     case NOD_FaultKind::FOLDERS:
     case NOD_FaultKind::BLOCK: return places.findWord(one, "", {});
     default: return places.findWord(one, "name", token);
@@ -627,7 +621,12 @@ int NODcheckInterface(const ZEL_Template *templates, NOD_Report &report, KIT_Err
 int NODcheckInterface(const NOD_Interface &script, NOD_Report &report, KIT_ErrorSeverity severity)
 {
     NOD_ScriptPlaces places(script);
-    return tellFaults(script.getTemplates(), &places, report, severity);
+    return NODcheckInterface(places, report, severity);
+}
+
+int NODcheckInterface(NOD_ScriptPlaces &places, NOD_Report &report, KIT_ErrorSeverity severity)
+{
+    return tellFaults(places.getScript().getTemplates(), &places, report, severity);
 }
 
 int NODcheckMenuScripts(const ZEL_Template *templates, NOD_Report &report,
@@ -639,5 +638,10 @@ int NODcheckMenuScripts(const ZEL_Template *templates, NOD_Report &report,
 int NODcheckMenuScripts(const NOD_Interface &script, NOD_Report &report, KIT_ErrorSeverity severity)
 {
     NOD_ScriptPlaces places(script);
-    return tellMenuScripts(script.getTemplates(), &places, report, severity);
+    return NODcheckMenuScripts(places, report, severity);
+}
+
+int NODcheckMenuScripts(NOD_ScriptPlaces &places, NOD_Report &report, KIT_ErrorSeverity severity)
+{
+    return tellMenuScripts(places.getScript().getTemplates(), &places, report, severity);
 }

@@ -36,9 +36,10 @@ struct NOD_InterfaceFault
     NOD_FaultKind kind;
     const ZEL_Template *parm;
     std::string text;
-    std::string word; ///< as the kind says
-    int component;    ///< of a default
-    std::string hint; ///< what would help; "" for nothing
+    std::string word;  ///< as the kind says
+    int component;     ///< of a default
+    std::string hint;  ///< what would help; "" for nothing
+    std::string found; ///< the number of a default in a range, the keyword of a condition
 };
 
 struct NOD_InterfaceFaults

@@ -32,11 +32,11 @@ void collect(const ZEL_ScriptPage &page, NOD_ScriptParms &parms)
 class NameCheck
 {
 public:
-    NameCheck(const NOD_Interface &script, NOD_Report &report)
-        : myFile(script.getFile()), myParms(NODscriptParms(script)), myPlaces(script),
-          myReport(report)
+    NameCheck(NOD_ScriptPlaces &places, NOD_Report &report)
+        : myFile(places.getScript().getFile()), myParms(NODscriptParms(places.getScript())),
+          myPlaces(places), myReport(report)
     {
-        tell(script.getTemplates(), 0);
+        tell(places.getScript().getTemplates(), 0);
     }
 
 private:
@@ -45,7 +45,7 @@ private:
 
     const std::string &myFile;
     const NOD_ScriptParms myParms;
-    NOD_ScriptPlaces myPlaces;
+    NOD_ScriptPlaces &myPlaces;
     NOD_Report &myReport;
 };
 
@@ -135,5 +135,11 @@ NOD_ScriptParms NODscriptParms(const NOD_Interface &script)
 
 void NODcheckNames(const NOD_Interface &script, NOD_Report &report)
 {
-    NameCheck(script, report);
+    NOD_ScriptPlaces places(script);
+    NODcheckNames(places, report);
+}
+
+void NODcheckNames(NOD_ScriptPlaces &places, NOD_Report &report)
+{
+    NameCheck(places, report);
 }

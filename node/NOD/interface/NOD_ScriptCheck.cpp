@@ -7,6 +7,7 @@
 #include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/NOD_InterfaceCheck.h>
 #include <NOD/interface/NOD_ScriptDetailPrivate.h>
+#include <NOD/interface/NOD_ScriptPlacesPrivate.h>
 #include <NOD/interface/NOD_ScriptStreamPrivate.h>
 #include <NOD/interface/NOD_SoundPartPrivate.h>
 #include <ZEL/ZEL_ParmTypes.h>
@@ -60,9 +61,6 @@ int Piece::find(std::size_t offset) const
     return after == tokens.begin() ? -1 : (after - 1)->second;
 }
 
-constexpr std::string_view theSurplus = "Too many defaults specified";
-constexpr std::string_view theNoType = "Unknown parameter type";
-
 /// Reads the blocks of a script one by one, each again without the statement at which it stopped.
 class Pass
 {
@@ -110,14 +108,10 @@ private:
 std::vector<Placed> Pass::run()
 {
     for (const Shape::Fault &fault : myShape.getFaults()) {
-        if (fault.afterFlag && fault.token + 1 == myTokens.size() && myTokens.isEndMissing()) {
-            continue; // the brace is where nothing is read
-        }
         auto detail = std::make_shared<KIT_MessageDetail>(*NODmakeDetail(myTokens, myShape, fault));
         detail->hint = fault.hint;
-        NOD_Message message = {
-            KIT_ERROR_ABORT, detail->place.file,   detail->place.line,    {},
-            fault.text,      theKITCommonCategory, KIT_COMMON_BAD_SCRIPT, detail};
+        NOD_Message message = {KIT_ERROR_ABORT, detail->place.file,   detail->place.line, {},
+                               fault.text,      theKITScriptCategory, fault.code,         detail};
         myPlaced.push_back({fault.token, std::move(message)});
     }
     const int blocks = int(myShape.getBlocks().size());
@@ -129,8 +123,8 @@ std::vector<Placed> Pass::run()
         message.severity = KIT_ERROR_WARNING;
         message.file = myTokens.getPlace(0, 0).file;
         message.text = "the script has more mistakes than are looked for; there may be others";
-        message.category = theKITCommonCategory;
-        message.code = KIT_COMMON_BAD_SCRIPT;
+        message.category = theKITScriptCategory;
+        message.code = NOD_SCRIPT_MORE_MISTAKES;
         myPlaced.push_back({myTokens.size(), std::move(message)});
     }
     return std::move(myPlaced);
@@ -263,10 +257,9 @@ void Pass::leaveRepeats(int block, const std::vector<bool> &dropped,
     }
     std::set<std::pair<int, std::string>> told;
     const auto end = std::remove_if(said.begin(), said.end(), [&](const Placed &one) {
-        const std::string &text = one.message.text;
-        sizedFlag = sizedFlag && text.compare(0, theNoType.size(), theNoType) != 0;
-        return (text == theSurplus && !sizedFlag) ||
-               !told.emplace(findStatement(block, one.token), text).second;
+        sizedFlag = sizedFlag && !NODisMessage(one.message, NOD_SCRIPT_NO_TYPE);
+        return (NODisMessage(one.message, NOD_SCRIPT_SURPLUS_DEFAULTS) && !sizedFlag) ||
+               !told.emplace(findStatement(block, one.token), one.message.text).second;
     });
     said.erase(end, said.end());
 }
@@ -332,7 +325,7 @@ bool Pass::read(const Piece &piece, std::vector<Placed> &said) const
         const int token =
             piece.find(message.detail ? std::size_t(message.detail->place.offset) : 0);
         if (token >= 0) {
-            message.detail = NODcompleteDetail(myTokens, myShape, token, message.text);
+            message.detail = NODcompleteDetail(myTokens, myShape, token, message);
             message.file = message.detail->place.file;
             message.line = myTokens[token].line;
             said.push_back({token, std::move(message)});
@@ -358,8 +351,8 @@ void addOnce(const NOD_Report &from, NOD_Report &report)
 {
     std::set<std::pair<std::string, std::int64_t>> told;
     for (const NOD_Message &message : from.getMessages()) {
-        const bool surplusFlag = message.text == theSurplus;
-        const bool typeFlag = message.text.compare(0, theNoType.size(), theNoType) == 0;
+        const bool surplusFlag = NODisMessage(message, NOD_SCRIPT_SURPLUS_DEFAULTS);
+        const bool typeFlag = NODisMessage(message, NOD_SCRIPT_NO_TYPE);
         const bool countFlag = message.detail && (surplusFlag || typeFlag);
         const bool newFlag = !countFlag || told.insert(parmOf(*message.detail)).second;
         if (newFlag || !surplusFlag) {
@@ -409,7 +402,7 @@ void Merge::addReader(const NOD_Report &reader)
         const bool errorFlag = message.severity >= KIT_ERROR_ABORT;
         if (causedFlag && (!caused || (errorFlag && caused->severity < KIT_ERROR_ABORT))) {
             caused = &message;
-        } else if (!causedFlag &&
+        } else if (!causedFlag && (firstFlag || !errorFlag || !myTokens.isEndMissing()) &&
                    ((firstFlag && errorFlag) || faults.empty() || token < faults[0].token)) {
             keep({token, message}, false);
         }
@@ -509,7 +502,7 @@ bool hasRest(const NOD_Report &reader)
 {
     const std::vector<NOD_Message> &messages = reader.getMessages();
     return std::any_of(messages.begin(), messages.end(),
-                       [](const NOD_Message &one) { return one.text == theNODScriptRest; });
+                       [](const NOD_Message &one) { return NODisMessage(one, NOD_SCRIPT_REST); });
 }
 
 /// Whether a line that looks like a directive stands in front of a whole script.
@@ -573,10 +566,11 @@ std::shared_ptr<const NOD_Interface> NODcheckScript(std::string_view text, const
 void NODcheckDescription(const NOD_Interface &script, const std::string &file, NOD_Report &report)
 {
     NOD_Report faults;
-    NODcheckNames(script, faults);
-    NODcheckInterface(script, faults);
-    NODcheckMenuScripts(script, faults);
-    NODcheckExpressions(script, faults);
+    NOD_ScriptPlaces places(script);
+    NODcheckNames(places, faults);
+    NODcheckInterface(places, faults);
+    NODcheckMenuScripts(places, faults);
+    NODcheckExpressions(places, faults);
     for (NOD_Message message : faults.getMessages()) {
         if (message.category == ZEL_ERROR_CATEGORY && message.code == ZEL_ERR_TEXT_NAME &&
             !message.subject.empty()) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -28,9 +29,21 @@ void addFix(KIT_MessageDetail &detail, const std::string &what, const std::strin
     detail.fixes.push_back({what, {{detail.place, text}}});
 }
 
-bool startsWith(const std::string &text, std::string_view start)
+/// The words of which one may have been meant; null where any could be.
+const std::vector<std::string> *wordsFor(const NOD_Message &message, bool parmFlag)
 {
-    return text.compare(0, start.size(), start) == 0;
+    if (message.category != theKITScriptCategory) {
+        return nullptr;
+    }
+    switch (message.code) {
+    case NOD_SCRIPT_NO_PAGE_WORD:
+    case NOD_SCRIPT_NO_PARM_WORD: return &NODgetScriptWords(parmFlag);
+    case NOD_SCRIPT_NO_TYPE: return &NODgetScriptTypeWords();
+    case NOD_SCRIPT_NO_LANGUAGE: return &NODgetLanguageWords();
+    case NOD_SCRIPT_NO_EXPORT: return &NODgetExportWords();
+    case NOD_SCRIPT_NO_MEANING: return &NODgetMeaningWords();
+    default: return nullptr;
+    }
 }
 
 /// The token of a place. All tokens of a macro are at the place of its use: of these the one that was read.
@@ -73,7 +86,7 @@ NODmakeDetail(const NOD_ScriptTokens &tokens, const Shape &shape, const Shape::F
     detail->includedFrom = tokens.getIncluders(fault.token);
     detail->subject = subjectOf(shape, fault.block);
     detail->found = fault.afterFlag ? "" : tokens[fault.token].text;
-    detail->hint = !fault.hint.empty() || fault.text == theNODScriptRest ? fault.hint : fault.text;
+    detail->hint = !fault.hint.empty() || fault.code == NOD_SCRIPT_REST ? fault.hint : fault.text;
     if (!fault.expected.empty()) {
         detail->expected = {fault.expected};
     }
@@ -89,14 +102,15 @@ NODmakeDetail(const NOD_ScriptTokens &tokens, const Shape &shape, const Shape::F
 
 std::shared_ptr<const KIT_MessageDetail> NODcompleteDetail(const NOD_ScriptTokens &tokens,
                                                            const Shape &shape, int token,
-                                                           const std::string &text)
+                                                           const NOD_Message &message)
 {
     auto detail = std::make_shared<KIT_MessageDetail>();
     int at = token;
     int block = shape.findBlock(token);
     const Shape::Block *own = block < 0 ? nullptr : &shape.getBlocks()[std::size_t(block)];
     const std::string &word = tokens[token].text;
-    if (text == "parameter without a name" || text == "parameter page without a name") {
+    if (NODisMessage(message, NOD_SCRIPT_NO_PARM_NAME) ||
+        NODisMessage(message, NOD_SCRIPT_NO_PAGE_NAME)) {
         at = own ? own->header : token;
         detail->hint =
             own ? "the block of '" + own->keyword + "' that begins here has no name" : "";
@@ -106,13 +120,12 @@ std::shared_ptr<const KIT_MessageDetail> NODcompleteDetail(const NOD_ScriptToken
     detail->includedFrom = tokens.getIncluders(at);
     detail->subject = subjectOf(shape, block);
     detail->found = word;
-    if (text.find("unknown identifier") != std::string::npos) {
-        KITaddNearest(*detail, word, NODgetScriptWords(own && own->parmFlag));
-    } else if (startsWith(text, "Unknown parameter type")) {
-        detail->hint = "'" + word + "' is no type";
-        const std::string unknown = std::exchange(detail->hint, "");
-        KITaddNearest(*detail, word, NODgetScriptTypeWords());
-        detail->hint = unknown + (detail->hint.empty() ? "" : "; " + detail->hint);
+    if (const std::vector<std::string> *const words = wordsFor(message, own && own->parmFlag)) {
+        KITaddNearest(*detail, word, *words);
+    }
+    if (NODisMessage(message, NOD_SCRIPT_NO_TYPE)) {
+        detail->hint =
+            "'" + word + "' is no type" + (detail->hint.empty() ? "" : "; ") + detail->hint;
     }
     if (own && at != own->header && tokens[own->header].line != tokens[at].line) {
         detail->related.push_back({tokens.getPlace(own->header, own->header),
@@ -139,13 +152,13 @@ void NODcompleteDetails(NOD_Report &report, std::string_view text, const std::st
     for (std::size_t i = 0; i < messages.size(); ++i) {
         NOD_Message message = messages[i];
         const int token = message.detail && i < theMost ? findToken(tokens, *message.detail) : -1;
-        const bool endFlag = message.text == theNODScriptRest || (stopped && i + 1 == last);
+        const bool endFlag = NODisMessage(message, NOD_SCRIPT_REST) || (stopped && i + 1 == last);
         const Shape::Fault *const cause =
             endFlag && token >= 0 ? NODfindCause(shape, token) : nullptr;
         if (cause) {
             message.detail = NODmakeDetail(tokens, shape, *cause);
         } else if (token >= 0 && tokens[token].begin == std::size_t(message.detail->place.offset)) {
-            message.detail = NODcompleteDetail(tokens, shape, token, message.text);
+            message.detail = NODcompleteDetail(tokens, shape, token, message);
         }
         completed.add(std::move(message));
     }

@@ -18,7 +18,7 @@ std::shared_ptr<const KIT_MessageDetail> NODmakeDetail(const NOD_ScriptTokens &t
 /// Completes the detail of what the reader said at a token.
 std::shared_ptr<const KIT_MessageDetail> NODcompleteDetail(const NOD_ScriptTokens &tokens,
                                                            const NOD_ScriptShape &shape, int token,
-                                                           const std::string &text);
+                                                           const NOD_Message &message);
 
 /// Completes the details of a reader's messages of a whole script. `stopped` is whether the last error ended
 /// the reading; so does a closing brace too many.

@@ -23,6 +23,8 @@ class NOD_ScriptPlaces
 public:
     explicit NOD_ScriptPlaces(const NOD_Interface &script) : myScript(script) {}
 
+    const NOD_Interface &getScript() const { return myScript; }
+
     /// The text in a statement of a parameter whose keyword begins with `keyword`, at `offset` bytes
     /// of what the text means; else that statement's keyword, else that of the parameter's block. Null
     /// for an interface without a script, and for what the script doesn't describe.
@@ -55,3 +57,12 @@ private:
 
     Blocks myBlocks; ///< by line, and by line and name: thousands may begin on one line
 };
+
+// The checks of NOD_InterfaceCheck.h and NOD_ExpressionCheck.h, for those who make several of one script.
+void NODcheckNames(NOD_ScriptPlaces &places, NOD_Report &report);
+int NODcheckInterface(NOD_ScriptPlaces &places, NOD_Report &report,
+                      KIT_ErrorSeverity severity = KIT_ERROR_WARNING);
+int NODcheckMenuScripts(NOD_ScriptPlaces &places, NOD_Report &report,
+                        KIT_ErrorSeverity severity = KIT_ERROR_WARNING);
+int NODcheckExpressions(NOD_ScriptPlaces &places, NOD_Report &report,
+                        KIT_ErrorSeverity severity = KIT_ERROR_WARNING);

@@ -11,7 +11,7 @@ namespace
 
 using Form = NOD_ScriptWord::Form;
 
-constexpr const char *theSurplus = "a closing brace too many";
+constexpr int theMostValues = 1000; // so that no keyword looks at the whole rest
 
 bool isNested(const NOD_ScriptWord *word)
 {
@@ -41,7 +41,8 @@ NOD_ScriptShape::NOD_ScriptShape(const NOD_ScriptTokens &tokens) : myTokens(toke
     for (int i = 0; i < tokens.size(); ++i) {
         if (tokens[i].openFlag) {
             myOpenTexts.emplace(i, myFaults.size());
-            Fault &fault = addFault(-1, i, "the text is not closed: its second quote is missing");
+            Fault &fault = addFault(-1, i, NOD_SCRIPT_OPEN_TEXT,
+                                    "the text is not closed: its second quote is missing");
             fault.expected = "\"";
         }
     }
@@ -53,7 +54,13 @@ NOD_ScriptShape::NOD_ScriptShape(const NOD_ScriptTokens &tokens) : myTokens(toke
     ++myAt;
     readBlock(0);
     if (!atEnd()) {
-        addFault(-1, myAt, theNODScriptRest);
+        addFault(-1, myAt, NOD_SCRIPT_REST, theNODScriptRest);
+    }
+    if (tokens.isEndMissing()) { // the brace is where nothing is read
+        const auto end = std::remove_if(myFaults.begin(), myFaults.end(), [this](const Fault &one) {
+            return one.afterFlag && one.token + 1 == myTokens.size();
+        });
+        myFaults.erase(end, myFaults.end());
     }
     std::stable_sort(myFaults.begin(), myFaults.end(),
                      [](const Fault &a, const Fault &b) { return a.token < b.token; });
@@ -96,7 +103,8 @@ const NOD_ScriptToken *NOD_ScriptShape::nextLine(int token)
     return myLineEnd < myTokens.size() ? &myTokens[myLineEnd] : nullptr;
 }
 
-NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const std::string &text)
+NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, NOD_ScriptCode code,
+                                                  const std::string &text)
 {
     if (myFaults.size() >= theMostFaults) {
         mySurplus = Fault();
@@ -105,6 +113,7 @@ NOD_ScriptShape::Fault &NOD_ScriptShape::addFault(int block, int token, const st
     Fault &fault = myFaults.emplace_back();
     fault.token = fault.last = token;
     fault.block = block;
+    fault.code = code;
     fault.text = text;
     return fault;
 }
@@ -120,11 +129,15 @@ const NOD_ScriptWord *NOD_ScriptShape::findNearest(const std::string &word, bool
     return found->second;
 }
 
-/// The brace that is missing in front of the present token.
+/// The brace that is missing in front of the present token. Of a block that lacks both of its braces one is told.
 void NOD_ScriptShape::addOpen(int block, int header, const std::string &keyword)
 {
+    if (block >= 0 && myBlocks[std::size_t(block)].header == header &&
+        myBlocks[std::size_t(block)].bareFlag) {
+        return;
+    }
     Fault &fault =
-        addFault(block, myAt - 1,
+        addFault(block, myAt - 1, NOD_SCRIPT_OPEN_BLOCK,
                  "the block of " + quoted(keyword) + " is not closed: its \"}\" is missing");
     fault.afterFlag = true;
     fault.related = header;
@@ -140,7 +153,8 @@ void NOD_ScriptShape::addOpen(int block, int header, const std::string &keyword)
 void NOD_ScriptShape::readDirectives()
 {
     while (!atEnd() && isHash(at())) {
-        Fault &fault = addFault(-1, myAt, quoted(at().text) + " is no directive");
+        Fault &fault =
+            addFault(-1, myAt, NOD_SCRIPT_NO_DIRECTIVE, quoted(at().text) + " is no directive");
         for (++myAt; !atEnd() && !at().firstFlag; ++myAt) {
         }
         fault.last = myAt - 1;
@@ -169,7 +183,8 @@ void NOD_ScriptShape::readBlock(int block)
         } else if (endsHere(block)) {
             break;
         } else if (at().is("{")) {
-            Fault &fault = addFault(block, myAt, "an opening brace without a keyword");
+            Fault &fault = addFault(block, myAt, NOD_SCRIPT_OPENING_BRACE,
+                                    "an opening brace without a keyword");
             fault.fixText = "remove the brace";
             ++myAt;
         } else {
@@ -191,13 +206,13 @@ void NOD_ScriptShape::readBlock(int block)
 bool NOD_ScriptShape::readClose(int block)
 {
     Fault *const last = myFaults.empty() ? nullptr : &myFaults.back();
-    if (last && last->last == myAt - 1 && last->text == theSurplus &&
+    if (last && last->last == myAt - 1 && last->code == NOD_SCRIPT_CLOSING_BRACE &&
         myTokens[last->token].line == at().line && isSurplusClose(block)) {
         last->last = myAt++; // the same mistake
         return false;
     }
     if (isSurplusClose(block)) {
-        Fault &fault = addFault(block, myAt, theSurplus);
+        Fault &fault = addFault(block, myAt, NOD_SCRIPT_CLOSING_BRACE, "a closing brace too many");
         fault.fixText = "remove the brace";
         ++myAt;
         return false;
@@ -276,7 +291,9 @@ bool NOD_ScriptShape::isSurplusClose(int block)
         return false;
     }
     if (next->is("}") && own.parent >= 0 && header.firstFlag && !at().firstFlag) {
-        return next->indent == header.indent; // its own brace follows
+        // Its own brace follows, unless that is the one of a block which isn't further out.
+        const int outer = myTokens[myBlocks[std::size_t(own.parent)].header].indent;
+        return next->indent == header.indent && outer < header.indent;
     }
     return next->indent > header.indent && wordFlag && (!placedFlag || own.parent < 0);
 }
@@ -331,6 +348,7 @@ void NOD_ScriptShape::checkOpenTexts(Statement &statement)
         if (myTokens[i].text.empty() && i > statement.begin + 1) {
             fault.token = statement.begin + 1;
             fault.last = i;
+            fault.code = NOD_SCRIPT_STRAY_QUOTE;
             fault.text = "a quote too many, or the first one of the text is missing";
         }
     }
@@ -360,7 +378,8 @@ void NOD_ScriptShape::readUnknown(int block, Statement &statement)
     ++myAt;
     if (braceFlag && isNested(near)) {
         const std::string &text = myTokens[statement.begin].text;
-        Fault &fault = addFault(block, statement.begin, "script unknown identifier " + text);
+        Fault &fault = addFault(block, statement.begin, NOD_SCRIPT_NO_PAGE_WORD,
+                                "script unknown identifier " + text);
         fault.hint = "did you mean " + quoted(near->word) + "?";
         fault.expected = fault.fix = near->word;
         fault.fixText = "replace it by " + fault.fix;
@@ -403,7 +422,8 @@ bool NOD_ScriptShape::readWord(int block, const NOD_ScriptWord &word)
     case Form::CONDITION:
     case Form::TEXT:
         if (isMissingValue(block, header)) {
-            Fault &fault = addFault(block, header, quoted(word.word) + " has no value");
+            Fault &fault =
+                addFault(block, header, NOD_SCRIPT_NO_VALUE, quoted(word.word) + " has no value");
             fault.expected = "a text";
             return false;
         }
@@ -411,6 +431,7 @@ bool NOD_ScriptShape::readWord(int block, const NOD_ScriptWord &word)
             ++myAt;
             return readValues(block, header, Form::LINES);
         }
+        skipBracedText();
         ++myAt;
         return true;
     case Form::BLOCK:
@@ -422,6 +443,22 @@ bool NOD_ScriptShape::readWord(int block, const NOD_ScriptWord &word)
         ++myAt;
     }
     return openBlock(block, header) ? readValues(block, header, word.form) : false;
+}
+
+/// Passes over what stands in braces where one text is wanted, as the reader will tell; up to the closing one.
+void NOD_ScriptShape::skipBracedText()
+{
+    const int last = std::min(myTokens.size(), myAt + theMostValues);
+    for (int i = myAt + 1; at().is("{") && i < last && !myTokens[i].is("{"); ++i) {
+        if (myTokens[i].is("}")) {
+            myAt = i;
+            return;
+        }
+        if (myTokens[i].firstFlag && !myTokens[i].quotedFlag &&
+            NODfindScriptWord(myTokens[i].text, true)) {
+            return;
+        }
+    }
 }
 
 /// Whether what follows a keyword is no value of it but the next statement, or the end.
@@ -465,14 +502,13 @@ bool NOD_ScriptShape::openBlock(int block, int header)
         ++myAt;
         return true;
     }
-    Fault &fault =
-        addFault(block, header, quoted(myTokens[header].text) + " needs a block in braces");
+    Fault &fault = addFault(block, header, NOD_SCRIPT_NO_BLOCK,
+                            quoted(myTokens[header].text) + " needs a block in braces");
     fault.last = std::max(header, myAt - 1);
     fault.expected = "{";
     // The values stand in this line, or in those up to a brace that nothing else has opened.
     const bool inParm = block < 0 || myBlocks[std::size_t(block)].parmFlag;
     const int line = myTokens[header].line;
-    constexpr int theMostValues = 1000; // so that no keyword looks at the whole rest
     const int end = std::min(myTokens.size(), myAt + theMostValues);
     int after = myAt;
     for (; after < end && !myTokens[after].is("}") && !myTokens[after].is("{"); ++after) {
@@ -499,14 +535,15 @@ bool NOD_ScriptShape::openBlock(int block, int header)
 void NOD_ScriptShape::readNested(int block, Statement &statement, const std::string &keyword)
 {
     const int header = statement.begin;
-    if (!atEnd() && at().is("{")) {
-        ++myAt;
-    } else {
-        Fault &fault = addFault(block, header, quoted(keyword) + " needs a block in braces");
-        fault.expected = "{";
-        statement.soundFlag = false;
-    }
+    const bool openFlag = openNested(block, header, keyword);
+    statement.soundFlag = statement.soundFlag && openFlag;
     statement.block = addBlock(block, header, keyword);
+    const bool bareFlag = !myTokens[myAt - 1].is("{");
+    myBlocks[std::size_t(statement.block)].bareFlag = bareFlag;
+    if (bareFlag && isNothingNested(header)) {
+        myBlocks[std::size_t(statement.block)].end = myAt;
+        return;
+    }
     if (++myDepth > theMostBlocks) {
         readValues(block, header, Form::LINES);
         myBlocks[std::size_t(statement.block)].end = myAt;
@@ -514,6 +551,37 @@ void NOD_ScriptShape::readNested(int block, Statement &statement, const std::str
         readBlock(statement.block);
     }
     --myDepth;
+}
+
+/// Reads the brace after the keyword of a block. False, with a fault, if it is missing.
+bool NOD_ScriptShape::openNested(int block, int header, const std::string &keyword)
+{
+    if (!atEnd() && at().is("{")) {
+        ++myAt;
+        return true;
+    }
+    Fault &fault =
+        addFault(block, header, NOD_SCRIPT_NO_BLOCK, quoted(keyword) + " needs a block in braces");
+    fault.expected = "{";
+    // A word in front of the brace, which was meant as a name.
+    const NOD_ScriptToken *const next = peek(1);
+    if (!atEnd() && next && next->is("{") && !at().firstFlag && !next->firstFlag &&
+        !NODfindScriptWord(at().text, keyword == "parm")) {
+        fault.last = myAt;
+        myAt += 2;
+    }
+    return false;
+}
+
+/// Whether after a keyword without a brace stands what can't be of its block: the end of the block around it, or a
+/// block that isn't further in.
+bool NOD_ScriptShape::isNothingNested(int header) const
+{
+    if (atEnd()) {
+        return true;
+    }
+    return at().firstFlag && at().indent <= myTokens[header].indent &&
+           (at().is("}") || (!at().quotedFlag && isNested(NODfindScriptWord(at().text, false))));
 }
 
 // ---------------------------------------------------------------------- //
@@ -548,7 +616,8 @@ bool NOD_ScriptShape::readValues(int block, int header, NOD_ScriptWord::Form for
                 --myAt; // the keyword of that block
                 break;
             }
-            Fault &fault = addFault(block, myAt, "an opening brace too many");
+            Fault &fault =
+                addFault(block, myAt, NOD_SCRIPT_SURPLUS_OPENING, "an opening brace too many");
             fault.fixText = "remove the brace";
             soundFlag = false;
         } else if (at().is("{")) {
@@ -583,9 +652,10 @@ bool NOD_ScriptShape::checkValues(int block, int header, NOD_ScriptWord::Form fo
     }
     const int token = values[odd];
     const char *const what = form == Form::MENU ? "the menu entry " : "the tag ";
-    Fault &fault = addFault(block, token,
-                            what + quoted(myTokens[token].text) +
-                                (form == Form::MENU ? " has no label" : " has no value"));
+    Fault &fault = addFault(
+        block, token, form == Form::MENU ? NOD_SCRIPT_NO_ENTRY_LABEL : NOD_SCRIPT_NO_TAG_VALUE,
+        what + quoted(myTokens[token].text) +
+            (form == Form::MENU ? " has no label" : " has no value"));
     fault.related = header;
     fault.relatedText = quoted(myTokens[header].text) + " begins here";
     fault.expected = "a text";

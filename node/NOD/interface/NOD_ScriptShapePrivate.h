@@ -15,6 +15,7 @@
 /// the block that it would close.
 #pragma once
 
+#include <NOD/interface/NOD_MessageCodesPrivate.h>
 #include <NOD/interface/NOD_ScriptTokensPrivate.h>
 #include <NOD/interface/NOD_ScriptWordsPrivate.h>
 
@@ -44,8 +45,9 @@ public:
         std::string keyword; ///< as it should be
         std::string name;    ///< "" without one
         bool parmFlag = false;
-        int depth = 0;  ///< blocks with items around its statements
-        int close = -1; ///< its last brace; -1 if it is missing
+        bool bareFlag = false; ///< its opening brace is missing
+        int depth = 0;         ///< blocks with items around its statements
+        int close = -1;        ///< its last brace; -1 if it is missing
         int end = 0;
         std::vector<Statement> statements;
         std::size_t looked = 0;    ///< statements that were looked at for the indentation
@@ -57,6 +59,7 @@ public:
         int last;               ///< to the end of that one
         bool afterFlag = false; ///< nothing stands there: the place is after the token
         int block = -1;         ///< in which it is
+        NOD_ScriptCode code;
         std::string text;
         std::string hint; ///< for one whose text is the reader's
         int related = -1;
@@ -108,13 +111,16 @@ private:
     bool readSkipped(int block, const NOD_ScriptWord &word, int header);
     bool openBlock(int block, int header);
     void readNested(int block, Statement &statement, const std::string &keyword);
+    bool openNested(int block, int header, const std::string &keyword);
+    bool isNothingNested(int header) const;
+    void skipBracedText();
     bool readValues(int block, int header, NOD_ScriptWord::Form form);
     bool checkValues(int block, int header, NOD_ScriptWord::Form form,
                      const std::vector<int> &values);
 
     /// The keyword that somebody may have meant; null if none is near.
     const NOD_ScriptWord *findNearest(const std::string &word, bool inParm);
-    Fault &addFault(int block, int token, const std::string &text);
+    Fault &addFault(int block, int token, NOD_ScriptCode code, const std::string &text);
     void addOpen(int block, int header, const std::string &keyword);
 
     const NOD_ScriptTokens &myTokens;

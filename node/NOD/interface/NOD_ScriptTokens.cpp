@@ -3,6 +3,7 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_String.h>
+#include <NOD/interface/NOD_MessageCodesPrivate.h>
 #include <NOD/interface/NOD_ScriptStreamPrivate.h>
 #include <TOK/TOK_TokenStream.h>
 
@@ -30,6 +31,15 @@ int indentOf(std::string_view text, std::size_t offset)
         }
     }
     return indent;
+}
+
+/// Whether what comes after the mistake isn't read.
+bool takesAway(const NOD_Message &message)
+{
+    return NODisMessage(message, NOD_SCRIPT_OPEN_COMMENT) ||
+           NODisMessage(message, NOD_SCRIPT_OPEN_IF) ||
+           NODisMessage(message, NOD_SCRIPT_IF_WITHOUT_NAME) ||
+           NODisMessage(message, NOD_SCRIPT_BAD_IF);
 }
 
 } // namespace
@@ -71,10 +81,7 @@ public:
         if (!getPlace(place) || !place.openFlag) {
             NOD_ScriptStream::cppError(text);
         }
-        const std::string_view said = myTokens.myMessages.isEmpty()
-                                          ? std::string_view()
-                                          : myTokens.myMessages.getMessages().back().text;
-        if (said == "a comment is never closed" || said.substr(0, 3) == "#if") {
+        if (!myTokens.myMessages.isEmpty() && takesAway(myTokens.myMessages.getMessages().back())) {
             myTokens.myLostAt = myTokens.size();
         }
     }

@@ -1,5 +1,6 @@
 #include <NOD/interface/NOD_ScriptWordsPrivate.h>
 
+#include <TRK/TRK_Types.h>
 #include <ZEL/scripts/ZEL_ScriptShapesPrivate.h>
 
 #include <cstddef>
@@ -93,4 +94,29 @@ const std::vector<std::string> &NODgetScriptTypeWords()
         return words;
     }();
     return theTypes;
+}
+
+const std::vector<std::string> &NODgetMeaningWords()
+{
+    static const std::vector<std::string> theMeanings = [] {
+        std::vector<std::string> words;
+        for (const TRK_StringMeaning meaning : {TRK_MEANING_LITERAL, TRK_MEANING_NATIVE,
+                                                TRK_MEANING_PYTHON, TRK_MEANING_COLLECTION}) {
+            words.emplace_back(TRKmeaningToString(meaning));
+        }
+        return words;
+    }();
+    return theMeanings;
+}
+
+const std::vector<std::string> &NODgetLanguageWords()
+{
+    static const std::vector<std::string> theLanguages = {"python", "command"};
+    return theLanguages;
+}
+
+const std::vector<std::string> &NODgetExportWords()
+{
+    static const std::vector<std::string> theExports = {"none", "dialog", "all"};
+    return theExports;
 }

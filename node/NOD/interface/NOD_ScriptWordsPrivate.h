@@ -38,3 +38,8 @@ const NOD_ScriptWord *NODfindScriptWord(std::string_view word, bool inParm);
 /// All of them, for those who look for the nearest.
 const std::vector<std::string> &NODgetScriptWords(bool inParm);
 const std::vector<std::string> &NODgetScriptTypeWords();
+/// The words after a default in brackets, which say how it is read.
+const std::vector<std::string> &NODgetMeaningWords();
+/// Those after `language` of a menu.
+const std::vector<std::string> &NODgetLanguageWords();
+const std::vector<std::string> &NODgetExportWords();

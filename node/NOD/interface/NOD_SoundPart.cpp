@@ -24,47 +24,10 @@ constexpr std::string_view theHarmless[] = {
 };
 
 constexpr std::size_t theMostFaults = 100;
-constexpr std::string_view theNoType = "Unknown parameter type";
 
-/// A script in which what is at fault is blanks, so that all else keeps its place.
-class SoundPart
-{
-public:
-    SoundPart(std::string_view text, const std::string &name, NOD_Interface::Includes includes)
-        : myWhole(text), myName(name), myIncludes(includes), myText(text)
-    {}
+} // namespace
 
-    /// Null if no part can be read.
-    std::shared_ptr<const NOD_Interface> read(const NOD_Report &mistakes);
-    /// Whether a message about the part is one about the whole.
-    bool isCertain(const NOD_Message &message) const;
-    void restorePlaces(NOD_Message &message) const;
-
-private:
-    struct Range
-    {
-        std::int64_t begin;
-        std::int64_t end;
-    };
-
-    bool leaveOut(const NOD_Report &mistakes);
-    bool leaveOutFaults(const NOD_ScriptTokens &tokens, const Shape &shape);
-    bool leaveOutStatement(const NOD_ScriptTokens &tokens, const Shape &shape, int token);
-    bool leaveOutBlock(const NOD_ScriptTokens &tokens, const Shape &shape, int block);
-    bool blank(const NOD_ScriptTokens &tokens, int begin, int end);
-    static bool isHarmless(const NOD_ScriptTokens &tokens, const Shape &shape, int block,
-                           const Shape::Statement &statement);
-    void addDamage(const NOD_ScriptTokens &tokens, const Shape &shape, int block);
-
-    std::string_view myWhole;
-    const std::string &myName;
-    NOD_Interface::Includes myIncludes;
-    std::string myText;
-    std::vector<Range> myDamaged; ///< blocks of parameters
-    bool myNamesLost = false;
-};
-
-std::shared_ptr<const NOD_Interface> SoundPart::read(const NOD_Report &mistakes)
+std::shared_ptr<const NOD_Interface> NOD_SoundPart::read(const NOD_Report &mistakes)
 {
     constexpr int theMostRounds = 8;
     constexpr std::size_t theMostBytes = std::size_t(1) << 18;
@@ -84,7 +47,7 @@ std::shared_ptr<const NOD_Interface> SoundPart::read(const NOD_Report &mistakes)
 }
 
 /// False if nothing is left out.
-bool SoundPart::leaveOut(const NOD_Report &mistakes)
+bool NOD_SoundPart::leaveOut(const NOD_Report &mistakes)
 {
     const NOD_ScriptTokens tokens(myText, myName, myIncludes);
     if (!tokens.isWhole()) {
@@ -106,7 +69,7 @@ bool SoundPart::leaveOut(const NOD_Report &mistakes)
         }
         if (message.severity >= KIT_ERROR_ABORT) {
             someFlag = leaveOutStatement(tokens, shape, token) || someFlag;
-        } else if (message.text.compare(0, theNoType.size(), theNoType) == 0) {
+        } else if (NODisMessage(message, NOD_SCRIPT_NO_TYPE)) {
             addDamage(tokens, shape, shape.findBlock(token)); // it is read as a float
         }
     }
@@ -114,7 +77,7 @@ bool SoundPart::leaveOut(const NOD_Report &mistakes)
 }
 
 /// Braces too many, blocks that aren't closed, and statements that aren't whole.
-bool SoundPart::leaveOutFaults(const NOD_ScriptTokens &tokens, const Shape &shape)
+bool NOD_SoundPart::leaveOutFaults(const NOD_ScriptTokens &tokens, const Shape &shape)
 {
     bool someFlag = false;
     for (const Shape::Fault &fault : shape.getFaults()) {
@@ -138,7 +101,7 @@ bool SoundPart::leaveOutFaults(const NOD_ScriptTokens &tokens, const Shape &shap
     return someFlag;
 }
 
-bool SoundPart::leaveOutStatement(const NOD_ScriptTokens &tokens, const Shape &shape, int token)
+bool NOD_SoundPart::leaveOutStatement(const NOD_ScriptTokens &tokens, const Shape &shape, int token)
 {
     const int block = shape.findBlock(token);
     if (block < 0) {
@@ -154,12 +117,13 @@ bool SoundPart::leaveOutStatement(const NOD_ScriptTokens &tokens, const Shape &s
     if (!isHarmless(tokens, shape, block, *found)) {
         addDamage(tokens, shape, block);
     }
+    addTouched(tokens, shape, block);
     myNamesLost = myNamesLost || found->block >= 0;
     return blank(tokens, found->begin, found->end);
 }
 
 /// The statement that opens a block.
-bool SoundPart::leaveOutBlock(const NOD_ScriptTokens &tokens, const Shape &shape, int block)
+bool NOD_SoundPart::leaveOutBlock(const NOD_ScriptTokens &tokens, const Shape &shape, int block)
 {
     const int parent = shape.getBlocks()[std::size_t(block)].parent;
     if (parent < 0) {
@@ -175,7 +139,7 @@ bool SoundPart::leaveOutBlock(const NOD_ScriptTokens &tokens, const Shape &shape
 }
 
 /// Directives and comments stay. False if nothing of the script's own file was there.
-bool SoundPart::blank(const NOD_ScriptTokens &tokens, int begin, int end)
+bool NOD_SoundPart::blank(const NOD_ScriptTokens &tokens, int begin, int end)
 {
     const int file = tokens[begin].file;
     if (begin >= end || tokens.getPlace(begin, begin).file != myName) {
@@ -198,8 +162,8 @@ bool SoundPart::blank(const NOD_ScriptTokens &tokens, int begin, int end)
 }
 
 /// Whether nothing that is told depends on a statement, which may be misspelt.
-bool SoundPart::isHarmless(const NOD_ScriptTokens &tokens, const Shape &shape, int block,
-                           const Shape::Statement &statement)
+bool NOD_SoundPart::isHarmless(const NOD_ScriptTokens &tokens, const Shape &shape, int block,
+                               const Shape::Statement &statement)
 {
     for (int i = statement.begin; i < statement.end; ++i) {
         if (tokens[i].openFlag || tokens[i].line != tokens[statement.begin].line) {
@@ -215,7 +179,7 @@ bool SoundPart::isHarmless(const NOD_ScriptTokens &tokens, const Shape &shape, i
 }
 
 /// Remembers that a block isn't what it should be.
-void SoundPart::addDamage(const NOD_ScriptTokens &tokens, const Shape &shape, int block)
+void NOD_SoundPart::addDamage(const NOD_ScriptTokens &tokens, const Shape &shape, int block)
 {
     myNamesLost = true;
     if (block >= 0) {
@@ -227,25 +191,53 @@ void SoundPart::addDamage(const NOD_ScriptTokens &tokens, const Shape &shape, in
     }
 }
 
-bool SoundPart::isCertain(const NOD_Message &message) const
+void NOD_SoundPart::addTouched(const NOD_ScriptTokens &tokens, const Shape &shape, int block)
 {
-    if (!message.detail || message.detail->place.offset < 0) {
-        return false;
+    const Shape::Block &own = shape.getBlocks()[std::size_t(block)];
+    if (own.parent >= 0 && own.end > own.header) {
+        const KIT_MessagePlace place = tokens.getPlace(own.header, own.end - 1);
+        myTouched.push_back({place.offset, place.endOffset});
     }
-    if (myNamesLost && message.text.find("there is no parameter") != std::string::npos) {
-        return false;
-    }
+}
+
+bool NOD_SoundPart::isCertain(const NOD_Message &message) const
+{
+    return message.detail && message.detail->place.offset >= 0 && isOutside(myDamaged, message);
+}
+
+bool NOD_SoundPart::isWhole(const NOD_Message &message) const
+{
+    return isOutside(myTouched, message);
+}
+
+bool NOD_SoundPart::isOutside(const std::vector<Range> &ranges, const NOD_Message &message) const
+{
     const KIT_MessagePlace &place = message.detail->place;
     return place.file != myName ||
-           std::none_of(myDamaged.begin(), myDamaged.end(), [&](const Range &range) {
+           std::none_of(ranges.begin(), ranges.end(), [&](const Range &range) {
                return range.begin <= place.offset && place.offset < range.end;
            });
 }
 
-/// The lines are those of the whole.
-void SoundPart::restorePlaces(NOD_Message &message) const
+/// Whether an edit replaces what is in the whole too.
+bool NOD_SoundPart::isSame(const KIT_MessageEdit &edit) const
+{
+    const KIT_MessagePlace &place = edit.place;
+    const auto begin = std::size_t(std::max<std::int64_t>(place.offset, 0));
+    const auto size = std::size_t(std::max(place.endOffset, place.offset)) - begin;
+    return place.file == myName && begin + size <= myWhole.size() &&
+           myWhole.substr(begin, size) == std::string_view(myText).substr(begin, size);
+}
+
+void NOD_SoundPart::restorePlaces(NOD_Message &message) const
 {
     auto detail = std::make_shared<KIT_MessageDetail>(*message.detail);
+    const auto others = std::remove_if(
+        detail->fixes.begin(), detail->fixes.end(), [this](const KIT_MessageFix &fix) {
+            return !std::all_of(fix.edits.begin(), fix.edits.end(),
+                                [this](const KIT_MessageEdit &edit) { return isSame(edit); });
+        });
+    detail->fixes.erase(others, detail->fixes.end());
     detail->changePlaces([this](KIT_MessagePlace &place) {
         if (place.file == myName && place.offset >= 0) {
             place.setFromText(myWhole, std::size_t(place.offset), std::size_t(place.endOffset),
@@ -255,20 +247,21 @@ void SoundPart::restorePlaces(NOD_Message &message) const
     message.detail = std::move(detail);
 }
 
-} // namespace
-
 void NODcheckSoundPart(std::string_view text, const std::string &name,
                        NOD_Interface::Includes includes, const NOD_Report &mistakes,
                        NOD_Report &report)
 {
-    SoundPart part(text, name, includes);
+    NOD_SoundPart part(text, name, includes);
     const std::shared_ptr<const NOD_Interface> script = part.read(mistakes);
     NOD_Report found;
     if (script) {
         NODcheckDescription(*script, name, found);
     }
     for (NOD_Message message : found.getMessages()) {
-        if (part.isCertain(message)) {
+        const bool nameFlag = NODisMessage(message, NOD_NO_CONDITION_PARM) ||
+                              NODisMessage(message, NOD_SURPLUS_MARK) ||
+                              NODisMessage(message, NOD_ITEM_MARKS);
+        if (part.isCertain(message) && !(nameFlag && part.hasLostNames())) {
             part.restorePlaces(message);
             report.add(std::move(message));
         }

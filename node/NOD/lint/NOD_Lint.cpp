@@ -6,7 +6,8 @@
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
-#include <NOD/interface/NOD_ScriptShapePrivate.h>
+#include <NOD/interface/NOD_MessageCodesPrivate.h>
+#include <NOD/interface/NOD_SoundPartPrivate.h>
 #include <ZEL/ZEL_ParmTypes.h>
 
 #include <algorithm>
@@ -146,32 +147,39 @@ void dropOff(std::vector<NOD_LintFinding> &findings, const NOD_LintOptions &opti
 // What is said twice
 // ---------------------------------------------------------------------- //
 
-/// The rules that say what a warning says whose text begins like this; others have the finding's own text.
-struct Warning
+/// A rule that says what a message says; others have the finding's own text.
+struct SameMessage
 {
-    std::string_view text;
-    NOD_LintCode code;
+    const char *category;
+    int code;              ///< 0: any
+    std::string_view text; ///< what it begins with
+    NOD_LintCode rule;
 };
 
-constexpr Warning theWarnings[] = {
-    {"Unknown parameter type", NOD_LintCode::Z201},
-    {"Too many defaults specified", NOD_LintCode::Z205},
-    {"Too many defaults specified", NOD_LintCode::Z204},
-    {"Warning defaults must be specified after type", NOD_LintCode::Z204},
-    {"Invalid range specification", NOD_LintCode::Z309},
-    {"incorrect number of #s", NOD_LintCode::Z105},
-    {theNODScriptRest, NOD_LintCode::Z501},
-    {"the default ", NOD_LintCode::Z304},
-    {"default: ", NOD_LintCode::Z301},
-    {"default: ", NOD_LintCode::Z302},
-    {"default: ", NOD_LintCode::Z306},
-    {"menu: ", NOD_LintCode::Z409},
-    {"hidewhen: ", NOD_LintCode::Z402},
-    {"disablewhen: ", NOD_LintCode::Z402},
-    {"nocookwhen: ", NOD_LintCode::Z402},
-    {"hidewhen: ", NOD_LintCode::Z410},
-    {"disablewhen: ", NOD_LintCode::Z410},
-    {"nocookwhen: ", NOD_LintCode::Z410},
+constexpr const char *theDS = theKITScriptCategory;
+constexpr const char *theNOD = theNODCategory;
+constexpr const char *theTRK = "TRK"; // of expressions, after where they are
+
+constexpr SameMessage theSame[] = {
+    {theDS, NOD_SCRIPT_NO_TYPE, "", NOD_LintCode::Z201},
+    {theDS, NOD_SCRIPT_SURPLUS_DEFAULTS, "", NOD_LintCode::Z205},
+    {theDS, NOD_SCRIPT_SURPLUS_DEFAULTS, "", NOD_LintCode::Z204},
+    {theDS, NOD_SCRIPT_DEFAULTS_BEFORE_TYPE, "", NOD_LintCode::Z204},
+    {theDS, NOD_SCRIPT_NO_MEANING, "", NOD_LintCode::Z312},
+    {theDS, NOD_SCRIPT_EMPTY_RANGE, "", NOD_LintCode::Z309},
+    {theDS, NOD_SCRIPT_ITEM_MARKS, "", NOD_LintCode::Z105},
+    {theDS, NOD_SCRIPT_REST, "", NOD_LintCode::Z501},
+    {theNOD, NOD_DEFAULT_RANGE, "", NOD_LintCode::Z304},
+    {theNOD, NOD_DEFAULT_WORD, "", NOD_LintCode::Z304},
+    {theNOD, NOD_NO_OPERATOR, "", NOD_LintCode::Z402},
+    {ZEL_ERROR_CATEGORY, ZEL_ERR_TEXT_NAME, "", NOD_LintCode::Z103},
+    {theTRK, 0, "default: ", NOD_LintCode::Z301},
+    {theTRK, 0, "default: ", NOD_LintCode::Z302},
+    {theTRK, 0, "default: ", NOD_LintCode::Z306},
+    {theTRK, 0, "menu: ", NOD_LintCode::Z409},
+    {theTRK, 0, "hidewhen: ", NOD_LintCode::Z410},
+    {theTRK, 0, "disablewhen: ", NOD_LintCode::Z410},
+    {theTRK, 0, "nocookwhen: ", NOD_LintCode::Z410},
 };
 
 bool startsWith(std::string_view text, std::string_view start)
@@ -179,20 +187,16 @@ bool startsWith(std::string_view text, std::string_view start)
     return text.substr(0, start.size()) == start;
 }
 
-/// Whether a finding of the same parameter or place says what a warning says.
+/// Whether a finding of the same parameter or place says what a message says.
 bool says(const NOD_LintFinding &finding, const NOD_Message &message)
 {
-    const NOD_Message &own = finding.message;
-    if (startsWith(message.text, own.text)) {
-        return true;
-    }
-    if (message.category == ZEL_ERROR_CATEGORY && message.code == ZEL_ERR_TEXT_NAME) {
-        return finding.rule == &NODlintRules()[std::size_t(NOD_LintCode::Z103)];
-    }
-    return std::any_of(std::begin(theWarnings), std::end(theWarnings), [&](const Warning &row) {
-        return finding.rule == &NODlintRules()[std::size_t(row.code)] &&
-               startsWith(message.text, row.text);
-    });
+    return startsWith(message.text, finding.message.text) ||
+           std::any_of(std::begin(theSame), std::end(theSame), [&](const SameMessage &row) {
+               return finding.rule == &NODlintRules()[std::size_t(row.rule)] &&
+                      message.category == row.category &&
+                      (row.code == 0 || message.code == row.code) &&
+                      startsWith(message.text, row.text);
+           });
 }
 
 /// Findings by parameter, and by line.
@@ -233,6 +237,69 @@ private:
     std::unordered_multimap<std::string, const NOD_LintFinding *> myPlaces;
 };
 
+/// What no finding says.
+NOD_Report withoutSaid(const NOD_Report &said, const Found &found)
+{
+    std::vector<const NOD_LintFinding *> all;
+    for (const std::vector<NOD_LintFinding> *const some : {&found.told, &found.silenced}) {
+        for (const NOD_LintFinding &one : *some) {
+            all.push_back(&one);
+        }
+    }
+    const Said told(all);
+    NOD_Report rest;
+    for (const NOD_Message &message : said.getMessages()) {
+        if (!told.has(message)) {
+            rest.add(message);
+        }
+    }
+    return rest;
+}
+
+// ---------------------------------------------------------------------- //
+// Scripts that can't be read
+// ---------------------------------------------------------------------- //
+
+/// How much of a script a rule depends on beside the statement that it objects to.
+enum class Needs
+{
+    NOTHING,
+    NAMES, ///< all parameters and files
+    BLOCK  ///< all statements of the block
+};
+
+struct Needing
+{
+    NOD_LintCode rule;
+    Needs needs;
+};
+
+/// Those of a rule that isn't here: the statements that decide what a parameter is.
+constexpr Needing theNeeding[] = {
+    {NOD_LintCode::Z201, Needs::NOTHING}, {NOD_LintCode::Z104, Needs::NAMES},
+    {NOD_LintCode::Z105, Needs::NAMES},   {NOD_LintCode::Z107, Needs::BLOCK},
+    {NOD_LintCode::Z307, Needs::BLOCK},   {NOD_LintCode::Z401, Needs::NAMES},
+    {NOD_LintCode::Z313, Needs::NAMES},   {NOD_LintCode::Z501, Needs::NAMES},
+    {NOD_LintCode::Z503, Needs::NAMES},
+};
+
+bool isCertain(const NOD_SoundPart &part, const NOD_LintFinding &finding)
+{
+    const auto row =
+        std::find_if(std::begin(theNeeding), std::end(theNeeding), [&finding](const Needing &one) {
+            return finding.rule == &NODlintRules()[std::size_t(one.rule)];
+        });
+    if (row == std::end(theNeeding)) {
+        return part.isCertain(finding.message);
+    }
+    switch (row->needs) {
+    case Needs::NAMES: return part.isCertain(finding.message) && !part.hasLostNames();
+    case Needs::BLOCK: return part.isCertain(finding.message) && part.isWhole(finding.message);
+    case Needs::NOTHING: break;
+    }
+    return finding.message.detail->place.offset >= 0;
+}
+
 } // namespace
 
 std::vector<NOD_LintFinding> NODlint(const NOD_Interface &script, const NOD_LintOptions &options,
@@ -252,20 +319,36 @@ NOD_Judgement NODjudge(const NOD_Interface &script, const NOD_LintOptions &optio
     Found found;
     NOD_Report own;
     judged.judgedFlag = find(script, found, own);
-    std::vector<const NOD_LintFinding *> all;
-    for (const std::vector<NOD_LintFinding> *const some : {&found.told, &found.silenced}) {
-        for (const NOD_LintFinding &one : *some) {
-            all.push_back(&one);
-        }
-    }
-    const Said told(all);
-    for (const NOD_Message &message : said.getMessages()) {
-        if (!told.has(message)) {
-            judged.rest.add(message);
-        }
-    }
+    judged.rest = withoutSaid(said, found);
     judged.rest.append(own);
     judged.judgedFlag = judged.judgedFlag && !judged.rest.hasErrors();
+    dropOff(found.told, options);
+    judged.findings = std::move(found.told);
+    return judged;
+}
+
+NOD_Judgement NODjudgeSoundPart(std::string_view text, const std::string &name,
+                                const NOD_LintOptions &options, const NOD_Report &said,
+                                NOD_Interface::Includes includes)
+{
+    NOD_SoundPart part(text, name, includes);
+    const std::shared_ptr<const NOD_Interface> script = part.read(said);
+    Found found;
+    NOD_Report none; // what can't be judged was told
+    if (script) {
+        find(*script, found, none);
+    }
+    for (std::vector<NOD_LintFinding> *const some : {&found.told, &found.silenced}) {
+        const auto end =
+            std::remove_if(some->begin(), some->end(),
+                           [&part](const NOD_LintFinding &one) { return !isCertain(part, one); });
+        some->erase(end, some->end());
+        for (NOD_LintFinding &one : *some) {
+            part.restorePlaces(one.message);
+        }
+    }
+    NOD_Judgement judged;
+    judged.rest = withoutSaid(said, found);
     dropOff(found.told, options);
     judged.findings = std::move(found.told);
     return judged;

@@ -317,6 +317,10 @@ void Check::checkLeft(const Comparison &one)
         NOD_ExpressionFault fault;
         if (!NODcheckExpression(one.left, TRK_LANGUAGE_NATIVE, fault)) {
             tell(NOD_LintCode::Z410, one.left, NODfaultText(one.left, fault));
+        } else {
+            std::size_t offset = 0;
+            NODtellUnknownNames(myContext, myCondition.block, locate(one.left, offset), one.left,
+                                std::string(myCondition.entry->word) + ": ");
         }
     } else if (!myNames.isKnown(one.left, myContext.block(myCondition.block).depth)) {
         const bool expressionFlag = one.left.find_first_of("()`$+*/\" ") != std::string::npos;

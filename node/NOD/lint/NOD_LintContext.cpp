@@ -3,14 +3,18 @@
 #include <KIT/KIT_Nearest.h>
 #include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
+#include <TRK/TRK_Manager.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <set>
 #include <utility>
 
 namespace
 {
+
+using Extra = NOD_LintContext::Extra;
 
 constexpr std::string_view theBlanks = " \t\r\n";
 
@@ -258,4 +262,30 @@ void NODsetFaultPlace(const NOD_LintContext &context, int token, const std::stri
     extra.offset = start == std::string_view::npos
                        ? 0
                        : context.tokens().rawOffset(token, start + fault.offset);
+}
+
+void NODtellUnknownNames(NOD_LintContext &context, int block, int token,
+                         const std::string &expression, const std::string &start)
+{
+    const NOD_InterfaceNames &names = context.faults().names;
+    const int depth = context.block(block).depth;
+    std::set<std::string> told;
+    TRK_Manager::forEachReference(
+        expression.c_str(), [&](const KIT_StringRef &path, const KIT_StringRef &name) {
+            const std::string word(name.view());
+            if (!path.isEmpty() || names.isKnown(word, depth) || !told.insert(word).second) {
+                return;
+            }
+            NOD_ExpressionFault place;
+            const std::size_t quote =
+                std::min(expression.find('"' + word + '"'), expression.find('\'' + word + '\''));
+            place.offset = quote == std::string::npos ? 0 : quote + 1;
+            Extra extra;
+            NODsetFaultPlace(context, token, expression, place, extra);
+            extra.length = quote == std::string::npos ? 0 : word.size();
+            extra.nearest = context.nearest(word, names.getTokens());
+            context.add(NOD_LintCode::Z313, block, token,
+                        start + "there is no parameter " + word + ", which the expression reads",
+                        extra);
+        });
 }

@@ -112,6 +112,10 @@ void NODlintFiles(NOD_LintContext &context);
 
 /// Which expression can't be read, and why.
 std::string NODfaultText(const std::string &expression, const NOD_ExpressionFault &fault);
+/// Tells the parameters without a path that an expression in a token reads and the script doesn't have; `start`
+/// is what the texts begin with.
+void NODtellUnknownNames(NOD_LintContext &context, int block, int token,
+                         const std::string &expression, const std::string &start = {});
 /// Where in a token it can't be read.
 void NODsetFaultPlace(const NOD_LintContext &context, int token, const std::string &expression,
                       const NOD_ExpressionFault &fault, NOD_LintContext::Extra &extra);

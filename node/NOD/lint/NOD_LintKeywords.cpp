@@ -1,4 +1,4 @@
-// Rules of types and keywords: Z201 to Z208.
+// Rules of types and keywords: Z201 to Z209.
 
 #include <NOD/interface/NOD_ScriptWordsPrivate.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
@@ -55,6 +55,7 @@ public:
     {
         checkRepeats();
         checkTags();
+        checkQuotes();
         if (myBlock.kind == Kind::PARM) {
             checkTypes();
             checkSizes();
@@ -72,7 +73,9 @@ private:
     void checkRepeats();
     void checkTags();
     void checkEffects();
+    void checkQuotes();
 
+    bool isScript(const Entry &menu) const;
     void tellLost(const Entry &lost, const Entry &by);
 
     NOD_LintContext &myContext;
@@ -245,6 +248,50 @@ void Check::checkEffects()
             extra.fix = myContext.remove(entry.keyword, entry.last);
             myContext.add(NOD_LintCode::Z208, myNumber, entry.keyword,
                           std::string(entry.word) + " has an effect on " + only + " only", extra);
+        }
+    }
+}
+
+/// Whether a menu has a script in brackets.
+bool Check::isScript(const Entry &menu) const
+{
+    for (int i = menu.first; i + 1 < menu.last; ++i) {
+        if (myContext.tokens().text(i) == "{") {
+            return myContext.tokens().text(i + 1) == "[";
+        }
+    }
+    return false;
+}
+
+/// Words with a quote that has no other one. Code and expressions without quotes around them have pairs.
+void Check::checkQuotes()
+{
+    for (const Entry &entry : myBlock.entries) {
+        if (entry.shape >= ZEL_ScriptShape::PARM) {
+            continue; // a block of its own
+        }
+        const bool scriptFlag = entry.shape == ZEL_ScriptShape::MENU && isScript(entry);
+        const bool codeFlag =
+            entry.shape == ZEL_ScriptShape::TEXTS || entry.shape == ZEL_ScriptShape::RAW;
+        for (int i = entry.first; i < entry.last && !codeFlag && !scriptFlag; ++i) {
+            const std::string_view raw = myContext.tokens().raw(i);
+            if (raw.empty() || raw[0] == '"') {
+                continue;
+            }
+            int quotes = 0;
+            std::size_t last = 0;
+            for (std::size_t at = 0; at < raw.size(); ++at) {
+                last = raw[at] == '"' ? at : last;
+                quotes += raw[at] == '"';
+                at += raw[at] == '\\';
+            }
+            if (quotes % 2 != 0) {
+                Extra extra;
+                extra.offset = last;
+                extra.length = 1;
+                myContext.add(NOD_LintCode::Z209, myNumber, i,
+                              "the quote belongs to the word " + myContext.text(i), extra);
+            }
         }
     }
 }

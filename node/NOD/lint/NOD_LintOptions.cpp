@@ -1,10 +1,14 @@
 #include <NOD/NOD_Lint.h>
 
+#include <KIT/KIT_Error.h>
+#include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/lint/NOD_LintWordsPrivate.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <filesystem>
 #include <iterator>
 #include <utility>
 
@@ -143,4 +147,28 @@ void NOD_LintOptions::readFile(std::string_view text, const std::string &file, N
                         KIT_MessageDetail::ofText(text, file, begin, end)});
         }
     }
+}
+
+bool NOD_LintOptions::readFolder(const std::string &script, NOD_Report &report)
+{
+    const std::string file = (std::filesystem::path(script).parent_path() / ".zel-lint").string();
+    const auto fail = [&](const std::string &text) {
+        report.add({KIT_ERROR_ABORT, file, 0, {}, text, {}, 0});
+        return false;
+    };
+    std::error_code fault;
+    if (!std::filesystem::exists(file, fault)) {
+        return true;
+    }
+    if (!std::filesystem::is_regular_file(file, fault)) {
+        return fail("is no file");
+    }
+    errno = 0;
+    const KIT_IFStream is(file.c_str(), KIT_IStream::BINARY);
+    if (!is.isReadable()) {
+        return fail("can't be read: " + KITsystemReason());
+    }
+    const int before = report.getErrorCount();
+    readFile(is.rest(), file, report);
+    return report.getErrorCount() == before;
 }

@@ -6,7 +6,6 @@
 #include <ZEL/ZEL_ScriptPage.h>
 #include <ZEL/ZEL_ScriptParm.h>
 #include <ZEL/ZEL_Template.h>
-#include <ZEL/scripts/ZEL_ScriptShapesPrivate.h>
 
 #include <algorithm>
 #include <iterator>
@@ -103,7 +102,7 @@ void NOD_LintWalk::readEntry(int block, bool parmFlag)
     skipValues(*row, block);
     myAt = std::min(myAt, myTokens.size());
     NOD_LintScript::Block &own = myScript.myBlocks[std::size_t(block)];
-    own.entries.push_back({keyword, first, myAt, row->word});
+    own.entries.push_back({keyword, first, myAt, row->word, row->shape});
     if (row->word == "name") {
         own.name = myAt == first + 1 ? first : -1;
     }

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <NOD/lint/NOD_LintTokensPrivate.h>
+#include <ZEL/scripts/ZEL_ScriptShapesPrivate.h>
 
 #include <string>
 #include <string_view>
@@ -37,6 +38,7 @@ public:
         int first; ///< of its values, with the braces of a block
         int last;  ///< behind them
         std::string_view word;
+        ZEL_ScriptShape shape;
         int count() const { return last - first; }
     };
     struct Block

@@ -1,8 +1,10 @@
-// Rules of values: Z301 to Z306, Z309 and Z310.
+// Rules of values: Z301 to Z306, Z309 to Z313.
 
 #include <NOD/NOD_ExpressionCheck.h>
+#include <NOD/interface/NOD_ScriptWordsPrivate.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
 
+#include <KIT/KIT_Digits.h>
 #include <KIT/KIT_String.h>
 #include <TRK/TRK_Manager.h>
 #include <TRK/TRK_Types.h>
@@ -13,6 +15,7 @@
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace
 {
@@ -98,7 +101,7 @@ bool isWord(std::string_view text)
     });
 }
 
-/// Checks the text of one component's default.
+/// Checks one component's default.
 class DefaultCheck
 {
 public:
@@ -113,6 +116,7 @@ public:
 private:
     void checkNumber(const std::string &text);
     void checkExpression(const std::string &text);
+    void checkHeld();
 
     NOD_LintContext &myContext;
     int myNumber;
@@ -124,7 +128,11 @@ private:
 void DefaultCheck::run()
 {
     const std::string text = myValue.gotString() ? myValue.getString() : "";
-    if (text.empty() || myToken < 0) {
+    if (myToken < 0) {
+        return;
+    }
+    if (text.empty()) {
+        checkHeld();
         return;
     }
     const TRK_StringMeaning meaning = myValue.getStringMeaning();
@@ -150,6 +158,7 @@ void DefaultCheck::run()
 void DefaultCheck::checkNumber(const std::string &text)
 {
     if (KIT_String(text.c_str()).isFloat()) {
+        checkHeld();
         return;
     }
     const bool toggleFlag = myOne.getType().hasOrdinalType(ZEL_Type::ZEL_ORD_TOGGLE);
@@ -173,11 +182,66 @@ void DefaultCheck::checkExpression(const std::string &text)
 {
     NOD_ExpressionFault fault;
     if (NODcheckExpression(text, TRK_LANGUAGE_NATIVE, fault)) {
+        NODtellUnknownNames(myContext, myNumber, myToken, text);
         return;
     }
     Extra extra;
     NODsetFaultPlace(myContext, myToken, text, fault, extra);
     myContext.add(NOD_LintCode::Z302, myNumber, myToken, NODfaultText(text, fault), extra);
+}
+
+/// Whether the type has the number, as it is.
+void DefaultCheck::checkHeld()
+{
+    constexpr double theMost = 2147483647.0; // of 32 bits
+    const ZEL_Type &type = myOne.getType();
+    const double value = myValue.getFloat();
+    const bool wholeFlag = type.isFloatType() && type.hasFloatType(ZEL_Type::ZEL_FLOAT_INTEGER);
+    if (!wholeFlag && !type.isOrdinalType()) {
+        return;
+    }
+    const std::string start = "the default " + myContext.text(myToken);
+    Extra extra;
+    if (!(std::fabs(value) <= theMost)) {
+        myContext.add(NOD_LintCode::Z311, myNumber, myToken,
+                      start + " is no whole number of 32 bits");
+    } else if (std::floor(value) < value) {
+        // As the values round: halves up; those of ordinals are cut off.
+        const double held = wholeFlag ? std::floor(value + 0.5) : std::trunc(value);
+        const std::string text = KIT_Digits(held).buffer();
+        extra.fix = myContext.replace(myToken, myToken + 1, text);
+        myContext.add(NOD_LintCode::Z311, myNumber, myToken,
+                      start + " is no whole number: the value is " + text, extra);
+    }
+}
+
+/// The words after defaults in brackets.
+void checkMeanings(NOD_LintContext &context, int number)
+{
+    for (const Entry &entry : context.block(number).entries) {
+        if (entry.word != "default" && entry.word != "defaults") {
+            continue;
+        }
+        constexpr int theBracketed = 4;
+        for (int at = entry.first + 1; at < entry.last - 1;) {
+            if (context.tokens().text(at) != "[") {
+                ++at;
+                continue;
+            }
+            const int token = at + 2;
+            TRK_StringMeaning meaning;
+            if (token < entry.last - 1 &&
+                !TRKstringToMeaning(context.text(token).c_str(), meaning)) {
+                Extra extra;
+                extra.nearest = context.nearest(context.text(token), NODgetMeaningWords());
+                context.add(NOD_LintCode::Z312, number, token,
+                            "there is no language " + context.text(token) +
+                                ", so the default is a text as it is written",
+                            extra);
+            }
+            at += theBracketed;
+        }
+    }
 }
 
 void checkDefaults(NOD_LintContext &context, int number)
@@ -228,6 +292,7 @@ void NODlintValues(NOD_LintContext &context)
     tellFaults(context);
     for (std::size_t i = 0; i < context.blocks().size(); ++i) {
         checkDefaults(context, int(i));
+        checkMeanings(context, int(i));
         checkRanges(context, int(i));
     }
 }

@@ -365,12 +365,12 @@ void Completer::addValues(const Source &before, const Source::Statement &stateme
             add(type, CLASS, "", NODtypeDoc(type));
         }
     } else if (parmFlag && word == "export") {
-        for (const char *const level : {"none", "dialog", "all"}) {
+        for (const std::string &level : NODgetExportWords()) {
             add(level, CONSTANT);
         }
     } else if (parmFlag && (word == "default" || word == "defaults")) {
         if (nested.size() > 1) {
-            for (const char *const meaning : {"literal", "expression", "python", "collection"}) {
+            for (const std::string &meaning : NODgetMeaningWords()) {
                 add(meaning, CONSTANT);
             }
         } else if (const int block = parmBlock(before); block >= 0) {
@@ -384,8 +384,9 @@ void Completer::addValues(const Source &before, const Source::Statement &stateme
         add("usetokenvalue", CONSTANT);
     } else if (form == NOD_ScriptWord::MENU &&
                before.raw(int(before.getTokens().size()) - 1) == "language") {
-        add("python", CONSTANT);
-        add("command", CONSTANT);
+        for (const std::string &language : NODgetLanguageWords()) {
+            add(language, CONSTANT);
+        }
     }
 }
 

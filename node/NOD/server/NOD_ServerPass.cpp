@@ -7,8 +7,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <new>
 #include <set>
 #include <utility>
@@ -43,17 +41,6 @@ std::string inFile(const KIT_MessagePlace &place, const std::string &text)
     }
     const std::string name = std::filesystem::path(place.file).filename().string();
     return name + (place.line > 0 ? ":" + std::to_string(place.line) : "") + ": " + text;
-}
-
-/// What the file `.zel-lint` beside a script says.
-void readLintFile(const std::string &script, NOD_LintOptions &options, NOD_Report &report)
-{
-    const std::string file = (std::filesystem::path(script).parent_path() / ".zel-lint").string();
-    std::error_code fault;
-    if (std::filesystem::is_regular_file(file, fault)) {
-        std::ifstream is(file, std::ios::binary);
-        options.readFile(std::string(std::istreambuf_iterator<char>(is), {}), file, report);
-    }
 }
 
 } // namespace
@@ -93,12 +80,14 @@ void NOD_ServerPass::read()
         NODcheckDescription(*myInterface, myPath, said);
     }
     const bool wholeFlag = NODscriptHead(text, myPath).empty();
-    if (myInterface && wholeFlag && myRules.lintFlag) {
+    if (wholeFlag && myRules.lintFlag) {
         NOD_LintOptions options;
         if (myRules.includes != NOD_Interface::Includes::NONE) {
-            readLintFile(myPath, options, said);
+            options.readFolder(myPath, said);
         }
-        NOD_Judgement judged = NODjudge(*myInterface, options, said);
+        NOD_Judgement judged =
+            myInterface ? NODjudge(*myInterface, options, said)
+                        : NODjudgeSoundPart(text, myPath, options, said, myRules.includes);
         for (const NOD_LintFinding &finding : judged.findings) {
             add(finding);
         }
@@ -245,6 +234,21 @@ void NOD_ServerPass::addRelated(Finding &finding, const KIT_MessagePlace &place,
     finding.related.push_back(std::move(related));
 }
 
+/// The word that may have been meant, where the place is one word.
+void NOD_ServerPass::addReplacement(Finding &finding, const std::string &word) const
+{
+    std::size_t begin = finding.begin;
+    std::size_t end = finding.end;
+    std::string_view written = std::string_view(myText->get()).substr(begin, end - begin);
+    const bool quotedFlag = written.size() > 1 && written.front() == '"' && written.back() == '"';
+    begin += quotedFlag ? 1 : 0;
+    end -= quotedFlag ? 1 : 0;
+    written = std::string_view(myText->get()).substr(begin, end - begin);
+    if (!written.empty() && written.find_first_of(" \t\r\n\"\\{}") == std::string_view::npos) {
+        finding.fixes.push_back({"replace it by " + word, {{begin, end, word}}, false});
+    }
+}
+
 void NOD_ServerPass::add(const NOD_LintFinding &found)
 {
     Finding finding = findingOf(found.message);
@@ -254,6 +258,10 @@ void NOD_ServerPass::add(const NOD_LintFinding &found)
     for (NOD_ServerFix &fix : finding.fixes) {
         fix.title = std::string("fix ") + found.rule->name;
         fix.safeFlag = true;
+    }
+    const KIT_MessageDetail &detail = *found.message.detail;
+    if (finding.fixes.empty() && !detail.expected.empty() && detail.place.file == myPath) {
+        addReplacement(finding, detail.expected.front());
     }
     myFindings.push_back(std::move(finding));
 }

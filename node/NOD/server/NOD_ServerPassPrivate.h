@@ -98,6 +98,7 @@ private:
     void read();
     NOD_ServerFinding findingOf(const NOD_Message &message);
     void add(const NOD_LintFinding &finding);
+    void addReplacement(NOD_ServerFinding &finding, const std::string &word) const;
     void tell(const std::string &text);
     void setPlace(NOD_ServerFinding &finding, const KIT_MessageDetail &detail);
     void addRelated(NOD_ServerFinding &finding, const KIT_MessagePlace &place,

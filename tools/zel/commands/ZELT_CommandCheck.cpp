@@ -77,7 +77,9 @@ std::vector<Result> checkFile(const std::string &file, const Call &call, ZELT_Me
     const bool rulesFlag = isStrict(call) && ZELTreadLintFile(file, options, messages) &&
                            ZELTreadLintOptions(call.rules, options, messages);
     const bool unfitFlag = messages.getErrorCount() != before;
-    const std::vector<ZELT_NodeInterface> all = ZELT_Session::openInterfaces(file, messages, &said);
+    std::string unread;
+    const std::vector<ZELT_NodeInterface> all =
+        ZELT_Session::openInterfaces(file, messages, &said, &unread);
     std::vector<Result> results;
     for (std::size_t i = 0; i < all.size(); ++i) {
         if (all[i].first == i) {
@@ -88,10 +90,15 @@ std::vector<Result> checkFile(const std::string &file, const Call &call, ZELT_Me
             results.back().name = all[i].name;
         }
     }
-    messages.add(said);
     if (all.empty()) {
         results.push_back({file});
     }
+    if (rulesFlag && !unread.empty()) {
+        NOD_Judgement judged = NODjudgeSoundPart(unread, file, options, said);
+        results.back().findings = std::move(judged.findings);
+        said = std::move(judged.rest);
+    }
+    messages.add(said);
     return results;
 }
 
@@ -99,6 +106,7 @@ void print(const Result &result)
 {
     if (!result.script && (result.rows < 0 || !result.goodFlag)) {
         std::cout << result.name << ": failed\n";
+        ZELTprintLint(result.findings);
         return;
     }
     if (!result.script) {

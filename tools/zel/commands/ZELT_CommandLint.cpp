@@ -67,11 +67,18 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
         return result;
     }
     NOD_Report said;
-    const std::vector<ZELT_NodeInterface> all = ZELT_Session::openInterfaces(file, messages, &said);
+    std::string unread;
+    const std::vector<ZELT_NodeInterface> all =
+        ZELT_Session::openInterfaces(file, messages, &said, &unread);
     if (call.fix && !all.empty() && !all[0].path.empty()) {
         messages.add(said);
         messages.error(file, "--fix needs a script: this one has nodes");
         return result;
+    }
+    if (!unread.empty()) {
+        NOD_Judgement judged = NODjudgeSoundPart(unread, file, options, said);
+        said = std::move(judged.rest);
+        result.findings = std::move(judged.findings);
     }
     result.goodFlag = !all.empty();
     for (std::size_t i = 0; i < all.size(); ++i) {
@@ -166,7 +173,7 @@ int lint(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
         findings += int(result.findings.size());
         fixed += result.fixed;
         for (const NOD_LintFinding &finding : result.findings) {
-            fixable += isFixable(finding, file);
+            fixable += result.goodFlag && isFixable(finding, file);
         }
         if (options.json) {
             ZELT_Json one;
