@@ -1,10 +1,10 @@
 #include <NOD/NOD_CommandCheck.h>
 
 #include <BAS/BAS_Character.h>
-#include <KIT/KIT_MessageCatalogue.h>
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptCheck.h>
+#include <NOD/interface/NOD_MessageCodesPrivate.h>
 #include <NOD/interface/NOD_ScriptTokensPrivate.h>
 
 #include <algorithm>
@@ -13,8 +13,6 @@
 
 namespace
 {
-
-constexpr int theRestCode = 44; ///< of what stands behind the brace that closes a script
 
 /// The braces of one command.
 struct Command
@@ -162,8 +160,7 @@ bool NODcheckCommands(std::string_view text, const std::string &name, NOD_Report
         }
     }
     for (const NOD_Message &message : found.getMessages()) {
-        if (found.hasErrors() ||
-            (message.category == theKITScriptCategory && message.code == theRestCode)) {
+        if (found.hasErrors() || NODisMessage(message, NOD_SCRIPT_REST)) {
             report.add(message);
         }
     }
