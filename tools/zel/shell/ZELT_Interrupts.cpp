@@ -95,9 +95,18 @@ bool ZELT_Interrupts::Command::finish()
 {
     theHeedsFlag.store(false); // before it is asked for
     tellWatcher(false);
-    const bool goesOnFlag = !BAS_Interrupt::isRequested();
+    if (!BAS_Interrupt::isRequested()) {
+        return true;
+    }
     BAS_Interrupt::clear();
-    return goesOnFlag;
+    goOn();
+    return false;
+}
+
+void ZELT_Interrupts::Command::goOn()
+{
+    tellWatcher(true);
+    theHeedsFlag.store(true);
 }
 
 ZELT_Interrupts::Command::~Command()

@@ -26,9 +26,10 @@ public:
         Command(const Command &) = delete;
         Command &operator=(const Command &) = delete;
 
-        /// From here on the command can't be stopped: it writes a file, or takes back what it did. False, with
-        /// Ctrl-C forgotten, if it was stopped before.
+        /// From here to goOn() the command can't be stopped: it writes a file. False, with Ctrl-C forgotten and
+        /// heard again, if it was stopped before.
         static bool finish();
+        static void goOn();
     };
 
 private:

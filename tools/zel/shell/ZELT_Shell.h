@@ -24,6 +24,7 @@
 #include <NOD/NOD_Snapshots.h>
 #include <NOD/NOD_UndoStack.h>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -127,8 +128,9 @@ public:
     /// \name Output and words   (what is wrong is printed)
     // ------------------------------------------------------------------ //
     void fail(const std::string &reason);
-    /// From here on the command isn't stopped by Ctrl-C, as before it writes a file. False if it was before: then it
-    /// undoes what it did, and fails.
+    /// Whether Ctrl-C was pressed, which is forgotten: what was evaluated since then has failed.
+    static bool wasStopped();
+    /// From here to its end the command isn't stopped by Ctrl-C, as before it writes a file. False if it was before.
     static bool finish();
     /// Each error of a report is a reason; warnings are printed as they are.
     void tell(const NOD_Report &report);
@@ -158,7 +160,7 @@ private:
     void dispatch(const ZELT_ShellWords &words, std::string_view line);
     void call(const ZELT_ShellCommand &command, const ZELT_ShellWords &words,
               std::string_view line);
-    void takeInterrupt(NOD_Edit *step);
+    void takeInterrupt(const std::function<bool()> &takeBack);
     void callAndTell(const ZELT_ShellCommand &command, const ZELT_ShellWords &words);
 
     ZELT_Messages &myMessages;

@@ -43,11 +43,13 @@ void go(ZELT_Shell &shell, const std::string &label, Way way, Way back, const ch
     NOD_UndoStack &stack = shell.getUndo();
     if (!(stack.*way)()) {
         shell.fail(std::string("there is nothing to ") + name);
-    } else if (shell.finish()) {
-        std::cout << label << '\n';
-    } else {
+    } else if (shell.wasStopped()) {
         (stack.*back)();
+        static_cast<void>(shell.wasStopped()); // once more: what is done again is whole
         shell.fail("interrupted: nothing is changed");
+    } else {
+        static_cast<void>(shell.finish());
+        std::cout << label << '\n';
     }
 }
 
