@@ -32,16 +32,15 @@ std::set<int> linesOf(const NOD_Report &report)
 }
 
 /// A row of a command, right or with a mistake in this line alone.
-std::string parmLine(std::mt19937 &random, bool wrongFlag)
+std::string parmLine(std::mt19937 &random, const std::string &name, bool wrongFlag)
 {
-    constexpr const char *theRight[] = {"parm { name \"a\" type float }",
-                                        "parm { name b type KIND }", "label \"a { brace\"",
-                                        "help { \"one\" \"two\" }"};
-    constexpr const char *theWrong[] = {"parm { nmae \"a\" name c }",
-                                        "parm { name a export never }", "parm { type float }",
-                                        "labl \"a\"", "parm { name a menu { \"x\" } }"};
-    return wrongFlag ? theWrong[random() % std::size(theWrong)]
-                     : theRight[random() % std::size(theRight)];
+    const std::string right[] = {"parm { name \"" + name + "\" type float }",
+                                 "parm { name " + name + " type KIND }", "label \"a { brace\"",
+                                 "help { \"one\" \"two\" }"};
+    const std::string wrong[] = {"parm { nmae \"" + name + "\" }",
+                                 "parm { name " + name + " export never }", "parm { type float }",
+                                 "labl \"a\"", "parm { name " + name + " menu { \"x\" } }"};
+    return wrongFlag ? wrong[random() % std::size(wrong)] : right[random() % std::size(right)];
 }
 
 } // namespace
@@ -60,7 +59,7 @@ TEST(FileChecks, EachCommandTellsItsOwnMistakes)
             const unsigned rows = random() % 4;
             const unsigned fault = random() % 6;
             for (unsigned row = 0; row < rows; ++row, ++line) {
-                text += "    " + parmLine(random, row == fault) + "\n";
+                text += "    " + parmLine(random, "p" + std::to_string(line), row == fault) + "\n";
                 if (row == fault) {
                     wrong.insert(line);
                 }

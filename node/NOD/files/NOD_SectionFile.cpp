@@ -5,7 +5,6 @@
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_MessageCatalogue.h>
 #include <KIT/KIT_MessageDetail.h>
-#include <KIT/KIT_WorkBuffer.h>
 #include <KIT/KIT_Write.h>
 #include <NOD/NOD_Report.h>
 
@@ -105,12 +104,13 @@ bool NOD_SectionFile::readText(const std::string &file, NOD_Report &report)
     }
     const bool whole = myIndex.read(myBytes, file.c_str());
     takePlaced(errors.getManager(), file, report);
-    std::string().swap(myBytes);
     for (std::int64_t i = 0; i < myIndex.getNumSections(); ++i) {
+        const std::size_t start = myIndex.getSectionStart(i);
         mySections.push_back({myIndex.getSectionName(i).view(), myIndex.getSectionText(i),
-                              myIndex.getSectionLine(i), myIndex.getSectionStart(i),
-                              myIndex.getTextStart(i)});
+                              myIndex.getSectionLine(i), start, myIndex.getTextStart(i),
+                              myBytes.substr(start, myBytes.find('\n', start) - start)});
     }
+    std::string().swap(myBytes);
     for (const STO_IndexFile::Repeat &repeat : myIndex.getRepeats()) {
         tell(report, file, repeat.line, repeat.name, "is there twice: the first one counts");
     }
@@ -147,8 +147,12 @@ bool NOD_SectionFile::readBinary(const std::string &file, NOD_Report &report)
             return true;
         }
         if (names.insert(name).second) {
-            mySections.push_back({name, is.rest().substr(0, std::size_t(length)), 0,
-                                  std::size_t(begin), std::size_t(is.tellg())});
+            mySections.push_back({name,
+                                  is.rest().substr(0, std::size_t(length)),
+                                  0,
+                                  std::size_t(begin),
+                                  std::size_t(is.tellg()),
+                                  {}});
         } else {
             tell(report, file, 0, std::string(name), "is there twice: the first one counts", begin);
         }
@@ -235,15 +239,6 @@ NOD_SectionFile::placeDetail(const std::shared_ptr<const KIT_MessageDetail> &det
     return placed;
 }
 
-/// The line that a section begins with, as it is written here.
-std::string NOD_SectionFile::headerOf(std::string_view name)
-{
-    KIT_WorkBuffer line;
-    line.append("section ");
-    line.appendQuoted(name);
-    return std::string(line.view());
-}
-
 std::shared_ptr<const KIT_MessageDetail>
 NOD_SectionFile::makeDetail(const Section &section, int line, const std::string &file)
 {
@@ -258,8 +253,7 @@ NOD_SectionFile::makeDetail(const Section &section, int line, const std::string 
         return placeDetail(std::make_shared<KIT_MessageDetail>(std::move(detail)), section, file);
     }
     if (section.line > 0) {
-        const std::string header = headerOf(section.name);
-        detail.place.setFromText(header, 0, header.size(), section.line);
+        detail.place.setFromText(section.header, 0, section.header.size(), section.line);
     }
     detail.place.file = file;
     detail.place.offset += std::int64_t(section.start) + (detail.place.offset < 0);
