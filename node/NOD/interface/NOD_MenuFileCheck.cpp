@@ -89,7 +89,7 @@ private:
             tell(begin + line.size(), end, "has a byte of zero: the rest of the line isn't read");
         }
         if (quote != std::string_view::npos) {
-            tell(begin + quote, end, "the closing quote is missing");
+            tell(begin + quote, end, "the quote isn't closed");
         }
         if (count == myFields) {
             judgeToken(begin, end, words);
@@ -110,7 +110,7 @@ private:
         }
         const auto [former, newFlag] = myTokens.emplace(token, myLine);
         if (!newFlag) {
-            tell(begin, end, "line " + std::to_string(former->second) + " has the entry already");
+            tell(begin, end, "line " + std::to_string(former->second) + " has a row with this token already");
         }
     }
 
