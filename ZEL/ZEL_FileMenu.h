@@ -48,6 +48,11 @@ public:
     /// Appends the rows of a data file. A line with one field less than a row gives a separator.
     void readRows(KIT_IStream &is);
 
+    /// The name of its data files.
+    static const char *getFileName(Kind kind);
+    /// How many fields a line has that gives a row.
+    static int getFieldCount(Kind kind);
+
     int getNumRows() const { return static_cast<int>(myRows.size()); }
     /// A row; null when there is none, which includes every index before fill().
     const ZEL_Name *getRow(int index) const;

@@ -61,7 +61,9 @@ public:
     const Entries &getEntries() const { return myEntries; }
     float getVersion() const { return myVersion; }
     /// Whether there were comments other than of kinds; they aren't kept.
-    bool hasComments() const { return myCommentFlag; }
+    bool hasComments() const { return !myComment.empty(); }
+    /// The first of them, with its mark; "" for none.
+    const std::string &getComment() const { return myComment; }
     /// Whether the stream had its end. One that is cut between two entries hasn't.
     bool isWhole() const { return myWholeFlag; }
     ///@}
@@ -98,7 +100,7 @@ private:
     bool givesPackets(const ZEL_ParmStream &text) const;
 
     float myVersion = 0.0f;
-    bool myCommentFlag = false;
     bool myWholeFlag = false;
+    std::string myComment;
     Entries myEntries;
 };

@@ -1,7 +1,8 @@
 // Fuzzes dialog commands: the text up to a NUL byte is a command, the rest a line for it. The result
 // of the line is written, read and written again, which must be the same line, in both syntaxes,
-// unless a place without an option may be off.
+// unless a place without an option may be off. As a file, the command's mistakes are told in it.
 
+#include "FuzzLimits.h"
 #include "FuzzMemory.h"
 
 #include <DS/DS_Command.h>
@@ -9,7 +10,10 @@
 #include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
+#include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_WorkArgs.h>
+#include <NOD/NOD_CommandCheck.h>
+#include <NOD/NOD_Report.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
@@ -19,6 +23,7 @@
 #include <cstring>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace
@@ -90,18 +95,30 @@ void checkLines(DS_Command &command, const char *line, bool distinctFlag)
     require(!distinctFlag || second == first);
 }
 
+/// As a file of several: what is told has its place in it.
+void checkFile(std::string_view text)
+{
+    NOD_Report report;
+    require(NODcheckCommands(text, "fuzz", report) != report.hasErrors());
+    for (const NOD_Message &message : report.getMessages()) {
+        const KIT_MessagePlace place = message.detail ? message.detail->place : KIT_MessagePlace();
+        require(place.file != "fuzz" || place.endOffset <= std::int64_t(text.size()));
+        require(place.line <= 1 + std::count(text.begin(), text.end(), '\n'));
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const FuzzMemory oracle(size);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 2);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 16);
+    setFuzzLimits(2, 16);
     KIT_EnvControl::setInt(KIT_ENV_MAX_SCRIPT_NESTING, 8);
     KIT_ErrorManager::Scope scope(1);
     const uint8_t *const end = data + size;
     const uint8_t *const middle = std::find(data, end, 0);
     const std::string line(middle == end ? end : middle + 1, end);
+    checkFile({reinterpret_cast<const char *>(data), static_cast<size_t>(middle - data)});
     KIT_IStream memory(reinterpret_cast<const char *>(data), static_cast<size_t>(middle - data),
                        KIT_IStream::TEXT);
     DS_Stream stream(memory, "fuzz", true);

@@ -3,9 +3,9 @@
 // list loads or fails; what it then saves loads again, in text to the same bytes. As entries, a stream in either
 // form has the same bytes when it is read again, also by way of the other one.
 
+#include "FuzzLimits.h"
 #include "FuzzMemory.h"
 
-#include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <TRK/TRK_Collection.h>
@@ -117,9 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size == 0) {
         return 0;
     }
-    // So that the fuzzer finds what is slow, not what is merely large.
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 100);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 16);
+    setFuzzLimits(100, 16);
     const bool binary = data[0] & 1;
     const std::string bytes(reinterpret_cast<const char *>(data) + 1, size - 1);
     TestOwner owner;

@@ -2,6 +2,7 @@
 // a server with an open document. Whatever came, what it sends is messages of the protocol, and it answers the next
 // request.
 
+#include "FuzzLimits.h"
 #include "FuzzMemory.h"
 
 #include <KIT/KIT_EnvControl.h>
@@ -31,8 +32,7 @@ void require(bool condition)
 void setLimits()
 {
     SNKsetPythonEnabled(false);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 2);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 16);
+    setFuzzLimits(2, 16);
     KIT_EnvControl::setInt(KIT_ENV_MAX_SCRIPT_NESTING, 8);
 }
 

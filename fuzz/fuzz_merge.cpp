@@ -2,9 +2,9 @@
 // read is merged: to something that is written or has an error, with a report that is JSON; with itself and the base it
 // is itself, and whoever stands, the merge ends.
 
+#include "FuzzLimits.h"
 #include "FuzzMemory.h"
 
-#include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <NOD/NOD_ConflictNotes.h>
 #include <NOD/NOD_Document.h>
@@ -90,8 +90,7 @@ void check(std::array<NOD_Document, 3> &states)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const FuzzMemory oracle(size);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 100);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 8);
+    setFuzzLimits(100, 8);
     SNKsetPythonEnabled(false);
     const std::vector<std::string> parts =
         partsOf(std::string(reinterpret_cast<const char *>(data), size));

@@ -2,9 +2,9 @@
 // patch, or doesn't fit, has an error; what fits gives a state whose patch leads back, and which is written or has an
 // error. A patch that was read is written and read again to the same text.
 
+#include "FuzzLimits.h"
 #include "FuzzMemory.h"
 
-#include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <NOD/NOD_Difference.h>
 #include <NOD/NOD_Document.h>
@@ -89,8 +89,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size == 0) {
         return 0;
     }
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 100);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 8);
+    setFuzzLimits(100, 8);
     SNKsetPythonEnabled(false);
     const std::string text(reinterpret_cast<const char *>(data) + 1, size - 1);
     NOD_Report report;

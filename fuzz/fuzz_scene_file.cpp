@@ -2,9 +2,9 @@
 // of the application. Bit 1 reads no scripts. What was read is saved and read again: to the same bytes in
 // each form, if it is read without a message.
 
+#include "FuzzLimits.h"
 #include "FuzzMemory.h"
 
-#include <KIT/KIT_EnvControl.h>
 #include <KIT/KIT_Error.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
@@ -81,9 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size == 0) {
         return 0;
     }
-    // So that the fuzzer finds what is slow, not what is merely large.
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_ITEMS, 100);
-    KIT_EnvControl::setInt(KIT_ENV_MAX_STREAM_MEGABYTES, 8);
+    setFuzzLimits(100, 8);
     SNKsetPythonEnabled(false);
     const std::string bytes(reinterpret_cast<const char *>(data) + 1, size - 1);
     NOD_LoadOptions options;

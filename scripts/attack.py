@@ -101,10 +101,14 @@ VALUE_CALLS = [
     "eval {script} --values {values}", "state {script} --values {values}",
     "convert {script} {values} OUT --to binary", "convert {script} {values} OUT --to text",
     "diff {script} {values} {none}", "shell {script} < {load}",
-    "preset save Node attack x {script} --values {values}",
+    "preset save Node attack x {script} --values {values}", "cat {values} --script {script}",
+    "merge {script} {none} {values} {none} -o OUT",
 ]
-SCENE_CALLS = ["scene {scene}", "scene {scene} --convert OUT", "scene {scene} --convert OUT --binary"]
-CHANNEL_CALLS = ["eval {script} --channels {channels}", "eval {script} --channels {channels} --frames 1:10"]
+SCENE_CALLS = ["scene {scene}", "scene {scene} --convert OUT", "scene {scene} --convert OUT --binary",
+               "stats {scene}", "check {scene}", "lint {scene}", "show --json {scene}", "doc {scene} -o OUT", "cat {scene}",
+               "merge {scene} {scene} {scene} -o OUT"]
+CHANNEL_CALLS = ["eval {script} --channels {channels}", "eval {script} --channels {channels} --frames 1:10",
+                 "cat {channels}", "diff --patch {channels} {channels}", "merge {channels} {channels} {channels} -o OUT"]
 
 LINES = ("list\ntree\nshow p\ntype p\nevents on\nset m 3\nundo\nredo\nset p 2\nsnapshot a\nrestore a\nmessages\n"
          "magic\ngraph clean\ntimedep\nenabled p\nmenu p\nsave text OUT\nspare list\nadopt {script}\nquit\n")
@@ -327,11 +331,86 @@ def rows():
             f'channel m {{ key 0 0 "ch(\\"../{i * 7919 % 300}/m\\")+1" }}')) +
         section(f"values /{i}", stream(entry("m", "[ m 2 ]") + entry("q1", 3))), size))
 
+    # Patches, merges, maps, and what an editor sends.
+    def patch(name, text, state=stream(entry("p", 1))):
+        out.append((name, {"script": NUMBER, "state": state, "patch": text},
+                    [f"patch {{script}} {{state}} {{patch}} {way}-o OUT" for way in ("", "--reverse ")]))
+
+    def edits(edit):
+        return ('{"format":"zel difference","version":1,"exact":true,"edits":[' +
+                ",".join(fill(lambda i: edit(i) + "\n", MOST - 2000).splitlines()) + "]}")
+
+    patch("patch_deep", '{"format":' + "[" * 90000)
+    patch("patch_noise", noise(99000))
+    def changed(i, verb="changed", values='"old":1.0,"new":2.0', more=""):
+        return (f'{{"kind":"value","verb":"{verb}","address":"u{i}","path":[["parm","u{i}"],{more}["value","0"]],'
+                f'{values}}}')
+
+    patch("patch_edits", edits(changed))
+    patch("patch_same", edits(lambda i: changed(0)))
+    patch("patch_added", edits(lambda i: changed(i, "added", '"new":1.0')))
+    patch("patch_path", edits(lambda i: changed(i, more='["item","0"],' * 200)))
+    patch("patch_state", edits(lambda i: changed(i, values=f'"old":{i}.0,"new":-1.0')),
+          stream(fill(lambda i: entry(f"u{i}", i))))
+
+    def merge(name, base, ours, theirs, of=NUMBER):
+        out.append((name, {"script": of, "base": base, "ours": ours, "theirs": theirs}, [
+            "merge {script} {base} {ours} {theirs} -o OUT", "merge {script} {base} {ours} {theirs} -o OUT --json",
+            "merge {script} {base} {ours} {theirs} -o OUT --theirs *", "diff --patch {script} {ours} {theirs}"]))
+
+    merge("merge_conflicts", stream(""), *[stream(fill(lambda i: entry(f"u{i}", f"{side}{i}"))) for side in (1, 2)])
+    items = page(block("m", 0, parm("q#")))
+    merge("merge_items", stream(entry("m", 3)), *[stream(entry("m", 4000) + fill(
+        lambda i: entry(f"q{i + 1}", (i * step) % 4001), 90000)) for step in (7919, 104729)], of=items)
+    merge("merge_order", *[stream(fill(lambda i: entry(f"u{i * step % 4001}", i), 90000)) for step in (1, 7919, 104729)])
+    merge("merge_noise", noise(99000), noise(99000, 2), noise(99000, 3))
+    merge("merge_keys", *[channels("channel p {\n" + fill(lambda i: f"key {i * step} {i} cubic()\n") + "}\n")
+                          for step in (1, 2, 3)])
+
+    def migration(name, text, of=NUMBER):
+        out.append((name, {"script": of, "values": stream(entry("p", 1)), "map": text}, [
+            "migrate {script} {script} {values} --map {map} -o OUT", "migrate {values} --map {map} -o OUT",
+            "migrate --check --map {map}"]))
+
+    head = "migration 1.0\nversion 1 script\nversion 2 script\n"
+    migration("map_steps", head + fill(lambda i: f"rename p{i} q{i}\n"))
+    migration("map_chain", head + fill(lambda i: f"rename p{i} p{i + 1}\n"))
+    migration("map_versions", "migration 1.0\n" + fill(lambda i: f"version {i} script\n"))
+    migration("map_split", head + "split p " + fill(lambda i: f"q{i} ") + "\n")
+    migration("map_tests", head + fill(lambda i: f"test t{i}\nset p {i}\nexpect p {i}\nend\n"))
+    migration("map_items", head + fill(lambda i: f"rename q# r{i}#\n"), items)
+    migration("map_renames", fill(lambda i: f"p{i} q{i}\n"))
+    migration("map_line", head + "rename " + "p" * 90000 + "\n")
+    migration("map_noise", noise(99000))
+
+    def editor(name, text):
+        out.append((name, {"sent": text}, ["lsp < {sent}"]))
+
+    def frame(text, length=None):
+        return f"Content-Length: {len(text) if length is None else length}\r\n\r\n{text}"
+
+    begin = frame('{"jsonrpc":"2.0","id":0,"method":"initialize","params":{"capabilities":{}}}')
+    for name, length in (("long", 10**12), ("negative", -1), ("none", ""), ("short", 3), ("overflow", 2**64 + 5)):
+        editor(f"lsp_length_{name}", begin + fill(lambda i: frame('{"id":1}', length)))
+    editor("lsp_heads", begin + fill(lambda i: f"X{i}: y\r\n"))
+    editor("lsp_deep", begin + frame('{"jsonrpc":"2.0","id":1,"method":"x","params":' + "[" * 90000))
+    editor("lsp_noise", noise(99000))
+    opened = '"textDocument":{"uri":"file:///a.ds","version":1'
+    editor("lsp_changes", begin + frame(f'{{"jsonrpc":"2.0","method":"textDocument/didOpen","params":{{{opened},"text":""}}}}}}')
+           + frame(f'{{"jsonrpc":"2.0","method":"textDocument/didChange","params":{{{opened}}},"contentChanges":[' +
+                   ",".join(['{"range":{"start":{"line":0,"character":0},"end":{"line":0,"character":0}},"text":"{ "}'] * 900)
+                   + "]}}"))
+    editor("lsp_requests", begin + fill(lambda i: frame(
+        f'{{"jsonrpc":"2.0","id":{i},"method":"textDocument/hover","params":{{{opened}}},"position":{{"line":{i},"character":9}}}}}}')))
+
     # Commands, presets, devices and pipes.
     command = "command\n{\n name c\n default { \"c\" }\n" + fill(lambda i: parm(f"p{i}", f'option "-{i}"'), 90000) + "}\n"
     out.append(("commands", {"script": command}, ["command {script}", "command {script} c", "command --json {script}"]))
     out.append(("command_many", {"script": fill(lambda i: f"command {{ name c{i} }}\n")},
                 ["command {script}", "command {script} c9"]))
+    out.append(("command_mistakes", {"script": fill(lambda i: f"command {{ nmae c{i} parm {{ name p }}\n")},
+                ["command {script}"]))
+    out.append(("menu_lines", {"FBres": fill(lambda i: "a \"b\" 'c' \"\n")}, ["check {FBres}"]))
     out.append(("command_line", {"script": "command { name c " + parm("p", 'option "-p"') + "}\n"},
                 ["command {script} " + "-p1" * 30000]))
     index = "#STO_INDEX 1.0\n" + fill(lambda i: f'section "s{i}"\n\tx\nend\n') + "#END\n"

@@ -7,6 +7,7 @@
 #include <KIT/KIT_StringArray.h>
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
+#include <ZEL/ZEL_CallbackType.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -105,14 +106,7 @@ void ZEL_Parm::destroyChildParms()
 
 bool ZEL_Parm::isCallbackType() const
 {
-    const ZEL_Type &type = getType();
-    return type.getBasicType() == ZEL_CALLBACK.getBasicType() &&
-           type.getFloatType() == ZEL_CALLBACK.getFloatType() &&
-           type.getOrdinalType() == ZEL_CALLBACK.getOrdinalType() &&
-           type.getStringType() == ZEL_CALLBACK.getStringType() &&
-           type.getDataType() == ZEL_CALLBACK.getDataType() &&
-           type.getPathType() == ZEL_CALLBACK.getPathType() &&
-           type.getChannelType() == ZEL_CALLBACK.getChannelType();
+    return ZELisCallbackType(getType());
 }
 
 void ZEL_Parm::notify(TRK_CHANGE_TYPE type) const

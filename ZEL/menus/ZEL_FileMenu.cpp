@@ -123,6 +123,16 @@ ZEL_FileMenu &ZEL_FileMenu::get(Kind kind)
     return theProcessMenus[kind];
 }
 
+const char *ZEL_FileMenu::getFileName(Kind kind)
+{
+    return theMenus[kind].file;
+}
+
+int ZEL_FileMenu::getFieldCount(Kind kind)
+{
+    return theMenus[kind].fields;
+}
+
 void ZEL_FileMenu::addRow(const char *token, const char *label)
 {
     myRows.push_back(std::make_unique<ZEL_Name>(token, label));

@@ -179,19 +179,21 @@ private:
                 return true;
             }
             const bool kindFlag = token == theKindComment;
+            std::string comment(token);
             KIT_WorkBuffer rest;
             // The comment may be its line's last word.
             if (myStream.peek() != '\n') {
                 myStream.getLine(rest);
+                comment += rest.view();
             }
-            if (!kindFlag || !takeKinds(rest.view())) {
-                myTo.myCommentFlag = true;
+            if ((!kindFlag || !takeKinds(rest.view())) && myTo.myComment.empty()) {
+                myTo.myComment = std::move(comment);
             }
         }
         return false;
     }
 
-    /// The rest of a comment; false if it names no kind.
+    /// The rest of a comment; false if it names no kind, or nothing that is of it.
     bool takeKinds(std::string_view line)
     {
         KIT_IStream is(line.data(), line.size(), KIT_IStream::TEXT);
@@ -201,10 +203,12 @@ private:
             mark = std::find_if(std::begin(theKindMarks), std::end(theKindMarks),
                                 [&](const KindMark &one) { return one.word == word; });
         }
+        bool namesFlag = false;
         while (mark != std::end(theKindMarks) && is.getWord(word)) {
             myMarks[std::string(word)] = mark;
+            namesFlag = true;
         }
-        return mark != std::end(theKindMarks);
+        return namesFlag;
     }
 
     /// Blocks grow for the name of an item; what can't grow is unknown.

@@ -2,15 +2,22 @@
 
 #include <ZEL/values/ZEL_OrdinalPrivate.h>
 
+#include <KIT/KIT_MessageDetail.h>
+#include <KIT/KIT_MessageSource.h>
+#include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_Write.h>
+#include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/instance/ZEL_ValueFramesPrivate.h>
 #include <ZEL/instance/ZEL_ValuePacketsPrivate.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
 #include <ZEL/support/ZEL_PacketClassPrivate.h>
 
 #include <cstring>
+#include <memory>
 #include <ostream>
+#include <string>
+#include <vector>
 
 namespace
 {
@@ -34,6 +41,19 @@ void writeInteger(std::ostream &os, std::int64_t value)
 void writeInteger32(std::ostream &os, std::int64_t value)
 {
     KITwrite(os, std::int32_t(ZELclampToInt(value)));
+}
+
+/// Of a menu that is a table; none of any other.
+std::vector<std::string> fixedTokens(const ZEL_ChoiceList *menu)
+{
+    std::vector<std::string> tokens;
+    for (int i = 0; menu && i < menu->getStaticSize(); ++i) {
+        KIT_String token;
+        if (menu->tokenFromIndex(token, i, nullptr, nullptr, nullptr)) {
+            tokens.push_back(token.toStdString());
+        }
+    }
+    return tokens;
 }
 
 } // namespace
@@ -174,7 +194,12 @@ void ZEL_Ordinal::loadAsciiWord(const char *word, int index)
         text.append(word);
         text.append(" in ");
         text.append(getToken());
-        KITaddWarning(ZEL_ERROR_CATEGORY, ZEL_ERR_UNKNOWN_TOKEN, text.buffer());
+        const std::shared_ptr<KIT_MessageDetail> detail = KIT_MessageSource::makeDetail();
+        if (detail) {
+            KITaddNearest(*detail, word, fixedTokens(getTemplatePtr()->getChoiceListPtr()));
+        }
+        KITgetErrorManager().add(ZEL_ERROR_CATEGORY, ZEL_ERR_UNKNOWN_TOKEN, text.buffer(),
+                                 KIT_ERROR_WARNING, detail);
     }
 }
 

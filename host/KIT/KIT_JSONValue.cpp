@@ -1,5 +1,6 @@
 #include <KIT/KIT_JSONValue.h>
 
+#include <BAS/BAS_Utf8.h>
 #include <KIT/KIT_AutoJSONParser.h>
 #include <KIT/KIT_JSONValueMap.h>
 #include <KIT/KIT_JSONWriter.h>
@@ -14,31 +15,10 @@
 namespace
 {
 
-bool isBetween(char c, int first, int last)
-{
-    const int byte = static_cast<unsigned char>(c);
-    return byte >= first && byte <= last;
-}
-
 /// The bytes of the character that the text starts with; 0 for a byte that isn't UTF-8, or a NUL.
 std::size_t characterLength(std::string_view text)
 {
-    const int first = static_cast<unsigned char>(text[0]);
-    if (first < 0x80) {
-        return first == 0 ? 0 : 1;
-    }
-    if (first < 0xc2 || first > 0xf4) {
-        return 0;
-    }
-    const std::size_t length = first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
-    // Rejects overlong forms, surrogates, and code points above the last.
-    const int low = first == 0xe0 ? 0xa0 : first == 0xf0 ? 0x90 : 0x80;
-    const int high = first == 0xed ? 0x9f : first == 0xf4 ? 0x8f : 0xbf;
-    bool good = text.size() >= length && isBetween(text[1], low, high);
-    for (std::size_t i = 2; good && i < length; ++i) {
-        good = isBetween(text[i], 0x80, 0xbf);
-    }
-    return good ? length : 0;
+    return text[0] == '\0' ? 0 : BASutf8Length(text);
 }
 
 std::size_t goodLength(std::string_view text)

@@ -60,11 +60,18 @@ public:
             return;
         }
         bool ended = false;
+        bool brokenFlag = false; // what follows may be the rest of a section
         while (nextLine()) {
             if (startsWith(myLine, theSection)) {
                 // A line that breaks off a section may be the first of the next one.
-                while (!readSection() && startsWith(myLine, theSection)) {
+                bool whole = readSection();
+                while (!whole && startsWith(myLine, theSection)) {
+                    whole = readSection();
                 }
+                // What breaks off a section at the end of the file has been told.
+                ended = !whole && (myLine == theLastLine || myLine.data() == nullptr);
+                brokenFlag = !whole;
+            } else if (brokenFlag && isOfSection()) {
                 ended = false;
             } else if (!myLine.empty() && myLine[0] != '#') {
                 fault(STO_INDEX_DAMAGED, "a line of no section");
@@ -93,6 +100,11 @@ private:
             myLine.remove_suffix(1);
         }
         return true;
+    }
+
+    bool isOfSection() const
+    {
+        return startsWith(myLine, "\t") || myLine == theEnd || myLine == theOpenEnd;
     }
 
     bool checkHeader()

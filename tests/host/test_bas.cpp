@@ -7,6 +7,7 @@
 #include <BAS/BAS_Relaxed.h>
 #include <BAS/BAS_SpinLock.h>
 #include <BAS/BAS_Thread.h>
+#include <BAS/BAS_Utf8.h>
 #include <KIT/KIT_Digits.h>
 #include <common/Threads.h>
 
@@ -354,4 +355,31 @@ TEST(Memory, CategoriesAreCounted)
     EXPECT_EQ(BAS_Memory::Malloc(table, 0, SIZE_MAX / 2), nullptr);
     EXPECT_EQ(table.getTotalBytes(), 0);
 #endif
+}
+
+TEST(Utf8, EveryCharacterIsItsBytesAndNothingElseIs)
+{
+    for (unsigned c = 0; c <= 0x10ffff; c += c < 0x3000 || (c > 0xd700 && c < 0xe100) ? 1 : 251) {
+        const auto tail = [c](unsigned shift) { return char(0x80 | ((c >> shift) & 0x3f)); };
+        std::string text = c < 0x80    ? std::string(1, char(c))
+                           : c < 0x800 ? std::string{char(0xc0 | (c >> 6)), tail(0)}
+                           : c < 0x10000
+                               ? std::string{char(0xe0 | (c >> 12)), tail(6), tail(0)}
+                               : std::string{char(0xf0 | (c >> 18)), tail(12), tail(6), tail(0)};
+        const bool surrogateFlag = c >= 0xd800 && c <= 0xdfff;
+        const std::size_t length = surrogateFlag ? 0 : text.size();
+        ASSERT_EQ(BASutf8Length(text + "x"), length) << c;
+        const bool controlFlag = (c < 0x20 && c != '\n' && c != '\t') || (c >= 0x7f && c < 0xa0);
+        ASSERT_EQ(BASprintableLength(text + "x"), controlFlag ? 0 : length) << c;
+        if (c >= 0x80) {
+            text.back() = 'x'; // cut short
+            ASSERT_EQ(BASutf8Length(text), 0u) << c;
+            text.pop_back();
+            ASSERT_EQ(BASutf8Length(text), 0u) << c;
+        }
+    }
+    for (const char *longer : {"\xc0\x80", "\xc1\xbf", "\xe0\x9f\xbf", "\xf0\x8f\xbf\xbf",
+                               "\xf4\x90\x80\x80", "\xf5\x80\x80\x80", "\x80", "\xff", ""}) {
+        EXPECT_EQ(BASutf8Length(longer), 0u) << longer;
+    }
 }

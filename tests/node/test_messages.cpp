@@ -336,7 +336,7 @@ TEST(Messages, PlacesOfEachReader)
          "13:2-10 [node /n] NOD 56\n24:2-3 [a] ZEL 5\n"},
         {"SCENE", replaced(theScene, "\tversion 1.0", "\tversion soon"), "3:2-14 [scene] NOD 53\n"},
         {"SCENE", replaced(theScene, "end\n#END", "#END"),
-         "26:1-5 [values /n] STO 3, 21:1-20 the section begins here\n27:1-1 [] STO 3\n"},
+         "26:1-5 [values /n] STO 3, 21:1-20 the section begins here\n"},
         {"SCRIPT", "parm { name a type float }\nparm { name a type float }",
          "3:13-14 [a] NOD 4, 2:13-14 'a' is here\n"},
         {"SCRIPT", "parm { name b type float range { 0! 1! } default { 5 } }",

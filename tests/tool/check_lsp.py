@@ -126,7 +126,8 @@ class Server:
         elif "request" in step:
             self.request(step)
         elif "notify" in step:
-            self.send({"method": step["notify"], "params": step.get("params", {})})
+            params = json.dumps(step.get("params", {})).replace("$FOLDER", self.folder)
+            self.send({"method": step["notify"], "params": json.loads(params)})
         elif "open" in step:
             self.open(step)
         elif "change" in step:

@@ -34,20 +34,22 @@ def main():
     validator = jsonschema.Draft202012Validator(schema)
     kinds = {}
     for script in scripts:
-        text = subprocess.run([zel, "show", "--json", script], check=True, stdout=subprocess.PIPE).stdout
+        text = subprocess.run([zel, "show", "--json", script], check=True, stdout=subprocess.PIPE,
+                              stderr=subprocess.DEVNULL).stdout
         document = json.loads(text)
         for fault in validator.iter_errors(document):
             best = jsonschema.exceptions.best_match([fault])
             sys.exit(f"{script}: /{'/'.join(map(str, best.absolute_path))}: {best.message[:400]}")
-        for one in members_of(document["parameters"]):
-            kinds.setdefault(one["kind"], one)
+        for interface in document.get("interfaces", [document]):
+            for one in members_of(interface["parameters"]):
+                kinds.setdefault(one["kind"], one)
     if sorted(kinds) != ["block", "folders", "parameter"]:
         sys.exit(f"the scripts have no more than {sorted(kinds)}")
     for one in kinds.values():
         wrong = [dict(one, unheard=1), dict(one, kind="other"), dict(one, invisible="no")]
         wrong += [{key: value for key, value in one.items() if key != left_out} for left_out in one]
         for broken in wrong:
-            if validator.is_valid({"dialog": document["dialog"], "parameters": [broken]}):
+            if validator.is_valid({"dialog": interface["dialog"], "parameters": [broken]}):
                 sys.exit(f"the schema accepts {json.dumps(broken)[:400]}")
 
 

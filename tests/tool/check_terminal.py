@@ -23,7 +23,7 @@ class Terminal:
         self.seen = ""
         self.child, self.fd = pty.fork()
         if self.child == 0:
-            os.environ.update(XDG_STATE_HOME=folder, TERM="xterm", LC_ALL="C.UTF-8")
+            os.environ.update(XDG_STATE_HOME=folder, ZEL_PATH=folder, TERM="xterm", LC_ALL="C.UTF-8")
             os.execv(zel, [zel, "shell", file])
         self.expect(PROMPT)
 
@@ -57,7 +57,7 @@ class Terminal:
             time.sleep(0.01)
         os.write(self.fd, b"\x03")
         self.expect("! interrupted")
-        self.expect(PROMPT)
+        return self.expect(PROMPT)
 
     def end(self):
         self.send("\x04")
@@ -114,8 +114,10 @@ if second.end() != 1:
     sys.exit("a session with a failure ends with 1")
 
 # Ctrl-C stops what runs; the session and what it has stay, and what was cut short writes nothing.
+flag = os.path.join(folder, "flag")
+waits = f"sum(0 for x in iter(lambda: __import__('os').path.exists('{flag}'), False))"  # for as long as it is there
 third = Terminal()
-third.send("expr coneangle '6 * 7' python\n")
+third.send(f'expr coneangle "42 + {waits}" python\n')
 third.expect(PROMPT)
 third.send("eval coneangle\n")
 if "42\r\n" not in third.expect(PROMPT):
@@ -124,13 +126,15 @@ else:
     endless = "all(True for x in iter(int, 1))"
     third.send("set light_intensity 7\n")
     third.expect(PROMPT)
-    third.interrupt(f'expr coneangle "{endless}" python')  # what reads it is told
+    open(flag, "w").close()
     third.interrupt("eval coneangle")
     third.interrupt("list")
+    os.remove(flag)
+    if "nothing is changed" not in third.interrupt(f'expr coneangle "{endless}" python'):
+        third.send("undo\n")  # what reads it was told when it was set
+        third.expect(PROMPT)
     third.send("eval light_intensity\n")
     third.expect("7\r\n")
-    third.expect(PROMPT)
-    third.send("undo\n")
     third.expect(PROMPT)
     third.send("eval coneangle\n")
     third.expect("42\r\n")
@@ -141,6 +145,32 @@ else:
         sys.exit("an interrupted command has failed")
     if not os.path.exists(f"{folder}/saved.parms"):
         sys.exit("a session that goes on after Ctrl-C doesn't save")
+
+    # What restores a state evaluates too; what it has changed is taken back.
+    with open(os.path.join(folder, "block.ds"), "w") as file:
+        file.write("{ name b multiparm { name m parm { name v# type float } } parm { name n type int } }\n")
+    fifth = Terminal(os.path.join(folder, "block.ds"))
+    for line in (f'expr m "2 + {waits}" python', "snapshot two", "preset save Two " + folder, "set m 1"):
+        fifth.send(line + "\n")
+        fifth.expect(PROMPT)
+    open(flag, "w").close()
+    fifth.interrupt("restore two")
+    fifth.interrupt("preset load Two")
+    os.remove(flag)
+    for line, answer in (("eval m", "1\r\n"), ("undo", "set m 1"), ("eval m", "2\r\n")):
+        fifth.send(line + "\n")
+        fifth.expect(answer)
+        fifth.expect(PROMPT)
+    open(flag, "w").close()
+    fifth.interrupt("snapshot none")
+    fifth.interrupt("preset save None " + folder)
+    os.remove(flag)
+    for line, answer in (("restore none", "! there is no snapshot none"), ("preset load None", "! there is no preset"),
+                         ("redo", "set m 1"), ("eval m", "1\r\n")):
+        fifth.send(line + "\n")
+        fifth.expect(answer)
+        fifth.expect(PROMPT)
+    fifth.end()
 
     # Lines that don't come from a terminal end with the signal.
     with subprocess.Popen([zel, "shell", script], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as process:

@@ -56,8 +56,15 @@ bool isOneOf(const std::string &word, const std::vector<std::string> &words)
     return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-/// What the first word is that no command has: a command or an option. "" if there is none.
-std::string findUnknown(const CLI::App &app, const std::vector<std::string> &words)
+/// A word of the command line that nothing takes.
+struct Unknown
+{
+    std::string word;
+    std::string text; ///< "" if there is none
+};
+
+/// The first word that no command has: a command or an option.
+Unknown findUnknown(const CLI::App &app, const std::vector<std::string> &words)
 {
     const CLI::App *at = &app;
     std::string path;
@@ -68,20 +75,22 @@ std::string findUnknown(const CLI::App &app, const std::vector<std::string> &wor
             const std::vector<std::string> options = optionNames(*at);
             const bool togetherFlag = word[1] != '-' && isOneOf(word.substr(0, 2), options);
             if (!isOneOf(word, options) && !togetherFlag) {
-                return "zel" + path + " has no option " + word + KITdidYouMean(word, options);
+                return {words[i],
+                        "zel" + path + " has no option " + word + KITdidYouMean(word, options)};
             }
             const CLI::Option *const option = at->get_option_no_throw(word);
             i += option && option->get_items_expected_min() > 0 &&
                  words[i].find('=') == std::string::npos;
         } else if (!commands.empty()) {
             if (!isOneOf(word, commands)) {
-                return "there is no command" + path + " " + word + KITdidYouMean(word, commands);
+                return {words[i],
+                        "there is no command" + path + " " + word + KITdidYouMean(word, commands)};
             }
             at = at->get_subcommand(word);
             path += " " + word;
         }
     }
-    return "";
+    return {};
 }
 
 } // namespace
@@ -142,8 +151,9 @@ std::optional<int> ZELT_CommandLine::parse(int argc, char **argv, ZELT_Messages 
         // What was to be read stands behind the fault.
         messages.setJson(
             isOneOf("--json", {argv + 1, std::find(argv + 1, argv + argc, std::string("--"))}));
-        const std::string unknown = findUnknown(*myApp, {argv + 1, argv + argc});
-        messages.error("", (unknown.empty() ? fault.what() : unknown) + " (see --help)");
+        const Unknown unknown = findUnknown(*myApp, {argv + 1, argv + argc});
+        messages.wordError(unknown.word,
+                           (unknown.text.empty() ? fault.what() : unknown.text) + " (see --help)");
         return theWrongCall;
     }
 }

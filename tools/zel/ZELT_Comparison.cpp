@@ -4,12 +4,7 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
 
-#include <KIT/KIT_Error.h>
-#include <KIT/KIT_IFStream.h>
 #include <NOD/NOD_Report.h>
-
-#include <cerrno>
-#include <iostream>
 
 namespace
 {
@@ -23,25 +18,6 @@ std::string pathOf(const std::string &file)
 }
 
 } // namespace
-
-bool ZELTreadBytes(const std::string &file, std::string &bytes, ZELT_Messages &messages)
-{
-    errno = 0;
-    const auto take = [&](const KIT_IStream &is) {
-        if (!is.isReadable()) {
-            messages.error(file, "can't be read: " + KITsystemReason());
-            return false;
-        }
-        bytes = is.rest();
-        if (bytes.empty() && errno == EISDIR) { // standard input tells it at the first byte
-            messages.error(file, "can't be read: " + KITsystemReason());
-            return false;
-        }
-        return true;
-    };
-    return file == "-" ? take(KIT_IStream(std::cin, KIT_IStream::BINARY))
-                       : take(KIT_IFStream(pathOf(file).c_str(), KIT_IStream::BINARY));
-}
 
 bool ZELT_Comparison::readAny(const std::string &file, const std::string &bytes,
                               NOD_Document &document, ZELT_Messages &messages)
@@ -99,8 +75,12 @@ bool ZELT_Comparison::read(const std::string &script, const std::string &left,
         return false;
     }
     if (!myScript && kinds[0] == NOD_FileKind::SCRIPT) {
-        myLeftScript = ZELTloadScript(left, messages);
-        myRightScript = ZELTloadScript(right, messages);
+        const auto load = [&](const std::string &file, const std::string &bytes) {
+            return file == "-" ? ZELTloadScriptText(bytes, file, messages)
+                               : ZELTloadScript(file, messages);
+        };
+        myLeftScript = load(left, leftBytes);
+        myRightScript = load(right, rightBytes);
         if (!myLeftScript || !myRightScript) {
             return false;
         }

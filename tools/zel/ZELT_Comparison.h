@@ -45,6 +45,3 @@ private:
     ZELT_ScriptPtr myLeftScript;
     ZELT_ScriptPtr myRightScript;
 };
-
-/// All bytes of a file, "-" for standard input.
-bool ZELTreadBytes(const std::string &file, std::string &bytes, ZELT_Messages &messages);

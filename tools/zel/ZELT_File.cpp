@@ -4,6 +4,10 @@
 
 #include <BAS/BAS_Allocate.h>
 #include <KIT/KIT_Error.h>
+#include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_IStream.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_ValueFile.h>
 #include <STO/STO_Writer.h>
 
 #include <cerrno>
@@ -30,6 +34,46 @@ bool writeBytes(const std::string &file, const std::string &bytes)
 }
 
 } // namespace
+
+bool ZELTreadInput(std::string &bytes, NOD_Report &report)
+{
+    errno = 0;
+    const KIT_IStream is(std::cin, KIT_IStream::BINARY);
+    // A folder tells it at its first byte.
+    const bool readFlag = is.isReadable() && !(is.rest().empty() && errno == EISDIR);
+    if (readFlag) {
+        bytes = is.rest();
+        return true;
+    }
+    report.add({KIT_ERROR_ABORT, "-", 0, {}, "can't be read: " + KITsystemReason(), {}, 0});
+    return false;
+}
+
+bool ZELTreadBytes(const std::string &file, std::string &bytes, NOD_Report &report,
+                   ZELT_FileTest test)
+{
+    if (file == "-") {
+        return ZELTreadInput(bytes, report);
+    }
+    errno = 0;
+    const std::string path = file.substr(0, NOD_ValueFile::findSection(file));
+    const KIT_IFStream is(path.c_str(), KIT_IStream::BINARY, test);
+    if (is.isReadable()) {
+        bytes = is.rest();
+        return true;
+    }
+    report.add({KIT_ERROR_ABORT, file, 0, {}, "can't be read: " + KITsystemReason(), {}, 0});
+    return false;
+}
+
+bool ZELTreadBytes(const std::string &file, std::string &bytes, ZELT_Messages &messages,
+                   ZELT_FileTest test)
+{
+    NOD_Report report;
+    const bool readFlag = ZELTreadBytes(file, bytes, report, test);
+    messages.add(report);
+    return readFlag;
+}
 
 bool ZELTwriteFile(const std::string &file, const std::string &bytes, ZELT_Messages &messages)
 {

@@ -1,43 +1,13 @@
 #include "ZELT_Format.h"
 
 #include <BAS/BAS_Number.h>
+#include <BAS/BAS_Utf8.h>
 #include <KIT/KIT_WorkBuffer.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <limits>
-
-namespace
-{
-
-/// The bytes of the character in front; 0 if it would drive a terminal, or is no UTF-8.
-std::size_t printableLength(std::string_view text)
-{
-    const auto at = [text](std::size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
-    };
-    const unsigned first = at(0);
-    if (first < 0x80) {
-        return (first < ' ' && first != '\n' && first != '\t') || first == 0x7f ? 0 : 1;
-    }
-    const std::size_t length = first < 0xc2   ? 0
-                               : first < 0xe0 ? 2
-                               : first < 0xf0 ? 3
-                               : first < 0xf5 ? 4
-                                              : 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        if (at(i) < 0x80 || at(i) > 0xbf) {
-            return 0;
-        }
-    }
-    // Controls above 127, also as a longer form than they have.
-    const bool controlFlag = (first == 0xc2 && at(1) < 0xa0) || (first == 0xe0 && at(1) < 0xa0) ||
-                             (first == 0xf0 && at(1) < 0x90);
-    return controlFlag ? 0 : length;
-}
-
-} // namespace
 
 std::string ZELTnumber(double value)
 {
@@ -57,7 +27,7 @@ std::string ZELTprintable(std::string_view text)
 {
     std::string out;
     while (!text.empty()) {
-        const std::size_t length = printableLength(text);
+        const std::size_t length = BASprintableLength(text);
         if (length > 0) {
             out += text.substr(0, length);
             text.remove_prefix(length);

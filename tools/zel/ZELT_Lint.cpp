@@ -4,7 +4,6 @@
 #include "ZELT_Format.h"
 #include "ZELT_Messages.h"
 
-#include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_Nearest.h>
 #include <NOD/NOD_Report.h>
 
@@ -16,20 +15,6 @@ bool ZELTreadLintFile(const std::string &script, NOD_LintOptions &options, ZELT_
     const bool goodFlag = options.readFolder(script, report);
     messages.add(report);
     return goodFlag;
-}
-
-NOD_Judgement ZELTjudge(const std::string &file, const std::string &text,
-                        const NOD_Interface *script, const NOD_LintOptions &options,
-                        const NOD_Report &said)
-{
-    if (script) {
-        return NODjudge(*script, options, said);
-    }
-    if (file == "-") {
-        return NODjudgeSoundPart(text, file, options, said);
-    }
-    const KIT_IFStream is(file.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
-    return NODjudgeSoundPart(is.isReadable() ? is.rest() : std::string_view(), file, options, said);
 }
 
 void ZELTprintLint(const std::vector<NOD_LintFinding> &findings)
@@ -68,14 +53,14 @@ std::string joined(const std::vector<std::string> &words)
 bool failRule(const std::string &word, ZELT_Messages &messages)
 {
     if (word.empty()) {
-        messages.error("", "--only names no rule");
+        messages.error("", "only: names no rule");
         return false;
     }
     std::vector<std::string> words;
     for (const NOD_LintRule &rule : NODlintRules()) {
         words.emplace_back(word[0] == 'Z' ? rule.code : rule.name);
     }
-    messages.error("", "there is no rule " + word + KITdidYouMean(word, words));
+    messages.wordError(word, "there is no rule " + word + KITdidYouMean(word, words));
     return false;
 }
 
@@ -98,8 +83,8 @@ bool ZELTreadLintOptions(const ZELT_LintCall &call, NOD_LintOptions &options,
     }
     NOD_LintLevel level = options.getLevel();
     if (!call.level.empty() && !NODreadLintLevel(call.level, level)) {
-        messages.error("", "the level is hint, warning or error, not " + call.level +
-                               KITdidYouMean(call.level, {"hint", "warning", "error"}));
+        messages.wordError(call.level, "the level is hint, warning or error, not " + call.level +
+                                           KITdidYouMean(call.level, {"hint", "warning", "error"}));
         return false;
     }
     options.setLevel(level);

@@ -32,12 +32,6 @@ bool ZELTreadLintOptions(const ZELT_LintCall &call, NOD_LintOptions &options,
 /// Adds what the file `.zel-lint` in the folder of a script says, if there is one.
 bool ZELTreadLintFile(const std::string &script, NOD_LintOptions &options, ZELT_Messages &messages);
 
-/// Judges a script, or what is sound of one that can't be read, which is null; `text` is what was read from standard
-/// input.
-NOD_Judgement ZELTjudge(const std::string &file, const std::string &text,
-                        const NOD_Interface *script, const NOD_LintOptions &options,
-                        const NOD_Report &said);
-
 /// A line for each, on standard output.
 void ZELTprintLint(const std::vector<NOD_LintFinding> &findings);
 ZELT_Json ZELTlintJson(const std::vector<NOD_LintFinding> &findings);

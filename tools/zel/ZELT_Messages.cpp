@@ -55,6 +55,24 @@ std::string asText(const std::string &severity, const std::string &file, int lin
     return out + ": " + (severity == "warning" ? "warning: " : "") + text;
 }
 
+/// Of the program; those of the tests have none.
+std::vector<std::string> theArguments;
+
+/// Which word of the command line a place without a file is in, from 1; 0 if it is none.
+int argumentOf(const KIT_MessagePlace &place)
+{
+    const auto holds = [&](const std::string &word) {
+        const std::size_t begin = word.size() - std::min(place.source.size(), word.size());
+        return word.compare(begin, std::string::npos, place.source) == 0 &&
+               (begin == 0 || word[begin - 1] == '=');
+    };
+    if (!place.file.empty() || place.source.empty()) {
+        return 0;
+    }
+    const auto found = std::find_if(theArguments.begin(), theArguments.end(), holds);
+    return found == theArguments.end() ? 0 : int(found - theArguments.begin()) + 1;
+}
+
 ZELT_Json asJson(const KIT_MessagePlace &place)
 {
     const auto known = [](std::int64_t number, std::int64_t least) {
@@ -62,6 +80,9 @@ ZELT_Json asJson(const KIT_MessagePlace &place)
     };
     ZELT_Json json;
     json["file"] = place.file.empty() ? ZELT_Json() : ZELT_Json(place.file);
+    if (const int argument = argumentOf(place)) {
+        json["argument"] = argument;
+    }
     json["line"] = known(place.line, 1);
     json["column"] = known(place.column, 1);
     json["character"] = known(place.character, 1);
@@ -239,6 +260,11 @@ ZELT_Messages::~ZELT_Messages()
     DS_Stream::setAllDetails(false);
 }
 
+void ZELT_Messages::setArguments(std::vector<std::string> words)
+{
+    theArguments = std::move(words);
+}
+
 void ZELT_Messages::setForm(const std::string &form)
 {
     myFullFlag = form == "full" || (form != "plain" && isatty(STDERR_FILENO) == 1);
@@ -267,7 +293,13 @@ void ZELT_Messages::takeTraceback(void *data, const char *header, const char *de
 
 void ZELT_Messages::error(const std::string &file, const std::string &text)
 {
-    add(KIT_ERROR_ABORT, theToolCategory, 0, file, 0, text);
+    add(KIT_ERROR_ABORT, "", 0, file, 0, text);
+}
+
+void ZELT_Messages::wordError(const std::string &word, const std::string &text)
+{
+    const auto detail = KIT_MessageDetail::ofText(word, "", 0, word.size());
+    add(KIT_ERROR_ABORT, "", 0, "", 0, text, word.empty() ? nullptr : detail.get());
 }
 
 void ZELT_Messages::add(KIT_ErrorSeverity severity, std::string category, int code,
@@ -290,7 +322,9 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, std::string category, int co
         }
     }
     if (category.empty()) {
-        category = theToolCategory;
+        const KIT_MessageEntry *const known = KITfindTextMessage(rest);
+        category = known ? known->category : theToolCategory;
+        code = known ? known->code : 0;
     }
     const std::lock_guard<std::mutex> lock(myLock);
     myErrors += severity >= KIT_ERROR_ABORT;

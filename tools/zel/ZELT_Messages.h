@@ -20,6 +20,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <vector>
 
 class NOD_Report;
 struct KIT_MessageDetail;
@@ -37,6 +38,8 @@ public:
     ZELT_Messages(const ZELT_Messages &) = delete;
     ZELT_Messages &operator=(const ZELT_Messages &) = delete;
 
+    /// The command line, in whose words messages about one have their place.
+    static void setArguments(std::vector<std::string> words);
     void setJson(bool on) { myJsonFlag = on; }
     /// "plain" or "full"; anything else, as at the beginning, is full on a terminal and plain elsewhere.
     void setForm(const std::string &form);
@@ -45,8 +48,10 @@ public:
 
     /// An error of the tool's own. An empty file is none.
     void error(const std::string &file, const std::string &text);
+    /// One about a word of the command line; "" is none.
+    void wordError(const std::string &word, const std::string &text);
     /// A message with all its parts; a place at the start of the text (`file(line): text`) counts when
-    /// no file is given. A script's message gets the code of its text.
+    /// no file is given. A script's message, and one without a category, gets the code of its text.
     void add(KIT_ErrorSeverity severity, std::string category, int code, const std::string &file,
              int line, const std::string &text, const KIT_MessageDetail *detail = nullptr);
     void add(const NOD_Report &report);

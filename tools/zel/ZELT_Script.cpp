@@ -1,11 +1,9 @@
 #include "ZELT_Script.h"
 
+#include "ZELT_File.h"
 #include "ZELT_Messages.h"
 
 #include <NOD/NOD_Report.h>
-
-#include <iostream>
-#include <iterator>
 
 namespace
 {
@@ -30,8 +28,8 @@ ZELT_ScriptPtr ZELTloadScript(const std::string &file, ZELT_Messages &messages)
 ZELT_ScriptPtr ZELTloadScript(const std::string &file, NOD_Report &report)
 {
     if (file == "-") {
-        const std::string text(std::istreambuf_iterator<char>(std::cin), {});
-        return NOD_Interface::fromText(text, file, report);
+        std::string text;
+        return ZELTreadInput(text, report) ? NOD_Interface::fromText(text, file, report) : nullptr;
     }
     return NOD_Interface::fromFile(file, report);
 }

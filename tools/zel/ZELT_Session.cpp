@@ -8,6 +8,7 @@
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_OpUtils.h>
+#include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Address.h>
 #include <NOD/NOD_NodeFile.h>
 #include <NOD/NOD_Report.h>
@@ -26,8 +27,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <iostream>
-#include <iterator>
 #include <sstream>
 #include <system_error>
 
@@ -77,21 +76,22 @@ std::string faultOf(const NOD_Report &report)
 /// What a command line names: what it is, and its bytes if they came from standard input.
 struct ZELT_Session::Source
 {
-    NOD_FileKind kind;
+    NOD_FileKind kind = NOD_FileKind::NONE;
     std::string bytes;
 
     bool hasNodes() const { return kind == NOD_FileKind::SCENE || kind == NOD_FileKind::NODE; }
 };
 
-ZELT_Session::Source ZELT_Session::readSource(const std::string &file)
+bool ZELT_Session::readSource(const std::string &file, Source &source, ZELT_Messages &messages)
 {
     const std::string path = file.substr(0, NOD_ValueFile::findSection(file));
     if (path != "-") {
-        return {NOD_ValueFile::kindOf(path), ""};
+        source.kind = NOD_ValueFile::kindOf(path);
+        return true;
     }
-    std::string bytes(std::istreambuf_iterator<char>(std::cin), {});
-    const NOD_FileKind kind = NOD_ValueFile::kindOf(std::string_view(bytes));
-    return {kind, std::move(bytes)};
+    const bool readFlag = ZELTreadBytes(path, source.bytes, messages);
+    source.kind = NOD_ValueFile::kindOf(std::string_view(source.bytes));
+    return readFlag;
 }
 
 ZELT_ScriptPtr ZELT_Session::loadScript(const std::string &file, const Source &source,
@@ -126,11 +126,14 @@ void ZELT_Session::addNode(ZELT_ScriptPtr script)
 
 std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_Messages &messages)
 {
-    const Source source = readSource(file);
+    Source source;
     std::unique_ptr<ZELT_Session> session;
+    if (!readSource(file, source, messages)) {
+        return nullptr;
+    }
     if (source.hasNodes()) {
         session.reset(new ZELT_Session);
-        if (!session->openNodes(file, source, messages)) {
+        if (!session->openNodes(file, source, messages, nullptr)) {
             session.reset();
         }
     } else if (ZELT_ScriptPtr script = loadScript(file, source, messages, nullptr)) {
@@ -139,25 +142,56 @@ std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_M
     return session;
 }
 
-ZELT_ScriptPtr ZELT_Session::openInterface(const std::string &file, ZELT_Messages &messages,
-                                           NOD_Report *mistakes)
+std::vector<ZELT_NodeInterface>
+ZELT_Session::openInterfaces(const std::string &file, ZELT_Messages &messages, NOD_Report *mistakes,
+                             std::string *unread)
 {
-    const Source source = readSource(file);
+    Source source;
+    std::vector<ZELT_NodeInterface> all;
+    if (!readSource(file, source, messages)) {
+        return all;
+    }
     if (!source.hasNodes()) {
-        return loadScript(file, source, messages, mistakes);
+        if (ZELT_ScriptPtr script = loadScript(file, source, messages, mistakes)) {
+            all.push_back({file, "", std::move(script), 0});
+        } else if (unread && source.kind == NOD_FileKind::SCRIPT) {
+            NOD_Report told; // with the mistakes
+            *unread = std::move(source.bytes);
+            static_cast<void>(file == "-" || ZELTreadBytes(file, *unread, told, ZELTcanBeText));
+        }
+        return all;
     }
     ZELT_Session session;
-    if (!session.openNodes(file, source, messages) || !session.isOneNode(messages)) {
-        return nullptr;
+    if (session.openNodes(file, source, messages, mistakes)) {
+        Firsts firsts;
+        session.addInterfaces(session.getNode(), firsts, all);
+        if (all.empty()) {
+            messages.error(file, session.getNode().getParent() ? "the node has no interface"
+                                                               : "no node has an interface");
+        }
     }
-    ZELT_ScriptPtr script = session.getNode().getInterface();
-    if (!script) {
-        messages.error(file, "the node has no interface");
-    }
-    return script;
+    return all;
 }
 
-bool ZELT_Session::openNodes(const std::string &file, const Source &source, ZELT_Messages &messages)
+/// Of the node alone, or of all in the scene.
+void ZELT_Session::addInterfaces(const NOD_Node &node, Firsts &firsts,
+                                 std::vector<ZELT_NodeInterface> &all) const
+{
+    if (const ZELT_ScriptPtr script = node.getInterface()) {
+        KIT_WorkBuffer buffer;
+        const std::string path = node.getFullPath(buffer);
+        const std::size_t first = firsts.emplace(script.get(), all.size()).first->second;
+        all.push_back({myFile + (myNode->getParent() ? "" : "?" + path), path, script, first});
+    }
+    if (!myNode->getParent()) {
+        for (const auto &child : node.getChildren()) {
+            addInterfaces(*child, firsts, all);
+        }
+    }
+}
+
+bool ZELT_Session::openNodes(const std::string &file, const Source &source, ZELT_Messages &messages,
+                             NOD_Report *mistakes)
 {
     const std::size_t mark = NOD_ValueFile::findSection(file);
     myFile = file.substr(0, mark);
@@ -165,7 +199,11 @@ bool ZELT_Session::openNodes(const std::string &file, const Source &source, ZELT
     const bool loaded = source.bytes.empty()
                             ? loadFile(myScene, myFile, source.kind, report)
                             : loadBytes(myScene, source.bytes, source.kind, report);
-    messages.add(report);
+    if (mistakes) {
+        mistakes->append(report);
+    } else {
+        messages.add(report);
+    }
     if (!loaded || report.hasErrors()) {
         return false;
     }
@@ -196,7 +234,8 @@ std::unique_ptr<ZELT_Session> ZELT_Session::open(const ZELT_NodeCall &call, ZELT
         return nullptr;
     }
     if (!NODreadTime(call.time, session->myTime)) {
-        messages.error("", "--time " + call.time + " is no time: seconds, or a frame such as 12f");
+        messages.wordError(call.time,
+                           "--time " + call.time + " is no time: seconds, or a frame such as 12f");
         return nullptr;
     }
     if (!ZELTapplyInputs(*session, call.inputs, session->myTime, messages)) {
@@ -335,8 +374,8 @@ bool ZELTreadValues(NOD_ValueFile &file, const std::string &path, NOD_Report &re
     if (path != "-") {
         return file.read(path, report);
     }
-    return file.read(std::string(std::istreambuf_iterator<char>(std::cin), {}), "standard input",
-                     report);
+    std::string bytes;
+    return ZELTreadInput(bytes, report) && file.read(std::move(bytes), "standard input", report);
 }
 
 NOD_LoadOptions ZELTloadOptions()

@@ -17,9 +17,11 @@
 #include <NOD/NOD_Scene.h>
 #include <NOD/NOD_ValueFile.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class NOD_Report;
@@ -56,6 +58,15 @@ struct ZELT_NodeCall
     std::optional<double> framesPerSecond; ///< none: those of the scene
 };
 
+/// What a node is an instance of, or a script describes.
+struct ZELT_NodeInterface
+{
+    std::string name; ///< the file, with `?/PATH` behind it where it has several nodes
+    std::string path; ///< the node's, "" for a script
+    ZELT_ScriptPtr script;
+    std::size_t first = 0; ///< which one of all was the first of this interface, from 0
+};
+
 class ZELT_Session
 {
 public:
@@ -66,10 +77,14 @@ public:
 
     /// Reads a script and makes a node of it, or reads a scene; "-" is standard input. Null after a message.
     static std::unique_ptr<ZELT_Session> open(const std::string &file, ZELT_Messages &messages);
-    /// The interface of a script, or of the one node of a node or scene file; "-" is standard input. With `mistakes`
-    /// all that the script has are added there, else what the reader says is told.
-    static ZELT_ScriptPtr openInterface(const std::string &file, ZELT_Messages &messages,
-                                        NOD_Report *mistakes = nullptr);
+    /// The interface of a script, of the node that `file` names, or of each node of a node or scene file, in the
+    /// order of the tree; "-" is standard input. None after a message. With `mistakes` all that the scripts have, and
+    /// what the reader of nodes says, are added there, else what is read is told; `unread`
+    /// returns the text of a script that can't be read.
+    static std::vector<ZELT_NodeInterface> openInterfaces(const std::string &file,
+                                                          ZELT_Messages &messages,
+                                                          NOD_Report *mistakes = nullptr,
+                                                          std::string *unread = nullptr);
     /// A node with its values and changes; null after a message if any of them is wrong.
     static std::unique_ptr<ZELT_Session> open(const ZELT_NodeCall &call, ZELT_Messages &messages);
 
@@ -111,8 +126,12 @@ private:
     ZELT_Session() = default;
 
     void addNode(ZELT_ScriptPtr script);
-    bool openNodes(const std::string &file, const Source &source, ZELT_Messages &messages);
-    static Source readSource(const std::string &file);
+    bool openNodes(const std::string &file, const Source &source, ZELT_Messages &messages,
+                   NOD_Report *mistakes);
+    static bool readSource(const std::string &file, Source &source, ZELT_Messages &messages);
+    using Firsts = std::unordered_map<const NOD_Interface *, std::size_t>;
+    void addInterfaces(const NOD_Node &node, Firsts &firsts,
+                       std::vector<ZELT_NodeInterface> &all) const;
     static ZELT_ScriptPtr loadScript(const std::string &file, const Source &source,
                                      ZELT_Messages &messages, NOD_Report *mistakes);
 

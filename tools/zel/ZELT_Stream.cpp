@@ -3,32 +3,12 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
 
-#include <KIT/KIT_Error.h>
-#include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_IStream.h>
 #include <KIT/KIT_MessageSource.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ValueFile.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmStream.h>
-
-#include <cerrno>
-#include <iostream>
-
-bool ZELTreadStreamBytes(const std::string &file, std::string &bytes, ZELT_Messages &messages)
-{
-    errno = 0;
-    const auto take = [&](const KIT_IStream &is) {
-        if (!is.isReadable()) {
-            messages.error(file, "can't be read: " + KITsystemReason());
-            return false;
-        }
-        bytes = is.rest();
-        return true;
-    };
-    return file == "-"
-               ? take(KIT_IStream(std::cin, KIT_IStream::BINARY))
-               : take(KIT_IFStream(file.c_str(), KIT_IStream::BINARY, ZEL_ParmList::canBeStream));
-}
 
 bool ZELTparseStream(const std::string &bytes, const std::string &file, ZEL_ParmList *list,
                      ZEL_ParmStream &stream, ZELT_Messages &messages)

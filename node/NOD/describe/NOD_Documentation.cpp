@@ -648,8 +648,8 @@ std::string NODparmPage(const NOD_Interface &interface, const std::string &name)
 {
     const NOD_Description description = NODdescribe(interface);
     const Pictures pictures;
-    NOD_MarkdownWriter markdown;
-    return PageAuthor(description, pictures, markdown).writeOne(name);
+    const std::unique_ptr<NOD_PageWriter> markdown = NODmarkdownWriter();
+    return PageAuthor(description, pictures, *markdown).writeOne(name);
 }
 
 std::string NODpageName(const NOD_Interface &interface)
@@ -662,10 +662,11 @@ std::vector<NOD_Page> NODdocument(const NOD_Interface &interface, NOD_Report &re
     const NOD_Description description = NODdescribe(interface);
     const Pictures pictures = RampDrawer(interface, report).draw(description.parms);
     const std::string name = NODpageName(interface);
-    NOD_MarkdownWriter markdown;
-    NOD_HtmlWriter html;
-    std::vector<NOD_Page> pages{{name + ".md", PageAuthor(description, pictures, markdown).write()},
-                                {name + ".html", PageAuthor(description, pictures, html).write()}};
+    const std::unique_ptr<NOD_PageWriter> markdown = NODmarkdownWriter();
+    const std::unique_ptr<NOD_PageWriter> html = NODhtmlWriter();
+    std::vector<NOD_Page> pages{
+        {name + ".md", PageAuthor(description, pictures, *markdown).write()},
+        {name + ".html", PageAuthor(description, pictures, *html).write()}};
     for (const auto &[token, picture] : pictures) {
         pages.push_back({picture.file, picture.svg});
     }

@@ -29,10 +29,12 @@ constexpr Group theGroups[] = {
     {"DS", "Dialog scripts",
      "An error manager has them under Common 14, with file and line in the text; reports and the tool give "
      "each the code of its text. 60 to 69 are those of conditions, 70 to 99 those of the preprocessor; 100 to "
-     "119 are told by `zel check` besides the reader's own."},
+     "119 are told by `zel check` besides the reader's own, 120 to 129 are about dialog commands and layout."},
     {"NOD", "Descriptions, files and edits",
      "Of libzelnode and the tool. 1 to 39 are about what a script describes, 40 to 69 about files, 70 to 99 "
-     "about what is written on a command line or in a file of settings."},
+     "about what is written on a command line or in a file of settings, 200 to 239 about files that are written, "
+     "240 to 259 about trees of nodes, 260 to 289 about scripts that are written, 290 to 309 about patches."},
+    {"TOOL", "The tool", "Of `zel` alone."},
 };
 
 std::string cleaned(const std::string &code)

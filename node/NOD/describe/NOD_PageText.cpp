@@ -1,41 +1,13 @@
 #include <NOD/describe/NOD_PageTextPrivate.h>
 
+#include <BAS/BAS_Utf8.h>
+
 #include <cstddef>
 
 namespace
 {
 
 constexpr const char *theReplacement = "\xef\xbf\xbd";
-
-unsigned byteAt(std::string_view text, std::size_t place)
-{
-    return place < text.size() ? static_cast<unsigned char>(text[place]) : 0u;
-}
-
-/// The bytes of the character in front; 0 if it isn't one for a page.
-std::size_t characterLength(std::string_view text)
-{
-    const unsigned first = byteAt(text, 0);
-    const unsigned second = byteAt(text, 1);
-    if (first < 0x80) {
-        return (first >= ' ' && first != 0x7f) || first == '\n' || first == '\t' ? 1 : 0;
-    }
-    const std::size_t length = first < 0xc2   ? 0
-                               : first < 0xe0 ? 2
-                               : first < 0xf0 ? 3
-                               : first < 0xf5 ? 4
-                                              : 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byteAt(text, i) & 0xc0) != 0x80) {
-            return 0;
-        }
-    }
-    // Controls above 127, longer forms than a character has, surrogates, and what is above all characters.
-    const bool refusedFlag = (first == 0xc2 && second < 0xa0) || (first == 0xe0 && second < 0xa0) ||
-                             (first == 0xed && second > 0x9f) || (first == 0xf0 && second < 0x90) ||
-                             (first == 0xf4 && second > 0x8f);
-    return refusedFlag ? 0 : length;
-}
 
 std::string oneLine(std::string_view text)
 {
@@ -55,7 +27,7 @@ std::string NODplainText(std::string_view text)
 {
     std::string out;
     while (!text.empty()) {
-        const std::size_t length = characterLength(text);
+        const std::size_t length = BASprintableLength(text);
         out += length ? text.substr(0, length) : std::string_view(theReplacement);
         text.remove_prefix(length ? length : 1);
     }

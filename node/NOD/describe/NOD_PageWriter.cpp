@@ -18,112 +18,109 @@ constexpr const char *theStyle =
     "h2 code, h3 code, h4 code, h5 code, h6 code { font-size: 0.8em; font-weight: normal; }\n"
     "svg { max-width: 100%; height: auto; }\n";
 
+class MarkdownWriter : public NOD_PageWriter
+{
+public:
+    std::string text(std::string_view text) const override { return NODmarkdownText(text); }
+
+    std::string code(std::string_view text) const override { return NODmarkdownCode(text); }
+
+    std::string strong(std::string_view text) const override
+    {
+        const std::string phrase = NODmarkdownText(text);
+        return phrase.empty() ? "" : "**" + phrase + "**";
+    }
+
+    void heading(int level, const std::string &phrase, const std::string &) override
+    {
+        myText += myText.empty() ? "" : "\n";
+        myText +=
+            std::string(std::size_t(std::min(level, theDeepestHeading)), '#') + " " + phrase + "\n";
+    }
+
+    void paragraph(const std::string &phrase) override { myText += "\n" + phrase + "\n"; }
+
+    void list(const std::vector<std::string> &phrases) override
+    {
+        myText += "\n";
+        for (const std::string &phrase : phrases) {
+            myText += "- " + phrase + "\n";
+        }
+    }
+
+    void picture(const std::string &title, const std::string &file, const std::string &) override
+    {
+        myText += "\n![" + NODmarkdownText(title) + "](" + file + ")\n";
+    }
+
+    std::string finish(const std::string &) override { return myText; }
+
+private:
+    std::string myText;
+};
+
+class HtmlWriter : public NOD_PageWriter
+{
+public:
+    std::string text(std::string_view text) const override { return NODhtmlText(text); }
+
+    std::string code(std::string_view text) const override
+    {
+        return "<code>" + NODhtmlText(text) + "</code>";
+    }
+
+    std::string strong(std::string_view text) const override
+    {
+        return "<strong>" + NODhtmlText(text) + "</strong>";
+    }
+
+    void heading(int level, const std::string &phrase, const std::string &anchor) override
+    {
+        const std::string tag = "h" + std::to_string(std::min(level, theDeepestHeading));
+        std::string id = NODhtmlText(anchor);
+        for (char &c : id) {
+            c = c == ' ' || c == '\n' || c == '\t' ? '_' : c;
+        }
+        myText += "<" + tag + (id.empty() ? "" : " id=\"" + id + "\"") + ">" + phrase + "</" + tag +
+                  ">\n";
+    }
+
+    void paragraph(const std::string &phrase) override { myText += "<p>" + phrase + "</p>\n"; }
+
+    void list(const std::vector<std::string> &phrases) override
+    {
+        myText += "<ul>\n";
+        for (const std::string &phrase : phrases) {
+            myText += "<li>" + phrase + "</li>\n";
+        }
+        myText += "</ul>\n";
+    }
+
+    void picture(const std::string &, const std::string &, const std::string &svg) override
+    {
+        myText += svg;
+    }
+
+    std::string finish(const std::string &title) override
+    {
+        return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+               "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>" +
+               NODhtmlText(title) + "</title>\n<style>\n" + theStyle +
+               "</style>\n</head>\n<body>\n" + myText + "</body>\n</html>\n";
+    }
+
+private:
+    std::string myText;
+};
+
 } // namespace
 
-// ---------------------------------------------------------------------- //
-// Markdown
-// ---------------------------------------------------------------------- //
-
-std::string NOD_MarkdownWriter::text(std::string_view text) const
+std::unique_ptr<NOD_PageWriter> NODmarkdownWriter()
 {
-    return NODmarkdownText(text);
+    return std::make_unique<MarkdownWriter>();
 }
 
-std::string NOD_MarkdownWriter::code(std::string_view text) const
+std::unique_ptr<NOD_PageWriter> NODhtmlWriter()
 {
-    return NODmarkdownCode(text);
-}
-
-std::string NOD_MarkdownWriter::strong(std::string_view text) const
-{
-    const std::string phrase = NODmarkdownText(text);
-    return phrase.empty() ? "" : "**" + phrase + "**";
-}
-
-void NOD_MarkdownWriter::heading(int level, const std::string &phrase, const std::string &)
-{
-    myText += myText.empty() ? "" : "\n";
-    myText +=
-        std::string(std::size_t(std::min(level, theDeepestHeading)), '#') + " " + phrase + "\n";
-}
-
-void NOD_MarkdownWriter::paragraph(const std::string &phrase)
-{
-    myText += "\n" + phrase + "\n";
-}
-
-void NOD_MarkdownWriter::list(const std::vector<std::string> &phrases)
-{
-    myText += "\n";
-    for (const std::string &phrase : phrases) {
-        myText += "- " + phrase + "\n";
-    }
-}
-
-void NOD_MarkdownWriter::picture(const std::string &title, const std::string &file,
-                                 const std::string &)
-{
-    myText += "\n![" + NODmarkdownText(title) + "](" + file + ")\n";
-}
-
-std::string NOD_MarkdownWriter::finish(const std::string &)
-{
-    return myText;
-}
-
-// ---------------------------------------------------------------------- //
-// HTML
-// ---------------------------------------------------------------------- //
-
-std::string NOD_HtmlWriter::text(std::string_view text) const
-{
-    return NODhtmlText(text);
-}
-
-std::string NOD_HtmlWriter::code(std::string_view text) const
-{
-    return "<code>" + NODhtmlText(text) + "</code>";
-}
-
-std::string NOD_HtmlWriter::strong(std::string_view text) const
-{
-    return "<strong>" + NODhtmlText(text) + "</strong>";
-}
-
-void NOD_HtmlWriter::heading(int level, const std::string &phrase, const std::string &anchor)
-{
-    const std::string tag = "h" + std::to_string(std::min(level, theDeepestHeading));
-    std::string id = NODhtmlText(anchor);
-    for (char &c : id) {
-        c = c == ' ' || c == '\n' || c == '\t' ? '_' : c;
-    }
-    myText +=
-        "<" + tag + (id.empty() ? "" : " id=\"" + id + "\"") + ">" + phrase + "</" + tag + ">\n";
-}
-
-void NOD_HtmlWriter::paragraph(const std::string &phrase)
-{
-    myText += "<p>" + phrase + "</p>\n";
-}
-
-void NOD_HtmlWriter::list(const std::vector<std::string> &phrases)
-{
-    myText += "<ul>\n";
-    for (const std::string &phrase : phrases) {
-        myText += "<li>" + phrase + "</li>\n";
-    }
-    myText += "</ul>\n";
-}
-
-void NOD_HtmlWriter::picture(const std::string &, const std::string &, const std::string &svg)
-{
-    myText += svg;
-}
-
-std::string NOD_HtmlWriter::finish(const std::string &title)
-{
-    return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-           "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>" +
-           NODhtmlText(title) + "</title>\n<style>\n" + theStyle + "</style>\n</head>\n<body>\n" +
-           myText + "</body>\n</html>\n";
+    return std::make_unique<HtmlWriter>();
 }

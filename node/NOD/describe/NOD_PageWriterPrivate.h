@@ -5,6 +5,7 @@
 ///             anything put together from these with blanks, commas and points.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,36 +30,5 @@ public:
     virtual std::string finish(const std::string &title) = 0;
 };
 
-class NOD_MarkdownWriter : public NOD_PageWriter
-{
-public:
-    std::string text(std::string_view text) const override;
-    std::string code(std::string_view text) const override;
-    std::string strong(std::string_view text) const override;
-    void heading(int level, const std::string &phrase, const std::string &anchor) override;
-    void paragraph(const std::string &phrase) override;
-    void list(const std::vector<std::string> &phrases) override;
-    void picture(const std::string &title, const std::string &file,
-                 const std::string &svg) override;
-    std::string finish(const std::string &title) override;
-
-private:
-    std::string myText;
-};
-
-class NOD_HtmlWriter : public NOD_PageWriter
-{
-public:
-    std::string text(std::string_view text) const override;
-    std::string code(std::string_view text) const override;
-    std::string strong(std::string_view text) const override;
-    void heading(int level, const std::string &phrase, const std::string &anchor) override;
-    void paragraph(const std::string &phrase) override;
-    void list(const std::vector<std::string> &phrases) override;
-    void picture(const std::string &title, const std::string &file,
-                 const std::string &svg) override;
-    std::string finish(const std::string &title) override;
-
-private:
-    std::string myText;
-};
+std::unique_ptr<NOD_PageWriter> NODmarkdownWriter();
+std::unique_ptr<NOD_PageWriter> NODhtmlWriter();

@@ -71,14 +71,6 @@ void readInterfaces(const NOD_SectionFile &file, const std::string &name,
     }
 }
 
-/// A text of sections may have bytes of zero in it: values in the binary form.
-NOD_FileKind kindOf(std::string_view bytes)
-{
-    const NOD_FileKind kind = NOD_ValueFile::kindOf(bytes);
-    const bool cutFlag = kind == NOD_FileKind::NONE && !NOD_ValueFile::isBinary(bytes);
-    return cutFlag ? NOD_ValueFile::kindOf(bytes.substr(0, bytes.find('\0'))) : kind;
-}
-
 } // namespace
 
 NOD_Document::NOD_Document() : myTop(std::make_unique<NOD_Record>(Kind::DOCUMENT)) {}
@@ -112,7 +104,7 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
     const std::string section = mark == std::string::npos ? "" : name.substr(mark + 1);
     myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
     myOptions = options;
-    myKind = kindOf(bytes);
+    myKind = NOD_ValueFile::kindOf(std::string_view(bytes));
     myBinaryFlag = NOD_ValueFile::isBinary(bytes);
     myNodes =
         std::make_shared<NOD_NodeRecords>(options.isExact ? Reading::EXACT : Reading::MEANING);

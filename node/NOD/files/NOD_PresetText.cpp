@@ -66,6 +66,13 @@ bool NODsavePreset(NOD_Node &node, const std::vector<std::string> &only, std::os
     for (const std::string &alias : NODaliasesWithoutChannel(node, isSaved)) {
         report.warning("", "a preset holds no aliases, so without " + alias);
     }
+    for (const ZEL_Template *description : node.getSpareParms().getDescriptions()) {
+        const ZEL_Parm *const parm = node.getParms().getParmPtr(description->getTokenRef());
+        if (parm && isSaved(*parm)) {
+            report.warning("", std::string("a preset doesn't describe spare parameters: ") +
+                                   description->getToken());
+        }
+    }
     bool saved = false;
     {
         const NOD_ReportScope scope(report);
@@ -105,17 +112,10 @@ bool NODapplyPreset(NOD_Node &node, const std::string &path, const std::vector<s
             others.add(node, *node.getParms().getParmPtr(parm->getToken()));
         }
     }
-    bool loaded = false;
-    {
-        const NOD_ReportScope scope(report, path);
-        ZEL_PresetInfo presets(NOD_Node::thePresetTable, node.getTypeName().c_str());
-        loaded = presets.loadPresetFile(&node.getParms(), path.c_str());
-    }
+    NOD_ValueFile file; // which knows the places in it
+    const bool loaded = file.read(path, report) && file.apply(node, report);
     if (!only.empty()) {
         others.restore(node);
     }
-    if (!loaded && report.getErrorCount() == before) {
-        report.add({KIT_ERROR_ABORT, path, 0, {}, "isn't loaded as a whole", {}, 0});
-    }
-    return report.getErrorCount() == before;
+    return loaded && report.getErrorCount() == before;
 }

@@ -104,12 +104,13 @@ bool NOD_SectionFile::readText(const std::string &file, NOD_Report &report)
     }
     const bool whole = myIndex.read(myBytes, file.c_str());
     takePlaced(errors.getManager(), file, report);
-    std::string().swap(myBytes);
     for (std::int64_t i = 0; i < myIndex.getNumSections(); ++i) {
+        const std::size_t start = myIndex.getSectionStart(i);
         mySections.push_back({myIndex.getSectionName(i).view(), myIndex.getSectionText(i),
-                              myIndex.getSectionLine(i), myIndex.getSectionStart(i),
-                              myIndex.getTextStart(i)});
+                              myIndex.getSectionLine(i), start, myIndex.getTextStart(i),
+                              myBytes.substr(start, myBytes.find('\n', start) - start)});
     }
+    std::string().swap(myBytes);
     for (const STO_IndexFile::Repeat &repeat : myIndex.getRepeats()) {
         tell(report, file, repeat.line, repeat.name, "is there twice: the first one counts");
     }
@@ -146,8 +147,12 @@ bool NOD_SectionFile::readBinary(const std::string &file, NOD_Report &report)
             return true;
         }
         if (names.insert(name).second) {
-            mySections.push_back({name, is.rest().substr(0, std::size_t(length)), 0,
-                                  std::size_t(begin), std::size_t(is.tellg())});
+            mySections.push_back({name,
+                                  is.rest().substr(0, std::size_t(length)),
+                                  0,
+                                  std::size_t(begin),
+                                  std::size_t(is.tellg()),
+                                  {}});
         } else {
             tell(report, file, 0, std::string(name), "is there twice: the first one counts", begin);
         }
@@ -247,11 +252,12 @@ NOD_SectionFile::makeDetail(const Section &section, int line, const std::string 
         detail.place.setFromText(section.text, begin, end, line);
         return placeDetail(std::make_shared<KIT_MessageDetail>(std::move(detail)), section, file);
     }
+    if (section.line > 0) {
+        detail.place.setFromText(section.header, 0, section.header.size(), section.line);
+    }
     detail.place.file = file;
-    detail.place.line = detail.place.endLine = section.line;
-    detail.place.column = detail.place.character = section.line > 0;
-    detail.place.offset = detail.place.endOffset = std::int64_t(section.start);
-    detail.place.endColumn = detail.place.endCharacter = detail.place.column;
+    detail.place.offset += std::int64_t(section.start) + (detail.place.offset < 0);
+    detail.place.endOffset += std::int64_t(section.start) + (detail.place.endOffset < 0);
     detail.subject = section.name;
     return std::make_shared<KIT_MessageDetail>(std::move(detail));
 }

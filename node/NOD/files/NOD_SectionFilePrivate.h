@@ -34,6 +34,7 @@ public:
         int line;              ///< 0 in the binary form
         std::size_t start;     ///< in bytes of the file
         std::size_t textStart; ///< in bytes of the file
+        std::string header;    ///< the line that it begins with; "" in the binary form
     };
 
     /// Whether a file that starts with these bytes can be of either form: a test for KIT_IFStream.

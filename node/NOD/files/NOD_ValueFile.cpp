@@ -1,6 +1,7 @@
 #include <NOD/NOD_ValueFile.h>
 
 #include <BAS/BAS_Character.h>
+#include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_MessageDetail.h>
 #include <KIT/KIT_MessageSource.h>
@@ -37,6 +38,8 @@ constexpr std::string_view theIndexStart = "#STO_INDEX";
 constexpr std::string_view thePresetStart = "#PSI_PRESET";
 constexpr std::string_view theSectionWord = "section \"";
 constexpr std::size_t theStart = 65536;
+
+constexpr const char *theNotWhole = "isn't loaded as a whole";
 
 bool startsWith(std::string_view text, std::string_view start)
 {
@@ -191,11 +194,11 @@ NOD_FileKind NOD_ValueFile::kindOf(std::string_view start)
     if (isBinary(start)) {
         return kindOfBinary(start);
     }
+    if (startsWith(start, theIndexStart)) {
+        return kindOfIndex(start); // a section may have values in the binary form
+    }
     if (start.find('\0') != std::string_view::npos) {
         return NOD_FileKind::NONE;
-    }
-    if (startsWith(start, theIndexStart)) {
-        return kindOfIndex(start);
     }
     if (startsWith(start, thePresetStart)) {
         return NOD_FileKind::PRESET;
@@ -252,7 +255,7 @@ bool NOD_ValueFile::checkEnd(KIT_IStream &is, const std::string &name, NOD_Repor
         is.skipWhitespace();
     }
     if (!is.eof()) {
-        const auto detail = KIT_MessageSource(is).describe(KIT_MessageSource::Word::NEXT);
+        const auto detail = KIT_MessageSource(is).describe();
         detail->place.file = name;
         tell(name, "goes on after the stream's end, at byte " + std::to_string(is.tellg()), report,
              detail);
@@ -317,7 +320,7 @@ bool NOD_ValueFile::apply(NOD_Node &node, NOD_Report &report) const
         report.append(found);
     }
     if (!whole && report.getErrorCount() == before) {
-        tell(myName, "isn't loaded as a whole", report);
+        tell(myName, theNotWhole, report);
     }
     return report.getErrorCount() == before;
 }
@@ -364,6 +367,10 @@ bool NOD_ValueFile::applyStream(NOD_Node &node, NOD_Report &report) const
     const bool whole = myKind == NOD_FileKind::CHANNELS
                            ? node.loadChannels(is)
                            : node.getParms().load(is, myName.c_str(), nullptr);
+    if (!whole && KITgetErrorSeverity() < KIT_ERROR_ABORT) {
+        tell(myName, theNotWhole, report,
+             KIT_MessageSource(is).describe(KIT_MessageSource::Word::NEXT));
+    }
     return whole && checkEnd(is, myName, report);
 }
 

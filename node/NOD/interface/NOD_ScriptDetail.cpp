@@ -127,6 +127,10 @@ std::shared_ptr<const KIT_MessageDetail> NODcompleteDetail(const NOD_ScriptToken
         detail->hint =
             "'" + word + "' is no type" + (detail->hint.empty() ? "" : "; ") + detail->hint;
     }
+    if (NODisMessage(message, NOD_SCRIPT_NO_GROUP) && tokens[at].quotedFlag) {
+        // What stands where the brace should, not the quote in front.
+        detail->place = tokens.getPlaceIn(at, std::min(word.find_first_not_of(' '), word.size()));
+    }
     if (own && at != own->header && tokens[own->header].line != tokens[at].line) {
         detail->related.push_back({tokens.getPlace(own->header, own->header),
                                    "in the block of '" + own->keyword + "' that begins here"});

@@ -1,5 +1,6 @@
 // Rules of the script as a whole: Z501 to Z504.
 
+#include <BAS/BAS_Utf8.h>
 #include <KIT/KIT_Nearest.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
 
@@ -238,37 +239,11 @@ private:
 // Texts
 // ---------------------------------------------------------------------- //
 
-/// The bytes of the character at the start of a text; 0 if it is no UTF-8.
-std::size_t characterSize(std::string_view text)
-{
-    const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
-    const unsigned first = byte(0);
-    const std::size_t size = first < 0x80   ? 1
-                             : first < 0xc2 ? 0
-                             : first < 0xe0 ? 2
-                             : first < 0xf0 ? 3
-                             : first < 0xf5 ? 4
-                                            : 0;
-    if (size > text.size()) {
-        return 0;
-    }
-    for (std::size_t i = 1; i < size; ++i) {
-        if ((byte(i) & 0xc0) != 0x80) {
-            return 0;
-        }
-    }
-    // No longer forms than needed, no halves of pairs, nothing behind the last character.
-    const bool badFlag =
-        size > 2 && ((first == 0xe0 && byte(1) < 0xa0) || (first == 0xed && byte(1) > 0x9f) ||
-                     (first == 0xf0 && byte(1) < 0x90) || (first == 0xf4 && byte(1) > 0x8f));
-    return badFlag ? 0 : size;
-}
-
 /// What no font shows in a text; "" if it shows all.
 std::string unprintable(std::string_view text)
 {
     while (!text.empty()) {
-        const std::size_t size = characterSize(text);
+        const std::size_t size = BASutf8Length(text);
         const unsigned first = static_cast<unsigned char>(text[0]);
         if (size == 0) {
             return "a byte " + std::to_string(first) + " that is no UTF-8";

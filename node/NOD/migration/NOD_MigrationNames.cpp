@@ -1,6 +1,7 @@
 #include <NOD/migration/NOD_MigrationNamesPrivate.h>
 
 #include <NOD/tree/NOD_NumberPatternPrivate.h>
+#include <ZEL/ZEL_CallbackType.h>
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Name.h>
 #include <ZEL/ZEL_Template.h>
@@ -11,25 +12,13 @@
 namespace
 {
 
-/// As ZEL_Parm::isCallbackType has it.
-bool isButton(const ZEL_Type &type)
-{
-    return type.getBasicType() == ZEL_CALLBACK.getBasicType() &&
-           type.getFloatType() == ZEL_CALLBACK.getFloatType() &&
-           type.getOrdinalType() == ZEL_CALLBACK.getOrdinalType() &&
-           type.getStringType() == ZEL_CALLBACK.getStringType() &&
-           type.getDataType() == ZEL_CALLBACK.getDataType() &&
-           type.getPathType() == ZEL_CALLBACK.getPathType() &&
-           type.getChannelType() == ZEL_CALLBACK.getChannelType();
-}
-
 bool hasValue(const ZEL_Template &description)
 {
     const ZEL_Type &type = description.getType();
     const bool labelFlag =
         type.isStringType() && type.hasStringType(ZEL_TYPE_LABEL.getStringType());
     return description.getVectorSize() > 0 && !description.isSwitcher() && !labelFlag &&
-           !isButton(type) &&
+           !ZELisCallbackType(type) &&
            (type.isFloatType() || type.isOrdinalType() || type.isStringType() || type.isDataType());
 }
 

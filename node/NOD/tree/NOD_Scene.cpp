@@ -139,14 +139,15 @@ void NOD_Scene::settle(NOD_References &references, NOD_Report &report)
         constexpr bool sendEvent = true;
         constexpr bool updateMulti = false;
         ZEL_Parm *const parm = change.node->getParms().getParmPtr(change.parmIndex);
-        const std::string lost = "lost references: " + std::to_string(change.lost);
         if (change.lost > 0 && parm) {
             report.warning(NODpathOf(*change.node, parm->getTokenRef()),
-                           lost + ", which can't be written for the new names: " + change.why);
+                           "lost references: " + std::to_string(change.lost) +
+                               ", which can't be written for the new names: " + change.why);
         } else if (change.lost > 0) {
             report.warning(change.parm.empty() ? NODpathOf(*change.node)
                                                : NODpathOf(*change.node, change.parm.c_str()),
-                           lost + " in " + change.place + ": " + change.why);
+                           "lost references: " + std::to_string(change.lost) + " in " +
+                               change.place + ": " + change.why);
         }
         if (parm) {
             parm->privateValueChanged(-1, sendEvent, updateMulti);

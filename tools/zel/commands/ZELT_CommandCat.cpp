@@ -1,5 +1,6 @@
 #include "ZELT_CommandLine.h"
 #include "ZELT_Comparison.h"
+#include "ZELT_File.h"
 #include "ZELT_Messages.h"
 
 #include <NOD/NOD_Report.h>

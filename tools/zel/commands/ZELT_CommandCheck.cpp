@@ -6,6 +6,7 @@
 #include "ZELT_Script.h"
 #include "ZELT_Session.h"
 
+#include <NOD/NOD_MenuFileCheck.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptCheck.h>
 
@@ -28,52 +29,112 @@ bool isStrict(const Call &call)
     return call.strict || !call.rules.isEmpty();
 }
 
-/// What came of one script.
+/// What came of one interface.
 struct Result
 {
-    ZELT_ScriptPtr script; ///< null if it can't be read
+    std::string name;
+    ZELT_ScriptPtr script = nullptr; ///< null if it can't be read
     bool goodFlag = false;
-    std::vector<NOD_LintFinding> findings;
+    std::vector<NOD_LintFinding> findings = {};
+    int rows = -1; ///< of a menu's file
 };
 
-Result checkFile(const std::string &file, const Call &call, ZELT_Messages &messages)
+/// `said` has what its reader told, and gets what is to be told besides findings.
+Result checkOne(const ZELT_NodeInterface &one, const NOD_LintOptions *rules, NOD_Report &said)
 {
-    Result result;
-    NOD_Report said;
-    const bool strict = isStrict(call);
-    const int before = messages.getErrorCount();
-    NOD_LintOptions options;
-    const bool optionsFlag = !strict || (ZELTreadLintFile(file, options, messages) &&
-                                         ZELTreadLintOptions(call.rules, options, messages));
-    result.script = ZELT_Session::openInterface(file, messages, &said);
-    if (result.script) {
-        NODcheckDescription(*result.script, file, said);
-    }
-    if (strict && optionsFlag) {
-        NOD_Judgement judged = ZELTjudge(file, "", result.script.get(), options, said);
+    Result result{one.name, one.script};
+    NODcheckDescription(*one.script, one.name, said);
+    const int before = said.getErrorCount();
+    if (rules) {
+        NOD_Judgement judged = NODjudge(*one.script, *rules, said);
         result.findings = std::move(judged.findings);
         said = std::move(judged.rest);
     }
-    messages.add(said);
-    result.goodFlag =
-        result.script && result.findings.empty() && messages.getErrorCount() == before;
+    result.goodFlag = result.findings.empty() && said.getErrorCount() <= before;
     return result;
 }
 
-void print(const std::string &file, const Result &result)
+/// A file with the rows of a menu.
+Result checkMenu(const std::string &file, ZELT_Messages &messages)
 {
-    if (!result.script) {
-        std::cout << file << ": failed\n";
+    NOD_Report report;
+    Result result{file};
+    result.rows = NODcheckMenuFile(file, report);
+    result.goodFlag = !report.hasErrors();
+    messages.add(report);
+    return result;
+}
+
+/// The script of a file, or what each of its nodes is an instance of.
+std::vector<Result> checkFile(const std::string &file, const Call &call, ZELT_Messages &messages)
+{
+    if (NODisMenuFile(file)) {
+        return {checkMenu(file, messages)};
+    }
+    NOD_Report said;
+    NOD_LintOptions options;
+    const int before = messages.getErrorCount();
+    const bool rulesFlag = isStrict(call) && ZELTreadLintFile(file, options, messages) &&
+                           ZELTreadLintOptions(call.rules, options, messages);
+    const bool unfitFlag = messages.getErrorCount() != before;
+    std::string unread;
+    const std::vector<ZELT_NodeInterface> all =
+        ZELT_Session::openInterfaces(file, messages, &said, &unread);
+    std::vector<Result> results;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (all[i].first == i) {
+            results.push_back(checkOne(all[i], rulesFlag ? &options : nullptr, said));
+            results.back().goodFlag = results.back().goodFlag && !unfitFlag;
+        } else {
+            results.push_back(results[all[i].first]);
+            results.back().name = all[i].name;
+        }
+    }
+    if (all.empty()) {
+        results.push_back({file});
+    }
+    if (rulesFlag && !unread.empty()) {
+        NOD_Judgement judged = NODjudgeSoundPart(unread, file, options, said);
+        results.back().findings = std::move(judged.findings);
+        said = std::move(judged.rest);
+    }
+    messages.add(said);
+    return results;
+}
+
+void print(const Result &result)
+{
+    if (!result.script && (result.rows < 0 || !result.goodFlag)) {
+        std::cout << result.name << ": failed\n";
         ZELTprintLint(result.findings);
         return;
     }
+    if (!result.script) {
+        std::cout << result.name << ": ok, " << result.rows << " rows\n";
+        return;
+    }
     const std::size_t count = result.findings.size();
-    std::cout << file << ": "
+    std::cout << result.name << ": "
               << (result.goodFlag ? "ok"
                   : count == 0    ? "not judged"
                                   : std::to_string(count) + (count == 1 ? " finding" : " findings"))
               << ", " << result.script->getParmCount() << " parameters\n";
     ZELTprintLint(result.findings);
+}
+
+ZELT_Json asJson(const Result &result, bool strict)
+{
+    ZELT_Json one;
+    one["file"] = result.name;
+    one["ok"] = result.goodFlag;
+    one["parameters"] = result.script ? ZELT_Json(result.script->getParmCount()) : ZELT_Json();
+    if (result.rows >= 0) {
+        one["rows"] = result.rows;
+    }
+    if (strict) {
+        one["findings"] = ZELTlintJson(result.findings);
+    }
+    return one;
 }
 
 int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
@@ -85,20 +146,13 @@ int check(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     ZELT_Progress progress("checking", std::int64_t(call.files.size()));
     bool good = true;
     for (const std::string &file : call.files) {
-        const Result result = checkFile(file, call, messages);
-        good = good && result.goodFlag;
-        if (options.json) {
-            ZELT_Json one;
-            one["file"] = file;
-            one["ok"] = result.goodFlag;
-            one["parameters"] =
-                result.script ? ZELT_Json(result.script->getParmCount()) : ZELT_Json();
-            if (isStrict(call)) {
-                one["findings"] = ZELTlintJson(result.findings);
+        for (const Result &result : checkFile(file, call, messages)) {
+            good = good && result.goodFlag;
+            if (options.json) {
+                results.push_back(asJson(result, isStrict(call)));
+            } else {
+                print(result);
             }
-            results.push_back(one);
-        } else {
-            print(file, result);
         }
         progress.advance();
     }
@@ -114,7 +168,8 @@ void ZELTaddCheck(ZELT_CommandLine &line)
 {
     const auto [command, call] = line.add("check", "Parse dialog scripts and tell every message",
                                           "zel check examples/*.ds", check);
-    command.addOption("FILE", call.files, "Dialog scripts, or node and scene files").required();
+    command.addOption("FILE", call.files, "Dialog scripts, node and scene files, or files of menus")
+        .required();
     command.addFlag("--strict", call.strict, "Judge them as zel lint does, too");
     ZELTaddLintOptions(command, call.rules);
 }

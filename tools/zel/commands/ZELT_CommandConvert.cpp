@@ -1,5 +1,6 @@
 #include "ZELT_CommandLine.h"
 #include "ZELT_File.h"
+#include "ZELT_Format.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
 #include "ZELT_Stream.h"
@@ -23,6 +24,7 @@ struct Call
     std::string script;
     std::string form; ///< "text" or "binary"
     bool compact = false;
+    bool allowLoss = false;
 };
 
 constexpr int theWrongCall = 2;
@@ -63,12 +65,15 @@ int convert(const Call &given, const ZELT_Options &, ZELT_Messages &messages)
     if (session) {
         batch.emplace(session->getNode());
     }
-    if ((!script.empty() && !session) || !ZELTreadStreamBytes(from, bytes, messages) ||
+    if ((!script.empty() && !session) ||
+        !ZELTreadBytes(from, bytes, messages, ZEL_ParmList::canBeStream) ||
         !ZELTparseStream(bytes, from, list, stream, messages)) {
         return 1;
     }
-    if (stream.hasComments()) {
-        warn(from, "has comments, which a stream that is written has not", messages);
+    if (stream.hasComments() && !call.allowLoss) {
+        messages.error(from, "has comments, as " + ZELTquote(stream.getComment()) +
+                                 ", which a stream that is written has not; " + theZELTLossOffer);
+        return 1;
     }
     if (!stream.isWhole()) {
         warn(from, "ends before the stream does", messages);
@@ -104,5 +109,6 @@ void ZELTaddConvert(ZELT_CommandLine &line)
     command.addOption("--to", call.form, "text or binary").required().oneOf({"text", "binary"});
     command.addFlag("--compact", call.compact,
                     "Binary, without what the script says has no value to keep");
+    ZELTaddAllowLoss(command, call.allowLoss, "Write also where comments of the stream are lost");
     command.addOption("--script", call.script, "The dialog script of the parameters");
 }

@@ -1,4 +1,5 @@
 #include "ZELT_CommandLine.h"
+#include "ZELT_File.h"
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
@@ -6,17 +7,16 @@
 #include <BAS/BAS_Thread.h>
 #include <DS/DS_Command.h>
 #include <DS/DS_CommandList.h>
-#include <KIT/KIT_Error.h>
-#include <KIT/KIT_IFStream.h>
+#include <KIT/KIT_IStream.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkArgs.h>
+#include <NOD/NOD_CommandCheck.h>
+#include <NOD/NOD_Report.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <iostream>
-#include <iterator>
 #include <memory>
 
 namespace
@@ -262,25 +262,24 @@ void printList(const DS_CommandList &commands, const std::string &file, bool jso
     }
 }
 
-std::string readInput()
-{
-    return std::string(std::istreambuf_iterator<char>(std::cin), {});
-}
-
-/// Null, with a message, for a file that can't be read.
+/// Null, with messages, for a file that can't be read.
 std::unique_ptr<DS_CommandList> readCommands(const std::string &file, ZELT_Messages &messages)
 {
-    if (file == "-") {
-        const std::string text = readInput();
-        KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
-        return std::make_unique<DS_CommandList>(is, "standard input");
+    std::string text;
+    if (!ZELTreadBytes(file, text, messages, ZELTcanBeText)) {
+        return nullptr;
     }
-    errno = 0;
-    if (KIT_IFStream(file.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS).isReadable()) {
+    NOD_Report report;
+    const bool goodFlag = NODcheckCommands(text, file == "-" ? "standard input" : file, report);
+    messages.add(report);
+    if (!goodFlag) {
+        return nullptr;
+    }
+    if (file != "-") {
         return std::make_unique<DS_CommandList>(file.c_str());
     }
-    messages.error(file, "can't be read: " + KITsystemReason());
-    return nullptr;
+    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+    return std::make_unique<DS_CommandList>(is, "standard input");
 }
 
 /// Whether it is the placeholder for a file without commands.
@@ -351,7 +350,10 @@ int runDialog(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
         messages.error(call.file, "has no commands");
         return 1;
     }
-    showLine(*commands, call, call.line == "-" ? readInput() : call.line, options.json, messages);
+    std::string line = call.line;
+    if (line != "-" || ZELTreadBytes("-", line, messages)) {
+        showLine(*commands, call, line, options.json, messages);
+    }
     messages.takeErrors(call.file);
     return messages.hasErrors() ? 1 : 0;
 }

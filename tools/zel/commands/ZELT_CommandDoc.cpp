@@ -40,29 +40,13 @@ public:
         : myFolder(folder), myMessages(messages)
     {}
 
+    /// Of a scene the interfaces of all nodes, each once.
     bool write(const std::string &file)
     {
-        const ZELT_ScriptPtr script = ZELT_Session::openInterface(file, myMessages);
-        if (!script) {
-            return false;
-        }
-        const std::string name = NODpageName(*script);
-        const auto [other, freshFlag] = myNames.emplace(name, file);
-        if (!freshFlag) {
-            myMessages.error(file, "has the pages of " + other->second + ": both are " + name);
-            return false;
-        }
-        NOD_Report report;
-        const std::vector<NOD_Page> pages = NODdocument(*script, report);
-        myMessages.add(report);
-        bool good = !report.hasErrors();
-        for (const NOD_Page &page : pages) {
-            const std::string path = (std::filesystem::path(myFolder) / page.name).string();
-            const bool written = ZELTwriteFile(path, page.bytes, myMessages);
-            good = good && written;
-            if (written) {
-                myWritten.push_back({file, path});
-            }
+        const std::vector<ZELT_NodeInterface> all = ZELT_Session::openInterfaces(file, myMessages);
+        bool good = !all.empty();
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            good = (all[i].first != i || write(*all[i].script, all[i].name)) && good;
         }
         return good;
     }
@@ -83,6 +67,29 @@ public:
     }
 
 private:
+    bool write(const NOD_Interface &script, const std::string &file)
+    {
+        const std::string name = NODpageName(script);
+        const auto [other, freshFlag] = myNames.emplace(name, file);
+        if (!freshFlag) {
+            myMessages.error(file, "has the pages of " + other->second + ": both are " + name);
+            return false;
+        }
+        NOD_Report report;
+        const std::vector<NOD_Page> pages = NODdocument(script, report);
+        myMessages.add(report);
+        bool good = !report.hasErrors();
+        for (const NOD_Page &page : pages) {
+            const std::string path = (std::filesystem::path(myFolder) / page.name).string();
+            const bool written = ZELTwriteFile(path, page.bytes, myMessages);
+            good = good && written;
+            if (written) {
+                myWritten.push_back({file, path});
+            }
+        }
+        return good;
+    }
+
     const std::string &myFolder;
     ZELT_Messages &myMessages;
     std::map<std::string, std::string> myNames; ///< of pages, with the script's file

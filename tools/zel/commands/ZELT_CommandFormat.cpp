@@ -4,15 +4,11 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Progress.h"
 
-#include <KIT/KIT_Error.h>
-#include <KIT/KIT_IFStream.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptFormat.h>
 #include <NOD/NOD_UnifiedDifference.h>
 
-#include <cerrno>
 #include <iostream>
-#include <iterator>
 
 namespace
 {
@@ -34,28 +30,12 @@ struct Result
     std::string difference;
 };
 
-bool readText(const std::string &file, std::string &text, ZELT_Messages &messages)
-{
-    if (file == "-") {
-        text.assign(std::istreambuf_iterator<char>(std::cin), {});
-        return true;
-    }
-    errno = 0;
-    KIT_IFStream is(file.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
-    if (!is.isReadable()) {
-        messages.error(file, "can't be read: " + KITsystemReason());
-        return false;
-    }
-    text = is.rest();
-    return true;
-}
-
 Result formatOne(const Call &call, const std::string &file, bool json, ZELT_Messages &messages)
 {
     Result result;
     std::string text;
     NOD_Report report;
-    const bool readFlag = readText(file, text, messages) &&
+    const bool readFlag = ZELTreadBytes(file, text, messages, ZELTcanBeText) &&
                           NODformatScript(text, file, call.layout, result.text, report);
     messages.add(report);
     if (!readFlag) {

@@ -4,12 +4,11 @@
 #include "ZELT_Lint.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Progress.h"
-#include "ZELT_Script.h"
+#include "ZELT_Session.h"
 
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Lint.h>
 #include <NOD/NOD_Report.h>
-#include <NOD/NOD_ScriptCheck.h>
 
 #include <algorithm>
 #include <iostream>
@@ -29,7 +28,7 @@ struct Call
     bool list = false;
 };
 
-/// What came of one script.
+/// What came of one file.
 struct Result
 {
     bool goodFlag = false;
@@ -37,16 +36,28 @@ struct Result
     std::vector<NOD_LintFinding> findings;
 };
 
-/// With all mistakes of the script; `text` returns what is read from standard input.
-ZELT_ScriptPtr checkScript(const std::string &file, std::string &text, NOD_Report &said)
+/// Judges one, and mends it where that was asked. `said` has what its reader told, and gets what no finding says.
+Result lintOne(const ZELT_NodeInterface &one, const NOD_LintOptions &options, const Call &call,
+               NOD_Report &said, ZELT_Messages &messages)
 {
-    if (file == "-") {
-        text.assign(std::istreambuf_iterator<char>(std::cin), {});
-        return NODcheckScript(text, file, said);
+    Result result;
+    NOD_Judgement judged = NODjudge(*one.script, options, said);
+    said = std::move(judged.rest);
+    result.goodFlag = judged.judgedFlag;
+    result.findings = std::move(judged.findings);
+    if (call.fix && result.goodFlag) {
+        NOD_Report report;
+        NOD_MendedScript mended = NODmendScript(one.script, one.name, options, report);
+        messages.add(report);
+        result.fixed = mended.fixed;
+        result.findings = std::move(mended.findings);
+        result.goodFlag =
+            result.fixed == 0 || ZELTwriteFile(one.name, mended.script->getText(), messages);
     }
-    return NODcheckScriptFile(file, said);
+    return result;
 }
 
+/// A script, or what the nodes of a file are instances of, each once.
 Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messages)
 {
     Result result;
@@ -56,21 +67,30 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
         return result;
     }
     NOD_Report said;
-    std::string text;
-    const ZELT_ScriptPtr script = checkScript(file, text, said);
-    NOD_Judgement judged = ZELTjudge(file, text, script.get(), options, said);
-    messages.add(judged.rest);
-    result.goodFlag = judged.judgedFlag;
-    result.findings = std::move(judged.findings);
-    if (call.fix && result.goodFlag) {
-        NOD_Report report;
-        NOD_MendedScript mended = NODmendScript(script, file, options, report);
-        messages.add(report);
-        result.fixed = mended.fixed;
-        result.findings = std::move(mended.findings);
-        result.goodFlag =
-            result.fixed == 0 || ZELTwriteFile(file, mended.script->getText(), messages);
+    std::string unread;
+    const std::vector<ZELT_NodeInterface> all =
+        ZELT_Session::openInterfaces(file, messages, &said, &unread);
+    if (call.fix && !all.empty() && !all[0].path.empty()) {
+        messages.add(said);
+        messages.error(file, "--fix needs a script: this one has nodes");
+        return result;
     }
+    if (!unread.empty()) {
+        NOD_Judgement judged = NODjudgeSoundPart(unread, file, options, said);
+        said = std::move(judged.rest);
+        result.findings = std::move(judged.findings);
+    }
+    result.goodFlag = !all.empty();
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (all[i].first == i) {
+            Result one = lintOne(all[i], options, call, said, messages);
+            result.goodFlag = result.goodFlag && one.goodFlag;
+            result.fixed += one.fixed;
+            std::move(one.findings.begin(), one.findings.end(),
+                      std::back_inserter(result.findings));
+        }
+    }
+    messages.add(said);
     return result;
 }
 

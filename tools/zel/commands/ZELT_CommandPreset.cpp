@@ -5,7 +5,9 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
 
+#include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_String.h>
+#include <KIT/KIT_StringArray.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_PresetText.h>
 #include <NOD/NOD_Presets.h>
@@ -115,8 +117,38 @@ Rows nameRows(const char *heading, const KIT_StringArray &names)
     return rows;
 }
 
+std::vector<std::string> wordsOf(const KIT_StringArray &names)
+{
+    std::vector<std::string> words;
+    for (const KIT_String &name : names) {
+        words.push_back(name.toStdString());
+    }
+    return words;
+}
+
+/// Whether there are presets of what the call names: no table, and no type of one, is known otherwise.
+bool isKnown(const Call &call, ZELT_Messages &messages)
+{
+    const auto isOneOf = [&](const std::string &what, const std::string &name,
+                             const std::vector<std::string> &words) {
+        const bool knownFlag = std::find(words.begin(), words.end(), name) != words.end();
+        if (!knownFlag) {
+            messages.error("", "there are no presets of " + what + KITdidYouMean(name, words));
+        }
+        return knownFlag;
+    };
+    return call.table.empty() ||
+           (isOneOf("a table " + call.table, call.table, wordsOf(ZEL_PresetInfo::findTables())) &&
+            (call.opName.empty() ||
+             isOneOf(call.table + "/" + call.opName, call.opName,
+                     wordsOf(ZEL_PresetInfo::findTypes(call.table.c_str())))));
+}
+
 int list(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
+    if (!isKnown(call, messages)) {
+        return 1;
+    }
     Rows rows = call.table.empty() ? nameRows("table", ZEL_PresetInfo::findTables())
                 : call.opName.empty()
                     ? nameRows("type", ZEL_PresetInfo::findTypes(call.table.c_str()))
@@ -345,10 +377,10 @@ void addSave(ZELT_CommandLine &line, ZELT_Command group)
 
 void ZELTaddPreset(ZELT_CommandLine &line)
 {
-    ZELT_Command group = line.addGroup("preset", "Presets on the search path (ZEL_PATH)",
-                                       "zel preset list Node light");
+    ZELT_Command group =
+        line.addGroup("preset", "Presets on the search path (ZEL_PATH)", "zel preset list");
     const Added listed = line.addTo(group, "list", "List tables, their types, or presets by name",
-                                    "zel preset list Node light", list);
+                                    "zel preset list", list);
     listed.command.addOption("TABLE", listed.call.table, "The family of node types");
     listed.command.addOption("OPNAME", listed.call.opName, "The node type");
     addSave(line, group);

@@ -1,13 +1,14 @@
 #include "ZELT_CommandLine.h"
+#include "ZELT_File.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Script.h"
 #include "ZELT_Session.h"
 
+#include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptRewrite.h>
 
 #include <iostream>
-#include <iterator>
 #include <optional>
 
 namespace
@@ -24,11 +25,11 @@ int rewrite(const Call &call, const ZELT_Options &options, ZELT_Messages &messag
 {
     const NOD_RewriteOptions how{"zel rewrite", call.stamp};
     NOD_Report report;
+    std::string text;
     const std::optional<NOD_RewrittenScript> script =
-        call.file == "-"
-            ? NODrewriteScript(std::string(std::istreambuf_iterator<char>(std::cin), {}), call.file,
-                               how, report)
-            : NODrewriteScriptFile(call.file, how, report);
+        call.file != "-"              ? NODrewriteScriptFile(call.file, how, report)
+        : ZELTreadInput(text, report) ? NODrewriteScript(text, call.file, how, report)
+                                      : std::nullopt;
     messages.add(report);
     if (!script) {
         return 1;

@@ -189,6 +189,19 @@ bool addMaps(const std::vector<std::string> &paths, NOD_Scene &scene, NOD_Report
     return true;
 }
 
+bool load(NOD_Scene &scene, const std::string &file, NOD_Report &report)
+{
+    if (file != "-") {
+        return NOD_SceneFile::load(scene, file, ZELTloadOptions(), report);
+    }
+    std::string bytes;
+    if (!ZELTreadInput(bytes, report)) {
+        return false;
+    }
+    std::istringstream is(bytes);
+    return NOD_SceneFile::load(scene, is, "standard input", ZELTloadOptions(), report);
+}
+
 int showScene(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     NOD_Scene scene;
@@ -197,10 +210,7 @@ int showScene(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
         messages.add(report);
         return 1;
     }
-    const bool loaded =
-        call.file == "-"
-            ? NOD_SceneFile::load(scene, std::cin, "standard input", ZELTloadOptions(), report)
-            : NOD_SceneFile::load(scene, call.file, ZELTloadOptions(), report);
+    const bool loaded = load(scene, call.file, report);
     messages.add(report);
     if (!loaded || (!call.to.empty() && !convert(scene, call, messages))) {
         return 1;

@@ -1,11 +1,13 @@
 #include "ZELT_CommandLine.h"
-#include "ZELT_Script.h"
+#include "ZELT_Format.h"
+#include "ZELT_Json.h"
 #include "ZELT_Session.h"
 #include "ZELT_Show.h"
 
 #include <NOD/NOD_Description.h>
 
 #include <iostream>
+#include <vector>
 
 namespace
 {
@@ -15,18 +17,49 @@ struct Call
     std::string file;
 };
 
+using Interfaces = std::vector<ZELT_NodeInterface>;
+
+/// Each interface once, and which one a node has.
+void printNodesJson(const Interfaces &interfaces)
+{
+    ZELT_Json json{{"interfaces", ZELT_Json::array()}, {"nodes", ZELT_Json::array()}};
+    std::vector<std::size_t> places;
+    for (const ZELT_NodeInterface &one : interfaces) {
+        const bool freshFlag = one.first == places.size();
+        places.push_back(freshFlag ? json["interfaces"].size() : places[one.first]);
+        if (freshFlag) {
+            json["interfaces"].push_back(
+                ZELT_Json::parse(NODdescriptionJson(NODdescribe(*one.script))));
+        }
+        json["nodes"].push_back(ZELT_Json{{"path", one.path}, {"interface", places.back()}});
+    }
+    ZELTprintJson(json);
+}
+
+void printNodes(const Interfaces &interfaces)
+{
+    for (std::size_t i = 0; i < interfaces.size(); ++i) {
+        const ZELT_NodeInterface &one = interfaces[i];
+        std::cout << "node " << ZELTprintable(one.path);
+        if (one.first == i) {
+            std::cout << '\n' << ZELTdescribeTree(NODdescribe(*one.script));
+        } else {
+            std::cout << ", as " << ZELTprintable(interfaces[one.first].path) << '\n';
+        }
+    }
+}
+
 int show(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    const ZELT_ScriptPtr script = ZELT_Session::openInterface(call.file, messages);
-    if (!script) {
-        return 1;
+    const Interfaces interfaces = ZELT_Session::openInterfaces(call.file, messages);
+    if (interfaces.size() > 1) {
+        options.json ? printNodesJson(interfaces) : printNodes(interfaces);
+    } else if (!interfaces.empty()) {
+        const NOD_Description description = NODdescribe(*interfaces[0].script);
+        std::cout << (options.json ? NODdescriptionJson(description)
+                                   : ZELTdescribeTree(description));
     }
-    if (options.json) {
-        std::cout << NODdescriptionJson(NODdescribe(*script));
-    } else {
-        std::cout << ZELTdescribeTree(NODdescribe(*script));
-    }
-    return 0;
+    return interfaces.empty() ? 1 : 0;
 }
 
 } // namespace

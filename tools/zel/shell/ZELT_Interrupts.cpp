@@ -86,10 +86,27 @@ ZELT_Interrupts::~ZELT_Interrupts()
     }
 }
 
-ZELT_Interrupts::Command::Command(bool stopsFlag)
+ZELT_Interrupts::Command::Command()
 {
-    theHeedsFlag.store(stopsFlag, std::memory_order_relaxed);
-    tellWatcher(stopsFlag);
+    tellWatcher(true);
+}
+
+bool ZELT_Interrupts::Command::finish()
+{
+    theHeedsFlag.store(false); // before it is asked for
+    tellWatcher(false);
+    if (!BAS_Interrupt::isRequested()) {
+        return true;
+    }
+    BAS_Interrupt::clear();
+    goOn();
+    return false;
+}
+
+void ZELT_Interrupts::Command::goOn()
+{
+    tellWatcher(true);
+    theHeedsFlag.store(true);
 }
 
 ZELT_Interrupts::Command::~Command()

@@ -17,14 +17,19 @@ public:
     ZELT_Interrupts(const ZELT_Interrupts &) = delete;
     ZELT_Interrupts &operator=(const ZELT_Interrupts &) = delete;
 
-    /// A command that runs. One that has to finish hears nothing of Ctrl-C.
+    /// A command that runs.
     class Command
     {
     public:
-        explicit Command(bool stopsFlag);
+        Command();
         ~Command();
         Command(const Command &) = delete;
         Command &operator=(const Command &) = delete;
+
+        /// From here to goOn() the command can't be stopped: it writes a file. False, with Ctrl-C forgotten and
+        /// heard again, if it was stopped before.
+        static bool finish();
+        static void goOn();
     };
 
 private:

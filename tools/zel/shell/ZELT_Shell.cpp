@@ -19,6 +19,7 @@
 #include <ZEL/ZEL_ParmList.h>
 
 #include <cstdint>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <sstream>
@@ -141,37 +142,56 @@ void ZELT_Shell::call(const ZELT_ShellCommand &command, const ZELT_ShellWords &w
     const TRK_EvalContext::Scope context(BASgetSTID(), myTime);
     const TRK_EvalContext::Work work;
     const ZEL_InputBudget budget(std::int64_t(line.size()));
-    const ZELT_Interrupts::Command running((command.flags & ZELT_SHELL_FINISHES) == 0);
+    const ZELT_Interrupts::Command running;
     if ((command.flags & ZELT_SHELL_SEES_MESSAGES) != 0) {
         callAndTell(command, words);
-        takeInterrupt(nullptr);
+        takeInterrupt([] { return false; });
         return;
     }
     // Saves and loads stop at an error, so earlier ones that aren't printed yet are set aside.
     KIT_ErrorManager::Scope scope(BASgetSTID());
+    NOD_UndoStack &stack = getUndo();
+    const std::size_t before = stack.getUndoCount();
+    const bool editsFlag = (command.flags & ZELT_SHELL_EDITS) != 0;
     {
         std::optional<NOD_Edit> step;
-        if ((command.flags & ZELT_SHELL_EDITS) != 0) {
+        if (editsFlag) {
             // What a command edits is known when it has.
-            step.emplace(getUndo(), std::string(line));
+            step.emplace(stack, std::string(line));
             step->change(getNode());
         }
         callAndTell(command, words);
-        takeInterrupt(step ? &*step : nullptr);
+        ZELT_Interrupts::Command::goOn();
+        takeInterrupt([&] { return step && step->cancel(); });
     }
-    takeInterrupt(nullptr); // of what the step's end has evaluated
+    // Of what the step's end has evaluated.
+    takeInterrupt([&] {
+        const bool fullFlag = before == NOD_UndoStack::theUsualMost && stack.getUndoLabel() == line;
+        return editsFlag && (stack.getUndoCount() > before || fullFlag) && stack.undo();
+    });
     scope.getOuterManager().stealErrors(scope.getManager());
 }
 
 /// What a command that was stopped has changed may be half of it.
-void ZELT_Shell::takeInterrupt(NOD_Edit *step)
+void ZELT_Shell::takeInterrupt(const std::function<bool()> &takeBack)
 {
-    if (!BAS_Interrupt::isRequested()) {
-        return;
+    if (wasStopped()) {
+        const bool backFlag = takeBack();
+        BAS_Interrupt::clear(); // once more: what is taken back is whole
+        fail(backFlag ? "interrupted: nothing is changed" : "interrupted");
     }
+}
+
+bool ZELT_Shell::wasStopped()
+{
+    const bool stoppedFlag = BAS_Interrupt::isRequested();
     BAS_Interrupt::clear();
-    const bool backFlag = step && step->cancel();
-    fail(backFlag ? "interrupted: nothing is changed" : "interrupted");
+    return stoppedFlag;
+}
+
+bool ZELT_Shell::finish()
+{
+    return ZELT_Interrupts::Command::finish();
 }
 
 bool ZELT_Shell::runAction(const ZELT_ShellAction *begin, const ZELT_ShellAction *end,

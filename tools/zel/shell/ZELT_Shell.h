@@ -24,6 +24,7 @@
 #include <NOD/NOD_Snapshots.h>
 #include <NOD/NOD_UndoStack.h>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -40,9 +41,8 @@ using ZELT_ShellWords = std::vector<std::string>;
 enum ZELT_ShellFlag : unsigned
 {
     ZELT_SHELL_PLAIN = 0,
-    ZELT_SHELL_EDITS = 1,         ///< a step that can be undone
-    ZELT_SHELL_SEES_MESSAGES = 2, ///< the messages of earlier commands are in the error manager
-    ZELT_SHELL_FINISHES = 4       ///< an interrupt doesn't stop it: it writes files or restores
+    ZELT_SHELL_EDITS = 1,        ///< a step that can be undone
+    ZELT_SHELL_SEES_MESSAGES = 2 ///< the messages of earlier commands are in the error manager
 };
 
 /// A command, as a row of its subject's table.
@@ -128,6 +128,10 @@ public:
     /// \name Output and words   (what is wrong is printed)
     // ------------------------------------------------------------------ //
     void fail(const std::string &reason);
+    /// Whether Ctrl-C was pressed, which is forgotten: what was evaluated since then has failed.
+    static bool wasStopped();
+    /// From here to its end the command isn't stopped by Ctrl-C, as before it writes a file. False if it was before.
+    static bool finish();
     /// Each error of a report is a reason; warnings are printed as they are.
     void tell(const NOD_Report &report);
     /// Fails with `fault`, after the name of the file that it concerns; does nothing for "".
@@ -156,7 +160,7 @@ private:
     void dispatch(const ZELT_ShellWords &words, std::string_view line);
     void call(const ZELT_ShellCommand &command, const ZELT_ShellWords &words,
               std::string_view line);
-    void takeInterrupt(NOD_Edit *step);
+    void takeInterrupt(const std::function<bool()> &takeBack);
     void callAndTell(const ZELT_ShellCommand &command, const ZELT_ShellWords &words);
 
     ZELT_Messages &myMessages;

@@ -6,7 +6,6 @@
 
 #include "ZELT_Messages.h"
 
-#include <BAS/BAS_Interrupt.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ValueFile.h>
 
@@ -68,8 +67,9 @@ void save(ZELT_Shell &shell, const ZELT_ShellWords &words)
     } else {
         shell.tell(report);
     }
-    if (savedFlag && !BAS_Interrupt::isRequested() &&
-        !ZELTwriteFile(words[2], os.str(), shell.getMessages())) {
+    if (!shell.finish()) {
+        shell.fail("interrupted: nothing is written");
+    } else if (savedFlag && !ZELTwriteFile(words[2], os.str(), shell.getMessages())) {
         shell.fail(words[2] + " isn't written");
     }
 }

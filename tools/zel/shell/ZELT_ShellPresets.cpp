@@ -63,6 +63,10 @@ void writePreset(ZELT_Shell &shell, const ZELT_ShellWords &words, NOD_Presets::E
     NOD_Report report;
     std::ostringstream text;
     const bool madeFlag = NODsavePreset(shell.getNode(), {}, text, report);
+    if (!shell.finish()) {
+        shell.fail("interrupted: nothing is saved");
+        return;
+    }
     const std::string path =
         madeFlag ? presetsOf(shell).save(text.str(), words[2], folderOf(words), existing, report)
                  : "";
@@ -82,6 +86,10 @@ void replacePreset(ZELT_Shell &shell, const ZELT_ShellWords &words)
 void deletePreset(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     NOD_Report report;
+    if (!shell.finish()) {
+        shell.fail("interrupted: nothing is deleted");
+        return;
+    }
     const std::string path = presetsOf(shell).remove(words[2], folderOf(words), report);
     finish(shell, "deleted", path, report);
 }
@@ -99,8 +107,7 @@ void preset(ZELT_Shell &shell, const ZELT_ShellWords &words)
 }
 
 constexpr ZELT_ShellCommand theCommands[] = {
-    {"preset", "list|load|save|replace|delete [NAME] [FOLDER]", 1, 3,
-     ZELT_SHELL_EDITS | ZELT_SHELL_FINISHES, preset},
+    {"preset", "list|load|save|replace|delete [NAME] [FOLDER]", 1, 3, ZELT_SHELL_EDITS, preset},
 };
 
 } // namespace

@@ -1,0 +1,168 @@
+#include <NOD/NOD_CommandCheck.h>
+
+#include <BAS/BAS_Character.h>
+#include <KIT/KIT_MessageDetail.h>
+#include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptCheck.h>
+#include <NOD/interface/NOD_MessageCodesPrivate.h>
+#include <NOD/interface/NOD_ScriptTokensPrivate.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+namespace
+{
+
+/// The braces of one command.
+struct Command
+{
+    int first; ///< the token of the brace
+    int end;   ///< of the tokens
+};
+
+std::string_view lineOf(std::string_view text, std::size_t at)
+{
+    const std::size_t feed = at == 0 ? std::string_view::npos : text.rfind('\n', at - 1);
+    const std::size_t begin = feed == std::string_view::npos ? 0 : feed + 1;
+    return text.substr(begin, text.find('\n', begin) - begin);
+}
+
+int columnOf(std::string_view text, std::size_t at)
+{
+    return int(text.data() + at - lineOf(text, at).data());
+}
+
+/// Which bytes are whose, as the reader takes them where no brace is missing.
+std::vector<Command> findCommands(const NOD_ScriptTokens &tokens, std::string_view text)
+{
+    std::vector<Command> all;
+    int depth = 0;
+    int column = 0;
+    for (int i = 0; i < tokens.size(); ++i) {
+        const NOD_ScriptToken &token = tokens[i];
+        const bool beginFlag = token.is("command") || token.is("{");
+        const int at = columnOf(text, token.begin);
+        const bool nextFlag = depth > 0 && beginFlag && token.firstFlag && at <= column;
+        if (nextFlag) {
+            all.back().end = i;
+            depth = 0;
+        }
+        if (depth == 0 && beginFlag) {
+            column =
+                i > 0 && tokens[i - 1].is("command") ? columnOf(text, tokens[i - 1].begin) : at;
+        }
+        // What follows a brace too many is the rest of its command.
+        const bool restFlag = depth == 0 && !all.empty() && !token.firstFlag &&
+                              !tokens[i - 1].is("command") && !tokens[i - 1].is("}");
+        if (token.is("{") && depth++ == 0 && !restFlag) {
+            all.push_back({i, tokens.size()});
+        } else if (token.is("}") && !all.empty()) {
+            depth -= depth > 0;
+            all.back().end = depth == 0 ? i + 1 : all.back().end;
+        }
+    }
+    return all;
+}
+
+bool isDirective(std::string_view line)
+{
+    const auto first = std::find_if_not(line.begin(), line.end(), BASisBlank);
+    return first != line.end() && *first == '#';
+}
+
+/// The lines that define macros, up to an offset; false if there are others that begin with a hash.
+bool takeMacros(std::string_view text, std::string &macros)
+{
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        if (!isDirective(line)) {
+            continue;
+        }
+        if (line.find("#define ") == std::string_view::npos || line.back() == '\\') {
+            return false;
+        }
+        macros += std::string(line) + "\n";
+    }
+    return true;
+}
+
+/// A command as a script of its own, and the way back to its places.
+class Alone
+{
+public:
+    Alone(std::string_view text, const std::string &macros, const NOD_ScriptTokens &tokens,
+          const Command &command)
+        : myBegin(std::int64_t(tokens[command.first].begin)),
+          myMacroBytes(std::int64_t(macros.size()))
+    {
+        const auto begin = std::size_t(myBegin);
+        const std::size_t end =
+            command.end < tokens.size() ? tokens[command.end].begin : text.size();
+        const auto lines = std::count(macros.begin(), macros.end(), '\n');
+        // Blanks keep the columns of its first line.
+        myBlanks = columnOf(text, begin);
+        myText = macros + std::string(std::size_t(myBlanks), ' ') +
+                 std::string(text.substr(begin, end - begin));
+        myLines = tokens[command.first].line - 1 - int(lines);
+    }
+
+    const std::string &getText() const { return myText; }
+
+    NOD_Message place(NOD_Message message, const std::string &name, std::string_view source) const
+    {
+        const auto move = [&](KIT_MessagePlace &place) {
+            if (place.file != name || place.offset < myMacroBytes) {
+                return;
+            }
+            place.line += place.line > 0 ? myLines : 0;
+            place.endLine += place.endLine > 0 ? myLines : 0;
+            place.offset += myBegin - myMacroBytes - myBlanks;
+            place.endOffset += myBegin - myMacroBytes - myBlanks;
+            if (place.column > 0) {
+                place.source = lineOf(source, std::size_t(place.offset));
+            }
+        };
+        message.line += message.file == name && message.line > 0 ? myLines : 0;
+        if (message.detail) {
+            auto detail = std::make_shared<KIT_MessageDetail>(*message.detail);
+            detail->changePlaces(move);
+            message.detail = std::move(detail);
+        }
+        return message;
+    }
+
+private:
+    std::string myText;
+    std::int64_t myBegin;
+    std::int64_t myMacroBytes;
+    int myBlanks = 0;
+    int myLines = 0;
+};
+
+} // namespace
+
+bool NODcheckCommands(std::string_view text, const std::string &name, NOD_Report &report)
+{
+    NOD_Report found;
+    const NOD_ScriptTokens tokens(text, name, NOD_Interface::Includes::NONE);
+    std::string macros;
+    if (!tokens.isWhole() || !takeMacros(text, macros)) {
+        return true;
+    }
+    for (const Command &command : findCommands(tokens, text)) {
+        const Alone alone(text, macros, tokens, command);
+        NOD_Report said;
+        NODcheckScript(alone.getText(), name, said, NOD_Interface::Includes::NONE);
+        for (const NOD_Message &message : said.getMessages()) {
+            found.add(alone.place(message, name, text));
+        }
+    }
+    for (const NOD_Message &message : found.getMessages()) {
+        if (found.hasErrors() || NODisMessage(message, NOD_SCRIPT_REST)) {
+            report.add(message);
+        }
+    }
+    return !found.hasErrors();
+}
