@@ -10,7 +10,8 @@
 /// Ownership:  a record owns its parts; a part points to the record that it is in. What is closed shares the bytes
 ///             that it is read from.
 /// Threads:    one thread at a time: parts are made when they are first asked for.
-/// Cost:       a closed record costs nothing to compare with one of the same bytes.
+/// Cost:       a closed record costs nothing to compare with one of the same bytes. Of many parts one is found by an
+///             index, which is made anew after changeParts().
 #pragma once
 
 #include <NOD/NOD_API.h>
@@ -120,7 +121,7 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     const Parts &getParts() const;
-    /// To be changed: what was closed is open from now on.
+    /// To be changed, before any part is looked for again: what was closed is open from now on.
     Parts &changeParts();
     NOD_Record &add(Kind kind, std::string name = {}, NOD_Value value = {});
     NOD_Record &add(std::unique_ptr<NOD_Record> part);
@@ -152,6 +153,9 @@ public:
     ///@}
 
 private:
+    struct Index;
+
+    const Index *indexOf() const;
     bool hasSameParts(const NOD_Record &other) const;
     std::uint64_t hashOfParts() const;
     void forgetHash();
@@ -163,6 +167,7 @@ private:
     NOD_Record *myParent = nullptr;
     mutable Parts myParts;
     mutable std::shared_ptr<const NOD_ClosedParts> myClosed; ///< null: open
+    mutable std::unique_ptr<Index> myIndex;                  ///< null: not known
     mutable std::uint64_t myHash = 0;                        ///< 0: not known
     mutable bool myOpeningFlag = false;
 };

@@ -25,9 +25,7 @@ std::string tokenOf(const NOD_Record &top, const NOD_RecordPath &path)
     for (const NOD_PathStep &step : path) {
         if (step.kind == Kind::ITEM) {
             const NOD_Record *const block = NODfindRecord(const_cast<NOD_Record &>(top), at);
-            const NOD_Value start = block ? block->valueOf(Kind::START) : NOD_Value();
-            const auto *first = std::get_if<std::int64_t>(&start);
-            numbers.push_back((first ? int(*first) : theUsualStart) + step.item);
+            numbers.push_back((block ? NODfirstNumber(*block) : theUsualStart) + step.item);
         } else if (step.kind == Kind::PARM) {
             token = NOD_BlockNames::nameOf(step.name, numbers);
         }

@@ -317,8 +317,8 @@ bool NOD_Document::write(std::string &bytes, const std::vector<NOD_Conflict> &no
     if (notes.empty() || myBinaryFlag || !(scriptFlag || myKind == NOD_FileKind::STREAM)) {
         return true;
     }
-    const std::string noted = scriptFlag ? NODnotedScript(*myTop, notes)
-                                         : NODaddConflictNotes(bytes, *myTop, notes);
+    const std::string noted =
+        scriptFlag ? NODnotedScript(*myTop, notes) : NODaddConflictNotes(bytes, *myTop, notes);
     NOD_Document without, with;
     NOD_Report reading;
     if (!without.read(bytes, "", myOptions, reading) || !with.read(noted, "", myOptions, reading) ||

@@ -184,10 +184,7 @@ void forEntries(const NOD_Record &record, std::vector<int> &numbers, const Use &
         if (textOf(part->valueOf(Kind::FORM)) != theAbsentForm) {
             use(*part, NOD_BlockNames::nameOf(part->getName(), numbers));
         }
-        const NOD_Value start = part->valueOf(Kind::START);
-        const auto *first = std::get_if<std::int64_t>(&start);
-        constexpr std::int64_t theMost = 1000000000;
-        numbers.push_back(first ? int(std::clamp(*first, -theMost, theMost)) : theUsualStart);
+        numbers.push_back(NODfirstNumber(*part));
         for (const auto &item : part->getParts()) {
             if (item->getKind() == Kind::ITEM) {
                 forEntries(*item, numbers, use);
@@ -199,6 +196,14 @@ void forEntries(const NOD_Record &record, std::vector<int> &numbers, const Use &
 }
 
 } // namespace
+
+int NODfirstNumber(const NOD_Record &block)
+{
+    const NOD_Value start = block.valueOf(Kind::START);
+    const auto *first = std::get_if<std::int64_t>(&start);
+    constexpr std::int64_t theMost = 1000000000;
+    return first ? int(std::clamp(*first, -theMost, theMost)) : theUsualStart;
+}
 
 std::string NODentryKey(const ZEL_StreamEntry &entry)
 {

@@ -30,9 +30,7 @@ std::string tokenOf(const NOD_Record &parm)
     std::vector<int> numbers;
     for (const NOD_Record *at = parm.getParent(); at; at = at->getParent()) {
         if (at->getKind() == Kind::ITEM && at->getParent()) {
-            const NOD_Value start = at->getParent()->valueOf(Kind::START);
-            const auto *first = std::get_if<std::int64_t>(&start);
-            numbers.push_back((first ? int(*first) : theUsualStart) + at->getItem());
+            numbers.push_back(NODfirstNumber(*at->getParent()) + at->getItem());
         }
     }
     std::reverse(numbers.begin(), numbers.end());

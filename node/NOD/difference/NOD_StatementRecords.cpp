@@ -303,8 +303,8 @@ NOD_Blanks::NOD_Blanks(std::string_view text)
 {
     bool startFlag = false; // of a line
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool lineFlag =
-            text.substr(i, 2) == "//" || (startFlag && text[i] == '#') || (i == 0 && text[i] == '#');
+        const bool lineFlag = text.substr(i, 2) == "//" || (startFlag && text[i] == '#') ||
+                              (i == 0 && text[i] == '#');
         if (lineFlag || text.substr(i, 2) == "/*") {
             const std::size_t end =
                 lineFlag ? text.find('\n', i) : text.find("*/", std::min(i + 2, text.size()));

@@ -29,7 +29,8 @@ void NODaddNote(NOD_Record &declaration, const std::string &text);
 // ---------------------------------------------------------------------- //
 
 constexpr const char *theKindProperty = "kind"; ///< of a declaration: its keyword
-constexpr const char *theOwnName = "own name";  ///< a word that is the declaration's, with the quote around it
+constexpr const char *theOwnName =
+    "own name"; ///< a word that is the declaration's, with the quote around it
 constexpr const char *theOpenBrace = "{";
 constexpr const char *theCloseBrace = "}";
 constexpr const char *theBefore = "before";

@@ -61,8 +61,7 @@ void Writer::writeBlanks(const NOD_Record &of, const char *name, const char *usu
     const std::size_t first = text.find_first_not_of(" \t");
     const bool directiveFlag = first != std::string::npos && text[first] == '#';
     const std::size_t line = myText.find_last_not_of(" \t");
-    if (myOpenLineFlag ||
-        (directiveFlag && line != std::string::npos && myText[line] != '\n')) {
+    if (myOpenLineFlag || (directiveFlag && line != std::string::npos && myText[line] != '\n')) {
         myText += myText.empty() || text[0] == '\n' ? "" : "\n";
     }
     myText += text;
@@ -157,8 +156,7 @@ void Writer::writeStatement(const NOD_Record &statement, const NOD_Record &block
     Records entries;
     Records pairs;
     for (const auto &part : statement.getParts()) {
-        const bool braceFlag =
-            part->getName() == theOpenBrace || part->getName() == theCloseBrace;
+        const bool braceFlag = part->getName() == theOpenBrace || part->getName() == theCloseBrace;
         if (part->getKind() == Kind::WORD && !braceFlag && part->getName() != theOwnName) {
             words.push_back(part.get());
         } else if (part->getKind() == Kind::ENTRY) {
@@ -200,8 +198,7 @@ std::string NODstatementText(const NOD_Record &top)
 void NODaddNote(NOD_Record &declaration, const std::string &text)
 {
     NOD_Record *before = declaration.find(Kind::COMMENT, theBefore);
-    const std::string there =
-        textOf(before ? before : declaration.find(Kind::BLANKS, theBefore));
+    const std::string there = textOf(before ? before : declaration.find(Kind::BLANKS, theBefore));
     const std::size_t feed = there.rfind('\n');
     const std::size_t line = feed == std::string::npos ? 0 : feed + 1;
     const std::string indent = there.substr(line, there.find_first_not_of(" \t", line) - line);

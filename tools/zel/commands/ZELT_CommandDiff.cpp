@@ -16,7 +16,7 @@ namespace
 struct Call
 {
     std::string files[3]; ///< a script and the two, or the two
-    std::string path; ///< what the two are called where they come from
+    std::string path;     ///< what the two are called where they come from
     std::vector<std::string> tolerances;
     bool exact = false;
     bool patch = false;

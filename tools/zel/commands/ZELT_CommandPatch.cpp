@@ -68,9 +68,10 @@ void ZELTaddPatch(ZELT_CommandLine &line)
             "The dialog script that IN has the values of; or, without PATCH, the file itself")
         .required();
     command
-        .addOption("IN", call.files[1],
-                   "A stream, channel file, preset, node or scene file, or a script; or, without PATCH, "
-                   "the patch")
+        .addOption(
+            "IN", call.files[1],
+            "A stream, channel file, preset, node or scene file, or a script; or, without PATCH, "
+            "the patch")
         .required();
     command.addOption("PATCH", call.files[2], "What `zel diff --patch` has printed");
     command
