@@ -158,7 +158,7 @@ std::string brief(const NOD_Record &record)
 std::size_t groupLength(const NOD_RecordPath &path)
 {
     const auto isOuter = [](const NOD_PathStep &step) {
-        return step.kind == Kind::NODE || step.kind == Kind::CONTENTS;
+        return step.kind == Kind::NODE || step.kind == Kind::CONTENTS || step.kind == Kind::PRESET;
     };
     const auto inner = std::find_if_not(path.begin(), path.end(), isOuter);
     return std::size_t(inner - path.begin()) + (inner == path.end() ? 0 : 1);

@@ -1,5 +1,7 @@
 #include <NOD/NOD_Document.h>
 
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
 #include <NOD/NOD_ConflictNotes.h>
 #include <NOD/NOD_Difference.h>
@@ -20,6 +22,7 @@
 #include <NOD/files/NOD_SectionNamesPrivate.h>
 #include <NOD/files/NOD_TreeReaderPrivate.h>
 #include <NOD/tree/NOD_LoadingPrivate.h>
+#include <STO/STO_IndexFile.h>
 #include <TRK/TRK_Collection.h>
 
 #include <algorithm>
@@ -72,6 +75,14 @@ void readInterfaces(const NOD_SectionFile &file, const std::string &name,
         message.severity = std::min(message.severity, KIT_ERROR_WARNING);
         report.add(std::move(message));
     }
+}
+
+/// What is wrong in it is told by who reads it.
+bool hasSeveralPresets(const std::string &bytes)
+{
+    const KIT_ErrorManager::Scope quiet(BASgetSTID());
+    STO_IndexFile file;
+    return file.read(bytes, "") && file.getNumSections() > 1;
 }
 
 /// A text of sections may have bytes of zero in it: values in the binary form.
@@ -145,16 +156,17 @@ bool NOD_Document::readStream(const std::string &bytes, const std::string &name,
                        report);
 }
 
-/// One preset is compared as what it makes of a node. To be written again it is taken apart, with the others of its
-/// file.
+/// A preset is compared as what it makes of a node. All of a file are taken apart, as is one that is to be written again.
 bool NOD_Document::readPresets(const std::string &bytes, const std::string &name,
                                const std::string &section, const NOD_DocumentOptions &options,
                                NOD_Report &report)
 {
-    if (!options.isExact || !section.empty()) {
+    const bool allFlag = myKind == NOD_FileKind::PRESETS && section.empty() &&
+                         (options.isExact || hasSeveralPresets(bytes));
+    if (!allFlag && (!options.isExact || !section.empty())) {
         return readAsNode(bytes, name, options, report);
     }
-    if (myKind == NOD_FileKind::PRESETS) {
+    if (allFlag) {
         return NODreadPresets(bytes, name, *myNodes, *myTop, report);
     }
     NODreadPreset(bytes, *myNodes, *myTop);

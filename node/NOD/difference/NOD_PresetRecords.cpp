@@ -40,7 +40,7 @@ bool readPlain(const std::string &text, NOD_NodeRecords &nodes, NOD_Record &cont
     nodes.read(sections, contents);
     NOD_Report ignored;
     std::string again;
-    return NODwritePreset(contents, nodes, again, ignored) && again == text;
+    return !nodes.isExact() || (NODwritePreset(contents, nodes, again, ignored) && again == text);
 }
 
 bool readPlainFile(const STO_IndexFile &file, NOD_NodeRecords &nodes, NOD_Record &top)
@@ -97,8 +97,9 @@ bool NODreadPresets(const std::string &bytes, const std::string &name, NOD_NodeR
     NOD_Record plain(Kind::DOCUMENT);
     NOD_Report ignored;
     std::string again;
-    if (!readPlainFile(file, nodes, plain) || !NODwritePresets(plain, nodes, again, ignored) ||
-        again != bytes) {
+    const bool plainFlag = readPlainFile(file, nodes, plain);
+    if (nodes.isExact() &&
+        (!plainFlag || !NODwritePresets(plain, nodes, again, ignored) || again != bytes)) {
         top.add(Kind::SECTION, theWholeFile, bytes);
         return true;
     }

@@ -64,7 +64,8 @@ private:
     NOD_Record &addWords(NOD_Record &to, Kind kind, const std::string &name, int first, int last);
 
     void readParts(const Block &block, const std::string &ownName, NOD_Record &to);
-    void readDeclaration(const Statement &statement, const std::string &name, NOD_Record &to);
+    NOD_Record &readDeclaration(const Statement &statement, const std::string &name,
+                                NOD_Record &to);
     void readWords(const Statement &statement, const NOD_ScriptWord *word, NOD_Record &to);
     void readEntries(int first, int end, bool menuFlag, NOD_Record &to);
     bool arePairs(int first, int end) const;
@@ -144,7 +145,8 @@ std::string Reader::nameOf(const Block &block) const
     return {};
 }
 
-void Reader::readDeclaration(const Statement &statement, const std::string &name, NOD_Record &to)
+NOD_Record &Reader::readDeclaration(const Statement &statement, const std::string &name,
+                                    NOD_Record &to)
 {
     const Block &block = blockAt(statement.block);
     const std::string prefix = NODdeclarationPrefix(block.keyword);
@@ -156,29 +158,23 @@ void Reader::readDeclaration(const Statement &statement, const std::string &name
     readParts(block, beginsWith(name, prefix) ? name.substr(prefix.size()) : "", made);
     goTo(block.close, made, theBeforeEnd, "");
     finishLine(made, theAfterEnd);
+    return made;
 }
 
 void Reader::readParts(const Block &block, const std::string &ownName, NOD_Record &to)
 {
     FreeNames declarations;
     FreeNames statements;
-    std::string last;
+    const std::string *last = nullptr;
     bool namedFlag = ownName.empty();
-    for (const Statement &statement : block.statements) {
-        if (statement.block >= 0) {
-            const Block &inner = blockAt(statement.block);
-            const std::string prefix = NODdeclarationPrefix(inner.keyword);
-            last = declarations.take(prefix + nameOf(inner));
-            readDeclaration(statement, last, to);
-            continue;
-        }
+    const auto add = [&](const Statement &statement) {
         const NOD_ScriptWord *const word =
             NODfindScriptWord(myTokens[statement.begin].text, block.parmFlag);
         NOD_Record &made = to.add(Kind::STATEMENT, statements.take(nameOf(statement, word)),
                                   rawText(statement.begin, statement.begin));
         goTo(statement.begin, made, theBefore, "");
-        if (!last.empty()) {
-            made.add(Kind::BLANKS, theFollows, last);
+        if (last) {
+            made.add(Kind::BLANKS, theFollows, *last);
         }
         if (namedFlag || !takeOwnName(statement, ownName, made)) {
             readWords(statement, word, made);
@@ -186,6 +182,18 @@ void Reader::readParts(const Block &block, const std::string &ownName, NOD_Recor
             namedFlag = true;
         }
         finishLine(made, theAfter);
+    };
+    for (const Statement &statement : block.statements) {
+        if (statement.block < 0) {
+            add(statement);
+            continue;
+        }
+        const Block &inner = blockAt(statement.block);
+        const std::string prefix = NODdeclarationPrefix(inner.keyword);
+        last = &readDeclaration(statement, declarations.take(prefix + nameOf(inner)), to).getName();
+        if (inner.end < statement.end) { // words after its brace
+            add({inner.end, statement.end});
+        }
     }
 }
 
