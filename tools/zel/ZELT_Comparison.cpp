@@ -122,8 +122,13 @@ bool ZELT_Comparison::read(const std::string &script, const std::string &left,
         return false;
     }
     if (!myScript && !myExactFlag && kinds[0] == NOD_FileKind::SCRIPT) {
-        myLeftScript = ZELTloadScript(left, messages);
-        myRightScript = ZELTloadScript(right, messages);
+        // What they include is beside where they come from.
+        const auto load = [&](const std::string &file, const std::string &bytes) {
+            return path.empty() ? ZELTloadScript(file, messages)
+                                : ZELTloadScriptText(bytes, path, messages);
+        };
+        myLeftScript = load(left, leftBytes);
+        myRightScript = load(right, rightBytes);
         if (!myLeftScript || !myRightScript) {
             return false;
         }

@@ -108,8 +108,9 @@ void ZELTaddDiff(ZELT_CommandLine &line)
             "A stream, channel file, preset, node or scene file, or a script; - for standard input")
         .required();
     command.addOption("B", call.files[2], "Another one");
-    command.addOption("--path", call.path,
-                      "What the two are called, as Git says it: .zelscripts may name their script");
+    command.addOption(
+        "--path", call.path,
+        "What the two are called where they come from: to find their script, or what they include");
     const ZELT_Option tolerance = command.addList(
         "--tolerance", call.tolerances,
         "How far numbers may be apart: 0.001, 0.1% or 4ulp, with PATTERN= in front for some");
