@@ -74,6 +74,9 @@ NOD_API bool NODisSameValue(const NOD_Value &left, const NOD_Value &right);
 /// For people: a number as the stream has it, a text as it is, "" for nothing.
 NOD_API std::string NODvalueText(const NOD_Value &value);
 
+/// A text as it is; "" for what is none.
+NOD_API std::string NODtextOf(const NOD_Value &value);
+
 class NOD_Record;
 
 /// What a record's parts are made of once they are asked for.
@@ -149,6 +152,11 @@ public:
     std::uint64_t getHash() const;
     /// The same kind, value and parts, but for the order of those that are keyed; not its own name.
     bool isSame(const NOD_Record &other) const;
+    /// The same at less cost: false also for a closed one and an open one, of which only the bytes may differ.
+    bool isEqual(const NOD_Record &other) const
+    {
+        return getHash() == other.getHash() && isSame(other);
+    }
     std::unique_ptr<NOD_Record> copy() const;
     ///@}
 

@@ -53,11 +53,6 @@ PartMap mapOf(const NOD_Record &record)
     return map;
 }
 
-bool areEqual(const NOD_Record &left, const NOD_Record &right)
-{
-    return left.getHash() == right.getHash() && left.isSame(right);
-}
-
 /// What counts for being the same node or declaration: all but those below it.
 const NOD_Record *contentsOf(const NOD_Record &record)
 {
@@ -236,7 +231,7 @@ void NOD_Matching::link(const NOD_Record &left, const NOD_Record &right)
 void NOD_Matching::pair(const NOD_Record &left, const NOD_Record &right)
 {
     link(left, right);
-    if (areEqual(left, right)) {
+    if (left.isEqual(right)) {
         myEqual.insert(&left);
         myEqual.insert(&right);
     } else {

@@ -42,7 +42,7 @@ bool isSameOf(const std::vector<const NOD_Record *> &left,
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                       [](const NOD_Record *a, const NOD_Record *b) {
                           return a->getKind() == b->getKind() && a->getName() == b->getName() &&
-                                 NODareEqual(*a, *b);
+                                 a->isEqual(*b);
                       });
 }
 

@@ -115,6 +115,12 @@ std::string NODvalueText(const NOD_Value &value)
     return std::string(out.view());
 }
 
+std::string NODtextOf(const NOD_Value &value)
+{
+    const auto *text = std::get_if<std::string>(&value);
+    return text ? *text : std::string();
+}
+
 NOD_ClosedParts::~NOD_ClosedParts() = default;
 
 // ---------------------------------------------------------------------- //

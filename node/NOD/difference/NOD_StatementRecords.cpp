@@ -331,14 +331,15 @@ NOD_Blanks::NOD_Blanks(std::string_view text)
 bool NODreadStatements(std::string_view text, const std::string &name, NOD_Record &top,
                        NOD_Report &report)
 {
-    const NOD_ScriptTokens tokens(text, name, NOD_Interface::Includes::NONE);
+    constexpr auto theDoubt = NOD_ScriptTokens::Doubt::NONE; // as the reader of scripts takes them
+    const NOD_ScriptTokens tokens(text, name, NOD_Interface::Includes::NONE, theDoubt);
     if (!tokens.isWhole() || tokens.size() == 0 || tokens.isEndMissing()) {
         return fail(name, 0,
                     tokens.isWhole() ? "is no dialog script as a whole"
                                      : "has more than a script may have",
                     report);
     }
-    const NOD_ScriptShape shape(tokens);
+    const NOD_ScriptShape shape(tokens, theDoubt);
     for (const NOD_ScriptShape::Fault &fault : shape.getFaults()) {
         if (fault.text != theNODScriptRest) {
             return fail(name, tokens[fault.token].line, fault.text, report);

@@ -16,8 +16,7 @@ using Records = std::vector<const NOD_Record *>;
 
 std::string textOf(const NOD_Record *record)
 {
-    const auto *text = record ? std::get_if<std::string>(&record->getValue()) : nullptr;
-    return text ? *text : std::string();
+    return record ? NODtextOf(record->getValue()) : std::string();
 }
 
 int numberOf(const NOD_Record &record)
