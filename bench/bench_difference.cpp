@@ -130,10 +130,9 @@ void items(benchmark::State &state)
         [&] { require(countEdits(left, right, options) > 0, "no edits"); },
         [&] {
             for (const std::string &bytes : {left, right}) {
-                NOD_Scene scene;
-                NOD_Node *const node = scene.add("/node", options.interface, report);
+                NOD_Node node(options.interface->getTemplates());
                 KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::TEXT);
-                require(node->getParms().load(is, nullptr, nullptr), "not loaded");
+                require(node.getParms().load(is, nullptr, nullptr), "not loaded");
             }
         });
 }

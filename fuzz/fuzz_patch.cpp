@@ -43,6 +43,15 @@ constexpr const char *theScene =
     "\tnote\t[ 0\tlocks=0 ]\t(\t\"x\"\t)\n\t}\nend\n"
     "section \"node /a/b\"\nend\nsection \"node /c\"\n\tvariable \"V\" \"1\"\nend\n#END\n";
 
+constexpr const char *theDialog =
+    "// a lamp\n{\n\tname lamp\n\tgroup {\n\t\tname g // folder\n\t\tparm { name a type float default { 1 "
+    "[ \"$F\" expression ] } range { 0! 1 } }\n\t}\n#if 1\n\tparm {\n\t\tname b\n\t\tmenu { \"x\" \"X\" y Y }\n"
+    "\t\tparmtag { k v }\n\t}\n#endif\n}\n";
+
+constexpr const char *thePreset =
+    "#STO_INDEX 1.0\nsection \"Day\"\n\t#PSI_PRESET\n\tversion 2.0a\n\tchannels\n\tchannels 1.0\n\t{\n\t}\n"
+    "\tvalues\n\t{\n\tversion 0.8\n\tnote\t[ 0\tlocks=0 ]\t(\t\"x\"\t)\n\t}\nend\n#END\n";
+
 void require(bool holds)
 {
     if (!holds) {
@@ -101,7 +110,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     NOD_Difference again;
     require(again.fromJson(patch.toJson(), "fuzz", report) && again.toJson() == patch.toJson());
     const char *const theStates[] = {theStream, theChannels, theScene};
-    applyTo(theStates[data[0] % 3], patch, (data[0] & 4) != 0);
+    const char *const theTexts[] = {theDialog, thePreset};
+    const bool textFlag = (data[0] & 8) != 0;
+    applyTo(textFlag ? theTexts[data[0] % 2] : theStates[data[0] % 3], patch,
+            !textFlag && (data[0] & 4) != 0);
     KITgetErrorManager().clearAndDestroyErrors();
     return 0;
 }

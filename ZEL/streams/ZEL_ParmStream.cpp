@@ -654,6 +654,7 @@ void ZEL_ParmStream::complete(const ZEL_ParmList &list)
     std::ostringstream os;
     constexpr bool binary = true;
     constexpr bool compact = false;
+    const KIT_ErrorManager::Scope quiet(BASgetSTID()); // a save looks at what was reported before
     list.save(os, binary, compact);
     const std::string bytes = os.str();
     KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::BINARY);

@@ -8,11 +8,13 @@
 /// Errors:     false, after an error in the report with the file.
 /// Cost:       of a file, a pass over its bytes: the nodes of a scene are taken apart once they are looked at.
 ///
-/// Comments, and the blanks that people write between words, aren't kept. A part of a file that can't be taken apart is
-/// compared as the text it is.
+/// Of a script, an exact document has its text, statement by statement, with comments and blanks; else what it declares
+/// is read. In other files comments, and the blanks that people write between words, aren't kept. A part of a file that
+/// can't be taken apart is compared as the text it is.
 #pragma once
 
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_Conflict.h>
 #include <NOD/NOD_FileOptions.h>
 #include <NOD/NOD_Record.h>
 #include <NOD/NOD_ValueFile.h>
@@ -20,6 +22,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 class NOD_Interface;
 class NOD_Node;
@@ -51,7 +54,7 @@ public:
     /// \name In
     // ------------------------------------------------------------------ //
     ///@{
-    /// A file of any kind, a dialog script too. `?NAME` or `?/PATH` behind the path means a
+    /// A file of any kind, a dialog script too, whose braces and quotes must be sound. `?NAME` or `?/PATH` behind the path means a
     /// part, as in NOD_ValueFile.h.
     bool read(const std::string &path, const NOD_DocumentOptions &options, NOD_Report &report);
     /// The same of a file's bytes; `name` is for messages, and has the part behind it.
@@ -77,6 +80,10 @@ public:
     /// can't have.
     bool write(std::string &bytes, NOD_Report &report) const;
     bool write(std::string &bytes, bool binary, NOD_Report &report) const;
+    /// As the first one, with conflicts as comments in front of what they are about: in the text of a stream and in a
+    /// script. Comments that wouldn't be read as such are left out.
+    bool write(std::string &bytes, const std::vector<NOD_Conflict> &notes,
+               NOD_Report &report) const;
     /// Gives a node, or a scene, the state: as one step of undo, or as a load does.
     bool give(NOD_Node &node, NOD_Report &report);
     bool give(NOD_Scene &scene, NOD_Report &report);
@@ -87,7 +94,10 @@ private:
                     const NOD_DocumentOptions &options, NOD_Report &report);
     bool readAsNode(const std::string &bytes, const std::string &name,
                     const NOD_DocumentOptions &options, NOD_Report &report);
+    bool readPresets(const std::string &bytes, const std::string &name, const std::string &section,
+                     const NOD_DocumentOptions &options, NOD_Report &report);
     bool choose(const std::string &section, const std::string &name, NOD_Report &report);
+    bool writeText(std::string &bytes, NOD_Report &report) const;
     bool writeChannels(bool binary, std::string &bytes, NOD_Report &report) const;
     bool writeAny(bool binary, std::string &bytes, NOD_Report &report) const;
     bool isReadAgain(const std::string &bytes, NOD_Report &report) const;
@@ -98,6 +108,7 @@ private:
     NOD_DocumentOptions myOptions;
     NOD_FileKind myKind = NOD_FileKind::NONE;
     bool myBinaryFlag = false;
+    bool myTakenApartFlag = false; ///< a text of which the records have all
     std::unique_ptr<NOD_Record> myTop;
     std::shared_ptr<NOD_NodeRecords> myNodes;
 };

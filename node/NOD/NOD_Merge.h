@@ -16,7 +16,8 @@
 ///
 /// Items, nodes and spare parameters that both sides added at one place are both there, ours first. Equal edits are
 /// one. Where only the order of a file's entries differs, nothing is told. Counts of blocks are those of
-/// the items that there are, and channels of items follow their parameters to the numbers that they have at last.
+/// the items that there are, and channels of items follow their parameters to the numbers that they have at last, as do expressions
+/// that refer to these: not those of other nodes.
 #pragma once
 
 #include <NOD/NOD_API.h>

@@ -10,7 +10,8 @@
 /// Ownership:  a record owns its parts; a part points to the record that it is in. What is closed shares the bytes
 ///             that it is read from.
 /// Threads:    one thread at a time: parts are made when they are first asked for.
-/// Cost:       a closed record costs nothing to compare with one of the same bytes.
+/// Cost:       a closed record costs nothing to compare with one of the same bytes. Of many parts one is found by an
+///             index, which is made anew after changeParts().
 #pragma once
 
 #include <NOD/NOD_API.h>
@@ -73,6 +74,9 @@ NOD_API bool NODisSameValue(const NOD_Value &left, const NOD_Value &right);
 /// For people: a number as the stream has it, a text as it is, "" for nothing.
 NOD_API std::string NODvalueText(const NOD_Value &value);
 
+/// A text as it is; "" for what is none.
+NOD_API std::string NODtextOf(const NOD_Value &value);
+
 class NOD_Record;
 
 /// What a record's parts are made of once they are asked for.
@@ -120,7 +124,7 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     const Parts &getParts() const;
-    /// To be changed: what was closed is open from now on.
+    /// To be changed, before any part is looked for again: what was closed is open from now on.
     Parts &changeParts();
     NOD_Record &add(Kind kind, std::string name = {}, NOD_Value value = {});
     NOD_Record &add(std::unique_ptr<NOD_Record> part);
@@ -148,10 +152,18 @@ public:
     std::uint64_t getHash() const;
     /// The same kind, value and parts, but for the order of those that are keyed; not its own name.
     bool isSame(const NOD_Record &other) const;
+    /// The same at less cost: false also for a closed one and an open one, of which only the bytes may differ.
+    bool isEqual(const NOD_Record &other) const
+    {
+        return getHash() == other.getHash() && isSame(other);
+    }
     std::unique_ptr<NOD_Record> copy() const;
     ///@}
 
 private:
+    struct Index;
+
+    const Index *indexOf() const;
     bool hasSameParts(const NOD_Record &other) const;
     std::uint64_t hashOfParts() const;
     void forgetHash();
@@ -163,6 +175,7 @@ private:
     NOD_Record *myParent = nullptr;
     mutable Parts myParts;
     mutable std::shared_ptr<const NOD_ClosedParts> myClosed; ///< null: open
+    mutable std::unique_ptr<Index> myIndex;                  ///< null: not known
     mutable std::uint64_t myHash = 0;                        ///< 0: not known
     mutable bool myOpeningFlag = false;
 };

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <set>
 
 namespace
@@ -462,6 +463,34 @@ TEST(Difference, AThousandEditsOfItemsAreNoMore)
 }
 
 /// Of many equal items there is no other way than to look at them all.
+TEST(Difference, AnItemThatMovedAndChangedIsOne)
+{
+    const auto items = [](const std::vector<std::array<int, 3>> &all) {
+        std::string text = "pts ( " + std::to_string(all.size()) + " )\n";
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            const std::string number = std::to_string(i + 1);
+            text += "p" + number + " ( " + std::to_string(all[i][0]) + " " +
+                    std::to_string(all[i][1]) + " 0 )\ns" + number + " ( " +
+                    std::to_string(all[i][2]) + " )\nr" + number + " ( 7 )\n";
+        }
+        return "{ version 0.8 " + text + "}\n";
+    };
+    const auto script = [] {
+        NOD_Report report;
+        return NOD_Interface::fromText(
+            "{ name b multiparm { name pts parm { name p# type vector3 size 3 }"
+            " parm { name s# type float } parm { name r# type float } } }",
+            "b", report);
+    }();
+    const std::string a = items({{1, 1, 1}, {2, 2, 2}, {3, 3, 3}, {4, 4, 4}});
+    const std::string b = items({{4, 4, 9}, {1, 1, 1}, {2, 2, 2}, {3, 3, 3}});
+    const NOD_Document left = documentOf(a, script, true), right = documentOf(b, script, true);
+    const auto there = NOD_Difference::between(left.getTop(), right.getTop(), exactly());
+    EXPECT_EQ(edits(there), "item moved pts[0] from pts[3]\nvalue changed pts[0] s# 4 -> 9\n");
+    EXPECT_EQ(setOf(there.inverse()),
+              setOf(NOD_Difference::between(right.getTop(), left.getTop(), exactly())));
+}
+
 TEST(Difference, EqualItemsAreMatchedToo)
 {
     std::vector<int> before(5000, 1), after(5000, 1);

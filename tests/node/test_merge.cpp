@@ -250,6 +250,33 @@ int countOf(const NOD_Record &record, const std::multiset<std::string> &lines)
     return count;
 }
 
+/// Whether an item comes after the same items as in the side that moved it, as far as these are there. One that the
+/// other side changed, too, has other contents.
+bool isInItsPlace(const NOD_RecordPath &path, const NOD_Record &side, const NOD_Record &made)
+{
+    const NOD_RecordPath block(path.begin(), path.end() - 1);
+    const auto itemsOf = [&](const NOD_Record &top) {
+        std::vector<std::multiset<std::string>> items;
+        const NOD_Record *const parent = NODfindRecord(const_cast<NOD_Record &>(top), block);
+        for (std::size_t i = 0; parent && i < parent->getParts().size(); ++i) {
+            const NOD_Record &part = *parent->getParts()[i];
+            if (part.getKind() == Kind::ITEM) {
+                items.push_back(linesOf(part));
+            }
+        }
+        return items;
+    };
+    const auto there = itemsOf(made);
+    const auto wanted = itemsOf(side);
+    const auto place = std::find(there.begin(), there.end(), wanted[std::size_t(path.back().item)]);
+    for (int i = path.back().item - 1; i >= 0 && place != there.end(); --i) {
+        if (std::count(there.begin(), there.end(), wanted[std::size_t(i)]) == 1) {
+            return std::find(there.begin(), place, wanted[std::size_t(i)]) != place;
+        }
+    }
+    return true;
+}
+
 /// Of items that both sides have changed it may be seen in another way which is which: what counts is what is there.
 bool isDone(const NOD_Change &change, const NOD_Record &base, const NOD_Record &side,
             const NOD_Record &made, const NOD_Difference &done)
@@ -270,6 +297,7 @@ bool isDone(const NOD_Change &change, const NOD_Record &base, const NOD_Record &
         return last.kind != Kind::ITEM ||
                countOf(side, linesOf(*change.record)) > 0 || // another one
                countOf(made, linesOf(*change.record)) < countOf(base, linesOf(*change.record));
+    case Verb::MOVED: return last.kind == Kind::ITEM && isInItsPlace(path, side, made);
     default: return false;
     }
 }
@@ -628,29 +656,32 @@ TEST(Merge, NodesThatCannotBeWhereBothWant)
               "/n: its name is taken: base nothing, ours /n, theirs /n; ours stands\n");
 }
 
+/// A scene with a node of these items, driven by channels with these lines.
+std::string state(const std::vector<int> &items, const std::vector<std::string> &driven)
+{
+    std::string channels;
+    std::string values = "pts\t(\t" + std::to_string(items.size()) + "\t)\n";
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const std::string token = "p" + std::to_string(i + 1);
+        const std::string value = std::to_string(items[i]);
+        values += token + "\t(\t" +
+                  (driven[i].empty() ? value : "[ " + token + "\t" + value + " ]") + "\t)\n";
+        channels +=
+            driven[i].empty() ? "" : "channel " + token + " { default 0 " + driven[i] + " } ";
+    }
+    NOD_Scene one;
+    NOD_Report report;
+    NOD_Node &node = *one.add("/n", pointInterface(), report);
+    const std::string texts[] = {"channels 1.0 { " + channels + "}", stream(values)};
+    KIT_IStream first(texts[0].data(), texts[0].size(), KIT_IStream::TEXT);
+    node.loadChannels(first);
+    KIT_IStream second(texts[1].data(), texts[1].size(), KIT_IStream::TEXT);
+    node.getParms().load(second, nullptr, nullptr);
+    return savedScene(one, NOD_SaveOptions::Form::TEXT);
+}
+
 TEST(Merge, ChannelsFollowTheirItems)
 {
-    const auto state = [](const std::vector<int> &items, const std::vector<std::string> &driven) {
-        std::string channels;
-        std::string values = "pts\t(\t" + std::to_string(items.size()) + "\t)\n";
-        for (std::size_t i = 0; i < items.size(); ++i) {
-            const std::string token = "p" + std::to_string(i + 1);
-            const std::string value = std::to_string(items[i]);
-            values += token + "\t(\t" +
-                      (driven[i].empty() ? value : "[ " + token + "\t" + value + " ]") + "\t)\n";
-            channels +=
-                driven[i].empty() ? "" : "channel " + token + " { default 0 " + driven[i] + " } ";
-        }
-        NOD_Scene one;
-        NOD_Report report;
-        NOD_Node &node = *one.add("/n", pointInterface(), report);
-        const std::string texts[] = {"channels 1.0 { " + channels + "}", stream(values)};
-        KIT_IStream first(texts[0].data(), texts[0].size(), KIT_IStream::TEXT);
-        node.loadChannels(first);
-        KIT_IStream second(texts[1].data(), texts[1].size(), KIT_IStream::TEXT);
-        node.getParms().load(second, nullptr, nullptr);
-        return savedScene(one, NOD_SaveOptions::Form::TEXT);
-    };
     const std::string key = "key 0 1 linear()";
     const std::string keys = "key 0 1 linear() key 2 5 linear()";
     Merged made(state({1, 2}, {"", key}), state({7, 1, 2}, {"", "", key}),
@@ -668,4 +699,39 @@ TEST(Merge, ChannelsFollowTheirItems)
                state({1, 2}, {"", "key 0 4 linear()"}));
     EXPECT_EQ(two.conflicts, "/n: channel p3 key 0 value: both changed it: base \"1\", ours \"3\", "
                              "theirs \"4\"; ours stands\n");
+}
+
+/// What refers to an item does so under the number that it has at last.
+TEST(Merge, ExpressionsFollowTheirItems)
+{
+    const auto with = [](const char *text) { return std::string("key 0 0 \"") + text + "\""; };
+    const auto expressionOf = [](const Merged &merged, const char *channel) {
+        const NOD_Record *const contents =
+            merged.made.getTop().find(Kind::NODE, "n")->find(Kind::CONTENTS);
+        const NOD_Record *const found = contents->find(Kind::CHANNEL, channel);
+        const NOD_Record *const key = found ? found->find(Kind::KEY, "0") : nullptr;
+        return key ? NODvalueText(key->valueOf(Kind::EXPRESSION)) : "none";
+    };
+    // Ours refers to the second item, in front of which theirs has put another one.
+    const std::string base = state({1, 2, 3}, {"", "", ""});
+    const std::string ours =
+        state({1, 2, 3}, {"", "", with("ch(\\\"p2\\\") + ch(\\\"../p2\\\") + 2")});
+    const std::string theirs = state({7, 1, 2, 3}, {"", "", "", ""});
+    for (const bool swapped : {false, true}) {
+        Merged made(base, swapped ? theirs : ours, swapped ? ours : theirs);
+        EXPECT_EQ(made.conflicts, "");
+        EXPECT_EQ(expressionOf(made, "p4"), "ch(\"p3\") + ch(\"../p2\") + 2");
+        EXPECT_EQ(made.bytes().find("mark"), std::string::npos);
+    }
+    // Theirs has renumbered it already; and a conflict shows what each side has written.
+    const std::string former = state({1, 2}, {"", with("ch(\\\"p1\\\")")});
+    Merged done(former, state({1, 5}, {"", with("ch(\\\"p1\\\")")}),
+                state({7, 1, 2}, {"", "", with("ch(\\\"p2\\\")")}));
+    EXPECT_EQ(expressionOf(done, "p3"), "ch(\"p2\")");
+    Merged both(former, state({1, 2}, {"", with("ch(\\\"p1\\\") * 2")}),
+                state({7, 1, 2}, {"", "", with("ch(\\\"p2\\\") * 3")}));
+    EXPECT_EQ(expressionOf(both, "p3"), "ch(\"p2\") * 2");
+    EXPECT_EQ(both.conflicts,
+              "/n: channel p2 key 0 expression: both changed it: base \"ch(\"p1\")\", ours "
+              "\"ch(\"p1\") * 2\", theirs \"ch(\"p2\") * 3\"; ours stands\n");
 }

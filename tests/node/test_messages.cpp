@@ -10,6 +10,7 @@
 #include <NOD/NOD_Lint.h>
 #include <NOD/NOD_MessagePage.h>
 #include <NOD/NOD_Migration.h>
+#include <NOD/NOD_MigrationMap.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_Scene.h>
@@ -141,6 +142,8 @@ const std::map<std::string, Reader> &readers()
                  migration.addRename(text, report);
              }
          }},
+        {"MAP", [](const std::string &text,
+                   NOD_Report &report) { NOD_MigrationMap().read(text, "f", report); }},
         {"LINT", [](const std::string &text,
                     NOD_Report &report) { NOD_LintOptions().readFile(text, "f", report); }},
     };
@@ -412,11 +415,18 @@ std::string corrupted(std::string text, std::mt19937 &random)
 TEST(Messages, PlacesLieInTheInputWhateverIsDamaged)
 {
     const std::vector<std::pair<const char *, std::string>> inputs = {
-        {"VALUES", theStream},       {"VALUES", theChannels},
-        {"VALUES", thePreset},       {"VALUES", binaryOf(theStream)},
-        {"SCENE", theScene},         {"WHOLE", theScript},
-        {"EDIT", "v:1=2.5"},         {"KEY", "a@1=2"},
-        {"RENAMES", "a b\nc# d#\n"}, {"LINT", "disable: Z101\nlevel: hint\n"},
+        {"VALUES", theStream},
+        {"VALUES", theChannels},
+        {"VALUES", thePreset},
+        {"VALUES", binaryOf(theStream)},
+        {"SCENE", theScene},
+        {"WHOLE", theScript},
+        {"EDIT", "v:1=2.5"},
+        {"KEY", "a@1=2"},
+        {"RENAMES", "a b\nc# d#\n"},
+        {"LINT", "disable: Z101\nlevel: hint\n"},
+        {"MAP",
+         "migration 1.0\nversion 1\nversion 2\nunit a * 2\ntest t\nset a 1\nexpect a 2\nend\n"},
     };
     std::mt19937 random(11);
     std::map<std::string, int> placed;

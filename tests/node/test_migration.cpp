@@ -14,6 +14,7 @@
 #include <ZEL/ZEL_ParmList.h>
 #include <node/SavedNodes.h>
 
+#include <BAS/BAS_Thread.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -110,7 +111,7 @@ TEST_F(Migration, TellsWhatBecomesOfEachValue)
         "carried rate as power 2 keys\n"
         "default life 2 -> 5\n"
         "changed speed 50 -> 10\n"
-        "changed t [ch(\"rate\") * 2] 2 3 -> [ch(\"rate\") * 2] 2: has 2 of 3 components now\n"
+        "changed t [ch(\"rate\") * 2] 2 3 -> [ch(\"power\") * 2] 2: has 2 of 3 components now\n"
         "lost seed 7: it is of another kind now\n"
         "carried kind spot\n"
         "changed mode b -> c: b is no entry of the menu now\n"
@@ -164,7 +165,10 @@ TEST_F(Migration, NamesThatMeanSomethingElseNow)
     migration = NOD_Migration();
     EXPECT_EQ(
         migrate(other, "{ name r parm { name a type float } parm { name x type float } }", {"b=x"}),
-        "changed a 5 -> 0!: its evaluation fails now\ncarried b as x 5\n");
+        "converted a [ch(\"b\")] -> [ch(\"x\")]\ncarried b as x 5\n");
+    migration = NOD_Migration();
+    EXPECT_EQ(migrate(other, "{ name r parm { name a type float } }", {}),
+              "changed a 5 -> 0!: its evaluation fails now\nlost x 5: there is none now\n");
 
     NOD_Node &third =
         add("{ name r parm { name a type float } parm { name x type float } }", {"x=9"});
@@ -226,6 +230,53 @@ TEST_F(Migration, TheSameInterfaceCarriesEverything)
         EXPECT_EQ(contents(node), before);
     }
     EXPECT_TRUE(report.isEmpty()) << report.asText();
+}
+
+/// In the node and in all others: those to other nodes and to other names stay.
+TEST_F(Migration, ReferencesFollowTheirParameters)
+{
+    NOD_Node &rig = add("{ name r parm { name a type float } parm { name b type float }"
+                        "  parm { name t type vector } parm { name own type float }"
+                        "  multiparm { name m parm { name w# type float } } }",
+                        {"a=1", "b=2", "t=3 4 5", "m=2", "w2=7"});
+    const char *const reader =
+        "{ name s parm { name x type vector size 4 } parm { name text type string"
+        " } parm { name a type float } }";
+    NOD_Node &other = add(reader, {"a=9", "text=`chs(\"../rig/b\")` rig/a"});
+    NOD_TextEdit edit(other, 0.0, report);
+    NOD_TextEdit own(rig, 0.0, report);
+    const char *const expressions[] = {"x:0=ch(\"../rig/a\") + ch(\"a\") + ch(\"/rig/b\")",
+                                       "x:1=ch(\"../rig/ty\")", "x:2=ch(\"../rig1/a\")",
+                                       "x:3=ch(\"../rig/w2\") + ch(\"../rig/m\")"};
+    for (const char *text : expressions) {
+        EXPECT_TRUE(edit.assignExpression(text));
+    }
+    EXPECT_TRUE(own.assignExpression("own=ch(\"b\") * ch(\"w2\")"));
+    const std::string before = contents(other) + contents(rig);
+    const std::vector<double> values = {12.0, 4.0, 9.0, 9.0};
+    const auto valuesOf = [&] {
+        std::vector<double> all(4, 0.0);
+        for (int k = 0; k < 4; ++k) {
+            other.getParms().getParmPtr("x")->getValue(0.0, all[std::size_t(k)], k, BASgetSTID());
+        }
+        return all;
+    };
+    EXPECT_EQ(valuesOf(), values);
+    migrate(rig,
+            "{ name r parm { name b type float } parm { name c type float }"
+            "  parm { name u type vector } parm { name own type float }"
+            "  multiparm { name n parm { name v# type float } } }",
+            {"a=b", "b=c", "t=u", "m=n", "w#=v#"});
+    EXPECT_EQ(valuesOf(), values);
+    const std::string after = contents(other) + contents(rig);
+    for (const char *text :
+         {"ch(\\\"../rig/b\\\") + ch(\\\"a\\\") + ch(\\\"/rig/c\\\")", "ch(\\\"../rig/uy\\\")",
+          "ch(\\\"../rig1/a\\\")", "ch(\\\"../rig/v2\\\") + ch(\\\"../rig/n\\\")",
+          "`chs(\\\"../rig/c\\\")` rig/a", "ch(\\\"c\\\") * ch(\\\"v2\\\")"}) {
+        EXPECT_NE(after.find(text), std::string::npos) << text << "\n" << after;
+    }
+    EXPECT_TRUE(scene.getUndo().undo());
+    EXPECT_EQ(contents(other) + contents(rig), before);
 }
 
 TEST_F(Migration, PresetsOfSomeParameters)

@@ -156,7 +156,7 @@ TEST(MigrationCheck, RunsTheTestsOfAMap)
                   0),
               "");
     EXPECT_EQ(run("test one\nset a 2\nexpect a 5\nexpect t 0 0 1\nexpect b 1\nend\n"
-                  "test two\nset b 1\nset a x\nend\n",
+                  "test two\nset b 1\nset a x\nexpect a 1\nend\n",
                   2),
               "m(8): a: is 4, and the test \"one\" expects 5\n"
               "m(9): t: is 0 0 0, and the test \"one\" expects 0 0 1\n"

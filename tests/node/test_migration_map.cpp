@@ -128,7 +128,7 @@ TEST(MigrationMap, WritesWhatItReads)
         "\tsplit t tx ty tz\n\tjoin x y z p\n\tfreeze a#\n\tdrop n \"no \\\"use\\\"\"\n"
         "\ttest \"one\"\n\t\tset \"c\" \"1\"\n\t\tkey \"d@2\" \"3\"\n"
         "\t\texpression \"x\" \"ch(\\\"y\\\")\"\n\t\texpect \"c@0\" \"1 2\"\n\tend\n\nversion 3\n"
-        "\ttest \"two\" from 1\n\tend\n",
+        "\ttest \"two\" from 1\n\t\texpect \"c@0\" \"1\"\n\tend\n",
         "a b\nc# d#\n", ""};
     for (const char *text : texts) {
         NOD_MigrationMap map;

@@ -181,13 +181,38 @@ def conflict():
     run("git", "commit", "-q", "-am", "theirs it is")
 
 
+def scripts():
+    """The dialog script is under version control, too; what it includes is beside it."""
+    base = SCRIPT.replace("{ name lamp\n", '{ name lamp // all of it\n#include "common.dsh"\n')
+    ours = base.replace("size 3", "size 4").replace("type string }", 'type string label "Ours" }', 1)
+    theirs = base.replace("default 0\n", "default 2\n").replace("name note", "name remark")
+    wanted = theirs.replace("size 3", "size 4").replace("type string }", 'type string label "Ours" }', 1)
+    merge({"lamp.ds": base, "common.dsh": "parm { name common type float }\n"}, {"lamp.ds": ours}, {"lamp.ds": theirs})
+    expect("lamp.ds", read("lamp.ds"), wanted)
+    text = run("git", "diff", "--ext-diff", "HEAD~1", "HEAD", "--", "lamp.ds")
+    if "renamed, was note" not in text:
+        sys.exit(f"git diff of a script:\n{text}")
+    merge({"lamp.ds": base}, {"lamp.ds": base.replace("size 3", "size 4")}, {"lamp.ds": base.replace("size 3", "size 2")},
+          fails=True)
+    if "// conflict: tint size: both changed it" not in read("lamp.ds"):
+        sys.exit(f"no comment about the conflict:\n{read('lamp.ds')}")
+    run("git", "checkout", "-q", "--ours", "lamp.ds")
+    run("git", "commit", "-q", "-am", "ours it is")
+    write({"lamp.ds": SCRIPT})
+    run("git", "commit", "-q", "-am", "as it was")
+
+
 def shown():
     run(ZEL, "convert", "lamp.ds", "--to", "binary", "lamp.parms", "-o", "lamp.bin.parms")
     run("git", "add", "lamp.bin.parms")
     run("git", "commit", "-q", "-m", "binary")
     text = run(ZEL, "cat", "lamp.parms")
     expect("cat", text, read("lamp.parms"))
-    expect("git diff", run("git", "diff", "--ext-diff", "HEAD~2", "HEAD~1", "--", "lamp.parms") != "", True)
+    write({"lamp.parms": stream(points="3", w1="7", label1='"new"', w2="10", label2='"one"', w3="20", label3='"two"')})
+    text = run("git", "diff", "--ext-diff", "--", "lamp.parms")
+    if "points\n  + [0]" not in text:  # an item, by the script that .zelscripts names
+        sys.exit(f"git diff of a stream:\n{text}")
+    run("git", "checkout", "-q", "lamp.parms")
     log = run("git", "show", "HEAD", "--", "lamp.bin.parms")
     if "Binary files" in log or "w1" not in log:
         sys.exit(f"git show doesn't print the binary stream:\n{log}")
@@ -200,6 +225,7 @@ def main():
     make_repository()
     clean()
     conflict()
+    scripts()
     shown()
 
 

@@ -5,6 +5,7 @@
 #include "ZELT_Session.h"
 
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_ScriptMap.h>
 
 namespace
 {
@@ -17,7 +18,23 @@ std::string pathOf(const std::string &file)
     return file.substr(0, NOD_ValueFile::findSection(file));
 }
 
+/// Whether a script says more of it than the file itself.
+bool needsScript(NOD_FileKind kind)
+{
+    return kind == NOD_FileKind::STREAM || kind == NOD_FileKind::PRESET ||
+           kind == NOD_FileKind::PRESETS;
+}
+
 } // namespace
+
+bool ZELTfindScript(const std::string &file, ZELT_ScriptPtr &script, ZELT_Messages &messages)
+{
+    NOD_Report report;
+    const std::string found = file == "-" ? "" : NODfindScript(pathOf(file), report);
+    messages.add(report);
+    return !report.hasErrors() &&
+           (found.empty() || (script = ZELTloadScript(found, messages)) != nullptr);
+}
 
 bool ZELT_Comparison::readAny(const std::string &file, const std::string &bytes,
                               NOD_Document &document, ZELT_Messages &messages)
@@ -45,7 +62,8 @@ bool ZELT_Comparison::readOne(const ZELT_ScriptPtr &script, const std::string &f
 }
 
 bool ZELT_Comparison::read(const std::string &script, const std::string &left,
-                           const std::string &right, ZELT_Messages &messages)
+                           const std::string &right, const std::string &path,
+                           ZELT_Messages &messages)
 {
     std::string leftBytes, rightBytes;
     if (left == "-" && right == "-") {
@@ -66,6 +84,11 @@ bool ZELT_Comparison::read(const std::string &script, const std::string &left,
     const bool noRightFlag = right == theNoFile && kinds[0] != NOD_FileKind::SCRIPT;
     kinds[0] = noLeftFlag ? kinds[1] : kinds[0];
     kinds[1] = noRightFlag ? kinds[0] : kinds[1];
+    const std::string &placed = !path.empty() ? path : noRightFlag ? left : right;
+    if (script.empty() && needsScript(kinds[0]) && needsScript(kinds[1]) &&
+        !ZELTfindScript(placed, myScript, messages)) {
+        return false;
+    }
     myNodeFlag = myScript && kinds[0] != kinds[1];
     if (kinds[0] != kinds[1] && !myScript) {
         messages.error(right, std::string("is ") + NOD_ValueFile::getKindName(kinds[1]) +
@@ -74,10 +97,12 @@ bool ZELT_Comparison::read(const std::string &script, const std::string &left,
                                   " without the script that they have the values of");
         return false;
     }
-    if (!myScript && kinds[0] == NOD_FileKind::SCRIPT) {
+    if (!myScript && !myExactFlag && kinds[0] == NOD_FileKind::SCRIPT) {
+        // What they include is beside where they come from.
         const auto load = [&](const std::string &file, const std::string &bytes) {
-            return file == "-" ? ZELTloadScriptText(bytes, file, messages)
-                               : ZELTloadScript(file, messages);
+            return path.empty() && file != "-"
+                       ? ZELTloadScript(file, messages)
+                       : ZELTloadScriptText(bytes, path.empty() ? file : path, messages);
         };
         myLeftScript = load(left, leftBytes);
         myRightScript = load(right, rightBytes);

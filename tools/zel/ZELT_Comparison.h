@@ -19,10 +19,11 @@ class ZELT_Comparison
 public:
     explicit ZELT_Comparison(bool isExact) : myExactFlag(isExact) {}
 
-    /// Of one kind; with a script, which is "" for none, of any: they are then what they make of a node. "-" is
-    /// standard input.
+    /// Of one kind; with a script, of any: they are then what they make of a node. "-" is standard input. Of a script
+    /// that is "", `.zelscripts` may say it for `path`, what the files are called where they come from; "" for their
+    /// own names.
     bool read(const std::string &script, const std::string &left, const std::string &right,
-              ZELT_Messages &messages);
+              const std::string &path, ZELT_Messages &messages);
     /// One state, from its bytes; the script is null for none.
     bool readOne(const ZELT_ScriptPtr &script, const std::string &file, const std::string &bytes,
                  NOD_Document &document, ZELT_Messages &messages);
@@ -45,3 +46,6 @@ private:
     ZELT_ScriptPtr myLeftScript;
     ZELT_ScriptPtr myRightScript;
 };
+
+/// The script that `.zelscripts` says for a file; false after a message. Null, and true, if it says none.
+bool ZELTfindScript(const std::string &file, ZELT_ScriptPtr &script, ZELT_Messages &messages);

@@ -31,9 +31,10 @@ constexpr Group theGroups[] = {
      "each the code of its text. 60 to 69 are those of conditions, 70 to 99 those of the preprocessor; 100 to "
      "119 are told by `zel check` besides the reader's own, 120 to 129 are about dialog commands and layout."},
     {"NOD", "Descriptions, files and edits",
-     "Of libzelnode and the tool. 1 to 39 are about what a script describes, 40 to 69 about files, 70 to 99 "
-     "about what is written on a command line or in a file of settings, 200 to 239 about files that are written, "
-     "240 to 259 about trees of nodes, 260 to 289 about scripts that are written, 290 to 309 about patches."},
+     "Of libzelnode and the tool. 1 to 39 are about what a script describes, 40 to 69 about files, 70 to 119 "
+     "about what is written on a command line or in a file of settings, 120 to 179 about maps of migrations, 200 to "
+     "239 about files that are written, 240 to 259 about trees of nodes, 260 to 289 about scripts that are written, "
+     "290 to 309 about patches."},
     {"TOOL", "The tool", "Of `zel` alone."},
 };
 
@@ -94,6 +95,7 @@ std::string introOf(const std::string &kind)
            : kind == "EXPRESSION" ? "as an expression:"
            : kind == "PYTHON"     ? "as an expression in Python:"
            : kind == "RENAMES"    ? "in a file of renames:"
+           : kind == "MAP"        ? "in a map:"
            : kind == "LINT"       ? "in a configuration of lint:"
                                   : "on a command line:";
 }

@@ -1,7 +1,9 @@
 #include <NOD/difference/NOD_AlignmentPrivate.h>
 
 #include <algorithm>
+#include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace
 {
@@ -308,30 +310,84 @@ void pairMoved(const NOD_Hashes &left, const NOD_Hashes &right, NOD_ItemPairs &f
     }
 }
 
+/// Places that are in no pair yet.
+std::vector<int> restOf(std::size_t size, const NOD_ItemPairs &found,
+                        int NOD_Pairs::value_type::*side)
+{
+    std::vector<char> taken(size, 0);
+    for (const NOD_Pairs *pairs : {&found.staying, &found.moved}) {
+        for (const auto &pair : *pairs) {
+            taken[std::size_t(pair.*side)] = 1;
+        }
+    }
+    std::vector<int> rest;
+    for (std::size_t i = 0; i < size; ++i) {
+        if (!taken[i]) {
+            rest.push_back(int(i));
+        }
+    }
+    return rest;
+}
+
+/// Items that have moved and changed, the most alike first.
+void pairAlike(const NOD_Hashes &left, const NOD_Hashes &right,
+               const std::function<double(int, int)> &likeness, NOD_ItemPairs &found)
+{
+    constexpr double theLeast = 0.5;
+    const std::vector<int> ofLeft = restOf(left.size(), found, &NOD_Pairs::value_type::first);
+    const std::vector<int> ofRight = restOf(right.size(), found, &NOD_Pairs::value_type::second);
+    if (ofLeft.size() * ofRight.size() > theMostCells) {
+        return; // which of them were looked at would be chance
+    }
+    std::vector<std::tuple<double, int, int>> candidates;
+    for (const int i : ofLeft) {
+        for (const int j : ofRight) {
+            const double alike = likeness(i, j);
+            if (alike > theLeast) {
+                candidates.emplace_back(-alike, i, j);
+            }
+        }
+    }
+    std::sort(candidates.begin(), candidates.end());
+    std::unordered_set<int> takenLeft;
+    std::unordered_set<int> takenRight;
+    for (const auto &[alike, i, j] : candidates) {
+        if (takenLeft.count(i) == 0 && takenRight.count(j) == 0) {
+            takenLeft.insert(i);
+            takenRight.insert(j);
+            found.moved.emplace_back(i, j);
+        }
+    }
+    std::sort(found.moved.begin(), found.moved.end());
+}
+
 NOD_ItemPairs pairItems(const NOD_Hashes &left, const NOD_Hashes &right,
-                        const std::function<double(int, int)> &cost)
+                        const NOD_ItemMeasures &measures)
 {
     NOD_ItemPairs found;
     found.staying = commonPlaces(left, right);
     pairMoved(left, right, found);
     const std::size_t common = found.staying.size();
     for (const Gap &gap : gapsOf(left, right, found)) {
-        pairInGap(gap, cost, found.staying);
+        pairInGap(gap, measures.cost, found.staying);
     }
     std::inplace_merge(found.staying.begin(), found.staying.begin() + std::ptrdiff_t(common),
                        found.staying.end());
+    pairAlike(left, right, measures.likeness, found);
     return found;
 }
 
 } // namespace
 
 NOD_ItemPairs NODpairItems(const NOD_Hashes &left, const NOD_Hashes &right,
-                           const std::function<double(int, int)> &cost)
+                           const NOD_ItemMeasures &measures)
 {
     if (!(right < left)) {
-        return pairItems(left, right, cost);
+        return pairItems(left, right, measures);
     }
-    NOD_ItemPairs found = pairItems(right, left, [&](int i, int j) { return cost(j, i); });
+    const NOD_ItemMeasures exchange = {[&](int i, int j) { return measures.cost(j, i); },
+                                       [&](int i, int j) { return measures.likeness(j, i); }};
+    NOD_ItemPairs found = pairItems(right, left, exchange);
     found.staying = exchanged(std::move(found.staying));
     found.moved = exchanged(std::move(found.moved));
     std::sort(found.moved.begin(), found.moved.end());

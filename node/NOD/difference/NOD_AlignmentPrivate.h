@@ -25,10 +25,18 @@ NOD_Pairs NODcommonPlaces(const NOD_Hashes &left, const NOD_Hashes &right);
 struct NOD_ItemPairs
 {
     NOD_Pairs staying; ///< in ascending order; some with other contents
-    NOD_Pairs moved;   ///< equal ones at another place
+    NOD_Pairs moved;   ///< equal or alike ones at another place
 };
 
-/// `cost` tells how many removals and insertions a change of one into the other is worth; 2 and more: it is another
-/// item. It is asked of items between two common ones only.
+/// What two items of other contents have in common.
+struct NOD_ItemMeasures
+{
+    /// How many removals and insertions a change of one into the other is worth; 2 and more: it is another item. It is
+    /// asked of items between two common ones only.
+    std::function<double(int, int)> cost;
+    /// How much of them is the same, up to 1. At another place they are one item if it is more than a half.
+    std::function<double(int, int)> likeness;
+};
+
 NOD_ItemPairs NODpairItems(const NOD_Hashes &left, const NOD_Hashes &right,
-                           const std::function<double(int, int)> &cost);
+                           const NOD_ItemMeasures &measures);

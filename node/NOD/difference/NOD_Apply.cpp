@@ -2,6 +2,8 @@
 #include <NOD/NOD_Report.h>
 
 #include <algorithm>
+#include <iterator>
+#include <list>
 #include <map>
 #include <set>
 #include <utility>
@@ -36,6 +38,7 @@ public:
     std::unique_ptr<NOD_Record> run();
 
 private:
+    class Placing;
     struct Found
     {
         const NOD_Change *change;
@@ -52,8 +55,6 @@ private:
     void checkNames();
     void place(NOD_Record &parent, Arrivals &arrivals);
     bool placeItems(NOD_Record &parent, std::vector<Arrivals::One> &items);
-    bool placeNamed(NOD_Record &parent, Arrivals::One &one);
-    std::size_t placeAfter(const NOD_Record &parent, const Arrivals::One &one, bool &found) const;
 
     const NOD_Difference::Changes &myChanges;
     NOD_Report &myReport;
@@ -237,35 +238,69 @@ bool Apply::placeItems(NOD_Record &parent, std::vector<Arrivals::One> &items)
     return next == items.end();
 }
 
-std::size_t Apply::placeAfter(const NOD_Record &parent, const Arrivals::One &one, bool &found) const
+/// Puts each where its place is, once what it comes after is there; the others stay as they are.
+class Apply::Placing
 {
-    const std::optional<std::string> &after = one.change->newAfter;
-    const NOD_Record::Parts &parts = parent.getParts();
-    found = true;
-    if (!after) {
-        return parts.size();
-    }
-    if (after->empty()) {
-        return 0;
-    }
-    const auto at = std::find_if(parts.begin(), parts.end(), [&](const auto &part) {
-        return part->getKind() == one.record->getKind() && part->getName() == *after;
-    });
-    found = at != parts.end();
-    return std::size_t(at - parts.begin()) + (found ? 1 : 0);
-}
+public:
+    Placing(NOD_Record &parent, std::vector<Arrivals::One> &arrivals)
+        : myParent(parent), myArrivals(arrivals)
+    {}
 
-/// False if what it comes after isn't there yet.
-bool Apply::placeNamed(NOD_Record &parent, Arrivals::One &one)
-{
-    bool found = false;
-    const std::size_t at = placeAfter(parent, one, found);
-    if (found) {
-        NOD_Record::Parts &parts = parent.changeParts();
-        parts.insert(parts.begin() + std::ptrdiff_t(at), std::move(one.record));
+    void run()
+    {
+        for (auto &part : myParent.changeParts()) {
+            const Key key = keyOf(*part);
+            myPlaces.emplace(key, myParts.insert(myParts.end(), std::move(part)));
+        }
+        for (Arrivals::One &one : myArrivals) {
+            if (!place(one)) {
+                myWaiting[{one.record->getKind(), *one.change->newAfter}].push_back(&one);
+            }
+        }
+        myParent.changeParts().assign(std::make_move_iterator(myParts.begin()),
+                                      std::make_move_iterator(myParts.end()));
+        myParent.adoptParts();
     }
-    return found;
-}
+
+private:
+    using Key = std::pair<Kind, std::string>;
+    using List = std::list<std::unique_ptr<NOD_Record>>;
+
+    static Key keyOf(const NOD_Record &record) { return {record.getKind(), record.getName()}; }
+
+    /// With those that have waited for it.
+    bool place(Arrivals::One &first)
+    {
+        std::vector<Arrivals::One *> ready = {&first};
+        for (bool placedFlag = false; !ready.empty(); placedFlag = true) {
+            Arrivals::One &one = *ready.back();
+            ready.pop_back();
+            const std::optional<std::string> &after = one.change->newAfter;
+            List::iterator at = !after ? myParts.end() : myParts.begin();
+            if (after && !after->empty()) {
+                const auto before = myPlaces.find({one.record->getKind(), *after});
+                if (before == myPlaces.end()) {
+                    return placedFlag;
+                }
+                at = std::next(before->second);
+            }
+            const Key key = keyOf(*one.record);
+            myPlaces.emplace(key, myParts.insert(at, std::move(one.record)));
+            const auto waiting = myWaiting.find(key);
+            if (waiting != myWaiting.end()) {
+                ready.insert(ready.end(), waiting->second.rbegin(), waiting->second.rend());
+                myWaiting.erase(waiting);
+            }
+        }
+        return true;
+    }
+
+    NOD_Record &myParent;
+    std::vector<Arrivals::One> &myArrivals;
+    List myParts;
+    std::map<Key, List::iterator> myPlaces;
+    std::map<Key, std::vector<Arrivals::One *>> myWaiting;
+};
 
 void Apply::place(NOD_Record &parent, Arrivals &arrivals)
 {
@@ -286,19 +321,11 @@ void Apply::place(NOD_Record &parent, Arrivals &arrivals)
     if (!myGoodFlag || (!items.empty() && !placeItems(parent, items))) {
         return;
     }
-    for (bool progress = true; progress && !waiting.empty();) {
-        std::vector<Arrivals::One> rest;
-        for (Arrivals::One &one : waiting) {
-            if (!placeNamed(parent, one)) {
-                rest.push_back(std::move(one));
-            }
-        }
-        progress = rest.size() < waiting.size();
-        waiting.swap(rest);
-    }
-    parent.adoptParts();
+    Placing(parent, waiting).run();
     for (const Arrivals::One &one : waiting) {
-        error(*one.change, "there is no \"" + *one.change->newAfter + "\" to come after");
+        if (one.record) {
+            error(*one.change, "there is no \"" + *one.change->newAfter + "\" to come after");
+        }
     }
 }
 
@@ -320,17 +347,19 @@ void Apply::bring()
 /// Two of one name can't be told apart.
 void Apply::checkNames()
 {
+    std::map<const NOD_Record *, std::map<std::pair<Kind, std::string>, int>> counts;
     for (const Found &found : myFound) {
         if (found.change->verb != Verb::RENAMED) {
             continue;
         }
         const NOD_Record *const parent = found.record->getParent();
-        const NOD_Record::Parts &parts = parent->getParts();
-        const auto same = [&](const auto &part) {
-            return part->getKind() == found.record->getKind() &&
-                   part->getName() == found.record->getName();
-        };
-        if (std::count_if(parts.begin(), parts.end(), same) > 1) {
+        const auto [names, newFlag] = counts.try_emplace(parent);
+        if (newFlag) {
+            for (const auto &part : parent->getParts()) {
+                ++names->second[{part->getKind(), part->getName()}];
+            }
+        }
+        if (names->second[{found.record->getKind(), found.record->getName()}] > 1) {
             error(*found.change, "is there already");
         }
     }

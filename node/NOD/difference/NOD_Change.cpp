@@ -14,7 +14,13 @@ constexpr const char *theVerbs[] = {"added", "removed", "changed", "renamed", "m
 bool isSilent(NOD_RecordKind kind)
 {
     return kind == NOD_RecordKind::CONTENTS || kind == NOD_RecordKind::VALUE ||
-           kind == NOD_RecordKind::WORDS;
+           kind == NOD_RecordKind::WORDS || kind == NOD_RecordKind::WORD;
+}
+
+bool isKnownByName(NOD_RecordKind kind)
+{
+    return kind == NOD_RecordKind::PARM || kind == NOD_RecordKind::DECLARATION ||
+           kind == NOD_RecordKind::PROPERTY || kind == NOD_RecordKind::STATEMENT;
 }
 
 } // namespace
@@ -52,9 +58,7 @@ std::string NODpathText(const NOD_RecordPath &path)
             nodes += "/" + (step.name == "/" ? "" : step.name);
         } else if (step.kind == NOD_RecordKind::ITEM) {
             rest += "[" + std::to_string(step.item) + "]";
-        } else if (step.kind == NOD_RecordKind::PARM || step.kind == NOD_RecordKind::DECLARATION) {
-            rest += (rest.empty() ? "" : " ") + step.name;
-        } else if (step.kind == NOD_RecordKind::PROPERTY) {
+        } else if (isKnownByName(step.kind)) {
             rest += (rest.empty() ? "" : " ") + step.name;
         } else if (!isSilent(step.kind)) {
             rest += (rest.empty() ? "" : " ") + std::string(NODtraitsOf(step.kind).people);

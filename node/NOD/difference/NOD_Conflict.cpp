@@ -31,7 +31,9 @@ bool isTold(NOD_RecordKind kind)
 std::string shown(const NOD_Record &record)
 {
     const std::size_t parts = record.getParts().size();
-    if (std::holds_alternative<std::string>(record.getValue())) {
+    const bool writtenFlag = record.getKind() == NOD_RecordKind::WORD || // with its own quotes
+                             record.getKind() == NOD_RecordKind::ENTRY;
+    if (std::holds_alternative<std::string>(record.getValue()) && !writtenFlag) {
         return "\"" + NODvalueText(record.getValue()) + "\"";
     }
     if (!std::holds_alternative<std::monostate>(record.getValue())) {

@@ -2,6 +2,7 @@
 
 #include <NOD/difference/NOD_BlockNamesPrivate.h>
 #include <NOD/difference/NOD_EntryRecordsPrivate.h>
+#include <NOD/difference/NOD_StatementRecordsPrivate.h>
 
 #include <algorithm>
 #include <map>
@@ -24,9 +25,7 @@ std::string tokenOf(const NOD_Record &top, const NOD_RecordPath &path)
     for (const NOD_PathStep &step : path) {
         if (step.kind == Kind::ITEM) {
             const NOD_Record *const block = NODfindRecord(const_cast<NOD_Record &>(top), at);
-            const NOD_Value start = block ? block->valueOf(Kind::START) : NOD_Value();
-            const auto *first = std::get_if<std::int64_t>(&start);
-            numbers.push_back((first ? int(*first) : theUsualStart) + step.item);
+            numbers.push_back((block ? NODfirstNumber(*block) : theUsualStart) + step.item);
         } else if (step.kind == Kind::PARM) {
             token = NOD_BlockNames::nameOf(step.name, numbers);
         }
@@ -38,11 +37,26 @@ std::string tokenOf(const NOD_Record &top, const NOD_RecordPath &path)
 /// On one line.
 std::string noteOf(const NOD_Conflict &conflict)
 {
-    std::string text = "# conflict: " + conflict.asText();
+    std::string text = "conflict: " + conflict.asText();
     std::replace_if(
         text.begin(), text.end(),
         [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, ' ');
-    return text + "\n";
+    return text;
+}
+
+/// The innermost declaration that the path leads to, or the script.
+NOD_Record &declarationOf(NOD_Record &top, const NOD_RecordPath &path)
+{
+    NOD_Record *at = &top;
+    for (const NOD_PathStep &step : path) {
+        NOD_Record *const next =
+            step.kind == Kind::DECLARATION ? at->find(step.kind, step.name) : nullptr;
+        if (!next) {
+            break;
+        }
+        at = next;
+    }
+    return *at;
 }
 
 std::string firstWord(const std::string &line)
@@ -60,7 +74,7 @@ std::string NODaddConflictNotes(const std::string &text, const NOD_Record &top,
 {
     std::map<std::string, std::string> notes; // by token
     for (const NOD_Conflict &conflict : conflicts) {
-        notes[tokenOf(top, conflict.path)] += noteOf(conflict);
+        notes[tokenOf(top, conflict.path)] += "# " + noteOf(conflict) + "\n";
     }
     std::vector<std::string> lines;
     std::istringstream is(text);
@@ -89,4 +103,13 @@ std::string NODaddConflictNotes(const std::string &text, const NOD_Record &top,
         }
     }
     return all;
+}
+
+std::string NODnotedScript(const NOD_Record &top, const NOD_Merge::Conflicts &conflicts)
+{
+    const std::unique_ptr<NOD_Record> noted = top.copy();
+    for (const NOD_Conflict &conflict : conflicts) {
+        NODaddNote(declarationOf(*noted, conflict.path), noteOf(conflict));
+    }
+    return NODstatementText(*noted);
 }

@@ -2,6 +2,9 @@
 
 #include <NOD/NOD_Matching.h>
 
+#include <map>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace
@@ -29,31 +32,35 @@ private:
     void tellRemoved(const NOD_Record &left);
     bool counts(const NOD_Record &record, const NOD_Record *other) const;
     std::unique_ptr<NOD_Record> copyWithout(const NOD_Record &record) const;
-    std::optional<std::string> placeOf(const NOD_Record &record) const;
-    NOD_Change changeOf(Verb verb, const NOD_Record *left, const NOD_Record *right) const;
+    std::optional<std::string> placeOf(const NOD_Record &record);
+    NOD_Change changeOf(Verb verb, const NOD_Record *left, const NOD_Record *right);
 
     const NOD_Matching &myMatching;
     const NOD_CompareOptions &myOptions;
     NOD_Difference::Changes myChanges;
+    std::unordered_set<const NOD_Record *> myPlaced; ///< whose parts are in myBefore
+    std::unordered_map<const NOD_Record *, const NOD_Record *> myBefore; ///< siblings of one kind
 };
 
 /// The name of the sibling in front.
-std::optional<std::string> Walk::placeOf(const NOD_Record &record) const
+std::optional<std::string> Walk::placeOf(const NOD_Record &record)
 {
     if (!myOptions.hasOrder(record.getKind())) {
         return std::nullopt;
     }
-    const NOD_Record *before = nullptr;
-    for (const auto &part : record.getParent()->getParts()) {
-        if (part.get() == &record) {
-            break;
+    const NOD_Record *const parent = record.getParent();
+    if (myPlaced.insert(parent).second) {
+        std::map<Kind, const NOD_Record *> last;
+        for (const auto &part : parent->getParts()) {
+            const NOD_Record *&before = last[part->getKind()];
+            myBefore[part.get()] = std::exchange(before, part.get());
         }
-        before = part->getKind() == record.getKind() ? part.get() : before;
     }
+    const NOD_Record *const before = myBefore[&record];
     return before ? before->getName() : std::string();
 }
 
-NOD_Change Walk::changeOf(Verb verb, const NOD_Record *left, const NOD_Record *right) const
+NOD_Change Walk::changeOf(Verb verb, const NOD_Record *left, const NOD_Record *right)
 {
     NOD_Change change;
     change.verb = verb;

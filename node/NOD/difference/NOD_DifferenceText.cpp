@@ -97,7 +97,7 @@ void appendBrief(const NOD_Record &record, std::string &text)
     };
     if (record.getKind() == Kind::PARM) {
         add(components(record));
-    } else {
+    } else if (record.getKind() != Kind::STATEMENT) { // its keyword is its name
         add(shown(record.getKind(), record.getValue()));
     }
     for (const auto &part : record.getParts()) {
@@ -114,6 +114,8 @@ void appendBrief(const NOD_Record &record, std::string &text)
                 appendBrief(*part, text);
             }
             break;
+        case Kind::WORD:
+        case Kind::ENTRY:
         case Kind::CONTENTS: appendBrief(*part, text); break;
         case Kind::KEY: add("key " + part->getName()); [[fallthrough]];
         case Kind::TYPE:
@@ -156,7 +158,7 @@ std::string brief(const NOD_Record &record)
 std::size_t groupLength(const NOD_RecordPath &path)
 {
     const auto isOuter = [](const NOD_PathStep &step) {
-        return step.kind == Kind::NODE || step.kind == Kind::CONTENTS;
+        return step.kind == Kind::NODE || step.kind == Kind::CONTENTS || step.kind == Kind::PRESET;
     };
     const auto inner = std::find_if_not(path.begin(), path.end(), isOuter);
     return std::size_t(inner - path.begin()) + (inner == path.end() ? 0 : 1);

@@ -1,6 +1,9 @@
 #include <NOD/NOD_Document.h>
 
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
+#include <NOD/NOD_ConflictNotes.h>
 #include <NOD/NOD_Difference.h>
 #include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Node.h>
@@ -11,12 +14,15 @@
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/difference/NOD_ChannelRecordsPrivate.h>
 #include <NOD/difference/NOD_NodeRecordsPrivate.h>
+#include <NOD/difference/NOD_PresetRecordsPrivate.h>
 #include <NOD/difference/NOD_SceneRecordsPrivate.h>
 #include <NOD/difference/NOD_ScriptRecordsPrivate.h>
+#include <NOD/difference/NOD_StatementRecordsPrivate.h>
 #include <NOD/files/NOD_FilesPrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
 #include <NOD/files/NOD_TreeReaderPrivate.h>
 #include <NOD/tree/NOD_LoadingPrivate.h>
+#include <STO/STO_IndexFile.h>
 #include <TRK/TRK_Collection.h>
 
 #include <algorithm>
@@ -71,6 +77,14 @@ void readInterfaces(const NOD_SectionFile &file, const std::string &name,
     }
 }
 
+/// What is wrong in it is told by who reads it.
+bool hasSeveralPresets(const std::string &bytes)
+{
+    const KIT_ErrorManager::Scope quiet(BASgetSTID());
+    STO_IndexFile file;
+    return file.read(bytes, "") && file.getNumSections() > 1;
+}
+
 } // namespace
 
 NOD_Document::NOD_Document() : myTop(std::make_unique<NOD_Record>(Kind::DOCUMENT)) {}
@@ -110,13 +124,15 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
         std::make_shared<NOD_NodeRecords>(options.isExact ? Reading::EXACT : Reading::MEANING);
     myNodes->setInterface(theOnlyType, options.interface);
     if (options.asNode) {
+        myTakenApartFlag = false;
         return readAsNode(bytes, name, options, report);
     }
+    myTakenApartFlag = options.isExact && section.empty();
     switch (myKind) {
     case NOD_FileKind::STREAM: return readStream(bytes, file, options, report);
     case NOD_FileKind::CHANNELS: return NODreadChannels(bytes, file, *myTop, report);
     case NOD_FileKind::PRESET:
-    case NOD_FileKind::PRESETS: return readAsNode(bytes, name, options, report);
+    case NOD_FileKind::PRESETS: return readPresets(bytes, name, section, options, report);
     case NOD_FileKind::NODE:
     case NOD_FileKind::SCENE: return readScene(std::move(bytes), file, section, options, report);
     case NOD_FileKind::SCRIPT: return readScript(bytes, file, report);
@@ -130,6 +146,23 @@ bool NOD_Document::readStream(const std::string &bytes, const std::string &name,
     NOD_StreamRecords stream(options.interface);
     return stream.read(bytes, name, options.isExact ? Reading::EXACT : Reading::COMPLETED, *myTop,
                        report);
+}
+
+/// A preset is compared as what it makes of a node. All of a file are taken apart, as is one that is to be written again.
+bool NOD_Document::readPresets(const std::string &bytes, const std::string &name,
+                               const std::string &section, const NOD_DocumentOptions &options,
+                               NOD_Report &report)
+{
+    const bool allFlag = myKind == NOD_FileKind::PRESETS && section.empty() &&
+                         (options.isExact || hasSeveralPresets(bytes));
+    if (!allFlag && (!options.isExact || !section.empty())) {
+        return readAsNode(bytes, name, options, report);
+    }
+    if (allFlag) {
+        return NODreadPresets(bytes, name, *myNodes, *myTop, report);
+    }
+    NODreadPreset(bytes, *myNodes, *myTop);
+    return true;
 }
 
 /// What it makes of a node.
@@ -204,6 +237,9 @@ bool NOD_Document::choose(const std::string &section, const std::string &name, N
 
 bool NOD_Document::readScript(const std::string &bytes, const std::string &name, NOD_Report &report)
 {
+    if (myOptions.isExact) {
+        return NODreadStatements(bytes, name, *myTop, report);
+    }
     const std::shared_ptr<const NOD_Interface> interface =
         NOD_Interface::fromText(bytes, name, report);
     if (interface) {
@@ -226,6 +262,7 @@ void NOD_Document::take(NOD_Node &node, bool isExact, NOD_Report &report)
 void NOD_Document::take(const NOD_Interface &interface)
 {
     myKind = NOD_FileKind::SCRIPT;
+    myTakenApartFlag = false;
     myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
     NODreadScript(interface, *myTop);
 }
@@ -274,6 +311,33 @@ bool NOD_Document::isReadAgain(const std::string &bytes, NOD_Report &report) con
     return lost.isEmpty();
 }
 
+bool NOD_Document::write(std::string &bytes, const std::vector<NOD_Conflict> &notes,
+                         NOD_Report &report) const
+{
+    if (!write(bytes, report)) {
+        return false;
+    }
+    const bool scriptFlag = myKind == NOD_FileKind::SCRIPT;
+    if (notes.empty() || myBinaryFlag || !(scriptFlag || myKind == NOD_FileKind::STREAM)) {
+        return true;
+    }
+    const std::string noted =
+        scriptFlag ? NODnotedScript(*myTop, notes) : NODaddConflictNotes(bytes, *myTop, notes);
+    NOD_Document without, with;
+    NOD_Report reading;
+    if (!without.read(bytes, "", myOptions, reading) || !with.read(noted, "", myOptions, reading) ||
+        !reading.isEmpty()) {
+        return true;
+    }
+    const NOD_Difference added = NOD_Difference::between(without.getTop(), with.getTop());
+    const auto &changes = added.getChanges();
+    const bool sameFlag = std::all_of(changes.begin(), changes.end(), [](const NOD_Change &one) {
+        return one.getKind() == Kind::COMMENT;
+    });
+    bytes = sameFlag ? noted : bytes;
+    return true;
+}
+
 bool NOD_Document::write(std::string &bytes, bool binary, NOD_Report &report) const
 {
     // In the other form what is kept as words may have a meaning.
@@ -287,6 +351,9 @@ bool NOD_Document::writeAny(bool binary, std::string &bytes, NOD_Report &report)
     switch (myKind) {
     case NOD_FileKind::STREAM: return myNodes->writeStream(*myTop, binary, bytes, report);
     case NOD_FileKind::CHANNELS: return writeChannels(binary, bytes, report);
+    case NOD_FileKind::PRESET:
+    case NOD_FileKind::PRESETS:
+    case NOD_FileKind::SCRIPT: return writeText(bytes, report);
     case NOD_FileKind::SCENE:
     case NOD_FileKind::NODE: {
         if (!myTop->find(Kind::VERSION) || binary != myBinaryFlag) {
@@ -302,6 +369,21 @@ bool NOD_Document::writeAny(bool binary, std::string &bytes, NOD_Report &report)
     }
     tell(NOD_ValueFile::getKindName(myKind), "can't be written again from its records", report);
     return false;
+}
+
+/// Files that have one form. A preset that is compared as a node's, or a script as what it declares, isn't one.
+bool NOD_Document::writeText(std::string &bytes, NOD_Report &report) const
+{
+    if (!myTakenApartFlag) {
+        tell(NOD_ValueFile::getKindName(myKind), "can't be written again from its records", report);
+        return false;
+    }
+    if (myKind == NOD_FileKind::SCRIPT) {
+        bytes = NODstatementText(*myTop);
+        return true;
+    }
+    return myKind == NOD_FileKind::PRESET ? NODwritePreset(*myTop, *myNodes, bytes, report)
+                                          : NODwritePresets(*myTop, *myNodes, bytes, report);
 }
 
 bool NOD_Document::writeChannels(bool binary, std::string &bytes, NOD_Report &report) const

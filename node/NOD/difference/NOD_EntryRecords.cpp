@@ -29,12 +29,6 @@ std::string formOf(const ZEL_StreamEntry &entry)
            std::to_string(entry.packetId) + (entry.plainFlag ? " plain" : "");
 }
 
-std::string textOf(const NOD_Value &value)
-{
-    const auto *text = std::get_if<std::string>(&value);
-    return text ? *text : std::string();
-}
-
 void takeForm(const std::string &form, ZEL_StreamEntry &entry)
 {
     const auto known = std::find(std::begin(theForms), std::end(theForms),
@@ -65,7 +59,7 @@ std::string colorText(const ZEL_StreamColor &color)
 
 bool takeColor(const NOD_Record &record, ZEL_StreamColor &color)
 {
-    const std::string text = textOf(record.getValue());
+    const std::string text = NODtextOf(record.getValue());
     const char *at = text.data();
     const char *const end = at + text.size();
     for (float *part : {&color.red, &color.green, &color.blue}) {
@@ -117,7 +111,7 @@ void takeOption(const NOD_Record &part, ZEL_StreamOptions &options)
     }
     ZEL_StreamColor color;
     if (part.getKind() == Kind::PARM_LABEL) {
-        options.label = textOf(part.getValue());
+        options.label = NODtextOf(part.getValue());
     } else if (part.getKind() == Kind::COLOR && takeColor(part, color)) {
         options.colors.push_back(color);
     }
@@ -143,14 +137,14 @@ void takePart(const NOD_Record &part, int most, ZEL_StreamEntry &entry)
         std::visit([&](const auto &one) { value.value = one; }, part.getValue());
     } else {
         value.drivenFlag = true;
-        value.channel = textOf(part.getValue());
+        value.channel = NODtextOf(part.getValue());
     }
 }
 
 ZEL_StreamEntry entryOf(const NOD_Record &parm, const std::string &token)
 {
     ZEL_StreamEntry entry;
-    const std::string form = textOf(parm.valueOf(Kind::FORM));
+    const std::string form = NODtextOf(parm.valueOf(Kind::FORM));
     entry.token = token;
     takeForm(form, entry);
     if (entry.kind == EntryKind::PACKETS &&
@@ -162,7 +156,7 @@ ZEL_StreamEntry entryOf(const NOD_Record &parm, const std::string &token)
         items += part->getKind() == Kind::ITEM ? 1 : 0;
         takePart(*part, int(parm.getParts().size()), entry);
     }
-    entry.bytes = textOf(parm.valueOf(Kind::WORDS));
+    entry.bytes = NODtextOf(parm.valueOf(Kind::WORDS));
     std::sort(entry.options.colors.begin(), entry.options.colors.end(),
               [](const ZEL_StreamColor &a, const ZEL_StreamColor &b) { return a.index < b.index; });
     if (form == theCountForm) {
@@ -181,13 +175,10 @@ void forEntries(const NOD_Record &record, std::vector<int> &numbers, const Use &
         if (part->getKind() != Kind::PARM) {
             continue;
         }
-        if (textOf(part->valueOf(Kind::FORM)) != theAbsentForm) {
+        if (NODtextOf(part->valueOf(Kind::FORM)) != theAbsentForm) {
             use(*part, NOD_BlockNames::nameOf(part->getName(), numbers));
         }
-        const NOD_Value start = part->valueOf(Kind::START);
-        const auto *first = std::get_if<std::int64_t>(&start);
-        constexpr std::int64_t theMost = 1000000000;
-        numbers.push_back(first ? int(std::clamp(*first, -theMost, theMost)) : theUsualStart);
+        numbers.push_back(NODfirstNumber(*part));
         for (const auto &item : part->getParts()) {
             if (item->getKind() == Kind::ITEM) {
                 forEntries(*item, numbers, use);
@@ -199,6 +190,14 @@ void forEntries(const NOD_Record &record, std::vector<int> &numbers, const Use &
 }
 
 } // namespace
+
+int NODfirstNumber(const NOD_Record &block)
+{
+    const NOD_Value start = block.valueOf(Kind::START);
+    const auto *first = std::get_if<std::int64_t>(&start);
+    constexpr std::int64_t theMost = 1000000000;
+    return first ? int(std::clamp(*first, -theMost, theMost)) : theUsualStart;
+}
 
 std::string NODentryKey(const ZEL_StreamEntry &entry)
 {
@@ -257,7 +256,7 @@ int NODplainCount(const NOD_Record &parm)
     constexpr double theMost = 1e9;
     return count && !parm.find(Kind::DRIVER, "0") && !parm.find(Kind::VALUE, "1") &&
                    *count >= 0.0 && *count < theMost && *count == std::floor(*count) &&
-                   !std::signbit(*count) && textOf(parm.valueOf(Kind::FORM)) == "float"
+                   !std::signbit(*count) && NODtextOf(parm.valueOf(Kind::FORM)) == "float"
                ? int(*count)
                : -1;
 }

@@ -18,6 +18,8 @@ constexpr const char *theCountForm = "count";
 /// That of a block's first item which needn't be told.
 constexpr int theUsualStart = 1;
 
+/// The number of a block's first item: far from the ends of what an int holds, whatever a patch says.
+int NODfirstNumber(const NOD_Record &block);
 /// What its record is called: its token, or words for a packet that is no parameter's.
 std::string NODentryKey(const ZEL_StreamEntry &entry);
 /// Gives the record what the entry has.

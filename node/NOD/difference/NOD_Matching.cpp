@@ -53,11 +53,6 @@ PartMap mapOf(const NOD_Record &record)
     return map;
 }
 
-bool areEqual(const NOD_Record &left, const NOD_Record &right)
-{
-    return left.getHash() == right.getHash() && left.isSame(right);
-}
-
 /// What counts for being the same node or declaration: all but those below it.
 const NOD_Record *contentsOf(const NOD_Record &record)
 {
@@ -70,11 +65,33 @@ struct Share
     int all = 0;
 };
 
+/// In all but blanks.
+bool areSameStatements(const NOD_Record &left, const NOD_Record &right)
+{
+    const auto counts = [](const NOD_Record &record) {
+        return record.getTraits().comparison != NOD_Comparison::LAYOUT;
+    };
+    const auto countOf = [&](const NOD_Record &record) {
+        const NOD_Record::Parts &parts = record.getParts();
+        return std::count_if(parts.begin(), parts.end(),
+                             [&](const auto &part) { return counts(*part); });
+    };
+    const NOD_Record::Parts &parts = left.getParts();
+    return NODisSameValue(left.getValue(), right.getValue()) && countOf(left) == countOf(right) &&
+           std::all_of(parts.begin(), parts.end(), [&](const auto &part) {
+               const NOD_Record *const other = right.find(part->getKind(), part->getName());
+               return !counts(*part) || (other && areSameStatements(*part, *other));
+           });
+}
+
 /// Equal but for numbers within their tolerance.
 bool areAlike(const NOD_Record &left, const NOD_Record &right, const NOD_CompareOptions &options)
 {
     if (left.getHash() == right.getHash()) {
         return true;
+    }
+    if (left.getKind() == Kind::STATEMENT) {
+        return areSameStatements(left, right);
     }
     const NOD_Record::Parts &parts = left.getParts();
     if (options.tolerances.empty() || parts.size() != right.getParts().size() ||
@@ -89,6 +106,11 @@ bool areAlike(const NOD_Record &left, const NOD_Record &right, const NOD_Compare
     });
 }
 
+bool isShared(const NOD_Record &part)
+{
+    return !isTree(part) && part.getKind() != Kind::BLANKS;
+}
+
 void addShare(const NOD_Record &left, const NOD_Record &right, const NOD_CompareOptions &options,
               Share &share)
 {
@@ -96,16 +118,15 @@ void addShare(const NOD_Record &left, const NOD_Record &right, const NOD_Compare
     int common = 0;
     int leftParts = 0;
     for (const auto &part : left.getParts()) {
-        if (isTree(*part)) {
+        if (!isShared(*part)) {
             continue;
         }
         ++leftParts;
         const auto found = map.find({part->getKind(), part->getName()});
         common += found != map.end() && areAlike(*part, *found->second, options) ? 1 : 0;
     }
-    const auto counts = [](const auto &part) { return !isTree(*part); };
-    const int rightParts =
-        int(std::count_if(right.getParts().begin(), right.getParts().end(), counts));
+    const int rightParts = int(std::count_if(right.getParts().begin(), right.getParts().end(),
+                                             [](const auto &part) { return isShared(*part); }));
     share.same += common;
     share.all += std::max(leftParts, rightParts);
 }
@@ -146,9 +167,12 @@ double textLikeness(const std::string &left, const std::string &right)
                : 2.0 * double(NODcommonPlaces(hashes(left), hashes(right)).size()) / double(all);
 }
 
+/// Of what a script declares, or of its text.
 std::string labelOf(const NOD_Record &declaration)
 {
-    return NODvalueText(declaration.valueOf(Kind::PROPERTY, "label"));
+    const NOD_Record *const statement = declaration.find(Kind::STATEMENT, "label");
+    return NODvalueText(statement ? statement->valueOf(Kind::WORD, "0")
+                                  : declaration.valueOf(Kind::PROPERTY, "label"));
 }
 
 double namesLikeness(const NOD_Record &left, const NOD_Record &right)
@@ -207,7 +231,7 @@ void NOD_Matching::link(const NOD_Record &left, const NOD_Record &right)
 void NOD_Matching::pair(const NOD_Record &left, const NOD_Record &right)
 {
     link(left, right);
-    if (areEqual(left, right)) {
+    if (left.isEqual(right)) {
         myEqual.insert(&left);
         myEqual.insert(&right);
     } else {
@@ -246,14 +270,23 @@ void NOD_Matching::pairItemsOf(const NOD_Record &left, const NOD_Record &right)
             }
         }
     }
-    // One member that differs is a change; so is half of them.
-    const auto cost = [&](int i, int j) {
+    const auto shareOf = [&](int i, int j) {
         Share share;
         addShare(*records[0][std::size_t(i)], *records[1][std::size_t(j)], myOptions, share);
+        return share;
+    };
+    NOD_ItemMeasures measures;
+    // One member that differs is a change; so is half of them.
+    measures.cost = [&](int i, int j) {
+        const Share share = shareOf(i, j);
         const int others = share.all - share.same;
         return others <= 1 ? 1.0 : 4.0 * others / share.all;
     };
-    const NOD_ItemPairs found = NODpairItems(hashes[0], hashes[1], cost);
+    measures.likeness = [&](int i, int j) {
+        const Share share = shareOf(i, j);
+        return share.all == 0 ? 0.0 : double(share.same) / share.all;
+    };
+    const NOD_ItemPairs found = NODpairItems(hashes[0], hashes[1], measures);
     for (const auto &[i, j] : found.staying) {
         pair(*records[0][std::size_t(i)], *records[1][std::size_t(j)]);
     }

@@ -2,6 +2,7 @@
 
 #include <KIT/KIT_String.h>
 #include <NOD/difference/NOD_MergeChannelsPrivate.h>
+#include <NOD/difference/NOD_MergeReferencesPrivate.h>
 #include <NOD/difference/NOD_MergeTreePrivate.h>
 
 #include <algorithm>
@@ -69,7 +70,12 @@ void NOD_MergeJudge::addTo(NOD_ConflictSide &place, const NOD_Record &record, Si
     }
     std::unique_ptr<NOD_Record> copy = record.copy();
     if (myBound) {
+        const NOD_Record *contents = &record;
+        while (contents->getParent()) {
+            contents = contents->getParent();
+        }
         NODreleaseNames(record, *copy);
+        NODunmarkCopy(*copy, *contents);
     }
     place.records.push_back(std::move(copy));
 }
@@ -109,18 +115,14 @@ void NOD_Merge::setChooser(Chooser chooser)
 // Merging
 // ---------------------------------------------------------------------- //
 
-bool NODareEqual(const NOD_Record &left, const NOD_Record &right)
-{
-    return left.getHash() == right.getHash() && left.isSame(right);
-}
-
 NOD_BoundStates::NOD_BoundStates(NOD_MergeJudge &judge, const NOD_MergeTriple &triple)
     : myJudge(judge), myTriple(triple)
 {
     const NOD_Record *const states[] = {triple.base, triple.ours, triple.theirs};
     if (!std::all_of(std::begin(states), std::end(states), [](const auto *one) { return one; }) ||
-        std::none_of(std::begin(states), std::end(states),
-                     [](const auto *one) { return NODhasItemChannels(*one); })) {
+        std::none_of(std::begin(states), std::end(states), [](const auto *one) {
+            return NODhasItemChannels(*one) || NODhasItemReferences(*one);
+        })) {
         return;
     }
     for (std::size_t side = 0; side < 3; ++side) {
@@ -128,6 +130,7 @@ NOD_BoundStates::NOD_BoundStates(NOD_MergeJudge &judge, const NOD_MergeTriple &t
         myCopies[side] = states[side]->copy();
         NODbindChannels(*myCopies[side]);
     }
+    NODmarkItems(getCopies());
     myTriple = {myCopies[0].get(), myCopies[1].get(), myCopies[2].get()};
     myFormer = judge.setBound(&myPrefixes);
 }
@@ -142,6 +145,7 @@ NOD_BoundStates::~NOD_BoundStates()
 void NOD_BoundStates::release(NOD_Record &made) const
 {
     if (isBound()) {
+        NODunmarkItems(made, getCopies());
         NODreleaseChannels(made);
     }
 }
@@ -150,10 +154,10 @@ std::unique_ptr<NOD_Record> NOD_Merge::merge(const NOD_Record &base, const NOD_R
                                              const NOD_Record &theirs)
 {
     myConflicts.clear();
-    if (NODareEqual(base, ours)) {
+    if (base.isEqual(ours)) {
         return theirs.copy();
     }
-    if (NODareEqual(base, theirs) || NODareEqual(ours, theirs)) {
+    if (base.isEqual(theirs) || ours.isEqual(theirs)) {
         return ours.copy();
     }
     NOD_MergeJudge judge(myPolicies, myChooser);

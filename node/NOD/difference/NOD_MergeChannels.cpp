@@ -18,21 +18,13 @@ using Kind = NOD_RecordKind;
 /// In front of what is left of a name; no name has it.
 constexpr char theMark = '\1';
 
-std::string textOf(const NOD_Value &value)
-{
-    const auto *text = std::get_if<std::string>(&value);
-    return text ? *text : std::string();
-}
-
 /// Of an item's parameter, with its numbers.
 std::string tokenOf(const NOD_Record &parm)
 {
     std::vector<int> numbers;
     for (const NOD_Record *at = parm.getParent(); at; at = at->getParent()) {
         if (at->getKind() == Kind::ITEM && at->getParent()) {
-            const NOD_Value start = at->getParent()->valueOf(Kind::START);
-            const auto *first = std::get_if<std::int64_t>(&start);
-            numbers.push_back((first ? int(*first) : theUsualStart) + at->getItem());
+            numbers.push_back(NODfirstNumber(*at->getParent()) + at->getItem());
         }
     }
     std::reverse(numbers.begin(), numbers.end());
@@ -83,6 +75,22 @@ std::unique_ptr<NOD_Record> takeAway(NOD_Record &from, Kind kind, const std::str
     return part;
 }
 
+/// With a number that neither a channel of the contents nor one of those that come has.
+std::string freeName(const NOD_Record &contents, const NOD_Record::Parts &coming,
+                     const std::string &name)
+{
+    const auto isTaken = [&](const std::string &one) {
+        return contents.find(Kind::CHANNEL, one) ||
+               std::any_of(coming.begin(), coming.end(),
+                           [&](const auto &channel) { return channel->getName() == one; });
+    };
+    std::string free = name + "_1";
+    for (int number = 2; isTaken(free); ++number) {
+        free = name + "_" + std::to_string(number);
+    }
+    return free;
+}
+
 /// The parameter of an item that the record is, or is in; null if there is none.
 const NOD_Record *parmOf(const NOD_Record &record)
 {
@@ -102,7 +110,7 @@ bool NODhasItemChannels(const NOD_Record &contents)
         const NOD_Record::Parts &parts = parm->getParts();
         return std::any_of(parts.begin(), parts.end(), [&](const auto &part) {
             return part->getKind() == Kind::DRIVER &&
-                   beginsWith(textOf(part->getValue()), tokenOf(*parm));
+                   beginsWith(NODtextOf(part->getValue()), tokenOf(*parm));
         });
     });
 }
@@ -114,7 +122,7 @@ void NODbindChannels(NOD_Record &contents)
         const std::string token = tokenOf(parm);
         NOD_Record::Parts channels;
         for (const auto &part : parm.getParts()) {
-            const std::string name = textOf(part->getValue());
+            const std::string name = NODtextOf(part->getValue());
             if (part->getKind() != Kind::DRIVER || !beginsWith(name, token)) {
                 continue;
             }
@@ -140,7 +148,7 @@ void NODreleaseChannels(NOD_Record &contents)
         const std::string token = tokenOf(parm);
         std::vector<std::string> names;
         for (const auto &part : parm.getParts()) {
-            const std::string name = textOf(part->getValue());
+            const std::string name = NODtextOf(part->getValue());
             if (part->getKind() == Kind::DRIVER && isBound(name)) {
                 part->setValue(token + name.substr(1));
             } else if (part->getKind() == Kind::CHANNEL) {
@@ -153,7 +161,9 @@ void NODreleaseChannels(NOD_Record &contents)
         }
     }
     for (const auto &channel : channels) {
-        takeAway(contents, Kind::CHANNEL, channel->getName()); // nothing has driven it
+        if (NOD_Record *const stray = contents.find(Kind::CHANNEL, channel->getName())) {
+            stray->setName(freeName(contents, channels, stray->getName())); // drives nothing
+        }
     }
     NOD_Record::Parts &parts = contents.changeParts();
     auto at = parts.end();
@@ -188,7 +198,7 @@ NOD_RecordPath NODreleasedPath(const NOD_Record &record)
 
 void NODreleaseNames(const NOD_Record &record, NOD_Record &copy)
 {
-    const std::string name = textOf(copy.getValue());
+    const std::string name = NODtextOf(copy.getValue());
     const NOD_Record *const parm = parmOf(record);
     if (copy.getKind() == Kind::DRIVER && isBound(name) && parm) {
         copy.setValue(tokenOf(*parm) + name.substr(1));

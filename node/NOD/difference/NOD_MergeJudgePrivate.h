@@ -59,7 +59,8 @@ private:
     std::vector<const NOD_Record *> myPlaces;
 };
 
-/// Copies of three states with bound channels, where items have any; the judge knows of them while they are there.
+/// Copies of three states with bound channels, where items have any, and marked items, where expressions refer to them
+/// (NOD_MergeReferencesPrivate.h); the judge knows of them while they are there.
 class NOD_BoundStates
 {
 public:
@@ -74,12 +75,14 @@ public:
     void release(NOD_Record &made) const;
 
 private:
+    std::array<NOD_Record *, 3> getCopies() const
+    {
+        return {myCopies[0].get(), myCopies[1].get(), myCopies[2].get()};
+    }
+
     NOD_MergeJudge &myJudge;
     NOD_MergeTriple myTriple;
     NOD_MergeJudge::Prefixes myPrefixes;
     const NOD_MergeJudge::Prefixes *myFormer = nullptr;
     std::array<std::unique_ptr<NOD_Record>, 3> myCopies;
 };
-
-/// Equal in all parts; not their names.
-bool NODareEqual(const NOD_Record &left, const NOD_Record &right);

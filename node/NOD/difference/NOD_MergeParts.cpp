@@ -32,7 +32,7 @@ const NOD_Record &anyOf(const Triple &triple)
 
 bool areSame(const NOD_Record *left, const NOD_Record *right)
 {
-    return left && right ? NODareEqual(*left, *right) : left == right;
+    return left && right ? left->isEqual(*right) : left == right;
 }
 
 /// Whether two people may each add parts to one that neither had.
@@ -209,7 +209,7 @@ void NOD_MergeParts::addItems(const Triple &parent, Triples &triples) const
     for (const auto &[i, j] : NODcommonPlaces(hashes[0], hashes[1])) {
         const NOD_Record *const ours = all[0][std::size_t(i)];
         const NOD_Record *const theirs = all[1][std::size_t(j)];
-        if (ours && theirs && NODareEqual(*ours, *theirs)) {
+        if (ours && theirs && ours->isEqual(*theirs)) {
             triples.push_back({nullptr, ours, theirs});
             paired.insert(ours);
             paired.insert(theirs);

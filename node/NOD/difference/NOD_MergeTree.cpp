@@ -42,7 +42,7 @@ bool isSameOf(const std::vector<const NOD_Record *> &left,
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                       [](const NOD_Record *a, const NOD_Record *b) {
                           return a->getKind() == b->getKind() && a->getName() == b->getName() &&
-                                 NODareEqual(*a, *b);
+                                 a->isEqual(*b);
                       });
 }
 
@@ -67,6 +67,15 @@ bool hasSameContents(const NOD_Record &left, const NOD_Record &right)
     }
     return copies[0].isSame(copies[1]);
 }
+
+/// A parameter of a script, whose token no other one may have, wherever it is.
+bool isToken(const NOD_Record &record, const std::string &name)
+{
+    return record.getKind() == NOD_RecordKind::DECLARATION && !name.empty() &&
+           name.find(' ') == std::string::npos;
+}
+
+constexpr int theAnyParent = -1;
 
 std::string keyOf(const NOD_Record &record, int parent)
 {
@@ -151,22 +160,34 @@ void NOD_MergeTree::gatherBase(int id)
     }
 }
 
-/// Those that the base hasn't: of one name in one place they are one.
+void NOD_MergeTree::gatherAdded(const NOD_Record &record, int parent, Side side)
+{
+    const bool tokenFlag = isToken(record, record.getName());
+    auto found = myAdded.find(keyOf(record, parent));
+    if (found == myAdded.end() && tokenFlag) {
+        found = myAdded.find(keyOf(record, theAnyParent));
+    }
+    if (found != myAdded.end() && !myEntities[std::size_t(found->second)].of.of(side)) {
+        placeOf(myEntities[std::size_t(found->second)].of, side) = &record;
+        myIds[&record] = found->second;
+        return;
+    }
+    Triple triple;
+    placeOf(triple, side) = &record;
+    const int id = add(triple);
+    myAdded.emplace(keyOf(record, parent), id);
+    if (tokenFlag) {
+        myAdded.emplace(keyOf(record, theAnyParent), id);
+    }
+}
+
+/// Those that the base hasn't: of one name in one place they are one, and of one token in any place.
 void NOD_MergeTree::gatherOwn(const NOD_Record &record, Side side)
 {
     const int parent = myIds[&record];
     for (const NOD_Record *child : partsOf(record, true)) {
         if (myIds.count(child) == 0) {
-            const auto [at, newFlag] =
-                myAdded.emplace(keyOf(*child, parent), int(myEntities.size()));
-            if (newFlag) {
-                Triple triple;
-                placeOf(triple, side) = child;
-                add(triple);
-            } else {
-                placeOf(myEntities[std::size_t(at->second)].of, side) = child;
-                myIds[child] = at->second;
-            }
+            gatherAdded(*child, parent, side);
         }
         gatherOwn(*child, side);
     }
@@ -235,7 +256,11 @@ void NOD_MergeTree::decidePlace(Entity &entity)
 {
     const auto &[base, ours, theirs] = entity.of;
     if (!base || !ours || !theirs) {
-        putAs(entity, entity.contents);
+        const bool twoFlag =
+            ours && theirs && entity.parents[int(Side::OURS)] != entity.parents[int(Side::THEIRS)];
+        const Side side =
+            twoFlag ? decide(Conflict::BOTH_MOVED, entity.of, entity) : entity.contents;
+        putAs(entity, entity.of.of(side) ? side : entity.contents);
         return;
     }
     const auto choose = [](const auto &of, const auto &mine, const auto &yours, bool &conflict) {
@@ -432,6 +457,40 @@ void NOD_MergeTree::settleNames(const std::vector<int> &children)
     }
 }
 
+/// Whether one state has the two, under this name.
+bool NOD_MergeTree::areOfOneState(const Entity &one, const Entity &other,
+                                  const std::string &name) const
+{
+    const auto isSo = [&](Side side) {
+        const NOD_Record *const mine = one.of.of(side);
+        const NOD_Record *const yours = other.of.of(side);
+        return mine && yours && mine->getName() == name && yours->getName() == name;
+    };
+    return isSo(Side::BASE) || isSo(Side::OURS) || isSo(Side::THEIRS);
+}
+
+/// Tokens that two sides came to in two places.
+void NOD_MergeTree::settleTokens()
+{
+    std::unordered_map<std::string, int> taken;
+    std::vector<int> twice;
+    for (std::size_t id = 1; id < myEntities.size(); ++id) {
+        const Entity &entity = myEntities[id];
+        const NOD_Record &record = *entity.of.of(anySideOf(entity.of));
+        if (entity.isThere && isToken(record, entity.name) &&
+            !taken.emplace(entity.name, int(id)).second) {
+            twice.push_back(int(id));
+        }
+    }
+    for (const int id : twice) {
+        const std::string name = myEntities[std::size_t(id)].name;
+        const int other = taken[name];
+        if (!areOfOneState(myEntities[std::size_t(other)], myEntities[std::size_t(id)], name)) {
+            settleName(other, id, taken);
+        }
+    }
+}
+
 // ---------------------------------------------------------------------- //
 // The merged state
 // ---------------------------------------------------------------------- //
@@ -473,5 +532,6 @@ std::unique_ptr<NOD_Record> NOD_MergeTree::run()
             settleNames(entity.children);
         }
     }
+    settleTokens();
     return assemble(0);
 }

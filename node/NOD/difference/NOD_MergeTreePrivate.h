@@ -35,6 +35,7 @@ private:
 
     void gatherBase(int id);
     void gatherOwn(const NOD_Record &record, Side side);
+    void gatherAdded(const NOD_Record &record, int parent, Side side);
     int add(const Triple &triple);
     void setParents();
     bool hasChanged(const Entity &entity, Side side) const;
@@ -52,6 +53,8 @@ private:
     void listChildren();
     void settleNames(const std::vector<int> &children);
     void settleName(int one, int other, std::unordered_map<std::string, int> &taken);
+    bool areOfOneState(const Entity &one, const Entity &other, const std::string &name) const;
+    void settleTokens();
     std::unique_ptr<NOD_Record> assemble(int id);
     Side decide(NOD_Conflict::Kind kind, const Triple &triple, Entity &entity);
 

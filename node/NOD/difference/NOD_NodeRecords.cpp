@@ -21,12 +21,6 @@ constexpr const char *theScriptEnd = "}\n";
 constexpr std::string_view theBlockEnd = "    }\n";
 constexpr std::string_view theNameWord = "name";
 
-std::string textOf(const NOD_Value &value)
-{
-    const auto *text = std::get_if<std::string>(&value);
-    return text ? *text : std::string();
-}
-
 /// What a declaration of the library's own writing says its name is; "" if that can't be seen.
 std::string nameOf(std::string_view block)
 {
@@ -74,7 +68,7 @@ std::string spareText(const NOD_Record &contents)
 {
     std::string text;
     for (const auto &part : contents.getParts()) {
-        text += part->getKind() == Kind::SPARE ? textOf(part->getValue()) : "";
+        text += part->getKind() == Kind::SPARE ? NODtextOf(part->getValue()) : "";
     }
     return text.empty() ? text : theScriptStart + text + theScriptEnd;
 }
@@ -93,7 +87,7 @@ std::string aliasText(const NOD_Record &contents)
     std::string text;
     for (const auto &part : contents.getParts()) {
         if (part->getKind() == Kind::ALIAS) {
-            text += "\t" + part->getName() + " " + textOf(part->getValue()) + "\n";
+            text += "\t" + part->getName() + " " + NODtextOf(part->getValue()) + "\n";
         }
     }
     return text.empty() ? text : "{\n" + text + "}\n";
@@ -195,24 +189,24 @@ void NOD_NodeRecords::read(const NOD_NodeSections &sections, NOD_Record &content
 bool NOD_NodeRecords::write(const NOD_Record &contents, NOD_NodeSections &sections,
                             NOD_Report &report)
 {
-    sections.type = textOf(contents.valueOf(Kind::TYPE));
-    sections.version = textOf(contents.valueOf(Kind::TYPE_VERSION));
+    sections.type = NODtextOf(contents.valueOf(Kind::TYPE));
+    sections.version = NODtextOf(contents.valueOf(Kind::TYPE_VERSION));
     sections.spares = spareText(contents);
     sections.channels = NODchannelText(contents);
     sections.aliases = aliasText(contents);
     bool valuesFlag = false;
     for (const auto &part : contents.getParts()) {
         if (part->getKind() == Kind::VARIABLE) {
-            sections.variables[part->getName()] = textOf(part->getValue());
+            sections.variables[part->getName()] = NODtextOf(part->getValue());
         }
         valuesFlag = valuesFlag || part->getKind() == Kind::PARM;
         if (part->getKind() != Kind::SECTION) {
             continue;
         }
         if (std::string *const text = sections.findText(part->getName())) {
-            *text = textOf(part->getValue());
+            *text = NODtextOf(part->getValue());
         } else {
-            sections.kept.emplace_back(part->getName(), textOf(part->getValue()));
+            sections.kept.emplace_back(part->getName(), NODtextOf(part->getValue()));
         }
     }
     if (!valuesFlag) {

@@ -25,6 +25,7 @@ public:
 
     explicit NOD_NodeRecords(Reading reading) : myReading(reading) {}
 
+    bool isExact() const { return myReading == Reading::EXACT; }
     /// By the key of a file, which is the type that a node's section names.
     void setInterface(const std::string &key, std::shared_ptr<const NOD_Interface> interface);
     void read(const NOD_NodeSections &sections, NOD_Record &contents);

@@ -59,6 +59,18 @@ bool isItem(const NOD_Record &record)
     return record.getKind() == NOD_RecordKind::ITEM;
 }
 
+constexpr std::size_t theFewParts = 16; ///< that are looked through one by one
+
+using PartKey = std::pair<NOD_RecordKind, std::string_view>;
+
+struct PartKeyHash
+{
+    std::size_t operator()(const PartKey &key) const
+    {
+        return std::hash<std::string_view>()(key.second) * 31 + std::size_t(key.first);
+    }
+};
+
 } // namespace
 
 // ---------------------------------------------------------------------- //
@@ -103,6 +115,12 @@ std::string NODvalueText(const NOD_Value &value)
     return std::string(out.view());
 }
 
+std::string NODtextOf(const NOD_Value &value)
+{
+    const auto *text = std::get_if<std::string>(&value);
+    return text ? *text : std::string();
+}
+
 NOD_ClosedParts::~NOD_ClosedParts() = default;
 
 // ---------------------------------------------------------------------- //
@@ -115,12 +133,44 @@ NOD_Record::NOD_Record(Kind kind, std::string name, NOD_Value value)
 
 NOD_Record::~NOD_Record() = default;
 
+/// Of two parts of one name the first one counts.
+struct NOD_Record::Index
+{
+    std::unordered_map<PartKey, const NOD_Record *, PartKeyHash>
+        named; ///< the names are the parts'
+    std::vector<const NOD_Record *> items;
+
+    void add(const NOD_Record &part)
+    {
+        named.emplace(PartKey(part.getKind(), part.getName()), &part);
+        if (isItem(part)) {
+            items.push_back(&part);
+        }
+    }
+};
+
+/// Null where there are few parts.
+const NOD_Record::Index *NOD_Record::indexOf() const
+{
+    if (getParts().size() <= theFewParts) {
+        return nullptr;
+    }
+    if (!myIndex) {
+        myIndex = std::make_unique<Index>();
+        for (const auto &part : myParts) {
+            myIndex->add(*part);
+        }
+    }
+    return myIndex.get();
+}
+
 void NOD_Record::setName(std::string name)
 {
-    myName = std::move(name);
     if (myParent) {
+        myParent->myIndex.reset();
         myParent->forgetHash();
     }
+    myName = std::move(name);
 }
 
 void NOD_Record::setValue(NOD_Value value)
@@ -156,6 +206,7 @@ NOD_Record::Parts &NOD_Record::changeParts()
 {
     getParts();
     forgetHash();
+    myIndex.reset();
     return myParts;
 }
 
@@ -166,13 +217,22 @@ NOD_Record &NOD_Record::add(Kind kind, std::string name, NOD_Value value)
 
 NOD_Record &NOD_Record::add(std::unique_ptr<NOD_Record> part)
 {
+    getParts();
+    forgetHash();
     part->myParent = this;
-    changeParts().push_back(std::move(part));
+    myParts.push_back(std::move(part));
+    if (myIndex) {
+        myIndex->add(*myParts.back());
+    }
     return *myParts.back();
 }
 
 const NOD_Record *NOD_Record::find(Kind kind, std::string_view name) const
 {
+    if (const Index *const index = indexOf()) {
+        const auto found = index->named.find(PartKey(kind, name));
+        return found == index->named.end() ? nullptr : found->second;
+    }
     for (const auto &part : getParts()) {
         if (part->myKind == kind && part->myName == name) {
             return part.get();
@@ -188,6 +248,11 @@ NOD_Record *NOD_Record::find(Kind kind, std::string_view name)
 
 const NOD_Record *NOD_Record::findItem(int item) const
 {
+    const Index *const index = indexOf();
+    const bool placedFlag = index && item >= 0 && std::size_t(item) < index->items.size();
+    if (placedFlag && index->items[std::size_t(item)]->myItem == item) {
+        return index->items[std::size_t(item)];
+    }
     for (const auto &part : getParts()) {
         if (isItem(*part) && part->myItem == item) {
             return part.get();
@@ -222,6 +287,7 @@ void NOD_Record::adoptParts()
 
 void NOD_Record::close(std::shared_ptr<const NOD_ClosedParts> closed)
 {
+    myIndex.reset();
     myParts.clear();
     myClosed = std::move(closed);
     forgetHash();

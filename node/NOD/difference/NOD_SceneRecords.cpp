@@ -19,12 +19,6 @@ namespace
 using Kind = NOD_RecordKind;
 using Section = NOD_SectionFile::Section;
 
-std::string textOf(const NOD_Value &value)
-{
-    const auto *text = std::get_if<std::string>(&value);
-    return text ? *text : std::string();
-}
-
 std::uint64_t mixed(std::uint64_t hash, std::string_view text)
 {
     return (hash ^ std::hash<std::string_view>()(text)) * 0x9e3779b97f4a7c15U + 1;
@@ -145,7 +139,7 @@ std::string headText(const NOD_Record &top)
     std::string head;
     const auto line = [&](const char *word, Kind kind, bool quoteFlag) {
         if (top.find(kind)) {
-            const std::string value = textOf(top.valueOf(kind));
+            const std::string value = NODtextOf(top.valueOf(kind));
             head += std::string(word) + " " + (quoteFlag ? NODquoted(value) : value) + "\n";
         }
     };
@@ -153,14 +147,14 @@ std::string headText(const NOD_Record &top)
     line("above", Kind::ABOVE, true);
     line("framerate", Kind::FRAME_RATE, false);
     if (top.find(Kind::RANGE, "first")) {
-        head += "range " + textOf(top.valueOf(Kind::RANGE, "first")) + " " +
-                textOf(top.valueOf(Kind::RANGE, "last")) + "\n";
+        head += "range " + NODtextOf(top.valueOf(Kind::RANGE, "first")) + " " +
+                NODtextOf(top.valueOf(Kind::RANGE, "last")) + "\n";
     }
     line("time", Kind::TIME, false);
     std::map<std::string, std::string> variables;
     for (const auto &part : top.getParts()) {
         if (part->getKind() == Kind::VARIABLE) {
-            variables[part->getName()] = textOf(part->getValue());
+            variables[part->getName()] = NODtextOf(part->getValue());
         }
     }
     for (const auto &[name, value] : variables) {
@@ -352,16 +346,16 @@ bool NODwriteScene(const NOD_Record &top, NOD_NodeRecords &nodes, NOD_SectionWri
     const bool partFlag = top.getValue().index() != 0;
     const char *const headName = partFlag ? thePartSection : theSceneSection;
     const NOD_Record *const kept = top.find(Kind::SECTION, headName);
-    writer.add(headName, kept ? textOf(kept->getValue()) : headText(top));
+    writer.add(headName, kept ? NODtextOf(kept->getValue()) : headText(top));
     for (const auto &part : top.getParts()) {
         if (part->getKind() == Kind::INTERFACE) {
-            writer.add(theInterfaceSection + (" " + part->getName()), textOf(part->getValue()));
+            writer.add(theInterfaceSection + (" " + part->getName()), NODtextOf(part->getValue()));
         }
     }
     const bool goodFlag = writeTree(top, "", nodes, writer, report);
     for (const auto &part : top.getParts()) {
         if (part->getKind() == Kind::SECTION && part->getName() != headName) {
-            writer.add(part->getName(), textOf(part->getValue()));
+            writer.add(part->getName(), NODtextOf(part->getValue()));
         }
     }
     writer.end();

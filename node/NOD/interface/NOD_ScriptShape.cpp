@@ -36,7 +36,8 @@ std::string quoted(const std::string &word)
 
 } // namespace
 
-NOD_ScriptShape::NOD_ScriptShape(const NOD_ScriptTokens &tokens) : myTokens(tokens)
+NOD_ScriptShape::NOD_ScriptShape(const NOD_ScriptTokens &tokens, Doubt doubt)
+    : myTokens(tokens), myDoubt(doubt)
 {
     for (int i = 0; i < tokens.size(); ++i) {
         if (tokens[i].openFlag) {
@@ -248,7 +249,8 @@ bool NOD_ScriptShape::isIndented(int block)
 bool NOD_ScriptShape::isFurtherOut(int header, bool inclusive) const
 {
     const NOD_ScriptToken &from = myTokens[header];
-    return at().firstFlag && at().file == from.file && at().line > from.line && !isHash(at()) &&
+    return myDoubt == Doubt::GUESS && at().firstFlag && at().file == from.file &&
+           at().line > from.line && !isHash(at()) &&
            (at().indent < from.indent || (inclusive && at().indent == from.indent));
 }
 
@@ -275,6 +277,9 @@ bool NOD_ScriptShape::endsHere(int block)
 /// Whether what follows a closing brace is further in than the block that it would close.
 bool NOD_ScriptShape::isSurplusClose(int block)
 {
+    if (myDoubt == Doubt::NONE) {
+        return false;
+    }
     const Block &own = myBlocks[std::size_t(block)];
     const NOD_ScriptToken &header = myTokens[own.header];
     const NOD_ScriptToken *const follows = peek(1);
@@ -465,8 +470,8 @@ void NOD_ScriptShape::skipBracedText()
 bool NOD_ScriptShape::isMissingValue(int block, int header) const
 {
     const bool inParm = myBlocks[std::size_t(block)].parmFlag;
-    if (atEnd() || at().is("}")) {
-        return true;
+    if (atEnd() || at().is("}") || myDoubt == Doubt::NONE) {
+        return atEnd() || at().is("}");
     }
     const NOD_ScriptWord *const word =
         at().quotedFlag ? nullptr : NODfindScriptWord(at().text, inParm);

@@ -72,7 +72,9 @@ public:
     /// Further ones aren't kept.
     static constexpr std::size_t theMostFaults = 1000;
 
-    explicit NOD_ScriptShape(const NOD_ScriptTokens &tokens);
+    using Doubt = NOD_ScriptTokens::Doubt;
+
+    explicit NOD_ScriptShape(const NOD_ScriptTokens &tokens, Doubt doubt = Doubt::GUESS);
 
     /// In the order of their tokens.
     const std::vector<Fault> &getFaults() const { return myFaults; }
@@ -124,6 +126,7 @@ private:
     void addOpen(int block, int header, const std::string &keyword);
 
     const NOD_ScriptTokens &myTokens;
+    const Doubt myDoubt;
     std::deque<Block> myBlocks;
     std::vector<Fault> myFaults;
     std::unordered_map<int, std::size_t> myOpenTexts; ///< their faults, by token

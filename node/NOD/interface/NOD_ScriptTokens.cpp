@@ -91,7 +91,7 @@ private:
 };
 
 NOD_ScriptTokens::NOD_ScriptTokens(std::string_view text, const std::string &name,
-                                   NOD_Interface::Includes includes)
+                                   NOD_Interface::Includes includes, Doubt doubt)
 {
     if (text.size() > theMostBytes) {
         myWholeFlag = false;
@@ -100,7 +100,7 @@ NOD_ScriptTokens::NOD_ScriptTokens(std::string_view text, const std::string &nam
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
     KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
     myStream = std::make_unique<Stream>(is, name, includes, *this);
-    myStream->setEndsOpenTexts(true);
+    myStream->setEndsOpenTexts(doubt == Doubt::GUESS);
     read();
 }
 

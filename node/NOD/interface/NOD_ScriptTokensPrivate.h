@@ -46,8 +46,15 @@ public:
     static constexpr int theMostTokens = 4000000;
     static constexpr std::size_t theMostBytes = std::size_t(1) << 26;
 
+    /// Whether braces and quotes may be at fault, which is guessed by the lines that they stand on.
+    enum class Doubt
+    {
+        GUESS,
+        NONE
+    };
+
     NOD_ScriptTokens(std::string_view text, const std::string &name,
-                     NOD_Interface::Includes includes);
+                     NOD_Interface::Includes includes, Doubt doubt = Doubt::GUESS);
     ~NOD_ScriptTokens();
     NOD_ScriptTokens(const NOD_ScriptTokens &) = delete;
     NOD_ScriptTokens &operator=(const NOD_ScriptTokens &) = delete;

@@ -11,6 +11,8 @@
 #include <NOD/migration/NOD_MigrationComponentsPrivate.h>
 #include <NOD/migration/NOD_MigrationConvertPrivate.h>
 #include <NOD/text/NOD_NumberTextPrivate.h>
+#include <NOD/tree/NOD_LoadingPrivate.h>
+#include <NOD/tree/NOD_ParmRenamesPrivate.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
@@ -50,6 +52,8 @@ struct Former
     NOD_MigrationComponents components;
     std::vector<bool> entryFlags; ///< of each component: whether the value is an entry of the menu
     std::vector<Converter::Result> results; ///< of each component, once it is converted
+    std::vector<std::string> channels;      ///< of each component, what references call it
+    bool rewrittenFlag = false;             ///< its expressions have present names now
 
     bool isDropped() const { return goals.empty(); }
     /// Whether all of it is one parameter of the same name.
@@ -95,6 +99,8 @@ public:
     /// What adoption doesn't find, from a copy of the node as it was.
     void moveOthers(NOD_Node &former);
     void findEntries();
+    /// References by names that were renamed, in this node and all others of its tree.
+    void rename(NOD_Node &former, NOD_Edit &edit);
     void tell();
     bool hasMoved() const
     {
@@ -119,6 +125,7 @@ private:
     Entry fateOf(const Former &former) const;
     Entry compared(const Former &former, const NOD_MigrationComponents &present,
                    const ZEL_Parm &parm) const;
+    NOD_ParmRenames::Names findRenames() const;
     std::string menuFault(const Former &former, const ZEL_Parm &parm) const;
     std::string deviation(const Former &former, const NOD_MigrationComponent &was,
                           const NOD_MigrationComponent &is) const;
@@ -215,6 +222,7 @@ void NOD_Migration::Run::takeFormer()
         former.components = NODcomponentsOf(*parm, myTime);
         former.results.resize(former.components.size());
         for (int k = 0; k < parm->getVectorSize(); ++k) {
+            former.channels.emplace_back(parm->getChannelToken(k).nonNullStr());
             former.entryFlags.push_back(!parm->getChannel(k) &&
                                         NODfindEntry(*parm, NODrawText(*parm, k, myTime)) >= 0);
         }
@@ -333,6 +341,49 @@ void NOD_Migration::Run::findEntries()
     }
 }
 
+/// Of parameters and of their components.
+NOD_ParmRenames::Names NOD_Migration::Run::findRenames() const
+{
+    NOD_ParmRenames::Names names;
+    for (const Former &one : myFormer) {
+        const bool wholeFlag =
+            std::all_of(one.goals.begin(), one.goals.end(),
+                        [&](const Goal &goal) { return goal.token == one.goals[0].token; });
+        for (std::size_t k = 0; k < one.goals.size() && k < one.channels.size(); ++k) {
+            const ZEL_Parm *const to = isPushedOut(one) ? nullptr : find(one.goals[k].token);
+            if (!to || one.goals[k].component >= to->getVectorSize()) {
+                continue;
+            }
+            const std::string present = to->getChannelToken(one.goals[k].component).nonNullStr();
+            if (present != one.channels[k]) {
+                names.emplace(one.channels[k], present);
+            }
+            if (wholeFlag && one.token != one.goals[k].token) {
+                names.emplace(one.token, one.goals[k].token);
+            }
+        }
+    }
+    return names;
+}
+
+/// `former`, too, so that what is compared with the present node differs in nothing but what a step has changed.
+void NOD_Migration::Run::rename(NOD_Node &former, NOD_Edit &edit)
+{
+    const NOD_ParmRenames::Names names = findRenames();
+    for (Former &one : myFormer) {
+        ZEL_Parm *const parm =
+            names.empty() ? nullptr : former.getParms().getParmPtr(one.token.c_str());
+        if (parm && NOD_ParmRenames::rewrite(myNode, *parm, myNode, names)) {
+            one.rewrittenFlag = true;
+            for (std::size_t k = 0; k < one.components.size(); ++k) {
+                one.components[k].body = NODcomponentOf(*parm, int(k), myTime).body;
+            }
+        }
+    }
+    NOD_ParmRenames::rewrite(myNode, names,
+                             [&](NOD_Node &node, ZEL_Parm &parm) { edit.change(node, parm); });
+}
+
 // ---------------------------------------------------------------------- //
 // The account
 // ---------------------------------------------------------------------- //
@@ -403,6 +454,7 @@ NOD_Migration::Entry NOD_Migration::Run::compared(const Former &former,
         return entry;
     }
     if (sameFlag && entry.reason.empty() && (fault.empty() || former.defaultFlag)) {
+        entry.fate = former.rewrittenFlag ? Fate::CONVERTED : Fate::CARRIED;
         return entry;
     }
     entry.fate = former.defaultFlag && !former.copyFlag ? Fate::DEFAULT : Fate::CHANGED;
@@ -488,19 +540,10 @@ void NOD_Migration::Run::tell()
 namespace
 {
 
-/// While it lives, nodes that are made get no presets.
-struct Loading
-{
-    Loading() { ZEL_ParmList::beginLoading(); }
-    ~Loading() { ZEL_ParmList::endLoading(); }
-    Loading(const Loading &) = delete;
-    Loading &operator=(const Loading &) = delete;
-};
-
 NOD_Node &copyOf(NOD_Node &node, NOD_Node &root)
 {
     constexpr const char *theName = "former";
-    const Loading loading;
+    const NOD_Loading loading;
     NOD_Node *const copy = node.getInterface() ? root.addChild(theName, node.getInterface())
                                                : root.addChild(theName, node.getPlainTemplates());
     NOD_NodeState(node).restore(*copy);
@@ -543,6 +586,9 @@ bool NOD_Migration::run(NOD_Node &node, const ZEL_Template *templates, double ti
     }
     work.findEntries();
     NODgrowBlocks(node, time);
+    if (former) {
+        work.rename(*former, edit);
+    }
     work.tell();
     return true;
 }

@@ -5,6 +5,7 @@
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_TextEdit.h>
+#include <NOD/migration/NOD_MigrationComponentsPrivate.h>
 #include <NOD/text/NOD_NumberTextPrivate.h>
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_ChoiceList.h>
@@ -111,13 +112,6 @@ bool isBalanced(std::string_view text)
 // ---------------------------------------------------------------------- //
 // Kinds and entries
 // ---------------------------------------------------------------------- //
-
-std::string rawText(const ZEL_Parm &parm, int index, double time)
-{
-    KIT_String value;
-    parm.getValue(time, value, index, false, BASgetSTID());
-    return value.toStdString();
-}
 
 bool isString(const ZEL_Parm &parm)
 {
@@ -365,7 +359,8 @@ NOD_MigrationConverter::Result NOD_MigrationConverter::convertText(const ZEL_Par
         constexpr bool expand = true;
         KIT_String value;
         from.getValue(myTime, value, fromIndex, expand, BASgetSTID());
-        text = from.getChannel(fromIndex) ? value.toStdString() : rawText(from, fromIndex, myTime);
+        text =
+            from.getChannel(fromIndex) ? value.toStdString() : NODrawText(from, fromIndex, myTime);
     } else {
         from.getValue(myTime, number, fromIndex, BASgetSTID());
         number = apply(number, result);

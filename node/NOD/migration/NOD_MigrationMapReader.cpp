@@ -124,6 +124,7 @@ void NOD_MigrationMapReader::fail(std::size_t begin, std::size_t end, const std:
     message.text = text;
     message.detail = std::move(detail);
     myReport.add(std::move(message));
+    myTestFaultFlag = true;
 }
 
 void NOD_MigrationMapReader::failLine(const Words &words, const std::string &subject,
@@ -441,6 +442,7 @@ bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
 void NOD_MigrationMapReader::readTest(const Words &words)
 {
     myTestFlag = true;
+    myTestFaultFlag = false;
     if (++myTests == NOD_MigrationMap::theMostTests + 1) {
         fail(words[0], "more than " + std::to_string(NOD_MigrationMap::theMostTests) + " tests");
     }
@@ -463,7 +465,14 @@ void NOD_MigrationMapReader::readTest(const Words &words)
 void NOD_MigrationMapReader::readTestLine(const Words &words)
 {
     if (words[0].text == "end") {
-        myTestFlag = !expectWords(words, 1, 1, "end") && myTestFlag;
+        const auto &lines = myMap.myVersions.back().tests.back().lines;
+        const auto expects = [](const NOD_MigrationTest::Line &line) {
+            return line.kind == NOD_MigrationTest::Kind::EXPECT;
+        };
+        expectWords(words, 1, 1, "end");
+        if (std::none_of(lines.begin(), lines.end(), expects) && !myTestFaultFlag) {
+            fail(words[0], "the test expects nothing", {"expect"});
+        }
         myTestFlag = false;
         return;
     }

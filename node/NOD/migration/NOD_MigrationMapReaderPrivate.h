@@ -61,5 +61,6 @@ private:
     int mySteps = 0;
     int myTests = 0;
     bool myStartedFlag = false;
+    bool myTestFaultFlag = false; ///< something was told since the test began
     bool myTestFlag = false; ///< in a test
 };

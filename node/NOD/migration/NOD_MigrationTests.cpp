@@ -13,6 +13,7 @@
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/text/NOD_NumberTextPrivate.h>
+#include <NOD/tree/NOD_LoadingPrivate.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
@@ -60,10 +61,11 @@ public:
     bool run(NOD_Report &report)
     {
         const int from = myTest.from.empty() ? myVersion - 1 : myMap.findVersion(myTest.from);
-        ZEL_ParmList::beginLoading();
-        NOD_Node *const node =
-            myRoot.addChild("test", myMap.getVersions()[std::size_t(from)].interface);
-        ZEL_ParmList::endLoading();
+        NOD_Node *node = nullptr;
+        {
+            const NOD_Loading loading;
+            node = myRoot.addChild("test", myMap.getVersions()[std::size_t(from)].interface);
+        }
         bool good = node != nullptr;
         for (const Line &line : myTest.lines) {
             good =

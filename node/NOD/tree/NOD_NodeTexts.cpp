@@ -23,6 +23,7 @@ namespace
 using Call = TRK_NodePaths::Call;
 using Result = TRK_NodePaths::Result;
 using Form = TRK_NodePaths::Form;
+using Part = TRK_NodePaths::Part;
 
 constexpr std::string_view theBlanks = " \t\r\n";
 
@@ -37,8 +38,18 @@ void add(Result &sum, const Result &one)
 // Channels
 // ---------------------------------------------------------------------- //
 
+/// Literals are no references to parameters.
+Result readText(std::string &text, Form form, const TRK_Collection *variables, const Call &call,
+                Part part)
+{
+    const bool literalFlag = form == Form::TEXT || form == Form::PATHS;
+    return part == Part::ALL && literalFlag && !TRK_NodePaths::hasExpression(text.c_str())
+               ? Result()
+               : TRK_NodePaths::forEach(text, form, variables, call, part);
+}
+
 Result readChannel(TRK_Channel &channel, bool givesText, const TRK_Collection *variables,
-                   const Call &call)
+                   const Call &call, Part part)
 {
     Result sum;
     for (int i = 0; i < channel.getNSegments(); ++i) {
@@ -48,8 +59,8 @@ Result readChannel(TRK_Channel &channel, bool givesText, const TRK_Collection *v
         }
         const TRK_ExprLanguage language = segment.getExprLanguage();
         std::string text(segment.getExpression());
-        const Result one = TRK_NodePaths::forEach(text, TRK_NodePaths::formOf(language, givesText),
-                                                  variables, call);
+        const Result one =
+            readText(text, TRK_NodePaths::formOf(language, givesText), variables, call, part);
         if (one.changed > 0) {
             segment.changeExpression(text.c_str(), language);
         }
@@ -58,7 +69,7 @@ Result readChannel(TRK_Channel &channel, bool givesText, const TRK_Collection *v
     const TRK_ExprLanguage language = channel.getDefaultLanguage();
     std::string text(channel.getDefaultString().nonNullStr());
     const Result one =
-        TRK_NodePaths::forEach(text, TRK_NodePaths::formOf(language, givesText), variables, call);
+        readText(text, TRK_NodePaths::formOf(language, givesText), variables, call, part);
     if (one.changed > 0) {
         channel.setDefaultString(text.c_str(), language);
     }
@@ -254,19 +265,20 @@ TRK_NodePaths::Form NOD_NodeTexts::formOf(const ZEL_Parm &parm)
     return isOfPaths ? Form::PATHS : Form::TEXT;
 }
 
-Result NOD_NodeTexts::forEach(ZEL_Parm &parm, const TRK_Collection *variables, const Call &call)
+Result NOD_NodeTexts::forEach(ZEL_Parm &parm, const TRK_Collection *variables, const Call &call,
+                              Part part)
 {
     Result sum;
     const bool givesText = parm.getType().isStringType();
     for (int k = 0; k < parm.getVectorSize(); ++k) {
         if (TRK_Channel *const channel = parm.getChannel(k)) {
-            add(sum, readChannel(*channel, givesText, variables, call));
+            add(sum, readChannel(*channel, givesText, variables, call, part));
         }
     }
     if (auto *const texts = givesText ? dynamic_cast<ZEL_String *>(parm.getInstance()) : nullptr) {
         texts->rewriteTexts([&](int, KIT_String &raw) {
             std::string text(raw.nonNullStr());
-            const Result one = TRK_NodePaths::forEach(text, formOf(parm), variables, call);
+            const Result one = readText(text, formOf(parm), variables, call, part);
             if (one.changed > 0) {
                 raw = text;
             }
@@ -283,7 +295,8 @@ bool NOD_NodeTexts::isReadable(const Section &section)
            (section.first == "values" && (section.second.empty() || section.second[0] != '\0'));
 }
 
-Result NOD_NodeTexts::forEach(Section &section, const TRK_Collection *variables, const Call &call)
+Result NOD_NodeTexts::forEach(Section &section, const TRK_Collection *variables, const Call &call,
+                              Part part)
 {
     Result sum;
     const bool channelsFlag = section.first == "channels";
@@ -293,7 +306,7 @@ Result NOD_NodeTexts::forEach(Section &section, const TRK_Collection *variables,
     std::size_t done = 0;
     for (const Place &place : channelsFlag ? channelPlaces(words) : valuePlaces(words)) {
         std::string text = place.word->text;
-        const Result one = TRK_NodePaths::forEach(text, place.form, variables, call);
+        const Result one = readText(text, place.form, variables, call, part);
         if (one.changed > 0) {
             written.append(source, done, place.word->start - done);
             written += channelsFlag ? channelQuoted(text) : valueQuoted(text);

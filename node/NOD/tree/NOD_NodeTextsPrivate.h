@@ -27,13 +27,18 @@ struct NOD_NodeTexts
 
     /// Of a parameter's texts.
     static TRK_NodePaths::Form formOf(const ZEL_Parm &parm);
+    using Part = TRK_NodePaths::Part;
+
     /// Calls for each path in the expressions and texts of a parameter, in an order that only depends on
-    /// them, and writes those that it replaces, without an event.
-    static Result forEach(ZEL_Parm &parm, const TRK_Collection *variables, const Call &call);
+    /// them, and writes those that it replaces, without an event. Texts that have no expression have no
+    /// references to parameters.
+    static Result forEach(ZEL_Parm &parm, const TRK_Collection *variables, const Call &call,
+                          Part part = Part::NODE);
     /// Whether the form of the section is known.
     static bool isReadable(const Section &section);
     /// The same in channels and values whose parameters are missing.
-    static Result forEach(Section &section, const TRK_Collection *variables, const Call &call);
+    static Result forEach(Section &section, const TRK_Collection *variables, const Call &call,
+                          Part part = Part::NODE);
     /// Calls for each possible path to another node, as seen from a node.
     static void forEachPossible(const Section &section, NOD_Node &node,
                                 const std::function<void(const std::string &path)> &call);

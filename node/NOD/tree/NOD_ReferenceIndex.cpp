@@ -51,6 +51,11 @@ NOD_ReferenceIndex::~NOD_ReferenceIndex()
     myRoot.myReferences = nullptr;
 }
 
+NOD_ReferenceIndex *NOD_ReferenceIndex::of(NOD_Node &node)
+{
+    return node.getRoot()->myReferences;
+}
+
 void NOD_ReferenceIndex::note(NOD_Node &node) noexcept
 {
     const std::lock_guard<std::mutex> guard(myLock);

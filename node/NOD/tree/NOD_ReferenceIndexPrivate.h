@@ -34,6 +34,9 @@ public:
     NOD_ReferenceIndex(const NOD_ReferenceIndex &) = delete;
     NOD_ReferenceIndex &operator=(const NOD_ReferenceIndex &) = delete;
 
+    /// That of the node's tree; null without one.
+    static NOD_ReferenceIndex *of(NOD_Node &node);
+
     /// The node is unread.
     void note(NOD_Node &node) noexcept;
     void forget(NOD_Node &node) noexcept;

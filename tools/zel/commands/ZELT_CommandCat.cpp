@@ -4,7 +4,6 @@
 #include "ZELT_Messages.h"
 
 #include <NOD/NOD_Report.h>
-#include <NOD/NOD_ScriptMap.h>
 
 #include <iostream>
 
@@ -30,8 +29,7 @@ int cat(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
         return 0;
     }
     NOD_Report report;
-    const std::string found = script ? "" : NODfindScript(call.file, report);
-    if (!found.empty() && !(script = ZELTloadScript(found, messages))) {
+    if (!script && !ZELTfindScript(call.file, script, messages)) {
         return 1;
     }
     constexpr bool isExact = true;
@@ -39,8 +37,7 @@ int cat(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     ZELT_Comparison reader(isExact);
     NOD_Document document;
     std::string text;
-    const bool goodFlag = !report.hasErrors() &&
-                          reader.readOne(script, call.file, bytes, document, messages) &&
+    const bool goodFlag = reader.readOne(script, call.file, bytes, document, messages) &&
                           document.write(text, isBinary, report);
     messages.add(report);
     std::cout << text;

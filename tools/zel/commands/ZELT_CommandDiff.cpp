@@ -16,6 +16,7 @@ namespace
 struct Call
 {
     std::string files[3]; ///< a script and the two, or the two
+    std::string path;     ///< what the two are called where they come from
     std::vector<std::string> tolerances;
     bool exact = false;
     bool patch = false;
@@ -70,7 +71,7 @@ int diff(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     const bool scriptFlag = !call.files[2].empty();
     if (report.hasErrors() ||
         !comparison.read(scriptFlag ? call.files[0] : "", call.files[scriptFlag ? 1 : 0],
-                         call.files[scriptFlag ? 2 : 1], messages)) {
+                         call.files[scriptFlag ? 2 : 1], call.path, messages)) {
         return 1;
     }
     const NOD_Difference difference =
@@ -107,6 +108,9 @@ void ZELTaddDiff(ZELT_CommandLine &line)
             "A stream, channel file, preset, node or scene file, or a script; - for standard input")
         .required();
     command.addOption("B", call.files[2], "Another one");
+    command.addOption(
+        "--path", call.path,
+        "What the two are called where they come from: to find their script, or what they include");
     const ZELT_Option tolerance = command.addList(
         "--tolerance", call.tolerances,
         "How far numbers may be apart: 0.001, 0.1% or 4ulp, with PATTERN= in front for some");

@@ -3,12 +3,12 @@
 #include "ZELT_File.h"
 #include "ZELT_Messages.h"
 
-#include <NOD/NOD_ConflictNotes.h>
 #include <NOD/NOD_Merge.h>
 #include <NOD/NOD_Report.h>
-#include <NOD/NOD_ScriptMap.h>
 
+#include <algorithm>
 #include <iostream>
+#include <iterator>
 #include <optional>
 #include <unistd.h>
 
@@ -33,7 +33,6 @@ struct Call
 
 struct Files
 {
-    std::string script;
     ZELT_ScriptPtr interface; ///< null without a script
     std::string names[3];
     NOD_Document documents[3]; ///< base, ours, theirs
@@ -45,16 +44,10 @@ bool read(const Call &call, Files &files, ZELT_Messages &messages)
     for (int i = 0; i < 3; ++i) {
         files.names[i] = call.files[scriptFlag ? i + 1 : i];
     }
-    NOD_Report report;
     const std::string &given = call.script.empty() && scriptFlag ? call.files[0] : call.script;
-    files.script = given.empty()
-                       ? NODfindScript(call.path.empty() ? files.names[1] : call.path, report)
-                       : given;
-    messages.add(report);
-    if (report.hasErrors()) {
-        return false;
-    }
-    if (!files.script.empty() && !(files.interface = ZELTloadScript(files.script, messages))) {
+    const std::string &placed = call.path.empty() ? files.names[1] : call.path;
+    if (given.empty() ? !ZELTfindScript(placed, files.interface, messages)
+                      : !(files.interface = ZELTloadScript(given, messages))) {
         return false;
     }
     constexpr bool isExact = true;
@@ -103,32 +96,13 @@ std::optional<Side> ask(const NOD_Conflict &conflict)
     }
 }
 
-/// Comments that wouldn't be read as such are left out.
-void addNotes(const Call &call, const Files &files, const NOD_Merge &merge,
-              const NOD_Document &made, std::string &bytes)
+/// What the file tells of: those that nobody has decided.
+NOD_Merge::Conflicts notesOf(const Call &call, const NOD_Merge &merge)
 {
-    if (call.noNotes || made.isBinary() || made.getKind() != NOD_FileKind::STREAM) {
-        return;
-    }
     NOD_Merge::Conflicts open;
-    for (const NOD_Conflict &conflict : merge.getConflicts()) {
-        if (!conflict.isDecided) {
-            open.push_back(conflict);
-        }
-    }
-    const std::string noted = NODaddConflictNotes(bytes, made.getTop(), open);
-    const auto readAgain = [&](const std::string &text, NOD_Document &document) {
-        NOD_Report report;
-        NOD_DocumentOptions options;
-        options.isExact = true;
-        options.interface = files.interface;
-        return document.read(text, files.names[1], options, report) && report.isEmpty();
-    };
-    NOD_Document without, with;
-    if (!open.empty() && readAgain(bytes, without) && readAgain(noted, with) &&
-        with.getTop().isSame(without.getTop())) {
-        bytes = noted;
-    }
+    std::copy_if(merge.getConflicts().begin(), merge.getConflicts().end(), std::back_inserter(open),
+                 [&](const NOD_Conflict &one) { return !one.isDecided && !call.noNotes; });
+    return open;
 }
 
 void print(const Call &call, const ZELT_Options &options, const Files &files,
@@ -173,12 +147,11 @@ int merge(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     made.setTop(std::move(top));
     std::string bytes;
     NOD_Report report;
-    const bool writtenFlag = made.write(bytes, report);
+    const bool writtenFlag = made.write(bytes, notesOf(call, merge), report);
     messages.add(report);
     if (!writtenFlag) {
         return 1;
     }
-    addNotes(call, files, merge, made, bytes);
     print(call, options, files, merge);
     const bool goodFlag =
         (call.report.empty() || ZELTwriteFile(call.report, merge.toJson(), messages)) &&

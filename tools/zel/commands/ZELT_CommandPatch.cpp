@@ -28,7 +28,8 @@ int patch(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     NOD_Report report;
     std::string text, input, bytes;
     ZELT_ScriptPtr script;
-    if ((scriptFlag && !(script = ZELTloadScript(call.files[0], messages))) ||
+    if ((scriptFlag ? !(script = ZELTloadScript(call.files[0], messages))
+                    : !ZELTfindScript(name, script, messages)) ||
         !ZELTreadBytes(name, input, messages) ||
         !reader.readOne(script, name, input, document, messages) ||
         !ZELTreadBytes(patchName, text, messages)) {
@@ -67,8 +68,10 @@ void ZELTaddPatch(ZELT_CommandLine &line)
             "The dialog script that IN has the values of; or, without PATCH, the file itself")
         .required();
     command
-        .addOption("IN", call.files[1],
-                   "A stream, channel file, node or scene file; or, without PATCH, the patch")
+        .addOption(
+            "IN", call.files[1],
+            "A stream, channel file, preset, node or scene file, or a script; or, without PATCH, "
+            "the patch")
         .required();
     command.addOption("PATCH", call.files[2], "What `zel diff --patch` has printed");
     command
