@@ -346,6 +346,11 @@ zel.Key(...) all of it. Keys that are put in go where their times are.
 )")
         .def("__len__", &Keys::count)
         .def("__getitem__", getKeys)
+        .def("__iter__",
+             [](const Keys &self) {
+                 return py::iter(
+                     getKeys(self, py::slice(std::nullopt, std::nullopt, std::nullopt)));
+             })
         .def("__setitem__", setKeyAt)
         .def("__delitem__", removeKeys)
         .def("__repr__", keysText)

@@ -6,6 +6,7 @@
 #include "PYZ_Migration.h"
 #include "PYZ_Node.h"
 #include "PYZ_Parm.h"
+#include "PYZ_Ramp.h"
 #include "PYZ_Scene.h"
 #include "PYZ_Script.h"
 
@@ -27,6 +28,7 @@ PYBIND11_MODULE(_zel, module)
     PYZdefineMigration(module);
     PYZdefineScript(module);
     PYZdefineArrays(module);
+    PYZdefineRamp(module);
     module.def(
         "enable_python", SNKsetPythonEnabled, py::arg("on"),
         "enable_python(on)\n\nWhether menus and expressions in Python run in this process: for files of "

@@ -96,8 +96,11 @@ void revert(const PYZ_Parm &self)
 
 py::object getToken(const PYZ_Parm &self)
 {
-    return each(self, [&](const ZEL_Parm &parm, int index) -> py::object {
-        const std::vector<std::string> words = NODordinalWords(parm);
+    const std::vector<std::string> words = NODordinalWords(self.get());
+    if (words.empty()) {
+        return py::none();
+    }
+    return each(self, [&](const ZEL_Parm &, int index) -> py::object {
         const PYZ_Parm one(self.getSceneObject(), self.getNode(), self.getToken(), index);
         const py::object value = PYZread(one, self.getTime());
         if (!PyLong_Check(value.ptr())) {
@@ -517,6 +520,9 @@ void defineState(py::class_<PYZ_Parm> &type)
     type.def_property_readonly(
         "is_spare", [](const PYZ_Parm &self) { return self.get().isSpareParm(); },
         "Whether the node's type doesn't have it.");
+    type.def_property_readonly(
+        "is_ramp", [](const PYZ_Parm &self) { return self.get().isRampType(); },
+        "Whether it is a ramp, whose items are its keys: see ramp().");
     type.def_property_readonly(
         "is_gone", [](const PYZ_Parm &self) { return !self.isThere(); },
         "Whether the node hasn't it any more.");
