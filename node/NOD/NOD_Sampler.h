@@ -13,7 +13,7 @@
 /// Units:      times in seconds. Rows lie one after another.
 /// Ownership:  borrows parameters: none may be added or removed between add() and the last sample().
 /// Threads:    sample() is a reading, and starts workers of oneTBB; add() is as a look-up.
-/// Errors:     a column must be numbers. What fails to be evaluated is 0, and counted.
+/// Errors:     a column must be numbers. What fails to be evaluated is what a read of it gives, 0 as a rule, and counted.
 /// Cost:       for each value the read of the parameter; no allocation but in expressions.
 #pragma once
 

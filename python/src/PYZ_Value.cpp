@@ -8,6 +8,7 @@
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_TextEdit.h>
 #include <SNK/SNK_Python.h>
+#include <TRK/TRK_Channel.h>
 #include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_DataItem.h>
 #include <ZEL/ZEL_InputBudget.h>
@@ -62,11 +63,21 @@ PYZ_Cell evaluate(const ZEL_Parm &parm, PYZ_Kind kind, int index, double time, P
     return {};
 }
 
-/// What a component of numbers without a channel or override has can't run anything.
-bool isPlain(const ZEL_Parm &parm, PYZ_Kind kind, int index)
+/// Whether reading the components takes no longer than letting others have the interpreter: numbers that stand or lie
+/// on a curve. They can't run anything or fail, either.
+bool isBrief(const PYZ_Parm &handle, const ZEL_Parm &parm, PYZ_Kind kind, double time)
 {
-    return kind <= PYZ_Kind::TOGGLE && !parm.isMultiParm() && !parm.getChannel(index) &&
-           !parm.getIsOverrideActive(index);
+    if (kind == PYZ_Kind::TEXT || kind == PYZ_Kind::DICT || parm.isMultiParm()) {
+        return false;
+    }
+    for (int k = handle.getFirst(); k < handle.getEnd(parm); ++k) {
+        const TRK_Channel *const channel = parm.getChannel(k);
+        const TRK_Segment *const segment = channel ? channel->getExpressionSegment(time) : nullptr;
+        if ((segment && !segment->isInterpolated()) || parm.getIsOverrideActive(k)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 [[noreturn]] void raiseFailure(const PYZ_Parm &handle, int number, const NOD_Report &report)
@@ -360,11 +371,18 @@ py::object PYZread(const PYZ_Parm &handle, double time, PYZ_Texts texts)
         throw py::type_error(handle.getName(parm) + " has no value");
     }
     const bool vectorFlag = handle.isVector(parm);
-    if (!vectorFlag && isPlain(parm, kind, handle.getFirst())) {
+    const bool briefFlag = isBrief(handle, parm, kind, time);
+    if (briefFlag && !vectorFlag) {
         return PYZfromCell(evaluate(parm, kind, handle.getFirst(), time, texts, BASgetSTID()),
                            kind);
     }
-    const std::vector<PYZ_Cell> cells = evaluateAll(handle, kind, time, texts);
+    std::vector<PYZ_Cell> cells;
+    for (int k = 0; briefFlag && k < parm.getVectorSize(); ++k) {
+        cells.push_back(evaluate(parm, kind, k, time, texts, BASgetSTID()));
+    }
+    if (!briefFlag) {
+        cells = evaluateAll(handle, kind, time, texts);
+    }
     if (!vectorFlag) {
         return PYZfromCell(cells.at(0), kind);
     }

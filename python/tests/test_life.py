@@ -1,6 +1,7 @@
 """Lives, cycles and threads."""
 
 import gc
+import pathlib
 import resource
 import sys
 import threading
@@ -85,7 +86,7 @@ def test_threads_read_while_others_change(kinds):
     stop = []
 
     def read(scene):
-        for _ in range(300):
+        for _ in range(15):
             node = scene["n"]
             value = node["size"].value
             assert value == int(value) and node["t"].at(frame=5)[0] % 2 == 0
@@ -153,4 +154,5 @@ def test_a_thousand_rounds_keep_the_memory(kinds):
     rounds(1000)
     assert len(gc.get_objects()) - objects < 200
     # A sanitizer keeps what is freed for a while.
-    assert resident() - before < (400 if "libasan" in open("/proc/self/maps").read() else 8) * 2**20
+    megabytes = 400 if "libasan" in pathlib.Path("/proc/self/maps").read_text() else 8
+    assert resident() - before < megabytes * 2**20

@@ -65,13 +65,13 @@ NOD_SampleFault NOD_Sampler::sampleRows(const double *times, std::size_t first, 
     for (std::size_t row = first; row < end; ++row) {
         const TRK_EvalContext::Scope context(thread, times[row]);
         for (std::size_t column = 0; column < getWidth(); ++column, ++out) {
-            const std::int64_t before = errors.getManager().entries();
             *out = 0.0;
             myColumns[column].parm->getValue(times[row], *out, myColumns[column].index, thread);
-            if (number != EVL::EVL_OK || errors.getManager().entries() > before) {
+            if (number != EVL::EVL_OK || errors.getManager().entries() > 0) {
                 fault = fault.count == 0 ? NOD_SampleFault{0, row, column, number} : fault;
                 ++fault.count;
                 number = EVL::EVL_OK;
+                errors.getManager().clearAndDestroyErrors();
             }
         }
     }
