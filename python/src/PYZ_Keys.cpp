@@ -22,6 +22,8 @@ constexpr bool theUpdateMulti = true;
 /// `zel.Keys`.
 struct Keys
 {
+    using PYZ_Class = void;
+
     PYZ_Parm parm;
 
     TRK_Channel *channel() const { return parm.get().getChannel(parm.getFirst()); }

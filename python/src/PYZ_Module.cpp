@@ -19,6 +19,15 @@ PYBIND11_MODULE(_zel, module)
     options.disable_function_signatures();
     module.doc() = "The compiled part of zel.";
     module.attr("__version__") = PYZ_VERSION;
+    py::register_local_exception_translator([](std::exception_ptr fault) {
+        try {
+            if (fault) {
+                std::rethrow_exception(fault);
+            }
+        } catch (const py::cast_error &) {
+            PyErr_SetString(PyExc_TypeError, "a value is of another type than is needed");
+        }
+    });
     PYZdefineInterface(module);
     PYZdefineScene(module);
     PYZdefineNode(module);

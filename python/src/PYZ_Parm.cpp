@@ -47,10 +47,18 @@ py::object each(const PYZ_Parm &self, const Read &read)
 // Values
 // ---------------------------------------------------------------------- //
 
+const PYZ_Parm &parmOf(PyObject *self)
+{
+    if (const PYZ_Parm *const parm = PYZself<PYZ_Parm>(self)) {
+        return *parm;
+    }
+    throw py::type_error("the parameter wasn't made by a node");
+}
+
 PyObject *getValue(PyObject *self, void *)
 {
     return PYZguard([&] {
-        const PYZ_Parm &parm = *PYZself<PYZ_Parm>(self);
+        const PYZ_Parm &parm = parmOf(self);
         return PYZread(parm, parm.getTime()).release().ptr();
     });
 }
@@ -61,7 +69,7 @@ int setValue(PyObject *self, PyObject *value, void *)
         if (!value) {
             throw py::attribute_error("a value can't be deleted; revert() gives the default");
         }
-        const PYZ_Parm &parm = *PYZself<PYZ_Parm>(self);
+        const PYZ_Parm &parm = parmOf(self);
         PYZwrite(parm, value, parm.getTime());
     });
 }

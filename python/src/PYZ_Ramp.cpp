@@ -19,6 +19,8 @@ namespace
 
 struct Ramp
 {
+    using PYZ_Class = void;
+
     KIT_Ramp ramp;
     bool colorFlag = false;
     std::string name;
@@ -165,7 +167,7 @@ The ramp as it is at a time in seconds, or at a frame; without either at the sce
 
 >>> script = 'parm { name "falloff" type ramp_flt default { 2 } }'
 >>> node = zel.Scene().add("fog", zel.Interface.from_text(script, "fog"))
->>> node["falloff"].ramp().at(0.25)
-0.25
+>>> node["falloff"].ramp().at(1)
+1.0
 )");
 }

@@ -53,6 +53,8 @@ void forEachBelow(NOD_Node &node, const Call &call)
 class UndoBlock
 {
 public:
+    using PYZ_Class = void;
+
     UndoBlock(py::object scene, std::string label)
         : myScene(std::move(scene)), myLabel(std::move(label))
     {}

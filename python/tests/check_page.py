@@ -60,14 +60,15 @@ def sections_of(page):
             yield inside
 
 
-def program_of(page, steps):
+def program_of(steps):
     """One that prints a mark after each step."""
     lines = ["import os, subprocess, sys", "sys.path.insert(0, '')", "def _mark():", "    sys.stdout.flush()"]
     lines += ["    sys.stderr.flush()", f"    os.write(1, {MARK.encode()!r})", "_names = {'__name__': '__main__'}"]
+    above = ""  # lines of a warning or traceback are those of the program
     for step in steps:
         if step.kind == "python":
-            code = "\n" * (step.line - 1) + step.code
-            lines.append(f"exec(compile({code!r}, {os.path.basename(page)!r}, 'exec'), _names)")
+            lines.append(f"exec(compile({above + step.code!r}, 'job.py', 'exec'), _names)")
+            above += "\n" * step.code.count("\n")
         elif step.kind == "file":
             lines.append(f"open({FILE.match(step.code)[1]!r}, 'w', encoding='utf-8').write({step.code!r})")
         else:
@@ -81,10 +82,11 @@ def run(page, steps, examples, folder):
     shutil.copytree(examples, folder / "examples", ignore=shutil.ignore_patterns("CMakeLists.txt", "*.cpp"))
     environment = {key: value for key, value in os.environ.items() if not re.match("ZEL|XDG_|LC_|LANG", key)}
     environment.update(HOME=str(folder / "home"), LC_ALL="C.UTF-8", MPLBACKEND="agg")
+    environment["PYTHONPATH"] = os.path.abspath(environment.get("PYTHONPATH", "."))
     environment["PATH"] = f"{folder / 'bin'}:{environment['PATH']}"
     (folder / "bin").mkdir()
     (folder / "bin" / "python3").symlink_to(sys.executable)
-    done = subprocess.run([sys.executable, "-c", program_of(page, steps)], cwd=folder,
+    done = subprocess.run([sys.executable, "-c", program_of(steps)], cwd=folder,
                           env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     printed = done.stdout.decode("utf-8", "replace").replace(str(folder), "FOLDER").split(MARK)
     if done.returncode != 0 or len(printed) != len(steps) + 1:

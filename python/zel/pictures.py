@@ -132,7 +132,7 @@ def plot(what: _Drawn, *, frames: Optional[Tuple[float, float]] = None, ax: Any 
         color = _COLORS[number % len(_COLORS)]
         ax.plot(*zip(*curve.points), color=color, label=curve.name)
         if curve.keys:
-            ax.plot(*zip(*curve.keys), "o", color=color, label="_keys")
+            ax.plot(*zip(*curve.keys), "o", color=color, label=f"_{curve.name}")
     ax.set_xlabel("frame")
     if curves:
         ax.legend()
