@@ -9,6 +9,7 @@
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_Range.h>
 
 #include <cmath>
 #include <optional>
@@ -257,10 +258,12 @@ bool setColumn(NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, int index,
         return false;
     }
     TRK_Channel *const channel = parm.getChannel(index);
+    const ZEL_Range *const range = parm.getRangePtr();
     for (std::size_t i = 0; channel && i < times.size(); ++i) {
+        const double value = values[i * columns];
         TRK_FullKey key;
         key.time = times[i];
-        key.in.value = key.out.value = values[i * columns];
+        key.in.value = key.out.value = range ? range->constrain(value) : value;
         key.expression = curve;
         channel->putFullKey(key);
     }

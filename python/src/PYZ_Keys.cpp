@@ -8,6 +8,7 @@
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_Range.h>
 
 #include <algorithm>
 #include <cmath>
@@ -34,10 +35,11 @@ struct Keys
     }
 };
 
-/// A key as it comes from Python: as much of it as is given.
+/// A key as it comes from Python.
 struct GivenKey
 {
     TRK_FullKey key;
+    bool isPair = false;             ///< of a time and a value alone: the curve is the library's
     std::optional<std::string> text; ///< the value of a string
 };
 
@@ -156,6 +158,7 @@ GivenKey toKey(const py::handle item, const ZEL_Parm &parm, const std::string &n
             throw py::type_error("a key is a zel.Key, or a time and a value");
         }
         full = recordType(pair[0], pair[1]);
+        given.isPair = true;
     }
     TRK_FullKey &key = given.key;
     key.time = number(full.attr("time"), "time");
@@ -207,8 +210,13 @@ bool putKey(NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, int index, const Giv
         return false;
     }
     TRK_Channel *const channel = parm.getChannel(index);
-    if (channel) {
-        channel->putFullKey(given.key);
+    if (channel && !given.isPair) {
+        TRK_FullKey key = given.key;
+        if (const ZEL_Range *const range = parm.getRangePtr()) {
+            key.in.value = range->constrain(key.in.value);
+            key.out.value = range->constrain(key.out.value);
+        }
+        channel->putFullKey(key);
         parm.privateValueChanged(index, theSendEvent, theUpdateMulti);
     }
     return channel != nullptr;

@@ -78,3 +78,11 @@ def test_locked_keys_stay(node, keys):
         with pytest.raises(zel.EditError):
             edit()
     assert [key.value for key in keys] == [1, 3, 2]
+
+
+def test_keys_keep_to_a_hard_range_and_to_the_curve(node):
+    size = node["size"]
+    size.keys = [(0, 99), zel.Key(1, -5, in_value=20), (2, 3)]
+    assert [(key.value, key.in_value) for key in size.keys] == [(10, 10), (0, 10), (3, 3)]
+    size.set_keys([50, -50], frames=[1, 25])
+    assert [key.value for key in size.keys] == [10, 0]

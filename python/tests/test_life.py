@@ -86,7 +86,7 @@ def test_threads_read_while_others_change(kinds):
     stop = []
 
     def read(scene):
-        for _ in range(15):
+        for _ in range(6):
             node = scene["n"]
             value = node["size"].value
             assert value == int(value) and node["t"].at(frame=5)[0] % 2 == 0
