@@ -24,6 +24,8 @@ import threading
 import time
 import warnings
 
+from signatures import Parameter, signature_of, signature_of_class
+
 SCRIPT = """{
     name fuzz
     parm { name "size" type float default { 1.5 } range { 0! 10! } }
@@ -43,17 +45,35 @@ SCRIPT = """{
     }
 }"""
 
-TEXTS = (
-    "", "a", "b", "/a", "/a/b", "..", "size", "t", "tx", "t[1]", "points", "w1", "w#", "*", "/*/t*", "curve", "$F / 8",
-    "ch('../a/size')", "ch('size')", "vmr.frame()", "1/0", "python", "native", "linear()", "bezier()", "constant()",
-    "text", "binary", "channels", "node", "folder", "hint", "Z305", "ours", "0.001", "ZEL 5", "fuzz", "on", "soft",
-    "\ud800", "a\0b", "ü\u2028", "x" * 5000, "{", "parm {", "out.scene", "out.parms", "in.ds", "map", SCRIPT,
-)  # fmt: skip
+MAP = 'migration 1.0\ntype fuzz\nunmarked 1\nversion 1 in.ds\nversion 2 in.ds\n\trename size mode\n'
+NAMES = ("size", "t", "tx", "tz", "count", "on", "mode", "pick", "file", "press", "curve", "band", "curve1value", "dict")
+NAMES += ("points", "w1", "w2", "in1", "q1_1", "nothing", "")
+PATHS = ("a", "/a", "/a/b", "a/b", "c", "/a/c", "..", "/", "", "b", "*", "/a/**")
+ADDRESSES = ("size", "t", "*", "/a/t", "/*/t*", "w#", "q*", "/a/b/size", "nothing", "t:1", "[", "note*")
+EXPRESSIONS = ("$F / 8", "ch('../a/size')", "ch('size') + 1", "1 / 0", "vmr.frame()", "vmr.ch('size')", "1/0", "sin(", "")
+CURVES = ("linear()", "bezier()", "constant()", "cubic()", "nothing()", "$F")
+TEXTS = ("text", "folder", "Z305", "ZEL 5", "on", "soft", "\ud800", "a\0b", "ü\u2028", "x" * 5000, "{", "parm {", SCRIPT)
+TEXTS += NAMES + PATHS + ADDRESSES + EXPRESSIONS + CURVES
 NUMBERS = (0, 1, -1, 2, 3, 7, 255, 2**31 - 1, -(2**31), 2**31, 2**63, -(2**70), True, False)
+SMALL = (0, 1, 2, -1, 5)
 FLOATS = (0.0, -0.0, 0.5, 1.0, 24.0, 97.0, -3.25, 1e-320, 1e300, -1e300, float("inf"), float("-inf"), float("nan"))
+FORMS = ("text", "binary", "compact", "channels", "node")
+INPUTS = ("in.ds", "in.map", "in.scene", "in.parms", "in.node", "in.preset", "out.scene", "out.parms", "nothing", b"in.scene")
 # What writes gets only these: nothing else of the machine is a file of ours.
-FILES = ("out.scene", "out.parms", "out.node", "nowhere/out", b"out.bytes", "in.ds", "")
+OUTPUTS = ("out.scene", "out.parms", "out.node", "nowhere/out", b"out.bytes", "in.preset")
 WRITERS = ("save", "save_preset", "copy", "rename", "remove")
+# What a parameter of that name is likely to be.
+CHOICES = {
+    "name": NAMES + ("first", "second"), "new_name": ("first", "second", "c"), "label": ("step", "", "other"),
+    "addresses": ADDRESSES + (ADDRESSES[:4],), "expression": EXPRESSIONS + CURVES + (None,), "form": FORMS,
+    "language": ("native", "python"), "code": ("ZEL 5", "Z305", "NOD", ""), "title": ("", "<t>"), "level": ("hint", "error"),
+    "scripts": (True, False, "folder"), "includes": (True, False, "folder"), "strict": (True, False, None),
+    "tolerance": ((), "0.001", ("t*=4ulp", "0.1%")), "disable": ("", "Z305", ["Z1"]), "only": ((), ["size"], ("t", "w*")),
+    "table": ("Node", "x"), "type": ("fuzz", "light"), "version": ("1", "2", None, "9"), "start": ("1", "2", None),
+    "index": SMALL, "new_index": SMALL, "component": SMALL, "steps": SMALL, "bytes": (0, 10**6, -1), "position": FLOATS,
+    "renames": ({}, {"size": "mode"}, {"a": "b", "b": "a"}), "policies": ({}, {"/a*": "ours"}, {"*": "theirs", "t": "base"}),
+}  # fmt: skip
+BOOLS = ("binary", "changed_only", "self_contained", "replace", "sort", "exact", "allow_loss", "on")
 
 
 class Nasty:
@@ -83,18 +103,44 @@ class Fuzz:
         self.depth = self.steps = self.done = 0
         self.classes = [zel.Scene, zel.Node, zel.Parm, zel.Keys, zel.Interface, zel.Ramp, zel.Difference, zel.Merge]
         self.classes += [zel.MigrationMap, zel.Presets, zel.Scene.UndoBlock, zel.Picture]
-        self.functions = [getattr(zel, name) for name in zel.__all__ if inspect.isbuiltin(getattr(zel, name))]
-        self.functions += [zel.plot, zel.draw, zel._zel._draw_curves, zel.Scene.from_bytes, zel.Interface.from_text]
-        self.functions += [zel.Difference.from_json, *self.classes]
-        self.interface = zel.Interface("in.ds")
+        made = (zel.Scene, zel.Interface, zel.MigrationMap, zel.Presets)
+        self.functions = [(zel, name) for name in zel.__all__ if inspect.isbuiltin(getattr(zel, name)) or getattr(zel, name) in made]
+        self.functions += [(zel, "plot"), (zel, "draw"), (zel._zel, "_draw_curves"), (zel.Scene, "from_bytes")]
+        self.functions += [(zel.Interface, "from_text"), (zel.Difference, "from_json")]
+        self.signatures = {}
+        self.prepare()
         self.pool = []
         self.restart()
 
+    def prepare(self):
+        """Files of every kind."""
+        for name, text in (("in.ds", SCRIPT), ("in.map", MAP)):
+            with open(name, "w", encoding="utf-8") as file:
+                file.write(text)
+        self.interface = self.zel.Interface("in.ds")
+        scene = self.zel.Scene()
+        node = scene.add("a", self.interface)
+        node["t"].value = (4, 5, 6)
+        node["size"].keys = [(0, 1), (1, 2)]
+        scene.save("in.scene")
+        node.save("in.parms", "binary")
+        node.save("in.node", "node")
+        with open("in.preset", "wb") as file:
+            file.write(node.preset_text(only=["t", "points"]))
+
     def restart(self):
+        """A few objects of each class, and none of those before."""
+        if "matplotlib.pyplot" in sys.modules:
+            sys.modules["matplotlib.pyplot"].close("all")
         scene = self.zel.Scene()
         a = scene.add("a", self.interface)
         b = scene.add("a/b", self.interface)
-        self.pool = [scene, a, b, self.interface, a["t"], a["size"], b["points"], a["curve"], b["t"].keys[0]]
+        b["t"].keys = ([(0, 1), (2, 5)], [], [(1, 1)])
+        a.on_change(self.handler)
+        b.on_press(self.handler)
+        self.pool = [scene, a, b, self.interface, a["t"], a["size"], b["points"], a["curve"], b["t"].keys[0], b["t"]]
+        self.pool += [a["curve"].ramp(), self.zel.diff(a, b), self.zel.MigrationMap("in.map"), scene.undo("block")]
+        self.pool += [self.zel.merge(a, b, b), self.zel.Presets("fuzz"), b["press"], b["mode"]]
 
     def put(self, thing):
         """What is given from here on, and used if it is of a class of ours."""
@@ -137,28 +183,71 @@ class Fuzz:
         self.step()
         return self.value()
 
-    def argument(self, name):
+    def some(self, *kinds):
+        """One of the pool, of these classes if there is one."""
+        fitting = [one for one in self.pool if isinstance(one, kinds)]
+        return self.random.choice(fitting) if fitting else self.value()
+
+    def document(self):
+        """A state to compare: a scene, a node, a file's name or its bytes, whole or not."""
+        zel = self.zel
+        kind = self.random.randrange(4)
+        if kind == 0:
+            return self.random.choice(INPUTS)
+        thing = self.some(zel.Scene, zel.Node, zel.Interface)
+        if kind == 1 and isinstance(thing, (zel.Scene, zel.Node)):
+            data = thing.to_bytes()
+            return data[: self.random.randrange(len(data) + 1)] if self.random.random() < 0.3 else data
+        return thing
+
+    def key(self):
+        numbers = [self.random.choice(FLOATS[:8]) for _ in range(7)]
+        return self.random.choice((tuple(numbers[:2]), self.zel.Key(*numbers, self.random.choice(CURVES))))
+
+    def argument(self, name, owner=""):
         """Of a likely kind for a parameter of that name, or anything."""
-        if self.random.random() < 0.3:
+        zel, choice = self.zel, self.random.choice
+        if self.random.random() < 0.08:
             return self.value()
-        choice = self.random.choice
-        if name in ("path", "name", "new_name", "form", "text", "title", "addresses", "label", "expression", "code"):
-            return choice(TEXTS)
+        if name in CHOICES:
+            return choice(CHOICES[name])
+        if name in BOOLS:
+            return self.random.random() < 0.5
+        if name == "path":
+            return choice(PATHS) if owner in ("add", "get", "find") else choice(INPUTS)
         if name in ("handler", "choose"):
             return self.handler
-        if name in ("time", "frame", "value", "key", "position"):
-            return choice(FLOATS + NUMBERS)
-        if name in ("frames", "times", "values", "keys", "curves"):
-            return [self.value(2) for _ in range(self.random.randrange(4))]
-        if name in ("index", "new_index", "component"):
-            return choice((0, 1, -1, 2, 99))
+        if name in ("left", "right", "base", "ours", "theirs", "target"):
+            return self.document()
+        if name in ("time", "frame"):
+            return choice(FLOATS)
+        if name == "key":
+            return self.key()
+        if name in ("frames", "times"):
+            many = [choice(FLOATS[:7]) for _ in range(self.random.randrange(4))]
+            return array.array("d", many) if self.random.random() < 0.3 else many
+        if name == "values":
+            return {choice(NAMES): self.likely() for _ in range(2)} if owner == "update" else self.argument("frames")
+        if name == "curves":
+            return [([(1, choice(FLOATS)), (choice(FLOATS), 2)], [(0, choice(FLOATS))]) for _ in range(2)]
         if name == "data":
-            scenes = [one for one in self.pool if isinstance(one, (self.zel.Scene, self.zel.Node))]
-            data = choice(scenes).to_bytes() if scenes else b""
-            return data[: self.random.randrange(len(data) + 1)] if self.random.random() < 0.5 else data
-        wanted = {"interface": self.zel.Interface, "node": self.zel.Node, "parent": self.zel.Node}.get(name)
-        fitting = [one for one in self.pool if wanted and isinstance(one, wanted)]
-        return choice(fitting) if fitting else self.value()
+            return self.some(zel.Scene).to_bytes(binary=self.random.random() < 0.5)[: choice((None, 100, 700, -9))]
+        if name == "text":
+            return choice((SCRIPT, "parm {", b"\xff", MAP, self.some(zel.Difference).to_json(), self.some(zel.Node).preset_text()))
+        if name == "script":
+            return choice((self.interface, "in.ds", "nothing"))
+        wanted = {"interface": zel.Interface, "node": zel.Node, "parent": zel.Node, "map": zel.MigrationMap}
+        wanted.update(what=(zel.Parm, zel.Keys, zel.Ramp), to=(zel.Interface, zel.MigrationMap))
+        return self.some(wanted[name]) if name in wanted else self.likely()
+
+    def likely(self):
+        """A value of a parameter, more often than not."""
+        kind = self.random.randrange(5)
+        if kind == 0:
+            return tuple(self.random.choice(FLOATS[:8]) for _ in range(3))
+        if kind == 1:
+            return self.random.choice(SMALL)
+        return self.random.choice(FLOATS) if kind == 2 else self.value()
 
     # What is done.
 
@@ -169,45 +258,88 @@ class Fuzz:
         self.log.flush()
         self.done += 1
 
-    def call(self, function, name, arguments=()):
-        words = [word.split(":")[0].split("=")[0].strip(" *") for word in (function.__doc__ or "").split(")")[0].split("(")[-1].split(",")]
-        count = self.random.randrange(len(words) + 2) if self.random.random() < 0.2 else len([w for w in words if w])
-        given = [*arguments, *(self.argument(words[at] if at < len(words) else "") for at in range(count))]
-        if name in WRITERS:
-            given = [one if isinstance(one, self.zel.Node) else self.random.choice(FILES) for one in given]
-        named = {}
-        if self.random.random() < 0.4 and words[-1]:
-            word = self.random.choice(words)
-            if word.isidentifier() and name not in WRITERS:
-                named[word] = self.argument(word)
-                given = given[: self.random.randrange(len(given) + 1)]
-        self.note("call", name, given, named)
+    def parameters(self, owner, name):
+        """Those of a function, once asked."""
+        if (owner, name) not in self.signatures:
+            thing = getattr(owner, name)
+            if inspect.isclass(thing):
+                found = signature_of_class(thing)
+            elif inspect.isfunction(thing):
+                found = [Parameter(one.name, "named" if one.kind == one.KEYWORD_ONLY else "plain", one.default is not one.empty)
+                         for one in inspect.signature(thing).parameters.values() if one.name != "self"]  # fmt: skip
+            else:
+                found = signature_of(owner, name)
+            self.signatures[owner, name] = found or []
+        return self.signatures[owner, name]
+
+    def call(self, function, owner, name, first=()):
+        """With arguments that its parameters are likely to take."""
+        given, named = list(first), {}
+        parameters = [one for one in self.parameters(owner, name) if one.kind != "all"]
+        for parameter in parameters:
+            if parameter.has_default and self.random.random() < 0.55:
+                continue
+            value = self.argument(parameter.name, name)
+            if name in WRITERS and parameter.name in ("path", "name", "new_name", "folder"):
+                value = self.random.choice(OUTPUTS)
+            if parameter.kind == "named" or parameter.has_default:
+                named[parameter.name] = value
+            else:
+                given.append(value)
+        if name == "undo" and "label" not in named and self.random.random() < 0.5:
+            named["label"] = "step"
+        if {"frames", "times"} <= {one.name for one in parameters} and not {"frames", "times"} & set(named):
+            named["frames"] = self.argument("frames")
+        if self.random.random() < 0.03:
+            given.append(self.value())
+        self.note("call", f"{owner.__name__}.{name}", given, named)
         return function(*given, **named)
 
     def use(self, thing):
         """An attribute of an object is read, set or called, or an operator used."""
-        how = self.random.random()
+        how, kind = self.random.random(), type(thing)
         if how < 0.25:
-            action = self.random.choice(
-                (operator.getitem, operator.setitem, operator.delitem, operator.contains, operator.eq, len, iter, hash, repr, str)
-                + (pickle.dumps, copy.copy, copy.deepcopy, bool, list, self.weird)
-            )
-            count = {"getitem": 1, "setitem": 2, "delitem": 1, "contains": 1, "eq": 1}.get(action.__name__, 0)
-            given = [self.value() for _ in range(count)]
-            self.note(action.__name__, thing, given)
-            return action(thing, *given)
-        names = [name for name in dir(type(thing)) if not name.startswith("_")]
-        if not names:
-            return None
+            return self.operate(thing)
+        names = [name for name in dir(kind) if not name.startswith("_")]
         name = self.random.choice(names)
-        if how < 0.4:
-            value = self.value()
+        found = inspect.getattr_static(kind, name)
+        if how < 0.5 and not callable(getattr(kind, name)):
+            values = {"keys": lambda: [self.key() for _ in range(self.random.randrange(3))], "name": lambda: self.random.choice("cde")}
+            values.update(expression=lambda: self.argument("expression"), variables=lambda: {"HIP": "/x", "A": "$HIP"})
+            values.update(frame_range=lambda: (self.random.choice(FLOATS), self.random.choice(FLOATS)), locked=lambda: how < 0.4)
+            value = values.get(name, self.likely)() if self.random.random() < 0.9 else self.value()
             self.note("set", thing, name, value)
             setattr(thing, name, value)
             return None
-        self.note("get", thing, name)
-        found = getattr(thing, name)
-        return self.call(found, name) if callable(found) else found
+        if callable(getattr(kind, name)):
+            return self.call(getattr(thing, name), kind, name)
+        self.note("get", thing, name, found)
+        return getattr(thing, name)
+
+    def operate(self, thing):
+        action = self.random.choice(
+            (operator.getitem, operator.getitem, operator.setitem, operator.setitem, operator.delitem, operator.contains)
+            + (operator.eq, len, iter, hash, repr, str, pickle.dumps, copy.copy, copy.deepcopy, bool, list, self.weird, self.block)
+        )
+        given = []
+        if action.__name__ in ("getitem", "setitem", "delitem", "contains", "eq"):
+            zel = self.zel
+            places = NAMES if isinstance(thing, zel.Node) else PATHS if isinstance(thing, zel.Scene) else SMALL
+            place = self.random.choice(places + (slice(None), slice(0, 1), slice(None, None, -1)))
+            given.append(self.value() if self.random.random() < 0.1 or action is operator.eq else place)
+        if action is operator.setitem:
+            keys = isinstance(thing, self.zel.Keys)
+            given.append(self.likely() if not keys else [self.key()] if isinstance(given[0], slice) else self.key())
+        self.note(action.__name__, thing, given)
+        return action(thing, *given)
+
+    def block(self, thing):
+        """Steps within a block of undo."""
+        with self.some(self.zel.Scene).undo("block") as block:
+            for _ in range(4):
+                self.step()
+            if self.random.random() < 0.3:
+                block.cancel()
 
     def weird(self, thing):
         """A function of a class with anything for itself, or an object that nothing has made."""
@@ -216,9 +348,9 @@ class Fuzz:
             return kind.__new__(kind)
         name = self.random.choice([name for name in dir(kind) if not name.startswith("__") or name in vars(kind)])
         found = getattr(kind, name)
-        if not callable(found) or name in WRITERS or name in ("__class__", "__init_subclass__", "__subclasshook__"):
+        if not callable(found) or name in WRITERS or name.startswith("__init"):
             return None
-        return self.call(found, kind.__name__ + "." + name, [thing])
+        return found(thing, *[self.value() for _ in range(self.random.randrange(3))])
 
     def step(self):
         if self.depth > 3:
@@ -226,13 +358,13 @@ class Fuzz:
         self.depth += 1
         try:
             chance = self.random.random()
-            if chance < 0.002:
+            if chance < 0.01:
                 self.restart()
-            elif chance < 0.01:
+            elif chance < 0.015:
                 gc.collect()
-            elif chance < 0.1:
-                function = self.random.choice(self.functions)
-                self.put(self.call(function, function.__name__))
+            elif chance < 0.15:
+                owner, name = self.random.choice(self.functions)
+                self.put(self.call(getattr(owner, name), owner, name))
             else:
                 ours = [thing for thing in self.pool if isinstance(thing, tuple(self.classes))]
                 if not ours:
@@ -255,8 +387,6 @@ def work(options, log_path):
     warnings.simplefilter("ignore")
     sys.unraisablehook = lambda unraisable: None
     faulthandler.enable()
-    with open("in.ds", "w", encoding="utf-8") as file:
-        file.write(SCRIPT)
     os.environ["ZEL_PATH"] = os.getcwd()
     failed = []
 
@@ -302,8 +432,12 @@ def main():
         environment = dict(os.environ, PYTHONPATH=os.path.abspath(os.environ.get("PYTHONPATH", ".")), MPLBACKEND="agg")
         environment["HOME"] = os.path.join(folder, "work")
         command = [sys.executable, os.path.abspath(__file__), *sys.argv[1:], "--seed", str(options.seed), "--log", log]
-        status = subprocess.run(command, cwd=os.path.join(folder, "work"), env=environment).returncode
+        with open(os.path.join(folder, "said"), "w+b") as said:  # scripts that fail say so there
+            status = subprocess.run(command, cwd=os.path.join(folder, "work"), env=environment, stderr=said).returncode
+            said.seek(max(0, said.tell() - 10000))
+            tail = said.read().decode("utf-8", "replace")
         if status != 0:
+            print(tail)
             what = signal.Signals(-status).name if status < 0 else f"exit {status}"
             print(f"{what}, seed {options.seed}; the last calls, of which the newest has the highest number:")
             for number in range(options.threads):
