@@ -75,6 +75,8 @@ public:
     /// Drops what exceeds them; an open block counts when it ends. With 0 steps nothing is recorded, and
     /// all steps are forgotten; refused within a block.
     bool setLimits(std::size_t most, std::int64_t mostBytes);
+    /// Whether the limits let anything be recorded.
+    bool isOn() const { return myMost > 0; }
 
     // ------------------------------------------------------------------ //
     /// \name Blocks   (NOD_Edit and NOD_Drag call these)

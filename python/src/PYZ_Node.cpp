@@ -1,6 +1,7 @@
 #include "PYZ_Node.h"
 
 #include "PYZ_Edit.h"
+#include "PYZ_Guard.h"
 #include "PYZ_Interface.h"
 #include "PYZ_Value.h"
 
@@ -322,6 +323,11 @@ py::list listPresets(const PYZ_Node &self)
 // The class
 // ---------------------------------------------------------------------- //
 
+PyObject *getItem(PyObject *self, PyObject *name)
+{
+    return PYZguard([&] { return PYZself<PYZ_Node>(self)->find(name).release().ptr(); });
+}
+
 void defineMapping(py::class_<PYZ_Node> &type)
 {
     type.def("__getitem__", &PYZ_Node::find, py::arg("name"));
@@ -612,4 +618,6 @@ A component of a vector has a name, too: node["ty"] is node["t"][1]. node["t"] =
     defineTree(type);
     defineEvents(type);
     defineFiles(type);
+    // node[name] sits in loops: without pybind11's search of overloads. After "__getitem__", which sets it, too.
+    reinterpret_cast<PyTypeObject *>(type.ptr())->tp_as_mapping->mp_subscript = getItem;
 }

@@ -7,6 +7,7 @@
 #include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_TextEdit.h>
+#include <NOD/NOD_UndoStack.h>
 #include <SNK/SNK_Python.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_EvalContext.h>
@@ -234,6 +235,25 @@ bool writeLimited(ZEL_Parm &parm, int first, double time, const std::vector<PYZ_
     return writeCells(parm, first, time, cells);
 }
 
+bool writeReported(const PYZ_Parm &handle, ZEL_Parm &parm, double time,
+                   const std::vector<PYZ_Cell> &cells, NOD_Report &report)
+{
+    const NOD_ReportScope scope(report);
+    return writeLimited(parm, handle.getFirst(), time, cells);
+}
+
+bool writeRecorded(const PYZ_Parm &handle, ZEL_Parm &parm, double time,
+                   const std::vector<PYZ_Cell> &cells, NOD_Report &report)
+{
+    NOD_Edit edit(handle.getNode(), std::string("Set ") + parm.getToken());
+    edit.change(handle.getNode(), parm);
+    const bool done = writeReported(handle, parm, time, cells, report);
+    if (report.hasErrors()) {
+        edit.cancel();
+    }
+    return done;
+}
+
 std::vector<PYZ_Cell> toCells(const PYZ_Parm &handle, const ZEL_Parm &parm, py::handle value)
 {
     const std::string name = handle.getName(parm);
@@ -456,18 +476,9 @@ void PYZwrite(const PYZ_Parm &handle, py::handle value, double time)
         }
     }
     NOD_Report report;
-    bool done = false;
-    {
-        NOD_Edit edit(handle.getNode(), std::string("Set ") + parm.getToken());
-        edit.change(handle.getNode(), parm);
-        {
-            const NOD_ReportScope scope(report);
-            done = writeLimited(parm, handle.getFirst(), time, cells);
-        }
-        if (report.hasErrors()) {
-            edit.cancel();
-        }
-    }
+    const bool done = handle.getScene()->getUndo().isOn()
+                          ? writeRecorded(handle, parm, time, cells, report)
+                          : writeReported(handle, parm, time, cells, report);
     changing.raiseKept();
     PYZtell(report, "EditError", done, handle.getNameThen() + " can't be set");
 }

@@ -1,5 +1,6 @@
-"""The package from an install and from a wheel, in a process of its own."""
+"""The package from a wheel, in a process of its own."""
 
+import importlib.util
 import os
 import pathlib
 import shutil
@@ -33,26 +34,9 @@ def run(*command, **environment):
     return done.stdout
 
 
-def check(folder):
-    value, file = run(sys.executable, "-c", CODE, PYTHONPATH=str(folder)).split()
-    assert value == "2.0" and pathlib.Path(file).is_relative_to(folder)
-    names = {path.name for path in (folder / "zel").iterdir()}
-    assert {path.name for path in (SOURCE / "python/zel").iterdir() if path.suffix in {".py", ".pyi", ".typed"}} <= names
-
-
-def test_it_is_imported_from_an_install(tmp_path):
-    run("cmake", "--install", BUILD, "--prefix", tmp_path)
-    (folder,) = tmp_path.glob("lib*/python3*/site-packages")
-    # Elsewhere, without the build folder's libraries.
-    shutil.move(tmp_path / folder.relative_to(tmp_path).parts[0], tmp_path / "moved")
-    (folder,) = tmp_path.glob("moved/python3*/site-packages")
-    shutil.move(tmp_path / "moved", tmp_path / "lib")
-    check(tmp_path / "lib" / folder.relative_to(tmp_path / "moved"))
-
-
 def test_pip_makes_a_wheel(tmp_path):
-    for module in ("pip", "setuptools", "wheel"):
-        pytest.importorskip(module)
+    if any(importlib.util.find_spec(module) is None for module in ("pip", "setuptools", "wheel")):
+        pytest.skip("without pip, setuptools and wheel")
     source = tmp_path / "source"
     source.mkdir()
     for name in ("CMakeLists.txt", "pyproject.toml", "setup.py"):
@@ -66,4 +50,8 @@ def test_pip_makes_a_wheel(tmp_path):
     assert zel.__version__ in wheel.name
     with zipfile.ZipFile(wheel) as file:
         file.extractall(tmp_path / "wheel")
-    check(tmp_path / "wheel")
+    value, file = run(sys.executable, "-c", CODE, PYTHONPATH=str(tmp_path / "wheel")).split()
+    assert value == "2.0" and pathlib.Path(file).is_relative_to(tmp_path / "wheel")
+    names = {path.name for path in (tmp_path / "wheel/zel").iterdir()}
+    wanted = {path.name for path in (SOURCE / "python/zel").iterdir() if path.suffix in {".py", ".pyi", ".typed"}}
+    assert wanted <= names and any(name.startswith("libzelnode.so") for name in names)
