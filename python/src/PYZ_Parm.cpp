@@ -47,18 +47,10 @@ py::object each(const PYZ_Parm &self, const Read &read)
 // Values
 // ---------------------------------------------------------------------- //
 
-const PYZ_Parm &parmOf(PyObject *self)
-{
-    if (const PYZ_Parm *const parm = PYZself<PYZ_Parm>(self)) {
-        return *parm;
-    }
-    throw py::type_error("the parameter wasn't made by a node");
-}
-
 PyObject *getValue(PyObject *self, void *)
 {
     return PYZguard([&] {
-        const PYZ_Parm &parm = parmOf(self);
+        const PYZ_Parm &parm = PYZmade<PYZ_Parm>(self);
         return PYZread(parm, parm.getTime()).release().ptr();
     });
 }
@@ -69,7 +61,7 @@ int setValue(PyObject *self, PyObject *value, void *)
         if (!value) {
             throw py::attribute_error("a value can't be deleted; revert() gives the default");
         }
-        const PYZ_Parm &parm = parmOf(self);
+        const PYZ_Parm &parm = PYZmade<PYZ_Parm>(self);
         PYZwrite(parm, value, parm.getTime());
     });
 }
@@ -182,12 +174,15 @@ void setExpressionOf(const PYZ_Parm &self, const py::object &text)
                               std::to_string(self.get().getVectorSize()) + " components");
     }
     const PYZ_Changing changing(self.getScenePtr());
-    const NOD_Edit all(self.getNode(),
-                       "Set expressions of " + std::string(self.getToken().c_str()));
-    for (std::size_t k = 0; k < texts.size(); ++k) {
-        const PYZ_Parm one(self.getSceneObject(), self.getNode(), self.getToken(), int(k));
-        setExpression(one, texts[k], py::str("native"));
+    {
+        const NOD_Edit all(self.getNode(),
+                           "Set expressions of " + std::string(self.getToken().c_str()));
+        for (std::size_t k = 0; k < texts.size(); ++k) {
+            const PYZ_Parm one(self.getSceneObject(), self.getNode(), self.getToken(), int(k));
+            setExpression(one, texts[k], py::str("native"));
+        }
     }
+    changing.raiseKept();
 }
 
 py::object getKeys(const PYZ_Parm &self)
@@ -211,11 +206,14 @@ void setKeys(const PYZ_Parm &self, const py::object &keys)
                               std::to_string(self.get().getVectorSize()) + " components");
     }
     const PYZ_Changing changing(self.getScenePtr());
-    const NOD_Edit edit(self.getNode(), "Set keys of " + std::string(self.getToken().view()));
-    for (std::size_t k = 0; k < all.size(); ++k) {
-        PYZsetKeys(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), int(k)),
-                   all[k]);
+    {
+        const NOD_Edit edit(self.getNode(), "Set keys of " + std::string(self.getToken().view()));
+        for (std::size_t k = 0; k < all.size(); ++k) {
+            PYZsetKeys(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), int(k)),
+                       all[k]);
+        }
     }
+    changing.raiseKept();
 }
 
 py::object getLanguage(const PYZ_Parm &self)

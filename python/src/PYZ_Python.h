@@ -79,6 +79,16 @@ T *PYZself(PyObject *object)
     return instance->simple_layout ? static_cast<T *>(instance->simple_value_holder[0]) : nullptr;
 }
 
+/// The same, with a TypeError for one that isn't made.
+template <class T>
+T &PYZmade(PyObject *object)
+{
+    if (T *const self = PYZself<T>(object)) {
+        return *self;
+    }
+    throw py::type_error("nothing has made the object");
+}
+
 /// What a class needs so that the collector of cycles sees what its C++ object holds: `int traverse(visitproc visit, void *arg) const`
 /// calls Py_VISIT of each.
 template <class T>

@@ -127,11 +127,14 @@ py::object addNode(const py::object &self, const py::object &path, const PYZ_Int
 {
     PYZ_Scene &scene = PYZ_Scene::of(self);
     const std::string text = PYZfromText(path, "a path");
+    const PYZ_Changing changing(&scene.get());
     NOD_Node *const node = PYZchange(&scene.get(), "EditError", [&](NOD_Report &report) {
         return interface ? scene->add(text, interface->interface, report)
                          : scene->add(text, nullptr, report);
     });
-    return PYZnode(self, node);
+    const py::object made = PYZnode(self, node);
+    changing.raiseKept();
+    return made;
 }
 
 py::list listPaths(const py::object &self)
@@ -557,14 +560,8 @@ bool PYZ_Scene::removeHandler(NOD_Node &node, Event event, const py::object &han
 
 void PYZ_Scene::call(NOD_Node &node, Event event, const py::tuple &arguments)
 {
-    const Watch *const watch = findWatch(node);
-    const py::list handlers = watch ? py::list(watch->handlers[event].attr("copy")()) : py::list();
-    for (const py::handle handler : handlers) {
-        const py::object result =
-            py::reinterpret_steal<py::object>(PyObject_CallObject(handler.ptr(), arguments.ptr()));
-        if (!result) {
-            PYZ_Changing::keepException();
-        }
+    if (const Watch *const watch = findWatch(node)) {
+        PYZ_Changing::callLater(watch->handlers[event], arguments);
     }
 }
 
