@@ -21,6 +21,8 @@ namespace
 /// What a sampled array's memory is.
 struct Samples
 {
+    using PYZ_Class = void;
+
     std::vector<double> numbers;
     std::size_t rows = 0;
     std::size_t columns = 0;

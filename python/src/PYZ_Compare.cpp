@@ -106,6 +106,8 @@ void checkKinds(const NOD_Document &left, const NOD_Document &right)
 /// `zel.Difference`.
 struct Difference
 {
+    using PYZ_Class = void;
+
     NOD_Difference changes;
     DocumentPtr right; ///< null: not known
 };
@@ -233,6 +235,8 @@ py::object apply(const Difference &self, const py::object &target, const PYZ_Int
 /// `zel.Merge`.
 struct Merge
 {
+    using PYZ_Class = void;
+
     NOD_Merge merge;
     DocumentPtr made;
 

@@ -6,11 +6,19 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <mutex>
 #include <vector>
 
 namespace
 {
+
+/// Handlers that wait for the end of a change, a list and a tuple.
+struct Call
+{
+    PyObject *handlers;
+    PyObject *arguments;
+};
 
 /// Of the process; never destroyed, since other threads may still be there when it ends.
 struct State
@@ -23,6 +31,9 @@ struct State
     std::mutex mutex;
     std::condition_variable left;
     std::vector<std::unique_ptr<NOD_Scene>> buried;
+    std::deque<Call> calls;
+    bool callingFlag = false;
+    int answers = 0;        ///< calls that handlers have brought about
     PyObject *kept[3] = {}; ///< type, value and traceback of an exception
 };
 
@@ -148,6 +159,13 @@ PYZ_Changing::~PYZ_Changing()
 {
     State &gate = state();
     if (gate.changes == 1) {
+        if (!gate.calls.empty()) {
+            // An exception is on its way.
+            PyObject *type = nullptr, *value = nullptr, *trace = nullptr;
+            PyErr_Fetch(&type, &value, &trace);
+            callAll();
+            PyErr_Restore(type, value, trace);
+        }
         std::vector<std::unique_ptr<NOD_Scene>> buried;
         buried.swap(gate.buried);
         buried.clear();
@@ -183,9 +201,59 @@ void PYZ_Changing::keepException()
     }
 }
 
+void PYZ_Changing::callLater(const py::object &handlers, const py::tuple &arguments)
+{
+    // So many in answer to handlers are handlers that call each other without an end.
+    constexpr int theMostAnswers = 100000;
+    State &gate = state();
+    if (gate.callingFlag && ++gate.answers > theMostAnswers) {
+        if (gate.answers == theMostAnswers + 1) {
+            PyErr_SetString(PyExc_RecursionError,
+                            "handlers of events change what they are called for");
+            keepException();
+        }
+        return;
+    }
+    gate.calls.push_back({handlers.inc_ref().ptr(), arguments.inc_ref().ptr()});
+    if (gate.changes == 0) {
+        callAll();
+    }
+}
+
+void PYZ_Changing::callAll() noexcept
+{
+    State &gate = state();
+    if (gate.callingFlag) {
+        return;
+    }
+    gate.callingFlag = true;
+    gate.answers = 0;
+    while (!gate.calls.empty()) {
+        const Call call = gate.calls.front();
+        gate.calls.pop_front();
+        // A copy: a handler may be the last one that is called.
+        PyObject *const handlers = PySequence_List(call.handlers);
+        for (py::ssize_t i = 0; handlers && i < PyList_GET_SIZE(handlers); ++i) {
+            PyObject *const handler = PyList_GET_ITEM(handlers, i);
+            PyObject *const result = PyObject_CallObject(handler, call.arguments);
+            if (!result) {
+                keepException();
+            }
+            Py_XDECREF(result);
+        }
+        Py_XDECREF(handlers);
+        Py_DECREF(call.handlers);
+        Py_DECREF(call.arguments);
+    }
+    gate.callingFlag = false;
+}
+
 void PYZ_Changing::raiseKept() const
 {
     State &gate = state();
+    if (gate.changes == 1) {
+        callAll();
+    }
     if (gate.changes == 1 && gate.kept[0]) {
         PyErr_Restore(gate.kept[0], gate.kept[1], gate.kept[2]);
         gate.kept[0] = gate.kept[1] = gate.kept[2] = nullptr;

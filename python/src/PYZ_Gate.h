@@ -54,14 +54,17 @@ public:
     PYZ_Changing(const PYZ_Changing &) = delete;
     PYZ_Changing &operator=(const PYZ_Changing &) = delete;
 
-    /// For an exception that leaves a handler of an event: it is raised when the change is done, of several the
-    /// first.
+    /// Calls the handlers of a list once the outermost change is done, or now if there is none: what is edited is never
+    /// edited by a handler meanwhile. With the interpreter lock.
+    static void callLater(const py::object &handlers, const py::tuple &arguments);
+    /// For an exception that leaves what a change calls: it is raised when the change is done, of several the first.
     static void keepException();
-    /// Raises what was kept, in the outermost change.
+    /// In the outermost change calls the handlers that wait, and raises what was kept. No edit may be open.
     void raiseKept() const;
     /// Destroys the scene as soon as nobody is at work.
     static void bury(std::unique_ptr<NOD_Scene> scene) noexcept;
 
 private:
+    static void callAll() noexcept;
     static void leave();
 };

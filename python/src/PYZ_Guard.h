@@ -19,6 +19,8 @@ bool PYZcatch(const Call &call)
         error.set_error();
     } catch (const std::bad_alloc &) {
         PyErr_NoMemory();
+    } catch (const std::exception &error) {
+        PyErr_SetString(PyExc_RuntimeError, error.what());
     }
     return false;
 }

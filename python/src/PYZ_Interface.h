@@ -14,6 +14,8 @@ using PYZ_InterfacePtr = std::shared_ptr<const NOD_Interface>;
 
 struct PYZ_Interface
 {
+    using PYZ_Class = void;
+
     PYZ_InterfacePtr interface; ///< never null
 };
 

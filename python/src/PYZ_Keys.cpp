@@ -23,6 +23,8 @@ constexpr bool theUpdateMulti = true;
 /// `zel.Keys`.
 struct Keys
 {
+    using PYZ_Class = void;
+
     PYZ_Parm parm;
 
     TRK_Channel *channel() const { return parm.get().getChannel(parm.getFirst()); }
@@ -354,6 +356,11 @@ zel.Key(...) all of it. Keys that are put in go where their times are.
 )")
         .def("__len__", &Keys::count)
         .def("__getitem__", getKeys)
+        .def("__iter__",
+             [](const Keys &self) {
+                 return py::iter(
+                     getKeys(self, py::slice(std::nullopt, std::nullopt, std::nullopt)));
+             })
         .def("__setitem__", setKeyAt)
         .def("__delitem__", removeKeys)
         .def("__repr__", keysText)

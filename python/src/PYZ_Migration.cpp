@@ -14,6 +14,8 @@ namespace
 /// `zel.MigrationMap`.
 struct Map
 {
+    using PYZ_Class = void;
+
     std::shared_ptr<NOD_MigrationMap> map;
 };
 

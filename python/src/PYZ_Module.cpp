@@ -6,6 +6,7 @@
 #include "PYZ_Migration.h"
 #include "PYZ_Node.h"
 #include "PYZ_Parm.h"
+#include "PYZ_Ramp.h"
 #include "PYZ_Scene.h"
 #include "PYZ_Script.h"
 
@@ -18,6 +19,15 @@ PYBIND11_MODULE(_zel, module)
     options.disable_function_signatures();
     module.doc() = "The compiled part of zel.";
     module.attr("__version__") = PYZ_VERSION;
+    py::register_local_exception_translator([](std::exception_ptr fault) {
+        try {
+            if (fault) {
+                std::rethrow_exception(fault);
+            }
+        } catch (const py::cast_error &) {
+            PyErr_SetString(PyExc_TypeError, "a value is of another type than is needed");
+        }
+    });
     PYZdefineInterface(module);
     PYZdefineScene(module);
     PYZdefineNode(module);
@@ -27,6 +37,7 @@ PYBIND11_MODULE(_zel, module)
     PYZdefineMigration(module);
     PYZdefineScript(module);
     PYZdefineArrays(module);
+    PYZdefineRamp(module);
     module.def(
         "enable_python", SNKsetPythonEnabled, py::arg("on"),
         "enable_python(on)\n\nWhether menus and expressions in Python run in this process: for files of "

@@ -115,12 +115,14 @@ void update(PYZ_Node &self, const py::object &values, const py::kwargs &more)
         all[name] = value;
     }
     const PYZ_Changing changing(&self.getScene().get());
-    NOD_Edit edit(self.get(), "Set values");
-    try {
-        setAll(self, all);
-    } catch (...) {
-        edit.cancel();
-        throw;
+    {
+        NOD_Edit edit(self.get(), "Set values");
+        try {
+            setAll(self, all);
+        } catch (...) {
+            edit.cancel();
+            throw;
+        }
     }
     changing.raiseKept();
 }
@@ -169,8 +171,9 @@ py::object copyNode(const PYZ_Node &self, const py::object &name, const PYZ_Node
                           wanted.empty() ? NOD_Scene::freeName(*above, node.getName()) : wanted,
                           report);
     });
+    const py::object result = PYZnode(self.getSceneObject(), made);
     changing.raiseKept();
-    return PYZnode(self.getSceneObject(), made);
+    return result;
 }
 
 py::dict getVariables(const PYZ_Node &self)
@@ -325,7 +328,7 @@ py::list listPresets(const PYZ_Node &self)
 
 PyObject *getItem(PyObject *self, PyObject *name)
 {
-    return PYZguard([&] { return PYZself<PYZ_Node>(self)->find(name).release().ptr(); });
+    return PYZguard([&] { return PYZmade<PYZ_Node>(self).find(name).release().ptr(); });
 }
 
 void defineMapping(py::class_<PYZ_Node> &type)
@@ -461,8 +464,8 @@ void defineEvents(py::class_<PYZ_Node> &type)
              R"(on_change(handler) -> handler
 
 Calls `handler(node, what, parm)` for each change of the node: `what` is "value", "enabled", "visible" or
-"locked", and `parm` the parameter, or None for several. An exception of a handler is raised by the edit once
-it is done. Usable as a decorator.
+"locked", and `parm` the parameter, or None for several. Handlers are called once the edit is done, and may
+edit anything; their exceptions are raised by the edit. Usable as a decorator.
 )");
     type.def(
         "on_press", add(PYZ_Scene::PRESS), py::arg("handler"),

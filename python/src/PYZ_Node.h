@@ -18,6 +18,8 @@ class PYZ_Parm;
 class PYZ_Node
 {
 public:
+    using PYZ_Class = void;
+
     PYZ_Node(py::object scene, NOD_Node &node);
 
     NOD_Node &get() const;

@@ -50,7 +50,7 @@ py::object each(const PYZ_Parm &self, const Read &read)
 PyObject *getValue(PyObject *self, void *)
 {
     return PYZguard([&] {
-        const PYZ_Parm &parm = *PYZself<PYZ_Parm>(self);
+        const PYZ_Parm &parm = PYZmade<PYZ_Parm>(self);
         return PYZread(parm, parm.getTime()).release().ptr();
     });
 }
@@ -61,7 +61,7 @@ int setValue(PyObject *self, PyObject *value, void *)
         if (!value) {
             throw py::attribute_error("a value can't be deleted; revert() gives the default");
         }
-        const PYZ_Parm &parm = *PYZself<PYZ_Parm>(self);
+        const PYZ_Parm &parm = PYZmade<PYZ_Parm>(self);
         PYZwrite(parm, value, parm.getTime());
     });
 }
@@ -96,8 +96,11 @@ void revert(const PYZ_Parm &self)
 
 py::object getToken(const PYZ_Parm &self)
 {
-    return each(self, [&](const ZEL_Parm &parm, int index) -> py::object {
-        const std::vector<std::string> words = NODordinalWords(parm);
+    const std::vector<std::string> words = NODordinalWords(self.get());
+    if (words.empty()) {
+        return py::none();
+    }
+    return each(self, [&](const ZEL_Parm &, int index) -> py::object {
         const PYZ_Parm one(self.getSceneObject(), self.getNode(), self.getToken(), index);
         const py::object value = PYZread(one, self.getTime());
         if (!PyLong_Check(value.ptr())) {
@@ -171,12 +174,15 @@ void setExpressionOf(const PYZ_Parm &self, const py::object &text)
                               std::to_string(self.get().getVectorSize()) + " components");
     }
     const PYZ_Changing changing(self.getScenePtr());
-    const NOD_Edit all(self.getNode(),
-                       "Set expressions of " + std::string(self.getToken().c_str()));
-    for (std::size_t k = 0; k < texts.size(); ++k) {
-        const PYZ_Parm one(self.getSceneObject(), self.getNode(), self.getToken(), int(k));
-        setExpression(one, texts[k], py::str("native"));
+    {
+        const NOD_Edit all(self.getNode(),
+                           "Set expressions of " + std::string(self.getToken().c_str()));
+        for (std::size_t k = 0; k < texts.size(); ++k) {
+            const PYZ_Parm one(self.getSceneObject(), self.getNode(), self.getToken(), int(k));
+            setExpression(one, texts[k], py::str("native"));
+        }
     }
+    changing.raiseKept();
 }
 
 py::object getKeys(const PYZ_Parm &self)
@@ -200,11 +206,14 @@ void setKeys(const PYZ_Parm &self, const py::object &keys)
                               std::to_string(self.get().getVectorSize()) + " components");
     }
     const PYZ_Changing changing(self.getScenePtr());
-    const NOD_Edit edit(self.getNode(), "Set keys of " + std::string(self.getToken().view()));
-    for (std::size_t k = 0; k < all.size(); ++k) {
-        PYZsetKeys(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), int(k)),
-                   all[k]);
+    {
+        const NOD_Edit edit(self.getNode(), "Set keys of " + std::string(self.getToken().view()));
+        for (std::size_t k = 0; k < all.size(); ++k) {
+            PYZsetKeys(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), int(k)),
+                       all[k]);
+        }
     }
+    changing.raiseKept();
 }
 
 py::object getLanguage(const PYZ_Parm &self)
@@ -517,6 +526,9 @@ void defineState(py::class_<PYZ_Parm> &type)
     type.def_property_readonly(
         "is_spare", [](const PYZ_Parm &self) { return self.get().isSpareParm(); },
         "Whether the node's type doesn't have it.");
+    type.def_property_readonly(
+        "is_ramp", [](const PYZ_Parm &self) { return self.get().isRampType(); },
+        "Whether it is a ramp, whose items are its keys: see ramp().");
     type.def_property_readonly(
         "is_gone", [](const PYZ_Parm &self) { return !self.isThere(); },
         "Whether the node hasn't it any more.");

@@ -23,6 +23,8 @@ class ZEL_Parm;
 class PYZ_Parm
 {
 public:
+    using PYZ_Class = void;
+
     static constexpr int theWhole = -1;
 
     PYZ_Parm(py::object scene, NOD_Node &node, const KIT_StringHolder &token, int component);

@@ -13,8 +13,30 @@
 
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace py = pybind11;
+
+namespace pybind11::detail
+{
+
+/// Of classes that have the name `PYZ_Class`. An object that `__new__` has made alone is none of them: pybind11 would
+/// give it memory that nobody has filled.
+template <class T>
+class type_caster<T, std::void_t<typename T::PYZ_Class>> : public type_caster_base<T>
+{
+public:
+    bool load(handle src, bool convert)
+    {
+        if (src && PyObject_TypeCheck(src.ptr(), this->typeinfo->type) &&
+            !reinterpret_cast<instance *>(src.ptr())->get_value_and_holder().value_ptr()) {
+            return false;
+        }
+        return type_caster_base<T>::load(src, convert);
+    }
+};
+
+} // namespace pybind11::detail
 
 /// Lets other threads have the interpreter while it lives.
 class PYZ_Rest
@@ -55,6 +77,16 @@ T *PYZself(PyObject *object)
 {
     auto *const instance = reinterpret_cast<py::detail::instance *>(object);
     return instance->simple_layout ? static_cast<T *>(instance->simple_value_holder[0]) : nullptr;
+}
+
+/// The same, with a TypeError for one that isn't made.
+template <class T>
+T &PYZmade(PyObject *object)
+{
+    if (T *const self = PYZself<T>(object)) {
+        return *self;
+    }
+    throw py::type_error("nothing has made the object");
 }
 
 /// What a class needs so that the collector of cycles sees what its C++ object holds: `int traverse(visitproc visit, void *arg) const`

@@ -53,6 +53,8 @@ void forEachBelow(NOD_Node &node, const Call &call)
 class UndoBlock
 {
 public:
+    using PYZ_Class = void;
+
     UndoBlock(py::object scene, std::string label)
         : myScene(std::move(scene)), myLabel(std::move(label))
     {}
@@ -132,11 +134,14 @@ py::object addNode(const py::object &self, const py::object &path, const PYZ_Int
 {
     PYZ_Scene &scene = PYZ_Scene::of(self);
     const std::string text = PYZfromText(path, "a path");
+    const PYZ_Changing changing(&scene.get());
     NOD_Node *const node = PYZchange(&scene.get(), "EditError", [&](NOD_Report &report) {
         return interface ? scene->add(text, interface->interface, report)
                          : scene->add(text, nullptr, report);
     });
-    return PYZnode(self, node);
+    const py::object made = PYZnode(self, node);
+    changing.raiseKept();
+    return made;
 }
 
 py::list listPaths(const py::object &self)
@@ -562,14 +567,8 @@ bool PYZ_Scene::removeHandler(NOD_Node &node, Event event, const py::object &han
 
 void PYZ_Scene::call(NOD_Node &node, Event event, const py::tuple &arguments)
 {
-    const Watch *const watch = findWatch(node);
-    const py::list handlers = watch ? py::list(watch->handlers[event].attr("copy")()) : py::list();
-    for (const py::handle handler : handlers) {
-        const py::object result =
-            py::reinterpret_steal<py::object>(PyObject_CallObject(handler.ptr(), arguments.ptr()));
-        if (!result) {
-            PYZ_Changing::keepException();
-        }
+    if (const Watch *const watch = findWatch(node)) {
+        PYZ_Changing::callLater(watch->handlers[event], arguments);
     }
 }
 

@@ -22,6 +22,8 @@ class NOD_Node;
 class PYZ_Scene
 {
 public:
+    using PYZ_Class = void;
+
     enum Event
     {
         CHANGE, ///< what a node's change callback is called for

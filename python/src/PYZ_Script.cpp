@@ -154,6 +154,8 @@ py::list explain(const py::object &code)
 class Presets
 {
 public:
+    using PYZ_Class = void;
+
     Presets(const py::object &type, const py::object &table)
         : myType(PYZfromText(type, "a type")), myTable(PYZfromText(table, "a table")),
           myPresets(myTable, myType, "replace=True"), myInfo(myTable.c_str(), myType.c_str())

@@ -156,3 +156,56 @@ def test_a_thousand_rounds_keep_the_memory(kinds):
     rounds(200 if is_sanitized else 1000)
     assert len(gc.get_objects()) - objects < 200
     assert resident() - before < (400 if is_sanitized else 8) * 2**20
+
+
+@pytest.mark.parametrize("undone", [True, False])
+def test_handlers_are_called_when_the_edit_is_done(kinds, undone):
+    def edits(node):
+        yield lambda: setattr(node["size"], "value", 3)
+        yield lambda: setattr(node["size"], "keys", [(0, 1), (1, 2)])
+        yield lambda: node["ty"].keys.add(1, 2)
+        yield lambda: setattr(node["t"], "expression", ("$F", "1", "2"))
+        yield lambda: node["t"].set_keys([(1, 2, 3)], [1])
+        yield lambda: node.update(size=2, points=3, w1=4)
+        yield lambda: node["points"].insert(0)
+        yield lambda: node["points"].remove(0)
+        yield lambda: setattr(node["points"], "value", 0)
+        yield lambda: node["press"].press()
+
+    answers = (
+        lambda scene, node: scene.clear(),
+        lambda scene, node: node.remove(),
+        lambda scene, node: scene.undo(),
+        lambda scene, node: scene.load("here.scene", strict=False),
+        lambda scene, node: node.renew(zel.Interface.from_text('parm { name "x" type float }', "x")),
+        lambda scene, node: setattr(node["points"], "value", 0),
+        lambda scene, node: node["size"].keys.clear(),
+    )
+    for answer in answers:
+        for number in range(10):
+            scene = zel.Scene()
+            if not undone:
+                scene.limit_undo(0)
+            node = scene.add("n", kinds)
+            called = []
+
+            def handler(*event, scene=scene, node=node, answer=answer, called=called):
+                called.append(event)
+                if len(called) < 3 and not node.is_gone:
+                    answer(scene, node)
+
+            node.on_change(handler)
+            node.on_press(handler)
+            try:
+                list(edits(node))[number]()
+            except (zel.Error, OSError, KeyError):
+                pass
+            assert called, number
+            scene.undo(), scene.redo(), scene.to_bytes()
+
+
+def test_handlers_that_go_on_for_ever_are_ended(node):
+    node.on_change(lambda *event: setattr(node["size"], "value", node["size"].value % 9 + 0.25))
+    with pytest.raises(RecursionError, match="handlers"):
+        node["size"].value = 1
+    assert 0 <= node["size"].value <= 10

@@ -13,6 +13,7 @@
 
 from . import _zel
 from . import errors as _errors
+from . import pictures as _pictures
 from . import records as _records
 
 __version__ = _zel.__version__
@@ -30,5 +31,5 @@ def _adopt(module):
         __all__.append(name)
 
 
-for _module in (_zel, _errors, _records):
+for _module in (_zel, _errors, _records, _pictures):
     _adopt(_module)

@@ -1,6 +1,6 @@
 """What the readers, edits and evaluations of zel raise and warn of."""
 
-from typing import NamedTuple
+from typing import Iterable, NamedTuple, Optional, Tuple
 
 
 class Message(NamedTuple):
@@ -20,7 +20,7 @@ class Message(NamedTuple):
     category: str  #: "ZEL", "TRK", "DS", "NOD": with the code the number in docs/messages.md
     code: int
     found: str  #: the word that was read
-    expected: tuple  #: words that could be there
+    expected: Tuple[str, ...]  #: words that could be there
     hint: str
     line_text: str  #: all of it on one line
 
@@ -34,30 +34,44 @@ class Error(Exception):
     file, line, column, code, category and parameter are those of the first error.
     """
 
-    def __init__(self, text="", messages=()):
+    def __init__(self, text: str = "", messages: Iterable[Message] = ()) -> None:
         super().__init__(text)
         self.messages = tuple(messages)
 
     @property
-    def _first(self):
+    def _first(self) -> Optional[Message]:
         errors = [message for message in self.messages if message.severity == "error"]
         return errors[0] if errors else self.messages[0] if self.messages else None
 
-    def _of_first(name, otherwise, doc):
-        def read(self):
-            first = self._first
-            return otherwise if first is None else getattr(first, name)
+    @property
+    def file(self) -> str:
+        """The file that the first error is in."""
+        return self._first.file if self._first else ""
 
-        return property(read, doc=doc)
+    @property
+    def line(self) -> int:
+        """Its line, from 1."""
+        return self._first.line if self._first else 0
 
-    file = _of_first("file", "", "The file that the first error is in.")
-    line = _of_first("line", 0, "Its line, from 1.")
-    column = _of_first("column", 0, "Its column, from 1.")
-    category = _of_first("category", "", "The part of the library that reported it.")
-    code = _of_first("code", 0, "Its number there.")
-    parameter = _of_first("parameter", "", "The parameter or node that it is about.")
+    @property
+    def column(self) -> int:
+        """Its column, from 1."""
+        return self._first.column if self._first else 0
 
-    del _of_first
+    @property
+    def category(self) -> str:
+        """The part of the library that reported it."""
+        return self._first.category if self._first else ""
+
+    @property
+    def code(self) -> int:
+        """Its number there."""
+        return self._first.code if self._first else 0
+
+    @property
+    def parameter(self) -> str:
+        """The parameter or node that it is about."""
+        return self._first.parameter if self._first else ""
 
 
 class ScriptError(Error):
@@ -103,7 +117,7 @@ class BusyError(Error):
 class MessageWarning(UserWarning):
     """A warning of the library; `message` is the record."""
 
-    def __init__(self, message):
+    def __init__(self, message: Message) -> None:
         super().__init__(str(message))
         self.message = message
 

@@ -1,6 +1,11 @@
 """Plain values that zel returns."""
 
-from typing import Any, NamedTuple, Optional
+from typing import TYPE_CHECKING, Any, Iterable, List, NamedTuple, Optional, Tuple
+
+from .errors import Message as _Message
+
+if TYPE_CHECKING:
+    from ._zel import Interface as _Interface
 
 
 class Key(NamedTuple):
@@ -20,9 +25,17 @@ class Key(NamedTuple):
     expression: str = "bezier()"
     language: str = "native"
 
-    def with_value(self, value):
+    def with_value(self, value: Any) -> "Key":
         """The same key with another value on both sides."""
         return self._replace(value=value, in_value=None)
+
+
+class RampKey(NamedTuple):
+    """A key of a ramp: where it is, its number or (red, green, blue), and the curve to the next one."""
+
+    position: float
+    value: Any
+    interpolation: str  #: the token of its menu: "linear"
 
 
 class MenuItem(NamedTuple):
@@ -55,7 +68,7 @@ class Change(NamedTuple):
     new: Any
 
     @property
-    def path(self):
+    def path(self) -> Optional[str]:
         """The new path, or the old one of what was removed."""
         return self.old_path if self.new_path is None else self.new_path
 
@@ -82,7 +95,7 @@ class Finding(NamedTuple):
     code: str
     name: str
     level: str
-    message: Any
+    message: _Message
     has_fix: bool
     text: str
 
@@ -93,9 +106,9 @@ class Finding(NamedTuple):
 class Mended(NamedTuple):
     """A script after its fixes, how many there were, and the findings that are left."""
 
-    interface: Any
+    interface: "_Interface"
     fixed: int
-    findings: list
+    findings: List[Finding]
 
 
 class Help(NamedTuple):
@@ -123,11 +136,13 @@ class Migrated(NamedTuple):
     version: str
 
 
-class Account(tuple):
+class Account(Tuple[Migrated, ...]):
     """What became of all values, each a Migrated; has_loss where one that was set is lost or changed."""
 
-    def __new__(cls, entries=(), has_loss=False):
-        made = super().__new__(cls, entries)
+    has_loss: bool
+
+    def __new__(cls, entries: Iterable[Migrated] = (), has_loss: bool = False) -> "Account":
+        made = super().__new__(cls, entries)  # type: ignore[arg-type]
         made.has_loss = has_loss
         return made
 
@@ -141,4 +156,4 @@ class MapCheck(NamedTuple):
     holes: int
     tests: int
     failed: int
-    messages: tuple
+    messages: Tuple[_Message, ...]

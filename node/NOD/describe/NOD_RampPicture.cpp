@@ -1,10 +1,12 @@
 #include <NOD/NOD_RampPicture.h>
 
+#include <BAS/BAS_Number.h>
 #include <KIT/KIT_Digits.h>
 #include <KIT/KIT_Ramp.h>
 #include <NOD/describe/NOD_PageTextPrivate.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -38,7 +40,28 @@ struct Span
         }
     }
     double share(double value) const { return (value - low) / (high - low); }
+    /// Of what may be empty, or a single place.
+    void widen()
+    {
+        if (!(low < high)) {
+            const double middle = std::isfinite(low) ? low : 0.0;
+            *this = {middle - 0.5, middle + 0.5};
+        }
+    }
+    static Span nothing()
+    {
+        return {std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
+    }
 };
+
+using Points = std::vector<NOD_PlotPoint>;
+
+/// So that the span of two numbers is a number.
+double bounded(double value)
+{
+    constexpr double theEnd = 1e300;
+    return std::isfinite(value) ? std::clamp(value, -theEnd, theEnd) : value;
+}
 
 Span positionsOf(const KIT_Ramp &ramp)
 {
@@ -69,20 +92,16 @@ std::vector<float> samplesOf(const KIT_Ramp &ramp, const Span &span)
     return samples;
 }
 
-Span valuesOf(const KIT_Ramp &ramp, const std::vector<float> &samples)
+NOD_PlotCurve curveOf(const KIT_Ramp &ramp, const Span &positions)
 {
-    Span span{std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
-    for (const float sample : samples) {
-        span.include(double(ramp.evaluateFloat(sample)));
+    NOD_PlotCurve curve;
+    for (const float sample : samplesOf(ramp, positions)) {
+        curve.points.push_back({double(sample), double(ramp.evaluateFloat(sample))});
     }
     for (int i = 0; i < ramp.getNodeCount(); ++i) {
-        span.include(double(ramp.getNode(i)->alpha));
+        curve.keys.push_back({double(ramp.getNode(i)->position), double(ramp.getNode(i)->alpha)});
     }
-    if (!(span.low < span.high)) {
-        const double middle = std::isfinite(span.low) ? span.low : 0.0;
-        span = {middle - 0.5, middle + 0.5};
-    }
-    return span;
+    return curve;
 }
 
 // ---------------------------------------------------------------------- //
@@ -128,6 +147,11 @@ double across(const Span &positions, double position)
     return theLeft + theWidth * positions.share(position);
 }
 
+double up(const Span &values, double value)
+{
+    return theTop + theCurveHeight * (1.0 - values.share(value));
+}
+
 std::string openPicture(const std::string &title, double plotHeight, double bottom)
 {
     const std::string width = coordinate(theLeft + theWidth + 24.0);
@@ -145,33 +169,56 @@ std::string frame(double height, const std::string &fill)
            "\" stroke=\"#bbb\"/>\n";
 }
 
-std::string drawCurve(const std::string &title, const KIT_Ramp &ramp)
+std::string drawLine(const Points &points, const Span &positions, const Span &values,
+                     const char *color)
 {
-    const Span positions = positionsOf(ramp);
-    const std::vector<float> samples = samplesOf(ramp, positions);
-    const Span values = valuesOf(ramp, samples);
-    const auto up = [&](float value) {
-        return theTop + theCurveHeight * (1.0 - values.share(double(value)));
-    };
-    std::string out = openPicture(title, theCurveHeight, 28.0) + frame(theCurveHeight, "#fafafa");
     std::string path;
     bool penDown = false;
-    for (const float sample : samples) {
-        const float value = ramp.evaluateFloat(sample);
-        if (std::isfinite(value)) {
-            path += (penDown ? "L" : "M") + coordinate(across(positions, double(sample))) + " " +
-                    coordinate(up(value)) + " ";
+    for (const NOD_PlotPoint &point : points) {
+        const bool drawn = std::isfinite(point.position) && std::isfinite(point.value);
+        if (drawn) {
+            path += (penDown ? "L" : "M") + coordinate(across(positions, point.position)) + " " +
+                    coordinate(up(values, point.value)) + " ";
         }
-        penDown = std::isfinite(value);
+        penDown = drawn;
     }
-    out += "<path fill=\"none\" stroke=\"#2266aa\" stroke-width=\"2\" d=\"" + path + "\"/>\n";
-    for (int i = 0; i < ramp.getNodeCount(); ++i) {
-        const KIT_RampNode &node = *ramp.getNode(i);
-        if (std::isfinite(node.position) && std::isfinite(node.alpha)) {
-            out += "<circle cx=\"" + coordinate(across(positions, double(node.position))) +
-                   "\" cy=\"" + coordinate(up(node.alpha)) +
+    return "<path fill=\"none\" stroke=\"" + std::string(color) + "\" stroke-width=\"2\" d=\"" +
+           path + "\"/>\n";
+}
+
+std::string drawKeys(const Points &keys, const Span &positions, const Span &values)
+{
+    std::string out;
+    for (const NOD_PlotPoint &key : keys) {
+        if (std::isfinite(key.position) && std::isfinite(key.value)) {
+            out += "<circle cx=\"" + coordinate(across(positions, key.position)) + "\" cy=\"" +
+                   coordinate(up(values, key.value)) +
                    "\" r=\"4\" fill=\"#fff\" stroke=\"#cc4422\" stroke-width=\"2\"/>\n";
         }
+    }
+    return out;
+}
+
+std::string drawCurves(const std::vector<NOD_PlotCurve> &curves, const Span &positions,
+                       const std::string &title)
+{
+    // The first is that of a ramp.
+    static const char *const theColors[] = {"#2266aa", "#aa2222", "#228833", "#886600"};
+    Span values = Span::nothing();
+    for (const NOD_PlotCurve &curve : curves) {
+        for (const Points &points : {curve.points, curve.keys}) {
+            for (const NOD_PlotPoint &point : points) {
+                values.include(point.value);
+            }
+        }
+    }
+    values.widen();
+    std::string out = openPicture(title, theCurveHeight, 28.0) + frame(theCurveHeight, "#fafafa");
+    for (std::size_t i = 0; i < curves.size(); ++i) {
+        out += drawLine(curves[i].points, positions, values, theColors[i % 4]);
+    }
+    for (const NOD_PlotCurve &curve : curves) {
+        out += drawKeys(curve.keys, positions, values);
     }
     out += label(theLeft - 6.0, theTop + theCurveHeight + 4.0, "end", values.low) +
            label(theLeft - 6.0, theTop + 4.0, "end", values.high) +
@@ -212,5 +259,40 @@ std::string drawBand(const std::string &title, const KIT_Ramp &ramp, const std::
 std::string NODdrawRamp(const KIT_Ramp &ramp, bool colorFlag, const std::string &title,
                         const std::string &gradient)
 {
-    return colorFlag ? drawBand(title, ramp, gradient) : drawCurve(title, ramp);
+    if (colorFlag) {
+        return drawBand(title, ramp, gradient);
+    }
+    const Span positions = positionsOf(ramp);
+    return drawCurves({curveOf(ramp, positions)}, positions, title);
+}
+
+std::string NODdrawCurves(std::vector<NOD_PlotCurve> curves, const std::string &title)
+{
+    Span positions = Span::nothing();
+    for (NOD_PlotCurve &curve : curves) {
+        for (Points *const points : {&curve.points, &curve.keys}) {
+            for (NOD_PlotPoint &point : *points) {
+                point = {bounded(point.position), bounded(point.value)};
+                positions.include(point.position);
+            }
+        }
+    }
+    positions.widen();
+    return drawCurves(curves, positions, title);
+}
+
+double NODrampNumber(float value)
+{
+    char text[32];
+    const std::to_chars_result end = std::to_chars(text, text + sizeof text, value);
+    double number = 0.0;
+    BASparseFloat(text, std::size_t(end.ptr - text), number);
+    return number;
+}
+
+std::string NODscreenColor(const KIT_Ramp &ramp, float position)
+{
+    float rgba[4];
+    ramp.evaluate(position, rgba);
+    return screenColor(rgba);
 }

@@ -5,7 +5,6 @@
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
 
-#include <BAS/BAS_Number.h>
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Ramp.h>
 #include <NOD/NOD_RampPicture.h>
@@ -13,24 +12,12 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_RampUtils.h>
 
-#include <charconv>
-
 namespace
 {
 
 // -------------------------------------------------------------------- //
 // JSON
 // -------------------------------------------------------------------- //
-
-/// The double that has the float's shortest text: 0.8, not 0.800000011920929.
-double shortest(float value)
-{
-    char text[32];
-    const std::to_chars_result end = std::to_chars(text, text + sizeof text, value);
-    double number = 0.0;
-    BASparseFloat(text, std::size_t(end.ptr - text), number);
-    return number;
-}
 
 ZELT_Json asJson(const ZEL_Parm &parm, const KIT_Ramp &ramp)
 {
@@ -42,11 +29,12 @@ ZELT_Json asJson(const ZEL_Parm &parm, const KIT_Ramp &ramp)
     for (int i = 0; i < ramp.getNodeCount(); ++i) {
         const KIT_RampNode &node = *ramp.getNode(i);
         ZELT_Json key;
-        key["position"] = shortest(node.position);
+        key["position"] = NODrampNumber(node.position);
         if (color) {
-            key["value"] = {shortest(node.red), shortest(node.green), shortest(node.blue)};
+            key["value"] = {NODrampNumber(node.red), NODrampNumber(node.green),
+                            NODrampNumber(node.blue)};
         } else {
-            key["value"] = shortest(node.alpha);
+            key["value"] = NODrampNumber(node.alpha);
         }
         key["interpolation"] = ZELgetRampInterpToken(ZELgetRampInterp(node.basis));
         out["keys"].push_back(key);

@@ -1,0 +1,105 @@
+"""The stubs say what there is, with its true signatures, and the programs of docs/python.md pass with them."""
+
+import ast
+import os
+import pathlib
+import re
+import subprocess
+import sys
+
+import pytest
+
+import zel
+from signatures import Parameter, signature_of, signature_of_class
+from zel import _zel
+
+FOLDER = pathlib.Path(zel.__file__).parent
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
+
+pytest.importorskip("mypy")
+if "asan" in os.environ.get("LD_PRELOAD", ""):
+    pytest.skip("types are the same under a sanitizer", allow_module_level=True)
+
+
+def run_mypy(folder, *arguments):
+    (folder / "mypy.ini").write_text(
+        f"[mypy]\nignore_missing_imports = True\ncheck_untyped_defs = True\ncache_dir = {folder / 'cache'}\n"
+    )
+    environment = dict(os.environ, MYPYPATH=str(FOLDER.parent), PYTHONPATH=str(FOLDER.parent))
+    done = subprocess.run(
+        [sys.executable, "-m", *arguments], cwd=folder, env=environment, text=True, capture_output=True
+    )
+    return done.returncode, done.stdout + done.stderr
+
+
+def test_the_stubs_say_what_there_is(tmp_path):
+    allowed = pathlib.Path(__file__).with_name("stubs_allowed.txt")
+    status, said = run_mypy(
+        tmp_path, "mypy.stubtest", "zel", "--mypy-config-file", str(tmp_path / "mypy.ini"), "--allowlist", str(allowed)
+    )
+    assert status == 0, said
+
+
+def test_programs_pass(tmp_path):
+    page = (SOURCE / "docs" / "python.md").read_text(encoding="utf-8")
+    names = []
+    for number, section in enumerate(page.split("\n## ")[1:]):
+        pieces = re.findall(r"^```python\n(.*?)^```$", section, re.M | re.S)
+        names.append(f"job{number}.py")
+        (tmp_path / names[-1]).write_text("\n".join(pieces), encoding="utf-8")
+    wrong = "import zel\nzel.Scene().ad('x')\nzel.load('x', scripts='all')\nzel.Scene().frame = 'x'\n"
+    (tmp_path / "wrong.py").write_text(wrong)
+    status, said = run_mypy(tmp_path, "mypy", *names)
+    assert len(names) == 10 and status == 0, said
+    status, said = run_mypy(tmp_path, "mypy", "wrong.py")
+    assert re.findall(r"wrong\.py:(\d): error", said) == ["2", "3", "4"], said
+
+
+def stub_functions():
+    """Each function of the compiled part, with its stubs: several where it is overloaded."""
+    found = {}
+
+    def visit(body, prefix):
+        for item in body:
+            if isinstance(item, ast.ClassDef):
+                visit(item.body, f"{prefix}{item.name}.")
+            elif isinstance(item, ast.FunctionDef):
+                words = {ast.unparse(decorator) for decorator in item.decorator_list}
+                if not any(word == "property" or word.endswith(".setter") for word in words):
+                    found.setdefault(prefix + item.name, []).append((item.args, "staticmethod" in words))
+
+    visit(ast.parse((FOLDER / "_zel.pyi").read_text()).body, "")
+    return found
+
+
+def parameters_of_stub(arguments, static, has_self):
+    plain = arguments.args[1:] if has_self and not static else arguments.args
+    missing = len(plain) - len(arguments.defaults)
+    listed = [Parameter(one.arg, "plain", at >= missing) for at, one in enumerate(plain)]
+    named = zip(arguments.kwonlyargs, arguments.kw_defaults)
+    listed += [Parameter(one.arg, "named", default is not None) for one, default in named]
+    if arguments.kwarg:
+        listed.append(Parameter(arguments.kwarg.arg, "all", False))
+    return listed
+
+
+def parameters_at_runtime(name):
+    *owners, function = name.split(".")
+    owner = _zel
+    for word in owners:
+        owner = getattr(owner, word)
+    return signature_of_class(owner) if function == "__init__" else signature_of(owner, function)
+
+
+STUBS = stub_functions()
+
+
+@pytest.mark.parametrize("name", sorted(name for name in STUBS if not re.search(r"\.__(?!init)", name)))
+def test_signatures_are_true(name):
+    expected = parameters_at_runtime(name)
+    overloads = [parameters_of_stub(*stub, has_self="." in name) for stub in STUBS[name]]
+    if len(overloads) == 1:
+        assert overloads[0] == expected
+    for stub in overloads:
+        allowed = [(one.name, one.kind) for one in expected]
+        assert [(one.name, one.kind) for one in stub] in (allowed, allowed[: len(stub)])
