@@ -147,6 +147,13 @@ void checkMistakes(const std::string &text)
                 (message.detail->place.endOffset >= message.detail->place.offset &&
                  message.detail->place.endOffset <= int64_t(text.size())));
     }
+    if (!goodFlag) {
+        const NOD_Judgement judged = NODjudgeSoundPart(text, "fuzz", {}, all, none);
+        require(judged.rest.getErrorCount() == all.getErrorCount());
+        for (const NOD_LintFinding &finding : judged.findings) {
+            require(finding.message.detail->place.endOffset <= int64_t(text.size()));
+        }
+    }
 }
 
 } // namespace

@@ -755,15 +755,19 @@ TEST(Lint, TheSoundPartIsJudged)
         const std::string broken = whole(example + "parm { name zz lable \"Z\" type float }\n");
         EXPECT_EQ(asText(judgeBroken(broken).findings), asText(lintText(whole(example))));
         const std::vector<NOD_LintFinding> whatIs = lintText(whole(example));
-        for (std::size_t at = example.find(" name "); at != std::string::npos;
-             at = example.find(" name ", at + 1)) {
-            for (const char *const junk :
-                 {" lable \"X\"", " zork", " tpye float", " parmtag { x }"}) {
-                const std::string text =
-                    whole(std::string(example).insert(at, junk)); // in front of the name
-                for (const NOD_LintFinding &one : judgeBroken(text).findings) {
-                    EXPECT_TRUE(isFoundIn(one, whatIs)) << one.asText() << "\n" << text;
-                }
+        const auto addsNone = [&whatIs](const std::string &text) {
+            for (const NOD_LintFinding &one : judgeBroken(text).findings) {
+                EXPECT_TRUE(isFoundIn(one, whatIs)) << one.asText() << "\n" << text;
+            }
+        };
+        const std::string text = whole(example);
+        for (const std::string word : {" name ", " label "}) {
+            for (std::size_t at = text.find(word); at != std::string::npos;
+                 at = text.find(word, at + 1)) {
+                addsNone(std::string(text).insert(at, " lable \"X\""));
+                addsNone(std::string(text).insert(at, " zork"));
+                addsNone(std::string(text).replace(at, word.size(), " zork "));
+                addsNone(std::string(text).replace(at, word.size(), " lable "));
             }
         }
     }
