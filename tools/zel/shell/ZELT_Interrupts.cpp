@@ -95,12 +95,11 @@ bool ZELT_Interrupts::Command::finish()
 {
     theHeedsFlag.store(false); // before it is asked for
     tellWatcher(false);
-    if (!BAS_Interrupt::isRequested()) {
-        return true;
+    if (BAS_Interrupt::isRequested()) {
+        goOn();
+        return false;
     }
-    BAS_Interrupt::clear();
-    goOn();
-    return false;
+    return true;
 }
 
 void ZELT_Interrupts::Command::goOn()

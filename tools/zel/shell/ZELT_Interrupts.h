@@ -26,8 +26,7 @@ public:
         Command(const Command &) = delete;
         Command &operator=(const Command &) = delete;
 
-        /// From here to goOn() the command can't be stopped: it writes a file. False, with Ctrl-C forgotten and
-        /// heard again, if it was stopped before.
+        /// From here to goOn() the command can't be stopped: it writes a file. False if it was stopped before.
         static bool finish();
         static void goOn();
     };

@@ -130,7 +130,8 @@ public:
     void fail(const std::string &reason);
     /// Whether Ctrl-C was pressed, which is forgotten: what was evaluated since then has failed.
     static bool wasStopped();
-    /// From here to its end the command isn't stopped by Ctrl-C, as before it writes a file. False if it was before.
+    /// From here to its end the command isn't stopped by Ctrl-C, as before it writes a file. False if it was before:
+    /// then it ends, and that it was interrupted is printed.
     static bool finish();
     /// Each error of a report is a reason; warnings are printed as they are.
     void tell(const NOD_Report &report);

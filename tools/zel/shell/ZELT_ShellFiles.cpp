@@ -67,9 +67,7 @@ void save(ZELT_Shell &shell, const ZELT_ShellWords &words)
     } else {
         shell.tell(report);
     }
-    if (!shell.finish()) {
-        shell.fail("interrupted: nothing is written");
-    } else if (savedFlag && !ZELTwriteFile(words[2], os.str(), shell.getMessages())) {
+    if (savedFlag && shell.finish() && !ZELTwriteFile(words[2], os.str(), shell.getMessages())) {
         shell.fail(words[2] + " isn't written");
     }
 }

@@ -13,7 +13,6 @@ void snapshot(ZELT_Shell &shell, const ZELT_ShellWords &words)
     if (words.size() > 1) {
         NOD_NodeState state(shell.getNode());
         if (!shell.finish()) {
-            shell.fail("interrupted: nothing is kept");
             return;
         }
         for (const std::string &name : shell.getSnapshots().put(words[1], std::move(state))) {

@@ -64,7 +64,6 @@ void writePreset(ZELT_Shell &shell, const ZELT_ShellWords &words, NOD_Presets::E
     std::ostringstream text;
     const bool madeFlag = NODsavePreset(shell.getNode(), {}, text, report);
     if (!shell.finish()) {
-        shell.fail("interrupted: nothing is saved");
         return;
     }
     const std::string path =
@@ -87,7 +86,6 @@ void deletePreset(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     NOD_Report report;
     if (!shell.finish()) {
-        shell.fail("interrupted: nothing is deleted");
         return;
     }
     const std::string path = presetsOf(shell).remove(words[2], folderOf(words), report);
