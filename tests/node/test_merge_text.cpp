@@ -119,7 +119,12 @@ TEST(MergeScript, ATextIsWrittenAgain)
 
 TEST(MergeScript, WhatIsNoScriptIsRefused)
 {
-    const std::pair<const char *, const char *> texts[] = {
+    std::string deep = "{ name x";
+    for (int level = 0; level < 300; ++level) {
+        deep += " group { name g" + std::to_string(level);
+    }
+    const std::pair<std::string, const char *> texts[] = {
+        {deep + std::string(301, '}'), "f(1): the blocks lie in each other too deep"},
         {"no braces", "f(1): begins with no brace"},
         {"{ name x\n parm { name a", "f(2): the block of 'parm' is not closed"},
         {"{ name x\n label \"a }", "f(2): the text is not closed"},

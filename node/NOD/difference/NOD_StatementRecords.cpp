@@ -348,6 +348,12 @@ bool NODreadStatements(std::string_view text, const std::string &name, NOD_Recor
     if (shape.getBlocks().empty() || shape.getBlocks().front().close < 0) {
         return fail(name, tokens[0].line, "begins with no brace: it is no dialog script", report);
     }
+    for (const Block &block : shape.getBlocks()) {
+        if (block.close < 0) { // too deep for the shape, which tells of all else
+            return fail(name, tokens[block.header].line, "the blocks lie in each other too deep",
+                        report);
+        }
+    }
     Reader(text, tokens, shape).run(top);
     if (NODstatementText(top) != text) {
         return fail(name, 0,
