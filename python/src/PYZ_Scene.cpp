@@ -58,7 +58,14 @@ public:
     UndoBlock(py::object scene, std::string label)
         : myScene(std::move(scene)), myLabel(std::move(label))
     {}
-    ~UndoBlock() { end(); }
+    ~UndoBlock()
+    {
+        try {
+            end();
+        } catch (py::error_already_set &error) {
+            error.discard_as_unraisable("the end of a block of undo");
+        }
+    }
     UndoBlock(const UndoBlock &) = delete;
     UndoBlock &operator=(const UndoBlock &) = delete;
 
