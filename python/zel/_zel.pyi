@@ -55,7 +55,6 @@ class Interface:
     def text(self) -> str: ...
     def describe(self) -> Dict[str, Any]: ...
 
-@final
 class Scene:
     @final
     class UndoBlock:
