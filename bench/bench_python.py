@@ -30,11 +30,11 @@ def best(work, least):
     return min(times)
 
 
-def per_value(statement, names, least, setup=""):
+def per_value(statement, names, least):
     """Nanoseconds of a statement for each `name` or `item`, the empty loop included."""
     space = dict(names)
-    code = f"{setup}\ndef run(rounds, items):\n    for _ in rounds:\n        for item in items:\n            {statement}\n"
-    exec(code, space)
+    loops = "def run(rounds, items):\n    for _ in rounds:\n        for item in items:\n"
+    exec(f"{loops}            {statement}\n", space)
     rounds = range(max(1, 20000 // len(names["items"])))
     return best(lambda: space["run"](rounds, names["items"]), least) / (len(rounds) * len(names["items"])) * 1e9
 

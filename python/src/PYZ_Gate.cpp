@@ -204,7 +204,7 @@ void PYZ_Changing::keepException()
 void PYZ_Changing::callLater(const py::object &handlers, const py::tuple &arguments)
 {
     // So many in answer to handlers are handlers that call each other without an end.
-    constexpr int theMostAnswers = 100000;
+    constexpr int theMostAnswers = 20000;
     State &gate = state();
     if (gate.callingFlag && ++gate.answers > theMostAnswers) {
         if (gate.answers == theMostAnswers + 1) {

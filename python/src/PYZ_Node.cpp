@@ -465,7 +465,8 @@ void defineEvents(py::class_<PYZ_Node> &type)
 
 Calls `handler(node, what, parm)` for each change of the node: `what` is "value", "enabled", "visible" or
 "locked", and `parm` the parameter, or None for several. Handlers are called once the edit is done, and may
-edit anything; their exceptions are raised by the edit. Usable as a decorator.
+edit anything; their exceptions are raised by the edit. Edits of handlers that bring about more than 20,000
+further calls are a RecursionError. Usable as a decorator.
 )");
     type.def(
         "on_press", add(PYZ_Scene::PRESS), py::arg("handler"),

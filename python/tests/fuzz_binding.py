@@ -46,19 +46,19 @@ SCRIPT = """{
 }"""
 
 MAP = 'migration 1.0\ntype fuzz\nunmarked 1\nversion 1 in.ds\nversion 2 in.ds\n\trename size mode\n'
-NAMES = ("size", "t", "tx", "tz", "count", "on", "mode", "pick", "file", "press", "curve", "band", "curve1value", "dict")
-NAMES += ("points", "w1", "w2", "in1", "q1_1", "nothing", "")
+NAMES = ("size", "t", "tx", "tz", "count", "on", "mode", "pick", "file", "press", "curve", "band", "dict")
+NAMES += ("curve1value", "points", "w1", "w2", "in1", "q1_1", "nothing", "")
 PATHS = ("a", "/a", "/a/b", "a/b", "c", "/a/c", "..", "/", "", "b", "*", "/a/**")
 ADDRESSES = ("size", "t", "*", "/a/t", "/*/t*", "w#", "q*", "/a/b/size", "nothing", "t:1", "[", "note*")
-EXPRESSIONS = ("$F / 8", "ch('../a/size')", "ch('size') + 1", "1 / 0", "vmr.frame()", "vmr.ch('size')", "1/0", "sin(", "")
+EXPRESSIONS = ("$F / 8", "ch('../a/size')", "ch('size') + 1", "1 / 0", "vmr.frame()", "vmr.ch('size')", "sin(", "")
 CURVES = ("linear()", "bezier()", "constant()", "cubic()", "nothing()", "$F")
-TEXTS = ("text", "folder", "Z305", "ZEL 5", "on", "soft", "\ud800", "a\0b", "ü\u2028", "x" * 5000, "{", "parm {", SCRIPT)
-TEXTS += NAMES + PATHS + ADDRESSES + EXPRESSIONS + CURVES
+TEXTS = ("text", "folder", "Z305", "ZEL 5", "on", "soft", "\ud800", "a\0b", "ü\u2028", "x" * 5000, "{", "parm {")
+TEXTS += (SCRIPT,) + NAMES + PATHS + ADDRESSES + EXPRESSIONS + CURVES
 NUMBERS = (0, 1, -1, 2, 3, 7, 255, 2**31 - 1, -(2**31), 2**31, 2**63, -(2**70), True, False)
 SMALL = (0, 1, 2, -1, 5)
 FLOATS = (0.0, -0.0, 0.5, 1.0, 24.0, 97.0, -3.25, 1e-320, 1e300, -1e300, float("inf"), float("-inf"), float("nan"))
 FORMS = ("text", "binary", "compact", "channels", "node")
-INPUTS = ("in.ds", "in.map", "in.scene", "in.parms", "in.node", "in.preset", "out.scene", "out.parms", "nothing", b"in.scene")
+INPUTS = ("in.ds", "in.map", "in.scene", "in.parms", "in.node", "in.preset", "out.scene", "nothing", b"in.scene")
 # What writes gets only these: nothing else of the machine is a file of ours.
 OUTPUTS = ("out.scene", "out.parms", "out.node", "nowhere/out", b"out.bytes", "in.preset")
 WRITERS = ("save", "save_preset", "copy", "rename", "remove")
@@ -66,12 +66,15 @@ WRITERS = ("save", "save_preset", "copy", "rename", "remove")
 CHOICES = {
     "name": NAMES + ("first", "second"), "new_name": ("first", "second", "c"), "label": ("step", "", "other"),
     "addresses": ADDRESSES + (ADDRESSES[:4],), "expression": EXPRESSIONS + CURVES + (None,), "form": FORMS,
-    "language": ("native", "python"), "code": ("ZEL 5", "Z305", "NOD", ""), "title": ("", "<t>"), "level": ("hint", "error"),
+    "language": ("native", "python"), "code": ("ZEL 5", "Z305", "NOD", ""), "title": ("", "<t>"),
+    "level": ("hint", "error"),
     "scripts": (True, False, "folder"), "includes": (True, False, "folder"), "strict": (True, False, None),
-    "tolerance": ((), "0.001", ("t*=4ulp", "0.1%")), "disable": ("", "Z305", ["Z1"]), "only": ((), ["size"], ("t", "w*")),
+    "tolerance": ((), "0.001", ("t*=4ulp", "0.1%")), "disable": ("", "Z305", ["Z1"]),
+    "only": ((), ["size"], ("t", "w*")),
     "table": ("Node", "x"), "type": ("fuzz", "light"), "version": ("1", "2", None, "9"), "start": ("1", "2", None),
     "index": SMALL, "new_index": SMALL, "component": SMALL, "steps": SMALL, "bytes": (0, 10**6, -1), "position": FLOATS,
-    "renames": ({}, {"size": "mode"}, {"a": "b", "b": "a"}), "policies": ({}, {"/a*": "ours"}, {"*": "theirs", "t": "base"}),
+    "renames": ({}, {"size": "mode"}, {"a": "b", "b": "a"}),
+    "policies": ({}, {"/a*": "ours"}, {"*": "theirs", "t": "base"}),
 }  # fmt: skip
 BOOLS = ("binary", "changed_only", "self_contained", "replace", "sort", "exact", "allow_loss", "on")
 
@@ -104,7 +107,8 @@ class Fuzz:
         self.classes = [zel.Scene, zel.Node, zel.Parm, zel.Keys, zel.Interface, zel.Ramp, zel.Difference, zel.Merge]
         self.classes += [zel.MigrationMap, zel.Presets, zel.Scene.UndoBlock, zel.Picture]
         made = (zel.Scene, zel.Interface, zel.MigrationMap, zel.Presets)
-        self.functions = [(zel, name) for name in zel.__all__ if inspect.isbuiltin(getattr(zel, name)) or getattr(zel, name) in made]
+        self.functions = [(zel, made_class.__name__) for made_class in made]
+        self.functions += [(zel, name) for name in zel.__all__ if inspect.isbuiltin(getattr(zel, name))]
         self.functions += [(zel, "plot"), (zel, "draw"), (zel._zel, "_draw_curves"), (zel.Scene, "from_bytes")]
         self.functions += [(zel.Interface, "from_text"), (zel.Difference, "from_json")]
         self.signatures = {}
@@ -233,7 +237,8 @@ class Fuzz:
         if name == "data":
             return self.some(zel.Scene).to_bytes(binary=self.random.random() < 0.5)[: choice((None, 100, 700, -9))]
         if name == "text":
-            return choice((SCRIPT, "parm {", b"\xff", MAP, self.some(zel.Difference).to_json(), self.some(zel.Node).preset_text()))
+            made = (self.some(zel.Difference).to_json(), self.some(zel.Node).preset_text())
+            return choice((SCRIPT, "parm {", b"\xff", MAP, *made))
         if name == "script":
             return choice((self.interface, "in.ds", "nothing"))
         wanted = {"interface": zel.Interface, "node": zel.Node, "parent": zel.Node, "map": zel.MigrationMap}
@@ -265,8 +270,10 @@ class Fuzz:
             if inspect.isclass(thing):
                 found = signature_of_class(thing)
             elif inspect.isfunction(thing):
-                found = [Parameter(one.name, "named" if one.kind == one.KEYWORD_ONLY else "plain", one.default is not one.empty)
-                         for one in inspect.signature(thing).parameters.values() if one.name != "self"]  # fmt: skip
+                found = []
+                for one in inspect.signature(thing).parameters.values():
+                    kind = "named" if one.kind == one.KEYWORD_ONLY else "plain"
+                    found += [Parameter(one.name, kind, one.default is not one.empty)] if one.name != "self" else []
             else:
                 found = signature_of(owner, name)
             self.signatures[owner, name] = found or []
@@ -304,9 +311,10 @@ class Fuzz:
         name = self.random.choice(names)
         found = inspect.getattr_static(kind, name)
         if how < 0.5 and not callable(getattr(kind, name)):
-            values = {"keys": lambda: [self.key() for _ in range(self.random.randrange(3))], "name": lambda: self.random.choice("cde")}
+            choice = self.random.choice
+            values = {"keys": lambda: [self.key() for _ in range(self.random.randrange(3))], "name": lambda: choice("cde")}
             values.update(expression=lambda: self.argument("expression"), variables=lambda: {"HIP": "/x", "A": "$HIP"})
-            values.update(frame_range=lambda: (self.random.choice(FLOATS), self.random.choice(FLOATS)), locked=lambda: how < 0.4)
+            values.update(frame_range=lambda: (choice(FLOATS), choice(FLOATS)), locked=lambda: how < 0.4)
             value = values.get(name, self.likely)() if self.random.random() < 0.9 else self.value()
             self.note("set", thing, name, value)
             setattr(thing, name, value)
@@ -318,8 +326,9 @@ class Fuzz:
 
     def operate(self, thing):
         action = self.random.choice(
-            (operator.getitem, operator.getitem, operator.setitem, operator.setitem, operator.delitem, operator.contains)
-            + (operator.eq, len, iter, hash, repr, str, pickle.dumps, copy.copy, copy.deepcopy, bool, list, self.weird, self.block)
+            (operator.getitem, operator.getitem, operator.setitem, operator.setitem, operator.delitem)
+            + (operator.contains, operator.eq, len, iter, hash, repr, str, bool, list)
+            + (pickle.dumps, copy.copy, copy.deepcopy, self.weird, self.block)
         )
         given = []
         if action.__name__ in ("getitem", "setitem", "delitem", "contains", "eq"):

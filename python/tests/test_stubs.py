@@ -23,7 +23,8 @@ if "asan" in os.environ.get("LD_PRELOAD", ""):
 
 def run_mypy(folder, *arguments):
     (folder / "mypy.ini").write_text(
-        f"[mypy]\nignore_missing_imports = True\ncheck_untyped_defs = True\ndisable_error_code = var-annotated\ncache_dir = {folder / 'cache'}\n"
+        "[mypy]\nignore_missing_imports = True\ncheck_untyped_defs = True\ndisable_error_code = var-annotated\n"
+        f"cache_dir = {folder / 'cache'}\n"
     )
     environment = dict(os.environ, MYPYPATH=str(FOLDER.parent), PYTHONPATH=str(FOLDER.parent))
     done = subprocess.run(

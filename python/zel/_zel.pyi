@@ -1,7 +1,22 @@
 """What the compiled part has; descriptions are in its docstrings."""
 
 import os
-from typing import Any, Callable, Dict, Iterable, Iterator, List, Literal, Mapping, Optional, Tuple, TypeVar, Union, final, overload
+from typing import (
+    Any,
+    Callable,
+    Dict,
+    Iterable,
+    Iterator,
+    List,
+    Literal,
+    Mapping,
+    Optional,
+    Tuple,
+    TypeVar,
+    Union,
+    final,
+    overload,
+)
 
 from .records import Account, Change, Conflict, Finding, Help, Key, MapCheck, Mended, MenuItem, RampKey, Range
 from .errors import Message
@@ -40,7 +55,6 @@ class Interface:
     def text(self) -> str: ...
     def describe(self) -> Dict[str, Any]: ...
 
-@final
 class Scene:
     @final
     class UndoBlock:
@@ -373,7 +387,11 @@ def mend(
     script: Union[Interface, _Path], *, disable: _Names = "", only: Optional[_Names] = None, level: str = "hint"
 ) -> Mended: ...
 def check(path: _Path) -> Tuple[Message, ...]: ...
-def format(text: Union[str, bytes], name: str = "script", *, sort: bool = False, includes: _Scripts = True) -> str: ...
+def format(
+    text: Union[str, bytes], name: str = "script", *, sort: bool = False, includes: _Scripts = True
+) -> str: ...
 def explain(code: str) -> List[Help]: ...
 def enable_python(on: bool) -> None: ...
-def _draw_curves(curves: Iterable[Tuple[Iterable[Tuple[float, float]], Iterable[Tuple[float, float]]]], title: str) -> str: ...
+def _draw_curves(
+    curves: Iterable[Tuple[Iterable[Tuple[float, float]], Iterable[Tuple[float, float]]]], title: str
+) -> str: ...

@@ -88,9 +88,7 @@ def _ramp_of(what):
     return what if isinstance(what, _zel.Ramp) else None
 
 
-def draw(
-    what: _Drawn, *, frames: Optional[Tuple[float, float]] = None, title: Optional[str] = None
-) -> Picture:
+def draw(what: _Drawn, *, frames: Optional[Tuple[float, float]] = None, title: Optional[str] = None) -> Picture:
     """A picture of a ramp, or of the curves of a parameter, of keys, or of several of them.
 
     `frames` are the first and the last one of the curves: without them those of the keys, or the scene's range.
