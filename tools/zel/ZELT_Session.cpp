@@ -142,9 +142,10 @@ std::unique_ptr<ZELT_Session> ZELT_Session::open(const std::string &file, ZELT_M
     return session;
 }
 
-std::vector<ZELT_NodeInterface>
-ZELT_Session::openInterfaces(const std::string &file, ZELT_Messages &messages, NOD_Report *mistakes,
-                             std::string *unread)
+std::vector<ZELT_NodeInterface> ZELT_Session::openInterfaces(const std::string &file,
+                                                             ZELT_Messages &messages,
+                                                             NOD_Report *mistakes,
+                                                             std::string *unread)
 {
     Source source;
     std::vector<ZELT_NodeInterface> all;

@@ -110,7 +110,8 @@ private:
         }
         const auto [former, newFlag] = myTokens.emplace(token, myLine);
         if (!newFlag) {
-            tell(begin, end, "line " + std::to_string(former->second) + " has a row with this token already");
+            tell(begin, end,
+                 "line " + std::to_string(former->second) + " has a row with this token already");
         }
     }
 
