@@ -12,7 +12,7 @@ import re
 import sys
 
 FOLDERS = ["node/NOD/*", "DS/*", "ZEL/scripts", "ZEL/conditions", "tools/zel", "tools/zel/commands"]
-OTHERS = ["node/NOD/lint/", "node/NOD/migration/", "node/NOD/server/NOD_ScriptServer", "node/NOD/server/NOD_ServerRename"]
+OTHERS = ["node/NOD/lint/", "node/NOD/server/NOD_ScriptServer", "node/NOD/server/NOD_ServerRename"]
 CALL = re.compile(r"\b(?:(?:\w+(?:\.|->))*(?:error|warning|wordError)|tell|fail|warn|addError)\(")
 LITERAL = r'"(?:[^"\\]|\\.)*"'
 TEXT = re.compile(rf"(?:std::string\()?((?:{LITERAL}\s*)+)\)?")

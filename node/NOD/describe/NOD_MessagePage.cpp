@@ -34,7 +34,7 @@ constexpr Group theGroups[] = {
      "Of libzelnode and the tool. 1 to 39 are about what a script describes, 40 to 69 about files, 70 to 119 "
      "about what is written on a command line or in a file of settings, 120 to 179 about maps of migrations, 200 to "
      "239 about files that are written, 240 to 259 about trees of nodes, 260 to 289 about scripts that are written, "
-     "290 to 309 about patches."},
+     "290 to 309 about patches and what is compared."},
     {"TOOL", "The tool", "Of `zel` alone."},
 };
 
