@@ -6,6 +6,7 @@
 #include "PYZ_Value.h"
 
 #include <BAS/BAS_Thread.h>
+#include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Conditions.h>
 #include <NOD/NOD_Description.h>
 #include <NOD/NOD_TextEdit.h>
@@ -362,9 +363,11 @@ int checkBlock(const PYZ_Parm &self)
     if (!parm.isMultiParm()) {
         throw py::type_error(self.getNameThen() + " has no items: it is no multi-parameter");
     }
+    NOD_Node &node = self.getNode();
     NOD_Report report;
     const int count = PYZgather(report, {}, [&](NOD_Report &) {
         const ZEL_InputBudget budget(0);
+        const NOD_Batch batch(node);
         int value = 0;
         parm.getValue(self.getTime(), value, 0, BASgetSTID());
         return parm.getMultiParmNumItems();

@@ -7,6 +7,8 @@
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_Ramp.h>
+#include <NOD/NOD_Batch.h>
+#include <NOD/NOD_Node.h>
 #include <NOD/NOD_RampPicture.h>
 #include <NOD/NOD_Scene.h>
 #include <TRK/TRK_EvalContext.h>
@@ -37,11 +39,13 @@ Ramp rampOf(const PYZ_Parm &self, const py::object &time, const py::object &fram
     Ramp made;
     made.name = self.getName(parm);
     made.colorFlag = parm.isRampTypeColor();
+    NOD_Node &node = self.getNode();
     NOD_Report report;
     int number = EVL::EVL_OK;
     PYZgather(report, {}, [&](NOD_Report &) {
         const int thread = BASgetSTID();
         const ZEL_InputBudget budget(0);
+        const NOD_Batch batch(node);
         const TRK_EvalContext::Scope context(thread, seconds);
         const EVL::ErrorScope errors(thread, EVL::ErrorScope::CLEARED);
         ZEL_RampUtils::updateRampFromMultiParm(seconds, parm, &made.ramp, nullptr, nullptr);

@@ -6,6 +6,7 @@
 #include <EVL/EVL.h>
 #include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_String.h>
+#include <NOD/NOD_Batch.h>
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/NOD_UndoStack.h>
 #include <SNK/SNK_Python.h>
@@ -226,12 +227,14 @@ bool writeCells(ZEL_Parm &parm, int first, double time, const std::vector<PYZ_Ce
 }
 
 /// A count of items comes from outside: it is limited as that of a file is.
-bool writeLimited(ZEL_Parm &parm, int first, double time, const std::vector<PYZ_Cell> &cells)
+bool writeLimited(NOD_Node &node, ZEL_Parm &parm, int first, double time,
+                  const std::vector<PYZ_Cell> &cells)
 {
     if (!parm.isMultiParm()) {
         return writeCells(parm, first, time, cells);
     }
     const ZEL_InputBudget budget(0);
+    const NOD_Batch batch(node); // else the graph would be looked through for each item
     return writeCells(parm, first, time, cells);
 }
 
@@ -239,7 +242,7 @@ bool writeReported(const PYZ_Parm &handle, ZEL_Parm &parm, double time,
                    const std::vector<PYZ_Cell> &cells, NOD_Report &report)
 {
     const NOD_ReportScope scope(report);
-    return writeLimited(parm, handle.getFirst(), time, cells);
+    return writeLimited(handle.getNode(), parm, handle.getFirst(), time, cells);
 }
 
 bool writeRecorded(const PYZ_Parm &handle, ZEL_Parm &parm, double time,
