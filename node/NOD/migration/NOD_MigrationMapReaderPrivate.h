@@ -62,5 +62,5 @@ private:
     int myTests = 0;
     bool myStartedFlag = false;
     bool myTestFaultFlag = false; ///< something was told since the test began
-    bool myTestFlag = false; ///< in a test
+    bool myTestFlag = false;      ///< in a test
 };
