@@ -223,8 +223,22 @@ py::list columns(const Find &findBase, const py::object &names)
 // ---------------------------------------------------------------------- //
 
 /// As many values a row as there are components.
+/// Raises where the rows of an array aren't those of the components.
+void checkShape(const py::object &values, std::size_t columns)
+{
+    if (!PyObject_CheckBuffer(values.ptr())) {
+        return;
+    }
+    const py::buffer_info info = py::reinterpret_borrow<py::buffer>(values).request();
+    const bool rowsFlag = info.ndim == 2 && info.shape[1] == py::ssize_t(columns);
+    if (!rowsFlag && columns > 1) {
+        throw py::value_error("each row of values has " + std::to_string(columns) + " numbers");
+    }
+}
+
 std::vector<double> toValues(const py::object &values, std::size_t columns)
 {
+    checkShape(values, columns);
     if (auto numbers = fromBuffer(values, columns > 1 ? 2 : 1, "values")) {
         return std::move(*numbers);
     }

@@ -88,6 +88,7 @@ def test_keys_from_arrays(rig):
     for bad in (
         lambda: node["t"].set_keys(values, frames[:-1]),
         lambda: node["t"].set_keys([(1, 2)], [1]),
+        lambda: node["t"].set_keys(values[:50].reshape(75, 2), frames[:50]),
         lambda: node["tx"].set_keys(["a"], [1]),
         lambda: node["note"].set_keys([1], [1]),
         lambda: node["tx"].set_keys([1], [1], times=[1]),

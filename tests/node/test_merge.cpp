@@ -723,6 +723,8 @@ TEST(Merge, ExpressionsFollowTheirItems)
         EXPECT_EQ(expressionOf(made, "p4"), "ch(\"p3\") + ch(\"../p2\") + 2");
         EXPECT_EQ(made.bytes().find("mark"), std::string::npos);
     }
+    Merged single(base, state({1, 2, 3}, {"", "", with("ch('p2')")}), theirs);
+    EXPECT_EQ(expressionOf(single, "p4"), "ch('p3')");
     // Theirs has renumbered it already; and a conflict shows what each side has written.
     const std::string former = state({1, 2}, {"", with("ch(\\\"p1\\\")")});
     Merged done(former, state({1, 5}, {"", with("ch(\\\"p1\\\")")}),

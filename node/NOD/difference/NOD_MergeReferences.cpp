@@ -1,5 +1,6 @@
 #include <NOD/difference/NOD_MergeReferencesPrivate.h>
 
+#include <BAS/BAS_Character.h>
 #include <NOD/NOD_Matching.h>
 #include <NOD/difference/NOD_BlockNamesPrivate.h>
 #include <NOD/difference/NOD_EntryRecordsPrivate.h>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -35,7 +37,7 @@ void forEach(NOD_Record &record, const Use &use)
     }
 }
 
-/// The names of each parameter of an item: with its numbers, and with marks; "" without a mark.
+/// The names of each parameter: with the numbers of its items, and with their marks; "" without a mark.
 void addNames(const NOD_Record &record, std::vector<int> &numbers, const std::string &marks,
               const std::function<void(const std::string &name, const std::string &marked)> &use)
 {
@@ -43,9 +45,7 @@ void addNames(const NOD_Record &record, std::vector<int> &numbers, const std::st
         if (part->getKind() != Kind::PARM) {
             continue;
         }
-        if (!numbers.empty()) {
-            use(NOD_BlockNames::nameOf(part->getName(), numbers), part->getName() + marks);
-        }
+        use(NOD_BlockNames::nameOf(part->getName(), numbers), part->getName() + marks);
         for (const auto &item : part->getParts()) {
             if (item->getKind() == Kind::ITEM) {
                 const std::string *const mark = markOf(*item);
@@ -67,9 +67,11 @@ NOD_ItemNames namesOf(const NOD_Record &contents, bool byMarks)
     return names;
 }
 
-bool isDigit(char c)
+/// What channel names have behind the token, of a parameter that a file may leave out.
+bool isComponent(std::string_view rest)
 {
-    return c >= '0' && c <= '9';
+    return rest.empty() || rest == "min" || rest == "max" ||
+           (rest.size() == 1 && BASisAlphaNumeric(rest[0]) && !BASisDigit(rest[0]));
 }
 
 /// Replaces the name that a reference begins with, the longest one: what is left of it is a component.
@@ -79,11 +81,11 @@ bool replaceName(const NOD_ItemNames &names, std::string &reference)
         return false;
     }
     for (std::size_t length = reference.size(); length > 0; --length) {
-        const bool cutFlag = length < reference.size() && isDigit(reference[length]);
-        const auto found = cutFlag ? names.end() : names.find(reference.substr(0, length));
+        const bool wholeFlag = isComponent(std::string_view(reference).substr(length));
+        const auto found = wholeFlag ? names.find(reference.substr(0, length)) : names.end();
         if (found != names.end()) {
             reference.replace(0, length, found->second);
-            return true;
+            return found->second != found->first;
         }
     }
     return false;
@@ -232,8 +234,9 @@ bool NODhasItemReferences(const NOD_Record &contents)
     bool textFlag = false;
     forEach(const_cast<NOD_Record &>(contents), [&](const NOD_Record &record) {
         Form form = Form::NATIVE;
-        textFlag = textFlag || (hasForm(record, form) &&
-                                NODvalueText(record.getValue()).find('"') != std::string::npos);
+        textFlag =
+            textFlag || (hasForm(record, form) &&
+                         NODvalueText(record.getValue()).find_first_of("\"'") != std::string::npos);
     });
     constexpr bool byMarks = false;
     return textFlag &&
