@@ -8,8 +8,9 @@
 /// Cost:       that of reading the file once for each command, but without the others.
 ///
 /// After a command that can't be read it goes on at the next one: after its brace, or where `command` or a brace
-/// begins a line no further in than the command does. A command has its own file's macros; those of a file with
-/// other directives aren't told of, so that its reader's messages are all there are.
+/// begins a line no further in than the command does. A command has the macros in front of it; a file with other
+/// directives isn't told of, so that its reader's messages are all there are. Comments aren't looked into for either, so
+/// who has a reader's verdict asks it first, and this for the rest of the mistakes.
 #pragma once
 
 #include <NOD/NOD_API.h>

@@ -33,30 +33,54 @@ int columnOf(std::string_view text, std::size_t at)
     return int(text.data() + at - lineOf(text, at).data());
 }
 
+/// How far in tokens stand, asked for in their order.
+class Columns
+{
+public:
+    explicit Columns(std::string_view text) : myText(text) {}
+
+    int at(std::size_t place)
+    {
+        for (; myDone < place; ++myDone) {
+            myBegin = myText[myDone] == '\n' ? myDone + 1 : myBegin;
+        }
+        return int(place - myBegin);
+    }
+
+private:
+    std::string_view myText;
+    std::size_t myDone = 0;
+    std::size_t myBegin = 0;
+};
+
 /// Which bytes are whose, as the reader takes them where no brace is missing.
 std::vector<Command> findCommands(const NOD_ScriptTokens &tokens, std::string_view text)
 {
     std::vector<Command> all;
+    Columns columns(text);
     int depth = 0;
     int column = 0;
+    bool wordFlag = false; // since the last brace `command` was read
     for (int i = 0; i < tokens.size(); ++i) {
         const NOD_ScriptToken &token = tokens[i];
         const bool beginFlag = token.is("command") || token.is("{");
-        const int at = columnOf(text, token.begin);
-        const bool nextFlag = depth > 0 && beginFlag && token.firstFlag && at <= column;
-        if (nextFlag) {
+        const int at = columns.at(token.begin);
+        if (depth > 0 && beginFlag && token.firstFlag && at <= column) {
             all.back().end = i;
             depth = 0;
         }
-        if (depth == 0 && beginFlag) {
-            column =
-                i > 0 && tokens[i - 1].is("command") ? columnOf(text, tokens[i - 1].begin) : at;
+        if (depth == 0 && beginFlag && !wordFlag) {
+            column = at;
+            wordFlag = token.is("command");
         }
         // What follows a brace too many is the rest of its command.
-        const bool restFlag = depth == 0 && !all.empty() && !token.firstFlag &&
-                              !tokens[i - 1].is("command") && !tokens[i - 1].is("}");
-        if (token.is("{") && depth++ == 0 && !restFlag) {
-            all.push_back({i, tokens.size()});
+        const bool restFlag =
+            depth == 0 && !all.empty() && !token.firstFlag && !wordFlag && !tokens[i - 1].is("}");
+        if (token.is("{")) {
+            if (depth++ == 0 && !restFlag) {
+                all.push_back({i, tokens.size()});
+            }
+            wordFlag = false;
         } else if (token.is("}") && !all.empty()) {
             depth -= depth > 0;
             all.back().end = depth == 0 ? i + 1 : all.back().end;
@@ -71,7 +95,7 @@ bool isDirective(std::string_view line)
     return first != line.end() && *first == '#';
 }
 
-/// The lines that define macros, up to an offset; false if there are others that begin with a hash.
+/// Adds the lines that define macros; false if there are others that begin with a hash.
 bool takeMacros(std::string_view text, std::string &macros)
 {
     while (!text.empty()) {
@@ -151,7 +175,12 @@ bool NODcheckCommands(std::string_view text, const std::string &name, NOD_Report
     if (!tokens.isWhole() || !takeMacros(text, macros)) {
         return true;
     }
+    macros.clear();
+    std::size_t taken = 0; // a command has the macros in front of it
     for (const Command &command : findCommands(tokens, text)) {
+        const std::size_t begin = tokens[command.first].begin;
+        takeMacros(text.substr(taken, begin - taken), macros);
+        taken = begin;
         const Alone alone(text, macros, tokens, command);
         NOD_Report said;
         NODcheckScript(alone.getText(), name, said, NOD_Interface::Includes::NONE);
