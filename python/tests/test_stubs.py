@@ -17,8 +17,6 @@ FOLDER = pathlib.Path(zel.__file__).parent
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 
 pytest.importorskip("mypy")
-if "asan" in os.environ.get("LD_PRELOAD", ""):
-    pytest.skip("types are the same under a sanitizer", allow_module_level=True)
 
 
 def run_mypy(folder, *arguments):
