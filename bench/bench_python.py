@@ -70,11 +70,11 @@ def peers(names):
     else:
         made = {name.replace("_", "-"): (float, name, "", -1e9, 1e9, 0.5, GObject.ParamFlags.READWRITE) for name in names}
 
-        def get(self, spec):
-            return self.kept.get(spec.name, 0.5)
+        def get(self, kind):
+            return self.kept.get(kind.name, 0.5)
 
-        def put(self, spec, value):
-            self.kept[spec.name] = value
+        def put(self, kind, value):
+            self.kept[kind.name] = value
 
         kind = type("Plain", (GObject.Object,), {"__gproperties__": made, "do_get_property": get, "do_set_property": put})
         thing = kind()

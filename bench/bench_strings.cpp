@@ -51,7 +51,7 @@ struct Node : TRK_PathResolver
     TRK_Collection *findCollection(const KIT_StringRef &) override { return nullptr; }
     bool getVariable(const KIT_StringRef &name, KIT_String &value) override
     {
-        if (!name.equals("HIP")) {
+        if (!name.equals("SHOT")) {
             return false;
         }
         value = "/show/shot/scene";
@@ -242,9 +242,9 @@ void compareItems(benchmark::State &state, int parms)
         });
 }
 
-BENCHMARK_CAPTURE(compare, raw, "$HIP/texture.1001.pic", TRK_MEANING_LITERAL, false);
+BENCHMARK_CAPTURE(compare, raw, "$SHOT/texture.1001.pic", TRK_MEANING_LITERAL, false);
 BENCHMARK_CAPTURE(compare, plain, "/show/shot/texture.1001.pic", TRK_MEANING_LITERAL, true);
-BENCHMARK_CAPTURE(compare, variable, "$HIP/texture.1001.pic", TRK_MEANING_LITERAL, true);
+BENCHMARK_CAPTURE(compare, variable, "$SHOT/texture.1001.pic", TRK_MEANING_LITERAL, true);
 BENCHMARK_CAPTURE(compare, global, "$BENCHJOB/texture.1001.pic", TRK_MEANING_LITERAL, true);
 BENCHMARK_CAPTURE(compare, backtick, "/show/texture.`1000+1`.pic", TRK_MEANING_LITERAL, true);
 BENCHMARK_CAPTURE(compare, channel, "\"/show/shot\"", TRK_MEANING_NATIVE, true);

@@ -14,7 +14,7 @@ ALL_KINDS = """{
     parm { name "on" type toggle default { 1 } }
     parm { name "mode" type ordinal default { "soft" }
         menu { "hard" "Hard" "soft" "Soft" "none" "None" } }
-    parm { name "file" type string default { "$HIP/a.pic" } }
+    parm { name "file" type string default { "$SHOT/a.pic" } }
     parm { name "note" type string default { "" } hidewhen "{ on == off }" disablewhen "{ mode == none }" }
     parm { name "press" type button }
     multiparm { name "points" default { 2 }

@@ -34,7 +34,7 @@ SCRIPT = """{
     parm { name "on" type toggle default { 1 } }
     parm { name "mode" type ordinal default { "soft" } menu { "hard" "Hard" "soft" "Soft" } }
     parm { name "pick" type string default { "a" } menu { [ "return ['a', 'A', 'b', 'B']" ] language python } }
-    parm { name "file" type string default { "$HIP/a" } disablewhen "{ on == off }" }
+    parm { name "file" type string default { "$SHOT/a" } disablewhen "{ on == off }" }
     parm { name "press" type button }
     parm { name "curve" type ramp_flt default { 3 } }
     parm { name "band" type ramp_rgb default { 2 } }
@@ -313,7 +313,7 @@ class Fuzz:
         if how < 0.5 and not callable(getattr(kind, name)):
             choice = self.random.choice
             values = {"keys": lambda: [self.key() for _ in range(self.random.randrange(3))], "name": lambda: choice("cde")}
-            values.update(expression=lambda: self.argument("expression"), variables=lambda: {"HIP": "/x", "A": "$HIP"})
+            values.update(expression=lambda: self.argument("expression"), variables=lambda: {"SHOT": "/x", "A": "$SHOT"})
             values.update(frame_range=lambda: (choice(FLOATS), choice(FLOATS)), locked=lambda: how < 0.4)
             value = values.get(name, self.likely)() if self.random.random() < 0.9 else self.value()
             self.note("set", thing, name, value)

@@ -75,11 +75,11 @@ def test_menus_and_toggles_have_tokens(node):
 
 
 def test_texts_expand_and_stay_raw(scene, node):
-    scene.root.variables = {"HIP": "/shots"}
-    assert (node["file"].value, node["file"].raw) == ("/shots/a.pic", "$HIP/a.pic")
-    node.variables = {"HIP": "/own"}
+    scene.root.variables = {"SHOT": "/shots"}
+    assert (node["file"].value, node["file"].raw) == ("/shots/a.pic", "$SHOT/a.pic")
+    node.variables = {"SHOT": "/own"}
     assert node["file"].value == "/own/a.pic"
-    assert scene.root.variables == {"HIP": "/shots"}
+    assert scene.root.variables == {"SHOT": "/shots"}
 
 
 def test_states_follow_conditions(node):

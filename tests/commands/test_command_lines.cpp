@@ -88,7 +88,7 @@ TEST(CommandLines, ThereAndBack)
         {theKinds, "tool -s \"a`b c`d\"", nullptr},
         {theKinds, "tool -s `chs(\"../x\") + \"\\`\"`", nullptr},
         {theKinds, "tool -s \"`\"", nullptr},
-        {theKinds, "tool -s \"$HIP/[a]\"", nullptr},
+        {theKinds, "tool -s \"$SHOT/[a]\"", nullptr},
         {theKinds, "tool -s 'one\ntwo'", "tool -s \"one\ntwo\""},
         // Number fields and vectors.
         {theKinds, "tool -n `$F * 2`", nullptr},

@@ -71,7 +71,7 @@ public:
         collection.setValueSource(this);
         numbers["size"] = 2.5;
         texts["file"] = "a.pic";
-        variables["HIP"] = "/show/shot";
+        variables["SHOT"] = "/show/shot";
         variables["NINE"] = "9";
     }
     TRK_Collection *findCollection(const KIT_StringRef &path) override
@@ -222,14 +222,14 @@ TEST(Expressions, ReferencesAndVariables)
         {"chs('tx') + chsop('ramp', 1)", "510"},
         {"chs('fi' + 'le')", "a.pic"},
         {"$OS", "geo1"},
-        {"$HIP + '/x'", "/show/shot/x"},
+        {"$SHOT + '/x'", "/show/shot/x"},
         {"$NINE + 1", "10"},
         {"$NINE + $NINE", "18"},
-        {"$HIP + $NINE", "/show/shot9"},
-        {"$NINE == 9.0 && $HIP == '/show/shot'", "1"},
-        {"\"$HIP/${OS}_$F.pic\"", "/show/shot/geo1_13.pic"},
-        {"'$HIP'", "$HIP"},
-        {"\"\\$HIP $NOPE $\"", "$HIP $NOPE $"},
+        {"$SHOT + $NINE", "/show/shot9"},
+        {"$NINE == 9.0 && $SHOT == '/show/shot'", "1"},
+        {"\"$SHOT/${OS}_$F.pic\"", "/show/shot/geo1_13.pic"},
+        {"'$SHOT'", "$SHOT"},
+        {"\"\\$SHOT $NOPE $\"", "$SHOT $NOPE $"},
         {"ch('../nowhere/tx')", "!3"},
         {"ch('tx') + ch('nope')", "!3"},
     };
@@ -382,17 +382,17 @@ TEST(Expressions, TextsExpand)
     const TRK_Manager &manager = TRK_Manager::getContext();
     const std::tuple<const char *, int, const char *, bool> cases[] = {
         {"plain \\\\ text", 3, "plain \\\\ text", false},
-        {"$HIP/x.$F.pic", 3, "/show/shot/x.13.pic", true},
+        {"$SHOT/x.$F.pic", 3, "/show/shot/x.13.pic", true},
         {"a`ch('tx') + 1`b", 3, "a6b", false},
         {"a`$T`b", 7, "a0.5b", true},
         {"`strcat('`', \"x\")`", 3, "`x", false},
-        {"\\$HIP \\\\$HIP \\`", 3, "$HIP \\/show/shot `", false},
-        {"\\$HIP $HIP ${HIP} `1`", 3 | 8 | 16, "$HIP /show/shot /show/shot 1", false},
-        {"$HIP `1`", 8 | 16, "$HIP `1`", false},
+        {"\\$SHOT \\\\$SHOT \\`", 3, "$SHOT \\/show/shot `", false},
+        {"\\$SHOT $SHOT ${SHOT} `1`", 3 | 8 | 16, "$SHOT /show/shot /show/shot 1", false},
+        {"$SHOT `1`", 8 | 16, "$SHOT `1`", false},
         {"$F4 ${F1}.$F9 $F0 $F10", 3, "0013 13.000000013 $F0 $F10", true},
         {"`$F4 + 1` `strcat($F4, 'x')`", 3, "14 0013x", true},
         {"$NOPE ${NOPE} $ ${", 3, "$NOPE ${NOPE} $ ${", false},
-        {"`1+1` $HIP", 1, "`1+1` /show/shot", false},
+        {"`1+1` $SHOT", 1, "`1+1` /show/shot", false},
     };
     for (const auto &[text, flags, result, timeDependent] : cases) {
         KIT_String out;
@@ -402,7 +402,7 @@ TEST(Expressions, TextsExpand)
         EXPECT_EQ(takeErrNo(), 0) << text;
     }
     // Every variable, at a time between frames: the same in the text as in an expression.
-    for (const std::string name : {"F", "FF", "T", "FPS", "PI", "E", "OS", "HIP", "NINE"}) {
+    for (const std::string name : {"F", "FF", "T", "FPS", "PI", "E", "OS", "SHOT", "NINE"}) {
         const auto expanded = [&](const std::string &text) {
             KIT_String out;
             const int mask =

@@ -11,7 +11,7 @@
 
 #include <string>
 
-/// A node at /obj/a: knows the variable HIP, and records the references that it is notified of.
+/// A node at /obj/a: knows the variable SHOT, and records the references that it is notified of.
 class StringNode : public TRK_PathResolver
 {
 public:
@@ -21,7 +21,7 @@ public:
     }
     bool getVariable(const KIT_StringRef &name, KIT_String &value) override
     {
-        if (!name.equals("HIP")) {
+        if (!name.equals("SHOT")) {
             return false;
         }
         value = "/show";

@@ -99,10 +99,10 @@ TEST(StringReferences, SearchAndReplace)
 TEST(StringReferences, VariablesThatChange)
 {
     BuiltString p(ZEL_STRING, 2);
-    p.setText("a$HIP/b", 1);
-    EXPECT_TRUE(p.instance->notifyVarChange(1, "HIP"));
-    EXPECT_FALSE(p.instance->notifyVarChange(0, "HIP"));
+    p.setText("a$SHOT/b", 1);
+    EXPECT_TRUE(p.instance->notifyVarChange(1, "SHOT"));
+    EXPECT_FALSE(p.instance->notifyVarChange(0, "SHOT"));
     EXPECT_FALSE(p.instance->notifyVarChange(-1, "HI"));
-    EXPECT_TRUE(p.list->notifyVarChange("HIP"));
+    EXPECT_TRUE(p.list->notifyVarChange("SHOT"));
     EXPECT_FALSE(p.list->notifyVarChange("JOB"));
 }

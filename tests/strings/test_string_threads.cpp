@@ -29,7 +29,7 @@ TEST(StringThreads, ReadersSeeWholeTextsWhileAChannelRewritesThem)
 {
     BuiltString p(ZEL_STRING, 3);
     p.setText("strcat(\"a long enough text for frame \", $F)", 0, TRK_MEANING_NATIVE);
-    p.setText("$HIP/`1+1`.$F", 1);
+    p.setText("$SHOT/`1+1`.$F", 1);
     p.setText("plain", 2);
     const int failures = countFailures([&p](int t, int round, int thread) {
         const int frame = 1 + (t + round) % 5;
@@ -42,7 +42,7 @@ TEST(StringThreads, ReadersSeeWholeTextsWhileAChannelRewritesThem)
         p.instance->getValue(p.list.get(), time, raw, 1, false, thread);
         return driven.toStdString() == "a long enough text for frame " + number &&
                expanded.toStdString() == "/show/2." + number && plain == "plain" &&
-               raw == "$HIP/`1+1`.$F";
+               raw == "$SHOT/`1+1`.$F";
     });
     EXPECT_EQ(failures, 0);
     EXPECT_EQ(p.read(true, 0.0, 0), "a long enough text for frame 1");

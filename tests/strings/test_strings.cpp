@@ -33,14 +33,14 @@ TEST(Strings, ExpandedReadsReplaceVariablesAndBackticks)
     const std::tuple<ZEL_Type, const char *, const char *, const char *> cases[] = {
         {ZEL_STRING, nullptr, "", ""},
         {ZEL_STRING, nullptr, "abc", "abc"},
-        {ZEL_STRING, nullptr, "$HIP/x`1+1`", "/show/x2"},
-        {ZEL_STRING, nullptr, "\\$HIP \\`", "$HIP `"},
+        {ZEL_STRING, nullptr, "$SHOT/x`1+1`", "/show/x2"},
+        {ZEL_STRING, nullptr, "\\$SHOT \\`", "$SHOT `"},
         {ZEL_STRING, nullptr, "~/x", "~/x"},
-        {ZEL_FILE, nullptr, "~/$HIP", "/home/me//show"},
+        {ZEL_FILE, nullptr, "~/$SHOT", "/home/me//show"},
         {ZEL_COMMAND, nullptr, "~", "/home/me"},
         {ZEL_FILE, nullptr, "~other a~", "~other a~"},
-        {ZEL_STRING, "KSL", "\\$HIP $HIP ${HIP} ~", "$HIP /show /show ~"}, // code is expanded, too
-        {ZEL_ALPHASTRING, nullptr, "$HIP-1", "_show_1"},
+        {ZEL_STRING, "KSL", "\\$SHOT $SHOT ${SHOT} ~", "$SHOT /show /show ~"}, // code is expanded, too
+        {ZEL_ALPHASTRING, nullptr, "$SHOT-1", "_show_1"},
     };
     for (const auto &[type, language, raw, expanded] : cases) {
         OneString p(type);
@@ -408,11 +408,11 @@ TEST(Strings, MagicStringsHoldExpandedAndRawTexts)
 {
     BuiltString p(ZEL_STRING, 2);
     KIT_TokenString tokens;
-    p.setText("$HIP", 1);
+    p.setText("$SHOT", 1);
     EXPECT_TRUE(p.instance->getMagicString(tokens, p.list.get(), 2, 0.0, false, 1));
     KIT_TokenString expected;
     expected.append("/show");
-    expected.append("$HIP");
+    expected.append("$SHOT");
     expected.append('d');
     EXPECT_EQ(tokens, expected);
     EXPECT_FALSE(p.instance->getMagicString(tokens, p.list.get(), 0, 0.0, true, 1));
