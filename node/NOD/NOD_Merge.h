@@ -16,8 +16,9 @@
 ///
 /// Items, nodes and spare parameters that both sides added at one place are both there, ours first. Equal edits are
 /// one. Where only the order of a file's entries differs, nothing is told. Counts of blocks are those of
-/// the items that there are, and channels of items follow their parameters to the numbers that they have at last, as do expressions
-/// that refer to these: not those of other nodes.
+/// the items that there are, and channels of items follow their parameters to the numbers that they have at last, as do
+/// expressions that refer to these, also by a path of a node of the same file. One that refers to an item which isn't
+/// there at last is a conflict, in which the text stands that somebody has.
 #pragma once
 
 #include <NOD/NOD_API.h>

@@ -8,9 +8,9 @@ namespace
 
 // Stored.
 constexpr const char *theSides[] = {"base", "ours", "theirs"};
-constexpr const char *theKinds[] = {"both_changed", "both_added", "changed_removed",
-                                    "both_moved",   "name_taken", "under_removed",
-                                    "in_each_other"};
+constexpr const char *theKinds[] = {"both_changed",  "both_added",    "changed_removed",
+                                    "both_moved",    "name_taken",    "under_removed",
+                                    "in_each_other", "reference_lost"};
 
 constexpr const char *theSentences[] = {"both changed it",
                                         "both added it",
@@ -18,7 +18,8 @@ constexpr const char *theSentences[] = {"both changed it",
                                         "both moved or renamed it",
                                         "its name is taken",
                                         "what it is in was removed",
-                                        "both moved one into the other"};
+                                        "both moved one into the other",
+                                        "it refers to what one side removed"};
 
 /// What a person looks at first in a parameter or a key.
 bool isTold(NOD_RecordKind kind)

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 // ---------------------------------------------------------------------- //
 // Who stands
@@ -39,7 +40,12 @@ NOD_MergeSide NOD_MergeJudge::decide(NOD_Conflict conflict)
         decided = myChooser(conflict);
     }
     conflict.isDecided = decided.has_value();
-    conflict.standing = decided.value_or(conflict.standing);
+    const Side author = std::exchange(conflict.standing, decided.value_or(conflict.standing));
+    if (conflict.kind == NOD_Conflict::Kind::REFERENCE_LOST &&
+        !conflict.of(conflict.standing).isThere()) {
+        conflict.isDecided = false; // who has no such text has nothing in its place
+        conflict.standing = author;
+    }
     const NOD_ConflictSide &side = conflict.of(conflict.standing);
     conflict.path = side.isThere() ? side.path : conflict.getPath();
     myConflicts.push_back(std::move(conflict));
@@ -47,10 +53,12 @@ NOD_MergeSide NOD_MergeJudge::decide(NOD_Conflict conflict)
     return myConflicts.back().standing;
 }
 
-NOD_MergeSide NOD_MergeJudge::decide(NOD_Conflict::Kind kind, const NOD_MergeTriple &triple)
+NOD_MergeSide NOD_MergeJudge::decide(NOD_Conflict::Kind kind, const NOD_MergeTriple &triple,
+                                     Side standing)
 {
     NOD_Conflict conflict;
     conflict.kind = kind;
+    conflict.standing = standing;
     const auto set = [&](NOD_ConflictSide &side, Side which) {
         if (const NOD_Record *const record = triple.of(which)) {
             addTo(side, *record, which, true);
@@ -70,12 +78,8 @@ void NOD_MergeJudge::addTo(NOD_ConflictSide &place, const NOD_Record &record, Si
     }
     std::unique_ptr<NOD_Record> copy = record.copy();
     if (myBound) {
-        const NOD_Record *contents = &record;
-        while (contents->getParent()) {
-            contents = contents->getParent();
-        }
         NODreleaseNames(record, *copy);
-        NODunmarkCopy(*copy, *contents);
+        NODunmarkItems(*copy, (*myBound->names)[std::size_t(side)]);
     }
     place.records.push_back(std::move(copy));
 }
@@ -85,7 +89,7 @@ NOD_RecordPath NOD_MergeJudge::pathOf(const NOD_Record &record, Side side) const
     if (!myBound) {
         return NODpathOf(record);
     }
-    NOD_RecordPath path = (*myBound)[std::size_t(side)];
+    NOD_RecordPath path = myBound->prefixes[std::size_t(side)];
     const NOD_RecordPath within = NODreleasedPath(record);
     path.insert(path.end(), within.begin(), within.end());
     return path;
@@ -126,13 +130,20 @@ NOD_BoundStates::NOD_BoundStates(NOD_MergeJudge &judge, const NOD_MergeTriple &t
         return;
     }
     for (std::size_t side = 0; side < 3; ++side) {
-        myPrefixes[side] = judge.pathOf(*states[side], NOD_MergeSide(side));
+        myBound.prefixes[side] = judge.pathOf(*states[side], NOD_MergeSide(side));
         myCopies[side] = states[side]->copy();
         NODbindChannels(*myCopies[side]);
     }
-    NODmarkItems(getCopies());
     myTriple = {myCopies[0].get(), myCopies[1].get(), myCopies[2].get()};
-    myFormer = judge.setBound(&myPrefixes);
+    myMarkedFlag = judge.getBound() == nullptr; // else the file that they are in is marked
+    if (myMarkedFlag) {
+        const NOD_States copies = getCopies();
+        NODmarkItems(copies);
+        std::transform(copies.begin(), copies.end(), myNames.begin(),
+                       [](const NOD_Record *copy) { return NODnamesByMarks(*copy); });
+    }
+    myBound.names = myMarkedFlag ? &myNames : judge.getBound()->names;
+    myFormer = judge.setBound(&myBound);
 }
 
 NOD_BoundStates::~NOD_BoundStates()
@@ -144,10 +155,25 @@ NOD_BoundStates::~NOD_BoundStates()
 
 void NOD_BoundStates::release(NOD_Record &made) const
 {
-    if (isBound()) {
-        NODunmarkItems(made, getCopies());
-        NODreleaseChannels(made);
+    if (!isBound()) {
+        return;
     }
+    if (myMarkedFlag) {
+        NOD_ItemNames names = NODnamesByMarks(made);
+        NOD_ItemNames lost;
+        for (const int side : {1, 2, 0}) {
+            for (const auto &one : myNames[std::size_t(side)]) {
+                if (names.insert(one).second) {
+                    lost.insert(one);
+                }
+            }
+        }
+        if (!lost.empty()) {
+            NODtellLostItems(made, getCopies(), lost, myJudge);
+        }
+        NODunmarkItems(made, names);
+    }
+    NODreleaseChannels(made);
 }
 
 std::unique_ptr<NOD_Record> NOD_Merge::merge(const NOD_Record &base, const NOD_Record &ours,

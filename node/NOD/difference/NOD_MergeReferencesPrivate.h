@@ -7,7 +7,8 @@
 /// Ownership:  the records are changed in place.
 /// Threads:    one thread at a time.
 ///
-/// References to parameters of other nodes, and names that an expression computes, stay as they are.
+/// References by a path are followed within the file: `ch("./w2")`, and in one of nodes `ch("../rig/w2")`. Names that an
+/// expression computes stay as they are.
 #pragma once
 
 #include <NOD/NOD_Record.h>
@@ -19,12 +20,19 @@
 /// The names of items' parameters by what they are once they are marked, or the other way round.
 using NOD_ItemNames = std::unordered_map<std::string, std::string>;
 
-/// Whether an expression of the contents refers to a parameter of an item.
-bool NODhasItemReferences(const NOD_Record &contents);
-/// Marks the items of three states, and what refers to them.
-void NODmarkItems(const std::array<NOD_Record *, 3> &states);
-/// With the numbers that the items have now. What refers to an item that isn't there gets the name that one of the
-/// states has for it.
-void NODunmarkItems(NOD_Record &made, const std::array<NOD_Record *, 3> &states);
-/// The same for a copy of a part of marked contents, by those.
-void NODunmarkCopy(NOD_Record &copy, const NOD_Record &contents);
+class NOD_MergeJudge;
+
+using NOD_States =
+    std::array<NOD_Record *, 3>; ///< base, ours, theirs: contents of one node, or files of nodes
+
+/// Whether an expression refers to a parameter of an item.
+bool NODhasItemReferences(const NOD_Record &top);
+/// Marks the items that are referred to in three states, and what refers to them.
+void NODmarkItems(const NOD_States &states);
+/// The present names of all marked items.
+NOD_ItemNames NODnamesByMarks(const NOD_Record &top);
+/// A conflict for each merged reference to one of these items, which the merged state hasn't any more.
+void NODtellLostItems(NOD_Record &made, const NOD_States &states, const NOD_ItemNames &lost,
+                      NOD_MergeJudge &judge);
+/// With these names for marked items, and without marks.
+void NODunmarkItems(NOD_Record &record, const NOD_ItemNames &names);
