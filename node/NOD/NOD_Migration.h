@@ -34,6 +34,7 @@
 class NOD_Interface;
 class NOD_MigrationMap;
 class NOD_Node;
+class NOD_ParmRenames;
 class NOD_Report;
 class ZEL_Template;
 
@@ -94,6 +95,9 @@ public:
              NOD_Report &report);
     /// Of an array, borrowed as by NOD_Node::renewParms.
     bool run(NOD_Node &node, ZEL_Template *templates, double time, NOD_Report &report);
+    /// Of many nodes at once: what other nodes say of names is only gathered, to be rewritten in one pass. Borrowed;
+    /// null: it is rewritten with each node.
+    void setRenames(NOD_ParmRenames *renames) { myRenames = renames; }
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -115,5 +119,6 @@ private:
     bool checkNames(NOD_Node &node, const ZEL_Template *templates, NOD_Report &report) const;
 
     std::vector<NOD_MigrationStep> mySteps;
+    NOD_ParmRenames *myRenames = nullptr;
     Entries myEntries;
 };

@@ -51,12 +51,16 @@ public:
     bool isEmpty() const { return myMessages.empty(); }
     bool hasErrors() const { return myErrors != 0; }
     int getErrorCount() const { return myErrors; }
+    /// Whether a value that was set is lost or changed by what was done, which warnings tell.
+    bool hasLoss() const { return myLossFlag; }
+    void noteLoss() { myLossFlag = true; }
     /// A line for each message.
     std::string asText() const;
 
 private:
     std::vector<NOD_Message> myMessages;
     int myErrors = 0;
+    bool myLossFlag = false;
 };
 
 /// Collects what the libraries below report on the calling thread while it lives, with details, and moves

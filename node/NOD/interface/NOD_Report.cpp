@@ -61,6 +61,7 @@ void NOD_Report::append(const NOD_Report &other)
 {
     myMessages.insert(myMessages.end(), other.myMessages.begin(), other.myMessages.end());
     myErrors += other.myErrors;
+    myLossFlag = myLossFlag || other.myLossFlag;
 }
 
 std::string NOD_Report::asText() const

@@ -245,6 +245,16 @@ std::string versionIn(const std::string &input, NOD_Report &report)
     return input != "-" && ZELTreadValues(file, input, report) ? file.findNodeVersion() : "";
 }
 
+/// Whether the input is a scene of several nodes, which are brought up together and by another command.
+bool isSceneOfSeveral(const std::string &input)
+{
+    NOD_ValueFile file;
+    NOD_Report ignored;
+    return input != "-" && NOD_ValueFile::findSection(input) == std::string::npos &&
+           ZELTreadValues(file, input, ignored) && file.getKind() == NOD_FileKind::SCENE &&
+           file.findNodes(ignored).empty();
+}
+
 /// Files without a version may be of one that the map names. What standard input says isn't known yet.
 int findFrom(const NOD_MigrationMap &map, const std::string &name, const std::string &input,
              NOD_Report &report)
@@ -257,6 +267,11 @@ int walk(const Call &call, NOD_MigrationMap &map, const ZELT_Options &options,
          ZELT_Messages &messages)
 {
     const std::string &input = call.former;
+    if (isSceneOfSeveral(input)) {
+        messages.error(input, "is a scene: its nodes are brought up by zel scene " + input +
+                                  " --map " + map.getName() + " --convert OUT");
+        return 1;
+    }
     NOD_Report report;
     NOD_Scene scene;
     NOD_MigrationWalk walk;
