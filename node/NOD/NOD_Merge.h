@@ -55,6 +55,10 @@ public:
     ///@{
     std::unique_ptr<NOD_Record> merge(const NOD_Record &base, const NOD_Record &ours,
                                       const NOD_Record &theirs);
+    /// The bytes that a merge of three files gives whatever is in them: two are equal, and the result needs no other
+    /// form. Null if they must be read.
+    static const std::string *withoutReading(const std::string &base, const std::string &ours,
+                                             const std::string &theirs);
     /// Of the last one.
     const Conflicts &getConflicts() const { return myConflicts; }
     /// Those that neither a policy nor a person decided.

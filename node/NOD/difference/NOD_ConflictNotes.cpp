@@ -108,8 +108,11 @@ std::string NODaddConflictNotes(const std::string &text, const NOD_Record &top,
 std::string NODnotedScript(const NOD_Record &top, const NOD_Merge::Conflicts &conflicts)
 {
     const std::unique_ptr<NOD_Record> noted = top.copy();
+    const std::string text = NODstatementText(top);
+    const std::size_t feed = text.find('\n');
+    const bool dosFlag = feed != std::string::npos && feed > 0 && text[feed - 1] == '\r';
     for (const NOD_Conflict &conflict : conflicts) {
-        NODaddNote(declarationOf(*noted, conflict.path), noteOf(conflict));
+        NODaddNote(declarationOf(*noted, conflict.path), noteOf(conflict), dosFlag ? "\r\n" : "\n");
     }
     return NODstatementText(*noted);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -15,6 +16,7 @@ namespace
 constexpr double theLeastLikeness = 0.5;
 /// Pairs of nodes or declarations without a partner that are compared in all they have.
 constexpr std::size_t theMostPairs = 40000;
+constexpr std::size_t theMostOfMember = 64; ///< pairs that share a member: of more it tells nothing
 
 using Kind = NOD_RecordKind;
 
@@ -361,6 +363,49 @@ void NOD_Matching::pairSame(const Records &left, const Records &right)
     pairWhere(contentsKey);
 }
 
+namespace
+{
+
+using Places = std::vector<std::size_t>;
+
+/// Which of many could be alike: those of one name, and those that share a member which few others have. The same in
+/// either direction.
+std::set<std::pair<std::size_t, std::size_t>>
+pairsOfMembers(const std::vector<const NOD_Record *> &left,
+               const std::vector<const NOD_Record *> &right)
+{
+    std::unordered_map<std::uint64_t, std::pair<Places, Places>> members;
+    const auto addAll = [&](const std::vector<const NOD_Record *> &records,
+                            Places std::pair<Places, Places>::*side) {
+        for (std::size_t i = 0; i < records.size(); ++i) {
+            const std::hash<std::string> hash;
+            std::unordered_set<std::uint64_t> keys = {hash(records[i]->getName())};
+            const NOD_Record *const contents = contentsOf(*records[i]);
+            for (const auto &part : (contents ? *contents : *records[i]).getParts()) {
+                keys.insert(part->getHash() * 31 + hash(part->getName()));
+            }
+            for (const std::uint64_t key : keys) {
+                (members[key].*side).push_back(i);
+            }
+        }
+    };
+    addAll(left, &std::pair<Places, Places>::first);
+    addAll(right, &std::pair<Places, Places>::second);
+    std::set<std::pair<std::size_t, std::size_t>> pairs;
+    for (const auto &row : members) {
+        const auto &[mine, yours] = row.second;
+        for (std::size_t k = 0; mine.size() * yours.size() <= theMostOfMember && k < mine.size();
+             ++k) {
+            for (const std::size_t j : yours) {
+                pairs.emplace(mine[k], j);
+            }
+        }
+    }
+    return pairs;
+}
+
+} // namespace
+
 /// The most alike first.
 void NOD_Matching::pairAlike(const Records &left, const Records &right)
 {
@@ -372,11 +417,10 @@ void NOD_Matching::pairAlike(const Records &left, const Records &right)
         const NOD_Record *right;
     };
     std::vector<Candidate> candidates;
-    std::size_t looks = 0;
     const auto add = [&](const NOD_Record &a, const NOD_Record &b) {
         const bool nearFlag =
             a.getName() == b.getName() || partnerOf(*a.getParent()) == b.getParent();
-        if (partnerOf(a) || partnerOf(b) || !mayBeSame(a, b) || ++looks > theMostPairs) {
+        if (partnerOf(a) || partnerOf(b) || !mayBeSame(a, b)) {
             return;
         }
         double likeness = NODlikeness(a, b, myOptions) + (nearFlag ? 0.2 : 0.0);
@@ -389,13 +433,16 @@ void NOD_Matching::pairAlike(const Records &left, const Records &right)
             candidates.push_back({likeness, keys[0] + "\n" + keys[1], &a, &b});
         }
     };
-    for (const NOD_Record *a : left) {
-        for (const NOD_Record *b : right) {
-            add(*a, *b);
+    if (left.size() * right.size() <= theMostPairs) {
+        for (const NOD_Record *a : left) {
+            for (const NOD_Record *b : right) {
+                add(*a, *b);
+            }
         }
-    }
-    if (looks > theMostPairs) {
-        return; // some were looked at and some weren't: which ones, would depend on the direction
+    } else {
+        for (const auto &[i, j] : pairsOfMembers(left, right)) {
+            add(*left[i], *right[j]);
+        }
     }
     std::sort(candidates.begin(), candidates.end(), [](const Candidate &a, const Candidate &b) {
         return std::tie(b.likeness, a.key) < std::tie(a.likeness, b.key);

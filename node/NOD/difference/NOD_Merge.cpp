@@ -1,7 +1,9 @@
 #include <NOD/NOD_Merge.h>
 
 #include <KIT/KIT_String.h>
+#include <NOD/NOD_ValueFile.h>
 #include <NOD/difference/NOD_MergeChannelsPrivate.h>
+#include <NOD/difference/NOD_MergeNamesPrivate.h>
 #include <NOD/difference/NOD_MergeReferencesPrivate.h>
 #include <NOD/difference/NOD_MergeTreePrivate.h>
 
@@ -176,6 +178,18 @@ void NOD_BoundStates::release(NOD_Record &made) const
     NODreleaseChannels(made);
 }
 
+const std::string *NOD_Merge::withoutReading(const std::string &base, const std::string &ours,
+                                             const std::string &theirs)
+{
+    if (ours == theirs || base == theirs) {
+        return &ours;
+    }
+    const bool formFlag = NOD_ValueFile::isBinary(ours) == NOD_ValueFile::isBinary(theirs) &&
+                          NOD_ValueFile::kindOf(std::string_view(ours)) ==
+                              NOD_ValueFile::kindOf(std::string_view(theirs));
+    return base == ours && formFlag ? &theirs : nullptr;
+}
+
 std::unique_ptr<NOD_Record> NOD_Merge::merge(const NOD_Record &base, const NOD_Record &ours,
                                              const NOD_Record &theirs)
 {
@@ -190,6 +204,10 @@ std::unique_ptr<NOD_Record> NOD_Merge::merge(const NOD_Record &base, const NOD_R
     const NOD_BoundStates bound(judge, {&base, &ours, &theirs});
     std::unique_ptr<NOD_Record> made = NOD_MergeTree(judge, bound.get()).run();
     bound.release(*made);
+    NODtellLostNames(*made,
+                     {const_cast<NOD_Record *>(&base), const_cast<NOD_Record *>(&ours),
+                      const_cast<NOD_Record *>(&theirs)},
+                     judge);
     myConflicts = judge.takeConflicts();
     return made;
 }

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string_view>
 #include <unordered_set>
 #include <utility>
@@ -473,21 +474,69 @@ std::string placeOf(const NOD_Record &record)
     return place;
 }
 
-using Places = std::unordered_map<std::string, NOD_Record *>;
+using Places = std::unordered_map<std::string, const NOD_Record *>;
 
-Places placesOf(NOD_Record &state)
+Places placesOf(NOD_Record &state, const std::unordered_set<NOD_RecordKind> &kinds)
 {
     Places places;
     forEach(state, [&](NOD_Record &record) {
-        Form form = Form::NATIVE;
-        if (hasForm(record, form)) {
+        if (kinds.count(record.getKind()) != 0) {
             places.emplace(placeOf(record), &record);
         }
     });
     return places;
 }
 
+Form formOf(const NOD_Record &record)
+{
+    Form form = Form::NATIVE;
+    hasForm(record, form);
+    return form;
+}
+
 } // namespace
+
+void NODtellLost(const std::vector<NOD_Record *> &readers, const NOD_States &states,
+                 NOD_MergeJudge &judge, const NOD_Knows &knows)
+{
+    std::unordered_set<NOD_RecordKind> kinds;
+    for (const NOD_Record *reader : readers) {
+        kinds.insert(reader->getKind());
+    }
+    std::array<Places, 3> places;
+    for (std::size_t side = 0; side < 3 && !readers.empty(); ++side) {
+        places[side] = placesOf(*states[side], kinds);
+    }
+    for (NOD_Record *reader : readers) {
+        NOD_MergeTriple triple;
+        std::optional<NOD_MergeSide> author;
+        const std::string place = placeOf(*reader);
+        for (const NOD_MergeSide side :
+             {NOD_MergeSide::BASE, NOD_MergeSide::THEIRS, NOD_MergeSide::OURS}) {
+            const auto found = places[std::size_t(side)].find(place);
+            const bool thereFlag = found != places[std::size_t(side)].end();
+            (side == NOD_MergeSide::BASE     ? triple.base
+             : side == NOD_MergeSide::THEIRS ? triple.theirs
+                                             : triple.ours) = thereFlag ? found->second : nullptr;
+            if (thereFlag && NODisSameValue(found->second->getValue(), reader->getValue()) &&
+                knows(side, *reader)) {
+                author = side;
+            }
+        }
+        if (!author && (triple.ours || !knows(NOD_MergeSide::OURS, *reader))) {
+            continue; // it was so before
+        }
+        if (!author) {
+            triple.ours = reader; // in a node that is elsewhere in the states
+        }
+        const NOD_MergeSide side = judge.decide(NOD_Conflict::Kind::REFERENCE_LOST, triple,
+                                                author.value_or(NOD_MergeSide::OURS));
+        judge.setPlace(reader);
+        if (triple.of(side) && formOf(*triple.of(side)) == formOf(*reader)) {
+            reader->setValue(triple.of(side)->getValue());
+        }
+    }
+}
 
 void NODtellLostItems(NOD_Record &made, const NOD_States &states, const NOD_ItemNames &lost,
                       NOD_MergeJudge &judge)
@@ -498,33 +547,5 @@ void NODtellLostItems(NOD_Record &made, const NOD_States &states, const NOD_Item
             readers.push_back(&record);
         }
     });
-    std::array<Places, 3> places;
-    for (std::size_t side = 0; side < 3 && !readers.empty(); ++side) {
-        places[side] = placesOf(*states[side]);
-    }
-    for (NOD_Record *reader : readers) {
-        const std::string place = placeOf(*reader);
-        const auto of = [&](NOD_MergeSide side) -> const NOD_Record * {
-            const auto found = places[std::size_t(side)].find(place);
-            return found == places[std::size_t(side)].end() ? nullptr : found->second;
-        };
-        NOD_MergeTriple triple = {of(NOD_MergeSide::BASE), of(NOD_MergeSide::OURS),
-                                  of(NOD_MergeSide::THEIRS)};
-        NOD_MergeSide author = NOD_MergeSide::BASE;
-        for (const NOD_MergeSide side : {NOD_MergeSide::THEIRS, NOD_MergeSide::OURS}) {
-            const NOD_Record *const one = triple.of(side);
-            author = one && NODisSameValue(one->getValue(), reader->getValue()) ? side : author;
-        }
-        if (!triple.of(author)) {
-            triple.ours = reader; // in a node that is elsewhere in the states
-            author = NOD_MergeSide::OURS;
-        }
-        const NOD_MergeSide side = judge.decide(NOD_Conflict::Kind::REFERENCE_LOST, triple, author);
-        judge.setPlace(reader);
-        Form forms[2] = {};
-        if (triple.of(side) && hasForm(*triple.of(side), forms[0]) && hasForm(*reader, forms[1]) &&
-            forms[0] == forms[1]) {
-            reader->setValue(triple.of(side)->getValue());
-        }
-    }
+    NODtellLost(readers, states, judge, [](NOD_MergeSide, const NOD_Record &) { return true; });
 }

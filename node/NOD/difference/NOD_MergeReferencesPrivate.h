@@ -11,11 +11,14 @@
 /// expression computes stay as they are.
 #pragma once
 
+#include <NOD/NOD_Conflict.h>
 #include <NOD/NOD_Record.h>
 
 #include <array>
+#include <functional>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 /// The names of items' parameters by what they are once they are marked, or the other way round.
 using NOD_ItemNames = std::unordered_map<std::string, std::string>;
@@ -34,5 +37,11 @@ NOD_ItemNames NODnamesByMarks(const NOD_Record &top);
 /// A conflict for each merged reference to one of these items, which the merged state hasn't any more.
 void NODtellLostItems(NOD_Record &made, const NOD_States &states, const NOD_ItemNames &lost,
                       NOD_MergeJudge &judge);
+/// Whether one side's state has what the record refers to.
+using NOD_Knows = std::function<bool(NOD_MergeSide side, const NOD_Record &record)>;
+/// A conflict for each record of the merged state that refers to what only the sides have, unless it is as little
+/// there in the state that it comes from.
+void NODtellLost(const std::vector<NOD_Record *> &readers, const NOD_States &states,
+                 NOD_MergeJudge &judge, const NOD_Knows &knows);
 /// With these names for marked items, and without marks.
 void NODunmarkItems(NOD_Record &record, const NOD_ItemNames &names);

@@ -34,16 +34,32 @@ struct Call
 struct Files
 {
     ZELT_ScriptPtr interface; ///< null without a script
-    std::string names[3];
-    NOD_Document documents[3]; ///< base, ours, theirs
+    std::string names[3];     ///< base, ours, theirs
+    std::string bytes[3];
+    NOD_Document documents[3];
 };
+
+bool readBytes(const Call &call, Files &files, ZELT_Messages &messages)
+{
+    const int first = call.files[3].empty() ? 0 : 1;
+    bool goodFlag = true;
+    for (int i = 0; i < 3; ++i) {
+        files.names[i] = call.files[first + i];
+        goodFlag = ZELTreadBytes(files.names[i], files.bytes[i], messages) && goodFlag;
+    }
+    return goodFlag;
+}
+
+/// For messages: Git gives its own files.
+std::string nameOf(const Call &call, const Files &files, int i)
+{
+    return call.path.empty() ? files.names[i]
+                             : std::string(NODmergeSideName(Side(i))) + " of " + call.path;
+}
 
 bool read(const Call &call, Files &files, ZELT_Messages &messages)
 {
     const bool scriptFlag = !call.files[3].empty();
-    for (int i = 0; i < 3; ++i) {
-        files.names[i] = call.files[scriptFlag ? i + 1 : i];
-    }
     const std::string &given = call.script.empty() && scriptFlag ? call.files[0] : call.script;
     const std::string &placed = call.path.empty() ? files.names[1] : call.path;
     if (given.empty() ? !ZELTfindScript(placed, files.interface, messages)
@@ -54,23 +70,20 @@ bool read(const Call &call, Files &files, ZELT_Messages &messages)
     ZELT_Comparison reader(isExact);
     bool goodFlag = true;
     for (int i = 0; i < 3; ++i) {
-        std::string bytes;
-        if (!ZELTreadBytes(files.names[i], bytes, messages)) {
-            return false;
-        }
         // What both sides have added began as nothing.
-        const bool emptyFlag = i == 0 && bytes.empty();
-        goodFlag = (emptyFlag || reader.readOne(files.interface, files.names[i], bytes,
-                                                files.documents[i], messages)) &&
+        const bool emptyFlag = i == 0 && files.bytes[i].empty();
+        const std::string &file = call.path.empty() ? files.names[i] : call.path;
+        goodFlag = (emptyFlag || reader.readOne(files.interface, nameOf(call, files, i), file,
+                                                files.bytes[i], files.documents[i], messages)) &&
                    goodFlag;
     }
     const NOD_FileKind kind = files.documents[1].getKind();
     for (const int i : {0, 2}) {
         const NOD_FileKind other = files.documents[i].getKind();
         if (goodFlag && other != kind && (i != 0 || other != NOD_FileKind::NONE)) {
-            messages.error(files.names[i], std::string("is ") + NOD_ValueFile::getKindName(other) +
-                                               ", which can't be merged with " +
-                                               NOD_ValueFile::getKindName(kind));
+            messages.error(nameOf(call, files, i),
+                           std::string("is ") + NOD_ValueFile::getKindName(other) +
+                               ", which can't be merged with " + NOD_ValueFile::getKindName(kind));
             goodFlag = false;
         }
     }
@@ -120,6 +133,16 @@ void print(const Call &call, const ZELT_Options &options, const Files &files,
     }
 }
 
+int finish(const Call &call, const ZELT_Options &options, const Files &files,
+           const NOD_Merge &merge, const std::string &bytes, ZELT_Messages &messages)
+{
+    print(call, options, files, merge);
+    const bool goodFlag =
+        (call.report.empty() || ZELTwriteFile(call.report, merge.toJson(), messages)) &&
+        ZELTwriteFile(call.out, bytes, messages);
+    return goodFlag && merge.getOpenCount() == 0 ? 0 : 1;
+}
+
 int merge(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     Files files;
@@ -127,10 +150,17 @@ int merge(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         messages.error("", "--interactive asks on a terminal, and standard input is none");
         return 1;
     }
-    if (!read(call, files, messages)) {
+    if (!readBytes(call, files, messages)) {
         return 1;
     }
     NOD_Merge merge;
+    if (const std::string *const one =
+            NOD_Merge::withoutReading(files.bytes[0], files.bytes[1], files.bytes[2])) {
+        return finish(call, options, files, merge, *one, messages);
+    }
+    if (!read(call, files, messages)) {
+        return 1;
+    }
     const std::pair<const std::vector<std::string> &, Side> policies[] = {
         {call.base, Side::BASE}, {call.theirs, Side::THEIRS}, {call.ours, Side::OURS}};
     for (const auto &[patterns, side] : policies) {
@@ -149,14 +179,7 @@ int merge(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     NOD_Report report;
     const bool writtenFlag = made.write(bytes, notesOf(call, merge), report);
     messages.add(report);
-    if (!writtenFlag) {
-        return 1;
-    }
-    print(call, options, files, merge);
-    const bool goodFlag =
-        (call.report.empty() || ZELTwriteFile(call.report, merge.toJson(), messages)) &&
-        ZELTwriteFile(call.out, bytes, messages);
-    return goodFlag && merge.getOpenCount() == 0 ? 0 : 1;
+    return writtenFlag ? finish(call, options, files, merge, bytes, messages) : 1;
 }
 
 } // namespace

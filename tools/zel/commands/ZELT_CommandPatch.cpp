@@ -31,7 +31,7 @@ int patch(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     if ((scriptFlag ? !(script = ZELTloadScript(call.files[0], messages))
                     : !ZELTfindScript(name, script, messages)) ||
         !ZELTreadBytes(name, input, messages) ||
-        !reader.readOne(script, name, input, document, messages) ||
+        !reader.readOne(script, name, name, input, document, messages) ||
         !ZELTreadBytes(patchName, text, messages)) {
         return 1;
     }
