@@ -50,6 +50,14 @@ bool readBytes(const Call &call, Files &files, ZELT_Messages &messages)
     return goodFlag;
 }
 
+/// One that is named is an error if it can't be had, whatever the files are.
+bool readScript(const Call &call, Files &files, ZELT_Messages &messages)
+{
+    const std::string &given =
+        call.script.empty() && !call.files[3].empty() ? call.files[0] : call.script;
+    return given.empty() || (files.interface = ZELTloadScript(given, messages)) != nullptr;
+}
+
 /// For messages: Git gives its own files.
 std::string nameOf(const Call &call, const Files &files, int i)
 {
@@ -59,11 +67,8 @@ std::string nameOf(const Call &call, const Files &files, int i)
 
 bool read(const Call &call, Files &files, ZELT_Messages &messages)
 {
-    const bool scriptFlag = !call.files[3].empty();
-    const std::string &given = call.script.empty() && scriptFlag ? call.files[0] : call.script;
     const std::string &placed = call.path.empty() ? files.names[1] : call.path;
-    if (given.empty() ? !ZELTfindScript(placed, files.interface, messages)
-                      : !(files.interface = ZELTloadScript(given, messages))) {
+    if (!files.interface && !ZELTfindScript(placed, files.interface, messages)) {
         return false;
     }
     constexpr bool isExact = true;
@@ -150,7 +155,7 @@ int merge(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         messages.error("", "--interactive asks on a terminal, and standard input is none");
         return 1;
     }
-    if (!readBytes(call, files, messages)) {
+    if (!readScript(call, files, messages) || !readBytes(call, files, messages)) {
         return 1;
     }
     NOD_Merge merge;
