@@ -805,3 +805,31 @@ TEST(Merge, AReferenceToARemovedItemIsAConflict)
                      nullptr, {{"*", Side::OURS}});
     EXPECT_EQ(undecided.merge.getOpenCount(), 1u);
 }
+
+/// Who removed it has left the reference behind: a conflict where another item has got its number.
+TEST(Merge, AReferenceLeftBehindIsAConflictWhereItWouldLeadElsewhere)
+{
+    const auto all = [](const std::vector<int> &items, const char *text) {
+        return state(items, std::vector<std::string>(items.size()), with(text));
+    };
+    const std::string base = all({1, 2, 3}, "ch('../n/p3')");
+    const std::string theirs = all({1, 2}, "ch('../n/p3')");
+    const std::pair<std::string, std::string> cases[] = {
+        {all({1, 5, 3}, "ch('../n/p3')"), ""}, // it leads nowhere, as theirs has it
+        {all({1, 2, 3, 4}, "ch('../n/p3')"), "ch('../n/p3')"},
+        {all({9, 1, 2, 3}, "ch('../n/p4')"), "ch('../n/p4')"},
+    };
+    for (const auto &[ours, text] : cases) {
+        for (const bool swapped : {false, true}) {
+            Merged merged(base, swapped ? theirs : ours, swapped ? ours : theirs);
+            const std::string left = "ch('../n/p3')";
+            const std::string told =
+                text.empty() ? ""
+                             : "/m: channel p1 key 0 expression: it refers to what one side "
+                               "removed: base \"" +
+                                   left + "\", ours \"" + (swapped ? left : text) +
+                                   "\", theirs \"" + (swapped ? text : left) + "\"; ours stands\n";
+            EXPECT_EQ(merged.conflicts, told);
+        }
+    }
+}

@@ -82,6 +82,7 @@ void NOD_MergeJudge::addTo(NOD_ConflictSide &place, const NOD_Record &record, Si
     if (myBound) {
         NODreleaseNames(record, *copy);
         NODunmarkItems(*copy, (*myBound->names)[std::size_t(side)]);
+        NODunmarkItems(*copy, (*myBound->names)[0]); // of what this side has no more
     }
     place.records.push_back(std::move(copy));
 }
@@ -161,19 +162,7 @@ void NOD_BoundStates::release(NOD_Record &made) const
         return;
     }
     if (myMarkedFlag) {
-        NOD_ItemNames names = NODnamesByMarks(made);
-        NOD_ItemNames lost;
-        for (const int side : {1, 2, 0}) {
-            for (const auto &one : myNames[std::size_t(side)]) {
-                if (names.insert(one).second) {
-                    lost.insert(one);
-                }
-            }
-        }
-        if (!lost.empty()) {
-            NODtellLostItems(made, getCopies(), lost, myJudge);
-        }
-        NODunmarkItems(made, names);
+        NODunmarkMerged(made, getCopies(), myNames, myJudge);
     }
     NODreleaseChannels(made);
 }

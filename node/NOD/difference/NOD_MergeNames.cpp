@@ -113,7 +113,7 @@ void addReaders(NOD_Record &record, const Names &lost, const NOD_MergeJudge &jud
                 std::vector<NOD_Record *> &readers)
 {
     for (const auto &part : record.getParts()) {
-        if (!judge.hasPlace(*part) && !namesIn(*part, lost).empty()) {
+        if (!namesIn(*part, lost).empty() && !judge.hasPlace(*part)) {
             readers.push_back(part.get());
         }
         addReaders(*part, lost, judge, readers);

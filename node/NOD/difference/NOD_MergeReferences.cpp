@@ -207,6 +207,9 @@ NOD_Record *findNode(NOD_Record &from, NOD_Record &top, std::string_view path)
     return node;
 }
 
+/// Contents of the base by those of another state.
+using Bases = std::unordered_map<const NOD_Record *, const NOD_Record *>;
+
 /// One state's references to parameters of items.
 class References
 {
@@ -223,13 +226,17 @@ public:
         hasAny();
         targets.insert(myTargets.begin(), myTargets.end());
     }
-    /// The items are marked.
-    void mark()
+    /// The items are marked. What isn't in this state any more is that of the base.
+    void mark(const Bases &bases)
     {
         myNames.clear();
+        myBases = &bases;
         constexpr bool isDry = false;
         run(isDry);
     }
+
+    /// Whether a reference from these contents leads to a parameter of an item.
+    bool leads(NOD_Record &contents, std::string reference) { return rename(contents, reference); }
 
 private:
     int run(bool dryFlag)
@@ -256,6 +263,9 @@ private:
         if (newFlag) {
             constexpr bool byMarks = false;
             names->second = namesOf(*target, byMarks);
+            if (myBases && myBases->count(target) != 0) {
+                names->second.merge(namesOf(*myBases->at(target), byMarks));
+            }
         }
         const bool itFlag = replaceName(names->second, reference);
         if (itFlag) {
@@ -282,6 +292,7 @@ private:
 
     NOD_Record &myTop;
     bool myTreeFlag;
+    const Bases *myBases = nullptr;
     std::unordered_map<const NOD_Record *, NOD_ItemNames> myNames; ///< of contents
     std::unordered_set<const NOD_Record *> myTargets;
 };
@@ -312,6 +323,7 @@ public:
           myOurs(*states[0], *states[1], exactly()), myTheirs(*states[0], *states[2], exactly())
     {}
 
+    const Bases &getBases() const { return myBases; }
     void run()
     {
         pair(*myStates[0], {myStates[1], myStates[2]});
@@ -371,6 +383,7 @@ private:
             const std::string place = std::to_string(myPaired.size());
             for (const NOD_Record *const one : {&base, partners[0], partners[1]}) {
                 myPaired.emplace(one, place);
+                myBases.emplace(one, &base);
             }
         }
         for (const auto &part : base.getParts()) {
@@ -402,6 +415,7 @@ private:
     NOD_Matching myTheirs;
     std::unordered_map<NOD_Record *, std::string> myMarks;
     std::unordered_map<const NOD_Record *, std::string> myPaired; ///< contents, by the base's
+    Bases myBases;
     int myNext = 0;
 };
 
@@ -418,9 +432,10 @@ void NODmarkItems(const NOD_States &states)
     for (NOD_Record *state : states) {
         References(*state).findTargets(targets);
     }
-    Marking(states, targets).run();
+    Marking marking(states, targets);
+    marking.run();
     for (NOD_Record *state : states) {
-        References(*state).mark();
+        References(*state).mark(marking.getBases());
     }
 }
 
@@ -445,22 +460,26 @@ void NODunmarkItems(NOD_Record &record, const NOD_ItemNames &names)
 namespace
 {
 
-bool refersTo(const NOD_Record &record, const NOD_ItemNames &names)
+/// Of an item that a name is of which isn't there any more.
+using LostReference = std::function<void(const std::string &marked, const std::string &written)>;
+
+void forEachLost(const NOD_Record &record, const NOD_ItemNames &lost, const LostReference &call)
 {
     Form form = Form::NATIVE;
-    bool foundFlag = false;
-    if (hasForm(record, form)) {
-        std::string text = std::get<std::string>(record.getValue());
-        TRK_NodePaths::forEach(
-            text, form, nullptr,
-            [&](std::string &reference) {
-                std::string one = reference;
-                foundFlag = foundFlag || replaceName(names, one);
-                return false;
-            },
-            TRK_NodePaths::Part::ALL);
+    if (!hasForm(record, form)) {
+        return;
     }
-    return foundFlag;
+    std::string text = std::get<std::string>(record.getValue());
+    TRK_NodePaths::forEach(
+        text, form, nullptr,
+        [&](std::string &reference) {
+            std::string written = reference;
+            if (replaceName(lost, written)) {
+                call(reference, written);
+            }
+            return false;
+        },
+        TRK_NodePaths::Part::ALL);
 }
 
 /// The same one in all states, whatever numbers its items have.
@@ -510,6 +529,7 @@ void NODtellLost(const std::vector<NOD_Record *> &readers, const NOD_States &sta
     for (NOD_Record *reader : readers) {
         NOD_MergeTriple triple;
         std::optional<NOD_MergeSide> author;
+        bool beforeFlag = false; // one side has lost it by itself
         const std::string place = placeOf(*reader);
         for (const NOD_MergeSide side :
              {NOD_MergeSide::BASE, NOD_MergeSide::THEIRS, NOD_MergeSide::OURS}) {
@@ -518,13 +538,14 @@ void NODtellLost(const std::vector<NOD_Record *> &readers, const NOD_States &sta
             (side == NOD_MergeSide::BASE     ? triple.base
              : side == NOD_MergeSide::THEIRS ? triple.theirs
                                              : triple.ours) = thereFlag ? found->second : nullptr;
-            if (thereFlag && NODisSameValue(found->second->getValue(), reader->getValue()) &&
-                knows(side, *reader)) {
-                author = side;
+            if (thereFlag && NODisSameValue(found->second->getValue(), reader->getValue())) {
+                const bool itFlag = knows(side, *reader);
+                author = itFlag ? side : author;
+                beforeFlag = beforeFlag || !itFlag;
             }
         }
-        if (!author && (triple.ours || !knows(NOD_MergeSide::OURS, *reader))) {
-            continue; // it was so before
+        if (beforeFlag || (!author && (triple.ours || !knows(NOD_MergeSide::OURS, *reader)))) {
+            continue;
         }
         if (!author) {
             triple.ours = reader; // in a node that is elsewhere in the states
@@ -538,14 +559,81 @@ void NODtellLost(const std::vector<NOD_Record *> &readers, const NOD_States &sta
     }
 }
 
-void NODtellLostItems(NOD_Record &made, const NOD_States &states, const NOD_ItemNames &lost,
-                      NOD_MergeJudge &judge)
+namespace
 {
-    std::vector<NOD_Record *> readers;
-    forEach(made, [&](NOD_Record &record) {
-        if (!judge.hasPlace(record) && refersTo(record, lost)) {
-            readers.push_back(&record);
+
+/// The merged state, of which references are to get the names that are at last.
+class Unmarking
+{
+public:
+    Unmarking(NOD_Record &made, const std::array<NOD_ItemNames, 3> &sides)
+        : myMade(made), mySides(sides), myReferences(made), myNames(NODnamesByMarks(made))
+    {
+        for (const std::size_t side : {1U, 2U, 0U}) {
+            for (const auto &one : mySides[side]) {
+                if (myNames.insert(one).second) {
+                    myLost.insert(one);
+                }
+            }
         }
-    });
-    NODtellLost(readers, states, judge, [](NOD_MergeSide, const NOD_Record &) { return true; });
+    }
+
+    std::vector<NOD_Record *> findReaders(const NOD_MergeJudge &judge)
+    {
+        std::vector<NOD_Record *> readers;
+        forEach(myMade, [&](NOD_Record &record) {
+            bool itFlag = false;
+            forEachLost(record, myLost, [&](const auto &, const auto &) { itFlag = true; });
+            if (itFlag && !judge.hasPlace(record)) {
+                readers.push_back(&record);
+            }
+        });
+        return readers;
+    }
+    /// Unless the side has removed it, and what is written is the same and leads nowhere.
+    bool knows(NOD_MergeSide side, const NOD_Record &record)
+    {
+        bool knownFlag = false;
+        forEachLost(record, myLost, [&](const std::string &marked, const std::string &written) {
+            std::string former = marked;
+            std::string own = marked;
+            const bool sameFlag = replaceName(mySides[0], former) && former == written &&
+                                  !replaceName(mySides[std::size_t(side)], own);
+            knownFlag = knownFlag || !sameFlag || myReferences.leads(contentsOf(record), written);
+        });
+        return knownFlag;
+    }
+    bool hasLost() const { return !myLost.empty(); }
+    void run() { NODunmarkItems(myMade, myNames); }
+
+private:
+    NOD_Record &contentsOf(const NOD_Record &record) const
+    {
+        const NOD_Record *at = &record;
+        while (at->getKind() != Kind::CONTENTS && at->getParent()) {
+            at = at->getParent();
+        }
+        return const_cast<NOD_Record &>(*at);
+    }
+
+    NOD_Record &myMade;
+    const std::array<NOD_ItemNames, 3> &mySides;
+    References myReferences;
+    NOD_ItemNames myNames;
+    NOD_ItemNames myLost;
+};
+
+} // namespace
+
+void NODunmarkMerged(NOD_Record &made, const NOD_States &states,
+                     const std::array<NOD_ItemNames, 3> &sides, NOD_MergeJudge &judge)
+{
+    Unmarking unmarking(made, sides);
+    if (unmarking.hasLost()) {
+        NODtellLost(unmarking.findReaders(judge), states, judge,
+                    [&](NOD_MergeSide side, const NOD_Record &record) {
+                        return unmarking.knows(side, record);
+                    });
+    }
+    unmarking.run();
 }

@@ -34,14 +34,15 @@ bool NODhasItemReferences(const NOD_Record &top);
 void NODmarkItems(const NOD_States &states);
 /// The present names of all marked items.
 NOD_ItemNames NODnamesByMarks(const NOD_Record &top);
-/// A conflict for each merged reference to one of these items, which the merged state hasn't any more.
-void NODtellLostItems(NOD_Record &made, const NOD_States &states, const NOD_ItemNames &lost,
-                      NOD_MergeJudge &judge);
 /// Whether one side's state has what the record refers to.
 using NOD_Knows = std::function<bool(NOD_MergeSide side, const NOD_Record &record)>;
-/// A conflict for each record of the merged state that refers to what only the sides have, unless it is as little
-/// there in the state that it comes from.
+/// A conflict for each record of the merged state that refers to what only the states have, unless one that has the same
+/// text doesn't know it either.
 void NODtellLost(const std::vector<NOD_Record *> &readers, const NOD_States &states,
                  NOD_MergeJudge &judge, const NOD_Knows &knows);
 /// With these names for marked items, and without marks.
 void NODunmarkItems(NOD_Record &record, const NOD_ItemNames &names);
+/// The same for the merged state, by the names of the three. A reference to an item that isn't there any more is a
+/// conflict: it would be one to a neighbour.
+void NODunmarkMerged(NOD_Record &made, const NOD_States &states,
+                     const std::array<NOD_ItemNames, 3> &sides, NOD_MergeJudge &judge);
