@@ -37,6 +37,7 @@ struct Result
     int scripts = 0;       ///< that it has, each once
     int failed = 0;        ///< those that weren't judged
     int menus = 0;         ///< 1 for a file of one
+    int faulty = 0;        ///< 1 for one with errors
     int fixed = 0;
     std::vector<NOD_LintFinding> findings;
 };
@@ -119,6 +120,7 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
     result.menus = 1;
     NODcheckMenuFile(file, report);
     result.goodFlag = !report.hasErrors();
+    result.faulty = !result.goodFlag;
     messages.add(report);
     return result;
 }
@@ -177,6 +179,9 @@ void printEnd(const Call &call, const Result &all, int fixable)
     if (all.failed > 0) {
         std::cout << ", " << ZELTcounted(all.failed, "script") << " not judged";
     }
+    if (all.faulty > 0) {
+        std::cout << ", " << ZELTcounted(all.faulty, "menu") << " with errors";
+    }
     std::cout << '\n';
 }
 
@@ -204,6 +209,7 @@ int lint(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
         all.scripts += result.scripts;
         all.failed += result.failed;
         all.menus += result.menus;
+        all.faulty += result.faulty;
         all.fixed += result.fixed;
         all.findings.insert(all.findings.end(), result.findings.begin(), result.findings.end());
         for (const NOD_LintFinding &finding : result.findings) {
