@@ -15,6 +15,7 @@
 
 #include <NOD/NOD_API.h>
 #include <NOD/NOD_Conflict.h>
+#include <NOD/NOD_FileLoss.h>
 #include <NOD/NOD_FileOptions.h>
 #include <NOD/NOD_Record.h>
 #include <NOD/NOD_ValueFile.h>
@@ -68,6 +69,8 @@ public:
     NOD_FileKind getKind() const { return myKind; }
     bool isBinary() const { return myBinaryFlag; }
     const NOD_Record &getTop() const { return *myTop; }
+    /// What of the file isn't in the records, and so not in what is written.
+    const std::vector<NOD_FileLoss> &getLosses() const { return myLosses; }
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -110,5 +113,6 @@ private:
     bool myBinaryFlag = false;
     bool myTakenApartFlag = false; ///< a text of which the records have all
     std::unique_ptr<NOD_Record> myTop;
+    std::vector<NOD_FileLoss> myLosses;
     std::shared_ptr<NOD_NodeRecords> myNodes;
 };

@@ -29,6 +29,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 class NOD_Interface;
@@ -116,9 +117,12 @@ private:
     template <class Renew>
     bool run(NOD_Node &node, const ZEL_Template *templates, double time, NOD_Report &report,
              const Renew &renew);
+    void keep(NOD_MigrationStep step);
     bool checkNames(NOD_Node &node, const ZEL_Template *templates, NOD_Report &report) const;
 
     std::vector<NOD_MigrationStep> mySteps;
     NOD_ParmRenames *myRenames = nullptr;
+    std::unordered_map<std::string, std::string> myPresentNames; ///< of renames, by the former name
+    std::unordered_map<std::string, std::string> myFormerNames;
     Entries myEntries;
 };

@@ -257,12 +257,16 @@ std::vector<NOD_Node *> ZELT_Session::getNodes()
     return nodes;
 }
 
-bool ZELT_Session::isPartlyLoaded(const std::string &file) const
+std::vector<NOD_FileLoss> ZELT_Session::getLossesOf(const std::string &file) const
 {
     std::error_code ignored;
-    return std::any_of(myPartlyLoaded.begin(), myPartlyLoaded.end(), [&](const std::string &one) {
-        return one == file || std::filesystem::equivalent(one, file, ignored);
-    });
+    std::vector<NOD_FileLoss> found;
+    for (const NOD_FileLoss &loss : myLosses) {
+        if (loss.file == file || std::filesystem::equivalent(loss.file, file, ignored)) {
+            found.push_back(loss);
+        }
+    }
+    return found;
 }
 
 void ZELT_Session::noteInput(const NOD_ValueFile &file)
@@ -351,8 +355,7 @@ bool applyFiles(ZELT_Session &session, const ZELT_Inputs &inputs, bool &channels
         channelsFlag = channelsFlag || file.getKind() == NOD_FileKind::CHANNELS;
         files.push_back(std::move(file));
     }
-    good = good &&
-           NOD_ValueFile::applyAll(files, session.getNode(), session.getAllPartlyLoaded(), report);
+    good = good && NOD_ValueFile::applyAll(files, session.getNode(), session.getLosses(), report);
     good = take(report, messages) && good;
     session.growBlocks(0.0);
     return good;

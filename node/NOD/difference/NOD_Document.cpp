@@ -117,6 +117,7 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
     const std::string file = name.substr(0, mark);
     const std::string section = mark == std::string::npos ? "" : name.substr(mark + 1);
     myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
+    myLosses.clear();
     myOptions = options;
     myKind = NOD_ValueFile::kindOf(std::string_view(bytes));
     myBinaryFlag = NOD_ValueFile::isBinary(bytes);
@@ -144,8 +145,10 @@ bool NOD_Document::readStream(const std::string &bytes, const std::string &name,
                               const NOD_DocumentOptions &options, NOD_Report &report)
 {
     NOD_StreamRecords stream(options.interface);
-    return stream.read(bytes, name, options.isExact ? Reading::EXACT : Reading::COMPLETED, *myTop,
-                       report);
+    const bool readFlag = stream.read(
+        bytes, name, options.isExact ? Reading::EXACT : Reading::COMPLETED, *myTop, report);
+    myLosses = stream.getLosses();
+    return readFlag;
 }
 
 /// A preset is compared as what it makes of a node. All of a file are taken apart, as is one that is to be written again.

@@ -1,10 +1,14 @@
 #include <NOD/NOD_CommandCheck.h>
 
 #include <BAS/BAS_Character.h>
+#include <DS/DS_Command.h>
+#include <DS/DS_CommandList.h>
+#include <KIT/KIT_IStream.h>
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptCheck.h>
 #include <NOD/interface/NOD_MessageCodesPrivate.h>
+#include <NOD/interface/NOD_ScriptStreamPrivate.h>
 #include <NOD/interface/NOD_ScriptTokensPrivate.h>
 
 #include <algorithm>
@@ -194,4 +198,29 @@ bool NODcheckCommands(std::string_view text, const std::string &name, NOD_Report
         }
     }
     return !found.hasErrors();
+}
+
+std::unique_ptr<DS_CommandList> NODreadCommands(std::string_view text, const std::string &name,
+                                                NOD_Report &report,
+                                                NOD_Interface::Includes includes)
+{
+    NOD_Report reader;
+    std::unique_ptr<DS_CommandList> commands;
+    {
+        const NOD_ReportScope scope(reader, name);
+        KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+        NOD_ScriptStream stream(is, name, reader, includes);
+        commands = std::make_unique<DS_CommandList>(stream, name.c_str());
+    }
+    NOD_Report check;
+    const bool soundFlag = NODcheckCommands(text, name, check);
+    // It takes a file apart more simply than the reader, whose verdict counts.
+    const bool mistakesFlag = reader.hasErrors() && !soundFlag;
+    if (mistakesFlag || soundFlag) {
+        report.append(check);
+    }
+    if (!mistakesFlag) {
+        report.append(reader);
+    }
+    return commands;
 }

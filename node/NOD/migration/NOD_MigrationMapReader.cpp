@@ -271,6 +271,7 @@ void NOD_MigrationMapReader::readVersion(const Words &words)
     version.script = words.size() > 2 ? words[2].text : "";
     version.line = myLine;
     myMap.myVersions.push_back(std::move(version));
+    myRivals.clear();
 }
 
 void NOD_MigrationMapReader::end()
@@ -388,7 +389,7 @@ bool NOD_MigrationMapReader::readValue(const Word &word, Step::Value &value)
     return good;
 }
 
-/// Whether it goes with the steps before it.
+/// Whether it goes with the steps before it; then it is one of them.
 bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
 {
     if (++mySteps > NOD_MigrationMap::theMostSteps) {
@@ -406,7 +407,8 @@ bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
             }
         }
     }
-    for (const Step &other : myMap.myVersions.back().steps) {
+    for (const std::size_t place : myRivals.find(step)) {
+        const Step &other = myMap.myVersions.back().steps[place];
         const bool menusFlag = step.kind == Kind::MENU && other.kind == Kind::MENU;
         const bool movesFlag = isMove(step) && isMove(other);
         const bool bothFlag =
@@ -432,6 +434,7 @@ bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
             return false;
         }
     }
+    myRivals.add(step);
     return true;
 }
 

@@ -2,6 +2,7 @@
 #include "ZELT_Comparison.h"
 #include "ZELT_File.h"
 #include "ZELT_Messages.h"
+#include "ZELT_Session.h"
 
 #include <NOD/NOD_Merge.h>
 #include <NOD/NOD_Report.h>
@@ -29,6 +30,7 @@ struct Call
     std::vector<std::string> base;
     bool interactive = false;
     bool noNotes = false;
+    bool allowLoss = false;
 };
 
 struct Files
@@ -123,6 +125,18 @@ NOD_Merge::Conflicts notesOf(const Call &call, const NOD_Merge &merge)
     return open;
 }
 
+/// Whether nothing of either side is lost, or it may be. What both began with is written nowhere.
+bool isCarried(const Call &call, const Files &files, NOD_Report &report)
+{
+    bool goodFlag = true;
+    for (const int i : {1, 2}) {
+        goodFlag =
+            NODcheckLosses(files.documents[i].getLosses(), ZELTlossRule(call.allowLoss), report) &&
+            goodFlag;
+    }
+    return goodFlag;
+}
+
 void print(const Call &call, const ZELT_Options &options, const Files &files,
            const NOD_Merge &merge)
 {
@@ -182,7 +196,8 @@ int merge(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     made.setTop(std::move(top));
     std::string bytes;
     NOD_Report report;
-    const bool writtenFlag = made.write(bytes, notesOf(call, merge), report);
+    const bool writtenFlag =
+        isCarried(call, files, report) && made.write(bytes, notesOf(call, merge), report);
     messages.add(report);
     return writtenFlag ? finish(call, options, files, merge, bytes, messages) : 1;
 }
@@ -222,4 +237,5 @@ void ZELTaddMerge(ZELT_CommandLine &line)
     command.addFlag("--interactive", call.interactive, "Ask about each conflict");
     command.addFlag("--no-notes", call.noNotes,
                     "Write no comments about conflicts in front of entries");
+    ZELTaddAllowLoss(command, call.allowLoss, "Write also where comments of a stream are lost");
 }

@@ -89,18 +89,13 @@ std::vector<Row> rowsOf(NOD_Scene &scene)
     return rows;
 }
 
-std::string counted(int count, const char *what)
-{
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 std::string countsOf(const Row &row)
 {
-    std::string text = row.isMissing ? "type missing" : counted(row.parms, "parameter");
+    std::string text = row.isMissing ? "type missing" : ZELTcounted(row.parms, "parameter");
     text += row.changed ? ", " + std::to_string(row.changed) + " changed" : "";
-    text += row.channels ? ", " + counted(row.channels, "channel") : "";
-    text += row.spares ? ", " + counted(row.spares, "spare") : "";
-    return text + (row.kept ? ", " + counted(row.kept, "section") + " kept" : "");
+    text += row.channels ? ", " + ZELTcounted(row.channels, "channel") : "";
+    text += row.spares ? ", " + ZELTcounted(row.spares, "spare") : "";
+    return text + (row.kept ? ", " + ZELTcounted(row.kept, "section") + " kept" : "");
 }
 
 std::string numberText(double value)
@@ -129,7 +124,7 @@ void printText(const NOD_Scene &scene, const std::vector<Row> &rows)
         type.resize(types + 2, ' ');
         std::cout << line << type << countsOf(row) << '\n';
     }
-    std::cout << counted(int(rows.size()), "node") << '\n';
+    std::cout << ZELTcounted(int(rows.size()), "node") << '\n';
 }
 
 void printJson(const NOD_Scene &scene, const std::vector<Row> &rows)
