@@ -654,8 +654,11 @@ void ZEL_ParmStream::complete(const ZEL_ParmList &list)
     std::ostringstream os;
     constexpr bool binary = true;
     constexpr bool compact = false;
-    const KIT_ErrorManager::Scope quiet(BASgetSTID()); // a save looks at what was reported before
-    list.save(os, binary, compact);
+    {
+        KIT_ErrorManager::Scope reported(BASgetSTID()); // a save ends at what was reported before
+        list.save(os, binary, compact);
+        reported.getOuterManager().stealErrors(reported.getManager());
+    }
     const std::string bytes = os.str();
     KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::BINARY);
     ZEL_ParmStream whole;

@@ -53,7 +53,7 @@ TEST(Strings, ExpandedReadsReplaceVariablesAndBackticks)
         p.setText(raw);
         EXPECT_EQ(p.read(), expanded) << raw;
         const bool alpha = type == ZEL_ALPHASTRING;
-        EXPECT_EQ(p.raw(), alpha ? "_HIP_1" : raw);
+        EXPECT_EQ(p.raw(), alpha ? "_SHOT_1" : raw);
         EXPECT_EQ(p.channel(), nullptr);
     }
 }
