@@ -24,6 +24,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <iterator>
 #include <ostream>
 #include <sstream>
@@ -511,8 +512,8 @@ bool ZEL_ParmStream::isReadAgain(const KIT_ByteBuffer &bytes, Form form) const
     return same && (form != Form::MARKED_TEXT || givesPackets(back));
 }
 
-/// Whether the text, read again without a list, makes the packets of the entries that no list knew; each that
-/// doesn't is reported.
+/// Whether the text, read again without a list, makes the packets of the version and of the entries that no list
+/// knew; each that doesn't is reported.
 bool ZEL_ParmStream::givesPackets(const ZEL_ParmStream &text) const
 {
     const auto packetsOf = [](const ZEL_StreamEntry &entry) {
@@ -527,7 +528,11 @@ bool ZEL_ParmStream::givesPackets(const ZEL_ParmStream &text) const
                text.myEntries[i].token == myEntries[i].token &&
                (myEntries[i].knownFlag || packetsOf(text.myEntries[i]) == packetsOf(myEntries[i]));
     };
-    bool same = true;
+    // The bits of a NaN aren't in its text.
+    bool same = std::memcmp(&myVersion, &text.myVersion, sizeof myVersion) == 0;
+    if (!same) {
+        KITaddError(ZEL_ERROR_CATEGORY, ZEL_ERR_FORM, "version");
+    }
     for (std::size_t i = 0; i < std::max(myEntries.size(), text.myEntries.size()); ++i) {
         if (!isThere(i)) {
             const Entries &entries = i < myEntries.size() ? myEntries : text.myEntries;

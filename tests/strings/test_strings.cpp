@@ -39,7 +39,8 @@ TEST(Strings, ExpandedReadsReplaceVariablesAndBackticks)
         {ZEL_FILE, nullptr, "~/$SHOT", "/home/me//show"},
         {ZEL_COMMAND, nullptr, "~", "/home/me"},
         {ZEL_FILE, nullptr, "~other a~", "~other a~"},
-        {ZEL_STRING, "KSL", "\\$SHOT $SHOT ${SHOT} ~", "$SHOT /show /show ~"}, // code is expanded, too
+        {ZEL_STRING, "KSL", "\\$SHOT $SHOT ${SHOT} ~",
+         "$SHOT /show /show ~"}, // code is expanded, too
         {ZEL_ALPHASTRING, nullptr, "$SHOT-1", "_show_1"},
     };
     for (const auto &[type, language, raw, expanded] : cases) {
