@@ -87,8 +87,12 @@ public:
     /// script. Comments that wouldn't be read as such are left out.
     bool write(std::string &bytes, const std::vector<NOD_Conflict> &notes,
                NOD_Report &report) const;
-    /// Gives a node, or a scene, the state: as one step of undo, or as a load does.
+    /// Gives a node the state, as one step of undo.
     bool give(NOD_Node &node, NOD_Report &report);
+    /// The same of a scene: nodes stay the objects that they are, renamed and moved ones too, and those that differ are
+    /// edited. Interfaces that the scene's nodes have aren't read again; for others the options' `load` holds. The current
+    /// time follows, too, but is no part of the step. False with the scene as it was, but within an open block with what was
+    /// done until the error.
     bool give(NOD_Scene &scene, NOD_Report &report);
     ///@}
 

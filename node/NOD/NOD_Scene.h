@@ -74,6 +74,8 @@ public:
     bool rename(NOD_Node &node, const std::string &name, NOD_Report &report);
     /// To the end of another parent's children, which may not be the node or below it.
     bool move(NOD_Node &node, NOD_Node &parent, NOD_Report &report);
+    /// The same to a place among the children, which it may be one of: from 0, beyond the last one to the end.
+    bool move(NOD_Node &node, NOD_Node &parent, std::size_t place, NOD_Report &report);
     /// A copy with its children, as the last child of `parent`. Copies refer to each other where their
     /// originals do, and to the originals' targets elsewhere.
     NOD_Node *copy(NOD_Node &node, NOD_Node &parent, const std::string &name, NOD_Report &report);

@@ -358,9 +358,9 @@ A sequence of zel.Change; str() is what people read. False if nothing differs.
                     "from_json(text, name='patch') -> Difference")
         .def(
             "apply", apply, py::arg("target"), py::kw_only(), py::arg("interface") = nullptr,
-            "apply(target, *, interface=None)\n\nOf an exact difference: changes a node as one step of undo, or a "
-            "scene as load() does, whose undo and nodes begin anew,\nand returns it; of a path or bytes returns the "
-            "new bytes.");
+            "apply(target, *, interface=None)\n\nOf an exact difference: changes a node or a scene as one step of undo, "
+            "and returns it; of a path or bytes\nreturns the new bytes. Nodes stay the objects that they are, renamed and "
+            "moved ones too.");
     module.def(
         "diff", diff, py::arg("left"), py::arg("right"), py::kw_only(),
         py::arg("interface") = nullptr, py::arg("exact") = false,

@@ -146,11 +146,7 @@ void setExpression(const PYZ_Parm &self, const py::object &text, const py::objec
         return;
     }
     const std::string code = PYZfromText(text, "an expression");
-    const std::string word = PYZfromText(language, "a language");
-    if (word != "native" && word != "python") {
-        throw py::value_error("the language of an expression is \"native\" or \"python\"");
-    }
-    const TRK_ExprLanguage chosen = word == "python" ? TRK_LANGUAGE_PYTHON : TRK_LANGUAGE_NATIVE;
+    const TRK_ExprLanguage chosen = PYZtoLanguage(language);
     const double time = self.getTime();
     PYZeditParm(self, "Set expression of ",
                 [&](NOD_Edit &, NOD_Node &node, const ZEL_Parm &held, NOD_Report &report) {
@@ -224,9 +220,7 @@ py::object getLanguage(const PYZ_Parm &self)
         if (!channel) {
             return py::none();
         }
-        const bool pythonFlag =
-            channel->getExprLanguageAtTime(self.getTime()) == TRK_LANGUAGE_PYTHON;
-        return py::str(pythonFlag ? "python" : "native");
+        return py::str(PYZlanguageWord(channel->getExprLanguageAtTime(self.getTime())));
     });
 }
 

@@ -24,6 +24,10 @@ py::object PYZmessage(const NOD_Message &message);
 void PYZtell(const NOD_Report &report, const char *className, bool done,
              std::string_view text = {});
 
+/// An EvaluationError of a component by its path; the code is one of EVL.h, `more` follows its sentence.
+[[noreturn]] void PYZraiseEvaluation(const std::string &path, int code, const std::string &more,
+                                     const NOD_Report &report = {});
+
 /// How bad errors are.
 enum class PYZ_Faults
 {

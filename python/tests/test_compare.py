@@ -38,6 +38,28 @@ def test_exact_differences_are_applied_and_taken_back(scene, pair):
         difference.inverse().apply(left)
 
 
+def test_a_scene_keeps_handles_handlers_and_undo(scene, node, kinds):
+    other = scene.add("other", kinds)
+    size, start, told = node["size"], scene.to_bytes(), []
+    node.on_change(lambda where, what, parm: told.append((where.path, parm.name)))
+    size.value = 3
+    node.name = "renamed"
+    other.remove()
+    scene.add("third", kinds)["t"].value = (7, 8, 9)
+    change, end = zel.diff(start, scene.to_bytes(), exact=True), scene.to_bytes()
+    told.clear()
+    labels = scene.undo_labels
+    assert change.inverse().apply(scene) is scene and scene.to_bytes() == start
+    assert node.path == "/n" and size.value == 1.5 and told
+    assert scene.undo_labels == ("Apply difference", *labels)
+    assert scene.undo() and scene.to_bytes() == end and size.value == 3
+    scene["third"].remove()
+    before = scene.to_bytes()
+    with pytest.raises(zel.PatchError, match="third"):
+        change.inverse().apply(scene)
+    assert scene.to_bytes() == before
+
+
 def test_files_bytes_and_scripts_are_compared(examples, tmp_path, kinds):
     light = zel.Interface(examples / "light.ds")
     day, night = examples / "light.parms", examples / "light_night.parms"

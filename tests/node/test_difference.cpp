@@ -8,6 +8,8 @@
 #include <node/SavedNodes.h>
 #include <node/SceneEdits.h>
 
+#include <ZEL/ZEL_FloatHandle.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -580,6 +582,65 @@ TEST(Difference, PatchesThatAreNone)
     }
 }
 
+/// A scene becomes any other state of it, and comes back, by undo.
+TEST(Difference, ASceneTakesAStateAsOneStep)
+{
+    for (unsigned seed = 1; seed <= 60; ++seed) {
+        SceneEdits made(seed);
+        NOD_Report report;
+        for (int i = made.below(30); i > 0; --i) {
+            made.step();
+        }
+        const std::string first = pictureOf(made.scene);
+        NOD_Document state;
+        ASSERT_TRUE(state.take(made.scene, true, report)) << report.asText();
+        for (int i = made.below(60); i > 0; --i) {
+            made.step();
+        }
+        const std::string second = pictureOf(made.scene);
+        const std::size_t steps = made.undo().getUndoCount();
+        report.clear();
+        ASSERT_TRUE(state.give(made.scene, report)) << seed << report.asText();
+        EXPECT_EQ(pictureOf(made.scene), first) << seed;
+        EXPECT_EQ(made.undo().getUndoCount(), steps + (first != second)) << seed;
+        if (first != second) {
+            made.undo().undo();
+            EXPECT_EQ(pictureOf(made.scene), second) << seed;
+            made.undo().redo();
+            EXPECT_EQ(pictureOf(made.scene), first) << seed;
+        }
+        takeMessages();
+    }
+}
+
+TEST(Difference, NodesOfASceneStayTheObjectsThatTheyAre)
+{
+    SceneEdits made(3);
+    NOD_Scene &scene = made.scene;
+    NOD_Report report;
+    NOD_Node &a = *scene.find("/a");
+    NOD_Node &b = *scene.find("/b");
+    NOD_Node &c = *scene.find("/a/c");
+    NOD_Edit(scene, "values").set(b, "v", 5.0);
+    NOD_Edit(scene, "values").set(c, "v", 6.0);
+    NOD_Document state;
+    ASSERT_TRUE(state.take(scene, true, report));
+    const std::string first = pictureOf(scene);
+    // Another name, a node under what was below it, and one that comes first.
+    scene.rename(b, "x", report);
+    scene.move(c, scene.getRoot(), 0, report);
+    scene.move(a, c, report);
+    scene.add("/c/a/y", made.other, report);
+    const ZEL_FloatHandle value(b.getParms(), "v");
+    ASSERT_TRUE(state.give(scene, report)) << report.asText();
+    EXPECT_EQ(pictureOf(scene), first);
+    EXPECT_EQ(scene.find("/a"), &a);
+    EXPECT_EQ(scene.find("/b"), &b);
+    EXPECT_EQ(scene.find("/a/c"), &c);
+    EXPECT_EQ(value(0.0), 5.0);
+    EXPECT_EQ(a.getInterface(), made.item); // and isn't read again
+}
+
 TEST(Difference, NodesAndScenesInMemory)
 {
     SceneEdits made(5);
@@ -594,7 +655,7 @@ TEST(Difference, NodesAndScenesInMemory)
     const auto there = NOD_Difference::between(before.getTop(), after.getTop(), exactly());
     before.setTop(there.apply(before.getTop(), report));
     NOD_Scene other;
-    before.give(other, report);
+    EXPECT_TRUE(before.give(other, report)) << report.asText();
     EXPECT_EQ(pictureOf(other), picture);
 
     SceneEdits one(8);

@@ -412,16 +412,3 @@ bool NOD_Document::give(NOD_Node &node, NOD_Report &report)
     report.append(loading);
     return !loading.hasErrors();
 }
-
-bool NOD_Document::give(NOD_Scene &scene, NOD_Report &report)
-{
-    std::string bytes;
-    if (!write(bytes, false, report)) {
-        return false;
-    }
-    std::istringstream is(bytes);
-    NOD_Report loading;
-    const bool loadFlag = NOD_SceneFile::load(scene, is, "scene", {}, loading);
-    report.append(loading);
-    return loadFlag && !loading.hasErrors();
-}

@@ -11,8 +11,10 @@
 #include <ZEL/ZEL_IntHandle.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Name.h>
+#include <ZEL/ZEL_Range.h>
 #include <ZEL/ZEL_StringHandle.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -224,16 +226,66 @@ bool NOD_Edit::key(NOD_Node &node, std::string_view name, double time, std::stri
 
 bool NOD_Edit::removeKey(NOD_Node &node, std::string_view name, double time)
 {
+    return removeKeys(node, name, {time});
+}
+
+bool NOD_Edit::removeKeys(NOD_Node &node, std::string_view name, const std::vector<double> &times)
+{
     const Place place = find(node, name);
     TRK_Channel *const channel = place ? place.parm->getChannel(place.first) : nullptr;
-    if (!channel || channel->findKey(time) < 0 || channel->getNKeys() < 2 ||
+    const bool thereFlag = channel && std::all_of(times.begin(), times.end(), [&](double time) {
+                               return channel->findKey(time) >= 0;
+                           });
+    if (!thereFlag || channel->getNKeys() <= int(times.size()) ||
         place.parm->getLockedFlag(place.first)) {
         return false;
     }
     change(node, *place.parm);
-    channel->removeKey(time);
+    for (const double time : times) {
+        channel->removeKey(time);
+    }
     place.parm->privateValueChanged(place.first, theSendEvent, theUpdateMulti);
     return true;
+}
+
+bool NOD_Edit::replaceKeys(NOD_Node &node, std::string_view name,
+                           const std::vector<TRK_FullKey> &keys)
+{
+    const Place place = find(node, name);
+    if (!place || place.parm->getLockedFlag(place.first)) {
+        return false;
+    }
+    if (keys.empty()) {
+        return !place.parm->getChannel(place.first) || removeChannel(node, name);
+    }
+    change(node, *place.parm);
+    place.parm->removeChannel(place.first);
+    return putKeys(node, name, keys);
+}
+
+bool NOD_Edit::putKeys(NOD_Node &node, std::string_view name, const std::vector<TRK_FullKey> &keys)
+{
+    const Place place = find(node, name);
+    const bool lockFlag = place && place.parm->getLockedFlag(place.first);
+    if (!place || lockFlag || keys.empty()) {
+        return place && !lockFlag;
+    }
+    change(node, *place.parm);
+    if (!place.parm->getChannel(place.first) && !key(node, name, keys[0].time, keys[0].out.value)) {
+        return false;
+    }
+    TRK_Channel *const channel = place.parm->getChannel(place.first);
+    const ZEL_Range *const range = place.parm->getRangePtr();
+    for (std::size_t i = 0; channel && i < keys.size(); ++i) {
+        TRK_FullKey one = keys[i];
+        if (range) {
+            one.in.value = range->constrain(one.in.value);
+            one.out.value = range->constrain(one.out.value);
+        }
+        channel->putFullKey(one);
+    }
+    place.parm->privateValueChanged(place.first, theSendEvent, theUpdateMulti);
+    return channel != nullptr;
 }
 
 bool NOD_Edit::moveKey(NOD_Node &node, std::string_view name, double time, double newTime)
