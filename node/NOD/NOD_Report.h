@@ -41,7 +41,8 @@ public:
     /// `subject` may be empty.
     void error(const std::string &subject, const std::string &text);
     void warning(const std::string &subject, const std::string &text);
-    /// Moves what a manager holds to the end; `file` and `subject` are given to those without a place.
+    /// Moves what a manager holds to the end, but for what an earlier mistake led to; `file` and `subject` are given
+    /// to those without a place.
     void take(KIT_ErrorManager &manager, const std::string &file, const std::string &subject);
     /// Appends another report's messages.
     void append(const NOD_Report &other);
@@ -58,6 +59,8 @@ public:
     std::string asText() const;
 
 private:
+    void addEnd(const KIT_MessageDetail &end);
+
     std::vector<NOD_Message> myMessages;
     int myErrors = 0;
     bool myLossFlag = false;

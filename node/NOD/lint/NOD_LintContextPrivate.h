@@ -116,6 +116,9 @@ std::string NODfaultText(const std::string &expression, const NOD_ExpressionFaul
 /// is what the texts begin with.
 void NODtellUnknownNames(NOD_LintContext &context, int block, int token,
                          const std::string &expression, const std::string &start = {});
+/// The same of code in Python.
+void NODtellUnknownPythonNames(NOD_LintContext &context, int block, int token,
+                               const std::string &code, const std::string &start = {});
 /// Where in a token it can't be read.
 void NODsetFaultPlace(const NOD_LintContext &context, int token, const std::string &expression,
                       const NOD_ExpressionFault &fault, NOD_LintContext::Extra &extra);

@@ -64,6 +64,8 @@ void checkScript(NOD_LintContext &context, int number, const Entry &menu,
         if (!isPython()) {
             NODsetFaultPlace(context, script, text, fault, extra);
             context.add(NOD_LintCode::Z409, number, script, fault.text, extra);
+        } else {
+            NODtellUnknownPythonNames(context, number, script, text);
         }
         return;
     }
