@@ -72,8 +72,10 @@ run_tests() {
 fuzz() {
     local name=$1 found="build/fuzz/found/$1" options=() runs=$fuzz_runs
     case $name in
-    scene_file | merge) runs=$((fuzz_runs / 10)) ;; # each makes and saves several scenes or streams
-    lsp | script) runs=$((fuzz_runs / 4)) ;;        # each checks several scripts
+    scene_file) runs=$((fuzz_runs / 20)) ;; # each makes and saves several scenes
+    merge) runs=$((fuzz_runs / 10)) ;;      # several streams or scripts
+    lsp) runs=$((fuzz_runs / 4)) ;;         # each checks several scripts
+    script) runs=$((fuzz_runs / 8)) ;;      # and each of them by itself, by all rules
     esac
     mkdir -p "$found/corpus"
     [ ! -f "build/fuzz/fuzz/$name.dict" ] || options+=("-dict=build/fuzz/fuzz/$name.dict")
