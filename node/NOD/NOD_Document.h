@@ -38,7 +38,7 @@ struct NOD_API NOD_DocumentOptions
     std::shared_ptr<const NOD_Interface> interface;
     /// Of nodes whose interfaces a scene file leaves to the application, by their type names.
     std::map<std::string, std::shared_ptr<const NOD_Interface>> interfaces;
-    NOD_LoadOptions load; ///< of scene and node files
+    NOD_LoadOptions load; ///< of scene and node files; its `scripts` also of what a script includes
     /// A file of any kind is what it makes of a node of the interface.
     bool asNode = false;
 };
@@ -90,10 +90,10 @@ public:
     /// Gives a node the state, as one step of undo.
     bool give(NOD_Node &node, NOD_Report &report);
     /// The same of a scene: nodes stay the objects that they are, renamed and moved ones too, and those that differ are
-    /// edited. Interfaces that the scene's nodes have aren't read again; for others the options' `load` holds. The current
+    /// edited. Interfaces that the scene's nodes have aren't read again; the options are for others. The current
     /// time follows, too, but is no part of the step. False with the scene as it was, but within an open block with what was
     /// done until the error.
-    bool give(NOD_Scene &scene, NOD_Report &report);
+    bool give(NOD_Scene &scene, const NOD_LoadOptions &options, NOD_Report &report);
     ///@}
 
 private:

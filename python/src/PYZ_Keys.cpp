@@ -53,6 +53,9 @@ py::object keyAt(const Keys &self, int index)
 {
     const PYZ_Reading reading(self.parm.getScenePtr());
     const ZEL_Parm &parm = self.parm.get();
+    if (index >= self.count()) {
+        throw py::index_error("the key is gone"); // since the index was counted
+    }
     const TRK_Channel &channel = *self.channel();
     const double time = channel.getKeyTime(index);
     TRK_FullKey key;
@@ -72,34 +75,12 @@ py::object keyAt(const Keys &self, int index)
     }
     fields["expression"] = PYZtext(key.expression.view());
     fields["language"] = PYZlanguageWord(key.language);
-    return py::module_::import("zel.records").attr("Key")(**fields);
+    return PYZrecord("Key")(**fields);
 }
 
-int placeOf(py::ssize_t index, int count)
-{
-    const py::ssize_t place = index < 0 ? index + count : index;
-    if (place < 0 || place >= count) {
-        throw py::index_error("no key " + std::to_string(index) + " of " + std::to_string(count));
-    }
-    return int(place);
-}
-
-/// The places that an index or a slice means.
 std::vector<int> placesOf(const Keys &self, const py::object &index)
 {
-    if (!PySlice_Check(index.ptr())) {
-        return {placeOf(index.cast<py::ssize_t>(), self.count())};
-    }
-    py::size_t start = 0, stop = 0, step = 0, length = 0;
-    if (!py::reinterpret_borrow<py::slice>(index).compute(std::size_t(self.count()), &start, &stop,
-                                                          &step, &length)) {
-        throw py::error_already_set();
-    }
-    std::vector<int> places;
-    for (std::size_t i = 0; i < length; ++i, start += step) {
-        places.push_back(int(start));
-    }
-    return places;
+    return PYZplacesOf(index, self.count(), "key");
 }
 
 py::object getKeys(const Keys &self, const py::object &index)
@@ -114,6 +95,11 @@ py::object getKeys(const Keys &self, const py::object &index)
         keys.append(keyAt(self, place));
     }
     return keys;
+}
+
+py::object allKeys(const Keys &self)
+{
+    return getKeys(self, py::slice(std::nullopt, std::nullopt, std::nullopt));
 }
 
 template <class Read>
@@ -136,7 +122,7 @@ py::list listTimes(const Keys &self, const Read &read)
 GivenKey toKey(const py::handle item, const ZEL_Parm &parm, const std::string &name)
 {
     GivenKey given;
-    const py::object recordType = py::module_::import("zel.records").attr("Key");
+    const py::object recordType = PYZrecord("Key");
     const bool recordFlag = py::isinstance(item, recordType);
     py::object full = py::reinterpret_borrow<py::object>(item);
     if (!recordFlag) {
@@ -302,7 +288,7 @@ void setKeyAt(const Keys &self, const py::object &index, const py::object &value
         replaceKeys(self, places, keys, theSetLabel);
         return;
     }
-    const py::object recordType = py::module_::import("zel.records").attr("Key");
+    const py::object recordType = PYZrecord("Key");
     const bool plainFlag = !py::isinstance(value, recordType) && !PyTuple_Check(value.ptr());
     // A value alone is that of the key that is there.
     const py::object key = plainFlag ? keyAt(self, places[0]).attr("with_value")(value) : value;
@@ -349,15 +335,48 @@ void PYZdefineKeys(py::module_ &module)
                      R"(The keys of one component, in the order of their times.
 
 keys[0], keys[1:3] and del keys[-1] work as on a list; keys[0] = 2.5 sets the value of a key, keys[0] =
-zel.Key(...) all of it. Keys that are put in go where their times are.
+zel.Key(...) all of it. Keys that are put in go where their times are. It is a view: what others do to the keys
+is seen, and it is equal to others, and to lists, of the same keys.
+
+>>> lamp = zel.Interface.from_text('parm { name "level" type float }', "lamp")
+>>> level = zel.Scene().add("lamp", lamp)["level"]
+>>> level.keys = [(0, 1), (1, 3), (2, 2)]
+>>> keys = level.keys
+>>> keys[1] = zel.Key(1, 4, slope=2)
+>>> del keys[0]
+>>> keys.add(5, 0)
+>>> [(key.time, key.value, key.slope) for key in keys]
+[(1.0, 4.0, 2.0), (2.0, 2.0, 0.0), (5.0, 0.0, 0.0)]
 )")
         .def("__len__", &Keys::count)
         .def("__getitem__", getKeys)
-        .def("__iter__",
-             [](const Keys &self) {
-                 return py::iter(
-                     getKeys(self, py::slice(std::nullopt, std::nullopt, std::nullopt)));
+        .def("__iter__", [](const Keys &self) { return py::iter(allKeys(self)); })
+        .def("__eq__",
+             [](const Keys &self, const py::object &other) -> py::object {
+                 const bool keysFlag = py::isinstance<Keys>(other);
+                 if (!keysFlag && !PyList_Check(other.ptr())) {
+                     return py::reinterpret_borrow<py::object>(Py_NotImplemented);
+                 }
+                 return py::bool_(
+                     allKeys(self).equal(keysFlag ? allKeys(other.cast<const Keys &>()) : other));
              })
+        .def("__reduce__",
+             [](const Keys &self) {
+                 return py::make_tuple(py::module_::import("builtins").attr("getattr"),
+                                       py::make_tuple(self.parm, "keys"));
+             })
+        .def(
+            "index",
+            [](const Keys &self, const py::object &key, const py::object &start,
+               const py::object &stop) { return allKeys(self).attr("index")(key, start, stop); },
+            py::arg("key"), py::arg("start") = 0, py::arg("stop") = PY_SSIZE_T_MAX,
+            "index(key, start=0, stop=...) -> int\n\nWhere the key is; ValueError if it isn't there.")
+        .def(
+            "count",
+            [](const Keys &self, const py::object &key) {
+                return allKeys(self).attr("count")(key);
+            },
+            py::arg("key"), "count(key) -> int\n\n1 if the key is there, else 0.")
         .def("__setitem__", setKeyAt)
         .def("__delitem__", removeKeys)
         .def("__repr__", keysText)

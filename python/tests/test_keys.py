@@ -1,3 +1,7 @@
+import copy
+import pickle
+from collections.abc import Hashable, Sequence
+
 import pytest
 
 import zel
@@ -128,3 +132,18 @@ def test_what_is_wrong_with_curves_is_told(node, keys):
         with pytest.raises(ValueError, match="two keys have the time"):
             edit()
         assert list(keys) == before
+
+
+def test_keys_behave_as_other_sequences(node, keys):
+    saved = keys[:]
+    assert isinstance(keys, Sequence) and not isinstance(keys, Hashable)
+    assert keys == saved == list(keys) and keys == node["size"].keys and keys != saved[:2] and keys != tuple(saved)
+    assert (keys.index(saved[1]), keys.index(saved[2], 1), keys.count(saved[0])) == (1, 2, 1)
+    assert saved[1] in keys and (1, 3) not in keys and list(reversed(keys)) == saved[::-1]
+    with pytest.raises(ValueError):
+        keys.index(saved[0], 1)
+    assert copy.copy(keys) == keys and copy.copy(keys).parm == keys.parm
+    again = pickle.loads(pickle.dumps((keys, node["t"][1].keys)))
+    assert again[0] == saved and again[0].parm.node.scene is not node.scene and again[1].parm.name == "ty"
+    keys[0] = 2
+    assert keys != saved and again[0] == saved

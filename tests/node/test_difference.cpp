@@ -600,7 +600,7 @@ TEST(Difference, ASceneTakesAStateAsOneStep)
         const std::string second = pictureOf(made.scene);
         const std::size_t steps = made.undo().getUndoCount();
         report.clear();
-        ASSERT_TRUE(state.give(made.scene, report)) << seed << report.asText();
+        ASSERT_TRUE(state.give(made.scene, {}, report)) << seed << report.asText();
         EXPECT_EQ(pictureOf(made.scene), first) << seed;
         EXPECT_EQ(made.undo().getUndoCount(), steps + (first != second)) << seed;
         if (first != second) {
@@ -632,7 +632,7 @@ TEST(Difference, NodesOfASceneStayTheObjectsThatTheyAre)
     scene.move(a, c, report);
     scene.add("/c/a/y", made.other, report);
     const ZEL_FloatHandle value(b.getParms(), "v");
-    ASSERT_TRUE(state.give(scene, report)) << report.asText();
+    ASSERT_TRUE(state.give(scene, {}, report)) << report.asText();
     EXPECT_EQ(pictureOf(scene), first);
     EXPECT_EQ(scene.find("/a"), &a);
     EXPECT_EQ(scene.find("/b"), &b);
@@ -655,7 +655,7 @@ TEST(Difference, NodesAndScenesInMemory)
     const auto there = NOD_Difference::between(before.getTop(), after.getTop(), exactly());
     before.setTop(there.apply(before.getTop(), report));
     NOD_Scene other;
-    EXPECT_TRUE(before.give(other, report)) << report.asText();
+    EXPECT_TRUE(before.give(other, {}, report)) << report.asText();
     EXPECT_EQ(pictureOf(other), picture);
 
     SceneEdits one(8);

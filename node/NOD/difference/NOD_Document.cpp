@@ -77,6 +77,17 @@ void readInterfaces(const NOD_SectionFile &file, const std::string &name,
     }
 }
 
+/// What the script itself may include where the file may name scripts.
+NOD_Interface::Includes includesOf(NOD_LoadOptions::Scripts scripts)
+{
+    switch (scripts) {
+    case NOD_LoadOptions::Scripts::ANYWHERE: return NOD_Interface::Includes::ANY;
+    case NOD_LoadOptions::Scripts::IN_FOLDER: return NOD_Interface::Includes::CONFINED;
+    case NOD_LoadOptions::Scripts::NONE: break;
+    }
+    return NOD_Interface::Includes::NONE;
+}
+
 /// What is wrong in it is told by who reads it.
 bool hasSeveralPresets(const std::string &bytes)
 {
@@ -244,7 +255,7 @@ bool NOD_Document::readScript(const std::string &bytes, const std::string &name,
         return NODreadStatements(bytes, name, *myTop, report);
     }
     const std::shared_ptr<const NOD_Interface> interface =
-        NOD_Interface::fromText(bytes, name, report);
+        NOD_Interface::fromText(bytes, name, report, includesOf(myOptions.load.scripts));
     if (interface) {
         NODreadScript(*interface, *myTop);
     }

@@ -92,7 +92,7 @@ void pairNodes(NOD_Scene &scene, const NOD_Record &now, NOD_Scene &wanted, const
 
 } // namespace
 
-bool NOD_Document::give(NOD_Scene &scene, NOD_Report &report)
+bool NOD_Document::give(NOD_Scene &scene, const NOD_LoadOptions &given, NOD_Report &report)
 {
     std::string bytes;
     NOD_Document now;
@@ -104,7 +104,7 @@ bool NOD_Document::give(NOD_Scene &scene, NOD_Report &report)
         wanted.addInterface(interface);
         wanted.setMigrationMap(type, scene.findMigrationMap(type));
     }
-    NOD_LoadOptions options = myOptions.load;
+    NOD_LoadOptions options = given;
     options.interfaces = sharedInterfaces(scene, *now.myTop, *now.myNodes, *myTop);
     std::istringstream is(bytes);
     NOD_Report loading;

@@ -279,9 +279,8 @@ bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language,
     message.subject = subject;
     message.category = theExpressionCategory;
     message.code = fault.code;
-    message.text =
-        KITformatMessage(theExpressionCategory, fault.code, fault.text.c_str()) + ", at character " +
-        std::to_string(detail->place.character);
+    message.text = KITformatMessage(theExpressionCategory, fault.code, fault.text.c_str()) +
+                   ", at character " + std::to_string(detail->place.character);
     message.detail = std::move(detail);
     report.add(std::move(message));
     return false;
