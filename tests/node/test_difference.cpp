@@ -375,6 +375,26 @@ TEST(Difference, NodesAreFoundUnderOtherNamesAndInOtherPlaces)
               "node renamed /b from /a\nparm removed /a: d\nparm added /b: e\n");
     EXPECT_EQ(told("/a abc", "/b xyz"), "node removed /a\nnode added /b\n");
     EXPECT_EQ(told("/a abc /b de", "/b de /a abc"), "node moved /a from /a\n");
+    // Among many, those that share what few others have.
+    std::string former, present;
+    for (int i = 0; i < 250; ++i) {
+        const std::string letters = {char('a' + i % 20), char('A' + i / 20)};
+        former += "/n" + std::to_string(i) + " uvw" + letters + "z ";
+        present = "/m" + std::to_string(i) + " uvw" + letters + "y " + present;
+    }
+    const std::string all = told(former, present);
+    const auto count = [&](const char *what) {
+        std::size_t found = 0;
+        for (std::size_t at = 0; (at = all.find(what, at)) != std::string::npos; ++at) {
+            ++found;
+        }
+        return found;
+    };
+    EXPECT_EQ(count("node added"), 0u);
+    for (int i = 0; i < 250; ++i) {
+        const std::string number = std::to_string(i);
+        EXPECT_NE(all.find("/m" + number + " from /n" + number + "\n"), std::string::npos) << i;
+    }
     // Out of one that is removed, into one that is new.
     EXPECT_EQ(told("/a abc /a/k uvw", "/b xyz /b/k uvw"),
               "node removed /a\nnode added /b\nnode moved /b/k from /a/k\n");

@@ -3,8 +3,8 @@
 #include <NOD/difference/NOD_AlignmentPrivate.h>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
-#include <set>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -16,7 +16,9 @@ namespace
 constexpr double theLeastLikeness = 0.5;
 /// Pairs of nodes or declarations without a partner that are compared in all they have.
 constexpr std::size_t theMostPairs = 40000;
-constexpr std::size_t theMostOfMember = 64; ///< pairs that share a member: of more it tells nothing
+/// Pairs that share a member: of more it tells nothing. And those of all members.
+constexpr std::size_t theMostOfMember = 4096;
+constexpr std::size_t theMostOfAll = 1000000;
 
 using Kind = NOD_RecordKind;
 
@@ -367,48 +369,108 @@ namespace
 {
 
 using Places = std::vector<std::size_t>;
+using Indices = std::pair<std::size_t, std::size_t>;
 
-/// Which of many could be alike: those of one name, and those that share a member which few others have. The same in
-/// either direction.
-std::set<std::pair<std::size_t, std::size_t>>
-pairsOfMembers(const std::vector<const NOD_Record *> &left,
-               const std::vector<const NOD_Record *> &right)
+/// Of each member, which have it on either side.
+class Members
 {
-    std::unordered_map<std::uint64_t, std::pair<Places, Places>> members;
-    const auto addAll = [&](const std::vector<const NOD_Record *> &records,
-                            Places std::pair<Places, Places>::*side) {
+public:
+    Members(const std::vector<const NOD_Record *> &left,
+            const std::vector<const NOD_Record *> &right)
+    {
+        addAll(left, &Row::first);
+        addAll(right, &Row::second);
+    }
+
+    /// How many each pair shares, of those that tell anything.
+    std::map<Indices, int> countShared() const
+    {
+        std::size_t most = theMostOfMember;
+        while (most > 1 && countAll(most) > theMostOfAll) {
+            most /= 2;
+        }
+        std::map<Indices, int> shared;
+        for (const auto &row : myRows) {
+            if (countOf(row.second) > most) {
+                continue;
+            }
+            for (const std::size_t i : row.second.first) {
+                for (const std::size_t j : row.second.second) {
+                    ++shared[{i, j}];
+                }
+            }
+        }
+        return shared;
+    }
+
+private:
+    using Row = std::pair<Places, Places>;
+
+    void addAll(const std::vector<const NOD_Record *> &records, Places Row::*side)
+    {
+        const std::hash<std::string> hash;
         for (std::size_t i = 0; i < records.size(); ++i) {
-            const std::hash<std::string> hash;
             std::unordered_set<std::uint64_t> keys = {hash(records[i]->getName())};
             const NOD_Record *const contents = contentsOf(*records[i]);
             for (const auto &part : (contents ? *contents : *records[i]).getParts()) {
                 keys.insert(part->getHash() * 31 + hash(part->getName()));
             }
             for (const std::uint64_t key : keys) {
-                (members[key].*side).push_back(i);
-            }
-        }
-    };
-    addAll(left, &std::pair<Places, Places>::first);
-    addAll(right, &std::pair<Places, Places>::second);
-    std::set<std::pair<std::size_t, std::size_t>> pairs;
-    for (const auto &row : members) {
-        const auto &[mine, yours] = row.second;
-        for (std::size_t k = 0; mine.size() * yours.size() <= theMostOfMember && k < mine.size();
-             ++k) {
-            for (const std::size_t j : yours) {
-                pairs.emplace(mine[k], j);
+                (myRows[key].*side).push_back(i);
             }
         }
     }
-    return pairs;
+    static std::size_t countOf(const Row &row) { return row.first.size() * row.second.size(); }
+    std::size_t countAll(std::size_t most) const
+    {
+        std::size_t all = 0;
+        for (const auto &row : myRows) {
+            all += countOf(row.second) <= most ? countOf(row.second) : 0;
+        }
+        return all;
+    }
+
+    std::unordered_map<std::uint64_t, Row> myRows;
+};
+
+/// Which of many could be alike: those that share nearly as much as either of them shares with any. The same in either
+/// direction.
+std::vector<Indices> findAlike(const std::vector<const NOD_Record *> &left,
+                               const std::vector<const NOD_Record *> &right)
+{
+    const std::map<Indices, int> shared = Members(left, right).countShared();
+    std::vector<int> most[2] = {std::vector<int>(left.size()), std::vector<int>(right.size())};
+    for (const auto &[pair, count] : shared) {
+        most[0][pair.first] = std::max(most[0][pair.first], count);
+        most[1][pair.second] = std::max(most[1][pair.second], count);
+    }
+    for (const int part : {3, 4}) {
+        std::vector<Indices> pairs;
+        for (const auto &[pair, count] : shared) {
+            if (4 * count >= part * std::min(most[0][pair.first], most[1][pair.second])) {
+                pairs.push_back(pair);
+            }
+        }
+        if (pairs.size() <= theMostPairs) {
+            return pairs;
+        }
+    }
+    return {}; // some of them would depend on the direction
 }
 
 } // namespace
 
 /// The most alike first.
-void NOD_Matching::pairAlike(const Records &left, const Records &right)
+void NOD_Matching::pairAlike(const Records &allLeft, const Records &allRight)
 {
+    const auto withoutPartner = [&](const Records &records) {
+        Records without;
+        std::copy_if(records.begin(), records.end(), std::back_inserter(without),
+                     [&](const NOD_Record *record) { return !partnerOf(*record); });
+        return without;
+    };
+    const Records left = withoutPartner(allLeft);
+    const Records right = withoutPartner(allRight);
     struct Candidate
     {
         double likeness;
@@ -420,7 +482,7 @@ void NOD_Matching::pairAlike(const Records &left, const Records &right)
     const auto add = [&](const NOD_Record &a, const NOD_Record &b) {
         const bool nearFlag =
             a.getName() == b.getName() || partnerOf(*a.getParent()) == b.getParent();
-        if (partnerOf(a) || partnerOf(b) || !mayBeSame(a, b)) {
+        if (!mayBeSame(a, b)) {
             return;
         }
         double likeness = NODlikeness(a, b, myOptions) + (nearFlag ? 0.2 : 0.0);
@@ -440,7 +502,7 @@ void NOD_Matching::pairAlike(const Records &left, const Records &right)
             }
         }
     } else {
-        for (const auto &[i, j] : pairsOfMembers(left, right)) {
+        for (const auto &[i, j] : findAlike(left, right)) {
             add(*left[i], *right[j]);
         }
     }
