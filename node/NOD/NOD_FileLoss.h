@@ -12,7 +12,6 @@
 #include <vector>
 
 class NOD_Report;
-class ZEL_ParmStream;
 
 /// In front of a conflict, in a comment that tells of it.
 inline constexpr const char *theNODConflictMark = "conflict: ";
@@ -31,9 +30,16 @@ struct NOD_API NOD_LossRule
     std::string offer = {}; ///< what an error ends in: how they are allowed; "" for nothing
 };
 
-/// Of a stream the first comment that a person wrote and the first that tells of a conflict, if there are any.
-NOD_API std::vector<NOD_FileLoss> NODcommentLosses(const ZEL_ParmStream &stream,
+/// The first comment that a person wrote and the first that tells of a conflict, if there are any.
+NOD_API std::vector<NOD_FileLoss> NODcommentLosses(const std::vector<std::string> &comments,
                                                    const std::string &file);
+/// Those of a file of values or nodes, of any kind: no form keeps them. With the name of a preset or the path of a node
+/// those in its sections alone. What can't be read is left to whoever reads it.
+NOD_API std::vector<NOD_FileLoss> NODfindComments(const std::string &bytes, const std::string &file,
+                                                  const std::string &part = {});
+/// Those of a preset, node or scene file between its sections alone.
+NOD_API std::vector<NOD_FileLoss> NODfindFrameComments(const std::string &bytes,
+                                                       const std::string &file);
 /// Whether none of them needs a person's word: else false, with an error each. A warning each: comments where losses are
 /// allowed, and always those of conflicts, so that a file can be changed that a merge has written.
 NOD_API bool NODcheckLosses(const std::vector<NOD_FileLoss> &losses, const NOD_LossRule &rule,

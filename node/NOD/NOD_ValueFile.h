@@ -127,7 +127,6 @@ public:
 
 private:
     bool take(std::string bytes, const std::string &name, std::size_t mark, NOD_Report &report);
-    std::vector<NOD_FileLoss> findComments() const;
     bool applyStream(NOD_Node &node, NOD_Report &report) const;
     bool applyPreset(NOD_Node &node, NOD_Report &report) const;
     bool applyNode(NOD_Node &node, NOD_Report &report) const;

@@ -51,8 +51,8 @@ TEST(FileChecks, EachCommandTellsItsOwnMistakes)
 {
     std::mt19937 random(1);
     for (int round = 0; round < 200; ++round) {
-        std::string text = "// commands\n#define KIND toggle\n";
-        int line = 3;
+        std::string text = "/* commands\n#define KIND nothing */\n#define KIND toggle\n";
+        int line = 4;
         std::set<int> wrong;
         for (unsigned i = 0, count = 1 + random() % 5; i < count; ++i) {
             text += random() % 2 ? "command {\n" : "{\n";

@@ -103,8 +103,10 @@ public:
     bool isOneNode(ZELT_Messages &messages) const;
     /// What the call says.
     double getTime() const { return myTime; }
-    /// What the files with values have and the node hasn't.
-    std::vector<NOD_FileLoss> &getLosses() { return myLosses; }
+    void addLosses(const std::vector<NOD_FileLoss> &losses);
+    /// What the files with values have, and that with nodes, and the nodes haven't. Of the latter its part about the
+    /// session's node alone, where that is all that is written.
+    std::vector<NOD_FileLoss> getLosses(bool wholeFileFlag = true) const;
     /// Those of one file.
     std::vector<NOD_FileLoss> getLossesOf(const std::string &file) const;
     /// Of the first file with values; none without one.

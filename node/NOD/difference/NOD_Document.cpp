@@ -142,11 +142,17 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
     myTakenApartFlag = options.isExact && section.empty();
     switch (myKind) {
     case NOD_FileKind::STREAM: return readStream(bytes, file, options, report);
-    case NOD_FileKind::CHANNELS: return NODreadChannels(bytes, file, *myTop, report);
-    case NOD_FileKind::PRESET:
-    case NOD_FileKind::PRESETS: return readPresets(bytes, name, section, options, report);
+    case NOD_FileKind::CHANNELS:
+        myLosses = NODfindComments(bytes, file);
+        return NODreadChannels(bytes, file, *myTop, report);
+    case NOD_FileKind::PRESET: return readPresets(bytes, name, section, options, report);
+    case NOD_FileKind::PRESETS:
+        myLosses = NODfindFrameComments(bytes, file); // those in a section are parts of its text
+        return readPresets(bytes, name, section, options, report);
     case NOD_FileKind::NODE:
-    case NOD_FileKind::SCENE: return readScene(std::move(bytes), file, section, options, report);
+    case NOD_FileKind::SCENE:
+        myLosses = NODfindFrameComments(bytes, file);
+        return readScene(std::move(bytes), file, section, options, report);
     case NOD_FileKind::SCRIPT: return readScript(bytes, file, report);
     default: tell(file, "is no file of parameters", report); return false;
     }

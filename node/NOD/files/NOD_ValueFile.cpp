@@ -1,7 +1,6 @@
 #include <NOD/NOD_ValueFile.h>
 
 #include <BAS/BAS_Character.h>
-#include <BAS/BAS_Thread.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_MessageDetail.h>
@@ -20,7 +19,6 @@
 #include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
-#include <ZEL/ZEL_ParmStream.h>
 #include <ZEL/ZEL_Template.h>
 
 #include <algorithm>
@@ -359,7 +357,8 @@ bool NOD_ValueFile::applyAll(const std::vector<NOD_ValueFile> &files, NOD_Node &
         if (!found.isEmpty()) {
             losses.push_back({file.getName()});
         }
-        const std::vector<NOD_FileLoss> comments = file.findComments();
+        const std::vector<NOD_FileLoss> comments =
+            NODfindComments(file.myBytes, file.getName(), file.mySection);
         losses.insert(losses.end(), comments.begin(), comments.end());
         report.append(found);
     };
@@ -380,19 +379,6 @@ bool NOD_ValueFile::applyAll(const std::vector<NOD_ValueFile> &files, NOD_Node &
         }
     }
     return good;
-}
-
-std::vector<NOD_FileLoss> NOD_ValueFile::findComments() const
-{
-    ZEL_ParmStream stream;
-    if (myKind != NOD_FileKind::STREAM || isBinary(myBytes) ||
-        myBytes.find('#') == std::string::npos) {
-        return {};
-    }
-    const KIT_ErrorManager::Scope toldByLoading(BASgetSTID());
-    KIT_IStream is(myBytes.data(), myBytes.size(), KIT_IStream::TEXT);
-    stream.read(is, nullptr);
-    return NODcommentLosses(stream, myName);
 }
 
 bool NOD_ValueFile::applyStream(NOD_Node &node, NOD_Report &report) const

@@ -72,8 +72,8 @@ int convert(const Call &given, const ZELT_Options &, ZELT_Messages &messages)
         return 1;
     }
     NOD_Report report;
-    const bool carriedFlag =
-        NODcheckLosses(NODcommentLosses(stream, from), ZELTlossRule(call.allowLoss), report);
+    const bool carriedFlag = NODcheckLosses(NODcommentLosses(stream.getComments(), from),
+                                            ZELTlossRule(call.allowLoss), report);
     messages.add(report);
     if (!carriedFlag) {
         return 1;

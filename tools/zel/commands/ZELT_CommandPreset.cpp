@@ -208,6 +208,8 @@ std::unique_ptr<ZELT_Session> openBare(const ZELT_NodeCall &node, ZELT_Messages 
     return session && session->isOneNode(messages) ? std::move(session) : nullptr;
 }
 
+constexpr bool theNodeAlone = false; // and not all of the file that it is from
+
 bool write(ZELT_Session &session, const Call &call, const ZELT_Options &options,
            ZELT_Messages &messages)
 {
@@ -222,7 +224,7 @@ bool write(ZELT_Session &session, const Call &call, const ZELT_Options &options,
     NOD_Report report;
     std::ostringstream os;
     const bool saved =
-        NOD_ValueFile::checkCarried(node, form, session.getLosses(),
+        NOD_ValueFile::checkCarried(node, form, session.getLosses(theNodeAlone),
                                     ZELTlossRule(call.allowLossFlag), report) &&
         NOD_ValueFile::save(session.getScene(), node, form, os, ZELTfolderOf(call.out), report);
     messages.add(report);
@@ -261,7 +263,7 @@ int apply(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         return 1;
     }
     if (!report.isEmpty()) {
-        session->getLosses().push_back({path});
+        session->addLosses({{path}});
     }
     const bool written = write(*session, call, options, messages);
     return written && ZELTtakeFault("", "", messages) ? 0 : 1;
@@ -275,9 +277,10 @@ int save(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     }
     NOD_Report report;
     std::ostringstream text;
-    const bool made = NODcheckPreset(session->getNode(), call.only, session->getLosses(),
-                                     ZELTlossRule(call.allowLossFlag), report) &&
-                      NODsavePreset(session->getNode(), call.only, text, report);
+    const bool made =
+        NODcheckPreset(session->getNode(), call.only, session->getLosses(theNodeAlone),
+                       ZELTlossRule(call.allowLossFlag), report) &&
+        NODsavePreset(session->getNode(), call.only, text, report);
     const std::string path =
         made ? presetsOf(call).save(text.str(), call.name, call.folder, existingOf(call), report)
              : "";

@@ -56,7 +56,8 @@ int set(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
         kind == NOD_FileKind::NODE ? Form::NODE : session->getInputForm().value_or(Form::TEXT);
     NOD_ValueFile::findForm(call.form, form);
     if (!NOD_ValueFile::checkCarried(session->getNode(), sceneFlag ? Form::NODE : form,
-                                     session->getLosses(), ZELTlossRule(call.allowLoss), report)) {
+                                     session->getLosses(sceneFlag || form == Form::NODE),
+                                     ZELTlossRule(call.allowLoss), report)) {
         messages.add(report);
         return 1;
     }

@@ -84,8 +84,7 @@ void load(ZELT_Shell &shell, const ZELT_ShellWords &words)
             report.add({KIT_ERROR_ABORT, words[1], 0, {}, "not all of it is carried", {}, 0});
         }
         NODcheckLosses(losses, {true, ""}, report);
-        std::vector<NOD_FileLoss> &all = shell.getSession().getLosses();
-        all.insert(all.end(), losses.begin(), losses.end());
+        shell.getSession().addLosses(losses);
         const bool channelsFlag = files[0].getKind() == NOD_FileKind::CHANNELS;
         for (const std::string &name :
              channelsFlag ? NOD_ValueFile::findStrayChannels(*node) : std::vector<std::string>()) {
