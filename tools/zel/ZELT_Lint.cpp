@@ -20,7 +20,7 @@ bool ZELTreadLintFile(const std::string &script, NOD_LintOptions &options, ZELT_
 void ZELTprintLint(const std::vector<NOD_LintFinding> &findings)
 {
     for (const NOD_LintFinding &finding : findings) {
-        std::cout << ZELTprintable(finding.asText()) << '\n';
+        std::cout << ZELTprintable(finding.asText()) << '\n' << ZELTmessageNotes(finding.message);
     }
 }
 

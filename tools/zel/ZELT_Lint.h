@@ -32,6 +32,6 @@ bool ZELTreadLintOptions(const ZELT_LintCall &call, NOD_LintOptions &options,
 /// Adds what the file `.zel-lint` in the folder of a script says, if there is one.
 bool ZELTreadLintFile(const std::string &script, NOD_LintOptions &options, ZELT_Messages &messages);
 
-/// A line for each, on standard output.
+/// A line for each, on standard output; with its source and related places where messages are full.
 void ZELTprintLint(const std::vector<NOD_LintFinding> &findings);
 ZELT_Json ZELTlintJson(const std::vector<NOD_LintFinding> &findings);
