@@ -349,7 +349,7 @@ TEST(Messages, PlacesOfEachReader)
         {"SCRIPT", "parm { name b type float range { 0! 1! } default { 5 } }",
          "2:52-53 [b] NOD 11\n"},
         {"SCRIPT", "parm { name b type float hidewhen \"{ wibble == 1 }\" }",
-         "2:38-39 [b] NOD 15\n"},
+         "2:38-44 [b] NOD 15\n"},
         {"ALL", "#define PARM parm { name m type flaot }\nPARM",
          "3:1-5 [m] DS 27 expected float\n"},
         {"EDIT", "a=red", "1:3-6 [a] NOD 75\n"},

@@ -207,7 +207,7 @@ TEST(ScriptMistakes, WhatIsLeftIsJudged)
                        "parm { name a lable A type float default { \"(1\" } }\n"
                        "parm { name b type float hidewhen \"{ zz == 1 }\" } }"),
               "2:15-20 (2) Dialog Script: unknown identifier: 'lable'\n2:47-48 (2) " + broken +
-                  "3:38-39 (3) warning: hidewhen: there is no parameter zz\n");
+                  "3:38-40 (3) warning: hidewhen: there is no parameter zz\n");
     // Of a text without braces, with the caller's places.
     EXPECT_EQ(checkAll("parm { name a lable A type float default { \"(1\" } }\n"),
               "1:15-20 (1) Dialog Script: unknown identifier: 'lable'\n1:47-48 (1) " + broken);

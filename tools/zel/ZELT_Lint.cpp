@@ -26,7 +26,7 @@ std::string ZELTscriptFile(const ZELT_NodeInterface &one)
 void ZELTprintLint(const std::vector<NOD_LintFinding> &findings)
 {
     for (const NOD_LintFinding &finding : findings) {
-        std::cout << ZELTprintable(finding.asText()) << '\n';
+        std::cout << ZELTprintable(finding.asText()) << '\n' << ZELTmessageNotes(finding.message);
     }
 }
 

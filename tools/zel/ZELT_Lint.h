@@ -38,6 +38,6 @@ bool ZELTreadLintRules(const std::string &script, const ZELT_LintCall &call,
 /// Where the script is that a file names, or that its node is of.
 std::string ZELTscriptFile(const ZELT_NodeInterface &one);
 
-/// A line for each, on standard output.
+/// A line for each, on standard output; with its source and related places where messages are full.
 void ZELTprintLint(const std::vector<NOD_LintFinding> &findings);
 ZELT_Json ZELTlintJson(const std::vector<NOD_LintFinding> &findings);

@@ -212,6 +212,16 @@ bool names(const std::string &text, const std::string &name)
     return false;
 }
 
+std::string asRelated(const KIT_MessageDetail &detail)
+{
+    std::string out;
+    for (const KIT_MessageRelated &related : detail.related) {
+        out += ZELTprintable(asPosition(related.place) + ": note: " + related.text) + "\n" +
+               asSource(related.place);
+    }
+    return out;
+}
+
 /// As compilers print it.
 std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
                    const std::string &text, const std::string &code,
@@ -234,14 +244,19 @@ std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
     if (!detail->hint.empty()) {
         out += "  note: " + ZELTprintable(detail->hint) + "\n";
     }
-    for (const KIT_MessageRelated &related : detail->related) {
-        out += ZELTprintable(asPosition(related.place) + ": note: " + related.text) + "\n" +
-               asSource(related.place);
-    }
-    return out;
+    return out + asRelated(*detail);
 }
 
+bool theFullOutputFlag = false; ///< of what is printed on standard output
+
 } // namespace
+
+std::string ZELTmessageNotes(const NOD_Message &message)
+{
+    return theFullOutputFlag && message.detail
+               ? asSource(message.detail->place) + asRelated(*message.detail)
+               : "";
+}
 
 ZELT_Json ZELTmessageJson(const NOD_Message &message)
 {
@@ -280,7 +295,11 @@ int ZELT_Messages::argumentOf(const KIT_MessagePlace &place) const
 
 void ZELT_Messages::setForm(const std::string &form)
 {
-    myFullFlag = form == "full" || (form != "plain" && isatty(STDERR_FILENO) == 1);
+    const auto isFull = [&](int stream) {
+        return form == "full" || (form != "plain" && isatty(stream) == 1);
+    };
+    myFullFlag = isFull(STDERR_FILENO);
+    theFullOutputFlag = isFull(STDOUT_FILENO);
 }
 
 void ZELT_Messages::takeScriptMessage(void *data, KIT_ErrorSeverity severity, const char *file,

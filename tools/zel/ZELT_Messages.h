@@ -30,6 +30,9 @@ struct NOD_Message;
 
 /// A message as it is printed with --json.
 ZELT_Json ZELTmessageJson(const NOD_Message &message);
+/// The lines below one that is printed on standard output, if messages there are full: its line of the file with
+/// a caret, and related places.
+std::string ZELTmessageNotes(const NOD_Message &message);
 
 class ZELT_Messages
 {

@@ -82,6 +82,11 @@ void NOD_LintContext::add(NOD_LintCode code, const KIT_MessagePlace &place, int 
             {edit.text.empty() ? "take it away" : std::string("change it: ") + rule.name,
              {{getPlace(edit.file, edit.begin, edit.end, lineOf(edit, place)), edit.text}}});
     }
+    if (extra.related >= 0) {
+        const NOD_LintTokens::Token &at = myTokens[extra.related];
+        detail->related.push_back(
+            {getPlace(at.file, at.begin, at.end, at.line), extra.relatedText});
+    }
     NOD_LintFinding found;
     found.rule = &rule;
     found.message = {theSeverities[int(rule.level)],

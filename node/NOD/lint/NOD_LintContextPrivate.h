@@ -45,6 +45,8 @@ public:
         std::optional<Edit> fix;
         std::size_t offset = 0; ///< of what is meant, in the token as it is written
         std::size_t length = 0; ///< of that; 0: to the token's end
+        int related = -1;       ///< a token that explains it
+        std::string relatedText;
     };
 
     explicit NOD_LintContext(const NOD_LintScript &script);
