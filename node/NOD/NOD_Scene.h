@@ -86,6 +86,8 @@ public:
     /// A scene as a new one is: without nodes, variables and what the root has, the time as at the start.
     /// Interfaces stay.
     void clear();
+    /// A copy of another scene, with its nodes, time, interfaces and maps. Nothing else stays; undo begins anew.
+    void copyFrom(NOD_Scene &other);
     /// The name if the parent has no child of that name, else with the first number after it that makes
     /// it free: "light", "light1". For the thread that changes the scene.
     static std::string freeName(const NOD_Node &parent, const std::string &name);

@@ -131,10 +131,22 @@ py::object checkMap(const Map &self)
 
 void PYZdefineMigration(py::module_ &module)
 {
-    py::class_<Map>(module, "MigrationMap", py::is_final(), R"(MigrationMap(path)
+    py::class_<Map>(module, "MigrationMap", py::is_final(), R"doc(MigrationMap(path)
 
 What becomes of the values of a node type from version to version, with its scripts: see docs/migration.md.
-)")
+
+>>> import pathlib, tempfile
+>>> text = "migration 1.0\nversion 1 v1.ds\nversion 2 v2.ds\n\trename rate birth\n"
+>>> with tempfile.TemporaryDirectory() as name:
+...     folder = pathlib.Path(name)
+...     for version, parm in ("v1", "rate"), ("v2", "birth"):
+...         script = '{ name emitter parm { name "%s" type float } }' % parm
+...         length = (folder / (version + ".ds")).write_text(script)
+...     length = (folder / "emitter.map").write_text(text)
+...     emitter = zel.MigrationMap(folder / "emitter.map")
+>>> emitter.versions, list(emitter.interface("1"))
+(('1', '2'), ['rate'])
+)doc")
         .def(py::init(&readMap), py::arg("path"))
         .def_property_readonly(
             "type", [](const Map &self) { return PYZtext(self.map->getType()); },

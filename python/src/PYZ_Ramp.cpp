@@ -133,6 +133,11 @@ void PYZdefineRamp(py::module_ &module)
                           R"(A ramp as it was at a time: see Parm.ramp().
 
 Positions usually are 0 to 1. Before the first key and after the last one a ramp stays what it is there.
+
+>>> script = 'parm { name "falloff" type ramp_flt default { 2 } }'
+>>> ramp = zel.Scene().add("fog", zel.Interface.from_text(script, "fog"))["falloff"].ramp()
+>>> [(key.position, key.value) for key in ramp.keys], ramp.at(0.25)
+([(0.0, 0.0), (1.0, 1.0)], 0.0)
 )");
     type.def("__repr__", [](const Ramp &self) {
         return "<zel.Ramp '" + self.name + "': " + std::to_string(self.ramp.getNodeCount()) +

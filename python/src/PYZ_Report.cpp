@@ -107,6 +107,11 @@ void PYZtell(const NOD_Report &report, const char *className, bool done, std::st
     throw py::error_already_set();
 }
 
+void PYZtakeTraceback(void *report, const char *header, const char *detail)
+{
+    static_cast<NOD_Report *>(report)->warning("", std::string(header) + '\n' + detail);
+}
+
 void PYZraiseEvaluation(const std::string &path, int code, const std::string &more,
                         const NOD_Report &report)
 {

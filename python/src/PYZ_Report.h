@@ -9,6 +9,7 @@
 #include "PYZ_Python.h"
 
 #include <NOD/NOD_Report.h>
+#include <SNK/SNK_Python.h>
 
 #include <string>
 #include <string_view>
@@ -35,6 +36,9 @@ enum class PYZ_Faults
     WARN ///< all that could be done is done: errors are warnings, too
 };
 
+/// Adds a warning to the report that is the data.
+void PYZtakeTraceback(void *report, const char *header, const char *detail);
+
 /// Runs `work(report)` with the interpreter free and what the library reports in the report. Its result, of which false
 /// or null is a failure, is returned.
 template <class Work>
@@ -42,6 +46,7 @@ auto PYZgather(NOD_Report &report, const std::string &file, const Work &work)
 {
     const PYZ_Rest rest;
     const NOD_ReportScope scope(report, file);
+    const SNK_TracebackScope tracebacks(PYZtakeTraceback, &report);
     return work(report);
 }
 

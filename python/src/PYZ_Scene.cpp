@@ -233,6 +233,19 @@ py::object fromBytes(const py::object &data, const py::object &name, const py::o
     return made;
 }
 
+/// Without the handlers, and with nothing to undo.
+py::object copyScene(const py::object &self)
+{
+    py::object made = py::cast(std::make_unique<PYZ_Scene>());
+    NOD_Scene &from = PYZ_Scene::of(self).get();
+    NOD_Scene &to = PYZ_Scene::of(made).get();
+    PYZchange(&from, "SceneError", [&](NOD_Report &) {
+        to.copyFrom(from);
+        return true;
+    });
+    return made;
+}
+
 // ---------------------------------------------------------------------- //
 // Undo
 // ---------------------------------------------------------------------- //
@@ -635,6 +648,9 @@ Replaces everything but the interfaces by what is in the file. For `scripts` and
         "does.");
     type.def("stats", stats,
              "stats() -> dict\n\nHow much there is of everything, as `zel stats` prints it.");
+    type.def("__copy__", copyScene);
+    type.def("__deepcopy__",
+             [](const py::object &self, const py::object &) { return copyScene(self); });
     type.def("__reduce__", [](const py::object &self) {
         constexpr bool binary = true, changedOnly = false, selfContained = true;
         return py::make_tuple(

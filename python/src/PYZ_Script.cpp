@@ -219,6 +219,9 @@ void definePresets(py::module_ &module)
 
 The presets of a node type on the search path, by name: iterating gives the names. Folders are those of the
 search path; '' is the first that takes presets, or the one in which a preset is found.
+
+>>> "Night" in zel.Presets("no_such_type")
+False
 )");
     type.def(py::init<const py::object &, const py::object &>(), py::arg("type"),
              py::arg("table") = "Node");

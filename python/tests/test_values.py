@@ -289,3 +289,11 @@ def test_wrong_types_say_what_is_right(scene, node, tmp_path):
     node.remove()
     with pytest.raises(zel.GoneError, match="the node /n of the parameter size is gone"):
         size.value
+
+
+def test_failing_menus_warn(scene, capfd):
+    script = 'parm { name "pick" type string menu { [ "return nothing" ] language python } }'
+    pick = scene.add("m", zel.Interface.from_text(script, "m"))["pick"]
+    with pytest.warns(zel.MessageWarning, match="(?s)/m/pick.*NameError.*nothing"):
+        assert pick.menu == ()
+    assert capfd.readouterr() == ("", "")

@@ -272,6 +272,33 @@ void NOD_Scene::clear()
     setTime(0.0);
 }
 
+void NOD_Scene::copyFrom(NOD_Scene &other)
+{
+    if (&other == this) {
+        myUndo->clear();
+        return;
+    }
+    const NOD_UndoStack::Pause pause(*myUndo);
+    const NOD_Batch batch(*this);
+    clear();
+    myInterfaces = other.myInterfaces;
+    myMaps = other.myMaps;
+    if (other.myRoot->getInterface()) {
+        myRoot->renewParms(other.myRoot->getInterface());
+    }
+    other.myRoot->copyContents(*myRoot);
+    std::unordered_map<const NOD_Node *, NOD_Node *> copies;
+    NODforEachNode(other.getRoot(), [&](NOD_Node &node) {
+        copies[&node] = node.getParent()
+                            ? node.copyTo(*copies[node.getParent()], node.getName().c_str())
+                            : myRoot.get();
+    });
+    myFrameRate = other.myFrameRate;
+    myFirstFrame = other.myFirstFrame;
+    myLastFrame = other.myLastFrame;
+    setTime(other.myTime);
+}
+
 std::string NOD_Scene::freeName(const NOD_Node &parent, const std::string &name)
 {
     std::string free = name;
