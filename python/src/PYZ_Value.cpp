@@ -372,14 +372,15 @@ PYZ_Cell PYZtoCell(py::handle value, const ZEL_Parm &parm, const std::string &na
     throw py::type_error(name + " has no value");
 }
 
-double PYZtoNumber(py::handle value, const std::string &what)
+double PYZtoNumber(py::handle value, std::string_view what)
 {
     const std::optional<double> number = numberOf(value);
     if (!number) {
-        throw py::type_error(what + " must be a number, not " + Py_TYPE(value.ptr())->tp_name);
+        throw py::type_error(std::string(what) + " must be a number, not " +
+                             Py_TYPE(value.ptr())->tp_name);
     }
     if (!std::isfinite(*number)) {
-        throw py::value_error(what + " must be finite");
+        throw py::value_error(std::string(what) + " must be finite");
     }
     return *number;
 }

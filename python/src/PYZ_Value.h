@@ -43,7 +43,7 @@ py::object PYZfromCell(const PYZ_Cell &cell, PYZ_Kind kind);
 /// The word of a menu's entry stands for its number, where the parameter has one.
 PYZ_Cell PYZtoCell(py::handle value, const ZEL_Parm &parm, const std::string &name);
 /// A finite one; `what` is "a time".
-double PYZtoNumber(py::handle value, const std::string &what);
+double PYZtoNumber(py::handle value, std::string_view what);
 /// "native" or "python".
 TRK_ExprLanguage PYZtoLanguage(py::handle word);
 const char *PYZlanguageWord(TRK_ExprLanguage language);
