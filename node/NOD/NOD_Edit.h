@@ -108,7 +108,7 @@ public:
     /// Keys of numbers instead of those that there are, of which nothing is left; without any the component keeps the
     /// value that it has now. Of keys with the same time the last one counts.
     bool replaceKeys(NOD_Node &node, std::string_view name, const std::vector<TRK_FullKey> &keys);
-    /// More keys of numbers, or other ones at their times.
+    /// More keys of numbers, or other ones at their times. Of an integer their values are rounded.
     bool putKeys(NOD_Node &node, std::string_view name, const std::vector<TRK_FullKey> &keys);
     /// False also where there is a key already.
     bool moveKey(NOD_Node &node, std::string_view name, double time, double newTime);

@@ -18,8 +18,9 @@
 /// Cost:       linear in the node; with steps that of a copy of it.
 ///
 /// What renewParms does, and in addition: what is renamed goes over with channels, locks and aliases, a block
-/// with its items; a locked parameter keeps lock and value, also one at its default; an entry of a menu is found by its token, wherever it is in the new menu. What expressions
-/// say of names stays as it is written: one that reads a name that is gone fails, and is then told as changed.
+/// with its items; a locked parameter keeps lock and value, also one at its default; an entry of a menu is found by its token, wherever it is in the new menu. References to a
+/// renamed parameter get its present name, in all nodes of the tree; one to a name that is gone fails, and is then told
+/// as changed.
 /// NOD_MigrationStep.h has what else a step can do; NOD_MigrationWalk.h goes through the versions of a map.
 #pragma once
 

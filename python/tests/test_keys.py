@@ -134,6 +134,15 @@ def test_what_is_wrong_with_curves_is_told(node, keys):
         assert list(keys) == before
 
 
+def test_keys_of_an_integer_are_rounded_or_all_refused(node):
+    count = node["count"]
+    count.set_keys([1, 2.7], times=[0, 1])
+    assert [key.value for key in count.keys] == [1, 3]
+    with pytest.raises(zel.EditError):
+        count.set_keys([1, 1e30], times=[0, 1])
+    assert [key.value for key in count.keys] == [1, 3]
+
+
 def test_keys_behave_as_other_sequences(node, keys):
     saved = keys[:]
     assert isinstance(keys, Sequence) and not isinstance(keys, Hashable)

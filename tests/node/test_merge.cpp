@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 #include <set>
 
 namespace
@@ -804,6 +805,19 @@ TEST(Merge, AReferenceToARemovedItemIsAConflict)
     Merged undecided(base, theirs, state({1, 2, 3}, {with("ch('p2') * 2"), "", ""}, with("1")),
                      nullptr, {{"*", Side::OURS}});
     EXPECT_EQ(undecided.merge.getOpenCount(), 1u);
+    // The language goes with the text.
+    const std::string python = state({1, 2, 3}, {"", "", ""}, "key 0 0 python \"ch('../n/p2')\"");
+    Merged translated(base, python, theirs, nullptr, {{"*", Side::THEIRS}});
+    EXPECT_EQ(expressionOf(translated, "p1", "m"), "1");
+    EXPECT_EQ(translated.bytes().find("python"), std::string::npos);
+    // Ours gives the reader another name, too.
+    const std::string renamed =
+        std::regex_replace(theirs, std::regex("(section \"\\w+ /)m\""), "$1k\"");
+    for (const bool swappedFlag : {false, true}) {
+        Merged elsewhere(base, swappedFlag ? ours : renamed, swappedFlag ? renamed : ours);
+        EXPECT_NE(elsewhere.conflicts.find("it refers to what one side removed"), std::string::npos)
+            << elsewhere.conflicts;
+    }
 }
 
 /// Who removed it has left the reference behind: a conflict where another item has got its number.

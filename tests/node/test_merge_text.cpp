@@ -240,6 +240,15 @@ TEST(MergeScript, ANameThatOnlyTheMergeLostIsAConflict)
             << words;
     }
     EXPECT_EQ(conflicts("x", script("x", other), script("z", "")), "");
+    const std::string elsewhere =
+        "\t\tdefault { [ \"ch(\\\"../x\\\") + ch(\\\"x/y\\\")\" native ] }\n";
+    EXPECT_EQ(conflicts("x", script("x", elsewhere), script("z", "")), "");
+    std::string renamed = script("z", "");
+    renamed.replace(renamed.find("\"y\""), 3, "\"w\"");
+    for (const bool swapped : {false, true}) {
+        const std::string theirs = script("x", condition);
+        EXPECT_NE(conflicts("x", swapped ? theirs : renamed, swapped ? renamed : theirs), "");
+    }
     // It was so before, or both sides have its new name.
     EXPECT_EQ(conflicts("z", script("z", condition), script("w", "")), "");
     EXPECT_EQ(conflicts("x", script("x", ""), script("z", condition)), "");
@@ -523,6 +532,16 @@ TEST(MergePreset, BlanksBecomeTheLibrarys)
     ASSERT_EQ(kept.conflicts.size(), 1u);
     EXPECT_LT(kept.conflicts[0].size(), 400u);
     EXPECT_EQ(kept.conflicts[0].find('\n'), std::string::npos);
+    noted = theirs;
+    noted.replace(noted.find("channels"), 8, "channels # mine\n");
+    EXPECT_EQ(mergeOf(base, presetOf("4", "2"), noted).conflicts.size(), 1u);
+    // A file of them with a comment between is one thing, too.
+    std::string framed = fileOf({{"p", presetOf("1", "9")}});
+    framed.insert(framed.find("section"), "# between\n");
+    const Merged whole =
+        mergeOf(fileOf({{"p", base}}), framed, fileOf({{"p", presetOf("4", "2")}}));
+    EXPECT_EQ(whole.conflicts.size(), 1u);
+    EXPECT_EQ(whole.bytes, framed);
 }
 
 } // namespace

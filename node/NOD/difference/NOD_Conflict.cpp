@@ -68,7 +68,7 @@ std::string shown(const NOD_Record &record)
     const std::size_t parts = record.getParts().size();
     const Kind kind = record.getKind();
     if (kind == Kind::DECLARATION || kind == Kind::STATEMENT) {
-        return NODcutText(NODcollapsedText(NODstatementText(record)), theLongest);
+        return NODcutText(NODescapedText(NODcollapsedText(NODstatementText(record))), theLongest);
     }
     const bool writtenFlag = kind == Kind::WORD || kind == Kind::ENTRY; // with its own quotes
     if (std::holds_alternative<std::string>(record.getValue()) && !writtenFlag) {

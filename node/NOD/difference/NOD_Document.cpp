@@ -146,9 +146,14 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
         myLosses = NODfindComments(bytes, file);
         return NODreadChannels(bytes, file, *myTop, report);
     case NOD_FileKind::PRESET: return readPresets(bytes, name, section, options, report);
-    case NOD_FileKind::PRESETS:
-        myLosses = NODfindFrameComments(bytes, file); // those in a section are parts of its text
-        return readPresets(bytes, name, section, options, report);
+    case NOD_FileKind::PRESETS: {
+        const bool readFlag = readPresets(bytes, name, section, options, report);
+        if (!myTop->find(Kind::SECTION, theWholePresets)) {
+            myLosses =
+                NODfindFrameComments(bytes, file); // those in a section are parts of its text
+        }
+        return readFlag;
+    }
     case NOD_FileKind::NODE:
     case NOD_FileKind::SCENE:
         myLosses = NODfindFrameComments(bytes, file);

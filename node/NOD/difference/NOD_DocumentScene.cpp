@@ -14,6 +14,7 @@
 
 #include <sstream>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace
 {
@@ -40,14 +41,16 @@ Interfaces sharedInterfaces(NOD_Scene &scene, const NOD_Record &now, NOD_NodeRec
                             const NOD_Record &then)
 {
     Interfaces shared;
+    std::unordered_set<const NOD_Interface *> known;
     forEachRecord(scene.getRoot(), now, [&](NOD_Node &node, const NOD_Record &record) {
         const NOD_Record *const contents = record.find(Kind::CONTENTS);
         NOD_NodeSections sections;
         NOD_Report ignored;
-        if (!node.getInterface() || !contents ||
+        if (!node.getInterface() || !contents || known.count(node.getInterface().get()) != 0 ||
             !NODwriteNode(*contents, nodes, sections, ignored)) {
             return;
         }
+        known.insert(node.getInterface().get());
         const NOD_Record *const left = now.find(Kind::INTERFACE, sections.type);
         const NOD_Record *const right = then.find(Kind::INTERFACE, sections.type);
         if (left && right && NODisSameValue(left->getValue(), right->getValue())) {

@@ -6,6 +6,7 @@
 #include <NOD/difference/NOD_MergeNamesPrivate.h>
 #include <NOD/difference/NOD_MergeReferencesPrivate.h>
 #include <NOD/difference/NOD_MergeTreePrivate.h>
+#include <NOD/difference/NOD_PresetRecordsPrivate.h>
 
 #include <algorithm>
 #include <iterator>
@@ -190,6 +191,17 @@ std::unique_ptr<NOD_Record> NOD_Merge::merge(const NOD_Record &base, const NOD_R
         return ours.copy();
     }
     NOD_MergeJudge judge(myPolicies, myChooser);
+    const auto isWhole = [](const NOD_Record &top) {
+        return top.find(NOD_RecordKind::SECTION, theWholePresets) != nullptr;
+    };
+    if (isWhole(base) || isWhole(ours) || isWhole(theirs)) {
+        const NOD_MergeTriple tops{&base, &ours, &theirs};
+        const Side side = judge.decide(NOD_Conflict::Kind::BOTH_CHANGED, tops);
+        std::unique_ptr<NOD_Record> chosen = tops.of(side)->copy();
+        judge.setPlace(chosen.get());
+        myConflicts = judge.takeConflicts();
+        return chosen;
+    }
     const NOD_BoundStates bound(judge, {&base, &ours, &theirs});
     std::unique_ptr<NOD_Record> made = NOD_MergeTree(judge, bound.get()).run();
     bound.release(*made);

@@ -41,31 +41,34 @@ std::string nameIn(const Names &names, std::string_view word)
 }
 
 /// `{ name == 1 }`, whose words may be one record or one each.
-bool isComparedAt(const NOD_Record &record, std::string_view text, std::size_t end)
+bool isComparedAt(const NOD_Record &record, const NOD_Record *following, std::string_view text,
+                  std::size_t end)
 {
     std::size_t next = text.find_first_not_of(" \t", end);
-    std::string following;
-    if (next == std::string_view::npos && record.getKind() == Kind::ENTRY) {
-        const NOD_Record::Parts &parts = record.getParent()->getParts();
-        const auto at = std::find_if(parts.begin(), parts.end(),
-                                     [&](const auto &part) { return part.get() == &record; });
-        following =
-            at == parts.end() || at + 1 == parts.end() ? "" : NODtextOf((at[1])->getValue());
-        text = following;
+    std::string after;
+    if (next == std::string_view::npos && record.getKind() == Kind::ENTRY && following) {
+        after = NODtextOf(following->getValue());
+        text = after;
         next = text.empty() ? std::string_view::npos : 0;
     }
     return next != std::string_view::npos &&
            std::string_view("=!<>").find(text[next]) != std::string_view::npos;
 }
 
-/// `ch("../node/name")`
-bool isArgumentAt(std::string_view text, std::size_t begin)
+/// `ch("name")` or `ch("./name")`: a path leads to another script's.
+bool isArgumentAt(std::string_view text, std::size_t begin, std::size_t nameEnd)
 {
-    const std::size_t open = text.substr(0, begin).rfind('(');
-    if (open == std::string_view::npos) {
+    const std::size_t open = text.substr(0, begin).find_last_not_of(" \\\"'./");
+    if (open == std::string_view::npos || text[open] != '(' ||
+        (nameEnd < text.size() && text[nameEnd] == '/')) {
         return false;
     }
     const std::string_view between = text.substr(open + 1, begin - open - 1);
+    const std::size_t path = between.find_first_of("./");
+    if (between.find_first_of("\"'") == std::string_view::npos ||
+        (path != std::string_view::npos && between.substr(path) != "./")) {
+        return false;
+    }
     std::size_t end = open;
     while (end > 0 && BASisBlank(text[end - 1])) {
         --end;
@@ -75,13 +78,11 @@ bool isArgumentAt(std::string_view text, std::size_t begin)
         --start;
     }
     const std::string_view call = text.substr(start, end - start);
-    return (call.substr(0, 2) == "ch" || call == "parm") &&
-           between.find_first_of("\"'") != std::string_view::npos &&
-           between.find_first_not_of(" \\\"'./") == std::string_view::npos;
+    return call.substr(0, 2) == "ch" || call == "parm";
 }
 
-/// The names, of some, that a word of a statement refers to.
-Names namesIn(const NOD_Record &record, const Names &names)
+/// The names, of some, that a word of a statement refers to; with the word that follows it, or null.
+Names namesIn(const NOD_Record &record, const NOD_Record *following, const Names &names)
 {
     Names found;
     const NOD_Record *const statement = record.getParent();
@@ -100,8 +101,8 @@ Names namesIn(const NOD_Record &record, const Names &names)
             ++end;
         }
         const std::string name = nameIn(names, std::string_view(text).substr(i, end - i));
-        if (!name.empty() &&
-            ((conditionFlag && isComparedAt(record, text, end)) || isArgumentAt(text, i))) {
+        if (!name.empty() && ((conditionFlag && isComparedAt(record, following, text, end)) ||
+                              isArgumentAt(text, i, end))) {
             found.insert(name);
         }
         i = end;
@@ -112,12 +113,22 @@ Names namesIn(const NOD_Record &record, const Names &names)
 void addReaders(NOD_Record &record, const Names &lost, const NOD_MergeJudge &judge,
                 std::vector<NOD_Record *> &readers)
 {
-    for (const auto &part : record.getParts()) {
-        if (!namesIn(*part, lost).empty() && !judge.hasPlace(*part)) {
-            readers.push_back(part.get());
+    const NOD_Record::Parts &parts = record.getParts();
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        const NOD_Record *const following = i + 1 < parts.size() ? parts[i + 1].get() : nullptr;
+        if (!namesIn(*parts[i], following, lost).empty() && !judge.hasPlace(*parts[i])) {
+            readers.push_back(parts[i].get());
         }
-        addReaders(*part, lost, judge, readers);
+        addReaders(*parts[i], lost, judge, readers);
     }
+}
+
+const NOD_Record *followingOf(const NOD_Record &record)
+{
+    const NOD_Record::Parts &parts = record.getParent()->getParts();
+    const auto at = std::find_if(parts.begin(), parts.end(),
+                                 [&](const auto &part) { return part.get() == &record; });
+    return at == parts.end() || at + 1 == parts.end() ? nullptr : at[1].get();
 }
 
 } // namespace
@@ -137,7 +148,7 @@ void NODtellLostNames(NOD_Record &made, const NOD_States &states, NOD_MergeJudge
         addReaders(made, lost, judge, readers);
     }
     NODtellLost(readers, states, judge, [&](NOD_MergeSide side, const NOD_Record &record) {
-        const Names used = namesIn(record, lost);
+        const Names used = namesIn(record, followingOf(record), lost);
         const Names &all = names[std::size_t(side)];
         return std::any_of(used.begin(), used.end(),
                            [&](const std::string &name) { return all.count(name) != 0; });

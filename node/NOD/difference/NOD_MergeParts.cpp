@@ -118,8 +118,8 @@ std::string shapeOf(const NOD_Record *contents)
     for (const auto &part : contents ? contents->getParts() : theNoParts) {
         const Kind kind = part->getKind();
         const std::string &name = part->getName();
-        if (kind == Kind::SECTION && (NODisNodeKind(name) || name == theNodeSection ||
-                                      name == theWholePreset || name == theWholePresets)) {
+        if (kind == Kind::SECTION &&
+            (NODisNodeKind(name) || name == theNodeSection || name == theWholePreset)) {
             shape += "section " + name + "\n";
         } else if (kind == Kind::FORM || kind == Kind::LANGUAGE) {
             shape += NODvalueText(part->getValue()) + "\n";

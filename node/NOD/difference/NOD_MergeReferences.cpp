@@ -506,11 +506,25 @@ Places placesOf(NOD_Record &state, const std::unordered_set<NOD_RecordKind> &kin
     return places;
 }
 
-Form formOf(const NOD_Record &record)
+/// With its language, which is a part of what the text is in.
+void giveText(NOD_Record &reader, const NOD_Record &chosen)
 {
-    Form form = Form::NATIVE;
-    hasForm(record, form);
-    return form;
+    reader.setValue(chosen.getValue());
+    const Kind kind = reader.getKind();
+    if (kind != Kind::EXPRESSION && kind != Kind::DEFAULT_TEXT) {
+        return;
+    }
+    const Kind language = kind == Kind::EXPRESSION ? Kind::LANGUAGE : Kind::TEXT_LANGUAGE;
+    NOD_Record &place = *reader.getParent();
+    NOD_Record::Parts &parts = place.changeParts();
+    parts.erase(std::remove_if(parts.begin(), parts.end(),
+                               [&](const auto &part) { return part->getKind() == language; }),
+                parts.end());
+    for (const auto &part : chosen.getParent()->getParts()) {
+        if (part->getKind() == language) {
+            place.add(part->copy());
+        }
+    }
 }
 
 } // namespace
@@ -544,17 +558,20 @@ void NODtellLost(const std::vector<NOD_Record *> &readers, const NOD_States &sta
                 beforeFlag = beforeFlag || !itFlag;
             }
         }
-        if (beforeFlag || (!author && (triple.ours || !knows(NOD_MergeSide::OURS, *reader)))) {
+        for (const NOD_MergeSide side : {NOD_MergeSide::OURS, NOD_MergeSide::THEIRS}) {
+            if (!author && !beforeFlag && !triple.of(side) && knows(side, *reader)) {
+                author = side; // in a node or parameter that is elsewhere in its state
+                (side == NOD_MergeSide::OURS ? triple.ours : triple.theirs) = reader;
+            }
+        }
+        if (beforeFlag || !author) {
             continue;
         }
-        if (!author) {
-            triple.ours = reader; // in a node that is elsewhere in the states
-        }
-        const NOD_MergeSide side = judge.decide(NOD_Conflict::Kind::REFERENCE_LOST, triple,
-                                                author.value_or(NOD_MergeSide::OURS));
+        const NOD_MergeSide side =
+            judge.decide(NOD_Conflict::Kind::REFERENCE_LOST, triple, *author);
         judge.setPlace(reader);
-        if (triple.of(side) && formOf(*triple.of(side)) == formOf(*reader)) {
-            reader->setValue(triple.of(side)->getValue());
+        if (triple.of(side) && triple.of(side) != reader) {
+            giveText(*reader, *triple.of(side));
         }
     }
 }

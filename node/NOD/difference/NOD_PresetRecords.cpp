@@ -3,6 +3,7 @@
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_ErrorManager.h>
 #include <KIT/KIT_IStream.h>
+#include <NOD/NOD_FileLoss.h>
 #include <NOD/NOD_Report.h>
 #include <STO/STO_IndexFile.h>
 #include <TRK/TRK_Collection.h>
@@ -31,6 +32,9 @@ const std::string *wholeOf(const NOD_Record &record, const char *name)
 /// The two sections of a preset that the library has written, or of one with other blanks; false if there are others.
 bool takeApart(const std::string &text, NOD_NodeRecords &nodes, NOD_NodeSections &sections)
 {
+    if (!NODfindComments(text, {}).empty()) {
+        return false; // which would be lost
+    }
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
     KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
     TRK_Collection channels;

@@ -33,9 +33,10 @@ std::uint64_t mixed(std::uint64_t hash, std::string_view text)
 bool hasReference(std::string_view text)
 {
     for (const std::string_view name : {"ch", "parm"}) {
+        std::size_t end = 0; // of the word, of which there is one answer
         for (std::size_t at = text.find(name); at != std::string_view::npos;
-             at = text.find(name, at + 1)) {
-            std::size_t end = at;
+             at = text.find(name, end)) {
+            end = at;
             while (end < text.size() && BASisWordChar(text[end])) {
                 ++end;
             }

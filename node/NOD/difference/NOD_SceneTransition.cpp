@@ -108,7 +108,9 @@ NOD_Node *NOD_SceneTransition::make(NOD_Node &wanted, NOD_Node &parent)
     const NOD_Loading loading; // without presets
     const std::string name = NOD_Scene::freeName(parent, wanted.getName());
     NOD_Node *const node = parent.addChild(name.c_str(), wanted.getInterface());
-    pair(*node, wanted);
+    if (node) {
+        pair(*node, wanted);
+    }
     return node;
 }
 
@@ -152,8 +154,12 @@ bool NOD_SceneTransition::removeOthers()
         }
     }
     NOD_Report ignored;
-    return std::all_of(tops.begin(), tops.end(),
-                       [&](NOD_Node *node) { return myScene.remove(*node, ignored); });
+    const bool done = std::all_of(tops.begin(), tops.end(),
+                                  [&](NOD_Node *node) { return myScene.remove(*node, ignored); });
+    if (!done) {
+        myReport.append(ignored);
+    }
+    return done;
 }
 
 bool NOD_SceneTransition::order(NOD_Node &wantedParent)

@@ -369,8 +369,9 @@ NOD_ParmRenames::Names NOD_Migration::Run::findRenames() const
 /// `former`, too, so that what is compared with the present node differs in nothing but what a step has changed.
 void NOD_Migration::Run::rename(NOD_Node &former, NOD_Edit &edit)
 {
+    const NOD_ParmRenames::Names names = findRenames();
     NOD_ParmRenames renames;
-    renames.add(myNode, findRenames());
+    renames.add(myNode, names);
     for (Former &one : myFormer) {
         ZEL_Parm *const parm =
             renames.isEmpty() ? nullptr : former.getParms().getParmPtr(one.token.c_str());
@@ -384,7 +385,7 @@ void NOD_Migration::Run::rename(NOD_Node &former, NOD_Edit &edit)
     const auto announce = [&](NOD_Node &node, ZEL_Parm &parm) { edit.change(node, parm); };
     if (myMigration.myRenames) {
         renames.rewriteOwn(announce);
-        myMigration.myRenames->add(myNode, findRenames());
+        myMigration.myRenames->add(myNode, names);
     } else {
         renames.rewrite(announce);
     }

@@ -54,12 +54,6 @@ std::ptrdiff_t marksIn(const std::string &name)
     return std::count(name.begin(), name.end(), '#');
 }
 
-/// A parameter has one at most.
-bool isMove(const Step &step)
-{
-    return !step.isValueStep() && step.kind != Kind::FREEZE;
-}
-
 /// Whether both are about a parameter of the former version that the other is about too.
 bool overlap(const Step &a, const Step &b)
 {
@@ -410,7 +404,7 @@ bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
     for (const std::size_t place : myRivals.find(step)) {
         const Step &other = myMap.myVersions.back().steps[place];
         const bool menusFlag = step.kind == Kind::MENU && other.kind == Kind::MENU;
-        const bool movesFlag = isMove(step) && isMove(other);
+        const bool movesFlag = step.isMove() && other.isMove();
         const bool bothFlag =
             (menusFlag || movesFlag) && (overlap(step, other) || overlap(other, step));
         if (bothFlag && movesFlag) {

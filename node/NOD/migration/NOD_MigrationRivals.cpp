@@ -1,5 +1,7 @@
 #include <NOD/migration/NOD_MigrationRivalsPrivate.h>
 
+#include <BAS/BAS_Character.h>
+
 #include <algorithm>
 
 namespace
@@ -10,8 +12,7 @@ using Step = NOD_MigrationStep;
 /// Whether two steps of its kind can't be about one source, as those of one entry of a menu.
 bool hasSources(const Step &step)
 {
-    return step.kind == Step::Kind::MENU ||
-           (!step.isValueStep() && step.kind != Step::Kind::FREEZE);
+    return step.kind == Step::Kind::MENU || step.isMove();
 }
 
 /// Only steps of one entry are compared.
@@ -24,7 +25,7 @@ std::string shapeOf(const std::string &name)
 {
     std::string shape;
     for (const char c : name) {
-        const bool markFlag = c == '#' || (c >= '0' && c <= '9');
+        const bool markFlag = c == '#' || BASisDigit(c);
         if (!markFlag || shape.empty() || shape.back() != '#') {
             shape += markFlag ? '#' : c;
         }

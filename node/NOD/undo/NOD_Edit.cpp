@@ -50,6 +50,23 @@ bool findEntry(const ZEL_Parm &parm, std::string_view token, std::int64_t &numbe
     return end.ec == std::errc() && end.ptr == token.data() + token.size();
 }
 
+bool fitsInteger(double value)
+{
+    constexpr double end = 9223372036854775808.0;
+    return std::abs(value) < end;
+}
+
+/// Whether a component of numbers takes the values.
+bool fitKeys(NOD_Node &node, std::string_view name, const std::vector<TRK_FullKey> &keys)
+{
+    if (!ZEL_IntHandle(node.getParms(), name)) {
+        return bool(ZEL_FloatHandle(node.getParms(), name));
+    }
+    return std::all_of(keys.begin(), keys.end(), [](const TRK_FullKey &key) {
+        return fitsInteger(key.in.value) && fitsInteger(key.out.value);
+    });
+}
+
 } // namespace
 
 /// A component of a parameter, or all of them.
@@ -203,10 +220,9 @@ bool NOD_Edit::revert(NOD_Node &node, std::string_view name)
 
 bool NOD_Edit::key(NOD_Node &node, std::string_view name, double time, double value)
 {
-    constexpr double theIntegerEnd = 9223372036854775808.0;
     const Place place = find(node, name);
     ZEL_IntHandle integer(node.getParms(), name);
-    if (!place || (integer && !(std::abs(value) < theIntegerEnd))) {
+    if (!place || (integer && !fitsInteger(value))) {
         return false;
     }
     change(node, *place.parm);
@@ -258,6 +274,9 @@ bool NOD_Edit::replaceKeys(NOD_Node &node, std::string_view name,
     if (keys.empty()) {
         return !place.parm->getChannel(place.first) || removeChannel(node, name);
     }
+    if (!fitKeys(node, name, keys)) {
+        return false;
+    }
     change(node, *place.parm);
     place.parm->removeChannel(place.first);
     return putKeys(node, name, keys);
@@ -270,14 +289,22 @@ bool NOD_Edit::putKeys(NOD_Node &node, std::string_view name, const std::vector<
     if (!place || lockFlag || keys.empty()) {
         return place && !lockFlag;
     }
+    if (!fitKeys(node, name, keys)) {
+        return false;
+    }
     change(node, *place.parm);
     if (!place.parm->getChannel(place.first) && !key(node, name, keys[0].time, keys[0].out.value)) {
         return false;
     }
     TRK_Channel *const channel = place.parm->getChannel(place.first);
     const ZEL_Range *const range = place.parm->getRangePtr();
+    const bool integerFlag = bool(ZEL_IntHandle(node.getParms(), name));
     for (std::size_t i = 0; channel && i < keys.size(); ++i) {
         TRK_FullKey one = keys[i];
+        if (integerFlag) {
+            one.in.value = std::round(one.in.value);
+            one.out.value = std::round(one.out.value);
+        }
         if (range) {
             one.in.value = range->constrain(one.in.value);
             one.out.value = range->constrain(one.out.value);
