@@ -50,9 +50,13 @@ bool DS_Formatter::format(std::string_view text, std::string &result)
         DS_FormatSorter(pieces).sort();
     }
     constexpr std::string_view theMark = KIT_IStream::theByteOrderMark;
-    const bool markFlag = text.substr(0, theMark.size()) == theMark;
-    result =
-        std::string(markFlag ? theMark : "") + DS_FormatWriter(pieces, lineEndOf(text)).write();
+    const std::string_view lineEnd = lineEndOf(text);
+    result = DS_FormatWriter(pieces, lineEnd).write();
+    if (text.substr(0, theMark.size()) == theMark) {
+        result.insert(0, theMark);
+    } else if (result.compare(0, theMark.size(), theMark) == 0) {
+        result.insert(0, lineEnd); // a word that would count as the mark in front of all
+    }
     return true;
 }
 
