@@ -554,7 +554,8 @@ TEST(NodeInterface, ATextWithoutBracesHasItsOwnLinesAndAnyName)
     for (const std::string name : {"plain", "say \"x\" }\\", "two\nlines", "}"}) {
         for (const bool braceFlag : {false, true}) {
             NOD_Report report;
-            const std::string start = braceFlag ? "{ name t\n" : "\n", end = braceFlag ? " }" : "";
+            const std::string start = "\xEF\xBB\xBF" + std::string(braceFlag ? "{ name t\n" : "\n"),
+                              end = braceFlag ? " }" : "";
             NOD_Interface::fromText(start + "parm { name a }\nparm { nome b }" + end, name, report);
             ASSERT_FALSE(report.isEmpty());
             EXPECT_EQ(report.getMessages()[0].line, 3) << report.asText();

@@ -121,6 +121,18 @@ std::string NODscriptHead(std::string_view text, const std::string &name)
     return "{ name \"" + std::string(quoted.view()) + "\"\n";
 }
 
+/// A mark of the byte order stays in front of all.
+std::string NODwithHead(std::string_view text, const std::string &head)
+{
+    constexpr std::string_view theMark = KIT_IStream::theByteOrderMark;
+    std::string whole(text);
+    if (!head.empty()) {
+        whole.insert(text.substr(0, theMark.size()) == theMark ? theMark.size() : 0, head);
+        whole += "\n}";
+    }
+    return whole;
+}
+
 int NOD_HelpPage::parseHelp(DS_Stream &stream, KIT_String &help)
 {
     const int result = ZEL_ScriptPage::parseHelp(stream, help);
@@ -200,7 +212,7 @@ std::shared_ptr<const NOD_Interface> NOD_Interface::fromText(std::string_view te
                                                              NOD_Report &report, Includes includes)
 {
     const std::string head = NODscriptHead(text, name);
-    const std::string whole = head + std::string(text) + (head.empty() ? "" : "\n}");
+    const std::string whole = NODwithHead(text, head);
     KIT_IStream is(whole.data(), whole.size(), KIT_IStream::TEXT);
     std::shared_ptr<NOD_Interface> made(new NOD_Interface(Source::SCRIPT_TEXT, name));
     NOD_Report found;

@@ -551,7 +551,7 @@ std::shared_ptr<const NOD_Interface> NODcheckScript(std::string_view text, const
         return made;
     }
     // The same with places of the whole.
-    const std::string whole = head + std::string(text) + "\n}";
+    const std::string whole = NODwithHead(text, head);
     NOD_Report again;
     NOD_Report found;
     NOD_Interface::fromText(whole, name, again, includes);
