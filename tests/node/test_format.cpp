@@ -228,7 +228,7 @@ TEST(Format, LaysOut)
         {"line ends", "name a\r\nlabel b", "name    a\r\nlabel   b\r\n"},
         {"a mark of the byte order", "\xEF\xBB\xBFname a", "\xEF\xBB\xBFname    a\n"},
         {"which a word isn't that looks like it", "\n\xEF\xBB\xBFname a",
-         "\n\xEF\xBB\xBFname    a\n"},
+         "\n\xEF\xBB\xBFname a\n"},
         {"nothing", "", ""},
         {"blanks", " \n\n ", ""},
         {"empty blocks", "help {\n} parm { name a menu { } }",
