@@ -160,8 +160,8 @@ void DS_FormatWriter::writeWord(std::size_t index)
     append(piece.text);
     myOpenedFlag = piece.role == DS_FormatPiece::OPEN;
     // A directive's word may follow in the next line, but not in this one.
-    const bool startFlag = myLineStart + piece.text.size() == myText.size() &&
-                           TOK_SourceTokens::startsDirective(piece.text);
+    const bool startFlag = myFirstFlag && TOK_SourceTokens::startsDirective(piece.text);
+    myFirstFlag = false;
     myMustBreakFlag = startFlag && piece.text == "#";
     myTouchFlag = startFlag && !myMustBreakFlag;
     if (myOpenedFlag && piece.block == DS_FormatBlock::MENU) {
@@ -193,6 +193,7 @@ void DS_FormatWriter::startLine(const DS_FormatPiece &piece, unsigned depth, boo
     }
     myText.append(depth, '\t');
     myLineStart = myText.size();
+    myFirstFlag = true;
     myMustBreakFlag = false;
 }
 

@@ -38,6 +38,7 @@ private:
     std::size_t myLineStart = 0;  ///< of the last line, behind its tabs
     std::size_t myMenuColumn = 0; ///< of the menu that is being written
     bool myOpenedFlag = true;     ///< nothing since a brace, or at all
+    bool myFirstFlag = true;      ///< the line has only comments so far
     bool myTouchFlag = false;     ///< the next word follows without a blank
     bool myMustBreakFlag = false; ///< the line can't go on
 };
