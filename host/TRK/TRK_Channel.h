@@ -57,6 +57,8 @@ public:
     const KIT_String &getDefaultString() const { return myDefaultString; }
     TRK_ExprLanguage getDefaultLanguage() const { return myDefaultExpression.getExprLanguage(); }
     void setDefaultString(const char *text, TRK_ExprLanguage language = TRK_LANGUAGE_NATIVE);
+    /// Its compiled form, in a segment of no keys.
+    const TRK_Segment &getDefaultSegment() const { return myDefaultExpression; }
 
     // ---------------------------------------------------------------- //
     /// \name Keys

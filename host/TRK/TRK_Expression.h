@@ -169,6 +169,7 @@ public:
 
 private:
     friend class TRK_ExpressionParser;
+    friend class TRK_ExpressionTrace;
     class Runner;
 
     TRK_Expression() = default;
