@@ -29,6 +29,8 @@ public:
     explicit DS_CommandList(const char *file);
     /// Reads an open stream, which includes no files; `name` is the file's in messages and of presets.
     DS_CommandList(KIT_IStream &stream, const char *name);
+    /// Reads a stream of the caller's, which has its messages; `name` is the file's of presets.
+    DS_CommandList(DS_Stream &stream, const char *name);
     /// Reads several; a null name ends the array.
     explicit DS_CommandList(const char *const *files);
     ~DS_CommandList();

@@ -18,6 +18,7 @@
 #include <ZEL/ZEL_Name.h>
 
 #include <memory>
+#include <string>
 #include <vector>
 
 class KIT_IStream;
@@ -37,6 +38,16 @@ public:
     };
     static constexpr int theKindCount = 6;
 
+    /// What a line of a data file gives.
+    struct Line
+    {
+        int fields = 0; ///< that it has; at most 32 are told from each other
+        bool rowFlag = false;
+        bool separatorFlag = false;
+        std::string token; ///< of a row, as is its label
+        std::string label;
+    };
+
     explicit ZEL_FileMenu(Kind kind) : myKind(kind) {}
 
     /// The menu that all parameters of the process share.
@@ -52,6 +63,8 @@ public:
     static const char *getFileName(Kind kind);
     /// How many fields a line has that gives a row.
     static int getFieldCount(Kind kind);
+    /// Takes a line apart, which is no comment. It ends at a byte of zero.
+    static Line takeApart(Kind kind, const char *text);
 
     int getNumRows() const { return static_cast<int>(myRows.size()); }
     /// A row; null when there is none, which includes every index before fill().

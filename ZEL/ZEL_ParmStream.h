@@ -61,9 +61,9 @@ public:
     const Entries &getEntries() const { return myEntries; }
     float getVersion() const { return myVersion; }
     /// Whether there were comments other than of kinds; they aren't kept.
-    bool hasComments() const { return !myComment.empty(); }
-    /// The first of them, with its mark; "" for none.
-    const std::string &getComment() const { return myComment; }
+    bool hasComments() const { return !myComments.empty(); }
+    /// With their marks.
+    const std::vector<std::string> &getComments() const { return myComments; }
     /// Whether the stream had its end. One that is cut between two entries hasn't.
     bool isWhole() const { return myWholeFlag; }
     ///@}
@@ -101,6 +101,6 @@ private:
 
     float myVersion = 0.0f;
     bool myWholeFlag = false;
-    std::string myComment;
+    std::vector<std::string> myComments;
     Entries myEntries;
 };

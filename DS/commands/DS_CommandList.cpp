@@ -42,6 +42,13 @@ DS_CommandList::DS_CommandList(KIT_IStream &stream, const char *name)
     defaultEntry();
 }
 
+DS_CommandList::DS_CommandList(DS_Stream &stream, const char *name)
+{
+    myFileName.harden(name);
+    load(stream);
+    defaultEntry();
+}
+
 DS_CommandList::DS_CommandList(const char *const *files)
 {
     for (; files && *files; ++files) {

@@ -139,27 +139,37 @@ void ZEL_FileMenu::addRow(const char *token, const char *label)
     myRows.back()->harden();
 }
 
+ZEL_FileMenu::Line ZEL_FileMenu::takeApart(Kind kind, const char *text)
+{
+    constexpr int theMostFields = 32;
+    const int fields = theMenus[kind].fields;
+    char *words[theMostFields];
+    KIT_String parsed(text);
+    Line line;
+    line.fields = parsed.parseInPlace(words, theMostFields, "\"'");
+    line.rowFlag = line.fields == fields;
+    line.separatorFlag = line.fields == fields - 1;
+    if (line.rowFlag) {
+        line.token = words[0];
+        for (int i = 1; i < fields - 1; ++i) {
+            line.token += ' ';
+            line.token += words[i];
+        }
+        line.label = words[fields - 1];
+    }
+    return line;
+}
+
 void ZEL_FileMenu::readRows(KIT_IStream &is)
 {
-    const int fields = theMenus[myKind].fields;
-    KIT_WorkBuffer line;
-    KIT_WorkBuffer token;
-    constexpr int theMostFields = 32;
-    char *words[theMostFields];
-    while (is.getNonCommentLine(line, '#')) {
-        KIT_String text(line.buffer());
-        const int count = text.parseInPlace(words, theMostFields, "\"'");
-        if (count == fields - 1) {
+    KIT_WorkBuffer text;
+    while (is.getNonCommentLine(text, '#')) {
+        const Line line = takeApart(myKind, text.buffer());
+        if (line.separatorFlag) {
             myRows.push_back(std::make_unique<ZEL_Name>());
             myRows.back()->setAsSeparator();
-        } else if (count == fields) {
-            token.clear();
-            token.append(words[0]);
-            for (int i = 1; i < fields - 1; ++i) {
-                token.append(' ');
-                token.append(words[i]);
-            }
-            addRow(token.buffer(), words[fields - 1]);
+        } else if (line.rowFlag) {
+            addRow(line.token.c_str(), line.label.c_str());
         }
     }
 }

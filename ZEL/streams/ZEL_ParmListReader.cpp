@@ -67,12 +67,14 @@ std::string withName(std::string text, const char *separator, const char *name)
     return text;
 }
 
-void missingToken(const char *token, const char *name,
+void missingToken(const char *token, const char *name, bool astray,
                   KIT_MessageSource::Word word = KIT_MessageSource::Word::NEXT)
 {
     const std::shared_ptr<KIT_MessageDetail> detail = KIT_MessageSource::makeDetail(word);
     if (detail) {
         detail->expected = {token};
+        detail->followsFlag = astray;
+        detail->endsFlag = true;
     }
     KITgetErrorManager().add(ZEL_ERROR_CATEGORY, ZEL_ERR_TOKEN_MISSING,
                              withName(token, " ", name).c_str(), KIT_ERROR_ABORT, detail);
@@ -80,7 +82,8 @@ void missingToken(const char *token, const char *name,
 
 } // namespace
 
-void ZEL_ParmListReader::unknownParm(const KIT_WorkBuffer &token, const std::string &text) const
+void ZEL_ParmListReader::unknownParm(const KIT_WorkBuffer &token, const std::string &text,
+                                     bool astray) const
 {
     // Folder parameters that every old scene contains and no list has.
     const std::string_view view = token.view();
@@ -89,6 +92,7 @@ void ZEL_ParmListReader::unknownParm(const KIT_WorkBuffer &token, const std::str
         const std::shared_ptr<KIT_MessageDetail> detail = KIT_MessageSource::makeDetail();
         if (detail) {
             addNearest(token.view(), *detail);
+            detail->followsFlag = astray;
         }
         KITgetErrorManager().add(ZEL_ERROR_CATEGORY, ZEL_ERR_UNKNOWN_PARM, text.c_str(),
                                  KIT_ERROR_WARNING, detail);
@@ -320,7 +324,7 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
 {
     for (const char *token : {"{", "version"}) {
         if (!is.checkToken(token)) {
-            missingToken(token, myName);
+            missingToken(token, myName, false);
             return Result::ABANDONED;
         }
     }
@@ -336,6 +340,7 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
     KIT_WorkBuffer word;
     while (is.getNonCommentWord(name, theListComment) && name != theListEnd) {
         mySource->setSubject(name);
+        mySource->setOpening(name, "the entry begins here");
         ZEL_Parm *parm = findListed(name);
         if (!parm) {
             word.clear();
@@ -346,13 +351,14 @@ ZEL_ParmListReader::Result ZEL_ParmListReader::readText(KIT_IStream &is)
             failed = !parm->load(is) || failed;
             continue;
         }
-        unknownParm(word, word.buffer());
+        const bool astray = failed && KITgetErrorSeverity() >= KIT_ERROR_ABORT;
+        unknownParm(word, word.buffer(), astray);
         if (!is.getWord(word)) {
             failed = true;
             break;
         }
         if (!opensGroup(word.view())) {
-            missingToken("(", myName, KIT_MessageSource::Word::LAST);
+            missingToken("(", myName, astray, KIT_MessageSource::Word::LAST);
             return Result::ABANDONED;
         }
         // After a failure it is unknown where bodies end: nothing is skipped, and the tokens

@@ -57,7 +57,9 @@ private:
     Result readBinary(KIT_IStream &is);
     bool readPacket(KIT_IStream &is, int packetId);
     bool readTextParm(KIT_IStream &is);
-    void unknownParm(const KIT_WorkBuffer &token, const std::string &text) const;
+    /// `astray` is after a body whose end wasn't found: the token may be no name.
+    void unknownParm(const KIT_WorkBuffer &token, const std::string &text,
+                     bool astray = false) const;
     void addNearest(std::string_view name, KIT_MessageDetail &detail) const;
 
     ZEL_ParmList &myList;

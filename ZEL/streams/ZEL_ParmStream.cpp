@@ -187,8 +187,8 @@ private:
                 myStream.getLine(rest);
                 comment += rest.view();
             }
-            if ((!kindFlag || !takeKinds(rest.view())) && myTo.myComment.empty()) {
-                myTo.myComment = std::move(comment);
+            if (!kindFlag || !takeKinds(rest.view())) {
+                myTo.myComments.push_back(std::move(comment));
             }
         }
         return false;

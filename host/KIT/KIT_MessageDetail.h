@@ -76,6 +76,9 @@ struct KIT_API KIT_MessageDetail
     std::vector<std::string> expected;          ///< the words that could be there
     std::string hint;                           ///< a sentence that helps, in addition to the text
     std::vector<KIT_MessageFix> fixes;          ///< alternatives, the likeliest first
+    /// An earlier mistake led to it: whoever tells each mistake once leaves it out.
+    bool followsFlag = false;
+    bool endsFlag = false; ///< what comes after it isn't read
 
     /// Calls `change` for every place in it.
     template <class Change>

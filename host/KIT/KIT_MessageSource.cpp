@@ -131,19 +131,25 @@ std::shared_ptr<KIT_MessageDetail> KIT_MessageSource::describe(Word word) const
 {
     constexpr std::size_t theLongestFound = 80;
     auto detail = std::make_shared<KIT_MessageDetail>();
+    // First the openings, which come before the word, so that lines are counted once.
+    for (const KIT_MessageSource *source = this; source; source = source->myOuter) {
+        if (source->myOpening.data()) {
+            source->setPlace(source->myOpening, detail->related.emplace_back().place);
+            detail->related.back().text = source->myOpeningText;
+        }
+    }
     const std::string_view found = findWord(word);
     setPlace(found, detail->place);
+    const auto tellsNothing = [&](const KIT_MessageRelated &one) {
+        return one.place.line == detail->place.line && one.place.line != 0;
+    };
+    detail->related.erase(
+        std::remove_if(detail->related.begin(), detail->related.end(), tellsNothing),
+        detail->related.end());
     detail->found = found.substr(0, theLongestFound);
     for (const KIT_MessageSource *source = this; source; source = source->myOuter) {
         if (detail->subject.empty()) {
             detail->subject = source->mySubject;
-        }
-        if (source->myOpening.data()) {
-            KIT_MessagePlace place;
-            source->setPlace(source->myOpening, place);
-            if (place.line != detail->place.line || place.line == 0) {
-                detail->related.push_back({place, source->myOpeningText});
-            }
         }
     }
     return detail;

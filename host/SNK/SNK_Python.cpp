@@ -17,6 +17,7 @@ std::atomic<bool> theEnabledFlag{true};
 std::atomic<SNK_TracebackHandler> theHandler{nullptr};
 std::atomic<void *> theHandlerData{nullptr};
 thread_local SNK_EvaluationScope *theScope = nullptr;
+thread_local const SNK_TracebackScope *theTracebacks = nullptr;
 
 } // namespace
 
@@ -40,6 +41,10 @@ void SNKdisplayPythonTraceback(const char *header, const char *detail)
     }
     header = header ? header : "";
     detail = detail ? detail : "";
+    if (theTracebacks) {
+        theTracebacks->show(header, detail);
+        return;
+    }
     if (const SNK_TracebackHandler handler = theHandler.load(std::memory_order_acquire)) {
         handler(theHandlerData.load(std::memory_order_relaxed), header, detail);
         return;
@@ -56,6 +61,17 @@ void SNKsetTracebackHandler(SNK_TracebackHandler handler, void *data)
 {
     theHandlerData.store(data, std::memory_order_relaxed);
     theHandler.store(handler, std::memory_order_release);
+}
+
+SNK_TracebackScope::SNK_TracebackScope(SNK_TracebackHandler handler, void *data)
+    : myHandler(handler), myData(data), myOuter(theTracebacks)
+{
+    theTracebacks = this;
+}
+
+SNK_TracebackScope::~SNK_TracebackScope()
+{
+    theTracebacks = myOuter;
 }
 
 bool SNKisPythonBuiltIn()

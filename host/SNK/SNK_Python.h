@@ -38,6 +38,23 @@ using SNK_TracebackHandler = void (*)(void *data, const char *header, const char
 /// Null, the default, writes both texts to the standard error stream. Call it while no code runs.
 KIT_API void SNKsetTracebackHandler(SNK_TracebackHandler handler, void *data);
 
+/// While it exists this handler has the tracebacks of its thread, whatever the application's is. Scopes nest.
+class KIT_API SNK_TracebackScope
+{
+public:
+    SNK_TracebackScope(SNK_TracebackHandler handler, void *data);
+    ~SNK_TracebackScope();
+    SNK_TracebackScope(const SNK_TracebackScope &) = delete;
+    SNK_TracebackScope &operator=(const SNK_TracebackScope &) = delete;
+
+    void show(const char *header, const char *detail) const { myHandler(myData, header, detail); }
+
+private:
+    SNK_TracebackHandler myHandler;
+    void *myData;
+    const SNK_TracebackScope *myOuter;
+};
+
 /// Whether the library was built with Python.
 KIT_API bool SNKisPythonBuiltIn();
 /// Whether this library has requested the interpreter and got it.

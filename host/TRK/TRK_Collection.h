@@ -114,8 +114,8 @@ public:
     bool save(std::ostream &stream, bool binary = false) const;
     /// Reads what save wrote, exactly to its closing brace. A channel of the same name takes the
     /// contents read, others stay. For a malformed text it reports a message with the line, returns
-    /// false and keeps what was read up to there.
-    bool load(KIT_IStream &stream);
+    /// false and keeps what was read up to there. Comments aren't kept; they are added to `comments`, with their marks.
+    bool load(KIT_IStream &stream, std::vector<std::string> *comments = nullptr);
 
     /// Replaces a text in all expressions; returns the number of replacements.
     int changeString(const char *from, const char *to, bool wholeWord);

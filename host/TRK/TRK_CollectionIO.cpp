@@ -168,8 +168,9 @@ bool TRK_Collection::save(std::ostream &stream, bool binary) const
 class TRK_CollectionReader
 {
 public:
-    TRK_CollectionReader(KIT_IStream &stream, TRK_Collection &collection)
-        : myStream(stream), myCollection(collection), mySource(stream)
+    TRK_CollectionReader(KIT_IStream &stream, TRK_Collection &collection,
+                         std::vector<std::string> *comments)
+        : myStream(stream), myCollection(collection), myComments(comments), mySource(stream)
     {}
 
     bool read();
@@ -224,6 +225,7 @@ private:
 
     KIT_IStream &myStream;
     TRK_Collection &myCollection;
+    std::vector<std::string> *myComments; ///< null: nobody asks
     KIT_MessageSource mySource;
     int64_t myBegin = 0; ///< of the token
     std::unordered_set<std::string> myNames;
@@ -263,10 +265,14 @@ bool TRK_CollectionReader::next()
     int c = myStream.peek();
     while (c == '#' || (c >= 0 && BASisBlank(static_cast<char>(c)))) {
         const bool commentFlag = c == '#';
+        myBegin = myStream.tellg();
         do {
             myStream.get();
             c = myStream.peek();
         } while (commentFlag && c >= 0 && c != '\n');
+        if (commentFlag && myComments) {
+            myComments->emplace_back(word());
+        }
     }
     myHeldFlag = true;
     myBegin = myStream.tellg();
@@ -619,11 +625,11 @@ void TRK_CollectionReader::store(const Data &data)
     channel->setChanged(true, 0);
 }
 
-bool TRK_Collection::load(KIT_IStream &stream)
+bool TRK_Collection::load(KIT_IStream &stream, std::vector<std::string> *comments)
 {
     if (!stream.isBinary()) {
         stream.skipByteOrderMark();
-        return TRK_CollectionReader(stream, *this).read();
+        return TRK_CollectionReader(stream, *this, comments).read();
     }
     const KIT_MessageSource source(stream);
     std::string_view text;
@@ -632,5 +638,5 @@ bool TRK_Collection::load(KIT_IStream &stream)
         return false;
     }
     KIT_IStream inner(text.data(), text.size(), KIT_IStream::TEXT);
-    return TRK_CollectionReader(inner, *this).read();
+    return TRK_CollectionReader(inner, *this, comments).read();
 }

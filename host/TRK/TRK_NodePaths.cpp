@@ -58,6 +58,17 @@ std::string asWord(const std::string &path)
     return path.find('/') == std::string::npos || path[0] == '~' ? "./" + path : path;
 }
 
+/// The name in front of a place, with those that it is a part of: "vmr.ch".
+std::string_view functionBefore(std::string_view source, std::size_t place)
+{
+    std::size_t begin = source.find_last_not_of(theBlanks, place - 1) + 1;
+    const std::size_t end = begin;
+    while (begin > 0 && (isWordByte(source[begin - 1]) || source[begin - 1] == '.')) {
+        --begin;
+    }
+    return source.substr(begin, end - begin);
+}
+
 class Finder
 {
 public:
@@ -72,6 +83,8 @@ public:
     void readText(const TRK_Literal &literal, bool isOfPaths = false);
     /// Whether all of the source is one literal.
     bool isOneLiteral(Kind kind, TRK_Literal &literal);
+    /// The names of parameters without a path are given to `call`.
+    void setNameCall(const TRK_NodePaths::NameCall &call) { myNameCall = &call; }
     const TRK_NodePaths::Result &getResult() const { return myResult; }
     /// The source with all changes.
     std::string write();
@@ -85,6 +98,7 @@ private:
     bool isPrefix(std::string_view word) const;
     bool findEnd(TRK_Literal &literal, std::size_t end);
     void readArgument(const TRK_Literal &literal, Argument argument);
+    void readName(const TRK_LiteralValue &value, const TRK_Literal &literal);
     void readParm(const TRK_LiteralValue &value, std::vector<TRK_LiteralChange> &changes);
     void readReference(const TRK_LiteralValue &value, std::vector<TRK_LiteralChange> &changes);
     void change(const TRK_LiteralValue &value, const std::vector<TRK_LiteralChange> &changes);
@@ -95,6 +109,8 @@ private:
     const TRK_NodePaths::Part myPart;
     std::vector<TRK_LiteralEdit> myEdits;
     TRK_NodePaths::Result myResult;
+    const TRK_NodePaths::NameCall *myNameCall = nullptr;
+    std::string_view myFunction; ///< whose argument is read, with the module: "vmr.ch"
     int myFields = 0;
 };
 
@@ -150,6 +166,7 @@ std::size_t Finder::scan(Kind kind, std::size_t place, std::size_t end, char out
         depth += c == '{' ? 1 : 0;
         if (!BASisBlank(c)) {
             argument = c == '(' ? argumentOf(name, kind) : Argument::NONE;
+            myFunction = argument == Argument::NONE ? myFunction : functionBefore(mySource, place);
             name = {};
         }
         ++place;
@@ -215,6 +232,10 @@ void Finder::readArgument(const TRK_Literal &literal, Argument argument)
         return;
     }
     const TRK_LiteralValue value(mySource, literal, myCollection);
+    if (myNameCall) {
+        readName(value, literal);
+        return;
+    }
     std::vector<TRK_LiteralChange> changes;
     if (myPart == TRK_NodePaths::Part::ALL) {
         readReference(value, changes);
@@ -229,6 +250,17 @@ void Finder::readArgument(const TRK_Literal &literal, Argument argument)
         }
     }
     change(value, changes);
+}
+
+void Finder::readName(const TRK_LiteralValue &value, const TRK_Literal &literal)
+{
+    const std::size_t next = skipBlanks(literal.after);
+    const bool readFlag = myFunction == "vmr.ch" || myFunction == "vmr.chs" ||
+                          (myFunction == "vmr.parm" && at(skipBlanks(next + 1)) == '.');
+    if (readFlag && at(next) == ')' && value.isPlain(0, value.text.size()) &&
+        value.text.find('/') == std::string::npos) {
+        (*myNameCall)(literal.begin, literal.end, value.text);
+    }
 }
 
 void Finder::readParm(const TRK_LiteralValue &value, std::vector<TRK_LiteralChange> &changes)
@@ -377,6 +409,20 @@ TRK_NodePaths::Result TRK_NodePaths::forEach(std::string &text, Form form,
     }
     text.swap(written);
     return result;
+}
+
+void TRK_NodePaths::forEachPythonName(const std::string &text, const NameCall &call)
+{
+    const Call none;
+    Finder finder(text, nullptr, none, Part::ALL);
+    finder.setNameCall(call);
+    finder.scan(Kind::PYTHON, 0, text.size());
+}
+
+bool TRK_NodePaths::refersToParm(std::string_view function)
+{
+    return argumentOf(function, Kind::NATIVE) == Argument::PARM ||
+           argumentOf(function, Kind::PYTHON) == Argument::PARM;
 }
 
 bool TRK_NodePaths::hasExpression(const char *text)

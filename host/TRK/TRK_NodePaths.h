@@ -25,8 +25,10 @@
 #include <BAS/BAS_API.h>
 #include <TRK/TRK_Types.h>
 
+#include <cstddef>
 #include <functional>
 #include <string>
+#include <string_view>
 
 class TRK_Collection;
 
@@ -70,6 +72,14 @@ public:
     /// are known if \p collection, which may be null, or the process knows them.
     static Result forEach(std::string &text, Form form, const TRK_Collection *collection,
                           const Call &call, Part part = Part::NODE);
+    /// A name of a parameter of the own node, at the bytes [begin, end) of the text.
+    using NameCall =
+        std::function<void(std::size_t begin, std::size_t end, const std::string &name)>;
+    /// Calls \p call for each literal name without a path that code in Python reads by `vmr.ch`, `vmr.chs` or
+    /// `vmr.parm`; of the last, which may be None, only where something is called of the result.
+    static void forEachPythonName(const std::string &text, const NameCall &call);
+    /// Whether the first argument of a function, of the expression language or in Python, refers to a parameter.
+    static bool refersToParm(std::string_view function);
     /// Whether a literal text has an expression in backticks.
     static bool hasExpression(const char *text);
 };

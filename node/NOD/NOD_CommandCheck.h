@@ -1,5 +1,5 @@
 /// \file NOD_CommandCheck.h
-/// Reads a file of dialog commands for its mistakes: those of every command, where reading one ends at the first.
+/// Reads a file of dialog commands, and tells its mistakes: those of every command, where reading one ends at the first.
 ///
 /// Threads:    as making an interface.
 /// Errors:     each mistake is a message with a detail, in the order of the file, as NODcheckScript tells those of a
@@ -14,10 +14,18 @@
 #pragma once
 
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_Interface.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 
+class DS_CommandList;
 class NOD_Report;
 
+/// Never null; the report has errors for what could not be read: with the check's messages for the reader's, if it finds
+/// mistakes too.
+NOD_API std::unique_ptr<DS_CommandList>
+NODreadCommands(std::string_view text, const std::string &name, NOD_Report &report,
+                NOD_Interface::Includes includes = NOD_Interface::Includes::ANY);
 NOD_API bool NODcheckCommands(std::string_view text, const std::string &name, NOD_Report &report);

@@ -48,7 +48,8 @@ struct NOD_API NOD_Conflict
         BOTH_MOVED,      ///< or renamed
         NAME_TAKEN, ///< two nodes came to one name: the one that doesn't stand has a number behind its name
         UNDER_REMOVED, ///< put below a node that the other side removed
-        IN_EACH_OTHER  ///< two nodes, each moved into the other one
+        IN_EACH_OTHER, ///< two nodes, each moved into the other one
+        REFERENCE_LOST ///< an expression refers to what the merged state hasn't
     };
 
     Kind kind = Kind::BOTH_CHANGED;

@@ -24,5 +24,6 @@ struct NOD_API NOD_DifferenceLine
 /// `top` is the new state, which tells whether a parameter has one component or several; null counts as several.
 NOD_API std::vector<NOD_DifferenceLine> NODdifferenceLines(const NOD_Difference &difference,
                                                            const NOD_Record *top);
-/// A line for each group with the numbers of what was added, removed, changed and moved, and one for all.
+/// A line for each group with the numbers of what was added, removed, changed, renamed and moved, and one for
+/// all.
 NOD_API std::vector<NOD_DifferenceLine> NODdifferenceStat(const NOD_Difference &difference);

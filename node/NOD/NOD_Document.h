@@ -15,6 +15,7 @@
 
 #include <NOD/NOD_API.h>
 #include <NOD/NOD_Conflict.h>
+#include <NOD/NOD_FileLoss.h>
 #include <NOD/NOD_FileOptions.h>
 #include <NOD/NOD_Record.h>
 #include <NOD/NOD_ValueFile.h>
@@ -37,7 +38,7 @@ struct NOD_API NOD_DocumentOptions
     std::shared_ptr<const NOD_Interface> interface;
     /// Of nodes whose interfaces a scene file leaves to the application, by their type names.
     std::map<std::string, std::shared_ptr<const NOD_Interface>> interfaces;
-    NOD_LoadOptions load; ///< of scene and node files
+    NOD_LoadOptions load; ///< of scene and node files; its `scripts` also of what a script includes
     /// A file of any kind is what it makes of a node of the interface.
     bool asNode = false;
 };
@@ -68,6 +69,8 @@ public:
     NOD_FileKind getKind() const { return myKind; }
     bool isBinary() const { return myBinaryFlag; }
     const NOD_Record &getTop() const { return *myTop; }
+    /// What of the file isn't in the records, and so not in what is written.
+    const std::vector<NOD_FileLoss> &getLosses() const { return myLosses; }
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -84,9 +87,13 @@ public:
     /// script. Comments that wouldn't be read as such are left out.
     bool write(std::string &bytes, const std::vector<NOD_Conflict> &notes,
                NOD_Report &report) const;
-    /// Gives a node, or a scene, the state: as one step of undo, or as a load does.
+    /// Gives a node the state, as one step of undo.
     bool give(NOD_Node &node, NOD_Report &report);
-    bool give(NOD_Scene &scene, NOD_Report &report);
+    /// The same of a scene: nodes stay the objects that they are, renamed and moved ones too, and those that differ are
+    /// edited. Interfaces that the scene's nodes have aren't read again; the options are for others. The current
+    /// time follows, too, but is no part of the step. False with the scene as it was, but within an open block with what was
+    /// done until the error.
+    bool give(NOD_Scene &scene, const NOD_LoadOptions &options, NOD_Report &report);
     ///@}
 
 private:
@@ -110,5 +117,6 @@ private:
     bool myBinaryFlag = false;
     bool myTakenApartFlag = false; ///< a text of which the records have all
     std::unique_ptr<NOD_Record> myTop;
+    std::vector<NOD_FileLoss> myLosses;
     std::shared_ptr<NOD_NodeRecords> myNodes;
 };

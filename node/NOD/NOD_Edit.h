@@ -34,11 +34,13 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 class NOD_Node;
 class NOD_Scene;
 class NOD_UndoStack;
 class ZEL_Parm;
+struct TRK_FullKey;
 
 class NOD_API NOD_Edit
 {
@@ -101,6 +103,13 @@ public:
     bool key(NOD_Node &node, std::string_view name, double time, std::string_view text);
     /// The last key stays: removeChannel() makes a constant of it.
     bool removeKey(NOD_Node &node, std::string_view name, double time);
+    /// The same of several at once.
+    bool removeKeys(NOD_Node &node, std::string_view name, const std::vector<double> &times);
+    /// Keys of numbers instead of those that there are, of which nothing is left; without any the component keeps the
+    /// value that it has now. Of keys with the same time the last one counts.
+    bool replaceKeys(NOD_Node &node, std::string_view name, const std::vector<TRK_FullKey> &keys);
+    /// More keys of numbers, or other ones at their times. Of an integer their values are rounded.
+    bool putKeys(NOD_Node &node, std::string_view name, const std::vector<TRK_FullKey> &keys);
     /// False also where there is a key already.
     bool moveKey(NOD_Node &node, std::string_view name, double time, double newTime);
     bool expression(NOD_Node &node, std::string_view name, std::string_view text,

@@ -7,7 +7,11 @@
 
 #include <NOD/NOD_API.h>
 
+#include <map>
+#include <memory>
 #include <string>
+
+class NOD_Interface;
 
 struct NOD_API NOD_SaveOptions
 {
@@ -53,4 +57,6 @@ struct NOD_API NOD_LoadOptions
     int nodeMegabytes = 0;
     /// As in NOD_SaveOptions, where a stream is read; without it relative paths are of the current folder.
     std::string folder;
+    /// What interfaces of the file are, by the names that its sections have for them: these aren't read.
+    std::map<std::string, std::shared_ptr<const NOD_Interface>> interfaces;
 };

@@ -97,6 +97,8 @@ public:
     const ZEL_ScriptPage *getPage() const { return myPage.get(); }
     /// Parameters, those of blocks once; folders don't count.
     int getParmCount() const;
+    /// Their tokens in the order of the script, in items with the `#`.
+    std::vector<std::string> getParmNames() const;
     /// A literal path of a node in the interface itself: in a condition, menu script, callback or default.
     struct NodePath
     {

@@ -16,8 +16,9 @@
 ///
 /// Items, nodes and spare parameters that both sides added at one place are both there, ours first. Equal edits are
 /// one. Where only the order of a file's entries differs, nothing is told. Counts of blocks are those of
-/// the items that there are, and channels of items follow their parameters to the numbers that they have at last, as do expressions
-/// that refer to these: not those of other nodes.
+/// the items that there are, and channels of items follow their parameters to the numbers that they have at last, as do
+/// expressions that refer to these, also by a path of a node of the same file. One that refers to an item which isn't
+/// there at last is a conflict, in which the text stands that somebody has.
 #pragma once
 
 #include <NOD/NOD_API.h>
@@ -54,6 +55,10 @@ public:
     ///@{
     std::unique_ptr<NOD_Record> merge(const NOD_Record &base, const NOD_Record &ours,
                                       const NOD_Record &theirs);
+    /// The bytes that a merge of three files gives whatever is in them: two are equal, and the result needs no other
+    /// form. Null if they must be read.
+    static const std::string *withoutReading(const std::string &base, const std::string &ours,
+                                             const std::string &theirs);
     /// Of the last one.
     const Conflicts &getConflicts() const { return myConflicts; }
     /// Those that neither a policy nor a person decided.

@@ -18,8 +18,9 @@
 /// Cost:       linear in the node; with steps that of a copy of it.
 ///
 /// What renewParms does, and in addition: what is renamed goes over with channels, locks and aliases, a block
-/// with its items; a locked parameter keeps lock and value, also one at its default; an entry of a menu is found by its token, wherever it is in the new menu. What expressions
-/// say of names stays as it is written: one that reads a name that is gone fails, and is then told as changed.
+/// with its items; a locked parameter keeps lock and value, also one at its default; an entry of a menu is found by its token, wherever it is in the new menu. References to a
+/// renamed parameter get its present name, in all nodes of the tree; one to a name that is gone fails, and is then told
+/// as changed.
 /// NOD_MigrationStep.h has what else a step can do; NOD_MigrationWalk.h goes through the versions of a map.
 #pragma once
 
@@ -29,11 +30,13 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 class NOD_Interface;
 class NOD_MigrationMap;
 class NOD_Node;
+class NOD_ParmRenames;
 class NOD_Report;
 class ZEL_Template;
 
@@ -94,6 +97,9 @@ public:
              NOD_Report &report);
     /// Of an array, borrowed as by NOD_Node::renewParms.
     bool run(NOD_Node &node, ZEL_Template *templates, double time, NOD_Report &report);
+    /// Of many nodes at once: what other nodes say of names is only gathered, to be rewritten in one pass. Borrowed;
+    /// null: it is rewritten with each node.
+    void setRenames(NOD_ParmRenames *renames) { myRenames = renames; }
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -112,8 +118,12 @@ private:
     template <class Renew>
     bool run(NOD_Node &node, const ZEL_Template *templates, double time, NOD_Report &report,
              const Renew &renew);
+    void keep(NOD_MigrationStep step);
     bool checkNames(NOD_Node &node, const ZEL_Template *templates, NOD_Report &report) const;
 
     std::vector<NOD_MigrationStep> mySteps;
+    NOD_ParmRenames *myRenames = nullptr;
+    std::unordered_map<std::string, std::string> myPresentNames; ///< of renames, by the former name
+    std::unordered_map<std::string, std::string> myFormerNames;
     Entries myEntries;
 };

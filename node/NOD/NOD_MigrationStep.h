@@ -69,6 +69,8 @@ struct NOD_API NOD_MigrationStep
     {
         return kind == Kind::RETYPE || kind == Kind::UNIT || kind == Kind::MENU;
     }
+    /// Of which a parameter has one at most.
+    bool isMove() const { return !isValueStep() && kind != Kind::FREEZE; }
     /// Whether a token of the former version is one of a source's; the place of that source, -1 for none.
     int findSource(const std::string &token) const;
     /// The target with the numbers that the token has in the source; the token itself without targets.

@@ -20,6 +20,7 @@
 class NOD_Interface;
 class NOD_MigrationMap;
 class NOD_Node;
+class NOD_ParmRenames;
 class NOD_Report;
 
 class NOD_API NOD_MigrationWalk
@@ -34,6 +35,8 @@ public:
 
     /// With it what can't be undone on the way down is left out, with a warning.
     void setAllowLoss(bool allow) { myAllowLossFlag = allow; }
+    /// As NOD_Migration::setRenames().
+    void setRenames(NOD_ParmRenames *renames) { myRenames = renames; }
     /// From the version that the node is of, as one step of undo; the node says then which one it is
     /// (NOD_Node::getTypeVersion). The map's scripts are loaded, those of the versions
     /// on the way at least. With `last` the node gets that interface in place of the last version's.
@@ -49,6 +52,7 @@ public:
 private:
     bool plan(const NOD_MigrationMap &map, int from, int to, NOD_Report &report);
 
+    NOD_ParmRenames *myRenames = nullptr;
     bool myAllowLossFlag = false;
     bool myLossFlag = false;
     std::vector<Stage> myStages;

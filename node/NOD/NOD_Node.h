@@ -278,6 +278,8 @@ private:
     NOD_Node *adopt(const char *name, NOD_NodeSeed seed);
     /// Another node with all that this one has, but for its children.
     NOD_Node *copyTo(NOD_Node &parent, const char *name);
+    /// To a node of the same interface, as it was made.
+    void copyContents(NOD_Node &copy);
     std::unique_ptr<NOD_Node> takeChild(const NOD_Node &child);
     std::unique_ptr<ZEL_ParmList> makeList(const NOD_NodeSeed &seed, bool buildDefaults);
     void renew(const NOD_NodeSeed &seed);

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_FileLoss.h>
 
 #include <iosfwd>
 #include <string>
@@ -17,6 +18,10 @@
 class NOD_Node;
 class NOD_Report;
 
+/// Whether a preset of these parameters has all that was loaded and set (NOD_ValueFile::checkCarried).
+NOD_API bool NODcheckPreset(NOD_Node &node, const std::vector<std::string> &only,
+                            const std::vector<NOD_FileLoss> &losses, const NOD_LossRule &rule,
+                            NOD_Report &report);
 /// Writes a preset of these parameters and of their channels; of everything, what ZEL_PresetInfo writes.
 NOD_API bool NODsavePreset(NOD_Node &node, const std::vector<std::string> &only, std::ostream &os,
                            NOD_Report &report);

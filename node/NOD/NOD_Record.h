@@ -89,6 +89,8 @@ public:
     /// Of the bytes. Equal bytes of one form have equal parts, others may.
     virtual std::uint64_t getHash() const = 0;
     virtual bool isSame(const NOD_ClosedParts &other) const = 0;
+    /// Whether the bytes may have an expression that refers to a parameter.
+    virtual bool mayRefer() const { return true; }
 };
 
 class NOD_API NOD_Record

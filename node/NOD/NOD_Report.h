@@ -41,7 +41,8 @@ public:
     /// `subject` may be empty.
     void error(const std::string &subject, const std::string &text);
     void warning(const std::string &subject, const std::string &text);
-    /// Moves what a manager holds to the end; `file` and `subject` are given to those without a place.
+    /// Moves what a manager holds to the end, but for what an earlier mistake led to; `file` and `subject` are given
+    /// to those without a place.
     void take(KIT_ErrorManager &manager, const std::string &file, const std::string &subject);
     /// Appends another report's messages.
     void append(const NOD_Report &other);
@@ -51,12 +52,18 @@ public:
     bool isEmpty() const { return myMessages.empty(); }
     bool hasErrors() const { return myErrors != 0; }
     int getErrorCount() const { return myErrors; }
+    /// Whether a value that was set is lost or changed by what was done, which warnings tell.
+    bool hasLoss() const { return myLossFlag; }
+    void noteLoss() { myLossFlag = true; }
     /// A line for each message.
     std::string asText() const;
 
 private:
+    void addEnd(const KIT_MessageDetail &end);
+
     std::vector<NOD_Message> myMessages;
     int myErrors = 0;
+    bool myLossFlag = false;
 };
 
 /// Collects what the libraries below report on the calling thread while it lives, with details, and moves

@@ -74,6 +74,8 @@ public:
     bool rename(NOD_Node &node, const std::string &name, NOD_Report &report);
     /// To the end of another parent's children, which may not be the node or below it.
     bool move(NOD_Node &node, NOD_Node &parent, NOD_Report &report);
+    /// The same to a place among the children, which it may be one of: from 0, beyond the last one to the end.
+    bool move(NOD_Node &node, NOD_Node &parent, std::size_t place, NOD_Report &report);
     /// A copy with its children, as the last child of `parent`. Copies refer to each other where their
     /// originals do, and to the originals' targets elsewhere.
     NOD_Node *copy(NOD_Node &node, NOD_Node &parent, const std::string &name, NOD_Report &report);
@@ -84,6 +86,8 @@ public:
     /// A scene as a new one is: without nodes, variables and what the root has, the time as at the start.
     /// Interfaces stay.
     void clear();
+    /// A copy of another scene, with its nodes, time, interfaces and maps. Nothing else stays; undo begins anew.
+    void copyFrom(NOD_Scene &other);
     /// The name if the parent has no child of that name, else with the first number after it that makes
     /// it free: "light", "light1". For the thread that changes the scene.
     static std::string freeName(const NOD_Node &parent, const std::string &name);

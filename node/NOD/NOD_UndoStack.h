@@ -156,7 +156,7 @@ private:
     bool isRecording() const { return myDepth > 0 && !myRestoringFlag && myPauses == 0; }
     /// Of the tree and the scene, before it happens.
     void nodeAdded(NOD_Node &node);
-    void nodeMoves(NOD_Node &node, NOD_Node *parent, const std::string &name);
+    void nodeMoves(NOD_Node &node, NOD_Node *parent, std::size_t place, const std::string &name);
     void nodeRemoved(std::unique_ptr<NOD_Node> node);
     void textsChange(NOD_Node &node);
     void settingsChange();

@@ -11,6 +11,7 @@
 #pragma once
 
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_FileLoss.h>
 
 #include <cstddef>
 #include <functional>
@@ -26,6 +27,8 @@ class NOD_Report;
 class NOD_Scene;
 class NOD_SectionFile;
 class ZEL_Parm;
+
+using NOD_ParmTest = std::function<bool(const ZEL_Parm &)>;
 
 enum class NOD_FileKind
 {
@@ -80,10 +83,10 @@ public:
     /// channels the node hasn't: they are in a file of their own, which comes first.
     bool apply(NOD_Node &node, NOD_Report &report) const;
     /// All of them, up to the first that can't be used. Values may refer to channels, so channel files come first;
-    /// a plain value removes its channel, so they come again after the others: what they animate is animated. The
-    /// names of those that anything was reported of are added to `partly`.
+    /// a plain value removes its channel, so they come again after the others: what they animate is animated. What a
+    /// file has and the node now hasn't, as where anything was reported, is added to `losses`.
     static bool applyAll(const std::vector<NOD_ValueFile> &files, NOD_Node &node,
-                         std::vector<std::string> &partly, NOD_Report &report);
+                         std::vector<NOD_FileLoss> &losses, NOD_Report &report);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -110,12 +113,12 @@ public:
     /// What the form has no place for: of a channel file, parameters with a value that isn't their default
     /// and no channel; of a stream, stray channels.
     static std::vector<std::string> findLeftOut(NOD_Node &node, Form form);
-    /// Whether what is written has all that was loaded and set: else false, with an error for each loss, which
-    /// ends in `offer`: what a person can do about it, "" for nothing. `partlyLoaded` is a file that apply()
-    /// reported anything of, "" for none; a preset has no form.
+    /// Whether what is written has all that was loaded and set, or losses are allowed: else false, with an error for
+    /// each loss. `losses` are those of applyAll(); a preset has no form, and may be of the parameters that count
+    /// alone. save() warns of what isn't told here.
     static bool checkCarried(NOD_Node &node, std::optional<Form> form,
-                             const std::string &partlyLoaded, const std::string &offer,
-                             NOD_Report &report);
+                             const std::vector<NOD_FileLoss> &losses, const NOD_LossRule &rule,
+                             NOD_Report &report, const NOD_ParmTest &counts = {});
     /// False, with an error, for what the form can't hold: a stream with such a name isn't written. A
     /// warning each: channels that a stream refers to, what findLeftOut finds, aliases, spare parameters.
     static bool save(NOD_Scene &scene, NOD_Node &node, Form form, std::ostream &os,
@@ -135,8 +138,3 @@ private:
     std::string mySection; ///< "" for none
     std::string myBytes;
 };
-
-/// Second names of channels that aren't there, of the parameters that count, or all: neither a channel file
-/// nor a preset has them.
-NOD_API std::vector<std::string>
-NODaliasesWithoutChannel(NOD_Node &node, const std::function<bool(const ZEL_Parm &)> &counts = {});

@@ -1,15 +1,15 @@
 #include "PYZ_Arrays.h"
 
 #include "PYZ_Edit.h"
+#include "PYZ_Keys.h"
 #include "PYZ_Value.h"
 
 #include <EVL/EVL.h>
 #include <NOD/NOD_Address.h>
+#include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/NOD_Sampler.h>
-#include <TRK/TRK_Channel.h>
 #include <TRK/TRK_FullKey.h>
 #include <ZEL/ZEL_Parm.h>
-#include <ZEL/ZEL_Range.h>
 
 #include <cmath>
 #include <optional>
@@ -45,20 +45,6 @@ py::object arrayOf(std::unique_ptr<Samples> samples)
 // ---------------------------------------------------------------------- //
 // Numbers from Python
 // ---------------------------------------------------------------------- //
-
-double toNumber(py::handle item, const char *what)
-{
-    const double number = PyUnicode_Check(item.ptr()) ? -1.0 : PyFloat_AsDouble(item.ptr());
-    if (number == -1.0 && (PyUnicode_Check(item.ptr()) || PyErr_Occurred())) {
-        PyErr_Clear();
-        throw py::type_error(std::string(what) + " must be numbers, not " +
-                             Py_TYPE(item.ptr())->tp_name);
-    }
-    if (!std::isfinite(number)) {
-        throw py::value_error(std::string(what) + " must be finite");
-    }
-    return number;
-}
 
 /// Those of an array of float64, without a look at each as an object.
 std::optional<std::vector<double>> fromBuffer(py::handle object, py::ssize_t dimensions,
@@ -97,7 +83,7 @@ std::vector<double> toNumbers(py::handle object, const char *what)
     }
     std::vector<double> numbers;
     for (const py::handle item : py::reinterpret_borrow<py::object>(object)) {
-        numbers.push_back(toNumber(item, what));
+        numbers.push_back(PYZtoNumber(item, what));
     }
     return numbers;
 }
@@ -110,9 +96,9 @@ std::vector<double> toTimes(const NOD_Scene &scene, const py::object &frames,
         throw py::type_error("either frames or times are given");
     }
     if (frames.is_none()) {
-        return toNumbers(times, "times");
+        return toNumbers(times, "a time");
     }
-    std::vector<double> numbers = toNumbers(frames, "frames");
+    std::vector<double> numbers = toNumbers(frames, "a frame");
     for (double &number : numbers) {
         number = scene.frameToTime(number);
     }
@@ -159,20 +145,11 @@ std::string columnName(const NOD_Sampler &sampler, std::size_t column)
 
 [[noreturn]] void raiseFault(const NOD_Sampler &sampler, const NOD_SampleFault &fault, double frame)
 {
-    NOD_Message message;
-    message.subject = columnName(sampler, fault.column);
-    message.category = "TRK";
-    message.code = fault.number;
     char place[64];
     std::snprintf(place, sizeof place, " at frame %g", frame);
-    message.text =
-        (fault.number != EVL::EVL_OK ? EVL::getErrorText(fault.number) : "it can't be evaluated") +
-        std::string(place) +
-        (fault.count > 1 ? ", and " + std::to_string(fault.count - 1) + " more" : "");
-    NOD_Report report;
-    report.add(message);
-    PYZtell(report, "EvaluationError", false);
-    throw py::error_already_set();
+    PYZraiseEvaluation(
+        columnName(sampler, fault.column), fault.number,
+        place + (fault.count > 1 ? ", and " + std::to_string(fault.count - 1) + " more" : ""));
 }
 
 /// The node that addresses are of, found when nothing changes any more.
@@ -222,7 +199,6 @@ py::list columns(const Find &findBase, const py::object &names)
 // Keys
 // ---------------------------------------------------------------------- //
 
-/// As many values a row as there are components.
 /// Raises where the rows of an array aren't those of the components.
 void checkShape(const py::object &values, std::size_t columns)
 {
@@ -236,54 +212,26 @@ void checkShape(const py::object &values, std::size_t columns)
     }
 }
 
+/// As many values a row as there are components.
 std::vector<double> toValues(const py::object &values, std::size_t columns)
 {
     checkShape(values, columns);
-    if (auto numbers = fromBuffer(values, columns > 1 ? 2 : 1, "values")) {
+    if (auto numbers = fromBuffer(values, columns > 1 ? 2 : 1, "a value")) {
         return std::move(*numbers);
     }
     std::vector<double> numbers;
     for (const py::handle item : values) {
         if (columns == 1) {
-            numbers.push_back(toNumber(item, "values"));
+            numbers.push_back(PYZtoNumber(item, "a value"));
             continue;
         }
-        const std::vector<double> row = toNumbers(item, "values");
+        const std::vector<double> row = toNumbers(item, "a value");
         if (row.size() != columns) {
             throw py::value_error("each row of values has " + std::to_string(columns) + " numbers");
         }
         numbers.insert(numbers.end(), row.begin(), row.end());
     }
     return numbers;
-}
-
-bool setColumn(NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, int index,
-               const std::vector<double> &times, const double *values, std::size_t columns,
-               const KIT_StringHolder &curve)
-{
-    const std::string_view name = parm.getChannelToken(index).view();
-    if (parm.getChannel(index) && !edit.removeChannel(node, name)) {
-        return false;
-    }
-    if (times.empty()) {
-        return true;
-    }
-    if (!edit.key(node, name, times[0], values[0])) {
-        return false;
-    }
-    TRK_Channel *const channel = parm.getChannel(index);
-    const ZEL_Range *const range = parm.getRangePtr();
-    for (std::size_t i = 0; channel && i < times.size(); ++i) {
-        const double value = values[i * columns];
-        TRK_FullKey key;
-        key.time = times[i];
-        key.in.value = key.out.value = range ? range->constrain(value) : value;
-        key.expression = curve;
-        channel->putFullKey(key);
-    }
-    constexpr bool sendEvent = true, updateMulti = true;
-    parm.privateValueChanged(index, sendEvent, updateMulti);
-    return channel != nullptr;
 }
 
 void setKeys(const PYZ_Parm &self, const py::object &values, const py::object &frames,
@@ -300,18 +248,26 @@ void setKeys(const PYZ_Parm &self, const py::object &values, const py::object &f
         throw py::value_error(std::to_string(rows.size()) +
                               " times need values of as many rows of " + std::to_string(width));
     }
+    PYZcheckTimes(rows);
     const std::string text = PYZfromText(expression, "a curve");
     const KIT_StringHolder curve(text.c_str());
     PYZeditParm(self, "Set keys of ",
-                [&](NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
-                    edit.change(node, parm);
+                [&](NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, NOD_Report &report) {
                     bool done = parm.getVectorSize() >= self.getFirst() + int(width);
+                    std::vector<TRK_FullKey> keys(rows.size());
                     for (std::size_t column = 0; done && column < width; ++column) {
-                        done = setColumn(edit, node, parm, self.getFirst() + int(column), rows,
-                                         numbers.data() + column, width, curve);
+                        for (std::size_t i = 0; i < rows.size(); ++i) {
+                            keys[i].time = rows[i];
+                            keys[i].in.value = keys[i].out.value = numbers[i * width + column];
+                            keys[i].expression = curve;
+                        }
+                        const int index = self.getFirst() + int(column);
+                        done = edit.replaceKeys(node, parm.getChannelToken(index).view(), keys);
                     }
                     if (!done) {
                         edit.cancel();
+                    } else if (!rows.empty()) {
+                        NODcheckExpression(text, TRK_LANGUAGE_NATIVE, parm.getToken(), report);
                     }
                     return done;
                 });

@@ -20,48 +20,25 @@ namespace
 using DocumentPtr = std::shared_ptr<NOD_Document>;
 using Side = NOD_MergeSide;
 
-py::object record(const char *name)
-{
-    return py::module_::import("zel.records").attr(name);
-}
-
 // ---------------------------------------------------------------------- //
 // States
 // ---------------------------------------------------------------------- //
 
 /// How states are read, as Python says it.
-struct Reading
+NOD_DocumentOptions optionsOf(const py::object &interface, const py::object &scripts, bool isExact)
 {
     NOD_DocumentOptions options;
-    bool scriptsFlag = true; ///< whether a path may be that of a dialog script
-
-    Reading(const PYZ_Interface *interface, const py::object &scripts, bool isExact)
-    {
-        options.isExact = isExact;
-        options.interface = interface ? interface->interface : nullptr;
-        options.load = PYZloadOptions(scripts);
-        scriptsFlag = !interface && !isExact;
-    }
-};
-
-bool readPath(NOD_Document &document, const std::string &path, const Reading &how,
-              NOD_Report &report)
-{
-    if (how.scriptsFlag && NOD_ValueFile::kindOf(path) == NOD_FileKind::SCRIPT) {
-        const PYZ_InterfacePtr script = NOD_Interface::fromFile(path, report);
-        if (script) {
-            document.take(*script);
-        }
-        return script != nullptr;
-    }
-    return document.read(path, how.options, report);
+    options.isExact = isExact;
+    options.interface = PYZtoInterfaceOrNone(interface);
+    options.load = PYZloadOptions(scripts);
+    return options;
 }
 
 /// The state of anything that has one.
-DocumentPtr documentOf(const py::object &state, const Reading &how)
+DocumentPtr documentOf(const py::object &state, const NOD_DocumentOptions &how)
 {
     const DocumentPtr document = std::make_shared<NOD_Document>();
-    const bool isExact = how.options.isExact;
+    const bool isExact = how.isExact;
     const char *const theClass = "PatchError";
     if (py::isinstance<PYZ_Scene>(state)) {
         NOD_Scene &scene = PYZ_Scene::of(state).get();
@@ -79,13 +56,12 @@ DocumentPtr documentOf(const py::object &state, const Reading &how)
         document->take(*state.cast<const PYZ_Interface &>().interface);
     } else if (PyBytes_Check(state.ptr())) {
         const std::string bytes(state.cast<py::bytes>());
-        PYZchange(nullptr, theClass, [&](NOD_Report &report) {
-            return document->read(bytes, "bytes", how.options, report);
-        });
+        PYZchange(nullptr, theClass,
+                  [&](NOD_Report &report) { return document->read(bytes, "bytes", how, report); });
     } else {
         const std::string path = PYZfromPath(state);
         PYZchange(nullptr, theClass,
-                  [&](NOD_Report &report) { return readPath(*document, path, how, report); });
+                  [&](NOD_Report &report) { return document->read(path, how, report); });
     }
     return document;
 }
@@ -128,7 +104,7 @@ py::object valueOf(const NOD_Value &value)
 
 py::list listChanges(const Difference &self)
 {
-    const py::object change = record("Change");
+    const py::object change = PYZrecord("Change");
     py::list changes;
     for (const NOD_Change &one : self.changes.getChanges()) {
         const auto path = [](const NOD_RecordPath &steps) -> py::object {
@@ -151,7 +127,7 @@ py::str differenceText(const Difference &self)
     return PYZtext(text);
 }
 
-Difference diff(const py::object &left, const py::object &right, const PYZ_Interface *interface,
+Difference diff(const py::object &left, const py::object &right, const py::object &interface,
                 bool exact, const py::object &tolerances, const py::object &scripts)
 {
     NOD_CompareOptions options;
@@ -163,7 +139,7 @@ Difference diff(const py::object &left, const py::object &right, const PYZ_Inter
         NOD_Tolerance::parse(PYZfromText(text, "a tolerance"), options.tolerances.back(), report);
     }
     PYZtell(report, "PatchError", true);
-    const Reading how(interface, scripts, exact);
+    const NOD_DocumentOptions how = optionsOf(interface, scripts, exact);
     const DocumentPtr from = documentOf(left, how);
     const DocumentPtr to = documentOf(right, how);
     checkKinds(*from, *to);
@@ -175,7 +151,7 @@ Difference diff(const py::object &left, const py::object &right, const PYZ_Inter
 
 Difference readPatch(const py::object &text, const py::object &name)
 {
-    const std::string bytes = PYZfromText(text, "a patch");
+    const std::string bytes = PYZfromTextOrBytes(text, "a patch");
     const std::string shown = PYZfromText(name, "a name");
     Difference made;
     PYZchange(nullptr, "PatchError",
@@ -203,27 +179,40 @@ py::object writtenBytes(const NOD_Document &document)
     return py::bytes(bytes);
 }
 
+/// Of a scene, or of a node in it.
+py::object sceneOf(const py::object &state)
+{
+    return py::isinstance<PYZ_Node>(state) ? state.cast<const PYZ_Node &>().getSceneObject()
+                                           : state;
+}
+
+/// As one step of undo.
+void give(const py::object &target, const NOD_LoadOptions &options, NOD_Document &document)
+{
+    const py::object scene = sceneOf(target);
+    NOD_Scene &held = PYZ_Scene::of(scene).get();
+    NOD_Node *const node = scene.is(target) ? nullptr : &target.cast<const PYZ_Node &>().get();
+    PYZchange(&held, "PatchError", [&](NOD_Report &report) {
+        return node ? document.give(*node, report) : document.give(held, options, report);
+    });
+}
+
 /// Changes a scene or a node; of a file the bytes are returned.
-py::object apply(const Difference &self, const py::object &target, const PYZ_Interface *interface)
+py::object apply(const Difference &self, const py::object &target, const py::object &interface,
+                 const py::object &scripts)
 {
     constexpr bool isExact = true;
-    const Reading how(interface, py::bool_(true), isExact);
-    const py::object scene = py::isinstance<PYZ_Node>(target)
-                                 ? target.cast<const PYZ_Node &>().getSceneObject()
-                                 : target;
+    const NOD_DocumentOptions how = optionsOf(interface, scripts, isExact);
+    const py::object scene = sceneOf(target);
     if (!py::isinstance<PYZ_Scene>(scene)) {
         const DocumentPtr document = documentOf(target, how);
         setPatched(*document, self.changes);
         return writtenBytes(*document);
     }
-    NOD_Scene &held = PYZ_Scene::of(scene).get();
-    const PYZ_Changing changing(&held);
+    const PYZ_Changing changing(&PYZ_Scene::of(scene).get());
     const DocumentPtr document = documentOf(target, how);
     setPatched(*document, self.changes);
-    NOD_Node *const node = scene.is(target) ? nullptr : &target.cast<const PYZ_Node &>().get();
-    PYZchange(&held, "PatchError", [&](NOD_Report &report) {
-        return node ? document->give(*node, report) : document->give(held, report);
-    });
+    give(target, how.load, *document);
     changing.raiseKept();
     return target;
 }
@@ -239,6 +228,8 @@ struct Merge
 
     NOD_Merge merge;
     DocumentPtr made;
+    NOD_LoadOptions load;
+    bool nodeFlag = false; ///< ours is a node in memory
 
     std::size_t openCount() const { return merge.getOpenCount(); }
 };
@@ -248,7 +239,7 @@ py::object conflictOf(const NOD_Conflict &conflict)
     const auto side = [](const NOD_ConflictSide &one) -> py::object {
         return one.isThere() ? py::object(PYZtext(one.asText())) : py::none();
     };
-    return record("Conflict")(
+    return PYZrecord("Conflict")(
         NOD_Conflict::getKindName(conflict.kind), PYZtext(NODpathText(conflict.getPath())),
         side(conflict.base), side(conflict.ours), side(conflict.theirs),
         NODmergeSideName(conflict.standing), conflict.isDecided, PYZtext(conflict.asText()));
@@ -284,17 +275,18 @@ NOD_Merge::Chooser chooserOf(const py::object &choose)
 }
 
 std::unique_ptr<Merge> merge(const py::object &base, const py::object &ours,
-                             const py::object &theirs, const PYZ_Interface *interface,
-                             const py::dict &policies, const py::object &choose)
+                             const py::object &theirs, const py::object &interface,
+                             const py::object &policies, const py::object &choose,
+                             const py::object &scripts)
 {
     constexpr bool isExact = true;
-    const Reading how(interface, py::bool_(true), isExact);
+    const NOD_DocumentOptions how = optionsOf(interface, scripts, isExact);
     const DocumentPtr documents[] = {documentOf(base, how), documentOf(ours, how),
                                      documentOf(theirs, how)};
     checkKinds(*documents[1], *documents[0]);
     checkKinds(*documents[1], *documents[2]);
     auto made = std::make_unique<Merge>();
-    for (const auto &[pattern, side] : policies) {
+    for (const auto &[pattern, side] : py::dict(policies)) {
         made->merge.addPolicy(PYZfromText(pattern, "a pattern"),
                               sideOf(PYZfromText(side, "a side")));
     }
@@ -302,6 +294,8 @@ std::unique_ptr<Merge> merge(const py::object &base, const py::object &ours,
         made->merge.setChooser(chooserOf(choose));
     }
     made->made = documents[1];
+    made->load = how.load;
+    made->nodeFlag = py::isinstance<PYZ_Node>(ours);
     PYZchange(nullptr, "PatchError", [&](NOD_Report &) {
         std::unique_ptr<NOD_Record> top = made->merge.merge(
             documents[0]->getTop(), documents[1]->getTop(), documents[2]->getTop());
@@ -310,6 +304,30 @@ std::unique_ptr<Merge> merge(const py::object &base, const py::object &ours,
     });
     made->merge.setChooser({});
     return made;
+}
+
+py::object mergedBytes(const Merge &self)
+{
+    if (self.nodeFlag) {
+        PYZraise("PatchError", "a merge of nodes is no file: apply() gives it to a node");
+    }
+    return writtenBytes(*self.made);
+}
+
+py::object applyMerge(const Merge &self, const py::object &target)
+{
+    const bool sceneFlag = self.made->getKind() == NOD_FileKind::SCENE;
+    if (!sceneFlag && !self.nodeFlag) {
+        PYZraise("PatchError", "a merge of files is written by save()");
+    }
+    if (sceneFlag ? !py::isinstance<PYZ_Scene>(target) : !py::isinstance<PYZ_Node>(target)) {
+        throw py::type_error(sceneFlag ? "a merge of scenes is applied to a zel.Scene"
+                                       : "a merge of nodes is applied to a zel.Node");
+    }
+    const PYZ_Changing changing(&PYZ_Scene::of(sceneOf(target)).get());
+    give(target, self.load, *self.made);
+    changing.raiseKept();
+    return target;
 }
 
 py::tuple listConflicts(const Merge &self)
@@ -327,7 +345,17 @@ void defineDifference(py::module_ &module)
     py::class_<Difference>(module, "Difference", py::is_final(),
                            R"(All edits that lead from one state to another.
 
-A sequence of zel.Change; str() is what people read. False if nothing differs.
+A sequence of zel.Change; str() is what people read. False if nothing differs. An exact one is a patch:
+
+>>> box = zel.Interface.from_text('parm { name "size" type float }', "box")
+>>> scene = zel.Scene()
+>>> node, wanted = scene.add("a", box), scene.add("b", box)
+>>> wanted["size"].value = 3
+>>> patch = zel.diff(node, wanted, exact=True)
+>>> patch.apply(node)["size"].value
+3.0
+>>> patch.inverse().apply(node)["size"].value
+0.0
 )")
         .def("__len__", [](const Difference &self) { return self.changes.getChanges().size(); })
         .def("__iter__", [](const Difference &self) { return py::iter(listChanges(self)); })
@@ -335,6 +363,20 @@ A sequence of zel.Change; str() is what people read. False if nothing differs.
              [](const Difference &self, const py::object &index) -> py::object {
                  return listChanges(self)[index];
              })
+        .def(
+            "index",
+            [](const Difference &self, const py::object &change, const py::object &start,
+               const py::object &stop) {
+                return listChanges(self).attr("index")(change, start, stop);
+            },
+            py::arg("change"), py::arg("start") = 0, py::arg("stop") = PY_SSIZE_T_MAX,
+            "index(change, start=0, stop=...) -> int\n\nWhere the change is; ValueError if it isn't there.")
+        .def(
+            "count",
+            [](const Difference &self, const py::object &change) {
+                return listChanges(self).attr("count")(change);
+            },
+            py::arg("change"), "count(change) -> int\n\nHow often the change is there.")
         .def("__str__", differenceText)
         .def("__repr__",
              [](const Difference &self) {
@@ -357,19 +399,21 @@ A sequence of zel.Change; str() is what people read. False if nothing differs.
         .def_static("from_json", readPatch, py::arg("text"), py::arg("name") = "patch",
                     "from_json(text, name='patch') -> Difference")
         .def(
-            "apply", apply, py::arg("target"), py::kw_only(), py::arg("interface") = nullptr,
-            "apply(target, *, interface=None)\n\nOf an exact difference: changes a node as one step of undo, or a "
-            "scene as load() does, whose undo and nodes begin anew,\nand returns it; of a path or bytes returns the "
-            "new bytes.");
+            "apply", apply, py::arg("target"), py::kw_only(), py::arg("interface") = py::none(),
+            py::arg("scripts") = true,
+            "apply(target, *, interface=None, scripts=True)\n\nOf an exact difference: changes a node or a scene as one step of undo, "
+            "and returns it; of a path or bytes\nreturns the new bytes. Nodes stay the objects that they are, renamed and "
+            "moved ones too.");
     module.def(
         "diff", diff, py::arg("left"), py::arg("right"), py::kw_only(),
-        py::arg("interface") = nullptr, py::arg("exact") = false,
+        py::arg("interface") = py::none(), py::arg("exact") = false,
         py::arg("tolerance") = py::tuple(), py::arg("scripts") = true,
         R"(diff(left, right, *, interface=None, exact=False, tolerance=(), scripts=True) -> Difference
 
 What differs between two files of one kind (paths, with `?PART` for a part, or bytes), scenes, nodes or
 interfaces. Streams, channel files and presets need the interface for what they mean. Exact: to the byte, as
-a patch needs it. Tolerances are texts: "0.001", "0.1%", "t*=4ulp".
+a patch needs it. Tolerances are texts: "0.001", "0.1%", "t*=4ulp". Scripts that files name, or include, may be
+anywhere (True), in the file's folder ("folder"), or aren't read (False).
 
 >>> box = zel.Interface.from_text('parm { name "size" type float default { 2 } }', "box")
 >>> scene = zel.Scene()
@@ -386,20 +430,30 @@ changed size 2.0 3.0
 void PYZdefineCompare(py::module_ &module)
 {
     defineDifference(module);
-    py::class_<Merge>(module, "Merge", py::is_final(), "What two people made of one state, joined.")
+    py::class_<Merge>(module, "Merge", py::is_final(), R"(What two people made of one state, joined.
+
+>>> box = zel.Interface.from_text('parm { name "size" type float } parm { name "count" type integer }', "box")
+>>> scene = zel.Scene()
+>>> base, ours, theirs = (scene.add(name, box) for name in ("base", "ours", "theirs"))
+>>> ours["size"].value, theirs["count"].value = 3, 7
+>>> zel.merge(base, ours, theirs).apply(base).as_dict()
+{'size': 3.0, 'count': 7}
+)")
         .def_property_readonly(
             "conflicts", listConflicts,
             "Where both can't be had, each a zel.Conflict; ours stands unless it says otherwise.")
         .def_property_readonly("open_count", &Merge::openCount, "Conflicts that nobody decided.")
-        .def(
-            "to_bytes", [](const Merge &self) { return writtenBytes(*self.made); },
-            "to_bytes() -> bytes\n\nThe merged file in the form of ours.")
+        .def("to_bytes", mergedBytes, "to_bytes() -> bytes\n\nThe merged file in the form of ours.")
         .def(
             "save",
             [](const Merge &self, const py::object &path) {
-                py::module_::import("zel._files").attr("replace")(path, writtenBytes(*self.made));
+                py::module_::import("zel._files").attr("replace")(path, mergedBytes(self));
             },
             py::arg("path"), "save(path)\n\nWrites it.")
+        .def(
+            "apply", applyMerge, py::arg("target"),
+            "apply(target)\n\nGives a scene what a merge of scenes made, or a node what one of nodes did, as one step "
+            "of undo;\nreturns it.")
         .def(
             "to_json", [](const Merge &self) { return PYZtext(self.merge.toJson()); },
             "to_json() -> str\n\nThe conflicts: docs/merge.schema.json.")
@@ -407,13 +461,14 @@ void PYZdefineCompare(py::module_ &module)
             return "<zel.Merge: " + std::to_string(self.merge.getConflicts().size()) +
                    " conflicts, " + std::to_string(self.openCount()) + " open>";
         });
-    module.def("merge", merge, py::arg("base"), py::arg("ours"), py::arg("theirs"), py::kw_only(),
-               py::arg("interface") = nullptr, py::arg("policies") = py::dict(),
-               py::arg("choose") = py::none(),
-               R"(merge(base, ours, theirs, *, interface=None, policies={}, choose=None) -> Merge
+    module.def(
+        "merge", merge, py::arg("base"), py::arg("ours"), py::arg("theirs"), py::kw_only(),
+        py::arg("interface") = py::none(), py::arg("policies") = py::dict(),
+        py::arg("choose") = py::none(), py::arg("scripts") = true,
+        R"(merge(base, ours, theirs, *, interface=None, policies={}, choose=None, scripts=True) -> Merge
 
 Joins two states that came of one: files, scenes or nodes. `policies` says which side stands where a path fits
 a pattern: {"/rig/*": "theirs"}. `choose(conflict)` is asked where none fits, and returns "base", "ours",
-"theirs" or None.
+"theirs" or None. For `scripts` see zel.diff().
 )");
 }

@@ -4,9 +4,11 @@
 
 #include <NOD/NOD_Scene.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <list>
 #include <mutex>
 #include <vector>
 
@@ -26,8 +28,7 @@ struct State
     unsigned long changer = 0; ///< a thread's number; 0 for none
     int changes = 0;           ///< that it has nested
     int readings = 0;          ///< of all threads
-    int waiters = 0;
-    int waitingChangers = 0;
+    std::list<bool> queue;     ///< of all that wait, whether they are to change something
     std::mutex mutex;
     std::condition_variable left;
     std::vector<std::unique_ptr<NOD_Scene>> buried;
@@ -45,30 +46,58 @@ State &state()
 
 thread_local int theReadings = 0; ///< of this thread
 
-/// Waits with the interpreter free until another thread may have left.
-void wait(int &waiters)
-{
-    State &gate = state();
-    ++waiters;
-    ++gate.waiters;
-    {
-        const PYZ_Rest rest;
-        std::unique_lock<std::mutex> lock(gate.mutex);
-        gate.left.wait_for(lock, std::chrono::milliseconds(2));
-    }
-    --gate.waiters;
-    --waiters;
-    if (PyErr_CheckSignals() != 0) {
-        throw py::error_already_set();
-    }
-}
-
 void wakeOthers()
 {
-    if (state().waiters > 0) {
+    if (!state().queue.empty()) {
         state().left.notify_all();
     }
 }
+
+/// A place among those that wait, from the first wait on. Who comes later doesn't pass it, so that no thread is kept
+/// out by others that change or read one thing after the other.
+class Place
+{
+public:
+    explicit Place(bool changingFlag) : myChangingFlag(changingFlag) {}
+    ~Place() { leave(); }
+    Place(const Place &) = delete;
+    Place &operator=(const Place &) = delete;
+
+    bool isFirst() const { return state().queue.empty() || state().queue.begin() == myPlace; }
+    bool isBehindChange() const
+    {
+        const std::list<bool> &queue = state().queue;
+        return std::find(queue.begin(), std::list<bool>::const_iterator(myPlace), true) != myPlace;
+    }
+    /// Waits with the interpreter free until another thread may have left.
+    void wait()
+    {
+        State &gate = state();
+        if (myPlace == gate.queue.end()) {
+            myPlace = gate.queue.insert(gate.queue.end(), myChangingFlag);
+        }
+        {
+            const PYZ_Rest rest;
+            std::unique_lock<std::mutex> lock(gate.mutex);
+            gate.left.wait_for(lock, std::chrono::milliseconds(2));
+        }
+        if (PyErr_CheckSignals() != 0) {
+            throw py::error_already_set();
+        }
+    }
+    void leave()
+    {
+        if (myPlace != state().queue.end()) {
+            state().queue.erase(myPlace);
+            myPlace = state().queue.end();
+            wakeOthers();
+        }
+    }
+
+private:
+    bool myChangingFlag;
+    std::list<bool>::iterator myPlace = state().queue.end();
+};
 
 } // namespace
 
@@ -82,12 +111,15 @@ PYZ_Reading::PYZ_Reading(NOD_Scene *scene)
     if (gate.changer == PyThread_get_thread_ident()) {
         return;
     }
-    int ignored = 0;
+    Place place(false);
+    bool madeFlag = false; // current, for which it has waited: it is this one's turn
     while (theReadings == 0) {
-        if (gate.changer != 0 || gate.waitingChangers > 0) {
-            wait(ignored);
+        if (gate.changer != 0 || (!madeFlag && place.isBehindChange())) {
+            place.wait();
         } else if (scene && !scene->isCurrent()) {
+            place.leave();
             const PYZ_Changing changing(scene);
+            madeFlag = true;
         } else {
             break;
         }
@@ -109,9 +141,9 @@ PYZ_Reading::~PYZ_Reading()
 void PYZ_Reading::await()
 {
     const State &gate = state();
-    int ignored = 0;
+    Place place(false);
     while (gate.changer != 0 && gate.changer != PyThread_get_thread_ident()) {
-        wait(ignored);
+        place.wait();
     }
 }
 
@@ -139,8 +171,9 @@ PYZ_Changing::PYZ_Changing(NOD_Scene *scene)
                      "nothing can be changed while this thread evaluates: an expression "
                      "can read values, not set them");
         }
-        while (gate.changer != 0 || gate.readings > 0) {
-            wait(gate.waitingChangers);
+        Place place(true);
+        while (gate.changer != 0 || gate.readings > 0 || !place.isFirst()) {
+            place.wait();
         }
         gate.changer = self;
     }
@@ -153,6 +186,12 @@ PYZ_Changing::PYZ_Changing(NOD_Scene *scene)
             throw;
         }
     }
+}
+
+PYZ_Changing::PYZ_Changing(AtOnce)
+{
+    state().changer = PyThread_get_thread_ident();
+    ++state().changes;
 }
 
 PYZ_Changing::~PYZ_Changing()
@@ -266,6 +305,6 @@ void PYZ_Changing::bury(std::unique_ptr<NOD_Scene> scene) noexcept
     State &gate = state();
     gate.buried.push_back(std::move(scene));
     if (gate.changer == 0 && gate.readings == 0) {
-        const PYZ_Changing changing(nullptr);
+        const PYZ_Changing changing{AtOnce()};
     }
 }

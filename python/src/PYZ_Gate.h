@@ -4,7 +4,8 @@
 /// Vocabulary: *reading* = evaluation, which may rest from the interpreter; *changing* = everything else that isn't done
 ///             at once: edits, files, scripts, whose readers are one for the process.
 /// Threads:    all of it with the interpreter lock. Who has to wait lets go of it, and who waits for the lock may have
-///             the gate: so nobody waits for each other. Both nest on one thread, a reading in a changing too.
+///             the gate: so nobody waits for each other. Who waits has its turn in the order of coming, readings that
+///             follow each other together. Both nest on one thread, a reading in a changing too.
 /// Errors:     zel.BusyError for a change by what a reading of the same thread runs, such as an expression in Python.
 ///             A signal's exception, as KeyboardInterrupt, ends the wait.
 /// Cost:       without others a few words of memory that no other thread touches without the lock.
@@ -65,6 +66,10 @@ public:
     static void bury(std::unique_ptr<NOD_Scene> scene) noexcept;
 
 private:
+    struct AtOnce
+    {};
+    /// Nobody is at work; those that wait come after it.
+    explicit PYZ_Changing(AtOnce);
     static void callAll() noexcept;
     static void leave();
 };

@@ -24,9 +24,7 @@ PYZ_InterfacePtr read(const py::object &path, const py::object &scripts)
 
 PYZ_InterfacePtr readText(const py::object &text, const py::object &name, const py::object &scripts)
 {
-    // The text of a script may have any bytes.
-    const std::string bytes = PyBytes_Check(text.ptr()) ? std::string(text.cast<py::bytes>())
-                                                        : PYZfromText(text, "a script");
+    const std::string bytes = PYZfromTextOrBytes(text, "a script");
     const std::string shown = PYZfromText(name, "a name");
     const NOD_Interface::Includes includes = PYZincludes(scripts);
     return PYZchange(nullptr, "ScriptError", [&](NOD_Report &report) {
@@ -48,6 +46,15 @@ py::object describe(const PYZ_Interface &self)
 py::object scriptText(const PYZ_Interface &self)
 {
     return PYZtext(self.interface->getText());
+}
+
+py::list listNames(const PYZ_Interface &self)
+{
+    py::list names;
+    for (const std::string &name : self.interface->getParmNames()) {
+        names.append(PYZtext(name));
+    }
+    return names;
 }
 
 std::string interfaceText(const PYZ_Interface &self)
@@ -164,13 +171,35 @@ NOD_Interface::Includes PYZincludes(py::handle scripts)
     return NOD_Interface::Includes::NONE;
 }
 
+PYZ_InterfacePtr PYZtoInterface(py::handle value)
+{
+    if (py::isinstance<PYZ_Interface>(value)) {
+        return value.cast<const PYZ_Interface &>().interface;
+    }
+    const bool pathFlag = PyUnicode_Check(value.ptr()) || PyBytes_Check(value.ptr()) ||
+                          py::hasattr(value, "__fspath__");
+    throw py::type_error(std::string("an interface must be a zel.Interface, not ") +
+                         Py_TYPE(value.ptr())->tp_name +
+                         (pathFlag ? ": zel.Interface(path) reads one" : ""));
+}
+
+PYZ_InterfacePtr PYZtoInterfaceOrNone(py::handle value)
+{
+    return value.is_none() ? nullptr : PYZtoInterface(value);
+}
+
 void PYZdefineInterface(py::module_ &module)
 {
     py::class_<PYZ_Interface> type(module, "Interface", py::is_final(),
                                    R"(Interface(path, *, includes=True)
 
 What the parameters of a node type are, read from a dialog script. Scripts that it includes may be anywhere
-(True), in its folder and on the search path ("folder"), or nowhere (False).
+(True), in its folder and on the search path ("folder"), or nowhere (False). Iterating gives the names of the
+parameters, in items of a block with a #.
+
+>>> script = 'parm { name "size" type float } multiparm { name "rows" parm { name "w#" type float } }'
+>>> list(zel.Interface.from_text(script, "box"))
+['size', 'rows', 'w#']
 )");
     type.def(py::init([](const py::object &path, const py::object &includes) {
                  return PYZ_Interface{read(path, includes)};
@@ -192,6 +221,10 @@ name of a script without a name.
 )");
     type.def("__repr__", interfaceText);
     type.def("__len__", [](const PYZ_Interface &self) { return self.interface->getParmCount(); });
+    type.def("__iter__", [](const PYZ_Interface &self) { return py::iter(listNames(self)); });
+    type.def("__contains__", [](const PYZ_Interface &self, const py::object &name) {
+        return PyUnicode_Check(name.ptr()) && listNames(self).contains(name);
+    });
     type.def("__bool__", [](const PYZ_Interface &) { return true; });
     type.def("__eq__", [](const PYZ_Interface &self, const py::object &other) {
         return py::isinstance<PYZ_Interface>(other) &&

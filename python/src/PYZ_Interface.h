@@ -19,4 +19,8 @@ struct PYZ_Interface
     PYZ_InterfacePtr interface; ///< never null
 };
 
+/// TypeError, with what makes one, for anything else.
+PYZ_InterfacePtr PYZtoInterface(py::handle value);
+/// Null for None.
+PYZ_InterfacePtr PYZtoInterfaceOrNone(py::handle value);
 void PYZdefineInterface(py::module_ &module);

@@ -5,20 +5,22 @@
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_String.h>
+#include <NOD/NOD_ExpressionCheck.h>
 #include <TRK/TRK_Channel.h>
 #include <TRK/TRK_FullKey.h>
+#include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_Parm.h>
-#include <ZEL/ZEL_Range.h>
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <optional>
+#include <set>
 
 namespace
 {
 
-constexpr bool theSendEvent = true;
-constexpr bool theUpdateMulti = true;
+constexpr const char *theSetLabel = "Set keys of ";
 
 /// `zel.Keys`.
 struct Keys
@@ -51,6 +53,9 @@ py::object keyAt(const Keys &self, int index)
 {
     const PYZ_Reading reading(self.parm.getScenePtr());
     const ZEL_Parm &parm = self.parm.get();
+    if (index >= self.count()) {
+        throw py::index_error("the key is gone"); // since the index was counted
+    }
     const TRK_Channel &channel = *self.channel();
     const double time = channel.getKeyTime(index);
     TRK_FullKey key;
@@ -69,35 +74,13 @@ py::object keyAt(const Keys &self, int index)
         fields["in_handle"] = key.in.acceleration;
     }
     fields["expression"] = PYZtext(key.expression.view());
-    fields["language"] = key.language == TRK_LANGUAGE_PYTHON ? "python" : "native";
-    return py::module_::import("zel.records").attr("Key")(**fields);
+    fields["language"] = PYZlanguageWord(key.language);
+    return PYZrecord("Key")(**fields);
 }
 
-int placeOf(py::ssize_t index, int count)
-{
-    const py::ssize_t place = index < 0 ? index + count : index;
-    if (place < 0 || place >= count) {
-        throw py::index_error("no key " + std::to_string(index) + " of " + std::to_string(count));
-    }
-    return int(place);
-}
-
-/// The places that an index or a slice means.
 std::vector<int> placesOf(const Keys &self, const py::object &index)
 {
-    if (!PySlice_Check(index.ptr())) {
-        return {placeOf(index.cast<py::ssize_t>(), self.count())};
-    }
-    py::size_t start = 0, stop = 0, step = 0, length = 0;
-    if (!py::reinterpret_borrow<py::slice>(index).compute(std::size_t(self.count()), &start, &stop,
-                                                          &step, &length)) {
-        throw py::error_already_set();
-    }
-    std::vector<int> places;
-    for (std::size_t i = 0; i < length; ++i, start += step) {
-        places.push_back(int(start));
-    }
-    return places;
+    return PYZplacesOf(index, self.count(), "key");
 }
 
 py::object getKeys(const Keys &self, const py::object &index)
@@ -112,6 +95,11 @@ py::object getKeys(const Keys &self, const py::object &index)
         keys.append(keyAt(self, place));
     }
     return keys;
+}
+
+py::object allKeys(const Keys &self)
+{
+    return getKeys(self, py::slice(std::nullopt, std::nullopt, std::nullopt));
 }
 
 template <class Read>
@@ -130,23 +118,11 @@ py::list listTimes(const Keys &self, const Read &read)
 // In
 // ---------------------------------------------------------------------- //
 
-double number(const py::object &value, const char *what)
-{
-    const double result = PyFloat_AsDouble(value.ptr());
-    if (result == -1.0 && PyErr_Occurred()) {
-        throw py::error_already_set();
-    }
-    if (!std::isfinite(result)) {
-        throw py::value_error(std::string("the ") + what + " of a key must be finite");
-    }
-    return result;
-}
-
 /// Of a Key, or of a time and a value.
 GivenKey toKey(const py::handle item, const ZEL_Parm &parm, const std::string &name)
 {
     GivenKey given;
-    const py::object recordType = py::module_::import("zel.records").attr("Key");
+    const py::object recordType = PYZrecord("Key");
     const bool recordFlag = py::isinstance(item, recordType);
     py::object full = py::reinterpret_borrow<py::object>(item);
     if (!recordFlag) {
@@ -161,12 +137,10 @@ GivenKey toKey(const py::handle item, const ZEL_Parm &parm, const std::string &n
         given.isPair = true;
     }
     TRK_FullKey &key = given.key;
-    key.time = number(full.attr("time"), "time");
+    key.time = PYZtoNumber(full.attr("time"), "the time of a key");
     key.expression =
         KIT_StringHolder(PYZfromText(full.attr("expression"), "a key's expression").c_str());
-    key.language = PYZfromText(full.attr("language"), "a language") == "python"
-                       ? TRK_LANGUAGE_PYTHON
-                       : TRK_LANGUAGE_NATIVE;
+    key.language = PYZtoLanguage(full.attr("language"));
     if (PYZkindOf(parm) == PYZ_Kind::TEXT) {
         given.text = std::get<std::string>(PYZtoCell(full.attr("value"), parm, name));
         return given;
@@ -179,7 +153,8 @@ GivenKey toKey(const py::handle item, const ZEL_Parm &parm, const std::string &n
     }
     const auto other = [&](const char *field, double otherwise) {
         const py::object value = full.attr(field);
-        return value.is_none() ? otherwise : number(value, field);
+        return value.is_none() ? otherwise
+                               : PYZtoNumber(value, std::string("the ") + field + " of a key");
     };
     key.in.value = other("in_value", key.out.value);
     key.out.slope = other("slope", 0.0);
@@ -199,129 +174,125 @@ std::vector<GivenKey> toKeys(const Keys &self, const py::handle items)
     return keys;
 }
 
-/// One more key, or another one at its time; the channel is made with it.
-bool putKey(NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, int index, const GivenKey &given)
+/// Curves and expressions that can't be read are set, with a warning of each.
+void checkCurves(const std::vector<GivenKey> &keys, const ZEL_Parm &parm, NOD_Report &report)
 {
-    const std::string_view name = parm.getChannelToken(index).view();
-    if (given.text) {
-        return edit.key(node, name, given.key.time, *given.text);
-    }
-    if (!edit.key(node, name, given.key.time, given.key.out.value)) {
-        return false;
-    }
-    TRK_Channel *const channel = parm.getChannel(index);
-    if (channel && !given.isPair) {
-        TRK_FullKey key = given.key;
-        if (const ZEL_Range *const range = parm.getRangePtr()) {
-            key.in.value = range->constrain(key.in.value);
-            key.out.value = range->constrain(key.out.value);
+    std::set<std::pair<std::string_view, TRK_ExprLanguage>> known;
+    for (const GivenKey &given : keys) {
+        const TRK_FullKey &key = given.key;
+        if (!given.text && !given.isPair &&
+            known.emplace(key.expression.view(), key.language).second) {
+            NODcheckExpression(key.expression.c_str(), key.language, parm.getToken(), report);
         }
-        channel->putFullKey(key);
-        parm.privateValueChanged(index, theSendEvent, theUpdateMulti);
     }
-    return channel != nullptr;
 }
 
-/// All keys but those at the times go; without any the channel goes, and the value stays.
-bool keepKeys(NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, int index,
-              const std::vector<double> &times)
+/// One more of each, or others at their times.
+bool putKeys(NOD_Edit &edit, NOD_Node &node, std::string_view name,
+             const std::vector<GivenKey> &keys)
+{
+    bool done = true;
+    std::vector<TRK_FullKey> full;
+    for (const GivenKey &given : keys) {
+        if (given.text) {
+            done = done && edit.key(node, name, given.key.time, *given.text);
+        } else if (given.isPair) {
+            // On its place, and with the curve of what it is put into.
+            done = done && edit.putKeys(node, name, full) &&
+                   edit.key(node, name, given.key.time, given.key.out.value);
+            full.clear();
+        } else {
+            full.push_back(given.key);
+        }
+    }
+    return done && edit.putKeys(node, name, full);
+}
+
+bool replaceAll(NOD_Edit &edit, NOD_Node &node, const ZEL_Parm &parm, int index,
+                const std::vector<GivenKey> &keys)
 {
     const std::string_view name = parm.getChannelToken(index).view();
-    TRK_Channel *const channel = parm.getChannel(index);
-    if (!channel) {
-        return true;
+    if (PYZkindOf(parm) == PYZ_Kind::TEXT) {
+        return (!parm.getChannel(index) || edit.removeChannel(node, name)) &&
+               putKeys(edit, node, name, keys);
     }
-    if (times.empty()) {
-        return edit.removeChannel(node, name);
+    std::vector<TRK_FullKey> full;
+    for (const GivenKey &given : keys) {
+        full.push_back(given.key);
     }
-    std::vector<double> gone;
-    for (int i = 0; i < channel->getNKeys(); ++i) {
-        const double time = channel->getKeyTime(i);
-        const bool keptFlag = std::any_of(times.begin(), times.end(),
-                                          [&](double kept) { return channel->findKey(kept) == i; });
-        if (!keptFlag) {
-            gone.push_back(time);
-        }
+    return edit.replaceKeys(node, name, full);
+}
+
+/// Replaces the keys at some places by others.
+void replaceKeys(const Keys &self, const std::vector<int> &places,
+                 const std::vector<GivenKey> &keys, const char *label)
+{
+    PYZeditParm(
+        self.parm, label, [&](NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, NOD_Report &report) {
+            const int index = self.parm.getFirst();
+            const std::string_view name = parm.getChannelToken(index).view();
+            const TRK_Channel *const channel = parm.getChannel(index);
+            const int count = channel ? channel->getNKeys() : 0;
+            std::vector<double> times;
+            for (const int place : places) {
+                if (place < count) {
+                    times.push_back(channel->getKeyTime(place));
+                }
+            }
+            const bool allFlag = int(times.size()) == count;
+            const bool done = allFlag ? replaceAll(edit, node, parm, index, keys)
+                                      : (times.empty() || edit.removeKeys(node, name, times)) &&
+                                            putKeys(edit, node, name, keys);
+            if (!done) {
+                edit.cancel();
+            } else {
+                checkCurves(keys, parm, report);
+            }
+            return done;
+        });
+}
+
+void checkTimes(const std::vector<GivenKey> &keys)
+{
+    std::vector<double> times;
+    for (const GivenKey &given : keys) {
+        times.push_back(given.key.time);
     }
-    for (const double time : gone) {
-        if (!edit.removeKey(node, name, time)) {
-            return false;
-        }
-    }
-    return true;
+    PYZcheckTimes(times);
 }
 
 void add(const Keys &self, const py::object &key)
 {
     const std::vector<GivenKey> keys = toKeys(self, py::make_tuple(key));
     PYZeditParm(self.parm, "Key ",
-                [&](NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
-                    return putKey(edit, node, parm, self.parm.getFirst(), keys[0]);
+                [&](NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, NOD_Report &report) {
+                    const std::string_view name = parm.getChannelToken(self.parm.getFirst()).view();
+                    const bool done = putKeys(edit, node, name, keys);
+                    checkCurves(keys, parm, report);
+                    return done;
                 });
 }
 
 void removeKeys(const Keys &self, const py::object &index)
 {
-    std::vector<double> times;
-    {
-        const PYZ_Reading reading(nullptr);
-        const std::vector<int> places = placesOf(self, index);
-        const int count = self.count();
-        for (int i = 0; i < count; ++i) {
-            if (std::find(places.begin(), places.end(), i) == places.end()) {
-                times.push_back(self.channel()->getKeyTime(i));
-            }
-        }
-    }
-    PYZeditParm(self.parm, "Remove keys of ",
-                [&](NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
-                    return keepKeys(edit, node, parm, self.parm.getFirst(), times);
-                });
-}
-
-/// Replaces the keys at some places by others.
-void replaceKeys(const Keys &self, const std::vector<int> &places,
-                 const std::vector<GivenKey> &keys)
-{
-    std::vector<double> times;
-    {
-        const PYZ_Reading reading(nullptr);
-        const int count = self.count();
-        for (int i = 0; i < count; ++i) {
-            if (std::find(places.begin(), places.end(), i) == places.end()) {
-                times.push_back(self.channel()->getKeyTime(i));
-            }
-        }
-    }
-    for (const GivenKey &key : keys) {
-        times.push_back(key.key.time);
-    }
-    PYZeditParm(self.parm, "Set keys of ",
-                [&](NOD_Edit &edit, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
-                    bool done = true;
-                    for (const GivenKey &key : keys) {
-                        done = done && putKey(edit, node, parm, self.parm.getFirst(), key);
-                    }
-                    done = done && keepKeys(edit, node, parm, self.parm.getFirst(), times);
-                    if (!done) {
-                        edit.cancel();
-                    }
-                    return done;
-                });
+    const std::vector<int> places = placesOf(self, index);
+    replaceKeys(self, places, {}, "Remove keys of ");
 }
 
 void setKeyAt(const Keys &self, const py::object &index, const py::object &value)
 {
     const std::vector<int> places = placesOf(self, index);
     if (PySlice_Check(index.ptr())) {
-        replaceKeys(self, places, toKeys(self, value));
+        const std::vector<GivenKey> keys = toKeys(self, value);
+        checkTimes(keys);
+        replaceKeys(self, places, keys, theSetLabel);
         return;
     }
-    const py::object recordType = py::module_::import("zel.records").attr("Key");
+    const py::object recordType = PYZrecord("Key");
     const bool plainFlag = !py::isinstance(value, recordType) && !PyTuple_Check(value.ptr());
     // A value alone is that of the key that is there.
     const py::object key = plainFlag ? keyAt(self, places[0]).attr("with_value")(value) : value;
-    replaceKeys(self, places, toKeys(self, py::make_tuple(key)));
+    replaceKeys(self, places, toKeys(self, py::make_tuple(key)), theSetLabel);
 }
 
 std::string keysText(const Keys &self)
@@ -331,14 +302,26 @@ std::string keysText(const Keys &self)
 
 } // namespace
 
+void PYZcheckTimes(std::vector<double> times)
+{
+    const double tolerance = TRK_Manager::getContext().getTimeTolerance();
+    std::sort(times.begin(), times.end());
+    for (std::size_t i = 1; i < times.size(); ++i) {
+        if (times[i] - times[i - 1] <= tolerance) {
+            throw py::value_error("two keys have the time " +
+                                  std::string(py::str(py::float_(times[i]))));
+        }
+    }
+}
+
 void PYZsetKeys(const PYZ_Parm &handle, py::handle keys)
 {
     const Keys self{handle};
-    std::vector<int> places;
-    for (int i = 0; i < self.count(); ++i) {
-        places.push_back(i);
-    }
-    replaceKeys(self, places, toKeys(self, keys));
+    const std::vector<GivenKey> given = toKeys(self, keys);
+    checkTimes(given);
+    std::vector<int> places(std::size_t(self.count()));
+    std::iota(places.begin(), places.end(), 0);
+    replaceKeys(self, places, given, theSetLabel);
 }
 
 py::object PYZkeys(const PYZ_Parm &handle)
@@ -352,15 +335,48 @@ void PYZdefineKeys(py::module_ &module)
                      R"(The keys of one component, in the order of their times.
 
 keys[0], keys[1:3] and del keys[-1] work as on a list; keys[0] = 2.5 sets the value of a key, keys[0] =
-zel.Key(...) all of it. Keys that are put in go where their times are.
+zel.Key(...) all of it. Keys that are put in go where their times are. It is a view: what others do to the keys
+is seen, and it is equal to others, and to lists, of the same keys.
+
+>>> lamp = zel.Interface.from_text('parm { name "level" type float }', "lamp")
+>>> level = zel.Scene().add("lamp", lamp)["level"]
+>>> level.keys = [(0, 1), (1, 3), (2, 2)]
+>>> keys = level.keys
+>>> keys[1] = zel.Key(1, 4, slope=2)
+>>> del keys[0]
+>>> keys.add(5, 0)
+>>> [(key.time, key.value, key.slope) for key in keys]
+[(1.0, 4.0, 2.0), (2.0, 2.0, 0.0), (5.0, 0.0, 0.0)]
 )")
         .def("__len__", &Keys::count)
         .def("__getitem__", getKeys)
-        .def("__iter__",
-             [](const Keys &self) {
-                 return py::iter(
-                     getKeys(self, py::slice(std::nullopt, std::nullopt, std::nullopt)));
+        .def("__iter__", [](const Keys &self) { return py::iter(allKeys(self)); })
+        .def("__eq__",
+             [](const Keys &self, const py::object &other) -> py::object {
+                 const bool keysFlag = py::isinstance<Keys>(other);
+                 if (!keysFlag && !PyList_Check(other.ptr())) {
+                     return py::reinterpret_borrow<py::object>(Py_NotImplemented);
+                 }
+                 return py::bool_(
+                     allKeys(self).equal(keysFlag ? allKeys(other.cast<const Keys &>()) : other));
              })
+        .def("__reduce__",
+             [](const Keys &self) {
+                 return py::make_tuple(py::module_::import("builtins").attr("getattr"),
+                                       py::make_tuple(self.parm, "keys"));
+             })
+        .def(
+            "index",
+            [](const Keys &self, const py::object &key, const py::object &start,
+               const py::object &stop) { return allKeys(self).attr("index")(key, start, stop); },
+            py::arg("key"), py::arg("start") = 0, py::arg("stop") = PY_SSIZE_T_MAX,
+            "index(key, start=0, stop=...) -> int\n\nWhere the key is; ValueError if it isn't there.")
+        .def(
+            "count",
+            [](const Keys &self, const py::object &key) {
+                return allKeys(self).attr("count")(key);
+            },
+            py::arg("key"), "count(key) -> int\n\n1 if the key is there, else 0.")
         .def("__setitem__", setKeyAt)
         .def("__delitem__", removeKeys)
         .def("__repr__", keysText)

@@ -8,7 +8,11 @@
 
 #include "PYZ_Parm.h"
 
+#include <vector>
+
 /// Of a single component.
 py::object PYZkeys(const PYZ_Parm &handle);
 void PYZsetKeys(const PYZ_Parm &handle, py::handle keys);
+/// ValueError if two keys would be one.
+void PYZcheckTimes(std::vector<double> times);
 void PYZdefineKeys(py::module_ &module);

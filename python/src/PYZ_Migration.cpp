@@ -19,15 +19,10 @@ struct Map
     std::shared_ptr<NOD_MigrationMap> map;
 };
 
-py::object record(const char *name)
-{
-    return py::module_::import("zel.records").attr(name);
-}
-
 void addEntries(const NOD_Migration::Entries &entries, const std::string &from,
                 const std::string &to, py::list &out)
 {
-    const py::object type = record("Migrated");
+    const py::object type = PYZrecord("Migrated");
     for (const NOD_Migration::Entry &entry : entries) {
         out.append(type(NOD_Migration::getFateName(entry.fate), PYZtext(entry.token),
                         PYZtext(entry.newToken), PYZtext(entry.before), PYZtext(entry.after),
@@ -37,7 +32,7 @@ void addEntries(const NOD_Migration::Entries &entries, const std::string &from,
 
 py::object account(const py::list &entries, bool lossFlag)
 {
-    return record("Account")(entries, lossFlag);
+    return PYZrecord("Account")(entries, lossFlag);
 }
 
 std::unique_ptr<Map> readMap(const py::object &path)
@@ -51,17 +46,17 @@ std::unique_ptr<Map> readMap(const py::object &path)
     return made;
 }
 
-py::object migrateByNames(const PYZ_Node &node, const PYZ_Interface &interface,
-                          const py::dict &renames)
+py::object migrateByNames(const PYZ_Node &node, const PYZ_InterfacePtr &interface,
+                          const py::object &renames)
 {
     NOD_Migration migration;
     NOD_Report report;
-    for (const auto &[former, present] : renames) {
+    for (const auto &[former, present] : py::dict(renames)) {
         migration.addRename(PYZfromText(former, "a name"), PYZfromText(present, "a name"), report);
     }
     PYZtell(report, "MapError", true);
     PYZeditNode(node, "MapError", [&](NOD_Scene &scene, NOD_Node &held, NOD_Report &faults) {
-        return migration.run(held, interface.interface, scene.getTime(), faults);
+        return migration.run(held, interface, scene.getTime(), faults);
     });
     py::list entries;
     addEntries(migration.getEntries(), "", "", entries);
@@ -106,16 +101,17 @@ py::object migrateByMap(const PYZ_Node &node, const Map &map, const py::object &
     return account(entries, walk.hasLoss());
 }
 
-py::object migrate(const PYZ_Node &node, const py::object &to, const py::dict &renames,
+py::object migrate(const py::object &migrated, const py::object &to, const py::object &renames,
                    const py::object &version, const py::object &start, bool allowLoss)
 {
+    const PYZ_Node &node = PYZtoNode(migrated, "what is migrated");
     if (py::isinstance<Map>(to)) {
         return migrateByMap(node, to.cast<const Map &>(), version, start, allowLoss);
     }
     if (!py::isinstance<PYZ_Interface>(to)) {
         throw py::type_error("a node is migrated to a zel.Interface, or by a zel.MigrationMap");
     }
-    return migrateByNames(node, to.cast<const PYZ_Interface &>(), renames);
+    return migrateByNames(node, PYZtoInterface(to), renames);
 }
 
 py::object checkMap(const Map &self)
@@ -128,17 +124,29 @@ py::object checkMap(const Map &self)
         failed = NODrunMigrationTests(*self.map, report, &tests);
         return true;
     });
-    return record("MapCheck")(holes, tests, failed, PYZmessages(report));
+    return PYZrecord("MapCheck")(holes, tests, failed, PYZmessages(report));
 }
 
 } // namespace
 
 void PYZdefineMigration(py::module_ &module)
 {
-    py::class_<Map>(module, "MigrationMap", py::is_final(), R"(MigrationMap(path)
+    py::class_<Map>(module, "MigrationMap", py::is_final(), R"doc(MigrationMap(path)
 
 What becomes of the values of a node type from version to version, with its scripts: see docs/migration.md.
-)")
+
+>>> import pathlib, tempfile
+>>> text = "migration 1.0\nversion 1 v1.ds\nversion 2 v2.ds\n\trename rate birth\n"
+>>> with tempfile.TemporaryDirectory() as name:
+...     folder = pathlib.Path(name)
+...     for version, parm in ("v1", "rate"), ("v2", "birth"):
+...         script = '{ name emitter parm { name "%s" type float } }' % parm
+...         length = (folder / (version + ".ds")).write_text(script)
+...     length = (folder / "emitter.map").write_text(text)
+...     emitter = zel.MigrationMap(folder / "emitter.map")
+>>> emitter.versions, list(emitter.interface("1"))
+(('1', '2'), ['rate'])
+)doc")
         .def(py::init(&readMap), py::arg("path"))
         .def_property_readonly(
             "type", [](const Map &self) { return PYZtext(self.map->getType()); },

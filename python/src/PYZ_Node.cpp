@@ -155,8 +155,9 @@ void checkScene(const PYZ_Node &self, const PYZ_Node &other)
     }
 }
 
-py::object copyNode(const PYZ_Node &self, const py::object &name, const PYZ_Node *parent)
+py::object copyNode(const PYZ_Node &self, const py::object &name, const py::object &where)
 {
+    const PYZ_Node *const parent = where.is_none() ? nullptr : &PYZtoNode(where, "a parent");
     if (parent) {
         checkScene(self, *parent);
     }
@@ -240,11 +241,13 @@ std::string written(const PYZ_Node &self, const py::object &word, const std::str
 {
     NOD_ValueFile::Form form = NOD_ValueFile::Form::TEXT;
     if (!NOD_ValueFile::findForm(PYZfromText(word, "a form"), form)) {
-        std::string words;
-        for (const std::string &one : NOD_ValueFile::getFormWords()) {
-            words += (words.empty() ? "" : ", ") + one;
+        const std::vector<std::string> &words = NOD_ValueFile::getFormWords();
+        std::string all;
+        for (const std::string &one : words) {
+            all += (all.empty() ? "" : ", ") + one;
         }
-        throw py::value_error("a form is one of " + words);
+        throw py::value_error("a form is one of " + all +
+                              KITdidYouMean(PYZfromText(word, ""), words));
     }
     std::ostringstream os;
     PYZeditNode(self, "ValuesError", [&](NOD_Scene &scene, NOD_Node &node, NOD_Report &report) {
@@ -354,7 +357,14 @@ void defineMapping(py::class_<PYZ_Node> &type)
     type.def(
         "get",
         [](PYZ_Node &self, const py::object &name, const py::object &otherwise) {
-            return self.has(name) ? self.find(name) : otherwise;
+            try {
+                return self.find(name);
+            } catch (py::error_already_set &error) {
+                if (!error.matches(PyExc_KeyError)) {
+                    throw;
+                }
+            }
+            return otherwise;
         },
         py::arg("name"), py::arg("default") = py::none(), "get(name, default=None) -> Parm");
     type.def(
@@ -420,18 +430,19 @@ void defineTree(py::class_<PYZ_Node> &type)
         "remove()\n\nRemoves the node with all below it. References to them that are lost are a warning.");
     type.def(
         "move",
-        [](const PYZ_Node &self, const PYZ_Node &parent) {
-            checkScene(self, parent);
+        [](const PYZ_Node &self, const py::object &parent) {
+            const PYZ_Node &target = PYZtoNode(parent, "a parent");
+            checkScene(self, target);
             const PYZ_Changing changing(&self.getScene().get());
-            NOD_Node &above = parent.get();
+            NOD_Node &above = target.get();
             change(self, [&](NOD_Scene &scene, NOD_Node &node, NOD_Report &report) {
                 return scene.move(node, above, report);
             });
             changing.raiseKept();
         },
-        py::arg("parent").none(false), "move(parent)\n\nTo the end of another node's children.");
+        py::arg("parent"), "move(parent)\n\nTo the end of another node's children.");
     type.def(
-        "copy", copyNode, py::arg("name") = py::none(), py::arg("parent") = nullptr,
+        "copy", copyNode, py::arg("name") = py::none(), py::arg("parent") = py::none(),
         "copy(name=None, parent=None) -> Node\n\nA copy with all below it, beside the node or below another one; "
         "without a name\nunder the first that is free.");
     type.def_property(
@@ -440,14 +451,15 @@ void defineTree(py::class_<PYZ_Node> &type)
         "each time:\nto change them set another one.");
     type.def(
         "renew",
-        [](const PYZ_Node &self, const PYZ_Interface &interface) {
+        [](const PYZ_Node &self, const py::object &interface) {
+            const PYZ_InterfacePtr wanted = PYZtoInterface(interface);
             change(self, [&](NOD_Scene &, NOD_Node &node, NOD_Report &) {
                 const NOD_Edit edit(node, "New interface");
-                node.renewParms(interface.interface);
+                node.renewParms(wanted);
                 return true;
             });
         },
-        py::arg("interface").none(false),
+        py::arg("interface"),
         "renew(interface)\n\nGives the node another interface; what has the same name and kind keeps its value. "
         "zel.migrate() gives an account.");
 }
@@ -543,6 +555,18 @@ NOD_Node &PYZ_Node::get() const
     return *myNode;
 }
 
+const ZEL_Parm *PYZ_Node::findParm(const std::string &name, int &component) const
+{
+    const ZEL_ParmList &parms = get().getParms();
+    const KIT_StringRef token(name.c_str(), name.size());
+    component = PYZ_Parm::theWhole;
+    const ZEL_Parm *parm = parms.getParmPtr(token);
+    if (!parm) {
+        parm = parms.getParmPtrFromChannel(token, &component);
+    }
+    return parm && parm->getInstance() ? parm : nullptr;
+}
+
 py::object PYZ_Node::find(py::handle name)
 {
     NOD_Node &node = get();
@@ -552,14 +576,10 @@ py::object PYZ_Node::find(py::handle name)
     }
     PyErr_Clear(); // of a name that can't be a key
     const std::string text = PYZfromText(name, "a name");
-    const KIT_StringRef token(text.c_str(), text.size());
-    int component = PYZ_Parm::theWhole;
     const PYZ_Reading reading(nullptr);
-    const ZEL_Parm *parm = node.getParms().getParmPtr(token);
+    int component = PYZ_Parm::theWhole;
+    const ZEL_Parm *const parm = findParm(text, component);
     if (!parm) {
-        parm = node.getParms().getParmPtrFromChannel(token, &component);
-    }
-    if (!parm || !parm->getInstance()) {
         raiseUnknown(node, text);
     }
     const py::object made =
@@ -574,11 +594,10 @@ bool PYZ_Node::has(py::handle name) const
         return false;
     }
     const std::string text = PYZfromText(name, "a name");
-    const KIT_StringRef token(text.c_str(), text.size());
     const PYZ_Reading reading(nullptr);
     int component = 0;
-    return get().getParms().getParmPtr(token) ||
-           get().getParms().getParmPtrFromChannel(token, &component);
+    const ZEL_Parm *const parm = findParm(text, component);
+    return parm && hasValue(*parm);
 }
 
 int PYZ_Node::traverse(visitproc visit, void *arg) const
@@ -591,6 +610,16 @@ int PYZ_Node::traverse(visitproc visit, void *arg) const
 py::object PYZnode(const py::object &scene, NOD_Node *node)
 {
     return node ? py::cast(PYZ_Node(scene, *node)) : py::none();
+}
+
+const PYZ_Node &PYZtoNode(py::handle value, const char *what)
+{
+    if (py::isinstance<PYZ_Node>(value)) {
+        return value.cast<const PYZ_Node &>();
+    }
+    throw py::type_error(std::string(what) + " must be a zel.Node, not " +
+                         Py_TYPE(value.ptr())->tp_name +
+                         (PyUnicode_Check(value.ptr()) ? ": scene[path] is one" : ""));
 }
 
 std::string PYZpathOf(const NOD_Node &node)
@@ -606,6 +635,18 @@ void PYZdefineNode(py::module_ &module)
         R"(A node of a scene: a mapping of the names of its parameters to zel.Parm.
 
 A component of a vector has a name, too: node["ty"] is node["t"][1]. node["t"] = (1, 2, 3) sets the value.
+Its names are those of what has a value; a button is node["press"] all the same.
+
+>>> script = 'parm { name "size" type float default { 2 } } parm { name "t" type vector }'
+>>> node = zel.Scene().add("box", zel.Interface.from_text(script, "box"))
+>>> list(node), "ty" in node
+(['size', 't'], True)
+>>> node["size"].value
+2.0
+>>> node["t"] = (1, 2, 3)
+>>> node.update(size=3, ty=5)
+>>> node.as_dict()
+{'size': 3.0, 't': (1.0, 5.0, 3.0)}
 )");
     type.def("__repr__", nodeText);
     type.def("__eq__", [](const PYZ_Node &self, const py::object &other) {

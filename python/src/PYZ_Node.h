@@ -14,6 +14,7 @@
 
 class NOD_Node;
 class PYZ_Parm;
+class ZEL_Parm;
 
 class PYZ_Node
 {
@@ -36,11 +37,15 @@ public:
 
     /// By a token, channel token or alias: the same object each time. KeyError with the nearest name.
     py::object find(py::handle name);
+    /// Whether it is the name of something with a value.
     bool has(py::handle name) const;
 
     int traverse(visitproc visit, void *arg) const;
 
 private:
+    /// By a token, channel token or alias; null for what isn't a parameter.
+    const ZEL_Parm *findParm(const std::string &name, int &component) const;
+
     py::object myScene;
     PYZ_Scene *mySceneData;
     ZEL_HandleAnchorPtr myAnchor;
@@ -53,4 +58,6 @@ private:
 py::object PYZnode(const py::object &scene, NOD_Node *node);
 /// "/lights/key".
 std::string PYZpathOf(const NOD_Node &node);
+/// TypeError, with where to get one, for anything else; `what` is "a parent".
+const PYZ_Node &PYZtoNode(py::handle value, const char *what);
 void PYZdefineNode(py::module_ &module);

@@ -23,11 +23,6 @@
 namespace
 {
 
-py::object record(const char *name)
-{
-    return py::module_::import("zel.records").attr(name);
-}
-
 /// Of the single component, or a tuple of all.
 template <class Read>
 py::object each(const PYZ_Parm &self, const Read &read)
@@ -146,11 +141,7 @@ void setExpression(const PYZ_Parm &self, const py::object &text, const py::objec
         return;
     }
     const std::string code = PYZfromText(text, "an expression");
-    const std::string word = PYZfromText(language, "a language");
-    if (word != "native" && word != "python") {
-        throw py::value_error("the language of an expression is \"native\" or \"python\"");
-    }
-    const TRK_ExprLanguage chosen = word == "python" ? TRK_LANGUAGE_PYTHON : TRK_LANGUAGE_NATIVE;
+    const TRK_ExprLanguage chosen = PYZtoLanguage(language);
     const double time = self.getTime();
     PYZeditParm(self, "Set expression of ",
                 [&](NOD_Edit &, NOD_Node &node, const ZEL_Parm &held, NOD_Report &report) {
@@ -224,9 +215,7 @@ py::object getLanguage(const PYZ_Parm &self)
         if (!channel) {
             return py::none();
         }
-        const bool pythonFlag =
-            channel->getExprLanguageAtTime(self.getTime()) == TRK_LANGUAGE_PYTHON;
-        return py::str(pythonFlag ? "python" : "native");
+        return py::str(PYZlanguageWord(channel->getExprLanguageAtTime(self.getTime())));
     });
 }
 
@@ -256,7 +245,7 @@ py::object getMenu(const PYZ_Parm &self)
         });
     }
     PYZtell(report, "EvaluationError", true);
-    const py::object item = record("MenuItem");
+    const py::object item = PYZrecord("MenuItem");
     py::tuple result(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i) {
         result[i] = item(PYZtext(entries[i].first), PYZtext(entries[i].second));
@@ -273,9 +262,9 @@ py::object getRange(const PYZ_Parm &self)
     const auto end = [](bool thereFlag, double value) {
         return thereFlag ? py::object(py::float_(value)) : py::none();
     };
-    return record("Range")(end(range->getMinFlag() != 0, range->getUIMin()),
-                           end(range->getMaxFlag() != 0, range->getUIMax()), range->hasParmMin(),
-                           range->hasParmMax());
+    return PYZrecord("Range")(end(range->getMinFlag() != 0, range->getUIMin()),
+                              end(range->getMaxFlag() != 0, range->getUIMax()), range->hasParmMin(),
+                              range->hasParmMax());
 }
 
 std::string typeWord(const PYZ_Parm &self)
@@ -335,25 +324,48 @@ void press(const PYZ_Parm &self)
 // Components and items
 // ---------------------------------------------------------------------- //
 
-/// As Python counts: negative from the end. IndexError if there is none.
-int placeOf(py::ssize_t index, int size, const char *what)
-{
-    const py::ssize_t place = index < 0 ? index + size : index;
-    if (place < 0 || place >= size) {
-        throw py::index_error("no " + std::string(what) + ' ' + std::to_string(index) + " of " +
-                              std::to_string(size));
-    }
-    return int(place);
-}
-
-PYZ_Parm getComponent(const PYZ_Parm &self, py::ssize_t index)
+/// One component, or a list of those of a slice.
+py::object getComponents(const PYZ_Parm &self, const py::object &index)
 {
     const ZEL_Parm &parm = self.get();
     if (self.getComponent() >= 0) {
         throw py::type_error(self.getName(parm) + " is a component");
     }
-    return PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(),
-                    placeOf(index, parm.getVectorSize(), "component"));
+    const std::vector<int> places = PYZplacesOf(index, parm.getVectorSize(), "component");
+    py::list parts;
+    for (const int place : places) {
+        parts.append(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), place));
+    }
+    return PySlice_Check(index.ptr()) ? py::object(parts) : py::object(parts[0]);
+}
+
+void setComponents(const PYZ_Parm &self, const py::object &index, const py::object &value)
+{
+    const py::object found = getComponents(self, index);
+    if (!PySlice_Check(index.ptr())) {
+        PYZwrite(found.cast<const PYZ_Parm &>(), value, self.getTime());
+        return;
+    }
+    const py::list parts = found;
+    const py::tuple values(value);
+    if (values.size() != parts.size()) {
+        throw py::value_error(std::to_string(parts.size()) +
+                              " components take as many values, not " +
+                              std::to_string(values.size()));
+    }
+    const PYZ_Changing changing(self.getScenePtr());
+    {
+        NOD_Edit edit(self.getNode(), "Set " + std::string(self.getToken().view()));
+        try {
+            for (std::size_t i = 0; i < values.size(); ++i) {
+                PYZwrite(parts[i].cast<const PYZ_Parm &>(), values[i], self.getTime());
+            }
+        } catch (...) {
+            edit.cancel();
+            throw;
+        }
+    }
+    changing.raiseKept();
 }
 
 int checkBlock(const PYZ_Parm &self)
@@ -397,9 +409,10 @@ py::list getItems(const PYZ_Parm &self)
     return items;
 }
 
-void insertItem(const PYZ_Parm &self, py::ssize_t index)
+void insertItem(const PYZ_Parm &self, const py::object &before)
 {
     const int count = checkBlock(self);
+    const py::ssize_t index = PYZtoIndex(before, "item");
     const py::ssize_t place = std::clamp<py::ssize_t>(index < 0 ? index + count : index, 0, count);
     PYZeditParm(self, "Insert item of ",
                 [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &, NOD_Report &) {
@@ -407,20 +420,20 @@ void insertItem(const PYZ_Parm &self, py::ssize_t index)
                 });
 }
 
-void removeItem(const PYZ_Parm &self, py::ssize_t index)
+void removeItem(const PYZ_Parm &self, const py::object &index)
 {
-    const int place = placeOf(index, checkBlock(self), "item");
+    const int place = PYZplaceOf(index, checkBlock(self), "item");
     PYZeditParm(self, "Remove item of ",
                 [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &, NOD_Report &) {
                     return changes.removeItem(node, self.getToken().view(), place);
                 });
 }
 
-void moveItem(const PYZ_Parm &self, py::ssize_t from, py::ssize_t to)
+void moveItem(const PYZ_Parm &self, const py::object &from, const py::object &to)
 {
     const int count = checkBlock(self);
-    const int first = placeOf(from, count, "item");
-    const int second = placeOf(to, count, "item");
+    const int first = PYZplaceOf(from, count, "item");
+    const int second = PYZplaceOf(to, count, "item");
     PYZeditParm(self, "Move item of ",
                 [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &, NOD_Report &) {
                     return changes.moveItem(node, self.getToken().view(), first, second);
@@ -434,7 +447,7 @@ void moveItem(const PYZ_Parm &self, py::ssize_t from, py::ssize_t to)
 std::string parmText(const PYZ_Parm &self)
 {
     if (!self.isThere()) {
-        return "<zel.Parm '" + self.getNameThen() + "': gone>";
+        return "<zel.Parm '" + self.getPathThen() + '/' + self.getNameThen() + "': gone>";
     }
     const std::string start =
         "<zel.Parm '" + PYZpathOf(self.getNode()) + '/' + self.getName(self.get()) + "': ";
@@ -544,10 +557,8 @@ void defineParts(py::class_<PYZ_Parm> &type)
         return self.getEnd(parm) - self.getFirst();
     });
     type.def("__bool__", [](const PYZ_Parm &) { return true; });
-    type.def("__getitem__", getComponent, py::arg("component"));
-    type.def("__setitem__", [](const PYZ_Parm &self, py::ssize_t index, const py::object &value) {
-        PYZwrite(getComponent(self, index), value, self.getTime());
-    });
+    type.def("__getitem__", getComponents, py::arg("component"));
+    type.def("__setitem__", setComponents);
     type.def("__iter__", [](const PYZ_Parm &self) {
         py::list parts;
         const ZEL_Parm &parm = self.get();
@@ -571,7 +582,7 @@ void defineParts(py::class_<PYZ_Parm> &type)
 PYZ_Parm::PYZ_Parm(py::object scene, NOD_Node &node, const KIT_StringHolder &token, int component)
     : myScene(std::move(scene)), mySceneData(&PYZ_Scene::of(myScene)),
       myAnchor(node.getParms().getHandleAnchor()), myNode(&node), myToken(token),
-      myComponent(component)
+      myComponent(component), myPath(PYZpathOf(node))
 {}
 
 ZEL_Parm *PYZ_Parm::find() const
@@ -596,13 +607,18 @@ bool PYZ_Parm::isThere() const
     return find() != nullptr;
 }
 
+void PYZ_Parm::raiseNodeGone() const
+{
+    PYZraise("GoneError", "the node " + myPath + " of the parameter " + getNameThen() + " is gone");
+}
+
 ZEL_Parm &PYZ_Parm::get() const
 {
     if (ZEL_Parm *const parm = find()) {
         return *parm;
     }
     if (!myAnchor->getList() || !mySceneData->isInTree(*myNode)) {
-        PYZraise("GoneError", "the node of the parameter " + getNameThen() + " is gone");
+        raiseNodeGone();
     }
     PYZraise("GoneError",
              "the parameter " + getNameThen() + " of " + PYZpathOf(*myNode) + " is gone");
@@ -612,7 +628,7 @@ NOD_Node &PYZ_Parm::getNode() const
 {
     PYZ_Reading::await();
     if (!myAnchor->getList() || !mySceneData->isInTree(*myNode)) {
-        PYZraise("GoneError", "the node of the parameter " + getNameThen() + " is gone");
+        raiseNodeGone();
     }
     return *myNode;
 }
@@ -671,7 +687,20 @@ void PYZdefineParm(py::module_ &module)
                               R"(A parameter of a node, or one component of it.
 
 What there is of each component is a tuple where there are several: value, at(), default, expression, keys.
-parm[1] is the second component, with all that a parameter has.
+parm[1] is the second component, with all that a parameter has, and parm[:2] a list of the first two.
+
+>>> box = zel.Interface.from_text('parm { name "t" type vector default { 1 2 3 } }', "box")
+>>> scene = zel.Scene()
+>>> t = scene.add("box", box)["t"]
+>>> t.value
+(1.0, 2.0, 3.0)
+>>> t[1].value = 5
+>>> t[0].expression = "$F * 2"
+>>> t.at(frame=12), t.default
+((24.0, 5.0, 3.0), (1.0, 2.0, 3.0))
+>>> t[1:] = (7, 8)
+>>> t[1:]
+[<zel.Parm '/box/ty': vector = 7.0>, <zel.Parm '/box/tz': vector = 8.0>]
 )");
     type.def("__repr__", parmText);
     type.def("__eq__", [](const PYZ_Parm &self, const py::object &other) {

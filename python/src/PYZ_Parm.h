@@ -48,6 +48,7 @@ public:
     /// "t", or "ty" of a component.
     std::string getName(const ZEL_Parm &parm) const;
     std::string getNameThen() const;
+    const std::string &getPathThen() const { return myPath; }
     bool isSame(const PYZ_Parm &other) const;
     std::size_t getHash() const;
 
@@ -55,6 +56,7 @@ public:
 
 private:
     ZEL_Parm *find() const;
+    [[noreturn]] void raiseNodeGone() const;
 
     py::object myScene;
     PYZ_Scene *mySceneData;
@@ -62,6 +64,7 @@ private:
     NOD_Node *myNode;
     KIT_StringHolder myToken;
     int myComponent;
+    std::string myPath; ///< the node's when this was made, for messages
     mutable ZEL_Parm *myParm = nullptr;
     mutable std::uint32_t myCount = 0;
 };

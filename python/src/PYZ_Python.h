@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 namespace py = pybind11;
 
@@ -68,8 +69,22 @@ private:
 py::str PYZtext(std::string_view text);
 /// ValueError for a text with a NUL, which no name or value of the library can have; TypeError for what is no text.
 std::string PYZfromText(py::handle text, const char *what);
+/// The same of contents of a file, which may be bytes, too: any bytes then.
+std::string PYZfromTextOrBytes(py::handle text, const char *what);
+/// TypeError for what are no bytes.
+std::string PYZfromBytes(py::handle bytes, const char *what);
 /// The same of a path: a text, bytes or whatever os.fspath() takes.
 std::string PYZfromPath(py::handle path);
+
+/// A class of the records that the package returns.
+py::object PYZrecord(const char *name);
+
+/// TypeError for what is no integer; `what` is "key".
+py::ssize_t PYZtoIndex(py::handle index, const char *what);
+/// As Python counts: negative from the end. IndexError if there is none.
+int PYZplaceOf(py::handle index, int size, const char *what);
+/// The places that an index or a slice means.
+std::vector<int> PYZplacesOf(py::handle index, int size, const char *what);
 
 /// Of an object of a class of ours, which has one base and holds its C++ object in place; null before it is made.
 template <class T>

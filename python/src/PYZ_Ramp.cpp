@@ -66,19 +66,20 @@ py::object valueOf(bool colorFlag, const float rgba[4])
                      : py::object(py::float_(NODrampNumber(rgba[3])));
 }
 
-py::object at(const Ramp &self, double position)
+py::object at(const Ramp &self, const py::object &where)
 {
+    const float position = float(PYZtoNumber(where, "a position"));
     float rgba[4];
-    self.ramp.evaluate(float(position), rgba);
+    self.ramp.evaluate(position, rgba);
     if (!self.colorFlag) {
-        rgba[3] = self.ramp.evaluateFloat(float(position));
+        rgba[3] = self.ramp.evaluateFloat(position);
     }
     return valueOf(self.colorFlag, rgba);
 }
 
 py::tuple listKeys(const Ramp &self)
 {
-    const py::object type = py::module_::import("zel.records").attr("RampKey");
+    const py::object type = PYZrecord("RampKey");
     py::tuple keys(std::size_t(self.ramp.getNodeCount()));
     for (int i = 0; i < self.ramp.getNodeCount(); ++i) {
         const KIT_RampNode &node = *self.ramp.getNode(i);
@@ -89,12 +90,12 @@ py::tuple listKeys(const Ramp &self)
     return keys;
 }
 
-std::string screenColor(const Ramp &self, double position)
+std::string screenColor(const Ramp &self, const py::object &position)
 {
     if (!self.colorFlag) {
         throw py::type_error(self.name + " has no colors");
     }
-    return NODscreenColor(self.ramp, float(position));
+    return NODscreenColor(self.ramp, float(PYZtoNumber(position, "a position")));
 }
 
 std::vector<NOD_PlotPoint> pointsOf(py::handle pairs)
@@ -132,6 +133,11 @@ void PYZdefineRamp(py::module_ &module)
                           R"(A ramp as it was at a time: see Parm.ramp().
 
 Positions usually are 0 to 1. Before the first key and after the last one a ramp stays what it is there.
+
+>>> script = 'parm { name "falloff" type ramp_flt default { 2 } }'
+>>> ramp = zel.Scene().add("fog", zel.Interface.from_text(script, "fog"))["falloff"].ramp()
+>>> [(key.position, key.value) for key in ramp.keys], ramp.at(0.25)
+([(0.0, 0.0), (1.0, 1.0)], 0.0)
 )");
     type.def("__repr__", [](const Ramp &self) {
         return "<zel.Ramp '" + self.name + "': " + std::to_string(self.ramp.getNodeCount()) +

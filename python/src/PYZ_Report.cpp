@@ -1,5 +1,6 @@
 #include "PYZ_Report.h"
 
+#include <EVL/EVL.h>
 #include <KIT/KIT_MessageDetail.h>
 
 namespace
@@ -104,4 +105,27 @@ void PYZtell(const NOD_Report &report, const char *className, bool done, std::st
     const py::object type = errors(className);
     PyErr_SetObject(type.ptr(), type(PYZtext(all), PYZmessages(report)).ptr());
     throw py::error_already_set();
+}
+
+void PYZtakeTraceback(void *report, const char *header, const char *detail)
+{
+    static_cast<NOD_Report *>(report)->warning("", std::string(header) + '\n' + detail);
+}
+
+void PYZraiseEvaluation(const std::string &path, int code, const std::string &more,
+                        const NOD_Report &report)
+{
+    const bool knownFlag = code != EVL::EVL_OK;
+    NOD_Message message;
+    message.subject = path;
+    message.text = (knownFlag ? EVL::getErrorText(code) : "it can't be evaluated") + more;
+    message.category = "TRK";
+    message.code = code;
+    NOD_Report all;
+    if (knownFlag || report.isEmpty()) {
+        all.add(message);
+    }
+    all.append(report);
+    PYZtell(all, "EvaluationError", false, path + ": " + message.text);
+    throw py::error_already_set(); // which that has done
 }

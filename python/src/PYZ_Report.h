@@ -9,6 +9,7 @@
 #include "PYZ_Python.h"
 
 #include <NOD/NOD_Report.h>
+#include <SNK/SNK_Python.h>
 
 #include <string>
 #include <string_view>
@@ -24,12 +25,19 @@ py::object PYZmessage(const NOD_Message &message);
 void PYZtell(const NOD_Report &report, const char *className, bool done,
              std::string_view text = {});
 
+/// An EvaluationError of a component by its path; the code is one of EVL.h, `more` follows its sentence.
+[[noreturn]] void PYZraiseEvaluation(const std::string &path, int code, const std::string &more,
+                                     const NOD_Report &report = {});
+
 /// How bad errors are.
 enum class PYZ_Faults
 {
     RAISE,
     WARN ///< all that could be done is done: errors are warnings, too
 };
+
+/// Adds a warning to the report that is the data.
+void PYZtakeTraceback(void *report, const char *header, const char *detail);
 
 /// Runs `work(report)` with the interpreter free and what the library reports in the report. Its result, of which false
 /// or null is a failure, is returned.
@@ -38,6 +46,7 @@ auto PYZgather(NOD_Report &report, const std::string &file, const Work &work)
 {
     const PYZ_Rest rest;
     const NOD_ReportScope scope(report, file);
+    const SNK_TracebackScope tracebacks(PYZtakeTraceback, &report);
     return work(report);
 }
 

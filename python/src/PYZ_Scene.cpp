@@ -5,6 +5,7 @@
 #include "PYZ_Node.h"
 #include "PYZ_Parm.h"
 #include "PYZ_Report.h"
+#include "PYZ_Value.h"
 
 #include <KIT/KIT_Nearest.h>
 #include <NOD/NOD_Node.h>
@@ -130,14 +131,14 @@ py::object getNode(const py::object &self, const py::object &path)
     throw py::key_error("no node \"" + text + '"' + KITdidYouMean(text, paths));
 }
 
-py::object addNode(const py::object &self, const py::object &path, const PYZ_Interface *interface)
+py::object addNode(const py::object &self, const py::object &path, const py::object &interface)
 {
     PYZ_Scene &scene = PYZ_Scene::of(self);
     const std::string text = PYZfromText(path, "a path");
+    const PYZ_InterfacePtr wanted = PYZtoInterfaceOrNone(interface);
     const PYZ_Changing changing(&scene.get());
     NOD_Node *const node = PYZchange(&scene.get(), "EditError", [&](NOD_Report &report) {
-        return interface ? scene->add(text, interface->interface, report)
-                         : scene->add(text, nullptr, report);
+        return wanted ? scene->add(text, wanted, report) : scene->add(text, nullptr, report);
     });
     const py::object made = PYZnode(self, node);
     changing.raiseKept();
@@ -215,12 +216,12 @@ void load(PYZ_Scene &scene, const py::object &path, const py::object &scripts,
         {}, PYZfaultsOf(scripts, strict));
 }
 
-py::object fromBytes(const py::bytes &bytes, const py::object &name, const py::object &scripts,
+py::object fromBytes(const py::object &data, const py::object &name, const py::object &scripts,
                      const py::object &strict)
 {
     py::object made = py::cast(std::make_unique<PYZ_Scene>());
     PYZ_Scene &scene = PYZ_Scene::of(made);
-    std::istringstream is{std::string(bytes)};
+    std::istringstream is{PYZfromBytes(data, "data")};
     const std::string shown = PYZfromText(name, "a name");
     const NOD_LoadOptions options = PYZloadOptions(scripts);
     PYZchange(
@@ -229,6 +230,19 @@ py::object fromBytes(const py::bytes &bytes, const py::object &name, const py::o
             return NOD_SceneFile::load(scene.get(), is, shown, options, report);
         },
         {}, PYZfaultsOf(scripts, strict));
+    return made;
+}
+
+/// Without the handlers, and with nothing to undo.
+py::object copyScene(const py::object &self)
+{
+    py::object made = py::cast(std::make_unique<PYZ_Scene>());
+    NOD_Scene &from = PYZ_Scene::of(self).get();
+    NOD_Scene &to = PYZ_Scene::of(made).get();
+    PYZchange(&from, "SceneError", [&](NOD_Report &) {
+        to.copyFrom(from);
+        return true;
+    });
     return made;
 }
 
@@ -276,27 +290,31 @@ py::tuple labels(std::size_t count, const Label &label)
 
 void setTime(PYZ_Scene &scene, double seconds)
 {
-    if (!std::isfinite(seconds)) {
-        throw py::value_error("a time must be finite");
-    }
     PYZchange(&scene.get(), "EditError", [&](NOD_Report &) {
         scene->setTime(seconds);
         return true;
     });
 }
 
-void setRate(PYZ_Scene &scene, double rate)
+void setRate(PYZ_Scene &scene, const py::object &rate)
 {
+    const double number = PYZtoNumber(rate, "a frame rate");
     const PYZ_Changing changing(&scene.get());
-    if (!scene->setFrameRate(rate)) {
+    if (!scene->setFrameRate(number)) {
         throw py::value_error("a frame rate must be above 0 and finite");
     }
 }
 
-void setRange(PYZ_Scene &scene, const std::pair<double, double> &range)
+void setRange(PYZ_Scene &scene, const py::object &range)
 {
+    const py::tuple ends(range);
+    if (ends.size() != 2) {
+        throw py::value_error("a frame range has a first and a last frame");
+    }
+    const double first = PYZtoNumber(ends[0], "the first frame");
+    const double last = PYZtoNumber(ends[1], "the last frame");
     const PYZ_Changing changing(&scene.get());
-    if (!scene->setFrameRange(range.first, range.second)) {
+    if (!scene->setFrameRange(first, last)) {
         throw py::value_error(
             "a frame range must be finite, and its last frame not before its first");
     }
@@ -319,7 +337,7 @@ py::dict stats(PYZ_Scene &scene)
 
 void defineTree(py::class_<PYZ_Scene> &type)
 {
-    type.def("add", addNode, py::arg("path"), py::arg("interface") = nullptr,
+    type.def("add", addNode, py::arg("path"), py::arg("interface") = py::none(),
              R"(add(path, interface=None) -> Node
 
 A new node at a path whose parent exists, with the parameters of the interface.
@@ -372,11 +390,12 @@ A new node at a path whose parent exists, with the parameters of the interface.
         "clear()\n\nMakes the scene as a new one is; what undo remembers is forgotten.");
     type.def(
         "add_interface",
-        [](PYZ_Scene &scene, const PYZ_Interface &interface) {
+        [](PYZ_Scene &scene, const py::object &interface) {
+            const PYZ_InterfacePtr added = PYZtoInterface(interface);
             const PYZ_Changing changing(&scene.get());
-            scene->addInterface(interface.interface);
+            scene->addInterface(added);
         },
-        py::arg("interface").none(false),
+        py::arg("interface"),
         "add_interface(interface)\n\nThe interface of its type name for scenes that leave it to the application.");
     type.def_property_readonly(
         "interfaces",
@@ -393,11 +412,16 @@ A new node at a path whose parent exists, with the parameters of the interface.
 void defineTime(py::class_<PYZ_Scene> &type)
 {
     type.def_property(
-        "time", [](const PYZ_Scene &scene) { return scene->getTime(); }, setTime,
+        "time", [](const PYZ_Scene &scene) { return scene->getTime(); },
+        [](PYZ_Scene &scene, const py::object &time) {
+            setTime(scene, PYZtoNumber(time, "a time"));
+        },
         "The current time in seconds; frame 1 is time 0.");
     type.def_property(
         "frame", [](const PYZ_Scene &scene) { return scene->getFrame(); },
-        [](PYZ_Scene &scene, double frame) { setTime(scene, scene->frameToTime(frame)); },
+        [](PYZ_Scene &scene, const py::object &frame) {
+            setTime(scene, scene->frameToTime(PYZtoNumber(frame, "a frame")));
+        },
         "The current frame.");
     type.def_property(
         "frame_rate", [](const PYZ_Scene &scene) { return scene->getFrameRate(); }, setRate,
@@ -407,19 +431,18 @@ void defineTime(py::class_<PYZ_Scene> &type)
         [](const PYZ_Scene &scene) {
             return py::make_tuple(scene->getFirstFrame(), scene->getLastFrame());
         },
-        [](PYZ_Scene &scene, const py::object &range) {
-            const py::tuple ends(range);
-            if (ends.size() != 2) {
-                throw py::value_error("a frame range has a first and a last frame");
-            }
-            setRange(scene, {ends[0].cast<double>(), ends[1].cast<double>()});
-        },
-        "The first and the last frame.");
+        setRange, "The first and the last frame.");
     type.def(
-        "time_of", [](const PYZ_Scene &scene, double frame) { return scene->frameToTime(frame); },
+        "time_of",
+        [](const PYZ_Scene &scene, const py::object &frame) {
+            return scene->frameToTime(PYZtoNumber(frame, "a frame"));
+        },
         py::arg("frame"), "time_of(frame) -> float\n\nThe time of a frame in seconds.");
     type.def(
-        "frame_of", [](const PYZ_Scene &scene, double time) { return scene->timeToFrame(time); },
+        "frame_of",
+        [](const PYZ_Scene &scene, const py::object &time) {
+            return scene->timeToFrame(PYZtoNumber(time, "a time"));
+        },
         py::arg("time"), "frame_of(time) -> float\n\nThe frame of a time in seconds.");
 }
 
@@ -583,7 +606,7 @@ int PYZ_Scene::traverse(visitproc visit, void *arg) const
 
 void PYZdefineScene(py::module_ &module)
 {
-    py::class_<PYZ_Scene> type(module, "Scene", PYZcollected<PYZ_Scene>(),
+    py::class_<PYZ_Scene> type(module, "Scene", PYZcollected<PYZ_Scene>(), py::is_final(),
                                R"(Scene()
 
 A tree of nodes, by their paths, with time, variables and undo.
@@ -625,6 +648,9 @@ Replaces everything but the interfaces by what is in the file. For `scripts` and
         "does.");
     type.def("stats", stats,
              "stats() -> dict\n\nHow much there is of everything, as `zel stats` prints it.");
+    type.def("__copy__", copyScene);
+    type.def("__deepcopy__",
+             [](const py::object &self, const py::object &) { return copyScene(self); });
     type.def("__reduce__", [](const py::object &self) {
         constexpr bool binary = true, changedOnly = false, selfContained = true;
         return py::make_tuple(

@@ -13,11 +13,6 @@
 namespace
 {
 
-py::object record(const char *name)
-{
-    return py::module_::import("zel.records").attr(name);
-}
-
 /// Codes or names of rules with commas between.
 std::string rulesOf(const py::object &rules)
 {
@@ -50,19 +45,21 @@ NOD_LintOptions lintOptions(const py::object &disable, const py::object &only,
 }
 
 /// Of an interface, or of a script's path; what its readers said is a warning.
-PYZ_InterfacePtr scriptOf(const py::object &script)
+PYZ_InterfacePtr scriptOf(const py::object &script, const py::object &includes)
 {
     if (py::isinstance<PYZ_Interface>(script)) {
-        return script.cast<const PYZ_Interface &>().interface;
+        return PYZtoInterface(script);
     }
     const std::string path = PYZfromPath(script);
-    return PYZchange(nullptr, "ScriptError",
-                     [&](NOD_Report &report) { return NOD_Interface::fromFile(path, report); });
+    const NOD_Interface::Includes allowed = PYZincludes(includes);
+    return PYZchange(nullptr, "ScriptError", [&](NOD_Report &report) {
+        return NOD_Interface::fromFile(path, report, allowed);
+    });
 }
 
 py::list listFindings(const std::vector<NOD_LintFinding> &findings)
 {
-    const py::object type = record("Finding");
+    const py::object type = PYZrecord("Finding");
     py::list result;
     for (const NOD_LintFinding &finding : findings) {
         result.append(type(finding.rule->code, finding.rule->name,
@@ -73,17 +70,18 @@ py::list listFindings(const std::vector<NOD_LintFinding> &findings)
 }
 
 py::list lint(const py::object &script, const py::object &disable, const py::object &only,
-              const py::object &level)
+              const py::object &level, const py::object &includes)
 {
     const NOD_LintOptions options = lintOptions(disable, only, level);
+    const NOD_Interface::Includes allowed = PYZincludes(includes);
     const bool madeFlag = py::isinstance<PYZ_Interface>(script);
-    PYZ_InterfacePtr judged = madeFlag ? script.cast<const PYZ_Interface &>().interface : nullptr;
+    PYZ_InterfacePtr judged = madeFlag ? PYZtoInterface(script) : nullptr;
     const std::string path = madeFlag ? std::string() : PYZfromPath(script);
     NOD_Judgement judgement;
     NOD_Report said;
     const PYZ_Changing changing(nullptr);
     PYZgather(said, {}, [&](NOD_Report &report) {
-        judged = madeFlag ? judged : NOD_Interface::fromFile(path, report);
+        judged = madeFlag ? judged : NOD_Interface::fromFile(path, report, allowed);
         return true;
     });
     if (!judged) {
@@ -98,32 +96,33 @@ py::list lint(const py::object &script, const py::object &disable, const py::obj
 }
 
 py::object mend(const py::object &script, const py::object &disable, const py::object &only,
-                const py::object &level)
+                const py::object &level, const py::object &includes)
 {
     const NOD_LintOptions options = lintOptions(disable, only, level);
-    const PYZ_InterfacePtr judged = scriptOf(script);
+    const PYZ_InterfacePtr judged = scriptOf(script, includes);
     NOD_MendedScript mended;
     PYZchange(nullptr, "ScriptError", [&](NOD_Report &report) {
         mended = NODmendScript(judged, judged->getFile(), options, report);
         return mended.script != nullptr;
     });
-    return record("Mended")(PYZ_Interface{mended.script}, mended.fixed,
-                            listFindings(mended.findings));
+    return PYZrecord("Mended")(PYZ_Interface{mended.script}, mended.fixed,
+                               listFindings(mended.findings));
 }
 
-py::tuple check(const py::object &path)
+py::tuple check(const py::object &path, const py::object &includes)
 {
     const std::string file = PYZfromPath(path);
+    const NOD_Interface::Includes allowed = PYZincludes(includes);
     NOD_Report report;
     const PYZ_Changing changing(nullptr);
-    PYZgather(report, {}, [&](NOD_Report &) { return NODcheckScriptFile(file, report); });
+    PYZgather(report, {}, [&](NOD_Report &) { return NODcheckScriptFile(file, report, allowed); });
     return PYZmessages(report);
 }
 
 py::object format(const py::object &text, const py::object &name, bool sort,
                   const py::object &includes)
 {
-    const std::string script = PYZfromText(text, "a script");
+    const std::string script = PYZfromTextOrBytes(text, "a script");
     const std::string shown = PYZfromText(name, "a name");
     const NOD_Interface::Includes allowed = PYZincludes(includes);
     DS_FormatOptions options;
@@ -137,7 +136,7 @@ py::object format(const py::object &text, const py::object &name, bool sort,
 
 py::list explain(const py::object &code)
 {
-    const py::object type = record("Help");
+    const py::object type = PYZrecord("Help");
     py::list result;
     for (const NOD_MessageHelp &help : NODfindMessages(PYZfromText(code, "a code"))) {
         result.append(type(PYZtext(help.code), PYZtext(help.severity), PYZtext(help.sentence),
@@ -196,12 +195,33 @@ NOD_Presets::Existing existing(bool replace)
     return replace ? NOD_Presets::Existing::REPLACE : NOD_Presets::Existing::REFUSE;
 }
 
+using Renaming = std::string (NOD_Presets::*)(const std::string &, const std::string &,
+                                              const std::string &, NOD_Presets::Existing,
+                                              NOD_Report &);
+
+/// Of what gives a preset another name, or its copy.
+auto renaming(Renaming work)
+{
+    return [work](Presets &self, const py::object &name, const py::object &newName,
+                  const py::object &folder, bool replace) {
+        const std::string from = PYZfromText(name, "a preset's name");
+        const std::string to = PYZfromText(newName, "a preset's name");
+        const std::string where = PYZfromPath(folder);
+        return self.arrange([&](NOD_Presets &presets, NOD_Report &report) {
+            return (presets.*work)(from, to, where, existing(replace), report);
+        });
+    };
+}
+
 void definePresets(py::module_ &module)
 {
     py::class_<Presets> type(module, "Presets", py::is_final(), R"(Presets(type, table='Node')
 
 The presets of a node type on the search path, by name: iterating gives the names. Folders are those of the
 search path; '' is the first that takes presets, or the one in which a preset is found.
+
+>>> "Night" in zel.Presets("no_such_type")
+False
 )");
     type.def(py::init<const py::object &, const py::object &>(), py::arg("type"),
              py::arg("table") = "Node");
@@ -224,9 +244,10 @@ search path; '' is the first that takes presets, or the one in which a preset is
         "find(name) -> str\n\nThe preset's path, which Node.load() and Node.load_preset() take.");
     type.def(
         "save",
-        [](Presets &self, const py::bytes &text, const py::object &name, const py::object &folder,
+        [](Presets &self, const py::object &text, const py::object &name, const py::object &folder,
            bool replace) {
-            const std::string bytes(text), shown = PYZfromText(name, "a preset's name");
+            const std::string bytes = PYZfromBytes(text, "a preset");
+            const std::string shown = PYZfromText(name, "a preset's name");
             const std::string where = PYZfromPath(folder);
             return self.arrange([&](NOD_Presets &presets, NOD_Report &report) {
                 return presets.save(bytes, shown, where, existing(replace), report);
@@ -236,32 +257,12 @@ search path; '' is the first that takes presets, or the one in which a preset is
         py::arg("replace") = false,
         "save(text, name, *, folder='', replace=False) -> str\n\nThe bytes of a preset, as Node.preset_text() has "
         "them.");
-    type.def(
-        "copy",
-        [](Presets &self, const py::object &name, const py::object &newName,
-           const py::object &folder, bool replace) {
-            const std::string from = PYZfromText(name, "a preset's name");
-            const std::string to = PYZfromText(newName, "a preset's name"),
-                              where = PYZfromPath(folder);
-            return self.arrange([&](NOD_Presets &presets, NOD_Report &report) {
-                return presets.copy(from, to, where, existing(replace), report);
-            });
-        },
-        py::arg("name"), py::arg("new_name"), py::kw_only(), py::arg("folder") = "",
-        py::arg("replace") = false, "copy(name, new_name, *, folder='', replace=False) -> str");
-    type.def(
-        "rename",
-        [](Presets &self, const py::object &name, const py::object &newName,
-           const py::object &folder, bool replace) {
-            const std::string from = PYZfromText(name, "a preset's name");
-            const std::string to = PYZfromText(newName, "a preset's name"),
-                              where = PYZfromPath(folder);
-            return self.arrange([&](NOD_Presets &presets, NOD_Report &report) {
-                return presets.rename(from, to, where, existing(replace), report);
-            });
-        },
-        py::arg("name"), py::arg("new_name"), py::kw_only(), py::arg("folder") = "",
-        py::arg("replace") = false, "rename(name, new_name, *, folder='', replace=False) -> str");
+    type.def("copy", renaming(&NOD_Presets::copy), py::arg("name"), py::arg("new_name"),
+             py::kw_only(), py::arg("folder") = "", py::arg("replace") = false,
+             "copy(name, new_name, *, folder='', replace=False) -> str");
+    type.def("rename", renaming(&NOD_Presets::rename), py::arg("name"), py::arg("new_name"),
+             py::kw_only(), py::arg("folder") = "", py::arg("replace") = false,
+             "rename(name, new_name, *, folder='', replace=False) -> str");
     type.def(
         "remove",
         [](Presets &self, const py::object &name, const py::object &folder) {
@@ -280,11 +281,13 @@ search path; '' is the first that takes presets, or the one in which a preset is
 void PYZdefineScript(py::module_ &module)
 {
     definePresets(module);
-    module.def("lint", lint, py::arg("script"), py::kw_only(), py::arg("disable") = "",
-               py::arg("only") = py::none(), py::arg("level") = "hint",
-               R"(lint(script, *, disable=(), only=None, level='hint') -> list of Finding
+    module.def(
+        "lint", lint, py::arg("script"), py::kw_only(), py::arg("disable") = "",
+        py::arg("only") = py::none(), py::arg("level") = "hint", py::arg("includes") = true,
+        R"(lint(script, *, disable=(), only=None, level='hint', includes=True) -> list of Finding
 
-What in a script that can be read can't have been meant: see docs/lint.md. A path, or an interface.
+What in a script that can be read can't have been meant: see docs/lint.md. A path, or an interface. Of a path,
+scripts that it includes may be where zel.Interface() says.
 
 >>> script = zel.Interface.from_text('{ name a label "A" parm { name "x" type float } }', "a.ds")
 >>> [finding.code for finding in zel.lint(script)]
@@ -292,12 +295,13 @@ What in a script that can be read can't have been meant: see docs/lint.md. A pat
 )");
     module.def(
         "mend", mend, py::arg("script"), py::kw_only(), py::arg("disable") = "",
-        py::arg("only") = py::none(), py::arg("level") = "hint",
-        "mend(script, *, disable=(), only=None, level='hint') -> Mended\n\nThe script after the fixes of what "
+        py::arg("only") = py::none(), py::arg("level") = "hint", py::arg("includes") = true,
+        "mend(script, *, disable=(), only=None, level='hint', includes=True) -> Mended\n\nThe script after the fixes of "
+        "what "
         "lint() finds, of which only one edit can be meant. Nothing is written.");
     module.def(
-        "check", check, py::arg("path"),
-        "check(path) -> tuple of Message\n\nAll mistakes of a script, where reading it ends at the first.");
+        "check", check, py::arg("path"), py::kw_only(), py::arg("includes") = true,
+        "check(path, *, includes=True) -> tuple of Message\n\nAll mistakes of a script, where reading it ends at the first.");
     module.def("format", format, py::arg("text"), py::arg("name") = "script", py::kw_only(),
                py::arg("sort") = false, py::arg("includes") = true,
                R"(format(text, name='script', *, sort=False, includes=True) -> str

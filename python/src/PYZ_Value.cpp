@@ -18,6 +18,7 @@
 #include <ZEL/ZEL_ParmList.h>
 
 #include <cmath>
+#include <optional>
 #include <sstream>
 
 namespace
@@ -84,23 +85,12 @@ bool isBrief(const PYZ_Parm &handle, const ZEL_Parm &parm, PYZ_Kind kind, double
 
 [[noreturn]] void raiseFailure(const PYZ_Parm &handle, int number, const NOD_Report &report)
 {
-    const ZEL_Parm &parm = handle.get();
-    std::string text = number != EVL::EVL_OK ? EVL::getErrorText(number) : "it can't be evaluated";
+    std::string more;
     if (number == EVL::EVL_PYTHON && SNKgetExpressionError()[0]) {
-        text += std::string("\n") + SNKgetExpressionError();
+        more = std::string("\n") + SNKgetExpressionError();
     }
-    NOD_Report all;
-    NOD_Message message;
-    message.subject = PYZpathOf(handle.getNode()) + '/' + handle.getName(parm);
-    message.text = text;
-    message.category = "TRK";
-    message.code = number;
-    if (number != EVL::EVL_OK) {
-        all.add(message);
-    }
-    all.append(report);
-    PYZtell(all, "EvaluationError", false, message.subject + ": " + text);
-    throw py::error_already_set();
+    PYZraiseEvaluation(PYZpathOf(handle.getNode()) + '/' + handle.getName(handle.get()), number,
+                       more, report);
 }
 
 /// Reads what may take long or fail.
@@ -143,17 +133,27 @@ std::vector<PYZ_Cell> evaluateAll(const PYZ_Parm &handle, PYZ_Kind kind, double 
                          Py_TYPE(value.ptr())->tp_name);
 }
 
-double toDouble(py::handle value, const std::string &name)
+/// Nothing for what is none.
+std::optional<double> numberOf(py::handle value)
 {
     const double number = PyUnicode_Check(value.ptr()) ? -1.0 : PyFloat_AsDouble(value.ptr());
-    if (number == -1.0 && (PyUnicode_Check(value.ptr()) || PyErr_Occurred())) {
-        if (PyErr_Occurred() && !PyErr_ExceptionMatches(PyExc_TypeError)) {
-            throw py::error_already_set();
-        }
-        PyErr_Clear();
+    if (number != -1.0 || !(PyUnicode_Check(value.ptr()) || PyErr_Occurred())) {
+        return number;
+    }
+    if (PyErr_Occurred() && !PyErr_ExceptionMatches(PyExc_TypeError)) {
+        throw py::error_already_set();
+    }
+    PyErr_Clear();
+    return std::nullopt;
+}
+
+double toDouble(py::handle value, const std::string &name)
+{
+    const std::optional<double> number = numberOf(value);
+    if (!number) {
         raiseKind(name, PYZ_Kind::FLOAT, value);
     }
-    return number;
+    return *number;
 }
 
 std::int64_t toInteger(py::handle value, const std::string &name, PYZ_Kind kind)
@@ -372,18 +372,44 @@ PYZ_Cell PYZtoCell(py::handle value, const ZEL_Parm &parm, const std::string &na
     throw py::type_error(name + " has no value");
 }
 
+double PYZtoNumber(py::handle value, std::string_view what)
+{
+    const std::optional<double> number = numberOf(value);
+    if (!number) {
+        throw py::type_error(std::string(what) + " must be a number, not " +
+                             Py_TYPE(value.ptr())->tp_name);
+    }
+    if (!std::isfinite(*number)) {
+        throw py::value_error(std::string(what) + " must be finite");
+    }
+    return *number;
+}
+
+const char *PYZlanguageWord(TRK_ExprLanguage language)
+{
+    return language == TRK_LANGUAGE_PYTHON ? "python" : "native";
+}
+
+TRK_ExprLanguage PYZtoLanguage(py::handle word)
+{
+    const std::string text = PYZfromText(word, "a language");
+    for (const TRK_ExprLanguage language : {TRK_LANGUAGE_NATIVE, TRK_LANGUAGE_PYTHON}) {
+        if (text == PYZlanguageWord(language)) {
+            return language;
+        }
+    }
+    throw py::value_error("the language of an expression is \"native\" or \"python\", not \"" +
+                          text + '"');
+}
+
 double PYZtimeOf(const NOD_Scene &scene, py::handle time, py::handle frame)
 {
     if (!time.is_none() && !frame.is_none()) {
         throw py::type_error("either a time or a frame is given, not both");
     }
-    const double given = !time.is_none()    ? toDouble(time, "a time")
-                         : !frame.is_none() ? scene.frameToTime(toDouble(frame, "a frame"))
-                                            : scene.getTime();
-    if (!std::isfinite(given)) {
-        throw py::value_error("a time must be finite");
-    }
-    return given;
+    return !time.is_none()    ? PYZtoNumber(time, "a time")
+           : !frame.is_none() ? scene.frameToTime(PYZtoNumber(frame, "a frame"))
+                              : scene.getTime();
 }
 
 py::object PYZread(const PYZ_Parm &handle, double time, PYZ_Texts texts)

@@ -9,6 +9,8 @@
 
 #include "PYZ_Python.h"
 
+#include <TRK/TRK_Types.h>
+
 #include <cstdint>
 #include <string>
 #include <variant>
@@ -40,6 +42,11 @@ using PYZ_Cell = std::variant<std::monostate, double, std::int64_t, std::string>
 py::object PYZfromCell(const PYZ_Cell &cell, PYZ_Kind kind);
 /// The word of a menu's entry stands for its number, where the parameter has one.
 PYZ_Cell PYZtoCell(py::handle value, const ZEL_Parm &parm, const std::string &name);
+/// A finite one; `what` is "a time".
+double PYZtoNumber(py::handle value, std::string_view what);
+/// "native" or "python".
+TRK_ExprLanguage PYZtoLanguage(py::handle word);
+const char *PYZlanguageWord(TRK_ExprLanguage language);
 /// A time, or a frame, of which one or none is given; without them the scene's.
 double PYZtimeOf(const NOD_Scene &scene, py::handle time, py::handle frame);
 

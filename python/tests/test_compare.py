@@ -38,6 +38,28 @@ def test_exact_differences_are_applied_and_taken_back(scene, pair):
         difference.inverse().apply(left)
 
 
+def test_a_scene_keeps_handles_handlers_and_undo(scene, node, kinds):
+    other = scene.add("other", kinds)
+    size, start, told = node["size"], scene.to_bytes(), []
+    node.on_change(lambda where, what, parm: told.append((where.path, parm.name)))
+    size.value = 3
+    node.name = "renamed"
+    other.remove()
+    scene.add("third", kinds)["t"].value = (7, 8, 9)
+    change, end = zel.diff(start, scene.to_bytes(), exact=True), scene.to_bytes()
+    told.clear()
+    labels = scene.undo_labels
+    assert change.inverse().apply(scene) is scene and scene.to_bytes() == start
+    assert node.path == "/n" and size.value == 1.5 and told
+    assert scene.undo_labels == ("Apply difference", *labels)
+    assert scene.undo() and scene.to_bytes() == end and size.value == 3
+    scene["third"].remove()
+    before = scene.to_bytes()
+    with pytest.raises(zel.PatchError, match="third"):
+        change.inverse().apply(scene)
+    assert scene.to_bytes() == before
+
+
 def test_files_bytes_and_scripts_are_compared(examples, tmp_path, kinds):
     light = zel.Interface(examples / "light.ds")
     day, night = examples / "light.parms", examples / "light_night.parms"
@@ -52,6 +74,58 @@ def test_files_bytes_and_scripts_are_compared(examples, tmp_path, kinds):
         zel.diff(day, night, tolerance="wide")
     with pytest.raises(zel.PatchError):
         zel.diff(tmp_path / "nothing", day)
+
+
+def test_scripts_of_strangers_are_not_read(tmp_path, scene):
+    folder = tmp_path / "theirs"
+    folder.mkdir()
+    (tmp_path / "ours.inc").write_text('parm { name "x" type float }')
+    theirs = folder / "a.ds"
+    theirs.write_text('{\n\tname a\n#include "../ours.inc"\n}\n')
+    for call in (
+        lambda scripts: zel.diff(theirs, theirs, scripts=scripts),
+        lambda scripts: zel.lint(theirs, includes=scripts),
+        lambda scripts: zel.mend(theirs, includes=scripts),
+    ):
+        call(True)
+        for scripts in ("folder", False):
+            with pytest.raises(zel.Error, match="ours.inc"):
+                call(scripts)
+    assert [zel.check(theirs, includes=scripts) == () for scripts in (True, "folder")] == [True, False]
+    (tmp_path / "ours.ds").write_text('{ name ours parm { name "x" type float } }')
+    scene.add("n", zel.Interface(tmp_path / "ours.ds"))
+    scene.save(folder / "a.scene")
+    scene["n"]["x"].value = 2
+    scene.save(folder / "b.scene")
+    with pytest.warns(zel.MessageWarning, match="ours.ds"):
+        merged = zel.merge(folder / "a.scene", folder / "a.scene", folder / "b.scene", scripts="folder")
+    assert merged.to_bytes() == (folder / "b.scene").read_bytes()
+    scene.clear()
+    patch = zel.diff(scene, folder / "a.scene", exact=True)
+    assert len(patch.apply(zel.Scene())["n"]) == 1
+    with pytest.raises(zel.PatchError, match="scripts aren't read"):
+        patch.apply(scene, scripts=False)
+
+
+def test_states_in_memory_are_merged(scene, kinds):
+    base, ours, theirs = (scene.add(name, kinds) for name in ("base", "ours", "theirs"))
+    ours["size"].value, theirs["t"].value = 3, (7, 8, 9)
+    merged = zel.merge(base, ours, theirs)
+    with pytest.raises(zel.PatchError, match=r"apply\(\)"):
+        merged.to_bytes()
+    assert merged.apply(base) is base
+    assert base.as_dict(changed_only=True) == {"size": 3, "t": (7, 8, 9)}
+    assert scene.undo() and base.as_dict(changed_only=True) == {}
+    start, size = scene.to_bytes(), base["size"]
+    size.value = 2
+    end = scene.to_bytes()
+    assert scene.undo() and zel.merge(start, scene, end).apply(scene) is scene
+    assert scene.to_bytes() == end and size.value == 2
+    for target in (ours, start, None):
+        with pytest.raises(TypeError, match="scene"):
+            zel.merge(start, scene, end).apply(target)
+    with pytest.raises(zel.PatchError, match="save"):
+        zel.merge(*[base.to_bytes("node")] * 3).apply(base)
 
 
 def test_merges_join_and_say_what_cannot_be_had(scene, kinds, tmp_path):

@@ -22,5 +22,7 @@ def public():
 def test_examples_of_docstrings(name, thing):
     doc = inspect.getdoc(thing)
     assert doc, f"{name} has no docstring"
+    if inspect.isclass(thing) and thing in vars(zel._zel).values():
+        assert ">>>" in doc, f"{name} has no example"
     test = doctest.DocTestParser().get_doctest(doc, {"zel": zel}, name, None, 0)
     assert doctest.DocTestRunner(verbose=False).run(test).failed == 0

@@ -36,6 +36,11 @@ def test_pickles_and_copies_are_whole(rig):
     key = rig["rig/key"]
     for twin in (pickle.loads(pickle.dumps(rig)), copy.copy(rig), copy.deepcopy(rig)):
         assert twin is not rig and twin.to_bytes(self_contained=True) == rig.to_bytes(self_contained=True)
+    for twin in copy.copy(rig), copy.deepcopy(rig):
+        assert not zel.diff(rig, twin, exact=True) and twin["rig/key"].interface == key.interface
+        assert twin.to_bytes() == rig.to_bytes() and twin.interfaces == rig.interfaces and not twin.undo_labels
+        twin["rig/key"]["shadow_mask"].value = ""
+        assert key["shadow_mask"].value == "fünf \udcff"
     assert pickle.loads(pickle.dumps(key["light_color"][1])).value == 0.9
     assert copy.copy(key) == key != copy.deepcopy(key)
     assert copy.copy(key.interface) == key.interface

@@ -151,11 +151,12 @@ def test_a_thousand_rounds_keep_the_memory(kinds):
 
     # A sanitizer is slow, and keeps what is freed for a while.
     is_sanitized = "libasan" in pathlib.Path("/proc/self/maps").read_text()
-    rounds(200)
+    count = 200 if is_sanitized else 1000
+    rounds(count)
     before, objects = resident(), len(gc.get_objects())
-    rounds(200 if is_sanitized else 1000)
+    rounds(count)
     assert len(gc.get_objects()) - objects < 200
-    assert resident() - before < (400 if is_sanitized else 8) * 2**20
+    assert resident() - before < (400 if is_sanitized else 1) * 2**20
 
 
 @pytest.mark.parametrize("undone", [True, False])

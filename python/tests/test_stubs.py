@@ -71,6 +71,34 @@ def stub_functions():
     return found
 
 
+def test_contents_are_texts_and_bytes_where_the_stubs_say_so():
+    """What takes contents of files, in each type that the stub names, and in no other one."""
+    said = {}
+    for name, stubs in STUBS.items():
+        for one in stubs[0][0].args:
+            kind = ast.unparse(one.annotation) if one.annotation else ""
+            if one.arg in ("text", "data") and "bytes" in kind:
+                said[name] = "str" in kind
+    calls = {
+        "Interface.from_text": (zel.Interface.from_text, 'parm { name "x" type float }'),
+        "Scene.from_bytes": (zel.Scene.from_bytes, zel.Scene().to_bytes().decode()),
+        "Difference.from_json": (zel.Difference.from_json, zel.diff(b"{\n}\n", b"{\n}\n", exact=True).to_json()),
+        "format": (zel.format, 'parm { name "x" type float }'),
+        "Presets.save": (lambda text: zel.Presets("none").save(text, "a", folder="/nowhere"), "{\n}\n"),
+    }
+    assert set(said) == set(calls)
+    for name, (call, text) in calls.items():
+        for value in (text, text.encode(), 3):
+            taken = isinstance(value, bytes) or (isinstance(value, str) and said[name])
+            try:
+                call(value)
+                assert taken, name
+            except zel.PresetError:
+                assert taken, name
+            except TypeError as error:
+                assert not taken and "bytes" in str(error), name
+
+
 def parameters_of_stub(arguments, static, has_self):
     plain = arguments.args[1:] if has_self and not static else arguments.args
     missing = len(plain) - len(arguments.defaults)

@@ -1,4 +1,5 @@
 import math
+from collections.abc import Mapping
 
 import pytest
 
@@ -233,3 +234,66 @@ def test_events(node):
     with pytest.raises(RuntimeError, match="no"):
         node["count"].value = 9
     assert node["count"].value == 9
+
+
+def test_slices_of_components(scene, node):
+    t = node["t"]
+    assert t[1:] == [t[1], t[2]] and t[::-1][0] == t[2] and t[5:] == []
+    steps = len(scene.undo_labels)
+    t[::2] = (7, 8)
+    assert t.value == (7, 2, 8) and len(scene.undo_labels) == steps + 1
+    t[2].locked = True
+    for start, values, error in (
+        (1, (1,), ValueError),
+        (1, (5, 5), zel.EditError),
+        (1, (5, "x"), TypeError),
+        (0, 3, TypeError),
+    ):
+        with pytest.raises(error):
+            t[start:] = values
+        assert t.value == (7, 2, 8)
+    with pytest.raises(TypeError, match="int, not str"):
+        t["x"]
+
+
+def test_names_of_nodes_are_those_of_values(node, kinds):
+    assert isinstance(node, Mapping) and isinstance(node.scene, Mapping)
+    names = list(kinds)
+    assert len(names) == len(kinds) and "p#" in kinds and "p1" not in kinds and 3 not in kinds
+    for name in names:
+        assert (name in node) == (name in node.keys()) == (name in node.as_dict()), name
+    assert "press" not in node and node["press"].kind == "none" and node.get("press") == node["press"]
+    assert "ty" in node and "nothing" not in node and node.get("nothing", 3) == 3
+
+
+def test_wrong_types_say_what_is_right(scene, node, tmp_path):
+    for call, words in (
+        (lambda: scene.add("x", "light.ds"), r"zel.Interface, not str: zel.Interface\(path\)"),
+        (lambda: scene.add("x", 3), "zel.Interface, not int$"),
+        (lambda: node.move("/rig"), r"zel.Node, not str: scene\[path\]"),
+        (lambda: zel.migrate("n", 3), "zel.Node, not str"),
+        (lambda: setattr(scene, "frame", "x"), "a frame must be a number, not str"),
+        (lambda: setattr(scene, "frame_range", (1, "x")), "the last frame must be a number"),
+        (lambda: scene.time_of(None), "a frame must be a number"),
+        (lambda: zel.Scene.from_bytes("text"), "data must be bytes, not str"),
+        (lambda: node["points"].insert("x"), "int, not str"),
+        (lambda: type("Mine", (zel.Scene,), {}), "not an acceptable base type"),
+    ):
+        with pytest.raises(TypeError, match=words) as caught:
+            call()
+        assert "incompatible function arguments" not in str(caught.value)
+    with pytest.raises(ValueError, match="did you mean compact?"):
+        node.save(tmp_path / "x", "compakt")
+    size = node["size"]
+    node.name = "other"
+    node.remove()
+    with pytest.raises(zel.GoneError, match="the node /n of the parameter size is gone"):
+        size.value
+
+
+def test_failing_menus_warn(scene, capfd):
+    script = 'parm { name "pick" type string menu { [ "return nothing" ] language python } }'
+    pick = scene.add("m", zel.Interface.from_text(script, "m"))["pick"]
+    with pytest.warns(zel.MessageWarning, match="(?s)/m/pick.*NameError.*nothing"):
+        assert pick.menu == ()
+    assert capfd.readouterr() == ("", "")

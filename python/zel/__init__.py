@@ -31,5 +31,15 @@ def _adopt(module):
         __all__.append(name)
 
 
+def _register():
+    """What follows the protocols of collections.abc, for isinstance()."""
+    from collections.abc import Mapping, Sequence
+
+    for kind, classes in (Sequence, (_zel.Keys, _zel.Difference)), (Mapping, (_zel.Node, _zel.Scene)):
+        for one in classes:
+            kind.register(one)
+
+
+_register()
 for _module in (_zel, _errors, _records, _pictures):
     _adopt(_module)

@@ -187,7 +187,7 @@ private:
     void setValue(ZEL_Parm &parm, int k)
     {
         if (parm.getType().isStringType()) {
-            const char *const texts[] = {"", "a b", "tab\there", "\"q\" \\ \n new", "`ch(\"n\")`"};
+            const char *const texts[] = {"", "a b", "tab\there", "\"q\" \\ \n# new", "`ch(\"n\")`"};
             parm.setValue(0.0, texts[next(5)], TRK_MEANING_LITERAL, false, k, ZEL_ADDKEY_PENDING,
                           ZEL_KEYSET_PREFERENCE);
         } else if (std::string(parm.getToken()) == "data") {

@@ -8,6 +8,8 @@
 #include <node/SavedNodes.h>
 #include <node/SceneEdits.h>
 
+#include <ZEL/ZEL_FloatHandle.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -373,6 +375,26 @@ TEST(Difference, NodesAreFoundUnderOtherNamesAndInOtherPlaces)
               "node renamed /b from /a\nparm removed /a: d\nparm added /b: e\n");
     EXPECT_EQ(told("/a abc", "/b xyz"), "node removed /a\nnode added /b\n");
     EXPECT_EQ(told("/a abc /b de", "/b de /a abc"), "node moved /a from /a\n");
+    // Among many, those that share what few others have.
+    std::string former, present;
+    for (int i = 0; i < 250; ++i) {
+        const std::string letters = {char('a' + i % 20), char('A' + i / 20)};
+        former += "/n" + std::to_string(i) + " uvw" + letters + "z ";
+        present = "/m" + std::to_string(i) + " uvw" + letters + "y " + present;
+    }
+    const std::string all = told(former, present);
+    const auto count = [&](const char *what) {
+        std::size_t found = 0;
+        for (std::size_t at = 0; (at = all.find(what, at)) != std::string::npos; ++at) {
+            ++found;
+        }
+        return found;
+    };
+    EXPECT_EQ(count("node added"), 0u);
+    for (int i = 0; i < 250; ++i) {
+        const std::string number = std::to_string(i);
+        EXPECT_NE(all.find("/m" + number + " from /n" + number + "\n"), std::string::npos) << i;
+    }
     // Out of one that is removed, into one that is new.
     EXPECT_EQ(told("/a abc /a/k uvw", "/b xyz /b/k uvw"),
               "node removed /a\nnode added /b\nnode moved /b/k from /a/k\n");
@@ -580,6 +602,65 @@ TEST(Difference, PatchesThatAreNone)
     }
 }
 
+/// A scene becomes any other state of it, and comes back, by undo.
+TEST(Difference, ASceneTakesAStateAsOneStep)
+{
+    for (unsigned seed = 1; seed <= 60; ++seed) {
+        SceneEdits made(seed);
+        NOD_Report report;
+        for (int i = made.below(30); i > 0; --i) {
+            made.step();
+        }
+        const std::string first = pictureOf(made.scene);
+        NOD_Document state;
+        ASSERT_TRUE(state.take(made.scene, true, report)) << report.asText();
+        for (int i = made.below(60); i > 0; --i) {
+            made.step();
+        }
+        const std::string second = pictureOf(made.scene);
+        const std::size_t steps = made.undo().getUndoCount();
+        report.clear();
+        ASSERT_TRUE(state.give(made.scene, {}, report)) << seed << report.asText();
+        EXPECT_EQ(pictureOf(made.scene), first) << seed;
+        EXPECT_EQ(made.undo().getUndoCount(), steps + (first != second)) << seed;
+        if (first != second) {
+            made.undo().undo();
+            EXPECT_EQ(pictureOf(made.scene), second) << seed;
+            made.undo().redo();
+            EXPECT_EQ(pictureOf(made.scene), first) << seed;
+        }
+        takeMessages();
+    }
+}
+
+TEST(Difference, NodesOfASceneStayTheObjectsThatTheyAre)
+{
+    SceneEdits made(3);
+    NOD_Scene &scene = made.scene;
+    NOD_Report report;
+    NOD_Node &a = *scene.find("/a");
+    NOD_Node &b = *scene.find("/b");
+    NOD_Node &c = *scene.find("/a/c");
+    NOD_Edit(scene, "values").set(b, "v", 5.0);
+    NOD_Edit(scene, "values").set(c, "v", 6.0);
+    NOD_Document state;
+    ASSERT_TRUE(state.take(scene, true, report));
+    const std::string first = pictureOf(scene);
+    // Another name, a node under what was below it, and one that comes first.
+    scene.rename(b, "x", report);
+    scene.move(c, scene.getRoot(), 0, report);
+    scene.move(a, c, report);
+    scene.add("/c/a/y", made.other, report);
+    const ZEL_FloatHandle value(b.getParms(), "v");
+    ASSERT_TRUE(state.give(scene, {}, report)) << report.asText();
+    EXPECT_EQ(pictureOf(scene), first);
+    EXPECT_EQ(scene.find("/a"), &a);
+    EXPECT_EQ(scene.find("/b"), &b);
+    EXPECT_EQ(scene.find("/a/c"), &c);
+    EXPECT_EQ(value(0.0), 5.0);
+    EXPECT_EQ(a.getInterface(), made.item); // and isn't read again
+}
+
 TEST(Difference, NodesAndScenesInMemory)
 {
     SceneEdits made(5);
@@ -594,7 +675,7 @@ TEST(Difference, NodesAndScenesInMemory)
     const auto there = NOD_Difference::between(before.getTop(), after.getTop(), exactly());
     before.setTop(there.apply(before.getTop(), report));
     NOD_Scene other;
-    before.give(other, report);
+    EXPECT_TRUE(before.give(other, {}, report)) << report.asText();
     EXPECT_EQ(pictureOf(other), picture);
 
     SceneEdits one(8);

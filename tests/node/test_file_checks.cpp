@@ -1,5 +1,7 @@
 // Files whose readers tell little: commands, of which each tells its own mistakes, and rows of menus.
 
+#include <DS/DS_Command.h>
+#include <DS/DS_CommandList.h>
 #include <KIT/KIT_IStream.h>
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_CommandCheck.h>
@@ -49,8 +51,8 @@ TEST(FileChecks, EachCommandTellsItsOwnMistakes)
 {
     std::mt19937 random(1);
     for (int round = 0; round < 200; ++round) {
-        std::string text = "// commands\n#define KIND toggle\n";
-        int line = 3;
+        std::string text = "/* commands\n#define KIND nothing */\n#define KIND toggle\n";
+        int line = 4;
         std::set<int> wrong;
         for (unsigned i = 0, count = 1 + random() % 5; i < count; ++i) {
             text += random() % 2 ? "command {\n" : "{\n";
@@ -94,6 +96,27 @@ TEST(FileChecks, ACommandWithoutItsBraceLeavesTheNextAlone)
     EXPECT_TRUE(NODcheckCommands("#if 1\ncommand { name a lable b }\n#endif\n", "f", report));
     EXPECT_TRUE(NODcheckCommands("", "f", report));
     EXPECT_TRUE(NODcheckCommands("}}} words \"", "f", report));
+}
+
+TEST(FileChecks, ASoundFileOfCommandsIsReadWhateverItsCommentsHold)
+{
+    constexpr const char *theStarts[] = {
+        "/*\n#define label wrong\n*/\n",
+        "// #define name {\n",
+        "/*\n#if 0\n*/\n",
+        "#define W label\n",
+        "#if 1\n#endif\n",
+    };
+    for (const std::string start : theStarts) {
+        NOD_Report report;
+        EXPECT_EQ(NODreadCommands(start + "command { name a label b }", "f", report)->getEntries(),
+                  1);
+        EXPECT_TRUE(report.isEmpty()) << start << report.asText();
+        const std::string wrong = "{ name c lable d }\n{ name e nmae f }\n";
+        NODreadCommands(start + wrong, "f", report);
+        const int first = int(std::count(start.begin(), start.end(), '\n')) + 1;
+        EXPECT_EQ(linesOf(report), (std::set<int>{first, first + 1})) << start << report.asText();
+    }
 }
 
 TEST(FileChecks, RowsOfMenusAreThoseOfTheirReader)

@@ -305,6 +305,14 @@ TEST(Lint, Values)
                  "parm { name p# label P type float default { \"ch('q#') + ch('p1')\" } }\n"
                  "parm { name q# label Q type float hidewhen \"{ ch('r#') > 1 }\" } }\n",
                  "5:51 Z313"},
+            // In Python too: not of another node, a computed name, a comment, nor what may be None.
+            Case{
+                "parm { name v label V type vector }\n"
+                "parm { name a label A type float default { [ \"vmr.ch('vy') + vmr.ch('vq')\" python ] } }\n"
+                "parm { name b label B type string default { [ \"vmr.chs(f'{1}')\" python ] }\n"
+                "menu { [ \"# vmr.ch('x')\\nn = vmr.node('../v').parm('x') or vmr.parm('y')\\n"
+                "return [vmr.chs( 'c\\\\x41'), vmr.parm('z').eval()]\" ] language python } }\n",
+                "4:70 Z313, 6:11 Z313, 6:113 Z313"},
             Case{"parm { name a label A type float range { 1 1 } }\n", "3:34 Z309"},
             Case{"parm { name a label A type float range { x! 1 } }\n", "3:42 Z310"},
             Case{"multiparm { name a label A default 30 range { 0! 20! }\n"

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 #include <set>
 
 namespace
@@ -657,7 +658,7 @@ TEST(Merge, NodesThatCannotBeWhereBothWant)
 }
 
 /// A scene with a node of these items, driven by channels with these lines.
-std::string state(const std::vector<int> &items, const std::vector<std::string> &driven)
+void fill(NOD_Node &node, const std::vector<int> &items, const std::vector<std::string> &driven)
 {
     std::string channels;
     std::string values = "pts\t(\t" + std::to_string(items.size()) + "\t)\n";
@@ -669,15 +670,38 @@ std::string state(const std::vector<int> &items, const std::vector<std::string> 
         channels +=
             driven[i].empty() ? "" : "channel " + token + " { default 0 " + driven[i] + " } ";
     }
-    NOD_Scene one;
-    NOD_Report report;
-    NOD_Node &node = *one.add("/n", pointInterface(), report);
     const std::string texts[] = {"channels 1.0 { " + channels + "}", stream(values)};
     KIT_IStream first(texts[0].data(), texts[0].size(), KIT_IStream::TEXT);
     node.loadChannels(first);
     KIT_IStream second(texts[1].data(), texts[1].size(), KIT_IStream::TEXT);
     node.getParms().load(second, nullptr, nullptr);
+}
+
+/// A node with these items, and another one with a driven item if `reader` says by what.
+std::string state(const std::vector<int> &items, const std::vector<std::string> &driven,
+                  const std::string &reader = {})
+{
+    NOD_Scene one;
+    NOD_Report report;
+    fill(*one.add("/n", pointInterface(), report), items, driven);
+    if (!reader.empty()) {
+        fill(*one.add("/m", pointInterface(), report), {0}, {reader});
+    }
     return savedScene(one, NOD_SaveOptions::Form::TEXT);
+}
+
+std::string with(const char *text)
+{
+    return std::string("key 0 0 \"") + text + "\"";
+}
+
+std::string expressionOf(const Merged &merged, const char *channel, const char *node = "n")
+{
+    const NOD_Record *const contents =
+        merged.made.getTop().find(Kind::NODE, node)->find(Kind::CONTENTS);
+    const NOD_Record *const found = contents->find(Kind::CHANNEL, channel);
+    const NOD_Record *const key = found ? found->find(Kind::KEY, "0") : nullptr;
+    return key ? NODvalueText(key->valueOf(Kind::EXPRESSION)) : "none";
 }
 
 TEST(Merge, ChannelsFollowTheirItems)
@@ -704,14 +728,6 @@ TEST(Merge, ChannelsFollowTheirItems)
 /// What refers to an item does so under the number that it has at last.
 TEST(Merge, ExpressionsFollowTheirItems)
 {
-    const auto with = [](const char *text) { return std::string("key 0 0 \"") + text + "\""; };
-    const auto expressionOf = [](const Merged &merged, const char *channel) {
-        const NOD_Record *const contents =
-            merged.made.getTop().find(Kind::NODE, "n")->find(Kind::CONTENTS);
-        const NOD_Record *const found = contents->find(Kind::CHANNEL, channel);
-        const NOD_Record *const key = found ? found->find(Kind::KEY, "0") : nullptr;
-        return key ? NODvalueText(key->valueOf(Kind::EXPRESSION)) : "none";
-    };
     // Ours refers to the second item, in front of which theirs has put another one.
     const std::string base = state({1, 2, 3}, {"", "", ""});
     const std::string ours =
@@ -736,4 +752,98 @@ TEST(Merge, ExpressionsFollowTheirItems)
     EXPECT_EQ(both.conflicts,
               "/n: channel p2 key 0 expression: both changed it: base \"ch(\"p1\")\", ours "
               "\"ch(\"p1\") * 2\", theirs \"ch(\"p2\") * 3\"; ours stands\n");
+}
+
+/// Also by paths, of the node itself and of others; those that lead elsewhere stay.
+TEST(Merge, ReferencesByPathFollowTheirItems)
+{
+    const std::string base = state({1, 2, 3}, {"", "", ""}, with("1"));
+    const std::string theirs = state({7, 1, 2, 3}, {"", "", "", ""}, with("1"));
+    const char *const paths = "ch(\\\"./p2\\\") + ch('/n/p2') + ch('../n/p2') + ch('../o/p2')";
+    Merged own(base, state({1, 2, 3}, {"", "", with(paths)}, with("1")), theirs);
+    EXPECT_EQ(own.conflicts, "");
+    EXPECT_EQ(expressionOf(own, "p4"),
+              "ch(\"./p3\") + ch('/n/p3') + ch('../n/p3') + ch('../o/p2')");
+    const std::string ours = state({1, 2, 3}, {"", "", ""}, with("ch('../n/p2') + ch('p1')"));
+    for (const bool swapped : {false, true}) {
+        Merged other(base, swapped ? theirs : ours, swapped ? ours : theirs);
+        EXPECT_EQ(other.conflicts, "");
+        EXPECT_EQ(expressionOf(other, "p1", "m"), "ch('../n/p3') + ch('p1')");
+        EXPECT_EQ(other.bytes().find("mark"), std::string::npos);
+    }
+    // A conflict shows what each side has written, and items of both sides are told apart.
+    Merged both(state({1, 2}, {"", ""}, with("ch('/n/p1')")),
+                state({8, 1, 2}, {"", "", ""}, with("ch('/n/p1') + 5")),
+                state({1, 2, 9}, {"", "", ""}, with("ch('/n/p3')")));
+    EXPECT_EQ(expressionOf(both, "p1", "m"), "ch('/n/p1') + 5");
+    EXPECT_EQ(both.conflicts, "/m: channel p1 key 0 expression: both changed it: base "
+                              "\"ch('/n/p1')\", ours \"ch('/n/p1') + 5\", theirs "
+                              "\"ch('/n/p3')\"; ours stands\n");
+}
+
+/// Else it would be about the item that has its number now.
+TEST(Merge, AReferenceToARemovedItemIsAConflict)
+{
+    const std::string base = state({1, 2, 3}, {"", "", ""}, with("1"));
+    const std::string theirs = state({1, 3}, {"", ""}, with("1"));
+    Merged own(base, state({1, 2, 3}, {with("ch('p2') * 2"), "", ""}, with("1")), theirs);
+    EXPECT_EQ(own.conflicts,
+              "/n: channel p1 key 0 expression: it refers to what one side removed: base "
+              "nothing, ours \"ch('p2') * 2\", theirs nothing; ours stands\n");
+    EXPECT_EQ(expressionOf(own, "p1"), "ch('p2') * 2");
+    const std::string ours = state({1, 2, 3}, {"", "", ""}, with("ch('../n/p2')"));
+    const std::string told = "/m: channel p1 key 0 expression: it refers to what one side removed: "
+                             "base \"1\", ";
+    Merged other(base, ours, theirs);
+    EXPECT_EQ(other.conflicts, told + "ours \"ch('../n/p2')\", theirs \"1\"; ours stands\n");
+    Merged swapped(base, theirs, ours);
+    EXPECT_EQ(swapped.conflicts, told + "ours \"1\", theirs \"ch('../n/p2')\"; theirs stands\n");
+    // A policy decides between texts that there are.
+    Merged decided(base, theirs, ours, nullptr, {{"*", Side::OURS}});
+    EXPECT_EQ(expressionOf(decided, "p1", "m"), "1");
+    EXPECT_EQ(decided.merge.getOpenCount(), 0u);
+    Merged undecided(base, theirs, state({1, 2, 3}, {with("ch('p2') * 2"), "", ""}, with("1")),
+                     nullptr, {{"*", Side::OURS}});
+    EXPECT_EQ(undecided.merge.getOpenCount(), 1u);
+    // The language goes with the text.
+    const std::string python = state({1, 2, 3}, {"", "", ""}, "key 0 0 python \"ch('../n/p2')\"");
+    Merged translated(base, python, theirs, nullptr, {{"*", Side::THEIRS}});
+    EXPECT_EQ(expressionOf(translated, "p1", "m"), "1");
+    EXPECT_EQ(translated.bytes().find("python"), std::string::npos);
+    // Ours gives the reader another name, too.
+    const std::string renamed =
+        std::regex_replace(theirs, std::regex("(section \"\\w+ /)m\""), "$1k\"");
+    for (const bool swappedFlag : {false, true}) {
+        Merged elsewhere(base, swappedFlag ? ours : renamed, swappedFlag ? renamed : ours);
+        EXPECT_NE(elsewhere.conflicts.find("it refers to what one side removed"), std::string::npos)
+            << elsewhere.conflicts;
+    }
+}
+
+/// Who removed it has left the reference behind: a conflict where another item has got its number.
+TEST(Merge, AReferenceLeftBehindIsAConflictWhereItWouldLeadElsewhere)
+{
+    const auto all = [](const std::vector<int> &items, const char *text) {
+        return state(items, std::vector<std::string>(items.size()), with(text));
+    };
+    const std::string base = all({1, 2, 3}, "ch('../n/p3')");
+    const std::string theirs = all({1, 2}, "ch('../n/p3')");
+    const std::pair<std::string, std::string> cases[] = {
+        {all({1, 5, 3}, "ch('../n/p3')"), ""}, // it leads nowhere, as theirs has it
+        {all({1, 2, 3, 4}, "ch('../n/p3')"), "ch('../n/p3')"},
+        {all({9, 1, 2, 3}, "ch('../n/p4')"), "ch('../n/p4')"},
+    };
+    for (const auto &[ours, text] : cases) {
+        for (const bool swapped : {false, true}) {
+            Merged merged(base, swapped ? theirs : ours, swapped ? ours : theirs);
+            const std::string left = "ch('../n/p3')";
+            const std::string told =
+                text.empty() ? ""
+                             : "/m: channel p1 key 0 expression: it refers to what one side "
+                               "removed: base \"" +
+                                   left + "\", ours \"" + (swapped ? left : text) +
+                                   "\", theirs \"" + (swapped ? text : left) + "\"; ours stands\n";
+            EXPECT_EQ(merged.conflicts, told);
+        }
+    }
 }

@@ -129,7 +129,7 @@ TEST(MergeScript, WhatIsNoScriptIsRefused)
         {"{ name x\n parm { name a", "f(2): the block of 'parm' is not closed"},
         {"{ name x\n label \"a }", "f(2): the text is not closed"},
         {"{ name x /* }", "f: is no dialog script as a whole"},
-        {"#define P name a }\n{ name x parm { P }", "f: can't be taken apart"},
+        {"#define P name a }\n{ name x parm { P }", "f(2): can't be taken apart"},
     };
     for (const auto &[text, message] : texts) {
         NOD_Document document;
@@ -183,8 +183,8 @@ TEST(MergeScript, PartsOfAStatementAreMergedOneByOne)
          "",
          "\tparm { name a label C }\n",
          "",
-         {"a: one changed it, the other one removed it: base 6 parts, ours nothing, theirs 6 parts; "
-          "ours stands"}},
+         {"a: one changed it, the other one removed it: base parm { name a label A }, ours nothing, "
+          "theirs parm { name a label C }; ours stands"}},
     };
     for (const Case &one : cases) {
         const Merged merged = mergeOf(scriptOf(one.base), scriptOf(one.ours), scriptOf(one.theirs));
@@ -212,6 +212,46 @@ TEST(MergeScript, ATokenIsThereOnce)
     EXPECT_EQ(renamed.conflicts.size(), 1U);
     EXPECT_EQ(renamed.bytes,
               with(" parm { name a type float label Old }", " parm { name a1 type float }"));
+}
+
+/// What one side renames, the other one may have begun to refer to.
+TEST(MergeScript, ANameThatOnlyTheMergeLostIsAConflict)
+{
+    const auto script = [](const std::string &name, const std::string &words) {
+        return "{\n\tname s\n\tparm {\n\t\tname \"" + name +
+               "\"\n\t\ttype float\n\t\trange { 0 1 }\n\t}\n\tparm {\n\t\tname \"y\"\n"
+               "\t\ttype float\n" +
+               words + "\t}\n}\n";
+    };
+    const std::string condition = "\t\tdisablewhen \"{ x == 0 } { y > 2 }\"\n";
+    const std::string expression = "\t\tdefault { [ \"ch(\\\"x\\\") * 2\" native ] }\n";
+    const std::string other = "\t\tdisablewhen \"{ y == x }\"\n\t\tlabel \"ch x\"\n";
+    const auto conflicts = [&](const char *base, const std::string &ours,
+                               const std::string &theirs) {
+        const Strings told = mergeOf(script(base, ""), ours, theirs).conflicts;
+        return told.empty() ? "" : told[0];
+    };
+    EXPECT_EQ(conflicts("x", script("x", condition), script("z", "")),
+              "y disablewhen: it refers to what one side removed: base nothing, ours "
+              "\"{ x == 0 } { y > 2 }\", theirs nothing; ours stands");
+    for (const std::string &words : {expression, std::string("\t\thidewhen { x != 0 }\n")}) {
+        EXPECT_NE(conflicts("x", script("z", ""), script("x", words)).find("theirs stands"),
+                  std::string::npos)
+            << words;
+    }
+    EXPECT_EQ(conflicts("x", script("x", other), script("z", "")), "");
+    const std::string elsewhere =
+        "\t\tdefault { [ \"ch(\\\"../x\\\") + ch(\\\"x/y\\\")\" native ] }\n";
+    EXPECT_EQ(conflicts("x", script("x", elsewhere), script("z", "")), "");
+    std::string renamed = script("z", "");
+    renamed.replace(renamed.find("\"y\""), 3, "\"w\"");
+    for (const bool swapped : {false, true}) {
+        const std::string theirs = script("x", condition);
+        EXPECT_NE(conflicts("x", swapped ? theirs : renamed, swapped ? renamed : theirs), "");
+    }
+    // It was so before, or both sides have its new name.
+    EXPECT_EQ(conflicts("z", script("z", condition), script("w", "")), "");
+    EXPECT_EQ(conflicts("x", script("x", ""), script("z", condition)), "");
 }
 
 TEST(MergeScript, ConflictsAreCommentsThatAreReadOver)
@@ -447,7 +487,7 @@ TEST(MergePreset, ValuesAndPresetsAreMergedOneByOne)
 {
     const std::string key = "    channel a {\n        default 0\n        key 0 1 linear()\n    }\n";
     const std::pair<std::string, std::string> cases[] = {
-        {presetOf("1", "2"), presetOf("[ a\t1\t]", "2", key)},
+        {presetOf("1", "2"), presetOf("[ a\t1 ] ", "2", key)},
         {fileOf({{"Day", presetOf("1", "2")}, {"Night", "#PSI_PRESET version 2.0a # own\n"}}),
          fileOf({{"Dusk \"x\"", presetOf("5", "2")}, {"Day", presetOf("1", "3")}})},
         {"#STO_INDEX 1.0\n# a comment\nsection \"a\"\n\tx\nend\n#END\n", fileOf({{"a", "y"}})}};
@@ -468,6 +508,40 @@ TEST(MergePreset, ValuesAndPresetsAreMergedOneByOne)
     EXPECT_EQ(file.conflicts,
               Strings({"preset Day a: both changed it: base 1, ours 7, theirs 6; ours "
                        "stands"}));
+}
+
+/// One side has other blanks; a comment is kept, and the preset then one thing.
+TEST(MergePreset, BlanksBecomeTheLibrarys)
+{
+    const std::string base = presetOf("1", "2");
+    std::string theirs = presetOf("1", "7", "    channel a { default 0   key 0 5 linear() }\n");
+    theirs.replace(theirs.find("values\n"), 7, "values   ");
+    theirs.replace(theirs.find("\t)"), 2, "   )\n");
+    const std::string wanted =
+        presetOf("4", "7", "    channel a {\n        default 0\n        key 0 5 linear()\n    }\n");
+    const Merged merged = mergeOf(base, presetOf("4", "2"), theirs);
+    EXPECT_EQ(merged.conflicts, Strings());
+    EXPECT_EQ(merged.bytes, wanted);
+    const Merged file = mergeOf(fileOf({{"p", base}}), fileOf({{"p", presetOf("4", "2")}}),
+                                fileOf({{"p", theirs}, {"q", base}}));
+    EXPECT_EQ(file.conflicts, Strings());
+    EXPECT_EQ(file.bytes, fileOf({{"p", wanted}, {"q", base}}));
+    std::string noted = theirs;
+    noted.replace(noted.find("version 0.8"), 11, "version 0.8\n# mine\n");
+    const Merged kept = mergeOf(base, presetOf("4", "2"), noted);
+    ASSERT_EQ(kept.conflicts.size(), 1u);
+    EXPECT_LT(kept.conflicts[0].size(), 400u);
+    EXPECT_EQ(kept.conflicts[0].find('\n'), std::string::npos);
+    noted = theirs;
+    noted.replace(noted.find("channels"), 8, "channels # mine\n");
+    EXPECT_EQ(mergeOf(base, presetOf("4", "2"), noted).conflicts.size(), 1u);
+    // A file of them with a comment between is one thing, too.
+    std::string framed = fileOf({{"p", presetOf("1", "9")}});
+    framed.insert(framed.find("section"), "# between\n");
+    const Merged whole =
+        mergeOf(fileOf({{"p", base}}), framed, fileOf({{"p", presetOf("4", "2")}}));
+    EXPECT_EQ(whole.conflicts.size(), 1u);
+    EXPECT_EQ(whole.bytes, framed);
 }
 
 } // namespace

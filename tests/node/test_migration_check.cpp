@@ -317,6 +317,48 @@ TEST_F(MigrationFiles, OlderNodesAreBroughtUp)
     }
 }
 
+/// What other nodes make of the parameters is followed, and told where it is something else.
+TEST_F(MigrationFiles, ReadersOfOlderNodesAreFollowedAndCompared)
+{
+    const auto read = [](NOD_Scene &scene, const char *text) {
+        NOD_Report report;
+        NOD_TextEdit edit(*scene.find("/r"), 0.0, report);
+        EXPECT_TRUE(edit.assignExpression(text)) << report.asText();
+    };
+    NOD_Report report;
+    NOD_Scene former;
+    const auto reader = NOD_Interface::fromText(
+        "{ name reader parm { name s type float } parm { name t type float } parm { name u type "
+        "float } }",
+        "r", report);
+    former.add("/r", reader, report);
+    former.add("/x", interface(0), report);
+    former.add("/y", interface(0), report);
+    read(former, "s=ch('../x/a') + ch('../y/a')");
+    read(former, "t=ch('../y/n') + 1");
+    read(former, "u=ch('../y/l')");
+    NOD_TextEdit(*former.find("/x"), 0.0, report).assign("a=8");
+    NOD_TextEdit(*former.find("/y"), 0.0, report).assign("a=2");
+    NOD_TextEdit(*former.find("/y"), 0.0, report).assignExpression("l=ch('../x/a') * 0");
+    NOD_Scene scene;
+    scene.addInterface(reader);
+    scene.addInterface(interface(2));
+    scene.setMigrationMap("rig", map);
+    std::istringstream is(saved(former, NOD_SaveOptions::Form::TEXT));
+    NOD_Report loading;
+    EXPECT_TRUE(NOD_SceneFile::load(scene, is, "f", {}, loading));
+    EXPECT_EQ(
+        loading.asText(),
+        "f: values /y/l: warning: version 2 to 3: lost l [ch('../x/a') * 0]: there is none now\n"
+        "f: values /r/s: warning: changed s 10 -> 2.5: it reads a node that was of an older version\n"
+        "f: values /r/t: warning: changed t 1 -> 0!: its evaluation fails now\n"
+        "f: values /r/u: warning: changed u 0 -> 0!: its evaluation fails now\n");
+    EXPECT_TRUE(loading.hasLoss());
+    KIT_String text;
+    scene.find("/r")->getParms().getParmPtr("s")->getChannel(0)->getExpression(0.0, text);
+    EXPECT_EQ(text.toStdString(), "ch('../x/c') + ch('../y/c')");
+}
+
 /// A stream that is loaded directly knows the names of all versions.
 TEST_F(MigrationFiles, StreamsHaveTheNamesOfAllVersions)
 {

@@ -20,6 +20,10 @@
 #include <gtest/gtest.h>
 #include <node/RandomMaps.h>
 
+#include <algorithm>
+#include <iterator>
+#include <random>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -118,6 +122,61 @@ TEST(MigrationMap, FaultsHaveTheirPlaces)
     EXPECT_FALSE(map.read("nowhere/m", report));
     EXPECT_EQ(report.asText(), "m: has more than 1048576 bytes\n"
                                "nowhere/m: can't be read: No such file or directory\n");
+}
+
+/// The lines that are refused.
+std::set<int> refusedLines(const std::vector<std::string> &lines)
+{
+    std::string text = "migration 1.0\nversion 1\nversion 2\n";
+    for (const std::string &line : lines) {
+        text += line + "\n";
+    }
+    NOD_MigrationMap map;
+    NOD_Report report;
+    std::set<int> refused;
+    map.read(text, "m", report);
+    for (const NOD_Message &message : report.getMessages()) {
+        refused.insert(message.line - 4);
+    }
+    return refused;
+}
+
+/// A step is refused among many exactly where it can't stand beside one of those before it.
+TEST(MigrationMap, StepsAreRefusedForThoseThatTheyCannotGoWith)
+{
+    constexpr const char *theNames[] = {"a",    "a1",   "a12",  "a#", "b1_2",
+                                        "b#_#", "b#_2", "b1_#", "c"};
+    constexpr const char *theTargets[] = {"x", "y1", "y#", "z#_#", "z", "y12", "w", "w#"};
+    std::mt19937 random(21);
+    const auto oneOf = [&](const auto &words) {
+        return std::string(words[random() % std::size(words)]);
+    };
+    int refusals = 0;
+    for (int round = 0; round < 60; ++round) {
+        std::vector<std::string> kept;
+        std::vector<std::string> lines;
+        std::set<int> expected;
+        for (int i = 0; i < 12; ++i) {
+            const std::string name = oneOf(theNames);
+            const std::string lone[] = {"rename " + name + " " + oneOf(theTargets),
+                                        "drop " + name + " gone", "unit " + name + " * 2",
+                                        "menu " + name + (random() % 2 ? " p q" : " q p")};
+            lines.push_back(oneOf(lone));
+            const bool refusedFlag =
+                !refusedLines({lines.back()}).empty() ||
+                std::any_of(kept.begin(), kept.end(), [&](const std::string &one) {
+                    return !refusedLines({one, lines.back()}).empty();
+                });
+            if (refusedFlag) {
+                expected.insert(i);
+            } else {
+                kept.push_back(lines.back());
+            }
+        }
+        refusals += int(expected.size());
+        EXPECT_EQ(refusedLines(lines), expected) << testing::PrintToString(lines);
+    }
+    EXPECT_GT(refusals, 100);
 }
 
 TEST(MigrationMap, WritesWhatItReads)

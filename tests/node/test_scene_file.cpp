@@ -1,6 +1,7 @@
 // Scenes and nodes in files: what is saved is loaded, to the same bytes; what can't be is told and kept.
 
 #include <KIT/KIT_EnvControl.h>
+#include <NOD/NOD_FileLoss.h>
 #include <NOD/NOD_NodeFile.h>
 #include <NOD/NOD_NodeSections.h>
 #include <NOD/NOD_SceneFile.h>
@@ -117,6 +118,41 @@ TEST(SceneFile, IsReadBackToTheSameBytes)
             }
         }
     }
+}
+
+/// What a load passes over is a comment, and found before a save takes it away; nothing else is taken for one.
+TEST(SceneFile, CommentsThatASaveWouldLoseAreFound)
+{
+    int found = 0;
+    for (unsigned seed = 1; seed <= 2; ++seed) {
+        RandomScene made(seed);
+        const std::string bytes = saved(made.scene, saveOptions(Form::TEXT), made.report);
+        const std::string binary = saved(made.scene, saveOptions(Form::BINARY), made.report);
+        EXPECT_TRUE(NODfindComments(bytes, "f").empty()) << bytes;
+        EXPECT_TRUE(NODfindComments(binary, "f").empty());
+        for (std::size_t at = bytes.find('\n') + 1; at < bytes.size();) {
+            const std::string comment = "# " + std::to_string(at);
+            const bool insideFlag = bytes[at] == '\t';
+            // There a word is a channel, whatever it begins with.
+            const bool aliasesFlag =
+                bytes.compare(bytes.rfind("\nsection", at), 17, "\nsection \"aliases") == 0;
+            std::string changed = bytes;
+            changed.insert(at, (insideFlag ? "\t" : "") + comment + "\n");
+            Loaded loaded(changed);
+            if (!(insideFlag && aliasesFlag) && loaded.report.isEmpty() && loaded.save() == bytes) {
+                const std::vector<NOD_FileLoss> losses = NODfindComments(changed, "f");
+                ASSERT_EQ(losses.size(), 1u)
+                    << changed.substr(at - std::min<std::size_t>(at, 200), 400);
+                EXPECT_EQ(losses[0].comment, comment);
+                EXPECT_EQ(NODfindFrameComments(changed, "f").empty(), insideFlag);
+                ++found;
+            }
+            for (unsigned lines = 1 + made.next(9); lines > 0 && at < bytes.size(); --lines) {
+                at = std::min(bytes.find('\n', at), bytes.size()) + 1;
+            }
+        }
+    }
+    EXPECT_GT(found, 100);
 }
 
 /// Files of earlier days are read, and hold the same in both forms.

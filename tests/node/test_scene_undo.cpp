@@ -439,6 +439,31 @@ TEST(SceneUndo, VariablesThatWereClearedComeBack)
     EXPECT_TRUE(p.a.getVariable("SIDE", value) && value == "left");
 }
 
+TEST(SceneUndo, CopiesOfScenesAreTheSame)
+{
+    for (unsigned seed = 1; seed <= 60; ++seed) {
+        SceneEdits made(seed);
+        for (int i = made.below(60); i > 0; --i) {
+            made.step();
+        }
+        NOD_Scene copy;
+        NOD_Report report;
+        copy.add("/former", nullptr, report);
+        copy.getRoot().setVariable("FORMER", "1");
+        copy.copyFrom(made.scene);
+        const std::string picture = pictureOf(made.scene);
+        EXPECT_EQ(pictureOf(copy), picture) << seed;
+        EXPECT_EQ(copy.getUndo().getUndoCount(), 0u);
+        EXPECT_EQ(copy.find("/former"), nullptr);
+        for (const NOD_Node *node : made.nodes()) {
+            EXPECT_EQ(copy.find(pathOf(*node).c_str())->getInterface(), node->getInterface());
+        }
+        copy.clear();
+        EXPECT_EQ(pictureOf(made.scene), picture) << seed;
+        takeMessages();
+    }
+}
+
 TEST_F(PresetFolders, APresetIsAStep)
 {
     Pair p;

@@ -164,6 +164,12 @@ TEST(ScriptMistakes, OneMistakeIsOneMessage)
         {script("multiparm\nparm { name b }\n"), "3:1-10 (4) " + needs},
         {script("group\n"), "3:1-6 (4) " + needs},
         {script("multiparm name m\nparm { name b# }\n"), "3:1-10 (3) " + needs},
+        {script("parm name a type float\n"), "3:1-5 (3) Expecting open brace\n"},
+        {script("parm\n name a\n}\n"), "3:1-5 (4) Expecting open brace\n"},
+        {"parm name a", "1:1-5 (1) Expecting open brace\n"},
+        {"{ name x group { name g parm name a } parm name b type float }",
+         "1:25-29 (1) Expecting open brace\n1:39-43 (1) 'parm' needs a block in braces\n"},
+        {"{ name x parm name a } parm { name b } }", "1:10-14 (1) Expecting open brace\n"},
         {script("multiparm m {\n name m\n parm { name b# }\n}\n"), "3:1-12 (3) " + needs},
         // A text in braces.
         {script("parm {\n name a\n help { \"b\" }\n type float\n}\n"),
@@ -201,7 +207,7 @@ TEST(ScriptMistakes, WhatIsLeftIsJudged)
                        "parm { name a lable A type float default { \"(1\" } }\n"
                        "parm { name b type float hidewhen \"{ zz == 1 }\" } }"),
               "2:15-20 (2) Dialog Script: unknown identifier: 'lable'\n2:47-48 (2) " + broken +
-                  "3:38-39 (3) warning: hidewhen: there is no parameter zz\n");
+                  "3:38-40 (3) warning: hidewhen: there is no parameter zz\n");
     // Of a text without braces, with the caller's places.
     EXPECT_EQ(checkAll("parm { name a lable A type float default { \"(1\" } }\n"),
               "1:15-20 (1) Dialog Script: unknown identifier: 'lable'\n1:47-48 (1) " + broken);

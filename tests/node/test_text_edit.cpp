@@ -245,7 +245,7 @@ TEST_F(TextEdit, EveryKindOfFileGivesBackWhatItHolds)
         NOD_Report told;
         EXPECT_TRUE(NOD_ValueFile::save(scene, node("/rig/key"), form, os, "", told));
         EXPECT_EQ(told.getMessages().size(), form == Form::NODE ? 0U : 1U) << told.asText();
-        EXPECT_EQ(NOD_ValueFile::checkCarried(node("/rig/key"), form, "", "", told),
+        EXPECT_EQ(NOD_ValueFile::checkCarried(node("/rig/key"), form, {}, {}, told),
                   form != Form::CHANNELS);
         return os.str();
     };

@@ -200,7 +200,7 @@ TEST(StreamEntries, CommentsNameKinds)
     for (const char *comment :
          {"#kind", "#kind float", "#kind of f", "#kinds float f", "# kind float f"}) {
         ASSERT_TRUE(parseStream(stream, framed(std::string(comment) + "\nf ( 1 )\n")));
-        EXPECT_EQ(stream.getComment(), comment);
+        EXPECT_EQ(stream.getComments(), std::vector<std::string>{comment});
         EXPECT_EQ(stream.getEntries()[0].kind, Kind::WORDS) << comment;
     }
     // Many names are several lines; what a name has later stands there.

@@ -93,6 +93,13 @@ Unknown findUnknown(const CLI::App &app, const std::vector<std::string> &words)
     return {};
 }
 
+/// They stand in front of all others.
+int countCommandWords(const CLI::App &app)
+{
+    const std::vector<CLI::App *> called = app.get_subcommands();
+    return called.empty() ? 0 : 1 + countCommandWords(*called[0]);
+}
+
 } // namespace
 
 ZELT_CommandLine::ZELT_CommandLine()
@@ -143,6 +150,7 @@ std::optional<int> ZELT_CommandLine::parse(int argc, char **argv, ZELT_Messages 
 {
     try {
         myApp->parse(argc, argv);
+        messages.setCommandWords(countCommandWords(*myApp));
         return std::nullopt;
     } catch (const CLI::Success &asked) {
         myApp->exit(asked);

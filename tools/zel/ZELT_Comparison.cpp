@@ -36,8 +36,9 @@ bool ZELTfindScript(const std::string &file, ZELT_ScriptPtr &script, ZELT_Messag
            (found.empty() || (script = ZELTloadScript(found, messages)) != nullptr);
 }
 
-bool ZELT_Comparison::readAny(const std::string &file, const std::string &bytes,
-                              NOD_Document &document, ZELT_Messages &messages)
+bool ZELT_Comparison::readAny(const std::string &name, const std::string &file,
+                              const std::string &bytes, NOD_Document &document,
+                              ZELT_Messages &messages)
 {
     NOD_Report report;
     NOD_DocumentOptions options;
@@ -48,17 +49,17 @@ bool ZELT_Comparison::readAny(const std::string &file, const std::string &bytes,
     if (options.load.folder.empty() && file != "-") {
         options.load.folder = ZELTfolderOf(pathOf(file));
     }
-    const bool readFlag = document.read(bytes, file, options, report);
+    const bool readFlag = document.read(bytes, name, options, report);
     messages.add(report);
     return readFlag && !report.hasErrors();
 }
 
-bool ZELT_Comparison::readOne(const ZELT_ScriptPtr &script, const std::string &file,
-                              const std::string &bytes, NOD_Document &document,
-                              ZELT_Messages &messages)
+bool ZELT_Comparison::readOne(const ZELT_ScriptPtr &script, const std::string &name,
+                              const std::string &file, const std::string &bytes,
+                              NOD_Document &document, ZELT_Messages &messages)
 {
     myScript = script;
-    return readAny(file, bytes, document, messages);
+    return readAny(name, file, bytes, document, messages);
 }
 
 bool ZELT_Comparison::read(const std::string &script, const std::string &left,
@@ -80,8 +81,8 @@ bool ZELT_Comparison::read(const std::string &script, const std::string &left,
     NOD_FileKind kinds[] = {NOD_ValueFile::kindOf(std::string_view(leftBytes)),
                             NOD_ValueFile::kindOf(std::string_view(rightBytes))};
     // What Git gives for a file that isn't there on one side.
-    const bool noLeftFlag = left == theNoFile && kinds[1] != NOD_FileKind::SCRIPT;
-    const bool noRightFlag = right == theNoFile && kinds[0] != NOD_FileKind::SCRIPT;
+    const bool noLeftFlag = left == theNoFile;
+    const bool noRightFlag = right == theNoFile;
     kinds[0] = noLeftFlag ? kinds[1] : kinds[0];
     kinds[1] = noRightFlag ? kinds[0] : kinds[1];
     const std::string &placed = !path.empty() ? path : noRightFlag ? left : right;
@@ -104,15 +105,17 @@ bool ZELT_Comparison::read(const std::string &script, const std::string &left,
                        ? ZELTloadScript(file, messages)
                        : ZELTloadScriptText(bytes, path.empty() ? file : path, messages);
         };
-        myLeftScript = load(left, leftBytes);
-        myRightScript = load(right, rightBytes);
-        if (!myLeftScript || !myRightScript) {
-            return false;
-        }
-        myLeft.take(*myLeftScript);
-        myRight.take(*myRightScript);
-        return true;
+        const auto take = [&](const std::string &file, const std::string &bytes,
+                              ZELT_ScriptPtr &taken, NOD_Document &document) {
+            taken = load(file, bytes);
+            if (taken) {
+                document.take(*taken);
+            }
+            return taken != nullptr;
+        };
+        return (noLeftFlag || take(left, leftBytes, myLeftScript, myLeft)) &&
+               (noRightFlag || take(right, rightBytes, myRightScript, myRight));
     }
-    const bool readFlag = noLeftFlag || readAny(left, leftBytes, myLeft, messages);
-    return (noRightFlag || readAny(right, rightBytes, myRight, messages)) && readFlag;
+    const bool readFlag = noLeftFlag || readAny(left, left, leftBytes, myLeft, messages);
+    return (noRightFlag || readAny(right, right, rightBytes, myRight, messages)) && readFlag;
 }

@@ -24,19 +24,20 @@ public:
     /// own names.
     bool read(const std::string &script, const std::string &left, const std::string &right,
               const std::string &path, ZELT_Messages &messages);
-    /// One state, from its bytes; the script is null for none.
-    bool readOne(const ZELT_ScriptPtr &script, const std::string &file, const std::string &bytes,
-                 NOD_Document &document, ZELT_Messages &messages);
+    /// One state, from its bytes; the script is null for none. The name is for messages, what it includes is beside the
+    /// file.
+    bool readOne(const ZELT_ScriptPtr &script, const std::string &name, const std::string &file,
+                 const std::string &bytes, NOD_Document &document, ZELT_Messages &messages);
     const NOD_Document &getLeft() const { return myLeft; }
     const NOD_Document &getRight() const { return myRight; }
-    bool isOfScripts() const { return myLeftScript != nullptr; }
+    bool isOfScripts() const { return myLeftScript && myRightScript; }
     /// Null unless both are dialog scripts.
     const ZELT_ScriptPtr &getLeftScript() const { return myLeftScript; }
     const ZELT_ScriptPtr &getRightScript() const { return myRightScript; }
 
 private:
-    bool readAny(const std::string &file, const std::string &bytes, NOD_Document &document,
-                 ZELT_Messages &messages);
+    bool readAny(const std::string &name, const std::string &file, const std::string &bytes,
+                 NOD_Document &document, ZELT_Messages &messages);
 
     bool myExactFlag;
     bool myNodeFlag = false; ///< they are of different kinds

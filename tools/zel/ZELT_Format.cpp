@@ -16,6 +16,11 @@ std::string ZELTnumber(double value)
     return std::string(text.view());
 }
 
+std::string ZELTcounted(std::int64_t count, const std::string &what)
+{
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
 std::string ZELTquote(std::string_view text)
 {
     KIT_WorkBuffer quoted;

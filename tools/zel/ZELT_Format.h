@@ -5,10 +5,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+/// "1 script", "2 scripts".
+std::string ZELTcounted(std::int64_t count, const std::string &what);
 /// The shortest text that reads back as the same number, in every locale.
 std::string ZELTnumber(double value);
 /// In double quotes, with the escapes \" \\ \n \r \t and \ooo for other control bytes.

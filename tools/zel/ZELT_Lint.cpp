@@ -3,24 +3,30 @@
 #include "ZELT_Command.h"
 #include "ZELT_Format.h"
 #include "ZELT_Messages.h"
+#include "ZELT_Session.h"
 
 #include <KIT/KIT_Nearest.h>
+#include <NOD/NOD_Interface.h>
 #include <NOD/NOD_Report.h>
 
 #include <iostream>
 
-bool ZELTreadLintFile(const std::string &script, NOD_LintOptions &options, ZELT_Messages &messages)
+bool ZELTreadLintRules(const std::string &script, const ZELT_LintCall &call,
+                       NOD_LintOptions &options, NOD_Report &report, ZELT_Messages &messages)
 {
-    NOD_Report report;
-    const bool goodFlag = options.readFolder(script, report);
-    messages.add(report);
-    return goodFlag;
+    const bool readFlag = options.readFolder(script, report);
+    return ZELTreadLintOptions(call, options, messages) && readFlag;
+}
+
+std::string ZELTscriptFile(const ZELT_NodeInterface &one)
+{
+    return one.path.empty() || one.script->getFile().empty() ? one.name : one.script->getFile();
 }
 
 void ZELTprintLint(const std::vector<NOD_LintFinding> &findings)
 {
     for (const NOD_LintFinding &finding : findings) {
-        std::cout << ZELTprintable(finding.asText()) << '\n';
+        std::cout << ZELTprintable(finding.asText()) << '\n' << ZELTmessageNotes(finding.message);
     }
 }
 
@@ -53,7 +59,7 @@ std::string joined(const std::vector<std::string> &words)
 bool failRule(const std::string &word, ZELT_Messages &messages)
 {
     if (word.empty()) {
-        messages.error("", "only: names no rule");
+        messages.error("", "--only names no rule");
         return false;
     }
     std::vector<std::string> words;

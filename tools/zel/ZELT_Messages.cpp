@@ -12,7 +12,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstddef>
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 #include <set>
 #include <string>
@@ -55,25 +57,27 @@ std::string asText(const std::string &severity, const std::string &file, int lin
     return out + ": " + (severity == "warning" ? "warning: " : "") + text;
 }
 
-/// Of the program; those of the tests have none.
-std::vector<std::string> theArguments;
+/// Which word of the command line a place is in, from 1; 0 if it is none.
+using ArgumentOf = std::function<int(const KIT_MessagePlace &place)>;
 
-/// Which word of the command line a place without a file is in, from 1; 0 if it is none.
-int argumentOf(const KIT_MessagePlace &place)
+int inNoArgument(const KIT_MessagePlace &)
 {
-    const auto holds = [&](const std::string &word) {
-        const std::size_t begin = word.size() - std::min(place.source.size(), word.size());
-        return word.compare(begin, std::string::npos, place.source) == 0 &&
-               (begin == 0 || word[begin - 1] == '=');
-    };
-    if (!place.file.empty() || place.source.empty()) {
-        return 0;
-    }
-    const auto found = std::find_if(theArguments.begin(), theArguments.end(), holds);
-    return found == theArguments.end() ? 0 : int(found - theArguments.begin()) + 1;
+    return 0;
 }
 
-ZELT_Json asJson(const KIT_MessagePlace &place)
+/// Whether a word of the command line has a text whole: as its end, as the value of an option, in a list with commas.
+bool holds(const std::string &word, const std::string &text)
+{
+    const auto isEnd = [&](std::size_t at) { return at >= word.size() || word[at] == ','; };
+    for (std::size_t at = word.find(text); at != std::string::npos; at = word.find(text, at + 1)) {
+        if ((at == 0 || word[at - 1] == '=' || word[at - 1] == ',') && isEnd(at + text.size())) {
+            return true;
+        }
+    }
+    return false;
+}
+
+ZELT_Json asJson(const KIT_MessagePlace &place, const ArgumentOf &argumentOf)
 {
     const auto known = [](std::int64_t number, std::int64_t least) {
         return number >= least ? ZELT_Json(number) : ZELT_Json();
@@ -94,26 +98,27 @@ ZELT_Json asJson(const KIT_MessagePlace &place)
     return json;
 }
 
-void addDetail(ZELT_Json &json, const KIT_MessageDetail &detail)
+void addDetail(ZELT_Json &json, const KIT_MessageDetail &detail, const ArgumentOf &argumentOf)
 {
-    json["place"] = asJson(detail.place);
+    json["place"] = asJson(detail.place, argumentOf);
     json["subject"] = detail.subject;
     json["hint"] = detail.hint;
     json["found"] = detail.found;
     json["expected"] = detail.expected;
     json["related"] = ZELT_Json::array();
     for (const KIT_MessageRelated &related : detail.related) {
-        json["related"].push_back({{"place", asJson(related.place)}, {"text", related.text}});
+        json["related"].push_back(
+            {{"place", asJson(related.place, argumentOf)}, {"text", related.text}});
     }
     json["includedFrom"] = ZELT_Json::array();
     for (const KIT_MessagePlace &place : detail.includedFrom) {
-        json["includedFrom"].push_back(asJson(place));
+        json["includedFrom"].push_back(asJson(place, argumentOf));
     }
     json["fixes"] = ZELT_Json::array();
     for (const KIT_MessageFix &fix : detail.fixes) {
         ZELT_Json edits = ZELT_Json::array();
         for (const KIT_MessageEdit &edit : fix.edits) {
-            edits.push_back({{"place", asJson(edit.place)}, {"text", edit.text}});
+            edits.push_back({{"place", asJson(edit.place, argumentOf)}, {"text", edit.text}});
         }
         json["fixes"].push_back({{"what", fix.what}, {"edits", edits}});
     }
@@ -121,7 +126,7 @@ void addDetail(ZELT_Json &json, const KIT_MessageDetail &detail)
 
 ZELT_Json asJson(const std::string &severity, const std::string &category, int code,
                  const std::string &file, int line, const std::string &text,
-                 const KIT_MessageDetail *detail)
+                 const KIT_MessageDetail *detail, const ArgumentOf &argumentOf)
 {
     ZELT_Json json;
     json["severity"] = severity;
@@ -131,7 +136,7 @@ ZELT_Json asJson(const std::string &severity, const std::string &category, int c
     json["line"] = line > 0 ? ZELT_Json(line) : ZELT_Json();
     json["text"] = text;
     const KIT_MessageDetail none;
-    addDetail(json, detail ? *detail : none);
+    addDetail(json, detail ? *detail : none, argumentOf);
     if (json["place"]["file"].is_null()) {
         json["place"]["file"] = json["file"];
     }
@@ -207,6 +212,16 @@ bool names(const std::string &text, const std::string &name)
     return false;
 }
 
+std::string asRelated(const KIT_MessageDetail &detail)
+{
+    std::string out;
+    for (const KIT_MessageRelated &related : detail.related) {
+        out += ZELTprintable(asPosition(related.place) + ": note: " + related.text) + "\n" +
+               asSource(related.place);
+    }
+    return out;
+}
+
 /// As compilers print it.
 std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
                    const std::string &text, const std::string &code,
@@ -229,19 +244,24 @@ std::string asFull(const std::string &severity, const KIT_MessagePlace &place,
     if (!detail->hint.empty()) {
         out += "  note: " + ZELTprintable(detail->hint) + "\n";
     }
-    for (const KIT_MessageRelated &related : detail->related) {
-        out += ZELTprintable(asPosition(related.place) + ": note: " + related.text) + "\n" +
-               asSource(related.place);
-    }
-    return out;
+    return out + asRelated(*detail);
 }
 
+bool theFullOutputFlag = false; ///< of what is printed on standard output
+
 } // namespace
+
+std::string ZELTmessageNotes(const NOD_Message &message)
+{
+    return theFullOutputFlag && message.detail
+               ? asSource(message.detail->place) + asRelated(*message.detail)
+               : "";
+}
 
 ZELT_Json ZELTmessageJson(const NOD_Message &message)
 {
     return asJson(severityWord(message.severity), message.category, message.code, message.file,
-                  message.line, message.text, message.detail.get());
+                  message.line, message.text, message.detail.get(), inNoArgument);
 }
 
 ZELT_Messages::ZELT_Messages()
@@ -260,14 +280,26 @@ ZELT_Messages::~ZELT_Messages()
     DS_Stream::setAllDetails(false);
 }
 
-void ZELT_Messages::setArguments(std::vector<std::string> words)
+int ZELT_Messages::argumentOf(const KIT_MessagePlace &place) const
 {
-    theArguments = std::move(words);
+    if (!place.file.empty() || place.source.empty()) {
+        return 0;
+    }
+    const auto first = myArguments.begin() +
+                       std::min(std::ptrdiff_t(myCommandWords), std::ptrdiff_t(myArguments.size()));
+    const auto found = std::find_if(first, myArguments.end(), [&](const std::string &word) {
+        return holds(word, place.source);
+    });
+    return found == myArguments.end() ? 0 : int(found - myArguments.begin()) + 1;
 }
 
 void ZELT_Messages::setForm(const std::string &form)
 {
-    myFullFlag = form == "full" || (form != "plain" && isatty(STDERR_FILENO) == 1);
+    const auto isFull = [&](int stream) {
+        return form == "full" || (form != "plain" && isatty(stream) == 1);
+    };
+    myFullFlag = isFull(STDERR_FILENO);
+    theFullOutputFlag = isFull(STDOUT_FILENO);
 }
 
 void ZELT_Messages::takeScriptMessage(void *data, KIT_ErrorSeverity severity, const char *file,
@@ -346,7 +378,9 @@ void ZELT_Messages::add(KIT_ErrorSeverity severity, std::string category, int co
         std::cerr << ZELTprintable(asText(word, place, number, rest)) << '\n';
         return;
     }
-    std::cerr << ZELTjsonText(asJson(word, category, code, place, number, rest, detail)) << '\n';
+    std::cerr << ZELTjsonText(asJson(word, category, code, place, number, rest, detail,
+                                     [this](const KIT_MessagePlace &at) { return argumentOf(at); }))
+              << '\n';
 }
 
 void ZELT_Messages::add(const NOD_Report &report)

@@ -20,14 +20,19 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 class NOD_Report;
 struct KIT_MessageDetail;
+struct KIT_MessagePlace;
 struct NOD_Message;
 
 /// A message as it is printed with --json.
 ZELT_Json ZELTmessageJson(const NOD_Message &message);
+/// The lines below one that is printed on standard output, if messages there are full: its line of the file with
+/// a caret, and related places.
+std::string ZELTmessageNotes(const NOD_Message &message);
 
 class ZELT_Messages
 {
@@ -38,8 +43,9 @@ public:
     ZELT_Messages(const ZELT_Messages &) = delete;
     ZELT_Messages &operator=(const ZELT_Messages &) = delete;
 
-    /// The command line, in whose words messages about one have their place.
-    static void setArguments(std::vector<std::string> words);
+    /// The command line, in whose words messages about one have their place: the first ones name the command.
+    void setArguments(std::vector<std::string> words) { myArguments = std::move(words); }
+    void setCommandWords(int count) { myCommandWords = count; }
     void setJson(bool on) { myJsonFlag = on; }
     /// "plain" or "full"; anything else, as at the beginning, is full on a terminal and plain elsewhere.
     void setForm(const std::string &form);
@@ -64,9 +70,13 @@ private:
                                   int line, const char *text);
     static void takeTraceback(void *data, const char *header, const char *detail);
 
+    int argumentOf(const KIT_MessagePlace &place) const;
+
     std::mutex myLock;
     std::set<std::string> myNotRun; ///< scripts that were told once
     bool myJsonFlag = false;
     bool myFullFlag = false;
+    std::vector<std::string> myArguments; ///< of the program; those of the tests have none
+    int myCommandWords = 0;
     int myErrors = 0;
 };

@@ -7,6 +7,7 @@
 #include <EVL/EVL.h>
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_OpUtils.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Address.h>
@@ -208,6 +209,7 @@ bool ZELT_Session::openNodes(const std::string &file, const Source &source, ZELT
     if (!loaded || report.hasErrors()) {
         return false;
     }
+    addLosses(NODfindComments(source.bytes, myFile));
     myScene.getUndo().clear();
     myNode = &myScene.getRoot();
     const std::vector<NOD_Node *> nodes = getNodes();
@@ -257,12 +259,35 @@ std::vector<NOD_Node *> ZELT_Session::getNodes()
     return nodes;
 }
 
-bool ZELT_Session::isPartlyLoaded(const std::string &file) const
+void ZELT_Session::addLosses(const std::vector<NOD_FileLoss> &losses)
+{
+    myLosses.insert(myLosses.end(), losses.begin(), losses.end());
+}
+
+std::vector<NOD_FileLoss> ZELT_Session::getLosses(bool wholeFileFlag) const
+{
+    std::vector<NOD_FileLoss> losses;
+    if (!myFile.empty() && myFile != "-") {
+        // Only now: most commands don't ask.
+        const KIT_IFStream is(myFile.c_str());
+        KIT_WorkBuffer path;
+        losses = NODfindComments(std::string(is.rest()), myFile,
+                                 wholeFileFlag ? "" : myNode->getFullPath(path));
+    }
+    losses.insert(losses.end(), myLosses.begin(), myLosses.end());
+    return losses;
+}
+
+std::vector<NOD_FileLoss> ZELT_Session::getLossesOf(const std::string &file) const
 {
     std::error_code ignored;
-    return std::any_of(myPartlyLoaded.begin(), myPartlyLoaded.end(), [&](const std::string &one) {
-        return one == file || std::filesystem::equivalent(one, file, ignored);
-    });
+    std::vector<NOD_FileLoss> found;
+    for (const NOD_FileLoss &loss : getLosses()) {
+        if (loss.file == file || std::filesystem::equivalent(loss.file, file, ignored)) {
+            found.push_back(loss);
+        }
+    }
+    return found;
 }
 
 void ZELT_Session::noteInput(const NOD_ValueFile &file)
@@ -351,8 +376,9 @@ bool applyFiles(ZELT_Session &session, const ZELT_Inputs &inputs, bool &channels
         channelsFlag = channelsFlag || file.getKind() == NOD_FileKind::CHANNELS;
         files.push_back(std::move(file));
     }
-    good = good &&
-           NOD_ValueFile::applyAll(files, session.getNode(), session.getAllPartlyLoaded(), report);
+    std::vector<NOD_FileLoss> losses;
+    good = good && NOD_ValueFile::applyAll(files, session.getNode(), losses, report);
+    session.addLosses(losses);
     good = take(report, messages) && good;
     session.growBlocks(0.0);
     return good;

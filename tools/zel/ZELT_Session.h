@@ -37,6 +37,10 @@ struct ZELT_Address
 
 /// What a command offers where not all is carried (NOD_ValueFile::checkCarried).
 inline constexpr const char *theZELTLossOffer = "written with --allow-loss only";
+inline NOD_LossRule ZELTlossRule(bool allowLossFlag)
+{
+    return {allowLossFlag, theZELTLossOffer};
+}
 
 /// The values and changes of a node, as a command line gives them.
 struct ZELT_Inputs
@@ -99,14 +103,12 @@ public:
     bool isOneNode(ZELT_Messages &messages) const;
     /// What the call says.
     double getTime() const { return myTime; }
-    /// The first file with values that the node hasn't all taken, as for parameters that it doesn't have; "" for none.
-    std::string getPartlyLoaded() const
-    {
-        return myPartlyLoaded.empty() ? std::string() : myPartlyLoaded.front();
-    }
-    /// By their names, as NOD_ValueFile::applyAll adds them.
-    std::vector<std::string> &getAllPartlyLoaded() { return myPartlyLoaded; }
-    bool isPartlyLoaded(const std::string &file) const;
+    void addLosses(const std::vector<NOD_FileLoss> &losses);
+    /// What the files with values have, and that with nodes, and the nodes haven't. Of the latter its part about the
+    /// session's node alone, where that is all that is written.
+    std::vector<NOD_FileLoss> getLosses(bool wholeFileFlag = true) const;
+    /// Those of one file.
+    std::vector<NOD_FileLoss> getLossesOf(const std::string &file) const;
     /// Of the first file with values; none without one.
     const std::optional<NOD_ValueFile::Form> &getInputForm() const { return myInputForm; }
     void noteInput(const NOD_ValueFile &file);
@@ -139,7 +141,7 @@ private:
     NOD_Scene myScene;
     NOD_Node *myNode = nullptr;
     double myTime = 0.0;
-    std::vector<std::string> myPartlyLoaded;
+    std::vector<NOD_FileLoss> myLosses;
     std::optional<NOD_ValueFile::Form> myInputForm;
 };
 

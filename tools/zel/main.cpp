@@ -38,7 +38,7 @@ int run(int argc, char **argv)
         terminal.emplace(std::cout);
     }
     ZELT_Messages messages;
-    ZELT_Messages::setArguments({argv + 1, argv + argc});
+    messages.setArguments({argv + 1, argv + argc});
     ZELT_CommandLine line;
     const std::optional<int> ended = line.parse(argc, argv, messages);
     const int result = ended ? *ended : runCommand(line, messages);

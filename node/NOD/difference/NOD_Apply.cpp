@@ -391,7 +391,7 @@ std::unique_ptr<NOD_Record> Apply::run()
 std::unique_ptr<NOD_Record> NOD_Difference::apply(const NOD_Record &old, NOD_Report &report) const
 {
     if (!myExactFlag) {
-        report.error("the difference",
+        report.error("difference",
                      "is a comparison that leaves out what has no meaning, and no patch");
         return nullptr;
     }

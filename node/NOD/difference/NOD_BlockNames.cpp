@@ -1,5 +1,7 @@
 #include <NOD/difference/NOD_BlockNamesPrivate.h>
 
+#include <BAS/BAS_Character.h>
+
 #include <KIT/KIT_WorkBuffer.h>
 #include <ZEL/ZEL_InstanceString.h>
 #include <ZEL/ZEL_Template.h>
@@ -13,11 +15,6 @@ constexpr int theDeepest = 16;
 constexpr std::size_t theMostNumbers = 6;
 /// Numbers that no token has by itself.
 constexpr int theMarkNumber = 1987654300;
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
 
 /// The token as the library makes it, with a `#` for each number of an item. False if it has other numbers.
 bool makePattern(const char *token, NOD_BlockNames::Member &member)
@@ -107,7 +104,7 @@ const NOD_BlockNames::Member *NOD_BlockNames::find(std::string_view name,
     std::vector<std::pair<std::size_t, std::size_t>> runs;
     for (std::size_t i = 0; i < name.size() && !myMembers.empty();) {
         const std::size_t start = i;
-        while (i < name.size() && isDigit(name[i])) {
+        while (i < name.size() && BASisDigit(name[i])) {
             ++i;
         }
         if (i > start) {

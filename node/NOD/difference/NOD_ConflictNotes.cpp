@@ -1,5 +1,6 @@
 #include <NOD/NOD_ConflictNotes.h>
 
+#include <NOD/NOD_FileLoss.h>
 #include <NOD/difference/NOD_BlockNamesPrivate.h>
 #include <NOD/difference/NOD_EntryRecordsPrivate.h>
 #include <NOD/difference/NOD_StatementRecordsPrivate.h>
@@ -37,7 +38,7 @@ std::string tokenOf(const NOD_Record &top, const NOD_RecordPath &path)
 /// On one line.
 std::string noteOf(const NOD_Conflict &conflict)
 {
-    std::string text = "conflict: " + conflict.asText();
+    std::string text = theNODConflictMark + conflict.asText();
     std::replace_if(
         text.begin(), text.end(),
         [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, ' ');
@@ -108,8 +109,11 @@ std::string NODaddConflictNotes(const std::string &text, const NOD_Record &top,
 std::string NODnotedScript(const NOD_Record &top, const NOD_Merge::Conflicts &conflicts)
 {
     const std::unique_ptr<NOD_Record> noted = top.copy();
+    const std::string text = NODstatementText(top);
+    const std::size_t feed = text.find('\n');
+    const bool dosFlag = feed != std::string::npos && feed > 0 && text[feed - 1] == '\r';
     for (const NOD_Conflict &conflict : conflicts) {
-        NODaddNote(declarationOf(*noted, conflict.path), noteOf(conflict));
+        NODaddNote(declarationOf(*noted, conflict.path), noteOf(conflict), dosFlag ? "\r\n" : "\n");
     }
     return NODstatementText(*noted);
 }

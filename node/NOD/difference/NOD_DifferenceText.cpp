@@ -1,11 +1,14 @@
 #include <NOD/NOD_DifferenceText.h>
 
+#include <NOD/difference/NOD_BriefTextPrivate.h>
+
 #include <BAS/BAS_Character.h>
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Difference.h>
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <map>
 #include <utility>
 
@@ -140,14 +143,7 @@ std::string brief(const NOD_Record &record)
 {
     std::string text;
     appendBrief(record, text);
-    if (text.size() > theLongest) {
-        std::size_t end = theLongest;
-        while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80U) {
-            --end; // not within a character
-        }
-        text = text.substr(0, end) + " ...";
-    }
-    return text;
+    return NODcutText(std::move(text), theLongest);
 }
 
 // ---------------------------------------------------------------------- //
@@ -247,13 +243,13 @@ std::vector<NOD_DifferenceLine> NODdifferenceLines(const NOD_Difference &differe
 
 std::vector<NOD_DifferenceLine> NODdifferenceStat(const NOD_Difference &difference)
 {
-    using Counts = std::array<int, 4>;
-    constexpr const char *theWords[] = {"added", "removed", "changed", "moved"};
+    constexpr const char *theWords[] = {"added", "removed", "changed", "renamed", "moved"};
+    using Counts = std::array<int, std::size(theWords)>;
     std::vector<std::string> order;
     std::map<std::string, Counts> groups;
     Counts all = {};
     for (const NOD_Change &change : difference.getChanges()) {
-        const std::size_t which = std::min(std::size_t(change.verb), std::size_t(3));
+        const std::size_t which = std::size_t(change.verb);
         const auto [group, newFlag] = groups.try_emplace(groupOf(change), Counts{});
         ++group->second[which];
         ++all[which];

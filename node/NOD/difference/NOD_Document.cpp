@@ -77,6 +77,17 @@ void readInterfaces(const NOD_SectionFile &file, const std::string &name,
     }
 }
 
+/// What the script itself may include where the file may name scripts.
+NOD_Interface::Includes includesOf(NOD_LoadOptions::Scripts scripts)
+{
+    switch (scripts) {
+    case NOD_LoadOptions::Scripts::ANYWHERE: return NOD_Interface::Includes::ANY;
+    case NOD_LoadOptions::Scripts::IN_FOLDER: return NOD_Interface::Includes::CONFINED;
+    case NOD_LoadOptions::Scripts::NONE: break;
+    }
+    return NOD_Interface::Includes::NONE;
+}
+
 /// What is wrong in it is told by who reads it.
 bool hasSeveralPresets(const std::string &bytes)
 {
@@ -117,6 +128,7 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
     const std::string file = name.substr(0, mark);
     const std::string section = mark == std::string::npos ? "" : name.substr(mark + 1);
     myTop = std::make_unique<NOD_Record>(Kind::DOCUMENT);
+    myLosses.clear();
     myOptions = options;
     myKind = NOD_ValueFile::kindOf(std::string_view(bytes));
     myBinaryFlag = NOD_ValueFile::isBinary(bytes);
@@ -130,11 +142,22 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
     myTakenApartFlag = options.isExact && section.empty();
     switch (myKind) {
     case NOD_FileKind::STREAM: return readStream(bytes, file, options, report);
-    case NOD_FileKind::CHANNELS: return NODreadChannels(bytes, file, *myTop, report);
-    case NOD_FileKind::PRESET:
-    case NOD_FileKind::PRESETS: return readPresets(bytes, name, section, options, report);
+    case NOD_FileKind::CHANNELS:
+        myLosses = NODfindComments(bytes, file);
+        return NODreadChannels(bytes, file, *myTop, report);
+    case NOD_FileKind::PRESET: return readPresets(bytes, name, section, options, report);
+    case NOD_FileKind::PRESETS: {
+        const bool readFlag = readPresets(bytes, name, section, options, report);
+        if (!myTop->find(Kind::SECTION, theWholePresets)) {
+            myLosses =
+                NODfindFrameComments(bytes, file); // those in a section are parts of its text
+        }
+        return readFlag;
+    }
     case NOD_FileKind::NODE:
-    case NOD_FileKind::SCENE: return readScene(std::move(bytes), file, section, options, report);
+    case NOD_FileKind::SCENE:
+        myLosses = NODfindFrameComments(bytes, file);
+        return readScene(std::move(bytes), file, section, options, report);
     case NOD_FileKind::SCRIPT: return readScript(bytes, file, report);
     default: tell(file, "is no file of parameters", report); return false;
     }
@@ -144,8 +167,10 @@ bool NOD_Document::readStream(const std::string &bytes, const std::string &name,
                               const NOD_DocumentOptions &options, NOD_Report &report)
 {
     NOD_StreamRecords stream(options.interface);
-    return stream.read(bytes, name, options.isExact ? Reading::EXACT : Reading::COMPLETED, *myTop,
-                       report);
+    const bool readFlag = stream.read(
+        bytes, name, options.isExact ? Reading::EXACT : Reading::COMPLETED, *myTop, report);
+    myLosses = stream.getLosses();
+    return readFlag;
 }
 
 /// A preset is compared as what it makes of a node. All of a file are taken apart, as is one that is to be written again.
@@ -241,7 +266,7 @@ bool NOD_Document::readScript(const std::string &bytes, const std::string &name,
         return NODreadStatements(bytes, name, *myTop, report);
     }
     const std::shared_ptr<const NOD_Interface> interface =
-        NOD_Interface::fromText(bytes, name, report);
+        NOD_Interface::fromText(bytes, name, report, includesOf(myOptions.load.scripts));
     if (interface) {
         NODreadScript(*interface, *myTop);
     }
@@ -408,17 +433,4 @@ bool NOD_Document::give(NOD_Node &node, NOD_Report &report)
     sections.load(node, loading);
     report.append(loading);
     return !loading.hasErrors();
-}
-
-bool NOD_Document::give(NOD_Scene &scene, NOD_Report &report)
-{
-    std::string bytes;
-    if (!write(bytes, false, report)) {
-        return false;
-    }
-    std::istringstream is(bytes);
-    NOD_Report loading;
-    const bool loadFlag = NOD_SceneFile::load(scene, is, "scene", {}, loading);
-    report.append(loading);
-    return loadFlag && !loading.hasErrors();
 }

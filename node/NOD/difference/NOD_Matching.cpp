@@ -3,6 +3,7 @@
 #include <NOD/difference/NOD_AlignmentPrivate.h>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <string>
 #include <string_view>
@@ -15,6 +16,9 @@ namespace
 constexpr double theLeastLikeness = 0.5;
 /// Pairs of nodes or declarations without a partner that are compared in all they have.
 constexpr std::size_t theMostPairs = 40000;
+/// Pairs that share a member: of more it tells nothing. And those of all members.
+constexpr std::size_t theMostOfMember = 4096;
+constexpr std::size_t theMostOfAll = 1000000;
 
 using Kind = NOD_RecordKind;
 
@@ -361,9 +365,112 @@ void NOD_Matching::pairSame(const Records &left, const Records &right)
     pairWhere(contentsKey);
 }
 
-/// The most alike first.
-void NOD_Matching::pairAlike(const Records &left, const Records &right)
+namespace
 {
+
+using Places = std::vector<std::size_t>;
+using Indices = std::pair<std::size_t, std::size_t>;
+
+/// Of each member, which have it on either side.
+class Members
+{
+public:
+    Members(const std::vector<const NOD_Record *> &left,
+            const std::vector<const NOD_Record *> &right)
+    {
+        addAll(left, &Row::first);
+        addAll(right, &Row::second);
+    }
+
+    /// How many each pair shares, of those that tell anything.
+    std::map<Indices, int> countShared() const
+    {
+        std::size_t most = theMostOfMember;
+        while (most > 1 && countAll(most) > theMostOfAll) {
+            most /= 2;
+        }
+        std::map<Indices, int> shared;
+        for (const auto &row : myRows) {
+            if (countOf(row.second) > most) {
+                continue;
+            }
+            for (const std::size_t i : row.second.first) {
+                for (const std::size_t j : row.second.second) {
+                    ++shared[{i, j}];
+                }
+            }
+        }
+        return shared;
+    }
+
+private:
+    using Row = std::pair<Places, Places>;
+
+    void addAll(const std::vector<const NOD_Record *> &records, Places Row::*side)
+    {
+        const std::hash<std::string> hash;
+        for (std::size_t i = 0; i < records.size(); ++i) {
+            std::unordered_set<std::uint64_t> keys = {hash(records[i]->getName())};
+            const NOD_Record *const contents = contentsOf(*records[i]);
+            for (const auto &part : (contents ? *contents : *records[i]).getParts()) {
+                keys.insert(part->getHash() * 31 + hash(part->getName()));
+            }
+            for (const std::uint64_t key : keys) {
+                (myRows[key].*side).push_back(i);
+            }
+        }
+    }
+    static std::size_t countOf(const Row &row) { return row.first.size() * row.second.size(); }
+    std::size_t countAll(std::size_t most) const
+    {
+        std::size_t all = 0;
+        for (const auto &row : myRows) {
+            all += countOf(row.second) <= most ? countOf(row.second) : 0;
+        }
+        return all;
+    }
+
+    std::unordered_map<std::uint64_t, Row> myRows;
+};
+
+/// Which of many could be alike: those that share nearly as much as either of them shares with any. The same in either
+/// direction.
+std::vector<Indices> findAlike(const std::vector<const NOD_Record *> &left,
+                               const std::vector<const NOD_Record *> &right)
+{
+    const std::map<Indices, int> shared = Members(left, right).countShared();
+    std::vector<int> most[2] = {std::vector<int>(left.size()), std::vector<int>(right.size())};
+    for (const auto &[pair, count] : shared) {
+        most[0][pair.first] = std::max(most[0][pair.first], count);
+        most[1][pair.second] = std::max(most[1][pair.second], count);
+    }
+    for (const int part : {3, 4}) {
+        std::vector<Indices> pairs;
+        for (const auto &[pair, count] : shared) {
+            if (4 * count >= part * std::min(most[0][pair.first], most[1][pair.second])) {
+                pairs.push_back(pair);
+            }
+        }
+        if (pairs.size() <= theMostPairs) {
+            return pairs;
+        }
+    }
+    return {}; // some of them would depend on the direction
+}
+
+} // namespace
+
+/// The most alike first.
+void NOD_Matching::pairAlike(const Records &allLeft, const Records &allRight)
+{
+    const auto withoutPartner = [&](const Records &records) {
+        Records without;
+        std::copy_if(records.begin(), records.end(), std::back_inserter(without),
+                     [&](const NOD_Record *record) { return !partnerOf(*record); });
+        return without;
+    };
+    const Records left = withoutPartner(allLeft);
+    const Records right = withoutPartner(allRight);
     struct Candidate
     {
         double likeness;
@@ -372,11 +479,10 @@ void NOD_Matching::pairAlike(const Records &left, const Records &right)
         const NOD_Record *right;
     };
     std::vector<Candidate> candidates;
-    std::size_t looks = 0;
     const auto add = [&](const NOD_Record &a, const NOD_Record &b) {
         const bool nearFlag =
             a.getName() == b.getName() || partnerOf(*a.getParent()) == b.getParent();
-        if (partnerOf(a) || partnerOf(b) || !mayBeSame(a, b) || ++looks > theMostPairs) {
+        if (!mayBeSame(a, b)) {
             return;
         }
         double likeness = NODlikeness(a, b, myOptions) + (nearFlag ? 0.2 : 0.0);
@@ -389,13 +495,16 @@ void NOD_Matching::pairAlike(const Records &left, const Records &right)
             candidates.push_back({likeness, keys[0] + "\n" + keys[1], &a, &b});
         }
     };
-    for (const NOD_Record *a : left) {
-        for (const NOD_Record *b : right) {
-            add(*a, *b);
+    if (left.size() * right.size() <= theMostPairs) {
+        for (const NOD_Record *a : left) {
+            for (const NOD_Record *b : right) {
+                add(*a, *b);
+            }
         }
-    }
-    if (looks > theMostPairs) {
-        return; // some were looked at and some weren't: which ones, would depend on the direction
+    } else {
+        for (const auto &[i, j] : findAlike(left, right)) {
+            add(*left[i], *right[j]);
+        }
     }
     std::sort(candidates.begin(), candidates.end(), [](const Candidate &a, const Candidate &b) {
         return std::tie(b.likeness, a.key) < std::tie(a.likeness, b.key);

@@ -1,12 +1,16 @@
 #include <NOD/NOD_Merge.h>
 
 #include <KIT/KIT_String.h>
+#include <NOD/NOD_ValueFile.h>
 #include <NOD/difference/NOD_MergeChannelsPrivate.h>
+#include <NOD/difference/NOD_MergeNamesPrivate.h>
 #include <NOD/difference/NOD_MergeReferencesPrivate.h>
 #include <NOD/difference/NOD_MergeTreePrivate.h>
+#include <NOD/difference/NOD_PresetRecordsPrivate.h>
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 // ---------------------------------------------------------------------- //
 // Who stands
@@ -39,7 +43,12 @@ NOD_MergeSide NOD_MergeJudge::decide(NOD_Conflict conflict)
         decided = myChooser(conflict);
     }
     conflict.isDecided = decided.has_value();
-    conflict.standing = decided.value_or(conflict.standing);
+    const Side author = std::exchange(conflict.standing, decided.value_or(conflict.standing));
+    if (conflict.kind == NOD_Conflict::Kind::REFERENCE_LOST &&
+        !conflict.of(conflict.standing).isThere()) {
+        conflict.isDecided = false; // who has no such text has nothing in its place
+        conflict.standing = author;
+    }
     const NOD_ConflictSide &side = conflict.of(conflict.standing);
     conflict.path = side.isThere() ? side.path : conflict.getPath();
     myConflicts.push_back(std::move(conflict));
@@ -47,10 +56,12 @@ NOD_MergeSide NOD_MergeJudge::decide(NOD_Conflict conflict)
     return myConflicts.back().standing;
 }
 
-NOD_MergeSide NOD_MergeJudge::decide(NOD_Conflict::Kind kind, const NOD_MergeTriple &triple)
+NOD_MergeSide NOD_MergeJudge::decide(NOD_Conflict::Kind kind, const NOD_MergeTriple &triple,
+                                     Side standing)
 {
     NOD_Conflict conflict;
     conflict.kind = kind;
+    conflict.standing = standing;
     const auto set = [&](NOD_ConflictSide &side, Side which) {
         if (const NOD_Record *const record = triple.of(which)) {
             addTo(side, *record, which, true);
@@ -70,12 +81,9 @@ void NOD_MergeJudge::addTo(NOD_ConflictSide &place, const NOD_Record &record, Si
     }
     std::unique_ptr<NOD_Record> copy = record.copy();
     if (myBound) {
-        const NOD_Record *contents = &record;
-        while (contents->getParent()) {
-            contents = contents->getParent();
-        }
         NODreleaseNames(record, *copy);
-        NODunmarkCopy(*copy, *contents);
+        NODunmarkItems(*copy, (*myBound->names)[std::size_t(side)]);
+        NODunmarkItems(*copy, (*myBound->names)[0]); // of what this side has no more
     }
     place.records.push_back(std::move(copy));
 }
@@ -85,7 +93,7 @@ NOD_RecordPath NOD_MergeJudge::pathOf(const NOD_Record &record, Side side) const
     if (!myBound) {
         return NODpathOf(record);
     }
-    NOD_RecordPath path = (*myBound)[std::size_t(side)];
+    NOD_RecordPath path = myBound->prefixes[std::size_t(side)];
     const NOD_RecordPath within = NODreleasedPath(record);
     path.insert(path.end(), within.begin(), within.end());
     return path;
@@ -126,13 +134,20 @@ NOD_BoundStates::NOD_BoundStates(NOD_MergeJudge &judge, const NOD_MergeTriple &t
         return;
     }
     for (std::size_t side = 0; side < 3; ++side) {
-        myPrefixes[side] = judge.pathOf(*states[side], NOD_MergeSide(side));
+        myBound.prefixes[side] = judge.pathOf(*states[side], NOD_MergeSide(side));
         myCopies[side] = states[side]->copy();
         NODbindChannels(*myCopies[side]);
     }
-    NODmarkItems(getCopies());
     myTriple = {myCopies[0].get(), myCopies[1].get(), myCopies[2].get()};
-    myFormer = judge.setBound(&myPrefixes);
+    myMarkedFlag = judge.getBound() == nullptr; // else the file that they are in is marked
+    if (myMarkedFlag) {
+        const NOD_States copies = getCopies();
+        NODmarkItems(copies);
+        std::transform(copies.begin(), copies.end(), myNames.begin(),
+                       [](const NOD_Record *copy) { return NODnamesByMarks(*copy); });
+    }
+    myBound.names = myMarkedFlag ? &myNames : judge.getBound()->names;
+    myFormer = judge.setBound(&myBound);
 }
 
 NOD_BoundStates::~NOD_BoundStates()
@@ -144,10 +159,25 @@ NOD_BoundStates::~NOD_BoundStates()
 
 void NOD_BoundStates::release(NOD_Record &made) const
 {
-    if (isBound()) {
-        NODunmarkItems(made, getCopies());
-        NODreleaseChannels(made);
+    if (!isBound()) {
+        return;
     }
+    if (myMarkedFlag) {
+        NODunmarkMerged(made, getCopies(), myNames, myJudge);
+    }
+    NODreleaseChannels(made);
+}
+
+const std::string *NOD_Merge::withoutReading(const std::string &base, const std::string &ours,
+                                             const std::string &theirs)
+{
+    if (ours == theirs || base == theirs) {
+        return &ours;
+    }
+    const bool formFlag = NOD_ValueFile::isBinary(ours) == NOD_ValueFile::isBinary(theirs) &&
+                          NOD_ValueFile::kindOf(std::string_view(ours)) ==
+                              NOD_ValueFile::kindOf(std::string_view(theirs));
+    return base == ours && formFlag ? &theirs : nullptr;
 }
 
 std::unique_ptr<NOD_Record> NOD_Merge::merge(const NOD_Record &base, const NOD_Record &ours,
@@ -161,9 +191,24 @@ std::unique_ptr<NOD_Record> NOD_Merge::merge(const NOD_Record &base, const NOD_R
         return ours.copy();
     }
     NOD_MergeJudge judge(myPolicies, myChooser);
+    const auto isWhole = [](const NOD_Record &top) {
+        return top.find(NOD_RecordKind::SECTION, theWholePresets) != nullptr;
+    };
+    if (isWhole(base) || isWhole(ours) || isWhole(theirs)) {
+        const NOD_MergeTriple tops{&base, &ours, &theirs};
+        const Side side = judge.decide(NOD_Conflict::Kind::BOTH_CHANGED, tops);
+        std::unique_ptr<NOD_Record> chosen = tops.of(side)->copy();
+        judge.setPlace(chosen.get());
+        myConflicts = judge.takeConflicts();
+        return chosen;
+    }
     const NOD_BoundStates bound(judge, {&base, &ours, &theirs});
     std::unique_ptr<NOD_Record> made = NOD_MergeTree(judge, bound.get()).run();
     bound.release(*made);
+    NODtellLostNames(*made,
+                     {const_cast<NOD_Record *>(&base), const_cast<NOD_Record *>(&ours),
+                      const_cast<NOD_Record *>(&theirs)},
+                     judge);
     myConflicts = judge.takeConflicts();
     return made;
 }

@@ -6,7 +6,9 @@
 #pragma once
 
 #include <NOD/NOD_Merge.h>
+#include <NOD/difference/NOD_MergeReferencesPrivate.h>
 
+#include <algorithm>
 #include <array>
 #include <unordered_map>
 #include <utility>
@@ -29,7 +31,13 @@ class NOD_MergeJudge
 public:
     using Side = NOD_MergeSide;
     using Policies = std::vector<std::pair<std::string, Side>>;
-    using Prefixes = std::array<NOD_RecordPath, 3>; ///< by side
+    using Names = std::array<NOD_ItemNames, 3>; ///< of marked items, by side
+    /// What copies of states are of.
+    struct Bound
+    {
+        std::array<NOD_RecordPath, 3> prefixes; ///< their paths, by side
+        const Names *names = nullptr;
+    };
 
     NOD_MergeJudge(const Policies &policies, const NOD_Merge::Chooser &chooser)
         : myPolicies(policies), myChooser(chooser)
@@ -37,16 +45,21 @@ public:
 
     Side decide(NOD_Conflict conflict);
     /// Of single records.
-    Side decide(NOD_Conflict::Kind kind, const NOD_MergeTriple &triple);
+    Side decide(NOD_Conflict::Kind kind, const NOD_MergeTriple &triple, Side standing = Side::OURS);
     /// Where the last conflict stands in the merged state; null if nowhere.
     void setPlace(const NOD_Record *record) { setPlace(getCount() - 1, record); }
     void setPlace(std::size_t conflict, const NOD_Record *record) { myPlaces[conflict] = record; }
+    bool hasPlace(const NOD_Record &record) const
+    {
+        return std::find(myPlaces.begin(), myPlaces.end(), &record) != myPlaces.end();
+    }
     std::size_t getCount() const { return myConflicts.size(); }
     /// What one side of a conflict has; the path is set if it is the first, or `isMain`.
     void addTo(NOD_ConflictSide &place, const NOD_Record &record, Side side, bool isMain) const;
-    /// The records are in copies with bound channels (NOD_MergeChannelsPrivate.h) of records with these paths, or, with
-    /// null, in the states themselves.
-    const Prefixes *setBound(const Prefixes *prefixes) { return std::exchange(myBound, prefixes); }
+    /// The records are in such copies with bound channels (NOD_MergeChannelsPrivate.h), or, with null, in the states
+    /// themselves.
+    const Bound *setBound(const Bound *bound) { return std::exchange(myBound, bound); }
+    const Bound *getBound() const { return myBound; }
     NOD_RecordPath pathOf(const NOD_Record &record, Side side) const;
     /// With the paths of the merged state, which is complete now.
     NOD_Merge::Conflicts takeConflicts();
@@ -54,7 +67,7 @@ public:
 private:
     const Policies &myPolicies;
     const NOD_Merge::Chooser &myChooser;
-    const Prefixes *myBound = nullptr;
+    const Bound *myBound = nullptr;
     NOD_Merge::Conflicts myConflicts;
     std::vector<const NOD_Record *> myPlaces;
 };
@@ -75,14 +88,16 @@ public:
     void release(NOD_Record &made) const;
 
 private:
-    std::array<NOD_Record *, 3> getCopies() const
+    NOD_States getCopies() const
     {
         return {myCopies[0].get(), myCopies[1].get(), myCopies[2].get()};
     }
 
     NOD_MergeJudge &myJudge;
     NOD_MergeTriple myTriple;
-    NOD_MergeJudge::Prefixes myPrefixes;
-    const NOD_MergeJudge::Prefixes *myFormer = nullptr;
+    NOD_MergeJudge::Bound myBound;
+    const NOD_MergeJudge::Bound *myFormer = nullptr;
+    NOD_MergeJudge::Names myNames;
+    bool myMarkedFlag = false; ///< the marks are those of this one, not of one around it
     std::array<std::unique_ptr<NOD_Record>, 3> myCopies;
 };

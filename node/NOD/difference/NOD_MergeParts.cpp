@@ -2,6 +2,7 @@
 
 #include <NOD/NOD_Matching.h>
 #include <NOD/difference/NOD_AlignmentPrivate.h>
+#include <NOD/difference/NOD_PresetRecordsPrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
 
 #include <algorithm>
@@ -116,9 +117,10 @@ std::string shapeOf(const NOD_Record *contents)
     std::string shape;
     for (const auto &part : contents ? contents->getParts() : theNoParts) {
         const Kind kind = part->getKind();
+        const std::string &name = part->getName();
         if (kind == Kind::SECTION &&
-            (NODisNodeKind(part->getName()) || part->getName() == theNodeSection)) {
-            shape += "section " + part->getName() + "\n";
+            (NODisNodeKind(name) || name == theNodeSection || name == theWholePreset)) {
+            shape += "section " + name + "\n";
         } else if (kind == Kind::FORM || kind == Kind::LANGUAGE) {
             shape += NODvalueText(part->getValue()) + "\n";
         }

@@ -7,24 +7,42 @@
 /// Ownership:  the records are changed in place.
 /// Threads:    one thread at a time.
 ///
-/// References to parameters of other nodes, and names that an expression computes, stay as they are.
+/// References by a path are followed within the file: `ch("./w2")`, and in one of nodes `ch("../rig/w2")`. Names that an
+/// expression computes stay as they are.
 #pragma once
 
+#include <NOD/NOD_Conflict.h>
 #include <NOD/NOD_Record.h>
 
 #include <array>
+#include <functional>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 /// The names of items' parameters by what they are once they are marked, or the other way round.
 using NOD_ItemNames = std::unordered_map<std::string, std::string>;
 
-/// Whether an expression of the contents refers to a parameter of an item.
-bool NODhasItemReferences(const NOD_Record &contents);
-/// Marks the items of three states, and what refers to them.
-void NODmarkItems(const std::array<NOD_Record *, 3> &states);
-/// With the numbers that the items have now. What refers to an item that isn't there gets the name that one of the
-/// states has for it.
-void NODunmarkItems(NOD_Record &made, const std::array<NOD_Record *, 3> &states);
-/// The same for a copy of a part of marked contents, by those.
-void NODunmarkCopy(NOD_Record &copy, const NOD_Record &contents);
+class NOD_MergeJudge;
+
+using NOD_States =
+    std::array<NOD_Record *, 3>; ///< base, ours, theirs: contents of one node, or files of nodes
+
+/// Whether an expression refers to a parameter of an item.
+bool NODhasItemReferences(const NOD_Record &top);
+/// Marks the items that are referred to in three states, and what refers to them.
+void NODmarkItems(const NOD_States &states);
+/// The present names of all marked items.
+NOD_ItemNames NODnamesByMarks(const NOD_Record &top);
+/// Whether one side's state has what the record refers to.
+using NOD_Knows = std::function<bool(NOD_MergeSide side, const NOD_Record &record)>;
+/// A conflict for each record of the merged state that refers to what only the states have, unless one that has the same
+/// text doesn't know it either.
+void NODtellLost(const std::vector<NOD_Record *> &readers, const NOD_States &states,
+                 NOD_MergeJudge &judge, const NOD_Knows &knows);
+/// With these names for marked items, and without marks.
+void NODunmarkItems(NOD_Record &record, const NOD_ItemNames &names);
+/// The same for the merged state, by the names of the three. A reference to an item that isn't there any more is a
+/// conflict: it would be one to a neighbour.
+void NODunmarkMerged(NOD_Record &made, const NOD_States &states,
+                     const std::array<NOD_ItemNames, 3> &sides, NOD_MergeJudge &judge);

@@ -1,8 +1,12 @@
 #include <NOD/difference/NOD_NodeRecordsPrivate.h>
 
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_IStream.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/difference/NOD_ChannelRecordsPrivate.h>
 #include <NOD/files/NOD_LinesPrivate.h>
+#include <ZEL/ZEL_ParmStream.h>
 
 #include <algorithm>
 #include <unordered_set>
@@ -223,4 +227,30 @@ bool NOD_NodeRecords::writeStream(const NOD_Record &contents, bool binary, std::
 {
     std::unique_ptr<NOD_StreamRecords> own;
     return streamOf("", "", own).write(contents, binary, bytes, report);
+}
+
+bool NOD_NodeRecords::renewBlanks(std::string &values)
+{
+    std::unique_ptr<NOD_StreamRecords> own;
+    NOD_StreamRecords &stream = streamOf("", "", own);
+    NOD_Report ignored;
+    NOD_Record read(Kind::CONTENTS);
+    NOD_Record again(Kind::CONTENTS);
+    std::string written;
+    {
+        const KIT_ErrorManager::Scope quiet(BASgetSTID());
+        ZEL_ParmStream whole;
+        KIT_IStream is(values.data(), values.size(), KIT_IStream::TEXT);
+        if (!whole.read(is, nullptr) || !whole.isWhole() || whole.hasComments()) {
+            return false;
+        }
+    }
+    constexpr bool isBinary = false;
+    if (!stream.read(values, "", Reading::EXACT, read, ignored) ||
+        !stream.write(read, isBinary, written, ignored) ||
+        !stream.read(written, "", Reading::EXACT, again, ignored) || !again.isSame(read)) {
+        return false;
+    }
+    values = std::move(written);
+    return true;
 }

@@ -35,6 +35,10 @@ public:
     bool writeStream(const NOD_Record &contents, bool binary, std::string &bytes,
                      NOD_Report &report);
 
+    /// Gives a text of values, of the node without a type, the blanks that the library writes; false, with nothing done,
+    /// if that isn't all: it has comments, or is cut.
+    bool renewBlanks(std::string &values);
+
 private:
     NOD_StreamRecords &streamOf(const std::string &type, const std::string &spares,
                                 std::unique_ptr<NOD_StreamRecords> &own);

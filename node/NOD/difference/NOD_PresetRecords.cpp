@@ -1,8 +1,14 @@
 #include <NOD/difference/NOD_PresetRecordsPrivate.h>
 
+#include <BAS/BAS_Thread.h>
+#include <KIT/KIT_ErrorManager.h>
+#include <KIT/KIT_IStream.h>
+#include <NOD/NOD_FileLoss.h>
 #include <NOD/NOD_Report.h>
 #include <STO/STO_IndexFile.h>
+#include <TRK/TRK_Collection.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -16,9 +22,6 @@ using Kind = NOD_RecordKind;
 constexpr std::string_view theStart = "#PSI_PRESET\nversion 2.0a\nchannels\n";
 constexpr std::string_view theValues = "}\nvalues\n";
 constexpr std::string_view theNoChannels = "channels 1.0\n{\n}\n";
-// Sections of records, stored in patches.
-constexpr const char *theWhole = "preset";
-constexpr const char *theWholeFile = "presets";
 
 const std::string *wholeOf(const NOD_Record &record, const char *name)
 {
@@ -26,21 +29,63 @@ const std::string *wholeOf(const NOD_Record &record, const char *name)
     return whole ? std::get_if<std::string>(&whole->getValue()) : nullptr;
 }
 
-bool readPlain(const std::string &text, NOD_NodeRecords &nodes, NOD_Record &contents)
+/// The two sections of a preset that the library has written, or of one with other blanks; false if there are others.
+bool takeApart(const std::string &text, NOD_NodeRecords &nodes, NOD_NodeSections &sections)
+{
+    if (!NODfindComments(text, {}).empty()) {
+        return false; // which would be lost
+    }
+    const KIT_ErrorManager::Scope quiet(BASgetSTID());
+    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+    TRK_Collection channels;
+    std::ostringstream os;
+    float version = 0.0F;
+    is.skipByteOrderMark();
+    if (!is.checkToken("#PSI_PRESET") || !is.checkToken("version") || !is.aread(version) ||
+        version != 2.0F || !is.checkToken("channels") || !channels.load(is) ||
+        !is.checkToken("values")) {
+        return false;
+    }
+    channels.save(os);
+    sections.channels = os.str() == theNoChannels ? "" : os.str();
+    is.skipWhitespace();
+    sections.values = text.substr(std::size_t(is.tellg()));
+    return nodes.renewBlanks(sections.values);
+}
+
+/// As the library writes it.
+bool takeWritten(const std::string &text, NOD_NodeSections &sections)
 {
     const std::size_t end = text.find("\n" + std::string(theValues));
     if (text.compare(0, theStart.size(), theStart) != 0 || end == std::string::npos) {
         return false;
     }
     const std::size_t values = end + 3; // a line feed, a brace and another one
-    NOD_NodeSections sections;
     sections.channels = text.substr(theStart.size(), values - theStart.size());
     sections.channels = sections.channels == theNoChannels ? "" : sections.channels;
     sections.values = text.substr(values + theValues.size() - 2);
-    nodes.read(sections, contents);
+    return true;
+}
+
+bool readPlain(const std::string &text, NOD_NodeRecords &nodes, NOD_Record &contents)
+{
+    NOD_NodeSections sections;
     NOD_Report ignored;
     std::string again;
-    return !nodes.isExact() || (NODwritePreset(contents, nodes, again, ignored) && again == text);
+    if (takeWritten(text, sections)) {
+        nodes.read(sections, contents);
+        if (!nodes.isExact() || (NODwritePreset(contents, nodes, again, ignored) && again == text &&
+                                 !contents.find(Kind::SECTION, "values"))) {
+            return true;
+        }
+        contents.changeParts().clear();
+    }
+    sections = NOD_NodeSections();
+    if (!takeApart(text, nodes, sections)) {
+        return false;
+    }
+    nodes.read(sections, contents);
+    return true;
 }
 
 bool readPlainFile(const STO_IndexFile &file, NOD_NodeRecords &nodes, NOD_Record &top)
@@ -52,13 +97,27 @@ bool readPlainFile(const STO_IndexFile &file, NOD_NodeRecords &nodes, NOD_Record
     return file.getRepeats().empty();
 }
 
+/// Where only blanks are others; comments would be lost.
+bool isReadAgain(const std::string &former, const std::string &bytes, NOD_NodeRecords &nodes,
+                 const NOD_Record &top)
+{
+    if (std::count(former.begin(), former.end(), '#') !=
+        std::count(bytes.begin(), bytes.end(), '#')) {
+        return false;
+    }
+    const KIT_ErrorManager::Scope quiet(BASgetSTID());
+    STO_IndexFile file;
+    NOD_Record again(Kind::DOCUMENT);
+    return file.read(bytes, "") && readPlainFile(file, nodes, again) && again.isSame(top);
+}
+
 } // namespace
 
 void NODreadPreset(const std::string &text, NOD_NodeRecords &nodes, NOD_Record &contents)
 {
     NOD_Record plain(Kind::CONTENTS);
     if (!readPlain(text, nodes, plain)) {
-        contents.add(Kind::SECTION, theWhole, text);
+        contents.add(Kind::SECTION, theWholePreset, text);
         return;
     }
     for (auto &part : plain.changeParts()) {
@@ -69,7 +128,7 @@ void NODreadPreset(const std::string &text, NOD_NodeRecords &nodes, NOD_Record &
 bool NODwritePreset(const NOD_Record &contents, NOD_NodeRecords &nodes, std::string &text,
                     NOD_Report &report)
 {
-    if (const std::string *const whole = wholeOf(contents, theWhole)) {
+    if (const std::string *const whole = wholeOf(contents, theWholePreset)) {
         text = *whole;
         return true;
     }
@@ -98,9 +157,9 @@ bool NODreadPresets(const std::string &bytes, const std::string &name, NOD_NodeR
     NOD_Report ignored;
     std::string again;
     const bool plainFlag = readPlainFile(file, nodes, plain);
-    if (nodes.isExact() &&
-        (!plainFlag || !NODwritePresets(plain, nodes, again, ignored) || again != bytes)) {
-        top.add(Kind::SECTION, theWholeFile, bytes);
+    if (nodes.isExact() && (!plainFlag || !NODwritePresets(plain, nodes, again, ignored) ||
+                            (again != bytes && !isReadAgain(bytes, again, nodes, plain)))) {
+        top.add(Kind::SECTION, theWholePresets, bytes);
         return true;
     }
     for (auto &part : plain.changeParts()) {
@@ -112,7 +171,7 @@ bool NODreadPresets(const std::string &bytes, const std::string &name, NOD_NodeR
 bool NODwritePresets(const NOD_Record &top, NOD_NodeRecords &nodes, std::string &bytes,
                      NOD_Report &report)
 {
-    if (const std::string *const whole = wholeOf(top, theWholeFile)) {
+    if (const std::string *const whole = wholeOf(top, theWholePresets)) {
         bytes = *whole;
         return true;
     }

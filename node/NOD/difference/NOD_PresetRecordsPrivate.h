@@ -2,7 +2,7 @@
 /// A preset, or a file of them, as records, and back. Not installed.
 ///
 /// Threads:    one thread at a time.
-/// Errors:     to the report. What isn't as the library writes it is a record of its text.
+/// Errors:     to the report. What the library doesn't write, but for other blanks, is a record of its text.
 #pragma once
 
 #include <NOD/difference/NOD_NodeRecordsPrivate.h>
@@ -10,6 +10,10 @@
 #include <string>
 
 class NOD_Report;
+
+// Sections of what isn't taken apart; stored in patches.
+constexpr const char *theWholePreset = "preset";
+constexpr const char *theWholePresets = "presets";
 
 /// Adds the channels and parameters of one preset.
 void NODreadPreset(const std::string &text, NOD_NodeRecords &nodes, NOD_Record &contents);

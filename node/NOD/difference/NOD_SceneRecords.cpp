@@ -1,5 +1,6 @@
 #include <NOD/difference/NOD_SceneRecordsPrivate.h>
 
+#include <BAS/BAS_Character.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
@@ -27,6 +28,28 @@ std::uint64_t mixed(std::uint64_t hash, std::string_view text)
 // ---------------------------------------------------------------------- //
 // Nodes that are read later
 // ---------------------------------------------------------------------- //
+
+/// Whether there is a call of a function that TRK_NodePaths knows, or something like it.
+bool hasReference(std::string_view text)
+{
+    for (const std::string_view name : {"ch", "parm"}) {
+        std::size_t end = 0; // of the word, of which there is one answer
+        for (std::size_t at = text.find(name); at != std::string_view::npos;
+             at = text.find(name, end)) {
+            end = at;
+            while (end < text.size() && BASisWordChar(text[end])) {
+                ++end;
+            }
+            while (end < text.size() && BASisBlank(text[end])) {
+                ++end;
+            }
+            if (end < text.size() && text[end] == '(') {
+                return true;
+            }
+        }
+    }
+    return false;
+}
 
 class ClosedNode : public NOD_ClosedParts
 {
@@ -56,6 +79,11 @@ public:
     {
         const auto *node = dynamic_cast<const ClosedNode *>(&other);
         return node && node->myTexts == myTexts;
+    }
+    bool mayRefer() const override
+    {
+        return std::any_of(myTexts.begin(), myTexts.end(),
+                           [](const auto &text) { return hasReference(text.second); });
     }
     void take(NOD_NodeSections &sections) const;
 

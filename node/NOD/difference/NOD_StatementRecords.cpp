@@ -355,8 +355,9 @@ bool NODreadStatements(std::string_view text, const std::string &name, NOD_Recor
         }
     }
     Reader(text, tokens, shape).run(top);
-    if (NODstatementText(top) != text) {
-        return fail(name, 0,
+    if (const std::string again = NODstatementText(top); again != text) {
+        const auto end = std::mismatch(text.begin(), text.end(), again.begin(), again.end()).first;
+        return fail(name, 1 + int(std::count(text.begin(), end, '\n')),
                     "can't be taken apart: a macro of it has several words, or a place of its own "
                     "in the grammar",
                     report);

@@ -19,10 +19,10 @@ class NOD_Report;
 /// Adds all that the text has. False, with an error at its line, if its braces and quotes aren't those of a script.
 bool NODreadStatements(std::string_view text, const std::string &name, NOD_Record &top,
                        NOD_Report &report);
-/// The text. What comes without blanks of its own, such as the word of a patch, gets a blank where it needs one.
+/// The text, of all of a script, a declaration or a statement. What comes without blanks of its own, such as the word of a patch, gets a blank where it needs one.
 std::string NODstatementText(const NOD_Record &top);
-/// Writes notes as a comment in front of a declaration.
-void NODaddNote(NOD_Record &declaration, const std::string &text);
+/// Writes notes as a comment in front of a declaration, with the line end that its script has.
+void NODaddNote(NOD_Record &declaration, const std::string &text, const char *lineEnd);
 
 // ---------------------------------------------------------------------- //
 // Names of records; stored in patches

@@ -32,7 +32,12 @@ class Writer
 public:
     std::string run(const NOD_Record &top)
     {
-        writeBlock(top);
+        if (top.getKind() == Kind::STATEMENT) {
+            const NOD_Record nowhere(Kind::DECLARATION);
+            writeStatement(top, top.getParent() ? *top.getParent() : nowhere);
+        } else {
+            writeBlock(top);
+        }
         return std::move(myText);
     }
 
@@ -194,7 +199,7 @@ std::string NODstatementText(const NOD_Record &top)
     return Writer().run(top);
 }
 
-void NODaddNote(NOD_Record &declaration, const std::string &text)
+void NODaddNote(NOD_Record &declaration, const std::string &text, const char *lineEnd)
 {
     NOD_Record *before = declaration.find(Kind::COMMENT, theBefore);
     const std::string there = textOf(before ? before : declaration.find(Kind::BLANKS, theBefore));
@@ -204,5 +209,5 @@ void NODaddNote(NOD_Record &declaration, const std::string &text)
     if (!before) {
         before = &declaration.add(Kind::COMMENT, theBefore);
     }
-    before->setValue(there.substr(0, line) + indent + "// " + text + "\n" + there.substr(line));
+    before->setValue(there.substr(0, line) + indent + "// " + text + lineEnd + there.substr(line));
 }

@@ -244,6 +244,7 @@ bool NOD_StreamRecords::read(std::string_view bytes, const std::string &name, Re
     if (!parse(bytes, name, list, stream, report)) {
         return false;
     }
+    myLosses = NODcommentLosses(stream.getComments(), name);
     if (reading == Reading::EXACT) {
         keepDrivenTexts(bytes, stream);
     } else if (reading == Reading::COMPLETED && myNode && !complete(bytes, name, stream, report)) {

@@ -7,6 +7,7 @@
 /// Errors:     to the report. What can't be taken apart without loss is kept as a whole text.
 #pragma once
 
+#include <NOD/NOD_FileLoss.h>
 #include <NOD/NOD_Record.h>
 #include <NOD/difference/NOD_BlockNamesPrivate.h>
 
@@ -40,6 +41,8 @@ public:
     /// Adds the parameters. False, with an error, if the stream can't be taken apart.
     bool read(std::string_view bytes, const std::string &name, Reading reading,
               NOD_Record &contents, NOD_Report &report);
+    /// Of what was read: comments.
+    const std::vector<NOD_FileLoss> &getLosses() const { return myLosses; }
     /// In the form asked for. False, with an error, if it can't hold them.
     bool write(const NOD_Record &contents, bool binary, std::string &bytes,
                NOD_Report &report) const;
@@ -60,4 +63,5 @@ private:
     std::shared_ptr<const NOD_Interface> myInterface;
     std::unique_ptr<NOD_Node> myNode; ///< null: no parameters are known
     NOD_BlockNames myNames;
+    std::vector<NOD_FileLoss> myLosses;
 };

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <NOD/NOD_FileOptions.h>
+#include <NOD/NOD_ValueFile.h>
 
 #include <functional>
 #include <iosfwd>
@@ -24,6 +25,10 @@ bool NODwriteFile(const std::string &path, const NOD_SaveOptions &options, NOD_R
 bool NODreadFile(const std::string &path, std::string &bytes, NOD_Report &report,
                  bool (*canBe)(std::string_view start));
 bool NODreadStream(std::istream &is, const std::string &name, std::string &bytes,
+                   NOD_Report &report);
+/// What no stream, channel file or preset holds of the parameters that count, or of all: a warning each where losses are
+/// allowed, else an error.
+void NODtellUnheld(NOD_Node &node, const NOD_ParmTest &counts, const NOD_LossRule &rule,
                    NOD_Report &report);
 /// The options with the file's folder, unless they have one.
 NOD_LoadOptions NODplaced(const NOD_LoadOptions &options, const std::string &path);

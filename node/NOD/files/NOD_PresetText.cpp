@@ -8,6 +8,7 @@
 #include <NOD/NOD_NodeState.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ValueFile.h>
+#include <NOD/files/NOD_FilesPrivate.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -50,7 +51,23 @@ bool findTokens(NOD_Node &node, const std::vector<std::string> &only, Tokens &to
     return report.getErrorCount() == before;
 }
 
+/// Of the parameters that the preset is about. Borrows both.
+NOD_ParmTest testOf(const std::vector<std::string> &only, const Tokens &tokens)
+{
+    return [&](const ZEL_Parm &parm) { return only.empty() || tokens.count(outermost(parm)) > 0; };
+}
+
 } // namespace
+
+bool NODcheckPreset(NOD_Node &node, const std::vector<std::string> &only,
+                    const std::vector<NOD_FileLoss> &losses, const NOD_LossRule &rule,
+                    NOD_Report &report)
+{
+    Tokens tokens;
+    return findTokens(node, only, tokens, report) &&
+           NOD_ValueFile::checkCarried(node, std::nullopt, losses, rule, report,
+                                       testOf(only, tokens));
+}
 
 bool NODsavePreset(NOD_Node &node, const std::vector<std::string> &only, std::ostream &os,
                    NOD_Report &report)
@@ -60,19 +77,9 @@ bool NODsavePreset(NOD_Node &node, const std::vector<std::string> &only, std::os
         return false;
     }
     const int before = report.getErrorCount();
-    const auto isSaved = [&](const ZEL_Parm &parm) {
-        return only.empty() || tokens.count(outermost(parm)) > 0;
-    };
-    for (const std::string &alias : NODaliasesWithoutChannel(node, isSaved)) {
-        report.warning("", "a preset holds no aliases, so without " + alias);
-    }
-    for (const ZEL_Template *description : node.getSpareParms().getDescriptions()) {
-        const ZEL_Parm *const parm = node.getParms().getParmPtr(description->getTokenRef());
-        if (parm && isSaved(*parm)) {
-            report.warning("", std::string("a preset doesn't describe spare parameters: ") +
-                                   description->getToken());
-        }
-    }
+    const NOD_ParmTest isSaved = testOf(only, tokens);
+    constexpr bool theAllowedFlag = true;
+    NODtellUnheld(node, isSaved, {theAllowedFlag}, report);
     bool saved = false;
     {
         const NOD_ReportScope scope(report);

@@ -212,7 +212,10 @@ std::shared_ptr<const NOD_Interface> NOD_TreeReader::readInterface(const std::st
         first.empty() ? std::vector<std::string>() : first[0].words;
     std::shared_ptr<const NOD_Interface> made;
     std::string path;
-    if (words.size() == 1 && words[0] == theInterfaceOfApplication) {
+    const auto known = myOptions.interfaces.find(key);
+    if (known != myOptions.interfaces.end()) {
+        made = known->second;
+    } else if (words.size() == 1 && words[0] == theInterfaceOfApplication) {
         made = myScene.findInterface(key);
         if (!made) {
             warning(section, 1, "the application has no interface of this name");

@@ -5,7 +5,8 @@
 ///             when it is saved.
 /// Ownership:  borrows scene and nodes; shares maps and interfaces.
 /// Threads:    the thread that owns the nodes.
-/// Errors:     a warning for what isn't carried, with its node; the node is then there with all else.
+/// Errors:     a warning for what isn't carried, with its node; the node is then there with all else. The same for an
+///             expression of another node that makes something else of it.
 #pragma once
 
 #include <NOD/NOD_Node.h>
@@ -16,6 +17,7 @@
 
 class NOD_Interface;
 class NOD_MigrationMap;
+class NOD_MigrationWalk;
 class NOD_Report;
 class NOD_Scene;
 
@@ -45,6 +47,9 @@ private:
         int version = -1;
         std::shared_ptr<const NOD_Interface> present;
     };
+
+    void bringUp(const Older &older, NOD_MigrationWalk &walk, const std::string &file,
+                 NOD_Report &report);
 
     NOD_Scene &myScene;
     Older myNext;

@@ -141,24 +141,43 @@ std::string joined(const std::vector<std::string> &names)
                : text + " and " + std::to_string(names.size() - theMost) + " more";
 }
 
-/// What a stream or channel file has no place for, but for values and channels.
-void warnOfLeftOut(NOD_Node &node, NOD_ValueFile::Form form, NOD_Report &report)
+/// Second names of channels that aren't there.
+std::vector<std::string> findAliases(NOD_Node &node, const NOD_ParmTest &counts)
 {
-    const auto warn = [&](const char *what, const std::vector<std::string> &names) {
-        if (!names.empty()) {
-            report.warning("", what + joined(names));
+    std::vector<std::string> aliases;
+    forComponents(node.getParms(), [&](const ZEL_Parm &parm, int component) {
+        if ((!counts || counts(parm)) && !parm.getChannel(component) &&
+            parm.getChannelAlias(component) != parm.getChannelToken(component)) {
+            aliases.emplace_back(parm.getChannelAlias(component).nonNullStr());
         }
-    };
-    const bool channelsFlag = form == NOD_ValueFile::Form::CHANNELS;
-    warn(channelsFlag ? "a channel file holds no values, so without those of: "
-                      : "a stream holds no channels, so without those that no parameter has: ",
-         NOD_ValueFile::findLeftOut(node, form));
-    warn("the form holds no aliases, so without: ", NODaliasesWithoutChannel(node));
+    });
+    return aliases;
+}
+
+std::vector<std::string> findSpares(NOD_Node &node, const NOD_ParmTest &counts)
+{
     std::vector<std::string> spares;
     for (const ZEL_Template *description : node.getSpareParms().getDescriptions()) {
-        spares.emplace_back(description->getToken());
+        const ZEL_Parm *const parm = node.getParms().getParmPtr(description->getTokenRef());
+        if (!counts || (parm && counts(*parm))) {
+            spares.emplace_back(description->getToken());
+        }
     }
-    warn("the form doesn't describe spare parameters: ", spares);
+    return spares;
+}
+
+void warnOfLeftOut(NOD_Node &node, NOD_ValueFile::Form form, NOD_Report &report)
+{
+    const std::vector<std::string> names = NOD_ValueFile::findLeftOut(node, form);
+    if (!names.empty()) {
+        const bool channelsFlag = form == NOD_ValueFile::Form::CHANNELS;
+        report.warning("", (channelsFlag ? "a channel file holds no values, so without those of: "
+                                         : "a stream holds no channels, so without those that no "
+                                           "parameter has: ") +
+                               joined(names));
+    }
+    constexpr bool theAllowedFlag = true;
+    NODtellUnheld(node, {}, {theAllowedFlag}, report);
 }
 
 bool hasChannels(ZEL_ParmList &parms)
@@ -326,7 +345,7 @@ bool NOD_ValueFile::apply(NOD_Node &node, NOD_Report &report) const
 }
 
 bool NOD_ValueFile::applyAll(const std::vector<NOD_ValueFile> &files, NOD_Node &node,
-                             std::vector<std::string> &partly, NOD_Report &report)
+                             std::vector<NOD_FileLoss> &losses, NOD_Report &report)
 {
     const auto isChannels = [](const NOD_ValueFile &file) {
         return file.getKind() == NOD_FileKind::CHANNELS;
@@ -336,8 +355,11 @@ bool NOD_ValueFile::applyAll(const std::vector<NOD_ValueFile> &files, NOD_Node &
         NOD_Report found;
         good = good && file.apply(node, found);
         if (!found.isEmpty()) {
-            partly.push_back(file.getName());
+            losses.push_back({file.getName()});
         }
+        const std::vector<NOD_FileLoss> comments =
+            NODfindComments(file.myBytes, file.getName(), file.mySection);
+        losses.insert(losses.end(), comments.begin(), comments.end());
         report.append(found);
     };
     NOD_Edit edit(node, "Load files");
@@ -589,35 +611,42 @@ std::vector<std::string> NOD_ValueFile::findLeftOut(NOD_Node &node, Form form)
 }
 
 bool NOD_ValueFile::checkCarried(NOD_Node &node, std::optional<Form> form,
-                                 const std::string &partlyLoaded, const std::string &offer,
-                                 NOD_Report &report)
+                                 const std::vector<NOD_FileLoss> &losses, const NOD_LossRule &rule,
+                                 NOD_Report &report, const NOD_ParmTest &counts)
 {
-    const std::string rest = "not all of it is carried" + (offer.empty() ? "" : "; " + offer);
+    const int before = report.getErrorCount();
+    NODcheckLosses(losses, rule, report);
+    if (rule.isAllowed) {
+        return true; // save() warns of the rest
+    }
+    if (form != Form::NODE) {
+        NODtellUnheld(node, counts, rule, report);
+    }
+    const std::string rest =
+        "not all of it is carried" + (rule.offer.empty() ? "" : "; " + rule.offer);
     const std::vector<std::string> leftOut =
         form ? findLeftOut(node, *form) : std::vector<std::string>();
-    if (!partlyLoaded.empty()) {
-        tell(partlyLoaded, rest, report);
-    }
     if (!leftOut.empty()) {
         report.error("", std::string(*form == Form::CHANNELS
                                          ? "a channel file can't hold the values of "
                                          : "a stream can't hold the channels ") +
                              joined(leftOut) + ": " + rest);
     }
-    return partlyLoaded.empty() && leftOut.empty();
+    return report.getErrorCount() == before;
 }
 
-std::vector<std::string>
-NODaliasesWithoutChannel(NOD_Node &node, const std::function<bool(const ZEL_Parm &)> &counts)
+void NODtellUnheld(NOD_Node &node, const NOD_ParmTest &counts, const NOD_LossRule &rule,
+                   NOD_Report &report)
 {
-    std::vector<std::string> aliases;
-    forComponents(node.getParms(), [&](const ZEL_Parm &parm, int component) {
-        if ((!counts || counts(parm)) && !parm.getChannel(component) &&
-            parm.getChannelAlias(component) != parm.getChannelToken(component)) {
-            aliases.emplace_back(parm.getChannelAlias(component).nonNullStr());
+    const std::string end = rule.isAllowed || rule.offer.empty() ? "" : "; " + rule.offer;
+    const auto tellNames = [&](const char *what, const std::vector<std::string> &names) {
+        if (!names.empty()) {
+            const KIT_ErrorSeverity severity = rule.isAllowed ? KIT_ERROR_WARNING : KIT_ERROR_ABORT;
+            report.add({severity, {}, 0, {}, what + joined(names) + end, {}, 0});
         }
-    });
-    return aliases;
+    };
+    tellNames("the form holds no aliases, so without: ", findAliases(node, counts));
+    tellNames("the form doesn't describe spare parameters: ", findSpares(node, counts));
 }
 
 bool NOD_ValueFile::save(NOD_Scene &scene, NOD_Node &node, Form form, std::ostream &os,

@@ -1,11 +1,15 @@
 #include <NOD/NOD_CommandCheck.h>
 
-#include <BAS/BAS_Character.h>
+#include <DS/DS_Command.h>
+#include <DS/DS_CommandList.h>
+#include <KIT/KIT_IStream.h>
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptCheck.h>
 #include <NOD/interface/NOD_MessageCodesPrivate.h>
+#include <NOD/interface/NOD_ScriptStreamPrivate.h>
 #include <NOD/interface/NOD_ScriptTokensPrivate.h>
+#include <TOK/TOK_SourceTokens.h>
 
 #include <algorithm>
 #include <memory>
@@ -89,25 +93,19 @@ std::vector<Command> findCommands(const NOD_ScriptTokens &tokens, std::string_vi
     return all;
 }
 
-bool isDirective(std::string_view line)
+/// The directives, each of which defines a macro on one line; false if there are others.
+bool findMacros(std::string_view text, std::vector<std::string_view> &macros)
 {
-    const auto first = std::find_if_not(line.begin(), line.end(), BASisBlank);
-    return first != line.end() && *first == '#';
-}
-
-/// Adds the lines that define macros; false if there are others that begin with a hash.
-bool takeMacros(std::string_view text, std::string &macros)
-{
-    while (!text.empty()) {
-        const std::string_view line = text.substr(0, text.find('\n'));
-        text.remove_prefix(std::min(line.size() + 1, text.size()));
-        if (!isDirective(line)) {
-            continue;
+    constexpr std::string_view theStart = "#define ";
+    const TOK_SourceTokens tokens(text);
+    for (const TOK_SourceTokens::Token &token : tokens.getTokens()) {
+        if (token.kind == TOK_SourceTokens::DIRECTIVE) {
+            if (token.text.substr(0, theStart.size()) != theStart ||
+                token.text.find('\n') != std::string_view::npos) {
+                return false;
+            }
+            macros.push_back(token.text);
         }
-        if (line.find("#define ") == std::string_view::npos || line.back() == '\\') {
-            return false;
-        }
-        macros += std::string(line) + "\n";
     }
     return true;
 }
@@ -171,16 +169,17 @@ bool NODcheckCommands(std::string_view text, const std::string &name, NOD_Report
 {
     NOD_Report found;
     const NOD_ScriptTokens tokens(text, name, NOD_Interface::Includes::NONE);
-    std::string macros;
-    if (!tokens.isWhole() || !takeMacros(text, macros)) {
+    std::vector<std::string_view> directives;
+    if (!tokens.isWhole() || !findMacros(text, directives)) {
         return true;
     }
-    macros.clear();
-    std::size_t taken = 0; // a command has the macros in front of it
+    std::string macros; // a command has those in front of it
+    auto directive = directives.begin();
     for (const Command &command : findCommands(tokens, text)) {
-        const std::size_t begin = tokens[command.first].begin;
-        takeMacros(text.substr(taken, begin - taken), macros);
-        taken = begin;
+        const char *const begin = text.data() + tokens[command.first].begin;
+        for (; directive != directives.end() && directive->data() < begin; ++directive) {
+            macros += std::string(*directive) + "\n";
+        }
         const Alone alone(text, macros, tokens, command);
         NOD_Report said;
         NODcheckScript(alone.getText(), name, said, NOD_Interface::Includes::NONE);
@@ -194,4 +193,29 @@ bool NODcheckCommands(std::string_view text, const std::string &name, NOD_Report
         }
     }
     return !found.hasErrors();
+}
+
+std::unique_ptr<DS_CommandList> NODreadCommands(std::string_view text, const std::string &name,
+                                                NOD_Report &report,
+                                                NOD_Interface::Includes includes)
+{
+    NOD_Report reader;
+    std::unique_ptr<DS_CommandList> commands;
+    {
+        const NOD_ReportScope scope(reader, name);
+        KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
+        NOD_ScriptStream stream(is, name, reader, includes);
+        commands = std::make_unique<DS_CommandList>(stream, name.c_str());
+    }
+    NOD_Report check;
+    const bool soundFlag = NODcheckCommands(text, name, check);
+    // It takes a file apart more simply than the reader, whose verdict counts.
+    const bool mistakesFlag = reader.hasErrors() && !soundFlag;
+    if (mistakesFlag || soundFlag) {
+        report.append(check);
+    }
+    if (!mistakesFlag) {
+        report.append(reader);
+    }
+    return commands;
 }

@@ -264,6 +264,28 @@ bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language,
                                            : checkNative(text, fault);
 }
 
+bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language,
+                        const std::string &subject, NOD_Report &report)
+{
+    NOD_ExpressionFault fault;
+    if (NODcheckExpression(text, language, fault)) {
+        return true;
+    }
+    auto detail = std::make_shared<KIT_MessageDetail>();
+    detail->place.setFromText(text, fault.offset, fault.offset + 1);
+    detail->subject = subject;
+    NOD_Message message;
+    message.severity = KIT_ERROR_WARNING;
+    message.subject = subject;
+    message.category = theExpressionCategory;
+    message.code = fault.code;
+    message.text = KITformatMessage(theExpressionCategory, fault.code, fault.text.c_str()) +
+                   ", at character " + std::to_string(detail->place.character);
+    message.detail = std::move(detail);
+    report.add(std::move(message));
+    return false;
+}
+
 bool NODcheckPythonScript(const std::string &text, NOD_ExpressionFault &fault)
 {
     return checkPython(text, SNK_CODE_BODY, fault);

@@ -72,21 +72,23 @@ void settleNoCook(ZEL_Template *templates)
 }
 
 /// A block that contains itself counts once: `outer` are the arrays around this one.
-int countParms(const ZEL_Template *templates, std::vector<const ZEL_Template *> &outer)
+template <class Visit>
+void forEachParm(const ZEL_Template *templates, std::vector<const ZEL_Template *> &outer,
+                 const Visit &visit)
 {
-    int count = 0;
     if (std::find(outer.begin(), outer.end(), templates) != outer.end()) {
-        return count;
+        return;
     }
     outer.push_back(templates);
     for (const ZEL_Template *at = templates; at && !at->isTerminator(); ++at) {
-        count += !at->isSwitcher();
+        if (!at->isSwitcher()) {
+            visit(*at);
+        }
         if (at->isMultiType() && !at->isRampType()) {
-            count += countParms(at->getMultiParmTemplate(), outer);
+            forEachParm(at->getMultiParmTemplate(), outer, visit);
         }
     }
     outer.pop_back();
-    return count;
 }
 
 std::string stemOf(const std::string &file)
@@ -266,6 +268,18 @@ const std::vector<NOD_Interface::NodePath> &NOD_Interface::getNodePaths() const
 
 int NOD_Interface::getParmCount() const
 {
+    int count = 0;
     std::vector<const ZEL_Template *> outer;
-    return countParms(myTemplates, outer);
+    forEachParm(myTemplates, outer, [&](const ZEL_Template &) { ++count; });
+    return count;
+}
+
+std::vector<std::string> NOD_Interface::getParmNames() const
+{
+    std::vector<std::string> names;
+    std::vector<const ZEL_Template *> outer;
+    forEachParm(myTemplates, outer, [&](const ZEL_Template &parm) {
+        names.emplace_back(parm.getToken() ? parm.getToken() : "");
+    });
+    return names;
 }

@@ -4,13 +4,13 @@
 #include <KIT/KIT_Error.h>
 #include <KIT/KIT_IFStream.h>
 #include <KIT/KIT_MessageDetail.h>
-#include <KIT/KIT_String.h>
 #include <NOD/NOD_Report.h>
 #include <ZEL/ZEL_FileMenu.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <map>
+#include <optional>
 #include <string_view>
 
 namespace
@@ -21,15 +21,15 @@ std::string nameOf(const std::string &path)
     return path.substr(path.rfind('/') + 1);
 }
 
-/// The fields of a row; 0 for a name that no menu has.
-int fieldsOf(const std::string &path)
+/// Whose data file it is; none for a name that no menu has.
+std::optional<ZEL_FileMenu::Kind> kindOf(const std::string &path)
 {
     for (int kind = 0; kind < ZEL_FileMenu::theKindCount; ++kind) {
         if (nameOf(path) == ZEL_FileMenu::getFileName(ZEL_FileMenu::Kind(kind))) {
-            return ZEL_FileMenu::getFieldCount(ZEL_FileMenu::Kind(kind));
+            return ZEL_FileMenu::Kind(kind);
         }
     }
-    return 0;
+    return std::nullopt;
 }
 
 /// Where a quote is that isn't closed; npos for none.
@@ -54,8 +54,9 @@ std::size_t findOpenQuote(std::string_view line)
 class Judge
 {
 public:
-    Judge(std::string_view text, const std::string &file, int fields, NOD_Report &report)
-        : myText(text), myFile(file), myFields(fields), myReport(report)
+    Judge(std::string_view text, const std::string &file, ZEL_FileMenu::Kind kind,
+          NOD_Report &report)
+        : myText(text), myFile(file), myKind(kind), myReport(report)
     {}
 
     int judgeAll()
@@ -73,7 +74,6 @@ public:
 private:
     void judge(std::size_t begin, std::size_t end)
     {
-        constexpr int theMostFields = 32;
         const std::string_view whole = myText.substr(begin, end - begin);
         const auto *const first = std::find_if_not(whole.begin(), whole.end(), BASisBlank);
         if (first == whole.end() || *first == '#') {
@@ -81,9 +81,7 @@ private:
         }
         // To the reader a byte of zero ends the line.
         const std::string_view line = whole.substr(0, whole.find('\0'));
-        KIT_String text{std::string(line)};
-        char *words[theMostFields];
-        const int count = text.parseInPlace(words, theMostFields, "\"'");
+        const ZEL_FileMenu::Line taken = ZEL_FileMenu::takeApart(myKind, std::string(line).c_str());
         const std::size_t quote = findOpenQuote(line);
         if (line.size() < whole.size()) {
             tell(begin + line.size(), end, "has a byte of zero: the rest of the line isn't read");
@@ -91,23 +89,21 @@ private:
         if (quote != std::string_view::npos) {
             tell(begin + quote, end, "the quote isn't closed");
         }
-        if (count == myFields) {
-            judgeToken(begin, end, words);
-        } else if (count != myFields - 1 && count > 0) {
+        if (taken.rowFlag) {
+            judgeToken(begin, end, taken.token);
+        } else if (!taken.separatorFlag && taken.fields > 0) {
+            const int fields = ZEL_FileMenu::getFieldCount(myKind);
             tell(begin + std::size_t(first - whole.begin()), end,
-                 "has " + std::to_string(count) + (count == 1 ? " field" : " fields") + ": " +
-                     std::to_string(myFields) + " make a row, " + std::to_string(myFields - 1) +
+                 "has " + std::to_string(taken.fields) +
+                     (taken.fields == 1 ? " field" : " fields") + ": " + std::to_string(fields) +
+                     " make a row, " + std::to_string(fields - 1) +
                      " a separator; the line is skipped");
         }
-        myRows += count == myFields || count == myFields - 1;
+        myRows += taken.rowFlag || taken.separatorFlag;
     }
 
-    void judgeToken(std::size_t begin, std::size_t end, char **words)
+    void judgeToken(std::size_t begin, std::size_t end, const std::string &token)
     {
-        std::string token = words[0];
-        for (int i = 1; i < myFields - 1; ++i) {
-            token += std::string(" ") + words[i];
-        }
         const auto [former, newFlag] = myTokens.emplace(token, myLine);
         if (!newFlag) {
             tell(begin, end,
@@ -125,7 +121,7 @@ private:
 
     std::string_view myText;
     const std::string &myFile;
-    int myFields;
+    ZEL_FileMenu::Kind myKind;
     NOD_Report &myReport;
     int myLine = 1;
     int myRows = 0;
@@ -136,17 +132,17 @@ private:
 
 bool NODisMenuFile(const std::string &path)
 {
-    return fieldsOf(path) > 0;
+    return kindOf(path).has_value();
 }
 
 int NODcheckMenuFile(const std::string &path, NOD_Report &report)
 {
     errno = 0;
-    const int fields = fieldsOf(path);
+    const std::optional<ZEL_FileMenu::Kind> kind = kindOf(path);
     const KIT_IFStream is(path.c_str(), KIT_IStream::TEXT, KIT_IFStream::WORDS);
-    if (fields == 0 || !is.isReadable()) {
+    if (!kind || !is.isReadable()) {
         report.add({KIT_ERROR_ABORT, path, 0, {}, "can't be read: " + KITsystemReason(), {}, 0});
         return -1;
     }
-    return Judge(is.rest(), path, fields, report).judgeAll();
+    return Judge(is.rest(), path, *kind, report).judgeAll();
 }

@@ -2,7 +2,9 @@
 
 #include <BAS/BAS_Thread.h>
 #include <KIT/KIT_MessageCatalogue.h>
+#include <KIT/KIT_MessageDetail.h>
 
+#include <algorithm>
 #include <utility>
 
 std::string NOD_Message::asText() const
@@ -49,6 +51,12 @@ void NOD_Report::take(KIT_ErrorManager &manager, const std::string &file,
         // A script reader's text is already a sentence with its position.
         const bool placedFlag =
             entry.category == theKITCommonCategory && entry.code == KIT_COMMON_BAD_SCRIPT;
+        if (entry.detail && entry.detail->followsFlag && !myMessages.empty()) {
+            if (entry.detail->endsFlag) {
+                addEnd(*entry.detail);
+            }
+            continue;
+        }
         add({entry.severity, file, 0, subject,
              placedFlag ? entry.text
                         : KITformatMessage(entry.category.c_str(), entry.code, entry.text.c_str()),
@@ -57,10 +65,25 @@ void NOD_Report::take(KIT_ErrorManager &manager, const std::string &file,
     manager.clearAndDestroyErrors();
 }
 
+/// Says in the last error where reading ended because of it.
+void NOD_Report::addEnd(const KIT_MessageDetail &end)
+{
+    const auto last =
+        std::find_if(myMessages.rbegin(), myMessages.rend(), [](const NOD_Message &message) {
+            return message.severity >= KIT_ERROR_ABORT && message.detail;
+        });
+    if (last != myMessages.rend()) {
+        auto detail = std::make_shared<KIT_MessageDetail>(*last->detail);
+        detail->related.push_back({end.place, "from here on nothing is read"});
+        last->detail = std::move(detail);
+    }
+}
+
 void NOD_Report::append(const NOD_Report &other)
 {
     myMessages.insert(myMessages.end(), other.myMessages.begin(), other.myMessages.end());
     myErrors += other.myErrors;
+    myLossFlag = myLossFlag || other.myLossFlag;
 }
 
 std::string NOD_Report::asText() const

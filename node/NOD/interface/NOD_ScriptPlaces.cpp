@@ -149,7 +149,9 @@ std::shared_ptr<KIT_MessageDetail> NOD_ScriptPlaces::findOperand(const ZEL_Templ
         if (found == std::string::npos) {
             return false;
         }
-        place = myTokens->getPlaceIn(token, NODrawOffset(raw, found));
+        const std::size_t begin = NODrawOffset(raw, found);
+        const std::size_t end = NODrawOffset(raw, found + word.size());
+        place = myTokens->getPlaceIn(token, begin, std::max(end, begin + 1) - begin);
         return true;
     });
 }

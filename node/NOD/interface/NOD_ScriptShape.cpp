@@ -219,6 +219,10 @@ bool NOD_ScriptShape::readClose(int block)
         return false;
     }
     Block &own = myBlocks[std::size_t(block)];
+    if (own.bareFlag && countCloses() <= myBraced) {
+        own.end = myAt; // it lacks both braces
+        return true;
+    }
     if (endsHere(block)) {
         own.end = myAt;
         addOpen(block, own.header, own.keyword);
@@ -227,6 +231,19 @@ bool NOD_ScriptShape::readClose(int block)
     own.close = myAt++;
     own.end = myAt;
     return true;
+}
+
+/// How many more blocks are closed than opened from the present token to the end.
+int NOD_ScriptShape::countCloses()
+{
+    if (myCloses.empty()) {
+        myCloses.resize(std::size_t(myTokens.size()) + 1);
+        for (int i = myTokens.size() - 1; i >= 0; --i) {
+            const int change = myTokens[i].is("}") ? 1 : myTokens[i].is("{") ? -1 : 0;
+            myCloses[std::size_t(i)] = myCloses[std::size_t(i) + 1] + change;
+        }
+    }
+    return myCloses[std::size_t(myAt)];
 }
 
 /// Whether the first statement that begins a line of its own is further in than the block's first line.
@@ -549,6 +566,7 @@ void NOD_ScriptShape::readNested(int block, Statement &statement, const std::str
         myBlocks[std::size_t(statement.block)].end = myAt;
         return;
     }
+    myBraced += bareFlag ? 0 : 1;
     if (++myDepth > theMostBlocks) {
         readValues(block, header, Form::LINES);
         myBlocks[std::size_t(statement.block)].end = myAt;
@@ -556,6 +574,7 @@ void NOD_ScriptShape::readNested(int block, Statement &statement, const std::str
         readBlock(statement.block);
     }
     --myDepth;
+    myBraced -= bareFlag ? 0 : 1;
 }
 
 /// Reads the brace after the keyword of a block. False, with a fault, if it is missing.

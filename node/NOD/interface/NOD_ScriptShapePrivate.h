@@ -96,6 +96,7 @@ private:
     int addBlock(int parent, int header, const std::string &keyword);
     void readBlock(int block);
     bool readClose(int block);
+    int countCloses();
     bool endsHere(int block);
     bool isSurplusClose(int block);
     bool isParmsOnly(const NOD_ScriptToken &token) const;
@@ -135,6 +136,8 @@ private:
         myNearest[2]; ///< of a page, a parameter
     int myAt = 0;
     int myDepth = 0;
-    int myLineBegin = 0; ///< the tokens for which nextLine() was asked last
+    int myBraced = 1;          ///< blocks around the present token that have an opening brace
+    std::vector<int> myCloses; ///< of countCloses(), by token; made when it is asked for first
+    int myLineBegin = 0;       ///< the tokens for which nextLine() was asked last
     int myLineEnd = 0;
 };

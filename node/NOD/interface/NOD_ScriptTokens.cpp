@@ -200,7 +200,8 @@ KIT_MessagePlace NOD_ScriptTokens::getPlaceAfter(int token) const
     return place;
 }
 
-KIT_MessagePlace NOD_ScriptTokens::getPlaceIn(int token, std::size_t offset) const
+KIT_MessagePlace NOD_ScriptTokens::getPlaceIn(int token, std::size_t offset,
+                                              std::size_t length) const
 {
     const NOD_ScriptToken &one = (*this)[token];
     const File &file = myFiles[std::size_t(one.file)];
@@ -208,7 +209,7 @@ KIT_MessagePlace NOD_ScriptTokens::getPlaceIn(int token, std::size_t offset) con
     const std::string_view before = file.text.substr(one.begin, at - one.begin);
     KIT_MessagePlace place;
     place.file = file.name;
-    place.setFromText(file.text, at, std::min(at + 1, one.end),
+    place.setFromText(file.text, at, std::min(at + length, one.end),
                       one.line + int(std::count(before.begin(), before.end(), '\n')));
     return place;
 }

@@ -77,8 +77,8 @@ public:
     KIT_MessagePlace getPlace(int first, int last) const;
     /// The place of no bytes after a token.
     KIT_MessagePlace getPlaceAfter(int token) const;
-    /// One byte in a token, counted without its quote.
-    KIT_MessagePlace getPlaceIn(int token, std::size_t offset) const;
+    /// Some bytes in a token, counted without its quote.
+    KIT_MessagePlace getPlaceIn(int token, std::size_t offset, std::size_t length = 1) const;
     std::vector<KIT_MessagePlace> getIncluders(int token) const;
     /// Whether the file of the first token has been left at the second.
     bool isLeft(int inside, int token) const;

@@ -4,6 +4,7 @@
 #include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/lint/NOD_LintContextPrivate.h>
 #include <TRK/TRK_Manager.h>
+#include <TRK/TRK_NodePaths.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -80,6 +81,11 @@ void NOD_LintContext::add(NOD_LintCode code, const KIT_MessagePlace &place, int 
         detail->fixes.push_back(
             {edit.text.empty() ? "take it away" : std::string("change it: ") + rule.name,
              {{getPlace(edit.file, edit.begin, edit.end, lineOf(edit, place)), edit.text}}});
+    }
+    if (extra.related >= 0) {
+        const NOD_LintTokens::Token &at = myTokens[extra.related];
+        detail->related.push_back(
+            {getPlace(at.file, at.begin, at.end, at.line), extra.relatedText});
     }
     NOD_LintFinding found;
     found.rule = &rule;
@@ -264,28 +270,70 @@ void NODsetFaultPlace(const NOD_LintContext &context, int token, const std::stri
                        : context.tokens().rawOffset(token, start + fault.offset);
 }
 
+namespace
+{
+
+/// Tells each name once that the script doesn't have.
+class UnknownNames
+{
+public:
+    UnknownNames(NOD_LintContext &context, int block, int token, const std::string &code,
+                 std::string text)
+        : myContext(context), myBlock(block), myToken(token), myCode(code), myText(std::move(text))
+    {}
+
+    /// `begin` is where it stands in the code, npos where that isn't known; `what` is what reads it.
+    void check(const std::string &name, std::size_t begin, const char *what);
+
+private:
+    NOD_LintContext &myContext;
+    int myBlock;
+    int myToken;
+    const std::string &myCode;
+    std::string myText;
+    std::set<std::string> myTold;
+};
+
+void UnknownNames::check(const std::string &name, std::size_t begin, const char *what)
+{
+    const NOD_InterfaceNames &names = myContext.faults().names;
+    if (names.isKnown(name, myContext.block(myBlock).depth) || !myTold.insert(name).second) {
+        return;
+    }
+    NOD_ExpressionFault place;
+    place.offset = begin == std::string::npos ? 0 : begin;
+    NOD_LintContext::Extra extra;
+    NODsetFaultPlace(myContext, myToken, myCode, place, extra);
+    extra.length = begin == std::string::npos ? 0 : name.size();
+    extra.nearest = myContext.nearest(name, names.getTokens());
+    myContext.add(NOD_LintCode::Z313, myBlock, myToken,
+                  myText + "there is no parameter " + name + ", which the " + what + " reads",
+                  extra);
+}
+
+} // namespace
+
 void NODtellUnknownNames(NOD_LintContext &context, int block, int token,
                          const std::string &expression, const std::string &start)
 {
-    const NOD_InterfaceNames &names = context.faults().names;
-    const int depth = context.block(block).depth;
-    std::set<std::string> told;
+    UnknownNames unknown(context, block, token, expression, start);
     TRK_Manager::forEachReference(
         expression.c_str(), [&](const KIT_StringRef &path, const KIT_StringRef &name) {
             const std::string word(name.view());
-            if (!path.isEmpty() || names.isKnown(word, depth) || !told.insert(word).second) {
-                return;
-            }
-            NOD_ExpressionFault place;
             const std::size_t quote =
                 std::min(expression.find('"' + word + '"'), expression.find('\'' + word + '\''));
-            place.offset = quote == std::string::npos ? 0 : quote + 1;
-            Extra extra;
-            NODsetFaultPlace(context, token, expression, place, extra);
-            extra.length = quote == std::string::npos ? 0 : word.size();
-            extra.nearest = context.nearest(word, names.getTokens());
-            context.add(NOD_LintCode::Z313, block, token,
-                        start + "there is no parameter " + word + ", which the expression reads",
-                        extra);
+            if (path.isEmpty()) {
+                unknown.check(word, quote == std::string::npos ? quote : quote + 1, "expression");
+            }
+        });
+}
+
+void NODtellUnknownPythonNames(NOD_LintContext &context, int block, int token,
+                               const std::string &code, const std::string &start)
+{
+    UnknownNames unknown(context, block, token, code, start);
+    TRK_NodePaths::forEachPythonName(
+        code, [&](std::size_t begin, std::size_t end, const std::string &name) {
+            unknown.check(name, end - begin == name.size() ? begin : std::string::npos, "code");
         });
 }

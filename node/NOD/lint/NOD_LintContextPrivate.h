@@ -45,6 +45,8 @@ public:
         std::optional<Edit> fix;
         std::size_t offset = 0; ///< of what is meant, in the token as it is written
         std::size_t length = 0; ///< of that; 0: to the token's end
+        int related = -1;       ///< a token that explains it
+        std::string relatedText;
     };
 
     explicit NOD_LintContext(const NOD_LintScript &script);
@@ -116,6 +118,9 @@ std::string NODfaultText(const std::string &expression, const NOD_ExpressionFaul
 /// is what the texts begin with.
 void NODtellUnknownNames(NOD_LintContext &context, int block, int token,
                          const std::string &expression, const std::string &start = {});
+/// The same of code in Python.
+void NODtellUnknownPythonNames(NOD_LintContext &context, int block, int token,
+                               const std::string &code, const std::string &start = {});
 /// Where in a token it can't be read.
 void NODsetFaultPlace(const NOD_LintContext &context, int token, const std::string &expression,
                       const NOD_ExpressionFault &fault, NOD_LintContext::Extra &extra);

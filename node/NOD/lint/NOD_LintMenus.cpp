@@ -8,7 +8,7 @@
 #include <ZEL/ZEL_ScriptParm.h>
 
 #include <algorithm>
-#include <unordered_set>
+#include <unordered_map>
 
 namespace
 {
@@ -38,12 +38,16 @@ int firstOf(const NOD_LintContext &context, const Entry &menu)
 
 void checkEntries(NOD_LintContext &context, int number, const Entry &menu)
 {
-    std::unordered_set<std::string_view> tokens;
+    std::unordered_map<std::string_view, int> tokens;
     for (int i = firstOf(context, menu); i + 1 < menu.last - 1; i += 2) {
         const std::string_view token = context.tokens().text(i);
-        if (token != "_separator_" && !tokens.insert(token).second) {
+        const auto [first, newFlag] = tokens.emplace(token, i);
+        if (token != "_separator_" && !newFlag) {
+            Extra extra;
+            extra.related = first->second;
+            extra.relatedText = "the first one is here";
             context.add(NOD_LintCode::Z407, number, i,
-                        "two entries of the menu are " + std::string(token));
+                        "two entries of the menu are " + std::string(token), extra);
         }
         if (token != "_separator_" && !token.empty() && context.tokens().text(i + 1).empty()) {
             context.add(NOD_LintCode::Z107, number, i + 1,
@@ -64,6 +68,8 @@ void checkScript(NOD_LintContext &context, int number, const Entry &menu,
         if (!isPython()) {
             NODsetFaultPlace(context, script, text, fault, extra);
             context.add(NOD_LintCode::Z409, number, script, fault.text, extra);
+        } else {
+            NODtellUnknownPythonNames(context, number, script, text);
         }
         return;
     }

@@ -9,7 +9,11 @@
 #include <ZEL/ZEL_TypeConstants.h>
 
 #include <algorithm>
+#include <string>
+#include <string_view>
+#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 namespace
 {
@@ -17,24 +21,42 @@ namespace
 using Block = NOD_LintContext::Block;
 using Kind = NOD_LintScript::Kind;
 
+/// The first parameter of each name.
+std::unordered_map<std::string_view, int> findNames(const NOD_LintContext &context)
+{
+    std::unordered_map<std::string_view, int> names;
+    for (std::size_t i = 0; i < context.blocks().size(); ++i) {
+        const int name = context.blocks()[i].description ? context.script().nameOf(int(i)) : -1;
+        if (name >= 0) {
+            names.emplace(context.tokens().text(name), name);
+        }
+    }
+    return names;
+}
+
 void tellFaults(NOD_LintContext &context)
 {
+    std::unordered_map<std::string_view, int> names; // once one is asked for
     for (const NOD_InterfaceFault &fault : context.faults().faults) {
         const int block = context.script().findBlock(fault.parm);
         const int name = context.script().nameOf(block);
+        const auto addTwin = [&](NOD_LintCode code) {
+            names = names.empty() ? findNames(context) : std::move(names);
+            const auto other = names.find(fault.word);
+            NOD_LintContext::Extra extra;
+            if (other != names.end() && other->second != name) {
+                extra.related = other->second;
+                extra.relatedText = "'" + fault.word + "' is here";
+            }
+            context.add(code, block, name, fault.text, extra);
+        };
         switch (fault.kind) {
-        case NOD_FaultKind::SAME_TOKEN:
-            context.add(NOD_LintCode::Z101, block, name, fault.text);
-            break;
-        case NOD_FaultKind::SAME_CHANNEL:
-            context.add(NOD_LintCode::Z102, block, name, fault.text);
-            break;
+        case NOD_FaultKind::SAME_TOKEN: addTwin(NOD_LintCode::Z101); break;
+        case NOD_FaultKind::SAME_CHANNEL: addTwin(NOD_LintCode::Z102); break;
         case NOD_FaultKind::TEXT_NAME:
             context.add(NOD_LintCode::Z103, block, name, fault.text);
             break;
-        case NOD_FaultKind::SAME_ITEM_TOKEN:
-            context.add(NOD_LintCode::Z104, block, name, fault.text);
-            break;
+        case NOD_FaultKind::SAME_ITEM_TOKEN: addTwin(NOD_LintCode::Z104); break;
         case NOD_FaultKind::MARKS: context.add(NOD_LintCode::Z105, block, name, fault.text); break;
         default: break;
         }

@@ -143,6 +143,8 @@ void DefaultCheck::run()
             Extra extra;
             NODsetFaultPlace(myContext, myToken, text, fault, extra);
             myContext.add(NOD_LintCode::Z306, myNumber, myToken, fault.text, extra);
+        } else {
+            NODtellUnknownPythonNames(myContext, myNumber, myToken, text);
         }
     } else if (meaning == TRK_MEANING_NATIVE) {
         checkExpression(text);

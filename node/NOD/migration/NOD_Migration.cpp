@@ -99,7 +99,7 @@ public:
     /// What adoption doesn't find, from a copy of the node as it was.
     void moveOthers(NOD_Node &former);
     void findEntries();
-    /// References by names that were renamed, in this node and all others of its tree.
+    /// References by names that were renamed, in this node and, unless somebody gathers them, all others of its tree.
     void rename(NOD_Node &former, NOD_Edit &edit);
     void tell();
     bool hasMoved() const
@@ -370,18 +370,25 @@ NOD_ParmRenames::Names NOD_Migration::Run::findRenames() const
 void NOD_Migration::Run::rename(NOD_Node &former, NOD_Edit &edit)
 {
     const NOD_ParmRenames::Names names = findRenames();
+    NOD_ParmRenames renames;
+    renames.add(myNode, names);
     for (Former &one : myFormer) {
         ZEL_Parm *const parm =
-            names.empty() ? nullptr : former.getParms().getParmPtr(one.token.c_str());
-        if (parm && NOD_ParmRenames::rewrite(myNode, *parm, myNode, names)) {
+            renames.isEmpty() ? nullptr : former.getParms().getParmPtr(one.token.c_str());
+        if (parm && renames.rewrite(myNode, *parm)) {
             one.rewrittenFlag = true;
             for (std::size_t k = 0; k < one.components.size(); ++k) {
                 one.components[k].body = NODcomponentOf(*parm, int(k), myTime).body;
             }
         }
     }
-    NOD_ParmRenames::rewrite(myNode, names,
-                             [&](NOD_Node &node, ZEL_Parm &parm) { edit.change(node, parm); });
+    const auto announce = [&](NOD_Node &node, ZEL_Parm &parm) { edit.change(node, parm); };
+    if (myMigration.myRenames) {
+        renames.rewriteOwn(announce);
+        myMigration.myRenames->add(myNode, names);
+    } else {
+        renames.rewrite(announce);
+    }
 }
 
 // ---------------------------------------------------------------------- //

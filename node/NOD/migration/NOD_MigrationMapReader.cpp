@@ -54,12 +54,6 @@ std::ptrdiff_t marksIn(const std::string &name)
     return std::count(name.begin(), name.end(), '#');
 }
 
-/// A parameter has one at most.
-bool isMove(const Step &step)
-{
-    return !step.isValueStep() && step.kind != Kind::FREEZE;
-}
-
 /// Whether both are about a parameter of the former version that the other is about too.
 bool overlap(const Step &a, const Step &b)
 {
@@ -271,6 +265,7 @@ void NOD_MigrationMapReader::readVersion(const Words &words)
     version.script = words.size() > 2 ? words[2].text : "";
     version.line = myLine;
     myMap.myVersions.push_back(std::move(version));
+    myRivals.clear();
 }
 
 void NOD_MigrationMapReader::end()
@@ -388,7 +383,7 @@ bool NOD_MigrationMapReader::readValue(const Word &word, Step::Value &value)
     return good;
 }
 
-/// Whether it goes with the steps before it.
+/// Whether it goes with the steps before it; then it is one of them.
 bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
 {
     if (++mySteps > NOD_MigrationMap::theMostSteps) {
@@ -406,9 +401,10 @@ bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
             }
         }
     }
-    for (const Step &other : myMap.myVersions.back().steps) {
+    for (const std::size_t place : myRivals.find(step)) {
+        const Step &other = myMap.myVersions.back().steps[place];
         const bool menusFlag = step.kind == Kind::MENU && other.kind == Kind::MENU;
-        const bool movesFlag = isMove(step) && isMove(other);
+        const bool movesFlag = step.isMove() && other.isMove();
         const bool bothFlag =
             (menusFlag || movesFlag) && (overlap(step, other) || overlap(other, step));
         if (bothFlag && movesFlag) {
@@ -432,6 +428,7 @@ bool NOD_MigrationMapReader::checkStep(const Words &words, const Step &step)
             return false;
         }
     }
+    myRivals.add(step);
     return true;
 }
 

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <NOD/NOD_MigrationMap.h>
+#include <NOD/migration/NOD_MigrationRivalsPrivate.h>
 
 #include <string>
 #include <string_view>
@@ -56,6 +57,7 @@ private:
     NOD_MigrationMap &myMap;
     std::string_view myText;
     NOD_Report &myReport;
+    NOD_MigrationRivals myRivals; ///< the steps of the last version
     std::size_t myAt = 0;
     int myLine = 0;
     int mySteps = 0;

@@ -54,8 +54,17 @@ bool NOD_Migration::addStep(const NOD_MigrationStep &step, NOD_Report &report)
     if (step.kind == NOD_MigrationStep::Kind::RENAME && step.line == 0) {
         return addRename(step.sources[0], step.targets[0], report);
     }
-    mySteps.push_back(step);
+    keep(step);
     return true;
+}
+
+void NOD_Migration::keep(NOD_MigrationStep step)
+{
+    if (step.kind == NOD_MigrationStep::Kind::RENAME) {
+        myPresentNames.emplace(step.sources[0], step.targets[0]);
+        myFormerNames.emplace(step.targets[0], step.sources[0]);
+    }
+    mySteps.push_back(std::move(step));
 }
 
 bool NOD_Migration::addRename(const std::string &former, const std::string &present,
@@ -68,23 +77,19 @@ bool NOD_Migration::addRename(const std::string &former, const std::string &pres
                std::count(present.begin(), present.end(), '#')) {
         report.error(former, "has not as many # as " + present);
     }
-    for (const NOD_MigrationStep &step : mySteps) {
-        if (step.kind != NOD_MigrationStep::Kind::RENAME) {
-            continue;
-        }
-        const std::string &one = step.sources[0];
-        const std::string &other = step.targets[0];
-        if (one == former && other != present) {
-            report.error(former, "is to be called " + other + " and " + present);
-        } else if (other == present && one != former) {
-            report.error(present, "is to be the name of " + one + " and " + former);
-        }
+    const auto other = myPresentNames.find(former);
+    if (other != myPresentNames.end() && other->second != present) {
+        report.error(former, "is to be called " + other->second + " and " + present);
+    }
+    const auto one = myFormerNames.find(present);
+    if (one != myFormerNames.end() && one->second != former) {
+        report.error(present, "is to be the name of " + one->second + " and " + former);
     }
     if (report.getErrorCount() != before) {
         return false;
     }
     if (former != present) {
-        mySteps.push_back(NOD_MigrationStep::rename(former, present));
+        keep(NOD_MigrationStep::rename(former, present));
     }
     return true;
 }

@@ -60,6 +60,7 @@ bool NOD_MigrationWalk::run(NOD_Node &node, const NOD_MigrationMap &map, int fro
         const auto next = std::size_t(int(here) + step);
         const NOD_MigrationVersion &version = map.getVersions()[next];
         NOD_Migration migration;
+        migration.setRenames(myRenames);
         NOD_Report found;
         for (const NOD_MigrationStep &one : mySteps[i]) {
             migration.addStep(one, found);

@@ -1,5 +1,7 @@
 #include <NOD/NOD_MessageFrames.h>
 
+#include <BAS/BAS_Character.h>
+
 #include <algorithm>
 #include <cctype>
 
@@ -9,11 +11,6 @@ namespace
 constexpr std::string_view theName = "Content-Length:";
 constexpr std::size_t theLongestHeader = 4096;
 constexpr std::size_t npos = std::string_view::npos;
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
 
 bool sameLetters(std::string_view a, std::string_view b)
 {
@@ -34,7 +31,7 @@ std::size_t findHeader(std::string_view bytes, std::size_t from)
             ++end;
         }
         const std::size_t number = end;
-        while (end < bytes.size() && isDigit(bytes[end])) {
+        while (end < bytes.size() && BASisDigit(bytes[end])) {
             ++end;
         }
         if (end > number && end < bytes.size() && (bytes[end] == '\r' || bytes[end] == '\n')) {
@@ -48,7 +45,7 @@ std::size_t findHeader(std::string_view bytes, std::size_t from)
 const char *readLength(std::string_view value, std::size_t &length)
 {
     length = 0;
-    if (value.empty() || !std::all_of(value.begin(), value.end(), isDigit)) {
+    if (value.empty() || !std::all_of(value.begin(), value.end(), BASisDigit)) {
         return "the length of the message is no number";
     }
     for (const char c : value) {

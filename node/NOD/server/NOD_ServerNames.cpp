@@ -1,6 +1,7 @@
 #include <NOD/server/NOD_ServerNamesPrivate.h>
 
 #include <NOD/server/NOD_ServerSourcePrivate.h>
+#include <TRK/TRK_NodePaths.h>
 
 #include <algorithm>
 #include <cctype>
@@ -33,6 +34,22 @@ std::string shapeOf(std::string_view name)
         numberFlag = digitFlag;
     }
     return shape;
+}
+
+/// Whether what stands before a parenthesis is a function that refers to a parameter, and not one of another node.
+bool refersToOwnParm(std::string_view before)
+{
+    const std::size_t end = before.find_last_not_of(' ') + 1;
+    std::size_t begin = end;
+    while (begin > 0 && isWordByte(before[begin - 1])) {
+        --begin;
+    }
+    const std::string_view owner = before.substr(0, begin);
+    constexpr std::string_view theModule = "vmr.";
+    const bool moduleFlag = owner.size() >= theModule.size() &&
+                            owner.substr(owner.size() - theModule.size()) == theModule;
+    return (owner.empty() || owner.back() != '.' || moduleFlag) &&
+           TRK_NodePaths::refersToParm(before.substr(begin, end - begin));
 }
 
 } // namespace
@@ -92,23 +109,14 @@ void NOD_ServerNames::addCondition(std::string_view text, std::size_t begin)
     });
 }
 
-/// Names in calls of the functions `ch`, `chs` and so on.
+/// Names in calls of functions that refer to parameters, in either language.
 void NOD_ServerNames::addCalls(std::string_view raw, std::size_t begin)
 {
-    for (std::size_t at = raw.find("ch"); at != std::string_view::npos;
-         at = raw.find("ch", at + 2)) {
-        if (at > 0 && isWordByte(raw[at - 1])) {
+    for (std::size_t at = raw.find('('); at != std::string_view::npos; at = raw.find('(', at + 1)) {
+        if (!refersToOwnParm(raw.substr(0, at))) {
             continue;
         }
-        std::size_t from = at;
-        while (from < raw.size() && isWordByte(raw[from])) {
-            ++from;
-        }
-        from = raw.find_first_not_of(' ', from);
-        if (from == std::string_view::npos || raw[from] != '(') {
-            continue;
-        }
-        from = raw.find_first_not_of(" \\", from + 1);
+        std::size_t from = raw.find_first_not_of(" \\", at + 1);
         if (from == std::string_view::npos || (raw[from] != '"' && raw[from] != '\'')) {
             continue;
         }

@@ -1,5 +1,7 @@
 #include <NOD/server/NOD_ServerFeaturesPrivate.h>
 
+#include <BAS/BAS_Character.h>
+
 #include <NOD/server/NOD_ServerPlacePrivate.h>
 #include <NOD/server/NOD_ServerWorkspacePrivate.h>
 
@@ -10,11 +12,6 @@ namespace
 {
 
 using Json = NOD_ServerJson;
-
-bool isDigit(char c)
-{
-    return std::isdigit(static_cast<unsigned char>(c));
-}
 
 [[noreturn]] void refuse(const std::string &why)
 {
@@ -42,7 +39,7 @@ bool split(const std::string &name, const std::string &use, UseParts &parts)
         }
         const bool markFlag = at < use.size() && use[at] == '#';
         at += markFlag ? 1 : 0;
-        while (!markFlag && at < use.size() && isDigit(use[at])) {
+        while (!markFlag && at < use.size() && BASisDigit(use[at])) {
             ++at;
         }
         if (at == begin) {
@@ -68,7 +65,7 @@ void checkName(const std::string &name, const std::string &old,
                const std::vector<NOD_ServerFilePtr> &files)
 {
     const bool goodFlag =
-        !name.empty() && !isDigit(name[0]) && std::all_of(name.begin(), name.end(), [](char c) {
+        !name.empty() && !BASisDigit(name[0]) && std::all_of(name.begin(), name.end(), [](char c) {
             return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '#';
         });
     if (!goodFlag) {

@@ -313,28 +313,6 @@ bool isExpressionOf(const ZEL_Parm &parm, const std::string &text)
            ZEL_Parm::isOrdinalExpression(text.c_str(), parm.getTemplatePtr());
 }
 
-/// Says what is wrong with an expression that was set and can't be read.
-void tellExpression(const ZEL_Parm &parm, const std::string &text, TRK_ExprLanguage language,
-                    NOD_Report &report)
-{
-    NOD_ExpressionFault fault;
-    if (NODcheckExpression(text, language, fault)) {
-        return;
-    }
-    auto detail = std::make_shared<KIT_MessageDetail>();
-    detail->place.setFromText(text, fault.offset, fault.offset + 1);
-    detail->subject = parm.getToken();
-    NOD_Message message;
-    message.severity = KIT_ERROR_WARNING;
-    message.subject = parm.getToken();
-    message.category = "TRK";
-    message.code = fault.code;
-    message.text = KITformatMessage("TRK", fault.code, fault.text.c_str()) + ", at character " +
-                   std::to_string(detail->place.character);
-    message.detail = std::move(detail);
-    report.add(std::move(message));
-}
-
 // ---------------------------------------------------------------------- //
 // One text
 // ---------------------------------------------------------------------- //
@@ -440,7 +418,7 @@ bool NOD_TextEdit::setExpression(const std::string &address, const std::string &
                 NODgrowBlocks(*place.node, myTime);
             }
             if (fault.empty() && isExpressionOf(parm, text)) {
-                tellExpression(parm, text, language, myReport);
+                NODcheckExpression(text, language, parm.getToken(), myReport);
             }
             return fault;
         });

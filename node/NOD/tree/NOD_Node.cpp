@@ -176,13 +176,18 @@ NOD_Node *NOD_Node::copyTo(NOD_Node &parent, const char *name)
     NOD_Node *const copy = parent.adopt(name, myInterface ? NOD_NodeSeed(myInterface)
                                                           : NOD_NodeSeed(myPlainTemplates, type));
     if (copy) {
-        copy->keepSections(myPlainType, myKeptSections);
-        mySpares.copyTo(copy->mySpares, *copy->myParms);
-        copy->structureChanged();
-        copy->myVariables = myVariables;
-        NOD_NodeState(*this).restore(*copy);
+        copyContents(*copy);
     }
     return copy;
+}
+
+void NOD_Node::copyContents(NOD_Node &copy)
+{
+    copy.keepSections(myPlainType, myKeptSections);
+    mySpares.copyTo(copy.mySpares, *copy.myParms);
+    copy.structureChanged();
+    copy.myVariables = myVariables;
+    NOD_NodeState(*this).restore(copy);
 }
 
 namespace

@@ -1,14 +1,6 @@
 #include <NOD/tree/NOD_NumberPatternPrivate.h>
 
-namespace
-{
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-} // namespace
+#include <BAS/BAS_Character.h>
 
 bool NODmatchNumbers(const std::string &token, const std::string &pattern,
                      std::vector<std::string> &numbers)
@@ -25,7 +17,7 @@ bool NODmatchNumbers(const std::string &token, const std::string &pattern,
         if (at < token.size() && token[at] == '#') {
             ++at;
         } else {
-            while (at < token.size() && isDigit(token[at])) {
+            while (at < token.size() && BASisDigit(token[at])) {
                 ++at;
             }
         }

@@ -14,42 +14,13 @@ namespace
 
 constexpr auto theWholeReference = TRK_NodePaths::Part::ALL;
 
-/// Gives a reference its parameter's present name; false if it is to another one.
-bool rename(NOD_Node &reader, const NOD_Node &target, const NOD_ParmRenames::Names &names,
-            std::string &reference)
+NOD_Node &rootOf(NOD_Node &node)
 {
-    const std::size_t slash = reference.rfind('/');
-    const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
-    const auto name = names.find(reference.substr(start));
-    if (name == names.end()) {
-        return false;
+    NOD_Node *root = &node;
+    while (root->getParent()) {
+        root = root->getParent();
     }
-    const std::string path = slash == 0 ? "/" : reference.substr(0, start == 0 ? 0 : slash);
-    const NOD_Node *const node = path.empty() ? &reader : reader.findNode(path.c_str());
-    if (node != &target || reader.findNode(reference.c_str())) {
-        return false;
-    }
-    reference.replace(start, std::string::npos, name->second);
-    return true;
-}
-
-/// `place` calls what it is given for each reference. Whether there are any to rename, which are asked for first.
-template <class Place>
-bool rewriteIn(const Place &place, NOD_Node &reader, const NOD_Node &target,
-               const NOD_ParmRenames::Names &names, const std::function<void()> &announce)
-{
-    bool foundFlag = false;
-    place([&](const std::string &reference) {
-        std::string renamed = reference;
-        const bool itFlag = rename(reader, target, names, renamed);
-        foundFlag = foundFlag || itFlag;
-        return itFlag;
-    });
-    if (foundFlag) {
-        announce();
-        place([&](std::string &reference) { return rename(reader, target, names, reference); });
-    }
-    return foundFlag;
+    return *root;
 }
 
 std::vector<NOD_Node *> readersOf(NOD_Node &target)
@@ -70,15 +41,95 @@ std::vector<NOD_Node *> readersOf(NOD_Node &target)
         }
         return readers;
     }
-    NOD_Node *root = &target;
-    while (root->getParent()) {
-        root = root->getParent();
-    }
-    NODforEachNode(*root, [&](NOD_Node &node) { add(&node); });
+    NODforEachNode(rootOf(target), [&](NOD_Node &node) { add(&node); });
     return readers;
 }
 
-void rewriteKept(NOD_Node &reader, const NOD_Node &target, const NOD_ParmRenames::Names &names)
+} // namespace
+
+void NOD_ParmRenames::add(NOD_Node &target, const Names &names)
+{
+    if (names.empty()) {
+        return;
+    }
+    Names &all = myNames[&target];
+    Names joined = names;
+    for (const auto &[former, present] : all) {
+        const auto next = names.find(present);
+        joined[former] = next == names.end() ? present : next->second;
+    }
+    all = std::move(joined);
+    for (const auto &name : all) {
+        myFormer.insert(name.first);
+    }
+}
+
+/// Gives a reference its parameter's present name; false if it is to another one.
+bool NOD_ParmRenames::rename(NOD_Node &reader, std::string &reference, Which which) const
+{
+    const std::size_t slash = reference.rfind('/');
+    const std::size_t start = slash == std::string::npos ? 0 : slash + 1;
+    const std::string former = reference.substr(start);
+    if (myFormer.count(former) == 0) {
+        return false;
+    }
+    const std::string path = slash == 0 ? "/" : reference.substr(0, start == 0 ? 0 : slash);
+    NOD_Node *const node = path.empty() ? &reader : reader.findNode(path.c_str());
+    const auto target = node ? myNames.find(node) : myNames.end();
+    const bool thisFlag = which == Which::ALL || (which == Which::OWN) == (node == &reader);
+    if (target == myNames.end() || !thisFlag) {
+        return false;
+    }
+    const auto name = target->second.find(former);
+    if (name == target->second.end() || name->second == former ||
+        reader.findNode(reference.c_str())) {
+        return false;
+    }
+    reference.replace(start, std::string::npos, name->second);
+    return true;
+}
+
+/// `place` calls what it is given for each reference. Whether there are any to rename, which are asked for first.
+template <class Place>
+bool NOD_ParmRenames::rewriteIn(const Place &place, NOD_Node &reader, Which which,
+                                const std::function<void()> &announce) const
+{
+    bool foundFlag = false;
+    place([&](const std::string &reference) {
+        std::string renamed = reference;
+        const bool itFlag = rename(reader, renamed, which);
+        foundFlag = foundFlag || itFlag;
+        return itFlag;
+    });
+    if (foundFlag) {
+        announce();
+        place([&](std::string &reference) { return rename(reader, reference, which); });
+    }
+    return foundFlag;
+}
+
+bool NOD_ParmRenames::rewriteIn(NOD_Node &reader, ZEL_Parm &parm, Which which,
+                                const Announce &announce) const
+{
+    const auto place = [&](const NOD_NodeTexts::Call &call) {
+        NOD_NodeTexts::forEach(parm, &reader.getChannels(), call, theWholeReference);
+    };
+    return rewriteIn(place, reader, which, [&] {
+        if (announce) {
+            announce(reader, parm);
+        }
+    });
+}
+
+void NOD_ParmRenames::rewriteIn(NOD_Node &reader, Which which, const Announce &announce) const
+{
+    NODforEachParm(reader, [&](int, ZEL_Parm &parm) { rewriteIn(reader, parm, which, announce); });
+    if (!reader.getKeptSections().empty()) {
+        rewriteKept(reader, which);
+    }
+}
+
+void NOD_ParmRenames::rewriteKept(NOD_Node &reader, Which which) const
 {
     NOD_Node::Sections sections = reader.getKeptSections();
     bool changedFlag = false;
@@ -86,40 +137,43 @@ void rewriteKept(NOD_Node &reader, const NOD_Node &target, const NOD_ParmRenames
         const auto place = [&](const NOD_NodeTexts::Call &call) {
             NOD_NodeTexts::forEach(section, &reader.getChannels(), call, theWholeReference);
         };
-        changedFlag = (NOD_NodeTexts::isReadable(section) &&
-                       rewriteIn(place, reader, target, names, [] {})) ||
-                      changedFlag;
+        changedFlag =
+            (NOD_NodeTexts::isReadable(section) && rewriteIn(place, reader, which, [] {})) ||
+            changedFlag;
     }
     if (changedFlag) {
         reader.keepSections("", std::move(sections));
     }
 }
 
-} // namespace
-
-bool NOD_ParmRenames::rewrite(NOD_Node &reader, ZEL_Parm &parm, NOD_Node &target,
-                              const Names &names, const Announce &announce)
+bool NOD_ParmRenames::rewrite(NOD_Node &reader, ZEL_Parm &parm) const
 {
-    const auto place = [&](const NOD_NodeTexts::Call &call) {
-        NOD_NodeTexts::forEach(parm, &reader.getChannels(), call, theWholeReference);
-    };
-    return rewriteIn(place, reader, target, names, [&] {
-        if (announce) {
-            announce(reader, parm);
-        }
-    });
+    return rewriteIn(reader, parm, Which::ALL, {});
 }
 
-void NOD_ParmRenames::rewrite(NOD_Node &target, const Names &names, const Announce &announce)
+void NOD_ParmRenames::rewrite(const Announce &announce) const
 {
-    if (names.empty()) {
-        return;
-    }
-    for (NOD_Node *reader : readersOf(target)) {
-        NODforEachParm(
-            *reader, [&](int, ZEL_Parm &parm) { rewrite(*reader, parm, target, names, announce); });
-        if (!reader->getKeptSections().empty()) {
-            rewriteKept(*reader, target, names);
+    if (myNames.size() == 1) {
+        for (NOD_Node *reader : readersOf(*myNames.begin()->first)) {
+            rewriteIn(*reader, Which::ALL, announce);
         }
+    } else if (!isEmpty()) {
+        NODforEachNode(rootOf(*myNames.begin()->first),
+                       [&](NOD_Node &reader) { rewriteIn(reader, Which::ALL, announce); });
+    }
+}
+
+void NOD_ParmRenames::rewriteOwn(const Announce &announce) const
+{
+    for (const auto &row : myNames) {
+        rewriteIn(*row.first, Which::OWN, announce);
+    }
+}
+
+void NOD_ParmRenames::rewriteOthers(const Announce &announce) const
+{
+    if (!isEmpty()) {
+        NODforEachNode(rootOf(*myNames.begin()->first),
+                       [&](NOD_Node &reader) { rewriteIn(reader, Which::OTHERS, announce); });
     }
 }

@@ -17,6 +17,7 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <set>
@@ -165,13 +166,19 @@ bool NOD_Scene::rename(NOD_Node &node, const std::string &name, NOD_Report &repo
     }
     const NOD_Edit edit(*this, "Rename " + node.getName() + " to " + name);
     NOD_References references(myReferences->findReaders(node));
-    myUndo->nodeMoves(node, node.getParent(), name);
-    node.changePlace(*node.getParent(), NOD_TreePlace::of(node).place, name);
+    const std::size_t place = NOD_TreePlace::of(node).place;
+    myUndo->nodeMoves(node, node.getParent(), place, name);
+    node.changePlace(*node.getParent(), place, name);
     settle(references, report);
     return true;
 }
 
 bool NOD_Scene::move(NOD_Node &node, NOD_Node &parent, NOD_Report &report)
+{
+    return move(node, parent, parent.getChildren().size(), report);
+}
+
+bool NOD_Scene::move(NOD_Node &node, NOD_Node &parent, std::size_t place, NOD_Report &report)
 {
     if (!isChangeable(node, report) || !canName(parent, &node, node.getName(), report)) {
         return false;
@@ -192,8 +199,10 @@ bool NOD_Scene::move(NOD_Node &node, NOD_Node &parent, NOD_Report &report)
         }
     }
     NOD_References references(readers);
-    myUndo->nodeMoves(node, &parent, node.getName());
-    node.changePlace(parent, parent.getChildren().size(), node.getName());
+    const std::size_t last = parent.getChildren().size() - (&parent == node.getParent() ? 1 : 0);
+    place = std::min(place, last);
+    myUndo->nodeMoves(node, &parent, place, node.getName());
+    node.changePlace(parent, place, node.getName());
     settle(references, report);
     return true;
 }
@@ -233,7 +242,7 @@ bool NOD_Scene::remove(NOD_Node &node, NOD_Report &report)
         report.warning(NODpathOf(node),
                        std::to_string(lost) + " references of other nodes lead here");
     }
-    myUndo->nodeMoves(node, nullptr, node.getName());
+    myUndo->nodeMoves(node, nullptr, 0, node.getName());
     myUndo->nodeRemoved(node.leaveTree());
     return true;
 }
@@ -261,6 +270,33 @@ void NOD_Scene::clear()
     myFirstFrame = theUsualFirstFrame;
     myLastFrame = theUsualLastFrame;
     setTime(0.0);
+}
+
+void NOD_Scene::copyFrom(NOD_Scene &other)
+{
+    if (&other == this) {
+        myUndo->clear();
+        return;
+    }
+    const NOD_UndoStack::Pause pause(*myUndo);
+    const NOD_Batch batch(*this);
+    clear();
+    myInterfaces = other.myInterfaces;
+    myMaps = other.myMaps;
+    if (other.myRoot->getInterface()) {
+        myRoot->renewParms(other.myRoot->getInterface());
+    }
+    other.myRoot->copyContents(*myRoot);
+    std::unordered_map<const NOD_Node *, NOD_Node *> copies;
+    NODforEachNode(other.getRoot(), [&](NOD_Node &node) {
+        copies[&node] = node.getParent()
+                            ? node.copyTo(*copies[node.getParent()], node.getName().c_str())
+                            : myRoot.get();
+    });
+    myFrameRate = other.myFrameRate;
+    myFirstFrame = other.myFirstFrame;
+    myLastFrame = other.myLastFrame;
+    setTime(other.myTime);
 }
 
 std::string NOD_Scene::freeName(const NOD_Node &parent, const std::string &name)

@@ -11,8 +11,10 @@
 #include <ZEL/ZEL_IntHandle.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Name.h>
+#include <ZEL/ZEL_Range.h>
 #include <ZEL/ZEL_StringHandle.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -46,6 +48,23 @@ bool findEntry(const ZEL_Parm &parm, std::string_view token, std::int64_t &numbe
     const std::from_chars_result end =
         std::from_chars(token.data(), token.data() + token.size(), number);
     return end.ec == std::errc() && end.ptr == token.data() + token.size();
+}
+
+bool fitsInteger(double value)
+{
+    constexpr double end = 9223372036854775808.0;
+    return std::abs(value) < end;
+}
+
+/// Whether a component of numbers takes the values.
+bool fitKeys(NOD_Node &node, std::string_view name, const std::vector<TRK_FullKey> &keys)
+{
+    if (!ZEL_IntHandle(node.getParms(), name)) {
+        return bool(ZEL_FloatHandle(node.getParms(), name));
+    }
+    return std::all_of(keys.begin(), keys.end(), [](const TRK_FullKey &key) {
+        return fitsInteger(key.in.value) && fitsInteger(key.out.value);
+    });
 }
 
 } // namespace
@@ -201,10 +220,9 @@ bool NOD_Edit::revert(NOD_Node &node, std::string_view name)
 
 bool NOD_Edit::key(NOD_Node &node, std::string_view name, double time, double value)
 {
-    constexpr double theIntegerEnd = 9223372036854775808.0;
     const Place place = find(node, name);
     ZEL_IntHandle integer(node.getParms(), name);
-    if (!place || (integer && !(std::abs(value) < theIntegerEnd))) {
+    if (!place || (integer && !fitsInteger(value))) {
         return false;
     }
     change(node, *place.parm);
@@ -224,16 +242,77 @@ bool NOD_Edit::key(NOD_Node &node, std::string_view name, double time, std::stri
 
 bool NOD_Edit::removeKey(NOD_Node &node, std::string_view name, double time)
 {
+    return removeKeys(node, name, {time});
+}
+
+bool NOD_Edit::removeKeys(NOD_Node &node, std::string_view name, const std::vector<double> &times)
+{
     const Place place = find(node, name);
     TRK_Channel *const channel = place ? place.parm->getChannel(place.first) : nullptr;
-    if (!channel || channel->findKey(time) < 0 || channel->getNKeys() < 2 ||
+    const bool thereFlag = channel && std::all_of(times.begin(), times.end(), [&](double time) {
+                               return channel->findKey(time) >= 0;
+                           });
+    if (!thereFlag || channel->getNKeys() <= int(times.size()) ||
         place.parm->getLockedFlag(place.first)) {
         return false;
     }
     change(node, *place.parm);
-    channel->removeKey(time);
+    for (const double time : times) {
+        channel->removeKey(time);
+    }
     place.parm->privateValueChanged(place.first, theSendEvent, theUpdateMulti);
     return true;
+}
+
+bool NOD_Edit::replaceKeys(NOD_Node &node, std::string_view name,
+                           const std::vector<TRK_FullKey> &keys)
+{
+    const Place place = find(node, name);
+    if (!place || place.parm->getLockedFlag(place.first)) {
+        return false;
+    }
+    if (keys.empty()) {
+        return !place.parm->getChannel(place.first) || removeChannel(node, name);
+    }
+    if (!fitKeys(node, name, keys)) {
+        return false;
+    }
+    change(node, *place.parm);
+    place.parm->removeChannel(place.first);
+    return putKeys(node, name, keys);
+}
+
+bool NOD_Edit::putKeys(NOD_Node &node, std::string_view name, const std::vector<TRK_FullKey> &keys)
+{
+    const Place place = find(node, name);
+    const bool lockFlag = place && place.parm->getLockedFlag(place.first);
+    if (!place || lockFlag || keys.empty()) {
+        return place && !lockFlag;
+    }
+    if (!fitKeys(node, name, keys)) {
+        return false;
+    }
+    change(node, *place.parm);
+    if (!place.parm->getChannel(place.first) && !key(node, name, keys[0].time, keys[0].out.value)) {
+        return false;
+    }
+    TRK_Channel *const channel = place.parm->getChannel(place.first);
+    const ZEL_Range *const range = place.parm->getRangePtr();
+    const bool integerFlag = bool(ZEL_IntHandle(node.getParms(), name));
+    for (std::size_t i = 0; channel && i < keys.size(); ++i) {
+        TRK_FullKey one = keys[i];
+        if (integerFlag) {
+            one.in.value = std::round(one.in.value);
+            one.out.value = std::round(one.out.value);
+        }
+        if (range) {
+            one.in.value = range->constrain(one.in.value);
+            one.out.value = range->constrain(one.out.value);
+        }
+        channel->putFullKey(one);
+    }
+    place.parm->privateValueChanged(place.first, theSendEvent, theUpdateMulti);
+    return channel != nullptr;
 }
 
 bool NOD_Edit::moveKey(NOD_Node &node, std::string_view name, double time, double newTime)

@@ -285,7 +285,8 @@ void NOD_UndoStack::nodeAdded(NOD_Node &node)
     }
 }
 
-void NOD_UndoStack::nodeMoves(NOD_Node &node, NOD_Node *parent, const std::string &name)
+void NOD_UndoStack::nodeMoves(NOD_Node &node, NOD_Node *parent, std::size_t place,
+                              const std::string &name)
 {
     if (!parent) {
         myRemoved.reserve(myRemoved.size() + 1);
@@ -296,11 +297,7 @@ void NOD_UndoStack::nodeMoves(NOD_Node &node, NOD_Node *parent, const std::strin
         NOD_TreePlace to;
         to.parent = parent;
         to.name = name;
-        if (parent == node.getParent() && parent && name != node.getName()) {
-            to.place = NOD_TreePlace::of(node).place; // renamed
-        } else if (parent) {
-            to.place = parent->getChildren().size() - (parent == node.getParent() ? 1 : 0);
-        }
+        to.place = place;
         myOpen->moveNode(node, std::move(to));
     }
 }

@@ -37,7 +37,7 @@ int cat(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     ZELT_Comparison reader(isExact);
     NOD_Document document;
     std::string text;
-    const bool goodFlag = reader.readOne(script, call.file, bytes, document, messages) &&
+    const bool goodFlag = reader.readOne(script, call.file, call.file, bytes, document, messages) &&
                           document.write(text, isBinary, report);
     messages.add(report);
     std::cout << text;

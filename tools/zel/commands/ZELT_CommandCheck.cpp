@@ -1,4 +1,5 @@
 #include "ZELT_CommandLine.h"
+#include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Lint.h"
 #include "ZELT_Messages.h"
@@ -36,7 +37,8 @@ struct Result
     ZELT_ScriptPtr script = nullptr; ///< null if it can't be read
     bool goodFlag = false;
     std::vector<NOD_LintFinding> findings = {};
-    int rows = -1; ///< of a menu's file
+    std::string as = {}; ///< the node that its interface was told of; "" if this is the first
+    int rows = -1;       ///< of a menu's file
 };
 
 /// `said` has what its reader told, and gets what is to be told besides findings.
@@ -72,32 +74,38 @@ std::vector<Result> checkFile(const std::string &file, const Call &call, ZELT_Me
         return {checkMenu(file, messages)};
     }
     NOD_Report said;
-    NOD_LintOptions options;
-    const int before = messages.getErrorCount();
-    const bool rulesFlag = isStrict(call) && ZELTreadLintFile(file, options, messages) &&
-                           ZELTreadLintOptions(call.rules, options, messages);
-    const bool unfitFlag = messages.getErrorCount() != before;
+    NOD_Report rules;
     std::string unread;
     const std::vector<ZELT_NodeInterface> all =
         ZELT_Session::openInterfaces(file, messages, &said, &unread);
+    // By the rules of a script's own folder.
+    const auto readRules = [&](const std::string &script, NOD_LintOptions &options) {
+        return isStrict(call) && ZELTreadLintRules(script, call.rules, options, rules, messages);
+    };
     std::vector<Result> results;
     for (std::size_t i = 0; i < all.size(); ++i) {
-        if (all[i].first == i) {
-            results.push_back(checkOne(all[i], rulesFlag ? &options : nullptr, said));
-            results.back().goodFlag = results.back().goodFlag && !unfitFlag;
-        } else {
+        NOD_LintOptions options;
+        if (all[i].first != i) {
             results.push_back(results[all[i].first]);
             results.back().name = all[i].name;
+            results.back().as = all[all[i].first].path;
+            results.back().findings.clear();
+            continue;
         }
+        const bool rulesFlag = readRules(ZELTscriptFile(all[i]), options);
+        results.push_back(checkOne(all[i], rulesFlag ? &options : nullptr, said));
+        results.back().goodFlag = results.back().goodFlag && (rulesFlag || !isStrict(call));
     }
     if (all.empty()) {
         results.push_back({file});
     }
-    if (rulesFlag && !unread.empty()) {
+    NOD_LintOptions options;
+    if (all.empty() && readRules(file, options) && !unread.empty()) {
         NOD_Judgement judged = NODjudgeSoundPart(unread, file, options, said);
         results.back().findings = std::move(judged.findings);
         said = std::move(judged.rest);
     }
+    messages.add(rules);
     messages.add(said);
     return results;
 }
@@ -110,15 +118,19 @@ void print(const Result &result)
         return;
     }
     if (!result.script) {
-        std::cout << result.name << ": ok, " << result.rows << " rows\n";
+        std::cout << result.name << ": ok, " << ZELTcounted(result.rows, "row") << '\n';
+        return;
+    }
+    if (!result.as.empty()) {
+        std::cout << result.name << ": as " << result.as << '\n';
         return;
     }
     const std::size_t count = result.findings.size();
     std::cout << result.name << ": "
               << (result.goodFlag ? "ok"
                   : count == 0    ? "not judged"
-                                  : std::to_string(count) + (count == 1 ? " finding" : " findings"))
-              << ", " << result.script->getParmCount() << " parameters\n";
+                                  : ZELTcounted(std::int64_t(count), "finding"))
+              << ", " << ZELTcounted(result.script->getParmCount(), "parameter") << '\n';
     ZELTprintLint(result.findings);
 }
 
@@ -128,6 +140,9 @@ ZELT_Json asJson(const Result &result, bool strict)
     one["file"] = result.name;
     one["ok"] = result.goodFlag;
     one["parameters"] = result.script ? ZELT_Json(result.script->getParmCount()) : ZELT_Json();
+    if (!result.as.empty()) {
+        one["as"] = result.as;
+    }
     if (result.rows >= 0) {
         one["rows"] = result.rows;
     }

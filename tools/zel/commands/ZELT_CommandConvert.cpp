@@ -1,11 +1,12 @@
 #include "ZELT_CommandLine.h"
 #include "ZELT_File.h"
-#include "ZELT_Format.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
 #include "ZELT_Stream.h"
 
 #include <NOD/NOD_Batch.h>
+#include <NOD/NOD_FileLoss.h>
+#include <NOD/NOD_Report.h>
 #include <ZEL/ZEL_ParmList.h>
 #include <ZEL/ZEL_ParmStream.h>
 
@@ -70,9 +71,11 @@ int convert(const Call &given, const ZELT_Options &, ZELT_Messages &messages)
         !ZELTparseStream(bytes, from, list, stream, messages)) {
         return 1;
     }
-    if (stream.hasComments() && !call.allowLoss) {
-        messages.error(from, "has comments, as " + ZELTquote(stream.getComment()) +
-                                 ", which a stream that is written has not; " + theZELTLossOffer);
+    NOD_Report report;
+    const bool carriedFlag = NODcheckLosses(NODcommentLosses(stream.getComments(), from),
+                                            ZELTlossRule(call.allowLoss), report);
+    messages.add(report);
+    if (!carriedFlag) {
         return 1;
     }
     if (!stream.isWhole()) {

@@ -7,7 +7,6 @@
 #include <BAS/BAS_Thread.h>
 #include <DS/DS_Command.h>
 #include <DS/DS_CommandList.h>
-#include <KIT/KIT_IStream.h>
 #include <KIT/KIT_StringArray.h>
 #include <KIT/KIT_WorkArgs.h>
 #include <NOD/NOD_CommandCheck.h>
@@ -18,6 +17,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <utility>
 
 namespace
 {
@@ -269,17 +269,13 @@ std::unique_ptr<DS_CommandList> readCommands(const std::string &file, ZELT_Messa
     if (!ZELTreadBytes(file, text, messages, ZELTcanBeText)) {
         return nullptr;
     }
+    const bool inputFlag = file == "-";
     NOD_Report report;
-    const bool goodFlag = NODcheckCommands(text, file == "-" ? "standard input" : file, report);
+    std::unique_ptr<DS_CommandList> commands =
+        NODreadCommands(text, inputFlag ? "standard input" : file, report,
+                        inputFlag ? NOD_Interface::Includes::NONE : NOD_Interface::Includes::ANY);
     messages.add(report);
-    if (!goodFlag) {
-        return nullptr;
-    }
-    if (file != "-") {
-        return std::make_unique<DS_CommandList>(file.c_str());
-    }
-    KIT_IStream is(text.data(), text.size(), KIT_IStream::TEXT);
-    return std::make_unique<DS_CommandList>(is, "standard input");
+    return report.hasErrors() ? nullptr : std::move(commands);
 }
 
 /// Whether it is the placeholder for a file without commands.
@@ -342,7 +338,6 @@ int runDialog(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
         return theWrongCall;
     }
     const std::unique_ptr<DS_CommandList> commands = readCommands(call.file, messages);
-    messages.takeErrors(call.file);
     if (!commands) {
         return 1;
     }

@@ -1,5 +1,6 @@
 #include "ZELT_CommandLine.h"
 #include "ZELT_File.h"
+#include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Lint.h"
 #include "ZELT_Messages.h"
@@ -8,6 +9,7 @@
 
 #include <KIT/KIT_MessageDetail.h>
 #include <NOD/NOD_Lint.h>
+#include <NOD/NOD_MenuFileCheck.h>
 #include <NOD/NOD_Report.h>
 
 #include <algorithm>
@@ -31,41 +33,53 @@ struct Call
 /// What came of one file.
 struct Result
 {
-    bool goodFlag = false;
+    bool goodFlag = false; ///< all of it was judged
+    int scripts = 0;       ///< that it has, each once
+    int failed = 0;        ///< those that weren't judged
+    int menus = 0;         ///< 1 for a file of one
+    int faulty = 0;        ///< 1 for one with errors
     int fixed = 0;
     std::vector<NOD_LintFinding> findings;
 };
 
 /// Judges one, and mends it where that was asked. `said` has what its reader told, and gets what no finding says.
-Result lintOne(const ZELT_NodeInterface &one, const NOD_LintOptions &options, const Call &call,
-               NOD_Report &said, ZELT_Messages &messages)
+bool lintOne(const ZELT_NodeInterface &one, const NOD_LintOptions &options, const Call &call,
+             NOD_Report &said, Result &result, ZELT_Messages &messages)
 {
-    Result result;
     NOD_Judgement judged = NODjudge(*one.script, options, said);
     said = std::move(judged.rest);
-    result.goodFlag = judged.judgedFlag;
-    result.findings = std::move(judged.findings);
-    if (call.fix && result.goodFlag) {
+    bool goodFlag = judged.judgedFlag;
+    if (call.fix && goodFlag) {
         NOD_Report report;
         NOD_MendedScript mended = NODmendScript(one.script, one.name, options, report);
         messages.add(report);
-        result.fixed = mended.fixed;
-        result.findings = std::move(mended.findings);
-        result.goodFlag =
-            result.fixed == 0 || ZELTwriteFile(one.name, mended.script->getText(), messages);
+        result.fixed += mended.fixed;
+        judged.findings = std::move(mended.findings);
+        goodFlag = mended.fixed == 0 || ZELTwriteFile(one.name, mended.script->getText(), messages);
     }
-    return result;
+    std::move(judged.findings.begin(), judged.findings.end(), std::back_inserter(result.findings));
+    return goodFlag;
 }
 
-/// A script, or what the nodes of a file are instances of, each once.
-Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messages)
+/// Of a script that can't be read what is sound.
+void lintUnread(const std::string &file, const std::string &text, const Call &call,
+                NOD_Report &said, Result &result, ZELT_Messages &messages)
+{
+    NOD_LintOptions options;
+    NOD_Report rules;
+    const bool rulesFlag = ZELTreadLintRules(file, call.rules, options, rules, messages);
+    messages.add(rules);
+    if (rulesFlag && !text.empty()) {
+        NOD_Judgement judged = NODjudgeSoundPart(text, file, options, said);
+        said = std::move(judged.rest);
+        result.findings = std::move(judged.findings);
+    }
+}
+
+/// A script, or what the nodes of a file are instances of, each once and by the rules of its own folder.
+Result lintScripts(const std::string &file, const Call &call, ZELT_Messages &messages)
 {
     Result result;
-    NOD_LintOptions options;
-    const bool readFlag = ZELTreadLintFile(file, options, messages);
-    if (!ZELTreadLintOptions(call.rules, options, messages) || !readFlag) {
-        return result;
-    }
     NOD_Report said;
     std::string unread;
     const std::vector<ZELT_NodeInterface> all =
@@ -73,24 +87,41 @@ Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messag
     if (call.fix && !all.empty() && !all[0].path.empty()) {
         messages.add(said);
         messages.error(file, "--fix needs a script: this one has nodes");
+        result.scripts = result.failed = 1;
         return result;
     }
-    if (!unread.empty()) {
-        NOD_Judgement judged = NODjudgeSoundPart(unread, file, options, said);
-        said = std::move(judged.rest);
-        result.findings = std::move(judged.findings);
+    if (all.empty()) {
+        result.scripts = result.failed = 1;
+        lintUnread(file, unread, call, said, result, messages);
     }
-    result.goodFlag = !all.empty();
+    NOD_Report rules;
     for (std::size_t i = 0; i < all.size(); ++i) {
         if (all[i].first == i) {
-            Result one = lintOne(all[i], options, call, said, messages);
-            result.goodFlag = result.goodFlag && one.goodFlag;
-            result.fixed += one.fixed;
-            std::move(one.findings.begin(), one.findings.end(),
-                      std::back_inserter(result.findings));
+            NOD_LintOptions options;
+            const bool rulesFlag =
+                ZELTreadLintRules(ZELTscriptFile(all[i]), call.rules, options, rules, messages);
+            ++result.scripts;
+            result.failed += !(rulesFlag && lintOne(all[i], options, call, said, result, messages));
         }
     }
+    result.goodFlag = result.failed == 0;
+    messages.add(rules);
     messages.add(said);
+    return result;
+}
+
+Result lintFile(const std::string &file, const Call &call, ZELT_Messages &messages)
+{
+    if (!NODisMenuFile(file)) {
+        return lintScripts(file, call, messages);
+    }
+    Result result;
+    NOD_Report report;
+    result.menus = 1;
+    NODcheckMenuFile(file, report);
+    result.goodFlag = !report.hasErrors();
+    result.faulty = !result.goodFlag;
+    messages.add(report);
     return result;
 }
 
@@ -129,21 +160,27 @@ void printRules(bool json)
     }
 }
 
-void printEnd(const Call &call, int findings, int fixable, int fixed, int failed)
+void printEnd(const Call &call, const Result &all, int fixable)
 {
-    const auto number = [](int count, const char *one) {
-        return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
-    };
-    std::cout << number(int(call.files.size()), "script") << ": ";
-    std::cout << (findings ? number(findings, "finding") : "no findings");
-    if (fixed) {
-        std::cout << ", " << fixed << " fixed";
+    if (all.scripts > 0 || all.menus == 0) {
+        std::cout << ZELTcounted(all.scripts, "script") << (all.menus > 0 ? ", " : "");
     }
-    if (fixable && !call.fix) {
+    if (all.menus > 0) {
+        std::cout << ZELTcounted(all.menus, "menu");
+    }
+    const auto findings = std::int64_t(all.findings.size());
+    std::cout << ": " << (findings > 0 ? ZELTcounted(findings, "finding") : "no findings");
+    if (all.fixed > 0) {
+        std::cout << ", " << all.fixed << " fixed";
+    }
+    if (fixable > 0 && !call.fix) {
         std::cout << ", " << fixable << " to fix by --fix";
     }
-    if (failed) {
-        std::cout << ", " << number(failed, "script") << " not judged";
+    if (all.failed > 0) {
+        std::cout << ", " << ZELTcounted(all.failed, "script") << " not judged";
+    }
+    if (all.faulty > 0) {
+        std::cout << ", " << ZELTcounted(all.faulty, "menu") << " with errors";
     }
     std::cout << '\n';
 }
@@ -163,15 +200,18 @@ int lint(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     }
     ZELT_Json results = ZELT_Json::array();
     ZELT_Progress progress("linting", std::int64_t(call.files.size()));
-    int failed = 0;
-    int findings = 0;
+    Result all;
+    all.goodFlag = true;
     int fixable = 0;
-    int fixed = 0;
     for (const std::string &file : call.files) {
         const Result result = lintFile(file, call, messages);
-        failed += !result.goodFlag;
-        findings += int(result.findings.size());
-        fixed += result.fixed;
+        all.goodFlag = all.goodFlag && result.goodFlag;
+        all.scripts += result.scripts;
+        all.failed += result.failed;
+        all.menus += result.menus;
+        all.faulty += result.faulty;
+        all.fixed += result.fixed;
+        all.findings.insert(all.findings.end(), result.findings.begin(), result.findings.end());
         for (const NOD_LintFinding &finding : result.findings) {
             fixable += result.goodFlag && isFixable(finding, file);
         }
@@ -191,9 +231,9 @@ int lint(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     if (options.json) {
         ZELTprintJson(results);
     } else {
-        printEnd(call, findings, fixable, fixed, failed);
+        printEnd(call, all, fixable);
     }
-    return failed == 0 && findings == 0 ? 0 : 1;
+    return all.goodFlag && all.findings.empty() ? 0 : 1;
 }
 
 } // namespace
@@ -203,7 +243,8 @@ void ZELTaddLint(ZELT_CommandLine &line)
     const auto [command, call] =
         line.add("lint", "Judge dialog scripts: what in them can't have been meant",
                  "zel lint examples/*.ds --level warning", lint);
-    const ZELT_Option files = command.addOption("FILE", call.files, "Dialog scripts");
+    const ZELT_Option files = command.addOption(
+        "FILE", call.files, "Dialog scripts, node and scene files, or files of menus");
     ZELTaddLintOptions(command, call.rules);
     command.addFlag("--fix", call.fix, "Make the edits that are safe, and write the scripts");
     const ZELT_Option list = command.addFlag("--list", call.list, "List the rules");

@@ -2,6 +2,7 @@
 #include "ZELT_Comparison.h"
 #include "ZELT_File.h"
 #include "ZELT_Messages.h"
+#include "ZELT_Session.h"
 
 #include <NOD/NOD_Merge.h>
 #include <NOD/NOD_Report.h>
@@ -29,48 +30,67 @@ struct Call
     std::vector<std::string> base;
     bool interactive = false;
     bool noNotes = false;
+    bool allowLoss = false;
 };
 
 struct Files
 {
     ZELT_ScriptPtr interface; ///< null without a script
-    std::string names[3];
-    NOD_Document documents[3]; ///< base, ours, theirs
+    std::string names[3];     ///< base, ours, theirs
+    std::string bytes[3];
+    NOD_Document documents[3];
 };
+
+bool readBytes(const Call &call, Files &files, ZELT_Messages &messages)
+{
+    const int first = call.files[3].empty() ? 0 : 1;
+    bool goodFlag = true;
+    for (int i = 0; i < 3; ++i) {
+        files.names[i] = call.files[first + i];
+        goodFlag = ZELTreadBytes(files.names[i], files.bytes[i], messages) && goodFlag;
+    }
+    return goodFlag;
+}
+
+/// One that is named is an error if it can't be had, whatever the files are.
+bool readScript(const Call &call, Files &files, ZELT_Messages &messages)
+{
+    const std::string &given =
+        call.script.empty() && !call.files[3].empty() ? call.files[0] : call.script;
+    return given.empty() || (files.interface = ZELTloadScript(given, messages)) != nullptr;
+}
+
+/// For messages: Git gives its own files.
+std::string nameOf(const Call &call, const Files &files, int i)
+{
+    return call.path.empty() ? files.names[i]
+                             : std::string(NODmergeSideName(Side(i))) + " of " + call.path;
+}
 
 bool read(const Call &call, Files &files, ZELT_Messages &messages)
 {
-    const bool scriptFlag = !call.files[3].empty();
-    for (int i = 0; i < 3; ++i) {
-        files.names[i] = call.files[scriptFlag ? i + 1 : i];
-    }
-    const std::string &given = call.script.empty() && scriptFlag ? call.files[0] : call.script;
     const std::string &placed = call.path.empty() ? files.names[1] : call.path;
-    if (given.empty() ? !ZELTfindScript(placed, files.interface, messages)
-                      : !(files.interface = ZELTloadScript(given, messages))) {
+    if (!files.interface && !ZELTfindScript(placed, files.interface, messages)) {
         return false;
     }
     constexpr bool isExact = true;
     ZELT_Comparison reader(isExact);
     bool goodFlag = true;
     for (int i = 0; i < 3; ++i) {
-        std::string bytes;
-        if (!ZELTreadBytes(files.names[i], bytes, messages)) {
-            return false;
-        }
         // What both sides have added began as nothing.
-        const bool emptyFlag = i == 0 && bytes.empty();
-        goodFlag = (emptyFlag || reader.readOne(files.interface, files.names[i], bytes,
-                                                files.documents[i], messages)) &&
+        const bool emptyFlag = i == 0 && files.bytes[i].empty();
+        const std::string &file = call.path.empty() ? files.names[i] : call.path;
+        goodFlag = (emptyFlag || reader.readOne(files.interface, nameOf(call, files, i), file,
+                                                files.bytes[i], files.documents[i], messages)) &&
                    goodFlag;
     }
     const NOD_FileKind kind = files.documents[1].getKind();
     for (const int i : {0, 2}) {
         const NOD_FileKind other = files.documents[i].getKind();
         if (goodFlag && other != kind && (i != 0 || other != NOD_FileKind::NONE)) {
-            messages.error(files.names[i], std::string("is ") + NOD_ValueFile::getKindName(other) +
-                                               ", which can't be merged with " +
-                                               NOD_ValueFile::getKindName(kind));
+            messages.error(nameOf(call, files, i),
+                           std::string("is ") + NOD_ValueFile::getKindName(other) +
+                               ", which can't be merged with " + NOD_ValueFile::getKindName(kind));
             goodFlag = false;
         }
     }
@@ -105,6 +125,18 @@ NOD_Merge::Conflicts notesOf(const Call &call, const NOD_Merge &merge)
     return open;
 }
 
+/// Whether nothing of either side is lost, or it may be. What both began with is written nowhere.
+bool isCarried(const Call &call, const Files &files, NOD_Report &report)
+{
+    bool goodFlag = true;
+    for (const int i : {1, 2}) {
+        goodFlag =
+            NODcheckLosses(files.documents[i].getLosses(), ZELTlossRule(call.allowLoss), report) &&
+            goodFlag;
+    }
+    return goodFlag;
+}
+
 void print(const Call &call, const ZELT_Options &options, const Files &files,
            const NOD_Merge &merge)
 {
@@ -120,6 +152,16 @@ void print(const Call &call, const ZELT_Options &options, const Files &files,
     }
 }
 
+int finish(const Call &call, const ZELT_Options &options, const Files &files,
+           const NOD_Merge &merge, const std::string &bytes, ZELT_Messages &messages)
+{
+    print(call, options, files, merge);
+    const bool goodFlag =
+        (call.report.empty() || ZELTwriteFile(call.report, merge.toJson(), messages)) &&
+        ZELTwriteFile(call.out, bytes, messages);
+    return goodFlag && merge.getOpenCount() == 0 ? 0 : 1;
+}
+
 int merge(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     Files files;
@@ -127,10 +169,17 @@ int merge(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
         messages.error("", "--interactive asks on a terminal, and standard input is none");
         return 1;
     }
-    if (!read(call, files, messages)) {
+    if (!readScript(call, files, messages) || !readBytes(call, files, messages)) {
         return 1;
     }
     NOD_Merge merge;
+    if (const std::string *const one =
+            NOD_Merge::withoutReading(files.bytes[0], files.bytes[1], files.bytes[2])) {
+        return finish(call, options, files, merge, *one, messages);
+    }
+    if (!read(call, files, messages)) {
+        return 1;
+    }
     const std::pair<const std::vector<std::string> &, Side> policies[] = {
         {call.base, Side::BASE}, {call.theirs, Side::THEIRS}, {call.ours, Side::OURS}};
     for (const auto &[patterns, side] : policies) {
@@ -147,16 +196,10 @@ int merge(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     made.setTop(std::move(top));
     std::string bytes;
     NOD_Report report;
-    const bool writtenFlag = made.write(bytes, notesOf(call, merge), report);
+    const bool writtenFlag =
+        isCarried(call, files, report) && made.write(bytes, notesOf(call, merge), report);
     messages.add(report);
-    if (!writtenFlag) {
-        return 1;
-    }
-    print(call, options, files, merge);
-    const bool goodFlag =
-        (call.report.empty() || ZELTwriteFile(call.report, merge.toJson(), messages)) &&
-        ZELTwriteFile(call.out, bytes, messages);
-    return goodFlag && merge.getOpenCount() == 0 ? 0 : 1;
+    return writtenFlag ? finish(call, options, files, merge, bytes, messages) : 1;
 }
 
 } // namespace
@@ -194,4 +237,5 @@ void ZELTaddMerge(ZELT_CommandLine &line)
     command.addFlag("--interactive", call.interactive, "Ask about each conflict");
     command.addFlag("--no-notes", call.noNotes,
                     "Write no comments about conflicts in front of entries");
+    ZELTaddAllowLoss(command, call.allowLoss, "Write also where comments of a stream are lost");
 }

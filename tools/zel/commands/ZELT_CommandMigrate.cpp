@@ -1,5 +1,6 @@
 #include "ZELT_CommandLine.h"
 #include "ZELT_File.h"
+#include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Script.h"
@@ -188,11 +189,12 @@ NOD_Node *readNode(const Call &call, const std::string &input, NOD_Scene &scene,
                    const ZELT_ScriptPtr &script, std::vector<NOD_ValueFile> &files, bool &good,
                    NOD_Report &report)
 {
-    std::vector<std::string> partly;
+    std::vector<NOD_FileLoss> losses;
     good = ZELTreadValues(files[0], input, report) &&
            (call.channels.empty() || ZELTreadValues(files[1], call.channels, report));
     NOD_Node *const node = good ? addNode(scene, script, files[0], report) : nullptr;
-    good = node && NOD_ValueFile::applyAll(files, *node, partly, report);
+    good = node && NOD_ValueFile::applyAll(files, *node, losses, report);
+    NODcheckLosses(losses, ZELTlossRule(true), report); // a warning is a loss here
     if (node) {
         NODgrowBlocks(*node, 0.0);
     }
@@ -245,6 +247,16 @@ std::string versionIn(const std::string &input, NOD_Report &report)
     return input != "-" && ZELTreadValues(file, input, report) ? file.findNodeVersion() : "";
 }
 
+/// Whether the input is a scene of several nodes, which are brought up together and by another command.
+bool isSceneOfSeveral(const std::string &input)
+{
+    NOD_ValueFile file;
+    NOD_Report ignored;
+    return input != "-" && NOD_ValueFile::findSection(input) == std::string::npos &&
+           ZELTreadValues(file, input, ignored) && file.getKind() == NOD_FileKind::SCENE &&
+           file.findNodes(ignored).empty();
+}
+
 /// Files without a version may be of one that the map names. What standard input says isn't known yet.
 int findFrom(const NOD_MigrationMap &map, const std::string &name, const std::string &input,
              NOD_Report &report)
@@ -257,6 +269,11 @@ int walk(const Call &call, NOD_MigrationMap &map, const ZELT_Options &options,
          ZELT_Messages &messages)
 {
     const std::string &input = call.former;
+    if (isSceneOfSeveral(input)) {
+        messages.error(input, "is a scene: its nodes are brought up by zel scene " + input +
+                                  " --map " + map.getName() + " --convert OUT");
+        return 1;
+    }
     NOD_Report report;
     NOD_Scene scene;
     NOD_MigrationWalk walk;
@@ -298,8 +315,8 @@ int check(std::vector<NOD_MigrationMap> &maps, const ZELT_Options &options, ZELT
                         {"tests", tests},
                         {"failed", failed}});
         if (!options.json && !report.hasErrors()) {
-            std::cout << map.getName() << ": versions " << map.getVersionNames() << ", " << tests
-                      << (tests == 1 ? " test\n" : " tests\n");
+            std::cout << map.getName() << ": versions " << map.getVersionNames() << ", "
+                      << ZELTcounted(tests, "test") << '\n';
         }
     }
     if (options.json) {

@@ -2,6 +2,7 @@
 #include "ZELT_Comparison.h"
 #include "ZELT_File.h"
 #include "ZELT_Messages.h"
+#include "ZELT_Session.h"
 
 #include <NOD/NOD_Difference.h>
 #include <NOD/NOD_Report.h>
@@ -14,6 +15,7 @@ struct Call
     std::string files[3]; ///< a script, the file and the patch, or the last two
     std::string out;
     bool reverse = false;
+    bool allowLoss = false;
 };
 
 int patch(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
@@ -31,11 +33,12 @@ int patch(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     if ((scriptFlag ? !(script = ZELTloadScript(call.files[0], messages))
                     : !ZELTfindScript(name, script, messages)) ||
         !ZELTreadBytes(name, input, messages) ||
-        !reader.readOne(script, name, input, document, messages) ||
+        !reader.readOne(script, name, name, input, document, messages) ||
         !ZELTreadBytes(patchName, text, messages)) {
         return 1;
     }
-    bool doneFlag = difference.fromJson(text, patchName, report);
+    bool doneFlag = NODcheckLosses(document.getLosses(), ZELTlossRule(call.allowLoss), report) &&
+                    difference.fromJson(text, patchName, report);
     if (doneFlag && call.reverse) {
         difference = difference.inverse();
     }
@@ -79,4 +82,5 @@ void ZELTaddPatch(ZELT_CommandLine &line)
                    "The file to write, in the form of IN; - for standard output")
         .required();
     command.addFlag("--reverse", call.reverse, "Take the changes back");
+    ZELTaddAllowLoss(command, call.allowLoss, "Write also where comments of the stream are lost");
 }

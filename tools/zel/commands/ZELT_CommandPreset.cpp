@@ -126,33 +126,42 @@ std::vector<std::string> wordsOf(const KIT_StringArray &names)
     return words;
 }
 
-/// Whether there are presets of what the call names: no table, and no type of one, is known otherwise.
-bool isKnown(const Call &call, ZELT_Messages &messages)
+/// Whether there are presets of what a word names: no table, and no type of one, is known otherwise.
+bool isOneOf(const KIT_StringArray &names, const std::string &word, const std::string &what,
+             ZELT_Messages &messages)
 {
-    const auto isOneOf = [&](const std::string &what, const std::string &name,
-                             const std::vector<std::string> &words) {
-        const bool knownFlag = std::find(words.begin(), words.end(), name) != words.end();
-        if (!knownFlag) {
-            messages.error("", "there are no presets of " + what + KITdidYouMean(name, words));
-        }
-        return knownFlag;
-    };
-    return call.table.empty() ||
-           (isOneOf("a table " + call.table, call.table, wordsOf(ZEL_PresetInfo::findTables())) &&
-            (call.opName.empty() ||
-             isOneOf(call.table + "/" + call.opName, call.opName,
-                     wordsOf(ZEL_PresetInfo::findTypes(call.table.c_str())))));
+    const std::vector<std::string> words = wordsOf(names);
+    const bool knownFlag = std::find(words.begin(), words.end(), word) != words.end();
+    if (!knownFlag) {
+        messages.wordError(word, "there are no presets of " + what + KITdidYouMean(word, words));
+    }
+    return knownFlag;
+}
+
+/// None after a message.
+Rows listRows(const Call &call, ZELT_Messages &messages)
+{
+    const KIT_StringArray tables = ZEL_PresetInfo::findTables();
+    if (call.table.empty()) {
+        return nameRows("table", tables);
+    }
+    if (!isOneOf(tables, call.table, "a table " + call.table, messages)) {
+        return {};
+    }
+    const KIT_StringArray types = ZEL_PresetInfo::findTypes(call.table.c_str());
+    if (call.opName.empty()) {
+        return nameRows("type", types);
+    }
+    return isOneOf(types, call.opName, call.table + "/" + call.opName, messages) ? presetRows(call)
+                                                                                 : Rows();
 }
 
 int list(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    if (!isKnown(call, messages)) {
+    Rows rows = listRows(call, messages);
+    if (rows.empty()) {
         return 1;
     }
-    Rows rows = call.table.empty() ? nameRows("table", ZEL_PresetInfo::findTables())
-                : call.opName.empty()
-                    ? nameRows("type", ZEL_PresetInfo::findTypes(call.table.c_str()))
-                    : presetRows(call);
     if (options.json && rows[0].size() > 1) {
         rows[0][0] = "name";
     }
@@ -199,9 +208,10 @@ std::unique_ptr<ZELT_Session> openBare(const ZELT_NodeCall &node, ZELT_Messages 
     return session && session->isOneNode(messages) ? std::move(session) : nullptr;
 }
 
-/// `partly`: the preset, if not all of it was used.
-bool write(ZELT_Session &session, const Call &call, const std::string &partly,
-           const ZELT_Options &options, ZELT_Messages &messages)
+constexpr bool theNodeAlone = false; // and not all of the file that it is from
+
+bool write(ZELT_Session &session, const Call &call, const ZELT_Options &options,
+           ZELT_Messages &messages)
 {
     NOD_ValueFile::Form form = NOD_ValueFile::Form::TEXT;
     NOD_ValueFile::findForm(call.form, form);
@@ -214,9 +224,8 @@ bool write(ZELT_Session &session, const Call &call, const std::string &partly,
     NOD_Report report;
     std::ostringstream os;
     const bool saved =
-        (call.allowLossFlag || NOD_ValueFile::checkCarried(
-                                   node, form, partly.empty() ? session.getPartlyLoaded() : partly,
-                                   theZELTLossOffer, report)) &&
+        NOD_ValueFile::checkCarried(node, form, session.getLosses(theNodeAlone),
+                                    ZELTlossRule(call.allowLossFlag), report) &&
         NOD_ValueFile::save(session.getScene(), node, form, os, ZELTfolderOf(call.out), report);
     messages.add(report);
     if (!saved) {
@@ -253,7 +262,10 @@ int apply(const Call &call, const ZELT_Options &options, ZELT_Messages &messages
     if (!applied || !ZELTapplyInputs(*session, changes, session->getTime(), messages)) {
         return 1;
     }
-    const bool written = write(*session, call, report.isEmpty() ? "" : path, options, messages);
+    if (!report.isEmpty()) {
+        session->addLosses({{path}});
+    }
+    const bool written = write(*session, call, options, messages);
     return written && ZELTtakeFault("", "", messages) ? 0 : 1;
 }
 
@@ -266,9 +278,8 @@ int save(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     NOD_Report report;
     std::ostringstream text;
     const bool made =
-        (call.allowLossFlag ||
-         NOD_ValueFile::checkCarried(session->getNode(), std::nullopt, session->getPartlyLoaded(),
-                                     theZELTLossOffer, report)) &&
+        NODcheckPreset(session->getNode(), call.only, session->getLosses(theNodeAlone),
+                       ZELTlossRule(call.allowLossFlag), report) &&
         NODsavePreset(session->getNode(), call.only, text, report);
     const std::string path =
         made ? presetsOf(call).save(text.str(), call.name, call.folder, existingOf(call), report)

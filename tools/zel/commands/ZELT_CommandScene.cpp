@@ -31,6 +31,7 @@ struct Call
     std::string to;
     std::vector<std::string> maps;
     bool binary = false;
+    bool allowLoss = false;
 };
 
 /// A line of the tree.
@@ -88,18 +89,13 @@ std::vector<Row> rowsOf(NOD_Scene &scene)
     return rows;
 }
 
-std::string counted(int count, const char *what)
-{
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 std::string countsOf(const Row &row)
 {
-    std::string text = row.isMissing ? "type missing" : counted(row.parms, "parameter");
+    std::string text = row.isMissing ? "type missing" : ZELTcounted(row.parms, "parameter");
     text += row.changed ? ", " + std::to_string(row.changed) + " changed" : "";
-    text += row.channels ? ", " + counted(row.channels, "channel") : "";
-    text += row.spares ? ", " + counted(row.spares, "spare") : "";
-    return text + (row.kept ? ", " + counted(row.kept, "section") + " kept" : "");
+    text += row.channels ? ", " + ZELTcounted(row.channels, "channel") : "";
+    text += row.spares ? ", " + ZELTcounted(row.spares, "spare") : "";
+    return text + (row.kept ? ", " + ZELTcounted(row.kept, "section") + " kept" : "");
 }
 
 std::string numberText(double value)
@@ -128,7 +124,7 @@ void printText(const NOD_Scene &scene, const std::vector<Row> &rows)
         type.resize(types + 2, ' ');
         std::cout << line << type << countsOf(row) << '\n';
     }
-    std::cout << counted(int(rows.size()), "node") << '\n';
+    std::cout << ZELTcounted(int(rows.size()), "node") << '\n';
 }
 
 void printJson(const NOD_Scene &scene, const std::vector<Row> &rows)
@@ -212,14 +208,20 @@ int showScene(const Call &call, const ZELT_Options &options, ZELT_Messages &mess
     }
     const bool loaded = load(scene, call.file, report);
     messages.add(report);
-    if (!loaded || (!call.to.empty() && !convert(scene, call, messages))) {
+    const bool lossFlag = report.hasLoss() && !call.allowLoss;
+    if (lossFlag) {
+        messages.error(call.file, std::string("not all of it is carried") +
+                                      (call.to.empty() ? "" : "; ") +
+                                      (call.to.empty() ? "" : theZELTLossOffer));
+    }
+    if (!loaded || (!call.to.empty() && (lossFlag || !convert(scene, call, messages)))) {
         return 1;
     }
     if (call.to.empty()) {
         const std::vector<Row> rows = rowsOf(scene);
         options.json ? printJson(scene, rows) : printText(scene, rows);
     }
-    return report.hasErrors() ? 1 : 0;
+    return report.hasErrors() || lossFlag ? 1 : 0;
 }
 
 } // namespace
@@ -233,5 +235,7 @@ void ZELTaddScene(ZELT_CommandLine &line)
     const ZELT_Option to = command.addOption("--convert", call.to, "A scene file to write");
     line.addOutput(command);
     command.addList("--map", call.maps, "The migration map of a type, for its older nodes");
+    ZELTaddAllowLoss(command, call.allowLoss,
+                     "Exit 0, and write, also where a map loses or changes a value");
     command.addFlag("--binary", call.binary, "In the binary form, rather than as text").needs(to);
 }

@@ -55,9 +55,9 @@ int set(const Call &call, const ZELT_Options &, ZELT_Messages &messages)
     Form form =
         kind == NOD_FileKind::NODE ? Form::NODE : session->getInputForm().value_or(Form::TEXT);
     NOD_ValueFile::findForm(call.form, form);
-    if (!call.allowLoss &&
-        !NOD_ValueFile::checkCarried(session->getNode(), sceneFlag ? Form::NODE : form,
-                                     session->getPartlyLoaded(), theZELTLossOffer, report)) {
+    if (!NOD_ValueFile::checkCarried(session->getNode(), sceneFlag ? Form::NODE : form,
+                                     session->getLosses(sceneFlag || form == Form::NODE),
+                                     ZELTlossRule(call.allowLoss), report)) {
         messages.add(report);
         return 1;
     }
@@ -83,6 +83,5 @@ void ZELTaddSet(ZELT_CommandLine &line)
     command.addOption("IN", call.input, "Values, as for --values; a scene or node needs none");
     command.addOption("-o,--out", call.out, "The file to write; - for standard output").required();
     ZELTaddForm(command, call.form);
-    ZELTaddAllowLoss(command, call.allowLoss,
-                     "Write also where a file has values that the node doesn't take");
+    ZELTaddAllowLoss(command, call.allowLoss, "Write also what isn't all that the files have");
 }

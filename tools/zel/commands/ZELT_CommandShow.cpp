@@ -5,6 +5,7 @@
 #include "ZELT_Show.h"
 
 #include <NOD/NOD_Description.h>
+#include <NOD/NOD_ValueFile.h>
 
 #include <iostream>
 #include <vector>
@@ -52,7 +53,10 @@ void printNodes(const Interfaces &interfaces)
 int show(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
     const Interfaces interfaces = ZELT_Session::openInterfaces(call.file, messages);
-    if (interfaces.size() > 1) {
+    // What a program gets depends on the call, and not on how many nodes a file has.
+    const bool nodesFlag = !interfaces.empty() && !interfaces[0].path.empty() &&
+                           NOD_ValueFile::findSection(call.file) == std::string::npos;
+    if (nodesFlag) {
         options.json ? printNodesJson(interfaces) : printNodes(interfaces);
     } else if (!interfaces.empty()) {
         const NOD_Description description = NODdescribe(*interfaces[0].script);

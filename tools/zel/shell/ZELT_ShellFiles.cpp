@@ -34,9 +34,8 @@ NOD_Node *findNode(ZELT_Shell &shell, const ZELT_ShellWords &words, std::size_t 
 bool isCarried(ZELT_Shell &shell, const std::string &file, NOD_Report &report)
 {
     // What was in the file and isn't in the node would be gone.
-    const std::string partly = shell.getSession().isPartlyLoaded(file) ? file : "";
-    return NOD_ValueFile::checkCarried(shell.getNode(), std::nullopt, partly,
-                                       "save it to another file", report);
+    return NODcheckLosses(shell.getSession().getLossesOf(file), {false, "save it to another file"},
+                          report);
 }
 
 /// The bytes of the file; false after a message.
@@ -78,11 +77,14 @@ void load(ZELT_Shell &shell, const ZELT_ShellWords &words)
     std::vector<NOD_ValueFile> files(1);
     NOD_Report report;
     if (node && files[0].read(words[1], report)) {
-        NOD_ValueFile::applyAll(files, *node, shell.getSession().getAllPartlyLoaded(), report);
+        std::vector<NOD_FileLoss> losses;
+        NOD_ValueFile::applyAll(files, *node, losses, report);
         shell.getSession().growBlocks(shell.getTime());
         if (!report.isEmpty() && !report.hasErrors()) {
             report.add({KIT_ERROR_ABORT, words[1], 0, {}, "not all of it is carried", {}, 0});
         }
+        NODcheckLosses(losses, {true, ""}, report);
+        shell.getSession().addLosses(losses);
         const bool channelsFlag = files[0].getKind() == NOD_FileKind::CHANNELS;
         for (const std::string &name :
              channelsFlag ? NOD_ValueFile::findStrayChannels(*node) : std::vector<std::string>()) {
