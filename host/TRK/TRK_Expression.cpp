@@ -201,10 +201,10 @@ double TRK_Expression::Runner::load(const Step &step) const
 {
     const TRK_Manager &manager = TRK_Manager::getContext();
     switch (step.code) {
-    case Code::FRAME: return std::floor(manager.timeToFrame(myState.time) + 0.5);
-    case Code::FLOAT_FRAME: return manager.timeToFrame(myState.time);
+    case Code::FRAME: return std::floor(manager.evaluateFrame(myState.time) + 0.5);
+    case Code::FLOAT_FRAME: return manager.evaluateFrame(myState.time);
     case Code::TIME: return myState.time;
-    case Code::FPS: return manager.getFPS();
+    case Code::FPS: return manager.getEvaluateFPS();
     default:
         return myState.segment == nullptr
                    ? 0.0

@@ -421,7 +421,7 @@ TRK_Interval TRK_ExpressionTrace::heldVariable(const Step &step) const
     const std::string_view name = myExpression.myTexts[step.index].view();
     if (name == "F" || TRKpaddedFrameDigits(name) != 0) {
         const auto frameAt = [](double time) {
-            return std::floor(TRK_Manager::getContext().timeToFrame(time) + 0.5);
+            return std::floor(TRK_Manager::getContext().evaluateFrame(time) + 0.5);
         };
         const double frame = frameAt(myState.time);
         return search(TRK_Interval(),
