@@ -2,6 +2,7 @@
 
 #include <node/SceneEdits.h>
 
+#include <EVL/EVL.h>
 #include <NOD/NOD_Snapshot.h>
 #include <TRK/TRK_Manager.h>
 
@@ -81,7 +82,7 @@ std::string difference(const std::string &live, const std::string &taken)
 {
     std::istringstream lives(live), takens(taken);
     std::string a, b;
-    while (std::getline(lives, a) | std::getline(takens, b)) {
+    while (bool(std::getline(lives, a)) | bool(std::getline(takens, b))) {
         if (a != b) {
             return "live  " + a + "\ntaken " + b;
         }
