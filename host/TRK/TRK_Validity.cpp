@@ -5,8 +5,12 @@
 #include <TRK/TRK_ExpressionTracePrivate.h>
 #include <TRK/TRK_Manager.h>
 #include <TRK/TRK_Segment.h>
+#include <TRK/TRK_TextScanPrivate.h>
 
 #include <cmath>
+#include <memory>
+#include <string>
+#include <string_view>
 
 namespace
 {
@@ -80,6 +84,32 @@ TRK_Interval TRK_Validity::ofExpression(const TRK_Expression &expression,
     }
     TRK_EvalState state{myCollection, segment, time, myThread, false};
     return TRK_ExpressionTrace::of(expression, state, mySource);
+}
+
+TRK_Interval TRK_Validity::ofLiteral(const char *text, double time) const
+{
+    TRK_Interval held;
+    const auto meet = [&](std::string_view expression) {
+        const std::unique_ptr<TRK_Expression> compiled(
+            TRK_Expression::compile(std::string(expression).c_str()));
+        held.meet(ofExpression(*compiled, nullptr, time));
+    };
+    // What is protected by a backslash counts too: it is seldom, and holds no longer than it does.
+    const auto meetVariables = [&](std::string_view gap) {
+        TRK_Manager::forEachVariable(std::string(gap).c_str(), [&](std::string_view name) {
+            if (TRKisTimeVariable(name)) {
+                meet("$" + std::string(name));
+            }
+        });
+    };
+    const char *at = text;
+    TRK_Manager::forEachExpression(text, [&](std::string_view expression) {
+        meetVariables({at, static_cast<size_t>(expression.data() - at)});
+        meet(expression);
+        at = expression.data() + expression.size() + 1;
+    });
+    meetVariables(at);
+    return held;
 }
 
 /// Within its span.

@@ -49,6 +49,8 @@ public:
 
     TRK_Interval ofNumber(const TRK_Channel &channel, double time) const;
     TRK_Interval ofText(const TRK_Channel &channel, double time) const;
+    /// Of a literal text with the variables and the expressions in it, as TRK_Manager::expandString takes it.
+    TRK_Interval ofLiteral(const char *text, double time) const;
     /// Of the number or the text of an expression; the segment is that of its curves, or null.
     TRK_Interval ofExpression(const TRK_Expression &expression, const TRK_Segment *segment,
                               double time) const;

@@ -24,6 +24,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 class NOD_ChangeWatcher;
 class NOD_Conditions;
@@ -161,6 +162,15 @@ public:
     ///@{
     /// As it is now. It shares with the last one what hasn't changed.
     std::shared_ptr<const NOD_Snapshot> snapshot(const NOD_SnapshotOptions &options = {});
+    struct Value
+    {
+        NOD_Node *node;
+        int parm; ///< index
+        int component;
+    };
+    /// Components whose value at one time isn't certainly that at another one: what a change of the frame has to
+    /// tell, instead of everything that is animated. Foreign values are among them. Takes a snapshot.
+    std::vector<Value> changedBetween(double from, double to);
     ///@}
 
 private:

@@ -28,6 +28,8 @@
 #include <NOD/NOD_SnapshotHandle.h>
 #include <NOD/NOD_SnapshotOptions.h>
 
+#include <TRK/TRK_Interval.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -97,6 +99,17 @@ public:
     std::shared_ptr<const ZEL_DataItem> getItem(const NOD_SnapshotHandle &handle) const;
     ///@}
 
+    // ------------------------------------------------------------------ //
+    /// \name Until when   (any thread; see TRK_Validity.h)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// The times around one at which the component certainly is what it is then.
+    TRK_Interval getHeld(const NOD_SnapshotHandle &handle, double time, int thread) const;
+    /// Components whose value at one time isn't certainly that at another one, in the order of the nodes. Costs
+    /// those that aren't plain.
+    std::vector<NOD_SnapshotHandle> findChanged(double from, double to, int thread) const;
+    ///@}
+
     /// Bytes of it; those that it shares with other snapshots included.
     std::int64_t getMemoryUsage() const;
     /// How many nodes' values it shares with another snapshot of the scene.
@@ -125,6 +138,8 @@ private:
     bool getEnvironment(const KIT_StringRef &name, KIT_String &value) const;
     void appendPath(std::uint32_t place, KIT_WorkBuffer &path) const;
     NOD_SnapshotHandle handleOf(const NOD_SnapshotNode &node, int parm, int component) const;
+    std::vector<NOD_SnapshotHandle> findChanged(double from, double to, int thread,
+                                                bool foreignMovesFlag) const;
     double readNumber(const NOD_SnapshotHandle &handle, double time, int thread) const;
 
     std::vector<std::shared_ptr<const Page>> myPages;

@@ -8,9 +8,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <deque>
 #include <memory>
+#include <set>
+#include <tuple>
 
 namespace
 {
@@ -133,5 +136,65 @@ TEST(Snapshot, AnswersWhatTheSceneDid)
         EXPECT_EQ(difference(one.answers, answersOf(*one.snapshot)), "");
     }
     EXPECT_GT(shared * 2, nodes);
+    takeMessages();
+}
+
+TEST(Snapshot, SaysHowLongValuesHold)
+{
+    const int thread = BASgetSTID();
+    long inside = 0, held = 0, moving = 0;
+    for (unsigned seed = 11; seed <= 14; ++seed) {
+        SceneEdits program(seed);
+        for (int i = 0; i < 120; ++i) {
+            program.step();
+            if (i % 10 != 9) {
+                continue;
+            }
+            answersOf(program.scene);
+            const std::shared_ptr<const NOD_Snapshot> snapshot = program.scene.snapshot();
+            std::set<std::tuple<std::string, std::string, int>> listed;
+            for (const NOD_SnapshotHandle &handle : snapshot->findChanged(0.3, 1.9, thread)) {
+                listed.emplace(snapshot->getPath(handle), snapshot->getToken(handle),
+                               handle.getComponent());
+            }
+            const auto answer = [&](const NOD_SnapshotHandle &handle, double time) {
+                KIT_String text;
+                snapshot->getText(handle, time, thread, text);
+                return bitsOf(snapshot->getNumber(handle, time, thread)) + text.nonNullStr();
+            };
+            for (const std::string &path : snapshot->getPaths()) {
+                for (const NOD_SnapshotHandle &handle : snapshot->findAll(path)) {
+                    const double time = double(program.below(300)) / 100.0 - 0.5;
+                    const TRK_Interval interval = snapshot->getHeld(handle, time, thread);
+                    ASSERT_TRUE(interval.contains(time));
+                    const std::string value = answer(handle, time);
+                    held += interval.isForever();
+                    moving += interval == TRK_Interval::at(time);
+                    for (int k = 0; k < 12; ++k) {
+                        const double at = k == 0   ? std::max(interval.first, -9.0)
+                                          : k == 1 ? std::min(interval.last, 9.0)
+                                                   : double(program.below(600)) / 100.0 - 1.0;
+                        if (interval.contains(at)) {
+                            ++inside;
+                            ASSERT_EQ(answer(handle, at), value)
+                                << path << " " << snapshot->getToken(handle) << " at " << time
+                                << " and " << at;
+                        }
+                    }
+                    const bool listedFlag =
+                        listed.count({path, snapshot->getToken(handle), handle.getComponent()}) > 0;
+                    ASSERT_TRUE(listedFlag || answer(handle, 0.3) == answer(handle, 1.9))
+                        << path << " " << snapshot->getToken(handle);
+                }
+            }
+            EXPECT_GE(program.scene.changedBetween(0.3, 1.9).size(), listed.size());
+            EXPECT_TRUE(program.scene.changedBetween(0.3, 0.3).size() <=
+                        program.scene.changedBetween(0.3, 1.9).size());
+        }
+    }
+    EXPECT_GT(inside, 10000);
+    EXPECT_GT(held, 1000);
+    EXPECT_GT(moving, 20);
+    EVL::theErrNo[thread] = EVL::EVL_OK;
     takeMessages();
 }

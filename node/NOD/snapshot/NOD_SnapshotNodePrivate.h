@@ -71,6 +71,8 @@ public:
     static bool isMark(double number);
     const NOD_SnapshotDriver *findDriver(double number) const;
     const TRK_Collection &getCollection() const { return myCollection; }
+    /// A channel that no parameter has, by name or alias; null for none.
+    const TRK_ChannelPicture *findOrphan(const KIT_StringRef &name) const;
     /// Whether some of it is as it was at the taking only.
     bool isPresent() const { return myPresentFlag; }
     /// Names of variables that texts and expressions read and the time hasn't, in addition to those there.
@@ -98,7 +100,6 @@ private:
         KIT_StringHolder alias;
         std::shared_ptr<const TRK_ChannelPicture> channel;
     };
-    const TRK_ChannelPicture *findOrphan(const KIT_StringRef &name) const;
     void connect();
 
     std::shared_ptr<const NOD_SnapshotLayout> myLayout;

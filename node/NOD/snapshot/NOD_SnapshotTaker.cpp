@@ -1,5 +1,6 @@
 #include <NOD/snapshot/NOD_SnapshotTakerPrivate.h>
 
+#include <BAS/BAS_Thread.h>
 #include <CON/CON_Manager.h>
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_Graph.h>
@@ -84,6 +85,23 @@ std::shared_ptr<const NOD_Snapshot> NOD_Scene::snapshot(const NOD_SnapshotOption
         myGraph->setWatcher(mySnapshots.get());
     }
     return static_cast<NOD_SnapshotTaker &>(*mySnapshots).take(options, myFrameRate);
+}
+
+std::vector<NOD_Scene::Value> NOD_Scene::changedBetween(double from, double to)
+{
+    const auto *const taker = static_cast<const NOD_SnapshotTaker *>(mySnapshots.get());
+    snapshot(taker ? taker->getOptions() : NOD_SnapshotOptions());
+    return static_cast<NOD_SnapshotTaker &>(*mySnapshots).findChanged(from, to);
+}
+
+std::vector<NOD_Scene::Value> NOD_SnapshotTaker::findChanged(double from, double to) const
+{
+    std::vector<NOD_Scene::Value> changed;
+    for (const NOD_SnapshotHandle &handle : myLast->findChanged(from, to, BASgetSTID(), true)) {
+        changed.push_back(
+            {myKnown[handle.getNode()].node, handle.getParm(), handle.getComponent()});
+    }
+    return changed;
 }
 
 namespace

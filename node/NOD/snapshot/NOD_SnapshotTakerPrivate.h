@@ -4,6 +4,7 @@
 /// Threads:    the scene's.
 #pragma once
 
+#include <NOD/NOD_Scene.h>
 #include <NOD/NOD_Snapshot.h>
 #include <NOD/tree/NOD_ChangeWatcherPrivate.h>
 
@@ -23,6 +24,13 @@ public:
     explicit NOD_SnapshotTaker(NOD_Node &root) : myRoot(root) {}
 
     std::shared_ptr<const NOD_Snapshot> take(const NOD_SnapshotOptions &options, double frameRate);
+
+    /// Of the last snapshot.
+    NOD_SnapshotOptions getOptions() const
+    {
+        return myLast ? myLast->myOptions : NOD_SnapshotOptions();
+    }
+    std::vector<NOD_Scene::Value> findChanged(double from, double to) const;
 
     void parmChanged(NOD_Node &node, int parmIndex) noexcept override;
     void nodeChanged(NOD_Node &node) noexcept override;
