@@ -13,6 +13,16 @@ TRK_ChannelPicture::TRK_ChannelPicture(const TRK_Channel &channel)
 
 TRK_ChannelPicture::~TRK_ChannelPicture() = default;
 
+void TRK_ChannelPicture::link(const MakeReader &make)
+{
+    for (int i = 0; i < myChannel.getNSegments(); ++i) {
+        const TRK_Expression *const compiled = myChannel.getSegment(i)->getCompiledExpression();
+        if (compiled != nullptr && !compiled->getReferences().empty()) {
+            const_cast<TRK_Expression *>(compiled)->setReader(make(*compiled)); // this copy's own
+        }
+    }
+}
+
 int64_t TRK_ChannelPicture::getMemoryUsage(bool inclusive) const
 {
     return myChannel.getMemoryUsage(false) + (inclusive ? int64_t(sizeof(*this)) : 0);

@@ -14,6 +14,10 @@
 
 #include <BAS/BAS_API.h>
 #include <TRK/TRK_Channel.h>
+#include <TRK/TRK_Expression.h>
+
+#include <functional>
+#include <memory>
 
 class KIT_API TRK_ChannelPicture
 {
@@ -24,6 +28,10 @@ public:
     TRK_ChannelPicture &operator=(const TRK_ChannelPicture &) = delete;
 
     const TRK_Channel &get() const { return myChannel; }
+    using MakeReader =
+        std::function<std::unique_ptr<const TRK_ReferenceReader>(const TRK_Expression &)>;
+    /// Gives each expression with references who answers for them, null for nobody. Before it is shared.
+    void link(const MakeReader &make);
     int64_t getMemoryUsage(bool inclusive) const;
 
 private:

@@ -50,6 +50,8 @@ int64_t TRK_EvalShare::restart(int64_t steps)
     return mySteps;
 }
 
+TRK_ReferenceReader::~TRK_ReferenceReader() = default;
+
 void TRK_EvalState::raise(int error, int thread)
 {
     TRK_EvalThread &self = theTRKEvalThread;
@@ -243,6 +245,12 @@ bool TRK_Expression::Runner::runChannel(const Step &step)
         *++myNumber = myState.time; // the slot of the result holds the time until then
     }
     if (step.code <= Code::CHANNEL_AT) {
+        const TRK_ReferenceReader *const reader = myExpression.myReader.get();
+        if (reader != nullptr && theTRKEvalThread.listener == nullptr &&
+            reader->readNumber(step.index, *myNumber, myState.thread, *myNumber,
+                               myState.timeDependent)) {
+            return theTRKEvalThread.errors == myErrors || fail(EVL::EVL_UNKNOWN_CHANNEL);
+        }
         return readChannel(myExpression.myReferences[step.index], *myNumber);
     }
     const KIT_String &name = *myText--;

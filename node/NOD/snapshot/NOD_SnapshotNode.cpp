@@ -280,7 +280,7 @@ NOD_SnapshotNode::NOD_SnapshotNode(const NOD_SnapshotNode &former, NOD_Node &nod
                                    const NOD_SnapshotOptions &options,
                                    const std::vector<int> &changed)
     : myLayout(former.myLayout), myNumbers(former.myNumbers), myTexts(former.myTexts),
-      myPlace(former.myPlace)
+      myPlace(former.myPlace), myOthersFlag(former.myOthersFlag)
 {
     const auto changes = [&](const NOD_SnapshotDriver &driver) {
         return std::find(changed.begin(), changed.end(), int(driver.parm)) != changed.end();
@@ -303,6 +303,76 @@ NOD_SnapshotNode::NOD_SnapshotNode(const NOD_SnapshotNode &former, NOD_Node &nod
 }
 
 NOD_SnapshotNode::~NOD_SnapshotNode() = default;
+
+/// Where the references of an expression led when the snapshot was taken. A node that has other parameters since then
+/// is looked through by name.
+class NOD_SnapshotNode::Links : public TRK_ReferenceReader
+{
+public:
+    struct Link
+    {
+        const NOD_SnapshotLayout *layout = nullptr; ///< null: by name
+        NOD_SnapshotComponent component;
+        std::uint32_t place = 0;
+        std::uint32_t number = 0;
+        bool numberFlag = false; ///< of a kind whose numbers lie there
+    };
+
+    explicit Links(std::vector<Link> links) : myLinks(std::move(links)) {}
+
+    bool readNumber(std::uint32_t reference, double time, int thread, double &value,
+                    bool &timeDependent) const override
+    {
+        const Link &link = myLinks[reference];
+        if (!link.layout) {
+            return false;
+        }
+        const NOD_SnapshotNode &node = *NOD_SnapshotScope::get().getNode(link.place);
+        if (node.myLayout.get() != link.layout) {
+            return false;
+        }
+        const double plain = node.myNumbers[link.number];
+        value = link.numberFlag && !isMark(plain)
+                    ? plain
+                    : NOD_SnapshotRead(node, link.component, time, thread, timeDependent).number();
+        return true;
+    }
+
+private:
+    std::vector<Link> myLinks;
+};
+
+void NOD_SnapshotNode::link(const NOD_Snapshot &snapshot)
+{
+    const auto linkOf = [&](const TRK_Expression::Reference &reference) {
+        Links::Link link;
+        const bool otherFlag = !reference.path.isNull();
+        const NOD_SnapshotNode *const node =
+            otherFlag ? snapshot.findNode(myPlace, reference.path.view()) : this;
+        const NOD_SnapshotComponent found =
+            node ? node->myLayout->findChannel(reference.name.view()) : NOD_SnapshotComponent();
+        myOthersFlag = myOthersFlag || otherFlag;
+        if (found.parm >= 0) {
+            const NOD_SnapshotParm &facts = node->myLayout->getParms()[std::size_t(found.parm)];
+            link = {node->myLayout.get(), found, node->myPlace,
+                    facts.first + std::uint32_t(found.component), facts.rules.isNumber()};
+        }
+        return link;
+    };
+    const auto make = [&](const TRK_Expression &expression) {
+        std::vector<Links::Link> links;
+        for (const TRK_Expression::Reference &reference : expression.getReferences()) {
+            links.push_back(linkOf(reference));
+        }
+        return std::make_unique<const Links>(std::move(links));
+    };
+    for (NOD_SnapshotDriver &driver : myDrivers) {
+        if (driver.channel && driver.freshFlag) {
+            const_cast<TRK_ChannelPicture &>(*driver.channel).link(make);
+            driver.freshFlag = false;
+        }
+    }
+}
 
 void NOD_SnapshotNode::connect()
 {

@@ -47,6 +47,7 @@ struct NOD_SnapshotDriver
     KIT_StringHolder text;
     std::shared_ptr<const TRK_ChannelPicture> channel;
     std::shared_ptr<const ZEL_DataItem> item;
+    bool freshFlag = true; ///< its channel is this picture's own, and not linked yet
 };
 
 class NOD_SnapshotNode : public TRK_PathResolver, public TRK_ValueSource
@@ -73,6 +74,11 @@ public:
     const TRK_Collection &getCollection() const { return myCollection; }
     /// A channel that no parameter has, by name or alias; null for none.
     const TRK_ChannelPicture *findOrphan(const KIT_StringRef &name) const;
+    /// Finds out where the references of its own channels lead. As its last change, when all nodes of the snapshot
+    /// are there.
+    void link(const NOD_Snapshot &snapshot);
+    /// Whether it is to be taken again when the tree changes.
+    bool readsOthers() const { return myOthersFlag; }
     /// Whether some of it is as it was at the taking only.
     bool isPresent() const { return myPresentFlag; }
     /// Names of variables that texts and expressions read and the time hasn't, in addition to those there.
@@ -92,6 +98,7 @@ public:
                         bool &timeDependent) override;
 
 private:
+    class Links;
     class Taking;
 
     struct Orphan
@@ -110,4 +117,5 @@ private:
     TRK_Collection myCollection;   ///< empty: where references start
     std::uint32_t myPlace;
     bool myPresentFlag = false;
+    bool myOthersFlag = false;
 };

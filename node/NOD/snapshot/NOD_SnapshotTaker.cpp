@@ -200,6 +200,15 @@ void NOD_SnapshotTaker::renewTree(NOD_Snapshot &made)
                         NOD_Snapshot::Page::theSize);
 }
 
+void NOD_SnapshotTaker::noteAll(const std::vector<std::uint32_t> &places)
+{
+    for (const std::uint32_t place : places) {
+        if (myKnown[place].node) {
+            note(*myKnown[place].node)->allFlag = true;
+        }
+    }
+}
+
 void NOD_SnapshotTaker::renewNodes(NOD_Snapshot &made, bool allFlag)
 {
     myFresh.assign(made.myPages.size(), false);
@@ -217,16 +226,28 @@ void NOD_SnapshotTaker::renewNodes(NOD_Snapshot &made, bool allFlag)
         myChanged = made.myTree->getOrder();
     } else {
         // They are what they were when they were taken.
-        for (const std::uint32_t place : myPresent) {
-            if (myKnown[place].node) {
-                note(*myKnown[place].node)->allFlag = true;
-            }
+        noteAll(myPresent);
+        if (myTreeFlag) {
+            noteAll(myLinked);
         }
     }
     myPresent.clear();
+    if (allFlag || myTreeFlag) {
+        myLinked.clear();
+    }
     for (const std::uint32_t place : myChanged) {
         if (myKnown[place].node) {
             renewNode(made, place);
+        }
+    }
+    for (const std::uint32_t place : myChanged) {
+        if (myKnown[place].node) {
+            // This snapshot's own so far.
+            auto &node = const_cast<NOD_SnapshotNode &>(*made.getNode(place));
+            node.link(made);
+            if (node.readsOthers()) {
+                myLinked.push_back(place);
+            }
         }
     }
     myChanged.clear();

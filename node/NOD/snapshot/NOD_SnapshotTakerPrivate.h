@@ -55,6 +55,7 @@ private:
 
     void freePlaces(const std::vector<NOD_Node *> &nodes);
     Known *note(NOD_Node &node);
+    void noteAll(const std::vector<std::uint32_t> &places);
     void renewTree(NOD_Snapshot &made);
     void renewNodes(NOD_Snapshot &made, bool allFlag);
     void renewNode(NOD_Snapshot &made, std::uint32_t place);
@@ -70,6 +71,7 @@ private:
     std::vector<std::uint32_t> myFree;    ///< places of nodes that are gone
     std::vector<std::uint32_t> myChanged; ///< places
     std::vector<std::uint32_t> myPresent; ///< of nodes with values that each snapshot takes anew
+    std::vector<std::uint32_t> myLinked;  ///< of nodes that read others; some more than once
     std::unordered_map<const NOD_Interface *, SharedLayout> myLayouts;
     std::set<std::string> myVariables; ///< names that texts of the scene have used
     std::vector<bool> myFresh;         ///< pages that are this snapshot's own
