@@ -429,6 +429,13 @@ public:
     void setChannel(int index, TRK_Channel *channel);
     /// How many components have a channel.
     int getChannelCount() const;
+    /// Whether the components are no more than stored values: none has a channel or a record of an override.
+    bool isBare() const
+    {
+        const Rare *record = rare();
+        return !record || (!record->overrides && getChannelCount() == 0);
+    }
+    bool hasOverrides() const { return rare() && rare()->overrides; }
     /// Links the collection's channel with the component's token, or creates it.
     void addChannel(int index);
     void addChannel(int index, const char *expression, TRK_ExprLanguage language);

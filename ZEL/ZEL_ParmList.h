@@ -325,6 +325,7 @@ public:
     void clearAllUndoSavedFlags();
     bool hasAnyChannels() const;
     bool hasSpareOrMultiInstanceParms() const { return myInstanceTokens.entries() != 0; }
+    bool hasChannelAliases() const { return myChannelAliases.entries() != 0; }
     /// Whether any text uses the variable.
     bool notifyVarChange(const char *name);
     void reloadChannelPtrs();

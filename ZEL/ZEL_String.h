@@ -143,6 +143,7 @@ protected:
 
 private:
     friend struct ZEL_Kind;
+    friend class ZEL_ValueRules;
 
     /// One component, stored text unexpanded.
     void evalValue(ZEL_ParmList *list, double time, int index, int thread, KIT_String &out) const;

@@ -14,6 +14,7 @@
 
 #include <TRK/TRK_Channel.h>
 #include <ZEL/ZEL_Overridable.h>
+#include <ZEL/ZEL_Range.h>
 
 #include <cmath>
 
@@ -55,6 +56,8 @@ public:
                    ZEL_KeySetType keySet) override;
 
 protected:
+    friend class ZEL_ValueRules;
+
     ZEL_ValueInstance(const ZEL_ValueInstance &source, ZEL_Parm *parm)
         : ZEL_Overridable(source, parm)
     {}
@@ -94,6 +97,15 @@ protected:
     static T truncated(double value);
     /// floor(value + 0.5): 2.5 gives 3, -0.5 gives 0.
     static double halvesUp(double value) { return std::floor(value + 0.5); }
+    /// What a float's number is as a value; without a range for null.
+    static double limited(const ZEL_Range *range, bool whole, double value)
+    {
+        value = range ? range->constrain(value) : value;
+        return whole ? halvesUp(value) : value;
+    }
+    /// What an ordinal's is. Both limits are compared with the original value, so if they cross, the maximum
+    /// wins; for floats it is the minimum.
+    static std::int64_t limited(const ZEL_Range &range, std::int64_t value);
     ///@}
 
     // ------------------------------------------------------------------ //

@@ -115,9 +115,8 @@ double ZEL_Float::constrainedValue(double value, bool useMin, bool useMax, bool 
 
 inline double ZEL_Float::limited(double value) const
 {
-    const ZEL_Range *range = getRangePtr();
-    value = range ? range->constrain(value) : value;
-    return getType().hasFloatType(ZEL_Type::ZEL_FLOAT_INTEGER) ? halvesUp(value) : value;
+    return ZEL_ValueInstance::limited(getRangePtr(),
+                                      getType().hasFloatType(ZEL_Type::ZEL_FLOAT_INTEGER), value);
 }
 
 double ZEL_Float::constrainedValue(double value) const

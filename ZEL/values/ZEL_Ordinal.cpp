@@ -82,16 +82,7 @@ void ZEL_Ordinal::adopt(ZEL_Instance &source)
 std::int64_t ZEL_Ordinal::constrained(std::int64_t value) const
 {
     if (const ZEL_Range *range = getRangePtr()) {
-        // Both limits are compared with the original value, so if they cross, the maximum wins; for
-        // floats it is the minimum.
-        std::int64_t result = value;
-        if (range->hasParmMin() && range->getParmMin() > double(value)) {
-            result = truncated<std::int64_t>(std::ceil(range->getParmMin()));
-        }
-        if (range->hasParmMax() && range->getParmMax() < double(value)) {
-            result = truncated<std::int64_t>(std::floor(range->getParmMax()));
-        }
-        return result;
+        return limited(*range, value);
     }
     const ZEL_ChoiceList *list = getChoiceListPtr();
     if (!list || (list->getType() & ZEL_CHOICELIST_EXCLUSIVE_BIT) == 0 || usesTokenValue()) {

@@ -11,6 +11,18 @@
 // Common to all kinds
 // -------------------------------------------------------------------------- //
 
+std::int64_t ZEL_ValueInstance::limited(const ZEL_Range &range, std::int64_t value)
+{
+    std::int64_t result = value;
+    if (range.hasParmMin() && range.getParmMin() > double(value)) {
+        result = truncated<std::int64_t>(std::ceil(range.getParmMin()));
+    }
+    if (range.hasParmMax() && range.getParmMax() < double(value)) {
+        result = truncated<std::int64_t>(std::floor(range.getParmMax()));
+    }
+    return result;
+}
+
 void ZEL_ValueInstance::overwriteDefaults(double time)
 {
     for (int i = 0; i < getVectorSize(); ++i) {

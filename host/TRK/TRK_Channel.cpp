@@ -59,7 +59,9 @@ TRK_Channel::TRK_Channel(TRK_Collection *collection, const KIT_StringHolder &nam
 
 TRK_Channel::~TRK_Channel()
 {
-    TRKgetEventManager().channelDestroyed(this);
+    if (myCollection != nullptr) { // else it has been announced, or never been in one
+        TRKgetEventManager().channelDestroyed(this);
+    }
 }
 
 bool TRK_Channel::match(const char *globPatterns) const
@@ -638,7 +640,7 @@ double TRK_Channel::evaluateExpression(const TRK_Segment &segment, const TRK_Col
         });
         value = goodFlag ? value : 0.0;
     }
-    BASstoreIfDifferent(myTimeMark, uint8_t(state.timeDependent ? 1 : 0));
+    markTime(state.timeDependent);
     timeDependent = timeDependent || state.timeDependent;
     return value;
 }
@@ -655,7 +657,7 @@ bool TRK_Channel::evaluateString(const TRK_Collection *collection, double time, 
     if (mySegments.empty() || (myPendingFlag && isPending(time))) {
         const bool goodFlag = evaluateDefaultString(state, out);
         if (mySegments.empty()) {
-            BASstoreIfDifferent(myTimeMark, uint8_t(state.timeDependent ? 1 : 0));
+            markTime(state.timeDependent);
         }
         timeDependent = timeDependent || myPendingFlag || state.timeDependent;
         return goodFlag;
@@ -663,7 +665,7 @@ bool TRK_Channel::evaluateString(const TRK_Collection *collection, double time, 
     const TRK_Segment &segment = mySegments[findSegment(time)];
     state.segment = &segment;
     const bool goodFlag = evaluateSegmentString(segment, state, out);
-    BASstoreIfDifferent(myTimeMark, uint8_t(state.timeDependent ? 1 : 0));
+    markTime(state.timeDependent);
     timeDependent = timeDependent || myTimeFlag || myPendingFlag || state.timeDependent;
     return goodFlag;
 }

@@ -57,6 +57,8 @@ public:
     const KIT_String &getDefaultString() const { return myDefaultString; }
     TRK_ExprLanguage getDefaultLanguage() const { return myDefaultExpression.getExprLanguage(); }
     void setDefaultString(const char *text, TRK_ExprLanguage language = TRK_LANGUAGE_NATIVE);
+    /// Its compiled form, in a segment of no keys.
+    const TRK_Segment &getDefaultSegment() const { return myDefaultExpression; }
 
     // ---------------------------------------------------------------- //
     /// \name Keys
@@ -177,6 +179,7 @@ public:
 
 private:
     friend class TRK_ChannelContents;
+    friend class TRK_ChannelPicture;
     friend class TRK_Collection;
     friend class TRK_CollectionReader;
     friend class TRK_Segment;
@@ -197,6 +200,13 @@ private:
     void notifyIf(bool notify);
     void updateTimeFlag();
     void tellTextsChanged() const;
+    /// What is in no collection is read by others: nothing of it is written.
+    void markTime(bool timeDependent) const
+    {
+        if (myCollection != nullptr) {
+            BASstoreIfDifferent(myTimeMark, uint8_t(timeDependent ? 1 : 0));
+        }
+    }
     bool takesString(double time) const;
     double evaluateExpression(const TRK_Segment &segment, const TRK_Collection *collection,
                               double time, int thread, bool &timeDependent) const;

@@ -74,6 +74,16 @@ bool TRK_EvalContext::NoScripts::isOpen()
     return theTRKEvalThread.scriptsOff > 0;
 }
 
+TRK_EvalContext::FrameRate::FrameRate(double framesPerSecond) : myOuter(theTRKEvalThread.frameRate)
+{
+    theTRKEvalThread.frameRate = framesPerSecond;
+}
+
+TRK_EvalContext::FrameRate::~FrameRate()
+{
+    theTRKEvalThread.frameRate = myOuter;
+}
+
 const TRK_EvalContext::Scope *TRK_EvalContext::getCurrent(int thread)
 {
     return innermostScopes().get(thread);

@@ -88,6 +88,20 @@ public:
         static bool isOpen();
     };
 
+    /// While it lives, expressions and texts that the calling thread evaluates see this frame rate, not the
+    /// process's.
+    class KIT_API FrameRate
+    {
+    public:
+        explicit FrameRate(double framesPerSecond);
+        ~FrameRate();
+        FrameRate(const FrameRate &) = delete;
+        FrameRate &operator=(const FrameRate &) = delete;
+
+    private:
+        double myOuter;
+    };
+
     /// The innermost scope of a thread; null if none is open.
     static const Scope *getCurrent(int thread);
 };

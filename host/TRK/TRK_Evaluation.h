@@ -87,6 +87,7 @@ struct TRK_EvalThread
     int lastError;                   ///< the number of the last one
     int scriptsOff;                  ///< how many scopes turn scripts off
     TRK_ReferenceListener *listener; ///< notified of references; usually null
+    double frameRate;                ///< 0: the process's
 
     void restart()
     {

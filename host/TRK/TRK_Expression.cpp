@@ -10,6 +10,7 @@
 #include <TRK/TRK_Collection.h>
 #include <TRK/TRK_ExpressionFunctions.h>
 #include <TRK/TRK_ExpressionParser.h>
+#include <TRK/TRK_ExpressionRunnerPrivate.h>
 #include <TRK/TRK_Manager.h>
 
 #include <algorithm>
@@ -48,6 +49,8 @@ int64_t TRK_EvalShare::restart(int64_t steps)
     mySteps = TRK_Limits::theSteps - std::clamp<int64_t>(left, 0, TRK_Limits::theSteps);
     return mySteps;
 }
+
+TRK_ReferenceReader::~TRK_ReferenceReader() = default;
 
 void TRK_EvalState::raise(int error, int thread)
 {
@@ -143,48 +146,6 @@ double compareAny(const KIT_String &a, const KIT_String &b)
 
 } // namespace
 
-/// Stack pointers address one slot before the bottom; push pre-increments.
-class TRK_Expression::Runner
-{
-public:
-    Runner(const TRK_Expression &expression, TRK_EvalState &state, double *numbers,
-           KIT_String *texts)
-        : myExpression(expression), myState(state), myNumber(numbers), myText(texts),
-          myErrors(theTRKEvalThread.errors)
-    {}
-
-    /// Runs the program. The result is on top of one of the stacks. False: an error was raised.
-    bool run();
-    double number() const { return *myNumber; }
-    KIT_String &text() const { return *myText; }
-    /// Counts reading a number from the text that is the result.
-    bool finishText() { return chargeLooking(myText->length()); }
-
-private:
-    bool fail(int error);
-    bool runFunction(const Step &step);
-    double load(const Step &step) const;
-    bool runArithmetic(Code code);
-    bool runChannel(const Step &step);
-    bool readChannel(const Reference &reference, double time);
-    bool runText(const Step &step);
-    bool runTextChannel(const Step &step);
-    bool runTextFunction(const Step &step);
-    bool within(bool limits) { return limits || fail(EVL::EVL_DEPTH); }
-    bool chargeLooking(size_t bytes);
-    bool chargeMaking(size_t bytes);
-    bool join(KIT_String &left, const KIT_String &right);
-    bool pushVariable(const Step &step);
-    bool pushNodeName();
-    KIT_String &pushText() { return *++myText; }
-
-    const TRK_Expression &myExpression;
-    TRK_EvalState &myState;
-    double *myNumber;
-    KIT_String *myText;
-    const uint32_t myErrors;
-};
-
 bool TRK_Expression::Runner::fail(int error)
 {
     const TRK_EvalThread &self = theTRKEvalThread;
@@ -200,12 +161,11 @@ bool TRK_Expression::Runner::fail(int error)
     return false;
 }
 
-bool TRK_Expression::Runner::run()
+bool TRK_Expression::Runner::run(const Step *step, const Step *partEnd)
 {
     const Step *const first = myExpression.mySteps.data();
-    const Step *const end = first + myExpression.mySteps.size();
     bool goodFlag = true;
-    for (const Step *step = first; step < end && goodFlag; ++step) {
+    for (; step < partEnd && goodFlag; ++step) {
         switch (step->code) {
         case Code::NUMBER: *++myNumber = step->number; break;
         case Code::FRAME:
@@ -243,10 +203,10 @@ double TRK_Expression::Runner::load(const Step &step) const
 {
     const TRK_Manager &manager = TRK_Manager::getContext();
     switch (step.code) {
-    case Code::FRAME: return std::floor(manager.timeToFrame(myState.time) + 0.5);
-    case Code::FLOAT_FRAME: return manager.timeToFrame(myState.time);
+    case Code::FRAME: return std::floor(manager.evaluateFrame(myState.time) + 0.5);
+    case Code::FLOAT_FRAME: return manager.evaluateFrame(myState.time);
     case Code::TIME: return myState.time;
-    case Code::FPS: return manager.getFPS();
+    case Code::FPS: return manager.getEvaluateFPS();
     default:
         return myState.segment == nullptr
                    ? 0.0
@@ -285,6 +245,12 @@ bool TRK_Expression::Runner::runChannel(const Step &step)
         *++myNumber = myState.time; // the slot of the result holds the time until then
     }
     if (step.code <= Code::CHANNEL_AT) {
+        const TRK_ReferenceReader *const reader = myExpression.myReader.get();
+        if (reader != nullptr && theTRKEvalThread.listener == nullptr &&
+            reader->readNumber(step.index, *myNumber, myState.thread, *myNumber,
+                               myState.timeDependent)) {
+            return theTRKEvalThread.errors == myErrors || fail(EVL::EVL_UNKNOWN_CHANNEL);
+        }
         return readChannel(myExpression.myReferences[step.index], *myNumber);
     }
     const KIT_String &name = *myText--;

@@ -23,8 +23,19 @@
 #include <TRK/TRK_Evaluation.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
+
+/// Answers for the references of one expression without looking for their names, for who knows where they lead.
+class KIT_API TRK_ReferenceReader
+{
+public:
+    virtual ~TRK_ReferenceReader();
+    /// The number of TRK_Expression::getReferences()[reference]. False: it is to be found by its name.
+    virtual bool readNumber(std::uint32_t reference, double time, int thread, double &value,
+                            bool &timeDependent) const = 0;
+};
 
 class KIT_API TRK_Expression
 {
@@ -144,6 +155,12 @@ public:
     /// The references by literal names, in the order of the text.
     const std::vector<Reference> &getReferences() const { return myReferences; }
 
+    /// Who answers for its references from now on, as long as nobody listens to them. Before it is shared.
+    void setReader(std::unique_ptr<const TRK_ReferenceReader> reader)
+    {
+        myReader = std::move(reader);
+    }
+
     /// Treats the expression's value as text, whatever it contains.
     void forceStringType() { myType = Type::STRING; }
 
@@ -169,6 +186,7 @@ public:
 
 private:
     friend class TRK_ExpressionParser;
+    friend class TRK_ExpressionTrace;
     class Runner;
 
     TRK_Expression() = default;
@@ -177,6 +195,7 @@ private:
     std::vector<Step> mySteps;
     std::vector<Reference> myReferences;
     std::vector<KIT_StringHolder> myTexts;
+    std::unique_ptr<const TRK_ReferenceReader> myReader; ///< usually null
     std::string myErrorText;
     uint32_t myErrorPosition = 0;
     int myError = 0;

@@ -2,8 +2,10 @@
 
 #include <TRK/TRK_Types.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 namespace
@@ -216,6 +218,15 @@ const TRK_FunctionEntry *TRKfindFunction(const char *name, size_t length)
         }
     }
     return nullptr;
+}
+
+bool TRKisMonotone(TRK_Expression::NumberFunction function)
+{
+    // clamp() isn't where its limits cross.
+    constexpr const char *theMonotone[] = {"sign", "floor", "ceil", "round", "int", "min", "max"};
+    return std::any_of(std::begin(theMonotone), std::end(theMonotone), [&](const char *name) {
+        return TRKfindFunction(name, std::strlen(name))->function == function;
+    });
 }
 
 int TRKleastArguments(const char *signature)

@@ -38,6 +38,9 @@ const TRK_FunctionEntry *TRKfindFunction(const char *name, size_t length);
 /// Truncation toward zero, for chi.
 double TRKtruncate(const double *args, int count, bool &failed);
 
+/// Whether a function never falls where none of its arguments does.
+bool TRKisMonotone(TRK_Expression::NumberFunction function);
+
 /// Smallest and largest argument count of a signature, and the kind of one argument.
 int TRKleastArguments(const char *signature);
 int TRKmostArguments(const char *signature);

@@ -32,6 +32,11 @@ double TRK_Manager::getEvaluateTime(int thread) const
     return scope != nullptr ? scope->getTime() : getCurrentTime();
 }
 
+double TRK_Manager::getEvaluateFPS() const
+{
+    return theTRKEvalThread.frameRate > 0.0 ? theTRKEvalThread.frameRate : getFPS();
+}
+
 void TRK_Manager::setFPS(double fps)
 {
     if (fps > 0.0 && std::isfinite(fps)) {
@@ -89,28 +94,30 @@ bool TRK_Manager::getVariable(const KIT_StringRef &name, double time,
     }
     const bool frameFlag = word == "F";
     if (frameFlag || word == "FF" || word == "T") {
-        const double frame = timeToFrame(time);
+        const double frame = evaluateFrame(time);
         const double number = frameFlag ? std::floor(frame + 0.5) : word == "T" ? time : frame;
         value = KIT_Digits(number).buffer();
         timeDependent = true;
         return true;
     }
     if (const int digits = TRKpaddedFrameDigits(word)) {
-        const std::string text = paddedFrame(timeToFrame(time), digits);
+        const std::string text = paddedFrame(evaluateFrame(time), digits);
         value.harden(text.data(), text.size());
         timeDependent = true;
         return true;
     }
     if (word == "FPS") {
-        value = KIT_Digits(getFPS()).buffer();
+        value = KIT_Digits(getEvaluateFPS()).buffer();
         return true;
     }
     if (word == "PI" || word == "E") {
         value = KIT_Digits(word == "PI" ? std::acos(-1.0) : std::exp(1.0)).buffer();
         return true;
     }
-    return (resolver != nullptr && resolver->getVariable(name, value)) ||
-           CON_Manager::getContext().getEnv(name, value);
+    if (resolver == nullptr) {
+        return CON_Manager::getContext().getEnv(name, value);
+    }
+    return resolver->getVariable(name, value) || resolver->getEnvironment(name, value);
 }
 
 // ---------------------------------------------------------------- //

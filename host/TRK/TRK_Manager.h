@@ -57,6 +57,10 @@ public:
     void setFPS(double fps);
     double timeToFrame(double time) const { return time * getFPS() + 1.0; }
     double frameToTime(double frame) const { return (frame - 1.0) / getFPS(); }
+    /// The rate that expressions and texts of the calling thread see: that of its innermost
+    /// TRK_EvalContext::FrameRate, else the process's.
+    double getEvaluateFPS() const;
+    double evaluateFrame(double time) const { return time * getEvaluateFPS() + 1.0; }
 
     // ---------------------------------------------------------------- //
     /// \name Settings
@@ -99,6 +103,14 @@ public:
     static bool countScriptRun(int thread);
     /// True if the text uses $NAME or ${NAME}.
     static bool scanForVariableInString(const char *text, const char *name);
+
+    using VariableCall = std::function<void(std::string_view name)>;
+    /// Calls \p call for each $NAME and ${NAME} of a text or an expression.
+    static void forEachVariable(const char *text, const VariableCall &call);
+    /// Whether the name is one that the channel library answers for itself: the time, the node's name, constants.
+    static bool isOwnVariable(std::string_view name);
+    /// Fails the evaluation in progress, for a value source that can't answer.
+    static void raiseError(int error, int thread);
 
     using ExpressionCall = std::function<void(std::string_view expression)>;
     /// Calls \p call for each expression in the backticks of a literal text, as expanding it finds them; each

@@ -90,12 +90,20 @@ private:
     {
         KIT_String home;
         const bool wholeFlag = text[1] == '\0' || text[1] == '/';
-        if (!wholeFlag || !CON_Manager::getContext().getEnv("HOME", home)) {
+        if (!wholeFlag || !takeEnvironment("HOME", home)) {
             return 0;
         }
         myOut.append(home.nonNullStr());
         myMask |= TRK_EXPAND_CHANGED;
         return 1;
+    }
+
+    bool takeEnvironment(const char *name, KIT_String &value) const
+    {
+        TRK_PathResolver *resolver =
+            myCollection != nullptr ? myCollection->getPathResolver() : nullptr;
+        return resolver != nullptr ? resolver->getEnvironment(name, value)
+                                   : CON_Manager::getContext().getEnv(name, value);
     }
 
     size_t takeBackslashes(const char *text)
@@ -273,6 +281,27 @@ bool TRK_Manager::scanForVariableInString(const char *text, const char *name)
         }
     }
     return false;
+}
+
+void TRK_Manager::forEachVariable(const char *text, const VariableCall &call)
+{
+    std::string_view name;
+    for (const char *c = text != nullptr ? std::strchr(text, '$') : nullptr; c != nullptr;
+         c = std::strchr(c + 1, '$')) {
+        if (TRKscanVariable(c, name) != 0) {
+            call(name);
+        }
+    }
+}
+
+bool TRK_Manager::isOwnVariable(std::string_view name)
+{
+    return TRKisTimeVariable(name) || name == "OS" || name == "FPS" || name == "PI" || name == "E";
+}
+
+void TRK_Manager::raiseError(int error, int thread)
+{
+    TRK_EvalState::raise(error, thread);
 }
 
 void TRK_Manager::forEachReference(const char *expression, const ReferenceCall &call)

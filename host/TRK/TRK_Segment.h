@@ -36,6 +36,8 @@ public:
     ~TRK_Segment();
 
     double getStart() const { return myStart; }
+    /// Infinity for the last one.
+    double getEnd() const { return myEnd; }
 
     // ---------------------------------------------------------------- //
     /// \name Expression

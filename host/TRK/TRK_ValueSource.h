@@ -53,6 +53,9 @@ public:
     virtual TRK_Collection *findCollection(const KIT_StringRef &path) = 0;
     /// The text of a variable, by its name without the "$".
     virtual bool getVariable(const KIT_StringRef &name, KIT_String &value) = 0;
+    /// The text of a variable of the process, for a name that getVariable doesn't have. Base: that of its
+    /// environment.
+    virtual bool getEnvironment(const KIT_StringRef &name, KIT_String &value);
     /// Appends this node's own path.
     virtual void getPath(KIT_WorkBuffer &path) = 0;
     /// A text of this node refers to the parameter \p name of the node at \p path (null: of this

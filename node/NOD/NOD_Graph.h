@@ -44,6 +44,7 @@
 #include <vector>
 
 class KIT_StringRef;
+class NOD_ChangeWatcher;
 class NOD_Conditions;
 class NOD_LostReferences;
 class NOD_Node;
@@ -66,6 +67,8 @@ public:
     NOD_Graph(const NOD_Graph &) = delete;
     NOD_Graph &operator=(const NOD_Graph &) = delete;
 
+    /// Told of each change that is told here, null for none. Borrowed.
+    void setWatcher(NOD_ChangeWatcher *watcher) { myWatcher = watcher; }
     void setDirtyCallback(DirtyCallback callback) { myDirtyCallback = std::move(callback); }
     /// Finds the references of all parameters again; nothing is pushed.
     void rebuild(double time);
@@ -178,6 +181,7 @@ private:
 
     Pending &pendingOf(NOD_Node &node);
     void mark(NOD_Node &node, const std::string &token, std::uint32_t bits);
+    void noteTree();
     void markStructure(NOD_Node &node);
     void markReader(const NOD_GraphReader &reader);
     void markReadersOf(const LNK_MicroNode &node);
@@ -219,6 +223,7 @@ private:
 
     NOD_Node *myRoot;
     NOD_Conditions *myConditions = nullptr; ///< sets itself
+    NOD_ChangeWatcher *myWatcher = nullptr;
     DirtyCallback myDirtyCallback;
     Reader myReader;
     int myDepth = 0;           ///< of batches

@@ -18,12 +18,15 @@
 #include <KIT/KIT_StringRef.h>
 #include <NOD/NOD_API.h>
 #include <NOD/NOD_NodeSeed.h>
+#include <NOD/NOD_SnapshotOptions.h>
 
 #include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
+class NOD_ChangeWatcher;
 class NOD_Conditions;
 class NOD_Graph;
 class NOD_Interface;
@@ -33,6 +36,7 @@ class NOD_NodeSource;
 class NOD_ReferenceIndex;
 class NOD_References;
 class NOD_Report;
+class NOD_Snapshot;
 class NOD_UndoStack;
 
 class NOD_API NOD_Scene
@@ -152,6 +156,23 @@ public:
     NOD_UndoStack &getUndo() { return *myUndo; }
     ///@}
 
+    // ------------------------------------------------------------------ //
+    /// \name What threads read while the scene is edited   (see NOD_Snapshot.h)
+    // ------------------------------------------------------------------ //
+    ///@{
+    /// As it is now. It shares with the last one what hasn't changed.
+    std::shared_ptr<const NOD_Snapshot> snapshot(const NOD_SnapshotOptions &options = {});
+    struct Value
+    {
+        NOD_Node *node;
+        int parm; ///< index
+        int component;
+    };
+    /// Components whose value at one time isn't certainly that at another one: what a change of the frame has to
+    /// tell, instead of everything that is animated. Foreign values are among them. Takes a snapshot.
+    std::vector<Value> changedBetween(double from, double to);
+    ///@}
+
 private:
     void applyTime() const;
     bool isChangeable(NOD_Node &node, NOD_Report &report) const;
@@ -172,4 +193,5 @@ private:
     std::unique_ptr<NOD_Graph> myGraph;
     std::unique_ptr<NOD_Conditions> myConditions;
     std::unique_ptr<NOD_UndoStack> myUndo;
+    std::unique_ptr<NOD_ChangeWatcher> mySnapshots; ///< null: none has been taken
 };

@@ -2,6 +2,7 @@
 
 #include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Conditions.h>
+#include <NOD/tree/NOD_ChangeWatcherPrivate.h>
 #include <NOD/tree/NOD_GraphScopesPrivate.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <NOD/tree/NOD_LostReferencesPrivate.h>
@@ -100,6 +101,9 @@ NOD_Graph::~NOD_Graph()
 void NOD_Graph::nodeRemoved(NOD_Node &node)
 {
     mend([&] { nodeLeaves(node); });
+    if (myWatcher) {
+        myWatcher->nodeRemoved(node);
+    }
     myLost->forget(node);
     myVariables.erase(&node);
     const auto pending = myPendingPlaces.find(&node);
@@ -165,8 +169,18 @@ void NOD_Graph::mark(NOD_Node &node, const std::string &token, std::uint32_t bit
     }
 }
 
+void NOD_Graph::noteTree()
+{
+    if (myWatcher) {
+        myWatcher->treeChanged();
+    }
+}
+
 void NOD_Graph::markStructure(NOD_Node &node)
 {
+    if (myWatcher) {
+        myWatcher->nodeChanged(node);
+    }
     Pending &pending = pendingOf(node);
     // Parameters that are replaced take the marks of their own changes along.
     pending.pushAllFlag = pending.pushAllFlag || pending.fullFlag;
@@ -237,6 +251,9 @@ void NOD_Graph::parmChanged(NOD_Node &node, TRK_CHANGE_TYPE type, int parmIndex)
     if (type != TRK_CHANGE_VALUE || !myRoot) {
         return;
     }
+    if (myWatcher) {
+        myWatcher->parmChanged(node, parmIndex);
+    }
     if (ZEL_Parm *const parm = node.getParms().getParmPtr(parmIndex)) {
         Pending &pending = pendingOf(node);
         if (!pending.fullFlag) {
@@ -279,6 +296,7 @@ void NOD_Graph::parmLeaves(NOD_Node &node, int parmIndex)
 
 void NOD_Graph::nodeLeaves(NOD_Node &node)
 {
+    noteTree();
     NOD_LostReferences::Readers readers;
     myLost->addWaiting(node, readers, [](const std::string &) { return true; });
     for (const NOD_GraphReader &reader : readers) {
@@ -296,6 +314,7 @@ void NOD_Graph::treeLeaves(NOD_Node &node)
 
 void NOD_Graph::nodeAppears(NOD_Node &node)
 {
+    noteTree();
     mend([&] {
         markWatchers(node);
         markStructure(node);
@@ -306,6 +325,7 @@ void NOD_Graph::nodeAppears(NOD_Node &node)
 
 void NOD_Graph::treeAppears(NOD_Node &node)
 {
+    noteTree();
     const NOD_Batch batch(this);
     mend([&] {
         NODforEachNode(node, [&](NOD_Node &each) {
@@ -317,6 +337,7 @@ void NOD_Graph::treeAppears(NOD_Node &node)
 
 void NOD_Graph::variableChanged(NOD_Node &node, const std::string &name)
 {
+    noteTree();
     mend([&] { myVariables[&node].insert(name); });
     flushUnlessInBatch();
 }

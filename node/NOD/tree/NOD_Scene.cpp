@@ -10,6 +10,7 @@
 #include <NOD/NOD_References.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_UndoStack.h>
+#include <NOD/tree/NOD_ChangeWatcherPrivate.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <NOD/tree/NOD_ReferenceIndexPrivate.h>
 #include <NOD/undo/NOD_UndoStepPrivate.h>

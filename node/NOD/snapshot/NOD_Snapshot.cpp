@@ -1,0 +1,235 @@
+#include <NOD/NOD_Snapshot.h>
+
+#include <KIT/KIT_String.h>
+#include <NOD/snapshot/NOD_SnapshotNodePrivate.h>
+#include <NOD/snapshot/NOD_SnapshotReadPrivate.h>
+#include <NOD/snapshot/NOD_SnapshotTreePrivate.h>
+
+#include <CON/CON_Manager.h>
+
+NOD_Snapshot::~NOD_Snapshot() = default;
+
+// ---------------------------------------------------------------------- //
+// What it has
+// ---------------------------------------------------------------------- //
+
+const NOD_SnapshotNode *NOD_Snapshot::findNode(std::uint32_t from, std::string_view path) const
+{
+    const std::uint32_t place = myTree->find(from, path);
+    return place != NOD_SnapshotTree::theNone ? getNode(place) : nullptr;
+}
+
+NOD_SnapshotHandle NOD_Snapshot::handleOf(const NOD_SnapshotNode &node, int parm,
+                                          int component) const
+{
+    NOD_SnapshotHandle handle;
+    const NOD_SnapshotParm &facts = node.getLayout().getParms()[std::size_t(parm)];
+    if (component >= 0 && component < facts.size) {
+        handle.myNumber = node.getNumbers() + facts.first + component;
+        handle.myNode = node.getPlace();
+        handle.myParm = parm;
+        handle.myComponent = std::int16_t(component);
+        handle.myPlainFlag = facts.rules.isNumber() && !NOD_SnapshotNode::isMark(*handle.myNumber);
+    }
+    return handle;
+}
+
+std::vector<std::string> NOD_Snapshot::getPaths() const
+{
+    std::vector<std::string> paths;
+    for (const std::uint32_t place : myTree->getOrder()) {
+        paths.push_back(myTree->pathOf(place));
+    }
+    return paths;
+}
+
+std::vector<std::string> NOD_Snapshot::getTokens(std::string_view path) const
+{
+    std::vector<std::string> tokens;
+    if (const NOD_SnapshotNode *const node = findNode(0, path)) {
+        for (const NOD_SnapshotParm &parm : node->getLayout().getParms()) {
+            tokens.emplace_back(parm.token.view());
+        }
+    }
+    return tokens;
+}
+
+NOD_SnapshotHandle NOD_Snapshot::find(std::string_view path, std::string_view token,
+                                      int component) const
+{
+    const NOD_SnapshotNode *const node = findNode(0, path);
+    const int parm = node ? node->getLayout().findParm(token) : -1;
+    return parm >= 0 ? handleOf(*node, parm, component) : NOD_SnapshotHandle();
+}
+
+NOD_SnapshotHandle NOD_Snapshot::findChannel(std::string_view path, std::string_view name) const
+{
+    const NOD_SnapshotNode *const node = findNode(0, path);
+    const NOD_SnapshotComponent found =
+        node ? node->getLayout().findChannel(name) : NOD_SnapshotComponent();
+    return found.parm >= 0 ? handleOf(*node, found.parm, found.component) : NOD_SnapshotHandle();
+}
+
+std::vector<NOD_SnapshotHandle> NOD_Snapshot::findAll(std::string_view path) const
+{
+    std::vector<NOD_SnapshotHandle> handles;
+    const NOD_SnapshotNode *const node = findNode(0, path);
+    for (std::size_t i = 0; node && i < node->getLayout().getParms().size(); ++i) {
+        for (int k = 0; k < node->getLayout().getParms()[i].size; ++k) {
+            handles.push_back(handleOf(*node, int(i), k));
+        }
+    }
+    return handles;
+}
+
+std::string NOD_Snapshot::getPath(const NOD_SnapshotHandle &handle) const
+{
+    return handle ? myTree->pathOf(handle.getNode()) : "";
+}
+
+std::string NOD_Snapshot::getToken(const NOD_SnapshotHandle &handle) const
+{
+    return handle ? std::string(getNode(handle.getNode())
+                                    ->getLayout()
+                                    .getParms()[std::size_t(handle.getParm())]
+                                    .token.view())
+                  : "";
+}
+
+const TRK_Channel *NOD_Snapshot::getChannel(const NOD_SnapshotHandle &handle) const
+{
+    const NOD_SnapshotDriver *const driver =
+        handle ? getNode(handle.getNode())->findDriver(*handle.myNumber) : nullptr;
+    return driver && driver->channel ? &driver->channel->get() : nullptr;
+}
+
+std::shared_ptr<const ZEL_DataItem> NOD_Snapshot::getItem(const NOD_SnapshotHandle &handle) const
+{
+    const NOD_SnapshotDriver *const driver =
+        handle ? getNode(handle.getNode())->findDriver(*handle.myNumber) : nullptr;
+    return driver ? driver->item : nullptr;
+}
+
+std::vector<NOD_Snapshot::Foreign> NOD_Snapshot::getForeign() const
+{
+    std::vector<Foreign> all;
+    for (const std::uint32_t place : myTree->getOrder()) {
+        const NOD_SnapshotNode &node = *getNode(place);
+        const auto first = all.size();
+        for (const NOD_SnapshotDriver &driver : node.getDrivers()) {
+            if (driver.foreignFlag) {
+                all.push_back({handleOf(node, int(driver.parm), driver.component), driver.foreign,
+                               myOptions.of(driver.foreign)});
+            }
+        }
+        std::sort(all.begin() + std::ptrdiff_t(first), all.end(),
+                  [](const Foreign &a, const Foreign &b) {
+                      return std::pair(a.handle.getParm(), a.handle.getComponent()) <
+                             std::pair(b.handle.getParm(), b.handle.getComponent());
+                  });
+    }
+    return all;
+}
+
+std::int64_t NOD_Snapshot::getMemoryUsage() const
+{
+    std::int64_t bytes = std::int64_t(sizeof(*this) + myPages.capacity() * sizeof(myPages[0]) +
+                                      myPages.size() * sizeof(Page)) +
+                         myTree->getMemoryUsage();
+    std::vector<const NOD_SnapshotLayout *> layouts;
+    for (const std::uint32_t place : myTree->getOrder()) {
+        bytes += getNode(place)->getMemoryUsage();
+        layouts.push_back(&getNode(place)->getLayout());
+    }
+    std::sort(layouts.begin(), layouts.end());
+    layouts.erase(std::unique(layouts.begin(), layouts.end()), layouts.end());
+    for (const NOD_SnapshotLayout *const layout : layouts) {
+        bytes += layout->getMemoryUsage();
+    }
+    return bytes;
+}
+
+std::size_t NOD_Snapshot::countShared(const NOD_Snapshot &other) const
+{
+    std::size_t count = 0;
+    for (const std::uint32_t place : myTree->getOrder()) {
+        const bool thereFlag = place / Page::theSize < other.myPages.size();
+        count += thereFlag && getNode(place) == other.getNode(place) ? 1 : 0;
+    }
+    return count;
+}
+
+// ---------------------------------------------------------------------- //
+// What expressions ask for
+// ---------------------------------------------------------------------- //
+
+bool NOD_Snapshot::getVariable(std::uint32_t place, const KIT_StringRef &name,
+                               KIT_String &value) const
+{
+    const std::string *const found = myTree->findVariable(place, std::string(name.view()));
+    if (found) {
+        value.harden(found->c_str());
+    }
+    return found != nullptr;
+}
+
+bool NOD_Snapshot::getEnvironment(const KIT_StringRef &name, KIT_String &value) const
+{
+    if (myOptions.variables == NOD_SnapshotOptions::Policy::OWNER) {
+        return CON_Manager::getContext().getEnv(name, value);
+    }
+    const auto found = myEnvironment->find(std::string(name.view()));
+    if (found == myEnvironment->end() || !found->second) {
+        return false;
+    }
+    value.harden(found->second->c_str());
+    return true;
+}
+
+void NOD_Snapshot::appendPath(std::uint32_t place, KIT_WorkBuffer &path) const
+{
+    myTree->appendPath(place, path);
+}
+
+// ---------------------------------------------------------------------- //
+// Reading
+// ---------------------------------------------------------------------- //
+
+double NOD_Snapshot::readNumber(const NOD_SnapshotHandle &handle, double time, int thread) const
+{
+    if (!handle) {
+        return 0.0;
+    }
+    const NOD_SnapshotScope scope(*this);
+    bool timeDependent = false;
+    return NOD_SnapshotRead(*getNode(handle.myNode), {handle.myParm, handle.myComponent}, time,
+                            thread, timeDependent)
+        .number();
+}
+
+std::int64_t NOD_Snapshot::getInteger(const NOD_SnapshotHandle &handle, double time,
+                                      int thread) const
+{
+    if (!handle) {
+        return 0;
+    }
+    const NOD_SnapshotScope scope(*this);
+    bool timeDependent = false;
+    return NOD_SnapshotRead(*getNode(handle.myNode), {handle.myParm, handle.myComponent}, time,
+                            thread, timeDependent)
+        .integer();
+}
+
+void NOD_Snapshot::getText(const NOD_SnapshotHandle &handle, double time, int thread,
+                           KIT_String &text) const
+{
+    if (!handle) {
+        text = "";
+        return;
+    }
+    const NOD_SnapshotScope scope(*this);
+    bool timeDependent = false;
+    NOD_SnapshotRead(*getNode(handle.myNode), {handle.myParm, handle.myComponent}, time, thread,
+                     timeDependent)
+        .text(text);
+}

@@ -1,0 +1,200 @@
+// Snapshots: each answers what the scene answered when it was taken, whatever happens to the scene afterwards.
+
+#include <node/SceneEdits.h>
+
+#include <EVL/EVL.h>
+#include <NOD/NOD_Snapshot.h>
+#include <TRK/TRK_Manager.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <deque>
+#include <memory>
+#include <set>
+#include <tuple>
+
+namespace
+{
+
+constexpr double theTimes[] = {0.0, 1.0 / 24.0, 1.3, -1.0, 2.0};
+
+std::string bitsOf(double number)
+{
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &number, sizeof(bits));
+    return std::to_string(number) + ":" + std::to_string(bits);
+}
+
+/// What the scene says of each component at each time, a line each.
+std::string answersOf(NOD_Scene &scene)
+{
+    const int thread = BASgetSTID();
+    const KIT_ErrorManager::Scope quiet(thread);
+    std::string all;
+    const auto add = [&](NOD_Node &node, const auto &self) -> void {
+        for (int i = 0; i < node.getParms().getEntries(); ++i) {
+            const ZEL_Parm &parm = *node.getParms().getParmPtr(i);
+            for (int k = 0; k < parm.getVectorSize(); ++k) {
+                for (const double time : theTimes) {
+                    double number = 0.0;
+                    std::int64_t whole = 0;
+                    KIT_String text;
+                    parm.getValue(time, number, k, thread);
+                    parm.getValue(time, whole, k, thread);
+                    parm.getValue(time, text, k, true, thread);
+                    all += pathOf(node) + " " + parm.getToken() + " " + std::to_string(k) + " " +
+                           std::to_string(time) + " " + bitsOf(number) + " " +
+                           std::to_string(whole) + " " + text.nonNullStr() + "\n";
+                }
+            }
+        }
+        for (const auto &child : node.getChildren()) {
+            self(*child, self);
+        }
+    };
+    add(scene.getRoot(), add);
+    EVL::theErrNo[thread] = EVL::EVL_OK;
+    return all;
+}
+
+std::string answersOf(const NOD_Snapshot &snapshot)
+{
+    const int thread = BASgetSTID();
+    std::string all;
+    for (const std::string &path : snapshot.getPaths()) {
+        for (const NOD_SnapshotHandle &handle : snapshot.findAll(path)) {
+            for (const double time : theTimes) {
+                KIT_String text;
+                snapshot.getText(handle, time, thread, text);
+                all += path + " " + snapshot.getToken(handle) + " " +
+                       std::to_string(handle.getComponent()) + " " + std::to_string(time) + " " +
+                       bitsOf(snapshot.getNumber(handle, time, thread)) + " " +
+                       std::to_string(snapshot.getInteger(handle, time, thread)) + " " +
+                       text.nonNullStr() + "\n";
+            }
+        }
+    }
+    EVL::theErrNo[thread] = EVL::EVL_OK;
+    return all;
+}
+
+/// The first line that differs.
+std::string difference(const std::string &live, const std::string &taken)
+{
+    std::istringstream lives(live), takens(taken);
+    std::string a, b;
+    while (bool(std::getline(lives, a)) | bool(std::getline(takens, b))) {
+        if (a != b) {
+            return "live  " + a + "\ntaken " + b;
+        }
+    }
+    return "";
+}
+
+struct Kept
+{
+    std::shared_ptr<const NOD_Snapshot> snapshot;
+    std::string answers;
+};
+
+} // namespace
+
+TEST(Snapshot, AnswersWhatTheSceneDid)
+{
+    std::deque<Kept> kept;
+    std::size_t shared = 0, nodes = 0;
+    for (unsigned seed = 1; seed <= 4; ++seed) {
+        SceneEdits program(seed);
+        for (int i = 0; i < 250; ++i) {
+            switch (program.below(8)) {
+            case 0: program.undo().undo(); break;
+            case 1: program.undo().redo(); break;
+            default: program.step();
+            }
+            answersOf(program.scene); // counts that are read make their items
+            const std::string live = answersOf(program.scene);
+            const std::shared_ptr<const NOD_Snapshot> snapshot = program.scene.snapshot();
+            ASSERT_EQ(difference(live, answersOf(*snapshot)), "")
+                << "seed " << seed << " step " << i << program.what;
+            if (!kept.empty()) {
+                shared += snapshot->countShared(*kept.back().snapshot);
+                nodes += snapshot->getPaths().size();
+            }
+            kept.push_back({snapshot, live});
+            if (kept.size() > 20) {
+                const Kept &one = kept[std::size_t(program.below(20))];
+                ASSERT_EQ(difference(one.answers, answersOf(*one.snapshot)), "")
+                    << "kept, step " << i;
+                kept.pop_front();
+            }
+        }
+    }
+    // Their scenes are gone.
+    for (const Kept &one : kept) {
+        EXPECT_EQ(difference(one.answers, answersOf(*one.snapshot)), "");
+    }
+    EXPECT_GT(shared * 2, nodes);
+    takeMessages();
+}
+
+TEST(Snapshot, SaysHowLongValuesHold)
+{
+    const int thread = BASgetSTID();
+    long inside = 0, held = 0, moving = 0;
+    for (unsigned seed = 11; seed <= 14; ++seed) {
+        SceneEdits program(seed);
+        for (int i = 0; i < 120; ++i) {
+            program.step();
+            if (i % 10 != 9) {
+                continue;
+            }
+            answersOf(program.scene);
+            const std::shared_ptr<const NOD_Snapshot> snapshot = program.scene.snapshot();
+            std::set<std::tuple<std::string, std::string, int>> listed;
+            for (const NOD_SnapshotHandle &handle : snapshot->findChanged(0.3, 1.9, thread)) {
+                listed.emplace(snapshot->getPath(handle), snapshot->getToken(handle),
+                               handle.getComponent());
+            }
+            const auto answer = [&](const NOD_SnapshotHandle &handle, double time) {
+                KIT_String text;
+                snapshot->getText(handle, time, thread, text);
+                return bitsOf(snapshot->getNumber(handle, time, thread)) + text.nonNullStr();
+            };
+            for (const std::string &path : snapshot->getPaths()) {
+                for (const NOD_SnapshotHandle &handle : snapshot->findAll(path)) {
+                    const double time = double(program.below(300)) / 100.0 - 0.5;
+                    const TRK_Interval interval = snapshot->getHeld(handle, time, thread);
+                    ASSERT_TRUE(interval.contains(time));
+                    const std::string value = answer(handle, time);
+                    held += interval.isForever();
+                    moving += interval == TRK_Interval::at(time);
+                    for (int k = 0; k < 12; ++k) {
+                        const double at = k == 0   ? std::max(interval.first, -9.0)
+                                          : k == 1 ? std::min(interval.last, 9.0)
+                                                   : double(program.below(600)) / 100.0 - 1.0;
+                        if (interval.contains(at)) {
+                            ++inside;
+                            ASSERT_EQ(answer(handle, at), value)
+                                << path << " " << snapshot->getToken(handle) << " at " << time
+                                << " and " << at;
+                        }
+                    }
+                    const bool listedFlag =
+                        listed.count({path, snapshot->getToken(handle), handle.getComponent()}) > 0;
+                    ASSERT_TRUE(listedFlag || answer(handle, 0.3) == answer(handle, 1.9))
+                        << path << " " << snapshot->getToken(handle);
+                }
+            }
+            EXPECT_GE(program.scene.changedBetween(0.3, 1.9).size(), listed.size());
+            EXPECT_TRUE(program.scene.changedBetween(0.3, 0.3).size() <=
+                        program.scene.changedBetween(0.3, 1.9).size());
+        }
+    }
+    EXPECT_GT(inside, 10000);
+    EXPECT_GT(held, 1000);
+    EXPECT_GT(moving, 20);
+    EVL::theErrNo[thread] = EVL::EVL_OK;
+    takeMessages();
+}
