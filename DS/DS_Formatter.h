@@ -26,7 +26,7 @@ struct DS_FormatOptions
 {
     /// Puts the keywords of a block in the order of the language's table, with their comments, as far as the
     /// order means nothing. Parameters, folders, directives and words of macros stay where they are, and no
-    /// keyword passes them.
+    /// keyword passes them. A script whose braces leave that open keeps its order.
     bool sort = false;
 };
 
@@ -42,6 +42,7 @@ public:
     int getFaultLine() const { return myFaultLine; }
 
 private:
+    bool layOut(std::string_view text, bool sort, std::string &result);
     bool fail(const std::string &fault, int line);
 
     DS_FormatOptions myOptions;

@@ -10,16 +10,42 @@
 namespace
 {
 
-std::string_view lineEndOf(std::string_view text)
+/// That of the first line that ends between words.
+std::string_view lineEndOf(std::string_view text, const TOK_SourceTokens &tokens)
 {
-    const std::size_t first = text.find('\n');
+    std::size_t first = text.find('\n');
+    for (const TOK_SourceTokens::Token &token : tokens.getTokens()) {
+        const auto begin = static_cast<std::size_t>(token.text.data() - text.data());
+        const std::size_t end = begin + token.text.size();
+        if (first < begin) {
+            break;
+        }
+        first = first < end ? text.find('\n', end) : first;
+    }
     const bool returnFlag = first != std::string_view::npos && first > 0 && text[first - 1] == '\r';
     return returnFlag ? "\r\n" : "\n";
 }
 
 } // namespace
 
+/// Where braces don't match, it isn't certain what a comment or a keyword belongs to: what wouldn't stay as it is
+/// when it is sorted again keeps its order.
 bool DS_Formatter::format(std::string_view text, std::string &result)
+{
+    std::string laid;
+    if (!layOut(text, false, laid)) {
+        return false;
+    }
+    std::string sorted;
+    std::string again;
+    const bool sortedFlag = myOptions.sort && layOut(laid, true, sorted) &&
+                            layOut(sorted, true, again) && again == sorted &&
+                            layOut(sorted, false, again) && again == sorted;
+    result = sortedFlag ? sorted : laid;
+    return true;
+}
+
+bool DS_Formatter::layOut(std::string_view text, bool sort, std::string &result)
 {
     const std::size_t nul = text.find('\0');
     if (nul != std::string_view::npos) {
@@ -46,11 +72,11 @@ bool DS_Formatter::format(std::string_view text, std::string &result)
                        return piece;
                    });
     DS_FormatGrammar(pieces).place();
-    if (myOptions.sort) {
+    if (sort) {
         DS_FormatSorter(pieces).sort();
     }
     constexpr std::string_view theMark = KIT_IStream::theByteOrderMark;
-    const std::string_view lineEnd = lineEndOf(text);
+    const std::string_view lineEnd = lineEndOf(text, tokens);
     result = DS_FormatWriter(pieces, lineEnd).write();
     if (text.substr(0, theMark.size()) == theMark) {
         result.insert(0, theMark);

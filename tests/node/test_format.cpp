@@ -227,6 +227,7 @@ TEST(Format, LaysOut)
          "parm {\n\tname // c\n\t\t#endif} x\n"},
         {"behind a comment neither", "/**/ #if{", "/**/ #if{\n"},
         {"line ends", "name a\r\nlabel b", "name    a\r\nlabel   b\r\n"},
+        {"which those in texts aren't", "a \"\r\n\"\nb", "a \"\r\n\"\nb\n"},
         {"a mark of the byte order", "\xEF\xBB\xBFname a", "\xEF\xBB\xBFname    a\n"},
         {"which a word isn't that looks like it", "\n\xEF\xBB\xBFname a", "\n\xEF\xBB\xBFname a\n"},
         {"nothing", "", ""},
