@@ -85,6 +85,11 @@ public:
     /// A vector of 3 with the XYZW naming and the token "r".
     bool isRotationParm() const override;
 
+    /// The number as it was set, outside of the range's limits too; 0 for an invalid index.
+    double getRawValue(int index) const { return validIndex(index) ? storedValue(index) : 0.0; }
+    /// Stores it beside channels and overrides, without a notification: what a load does.
+    void setRawValue(int index, double value);
+
     /// A non-null, non-empty text.
     static bool isExpression(const char *text);
     /// The stored, or given, value within the range's hard limits, rounded for integers.

@@ -339,6 +339,13 @@ void ZEL_Float::setValue(double time, double value, bool replaceExpression, int 
     }
 }
 
+void ZEL_Float::setRawValue(int index, double value)
+{
+    if (validIndex(index)) {
+        storeValue(index, value);
+    }
+}
+
 void ZEL_Float::setChannelValue(const ChannelSet &set, double value)
 {
     const TRK_Manager &manager = TRK_Manager::getContext();

@@ -119,6 +119,8 @@ public:
     // ------------------------------------------------------------------ //
     ///@{
     bool hasConditions(NOD_Node &node) const { return find(node) != nullptr; }
+    /// Whether the node has conditions, or any are still to be evaluated.
+    bool isAtWork(NOD_Node &node) const { return !myQueue.empty() || hasConditions(node); }
     /// A change has reached the component.
     void changed(NOD_Node &node, int parmIndex, int component);
     void structureChanged(NOD_Node &node);

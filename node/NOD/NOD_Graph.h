@@ -122,6 +122,9 @@ public:
     /// Of a value: finds a parameter's references again and pushes the change; -1 does both for all
     /// parameters. Other types are ignored.
     void parmChanged(NOD_Node &node, TRK_CHANGE_TYPE type, int parmIndex);
+    /// Whether a change of the parameter's value has nothing to do here: a number of its own that no
+    /// reference and no condition reads, while nothing else is pending. May be false for some.
+    bool isUnread(NOD_Node &node, const ZEL_Parm &parm) const;
     /// Parameters of the node have come, gone or moved.
     void structureChanged(NOD_Node &node);
     /// A block of the node is about to have more items, which `structureChanged` will tell.

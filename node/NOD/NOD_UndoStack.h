@@ -97,6 +97,11 @@ public:
     void change(NOD_Node &node, ZEL_Parm &parm);
     /// By a parameter's token, or a component's channel token or alias. False if there is none.
     bool change(NOD_Node &node, std::string_view name);
+    /// Sets a component's number as a step of its own, "Set t", or without one where the limits let nothing be
+    /// recorded: what a block with ZEL_Parm::setValue would do, at a fraction of its cost. False, with nothing
+    /// done, where more is to do than that: within a block, for what isn't a float of its own that can be
+    /// edited, and where a callback, a reference or a condition follows the parameter.
+    bool setNumber(NOD_Node &node, ZEL_Parm &parm, int component, double time, double value);
     ///@}
 
     // ------------------------------------------------------------------ //
@@ -162,6 +167,7 @@ private:
     void settingsChange();
     void parmChanged(NOD_Node &node, int parmIndex);
 
+    void append(std::unique_ptr<NOD_UndoStep> step);
     void drop();
     void forget(std::unique_ptr<NOD_UndoStep> step) noexcept;
     /// What was kept while the library was at work.

@@ -257,6 +257,42 @@ bool writeRecorded(const PYZ_Parm &handle, ZEL_Parm &parm, double time,
     return done;
 }
 
+/// What sits in loops: a number that nothing follows is set without a report. False, with nothing done, for all else.
+bool writeNumber(const PYZ_Parm &handle, py::handle value, double time)
+{
+    const bool wholeFlag = PyLong_CheckExact(value.ptr());
+    if (!wholeFlag && !PyFloat_CheckExact(value.ptr())) {
+        return false;
+    }
+    const PYZ_Changing changing(handle.getScenePtr());
+    ZEL_Parm &parm = handle.get();
+    const PYZ_Kind kind = PYZkindOf(parm);
+    if (handle.isVector(parm) || !parm.getType().isFloatType() ||
+        !(kind == PYZ_Kind::FLOAT || (kind == PYZ_Kind::INTEGER && wholeFlag))) {
+        return false;
+    }
+    double number = 0.0;
+    if (kind == PYZ_Kind::INTEGER) {
+        int overflow = 0;
+        number = double(PyLong_AsLongLongAndOverflow(value.ptr(), &overflow));
+        if (overflow != 0) {
+            return false;
+        }
+    } else {
+        number = PyFloat_AsDouble(value.ptr());
+    }
+    if (number == -1.0 && PyErr_Occurred()) {
+        PyErr_Clear();
+        return false;
+    }
+    if (!handle.getScenePtr()->getUndo().setNumber(handle.getNode(), parm, handle.getFirst(), time,
+                                                   number)) {
+        return false;
+    }
+    changing.raiseKept();
+    return true;
+}
+
 std::vector<PYZ_Cell> toCells(const PYZ_Parm &handle, const ZEL_Parm &parm, py::handle value)
 {
     const std::string name = handle.getName(parm);
@@ -491,6 +527,9 @@ std::string PYZrefusal(const ZEL_Parm &parm, int index, double time, const std::
 
 void PYZwrite(const PYZ_Parm &handle, py::handle value, double time)
 {
+    if (writeNumber(handle, value, time)) {
+        return;
+    }
     std::vector<PYZ_Cell> cells = toCells(handle, handle.get(), value);
     if (PYZkindOf(handle.get()) == PYZ_Kind::DICT) {
         writeDict(handle, std::get<std::string>(cells[0]), time);

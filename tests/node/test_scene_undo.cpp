@@ -286,6 +286,115 @@ TEST(SceneUndo, ChangesThatNobodyAnnouncedAreCounted)
     EXPECT_EQ(undo.getUnannouncedCount(), 0);
 }
 
+namespace
+{
+
+/// Sets a component as a block does it.
+void setInBlock(NOD_Node &node, ZEL_Parm &parm, int component, double value)
+{
+    NOD_Edit edit(node, std::string("Set ") + parm.getToken());
+    edit.change(node, parm);
+    parm.setValue(0.0, value, false, component, ZEL_ADDKEY_PENDING, true);
+}
+
+} // namespace
+
+TEST(SceneUndo, ANumberThatNothingFollowsIsSetAsInABlock)
+{
+    constexpr unsigned theSeeds = 30;
+    constexpr int theSets = 60;
+    int atOnce = 0;
+    for (unsigned seed = 1; seed <= theSeeds; ++seed) {
+        SceneEdits quick(seed), usual(seed);
+        std::mt19937 random(seed);
+        for (int i = 0; i < theSets; ++i) {
+            const unsigned kind = random() % 16;
+            if (kind < 6) {
+                ASSERT_EQ(kind < 3 ? quick.undo().undo() : quick.undo().redo(),
+                          kind < 3 ? usual.undo().undo() : usual.undo().redo());
+            } else if (kind == 6) {
+                quick.step();
+                usual.step();
+            } else if (NOD_Node *const node = quick.scene.find(random() % 2 ? "/a" : "/a/c")) {
+                ZEL_Parm &parm = quick.anyParm(*node);
+                NOD_Node &same = *usual.scene.find(pathOf(*node).c_str());
+                ZEL_Parm &other = usual.anyParm(same);
+                ASSERT_STREQ(parm.getToken(), other.getToken());
+                if (parm.isMultiParm()) {
+                    continue;
+                }
+                const int component = int(random() % 4);
+                const double value = random() % 4 ? quick.number() : 0.0;
+                usual.random = quick.random;
+                if (component >= parm.getVectorSize()) {
+                    EXPECT_FALSE(quick.undo().setNumber(*node, parm, component, 0.0, value));
+                    continue;
+                }
+                if (quick.undo().setNumber(*node, parm, component, 0.0, value)) {
+                    ++atOnce;
+                } else {
+                    setInBlock(*node, parm, component, value);
+                }
+                setInBlock(same, other, component, value);
+            }
+            ASSERT_EQ(pictureOf(quick.scene), pictureOf(usual.scene)) << seed << ' ' << i;
+            ASSERT_EQ(quick.undo().getUndoCount(), usual.undo().getUndoCount());
+            ASSERT_EQ(quick.undo().getRedoCount(), usual.undo().getRedoCount());
+            ASSERT_EQ(quick.undo().getUndoLabel(), usual.undo().getUndoLabel());
+        }
+        EXPECT_EQ(quick.undo().getUnannouncedCount(), 0);
+    }
+    EXPECT_GT(atOnce, int(theSeeds));
+    takeMessages();
+}
+
+TEST(SceneUndo, ANumberThatIsFollowedIsLeftToABlock)
+{
+    Pair p;
+    const auto set = [&](NOD_Node &node, const char *name, double value) {
+        return p.undo().setNumber(node, *node.getParms().getParmPtr(name), 0, 0.0, value);
+    };
+    EXPECT_FALSE(set(p.a, "n", 5.0)) << "its callback";
+    p.a.setChangeCallback({});
+    p.b.setChangeCallback({});
+    EXPECT_FALSE(set(p.a, "v", 5.0)) << "/b/v reads it";
+    EXPECT_FALSE(set(p.b, "v", 5.0)) << "an expression";
+    EXPECT_FALSE(set(p.a, "on", 1.0)) << "no float";
+    EXPECT_FALSE(set(p.a, "points", 3.0)) << "a count";
+    {
+        const NOD_Edit block(p.scene, "block");
+        EXPECT_FALSE(set(p.a, "n", 5.0));
+    }
+    NOD_Edit(p.scene, "lock").lock(p.a, "n", true);
+    EXPECT_FALSE(set(p.a, "n", 5.0));
+    ASSERT_TRUE(p.undo().undo());
+    const std::string start = pictureOf(p.scene);
+    ASSERT_TRUE(set(p.a, "n", 5.0));
+    EXPECT_EQ(p.undo().getRedoCount(), 0u);
+    EXPECT_GT(p.undo().getMemoryUsage(), 0);
+    // What wasn't announced is overwritten, and told as it is.
+    p.a.getParms().getParmPtr("n")->addChannel(0);
+    p.a.getParms().getParmPtr("n")->setLockedFlag(0, true);
+    p.a.setChangeCallback(
+        [&](NOD_Node &, TRK_CHANGE_TYPE type, int) { p.told.push_back(std::to_string(type)); });
+    ASSERT_TRUE(p.undo().undo());
+    EXPECT_EQ(pictureOf(p.scene), start);
+    EXPECT_EQ(p.take(), "8 4");
+    ASSERT_TRUE(p.undo().redo());
+    EXPECT_EQ(p.value(p.a, "n"), 5.0);
+    // A step that removed its node comes between.
+    p.a.setChangeCallback({});
+    ASSERT_TRUE(p.scene.remove(p.a, p.report));
+    ASSERT_TRUE(p.undo().undo() && p.undo().undo());
+    EXPECT_EQ(pictureOf(p.scene), start);
+    // Without steps it is set all the same.
+    p.undo().setLimits(0, 0);
+    ASSERT_TRUE(set(p.a, "n", 6.0));
+    EXPECT_EQ(p.value(p.a, "n"), 6.0);
+    EXPECT_EQ(p.undo().getUndoCount(), 0u);
+    takeMessages();
+}
+
 TEST(SceneUndo, RemovedNodesComeBackAsTheSameOnes)
 {
     Pair p;

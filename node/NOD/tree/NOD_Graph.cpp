@@ -255,6 +255,12 @@ void NOD_Graph::parmChanged(NOD_Node &node, TRK_CHANGE_TYPE type, int parmIndex)
         myWatcher->parmChanged(node, parmIndex);
     }
     if (ZEL_Parm *const parm = node.getParms().getParmPtr(parmIndex)) {
+        if (isUnread(node, *parm)) {
+            if (parm->hasAnySendExtraFlags()) {
+                parm->getInstance()->clearSendExtra();
+            }
+            return;
+        }
         Pending &pending = pendingOf(node);
         if (!pending.fullFlag) {
             std::uint32_t bits = 0;
@@ -267,6 +273,19 @@ void NOD_Graph::parmChanged(NOD_Node &node, TRK_CHANGE_TYPE type, int parmIndex)
         pendingOf(node).allFlag = true;
     }
     flushUnlessInBatch();
+}
+
+bool NOD_Graph::isUnread(NOD_Node &node, const ZEL_Parm &parm) const
+{
+    for (int k = 0; k < parm.getVectorSize(); ++k) {
+        if (parm.getChannel(k)) {
+            return false;
+        }
+    }
+    return parm.getInstance() && parm.getType().isFloatType() && !parm.isMultiParm() &&
+           !parm.hasMicroNodes() && !myBrokenFlag && myPending.empty() && myVariables.empty() &&
+           myLost->isEmpty() && myWholeNodes.empty() &&
+           !(myConditions && myConditions->isAtWork(node));
 }
 
 void NOD_Graph::structureChanged(NOD_Node &node)

@@ -1,15 +1,18 @@
 #include <NOD/NOD_UndoStack.h>
 
 #include <NOD/NOD_Batch.h>
+#include <NOD/NOD_Graph.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <NOD/undo/NOD_UndoStepPrivate.h>
 #include <TRK/TRK_EventManager.h>
 #include <TRK/TRK_Manager.h>
+#include <ZEL/ZEL_Float.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
+#include <cstring>
 #include <new>
 #include <optional>
 #include <utility>
@@ -205,12 +208,19 @@ bool NOD_UndoStack::end()
         if (!step->close()) {
             return false;
         }
-        myDone.push_back(std::move(step));
+        append(std::move(step));
     } catch (...) {
         // The others don't know how to take this block back, nor who has its nodes.
         clear();
         throw;
     }
+    return true;
+}
+
+/// One that is closed; what was undone is forgotten.
+void NOD_UndoStack::append(std::unique_ptr<NOD_UndoStep> step)
+{
+    myDone.push_back(std::move(step));
     for (auto &undone : myUndone) {
         myBytes -= undone->bytes;
         forget(std::move(undone));
@@ -218,6 +228,36 @@ bool NOD_UndoStack::end()
     myUndone.clear();
     recount(*myDone.back());
     drop();
+}
+
+bool NOD_UndoStack::setNumber(NOD_Node &node, ZEL_Parm &parm, int component, double time,
+                              double value)
+{
+    const bool busyFlag =
+        isInBlock() || myIgnoredDepth > 0 || myPauses > 0 || myRestoringFlag || isLibraryAtWork();
+    const NOD_Graph *const graph = myRoot.myGraph;
+    ZEL_Float *const numbers = busyFlag || !node.myWatchedFlag || node.myChangeCallback || !graph ||
+                                       !graph->isUnread(node, parm)
+                                   ? nullptr
+                                   : NOD_NumberChange::numbersOf(parm);
+    if (!numbers || component < 0 || component >= parm.getVectorSize() ||
+        parm.getOverride(component) || parm.getLockedFlag(component) ||
+        !parm.isEditable(time, component)) {
+        return false;
+    }
+    release();
+    const double before = numbers->getRawValue(component);
+    if (std::memcmp(&before, &value, sizeof(value)) == 0) {
+        return true;
+    }
+    if (myMost > 0) {
+        append(std::make_unique<NOD_UndoStep>(
+            myRoot, NOD_NumberChange{&node, KIT_StringHolder(parm.getTokenRef()), component, before,
+                                     value}));
+    }
+    numbers->setRawValue(component, value);
+    numbers->setDirtyFlags(component);
+    numbers->clearSendExtra(); // which nobody waits for
     return true;
 }
 

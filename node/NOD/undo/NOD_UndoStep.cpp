@@ -2,6 +2,12 @@
 
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Scene.h>
+#include <TRK/TRK_EventManager.h>
+#include <ZEL/ZEL_Float.h>
+#include <ZEL/ZEL_Parm.h>
+#include <ZEL/ZEL_ParmList.h>
+
+#include <cstring>
 
 namespace
 {
@@ -18,6 +24,38 @@ std::int64_t memoryOf(NOD_Node &node)
 
 } // namespace
 
+ZEL_Float *NOD_NumberChange::numbersOf(ZEL_Parm &parm)
+{
+    ZEL_Instance *const instance = parm.getInstance();
+    const bool numberFlag = instance && parm.getType().isFloatType() && !parm.isMultiParm() &&
+                            instance->shouldSaveData();
+    return numberFlag ? static_cast<ZEL_Float *>(instance) : nullptr;
+}
+
+void NOD_NumberChange::restore(double NOD_NumberChange::*number,
+                               NOD_NodeState::Changes &changes) const
+{
+    ZEL_Parm *const parm = node->getParms().getParmPtr(token);
+    ZEL_Float *const numbers = parm ? numbersOf(*parm) : nullptr;
+    if (!numbers || component >= parm->getVectorSize()) {
+        return;
+    }
+    // A change that wasn't announced may have given it a channel or a lock.
+    const bool lockFlag = numbers->getLockedFlag(component);
+    const bool channelFlag = numbers->getChannel(component) != nullptr;
+    const double present = numbers->getRawValue(component);
+    if (lockFlag || channelFlag || std::memcmp(&present, &(this->*number), sizeof(present)) != 0) {
+        changes.push_back({token, lockFlag, channelFlag});
+        if (channelFlag) {
+            numbers->removeChannel(component);
+        }
+        if (lockFlag) {
+            numbers->setLockedFlag(component, false);
+        }
+        numbers->setRawValue(component, this->*number);
+    }
+}
+
 NOD_TreePlace NOD_TreePlace::of(const NOD_Node &node)
 {
     NOD_TreePlace at;
@@ -33,7 +71,16 @@ NOD_UndoStep::NOD_UndoStep(NOD_Node &root, NOD_Scene *scene, std::string text)
     : myRoot(root), myScene(scene), myLabel(std::move(text))
 {}
 
+NOD_UndoStep::NOD_UndoStep(NOD_Node &root, NOD_NumberChange number)
+    : myRoot(root), myScene(nullptr), myNumber(std::move(number))
+{}
+
 NOD_UndoStep::~NOD_UndoStep() = default;
+
+std::string NOD_UndoStep::getLabel() const
+{
+    return myNumber ? "Set " + std::string(myNumber->token.view()) : myLabel;
+}
 
 // ---------------------------------------------------------------------- //
 // Open
@@ -165,12 +212,22 @@ void NOD_UndoStep::restore(NOD_NodeState NodeChange::*state,
     }
 }
 
+void NOD_UndoStep::restoreNumber(double NOD_NumberChange::*number, Told &told) const
+{
+    if (myNumber && isInTree(*myNumber->node)) {
+        const TRK_AutoEventHandler events;
+        told.emplace_back(myNumber->node, NOD_NodeState::Changes());
+        myNumber->restore(number, told.back().second);
+    }
+}
+
 void NOD_UndoStep::undo(Told &told)
 {
     for (; myApplied > 0; --myApplied) {
         put(*myTree[myApplied - 1].node, myTree[myApplied - 1].from);
     }
     restore(&NodeChange::before, myBefore, told);
+    restoreNumber(&NOD_NumberChange::before, told);
 }
 
 void NOD_UndoStep::redo(Told &told)
@@ -179,6 +236,7 @@ void NOD_UndoStep::redo(Told &told)
         put(*myTree[myApplied].node, myTree[myApplied].to);
     }
     restore(&NodeChange::after, myAfter, told);
+    restoreNumber(&NOD_NumberChange::after, told);
 }
 
 std::int64_t NOD_UndoStep::getMemoryUsage() const

@@ -23,6 +23,8 @@
 
 class NOD_Node;
 class NOD_Scene;
+class ZEL_Float;
+class ZEL_Parm;
 
 /// Where a node is; without a parent it is outside. A friend of the node.
 struct NOD_TreePlace
@@ -34,9 +36,26 @@ struct NOD_TreePlace
     std::string name;
 };
 
+/// All that a step has changed if it has set one number.
+struct NOD_NumberChange
+{
+    /// Where the numbers of the parameter are; null for another kind, or one that isn't saved.
+    static ZEL_Float *numbersOf(ZEL_Parm &parm);
+    /// One of the two numbers, whatever the component has become.
+    void restore(double NOD_NumberChange::*number, NOD_NodeState::Changes &changes) const;
+
+    NOD_Node *node;
+    KIT_StringHolder token;
+    int component;
+    double before;
+    double after;
+};
+
 class NOD_UndoStep
 {
 public:
+    /// A closed one.
+    explicit NOD_UndoStep(NOD_Node &root, NOD_NumberChange number);
     explicit NOD_UndoStep(NOD_Node &root, NOD_Scene *scene, std::string text);
     ~NOD_UndoStep();
 
@@ -72,7 +91,7 @@ public:
     ///@}
 
     std::int64_t getMemoryUsage() const;
-    const std::string &getLabel() const { return myLabel; }
+    std::string getLabel() const;
     std::int64_t bytes = 0; ///< when it was asked last
 
 private:
@@ -103,12 +122,14 @@ private:
     Settings settingsNow() const;
     void put(NOD_Node &node, const NOD_TreePlace &to);
     bool isInTree(const NOD_Node &node) const;
+    void restoreNumber(double NOD_NumberChange::*number, Told &told) const;
     void restore(NOD_NodeState NodeChange::*state, const std::optional<Settings> &settings,
                  Told &told) const;
 
     NOD_Node &myRoot;
     NOD_Scene *myScene;
     std::string myLabel;
+    std::optional<NOD_NumberChange> myNumber;
     std::vector<TreeChange> myTree;
     std::size_t myApplied = 0; ///< how many of them the tree has
     std::vector<NodeChange> myNodes;
