@@ -125,6 +125,8 @@ public:
     /// Whether a change of the parameter's value has nothing to do here: a number of its own that no
     /// reference and no condition reads, while nothing else is pending. May be false for some.
     bool isUnread(NOD_Node &node, const ZEL_Parm &parm) const;
+    /// Such a change has been made.
+    void unreadChanged(NOD_Node &node, const ZEL_Parm &parm);
     /// Parameters of the node have come, gone or moved.
     void structureChanged(NOD_Node &node);
     /// A block of the node is about to have more items, which `structureChanged` will tell.

@@ -111,6 +111,12 @@ TEST(Snapshot, AnswersWhatTheSceneDid)
             switch (program.below(8)) {
             case 0: program.undo().undo(); break;
             case 1: program.undo().redo(); break;
+            case 2:
+                if (!program.nodes().empty()) {
+                    NOD_Node &node = program.anyNode();
+                    program.undo().setNumber(node, program.anyParm(node), 0, 0.0, program.number());
+                }
+                break;
             default: program.step();
             }
             answersOf(program.scene); // counts that are read make their items

@@ -288,6 +288,15 @@ bool NOD_Graph::isUnread(NOD_Node &node, const ZEL_Parm &parm) const
            !(myConditions && myConditions->isAtWork(node));
 }
 
+void NOD_Graph::unreadChanged(NOD_Node &node, const ZEL_Parm &parm)
+{
+    if (myWatcher) {
+        int index = -1;
+        node.getParms().getParmPtr(parm.getTokenRef(), index);
+        myWatcher->parmChanged(node, index);
+    }
+}
+
 void NOD_Graph::structureChanged(NOD_Node &node)
 {
     markStructure(node);

@@ -235,7 +235,7 @@ bool NOD_UndoStack::setNumber(NOD_Node &node, ZEL_Parm &parm, int component, dou
 {
     const bool busyFlag =
         isInBlock() || myIgnoredDepth > 0 || myPauses > 0 || myRestoringFlag || isLibraryAtWork();
-    const NOD_Graph *const graph = myRoot.myGraph;
+    NOD_Graph *const graph = myRoot.myGraph;
     ZEL_Float *const numbers = busyFlag || !node.myWatchedFlag || node.myChangeCallback || !graph ||
                                        !graph->isUnread(node, parm)
                                    ? nullptr
@@ -258,6 +258,7 @@ bool NOD_UndoStack::setNumber(NOD_Node &node, ZEL_Parm &parm, int component, dou
     numbers->setRawValue(component, value);
     numbers->setDirtyFlags(component);
     numbers->clearSendExtra(); // which nobody waits for
+    graph->unreadChanged(node, parm);
     return true;
 }
 
