@@ -8,7 +8,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 # Groups whose tests start threads; they run under the thread sanitizer too. Those of "node" start none of their own: what
 # threads do with a scene is in "threads".
-thread_groups=(host types instances micronodes overrides ordinals strings data conditions menus threads
+thread_groups=(host types instances micronodes overrides ordinals strings data conditions menus snapshots threads
                soak)
 fuzz_runs=20000
 

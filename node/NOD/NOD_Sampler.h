@@ -61,8 +61,5 @@ private:
         int index;
     };
 
-    NOD_SampleFault sampleRows(const double *times, std::size_t first, std::size_t end,
-                               double *rows) const;
-
     std::vector<Column> myColumns;
 };

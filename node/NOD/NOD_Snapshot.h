@@ -25,6 +25,7 @@
 
 #include <KIT/KIT_StringRef.h>
 #include <NOD/NOD_API.h>
+#include <NOD/NOD_Sampler.h>
 #include <NOD/NOD_SnapshotHandle.h>
 #include <NOD/NOD_SnapshotOptions.h>
 
@@ -95,6 +96,9 @@ public:
     std::int64_t getInteger(const NOD_SnapshotHandle &handle, double time, int thread) const;
     /// Expanded; of an ordinal with a menu the token.
     void getText(const NOD_SnapshotHandle &handle, double time, int thread, KIT_String &text) const;
+    /// Fills `numTimes` rows of `count` numbers, one for each handle, on all cores: oneTBB, in the caller's arena.
+    NOD_SampleFault sample(const NOD_SnapshotHandle *handles, std::size_t count,
+                           const double *times, std::size_t numTimes, double *rows) const;
     /// Of a data parameter; null for others.
     std::shared_ptr<const ZEL_DataItem> getItem(const NOD_SnapshotHandle &handle) const;
     ///@}
@@ -141,6 +145,7 @@ private:
     std::vector<NOD_SnapshotHandle> findChanged(double from, double to, int thread,
                                                 bool foreignMovesFlag) const;
     double readNumber(const NOD_SnapshotHandle &handle, double time, int thread) const;
+    double readWithin(const NOD_SnapshotHandle &handle, double time, int thread) const;
 
     std::vector<std::shared_ptr<const Page>> myPages;
     std::shared_ptr<const NOD_SnapshotTree> myTree;

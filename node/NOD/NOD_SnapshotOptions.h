@@ -45,7 +45,7 @@ struct NOD_SnapshotOptions
     {
         PRESENT, ///< what it is when the snapshot is taken, at the time given here
         OWNER,   ///< what the owner says at each read; VARIABLE: as it is then
-        REFUSED  ///< a read fails
+        REFUSED  ///< a read fails; VARIABLE: there is no such variable
     };
 
     Policy overrides = Policy::PRESENT;

@@ -2,6 +2,7 @@
 
 #include <node/SceneEdits.h>
 
+#include <CON/CON_Manager.h>
 #include <EVL/EVL.h>
 #include <NOD/NOD_Snapshot.h>
 #include <TRK/TRK_Manager.h>
@@ -9,11 +10,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <deque>
 #include <memory>
+#include <mutex>
 #include <set>
+#include <thread>
 #include <tuple>
+#include <utility>
 
 namespace
 {
@@ -202,5 +207,158 @@ TEST(Snapshot, SaysHowLongValuesHold)
     EXPECT_GT(held, 1000);
     EXPECT_GT(moving, 20);
     EVL::theErrNo[thread] = EVL::EVL_OK;
+    takeMessages();
+}
+
+TEST(Snapshot, IsReadByThreadsWhileTheSceneIsEdited)
+{
+    // One thread edits and takes; the others read what they have got, and let go of it.
+    struct Shelf
+    {
+        std::mutex mutex;
+        std::shared_ptr<const Kept> kept;
+        bool endFlag = false;
+    } shelf;
+    std::atomic<int> rounds{0};
+    std::atomic<bool> sameFlag{true};
+    const auto read = [&] {
+        for (;;) {
+            std::shared_ptr<const Kept> kept;
+            {
+                const std::lock_guard<std::mutex> lock(shelf.mutex);
+                if (shelf.endFlag) {
+                    return;
+                }
+                kept = shelf.kept;
+            }
+            if (kept && answersOf(*kept->snapshot) != kept->answers) {
+                sameFlag = false;
+            }
+            rounds += kept != nullptr;
+        }
+    };
+    std::vector<std::thread> readers;
+    {
+        SceneEdits program(21);
+        answersOf(program.scene);
+        for (int i = 0; i < 3; ++i) {
+            readers.emplace_back(read);
+        }
+        for (int i = 0; i < 60 || (rounds < 20 && i < 5000); ++i) {
+            program.step();
+            answersOf(program.scene);
+            auto kept = std::make_shared<const Kept>(
+                Kept{program.scene.snapshot(), answersOf(program.scene)});
+            const std::lock_guard<std::mutex> lock(shelf.mutex);
+            shelf.kept = std::move(kept);
+        }
+    }
+    // The scene is gone.
+    const int before = rounds;
+    while (rounds < before + 6) {
+        std::this_thread::yield();
+    }
+    {
+        const std::lock_guard<std::mutex> lock(shelf.mutex);
+        shelf.endFlag = true;
+    }
+    for (std::thread &reader : readers) {
+        reader.join();
+    }
+    EXPECT_TRUE(sameFlag);
+    takeMessages();
+}
+
+TEST(Snapshot, SamplesRowsOnAllCores)
+{
+    SceneEdits program(31);
+    for (int i = 0; i < 60; ++i) {
+        program.step();
+    }
+    answersOf(program.scene);
+    const std::shared_ptr<const NOD_Snapshot> snapshot = program.scene.snapshot();
+    std::vector<NOD_SnapshotHandle> handles;
+    for (const std::string &path : snapshot->getPaths()) {
+        for (const NOD_SnapshotHandle &handle : snapshot->findAll(path)) {
+            handles.push_back(handle);
+        }
+    }
+    std::vector<double> times(200);
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        times[i] = double(i) / 24.0 - 1.0;
+    }
+    std::vector<double> rows(handles.size() * times.size());
+    snapshot->sample(handles.data(), handles.size(), times.data(), times.size(), rows.data());
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const double value = snapshot->getNumber(handles[i % handles.size()],
+                                                 times[i / handles.size()], BASgetSTID());
+        ASSERT_EQ(bitsOf(rows[i]), bitsOf(value));
+    }
+    EVL::theErrNo[BASgetSTID()] = EVL::EVL_OK;
+    takeMessages();
+}
+
+TEST(Snapshot, LeavesForeignValuesToWhoIsNamed)
+{
+    struct Owner : NOD_SnapshotOwner
+    {
+        bool evaluateNumber(const std::string &path, const KIT_StringRef &token, int component,
+                            double time, int, double &value) override
+        {
+            asked += path + " " + token.nonNullStr() + " ";
+            value = 10.0 * time + component;
+            return !goneFlag;
+        }
+        bool evaluateText(const std::string &, const KIT_StringRef &, int, double, int,
+                          KIT_String &value) override
+        {
+            value = "told";
+            return !goneFlag;
+        }
+        std::string asked;
+        bool goneFlag = false;
+    };
+    const int thread = BASgetSTID();
+    SceneEdits program(1);
+    NOD_Node &node = *program.scene.find("/a");
+    {
+        NOD_Edit edit(program.scene, "start");
+        edit.set(node, "text", "$ZEL_TEST_PLACE and $F");
+    }
+    node.getParms().getParmPtr("v")->setExpression(0.0, "1 + 1", TRK_LANGUAGE_PYTHON, 0, false,
+                                                   true, true);
+    CON_Manager::getContext().setVariable("ZEL_TEST_PLACE", "here");
+
+    NOD_SnapshotOptions options;
+    const auto owner = std::make_shared<Owner>();
+    options.owner = owner;
+    options.python = NOD_SnapshotOptions::Policy::OWNER;
+    const auto asked = program.scene.snapshot(options);
+    options.python = options.variables = NOD_SnapshotOptions::Policy::REFUSED;
+    const auto refused = program.scene.snapshot(options);
+    const auto present = program.scene.snapshot();
+    CON_Manager::getContext().setVariable("ZEL_TEST_PLACE", "there");
+
+    std::string kinds;
+    for (const NOD_Snapshot::Foreign &foreign : present->getForeign()) {
+        kinds += present->getPath(foreign.handle) + "/" + present->getToken(foreign.handle) + ":" +
+                 std::to_string(int(foreign.kind)) + " ";
+    }
+    EXPECT_EQ(kinds, "/a/v:1 /a/text:4 ");
+    const auto text = [&](const NOD_Snapshot &snapshot) {
+        KIT_String value;
+        snapshot.getText(snapshot.find("/a", "text", 0), 1.0, thread, value);
+        return value.toStdString();
+    };
+    EXPECT_EQ(text(*present), "here and 25");
+    EXPECT_EQ(text(*refused), "$ZEL_TEST_PLACE and 25");
+    EXPECT_EQ(asked->getNumber(asked->find("/a", "v", 0), 0.5, thread), 5.0);
+    EXPECT_EQ(owner->asked, "/a v ");
+    EXPECT_EQ(EVL::theErrNo[thread], EVL::EVL_OK);
+    owner->goneFlag = true;
+    EXPECT_EQ(asked->getNumber(asked->find("/a", "v", 0), 0.5, thread), 0.0);
+    EXPECT_EQ(std::exchange(EVL::theErrNo[thread], EVL::EVL_OK), EVL::EVL_REFUSED);
+    EXPECT_EQ(refused->getNumber(refused->find("/a", "v", 0), 0.5, thread), 0.0);
+    EXPECT_EQ(std::exchange(EVL::theErrNo[thread], EVL::EVL_OK), EVL::EVL_REFUSED);
     takeMessages();
 }

@@ -4,8 +4,11 @@
 #include <NOD/snapshot/NOD_SnapshotNodePrivate.h>
 #include <NOD/snapshot/NOD_SnapshotReadPrivate.h>
 #include <NOD/snapshot/NOD_SnapshotTreePrivate.h>
+#include <NOD/text/NOD_SampleRowsPrivate.h>
 
 #include <CON/CON_Manager.h>
+
+#include <algorithm>
 
 NOD_Snapshot::~NOD_Snapshot() = default;
 
@@ -197,14 +200,18 @@ void NOD_Snapshot::appendPath(std::uint32_t place, KIT_WorkBuffer &path) const
 
 double NOD_Snapshot::readNumber(const NOD_SnapshotHandle &handle, double time, int thread) const
 {
-    if (!handle) {
-        return 0.0;
-    }
     const NOD_SnapshotScope scope(*this);
+    return readWithin(handle, time, thread);
+}
+
+/// Within the snapshot's scope.
+double NOD_Snapshot::readWithin(const NOD_SnapshotHandle &handle, double time, int thread) const
+{
     bool timeDependent = false;
-    return NOD_SnapshotRead(*getNode(handle.myNode), {handle.myParm, handle.myComponent}, time,
-                            thread, timeDependent)
-        .number();
+    return handle ? NOD_SnapshotRead(*getNode(handle.myNode), {handle.myParm, handle.myComponent},
+                                     time, thread, timeDependent)
+                        .number()
+                  : 0.0;
 }
 
 std::int64_t NOD_Snapshot::getInteger(const NOD_SnapshotHandle &handle, double time,
@@ -232,4 +239,17 @@ void NOD_Snapshot::getText(const NOD_SnapshotHandle &handle, double time, int th
     NOD_SnapshotRead(*getNode(handle.myNode), {handle.myParm, handle.myComponent}, time, thread,
                      timeDependent)
         .text(text);
+}
+
+NOD_SampleFault NOD_Snapshot::sample(const NOD_SnapshotHandle *handles, std::size_t count,
+                                     const double *times, std::size_t numTimes, double *rows) const
+{
+    const auto read = [&](std::size_t column, double time, int thread) {
+        const NOD_SnapshotHandle &handle = handles[column];
+        return handle.isConstant() ? handle.getConstant() : readWithin(handle, time, thread);
+    };
+    return NODsampleRows(times, numTimes, count, rows, read, [&](const auto &work) {
+        const NOD_SnapshotScope scope(*this);
+        work();
+    });
 }
