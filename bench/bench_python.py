@@ -31,31 +31,33 @@ def best(work, least):
 
 
 def per_value(statement, names, least):
-    """Nanoseconds of a statement for each `name` or `item`, the empty loop included."""
+    """Nanoseconds of a statement for each `item`, with another `number` each round, the empty loop included."""
     space = dict(names)
-    loops = "def run(rounds, items):\n    for _ in rounds:\n        for item in items:\n"
+    loops = "def run(rounds, items):\n    for number in rounds:\n        for item in items:\n"
     exec(f"{loops}            {statement}\n", space)
     rounds = range(max(1, 20000 // len(names["items"])))
     return best(lambda: space["run"](rounds, names["items"]), least) / (len(rounds) * len(names["items"])) * 1e9
 
 
-def rows_of_values(zel, node, names, least):
-    """(what, nanoseconds, in D, at most)."""
+def rows_of_values(node, recorded, names, least):
+    """(what, nanoseconds, in D, at most); of two nodes, the second with steps of undo."""
     plain = {name: 0.5 for name in names}
-    parms = [node[name] for name in names]
+    parms, steps = [[each[name] for name in names] for each in (node, recorded)]
 
     def measure(statement, items, **more):
-        return per_value(statement, {"items": items, "plain": plain, "node": node, **more}, least)
+        space = {"items": items, "plain": plain, "node": node, "recorded": recorded}
+        return per_value(statement, {**space, **more}, least)
 
     empty = measure("pass", names)
     read = measure("plain[item]", names) - empty
-    write = measure("plain[item] = 1.5", names) - empty
+    write = measure("plain[item] = number", names) - empty
     yield "a dictionary's look-up", read, read, ""
     yield "`parm.value`", measure("item.value", parms) - empty, read, "6"
     yield "`node[name].value`", measure("node[item].value", names) - empty, read, "6"
     yield "a dictionary's store", write, read, ""
-    yield "`parm.value = 1.5`", measure("item.value = 1.5", parms) - empty, read, "6"
-    yield "`node[name].value = 1.5`", measure("node[item].value = 1.5", names) - empty, read, "6"
+    yield "`parm.value = number`", measure("item.value = number", steps) - empty, read, "6"
+    yield "`node[name].value = number`", measure("recorded[item].value = number", names) - empty, read, "6"
+    yield "`parm.value = number` without undo", measure("item.value = number", parms) - empty, read, "6"
     for what, get, put, thing in peers(names):
         yield f"{what}, get", measure(get, names, thing=thing) - empty, read, ""
         yield f"{what}, set", measure(put, names, thing=thing) - empty, read, ""
@@ -79,7 +81,7 @@ def peers(names):
         kind = type("Plain", (GObject.Object,), {"__gproperties__": made, "do_get_property": get, "do_set_property": put})
         thing = kind()
         thing.kept = {}
-        yield "GLib's objects", "thing.get_property(item)", "thing.set_property(item, 1.5)", thing
+        yield "GLib's objects", "thing.get_property(item)", "thing.set_property(item, number)", thing
     try:
         from PyQt5.QtCore import QObject
     except ImportError:
@@ -87,7 +89,7 @@ def peers(names):
     thing = QObject()
     for name in names:
         thing.setProperty(name, 0.5)
-    yield "Qt's dynamic properties", "thing.property(item)", "thing.setProperty(item, 1.5)", thing
+    yield "Qt's dynamic properties", "thing.property(item)", "thing.setProperty(item, number)", thing
 
 
 def make_scenes(zel, folder, nodes):
@@ -144,11 +146,11 @@ def main():
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         names, sampled, data = make_scenes(zel, folder, nodes)
-        plain = zel.Scene().add("plain", sampled["node"].interface)
+        plain, recorded = [zel.Scene().add("plain", sampled["node"].interface) for _ in range(2)]
         plain.scene.limit_undo(0)
         rows = [
             (what, f"{time:.1f} ns", f"{time / one:.2f} D", limit and f"{limit} D")
-            for what, time, one, limit in rows_of_values(zel, plain, names, least / 4)
+            for what, time, one, limit in rows_of_values(plain, recorded, names, least / 4)
         ]
         print_table(("operation", "time", "ratio", "at most"), rows)
         loop = run_loop(build, folder, least)

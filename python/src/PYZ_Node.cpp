@@ -550,7 +550,8 @@ bool PYZ_Node::isThere() const
 NOD_Node &PYZ_Node::get() const
 {
     if (!isThere()) {
-        PYZraise("GoneError", "the node " + myPath + " is gone: it isn't in the scene any more");
+        PYZraise("GoneError",
+                 "the node " + getFirstPath() + " is gone: it isn't in the scene any more");
     }
     return *myNode;
 }
@@ -583,7 +584,7 @@ py::object PYZ_Node::find(py::handle name)
         raiseUnknown(node, text);
     }
     const py::object made =
-        py::cast(PYZ_Parm(myScene, node, KIT_StringHolder(parm->getTokenRef()), component));
+        py::cast(PYZ_Parm(myScene, node, KIT_StringHolder(parm->getTokenRef()), component, myPath));
     myParms[name] = made;
     return made;
 }

@@ -8,6 +8,7 @@
 
 #include "PYZ_Scene.h"
 
+#include <KIT/KIT_StringHolder.h>
 #include <ZEL/ZEL_HandleAnchor.h>
 
 #include <string>
@@ -33,7 +34,7 @@ public:
         return myNode == other.myNode && myScene.is(other.myScene);
     }
     const void *getIdentity() const { return myNode; }
-    const std::string &getFirstPath() const { return myPath; }
+    std::string getFirstPath() const { return std::string(myPath.view()); }
 
     /// By a token, channel token or alias: the same object each time. KeyError with the nearest name.
     py::object find(py::handle name);
@@ -50,8 +51,8 @@ private:
     PYZ_Scene *mySceneData;
     ZEL_HandleAnchorPtr myAnchor;
     NOD_Node *myNode;
-    std::string myPath; ///< when this was made, for messages
-    py::dict myParms;   ///< by the name that was asked for
+    KIT_StringHolder myPath; ///< when this was made, for messages
+    py::dict myParms;        ///< by the name that was asked for
 };
 
 /// None for null.

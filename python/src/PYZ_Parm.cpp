@@ -97,7 +97,7 @@ py::object getToken(const PYZ_Parm &self)
         return py::none();
     }
     return each(self, [&](const ZEL_Parm &, int index) -> py::object {
-        const PYZ_Parm one(self.getSceneObject(), self.getNode(), self.getToken(), index);
+        const PYZ_Parm one(self, index);
         const py::object value = PYZread(one, self.getTime());
         if (!PyLong_Check(value.ptr())) {
             return py::none();
@@ -170,7 +170,7 @@ void setExpressionOf(const PYZ_Parm &self, const py::object &text)
         const NOD_Edit all(self.getNode(),
                            "Set expressions of " + std::string(self.getToken().c_str()));
         for (std::size_t k = 0; k < texts.size(); ++k) {
-            const PYZ_Parm one(self.getSceneObject(), self.getNode(), self.getToken(), int(k));
+            const PYZ_Parm one(self, int(k));
             setExpression(one, texts[k], py::str("native"));
         }
     }
@@ -179,17 +179,13 @@ void setExpressionOf(const PYZ_Parm &self, const py::object &text)
 
 py::object getKeys(const PYZ_Parm &self)
 {
-    return each(self, [&](const ZEL_Parm &, int index) {
-        return PYZkeys(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), index));
-    });
+    return each(self, [&](const ZEL_Parm &, int index) { return PYZkeys(PYZ_Parm(self, index)); });
 }
 
 void setKeys(const PYZ_Parm &self, const py::object &keys)
 {
     if (!self.isVector(self.get())) {
-        PYZsetKeys(
-            PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), self.getFirst()),
-            keys);
+        PYZsetKeys(PYZ_Parm(self, self.getFirst()), keys);
         return;
     }
     const py::tuple all(keys);
@@ -201,8 +197,7 @@ void setKeys(const PYZ_Parm &self, const py::object &keys)
     {
         const NOD_Edit edit(self.getNode(), "Set keys of " + std::string(self.getToken().view()));
         for (std::size_t k = 0; k < all.size(); ++k) {
-            PYZsetKeys(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), int(k)),
-                       all[k]);
+            PYZsetKeys(PYZ_Parm(self, int(k)), all[k]);
         }
     }
     changing.raiseKept();
@@ -334,7 +329,7 @@ py::object getComponents(const PYZ_Parm &self, const py::object &index)
     const std::vector<int> places = PYZplacesOf(index, parm.getVectorSize(), "component");
     py::list parts;
     for (const int place : places) {
-        parts.append(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), place));
+        parts.append(PYZ_Parm(self, place));
     }
     return PySlice_Check(index.ptr()) ? py::object(parts) : py::object(parts[0]);
 }
@@ -400,8 +395,8 @@ py::list getItems(const PYZ_Parm &self)
         for (int child = 0; child < size; ++child) {
             const ZEL_Parm *const parm = self.get().getMultiParm(item * size + child);
             if (parm && PYZkindOf(*parm) != PYZ_Kind::NONE) {
-                parms.append(PYZ_Parm(self.getSceneObject(), self.getNode(),
-                                      KIT_StringHolder(parm->getTokenRef()), PYZ_Parm::theWhole));
+                parms.append(
+                    PYZ_Parm(self, KIT_StringHolder(parm->getTokenRef()), PYZ_Parm::theWhole));
             }
         }
         items.append(parms);
@@ -563,7 +558,7 @@ void defineParts(py::class_<PYZ_Parm> &type)
         py::list parts;
         const ZEL_Parm &parm = self.get();
         for (int k = self.getFirst(); k < self.getEnd(parm); ++k) {
-            parts.append(PYZ_Parm(self.getSceneObject(), self.getNode(), self.getToken(), k));
+            parts.append(PYZ_Parm(self, k));
         }
         return py::iter(parts);
     });
@@ -579,10 +574,16 @@ void defineParts(py::class_<PYZ_Parm> &type)
 
 } // namespace
 
-PYZ_Parm::PYZ_Parm(py::object scene, NOD_Node &node, const KIT_StringHolder &token, int component)
+PYZ_Parm::PYZ_Parm(py::object scene, NOD_Node &node, const KIT_StringHolder &token, int component,
+                   const KIT_StringHolder &path)
     : myScene(std::move(scene)), mySceneData(&PYZ_Scene::of(myScene)),
       myAnchor(node.getParms().getHandleAnchor()), myNode(&node), myToken(token),
-      myComponent(component), myPath(PYZpathOf(node))
+      myComponent(component), myPath(path)
+{}
+
+PYZ_Parm::PYZ_Parm(const PYZ_Parm &of, const KIT_StringHolder &token, int component)
+    : myScene(of.myScene), mySceneData(of.mySceneData), myAnchor(of.myAnchor),
+      myNode(&of.getNode()), myToken(token), myComponent(component), myPath(of.myPath)
 {}
 
 ZEL_Parm *PYZ_Parm::find() const
@@ -609,7 +610,8 @@ bool PYZ_Parm::isThere() const
 
 void PYZ_Parm::raiseNodeGone() const
 {
-    PYZraise("GoneError", "the node " + myPath + " of the parameter " + getNameThen() + " is gone");
+    PYZraise("GoneError",
+             "the node " + getPathThen() + " of the parameter " + getNameThen() + " is gone");
 }
 
 ZEL_Parm &PYZ_Parm::get() const

@@ -27,7 +27,12 @@ public:
 
     static constexpr int theWhole = -1;
 
-    PYZ_Parm(py::object scene, NOD_Node &node, const KIT_StringHolder &token, int component);
+    /// The path is the node's, for messages once it is gone.
+    PYZ_Parm(py::object scene, NOD_Node &node, const KIT_StringHolder &token, int component,
+             const KIT_StringHolder &path);
+    /// Another one of the same node.
+    PYZ_Parm(const PYZ_Parm &of, const KIT_StringHolder &token, int component);
+    PYZ_Parm(const PYZ_Parm &of, int component) : PYZ_Parm(of, of.myToken, component) {}
 
     ZEL_Parm &get() const;
     bool isThere() const;
@@ -48,7 +53,7 @@ public:
     /// "t", or "ty" of a component.
     std::string getName(const ZEL_Parm &parm) const;
     std::string getNameThen() const;
-    const std::string &getPathThen() const { return myPath; }
+    std::string getPathThen() const { return std::string(myPath.view()); }
     bool isSame(const PYZ_Parm &other) const;
     std::size_t getHash() const;
 
@@ -64,7 +69,7 @@ private:
     NOD_Node *myNode;
     KIT_StringHolder myToken;
     int myComponent;
-    std::string myPath; ///< the node's when this was made, for messages
+    KIT_StringHolder myPath; ///< shared with all that the handle of the node has given
     mutable ZEL_Parm *myParm = nullptr;
     mutable std::uint32_t myCount = 0;
 };

@@ -37,7 +37,7 @@ py::object parmAt(const py::object &scene, NOD_Node &node, int index)
                                      ? node.getParms().getParmPtr(index)
                                      : nullptr;
     return parm ? py::cast(PYZ_Parm(scene, node, KIT_StringHolder(parm->getTokenRef()),
-                                    PYZ_Parm::theWhole))
+                                    PYZ_Parm::theWhole, KIT_StringHolder(PYZpathOf(node))))
                 : py::none();
 }
 

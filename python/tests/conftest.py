@@ -1,27 +1,19 @@
 import pathlib
 
 import pytest
+from kinds import KINDS
 
 import zel
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 
-ALL_KINDS = """{
+ALL_KINDS = f"""{{
     name all_kinds
-    parm { name "size" type float default { 1.5 } range { 0! 10! } }
-    parm { name "t" type vector default { 1 2 3 } }
-    parm { name "count" type integer default { 4 } }
-    parm { name "on" type toggle default { 1 } }
-    parm { name "mode" type ordinal default { "soft" }
-        menu { "hard" "Hard" "soft" "Soft" "none" "None" } }
-    parm { name "file" type string default { "$SHOT/a.pic" } }
-    parm { name "note" type string default { "" } hidewhen "{ on == off }" disablewhen "{ mode == none }" }
-    parm { name "press" type button }
-    multiparm { name "points" default { 2 }
-        parm { name "w#" type float default { 0.5 } }
-        parm { name "p#" type vector2 default { 0 0 } }
-    }
-}"""
+{KINDS}    multiparm {{ name "points" default {{ 2 }}
+        parm {{ name "w#" type float default {{ 0.5 }} }}
+        parm {{ name "p#" type vector2 default {{ 0 0 }} }}
+    }}
+}}"""
 
 
 @pytest.fixture

@@ -24,26 +24,20 @@ import threading
 import time
 import warnings
 
+from kinds import KINDS
 from signatures import Parameter, signature_of, signature_of_class
 
-SCRIPT = """{
+SCRIPT = f"""{{
     name fuzz
-    parm { name "size" type float default { 1.5 } range { 0! 10! } }
-    parm { name "t" type vector default { 1 2 3 } }
-    parm { name "count" type integer default { 4 } }
-    parm { name "on" type toggle default { 1 } }
-    parm { name "mode" type ordinal default { "soft" } menu { "hard" "Hard" "soft" "Soft" } }
-    parm { name "pick" type string default { "a" } menu { [ "return ['a', 'A', 'b', 'B']" ] language python } }
-    parm { name "file" type string default { "$SHOT/a" } disablewhen "{ on == off }" }
-    parm { name "press" type button }
-    parm { name "curve" type ramp_flt default { 3 } }
-    parm { name "band" type ramp_rgb default { 2 } }
-    parm { name "dict" type data }
-    multiparm { name "points" default { 2 }
-        parm { name "w#" type float default { 0.5 } }
-        multiparm { name "in#" default { 1 } parm { name "q#_#" type vector2 } }
-    }
-}"""
+{KINDS}    parm {{ name "pick" type string default {{ "a" }} menu {{ [ "return ['a', 'A', 'b', 'B']" ] language python }} }}
+    parm {{ name "curve" type ramp_flt default {{ 3 }} }}
+    parm {{ name "band" type ramp_rgb default {{ 2 }} }}
+    parm {{ name "dict" type data }}
+    multiparm {{ name "points" default {{ 2 }}
+        parm {{ name "w#" type float default {{ 0.5 }} }}
+        multiparm {{ name "in#" default {{ 1 }} parm {{ name "q#_#" type vector2 }} }}
+    }}
+}}"""
 
 MAP = 'migration 1.0\ntype fuzz\nunmarked 1\nversion 1 in.ds\nversion 2 in.ds\n\trename size mode\n'
 NAMES = ("size", "t", "tx", "tz", "count", "on", "mode", "pick", "file", "press", "curve", "band", "dict")

@@ -17,6 +17,8 @@ import shutil
 import subprocess
 import sys
 
+from pages import copy_examples, fits, plain_environment
+
 
 class Step:
     """A command, and where its output stands in the page."""
@@ -71,28 +73,19 @@ def run(steps, zel, examples, out):
     """What each of them prints, and how it ends."""
     shutil.rmtree(out, ignore_errors=True)
     os.makedirs(out)
-    shutil.copytree(examples, f"{out}/examples", ignore=shutil.ignore_patterns("CMakeLists.txt", "*.cpp"))
+    copy_examples(examples, out)
     script = "exec 2>&1\nset -o pipefail\n"
     for step in steps:
         script += f"{step.command}\nzel_status=$?; printf '\\n\\f%d\\n' $zel_status; (exit $zel_status)\n"
     with open(f"{out}/.commands", "w", encoding="utf-8") as file:
         file.write(script)
-    environment = {key: value for key, value in os.environ.items() if not re.match("ZEL|XDG_|LC_|LANG", key)}
-    environment.update(PATH=f"{os.path.dirname(zel)}:{environment['PATH']}", HOME=f"{out}/home", LC_ALL="C.UTF-8")
+    environment = plain_environment(out, os.path.dirname(zel))
     done = subprocess.run(["bash", ".commands"], cwd=out, env=environment, stdin=subprocess.DEVNULL,
                           stdout=subprocess.PIPE, check=False)
     printed = re.findall(r"(.*?)\n\f(\d+)\n", done.stdout.decode("utf-8", "replace"), re.S)
     if len(printed) != len(steps):
         sys.exit(f"{len(printed)} of {len(steps)} commands ran; the last ones:\n{printed[-1:]}")
     return printed
-
-
-def fits(shown, printed):
-    pattern = ""
-    for line in shown.splitlines():
-        rest = line.endswith("...")
-        pattern += "(?:.*\n)*?" if line == "..." else re.escape(line[:-3]) + ".*\n" if rest else re.escape(line) + "\n"
-    return re.fullmatch(pattern, printed) is not None
 
 
 def main():

@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """Runs the programs that a page tells in pieces, and compares what they print with what it shows.
 
-    check_page.py PAGE EXAMPLES OUT [UPDATE]
+    check_programs.py PAGE EXAMPLES OUT [UPDATE]
 
 A section of the page is a program: its blocks fenced as `python` run one after the other in one interpreter, in a
 folder of its own with a copy of the examples. A block whose first line is a comment with a file's name is put into that
 file instead. The lines after `$ ` in a block fenced as `console` run in a shell. What a block prints, errors included,
-is in a block fenced as `text` below it, or below the line of the console. A line `...` stands for any lines.
+is in a block fenced as `text` below it, or below the line of the console. A line `...` stands for any lines, `...` at the end
+of a line for the rest of it.
 
 With UPDATE the page gets what was printed, but for outputs that `...` allows.
 """
@@ -16,6 +17,9 @@ import re
 import shutil
 import subprocess
 import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tests" / "tool"))
+from pages import copy_examples, fits, plain_environment  # noqa: E402
 
 MARK = "\f"
 BLOCK = re.compile(r"^```(python|console)\n(.*?)^```\n(?:\n```text\n(.*?)^```\n)?", re.M | re.S)
@@ -79,11 +83,10 @@ def program_of(steps):
 
 def run(page, steps, examples, folder):
     """What each of them prints."""
-    shutil.copytree(examples, folder / "examples", ignore=shutil.ignore_patterns("CMakeLists.txt", "*.cpp"))
-    environment = {key: value for key, value in os.environ.items() if not re.match("ZEL|XDG_|LC_|LANG", key)}
-    environment.update(HOME=str(folder / "home"), LC_ALL="C.UTF-8", MPLBACKEND="agg")
+    copy_examples(examples, folder)
+    environment = plain_environment(folder, folder / "bin")
+    environment["MPLBACKEND"] = "agg"
     environment["PYTHONPATH"] = os.path.abspath(environment.get("PYTHONPATH", "."))
-    environment["PATH"] = f"{folder / 'bin'}:{environment['PATH']}"
     (folder / "bin").mkdir()
     (folder / "bin" / "python3").symlink_to(sys.executable)
     done = subprocess.run([sys.executable, "-c", program_of(steps)], cwd=folder,
@@ -93,11 +96,6 @@ def run(page, steps, examples, folder):
         at = steps[min(len(printed), len(steps)) - 1].line
         sys.exit(f"{page}({at}): exit {done.returncode} after {len(printed) - 1} of {len(steps)} pieces:\n{printed[-1]}")
     return printed
-
-
-def fits(shown, printed):
-    pattern = "".join("(?:.*\n)*?" if line == "..." else re.escape(line) + "\n" for line in shown.splitlines())
-    return re.fullmatch(pattern, printed) is not None
 
 
 def main():
