@@ -94,7 +94,7 @@ Json answerOf(const NOD_ServerFile &file, const std::string &result, std::size_t
     std::string whole;
     if (edits.size() > theMostEdits) {
         whole = joined(file.getSource().getText(), edits);
-        edits = {{edits.front().begin, edits.back().end, whole}};
+        edits.assign(1, Edit{edits.front().begin, edits.back().end, whole});
     }
     NOD_ServerTextWalk walk(file.getText());
     Json answer = Json::array();
