@@ -209,6 +209,65 @@ TEST(Server, EditsGiveTheText)
     }
 }
 
+/// Positions in lines that are longer than what is counted at once, asked for in the order of the outline.
+TEST(Server, LongLinesHaveTheirPositions)
+{
+    const std::vector<std::string> pieces = {"x", "\xc3\xa9", "\xf0\x9d\x84\x9e", "\xe2\x82\xac"};
+    std::mt19937 random(5);
+    std::string text = "{ name s ";
+    std::vector<std::size_t> names;
+    for (int i = 0; i < 400; ++i) {
+        const bool groupFlag = i % 10 == 0;
+        text += i > 0 && groupFlag ? "}" : "";
+        text += i % 100 == 50 ? "\r\n" : " ";
+        text += groupFlag ? "group { label \"" : "parm { label \"";
+        for (std::size_t count = random() % 60; count > 0; --count) {
+            text += pieces[random() % pieces.size()];
+        }
+        text += "\" name ";
+        names.push_back(text.size());
+        text += "n" + std::to_string(i) + (groupFlag ? "" : " type float }");
+    }
+    text += "} }";
+    for (const bool utf8 : {false, true}) {
+        ServerClient client(utf8 ? "utf-8" : "utf-16");
+        client.open(theUri, text);
+        const Json outline = client.ask("documentSymbol", theUri);
+        std::size_t found = 0;
+        for (const Json &group : outline) {
+            EXPECT_EQ(group["selectionRange"]["start"], positionOf(text, names[found++], utf8));
+            for (const Json &parm : group["children"]) {
+                EXPECT_EQ(parm["selectionRange"]["start"], positionOf(text, names[found++], utf8));
+            }
+        }
+        EXPECT_EQ(found, names.size());
+    }
+}
+
+/// Blanks in many places are one edit, and do the same.
+TEST(Server, VeryManyEditsAreOne)
+{
+    ServerClient client;
+    std::string text = "{\n\tname s\n";
+    for (int i = 0; i < 3000; ++i) {
+        text += "parm { name p" + std::to_string(i) + " type float label \"P\" }\n";
+    }
+    text += "}\n";
+    client.open(theUri, text);
+    const Json edits = client.ask("formatting", theUri);
+    ASSERT_EQ(edits.size(), 1u);
+    const std::string begin = "{\n\tname";
+    EXPECT_EQ(edits[0]["range"]["start"], positionOf(text, begin.size(), false));
+    change(client,
+           edits[0].contains("newText")
+               ? Json::array({{{"range", edits[0]["range"]}, {"text", edits[0]["newText"]}}})
+               : Json::array());
+    EXPECT_EQ(client.ask("formatting", theUri), Json::array());
+    const Json outline = client.ask("documentSymbol", theUri);
+    ASSERT_EQ(outline.size(), 3000u);
+    EXPECT_EQ(outline[2999]["name"], "p2999");
+}
+
 TEST(Server, FindingsSayAllTheyKnowOnce)
 {
     const std::string script = "{ name s parm { name a label A type flaot }\n"

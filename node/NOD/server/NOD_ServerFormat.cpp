@@ -5,6 +5,9 @@
 #include <NOD/server/NOD_ServerWorkspacePrivate.h>
 
 #include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace
 {
@@ -29,23 +32,26 @@ std::string formatted(NOD_ServerWorkspace &workspace, NOD_ServerDocument &docume
     return result;
 }
 
-/// The blanks between words, and comments, where they differ; the words are the same in both.
-Json editsBetween(const NOD_ServerFile &file, const std::string &result, std::size_t from,
-                  std::size_t to)
+/// The bytes [begin, end) of a document and what they become.
+struct Edit
 {
-    const NOD_ServerSource &was = file.getSource();
-    const NOD_ServerSource now(result);
-    NOD_ServerTextWalk walk(file.getText());
-    Json edits = Json::array();
+    std::size_t begin;
+    std::size_t end;
+    std::string_view text;
+};
+
+/// The blanks between words, and comments, where they differ; the words are the same in both.
+std::vector<Edit> editsBetween(const NOD_ServerSource &was, const NOD_ServerSource &now)
+{
+    std::vector<Edit> edits;
     const auto add = [&](std::size_t begin, std::size_t end, std::string_view text) {
-        const std::string_view old = was.getText().substr(begin, end - begin);
-        if (old != text && begin >= from && end <= to) {
-            edits.push_back(NODserverEdit(walk, begin, end, std::string(text)));
+        if (was.getText().substr(begin, end - begin) != text) {
+            edits.push_back({begin, end, text});
         }
     };
     const std::size_t count = was.getTokens().size();
     if (count != now.getTokens().size()) {
-        add(0, was.getText().size(), result);
+        add(0, was.getText().size(), now.getText());
         return edits;
     }
     std::size_t before = 0;
@@ -62,6 +68,42 @@ Json editsBetween(const NOD_ServerFile &file, const std::string &result, std::si
     return edits;
 }
 
+/// What edits in their order do together.
+std::string joined(std::string_view text, const std::vector<Edit> &edits)
+{
+    std::string result;
+    std::size_t at = edits.front().begin;
+    for (const Edit &edit : edits) {
+        result.append(text.substr(at, edit.begin - at)).append(edit.text);
+        at = edit.end;
+    }
+    return result;
+}
+
+/// Those of the edits that are within [from, to). Very many become one, which is smaller than they are.
+Json answerOf(const NOD_ServerFile &file, const std::string &result, std::size_t from,
+              std::size_t to)
+{
+    constexpr std::size_t theMostEdits = 10000;
+    const NOD_ServerSource now(result);
+    std::vector<Edit> edits = editsBetween(file.getSource(), now);
+    const auto others = std::remove_if(edits.begin(), edits.end(), [from, to](const Edit &edit) {
+        return edit.begin < from || edit.end > to;
+    });
+    edits.erase(others, edits.end());
+    std::string whole;
+    if (edits.size() > theMostEdits) {
+        whole = joined(file.getSource().getText(), edits);
+        edits.assign(1, Edit{edits.front().begin, edits.back().end, whole});
+    }
+    NOD_ServerTextWalk walk(file.getText());
+    Json answer = Json::array();
+    for (const Edit &edit : edits) {
+        answer.push_back(NODserverEdit(walk, edit.begin, edit.end, std::string(edit.text)));
+    }
+    return answer;
+}
+
 } // namespace
 
 NOD_ServerJson NODserverFormat(NOD_ServerWorkspace &workspace, NOD_ServerDocument &document,
@@ -69,7 +111,7 @@ NOD_ServerJson NODserverFormat(NOD_ServerWorkspace &workspace, NOD_ServerDocumen
 {
     const std::string result = formatted(workspace, document);
     const NOD_ServerFile &file = *document.file();
-    return editsBetween(file, result, 0, file.getText().get().size());
+    return answerOf(file, result, 0, file.getText().get().size());
 }
 
 NOD_ServerJson NODserverFormatRange(NOD_ServerWorkspace &workspace, NOD_ServerDocument &document,
@@ -82,5 +124,5 @@ NOD_ServerJson NODserverFormatRange(NOD_ServerWorkspace &workspace, NOD_ServerDo
     // The blanks in front of the first line belong to it.
     from = text.getLineBegin(text.findLine(from));
     from = text.get().find_last_not_of(" \t\r\n", from == 0 ? 0 : from - 1) + 1;
-    return editsBetween(*document.file(), formatted(workspace, document), from, to);
+    return answerOf(*document.file(), formatted(workspace, document), from, to);
 }

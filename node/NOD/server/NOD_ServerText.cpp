@@ -113,11 +113,24 @@ NOD_ServerPosition NOD_ServerTextWalk::find(std::size_t offset)
     while (end > begin && end < text.size() && (byteAt(text, end) & 0xc0) == 0x80) {
         --end; // the beginning of a character
     }
-    const bool onFlag = long(line) == myPosition.line && myOffset <= end && myOffset >= begin;
-    const long units = onFlag ? myPosition.unit : 0;
-    myPosition = {long(line), units + myText.countUnits(onFlag ? myOffset : begin, end)};
-    myOffset = end;
-    return myPosition;
+    return {long(line), countUnits(line, end)};
+}
+
+/// From the beginning of a line.
+long NOD_ServerTextWalk::countUnits(std::size_t line, std::size_t end)
+{
+    constexpr std::size_t theStep = 1024;
+    const std::size_t begin = myText.getLineBegin(line);
+    const std::size_t step = (end - begin) / theStep;
+    if (step == 0) {
+        return myText.countUnits(begin, end);
+    }
+    std::vector<long> &counts = myCounts[line];
+    for (std::size_t i = counts.size(); i <= step; ++i) {
+        const std::size_t at = begin + i * theStep;
+        counts.push_back(i == 0 ? 0 : counts[i - 1] + myText.countUnits(at - theStep, at));
+    }
+    return counts[step] + myText.countUnits(begin + step * theStep, end);
 }
 
 void NOD_ServerText::replace(std::size_t begin, std::size_t end, std::string_view text)

@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -60,7 +61,7 @@ private:
     Encoding myEncoding;
 };
 
-/// Positions of offsets that mostly come in their order: a long line is counted once.
+/// Positions of many offsets, in any order: a long line is counted once.
 class NOD_ServerTextWalk
 {
 public:
@@ -69,7 +70,9 @@ public:
     NOD_ServerPosition find(std::size_t offset);
 
 private:
+    long countUnits(std::size_t line, std::size_t end);
+
     const NOD_ServerText &myText;
-    std::size_t myOffset = 0;
-    NOD_ServerPosition myPosition;
+    /// Of long lines: the units in front of each theStep bytes, as far as they were asked for.
+    std::unordered_map<std::size_t, std::vector<long>> myCounts;
 };
