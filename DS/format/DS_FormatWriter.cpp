@@ -162,8 +162,8 @@ void DS_FormatWriter::writeWord(std::size_t index)
     // A directive's word may follow in the next line, but not in this one.
     const bool startFlag = myFirstFlag && TOK_SourceTokens::startsDirective(piece.text);
     myFirstFlag = false;
-    myMustBreakFlag = startFlag && piece.text == "#";
-    myTouchFlag = startFlag && !myMustBreakFlag;
+    myHashFlag = startFlag && piece.text == "#";
+    myTouchFlag = startFlag && !myHashFlag;
     if (myOpenedFlag && piece.block == DS_FormatBlock::MENU) {
         myMenuColumn = menuColumn(index);
     }
@@ -175,7 +175,7 @@ bool DS_FormatWriter::breaksBefore(const DS_FormatPiece &piece) const
     if (myMustBreakFlag || TOK_SourceTokens::startsDirective(piece.text)) {
         return myMustBreakFlag;
     }
-    return piece.where == DS_FormatPiece::LINE ||
+    return myHashFlag || piece.where == DS_FormatPiece::LINE ||
            (piece.where == DS_FormatPiece::KEEP && piece.lines > 0);
 }
 
@@ -194,6 +194,7 @@ void DS_FormatWriter::startLine(const DS_FormatPiece &piece, unsigned depth, boo
     myText.append(depth, '\t');
     myLineStart = myText.size();
     myFirstFlag = true;
+    myHashFlag = false;
     myMustBreakFlag = false;
 }
 

@@ -39,6 +39,7 @@ private:
     std::size_t myMenuColumn = 0; ///< of the menu that is being written
     bool myOpenedFlag = true;     ///< nothing since a brace, or at all
     bool myFirstFlag = true;      ///< the line has only comments so far
+    bool myHashFlag = false;      ///< the last word is the first of its line, and a "#"
     bool myTouchFlag = false;     ///< the next word follows without a blank
     bool myMustBreakFlag = false; ///< the line can't go on
 };

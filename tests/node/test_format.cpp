@@ -225,6 +225,7 @@ TEST(Format, LaysOut)
          "parm {\n\tmenu { #define b #if c\n\t}\n}\n"},
         {"nor does it lose the bracket that keeps it from being one", "parm { name // c\n#endif} x",
          "parm {\n\tname // c\n\t\t#endif} x\n"},
+        {"nor another one before it", "# #if a", "# #if a\n"},
         {"behind a comment neither", "/**/ #if{", "/**/ #if{\n"},
         {"line ends", "name a\r\nlabel b", "name    a\r\nlabel   b\r\n"},
         {"which those in texts aren't", "a \"\r\n\"\nb", "a \"\r\n\"\nb\n"},
