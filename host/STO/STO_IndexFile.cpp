@@ -77,6 +77,7 @@ public:
                 fault(STO_INDEX_DAMAGED, "a line of no section");
             } else {
                 ended = ended || myLine == theLastLine;
+                takeComment();
             }
         }
         if (!ended) {
@@ -100,6 +101,13 @@ private:
             myLine.remove_suffix(1);
         }
         return true;
+    }
+
+    void takeComment()
+    {
+        if (!myLine.empty() && myLine != theLastLine && !startsWith(myLine, theHeader)) {
+            myIndex.myLastComments.append(myLine) += '\n';
+        }
     }
 
     bool isOfSection() const
@@ -164,6 +172,7 @@ private:
         const std::string key(name.view());
         if (myIndex.myByName.emplace(key, myIndex.mySections.size()).second) {
             section.name = key;
+            section.comments.swap(myIndex.myLastComments);
             myIndex.mySections.push_back(std::move(section));
         } else {
             myIndex.myRepeats.push_back({key, section.line});
@@ -222,6 +231,7 @@ void STO_IndexFile::release()
     mySections.clear();
     myByName.clear();
     myRepeats.clear();
+    myLastComments.clear();
     myFile.clear();
     myDamagedFlag = false;
 }
@@ -243,7 +253,7 @@ bool STO_IndexFile::addSection(const char *name, std::string_view text)
     }
     const auto [entry, added] = myByName.emplace(name, mySections.size());
     if (added) {
-        mySections.push_back({KIT_String(std::string(name)), std::string(text), 0, 0, 0});
+        mySections.push_back({KIT_String(std::string(name)), std::string(text)});
     } else {
         mySections[entry->second].text = text;
     }
@@ -256,7 +266,9 @@ bool STO_IndexFile::removeSection(const char *name)
     if (found < 0) {
         return false;
     }
-    mySections.erase(mySections.begin() + found);
+    const std::string comments = at(found).comments;
+    const auto next = mySections.erase(mySections.begin() + found);
+    (next == mySections.end() ? myLastComments : next->comments).insert(0, comments);
     index();
     return true;
 }
@@ -276,10 +288,11 @@ void STO_IndexFile::index()
 int64_t STO_IndexFile::guessStreamSize() const
 {
     constexpr size_t frame = 64; // the lines around a section, and a few escapes
-    size_t size = frame;
+    size_t size = frame + myLastComments.size();
     for (const Section &section : mySections) {
         const auto lines = std::count(section.text.begin(), section.text.end(), '\n');
-        size += frame + section.name.length() + section.text.size() + static_cast<size_t>(lines);
+        size += frame + section.name.length() + section.text.size() + static_cast<size_t>(lines) +
+                section.comments.size();
     }
     return static_cast<int64_t>(size);
 }
@@ -312,8 +325,10 @@ void STO_IndexFile::write(std::ostream &stream) const
 {
     writeStart(stream);
     for (const Section &section : mySections) {
+        stream << section.comments;
         writeSection(stream, section.name.view(), section.text);
     }
+    stream << myLastComments;
     writeEnd(stream);
 }
 

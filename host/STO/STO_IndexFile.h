@@ -18,7 +18,9 @@
 /// double quotes (KIT_String.h, quoted form), the lines of the text after a tab, and a line
 /// `end`, or `open` when the text's last line has no line feed; a last line `#END`. Between
 /// sections, empty lines and lines that start with "#" are ignored, so that concatenated files read
-/// as one. Of two sections with one name the first one counts.
+/// as one. Of two sections with one name the first one counts. Lines that start with "#" and aren't
+/// of the form itself are comments: write() writes them again, in front of the section that they
+/// were in front of.
 
 #pragma once
 
@@ -86,7 +88,7 @@ public:
     /// Replaces the text of a section of that name, or adds one at the end. False for an empty
     /// name.
     bool addSection(const char *name, std::string_view text);
-    /// False if there is none.
+    /// False if there is none. Comments in front of it stay.
     bool removeSection(const char *name);
 
     // ---------------------------------------------------------------- //
@@ -110,6 +112,7 @@ private:
         int line = 0;
         size_t start = 0;
         size_t textStart = 0;
+        std::string comments = {}; ///< lines in front of it
     };
     class Parser;
 
@@ -119,6 +122,7 @@ private:
     std::vector<Section> mySections;
     std::unordered_map<std::string, size_t> myByName;
     std::vector<Repeat> myRepeats;
+    std::string myLastComments; ///< lines behind all sections
     std::string myFile;
     bool myDamagedFlag = false;
 };

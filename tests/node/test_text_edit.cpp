@@ -283,6 +283,9 @@ TEST_F(TextEdit, EveryKindOfFileGivesBackWhatItHolds)
     const std::string faults[][3] = {
         {"{ name a parm { name p } }", "a.ds", "a.ds: has no values: it is a dialog script\n"},
         {std::string("\1\0\2", 3), "b", "b: has no values: it is no file of parameters\n"},
+        {"\xff\xd8\xff\xe0JFIF", "j", "j: has no values: it is no file of parameters\n"},
+        {"{ \x1b\x07 }", "x", "x: has no values: it is no file of parameters\n"},
+        {"#include <a.h>\nSTART }", "s.ds", "s.ds: has no values: it is a dialog script\n"},
         {"#STO_INDEX 1.0\n#END\n", "i?Night", "i: there is no preset Night\n"},
         {"#STO_INDEX 1.0\nsection \"scene\"\nend\n#END\n", "e", "e: there is no node in it\n"},
         {"channels 1.0 { wibble }", "w", "w: "},

@@ -96,6 +96,30 @@ TEST_F(IndexFiles, AnyNameAndTextReadBack)
     EXPECT_GE(back.guessStreamSize() + 600, std::int64_t(bytes.size()));
 }
 
+TEST_F(IndexFiles, CommentsAreWrittenWhereTheyWere)
+{
+    const auto section = [](const std::string &name) {
+        return "section \"" + name + "\"\n\t# its own\nend\n";
+    };
+    const std::string start = "#STO_INDEX 1.0\n# all of them\n", end = "#last\n#END\n";
+    const std::string bytes = start + section("a") + "# one\n# two\n" + section("b") + end;
+    STO_IndexFile index;
+    // A second file behind it, with a section that doesn't count.
+    ASSERT_TRUE(index.read(bytes + "#STO_INDEX 1.0\n" + section("a") + "#behind\n#END\n", "f"));
+    EXPECT_EQ(written(index),
+              start + section("a") + "# one\n# two\n" + section("b") + "#last\n#behind\n#END\n");
+    ASSERT_TRUE(index.read(bytes, "f"));
+    EXPECT_EQ(written(index), bytes);
+    EXPECT_GE(index.guessStreamSize(), std::int64_t(bytes.size()));
+    ASSERT_TRUE(index.addSection("c", "# its own\n"));
+    ASSERT_TRUE(index.removeSection("a"));
+    EXPECT_EQ(written(index), start + "# one\n# two\n" + section("b") + section("c") + end);
+    ASSERT_TRUE(index.removeSection("b") && index.removeSection("c"));
+    EXPECT_EQ(written(index), start + "# one\n# two\n" + end);
+    ASSERT_TRUE(index.read("", "f"));
+    EXPECT_EQ(written(index), "#STO_INDEX 1.0\n#END\n");
+}
+
 TEST_F(IndexFiles, SectionsAreReplacedAndRemovedInPlace)
 {
     STO_IndexFile index;

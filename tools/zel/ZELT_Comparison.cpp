@@ -91,6 +91,12 @@ bool ZELT_Comparison::read(const std::string &script, const std::string &left,
         return false;
     }
     myNodeFlag = myScript && kinds[0] != kinds[1];
+    for (const bool rightFlag : {false, true}) {
+        if (kinds[rightFlag] == NOD_FileKind::NONE && !(rightFlag ? noRightFlag : noLeftFlag)) {
+            messages.error(rightFlag ? right : left, "is no file of parameters");
+            return false;
+        }
+    }
     if (kinds[0] != kinds[1] && !myScript) {
         messages.error(right, std::string("is ") + NOD_ValueFile::getKindName(kinds[1]) +
                                   ", which can't be compared with " +

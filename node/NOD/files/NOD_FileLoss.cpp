@@ -9,6 +9,7 @@
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionFilePrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
+#include <NOD/lint/NOD_LintTokensPrivate.h>
 #include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_ParmStream.h>
 
@@ -22,6 +23,7 @@ namespace
 using Comments = std::vector<std::string>;
 
 constexpr char theComment = '#';
+constexpr const char *theCommentStarts = "#/";                  // of a script, too
 constexpr const char *theFrameWords[] = {"#STO_INDEX", "#END"}; // lines of the form itself
 
 bool isNote(const std::string &comment)
@@ -56,6 +58,14 @@ void addOfPreset(KIT_IStream &is, Comments &comments)
     }
 }
 
+/// Both forms of a script.
+void addOfScript(std::string_view text, Comments &comments)
+{
+    const NOD_LintTokens tokens(std::string(text), "", NOD_Interface::Includes::NONE);
+    const Comments found = tokens.findPlainComments();
+    comments.insert(comments.end(), found.begin(), found.end());
+}
+
 /// Lines that are nothing else, as between sections, whose own lines are indented.
 void addLines(std::string_view bytes, Comments &comments)
 {
@@ -77,7 +87,7 @@ void addOfSection(const NOD_SectionFile::Section &section, NOD_FileKind kind, Co
 {
     KIT_IStream is(section.text.data(), section.text.size(), KIT_IStream::TEXT);
     const std::string what = NODkindOf(section.name);
-    if (section.text.find(theComment) == std::string_view::npos) {
+    if (section.text.find_first_of(theCommentStarts) == std::string_view::npos) {
         return;
     }
     if (kind == NOD_FileKind::PRESETS) {
@@ -86,6 +96,8 @@ void addOfSection(const NOD_SectionFile::Section &section, NOD_FileKind kind, Co
         addOfChannels(is, comments);
     } else if (what == theValueSection) {
         addOfStream(is, comments);
+    } else if (what == theSpareSection) {
+        addOfScript(section.text, comments);
     } else if (what == theSceneSection || what == thePartSection || what == theNodeSection) {
         addLines(section.text, comments);
     }
@@ -127,7 +139,8 @@ std::vector<NOD_FileLoss> NODcommentLosses(const Comments &comments, const std::
 std::vector<NOD_FileLoss> NODfindComments(const std::string &bytes, const std::string &file,
                                           const std::string &part)
 {
-    if (NOD_ValueFile::isBinary(bytes) || bytes.find(theComment) == std::string::npos) {
+    if (NOD_ValueFile::isBinary(bytes) ||
+        bytes.find_first_of(theCommentStarts) == std::string::npos) {
         return {};
     }
     const KIT_ErrorManager::Scope toldByReaders(BASgetSTID());

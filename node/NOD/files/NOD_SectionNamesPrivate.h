@@ -20,8 +20,10 @@ constexpr const char *theInterfaceText = "text";
 constexpr const char *theInterfaceOfApplication = "application";
 constexpr const char *theChannelSection = "channels"; ///< of presets, too
 constexpr const char *theValueSection = "values";
+constexpr const char *theSpareSection = "spares"; ///< a script
 /// What a node has beside its own section, in the order of reading.
-constexpr const char *theNodeKinds[] = {"spares", theChannelSection, theValueSection, "aliases"};
+constexpr const char *theNodeKinds[] = {theSpareSection, theChannelSection, theValueSection,
+                                        "aliases"};
 constexpr const char *theNamelessType = "node"; ///< of a description that has no type name
 constexpr double theFileVersion = 1.0;
 constexpr const char *theFileVersionText = "1.0";

@@ -62,6 +62,23 @@ std::string_view firstWords(std::string_view text)
     }
 }
 
+/// By its first words, which are a brace, a comment, nothing, or a macro behind directives.
+bool canBeScript(std::string_view text, std::string_view words)
+{
+    const std::string_view before = text.substr(0, std::size_t(words.data() - text.data()));
+    for (const char *const directive : {"#define", "#include", "#if"}) {
+        if (before.find(directive) != std::string_view::npos) {
+            return true;
+        }
+    }
+    constexpr std::size_t theLookedAt = 64;
+    const std::string_view start = words.substr(0, theLookedAt);
+    return start.empty() || ((start[0] == '{' || start[0] == '/') &&
+                             std::none_of(start.begin(), start.end(), [](char c) {
+                                 return static_cast<unsigned char>(c) < ' ' && !BASisBlank(c);
+                             }));
+}
+
 /// What an index file is, by its first section.
 NOD_FileKind kindOfIndex(std::string_view text)
 {
@@ -225,6 +242,9 @@ NOD_FileKind NOD_ValueFile::kindOf(std::string_view start)
     const std::string_view words = firstWords(start);
     if (startsWith(words, "channels")) {
         return NOD_FileKind::CHANNELS;
+    }
+    if (!canBeScript(start, words)) {
+        return NOD_FileKind::NONE;
     }
     const bool braceFlag = startsWith(words, "{");
     return braceFlag && startsWith(firstWords(words.substr(1)), "version") ? NOD_FileKind::STREAM

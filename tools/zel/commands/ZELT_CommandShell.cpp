@@ -23,6 +23,7 @@ struct Call
     std::string file;
     bool stop = false;
     bool keepGoing = false;
+    bool allowLoss = false;
 };
 
 int runShell(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
@@ -38,6 +39,7 @@ int runShell(const Call &call, const ZELT_Options &options, ZELT_Messages &messa
     }
     ZELT_Shell shell(std::move(session), messages);
     shell.setJson(options.json);
+    shell.setAllowLoss(call.allowLoss);
     // What making the parameters reported.
     const bool wholeFlag = ZELTtakeFault(call.file, "", messages);
     const bool terminalFlag = isatty(STDIN_FILENO) == 1;
@@ -80,4 +82,6 @@ void ZELTaddShell(ZELT_CommandLine &line)
         "-e,--stop", call.stop, "End at the first command that fails, as without a terminal");
     command.addFlag("-k,--keep-going", call.keepGoing, "Go on after it, as on a terminal")
         .excludes(stop);
+    ZELTaddAllowLoss(command, call.allowLoss,
+                     "Let all lines write also what isn't all that there is");
 }

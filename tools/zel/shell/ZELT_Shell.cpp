@@ -111,9 +111,14 @@ bool ZELT_Shell::runLine(std::string_view line)
     return true;
 }
 
-void ZELT_Shell::dispatch(const ZELT_ShellWords &words, std::string_view line)
+void ZELT_Shell::dispatch(ZELT_ShellWords &words, std::string_view line)
 {
     const ZELT_ShellCommand *const command = ZELTfindShellCommand(words[0]);
+    myLineAllowsFlag =
+        command && (command->flags & ZELT_SHELL_WRITES) != 0 && words.back() == theZELTAllowLoss;
+    if (myLineAllowsFlag) {
+        words.pop_back();
+    }
     const std::size_t given = words.size() - 1;
     if (!command) {
         fail("there is no command " + words[0] + KITdidYouMean(words[0], ZELTshellCommandNames()));

@@ -41,9 +41,13 @@ using ZELT_ShellWords = std::vector<std::string>;
 enum ZELT_ShellFlag : unsigned
 {
     ZELT_SHELL_PLAIN = 0,
-    ZELT_SHELL_EDITS = 1,        ///< a step that can be undone
-    ZELT_SHELL_SEES_MESSAGES = 2 ///< the messages of earlier commands are in the error manager
+    ZELT_SHELL_EDITS = 1,         ///< a step that can be undone
+    ZELT_SHELL_SEES_MESSAGES = 2, ///< the messages of earlier commands are in the error manager
+    ZELT_SHELL_WRITES = 4 ///< what a node is kept in: takes theZELTAllowLoss as its last word
 };
+
+/// Write also where not all is carried: at a line's end, or for all of a session.
+inline constexpr const char *theZELTAllowLoss = "--allow-loss";
 
 /// A command, as a row of its subject's table.
 struct ZELT_ShellCommand
@@ -104,6 +108,8 @@ public:
     ~ZELT_Shell();
 
     void setJson(bool on) { myJsonFlag = on; }
+    /// Whether lines without the word may lose something, too.
+    void setAllowLoss(bool on) { myAllowLossFlag = on; }
     /// Runs one line; false if it ends the session.
     bool run(std::string_view line);
     /// How many lines have failed.
@@ -121,6 +127,8 @@ public:
     NOD_Graph &getGraph() { return mySession->getScene().getGraph(); }
     double getTime() const { return myTime; }
     void setTime(double time) { myTime = time; }
+    /// Of the line that runs.
+    NOD_LossRule getLossRule() const { return ZELTlossRule(myAllowLossFlag || myLineAllowsFlag); }
     /// What the node's interface is made of; null, with a message, for none, as of a scene's root.
     const NOD_Interface *findScript();
 
@@ -158,7 +166,7 @@ private:
     bool runLine(std::string_view line);
     bool runAction(const ZELT_ShellAction *begin, const ZELT_ShellAction *end,
                    const ZELT_ShellWords &words);
-    void dispatch(const ZELT_ShellWords &words, std::string_view line);
+    void dispatch(ZELT_ShellWords &words, std::string_view line);
     void call(const ZELT_ShellCommand &command, const ZELT_ShellWords &words,
               std::string_view line);
     void takeInterrupt(const std::function<bool()> &takeBack);
@@ -169,6 +177,8 @@ private:
     NOD_Snapshots mySnapshots;
     double myTime = 0.0;
     bool myJsonFlag = false;
+    bool myAllowLossFlag = false;
+    bool myLineAllowsFlag = false;
     int myFailures = 0;
     std::vector<std::string> myReasons; ///< of the line that runs
 };

@@ -31,18 +31,19 @@ NOD_Node *findNode(ZELT_Shell &shell, const ZELT_ShellWords &words, std::size_t 
     return node;
 }
 
-bool isCarried(ZELT_Shell &shell, const std::string &file, NOD_Report &report)
+/// What was in the file and isn't in what is written there would be gone.
+bool isKept(ZELT_Shell &shell, const std::string &file, NOD_Report &report)
 {
-    // What was in the file and isn't in the node would be gone.
-    return NODcheckLosses(shell.getSession().getLossesOf(file), {false, "save it to another file"},
-                          report);
+    NOD_LossRule rule = shell.getLossRule();
+    rule.offer += ", or to another file";
+    return NODcheckLosses(shell.getSession().getLossesOf(file), rule, report);
 }
 
 /// The bytes of the file; false after a message.
 bool write(ZELT_Shell &shell, const ZELT_ShellWords &words, std::ostream &os, NOD_Report &report)
 {
     if (words[1] == "scene" && words.size() == 3) {
-        return isCarried(shell, words[2], report) &&
+        return isKept(shell, words[2], report) &&
                shell.getSession().saveScene(os, words[2], std::nullopt, report);
     }
     NOD_ValueFile::Form form = NOD_ValueFile::Form::TEXT;
@@ -51,7 +52,8 @@ bool write(ZELT_Shell &shell, const ZELT_ShellWords &words, std::ostream &os, NO
         return false;
     }
     NOD_Node *const node = findNode(shell, words, 3);
-    return node && isCarried(shell, words[2], report) &&
+    return node && isKept(shell, words[2], report) &&
+           NOD_ValueFile::checkCarried(*node, form, {}, shell.getLossRule(), report) &&
            NOD_ValueFile::save(shell.getSession().getScene(), *node, form, os,
                                ZELTfolderOf(words[2]), report);
 }
@@ -95,7 +97,8 @@ void load(ZELT_Shell &shell, const ZELT_ShellWords &words)
 }
 
 constexpr ZELT_ShellCommand theCommands[] = {
-    {"save", "text|binary|compact|channels|node|scene FILE [NODE]", 2, 3, ZELT_SHELL_PLAIN, save},
+    {"save", "text|binary|compact|channels|node|scene FILE [NODE] [--allow-loss]", 2, 3,
+     ZELT_SHELL_WRITES, save},
     {"load", "FILE [NODE]", 1, 2, ZELT_SHELL_EDITS, load},
     {"channels", "FILE [NODE]", 1, 2, ZELT_SHELL_EDITS, load},
 };

@@ -62,7 +62,8 @@ void writePreset(ZELT_Shell &shell, const ZELT_ShellWords &words, NOD_Presets::E
 {
     NOD_Report report;
     std::ostringstream text;
-    const bool madeFlag = NODsavePreset(shell.getNode(), {}, text, report);
+    const bool madeFlag = NODcheckPreset(shell.getNode(), {}, {}, shell.getLossRule(), report) &&
+                          NODsavePreset(shell.getNode(), {}, text, report);
     if (!shell.finish()) {
         return;
     }
@@ -100,12 +101,14 @@ constexpr ZELT_ShellAction theActions[] = {
 void preset(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     if (!shell.runAction(theActions, words)) {
-        shell.fail("usage: preset list | load NAME | save|replace|delete NAME [FOLDER]");
+        shell.fail(
+            "usage: preset list | load NAME | save|replace|delete NAME [FOLDER] [--allow-loss]");
     }
 }
 
 constexpr ZELT_ShellCommand theCommands[] = {
-    {"preset", "list|load|save|replace|delete [NAME] [FOLDER]", 1, 3, ZELT_SHELL_EDITS, preset},
+    {"preset", "list|load|save|replace|delete [NAME] [FOLDER] [--allow-loss]", 1, 3,
+     ZELT_SHELL_EDITS | ZELT_SHELL_WRITES, preset},
 };
 
 } // namespace
