@@ -113,9 +113,15 @@ NOD_ServerPosition NOD_ServerTextWalk::find(std::size_t offset)
     while (end > begin && end < text.size() && (byteAt(text, end) & 0xc0) == 0x80) {
         --end; // the beginning of a character
     }
-    const bool onFlag = long(line) == myPosition.line && myOffset <= end && myOffset >= begin;
-    const long units = onFlag ? myPosition.unit : 0;
-    myPosition = {long(line), units + myText.countUnits(onFlag ? myOffset : begin, end)};
+    // From the last one, or the line's begin, whichever is nearer.
+    const bool sameFlag = long(line) == myPosition.line && myOffset >= begin;
+    if (sameFlag && myOffset <= end) {
+        myPosition.unit += myText.countUnits(myOffset, end);
+    } else if (sameFlag && myOffset - end < end - begin) {
+        myPosition.unit -= myText.countUnits(end, myOffset);
+    } else {
+        myPosition = {long(line), myText.countUnits(begin, end)};
+    }
     myOffset = end;
     return myPosition;
 }

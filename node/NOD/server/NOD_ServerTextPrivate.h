@@ -60,7 +60,7 @@ private:
     Encoding myEncoding;
 };
 
-/// Positions of offsets that mostly come in their order: a long line is counted once.
+/// Positions of offsets that mostly are near the one before: a long line is counted once.
 class NOD_ServerTextWalk
 {
 public:
