@@ -17,7 +17,7 @@ std::string unescaped(const std::string &raw)
     return text.toStdString();
 }
 
-/// Of the block of a parameter; without a name that of the first one of the line.
+/// Of the block of a parameter; without a name that of the last one of the line.
 std::string keyOf(const std::string &file, int line, const std::string &name = "")
 {
     return file + ":" + std::to_string(line) + ":" + name;
@@ -37,8 +37,8 @@ void NOD_ScriptPlaces::open()
         for (const NOD_ScriptShape::Block &block : myShape->getBlocks()) {
             const std::string &file = myTokens->getFileName(block.header);
             const int line = (*myTokens)[block.header].line;
-            myBlocks.emplace(keyOf(file, line), &block);
-            myBlocks.emplace(keyOf(file, line, block.name), &block);
+            myBlocks[keyOf(file, line)] = &block;
+            myBlocks[keyOf(file, line, block.name)] = &block;
         }
     }
 }

@@ -51,7 +51,7 @@ private:
     NOD_ScriptParms myParms;
     std::optional<NOD_ScriptTokens> myTokens;
     std::optional<NOD_ScriptShape> myShape;
-    /// The first of each place and name: thousands may begin on one line, with one name.
+    /// The last of each line and name: thousands may begin on one line, with one name.
     std::unordered_map<std::string, const NOD_ScriptShape::Block *> myBlocks;
 };
 
