@@ -233,6 +233,8 @@ def rows():
            + parm("q", 'hidewhen "' + "".join(f"{{ p == m{i} }}" for i in range(3000)) + '"')))
     script("judged_names", page(fill(lambda i: parm(f"p{i}", f'hidewhen "{{ q{i} == 1 }}"'))))
     script("judged_line", page(fill(lambda i: parm(f"p{i}").replace("\n", " "))))
+    script("judged_twins", fill(lambda i: 'parm { name "a" type flaot } '))
+    script("judged_silence", page("// " + fill(lambda i: "zel-lint: ") + "\n" + parm("p", "size x")))
     script("judged_edits", page(parm("p", fill(lambda i: "nolabel ") + "type float")), ["lint {script} --fix"])
     script("judged_order", page(fill(lambda i: parm(f"p{i}", "nolabel joinnext default { 1 2 } type float"))),
            ["lint {script} --fix"])

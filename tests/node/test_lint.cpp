@@ -494,6 +494,10 @@ TEST(Lint, CommentsSilenceTheirLine)
     EXPECT_EQ(with("\n// zel-lint: disable-file=Z107,Z202"), "");
     EXPECT_EQ(with(" // zel-lint: off"), "3:13 Z107, 3:33 Z202, 3:50 Z505");
     EXPECT_EQ(with(" // zel-lint: disable=Z505,nothing"), "3:13 Z107, 3:33 Z202");
+    EXPECT_EQ(with(" // zel-lint: disable=Z107 zel-lint: disable=Z202"), "");
+    EXPECT_EQ(with(" // once\n/*\nzel-lint: disable-file=Z107,Z202 */"), "3:13 Z107, 3:33 Z202");
+    EXPECT_EQ(lintContents("// zel-lint: disable=Z1\n\n" + bad + " // zel-lint: disable=Z107\n"),
+              "3:14 Z505, 5:33 Z202");
     // A text is no comment.
     EXPECT_EQ(lintContents("parm { name \"a\" type float help \"// zel-lint: disable=Z107\" }\n"),
               "3:13 Z107");

@@ -268,6 +268,45 @@ TEST(Server, VeryManyEditsAreOne)
     EXPECT_EQ(outline[2999]["name"], "p2999");
 }
 
+/// One long line, whose blocks and findings begin and end in no order.
+TEST(Server, PlacesInOneLine)
+{
+    const std::vector<std::string> labels = {"x", "\xc3\xa9", "\xf0\x9d\x84\x9e", "\xe2\x82\xac y"};
+    std::mt19937 random(7);
+    std::string text = "one\n";
+    std::vector<std::size_t> begins;
+    for (int i = 0; i < 60; ++i) {
+        begins.push_back(text.size());
+        text += "parm { label \"" + labels[random() % labels.size()] + "\" name a type flaot } ";
+    }
+    for (const bool utf8 : {false, true}) {
+        ServerClient client(utf8 ? "utf-8" : "utf-16");
+        client.open(theUri, text);
+        const auto rangeOf = [&](std::size_t from, const std::string &word) {
+            const std::size_t at = text.find(word, from);
+            return Json{{"start", positionOf(text, at, utf8)},
+                        {"end", positionOf(text, at + word.size(), utf8)}};
+        };
+        std::vector<Json> typos;
+        for (const Json &finding : client.diagnostics(theUri)) {
+            if (finding["message"].get<std::string>().find("flaot") != std::string::npos) {
+                typos.push_back(finding["range"]);
+            }
+        }
+        const Json outline = client.ask("documentSymbol", theUri);
+        ASSERT_EQ(outline.size(), begins.size());
+        ASSERT_EQ(typos.size(), begins.size());
+        for (std::size_t i = 0; i < begins.size(); ++i) {
+            EXPECT_EQ(outline[i]["range"]["start"], positionOf(text, begins[i], utf8));
+            EXPECT_EQ(outline[i]["range"]["end"], rangeOf(begins[i], "}")["end"]);
+            Json name = rangeOf(begins[i], "a type");
+            name["end"] = positionOf(text, text.find(" type", begins[i]), utf8);
+            EXPECT_EQ(outline[i]["selectionRange"], name);
+            EXPECT_EQ(typos[i], rangeOf(begins[i], "flaot"));
+        }
+    }
+}
+
 TEST(Server, FindingsSayAllTheyKnowOnce)
 {
     const std::string script = "{ name s parm { name a label A type flaot }\n"

@@ -217,12 +217,8 @@ std::shared_ptr<const NOD_Interface> NOD_Interface::fromText(std::string_view te
     std::shared_ptr<NOD_Interface> made(new NOD_Interface(Source::SCRIPT_TEXT, name));
     NOD_Report found;
     const bool readFlag = made->read(is, found, includes);
-    for (NOD_Message message : found.getMessages()) {
-        if (!head.empty()) {
-            NODtakeHead(message, text, name, head); // head and end aren't the caller's
-        }
-        report.add(std::move(message));
-    }
+    // Head and end aren't the caller's.
+    report.append(head.empty() ? found : NODtakeHead(found, text, name, head));
     return readFlag ? made : nullptr;
 }
 

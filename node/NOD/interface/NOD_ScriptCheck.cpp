@@ -556,10 +556,7 @@ std::shared_ptr<const NOD_Interface> NODcheckScript(std::string_view text, const
     NOD_Report found;
     NOD_Interface::fromText(whole, name, again, includes);
     completeReport(whole, name, includes, again, made != nullptr, found);
-    for (NOD_Message message : found.getMessages()) {
-        NODtakeHead(message, text, name, head);
-        report.add(std::move(message));
-    }
+    report.append(NODtakeHead(found, text, name, head));
     return made;
 }
 

@@ -169,17 +169,11 @@ void NODcompleteDetails(NOD_Report &report, std::string_view text, const std::st
     report = std::move(completed);
 }
 
-void NODtakeHead(NOD_Message &message, std::string_view text, const std::string &name,
-                 const std::string &head)
+NOD_Report NODtakeHead(const NOD_Report &found, std::string_view text, const std::string &name,
+                       const std::string &head)
 {
-    if (message.file == name) {
-        const auto lines = int(std::count(text.begin(), text.end(), '\n')) + 1;
-        message.line = std::min(message.line - (message.line > 1), lines);
-    }
-    if (!message.detail) {
-        return;
-    }
-    auto detail = std::make_shared<KIT_MessageDetail>(*message.detail);
+    NOD_Report taken;
+    const auto lines = int(std::count(text.begin(), text.end(), '\n')) + 1;
     const auto take = [&](KIT_MessagePlace &place) {
         const auto bytes = std::int64_t(head.size());
         const auto size = std::int64_t(text.size());
@@ -196,6 +190,16 @@ void NODtakeHead(NOD_Message &message, std::string_view text, const std::string 
         --place.line;
         --place.endLine;
     };
-    detail->changePlaces(take);
-    message.detail = std::move(detail);
+    for (NOD_Message message : found.getMessages()) {
+        if (message.file == name) {
+            message.line = std::min(message.line - (message.line > 1), lines);
+        }
+        if (message.detail) {
+            auto detail = std::make_shared<KIT_MessageDetail>(*message.detail);
+            detail->changePlaces(take);
+            message.detail = std::move(detail);
+        }
+        taken.add(std::move(message));
+    }
+    return taken;
 }

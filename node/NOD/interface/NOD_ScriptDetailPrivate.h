@@ -29,7 +29,7 @@ void NODcompleteDetails(NOD_Report &report, std::string_view text, const std::st
 std::string NODscriptHead(std::string_view text, const std::string &name);
 /// The text with its head and an end, as it is with an empty head.
 std::string NODwithHead(std::string_view text, const std::string &head);
-/// Changes the line and the places of a message of a script with such a head to those of the text without it.
-/// What is about the head is at the beginning of the text, what is about the brace at the end at its end.
-void NODtakeHead(NOD_Message &message, std::string_view text, const std::string &name,
-                 const std::string &head);
+/// The messages of a script with such a head, with the lines and places of the text without it. What is about the
+/// head is at the beginning of the text, what is about the brace at the end at its end.
+NOD_Report NODtakeHead(const NOD_Report &found, std::string_view text, const std::string &name,
+                       const std::string &head);

@@ -17,9 +17,10 @@ std::string unescaped(const std::string &raw)
     return text.toStdString();
 }
 
-std::string keyOf(int line)
+/// Of the block of a parameter; without a name that of the last one of the line.
+std::string keyOf(const std::string &file, int line, const std::string &name = "")
 {
-    return std::to_string(line) + ":";
+    return file + ":" + std::to_string(line) + ":" + name;
 }
 
 } // namespace
@@ -34,9 +35,10 @@ void NOD_ScriptPlaces::open()
     if (myTokens->isWhole()) {
         myShape.emplace(*myTokens);
         for (const NOD_ScriptShape::Block &block : myShape->getBlocks()) {
+            const std::string &file = myTokens->getFileName(block.header);
             const int line = (*myTokens)[block.header].line;
-            myBlocks.emplace(keyOf(line), &block);
-            myBlocks.emplace(keyOf(line) + block.name, &block);
+            myBlocks[keyOf(file, line)] = &block;
+            myBlocks[keyOf(file, line, block.name)] = &block;
         }
     }
 }
@@ -48,21 +50,12 @@ const NOD_ScriptShape::Block *NOD_ScriptPlaces::findBlock(const ZEL_Template &on
     if (!myShape || parm == myParms.end()) {
         return nullptr;
     }
-    const std::string key = keyOf(parm->second->getLine());
+    const int line = parm->second->getLine();
     const std::string file = parm->second->getFile().nonNullStr();
     const std::string name = one.getToken() ? one.getToken() : "";
-    const NOD_ScriptShape::Block *const named = findBlock(key + name, file);
-    return named ? named : findBlock(key, file);
-}
-
-const NOD_ScriptShape::Block *NOD_ScriptPlaces::findBlock(const std::string &key,
-                                                          const std::string &file) const
-{
-    const auto [begin, end] = myBlocks.equal_range(key);
-    const auto found = std::find_if(begin, end, [&](const auto &row) {
-        return myTokens->getFileName(row.second->header) == file;
-    });
-    return found == end ? nullptr : found->second;
+    const auto named = myBlocks.find(keyOf(file, line, name));
+    const auto found = named != myBlocks.end() ? named : myBlocks.find(keyOf(file, line));
+    return found == myBlocks.end() ? nullptr : found->second;
 }
 
 template <class Take>

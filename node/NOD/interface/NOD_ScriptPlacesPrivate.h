@@ -51,11 +51,8 @@ private:
     NOD_ScriptParms myParms;
     std::optional<NOD_ScriptTokens> myTokens;
     std::optional<NOD_ScriptShape> myShape;
-    using Blocks = std::unordered_multimap<std::string, const NOD_ScriptShape::Block *>;
-
-    const NOD_ScriptShape::Block *findBlock(const std::string &key, const std::string &file) const;
-
-    Blocks myBlocks; ///< by line, and by line and name: thousands may begin on one line
+    /// The last of each line and name: thousands may begin on one line, with one name.
+    std::unordered_map<std::string, const NOD_ScriptShape::Block *> myBlocks;
 };
 
 // The checks of NOD_InterfaceCheck.h and NOD_ExpressionCheck.h, for those who make several of one script.

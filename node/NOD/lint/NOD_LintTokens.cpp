@@ -152,24 +152,27 @@ void NOD_LintTokens::findComments(int file, const std::vector<std::size_t> &toke
     const std::string_view text = myFiles[std::size_t(file)].text;
     std::size_t counted = 0;
     int line = 1;
-    for (std::size_t at = text.find(theWord); at != std::string_view::npos;
-         at = text.find(theWord, at + theWord.size())) {
+    bool commentFlag = false; // a comment has begun in the line
+    std::size_t next = 0;
+    for (std::size_t at = text.find(theWord); at != std::string_view::npos; at = next) {
+        const std::string_view passed = text.substr(counted, at - counted);
+        const std::size_t feed = passed.rfind('\n');
+        commentFlag = (commentFlag && feed == std::string_view::npos) ||
+                      passed.substr(feed + 1).find("//") != std::string_view::npos; // npos + 1 is 0
+        line += int(std::count(passed.begin(), passed.end(), '\n'));
+        counted = at;
+        const std::size_t begin = at + theWord.size();
+        next = text.find(theWord, begin);
         // In a text it is no comment.
         const auto behind = std::upper_bound(tokens.begin(), tokens.end(), at,
                                              [this](std::size_t offset, std::size_t token) {
                                                  return offset < myTokens[token].begin;
                                              });
         const bool quotedFlag = behind != tokens.begin() && myTokens[*(behind - 1)].end > at;
-        const std::size_t lineStart = at == 0 ? std::string_view::npos : text.rfind('\n', at - 1);
-        const std::string_view before =
-            text.substr(lineStart + 1, at - (lineStart + 1)); // npos + 1 is 0
-        if (quotedFlag || before.find("//") == std::string_view::npos) {
-            continue;
+        if (!quotedFlag && commentFlag) {
+            const std::string_view rest = text.substr(begin, next - begin);
+            const std::size_t end = rest.find_first_of("\r\n");
+            found.push_back({file, line, begin, std::string(rest.substr(0, end))});
         }
-        line += int(std::count(text.begin() + long(counted), text.begin() + long(at), '\n'));
-        counted = at;
-        const std::size_t begin = at + theWord.size();
-        const std::size_t end = std::min(text.find_first_of("\r\n", begin), text.size());
-        found.push_back({file, line, begin, std::string(text.substr(begin, end - begin))});
     }
 }

@@ -46,7 +46,7 @@ public:
         int file;
         int line;
         std::size_t begin; ///< of what follows the colon
-        std::string text;  ///< that
+        std::string text;  ///< that, to the end of the line or the next such mark
     };
     static constexpr int theMost = 4000000;
 
