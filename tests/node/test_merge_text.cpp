@@ -125,7 +125,8 @@ TEST(MergeScript, WhatIsNoScriptIsRefused)
     }
     const std::pair<std::string, const char *> texts[] = {
         {deep + std::string(301, '}'), "f(1): the blocks lie in each other too deep"},
-        {"no braces", "f(1): begins with no brace"},
+        {"no braces", "f: is no file of parameters"},
+        {"// a comment\nno braces", "f(2): begins with no brace"},
         {"{ name x\n parm { name a", "f(2): the block of 'parm' is not closed"},
         {"{ name x\n label \"a }", "f(2): the text is not closed"},
         {"{ name x /* }", "f: is no dialog script as a whole"},

@@ -186,7 +186,7 @@ fourth = Terminal(scene)
 for typed, answer in (
     ("eval /r\tk\tconea\t\n", "45\r\n"),
     ("list /rig/fill/light_t\t\n", "/rig/fill/light_type point"),
-    (f"save text {folder}/key.parms /r\t/k\t\n", "key"),
+    (f"save text {folder}/key.parms /r\t/k\t --allow-loss\n", "key"),
 ):
     fourth.send(typed)
     fourth.expect(answer)
