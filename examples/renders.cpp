@@ -35,29 +35,11 @@ namespace
 
 constexpr int theLights = 20;
 constexpr int theFrames = 4; ///< of a version, from frame 1 on
-constexpr const char *theScript = R"({ name light
+constexpr const char *theScript = R"script({ name light
     parm { name t type vector3 size 3 }
-    parm { name power type float default { "1 + 0.5 * sin($F * 15)"
-}
-}
-parm
-{
-    name brightest type float default
-    {
-        "max(ch('power'), ch('../light0/power')) + ch('tx')"
-    }
-}
-multiparm
-{
-    name filters parm
-    {
-        name amount #type float default
-        {
-            0.5
-        }
-    }
-}
-})";
+    parm { name power type float default { "1 + 0.5 * sin($F * 15)" } }
+    parm { name brightest type float default { "max(ch('power'), ch('../light0/power')) + ch('tx')" } }
+    multiparm { name filters parm { name amount# type float default { 0.5 } } } })script";
 
 /// Stands for a picture of a frame: the sum of all numbers of the scene.
 using Picture = double;
