@@ -362,3 +362,50 @@ TEST(Snapshot, LeavesForeignValuesToWhoIsNamed)
     EXPECT_EQ(std::exchange(EVL::theErrNo[thread], EVL::EVL_OK), EVL::EVL_REFUSED);
     takeMessages();
 }
+
+TEST(Snapshot, KeepsNamesAndVariables)
+{
+    const int thread = BASgetSTID();
+    SceneEdits program(1);
+    NOD_Scene &scene = program.scene;
+    NOD_Report report;
+    const auto text = [&](const NOD_Snapshot &snapshot, const char *path) {
+        KIT_String value;
+        snapshot.getText(snapshot.find(path, "text", 0), 0.5, thread, value);
+        return value.toStdString();
+    };
+    const auto paths = [](const NOD_Snapshot &snapshot) {
+        std::string all;
+        for (const std::string &path : snapshot.getPaths()) {
+            all += path + " ";
+        }
+        return all;
+    };
+    scene.getRoot().setVariable("SHOT", "one");
+    NOD_Edit(scene, "text").set(*scene.find("/a/c"), "text", "$OS of $SHOT at $FPS");
+    const auto first = scene.snapshot();
+    scene.rename(*scene.find("/a"), "x", report);
+    scene.find("/x")->setVariable("SHOT", "two");
+    scene.setFrameRate(30.0);
+    const auto second = scene.snapshot();
+    scene.remove(*scene.find("/b"), report);
+    const auto third = scene.snapshot();
+    scene.getUndo().undo();
+    const auto fourth = scene.snapshot();
+    scene.remove(*scene.find("/b"), report);
+    scene.snapshot();
+    scene.add("/d", program.other, report); // in the place of the one that has gone
+    const auto fifth = scene.snapshot();
+
+    EXPECT_EQ(text(*first, "/a/c"), "c of one at 24");
+    EXPECT_EQ(text(*second, "/x/c"), "c of two at 30");
+    EXPECT_FALSE(second->find("/a/c", "text", 0));
+    EXPECT_EQ(paths(*first), "/ /a /a/c /b ");
+    EXPECT_EQ(paths(*third), "/ /x /x/c ");
+    EXPECT_EQ(paths(*fourth), "/ /x /x/c /b ");
+    EXPECT_EQ(paths(*fifth), "/ /x /x/c /d ");
+    EXPECT_EQ(text(*fourth, "/b"), "a text");
+    EXPECT_EQ(text(*fifth, "/d"), "another");
+    EXPECT_EQ(text(*third, "/x/c"), "c of two at 30");
+    takeMessages();
+}
