@@ -355,10 +355,10 @@ TEST(Snapshot, LeavesForeignValuesToWhoIsNamed)
     EXPECT_EQ(asked->getNumber(asked->find("/a", "v", 0), 0.5, thread), 5.0);
     EXPECT_EQ(owner->asked, "/a v ");
     EXPECT_EQ(EVL::theErrNo[thread], EVL::EVL_OK);
+    EXPECT_EQ(refused->getNumber(refused->find("/a", "v", 0), 0.5, thread), 0.0);
+    EXPECT_EQ(std::exchange(EVL::theErrNo[thread], EVL::EVL_OK), EVL::EVL_REFUSED);
     owner->goneFlag = true;
     EXPECT_EQ(asked->getNumber(asked->find("/a", "v", 0), 0.5, thread), 0.0);
-    EXPECT_EQ(std::exchange(EVL::theErrNo[thread], EVL::EVL_OK), EVL::EVL_REFUSED);
-    EXPECT_EQ(refused->getNumber(refused->find("/a", "v", 0), 0.5, thread), 0.0);
     EXPECT_EQ(std::exchange(EVL::theErrNo[thread], EVL::EVL_OK), EVL::EVL_REFUSED);
     takeMessages();
 }
@@ -408,4 +408,23 @@ TEST(Snapshot, KeepsNamesAndVariables)
     EXPECT_EQ(text(*fifth, "/d"), "another");
     EXPECT_EQ(text(*third, "/x/c"), "c of two at 30");
     takeMessages();
+}
+
+TEST(Snapshot, FollowsReferencesToNodesWithOtherParameters)
+{
+    SceneEdits program(1);
+    {
+        NOD_Edit edit(program.scene, "start");
+        edit.set(*program.scene.find("/b"), "ramp2pos", 0.75);
+        edit.expression(*program.scene.find("/a"), "v", "ch('../b/ramp2pos') + ch('n')");
+    }
+    const auto value = [](const NOD_Snapshot &snapshot) {
+        return snapshot.getNumber(snapshot.find("/a", "v", 0), 0.0, BASgetSTID());
+    };
+    const auto first = program.scene.snapshot();
+    NOD_Edit(program.scene, "remove").removeItem(*program.scene.find("/b"), "points", 0);
+    const auto second = program.scene.snapshot();
+    EXPECT_EQ(second->countShared(*first), first->getPaths().size() - 1);
+    EXPECT_EQ(value(*first), 3.75);
+    EXPECT_EQ(value(*second), 3.75);
 }
