@@ -104,6 +104,8 @@ public:
     /// True if the text uses $NAME or ${NAME}.
     static bool scanForVariableInString(const char *text, const char *name);
 
+    /// Whether expandString has to look at it: else it gives the text as it is.
+    static bool isExpandable(const char *text, int flags);
     using VariableCall = std::function<void(std::string_view name)>;
     /// Calls \p call for each $NAME and ${NAME} of a text or an expression.
     static void forEachVariable(const char *text, const VariableCall &call);

@@ -19,12 +19,6 @@ namespace
 
 constexpr const char *theBlanks = " \t\r\n";
 
-/// Two searches that use wide registers are faster than one for a set.
-bool isExpandable(const char *text)
-{
-    return std::strchr(text, '$') != nullptr || std::strchr(text, '`') != nullptr;
-}
-
 /// Raises the error of an evaluation that isn't within its limits.
 bool within(bool limits, int thread)
 {
@@ -238,12 +232,18 @@ int changePaths(KIT_String &text, TRK_NodePaths::Form form, const TRK_Collection
 
 } // namespace
 
+/// Two searches that use wide registers are faster than one for a set.
+bool TRK_Manager::isExpandable(const char *text, int flags)
+{
+    return std::strchr(text, '$') != nullptr || std::strchr(text, '`') != nullptr ||
+           (*text == '~' && (flags & TRK_EXPAND_HOME) != 0);
+}
+
 int TRK_Manager::expandString(const char *text, KIT_String &out, double time,
                               TRK_Collection *collection, int thread, int flags,
                               const void *subject) const
 {
-    const bool homeFlag = text != nullptr && *text == '~' && (flags & TRK_EXPAND_HOME) != 0;
-    if (text == nullptr || (!homeFlag && !isExpandable(text))) {
+    if (text == nullptr || !isExpandable(text, flags)) {
         out = text != nullptr ? text : "";
         return 0;
     }

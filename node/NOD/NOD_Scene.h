@@ -160,7 +160,7 @@ public:
     /// \name What threads read while the scene is edited   (see NOD_Snapshot.h)
     // ------------------------------------------------------------------ //
     ///@{
-    /// As it is now. It shares with the last one what hasn't changed.
+    /// As it is now. It shares with the last one, which the scene keeps, what hasn't changed.
     std::shared_ptr<const NOD_Snapshot> snapshot(const NOD_SnapshotOptions &options = {});
     struct Value
     {

@@ -385,7 +385,13 @@ TEST(Snapshot, KeepsNamesAndVariables)
         return all;
     };
     scene.getRoot().setVariable("SHOT", "one");
-    NOD_Edit(scene, "text").set(*scene.find("/a/c"), "text", "$OS of $SHOT at $FPS");
+    {
+        NOD_Edit edit(scene, "start");
+        edit.set(*scene.find("/a/c"), "text", "$OS of $SHOT at $FPS");
+        edit.alias(*scene.find("/a/c"), "ty", "height");
+        edit.key(*scene.find("/a/c"), "ty", 0.0, 1.0);
+        edit.key(*scene.find("/a/c"), "ty", 1.0, 2.0);
+    }
     const auto first = scene.snapshot();
     scene.rename(*scene.find("/a"), "x", report);
     scene.find("/x")->setVariable("SHOT", "two");
@@ -400,6 +406,10 @@ TEST(Snapshot, KeepsNamesAndVariables)
     scene.add("/d", program.other, report); // in the place of the one that has gone
     const auto fifth = scene.snapshot();
 
+    const NOD_SnapshotHandle height = first->findChannel("/a/c", "height");
+    EXPECT_EQ(first->getToken(height) + std::to_string(height.getComponent()), "t1");
+    EXPECT_TRUE(first->getChannel(height) && first->getChannel(height)->getNKeys() == 2);
+    EXPECT_FALSE(first->findChannel("/a/c", "width"));
     EXPECT_EQ(text(*first, "/a/c"), "c of one at 24");
     EXPECT_EQ(text(*second, "/x/c"), "c of two at 30");
     EXPECT_FALSE(second->find("/a/c", "text", 0));

@@ -36,11 +36,6 @@ double markOf(std::size_t driver)
     return number;
 }
 
-bool isExpandable(const char *text, int flags)
-{
-    return std::strpbrk(text, "$`") != nullptr || (*text == '~' && (flags & TRK_EXPAND_HOME) != 0);
-}
-
 bool runsPython(const TRK_Channel &channel)
 {
     for (int i = 0; i < channel.getNSegments(); ++i) {
@@ -173,7 +168,9 @@ private:
         } else if (channel) {
             NOD_SnapshotDriver &driver = add(index, facts, k);
             driver.kind = NOD_SnapshotDriver::Kind::CHANNEL;
-            driver.channel = std::make_shared<const TRK_ChannelPicture>(*channel);
+            const auto taken = std::make_shared<TRK_ChannelPicture>(*channel);
+            driver.channel = taken;
+            driver.unlinked = taken.get();
             noteProcess(driver, readsProcess(myNode, *channel));
         } else if (facts.rules.getKind() == ZEL_ValueRules::Kind::STRING) {
             text(index, parm, facts, k);
@@ -197,7 +194,8 @@ private:
     {
         KIT_String text;
         parm.getValue(0.0, text, k, false, myThread);
-        const bool expandFlag = isExpandable(text.nonNullStr(), facts.rules.getExpandFlags());
+        const bool expandFlag =
+            TRK_Manager::isExpandable(text.nonNullStr(), facts.rules.getExpandFlags());
         if (!expandFlag) {
             parm.getValue(0.0, text, k, true, myThread);
         }
@@ -280,7 +278,8 @@ NOD_SnapshotNode::NOD_SnapshotNode(const NOD_SnapshotNode &former, NOD_Node &nod
                                    const NOD_SnapshotOptions &options,
                                    const std::vector<int> &changed)
     : myLayout(former.myLayout), myNumbers(former.myNumbers), myTexts(former.myTexts),
-      myPlace(former.myPlace), myOthersFlag(former.myOthersFlag)
+      myPlace(former.myPlace), myPresentFlag(former.myPresentFlag),
+      myOthersFlag(former.myOthersFlag)
 {
     const auto changes = [&](const NOD_SnapshotDriver &driver) {
         return std::find(changed.begin(), changed.end(), int(driver.parm)) != changed.end();
@@ -367,9 +366,9 @@ void NOD_SnapshotNode::link(const NOD_Snapshot &snapshot)
         return std::make_unique<const Links>(std::move(links));
     };
     for (NOD_SnapshotDriver &driver : myDrivers) {
-        if (driver.channel && driver.freshFlag) {
-            const_cast<TRK_ChannelPicture &>(*driver.channel).link(make);
-            driver.freshFlag = false;
+        if (driver.unlinked) {
+            driver.unlinked->link(make);
+            driver.unlinked = nullptr;
         }
     }
 }
@@ -415,8 +414,8 @@ void NOD_SnapshotNode::collectVariables(std::set<std::string> &names) const
     for (const NOD_SnapshotDriver &driver : myDrivers) {
         if (driver.kind == NOD_SnapshotDriver::Kind::TEXT) {
             collect(myTexts[myLayout->getParms()[driver.parm].text + driver.component].c_str());
-        } else if (driver.channel) {
-            collectChannel(driver.channel->get());
+        } else if (driver.unlinked) {
+            collectChannel(driver.unlinked->get());
         }
     }
     for (const Orphan &orphan : myOrphans) {

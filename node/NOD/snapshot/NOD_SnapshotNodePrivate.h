@@ -47,7 +47,8 @@ struct NOD_SnapshotDriver
     KIT_StringHolder text;
     std::shared_ptr<const TRK_ChannelPicture> channel;
     std::shared_ptr<const ZEL_DataItem> item;
-    bool freshFlag = true; ///< its channel is this picture's own, and not linked yet
+    TRK_ChannelPicture *unlinked =
+        nullptr; ///< its channel, while it is this picture's own and not linked
 };
 
 class NOD_SnapshotNode : public TRK_PathResolver, public TRK_ValueSource
@@ -68,8 +69,8 @@ public:
     const double *getNumbers() const { return myNumbers.data(); }
     const KIT_StringHolder &getText(std::uint32_t place) const { return myTexts[place]; }
     const std::vector<NOD_SnapshotDriver> &getDrivers() const { return myDrivers; }
-    /// Null for a plain number.
     static bool isMark(double number);
+    /// Null for a plain number.
     const NOD_SnapshotDriver *findDriver(double number) const;
     const TRK_Collection &getCollection() const { return myCollection; }
     /// A channel that no parameter has, by name or alias; null for none.
@@ -81,7 +82,8 @@ public:
     bool readsOthers() const { return myOthersFlag; }
     /// Whether some of it is as it was at the taking only.
     bool isPresent() const { return myPresentFlag; }
-    /// Names of variables that texts and expressions read and the time hasn't, in addition to those there.
+    /// Adds names of variables that texts and expressions read and the time hasn't: of all texts, and of channels that
+    /// aren't linked yet.
     void collectVariables(std::set<std::string> &names) const;
     /// Of its own, without what other snapshots share with it.
     std::int64_t getMemoryUsage() const;

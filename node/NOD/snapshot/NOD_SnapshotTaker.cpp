@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 // ---------------------------------------------------------------------- //
 // What has changed
@@ -133,6 +134,7 @@ std::shared_ptr<const NOD_Snapshot> NOD_SnapshotTaker::take(const NOD_SnapshotOp
     }
     renewNodes(*made, allFlag);
     takeEnvironment(*made);
+    myOwnPages.clear(); // others share them from now on
     myLostFlag = false;
     myTreeFlag = false;
     myLast = made;
@@ -200,60 +202,47 @@ void NOD_SnapshotTaker::renewTree(NOD_Snapshot &made)
                         NOD_Snapshot::Page::theSize);
 }
 
-void NOD_SnapshotTaker::noteAll(const std::vector<std::uint32_t> &places)
-{
-    for (const std::uint32_t place : places) {
-        if (myKnown[place].node) {
-            note(*myKnown[place].node)->allFlag = true;
-        }
-    }
-}
-
 void NOD_SnapshotTaker::renewNodes(NOD_Snapshot &made, bool allFlag)
 {
-    myFresh.assign(made.myPages.size(), false);
+    myOwnPages.assign(made.myPages.size(), nullptr);
     for (const std::uint32_t place : myFree) {
         const auto &page = made.myPages[place / NOD_Snapshot::Page::theSize];
         if (page && page->nodes[place % NOD_Snapshot::Page::theSize]) {
             setNode(made, place, nullptr);
         }
     }
+    const std::vector<std::uint32_t> present = std::exchange(myPresent, {});
     if (allFlag) {
-        for (Known &known : myKnown) {
-            known.allFlag = true;
-        }
-        myChanged.clear();
         myChanged = made.myTree->getOrder();
-    } else {
-        // They are what they were when they were taken.
-        noteAll(myPresent);
-        if (myTreeFlag) {
-            noteAll(myLinked);
+        for (const std::uint32_t place : myChanged) {
+            myKnown[place].allFlag = true;
+            myKnown[place].listedFlag = true;
         }
     }
-    myPresent.clear();
-    if (allFlag || myTreeFlag) {
-        myLinked.clear();
+    for (std::size_t i = 0; myTreeFlag && i < myKnown.size(); ++i) {
+        if (myKnown[i].node && myKnown[i].othersFlag) {
+            note(*myKnown[i].node)->allFlag = true;
+        }
     }
-    for (const std::uint32_t place : myChanged) {
+    for (const std::uint32_t place : present) {
+        if (myKnown[place].node) { // what was present when it was taken
+            note(*myKnown[place].node)->allFlag = true;
+        }
+    }
+    std::vector<std::shared_ptr<NOD_SnapshotNode>> pictures;
+    for (const std::uint32_t place : std::exchange(myChanged, {})) {
         if (myKnown[place].node) {
-            renewNode(made, place);
+            pictures.push_back(renewNode(made, place));
         }
     }
-    for (const std::uint32_t place : myChanged) {
-        if (myKnown[place].node) {
-            // This snapshot's own so far.
-            auto &node = const_cast<NOD_SnapshotNode &>(*made.getNode(place));
-            node.link(made);
-            if (node.readsOthers()) {
-                myLinked.push_back(place);
-            }
-        }
+    for (const std::shared_ptr<NOD_SnapshotNode> &picture : pictures) {
+        picture->link(made);
+        myKnown[picture->getPlace()].othersFlag = picture->readsOthers();
     }
-    myChanged.clear();
 }
 
-void NOD_SnapshotTaker::renewNode(NOD_Snapshot &made, std::uint32_t place)
+std::shared_ptr<NOD_SnapshotNode> NOD_SnapshotTaker::renewNode(NOD_Snapshot &made,
+                                                               std::uint32_t place)
 {
     Known &known = myKnown[place];
     NOD_Node &node = *known.node;
@@ -261,22 +250,21 @@ void NOD_SnapshotTaker::renewNode(NOD_Snapshot &made, std::uint32_t place)
         made.myPages[place / NOD_Snapshot::Page::theSize];
     const NOD_SnapshotNode *const former =
         page ? page->nodes[place % NOD_Snapshot::Page::theSize].get() : nullptr;
-    std::shared_ptr<const NOD_SnapshotNode> picture;
+    std::shared_ptr<NOD_SnapshotNode> picture;
     if (known.allFlag || !former) {
-        picture =
-            std::make_shared<const NOD_SnapshotNode>(node, place, layoutOf(node), made.myOptions);
+        picture = std::make_shared<NOD_SnapshotNode>(node, place, layoutOf(node), made.myOptions);
     } else {
-        picture =
-            std::make_shared<const NOD_SnapshotNode>(*former, node, made.myOptions, known.changed);
+        picture = std::make_shared<NOD_SnapshotNode>(*former, node, made.myOptions, known.changed);
     }
     if (picture->isPresent()) {
         myPresent.push_back(place);
     }
     picture->collectVariables(myVariables);
-    setNode(made, place, std::move(picture));
+    setNode(made, place, picture);
     known.changed.clear();
     known.allFlag = false;
     known.listedFlag = false;
+    return picture;
 }
 
 void NOD_SnapshotTaker::setNode(NOD_Snapshot &made, std::uint32_t place,
@@ -284,13 +272,13 @@ void NOD_SnapshotTaker::setNode(NOD_Snapshot &made, std::uint32_t place,
 {
     using Page = NOD_Snapshot::Page;
     const std::size_t number = place / Page::theSize;
-    std::shared_ptr<const Page> &page = made.myPages[number];
-    if (!myFresh[number]) {
-        page = page ? std::make_shared<const Page>(*page) : std::make_shared<const Page>();
-        myFresh[number] = true;
+    std::shared_ptr<Page> &own = myOwnPages[number];
+    if (!own) {
+        const std::shared_ptr<const Page> former = made.myPages[number];
+        own = former ? std::make_shared<Page>(*former) : std::make_shared<Page>();
+        made.myPages[number] = own;
     }
-    const_cast<Page &>(*page).nodes[place % Page::theSize] =
-        std::move(node); // this snapshot's alone so far
+    own->nodes[place % Page::theSize] = std::move(node);
 }
 
 /// Nodes that have no parameters but their interface's share one.

@@ -45,6 +45,7 @@ private:
         std::vector<int> changed; ///< parameters, if it isn't all
         bool listedFlag = false;  ///< among myChanged
         bool allFlag = true;
+        bool othersFlag = false; ///< it reads other nodes: taken again when the tree changes
     };
 
     struct SharedLayout
@@ -55,10 +56,9 @@ private:
 
     void freePlaces(const std::vector<NOD_Node *> &nodes);
     Known *note(NOD_Node &node);
-    void noteAll(const std::vector<std::uint32_t> &places);
     void renewTree(NOD_Snapshot &made);
     void renewNodes(NOD_Snapshot &made, bool allFlag);
-    void renewNode(NOD_Snapshot &made, std::uint32_t place);
+    std::shared_ptr<NOD_SnapshotNode> renewNode(NOD_Snapshot &made, std::uint32_t place);
     void setNode(NOD_Snapshot &made, std::uint32_t place,
                  std::shared_ptr<const NOD_SnapshotNode> node);
     std::shared_ptr<const NOD_SnapshotLayout> layoutOf(NOD_Node &node);
@@ -71,10 +71,10 @@ private:
     std::vector<std::uint32_t> myFree;    ///< places of nodes that are gone
     std::vector<std::uint32_t> myChanged; ///< places
     std::vector<std::uint32_t> myPresent; ///< of nodes with values that each snapshot takes anew
-    std::vector<std::uint32_t> myLinked;  ///< of nodes that read others; some more than once
     std::unordered_map<const NOD_Interface *, SharedLayout> myLayouts;
     std::set<std::string> myVariables; ///< names that texts of the scene have used
-    std::vector<bool> myFresh;         ///< pages that are this snapshot's own
+    std::vector<std::shared_ptr<NOD_Snapshot::Page>>
+        myOwnPages; ///< of the one that is being taken; null: shared
     bool myTreeFlag = true;
     bool myLostFlag = false; ///< a change was missed for want of memory
 };
