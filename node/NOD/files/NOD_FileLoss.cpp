@@ -9,7 +9,7 @@
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionFilePrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
-#include <NOD/lint/NOD_LintTokensPrivate.h>
+#include <TOK/TOK_SourceTokens.h>
 #include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_ParmStream.h>
 
@@ -61,9 +61,13 @@ void addOfPreset(KIT_IStream &is, Comments &comments)
 /// Both forms of a script.
 void addOfScript(std::string_view text, Comments &comments)
 {
-    const NOD_LintTokens tokens(std::string(text), "", NOD_Interface::Includes::NONE);
-    const Comments found = tokens.findPlainComments();
-    comments.insert(comments.end(), found.begin(), found.end());
+    const TOK_SourceTokens tokens(text);
+    for (const TOK_SourceTokens::Token &token : tokens.getTokens()) {
+        if (token.kind == TOK_SourceTokens::LINE_COMMENT ||
+            token.kind == TOK_SourceTokens::BLOCK_COMMENT) {
+            comments.emplace_back(token.text);
+        }
+    }
 }
 
 /// Lines that are nothing else, as between sections, whose own lines are indented.

@@ -121,30 +121,6 @@ std::vector<NOD_LintTokens::Comment> NOD_LintTokens::findComments() const
     return found;
 }
 
-std::vector<std::string> NOD_LintTokens::findPlainComments() const
-{
-    std::vector<std::string> found;
-    const std::string_view text = myFiles.empty() ? std::string_view() : myFiles[0].text;
-    const auto take = [&](std::string_view between) {
-        for (std::size_t at = 0; (at = between.find('/', at)) != std::string_view::npos;) {
-            const bool longFlag = between.substr(at, 2) == "/*";
-            const std::size_t end = longFlag ? between.find("*/", at + 2) : between.find('\n', at);
-            const std::size_t next =
-                end == std::string_view::npos ? between.size() : end + (longFlag ? 2 : 0);
-            found.emplace_back(between.substr(at, next - at));
-            at = next;
-        }
-    };
-    std::size_t done = 0;
-    for (const std::size_t token :
-         myFiles.empty() ? std::vector<std::size_t>() : tokensByFile()[0]) {
-        take(text.substr(done, myTokens[token].begin - std::min(done, myTokens[token].begin)));
-        done = std::max(done, myTokens[token].end);
-    }
-    take(text.substr(std::min(done, text.size())));
-    return found;
-}
-
 void NOD_LintTokens::findComments(int file, const std::vector<std::size_t> &tokens,
                                   std::vector<Comment> &found) const
 {

@@ -76,8 +76,6 @@ public:
     const std::vector<Include> &getIncludes() const { return myIncludes; }
     /// In the order of the files.
     std::vector<Comment> findComments() const;
-    /// All comments of the first file, as they are written.
-    std::vector<std::string> findPlainComments() const;
 
 private:
     friend class NOD_LintStream;
