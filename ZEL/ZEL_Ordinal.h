@@ -110,6 +110,11 @@ protected:
 
 private:
     friend struct ZEL_Kind;
+    friend class ZEL_ValueRules;
+
+    /// Whether values without a range are held to the entries of the menu, and whether they are named by its tokens.
+    static bool isHeldTo(const ZEL_ChoiceList &list);
+    static bool isNamedBy(const ZEL_ChoiceList &list, const ZEL_Type &type);
 
     /// Use the room for the values of a vector, if there is one.
     ZEL_Ordinal(ZEL_Template *templatePtr, ZEL_Parm *parm, std::int64_t *room);

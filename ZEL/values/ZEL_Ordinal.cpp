@@ -79,13 +79,19 @@ void ZEL_Ordinal::adopt(ZEL_Instance &source)
 // Evaluation
 // -------------------------------------------------------------------------- //
 
+bool ZEL_Ordinal::isHeldTo(const ZEL_ChoiceList &list)
+{
+    const int type = list.getType();
+    return (type & ZEL_CHOICELIST_EXCLUSIVE_BIT) != 0 && (type & ZEL_CHOICELIST_USE_TOKEN) == 0;
+}
+
 std::int64_t ZEL_Ordinal::constrained(std::int64_t value) const
 {
     if (const ZEL_Range *range = getRangePtr()) {
         return limited(*range, value);
     }
     const ZEL_ChoiceList *list = getChoiceListPtr();
-    if (!list || (list->getType() & ZEL_CHOICELIST_EXCLUSIVE_BIT) == 0 || usesTokenValue()) {
+    if (!list || !isHeldTo(*list)) {
         return value;
     }
     // A menu without entries can't supply a value, so the value stays.

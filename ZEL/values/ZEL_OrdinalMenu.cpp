@@ -148,6 +148,12 @@ const char *ZEL_Ordinal::Choices::word(std::int64_t value, KIT_WorkBuffer &buffe
 // Tokens and values
 // -------------------------------------------------------------------------- //
 
+bool ZEL_Ordinal::isNamedBy(const ZEL_ChoiceList &list, const ZEL_Type &type)
+{
+    return !usesTokens(&list) && !type.hasOrdinalType(ZEL_Type::ZEL_ORD_BUTTONSTRIP) &&
+           !type.hasOrdinalType(ZEL_Type::ZEL_ORD_ICONSTRIP);
+}
+
 bool ZEL_Ordinal::usesTokenValue() const
 {
     return usesTokens(getChoiceListPtr());
@@ -172,10 +178,9 @@ std::int64_t ZEL_Ordinal::quietTokenToInt(const char *text, bool &ok) const
 
 void ZEL_Ordinal::intToToken(std::int64_t value, KIT_String &text) const
 {
-    const bool strip = getType().hasOrdinalType(ZEL_Type::ZEL_ORD_BUTTONSTRIP) ||
-                       getType().hasOrdinalType(ZEL_Type::ZEL_ORD_ICONSTRIP);
     Choices choices(*this);
-    const char *token = strip || usesTokenValue() ? nullptr : choices.token(value);
+    const ZEL_ChoiceList *list = getChoiceListPtr();
+    const char *token = list && isNamedBy(*list, getType()) ? choices.token(value) : nullptr;
     if (token) {
         text.harden(token);
     } else {

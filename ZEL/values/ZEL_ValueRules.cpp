@@ -5,6 +5,7 @@
 #include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_Item.h>
 #include <ZEL/ZEL_Name.h>
+#include <ZEL/ZEL_Ordinal.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_String.h>
 #include <ZEL/support/ZEL_NumberPrivate.h>
@@ -64,14 +65,9 @@ ZEL_ValueRules::ZEL_ValueRules(const ZEL_Parm &parm) : myKind(kindOf(parm))
 
 void ZEL_ValueRules::takeMenu(const ZEL_Parm &parm)
 {
-    const ZEL_Type &type = parm.getType();
     const ZEL_ChoiceList &list = *parm.getChoiceListPtr();
-    const bool tokenFlag = (list.getType() & ZEL_CHOICELIST_USE_TOKEN) != 0;
-    const bool heldFlag =
-        !myRangeFlag && !tokenFlag && (list.getType() & ZEL_CHOICELIST_EXCLUSIVE_BIT) != 0;
-    const bool stripFlag = type.hasOrdinalType(ZEL_Type::ZEL_ORD_BUTTONSTRIP) ||
-                           type.hasOrdinalType(ZEL_Type::ZEL_ORD_ICONSTRIP);
-    const bool namedFlag = !stripFlag && !tokenFlag;
+    const bool heldFlag = !myRangeFlag && ZEL_Ordinal::isHeldTo(list);
+    const bool namedFlag = ZEL_Ordinal::isNamedBy(list, parm.getType());
     myDynamicFlag = (heldFlag || namedFlag) && list.getStaticSize() < 0;
     if (myDynamicFlag) {
         return;
