@@ -28,6 +28,7 @@ using namespace bench;
 constexpr int theNodes = 10000;
 constexpr double theCount = double(theNodes) * theParms;
 constexpr int theReads = 100000;
+constexpr double theTime = 0.7; ///< between keys
 
 /// Numbers, of which the first of each node may have keys.
 std::unique_ptr<NOD_Scene> makeNumbers(bool keyedFlag)
@@ -118,6 +119,28 @@ void takeAfter(benchmark::State &state)
 // Reading
 // -------------------------------------------------------------------------- //
 
+/// The handles beside as many steps of something else, which `base(i)` reads.
+template <class Base>
+void readHandles(benchmark::State &state, const NOD_Snapshot &snapshot,
+                 const std::vector<NOD_SnapshotHandle> &handles, const Base &base)
+{
+    const int thread = BASgetSTID();
+    const double steps = double(handles.size());
+    const auto sum = [&](const auto &read) {
+        double all = 0.0;
+        for (std::size_t i = 0; i < handles.size(); ++i) {
+            all += read(i);
+        }
+        benchmark::DoNotOptimize(all);
+    };
+    benchBeside(
+        state, steps, steps,
+        [&] {
+            sum([&](std::size_t i) { return snapshot.getNumber(handles[i], theTime, thread); });
+        },
+        [&] { sum(base); });
+}
+
 void readCold(benchmark::State &state)
 {
     const std::shared_ptr<const NOD_Snapshot> snapshot = plainScene().snapshot();
@@ -131,56 +154,25 @@ void readCold(benchmark::State &state)
         require(handles.back().isConstant(), "no plain number");
         places.push_back(&plain[random() % plain.size()]);
     }
-    const int thread = BASgetSTID();
-    benchBeside(
-        state, theReads, theReads,
-        [&] {
-            double sum = 0.0;
-            for (const NOD_SnapshotHandle &handle : handles) {
-                sum += snapshot->getNumber(handle, 0.0, thread);
-            }
-            benchmark::DoNotOptimize(sum);
-        },
-        [&] {
-            double sum = 0.0;
-            for (const double *const place : places) {
-                sum += *place;
-            }
-            benchmark::DoNotOptimize(sum);
-        });
+    readHandles(state, *snapshot, handles, [&](std::size_t i) { return *places[i]; });
 }
 
 void readBesideScene(benchmark::State &state, int parm)
 {
     NOD_Scene &scene = usualScene();
     const std::shared_ptr<const NOD_Snapshot> snapshot = scene.snapshot();
-    constexpr int theSteps = 1000;
     std::vector<NOD_SnapshotHandle> handles;
     std::vector<const ZEL_Parm *> parms;
-    const auto &nodes = scene.getRoot().getChildren();
-    for (int i = 0; i < theSteps; ++i) {
+    for (int i = 0; i < theGroup; ++i) {
         handles.push_back(snapshot->find("/" + nodeName(i), nameOf(parm), 0));
-        parms.push_back(nodes[std::size_t(i)]->getParms().getParmPtr(parm));
+        parms.push_back(scene.getRoot().getChildren()[std::size_t(i)]->getParms().getParmPtr(parm));
     }
     const int thread = BASgetSTID();
-    benchBeside(
-        state, theSteps, theSteps,
-        [&] {
-            double sum = 0.0;
-            for (const NOD_SnapshotHandle &handle : handles) {
-                sum += snapshot->getNumber(handle, 0.7, thread);
-            }
-            benchmark::DoNotOptimize(sum);
-        },
-        [&] {
-            double sum = 0.0;
-            for (const ZEL_Parm *const one : parms) {
-                double value = 0.0;
-                one->getValue(0.7, value, 0, thread);
-                sum += value;
-            }
-            benchmark::DoNotOptimize(sum);
-        });
+    readHandles(state, *snapshot, handles, [&](std::size_t i) {
+        double value = 0.0;
+        parms[i]->getValue(theTime, value, 0, thread);
+        return value;
+    });
 }
 
 void sampleTwo(benchmark::State &state)
