@@ -16,6 +16,7 @@ import time
 
 zel, script, scene, folder = sys.argv[1:]
 PROMPT = "zel> "
+LIMIT = 60  # seconds for anything that is waited for
 
 
 class Terminal:
@@ -28,8 +29,12 @@ class Terminal:
         self.expect(PROMPT)
 
     def expect(self, text):
-        """Reads until the text has come; what came before it is returned, and both are taken."""
-        end = time.monotonic() + 60
+        """Reads until the text has come; what came before it is returned, and both are taken.
+
+        A list of completions ends with a prompt of its own: the test must take it, or what it sends next comes while
+        the terminal changes its mode, which may lose it.
+        """
+        end = time.monotonic() + LIMIT
         while text not in self.seen:
             ready, _, _ = select.select([self.fd], [], [], max(0, end - time.monotonic()))
             try:
@@ -42,26 +47,34 @@ class Terminal:
         before, _, self.seen = self.seen.partition(text)
         return before
 
-    def send(self, text):
-        while termios.tcgetattr(self.fd)[3] & termios.ICANON:  # keys that come before are a plain line
+    def wait(self, ready, what):
+        end = time.monotonic() + LIMIT
+        while not (value := ready()):
+            if time.monotonic() > end:
+                os.kill(self.child, signal.SIGKILL)
+                sys.exit(what)
             time.sleep(0.01)
+        return value
+
+    def canonical(self):
+        return termios.tcgetattr(self.fd)[3] & termios.ICANON
+
+    def send(self, text):
+        # Keys that come before are a plain line.
+        self.wait(lambda: not self.canonical(), f"no line is read for {text!r}")
         os.write(self.fd, text.encode())
 
     def interrupt(self, line):
         """Ctrl-C while the line's command runs, which must never end by itself."""
         self.send(line + "\n")
-        end = time.monotonic() + 60
-        while not termios.tcgetattr(self.fd)[3] & termios.ICANON:  # the line is still being read
-            if time.monotonic() > end:
-                sys.exit(f"{line!r} doesn't run")
-            time.sleep(0.01)
+        self.wait(self.canonical, f"{line!r} doesn't run")
         os.write(self.fd, b"\x03")
         self.expect("! interrupted")
         return self.expect(PROMPT)
 
     def end(self):
         self.send("\x04")
-        _, status = os.waitpid(self.child, 0)
+        status = self.wait(lambda: (done := os.waitpid(self.child, os.WNOHANG))[0] and done, "it doesn't end")[1]
         os.close(self.fd)
         return os.waitstatus_to_exitcode(status)
 
@@ -79,6 +92,7 @@ first.expect(PROMPT)
 first.send("set light_type \t\t")  # they have nothing in common: they are listed
 first.expect("distant")
 first.expect("point")
+first.expect(PROMPT)
 first.send("dis\t\n")
 first.expect(PROMPT)
 first.send("string light_type\n")
@@ -178,7 +192,11 @@ else:
         process.stdin.flush()
         process.stdout.readline()
         process.send_signal(signal.SIGINT)
-        if process.wait(60) != -signal.SIGINT:
+        try:
+            process.wait(LIMIT)
+        except subprocess.TimeoutExpired:
+            process.kill()
+        if process.wait() != -signal.SIGINT:
             sys.exit(f"a script that is interrupted ends with {process.returncode}")
 
 # Nodes and their parameters in a scene.
@@ -194,7 +212,9 @@ for typed, answer in (
 fourth.send("eval /rig/\t\t")
 fourth.expect("/rig/fill/")
 fourth.expect("/rig/key/")
-fourth.send("\x15\n")
+fourth.expect(PROMPT)
+fourth.send("\x03")
+fourth.expect("^C")
 fourth.expect(PROMPT)
 fourth.end()
 if "coneangle" not in open(os.path.join(folder, "key.parms"), encoding="utf-8").read():
