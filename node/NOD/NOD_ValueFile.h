@@ -53,7 +53,8 @@ public:
     /// "a parameter stream" and so on.
     static const char *getKindName(NOD_FileKind kind);
     /// True, with an error, if a file that starts so is another one than a reader is for: of the kind `wanted`, or
-    /// that which `words` call it. A text that can be a script with a mistake is none where such texts are wanted.
+    /// that which `words` call it. False for what may be of that kind with a mistake: a text where a script or a
+    /// stream is wanted, sections of unknown names where a scene is.
     static bool isOther(std::string_view start, const std::string &name, NOD_FileKind wanted,
                         NOD_Report &report, const char *words = nullptr);
     /// The same of a file; false if there is none, or it is a pipe or device.

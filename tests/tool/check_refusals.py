@@ -46,7 +46,7 @@ WRITES = {"--convert", "--out", "--report", "--svg"}
 SETS = [("nothere=1", "nothere"), ("{number}=red", "red"), ("{number}", "{number}"), ("{number}:7=1", "7"),
         ("{menu}=nothere", "nothere"), ("nothere*=1", "nothere*")]
 WRONG = {
-    "--set": SETS, "--expr": [("nothere=1", "nothere"), ("{number}", "{number}")],
+    "--set": SETS, "--expr": [("nothere=1", "nothere"), ("{number}", "{number}"), ("{number}=ch(", "cannot be read")],
     "--key": [("nothere@0=1", "nothere"), ("{number}@soon=1", "soon"), ("{number}@0=red", "red"),
               ("{number}=1", "{number}")],
     "--time": [("soon", "soon"), ("1e999", "1e999")], "--fps": [("0", "--fps"), ("-24", "--fps")],

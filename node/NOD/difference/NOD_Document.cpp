@@ -160,7 +160,8 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
         return readScene(std::move(bytes), file, section, options, report);
     case NOD_FileKind::SCRIPT: return readScript(bytes, file, report);
     default:
-        if (!NOD_ValueFile::isOther(bytes, file, NOD_FileKind::NONE, report, "one of parameters")) {
+        if (!NOD_ValueFile::isOther(bytes, file, NOD_FileKind::NONE, report,
+                                    "a file of parameters")) {
             tell(file, "is no file of parameters", report);
         }
         return false;

@@ -305,12 +305,15 @@ bool NOD_ValueFile::isOther(std::string_view start, const std::string &name, NOD
 {
     const NOD_FileKind kind = kindOf(start);
     const bool textFlag = wanted == NOD_FileKind::SCRIPT || wanted == NOD_FileKind::STREAM;
-    if (kind == NOD_FileKind::NONE || kind == wanted ||
-        (kind == NOD_FileKind::SCRIPT && (textFlag || firstWords(start).empty()))) {
+    const bool mistakenFlag =
+        (kind == NOD_FileKind::SCRIPT && (textFlag || firstWords(start).empty())) ||
+        (kind == NOD_FileKind::PRESETS && wanted == NOD_FileKind::SCENE); // any name is a preset's
+    if (kind == NOD_FileKind::NONE || kind == wanted || mistakenFlag) {
         return false;
     }
     tell(name,
-         std::string("is ") + getKindName(kind) + ", not " + (words ? words : getKindName(wanted)),
+         std::string("is ") + getKindName(kind) + " where " +
+             (words ? words : getKindName(wanted)) + " is wanted",
          report);
     return true;
 }
