@@ -12,6 +12,7 @@
 #include <NOD/NOD_Merge.h>
 #include <NOD/NOD_Node.h>
 
+#include <exception>
 #include <optional>
 
 namespace
@@ -255,21 +256,23 @@ Side sideOf(const std::string &word)
     throw py::value_error("a side is \"base\", \"ours\" or \"theirs\"");
 }
 
-/// Asks a callable, which may raise; the first exception ends the asking.
-NOD_Merge::Chooser chooserOf(const py::object &choose)
+/// Asks a callable until it raises, which is then thrown in `failure`. Others may use the library meanwhile.
+NOD_Merge::Chooser chooserOf(const py::object &choose, std::exception_ptr &failure)
 {
-    return [choose](const NOD_Conflict &conflict) -> std::optional<Side> {
+    return [&choose, &failure](const NOD_Conflict &conflict) -> std::optional<Side> {
+        if (failure) {
+            return std::nullopt;
+        }
         const PYZ_Hold hold;
         try {
-            const py::object answer = choose(conflictOf(conflict));
+            const py::object asked = conflictOf(conflict);
+            const PYZ_Changing::Pause pause;
+            const py::object answer = choose(asked);
             return answer.is_none() ? std::nullopt
                                     : std::optional<Side>(sideOf(PYZfromText(answer, "a side")));
-        } catch (py::error_already_set &error) {
-            error.restore();
-        } catch (const py::builtin_exception &error) {
-            error.set_error();
+        } catch (const std::exception &) { // which all of pybind11's are
+            failure = std::current_exception();
         }
-        PYZ_Changing::keepException();
         return std::nullopt;
     };
 }
@@ -290,8 +293,9 @@ std::unique_ptr<Merge> merge(const py::object &base, const py::object &ours,
         made->merge.addPolicy(PYZfromText(pattern, "a pattern"),
                               sideOf(PYZfromText(side, "a side")));
     }
+    std::exception_ptr failure;
     if (!choose.is_none()) {
-        made->merge.setChooser(chooserOf(choose));
+        made->merge.setChooser(chooserOf(choose, failure));
     }
     made->made = documents[1];
     made->load = how.load;
@@ -303,6 +307,9 @@ std::unique_ptr<Merge> merge(const py::object &base, const py::object &ours,
         return true;
     });
     made->merge.setChooser({});
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
     return made;
 }
 
@@ -469,6 +476,6 @@ void PYZdefineCompare(py::module_ &module)
 
 Joins two states that came of one: files, scenes or nodes. `policies` says which side stands where a path fits
 a pattern: {"/rig/*": "theirs"}. `choose(conflict)` is asked where none fits, and returns "base", "ours",
-"theirs" or None. For `scripts` see zel.diff().
+"theirs" or None; an exception of it ends the merge. For `scripts` see zel.diff().
 )");
 }
