@@ -267,7 +267,7 @@ NOD_Merge::Chooser chooserOf(const py::object &choose, std::exception_ptr &failu
         try {
             const py::object asked = conflictOf(conflict);
             const PYZ_Changing::Pause pause;
-            const py::object answer = choose(asked);
+            const py::object answer = SNKstayAtEnd([&] { return choose(asked); });
             return answer.is_none() ? std::nullopt
                                     : std::optional<Side>(sideOf(PYZfromText(answer, "a side")));
         } catch (const std::exception &) { // which all of pybind11's are

@@ -91,6 +91,16 @@ Exception takeKept()
     return kept;
 }
 
+/// Then the other threads stay where they are.
+bool isEnding()
+{
+#if PY_VERSION_HEX >= 0x030D0000
+    return Py_IsFinalizing() != 0;
+#else
+    return _Py_IsFinalizing() != 0;
+#endif
+}
+
 void wakeOthers()
 {
     if (!state().queue.empty()) {
@@ -122,6 +132,9 @@ public:
     void wait()
     {
         waitForAll();
+        if (isEnding()) {
+            PYZraise("BusyError", "the interpreter ends while another thread is at work");
+        }
         if (PyErr_CheckSignals() != 0) {
             throw py::error_already_set();
         }
@@ -290,7 +303,7 @@ PYZ_Changing::Pause::~Pause()
 {
     if (myPausedFlag) {
         Place place(true);
-        while (!place.isTurnToChange()) {
+        while (!place.isTurnToChange() && !isEnding()) {
             place.waitForAll();
         }
         state().changer = PyThread_get_thread_ident();
@@ -338,7 +351,8 @@ void PYZ_Changing::callAll() noexcept
         PyObject *const handlers = PySequence_List(call.handlers);
         for (py::ssize_t i = 0; handlers && i < PyList_GET_SIZE(handlers); ++i) {
             PyObject *const handler = PyList_GET_ITEM(handlers, i);
-            PyObject *const result = PyObject_CallObject(handler, call.arguments);
+            PyObject *const result =
+                SNKstayAtEnd([&] { return PyObject_CallObject(handler, call.arguments); });
             if (!result) {
                 calls.keep();
             }

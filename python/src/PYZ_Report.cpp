@@ -46,7 +46,7 @@ void warn(const NOD_Message &message)
         return;
     }
     const PYZ_Changing::Pause pause;
-    show(warning);
+    SNKstayAtEnd([&] { return show(warning); });
 }
 
 } // namespace

@@ -4,6 +4,8 @@ import subprocess
 import sys
 import textwrap
 
+import pytest
+
 
 def run(code):
     done = subprocess.run([sys.executable, "-c", textwrap.dedent(code)], capture_output=True, text=True, timeout=120)
@@ -52,3 +54,46 @@ def test_python_can_be_switched_off():
             print(type(error).__name__)
         """
     )
+
+
+@pytest.mark.parametrize(
+    "work",
+    [
+        'node["y"].value',
+        'node.sample(["x", "y"], range(200))',
+        'node["s"].value = "a"; scene.to_bytes()',
+        'node["size"].value += 1',
+    ],
+)
+def test_the_process_ends_while_threads_are_at_work(work):
+    """Also with what is deleted at the very end, when whoever has the gate is gone."""
+    assert run(
+        f"""
+        import threading, time, zel
+        script = " ".join(f'parm {{{{ name "{{name}}" type float }}}}' for name in ("x", "y", "size"))
+        scene = zel.Scene()
+        node = scene.add("a", zel.Interface.from_text(script + 'parm {{ name "s" type string }}', "a"))
+        node["x"].set_expression("sum(range(300)) + vmr.frame()", "python")
+        node["y"].expression = "ch('x') + 1"
+        node.on_change(lambda *event: time.sleep(0.001))
+        began = threading.Event()
+
+        class Late:
+            def __del__(self, scene=scene, busy=zel.BusyError):
+                try:
+                    scene.add("late")
+                except busy:
+                    pass
+
+        def forever():
+            while True:
+                {work}
+                began.set()
+
+        late = Late()
+        for _ in range(3):
+            threading.Thread(target=forever, daemon=True).start()
+        began.wait()
+        print("end")
+        """
+    ) == "end\n"
