@@ -400,6 +400,18 @@ A sequence of zel.Change; str() is what people read. False if nothing differs. A
                 return Difference{self.changes.inverse(), nullptr};
             },
             "inverse() -> Difference\n\nFrom the new state to the old one.")
+        .def("__reduce__",
+             [](const py::object &self) {
+                 const NOD_Difference &changes = self.cast<const Difference &>().changes;
+                 if (!changes.isExact()) {
+                     throw py::type_error("only an exact difference can be pickled; of another one "
+                                          "its changes can, as list(difference)");
+                 }
+                 return py::make_tuple(py::module_::import("zel._pickles").attr("difference"),
+                                       py::make_tuple(PYZtext(changes.toJson())));
+             })
+        .def("__copy__", [](const py::object &self) { return self; })
+        .def("__deepcopy__", [](const py::object &self, const py::object &) { return self; })
         .def(
             "to_json", [](const Difference &self) { return PYZtext(self.changes.toJson()); },
             "to_json() -> str\n\nThe patch that `zel patch` applies: docs/difference.schema.json.")

@@ -133,7 +133,9 @@ public:
     {
         waitForAll();
         if (isEnding()) {
-            PYZraise("BusyError", "the interpreter ends while another thread is at work");
+            PyErr_SetString(PyExc_RuntimeError,
+                            "the interpreter ends while another thread is at work");
+            throw py::error_already_set();
         }
         if (PyErr_CheckSignals() != 0) {
             throw py::error_already_set();

@@ -69,7 +69,7 @@ def test_the_process_ends_while_threads_are_at_work(work):
     """Also with what is deleted at the very end, when whoever has the gate is gone."""
     assert run(
         f"""
-        import threading, time, zel
+        import gc, os, threading, time, zel
         script = " ".join(f'parm {{{{ name "{{name}}" type float }}}}' for name in ("x", "y", "size"))
         scene = zel.Scene()
         node = scene.add("a", zel.Interface.from_text(script + 'parm {{ name "s" type string }}', "a"))
@@ -79,21 +79,25 @@ def test_the_process_ends_while_threads_are_at_work(work):
         began = threading.Event()
 
         class Late:
-            def __del__(self, scene=scene, busy=zel.BusyError):
+            def __del__(self, scene=scene, write=os.write):
                 try:
                     scene.add("late")
-                except busy:
+                except RuntimeError:
                     pass
+                write(1, b"late\\n")
 
         def forever():
             while True:
                 {work}
                 began.set()
 
+        gc.disable()
         late = Late()
+        late.late = late
+        del late
         for _ in range(3):
             threading.Thread(target=forever, daemon=True).start()
         began.wait()
-        print("end")
+        print("end", flush=True)
         """
-    ) == "end\n"
+    ) == "end\nlate\n"
