@@ -101,3 +101,30 @@ def test_the_process_ends_while_threads_are_at_work(work):
         print("end", flush=True)
         """
     ) == "end\nlate\n"
+
+
+def test_counts_that_are_refused_leave_everything():
+    """Also where an expression makes the count, where items have items, and without undo."""
+    run(
+        """
+        import os
+        os.environ["ZEL_MAX_STREAM_ITEMS"] = "300"
+        import zel
+        scene = zel.Scene()
+        cells = 'multiparm { name "cells#" default { 2 } parm { name "y#_#" type float } }'
+        script = f'multiparm {{ name "rows" default {{ 2 }} parm {{ name "x#" type float }} {cells} }}'
+        for name in "undone", "not":
+            node = scene.add(name, zel.Interface.from_text(script, "rows"))
+            rows = node["rows"]
+            node["cells2"].value = 3
+            for expression, refused in (None, 200), ("1 + 1", 1000):
+                rows.expression = expression
+                before = node.as_dict()
+                try:
+                    rows.value = refused
+                    raise SystemExit(f"{refused} rows")
+                except zel.EditError:
+                    assert node.as_dict() == before, (name, refused)
+            scene.limit_undo(0)
+        """
+    )

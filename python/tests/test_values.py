@@ -213,23 +213,6 @@ def test_items(node):
     assert points.value == 2
 
 
-def test_counts_that_are_refused_leave_everything(scene):
-    """Also where an expression makes the count, where items have items, and without undo."""
-    script = """multiparm { name "rows" default { 2 } parm { name "x#" type float }
-        multiparm { name "cells#" default { 2 } parm { name "y#_#" type float } } }"""
-    for is_undone in (True, False):
-        node = scene.add("undone" if is_undone else "not", zel.Interface.from_text(script, "rows"))
-        rows = node["rows"]
-        node["cells2"].value = 3
-        for expression, refused in (None, 60_000), ("1 + 1", 200_000):
-            rows.expression = expression
-            before = node.as_dict()
-            with pytest.raises(zel.EditError):
-                rows.value = refused
-            assert node.as_dict() == before
-        scene.limit_undo(0)
-
-
 def test_events(node):
     told = []
 
