@@ -9,10 +9,12 @@
 
 #pragma once
 
+#include <cstddef> // which says whose the standard library is
+
+#include <unistd.h>
 #ifdef __GLIBCXX__
 #include <cxxabi.h>
 #endif
-#include <unistd.h>
 
 /// What `call` returns. A thread that CPython would end in there stays until the process ends.
 template <class Call>
