@@ -279,7 +279,7 @@ void toResult(PyObject *value, SNK_ResultType wanted, SNK_Result &result)
 
 void runCode(PyObject *code, PyObject *names, SNK_ResultType wanted, SNK_Result &result)
 {
-    const Object value(PyEval_EvalCode(code, names, names));
+    const Object value(SNKstayAtEnd([&] { return PyEval_EvalCode(code, names, names); }));
     if (value) {
         toResult(value.get(), wanted, result);
         return;
@@ -361,7 +361,7 @@ void release(void *object)
     if (!object) {
         return;
     }
-    const PyGILState_STATE kept = PyGILState_Ensure();
+    const PyGILState_STATE kept = SNKstayAtEnd(PyGILState_Ensure);
     Py_DECREF(static_cast<PyObject *>(object));
     PyGILState_Release(kept);
 }
@@ -374,7 +374,8 @@ bool run(const char *statements, void *names, KIT_String &error)
         return false;
     }
     PyObject *const globals = static_cast<PyObject *>(names);
-    const Object done(PyRun_String(statements, Py_file_input, globals, globals));
+    const Object done(
+        SNKstayAtEnd([&] { return PyRun_String(statements, Py_file_input, globals, globals); }));
     if (!done) {
         takeException("story", error);
     }

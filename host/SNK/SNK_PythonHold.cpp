@@ -105,7 +105,7 @@ SNK_PythonHold::SNK_PythonHold() : myError(nullptr)
         myError = startError().c_str();
         return;
     }
-    myState = PyGILState_Ensure();
+    myState = SNKstayAtEnd(PyGILState_Ensure);
     if (!makeModuleOnce()) {
         PyGILState_Release(myState);
         myError = "The module vmr could not be made.\n";

@@ -6,6 +6,8 @@
 
 #include <Python.h>
 
+#include <SNK/SNK_PythonEnd.h>
+
 /// Holds the interpreter while the object exists; starts it if needed. Holders nest.
 class SNK_PythonHold
 {
@@ -40,7 +42,10 @@ class SNK_PythonRest
 {
 public:
     SNK_PythonRest() : myState(PyEval_SaveThread()) {}
-    ~SNK_PythonRest() { PyEval_RestoreThread(myState); }
+    ~SNK_PythonRest()
+    {
+        SNKstayAtEnd([this] { PyEval_RestoreThread(myState); });
+    }
     SNK_PythonRest(const SNK_PythonRest &) = delete;
     SNK_PythonRest &operator=(const SNK_PythonRest &) = delete;
 

@@ -12,6 +12,7 @@
 #include <NOD/NOD_Merge.h>
 #include <NOD/NOD_Node.h>
 
+#include <exception>
 #include <optional>
 
 namespace
@@ -255,21 +256,23 @@ Side sideOf(const std::string &word)
     throw py::value_error("a side is \"base\", \"ours\" or \"theirs\"");
 }
 
-/// Asks a callable, which may raise; the first exception ends the asking.
-NOD_Merge::Chooser chooserOf(const py::object &choose)
+/// Asks a callable until it raises, which is then thrown in `failure`. Others may use the library meanwhile.
+NOD_Merge::Chooser chooserOf(const py::object &choose, std::exception_ptr &failure)
 {
-    return [choose](const NOD_Conflict &conflict) -> std::optional<Side> {
+    return [&choose, &failure](const NOD_Conflict &conflict) -> std::optional<Side> {
+        if (failure) {
+            return std::nullopt;
+        }
         const PYZ_Hold hold;
         try {
-            const py::object answer = choose(conflictOf(conflict));
+            const py::object asked = conflictOf(conflict);
+            const PYZ_Changing::Pause pause;
+            const py::object answer = SNKstayAtEnd([&] { return choose(asked); });
             return answer.is_none() ? std::nullopt
                                     : std::optional<Side>(sideOf(PYZfromText(answer, "a side")));
-        } catch (py::error_already_set &error) {
-            error.restore();
-        } catch (const py::builtin_exception &error) {
-            error.set_error();
+        } catch (const std::exception &) { // which all of pybind11's are
+            failure = std::current_exception();
         }
-        PYZ_Changing::keepException();
         return std::nullopt;
     };
 }
@@ -290,8 +293,9 @@ std::unique_ptr<Merge> merge(const py::object &base, const py::object &ours,
         made->merge.addPolicy(PYZfromText(pattern, "a pattern"),
                               sideOf(PYZfromText(side, "a side")));
     }
+    std::exception_ptr failure;
     if (!choose.is_none()) {
-        made->merge.setChooser(chooserOf(choose));
+        made->merge.setChooser(chooserOf(choose, failure));
     }
     made->made = documents[1];
     made->load = how.load;
@@ -303,6 +307,9 @@ std::unique_ptr<Merge> merge(const py::object &base, const py::object &ours,
         return true;
     });
     made->merge.setChooser({});
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
     return made;
 }
 
@@ -393,6 +400,18 @@ A sequence of zel.Change; str() is what people read. False if nothing differs. A
                 return Difference{self.changes.inverse(), nullptr};
             },
             "inverse() -> Difference\n\nFrom the new state to the old one.")
+        .def("__reduce__",
+             [](const py::object &self) {
+                 const NOD_Difference &changes = self.cast<const Difference &>().changes;
+                 if (!changes.isExact()) {
+                     throw py::type_error("only an exact difference can be pickled; of another one "
+                                          "its changes can, as list(difference)");
+                 }
+                 return py::make_tuple(py::module_::import("zel._pickles").attr("difference"),
+                                       py::make_tuple(PYZtext(changes.toJson())));
+             })
+        .def("__copy__", [](const py::object &self) { return self; })
+        .def("__deepcopy__", [](const py::object &self, const py::object &) { return self; })
         .def(
             "to_json", [](const Difference &self) { return PYZtext(self.changes.toJson()); },
             "to_json() -> str\n\nThe patch that `zel patch` applies: docs/difference.schema.json.")
@@ -469,6 +488,6 @@ void PYZdefineCompare(py::module_ &module)
 
 Joins two states that came of one: files, scenes or nodes. `policies` says which side stands where a path fits
 a pattern: {"/rig/*": "theirs"}. `choose(conflict)` is asked where none fits, and returns "base", "ours",
-"theirs" or None. For `scripts` see zel.diff().
+"theirs" or None; an exception of it ends the merge. For `scripts` see zel.diff().
 )");
 }

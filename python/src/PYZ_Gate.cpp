@@ -10,6 +10,7 @@
 #include <deque>
 #include <list>
 #include <mutex>
+#include <unordered_map>
 #include <vector>
 
 namespace
@@ -22,6 +23,35 @@ struct Call
     PyObject *arguments;
 };
 
+/// An exception: its type, value and traceback, or nulls.
+struct Exception
+{
+    void fetch() { PyErr_Fetch(&type, &value, &trace); }
+    void restore() { PyErr_Restore(type, value, trace); }
+
+    PyObject *type = nullptr;
+    PyObject *value = nullptr;
+    PyObject *trace = nullptr;
+};
+
+/// What a thread has yet to call, and what has come of it.
+struct Calls
+{
+    std::deque<Call> waiting;
+    bool callingFlag = false;
+    int answers = 0; ///< calls that handlers have brought about
+    Exception kept;  ///< the first that has left a handler
+
+    void keep()
+    {
+        if (kept.type) {
+            PyErr_WriteUnraisable(Py_None);
+        } else {
+            kept.fetch();
+        }
+    }
+};
+
 /// Of the process; never destroyed, since other threads may still be there when it ends.
 struct State
 {
@@ -32,10 +62,7 @@ struct State
     std::mutex mutex;
     std::condition_variable left;
     std::vector<std::unique_ptr<NOD_Scene>> buried;
-    std::deque<Call> calls;
-    bool callingFlag = false;
-    int answers = 0;        ///< calls that handlers have brought about
-    PyObject *kept[3] = {}; ///< type, value and traceback of an exception
+    std::unordered_map<unsigned long, Calls> calls; ///< by the thread's number
 };
 
 State &state()
@@ -45,6 +72,34 @@ State &state()
 }
 
 thread_local int theReadings = 0; ///< of this thread
+
+bool isChanger()
+{
+    return state().changer == PyThread_get_thread_ident();
+}
+
+/// Ends what the thread had to call, and gives the exception that has come of it. None while it still calls.
+Exception takeKept()
+{
+    State &gate = state();
+    const auto found = gate.calls.find(PyThread_get_thread_ident());
+    if (found == gate.calls.end() || found->second.callingFlag) {
+        return {};
+    }
+    const Exception kept = found->second.kept;
+    gate.calls.erase(found);
+    return kept;
+}
+
+/// Then the other threads stay where they are.
+bool isEnding()
+{
+#if PY_VERSION_HEX >= 0x030D0000
+    return Py_IsFinalizing() != 0;
+#else
+    return _Py_IsFinalizing() != 0;
+#endif
+}
 
 void wakeOthers()
 {
@@ -64,6 +119,10 @@ public:
     Place &operator=(const Place &) = delete;
 
     bool isFirst() const { return state().queue.empty() || state().queue.begin() == myPlace; }
+    bool isTurnToChange() const
+    {
+        return state().changer == 0 && state().readings == 0 && isFirst();
+    }
     bool isBehindChange() const
     {
         const std::list<bool> &queue = state().queue;
@@ -71,6 +130,19 @@ public:
     }
     /// Waits with the interpreter free until another thread may have left.
     void wait()
+    {
+        waitForAll();
+        if (isEnding()) {
+            PyErr_SetString(PyExc_RuntimeError,
+                            "the interpreter ends while another thread is at work");
+            throw py::error_already_set();
+        }
+        if (PyErr_CheckSignals() != 0) {
+            throw py::error_already_set();
+        }
+    }
+    /// The same where no signal may end it.
+    void waitForAll()
     {
         State &gate = state();
         if (myPlace == gate.queue.end()) {
@@ -80,9 +152,6 @@ public:
             const PYZ_Rest rest;
             std::unique_lock<std::mutex> lock(gate.mutex);
             gate.left.wait_for(lock, std::chrono::milliseconds(2));
-        }
-        if (PyErr_CheckSignals() != 0) {
-            throw py::error_already_set();
         }
     }
     void leave()
@@ -108,7 +177,7 @@ private:
 PYZ_Reading::PYZ_Reading(NOD_Scene *scene)
 {
     State &gate = state();
-    if (gate.changer == PyThread_get_thread_ident()) {
+    if (isChanger()) {
         return;
     }
     Place place(false);
@@ -142,7 +211,7 @@ void PYZ_Reading::await()
 {
     const State &gate = state();
     Place place(false);
-    while (gate.changer != 0 && gate.changer != PyThread_get_thread_ident()) {
+    while (gate.changer != 0 && !isChanger()) {
         place.wait();
     }
 }
@@ -164,18 +233,17 @@ PYZ_Reading::Helper::~Helper()
 PYZ_Changing::PYZ_Changing(NOD_Scene *scene)
 {
     State &gate = state();
-    const unsigned long self = PyThread_get_thread_ident();
-    if (gate.changer != self) {
+    if (!isChanger()) {
         if (theReadings > 0) {
             PYZraise("BusyError",
                      "nothing can be changed while this thread evaluates: an expression "
                      "can read values, not set them");
         }
         Place place(true);
-        while (gate.changer != 0 || gate.readings > 0 || !place.isFirst()) {
+        while (!place.isTurnToChange()) {
             place.wait();
         }
-        gate.changer = self;
+        gate.changer = PyThread_get_thread_ident();
     }
     ++gate.changes;
     if (scene && !scene->isCurrent()) {
@@ -199,24 +267,15 @@ PYZ_Changing::~PYZ_Changing()
     State &gate = state();
     if (gate.changes == 1) {
         if (!gate.calls.empty()) {
-            // An exception is on its way.
-            PyObject *type = nullptr, *value = nullptr, *trace = nullptr;
-            PyErr_Fetch(&type, &value, &trace);
+            Exception onItsWay;
+            onItsWay.fetch();
             callAll();
-            PyErr_Restore(type, value, trace);
+            showKept();
+            onItsWay.restore();
         }
         std::vector<std::unique_ptr<NOD_Scene>> buried;
         buried.swap(gate.buried);
         buried.clear();
-        if (gate.kept[0]) {
-            // Another exception is on its way: this one is shown.
-            PyObject *type = nullptr, *value = nullptr, *trace = nullptr;
-            PyErr_Fetch(&type, &value, &trace);
-            PyErr_Restore(gate.kept[0], gate.kept[1], gate.kept[2]);
-            gate.kept[0] = gate.kept[1] = gate.kept[2] = nullptr;
-            PyErr_WriteUnraisable(Py_None);
-            PyErr_Restore(type, value, trace);
-        }
     }
     leave();
 }
@@ -230,53 +289,74 @@ void PYZ_Changing::leave()
     }
 }
 
-void PYZ_Changing::keepException()
+bool PYZ_Changing::isNested()
 {
-    State &gate = state();
-    if (gate.kept[0] || gate.changes == 0) {
-        PyErr_WriteUnraisable(Py_None);
-    } else {
-        PyErr_Fetch(&gate.kept[0], &gate.kept[1], &gate.kept[2]);
+    return isChanger() && state().changes > 1;
+}
+
+PYZ_Changing::Pause::Pause() : myPausedFlag(isChanger() && state().changes == 1)
+{
+    if (myPausedFlag) {
+        leave();
     }
 }
+
+PYZ_Changing::Pause::~Pause()
+{
+    if (myPausedFlag) {
+        Place place(true);
+        while (!place.isTurnToChange() && !isEnding()) {
+            place.waitForAll();
+        }
+        state().changer = PyThread_get_thread_ident();
+        state().changes = 1;
+    }
+}
+
+// ---------------------------------------------------------------------- //
+// Handlers
+// ---------------------------------------------------------------------- //
 
 void PYZ_Changing::callLater(const py::object &handlers, const py::tuple &arguments)
 {
     // So many in answer to handlers are handlers that call each other without an end.
     constexpr int theMostAnswers = 20000;
-    State &gate = state();
-    if (gate.callingFlag && ++gate.answers > theMostAnswers) {
-        if (gate.answers == theMostAnswers + 1) {
+    Calls &calls = state().calls[PyThread_get_thread_ident()];
+    if (calls.callingFlag && ++calls.answers > theMostAnswers) {
+        if (calls.answers == theMostAnswers + 1) {
             PyErr_SetString(PyExc_RecursionError,
                             "handlers of events change what they are called for");
-            keepException();
+            calls.keep();
         }
         return;
     }
-    gate.calls.push_back({handlers.inc_ref().ptr(), arguments.inc_ref().ptr()});
-    if (gate.changes == 0) {
+    calls.waiting.push_back({handlers.inc_ref().ptr(), arguments.inc_ref().ptr()});
+    if (!isChanger()) {
         callAll();
+        showKept();
     }
 }
 
 void PYZ_Changing::callAll() noexcept
 {
-    State &gate = state();
-    if (gate.callingFlag) {
+    const auto found = state().calls.find(PyThread_get_thread_ident());
+    if (found == state().calls.end() || found->second.callingFlag) {
         return;
     }
-    gate.callingFlag = true;
-    gate.answers = 0;
-    while (!gate.calls.empty()) {
-        const Call call = gate.calls.front();
-        gate.calls.pop_front();
+    Calls &calls = found->second;
+    calls.callingFlag = true;
+    const Pause pause;
+    while (!calls.waiting.empty()) {
+        const Call call = calls.waiting.front();
+        calls.waiting.pop_front();
         // A copy: a handler may be the last one that is called.
         PyObject *const handlers = PySequence_List(call.handlers);
         for (py::ssize_t i = 0; handlers && i < PyList_GET_SIZE(handlers); ++i) {
             PyObject *const handler = PyList_GET_ITEM(handlers, i);
-            PyObject *const result = PyObject_CallObject(handler, call.arguments);
+            PyObject *const result =
+                SNKstayAtEnd([&] { return PyObject_CallObject(handler, call.arguments); });
             if (!result) {
-                keepException();
+                calls.keep();
             }
             Py_XDECREF(result);
         }
@@ -284,18 +364,28 @@ void PYZ_Changing::callAll() noexcept
         Py_DECREF(call.handlers);
         Py_DECREF(call.arguments);
     }
-    gate.callingFlag = false;
+    calls.callingFlag = false;
+}
+
+/// Where nobody can catch it.
+void PYZ_Changing::showKept() noexcept
+{
+    Exception kept = takeKept();
+    if (kept.type) {
+        kept.restore();
+        PyErr_WriteUnraisable(Py_None);
+    }
 }
 
 void PYZ_Changing::raiseKept() const
 {
-    State &gate = state();
-    if (gate.changes == 1) {
-        callAll();
+    if (state().changes != 1 || state().calls.empty()) {
+        return;
     }
-    if (gate.changes == 1 && gate.kept[0]) {
-        PyErr_Restore(gate.kept[0], gate.kept[1], gate.kept[2]);
-        gate.kept[0] = gate.kept[1] = gate.kept[2] = nullptr;
+    callAll();
+    Exception kept = takeKept();
+    if (kept.type) {
+        kept.restore();
         throw py::error_already_set();
     }
 }

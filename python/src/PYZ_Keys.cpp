@@ -297,7 +297,14 @@ void setKeyAt(const Keys &self, const py::object &index, const py::object &value
 
 std::string keysText(const Keys &self)
 {
-    return "<zel.Keys of '" + self.parm.getNameThen() + "': " + std::to_string(self.count()) + '>';
+    if (!self.parm.isThere()) {
+        return "<zel.Keys of '" + self.parm.getPathThen() + '/' + self.parm.getNameThen() +
+               "': gone>";
+    }
+    const int count = self.count();
+    return "<zel.Keys of '" + PYZpathOf(self.parm.getNode()) + '/' +
+           self.parm.getName(self.parm.get()) + "': " + std::to_string(count) +
+           (count == 1 ? " key>" : " keys>");
 }
 
 } // namespace

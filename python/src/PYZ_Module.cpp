@@ -28,6 +28,9 @@ PYBIND11_MODULE(_zel, module)
             PyErr_SetString(PyExc_TypeError, "a value is of another type than is needed");
         }
     });
+    // Messages name classes as people do: "zel.Scene".
+    const py::object ownName = module.attr("__name__");
+    module.attr("__name__") = "zel";
     PYZdefineInterface(module);
     PYZdefineScene(module);
     PYZdefineNode(module);
@@ -42,4 +45,5 @@ PYBIND11_MODULE(_zel, module)
         "enable_python", SNKsetPythonEnabled, py::arg("on"),
         "enable_python(on)\n\nWhether menus and expressions in Python run in this process: for files of "
         "strangers they had better not.");
+    module.attr("__name__") = ownName;
 }

@@ -476,9 +476,9 @@ void defineEvents(py::class_<PYZ_Node> &type)
              R"(on_change(handler) -> handler
 
 Calls `handler(node, what, parm)` for each change of the node: `what` is "value", "enabled", "visible" or
-"locked", and `parm` the parameter, or None for several. Handlers are called once the edit is done, and may
-edit anything; their exceptions are raised by the edit. Edits of handlers that bring about more than 20,000
-further calls are a RecursionError. Usable as a decorator.
+"locked", and `parm` the parameter, or None for several. Handlers are called once the edit is done, on its
+thread, and may edit anything or wait for other threads; their exceptions are raised by the edit. Edits of
+handlers that bring about more than 20,000 further calls are a RecursionError. Usable as a decorator.
 )");
     type.def(
         "on_press", add(PYZ_Scene::PRESS), py::arg("handler"),

@@ -291,8 +291,19 @@ bool isLocked(const PYZ_Parm &self)
                                : parm.getLockedFlag(self.getFirst());
 }
 
-void setLocked(const PYZ_Parm &self, bool locked)
+void setLocked(const PYZ_Parm &self, const py::object &value)
 {
+    const int truth = PyBool_Check(value.ptr()) || PyNumber_Check(value.ptr())
+                          ? PyObject_IsTrue(value.ptr())
+                          : -1;
+    if (truth < 0 && PyErr_Occurred()) {
+        throw py::error_already_set();
+    }
+    if (truth < 0) {
+        throw py::type_error(std::string("locked is True or False, not ") +
+                             Py_TYPE(value.ptr())->tp_name);
+    }
+    const bool locked = truth != 0;
     PYZeditParm(self, locked ? "Lock " : "Unlock ",
                 [&](NOD_Edit &changes, NOD_Node &node, ZEL_Parm &parm, NOD_Report &) {
                     changes.change(node, parm);

@@ -9,6 +9,7 @@
 /// The interpreter is the process's own: the module starts none and ends none.
 #pragma once
 
+#include <SNK/SNK_PythonEnd.h>
 #include <pybind11/pybind11.h>
 
 #include <string>
@@ -44,7 +45,10 @@ class PYZ_Rest
 {
 public:
     PYZ_Rest() : myState(PyEval_SaveThread()) {}
-    ~PYZ_Rest() { PyEval_RestoreThread(myState); }
+    ~PYZ_Rest()
+    {
+        SNKstayAtEnd([this] { PyEval_RestoreThread(myState); });
+    }
     PYZ_Rest(const PYZ_Rest &) = delete;
     PYZ_Rest &operator=(const PYZ_Rest &) = delete;
 
@@ -56,7 +60,7 @@ private:
 class PYZ_Hold
 {
 public:
-    PYZ_Hold() : myState(PyGILState_Ensure()) {}
+    PYZ_Hold() : myState(SNKstayAtEnd(PyGILState_Ensure)) {}
     ~PYZ_Hold() { PyGILState_Release(myState); }
     PYZ_Hold(const PYZ_Hold &) = delete;
     PYZ_Hold &operator=(const PYZ_Hold &) = delete;

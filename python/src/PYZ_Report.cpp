@@ -36,10 +36,17 @@ bool isError(const NOD_Message &message)
     return message.severity >= KIT_ERROR_ABORT;
 }
 
+/// Within a change that goes on, when that is done: who shows warnings may run anything.
 void warn(const NOD_Message &message)
 {
     const py::object warning = errors("MessageWarning")(PYZmessage(message));
-    py::module_::import("warnings").attr("warn")(warning);
+    const py::object show = py::module_::import("warnings").attr("warn");
+    if (PYZ_Changing::isNested()) {
+        PYZ_Changing::callLater(py::make_tuple(show), py::make_tuple(warning));
+        return;
+    }
+    const PYZ_Changing::Pause pause;
+    SNKstayAtEnd([&] { return show(warning); });
 }
 
 } // namespace

@@ -98,6 +98,11 @@ public:
         return done;
     }
 
+    std::string text() const
+    {
+        return "<zel.Scene.UndoBlock '" + myLabel + (myOpenFlag ? "': open>" : "': not open>");
+    }
+
 private:
     PYZ_Scene &scene() const { return PYZ_Scene::of(myScene); }
 
@@ -504,6 +509,7 @@ step. What was done before an exception leaves a block is a step; `cancel()` of 
                  return self;
              })
         .def("__exit__", [](UndoBlock &block, const py::args &) { block.end(); })
+        .def("__repr__", &UndoBlock::text)
         .def(
             "cancel", &UndoBlock::cancel,
             "cancel() -> bool\n\nTakes back what was done in the block and ends it; false for an inner block.");

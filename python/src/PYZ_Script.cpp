@@ -182,6 +182,7 @@ public:
         return PYZtext(path);
     }
     const std::string &type() const { return myType; }
+    const std::string &table() const { return myTable; }
 
 private:
     std::string myType;
@@ -232,6 +233,11 @@ False
              [](Presets &self, const py::object &name) { return self.names().contains(name); });
     type.def("__repr__",
              [](const Presets &self) { return "<zel.Presets of '" + self.type() + "'>"; });
+    type.def("__reduce__", [](const py::object &self) {
+        const Presets &presets = self.cast<const Presets &>();
+        return py::make_tuple(py::type::of(self),
+                              py::make_tuple(PYZtext(presets.type()), PYZtext(presets.table())));
+    });
     type.def(
         "find",
         [](Presets &self, const py::object &name) {

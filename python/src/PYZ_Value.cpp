@@ -227,32 +227,47 @@ bool writeCells(ZEL_Parm &parm, int first, double time, const std::vector<PYZ_Ce
 }
 
 /// A count of items comes from outside: it is limited as that of a file is.
-bool writeLimited(NOD_Node &node, ZEL_Parm &parm, int first, double time,
-                  const std::vector<PYZ_Cell> &cells)
+bool writeCount(NOD_Node &node, ZEL_Parm &parm, double time, const PYZ_Cell &cell)
 {
-    if (!parm.isMultiParm()) {
-        return writeCells(parm, first, time, cells);
-    }
     const ZEL_InputBudget budget(0);
     const NOD_Batch batch(node); // else the graph would be looked through for each item
-    return writeCells(parm, first, time, cells);
+    return writeCell(parm, 0, time, cell);
 }
 
-bool writeReported(const PYZ_Parm &handle, ZEL_Parm &parm, double time,
+bool writeReported(NOD_Node &node, ZEL_Parm &parm, int first, double time,
                    const std::vector<PYZ_Cell> &cells, NOD_Report &report)
 {
     const NOD_ReportScope scope(report);
-    return writeLimited(handle.getNode(), parm, handle.getFirst(), time, cells);
+    return parm.isMultiParm() ? writeCount(node, parm, time, cells.at(0))
+                              : writeCells(parm, first, time, cells);
 }
 
-bool writeRecorded(const PYZ_Parm &handle, ZEL_Parm &parm, double time,
+/// All of it or, after an error, nothing.
+bool writeRecorded(NOD_Node &node, ZEL_Parm &parm, int first, double time,
                    const std::vector<PYZ_Cell> &cells, NOD_Report &report)
 {
-    NOD_Edit edit(handle.getNode(), std::string("Set ") + parm.getToken());
-    edit.change(handle.getNode(), parm);
-    const bool done = writeReported(handle, parm, time, cells, report);
+    NOD_Edit edit(node, std::string("Set ") + parm.getToken());
+    edit.change(node, parm);
+    const bool done = writeReported(node, parm, first, time, cells, report);
     if (report.hasErrors()) {
         edit.cancel();
+    }
+    return done;
+}
+
+bool write(NOD_Scene &scene, NOD_Node &node, ZEL_Parm &parm, int first, double time,
+           const std::vector<PYZ_Cell> &cells, NOD_Report &report)
+{
+    NOD_UndoStack &undo = scene.getUndo();
+    if (undo.isOn()) {
+        return writeRecorded(node, parm, first, time, cells, report);
+    }
+    // A count can be refused halfway: it is taken back by a step that isn't kept.
+    const bool limitFlag = parm.isMultiParm() && undo.setLimits(1, NOD_UndoStack::theUsualBytes);
+    const bool done = limitFlag ? writeRecorded(node, parm, first, time, cells, report)
+                                : writeReported(node, parm, first, time, cells, report);
+    if (limitFlag) {
+        undo.setLimits(0, NOD_UndoStack::theUsualBytes);
     }
     return done;
 }
@@ -544,9 +559,12 @@ void PYZwrite(const PYZ_Parm &handle, py::handle value, double time)
         }
     }
     NOD_Report report;
-    const bool done = handle.getScene()->getUndo().isOn()
-                          ? writeRecorded(handle, parm, time, cells, report)
-                          : writeReported(handle, parm, time, cells, report);
+    NOD_Node &node = handle.getNode();
+    const auto work = [&](NOD_Report &) {
+        return write(*handle.getScenePtr(), node, parm, handle.getFirst(), time, cells, report);
+    };
+    // Items take long to make; anything else takes no longer than letting others have the interpreter.
+    const bool done = parm.isMultiParm() ? PYZgather(report, {}, work) : work(report);
     changing.raiseKept();
     PYZtell(report, "EditError", done, handle.getNameThen() + " can't be set");
 }

@@ -149,10 +149,32 @@ def test_merges_join_and_say_what_cannot_be_had(scene, kinds, tmp_path):
     base.load(tmp_path / "n.parms")
     assert base.as_dict(changed_only=True) == {"size": 3, "t": (9, 9, 9), "count": 9}
     assert zel.merge(start, ours, theirs, interface=kinds, policies={"*count*": "base"}).open_count == 0
-    with pytest.raises(ZeroDivisionError):
-        zel.merge(start, ours, theirs, interface=kinds, choose=lambda conflict: 1 / 0)
     with pytest.raises(ValueError, match="side"):
         zel.merge(start, ours, theirs, interface=kinds, policies={"*": "mine"})
+
+
+def test_a_choice_that_fails_ends_the_merge(scene, kinds, capfd):
+    base, ours, theirs, other = (scene.add(name, kinds) for name in ("base", "ours", "theirs", "other"))
+    ours.update(size=3, count=3, t=(4, 4, 4)), theirs.update(size=5, count=5, t=(6, 6, 6))
+    asked = []
+
+    def choose(conflict):
+        asked.append(conflict)
+        return "theirs" if len(asked) == 1 else 1 / 0 if len(asked) == 2 else "nobody's"
+
+    def merge(*event):
+        asked.clear()
+        with pytest.raises(ZeroDivisionError):
+            zel.merge(base, ours, theirs, choose=choose)
+        assert len(asked) == 2
+
+    merge()
+    other.on_change(merge)
+    other["size"].value = 4
+    asked.append(None), asked.append(None)
+    with pytest.raises(ValueError, match="side"):
+        zel.merge(base, ours, theirs, choose=choose)
+    assert capfd.readouterr() == ("", "")
 
 
 def test_migration_by_names_and_by_maps(scene, examples):

@@ -44,6 +44,12 @@ def test_pickles_and_copies_are_whole(rig):
     assert pickle.loads(pickle.dumps(key["light_color"][1])).value == 0.9
     assert copy.copy(key) == key != copy.deepcopy(key)
     assert copy.copy(key.interface) == key.interface
+    patch = zel.diff(key, twin["rig/key"], exact=True)
+    again = pickle.loads(pickle.dumps(patch))
+    assert again.to_json() == patch.to_json() and again.apply(key)["shadow_mask"].value == ""
+    with pytest.raises(TypeError, match="exact"):
+        pickle.dumps(zel.diff(key, key))
+    assert copy.deepcopy(zel.Presets("light", "Own")).__reduce__()[1] == ("light", "Own")
     for thing in (zel.Key(0, 1), zel.SceneError("x", ()), zel.MessageWarning("x"), zel.Account((1,), True)):
         again = pickle.loads(pickle.dumps(thing))
         assert repr(again) == repr(thing) and vars(again) == vars(thing) if hasattr(thing, "__dict__") else True

@@ -5,6 +5,7 @@ import pathlib
 import resource
 import sys
 import threading
+import warnings
 import weakref
 
 import pytest
@@ -212,3 +213,63 @@ def test_handlers_that_go_on_for_ever_are_ended(node):
     with pytest.raises(RecursionError, match="handlers"):
         node["size"].value = 1
     assert 0 <= node["size"].value <= 10
+
+
+def elsewhere(work):
+    """Does it in another thread, and waits for that."""
+    thread = threading.Thread(target=work, daemon=True)
+    thread.start()
+    thread.join(20)
+    assert not thread.is_alive(), "the other thread waits for this one"
+
+
+@pytest.mark.filterwarnings("always::zel.MessageWarning")
+def test_what_is_called_may_wait_for_other_threads(scene, node, kinds, monkeypatch):
+    other, waited = scene.add("other", kinds), []
+
+    def use(*event, **more):
+        def work():
+            other["size"].value = len(waited)
+            waited.append(other["t"].value)
+
+        elsewhere(work)
+
+    node.on_change(use)
+    node.on_press(use)
+    node["size"].value = 3
+    node["press"].press()
+    node.update(t=(7, 8, 9), points=3)
+    assert len(waited) >= 3 and other["size"].value == len(waited) - 1
+    node.off(use)
+    del waited[:]
+    monkeypatch.setattr(warnings, "showwarning", use)
+    node["size"].expression = "nofn(1"
+    node["t"].expression = ("nofn(2", "1", "nofn(3")
+    assert len(waited) == 3
+    base, ours, theirs = (scene.add(name, kinds) for name in ("base", "ours", "theirs"))
+    ours.update(size=3, count=3), theirs.update(size=5, count=5)
+    zel.merge(base, ours, theirs, choose=use)
+    assert len(waited) == 5
+
+
+def test_edits_of_handlers_on_two_threads_are_told_apart(scene, kinds):
+    """Each thread's handlers are called by itself, and raise there."""
+    nodes = [scene.add(name, kinds) for name in ("a", "b")]
+    told = {0: [], 1: []}
+    both = threading.Barrier(2, timeout=20)
+
+    def work(number):
+        def handler(where, what, parm):
+            told[number].append(threading.get_ident())
+            if len(told[number]) == 1:
+                both.wait()
+                where["count"].value = 7
+                both.wait()
+                raise ZeroDivisionError(number)
+
+        nodes[number].on_change(handler)
+        with pytest.raises(ZeroDivisionError, match=str(number)):
+            nodes[number]["size"].value = 3
+        assert told[number] == [threading.get_ident()] * 2 and nodes[number]["count"].value == 7
+
+    run(lambda: work(0), lambda: work(1))

@@ -81,7 +81,7 @@ def test_curves_are_drawn(scene, node, tmp_path):
         (lambda node: node["note"], None, "note has no numbers"),
         (lambda node: node["press"], None, "press"),
         (lambda node: node, None, "Parm|parameter|str"),
-        (lambda node: 3, None, "int"),
+        (lambda node: 3, None, "int is no parameter"),
         (lambda node: node["size"], (5, 1), "before"),
         (lambda node: node["size"], (5,), "first and a last"),
         (lambda node: node["size"], (float("nan"), 1), "before|finite"),

@@ -65,7 +65,9 @@ def test_undo_blocks(scene, kinds):
 
 def test_a_block_that_is_dropped_ends(scene, node):
     block = scene.undo("dropped")
+    assert repr(block) == "<zel.Scene.UndoBlock 'dropped': not open>"
     block.__enter__()
+    assert "dropped': open" in repr(block)
     with pytest.raises(zel.EditError, match="open"):
         block.__enter__()
     node["size"].value = 3
@@ -76,6 +78,7 @@ def test_a_block_that_is_dropped_ends(scene, node):
 def test_what_is_gone_says_so(scene, kinds):
     node = scene.add("n", kinds)
     parm, keys, item = node["size"], node["t"][0].keys, node["w2"]
+    assert repr(keys) == "<zel.Keys of '/n/tx': 0 keys>"
     node["points"].value = 1
     with pytest.raises(zel.GoneError, match="the parameter w2 of /n is gone"):
         item.value
@@ -96,7 +99,7 @@ def test_what_is_gone_says_so(scene, kinds):
     ):
         with pytest.raises(zel.GoneError):
             use()
-    assert node.is_gone and repr(node) == "<zel.Node '/n': gone>" and "gone" in repr(parm)
+    assert node.is_gone and repr(node) == "<zel.Node '/n': gone>" and "gone" in repr(parm) and "gone" in repr(keys)
     scene.undo()
     assert not node.is_gone and parm.value == 1.5
     scene.clear()

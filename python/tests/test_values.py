@@ -103,9 +103,15 @@ def test_locks_refuse(node):
     t.locked = True
     with pytest.raises(zel.EditError):
         t.expression = ("1", "2", "3")
+        t.revert()
+    t[0].locked = False
+    t.revert()
+    assert t.value == (1, 2, 3) and node["ty"].locked
     t.locked = False
     t.value = (7, 8, 9)
-    assert t.value == (7, 8, 9)
+    t[1].locked = True
+    t.revert()
+    assert t.value == (1, 8, 3)
 
 
 def test_expressions(scene, node):
@@ -276,6 +282,9 @@ def test_wrong_types_say_what_is_right(scene, node, tmp_path):
         (lambda: setattr(scene, "frame_range", (1, "x")), "the last frame must be a number"),
         (lambda: scene.time_of(None), "a frame must be a number"),
         (lambda: zel.Scene.from_bytes("text"), "data must be bytes, not str"),
+        (lambda: setattr(node["t"], "locked", "yes"), "locked is True or False, not str"),
+        (lambda: scene.add("x", scene), "zel.Interface, not zel.Scene$"),
+        (lambda: node["t"] + 1, "'zel.Parm' and 'int'"),
         (lambda: node["points"].insert("x"), "int, not str"),
         (lambda: type("Mine", (zel.Scene,), {}), "not an acceptable base type"),
     ):

@@ -23,7 +23,7 @@ __all__ = []
 def _adopt(module):
     """What is public in a module of the package, as the package's own."""
     for name, value in list(vars(module).items()):
-        if name.startswith("_") or getattr(value, "__module__", None) != module.__name__:
+        if name.startswith("_") or getattr(value, "__module__", None) not in (module.__name__, __name__):
             continue
         if isinstance(value, type):
             value.__module__ = __name__

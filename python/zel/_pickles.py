@@ -1,6 +1,6 @@
 """What pickles are read by: functions of the compiled part have no names that a pickle could keep."""
 
-from ._zel import Interface, Scene
+from ._zel import Difference, Interface, Scene
 
 
 def scene(data):
@@ -9,3 +9,7 @@ def scene(data):
 
 def interface(text, name):
     return Interface.from_text(text, name)
+
+
+def difference(text):
+    return Difference.from_json(text)

@@ -68,7 +68,7 @@ def _curves_of(what, frames):
         frames = tuple(frames)
         if len(frames) != 2:
             raise ValueError("frames are a first and a last one")
-    if isinstance(what, (_zel.Parm, _zel.Keys)):
+    if isinstance(what, (_zel.Parm, _zel.Keys)) or not isinstance(what, Iterable):
         what = (what,)
     curves: List[_Curve] = []
     for one in what:

@@ -8,6 +8,8 @@
 
 #include <NOD/NOD_Graph.h>
 #include <NOD/NOD_NodeSections.h>
+#include <ZEL/ZEL_HandleAnchor.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_PresetInfo.h>
 
 #include <gtest/gtest.h>
@@ -392,6 +394,32 @@ TEST(SceneUndo, ANumberThatIsFollowedIsLeftToABlock)
     ASSERT_TRUE(set(p.a, "n", 6.0));
     EXPECT_EQ(p.value(p.a, "n"), 6.0);
     EXPECT_EQ(p.undo().getUndoCount(), 0u);
+    takeMessages();
+}
+
+TEST(SceneUndo, ACountThatIsRefusedMakesNoItemsWhenItIsTakenBack)
+{
+    constexpr std::int64_t theTooMany = 200000;
+    Pair p;
+    ZEL_Parm &points = *p.a.getParms().getParmPtr("points");
+    const ZEL_HandleAnchorPtr anchor(p.a.getParms().getHandleAnchor());
+    const auto setRefused = [&] {
+        const ZEL_InputBudget budget(0);
+        constexpr bool replace = false, propagate = true;
+        points.setValue(0.0, theTooMany, replace, 0, ZEL_ADDKEY_PENDING, propagate);
+    };
+    for (const char *expression : {"1 + 1", "1e6"}) {
+        NOD_Edit(p.scene, "expression").expression(p.a, "points", expression);
+        p.a.getParms().evalInt("points", 0, 0.0); // which asks for the items
+        const int items = points.getMultiParmNumItems();
+        NOD_Edit edit(p.scene, "refused");
+        edit.change(p.a, points);
+        setRefused();
+        const std::uint32_t changes = anchor->getChangeCount();
+        edit.cancel();
+        EXPECT_EQ(points.getMultiParmNumItems(), items);
+        EXPECT_EQ(anchor->getChangeCount(), changes) << expression;
+    }
     takeMessages();
 }
 

@@ -7,6 +7,8 @@
 #include <TRK/TRK_Collection.h>
 #include <ZEL/ZEL_AutoBlockErrors.h>
 #include <ZEL/ZEL_Data.h>
+#include <ZEL/ZEL_Float.h>
+#include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Multi.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
@@ -22,8 +24,17 @@ enum Flag : std::uint32_t
 {
     FLAG_EXPRESSION = 1,
     FLAG_BYPASS = 2,
-    FLAG_LABEL = 4
+    FLAG_LABEL = 4,
+    FLAG_REFUSED = 8 ///< a count with fewer items than it says: more were refused
 };
+
+bool isRefused(const ZEL_Parm &parm)
+{
+    constexpr double rounding = 0.5;
+    return parm.isMultiParm() &&
+           static_cast<const ZEL_Float *>(parm.getInstance())->getRawValue(0) >
+               parm.getMultiParmNumItems() + rounding;
+}
 
 NOD_ParmMemory::Masks masksOf(const ZEL_Parm &parm)
 {
@@ -31,7 +42,8 @@ NOD_ParmMemory::Masks masksOf(const ZEL_Parm &parm)
     return {instance.getLockedField(), instance.getAutoScopeField(), instance.getAutoSelectField(),
             (instance.getExpressionState() ? FLAG_EXPRESSION : 0u) |
                 (instance.getBypassFlag() ? FLAG_BYPASS : 0u) |
-                (instance.getSaveLabelFlag() ? FLAG_LABEL : 0u)};
+                (instance.getSaveLabelFlag() ? FLAG_LABEL : 0u) |
+                (isRefused(parm) ? FLAG_REFUSED : 0u)};
 }
 
 /// The binary form keeps every bit of a float and all of a text, but only 32 bits of an ordinal.
@@ -102,6 +114,8 @@ void readPending(const ZEL_Parm &parm)
             constexpr bool expand = true;
             const int thread = BASgetSTID();
             const ZEL_AutoBlockErrors block(thread);
+            // What is restored has no limit, but a count that was set since has one: it may be what was refused.
+            const ZEL_InputBudget budget(0);
             KIT_String value;
             parm.getValue(parm.getParmList()->getEvalTime(thread), value, k, expand, thread);
         }
@@ -279,6 +293,13 @@ void NOD_ParmMemory::restoreBody(ZEL_Parm &parm) const
     }
     KIT_IStream is(body.data(), body.size(),
                    isSavedAsText(parm) ? KIT_IStream::TEXT : KIT_IStream::BINARY);
+    if ((masks.flags & FLAG_REFUSED) != 0) {
+        // What had no items then gets none now, though what existed has no limit.
+        const ZEL_AutoBlockErrors block(BASgetSTID());
+        const ZEL_InputBudget budget(0);
+        instance.load(is);
+        return;
+    }
     instance.load(is);
 }
 
