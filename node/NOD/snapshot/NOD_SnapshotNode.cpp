@@ -214,7 +214,7 @@ private:
         myPicture.myDrivers.emplace_back();
         NOD_SnapshotDriver &driver = myPicture.myDrivers.back();
         driver.parm = std::uint32_t(index);
-        driver.component = std::uint16_t(k);
+        driver.component = std::uint32_t(k);
         return driver;
     }
 
@@ -242,11 +242,12 @@ private:
     void present(NOD_SnapshotDriver &driver, const ZEL_Parm &parm)
     {
         driver.kind = NOD_SnapshotDriver::Kind::PRESENT;
+        const int component = int(driver.component);
         KIT_String text;
-        parm.getValue(myOptions.time, driver.number, driver.component, myThread);
-        parm.getValue(myOptions.time, driver.integer, driver.component, myThread);
-        parm.getValue(myOptions.time, text, driver.component, true, myThread);
-        parm.getValue(myOptions.time, driver.item, driver.component, myThread);
+        parm.getValue(myOptions.time, driver.number, component, myThread);
+        parm.getValue(myOptions.time, driver.integer, component, myThread);
+        parm.getValue(myOptions.time, text, component, true, myThread);
+        parm.getValue(myOptions.time, driver.item, component, myThread);
         driver.text = KIT_StringHolder(text.nonNullStr());
     }
 
@@ -260,9 +261,10 @@ private:
 
 NOD_SnapshotNode::NOD_SnapshotNode(NOD_Node &node, std::uint32_t place,
                                    std::shared_ptr<const NOD_SnapshotLayout> layout,
+                                   std::shared_ptr<double[]> numbers,
                                    const NOD_SnapshotOptions &options)
-    : myLayout(std::move(layout)), myNumbers(myLayout->getNumNumbers()),
-      myTexts(myLayout->getNumTexts()), myPlace(place)
+    : myLayout(std::move(layout)), myNumbers(std::move(numbers)), myTexts(myLayout->getNumTexts()),
+      myPlace(place)
 {
     Taking taking(*this, node, options);
     for (std::size_t i = 0; i < myLayout->getParms().size(); ++i) {
@@ -277,10 +279,11 @@ NOD_SnapshotNode::NOD_SnapshotNode(NOD_Node &node, std::uint32_t place,
 NOD_SnapshotNode::NOD_SnapshotNode(const NOD_SnapshotNode &former, NOD_Node &node,
                                    const NOD_SnapshotOptions &options,
                                    const std::vector<int> &changed)
-    : myLayout(former.myLayout), myNumbers(former.myNumbers), myTexts(former.myTexts),
-      myPlace(former.myPlace), myPresentFlag(former.myPresentFlag),
+    : myLayout(former.myLayout), myNumbers(new double[myLayout->getNumNumbers()]),
+      myTexts(former.myTexts), myPlace(former.myPlace), myPresentFlag(former.myPresentFlag),
       myOthersFlag(former.myOthersFlag)
 {
+    std::copy_n(former.myNumbers.get(), myLayout->getNumNumbers(), myNumbers.get());
     const auto changes = [&](const NOD_SnapshotDriver &driver) {
         return std::find(changed.begin(), changed.end(), int(driver.parm)) != changed.end();
     };
@@ -425,7 +428,7 @@ void NOD_SnapshotNode::collectVariables(std::set<std::string> &names) const
 
 std::int64_t NOD_SnapshotNode::getMemoryUsage() const
 {
-    std::size_t bytes = sizeof(*this) + myNumbers.capacity() * sizeof(double) +
+    std::size_t bytes = sizeof(*this) + myLayout->getNumNumbers() * sizeof(double) +
                         myTexts.capacity() * sizeof(KIT_StringHolder) +
                         myDrivers.capacity() * sizeof(NOD_SnapshotDriver) +
                         myOrphans.capacity() * sizeof(Orphan);
