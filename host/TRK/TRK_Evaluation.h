@@ -133,11 +133,11 @@ class TRK_ReferenceTold
 {
 public:
     // Delegates, so that the destructor runs if the listener throws.
-    TRK_ReferenceTold(const TRK_Collection &collection, const KIT_StringRef &name)
+    TRK_ReferenceTold(const TRK_Collection &collection, const KIT_StringRef &name, double time)
         : TRK_ReferenceTold()
     {
         if (myListener != nullptr) {
-            tell(collection, name);
+            tell(collection, name, time);
         }
     }
     ~TRK_ReferenceTold()
@@ -153,7 +153,7 @@ public:
 
 private:
     TRK_ReferenceTold() : myListener(theTRKEvalThread.listener) {}
-    void tell(const TRK_Collection &collection, const KIT_StringRef &name);
+    void tell(const TRK_Collection &collection, const KIT_StringRef &name, double time);
 
     TRK_ReferenceListener *myListener;
 };

@@ -72,6 +72,8 @@ public:
     std::vector<NOD_SnapshotHandle> findAll(std::string_view path) const;
     std::string getPath(const NOD_SnapshotHandle &handle) const;
     std::string getToken(const NOD_SnapshotHandle &handle) const;
+    /// The component's: its channel's name.
+    std::string getName(const NOD_SnapshotHandle &handle) const;
     /// -1 for no handle.
     int getComponent(const NOD_SnapshotHandle &handle) const;
     /// The keys and expressions of a component, null for none. Not to be evaluated by itself.
@@ -123,6 +125,7 @@ public:
     std::size_t countShared(const NOD_Snapshot &other) const;
 
 private:
+    friend class NOD_Explainer;
     friend class NOD_SnapshotNode;
     friend class NOD_SnapshotRead;
     friend class NOD_SnapshotTaker;

@@ -21,6 +21,8 @@ public:
     double getConstant() const { return *myNumber; }
     /// The node's number in its snapshot, and the parameter's index.
     std::uint32_t getNode() const { return myNode; }
+    /// The same for handles of one component of a snapshot only.
+    const void *getPlace() const { return myNumber; }
     int getParm() const { return myNumber ? int(myParm) : -1; }
 
 private:

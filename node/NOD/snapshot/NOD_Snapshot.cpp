@@ -99,6 +99,12 @@ std::string NOD_Snapshot::getToken(const NOD_SnapshotHandle &handle) const
                   : "";
 }
 
+std::string NOD_Snapshot::getName(const NOD_SnapshotHandle &handle) const
+{
+    return handle ? std::string(getNode(handle.getNode())->getLayout().nameOf(componentOf(handle)))
+                  : "";
+}
+
 /// Of a handle that is one.
 NOD_SnapshotComponent NOD_Snapshot::componentOf(const NOD_SnapshotHandle &handle) const
 {
