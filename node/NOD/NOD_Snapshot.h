@@ -74,6 +74,8 @@ public:
     std::string getToken(const NOD_SnapshotHandle &handle) const;
     /// The component's: its channel's name.
     std::string getName(const NOD_SnapshotHandle &handle) const;
+    /// Path and name: "/light/tx".
+    std::string getAddress(const NOD_SnapshotHandle &handle) const;
     /// -1 for no handle.
     int getComponent(const NOD_SnapshotHandle &handle) const;
     /// The keys and expressions of a component, null for none. Not to be evaluated by itself.

@@ -105,6 +105,12 @@ std::string NOD_Snapshot::getName(const NOD_SnapshotHandle &handle) const
                   : "";
 }
 
+std::string NOD_Snapshot::getAddress(const NOD_SnapshotHandle &handle) const
+{
+    const std::string path = getPath(handle);
+    return (path == "/" ? path : path + "/") + getName(handle);
+}
+
 /// Of a handle that is one.
 NOD_SnapshotComponent NOD_Snapshot::componentOf(const NOD_SnapshotHandle &handle) const
 {
