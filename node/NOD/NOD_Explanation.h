@@ -47,7 +47,8 @@ struct NOD_ExplainedValue
     NOD_Foreign foreign = NOD_Foreign::OVERRIDE; ///< with FOREIGN
     std::string text;                            ///< of EXPRESSION and TEXT: as it was written
     TRK_Interval held;                           ///< the times around this one with this value
-    /// What makes it another one at other times: "keys", "$F", the address of what it read. Empty if it stays.
+    /// What makes it another one at other times: "keys", "$F", the address of what it read; "error" of what
+    /// fails. Empty if it stays.
     std::vector<std::string> movers;
     int error = 0;                  ///< EVL's, of this value
     std::vector<std::size_t> reads; ///< what it read itself, in that order: places of values

@@ -244,14 +244,19 @@ void NOD_Explainer::noteMovers(NOD_ExplainedValue &value) const
             add("$" + std::string(name));
         }
     });
-    for (const std::size_t read : value.reads) {
-        if (!myMade.values[read].held.isForever()) {
-            add(myMade.values[read].address);
+    // What is read at another time moves with that one, not by itself.
+    for (const bool otherFlag : {false, true}) {
+        for (const std::size_t read : value.reads) {
+            const NOD_ExplainedValue &other = myMade.values[read];
+            if (!other.held.isForever() && (other.time != value.time) == otherFlag) {
+                add(other.address);
+            }
+        }
+        if (!value.movers.empty()) {
+            return;
         }
     }
-    if (value.movers.empty()) {
-        add("expression");
-    }
+    add(value.error != EVL::EVL_OK ? "error" : "expression");
 }
 
 // ---------------------------------------------------------------------- //
