@@ -64,6 +64,9 @@ struct NOD_API NOD_Explanation
 
     static constexpr std::size_t theMost = 10000;
 
+    /// Where it goes wrong: the first failing one on the way that reads none that fails, though perhaps what is lost;
+    /// null if nothing does.
+    const NOD_ExplainedValue *findFault() const;
     /// For people: a line for each value, indented below what read it; what was told already once more by its name.
     std::string asText(double frameRate) const;
     /// An object: {"values": [{"address", "time", "value", "source", "held", "movers", "reads", ...}], "cycle", "cut"}.

@@ -9,6 +9,7 @@
 #include <NOD/NOD_GraphDrawing.h>
 #include <NOD/NOD_ReadGraph.h>
 #include <NOD/NOD_Snapshot.h>
+#include <NOD/NOD_SnapshotBudget.h>
 #include <ZEL/ZEL_FloatHandle.h>
 
 #include <gtest/gtest.h>
@@ -260,4 +261,58 @@ TEST(Explanation, DrawsGraphsWhereTheProgramIs)
     EXPECT_FALSE(NODdrawGraph("digraph {}", svg, report));
     setenv("PATH", before.c_str(), 1);
     EXPECT_NE(report.asText().find("there is no program dot"), std::string::npos);
+}
+
+TEST(SnapshotBudget, EndsWhatExceedsIt)
+{
+    const int thread = BASgetSTID();
+    SceneEdits program(1);
+    NOD_Scene &scene = program.scene;
+    NOD_Node &a = nodeOf(scene, "/a"), &b = nodeOf(scene, "/b"), &c = nodeOf(scene, "/a/c");
+    drive(a, "v", 0, "ch(\"tx\") + 1");
+    drive(a, "t", 0, "ch(\"../b/v\") + 1");
+    drive(b, "v", 0, "ch(\"tx\") + ch(\"ty\") + ch(\"tz\") + ch(\"n\")");
+    c.getParms().getParmPtr("text")->setValue(0.0, "$HOME `strcat(\"abcdefgh\", \"abcdefgh\")`",
+                                              TRK_MEANING_LITERAL, true, 0, ZEL_ADDKEY_PENDING,
+                                              true);
+    const auto snapshot = scene.snapshot();
+    const NOD_SnapshotHandle top = snapshot->find("/a", "v", 0);
+    const auto fault = [&](const NOD_SnapshotLimits &limits, const NOD_SnapshotHandle &handle) {
+        const NOD_SnapshotBudget budget(limits);
+        const EVL::ErrorScope error(thread, EVL::ErrorScope::CLEARED);
+        KIT_String text;
+        snapshot->getText(handle, 0.0, thread, text);
+        const double time = 0.0;
+        double row = 0.0;
+        const NOD_SampleFault sampled = snapshot->sample(&handle, 1, &time, 1, &row);
+        EXPECT_EQ(sampled.number, error.number());
+        const NOD_Explanation why = NODexplain(*snapshot, handle, 0.0, thread);
+        const NOD_ExplainedValue *const at = why.findFault();
+        return std::to_string(error.number()) + (at ? " " + at->address : "");
+    };
+    const auto numberOf = [](int error) { return std::to_string(error); };
+    const std::string exceeded = numberOf(EVL::EVL_DEPTH), refused = numberOf(EVL::EVL_REFUSED);
+    NOD_SnapshotLimits limits;
+    EXPECT_EQ(fault(limits, top), "0");
+    limits.steps = 6;
+    EXPECT_EQ(fault(limits, top), exceeded + " /b/v");
+    limits = NOD_SnapshotLimits();
+    limits.depth = 2;
+    EXPECT_EQ(fault(limits, top), exceeded + " /a/v");
+    limits.depth = 3;
+    EXPECT_EQ(fault(limits, top), "0");
+    limits = NOD_SnapshotLimits();
+    limits.otherNodes = false;
+    EXPECT_EQ(fault(limits, top), refused + " /a/tx");
+    EXPECT_EQ(fault(limits, snapshot->find("/b", "v", 0)), "0");
+    const NOD_SnapshotHandle text = snapshot->find("/a/c", "text", 0);
+    EXPECT_EQ(fault(NOD_SnapshotLimits(), text), "0");
+    limits = NOD_SnapshotLimits();
+    limits.textBytes = 12;
+    EXPECT_EQ(fault(limits, text), exceeded + " /a/c/text");
+    limits = NOD_SnapshotLimits();
+    limits.environment = false;
+    EXPECT_EQ(fault(limits, text), refused + " /a/c/text");
+    EXPECT_EQ(fault(NOD_SnapshotLimits(), top), "0"); // none is left behind
+    takeMessages();
 }

@@ -9,6 +9,9 @@
 #include <NOD/explain/NOD_FrameTextPrivate.h>
 #include <NOD/snapshot/NOD_SnapshotReadPrivate.h>
 
+#include <TRK/TRK_EvalContext.h>
+
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 namespace
@@ -25,6 +28,7 @@ NOD_Explanation NODexplain(const NOD_Snapshot &snapshot, const NOD_SnapshotHandl
     const NOD_SnapshotScope scope(snapshot);
     const KIT_ErrorManager::Scope quiet(thread);
     const EVL::ErrorScope number(thread);
+    const TRK_EvalContext::Work work; // a long way of long evaluations ends, too
     return NOD_Explainer(snapshot, thread).explain(handle, time);
 }
 
@@ -51,6 +55,26 @@ const char *NODforeignName(NOD_Foreign kind)
     case NOD_Foreign::VARIABLE: break;
     }
     return "variable";
+}
+
+const NOD_ExplainedValue *NOD_Explanation::findFault() const
+{
+    if (values.empty() || values[0].error == EVL::EVL_OK) {
+        return nullptr;
+    }
+    std::vector<bool> seen(values.size(), false);
+    std::size_t at = 0;
+    for (std::size_t next = 0; next < values.size();) {
+        at = next;
+        seen[at] = true;
+        const std::vector<std::size_t> &reads = values[at].reads;
+        const auto found = std::find_if(reads.begin(), reads.end(), [&](std::size_t read) {
+            return !seen[read] && values[read].error != EVL::EVL_OK &&
+                   values[read].source != Source::LOST;
+        });
+        next = found != reads.end() ? *found : values.size();
+    }
+    return &values[at];
 }
 
 // ---------------------------------------------------------------------- //

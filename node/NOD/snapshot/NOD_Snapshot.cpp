@@ -1,12 +1,16 @@
 #include <NOD/NOD_Snapshot.h>
 
+#include <BAS/BAS_Thread.h>
+#include <EVL/EVL.h>
 #include <KIT/KIT_String.h>
+#include <NOD/NOD_SnapshotBudget.h>
 #include <NOD/snapshot/NOD_SnapshotNodePrivate.h>
 #include <NOD/snapshot/NOD_SnapshotReadPrivate.h>
 #include <NOD/snapshot/NOD_SnapshotTreePrivate.h>
 #include <NOD/text/NOD_SampleRowsPrivate.h>
 
 #include <CON/CON_Manager.h>
+#include <TRK/TRK_Manager.h>
 
 #include <algorithm>
 #include <functional>
@@ -203,6 +207,11 @@ bool NOD_Snapshot::getVariable(std::uint32_t place, const KIT_StringRef &name,
 
 bool NOD_Snapshot::getEnvironment(const KIT_StringRef &name, KIT_String &value) const
 {
+    const NOD_SnapshotLimits *const limits = NOD_SnapshotBudget::find();
+    if (limits && !limits->environment) {
+        TRK_Manager::raiseError(EVL::EVL_REFUSED, BASgetSTID());
+        return false;
+    }
     if (myOptions.variables == NOD_SnapshotOptions::Policy::OWNER) {
         return CON_Manager::getContext().getEnv(name, value);
     }
@@ -272,8 +281,10 @@ NOD_SampleFault NOD_Snapshot::sample(const NOD_SnapshotHandle *handles, std::siz
         const NOD_SnapshotHandle &handle = handles[column];
         return handle.isConstant() ? handle.getConstant() : readWithin(handle, time, thread);
     };
+    const NOD_SnapshotLimits *const limits = NOD_SnapshotBudget::find();
     return NODsampleRows(times, numTimes, count, rows, read, [&](const auto &work) {
         const NOD_SnapshotScope scope(*this);
+        const NOD_SnapshotBudget budget(limits ? *limits : NOD_SnapshotLimits());
         work();
     });
 }

@@ -6,6 +6,7 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Snapshot.h>
+#include <NOD/NOD_SnapshotBudget.h>
 #include <NOD/snapshot/NOD_SnapshotReadPrivate.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_DataItem.h>
@@ -60,6 +61,12 @@ bool readsProcess(NOD_Node &node, const char *text)
                            node.getVariable(KIT_StringRef(word.c_str(), word.size()), value));
     });
     return foundFlag;
+}
+
+bool mayReadOthers()
+{
+    const NOD_SnapshotLimits *const limits = NOD_SnapshotBudget::find();
+    return !limits || limits->otherNodes;
 }
 
 bool readsProcess(NOD_Node &node, const TRK_Channel &channel)
@@ -318,6 +325,7 @@ public:
         std::uint32_t place = 0;
         std::uint32_t number = 0;
         bool numberFlag = false; ///< of a kind whose numbers lie there
+        bool otherFlag = false;  ///< of another node, perhaps
     };
 
     explicit Links(std::vector<Link> links) : myLinks(std::move(links)) {}
@@ -330,7 +338,7 @@ public:
             return false;
         }
         const NOD_SnapshotNode &node = *NOD_SnapshotScope::get().getNode(link.place);
-        if (node.myLayout.get() != link.layout) {
+        if (node.myLayout.get() != link.layout || (link.otherFlag && !mayReadOthers())) {
             return false;
         }
         const double plain = node.myNumbers[link.number];
@@ -356,8 +364,9 @@ void NOD_SnapshotNode::link(const NOD_Snapshot &snapshot)
         myOthersFlag = myOthersFlag || otherFlag;
         if (found.parm >= 0) {
             const NOD_SnapshotParm &facts = node->myLayout->getParms()[std::size_t(found.parm)];
-            link = {node->myLayout.get(), found, node->myPlace,
-                    facts.first + std::uint32_t(found.component), facts.rules.isNumber()};
+            link = {node->myLayout.get(),   found,
+                    node->myPlace,          facts.first + std::uint32_t(found.component),
+                    facts.rules.isNumber(), otherFlag};
         }
         return link;
     };
@@ -457,6 +466,10 @@ const TRK_ChannelPicture *NOD_SnapshotNode::findOrphan(const KIT_StringRef &name
 TRK_Collection *NOD_SnapshotNode::findCollection(const KIT_StringRef &path)
 {
     const NOD_SnapshotNode *const node = NOD_SnapshotScope::get().findNode(myPlace, path.view());
+    if (node && node != this && !mayReadOthers()) {
+        TRK_Manager::raiseError(EVL::EVL_REFUSED, BASgetSTID());
+        return nullptr;
+    }
     // Nothing changes a collection that is asked for a value.
     return node ? const_cast<TRK_Collection *>(&node->myCollection) : nullptr;
 }

@@ -12,6 +12,7 @@
 #include <NOD/NOD_ReadGraph.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_Snapshot.h>
+#include <TRK/TRK_EvalContext.h>
 #include <ZEL/ZEL_InputBudget.h>
 
 #include <iostream>
@@ -107,6 +108,7 @@ int explain(const Call &call, const ZELT_Options &options, ZELT_Messages &messag
     if (messages.hasErrors()) {
         return 1;
     }
+    const TRK_EvalContext::Work work;
     const NOD_ReadGraph graph(*snapshot, time, thread);
     if (graphFlag) {
         if (handles.size() > 1) {
