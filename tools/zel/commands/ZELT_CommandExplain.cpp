@@ -1,5 +1,4 @@
 #include "ZELT_CommandLine.h"
-#include "ZELT_File.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
 #include "ZELT_Session.h"
@@ -25,7 +24,7 @@ struct Call
 {
     ZELT_NodeCall node;
     std::vector<std::string> addresses;
-    std::string graph; ///< the picture to write
+    bool graph = false;
     bool dot = false;
 };
 
@@ -71,23 +70,19 @@ void printText(const NOD_Explanation &why, const std::vector<std::string> &reade
     }
 }
 
-/// Of one component or of all.
-bool drawGraph(const Call &call, const std::string &dot, ZELT_Messages &messages)
+bool printGraph(const Call &call, const std::string &dot, ZELT_Messages &messages)
 {
-    if (call.dot) {
-        std::cout << dot;
-        return true;
-    }
     NOD_Report report;
     std::string svg;
-    const bool drawnFlag = NODdrawGraph(dot, svg, report);
+    const bool drawnFlag = call.dot || NODdrawGraph(dot, svg, report);
     messages.add(report);
-    return drawnFlag && ZELTwriteFile(call.graph, svg, messages);
+    std::cout << (call.dot ? dot : svg);
+    return drawnFlag;
 }
 
 int explain(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    const bool graphFlag = call.dot || !call.graph.empty();
+    const bool graphFlag = call.dot || call.graph;
     if (call.addresses.empty() && !graphFlag) {
         messages.error("", "say what to explain: an ADDRESS, or --graph or --dot for all");
         return 1;
@@ -119,7 +114,7 @@ int explain(const Call &call, const ZELT_Options &options, ZELT_Messages &messag
             handles.empty()
                 ? graph.asDOT()
                 : NODexplain(*snapshot, handles[0], time, thread).asDOT(snapshot->getFrameRate());
-        return drawGraph(call, dot, messages) ? 0 : 1;
+        return printGraph(call, dot, messages) ? 0 : 1;
     }
     bool failedFlag = false;
     ZELT_Json all = ZELT_Json::array();
@@ -150,7 +145,6 @@ void ZELTaddExplain(ZELT_CommandLine &line)
     ZELTaddNode(command, call.node);
     line.addOutput(command);
     command.addOption("ADDRESS", call.addresses, "TOKEN[:INDEX], a channel, or a pattern");
-    command.addOption("--graph", call.graph,
-                      "What reads what as a picture (SVG) to write; - for standard output");
+    command.addFlag("--graph", call.graph, "A picture (SVG) of what reads what");
     command.addFlag("--dot", call.dot, "The same as text in the DOT language");
 }
