@@ -35,10 +35,10 @@ WORDS = {
 NEEDED = {"convert": ["--to", "text", "--out", ">out"], "rewrite": ["--allow-loss"],
           "doc": ["--out", ">pages"], "migrate": ["--out", ">out"],
           "ramp": ["--svg", ">out"], "patch": ["--out", ">out"], "set": ["--out", ">out"],
-          "merge": ["--out", ">out"]}
+          "merge": ["--out", ">out"], "explain": ["--dot"]}
 FLAGS = {"--binary", "--check", "--compact", "--allow-loss", "--diff", "--dry-run", "--fix", "--force", "--json",
          "--keep-going", "--list", "--no-scripts", "--numbers", "--page", "--sort", "--stop", "--strict", "--times",
-         "--help", "--stamp", "--exact", "--patch", "--stat", "--reverse",
+         "--help", "--dot", "--graph", "--stamp", "--exact", "--patch", "--stat", "--reverse",
          "--interactive", "--no-notes", "--ours", "--theirs", "--base", "--path"}
 READS = {"--channels", "--map", "--script", "--values"}
 WRITES = {"--convert", "--out", "--report", "--svg"}
