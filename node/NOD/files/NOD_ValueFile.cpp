@@ -73,7 +73,7 @@ bool canBeChannels(std::string_view words)
     return rest.empty() || rest[0] == '{' || (rest[0] >= '0' && rest[0] <= '9');
 }
 
-/// A list, or an object by its first key: no word of a script is a colon.
+/// A list, or an object by its first key: no word of a script is a colon. Braces with nothing in them may be a stream.
 bool canBeJson(std::string_view words)
 {
     if (!startsWith(words, "{")) {
@@ -81,7 +81,7 @@ bool canBeJson(std::string_view words)
     }
     words = firstWords(words.substr(1));
     if (words.empty() || words[0] != '"') {
-        return startsWith(words, "}");
+        return false;
     }
     const std::size_t end = words.find('"', 1);
     return end != std::string_view::npos && startsWith(firstWords(words.substr(end + 1)), ":");
