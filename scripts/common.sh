@@ -9,7 +9,7 @@ build_packages=(g++ cmake ninja-build libtbb-dev libfmt-dev libre2-dev python3-d
                 libcli11-dev libedit-dev nlohmann-json3-dev)
 test_packages=(libgtest-dev libbenchmark-dev clang clang-format libclang-rt-14-dev pkg-config ccache
                python3-jsonschema python3-pytest python3-numpy python3-matplotlib mypy
-               python3-pip python3-setuptools python3-wheel git)
+               python3-pip python3-setuptools python3-wheel git graphviz)
 
 jobs=$(nproc 2>/dev/null || echo 2)
 

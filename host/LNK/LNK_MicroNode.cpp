@@ -226,8 +226,7 @@ void LNK_MicroNode::dump(std::ostream &stream, const char *label, int level) con
     }
 }
 
-/// A text in double quotes, as DOT reads it; each line is left-aligned.
-static std::string quoteForDOT(const std::string &text)
+std::string LNK_MicroNode::quoteForDOT(const std::string &text)
 {
     std::string quoted = "\"";
     for (const char c : text) {

@@ -120,6 +120,8 @@ public:
     using Label = std::function<std::string(const LNK_MicroNode &)>;
     static void dumpAsDOT(std::ostream &stream, const char *graphName,
                           const KIT_Array<const LNK_MicroNode *> &nodes, const Label &label);
+    /// A text in double quotes, as DOT reads it; each line is left-aligned.
+    static std::string quoteForDOT(const std::string &text);
 
 private:
     struct Walk;

@@ -236,7 +236,7 @@ const TRK_Collection *TRK_Collection::resolvePath(const KIT_StringRef &path) con
 
 template <class FromSource, class FromChannel>
 bool TRK_Collection::readReference(const KIT_StringRef &path, const KIT_StringRef &name,
-                                   bool &timeDependent, FromSource &&fromSource,
+                                   double time, bool &timeDependent, FromSource &&fromSource,
                                    FromChannel &&fromChannel) const
 {
     const TRK_Collection *collection = path.isNull() ? this : resolvePath(path);
@@ -244,7 +244,7 @@ bool TRK_Collection::readReference(const KIT_StringRef &path, const KIT_StringRe
         TRK_ReferenceTold::tellLost(*this, path);
         return false;
     }
-    const TRK_ReferenceTold told(*collection, name);
+    const TRK_ReferenceTold told(*collection, name, time);
     bool dependentFlag = false;
     if (collection->myValueSource != nullptr &&
         fromSource(*collection->myValueSource, dependentFlag)) {
@@ -264,7 +264,7 @@ bool TRK_Collection::evaluateReference(const KIT_StringRef &path, const KIT_Stri
                                        bool &timeDependent) const
 {
     return readReference(
-        path, name, timeDependent,
+        path, name, time, timeDependent,
         [&](TRK_ValueSource &source, bool &dependentFlag) {
             return source.evaluateNumber(name, time, thread, value, dependentFlag);
         },
@@ -278,7 +278,7 @@ bool TRK_Collection::evaluateReferenceString(const KIT_StringRef &path, const KI
                                              bool &timeDependent) const
 {
     return readReference(
-        path, name, timeDependent,
+        path, name, time, timeDependent,
         [&](TRK_ValueSource &source, bool &dependentFlag) {
             return source.evaluateString(name, time, thread, value, dependentFlag);
         },

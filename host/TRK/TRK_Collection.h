@@ -128,8 +128,9 @@ private:
     /// Shared by number and text references: finds the collection, then tries its list, then its
     /// channel.
     template <class FromSource, class FromChannel>
-    bool readReference(const KIT_StringRef &path, const KIT_StringRef &name, bool &timeDependent,
-                       FromSource &&fromSource, FromChannel &&fromChannel) const;
+    bool readReference(const KIT_StringRef &path, const KIT_StringRef &name, double time,
+                       bool &timeDependent, FromSource &&fromSource,
+                       FromChannel &&fromChannel) const;
     void forgetNames(TRK_Channel &channel, bool byItsHolder);
     void announceDeleted(TRK_Channel &channel);
     void freeDeleted();

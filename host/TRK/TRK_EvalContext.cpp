@@ -4,6 +4,8 @@
 #include <KIT/KIT_EnvControl.h>
 #include <TRK/TRK_Manager.h>
 
+#include <algorithm>
+
 namespace
 {
 
@@ -57,6 +59,24 @@ TRK_EvalContext::Work::~Work()
         myOuter->skipTo(self.steps);
     }
     self.share = myOuter;
+}
+
+TRK_EvalContext::Limits::Limits(int64_t steps, int64_t textBytes, int depth)
+    : myOuter(theTRKEvalThread.start)
+{
+    const auto startOf = [](auto most, auto limit, auto outer) {
+        return std::max(outer, static_cast<decltype(outer)>(
+                                   most - std::clamp(limit, decltype(limit)(0), most)));
+    };
+    TRK_EvalStart &start = theTRKEvalThread.start;
+    start.steps = startOf(TRK_Limits::theSteps, steps, myOuter.steps);
+    start.textBytes = startOf(TRK_Limits::theTextBytes, textBytes, myOuter.textBytes);
+    start.depth = startOf(TRK_Limits::theChannelDepth, depth, myOuter.depth);
+}
+
+TRK_EvalContext::Limits::~Limits()
+{
+    theTRKEvalThread.start = myOuter;
 }
 
 TRK_EvalContext::NoScripts::NoScripts()

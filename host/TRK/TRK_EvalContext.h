@@ -75,6 +75,21 @@ public:
         TRK_EvalShare *myOuter;
     };
 
+    /// While it lives, each evaluation that the calling thread begins has at most so many steps, bytes of text that it
+    /// makes, and channels and texts that wait for each other. More than TRK_Limits says it never has, nor more than
+    /// an outer scope leaves. What needs more fails with EVL_DEPTH.
+    class KIT_API Limits
+    {
+    public:
+        Limits(int64_t steps, int64_t textBytes, int depth);
+        ~Limits();
+        Limits(const Limits &) = delete;
+        Limits &operator=(const Limits &) = delete;
+
+    private:
+        TRK_EvalStart myOuter;
+    };
+
     /// While it lives, the calling thread runs no script for a value or menu: an expression in Python
     /// fails with EVL_PYTHON, and the menu of a script is empty.
     class KIT_API NoScripts

@@ -63,8 +63,8 @@ public:
     void advance(int64_t steps);
     /// The thread has come to these by others' work.
     void skipTo(int64_t steps) { mySteps = steps; }
-    /// Where an outermost evaluation begins to count: later than 0 if less than its limit is left.
-    __attribute__((noinline)) int64_t restart(int64_t steps);
+    /// Where an outermost evaluation begins to count: later than the first if less than its limit is left.
+    __attribute__((noinline)) int64_t restart(int64_t steps, int64_t first);
     /// Deducts what advance() has collected.
     void deduct();
 
@@ -74,6 +74,14 @@ private:
     std::atomic<int64_t> &myLeft;
     int64_t mySteps;    ///< what the thread had come to
     int64_t myUsed = 0; ///< not deducted yet: threads shall seldom write the same word
+};
+
+/// Where an outermost evaluation begins to count: later than 0 leaves it less than its limits.
+struct TRK_EvalStart
+{
+    int64_t steps;
+    int64_t textBytes;
+    int depth;
 };
 
 /// One record for each thread.
@@ -88,11 +96,12 @@ struct TRK_EvalThread
     int scriptsOff;                  ///< how many scopes turn scripts off
     TRK_ReferenceListener *listener; ///< notified of references; usually null
     double frameRate;                ///< 0: the process's
+    TRK_EvalStart start;
 
     void restart()
     {
-        steps = share == nullptr ? 0 : share->restart(steps);
-        textBytes = 0;
+        steps = share == nullptr ? start.steps : share->restart(steps, start.steps);
+        textBytes = start.textBytes;
     }
     /// Each counts work. False: a limit is reached; nothing has been raised.
     bool count(int64_t work)
@@ -133,11 +142,11 @@ class TRK_ReferenceTold
 {
 public:
     // Delegates, so that the destructor runs if the listener throws.
-    TRK_ReferenceTold(const TRK_Collection &collection, const KIT_StringRef &name)
+    TRK_ReferenceTold(const TRK_Collection &collection, const KIT_StringRef &name, double time)
         : TRK_ReferenceTold()
     {
         if (myListener != nullptr) {
-            tell(collection, name);
+            tell(collection, name, time);
         }
     }
     ~TRK_ReferenceTold()
@@ -153,7 +162,7 @@ public:
 
 private:
     TRK_ReferenceTold() : myListener(theTRKEvalThread.listener) {}
-    void tell(const TRK_Collection &collection, const KIT_StringRef &name);
+    void tell(const TRK_Collection &collection, const KIT_StringRef &name, double time);
 
     TRK_ReferenceListener *myListener;
 };
@@ -170,6 +179,7 @@ public:
             myRunFlag = check(thread);
         } else {
             self.restart();
+            myFrame.depth += self.start.depth;
         }
         self.innermost = &myFrame;
     }

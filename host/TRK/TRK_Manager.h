@@ -111,6 +111,8 @@ public:
     static void forEachVariable(const char *text, const VariableCall &call);
     /// Whether the name is one that the channel library answers for itself: the time, the node's name, constants.
     static bool isOwnVariable(std::string_view name);
+    /// Whether it is one of the time: "F", "T" ...
+    static bool isTimeVariable(std::string_view name);
     /// Fails the evaluation in progress, for a value source that can't answer.
     static void raiseError(int error, int thread);
 

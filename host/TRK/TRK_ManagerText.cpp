@@ -294,6 +294,11 @@ void TRK_Manager::forEachVariable(const char *text, const VariableCall &call)
     }
 }
 
+bool TRK_Manager::isTimeVariable(std::string_view name)
+{
+    return TRKisTimeVariable(name);
+}
+
 bool TRK_Manager::isOwnVariable(std::string_view name)
 {
     return TRKisTimeVariable(name) || name == "OS" || name == "FPS" || name == "PI" || name == "E";

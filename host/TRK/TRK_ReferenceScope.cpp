@@ -4,6 +4,12 @@
 
 TRK_ReferenceListener::~TRK_ReferenceListener() = default;
 
+void TRK_ReferenceListener::referenceReadAt(const TRK_Collection &collection,
+                                            const KIT_StringRef &name, double)
+{
+    referenceRead(collection, name);
+}
+
 void TRK_ReferenceListener::pathLost(const TRK_Collection &, const KIT_StringRef &) {}
 
 TRK_ReferenceScope::TRK_ReferenceScope(TRK_ReferenceListener &listener)
@@ -27,8 +33,9 @@ void TRK_ReferenceTold::tellLost(const TRK_Collection &collection, const KIT_Str
     }
 }
 
-void TRK_ReferenceTold::tell(const TRK_Collection &collection, const KIT_StringRef &name)
+void TRK_ReferenceTold::tell(const TRK_Collection &collection, const KIT_StringRef &name,
+                             double time)
 {
     theTRKEvalThread.listener = nullptr;
-    myListener->referenceRead(collection, name);
+    myListener->referenceReadAt(collection, name, time);
 }

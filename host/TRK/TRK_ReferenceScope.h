@@ -25,6 +25,9 @@ public:
     virtual ~TRK_ReferenceListener();
     /// The name was read in that collection, as a channel, an alias, or a parameter of its list.
     virtual void referenceRead(const TRK_Collection &collection, const KIT_StringRef &name) = 0;
+    /// The same with the time at which it was read. Base: calls referenceRead().
+    virtual void referenceReadAt(const TRK_Collection &collection, const KIT_StringRef &name,
+                                 double time);
     /// The path, from that collection's node on, leads to none. Base: does nothing.
     virtual void pathLost(const TRK_Collection &collection, const KIT_StringRef &path);
 };

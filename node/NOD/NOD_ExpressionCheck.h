@@ -30,9 +30,10 @@ struct NOD_API NOD_ExpressionFault
 NOD_API bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language,
                                 NOD_ExpressionFault &fault);
 
-/// The same, with a warning of the fault and its place in the text, about `subject`.
+/// The same, with a message of the fault and its place in the text, about `subject`.
 NOD_API bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language,
-                                const std::string &subject, NOD_Report &report);
+                                const std::string &subject, NOD_Report &report,
+                                KIT_ErrorSeverity severity = KIT_ERROR_WARNING);
 
 /// The same for statements in Python, such as the script of a menu.
 NOD_API bool NODcheckPythonScript(const std::string &text, NOD_ExpressionFault &fault);

@@ -101,6 +101,8 @@ public:
     /// The shortest through that component, as after a change of it; empty if it is in none. Costs what
     /// the component reads.
     Cycle findCycle(NOD_Node &node, int parmIndex, int component);
+    /// Of a component or a whole node: "/a/tx", "/a". "" for others.
+    static std::string pathOf(const LNK_MicroNode &node);
     /// "/a/tx -> /b/ty -> /a/tx"
     static std::string asText(const Cycle &cycle);
     ///@}
@@ -224,7 +226,6 @@ private:
     void noteDirty(NOD_Node &node);
     int updateDirty(double time);
     int updateNode(NOD_Node &node, double time);
-    static std::string pathOf(const LNK_MicroNode &node);
 
     NOD_Node *myRoot;
     NOD_Conditions *myConditions = nullptr; ///< sets itself

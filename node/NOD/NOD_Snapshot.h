@@ -47,6 +47,7 @@ class NOD_SnapshotNode;
 class NOD_SnapshotTree;
 class TRK_Channel;
 class ZEL_DataItem;
+struct NOD_SnapshotComponent;
 
 class NOD_API NOD_Snapshot
 {
@@ -71,6 +72,12 @@ public:
     std::vector<NOD_SnapshotHandle> findAll(std::string_view path) const;
     std::string getPath(const NOD_SnapshotHandle &handle) const;
     std::string getToken(const NOD_SnapshotHandle &handle) const;
+    /// The component's: its channel's name.
+    std::string getName(const NOD_SnapshotHandle &handle) const;
+    /// Path and name: "/light/tx".
+    std::string getAddress(const NOD_SnapshotHandle &handle) const;
+    /// -1 for no handle.
+    int getComponent(const NOD_SnapshotHandle &handle) const;
     /// The keys and expressions of a component, null for none. Not to be evaluated by itself.
     const TRK_Channel *getChannel(const NOD_SnapshotHandle &handle) const;
     double getFrameRate() const { return myFrameRate; }
@@ -120,6 +127,7 @@ public:
     std::size_t countShared(const NOD_Snapshot &other) const;
 
 private:
+    friend class NOD_Explainer;
     friend class NOD_SnapshotNode;
     friend class NOD_SnapshotRead;
     friend class NOD_SnapshotTaker;
@@ -141,6 +149,7 @@ private:
     bool getVariable(std::uint32_t place, const KIT_StringRef &name, KIT_String &value) const;
     bool getEnvironment(const KIT_StringRef &name, KIT_String &value) const;
     void appendPath(std::uint32_t place, KIT_WorkBuffer &path) const;
+    NOD_SnapshotComponent componentOf(const NOD_SnapshotHandle &handle) const;
     NOD_SnapshotHandle handleOf(const NOD_SnapshotNode &node, int parm, int component) const;
     std::vector<NOD_SnapshotHandle> findChanged(double from, double to, int thread,
                                                 bool foreignMovesFlag) const;

@@ -20,6 +20,7 @@
 /// Each call is a step of the tree's undo (NOD_Edit.h), or part of an open block.
 #pragma once
 
+#include <KIT/KIT_ErrorManager.h>
 #include <NOD/NOD_API.h>
 #include <NOD/NOD_Address.h>
 #include <TRK/TRK_Types.h>
@@ -60,12 +61,15 @@ public:
     /// \name In one text
     // ------------------------------------------------------------------ //
     ///@{
-    bool assign(const std::string &text);           ///< `ADDRESS=VALUE`
-    bool assignExpression(const std::string &text); ///< `ADDRESS=TEXT`
-    bool assignKey(const std::string &text);        ///< `ADDRESS@TIME=VALUE`
+    bool assign(const std::string &text); ///< `ADDRESS=VALUE`
+    bool assignExpression(
+        const std::string &text);            ///< `ADDRESS=TEXT`; one that can't be read is an error
+    bool assignKey(const std::string &text); ///< `ADDRESS@TIME=VALUE`
     ///@}
 
 private:
+    bool setExpression(const std::string &address, const std::string &text,
+                       TRK_ExprLanguage language, KIT_ErrorSeverity unreadable);
     template <class Run>
     bool within(const std::string &text, const Run &run);
     bool fail(const NOD_EditFault &fault, const std::string &value);

@@ -48,6 +48,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -121,6 +122,8 @@ public:
     /// The label of the step that comes next, or so many steps later; "" without one.
     std::string getUndoLabel(std::size_t later = 0) const;
     std::string getRedoLabel(std::size_t later = 0) const;
+    /// Of the last step that has changed the parameter, or added or moved its node; nothing for none.
+    std::optional<std::string> findLabel(const NOD_Node &node, const ZEL_Parm &parm) const;
     bool isInBlock() const { return myDepth > 0; }
     /// Whether an undo, redo or cancel is at work: edits of a change callback aren't recorded then, and
     /// one that changes the tree forgets all steps.

@@ -34,6 +34,7 @@ enum class NOD_FileKind
 {
     NONE,
     SCRIPT,   ///< a dialog script, or another text
+    JSON,     ///< of other programs, or a patch
     STREAM,   ///< of parameters, text or binary
     CHANNELS, ///< a collection of channels
     PRESET,   ///< one alone
@@ -51,6 +52,14 @@ public:
     static NOD_FileKind kindOf(const std::string &path);
     /// "a parameter stream" and so on.
     static const char *getKindName(NOD_FileKind kind);
+    /// True, with an error, if a file that starts so is another one than a reader is for: of the kind `wanted`, or
+    /// that which `words` call it. False for what may be of that kind with a mistake: a text where a script or a
+    /// stream is wanted, sections of unknown names where a scene is.
+    static bool isOther(std::string_view start, const std::string &name, NOD_FileKind wanted,
+                        NOD_Report &report, const char *words = nullptr);
+    /// The same of a file; false if there is none, or it is a pipe or device.
+    static bool isOtherFile(const std::string &path, NOD_FileKind wanted, NOD_Report &report,
+                            const char *words = nullptr);
     /// Whether a file that starts with these bytes is in a binary form: the numbers in front of it have bytes of
     /// zero, which no text has.
     static bool isBinary(std::string_view start);

@@ -73,6 +73,7 @@ std::string interfaceText(const PYZ_Interface &self)
         text += "is no scene; zel.Interface(path) reads a dialog script";
         break;
     case NOD_FileKind::NONE: text += "there is no such file, or it can't be read"; break;
+    case NOD_FileKind::JSON: text += "is a JSON file, and no scene"; break;
     default:
         text += std::string("is ") + NOD_ValueFile::getKindName(kind) +
                 ", and no scene; node.load(path) gives its values to a node";

@@ -175,17 +175,21 @@ TEST_F(TextEdit, ValuesAreReadByTheKindOfTheParameterAndEachEditIsAStep)
         result([](NOD_TextEdit &edit) { edit.assignExpression("lw*=ch(\"ty\") + 1"); });
     EXPECT_NE(driven.find("[ lw1\t1 ]"), std::string::npos) << driven;
     EXPECT_NE(driven.find("[ lw2\t2 ]"), std::string::npos) << driven;
-    // One that can't be read is set, and told at once.
+    // One that can't be read is set and told at once: an error of an option, a warning else.
     const std::pair<const char *, const char *> broken[] = {
-        {"lw1=2 * (1 +",
-         "lw1: warning: The expression cannot be read: a value is missing at the end, at character 9"},
-        {"lw1=1 + wibble(2)",
-         "lw1: warning: An expression calls an unknown function: wibble, at character 5"},
+        {"2 * (1 +",
+         "The expression cannot be read: a value is missing at the end, at character 9"},
+        {"1 + wibble(2)", "An expression calls an unknown function: wibble, at character 5"},
     };
     for (const auto &[text, expected] : broken) {
-        const std::string told =
-            result([&, set = text](NOD_TextEdit &edit) { edit.assignExpression(set); });
-        EXPECT_NE(told.find(expected), std::string::npos) << told;
+        const std::string option = std::string("lw1=") + text;
+        const std::string refused = result(
+            [&](NOD_TextEdit &edit) { EXPECT_FALSE(edit.assignExpression(option)) << option; });
+        EXPECT_NE(refused.find(std::string("lw1: ") + expected), std::string::npos) << refused;
+        const std::string told = result([&, code = text](NOD_TextEdit &edit) {
+            EXPECT_TRUE(edit.setExpression("lw1", code)) << code;
+        });
+        EXPECT_NE(told.find(std::string("lw1: warning: ") + expected), std::string::npos) << told;
         EXPECT_NE(told.find("[ lw1\t1 ]"), std::string::npos) << told;
     }
     EXPECT_EQ(

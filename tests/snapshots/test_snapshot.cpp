@@ -74,8 +74,8 @@ std::string answersOf(const NOD_Snapshot &snapshot)
                 KIT_String text;
                 snapshot.getText(handle, time, thread, text);
                 all += path + " " + snapshot.getToken(handle) + " " +
-                       std::to_string(handle.getComponent()) + " " + std::to_string(time) + " " +
-                       bitsOf(snapshot.getNumber(handle, time, thread)) + " " +
+                       std::to_string(snapshot.getComponent(handle)) + " " + std::to_string(time) +
+                       " " + bitsOf(snapshot.getNumber(handle, time, thread)) + " " +
                        std::to_string(snapshot.getInteger(handle, time, thread)) + " " +
                        text.nonNullStr() + "\n";
             }
@@ -166,7 +166,7 @@ TEST(Snapshot, SaysHowLongValuesHold)
             std::set<std::tuple<std::string, std::string, int>> listed;
             for (const NOD_SnapshotHandle &handle : snapshot->findChanged(0.3, 1.9, thread)) {
                 listed.emplace(snapshot->getPath(handle), snapshot->getToken(handle),
-                               handle.getComponent());
+                               snapshot->getComponent(handle));
             }
             const auto answer = [&](const NOD_SnapshotHandle &handle, double time) {
                 KIT_String text;
@@ -192,8 +192,8 @@ TEST(Snapshot, SaysHowLongValuesHold)
                                 << " and " << at;
                         }
                     }
-                    const bool listedFlag =
-                        listed.count({path, snapshot->getToken(handle), handle.getComponent()}) > 0;
+                    const bool listedFlag = listed.count({path, snapshot->getToken(handle),
+                                                          snapshot->getComponent(handle)}) > 0;
                     ASSERT_TRUE(listedFlag || answer(handle, 0.3) == answer(handle, 1.9))
                         << path << " " << snapshot->getToken(handle);
                 }
@@ -407,7 +407,7 @@ TEST(Snapshot, KeepsNamesAndVariables)
     const auto fifth = scene.snapshot();
 
     const NOD_SnapshotHandle height = first->findChannel("/a/c", "height");
-    EXPECT_EQ(first->getToken(height) + std::to_string(height.getComponent()), "t1");
+    EXPECT_EQ(first->getToken(height) + std::to_string(first->getComponent(height)), "t1");
     EXPECT_TRUE(first->getChannel(height) && first->getChannel(height)->getNKeys() == 2);
     EXPECT_FALSE(first->findChannel("/a/c", "width"));
     EXPECT_EQ(text(*first, "/a/c"), "c of one at 24");

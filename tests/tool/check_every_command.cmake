@@ -114,6 +114,7 @@ endif()
 
 # In the shell, a usage has words of its own, and those that stand for themselves.
 set(for_T 1)
+set(for_COMMAND list)
 set(for_VALUE 1)
 set(for_TEXT "{parm{name{added}baseparm}}")
 set(for_ITEM 0)

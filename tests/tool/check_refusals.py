@@ -35,10 +35,10 @@ WORDS = {
 NEEDED = {"convert": ["--to", "text", "--out", ">out"], "rewrite": ["--allow-loss"],
           "doc": ["--out", ">pages"], "migrate": ["--out", ">out"],
           "ramp": ["--svg", ">out"], "patch": ["--out", ">out"], "set": ["--out", ">out"],
-          "merge": ["--out", ">out"]}
+          "merge": ["--out", ">out"], "explain": ["--dot"]}
 FLAGS = {"--binary", "--check", "--compact", "--allow-loss", "--diff", "--dry-run", "--fix", "--force", "--json",
          "--keep-going", "--list", "--no-scripts", "--numbers", "--page", "--sort", "--stop", "--strict", "--times",
-         "--help", "--stamp", "--exact", "--patch", "--stat", "--reverse",
+         "--help", "--dot", "--graph", "--stamp", "--exact", "--patch", "--stat", "--reverse",
          "--interactive", "--no-notes", "--ours", "--theirs", "--base", "--path"}
 READS = {"--channels", "--map", "--script", "--values"}
 WRITES = {"--convert", "--out", "--report", "--svg"}
@@ -46,7 +46,7 @@ WRITES = {"--convert", "--out", "--report", "--svg"}
 SETS = [("nothere=1", "nothere"), ("{number}=red", "red"), ("{number}", "{number}"), ("{number}:7=1", "7"),
         ("{menu}=nothere", "nothere"), ("nothere*=1", "nothere*")]
 WRONG = {
-    "--set": SETS, "--expr": [("nothere=1", "nothere"), ("{number}", "{number}")],
+    "--set": SETS, "--expr": [("nothere=1", "nothere"), ("{number}", "{number}"), ("{number}=ch(", "cannot be read")],
     "--key": [("nothere@0=1", "nothere"), ("{number}@soon=1", "soon"), ("{number}@0=red", "red"),
               ("{number}=1", "{number}")],
     "--time": [("soon", "soon"), ("1e999", "1e999")], "--fps": [("0", "--fps"), ("-24", "--fps")],

@@ -37,6 +37,12 @@ bool writeBytes(const std::string &file, const std::string &bytes)
 
 bool ZELTreadInput(std::string &bytes, NOD_Report &report)
 {
+    static bool isTaken = false;
+    if (isTaken) {
+        report.add({KIT_ERROR_ABORT, "-", 0, {}, "standard input is read already", {}, 0});
+        return false;
+    }
+    isTaken = true;
     errno = 0;
     const KIT_IStream is(std::cin, KIT_IStream::BINARY);
     // A folder tells it at its first byte.

@@ -3,7 +3,9 @@
 #include "ZELT_File.h"
 #include "ZELT_Messages.h"
 
+#include <NOD/NOD_MigrationMap.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_ValueFile.h>
 
 namespace
 {
@@ -29,9 +31,14 @@ ZELT_ScriptPtr ZELTloadScript(const std::string &file, NOD_Report &report)
 {
     if (file == "-") {
         std::string text;
-        return ZELTreadInput(text, report) ? NOD_Interface::fromText(text, file, report) : nullptr;
+        return ZELTreadInput(text, report) &&
+                       !NOD_ValueFile::isOther(text, file, NOD_FileKind::SCRIPT, report)
+                   ? NOD_Interface::fromText(text, file, report)
+                   : nullptr;
     }
-    return NOD_Interface::fromFile(file, report);
+    return NOD_ValueFile::isOtherFile(file, NOD_FileKind::SCRIPT, report)
+               ? nullptr
+               : NOD_Interface::fromFile(file, report);
 }
 
 ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &name,
@@ -39,4 +46,16 @@ ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &na
 {
     return reported(
         messages, [&](NOD_Report &report) { return NOD_Interface::fromText(text, name, report); });
+}
+
+bool ZELTreadMap(NOD_MigrationMap &map, const std::string &file, NOD_Report &report)
+{
+    NOD_Report found;
+    const bool readFlag = map.read(file, found);
+    // Any words may begin a map, so what it is else counts where they make none.
+    if (readFlag ||
+        !NOD_ValueFile::isOtherFile(file, NOD_FileKind::NONE, report, "a migration map")) {
+        report.append(found);
+    }
+    return readFlag;
 }

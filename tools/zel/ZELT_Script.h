@@ -1,5 +1,5 @@
 /// \file ZELT_Script.h
-/// Dialog scripts that a command line names, with what is said of them on standard error.
+/// Dialog scripts and migration maps that a command line names, with what is said of them on standard error.
 ///
 /// Ownership:  whoever makes lists of an interface keeps it.
 /// Errors:     null, or false, at the first error; everything that is reported is a message with its
@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 
+class NOD_MigrationMap;
 class NOD_Report;
 class ZELT_Messages;
 
@@ -23,3 +24,5 @@ ZELT_ScriptPtr ZELTloadScript(const std::string &file, NOD_Report &report);
 /// As ZELTloadScript for a text: a script, or the contents of a script's braces.
 ZELT_ScriptPtr ZELTloadScriptText(const std::string &text, const std::string &name,
                                   ZELT_Messages &messages);
+/// False, with what is wrong: of a file of another kind just that.
+bool ZELTreadMap(NOD_MigrationMap &map, const std::string &file, NOD_Report &report);

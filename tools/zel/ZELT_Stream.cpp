@@ -13,6 +13,11 @@
 bool ZELTparseStream(const std::string &bytes, const std::string &file, ZEL_ParmList *list,
                      ZEL_ParmStream &stream, ZELT_Messages &messages)
 {
+    NOD_Report report;
+    if (NOD_ValueFile::isOther(bytes, file, NOD_FileKind::STREAM, report)) {
+        messages.add(report);
+        return false;
+    }
     KIT_IStream is(bytes.data(), bytes.size(), KIT_IStream::TEXT);
     is.setBinary(NOD_ValueFile::isBinary(bytes));
     const KIT_MessageSource source(bytes, file, is.isBinary());
@@ -20,7 +25,6 @@ bool ZELTparseStream(const std::string &bytes, const std::string &file, ZEL_Parm
                        messages)) {
         return false;
     }
-    NOD_Report report;
     const bool endFlag = NOD_ValueFile::checkEnd(is, file, report);
     messages.add(report);
     return endFlag;

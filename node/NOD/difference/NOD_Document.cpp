@@ -133,7 +133,7 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
     myKind = NOD_ValueFile::kindOf(std::string_view(bytes));
     myBinaryFlag = NOD_ValueFile::isBinary(bytes);
     myNodes =
-        std::make_shared<NOD_NodeRecords>(options.isExact ? Reading::EXACT : Reading::MEANING);
+        std::make_shared<NOD_NodeRecords>(options.isExact ? Reading::EXACT : Reading::COMPLETED);
     myNodes->setInterface(theOnlyType, options.interface);
     if (options.asNode) {
         myTakenApartFlag = false;
@@ -159,7 +159,12 @@ bool NOD_Document::read(std::string bytes, const std::string &name,
         myLosses = NODfindFrameComments(bytes, file);
         return readScene(std::move(bytes), file, section, options, report);
     case NOD_FileKind::SCRIPT: return readScript(bytes, file, report);
-    default: tell(file, "is no file of parameters", report); return false;
+    default:
+        if (!NOD_ValueFile::isOther(bytes, file, NOD_FileKind::NONE, report,
+                                    "a file of parameters")) {
+            tell(file, "is no file of parameters", report);
+        }
+        return false;
     }
 }
 

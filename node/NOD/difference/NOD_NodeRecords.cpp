@@ -20,6 +20,7 @@ using Kind = NOD_RecordKind;
 
 // Stored.
 constexpr const char *theBinaryForm = "binary";
+const std::string theEmptyStream = "{\nversion 0.8\n}\n";
 constexpr const char *theScriptStart = "{\n    name    \"spares\"\n";
 constexpr const char *theScriptEnd = "}\n";
 constexpr std::string_view theBlockEnd = "    }\n";
@@ -135,23 +136,25 @@ NOD_StreamRecords &NOD_NodeRecords::streamOf(const std::string &type, const std:
 
 void NOD_NodeRecords::readValues(const NOD_NodeSections &sections, NOD_Record &contents)
 {
-    if (sections.values.empty()) {
+    const bool emptyFlag = sections.values.empty();
+    if (emptyFlag && myReading != Reading::COMPLETED) {
         return;
     }
+    const std::string &text = emptyFlag ? theEmptyStream : sections.values;
     NOD_Report ignored;
     std::unique_ptr<NOD_StreamRecords> own;
     NOD_StreamRecords &stream = streamOf(sections.type, sections.spares, own);
-    const bool binaryFlag = sections.values[0] == '\0';
+    const bool binaryFlag = text[0] == '\0';
     if (binaryFlag) {
         contents.add(Kind::FORM, {}, std::string(theBinaryForm));
     }
     NOD_Record values(Kind::CONTENTS);
     std::string again;
-    const bool readFlag = stream.read(sections.values, "", myReading, values, ignored);
+    const bool readFlag = stream.read(text, "", myReading, values, ignored);
     const bool exactFlag = myReading == Reading::EXACT;
-    if (!readFlag || (exactFlag && (!stream.write(values, binaryFlag, again, ignored) ||
-                                    again != sections.values))) {
-        contents.add(Kind::SECTION, "values", sections.values);
+    if (!readFlag ||
+        (exactFlag && (!stream.write(values, binaryFlag, again, ignored) || again != text))) {
+        contents.add(Kind::SECTION, "values", text);
         return;
     }
     for (auto &part : values.changeParts()) {

@@ -47,7 +47,7 @@ bool isDrivenText(const ZEL_StreamEntry &entry)
 
 NOD_StreamRecords::NOD_StreamRecords(std::shared_ptr<const NOD_Interface> interface,
                                      const std::string &spares)
-    : myInterface(std::move(interface))
+    : myInterface(std::move(interface)), mySpares(spares)
 {
     NOD_Report ignored;
     const KIT_ErrorManager::Scope quiet(BASgetSTID());
@@ -91,7 +91,7 @@ bool NOD_StreamRecords::parse(std::string_view bytes, const std::string &name, Z
 bool NOD_StreamRecords::complete(std::string_view bytes, const std::string &name,
                                  ZEL_ParmStream &stream, NOD_Report &report)
 {
-    NOD_StreamRecords fresh(myInterface); // values of another stream would stay
+    NOD_StreamRecords fresh(myInterface, mySpares); // values of another stream would stay
     ZEL_ParmList &list = fresh.myNode->getParms();
     NOD_Report loading;
     bool loadedFlag = false;

@@ -61,6 +61,7 @@ private:
     void countItems(NOD_Record &record, std::size_t entries) const;
 
     std::shared_ptr<const NOD_Interface> myInterface;
+    std::string mySpares;             ///< the script of them
     std::unique_ptr<NOD_Node> myNode; ///< null: no parameters are known
     NOD_BlockNames myNames;
     std::vector<NOD_FileLoss> myLosses;

@@ -6,6 +6,7 @@
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_Scene.h>
 #include <NOD/NOD_UndoStack.h>
+#include <NOD/NOD_ValueFile.h>
 #include <NOD/files/NOD_FilesPrivate.h>
 #include <NOD/files/NOD_LinesPrivate.h>
 #include <NOD/files/NOD_SectionNamesPrivate.h>
@@ -72,12 +73,22 @@ void readHead(NOD_Scene &scene, NOD_TreeReader &reader, const NOD_TreeReader::Se
 bool loadBytes(NOD_Scene &scene, std::string bytes, const std::string &name,
                const NOD_LoadOptions &options, NOD_Report &report)
 {
+    constexpr std::size_t theLookedAt = 4096;
+    const std::string start = bytes.substr(0, theLookedAt);
     NOD_SectionFile file;
-    if (!file.read(std::move(bytes), name, report)) {
+    NOD_Report found;
+    if (!file.read(std::move(bytes), name, found)) {
+        if (!NOD_ValueFile::isOther(start, name, NOD_FileKind::SCENE, report)) {
+            report.append(found);
+        }
         return false;
     }
+    report.append(found);
     NOD_TreeReader reader(scene, file, name, options, report);
     const NOD_TreeReader::Section *const head = reader.use(theSceneSection);
+    if (!head && NOD_ValueFile::isOther(start, name, NOD_FileKind::SCENE, report)) {
+        return false;
+    }
     if (!head) {
         report.add({KIT_ERROR_ABORT,
                     name,

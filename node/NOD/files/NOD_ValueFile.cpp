@@ -62,6 +62,31 @@ std::string_view firstWords(std::string_view text)
     }
 }
 
+/// By the version or the brace behind the word, which may begin a line of other files.
+bool canBeChannels(std::string_view words)
+{
+    constexpr std::string_view theWord = "channels";
+    if (!startsWith(words, theWord)) {
+        return false;
+    }
+    const std::string_view rest = firstWords(words.substr(theWord.size()));
+    return rest.empty() || rest[0] == '{' || (rest[0] >= '0' && rest[0] <= '9');
+}
+
+/// A list, or an object by its first key: no word of a script is a colon.
+bool canBeJson(std::string_view words)
+{
+    if (!startsWith(words, "{")) {
+        return startsWith(words, "[");
+    }
+    words = firstWords(words.substr(1));
+    if (words.empty() || words[0] != '"') {
+        return startsWith(words, "}");
+    }
+    const std::size_t end = words.find('"', 1);
+    return end != std::string_view::npos && startsWith(firstWords(words.substr(end + 1)), ":");
+}
+
 /// By its first words, which are a brace, a comment, nothing, or a macro behind directives.
 bool canBeScript(std::string_view text, std::string_view words)
 {
@@ -240,8 +265,11 @@ NOD_FileKind NOD_ValueFile::kindOf(std::string_view start)
         return NOD_FileKind::PRESET;
     }
     const std::string_view words = firstWords(start);
-    if (startsWith(words, "channels")) {
+    if (canBeChannels(words)) {
         return NOD_FileKind::CHANNELS;
+    }
+    if (canBeJson(words)) {
+        return NOD_FileKind::JSON;
     }
     if (!canBeScript(start, words)) {
         return NOD_FileKind::NONE;
@@ -261,6 +289,7 @@ const char *NOD_ValueFile::getKindName(NOD_FileKind kind)
 {
     switch (kind) {
     case NOD_FileKind::SCRIPT: return "a dialog script";
+    case NOD_FileKind::JSON: return "a JSON file";
     case NOD_FileKind::STREAM: return "a parameter stream";
     case NOD_FileKind::CHANNELS: return "a channel file";
     case NOD_FileKind::PRESET: return "a preset";
@@ -269,6 +298,30 @@ const char *NOD_ValueFile::getKindName(NOD_FileKind kind)
     case NOD_FileKind::SCENE: return "a scene file";
     default: return "no file of parameters";
     }
+}
+
+bool NOD_ValueFile::isOther(std::string_view start, const std::string &name, NOD_FileKind wanted,
+                            NOD_Report &report, const char *words)
+{
+    const NOD_FileKind kind = kindOf(start);
+    const bool textFlag = wanted == NOD_FileKind::SCRIPT || wanted == NOD_FileKind::STREAM;
+    const bool mistakenFlag =
+        (kind == NOD_FileKind::SCRIPT && (textFlag || firstWords(start).empty())) ||
+        (kind == NOD_FileKind::PRESETS && wanted == NOD_FileKind::SCENE); // any name is a preset's
+    if (kind == NOD_FileKind::NONE || kind == wanted || mistakenFlag) {
+        return false;
+    }
+    tell(name,
+         std::string("is ") + getKindName(kind) + " where " +
+             (words ? words : getKindName(wanted)) + " is wanted",
+         report);
+    return true;
+}
+
+bool NOD_ValueFile::isOtherFile(const std::string &path, NOD_FileKind wanted, NOD_Report &report,
+                                const char *words)
+{
+    return isOther(startOf(path), path, wanted, report, words);
 }
 
 bool NOD_ValueFile::isBinary(std::string_view start)
@@ -326,7 +379,8 @@ bool NOD_ValueFile::take(std::string bytes, const std::string &name, std::size_t
     mySection = mark == std::string::npos ? "" : KIT_OpUtils::decodeBytes(name.substr(mark + 1));
     myBytes = std::move(bytes);
     myKind = kindOf(std::string_view(myBytes));
-    if (myKind == NOD_FileKind::NONE || myKind == NOD_FileKind::SCRIPT) {
+    if (myKind == NOD_FileKind::NONE || myKind == NOD_FileKind::SCRIPT ||
+        myKind == NOD_FileKind::JSON) {
         tell(myName,
              std::string("has no values: it is ") +
                  (myBytes.empty() ? "empty" : getKindName(myKind)),

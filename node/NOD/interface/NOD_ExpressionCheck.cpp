@@ -265,7 +265,7 @@ bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language,
 }
 
 bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language,
-                        const std::string &subject, NOD_Report &report)
+                        const std::string &subject, NOD_Report &report, KIT_ErrorSeverity severity)
 {
     NOD_ExpressionFault fault;
     if (NODcheckExpression(text, language, fault)) {
@@ -275,7 +275,7 @@ bool NODcheckExpression(const std::string &text, TRK_ExprLanguage language,
     detail->place.setFromText(text, fault.offset, fault.offset + 1);
     detail->subject = subject;
     NOD_Message message;
-    message.severity = KIT_ERROR_WARNING;
+    message.severity = severity;
     message.subject = subject;
     message.category = theExpressionCategory;
     message.code = fault.code;

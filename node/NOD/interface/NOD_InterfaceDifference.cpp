@@ -24,6 +24,12 @@ bool endsWith(const std::string &text, const std::string &end)
            text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
+/// Of a type its words alone, without the numbers in parentheses behind them.
+std::string wordsOf(const std::string &field, const std::string &text)
+{
+    return text.substr(0, field == "type" ? text.rfind(" (") : std::string::npos);
+}
+
 /// What the differences of one comparison are told to.
 struct Differences
 {
@@ -71,7 +77,11 @@ void Differences::compareFields(const std::string &token, const NOD_TemplateFiel
         if (found == to.end()) {
             tell(token, field + " is missing: " + text);
         } else if (found->second != text && !endsWith(text, " " + found->second)) {
-            tell(token, field + " is " + found->second + ", not " + text);
+            const bool wordsFlag = wordsOf(field, found->second) != wordsOf(field, text);
+            const auto shown = [&](const std::string &value) {
+                return wordsFlag ? wordsOf(field, value) : value;
+            };
+            tell(token, field + " is " + shown(found->second) + ", not " + shown(text));
         }
     }
     for (const auto &[field, text] : to) {

@@ -1,14 +1,19 @@
 #include <NOD/NOD_Snapshot.h>
 
+#include <BAS/BAS_Thread.h>
+#include <EVL/EVL.h>
 #include <KIT/KIT_String.h>
+#include <NOD/NOD_SnapshotBudget.h>
 #include <NOD/snapshot/NOD_SnapshotNodePrivate.h>
 #include <NOD/snapshot/NOD_SnapshotReadPrivate.h>
 #include <NOD/snapshot/NOD_SnapshotTreePrivate.h>
 #include <NOD/text/NOD_SampleRowsPrivate.h>
 
 #include <CON/CON_Manager.h>
+#include <TRK/TRK_Manager.h>
 
 #include <algorithm>
+#include <functional>
 
 NOD_Snapshot::~NOD_Snapshot() = default;
 
@@ -30,8 +35,7 @@ NOD_SnapshotHandle NOD_Snapshot::handleOf(const NOD_SnapshotNode &node, int parm
     if (component >= 0 && component < facts.size) {
         handle.myNumber = node.getNumbers() + facts.first + component;
         handle.myNode = node.getPlace();
-        handle.myParm = parm;
-        handle.myComponent = std::int16_t(component);
+        handle.myParm = std::uint32_t(parm) & 0x7FFF'FFFFu;
         handle.myPlainFlag = facts.rules.isNumber() && !NOD_SnapshotNode::isMark(*handle.myNumber);
     }
     return handle;
@@ -99,6 +103,32 @@ std::string NOD_Snapshot::getToken(const NOD_SnapshotHandle &handle) const
                   : "";
 }
 
+std::string NOD_Snapshot::getName(const NOD_SnapshotHandle &handle) const
+{
+    return handle ? std::string(getNode(handle.getNode())->getLayout().nameOf(componentOf(handle)))
+                  : "";
+}
+
+std::string NOD_Snapshot::getAddress(const NOD_SnapshotHandle &handle) const
+{
+    const std::string path = getPath(handle);
+    return (path == "/" ? path : path + "/") + getName(handle);
+}
+
+/// Of a handle that is one.
+NOD_SnapshotComponent NOD_Snapshot::componentOf(const NOD_SnapshotHandle &handle) const
+{
+    const NOD_SnapshotNode &node = *getNode(handle.myNode);
+    const std::ptrdiff_t number = handle.myNumber - node.getNumbers();
+    const NOD_SnapshotParm &parm = node.getLayout().getParms()[handle.myParm];
+    return {int(handle.myParm), int(number - std::ptrdiff_t(parm.first))};
+}
+
+int NOD_Snapshot::getComponent(const NOD_SnapshotHandle &handle) const
+{
+    return handle ? componentOf(handle).component : -1;
+}
+
 const TRK_Channel *NOD_Snapshot::getChannel(const NOD_SnapshotHandle &handle) const
 {
     const NOD_SnapshotDriver *const driver =
@@ -121,14 +151,13 @@ std::vector<NOD_Snapshot::Foreign> NOD_Snapshot::getForeign() const
         const auto first = all.size();
         for (const NOD_SnapshotDriver &driver : node.getDrivers()) {
             if (driver.foreignFlag) {
-                all.push_back({handleOf(node, int(driver.parm), driver.component), driver.foreign,
-                               myOptions.of(driver.foreign)});
+                all.push_back({handleOf(node, int(driver.parm), int(driver.component)),
+                               driver.foreign, myOptions.of(driver.foreign)});
             }
         }
         std::sort(all.begin() + std::ptrdiff_t(first), all.end(),
                   [](const Foreign &a, const Foreign &b) {
-                      return std::pair(a.handle.getParm(), a.handle.getComponent()) <
-                             std::pair(b.handle.getParm(), b.handle.getComponent());
+                      return std::less<>()(a.handle.myNumber, b.handle.myNumber);
                   });
     }
     return all;
@@ -178,6 +207,11 @@ bool NOD_Snapshot::getVariable(std::uint32_t place, const KIT_StringRef &name,
 
 bool NOD_Snapshot::getEnvironment(const KIT_StringRef &name, KIT_String &value) const
 {
+    const NOD_SnapshotLimits *const limits = NOD_SnapshotBudget::find();
+    if (limits && !limits->environment) {
+        TRK_Manager::raiseError(EVL::EVL_REFUSED, BASgetSTID());
+        return false;
+    }
     if (myOptions.variables == NOD_SnapshotOptions::Policy::OWNER) {
         return CON_Manager::getContext().getEnv(name, value);
     }
@@ -208,8 +242,8 @@ double NOD_Snapshot::readNumber(const NOD_SnapshotHandle &handle, double time, i
 double NOD_Snapshot::readWithin(const NOD_SnapshotHandle &handle, double time, int thread) const
 {
     bool timeDependent = false;
-    return handle ? NOD_SnapshotRead(*getNode(handle.myNode), {handle.myParm, handle.myComponent},
-                                     time, thread, timeDependent)
+    return handle ? NOD_SnapshotRead(*getNode(handle.myNode), componentOf(handle), time, thread,
+                                     timeDependent)
                         .number()
                   : 0.0;
 }
@@ -222,8 +256,8 @@ std::int64_t NOD_Snapshot::getInteger(const NOD_SnapshotHandle &handle, double t
     }
     const NOD_SnapshotScope scope(*this);
     bool timeDependent = false;
-    return NOD_SnapshotRead(*getNode(handle.myNode), {handle.myParm, handle.myComponent}, time,
-                            thread, timeDependent)
+    return NOD_SnapshotRead(*getNode(handle.myNode), componentOf(handle), time, thread,
+                            timeDependent)
         .integer();
 }
 
@@ -236,8 +270,7 @@ void NOD_Snapshot::getText(const NOD_SnapshotHandle &handle, double time, int th
     }
     const NOD_SnapshotScope scope(*this);
     bool timeDependent = false;
-    NOD_SnapshotRead(*getNode(handle.myNode), {handle.myParm, handle.myComponent}, time, thread,
-                     timeDependent)
+    NOD_SnapshotRead(*getNode(handle.myNode), componentOf(handle), time, thread, timeDependent)
         .text(text);
 }
 
@@ -248,8 +281,10 @@ NOD_SampleFault NOD_Snapshot::sample(const NOD_SnapshotHandle *handles, std::siz
         const NOD_SnapshotHandle &handle = handles[column];
         return handle.isConstant() ? handle.getConstant() : readWithin(handle, time, thread);
     };
+    const NOD_SnapshotLimits *const limits = NOD_SnapshotBudget::find();
     return NODsampleRows(times, numTimes, count, rows, read, [&](const auto &work) {
         const NOD_SnapshotScope scope(*this);
+        const NOD_SnapshotBudget budget(limits ? *limits : NOD_SnapshotLimits());
         work();
     });
 }

@@ -19,6 +19,7 @@ NOD_SnapshotLayout::NOD_SnapshotLayout(const ZEL_ParmList &list)
         made.rules = ZEL_ValueRules(*parm);
         made.size = parm->getVectorSize();
         myNumNumbers += std::size_t(made.size);
+        myNames.resize(myNumNumbers, theNone);
         myNumTexts +=
             made.rules.getKind() == ZEL_ValueRules::Kind::STRING ? std::size_t(made.size) : 0;
         // What the list itself finds under a name counts: the first of several.
@@ -31,12 +32,21 @@ NOD_SnapshotLayout::NOD_SnapshotLayout(const ZEL_ParmList &list)
                 int component = -1;
                 if (name->length() > 0 && list.getParmPtrFromChannel(*name, &component) == parm &&
                     component == k && myByChannel.find(name->view()) == myByChannel.end()) {
+                    std::uint32_t &own = myNames[made.first + std::uint32_t(k)];
+                    own = own == theNone ? std::uint32_t(myAliases.size()) : own;
                     myAliases.push_back(*name);
                     myByChannel.emplace(myAliases.back().view(), NOD_SnapshotComponent{i, k});
                 }
             }
         }
     }
+}
+
+std::string_view NOD_SnapshotLayout::nameOf(NOD_SnapshotComponent component) const
+{
+    const NOD_SnapshotParm &parm = myParms[std::size_t(component.parm)];
+    const std::uint32_t own = myNames[parm.first + std::uint32_t(component.component)];
+    return own != theNone ? myAliases[own].view() : parm.token.view();
 }
 
 int NOD_SnapshotLayout::findParm(std::string_view token) const
@@ -56,6 +66,7 @@ std::int64_t NOD_SnapshotLayout::getMemoryUsage() const
     constexpr std::size_t theLinks =
         3 * sizeof(void *); // of an entry of a map, with its place in the table
     std::size_t bytes = sizeof(*this) + myParms.capacity() * sizeof(NOD_SnapshotParm) +
+                        myNames.capacity() * sizeof(std::uint32_t) +
                         myByToken.size() * (sizeof(*myByToken.begin()) + theLinks) +
                         myByChannel.size() * (sizeof(*myByChannel.begin()) + theLinks);
     for (const NOD_SnapshotParm &parm : myParms) {

@@ -44,11 +44,16 @@ public:
     int findParm(std::string_view token) const;
     /// By channel token or alias; parm -1 for none.
     NOD_SnapshotComponent findChannel(std::string_view name) const;
+    /// Its channel's name, or the token where another one has that.
+    std::string_view nameOf(NOD_SnapshotComponent component) const;
     std::int64_t getMemoryUsage() const;
 
 private:
+    static constexpr std::uint32_t theNone = ~0u;
+
     std::vector<NOD_SnapshotParm> myParms;
     std::vector<KIT_StringHolder> myAliases; ///< keeps what the maps' keys point to
+    std::vector<std::uint32_t> myNames;      ///< for each number its place in there
     std::unordered_map<std::string_view, int> myByToken;
     std::unordered_map<std::string_view, NOD_SnapshotComponent> myByChannel;
     std::size_t myNumNumbers = 0;

@@ -6,6 +6,7 @@
 #include <KIT/KIT_WorkBuffer.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Snapshot.h>
+#include <NOD/NOD_SnapshotBudget.h>
 #include <NOD/snapshot/NOD_SnapshotReadPrivate.h>
 #include <TRK/TRK_Manager.h>
 #include <ZEL/ZEL_DataItem.h>
@@ -60,6 +61,12 @@ bool readsProcess(NOD_Node &node, const char *text)
                            node.getVariable(KIT_StringRef(word.c_str(), word.size()), value));
     });
     return foundFlag;
+}
+
+bool mayReadOthers()
+{
+    const NOD_SnapshotLimits *const limits = NOD_SnapshotBudget::find();
+    return !limits || limits->otherNodes;
 }
 
 bool readsProcess(NOD_Node &node, const TRK_Channel &channel)
@@ -214,7 +221,7 @@ private:
         myPicture.myDrivers.emplace_back();
         NOD_SnapshotDriver &driver = myPicture.myDrivers.back();
         driver.parm = std::uint32_t(index);
-        driver.component = std::uint16_t(k);
+        driver.component = std::uint32_t(k);
         return driver;
     }
 
@@ -242,11 +249,12 @@ private:
     void present(NOD_SnapshotDriver &driver, const ZEL_Parm &parm)
     {
         driver.kind = NOD_SnapshotDriver::Kind::PRESENT;
+        const int component = int(driver.component);
         KIT_String text;
-        parm.getValue(myOptions.time, driver.number, driver.component, myThread);
-        parm.getValue(myOptions.time, driver.integer, driver.component, myThread);
-        parm.getValue(myOptions.time, text, driver.component, true, myThread);
-        parm.getValue(myOptions.time, driver.item, driver.component, myThread);
+        parm.getValue(myOptions.time, driver.number, component, myThread);
+        parm.getValue(myOptions.time, driver.integer, component, myThread);
+        parm.getValue(myOptions.time, text, component, true, myThread);
+        parm.getValue(myOptions.time, driver.item, component, myThread);
         driver.text = KIT_StringHolder(text.nonNullStr());
     }
 
@@ -260,9 +268,10 @@ private:
 
 NOD_SnapshotNode::NOD_SnapshotNode(NOD_Node &node, std::uint32_t place,
                                    std::shared_ptr<const NOD_SnapshotLayout> layout,
+                                   std::shared_ptr<double[]> numbers,
                                    const NOD_SnapshotOptions &options)
-    : myLayout(std::move(layout)), myNumbers(myLayout->getNumNumbers()),
-      myTexts(myLayout->getNumTexts()), myPlace(place)
+    : myLayout(std::move(layout)), myNumbers(std::move(numbers)), myTexts(myLayout->getNumTexts()),
+      myPlace(place)
 {
     Taking taking(*this, node, options);
     for (std::size_t i = 0; i < myLayout->getParms().size(); ++i) {
@@ -277,10 +286,11 @@ NOD_SnapshotNode::NOD_SnapshotNode(NOD_Node &node, std::uint32_t place,
 NOD_SnapshotNode::NOD_SnapshotNode(const NOD_SnapshotNode &former, NOD_Node &node,
                                    const NOD_SnapshotOptions &options,
                                    const std::vector<int> &changed)
-    : myLayout(former.myLayout), myNumbers(former.myNumbers), myTexts(former.myTexts),
-      myPlace(former.myPlace), myPresentFlag(former.myPresentFlag),
+    : myLayout(former.myLayout), myNumbers(new double[myLayout->getNumNumbers()]),
+      myTexts(former.myTexts), myPlace(former.myPlace), myPresentFlag(former.myPresentFlag),
       myOthersFlag(former.myOthersFlag)
 {
+    std::copy_n(former.myNumbers.get(), myLayout->getNumNumbers(), myNumbers.get());
     const auto changes = [&](const NOD_SnapshotDriver &driver) {
         return std::find(changed.begin(), changed.end(), int(driver.parm)) != changed.end();
     };
@@ -315,6 +325,7 @@ public:
         std::uint32_t place = 0;
         std::uint32_t number = 0;
         bool numberFlag = false; ///< of a kind whose numbers lie there
+        bool otherFlag = false;  ///< of another node, perhaps
     };
 
     explicit Links(std::vector<Link> links) : myLinks(std::move(links)) {}
@@ -327,7 +338,7 @@ public:
             return false;
         }
         const NOD_SnapshotNode &node = *NOD_SnapshotScope::get().getNode(link.place);
-        if (node.myLayout.get() != link.layout) {
+        if (node.myLayout.get() != link.layout || (link.otherFlag && !mayReadOthers())) {
             return false;
         }
         const double plain = node.myNumbers[link.number];
@@ -353,8 +364,9 @@ void NOD_SnapshotNode::link(const NOD_Snapshot &snapshot)
         myOthersFlag = myOthersFlag || otherFlag;
         if (found.parm >= 0) {
             const NOD_SnapshotParm &facts = node->myLayout->getParms()[std::size_t(found.parm)];
-            link = {node->myLayout.get(), found, node->myPlace,
-                    facts.first + std::uint32_t(found.component), facts.rules.isNumber()};
+            link = {node->myLayout.get(),   found,
+                    node->myPlace,          facts.first + std::uint32_t(found.component),
+                    facts.rules.isNumber(), otherFlag};
         }
         return link;
     };
@@ -425,7 +437,7 @@ void NOD_SnapshotNode::collectVariables(std::set<std::string> &names) const
 
 std::int64_t NOD_SnapshotNode::getMemoryUsage() const
 {
-    std::size_t bytes = sizeof(*this) + myNumbers.capacity() * sizeof(double) +
+    std::size_t bytes = sizeof(*this) + myLayout->getNumNumbers() * sizeof(double) +
                         myTexts.capacity() * sizeof(KIT_StringHolder) +
                         myDrivers.capacity() * sizeof(NOD_SnapshotDriver) +
                         myOrphans.capacity() * sizeof(Orphan);
@@ -454,6 +466,10 @@ const TRK_ChannelPicture *NOD_SnapshotNode::findOrphan(const KIT_StringRef &name
 TRK_Collection *NOD_SnapshotNode::findCollection(const KIT_StringRef &path)
 {
     const NOD_SnapshotNode *const node = NOD_SnapshotScope::get().findNode(myPlace, path.view());
+    if (node && node != this && !mayReadOthers()) {
+        TRK_Manager::raiseError(EVL::EVL_REFUSED, BASgetSTID());
+        return nullptr;
+    }
     // Nothing changes a collection that is asked for a value.
     return node ? const_cast<TRK_Collection *>(&node->myCollection) : nullptr;
 }

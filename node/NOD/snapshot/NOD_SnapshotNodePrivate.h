@@ -41,7 +41,7 @@ struct NOD_SnapshotDriver
     bool foreignFlag = false;
     NOD_Foreign foreign = NOD_Foreign::OVERRIDE; ///< with foreignFlag
     std::uint32_t parm = 0;
-    std::uint16_t component = 0;
+    std::uint32_t component = 0;
     double number = 0.0;
     std::int64_t integer = 0;
     KIT_StringHolder text;
@@ -54,9 +54,10 @@ struct NOD_SnapshotDriver
 class NOD_SnapshotNode : public TRK_PathResolver, public TRK_ValueSource
 {
 public:
+    /// `numbers` are as many zeros as the layout has numbers.
     NOD_SnapshotNode(NOD_Node &node, std::uint32_t place,
                      std::shared_ptr<const NOD_SnapshotLayout> layout,
-                     const NOD_SnapshotOptions &options);
+                     std::shared_ptr<double[]> numbers, const NOD_SnapshotOptions &options);
     /// The former picture with other values of some parameters.
     NOD_SnapshotNode(const NOD_SnapshotNode &former, NOD_Node &node,
                      const NOD_SnapshotOptions &options, const std::vector<int> &changed);
@@ -66,7 +67,7 @@ public:
     const NOD_SnapshotLayout &getLayout() const { return *myLayout; }
     const std::shared_ptr<const NOD_SnapshotLayout> &shareLayout() const { return myLayout; }
     /// Plain numbers and marks.
-    const double *getNumbers() const { return myNumbers.data(); }
+    const double *getNumbers() const { return myNumbers.get(); }
     const KIT_StringHolder &getText(std::uint32_t place) const { return myTexts[place]; }
     const std::vector<NOD_SnapshotDriver> &getDrivers() const { return myDrivers; }
     static bool isMark(double number);
@@ -112,7 +113,7 @@ private:
     void connect();
 
     std::shared_ptr<const NOD_SnapshotLayout> myLayout;
-    std::vector<double> myNumbers;
+    std::shared_ptr<double[]> myNumbers;
     std::vector<KIT_StringHolder> myTexts;
     std::vector<NOD_SnapshotDriver> myDrivers;
     std::vector<Orphan> myOrphans; ///< channels that no parameter has

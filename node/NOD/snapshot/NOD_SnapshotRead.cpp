@@ -2,6 +2,7 @@
 
 #include <EVL/EVL.h>
 #include <NOD/NOD_Snapshot.h>
+#include <NOD/NOD_SnapshotBudget.h>
 #include <NOD/snapshot/NOD_SnapshotNodePrivate.h>
 #include <NOD/snapshot/NOD_SnapshotTreePrivate.h>
 #include <TRK/TRK_Manager.h>
@@ -51,7 +52,8 @@ bool NOD_SnapshotRead::ask(const Ask &ask) const
 {
     const NOD_Snapshot &snapshot = NOD_SnapshotScope::get();
     NOD_SnapshotOwner *const owner = snapshot.myOptions.owner.get();
-    const bool toldFlag = myDriver->kind == Kind::OWNER && owner &&
+    const NOD_SnapshotLimits *const limits = NOD_SnapshotBudget::find();
+    const bool toldFlag = myDriver->kind == Kind::OWNER && owner && (!limits || limits->owner) &&
                           ask(*owner, snapshot.myTree->pathOf(myNode.getPlace()));
     if (!toldFlag) {
         TRK_Manager::raiseError(EVL::EVL_REFUSED, myThread);

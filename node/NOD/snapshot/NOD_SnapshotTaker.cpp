@@ -7,6 +7,7 @@
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Scene.h>
 #include <NOD/snapshot/NOD_SnapshotNodePrivate.h>
+#include <NOD/snapshot/NOD_SnapshotSlabPrivate.h>
 #include <NOD/snapshot/NOD_SnapshotTreePrivate.h>
 #include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <TRK/TRK_Manager.h>
@@ -100,7 +101,7 @@ std::vector<NOD_Scene::Value> NOD_SnapshotTaker::findChanged(double from, double
     std::vector<NOD_Scene::Value> changed;
     for (const NOD_SnapshotHandle &handle : myLast->findChanged(from, to, BASgetSTID(), true)) {
         changed.push_back(
-            {myKnown[handle.getNode()].node, handle.getParm(), handle.getComponent()});
+            {myKnown[handle.getNode()].node, handle.getParm(), myLast->getComponent(handle)});
     }
     return changed;
 }
@@ -229,10 +230,12 @@ void NOD_SnapshotTaker::renewNodes(NOD_Snapshot &made, bool allFlag)
             note(*myKnown[place].node)->allFlag = true;
         }
     }
+    constexpr std::size_t theSlab = 8192; // 64 kB
+    NOD_SnapshotSlab slab(allFlag ? theSlab : 0);
     std::vector<std::shared_ptr<NOD_SnapshotNode>> pictures;
     for (const std::uint32_t place : std::exchange(myChanged, {})) {
         if (myKnown[place].node) {
-            pictures.push_back(renewNode(made, place));
+            pictures.push_back(renewNode(made, place, slab));
         }
     }
     for (const std::shared_ptr<NOD_SnapshotNode> &picture : pictures) {
@@ -241,8 +244,8 @@ void NOD_SnapshotTaker::renewNodes(NOD_Snapshot &made, bool allFlag)
     }
 }
 
-std::shared_ptr<NOD_SnapshotNode> NOD_SnapshotTaker::renewNode(NOD_Snapshot &made,
-                                                               std::uint32_t place)
+std::shared_ptr<NOD_SnapshotNode>
+NOD_SnapshotTaker::renewNode(NOD_Snapshot &made, std::uint32_t place, NOD_SnapshotSlab &slab)
 {
     Known &known = myKnown[place];
     NOD_Node &node = *known.node;
@@ -252,7 +255,10 @@ std::shared_ptr<NOD_SnapshotNode> NOD_SnapshotTaker::renewNode(NOD_Snapshot &mad
         page ? page->nodes[place % NOD_Snapshot::Page::theSize].get() : nullptr;
     std::shared_ptr<NOD_SnapshotNode> picture;
     if (known.allFlag || !former) {
-        picture = std::make_shared<NOD_SnapshotNode>(node, place, layoutOf(node), made.myOptions);
+        std::shared_ptr<const NOD_SnapshotLayout> layout = layoutOf(node);
+        std::shared_ptr<double[]> numbers = slab.take(layout->getNumNumbers());
+        picture = std::make_shared<NOD_SnapshotNode>(node, place, std::move(layout),
+                                                     std::move(numbers), made.myOptions);
     } else {
         picture = std::make_shared<NOD_SnapshotNode>(*former, node, made.myOptions, known.changed);
     }

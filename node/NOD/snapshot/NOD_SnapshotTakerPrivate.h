@@ -17,6 +17,7 @@
 
 class NOD_Interface;
 class NOD_SnapshotLayout;
+class NOD_SnapshotSlab;
 
 class NOD_SnapshotTaker : public NOD_ChangeWatcher
 {
@@ -58,7 +59,8 @@ private:
     Known *note(NOD_Node &node);
     void renewTree(NOD_Snapshot &made);
     void renewNodes(NOD_Snapshot &made, bool allFlag);
-    std::shared_ptr<NOD_SnapshotNode> renewNode(NOD_Snapshot &made, std::uint32_t place);
+    std::shared_ptr<NOD_SnapshotNode> renewNode(NOD_Snapshot &made, std::uint32_t place,
+                                                NOD_SnapshotSlab &slab);
     void setNode(NOD_Snapshot &made, std::uint32_t place,
                  std::shared_ptr<const NOD_SnapshotNode> node);
     std::shared_ptr<const NOD_SnapshotLayout> layoutOf(NOD_Node &node);

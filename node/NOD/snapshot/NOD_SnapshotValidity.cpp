@@ -89,7 +89,7 @@ TRK_Interval NOD_Snapshot::getHeld(const NOD_SnapshotHandle &handle, double time
     const KIT_ErrorManager::Scope quiet(thread);
     const EVL::ErrorScope number(thread);
     return NOD_SnapshotValidity(thread, false)
-        .of(*getNode(handle.myNode), {handle.myParm, handle.myComponent}, time);
+        .of(*getNode(handle.myNode), componentOf(handle), time);
 }
 
 std::vector<NOD_SnapshotHandle> NOD_Snapshot::findChanged(double from, double to, int thread) const

@@ -397,6 +397,12 @@ bool NOD_TextEdit::set(const std::string &address, const std::string &value)
 bool NOD_TextEdit::setExpression(const std::string &address, const std::string &text,
                                  TRK_ExprLanguage language)
 {
+    return setExpression(address, text, language, KIT_ERROR_WARNING);
+}
+
+bool NOD_TextEdit::setExpression(const std::string &address, const std::string &text,
+                                 TRK_ExprLanguage language, KIT_ErrorSeverity unreadable)
+{
     constexpr bool evaluate = false;
     constexpr bool deleteChannel = true;
     return forEach(
@@ -418,7 +424,7 @@ bool NOD_TextEdit::setExpression(const std::string &address, const std::string &
                 NODgrowBlocks(*place.node, myTime);
             }
             if (fault.empty() && isExpressionOf(parm, text)) {
-                NODcheckExpression(text, language, parm.getToken(), myReport);
+                NODcheckExpression(text, language, parm.getToken(), myReport, unreadable);
             }
             return fault;
         });
@@ -472,7 +478,7 @@ bool NOD_TextEdit::within(const std::string &text, const Run &run)
         message.detail = std::move(detail);
         myReport.add(std::move(message));
     }
-    return good;
+    return good && !found.hasErrors();
 }
 
 bool NOD_TextEdit::assign(const std::string &text)
@@ -490,8 +496,9 @@ bool NOD_TextEdit::assignExpression(const std::string &text)
     return within(text, [&](NOD_TextEdit &inner) {
         std::string address;
         std::string expression;
-        return splitAt(text, '=', address, expression) ? inner.setExpression(address, expression)
-                                                       : inner.fail({text + " has no ="}, text);
+        return splitAt(text, '=', address, expression)
+                   ? inner.setExpression(address, expression, TRK_LANGUAGE_NATIVE, KIT_ERROR_ABORT)
+                   : inner.fail({text + " has no ="}, text);
     });
 }
 

@@ -245,7 +245,6 @@ NOD_Graph::Cycle NOD_Graph::findCycle(NOD_Node &node, int parmIndex, int compone
     return cycle;
 }
 
-/// Of components and whole nodes; others aren't the tree's.
 std::string NOD_Graph::pathOf(const LNK_MicroNode &node)
 {
     if (const auto *const whole = dynamic_cast<const WholeNode *>(&node)) {

@@ -12,6 +12,7 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <optional>
@@ -433,6 +434,14 @@ bool NOD_UndoStack::redo()
 std::string NOD_UndoStack::getUndoLabel(std::size_t later) const
 {
     return later < myDone.size() ? myDone[myDone.size() - 1 - later]->getLabel() : "";
+}
+
+std::optional<std::string> NOD_UndoStack::findLabel(const NOD_Node &node,
+                                                    const ZEL_Parm &parm) const
+{
+    const auto found = std::find_if(myDone.rbegin(), myDone.rend(),
+                                    [&](const auto &step) { return step->hasChanged(node, parm); });
+    return found != myDone.rend() ? std::optional((*found)->getLabel()) : std::nullopt;
 }
 
 std::string NOD_UndoStack::getRedoLabel(std::size_t later) const

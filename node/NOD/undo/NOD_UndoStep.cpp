@@ -7,6 +7,7 @@
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace
@@ -237,6 +238,18 @@ void NOD_UndoStep::redo(Told &told)
     }
     restore(&NodeChange::after, myAfter, told);
     restoreNumber(&NOD_NumberChange::after, told);
+}
+
+bool NOD_UndoStep::hasChanged(const NOD_Node &node, const ZEL_Parm &parm) const
+{
+    if (myNumber && myNumber->node == &node && parm.getTokenRef() == myNumber->token) {
+        return true;
+    }
+    return std::any_of(myTree.begin(), myTree.end(),
+                       [&](const TreeChange &change) { return change.node == &node; }) ||
+           std::any_of(myNodes.begin(), myNodes.end(), [&](const NodeChange &change) {
+               return change.node == &node && change.after.covers(parm);
+           });
 }
 
 std::int64_t NOD_UndoStep::getMemoryUsage() const

@@ -90,6 +90,8 @@ public:
     void redo(Told &told);
     ///@}
 
+    /// Whether it has changed the parameter, or added or moved its node.
+    bool hasChanged(const NOD_Node &node, const ZEL_Parm &parm) const;
     std::int64_t getMemoryUsage() const;
     std::string getLabel() const;
     std::int64_t bytes = 0; ///< when it was asked last

@@ -11,6 +11,7 @@
 #include <KIT/KIT_WorkArgs.h>
 #include <NOD/NOD_CommandCheck.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_ValueFile.h>
 #include <ZEL/ZEL_Parm.h>
 #include <ZEL/ZEL_ParmList.h>
 
@@ -271,6 +272,10 @@ std::unique_ptr<DS_CommandList> readCommands(const std::string &file, ZELT_Messa
     }
     const bool inputFlag = file == "-";
     NOD_Report report;
+    if (NOD_ValueFile::isOther(text, file, NOD_FileKind::SCRIPT, report, "a file of commands")) {
+        messages.add(report);
+        return nullptr;
+    }
     std::unique_ptr<DS_CommandList> commands =
         NODreadCommands(text, inputFlag ? "standard input" : file, report,
                         inputFlag ? NOD_Interface::Includes::NONE : NOD_Interface::Includes::ANY);

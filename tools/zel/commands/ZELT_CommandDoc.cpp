@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <system_error>
 
 namespace
@@ -78,6 +79,12 @@ private:
         NOD_Report report;
         const std::vector<NOD_Page> pages = NODdocument(script, report);
         myMessages.add(report);
+        if (!myFolderFlag) {
+            myFolderFlag = makeFolder(myFolder, myMessages);
+        }
+        if (!*myFolderFlag) {
+            return false;
+        }
         bool good = !report.hasErrors();
         for (const NOD_Page &page : pages) {
             const std::string path = (std::filesystem::path(myFolder) / page.name).string();
@@ -91,6 +98,8 @@ private:
     }
 
     const std::string &myFolder;
+    std::optional<bool>
+        myFolderFlag; ///< whether it could be made; there is none before the first page
     ZELT_Messages &myMessages;
     std::map<std::string, std::string> myNames; ///< of pages, with the script's file
     std::vector<std::pair<std::string, std::string>> myWritten;
@@ -98,9 +107,6 @@ private:
 
 int document(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
-    if (!makeFolder(call.folder, messages)) {
-        return 1;
-    }
     ZELT_Progress progress("documenting", std::int64_t(call.files.size()));
     Writer writer(call.folder, messages);
     bool good = true;

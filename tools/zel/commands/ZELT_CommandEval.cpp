@@ -442,6 +442,8 @@ int threadCount(int asked)
     return asked == 0 ? cores : std::min(asked, most);
 }
 
+constexpr int theWrongCall = 2;
+
 struct Call
 {
     ZELT_NodeCall node;
@@ -467,6 +469,10 @@ void print(const Call &call, const ZELT_Options &options, const Output &output)
 
 int evaluateNode(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
 {
+    if (options.json && !call.format.empty() && call.format != "json") {
+        messages.error("", "--json and --format " + call.format + " are two forms (see --help)");
+        return theWrongCall;
+    }
     Rows rows;
     rows.framesFlag = !call.frames.empty();
     const std::string fault = rows.framesFlag ? rows.range.read(call.frames) : "";

@@ -7,6 +7,7 @@
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptFormat.h>
 #include <NOD/NOD_UnifiedDifference.h>
+#include <NOD/NOD_ValueFile.h>
 
 #include <iostream>
 
@@ -36,6 +37,7 @@ Result formatOne(const Call &call, const std::string &file, bool json, ZELT_Mess
     std::string text;
     NOD_Report report;
     const bool readFlag = ZELTreadBytes(file, text, messages, ZELTcanBeText) &&
+                          !NOD_ValueFile::isOther(text, file, NOD_FileKind::SCRIPT, report) &&
                           NODformatScript(text, file, call.layout, result.text, report);
     messages.add(report);
     if (!readFlag) {

@@ -332,7 +332,7 @@ int run(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     bool good = true;
     bool versionsFlag = false;
     for (std::size_t i = 0; i < maps.size(); ++i) {
-        good = maps[i].read(call.maps[i], report) && good;
+        good = ZELTreadMap(maps[i], call.maps[i], report) && good;
         versionsFlag = versionsFlag || (good && !maps[i].isPlain());
     }
     messages.add(report);

@@ -7,6 +7,7 @@
 
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_ScriptRewrite.h>
+#include <NOD/NOD_ValueFile.h>
 
 #include <iostream>
 #include <optional>
@@ -26,10 +27,15 @@ int rewrite(const Call &call, const ZELT_Options &options, ZELT_Messages &messag
     const NOD_RewriteOptions how{"zel rewrite", call.stamp};
     NOD_Report report;
     std::string text;
+    const bool inputFlag = call.file == "-";
+    const bool otherFlag =
+        inputFlag ? !ZELTreadInput(text, report) ||
+                        NOD_ValueFile::isOther(text, call.file, NOD_FileKind::SCRIPT, report)
+                  : NOD_ValueFile::isOtherFile(call.file, NOD_FileKind::SCRIPT, report);
     const std::optional<NOD_RewrittenScript> script =
-        call.file != "-"              ? NODrewriteScriptFile(call.file, how, report)
-        : ZELTreadInput(text, report) ? NODrewriteScript(text, call.file, how, report)
-                                      : std::nullopt;
+        otherFlag   ? std::nullopt
+        : inputFlag ? NODrewriteScript(text, call.file, how, report)
+                    : NODrewriteScriptFile(call.file, how, report);
     messages.add(report);
     if (!script) {
         return 1;

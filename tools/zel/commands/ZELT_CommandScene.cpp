@@ -3,6 +3,7 @@
 #include "ZELT_Format.h"
 #include "ZELT_Json.h"
 #include "ZELT_Messages.h"
+#include "ZELT_Script.h"
 #include "ZELT_Session.h"
 
 #include <KIT/KIT_Digits.h>
@@ -170,7 +171,7 @@ bool addMaps(const std::vector<std::string> &paths, NOD_Scene &scene, NOD_Report
 {
     for (const std::string &path : paths) {
         const auto map = std::make_shared<NOD_MigrationMap>();
-        if (!map->read(path, report)) {
+        if (!ZELTreadMap(*map, path, report)) {
             return false;
         }
         if (map->getType().empty()) {

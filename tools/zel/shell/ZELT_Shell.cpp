@@ -121,12 +121,17 @@ void ZELT_Shell::dispatch(ZELT_ShellWords &words, std::string_view line)
     }
     const std::size_t given = words.size() - 1;
     if (!command) {
-        fail("there is no command " + words[0] + KITdidYouMean(words[0], ZELTshellCommandNames()));
+        failUnknown(words[0]);
     } else if (given < command->least || given > command->most) {
         fail(std::string("usage: ") + command->name + ' ' + command->usage);
     } else {
         call(*command, words, line);
     }
+}
+
+void ZELT_Shell::failUnknown(const std::string &command)
+{
+    fail("there is no command " + command + KITdidYouMean(command, ZELTshellCommandNames()));
 }
 
 /// Whatever a command evaluates and doesn't report itself.

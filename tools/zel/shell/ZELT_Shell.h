@@ -136,6 +136,8 @@ public:
     /// \name Output and words   (what is wrong is printed)
     // ------------------------------------------------------------------ //
     void fail(const std::string &reason);
+    /// With the nearest command that there is.
+    void failUnknown(const std::string &command);
     /// Whether Ctrl-C was pressed, which is forgotten: what was evaluated since then has failed.
     static bool wasStopped();
     /// From here to its end the command isn't stopped by Ctrl-C, as before it writes a file. False if it was before:

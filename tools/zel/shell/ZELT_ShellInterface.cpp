@@ -3,6 +3,7 @@
 #include "ZELT_Shell.h"
 
 #include "ZELT_Cell.h"
+#include "ZELT_Format.h"
 #include "ZELT_Script.h"
 #include "ZELT_Show.h"
 
@@ -21,14 +22,32 @@
 namespace
 {
 
-void help(ZELT_Shell &, const ZELT_ShellWords &)
+constexpr const char *theQuit = "quit"; // the shell's own
+
+void printUsage(const ZELT_ShellCommand &command)
 {
+    std::cout << command.name << (*command.usage ? " " : "") << command.usage << '\n';
+}
+
+void help(ZELT_Shell &shell, const ZELT_ShellWords &words)
+{
+    if (words.size() > 1) {
+        const ZELT_ShellCommand *const command = ZELTfindShellCommand(words[1]);
+        if (command) {
+            printUsage(*command);
+        } else if (words[1] != theQuit) {
+            shell.failUnknown(words[1]);
+        } else {
+            std::cout << theQuit << '\n';
+        }
+        return;
+    }
     for (const ZELT_ShellTable *const table : theZELTShellTables) {
         for (const ZELT_ShellCommand &command : *table) {
-            std::cout << command.name << (*command.usage ? " " : "") << command.usage << '\n';
+            printUsage(command);
         }
     }
-    std::cout << "quit\n";
+    std::cout << theQuit << '\n';
 }
 
 /// What a value alone doesn't show: `  (animated locked changed)`.
@@ -150,18 +169,21 @@ void type(ZELT_Shell &shell, const ZELT_ShellWords &words)
 void setTime(ZELT_Shell &shell, const ZELT_ShellWords &words)
 {
     double value = 0.0;
-    if (shell.readTime(words, 1, value)) {
+    if (words.size() == 1) {
+        const double frame = shell.getSession().getScene().timeToFrame(shell.getTime());
+        std::cout << ZELTnumber(shell.getTime()) << "  frame " << ZELTnumber(frame) << '\n';
+    } else if (shell.readTime(words, 1, value)) {
         shell.setTime(value);
     }
 }
 
 constexpr ZELT_ShellCommand theCommands[] = {
-    {"help", "", 0, 0, ZELT_SHELL_PLAIN, help},
+    {"help", "[COMMAND]", 0, 1, ZELT_SHELL_PLAIN, help},
     {"list", "[PATTERN]", 0, 1, ZELT_SHELL_PLAIN, list},
     {"tree", "", 0, 0, ZELT_SHELL_PLAIN, tree},
     {"show", "TOKEN", 1, 1, ZELT_SHELL_PLAIN, show},
     {"type", "TOKEN", 1, 1, ZELT_SHELL_PLAIN, type},
-    {"time", "T", 1, 1, ZELT_SHELL_PLAIN, setTime},
+    {"time", "[T]", 0, 1, ZELT_SHELL_PLAIN, setTime},
 };
 
 } // namespace
