@@ -18,6 +18,9 @@
 
 /// What `call` returns. A thread that CPython would end in there stays until the process ends.
 template <class Call>
+#ifdef __GLIBCXX__
+__attribute__((no_sanitize("undefined"))) // there is no object that the handler's reference could be of
+#endif
 auto SNKstayAtEnd(const Call &call) -> decltype(call())
 {
 #ifdef __GLIBCXX__

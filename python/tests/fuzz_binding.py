@@ -449,7 +449,7 @@ def main():
                         calls = file.read().decode("ascii", "replace").split("\n")
                     calls = [call.rstrip("\0 ") for call in calls if call.strip("\0 ")]
                     calls.sort(key=lambda call: int(call.split(":")[0]))
-                    print(*calls[-25:], sep="\n")
+                    print(f"thread {number}:", *calls[-25:], sep="\n")
         return 1 if status else 0
 
 

@@ -103,6 +103,7 @@ def test_locks_refuse(node):
     t.locked = True
     with pytest.raises(zel.EditError):
         t.expression = ("1", "2", "3")
+    with pytest.raises(zel.EditError):
         t.revert()
     t[0].locked = False
     t.revert()
