@@ -209,41 +209,6 @@ TEST(Server, EditsGiveTheText)
     }
 }
 
-/// Positions in lines that are longer than what is counted at once, asked for in the order of the outline.
-TEST(Server, LongLinesHaveTheirPositions)
-{
-    const std::vector<std::string> pieces = {"x", "\xc3\xa9", "\xf0\x9d\x84\x9e", "\xe2\x82\xac"};
-    std::mt19937 random(5);
-    std::string text = "{ name s ";
-    std::vector<std::size_t> names;
-    for (int i = 0; i < 400; ++i) {
-        const bool groupFlag = i % 10 == 0;
-        text += i > 0 && groupFlag ? "}" : "";
-        text += i % 100 == 50 ? "\r\n" : " ";
-        text += groupFlag ? "group { label \"" : "parm { label \"";
-        for (std::size_t count = random() % 60; count > 0; --count) {
-            text += pieces[random() % pieces.size()];
-        }
-        text += "\" name ";
-        names.push_back(text.size());
-        text += "n" + std::to_string(i) + (groupFlag ? "" : " type float }");
-    }
-    text += "} }";
-    for (const bool utf8 : {false, true}) {
-        ServerClient client(utf8 ? "utf-8" : "utf-16");
-        client.open(theUri, text);
-        const Json outline = client.ask("documentSymbol", theUri);
-        std::size_t found = 0;
-        for (const Json &group : outline) {
-            EXPECT_EQ(group["selectionRange"]["start"], positionOf(text, names[found++], utf8));
-            for (const Json &parm : group["children"]) {
-                EXPECT_EQ(parm["selectionRange"]["start"], positionOf(text, names[found++], utf8));
-            }
-        }
-        EXPECT_EQ(found, names.size());
-    }
-}
-
 /// Blanks in many places are one edit, and do the same.
 TEST(Server, VeryManyEditsAreOne)
 {
@@ -268,17 +233,25 @@ TEST(Server, VeryManyEditsAreOne)
     EXPECT_EQ(outline[2999]["name"], "p2999");
 }
 
-/// One long line, whose blocks and findings begin and end in no order.
+/// Lines longer than what is counted at once, whose blocks and findings begin and end in no order.
 TEST(Server, PlacesInOneLine)
 {
-    const std::vector<std::string> labels = {"x", "\xc3\xa9", "\xf0\x9d\x84\x9e", "\xe2\x82\xac y"};
+    const std::vector<std::string> pieces = {"x", "\xc3\xa9", "\xf0\x9d\x84\x9e", "\xe2\x82\xac"};
     std::mt19937 random(7);
-    std::string text = "one\n";
+    std::string text = "\n{ name s ";
     std::vector<std::size_t> begins;
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < 400; ++i) {
+        const bool groupFlag = i % 10 == 0;
+        text += i > 0 && groupFlag ? "}" : "";
+        text += i % 100 == 50 ? "\r\n" : " ";
         begins.push_back(text.size());
-        text += "parm { label \"" + labels[random() % labels.size()] + "\" name a type flaot } ";
+        text += groupFlag ? "group { label \"" : "parm { label \"";
+        for (std::size_t count = random() % 60; count > 0; --count) {
+            text += pieces[random() % pieces.size()];
+        }
+        text += "\" name n" + std::to_string(i) + (groupFlag ? "" : " type flaot }");
     }
+    text += "} }";
     for (const bool utf8 : {false, true}) {
         ServerClient client(utf8 ? "utf-8" : "utf-16");
         client.open(theUri, text);
@@ -293,17 +266,24 @@ TEST(Server, PlacesInOneLine)
                 typos.push_back(finding["range"]);
             }
         }
-        const Json outline = client.ask("documentSymbol", theUri);
-        ASSERT_EQ(outline.size(), begins.size());
-        ASSERT_EQ(typos.size(), begins.size());
-        for (std::size_t i = 0; i < begins.size(); ++i) {
-            EXPECT_EQ(outline[i]["range"]["start"], positionOf(text, begins[i], utf8));
-            EXPECT_EQ(outline[i]["range"]["end"], rangeOf(begins[i], "}")["end"]);
-            Json name = rangeOf(begins[i], "a type");
-            name["end"] = positionOf(text, text.find(" type", begins[i]), utf8);
-            EXPECT_EQ(outline[i]["selectionRange"], name);
-            EXPECT_EQ(typos[i], rangeOf(begins[i], "flaot"));
+        std::size_t found = 0;
+        std::size_t parms = 0;
+        const auto compare = [&](const Json &symbol) {
+            const std::size_t begin = begins.at(found);
+            EXPECT_EQ(symbol["range"]["start"], positionOf(text, begin, utf8));
+            EXPECT_EQ(symbol["selectionRange"], rangeOf(begin, "n" + std::to_string(found)));
+            ++found;
+        };
+        for (const Json &group : client.ask("documentSymbol", theUri)) {
+            compare(group);
+            for (const Json &parm : group["children"]) {
+                EXPECT_EQ(parm["range"]["end"], rangeOf(begins.at(found), "}")["end"]);
+                EXPECT_EQ(typos.at(parms++), rangeOf(begins.at(found), "flaot"));
+                compare(parm);
+            }
         }
+        EXPECT_EQ(found, begins.size());
+        EXPECT_EQ(typos.size(), parms);
     }
 }
 
@@ -443,6 +423,26 @@ TEST(Server, FramesLoseNoMessageAfterAFault)
         EXPECT_EQ(readFrames(bytes, random, faults), sent) << bytes;
         EXPECT_GE(faults, bad);
         EXPECT_EQ(faults == 0, bad == 0);
+    }
+}
+
+/// What is skipped behind a fault ends at the next header, be it as bad: a client hears of each.
+TEST(Server, EachBadHeaderIsTold)
+{
+    std::mt19937 random(8);
+    const std::vector<std::string> lengths = {"", " ", " -4", " x", " 1000000000000", " 12 bytes"};
+    for (int round = 0; round < 100; ++round) {
+        const std::string good = "{\"text\":\"Content-Length: x\"}";
+        std::string bytes;
+        const int count = 1 + int(random() % 6);
+        for (int i = 0; i < count; ++i) {
+            bytes += "Content-Length:" + lengths[random() % lengths.size()] + "\r\n\r\n";
+            bytes += random() % 2 == 0 ? good : "";
+        }
+        int faults = 0;
+        EXPECT_EQ(readFrames(bytes + NOD_MessageFrames::frame(good), random, faults),
+                  std::vector<std::string>{good});
+        EXPECT_EQ(faults, count) << bytes;
     }
 }
 

@@ -10,6 +10,7 @@ namespace
 
 constexpr std::string_view theName = "Content-Length:";
 constexpr std::size_t theLongestHeader = 4096;
+constexpr std::size_t theLongestLine = 64; ///< that is looked for behind a fault
 constexpr std::size_t npos = std::string_view::npos;
 
 bool sameLetters(std::string_view a, std::string_view b)
@@ -20,21 +21,15 @@ bool sameLetters(std::string_view a, std::string_view b)
            });
 }
 
-/// The next line `Content-Length: N` from an offset on. No JSON text has one: line ends in its strings
-/// are escaped.
+/// The next line `Content-Length: ...` from an offset on, whatever its length says. No JSON text has one:
+/// line ends in its strings are escaped, so that a quote comes first.
 std::size_t findHeader(std::string_view bytes, std::size_t from)
 {
     for (std::size_t at = bytes.find(theName, from); at != npos;
          at = bytes.find(theName, at + theName.size())) {
-        std::size_t end = at + theName.size();
-        while (end < bytes.size() && bytes[end] == ' ') {
-            ++end;
-        }
-        const std::size_t number = end;
-        while (end < bytes.size() && BASisDigit(bytes[end])) {
-            ++end;
-        }
-        if (end > number && end < bytes.size() && (bytes[end] == '\r' || bytes[end] == '\n')) {
+        const std::string_view line = bytes.substr(at, theLongestLine);
+        const std::size_t end = line.find_first_of("\r\n\"", theName.size());
+        if (end != npos && line[end] != '"') {
             return at;
         }
     }
@@ -125,7 +120,6 @@ NOD_MessageFrames::Result NOD_MessageFrames::skipToHeader(std::size_t from, cons
     if (found != npos) {
         drop(found);
     } else {
-        constexpr std::size_t theLongestLine = 64;
         drop(bytes.size() -
              std::min({theLongestLine, bytes.size(), bytes.size() - std::min(from, bytes.size())}));
     }
@@ -151,13 +145,13 @@ NOD_MessageFrames::Result NOD_MessageFrames::next(std::string &text)
     const std::string_view bytes = rest();
     const std::size_t end = std::min(bytes.size(), header.size + header.length);
     // It may begin in the message and end behind it.
-    const std::size_t reach = std::min(bytes.size(), end + theName.size() + 16);
+    const std::size_t reach = std::min(bytes.size(), end + theLongestLine);
     const std::size_t inner = findHeader(bytes.substr(0, reach), std::max(mySearched, header.size));
     if (inner < end) {
         return skipToHeader(inner, "the message is shorter than its length", text);
     }
     if (bytes.size() < header.size + header.length) {
-        mySearched = bytes.size() - std::min(bytes.size(), theName.size() + 16);
+        mySearched = bytes.size() - std::min(bytes.size(), theLongestLine);
         return Result::NOTHING;
     }
     text = bytes.substr(header.size, header.length);
