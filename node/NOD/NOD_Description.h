@@ -21,6 +21,7 @@
 #include <vector>
 
 class NOD_Interface;
+class NOD_Node;
 class ZEL_Conditional;
 class ZEL_Template;
 
@@ -153,9 +154,13 @@ struct NOD_API NOD_Description
     std::vector<NOD_DescribedImport> imports;
     std::vector<std::string> obsolete; ///< tokens that are kept apart for old files
     std::vector<NOD_DescribedParm> parms;
+    std::vector<NOD_DescribedParm>
+        spares; ///< of a node; NODdescribe() of an interface leaves it empty
 };
 
 NOD_API NOD_Description NODdescribe(const NOD_Interface &interface);
+/// The spare parameters of a node, which its interface doesn't have.
+NOD_API std::vector<NOD_DescribedParm> NODdescribeSpares(const NOD_Node &node);
 /// Up to the terminator; null is nothing.
 NOD_API std::vector<NOD_DescribedParm> NODdescribe(const ZEL_Template *templates);
 /// One of them, without what it contains.

@@ -183,7 +183,8 @@ void ZELT_Session::addInterfaces(const NOD_Node &node, Firsts &firsts,
         KIT_WorkBuffer buffer;
         const std::string path = node.getFullPath(buffer);
         const std::size_t first = firsts.emplace(script.get(), all.size()).first->second;
-        all.push_back({myFile + (myNode->getParent() ? "" : "?" + path), path, script, first});
+        all.push_back({myFile + (myNode->getParent() ? "" : "?" + path), path, script, first,
+                       NODdescribeSpares(node)});
     }
     if (!myNode->getParent()) {
         for (const auto &child : node.getChildren()) {

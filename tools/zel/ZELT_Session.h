@@ -12,6 +12,7 @@
 
 #include "ZELT_Script.h"
 
+#include <NOD/NOD_Description.h>
 #include <NOD/NOD_FileOptions.h>
 #include <NOD/NOD_Node.h>
 #include <NOD/NOD_Scene.h>
@@ -69,6 +70,7 @@ struct ZELT_NodeInterface
     std::string path; ///< the node's, "" for a script
     ZELT_ScriptPtr script;
     std::size_t first = 0; ///< which one of all was the first of this interface, from 0
+    std::vector<NOD_DescribedParm> spares = {}; ///< parameters of the node alone
 };
 
 class ZELT_Session

@@ -207,5 +207,15 @@ std::string ZELTdescribeTree(const NOD_Description &description)
     for (const std::string &token : description.obsolete) {
         appendLine(out, 0, "obsolete " + token);
     }
+    return out + ZELTdescribeSpares(description.spares);
+}
+
+std::string ZELTdescribeSpares(const std::vector<NOD_DescribedParm> &spares)
+{
+    std::string out;
+    if (!spares.empty()) {
+        appendLine(out, 0, "spare parameters");
+        appendTree(out, spares, 1);
+    }
     return out;
 }

@@ -5,8 +5,10 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 class ZEL_Template;
+struct NOD_DescribedParm;
 struct NOD_Description;
 
 /// The text dump of the type.
@@ -17,3 +19,5 @@ std::string ZELTdescribeLine(const ZEL_Template &description);
 std::string ZELTdescribeTree(const ZEL_Template *templates);
 /// The same of a whole interface, with what only its script says.
 std::string ZELTdescribeTree(const NOD_Description &description);
+/// Those of a node, below a line that says so; "" for none.
+std::string ZELTdescribeSpares(const std::vector<NOD_DescribedParm> &spares);

@@ -2,6 +2,7 @@
 
 #include <KIT/KIT_String.h>
 #include <NOD/NOD_Interface.h>
+#include <NOD/NOD_Node.h>
 #include <NOD/interface/NOD_HelpPagePrivate.h>
 #include <NOD/interface/NOD_TemplateFieldsPrivate.h>
 #include <TRK/TRK_Types.h>
@@ -476,4 +477,15 @@ NOD_Description NODdescribe(const NOD_Interface &interface)
     }
     out.parms = describer.describe(interface.getTemplates(), page);
     return out;
+}
+
+std::vector<NOD_DescribedParm> NODdescribeSpares(const NOD_Node &node)
+{
+    const NOD_SpareParms::Set set = node.getSpareParms().getSet();
+    if (!set) {
+        return {};
+    }
+    std::vector<ZEL_Template> templates = set->templates;
+    templates.emplace_back(); // the terminator
+    return NODdescribe(templates.data());
 }

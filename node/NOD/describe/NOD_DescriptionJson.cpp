@@ -257,8 +257,11 @@ Json dialogJson(const NOD_Description &description)
 
 std::string NODdescriptionJson(const NOD_Description &description)
 {
-    const Json document{{"dialog", dialogJson(description)},
-                        {"parameters", parmsJson(description.parms)}};
+    Json document{{"dialog", dialogJson(description)},
+                  {"parameters", parmsJson(description.parms)}};
+    if (!description.spares.empty()) {
+        document["spares"] = parmsJson(description.spares);
+    }
     std::string out;
     write(out, document, "");
     return out + '\n';

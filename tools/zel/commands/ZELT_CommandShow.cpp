@@ -32,7 +32,13 @@ void printNodesJson(const Interfaces &interfaces)
             json["interfaces"].push_back(
                 ZELT_Json::parse(NODdescriptionJson(NODdescribe(*one.script))));
         }
-        json["nodes"].push_back(ZELT_Json{{"path", one.path}, {"interface", places.back()}});
+        ZELT_Json node{{"path", one.path}, {"interface", places.back()}};
+        if (!one.spares.empty()) {
+            NOD_Description described;
+            described.spares = one.spares;
+            node["spares"] = ZELT_Json::parse(NODdescriptionJson(described))["spares"];
+        }
+        json["nodes"].push_back(std::move(node));
     }
     ZELTprintJson(json);
 }
@@ -47,6 +53,7 @@ void printNodes(const Interfaces &interfaces)
         } else {
             std::cout << ", as " << ZELTprintable(interfaces[one.first].path) << '\n';
         }
+        std::cout << ZELTdescribeSpares(one.spares);
     }
 }
 
@@ -59,7 +66,8 @@ int show(const Call &call, const ZELT_Options &options, ZELT_Messages &messages)
     if (nodesFlag) {
         options.json ? printNodesJson(interfaces) : printNodes(interfaces);
     } else if (!interfaces.empty()) {
-        const NOD_Description description = NODdescribe(*interfaces[0].script);
+        NOD_Description description = NODdescribe(*interfaces[0].script);
+        description.spares = interfaces[0].spares;
         std::cout << (options.json ? NODdescriptionJson(description)
                                    : ZELTdescribeTree(description));
     }
