@@ -430,7 +430,7 @@ TEST(Messages, PlacesInAReadScriptFollowNoLayout)
         for (int i = 0; i < theParms; ++i) {
             const std::string number = std::to_string(i);
             add(i == 4 ? "group { name g" : "");
-            for (const std::string &words :
+            for (const std::string words :
                  {"parm {", "name", "p", "label", "P", "type", "string", "default {"}) {
                 add(words == "p" ? words + number : words);
             }
