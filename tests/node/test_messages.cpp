@@ -416,6 +416,46 @@ std::string corrupted(std::string text, std::mt19937 &random)
 
 } // namespace
 
+/// Where lines of a script that can be read begin says nothing about where its blocks end.
+TEST(Messages, PlacesInAReadScriptFollowNoLayout)
+{
+    const std::vector<std::string> blanks = {" ", "\n", "\n\t", "\n      ", "\n\t\t\t", " // {\n "};
+    std::mt19937 random(9);
+    for (int round = 0; round < 60; ++round) {
+        std::string text = "{ name s";
+        const auto add = [&](const std::string &words) {
+            text += blanks[random() % blanks.size()] + words;
+        };
+        constexpr int theParms = 8;
+        for (int i = 0; i < theParms; ++i) {
+            const std::string number = std::to_string(i);
+            add(i == 4 ? "group { name g" : "");
+            for (const std::string words :
+                 {"parm {", "name", "p", "label", "P", "type", "string", "default {"}) {
+                add(words == "p" ? words + number : words);
+            }
+            add("\"`sin(" + number + "`\"");
+            add("}");
+            add("help help");
+            add("}");
+        }
+        add("} }");
+        NOD_Report report;
+        const auto script = NODcheckScript(text, "s", report);
+        ASSERT_TRUE(script) << text;
+        NODcheckDescription(*script, "s", report);
+        int found = 0;
+        for (const NOD_Message &message : report.getMessages()) {
+            const std::string number = std::to_string(found++);
+            ASSERT_TRUE(message.detail) << text;
+            EXPECT_EQ(message.detail->subject, "p" + number);
+            EXPECT_EQ(std::size_t(message.detail->place.offset), text.find("`sin(" + number) + 6)
+                << text;
+        }
+        EXPECT_EQ(found, theParms);
+    }
+}
+
 TEST(Messages, PlacesLieInTheInputWhateverIsDamaged)
 {
     const std::vector<std::pair<const char *, std::string>> inputs = {

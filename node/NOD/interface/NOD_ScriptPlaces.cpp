@@ -31,9 +31,11 @@ void NOD_ScriptPlaces::open()
         return;
     }
     myParms = NODscriptParms(myScript);
-    myTokens.emplace(myScript.getText(), myScript.getFile(), myScript.getIncludes());
+    // The script was read: its layout says nothing.
+    constexpr auto theDoubt = NOD_ScriptTokens::Doubt::NONE;
+    myTokens.emplace(myScript.getText(), myScript.getFile(), myScript.getIncludes(), theDoubt);
     if (myTokens->isWhole()) {
-        myShape.emplace(*myTokens);
+        myShape.emplace(*myTokens, theDoubt);
         for (const NOD_ScriptShape::Block &block : myShape->getBlocks()) {
             const std::string &file = myTokens->getFileName(block.header);
             const int line = (*myTokens)[block.header].line;
