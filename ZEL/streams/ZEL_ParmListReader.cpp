@@ -83,7 +83,7 @@ void missingToken(const char *token, const char *name, bool astray,
 } // namespace
 
 void ZEL_ParmListReader::unknownParm(const KIT_WorkBuffer &token, const std::string &text,
-                                     bool astray) const
+                                     bool astray)
 {
     // Folder parameters that every old scene contains and no list has.
     const std::string_view view = token.view();
@@ -99,9 +99,16 @@ void ZEL_ParmListReader::unknownParm(const KIT_WorkBuffer &token, const std::str
     }
 }
 
-/// A stream is made by a program: names that differ are those of another version, so none is a fix.
-void ZEL_ParmListReader::addNearest(std::string_view name, KIT_MessageDetail &detail) const
+/// A stream is made by a program: names that differ are those of another version, so none is a fix. A hint
+/// is given as long as there is no more to compare than takes little time.
+void ZEL_ParmListReader::addNearest(std::string_view name, KIT_MessageDetail &detail)
 {
+    constexpr std::size_t theMost = 1000000;
+    detail.found = name;
+    myCompared += std::size_t(myList.getEntries());
+    if (myCompared > theMost) {
+        return;
+    }
     std::vector<std::string> names;
     for (int i = 0; i < myList.getEntries(); ++i) {
         const ZEL_Parm *const parm = myList.getParmPtr(i);
@@ -110,7 +117,6 @@ void ZEL_ParmListReader::addNearest(std::string_view name, KIT_MessageDetail &de
         }
     }
     const std::string *const nearest = KITnearestWord(std::string(name), names);
-    detail.found = name;
     if (nearest) {
         detail.hint = "did you mean '" + *nearest + "'?";
         detail.expected = {*nearest};

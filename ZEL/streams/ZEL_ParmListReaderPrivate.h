@@ -58,9 +58,8 @@ private:
     bool readPacket(KIT_IStream &is, int packetId);
     bool readTextParm(KIT_IStream &is);
     /// `astray` is after a body whose end wasn't found: the token may be no name.
-    void unknownParm(const KIT_WorkBuffer &token, const std::string &text,
-                     bool astray = false) const;
-    void addNearest(std::string_view name, KIT_MessageDetail &detail) const;
+    void unknownParm(const KIT_WorkBuffer &token, const std::string &text, bool astray = false);
+    void addNearest(std::string_view name, KIT_MessageDetail &detail);
 
     ZEL_ParmList &myList;
     const char *myName;
@@ -69,5 +68,6 @@ private:
     ZEL_ParmList::BlockNames myBlocks;
     KIT_MessageSource *mySource = nullptr; // while a stream is read
     int myNext = 0;                        // index after that of the last entry's parameter
+    std::size_t myCompared = 0;            // names, with those that the list lacks
     KIT_WorkBuffer myToken;                // of the entry, until the next one in a binary stream
 };

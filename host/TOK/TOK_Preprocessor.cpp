@@ -11,14 +11,6 @@
 namespace
 {
 
-/// The same text for every path to one file; empty if the file doesn't exist.
-std::string identityOf(const std::string &path)
-{
-    std::error_code fault;
-    const std::filesystem::path whole = std::filesystem::canonical(path, fault);
-    return fault ? std::string() : whole.string();
-}
-
 bool isPlainFile(const std::string &path)
 {
     std::error_code fault;
@@ -384,6 +376,19 @@ void TOK_Preprocessor::runInclude(std::string_view rest)
     }
 }
 
+/// The same text for every path to one file; empty if the file doesn't exist. A file that is included ten
+/// thousand times has its links followed once.
+const std::string &TOK_Preprocessor::identityOf(const std::string &path)
+{
+    const auto at = myIdentities.find(path);
+    if (at != myIdentities.end()) {
+        return at->second;
+    }
+    std::error_code fault;
+    const std::filesystem::path whole = std::filesystem::canonical(path, fault);
+    return myIdentities.emplace(path, fault ? std::string() : whole.string()).first->second;
+}
+
 std::string TOK_Preprocessor::findInclude(const std::string &path, bool beside) const
 {
     std::vector<std::string> candidates;
@@ -404,14 +409,14 @@ std::string TOK_Preprocessor::findInclude(const std::string &path, bool beside) 
     return found == candidates.end() ? std::string() : *found;
 }
 
-bool TOK_Preprocessor::mayInclude(const std::string &path) const
+bool TOK_Preprocessor::mayInclude(const std::string &path)
 {
     if (!myConfinedFlag) {
         return true;
     }
-    const std::string file = identityOf(path);
-    const auto holds = [&file](const std::string &folder) {
-        const std::string whole = identityOf(folder);
+    const std::string &file = identityOf(path);
+    const auto holds = [&](const std::string &folder) {
+        const std::string &whole = identityOf(folder);
         return !whole.empty() && startsWith(file, whole.back() == '/' ? whole : whole + '/');
     };
     const std::string first = mySources.front()->fileName;
@@ -422,9 +427,9 @@ bool TOK_Preprocessor::mayInclude(const std::string &path) const
            std::any_of(myPath.begin(), myPath.end(), holds);
 }
 
-bool TOK_Preprocessor::isBeingRead(const std::string &path) const
+bool TOK_Preprocessor::isBeingRead(const std::string &path)
 {
-    const std::string identity = identityOf(path);
+    const std::string &identity = identityOf(path);
     return std::any_of(mySources.begin(), mySources.end(), [&](const auto &source) {
         return !source->macro && source->identity == identity;
     });

@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -103,9 +104,10 @@ private:
     Group *currentGroup(const char *word);
 
     std::string findInclude(const std::string &path, bool beside) const;
-    bool mayInclude(const std::string &path) const;
+    const std::string &identityOf(const std::string &path);
+    bool mayInclude(const std::string &path);
     void includeFile(const std::string &path);
-    bool isBeingRead(const std::string &path) const;
+    bool isBeingRead(const std::string &path);
     bool expandMacro(std::string_view word);
 
     static void describe(const Source &source, const char *begin, int line, TOK_Place &place);
@@ -139,7 +141,8 @@ private:
     int myIncludes = 0;
     size_t myIncludeBytes = 0;
     size_t myRepeatedBytes = 0;
-    std::unordered_set<std::string> myIncluded; // identities
+    std::unordered_map<std::string, std::string> myIdentities; // of paths
+    std::unordered_set<std::string> myIncluded;                // identities
     size_t myMacroBytes = 0;
     bool myBesideFlag = true;
     bool mySearchFlag = true;

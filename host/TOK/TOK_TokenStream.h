@@ -71,7 +71,7 @@ struct TOK_Limits
     static constexpr int theIncludes = 10000;                  ///< files read in all; ends the text
     static constexpr size_t theIncludeBytes = size_t{1} << 28; ///< of those; ends the text
     /// The part of them that is read again: it costs its script no bytes. Ends the text.
-    static constexpr size_t theRepeatedBytes = size_t{1} << 24;
+    static constexpr size_t theRepeatedBytes = size_t{1} << 22;
     static constexpr int theMacroDepth = 64;                 ///< nested macros
     static constexpr size_t theMacroBytes = size_t{1} << 24; ///< macro text read; ends the text
     static constexpr size_t theConditionDepth = 256;         ///< nested #if; ends the text

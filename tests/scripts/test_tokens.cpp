@@ -431,7 +431,7 @@ TEST(Tokens, LimitsEndTheTextWithAMessageThatNamesThem)
         folder.write("root.ds", repeated("#include \"one.ds\"\n", 10001) + "x");
     // The first reading of a file costs its author its bytes, the next ones none.
     folder.write("large.ds", std::string(1 << 20, ' '));
-    const std::string again = folder.write("again.ds", repeated("#include \"large.ds\"\n", 17) +
+    const std::string again = folder.write("again.ds", repeated("#include \"large.ds\"\n", 5) +
                                                            "x\n#include \"large.ds\"\ny");
     const auto read = [](const std::string &file, const char *tokens) {
         const KIT_ErrorManager::Scope scope(1);
@@ -441,6 +441,6 @@ TEST(Tokens, LimitsEndTheTextWithAMessageThatNamesThem)
         return told.entries() == 1 ? std::string(told.getError(0).text.c_str()) : "";
     };
     EXPECT_EQ(read(root, ""), root + "(10001): more files are included than the limit of 10000");
-    EXPECT_EQ(read(again, "x"), again + "(19): files that are included again are larger than the "
-                                        "limit of 16777216 bytes");
+    EXPECT_EQ(read(again, "x"), again + "(7): files that are included again are larger than the "
+                                        "limit of 4194304 bytes");
 }

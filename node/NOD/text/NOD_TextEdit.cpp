@@ -11,6 +11,7 @@
 #include <KIT/KIT_Nearest.h>
 #include <KIT/KIT_String.h>
 #include <KIT/KIT_WorkBuffer.h>
+#include <NOD/NOD_Batch.h>
 #include <NOD/NOD_Edit.h>
 #include <NOD/NOD_ExpressionCheck.h>
 #include <NOD/NOD_Node.h>
@@ -543,6 +544,7 @@ std::vector<std::string> NODordinalWords(const ZEL_Parm &parm)
 void NODgrowBlocks(NOD_Node &node, double time)
 {
     const ZEL_InputBudget budget(0);
+    const NOD_Batch batch(node); // the graph looks for references once, not after each block
     ZEL_ParmList &parms = node.getParms();
     // The items of a block may hold blocks of their own, which come after it in the list.
     for (int i = 0; i < parms.getEntries(); ++i) {

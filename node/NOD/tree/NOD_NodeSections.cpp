@@ -74,13 +74,33 @@ void appendWithItems(ZEL_ParmList &list, ZEL_Parm &parm, Parms &out)
     }
 }
 
-/// Ranks of words: of channels' names by the parameters' order.
+/// Ranks of words: of channels' names by the parameters' order. Most nodes have nothing to sort, so the names
+/// are only collected for those that do.
 class Ranks
 {
 public:
-    explicit Ranks(const Parms &parms)
+    explicit Ranks(const Parms &parms) : myParms(parms) {}
+
+    /// Pieces of a text, each with its name, in order.
+    void sort(std::vector<std::pair<std::string, std::string_view>> &pieces)
     {
-        for (const ZEL_Parm *parm : parms) {
+        if (pieces.size() < 2) {
+            return;
+        }
+        collect();
+        const auto less = [&](const auto &a, const auto &b) { return isLess(a.first, b.first); };
+        if (!std::is_sorted(pieces.begin(), pieces.end(), less)) {
+            std::stable_sort(pieces.begin(), pieces.end(), less);
+        }
+    }
+
+private:
+    void collect()
+    {
+        if (!myRanks.empty()) {
+            return;
+        }
+        for (const ZEL_Parm *parm : myParms) {
             for (int k = 0; k < parm->getVectorSize(); ++k) {
                 myRanks.emplace(parm->getChannelToken(k).view(), myRanks.size());
             }
@@ -98,16 +118,7 @@ public:
         return first->second < second->second;
     }
 
-    /// Pieces of a text, each with its name, in order.
-    void sort(std::vector<std::pair<std::string, std::string_view>> &pieces) const
-    {
-        const auto less = [&](const auto &a, const auto &b) { return isLess(a.first, b.first); };
-        if (!std::is_sorted(pieces.begin(), pieces.end(), less)) {
-            std::stable_sort(pieces.begin(), pieces.end(), less);
-        }
-    }
-
-private:
+    const Parms &myParms;
     std::unordered_map<std::string, std::size_t> myRanks;
 };
 
@@ -119,7 +130,7 @@ std::string wordAt(std::string_view text, std::size_t at)
 
 /// A text whose pieces each begin with a line of that beginning and a name, between a head and a last
 /// line, with the pieces in order.
-std::string inOrder(const std::string &text, std::string_view beginning, const Ranks &ranks)
+std::string inOrder(const std::string &text, std::string_view beginning, Ranks &ranks)
 {
     const std::string mark = "\n" + std::string(beginning);
     const std::size_t first = text.find(mark);
@@ -166,7 +177,7 @@ std::string sparesOf(const NOD_Node &node, NOD_Report &report)
     return text;
 }
 
-std::string channelsOf(NOD_Node &node, const Ranks &ranks)
+std::string channelsOf(NOD_Node &node, Ranks &ranks)
 {
     constexpr const char *theNone = "channels 1.0\n{\n}\n";
     const std::string text = textOf([&](std::ostream &os) { node.getChannels().save(os); });
@@ -336,7 +347,7 @@ NOD_NodeSections NOD_NodeSections::take(NOD_Node &node, Form form, NOD_Report &r
         report.error("spares", "the spare parameters of a node whose type is missing aren't saved");
         return taken;
     }
-    const Ranks ranks(parms);
+    Ranks ranks(parms);
     taken.spares = sparesOf(node, report);
     {
         // A save stops at an error that is still in the error manager.

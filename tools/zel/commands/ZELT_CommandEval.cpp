@@ -15,6 +15,7 @@
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/NOD_TimeText.h>
 #include <TRK/TRK_EvalContext.h>
+#include <ZEL/ZEL_ChoiceList.h>
 #include <ZEL/ZEL_InputBudget.h>
 #include <ZEL/ZEL_Parm.h>
 
@@ -23,6 +24,7 @@
 #include <cmath>
 #include <future>
 #include <iostream>
+#include <memory>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -48,18 +50,42 @@ struct Rows
 // Columns: components
 // -------------------------------------------------------------------- //
 
+using Words = std::vector<std::string>;
+
+/// The words of menus (NODordinalWords). Parameters that one menu follows each other with, as the items of a block, share
+/// them: there may be as many as there are entries.
+class MenuWords
+{
+public:
+    std::shared_ptr<const Words> of(const ZEL_Parm &parm)
+    {
+        const ZEL_ChoiceList *const menu =
+            parm.getType().isOrdinalType() ? parm.getChoiceListPtr() : nullptr;
+        if (!menu || menu != myMenu) {
+            myWords = std::make_shared<const Words>(NODordinalWords(parm));
+            myMenu =
+                menu && menu->getStaticSize() > 0 ? menu : nullptr; // others are asked each time
+        }
+        return myWords;
+    }
+
+private:
+    const ZEL_ChoiceList *myMenu = nullptr;
+    std::shared_ptr<const Words> myWords;
+};
+
 /// A component by the name of its parameter, which the item of a block may lose while it evaluates.
 struct Column
 {
     NOD_Place place;     ///< of one component
     std::string name;    ///< of the parameter; with its node's path, if there are several nodes
     std::string heading; ///< of the component: its channel's name, in the same way
-    std::vector<std::string> words; ///< what a number stands for; none where it is a number
+    std::shared_ptr<const Words> words; ///< what a number stands for; none where it is a number
 };
 
 using Columns = std::vector<Column>;
 
-void addColumns(const NOD_Place &place, const std::string &path, bool numbersFlag, Columns &columns)
+void addColumns(const NOD_Place &place, const std::string &path, MenuWords *words, Columns &columns)
 {
     const ZEL_Parm *const parm = place.find();
     for (int i = place.first; parm && i < place.end; ++i) {
@@ -70,7 +96,7 @@ void addColumns(const NOD_Place &place, const std::string &path, bool numbersFla
         column.name = path + parm->getToken();
         column.heading =
             parm->getVectorSize() > 1 ? path + parm->getChannelToken(i).nonNullStr() : column.name;
-        column.words = numbersFlag ? std::vector<std::string>() : NODordinalWords(*parm);
+        column.words = words ? words->of(*parm) : std::make_shared<const Words>();
         columns.push_back(std::move(column));
     }
 }
@@ -101,8 +127,9 @@ bool findColumns(ZELT_Session &session, const std::vector<std::string> &addresse
         }
     }
     messages.add(report);
+    MenuWords words;
     for (const NOD_Place &place : places) {
-        addColumns(place, pathOf(session, *place.node), numbersFlag, columns);
+        addColumns(place, pathOf(session, *place.node), numbersFlag ? nullptr : &words, columns);
     }
     return !report.hasErrors();
 }
@@ -276,7 +303,7 @@ std::string csvField(const std::string &text)
 std::string csvCell(const Column &column, const ZELT_Cell &cell, bool failedFlag)
 {
     const auto *const text = std::get_if<std::string>(&cell);
-    return failedFlag ? "" : csvField(text ? *text : ZELTwordText(column.words, cell, false));
+    return failedFlag ? "" : csvField(text ? *text : ZELTwordText(*column.words, cell, false));
 }
 
 class Output
@@ -291,7 +318,7 @@ public:
     {
         std::vector<std::vector<std::string>> text;
         for (std::size_t i = 0; i < myColumns.size(); ++i) {
-            const std::string cell = ZELTwordText(myColumns[i].words, myTable.cells[i], failed(i));
+            const std::string cell = ZELTwordText(*myColumns[i].words, myTable.cells[i], failed(i));
             if (i > 0 && isSameParm(myColumns[i - 1], myColumns[i])) {
                 text.back().back() += ' ' + cell;
             } else {
@@ -312,7 +339,8 @@ public:
                                           timeText(myRows.time(row))};
             for (std::size_t i = 0; i < myColumns.size(); ++i) {
                 const std::size_t cell = cellOf(row, i);
-                line.push_back(ZELTwordText(myColumns[i].words, myTable.cells[cell], failed(cell)));
+                line.push_back(
+                    ZELTwordText(*myColumns[i].words, myTable.cells[cell], failed(cell)));
             }
             text.push_back(std::move(line));
         }
@@ -403,7 +431,7 @@ private:
         ZELT_Json errors = ZELT_Json::array();
         for (std::size_t i = 0; i < myColumns.size(); ++i) {
             const std::size_t cell = cellOf(row, i);
-            const std::string *const word = ZELTwordOf(myColumns[i].words, myTable.cells[cell]);
+            const std::string *const word = ZELTwordOf(*myColumns[i].words, myTable.cells[cell]);
             json["values"].push_back(word ? ZELT_Json(*word) : ZELTcellJson(myTable.cells[cell]));
             errors.push_back(myTable.errors[cell]);
             failedFlag = failedFlag || failed(cell);
