@@ -182,12 +182,16 @@ void tellReaders(const std::string &input, const NOD_ValueFile &file,
         return;
     }
     NOD_Report ignored; // it is another node that is written
+    NOD_Report found;
     NOD_Scene scene;
-    const std::vector<std::string> paths = file.findNodes(ignored);
-    if (!paths.empty() &&
-        NOD_SceneFile::load(scene, input.substr(0, NOD_ValueFile::findSection(input)),
-                            ZELTloadOptions(), ignored)) {
-        NODtellFormerReaders(scene, paths[0], renames, report);
+    const std::string path = input.substr(0, NOD_ValueFile::findSection(input));
+    const std::vector<std::string> nodes = file.findNodes(ignored);
+    if (!nodes.empty() && NOD_SceneFile::load(scene, path, ZELTloadOptions(), ignored)) {
+        NODtellFormerReaders(scene, nodes[0], renames, found);
+    }
+    for (NOD_Message message : found.getMessages()) {
+        message.file = path;
+        report.add(std::move(message));
     }
 }
 
