@@ -36,6 +36,8 @@ public:
     bool isEqual(const NOD_Record &record) const { return myEqual.count(&record) != 0; }
     /// Of one that has a partner in the partner of its parent.
     bool stays(const NOD_Record &record) const { return myMoved.count(&record) == 0; }
+    /// Pairs of nodes and declarations that were compared in all they have, to find some under other names.
+    std::size_t getComparisonCount() const { return myComparisons; }
 
 private:
     using Records = std::vector<const NOD_Record *>;
@@ -53,6 +55,7 @@ private:
     void findMovedAmong(const Records &left, const NOD_Record &right);
 
     const NOD_CompareOptions &myOptions;
+    std::size_t myComparisons = 0;
     std::unordered_map<const NOD_Record *, const NOD_Record *> myPartners; ///< of both sides
     std::unordered_set<const NOD_Record *> myEqual;
     std::unordered_set<const NOD_Record *> myMoved;

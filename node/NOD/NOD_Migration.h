@@ -38,6 +38,7 @@ class NOD_MigrationMap;
 class NOD_Node;
 class NOD_ParmRenames;
 class NOD_Report;
+class NOD_Scene;
 class ZEL_Template;
 
 class NOD_API NOD_Migration
@@ -70,6 +71,8 @@ public:
         std::string asText() const;
     };
     using Entries = std::vector<Entry>;
+    /// What references call parameters and components: present names by former ones.
+    using Names = std::unordered_map<std::string, std::string>;
 
     /// "carried" and so on.
     static const char *getFateName(Fate fate);
@@ -108,6 +111,8 @@ public:
     ///@{
     const Entries &getEntries() const { return myEntries; }
     int count(Fate fate) const;
+    /// Those that are called otherwise now.
+    const Names &getRenames() const { return myRenamed; }
     /// Whether a value that was set is lost or changed.
     bool hasLoss() const;
     ///@}
@@ -126,4 +131,12 @@ private:
     std::unordered_map<std::string, std::string> myPresentNames; ///< of renames, by the former name
     std::unordered_map<std::string, std::string> myFormerNames;
     Entries myEntries;
+    Names myRenamed;
 };
+
+/// A warning for each node of a scene that reads values of the node at `path` by names that they have lost where that node
+/// was migrated alone; `renames` are those of each version on the way. The scene is one to be thrown away: its references
+/// get the present names.
+NOD_API void NODtellFormerReaders(NOD_Scene &scene, const std::string &path,
+                                  const std::vector<NOD_Migration::Names> &renames,
+                                  NOD_Report &report);

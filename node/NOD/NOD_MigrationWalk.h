@@ -31,6 +31,7 @@ public:
         std::string from;
         std::string to;
         NOD_Migration::Entries entries;
+        NOD_Migration::Names renames;
     };
 
     /// With it what can't be undone on the way down is left out, with a warning.

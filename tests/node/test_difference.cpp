@@ -14,6 +14,8 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
+#include <random>
 #include <set>
 
 namespace
@@ -398,6 +400,51 @@ TEST(Difference, NodesAreFoundUnderOtherNamesAndInOtherPlaces)
     // Out of one that is removed, into one that is new.
     EXPECT_EQ(told("/a abc /a/k uvw", "/b xyz /b/k uvw"),
               "node removed /a\nnode added /b\nnode moved /b/k from /a/k\n");
+}
+
+/// Values that tell a node from most others, of which some change while all nodes get other names.
+TEST(Difference, ManyNodesAreRenamedAndChangedAtOnce)
+{
+    constexpr int nodes = 5000;
+    constexpr int parms = 8;
+    std::mt19937 random(7);
+    const auto value = [&] { return double(random() % 20000); };
+    NOD_Record former(NOD_RecordKind::DOCUMENT);
+    NOD_Record present(NOD_RecordKind::DOCUMENT);
+    std::vector<int> order(nodes);
+    std::iota(order.begin(), order.end(), 0);
+    std::shuffle(order.begin(), order.end(), random);
+    const auto add = [](NOD_Record &top, const std::string &name,
+                        const std::array<double, parms> &values) {
+        NOD_Record &contents = top.add(NOD_RecordKind::NODE, name).add(NOD_RecordKind::CONTENTS);
+        contents.add(NOD_RecordKind::TYPE, "", std::string("lamp"));
+        for (int i = 0; i < parms; ++i) {
+            contents.add(NOD_RecordKind::PARM, "p" + std::to_string(i))
+                .add(NOD_RecordKind::VALUE, "0", values[std::size_t(i)]);
+        }
+    };
+    std::vector<std::array<double, parms>> all(nodes);
+    for (int i = 0; i < nodes; ++i) {
+        std::generate(all[std::size_t(i)].begin(), all[std::size_t(i)].end(), value);
+        add(former, "n" + std::to_string(i), all[std::size_t(i)]);
+    }
+    for (const int i : order) {
+        std::array<double, parms> values = all[std::size_t(i)];
+        values[random() % parms] = -1.0;
+        values[random() % parms] = -2.0;
+        add(present, "m" + std::to_string(i), values);
+    }
+    const NOD_Matching there(former, present);
+    const NOD_Matching back(present, former);
+    for (const auto &node : former.getParts()) {
+        const NOD_Record *const partner = there.partnerOf(*node);
+        ASSERT_TRUE(partner) << node->getName();
+        EXPECT_EQ(partner->getName().substr(1), node->getName().substr(1));
+        EXPECT_EQ(back.partnerOf(*node), partner);
+    }
+    // A few of all 25 million pairs.
+    EXPECT_GE(there.getComparisonCount(), std::size_t(nodes));
+    EXPECT_LE(there.getComparisonCount(), std::size_t(nodes) * 10);
 }
 
 TEST(Difference, ScriptsByDeclaration)

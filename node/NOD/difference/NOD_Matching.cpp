@@ -485,6 +485,7 @@ void NOD_Matching::pairAlike(const Records &allLeft, const Records &allRight)
         if (!mayBeSame(a, b)) {
             return;
         }
+        ++myComparisons;
         double likeness = NODlikeness(a, b, myOptions) + (nearFlag ? 0.2 : 0.0);
         if (a.getKind() == Kind::DECLARATION) {
             likeness = (likeness + namesLikeness(a, b)) / 2.0;

@@ -7,10 +7,12 @@
 #include <NOD/NOD_NodeSections.h>
 #include <NOD/NOD_NodeState.h>
 #include <NOD/NOD_Report.h>
+#include <NOD/NOD_Scene.h>
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/migration/NOD_MigrationComponentsPrivate.h>
 #include <NOD/migration/NOD_MigrationConvertPrivate.h>
 #include <NOD/text/NOD_NumberTextPrivate.h>
+#include <NOD/tree/NOD_GraphWalkPrivate.h>
 #include <NOD/tree/NOD_LoadingPrivate.h>
 #include <NOD/tree/NOD_ParmRenamesPrivate.h>
 #include <ZEL/ZEL_InputBudget.h>
@@ -21,6 +23,7 @@
 
 #include <algorithm>
 #include <set>
+#include <unordered_set>
 #include <utility>
 
 namespace
@@ -370,6 +373,7 @@ NOD_ParmRenames::Names NOD_Migration::Run::findRenames() const
 void NOD_Migration::Run::rename(NOD_Node &former, NOD_Edit &edit)
 {
     const NOD_ParmRenames::Names names = findRenames();
+    myMigration.myRenamed = names;
     NOD_ParmRenames renames;
     renames.add(myNode, names);
     for (Former &one : myFormer) {
@@ -576,6 +580,7 @@ bool NOD_Migration::run(NOD_Node &node, const ZEL_Template *templates, double ti
                         NOD_Report &report, const Renew &renew)
 {
     myEntries.clear();
+    myRenamed.clear();
     if (!checkNames(node, templates, report)) {
         return false;
     }
@@ -598,4 +603,30 @@ bool NOD_Migration::run(NOD_Node &node, const ZEL_Template *templates, double ti
     }
     work.tell();
     return true;
+}
+
+void NODtellFormerReaders(NOD_Scene &scene, const std::string &path,
+                          const std::vector<NOD_Migration::Names> &renames, NOD_Report &report)
+{
+    NOD_Node *const target = scene.getRoot().findNode(path.c_str());
+    NOD_ParmRenames all;
+    for (const NOD_Migration::Names &names : renames) {
+        if (target && !names.empty()) {
+            all.add(*target, names);
+        }
+    }
+    if (all.isEmpty()) {
+        return;
+    }
+    std::unordered_map<NOD_Node *, NOD_Node::Sections> kept;
+    NODforEachNode(scene.getRoot(),
+                   [&](NOD_Node &node) { kept.emplace(&node, node.getKeptSections()); });
+    std::unordered_set<NOD_Node *> readers;
+    all.rewriteOthers([&](NOD_Node &node, ZEL_Parm &) { readers.insert(&node); });
+    NODforEachNode(scene.getRoot(), [&](NOD_Node &node) {
+        if (readers.count(&node) != 0 || node.getKeptSections() != kept[&node]) {
+            report.warning(NODpathOf(node),
+                           "reads values of " + path + " by names that they no longer have");
+        }
+    });
 }

@@ -76,7 +76,8 @@ bool NOD_MigrationWalk::run(NOD_Node &node, const NOD_MigrationMap &map, int fro
         }
         myLossFlag = myLossFlag || migration.hasLoss();
         node.setTypeVersion(version.name);
-        myStages.push_back({map.getVersions()[here].name, version.name, migration.getEntries()});
+        myStages.push_back({map.getVersions()[here].name, version.name, migration.getEntries(),
+                            migration.getRenames()});
     }
     return true;
 }

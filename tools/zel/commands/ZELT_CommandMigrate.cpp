@@ -14,6 +14,7 @@
 #include <NOD/NOD_PresetText.h>
 #include <NOD/NOD_Report.h>
 #include <NOD/NOD_Scene.h>
+#include <NOD/NOD_SceneFile.h>
 #include <NOD/NOD_TextEdit.h>
 #include <NOD/NOD_ValueFile.h>
 
@@ -157,6 +158,43 @@ void print(const NOD_MigrationWalk &walk, bool jsonFlag, std::ostream &os)
     }
 }
 
+std::vector<NOD_Migration::Names> renamesOf(const NOD_Migration &migration)
+{
+    return {migration.getRenames()};
+}
+
+std::vector<NOD_Migration::Names> renamesOf(const NOD_MigrationWalk &walk)
+{
+    std::vector<NOD_Migration::Names> renames;
+    for (const NOD_MigrationWalk::Stage &stage : walk.getStages()) {
+        renames.push_back(stage.renames);
+    }
+    return renames;
+}
+
+/// What of the scene goes on reading the node's values by their former names.
+void tellReaders(const std::string &input, const NOD_ValueFile &file,
+                 const std::vector<NOD_Migration::Names> &renames, NOD_Report &report)
+{
+    const bool anyFlag = std::any_of(renames.begin(), renames.end(),
+                                     [](const auto &names) { return !names.empty(); });
+    if (!anyFlag || file.getKind() != NOD_FileKind::SCENE || input == "-") {
+        return;
+    }
+    NOD_Report ignored; // it is another node that is written
+    NOD_Report found;
+    NOD_Scene scene;
+    const std::string path = input.substr(0, NOD_ValueFile::findSection(input));
+    const std::vector<std::string> nodes = file.findNodes(ignored);
+    if (!nodes.empty() && NOD_SceneFile::load(scene, path, ZELTloadOptions(), ignored)) {
+        NODtellFormerReaders(scene, nodes[0], renames, found);
+    }
+    for (NOD_Message message : found.getMessages()) {
+        message.file = path;
+        report.add(std::move(message));
+    }
+}
+
 /// Writes what the node has now, unless something is lost; the account says what.
 template <class Account>
 int finish(const Call &call, const std::string &input, NOD_Scene &scene, NOD_Node *node,
@@ -164,6 +202,9 @@ int finish(const Call &call, const std::string &input, NOD_Scene &scene, NOD_Nod
            const ZELT_Options &options, ZELT_Messages &messages)
 {
     std::ostringstream os;
+    if (good) {
+        tellReaders(input, file, renamesOf(account), report);
+    }
     good = good && (call.dryFlag || write(scene, *node, file, call, os, report));
     messages.add(report);
     messages.takeErrors("");
