@@ -189,6 +189,14 @@ TEST(Explanation, TellsTheWay)
         "/a/tz = 0 at frame 1, by ch(\"/gone/x\"); moved by error; fails: An expression refers to an unknown channel\n"
         "  /gone, which isn't there\n");
 
+    std::string readers;
+    const auto read = scene.snapshot();
+    const NOD_ReadGraph graph(*read, 1.0, BASgetSTID());
+    for (const NOD_SnapshotHandle &reader : graph.findReaders(read->find("/a", "t", 1))) {
+        readers += read->getAddress(reader) + " ";
+    }
+    EXPECT_EQ(readers, "/a/tx /a/text ");
+
     drive(b, "t", 0, "ch(\"ty\")");
     drive(b, "t", 1, "ch(\"tz\")");
     drive(b, "t", 2, "ch(\"tx\")");

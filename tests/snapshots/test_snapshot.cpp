@@ -150,6 +150,30 @@ TEST(Snapshot, AnswersWhatTheSceneDid)
     takeMessages();
 }
 
+/// Their numbers lie side by side.
+TEST(Snapshot, NeighboursHaveNumbersOfTheirOwn)
+{
+    constexpr int theNodes = 5000; // more than one piece of memory
+    NOD_Scene scene;
+    NOD_Report report;
+    const auto type =
+        NOD_Interface::fromText("{ name a parm { name t type vector size 3 } }", "a", report);
+    for (int i = 0; i < theNodes; ++i) {
+        NOD_Node *const node = scene.add("/n" + std::to_string(i), type, report);
+        for (int k = 0; k < 3; ++k) {
+            node->getParms().setFloat(3.0 * i + k + 1.0, "t", k, 0.0, false);
+        }
+    }
+    const auto snapshot = scene.snapshot();
+    double expected = 0.0;
+    for (int i = 0; i < theNodes; ++i) {
+        for (int k = 0; k < 3; ++k) {
+            const NOD_SnapshotHandle handle = snapshot->find("/n" + std::to_string(i), "t", k);
+            ASSERT_EQ(snapshot->getNumber(handle, 0.0, BASgetSTID()), ++expected);
+        }
+    }
+}
+
 TEST(Snapshot, SaysHowLongValuesHold)
 {
     const int thread = BASgetSTID();
