@@ -78,8 +78,9 @@ void Differences::compareFields(const std::string &token, const NOD_TemplateFiel
             tell(token, field + " is missing: " + text);
         } else if (found->second != text && !endsWith(text, " " + found->second)) {
             const bool wordsFlag = wordsOf(field, found->second) != wordsOf(field, text);
-            const auto shown = [&](const std::string &value) {
-                return wordsFlag ? wordsOf(field, value) : value;
+            // By a name of its own: Clang 14 captures no parts of a pair.
+            const auto shown = [&, &name = field](const std::string &value) {
+                return wordsFlag ? wordsOf(name, value) : value;
             };
             tell(token, field + " is " + shown(found->second) + ", not " + shown(text));
         }
