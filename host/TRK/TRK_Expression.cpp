@@ -46,8 +46,8 @@ int64_t TRK_EvalShare::restart(int64_t steps, int64_t first)
     advance(steps);
     const int64_t left =
         BAS_Interrupt::isRequested() ? 0 : myLeft.load(std::memory_order_relaxed) - myUsed;
-    mySteps = std::max(
-        first, TRK_Limits::theSteps - std::clamp<int64_t>(left, 0, TRK_Limits::theSteps));
+    mySteps =
+        std::max(first, TRK_Limits::theSteps - std::clamp<int64_t>(left, 0, TRK_Limits::theSteps));
     return mySteps;
 }
 
