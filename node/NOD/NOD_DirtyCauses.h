@@ -22,6 +22,7 @@ struct NOD_API NOD_DirtyCause
     std::string label;
 };
 
-/// The changed ones among what it reads, directly and on the way, or itself; none for one that is clean.
+/// The changed ones among what it reads, directly and on the way, or itself. None for one that is clean, and where all that
+/// is dirty reads each other (NOD_Graph::findCycle).
 NOD_API std::vector<NOD_DirtyCause> NODfindDirtyCauses(NOD_Scene &scene, NOD_Node &node,
                                                        int parmIndex, int component);

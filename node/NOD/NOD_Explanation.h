@@ -13,7 +13,7 @@
 /// Errors:     what can't be evaluated has the value that a read gives, and its EVL number. What a reference doesn't
 ///             find is a value, too, of source LOST.
 /// Cost:       an evaluation of each component on the way at each time that is read, each with all that it reads, and
-///             one of how long it holds.
+///             one of how long it holds. TRK_EvalContext::Work bounds all of it.
 #pragma once
 
 #include <NOD/NOD_API.h>

@@ -32,12 +32,11 @@ public:
     std::vector<NOD_SnapshotHandle> findReaders(const NOD_SnapshotHandle &handle) const;
     /// In the DOT language: nodes with their components and values, an edge from what is read to what reads it. What
     /// moves in time has a double edge; what can't be evaluated is red.
-    std::string asDOT() const;
+    std::string asDOT(int thread) const;
 
 private:
     const NOD_Snapshot &mySnapshot;
     const double myTime;
-    const int myThread;
     std::vector<NOD_SnapshotHandle> myComponents;
     std::unordered_map<const void *, std::uint32_t>
         myPlaces;                                      ///< of components, by their own places

@@ -11,6 +11,7 @@
 #include <TRK/TRK_Manager.h>
 
 #include <algorithm>
+#include <functional>
 #include <unordered_map>
 
 using Source = NOD_ExplainedValue::Source;
@@ -134,7 +135,7 @@ void NOD_Explainer::evaluate(std::size_t number)
     } else {
         evaluateOrphan(place, value);
     }
-    for (const Place &read : std::vector<Place>(std::move(myReads))) {
+    for (const Place &read : myReads) {
         const std::size_t at = add(read);
         const bool knownFlag =
             std::find(value.reads.begin(), value.reads.end(), at) != value.reads.end();
@@ -304,12 +305,11 @@ void NOD_Explainer::putInOrder(std::vector<NOD_SnapshotHandle> &handles) const
     for (std::size_t i = 0; i < order.size(); ++i) {
         ranks.emplace(order[i], i);
     }
-    const auto key = [&](const NOD_SnapshotHandle &handle) {
-        return std::tuple(ranks[handle.getNode()], handle.getParm(),
-                          mySnapshot.getComponent(handle));
-    };
-    std::sort(handles.begin(), handles.end(),
-              [&](const auto &a, const auto &b) { return key(a) < key(b); });
+    // A node's numbers lie in the order of its parameters.
+    std::sort(handles.begin(), handles.end(), [&](const auto &a, const auto &b) {
+        return a.getNode() != b.getNode() ? ranks[a.getNode()] < ranks[b.getNode()]
+                                          : std::less<>()(a.getPlace(), b.getPlace());
+    });
     handles.erase(std::unique(handles.begin(), handles.end()), handles.end());
 }
 
@@ -333,9 +333,8 @@ std::string NOD_Explainer::addressOf(const Place &place) const
     if (!place.node) {
         return place.name;
     }
-    const std::string path = mySnapshot.myTree->pathOf(place.node->getPlace());
-    const std::string_view name = place.component.parm >= 0
-                                      ? place.node->getLayout().nameOf(place.component)
-                                      : std::string_view(place.name);
-    return (path == "/" ? path : path + "/") + std::string(name);
+    return mySnapshot.myTree->addressOf(place.node->getPlace(),
+                                        place.component.parm >= 0
+                                            ? place.node->getLayout().nameOf(place.component)
+                                            : std::string_view(place.name));
 }

@@ -3,13 +3,11 @@
 #include <BAS/BAS_Thread.h>
 #include <EVL/EVL.h>
 #include <KIT/KIT_ErrorManager.h>
-#include <LNK/LNK_MicroNode.h>
 #include <NOD/NOD_Snapshot.h>
+#include <NOD/explain/NOD_DotTextPrivate.h>
 #include <NOD/explain/NOD_ExplainerPrivate.h>
 #include <NOD/explain/NOD_FrameTextPrivate.h>
 #include <NOD/snapshot/NOD_SnapshotReadPrivate.h>
-
-#include <TRK/TRK_EvalContext.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -28,7 +26,6 @@ NOD_Explanation NODexplain(const NOD_Snapshot &snapshot, const NOD_SnapshotHandl
     const NOD_SnapshotScope scope(snapshot);
     const KIT_ErrorManager::Scope quiet(thread);
     const EVL::ErrorScope number(thread);
-    const TRK_EvalContext::Work work; // a long way of long evaluations ends, too
     return NOD_Explainer(snapshot, thread).explain(handle, time);
 }
 
@@ -223,9 +220,7 @@ std::string NOD_Explanation::asDOT(double frameRate) const
         }
         label += value.source == Source::LOST ? "isn't there\n" : value.value + "\n";
         label += value.text.empty() ? "" : value.text + "\n";
-        text += fmt::format("    n{} [label={}{}{}];\n", i, LNK_MicroNode::quoteForDOT(label),
-                            value.held.isForever() ? "" : ", peripheries=2",
-                            value.error != EVL::EVL_OK ? ", color=red" : "");
+        text += NODdotNode(i, label, value.held.isForever(), value.error);
     }
     for (std::size_t i = 0; i < values.size(); ++i) {
         for (const std::size_t read : values[i].reads) {

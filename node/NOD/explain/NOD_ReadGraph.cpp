@@ -5,14 +5,14 @@
 #include <KIT/KIT_String.h>
 #include <LNK/LNK_MicroNode.h>
 #include <NOD/NOD_Snapshot.h>
+#include <NOD/explain/NOD_DotTextPrivate.h>
 #include <NOD/explain/NOD_ExplainerPrivate.h>
 #include <NOD/snapshot/NOD_SnapshotReadPrivate.h>
 
-#include <algorithm>
 #include <unordered_map>
 
 NOD_ReadGraph::NOD_ReadGraph(const NOD_Snapshot &snapshot, double time, int thread)
-    : mySnapshot(snapshot), myTime(time), myThread(thread)
+    : mySnapshot(snapshot), myTime(time)
 {
     const NOD_SnapshotScope scope(snapshot);
     const KIT_ErrorManager::Scope quiet(thread);
@@ -31,7 +31,8 @@ NOD_ReadGraph::NOD_ReadGraph(const NOD_Snapshot &snapshot, double time, int thre
     for (const auto &[reader, read] : edges) {
         std::vector<std::uint32_t> &readers = myReaders[myPlaces.at(read.getPlace())];
         const std::uint32_t place = myPlaces.at(reader.getPlace());
-        if (std::find(readers.begin(), readers.end(), place) == readers.end()) {
+        // One reader's edges follow each other.
+        if (readers.empty() || readers.back() != place) {
             readers.push_back(place);
         }
     }
@@ -64,9 +65,9 @@ std::vector<NOD_SnapshotHandle> NOD_ReadGraph::findReaders(const NOD_SnapshotHan
     return readers;
 }
 
-std::string NOD_ReadGraph::asDOT() const
+std::string NOD_ReadGraph::asDOT(int thread) const
 {
-    const KIT_ErrorManager::Scope quiet(myThread);
+    const KIT_ErrorManager::Scope quiet(thread);
     std::string text = "digraph \"reads\" {\n    rankdir=LR;\n    node [shape=box];\n";
     for (std::size_t i = 0; i < myComponents.size(); ++i) {
         const NOD_SnapshotHandle &handle = myComponents[i];
@@ -77,14 +78,12 @@ std::string NOD_ReadGraph::asDOT() const
                 "{}    subgraph {} {{\n        label={};\n", i == 0 ? "" : "    }\n",
                 LNK_MicroNode::quoteForDOT("cluster" + path), LNK_MicroNode::quoteForDOT(path));
         }
-        const EVL::ErrorScope error(myThread, EVL::ErrorScope::CLEARED);
+        const EVL::ErrorScope error(thread, EVL::ErrorScope::CLEARED);
         KIT_String value;
-        mySnapshot.getText(handle, myTime, myThread, value);
+        mySnapshot.getText(handle, myTime, thread, value);
         const std::string label = mySnapshot.getName(handle) + "\n" + value.nonNullStr() + "\n";
-        const bool heldFlag = mySnapshot.getHeld(handle, myTime, myThread).isForever();
-        text += fmt::format("        n{} [label={}{}{}];\n", i, LNK_MicroNode::quoteForDOT(label),
-                            heldFlag ? "" : ", peripheries=2",
-                            error.number() != EVL::EVL_OK ? ", color=red" : "");
+        const bool heldFlag = mySnapshot.getHeld(handle, myTime, thread).isForever();
+        text += "    " + NODdotNode(i, label, heldFlag, error.number());
     }
     text += myComponents.empty() ? "" : "    }\n";
     for (std::size_t i = 0; i < myReaders.size(); ++i) {

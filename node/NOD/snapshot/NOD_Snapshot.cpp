@@ -111,8 +111,7 @@ std::string NOD_Snapshot::getName(const NOD_SnapshotHandle &handle) const
 
 std::string NOD_Snapshot::getAddress(const NOD_SnapshotHandle &handle) const
 {
-    const std::string path = getPath(handle);
-    return (path == "/" ? path : path + "/") + getName(handle);
+    return handle ? myTree->addressOf(handle.getNode(), getName(handle)) : "";
 }
 
 /// Of a handle that is one.

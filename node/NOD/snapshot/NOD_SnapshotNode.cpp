@@ -63,12 +63,6 @@ bool readsProcess(NOD_Node &node, const char *text)
     return foundFlag;
 }
 
-bool mayReadOthers()
-{
-    const NOD_SnapshotLimits *const limits = NOD_SnapshotBudget::find();
-    return !limits || limits->otherNodes;
-}
-
 bool readsProcess(NOD_Node &node, const TRK_Channel &channel)
 {
     for (int i = 0; i < channel.getNSegments(); ++i) {
@@ -77,6 +71,12 @@ bool readsProcess(NOD_Node &node, const TRK_Channel &channel)
         }
     }
     return readsProcess(node, channel.getDefaultString().nonNullStr());
+}
+
+bool mayReadOthers()
+{
+    const NOD_SnapshotLimits *const limits = NOD_SnapshotBudget::find();
+    return !limits || limits->otherNodes;
 }
 
 } // namespace

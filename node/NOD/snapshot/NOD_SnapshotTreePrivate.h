@@ -39,6 +39,12 @@ public:
     std::uint32_t find(std::uint32_t from, std::string_view path) const;
     void appendPath(std::uint32_t place, KIT_WorkBuffer &path) const;
     std::string pathOf(std::uint32_t place) const;
+    /// Of what has that name in the node there.
+    std::string addressOf(std::uint32_t place, std::string_view name) const
+    {
+        const std::string path = pathOf(place);
+        return (path == "/" ? path : path + "/") + std::string(name);
+    }
     /// Of the place or the nearest above that has it; null if none has.
     const std::string *findVariable(std::uint32_t place, const std::string &name) const;
     /// The places in use, parents first, each parent's children in the order of the scene.

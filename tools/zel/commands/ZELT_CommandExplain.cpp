@@ -112,7 +112,7 @@ int explain(const Call &call, const ZELT_Options &options, ZELT_Messages &messag
         }
         const std::string dot =
             handles.empty()
-                ? graph.asDOT()
+                ? graph.asDOT(thread)
                 : NODexplain(*snapshot, handles[0], time, thread).asDOT(snapshot->getFrameRate());
         return printGraph(call, dot, messages) ? 0 : 1;
     }
